@@ -1,0 +1,73 @@
+# How every target of this project is built: one place for standards, warnings and sanitizers.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+add_library(kolta_options INTERFACE)
+target_compile_options(kolta_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -fno-semantic-interposition
+    $<$<BOOL:${KOLTA_WERROR}>:-Werror>)
+target_compile_definitions(kolta_options INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS
+    QT_USE_QSTRINGBUILDER QT_DEPRECATED_WARNINGS)
+if(KOLTA_SANITIZE)
+    target_compile_options(kolta_options INTERFACE -fsanitize=${KOLTA_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(kolta_options INTERFACE -fsanitize=${KOLTA_SANITIZE})
+endif()
+
+# kolta_library(<name> NAMESPACE_NAME <Name> INCLUDE_ROOT <dir> FOLDER <header folder>
+#               SOURCES ... HEADERS ... [PUBLIC libs...] [PRIVATE libs...])
+# One library of the project: target <name>, alias and exported name Kolta::<Name>,
+# its headers installed below include/koltacommon-1/<folder>.
+function(kolta_library name)
+    cmake_parse_arguments(ARG "" "NAMESPACE_NAME;INCLUDE_ROOT;FOLDER" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${name} ${ARG_SOURCES} ${ARG_HEADERS})
+    add_library(Kolta::${ARG_NAMESPACE_NAME} ALIAS ${name})
+    set_target_properties(${name} PROPERTIES
+        EXPORT_NAME ${ARG_NAMESPACE_NAME}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+    target_include_directories(${name} PUBLIC
+        $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1>)
+    target_compile_features(${name} PUBLIC cxx_std_17)
+    target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:kolta_options>)
+    install(TARGETS ${name} EXPORT KoltaCommonTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1/${ARG_FOLDER})
+endfunction()
+
+# kolta_test(<name> SOURCES ... LIBS ... [LABELS ...])
+# One Qt Test executable, registered with CTest; it runs off-screen and away from the user's configuration.
+function(kolta_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} Qt5::Test kolta_options)
+    target_compile_definitions(${name} PRIVATE
+        KOLTA_INSTALLATION_DIR="${PROJECT_SOURCE_DIR}/share/installation")
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT 240
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+    if(ARG_LABELS)
+        set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
+    endif()
+endfunction()

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+namespace Startup {
+
+/// Loads "kolta_<language>.qm" from `directory` and installs it in the running application, replacing one that
+/// was installed before. An empty language removes it, so that texts are the source's English again.
+/// Returns false, with a trace line naming the file, when there is no such file. Main thread.
+bool InstallTranslation(const QString& language, const QString& directory);
+
+} // namespace Startup

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <xmlmessaging/messagecodec.h>
+#include <xmlmessaging/xmlmessage.h>
+
+#include <QHostAddress>
+#include <QObject>
+#include <QString>
+
+#include <memory>
+
+class QTcpSocket;
+
+namespace XmlCommunication {
+
+class CServer;
+
+/// The server end of one client's link. Owned by its CServer, deleted (later) when the link has ended.
+/// Lives on the server's thread.
+class CServerLink : public QObject
+{
+    Q_OBJECT
+
+public:
+    ~CServerLink() override;
+
+    /// Number of this link, counted from 1 within its server.
+    quint32 getLinkId() const noexcept;
+    QHostAddress getPeerAddress() const;
+    quint16 getPeerPort() const;
+    /// Peer as "address:port", with brackets around an IPv6 address.
+    QString getPeerName() const;
+
+    /// Encodes, frames and sends.
+    void send(const XmlCommon::CXmlMessage& message);
+    /// Sends bytes as they are. What the peer makes of them is the caller's concern.
+    void sendRaw(const QByteArray& bytes);
+    /// Bytes not yet handed to the operating system.
+    qint64 bytesToWrite() const;
+    /// While false nothing is read from the socket, so that the peer's sending finally stalls.
+    void setReading(bool enabled);
+    /// Ends the link after pending bytes were sent.
+    void close();
+    /// Ends the link at once with a reset.
+    void abort();
+
+Q_SIGNALS:
+    /// A whole message arrived; its object belongs to the receiver.
+    void MessageReceived(XmlCommon::ptrCXmlMessage message);
+    /// The link has ended; `reason` is empty when the peer closed it in order.
+    void Closed(const QString& reason);
+
+private:
+    friend class CServer;
+    CServerLink(QTcpSocket* socket, quint32 id, const XmlCommon::MessageLimits& limits, QObject* parent);
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+/// Listens for clients of the XML protocol. Lives on any thread with an event loop; starts none.
+class CServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit CServer(QObject* parent = nullptr);
+    ~CServer() override;
+
+    /// Port 0 lets the system pick one. False on failure, see errorString().
+    bool listen(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
+    void close();
+    bool isListening() const;
+    quint16 port() const;
+    QHostAddress address() const;
+    QString errorString() const;
+    /// For links that open from now on.
+    void setLimits(const XmlCommon::MessageLimits& limits);
+    /// The links that are open, in the order in which they came.
+    QList<CServerLink*> links() const;
+
+Q_SIGNALS:
+    /// Connect to the link's signals in a direct slot of this signal, or its first message may be missed.
+    void LinkOpened(XmlCommunication::CServerLink* link);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+/// The reply to `request`: service type two above, same ID, one fragment per request fragment with its component
+/// name and, unless `suppressRequestTrees`, its request tree.
+XmlCommon::CXmlMessage makeReply(const XmlCommon::CXmlMessage& request, bool suppressRequestTrees);
+
+} // namespace XmlCommunication
