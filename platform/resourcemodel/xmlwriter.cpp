@@ -39,15 +39,17 @@ public:
 private:
     void grow(int count)
     {
-        m_capacity = qMax(m_size + count, m_capacity * 2);
+        m_capacity = qMax(m_size + count, qMax(first, m_capacity * 2));
         m_text.resize(m_capacity);
         m_data = reinterpret_cast<char16_t*>(m_text.data());
     }
 
+    static constexpr int first = 512;
+
     QString m_text;
     char16_t* m_data = nullptr;
     int m_size = 0;
-    int m_capacity = 512;
+    int m_capacity = 0;
 };
 
 char16_t* put(char16_t* out, const char16_t* text, int length) noexcept
@@ -76,6 +78,13 @@ bool isPlain(const char16_t* text, int length) noexcept
     }
     return !special;
 }
+
+/// Thrown for a value that XML cannot carry; the path grows on the way up.
+struct Unwritable
+{
+    QString path;
+    QString reason;
+};
 
 class Writer
 {
@@ -122,7 +131,7 @@ private:
         case Kind::Double:
             return writeDouble(field, Access::get<double>(object, field));
         case Kind::Record:
-            return writeRecord(field, Access::get<IRGObject>(object, field));
+            return writeRecord(field, Access::get<IRGObject>(object, field), 0);
         default:
             return writeInt(field, Access::get<qint32>(object, field));
         }
@@ -134,7 +143,7 @@ private:
         const int count = field.list->count(list);
         for (int i = 0; i < count; ++i) {
             if (field.kind == Kind::RecordList)
-                writeRecord(field, field.list->record(list, i));
+                writeRecord(field, field.list->record(list, i), i + 1);
             else if (field.kind == Kind::EnumList)
                 writeInt(field, field.list->number(list, i));
             else
@@ -142,10 +151,19 @@ private:
         }
     }
 
-    void writeRecord(const Field& field, const IRGObject& record)
+    /// `index` is the position in a list, from 1; 0 outside lists.
+    void writeRecord(const Field& field, const IRGObject& record, int index)
     {
         openTag(field.wideName, field.nameLength);
-        writeFields(record, Access::table(record));
+        try {
+            writeFields(record, Access::table(record));
+        } catch (Unwritable& failure) {
+            QString step = QLatin1String(field.name);
+            if (index > 0)
+                step += QStringLiteral("[%1]").arg(index);
+            failure.path.prepend(step + QLatin1Char('/'));
+            throw;
+        }
         closeTag(field.wideName, field.nameLength);
     }
 
@@ -162,8 +180,7 @@ private:
     {
         constexpr double plainLimit = 1e15;
         if (!std::isfinite(value))
-            throw RGException(QStringLiteral("Invalid object"),
-                              QLatin1String(field.name) + QStringLiteral(" is not a finite number"));
+            throw Unwritable{QLatin1String(field.name), QStringLiteral("is not a finite number")};
         if (std::fabs(value) < plainLimit && std::trunc(value) == value && !std::signbit(value))
             return writeInt(field, static_cast<qint64>(value));
         char digits[numberLength];
@@ -199,12 +216,10 @@ private:
     {
         const int forbidden = findForbiddenCharacter(text);
         if (forbidden >= 0)
-            throw RGException(
-                QStringLiteral("Invalid object"),
-                QStringLiteral("%1 holds a character that XML cannot carry (U+%2 at position %3)")
-                    .arg(QLatin1String(field.name))
-                    .arg(ushort(text.at(forbidden).unicode()), 4, 16, QLatin1Char('0'))
-                    .arg(forbidden));
+            throw Unwritable{QLatin1String(field.name),
+                             QStringLiteral("holds a character that XML cannot carry (U+%1 at position %2)")
+                                 .arg(ushort(text.at(forbidden).unicode()), 4, 16, QLatin1Char('0'))
+                                 .arg(forbidden)};
         constexpr int longest = 5;
         openTag(field.wideName, field.nameLength);
         char16_t* const start = m_buffer.room(longest * text.size());
@@ -238,7 +253,13 @@ private:
 
 QString writeXml(const IRGObject& object)
 {
-    return Writer().write(object);
+    try {
+        return Writer().write(object);
+    } catch (const Unwritable& failure) {
+        throw RGException(
+            QStringLiteral("Invalid object"),
+            QStringLiteral("%1/%2 %3").arg(object.GetObjectName(), failure.path, failure.reason));
+    }
 }
 
 } // namespace REPORTGENERATOR
