@@ -76,4 +76,3 @@ private:
 
 } // namespace XmlCommunication
 
-Q_DECLARE_METATYPE(QAbstractSocket::SocketError)
