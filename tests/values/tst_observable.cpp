@@ -56,6 +56,14 @@ void TestObservable::changesDuringANotification_data()
         p[1]->action = nullptr;
         o->Notify(eChangeContent);
     });
+    row("most go in a nested one", "a3 b3 a7 b7 c7 c3", "c3", [](Probes& p, auto& o) {
+        p[1]->action = nullptr;
+        p[2]->action = [&](Observable*, TChangeCode) {
+            o->Detach(p[0].get());
+            o->Detach(p[1].get());
+        };
+        o->Notify(eChangeContent);
+    });
     row("deleted in a nested one", "a3 b3 a7 b7 c7", "", [](Probes& p, auto& o) {
         p[1]->action = nullptr;
         p[2]->action = [&o](Observable*, TChangeCode) { o.reset(); };

@@ -223,7 +223,12 @@ void TestTree::consumedAtOnce()
     QVERIFY(!tree.Find("/requests/id1"_s));
     QVERIFY(tree.Emplace<StringValue>("/requests/id1"_s, "text"_s));
     QCOMPARE(log, words("16 17 16 17"));
-    QCOMPARE(tree.Size(), 1);
+    reader.action = [&](Observable* source, TChangeCode) {
+        source->Detach(&reader);
+        tree.Remove("/requests"_s);
+    };
+    QVERIFY(tree.Emplace<StringValue>("/requests/id2"_s, "text"_s));
+    QCOMPARE(tree.Size(), 0);
 }
 
 void TestTree::listenersHearEachEventOnce()
