@@ -7,33 +7,36 @@
 #include <memory>
 #include <mutex>
 
-class QSettings;
-
 namespace Startup {
 
-/// The application's configuration: groups of keys over one INI file.
+/// The application's configuration: groups of keys over one INI file in UTF-8.
 ///
 /// The file is, in this order: the one given to Open(), the environment variable KOLTA_CONFIG,
-/// "<generic configuration location>/kolta/kolta.ini". A missing file reads as empty and is written on the first SetValue().
-/// All operations may be called from any thread.
+/// "<generic configuration location>/kolta/kolta.ini". A missing file reads as empty and is written on the
+/// first SetValue(). Any character may be used in groups and keys; in the file they appear with "/", "\" and
+/// "%" escaped. The group "General" (and the empty one) holds what the file says before its first section or
+/// in its section [General]. All operations may be called from any thread.
 class CfgCenter
 {
 public:
     static CfgCenter& Instance();
 
-    /// Uses `file` from now on. Returns false, with a trace line naming the file and the reason, when the file
-    /// exists but cannot be read or parsed; the configuration is then empty and read-only.
+    /// Uses `file` from now on. Returns false, with a trace line naming the file and the reason, when the
+    /// file exists but cannot be read or parsed; the configuration is then empty and read-only.
     bool Open(const QString& file);
     /// Path of the file in use.
     QString FileName() const;
 
     /// The value of `key` in `group`, or `defaultValue` when it is not set.
     QVariant Value(const QString& group, const QString& key, const QVariant& defaultValue = QVariant()) const;
-    /// Value() as text.
+    /// Value() as text. A text with commas that the file does not put in quotes comes back with ", " between
+    /// its parts.
     QString Text(const QString& group, const QString& key, const QString& defaultValue = QString()) const;
-    /// Sets and writes through to the file. Returns false, with a trace line, when the file cannot be written;
-    /// the value then holds for this process only.
+    /// Sets and writes through to the file. Returns false, with a trace line, when the file cannot be
+    /// written; the value then holds for this process only, until another file is opened. An empty key is
+    /// refused.
     bool SetValue(const QString& group, const QString& key, const QVariant& value);
+    /// Removes the key, also from the file; a trace line tells when that cannot be written.
     void Remove(const QString& group, const QString& key);
     /// The keys of one group, sorted.
     QStringList Keys(const QString& group) const;
@@ -42,13 +45,14 @@ public:
     CfgCenter& operator=(const CfgCenter&) = delete;
 
 private:
+    struct Store;
+
     CfgCenter();
     ~CfgCenter();
-    QSettings& settings() const;
+    std::unique_lock<std::mutex> lockOpened() const;
+    bool write(const QString& group, const QString& key, const QVariant& value);
 
-    mutable std::mutex m_mutex;
-    mutable std::unique_ptr<QSettings> m_settings;
-    QString m_file;
+    const std::unique_ptr<Store> m_store;
 };
 
 /// The administrator's settings of this machine: the group "Administrator" of the same file.

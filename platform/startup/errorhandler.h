@@ -5,7 +5,7 @@
 #include <QVector>
 
 #include <atomic>
-#include <memory>
+#include <deque>
 #include <mutex>
 #include <vector>
 
@@ -33,7 +33,8 @@ struct TraceRecord
 };
 
 /// Receives every trace line that the mask lets through.
-/// Called on the thread that traces, under the error handler's lock: copy and return, never trace from here.
+/// Called on the thread that traces, under the error handler's lock: copy and return. Adding and removing
+/// sinks is not allowed from here; a line that is traced from here is dropped.
 class ITraceSink
 {
 public:
@@ -43,8 +44,9 @@ public:
 
 /// The process error handler: one place through which every trace line goes.
 /// A line passes when its channel's bit is set in the mask; it is then written to the Qt logging category
-/// "kolta.trace" (warning level for fatal, error and warning, else info or debug) and given to every sink.
-/// All operations may be called from any thread.
+/// "kolta.trace" as "source:line text" (warning level for fatal, error and warning, debug level for detail,
+/// else info) and given to every sink. Lines that a sink or a Qt message handler traces while it handles one
+/// are dropped. All operations may be called from any thread.
 class ErrorHandler
 {
 public:
@@ -71,6 +73,7 @@ public:
 
 private:
     ErrorHandler();
+    void readMask();
 
     std::atomic<quint32> m_mask;
     std::atomic<bool> m_logging{true};
@@ -98,7 +101,7 @@ public:
 
 private:
     mutable std::mutex m_mutex;
-    QVector<TraceRecord> m_records;
+    std::deque<TraceRecord> m_records;
     int m_limit;
 };
 

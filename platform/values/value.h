@@ -5,7 +5,7 @@
 #include <QMap>
 #include <QString>
 
-#include <memory>
+#include <utility>
 
 namespace values {
 
@@ -14,8 +14,8 @@ enum TValueType : int { eTypeString = 1, eTypeSelection = 2 };
 
 /// A value of the tree.
 ///
-/// Every change of every value ends in Changed(), the one place from which observers, tree listeners and (where the
-/// value records) command recorders hear of it.
+/// Every change of every value ends in Changed(), the one place from which tree listeners and observers hear
+/// of it.
 class ValueBase : public TreeItem
 {
 public:
@@ -24,24 +24,23 @@ public:
     virtual QString GetTypeName() const = 0;
     /// The value as one line of text.
     virtual QString GetStringValue() const = 0;
-    /// Takes over the content (not name, path, observers) of a value of the same type; false for another type.
+    /// Takes over the content (not name, path, state, observers) of a value of the same type and tells
+    /// nobody; false, and nothing happens, for another type.
     virtual bool Assign(const ValueBase& other) = 0;
     /// Same type and equal content.
     virtual bool Compare(const ValueBase* other) const = 0;
 
-    /// Tells observers and listeners again although nothing changed, so that a reader processes the same content
-    /// once more.
+    /// Tells observers and listeners again although nothing changed, so that a reader processes the same
+    /// content once more. Does nothing for a tombstone. An observer may delete the value meanwhile.
     void Announce(TChangeCode code = eChangeValue, IObserver* originator = nullptr);
 
 protected:
     explicit ValueBase(const QString& name = QString(), TValueState state = eValueValid);
-    /// To be called after every change of the content. Does nothing for a tombstone.
+    /// To be called after every change of the content, as the last step: an observer may delete the value.
+    /// Does nothing for a tombstone.
     void Changed(TChangeCode code, IObserver* originator);
-    /// Empties the content when the value becomes a tombstone.
-    virtual void ClearContent() = 0;
-
-private:
-    friend class Tree;
+    /// Empties the content when the value becomes a tombstone. Tells nobody.
+    void ClearContent() override = 0;
 };
 
 /// How a Value<T> is named and printed.
@@ -65,8 +64,8 @@ public:
     explicit Value(T value) : m_value(std::move(value)) {}
 
     const T& GetValue() const noexcept { return m_value; }
-    /// Sets the content and tells everybody but `originator`; false, and nothing happens, when it holds it already
-    /// or is a tombstone.
+    /// Sets the content and tells everybody but `originator`; false, and nothing happens, when it holds it
+    /// already or is a tombstone.
     bool SetValue(const T& value, IObserver* originator = nullptr)
     {
         if (IsDeleted() || m_value == value)
@@ -111,12 +110,17 @@ public:
     explicit SelectionValue(const QMap<int, QString>& items, int selectedKey = -1);
 
     const QMap<int, QString>& GetItems() const noexcept { return m_items; }
-    void SetItems(const QMap<int, QString>& items, IObserver* originator = nullptr);
+    /// Replaces the items, with code eChangeContent; the selected key stays. False, and nothing happens, when
+    /// they are the same or the value is a tombstone.
+    bool SetItems(const QMap<int, QString>& items, IObserver* originator = nullptr);
     bool HasItem(int key) const { return m_items.contains(key); }
     /// Name of the item with `key`, or an empty text.
     QString GetItemName(int key) const { return m_items.value(key); }
-    /// Key of the selected item, -1 for none. The key need not be among the items: a newer server may know more.
+    /// Key of the selected item, -1 for none. The key need not be among the items: a newer server may know
+    /// more.
     int GetSelectedKey() const noexcept { return m_selected; }
+    /// Selects, with code eChangeValue. False, and nothing happens, when it is selected already or the value
+    /// is a tombstone.
     bool SetSelectedKey(int key, IObserver* originator = nullptr);
 
     int GetType() const override { return eTypeSelection; }
@@ -134,9 +138,9 @@ private:
     int m_selected = -1;
 };
 
-/// The one way to write a request into a string value: when it already holds `text` the value is announced again
-/// with code eChangeValue, so that the reader processes the identical request once more; otherwise the text is set.
-/// False when there is no living string value at `path`. `originator` is not called back.
+/// The one way to write a request into a string value: when it already holds `text` the value is announced
+/// again with code eChangeValue, so that the reader processes the identical request once more; otherwise the
+/// text is set. False when there is no living string value at `path`. `originator` is not called back.
 bool WriteOrAnnounce(const QString& path, const QString& text, IObserver* originator = nullptr);
 
 } // namespace values

@@ -20,10 +20,9 @@ enum eLogMode : int {
 };
 
 /// Writes the traffic of registered links into "<directory>/<name>.log", readable for people.
-/// The directory is the configuration value "MessageLogger"/"Directory"; without one nothing is written. A file that
-/// would grow over "MessageLogger"/"MaxFileBytes" (default 10,000,000) is renamed to "<name>.log.1", replacing the
-/// one before.
-/// Thread-safe; writes happen on the links' threads.
+/// The directory is the configuration value "MessageLogger"/"Directory"; without one nothing is written. A
+/// file that would grow over "MessageLogger"/"MaxFileBytes" (default 10,000,000) is renamed to
+/// "<name>.log.1", replacing the one before. Thread-safe; writes happen on the links' threads.
 class Logger
 {
 public:

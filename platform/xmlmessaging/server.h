@@ -87,8 +87,8 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/// The reply to `request`: service type two above, same ID, one fragment per request fragment with its component
-/// name and, unless `suppressRequestTrees`, its request tree.
+/// The reply to `request`: service type two above, same ID, one fragment per request fragment with its
+/// component name and, unless `suppressRequestTrees`, its request tree.
 XmlCommon::CXmlMessage makeReply(const XmlCommon::CXmlMessage& request, bool suppressRequestTrees);
 
 } // namespace XmlCommunication

@@ -1,0 +1,171 @@
+#pragma once
+
+#include <resourcemodel/rgobject.h>
+
+#include <type_traits>
+
+/// \file
+/// The field tables behind the model classes; private to this folder.
+
+namespace REPORTGENERATOR::Fields {
+
+enum class Kind : quint8 { Text, Bool, Int, Double, Enum, Record, TextList, EnumList, RecordList };
+enum class Presence : quint8 { Optional, Required };
+
+/// The operations on a list field whose element type only the table knows. Numbers serve enum lists, records
+/// record lists; the other pair is null.
+struct ListOperations
+{
+    int (*count)(const void* list);
+    void (*reserve)(void* list, int count);
+    void (*clear)(void* list);
+    bool (*equal)(const void* a, const void* b);
+    const IRGObject& (*record)(const void* list, int index);
+    IRGObject& (*appendRecord)(void* list);
+    qint32 (*number)(const void* list, int index);
+    void (*appendNumber)(void* list, qint32 value);
+};
+
+/// One field of a class. Its position in the table is the index of its bit.
+struct Field
+{
+    const char* name;
+    const char16_t* wideName; ///< the same for the writer, which appends it as it is
+    int nameLength;
+    Kind kind;
+    Presence presence;
+    const char* typeName;
+    const char* about;
+    /// The member as void*; for a record its IRGObject base.
+    const void* (*member)(const IRGObject& object);
+    const ListOperations* list; ///< null for a field that is no list
+
+    bool isRequired() const noexcept { return presence == Presence::Required; }
+};
+
+struct Table
+{
+    const char* name;
+    const char16_t* wideName;
+    int nameLength;
+    const Field* fields;
+    int count;
+
+    const Field* begin() const noexcept { return fields; }
+    const Field* end() const noexcept { return fields + count; }
+};
+
+/// The only way from a table into an object.
+struct Access
+{
+    static const Table& table(const IRGObject& object) noexcept { return object.GetFieldTable(); }
+    static bool isMarked(const IRGObject& object, int index) noexcept
+    {
+        return object.IsFieldSet(static_cast<unsigned>(index));
+    }
+    static void mark(IRGObject& object, int index) noexcept
+    {
+        object.MarkField(static_cast<unsigned>(index));
+    }
+    static void unmark(IRGObject& object, int index) noexcept
+    {
+        object.UnmarkField(static_cast<unsigned>(index));
+    }
+
+    template<typename T>
+    static const T& get(const IRGObject& object, const Field& field) noexcept
+    {
+        return *static_cast<const T*>(field.member(object));
+    }
+    template<typename T>
+    static T& edit(IRGObject& object, const Field& field) noexcept
+    {
+        return const_cast<T&>(get<T>(object, field));
+    }
+    static void* editList(IRGObject& object, const Field& field) noexcept
+    {
+        return const_cast<void*>(field.member(object));
+    }
+};
+
+template<Kind kind, typename Member>
+const void* memberAddress(const Member& member) noexcept
+{
+    if constexpr (kind == Kind::Record)
+        return static_cast<const IRGObject*>(&member);
+    else
+        return &member;
+}
+
+template<typename T>
+struct ListOf
+{
+    using List = QVector<T>;
+    static const List& get(const void* list) { return *static_cast<const List*>(list); }
+    static List& edit(void* list) { return *static_cast<List*>(list); }
+
+    static int count(const void* list) { return get(list).size(); }
+    static void reserve(void* list, int count) { edit(list).reserve(count); }
+    static void clear(void* list) { edit(list) = List(); }
+    static bool equal(const void* a, const void* b) { return get(a) == get(b); }
+    static const IRGObject& record(const void* list, int index) { return get(list).at(index); }
+    static IRGObject& appendRecord(void* list)
+    {
+        edit(list).append(T());
+        return edit(list).last();
+    }
+    static qint32 number(const void* list, int index) { return get(list).at(index); }
+    static void appendNumber(void* list, qint32 value) { edit(list).append(static_cast<T>(value)); }
+
+    static constexpr ListOperations operations()
+    {
+        ListOperations result{count, reserve, clear, equal, nullptr, nullptr, nullptr, nullptr};
+        if constexpr (std::is_base_of_v<IRGObject, T>) {
+            result.record = record;
+            result.appendRecord = appendRecord;
+        } else if constexpr (std::is_enum_v<T>) {
+            result.number = number;
+            result.appendNumber = appendNumber;
+        }
+        return result;
+    }
+};
+
+template<typename T>
+inline constexpr ListOperations listOperationsOf = ListOf<T>::operations();
+
+template<Kind kind, typename T>
+constexpr const ListOperations* listOperations()
+{
+    if constexpr (kind == Kind::TextList || kind == Kind::EnumList || kind == Kind::RecordList)
+        return &listOperationsOf<T>;
+    else
+        return nullptr;
+}
+
+} // namespace REPORTGENERATOR::Fields
+
+#define RG_TABLE_ROW(FieldKind, Type, Name, FieldPresence, About)                                            \
+    {#Name,                                                                                                  \
+     u"" #Name,                                                                                              \
+     sizeof(#Name) - 1,                                                                                      \
+     Kind::FieldKind,                                                                                        \
+     Presence::FieldPresence,                                                                                \
+     #Type,                                                                                                  \
+     About,                                                                                                  \
+     [](const IRGObject& object) noexcept -> const void* {                                                   \
+         return memberAddress<Kind::FieldKind>(static_cast<const Self&>(object).m_##Name);                   \
+     },                                                                                                      \
+     listOperations<Kind::FieldKind, Type>()},
+
+/// Defines the field table of a class that is declared with RG_OBJECT.
+#define RG_OBJECT_TABLE(Class)                                                                               \
+    const REPORTGENERATOR::Fields::Table& Class::GetFieldTable() const noexcept                              \
+    {                                                                                                        \
+        using namespace REPORTGENERATOR::Fields;                                                             \
+        using REPORTGENERATOR::IRGObject;                                                                    \
+        using Self = Class;                                                                                  \
+        static constexpr Field fields[] = {RG_FIELDS_##Class(RG_TABLE_ROW)};                                 \
+        static constexpr Table table{#Class, u"" #Class, sizeof(#Class) - 1, fields, RgFieldTotal};          \
+        return table;                                                                                        \
+    }
