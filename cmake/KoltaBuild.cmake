@@ -69,21 +69,13 @@ function(kolta_test name)
         KOLTA_INSTALLATION_DIR="${PROJECT_SOURCE_DIR}/share/installation")
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     add_test(NAME ${name} COMMAND ${name})
+    set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT 240
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data")
     if(ARG_LABELS)
         set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
     endif()
-endfunction()
-
-# kolta_program(<name> SOURCES ... LIBS ...)
-# One program, built into bin/ and installed.
-function(kolta_program name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_options)
-    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
 # kolta_bench(<name> SOURCES ... LIBS ...)

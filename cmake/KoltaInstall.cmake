@@ -1,5 +1,5 @@
-# What `make install` installs besides the libraries, headers and programs, which install themselves where they are
-# defined: the package files for find_package(KoltaCommon) and pkg-config, and the sample installation.
+# The package files for find_package(KoltaCommon) and pkg-config. Everything else that `make install` installs is
+# named where it is defined.
 include(CMakePackageConfigHelpers)
 
 set(kolta_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KoltaCommon")
@@ -25,7 +25,3 @@ endif()
 file(RELATIVE_PATH kolta_pc_to_prefix "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file(cmake/koltacommon.pc.in "${PROJECT_BINARY_DIR}/koltacommon.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/koltacommon.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-
-if(EXISTS "${PROJECT_SOURCE_DIR}/share/installation")
-    install(DIRECTORY share/installation DESTINATION "${CMAKE_INSTALL_DATADIR}/kolta")
-endif()

@@ -2,6 +2,7 @@
 
 #include <simulation/faultids.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QSet>
@@ -102,6 +103,12 @@ bool checkGuids(const QString& file, const char* kind, const QVector<Resource>& 
 }
 
 } // namespace
+
+QString Installation::sampleFolder()
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                           QStringLiteral("/../share/koltacommon/installation"));
+}
 
 bool Installation::load(const QString& folder, QString& error)
 {

@@ -20,6 +20,10 @@ namespace KoltaSimulation {
 class Installation
 {
 public:
+    /// Folder of the sample installation that came with the running program, built or installed:
+    /// "../share/koltacommon/installation" beside the program's own folder.
+    static QString sampleFolder();
+
     /// Reads a folder. False when something is missing or wrong; `error` then names the file, the place in it
     /// and what was expected, and this object stays as it was.
     bool load(const QString& folder, QString& error);

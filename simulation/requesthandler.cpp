@@ -43,6 +43,18 @@ CFaultTree noSuchResource(const QString& guid, const QString& server)
     return makeFault(eFaultNoSuchResource, {guid}, administration);
 }
 
+const QStringList& knownComponents()
+{
+    static const QStringList components = {
+        resourcesComponent,
+        statisticsComponent,
+        XmlCommunication::CAppDescription::makeFragment().getComponentName(),
+        XmlCommunication::CRequestTreeConverter().makeFragment().getComponentName(),
+        XmlCommunication::CEventFilterConverter::makeFragment(QStringLiteral("*")).getComponentName(),
+        ResourceConverter::CQueryFaultReference::makeFragment().getComponentName()};
+    return components;
+}
+
 CMsgFragment makeQuery(const QString& component, const CDataTree& tree)
 {
     CMsgFragment fragment(component);
@@ -93,7 +105,7 @@ void RequestHandler::answerFragment(const CMsgFragment& request, CMsgFragment& r
         answerResource(tree, reply);
     } else if (component == statisticsComponent && tree.root().hasName("Statistics")) {
         answerStatistics(reply);
-    } else if (component != resourcesComponent && component != statisticsComponent) {
+    } else if (!knownComponents().contains(component)) {
         reply.setFaultTree(makeFault(eFaultUnknownComponent, {component}));
     } else if (!request.hasRequestTree()) {
         reply.setFaultTree(makeFault(eFaultNoOperation, {component}));

@@ -4,11 +4,14 @@
 #include <simulation/brokenreply.h>
 #include <simulation/simulatedlink.h>
 
+#include <koltacommon/powercontrolcmd.h>
 #include <resourcemodel/requests.h>
 #include <startup/errorhandler.h>
 #include <xmlmessaging/server.h>
 
 #include <QTimer>
+
+#include <optional>
 
 namespace KoltaSimulation {
 
@@ -449,18 +452,13 @@ void SimulatedServer::changeTuners(const QString& text)
 
 void SimulatedServer::switchPower(const QString& text)
 {
-    // "scope@on@GUIDs". The scope tells a real server which supply to switch; here a unit has one supply
-    // only.
-    const QStringList parts = text.split(QLatin1Char('@'));
-    bool isNumber = false;
-    parts.first().toInt(&isNumber);
-    if (parts.size() != 3 || !isNumber) {
+    // The scope tells a real server which supply to switch; here a unit has one supply only.
+    const std::optional<Kolta::PowerControlCmd> command = Kolta::PowerControlCmd::fromString(text);
+    if (command)
+        m_resources.switchUnits(command->units(), command->isOn());
+    else
         traceWarning(418,
                      QStringLiteral("Found \"%1\" in UnitPowerControl, expected SCOPE@ON@GUIDS").arg(text));
-        return;
-    }
-    const bool on = parts.at(1) == QLatin1String("1") || parts.at(1) == QLatin1String("true");
-    m_resources.switchUnits(parts.at(2).split(QLatin1Char(','), Qt::SkipEmptyParts), on);
 }
 
 } // namespace KoltaSimulation

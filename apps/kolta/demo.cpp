@@ -12,7 +12,6 @@
 #include <startup/cfgcenter.h>
 #include <xmlmessaging/converters.h>
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <QUuid>
 
@@ -253,8 +252,7 @@ int runDemo(const QStringList& arguments)
     CommandLine line(QStringLiteral("demo"),
                      QStringLiteral("Runs the main job against a simulated installation inside this process."));
     line.addOption({QStringLiteral("installation"), QStringLiteral("Folder with the installation's files."),
-                    QStringLiteral("folder"),
-                    QCoreApplication::applicationDirPath() + QStringLiteral("/../share/koltacommon/installation")});
+                    QStringLiteral("folder"), KoltaSimulation::Installation::sampleFolder()});
     if (const auto exitCode = line.parse(arguments))
         return *exitCode;
     const auto timeout = line.timeoutMs();

@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include <simulation/installation.h>
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
@@ -42,8 +44,7 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
 {
     const QCommandLineOption installation(
         QStringLiteral("installation"), QStringLiteral("Folder with the installation's files."),
-        QStringLiteral("DIR"),
-        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/koltacommon/installation"));
+        QStringLiteral("DIR"), KoltaSimulation::Installation::sampleFolder());
     const QCommandLineOption listen(QStringLiteral("listen"),
                                     QStringLiteral("Where to listen; port 0 lets the system pick one."),
                                     QStringLiteral("ADDRESS:PORT"), QStringLiteral("127.0.0.1:0"));
