@@ -105,12 +105,12 @@ private Q_SLOTS:
             "7|seven\n",
             text("seven"), "");
         row("last one wins", "7|a\n7|b\n", text("b"), "");
-        row("broken lines", "ID|Text\nno bar\n-7|x\n4294967296|x\n7|seven\n", text("seven"), ": 1, 2, 3, 4");
+        row("broken lines", "ID|Text\nno bar\n-7|x\n4294967296|x\n7|seven\n", text("seven"), "1, 2, 3, 4");
         row("many broken lines", QByteArray("x\n").repeated(9) + "7|seven\n", text("seven"),
             "1, 2, 3, 4, 5, ...");
-        row("endless line", "7|" + QByteArray(100000, 'x') + "\n7|seven\n", text("seven"), ": 1");
-        row("nothing of use", "a\nb\n", none, ": 1, 2");
-        row("binary", QByteArray(50000, '\0'), none, ": 1");
+        row("endless line", "7|" + QByteArray(100000, 'x') + "\n7|seven\n", text("seven"), "1");
+        row("nothing of use", "a\nb\n", none, "1, 2");
+        row("binary", QByteArray(50000, '\0'), none, "1");
         row("empty", "", none, "");
     }
     void readsReferenceFiles()
@@ -129,7 +129,7 @@ private Q_SLOTS:
         CfgCenter::Instance().SetValue(text("VeskConfiguration"), text("FaultReferenceFile"), path);
         QCOMPARE(handler.Init(text("K")), loaded);
         QCOMPARE(recorder.count(text("skipped")), skipped.isEmpty() ? 0 : 1);
-        QVERIFY(skipped.isEmpty() || recorder.count(skipped) == 1);
+        QVERIFY(skipped.isEmpty() || recorder.count(text("<text>\": ") + skipped) == 1);
         QCOMPARE(handler.ConvertFaultMessage(CFaultTree(7, 1)), textOf7);
         QVERIFY(file.remove());
         QCOMPARE(handler.Init(text("K")), loaded);

@@ -117,8 +117,7 @@ private Q_SLOTS:
     {
         Receiver receiver;
         const QString name = QStringLiteral("S1");
-        AppDescriptionSlotInvoke invoke(&receiver, SLOT(sl_app(QString, QString, QString, QString, QString)),
-                                        name);
+        AppDescriptionSlotInvoke invoke(&receiver, "sl_app(QString,QString,QString,QString,QString)", name);
         Kolta::AppDescription description;
         QCOMPARE(invoke.getReceiver(), name);
         QCOMPARE(invoke.getMessage()->getServiceType(), CXmlMessage::eSERVICE_QUERY);
