@@ -189,8 +189,9 @@ private:
             fail(QStringLiteral("%1: character U+%2 is not allowed in XML")
                      .arg(placeOf(m_xml, m_xml.left(forbidden).toUtf8().size()))
                      .arg(ushort(m_xml.at(forbidden).unicode()), 4, 16, QLatin1Char('0')));
+        // The terminating zero is passed on too: the parser would take the last character for its own.
         const pugi::xml_parse_result result = m_document.load_buffer_inplace(
-            m_utf8.data(), static_cast<std::size_t>(m_utf8.size()), parseOptions, pugi::encoding_utf8);
+            m_utf8.data(), static_cast<std::size_t>(m_utf8.size()) + 1, parseOptions, pugi::encoding_utf8);
         if (!result)
             fail(QStringLiteral("%1: not well-formed (%2), %3")
                      .arg(placeOf(m_xml, result.offset), QLatin1String(result.description()), expected));

@@ -14,20 +14,23 @@ namespace XmlCommunication {
 /// The client end of one TCP link: a thread that owns the socket, and this object, which lives on the owner's
 /// thread and speaks for it.
 ///
-/// The thread connects by itself when started. Messages are encoded, framed, sent, received, deframed and decoded
-/// on it; no message object is ever touched by two threads at once:
-/// - sendMessage() takes a copy that shares the trees' content and hands the copy over; the caller's object stays
+/// The thread connects by itself when started. Messages are encoded, framed, sent, received, deframed and
+/// decoded on it; no message object is ever touched by two threads at once:
+/// - sendMessage() takes a copy that shares the trees' content and hands the copy over; the caller's object
+/// stays
 ///   the caller's.
-/// - A reply is decoded into a fresh object and handed to the owner's thread, where this object fills it into the
-///   request's own message (CXmlMessage::fillWithReply) and emits the request's message. A reply whose ID belongs
-///   to no request in flight is emitted as the fresh object.
+/// - A reply is decoded into a fresh object and handed to the owner's thread, where this object fills it into
+/// the
+///   request's own message (CXmlMessage::fillWithReply) and emits the request's message. A reply whose ID
+///   belongs to no request in flight is emitted as the fresh object.
 ///
-/// A request whose available time runs out ends the link with SocketTimeoutError. A malformed frame or message ends
-/// it with UnknownSocketError and a trace line. After an error the thread idles until exit() is called.
-/// On exit() what was given to sendMessage() is written first, for at most half a second; then the socket closes.
+/// A request whose available time runs out ends the link with SocketTimeoutError. A malformed frame or
+/// message ends it with UnknownSocketError and a trace line. After an error the thread idles until exit() is
+/// called. On exit() what was given to sendMessage() is written first, for at most half a second; then the
+/// socket closes.
 ///
-/// All signals are emitted on the thread that this object lives on, in the order in which things happened on the
-/// link. When the owner does not keep up, reading pauses, so that memory stays bounded.
+/// All signals are emitted on the thread that this object lives on, in the order in which things happened on
+/// the link. When the owner does not keep up, reading pauses, so that memory stays bounded.
 class CConnectionThread : public QThread
 {
     Q_OBJECT
@@ -42,7 +45,8 @@ public:
     QString getHost() const;
     quint16 getPort() const noexcept;
 
-    /// Queues the message for sending; from the owner's thread. `priority` is kept for the interface and must be 0.
+    /// Queues the message for sending; from the owner's thread. `priority` is kept for the interface and must
+    /// be 0.
     void sendMessage(const XmlCommon::ptrCXmlMessage& message, int priority);
     /// Waits at most `timeoutMs` for the thread's end; true when it has ended (or never ran).
     bool waitForFinished(unsigned int timeoutMs);
@@ -50,7 +54,8 @@ public:
     /// To be set before start().
     void setLimits(const XmlCommon::MessageLimits& limits);
 
-    /// Ends every thread that still runs, each within a second. Called by itself when the application object dies.
+    /// Ends every thread that still runs, each within a second. Called by itself when the application object
+    /// dies.
     static void endAll();
 
 Q_SIGNALS:
@@ -70,5 +75,3 @@ private:
 };
 
 } // namespace XmlCommunication
-
-Q_DECLARE_METATYPE(QAbstractSocket::SocketError)

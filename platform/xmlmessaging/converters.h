@@ -43,8 +43,8 @@ private:
     bool m_compatible = false;
 };
 
-/// Converts the command that tells the server how this client wants request trees handled: with suppression the
-/// server leaves them out of its replies. Component "RequestTree".
+/// Converts the command that tells the server how this client wants request trees handled: with suppression
+/// the server leaves them out of its replies. Component "RequestTree".
 class CRequestTreeConverter
 {
 public:

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-#include <memory>
+#include <utility>
 
 namespace pugi {
 struct xml_node_struct;
@@ -51,8 +51,8 @@ private:
     QString m_name;
 };
 
-/// Read-only cursor on one element of a CDataTree. Cheap to copy; valid while the tree lives and is not changed.
-/// Every operation on a null cursor gives an empty result, so look-ups can be chained.
+/// Read-only cursor on one element of a CDataTree. Cheap to copy; valid while the tree lives and is not
+/// changed. Every operation on a null cursor gives an empty result, so look-ups can be chained.
 class CConstElement
 {
 public:
@@ -82,13 +82,16 @@ public:
 
 protected:
     friend class CDataTree;
+    friend class CElement;
     friend class MessageCodec;
     explicit CConstElement(pugi::xml_node_struct* node) noexcept : m_node(node) {}
     pugi::xml_node_struct* m_node = nullptr;
 };
 
-/// Cursor that may change its element. Texts may hold any character; those that XML cannot carry are replaced by
-/// U+FFFD.
+class CDataTree;
+
+/// Cursor that may change its element. Texts may hold any character; those that XML cannot carry are replaced
+/// by U+FFFD.
 class CElement : public CConstElement
 {
 public:
@@ -97,6 +100,8 @@ public:
     /// Appends a child element and returns it; `name` is an XML name in ASCII.
     CElement append(const char* name);
     CElement append(const char* name, const QString& text);
+    /// Appends a copy of a whole tree and returns its root; a null cursor for an empty tree.
+    CElement append(const CDataTree& tree);
     void setText(const QString& text);
     void setAttribute(const char* name, const QString& value);
     void setAttribute(const char* name, quint64 value);
@@ -122,16 +127,17 @@ public:
     bool isEmpty() const noexcept { return !m_data; }
     CTagname getRootTagname() const;
     CConstElement root() const noexcept;
-    /// The root for changing; detaches from other holders first, so earlier cursors must not be used any more.
+    /// The root for changing; detaches from other holders first, so earlier cursors must not be used any
+    /// more.
     CElement editRoot();
 
     /// UTF-8, no declaration, no added white space; empty for an empty tree.
     QByteArray toXml() const;
     /// toXml() with line breaks and two blanks per level, for people.
     QString toReadableXml() const;
-    /// Parses one element in UTF-8. On malformed text the result is empty and `error` (may be null) says what is
-    /// wrong and at which byte. Refused are also: invalid UTF-8, a document type, content behind the root element,
-    /// more than 64 levels.
+    /// Parses one element in UTF-8. On malformed text the result is empty and `error` (may be null) says what
+    /// is wrong and at which byte. Refused are also: invalid UTF-8, a document type, content behind the root
+    /// element, more than 64 levels.
     static CDataTree fromXml(const QByteArray& xml, QString* error = nullptr);
 
     bool operator==(const CDataTree& other) const;

@@ -9,7 +9,8 @@ namespace XmlCommon {
 /// A server's report of a failure: a number whose text stands in the fault reference, the time, further texts
 /// ("addenda") and the fault that caused it.
 ///
-///     <Fault id="1203" timestamp="1700000000000"><Addendum>Tuner 7</Addendum><Fault id="17" timestamp="…"/></Fault>
+///     <Fault id="1203" timestamp="1700000000000"><Addendum>Tuner 7</Addendum><Fault id="17"
+///     timestamp="…"/></Fault>
 class CFaultTree
 {
 public:

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <string>
+
 namespace XmlCommunication {
 
 /// Appends `payload` as one message in the chunked framing of RFC 6242, section 4.2:
@@ -28,15 +30,18 @@ public:
     void reset();
 
 private:
-    bool parse(QByteArray& message);
-    void fail(const QString& what);
+    bool takeHeader();
+    bool takeChunk();
+    bool startChunk(quint64 size);
+    void fail(const char* what, quint64 position, const char* expected);
 
     int m_maxMessageBytes;
-    QByteArray m_buffer;  ///< unparsed bytes from m_pos on
-    int m_pos = 0;
-    quint64 m_consumed = 0; ///< stream offset of m_buffer's first byte
-    QByteArray m_message; ///< chunks of the message being read
-    qint64 m_chunkLeft = 0;
+    std::string m_buffer;    ///< received bytes; those from m_pos on are not parsed yet
+    std::size_t m_pos = 0;   ///< never behind m_buffer's end
+    quint64 m_consumed = 0;  ///< stream offset of m_buffer's first byte
+    QByteArray m_message;    ///< chunks of the message being read
+    quint64 m_chunkLeft = 0; ///< bytes that the chunk being read still lacks
+    bool m_complete = false; ///< m_message awaits next()
     QString m_error;
 };
 

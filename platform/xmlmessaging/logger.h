@@ -12,6 +12,8 @@ class CConnectionThread;
 
 namespace logger {
 
+class LinkLog;
+
 /// How much of a link's traffic is written.
 enum eLogMode : int {
     eLogOff = 0,
@@ -20,10 +22,9 @@ enum eLogMode : int {
 };
 
 /// Writes the traffic of registered links into "<directory>/<name>.log", readable for people.
-/// The directory is the configuration value "MessageLogger"/"Directory"; without one nothing is written. A file that
-/// would grow over "MessageLogger"/"MaxFileBytes" (default 10,000,000) is renamed to "<name>.log.1", replacing the
-/// one before.
-/// Thread-safe; writes happen on the links' threads.
+/// The directory is the configuration value "MessageLogger"/"Directory"; without one nothing is written. A
+/// file that would grow over "MessageLogger"/"MaxFileBytes" (default 10,000,000) is renamed to
+/// "<name>.log.1", replacing the one before. Thread-safe; writes happen on the links' threads.
 class Logger
 {
 public:
@@ -46,6 +47,8 @@ private:
     Logger();
     ~Logger();
     friend class XmlCommunication::CConnectionThread;
+    std::shared_ptr<LinkLog> logOf(CConnectionThread* thread) const;
+
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -29,13 +29,17 @@ class MessageCodec
 public:
     /// Appends the message's UTF-8 text to `out`.
     static void encode(const CXmlMessage& message, QByteArray& out);
-    /// Builds a message from its UTF-8 text, which is parsed in place and then belongs to the message's trees.
-    /// Null on malformed input; `error` then says what is wrong, where (byte offset) and what was expected. Refused:
-    /// text that is not well-formed UTF-8 XML, a document type declaration, content behind the root, elements nested
-    /// deeper than the limit, an unknown structure, numbers out of range.
-    static ptrCXmlMessage decode(QByteArray text, QString& error, const MessageLimits& limits = MessageLimits());
+    /// Builds a message from its UTF-8 text, which is parsed in place and then belongs to the message's
+    /// trees. Null on malformed input; `error` then says what is wrong, where (byte offset) and what was
+    /// expected. Refused: text that is not well-formed UTF-8 XML, a document type declaration, content behind
+    /// the root, elements nested deeper than the limit, an unknown structure, numbers out of range.
+    static ptrCXmlMessage decode(QByteArray text, QString& error,
+                                 const MessageLimits& limits = MessageLimits());
     /// The message as indented text for people.
     static QString toReadable(const CXmlMessage& message);
+
+private:
+    class Decoder;
 };
 
 } // namespace XmlCommon

@@ -68,6 +68,7 @@ public:
 
     /// Port 0 lets the system pick one. False on failure, see errorString().
     bool listen(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
+    /// Stops listening; links that are open stay.
     void close();
     bool isListening() const;
     quint16 port() const;
@@ -87,8 +88,8 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/// The reply to `request`: service type two above, same ID, one fragment per request fragment with its component
-/// name and, unless `suppressRequestTrees`, its request tree.
+/// The reply to `request`: service type two above, same ID, one fragment per request fragment with its
+/// component name and, unless `suppressRequestTrees`, its request tree.
 XmlCommon::CXmlMessage makeReply(const XmlCommon::CXmlMessage& request, bool suppressRequestTrees);
 
 } // namespace XmlCommunication

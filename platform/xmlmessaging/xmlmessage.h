@@ -54,7 +54,8 @@ private:
 };
 
 /// One message of the XML protocol. Reference-counted through ptrCXmlMessage.
-/// A message object belongs to one thread at a time; a copy shares its trees' content and may go to another thread.
+/// A message object belongs to one thread at a time; a copy shares its trees' content and may go to another
+/// thread.
 class CXmlMessage : public QSharedData
 {
 public:
@@ -91,14 +92,17 @@ public:
     int getNumberOfFragments() const noexcept { return static_cast<int>(m_fragments.size()); }
     /// Throws std::out_of_range for an index that does not exist.
     CMsgFragment& getFragment(int index) { return m_fragments.at(static_cast<std::size_t>(index)); }
-    const CMsgFragment& getFragment(int index) const { return m_fragments.at(static_cast<std::size_t>(index)); }
+    const CMsgFragment& getFragment(int index) const
+    {
+        return m_fragments.at(static_cast<std::size_t>(index));
+    }
     /// Inserts before `index`; -1 or any other index outside the list appends.
     void addFragment(const CMsgFragment& fragment, int index = -1);
     void clearFragments() { m_fragments.clear(); }
 
-    /// Makes this message, which is a request, its own reply: service type, and per fragment the data and fault
-    /// trees of `reply`; the request trees stay, so that clearing data and faults restores the request. Fragments
-    /// that only the reply has are appended.
+    /// Makes this message, which is a request, its own reply: service type, and per fragment the data and
+    /// fault trees of `reply`; the request trees stay, so that clearing data and faults restores the request.
+    /// Fragments that only the reply has are appended.
     void fillWithReply(const CXmlMessage& reply);
 
 private:

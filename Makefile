@@ -1,0 +1,71 @@
+# The one way in: every target below works on a fresh Debian 12 machine and drives the presets of CMakePresets.json.
+# Variables: JOBS=<n> limits parallel compilers, PREFIX= and DESTDIR= say where to install,
+# KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest or to the benchmarks.
+
+PREFIX ?= /usr/local
+DESTDIR ?=
+JOBS ?=
+ARGS ?=
+
+build = cmake --build --preset $(1) $(if $(JOBS),--parallel $(JOBS))
+sources = git ls-files '*.h' '*.cpp'
+# Sanitizers map fixed address ranges, which some kernels' address randomisation leaves no room for.
+fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
+
+.DEFAULT_GOAL := help
+.NOTPARALLEL:
+.PHONY: help demo test test-asan test-tsan bench lint format doc install clean
+
+help: ## list these targets
+	@echo 'make <target>, where <target> is one of'
+	@sed -n 's/^\([a-z-]*\):.*## /  \1\t/p' Makefile | expand -t 14
+
+demo: packages-build build/dev/build.ninja ## build and run the main job against a simulated server
+	@$(call build,dev) --target kolta
+	@build/dev/bin/kolta demo
+
+test: packages-build+test build/dev/build.ninja ## build everything and run all tests
+	@$(call build,dev)
+	@ctest --preset dev $(ARGS)
+
+test-asan: packages-build+test build/asan/build.ninja ## the tests under AddressSanitizer and UBSan
+	@$(call build,asan)
+	@$(fixed_addresses) ctest --preset asan $(ARGS)
+
+test-tsan: packages-build+test build/tsan/build.ninja ## the messaging tests under ThreadSanitizer
+	@$(call build,tsan)
+	@$(fixed_addresses) ctest --preset tsan $(ARGS)
+
+bench: packages-build+bench build/bench/build.ninja ## build and run the benchmarks
+	@$(call build,bench)
+	@tools/run-benchmarks build/bench/benchmarks $(ARGS)
+
+lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes and the floors
+	@$(sources) | xargs -d '\n' clang-format --dry-run -Werror
+	@tools/check-sources
+	@$(call build,dev)
+	@tools/run-clang-tidy build/dev $(or $(JOBS),2)
+
+format: packages-format ## lay out all sources
+	@$(sources) | xargs -d '\n' clang-format -i
+
+doc: packages-doc ## make the reference manual, build/doc/html/index.html
+	@mkdir -p build/doc
+	@doxygen Doxyfile
+	@echo 'The manual begins at build/doc/html/index.html'
+
+install: packages-build ## build for release and install below PREFIX (and DESTDIR)
+	@cmake --preset release -DCMAKE_INSTALL_PREFIX='$(PREFIX)'
+	@$(call build,release)
+	@DESTDIR='$(DESTDIR)' cmake --install build/release
+
+clean: ## remove everything that was built
+	@rm -rf build
+
+packages-%:
+	@tools/need-packages $(subst +, ,$*)
+
+# Ninja runs CMake again by itself when a CMakeLists.txt changes; presets it does not know.
+build/%/build.ninja: CMakePresets.json | packages-build
+	@cmake --preset $*
+	@touch $@

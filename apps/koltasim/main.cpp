@@ -1,0 +1,79 @@
+#include "options.h"
+#include "terminationsignals.h"
+
+#include <simulation/activity.h>
+#include <simulation/installation.h>
+#include <simulation/simulatedserver.h>
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int exitFailed = 1;
+constexpr int exitWrongUsage = 2;
+
+void print(std::FILE* stream, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+int fail(int exitCode, const QString& text)
+{
+    print(stderr, QStringLiteral("koltasim: %1\n").arg(text));
+    return exitCode;
+}
+
+int runServer(const Options& options)
+{
+    using namespace KoltaSimulation;
+    Installation installation;
+    QString error;
+    if (!installation.load(options.installation, error))
+        return fail(exitFailed, error);
+
+    SimulatedServer server(installation);
+    server.setSeed(options.seed);
+    for (const MisbehaviourRule& rule : options.misbehaviour)
+        server.addMisbehaviour(rule);
+    if (!server.listen(options.address, options.port)) {
+        return fail(
+            exitFailed,
+            QStringLiteral("cannot listen on %1: %2").arg(server.hostAndPort(), server.errorString()));
+    }
+    server.publish();
+
+    Activity activity(server, options.seed);
+    if (options.activity)
+        activity.start(options.period);
+
+    TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
+    print(stdout, QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort()));
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("koltasim"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KOLTA_VERSION));
+
+    Options options;
+    QString message;
+    switch (parseCommandLine(QCoreApplication::arguments(), options, message)) {
+    case ParseResult::Show:
+        print(stdout, message);
+        return 0;
+    case ParseResult::Wrong:
+        return fail(exitWrongUsage, QStringLiteral("%1\nTry koltasim --help.").arg(message));
+    case ParseResult::Run:
+        break;
+    }
+    return runServer(options);
+}

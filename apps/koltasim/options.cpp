@@ -1,0 +1,107 @@
+#include "options.h"
+
+#include <simulation/installation.h>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+namespace {
+
+bool readMisbehaviour(const QStringList& texts, Options& options, QString& message)
+{
+    for (const QString& text : texts) {
+        KoltaSimulation::MisbehaviourRule rule;
+        if (!KoltaSimulation::MisbehaviourRule::fromText(text, rule, message)) {
+            message.prepend(QStringLiteral("--misbehave: "));
+            return false;
+        }
+        options.misbehaviour.append(rule);
+    }
+    return true;
+}
+
+} // namespace
+
+bool parseAddress(const QString& text, QHostAddress& address, quint16& port)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon < 0)
+        return false;
+    QString host = text.left(colon);
+    if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']')))
+        host = host.mid(1, host.size() - 2);
+    QHostAddress readAddress;
+    bool ok = false;
+    const quint16 readPort = text.mid(colon + 1).toUShort(&ok);
+    if (!ok || !readAddress.setAddress(host))
+        return false;
+    address = readAddress;
+    port = readPort;
+    return true;
+}
+
+ParseResult parseCommandLine(const QStringList& arguments, Options& options, QString& message)
+{
+    const QCommandLineOption installation(
+        QStringLiteral("installation"), QStringLiteral("Folder with the installation's files."),
+        QStringLiteral("DIR"), KoltaSimulation::Installation::sampleFolder());
+    const QCommandLineOption listen(QStringLiteral("listen"),
+                                    QStringLiteral("Where to listen; port 0 lets the system pick one."),
+                                    QStringLiteral("ADDRESS:PORT"), QStringLiteral("127.0.0.1:0"));
+    const QCommandLineOption misbehave(
+        QStringLiteral("misbehave"),
+        QStringLiteral(
+            "Do something wrong; may be given several times. KIND is one of %1. After KIND[=ARG] may follow "
+            ",component=NAME ,after=N ,times=N ,chance=0…1.")
+            .arg(KoltaSimulation::misbehaviourNames().join(QStringLiteral(", "))),
+        QStringLiteral("KIND[=ARG]"));
+    const QCommandLineOption seed(QStringLiteral("seed"),
+                                  QStringLiteral("Seed of all that happens by chance."), QStringLiteral("N"),
+                                  QStringLiteral("1"));
+    const QCommandLineOption activity(
+        QStringLiteral("activity"), QStringLiteral("Tuners become busy and free, and subscribers are told."));
+    const QCommandLineOption period(QStringLiteral("period"),
+                                    QStringLiteral("Time between two activities in milliseconds."),
+                                    QStringLiteral("MS"), QStringLiteral("500"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Simulates one server of an installation until it is interrupted."));
+    parser.addOptions({installation, listen, misbehave, seed, activity, period});
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+
+    if (!parser.parse(arguments)) {
+        message = parser.errorText();
+        return ParseResult::Wrong;
+    }
+    if (parser.isSet(help) || parser.isSet(version)) {
+        message = parser.isSet(help) ? parser.helpText()
+                                     : QCoreApplication::applicationName() + QLatin1Char(' ') +
+                                           QCoreApplication::applicationVersion() + QLatin1Char('\n');
+        return ParseResult::Show;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        message =
+            QStringLiteral("found \"%1\", expected options only").arg(parser.positionalArguments().first());
+        return ParseResult::Wrong;
+    }
+    options.installation = parser.value(installation);
+    options.activity = parser.isSet(activity);
+    if (!parseAddress(parser.value(listen), options.address, options.port)) {
+        message =
+            QStringLiteral("--listen: found \"%1\", expected ADDRESS:PORT like 127.0.0.1:4000 or ::1:4000")
+                .arg(parser.value(listen));
+        return ParseResult::Wrong;
+    }
+    bool seedOk = false;
+    bool periodOk = false;
+    options.seed = parser.value(seed).toUInt(&seedOk);
+    options.period = parser.value(period).toInt(&periodOk);
+    if (!seedOk || !periodOk || options.period < 1) {
+        message = seedOk ? QStringLiteral("--period: expected a number of milliseconds, at least 1")
+                         : QStringLiteral("--seed: expected a number");
+        return ParseResult::Wrong;
+    }
+    return readMisbehaviour(parser.values(misbehave), options, message) ? ParseResult::Run
+                                                                        : ParseResult::Wrong;
+}

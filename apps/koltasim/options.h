@@ -1,0 +1,32 @@
+#pragma once
+
+#include <simulation/misbehaviour.h>
+
+#include <QHostAddress>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+/// What the command line asks for.
+struct Options
+{
+    QString installation; ///< folder
+    QHostAddress address = QHostAddress(QHostAddress::LocalHost);
+    quint16 port = 0; ///< 0 lets the system pick one
+    QVector<KoltaSimulation::MisbehaviourRule> misbehaviour;
+    quint32 seed = 1;
+    bool activity = false;
+    int period = 500; ///< milliseconds from one activity to the next
+};
+
+/// What became of the command line.
+enum class ParseResult {
+    Run,  ///< the options are filled
+    Show, ///< `message` is to be shown: the help or the version
+    Wrong ///< `message` says what is wrong
+};
+
+ParseResult parseCommandLine(const QStringList& arguments, Options& options, QString& message);
+
+/// Reads "ADDRESS:PORT", split at the last colon, with or without brackets around the address.
+bool parseAddress(const QString& text, QHostAddress& address, quint16& port);

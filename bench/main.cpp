@@ -1,0 +1,72 @@
+#include "ratioreporter.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <cstring>
+#include <sched.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+enum ExitCode { ePassed = 0, eMissed = 1, eWrongUsage = 2 };
+
+constexpr char ratiosOption[] = "--ratios=";
+
+bool beginsWith(const char* text, const char* beginning)
+{
+    return std::strncmp(text, beginning, std::strlen(beginning)) == 0;
+}
+
+// Across CPUs a wake-up costs three times as much or not, as the scheduler pleases, and a round trip has four
+// of them: figures become bimodal. Threads inherit the pinning, so it comes before the first one.
+void pinToThisCpu()
+{
+    cpu_set_t cpus;
+    CPU_ZERO(&cpus);
+    CPU_SET(static_cast<unsigned>(sched_getcpu()), &cpus);
+    if (sched_setaffinity(0, sizeof cpus, &cpus) != 0)
+        std::perror("The process cannot be pinned to one CPU; round trips will scatter");
+}
+
+} // namespace
+
+// [--ratios=FILE] and Google Benchmark's own options: --benchmark_filter=REGEX, --benchmark_list_tests,
+// --benchmark_repetitions=N, --benchmark_out=FILE, ...
+int main(int argc, char** argv)
+{
+    pinToThisCpu();
+    QCoreApplication application(argc, argv);
+
+    std::string ratiosFile;
+    bool whole = true;
+    char repetitions[] = "--benchmark_repetitions=7";
+    std::vector<char*> arguments{argv[0], repetitions};
+    for (int i = 1; i < argc; ++i) {
+        if (beginsWith(argv[i], ratiosOption)) {
+            ratiosFile = argv[i] + std::strlen(ratiosOption);
+            continue;
+        }
+        whole =
+            whole && !beginsWith(argv[i], "--benchmark_filter") && !beginsWith(argv[i], "--benchmark_list");
+        arguments.push_back(argv[i]);
+    }
+    // Part of the figures must not replace the file of a whole run.
+    if (ratiosFile.empty() && whole)
+        ratiosFile = KOLTA_BENCH_RATIOS;
+
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
+        return eWrongUsage;
+
+    Bench::RatioReporter reporter;
+    if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0)
+        return eWrongUsage;
+    if (!ratiosFile.empty() && !reporter.writeRatios(ratiosFile)) {
+        std::fprintf(stderr, "%s cannot be written.\n", ratiosFile.c_str());
+        return eWrongUsage;
+    }
+    return reporter.allPassed() ? ePassed : eMissed;
+}

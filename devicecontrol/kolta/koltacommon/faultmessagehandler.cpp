@@ -1,0 +1,282 @@
+#include <koltacommon/faultmessagehandler.h>
+
+#include <startup/cfgcenter.h>
+#include <startup/errorhandler.h>
+#include <xmlmessaging/converters.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+using XmlCommon::CFaultTree;
+
+namespace Kolta {
+
+namespace {
+
+/// A longer line is none of a fault reference; it is skipped without being kept in memory.
+constexpr int maxLineBytes = 16 * 1024;
+/// What lies beyond is not read: far more than any fault reference, far less than a machine's memory.
+constexpr qint64 maxFileBytes = 64 * 1024 * 1024;
+/// Number of skipped lines that a trace line names.
+constexpr int namedLines = 5;
+
+/// Numbers of the trace points. Support tools match on them.
+enum eTracePoint : int {
+    eUnknownFaultID = 160,
+    eErroneousAddendum = 176,
+    eInvalidFault = 190,
+    eSkippedLines = 240,
+    eFileTooLong = 244
+};
+
+void trace(eTracePoint point, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/faultmessagehandler"), point, text);
+}
+
+QString configGroup()
+{
+    return QStringLiteral("VeskConfiguration");
+}
+
+QString configKey()
+{
+    return QStringLiteral("FaultReferenceFile");
+}
+
+QString configuredPath()
+{
+    return Startup::CfgCenter::Instance().Text(configGroup(), configKey());
+}
+
+/// Collects the numbers of skipped lines for one trace line.
+class SkippedLines
+{
+public:
+    void add(int line)
+    {
+        if (++m_count <= namedLines)
+            m_first.append(QString::number(line));
+    }
+    void report(const QString& path) const
+    {
+        if (m_count == 0)
+            return;
+        const QString more = m_count > namedLines ? QStringLiteral(", ...") : QString();
+        const QString lines = m_first.join(QStringLiteral(", ")) + more;
+        trace(eSkippedLines, QStringLiteral("Warning: %1: skipped %2 lines that are not \"<ID>|<text>\": %3")
+                                 .arg(path, QString::number(m_count), lines));
+    }
+
+private:
+    int m_count = 0;
+    QStringList m_first;
+};
+
+enum class LineKind { Entry, Empty, Broken };
+
+LineKind parseLine(const QByteArray& bytes, unsigned int& id, QString& text)
+{
+    int length = bytes.size();
+    while (length > 0 && (bytes.at(length - 1) == '\n' || bytes.at(length - 1) == '\r'))
+        --length;
+    if (length == 0)
+        return LineKind::Empty;
+    const QStringList parts = QString::fromUtf8(bytes.constData(), length).split(QLatin1Char('|'));
+    if (parts.size() < 2)
+        return LineKind::Broken;
+    bool isNumber = false;
+    id = parts.at(0).toUInt(&isNumber, 10);
+    text = parts.at(1);
+    return isNumber ? LineKind::Entry : LineKind::Broken;
+}
+
+/// Reads the rest of a line that is longer than the limit.
+void skipRestOfLine(QFile& file, QByteArray& bytes)
+{
+    while (!bytes.isEmpty() && !bytes.endsWith('\n') && file.pos() < maxFileBytes)
+        bytes = file.readLine(maxLineBytes);
+}
+
+QHash<unsigned int, QString> readReference(QFile& file)
+{
+    QHash<unsigned int, QString> table;
+    SkippedLines skipped;
+    for (int number = 1; !file.atEnd(); ++number) {
+        if (file.pos() >= maxFileBytes) {
+            trace(eFileTooLong, QStringLiteral("Warning: %1: read no further than %2 bytes")
+                                    .arg(file.fileName(), QString::number(maxFileBytes)));
+            break;
+        }
+        QByteArray bytes = file.readLine(maxLineBytes);
+        if (bytes.isEmpty())
+            break;
+        if (!bytes.endsWith('\n') && !file.atEnd()) {
+            skipped.add(number);
+            skipRestOfLine(file, bytes);
+            continue;
+        }
+        unsigned int id = 0;
+        QString text;
+        const LineKind kind = parseLine(bytes, id, text);
+        if (kind == LineKind::Entry)
+            table.insert(id, text);
+        else if (kind == LineKind::Broken)
+            skipped.add(number);
+    }
+    skipped.report(file.fileName());
+    return table;
+}
+
+/// One line of the file; a text's line breaks would end it early.
+QByteArray toLine(const ResourceConverter::FaultDescription& fault)
+{
+    QString text = fault.text;
+    text.replace(QLatin1String("\r\n"), QLatin1String(" "));
+    for (const int lineBreak : {0x0A, 0x0B, 0x0C, 0x0D, 0x85, 0x2028, 0x2029})
+        text.replace(QChar(lineBreak), QLatin1Char(' '));
+    const QString line = QStringLiteral("%1|").arg(fault.id) + text + QLatin1Char('\n');
+    return line.toUtf8();
+}
+
+} // namespace
+
+Fault::Fault(const CFaultTree& tree, const QHash<unsigned int, QString>& descriptions)
+{
+    read(tree, descriptions);
+    Fault* last = this;
+    CFaultTree current = tree;
+    // A loop, so that a server cannot choose how deep the stack gets.
+    while (current.hasCausationDataTree()) {
+        current = CFaultTree(current.getCausationDataTree());
+        last->cause = std::make_shared<Fault>();
+        last = last->cause.get();
+        last->read(current, descriptions);
+    }
+}
+
+Fault::~Fault()
+{
+    // Takes the chain apart from its front, so that destroying a long one does not recurse.
+    std::shared_ptr<Fault> next = std::move(cause);
+    while (next && next.use_count() == 1) {
+        std::shared_ptr<Fault> following = std::move(next->cause);
+        next = std::move(following);
+    }
+}
+
+void Fault::read(const CFaultTree& tree, const QHash<unsigned int, QString>& descriptions)
+{
+    const bool hasID = tree.isValid() && tree.getFaultID(faultID);
+    if (hasID) {
+        const auto description = descriptions.constFind(faultID);
+        if (description != descriptions.constEnd()) {
+            plainMsg = *description;
+        } else {
+            trace(eUnknownFaultID, QStringLiteral("Error: Unknown fault ID %1").arg(faultID));
+            plainMsg = tr("<No description because of unknown Fault ID: %1>").arg(faultID);
+        }
+    }
+    timestamp = tree.getTimestamp();
+    const int addenda = tree.getNumberOfAddenda();
+    for (int i = 0; i < addenda; ++i) {
+        QString addendum;
+        if (tree.getAddendum(i, addendum))
+            plainAddenda.append(addendum);
+        else
+            trace(eErroneousAddendum, QStringLiteral("Error: Erroneous addenda in fault."));
+    }
+    if (!hasID) {
+        faultID = 0;
+        trace(eInvalidFault, QStringLiteral("Error: NULL Fault or Fault without ID provided."));
+        plainMsg = tr("<Invalid fault description received>");
+    }
+}
+
+QString Fault::toString(bool withAddenda, bool withCauses) const
+{
+    QStringList pieces;
+    for (const Fault* fault = this; fault; fault = fault->cause.get()) {
+        QString text = fault->plainMsg;
+        if (withAddenda && !fault->plainAddenda.isEmpty())
+            text += QStringLiteral(" (") + fault->plainAddenda.join(QStringLiteral(", ")) + QLatin1Char(')');
+        pieces.append(text);
+        if (!withCauses || !fault->cause)
+            break;
+        pieces.append(tr("Caused by:"));
+    }
+    return pieces.join(QStringLiteral("; "));
+}
+
+FaultMessageHandler::FaultMessageHandler(QObject* parent) : QObject(parent) {}
+
+FaultMessageHandler::~FaultMessageHandler() = default;
+
+bool FaultMessageHandler::Init(const QString& name)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_initialised)
+        return true;
+    const QString path = configuredPath();
+    if (path.isEmpty() || !load(path))
+        return false;
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceInfo, QStringLiteral("devicecontrol/kolta/koltacommon/faultmessagehandler"), 0,
+        QStringLiteral("%1: %2 fault texts for %3").arg(path, QString::number(m_descriptions.size()), name));
+    return true;
+}
+
+QString FaultMessageHandler::ConvertFaultMessage(const CFaultTree& tree) const
+{
+    QHash<unsigned int, QString> descriptions;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        descriptions = m_descriptions;
+    }
+    return Fault(tree, descriptions).toString(true, true);
+}
+
+void FaultMessageHandler::sl_QueryFaultReference(ResourceConverter::CQueryFaultReference* query)
+{
+    if (!query)
+        return;
+    QString path;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_initialised)
+            return;
+        path = configuredPath();
+        if (path.isEmpty())
+            path =
+                Startup::AdministratorConfiguration::Instance().TavikDataDir() + QStringLiteral("/Vesk.sfr");
+        // Written aside and renamed: another process may be reading the file.
+        QSaveFile file(path);
+        if (!file.open(QIODevice::WriteOnly))
+            return;
+        const QVector<ResourceConverter::FaultDescription> faults = query->getFaults();
+        for (const ResourceConverter::FaultDescription& fault : faults)
+            file.write(toLine(fault));
+        if (!file.commit())
+            return;
+        // Read back, so that this process shows the very texts that later ones will.
+        load(path);
+    }
+    Q_EMIT si_faultReferenceFile(path);
+    Startup::CfgCenter::Instance().SetValue(configGroup(), configKey(), path);
+}
+
+bool FaultMessageHandler::load(const QString& path)
+{
+    // Only regular files: a pipe or a device may never end.
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return false;
+    m_descriptions = readReference(file);
+    m_path = path;
+    m_initialised = !m_descriptions.isEmpty();
+    return m_initialised;
+}
+
+} // namespace Kolta

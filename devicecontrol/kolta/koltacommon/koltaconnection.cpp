@@ -1,0 +1,485 @@
+#include <koltacommon/koltaconnection.h>
+
+#include <koltacommon/eventfilterall.h>
+#include <koltacommon/faultmessagehandler.h>
+#include <koltacommon/faultreferencerequest.h>
+#include <koltacommon/koltaconnectionsviewer.h>
+
+#include <startup/errorhandler.h>
+#include <xmlmessaging/connectionthread.h>
+#include <xmlmessaging/converters.h>
+#include <xmlmessaging/logger.h>
+
+#include <QPointer>
+
+#include <exception>
+#include <mutex>
+
+using XmlCommon::CXmlMessage;
+using XmlCommon::ptrCXmlMessage;
+using XmlCommunication::CConnectionThread;
+
+namespace Kolta {
+
+std::shared_ptr<FaultMessageHandler> KoltaConnection::m_pFaultMessageHandler;
+
+namespace {
+
+/// Given to messages that say nothing of it, in the messaging library's unit.
+constexpr quint32 defaultAvailableTime = 6000000;
+/// Every multiple of this queue length is worth a warning.
+constexpr int queueWarningStep = 1000;
+
+/// Numbers of the trace points. Support tools match on them.
+enum eTracePoint : int {
+    eQueueLength = 288,
+    eExecuteException = 300,
+    eExecuteUnknownException = 304,
+    eDispatchException = 340,
+    eProcessReplyException = 390,
+    eSendException = 444
+};
+
+void trace(eTracePoint point, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/koltaconnection"), point, text);
+}
+
+/// Lets go of a thread object without waiting: it deletes itself once the thread has ended.
+void retire(CConnectionThread* thread)
+{
+    thread->exit(0);
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    QObject::connect(thread, &CConnectionThread::terminated, thread, &QObject::deleteLater);
+    // Asked after connecting, so that a thread that ends meanwhile is not missed.
+    if (!thread->isRunning())
+        thread->deleteLater();
+}
+
+bool isReply(CXmlMessage::eSERVICE_TYPES kind)
+{
+    return kind == CXmlMessage::eSERVICE_QUERY_REPLY || kind == CXmlMessage::eSERVICE_COMMAND_REPLY;
+}
+
+QHostAddress hostOf(const QString& hostAndPort)
+{
+    const int colon = hostAndPort.lastIndexOf(QLatin1Char(':'));
+    return colon < 0 ? QHostAddress() : QHostAddress(hostAndPort.left(colon));
+}
+
+quint16 portOf(const QString& hostAndPort)
+{
+    const int colon = hostAndPort.lastIndexOf(QLatin1Char(':'));
+    return colon < 0 ? quint16(0) : hostAndPort.mid(colon + 1).toUShort(nullptr, 10);
+}
+
+} // namespace
+
+KoltaConnection::KoltaConnection(const QString& connectionName, const QString& version,
+                                 const QString& hostAndPort, bool debugLog)
+    : KoltaConnection(connectionName, version, hostOf(hostAndPort), portOf(hostAndPort), debugLog)
+{
+}
+
+KoltaConnection::KoltaConnection(const QString& connectionName, const QString& version,
+                                 const QHostAddress& address, quint16 port, bool debugLog)
+    : name(connectionName), interfaceVersion(version), peerAddress(address), peerPort(port), debug(debugLog)
+{
+    const QString host = peerAddress.toString();
+    const QString portText = QString::number(peerPort);
+    info = QStringLiteral("KoltaConnection(%1,%2,%3)").arg(name, host, portText);
+    logName = QStringLiteral("%1_%2_port%3").arg(name, host, portText);
+
+    static const int messageType = qRegisterMetaType<XmlCommon::ptrCXmlMessage>("XmlCommon::ptrCXmlMessage");
+    static const int requestType = qRegisterMetaType<Kolta::ptrKoltaRequest>("Kolta::ptrKoltaRequest");
+    Q_UNUSED(messageType)
+    Q_UNUSED(requestType)
+
+    eventFilterRequests.append(ptrKoltaRequest(new EventFilterAll));
+}
+
+KoltaConnection::~KoltaConnection()
+{
+    if (thread) {
+        thread->disconnect(this);
+        exitThread();
+        thread.reset();
+    }
+    // Requests may run code when they are released; by then the lists are no longer the connection's.
+    QList<ptrKoltaRequest> released;
+    released.swap(queue);
+    QList<ptrKoltaRequest> releasedFilters;
+    releasedFilters.swap(eventFilterRequests);
+}
+
+void KoltaConnection::open()
+{
+    if (thread)
+        return;
+    reconnectState = 0;
+    const QPointer<KoltaConnection> guard(this);
+    const std::shared_ptr<CConnectionThread> link(new CConnectionThread(peerAddress.toString(), peerPort),
+                                                  &retire);
+    thread = link;
+    connectThread();
+    const bool fullLog = debug;
+    const QString log = logName;
+    KoltaConnectionsViewer::Instance().registerConnection(link.get(), QString());
+    // Somebody who watches the registry may have deleted this connection.
+    if (!guard || thread != link)
+        return;
+    XmlCommunication::logger::Logger::instance().registerConnection(
+        link.get(), fullLog ? XmlCommunication::logger::eLogFull : XmlCommunication::logger::eLogShort, log);
+    link->start(QThread::InheritPriority);
+}
+
+void KoltaConnection::connectThread()
+{
+    CConnectionThread* const link = thread.get();
+    connect(link, &CConnectionThread::SignalNewJob, this, &KoltaConnection::SlotDispatch);
+    connect(link, &CConnectionThread::SignalSocketError, this, &KoltaConnection::SlotSocketError);
+    connect(link, &CConnectionThread::SignalSocketStateChanged, this,
+            &KoltaConnection::SlotSocketStateChanged);
+    connect(link, &QThread::finished, this, &KoltaConnection::SlotConnectionClosed,
+            static_cast<Qt::ConnectionType>(Qt::AutoConnection | Qt::UniqueConnection));
+}
+
+void KoltaConnection::close(bool discardQueue)
+{
+    if (!thread)
+        return;
+    closing = true;
+    reconnectState = 0;
+    QList<ptrKoltaRequest> released;
+    if (discardQueue)
+        released.swap(queue);
+    if (queue.isEmpty())
+        exitThread();
+}
+
+bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPending)
+{
+    if (!thread)
+        return true;
+    const QPointer<KoltaConnection> guard(this);
+    const auto link = thread;
+    if (sendPending) {
+        const QList<ptrKoltaRequest> pending = queue;
+        for (const ptrKoltaRequest& request : pending) {
+            try {
+                const ptrCXmlMessage message = request->getMessage();
+                if (guard && message && thread == link)
+                    transmit(message);
+            } catch (...) {
+                trace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
+            }
+            if (!guard)
+                return true;
+        }
+    }
+    QList<ptrKoltaRequest> released;
+    released.swap(queue);
+    closing = true;
+    reconnectState = 0;
+    exitThread();
+    return link->waitForFinished(timeout);
+}
+
+void KoltaConnection::executeRequest(Kolta::ptrKoltaRequest request)
+{
+    try {
+        if (request)
+            enqueue(request);
+    } catch (const std::exception& exception) {
+        const QString reason = QString::fromLocal8Bit(exception.what());
+        trace(eExecuteException,
+              QStringLiteral("caught exception from KoltaRequest::executeRequest ") + reason);
+    } catch (...) {
+        trace(eExecuteUnknownException,
+              QStringLiteral("caught unknown exception from KoltaRequest::executeRequest"));
+    }
+}
+
+void KoltaConnection::executeRequest(KoltaRequest* request)
+{
+    executeRequest(ptrKoltaRequest(request));
+}
+
+void KoltaConnection::enqueue(const ptrKoltaRequest& request)
+{
+    const QPointer<KoltaConnection> guard(this);
+    const ptrCXmlMessage message = request->getMessage();
+    if (!guard || closing || !message || message->getNumberOfFragments() == 0)
+        return;
+    queue.append(request);
+    const int length = queue.size();
+    if (length % queueWarningStep == 0)
+        trace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
+                                .arg(QString::number(length), name));
+    sendNextRequest();
+}
+
+bool KoltaConnection::hasRequestsPending() const
+{
+    return queue.size() > 0;
+}
+
+bool KoltaConnection::isIdle() const
+{
+    return !closing && queue.isEmpty();
+}
+
+bool KoltaConnection::isOpen() const
+{
+    return thread != nullptr;
+}
+
+void KoltaConnection::setEventFilterRequests(const QList<Kolta::ptrKoltaRequest>& requests)
+{
+    eventFilterRequests = requests;
+}
+
+void KoltaConnection::DisableFilter()
+{
+    eventFilterRequests.clear();
+}
+
+void KoltaConnection::setLogDescription(const QString& description, bool appendAddress)
+{
+    logName = description.isEmpty() ? name : description;
+    // The placeholders are numbered as in the complete pattern on purpose; they are filled in order.
+    if (appendAddress)
+        logName += QStringLiteral("_%2_port%3").arg(peerAddress.toString(), QString::number(peerPort));
+}
+
+void KoltaConnection::initMessageHandler(QObject* receiver, const char* slot)
+{
+    const std::shared_ptr<FaultMessageHandler> handler = getStaticFaultMessageHandler();
+    const ptrKoltaRequest request(new FaultReferenceRequest(receiver, slot, name, handler));
+    if (handler->Init(name))
+        handleReply(request, ptrCXmlMessage(new CXmlMessage));
+    else
+        executeRequest(request);
+}
+
+std::shared_ptr<FaultMessageHandler> KoltaConnection::getStaticFaultMessageHandler()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { m_pFaultMessageHandler = std::make_shared<FaultMessageHandler>(); });
+    return m_pFaultMessageHandler;
+}
+
+void KoltaConnection::SlotSocketStateChanged(quint32 id, QAbstractSocket::SocketState state)
+{
+    if (state == QAbstractSocket::ConnectedState)
+        SlotConnected(id);
+}
+
+void KoltaConnection::SlotConnected(quint32 id)
+{
+    Q_UNUSED(id)
+    const QPointer<KoltaConnection> guard(this);
+    const auto keepThread = thread;
+    connected = true;
+    busy = false;
+
+    // Goes behind what is queued already, so that a request that a lost link left unanswered stays the head.
+    XmlCommunication::CRequestTreeConverter converter;
+    converter.setRequestTreeSuppression(false);
+    const ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_COMMAND));
+    message->setMessageID_byGenerator();
+    message->addFragment(converter.makeFragment(), -1);
+    executeRequest(new GeneralRequest(message));
+    if (!guard)
+        return;
+    sendNextRequest();
+    if (!guard)
+        return;
+    const QList<ptrKoltaRequest> filters = eventFilterRequests;
+    for (const ptrKoltaRequest& filter : filters) {
+        executeRequest(filter);
+        if (!guard)
+            return;
+    }
+    Q_EMIT ConnectionOpened();
+}
+
+void KoltaConnection::SlotConnectionClosed()
+{
+    connected = false;
+    if (thread) {
+        // Nothing that the ended link still has to say may reach the next one.
+        thread->disconnect(this);
+        thread.reset();
+    }
+    if (reconnectState == 2)
+        open();
+    else
+        Q_EMIT ConnectionClosed();
+}
+
+void KoltaConnection::SlotDispatch(ptrCXmlMessage message, GLOBAL_XML_TYPES::eMESSAGE_TYPES messageType)
+{
+    Q_UNUSED(messageType)
+    if (!message)
+        return;
+    const auto keepThread = thread;
+    try {
+        if (isReply(message->getServiceType()))
+            processReply(message);
+        else if (message->getServiceType() == CXmlMessage::eSERVICE_BROADCAST)
+            processBroadcast(message);
+    } catch (const std::exception& exception) {
+        const QString reason = QString::fromLocal8Bit(exception.what());
+        trace(eDispatchException,
+              QStringLiteral("caught exception from KoltaRequest::SlotDispatch ") + reason);
+    }
+}
+
+void KoltaConnection::SlotSocketError(quint32 id, QAbstractSocket::SocketError error)
+{
+    Q_UNUSED(id)
+    const QPointer<KoltaConnection> guard(this);
+    const auto link = thread;
+    Q_EMIT ConnectionError(getSocketError(error));
+    // A receiver may have run an event loop in which this link ended and another one took its place.
+    if (!guard || thread != link)
+        return;
+    if (reconnectState == 1) {
+        reconnectState = 2;
+        connected = false;
+        exitThread();
+        return;
+    }
+    if (!thread)
+        return;
+    closing = true;
+    reconnectState = 0;
+    QList<ptrKoltaRequest> released;
+    released.swap(queue);
+    exitThread();
+}
+
+void KoltaConnection::exitThread()
+{
+    if (thread)
+        thread->exit(0);
+}
+
+void KoltaConnection::transmit(const ptrCXmlMessage& message)
+{
+    // A request that was answered before holds that reply; it goes out as the request that it was.
+    if (isReply(message->getServiceType()))
+        clearMessageReply(message);
+    message->setMessageID_byGenerator();
+    if (message->getAvailableTime() == 0)
+        message->setAvailableTime(defaultAvailableTime);
+    thread->sendMessage(message, 0);
+}
+
+void KoltaConnection::sendNextRequest()
+{
+    const QPointer<KoltaConnection> guard(this);
+    while (!busy && connected && thread && !queue.isEmpty()) {
+        if (sendHead() || !guard)
+            return;
+    }
+    if (closing)
+        exitThread();
+}
+
+/// False when the head could not be sent. It would block the queue for ever and is therefore dropped.
+bool KoltaConnection::sendHead()
+{
+    const QPointer<KoltaConnection> guard(this);
+    const ptrKoltaRequest head = queue.first();
+    busy = true;
+    try {
+        const ptrCXmlMessage message = head->getMessage();
+        if (!guard)
+            return false;
+        if (message && thread) {
+            transmit(message);
+            return true;
+        }
+    } catch (...) {
+        trace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
+    }
+    if (!guard)
+        return false;
+    busy = false;
+    if (!queue.isEmpty() && queue.first() == head)
+        queue.removeFirst();
+    return false;
+}
+
+void KoltaConnection::processReply(const ptrCXmlMessage& reply)
+{
+    if (queue.isEmpty())
+        return;
+    const QPointer<KoltaConnection> guard(this);
+    const ptrKoltaRequest head = queue.first();
+    const ptrCXmlMessage message = head->getMessage();
+    if (!guard || !message || message->getMessageID() != reply->getMessageID())
+        return;
+    if (!connected) {
+        clearMessageReply(reply);
+        return;
+    }
+    if (queue.isEmpty() || queue.first() != head)
+        return;
+    queue.removeFirst();
+    reconnectState = 1;
+    busy = false;
+
+    const ptrKoltaRequest followUp = handleReply(head, reply);
+    if (!guard)
+        return;
+    if (followUp)
+        executeRequest(followUp);
+    if (guard)
+        sendNextRequest();
+}
+
+/// Returns the follow-up request. This may be gone afterwards.
+ptrKoltaRequest KoltaConnection::handleReply(const ptrKoltaRequest& request, const ptrCXmlMessage& reply)
+{
+    try {
+        if (request->handleFault() || !hasFault(reply))
+            return request->processReply(reply);
+        Q_EMIT Fault(getFaultText(reply));
+    } catch (const std::exception& exception) {
+        const QString reason = QString::fromLocal8Bit(exception.what());
+        trace(eProcessReplyException,
+              QStringLiteral("caught exception from KoltaRequest::processReply ") + reason);
+    } catch (...) {
+        trace(eProcessReplyException,
+              QStringLiteral("caught unknown exception from KoltaRequest::processReply"));
+    }
+    return ptrKoltaRequest();
+}
+
+void KoltaConnection::processBroadcast(const ptrCXmlMessage& message)
+{
+    const QPointer<KoltaConnection> guard(this);
+    if (hasFault(message))
+        Q_EMIT Fault(getFaultText(message));
+    if (guard)
+        Q_EMIT Broadcast(message);
+}
+
+void KoltaConnection::clearMessageReply(const ptrCXmlMessage& message)
+{
+    const CXmlMessage::eSERVICE_TYPES kind = message->getServiceType();
+    for (int i = 0; i < message->getNumberOfFragments(); ++i) {
+        message->getFragment(i).setDataTree(XmlCommon::CDataTree());
+        message->getFragment(i).setFaultTree(XmlCommon::CFaultTree());
+    }
+    if (kind == CXmlMessage::eSERVICE_QUERY_REPLY)
+        message->setServiceType(CXmlMessage::eSERVICE_QUERY);
+    else if (kind == CXmlMessage::eSERVICE_COMMAND_REPLY)
+        message->setServiceType(CXmlMessage::eSERVICE_COMMAND);
+}
+
+} // namespace Kolta

@@ -1,0 +1,422 @@
+#include "datatree.h"
+
+#include "treedata.h"
+#include "xmlcheck.h"
+
+#include <cstring>
+#include <limits>
+
+namespace XmlCommon {
+
+namespace detail {
+
+namespace {
+
+constexpr int kMaxDepth = 64;
+
+bool isText(pugi::xml_node node)
+{
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+/// What `c` must be written as; null when it stands for itself.
+const char* escapeOf(char c)
+{
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return "&quot;";
+    case '\t':
+        return "&#9;";
+    case '\n':
+        return "&#10;";
+    case '\r':
+        return "&#13;";
+    default:
+        return nullptr;
+    }
+}
+
+/// Appends UTF-8 text. Line feeds, tabs and quotes need escaping in attributes only.
+void appendEscaped(QByteArray& out, const char* text, bool inAttribute)
+{
+    const char* run = text;
+    for (; *text; ++text) {
+        if (static_cast<unsigned char>(*text) > '>')
+            continue;
+        const char* const escape = escapeOf(*text);
+        if (!escape || (!inAttribute && (*text == '\n' || *text == '\t' || *text == '"')))
+            continue;
+        out.append(run, static_cast<int>(text - run));
+        out.append(escape);
+        run = text + 1;
+    }
+    out.append(run, static_cast<int>(text - run));
+}
+
+/// Appends the start tag; true when an end tag must follow.
+bool appendStartTag(QByteArray& out, pugi::xml_node element)
+{
+    out.append('<').append(element.name());
+    for (pugi::xml_attribute attribute = element.first_attribute(); attribute;
+         attribute = attribute.next_attribute()) {
+        out.append(' ').append(attribute.name()).append("=\"", 2);
+        appendEscaped(out, attribute.value(), true);
+        out.append('"');
+    }
+    const bool open = !element.first_child().empty();
+    out.append(open ? ">" : "/>");
+    return open;
+}
+
+bool isXmlUnit(const QString& text, int i)
+{
+    const ushort unit = text.at(i).unicode();
+    if (unit < 0x20)
+        return unit == '\t' || unit == '\n' || unit == '\r';
+    if (unit < 0xD800 || unit > 0xDFFF)
+        return unit < 0xFFFE;
+    const bool high = unit < 0xDC00;
+    const int other = high ? i + 1 : i - 1;
+    return other >= 0 && other < text.size() &&
+           (high ? text.at(other).isLowSurrogate() : text.at(other).isHighSurrogate());
+}
+
+/// UTF-8 of `text`, with U+FFFD for what XML cannot carry.
+QByteArray toXmlUtf8(const QString& text)
+{
+    for (int i = 0; i < text.size(); ++i) {
+        if (isXmlUnit(text, i))
+            continue;
+        QString clean = text;
+        for (; i < text.size(); ++i) {
+            if (!isXmlUnit(text, i))
+                clean[i] = QChar(QChar::ReplacementCharacter);
+        }
+        return clean.toUtf8();
+    }
+    return text.toUtf8();
+}
+
+/// A name that keeps the text well-formed whatever the caller gave.
+QByteArray toXmlName(QByteArray name)
+{
+    for (char& c : name) {
+        const bool letter =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || (c & 0x80);
+        const bool further = (c >= '0' && c <= '9') || c == '-' || c == '.';
+        if (!letter && !(further && &c != name.constData()))
+            c = '_';
+    }
+    return name.isEmpty() ? QByteArrayLiteral("_") : name;
+}
+
+QByteArray directText(pugi::xml_node element)
+{
+    QByteArray text;
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (isText(child))
+            text.append(child.value());
+    }
+    return text;
+}
+
+pugi::xml_node firstElement(pugi::xml_node node)
+{
+    while (node && node.type() != pugi::node_element)
+        node = node.next_sibling();
+    return node;
+}
+
+class ByteArrayWriter : public pugi::xml_writer
+{
+public:
+    void write(const void* data, std::size_t size) override
+    {
+        bytes.append(static_cast<const char*>(data), static_cast<int>(size));
+    }
+    QByteArray bytes;
+};
+
+/// A document of its own with a copy of `element`.
+TreeHandle copyOf(pugi::xml_node element)
+{
+    const DocumentHolder document;
+    return TreeHandle(document->addTree(document->xml.append_copy(element)));
+}
+
+} // namespace
+
+bool Document::parse(QByteArray text, int maxDepth, QString& error)
+{
+    if (!checkXml(text.constData(), text.size(), maxDepth, error))
+        return false;
+    m_text = std::move(text);
+    constexpr unsigned int kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
+    const pugi::xml_parse_result result = xml.load_buffer_inplace(
+        m_text.data(), static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
+    if (!result)
+        error = malformed(result.description(), static_cast<quint64>(result.offset), "matching tags");
+    return result;
+}
+
+TreeData* Document::addTree(pugi::xml_node node)
+{
+    TreeData* tree = m_treeCount < m_firstTrees.size() ? &m_firstTrees[m_treeCount++] : nullptr;
+    if (!tree) {
+        m_moreTrees.emplace_front();
+        tree = &m_moreTrees.front();
+    }
+    tree->document = this;
+    tree->node = node;
+    return tree;
+}
+
+void appendXml(QByteArray& out, pugi::xml_node element)
+{
+    pugi::xml_node node = element;
+    for (;;) {
+        if (node.type() == pugi::node_element) {
+            if (appendStartTag(out, node)) {
+                node = node.first_child();
+                continue;
+            }
+        } else if (isText(node)) {
+            appendEscaped(out, node.value(), false);
+        }
+        while (node != element && !node.next_sibling()) {
+            node = node.parent();
+            out.append("</", 2).append(node.name()).append('>');
+        }
+        if (node == element)
+            return;
+        node = node.next_sibling();
+    }
+}
+
+void appendEscaped(QByteArray& out, const QString& text)
+{
+    appendEscaped(out, toXmlUtf8(text).constData(), true);
+}
+
+bool parseUInt(const char* text, quint64& value) noexcept
+{
+    quint64 result = 0;
+    const char* at = text;
+    for (; *at >= '0' && *at <= '9'; ++at) {
+        const auto digit = static_cast<quint64>(*at - '0');
+        if (result > (std::numeric_limits<quint64>::max() - digit) / 10)
+            return false;
+        result = result * 10 + digit;
+    }
+    if (at == text || *at)
+        return false;
+    value = result;
+    return true;
+}
+
+QString readable(pugi::xml_node element)
+{
+    ByteArrayWriter writer;
+    element.print(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+    return QString::fromUtf8(writer.bytes);
+}
+
+TreeHandle::TreeHandle(TreeData* data) noexcept : m_data(data)
+{
+    if (m_data)
+        m_data->document->ref();
+}
+
+TreeHandle::TreeHandle(const TreeHandle& other) noexcept : TreeHandle(other.m_data) {}
+
+TreeHandle::~TreeHandle()
+{
+    if (m_data)
+        m_data->document->deref();
+}
+
+} // namespace detail
+
+QString CConstElement::name() const
+{
+    return QString::fromUtf8(pugi::xml_node(m_node).name());
+}
+
+bool CConstElement::hasName(const char* name) const noexcept
+{
+    return m_node && !std::strcmp(pugi::xml_node(m_node).name(), name);
+}
+
+QString CConstElement::text() const
+{
+    return QString::fromUtf8(detail::directText(pugi::xml_node(m_node)));
+}
+
+QString CConstElement::attribute(const char* name) const
+{
+    return QString::fromUtf8(pugi::xml_node(m_node).attribute(name).value());
+}
+
+bool CConstElement::hasAttribute(const char* name) const noexcept
+{
+    return !pugi::xml_node(m_node).attribute(name).empty();
+}
+
+quint64 CConstElement::textToUInt(bool* ok) const noexcept
+{
+    const pugi::xml_node first = pugi::xml_node(m_node).first_child();
+    quint64 value = 0;
+    const bool plain = detail::isText(first) && !first.next_sibling();
+    const bool read = plain
+                          ? detail::parseUInt(first.value(), value)
+                          : detail::parseUInt(detail::directText(pugi::xml_node(m_node)).constData(), value);
+    if (ok)
+        *ok = read;
+    return value;
+}
+
+quint64 CConstElement::attributeToUInt(const char* name, bool* ok) const noexcept
+{
+    quint64 value = 0;
+    const bool read = detail::parseUInt(pugi::xml_node(m_node).attribute(name).value(), value);
+    if (ok)
+        *ok = read;
+    return value;
+}
+
+CConstElement CConstElement::child() const noexcept
+{
+    return CConstElement(detail::firstElement(pugi::xml_node(m_node).first_child()).internal_object());
+}
+
+CConstElement CConstElement::child(const char* name) const noexcept
+{
+    return CConstElement(pugi::xml_node(m_node).child(name).internal_object());
+}
+
+CConstElement CConstElement::next() const noexcept
+{
+    return CConstElement(detail::firstElement(pugi::xml_node(m_node).next_sibling()).internal_object());
+}
+
+CConstElement CConstElement::next(const char* name) const noexcept
+{
+    return CConstElement(pugi::xml_node(m_node).next_sibling(name).internal_object());
+}
+
+CElement CElement::append(const char* name)
+{
+    return CElement(
+        pugi::xml_node(m_node).append_child(detail::toXmlName(name).constData()).internal_object());
+}
+
+CElement CElement::append(const char* name, const QString& text)
+{
+    CElement element = append(name);
+    element.setText(text);
+    return element;
+}
+
+CElement CElement::append(const CDataTree& tree)
+{
+    const pugi::xml_node root(tree.root().m_node);
+    return root ? CElement(pugi::xml_node(m_node).append_copy(root).internal_object()) : CElement();
+}
+
+void CElement::setText(const QString& text)
+{
+    pugi::xml_node element(m_node);
+    for (pugi::xml_node child = element.first_child(); child;) {
+        const pugi::xml_node following = child.next_sibling();
+        if (detail::isText(child))
+            element.remove_child(child);
+        child = following;
+    }
+    if (!text.isEmpty())
+        element.prepend_child(pugi::node_pcdata).set_value(detail::toXmlUtf8(text).constData());
+}
+
+void CElement::setAttribute(const char* name, const QString& value)
+{
+    pugi::xml_node element(m_node);
+    const QByteArray xmlName = detail::toXmlName(name);
+    pugi::xml_attribute attribute = element.attribute(xmlName.constData());
+    if (!attribute)
+        attribute = element.append_attribute(xmlName.constData());
+    attribute.set_value(detail::toXmlUtf8(value).constData());
+}
+
+void CElement::setAttribute(const char* name, quint64 value)
+{
+    setAttribute(name, QString::number(value));
+}
+
+CDataTree::CDataTree(const CTagname& root)
+{
+    const detail::DocumentHolder document;
+    pugi::xml_node node = document->xml.append_child(detail::toXmlName(root.toString().toUtf8()).constData());
+    m_data = detail::TreeHandle(document->addTree(node));
+}
+
+CDataTree::CDataTree(CConstElement element)
+{
+    if (element)
+        m_data = detail::copyOf(pugi::xml_node(element.m_node));
+}
+
+CTagname CDataTree::getRootTagname() const
+{
+    return CTagname(root().name());
+}
+
+CConstElement CDataTree::root() const noexcept
+{
+    return m_data ? CConstElement(m_data.get()->node.internal_object()) : CConstElement();
+}
+
+CElement CDataTree::editRoot()
+{
+    if (!m_data)
+        return CElement();
+    if (m_data.get()->document->isShared())
+        m_data = detail::copyOf(m_data.get()->node);
+    return CElement(m_data.get()->node.internal_object());
+}
+
+QByteArray CDataTree::toXml() const
+{
+    QByteArray xml;
+    if (m_data)
+        detail::appendXml(xml, m_data.get()->node);
+    return xml;
+}
+
+QString CDataTree::toReadableXml() const
+{
+    return m_data ? detail::readable(m_data.get()->node) : QString();
+}
+
+CDataTree CDataTree::fromXml(const QByteArray& xml, QString* error)
+{
+    const detail::DocumentHolder document;
+    QString problem;
+    const bool parsed = document->parse(xml, detail::kMaxDepth, problem);
+    if (error)
+        *error = problem;
+    if (!parsed)
+        return CDataTree();
+    return CDataTree(detail::TreeHandle(document->addTree(document->xml.document_element())));
+}
+
+bool CDataTree::operator==(const CDataTree& other) const
+{
+    return m_data.get() == other.m_data.get() || toXml() == other.toXml();
+}
+
+} // namespace XmlCommon

@@ -1,0 +1,224 @@
+#include "messagecodec.h"
+
+#include "treedata.h"
+#include "xmlcheck.h"
+
+#include <charconv>
+#include <cstring>
+#include <limits>
+
+namespace XmlCommon {
+
+namespace {
+
+constexpr quint64 kMaxServiceType = 255;
+
+void appendNumber(QByteArray& out, const char* attribute, quint32 value)
+{
+    char digits[10];
+    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, value);
+    out.append(attribute).append(digits, static_cast<int>(end.ptr - digits)).append('"');
+}
+
+} // namespace
+
+/// Turns one parsed document into a message. Every step returns false after it has noted what is wrong.
+class MessageCodec::Decoder
+{
+public:
+    Decoder(const detail::DocumentHolder& document, const MessageLimits& limits, QString& error)
+        : m_document(document), m_limits(limits), m_error(error)
+    {
+    }
+
+    bool message(CXmlMessage& message);
+
+private:
+    bool fail(pugi::xml_node node, const char* what, const char* expected)
+    {
+        m_error = detail::malformed(what, static_cast<quint64>(qMax(std::ptrdiff_t(0), node.offset_debug())),
+                                    expected);
+        return false;
+    }
+
+    bool number(pugi::xml_node node, pugi::xml_attribute attribute, quint64 largest, quint64& value)
+    {
+        return (detail::parseUInt(attribute.value(), value) && value <= largest) ||
+               fail(node, "number out of range", "a decimal number");
+    }
+    bool messageAttributes(pugi::xml_node root, CXmlMessage& message);
+    bool fragment(pugi::xml_node node, CMsgFragment& fragment);
+    bool part(pugi::xml_node node, CMsgFragment& fragment);
+    bool onlyElement(pugi::xml_node node, CDataTree& tree);
+    CDataTree tree(pugi::xml_node node);
+
+    const detail::DocumentHolder& m_document;
+    const MessageLimits& m_limits;
+    QString& m_error;
+};
+
+bool MessageCodec::Decoder::message(CXmlMessage& message)
+{
+    const pugi::xml_node root = m_document->xml.document_element();
+    if (std::strcmp(root.name(), "Message") != 0)
+        return fail(root, "unknown root element", "Message");
+    if (!messageAttributes(root, message))
+        return false;
+    int count = 0;
+    for (pugi::xml_node child = root.first_child(); child; child = child.next_sibling()) {
+        if (std::strcmp(child.name(), "Fragment") != 0)
+            return fail(child.type() == pugi::node_element ? child : root, "unknown content of Message",
+                        "Fragment");
+        if (++count > m_limits.maxFragments)
+            return fail(child, "too many fragments", "fewer");
+        message.addFragment(CMsgFragment());
+        if (!fragment(child, message.getFragment(count - 1)))
+            return false;
+    }
+    return true;
+}
+
+bool MessageCodec::Decoder::messageAttributes(pugi::xml_node root, CXmlMessage& message)
+{
+    constexpr quint64 kMax32 = std::numeric_limits<quint32>::max();
+    bool idSeen = false;
+    bool serviceSeen = false;
+    for (pugi::xml_attribute attribute = root.first_attribute(); attribute;
+         attribute = attribute.next_attribute()) {
+        quint64 value = 0;
+        const char* const name = attribute.name();
+        const bool id = !std::strcmp(name, "id");
+        const bool service = !id && !std::strcmp(name, "service");
+        if (!id && !service && std::strcmp(name, "time") != 0)
+            return fail(root, "unknown attribute of Message", "id, service or time");
+        if (!number(root, attribute, service ? kMaxServiceType : kMax32, value))
+            return false;
+        if (id)
+            message.setMessageID(static_cast<quint32>(value));
+        else if (service)
+            message.setServiceType(static_cast<CXmlMessage::eSERVICE_TYPES>(value));
+        else
+            message.setAvailableTime(static_cast<quint32>(value));
+        idSeen |= id;
+        serviceSeen |= service;
+    }
+    return (idSeen && serviceSeen) || fail(root, "Message lacks an attribute", "id and service");
+}
+
+bool MessageCodec::Decoder::fragment(pugi::xml_node node, CMsgFragment& fragment)
+{
+    const pugi::xml_attribute component = node.first_attribute();
+    if (std::strcmp(component.name(), "component") != 0 || component.next_attribute())
+        return fail(node, "wrong attributes of Fragment", "component");
+    fragment.setComponentName(QString::fromUtf8(component.value()));
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+        if (child.type() != pugi::node_element)
+            return fail(node, "text in Fragment", "Request, Data or Fault");
+        if (!part(child, fragment))
+            return false;
+    }
+    return true;
+}
+
+bool MessageCodec::Decoder::part(pugi::xml_node node, CMsgFragment& fragment)
+{
+    const char* const name = node.name();
+    const bool fault = !std::strcmp(name, "Fault");
+    const bool request = !fault && !std::strcmp(name, "Request");
+    if (!fault && !request && std::strcmp(name, "Data") != 0)
+        return fail(node, "unknown content of Fragment", "Request, Data or Fault");
+    if (fault ? fragment.hasFaultTree() : request ? fragment.hasRequestTree() : fragment.hasDataTree())
+        return fail(node, "second part of the same kind", "each at most once");
+    if (fault) {
+        fragment.setFaultTree(CFaultTree(tree(node)));
+        return true;
+    }
+    CDataTree content;
+    if (!onlyElement(node, content))
+        return false;
+    if (request)
+        fragment.setRequestTree(CRequestTree(content));
+    else
+        fragment.setDataTree(content);
+    return true;
+}
+
+bool MessageCodec::Decoder::onlyElement(pugi::xml_node node, CDataTree& content)
+{
+    const pugi::xml_node child = node.first_child();
+    if (node.first_attribute() || child.type() != pugi::node_element || child.next_sibling())
+        return fail(node, "wrong content of Request or Data", "exactly one element");
+    content = tree(child);
+    return true;
+}
+
+CDataTree MessageCodec::Decoder::tree(pugi::xml_node node)
+{
+    return CDataTree(detail::TreeHandle(m_document->addTree(node)));
+}
+
+void MessageCodec::encode(const CXmlMessage& message, QByteArray& out)
+{
+    const auto append = [&out](const CDataTree& tree) {
+        detail::appendXml(out, pugi::xml_node(tree.root().m_node));
+    };
+    appendNumber(out, "<Message id=\"", message.getMessageID());
+    appendNumber(out, " service=\"", static_cast<quint32>(message.getServiceType()) & 0xFFU);
+    if (message.getAvailableTime() != 0)
+        appendNumber(out, " time=\"", message.getAvailableTime());
+    out.append('>');
+    for (int i = 0; i < message.getNumberOfFragments(); ++i) {
+        const CMsgFragment& fragment = message.getFragment(i);
+        out.append("<Fragment component=\"");
+        detail::appendEscaped(out, fragment.getComponentName());
+        out.append("\">");
+        if (fragment.hasRequestTree()) {
+            out.append("<Request>");
+            append(fragment.getRequestTree().getDataTree());
+            out.append("</Request>");
+        }
+        if (fragment.hasDataTree()) {
+            out.append("<Data>");
+            append(fragment.getDataTree());
+            out.append("</Data>");
+        }
+        if (fragment.hasFaultTree()) {
+            // A tree that is no fault travels as a fault without a number.
+            const bool valid = fragment.getFaultTree().isValid();
+            out.append(valid ? "" : "<Fault>");
+            append(fragment.getFaultTree().getDataTree());
+            out.append(valid ? "" : "</Fault>");
+        }
+        out.append("</Fragment>");
+    }
+    out.append("</Message>");
+}
+
+ptrCXmlMessage MessageCodec::decode(QByteArray text, QString& error, const MessageLimits& limits)
+{
+    if (text.size() > limits.maxMessageBytes) {
+        error =
+            detail::malformed("message too large", static_cast<quint64>(limits.maxMessageBytes), "the end");
+        return ptrCXmlMessage();
+    }
+    const detail::DocumentHolder document;
+    if (!document->parse(std::move(text), limits.maxDepth, error))
+        return ptrCXmlMessage();
+    ptrCXmlMessage message(new CXmlMessage);
+    if (!Decoder(document, limits, error).message(*message))
+        return ptrCXmlMessage();
+    return message;
+}
+
+QString MessageCodec::toReadable(const CXmlMessage& message)
+{
+    QByteArray text;
+    encode(message, text);
+    QString error;
+    const detail::DocumentHolder document;
+    if (!document->parse(text, std::numeric_limits<int>::max(), error))
+        return error;
+    return detail::readable(document->xml.document_element());
+}
+
+} // namespace XmlCommon

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <xmlmessaging/xmlmessage.h>
+
+#include <QByteArray>
+
+namespace KoltaSimulation {
+
+/// `message` as it travels: encoded and framed.
+QByteArray framedBytes(const XmlCommon::CXmlMessage& message);
+
+/// Bytes that look like `reply` but are wrong; each for one misbehaviour.
+QByteArray brokenFrame(const XmlCommon::CXmlMessage& reply, int variant);
+QByteArray brokenXml(const XmlCommon::CXmlMessage& reply);
+QByteArray oversizeReply(const XmlCommon::CXmlMessage& reply, int dataBytes);
+QByteArray deepReply(const XmlCommon::CXmlMessage& reply, int levels);
+QByteArray nonUtf8Reply(const XmlCommon::CXmlMessage& reply);
+
+/// Number of variants of brokenFrame().
+constexpr int brokenFrameVariants = 5;
+
+} // namespace KoltaSimulation

@@ -1,0 +1,280 @@
+#include <simulation/installation.h>
+
+#include <simulation/faultids.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QSet>
+#include <QSettings>
+#include <QStringList>
+#include <QTextCodec>
+#include <QUuid>
+#include <QXmlStreamReader>
+
+namespace KoltaSimulation {
+
+namespace {
+
+constexpr FaultId reportedFaults[] = {eFaultNotUnderstood, eFaultUnknownComponent, eFaultUnknownOperation,
+                                      eFaultNoOperation,   eFaultParameterMissing, eFaultNoSuchResource,
+                                      eFaultLookUpFailed,  eFaultNoRegisterEntry,  eFaultAdministration};
+
+/// File and node of every overview that is published as it stands.
+constexpr struct
+{
+    const char* file;
+    const char* node;
+} furtherFiles[] = {{"demandclasses.xml", "DemandClasses"},
+                    {"tunerclasses.xml", "TunerClasses"},
+                    {"tunertypes.xml", "TunerTypeOverview"},
+                    {"hardwareprocessing.xml", "HardwareProcessing"},
+                    {"actualconfiguration.xml", "ActualConfiguration"}};
+
+QString located(const QString& file, qint64 line, const QString& text)
+{
+    return QStringLiteral("%1:%2: %3").arg(file).arg(line).arg(text);
+}
+
+/// Reads a whole UTF-8 text file.
+bool readText(const QString& file, QString& text, QString& error)
+{
+    QFile input(file);
+    if (!input.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("%1: %2, expected a readable file").arg(file, input.errorString());
+        return false;
+    }
+    const QByteArray bytes = input.readAll();
+    QTextCodec::ConverterState state;
+    text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
+    if (state.invalidChars > 0 || state.remainingChars > 0) {
+        const int position = text.indexOf(QChar::ReplacementCharacter);
+        const int line = 1 + static_cast<int>(text.leftRef(qMax(0, position)).count(QLatin1Char('\n')));
+        error = located(file, line, QStringLiteral("not UTF-8, expected text in UTF-8"));
+        return false;
+    }
+    return true;
+}
+
+/// Whether `text` is well-formed; says line and column where it is not.
+bool checkXml(const QString& file, const QString& text, QString& error)
+{
+    QXmlStreamReader reader(text);
+    while (!reader.atEnd())
+        reader.readNext();
+    if (!reader.hasError())
+        return true;
+    error = QStringLiteral("%1:%2:%3: %4 Expected a well-formed XML document")
+                .arg(file)
+                .arg(reader.lineNumber())
+                .arg(reader.columnNumber())
+                .arg(reader.errorString());
+    return false;
+}
+
+/// Every resource needs a GUID of its own: it is what requests name it by.
+template<class Resource>
+bool checkGuids(const QString& file, const char* kind, const QVector<Resource>& resources,
+                QSet<QString>& known, QString& error)
+{
+    int position = 0;
+    for (const Resource& resource : resources) {
+        ++position;
+        const QString guid = resource.GetTavikResource().GetGUID();
+        const char* fault = nullptr;
+        if (QUuid(guid).isNull())
+            fault = "is no GUID, expected {xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
+        else if (known.contains(guid))
+            fault = "is already taken, expected a GUID of its own";
+        if (fault) {
+            error = QStringLiteral("%1: %2 %3: \"%4\" %5")
+                        .arg(file, QLatin1String(kind))
+                        .arg(position)
+                        .arg(guid, QLatin1String(fault));
+            return false;
+        }
+        known.insert(guid);
+    }
+    if (position == 0) {
+        error = QStringLiteral("%1: no element %2, expected at least one").arg(file, QLatin1String(kind));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+QString Installation::sampleFolder()
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                           QStringLiteral("/../share/kolta/installation"));
+}
+
+bool Installation::load(const QString& folder, QString& error)
+{
+    const QDir directory(folder);
+    if (!directory.exists()) {
+        error = QStringLiteral("%1: no such folder, expected the folder of an installation").arg(folder);
+        return false;
+    }
+    Installation read;
+    if (!read.loadSettings(directory.filePath(QStringLiteral("installation.ini")), error) ||
+        !read.loadFaults(directory.filePath(QStringLiteral("faults.sfr")), error) ||
+        !read.loadResources(directory.filePath(QStringLiteral("resources.xml")), error) ||
+        !read.loadFurtherOverviews(folder, error)) {
+        return false;
+    }
+    *this = read;
+    return true;
+}
+
+void Installation::setServerName(const QString& name)
+{
+    m_basePath = m_basePath.section(QLatin1Char('/'), 0, -2) + QLatin1Char('/') + name;
+    m_serverName = name;
+}
+
+bool Installation::loadSettings(const QString& file, QString& error)
+{
+    QString text;
+    if (!readText(file, text, error))
+        return false;
+    QSettings settings(file, QSettings::IniFormat);
+    settings.setIniCodec("UTF-8");
+    settings.sync();
+    if (settings.status() != QSettings::NoError) {
+        error = QStringLiteral("%1: cannot be parsed, expected [Section] and Key=value lines").arg(file);
+        return false;
+    }
+    const struct
+    {
+        const char* section;
+        const char* key;
+        QString& target;
+    } entries[] = {{"Server", "Name", m_serverName},
+                   {"Server", "BasePath", m_basePath},
+                   {"Server", "HostName", m_hostName},
+                   {"Application", "Name", m_application.name},
+                   {"Application", "Guid", m_application.guid},
+                   {"Application", "Version", m_application.version},
+                   {"Application", "Build", m_application.build},
+                   {"Application", "InterfaceVersion", m_application.interfaceVersion}};
+    for (const auto& entry : entries) {
+        const QString key = QLatin1String(entry.section) + QLatin1Char('/') + QLatin1String(entry.key);
+        // A value with commas is read as a list.
+        entry.target = settings.value(key).toStringList().join(QLatin1Char(','));
+        if (entry.target.isEmpty()) {
+            error = QStringLiteral("%1: [%2] %3 is missing, expected %3=TEXT")
+                        .arg(file, QLatin1String(entry.section), QLatin1String(entry.key));
+            return false;
+        }
+    }
+    if (!m_basePath.startsWith(QLatin1Char('/')) || m_basePath.endsWith(QLatin1Char('/'))) {
+        error = QStringLiteral(
+                    "%1: [Server] BasePath is \"%2\", expected a path like /ConnectManager/AdminTree/%3")
+                    .arg(file, m_basePath, m_serverName);
+        return false;
+    }
+    settings.beginGroup(QStringLiteral("WorkingState"));
+    QMap<QString, QString> states;
+    for (const QString& key : settings.childKeys())
+        states.insert(key, settings.value(key).toStringList().join(QLatin1Char(',')));
+    return loadWorkingStates(file, states, error);
+}
+
+bool Installation::loadWorkingStates(const QString& file, const QMap<QString, QString>& states,
+                                     QString& error)
+{
+    const QString selectedKey = QStringLiteral("Selected");
+    for (auto it = states.begin(); it != states.end(); ++it) {
+        if (it.key() == selectedKey)
+            continue;
+        bool ok = false;
+        const int state = it.key().toInt(&ok);
+        if (!ok || state < 0) {
+            error = QStringLiteral("%1: [WorkingState] has the key \"%2\", expected a number or Selected")
+                        .arg(file, it.key());
+            return false;
+        }
+        m_workingStates.insert(state, it.value());
+    }
+    bool ok = false;
+    m_initialWorkingState = states.value(selectedKey).toInt(&ok);
+    if (!ok || !m_workingStates.contains(m_initialWorkingState)) {
+        error = QStringLiteral(
+                    "%1: [WorkingState] Selected is \"%2\", expected the number of a state listed there")
+                    .arg(file, states.value(selectedKey));
+        return false;
+    }
+    return true;
+}
+
+bool Installation::loadResources(const QString& file, QString& error)
+{
+    QString text;
+    if (!readText(file, text, error) || !checkXml(file, text, error))
+        return false;
+    try {
+        m_resources.SetXmlString(text, true);
+    } catch (const REPORTGENERATOR::RGException& failure) {
+        error = QStringLiteral("%1: %2; expected a resource overview").arg(file, failure.GetText());
+        return false;
+    }
+    QSet<QString> known;
+    return checkGuids(file, "Tuner", m_resources.GetTuner(), known, error) &&
+           checkGuids(file, "ProcessingUnit", m_resources.GetProcessingUnit(), known, error) &&
+           checkGuids(file, "StorageUnit", m_resources.GetStorageUnit(), known, error);
+}
+
+bool Installation::loadFaults(const QString& file, QString& error)
+{
+    QString text;
+    if (!readText(file, text, error))
+        return false;
+    QSet<quint32> known;
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    for (int i = 0; i < lines.size(); ++i) {
+        const QString line = lines.at(i).trimmed();
+        if (line.isEmpty())
+            continue;
+        bool ok = false;
+        const quint32 id = line.section(QLatin1Char('|'), 0, 0).toUInt(&ok);
+        const QString description = line.section(QLatin1Char('|'), 1);
+        if (!ok || description.isEmpty()) {
+            error = located(file, i + 1, QStringLiteral("found \"%1\", expected NUMBER|TEXT").arg(line));
+            return false;
+        }
+        if (known.contains(id)) {
+            error =
+                located(file, i + 1, QStringLiteral("fault %1 stands here again, expected it once").arg(id));
+            return false;
+        }
+        known.insert(id);
+        m_faults.append({id, description});
+    }
+    for (const FaultId id : reportedFaults) {
+        if (!known.contains(id)) {
+            error =
+                located(file, lines.size(),
+                        QStringLiteral("no fault %1 up to here, expected a line %1|TEXT").arg(quint32(id)));
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Installation::loadFurtherOverviews(const QString& folder, QString& error)
+{
+    for (const auto& further : furtherFiles) {
+        const QString file = QDir(folder).filePath(QLatin1String(further.file));
+        if (!QFile::exists(file))
+            continue;
+        QString text;
+        if (!readText(file, text, error) || !checkXml(file, text, error))
+            return false;
+        m_furtherOverviews.insert(QLatin1String(further.node), text);
+    }
+    return true;
+}
+
+} // namespace KoltaSimulation

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <resourcemodel/resources.h>
+#include <xmlmessaging/converters.h>
+
+#include <QMap>
+#include <QString>
+#include <QVector>
+
+namespace KoltaSimulation {
+
+/// What a server of an installation is and has, read from the files of one folder:
+///
+/// - installation.ini: the server's name, base path and host name, its application description, its working
+/// states;
+/// - resources.xml: the resource overview;
+/// - faults.sfr: the fault reference, one "ID|text" per line, UTF-8;
+/// - demandclasses.xml, tunerclasses.xml, tunertypes.xml: further overviews, published as they are. They may
+/// be absent.
+class Installation
+{
+public:
+    /// Folder of the sample installation that came with the running program, built or installed:
+    /// "../share/kolta/installation" beside the program's own folder.
+    static QString sampleFolder();
+
+    /// Reads a folder. False when something is missing or wrong; `error` then names the file, the place in it
+    /// and what was expected, and this object stays as it was.
+    bool load(const QString& folder, QString& error);
+
+    const QString& serverName() const noexcept { return m_serverName; }
+    /// Path of the server's node in the value tree.
+    const QString& basePath() const noexcept { return m_basePath; }
+    const QString& hostName() const noexcept { return m_hostName; }
+    const XmlCommunication::AppDescriptionData& application() const noexcept { return m_application; }
+    /// Names of the working states by key.
+    const QMap<int, QString>& workingStates() const noexcept { return m_workingStates; }
+    /// Key of the working state in which the server comes up.
+    int initialWorkingState() const noexcept { return m_initialWorkingState; }
+    const RESOURCEMANAGEMENT::ResourceOverview& resources() const noexcept { return m_resources; }
+    /// In the order of the file.
+    const QVector<ResourceConverter::FaultDescription>& faults() const noexcept { return m_faults; }
+    /// Texts of the further overviews by the name of their node, "DemandClasses" for instance.
+    const QMap<QString, QString>& furtherOverviews() const noexcept { return m_furtherOverviews; }
+
+    /// Makes this another server of the same kind: its name is also the last part of its base path.
+    void setServerName(const QString& name);
+    void setResources(const RESOURCEMANAGEMENT::ResourceOverview& resources) { m_resources = resources; }
+
+private:
+    bool loadSettings(const QString& file, QString& error);
+    bool loadWorkingStates(const QString& file, const QMap<QString, QString>& states, QString& error);
+    bool loadResources(const QString& file, QString& error);
+    bool loadFaults(const QString& file, QString& error);
+    bool loadFurtherOverviews(const QString& folder, QString& error);
+
+    QString m_serverName;
+    QString m_basePath;
+    QString m_hostName;
+    XmlCommunication::AppDescriptionData m_application;
+    QMap<int, QString> m_workingStates;
+    int m_initialWorkingState = 0;
+    RESOURCEMANAGEMENT::ResourceOverview m_resources;
+    QVector<ResourceConverter::FaultDescription> m_faults;
+    QMap<QString, QString> m_furtherOverviews;
+};
+
+} // namespace KoltaSimulation

@@ -1,0 +1,168 @@
+#include <simulation/requesthandler.h>
+
+#include <simulation/faultids.h>
+#include <simulation/installation.h>
+#include <simulation/resourcestate.h>
+
+#include <xmlmessaging/server.h>
+
+#include <QDateTime>
+
+namespace KoltaSimulation {
+
+using XmlCommon::CDataTree;
+using XmlCommon::CFaultTree;
+using XmlCommon::CMsgFragment;
+using XmlCommon::CXmlMessage;
+
+namespace {
+
+const QString resourcesComponent = QStringLiteral("Resources");
+const QString statisticsComponent = QStringLiteral("Statistics");
+
+constexpr struct
+{
+    const char* name;
+    quint64 ServerStatistics::*member;
+} counters[] = {{"Links", &ServerStatistics::links},     {"Requests", &ServerStatistics::requests},
+                {"Replies", &ServerStatistics::replies}, {"Broadcasts", &ServerStatistics::broadcasts},
+                {"Faults", &ServerStatistics::faults},   {"Duplicates", &ServerStatistics::duplicates},
+                {"Cuts", &ServerStatistics::cuts}};
+
+CFaultTree makeFault(FaultId id, const QStringList& addenda, const CFaultTree& cause = CFaultTree())
+{
+    return CFaultTree(id, static_cast<quint64>(QDateTime::currentMSecsSinceEpoch()), addenda, cause);
+}
+
+/// From the request that failed down to the reason why: one fault and a chain of three causes.
+CFaultTree noSuchResource(const QString& guid, const QString& server)
+{
+    const CFaultTree noEntry = makeFault(eFaultNoRegisterEntry, {guid});
+    const CFaultTree lookUp = makeFault(eFaultLookUpFailed, {server, guid}, noEntry);
+    const CFaultTree administration = makeFault(eFaultAdministration, {server}, lookUp);
+    return makeFault(eFaultNoSuchResource, {guid}, administration);
+}
+
+const QStringList& knownComponents()
+{
+    static const QStringList components = {
+        resourcesComponent,
+        statisticsComponent,
+        XmlCommunication::CAppDescription::makeFragment().getComponentName(),
+        XmlCommunication::CRequestTreeConverter().makeFragment().getComponentName(),
+        XmlCommunication::CEventFilterConverter::makeFragment(QStringLiteral("*")).getComponentName(),
+        ResourceConverter::CQueryFaultReference::makeFragment().getComponentName()};
+    return components;
+}
+
+CMsgFragment makeQuery(const QString& component, const CDataTree& tree)
+{
+    CMsgFragment fragment(component);
+    fragment.setRequestTree(XmlCommon::CRequestTree(tree));
+    return fragment;
+}
+
+} // namespace
+
+RequestHandler::RequestHandler(const Installation& installation, const ResourceState& resources,
+                               const ServerStatistics& statistics)
+    : m_installation(installation), m_resources(resources), m_statistics(statistics)
+{
+}
+
+CXmlMessage RequestHandler::answer(const CXmlMessage& request, LinkSettings& settings) const
+{
+    // The settings first: a client that switches request trees off means this reply too.
+    CXmlMessage answers;
+    for (int i = 0; i < request.getNumberOfFragments(); ++i) {
+        CMsgFragment fragment;
+        answerFragment(request.getFragment(i), fragment, settings);
+        answers.addFragment(fragment);
+    }
+    CXmlMessage reply = XmlCommunication::makeReply(request, settings.suppressRequestTrees);
+    for (int i = 0; i < answers.getNumberOfFragments(); ++i) {
+        reply.getFragment(i).setDataTree(answers.getFragment(i).getDataTree());
+        reply.getFragment(i).setFaultTree(answers.getFragment(i).getFaultTree());
+    }
+    return reply;
+}
+
+void RequestHandler::answerFragment(const CMsgFragment& request, CMsgFragment& reply,
+                                    LinkSettings& settings) const
+{
+    const QString& component = request.getComponentName();
+    const CDataTree& tree = request.getRequestTree().getDataTree();
+    if (XmlCommunication::CRequestTreeConverter::isCommand(request)) {
+        settings.suppressRequestTrees =
+            XmlCommunication::CRequestTreeConverter(request.getRequestTree()).getRequestTreeSuppression();
+    } else if (XmlCommunication::CEventFilterConverter::isCommand(request)) {
+        settings.events.insert(XmlCommunication::CEventFilterConverter::getComponent(request));
+    } else if (XmlCommunication::CAppDescription::isQuery(request)) {
+        XmlCommunication::CAppDescription::fillReply(reply, m_installation.application());
+    } else if (ResourceConverter::CQueryFaultReference::isQuery(request)) {
+        ResourceConverter::CQueryFaultReference::fillReply(reply, m_installation.faults());
+    } else if (component == resourcesComponent && tree.root().hasName("Resource")) {
+        answerResource(tree, reply);
+    } else if (component == statisticsComponent && tree.root().hasName("Statistics")) {
+        answerStatistics(reply);
+    } else if (!knownComponents().contains(component)) {
+        reply.setFaultTree(makeFault(eFaultUnknownComponent, {component}));
+    } else if (!request.hasRequestTree()) {
+        reply.setFaultTree(makeFault(eFaultNoOperation, {component}));
+    } else {
+        reply.setFaultTree(makeFault(eFaultUnknownOperation, {component, tree.getRootTagname().toString()}));
+    }
+}
+
+void RequestHandler::answerResource(const CDataTree& query, CMsgFragment& reply) const
+{
+    const QString guid = query.root().childText("GUID");
+    if (guid.isEmpty()) {
+        reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("GUID")}));
+        return;
+    }
+    const QString record = m_resources.recordXml(guid);
+    if (record.isEmpty()) {
+        reply.setFaultTree(noSuchResource(guid, m_installation.serverName()));
+        return;
+    }
+    QString error;
+    const CDataTree data = CDataTree::fromXml(record.toUtf8(), &error);
+    if (data.isEmpty())
+        reply.setFaultTree(makeFault(eFaultAdministration, {error}));
+    else
+        reply.setDataTree(data);
+}
+
+void RequestHandler::answerStatistics(CMsgFragment& reply) const
+{
+    CDataTree data(QLatin1String("Statistics"));
+    XmlCommon::CElement root = data.editRoot();
+    for (const auto& counter : counters)
+        root.append(counter.name, QString::number(m_statistics.*counter.member));
+    reply.setDataTree(data);
+}
+
+CMsgFragment makeResourceQuery(const QString& guid)
+{
+    CDataTree tree(QLatin1String("Resource"));
+    tree.editRoot().append("GUID", guid);
+    return makeQuery(resourcesComponent, tree);
+}
+
+CMsgFragment makeStatisticsQuery()
+{
+    return makeQuery(statisticsComponent, CDataTree(QLatin1String("Statistics")));
+}
+
+bool readStatistics(const CMsgFragment& fragment, ServerStatistics& statistics)
+{
+    const XmlCommon::CConstElement root = fragment.getDataTree().root();
+    if (fragment.getComponentName() != statisticsComponent || !root.hasName("Statistics"))
+        return false;
+    for (const auto& counter : counters)
+        statistics.*counter.member = root.child(counter.name).textToUInt();
+    return true;
+}
+
+} // namespace KoltaSimulation

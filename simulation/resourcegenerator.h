@@ -1,0 +1,15 @@
+#pragma once
+
+#include <resourcemodel/resources.h>
+
+namespace KoltaSimulation {
+
+/// Tuner number `number` (from 0) of an invented installation. The same number and seed always make the same
+/// tuner. Free, except where its number ends in 7 (not accessible) or 3 (busy).
+RESOURCEMANAGEMENT::Tuner makeTuner(int number, quint32 seed);
+
+/// An overview with `tunerCount` tuners, one processing unit for every 40 of them and one storage unit for
+/// every 100, at least one each. A tuner is about 800 bytes of XML.
+RESOURCEMANAGEMENT::ResourceOverview makeResources(int tunerCount, quint32 seed);
+
+} // namespace KoltaSimulation

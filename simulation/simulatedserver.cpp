@@ -1,0 +1,464 @@
+#include <simulation/simulatedserver.h>
+
+#include <simulation/adminnodes.h>
+#include <simulation/brokenreply.h>
+#include <simulation/simulatedlink.h>
+
+#include <koltacommon/powercontrolcmd.h>
+#include <resourcemodel/requests.h>
+#include <startup/errorhandler.h>
+#include <xmlmessaging/server.h>
+
+#include <QTimer>
+
+#include <optional>
+
+namespace KoltaSimulation {
+
+using RESOURCEMANAGEMENT::ResourceOverview;
+using XmlCommon::CDataTree;
+using XmlCommon::CMsgFragment;
+using XmlCommon::CXmlMessage;
+using XmlCommunication::CServerLink;
+
+namespace {
+
+void traceWarning(int line, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(Startup::eTraceWarning,
+                                            QStringLiteral("simulation/simulatedserver"), line, text);
+}
+
+SimulatedLink* simulatedLink(CServerLink* link)
+{
+    return link->findChild<SimulatedLink*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
+bool isRequest(const CXmlMessage& message)
+{
+    return message.getServiceType() == CXmlMessage::eSERVICE_QUERY ||
+           message.getServiceType() == CXmlMessage::eSERVICE_COMMAND;
+}
+
+/// Reads a record that a client wrote into a request node. False, with a trace line, when it is none.
+template<class Record>
+bool readRecord(const QString& text, Record& record)
+{
+    try {
+        return record.SetXmlString(text, true);
+    } catch (const REPORTGENERATOR::RGException& failure) {
+        traceWarning(
+            61,
+            QStringLiteral("A request node holds no %1: %2").arg(record.GetObjectName(), failure.GetText()));
+        return false;
+    }
+}
+
+} // namespace
+
+SimulatedServer::SimulatedServer(const Installation& installation, QObject* parent)
+    : QObject(parent)
+    , m_installation(installation)
+    , m_resources(installation.resources())
+    , m_handler(m_installation, m_resources, m_statistics)
+    , m_server(std::make_unique<XmlCommunication::CServer>())
+    , m_workingState(installation.initialWorkingState())
+{
+    connect(m_server.get(), &XmlCommunication::CServer::LinkOpened, this, &SimulatedServer::openLink,
+            Qt::DirectConnection);
+}
+
+SimulatedServer::~SimulatedServer()
+{
+    // Links end while the members that their slots use are still there.
+    m_nodes.reset();
+    m_server.reset();
+}
+
+bool SimulatedServer::listen(const QHostAddress& address, quint16 port)
+{
+    m_address = address;
+    m_port = port;
+    m_vanished = false;
+    if (!openPort())
+        return false;
+    applyRefusal();
+    return true;
+}
+
+bool SimulatedServer::openPort()
+{
+    if (m_server->isListening())
+        return true;
+    if (!m_server->listen(m_address, m_port))
+        return false;
+    m_port = m_server->port();
+    return true;
+}
+
+void SimulatedServer::close()
+{
+    cutLinks();
+    m_server->close();
+    m_vanished = true;
+}
+
+QString SimulatedServer::hostAndPort() const
+{
+    return QStringLiteral("%1:%2").arg(m_address.toString()).arg(m_port);
+}
+
+QString SimulatedServer::errorString() const
+{
+    return m_server->errorString();
+}
+
+int SimulatedServer::linkCount() const
+{
+    return m_server->links().size();
+}
+
+void SimulatedServer::publish()
+{
+    publish(values::Tree::Instance());
+}
+
+void SimulatedServer::publish(values::Tree& tree)
+{
+    m_nodes = std::make_unique<AdminNodes>(
+        m_installation, tree, [this](RequestNode node, const QString& text) { obey(node, text); });
+    m_nodes->publish({m_resources.overview().GetXmlString(), m_workingState, m_status});
+}
+
+void SimulatedServer::withdraw()
+{
+    m_nodes.reset();
+}
+
+QString SimulatedServer::nodePath(const QString& name) const
+{
+    return AdminNodes::path(m_installation, name);
+}
+
+bool SimulatedServer::setTunerIdle(const QString& guid, bool idle)
+{
+    return told(m_resources.setTunerIdle(guid, idle));
+}
+
+bool SimulatedServer::setTunerAccessible(const QString& guid, bool accessible)
+{
+    return told(m_resources.setTunerAccessible(guid, accessible));
+}
+
+bool SimulatedServer::addTuner(const RESOURCEMANAGEMENT::Tuner& tuner)
+{
+    return told(m_resources.addTuner(tuner));
+}
+
+bool SimulatedServer::removeTuner(const QString& guid)
+{
+    return told(m_resources.removeTuner(guid));
+}
+
+void SimulatedServer::setWorkingState(int state)
+{
+    m_workingState = state;
+    if (m_nodes)
+        m_nodes->setWorkingState(state);
+}
+
+void SimulatedServer::setStatus(const QString& text)
+{
+    m_status = text;
+    if (m_nodes)
+        m_nodes->setStatus(text);
+}
+
+void SimulatedServer::endBatch()
+{
+    if (--m_batches == 0)
+        tellChanges();
+}
+
+bool SimulatedServer::told(bool changed)
+{
+    if (changed && m_batches == 0)
+        tellChanges();
+    return changed;
+}
+
+void SimulatedServer::tellChanges()
+{
+    const ResourceState::Changes changes = m_resources.takeChanges();
+    if (changes.isEmpty())
+        return;
+    CDataTree data(QLatin1String("ResourcesChanged"));
+    XmlCommon::CElement root = data.editRoot();
+    for (const QString& guid : changes.added)
+        root.append("Added", guid);
+    for (const QString& guid : changes.changed)
+        root.append("Changed", guid);
+    for (const QString& guid : changes.removed)
+        root.append("Removed", guid);
+    broadcast(QStringLiteral("Resources"), data);
+    if (m_nodes && m_nodes->isPublished())
+        m_nodes->setResources(m_resources.overview().GetXmlString());
+}
+
+void SimulatedServer::vanish()
+{
+    if (m_nodes)
+        m_nodes->withdraw();
+    close();
+}
+
+bool SimulatedServer::comeBack()
+{
+    m_vanished = false;
+    if (!openPort())
+        return false;
+    applyRefusal();
+    if (m_nodes && !m_nodes->isPublished())
+        m_nodes->publish({m_resources.overview().GetXmlString(), m_workingState, m_status});
+    return true;
+}
+
+void SimulatedServer::cutLinks()
+{
+    for (CServerLink* link : m_server->links()) {
+        SimulatedLink* simulated = simulatedLink(link);
+        if (!simulated || simulated->isDead())
+            continue;
+        ++m_statistics.cuts;
+        simulated->reset();
+    }
+}
+
+void SimulatedServer::setReading(bool enabled)
+{
+    for (CServerLink* link : m_server->links())
+        link->setReading(enabled);
+}
+
+int SimulatedServer::broadcast(const QString& component, const CDataTree& data)
+{
+    CMsgFragment fragment(component);
+    fragment.setDataTree(data);
+    return broadcastMessage(fragment);
+}
+
+int SimulatedServer::broadcastFault(const QString& component, const XmlCommon::CFaultTree& fault)
+{
+    CMsgFragment fragment(component);
+    fragment.setFaultTree(fault);
+    return broadcastMessage(fragment);
+}
+
+int SimulatedServer::broadcastMessage(const CMsgFragment& fragment)
+{
+    CXmlMessage message(CXmlMessage::eSERVICE_BROADCAST);
+    message.addFragment(fragment);
+    int reached = 0;
+    for (CServerLink* link : m_server->links()) {
+        SimulatedLink* simulated = simulatedLink(link);
+        if (!simulated || simulated->isDead() || !simulated->settings().wants(fragment.getComponentName()))
+            continue;
+        simulated->send(message);
+        ++reached;
+    }
+    m_statistics.broadcasts += static_cast<quint64>(reached);
+    return reached;
+}
+
+void SimulatedServer::addMisbehaviour(const MisbehaviourRule& rule)
+{
+    m_plan.add(rule);
+    applyRefusal();
+}
+
+void SimulatedServer::clearMisbehaviour()
+{
+    m_plan.clear();
+    applyRefusal();
+}
+
+void SimulatedServer::applyRefusal()
+{
+    if (m_port == 0 || m_vanished)
+        return;
+    if (m_plan.refuses())
+        m_server->close();
+    else if (!openPort())
+        traceWarning(290, QStringLiteral("Cannot listen on %1 again: %2").arg(hostAndPort(), errorString()));
+}
+
+void SimulatedServer::openLink(CServerLink* link)
+{
+    ++m_statistics.links;
+    auto* simulated = new SimulatedLink(*link);
+    connect(link, &CServerLink::Closed, simulated, [simulated] { simulated->markDead(); });
+    connect(link, &CServerLink::MessageReceived, this,
+            [this, simulated](const XmlCommon::ptrCXmlMessage& message) { receive(*simulated, message); });
+    const MisbehaviourPlan::Decision decision = m_plan.decideLink();
+    switch (decision.kind) {
+    case Misbehaviour::CloseAtOnce:
+        ++m_statistics.cuts;
+        simulated->cut(QByteArray(), 0);
+        break;
+    case Misbehaviour::StopReading:
+        link->setReading(false);
+        break;
+    case Misbehaviour::Garbage:
+        simulated->sendBytes(m_plan.garbage(decision.argument));
+        break;
+    default:
+        break;
+    }
+}
+
+void SimulatedServer::receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessage& message)
+{
+    if (link.isDead() || !message || !isRequest(*message))
+        return;
+    countRequest(*message);
+    const CXmlMessage reply = m_handler.answer(*message, link.settings());
+    for (int i = 0; i < reply.getNumberOfFragments(); ++i)
+        m_statistics.faults += reply.getFragment(i).hasFaultTree() ? 1 : 0;
+    const QString component =
+        message->getNumberOfFragments() > 0 ? message->getFragment(0).getComponentName() : QString();
+    misbehave(link, reply, m_plan.decideRequest(component));
+}
+
+void SimulatedServer::countRequest(const CXmlMessage& request)
+{
+    ++m_statistics.requests;
+    const quint32 id = request.getMessageID();
+    quint64& ids = m_seenIds[id / 64];
+    const quint64 bit = quint64(1) << (id % 64);
+    m_statistics.duplicates += (ids & bit) != 0 ? 1 : 0;
+    ids |= bit;
+}
+
+void SimulatedServer::misbehave(SimulatedLink& link, const CXmlMessage& reply,
+                                const MisbehaviourPlan::Decision& decision)
+{
+    switch (decision.kind) {
+    case Misbehaviour::None:
+        sendReply(link, reply);
+        break;
+    case Misbehaviour::Silent:
+        break;
+    case Misbehaviour::Reset:
+        ++m_statistics.cuts;
+        link.reset();
+        break;
+    case Misbehaviour::Delay:
+        QTimer::singleShot(decision.argument, &link, [this, &link, reply] { sendReply(link, reply); });
+        break;
+    case Misbehaviour::WrongId: {
+        CXmlMessage wrong = reply;
+        wrong.setMessageID(reply.getMessageID() ^ 0x40000000u);
+        sendReply(link, wrong);
+        break;
+    }
+    case Misbehaviour::Twice:
+        sendReply(link, reply);
+        sendReply(link, reply);
+        break;
+    case Misbehaviour::Cut: {
+        const QByteArray bytes = framedBytes(reply);
+        ++m_statistics.cuts;
+        link.cut(bytes, decision.argument < 0 ? m_plan.randomBelow(bytes.size()) : decision.argument);
+        break;
+    }
+    default:
+        sendSpoilt(link, reply, decision);
+    }
+}
+
+void SimulatedServer::sendSpoilt(SimulatedLink& link, const CXmlMessage& reply,
+                                 const MisbehaviourPlan::Decision& decision)
+{
+    ++m_statistics.replies;
+    switch (decision.kind) {
+    case Misbehaviour::Split:
+        link.sendInPieces(framedBytes(reply), decision.argument);
+        break;
+    case Misbehaviour::Merge:
+        link.sendMerged(framedBytes(reply), decision.argument);
+        break;
+    case Misbehaviour::BrokenFrame:
+        link.sendBytes(brokenFrame(reply, decision.argument < 0 ? m_plan.randomBelow(brokenFrameVariants)
+                                                                : decision.argument));
+        break;
+    case Misbehaviour::BrokenXml:
+        link.sendBytes(brokenXml(reply));
+        break;
+    case Misbehaviour::Oversize:
+        link.sendBytes(oversizeReply(reply, decision.argument));
+        break;
+    case Misbehaviour::Deep:
+        link.sendBytes(deepReply(reply, decision.argument));
+        break;
+    default:
+        link.sendBytes(nonUtf8Reply(reply));
+        break;
+    }
+}
+
+void SimulatedServer::sendReply(SimulatedLink& link, const CXmlMessage& reply)
+{
+    if (link.isDead())
+        return;
+    ++m_statistics.replies;
+    link.send(reply);
+}
+
+void SimulatedServer::obey(RequestNode node, const QString& text)
+{
+    const Batch batch(*this);
+    ResourceOverview overview;
+    switch (node) {
+    case RequestNode::ChangedTuners:
+        changeTuners(text);
+        break;
+    case RequestNode::ChangedProcessingUnits:
+        if (readRecord(text, overview))
+            m_resources.replaceProcessingUnits(overview.GetProcessingUnit());
+        break;
+    case RequestNode::ChangedStorageUnits:
+        if (readRecord(text, overview))
+            m_resources.replaceStorageUnits(overview.GetStorageUnit());
+        break;
+    case RequestNode::UnitPowerControl:
+        switchPower(text);
+        break;
+    }
+}
+
+void SimulatedServer::changeTuners(const QString& text)
+{
+    // Both records come through the same node; only the root element tells them apart.
+    if (text.contains(QLatin1String("<TunerManagementRequest"))) {
+        RESOURCEMANAGEMENT::TunerManagementRequest request;
+        if (readRecord(text, request))
+            m_resources.replaceTuners(request.GetTuner());
+        return;
+    }
+    ResourceOverview overview;
+    if (readRecord(text, overview))
+        m_resources.replaceTuners(overview.GetTuner());
+}
+
+void SimulatedServer::switchPower(const QString& text)
+{
+    // The scope tells a real server which supply to switch; here a unit has one supply only.
+    const std::optional<Kolta::PowerControlCmd> command = Kolta::PowerControlCmd::fromString(text);
+    if (command)
+        m_resources.switchUnits(command->units(), command->isOn());
+    else
+        traceWarning(418,
+                     QStringLiteral("Found \"%1\" in UnitPowerControl, expected SCOPE@ON@GUIDS").arg(text));
+}
+
+} // namespace KoltaSimulation

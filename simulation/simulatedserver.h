@@ -1,0 +1,156 @@
+#pragma once
+
+#include <simulation/installation.h>
+#include <simulation/misbehaviour.h>
+#include <simulation/requesthandler.h>
+#include <simulation/resourcestate.h>
+
+#include <QHostAddress>
+#include <QObject>
+#include <QString>
+
+#include <memory>
+#include <unordered_map>
+
+namespace values {
+class Tree;
+}
+namespace XmlCommunication {
+class CServer;
+class CServerLink;
+} // namespace XmlCommunication
+
+namespace KoltaSimulation {
+
+class AdminNodes;
+enum class RequestNode;
+class SimulatedLink;
+
+/// A server of an installation, as its clients see it: answers requests on TCP, publishes its administrative
+/// nodes in the value tree, obeys the request nodes there, tells subscribed links of changes, and misbehaves
+/// on demand.
+///
+/// Lives on any thread with an event loop; once published, on the tree's thread. See ServerThread for a
+/// server that has a thread of its own.
+class SimulatedServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SimulatedServer(const Installation& installation, QObject* parent = nullptr);
+    /// Withdraws what was published and ends all links.
+    ~SimulatedServer() override;
+
+    /// Port 0 lets the system pick one. False on failure, see errorString().
+    bool listen(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
+    /// Stops listening and ends all links.
+    void close();
+    QHostAddress address() const { return m_address; }
+    /// The port that clients connect to; also while the server refuses them or has vanished. 0 before
+    /// listen().
+    quint16 port() const noexcept { return m_port; }
+    /// "address:port", as the client library takes it: no brackets around an IPv6 address.
+    QString hostAndPort() const;
+    QString errorString() const;
+
+    const Installation& installation() const noexcept { return m_installation; }
+    const RESOURCEMANAGEMENT::ResourceOverview& resources() const noexcept { return m_resources.overview(); }
+    const ServerStatistics& statistics() const noexcept { return m_statistics; }
+    int linkCount() const;
+
+    // Publication in a value tree.
+
+    /// Publishes the administrative nodes below the installation's base path. The tree must outlive the
+    /// server.
+    void publish(values::Tree& tree);
+    /// The same in the process-wide tree.
+    void publish();
+    /// Deletes the nodes again.
+    void withdraw();
+    /// Path of an administrative node: "<base path>/ADMINISTRATION/<name>".
+    QString nodePath(const QString& name) const;
+
+    // What happens to the server. Each change is told at once, or at the end of the batch that runs.
+
+    bool setTunerIdle(const QString& guid, bool idle);
+    bool setTunerAccessible(const QString& guid, bool accessible);
+    bool addTuner(const RESOURCEMANAGEMENT::Tuner& tuner);
+    bool removeTuner(const QString& guid);
+    void setWorkingState(int state);
+    void setStatus(const QString& text);
+
+    /// While one lives, changes of resources are collected; with the last one they are published and
+    /// broadcast once.
+    class Batch
+    {
+    public:
+        explicit Batch(SimulatedServer& server) : m_server(server) { ++m_server.m_batches; }
+        ~Batch() { m_server.endBatch(); }
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+    private:
+        SimulatedServer& m_server;
+    };
+
+    /// Dies as seen from outside: its nodes are deleted, its links are reset, connections are refused.
+    void vanish();
+    /// Listens on the same port again and publishes again where it had been published. False when it cannot
+    /// listen.
+    bool comeBack();
+    /// Resets all links; new ones are accepted.
+    void cutLinks();
+    /// While false nothing is read from the links that are open.
+    void setReading(bool enabled);
+
+    // What the server says of its own accord.
+
+    /// Sends a broadcast of `component` to every link that wants it. Returns to how many.
+    int broadcast(const QString& component, const XmlCommon::CDataTree& data);
+    int broadcastFault(const QString& component, const XmlCommon::CFaultTree& fault);
+
+    // Misbehaviour.
+
+    void addMisbehaviour(const MisbehaviourRule& rule);
+    /// Behaves again. Replies that are already delayed stay delayed.
+    void clearMisbehaviour();
+    /// Starts the random decisions again from `seed`; a new server has seed 1.
+    void setSeed(quint32 seed) { m_plan.reseed(seed); }
+
+private:
+    void openLink(XmlCommunication::CServerLink* link);
+    void receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessage& message);
+    void countRequest(const XmlCommon::CXmlMessage& request);
+    void misbehave(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,
+                   const MisbehaviourPlan::Decision& decision);
+    void sendSpoilt(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,
+                    const MisbehaviourPlan::Decision& decision);
+    void sendReply(SimulatedLink& link, const XmlCommon::CXmlMessage& reply);
+    int broadcastMessage(const XmlCommon::CMsgFragment& fragment);
+    bool openPort();
+    void applyRefusal();
+    void endBatch();
+    bool told(bool changed);
+    void tellChanges();
+    void obey(RequestNode node, const QString& text);
+    void changeTuners(const QString& text);
+    void switchPower(const QString& text);
+
+    Installation m_installation;
+    ResourceState m_resources;
+    ServerStatistics m_statistics;
+    RequestHandler m_handler;
+    MisbehaviourPlan m_plan;
+    std::unique_ptr<XmlCommunication::CServer> m_server;
+    std::unique_ptr<AdminNodes> m_nodes;
+    std::unordered_map<quint32, quint64> m_seenIds; ///< one bit per request ID that has come, 64 to an entry
+    QHostAddress m_address;
+    quint16 m_port = 0;
+    int m_workingState;
+    QString m_status;
+    int m_batches = 0;
+    bool m_vanished = false;
+    bool m_wasPublished = false;
+};
+
+} // namespace KoltaSimulation

@@ -1,0 +1,50 @@
+# Installs the build tree into a fresh prefix, moves that prefix, and builds and runs the examples, which know nothing
+# but the prefix: once through find_package(), once through pkg-config.
+function(run what)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${what} failed (${result}):\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(run_examples directory)
+    set(share "${prefix}/share/koltacommon/installation")
+    run("freetuner" "${directory}/freetuner" "${share}/resources.xml" KW)
+    if(NOT output MATCHES "new tuner .*free: KW [^\n]*, address [0-9.]+:[0-9]+\n")
+        message(FATAL_ERROR "freetuner said: ${output}")
+    endif()
+    run("whoareyou" sh "${CMAKE_CURRENT_LIST_DIR}/against_koltasim.sh" "${prefix}/bin/koltasim" "${directory}/whoareyou")
+    if(NOT output MATCHES "KoltaSim {[-0-9a-f]+}\n")
+        message(FATAL_ERROR "whoareyou said: ${output}")
+    endif()
+endfunction()
+
+file(REMOVE_RECURSE "${WORK_DIR}")
+file(MAKE_DIRECTORY "${WORK_DIR}/pkg-config")
+run("Installing" ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first")
+file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/prefix")
+set(prefix "${WORK_DIR}/prefix")
+
+file(GLOB programs "${prefix}/bin/*")
+foreach(program IN LISTS programs)
+    run("${program} --version" "${program}" --version)
+endforeach()
+
+run("Configuring with find_package" ${CMAKE_COMMAND} -S "${EXAMPLES}" -B "${WORK_DIR}/build" -G "${GENERATOR}"
+    "-DCMAKE_CXX_COMPILER=${CXX}" "-DCMAKE_PREFIX_PATH=${prefix}")
+run("Building with find_package" ${CMAKE_COMMAND} --build "${WORK_DIR}/build")
+run_examples("${WORK_DIR}/build")
+
+if(NOT PKG_CONFIG)
+    message(STATUS "There is no pkg-config here; that half is left out.")
+    return()
+endif()
+set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBDIR}/pkgconfig")
+run("pkg-config" "${PKG_CONFIG}" --cflags --libs koltacommon)
+separate_arguments(flags UNIX_COMMAND "${output}")
+foreach(example IN ITEMS whoareyou freetuner)
+    run("Building with pkg-config" "${CXX}" "${EXAMPLES}/${example}.cpp" -o "${WORK_DIR}/pkg-config/${example}"
+        ${flags} "-Wl,-rpath,${prefix}/${LIBDIR}")
+endforeach()
+run_examples("${WORK_DIR}/pkg-config")

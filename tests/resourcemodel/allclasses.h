@@ -1,0 +1,42 @@
+#pragma once
+
+#include <resourcemodel/demandclasses.h>
+#include <resourcemodel/hwprocessing.h>
+#include <resourcemodel/processors.h>
+#include <resourcemodel/requests.h>
+#include <resourcemodel/resources.h>
+#include <resourcemodel/tunerclasses.h>
+
+#include <memory>
+#include <vector>
+
+using ObjectPointer = std::unique_ptr<REPORTGENERATOR::IRGObject>;
+
+template<typename... Classes>
+std::vector<ObjectPointer> newObjects()
+{
+    std::vector<ObjectPointer> result;
+    (result.push_back(std::make_unique<Classes>()), ...);
+    return result;
+}
+
+/// One empty object of every class of the model, in the order of the documentation.
+inline std::vector<ObjectPointer> newObjectOfEachClass()
+{
+    using namespace RESOURCEMANAGEMENT;
+    return newObjects<ResourceOverview, Tuner, ProcessingUnit, StorageUnit, TavikResource, XGStorage,
+                      Connection, ProcessorOverview, MCP, SCP, DSC, FHP, FFP, FHA, KoltaProcessor,
+                      UsedProcessingUnit, DataSource, TunerTypeOverview, TunerTypeSettings,
+                      TunerClassOverview, TunerIdDefinition, TunerClass, ResourceDemandClassOverview,
+                      ResourceDemandClass, HWProcessingOverview, HWProcessing, TunerManagementRequest,
+                      RequestResource>();
+}
+
+/// A new empty object of the class, or null.
+inline ObjectPointer newObject(const QString& className)
+{
+    for (ObjectPointer& object : newObjectOfEachClass())
+        if (object->GetObjectName() == className)
+            return std::move(object);
+    return nullptr;
+}

@@ -1,0 +1,218 @@
+#include <simulation/installation.h>
+#include <simulation/misbehaviour.h>
+#include <simulation/resourcegenerator.h>
+
+#include <QDir>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace KoltaSimulation;
+
+namespace {
+
+void copySample(const QString& to)
+{
+    const QDir sample(QStringLiteral(KOLTA_INSTALLATION_DIR));
+    for (const QString& file : sample.entryList(QDir::Files))
+        QVERIFY(QFile::copy(sample.filePath(file), to + QLatin1Char('/') + file));
+}
+
+/// Replaces the first `from` in the file; an empty `from` deletes the file.
+void edit(const QString& file, const QByteArray& from, const QByteArray& to)
+{
+    if (from.isEmpty()) {
+        QVERIFY(QFile::remove(file));
+        return;
+    }
+    QFile io(file);
+    QVERIFY(io.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && io.open(QIODevice::ReadWrite));
+    QByteArray text = io.readAll();
+    const int at = text.indexOf(from);
+    QVERIFY2(at >= 0, from.constData());
+    text.replace(at, from.size(), to);
+    io.resize(0);
+    io.seek(0);
+    io.write(text);
+}
+
+} // namespace
+
+class TestInstallation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sampleIsWhole();
+    void refusesFaultyFiles_data();
+    void refusesFaultyFiles();
+    void generatesTheSameAgain();
+    void readsRules_data();
+    void readsRules();
+    void decidesBySeed();
+};
+
+void TestInstallation::sampleIsWhole()
+{
+    Installation installation;
+    QString error;
+    QVERIFY2(installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
+    const auto& resources = installation.resources();
+    QVERIFY(resources.GetTuner().size() >= 24);
+    QSet<QString> types;
+    for (const auto& tuner : resources.GetTuner())
+        types.insert(tuner.GetType());
+    QCOMPARE(types.size(), 4);
+    QCOMPARE(resources.GetProcessingUnit().size(), 6);
+    QCOMPARE(resources.GetStorageUnit().size(), 4);
+    QVERIFY(installation.faults().size() >= 30);
+    const auto isAntenna = [](const ResourceConverter::FaultDescription& fault) { return fault.id == 215; };
+    const auto antenna = std::find_if(installation.faults().begin(), installation.faults().end(), isAntenna);
+    QCOMPARE(antenna->text, QString::fromUtf8("Antenna switch stuck at position S\xC3\xBC"
+                                              "d-West"));
+    installation.setServerName(QStringLiteral("S2"));
+    QCOMPARE(installation.basePath(), QStringLiteral("/ConnectManager/AdminTree/S2"));
+}
+
+void TestInstallation::refusesFaultyFiles_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("from");
+    QTest::addColumn<QByteArray>("to");
+    QTest::addColumn<QString>("message"); ///< what follows the file's name
+    const QString ini = QStringLiteral("installation.ini");
+    const QString sfr = QStringLiteral("faults.sfr");
+    const QString xml = QStringLiteral("resources.xml");
+    const auto row = [](const char* tag, const QString& file, const char* from, const char* to,
+                        const char* message) {
+        QTest::newRow(tag) << file << QByteArray(from) << QByteArray(to) << QString::fromUtf8(message);
+    };
+    row("no ini", ini, "", "", ": No such file");
+    row("no name", ini, "Name=S1", "Name=", ": [Server] Name is missing, expected Name=TEXT");
+    row("bad base path", ini, "/ConnectManager/AdminTree/S1", "S1",
+        ": [Server] BasePath is \"S1\", expected a path");
+    row("unlisted state", ini, "Selected=5", "Selected=9", ": [WorkingState] Selected is \"9\", expected");
+    row("no faults", sfr, "", "", ": No such file");
+    row("fault without a bar", sfr, "102|Unknown", "102 Unknown",
+        ":3: found \"102 Unknown component\", expected");
+    row("fault without a number", sfr, "101|", "x1|", ":2: found \"x1|Request not understood\", expected");
+    row("fault twice", sfr, "103|", "102|", ":4: fault 102 stands here again, expected it once");
+    row("fault that is needed", sfr, "201|", "299|", "no fault 201 up to here, expected a line 201|TEXT");
+    row("faults not UTF-8", sfr, "S\xC3\xBC", "S\xFC", ":23: not UTF-8");
+    row("no resources", xml, "", "", ": No such file");
+    row("XML not closed", xml, "</TavikResource>", "", ":23:");
+    row("other root", xml, "<ResourceOverview>", "<Resources><!--", "");
+    row("number that is none", xml, "<ResourceID>1001<", "<ResourceID>many<", "ResourceID");
+    row("no tuner", xml, "<Tuner>", "<!--", "");
+    row("GUID that is none", xml, "{06e82a01-", "{06e8-", ": Tuner 1: \"{06e8-");
+    row("GUID taken", xml, "{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}", "{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}",
+        ": Tuner 2: \"{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}\" is already taken");
+    row("further overview", QStringLiteral("tunertypes.xml"), "</TypeName>", "", ":");
+}
+
+void TestInstallation::refusesFaultyFiles()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, from);
+    QFETCH(QByteArray, to);
+    QFETCH(QString, message);
+    QTemporaryDir folder;
+    copySample(folder.path());
+    Installation installation;
+    QString error;
+    QVERIFY2(installation.load(folder.path(), error), qPrintable(error));
+    edit(folder.filePath(file), from, to);
+    QVERIFY(!installation.load(folder.path(), error));
+    QVERIFY2(error.startsWith(folder.filePath(file)), qPrintable(error));
+    QVERIFY2(error.contains(message), qPrintable(error));
+    QVERIFY2(error.contains(QStringLiteral("xpected")), qPrintable(error));
+    // What was loaded before stays.
+    QCOMPARE(installation.serverName(), QStringLiteral("S1"));
+    QVERIFY(!installation.resources().GetTuner().isEmpty());
+}
+
+void TestInstallation::generatesTheSameAgain()
+{
+    const auto resources = makeResources(1000, 7);
+    QVERIFY(resources == makeResources(1000, 7));
+    QVERIFY(resources != makeResources(1000, 8));
+    QSet<QString> guids;
+    for (const auto& tuner : resources.GetTuner())
+        guids.insert(tuner.GetTavikResource().GetGUID());
+    for (const auto& unit : resources.GetProcessingUnit())
+        guids.insert(unit.GetTavikResource().GetGUID());
+    for (const auto& unit : resources.GetStorageUnit())
+        guids.insert(unit.GetTavikResource().GetGUID());
+    QCOMPARE(guids.size(), 1000 + 25 + 10);
+    const int bytes = resources.GetXmlString().toUtf8().size() / 1000;
+    QVERIFY2(bytes > 700 && bytes < 900, qPrintable(QString::number(bytes)));
+}
+
+void TestInstallation::readsRules_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("error"); ///< part of it; empty when the text is right
+    QTest::newRow("kind") << "cut"
+                          << "";
+    QTest::newRow("all") << "cut=12,component=Resources,after=3,times=2,chance=0.5"
+                         << "";
+    QTest::newRow("no kind") << ""
+                             << "unknown misbehaviour \"\"";
+    QTest::newRow("unknown") << "explode"
+                             << "expected one of refuse, close-at-once";
+    QTest::newRow("text for a number") << "delay=soon"
+                                       << "expects a number";
+    QTest::newRow("negative") << "cut=-1"
+                              << "expects a number";
+    QTest::newRow("argument for none") << "twice=2"
+                                       << "takes no argument";
+    QTest::newRow("pieces of nothing") << "split=0"
+                                       << "expects a number";
+    QTest::newRow("chance over 1") << "twice,chance=1.5"
+                                   << "found \"chance=1.5\"";
+    QTest::newRow("chance nan") << "twice,chance=nan"
+                                << "found \"chance=nan\"";
+    QTest::newRow("option") << "twice,often=1"
+                            << "found \"often=1\"";
+}
+
+void TestInstallation::readsRules()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, error);
+    MisbehaviourRule rule;
+    QString message;
+    QCOMPARE(MisbehaviourRule::fromText(text, rule, message), error.isEmpty());
+    QVERIFY2(message.contains(error), qPrintable(message));
+    QCOMPARE(rule.kind, error.isEmpty() ? Misbehaviour::Cut : Misbehaviour::None);
+}
+
+void TestInstallation::decidesBySeed()
+{
+    MisbehaviourRule rule;
+    QString error;
+    QVERIFY(MisbehaviourRule::fromText(QStringLiteral("twice,component=A,after=2,times=20,chance=0.5"), rule,
+                                       error));
+    const auto decisions = [&rule](quint32 seed) {
+        MisbehaviourPlan plan(seed);
+        plan.add(rule);
+        QString text;
+        for (int i = 0; i < 200; ++i) {
+            // Other components pass without counting.
+            const auto other = plan.decideRequest(QStringLiteral("B"));
+            const auto own = plan.decideRequest(QStringLiteral("A"));
+            text += other.kind == Misbehaviour::None ? QString() : QStringLiteral("?");
+            text += own.kind == Misbehaviour::Twice ? QLatin1Char('x') : QLatin1Char('.');
+        }
+        return text;
+    };
+    const QString first = decisions(1);
+    QCOMPARE(decisions(1), first);
+    QVERIFY(decisions(2) != first);
+    QVERIFY(first.startsWith(QStringLiteral("..")));
+    QCOMPARE(first.count(QLatin1Char('x')), 20);
+    QVERIFY(!first.contains(QLatin1Char('?')));
+}
+
+QTEST_GUILESS_MAIN(TestInstallation)
+#include "tst_installation.moc"

@@ -1,0 +1,367 @@
+#include "rawclient.h"
+
+#include <simulation/activity.h>
+#include <simulation/faultids.h>
+#include <simulation/resourcegenerator.h>
+#include <simulation/serverthread.h>
+#include <simulation/simulatedserver.h>
+
+#include <startup/errorhandler.h>
+#include <values/value.h>
+#include <xmlmessaging/connectionthread.h>
+
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace KoltaSimulation;
+using RESOURCEMANAGEMENT::ResourceOverview;
+using XmlCommunication::CEventFilterConverter;
+
+class TestSimulatedServer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void answers_data();
+    void answers();
+    void reportsFaults_data();
+    void reportsFaults();
+    void leavesOutRequestTrees();
+    void countsDuplicates();
+    void tellsSubscribersOncePerBatch();
+    void publishesAndObeys();
+    void survivesWrongRequests();
+    void vanishesAndComesBack();
+    void runsOnItsOwnThread();
+    void isAlive();
+
+private:
+    QString tunerGuid(int index) const
+    {
+        return m_server->resources().GetTuner().at(index).GetTavikResource().GetGUID();
+    }
+    QString nodeText(const char* name) const
+    {
+        auto* value = m_tree.FindAs<values::StringValue>(m_server->nodePath(QLatin1String(name)));
+        return value ? value->GetValue() : QStringLiteral("<none>");
+    }
+    void write(const char* name, const QString& text);
+    ResourceOverview published() const;
+
+    Installation m_installation;
+    values::Tree m_tree;
+    std::unique_ptr<SimulatedServer> m_server;
+    std::unique_ptr<RawClient> m_client;
+};
+
+void TestSimulatedServer::initTestCase()
+{
+    QString error;
+    QVERIFY2(m_installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
+}
+
+void TestSimulatedServer::init()
+{
+    m_server = std::make_unique<SimulatedServer>(m_installation);
+    QVERIFY(m_server->listen());
+    m_server->publish(m_tree);
+    m_client = std::make_unique<RawClient>(m_server->address(), m_server->port());
+}
+
+void TestSimulatedServer::cleanup()
+{
+    m_client.reset();
+    m_server.reset();
+    QVERIFY(!m_tree.Find(m_installation.basePath()));
+}
+
+void TestSimulatedServer::write(const char* name, const QString& text)
+{
+    auto* value = m_tree.FindAs<values::StringValue>(m_server->nodePath(QLatin1String(name)));
+    QVERIFY(value);
+    if (!value->SetValue(text))
+        value->Announce();
+}
+
+ResourceOverview TestSimulatedServer::published() const
+{
+    ResourceOverview overview;
+    overview.SetXmlString(nodeText("Resources"), true);
+    return overview;
+}
+
+void TestSimulatedServer::answers_data()
+{
+    QTest::addColumn<QHostAddress>("address");
+    QTest::newRow("IPv4") << QHostAddress(QHostAddress::LocalHost);
+    QTest::newRow("IPv6") << QHostAddress(QHostAddress::LocalHostIPv6);
+}
+
+void TestSimulatedServer::answers()
+{
+    QFETCH(QHostAddress, address);
+    SimulatedServer server(m_installation);
+    QVERIFY2(server.listen(address), qPrintable(server.errorString()));
+    QCOMPARE(server.hostAndPort(), address.toString() + QStringLiteral(":%1").arg(server.port()));
+    RawClient client(address, server.port());
+    client.send(XmlCommunication::CAppDescription::makeFragment());
+    client.send(ResourceConverter::CQueryFaultReference::makeFragment());
+    client.send(makeResourceQuery(tunerGuid(3)));
+    client.send(makeStatisticsQuery());
+    QTRY_COMPARE(client.messages.size(), 4);
+
+    const XmlCommunication::CAppDescription description(client.fragment(0));
+    QVERIFY(description.isCompatible());
+    QCOMPARE(description.getAppGuid(), m_installation.application().guid);
+    const ResourceConverter::CQueryFaultReference reference(client.fragment(1));
+    QCOMPARE(reference.getFaults().size(), m_installation.faults().size());
+    QCOMPARE(reference.getFaults().last().text, m_installation.faults().last().text);
+    RESOURCEMANAGEMENT::Tuner tuner;
+    tuner.SetXmlString(QString::fromUtf8(client.fragment(2).getDataTree().toXml()), true);
+    QVERIFY(tuner == m_server->resources().GetTuner().at(3));
+    ServerStatistics statistics;
+    QVERIFY(readStatistics(client.fragment(3), statistics));
+    QCOMPARE(statistics.requests, quint64(4));
+    QCOMPARE(statistics.replies, quint64(3));
+    QCOMPARE(statistics.links, quint64(1));
+}
+
+void TestSimulatedServer::reportsFaults_data()
+{
+    QTest::addColumn<XmlCommon::CMsgFragment>("query");
+    QTest::addColumn<quint32>("fault");
+    QTest::addColumn<int>("causes");
+    const auto query = [](const char* component, const char* operation) {
+        XmlCommon::CMsgFragment fragment{QString::fromLatin1(component)};
+        if (*operation)
+            fragment.setRequestTree(XmlCommon::CRequestTree(XmlCommon::CDataTree(QLatin1String(operation))));
+        return fragment;
+    };
+    QTest::newRow("resource") << makeResourceQuery(QStringLiteral("{x}")) << quint32(eFaultNoSuchResource)
+                              << 3;
+    QTest::newRow("no GUID") << query("Resources", "Resource") << quint32(eFaultParameterMissing) << 0;
+    QTest::newRow("operation") << query("Resources", "Explode") << quint32(eFaultUnknownOperation) << 0;
+    QTest::newRow("no operation") << query("Statistics", "") << quint32(eFaultNoOperation) << 0;
+    QTest::newRow("component") << query("Nowhere", "Resource") << quint32(eFaultUnknownComponent) << 0;
+    QTest::newRow("operation of the protocol")
+        << query("Application", "Explode") << quint32(eFaultUnknownOperation) << 0;
+}
+
+void TestSimulatedServer::reportsFaults()
+{
+    QFETCH(XmlCommon::CMsgFragment, query);
+    QFETCH(quint32, fault);
+    QFETCH(int, causes);
+    m_client->send(query);
+    QTRY_COMPARE(m_client->messages.size(), 1);
+    XmlCommon::CFaultTree tree = m_client->fragment(0).getFaultTree();
+    quint32 id = 0;
+    QVERIFY(tree.getFaultID(id));
+    QCOMPARE(id, fault);
+    int found = 0;
+    for (; tree.hasCausationDataTree(); ++found) {
+        QVERIFY(tree.getNumberOfAddenda() > 0);
+        tree = XmlCommon::CFaultTree(tree.getCausationDataTree());
+    }
+    QCOMPARE(found, causes);
+    QVERIFY(!m_client->fragment(0).hasDataTree());
+}
+
+void TestSimulatedServer::leavesOutRequestTrees()
+{
+    XmlCommunication::CRequestTreeConverter converter;
+    m_client->send(makeStatisticsQuery());
+    converter.setRequestTreeSuppression(true);
+    m_client->send(converter.makeFragment());
+    m_client->send(makeStatisticsQuery());
+    QTRY_COMPARE(m_client->messages.size(), 3);
+    QVERIFY(m_client->fragment(0).hasRequestTree());
+    QVERIFY(!m_client->fragment(1).hasRequestTree());
+    QVERIFY(!m_client->fragment(2).hasRequestTree());
+}
+
+void TestSimulatedServer::countsDuplicates()
+{
+    for (const quint32 id : {7u, 8u, 7u, 4294967295u, 71u, 4294967295u})
+        m_client->send(makeStatisticsQuery(), id);
+    QTRY_COMPARE(m_client->messages.size(), 6);
+    QCOMPARE(m_server->statistics().duplicates, quint64(2));
+}
+
+void TestSimulatedServer::tellsSubscribersOncePerBatch()
+{
+    RawClient other(m_server->address(), m_server->port());
+    RawClient all(m_server->address(), m_server->port());
+    m_client->send(CEventFilterConverter::makeFragment(QStringLiteral("Resources")));
+    other.send(CEventFilterConverter::makeFragment(QStringLiteral("Clock")));
+    all.send(CEventFilterConverter::makeFragment(QStringLiteral("*")));
+    QTRY_VERIFY(m_client->messages.size() == 1 && other.messages.size() == 1 && all.messages.size() == 1);
+
+    const QString gone = tunerGuid(0);
+    const QString busy = tunerGuid(1);
+    const RESOURCEMANAGEMENT::Tuner added = makeTuner(5, 1);
+    const RESOURCEMANAGEMENT::Tuner passing = makeTuner(6, 1);
+    const QString before = nodeText("Resources");
+    {
+        const SimulatedServer::Batch batch(*m_server);
+        const SimulatedServer::Batch inner(*m_server);
+        QVERIFY(m_server->setTunerIdle(busy, false));
+        QVERIFY(!m_server->setTunerIdle(busy, false));
+        QVERIFY(m_server->setTunerAccessible(busy, false));
+        QVERIFY(m_server->removeTuner(gone));
+        QVERIFY(!m_server->removeTuner(gone));
+        QVERIFY(m_server->addTuner(added));
+        QVERIFY(!m_server->addTuner(added));
+        QVERIFY(m_server->addTuner(passing));
+        QVERIFY(m_server->removeTuner(passing.GetTavikResource().GetGUID()));
+        QCOMPARE(nodeText("Resources"), before);
+    }
+    QTRY_VERIFY(m_client->messages.size() == 2 && all.messages.size() == 2);
+    QCOMPARE(m_client->messages.at(1)->getServiceType(), XmlCommon::CXmlMessage::eSERVICE_BROADCAST);
+    const QByteArray expected = "<ResourcesChanged><Added>" + added.GetTavikResource().GetGUID().toUtf8() +
+                                "</Added><Changed>" + busy.toUtf8() + "</Changed><Removed>" + gone.toUtf8() +
+                                "</Removed></ResourcesChanged>";
+    QCOMPARE(m_client->fragment(1).getDataTree().toXml(), expected);
+    QCOMPARE(published().GetTuner().size(), m_installation.resources().GetTuner().size());
+    QVERIFY(published() == m_server->resources());
+
+    // Another request goes through first, so a broadcast would have come by now.
+    other.send(makeStatisticsQuery());
+    QTRY_COMPARE(other.messages.size(), 2);
+    QCOMPARE(m_server->statistics().broadcasts, quint64(2));
+}
+
+void TestSimulatedServer::publishesAndObeys()
+{
+    QVERIFY(published() == m_installation.resources());
+    QCOMPARE(nodeText("HostName"), m_installation.hostName());
+    auto* state = m_tree.FindAs<values::SelectionValue>(m_server->nodePath(QStringLiteral("WorkingState")));
+    QVERIFY(state);
+    QCOMPARE(state->GetStringValue(), QStringLiteral("Operational"));
+    m_server->setWorkingState(4);
+    QCOMPARE(state->GetSelectedKey(), 4);
+
+    ResourceOverview wish;
+    wish.EditTuner() = {m_server->resources().GetTuner().at(2), makeTuner(1, 1)};
+    wish.EditTuner()[0].SetOptions(QStringLiteral("NEW"));
+    write("ChangedTuners", wish.GetXmlString());
+    QCOMPARE(published().GetTuner().at(2).GetOptions(), QStringLiteral("NEW"));
+    // A GUID that the server does not know changes nothing.
+    QCOMPARE(published().GetTuner().size(), m_installation.resources().GetTuner().size());
+
+    // The same wish announced again is obeyed again.
+    m_server->setTunerAccessible(tunerGuid(2), !wish.GetTuner().at(0).GetAccessible());
+    write("ChangedTuners", wish.GetXmlString());
+    QCOMPARE(published().GetTuner().at(2).GetAccessible(), wish.GetTuner().at(0).GetAccessible());
+
+    wish = ResourceOverview();
+    wish.EditProcessingUnit() = {m_server->resources().GetProcessingUnit().at(1)};
+    wish.EditProcessingUnit()[0].SetLocalStorage(RESOURCEMANAGEMENT::ProcessingUnit::eNoLocalStorage);
+    write("ChangedPUs", wish.GetXmlString());
+    QCOMPARE(published().GetProcessingUnit().at(1), wish.GetProcessingUnit().at(0));
+
+    const QString unit = m_server->resources().GetStorageUnit().at(0).GetTavikResource().GetGUID();
+    write("UnitPowerControl", QStringLiteral("1@0@%1,%2").arg(unit, tunerGuid(4)));
+    QCOMPARE(published().GetStorageUnit().at(0).GetRegistration(),
+             RESOURCEMANAGEMENT::StorageUnit::eUnregistered);
+    QVERIFY(!published().GetTuner().at(4).GetAccessible());
+    write("UnitPowerControl", QStringLiteral("0@1@%1").arg(unit));
+    QCOMPARE(published().GetStorageUnit().at(0).GetRegistration(),
+             RESOURCEMANAGEMENT::StorageUnit::eRegistered);
+}
+
+void TestSimulatedServer::survivesWrongRequests()
+{
+    Startup::TraceRecorder trace;
+    Startup::ErrorHandler::Instance().addSink(&trace);
+    Startup::ErrorHandler::Instance().setLoggingEnabled(false);
+    const QString before = nodeText("Resources");
+    write("ChangedTuners", QStringLiteral("<ResourceOverview><Tuner>"));
+    write("ChangedTuners", QStringLiteral("<TunerManagementRequest><Tuner/></TunerManagementRequest>"));
+    write("ChangedPUs", QStringLiteral("<StorageUnit/>"));
+    write("UnitPowerControl", QStringLiteral("@@"));
+    write("UnitPowerControl", QStringLiteral("off"));
+    write("UnitPowerControl", QString());
+    Startup::ErrorHandler::Instance().removeSink(&trace);
+    Startup::ErrorHandler::Instance().setLoggingEnabled(true);
+    QCOMPARE(nodeText("Resources"), before);
+    QCOMPARE(trace.count(QStringLiteral("A request node holds no")), 3);
+    QCOMPARE(trace.count(QStringLiteral("expected SCOPE@ON@GUIDS")), 2);
+}
+
+void TestSimulatedServer::vanishesAndComesBack()
+{
+    struct Watcher : IObserver
+    {
+        void Update(Observable* source, TChangeCode code) override
+        {
+            auto* item = dynamic_cast<values::TreeItem*>(source);
+            seen.append(QStringLiteral("%1%2").arg(code).arg(item->IsDeleted() ? "-" : "+"));
+        }
+        QStringList seen;
+    } watcher;
+    m_client->send(makeStatisticsQuery());
+    QTRY_COMPARE(m_client->messages.size(), 1);
+    m_tree.Find(m_server->nodePath(QStringLiteral("Resources")))->Attach(&watcher);
+    const quint16 port = m_server->port();
+
+    m_server->vanish();
+    QTRY_VERIFY(m_client->isClosed());
+    QCOMPARE(watcher.seen, QStringList{QStringLiteral("2-")});
+    QVERIFY(!m_tree.Find(m_server->nodePath(QStringLiteral("HostName"))));
+    RawClient refused(m_server->address(), port);
+    QTRY_COMPARE(refused.socket.error(), QAbstractSocket::ConnectionRefusedError);
+    // What happens meanwhile is there when it comes back.
+    const bool wasIdle = m_server->resources().GetTuner().at(0).GetIdle();
+    m_server->setTunerIdle(tunerGuid(0), !wasIdle);
+
+    QVERIFY(m_server->comeBack());
+    QCOMPARE(watcher.seen.mid(1), QStringList({QStringLiteral("2+"), QStringLiteral("3+")}));
+    QCOMPARE(published().GetTuner().at(0).GetIdle(), !wasIdle);
+    RawClient again(m_server->address(), port);
+    again.send(makeStatisticsQuery());
+    QTRY_COMPARE(again.messages.size(), 1);
+    write("UnitPowerControl", QStringLiteral("1@0@%1").arg(tunerGuid(0)));
+    QVERIFY(!published().GetTuner().at(0).GetAccessible());
+}
+
+void TestSimulatedServer::runsOnItsOwnThread()
+{
+    Installation large = m_installation;
+    large.setResources(makeResources(2000, 1));
+    ServerThread server(large);
+    QVERIFY(server.isListening());
+    const QString guid = server.call(
+        [](SimulatedServer& s) { return s.resources().GetTuner().at(1999).GetTavikResource().GetGUID(); });
+    XmlCommunication::CConnectionThread link(QStringLiteral("127.0.0.1"), server.port());
+    QSignalSpy jobs(&link, &XmlCommunication::CConnectionThread::SignalNewJob);
+    link.start();
+    const XmlCommon::ptrCXmlMessage query(new XmlCommon::CXmlMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY));
+    query->setMessageID_byGenerator();
+    query->addFragment(makeResourceQuery(guid));
+    link.sendMessage(query, 0);
+    QTRY_COMPARE(jobs.count(), 1);
+    QCOMPARE(query->getServiceType(), XmlCommon::CXmlMessage::eSERVICE_QUERY_REPLY);
+    QVERIFY(query->getFragment(0).hasDataTree());
+    QCOMPARE(server.statistics().requests, quint64(1));
+    link.exit(0);
+    QVERIFY(link.waitForFinished(5000));
+}
+
+void TestSimulatedServer::isAlive()
+{
+    m_client->send(CEventFilterConverter::makeFragment(QStringLiteral("*")));
+    QTRY_COMPARE(m_client->messages.size(), 1);
+    Activity activity(*m_server, 1);
+    activity.start(1);
+    QTRY_VERIFY(m_client->messages.size() > 5);
+    activity.stop();
+    QVERIFY(published() == m_server->resources());
+    QVERIFY(published() != m_installation.resources());
+}
+
+QTEST_GUILESS_MAIN(TestSimulatedServer)
+#include "tst_simulatedserver.moc"
