@@ -1,5 +1,6 @@
 #include "figure.h"
 #include "peerlinks.h"
+#include "threadcall.h"
 
 #include <QByteArray>
 #include <QEventLoop>
@@ -108,9 +109,8 @@ public:
     }
 
 public Q_SLOTS:
-    void reply(const QByteArray& bytes)
+    void reply(const QByteArray&)
     {
-        require(!bytes.isEmpty(), "an empty reply");
         if (--m_left > 0)
             Q_EMIT send(m_request);
         else
@@ -125,22 +125,6 @@ private:
     QByteArray m_request;
     int m_left = 0;
 };
-
-/// Runs `work` on `thread` and waits for its result.
-template<class Work>
-auto runOn(QThread& thread, Work work)
-{
-    QObject context;
-    context.moveToThread(&thread);
-    decltype(work()) result{};
-    QMetaObject::invokeMethod(
-        &context, [&] { result = work(); }, Qt::BlockingQueuedConnection);
-    // An object may be moved away only by its own thread.
-    QThread* here = QThread::currentThread();
-    QMetaObject::invokeMethod(
-        &context, [&] { context.moveToThread(here); }, Qt::BlockingQueuedConnection);
-    return result;
-}
 
 } // namespace
 
@@ -157,11 +141,11 @@ QtLink::QtLink(int requestBytes, int replyBytes) : d(std::make_unique<Private>(r
 {
     d->serverThread.start();
     d->clientThread.start();
-    auto* server = runOn(d->serverThread, [=] { return new EchoServer(requestBytes, replyBytes); });
-    const quint16 port = runOn(d->serverThread, [=] {
+    auto* server = callOn(d->serverThread, [=] { return new EchoServer(requestBytes, replyBytes); });
+    const quint16 port = callOn(d->serverThread, [=] {
         return server->listen(QHostAddress::LocalHost) ? server->serverPort() : quint16(0);
     });
-    auto* client = runOn(d->clientThread, [=] { return new Client(port, replyBytes); });
+    auto* client = callOn(d->clientThread, [=] { return new Client(port, replyBytes); });
     QObject::connect(&d->serverThread, &QThread::finished, server, &QObject::deleteLater);
     QObject::connect(&d->clientThread, &QThread::finished, client, &QObject::deleteLater);
     QObject::connect(&d->owner, &Owner::send, client, &Client::send, Qt::QueuedConnection);

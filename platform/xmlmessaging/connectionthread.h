@@ -75,5 +75,3 @@ private:
 };
 
 } // namespace XmlCommunication
-
-Q_DECLARE_METATYPE(QAbstractSocket::SocketError)

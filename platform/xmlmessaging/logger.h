@@ -12,6 +12,8 @@ class CConnectionThread;
 
 namespace logger {
 
+class LinkLog;
+
 /// How much of a link's traffic is written.
 enum eLogMode : int {
     eLogOff = 0,
@@ -45,6 +47,8 @@ private:
     Logger();
     ~Logger();
     friend class XmlCommunication::CConnectionThread;
+    std::shared_ptr<LinkLog> logOf(CConnectionThread* thread) const;
+
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -68,6 +68,7 @@ public:
 
     /// Port 0 lets the system pick one. False on failure, see errorString().
     bool listen(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
+    /// Stops listening; links that are open stay.
     void close();
     bool isListening() const;
     quint16 port() const;

@@ -1,0 +1,349 @@
+#include "linkworker.h"
+
+#include "linklog.h"
+#include "socketoptions.h"
+
+#include <startup/errorhandler.h>
+
+#include <QNetworkProxy>
+#include <QTcpSocket>
+#include <QThread>
+#include <QTimerEvent>
+
+using XmlCommon::CXmlMessage;
+using XmlCommon::MessageCodec;
+using XmlCommon::ptrCXmlMessage;
+
+namespace XmlCommunication {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kReadBytes = 64 * 1024;
+constexpr int kSocketBufferBytes = 256 * 1024;
+/// Costs of what the owner has not read yet, at which reading pauses.
+constexpr qint64 kInboxHighWater = 16 * 1024 * 1024;
+/// A decoded message costs a multiple of its text, and a page of the parser at least.
+constexpr qint64 kMessageBaseCost = 32 * 1024;
+constexpr qint64 kMessageCostPerByte = 4;
+constexpr int kKeptBufferBytes = 256 * 1024;
+
+constexpr int kTickMs = 100;
+constexpr auto kConnectTime = 10s;
+constexpr auto kFinishTime = 500ms;
+/// Unit of a message's available time.
+using AvailableTime = std::chrono::duration<qint64, std::ratio<1, 100000>>;
+
+int leftMs(std::chrono::steady_clock::time_point limit)
+{
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(limit - std::chrono::steady_clock::now());
+    return static_cast<int>(qMax<qint64>(0, left.count()));
+}
+
+/// Empties a buffer that is used again and again, and keeps its memory unless it has grown large.
+void recycle(QByteArray& buffer)
+{
+    if (buffer.capacity() > kKeptBufferBytes || buffer.capacity() == 0) {
+        buffer = QByteArray();
+        buffer.reserve(4096);
+    }
+    buffer.resize(0);
+}
+
+} // namespace
+
+LinkWorker::LinkWorker(const QString& host, quint16 port, Inbox& inbox)
+    : m_host(host), m_port(port), m_inbox(inbox), m_outbox(this)
+{
+}
+
+LinkWorker::~LinkWorker() = default;
+
+void LinkWorker::begin(std::shared_ptr<logger::LinkLog> log)
+{
+    m_log = std::move(log);
+    m_failed = m_ending = m_paused = m_lastBytes = false;
+    m_inFlight.clear();
+    m_reader = std::make_unique<FrameReader>(m_limits.maxMessageBytes);
+    m_readBuffer = std::make_unique<char[]>(kReadBytes);
+    m_socket = std::make_unique<QTcpSocket>();
+    m_socket->setProxy(QNetworkProxy::NoProxy);
+    m_socket->setReadBufferSize(kSocketBufferBytes);
+    connectSocket();
+    if (m_host.isEmpty()) {
+        fail(QAbstractSocket::HostNotFoundError, QStringLiteral("no host given"));
+    } else if (m_port == 0) {
+        fail(QAbstractSocket::ConnectionRefusedError, QStringLiteral("no port given"));
+    } else {
+        m_connectLimit = Clock::now() + kConnectTime;
+        startTicking();
+        m_socket->connectToHost(m_host, m_port);
+    }
+}
+
+/// Runs one reaction to an event. An exception ends the event loop, which must not be unwound, and is kept
+/// for run().
+template<class Function>
+void LinkWorker::guarded(Function function)
+{
+    try {
+        function();
+    } catch (...) {
+        m_exception = std::current_exception();
+        m_failed = true;
+        QThread::currentThread()->exit(1);
+    }
+}
+
+void LinkWorker::connectSocket()
+{
+    connect(m_socket.get(), &QTcpSocket::stateChanged, this,
+            [this](QAbstractSocket::SocketState state) { guarded([&] { onState(state); }); });
+    connect(m_socket.get(), &QTcpSocket::errorOccurred, this,
+            [this](QAbstractSocket::SocketError error) { guarded([&] { onError(error); }); });
+    connect(m_socket.get(), &QTcpSocket::readyRead, this, [this] { guarded([&] { onReadyRead(); }); });
+}
+
+void LinkWorker::rethrow()
+{
+    if (const std::exception_ptr exception = std::exchange(m_exception, nullptr))
+        std::rethrow_exception(exception);
+}
+
+bool LinkWorker::event(QEvent* event)
+{
+    if (event->type() == kWakeEvent)
+        guarded([this] { writeOutbox(); });
+    else if (event->type() == kResumeEvent)
+        guarded([this] { onResume(); });
+    else if (event->type() == QEvent::Timer && static_cast<QTimerEvent*>(event)->timerId() == m_tickTimer)
+        guarded([this] { onTick(); });
+    else
+        return QObject::event(event);
+    return true;
+}
+
+void LinkWorker::onState(QAbstractSocket::SocketState state)
+{
+    if (state == QAbstractSocket::ConnectedState) {
+        tuneSocket(*m_socket);
+        limitUnacknowledgedTime(*m_socket);
+    }
+    push(LinkNews::eState, state);
+    if (state == QAbstractSocket::ConnectedState)
+        writeOutbox();
+}
+
+void LinkWorker::onError(QAbstractSocket::SocketError error)
+{
+    if (error == QAbstractSocket::RemoteHostClosedError) {
+        m_lastBytes = true;
+        m_paused = false;
+        onReadyRead();
+    }
+    report(error, m_socket->errorString()); // the socket ends by itself
+}
+
+void LinkWorker::onReadyRead()
+{
+    while (!m_failed && !m_ending && !m_paused) {
+        const qint64 count = m_socket->read(m_readBuffer.get(), kReadBytes);
+        if (count <= 0)
+            return;
+        m_reader->feed(m_readBuffer.get(), static_cast<int>(count));
+        if (!deliver())
+            return;
+        // A short read has emptied the socket; more bytes come with another signal.
+        if (count < kReadBytes && m_socket->bytesAvailable() == 0)
+            return;
+    }
+}
+
+/// Takes the whole messages that have arrived; false when reading has to stop.
+bool LinkWorker::deliver()
+{
+    QByteArray frame;
+    while (!m_failed && !m_paused && m_reader->next(frame))
+        receive(std::move(frame));
+    if (m_reader->hasError())
+        fail(QAbstractSocket::UnknownSocketError, m_reader->error());
+    return !m_failed && !m_paused;
+}
+
+void LinkWorker::receive(QByteArray frame)
+{
+    const int size = frame.size();
+    QString error;
+    ptrCXmlMessage message = MessageCodec::decode(std::move(frame), error, m_limits);
+    if (!message) {
+        fail(QAbstractSocket::UnknownSocketError, error);
+        return;
+    }
+    if (m_log)
+        m_log->write(logger::eReceived, *message, size);
+    const CXmlMessage::eSERVICE_TYPES type = message->getServiceType();
+    if (type == CXmlMessage::eSERVICE_QUERY_REPLY || type == CXmlMessage::eSERVICE_COMMAND_REPLY)
+        m_inFlight.erase(message->getMessageID());
+    const qint64 cost = kMessageBaseCost + kMessageCostPerByte * size;
+    const bool room =
+        m_inbox.push(LinkNews{LinkNews::eMessage, 0, std::move(message)}, cost, kInboxHighWater);
+    if (!room && !m_paused && !m_lastBytes) {
+        m_paused = true;
+        m_pausedAt = Clock::now();
+    }
+}
+
+void LinkWorker::onResume()
+{
+    if (!m_paused)
+        return;
+    m_paused = false;
+    // The time in which a reply could not have been read is not the peer's fault.
+    const auto pause = Clock::now() - m_pausedAt;
+    for (auto& entry : m_inFlight)
+        entry.second += pause;
+    if (!m_failed && !m_ending && deliver())
+        onReadyRead();
+}
+
+int LinkWorker::writeOutbox()
+{
+    if (!m_socket || m_failed || m_socket->state() != QAbstractSocket::ConnectedState)
+        return 0;
+    recycle(m_frames);
+    int count = 0;
+    ptrCXmlMessage message;
+    while (m_outbox.take(message).any) {
+        recycle(m_payload);
+        MessageCodec::encode(*message, m_payload);
+        appendFrame(m_frames, m_payload);
+        noteInFlight(*message);
+        if (m_log)
+            m_log->write(logger::eSent, *message, m_payload.size());
+        message.reset();
+        ++count;
+    }
+    if (count > 0) {
+        m_socket->write(m_frames);
+        m_socket->flush();
+    }
+    return count;
+}
+
+void LinkWorker::noteInFlight(const CXmlMessage& message)
+{
+    const CXmlMessage::eSERVICE_TYPES type = message.getServiceType();
+    const bool request = type == CXmlMessage::eSERVICE_QUERY || type == CXmlMessage::eSERVICE_COMMAND;
+    if (!request || message.getAvailableTime() == 0)
+        return;
+    m_inFlight[message.getMessageID()] =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(AvailableTime(message.getAvailableTime()));
+    startTicking();
+}
+
+/// One coarse timer for all requests. It runs on between one request and the next, so that none starts a
+/// timer.
+void LinkWorker::startTicking()
+{
+    if (m_tickTimer == 0)
+        m_tickTimer = startTimer(kTickMs, Qt::CoarseTimer);
+}
+
+void LinkWorker::onTick()
+{
+    const Clock::time_point now = Clock::now();
+    const bool connecting = !m_failed && m_socket && m_socket->state() != QAbstractSocket::ConnectedState;
+    if (connecting && now >= m_connectLimit)
+        fail(QAbstractSocket::SocketTimeoutError, QStringLiteral("no connection within 10 s"));
+    for (auto entry = m_inFlight.begin(); entry != m_inFlight.end() && !m_paused && !m_failed; ++entry) {
+        if (now < entry->second)
+            continue;
+        fail(QAbstractSocket::SocketTimeoutError,
+             QStringLiteral("no reply to request %1 within its available time").arg(entry->first));
+        break;
+    }
+    if (m_failed || (!connecting && m_inFlight.empty())) {
+        killTimer(m_tickTimer);
+        m_tickTimer = 0;
+    }
+}
+
+/// Ends the link with an error that the socket does not know of.
+void LinkWorker::fail(QAbstractSocket::SocketError error, const QString& what)
+{
+    report(error, what);
+    m_socket->abort();
+}
+
+/// Tells the owner the link's first error.
+void LinkWorker::report(QAbstractSocket::SocketError error, const QString& what)
+{
+    if (m_failed || m_ending)
+        return;
+    m_failed = true;
+    m_inFlight.clear();
+    const bool orderly = error == QAbstractSocket::RemoteHostClosedError;
+    Startup::ErrorHandler::Instance().trace(orderly ? Startup::eTraceInfo : Startup::eTrace,
+                                            QStringLiteral("platform/xmlmessaging/linkworker"), 10,
+                                            QStringLiteral("%1: %2").arg(linkName(), what));
+    push(LinkNews::eError, error);
+}
+
+void LinkWorker::push(LinkNews::Kind kind, int value)
+{
+    m_inbox.push(LinkNews{kind, value, ptrCXmlMessage()});
+}
+
+QString LinkWorker::linkName() const
+{
+    const QString peer = endpointName(m_host, m_port);
+    return m_log ? QStringLiteral("%1/%2").arg(m_log->name(), peer) : peer;
+}
+
+void LinkWorker::finish()
+{
+    m_ending = true;
+    if (!m_failed && m_socket->state() == QAbstractSocket::ConnectedState) {
+        const Clock::time_point limit = Clock::now() + kFinishTime;
+        const int count = writeOutbox();
+        flushBefore(limit);
+        if (count > 0 && m_socket->bytesToWrite() == 0)
+            lingerUntil(limit);
+    }
+    drop();
+}
+
+void LinkWorker::flushBefore(Clock::time_point limit)
+{
+    while (m_socket->bytesToWrite() > 0 && leftMs(limit) > 0 &&
+           m_socket->waitForBytesWritten(leftMs(limit))) {
+    }
+}
+
+/// A socket that is closed with unread bytes resets the link, and the reset may overtake what was just sent.
+/// So the peer is first shown the end, and what it still has to say is read and dropped.
+void LinkWorker::lingerUntil(Clock::time_point limit)
+{
+    shutdownSending(*m_socket);
+    do {
+        m_socket->readAll();
+    } while (leftMs(limit) > 0 && m_socket->waitForReadyRead(leftMs(limit)));
+}
+
+void LinkWorker::drop() noexcept
+{
+    m_ending = true;
+    if (m_tickTimer != 0)
+        killTimer(m_tickTimer);
+    m_tickTimer = 0;
+    if (m_socket)
+        m_socket->abort();
+    m_socket.reset();
+    m_reader.reset();
+    m_readBuffer.reset();
+    m_log.reset();
+}
+
+} // namespace XmlCommunication

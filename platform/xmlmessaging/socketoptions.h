@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+class QAbstractSocket;
+
+namespace XmlCommunication {
+
+/// "host:port", with brackets around an IPv6 address.
+QString endpointName(const QString& host, quint16 port);
+
+/// What both ends of a link set once they are connected: no delay, and probes that show a dead peer within a
+/// minute.
+void tuneSocket(QAbstractSocket& socket);
+/// Gives up on a peer that acknowledges nothing for a minute. Not for an end that may have to wait for a slow
+/// reader.
+void limitUnacknowledgedTime(QAbstractSocket& socket);
+/// The next close discards what was not sent and resets the link.
+void resetOnClose(QAbstractSocket& socket);
+/// Ends the sending direction only: the peer reads what was sent, then sees the end.
+void shutdownSending(QAbstractSocket& socket);
+
+} // namespace XmlCommunication
