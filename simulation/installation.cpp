@@ -107,7 +107,7 @@ bool checkGuids(const QString& file, const char* kind, const QVector<Resource>& 
 QString Installation::sampleFolder()
 {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() +
-                           QStringLiteral("/../share/kolta/installation"));
+                           QStringLiteral("/../share/koltacommon/installation"));
 }
 
 bool Installation::load(const QString& folder, QString& error)

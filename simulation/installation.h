@@ -21,7 +21,7 @@ class Installation
 {
 public:
     /// Folder of the sample installation that came with the running program, built or installed:
-    /// "../share/kolta/installation" beside the program's own folder.
+    /// "../share/koltacommon/installation" beside the program's own folder.
     static QString sampleFolder();
 
     /// Reads a folder. False when something is missing or wrong; `error` then names the file, the place in it

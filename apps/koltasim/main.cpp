@@ -1,5 +1,5 @@
 #include "options.h"
-#include "terminationsignals.h"
+#include <common/terminationsignals.h>
 
 #include <simulation/activity.h>
 #include <simulation/installation.h>

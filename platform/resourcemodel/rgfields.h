@@ -28,14 +28,17 @@
 /// `RG_OBJECT_TABLE(Class)` in the source file makes the table that reading, writing, checking, resetting and
 /// comparing work from.
 
+// clang-format off
 #define RG_OBJECT(Class)                                                                                     \
 public:                                                                                                      \
-    RG_FIELDS_##Class(RG_FIELD_ACCESSORS) private : enum RgFieldIndex : unsigned {                           \
-        RG_FIELDS_##Class(RG_FIELD_INDEX) RgFieldTotal                                                       \
-    };                                                                                                       \
+    RG_FIELDS_##Class(RG_FIELD_ACCESSORS)                                                                    \
+                                                                                                             \
+private:                                                                                                     \
+    enum RgFieldIndex : unsigned { RG_FIELDS_##Class(RG_FIELD_INDEX) RgFieldTotal };                         \
     static_assert(RgFieldTotal <= 32, "one bit per field");                                                  \
     const REPORTGENERATOR::Fields::Table& GetFieldTable() const noexcept override;                           \
     RG_FIELDS_##Class(RG_FIELD_MEMBER)
+// clang-format on
 
 #define RG_FIELD_INDEX(Kind, Type, Name, Presence, About) RgField##Name,
 #define RG_FIELD_ACCESSORS(Kind, Type, Name, Presence, About) RG_ACCESSORS_##Kind(Type, Name)
@@ -113,6 +116,7 @@ public:                                                                         
 #define RG_ACCESSORS_Int(Type, Name) RG_ACCESSORS_NUMBER(qint32, qint32, Name)
 #define RG_ACCESSORS_Double(Type, Name) RG_ACCESSORS_NUMBER(double, double, Name)
 #define RG_ACCESSORS_Enum(Type, Name) RG_ACCESSORS_NUMBER(Type, qint32, Name)
+// Type is a type and takes no parentheses: NOLINTBEGIN(bugprone-macro-parentheses)
 #define RG_ACCESSORS_Record(Type, Name)                                                                      \
     RG_ACCESSORS_OBJECT(Type, Name)                                                                          \
     Type& Edit##Name() noexcept                                                                              \
@@ -120,6 +124,7 @@ public:                                                                         
         MarkField(RgField##Name);                                                                            \
         return m_##Name;                                                                                     \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 #define RG_ACCESSORS_TextList(Type, Name) RG_ACCESSORS_LIST(Type, Name)
 #define RG_ACCESSORS_EnumList(Type, Name) RG_ACCESSORS_LIST(Type, Name)
 #define RG_ACCESSORS_RecordList(Type, Name) RG_ACCESSORS_LIST(Type, Name)

@@ -233,7 +233,7 @@ private:
             QStringLiteral("%1 (%2): %3").arg(path, placeOf(m_xml, where.data() - m_utf8.constData()), text));
     }
 
-    [[noreturn]] void failNumber(const Step& step, const pugi::xml_node& node, const char* expected)
+    [[noreturn]] void failValue(const Step& step, const pugi::xml_node& node, const char* expected)
     {
         const QString found = shortened(contentOf(node, step));
         failAt(step, node.name(),
@@ -268,38 +268,38 @@ private:
                 readListElement(object, *field, node, step);
                 next = field;
             } else {
-                readSingle(object, *field, node, {&step, field->name, 0});
-                Access::mark(object, static_cast<int>(field - table.begin()));
+                readSingle(object, *field, static_cast<int>(field - table.begin()), node, step);
                 next = field + 1;
             }
         }
     }
 
-    void readSingle(IRGObject& object, const Field& field, const pugi::xml_node& node, const Step& step)
+    /// Marks a record before it is read, so that a failure inside it leaves what was read; a value only when
+    /// it is good.
+    void readSingle(IRGObject& object, const Field& field, int index, const pugi::xml_node& node,
+                    const Step& parent)
     {
+        const Step step{&parent, field.name, 0};
         switch (field.kind) {
         case Kind::Text:
             Access::edit<QString>(object, field) = textOf(node, step);
             break;
         case Kind::Bool:
-            if (!parseBool(contentOf(node, step), Access::edit<bool>(object, field)))
-                failNumber(step, node, "true or false");
+            Access::edit<bool>(object, field) = boolOf(node, step);
             break;
-        case Kind::Double: {
-            double& value = Access::edit<double>(object, field);
-            if (!parseNumber(contentOf(node, step), value) || !std::isfinite(value))
-                failNumber(step, node, "a number");
+        case Kind::Double:
+            Access::edit<double>(object, field) = doubleOf(node, step);
             break;
-        }
         case Kind::Record: {
+            Access::mark(object, index);
             auto& record = Access::edit<IRGObject>(object, field);
             record.Reset();
-            readFields(record, Access::table(record), node, step);
-            break;
+            return readFields(record, Access::table(record), node, step);
         }
         default:
             Access::edit<qint32>(object, field) = intOf(node, step);
         }
+        Access::mark(object, index);
     }
 
     void readListElement(IRGObject& object, const Field& field, const pugi::xml_node& node,
@@ -328,11 +328,27 @@ private:
         return count;
     }
 
+    bool boolOf(const pugi::xml_node& node, const Step& step)
+    {
+        bool value = false;
+        if (!parseBool(contentOf(node, step), value))
+            failValue(step, node, "true or false");
+        return value;
+    }
+
     qint32 intOf(const pugi::xml_node& node, const Step& step)
     {
         qint32 value = 0;
         if (!parseNumber(contentOf(node, step), value))
-            failNumber(step, node, "a whole number");
+            failValue(step, node, "a whole number");
+        return value;
+    }
+
+    double doubleOf(const pugi::xml_node& node, const Step& step)
+    {
+        double value = 0;
+        if (!parseNumber(contentOf(node, step), value) || !std::isfinite(value))
+            failValue(step, node, "a number");
         return value;
     }
 

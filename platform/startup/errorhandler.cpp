@@ -71,9 +71,11 @@ void ErrorHandler::trace(quint32 channel, const QString& source, int line, const
         return;
     tracing = true;
     try {
-        const TraceRecord record{channel, source, line, text, QDateTime::currentDateTime()};
+        TraceRecord record{channel, source, line, text, QDateTime()};
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
+            // Under the lock, so that a sink sees times in their order.
+            record.time = QDateTime::currentDateTime();
             for (ITraceSink* sink : m_sinks)
                 sink->trace(record);
         }

@@ -11,13 +11,10 @@
 #include <xmlmessaging/logger.h>
 
 #include <QPointer>
-#include <QStringList>
 
 #include <exception>
-#include <iterator>
 #include <mutex>
 
-using XmlCommon::CMsgFragment;
 using XmlCommon::CXmlMessage;
 using XmlCommon::ptrCXmlMessage;
 using XmlCommunication::CConnectionThread;
@@ -271,81 +268,6 @@ std::shared_ptr<FaultMessageHandler> KoltaConnection::getStaticFaultMessageHandl
     static std::once_flag once;
     std::call_once(once, [] { m_pFaultMessageHandler = std::make_shared<FaultMessageHandler>(); });
     return m_pFaultMessageHandler;
-}
-
-QString KoltaConnection::getFaultText(const CMsgFragment& fragment)
-{
-    if (!fragment.hasFaultTree())
-        return QString();
-    return getStaticFaultMessageHandler()->ConvertFaultMessage(fragment.getFaultTree());
-}
-
-QString KoltaConnection::getFaultText(ptrCXmlMessage message)
-{
-    QStringList texts;
-    for (int i = 0; message && i < message->getNumberOfFragments(); ++i) {
-        const CMsgFragment& fragment = message->getFragment(i);
-        if (fragment.hasFaultTree())
-            texts.append(getFaultText(fragment));
-    }
-    return texts.isEmpty() ? QString() : texts.join(QLatin1Char('\n'));
-}
-
-bool KoltaConnection::hasFault(ptrCXmlMessage message)
-{
-    for (int i = 0; message && i < message->getNumberOfFragments(); ++i) {
-        if (message->getFragment(i).hasFaultTree())
-            return true;
-    }
-    return false;
-}
-
-QString KoltaConnection::getShortInfo(ptrCXmlMessage message)
-{
-    QStringList lines;
-    for (int i = 0; message && i < message->getNumberOfFragments(); ++i) {
-        const CMsgFragment& fragment = message->getFragment(i);
-        QString line = message->servicetypeToString();
-        if (message->getMessageID() != 0)
-            line += QStringLiteral(" ID: ") + QString::number(message->getMessageID());
-        line += QLatin1Char(' ') + fragment.getComponentName();
-        if (fragment.hasRequestTree())
-            line += QStringLiteral(" <Request> ") +
-                    fragment.getRequestTree().getDataTree().getRootTagname().toString();
-        if (fragment.hasDataTree())
-            line += QStringLiteral(" <Data> ") + fragment.getDataTree().getRootTagname().toString();
-        if (fragment.hasFaultTree())
-            line += QStringLiteral(" <Fault> ") + getFaultText(fragment);
-        lines.append(line);
-    }
-    return lines.join(QLatin1Char('\n'));
-}
-
-QString KoltaConnection::getSocketError(QAbstractSocket::SocketError error)
-{
-    static const char* const words[] = {"ConnectionRefused",
-                                        "RemoteHostClosed",
-                                        "HostNotFound",
-                                        "SocketAccess",
-                                        "SocketResource",
-                                        "SocketTimeout",
-                                        "DatagramTooLarge",
-                                        "Network",
-                                        "AddressInUse",
-                                        "SocketAddressNotAvailable",
-                                        "UnsupportedSocketOperation",
-                                        "UnfinishedSocketOperation",
-                                        "ProxyAuthenticationRequired",
-                                        "SslHandshakeFailed",
-                                        "ProxyConnectionRefused",
-                                        "ProxyConnectionClosed",
-                                        "ProxyConnectionTimeout",
-                                        "ProxyNotFound",
-                                        "ProxyProtocol"};
-    const int index = static_cast<int>(error);
-    if (index < 0 || index >= static_cast<int>(std::size(words)))
-        return QStringLiteral("Unknown");
-    return QString::fromLatin1(words[index]);
 }
 
 void KoltaConnection::SlotSocketStateChanged(quint32 id, QAbstractSocket::SocketState state)

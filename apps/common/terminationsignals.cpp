@@ -1,4 +1,4 @@
-#include "terminationsignals.h"
+#include <common/terminationsignals.h>
 
 #include <cerrno>
 #include <csignal>

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QStringList>
+
+namespace KoltaCli {
+
+// One function per command; each takes the words after the command's name and returns an eExitCode.
+// QCoreApplication exists; the functions run their own event loops.
+
+/// The main job, told step by step against an installation inside the process.
+int runDemo(const QStringList& arguments);
+/// Asks a server who it is.
+int runDescribe(const QStringList& arguments);
+/// Sends a message from a file and prints the reply.
+int runSend(const QStringList& arguments);
+/// Prints broadcasts and faults until interrupted.
+int runListen(const QStringList& arguments);
+/// Measures round trips.
+int runPing(const QStringList& arguments);
+
+} // namespace KoltaCli

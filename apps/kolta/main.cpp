@@ -1,0 +1,74 @@
+#include "commands.h"
+#include "output.h"
+
+#include <startup/errorhandler.h>
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+namespace KoltaCli {
+
+namespace {
+
+struct Command
+{
+    const char* name;
+    const char* summary;
+    int (*run)(const QStringList& arguments);
+};
+
+constexpr Command commands[] = {
+    {"demo", "the main job against a simulated installation, step by step", runDemo},
+    {"describe", "ask a server who it is", runDescribe},
+    {"send", "send the message in a file, print the reply", runSend},
+    {"listen", "print broadcasts and faults until Ctrl-C", runListen},
+    {"ping", "measure round trips", runPing},
+};
+
+QString usage()
+{
+    QString text = QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
+                                  "Talks to the servers of a monitoring installation.\n\nCommands:\n");
+    for (const Command& command : commands)
+        text += QStringLiteral("  %1%2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
+    text += QStringLiteral("\n\"kolta COMMAND --help\" tells more of each. Options here: --help, --version, --trace (write\n"
+                           "trace lines to standard error). Exit codes: 0 done, 1 failed, 2 wrong usage.");
+    return text;
+}
+
+int dispatch(QStringList words)
+{
+    // Trace lines are for support; an operator at the prompt gets one error line instead.
+    Startup::ErrorHandler::Instance().setLoggingEnabled(words.removeAll(QStringLiteral("--trace")) > 0);
+    if (words.isEmpty()) {
+        printError(QStringLiteral("a command is missing. Try \"kolta --help\"."));
+        return eExitUsage;
+    }
+    const QString name = words.takeFirst();
+    if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
+        printLine(usage());
+        return eExitOk;
+    }
+    if (name == QLatin1String("--version") || name == QLatin1String("-v")) {
+        printLine(QStringLiteral("kolta %1").arg(QCoreApplication::applicationVersion()));
+        return eExitOk;
+    }
+    for (const Command& command : commands) {
+        if (name == QLatin1String(command.name))
+            return command.run(words);
+    }
+    printError(QStringLiteral("there is no command \"%1\". Try \"kolta --help\".").arg(name));
+    return eExitUsage;
+}
+
+} // namespace
+
+} // namespace KoltaCli
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("kolta"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KOLTA_VERSION));
+    return KoltaCli::dispatch(QCoreApplication::arguments().mid(1));
+}

@@ -1,0 +1,85 @@
+#include "commandline.h"
+#include "commands.h"
+#include "output.h"
+#include "roundtripstatistics.h"
+#include "session.h"
+
+#include <koltacommon/koltaconnection.h>
+#include <xmlmessaging/converters.h>
+
+#include <QElapsedTimer>
+
+namespace KoltaCli {
+
+namespace {
+
+struct PingResult
+{
+    int sent = 0;
+    int faults = 0;
+    RoundTripStatistics times;
+    bool complete() const { return sent == times.count() && faults == 0; }
+};
+
+PingResult ping(Session& session, int count, int timeoutMs)
+{
+    PingResult result;
+    QElapsedTimer timer;
+    while (result.sent < count) {
+        const auto query =
+            makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY, XmlCommunication::CAppDescription::makeFragment());
+        ++result.sent;
+        timer.start();
+        const auto reply = session.request(query, timeoutMs);
+        if (!reply)
+            break; // requests go one at a time: behind an unanswered one nothing would move
+        result.times.add(static_cast<double>(timer.nsecsElapsed()) / 1000.0);
+        if (Kolta::KoltaConnection::hasFault(reply))
+            ++result.faults;
+    }
+    return result;
+}
+
+} // namespace
+
+int runPing(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("ping"),
+                     QStringLiteral("Measures round trips: asks for the application description, one at a time."));
+    line.addArgument(QStringLiteral("HOST:PORT"), QStringLiteral("The server's address."));
+    line.addOption({QStringLiteral("n"), QStringLiteral("Number of round trips."), QStringLiteral("count"),
+                    QStringLiteral("10")});
+    if (const auto exitCode = line.parse(arguments))
+        return *exitCode;
+    const auto endpoint = line.endpoint(0);
+    const auto timeout = line.timeoutMs();
+    const auto count = line.number(QStringLiteral("n"), 1, 10000000);
+    if (!endpoint || !timeout || !count)
+        return eExitUsage;
+
+    Session session(*endpoint);
+    if (!session.open(*timeout)) {
+        printError(session.errorText());
+        return eExitFailed;
+    }
+    const PingResult result = ping(session, *count, *timeout);
+    if (line.json()) {
+        QJsonObject object = result.times.toJson();
+        object[QStringLiteral("sent")] = result.sent;
+        object[QStringLiteral("received")] = result.times.count();
+        object[QStringLiteral("faults")] = result.faults;
+        printJson(object);
+    } else {
+        printLine(QStringLiteral("%1: %2 requests, %3 replies, %4 faults")
+                      .arg(endpoint->toString())
+                      .arg(result.sent)
+                      .arg(result.times.count())
+                      .arg(result.faults));
+        printLine(result.times.toText());
+    }
+    if (result.sent != result.times.count())
+        printError(session.errorText());
+    return result.complete() ? eExitOk : eExitFailed;
+}
+
+} // namespace KoltaCli

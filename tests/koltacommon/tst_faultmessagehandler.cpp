@@ -1,0 +1,205 @@
+#include "scriptedpeer.h"
+
+#include <koltacommon/faultmessagehandler.h>
+#include <koltacommon/koltaconnection.h>
+
+#include <startup/cfgcenter.h>
+#include <startup/errorhandler.h>
+#include <xmlmessaging/converters.h>
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using Kolta::Fault;
+using Kolta::FaultMessageHandler;
+using ResourceConverter::CQueryFaultReference;
+using Startup::CfgCenter;
+using XmlCommon::CFaultTree;
+
+namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+XmlCommon::CMsgFragment referenceReply(const QVector<ResourceConverter::FaultDescription>& faults)
+{
+    XmlCommon::CMsgFragment fragment = CQueryFaultReference::makeFragment();
+    CQueryFaultReference::fillReply(fragment, faults);
+    return fragment;
+}
+
+} // namespace
+
+class tst_FaultMessageHandler : public QObject
+{
+    Q_OBJECT
+
+public Q_SLOTS:
+    void sl_loaded(XmlCommon::ptrCXmlMessage reply) { replies.append(reply->getNumberOfFragments()); }
+
+private Q_SLOTS:
+    void init()
+    {
+        dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(CfgCenter::Instance().Open(dir->filePath(text("kolta.ini"))));
+    }
+
+    void buildsChains()
+    {
+        const QHash<unsigned int, QString> table{{1, text("one")}, {2, text("two")}};
+        const CFaultTree root(3, 5);
+        const CFaultTree middle(2, 6, {text("a"), text("b")}, root);
+        const Fault fault(CFaultTree(1, 7, {text("x")}, middle), table);
+        const QString unknown = text("<No description because of unknown Fault ID: 3>");
+        QCOMPARE(fault.toString(false, false), text("one"));
+        QCOMPARE(fault.toString(true, false), text("one (x)"));
+        QCOMPARE(fault.toString(false, true), QString(text("one; Caused by:; two; Caused by:; ") + unknown));
+        QCOMPARE(fault.toString(true, true),
+                 QString(text("one (x); Caused by:; two (a, b); Caused by:; ") + unknown));
+        QCOMPARE(fault.getTimestamp(), quint64(7));
+        QCOMPARE(fault.getCause()->getCause()->getFaultID(), 3u);
+        Fault copy = fault;
+        const Fault moved = std::move(copy);
+        QCOMPARE(moved.toString(true, true), fault.toString(true, true));
+        QVERIFY(Fault().isNull() && !fault.isNull());
+    }
+
+    void tracesBadFaults()
+    {
+        Startup::TraceRecorder recorder;
+        const Fault invalid(CFaultTree(), {});
+        QCOMPARE(invalid.toString(true, true), text("<Invalid fault description received>"));
+        QVERIFY(!invalid.isNull());
+        const auto tree = [](const char* xml) { return CFaultTree(XmlCommon::CDataTree::fromXml(xml)); };
+        const Fault noNumber(tree("<Fault id=\"4294967296\"/>"), {});
+        QCOMPARE(noNumber.getFaultID(), 0u);
+        const Fault addenda(tree("<Fault id=\"1\"><Addendum><b/></Addendum><Addendum>y</Addendum></Fault>"),
+                            {{1, text("one")}});
+        QCOMPARE(addenda.toString(true, true), text("one (y)"));
+        QVector<int> lines;
+        for (const Startup::TraceRecord& record : recorder.records())
+            lines.append(record.line);
+        QCOMPARE(lines, QVector<int>({190, 190, 176}));
+    }
+
+    void readsReferenceFiles_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("loaded");
+        QTest::addColumn<QString>("textOf7");
+        QTest::addColumn<QString>("skipped"); ///< line numbers in the trace
+        const QString none = text("<No description because of unknown Fault ID: 7>");
+        const auto row = [](const char* name, const QByteArray& content, const QString& seven,
+                            const char* skipped) {
+            const bool loaded = seven != text("<No description because of unknown Fault ID: 7>");
+            QTest::newRow(name) << content << loaded << seven << text(skipped);
+        };
+        row("plain", "7|seven\n", text("seven"), "");
+        row("CRLF, no end, more parts", "1|one\r\n\r\n7|s\xC3\xA9ven|more", text("séven"), "");
+        row("byte order mark",
+            "\xEF\xBB\xBF"
+            "7|seven\n",
+            text("seven"), "");
+        row("last one wins", "7|a\n7|b\n", text("b"), "");
+        row("broken lines", "ID|Text\nno bar\n-7|x\n4294967296|x\n7|seven\n", text("seven"), ": 1, 2, 3, 4");
+        row("many broken lines", QByteArray("x\n").repeated(9) + "7|seven\n", text("seven"),
+            "1, 2, 3, 4, 5, ...");
+        row("endless line", "7|" + QByteArray(100000, 'x') + "\n7|seven\n", text("seven"), ": 1");
+        row("nothing of use", "a\nb\n", none, ": 1, 2");
+        row("binary", QByteArray(50000, '\0'), none, ": 1");
+        row("empty", "", none, "");
+    }
+    void readsReferenceFiles()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(bool, loaded);
+        QFETCH(QString, textOf7);
+        QFETCH(QString, skipped);
+        const QString path = dir->filePath(text("f.sfr"));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        file.close();
+        Startup::TraceRecorder recorder;
+        FaultMessageHandler handler;
+        QVERIFY(!handler.Init(text("K"))); // nothing configured
+        CfgCenter::Instance().SetValue(text("VeskConfiguration"), text("FaultReferenceFile"), path);
+        QCOMPARE(handler.Init(text("K")), loaded);
+        QCOMPARE(recorder.count(text("skipped")), skipped.isEmpty() ? 0 : 1);
+        QVERIFY(skipped.isEmpty() || recorder.count(skipped) == 1);
+        QCOMPARE(handler.ConvertFaultMessage(CFaultTree(7, 1)), textOf7);
+        QVERIFY(file.remove());
+        QCOMPARE(handler.Init(text("K")), loaded);
+    }
+
+    void refusesWhatIsNoFile()
+    {
+        for (const QString& path : {dir->path(), dir->filePath(text("none")), text("/dev/zero")}) {
+            CfgCenter::Instance().SetValue(text("VeskConfiguration"), text("FaultReferenceFile"), path);
+            FaultMessageHandler handler;
+            QVERIFY(!handler.Init(text("K")));
+        }
+    }
+
+    void writesReferenceFiles()
+    {
+        CQueryFaultReference query(referenceReply({{7, text("se\r\nv\ne|n")}, {8, text("é")}}));
+        FaultMessageHandler handler;
+        QSignalSpy written(&handler, &FaultMessageHandler::si_faultReferenceFile);
+        const auto configure = [](const QString& path) {
+            CfgCenter::Instance().SetValue(text("VeskConfiguration"), text("FaultReferenceFile"), path);
+        };
+        handler.sl_QueryFaultReference(nullptr);
+        configure(dir->filePath(text("no/such/folder")));
+        handler.sl_QueryFaultReference(&query);
+        QCOMPARE(written.count(), 0);
+
+        // Without a configured file it goes to the data folder, and is configured from then on.
+        CfgCenter::Instance().Remove(text("VeskConfiguration"), text("FaultReferenceFile"));
+        Startup::AdministratorConfiguration::Instance().SetValue(text("TavikDataDir"), dir->path());
+        handler.sl_QueryFaultReference(&query);
+        handler.sl_QueryFaultReference(&query);
+        const QString path = dir->filePath(text("Vesk.sfr"));
+        QCOMPARE(written.count(), 1);
+        QCOMPARE(written.first().first().toString(), path);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("7|se v e|n\n8|\xC3\xA9\n"));
+        FaultMessageHandler later;
+        QVERIFY(handler.Init(text("K")) && later.Init(text("K")));
+        QCOMPARE(later.ConvertFaultMessage(CFaultTree(8, 1)), handler.ConvertFaultMessage(CFaultTree(8, 1)));
+    }
+
+    void asksTheServerOnce()
+    {
+        Startup::AdministratorConfiguration::Instance().SetValue(text("TavikDataDir"), dir->path());
+        ScriptedPeer peer;
+        peer.rule = [&](const XmlCommon::CXmlMessage& message) {
+            XmlCommon::CXmlMessage reply = peer.replyTo(message);
+            if (CQueryFaultReference::isQuery(message.getFragment(0)))
+                CQueryFaultReference::fillReply(reply.getFragment(0), {{7, text("seven")}});
+            peer.send(reply);
+        };
+        Kolta::KoltaConnection connection(text("K"), text("1.0"), peer.host(), false);
+        connection.initMessageHandler(this, SLOT(sl_loaded(XmlCommon::ptrCXmlMessage)));
+        connection.open();
+        QTRY_COMPARE(replies, QVector<int>{1});
+        QCOMPARE(
+            Kolta::KoltaConnection::getStaticFaultMessageHandler()->ConvertFaultMessage(CFaultTree(7, 1)),
+            text("seven"));
+        connection.initMessageHandler(this, SLOT(sl_loaded(XmlCommon::ptrCXmlMessage)));
+        QCOMPARE(replies, QVector<int>({1, 0}));
+        QTRY_VERIFY(connection.isIdle());
+        QVERIFY(connection.closeAndWaitForFinished(5000, false));
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> dir;
+    QVector<int> replies; ///< number of fragments of each
+};
+
+QTEST_GUILESS_MAIN(tst_FaultMessageHandler)
+#include "tst_faultmessagehandler.moc"

@@ -1,0 +1,154 @@
+#include <koltacommon/generalrequests.h>
+
+#include <startup/errorhandler.h>
+#include <xmlmessaging/converters.h>
+
+#include <QtTest>
+
+using Kolta::AppDescriptionSlotInvoke;
+using Kolta::ParameterRequest;
+using Kolta::ptrKoltaRequest;
+using XmlCommon::CXmlMessage;
+using XmlCommon::ptrCXmlMessage;
+using XmlCommunication::CAppDescription;
+
+/// Notes which of its slots was called and with what.
+class Receiver : public QObject
+{
+    Q_OBJECT
+
+public:
+    QStringList calls;
+    ptrKoltaRequest request;
+    ptrCXmlMessage reply;
+
+Q_SIGNALS:
+    void si_none();
+
+public Q_SLOTS:
+    void sl_none() { calls.append(QStringLiteral("none")); }
+    void sl_optional(int number = 3) { calls.append(QStringLiteral("optional %1").arg(number)); }
+    void sl_number(int) { calls.append(QStringLiteral("number")); }
+    void sl_request(Kolta::ptrKoltaRequest given)
+    {
+        calls.append(QStringLiteral("request"));
+        request = given;
+    }
+    void sl_reply(XmlCommon::ptrCXmlMessage given)
+    {
+        calls.append(QStringLiteral("reply"));
+        reply = given;
+    }
+    void sl_app(const QString& name, const QString& guid, const QString& version, const QString& build,
+                const QString& interfaceVersion)
+    {
+        calls = QStringList{name, guid, version, build, interfaceVersion};
+    }
+};
+
+class tst_GeneralRequests : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void choosesTheArgument_data()
+    {
+        QTest::addColumn<QByteArray>("slot");
+        QTest::addColumn<QString>("called");
+        QTest::addColumn<int>("traces");
+        const auto row = [](const char* slot, const char* called, int traces) {
+            QTest::newRow(slot) << QByteArray(slot) << QString::fromLatin1(called) << traces;
+        };
+        row(SLOT(sl_none()), "none", 0);
+        row("sl_none()", "none", 0);
+        row("0sl_none()", "none", 0);
+        row(SLOT(sl_request(Kolta::ptrKoltaRequest)), "request", 0);
+        row("sl_request(Kolta::ptrKoltaRequest)", "request", 0);
+        row(SLOT(sl_reply(XmlCommon::ptrCXmlMessage)), "reply", 0);
+        row(SLOT(sl_optional()), "optional 3", 0);
+        // A slot that insists on an argument of another type cannot be called; the trace says so.
+        row(SLOT(sl_number(int)), "", 1);
+        row("2sl_none()", "", 1);
+        row(SIGNAL(si_none()), "", 1);
+        row("sl_none( )", "", 1);
+        row("unknown()", "", 1);
+        row("", "", 1);
+    }
+    void choosesTheArgument()
+    {
+        QFETCH(QByteArray, slot);
+        QFETCH(QString, called);
+        QFETCH(int, traces);
+        Startup::TraceRecorder recorder;
+        Receiver receiver;
+        const ptrCXmlMessage message(new CXmlMessage);
+        const ptrKoltaRequest request(new ParameterRequest(message, &receiver, slot.constData()));
+        QVERIFY(request->handleFault());
+        const ptrCXmlMessage reply(new CXmlMessage);
+        QVERIFY(!request->processReply(reply));
+        QCOMPARE(receiver.calls.join(QLatin1Char(',')), called);
+        QVERIFY(!receiver.request || receiver.request == request);
+        QVERIFY(!receiver.reply || receiver.reply == reply);
+        QCOMPARE(static_cast<ParameterRequest&>(*request).getReply(), reply);
+        QCOMPARE(recorder.records().size(), traces);
+    }
+
+    void noticesDeadReceivers()
+    {
+        const QString gone = QStringLiteral("Object that was expected to be notified on ParameterRequest "
+                                            "reply has been deleted in the meantime.");
+        Startup::TraceRecorder recorder;
+        auto* const receiver = new Receiver;
+        const ptrCXmlMessage message(new CXmlMessage);
+        const ptrKoltaRequest requests[] = {
+            ptrKoltaRequest(new ParameterRequest(message, receiver, SLOT(sl_none()))),
+            ptrKoltaRequest(new ParameterRequest(message, nullptr, SLOT(sl_none()))),
+            ptrKoltaRequest(new ParameterRequest(message, receiver, nullptr)),
+            ptrKoltaRequest(new AppDescriptionSlotInvoke(receiver, SLOT(sl_none()), QString()))};
+        delete receiver;
+        for (const ptrKoltaRequest& request : requests)
+            QVERIFY(!request->processReply(message));
+        QCOMPARE(recorder.count(gone), 4);
+        QCOMPARE(recorder.records().last().line, 201);
+        QCOMPARE(recorder.records().last().channel, quint32(Startup::eTraceDetail));
+    }
+
+    void readsApplicationDescriptions()
+    {
+        Receiver receiver;
+        const QString name = QStringLiteral("S1");
+        AppDescriptionSlotInvoke invoke(&receiver, SLOT(sl_app(QString, QString, QString, QString, QString)),
+                                        name);
+        Kolta::AppDescription description;
+        QCOMPARE(invoke.getReceiver(), name);
+        QCOMPARE(invoke.getMessage()->getServiceType(), CXmlMessage::eSERVICE_QUERY);
+        QVERIFY(CAppDescription::isQuery(invoke.getMessage()->getFragment(0)));
+        QVERIFY(CAppDescription::isQuery(description.getMessage()->getFragment(0)));
+
+        // Neither an empty nor a foreign reply counts.
+        const ptrCXmlMessage reply(new CXmlMessage(CXmlMessage::eSERVICE_QUERY_REPLY));
+        for (int fragments = 0; fragments < 2; ++fragments) {
+            invoke.processReply(reply);
+            description.processReply(reply);
+            reply->addFragment(XmlCommon::CMsgFragment(QStringLiteral("Other")));
+        }
+        invoke.processReply(ptrCXmlMessage());
+        QCoreApplication::processEvents();
+        QVERIFY(receiver.calls.isEmpty() && description.getAppName().isEmpty());
+
+        XmlCommon::CMsgFragment fragment = CAppDescription::makeFragment();
+        CAppDescription::fillReply(fragment, {name, QStringLiteral("{g}"), QStringLiteral("1.2"),
+                                              QStringLiteral("77"), QStringLiteral("3")});
+        reply->clearFragments();
+        reply->addFragment(fragment);
+        invoke.processReply(reply);
+        description.processReply(reply);
+        QVERIFY(receiver.calls.isEmpty());
+        QTRY_COMPARE(receiver.calls.join(QLatin1Char(' ')), QStringLiteral("S1 {g} 1.2 77 3"));
+        QCOMPARE(description.getAppName(), name);
+        QCOMPARE(description.getAppGuid(), QStringLiteral("{g}"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_GeneralRequests)
+#include "tst_generalrequests.moc"

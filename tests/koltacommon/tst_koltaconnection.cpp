@@ -1,0 +1,458 @@
+#include "scriptedpeer.h"
+
+#include <koltacommon/koltaconnection.h>
+#include <koltacommon/koltaconnectionsviewer.h>
+
+#include <startup/errorhandler.h>
+#include <xmlmessaging/converters.h>
+
+#include <QPointer>
+#include <QSet>
+#include <QtTest>
+
+#include <stdexcept>
+
+/// A way to lose the link instead of answering a request.
+using Cut = std::function<void(ScriptedPeer&, const XmlCommon::CXmlMessage&)>;
+Q_DECLARE_METATYPE(Cut)
+
+using Kolta::GeneralRequest;
+using Kolta::KoltaConnection;
+using Kolta::ptrKoltaRequest;
+using XmlCommon::CXmlMessage;
+using XmlCommon::ptrCXmlMessage;
+
+namespace {
+
+using OnReply = std::function<ptrKoltaRequest()>;
+
+/// Writes its component's name into a list when it is answered.
+class Recorded : public GeneralRequest
+{
+public:
+    Recorded(const QString& component, QStringList& list, const OnReply& onReply = OnReply())
+        : GeneralRequest(makeRequest(component)), answered(list), action(onReply)
+    {
+    }
+    XmlCommon::ptrCXmlMessage& getMessage() override
+    {
+        if (throwOnGet-- == 1)
+            throw std::runtime_error("no message");
+        return GeneralRequest::getMessage();
+    }
+    ptrKoltaRequest processReply(ptrCXmlMessage reply) override
+    {
+        answered.append(reply->getFragment(0).getComponentName());
+        return action ? action() : ptrKoltaRequest();
+    }
+    bool handleFault() override { return takesFaults; }
+
+    bool takesFaults = false;
+    int throwOnGet = 0; ///< the n-th call throws
+
+private:
+    QStringList& answered;
+    OnReply action;
+};
+
+QString text(const char* latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+QStringList words(const char* list)
+{
+    return text(list).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/// A connection to a peer, with everything that it says.
+struct Client
+{
+    explicit Client(const QString& host)
+        : connection(new KoltaConnection(text("K"), text("1.0"), host, false))
+    {
+        KoltaConnection* const c = connection;
+        QObject::connect(c, &KoltaConnection::Broadcast, c, [this] { said.append(text("broadcast")); });
+        QObject::connect(c, &KoltaConnection::ConnectionClosed, c, [this] { said.append(text("closed")); });
+        QObject::connect(c, &KoltaConnection::ConnectionError, c,
+                         [this](const QString& error) { said.append(error); });
+        QObject::connect(c, &KoltaConnection::ConnectionOpened, c, [this] { said.append(text("opened")); });
+        QObject::connect(c, &KoltaConnection::Fault, c, [this] { said.append(text("fault")); });
+    }
+    ~Client() { delete connection.data(); }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    Recorded* execute(const char* component, const OnReply& onReply = OnReply())
+    {
+        auto* const request = new Recorded(text(component), answered, onReply);
+        connection->executeRequest(request);
+        return request;
+    }
+    bool openAndSettle()
+    {
+        connection->open();
+        return QTest::qWaitFor([this] { return said.contains(text("opened")) && connection->isIdle(); });
+    }
+
+    QPointer<KoltaConnection> connection;
+    QStringList said;
+    QStringList answered;
+};
+
+} // namespace
+
+class tst_KoltaConnection : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        // Every transport thread that a test started must end.
+        QTRY_COMPARE(Kolta::KoltaConnectionsViewer::Instance().connections().size(), 0);
+    }
+
+    void splitsHostAndPort_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<int>("port");
+        QTest::newRow("IPv4") << text("10.0.0.1:1234") << text("10.0.0.1") << 1234;
+        QTest::newRow("IPv6") << text("::1:1234") << text("::1") << 1234;
+        QTest::newRow("no port") << text("10.0.0.1") << QString() << 0;
+        QTest::newRow("text as port") << text("10.0.0.1:abc") << text("10.0.0.1") << 0;
+        QTest::newRow("port too large") << text("10.0.0.1:70000") << text("10.0.0.1") << 0;
+        QTest::newRow("negative port") << text("10.0.0.1:-1") << text("10.0.0.1") << 0;
+        QTest::newRow("empty") << QString() << QString() << 0;
+    }
+    void splitsHostAndPort()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, address);
+        QFETCH(int, port);
+        const KoltaConnection connection(text("a%2"), text("1.0"), given, false);
+        QCOMPARE(connection.getPeerAddress().toString(), address);
+        QCOMPARE(int(connection.getPeerPort()), port);
+        const QString info =
+            text("KoltaConnection(a%2,") + address + text(",") + QString::number(port) + text(")");
+        QCOMPARE(connection.getInfo(), info);
+    }
+
+    void describesMessagesAndErrors()
+    {
+        const ptrCXmlMessage message = makeRequest(text("Tuner"), 4);
+        message->setMessageID(7);
+        message->addFragment(XmlCommon::CMsgFragment(text("Other")));
+        message->getFragment(1).setDataTree(XmlCommon::CDataTree(QLatin1String("State")));
+        message->getFragment(1).setFaultTree(XmlCommon::CFaultTree(12, 1));
+        const QString fault = text("<No description because of unknown Fault ID: 12>");
+        const QString line1 = text("CommandReply ID: 7 Tuner <Request> Ask\n");
+        QCOMPARE(KoltaConnection::getShortInfo(message),
+                 QString(line1 + text("CommandReply ID: 7 Other <Data> State <Fault> ") + fault));
+        QCOMPARE(KoltaConnection::getFaultText(message), fault);
+        QVERIFY(KoltaConnection::getFaultText(message->getFragment(0)).isNull());
+        QVERIFY(!KoltaConnection::hasFault(ptrCXmlMessage()));
+        QCOMPARE(KoltaConnection::getSocketError(QAbstractSocket::ConnectionRefusedError),
+                 text("ConnectionRefused"));
+        QCOMPARE(KoltaConnection::getSocketError(QAbstractSocket::ProxyProtocolError), text("ProxyProtocol"));
+        QCOMPARE(KoltaConnection::getSocketError(QAbstractSocket::UnknownSocketError), text("Unknown"));
+    }
+
+    void startsUpBehindTheQueue()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        client.execute("a");
+        client.connection->executeRequest(new GeneralRequest); // no fragment
+        client.connection->executeRequest(ptrKoltaRequest());
+        client.execute("b");
+        QVERIFY(client.openAndSettle());
+        QCOMPARE(peer.log, words("1:a:1 1:b:1 1:RequestTree:2 1:EventFilter:2"));
+        QCOMPARE(client.answered, words("a b"));
+        QCOMPARE(client.said, words("opened"));
+        QSet<quint32> ids;
+        for (const ptrCXmlMessage& message : qAsConst(peer.messages)) {
+            ids.insert(message->getMessageID());
+            QCOMPARE(message->getAvailableTime(), 6000000u);
+        }
+        QCOMPARE(ids.size(), 4);
+        QVERIFY(!ids.contains(0));
+        const XmlCommon::CRequestTree tree = peer.messages.at(2)->getFragment(0).getRequestTree();
+        QVERIFY(!XmlCommunication::CRequestTreeConverter(tree).getRequestTreeSuppression());
+    }
+
+    void reconnectsAndResends_data()
+    {
+        QTest::addColumn<Cut>("cut");
+        QTest::addColumn<QString>("error");
+        const QString lost = text("RemoteHostClosed");
+        QTest::newRow("closed") << Cut([](ScriptedPeer& p, const CXmlMessage&) { p.link->close(); }) << lost;
+        QTest::newRow("reset") << Cut([](ScriptedPeer& p, const CXmlMessage&) { p.link->abort(); }) << lost;
+        for (const int bytes : {1, 5, 40})
+            QTest::addRow("cut at byte %d", bytes)
+                << Cut([bytes](ScriptedPeer& p, const CXmlMessage& m) { p.answerCutAt(m, bytes); }) << lost;
+        QTest::newRow("garbage") << Cut([](ScriptedPeer& p, const CXmlMessage&) {
+            p.link->sendRaw("garbage");
+        }) << text("Unknown");
+    }
+    void reconnectsAndResends()
+    {
+        QFETCH(Cut, cut);
+        QFETCH(QString, error);
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.log.clear();
+        peer.rule = [&](const CXmlMessage& message) {
+            if (peer.linksOpened == 1 && message.getFragment(0).getComponentName() == text("b"))
+                cut(peer, message);
+            else
+                peer.answer(message);
+        };
+        for (const char* component : {"a", "b", "c"})
+            client.execute(component);
+        QTRY_VERIFY(client.said.count(text("opened")) == 2 && client.connection->isIdle());
+        // The filter's object has been answered before and yet goes out as the command that it is.
+        QCOMPARE(peer.log, words("1:a:1 1:b:1 2:b:1 2:c:1 2:RequestTree:2 2:EventFilter:2"));
+        QCOMPARE(client.answered, words("a b c"));
+        QCOMPARE(client.said, QStringList({text("opened"), error, text("opened")}));
+    }
+
+    void failsForGood_data()
+    {
+        QTest::addColumn<bool>("afterReply");
+        QTest::addColumn<bool>("refuse");
+        QTest::addColumn<QStringList>("said");
+        QTest::newRow("nobody listens") << false << true << words("ConnectionRefused closed");
+        QTest::newRow("lost before the first reply")
+            << false << false << words("opened RemoteHostClosed closed");
+        QTest::newRow("reconnection refused")
+            << true << true << words("opened RemoteHostClosed ConnectionRefused closed");
+    }
+    void failsForGood()
+    {
+        QFETCH(bool, afterReply);
+        QFETCH(bool, refuse);
+        QFETCH(QStringList, said);
+        ScriptedPeer peer;
+        Client client(peer.host());
+        if (afterReply)
+            QVERIFY(client.openAndSettle());
+        if (refuse) {
+            // Stops listening; a link that is open stays for a moment.
+            const QPointer<XmlCommunication::CServerLink> link = peer.link;
+            peer.server.close();
+            if (link)
+                link->abort();
+        }
+        peer.rule = [&](const CXmlMessage&) { peer.link->close(); };
+        client.execute("a");
+        client.connection->open();
+        QTRY_VERIFY(client.said.contains(text("closed")));
+        QCOMPARE(client.said, said);
+        QVERIFY(!client.connection->isOpen() && !client.connection->hasRequestsPending());
+        // Stays closed for requests, also when opened again.
+        client.execute("b");
+        QVERIFY(!client.connection->hasRequestsPending() && !client.connection->isIdle());
+    }
+
+    void closes_data()
+    {
+        QTest::addColumn<bool>("discard");
+        QTest::addColumn<QStringList>("answered");
+        QTest::newRow("at once") << true << QStringList();
+        QTest::newRow("when all is done") << false << words("a b c");
+    }
+    void closes()
+    {
+        QFETCH(bool, discard);
+        QFETCH(QStringList, answered);
+        ScriptedPeer peer;
+        Client client(peer.host());
+        client.connection->close(discard);
+        QVERIFY(client.openAndSettle());
+        for (const char* component : {"a", "b", "c"})
+            client.execute(component);
+        client.connection->close(discard);
+        client.execute("refused");
+        QTRY_COMPARE(client.said, words("opened closed"));
+        QCOMPARE(client.answered, answered);
+        QVERIFY(!client.connection->isOpen());
+    }
+
+    void closesAndWaits()
+    {
+        for (const bool sendPending : {false, true}) {
+            ScriptedPeer peer;
+            Client client(peer.host());
+            QVERIFY(client.connection->closeAndWaitForFinished(0, sendPending));
+            QVERIFY(client.openAndSettle());
+            peer.log.clear();
+            peer.rule = [](const CXmlMessage&) {};
+            for (const char* component : {"a", "b", "c"})
+                client.execute(component);
+            QVERIFY(client.connection->closeAndWaitForFinished(5000, sendPending));
+            QVERIFY(client.connection->isOpen() && !client.connection->hasRequestsPending());
+            QTRY_COMPARE(client.said, words("opened closed"));
+            QTRY_COMPARE(peer.linksClosed, 1);
+            // The one in flight is sent once more.
+            QCOMPARE(peer.log, sendPending ? words("1:a:1 1:a:1 1:b:1 1:c:1") : words("1:a:1"));
+            QVERIFY(client.answered.isEmpty());
+        }
+    }
+
+    void warnsOfLongQueues()
+    {
+        Startup::TraceRecorder recorder;
+        Client client(text("127.0.0.1:1"));
+        for (int n = 1; n <= 2001; ++n) {
+            client.execute("a");
+            QCOMPARE(recorder.records().size(), n / 1000);
+        }
+        const Startup::TraceRecord second = recorder.records().at(1);
+        QCOMPARE(second.text, text("!!! Warning: 2000 requests in connection queue (K) !!!"));
+        QCOMPARE(second.source, text("devicecontrol/kolta/koltacommon/koltaconnection"));
+        QCOMPARE(second.line, 288);
+        QCOMPARE(second.channel, quint32(Startup::eTrace));
+    }
+
+    void dropsRepliesThatDoNotFit()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.rule = [&](const CXmlMessage& message) {
+            CXmlMessage wrong = peer.replyTo(message);
+            wrong.setMessageID(message.getMessageID() + 1000000);
+            peer.send(wrong);
+            peer.answer(message);
+            peer.answer(message);
+        };
+        for (const char* component : {"a", "b", "c"})
+            client.execute(component);
+        QTRY_VERIFY(client.connection->isIdle());
+        QCOMPARE(client.answered, words("a b c"));
+        QCOMPARE(client.said, words("opened"));
+    }
+
+    void executesFollowUpsBehindTheQueueAndRequestsTwice()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        const ptrKoltaRequest followUp(new Recorded(text("next"), client.answered));
+        client.execute("a", [&] { return followUp; });
+        const ptrKoltaRequest twice(new Recorded(text("twice"), client.answered));
+        client.connection->executeRequest(twice);
+        client.connection->executeRequest(twice);
+        QTRY_VERIFY(client.connection->isIdle());
+        QCOMPARE(client.answered, words("a twice twice next"));
+    }
+
+    void routesFaults()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.rule = [&](const CXmlMessage& message) { peer.answerWithFault(message, 7); };
+        client.execute("silent");
+        client.execute("taking")->takesFaults = true;
+        QTRY_VERIFY(client.connection->isIdle());
+        QCOMPARE(client.answered, words("taking"));
+        CXmlMessage broadcast = *makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST);
+        broadcast.getFragment(0).setFaultTree(XmlCommon::CFaultTree(8, 1));
+        peer.send(broadcast);
+        QTRY_COMPARE(client.said, words("opened fault fault broadcast"));
+    }
+
+    void survivesThrowingRequests()
+    {
+        Startup::TraceRecorder recorder;
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        client.execute("a", []() -> ptrKoltaRequest { throw std::runtime_error("bad reply"); });
+        client.execute("b", []() -> ptrKoltaRequest { throw 5; });
+        client.execute("unsendable")->throwOnGet = 1;
+        client.execute("c");
+        auto* const refused = new Recorded(text("refused"), client.answered);
+        refused->throwOnGet = 1;
+        client.connection->executeRequest(refused);
+        QTRY_VERIFY(client.connection->isIdle());
+        QCOMPARE(client.answered, words("a b c"));
+        QCOMPARE(recorder.count(text("caught exception from KoltaRequest::processReply bad reply")), 1);
+        QCOMPARE(recorder.count(text("exception caught in sendNextRequest")), 1);
+        QCOMPARE(recorder.count(text("caught exception from KoltaRequest::executeRequest no message")), 1);
+    }
+
+    void mayBeDeletedAnywhere_data()
+    {
+        QTest::addColumn<QString>("where");
+        for (const char* where : {"broadcast", "closed", "error", "opened", "fault", "reply"})
+            QTest::newRow(where) << text(where);
+    }
+    void mayBeDeletedAnywhere()
+    {
+        QFETCH(QString, where);
+        ScriptedPeer peer;
+        Client client(peer.host());
+        KoltaConnection* const c = client.connection;
+        const auto kill = [&client, where](const char* here) {
+            if (where == text(here))
+                delete client.connection.data();
+        };
+        connect(c, &KoltaConnection::Broadcast, this, [kill] { kill("broadcast"); });
+        connect(c, &KoltaConnection::ConnectionClosed, this, [kill] { kill("closed"); });
+        connect(c, &KoltaConnection::ConnectionError, this, [kill] { kill("error"); });
+        connect(c, &KoltaConnection::ConnectionOpened, this, [kill] { kill("opened"); });
+        connect(c, &KoltaConnection::Fault, this, [kill] { kill("fault"); });
+        peer.rule = [&](const CXmlMessage& message) {
+            const QString component = message.getFragment(0).getComponentName();
+            if (component == text("fault"))
+                peer.answerWithFault(message, 1);
+            else if (component == text("end"))
+                peer.link->close();
+            else
+                peer.answer(message);
+            peer.send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
+        };
+        if (where == text("closed"))
+            peer.rule = [&](const CXmlMessage&) { peer.link->close(); };
+        client.execute("reply", [kill] {
+            kill("reply");
+            return ptrKoltaRequest();
+        });
+        for (const char* component : {"fault", "end", "never"})
+            client.execute(component);
+        c->open();
+        QTRY_VERIFY(client.connection.isNull());
+        QTRY_COMPARE(peer.linksClosed, peer.linksOpened);
+    }
+
+    void allowsNestedEventLoops()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.rule = [&](const CXmlMessage& message) {
+            if (peer.linksOpened == 1 && message.getFragment(0).getComponentName() == text("cut"))
+                peer.link->abort();
+            else
+                peer.answer(message);
+        };
+        // The link is lost and replaced while the first reply is still being handled.
+        client.execute("outer", [&] {
+            client.execute("cut");
+            if (!QTest::qWaitFor([&] { return client.answered.contains(text("cut")); }))
+                return ptrKoltaRequest();
+            return ptrKoltaRequest(new Recorded(text("after"), client.answered));
+        });
+        QTRY_VERIFY(client.answered.contains(text("after")) && client.connection->isIdle());
+        QCOMPARE(client.answered, words("outer cut after"));
+        QCOMPARE(client.said, words("opened RemoteHostClosed opened"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_KoltaConnection)
+#include "tst_koltaconnection.moc"
