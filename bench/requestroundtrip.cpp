@@ -46,6 +46,8 @@ CDataTree makeParameters()
     root.append("Demodulation", QStringLiteral("FM"));
     root.append("Attenuation", QStringLiteral("10"));
     root.append("Antenna", QStringLiteral("A7"));
+    root.append("Detector", QStringLiteral("RMS"));
+    root.append("IntegrationTime", QStringLiteral("50000"));
     return tree;
 }
 
