@@ -94,7 +94,8 @@ struct CConnectionThread::Private
     std::unordered_map<quint32, ptrCXmlMessage> inFlight; ///< requests by message ID; the owner's thread only
     bool failed = false;
     int lookAgainTimer = 0;
-    std::atomic<bool> ran{false}; ///< release and acquire make the end of run() visible where it is waited for
+    std::atomic<bool> ran{
+        false}; ///< release and acquire make the end of run() visible where it is waited for
 };
 
 CConnectionThread::CConnectionThread(const QString& host, quint16 port, quint32 linkId, QObject* parent)

@@ -73,8 +73,8 @@ public:
         return taken;
     }
 
-    /// To be called after an event for the reader was made, and by the reader before it looks at one: an order that
-    /// does not rest on the event queue's own lock, which race detectors cannot see.
+    /// To be called after an event for the reader was made, and by the reader before it looks at one: an
+    /// order that does not rest on the event queue's own lock, which race detectors cannot see.
     void posting() noexcept { m_posted.fetch_add(1, std::memory_order_release); }
     void looking() const noexcept { static_cast<void>(m_posted.load(std::memory_order_acquire)); }
 

@@ -158,8 +158,7 @@ void TestConnectionThread::malformedBytesEndTheLink_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("trace");
-    QTest::newRow("no frame") << QByteArray("GET / HTTP/1.1\r\n\r\n")
-                              << QStringLiteral("no chunk at byte ");
+    QTest::newRow("no frame") << QByteArray("GET / HTTP/1.1\r\n\r\n") << QStringLiteral("no chunk at byte ");
     QTest::newRow("oversize") << QByteArray("\n#4294967295\n")
                               << QStringLiteral("message too large at byte ");
     QTest::newRow("no XML") << QByteArray("\n#5\nhello\n##\n")
