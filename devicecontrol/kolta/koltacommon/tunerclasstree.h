@@ -114,7 +114,6 @@ private:
     struct PlaceIndex;
 
     void initTree();
-    ptrTunerClassTreeItem findItemByID(const QString& id, const Items& items) const;
     const ItemIndex& itemIndex() const;
     PlaceIndex& placeIndex() const;
 

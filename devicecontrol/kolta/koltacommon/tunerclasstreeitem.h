@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace RESOURCEMANAGEMENT {
 class TunerClass;
@@ -142,8 +143,21 @@ private:
         quint64 members = 0;  ///< an item came or went
     };
 
+    /// Calls visit(item) for what is below this item, depth-first, until it returns false. The visitor must
+    /// leave the tree as it is.
     template<class Visit>
-    void walk(Visit visit) const;
+    void walk(Visit visit) const
+    {
+        walk(visit, false);
+    }
+    /// The same for the classes alone.
+    template<class Visit>
+    void walkClasses(Visit visit) const
+    {
+        walk(visit, true);
+    }
+    template<class Visit>
+    void walk(Visit& visit, bool classesOnly) const;
     bool isBelow(const TunerClassTreeItem& ancestor) const;
     void changed() const;
     void joinTree(const std::shared_ptr<Changes>& changes);
@@ -170,5 +184,32 @@ private:
     RESOURCEMANAGEMENT::Tuner m_tuner;
     std::shared_ptr<Changes> m_changes; ///< null outside of trees
 };
+
+template<class Visit>
+void TunerClassTreeItem::walk(Visit& visit, bool classesOnly) const
+{
+    struct Level
+    {
+        Items::const_iterator next;
+        Items::const_iterator end;
+    };
+    const auto levelOf = [classesOnly](const TunerClassTreeItem& item) {
+        const Items& children = item.getChildren();
+        return Level{children.begin() + (classesOnly ? item.m_tunerChildren : 0), children.end()};
+    };
+    std::vector<Level> levels{levelOf(*this)};
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == level.end) {
+            levels.pop_back();
+            continue;
+        }
+        const ptrTunerClassTreeItem& item = *level.next++;
+        if (!visit(item))
+            return;
+        if (!item->getChildren().empty())
+            levels.push_back(levelOf(*item));
+    }
+}
 
 } // namespace Kolta
