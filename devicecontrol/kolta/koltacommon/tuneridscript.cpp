@@ -4,8 +4,8 @@
 #include <startup/cfgcenter.h>
 
 #include <QCoreApplication>
-#include <QScriptContextInfo>
 #include <QScriptEngine>
+#include <QScriptEngineAgent>
 #include <QScriptValue>
 #include <QThread>
 #include <QTimer>
@@ -26,7 +26,7 @@ constexpr int defaultTimeLimitMs = 500;
 constexpr int checkIntervalMs = 5;              ///< how often a looping script looks at the time
 constexpr std::chrono::milliseconds grace(100); ///< for a stopped script to come to its end
 constexpr int mostLeftBehind = 4;
-constexpr uint stackBytes = 16u << 20; ///< deeper than the engine's own limits of nesting
+constexpr uint stackBytes = 64u << 20; ///< enough for the engine's own limits of nesting
 
 std::atomic<int> leftBehind{0};
 
@@ -36,6 +36,8 @@ struct Run
     QVector<std::pair<QString, QString>> properties;
     QString script;
     int timeLimitMs = defaultTimeLimitMs;
+
+    std::atomic<int> line{0}; ///< where the script is
 
     // Written by the script's thread before it is done.
     QString id;
@@ -52,9 +54,10 @@ QString exceptionText(int line, const QString& text)
     return QStringLiteral("ScriptException at line %1: %2").arg(line).arg(text);
 }
 
-QString timeoutText(int line, int timeLimitMs)
+QString timeoutText(const Run& run)
 {
-    return exceptionText(line, QStringLiteral("The script did not end within %1 ms.").arg(timeLimitMs));
+    return exceptionText(run.line,
+                         QStringLiteral("The script did not end within %1 ms.").arg(run.timeLimitMs));
 }
 
 /// Takes away what the engine adds to the language.
@@ -67,6 +70,18 @@ void confine(QScriptEngine& engine)
         function.property(QStringLiteral("prototype")).setProperty(QLatin1String(name), QScriptValue());
 }
 
+/// Notes where a script is. Owned by its engine.
+class LineWatch : public QScriptEngineAgent
+{
+public:
+    LineWatch(QScriptEngine* engine, std::atomic<int>& line) : QScriptEngineAgent(engine), m_line(line) {}
+
+    void positionChange(qint64, int lineNumber, int) override { m_line = lineNumber; }
+
+private:
+    std::atomic<int>& m_line;
+};
+
 /// The time limit of one engine; works from the events that the engine processes on its thread.
 class TimeLimit
 {
@@ -75,8 +90,6 @@ public:
     {
         engine.setProcessEventsInterval(checkIntervalMs);
         QObject::connect(&m_timer, &QTimer::timeout, [this, &engine] {
-            if (!m_exceeded)
-                m_line = QScriptContextInfo(engine.currentContext()).lineNumber();
             m_exceeded = true;
             engine.abortEvaluation();
             m_timer.start(0); // until it takes effect
@@ -85,12 +98,10 @@ public:
         m_timer.start(milliseconds);
     }
     bool exceeded() const { return m_exceeded; }
-    int line() const { return m_line; }
 
 private:
     QTimer m_timer;
     bool m_exceeded = false;
-    int m_line = 0;
 };
 
 void evaluate(Run& run)
@@ -100,6 +111,7 @@ void evaluate(Run& run)
     for (const auto& property : std::as_const(run.properties))
         engine.globalObject().setProperty(property.first, property.second);
 
+    engine.setAgent(new LineWatch(&engine, run.line));
     const TimeLimit limit(engine, run.timeLimitMs);
     engine.evaluate(run.script, QString(), 1);
     QString error;
@@ -119,7 +131,7 @@ void evaluate(Run& run)
     // Exceptions and properties may run script code as well.
     if (limit.exceeded()) {
         id.clear();
-        error = timeoutText(limit.line(), run.timeLimitMs);
+        error = timeoutText(run);
     }
     run.id = id;
     run.error = error;
@@ -201,7 +213,7 @@ QString evaluateTunerIdScript(const RESOURCEMANAGEMENT::Tuner& tuner, const QStr
     if (isNumber && limit > 0)
         run->timeLimitMs = limit;
     if (!runInTime(run))
-        return fail(timeoutText(0, run->timeLimitMs));
+        return fail(timeoutText(*run));
     return run->error.isEmpty() ? run->id : fail(run->error);
 }
 

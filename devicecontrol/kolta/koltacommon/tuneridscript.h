@@ -21,11 +21,11 @@ namespace Kolta {
 ///
 /// The caller waits for no longer than the configured time, "TunerIdScript"/"TimeLimitMs", and a moment.
 /// Scripts run on threads of their own and never process the application's events. A script that loops is
-/// stopped when its time is over. One that is within a single long operation of the language then, such as
-/// the match of a hopeless regular expression, or that only calls itself, cannot be stopped: it is left
-/// behind and burns its thread until it ends. As long as four of them do, no further script is run. The
-/// memory that a script takes within its time is not bounded; who must not take the process down must not be
-/// let write scripts. Needs a QCoreApplication; any thread.
+/// stopped when its time is over. One that cannot be stopped then (it is within a single long operation of
+/// the language, such as the sorting of millions of numbers, or only calls itself, or loops while its result
+/// or exception is read) is left behind and burns its thread until it ends. As long as four of them do, no
+/// further script is run. The memory that a script takes within its time is not bounded: who must not be able
+/// to bring the process down must not be let write scripts. Needs a QCoreApplication; any thread.
 QString evaluateTunerIdScript(const RESOURCEMANAGEMENT::Tuner& tuner, const QString& script,
                               QStringList* errors);
 
