@@ -4,7 +4,6 @@
 
 #include <resourcemodel/tunerclasses.h>
 
-#include <QHash>
 #include <QString>
 #include <QVector>
 
