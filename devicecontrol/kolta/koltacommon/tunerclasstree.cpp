@@ -193,6 +193,7 @@ void TunerClassTree::initTree()
         m_firstRevision += m_root->m_class->changes->revision + 1;
     m_itemIndex.reset();
     m_placeIndex.reset();
+    m_root.reset(); // what it took serves the new one
     m_root = TunerClassTreeBuilder(m_tunerClasses, m_resources).build();
 }
 
