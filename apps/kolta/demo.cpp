@@ -75,7 +75,7 @@ bool Demo::connectAndDescribe()
 
 bool Demo::loadFaultTexts()
 {
-    m_report.beginStep(QStringLiteral("It loads the texts of faults from the server"));
+    m_report.beginStep(QStringLiteral("The application loads the texts of faults from the server"));
     QString path;
     const auto handler = KoltaConnection::getStaticFaultMessageHandler();
     connect(handler.get(), &Kolta::FaultMessageHandler::si_faultReferenceFile, this,
@@ -96,7 +96,7 @@ bool Demo::loadFaultTexts()
 
 bool Demo::mirrorResources()
 {
-    m_report.beginStep(QStringLiteral("It mirrors the server's resources"));
+    m_report.beginStep(QStringLiteral("The application mirrors the server's resources"));
     m_resources = std::make_unique<Kolta::KoltaResourceObserver>();
     const QString path = m_server.nodePath(QStringLiteral("Resources"));
     m_report.check(m_resources->init(path), QStringLiteral("there is an overview at ") + path);

@@ -71,6 +71,13 @@ QVector<Change> makeChanges(KoltaSimulation::SimulatedServer& server)
     };
 }
 
+QString times(int count)
+{
+    if (count == 1 || count == 2)
+        return count == 1 ? QStringLiteral("once") : QStringLiteral("twice");
+    return QStringLiteral("%1 times").arg(count);
+}
+
 /// The GUID that a query for a resource asks for; empty for any other request.
 QString requestedResource(const CXmlMessage& message)
 {
@@ -84,7 +91,7 @@ QString requestedResource(const CXmlMessage& message)
 
 bool Demo::followChanges()
 {
-    m_report.beginStep(QStringLiteral("It hears of everything that changes there"));
+    m_report.beginStep(QStringLiteral("The application hears of everything that changes at the server"));
     QStringList heard;
     QJsonArray changes;
     ResourceWatch watch(*m_resources);
@@ -108,8 +115,8 @@ bool Demo::followChanges()
 
 bool Demo::askInVain()
 {
-    m_report.beginStep(
-        QStringLiteral("It asks for a resource that does not exist and gets a fault with its causes"));
+    m_report.beginStep(QStringLiteral(
+        "The application asks for a resource that does not exist and gets a fault with its causes"));
     const auto reply = ask(KoltaSimulation::makeResourceQuery(QUuid::createUuid().toString()));
     if (reply) {
         const QString text = KoltaConnection::getFaultText(reply);
@@ -171,12 +178,11 @@ void Demo::tellDeliveries(const QStringList& guids, int firstRequest, const QHas
         const int received = seen.value(guids.at(i));
         const int expected = i == 0 ? 2 : 1;
         const int replies = m_tracker->replies(firstRequest + i);
-        table.addRow({number, m_resources->GetDisplayNameByGUID(guids.at(i)),
-                      QStringLiteral("%1 times").arg(received), QString::number(replies)});
+        table.addRow({number, m_resources->GetDisplayNameByGUID(guids.at(i)), times(received),
+                      QString::number(replies)});
         deliveries.append(received);
-        m_report.check(received == expected,
-                       QStringLiteral("the server receives request %1 %2 times, not %3 times")
-                           .arg(number, QString::number(expected), QString::number(received)));
+        m_report.check(received == expected, QStringLiteral("the server receives request %1 %2, not %3")
+                                                 .arg(number, times(expected), times(received)));
         m_report.check(replies == 1, QStringLiteral("request %1 is answered once").arg(number));
     }
     m_report.show(table.toText());

@@ -55,7 +55,7 @@ void print(const PingResult& result, const Session& session, bool json)
         printJson(object);
         return;
     }
-    printLine(QStringLiteral("%1: %2 sent, %3 answered, %4 with a fault, link reopened %5 times")
+    printLine(QStringLiteral("%1: sent %2, answered %3, faults %4, reconnects %5")
                   .arg(session.endpoint().toString())
                   .arg(result.sent)
                   .arg(result.times.count())

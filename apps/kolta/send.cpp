@@ -17,21 +17,40 @@ namespace {
 
 using XmlCommon::CXmlMessage;
 
+bool isStandardInput(const QString& path)
+{
+    return path == QLatin1String("-");
+}
+
+QString nameOf(const QString& path)
+{
+    return isStandardInput(path) ? QStringLiteral("standard input") : path;
+}
+
 bool readFile(const QString& path, qint64 maxBytes, QByteArray& bytes)
 {
-    const bool isInput = path == QLatin1String("-");
     QFile file(path);
-    const bool opened = isInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    const bool opened =
+        isStandardInput(path) ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     if (!opened) {
-        printError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+        printError(QStringLiteral("cannot read %1: %2").arg(nameOf(path), file.errorString()));
         return false;
     }
-    // Not by the file's size: pipes have none.
-    bytes = file.read(maxBytes + 1);
+    // Piece by piece and not by the file's size: a pipe has none and gives what it has.
+    QByteArray piece;
+    do {
+        piece = file.read(maxBytes + 1 - bytes.size());
+        bytes += piece;
+    } while (!piece.isEmpty() && bytes.size() <= maxBytes);
+    if (file.error() != QFile::NoError) {
+        printError(QStringLiteral("cannot read %1: %2").arg(nameOf(path), file.errorString()));
+        return false;
+    }
     if (bytes.size() <= maxBytes)
         return true;
-    printError(
-        QStringLiteral("%1 holds more than the %2 bytes that a message may have").arg(path).arg(maxBytes));
+    printError(QStringLiteral("%1 holds more than the %2 bytes that a message may have")
+                   .arg(nameOf(path))
+                   .arg(maxBytes));
     return false;
 }
 
@@ -56,7 +75,7 @@ XmlCommon::ptrCXmlMessage readMessage(const QString& path)
                     .arg(message->getServiceType());
     if (error.isEmpty())
         return message;
-    printError(QStringLiteral("%1: %2").arg(path, error));
+    printError(QStringLiteral("%1: %2").arg(nameOf(path), error));
     return {};
 }
 

@@ -41,8 +41,8 @@ bool Session::open(int timeoutMs)
     // Reads what is configured and leaves everything as it is.
     Kolta::KoltaConnection::getStaticFaultMessageHandler()->Init(m_connection->getName());
     m_connection->open();
-    const auto isUp = [this] { return m_openings > 0 && !m_connection->hasRequestsPending(); };
-    if (waitFor(isUp, timeoutMs) && !m_closed)
+    const auto isUp = [this] { return m_openings > 0 && m_connection->isIdle(); };
+    if (waitFor(isUp, timeoutMs))
         return true;
     const QString peer = m_endpoint.toString();
     const QString seconds = QString::number(timeoutMs / 1000);
