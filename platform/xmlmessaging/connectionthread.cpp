@@ -94,6 +94,8 @@ struct CConnectionThread::Private
     std::unordered_map<quint32, ptrCXmlMessage> inFlight; ///< requests by message ID; the owner's thread only
     bool failed = false;
     int lookAgainTimer = 0;
+    std::atomic<bool> ran{
+        false}; ///< release and acquire make the end of run() visible where it is waited for
 };
 
 CConnectionThread::CConnectionThread(const QString& host, quint16 port, quint32 linkId, QObject* parent)
@@ -120,6 +122,7 @@ CConnectionThread::~CConnectionThread()
     }
     exit(0);
     wait();
+    d->ran.load(std::memory_order_acquire);
     logger::Logger::instance().unregisterConnection(this);
 }
 
@@ -170,6 +173,13 @@ void CConnectionThread::endAll()
 
 void CConnectionThread::run()
 {
+    runLink();
+    d->ran.store(true, std::memory_order_release);
+}
+
+/// The thread's work from connecting to closing; nothing thrown leaves it.
+void CConnectionThread::runLink()
+{
     try {
         d->worker.begin(logger::Logger::instance().logOf(this));
         exec();
@@ -187,6 +197,7 @@ void CConnectionThread::run()
 
 bool CConnectionThread::event(QEvent* event)
 {
+    d->inbox.looking();
     const bool timer = event->type() == QEvent::Timer;
     if (event->type() != kWakeEvent &&
         !(timer && static_cast<QTimerEvent*>(event)->timerId() == d->lookAgainTimer))
@@ -204,8 +215,11 @@ void CConnectionThread::Private::handOn()
     for (int i = 0; i < kNewsPerTurn && alive; ++i) {
         LinkNews news;
         const Inbox::Taken taken = inbox.take(news);
-        if (taken.resume)
-            QCoreApplication::postEvent(&worker, new QEvent(kResumeEvent));
+        if (taken.resume) {
+            auto* const resume = new QEvent(kResumeEvent);
+            worker.outbox().posting();
+            QCoreApplication::postEvent(&worker, resume);
+        }
         if (!taken.any) {
             lookAgain(false);
             return;

@@ -70,6 +70,8 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    void runLink();
+
     struct Private;
     std::unique_ptr<Private> d;
 };

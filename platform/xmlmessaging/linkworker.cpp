@@ -114,6 +114,7 @@ void LinkWorker::rethrow()
 
 bool LinkWorker::event(QEvent* event)
 {
+    m_outbox.looking();
     if (event->type() == kWakeEvent)
         guarded([this] { writeOutbox(); });
     else if (event->type() == kResumeEvent)

@@ -48,12 +48,12 @@ public:
         : AbstractRGValueObserver(at, nullptr), m_log(log ? log : &m_ownLog)
     {
         QStringList* const target = m_log;
-        const auto add = [target](const char* what) { target->append(QLatin1String(what)); };
-        connect(this, &IValueChangeNotifier::si_ValueChanged, [add] { add("changed"); });
+        const auto logs = [target](const char* what) { return [=] { target->append(QLatin1String(what)); }; };
+        connect(this, &IValueChangeNotifier::si_ValueChanged, logs("changed"));
+        connect(this, &IValueChangeNotifier::si_ValueDeleted, logs("deleted"));
+        connect(this, &IValueChangeNotifier::si_VC_USER_Received, logs("user"));
         connect(this, &IValueChangeNotifier::si_ParsingError,
                 [target](const QString& error) { target->append(error.left(17)); });
-        connect(this, &IValueChangeNotifier::si_ValueDeleted, [add] { add("deleted"); });
-        connect(this, &IValueChangeNotifier::si_VC_USER_Received, [add] { add("user"); });
     }
 
     void onValueChange(const ResourceOverview& before, const ResourceOverview& after) override
@@ -107,10 +107,11 @@ private Q_SLOTS:
 
     void textsAreProcessedOnce()
     {
-        StringValue* const value = put(path, text(1));
-        Probe probe;
-        QVERIFY(probe.init(path));
-        QCOMPARE(probe.takeLog(), change(0, 1));
+        StringValue* const value = put(path, text(4));
+        Probe probe(path); // silent: its hooks cannot run yet
+        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 4);
+        value->SetValue(text(1));
+        QCOMPARE(probe.takeLog(), change(4, 1));
         value->Announce();
         probe.UpdateAll();
         value->SetValue(QString()); // ignored by default
@@ -179,36 +180,24 @@ private Q_SLOTS:
         QCOMPARE(probe.takeLog(), (QStringList{QStringLiteral("hook user"), QStringLiteral("user")}));
     }
 
-    void hooksMayDeleteTheObserver_data()
-    {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("content");
-        QTest::addColumn<QString>("hookLine");
-        QTest::newRow("change") << 3 << text(2) << QStringLiteral("1>2 kept 1 2");
-        QTest::newRow("error") << 3 << bad << QStringLiteral("hook error");
-        QTest::newRow("delete") << 2 << QString() << QStringLiteral("hook delete");
-        QTest::newRow("user") << 19 << QString() << QStringLiteral("hook user");
-    }
     void hooksMayDeleteTheObserver()
     {
-        QFETCH(int, code);
-        QFETCH(QString, content);
-        QFETCH(QString, hookLine);
-        StringValue* const value = put(path, text(1));
-        QStringList log;
-        auto* const probe = new Probe(QString(), &log);
-        probe->init(path);
-        log.clear();
-        probe->hook = [probe] { delete probe; };
-        if (code == eChangeState)
-            values::Tree::Instance().Remove(path);
-        else if (code == eChangeValue)
-            value->SetValue(content);
-        else
-            value->Announce(static_cast<TChangeCode>(code));
-        QCOMPARE(log.join(QLatin1Char(' ')), hookLine);
-        if (code != eChangeState)
-            QVERIFY(!value->HasObservers());
+        const auto notify = [](const QString& expectedLog, const std::function<void(StringValue&)>& cause) {
+            StringValue* const value = put(path, text(1));
+            QStringList log;
+            auto* const probe = new Probe(QString(), &log);
+            probe->init(path);
+            log.clear();
+            probe->hook = [probe] { delete probe; };
+            cause(*value);
+            QCOMPARE(log.join(QLatin1Char(' ')), expectedLog);
+            values::Tree::Instance().Clear();
+            QVERIFY(!values::Tree::Instance().Find(path)); // nobody is left to keep a tombstone for
+        };
+        notify(QStringLiteral("1>2 kept 1 2"), [](StringValue& value) { value.SetValue(text(2)); });
+        notify(QStringLiteral("hook error"), [](StringValue& value) { value.SetValue(bad); });
+        notify(QStringLiteral("hook user"), [](StringValue& value) { value.Announce(eChangeUser); });
+        notify(QStringLiteral("hook delete"), [](StringValue&) { values::Tree::Instance().Remove(path); });
     }
 
     void nestedChangeLeavesTheOuterItsCopies()
@@ -246,15 +235,6 @@ private Q_SLOTS:
         QVERIFY(!probe.initForOffline(unwritable));
         QVERIFY(probe.initForOffline(overviewOf(2)));
         QCOMPARE(probe.takeLog(), QStringList());
-    }
-
-    void constructionWithPathMirrorsSilently()
-    {
-        StringValue* const value = put(path, text(2));
-        Probe probe(path);
-        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 2);
-        value->SetValue(text(3));
-        QCOMPARE(probe.takeLog(), change(2, 3));
     }
 };
 

@@ -18,34 +18,37 @@ namespace {
 const QString base = QStringLiteral("/S1/ADMINISTRATION");
 const QString path = base + QStringLiteral("/Resources");
 
+template<class Unit>
+void append(QVector<Unit>& list, const TavikResource& resource, const QString& state)
+{
+    Unit unit;
+    unit.SetTavikResource(resource);
+    if constexpr (std::is_same_v<Unit, Tuner>) {
+        unit.SetAccessible(state.at(0) == QLatin1Char('1'));
+        unit.SetIdle(state.at(1) == QLatin1Char('1'));
+    } else {
+        unit.SetRegistration(static_cast<typename Unit::Registration>(state.at(0).digitValue()));
+    }
+    if constexpr (std::is_same_v<Unit, ProcessingUnit>)
+        unit.SetLocalStorage(static_cast<ProcessingUnit::LocalStorage>(state.at(1).digitValue()));
+    list.append(unit);
+}
+
 /// "T A 10" is tuner A, accessible and not idle; "P B 13" processing unit B with registration 1 and local
 /// storage 3; "S C 1" storage unit C, registered. Entries are separated by ", ".
 ResourceOverview overviewOf(const QString& entries)
 {
     ResourceOverview overview;
     for (const QString& entry : entries.split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
-        const QString guid = entry.section(QLatin1Char(' '), 1, 1);
-        const QString state = entry.section(QLatin1Char(' '), 2, 2);
+        const QStringList parts = entry.split(QLatin1Char(' '));
         TavikResource resource;
-        resource.SetGUID(guid);
-        if (entry.startsWith(QLatin1Char('T'))) {
-            Tuner tuner;
-            tuner.SetTavikResource(resource);
-            tuner.SetAccessible(state.at(0) == QLatin1Char('1'));
-            tuner.SetIdle(state.at(1) == QLatin1Char('1'));
-            overview.EditTuner().append(tuner);
-        } else if (entry.startsWith(QLatin1Char('P'))) {
-            ProcessingUnit unit;
-            unit.SetTavikResource(resource);
-            unit.SetRegistration(static_cast<ProcessingUnit::Registration>(state.at(0).digitValue()));
-            unit.SetLocalStorage(static_cast<ProcessingUnit::LocalStorage>(state.at(1).digitValue()));
-            overview.EditProcessingUnit().append(unit);
-        } else {
-            StorageUnit unit;
-            unit.SetTavikResource(resource);
-            unit.SetRegistration(static_cast<StorageUnit::Registration>(state.at(0).digitValue()));
-            overview.EditStorageUnit().append(unit);
-        }
+        resource.SetGUID(parts.at(1));
+        if (parts.at(0) == QLatin1String("T"))
+            append(overview.EditTuner(), resource, parts.at(2));
+        else if (parts.at(0) == QLatin1String("P"))
+            append(overview.EditProcessingUnit(), resource, parts.at(2));
+        else
+            append(overview.EditStorageUnit(), resource, parts.at(2));
     }
     return overview;
 }
@@ -104,60 +107,33 @@ private:
     }
 };
 
-/// What the rules say, spelled out with nested loops.
-template<class Element, class Compare>
-void expectList(const QVector<Element>& before, const QVector<Element>& after, const QString& kind,
-                const Compare& compare, QStringList& log)
+/// What the rules say about tuners, spelled out with nested loops.
+QStringList expected(const QVector<Tuner>& before, const QVector<Tuner>& after)
 {
-    const auto id = [](const Element& e) { return e.GetTavikResource().GetGUID(); };
-    const auto first = [&id](const QVector<Element>& list, const QString& guid) {
-        return std::find_if(list.begin(), list.end(), [&](const Element& e) { return id(e) == guid; });
+    const auto id = [](const Tuner& tuner) { return tuner.GetTavikResource().GetGUID(); };
+    const auto first = [&id](const QVector<Tuner>& list, const QString& guid) {
+        return std::find_if(list.begin(), list.end(), [&](const Tuner& tuner) { return id(tuner) == guid; });
     };
+    QStringList log;
     int added = 0;
-    for (const Element& element : after) {
-        const auto old = first(before, id(element));
-        if (old != before.end()) {
-            compare(*old, element, id(element));
-        } else {
+    for (const Tuner& tuner : after) {
+        const auto old = first(before, id(tuner));
+        if (old == before.end()) {
             ++added;
-            log.append(QStringLiteral("+%1 %2").arg(kind, id(element)));
+            log.append(QStringLiteral("+T ") + id(tuner));
+            continue;
+        }
+        if (old->GetAccessible() != tuner.GetAccessible())
+            log.append(QStringLiteral("access %1 %2").arg(id(tuner)).arg(tuner.GetAccessible()));
+        if (old->GetIdle() != tuner.GetIdle())
+            log.append(QStringLiteral("idle %1 %2").arg(id(tuner)).arg(tuner.GetIdle()));
+    }
+    if (before.size() > after.size() - added) {
+        for (const Tuner& tuner : before) {
+            if (first(after, id(tuner)) == after.end())
+                log.append(QStringLiteral("-T ") + id(tuner));
         }
     }
-    if (before.size() <= after.size() - added)
-        return;
-    for (const Element& element : before) {
-        if (first(after, id(element)) == after.end())
-            log.append(QStringLiteral("-%1 %2").arg(kind, id(element)));
-    }
-}
-
-QStringList expected(const ResourceOverview& before, const ResourceOverview& after)
-{
-    QStringList log;
-    const auto differ = [&log](const char* name, const QString& id, int a, int b) {
-        if (a != b)
-            log.append(QStringLiteral("%1 %2 %3").arg(QLatin1String(name), id).arg(b));
-    };
-    expectList(
-        before.GetTuner(), after.GetTuner(), QStringLiteral("T"),
-        [&](const Tuner& a, const Tuner& b, const QString& id) {
-            differ("access", id, a.GetAccessible(), b.GetAccessible());
-            differ("idle", id, a.GetIdle(), b.GetIdle());
-        },
-        log);
-    expectList(
-        before.GetProcessingUnit(), after.GetProcessingUnit(), QStringLiteral("P"),
-        [&](const ProcessingUnit& a, const ProcessingUnit& b, const QString& id) {
-            differ("Preg", id, a.GetRegistration(), b.GetRegistration());
-            differ("Pstore", id, a.GetLocalStorage(), b.GetLocalStorage());
-        },
-        log);
-    expectList(
-        before.GetStorageUnit(), after.GetStorageUnit(), QStringLiteral("S"),
-        [&](const StorageUnit& a, const StorageUnit& b, const QString& id) {
-            differ("Sreg", id, a.GetRegistration(), b.GetRegistration());
-        },
-        log);
     return log;
 }
 
@@ -231,30 +207,24 @@ private Q_SLOTS:
             // Half of the small rounds draw from few GUIDs, so that some occur twice.
             const int names = upTo(2) || size > 100 ? size * 20 : size;
             ResourceOverview next = observer.GetCurrentResources();
+            QVector<Tuner>& list = next.EditTuner();
             for (int i = 0; i < size; ++i) {
-                const QString id = QStringLiteral("%1 %2%3").arg(upTo(names)).arg(upTo(2)).arg(upTo(2));
-                const ResourceOverview one = overviewOf(QStringLiteral("T %1, P %1, S %1").arg(id));
-                const auto edit = [&](auto& list, const auto& element) {
-                    const int what = upTo(8);
-                    if (what == 0 && !list.isEmpty())
-                        list.removeAt(upTo(list.size()));
-                    else if (what <= 2 || list.size() < (size > 100 ? size : 1))
-                        list.insert(size > 100 ? list.size() : upTo(list.size() + 1), element);
-                    else
-                        list[upTo(list.size())] = element;
-                };
-                edit(next.EditTuner(), one.GetTuner().at(0));
-                if (size < 100) {
-                    edit(next.EditProcessingUnit(), one.GetProcessingUnit().at(0));
-                    edit(next.EditStorageUnit(), one.GetStorageUnit().at(0));
-                }
+                const QString entry = QStringLiteral("T %1 %2%3").arg(upTo(names)).arg(upTo(2)).arg(upTo(2));
+                const Tuner tuner = overviewOf(entry).GetTuner().at(0);
+                const int what = upTo(8);
+                if (what == 0 && !list.isEmpty())
+                    list.removeAt(upTo(list.size()));
+                else if (what <= 2 || list.size() < (size > 100 ? size : 1))
+                    list.insert(size > 100 ? list.size() : upTo(list.size() + 1), tuner);
+                else
+                    list[upTo(list.size())] = tuner;
             }
             const ResourceOverview previous = observer.GetCurrentResources();
             recorder.log.clear();
             m_value->SetValue(next.GetXmlString());
             const QStringList end{QStringLiteral("all%1").arg(next.GetTuner().size()),
                                   QStringLiteral("value")};
-            QCOMPARE(recorder.log, expected(previous, next) + end);
+            QCOMPARE(recorder.log, expected(previous.GetTuner(), next.GetTuner()) + end);
         }
     }
 
@@ -338,44 +308,39 @@ private Q_SLOTS:
         QCOMPARE(detecting, QStringLiteral("AD"));
     }
 
-    void storage_data()
-    {
-        QTest::addColumn<QString>("entries");
-        QTest::addColumn<int>("exclusion");
-        QTest::addColumn<bool>("storage");
-        QTest::addColumn<QString>("types");
-        const QString usable = QStringLiteral("P A 01, P B 13");
-        QTest::newRow("nothing") << QString() << 0 << false << QString();
-        QTest::newRow("unregistered")
-            << QStringLiteral("P A 03, P B 12, S C 0, S D 2") << 0 << false << QString();
-        QTest::newRow("storage unit") << QStringLiteral("P A 03, S C 1") << 0 << true << QString();
-        QTest::newRow("all") << usable << 0 << true << QStringLiteral("12345");
-        QTest::newRow("no DCP") << usable << 1 << true << QStringLiteral("345");
-        QTest::newRow("no FFP") << usable << 2 << true << QStringLiteral("1245");
-        QTest::newRow("no DSC") << usable << 3 << true << QStringLiteral("1235");
-        QTest::newRow("no FHP") << usable << 4 << true << QStringLiteral("1234");
-        QTest::newRow("another unit")
-            << usable + QStringLiteral(", P C 13") << 1 << true << QStringLiteral("12345");
-    }
     void storage()
     {
-        QFETCH(QString, entries);
-        QFETCH(int, exclusion);
-        QFETCH(bool, storage);
-        QFETCH(QString, types);
-        ResourceOverview overview = overviewOf(entries);
-        if (exclusion)
-            overview.EditProcessingUnit()[1].EditExclusion().append(
-                static_cast<ProcessingUnit::Exclusion>(exclusion));
-        KoltaResourceObserver observer;
-        observer.initForOffline(overview);
-        QCOMPARE(observer.hasStorage(), storage);
-        QString able;
-        for (int type = -1; type <= 7; ++type) {
-            if (observer.canSystemRunAppWithLocalStorage(static_cast<eAppType>(type)))
-                able += QString::number(type);
+        const QString usable = QStringLiteral("P A 01, P B 13");
+        struct
+        {
+            QString entries;
+            int exclusion; ///< of the second processing unit
+            bool storage;
+            const char* types;
+        } const cases[] = {{QString(), 0, false, ""},
+                           {QStringLiteral("P A 03, P B 12, S C 0, S D 2"), 0, false, ""},
+                           {QStringLiteral("P A 03, S C 1"), 0, true, ""},
+                           {usable, 0, true, "12345"},
+                           {usable, 1, true, "345"},
+                           {usable, 2, true, "1245"},
+                           {usable, 3, true, "1235"},
+                           {usable, 4, true, "1234"},
+                           {usable + QStringLiteral(", P C 13"), 1, true, "12345"}};
+        for (const auto& row : cases) {
+            ResourceOverview overview = overviewOf(row.entries);
+            if (row.exclusion)
+                overview.EditProcessingUnit()[1].EditExclusion().append(
+                    static_cast<ProcessingUnit::Exclusion>(row.exclusion));
+            KoltaResourceObserver observer;
+            observer.initForOffline(overview);
+            QCOMPARE(observer.hasStorage(), row.storage);
+            QString able;
+            for (int type = -1; type <= 7; ++type) {
+                if (observer.canSystemRunAppWithLocalStorage(static_cast<eAppType>(type)))
+                    able += QString::number(type);
+            }
+            QCOMPARE(able, QLatin1String(row.types));
         }
-        QCOMPARE(able, types);
     }
 
     void writersReachTheirValues()
