@@ -41,6 +41,13 @@ bool FrameReader::next(QByteArray& message)
     return true;
 }
 
+void FrameReader::end()
+{
+    const bool between = m_pos == m_buffer.size() && m_chunkLeft == 0 && m_message.isEmpty();
+    if (!between && !m_complete && !hasError())
+        fail("stream ends inside a message", m_consumed + m_buffer.size(), "the rest of it");
+}
+
 void FrameReader::reset()
 {
     *this = FrameReader(m_maxMessageBytes);

@@ -23,6 +23,9 @@ public:
     /// Takes the next whole message; false when there is none yet or the stream is broken.
     bool next(QByteArray& message);
 
+    /// Tells that no more bytes will come; in the middle of a message that is an error.
+    void end();
+
     bool hasError() const noexcept { return !m_error.isEmpty(); }
     /// What is wrong, at which byte of the stream, and what was expected; empty while all is well.
     const QString& error() const noexcept { return m_error; }

@@ -143,8 +143,10 @@ void LinkWorker::onError(QAbstractSocket::SocketError error)
         m_lastBytes = true;
         m_paused = false;
         onReadyRead();
+        m_reader->end();
     }
-    report(error, m_socket->errorString()); // the socket ends by itself
+    // The socket ends by itself.
+    report(error, m_reader->hasError() ? m_reader->error() : m_socket->errorString());
 }
 
 void LinkWorker::onReadyRead()
@@ -285,7 +287,7 @@ void LinkWorker::report(QAbstractSocket::SocketError error, const QString& what)
         return;
     m_failed = true;
     m_inFlight.clear();
-    const bool orderly = error == QAbstractSocket::RemoteHostClosedError;
+    const bool orderly = error == QAbstractSocket::RemoteHostClosedError && !m_reader->hasError();
     Startup::ErrorHandler::Instance().trace(orderly ? Startup::eTraceInfo : Startup::eTrace,
                                             QStringLiteral("platform/xmlmessaging/linkworker"), 10,
                                             QStringLiteral("%1: %2").arg(linkName(), what));
