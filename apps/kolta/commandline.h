@@ -20,13 +20,14 @@ public:
     void addArgument(const QString& name, const QString& description);
     void addOption(const QCommandLineOption& option) { m_parser.addOption(option); }
 
-    /// Parses. A value means that the command is over with that exit code: help was printed, or the words are wrong
-    /// and an error was printed.
+    /// Parses. A value means that the command is over with that exit code: help was printed, or the words are
+    /// wrong and an error was printed.
     std::optional<int> parse(const QStringList& arguments);
 
     bool json() const { return m_parser.isSet(QStringLiteral("json")); }
     bool isSet(const QString& option) const { return m_parser.isSet(option); }
     QString value(const QString& option) const { return m_parser.value(option); }
+    QStringList values(const QString& option) const { return m_parser.values(option); }
     QString argument(int index) const { return m_parser.positionalArguments().value(index); }
     /// The argument as HOST:PORT; prints an error and gives nothing when it is not.
     std::optional<Endpoint> endpoint(int index) const;
