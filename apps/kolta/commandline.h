@@ -30,6 +30,7 @@ public:
     bool json() const { return m_parser.isSet(QStringLiteral("json")); }
     bool faults() const { return m_parser.isSet(QStringLiteral("faults")); }
     QString value(const QString& option) const { return m_parser.value(option); }
+    QStringList values(const QString& option) const { return m_parser.values(option); }
     QString argument(int index) const { return m_parser.positionalArguments().value(index); }
     /// Reads the argument as HOST:PORT and looks the host up. A value means that the command is over with
     /// that exit code; an error was printed.

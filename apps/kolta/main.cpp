@@ -22,6 +22,7 @@ constexpr Command commands[] = {
     {"send", "send the message in a file, print the reply", runSend},
     {"listen", "print broadcasts and faults until Ctrl-C", runListen},
     {"ping", "measure round trips", runPing},
+    {"demand-classes", "list the demand classes that an application may use", runDemandClasses},
 };
 
 QString usage()
@@ -30,7 +31,7 @@ QString usage()
                                   "Talks to the servers of a monitoring installation.\n\nCommands:\n");
     for (const Command& command : commands)
         text += QStringLiteral("  %1%2\n")
-                    .arg(QLatin1String(command.name), -10)
+                    .arg(QLatin1String(command.name), -16)
                     .arg(QLatin1String(command.summary));
     text +=
         QStringLiteral("\nOptions: --help, --version. \"kolta COMMAND --help\" tells more of each command.\n"
