@@ -5,7 +5,6 @@
 
 #include <QtTest>
 
-#include <map>
 #include <memory>
 #include <random>
 
@@ -24,13 +23,18 @@ QStringList words(const char* text)
     return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// Writes "+path", "-path=content" and "path:code" into a log.
+/// Writes "+path", "-path=content" and "path:code" into a log, and keeps the paths of what is there.
 class Recorder : public ITreeListener
 {
 public:
-    void OnItemAdded(TreeItem& item) override { note(QLatin1Char('+') + item.GetPath()); }
+    void OnItemAdded(TreeItem& item) override
+    {
+        paths.insert(item.GetPath());
+        note(QLatin1Char('+') + item.GetPath());
+    }
     void OnItemRemoved(TreeItem& item) override
     {
+        paths.remove(item.GetPath());
         const auto* value = dynamic_cast<ValueBase*>(&item);
         note(QLatin1Char('-') + item.GetPath() +
              (value ? QLatin1Char('=') + value->GetStringValue() : QString()));
@@ -40,6 +44,7 @@ public:
         note(item.GetPath() + QLatin1Char(':') + QString::number(code));
     }
     QStringList log;
+    QSet<QString> paths;
     std::function<void()> action;
 
 private:
@@ -60,19 +65,15 @@ class TestTree : public QObject
 private Q_SLOTS:
     void paths()
     {
-        const QMap<QString, QString> normalised{{"/a/b"_s, "/a/b"_s},
-                                                {"a/b"_s, "/a/b"_s},
-                                                {"//a///b//"_s, "/a/b"_s},
-                                                {QString(), "/"_s},
-                                                {"//"_s, "/"_s}};
-        for (auto it = normalised.begin(); it != normalised.end(); ++it) {
+        for (const char* const given : {"/a/b", "a/b", "//a///b//", "", "//"}) {
+            const QString text = QString::fromLatin1(given);
+            const bool root = !text.contains(QLatin1Char('a'));
+            const QString normal = root ? "/"_s : "/a/b"_s;
             Tree tree;
-            TreeItem* const made = tree.EnsureNode(it.key());
-            QCOMPARE(made->GetPath(), it.value());
-            QCOMPARE(tree.Find(it.key()), made);
-            QCOMPARE(tree.Find(it.value()), made);
-            QVERIFY(!tree.Find("/A/B"_s));
-            QCOMPARE(tree.Remove(it.key()), it.value() != "/"_s);
+            TreeItem* const made = tree.EnsureNode(text);
+            QCOMPARE(made->GetPath(), normal);
+            QVERIFY(tree.Find(text) == made && tree.Find(normal) == made && !tree.Find("/A/B"_s));
+            QCOMPARE(tree.Remove(text), !root);
         }
     }
 
@@ -85,28 +86,22 @@ private Q_SLOTS:
         const TreeItem* const parent = tree.EnsureNode("/s/w"_s)->GetParent();
         value->Attach(probe.get());
 
-        QVERIFY(tree.Remove("/s/v"_s));
-        QVERIFY(!tree.Remove("/s/v"_s));
+        QVERIFY(tree.Remove("/s/v"_s) && !tree.Remove("/s/v"_s));
         QCOMPARE(tree.Find("/s/v"_s), value);
-        QCOMPARE(parent->GetChildNames(), words("w"));
         QVERIFY(value->IsDeleted() && value->GetValue().isEmpty());
         QVERIFY(!value->SetValue("late"_s));
         value->Announce(eChangeUser);
-        QCOMPARE(log, words("2"));
+        QCOMPARE(log + parent->GetChildNames(), words("2 w"));
 
         QVERIFY(!tree.Emplace<SelectionValue>("/s/v"_s));
         QCOMPARE(tree.Emplace<StringValue>("/s/v"_s, "two"_s), value);
-        QVERIFY(!value->IsDeleted());
+        QVERIFY(!tree.Emplace<StringValue>("/s/v"_s, "refused"_s) && !value->IsDeleted());
         QCOMPARE(value->GetValue(), "two"_s);
-        QCOMPARE(log, words("2 2 3"));
-        QCOMPARE(parent->GetChildNames(), words("w v"));
-        QVERIFY(!tree.Emplace<StringValue>("/s/v"_s, "refused"_s));
-        QCOMPARE(value->GetValue(), "two"_s);
+        QCOMPARE(log + parent->GetChildNames(), words("2 2 3 w v"));
 
         tree.Remove("/s/v"_s);
         probe.reset();
-        QVERIFY(!tree.Find("/s/v"_s));
-        QVERIFY(tree.Emplace<SelectionValue>("/s/v"_s));
+        QVERIFY(!tree.Find("/s/v"_s) && tree.Emplace<SelectionValue>("/s/v"_s));
     }
 
     void deletedBranchComesBack()
@@ -195,11 +190,10 @@ private Q_SLOTS:
             if (code == eChangeChildAdded)
                 tree.Remove(requests->GetChildren().last()->GetPath());
         };
-        const auto* const accepted = tree.Emplace<StringValue>("/requests/id1"_s, "text"_s);
-        QVERIFY(accepted);
-        QVERIFY(accepted->IsDeleted());
-        QVERIFY(!tree.Find("/requests/id1"_s));
-        QVERIFY(tree.Emplace<StringValue>("/requests/id1"_s, "text"_s));
+        for (int i = 0; i < 2; ++i) {
+            const auto* const accepted = tree.Emplace<StringValue>("/requests/id1"_s, "text"_s);
+            QVERIFY(accepted && accepted->IsDeleted() && !tree.Find("/requests/id1"_s));
+        }
         QCOMPARE(log, words("16 17 16 17"));
         reader.action = [&](Observable* source, TChangeCode) {
             source->Detach(&reader);
@@ -270,18 +264,11 @@ private Q_SLOTS:
     /// listener has seen come and go must be what is there.
     void randomChangesFromObservers()
     {
-        struct Mirror : ITreeListener
-        {
-            void OnItemAdded(TreeItem& item) override { paths.insert(item.GetPath()); }
-            void OnItemRemoved(TreeItem& item) override { paths.remove(item.GetPath()); }
-            void OnItemChanged(TreeItem&, TChangeCode, IObserver*) override {}
-            QSet<QString> paths;
-        };
         const auto seed = std::random_device()();
         qInfo("seed %u", seed);
         std::mt19937 random(seed);
         Tree tree;
-        Mirror mirror;
+        Recorder mirror;
         tree.AddListener(&mirror);
         QStringList log;
         std::vector<std::unique_ptr<Probe>> probes(6);
@@ -321,6 +308,7 @@ private Q_SLOTS:
         for (int step = 0; step < 20000; ++step) {
             change();
             log.clear();
+            mirror.log.clear();
             QSet<QString> living;
             std::function<void(TreeItem*)> visit = [&](TreeItem* item) {
                 for (TreeItem* child : item->GetChildren()) {
