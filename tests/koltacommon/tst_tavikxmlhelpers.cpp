@@ -81,19 +81,19 @@ private Q_SLOTS:
     void searchOrderAndParents()
     {
         ProcessorOverview overview = makeTree();
-        const auto makeEqual = [](auto& node, const auto&) {
+        Walk::walk(overview, {}, [](auto& node, const auto&) {
             node.EditKoltaProcessor().EditTavikResource().SetGUID(guid(77));
             return Walk::eInto;
-        };
-        Walk::walk(overview, {}, makeEqual);
+        });
         QStringList order;
         for (Object2Parent found; (found = FindGUID(guid(77), overview)).object;) {
+            TavikResource& resource = found.objectProcessor->EditTavikResource();
             QCOMPARE(found.parentProcessor == nullptr, found.parent == &overview);
-            const KoltaProcessor* const above = found.parentProcessor;
-            order.append(
-                found.objectProcessor->GetTavikResource().GetDisplayName() + QLatin1Char('<') +
-                (above ? above->GetTavikResource().GetDisplayName() : found.parent->GetObjectName()));
-            found.objectProcessor->EditTavikResource().ResetGUID();
+            const QString above = found.parentProcessor
+                                      ? found.parentProcessor->GetTavikResource().GetDisplayName()
+                                      : found.parent->GetObjectName();
+            order << resource.GetDisplayName() + QLatin1Char('<') + above;
+            resource.ResetGUID();
         }
         QCOMPARE(
             order.join(QLatin1Char(' ')),
@@ -104,14 +104,13 @@ private Q_SLOTS:
     void searchesRefuseWhatIsNoGuid()
     {
         ProcessorOverview overview = makeTree();
+        MCP& mcp = overview.EditMCP()[0];
         for (const QString& text : {QString(), QStringLiteral("none"), QUuid().toString()}) {
-            overview.EditMCP()[0].EditKoltaProcessor().EditTavikResource().SetGUID(text);
-            overview.EditMCP()[0].SetProductionID(text);
-            overview.EditMCP()[0].EditDataSource().SetTunerGUID(text);
-            QVERIFY(!FindGUID(text, overview).object);
-            QVERIFY(!FindProductionID(text, overview).object);
-            QVERIFY(!FindTunerGUID(text, overview).object);
-            QCOMPARE(DisplayNameForGUID(text, overview), QString());
+            mcp.EditKoltaProcessor().EditTavikResource().SetGUID(text);
+            mcp.SetProductionID(text);
+            mcp.EditDataSource().SetTunerGUID(text);
+            QVERIFY(!FindGUID(text, overview).object && !FindProductionID(text, overview).object);
+            QVERIFY(!FindTunerGUID(text, overview).object && DisplayNameForGUID(text, overview).isEmpty());
         }
     }
 
@@ -205,9 +204,9 @@ private Q_SLOTS:
             overview.EditMCP()[0].EditDSC().append(DSC()); // no processor record: none is made
             clearGUIDs(overview, keep);
             QCOMPARE(ALL_GUIDS_OF(overview), QSet<QString>());
-            QCOMPARE(overview.GetMCP().at(0).IsProductionIDSet(), keep);
-            QCOMPARE(overview.GetSCP().at(0).IsProductionIDSet(), keep);
-            QVERIFY(!overview.GetMCP().at(0).GetDSC().at(1).IsKoltaProcessorSet());
+            const MCP& mcp = overview.GetMCP().at(0);
+            QVERIFY(mcp.IsProductionIDSet() == keep && overview.GetSCP().at(0).IsProductionIDSet() == keep);
+            QVERIFY(!mcp.GetDSC().at(1).IsKoltaProcessorSet());
         }
         FHA alone = processor<FHA>(9);
         clearGUIDs(alone, false);

@@ -10,8 +10,6 @@
 
 using namespace values;
 
-using Action = std::function<void(Tree&, Probe&, Observable*)>;
-
 namespace {
 
 QString operator""_s(const char* text, std::size_t size)
@@ -130,51 +128,39 @@ private Q_SLOTS:
         QCOMPARE(tree.Size(), 0);
     }
 
+    /// What the value's observer does when it hears of the deletion (detach, create, remove, clear), and what
+    /// is there in the end; the deletion is made from outside, and by the observer itself during a change.
     void observersInterfere()
     {
-        const auto nothing = [](Tree&, Probe&, Observable*) {};
-        const auto detach = [](Tree&, Probe& probe, Observable* source) { source->Detach(&probe); };
-        const auto clear = [](Tree& tree, Probe&, Observable*) { tree.Clear(); };
-        const auto create = [](Tree& tree, Probe& probe, Observable*) {
-            probe.action = nullptr;
-            tree.Emplace<StringValue>("/s/v"_s, "new"_s);
-        };
-        const auto detachAndCreate = [&](Tree& tree, Probe& probe, Observable* source) {
-            detach(tree, probe, source);
-            create(tree, probe, source);
-        };
-        const auto createAndUndo = [&](Tree& tree, Probe& probe, Observable* source) {
-            create(tree, probe, source);
-            tree.Remove("/s/v"_s);
-            detach(tree, probe, source);
-        };
-        // What the value's observer does when it hears code 2; is the value there; its text.
-        const std::tuple<Action, bool, QString> cases[] = {
-            {nothing, true, QString()}, {detach, false, QString()},       {clear, true, QString()},
-            {create, true, "new"_s},    {detachAndCreate, true, "new"_s}, {createAndUndo, false, QString()}};
+        const char* const cases[][2] = {{"", "tombstone"}, {"d", "nothing"}, {"x", "tombstone"},
+                                        {"c", "new"},      {"dc", "new"},    {"crd", "nothing"}};
         for (int i = 0; i < 12; ++i) {
-            const auto& [action, found, text] = cases[i / 2];
-            const bool fromChange = i % 2;
+            const auto& [script, outcome] = cases[i / 2];
+            QByteArray todo = script;
+            bool fromChange = i % 2;
             Tree tree;
             QStringList log;
             Probe probe(&log);
             auto* const value = tree.Emplace<StringValue>("/s/v"_s, "old"_s);
             value->Attach(&probe);
-            probe.action = [&, act = action](Observable* source, TChangeCode code) {
-                if (code == eChangeState)
-                    act(tree, probe, source);
-                else if (fromChange && code == eChangeValue)
+            probe.action = [&](Observable* source, TChangeCode code) {
+                if (code == eChangeValue && std::exchange(fromChange, false))
                     tree.Remove("/s"_s);
+                for (const char step :
+                     code == eChangeState ? std::exchange(todo, QByteArray()) : QByteArray()) {
+                    if (step == 'd')
+                        source->Detach(&probe);
+                    else if (step == 'c')
+                        tree.Emplace<StringValue>("/s/v"_s, "new"_s);
+                    else
+                        step == 'r' ? void(tree.Remove("/s/v"_s)) : tree.Clear();
+                }
             };
-            if (fromChange)
-                value->SetValue("changed"_s);
-            else
-                tree.Remove("/s"_s);
+            fromChange ? value->SetValue("changed"_s) : tree.Remove("/s"_s);
             const auto* const left = tree.FindAs<StringValue>("/s/v"_s);
-            QVERIFY2((left != nullptr) == found, qPrintable(QString::number(i)));
-            QCOMPARE(left ? left->GetValue() : QString(), text);
-            QCOMPARE(left && !left->IsDeleted(), !text.isEmpty());
-            if (!text.isEmpty()) // what stands in the deleted branch keeps its parent
+            const QString found = !left ? "nothing"_s : left->IsDeleted() ? "tombstone"_s : left->GetValue();
+            QCOMPARE(found, QLatin1String(outcome));
+            if (left && !left->IsDeleted()) // what stands in the deleted branch keeps its parent
                 QVERIFY(!tree.Find("/s"_s)->IsDeleted());
         }
     }
