@@ -124,12 +124,14 @@ TreeHandle copyOf(pugi::xml_node element)
 
 bool Document::parse(QByteArray text, int maxDepth, QString& error)
 {
-    if (!checkXml(text.constData(), text.size(), maxDepth, error))
-        return false;
     m_text = std::move(text);
+    // Unlike the bytes that came, which may be foreign memory, those got for writing end with a zero.
+    char* const bytes = m_text.data();
+    if (!checkXml(bytes, m_text.size(), maxDepth, error))
+        return false;
     constexpr unsigned int kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
     const pugi::xml_parse_result result = xml.load_buffer_inplace(
-        m_text.data(), static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
+        bytes, static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
     if (!result)
         error = malformed(result.description(), static_cast<quint64>(result.offset), "matching tags");
     return result;
