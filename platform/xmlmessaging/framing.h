@@ -11,6 +11,9 @@ namespace XmlCommunication {
 /// LF '#' size LF bytes … LF '#' '#' LF. An empty payload cannot be framed and appends nothing.
 void appendFrame(QByteArray& out, const QByteArray& payload);
 
+/// Empties a buffer that is used again and again, and keeps its memory unless it has grown large.
+void recycle(QByteArray& buffer);
+
 /// Takes the bytes of a stream in pieces of any size and gives back whole messages.
 /// Memory is bounded by the message limit plus the bytes of one feed.
 class FrameReader
