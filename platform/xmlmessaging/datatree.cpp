@@ -149,6 +149,15 @@ TreeData* Document::addTree(pugi::xml_node node)
     return tree;
 }
 
+TreeData* Document::addPart(pugi::xml_node node)
+{
+    const std::lock_guard<std::mutex> lock(m_partsMutex);
+    m_parts.emplace_front();
+    m_parts.front().document = this;
+    m_parts.front().node = node;
+    return &m_parts.front();
+}
+
 void appendXml(XmlAppender& out, pugi::xml_node element)
 {
     pugi::xml_node node = element;
@@ -334,6 +343,13 @@ CDataTree::CDataTree(CConstElement element)
 {
     if (element)
         m_data = detail::copyOf(pugi::xml_node(element.m_node));
+}
+
+CDataTree CDataTree::part(CConstElement element) const
+{
+    if (!m_data || !element)
+        return CDataTree();
+    return CDataTree(detail::TreeHandle(m_data.get()->document->addPart(pugi::xml_node(element.m_node))));
 }
 
 CTagname CDataTree::getRootTagname() const

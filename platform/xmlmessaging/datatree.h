@@ -134,6 +134,8 @@ public:
     explicit CDataTree(QLatin1String root) : CDataTree(CTagname(root)) {}
     /// A copy of the element at `element`, whose tree may die afterwards; empty for a null cursor.
     explicit CDataTree(CConstElement element);
+    /// The tree below `element`, which stands in this tree, without copying it; empty for a null cursor.
+    CDataTree part(CConstElement element) const;
 
     bool isEmpty() const noexcept { return !m_data; }
     CTagname getRootTagname() const;
