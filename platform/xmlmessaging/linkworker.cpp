@@ -141,7 +141,9 @@ void LinkWorker::onError(QAbstractSocket::SocketError error)
     if (error == QAbstractSocket::RemoteHostClosedError) {
         m_lastBytes = true;
         m_paused = false;
-        onReadyRead();
+        // What a pause left undelivered comes first; the socket itself may be empty already.
+        if (!m_failed && !m_ending && deliver())
+            onReadyRead();
     }
     report(error, m_socket->errorString()); // the socket ends by itself
 }
