@@ -1,9 +1,8 @@
 #pragma once
 
+#include <simulation/callablethread.h>
 #include <xmlmessaging/server.h>
 
-#include <QMetaObject>
-#include <QThread>
 #include <QVector>
 
 #include <functional>
@@ -28,9 +27,7 @@ public:
     explicit PeerThread(
         int count, OnMessage onMessage = answer, OnLink onLink = [](Link*) {})
     {
-        context.moveToThread(&thread);
-        thread.start();
-        call([&] {
+        thread.call([&] {
             for (int i = 0; i < count; ++i) {
                 servers.push_back(std::make_unique<XmlCommunication::CServer>());
                 XmlCommunication::CServer* const server = servers.back().get();
@@ -48,12 +45,7 @@ public:
     }
     ~PeerThread()
     {
-        call([this] {
-            servers.clear();
-            context.moveToThread(home);
-        });
-        thread.quit();
-        thread.wait();
+        thread.call([this] { servers.clear(); });
     }
     PeerThread(const PeerThread&) = delete;
     PeerThread& operator=(const PeerThread&) = delete;
@@ -61,16 +53,10 @@ public:
     QString host(int server = 0) const { return QStringLiteral("127.0.0.1:%1").arg(ports.at(server)); }
 
     /// Runs `function` on the servers' thread and waits for it.
-    template<class Function>
-    void call(Function function)
-    {
-        QMetaObject::invokeMethod(&context, function, Qt::BlockingQueuedConnection);
-    }
+    void call(const std::function<void()>& function) { thread.call(function); }
 
 private:
-    QThread* const home = QThread::currentThread();
-    QThread thread;
-    QObject context;
+    KoltaSimulation::CallableThread thread{QStringLiteral("Peers")};
     QVector<quint16> ports;
     std::vector<std::unique_ptr<XmlCommunication::CServer>> servers;
 };
