@@ -48,7 +48,7 @@ struct Series
     int answered = 0;
     int warmUp = 0;
     qint64 heapAfterWarmUp = 0;
-    qint64 heapAtLastRequest = 0;
+    qint64 heapAtLastRequest = 0; ///< while as many requests wait as after the warm-up
 
     ptrKoltaRequest next();
 };
@@ -185,8 +185,7 @@ private Q_SLOTS:
         const QString padding(200000, QLatin1Char('x'));
         PeerThread peer(1, PeerThread::answer, [&](PeerThread::Link* link) {
             auto* const pump = new QTimer(link);
-            auto* const idleRounds = new int(0);
-            connect(pump, &QObject::destroyed, pump, [idleRounds] { delete idleRounds; });
+            const auto idleRounds = std::make_shared<int>(0);
             connect(pump, &QTimer::timeout, link, [&, link, pump, idleRounds] {
                 if (link->bytesToWrite() > 0) {
                     if (++*idleRounds == 200)

@@ -33,28 +33,20 @@ KoltaConnection* connectionTo(const QString& host, QObject* parent)
     return connection;
 }
 
-XmlCommon::ptrCXmlMessage largeRequest(int bytes)
-{
-    const XmlCommon::ptrCXmlMessage message = makeRequest(QStringLiteral("Tuner"));
-    XmlCommon::CDataTree tree(QLatin1String("Ask"));
-    tree.editRoot().setText(QString(bytes, QLatin1Char('x')));
-    message->getFragment(0).setRequestTree(XmlCommon::CRequestTree(tree));
-    return message;
-}
-
 /// An application that opens connections to `hosts`, is busy with nothing for half a second, tells how late
 /// its timers were at most, and quits.
 int runApplication(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    const QString tuner = QStringLiteral("Tuner");
     QObject local;
     QObject* const owner = arguments.at(2) == QStringLiteral("local") ? &local : &application;
     for (const QString& host : arguments.mid(3)) {
         KoltaConnection* const connection = connectionTo(host, owner);
-        connection->executeRequest(new Kolta::GeneralRequest(largeRequest(16 * megabyte)));
+        connection->executeRequest(new Kolta::GeneralRequest(makeRequest(tuner, 1, 16 * megabyte)));
         for (int i = 0; i < 10; ++i)
-            connection->executeRequest(new Kolta::GeneralRequest(largeRequest(10)));
+            connection->executeRequest(new Kolta::GeneralRequest(makeRequest(tuner)));
         connection->open();
     }
     QElapsedTimer clock;

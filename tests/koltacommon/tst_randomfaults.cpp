@@ -31,16 +31,6 @@ struct Random
     std::mt19937 engine;
 };
 
-/// Asks a component that no server has; the fault that comes back carries the component's name.
-XmlCommon::ptrCXmlMessage numberedRequest(int number, int padding)
-{
-    const XmlCommon::ptrCXmlMessage message = makeRequest(QStringLiteral("n%1").arg(number));
-    XmlCommon::CDataTree tree(QLatin1String("Ask"));
-    tree.editRoot().setText(QString(padding, QLatin1Char('x')));
-    message->getFragment(0).setRequestTree(XmlCommon::CRequestTree(tree));
-    return message;
-}
-
 /// Keeps one server busy over one connection after the other, and holds what it hears against what must be.
 class Customer : public QObject
 {
@@ -146,8 +136,10 @@ private:
         m_queue.push_back(++executed);
         ++m_waiting;
         const int padding = m_random.below(100) == 0 ? m_random.below(500000) : 0;
-        m_connection->executeRequest(new ParameterRequest(numberedRequest(executed, padding), this,
-                                                          SLOT(sl_reply(Kolta::ptrKoltaRequest))));
+        // No server has that component; the fault that comes back carries its name.
+        const auto message = makeRequest(QStringLiteral("n%1").arg(executed), 1, padding);
+        m_connection->executeRequest(
+            new ParameterRequest(message, this, SLOT(sl_reply(Kolta::ptrKoltaRequest))));
     }
 
     static constexpr int startUp = 0;
