@@ -49,8 +49,7 @@ bool RatioReporter::ReportContext(const Context&)
 #ifndef NDEBUG
     std::puts("This is not an optimised build: its figures mean nothing.");
 #endif
-    std::printf(lineFormat, "figure", "library", "measured", "ratio", "smallest -", "limit", "");
-    std::printf(lineFormat, "", "", "against", "", "largest", "", "");
+    std::printf(lineFormat, "figure", "library", "peer", "ratio", "(from - to)", "limit", "");
     return true;
 }
 

@@ -78,15 +78,6 @@ function(kolta_test name)
     endif()
 endfunction()
 
-# kolta_program(<name> SOURCES ... LIBS ...)
-# One program, built into bin/ and installed.
-function(kolta_program name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_options)
-    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-endfunction()
-
 # kolta_bench(<name> SOURCES ... LIBS ...)
 # One Google Benchmark program with its own main(); `make bench` runs all of them.
 function(kolta_bench name)

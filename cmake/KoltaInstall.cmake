@@ -1,5 +1,4 @@
-# The package files for find_package(KoltaCommon) and pkg-config, and the sample installation. All else that is installed
-# is named where it is defined.
+# The package files for find_package(KoltaCommon) and pkg-config. All else that is installed is named where it is defined.
 include(CMakePackageConfigHelpers)
 
 set(kolta_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KoltaCommon")
@@ -25,6 +24,3 @@ endif()
 file(RELATIVE_PATH kolta_pc_to_prefix "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file(cmake/koltacommon.pc.in "${PROJECT_BINARY_DIR}/koltacommon.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/koltacommon.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-
-# Programs look for the sample installation beside themselves, in ../share/kolta.
-install(DIRECTORY share/installation DESTINATION "${CMAKE_INSTALL_DATADIR}/kolta")

@@ -59,11 +59,21 @@ quint32 nextLinkId()
     return id;
 }
 
-void traceException(const QString& text)
+/// Trace points of this file.
+enum : int { traceThreadException = 10, traceReceiverException = 20 };
+
+/// Traces the exception that is being handled.
+void traceException(int line, const QString& what)
 {
-    Startup::ErrorHandler::Instance().trace(Startup::eTrace,
-                                            QStringLiteral("platform/xmlmessaging/connectionthread"), 10,
-                                            QStringLiteral("link thread ended by an exception: ") + text);
+    QString reason = QStringLiteral("unknown");
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        reason = QString::fromLocal8Bit(exception.what());
+    } catch (...) {
+    }
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTrace, QStringLiteral("platform/xmlmessaging/connectionthread"), line, what + reason);
 }
 
 } // namespace
@@ -94,6 +104,8 @@ struct CConnectionThread::Private
     std::unordered_map<quint32, ptrCXmlMessage> inFlight; ///< requests by message ID; the owner's thread only
     bool failed = false;
     int lookAgainTimer = 0;
+    std::atomic<bool> ran{
+        false}; ///< release and acquire make the end of run() visible where it is waited for
 };
 
 CConnectionThread::CConnectionThread(const QString& host, quint16 port, quint32 linkId, QObject* parent)
@@ -120,6 +132,7 @@ CConnectionThread::~CConnectionThread()
     }
     exit(0);
     wait();
+    d->ran.load(std::memory_order_acquire);
     logger::Logger::instance().unregisterConnection(this);
 }
 
@@ -170,16 +183,21 @@ void CConnectionThread::endAll()
 
 void CConnectionThread::run()
 {
+    runLink();
+    d->ran.store(true, std::memory_order_release);
+}
+
+/// The thread's work from connecting to closing; nothing thrown leaves it.
+void CConnectionThread::runLink()
+{
     try {
         d->worker.begin(logger::Logger::instance().logOf(this));
         exec();
         d->worker.rethrow();
         d->worker.finish();
         return;
-    } catch (const std::exception& exception) {
-        traceException(QString::fromLocal8Bit(exception.what()));
     } catch (...) {
-        traceException(QStringLiteral("unknown"));
+        traceException(traceThreadException, QStringLiteral("link thread ended by an exception: "));
     }
     d->worker.drop();
     Q_EMIT terminated();
@@ -187,6 +205,7 @@ void CConnectionThread::run()
 
 bool CConnectionThread::event(QEvent* event)
 {
+    d->inbox.looking();
     const bool timer = event->type() == QEvent::Timer;
     if (event->type() != kWakeEvent &&
         !(timer && static_cast<QTimerEvent*>(event)->timerId() == d->lookAgainTimer))
@@ -207,15 +226,23 @@ void CConnectionThread::Private::handOn()
     for (int i = 0; i < kNewsPerTurn && alive; ++i) {
         LinkNews news;
         const Inbox::Taken taken = inbox.take(news);
-        if (taken.resume)
-            QCoreApplication::postEvent(&worker, new QEvent(kResumeEvent));
+        if (taken.resume) {
+            auto* const resume = new QEvent(kResumeEvent);
+            worker.outbox().posting();
+            QCoreApplication::postEvent(&worker, resume);
+        }
         if (!taken.any) {
             lookAgain(false);
             return;
         }
         if (taken.more)
             lookAgain(true);
-        emitNews(news);
+        // An event loop must not be unwound by what a receiver throws.
+        try {
+            emitNews(news);
+        } catch (...) {
+            traceException(traceReceiverException, QStringLiteral("caught exception from a receiver: "));
+        }
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 
 #include <unordered_map>
 
@@ -90,6 +91,7 @@ void LinkLog::append(const QByteArray& text)
 bool LinkLog::openFor(qint64 size)
 {
     const auto open = [this] {
+        QDir().mkpath(QFileInfo(m_path).path());
         m_file.setFileName(m_path);
         return m_file.isOpen() || m_file.open(QIODevice::WriteOnly | QIODevice::Append);
     };

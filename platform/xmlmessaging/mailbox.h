@@ -4,6 +4,7 @@
 #include <QEvent>
 #include <QObject>
 
+#include <atomic>
 #include <deque>
 #include <limits>
 #include <mutex>
@@ -40,6 +41,7 @@ public:
             // Made under the lock and posted outside it, so that the woken thread does not run into the lock.
             wake = m_readerLooks ? nullptr : new QEvent(kWakeEvent);
             m_readerLooks = true;
+            posting();
         }
         if (wake)
             QCoreApplication::postEvent(m_reader, wake);
@@ -71,6 +73,11 @@ public:
         return taken;
     }
 
+    /// To be called after an event for the reader was made, and by the reader before it looks at one: an
+    /// order that does not rest on the event queue's own lock, which race detectors cannot see.
+    void posting() noexcept { m_posted.fetch_add(1, std::memory_order_release); }
+    void looking() const noexcept { static_cast<void>(m_posted.load(std::memory_order_acquire)); }
+
 private:
     struct Entry
     {
@@ -84,6 +91,7 @@ private:
     qint64 m_cost = 0;
     qint64 m_lowWater = -1;
     bool m_readerLooks = false;
+    std::atomic<unsigned> m_posted{0};
 };
 
 } // namespace XmlCommunication

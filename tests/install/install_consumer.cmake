@@ -9,7 +9,7 @@ function(run what)
 endfunction()
 
 function(run_examples directory)
-    set(share "${prefix}/share/kolta/installation")
+    set(share "${prefix}/share/koltacommon/installation")
     run("freetuner" "${directory}/freetuner" "${share}/resources.xml" KW)
     if(NOT output MATCHES "new tuner .*free: KW [^\n]*, address [0-9.]+:[0-9]+\n")
         message(FATAL_ERROR "freetuner said: ${output}")

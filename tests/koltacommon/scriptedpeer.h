@@ -34,7 +34,7 @@ public:
 
     ScriptedPeer()
     {
-        listening = server.listen();
+        server.listen();
         connect(&server, &XmlCommunication::CServer::LinkOpened, this,
                 [this](XmlCommunication::CServerLink* opened) {
                     link = opened;
@@ -77,7 +77,6 @@ public:
     XmlCommunication::CServer server;
     QPointer<XmlCommunication::CServerLink> link; ///< the newest
     Rule rule;
-    bool listening = false;
     int linksOpened = 0;
     int linksClosed = 0;
     QStringList log; ///< "<link>:<component>:<service type>" of each message

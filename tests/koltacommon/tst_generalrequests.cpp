@@ -117,30 +117,25 @@ private Q_SLOTS:
     {
         Receiver receiver;
         const QString name = QStringLiteral("S1");
-        AppDescriptionSlotInvoke invoke(&receiver, SLOT(sl_app(QString, QString, QString, QString, QString)),
-                                        name);
+        AppDescriptionSlotInvoke invoke(&receiver, "sl_app(QString,QString,QString,QString,QString)", name);
         Kolta::AppDescription description;
         QCOMPARE(invoke.getReceiver(), name);
         QCOMPARE(invoke.getMessage()->getServiceType(), CXmlMessage::eSERVICE_QUERY);
         QVERIFY(CAppDescription::isQuery(invoke.getMessage()->getFragment(0)));
         QVERIFY(CAppDescription::isQuery(description.getMessage()->getFragment(0)));
-
-        // Neither an empty nor a foreign reply counts.
         const ptrCXmlMessage reply(new CXmlMessage(CXmlMessage::eSERVICE_QUERY_REPLY));
-        for (int fragments = 0; fragments < 2; ++fragments) {
-            invoke.processReply(reply);
-            description.processReply(reply);
-            reply->addFragment(XmlCommon::CMsgFragment(QStringLiteral("Other")));
-        }
         invoke.processReply(ptrCXmlMessage());
-        QCoreApplication::processEvents();
-        QVERIFY(receiver.calls.isEmpty() && description.getAppName().isEmpty());
+        invoke.processReply(reply);
+        description.processReply(reply);
 
         XmlCommon::CMsgFragment fragment = CAppDescription::makeFragment();
         CAppDescription::fillReply(fragment, {name, QStringLiteral("{g}"), QStringLiteral("1.2"),
                                               QStringLiteral("77"), QStringLiteral("3")});
-        reply->clearFragments();
         reply->addFragment(fragment);
+        Startup::TraceRecorder recorder;
+        for (const char* slot : {"unknown()", "sl_number(int)", "sl_reply(XmlCommon::ptrCXmlMessage)"})
+            AppDescriptionSlotInvoke(&receiver, slot, name).processReply(reply);
+        QCOMPARE(recorder.count(QStringLiteral("cannot be called")), 3);
         invoke.processReply(reply);
         description.processReply(reply);
         QVERIFY(receiver.calls.isEmpty());

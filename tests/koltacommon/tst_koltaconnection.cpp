@@ -11,10 +11,7 @@
 #include <QtTest>
 
 #include <stdexcept>
-
-/// A way to lose the link instead of answering a request.
-using Cut = std::function<void(ScriptedPeer&, const XmlCommon::CXmlMessage&)>;
-Q_DECLARE_METATYPE(Cut)
+#include <tuple>
 
 using Kolta::GeneralRequest;
 using Kolta::KoltaConnection;
@@ -72,12 +69,11 @@ struct Client
         : connection(new KoltaConnection(text("K"), text("1.0"), host, false))
     {
         KoltaConnection* const c = connection;
-        QObject::connect(c, &KoltaConnection::Broadcast, c, [this] { said.append(text("broadcast")); });
-        QObject::connect(c, &KoltaConnection::ConnectionClosed, c, [this] { said.append(text("closed")); });
-        QObject::connect(c, &KoltaConnection::ConnectionError, c,
-                         [this](const QString& error) { said.append(error); });
-        QObject::connect(c, &KoltaConnection::ConnectionOpened, c, [this] { said.append(text("opened")); });
-        QObject::connect(c, &KoltaConnection::Fault, c, [this] { said.append(text("fault")); });
+        QObject::connect(c, &KoltaConnection::Broadcast, c, [this] { say(text("broadcast")); });
+        QObject::connect(c, &KoltaConnection::ConnectionClosed, c, [this] { say(text("closed")); });
+        QObject::connect(c, &KoltaConnection::ConnectionError, c, [this](const QString& word) { say(word); });
+        QObject::connect(c, &KoltaConnection::ConnectionOpened, c, [this] { say(text("opened")); });
+        QObject::connect(c, &KoltaConnection::Fault, c, [this] { say(text("fault")); });
     }
     ~Client() { delete connection.data(); }
     Client(const Client&) = delete;
@@ -95,7 +91,15 @@ struct Client
         return QTest::qWaitFor([this] { return said.contains(text("opened")) && connection->isIdle(); });
     }
 
+    void say(const QString& what)
+    {
+        said.append(what);
+        if (what == deleteAt)
+            delete connection.data();
+    }
+
     QPointer<KoltaConnection> connection;
+    QString deleteAt; ///< what the connection says when it is deleted
     QStringList said;
     QStringList answered;
 };
@@ -113,30 +117,17 @@ private Q_SLOTS:
         QTRY_COMPARE(Kolta::KoltaConnectionsViewer::Instance().connections().size(), 0);
     }
 
-    void splitsHostAndPort_data()
-    {
-        QTest::addColumn<QString>("given");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<int>("port");
-        QTest::newRow("IPv4") << text("10.0.0.1:1234") << text("10.0.0.1") << 1234;
-        QTest::newRow("IPv6") << text("::1:1234") << text("::1") << 1234;
-        QTest::newRow("no port") << text("10.0.0.1") << QString() << 0;
-        QTest::newRow("text as port") << text("10.0.0.1:abc") << text("10.0.0.1") << 0;
-        QTest::newRow("port too large") << text("10.0.0.1:70000") << text("10.0.0.1") << 0;
-        QTest::newRow("negative port") << text("10.0.0.1:-1") << text("10.0.0.1") << 0;
-        QTest::newRow("empty") << QString() << QString() << 0;
-    }
     void splitsHostAndPort()
     {
-        QFETCH(QString, given);
-        QFETCH(QString, address);
-        QFETCH(int, port);
-        const KoltaConnection connection(text("a%2"), text("1.0"), given, false);
-        QCOMPARE(connection.getPeerAddress().toString(), address);
-        QCOMPARE(int(connection.getPeerPort()), port);
-        const QString info =
-            text("KoltaConnection(a%2,") + address + text(",") + QString::number(port) + text(")");
-        QCOMPARE(connection.getInfo(), info);
+        const QVector<std::tuple<const char*, const char*, int>> table{
+            {"10.0.0.1:1234", "10.0.0.1", 1234}, {"::1:1234", "::1", 1234},         {"10.0.0.1", "", 0},
+            {"10.0.0.1:abc", "10.0.0.1", 0},     {"10.0.0.1:70000", "10.0.0.1", 0}, {"", "", 0}};
+        for (const auto& [given, address, port] : table) {
+            const KoltaConnection connection(text("a%2"), text("1.0"), text(given), false);
+            const QString info = QStringLiteral("KoltaConnection(a%2,") + text(address) + QLatin1Char(',') +
+                                 QString::number(port) + QLatin1Char(')');
+            QCOMPARE(connection.getInfo(), info);
+        }
     }
 
     void describesMessagesAndErrors()
@@ -184,32 +175,38 @@ private Q_SLOTS:
 
     void reconnectsAndResends_data()
     {
-        QTest::addColumn<Cut>("cut");
+        QTest::addColumn<int>("cutAt"); ///< byte of the reply; -1: reset, -2: garbage
         QTest::addColumn<QString>("error");
+        QTest::addColumn<QString>("trace");
         const QString lost = text("RemoteHostClosed");
-        QTest::newRow("closed") << Cut([](ScriptedPeer& p, const CXmlMessage&) { p.link->close(); }) << lost;
-        QTest::newRow("reset") << Cut([](ScriptedPeer& p, const CXmlMessage&) { p.link->abort(); }) << lost;
-        for (const int bytes : {1, 5, 40})
-            QTest::addRow("cut at byte %d", bytes)
-                << Cut([bytes](ScriptedPeer& p, const CXmlMessage& m) { p.answerCutAt(m, bytes); }) << lost;
-        QTest::newRow("garbage") << Cut([](ScriptedPeer& p, const CXmlMessage&) {
-            p.link->sendRaw("garbage");
-        }) << text("Unknown");
+        QTest::newRow("closed") << 0 << lost << text("closed");
+        QTest::newRow("reset") << -1 << lost << QString();
+        for (const int bytes : {1, 5, 40}) {
+            const QByteArray trace = "stream ends inside a message at byte ";
+            QTest::addRow("cut at byte %d", bytes) << bytes << lost << text(trace);
+        }
+        QTest::newRow("garbage") << -2 << text("Unknown") << text("no chunk at byte ");
     }
     void reconnectsAndResends()
     {
-        QFETCH(Cut, cut);
+        QFETCH(int, cutAt);
         QFETCH(QString, error);
+        QFETCH(QString, trace);
         ScriptedPeer peer;
         Client client(peer.host());
         QVERIFY(client.openAndSettle());
         peer.log.clear();
         peer.rule = [&](const CXmlMessage& message) {
-            if (peer.linksOpened == 1 && message.getFragment(0).getComponentName() == text("b"))
-                cut(peer, message);
-            else
+            if (peer.linksOpened > 1 || message.getFragment(0).getComponentName() != text("b"))
                 peer.answer(message);
+            else if (cutAt >= 0)
+                peer.answerCutAt(message, cutAt);
+            else if (cutAt == -1)
+                peer.link->abort();
+            else
+                peer.link->sendRaw("garbage");
         };
+        Startup::TraceRecorder recorder;
         for (const char* component : {"a", "b", "c"})
             client.execute(component);
         QTRY_VERIFY(client.said.count(text("opened")) == 2 && client.connection->isIdle());
@@ -217,6 +214,7 @@ private Q_SLOTS:
         QCOMPARE(peer.log, words("1:a:1 1:b:1 2:b:1 2:c:1 2:RequestTree:2 2:EventFilter:2"));
         QCOMPARE(client.answered, words("a b c"));
         QCOMPARE(client.said, QStringList({text("opened"), error, text("opened")}));
+        QCOMPARE(recorder.count(trace), 1);
     }
 
     void failsForGood_data()
@@ -257,28 +255,20 @@ private Q_SLOTS:
         QVERIFY(!client.connection->hasRequestsPending() && !client.connection->isIdle());
     }
 
-    void closes_data()
-    {
-        QTest::addColumn<bool>("discard");
-        QTest::addColumn<QStringList>("answered");
-        QTest::newRow("at once") << true << QStringList();
-        QTest::newRow("when all is done") << false << words("a b c");
-    }
     void closes()
     {
-        QFETCH(bool, discard);
-        QFETCH(QStringList, answered);
-        ScriptedPeer peer;
-        Client client(peer.host());
-        client.connection->close(discard);
-        QVERIFY(client.openAndSettle());
-        for (const char* component : {"a", "b", "c"})
-            client.execute(component);
-        client.connection->close(discard);
-        client.execute("refused");
-        QTRY_COMPARE(client.said, words("opened closed"));
-        QCOMPARE(client.answered, answered);
-        QVERIFY(!client.connection->isOpen());
+        for (const bool discard : {true, false}) {
+            ScriptedPeer peer;
+            Client client(peer.host());
+            client.connection->close(discard); // nothing to close yet
+            QVERIFY(client.openAndSettle());
+            for (const char* component : {"a", "b", "c"})
+                client.execute(component);
+            client.connection->close(discard);
+            client.execute("refused");
+            QTRY_COMPARE(client.said, words("opened closed"));
+            QCOMPARE(client.answered, discard ? QStringList() : words("a b c"));
+        }
     }
 
     void closesAndWaits()
@@ -317,7 +307,7 @@ private Q_SLOTS:
         QCOMPARE(second.channel, quint32(Startup::eTrace));
     }
 
-    void dropsRepliesThatDoNotFit()
+    void answersEachExecutionOnceAndInOrder()
     {
         ScriptedPeer peer;
         Client client(peer.host());
@@ -329,25 +319,13 @@ private Q_SLOTS:
             peer.answer(message);
             peer.answer(message);
         };
-        for (const char* component : {"a", "b", "c"})
-            client.execute(component);
-        QTRY_VERIFY(client.connection->isIdle());
-        QCOMPARE(client.answered, words("a b c"));
-        QCOMPARE(client.said, words("opened"));
-    }
-
-    void executesFollowUpsBehindTheQueueAndRequestsTwice()
-    {
-        ScriptedPeer peer;
-        Client client(peer.host());
-        QVERIFY(client.openAndSettle());
-        const ptrKoltaRequest followUp(new Recorded(text("next"), client.answered));
-        client.execute("a", [&] { return followUp; });
+        client.execute("a", [&] { return ptrKoltaRequest(new Recorded(text("next"), client.answered)); });
         const ptrKoltaRequest twice(new Recorded(text("twice"), client.answered));
         client.connection->executeRequest(twice);
         client.connection->executeRequest(twice);
         QTRY_VERIFY(client.connection->isIdle());
         QCOMPARE(client.answered, words("a twice twice next"));
+        QCOMPARE(client.said, words("opened"));
     }
 
     void routesFaults()
@@ -372,6 +350,9 @@ private Q_SLOTS:
         ScriptedPeer peer;
         Client client(peer.host());
         QVERIFY(client.openAndSettle());
+        connect(client.connection, &KoltaConnection::Broadcast, [] { throw 5; });
+        peer.send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
+        QTRY_COMPARE(recorder.count(text("caught exception from a receiver: unknown")), 1);
         client.execute("a", []() -> ptrKoltaRequest { throw std::runtime_error("bad reply"); });
         client.execute("b", []() -> ptrKoltaRequest { throw 5; });
         client.execute("unsendable")->throwOnGet = 1;
@@ -389,7 +370,7 @@ private Q_SLOTS:
     void mayBeDeletedAnywhere_data()
     {
         QTest::addColumn<QString>("where");
-        for (const char* where : {"broadcast", "closed", "error", "opened", "fault", "reply"})
+        for (const char* where : {"broadcast", "closed", "RemoteHostClosed", "opened", "fault", "reply"})
             QTest::newRow(where) << text(where);
     }
     void mayBeDeletedAnywhere()
@@ -397,16 +378,7 @@ private Q_SLOTS:
         QFETCH(QString, where);
         ScriptedPeer peer;
         Client client(peer.host());
-        KoltaConnection* const c = client.connection;
-        const auto kill = [&client, where](const char* here) {
-            if (where == text(here))
-                delete client.connection.data();
-        };
-        connect(c, &KoltaConnection::Broadcast, this, [kill] { kill("broadcast"); });
-        connect(c, &KoltaConnection::ConnectionClosed, this, [kill] { kill("closed"); });
-        connect(c, &KoltaConnection::ConnectionError, this, [kill] { kill("error"); });
-        connect(c, &KoltaConnection::ConnectionOpened, this, [kill] { kill("opened"); });
-        connect(c, &KoltaConnection::Fault, this, [kill] { kill("fault"); });
+        client.deleteAt = where;
         peer.rule = [&](const CXmlMessage& message) {
             const QString component = message.getFragment(0).getComponentName();
             if (component == text("fault"))
@@ -419,13 +391,13 @@ private Q_SLOTS:
         };
         if (where == text("closed"))
             peer.rule = [&](const CXmlMessage&) { peer.link->close(); };
-        client.execute("reply", [kill] {
-            kill("reply");
+        client.execute("reply", [&] {
+            client.say(text("reply"));
             return ptrKoltaRequest();
         });
         for (const char* component : {"fault", "end", "never"})
             client.execute(component);
-        c->open();
+        client.connection->open();
         QTRY_VERIFY(client.connection.isNull());
         QTRY_COMPARE(peer.linksClosed, peer.linksOpened);
     }

@@ -52,16 +52,9 @@ ProcessorOverview makeTree()
 }
 
 template<class Node>
-QString numberOf(const Node& node)
+QString nameOf(const Node& node)
 {
-    return QString::number(Walk::guidOf(node).mid(25, 12).toInt());
-}
-
-Tuner makeTuner(int number)
-{
-    Tuner tuner;
-    tuner.EditTavikResource().SetGUID(guid(number));
-    return tuner;
+    return node.GetKoltaProcessor().GetTavikResource().GetDisplayName();
 }
 
 } // namespace
@@ -71,21 +64,16 @@ class TestTavikXmlHelpers : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void parseErrorsNameTheObject_data()
-    {
-        QTest::addColumn<QString>("xml");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("cut off") << QStringLiteral("<ResourceOverview><Tuner>");
-        QTest::newRow("another object") << QStringLiteral("<ProcessorOverview/>");
-        QTest::newRow("incomplete") << QStringLiteral("<ResourceOverview><Tuner/></ResourceOverview>");
-    }
     void parseErrorsNameTheObject()
     {
-        QFETCH(QString, xml);
-        ResourceOverview overview;
         const QString prefix = QStringLiteral("Error in parsing ResourceOverview: ");
-        const QString error = parseResourceManagementObject(overview, xml);
-        QVERIFY2(error.startsWith(prefix) && error.size() > prefix.size(), qPrintable(error));
+        for (const char* const xml : {"", "<ResourceOverview><Tuner>", "<ProcessorOverview/>",
+                                      "<ResourceOverview><Tuner/></ResourceOverview>"}) {
+            ResourceOverview overview;
+            const QString error = parseResourceManagementObject(overview, QLatin1String(xml));
+            QVERIFY2(error.startsWith(prefix) && error.size() > prefix.size(), xml);
+        }
+        ResourceOverview overview;
         QCOMPARE(parseResourceManagementObject(overview, QStringLiteral("<ResourceOverview/>")), QString());
     }
 
@@ -99,14 +87,12 @@ private Q_SLOTS:
         };
         Walk::walk(overview, {}, makeEqual);
         QStringList order;
-        while (true) {
-            const Object2Parent found = FindGUID(guid(77), overview);
-            if (!found.object)
-                break;
+        for (Object2Parent found; (found = FindGUID(guid(77), overview)).object;) {
             QCOMPARE(found.parentProcessor == nullptr, found.parent == &overview);
-            order.append(found.objectProcessor->GetTavikResource().GetDisplayName() + QLatin1Char('<') +
-                         (found.parentProcessor ? found.parentProcessor->GetTavikResource().GetDisplayName()
-                                                : found.parent->GetObjectName()));
+            const KoltaProcessor* const above = found.parentProcessor;
+            order.append(
+                found.objectProcessor->GetTavikResource().GetDisplayName() + QLatin1Char('<') +
+                (above ? above->GetTavikResource().GetDisplayName() : found.parent->GetObjectName()));
             found.objectProcessor->EditTavikResource().ResetGUID();
         }
         QCOMPARE(
@@ -190,12 +176,13 @@ private Q_SLOTS:
         plan.ffpOfScp = false;
         QStringList steps;
         const auto enter = [&steps](const auto& node, const auto&) {
-            steps.append(numberOf(node));
+            steps.append(nameOf(node));
             return node.GetObjectName() == QLatin1String("FHP") ? Walk::eOver : Walk::eInto;
         };
-        const auto leave = [&steps](const auto& node) { steps.append(QLatin1Char('-') + numberOf(node)); };
+        const auto leave = [&steps](const auto& node) { steps.append(QLatin1Char('-') + nameOf(node)); };
         QVERIFY(Walk::walk(overview, plan, enter, leave));
-        QCOMPARE(steps.join(QLatin1Char(' ')), QStringLiteral("6 7 -7 11 12 -12 -11 8 -6 1 3 4 -4 -3 5 -1"));
+        QCOMPARE(steps.join(QLatin1Char(' ')),
+                 QStringLiteral("P6 P7 -P7 P11 P12 -P12 -P11 P8 -P6 P1 P3 P4 -P4 -P3 P5 -P1"));
     }
 
     void guidSets()
@@ -229,15 +216,15 @@ private Q_SLOTS:
             QCOMPARE(overview.GetSCP().at(0).IsProductionIDSet(), keep);
             QVERIFY(!overview.GetMCP().at(0).GetDSC().at(1).IsKoltaProcessorSet());
         }
-        FHP fhp = makeTree().GetMCP().at(0).GetFHP().at(0);
-        clearGUIDs(fhp, false);
-        QVERIFY(Walk::guidOf(fhp).isEmpty() && Walk::guidOf(fhp.GetFHA().at(0)).isEmpty() &&
-                Walk::guidOf(fhp.GetFFP().at(0)).isEmpty());
+        FHA alone = processor<FHA>(9);
+        clearGUIDs(alone, false);
+        QVERIFY(Walk::guidOf(alone).isEmpty());
 
         Startup::TraceRecorder traces;
-        Tuner tuner = makeTuner(1);
-        clearGUIDs(tuner, false);
-        QCOMPARE(tuner.GetTavikResource().GetGUID(), guid(1));
+        TavikResource resource;
+        resource.SetGUID(guid(1));
+        clearGUIDs(resource, false);
+        QCOMPARE(resource.GetGUID(), guid(1));
         QCOMPARE(traces.count(QStringLiteral("Invalid type passed.")), 1);
     }
 
@@ -260,26 +247,22 @@ private Q_SLOTS:
         QCOMPARE(DisplayNameForGUID(QString(), overview), QString());
     }
 
-    void tunerInterfaces()
+    void tunerInterfacesAndResourceIds()
     {
         StorageUnit unit;
         unit.EditTavikResource().SetGUID(guid(5));
-        Tuner tuner = makeTuner(1);
-        tuner.EditXGStorage().resize(3);
+        Tuner tuner;
         const char* const types[] = {"other", "vita49", "shadowed"};
         for (int i = 0; i < 3; ++i) {
-            tuner.EditXGStorage()[i].SetGUID(guid(i == 0 ? 4 : 5));
-            tuner.EditXGStorage()[i].EditConnection().resize(2);
-            tuner.EditXGStorage()[i].EditConnection()[1].SetType(QLatin1String(types[i]));
+            XGStorage storage;
+            storage.SetGUID(guid(i == 0 ? 4 : 5));
+            storage.EditConnection().resize(2);
+            storage.EditConnection()[1].SetType(QLatin1String(types[i]));
+            tuner.EditXGStorage().append(storage);
         }
         QCOMPARE(HasTunerInterfaceTo(tuner, unit), (QStringList{QString(), QStringLiteral("VITA49")}));
         unit.EditTavikResource().SetGUID(guid(6));
         QVERIFY(HasTunerInterfaceTo(tuner, unit).isEmpty());
-    }
-
-    void resourceIds()
-    {
-        QCOMPARE(formatTavikResourceID(0), QStringLiteral("00000"));
         QCOMPARE(formatTavikResourceID(7), QStringLiteral("00007"));
         QCOMPARE(formatTavikResourceID(65535), QStringLiteral("65535"));
     }

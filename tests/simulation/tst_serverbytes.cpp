@@ -165,9 +165,9 @@ void TestServerBytes::answersTwiceLateWronglyOrNever()
     client.received.clear();
     client.send(m_query, 3);
     QTRY_COMPARE(client.messages.size(), 4);
-    const quint32 wrongId = client.messages.last()->getMessageID();
-    QVERIFY(wrongId != 3);
-    QCOMPARE(client.received, rightReply(wrongId));
+    QVERIFY(client.messages.last()->getMessageID() != 3);
+    // Right in all but the ID.
+    QVERIFY(client.received.endsWith(m_replyToOne.mid(m_replyToOne.indexOf(" service="))));
 
     // The fourth is never answered, so what comes is the reply to the fifth.
     client.received.clear();

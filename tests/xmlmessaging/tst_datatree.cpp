@@ -1,0 +1,173 @@
+#include <xmlmessaging/faulttree.h>
+#include <xmlmessaging/messagecodec.h>
+
+#include <QtTest>
+
+#include <thread>
+
+using namespace XmlCommon;
+
+class TestDataTree : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void changingOneCopyLeavesTheOther();
+    void treesOfOneMessageAreIndependent();
+    void copiesLiveOnDifferentThreads();
+    void anyTextSurvives_data();
+    void anyTextSurvives();
+    void namesStayWellFormed();
+    void numbers_data();
+    void numbers();
+    void faults();
+};
+
+void TestDataTree::changingOneCopyLeavesTheOther()
+{
+    CDataTree first = CDataTree::fromXml("<a><b>1</b><b>2</b></a>");
+    const CDataTree second = first;
+    QCOMPARE(first, second);
+    first.editRoot().append("c", QStringLiteral("3"));
+    QCOMPARE(second.toXml(), QByteArray("<a><b>1</b><b>2</b></a>"));
+    QCOMPARE(first.toXml(), QByteArray("<a><b>1</b><b>2</b><c>3</c></a>"));
+    first.editRoot().append(second);
+    first.editRoot().setText(QStringLiteral("t"));
+    first.editRoot().setText(QStringLiteral("u"));
+    QCOMPARE(first.toXml(), QByteArray("<a>u<b>1</b><b>2</b><c>3</c><a><b>1</b><b>2</b></a></a>"));
+    const CDataTree part{first.root().child("c")};
+    first = CDataTree();
+    QCOMPARE(part.toXml(), QByteArray("<c>3</c>"));
+    QVERIFY(first.isEmpty() && first.editRoot().append("x").isNull() &&
+            first.root().child("a").next().text().isEmpty());
+}
+
+void TestDataTree::treesOfOneMessageAreIndependent()
+{
+    QString error;
+    const ptrCXmlMessage message = MessageCodec::decode(
+        "<Message id=\"1\" service=\"3\"><Fragment "
+        "component=\"c\"><Request><r/></Request><Data><d>x</d></Data>"
+        "<Fault id=\"1\"/></Fragment><Fragment component=\"e\"><Data><f/></Data></Fragment></Message>",
+        error);
+    QVERIFY2(message, qPrintable(error));
+    CDataTree data = message->getFragment(0).getDataTree();
+    data.editRoot().setAttribute("k", QStringLiteral("v"));
+    CDataTree last = message->getFragment(1).getDataTree();
+    message->clearFragments();
+    QCOMPARE(data.toXml(), QByteArray("<d k=\"v\">x</d>"));
+    last.editRoot().setText(QStringLiteral("y"));
+    QCOMPARE(last.toXml(), QByteArray("<f>y</f>"));
+}
+
+/// Finds its faults under the thread sanitizer.
+void TestDataTree::copiesLiveOnDifferentThreads()
+{
+    for (int round = 0; round < 200; ++round) {
+        CDataTree mine = CDataTree::fromXml("<a><b>1</b></a>");
+        QByteArray theirs;
+        std::thread other([copy = mine, &theirs]() mutable {
+            theirs = copy.toXml();
+            copy.editRoot().append("theirs");
+        });
+        if (round % 2 == 0)
+            QCOMPARE(mine.root().childText("b"), QStringLiteral("1"));
+        mine.editRoot().append("mine");
+        mine.editRoot().setAttribute("n", quint64(round));
+        other.join();
+        QCOMPARE(theirs, QByteArray("<a><b>1</b></a>"));
+        QCOMPARE(mine.toXml(), "<a n=\"" + QByteArray::number(round) + "\"><b>1</b><mine/></a>");
+    }
+}
+
+void TestDataTree::anyTextSurvives_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
+    const QChar bad(QChar::ReplacementCharacter);
+    QTest::newRow("markup") << QStringLiteral("<a b=\"'&]]>") << QStringLiteral("<a b=\"'&]]>");
+    QTest::newRow("controls") << QStringLiteral("a\u0001\u001f")
+                              << QString(QLatin1Char('a') + QString(2, bad));
+    QTest::newRow("lone surrogates") << QString(QString(QChar(0xD800)) + QLatin1Char('x') + QChar(0xDC00))
+                                     << QString(QString(bad) + QLatin1Char('x') + bad);
+    QTest::newRow("non-characters") << QString(QChar(0xFFFF)) << QString(bad);
+    QTest::newRow("beyond the plane") << QStringLiteral("😀") << QStringLiteral("😀");
+    QTest::newRow("line ends") << QStringLiteral("\r\n\r\t ") << QStringLiteral("\r\n\r\t ");
+}
+
+void TestDataTree::anyTextSurvives()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, expected);
+    CDataTree tree(QLatin1String("t"));
+    tree.editRoot().setText(text);
+    tree.editRoot().setAttribute("a", text);
+    QString error;
+    const CDataTree back = CDataTree::fromXml(tree.toXml(), &error);
+    QVERIFY2(!back.isEmpty(), qPrintable(error));
+    QCOMPARE(back.root().text(), expected);
+    QCOMPARE(back.root().attribute("a"), expected);
+}
+
+void TestDataTree::namesStayWellFormed()
+{
+    for (const char* name : {"", "1a", "a b", "<", "-x", "a&b", "\"", "ok-1.2"}) {
+        CDataTree tree{CTagname(QString::fromLatin1(name))};
+        tree.editRoot().append(name);
+        tree.editRoot().setAttribute(name, QStringLiteral("v"));
+        QString error;
+        QVERIFY2(!CDataTree::fromXml(tree.toXml(), &error).isEmpty(), qPrintable(error));
+    }
+    QCOMPARE(CDataTree(QLatin1String("ok-1.2")).getRootTagname(), CTagname(QLatin1String("ok-1.2")));
+}
+
+void TestDataTree::numbers_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("valid");
+    for (const char* good : {"0", "007", "18446744073709551615"})
+        QTest::newRow(good) << QString::fromLatin1(good) << true;
+    for (const char* bad :
+         {"", " 1", "1 ", "-1", "+1", "1.0", "0x1", "18446744073709551616", "99999999999999999999999"})
+        QTest::newRow(*bad ? bad : "empty") << QString::fromLatin1(bad) << false;
+}
+
+void TestDataTree::numbers()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, valid);
+    CDataTree tree(QLatin1String("n"));
+    tree.editRoot().setText(text);
+    tree.editRoot().setAttribute("n", text);
+    bool textOk = !valid;
+    bool attributeOk = !valid;
+    QCOMPARE(tree.root().textToUInt(&textOk), tree.root().attributeToUInt("n", &attributeOk));
+    QCOMPARE(textOk, valid);
+    QCOMPARE(attributeOk, valid);
+    QCOMPARE(tree.root().textToUInt(), text.toULongLong() * (valid ? 1U : 0U));
+}
+
+void TestDataTree::faults()
+{
+    const CFaultTree inner(17, 5);
+    const CFaultTree fault(4294967295U, 1700000000000, {QStringLiteral("first"), QString()}, inner);
+    quint32 id = 0;
+    QString text;
+    QVERIFY(fault.isValid() && fault.getFaultID(id));
+    QCOMPARE(id, 4294967295U);
+    QCOMPARE(fault.getTimestamp(), quint64(1700000000000));
+    QCOMPARE(fault.getNumberOfAddenda(), 2);
+    QVERIFY(fault.getAddendum(1, text) && text.isEmpty());
+    QVERIFY(!fault.getAddendum(2, text) && !fault.getAddendum(-1, text));
+    QCOMPARE(fault.getCausationDataTree(), inner.getDataTree());
+    QVERIFY(!inner.hasCausationDataTree() && inner.getCausationDataTree().isEmpty());
+
+    const CFaultTree odd(
+        CDataTree::fromXml("<Fault id=\"4294967296\" timestamp=\"x\"><Addendum><b/></Addendum></Fault>"));
+    QVERIFY(odd.isValid() && !odd.getFaultID(id) && !odd.getAddendum(0, text));
+    QCOMPARE(odd.getTimestamp(), quint64(0));
+    QVERIFY(!CFaultTree().isValid() && !CFaultTree(CDataTree(QLatin1String("Other"))).getFaultID(id));
+}
+
+QTEST_GUILESS_MAIN(TestDataTree)
+#include "tst_datatree.moc"

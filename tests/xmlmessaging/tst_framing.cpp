@@ -1,0 +1,147 @@
+#include <xmlmessaging/framing.h>
+
+#include <QElapsedTimer>
+#include <QtTest>
+
+using XmlCommunication::appendFrame;
+using XmlCommunication::FrameReader;
+
+namespace {
+
+QList<QByteArray> takeAll(FrameReader& reader)
+{
+    QList<QByteArray> messages;
+    QByteArray message;
+    while (reader.next(message))
+        messages.append(message);
+    return messages;
+}
+
+} // namespace
+
+class TestFraming : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everySplitGivesTheSameMessages();
+    void brokenStreams_data();
+    void brokenStreams();
+    void messagesBeforeTheFaultAreDelivered();
+    void writerAndReaderAgree();
+    void tinyChunksTakeLinearTime();
+};
+
+void TestFraming::everySplitGivesTheSameMessages()
+{
+    const QByteArray stream("\n#4\n<a/>\n##\n\n#2\n\n#\n#3\n#\n\n\n##\n\n#1\nx\n##\n");
+    const QList<QByteArray> expected{"<a/>", "\n##\n\n", "x"};
+    for (int first = 0; first <= stream.size(); ++first) {
+        for (int second = first; second <= stream.size(); ++second) {
+            FrameReader reader(100);
+            QList<QByteArray> messages;
+            reader.feed(stream.constData(), first);
+            messages += takeAll(reader);
+            reader.feed(stream.constData() + first, second - first);
+            messages += takeAll(reader);
+            reader.feed(stream.constData() + second, stream.size() - second);
+            messages += takeAll(reader);
+            QCOMPARE(messages, expected);
+        }
+    }
+    FrameReader reader(100);
+    QList<QByteArray> messages;
+    for (const char byte : stream) {
+        reader.feed(&byte, 1);
+        messages += takeAll(reader);
+    }
+    QCOMPARE(messages, expected);
+    QVERIFY(!reader.hasError());
+}
+
+void TestFraming::brokenStreams_data()
+{
+    QTest::addColumn<QByteArray>("stream");
+    QTest::addColumn<int>("position");
+    QTest::newRow("no line feed") << QByteArray("<Message/>") << 0;
+    QTest::newRow("no hash") << QByteArray("\n<") << 1;
+    QTest::newRow("no chunk") << QByteArray("\n##\n") << 2;
+    QTest::newRow("size zero") << QByteArray("\n#0\n") << 2;
+    QTest::newRow("leading zero") << QByteArray("\n#01\nx") << 2;
+    QTest::newRow("sign") << QByteArray("\n#+1\nx") << 2;
+    QTest::newRow("empty size") << QByteArray("\n#\n") << 2;
+    QTest::newRow("letter") << QByteArray("\n#1a\n") << 3;
+    QTest::newRow("over 32 bits") << QByteArray("\n#4294967296\n") << 11;
+    QTest::newRow("endless size") << QByteArray("\n#1111111111111111111111") << 12;
+    QTest::newRow("over the limit") << QByteArray("\n#101\n") << 6;
+    QTest::newRow("sum over the limit") << QByteArray("\n#1\nx\n#100\n") << 11;
+    QTest::newRow("chunk too long") << QByteArray("\n#1\nxy") << 5;
+    QTest::newRow("malformed end") << QByteArray("\n#1\nx\n##x") << 8;
+    QTest::newRow("second message") << QByteArray("\n#1\nx\n##\n\r\n#1\ny") << 9;
+}
+
+void TestFraming::brokenStreams()
+{
+    QFETCH(QByteArray, stream);
+    QFETCH(int, position);
+    FrameReader whole(100);
+    whole.feed(stream.constData(), stream.size());
+    takeAll(whole);
+    FrameReader bytes(100);
+    for (const char byte : stream) {
+        bytes.feed(&byte, 1);
+        takeAll(bytes);
+    }
+    QVERIFY2(whole.error().contains(QStringLiteral(" at byte %1, expected ").arg(position)),
+             qPrintable(whole.error()));
+    QCOMPARE(bytes.error(), whole.error());
+    whole.feed("\n#1\nx\n##\n", 9);
+    QVERIFY(takeAll(whole).isEmpty());
+    whole.reset();
+    whole.feed("\n#1\nx\n##\n", 9);
+    QCOMPARE(takeAll(whole), QList<QByteArray>{"x"});
+}
+
+void TestFraming::messagesBeforeTheFaultAreDelivered()
+{
+    FrameReader reader(10);
+    reader.feed("\n#1\na\n##\n\n#2\nbc\n##\nrubbish", 27);
+    QCOMPARE(takeAll(reader), (QList<QByteArray>{"a", "bc"}));
+    QVERIFY(reader.hasError());
+}
+
+void TestFraming::writerAndReaderAgree()
+{
+    QByteArray stream;
+    appendFrame(stream, QByteArray());
+    QVERIFY(stream.isEmpty());
+    const QList<QByteArray> messages{QByteArray(9, 'a'), QByteArray(200000, '\n'), QByteArray("#"),
+                                     QByteArray(1, '\0')};
+    for (const QByteArray& message : messages)
+        appendFrame(stream, message);
+    FrameReader reader(200000);
+    reader.feed(stream.constData(), stream.size());
+    QCOMPARE(takeAll(reader), messages);
+}
+
+void TestFraming::tinyChunksTakeLinearTime()
+{
+    const auto measure = [](int chunks) {
+        const QByteArray stream = QByteArray("\n#1\nx").repeated(chunks) + "\n##\n";
+        QElapsedTimer timer;
+        timer.start();
+        FrameReader reader(chunks);
+        reader.feed(stream.constData(), stream.size());
+        QByteArray message;
+        const bool whole = reader.next(message) && message.size() == chunks;
+        return whole ? timer.nsecsElapsed() : -1;
+    };
+    measure(1000);
+    const qint64 small = measure(20000);
+    const qint64 large = measure(1000000);
+    QVERIFY(small > 0 && large > 0);
+    QVERIFY2(large < small * 50 * 12, qPrintable(QStringLiteral("%1 %2").arg(small).arg(large)));
+}
+
+QTEST_GUILESS_MAIN(TestFraming)
+#include "tst_framing.moc"
