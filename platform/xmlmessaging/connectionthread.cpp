@@ -210,6 +210,9 @@ bool CConnectionThread::event(QEvent* event)
     if (event->type() != kWakeEvent &&
         !(timer && static_cast<QTimerEvent*>(event)->timerId() == d->lookAgainTimer))
         return QThread::event(event);
+    // A timer does not fire again before its event has been handled: in an event loop that a slot runs, the
+    // rest of the news would wait for that slot to end. So each turn has a timer of its own.
+    d->lookAgain(false);
     d->handOn();
     return true;
 }
