@@ -17,5 +17,7 @@ int runSend(const QStringList& arguments);
 int runListen(const QStringList& arguments);
 /// Measures round trips.
 int runPing(const QStringList& arguments);
+/// Lists the demand classes that an application may use, on a given tuner too.
+int runDemandClasses(const QStringList& arguments);
 
 } // namespace KoltaCli

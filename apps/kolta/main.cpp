@@ -1,10 +1,9 @@
 #include "commands.h"
 #include "output.h"
 
-#include <startup/errorhandler.h>
-
 #include <QCoreApplication>
-#include <QTextStream>
+
+#include <csignal>
 
 namespace KoltaCli {
 
@@ -23,6 +22,7 @@ constexpr Command commands[] = {
     {"send", "send the message in a file, print the reply", runSend},
     {"listen", "print broadcasts and faults until Ctrl-C", runListen},
     {"ping", "measure round trips", runPing},
+    {"demand-classes", "list the demand classes that an application may use", runDemandClasses},
 };
 
 QString usage()
@@ -30,16 +30,17 @@ QString usage()
     QString text = QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
                                   "Talks to the servers of a monitoring installation.\n\nCommands:\n");
     for (const Command& command : commands)
-        text += QStringLiteral("  %1%2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
-    text += QStringLiteral("\n\"kolta COMMAND --help\" tells more of each. Options here: --help, --version, --trace (write\n"
-                           "trace lines to standard error). Exit codes: 0 done, 1 failed, 2 wrong usage.");
+        text += QStringLiteral("  %1%2\n")
+                    .arg(QLatin1String(command.name), -16)
+                    .arg(QLatin1String(command.summary));
+    text +=
+        QStringLiteral("\nOptions: --help, --version. \"kolta COMMAND --help\" tells more of each command.\n"
+                       "Exit codes: 0 done, 1 failed, 2 wrong usage.");
     return text;
 }
 
 int dispatch(QStringList words)
 {
-    // Trace lines are for support; an operator at the prompt gets one error line instead.
-    Startup::ErrorHandler::Instance().setLoggingEnabled(words.removeAll(QStringLiteral("--trace")) > 0);
     if (words.isEmpty()) {
         printError(QStringLiteral("a command is missing. Try \"kolta --help\"."));
         return eExitUsage;
@@ -70,5 +71,8 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kolta"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KOLTA_VERSION));
-    return KoltaCli::dispatch(QCoreApplication::arguments().mid(1));
+    // A reader that goes away shows as a failed write.
+    std::signal(SIGPIPE, SIG_IGN);
+    const int exitCode = KoltaCli::dispatch(QCoreApplication::arguments().mid(1));
+    return exitCode == KoltaCli::eExitOk && KoltaCli::outputIsLost() ? KoltaCli::eExitFailed : exitCode;
 }

@@ -1,6 +1,7 @@
 #include "datatree.h"
 
 #include "treedata.h"
+#include "xmlappender.h"
 #include "xmlcheck.h"
 
 #include <cstring>
@@ -19,59 +20,37 @@ bool isText(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-/// What `c` must be written as; null when it stands for itself.
-const char* escapeOf(char c)
+void appendStartTag(XmlAppender& out, pugi::xml_node element, bool isEmpty)
 {
-    switch (c) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '"':
-        return "&quot;";
-    case '\t':
-        return "&#9;";
-    case '\n':
-        return "&#10;";
-    case '\r':
-        return "&#13;";
-    default:
-        return nullptr;
-    }
-}
-
-/// Appends UTF-8 text. Line feeds, tabs and quotes need escaping in attributes only.
-void appendEscaped(QByteArray& out, const char* text, bool inAttribute)
-{
-    const char* run = text;
-    for (; *text; ++text) {
-        if (static_cast<unsigned char>(*text) > '>')
-            continue;
-        const char* const escape = escapeOf(*text);
-        if (!escape || (!inAttribute && (*text == '\n' || *text == '\t' || *text == '"')))
-            continue;
-        out.append(run, static_cast<int>(text - run));
-        out.append(escape);
-        run = text + 1;
-    }
-    out.append(run, static_cast<int>(text - run));
-}
-
-/// Appends the start tag; true when an end tag must follow.
-bool appendStartTag(QByteArray& out, pugi::xml_node element)
-{
-    out.append('<').append(element.name());
+    out.literal("<");
+    out.plain(element.name());
     for (pugi::xml_attribute attribute = element.first_attribute(); attribute;
          attribute = attribute.next_attribute()) {
-        out.append(' ').append(attribute.name()).append("=\"", 2);
-        appendEscaped(out, attribute.value(), true);
-        out.append('"');
+        out.literal(" ");
+        out.plain(attribute.name());
+        out.literal("=\"");
+        out.escaped(attribute.value(), XmlAppender::eAttribute);
+        out.literal("\"");
     }
-    const bool open = !element.first_child().empty();
-    out.append(open ? ">" : "/>");
-    return open;
+    if (isEmpty)
+        out.literal("/>");
+    else
+        out.literal(">");
+}
+
+/// Appends the end tags of the elements that end with `node`, up to `root`, and returns the node that follows
+/// them; null behind `root`.
+pugi::xml_node appendEndTags(XmlAppender& out, pugi::xml_node node, pugi::xml_node root)
+{
+    while (node != root) {
+        if (const pugi::xml_node following = node.next_sibling())
+            return following;
+        node = node.parent();
+        out.literal("</");
+        out.plain(node.name());
+        out.literal(">");
+    }
+    return pugi::xml_node();
 }
 
 bool isXmlUnit(const QString& text, int i)
@@ -177,31 +156,28 @@ TreeData* Document::addTree(pugi::xml_node node)
     return tree;
 }
 
-void appendXml(QByteArray& out, pugi::xml_node element)
+void appendXml(XmlAppender& out, pugi::xml_node element)
 {
     pugi::xml_node node = element;
-    for (;;) {
-        if (node.type() == pugi::node_element) {
-            if (appendStartTag(out, node)) {
-                node = node.first_child();
+    while (node) {
+        const pugi::xml_node_type type = node.type();
+        if (type == pugi::node_element) {
+            const pugi::xml_node child = node.first_child();
+            appendStartTag(out, node, child.empty());
+            if (child) {
+                node = child;
                 continue;
             }
-        } else if (isText(node)) {
-            appendEscaped(out, node.value(), false);
+        } else if (type == pugi::node_pcdata || type == pugi::node_cdata) {
+            out.escaped(node.value(), XmlAppender::eCharacterData);
         }
-        while (node != element && !node.next_sibling()) {
-            node = node.parent();
-            out.append("</", 2).append(node.name()).append('>');
-        }
-        if (node == element)
-            return;
-        node = node.next_sibling();
+        node = appendEndTags(out, node, element);
     }
 }
 
-void appendEscaped(QByteArray& out, const QString& text)
+void appendEscaped(XmlAppender& out, const QString& text)
 {
-    appendEscaped(out, toXmlUtf8(text).constData(), true);
+    out.escaped(toXmlUtf8(text).constData(), XmlAppender::eAttribute);
 }
 
 bool parseUInt(const char* text, quint64& value) noexcept
@@ -392,8 +368,10 @@ CElement CDataTree::editRoot()
 QByteArray CDataTree::toXml() const
 {
     QByteArray xml;
-    if (m_data)
-        detail::appendXml(xml, m_data.get()->node);
+    if (m_data) {
+        detail::XmlAppender out(xml);
+        detail::appendXml(out, m_data.get()->node);
+    }
     return xml;
 }
 

@@ -120,8 +120,8 @@ QString CServerLink::getPeerName() const
 
 void CServerLink::send(const CXmlMessage& message)
 {
-    d->payload.resize(0);
-    d->frame.resize(0);
+    recycle(d->payload);
+    recycle(d->frame);
     MessageCodec::encode(message, d->payload);
     appendFrame(d->frame, d->payload);
     sendRaw(d->frame);

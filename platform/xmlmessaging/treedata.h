@@ -12,6 +12,7 @@
 namespace XmlCommon::detail {
 
 class Document;
+class XmlAppender;
 
 /// What a tree handle points to: one element of a document, kept alive by the document's count.
 class TreeData
@@ -65,9 +66,9 @@ private:
 };
 
 /// Appends the element as XML text without added white space.
-void appendXml(QByteArray& out, pugi::xml_node element);
-/// Appends text with everything escaped that an attribute or character data cannot carry as it is.
-void appendEscaped(QByteArray& out, const QString& text);
+void appendXml(XmlAppender& out, pugi::xml_node element);
+/// Appends the text as the value of an attribute.
+void appendEscaped(XmlAppender& out, const QString& text);
 /// Unsigned decimal number without sign, blanks or overflow.
 bool parseUInt(const char* text, quint64& value) noexcept;
 /// The element as indented text.

@@ -26,6 +26,7 @@ public:
     {
         m_list = list;
         m_unique = true;
+        m_seed = static_cast<uint>(qGlobalQHashSeed());
         quint32 capacity = 4;
         while (capacity < 2 * static_cast<quint32>(list.size()))
             capacity *= 2;
@@ -66,7 +67,7 @@ private:
         int index = -1;
     };
 
-    static uint hashOf(const QString& guid) { return qHash(guid, static_cast<uint>(qGlobalQHashSeed())); }
+    uint hashOf(const QString& guid) const { return qHash(guid, m_seed); }
     const QString& guidAt(int index) const { return m_list.at(index).GetTavikResource().GetGUID(); }
 
     /// The slot that holds `guid`, or the free one where it belongs.
@@ -83,6 +84,7 @@ private:
 
     QVector<Element> m_list;
     QVector<Slot> m_slots; ///< open addressing; a power of two, at most half full
+    uint m_seed = 0;       ///< of the table's hashes; the global one may change
     bool m_unique = true;  ///< no GUID occurs twice
 };
 
