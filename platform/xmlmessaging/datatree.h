@@ -17,19 +17,30 @@ class TreeHandle
 {
 public:
     TreeHandle() noexcept = default;
-    explicit TreeHandle(TreeData* data) noexcept;
-    TreeHandle(const TreeHandle& other) noexcept;
+    explicit TreeHandle(TreeData* data) noexcept : m_data(data)
+    {
+        if (m_data)
+            retain();
+    }
+    TreeHandle(const TreeHandle& other) noexcept : TreeHandle(other.m_data) {}
     TreeHandle(TreeHandle&& other) noexcept : m_data(other.m_data) { other.m_data = nullptr; }
     TreeHandle& operator=(TreeHandle other) noexcept
     {
         std::swap(m_data, other.m_data);
         return *this;
     }
-    ~TreeHandle();
+    ~TreeHandle()
+    {
+        if (m_data)
+            release();
+    }
     TreeData* get() const noexcept { return m_data; }
     explicit operator bool() const noexcept { return m_data != nullptr; }
 
 private:
+    void retain() const noexcept;
+    void release() const noexcept;
+
     TreeData* m_data = nullptr;
 };
 } // namespace detail
