@@ -293,8 +293,9 @@ void CConnectionThread::Private::emitMessage(const ptrCXmlMessage& message)
         Q_EMIT q->SignalNewJob(message, eMESSAGE_UNKNOWN);
         return;
     }
+    // A reply of the wrong kind must not be poured in: the request would be sent again as what it never was.
     const auto found = inFlight.find(message->getMessageID());
-    if (found == inFlight.end()) {
+    if (found == inFlight.end() || found->second->getServiceType() + 2 != message->getServiceType()) {
         Q_EMIT q->SignalNewJob(message, eMESSAGE_UNKNOWN);
         return;
     }

@@ -107,12 +107,15 @@ public:
     /// fault trees of `reply`; the request trees stay, so that clearing data and faults restores the request.
     /// Fragments that only the reply has are appended.
     void fillWithReply(const CXmlMessage& reply);
+    /// Takes away the fragments that fillWithReply() appended.
+    void removeReplyFragments();
 
 private:
     eSERVICE_TYPES m_serviceType = eSERVICE_UNKNOWN;
     quint32 m_messageID = 0;
     quint32 m_availableTime = 0;
     std::vector<CMsgFragment> m_fragments;
+    std::size_t m_replyFragments = 0; ///< how many at the end came with a reply
 };
 
 using ptrCXmlMessage = QExplicitlySharedDataPointer<CXmlMessage>;
