@@ -57,8 +57,8 @@ public:
     /// processing, however wide.
     ///
     /// Bandwidths are compared as unsigned 32-bit numbers of whole Hz. A tuner without a maximum software
-    /// bandwidth has no limit (4294967295), nor has one beyond 32 bits, as bandwidths beyond count as
-    /// 4294967295. Negative ones count as their 32-bit pattern: -1 Hz is 4294967295.
+    /// bandwidth has no limit (4294967295), nor has one beyond 32 bits, as bandwidths beyond count as that
+    /// number. Negative ones count as their 32-bit pattern: -1 Hz is 4294967295.
     QVector<RESOURCEMANAGEMENT::ResourceDemandClass>
     GetDemandClassesForAppType(eAppType appType, const RESOURCEMANAGEMENT::Tuner& tuner) const;
     /// Every class with that name, in the order of the overview: of the type's kind, or of all kinds when the
