@@ -50,6 +50,8 @@ private Q_SLOTS:
     void endsWhenInterrupted();
     void tellsThatOutputIsLost();
     void demoGoesAsItMust();
+    void listsDemandClasses_data();
+    void listsDemandClasses();
 };
 
 void TestKolta::takesItsWords_data()
@@ -57,7 +59,7 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command : {"demo", "describe", "send", "listen", "ping"})
+    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
@@ -77,6 +79,10 @@ void TestKolta::takesItsWords_data()
     QTest::newRow("no such host") << "describe nowhere.invalid:1" << 1
                                   << "cannot find the host \"nowhere.invalid\"";
     QTest::newRow("no installation") << "demo --installation /nowhere" << 1 << "/nowhere: no such folder";
+    QTest::newRow("no application type") << "demand-classes" << 2 << "--app-type wants one of scp, mcp";
+    QTest::newRow("application type 0") << "demand-classes --app-type 0" << 2 << "not \"0\". Try";
+    QTest::newRow("no such tuner") << "demand-classes --app-type ffp --tuner {0}" << 1
+                                   << "there is no tuner with the GUID \"{0}\"";
     QTest::newRow("no message") << "send 127.0.0.1:1 /nowhere" << 1 << "cannot read /nowhere";
 }
 
@@ -342,6 +348,38 @@ void TestKolta::demoGoesAsItMust()
     for (const char* part :
          {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n8. Summary"})
         QVERIFY2(story.output().contains(words(part)), part);
+}
+
+void TestKolta::listsDemandClasses_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("names"); ///< the default with a *
+    QTest::newRow("type") << "--app-type mcp"
+                          << "voice sw_5MHz sw* sw_20MHz hw_20MHz hw";
+    QTest::newRow("number") << "--app-type 3"
+                            << "300k* 1M";
+    QTest::newRow("tuner") << "--app-type MCP --tuner {06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}"
+                           << "voice sw_5MHz";
+    QTest::newRow("other installation")
+        << "--app-type scp --installation " KOLTA_INSTALLATION_DIR "-noclasses"
+        << "scp*";
+}
+
+void TestKolta::listsDemandClasses()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, names);
+    const QStringList given = QStringLiteral("demand-classes %1").arg(arguments).split(QLatin1Char(' '));
+    ::Kolta kolta(QStringList(given) << QStringLiteral("--json"));
+    QVERIFY(kolta.ends());
+    QStringList listed;
+    for (const QJsonObject& entry : jsonLines(kolta.output()))
+        listed.append(entry[QStringLiteral("name")].toString() +
+                      (entry[QStringLiteral("default")].toBool() ? QStringLiteral("*") : QString()));
+    QCOMPARE(listed.join(QLatin1Char(' ')), names);
+    ::Kolta table(given);
+    QVERIFY(table.ends());
+    QCOMPARE(table.output().count(QLatin1Char('\n')), listed.size() + 1);
 }
 
 QTEST_GUILESS_MAIN(TestKolta)

@@ -1,4 +1,5 @@
 #include <xmlmessaging/converters.h>
+#include <xmlmessaging/demandclassconverter.h>
 #include <xmlmessaging/messagecodec.h>
 
 #include <QtTest>
@@ -31,6 +32,8 @@ private Q_SLOTS:
     void requestTreeSuppression();
     void eventFilter();
     void faultReferenceOfThousands();
+    void demandClasses();
+    void faultyDemandClasses();
     void foreignFragmentsFit();
 };
 
@@ -89,6 +92,60 @@ void TestConverters::faultReferenceOfThousands()
     QCOMPARE(reply.getFaults().last().text, faults.last().text);
 }
 
+void TestConverters::demandClasses()
+{
+    using ResourceConverter::CResourceDemandClasses;
+    CResourceDemandClasses::ResourceDemandClass full;
+    full.name = QStringLiteral("sw <1> & ä");
+    full.info = QString();
+    full.displayInfo = QStringLiteral(" shown ");
+    full.traits = static_cast<GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS>(-2147483647 - 1);
+    full.hardwareProcessing = true;
+    full.cpu = {-2147483647 - 1, 2147483647};
+    full.ram = 1e300;
+    full.maxBandwidth = 0.1;
+    const CResourceDemandClasses::ResourceDemandClass bare;
+    CMsgFragment fragment = sent(CResourceDemandClasses::makeFragment());
+    QVERIFY(CResourceDemandClasses::isQuery(fragment) && CResourceDemandClasses(fragment).isFailure());
+    CResourceDemandClasses::fillReply(fragment, {{static_cast<CResourceDemandClasses::eCOMPONENTS>(5), {}},
+                                                 {CResourceDemandClasses::eFHP, {full, bare}}});
+    const CResourceDemandClasses reply(sent(fragment));
+    QVERIFY(reply.isCompatible() && !reply.isFailure());
+    QCOMPARE(reply.getApplications().size(), 2);
+    QCOMPARE(static_cast<int>(reply.getApplications().at(0).getComponent()), 5);
+    QCOMPARE(reply.getApplications().at(1).getComponent(), CResourceDemandClasses::eFHP);
+    const auto& classes = reply.getApplications().at(1).getResourceDemandClasses();
+    const auto& read = classes.at(0);
+    QVERIFY(read.name == full.name && read.info == full.info && read.displayInfo == full.displayInfo);
+    QVERIFY(read.traits == full.traits && read.hardwareProcessing && read.ram == full.ram);
+    QVERIFY(read.cpu && read.cpu->credits == full.cpu->credits && read.maxBandwidth == full.maxBandwidth);
+    QCOMPARE(read.cpu->allocationMode, full.cpu->allocationMode);
+    QVERIFY(!classes.at(1).info && !classes.at(1).cpu && !classes.at(1).ram && !classes.at(1).maxBandwidth);
+
+    fragment.setFaultTree(CFaultTree(7, 0, {}));
+    const CResourceDemandClasses failed(sent(fragment));
+    QVERIFY(failed.isCompatible() && failed.isFailure() && failed.getApplications().isEmpty());
+}
+
+void TestConverters::faultyDemandClasses()
+{
+    using ResourceConverter::CResourceDemandClasses;
+    CMsgFragment fragment = CResourceDemandClasses::makeFragment();
+    fragment.setDataTree(CDataTree::fromXml(
+        "<DemandClasses><Other/><Application><DemandClass/></Application><Application component='4294967296'>"
+        "<DemandClass traits='x' hardwareProcessing='TRUE'><Cpu credits='9999999999'/><Ram>inf</Ram>"
+        "<MaxBandwidth>1e999</MaxBandwidth></DemandClass></Application></DemandClasses>"));
+    const CResourceDemandClasses reply(sent(fragment));
+    QCOMPARE(reply.getApplications().size(), 2);
+    for (const auto& application : reply.getApplications()) {
+        const auto& read = application.getResourceDemandClasses().at(0);
+        QCOMPARE(static_cast<int>(application.getComponent()), -1);
+        QCOMPARE(static_cast<int>(read.traits), -1);
+        QVERIFY(!read.hardwareProcessing && !read.ram && !read.maxBandwidth);
+        QCOMPARE(read.cpu ? read.cpu->credits : 0, 0);
+    }
+}
+
 void TestConverters::foreignFragmentsFit()
 {
     for (const CMsgFragment& other : {CMsgFragment(), CEventFilterConverter::makeFragment(QString())}) {
@@ -96,6 +153,8 @@ void TestConverters::foreignFragmentsFit()
         QVERIFY(!CRequestTreeConverter::isCommand(other));
         QVERIFY(!ResourceConverter::CQueryFaultReference::isQuery(other));
         QVERIFY(!ResourceConverter::CQueryFaultReference(other).isCompatible());
+        QVERIFY(!ResourceConverter::CResourceDemandClasses::isQuery(other));
+        QVERIFY(ResourceConverter::CResourceDemandClasses(other).isFailure());
     }
     QVERIFY(CEventFilterConverter::getComponent(CAppDescription::makeFragment()).isEmpty());
 }
