@@ -5,6 +5,9 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace KoltaCli {
 
 namespace {
@@ -62,12 +65,25 @@ int dispatch(QStringList words)
     return eExitUsage;
 }
 
+/// Takes the places of standard streams that are closed, so that no socket gets one of them. Writing to them
+/// fails.
+void fillStandardStreams()
+{
+    int descriptor = -1;
+    do
+        descriptor = ::open("/dev/null", O_RDONLY);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO)
+        ::close(descriptor);
+}
+
 } // namespace
 
 } // namespace KoltaCli
 
 int main(int argc, char** argv)
 {
+    KoltaCli::fillStandardStreams();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kolta"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KOLTA_VERSION));

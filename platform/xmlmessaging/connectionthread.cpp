@@ -210,6 +210,9 @@ bool CConnectionThread::event(QEvent* event)
     if (event->type() != kWakeEvent &&
         !(timer && static_cast<QTimerEvent*>(event)->timerId() == d->lookAgainTimer))
         return QThread::event(event);
+    // A timer does not fire again before its event has been handled: in an event loop that a slot runs, the
+    // rest of the news would wait for that slot to end. So each turn has a timer of its own.
+    d->lookAgain(false);
     d->handOn();
     return true;
 }
@@ -290,8 +293,9 @@ void CConnectionThread::Private::emitMessage(const ptrCXmlMessage& message)
         Q_EMIT q->SignalNewJob(message, eMESSAGE_UNKNOWN);
         return;
     }
+    // A reply of the wrong kind must not be poured in: the request would be sent again as what it never was.
     const auto found = inFlight.find(message->getMessageID());
-    if (found == inFlight.end()) {
+    if (found == inFlight.end() || found->second->getServiceType() + 2 != message->getServiceType()) {
         Q_EMIT q->SignalNewJob(message, eMESSAGE_UNKNOWN);
         return;
     }

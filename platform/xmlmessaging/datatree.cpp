@@ -20,37 +20,28 @@ bool isText(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-void appendStartTag(XmlAppender& out, pugi::xml_node element, bool isEmpty)
+/// Appends a text, or a start tag; returns the child with which the open element goes on, null when there is
+/// none.
+pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
 {
-    out.literal("<");
-    out.plain(element.name());
-    for (pugi::xml_attribute attribute = element.first_attribute(); attribute;
+    if (node.type() != pugi::node_element) {
+        if (isText(node))
+            out.escaped(node.value(), XmlAppender::eCharacterData);
+        return pugi::xml_node();
+    }
+    out.name("<", node.name(), "");
+    for (pugi::xml_attribute attribute = node.first_attribute(); !attribute.empty();
          attribute = attribute.next_attribute()) {
-        out.literal(" ");
-        out.plain(attribute.name());
-        out.literal("=\"");
+        out.name(" ", attribute.name(), "=\"");
         out.escaped(attribute.value(), XmlAppender::eAttribute);
         out.literal("\"");
     }
-    if (isEmpty)
+    const pugi::xml_node child = node.first_child();
+    if (child.empty())
         out.literal("/>");
     else
         out.literal(">");
-}
-
-/// Appends the end tags of the elements that end with `node`, up to `root`, and returns the node that follows
-/// them; null behind `root`.
-pugi::xml_node appendEndTags(XmlAppender& out, pugi::xml_node node, pugi::xml_node root)
-{
-    while (node != root) {
-        if (const pugi::xml_node following = node.next_sibling())
-            return following;
-        node = node.parent();
-        out.literal("</");
-        out.plain(node.name());
-        out.literal(">");
-    }
-    return pugi::xml_node();
+    return child;
 }
 
 bool isXmlUnit(const QString& text, int i)
@@ -133,12 +124,14 @@ TreeHandle copyOf(pugi::xml_node element)
 
 bool Document::parse(QByteArray text, int maxDepth, QString& error)
 {
-    if (!checkXml(text.constData(), text.size(), maxDepth, error))
-        return false;
     m_text = std::move(text);
+    // Unlike the bytes that came, which may be foreign memory, those got for writing end with a zero.
+    char* const bytes = m_text.data();
+    if (!checkXml(bytes, m_text.size(), maxDepth, error))
+        return false;
     constexpr unsigned int kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
     const pugi::xml_parse_result result = xml.load_buffer_inplace(
-        m_text.data(), static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
+        bytes, static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
     if (!result)
         error = malformed(result.description(), static_cast<quint64>(result.offset), "matching tags");
     return result;
@@ -156,22 +149,32 @@ TreeData* Document::addTree(pugi::xml_node node)
     return tree;
 }
 
+TreeData* Document::addPart(pugi::xml_node node)
+{
+    const std::lock_guard<std::mutex> lock(m_partsMutex);
+    m_parts.emplace_front();
+    m_parts.front().document = this;
+    m_parts.front().node = node;
+    return &m_parts.front();
+}
+
 void appendXml(XmlAppender& out, pugi::xml_node element)
 {
     pugi::xml_node node = element;
-    while (node) {
-        const pugi::xml_node_type type = node.type();
-        if (type == pugi::node_element) {
-            const pugi::xml_node child = node.first_child();
-            appendStartTag(out, node, child.empty());
-            if (child) {
-                node = child;
-                continue;
-            }
-        } else if (type == pugi::node_pcdata || type == pugi::node_cdata) {
-            out.escaped(node.value(), XmlAppender::eCharacterData);
+    for (;;) {
+        const pugi::xml_node child = appendNode(out, node);
+        if (!child.empty()) {
+            node = child;
+            continue;
         }
-        node = appendEndTags(out, node, element);
+        pugi::xml_node following;
+        while (node != element && (following = node.next_sibling()).empty()) {
+            node = node.parent();
+            out.name("</", node.name(), ">");
+        }
+        if (node == element)
+            return;
+        node = following;
     }
 }
 
@@ -203,18 +206,14 @@ QString readable(pugi::xml_node element)
     return QString::fromUtf8(writer.bytes);
 }
 
-TreeHandle::TreeHandle(TreeData* data) noexcept : m_data(data)
+void TreeHandle::retain() const noexcept
 {
-    if (m_data)
-        m_data->document->ref();
+    m_data->document->ref();
 }
 
-TreeHandle::TreeHandle(const TreeHandle& other) noexcept : TreeHandle(other.m_data) {}
-
-TreeHandle::~TreeHandle()
+void TreeHandle::release() const noexcept
 {
-    if (m_data)
-        m_data->document->deref();
+    m_data->document->deref();
 }
 
 } // namespace detail
@@ -344,6 +343,13 @@ CDataTree::CDataTree(CConstElement element)
 {
     if (element)
         m_data = detail::copyOf(pugi::xml_node(element.m_node));
+}
+
+CDataTree CDataTree::part(CConstElement element) const
+{
+    if (!m_data || !element)
+        return CDataTree();
+    return CDataTree(detail::TreeHandle(m_data.get()->document->addPart(pugi::xml_node(element.m_node))));
 }
 
 CTagname CDataTree::getRootTagname() const

@@ -66,7 +66,7 @@ bool CFaultTree::hasCausationDataTree() const
 
 CDataTree CFaultTree::getCausationDataTree() const
 {
-    return CDataTree(m_data.root().child("Fault"));
+    return m_data.part(m_data.root().child("Fault"));
 }
 
 } // namespace XmlCommon

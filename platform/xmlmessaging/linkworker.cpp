@@ -131,7 +131,9 @@ void LinkWorker::onError(QAbstractSocket::SocketError error)
     if (error == QAbstractSocket::RemoteHostClosedError) {
         m_lastBytes = true;
         m_paused = false;
-        onReadyRead();
+        // What a pause left undelivered comes first; the socket itself may be empty already.
+        if (!m_failed && !m_ending && deliver())
+            onReadyRead();
         m_reader->end();
     }
     // The socket ends by itself.

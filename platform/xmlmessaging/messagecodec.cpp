@@ -64,8 +64,7 @@ bool MessageCodec::Decoder::message(CXmlMessage& message)
                         "Fragment");
         if (++count > m_limits.maxFragments)
             return fail(child, "too many fragments", "fewer");
-        message.addFragment(CMsgFragment());
-        if (!fragment(child, message.getFragment(count - 1)))
+        if (!fragment(child, message.appendFragment()))
             return false;
     }
     return true;
@@ -130,9 +129,9 @@ bool MessageCodec::Decoder::part(pugi::xml_node node, CMsgFragment& fragment)
     if (!onlyElement(node, content))
         return false;
     if (request)
-        fragment.setRequestTree(CRequestTree(content));
+        fragment.setRequestTree(CRequestTree(std::move(content)));
     else
-        fragment.setDataTree(content);
+        fragment.setDataTree(std::move(content));
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <forward_list>
+#include <mutex>
 #include <pugixml.hpp>
 
 namespace XmlCommon::detail {
@@ -40,6 +41,8 @@ public:
     bool parse(QByteArray text, int maxDepth, QString& error);
     /// Declares `node` the root of a tree. Only while nobody else knows the document.
     TreeData* addTree(pugi::xml_node node);
+    /// Declares `node` the root of another tree at any time, from any thread that holds the document.
+    TreeData* addPart(pugi::xml_node node);
 
     pugi::xml_document xml;
 
@@ -49,6 +52,8 @@ private:
     std::array<TreeData, 3> m_firstTrees;
     std::size_t m_treeCount = 0;
     std::forward_list<TreeData> m_moreTrees;
+    std::mutex m_partsMutex; ///< guards m_parts
+    std::forward_list<TreeData> m_parts;
 };
 
 /// Keeps a document alive while it is being built.

@@ -9,7 +9,7 @@ namespace XmlCommon::detail {
 namespace {
 
 constexpr std::size_t kLeastRoom = 256;
-constexpr std::size_t kMostRoom = std::numeric_limits<int>::max() - 64; // a byte array has a header
+constexpr std::size_t kMostBytes = std::numeric_limits<int>::max() - 64; // a byte array has a header
 
 /// What `c` must be written as; null when it stands for itself.
 constexpr const char* escapeOf(char c)
@@ -71,23 +71,25 @@ void XmlAppender::escaped(const char* text, Place place)
         bytes(run, static_cast<std::size_t>(text - run));
         if (!*text)
             return;
-        plain(escapeOf(*text++));
+        const char* const escape = escapeOf(*text++);
+        bytes(escape, std::strlen(escape));
     }
 }
 
 /// Makes room for `length` bytes more, and as much again as is used, so that long texts grow in few steps.
 void XmlAppender::grow(std::size_t length)
 {
-    if (length > kMostRoom - m_used)
+    const auto inUse = static_cast<std::size_t>(used());
+    if (length > kMostBytes - inUse)
         qBadAlloc();
-    makeRoom(qMin(kMostRoom, kLeastRoom + 2 * m_used + length));
+    makeRoom(used(), static_cast<int>(qMin(kMostBytes, kLeastRoom + 2 * inUse + length)));
 }
 
-void XmlAppender::makeRoom(std::size_t room)
+void XmlAppender::makeRoom(int used, int size)
 {
-    m_out.resize(static_cast<int>(room));
-    m_begin = m_out.data();
-    m_room = room;
+    m_out.resize(size);
+    m_at = m_out.data() + used;
+    m_end = m_out.data() + size;
 }
 
 } // namespace XmlCommon::detail

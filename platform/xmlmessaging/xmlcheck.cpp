@@ -105,6 +105,14 @@ private:
         m_at = at;
     }
 
+    bool name()
+    {
+        if (!is(*m_at, kNameStart))
+            return fail("malformed tag", "a name");
+        skip(kName);
+        return *m_at < 0x80 || restOfForeignName();
+    }
+
     bool declaration();
     bool declarationAttribute(const Name& name, const Byte* value, std::ptrdiff_t length);
     bool content();
@@ -117,7 +125,7 @@ private:
     bool reference();
     bool characterReference();
     bool multiByte();
-    bool name(Name& name);
+    bool restOfForeignName();
     bool attribute(Name& attributeName);
     bool rawUntil(const char* terminator, const char* forbidden);
 
@@ -239,18 +247,18 @@ bool Scanner::startTag()
     ++m_at;
     Name seen[kMaxAttributes];
     int count = 0;
-    if (!name(seen[0]))
+    if (!name())
         return false;
     for (;;) {
         const Byte* const before = m_at;
         skip(kSpace);
-        if (startsWith("/>")) {
-            m_at += 2;
-            return true;
-        }
         if (*m_at == '>') {
             ++m_at;
             ++m_depth;
+            return true;
+        }
+        if (startsWith("/>")) {
+            m_at += 2;
             return true;
         }
         if (m_at == before)
@@ -275,8 +283,7 @@ bool Scanner::endTag()
     if (m_depth == 0)
         return fail("end tag without a start tag", "an element");
     m_at += 2;
-    Name ignored{};
-    if (!name(ignored))
+    if (!name())
         return false;
     skip(kSpace);
     if (*m_at != '>')
@@ -386,23 +393,22 @@ bool Scanner::multiByte()
     return true;
 }
 
-bool Scanner::name(Name& result)
+/// Goes on with a name at its first character beyond ASCII.
+bool Scanner::restOfForeignName()
 {
-    result.begin = m_at;
-    if (!is(*m_at, kNameStart))
-        return fail("malformed tag", "a name");
-    for (skip(kName); *m_at >= 0x80; skip(kName)) {
+    for (; *m_at >= 0x80; skip(kName)) {
         if (!multiByte())
             return false;
     }
-    result.length = m_at - result.begin;
     return true;
 }
 
 bool Scanner::attribute(Name& attributeName)
 {
-    if (!name(attributeName))
+    attributeName.begin = m_at;
+    if (!name())
         return false;
+    attributeName.length = m_at - attributeName.begin;
     skip(kSpace);
     if (*m_at != '=')
         return fail("malformed attribute", "\"=\"");

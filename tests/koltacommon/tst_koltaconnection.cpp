@@ -328,6 +328,50 @@ private Q_SLOTS:
         QCOMPARE(client.said, words("opened"));
     }
 
+    /// Whatever a reply looks like, the request goes out a second time as it did the first time.
+    void sendsAnsweredRequestsAsTheyWere()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.messages.clear();
+        peer.rule = [&](const CXmlMessage& message) {
+            CXmlMessage odd = peer.replyTo(message);
+            odd.addFragment(XmlCommon::CMsgFragment(text("surplus")));
+            if (peer.messages.size() == 2)
+                odd.setServiceType(CXmlMessage::eSERVICE_COMMAND_REPLY);
+            peer.send(odd);
+        };
+        const ptrKoltaRequest request(new Recorded(text("a"), client.answered));
+        for (int i = 0; i < 3; ++i)
+            client.connection->executeRequest(request);
+        QTRY_COMPARE(client.answered, words("a a a"));
+        for (const auto& message : qAsConst(peer.messages)) {
+            QCOMPARE(message->getServiceType(), CXmlMessage::eSERVICE_QUERY);
+            QCOMPARE(message->getNumberOfFragments(), 1);
+        }
+    }
+
+    void doesNotPileUpStartUps()
+    {
+        constexpr int requests = 30;
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.log.clear();
+        peer.rule = [&](const CXmlMessage& message) {
+            peer.answer(message);
+            if (peer.linksOpened <= requests)
+                peer.link->close();
+        };
+        for (int i = 0; i < requests; ++i)
+            client.execute("a");
+        QTRY_VERIFY_WITH_TIMEOUT(peer.linksOpened > requests && client.connection->isIdle(), 20000);
+        QCOMPARE(client.answered.size(), requests);
+        QVERIFY2(peer.log.filter(text("RequestTree")).size() <= 3,
+                 qPrintable(peer.log.join(QLatin1Char(' '))));
+    }
+
     void routesFaults()
     {
         ScriptedPeer peer;

@@ -9,7 +9,6 @@
 #include <QtTest>
 
 #include <functional>
-#include <random>
 
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;
@@ -103,34 +102,6 @@ private:
     O& m_observer;
 };
 
-/// What the rules say about tuners, spelled out with nested loops, and what follows always.
-QStringList expected(const QVector<Tuner>& before, const QVector<Tuner>& after)
-{
-    const auto id = [](const Tuner& tuner) { return tuner.GetTavikResource().GetGUID(); };
-    const auto find = [&id](const QVector<Tuner>& list, const Tuner& wanted) {
-        const auto same = [&](const Tuner& tuner) { return id(tuner) == id(wanted); };
-        const auto it = std::find_if(list.begin(), list.end(), same);
-        return it == list.end() ? nullptr : &*it;
-    };
-    QStringList log;
-    int added = 0;
-    for (const Tuner& tuner : after) {
-        const Tuner* const old = find(before, tuner);
-        added += old == nullptr;
-        if (!old)
-            log << QStringLiteral("+T ") + id(tuner);
-        if (old && old->GetAccessible() != tuner.GetAccessible())
-            log << QStringLiteral("access %1 %2").arg(id(tuner)).arg(tuner.GetAccessible());
-        if (old && old->GetIdle() != tuner.GetIdle())
-            log << QStringLiteral("idle %1 %2").arg(id(tuner)).arg(tuner.GetIdle());
-    }
-    for (const Tuner& tuner : before) {
-        if (before.size() > after.size() - added && !find(after, tuner))
-            log << QStringLiteral("-T ") + id(tuner);
-    }
-    return log << QStringLiteral("all%1").arg(after.size()) << QStringLiteral("value");
-}
-
 const QString uuidA = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}");
 const QString uuidB = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000b}");
 
@@ -152,6 +123,8 @@ private Q_SLOTS:
             {"T A 11, T B 11", "T C 11, T B 10", "+T C, idle B 0, -T A"},
             {"S A 1", "S B 1, S A 0", "+S B, Sreg A 0"},
             {"T A 11, T B 10", "T B 10, T A 11", ""},
+            {"T B 11, T A 10", "T B 10, T A 11", "idle B 0, idle A 1"},
+            {"T B 10, T A 10, T D 11", "T A 11, T D 11, T C 11", "idle A 1, +T C, -T B"},
             {"T A 11, P B 13, S C 1", "T D 11, P E 13, S F 1", "+T D, -T A, +P E, -P B, +S F, -S C"},
             {"P A 11, P B 11", "", "-P A, -P B"},
             {"T A 11", "P A 11", "-T A, +P A"},
@@ -162,46 +135,18 @@ private Q_SLOTS:
             {"", "T A 11, T A 11", "+T A, +T A"},
             {"T A 11, T B 11", "T A 11, T A 11", ""},
             {"T A 11, T B 11, T A 00", "T B 11", "-T A, -T A"}};
+        // One observer for all, so that what it keeps of earlier overviews would show.
+        KoltaResourceObserver observer(path);
+        Recorder recorder(observer);
         for (const auto& [before, after, changes] : cases) {
-            KoltaResourceObserver observer(path);
             m_value->SetValue(overviewOf(QLatin1String(before)).GetXmlString());
-            observer.FindResource(uuidA); // makes an index
-            Recorder recorder(observer);
+            recorder.log.clear();
             const ResourceOverview overview = overviewOf(QLatin1String(after));
             m_value->SetValue(overview.GetXmlString());
             const QStringList log =
                 QString::fromLatin1(changes).split(QStringLiteral(", "), Qt::SkipEmptyParts);
             const QString all = QStringLiteral("all%1").arg(overview.GetTuner().size());
             QCOMPARE(recorder.log, log + QStringList({all, QStringLiteral("value")}));
-        }
-    }
-
-    void anyChangeAgreesWithTheRules()
-    {
-        const quint32 seed = std::random_device()();
-        qInfo("seed %u", seed);
-        std::mt19937 random(seed);
-        const auto upTo = [&random](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-        KoltaResourceObserver observer(path);
-        Recorder recorder(observer);
-        QStringList guids;
-        for (int round = 0; round < 300; ++round) {
-            // Often the same places as before; otherwise names drawn from few, so that some occur twice, or
-            // many.
-            if (upTo(3) == 0) {
-                guids.clear();
-                for (int i = upTo(13), names = upTo(2) ? 8 : 200; i > 0; --i)
-                    guids << QString::number(upTo(names));
-            }
-            QString entries;
-            for (const QString& guid : qAsConst(guids))
-                entries += QStringLiteral("T %1 %2%3, ").arg(guid).arg(upTo(2)).arg(upTo(2));
-            ResourceOverview next = overviewOf(entries);
-            next.SetNumberOfTuners(round); // a new text in any case
-            const ResourceOverview previous = observer.GetCurrentResources();
-            recorder.log.clear();
-            m_value->SetValue(next.GetXmlString());
-            QCOMPARE(recorder.log, expected(previous.GetTuner(), next.GetTuner()));
         }
     }
 
@@ -278,29 +223,27 @@ private Q_SLOTS:
 
     void storage()
     {
-        const QString usable = QStringLiteral("P A 01, P B 13");
-        // Entries, what the second processing unit excludes, storage, application types.
-        const std::tuple<QString, int, bool, const char*> cases[] = {
-            {QString(), 0, false, ""},
-            {QStringLiteral("P A 03, P B 12, S C 0, S D 2"), 0, false, ""},
-            {QStringLiteral("P A 03, S C 1"), 0, true, ""},
-            {usable, 0, true, "12345"},
-            {usable, 1, true, "345"},
-            {usable, 2, true, "1245"},
-            {usable, 3, true, "1235"},
-            {usable, 4, true, "1234"},
-            {usable + QStringLiteral(", P C 13"), 1, true, "12345"}};
+        // Entries; what the second processing unit excludes; whether there is storage; for which types.
+        const std::tuple<const char*, int, bool, const char*> cases[] = {
+            {"", 0, false, ""},
+            {"P A 03, P B 12, S C 0, S D 2", 0, false, ""},
+            {"P A 03, S C 1", 0, true, ""},
+            {"P A 01, P B 13", 0, true, "12345"},
+            {"P A 01, P B 13", 1, true, "345"},
+            {"P A 01, P B 13", 2, true, "1245"},
+            {"P A 01, P B 13", 3, true, "1235"},
+            {"P A 01, P B 13", 4, true, "1234"},
+            {"P A 01, P B 13, P C 13", 1, true, "12345"}};
+        KoltaResourceObserver observer;
         for (const auto& [entries, exclusion, hasStorage, types] : cases) {
-            ResourceOverview overview = overviewOf(entries);
+            ResourceOverview overview = overviewOf(QLatin1String(entries));
             if (exclusion)
-                overview.EditProcessingUnit()[1].SetExclusion(
-                    {static_cast<ProcessingUnit::Exclusion>(exclusion)});
-            KoltaResourceObserver observer;
+                overview.EditProcessingUnit()[1].SetExclusion({ProcessingUnit::Exclusion(exclusion)});
             observer.initForOffline(overview);
             QCOMPARE(observer.hasStorage(), hasStorage);
             QString able;
             for (int type = -1; type <= 7; ++type) {
-                if (observer.canSystemRunAppWithLocalStorage(static_cast<eAppType>(type)))
+                if (observer.canSystemRunAppWithLocalStorage(eAppType(type)))
                     able += QString::number(type);
             }
             QCOMPARE(able, QLatin1String(types));
@@ -311,20 +254,23 @@ private Q_SLOTS:
     {
         KoltaResourceObserver observer(path);
         const ResourceOverview changed = overviewOf(QStringLiteral("T A 11"));
-        RESOURCEMANAGEMENT::TunerManagementRequest request;
-        request.SetRequestID(uuidA);
-        using O = KoltaResourceObserver;
         const QString xml = changed.GetXmlString();
-        const QVector<std::tuple<QString, QString, std::function<void()>>> writers{
-            {QStringLiteral("ChangedTuners"), xml, [&] { observer.setChangedTuners(changed); }},
-            {QStringLiteral("ChangedTuners"), request.GetXmlString(),
-             [&] { observer.setChangedTuners(request); }},
-            {QStringLiteral("ChangedPUs"), xml, [&] { observer.setChangedProcessingUnits(changed); }},
-            {QStringLiteral("ChangedSUs"), xml, [&] { observer.setChangedStorageUnits(changed); }},
-            {QStringLiteral("UnitPowerControl"), QStringLiteral("3@0@A"),
-             [&] { observer.powerControl(O::eProgramsOff, QStringLiteral("A")); }}};
+        TunerManagementRequest request;
+        request.SetRequestID(uuidA);
+        ResourceOverview unwritable;
+        unwritable.EditTuner().resize(1);
+        const std::tuple<const char*, QString, std::function<void()>> writers[] = {
+            {"/ChangedTuners", xml, [&] { observer.setChangedTuners(changed); }},
+            {"/ChangedTuners", request.GetXmlString(), [&] { observer.setChangedTuners(request); }},
+            {"/ChangedTuners", QString(), [&] { observer.setChangedTuners(unwritable); }},
+            {"/ChangedPUs", xml, [&] { observer.setChangedProcessingUnits(changed); }},
+            {"/ChangedSUs", xml, [&] { observer.setChangedStorageUnits(changed); }},
+            {"/UnitPowerControl", QStringLiteral("3@0@A"),
+             [&] { observer.powerControl(KoltaResourceObserver::eProgramsOff, QStringLiteral("A")); }},
+            {"/UnitPowerControl", QString(),
+             [&] { observer.powerControl(KoltaResourceObserver::eUnitOff, QStringList()); }}};
         for (const auto& [name, text, write] : writers) {
-            const QString target = base + QLatin1Char('/') + name;
+            const QString target = base + QLatin1String(name);
             values::Tree::Instance().Remove(target);
             write(); // nobody there
             QVERIFY(!values::Tree::Instance().Find(target));
@@ -335,17 +281,11 @@ private Q_SLOTS:
             write();
             write(); // the identical request is announced again
             QCOMPARE(value->GetValue(), text);
-            QCOMPARE(codes, (QStringList{QStringLiteral("3"), QStringLiteral("3")}));
+            QCOMPARE(codes.join(QString()), text.isEmpty() ? QString() : QStringLiteral("33"));
             values::Tree::Instance().Remove(target);
             write(); // only its tombstone is left
             QCOMPARE(value->GetValue(), QString());
         }
-        // What XML cannot carry is not written.
-        StringValue* const tuners = put(base + QStringLiteral("/ChangedTuners"));
-        ResourceOverview unwritable;
-        unwritable.EditTuner().resize(1);
-        observer.setChangedTuners(unwritable);
-        QCOMPARE(tuners->GetValue(), QString());
     }
 
     void powerControlCommands()
@@ -356,22 +296,19 @@ private Q_SLOTS:
                                            {5, "2@0"}, {6, "3@0"}, {7, "4@0"}, {8, "1@1"}, {-1, "1@1"}};
         const QStringList units{QStringLiteral("A@x"), QStringLiteral("%2C,B")};
         for (auto it = forms.begin(); it != forms.end(); ++it) {
-            observer.powerControl(static_cast<KoltaResourceObserver::ePowerControlCommand>(it.key()), units);
+            observer.powerControl(KoltaResourceObserver::ePowerControlCommand(it.key()), units);
             QCOMPARE(value->GetValue().section(QLatin1Char('@'), 0, 1), QLatin1String(it.value()));
             const auto command = PowerControlCmd::fromString(value->GetValue());
             QVERIFY(command);
             QCOMPARE(command->units(), units);
             QCOMPARE(command->toString(), value->GetValue());
         }
-        value->SetValue(QStringLiteral("untouched"));
-        observer.powerControl(KoltaResourceObserver::eUnitOff, QStringList());
-        QCOMPARE(value->GetValue(), QStringLiteral("untouched"));
         for (const char* const text :
              {"", "1", "1@1", "1@1@", "5@1@A", "1@2@A", "1@on@A", "@1@A", "1@1@A,", "10@1@A"})
             QVERIFY2(!PowerControlCmd::fromString(QLatin1String(text)), text);
     }
 
-    void converterBelongsToTheObserver()
+    void converterWritesWhatTheObserverMirrors()
     {
         KoltaResourceObserver observer(path);
         TavikResourceConverter* const converter = observer.createResourceConverter();

@@ -129,8 +129,10 @@ private:
     void exitThread();
     void transmit(const XmlCommon::ptrCXmlMessage& message);
     void enqueue(const Kolta::ptrKoltaRequest& request);
+    void dropStaleStartUp();
     void sendNextRequest();
     bool sendHead();
+    XmlCommon::ptrCXmlMessage messageOfHead(const Kolta::ptrKoltaRequest& head);
     void processReply(const XmlCommon::ptrCXmlMessage& reply);
     Kolta::ptrKoltaRequest handleReply(const Kolta::ptrKoltaRequest& request,
                                        const XmlCommon::ptrCXmlMessage& reply);
@@ -151,6 +153,7 @@ private:
     bool closing = false;
     bool busy = false;
     QList<Kolta::ptrKoltaRequest> eventFilterRequests;
+    QList<Kolta::ptrKoltaRequest> startUpRequests; ///< what the last start-up exchange has queued
     qint32 reconnectState = 0; ///< 0: not wanted, 1: on the next socket error, 2: when the thread has ended
 
     static std::shared_ptr<FaultMessageHandler> m_pFaultMessageHandler;
