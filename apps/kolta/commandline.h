@@ -39,10 +39,11 @@ public:
     std::optional<int> number(const QString& option, int minimum, int maximum) const;
     /// --timeout in milliseconds.
     std::optional<int> timeoutMs() const;
+    /// Prints an error that says where to find help, and gives eExitUsage.
+    int usageError(const QString& text) const;
 
 private:
     QString help() const;
-    int usageError(const QString& text) const;
 
     QCommandLineParser m_parser;
     QString m_name;

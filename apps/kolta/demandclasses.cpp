@@ -39,8 +39,8 @@ std::optional<eAppType> readAppType(const CommandLine& line)
             text.compare(QLatin1String(appTypeNames[type]), Qt::CaseInsensitive) == 0)
             return static_cast<eAppType>(type);
     }
-    printError(QStringLiteral("--app-type wants one of %1 or its number from 1, not \"%2\"")
-                   .arg(wantedNames(), text));
+    line.usageError(QStringLiteral("--app-type wants one of %1 or its number from 1, not \"%2\"")
+                        .arg(wantedNames(), text));
     return std::nullopt;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "temporaryconfiguration.h"
+
 #include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
 
@@ -60,6 +62,7 @@ private:
     bool add(const QString& folder);
     bool report(bool bound, const QString& name, const QString& error) const;
 
+    TemporaryConfiguration m_configuration;
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
 };
 

@@ -50,6 +50,7 @@ private Q_SLOTS:
     void endsWhenInterrupted();
     void tellsThatOutputIsLost();
     void demoGoesAsItMust();
+    void listsDemandClasses();
 };
 
 void TestKolta::takesItsWords_data()
@@ -57,7 +58,7 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command : {"demo", "describe", "send", "listen", "ping"})
+    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
@@ -77,6 +78,10 @@ void TestKolta::takesItsWords_data()
     QTest::newRow("no such host") << "describe nowhere.invalid:1" << 1
                                   << "cannot find the host \"nowhere.invalid\"";
     QTest::newRow("no installation") << "demo --installation /nowhere" << 1 << "/nowhere: no such folder";
+    QTest::newRow("no application type") << "demand-classes" << 2 << "--app-type wants one of scp, mcp";
+    QTest::newRow("application type 0") << "demand-classes --app-type 0" << 2 << "not \"0\". Try";
+    QTest::newRow("no such tuner") << "demand-classes --app-type ffp --tuner {0}" << 1
+                                   << "there is no tuner with the GUID \"{0}\"";
     QTest::newRow("no message") << "send 127.0.0.1:1 /nowhere" << 1 << "cannot read /nowhere";
 }
 
@@ -342,6 +347,26 @@ void TestKolta::demoGoesAsItMust()
     for (const char* part :
          {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n8. Summary"})
         QVERIFY2(story.output().contains(words(part)), part);
+}
+
+void TestKolta::listsDemandClasses()
+{
+    const QPair<QString, QString> rows[] = {
+        {words("mcp"), words("voice sw_5MHz sw* sw_20MHz hw_20MHz hw")},
+        {words("3"), words("300k* 1M")},
+        {words("MCP --tuner {06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}"), words("voice sw_5MHz")},
+        {words("scp --installation " KOLTA_INSTALLATION_DIR "-noclasses"), words("scp*")}};
+    for (const auto& row : rows) {
+        const QStringList arguments =
+            QString(words("demand-classes --json --app-type ") + row.first).split(QLatin1Char(' '));
+        Kolta kolta(arguments);
+        QVERIFY(kolta.ends());
+        QStringList listed; // the default with a *
+        for (const QJsonObject& entry : jsonLines(kolta.output()))
+            listed.append(entry[words("name")].toString() +
+                          (entry[words("default")].toBool() ? words("*") : QString()));
+        QCOMPARE(listed.join(QLatin1Char(' ')), row.second);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestKolta)
