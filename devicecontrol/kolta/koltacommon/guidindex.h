@@ -45,6 +45,9 @@ public:
     /// Makes this the index of another list that has the same GUIDs at the same places.
     void moveTo(const QVector<Element>& list) { m_list = list; }
 
+    /// Whether no GUID occurs twice in the list.
+    bool isUnique() const { return m_unique; }
+
     /// Place of the first element with that GUID; -1 when there is none. `hint` is where it probably stands.
     int indexOf(const QString& guid, int hint = -1) const
     {
@@ -85,7 +88,7 @@ private:
     QVector<Element> m_list;
     QVector<Slot> m_slots; ///< open addressing; a power of two, at most half full
     uint m_seed = 0;       ///< of the table's hashes; the global one may change
-    bool m_unique = true;  ///< no GUID occurs twice
+    bool m_unique = true;
 };
 
 } // namespace Kolta
