@@ -31,41 +31,17 @@ ResourceOverview overviewOf(const QString& entries)
     return overview;
 }
 
-FFP ffp(const QString& tuner)
+/// An object from its XML form, where "[A]" is an FFP with tuner A and "{A}" a data source with tuner A.
+template<class T>
+T made(QString content)
 {
-    FFP node;
-    node.SetTunerGUID(tuner);
-    return node;
-}
-
-/// A node with one FFP per letter, fed by the tuner of that name.
-template<class Node>
-Node fed(const QString& tuners)
-{
-    Node node;
-    for (const QChar tuner : tuners)
-        node.EditFFP().append(ffp(QString(tuner)));
-    return node;
-}
-
-/// An MCP with tuners at each place, A being shared, and an SCP whose FFP must not count.
-ProcessorOverview processors()
-{
-    MCP mcp = fed<MCP>(QStringLiteral("AB"));
-    mcp.EditKoltaProcessor().EditTavikResource().SetName(QStringLiteral("line\none"));
-    mcp.EditFFP() += {FFP(), ffp(QString()), ffp(QStringLiteral("none"))};
-    mcp.EditDataSource().SetTunerGUID(QStringLiteral("F"));
-    mcp.SetDSC({DSC(), fed<DSC>(QStringLiteral("CA"))});
-    mcp.SetFHP({fed<FHP>(QStringLiteral("DE"))});
-    SCP scp;
-    scp.SetFFP(ffp(QStringLiteral("X")));
-    scp.EditDataSource().SetTunerGUID(QStringLiteral("A"));
-    scp.SetFHP(fed<FHP>(QStringLiteral("H")));
-    scp.SetDSC(fed<DSC>(QStringLiteral("G")));
-    ProcessorOverview overview;
-    overview.SetSCP({scp});
-    overview.SetMCP({mcp});
-    return overview;
+    const QString tuner = QStringLiteral("<%1><TunerGUID>\\1</TunerGUID></%1>");
+    content.replace(QRegularExpression(QStringLiteral("\\[(\\w*)\\]")), tuner.arg(QStringLiteral("FFP")));
+    content.replace(QRegularExpression(QStringLiteral("\\{(\\w*)\\}")),
+                    tuner.arg(QStringLiteral("DataSource")));
+    T object;
+    object.SetXmlString(QStringLiteral("<%1>%2</%1>").arg(object.GetObjectName(), content), true);
+    return object;
 }
 
 /// A manager under commands, and what comes of them.
@@ -86,11 +62,13 @@ struct Desk
     {
         const QString verb = command.section(QLatin1Char(' '), 0, 0);
         const QString rest = command.section(QLatin1Char(' '), 1);
-        const Manager::Booking booking(fed<DSC>(rest));
+        QString ffps = rest;
+        const Manager::Booking booking(
+            made<DSC>(ffps.replace(QRegularExpression(QStringLiteral("(\\w)")), QStringLiteral("[\\1]"))));
         QString error = text;
         bool ok = true;
         if (verb == QLatin1String("see"))
-            manager->sl_updateTuners(overviewOf(rest));
+            return see(rest);
         else if (verb == QLatin1String("tuner"))
             ok = manager->planTuner(rest, error);
         else if (verb == QLatin1String("plan"))
@@ -103,7 +81,14 @@ struct Desk
             manager->clearPlanning();
         if (ok != (error == text))
             return QStringLiteral("result and messages differ");
-        return error.replace(messageSeparator, QLatin1Char('|')) + std::exchange(log, QString());
+        return error.replace(messageSeparator, QLatin1Char('|'));
+    }
+
+    QString see(const QString& entries)
+    {
+        log.clear();
+        manager->sl_updateTuners(overviewOf(entries));
+        return log;
     }
 
     /// The states of tuners A to F.
@@ -172,7 +157,11 @@ private Q_SLOTS:
 
     void bookings()
     {
-        const ProcessorOverview overview = processors();
+        // One tuner at each place, A being shared; the FFP of an SCP does not count.
+        const auto overview = made<ProcessorOverview>(QStringLiteral(
+            "<SCP>{A}[X]<FHP>[H]</FHP><DSC>[G]</DSC></SCP><MCP>{F}<FHP>[D][E]</FHP><DSC/><DSC>[C][A]</"
+            "DSC>[A][B]<FFP/>[][none]"
+            "<KoltaProcessor><TavikResource><Name>line\none</Name></TavikResource></KoltaProcessor></MCP>"));
         const MCP& mcp = overview.GetMCP()[0];
         const std::pair<const REPORTGENERATOR::IRGObject&, const char*> cases[] = {
             {overview, "ABCDEFGHA"}, {mcp, "ABCDEF"},         {overview.GetSCP()[0], "GHA"},
@@ -210,22 +199,18 @@ private Q_SLOTS:
     void receiversMayDoAnything()
     {
         Desk desk;
-        const auto see = [&desk](const char* entries) {
-            desk.manager->sl_updateTuners(overviewOf(QLatin1String(entries)));
-            return std::exchange(desk.log, QString());
-        };
         // All states are in place before the first announcement, and a plan in between is kept.
         desk.react = [&desk] { QVERIFY(!desk.run(QStringLiteral("plan CB")).isEmpty()); };
-        QCOMPARE(see("A1 B0 C1"), QStringLiteral("A01 C01 "));
+        QCOMPARE(desk.see(QStringLiteral("A1 B0 C1")), QStringLiteral("A01 C01 "));
         QCOMPARE(desk.states(), QStringLiteral("131222"));
         desk.react = [&desk] { desk.manager->clearPlanning(); };
-        QCOMPARE(see("A0 B2 C1"), QStringLiteral("A10 B32 "));
+        QCOMPARE(desk.see(QStringLiteral("A0 B2 C1")), QStringLiteral("A10 B32 "));
         // The newest overview wins, and the changes of each tuner come in their order.
         desk.react = [&desk] { desk.manager->sl_updateTuners(overviewOf(QStringLiteral("A2 B0 C0"))); };
-        QCOMPARE(see("A1 B1 C1"), QStringLiteral("A01 B21 A12 B10 C10 "));
+        QCOMPARE(desk.see(QStringLiteral("A1 B1 C1")), QStringLiteral("A01 B21 A12 B10 C10 "));
         QCOMPARE(desk.states(), QStringLiteral("200222"));
         desk.react = [&desk] { desk.manager.reset(); };
-        QCOMPARE(see("A0 B1 C1"), QStringLiteral("A20 "));
+        QCOMPARE(desk.see(QStringLiteral("A0 B1 C1")), QStringLiteral("A20 "));
     }
 
     void sources()
@@ -276,7 +261,7 @@ private Q_SLOTS:
         QString guids = QStringLiteral("ABCDEF");
         QMap<QChar, int> state; // 3 is held; a vanished tuner keeps any but 0
         QString listed;
-        for (int step = 0; step < 5000; ++step) {
+        for (int step = 0; step < 2000; ++step) {
             std::shuffle(guids.begin(), guids.end(), random);
             const QString tuners = guids.left(1 + upTo(4));
             const int action = upTo(8);

@@ -11,7 +11,9 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace Kolta {
 
@@ -47,10 +49,20 @@ State reportedState(const Tuner& tuner)
     return tuner.GetIdle() ? TunerBookingManager::eFree : TunerBookingManager::eInUse;
 }
 
-bool sameGuids(const QVector<Tuner>& a, const QVector<Tuner>& b)
+/// Where the reported state differs, when both lists have the same GUIDs at the same places; else nothing.
+/// One pass that reads each record once: large lists do not fit into the cache.
+std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, const QVector<Tuner>& after)
 {
-    const auto same = [](const Tuner& x, const Tuner& y) { return guidOf(x) == guidOf(y); };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+    if (before.size() != after.size())
+        return std::nullopt;
+    std::vector<int> places;
+    for (int i = 0; i < after.size(); ++i) {
+        if (guidOf(before.at(i)) != guidOf(after.at(i)))
+            return std::nullopt;
+        if (reportedState(before.at(i)) != reportedState(after.at(i)))
+            places.push_back(i);
+    }
+    return places;
 }
 
 /// False, with a trace line, when the text is not an overview.
@@ -256,15 +268,13 @@ void TunerBookingManager::Update(Observable* source, TChangeCode code)
 void TunerBookingManager::sl_updateTuners(const ResourceOverview& overview)
 {
     const ResourceOverview previous = std::exchange(m_overview, overview);
-    const QVector<Tuner>& before = previous.GetTuner();
     const QVector<Tuner>& after = tuners();
-    if (m_listedGuids.isUnique() && sameGuids(before, after)) {
+    const auto places = m_listedGuids.isUnique() ? changedPlaces(previous.GetTuner(), after) : std::nullopt;
+    if (places) {
         // The usual case: what the server reports as before has its state already, so no look-up is needed.
         m_listedGuids.moveTo(after);
-        for (int i = 0; i < after.size(); ++i) {
-            if (reportedState(after.at(i)) != reportedState(before.at(i)))
-                enter(after.at(i));
-        }
+        for (const int place : *places)
+            enter(after.at(place));
     } else {
         m_listedGuids.rebuild(after);
         for (const Tuner& tuner : after)
