@@ -1,0 +1,409 @@
+#include <koltacommon/tunerclasstreeitem.h>
+
+#include <resourcemodel/tunerclasses.h>
+
+#include <QUuid>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace Kolta {
+
+using RESOURCEMANAGEMENT::Tuner;
+using RESOURCEMANAGEMENT::TunerClass;
+using RESOURCEMANAGEMENT::TunerClassOverview;
+
+namespace {
+
+const QString& rootID()
+{
+    static const QString id = QStringLiteral("root");
+    return id;
+}
+
+} // namespace
+
+TunerClassTreeItem::TunerClassTreeItem(RootItemType)
+    : m_kind(Kind::Root)
+    , m_id(rootID())
+    , m_name(rootID())
+    , m_children(std::in_place)
+    , m_changes(std::make_shared<Changes>())
+{
+}
+
+TunerClassTreeItem::TunerClassTreeItem(const TunerClass& tunerClass)
+    : m_kind(Kind::Class)
+    , m_hwProcessing(tunerClass.GetHWProcessingRDC())
+    , m_id(tunerClass.GetGUID())
+    , m_name(tunerClass.GetName())
+    , m_description(tunerClass.GetDescription())
+    , m_rdc(tunerClass.GetRDC())
+    , m_cost(tunerClass.GetCostPenalty())
+    , m_children(std::in_place)
+{
+}
+
+TunerClassTreeItem::TunerClassTreeItem(const Tuner& tuner, const QString& tunerID)
+    : m_kind(Kind::Tuner), m_id(tunerID), m_name(tuner.GetTavikResource().GetDisplayName()), m_tuner(tuner)
+{
+}
+
+TunerClassTreeItem::~TunerClassTreeItem()
+{
+    // Level by level from a list: a deep tree would otherwise take the stack with it.
+    m_defaultChild.reset();
+    Items doomed = m_children ? std::move(*m_children) : Items();
+    while (!doomed.empty()) {
+        const ptrTunerClassTreeItem item = std::move(doomed.back());
+        doomed.pop_back();
+        if (item.use_count() > 1 || !item->m_children)
+            continue;
+        item->m_defaultChild.reset();
+        std::move(item->m_children->begin(), item->m_children->end(), std::back_inserter(doomed));
+        item->m_children->clear();
+    }
+}
+
+void TunerClassTreeItem::setName(const QString& name)
+{
+    m_name = name;
+    changed();
+}
+
+void TunerClassTreeItem::setDescription(const QString& description)
+{
+    m_description = description;
+}
+
+void TunerClassTreeItem::setRDC(const QString& rdc)
+{
+    m_rdc = rdc;
+}
+
+void TunerClassTreeItem::setCost(int cost)
+{
+    m_cost = cost;
+    changed();
+}
+
+void TunerClassTreeItem::setHWProcessing(bool hwProcessing)
+{
+    m_hwProcessing = hwProcessing;
+}
+
+const TunerClassTreeItem::Items& TunerClassTreeItem::getChildren() const noexcept
+{
+    static const Items none;
+    return m_children ? *m_children : none;
+}
+
+ptrTunerClassTreeItem TunerClassTreeItem::getChild(int index) const
+{
+    if (index < 0 || index >= getNumberOfChildren())
+        return {};
+    return getChildren()[static_cast<std::size_t>(index)];
+}
+
+int TunerClassTreeItem::getNumberOfTunerDescendants() const
+{
+    int count = 0;
+    walk([&count](const ptrTunerClassTreeItem& item) {
+        count += item->isTunerItem();
+        return true;
+    });
+    return count;
+}
+
+int TunerClassTreeItem::getTreeIndex() const
+{
+    const ptrTunerClassTreeItem parent = getParent();
+    return parent ? static_cast<int>(m_place - parent->m_firstPlace) : 0;
+}
+
+int TunerClassTreeItem::getDepth() const
+{
+    int depth = 0;
+    for (ptrTunerClassTreeItem item = getParent(); item; item = item->getParent())
+        ++depth;
+    return depth;
+}
+
+int TunerClassTreeItem::getPathCost() const
+{
+    qint64 cost = m_cost;
+    for (ptrTunerClassTreeItem item = getParent(); item; item = item->getParent())
+        cost += item->m_cost;
+    return static_cast<int>(
+        qBound<qint64>(std::numeric_limits<int>::min(), cost, std::numeric_limits<int>::max()));
+}
+
+bool TunerClassTreeItem::isDefaultChild() const
+{
+    const ptrTunerClassTreeItem parent = getParent();
+    return parent && parent->m_defaultChild.get() == this;
+}
+
+void TunerClassTreeItem::makeDefaultChild()
+{
+    if (const ptrTunerClassTreeItem parent = getParent())
+        parent->m_defaultChild = shared_from_this();
+}
+
+ptrTunerClassTreeItem TunerClassTreeItem::getDefaultTuner() const
+{
+    const ptrTunerClassTreeItem* item = &m_defaultChild;
+    while (*item && (*item)->isClassItem())
+        item = &(*item)->m_defaultChild;
+    return *item;
+}
+
+bool TunerClassTreeItem::setParent(const ptrTunerClassTreeItem& newParent)
+{
+    const ptrTunerClassTreeItem self = weak_from_this().lock();
+    if (!self || isRootItem() || !newParent || newParent->isTunerItem())
+        return false;
+    const ptrTunerClassTreeItem oldParent = getParent();
+    if (newParent == oldParent || newParent == self || newParent->isBelow(*this))
+        return false;
+
+    const int oldIndex = getTreeIndex();
+    newParent->insertChild(self);
+    m_parent = newParent;
+    if (newParent->getNumberOfChildren() == 1 && newParent->m_id != rootID())
+        newParent->m_defaultChild = self;
+    if (oldParent)
+        oldParent->deleteChildInternal(oldIndex, true);
+    joinTree(newParent->m_changes);
+    changed();
+    return true;
+}
+
+ptrTunerClassTreeItem TunerClassTreeItem::addChild(const QString& name, const QString& description)
+{
+    TunerClass tunerClass;
+    tunerClass.SetGUID(QUuid::createUuid().toString());
+    tunerClass.SetName(name);
+    tunerClass.SetDescription(description);
+    auto child = std::make_shared<TunerClassTreeItem>(tunerClass);
+    return child->setParent(weak_from_this().lock()) ? child : ptrTunerClassTreeItem();
+}
+
+bool TunerClassTreeItem::deleteChild(int index)
+{
+    return deleteChildInternal(index, false);
+}
+
+TunerClassTreeItem::Items TunerClassTreeItem::getTunerDescendants() const
+{
+    Items tuners;
+    walk([&tuners](const ptrTunerClassTreeItem& item) {
+        if (item->isTunerItem())
+            tuners.push_back(item);
+        return true;
+    });
+    return tuners;
+}
+
+ptrTunerClassTreeItem TunerClassTreeItem::findDescendantRecursive(const Predicate& predicate) const
+{
+    std::vector<ptrTunerClassTreeItem> items;
+    walk([&items](const ptrTunerClassTreeItem& item) {
+        items.push_back(item);
+        return true;
+    });
+    const auto match =
+        predicate ? std::find_if(items.begin(), items.end(), std::cref(predicate)) : items.end();
+    return match != items.end() ? *match : ptrTunerClassTreeItem();
+}
+
+ptrTunerClassTreeItem TunerClassTreeItem::findDescendantRecursive(const QString& id) const
+{
+    ptrTunerClassTreeItem match;
+    walk([&match, &id](const ptrTunerClassTreeItem& item) {
+        if (item->m_id == id)
+            match = item;
+        return !match;
+    });
+    return match;
+}
+
+void TunerClassTreeItem::applyToAllDescendants(const Visitor& visitor) const
+{
+    if (!visitor)
+        return;
+    findDescendantRecursive([&visitor](const ptrTunerClassTreeItem& item) {
+        visitor(item);
+        return false;
+    });
+}
+
+TunerClass TunerClassTreeItem::toTunerClass() const
+{
+    TunerClass record;
+    record.SetGUID(m_id);
+    record.SetName(m_name);
+    record.SetDescription(m_description);
+    record.SetRDC(m_rdc);
+    record.SetCostPenalty(m_cost);
+    record.SetHWProcessingRDC(m_hwProcessing);
+    const ptrTunerClassTreeItem parent = getParent();
+    if (parent && !parent->isRootItem())
+        record.SetSuperclassGUID(parent->m_id);
+    if (m_defaultChild)
+        record.SetDefaultChild(m_defaultChild->m_id);
+    record.EditTunerID().reserve(m_tunerChildren);
+    for (int i = m_tunerChildren - 1; i >= 0; --i)
+        record.EditTunerID().append(getChildren()[static_cast<std::size_t>(i)]->m_id);
+    return record;
+}
+
+void TunerClassTreeItem::addSubtreeXmlData(TunerClassOverview& overview) const
+{
+    walkClasses([&overview](const ptrTunerClassTreeItem& item) {
+        overview.EditTunerClass().append(item->toTunerClass());
+        return true;
+    });
+}
+
+bool TunerClassTreeItem::isBelow(const TunerClassTreeItem& ancestor) const
+{
+    if (ancestor.getChildren().empty())
+        return false;
+    ptrTunerClassTreeItem item = getParent();
+    while (item && item.get() != &ancestor)
+        item = item->getParent();
+    return item != nullptr;
+}
+
+void TunerClassTreeItem::changed() const
+{
+    if (m_changes)
+        ++m_changes->revision;
+}
+
+/// Makes this item, with all below it, part of another tree, or of none.
+void TunerClassTreeItem::joinTree(const std::shared_ptr<Changes>& changes)
+{
+    if (m_changes == changes)
+        return;
+    for (const auto& tree : {m_changes, changes}) {
+        if (tree) {
+            ++tree->revision;
+            ++tree->members;
+        }
+    }
+    m_changes = changes;
+    walk([&changes](const ptrTunerClassTreeItem& item) {
+        item->m_changes = changes;
+        return true;
+    });
+}
+
+void TunerClassTreeItem::insertChild(const ptrTunerClassTreeItem& child)
+{
+    if (child->isTunerItem()) {
+        m_children->push_front(child);
+        child->m_place = --m_firstPlace;
+        ++m_tunerChildren;
+    } else {
+        child->m_place = m_firstPlace + getNumberOfChildren();
+        m_children->push_back(child);
+    }
+}
+
+void TunerClassTreeItem::takeOutChild(int index)
+{
+    Items& children = *m_children;
+    const auto position = children.begin() + index;
+    m_tunerChildren -= (*position)->isTunerItem();
+    // The shorter side closes up.
+    if (index < getNumberOfChildren() / 2) {
+        std::for_each(children.begin(), position, [](const auto& item) { ++item->m_place; });
+        ++m_firstPlace;
+    } else {
+        std::for_each(position + 1, children.end(), [](const auto& item) { --item->m_place; });
+    }
+    children.erase(position);
+}
+
+bool TunerClassTreeItem::deleteChildInternal(int index, bool keepItem)
+{
+    const ptrTunerClassTreeItem child = getChild(index);
+    if (!child)
+        return false;
+    // Not simply the next child: it is meant to be as simple as this.
+    if (getNumberOfChildren() >= 2 && m_defaultChild == child)
+        m_defaultChild = getChild(index == 0 ? 1 : 0);
+    if (!keepItem)
+        moveUpTuners(*child);
+    takeOutChild(child->getTreeIndex());
+    if (m_defaultChild == child)
+        m_defaultChild = getChild(0);
+    if (!keepItem) {
+        child->m_parent.reset();
+        child->joinTree(nullptr);
+    }
+    return true;
+}
+
+/// Empties a child; the tuners that were anywhere below it become children of this item.
+void TunerClassTreeItem::moveUpTuners(TunerClassTreeItem& removed)
+{
+    for (const ptrTunerClassTreeItem& tuner : removed.dissolve()) {
+        insertChild(tuner);
+        tuner->m_parent = weak_from_this();
+    }
+    changed();
+}
+
+/// Takes everything out of this class and the classes below it, and the latter out of the tree. Returns the
+/// tuners in the order in which they would be children of this class had the classes below it been deleted
+/// one after the other, the deepest first: with every level that they come up their order is turned round.
+TunerClassTreeItem::Items TunerClassTreeItem::dissolve()
+{
+    struct Task
+    {
+        ptrTunerClassTreeItem item;
+        bool forwards;
+        bool own; ///< only the item's own tuners
+    };
+    Items tuners;
+    std::vector<Task> tasks{{shared_from_this(), true, false}};
+    while (!tasks.empty()) {
+        const Task task = std::move(tasks.back());
+        tasks.pop_back();
+        TunerClassTreeItem& item = *task.item;
+        const Items& children = item.getChildren();
+        const auto firstClass = children.begin() + item.m_tunerChildren;
+        if (task.own) {
+            if (task.forwards)
+                tuners.insert(tuners.end(), children.begin(), firstClass);
+            else
+                tuners.insert(tuners.end(), std::make_reverse_iterator(firstClass), children.rend());
+            item.m_defaultChild.reset();
+            item.m_tunerChildren = 0;
+            if (item.m_children)
+                item.m_children->clear();
+            if (&item != this) {
+                item.m_parent.reset();
+                item.m_changes.reset();
+            }
+        } else if (task.forwards) {
+            // The last task runs first.
+            tasks.push_back({task.item, true, true});
+            for (auto child = firstClass; child != children.end(); ++child)
+                tasks.push_back({*child, false, false});
+        } else {
+            for (auto child = children.end(); child != firstClass; --child)
+                tasks.push_back({*std::prev(child), true, false});
+            tasks.push_back({task.item, false, true});
+        }
+    }
+    return tuners;
+}
+
+} // namespace Kolta
