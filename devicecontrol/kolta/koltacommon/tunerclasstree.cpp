@@ -1,10 +1,13 @@
 #include <koltacommon/tunerclasstree.h>
 
 #include <koltacommon/defaulttunerhierarchy.h>
+#include <koltacommon/idtable.h>
 #include <koltacommon/tunerclasstreebuilder.h>
 #include <koltacommon/tuneridgetter.h>
 
 #include <resourcemodel/demandclasses.h>
+
+#include <QHash>
 
 #include <algorithm>
 #include <limits>
@@ -23,7 +26,10 @@ struct TunerClassTree::ItemIndex
     quint64 revision = 0;
     quint64 members = 0;
     bool unique = true; ///< no ID occurs twice, so that moves within the tree change nothing here
-    QHash<QString, TunerClassTreeItem*> items;
+    std::vector<TunerClassTreeItem*> items; ///< depth-first
+    IdTable places;                         ///< in items
+
+    const QString& idAt(int place) const { return items[static_cast<std::size_t>(place)]->getID(); }
 };
 
 /// Where the tuners of the resource overview are. Tuners are named by their position in the overview; the
@@ -48,13 +54,18 @@ struct TunerClassTree::PlaceIndex
         int range; ///< to be closed when the level is done; `none` for further classes of one name
     };
 
-    void readOverview(const QVector<Tuner>& tuners, const TunerClassOverview& tunerClasses);
+    explicit PlaceIndex(const TunerClassTree& tree);
+    const QString& idAt(int position) const
+    {
+        return TunerIdGetter::idOf(tunerClasses, *places[static_cast<std::size_t>(position)].tuner);
+    }
     void readTree(const TunerClassTreeItem& root);
     void enter(const TunerClassTreeItem& item, const Level& parent, std::vector<Level>& levels);
     ptrTunerPlaces makeList(const Range& range);
 
+    const TunerClassOverview& tunerClasses; ///< the tree's own
     quint64 revision = 0;
-    QHash<QString, int> firstByID;
+    IdTable firstByID;
     std::vector<int> nextOfID;      ///< the next tuner with the same ID
     std::vector<TunerPlace> places; ///< `item` is null for what is not in the tree
 
@@ -66,24 +77,25 @@ struct TunerClassTree::PlaceIndex
     std::vector<char> marked; ///< all false between uses
 };
 
-void TunerClassTree::PlaceIndex::readOverview(const QVector<Tuner>& tuners,
-                                              const TunerClassOverview& tunerClasses)
+TunerClassTree::PlaceIndex::PlaceIndex(const TunerClassTree& tree) : tunerClasses(tree.m_tunerClasses)
 {
+    const QVector<Tuner>& tuners = tree.m_resources.GetTuner();
     const auto count = static_cast<std::size_t>(tuners.size());
-    firstByID.reserve(tuners.size());
+    firstByID = IdTable(tuners.size());
     nextOfID.assign(count, none);
     places.resize(count);
     marked.assign(count, false);
-    // From the back, so that each chain of equal IDs begins with the first.
-    for (int i = tuners.size() - 1; i >= 0; --i) {
+    std::vector<int> lastOfID(count, none); // by the first of the same ID
+    for (int i = 0; i < tuners.size(); ++i) {
         const auto position = static_cast<std::size_t>(i);
         places[position] = {&tuners.at(i), nullptr, 0, 0};
-        const QString id = TunerIdGetter::resolveId(tunerClasses, tuners.at(i), nullptr);
-        if (id.isEmpty())
+        if (idAt(i).isEmpty())
             continue;
-        int& first = *firstByID.insert(id, firstByID.value(id, none));
-        nextOfID[position] = first;
-        first = i;
+        const auto first = static_cast<std::size_t>(
+            firstByID.insert(i, [this](int place) -> const QString& { return idAt(place); }));
+        if (first != position)
+            nextOfID[static_cast<std::size_t>(lastOfID[first])] = i;
+        lastOfID[first] = i;
     }
 }
 
@@ -116,7 +128,7 @@ void TunerClassTree::PlaceIndex::enter(const TunerClassTreeItem& item, const Lev
 {
     const qint64 cost = parent.cost + item.getCost();
     const int depth = parent.depth + 1;
-    const int first = firstByID.value(item.getID(), none);
+    const int first = firstByID.find(item.getID(), [this](int i) -> const QString& { return idAt(i); });
     for (int i = first; i != none && !places[static_cast<std::size_t>(i)].item;) {
         TunerPlace& place = places[static_cast<std::size_t>(i)];
         place.item = &item;
@@ -142,25 +154,29 @@ void TunerClassTree::PlaceIndex::enter(const TunerClassTreeItem& item, const Lev
 /// The tuners of a range in the order of the overview.
 ptrTunerPlaces TunerClassTree::PlaceIndex::makeList(const Range& range)
 {
-    int lowest = std::numeric_limits<int>::max();
-    int highest = none;
-    int count = 0;
+    std::vector<int> positions;
+    positions.reserve(static_cast<std::size_t>(range.end - range.begin));
     for (auto first = tour.begin() + range.begin; first != tour.begin() + range.end; ++first) {
         for (int i = *first; i != none && !marked[static_cast<std::size_t>(i)];) {
             marked[static_cast<std::size_t>(i)] = true;
-            lowest = std::min(lowest, i);
-            highest = std::max(highest, i);
-            ++count;
+            positions.push_back(i);
             i = nextOfID[static_cast<std::size_t>(i)];
         }
     }
     auto list = std::make_shared<std::vector<TunerPlace>>();
-    list->reserve(static_cast<std::size_t>(count));
-    for (int i = lowest; i <= highest; ++i) {
-        const auto position = static_cast<std::size_t>(i);
-        if (marked[position])
-            list->push_back(places[position]);
-        marked[position] = false;
+    list->reserve(positions.size());
+    if (positions.size() < places.size() / 16) {
+        std::sort(positions.begin(), positions.end());
+        for (const int position : positions) {
+            list->push_back(places[static_cast<std::size_t>(position)]);
+            marked[static_cast<std::size_t>(position)] = false;
+        }
+    } else {
+        for (std::size_t position = 0; position < places.size(); ++position) {
+            if (marked[position])
+                list->push_back(places[position]);
+            marked[position] = false;
+        }
     }
     return list;
 }
@@ -176,7 +192,7 @@ TunerClassTree::~TunerClassTree() = default;
 void TunerClassTree::initTree()
 {
     if (m_root)
-        m_firstRevision += m_root->m_changes->revision + 1;
+        m_firstRevision += m_root->m_class->changes->revision + 1;
     m_itemIndex.reset();
     m_placeIndex.reset();
     m_root = TunerClassTreeBuilder(m_tunerClasses, m_resources).build();
@@ -208,10 +224,10 @@ const TunerClassOverview& TunerClassTree::getOriginalTunerClassOverview() const 
 
 ptrTunerClassTreeItem TunerClassTree::findItemByID(const QString& id) const
 {
-    const auto& items = itemIndex().items;
-    const auto match = items.constFind(id);
-    if (match != items.constEnd())
-        return (*match)->shared_from_this();
+    const ItemIndex& index = itemIndex();
+    const int place = index.places.find(id, [&index](int i) -> const QString& { return index.idAt(i); });
+    if (place != IdTable::none)
+        return index.items[static_cast<std::size_t>(place)]->shared_from_this();
     return id == m_root->getID() ? m_root : ptrTunerClassTreeItem();
 }
 
@@ -323,12 +339,12 @@ QString TunerClassTree::resolveTunerID(const Tuner& tuner) const
 
 quint64 TunerClassTree::revision() const noexcept
 {
-    return m_firstRevision + m_root->m_changes->revision;
+    return m_firstRevision + m_root->m_class->changes->revision;
 }
 
 const TunerClassTree::ItemIndex& TunerClassTree::itemIndex() const
 {
-    const TunerClassTreeItem::Changes& now = *m_root->m_changes;
+    const TunerClassTreeItem::Changes& now = *m_root->m_class->changes;
     if (m_itemIndex && m_itemIndex->members == now.members &&
         (m_itemIndex->unique || m_itemIndex->revision == now.revision)) {
         return *m_itemIndex;
@@ -336,25 +352,26 @@ const TunerClassTree::ItemIndex& TunerClassTree::itemIndex() const
     auto index = std::make_unique<ItemIndex>();
     index->revision = now.revision;
     index->members = now.members;
-    index->items.reserve(m_resources.GetTuner().size() + m_tunerClasses.GetTunerClass().size());
     m_root->walk([&index](const ptrTunerClassTreeItem& item) {
-        TunerClassTreeItem*& entry = index->items[item->getID()];
-        index->unique = index->unique && !entry;
-        if (!entry)
-            entry = item.get();
+        index->items.push_back(item.get());
         return true;
     });
+    index->places = IdTable(static_cast<int>(index->items.size()));
+    for (int i = 0; i < static_cast<int>(index->items.size()); ++i) {
+        const int first =
+            index->places.insert(i, [&index](int place) -> const QString& { return index->idAt(place); });
+        index->unique = index->unique && first == i;
+    }
     m_itemIndex = std::move(index);
     return *m_itemIndex;
 }
 
 TunerClassTree::PlaceIndex& TunerClassTree::placeIndex() const
 {
-    const quint64 now = m_root->m_changes->revision;
+    const quint64 now = m_root->m_class->changes->revision;
     const bool known = m_placeIndex != nullptr;
     if (!known) {
-        m_placeIndex = std::make_unique<PlaceIndex>();
-        m_placeIndex->readOverview(m_resources.GetTuner(), m_tunerClasses);
+        m_placeIndex = std::make_unique<PlaceIndex>(*this);
     }
     if (!known || m_placeIndex->revision != now) {
         m_placeIndex->revision = now;

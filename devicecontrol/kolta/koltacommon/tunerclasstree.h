@@ -4,7 +4,6 @@
 
 #include <resourcemodel/tunerclasses.h>
 
-#include <QHash>
 #include <QString>
 #include <QVector>
 
@@ -64,8 +63,9 @@ public:
     /// Replaces the classes of the held overview by default classes made from the tuners' types and
     /// bandwidths (see makeDefaultTunerClasses()), and builds the tree anew.
     void createDefaultHierarchy(const QVector<RESOURCEMANAGEMENT::ResourceDemandClass>& demandClasses);
-    /// The held overview with the classes of the tree as it is now. A tree built from it is equal, save the
-    /// order of tuners that were moved to the root by hand.
+    /// The held overview with the classes of the tree as it is now. A tree built from it is equal save
+    /// for the tuners below the root (their order, and those that were deleted, come back from the resources)
+    /// and the root's default child.
     RESOURCEMANAGEMENT::TunerClassOverview createOverview() const;
 
     /// The tuner class overview that the tree was built from.

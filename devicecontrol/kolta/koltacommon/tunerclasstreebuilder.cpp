@@ -9,7 +9,6 @@
 namespace Kolta {
 
 using RESOURCEMANAGEMENT::ResourceOverview;
-using RESOURCEMANAGEMENT::Tuner;
 using RESOURCEMANAGEMENT::TunerClass;
 using RESOURCEMANAGEMENT::TunerClassOverview;
 
@@ -24,10 +23,11 @@ ptrTunerClassTreeItem TunerClassTreeBuilder::build()
     const int size = 1 + m_tuners.size() + m_tunerClasses.GetTunerClass().size();
     m_items.reserve(static_cast<std::size_t>(size));
     m_nodes.reserve(static_cast<std::size_t>(size));
-    m_places.reserve(size);
+    m_places = IdTable(size);
 
     m_items.push_back(std::make_shared<TunerClassTreeItem>(TunerClassTreeItem::RootItemType()));
     m_nodes.emplace_back();
+    m_children.emplace_back();
     addTuners();
     addClasses();
     nestClasses();
@@ -38,10 +38,10 @@ ptrTunerClassTreeItem TunerClassTreeBuilder::build()
 
 void TunerClassTreeBuilder::addTuners()
 {
-    for (const Tuner& tuner : m_tuners) {
-        const QString id = TunerIdGetter::resolveId(m_tunerClasses, tuner, nullptr);
+    for (int i = 0; i < m_tuners.size(); ++i) {
+        const QString& id = TunerIdGetter::idOf(m_tunerClasses, m_tuners.at(i));
         if (!id.isEmpty())
-            add(std::make_shared<TunerClassTreeItem>(tuner, id));
+            add(std::make_shared<TunerClassTreeItem>(m_tuners, i, id));
     }
     m_firstClass = static_cast<int>(m_items.size());
 }
@@ -50,6 +50,7 @@ void TunerClassTreeBuilder::addClasses()
 {
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
         const int place = static_cast<int>(m_items.size());
+        m_children.emplace_back();
         add(std::make_shared<TunerClassTreeItem>(tunerClass));
         for (const QString& id : tunerClass.GetTunerID())
             attach(find(id), place);
@@ -61,7 +62,7 @@ void TunerClassTreeBuilder::nestClasses()
     int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
         const int superclass = find(tunerClass.GetSuperclassGUID());
-        if (superclass >= m_firstClass)
+        if (superclass != none && !isTuner(superclass))
             attach(place, superclass);
         ++place;
     }
@@ -72,94 +73,99 @@ void TunerClassTreeBuilder::chooseDefaultChildren()
     int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
         const int child = find(tunerClass.GetDefaultChild());
-        if (child != none && m_nodes[static_cast<std::size_t>(child)].parent == place)
-            m_nodes[static_cast<std::size_t>(place)].defaultChild = child;
+        if (child != none && nodeOf(child).parent == place)
+            childrenOf(place).byDefault = child;
         ++place;
     }
 }
 
 void TunerClassTreeBuilder::makeItems()
 {
-    for (std::size_t place = 0; place < m_items.size(); ++place) {
-        const Node& node = m_nodes[place];
-        TunerClassTreeItem& item = *m_items[place];
-        item.m_changes = m_items[root]->m_changes;
-        for (int child = node.firstChild; child != none;) {
-            const ptrTunerClassTreeItem& childItem = m_items[static_cast<std::size_t>(child)];
-            childItem->m_parent = m_items[place];
-            childItem->m_place = item.getNumberOfChildren();
-            item.m_tunerChildren += childItem->isTunerItem();
-            item.m_children->push_back(childItem);
-            child = m_nodes[static_cast<std::size_t>(child)].next;
+    for (int place = 0; place < static_cast<int>(m_items.size()); ++place) {
+        if (isTuner(place))
+            continue;
+        const ptrTunerClassTreeItem& item = itemAt(place);
+        TunerClassTreeItem::ClassPart& part = *item->m_class;
+        part.changes = itemAt(root)->m_class->changes;
+        const Children& children = childrenOf(place);
+        for (int i = children.first; i != none; i = nodeOf(i).next) {
+            const ptrTunerClassTreeItem& child = itemAt(i);
+            child->m_parent = item;
+            child->m_place = static_cast<qint64>(part.children.size());
+            part.tunerChildren += isTuner(i);
+            part.children.push_back(child);
         }
-        if (node.defaultChild != none)
-            item.m_defaultChild = m_items[static_cast<std::size_t>(node.defaultChild)];
+        if (children.byDefault != none)
+            part.defaultChild = itemAt(children.byDefault);
     }
 }
 
 /// Enters an item below the root.
-void TunerClassTreeBuilder::add(const ptrTunerClassTreeItem& item)
+void TunerClassTreeBuilder::add(ptrTunerClassTreeItem item)
 {
     const int place = static_cast<int>(m_items.size());
-    m_items.push_back(item);
+    m_items.push_back(std::move(item));
     m_nodes.emplace_back();
     link(place, root);
-    const QString& id = item->getID();
-    if (!id.isEmpty() && !m_places.contains(id))
-        m_places.insert(id, place);
+    if (!itemAt(place)->getID().isEmpty())
+        m_places.insert(place, [this](int i) -> const QString& { return itemAt(i)->getID(); });
 }
 
 /// The first item so far with that ID, tuners before classes.
 int TunerClassTreeBuilder::find(const QString& id) const
 {
-    return m_places.value(id, none);
+    return m_places.find(id, [this](int i) -> const QString& { return itemAt(i)->getID(); });
 }
 
 /// Moves an item below another; what makes no sense is passed over.
 void TunerClassTreeBuilder::attach(int item, int parent)
 {
-    if (item == none || item == parent || m_nodes[static_cast<std::size_t>(item)].parent == parent ||
-        isBelow(parent, item)) {
+    if (item == none || item == parent || nodeOf(item).parent == parent || isBelow(parent, item))
         return;
-    }
     unlink(item);
     link(item, parent);
 }
 
 void TunerClassTreeBuilder::link(int item, int parent)
 {
-    Node& node = m_nodes[static_cast<std::size_t>(item)];
-    Node& above = m_nodes[static_cast<std::size_t>(parent)];
-    const bool isTuner = m_items[static_cast<std::size_t>(item)]->isTunerItem();
+    Node& node = nodeOf(item);
+    Children& siblings = childrenOf(parent);
+    if (siblings.first == none && itemAt(parent)->getID() != QLatin1String("root"))
+        siblings.byDefault = item;
     node.parent = parent;
-    node.previous = isTuner ? none : above.lastChild;
-    node.next = isTuner ? above.firstChild : none;
-    (node.previous == none ? above.firstChild : m_nodes[static_cast<std::size_t>(node.previous)].next) = item;
-    (node.next == none ? above.lastChild : m_nodes[static_cast<std::size_t>(node.next)].previous) = item;
-    if (++above.children == 1 && m_items[static_cast<std::size_t>(parent)]->getID() != QLatin1String("root"))
-        above.defaultChild = item;
+    if (isTuner(item)) {
+        node.previous = none;
+        node.next = std::exchange(siblings.first, item);
+        (node.next == none ? siblings.last : nodeOf(node.next).previous) = item;
+    } else {
+        node.next = none;
+        node.previous = std::exchange(siblings.last, item);
+        (node.previous == none ? siblings.first : nodeOf(node.previous).next) = item;
+    }
 }
 
 void TunerClassTreeBuilder::unlink(int item)
 {
-    const Node& node = m_nodes[static_cast<std::size_t>(item)];
-    Node& above = m_nodes[static_cast<std::size_t>(node.parent)];
+    const Node& node = nodeOf(item);
+    Children& siblings = childrenOf(node.parent);
     // The same rule as in TunerClassTreeItem::deleteChildInternal().
-    if (above.defaultChild == item)
-        above.defaultChild = above.firstChild == item ? node.next : above.firstChild;
-    (node.previous == none ? above.firstChild : m_nodes[static_cast<std::size_t>(node.previous)].next) =
-        node.next;
-    (node.next == none ? above.lastChild : m_nodes[static_cast<std::size_t>(node.next)].previous) =
-        node.previous;
-    --above.children;
+    if (siblings.byDefault == item)
+        siblings.byDefault = siblings.first == item ? node.next : siblings.first;
+    (node.previous == none ? siblings.first : nodeOf(node.previous).next) = node.next;
+    (node.next == none ? siblings.last : nodeOf(node.next).previous) = node.previous;
 }
 
-bool TunerClassTreeBuilder::isBelow(int item, int ancestor) const
+TunerClassTreeBuilder::Children& TunerClassTreeBuilder::childrenOf(int classItem)
 {
-    if (m_nodes[static_cast<std::size_t>(ancestor)].children == 0)
+    return m_children[static_cast<std::size_t>(classItem == root ? 0 : 1 + classItem - m_firstClass)];
+}
+
+bool TunerClassTreeBuilder::isBelow(int item, int ancestor)
+{
+    if (isTuner(ancestor) || childrenOf(ancestor).first == none)
         return false;
     while (item != none && item != ancestor)
-        item = m_nodes[static_cast<std::size_t>(item)].parent;
+        item = nodeOf(item).parent;
     return item != none;
 }
 

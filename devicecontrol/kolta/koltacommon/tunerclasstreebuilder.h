@@ -1,11 +1,12 @@
 #pragma once
 
+#include <koltacommon/idtable.h>
 #include <koltacommon/tunerclasstreeitem.h>
 
-#include <QHash>
 #include <QString>
 #include <QVector>
 
+#include <limits>
 #include <vector>
 
 namespace Kolta {
@@ -25,16 +26,19 @@ private:
     static constexpr int none = -1;
     static constexpr int root = 0; ///< its place in m_items and m_nodes
 
-    /// Where an item stands: indices into m_items.
+    /// Where an item stands: places in m_items.
     struct Node
     {
         int parent = none;
         int previous = none; ///< among the parent's children
         int next = none;
-        int firstChild = none;
-        int lastChild = none;
-        int children = 0;
-        int defaultChild = none;
+    };
+    /// What stands below a class.
+    struct Children
+    {
+        int first = none;
+        int last = none;
+        int byDefault = none;
     };
 
     void addTuners();
@@ -42,19 +46,24 @@ private:
     void nestClasses();
     void chooseDefaultChildren();
     void makeItems();
-    void add(const ptrTunerClassTreeItem& item);
+    void add(ptrTunerClassTreeItem item);
     int find(const QString& id) const;
     void attach(int item, int parent);
     void link(int item, int parent);
     void unlink(int item);
-    bool isBelow(int item, int ancestor) const;
+    Node& nodeOf(int item) { return m_nodes[static_cast<std::size_t>(item)]; }
+    const ptrTunerClassTreeItem& itemAt(int item) const { return m_items[static_cast<std::size_t>(item)]; }
+    Children& childrenOf(int classItem);
+    bool isTuner(int item) const { return item != root && item < m_firstClass; }
+    bool isBelow(int item, int ancestor);
 
     const RESOURCEMANAGEMENT::TunerClassOverview& m_tunerClasses;
     const QVector<RESOURCEMANAGEMENT::Tuner>& m_tuners;
     std::vector<ptrTunerClassTreeItem> m_items; ///< root, tuners, classes, each in the overview's order
     std::vector<Node> m_nodes;                  ///< by place in m_items
-    QHash<QString, int> m_places;               ///< of the first item with an ID; the root has none
-    int m_firstClass = none;
+    std::vector<Children> m_children;           ///< of the root, then of the classes
+    IdTable m_places;                           ///< in m_items; the root has none
+    int m_firstClass = std::numeric_limits<int>::max();
 };
 
 } // namespace Kolta

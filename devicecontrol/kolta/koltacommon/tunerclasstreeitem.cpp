@@ -27,61 +27,73 @@ const QString& rootID()
 } // namespace
 
 TunerClassTreeItem::TunerClassTreeItem(RootItemType)
-    : m_kind(Kind::Root)
-    , m_id(rootID())
-    , m_name(rootID())
-    , m_children(std::in_place)
-    , m_changes(std::make_shared<Changes>())
+    : m_kind(Kind::Root), m_id(rootID()), m_name(rootID()), m_class(std::make_unique<ClassPart>())
 {
+    m_class->changes = std::make_shared<Changes>();
 }
 
 TunerClassTreeItem::TunerClassTreeItem(const TunerClass& tunerClass)
     : m_kind(Kind::Class)
-    , m_hwProcessing(tunerClass.GetHWProcessingRDC())
+    , m_cost(tunerClass.GetCostPenalty())
     , m_id(tunerClass.GetGUID())
     , m_name(tunerClass.GetName())
-    , m_description(tunerClass.GetDescription())
-    , m_rdc(tunerClass.GetRDC())
-    , m_cost(tunerClass.GetCostPenalty())
-    , m_children(std::in_place)
+    , m_class(std::make_unique<ClassPart>())
 {
+    m_class->description = tunerClass.GetDescription();
+    m_class->rdc = tunerClass.GetRDC();
+    m_class->hwProcessing = tunerClass.GetHWProcessingRDC();
 }
 
 TunerClassTreeItem::TunerClassTreeItem(const Tuner& tuner, const QString& tunerID)
-    : m_kind(Kind::Tuner), m_id(tunerID), m_name(tuner.GetTavikResource().GetDisplayName()), m_tuner(tuner)
+    : TunerClassTreeItem(QVector<Tuner>{tuner}, 0, tunerID)
+{
+}
+
+TunerClassTreeItem::TunerClassTreeItem(const QVector<Tuner>& tuners, int index, const QString& tunerID)
+    : m_kind(Kind::Tuner), m_id(tunerID), m_tuners(tuners), m_tunerIndex(index)
 {
 }
 
 TunerClassTreeItem::~TunerClassTreeItem()
 {
+    if (!m_class)
+        return;
     // Level by level from a list: a deep tree would otherwise take the stack with it.
-    m_defaultChild.reset();
-    Items doomed = m_children ? std::move(*m_children) : Items();
+    m_class->defaultChild.reset();
+    Items doomed = std::move(m_class->children);
     while (!doomed.empty()) {
         const ptrTunerClassTreeItem item = std::move(doomed.back());
         doomed.pop_back();
-        if (item.use_count() > 1 || !item->m_children)
+        if (item.use_count() > 1 || !item->m_class)
             continue;
-        item->m_defaultChild.reset();
-        std::move(item->m_children->begin(), item->m_children->end(), std::back_inserter(doomed));
-        item->m_children->clear();
+        item->m_class->defaultChild.reset();
+        Items& children = item->m_class->children;
+        std::move(children.begin(), children.end(), std::back_inserter(doomed));
+        children.clear();
     }
+}
+
+const QString& TunerClassTreeItem::getName() const noexcept
+{
+    return m_name.isNull() && isTunerItem() ? getTuner().GetTavikResource().GetDisplayName() : m_name;
 }
 
 void TunerClassTreeItem::setName(const QString& name)
 {
-    m_name = name;
+    m_name = name.isNull() ? QLatin1String("") : name;
     changed();
 }
 
 void TunerClassTreeItem::setDescription(const QString& description)
 {
-    m_description = description;
+    if (m_class)
+        m_class->description = description;
 }
 
 void TunerClassTreeItem::setRDC(const QString& rdc)
 {
-    m_rdc = rdc;
+    if (m_class)
+        m_class->rdc = rdc;
 }
 
 void TunerClassTreeItem::setCost(int cost)
@@ -92,13 +104,14 @@ void TunerClassTreeItem::setCost(int cost)
 
 void TunerClassTreeItem::setHWProcessing(bool hwProcessing)
 {
-    m_hwProcessing = hwProcessing;
+    if (m_class)
+        m_class->hwProcessing = hwProcessing;
 }
 
-const TunerClassTreeItem::Items& TunerClassTreeItem::getChildren() const noexcept
+const Tuner& TunerClassTreeItem::getTuner() const noexcept
 {
-    static const Items none;
-    return m_children ? *m_children : none;
+    static const Tuner none;
+    return m_tuners.isEmpty() ? none : m_tuners.at(m_tunerIndex);
 }
 
 ptrTunerClassTreeItem TunerClassTreeItem::getChild(int index) const
@@ -121,7 +134,7 @@ int TunerClassTreeItem::getNumberOfTunerDescendants() const
 int TunerClassTreeItem::getTreeIndex() const
 {
     const ptrTunerClassTreeItem parent = getParent();
-    return parent ? static_cast<int>(m_place - parent->m_firstPlace) : 0;
+    return parent ? static_cast<int>(m_place - parent->m_class->firstPlace) : 0;
 }
 
 int TunerClassTreeItem::getDepth() const
@@ -144,20 +157,20 @@ int TunerClassTreeItem::getPathCost() const
 bool TunerClassTreeItem::isDefaultChild() const
 {
     const ptrTunerClassTreeItem parent = getParent();
-    return parent && parent->m_defaultChild.get() == this;
+    return parent && parent->m_class->defaultChild.get() == this;
 }
 
 void TunerClassTreeItem::makeDefaultChild()
 {
     if (const ptrTunerClassTreeItem parent = getParent())
-        parent->m_defaultChild = shared_from_this();
+        parent->m_class->defaultChild = shared_from_this();
 }
 
 ptrTunerClassTreeItem TunerClassTreeItem::getDefaultTuner() const
 {
-    const ptrTunerClassTreeItem* item = &m_defaultChild;
+    const ptrTunerClassTreeItem* item = &getDefaultChild();
     while (*item && (*item)->isClassItem())
-        item = &(*item)->m_defaultChild;
+        item = &(*item)->m_class->defaultChild;
     return *item;
 }
 
@@ -171,13 +184,14 @@ bool TunerClassTreeItem::setParent(const ptrTunerClassTreeItem& newParent)
         return false;
 
     const int oldIndex = getTreeIndex();
+    const auto oldTree = tree();
     newParent->insertChild(self);
     m_parent = newParent;
     if (newParent->getNumberOfChildren() == 1 && newParent->m_id != rootID())
-        newParent->m_defaultChild = self;
+        newParent->m_class->defaultChild = self;
     if (oldParent)
         oldParent->deleteChildInternal(oldIndex, true);
-    joinTree(newParent->m_changes);
+    joinTree(oldTree, newParent->m_class->changes);
     changed();
     return true;
 }
@@ -245,18 +259,18 @@ TunerClass TunerClassTreeItem::toTunerClass() const
 {
     TunerClass record;
     record.SetGUID(m_id);
-    record.SetName(m_name);
-    record.SetDescription(m_description);
-    record.SetRDC(m_rdc);
+    record.SetName(getName());
+    record.SetDescription(getDescription());
+    record.SetRDC(getRDC());
     record.SetCostPenalty(m_cost);
-    record.SetHWProcessingRDC(m_hwProcessing);
+    record.SetHWProcessingRDC(getHWProcessing());
     const ptrTunerClassTreeItem parent = getParent();
     if (parent && !parent->isRootItem())
         record.SetSuperclassGUID(parent->m_id);
-    if (m_defaultChild)
-        record.SetDefaultChild(m_defaultChild->m_id);
-    record.EditTunerID().reserve(m_tunerChildren);
-    for (int i = m_tunerChildren - 1; i >= 0; --i)
+    if (getDefaultChild())
+        record.SetDefaultChild(getDefaultChild()->m_id);
+    record.EditTunerID().reserve(getNumberOfTunerChildren());
+    for (int i = getNumberOfTunerChildren() - 1; i >= 0; --i)
         record.EditTunerID().append(getChildren()[static_cast<std::size_t>(i)]->m_id);
     return record;
 }
@@ -269,6 +283,12 @@ void TunerClassTreeItem::addSubtreeXmlData(TunerClassOverview& overview) const
     });
 }
 
+const TunerClassTreeItem::ClassPart& TunerClassTreeItem::classPart() const noexcept
+{
+    static const ClassPart none;
+    return m_class ? *m_class : none;
+}
+
 bool TunerClassTreeItem::isBelow(const TunerClassTreeItem& ancestor) const
 {
     if (ancestor.getChildren().empty())
@@ -279,26 +299,35 @@ bool TunerClassTreeItem::isBelow(const TunerClassTreeItem& ancestor) const
     return item != nullptr;
 }
 
+std::shared_ptr<TunerClassTreeItem::Changes> TunerClassTreeItem::tree() const
+{
+    const ptrTunerClassTreeItem parent = m_class ? ptrTunerClassTreeItem() : getParent();
+    return parent ? parent->m_class->changes : classPart().changes;
+}
+
 void TunerClassTreeItem::changed() const
 {
-    if (m_changes)
-        ++m_changes->revision;
+    if (const auto changes = tree())
+        ++changes->revision;
 }
 
 /// Makes this item, with all below it, part of another tree, or of none.
-void TunerClassTreeItem::joinTree(const std::shared_ptr<Changes>& changes)
+void TunerClassTreeItem::joinTree(const std::shared_ptr<Changes>& oldTree,
+                                  const std::shared_ptr<Changes>& newTree)
 {
-    if (m_changes == changes)
+    if (oldTree == newTree)
         return;
-    for (const auto& tree : {m_changes, changes}) {
-        if (tree) {
-            ++tree->revision;
-            ++tree->members;
+    for (const auto& changes : {oldTree, newTree}) {
+        if (changes) {
+            ++changes->revision;
+            ++changes->members;
         }
     }
-    m_changes = changes;
-    walk([&changes](const ptrTunerClassTreeItem& item) {
-        item->m_changes = changes;
+    if (!m_class)
+        return;
+    m_class->changes = newTree;
+    walkClasses([&newTree](const ptrTunerClassTreeItem& item) {
+        item->m_class->changes = newTree;
         return true;
     });
 }
@@ -306,24 +335,24 @@ void TunerClassTreeItem::joinTree(const std::shared_ptr<Changes>& changes)
 void TunerClassTreeItem::insertChild(const ptrTunerClassTreeItem& child)
 {
     if (child->isTunerItem()) {
-        m_children->push_front(child);
-        child->m_place = --m_firstPlace;
-        ++m_tunerChildren;
+        m_class->children.push_front(child);
+        child->m_place = --m_class->firstPlace;
+        ++m_class->tunerChildren;
     } else {
-        child->m_place = m_firstPlace + getNumberOfChildren();
-        m_children->push_back(child);
+        child->m_place = m_class->firstPlace + getNumberOfChildren();
+        m_class->children.push_back(child);
     }
 }
 
 void TunerClassTreeItem::takeOutChild(int index)
 {
-    Items& children = *m_children;
+    Items& children = m_class->children;
     const auto position = children.begin() + index;
-    m_tunerChildren -= (*position)->isTunerItem();
+    m_class->tunerChildren -= (*position)->isTunerItem();
     // The shorter side closes up.
     if (index < getNumberOfChildren() / 2) {
         std::for_each(children.begin(), position, [](const auto& item) { ++item->m_place; });
-        ++m_firstPlace;
+        ++m_class->firstPlace;
     } else {
         std::for_each(position + 1, children.end(), [](const auto& item) { --item->m_place; });
     }
@@ -335,29 +364,31 @@ bool TunerClassTreeItem::deleteChildInternal(int index, bool keepItem)
     const ptrTunerClassTreeItem child = getChild(index);
     if (!child)
         return false;
+    ptrTunerClassTreeItem& defaultChild = m_class->defaultChild;
     // Not simply the next child: it is meant to be as simple as this.
-    if (getNumberOfChildren() >= 2 && m_defaultChild == child)
-        m_defaultChild = getChild(index == 0 ? 1 : 0);
-    if (!keepItem)
-        moveUpTuners(*child);
-    takeOutChild(child->getTreeIndex());
-    if (m_defaultChild == child)
-        m_defaultChild = getChild(0);
+    if (getNumberOfChildren() >= 2 && defaultChild == child)
+        defaultChild = getChild(index == 0 ? 1 : 0);
+    // What comes up stands ahead of it.
+    takeOutChild(index + (keepItem ? 0 : moveUpTuners(*child)));
+    if (defaultChild == child)
+        defaultChild = getChild(0);
     if (!keepItem) {
         child->m_parent.reset();
-        child->joinTree(nullptr);
+        child->joinTree(m_class->changes, nullptr);
     }
     return true;
 }
 
-/// Empties a child; the tuners that were anywhere below it become children of this item.
-void TunerClassTreeItem::moveUpTuners(TunerClassTreeItem& removed)
+/// Empties a child; the tuners that were anywhere below it become children of this item. Returns how many.
+int TunerClassTreeItem::moveUpTuners(TunerClassTreeItem& removed)
 {
-    for (const ptrTunerClassTreeItem& tuner : removed.dissolve()) {
+    const Items tuners = removed.dissolve();
+    for (const ptrTunerClassTreeItem& tuner : tuners) {
         insertChild(tuner);
         tuner->m_parent = weak_from_this();
     }
     changed();
+    return static_cast<int>(tuners.size());
 }
 
 /// Takes everything out of this class and the classes below it, and the latter out of the tree. Returns the
@@ -378,19 +409,20 @@ TunerClassTreeItem::Items TunerClassTreeItem::dissolve()
         tasks.pop_back();
         TunerClassTreeItem& item = *task.item;
         const Items& children = item.getChildren();
-        const auto firstClass = children.begin() + item.m_tunerChildren;
+        const auto firstClass = children.begin() + item.getNumberOfTunerChildren();
         if (task.own) {
             if (task.forwards)
                 tuners.insert(tuners.end(), children.begin(), firstClass);
             else
                 tuners.insert(tuners.end(), std::make_reverse_iterator(firstClass), children.rend());
-            item.m_defaultChild.reset();
-            item.m_tunerChildren = 0;
-            if (item.m_children)
-                item.m_children->clear();
+            if (item.m_class) {
+                item.m_class->defaultChild.reset();
+                item.m_class->tunerChildren = 0;
+                item.m_class->children.clear();
+            }
             if (&item != this) {
                 item.m_parent.reset();
-                item.m_changes.reset();
+                item.m_class->changes.reset();
             }
         } else if (task.forwards) {
             // The last task runs first.

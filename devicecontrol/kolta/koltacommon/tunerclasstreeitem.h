@@ -3,11 +3,11 @@
 #include <resourcemodel/resources.h>
 
 #include <QString>
+#include <QVector>
 
 #include <deque>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace RESOURCEMANAGEMENT {
@@ -47,6 +47,8 @@ public:
     explicit TunerClassTreeItem(const RESOURCEMANAGEMENT::TunerClass& tunerClass);
     /// A tuner without parent; keeps a copy of the record.
     TunerClassTreeItem(const RESOURCEMANAGEMENT::Tuner& tuner, const QString& tunerID);
+    /// The same for a record of a list, of which it keeps an (implicitly shared) copy as a whole.
+    TunerClassTreeItem(const QVector<RESOURCEMANAGEMENT::Tuner>& tuners, int index, const QString& tunerID);
     ~TunerClassTreeItem();
 
     bool isRootItem() const noexcept { return m_kind == Kind::Root; }
@@ -57,30 +59,31 @@ public:
     /// The class's GUID, the tuner's tuner ID, or "root".
     const QString& getID() const noexcept { return m_id; }
     /// The class's name, or the tuner's display name.
-    const QString& getName() const noexcept { return m_name; }
+    const QString& getName() const noexcept;
     void setName(const QString& name);
-    const QString& getDescription() const noexcept { return m_description; }
+    /// Empty for tuners; so are the next two. To set them in a tuner does nothing.
+    const QString& getDescription() const noexcept { return classPart().description; }
     void setDescription(const QString& description);
     /// Name of the resource demand class that a production on a tuner of this class needs.
-    const QString& getRDC() const noexcept { return m_rdc; }
+    const QString& getRDC() const noexcept { return classPart().rdc; }
     void setRDC(const QString& rdc);
     /// The class's own cost penalty; 0 for the root and for tuners.
     int getCost() const noexcept { return m_cost; }
     void setCost(int cost);
     /// Whether the demand class means hardware processing.
-    bool getHWProcessing() const noexcept { return m_hwProcessing; }
+    bool getHWProcessing() const noexcept { return classPart().hwProcessing; }
     void setHWProcessing(bool hwProcessing);
     /// The tuner's record; an empty one for the root and for classes.
-    const RESOURCEMANAGEMENT::Tuner& getTuner() const noexcept { return m_tuner; }
+    const RESOURCEMANAGEMENT::Tuner& getTuner() const noexcept;
 
     /// Empty for the root, for an item that was removed, and when the parent is gone.
     ptrTunerClassTreeItem getParent() const { return m_parent.lock(); }
-    const Items& getChildren() const noexcept;
+    const Items& getChildren() const noexcept { return classPart().children; }
     /// Empty when `index` is out of range.
     ptrTunerClassTreeItem getChild(int index) const;
     int getNumberOfChildren() const noexcept { return static_cast<int>(getChildren().size()); }
     /// Tuners among the children.
-    int getNumberOfTunerChildren() const noexcept { return m_tunerChildren; }
+    int getNumberOfTunerChildren() const noexcept { return classPart().tunerChildren; }
     /// Tuners anywhere below this item.
     int getNumberOfTunerDescendants() const;
     /// Position among the parent's children; 0 without a parent.
@@ -91,7 +94,7 @@ public:
     int getPathCost() const;
 
     /// The child that is taken when the class is asked for its default tuner; may be empty.
-    const ptrTunerClassTreeItem& getDefaultChild() const noexcept { return m_defaultChild; }
+    const ptrTunerClassTreeItem& getDefaultChild() const noexcept { return classPart().defaultChild; }
     bool isDefaultChild() const;
     /// Makes this item the default child of its parent; nothing happens without a parent.
     void makeDefaultChild();
@@ -136,11 +139,24 @@ private:
     friend class TunerClassTreeBuilder;
 
     enum class Kind : quint8 { Root, Class, Tuner };
-    /// What has changed in one tree, shared by all its items; the tree's look-ups are as old as these.
+    /// What has changed in one tree, shared by its classes; the tree's look-ups are as old as these.
     struct Changes
     {
         quint64 revision = 0; ///< any change of structure, names or costs
         quint64 members = 0;  ///< an item came or went
+    };
+
+    /// What tuners do not have, of which there are many.
+    struct ClassPart
+    {
+        QString description;
+        QString rdc;
+        bool hwProcessing = false;
+        int tunerChildren = 0;
+        qint64 firstPlace = 0; ///< place of child 0
+        Items children;
+        ptrTunerClassTreeItem defaultChild;
+        std::shared_ptr<Changes> changes; ///< null outside of trees
     };
 
     /// Calls visit(item) for what is below this item, depth-first, until it returns false. The visitor must
@@ -158,31 +174,27 @@ private:
     }
     template<class Visit>
     void walk(Visit& visit, bool classesOnly) const;
+    const ClassPart& classPart() const noexcept;
     bool isBelow(const TunerClassTreeItem& ancestor) const;
     void changed() const;
-    void joinTree(const std::shared_ptr<Changes>& changes);
+    std::shared_ptr<Changes> tree() const;
+    void joinTree(const std::shared_ptr<Changes>& oldTree, const std::shared_ptr<Changes>& newTree);
     void insertChild(const ptrTunerClassTreeItem& child);
     void takeOutChild(int index);
     bool deleteChildInternal(int index, bool keepItem);
-    void moveUpTuners(TunerClassTreeItem& removed);
+    int moveUpTuners(TunerClassTreeItem& removed);
     Items dissolve();
 
     Kind m_kind;
-    bool m_hwProcessing = false;
-    QString m_id;
-    QString m_name;
-    QString m_description;
-    QString m_rdc;
     int m_cost = 0;
-    int m_tunerChildren = 0;
-    /// Tree index plus the parent's m_firstPlace: an insertion at either end renumbers nobody.
+    QString m_id;
+    QString m_name; ///< null in a tuner that has the display name
+    /// Tree index plus the parent's firstPlace: an insertion at either end renumbers nobody.
     qint64 m_place = 0;
-    qint64 m_firstPlace = 0;
     std::weak_ptr<TunerClassTreeItem> m_parent;
-    std::optional<Items> m_children; ///< absent in tuners, of which there are many
-    ptrTunerClassTreeItem m_defaultChild;
-    RESOURCEMANAGEMENT::Tuner m_tuner;
-    std::shared_ptr<Changes> m_changes; ///< null outside of trees
+    std::unique_ptr<ClassPart> m_class;          ///< null in tuners
+    QVector<RESOURCEMANAGEMENT::Tuner> m_tuners; ///< the tuner's record is one of these; empty in classes
+    int m_tunerIndex = 0;
 };
 
 template<class Visit>
@@ -195,7 +207,7 @@ void TunerClassTreeItem::walk(Visit& visit, bool classesOnly) const
     };
     const auto levelOf = [classesOnly](const TunerClassTreeItem& item) {
         const Items& children = item.getChildren();
-        return Level{children.begin() + (classesOnly ? item.m_tunerChildren : 0), children.end()};
+        return Level{children.begin() + (classesOnly ? item.getNumberOfTunerChildren() : 0), children.end()};
     };
     std::vector<Level> levels{levelOf(*this)};
     while (!levels.empty()) {

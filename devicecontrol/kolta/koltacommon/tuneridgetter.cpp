@@ -18,6 +18,12 @@ QString TunerIdGetter::resolveId(const Tuner& tuner, QStringList* errors) const
 
 QString TunerIdGetter::resolveId(const TunerClassOverview& overview, const Tuner& tuner, QStringList*)
 {
+    return idOf(overview, tuner);
+}
+
+const QString& TunerIdGetter::idOf(const TunerClassOverview& overview, const Tuner& tuner)
+{
+    static const QString none;
     switch (overview.GetTunerIdDefinition().GetChoice()) {
     case 0: // also when it is unset
         return tuner.GetTavikResource().GetAddress();
@@ -28,7 +34,7 @@ QString TunerIdGetter::resolveId(const TunerClassOverview& overview, const Tuner
     case 3:
         return tuner.GetTavikResource().GetDisplayName();
     default:
-        return QString();
+        return none;
     }
 }
 

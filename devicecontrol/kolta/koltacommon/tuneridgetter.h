@@ -25,6 +25,10 @@ public:
     static QString resolveId(const RESOURCEMANAGEMENT::TunerClassOverview& overview,
                              const RESOURCEMANAGEMENT::Tuner& tuner, QStringList* errors);
 
+    /// The same without a copy: the text lives in `tuner`, or for ever.
+    static const QString& idOf(const RESOURCEMANAGEMENT::TunerClassOverview& overview,
+                               const RESOURCEMANAGEMENT::Tuner& tuner);
+
 private:
     /// The tuner ID by a user's script, see evaluateTunerIdScript(). Ready for a choice that asks for it; no
     /// choice does yet.

@@ -117,8 +117,9 @@ void evaluate(Run& run)
     QString error;
     QString id;
     if (engine.hasUncaughtException()) {
+        // The engine does not know the line of what is no Error object.
         const int line = engine.uncaughtExceptionLineNumber();
-        error = exceptionText(line, engine.uncaughtException().toString());
+        error = exceptionText(line > 0 ? line : run.line.load(), engine.uncaughtException().toString());
     } else if (!limit.exceeded()) {
         const QScriptValue value = engine.globalObject().property(QStringLiteral("TunerID"));
         if (!value.isValid() || !value.isString())

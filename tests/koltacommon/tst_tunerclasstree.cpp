@@ -1,0 +1,437 @@
+#include "tunerclassmodel.h"
+
+#include <koltacommon/tunerclasstree.h>
+
+#include <resourcemodel/demandclasses.h>
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QtTest>
+
+using namespace Kolta;
+using namespace RESOURCEMANAGEMENT;
+using Item = TunerClassTreeItem;
+
+namespace {
+
+/// "a b" as tuners with these addresses; the GUID is the address in braces.
+ResourceOverview tunersOf(const QString& addresses)
+{
+    ResourceOverview overview;
+    for (const QString& address : addresses.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        Tuner tuner;
+        tuner.EditTavikResource().SetAddress(address == QLatin1String("-") ? QString() : address);
+        tuner.EditTavikResource().SetGUID(QStringLiteral("{%1}").arg(address));
+        overview.EditTuner().append(tuner);
+    }
+    return overview;
+}
+
+/// "A<B*x:a b|..." as classes: GUID, superclass, default child, members; the name is "n" and the GUID.
+TunerClassOverview classesOf(const QString& text)
+{
+    TunerClassOverview overview;
+    const QRegularExpression form(QStringLiteral("^([^<*:]*)<?([^*:]*)[*]?([^:]*):(.*)$"));
+    for (const QString& line : text.split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
+        const auto match = form.match(line);
+        TunerClass tunerClass;
+        tunerClass.SetGUID(match.captured(1));
+        tunerClass.SetName(QStringLiteral("n") + match.captured(1));
+        tunerClass.SetCostPenalty(match.captured(1).size());
+        tunerClass.SetSuperclassGUID(match.captured(2));
+        tunerClass.SetDefaultChild(match.captured(3));
+        for (const QString& id : match.captured(4).split(QLatin1Char(' '), Qt::SkipEmptyParts))
+            tunerClass.EditTunerID().append(id);
+        overview.EditTunerClass().append(tunerClass);
+    }
+    return overview;
+}
+
+/// The same form as Model::text(); checks the invariants on the way.
+QString textOf(const ptrTunerClassTreeItem& item)
+{
+    if (item->isTunerItem())
+        return item->getID();
+    QStringList children;
+    bool classesBegin = false;
+    bool defaultFound = !item->getDefaultChild();
+    for (int i = 0; i < item->getNumberOfChildren(); ++i) {
+        const ptrTunerClassTreeItem child = item->getChild(i);
+        classesBegin = classesBegin || child->isClassItem();
+        if (child->getParent() != item || child->getTreeIndex() != i || classesBegin == child->isTunerItem())
+            return QStringLiteral("broken at child %1 of %2").arg(i).arg(item->getID());
+        defaultFound = defaultFound || child->isDefaultChild();
+        children.append(QLatin1String(child->isDefaultChild() ? "*" : "") + textOf(child));
+    }
+    if (!defaultFound)
+        return QStringLiteral("strange default child of ") + item->getID();
+    return QStringLiteral("%1(%2)").arg(item->getID(), children.join(QLatin1Char(' ')));
+}
+
+QString textOf(const TunerClassTree& tree)
+{
+    return textOf(tree.getRootItem());
+}
+
+QStringList addressesOf(const QVector<Tuner>& tuners)
+{
+    QStringList addresses;
+    for (const Tuner& tuner : tuners)
+        addresses.append(tuner.GetTavikResource().GetAddress());
+    return addresses;
+}
+
+/// Overviews full of what should not be in them: IDs that occur twice, circles, members of two classes.
+struct RandomOverviews
+{
+    RandomOverviews(QRandomGenerator& random, bool unique)
+    {
+        const auto pick = [&random](const QString& ids) {
+            const QStringList list = ids.split(QLatin1Char(' '));
+            return list.at(random.bounded(list.size()));
+        };
+        const QString tunerIDs = QStringLiteral("a b c d e f g h A root -");
+        const QString classIDs = QStringLiteral("A B C D E F G root a");
+        QStringList tuners = tunerIDs.split(QLatin1Char(' '));
+        QStringList guids = classIDs.split(QLatin1Char(' '));
+        if (unique) {
+            tuners = tuners.mid(0, 8);
+            guids = guids.mid(0, 7);
+        } else {
+            for (int i = 0; i < 10; ++i) {
+                tuners.append(pick(tunerIDs));
+                guids.append(pick(classIDs));
+            }
+        }
+        std::shuffle(tuners.begin(), tuners.end(), random);
+        std::shuffle(guids.begin(), guids.end(), random);
+        QStringList classes;
+        for (const QString& guid : qAsConst(guids)) {
+            QStringList members;
+            for (int i = random.bounded(4); i > 0; --i)
+                members.append(pick(unique ? tunerIDs : tunerIDs + QLatin1Char(' ') + classIDs));
+            classes.append(QStringLiteral("%1<%2*%3:%4")
+                               .arg(guid, pick(classIDs), pick(tunerIDs), members.join(QLatin1Char(' '))));
+        }
+        resources = tunersOf(tuners.join(QLatin1Char(' ')));
+        tunerClasses = classesOf(classes.join(QLatin1Char('|')));
+    }
+
+    ResourceOverview resources;
+    TunerClassOverview tunerClasses;
+};
+
+/// Every query of the tree against what a walk finds.
+void compareQueries(const TunerClassTree& tree)
+{
+    const auto& tuners = tree.getResources().GetTuner();
+    QVector<ptrTunerClassTreeItem> items;
+    tree.getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) { items.append(item); });
+    for (const Tuner& tuner : tuners) {
+        const QString id = tuner.GetTavikResource().GetAddress();
+        const auto first =
+            std::find_if(items.begin(), items.end(), [&id](const auto& item) { return item->getID() == id; });
+        const auto found = first == items.end() ? ptrTunerClassTreeItem() : *first;
+        const auto expected = id.isEmpty() ? ptrTunerClassTreeItem() : found;
+        QCOMPARE(tree.findItemForTuner(tuner),
+                 !expected && id == QLatin1String("root") ? tree.getRootItem() : expected);
+        QCOMPARE(tree.getRootItem()->findDescendantRecursive(id), found);
+        if (expected)
+            QCOMPARE(tree.getClassForTuner(tuner), expected->getParent());
+    }
+    for (const ptrTunerClassTreeItem& item : qAsConst(items)) {
+        if (item->isTunerItem() || tree.findClassItemByName(item->getName()) != item)
+            continue;
+        QStringList ids;
+        for (const ptrTunerClassTreeItem& tuner : item->getTunerDescendants())
+            ids.append(tuner->getID());
+        QCOMPARE(item->getNumberOfTunerDescendants(), ids.size());
+        QStringList expected;
+        for (const Tuner& tuner : tuners) {
+            if (ids.contains(tuner.GetTavikResource().GetAddress()))
+                expected.append(tuner.GetTavikResource().GetAddress());
+        }
+        QCOMPARE(addressesOf(tree.getAllTunerDescendantsOfClass(item->getName())), expected);
+        for (const TunerPlace& place : *tree.getTunerPlacesOfClass(item->getName())) {
+            QCOMPARE(place.item, tree.findItemForTuner(*place.tuner).get());
+            QCOMPARE(place.cost, place.item->getPathCost());
+            QCOMPARE(place.depth, place.item->getDepth());
+        }
+    }
+}
+
+} // namespace
+
+class TestTunerClassTree : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void overviewsMakeATree_data()
+    {
+        QTest::addColumn<QString>("tuners");
+        QTest::addColumn<QString>("classes");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char* name, const char* tuners, const char* classes, const char* expected) {
+            QTest::newRow(name) << QString::fromLatin1(tuners) << QString::fromLatin1(classes)
+                                << QString::fromLatin1(expected);
+        };
+        row("nothing", "", "", "root()");
+        row("no classes", "a - b c", "", "root(c b a)");
+        row("reverse order, the first is the default", "a b c",
+            "X<Y:|A<X:a b c|Y:", "root(Y(*X(*A(c b *a))))");
+        row("tuners first", "a b", "A:|B<A:|C<A:a", "root(b A(*B() C(*a)))");
+        row("unknown members and superclass", "a", "A<Z:x a|B<B:", "root(A(*a) B())");
+        row("a circle stays at its last", "", "A<B:|B<C:|C<A:", "root(C(*B(*A())))");
+        row("a tuner is no superclass", "a", "A<a:", "root(a A())");
+        row("twice in a class", "a b", "A:a b a", "root(A(b *a))");
+        row("in two classes", "a b c", "A:a b c|B:a c", "root(A(*b) B(c *a))");
+        row("default child", "a b c",
+            "A*a:|B<A*c:a b c|C*b:|D<C*C:|E<C*E:", "root(A(*B(*c b a)) C(*D() E()))");
+        row("tuner IDs before GUIDs", "a a B", "A:a B|B:a|C<B:", "root(a A(*B) B(*a) C())");
+        row("equal GUIDs", "", "A:|A:|B<A:", "root(A(*B()) A())");
+        row("classes as members", "", "A:B|B:A B|C:A", "root(B() C(*A()))");
+        row("the root's name", "root", "A:root|root<A:|B<root*B:", "root(A(*root root()) B())");
+    }
+    void overviewsMakeATree()
+    {
+        QFETCH(QString, tuners);
+        QFETCH(QString, classes);
+        QFETCH(QString, expected);
+        const TunerClassTree tree(classesOf(classes), tunersOf(tuners));
+        QCOMPARE(textOf(tree), expected);
+        QCOMPARE(textOf(*tree.clone()), expected);
+    }
+
+    void anyOverviewsMakeTheTreeOfSingleSteps()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        for (int round = 0; round < 300; ++round) {
+            const RandomOverviews overviews(random, round % 3 == 0);
+            const TunerClassTree tree(overviews.tunerClasses, overviews.resources);
+            const Model model(overviews.tunerClasses, overviews.resources);
+            QCOMPARE(textOf(tree), model.text());
+            compareQueries(tree);
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void anyChangesKeepTheTreeWhole()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        for (int round = 0; round < 100; ++round) {
+            const RandomOverviews overviews(random, round % 2 == 0);
+            TunerClassTree tree(overviews.tunerClasses, overviews.resources);
+            Model model(overviews.tunerClasses, overviews.resources);
+            for (int step = 0; step < 20; ++step) {
+                // The same nodes in the same order on both sides, the root ahead.
+                std::vector<ptrTunerClassTreeItem> items{tree.getRootItem()};
+                tree.getRootItem()->applyToAllDescendants([&](const auto& item) { items.push_back(item); });
+                const auto nodes = model.nodes();
+                QCOMPARE(items.size(), nodes.size());
+                const auto pick = [&] { return random.bounded(static_cast<quint32>(items.size())); };
+                const auto one = pick();
+                const auto other = pick();
+                const quint64 revision = tree.revision();
+                const QString before = textOf(tree);
+                switch (random.bounded(5)) {
+                case 0: {
+                    const int index = random.bounded(-1, 4);
+                    QCOMPARE(items[one]->deleteChild(index), model.deleteChild(*nodes[one], index, false));
+                    break;
+                }
+                case 1:
+                    if (const auto child = items[one]->addChild(QStringLiteral("new"), QString()))
+                        model.add(child->getID(), true, *nodes[one]);
+                    break;
+                case 2:
+                    items[one]->makeDefaultChild();
+                    model.makeDefault(*nodes[one]);
+                    break;
+                default:
+                    QCOMPARE(items[one]->setParent(items[other]), model.setParent(*nodes[one], nodes[other]));
+                    break;
+                }
+                QCOMPARE(textOf(tree), model.text());
+                QVERIFY(textOf(tree).remove(QLatin1Char('*')) == QString(before).remove(QLatin1Char('*')) ||
+                        tree.revision() > revision);
+                if (step % 4 == 0)
+                    compareQueries(tree);
+                if (QTest::currentTestFailed())
+                    return;
+            }
+            if (round % 2 != 0)
+                continue;
+            // The record tells everything but what tuners stood below the root, and its default child.
+            const TunerClassTree again(tree.createOverview(), tree.getResources());
+            QCOMPARE(again.createOverview(), tree.createOverview());
+            for (const auto& root : {tree.getRootItem(), again.getRootItem()}) {
+                while (root->getNumberOfTunerChildren() > 0)
+                    root->deleteChild(0);
+                root->addChild(QString(), QString())->makeDefaultChild();
+                root->deleteChild(root->getNumberOfChildren() - 1);
+            }
+            QCOMPARE(textOf(again), textOf(tree));
+        }
+    }
+
+    void itemsOutliveTheirTree()
+    {
+        auto tree = std::make_unique<TunerClassTree>(classesOf(QStringLiteral("A:a b|B<A:c")),
+                                                     tunersOf(QStringLiteral("a b c")));
+        const ptrTunerClassTreeItem kept = tree->findItemByID(QStringLiteral("B"));
+        const std::weak_ptr<Item> lost = kept->getParent()->getDefaultChild();
+        QVERIFY(!tree->getRootItem()->setParent(kept));
+        QVERIFY(!kept->setParent(nullptr));
+        tree.reset();
+        QVERIFY(lost.expired() && !kept->getParent());
+        QCOMPARE(textOf(kept), QStringLiteral("B(*c)"));
+
+        TunerClassTree other(classesOf(QStringLiteral("D:d")), tunersOf(QStringLiteral("d c")));
+        QVERIFY(!other.findItemByID(QStringLiteral("B")));
+        QVERIFY(kept->setParent(other.findItemByID(QStringLiteral("D"))));
+        QCOMPARE(textOf(other), QStringLiteral("root(c D(*d B(*c)))"));
+        QCOMPARE(addressesOf(other.getAllTunerDescendantsOfClass(QStringLiteral("nD"))),
+                 (QStringList{QStringLiteral("d"), QStringLiteral("c")}));
+        const ptrTunerClassTreeItem tuner = kept->getChild(0);
+        QVERIFY(other.findItemByID(QStringLiteral("D"))->deleteChild(1));
+        QVERIFY(!kept->getParent() && kept->getChildren().empty() && !kept->getDefaultChild());
+        QCOMPARE(textOf(other), QStringLiteral("root(c D(c *d))"));
+        QCOMPARE(tuner->getParent()->getID(), QStringLiteral("D"));
+        Item onStack((Item::RootItemType()));
+        QVERIFY(!onStack.addChild(QString(), QString()));
+    }
+
+    void namesAndCostsCount()
+    {
+        TunerClassTree tree(classesOf(QStringLiteral("A:a|B<A:b")), tunersOf(QStringLiteral("a b")));
+        const ptrTunerClassTreeItem top = tree.findClassItemByName(QStringLiteral("nA"));
+        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("nA"))->at(1).cost, 2);
+        top->setCost(std::numeric_limits<int>::max());
+        top->setName(QStringLiteral("new"));
+        QVERIFY(tree.getTunerPlacesOfClass(QStringLiteral("nA"))->empty());
+        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("new"))->at(1).cost,
+                 std::numeric_limits<int>::max());
+        QVERIFY(!tree.findClassItemByName(QStringLiteral("root")));
+        QCOMPARE(tree.findItemByID(QStringLiteral("root")), tree.getRootItem());
+
+        QVector<Tuner> tuners = tree.getResources().GetTuner();
+        QCOMPARE(addressesOf(TunerClassTree::getTunerObjects(tree.getAllDefaultTuners())),
+                 (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+        tree.findItemByID(QStringLiteral("B"))->makeDefaultChild();
+        const auto classes =
+            TunerClassTree::getTunerClassObjects(tree.getAllClassesWithDefaultTuner(tuners.at(1)));
+        QCOMPARE(classes.size(), 2);
+        QCOMPARE(classes.at(0).GetName(), QStringLiteral("new"));
+        QCOMPARE(classes.at(0).GetDefaultChild(), QStringLiteral("B"));
+        QVERIFY(tree.getAllClassesWithDefaultTuner(tuners.at(0)).empty());
+    }
+
+    void visitorsMayChangeTheTree()
+    {
+        const TunerClassTree tree(classesOf(QStringLiteral("A:a b|B<A:c|C<B:d")),
+                                  tunersOf(QStringLiteral("a b c d")));
+        QStringList visited;
+        tree.getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) {
+            visited.append(item->getID());
+            while (tree.getRootItem()->deleteChild(0)) {
+            }
+        });
+        QCOMPARE(visited.join(QLatin1Char(' ')), QStringLiteral("A b a B c C d"));
+        QCOMPARE(textOf(tree), QStringLiteral("root()"));
+    }
+
+    void depthIsNoDanger()
+    {
+        constexpr int depth = 10000;
+        QStringList tuners;
+        QStringList classes;
+        for (int i = 0; i < depth; ++i) {
+            tuners.append(QStringLiteral("t%1").arg(i));
+            classes.append(QStringLiteral("c%1<c%2:t%1").arg(i).arg(i - 1));
+        }
+        TunerClassTree tree(classesOf(classes.join(QLatin1Char('|'))),
+                            tunersOf(tuners.join(QLatin1Char(' '))));
+        const QString last = QStringLiteral("c%1").arg(depth - 1);
+        QCOMPARE(tree.getRootItem()->findDescendantRecursive(last)->getDepth(), depth);
+        QCOMPARE(tree.createOverview().GetTunerClass().last().GetGUID(), last);
+        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("nc0"))->size(), std::size_t{depth});
+        QCOMPARE(tree.getTunerPlacesOfClass(QLatin1Char('n') + last)->front().depth, depth + 1);
+        QVERIFY(tree.getRootItem()->deleteChild(0)); // 10,000 classes vanish, and all tuners move up
+        QCOMPARE(tree.getRootItem()->getNumberOfTunerChildren(), depth);
+        tree.createDefaultHierarchy({});
+        QCOMPARE(tree.getRootItem()->getNumberOfChildren(), 1);
+    }
+
+    void defaultHierarchy_data()
+    {
+        QTest::addColumn<QString>("tuners"); // type/software MHz/hardware MHz; "+" supports hardware
+        QTest::addColumn<QString>("demandClasses");
+        QTest::addColumn<QString>("expected"); // name<superclass,RDC,HW:tuners
+        const auto row = [](const char* name, const char* tuners, const char* demand, const char* expected) {
+            QTest::newRow(name) << QString::fromLatin1(tuners) << QString::fromLatin1(demand)
+                                << QString::fromLatin1(expected);
+        };
+        row("no tuners", "", "hw_20MHz", "");
+        row("one type", "EB/4 EB/6", "", "EB<,sw,0:0 1");
+        row("narrow", "EB/4", "", "EB<,sw_5MHz,0:0");
+        row("exactly 5 MHz, or any", "EB/5 VB", "", "EB<,sw,0:0|VB<,sw,0:1");
+        row("types in order, by case", "b/1 a/1 B/1 a/9", "", "b<,sw_5MHz,0:0|a<,sw,0:1 3|B<,sw_5MHz,0:2");
+        row("hardware without 20 MHz class", "zelm+/9/20", "hw",
+            "ZELM_5M<,sw_5MHz,0:|ZELM_HW80M<ZELM_10M,hw,1:0|ZELM_10M<ZELM_5M,sw,0:");
+        row("hardware with 20 MHz class", "ZELM+/9/20 ZELM+/9 ZELM+/9/21", "HW_20mhz",
+            "ZELM_5M<,sw_5MHz,0:|ZELM_HW80M<ZELM_HW20M,hw,1:1 2|ZELM_HW20M<ZELM_10M,hw_20MHz,1:0|"
+            "ZELM_10M<ZELM_5M,sw,0:");
+        row("20 MHz alone", "ZELM+/9/20", "hw_20MHz",
+            "ZELM_5M<,sw_5MHz,0:|ZELM_HW20M<ZELM_10M,hw_20MHz,1:0|ZELM_10M<ZELM_5M,sw,0:");
+        row("software", "ZELM/5 ZELM/6 EB ZELM", "hw_20MHz",
+            "EB<,sw,0:2|ZELM_5M<,sw_5MHz,0:0|ZELM_10M<ZELM_5M,sw,0:1 3");
+        row("only 5 MHz", "ZELM/5", "", "ZELM_5M<,sw_5MHz,0:0");
+    }
+    void defaultHierarchy()
+    {
+        QFETCH(QString, tuners);
+        QFETCH(QString, demandClasses);
+        QFETCH(QString, expected);
+        ResourceOverview resources;
+        for (const QString& text : tuners.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+            const QStringList parts = text.split(QLatin1Char('/'));
+            Tuner tuner;
+            tuner.EditTavikResource().SetAddress(QString::number(resources.GetTuner().size()));
+            tuner.SetType(QString(parts.at(0)).remove(QLatin1Char('+')));
+            tuner.SetSupportsHardwareProcessing(parts.at(0).endsWith(QLatin1Char('+')));
+            if (parts.size() > 1)
+                tuner.SetMaxSWBandwidth(parts.at(1).toDouble() * 1e6);
+            if (parts.size() > 2)
+                tuner.SetMaxHWBandwidth(parts.at(2).toDouble() * 1e6);
+            resources.EditTuner().append(tuner);
+        }
+        ResourceDemandClass demandClass;
+        demandClass.SetDemandClassName(demandClasses);
+        resources.EditTuner().append(Tuner()); // without tuner ID
+        TunerClassTree tree(classesOf(QStringLiteral("old:0")), resources);
+        const quint64 revision = tree.revision();
+        tree.createDefaultHierarchy({demandClass});
+        QVERIFY(tree.revision() > revision);
+
+        QStringList classes;
+        for (const TunerClass& item : tree.getOriginalTunerClassOverview().GetTunerClass()) {
+            const auto superclass = tree.findItemByID(item.GetSuperclassGUID());
+            QVERIFY(item.GetCostPenalty() == 1 && item.GetDescription().contains(QStringLiteral("uner")) ==
+                                                      (item.GetName() != QLatin1String("ZELM_HW20M")));
+            classes.append(QStringLiteral("%1<%2,%3,%4:%5")
+                               .arg(item.GetName(), superclass ? superclass->getName() : QString(),
+                                    item.GetRDC(), QString::number(item.GetHWProcessingRDC()),
+                                    QStringList(item.GetTunerID().toList()).join(QLatin1Char(' '))));
+        }
+        QCOMPARE(classes.join(QLatin1Char('|')), expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTunerClassTree)
+#include "tst_tunerclasstree.moc"
