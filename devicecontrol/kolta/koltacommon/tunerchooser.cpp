@@ -1,7 +1,5 @@
 #include <koltacommon/tunerchooser.h>
 
-#include <QHash>
-
 #include <algorithm>
 #include <functional>
 #include <numeric>
@@ -11,10 +9,85 @@ namespace Kolta {
 
 using RESOURCEMANAGEMENT::Tuner;
 
+namespace {
+
+constexpr std::size_t rankedPerTuner = 16; // bound of what is kept, as in the tree
+
+/// Position of the policy's choice; -1 for its end, null, or anything outside the list.
+int chosenBy(const AbstractTunerClassCostFunction& policy, const QVector<Tuner>& tuners)
+{
+    if (tuners.isEmpty())
+        return -1;
+    const std::less<const Tuner*> isBefore;
+    const Tuner* const chosen = policy.cheapestOf(tuners);
+    const bool isInside = !isBefore(chosen, tuners.constBegin()) && isBefore(chosen, tuners.constEnd());
+    return isInside ? static_cast<int>(chosen - tuners.constBegin()) : -1;
+}
+
+/// The scan from the front. `accept` is asked first, `acceptBest` only about what would be the best so far.
+template<class Accept, class AcceptBest>
+int scan(const std::vector<TunerWeights>& weights, Accept accept, AcceptBest acceptBest)
+{
+    const TunerWeights* best = nullptr;
+    std::size_t position = 0;
+    for (const TunerWeights& candidate : weights) {
+        if (accept(position) && (!best || DefaultCostFunction::compare(candidate, *best).order < 0) &&
+            acceptBest(position)) {
+            best = &candidate;
+        }
+        ++position;
+    }
+    return best ? static_cast<int>(best - weights.data()) : -1;
+}
+
+} // namespace
+
 TunerChooser::TunerChooser(std::shared_ptr<TunerClassTree> tree,
                            std::shared_ptr<const AbstractTunerClassCostFunction> policy)
     : m_tree(std::move(tree)), m_policy(std::move(policy))
 {
+}
+
+template<class Accept>
+int TunerChooser::chooseByPolicy(const Places& places, Accept accept) const
+{
+    QVector<Tuner> tuners;
+    std::vector<int> positions;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        if (!accept(places[i]))
+            continue;
+        tuners.append(*places[i].tuner);
+        positions.push_back(static_cast<int>(i));
+    }
+    const int chosen = chosenBy(*m_policy, tuners);
+    return chosen < 0 ? -1 : positions[static_cast<std::size_t>(chosen)];
+}
+
+int TunerChooser::choose(const ptrTunerPlaces& places, const TunerFilter& filter)
+{
+    if (!knowsPolicy()) {
+        return chooseByPolicy(*places, [&filter](const TunerPlace& place) {
+            return filter.refusalOf(*place.tuner) == TunerRefusal::None;
+        });
+    }
+    const std::shared_ptr<const Ranked> ranked = rank(places);
+    const auto accept = [&filter, &ranked](std::size_t position) {
+        const Tuner& tuner = *ranked->weights[position].tuner;
+        return filter.refusalOf(tuner, ranked->states[position]) == TunerRefusal::None;
+    };
+    return scan(ranked->weights, accept, [](std::size_t) { return true; });
+}
+
+int TunerChooser::chooseUnheld(const ptrTunerPlaces& places, const std::vector<int>& holders)
+{
+    const auto isUnheld = [this, &holders](const TunerPlace& place) {
+        return holders[static_cast<std::size_t>(identityOf(place))] < 0;
+    };
+    if (!knowsPolicy())
+        return chooseByPolicy(*places, isUnheld);
+    return scan(
+        rank(places)->weights, [](std::size_t) { return true; },
+        [&places, &isUnheld](std::size_t position) { return isUnheld((*places)[position]); });
 }
 
 std::vector<int> TunerChooser::orderOfChoice(const std::vector<TunerWeights>& candidates) const
@@ -28,7 +101,8 @@ std::vector<int> TunerChooser::orderOfChoice(const std::vector<TunerWeights>& ca
     std::iota(positions.begin(), positions.end(), 0);
     std::vector<int> order;
     while (!rest.isEmpty()) {
-        const int chosen = std::max(0, chosenBy(rest)); // whoever chooses none gets them as they are listed
+        const int chosen =
+            std::max(0, chosenBy(*m_policy, rest)); // whoever chooses none gets them as they are listed
         order.push_back(positions[static_cast<std::size_t>(chosen)]);
         rest.removeAt(chosen);
         positions.erase(positions.begin() + chosen);
@@ -53,9 +127,9 @@ std::vector<int> TunerChooser::orderOfCost(const std::vector<TunerWeights>& cand
     return order;
 }
 
-TunerWeights TunerChooser::weigh(const TunerPlace& place)
+TunerWeights TunerChooser::weigh(const TunerPlace& place) const
 {
-    TunerWeights weights = weightsOf(place);
+    TunerWeights weights = DefaultCostFunction::weigh(place);
     if (!knowsPolicy())
         weights.cost = m_policy->calculateCost(*place.tuner);
     return weights;
@@ -100,27 +174,29 @@ bool TunerChooser::knowsPolicy() const
            static_cast<const DefaultCostFunction&>(*m_policy).tree() == m_tree;
 }
 
-const TunerWeights& TunerChooser::weightsOf(const TunerPlace& place)
+/// Made once per list and kept until the tree changes.
+std::shared_ptr<const TunerChooser::Ranked> TunerChooser::rank(const ptrTunerPlaces& places)
 {
-    if (m_weights.empty() || m_revision != m_tree->revision()) {
+    const bool isFull = m_rankedTuners > rankedPerTuner * static_cast<std::size_t>(tunerCount());
+    if (isFull || m_revision != m_tree->revision()) {
         m_revision = m_tree->revision();
-        m_weights.assign(static_cast<std::size_t>(tunerCount()), TunerWeights{});
+        m_ranked.clear();
+        m_rankedTuners = 0;
     }
-    TunerWeights& weights = m_weights[static_cast<std::size_t>(positionOf(place))];
-    if (!weights.tuner)
-        weights = DefaultCostFunction::weigh(place);
-    return weights;
-}
-
-/// Position of the policy's choice; -1 for its end, null, or anything outside the list.
-int TunerChooser::chosenBy(const QVector<Tuner>& tuners) const
-{
-    if (tuners.isEmpty())
-        return -1;
-    const std::less<const Tuner*> isBefore;
-    const Tuner* const chosen = m_policy->cheapestOf(tuners);
-    const bool isInside = !isBefore(chosen, tuners.constBegin()) && isBefore(chosen, tuners.constEnd());
-    return isInside ? static_cast<int>(chosen - tuners.constBegin()) : -1;
+    std::shared_ptr<const Ranked>& entry = m_ranked[places.get()];
+    if (!entry) {
+        auto ranked = std::make_shared<Ranked>();
+        ranked->places = places;
+        ranked->weights.reserve(places->size());
+        ranked->states.reserve(places->size());
+        for (const TunerPlace& place : *places) {
+            ranked->weights.push_back(DefaultCostFunction::weigh(place));
+            ranked->states.push_back(TunerFilter::refusalByState(*place.tuner));
+        }
+        m_rankedTuners += places->size();
+        entry = std::move(ranked);
+    }
+    return entry;
 }
 
 } // namespace Kolta

@@ -2,6 +2,9 @@
 
 #include <koltacommon/tunerclasscostfunction.h>
 #include <koltacommon/tunerclasstree.h>
+#include <koltacommon/tunerselection.h>
+
+#include <QHash>
 
 #include <memory>
 #include <vector>
@@ -23,13 +26,11 @@ public:
 
     const TunerClassTree& tree() const noexcept { return *m_tree; }
 
-    /// Position of the chosen one among the places for which accept(place) holds; -1 when there is none.
-    /// `accept` is called once per place, in order.
-    template<class Accept>
-    int choose(const Places& places, Accept accept)
-    {
-        return knowsPolicy() ? chooseByWeights(places, accept) : chooseByPolicy(places, accept);
-    }
+    /// Position of the chosen one among the places that the filter accepts; -1 when there is none. The filter
+    /// is asked once per place, in order.
+    int choose(const ptrTunerPlaces& places, const TunerFilter& filter);
+    /// The same among the places whose tuner has no holder yet, by identity (see identityOf()).
+    int chooseUnheld(const ptrTunerPlaces& places, const std::vector<int>& holders);
     /// The positions in the order in which they are chosen one after the other. Quadratic for policies other
     /// than the default one.
     std::vector<int> orderOfChoice(const std::vector<TunerWeights>& candidates) const;
@@ -40,7 +41,7 @@ public:
     std::vector<int> orderOfCost(const std::vector<TunerWeights>& candidates) const;
 
     /// What the default policy weighs, with the cost that the policy in use calculates.
-    TunerWeights weigh(const TunerPlace& place);
+    TunerWeights weigh(const TunerPlace& place) const;
     /// The same for a tuner without a place in the tree.
     TunerWeights weighOutsider(const RESOURCEMANAGEMENT::Tuner& tuner) const;
 
@@ -51,47 +52,25 @@ public:
     int identityOf(const TunerPlace& place);
 
 private:
+    /// What there is to know of the tuners of one list, in its order.
+    struct Ranked
+    {
+        ptrTunerPlaces places; ///< held, so that no other list gets its address
+        std::vector<TunerWeights> weights;
+        std::vector<TunerRefusal> states;
+    };
+
     bool knowsPolicy() const;
-    const TunerWeights& weightsOf(const TunerPlace& place);
-    int chosenBy(const QVector<RESOURCEMANAGEMENT::Tuner>& tuners) const;
-
+    std::shared_ptr<const Ranked> rank(const ptrTunerPlaces& places);
     template<class Accept>
-    int chooseByWeights(const Places& places, Accept& accept)
-    {
-        int best = -1;
-        TunerWeights bestWeights{};
-        for (std::size_t i = 0; i < places.size(); ++i) {
-            if (!accept(places[i]))
-                continue;
-            const TunerWeights& weights = weightsOf(places[i]);
-            if (best < 0 || DefaultCostFunction::compare(weights, bestWeights).order < 0) {
-                best = static_cast<int>(i);
-                bestWeights = weights;
-            }
-        }
-        return best;
-    }
-
-    template<class Accept>
-    int chooseByPolicy(const Places& places, Accept& accept)
-    {
-        QVector<RESOURCEMANAGEMENT::Tuner> tuners;
-        std::vector<int> positions;
-        for (std::size_t i = 0; i < places.size(); ++i) {
-            if (!accept(places[i]))
-                continue;
-            tuners.append(*places[i].tuner);
-            positions.push_back(static_cast<int>(i));
-        }
-        const int chosen = chosenBy(tuners);
-        return chosen < 0 ? -1 : positions[static_cast<std::size_t>(chosen)];
-    }
+    int chooseByPolicy(const Places& places, Accept accept) const;
 
     std::shared_ptr<TunerClassTree> m_tree;
     std::shared_ptr<const AbstractTunerClassCostFunction> m_policy;
-    quint64 m_revision = 0;              ///< of the tree, for m_weights
-    std::vector<TunerWeights> m_weights; ///< by number in the overview; without tuner until asked for
-    std::vector<int> m_identities;       ///< by number in the overview; made on first use
+    quint64 m_revision = 0; ///< of the tree, for m_ranked
+    QHash<const Places*, std::shared_ptr<const Ranked>> m_ranked;
+    std::size_t m_rankedTuners = 0;
+    std::vector<int> m_identities; ///< by number in the overview; made on first use
 };
 
 } // namespace Kolta

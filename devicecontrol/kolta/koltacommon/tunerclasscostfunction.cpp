@@ -3,8 +3,8 @@
 #include <koltacommon/tunerclasstree.h>
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
+#include <tuple>
 #include <typeinfo>
 
 namespace Kolta {
@@ -31,43 +31,10 @@ TunerWeights makeWeights(const Tuner& tuner, int cost, int depth)
             tuner.IsSupportsPScanSet() && tuner.GetSupportsPScan()};
 }
 
-template<class Value>
-int order(const Value& a, const Value& b)
-{
-    return a < b ? -1 : b < a ? 1 : 0;
-}
+} // namespace
 
-/// The criteria before the bandwidth.
-TunerVerdict comparePlace(const TunerWeights& a, const TunerWeights& b)
-{
-    if (a.cost != b.cost)
-        return {order(a.cost, b.cost), TunerCriterion::Cost};
-    return {order(a.depth, b.depth), TunerCriterion::Depth};
-}
-
-int compareBandwidth(double a, double b)
-{
-    return std::abs(a - b) >= 1.0 ? order(a, b) : 0; // two infinite ones do not differ
-}
-
-/// The criteria after the bandwidth.
-TunerVerdict compareCapabilities(const TunerWeights& a, const TunerWeights& b)
-{
-    if (a.hardwareProcessing != b.hardwareProcessing)
-        return {order(a.hardwareProcessing, b.hardwareProcessing), TunerCriterion::HardwareProcessing};
-    if (a.panoramaScan != b.panoramaScan)
-        return {order(a.panoramaScan, b.panoramaScan), TunerCriterion::PanoramaScan};
-    const auto& first = a.tuner->GetTavikResource();
-    const auto& second = b.tuner->GetTavikResource();
-    if (const int names = QString::localeAwareCompare(first.GetDisplayName(), second.GetDisplayName()))
-        return {names, TunerCriterion::DisplayName};
-    if (const int guids = first.GetGUID().compare(second.GetGUID(), Qt::CaseSensitive))
-        return {guids, TunerCriterion::Guid};
-    return {0, TunerCriterion::ListOrder};
-}
-
-/// Puts part of a list of candidates into the order of choice.
-class ChoiceSorter
+/// Puts candidates into the order of choice.
+class DefaultCostFunction::ChoiceSorter
 {
 public:
     using Iterator = std::vector<int>::iterator;
@@ -79,8 +46,8 @@ public:
         std::vector<int> places(m_candidates.size());
         std::iota(places.begin(), places.end(), 0);
         std::sort(places.begin(), places.end(), [this](int a, int b) {
-            const int byPlace = comparePlace(at(a), at(b)).order;
-            return byPlace ? byPlace < 0 : at(a).bandwidth < at(b).bandwidth;
+            return std::make_tuple(at(a).cost, at(a).depth, at(a).bandwidth) <
+                   std::make_tuple(at(b).cost, at(b).depth, at(b).bandwidth);
         });
         for (auto first = places.begin(); first != places.end();) {
             auto last = first + 1;
@@ -97,14 +64,14 @@ private:
 
     bool isNeighbour(int a, int b) const
     {
-        return comparePlace(at(a), at(b)).order == 0 &&
-               compareBandwidth(at(a).bandwidth, at(b).bandwidth) == 0;
+        return at(a).cost == at(b).cost && at(a).depth == at(b).depth &&
+               !isDecisive(at(a).bandwidth, at(b).bandwidth);
     }
 
     /// A run is ahead of all that follows it. Inside it bandwidth decides between ends alone, if at all.
     void sortRun(Iterator first, Iterator last)
     {
-        const bool isChain = compareBandwidth(at(*first).bandwidth, at(*(last - 1)).bandwidth) != 0;
+        const bool isChain = isDecisive(at(*first).bandwidth, at(*(last - 1)).bandwidth);
         std::sort(first, last, [this](int a, int b) {
             const int verdict = compareCapabilities(at(a), at(b)).order;
             return verdict ? verdict < 0 : a < b;
@@ -132,8 +99,8 @@ private:
         for (; first != last; ++first) {
             auto best = chain.begin();
             for (auto link = best + 1; link != chain.end(); ++link) {
-                const int byBandwidth = compareBandwidth(link->bandwidth, best->bandwidth);
-                if (byBandwidth ? byBandwidth < 0 : link->rank < best->rank)
+                if (isDecisive(link->bandwidth, best->bandwidth) ? link->bandwidth < best->bandwidth
+                                                                 : link->rank < best->rank)
                     best = link;
             }
             *first = best->place;
@@ -143,8 +110,6 @@ private:
 
     const std::vector<TunerWeights>& m_candidates;
 };
-
-} // namespace
 
 AbstractTunerClassCostFunction::~AbstractTunerClassCostFunction() = default;
 
@@ -209,14 +174,19 @@ TunerWeights DefaultCostFunction::weigh(const TunerPlace& place)
     return makeWeights(*place.tuner, place.cost, place.depth);
 }
 
-TunerVerdict DefaultCostFunction::compare(const TunerWeights& a, const TunerWeights& b)
+TunerVerdict DefaultCostFunction::compareCapabilities(const TunerWeights& a, const TunerWeights& b)
 {
-    const TunerVerdict byPlace = comparePlace(a, b);
-    if (byPlace.order)
-        return byPlace;
-    if (const int byBandwidth = compareBandwidth(a.bandwidth, b.bandwidth))
-        return {byBandwidth, TunerCriterion::Bandwidth};
-    return compareCapabilities(a, b);
+    if (a.hardwareProcessing != b.hardwareProcessing)
+        return {a.hardwareProcessing ? 1 : -1, TunerCriterion::HardwareProcessing};
+    if (a.panoramaScan != b.panoramaScan)
+        return {a.panoramaScan ? 1 : -1, TunerCriterion::PanoramaScan};
+    const auto& first = a.tuner->GetTavikResource();
+    const auto& second = b.tuner->GetTavikResource();
+    if (const int names = QString::localeAwareCompare(first.GetDisplayName(), second.GetDisplayName()))
+        return {names, TunerCriterion::DisplayName};
+    if (const int guids = first.GetGUID().compare(second.GetGUID(), Qt::CaseSensitive))
+        return {guids, TunerCriterion::Guid};
+    return {0, TunerCriterion::ListOrder};
 }
 
 std::vector<int> DefaultCostFunction::orderOfChoice(const std::vector<TunerWeights>& candidates)

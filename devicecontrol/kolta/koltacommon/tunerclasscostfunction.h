@@ -3,6 +3,7 @@
 #include <QString>
 #include <QVector>
 
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -103,7 +104,16 @@ public:
     /// Looks the tuner up in the tree. The result refers to `tuner`.
     TunerWeights weigh(const RESOURCEMANAGEMENT::Tuner& tuner) const;
     static TunerWeights weigh(const TunerPlace& place);
-    static TunerVerdict compare(const TunerWeights& a, const TunerWeights& b);
+    static TunerVerdict compare(const TunerWeights& a, const TunerWeights& b)
+    {
+        if (a.cost != b.cost)
+            return {a.cost < b.cost ? -1 : 1, TunerCriterion::Cost};
+        if (a.depth != b.depth)
+            return {a.depth < b.depth ? -1 : 1, TunerCriterion::Depth};
+        if (isDecisive(a.bandwidth, b.bandwidth))
+            return {a.bandwidth < b.bandwidth ? -1 : 1, TunerCriterion::Bandwidth};
+        return compareCapabilities(a, b);
+    }
     /// The places of `candidates` in the order in which they are chosen: first the one that the scan of
     /// cheapestOf() chooses, then the one it chooses among the rest, and so on. No tuner is less preferred
     /// than the next one. Takes the time of sorting, save for chains of bandwidths that are neighbours within
@@ -111,6 +121,12 @@ public:
     static std::vector<int> orderOfChoice(const std::vector<TunerWeights>& candidates);
 
 private:
+    class ChoiceSorter;
+    /// Whether bandwidths decide; two infinite ones do not.
+    static bool isDecisive(double a, double b) { return std::abs(a - b) >= 1.0; }
+    /// The criteria after the bandwidth.
+    static TunerVerdict compareCapabilities(const TunerWeights& a, const TunerWeights& b);
+
     std::shared_ptr<TunerClassTree> m_tree;
 };
 

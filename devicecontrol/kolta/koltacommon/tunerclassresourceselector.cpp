@@ -88,13 +88,12 @@ public:
     }
 
     /// The place that the request gets; null when none is left.
-    const TunerPlace* next(const TunerChooser::Places& places, int request)
+    const TunerPlace* next(const ptrTunerPlaces& places, int request)
     {
-        const int chosen =
-            m_chooser.choose(places, [this](const TunerPlace& place) { return holderOf(place) == none; });
+        const int chosen = m_chooser.chooseUnheld(places, m_holders);
         if (chosen == none)
             return nullptr;
-        const TunerPlace& place = places[static_cast<std::size_t>(chosen)];
+        const TunerPlace& place = (*places)[static_cast<std::size_t>(chosen)];
         holderOf(place) = request;
         return &place;
     }
@@ -285,10 +284,7 @@ Tuner TunerClassResourceSelector::selectTuner(const QString& className, const Tu
 {
     const std::shared_ptr<TunerChooser> chooser = d->ensureTree();
     const ptrTunerPlaces places = chooser->tree().getTunerPlacesOfClass(className);
-    const TunerFilter filter = TunerFilter::freeTuners(exclude, storageGuids);
-    const int chosen = chooser->choose(*places, [&filter](const TunerPlace& place) {
-        return filter.refusalOf(*place.tuner) == TunerRefusal::None;
-    });
+    const int chosen = chooser->choose(places, TunerFilter::freeTuners(exclude, storageGuids));
     return chosen == none ? Tuner() : *(*places)[static_cast<std::size_t>(chosen)].tuner;
 }
 
@@ -330,7 +326,7 @@ bool TunerClassResourceSelector::canBeRunSimultaneously(const QStringList& class
     bool result = true;
     for (int request = 0; request < classNames.size(); ++request) {
         const QString& className = classNames.at(request);
-        if (handOut.next(*chooser->tree().getTunerPlacesOfClass(className), request))
+        if (handOut.next(chooser->tree().getTunerPlacesOfClass(className), request))
             continue;
         result = false;
         if (errors) {
@@ -352,11 +348,11 @@ TunerClassResourceSelector::explainSimultaneousUse(const QStringList& classNames
         TunerAllotment allotment;
         allotment.className = className;
         const ptrTunerPlaces places = chooser->tree().getTunerPlacesOfClass(className);
-        if (const TunerPlace* const place = handOut.next(*places, allotments.size())) {
+        if (const TunerPlace* const place = handOut.next(places, allotments.size())) {
             allotment.served = true;
             allotment.tuner = *place->tuner;
         } else {
-            const int wanted = chooser->choose(*places, [](const TunerPlace&) { return true; });
+            const int wanted = chooser->choose(places, TunerFilter());
             if (wanted != none) {
                 const TunerPlace& taken = (*places)[static_cast<std::size_t>(wanted)];
                 allotment.tuner = *taken.tuner;

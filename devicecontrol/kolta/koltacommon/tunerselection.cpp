@@ -30,15 +30,19 @@ TunerFilter TunerFilter::anyTuners(const Exclude& exclude, const QStringList& st
     TunerFilter filter;
     filter.m_exclude = exclude;
     filter.m_storageGuids = QSet<QString>(storageGuids.begin(), storageGuids.end());
+    filter.m_hasWishes = exclude || !storageGuids.isEmpty();
     return filter;
 }
 
-TunerRefusal TunerFilter::refusalOf(const Tuner& tuner) const
+TunerRefusal TunerFilter::refusalByState(const Tuner& tuner)
 {
-    if (m_freeOnly && !tuner.GetAccessible())
+    if (!tuner.GetAccessible())
         return TunerRefusal::NotAccessible;
-    if (m_freeOnly && !tuner.GetIdle())
-        return TunerRefusal::NotIdle;
+    return tuner.GetIdle() ? TunerRefusal::None : TunerRefusal::NotIdle;
+}
+
+TunerRefusal TunerFilter::refusalByWishes(const Tuner& tuner) const
+{
     if (m_exclude && m_exclude(tuner))
         return TunerRefusal::Excluded;
     return hasStorage(tuner) ? TunerRefusal::None : TunerRefusal::NoMatchingStorage;

@@ -42,12 +42,26 @@ public:
     static TunerFilter anyTuners(const Exclude& exclude, const QStringList& storageGuids = QStringList());
 
     /// Asks the exclude function at most once.
-    TunerRefusal refusalOf(const RESOURCEMANAGEMENT::Tuner& tuner) const;
+    TunerRefusal refusalOf(const RESOURCEMANAGEMENT::Tuner& tuner) const
+    {
+        return refusalOf(tuner, refusalByState(tuner));
+    }
+    /// The same for those who have kept what refusalByState() said of the tuner.
+    TunerRefusal refusalOf(const RESOURCEMANAGEMENT::Tuner& tuner, TunerRefusal byState) const
+    {
+        if (m_freeOnly && byState != TunerRefusal::None)
+            return byState;
+        return m_hasWishes ? refusalByWishes(tuner) : TunerRefusal::None;
+    }
+    /// Whether the tuner is not accessible or not idle.
+    static TunerRefusal refusalByState(const RESOURCEMANAGEMENT::Tuner& tuner);
 
 private:
+    TunerRefusal refusalByWishes(const RESOURCEMANAGEMENT::Tuner& tuner) const;
     bool hasStorage(const RESOURCEMANAGEMENT::Tuner& tuner) const;
 
     bool m_freeOnly = false;
+    bool m_hasWishes = false; ///< an exclude function or storages
     Exclude m_exclude;
     QSet<QString> m_storageGuids;
 };
