@@ -25,6 +25,12 @@ void CommandLine::addArgument(const QString& name, const QString& description)
     m_arguments.append(name);
 }
 
+void CommandLine::addArguments(const QString& name, const QString& description)
+{
+    addArgument(name, description);
+    m_endless = true;
+}
+
 void CommandLine::addFaultsOption()
 {
     m_parser.addOption(
@@ -48,7 +54,7 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
     const QStringList given = m_parser.positionalArguments();
     if (given.size() < m_arguments.size())
         return usageError(QStringLiteral("%1 is missing").arg(m_arguments.at(given.size())));
-    if (given.size() > m_arguments.size())
+    if (given.size() > m_arguments.size() && !m_endless)
         return usageError(QStringLiteral("unexpected argument \"%1\"").arg(given.at(m_arguments.size())));
     // Trace lines are for support; an operator at the prompt gets one error line instead.
     Startup::ErrorHandler::Instance().setLoggingEnabled(m_parser.isSet(QStringLiteral("trace")));
@@ -91,7 +97,8 @@ QString CommandLine::help() const
     const QStringList words =
         QStringList{QStringLiteral("kolta"), m_name, QStringLiteral("[options]")} + m_arguments;
     const QString text = m_parser.helpText().trimmed();
-    return QStringLiteral("Usage: ") + words.join(QLatin1Char(' ')) +
+    const QString repetition = m_endless ? QStringLiteral("...") : QString();
+    return QStringLiteral("Usage: ") + words.join(QLatin1Char(' ')) + repetition +
            text.mid(text.indexOf(QLatin1Char('\n')));
 }
 

@@ -19,6 +19,8 @@ public:
     CommandLine(const QString& name, const QString& description);
 
     void addArgument(const QString& name, const QString& description);
+    /// The last argument, given once or several times.
+    void addArguments(const QString& name, const QString& description);
     void addOption(const QCommandLineOption& option) { m_parser.addOption(option); }
     /// Adds --faults, see Session::loadFaultTexts().
     void addFaultsOption();
@@ -29,9 +31,11 @@ public:
 
     bool json() const { return m_parser.isSet(QStringLiteral("json")); }
     bool faults() const { return m_parser.isSet(QStringLiteral("faults")); }
+    bool isSet(const QString& option) const { return m_parser.isSet(option); }
     QString value(const QString& option) const { return m_parser.value(option); }
     QStringList values(const QString& option) const { return m_parser.values(option); }
     QString argument(int index) const { return m_parser.positionalArguments().value(index); }
+    QStringList arguments() const { return m_parser.positionalArguments(); }
     /// Reads the argument as HOST:PORT and looks the host up. A value means that the command is over with
     /// that exit code; an error was printed.
     std::optional<int> readEndpoint(int index, Endpoint& endpoint) const;
@@ -48,6 +52,7 @@ private:
     QCommandLineParser m_parser;
     QString m_name;
     QStringList m_arguments;
+    bool m_endless = false; ///< the last of them may be repeated
 };
 
 } // namespace KoltaCli

@@ -25,7 +25,7 @@ int Demo::run()
     using Step = bool (Demo::*)();
     static constexpr Step steps[] = {&Demo::startServer,     &Demo::connectAndDescribe, &Demo::loadFaultTexts,
                                      &Demo::mirrorResources, &Demo::followChanges,      &Demo::askInVain,
-                                     &Demo::surviveLostLink};
+                                     &Demo::surviveLostLink, &Demo::allocateTuners};
     for (const Step step : steps) {
         if (!(this->*step)())
             break;

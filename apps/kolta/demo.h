@@ -15,6 +15,10 @@
 
 #include <memory>
 
+namespace Kolta {
+class TunerClassTree;
+}
+
 namespace KoltaCli {
 
 /// The main job, told step by step. Server and application share the process, the event loop and the value
@@ -41,12 +45,16 @@ private:
     bool followChanges();
     bool askInVain();
     bool surviveLostLink();
+    bool allocateTuners();
     bool summarise();
 
     XmlCommon::ptrCXmlMessage ask(const XmlCommon::CMsgFragment& query);
     void tellLinkLoss(QObject& scope);
     void queueRequestsAndCutLink(const QStringList& guids);
     void tellDeliveries(const QStringList& guids, int firstRequest, const QHash<QString, int>& seen);
+
+    void tellChoice(const Kolta::TunerClassTree& tree, const QString& className);
+    void tellPlans(const Kolta::TunerClassTree& tree, const QString& className, int freeTuners);
 
     DemoReport m_report;
     int m_timeoutMs;

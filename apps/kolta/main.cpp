@@ -26,6 +26,9 @@ constexpr Command commands[] = {
     {"listen", "print broadcasts and faults until Ctrl-C", runListen},
     {"ping", "measure round trips", runPing},
     {"demand-classes", "list the demand classes that an application may use", runDemandClasses},
+    {"classes", "draw the tree of tuner classes", runClasses},
+    {"select", "choose the tuner of a class, and tell why that one", runSelect},
+    {"plan", "give tuners to several classes at once", runPlan},
 };
 
 QString usage()
