@@ -2,6 +2,10 @@
 
 #include <simulation/faultids.h>
 
+#include <resourcemodel/hwprocessing.h>
+#include <resourcemodel/processors.h>
+#include <resourcemodel/tunerclasses.h>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -12,7 +16,16 @@
 #include <QUuid>
 #include <QXmlStreamReader>
 
+#include <memory>
+
 namespace KoltaSimulation {
+
+using REPORTGENERATOR::IRGObject;
+using RESOURCEMANAGEMENT::HWProcessingOverview;
+using RESOURCEMANAGEMENT::ProcessorOverview;
+using RESOURCEMANAGEMENT::ResourceDemandClassOverview;
+using RESOURCEMANAGEMENT::TunerClassOverview;
+using RESOURCEMANAGEMENT::TunerTypeOverview;
 
 namespace {
 
@@ -20,16 +33,23 @@ constexpr FaultId reportedFaults[] = {eFaultNotUnderstood, eFaultUnknownComponen
                                       eFaultNoOperation,   eFaultParameterMissing, eFaultNoSuchResource,
                                       eFaultLookUpFailed,  eFaultNoRegisterEntry,  eFaultAdministration};
 
-/// File and node of every overview that is published as it stands.
+template<class Overview>
+std::unique_ptr<IRGObject> make()
+{
+    return std::make_unique<Overview>();
+}
+
+/// File, node and class of every overview that is published as it stands.
 constexpr struct
 {
     const char* file;
     const char* node;
-} furtherFiles[] = {{"demandclasses.xml", "DemandClasses"},
-                    {"tunerclasses.xml", "TunerClasses"},
-                    {"tunertypes.xml", "TunerTypeOverview"},
-                    {"hardwareprocessing.xml", "HardwareProcessing"},
-                    {"actualconfiguration.xml", "ActualConfiguration"}};
+    std::unique_ptr<IRGObject> (*make)();
+} furtherFiles[] = {{"demandclasses.xml", "DemandClasses", make<ResourceDemandClassOverview>},
+                    {"tunerclasses.xml", "TunerClasses", make<TunerClassOverview>},
+                    {"tunertypes.xml", "TunerTypeOverview", make<TunerTypeOverview>},
+                    {"hardwareprocessing.xml", "HardwareProcessing", make<HWProcessingOverview>},
+                    {"actualconfiguration.xml", "ActualConfiguration", make<ProcessorOverview>}};
 
 QString located(const QString& file, qint64 line, const QString& text)
 {
@@ -70,6 +90,19 @@ bool checkXml(const QString& file, const QString& text, QString& error)
                 .arg(reader.columnNumber())
                 .arg(reader.errorString());
     return false;
+}
+
+/// Reads the text of a file as an object of the model.
+bool parse(const QString& file, const QString& text, IRGObject& object, QString& error)
+{
+    if (!checkXml(file, text, error))
+        return false;
+    try {
+        return object.SetXmlString(text, true);
+    } catch (const REPORTGENERATOR::RGException& failure) {
+        error = QStringLiteral("%1: %2; expected a %3").arg(file, failure.GetText(), object.GetObjectName());
+        return false;
+    }
 }
 
 /// Every resource needs a GUID of its own: it is what requests name it by.
@@ -212,14 +245,8 @@ bool Installation::loadWorkingStates(const QString& file, const QMap<QString, QS
 bool Installation::loadResources(const QString& file, QString& error)
 {
     QString text;
-    if (!readText(file, text, error) || !checkXml(file, text, error))
+    if (!readText(file, text, error) || !parse(file, text, m_resources, error))
         return false;
-    try {
-        m_resources.SetXmlString(text, true);
-    } catch (const REPORTGENERATOR::RGException& failure) {
-        error = QStringLiteral("%1: %2; expected a resource overview").arg(file, failure.GetText());
-        return false;
-    }
     QSet<QString> known;
     return checkGuids(file, "Tuner", m_resources.GetTuner(), known, error) &&
            checkGuids(file, "ProcessingUnit", m_resources.GetProcessingUnit(), known, error) &&
@@ -267,12 +294,13 @@ bool Installation::loadFurtherOverviews(const QString& folder, QString& error)
 {
     for (const auto& further : furtherFiles) {
         const QString file = QDir(folder).filePath(QLatin1String(further.file));
-        if (!QFile::exists(file))
-            continue;
-        QString text;
-        if (!readText(file, text, error) || !checkXml(file, text, error))
+        const std::unique_ptr<IRGObject> overview = further.make();
+        QString text = overview->GetXmlString();
+        if (QFile::exists(file) && (!readText(file, text, error) || !parse(file, text, *overview, error)))
             return false;
         m_furtherOverviews.insert(QLatin1String(further.node), text);
+        if (const auto* const classes = dynamic_cast<const ResourceDemandClassOverview*>(overview.get()))
+            m_demandClasses = *classes;
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/demandclasses.h>
 #include <resourcemodel/resources.h>
 #include <xmlmessaging/converters.h>
 
@@ -15,8 +16,8 @@ namespace KoltaSimulation {
 /// states;
 /// - resources.xml: the resource overview;
 /// - faults.sfr: the fault reference, one "ID|text" per line, UTF-8;
-/// - demandclasses.xml, tunerclasses.xml, tunertypes.xml: further overviews, published as they are. They may
-/// be absent.
+/// - demandclasses.xml, tunerclasses.xml, tunertypes.xml, hardwareprocessing.xml, actualconfiguration.xml:
+/// further overviews, published as they are. They may be absent and are then published empty.
 class Installation
 {
 public:
@@ -40,6 +41,11 @@ public:
     const RESOURCEMANAGEMENT::ResourceOverview& resources() const noexcept { return m_resources; }
     /// In the order of the file.
     const QVector<ResourceConverter::FaultDescription>& faults() const noexcept { return m_faults; }
+    /// What a job of each class takes, for each kind of processor.
+    const RESOURCEMANAGEMENT::ResourceDemandClassOverview& demandClasses() const noexcept
+    {
+        return m_demandClasses;
+    }
     /// Texts of the further overviews by the name of their node, "DemandClasses" for instance.
     const QMap<QString, QString>& furtherOverviews() const noexcept { return m_furtherOverviews; }
 
@@ -62,6 +68,7 @@ private:
     int m_initialWorkingState = 0;
     RESOURCEMANAGEMENT::ResourceOverview m_resources;
     QVector<ResourceConverter::FaultDescription> m_faults;
+    RESOURCEMANAGEMENT::ResourceDemandClassOverview m_demandClasses;
     QMap<QString, QString> m_furtherOverviews;
 };
 

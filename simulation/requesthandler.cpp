@@ -1,9 +1,11 @@
 #include <simulation/requesthandler.h>
 
+#include <simulation/demandclassanswer.h>
 #include <simulation/faultids.h>
 #include <simulation/installation.h>
 #include <simulation/resourcestate.h>
 
+#include <xmlmessaging/demandclassconverter.h>
 #include <xmlmessaging/server.h>
 
 #include <QDateTime>
@@ -51,7 +53,8 @@ const QStringList& knownComponents()
         XmlCommunication::CAppDescription::makeFragment().getComponentName(),
         XmlCommunication::CRequestTreeConverter().makeFragment().getComponentName(),
         XmlCommunication::CEventFilterConverter::makeFragment(QStringLiteral("*")).getComponentName(),
-        ResourceConverter::CQueryFaultReference::makeFragment().getComponentName()};
+        ResourceConverter::CQueryFaultReference::makeFragment().getComponentName(),
+        ResourceConverter::CResourceDemandClasses::makeFragment().getComponentName()};
     return components;
 }
 
@@ -101,6 +104,9 @@ void RequestHandler::answerFragment(const CMsgFragment& request, CMsgFragment& r
         XmlCommunication::CAppDescription::fillReply(reply, m_installation.application());
     } else if (ResourceConverter::CQueryFaultReference::isQuery(request)) {
         ResourceConverter::CQueryFaultReference::fillReply(reply, m_installation.faults());
+    } else if (ResourceConverter::CResourceDemandClasses::isQuery(request)) {
+        const auto answer = demandClassAnswer(m_installation.demandClasses());
+        ResourceConverter::CResourceDemandClasses::fillReply(reply, answer);
     } else if (component == resourcesComponent && tree.root().hasName("Resource")) {
         answerResource(tree, reply);
     } else if (component == statisticsComponent && tree.root().hasName("Statistics")) {

@@ -56,10 +56,11 @@ private:
 };
 
 /// Fragment that asks for the record of one resource; the reply's data is the record. Component "Resources",
-/// request <Resource><GUID>…</GUID></Resource>.
+/// request `<Resource><GUID>…</GUID></Resource>`.
 XmlCommon::CMsgFragment makeResourceQuery(const QString& guid);
-/// Fragment that asks what the server has counted. Component "Statistics", request <Statistics/>; the reply's
-/// data is <Statistics> with one element per member of ServerStatistics, named like it with a capital.
+/// Fragment that asks what the server has counted. Component "Statistics", request `<Statistics/>`; the
+/// reply's data is `<Statistics>` with one element per member of ServerStatistics, named like it with a
+/// capital.
 XmlCommon::CMsgFragment makeStatisticsQuery();
 /// Reads the reply to it; false when the fragment is none.
 bool readStatistics(const XmlCommon::CMsgFragment& fragment, ServerStatistics& statistics);

@@ -3,27 +3,20 @@
 namespace KoltaSimulation {
 
 ServerThread::ServerThread(const Installation& installation, const QHostAddress& address)
+    : m_thread(QStringLiteral("SimulatedServer"))
 {
-    m_thread.setObjectName(QStringLiteral("SimulatedServer"));
-    auto* starter = new QObject;
-    starter->moveToThread(&m_thread);
-    m_thread.start();
-    const auto construct = [&] {
-        m_server = new SimulatedServer(installation);
-        QObject::connect(&m_thread, &QThread::finished, m_server, &QObject::deleteLater);
+    m_thread.call([&] {
+        m_server = std::make_unique<SimulatedServer>(installation);
         if (m_server->listen(address)) {
             m_port = m_server->port();
             m_hostAndPort = m_server->hostAndPort();
         }
-    };
-    QMetaObject::invokeMethod(starter, construct, Qt::BlockingQueuedConnection);
-    starter->deleteLater();
+    });
 }
 
 ServerThread::~ServerThread()
 {
-    m_thread.quit();
-    m_thread.wait();
+    m_thread.call([this] { m_server.reset(); });
 }
 
 } // namespace KoltaSimulation

@@ -1,9 +1,7 @@
 #pragma once
 
+#include <simulation/callablethread.h>
 #include <simulation/simulatedserver.h>
-
-#include <QMetaObject>
-#include <QThread>
 
 #include <memory>
 #include <type_traits>
@@ -32,12 +30,10 @@ public:
     {
         using Result = std::invoke_result_t<Function, SimulatedServer&>;
         if constexpr (std::is_void_v<Result>) {
-            QMetaObject::invokeMethod(
-                m_server, [&] { function(*m_server); }, Qt::BlockingQueuedConnection);
+            m_thread.call([&] { function(*m_server); });
         } else {
             Result result{};
-            QMetaObject::invokeMethod(
-                m_server, [&] { result = function(*m_server); }, Qt::BlockingQueuedConnection);
+            m_thread.call([&] { result = function(*m_server); });
             return result;
         }
     }
@@ -50,8 +46,8 @@ public:
     ServerThread& operator=(const ServerThread&) = delete;
 
 private:
-    QThread m_thread;
-    SimulatedServer* m_server = nullptr; ///< lives on m_thread, which deletes it
+    CallableThread m_thread;
+    std::unique_ptr<SimulatedServer> m_server; ///< lives and dies on m_thread
     quint16 m_port = 0;
     QString m_hostAndPort;
 };

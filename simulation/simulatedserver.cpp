@@ -321,6 +321,7 @@ void SimulatedServer::receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessa
     if (link.isDead() || !message || !isRequest(*message))
         return;
     countRequest(*message);
+    Q_EMIT requestReceived(message);
     const CXmlMessage reply = m_handler.answer(*message, link.settings());
     for (int i = 0; i < reply.getNumberOfFragments(); ++i)
         m_statistics.faults += reply.getFragment(i).hasFaultTree() ? 1 : 0;

@@ -117,6 +117,10 @@ public:
     /// Starts the random decisions again from `seed`; a new server has seed 1.
     void setSeed(quint32 seed) { m_plan.reseed(seed); }
 
+Q_SIGNALS:
+    /// A request has come on one of the links; it has been counted and not yet been answered.
+    void requestReceived(const XmlCommon::ptrCXmlMessage& message);
+
 private:
     void openLink(XmlCommunication::CServerLink* link);
     void receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessage& message);

@@ -2,49 +2,75 @@
 
 #include "output.h"
 
+#include <startup/errorhandler.h>
+
 namespace KoltaCli {
 
 CommandLine::CommandLine(const QString& name, const QString& description) : m_name(name)
 {
     m_parser.setApplicationDescription(description);
     m_parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
-    m_parser.addOption({QStringLiteral("json"), QStringLiteral("Print JSON, one object per line, for programs.")});
-    m_parser.addOption({QStringLiteral("timeout"), QStringLiteral("Seconds to wait for a link or a reply."),
+    m_parser.addOption(
+        {QStringLiteral("json"), QStringLiteral("Print JSON, one object per line, for programs.")});
+    m_parser.addOption({QStringLiteral("timeout"),
+                        QStringLiteral("Seconds to wait for a link or a reply, 1 to 3600 (5)."),
                         QStringLiteral("seconds"), QStringLiteral("5")});
-    m_parser.addPositionalArgument(name, QString(), name);
+    m_parser.addOption(
+        {QStringLiteral("trace"), QStringLiteral("Write trace lines to standard error, for support.")});
 }
 
 void CommandLine::addArgument(const QString& name, const QString& description)
 {
     m_parser.addPositionalArgument(name, description, name);
-    ++m_arguments;
+    m_arguments.append(name);
+}
+
+void CommandLine::addArguments(const QString& name, const QString& description)
+{
+    addArgument(name, description);
+    m_endless = true;
+}
+
+void CommandLine::addFaultsOption()
+{
+    m_parser.addOption(
+        {QStringLiteral("faults"),
+         QStringLiteral(
+             "Load the texts of faults from the server first instead of from the configured file.")});
 }
 
 std::optional<int> CommandLine::parse(const QStringList& arguments)
 {
-    if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + arguments))
-        return usageError(m_parser.errorText());
+    if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + arguments)) {
+        QString text = m_parser.errorText();
+        while (text.endsWith(QLatin1Char('.')))
+            text.chop(1);
+        return usageError(text);
+    }
     if (m_parser.isSet(QStringLiteral("help"))) {
-        printLine(m_parser.helpText().trimmed());
+        printLine(help());
         return eExitOk;
     }
-    const int given = m_parser.positionalArguments().size();
-    if (given < m_arguments)
-        return usageError(QStringLiteral("too few arguments"));
-    if (given > m_arguments)
-        return usageError(
-            QStringLiteral("unexpected argument \"%1\"").arg(m_parser.positionalArguments().at(m_arguments)));
+    const QStringList given = m_parser.positionalArguments();
+    if (given.size() < m_arguments.size())
+        return usageError(QStringLiteral("%1 is missing").arg(m_arguments.at(given.size())));
+    if (given.size() > m_arguments.size() && !m_endless)
+        return usageError(QStringLiteral("unexpected argument \"%1\"").arg(given.at(m_arguments.size())));
+    // Trace lines are for support; an operator at the prompt gets one error line instead.
+    Startup::ErrorHandler::Instance().setLoggingEnabled(m_parser.isSet(QStringLiteral("trace")));
     return std::nullopt;
 }
 
-std::optional<Endpoint> CommandLine::endpoint(int index) const
+std::optional<int> CommandLine::readEndpoint(int index, Endpoint& endpoint) const
 {
-    Endpoint endpoint;
+    QString host;
     QString error;
-    if (parseEndpoint(argument(index), endpoint, error))
-        return endpoint;
+    if (!splitHostAndPort(argument(index), host, endpoint.port, error))
+        return usageError(error);
+    if (findAddress(host, endpoint.address, error))
+        return std::nullopt;
     printError(error);
-    return std::nullopt;
+    return eExitFailed;
 }
 
 std::optional<int> CommandLine::number(const QString& option, int minimum, int maximum) const
@@ -53,11 +79,9 @@ std::optional<int> CommandLine::number(const QString& option, int minimum, int m
     const int number = value(option).toInt(&isNumber);
     if (isNumber && number >= minimum && number <= maximum)
         return number;
-    printError(QStringLiteral("--%1 wants a whole number from %2 to %3, not \"%4\"")
-                   .arg(option)
-                   .arg(minimum)
-                   .arg(maximum)
-                   .arg(value(option)));
+    const QString dashes = option.size() == 1 ? QStringLiteral("-") : QStringLiteral("--");
+    usageError(QStringLiteral("%1 wants a whole number from %2 to %3, not \"%4\"")
+                   .arg(dashes + option, QString::number(minimum), QString::number(maximum), value(option)));
     return std::nullopt;
 }
 
@@ -65,6 +89,17 @@ std::optional<int> CommandLine::timeoutMs() const
 {
     const std::optional<int> seconds = number(QStringLiteral("timeout"), 1, 3600);
     return seconds ? std::optional<int>(*seconds * 1000) : std::nullopt;
+}
+
+/// The parser knows nothing of commands; the first line of its text, which shows the usage, is made here.
+QString CommandLine::help() const
+{
+    const QStringList words =
+        QStringList{QStringLiteral("kolta"), m_name, QStringLiteral("[options]")} + m_arguments;
+    const QString text = m_parser.helpText().trimmed();
+    const QString repetition = m_endless ? QStringLiteral("...") : QString();
+    return QStringLiteral("Usage: ") + words.join(QLatin1Char(' ')) + repetition +
+           text.mid(text.indexOf(QLatin1Char('\n')));
 }
 
 int CommandLine::usageError(const QString& text) const

@@ -10,37 +10,49 @@
 
 namespace KoltaCli {
 
-/// The options and arguments of one command. Adds --help, --json and --timeout to what the command declares.
+/// The options and arguments of one command. Adds --help, --json, --timeout and --trace to what the command
+/// declares.
 class CommandLine
 {
 public:
-    /// `name` is the command, `description` one sentence on what it does.
+    /// `name` is the command, `description` one or two sentences on what it does.
     CommandLine(const QString& name, const QString& description);
 
     void addArgument(const QString& name, const QString& description);
+    /// The last argument, given once or several times.
+    void addArguments(const QString& name, const QString& description);
     void addOption(const QCommandLineOption& option) { m_parser.addOption(option); }
+    /// Adds --faults, see Session::loadFaultTexts().
+    void addFaultsOption();
 
-    /// Parses. A value means that the command is over with that exit code: help was printed, or the words are wrong
-    /// and an error was printed.
+    /// Parses. A value means that the command is over with that exit code: help was printed, or the words are
+    /// wrong and an error was printed.
     std::optional<int> parse(const QStringList& arguments);
 
     bool json() const { return m_parser.isSet(QStringLiteral("json")); }
+    bool faults() const { return m_parser.isSet(QStringLiteral("faults")); }
     bool isSet(const QString& option) const { return m_parser.isSet(option); }
     QString value(const QString& option) const { return m_parser.value(option); }
+    QStringList values(const QString& option) const { return m_parser.values(option); }
     QString argument(int index) const { return m_parser.positionalArguments().value(index); }
-    /// The argument as HOST:PORT; prints an error and gives nothing when it is not.
-    std::optional<Endpoint> endpoint(int index) const;
+    QStringList arguments() const { return m_parser.positionalArguments(); }
+    /// Reads the argument as HOST:PORT and looks the host up. A value means that the command is over with
+    /// that exit code; an error was printed.
+    std::optional<int> readEndpoint(int index, Endpoint& endpoint) const;
     /// An option as a whole number in [minimum, maximum]; prints an error and gives nothing when it is not.
     std::optional<int> number(const QString& option, int minimum, int maximum) const;
     /// --timeout in milliseconds.
     std::optional<int> timeoutMs() const;
+    /// Prints an error that says where to find help, and gives eExitUsage.
+    int usageError(const QString& text) const;
 
 private:
-    int usageError(const QString& text) const;
+    QString help() const;
 
     QCommandLineParser m_parser;
     QString m_name;
-    int m_arguments = 0;
+    QStringList m_arguments;
+    bool m_endless = false; ///< the last of them may be repeated
 };
 
 } // namespace KoltaCli

@@ -17,5 +17,13 @@ int runSend(const QStringList& arguments);
 int runListen(const QStringList& arguments);
 /// Measures round trips.
 int runPing(const QStringList& arguments);
+/// Lists the demand classes that an application may use, on a given tuner too.
+int runDemandClasses(const QStringList& arguments);
+/// Draws the tree of tuner classes.
+int runClasses(const QStringList& arguments);
+/// Chooses the tuner of a class, and tells why that one.
+int runSelect(const QStringList& arguments);
+/// Gives tuners to several classes at once.
+int runPlan(const QStringList& arguments);
 
 } // namespace KoltaCli

@@ -3,20 +3,26 @@
 #include "demoreport.h"
 #include "requesttracker.h"
 #include "session.h"
+#include "temporaryconfiguration.h"
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
 
+#include <QHash>
 #include <QObject>
-#include <QTemporaryDir>
+#include <QStringList>
 
 #include <memory>
 
+namespace Kolta {
+class TunerClassTree;
+}
+
 namespace KoltaCli {
 
-/// The main job, told step by step. Server and application share the process, the event loop and the value tree; the
-/// requests go over real loopback TCP.
+/// The main job, told step by step. Server and application share the process, the event loop and the value
+/// tree; the requests go over real loopback TCP.
 class Demo : public QObject
 {
     Q_OBJECT
@@ -25,7 +31,7 @@ public:
     Demo(const KoltaSimulation::Installation& installation, bool json, int timeoutMs);
     ~Demo() override;
 
-    /// Runs all steps, stops at the first that nothing can follow; returns an eExitCode.
+    /// Runs the steps up to the first that fails, then sums up; returns an eExitCode.
     int run();
 
 private Q_SLOTS:
@@ -39,21 +45,24 @@ private:
     bool followChanges();
     bool askInVain();
     bool surviveLostLink();
+    bool allocateTuners();
     bool summarise();
 
-    void changeResources();
     XmlCommon::ptrCXmlMessage ask(const XmlCommon::CMsgFragment& query);
-    void queueRequestsAndCutLink(int count);
+    void tellLinkLoss(QObject& scope);
+    void queueRequestsAndCutLink(const QStringList& guids);
+    void tellDeliveries(const QStringList& guids, int firstRequest, const QHash<QString, int>& seen);
+
+    void tellChoice(const Kolta::TunerClassTree& tree, const QString& className);
+    void tellPlans(const Kolta::TunerClassTree& tree, const QString& className, int freeTuners);
 
     DemoReport m_report;
     int m_timeoutMs;
-    QTemporaryDir m_folder; ///< the demo's own configuration; nothing of the user's is touched
+    TemporaryConfiguration m_configuration;
     KoltaSimulation::SimulatedServer m_server;
     std::unique_ptr<Session> m_session;
     std::unique_ptr<RequestTracker> m_tracker;
     std::unique_ptr<Kolta::KoltaResourceObserver> m_resources;
-    int m_openings = 0;
-    int m_socketErrors = 0;
     bool m_faultTextsArrived = false;
 };
 

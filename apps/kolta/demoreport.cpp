@@ -19,7 +19,7 @@ void DemoReport::beginStep(const QString& title)
 void DemoReport::say(const QString& text)
 {
     if (!m_json)
-        printLine(QStringLiteral("   ") + text);
+        printLine(text.isEmpty() ? text : QString(QStringLiteral("   ") + text));
 }
 
 void DemoReport::show(const QString& block)
@@ -43,7 +43,8 @@ bool DemoReport::endStep()
     if (!well)
         m_failedSteps.append(m_title);
     if (m_json) {
-        m_facts[QStringLiteral("step")] = m_title;
+        m_facts[QStringLiteral("step")] = m_number;
+        m_facts[QStringLiteral("title")] = m_title;
         m_facts[QStringLiteral("ok")] = well;
         if (!well)
             m_facts[QStringLiteral("failures")] = QJsonArray::fromStringList(m_failures);

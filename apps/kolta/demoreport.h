@@ -6,15 +6,15 @@
 
 namespace KoltaCli {
 
-/// What the demo tells: text for people as it happens, or one JSON object per step for programs. A step fails with
-/// the first check of it that fails.
+/// What the demo tells: text for people as it happens, or one JSON object per step for programs. A step fails
+/// with the first check of it that fails.
 class DemoReport
 {
 public:
     explicit DemoReport(bool json) : m_json(json) {}
 
     void beginStep(const QString& title);
-    /// A line of the story; `indent` is for what hangs below another line.
+    /// A line of the story.
     void say(const QString& text);
     /// Several lines that are printed as they are.
     void show(const QString& block);
@@ -27,6 +27,7 @@ public:
 
     /// Whether every step so far went as it must.
     bool allWell() const noexcept { return m_failedSteps.isEmpty(); }
+    /// The titles of the steps that did not.
     const QStringList& failedSteps() const noexcept { return m_failedSteps; }
 
 private:

@@ -12,10 +12,11 @@ namespace {
 
 void print(const XmlCommunication::CAppDescription& description, bool json)
 {
-    const QVector<QPair<QString, QString>> rows{
-        {QStringLiteral("name"), description.getAppName()},    {QStringLiteral("guid"), description.getAppGuid()},
-        {QStringLiteral("version"), description.getVersion()}, {QStringLiteral("build"), description.getBuild()},
-        {QStringLiteral("interface"), description.getInterface()}};
+    const QVector<QPair<QString, QString>> rows{{QStringLiteral("name"), description.getAppName()},
+                                                {QStringLiteral("guid"), description.getAppGuid()},
+                                                {QStringLiteral("version"), description.getVersion()},
+                                                {QStringLiteral("build"), description.getBuild()},
+                                                {QStringLiteral("interface"), description.getInterface()}};
     QJsonObject object;
     Table table({QStringLiteral("FIELD"), QStringLiteral("VALUE")});
     for (const auto& row : rows) {
@@ -32,19 +33,23 @@ void print(const XmlCommunication::CAppDescription& description, bool json)
 
 int runDescribe(const QStringList& arguments)
 {
-    CommandLine line(QStringLiteral("describe"), QStringLiteral("Asks a server for its application description."));
+    CommandLine line(QStringLiteral("describe"),
+                     QStringLiteral("Asks a server for its application description."));
     line.addArgument(QStringLiteral("HOST:PORT"), QStringLiteral("The server's address."));
     if (const auto exitCode = line.parse(arguments))
         return *exitCode;
-    const auto endpoint = line.endpoint(0);
     const auto timeout = line.timeoutMs();
-    if (!endpoint || !timeout)
+    if (!timeout)
         return eExitUsage;
+    Endpoint endpoint;
+    if (const auto exitCode = line.readEndpoint(0, endpoint))
+        return *exitCode;
 
-    Session session(*endpoint);
-    const auto query =
-        makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY, XmlCommunication::CAppDescription::makeFragment());
-    const auto reply = session.open(*timeout) ? session.request(query, *timeout) : XmlCommon::ptrCXmlMessage();
+    Session session(endpoint);
+    const auto query = makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY,
+                                   XmlCommunication::CAppDescription::makeFragment());
+    const auto reply =
+        session.open(*timeout) ? session.request(query, *timeout) : XmlCommon::ptrCXmlMessage();
     if (!reply) {
         printError(session.errorText());
         return eExitFailed;
@@ -53,10 +58,10 @@ int runDescribe(const QStringList& arguments)
         printError(Kolta::KoltaConnection::getFaultText(reply));
         return eExitFailed;
     }
-    if (reply->getNumberOfFragments() == 0
-        || !XmlCommunication::CAppDescription(reply->getFragment(0)).isCompatible()) {
+    if (reply->getNumberOfFragments() == 0 ||
+        !XmlCommunication::CAppDescription(reply->getFragment(0)).isCompatible()) {
         printError(QStringLiteral("%1 answered with something else than an application description")
-                       .arg(endpoint->toString()));
+                       .arg(endpoint.toString()));
         return eExitFailed;
     }
     print(XmlCommunication::CAppDescription(reply->getFragment(0)), line.json());

@@ -15,9 +15,14 @@ struct Endpoint
     QString toString() const;
 };
 
-/// Reads HOST:PORT. HOST is an IPv4 address, an IPv6 address with or without brackets, or a name, which is looked up
-/// (this may block). PORT is a decimal number from 1 to 65535, behind the last colon.
-/// On failure the result is false and `error` says what was expected.
-bool parseEndpoint(const QString& text, Endpoint& endpoint, QString& error);
+/// Splits HOST:PORT at its last colon. HOST is an address or a name, an IPv6 address with or without
+/// brackets, which are taken off; PORT is a decimal number from 1 to 65535. On failure the result is false
+/// and `error` says what was expected.
+bool splitHostAndPort(const QString& text, QString& host, quint16& port, QString& error);
+
+/// The address of a host: `host` itself when it is one, else the first IPv4 address of that name, else its
+/// first address at all. Looking up a name blocks. On failure the result is false and `error` names the
+/// reason.
+bool findAddress(const QString& host, QHostAddress& address, QString& error);
 
 } // namespace KoltaCli

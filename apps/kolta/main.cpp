@@ -1,10 +1,12 @@
 #include "commands.h"
 #include "output.h"
 
-#include <startup/errorhandler.h>
-
 #include <QCoreApplication>
-#include <QTextStream>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace KoltaCli {
 
@@ -23,6 +25,10 @@ constexpr Command commands[] = {
     {"send", "send the message in a file, print the reply", runSend},
     {"listen", "print broadcasts and faults until Ctrl-C", runListen},
     {"ping", "measure round trips", runPing},
+    {"demand-classes", "list the demand classes that an application may use", runDemandClasses},
+    {"classes", "draw the tree of tuner classes", runClasses},
+    {"select", "choose the tuner of a class, and tell why that one", runSelect},
+    {"plan", "give tuners to several classes at once", runPlan},
 };
 
 QString usage()
@@ -30,16 +36,17 @@ QString usage()
     QString text = QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
                                   "Talks to the servers of a monitoring installation.\n\nCommands:\n");
     for (const Command& command : commands)
-        text += QStringLiteral("  %1%2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
-    text += QStringLiteral("\n\"kolta COMMAND --help\" tells more of each. Options here: --help, --version, --trace (write\n"
-                           "trace lines to standard error). Exit codes: 0 done, 1 failed, 2 wrong usage.");
+        text += QStringLiteral("  %1%2\n")
+                    .arg(QLatin1String(command.name), -16)
+                    .arg(QLatin1String(command.summary));
+    text +=
+        QStringLiteral("\nOptions: --help, --version. \"kolta COMMAND --help\" tells more of each command.\n"
+                       "Exit codes: 0 done, 1 failed, 2 wrong usage.");
     return text;
 }
 
 int dispatch(QStringList words)
 {
-    // Trace lines are for support; an operator at the prompt gets one error line instead.
-    Startup::ErrorHandler::Instance().setLoggingEnabled(words.removeAll(QStringLiteral("--trace")) > 0);
     if (words.isEmpty()) {
         printError(QStringLiteral("a command is missing. Try \"kolta --help\"."));
         return eExitUsage;
@@ -61,14 +68,30 @@ int dispatch(QStringList words)
     return eExitUsage;
 }
 
+/// Takes the places of standard streams that are closed, so that no socket gets one of them. Writing to them
+/// fails.
+void fillStandardStreams()
+{
+    int descriptor = -1;
+    do
+        descriptor = ::open("/dev/null", O_RDONLY);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO)
+        ::close(descriptor);
+}
+
 } // namespace
 
 } // namespace KoltaCli
 
 int main(int argc, char** argv)
 {
+    KoltaCli::fillStandardStreams();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kolta"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KOLTA_VERSION));
-    return KoltaCli::dispatch(QCoreApplication::arguments().mid(1));
+    // A reader that goes away shows as a failed write.
+    std::signal(SIGPIPE, SIG_IGN);
+    const int exitCode = KoltaCli::dispatch(QCoreApplication::arguments().mid(1));
+    return exitCode == KoltaCli::eExitOk && KoltaCli::outputIsLost() ? KoltaCli::eExitFailed : exitCode;
 }

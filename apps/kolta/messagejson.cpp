@@ -12,7 +12,8 @@ QJsonObject toJson(const XmlCommon::CMsgFragment& fragment)
 {
     QJsonObject object{{QStringLiteral("component"), fragment.getComponentName()}};
     if (fragment.hasRequestTree())
-        object[QStringLiteral("request")] = QString::fromUtf8(fragment.getRequestTree().getDataTree().toXml());
+        object[QStringLiteral("request")] =
+            QString::fromUtf8(fragment.getRequestTree().getDataTree().toXml());
     if (fragment.hasDataTree())
         object[QStringLiteral("data")] = QString::fromUtf8(fragment.getDataTree().toXml());
     if (fragment.hasFaultTree()) {

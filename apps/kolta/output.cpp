@@ -1,20 +1,31 @@
 #include "output.h"
 
 #include <QJsonDocument>
-#include <QTextStream>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace KoltaCli {
 
 namespace {
 
-void write(FILE* file, const QString& text)
+bool isLost = false;
+
+QString printable(QString text)
 {
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), file);
-    std::fputc('\n', file);
-    std::fflush(file);
+    for (QChar& letter : text) {
+        if (letter.category() == QChar::Other_Control && letter != QLatin1Char('\n') &&
+            letter != QLatin1Char('\t'))
+            letter = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
+bool write(FILE* file, const QString& text)
+{
+    const QByteArray bytes = printable(text).toUtf8() + '\n';
+    const std::size_t size = static_cast<std::size_t>(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, file) == size && std::fflush(file) == 0;
 }
 
 } // namespace
@@ -26,7 +37,8 @@ QString Table::line(const QStringList& cells, const QVector<int>& widths) const
         const QString cell = cells.value(column);
         const QString gap = column == 0 ? QString() : QStringLiteral("  ");
         text += gap;
-        text += m_right.contains(column) ? cell.rightJustified(widths[column]) : cell.leftJustified(widths[column]);
+        text += m_right.contains(column) ? cell.rightJustified(widths[column])
+                                         : cell.leftJustified(widths[column]);
     }
     while (text.endsWith(QLatin1Char(' ')))
         text.chop(1);
@@ -50,7 +62,12 @@ QString Table::toText() const
 
 void printLine(const QString& text)
 {
-    write(stdout, text);
+    if (isLost || write(stdout, text))
+        return;
+    const int error = errno;
+    isLost = true;
+    if (error != EPIPE)
+        printError(QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(error)));
 }
 
 void printError(const QString& text)
@@ -60,7 +77,17 @@ void printError(const QString& text)
 
 void printJson(const QJsonObject& object)
 {
-    write(stdout, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+    printLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+}
+
+bool outputIsLost()
+{
+    return isLost;
+}
+
+void setOutputLost()
+{
+    isLost = true;
 }
 
 } // namespace KoltaCli

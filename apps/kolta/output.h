@@ -33,11 +33,18 @@ private:
     QVector<int> m_right;
 };
 
-/// Writes one line to standard output, flushed, so that a pipe sees it at once.
+/// Writes one line to standard output, flushed, so that a pipe sees it at once. Control characters that came
+/// from a server are replaced, so that they cannot reach a terminal.
 void printLine(const QString& text);
 /// Writes "kolta: <text>" to standard error.
 void printError(const QString& text);
 /// Writes one compact JSON object as a line to standard output.
 void printJson(const QJsonObject& object);
+
+/// Whether something could not be written to standard output; the first time is told on standard error,
+/// unless the reader of a pipe has just had enough.
+bool outputIsLost();
+/// Notes that nobody reads standard output any more.
+void setOutputLost();
 
 } // namespace KoltaCli

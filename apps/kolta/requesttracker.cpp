@@ -36,8 +36,8 @@ int RequestTracker::faults() const
 
 int RequestTracker::lost() const
 {
-    return static_cast<int>(
-        std::count_if(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return entry.replies == 0; }));
+    return static_cast<int>(std::count_if(m_entries.begin(), m_entries.end(),
+                                          [](const Entry& entry) { return entry.replies == 0; }));
 }
 
 int RequestTracker::duplicated() const

@@ -12,7 +12,8 @@ class KoltaConnection;
 
 namespace KoltaCli {
 
-/// Sends requests and keeps the books: each must be answered exactly once, in the order in which they were sent.
+/// Sends requests and keeps the books: each must be answered exactly once, in the order in which they were
+/// sent.
 class RequestTracker : public QObject
 {
     Q_OBJECT
@@ -24,6 +25,9 @@ public:
     int submit(const XmlCommon::ptrCXmlMessage& message);
     /// The reply to a request; null until it has come.
     XmlCommon::ptrCXmlMessage reply(int number) const { return m_entries.at(number).reply; }
+
+    /// How many replies a request has got.
+    int replies(int number) const { return m_entries.at(number).replies; }
 
     int requests() const { return m_entries.size(); }
     int replies() const;

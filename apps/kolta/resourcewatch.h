@@ -2,9 +2,9 @@
 
 #include <koltacommon/koltaresourceobserver.h>
 
+#include <QHash>
 #include <QObject>
 #include <QString>
-#include <QStringList>
 
 namespace KoltaCli {
 
@@ -20,11 +20,12 @@ Q_SIGNALS:
     void changed(const QString& text);
 
 private:
-    QString nameOf(const QString& guid) const;
+    QString nameOf(const QString& guid);
     void watchTuners();
     void watchUnits();
 
     const Kolta::KoltaResourceObserver& m_observer;
+    QHash<QString, QString> m_names; ///< by GUID; a tuner that has gone is only known here
 };
 
 /// The tuners and units of an overview as tables for people.

@@ -43,6 +43,8 @@ QString RoundTripStatistics::toText() const
 
 QJsonObject RoundTripStatistics::toJson() const
 {
+    if (m_times.isEmpty())
+        return {};
     return {{QStringLiteral("min_us"), minimum()},
             {QStringLiteral("mean_us"), mean()},
             {QStringLiteral("median_us"), percentile(0.5)},

@@ -21,6 +21,7 @@ public:
 
     /// "min/mean/median/99 %/max = … µs".
     QString toText() const;
+    /// The same figures as "min_us" to "max_us"; empty without times.
     QJsonObject toJson() const;
 
 private:

@@ -1,6 +1,6 @@
 #include "session.h"
 
-#include <koltacommon/generalrequests.h>
+#include <koltacommon/faultmessagehandler.h>
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -9,13 +9,22 @@
 
 namespace KoltaCli {
 
-Session::Session(const Endpoint& endpoint, QObject* parent)
-    : QObject(parent)
-    , m_endpoint(endpoint)
-    , m_connection(std::make_unique<Kolta::KoltaConnection>(QStringLiteral("kolta"), QStringLiteral("1.0"),
-                                                            endpoint.address, endpoint.port, false))
+namespace {
+
+/// The version of the servers' interface that this program was written for.
+const char interfaceVersion[] = "3.1";
+/// Enough to find the reason of a failed link again.
+constexpr int keptTraceLines = 200;
+
+} // namespace
+
+Session::Session(const Endpoint& endpoint)
+    : m_endpoint(endpoint)
+    , m_trace(keptTraceLines)
+    , m_connection(std::make_unique<Kolta::KoltaConnection>(
+          QStringLiteral("kolta"), QLatin1String(interfaceVersion), endpoint.address, endpoint.port, false))
 {
-    connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionOpened, this, [this] { m_opened = true; });
+    connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionOpened, this, [this] { ++m_openings; });
     connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionClosed, this, [this] { m_closed = true; });
     connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionError, this,
             [this](const QString& error) { m_socketError = error; });
@@ -29,21 +38,40 @@ Session::~Session()
 
 bool Session::open(int timeoutMs)
 {
+    // Reads what is configured and leaves everything as it is.
+    Kolta::KoltaConnection::getStaticFaultMessageHandler()->Init(m_connection->getName());
     m_connection->open();
-    if (waitFor([this] { return m_opened; }, timeoutMs))
+    const auto isUp = [this] { return m_openings > 0 && m_connection->isIdle(); };
+    if (waitFor(isUp, timeoutMs))
         return true;
-    m_failure = QStringLiteral("cannot connect to %1").arg(m_endpoint.toString());
+    const QString peer = m_endpoint.toString();
+    const QString seconds = QString::number(timeoutMs / 1000);
+    if (m_openings > 0)
+        return fail(
+            QStringLiteral("%1 takes connections, but has not answered within %2 s").arg(peer, seconds));
+    m_failure = QStringLiteral("cannot connect to %1: ").arg(peer);
+    m_failure += m_closed ? linkError() : QStringLiteral("no connection within %1 s").arg(seconds);
     return false;
+}
+
+bool Session::loadFaultTexts(int timeoutMs)
+{
+    m_faultTextsAnswered = false;
+    m_connection->initMessageHandler(this, SLOT(takeFaultTexts()));
+    waitFor([this] { return m_faultTextsAnswered; }, timeoutMs);
+    if (Kolta::KoltaConnection::getStaticFaultMessageHandler()->Init(m_connection->getName()))
+        return true;
+    return fail(QStringLiteral("%1 does not give the texts of its faults").arg(m_endpoint.toString()));
 }
 
 XmlCommon::ptrCXmlMessage Session::request(const XmlCommon::ptrCXmlMessage& message, int timeoutMs)
 {
     m_reply.reset();
-    m_connection->executeRequest(
-        new Kolta::ParameterRequest(message, this, SLOT(takeReply(XmlCommon::ptrCXmlMessage))));
+    m_request = new Kolta::ParameterRequest(message, this, SLOT(takeReply(Kolta::ptrKoltaRequest)));
+    m_connection->executeRequest(m_request);
     if (!waitFor([this] { return bool(m_reply); }, timeoutMs))
-        m_failure = m_closed ? QStringLiteral("%1 closed the link").arg(m_endpoint.toString())
-                             : QStringLiteral("no reply from %1 within %2 ms").arg(m_endpoint.toString()).arg(timeoutMs);
+        fail(QStringLiteral("no reply from %1 within %2 s").arg(m_endpoint.toString()).arg(timeoutMs / 1000));
+    m_request.reset();
     return m_reply;
 }
 
@@ -53,20 +81,38 @@ bool Session::waitFor(const std::function<bool()>& done, int timeoutMs)
     QTimer wakeUp;
     wakeUp.setSingleShot(true);
     while (!done() && !m_closed && !deadline.hasExpired()) {
-        wakeUp.start(static_cast<int>(deadline.remainingTime()) + 1);
+        if (!deadline.isForever())
+            wakeUp.start(static_cast<int>(deadline.remainingTime()) + 1);
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return done();
 }
 
-QString Session::errorText() const
+QString Session::linkError() const
 {
-    return m_socketError.isEmpty() ? m_failure : QString(m_failure + QStringLiteral(": ") + m_socketError);
+    // The transport says more in its trace than the word of the socket error does: what of a message it could
+    // not read, for instance. "<link>: <reason>".
+    const QVector<Startup::TraceRecord> records = m_trace.records();
+    for (auto record = records.rbegin(); record != records.rend(); ++record) {
+        const int reason = record->text.indexOf(QLatin1String(": "));
+        if (record->source == QLatin1String("platform/xmlmessaging/linkworker") && reason >= 0)
+            return record->text.mid(reason + 2);
+    }
+    return m_socketError;
 }
 
-void Session::takeReply(XmlCommon::ptrCXmlMessage reply)
+bool Session::fail(const QString& whenTimeIsOver)
 {
-    m_reply = reply;
+    m_failure = m_closed ? QStringLiteral("the link to %1 failed: %2").arg(m_endpoint.toString(), linkError())
+                         : whenTimeIsOver;
+    return false;
+}
+
+void Session::takeReply(Kolta::ptrKoltaRequest request)
+{
+    // A reply that comes after its time was over belongs to nobody.
+    if (request == m_request)
+        m_reply = static_cast<Kolta::ParameterRequest*>(request.data())->getReply();
 }
 
 XmlCommon::ptrCXmlMessage makeMessage(XmlCommon::CXmlMessage::eSERVICE_TYPES type,

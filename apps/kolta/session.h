@@ -2,52 +2,74 @@
 
 #include "endpoint.h"
 
+#include <koltacommon/generalrequests.h>
 #include <koltacommon/koltaconnection.h>
+#include <startup/errorhandler.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QObject>
-#include <QStringList>
 
 #include <functional>
 #include <memory>
 
 namespace KoltaCli {
 
-/// One connection to one server for the length of a command, used step by step: every waiting operation runs an
-/// event loop until it is done or its time is over.
+/// One connection to one server for the length of a command, used step by step: every waiting operation runs
+/// an event loop until it is done, its time is over or the link has ended for good.
 class Session : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Session(const Endpoint& endpoint, QObject* parent = nullptr);
+    /// A waiting time without end.
+    static constexpr int forever = -1;
+
+    explicit Session(const Endpoint& endpoint);
     /// Closes the link and waits at most a second for it.
     ~Session() override;
 
     Kolta::KoltaConnection& connection() noexcept { return *m_connection; }
+    const Endpoint& endpoint() const noexcept { return m_endpoint; }
 
-    /// Opens the link; false when it is not up after `timeoutMs`, see errorText().
+    /// Opens the link and waits until the server has answered the start-up exchange, the subscription to
+    /// broadcasts included. False when that has not happened after `timeoutMs`, see errorText().
     bool open(int timeoutMs);
-    /// Sends a request and waits for its reply; null when none came in time or the link failed, see errorText().
+    /// Loads the texts of faults from the server unless they are known already; false when they are not known
+    /// after that, see errorText(). The configuration decides where they are kept.
+    bool loadFaultTexts(int timeoutMs);
+    /// Sends a request and waits for its reply; null when none came in time or the link failed, see
+    /// errorText().
     XmlCommon::ptrCXmlMessage request(const XmlCommon::ptrCXmlMessage& message, int timeoutMs);
-    /// Runs the event loop until `done` returns true, the link has closed or the time is over; returns done().
+    /// Runs the event loop until `done` returns true, the link has closed or the time is over; returns
+    /// done(). Once the link has closed nothing is waited for any more.
     bool waitFor(const std::function<bool()>& done, int timeoutMs);
 
+    /// How often the link was opened again after it had failed.
+    int reconnects() const noexcept { return qMax(0, m_openings - 1); }
+    /// Whether the link has ended for good.
     bool isClosed() const noexcept { return m_closed; }
+    /// Why the link failed last, for people; empty when it has not.
+    QString linkError() const;
     /// Why the last operation failed.
-    QString errorText() const;
+    QString errorText() const { return m_failure; }
 
 private Q_SLOTS:
-    void takeReply(XmlCommon::ptrCXmlMessage reply);
+    void takeReply(Kolta::ptrKoltaRequest request);
+    void takeFaultTexts() { m_faultTextsAnswered = true; }
 
 private:
+    bool fail(const QString& whenTimeIsOver);
+
     Endpoint m_endpoint;
+    Startup::TraceRecorder m_trace;
     std::unique_ptr<Kolta::KoltaConnection> m_connection;
+    Kolta::ptrKoltaRequest m_request; ///< the one that request() waits for
     XmlCommon::ptrCXmlMessage m_reply;
     QString m_socketError;
     QString m_failure;
-    bool m_opened = false;
+    int m_openings = 0;
     bool m_closed = false;
+    bool m_faultTextsAnswered = false;
 };
 
 /// A message of the given kind that holds one fragment.

@@ -32,8 +32,10 @@ bool parseAddress(const QString& text, QHostAddress& address, quint16& port)
         host = host.mid(1, host.size() - 2);
     QHostAddress readAddress;
     bool ok = false;
-    const quint16 readPort = text.mid(colon + 1).toUShort(&ok);
-    if (!ok || !readAddress.setAddress(host))
+    const QString portText = text.mid(colon + 1);
+    const quint16 readPort = portText.toUShort(&ok);
+    // toUShort() lets signs and blanks pass.
+    if (!ok || !portText.at(0).isDigit() || !portText.back().isDigit() || !readAddress.setAddress(host))
         return false;
     address = readAddress;
     port = readPort;
@@ -43,11 +45,14 @@ bool parseAddress(const QString& text, QHostAddress& address, quint16& port)
 ParseResult parseCommandLine(const QStringList& arguments, Options& options, QString& message)
 {
     const QCommandLineOption installation(
-        QStringLiteral("installation"), QStringLiteral("Folder with the installation's files."),
+        QStringLiteral("installation"),
+        QStringLiteral("Folder with the installation's files (the sample installation)."),
         QStringLiteral("DIR"), KoltaSimulation::Installation::sampleFolder());
-    const QCommandLineOption listen(QStringLiteral("listen"),
-                                    QStringLiteral("Where to listen; port 0 lets the system pick one."),
-                                    QStringLiteral("ADDRESS:PORT"), QStringLiteral("127.0.0.1:0"));
+    const QCommandLineOption listen(
+        QStringLiteral("listen"),
+        QStringLiteral("Where to listen, 127.0.0.1:0 unless given; port 0 lets the system pick one. An IPv6 "
+                       "address may stand in brackets."),
+        QStringLiteral("ADDRESS:PORT"), QStringLiteral("127.0.0.1:0"));
     const QCommandLineOption misbehave(
         QStringLiteral("misbehave"),
         QStringLiteral(
@@ -56,18 +61,21 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
             .arg(KoltaSimulation::misbehaviourNames().join(QStringLiteral(", "))),
         QStringLiteral("KIND[=ARG]"));
     const QCommandLineOption seed(QStringLiteral("seed"),
-                                  QStringLiteral("Seed of all that happens by chance."), QStringLiteral("N"),
-                                  QStringLiteral("1"));
+                                  QStringLiteral("Seed of all that happens by chance (1)."),
+                                  QStringLiteral("N"), QStringLiteral("1"));
     const QCommandLineOption activity(
         QStringLiteral("activity"), QStringLiteral("Tuners become busy and free, and subscribers are told."));
     const QCommandLineOption period(QStringLiteral("period"),
-                                    QStringLiteral("Time between two activities in milliseconds."),
+                                    QStringLiteral("Time between two activities in milliseconds (500)."),
                                     QStringLiteral("MS"), QStringLiteral("500"));
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Simulates one server of an installation until it is interrupted."));
+    parser.setApplicationDescription(QStringLiteral(
+        "Simulates one server of an installation until it is interrupted. Its first line of output "
+        "says where it listens. Exit codes: 0 interrupted, 1 cannot start, 2 wrong usage."));
     parser.addOptions({installation, listen, misbehave, seed, activity, period});
-    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows this help."));
+    parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
 
     if (!parser.parse(arguments)) {

@@ -59,11 +59,21 @@ quint32 nextLinkId()
     return id;
 }
 
-void traceException(const QString& text)
+/// Trace points of this file.
+enum : int { traceThreadException = 10, traceReceiverException = 20 };
+
+/// Traces the exception that is being handled.
+void traceException(int line, const QString& what)
 {
-    Startup::ErrorHandler::Instance().trace(Startup::eTrace,
-                                            QStringLiteral("platform/xmlmessaging/connectionthread"), 10,
-                                            QStringLiteral("link thread ended by an exception: ") + text);
+    QString reason = QStringLiteral("unknown");
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        reason = QString::fromLocal8Bit(exception.what());
+    } catch (...) {
+    }
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTrace, QStringLiteral("platform/xmlmessaging/connectionthread"), line, what + reason);
 }
 
 } // namespace
@@ -186,10 +196,8 @@ void CConnectionThread::runLink()
         d->worker.rethrow();
         d->worker.finish();
         return;
-    } catch (const std::exception& exception) {
-        traceException(QString::fromLocal8Bit(exception.what()));
     } catch (...) {
-        traceException(QStringLiteral("unknown"));
+        traceException(traceThreadException, QStringLiteral("link thread ended by an exception: "));
     }
     d->worker.drop();
     Q_EMIT terminated();
@@ -202,6 +210,9 @@ bool CConnectionThread::event(QEvent* event)
     if (event->type() != kWakeEvent &&
         !(timer && static_cast<QTimerEvent*>(event)->timerId() == d->lookAgainTimer))
         return QThread::event(event);
+    // A timer does not fire again before its event has been handled: in an event loop that a slot runs, the
+    // rest of the news would wait for that slot to end. So each turn has a timer of its own.
+    d->lookAgain(false);
     d->handOn();
     return true;
 }
@@ -226,7 +237,12 @@ void CConnectionThread::Private::handOn()
         }
         if (taken.more)
             lookAgain(true);
-        emitNews(news);
+        // An event loop must not be unwound by what a receiver throws.
+        try {
+            emitNews(news);
+        } catch (...) {
+            traceException(traceReceiverException, QStringLiteral("caught exception from a receiver: "));
+        }
     }
 }
 
@@ -277,8 +293,9 @@ void CConnectionThread::Private::emitMessage(const ptrCXmlMessage& message)
         Q_EMIT q->SignalNewJob(message, eMESSAGE_UNKNOWN);
         return;
     }
+    // A reply of the wrong kind must not be poured in: the request would be sent again as what it never was.
     const auto found = inFlight.find(message->getMessageID());
-    if (found == inFlight.end()) {
+    if (found == inFlight.end() || found->second->getServiceType() + 2 != message->getServiceType()) {
         Q_EMIT q->SignalNewJob(message, eMESSAGE_UNKNOWN);
         return;
     }

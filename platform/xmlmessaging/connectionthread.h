@@ -16,13 +16,10 @@ namespace XmlCommunication {
 ///
 /// The thread connects by itself when started. Messages are encoded, framed, sent, received, deframed and
 /// decoded on it; no message object is ever touched by two threads at once:
-/// - sendMessage() takes a copy that shares the trees' content and hands the copy over; the caller's object
-/// stays
-///   the caller's.
-/// - A reply is decoded into a fresh object and handed to the owner's thread, where this object fills it into
-/// the
-///   request's own message (CXmlMessage::fillWithReply) and emits the request's message. A reply whose ID
-///   belongs to no request in flight is emitted as the fresh object.
+/// - sendMessage() hands over a copy that shares the trees' content; the caller's object stays the caller's.
+/// - A reply is decoded into a fresh object and handed to the owner's thread, where this object fills it
+///   into the request's own message (CXmlMessage::fillWithReply) and emits the request's message. A reply
+///   whose ID belongs to no request in flight is emitted as the fresh object.
 ///
 /// A request whose available time runs out ends the link with SocketTimeoutError. A malformed frame or
 /// message ends it with UnknownSocketError and a trace line. After an error the thread idles until exit() is
@@ -30,7 +27,8 @@ namespace XmlCommunication {
 /// socket closes.
 ///
 /// All signals are emitted on the thread that this object lives on, in the order in which things happened on
-/// the link. When the owner does not keep up, reading pauses, so that memory stays bounded.
+/// the link. When the owner does not keep up, reading pauses, so that memory stays bounded. An exception that
+/// a receiver throws is traced and goes no further.
 class CConnectionThread : public QThread
 {
     Q_OBJECT

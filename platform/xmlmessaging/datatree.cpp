@@ -1,6 +1,7 @@
 #include "datatree.h"
 
 #include "treedata.h"
+#include "xmlappender.h"
 #include "xmlcheck.h"
 
 #include <cstring>
@@ -19,59 +20,28 @@ bool isText(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-/// What `c` must be written as; null when it stands for itself.
-const char* escapeOf(char c)
+/// Appends a text, or a start tag; returns the child with which the open element goes on, null when there is
+/// none.
+pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
 {
-    switch (c) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '"':
-        return "&quot;";
-    case '\t':
-        return "&#9;";
-    case '\n':
-        return "&#10;";
-    case '\r':
-        return "&#13;";
-    default:
-        return nullptr;
+    if (node.type() != pugi::node_element) {
+        if (isText(node))
+            out.escaped(node.value(), XmlAppender::eCharacterData);
+        return pugi::xml_node();
     }
-}
-
-/// Appends UTF-8 text. Line feeds, tabs and quotes need escaping in attributes only.
-void appendEscaped(QByteArray& out, const char* text, bool inAttribute)
-{
-    const char* run = text;
-    for (; *text; ++text) {
-        if (static_cast<unsigned char>(*text) > '>')
-            continue;
-        const char* const escape = escapeOf(*text);
-        if (!escape || (!inAttribute && (*text == '\n' || *text == '\t' || *text == '"')))
-            continue;
-        out.append(run, static_cast<int>(text - run));
-        out.append(escape);
-        run = text + 1;
-    }
-    out.append(run, static_cast<int>(text - run));
-}
-
-/// Appends the start tag; true when an end tag must follow.
-bool appendStartTag(QByteArray& out, pugi::xml_node element)
-{
-    out.append('<').append(element.name());
-    for (pugi::xml_attribute attribute = element.first_attribute(); attribute;
+    out.name("<", node.name(), "");
+    for (pugi::xml_attribute attribute = node.first_attribute(); !attribute.empty();
          attribute = attribute.next_attribute()) {
-        out.append(' ').append(attribute.name()).append("=\"", 2);
-        appendEscaped(out, attribute.value(), true);
-        out.append('"');
+        out.name(" ", attribute.name(), "=\"");
+        out.escaped(attribute.value(), XmlAppender::eAttribute);
+        out.literal("\"");
     }
-    const bool open = !element.first_child().empty();
-    out.append(open ? ">" : "/>");
-    return open;
+    const pugi::xml_node child = node.first_child();
+    if (child.empty())
+        out.literal("/>");
+    else
+        out.literal(">");
+    return child;
 }
 
 bool isXmlUnit(const QString& text, int i)
@@ -154,12 +124,14 @@ TreeHandle copyOf(pugi::xml_node element)
 
 bool Document::parse(QByteArray text, int maxDepth, QString& error)
 {
-    if (!checkXml(text.constData(), text.size(), maxDepth, error))
-        return false;
     m_text = std::move(text);
+    // Unlike the bytes that came, which may be foreign memory, those got for writing end with a zero.
+    char* const bytes = m_text.data();
+    if (!checkXml(bytes, m_text.size(), maxDepth, error))
+        return false;
     constexpr unsigned int kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
     const pugi::xml_parse_result result = xml.load_buffer_inplace(
-        m_text.data(), static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
+        bytes, static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
     if (!result)
         error = malformed(result.description(), static_cast<quint64>(result.offset), "matching tags");
     return result;
@@ -177,31 +149,38 @@ TreeData* Document::addTree(pugi::xml_node node)
     return tree;
 }
 
-void appendXml(QByteArray& out, pugi::xml_node element)
+TreeData* Document::addPart(pugi::xml_node node)
+{
+    const std::lock_guard<std::mutex> lock(m_partsMutex);
+    m_parts.emplace_front();
+    m_parts.front().document = this;
+    m_parts.front().node = node;
+    return &m_parts.front();
+}
+
+void appendXml(XmlAppender& out, pugi::xml_node element)
 {
     pugi::xml_node node = element;
     for (;;) {
-        if (node.type() == pugi::node_element) {
-            if (appendStartTag(out, node)) {
-                node = node.first_child();
-                continue;
-            }
-        } else if (isText(node)) {
-            appendEscaped(out, node.value(), false);
+        const pugi::xml_node child = appendNode(out, node);
+        if (!child.empty()) {
+            node = child;
+            continue;
         }
-        while (node != element && !node.next_sibling()) {
+        pugi::xml_node following;
+        while (node != element && (following = node.next_sibling()).empty()) {
             node = node.parent();
-            out.append("</", 2).append(node.name()).append('>');
+            out.name("</", node.name(), ">");
         }
         if (node == element)
             return;
-        node = node.next_sibling();
+        node = following;
     }
 }
 
-void appendEscaped(QByteArray& out, const QString& text)
+void appendEscaped(XmlAppender& out, const QString& text)
 {
-    appendEscaped(out, toXmlUtf8(text).constData(), true);
+    out.escaped(toXmlUtf8(text).constData(), XmlAppender::eAttribute);
 }
 
 bool parseUInt(const char* text, quint64& value) noexcept
@@ -227,18 +206,14 @@ QString readable(pugi::xml_node element)
     return QString::fromUtf8(writer.bytes);
 }
 
-TreeHandle::TreeHandle(TreeData* data) noexcept : m_data(data)
+void TreeHandle::retain() const noexcept
 {
-    if (m_data)
-        m_data->document->ref();
+    m_data->document->ref();
 }
 
-TreeHandle::TreeHandle(const TreeHandle& other) noexcept : TreeHandle(other.m_data) {}
-
-TreeHandle::~TreeHandle()
+void TreeHandle::release() const noexcept
 {
-    if (m_data)
-        m_data->document->deref();
+    m_data->document->deref();
 }
 
 } // namespace detail
@@ -370,6 +345,13 @@ CDataTree::CDataTree(CConstElement element)
         m_data = detail::copyOf(pugi::xml_node(element.m_node));
 }
 
+CDataTree CDataTree::part(CConstElement element) const
+{
+    if (!m_data || !element)
+        return CDataTree();
+    return CDataTree(detail::TreeHandle(m_data.get()->document->addPart(pugi::xml_node(element.m_node))));
+}
+
 CTagname CDataTree::getRootTagname() const
 {
     return CTagname(root().name());
@@ -392,8 +374,10 @@ CElement CDataTree::editRoot()
 QByteArray CDataTree::toXml() const
 {
     QByteArray xml;
-    if (m_data)
-        detail::appendXml(xml, m_data.get()->node);
+    if (m_data) {
+        detail::XmlAppender out(xml);
+        detail::appendXml(out, m_data.get()->node);
+    }
     return xml;
 }
 

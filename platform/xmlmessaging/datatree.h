@@ -17,19 +17,30 @@ class TreeHandle
 {
 public:
     TreeHandle() noexcept = default;
-    explicit TreeHandle(TreeData* data) noexcept;
-    TreeHandle(const TreeHandle& other) noexcept;
+    explicit TreeHandle(TreeData* data) noexcept : m_data(data)
+    {
+        if (m_data)
+            retain();
+    }
+    TreeHandle(const TreeHandle& other) noexcept : TreeHandle(other.m_data) {}
     TreeHandle(TreeHandle&& other) noexcept : m_data(other.m_data) { other.m_data = nullptr; }
     TreeHandle& operator=(TreeHandle other) noexcept
     {
         std::swap(m_data, other.m_data);
         return *this;
     }
-    ~TreeHandle();
+    ~TreeHandle()
+    {
+        if (m_data)
+            release();
+    }
     TreeData* get() const noexcept { return m_data; }
     explicit operator bool() const noexcept { return m_data != nullptr; }
 
 private:
+    void retain() const noexcept;
+    void release() const noexcept;
+
     TreeData* m_data = nullptr;
 };
 } // namespace detail
@@ -123,6 +134,8 @@ public:
     explicit CDataTree(QLatin1String root) : CDataTree(CTagname(root)) {}
     /// A copy of the element at `element`, whose tree may die afterwards; empty for a null cursor.
     explicit CDataTree(CConstElement element);
+    /// The tree below `element`, which stands in this tree, without copying it; empty for a null cursor.
+    CDataTree part(CConstElement element) const;
 
     bool isEmpty() const noexcept { return !m_data; }
     CTagname getRootTagname() const;

@@ -47,12 +47,15 @@ int CFaultTree::getNumberOfAddenda() const
 
 bool CFaultTree::getAddendum(int index, QString& text) const
 {
-    CConstElement item = index < 0 ? CConstElement() : m_data.root().child("Addendum");
-    for (; item && index > 0; --index)
-        item = item.next("Addendum");
-    if (!item || item.child())
+    if (isEmpty() || index < 0)
         return false;
-    text = item.text();
+    if (!m_last.element || index < m_last.index)
+        m_last = {m_data.root().child("Addendum"), 0};
+    for (; m_last.element && m_last.index < index; ++m_last.index)
+        m_last.element = m_last.element.next("Addendum");
+    if (!m_last.element || m_last.element.child())
+        return false;
+    text = m_last.element.text();
     return true;
 }
 
@@ -63,7 +66,7 @@ bool CFaultTree::hasCausationDataTree() const
 
 CDataTree CFaultTree::getCausationDataTree() const
 {
-    return CDataTree(m_data.root().child("Fault"));
+    return m_data.part(m_data.root().child("Fault"));
 }
 
 } // namespace XmlCommon

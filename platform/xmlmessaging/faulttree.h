@@ -6,6 +6,16 @@
 
 namespace XmlCommon {
 
+namespace detail {
+/// The addendum that was read last. To walk from the first one each time would let a server stall its client
+/// with a fault of many addenda.
+struct AddendumCursor
+{
+    CConstElement element;
+    int index = 0;
+};
+} // namespace detail
+
 /// A server's report of a failure: a number whose text stands in the fault reference, the time, further texts
 /// ("addenda") and the fault that caused it.
 ///
@@ -29,7 +39,8 @@ public:
     /// Milliseconds since 1970-01-01 UTC; 0 when missing or malformed.
     quint64 getTimestamp() const;
     int getNumberOfAddenda() const;
-    /// False when there is no such addendum or it holds elements instead of text.
+    /// False when there is no such addendum or it holds elements instead of text. Reading one after the other
+    /// takes constant time for each.
     bool getAddendum(int index, QString& text) const;
     bool hasCausationDataTree() const;
     /// The causing fault's tree; empty when there is none.
@@ -39,6 +50,7 @@ public:
 
 private:
     CDataTree m_data;
+    mutable detail::AddendumCursor m_last;
 };
 
 } // namespace XmlCommon

@@ -7,6 +7,13 @@
 
 namespace XmlCommunication {
 
+namespace {
+
+constexpr int kFirstBufferBytes = 4096;
+constexpr int kKeptBufferBytes = 256 * 1024;
+
+} // namespace
+
 void appendFrame(QByteArray& out, const QByteArray& payload)
 {
     if (payload.isEmpty())
@@ -15,6 +22,15 @@ void appendFrame(QByteArray& out, const QByteArray& payload)
     const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, payload.size());
     out.append("\n#", 2).append(digits, static_cast<int>(end.ptr - digits)).append('\n').append(payload);
     out.append("\n##\n", 4);
+}
+
+void recycle(QByteArray& buffer)
+{
+    if (buffer.capacity() > kKeptBufferBytes || buffer.capacity() == 0) {
+        buffer = QByteArray();
+        buffer.reserve(kFirstBufferBytes);
+    }
+    buffer.resize(0);
 }
 
 void FrameReader::feed(const char* data, int size)
@@ -39,6 +55,13 @@ bool FrameReader::next(QByteArray& message)
     m_message = QByteArray();
     m_complete = false;
     return true;
+}
+
+void FrameReader::end()
+{
+    const bool between = m_pos == m_buffer.size() && m_chunkLeft == 0 && m_message.isEmpty();
+    if (!between && !m_complete && !hasError())
+        fail("stream ends inside a message", m_consumed + m_buffer.size(), "the rest of it");
 }
 
 void FrameReader::reset()

@@ -11,6 +11,9 @@ namespace XmlCommunication {
 /// LF '#' size LF bytes … LF '#' '#' LF. An empty payload cannot be framed and appends nothing.
 void appendFrame(QByteArray& out, const QByteArray& payload);
 
+/// Empties a buffer that is used again and again, and keeps its memory unless it has grown large.
+void recycle(QByteArray& buffer);
+
 /// Takes the bytes of a stream in pieces of any size and gives back whole messages.
 /// Memory is bounded by the message limit plus the bytes of one feed.
 class FrameReader
@@ -22,6 +25,9 @@ public:
     void feed(const char* data, int size);
     /// Takes the next whole message; false when there is none yet or the stream is broken.
     bool next(QByteArray& message);
+
+    /// Tells that no more bytes will come; in the middle of a message that is an error.
+    void end();
 
     bool hasError() const noexcept { return !m_error.isEmpty(); }
     /// What is wrong, at which byte of the stream, and what was expected; empty while all is well.

@@ -27,7 +27,6 @@ constexpr qint64 kInboxHighWater = 16 * 1024 * 1024;
 /// A decoded message costs a multiple of its text, and a page of the parser at least.
 constexpr qint64 kMessageBaseCost = 32 * 1024;
 constexpr qint64 kMessageCostPerByte = 4;
-constexpr int kKeptBufferBytes = 256 * 1024;
 
 constexpr int kTickMs = 100;
 constexpr auto kConnectTime = 10s;
@@ -40,16 +39,6 @@ int leftMs(std::chrono::steady_clock::time_point limit)
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(limit - std::chrono::steady_clock::now());
     return static_cast<int>(qMax<qint64>(0, left.count()));
-}
-
-/// Empties a buffer that is used again and again, and keeps its memory unless it has grown large.
-void recycle(QByteArray& buffer)
-{
-    if (buffer.capacity() > kKeptBufferBytes || buffer.capacity() == 0) {
-        buffer = QByteArray();
-        buffer.reserve(4096);
-    }
-    buffer.resize(0);
 }
 
 } // namespace
@@ -142,9 +131,13 @@ void LinkWorker::onError(QAbstractSocket::SocketError error)
     if (error == QAbstractSocket::RemoteHostClosedError) {
         m_lastBytes = true;
         m_paused = false;
-        onReadyRead();
+        // What a pause left undelivered comes first; the socket itself may be empty already.
+        if (!m_failed && !m_ending && deliver())
+            onReadyRead();
+        m_reader->end();
     }
-    report(error, m_socket->errorString()); // the socket ends by itself
+    // The socket ends by itself.
+    report(error, m_reader->hasError() ? m_reader->error() : m_socket->errorString());
 }
 
 void LinkWorker::onReadyRead()
@@ -285,7 +278,7 @@ void LinkWorker::report(QAbstractSocket::SocketError error, const QString& what)
         return;
     m_failed = true;
     m_inFlight.clear();
-    const bool orderly = error == QAbstractSocket::RemoteHostClosedError;
+    const bool orderly = error == QAbstractSocket::RemoteHostClosedError && !m_reader->hasError();
     Startup::ErrorHandler::Instance().trace(orderly ? Startup::eTraceInfo : Startup::eTrace,
                                             QStringLiteral("platform/xmlmessaging/linkworker"), 10,
                                             QStringLiteral("%1: %2").arg(linkName(), what));

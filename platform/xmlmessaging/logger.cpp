@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <unordered_map>
 
 using XmlCommon::CMsgFragment;
@@ -24,12 +25,17 @@ constexpr qint64 kDefaultMaxFileBytes = 10000000;
 /// "2024-05-01 12:00:00.123 > Query        ID 17  Resources, Faults  (412 bytes)"
 QString shortLine(eDirection direction, const CXmlMessage& message, int size)
 {
+    const auto oneLine = [](QString name) {
+        std::replace_if(
+            name.begin(), name.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
+            QChar(QChar::ReplacementCharacter));
+        return name;
+    };
     QStringList components;
     for (int i = 0; i < message.getNumberOfFragments(); ++i) {
         const CMsgFragment& fragment = message.getFragment(i);
-        components.append(fragment.hasFaultTree()
-                              ? QString(fragment.getComponentName() + QLatin1String(" (fault)"))
-                              : fragment.getComponentName());
+        const QString name = oneLine(fragment.getComponentName());
+        components.append(fragment.hasFaultTree() ? QString(name + QLatin1String(" (fault)")) : name);
     }
     return QStringLiteral("%1 %2 %3 ID %4  %5  (%6 bytes)\n")
         .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")),

@@ -1,9 +1,9 @@
 #include "messagecodec.h"
 
 #include "treedata.h"
+#include "xmlappender.h"
 #include "xmlcheck.h"
 
-#include <charconv>
 #include <cstring>
 #include <limits>
 
@@ -12,13 +12,6 @@ namespace XmlCommon {
 namespace {
 
 constexpr quint64 kMaxServiceType = 255;
-
-void appendNumber(QByteArray& out, const char* attribute, quint32 value)
-{
-    char digits[10];
-    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, value);
-    out.append(attribute).append(digits, static_cast<int>(end.ptr - digits)).append('"');
-}
 
 } // namespace
 
@@ -71,8 +64,7 @@ bool MessageCodec::Decoder::message(CXmlMessage& message)
                         "Fragment");
         if (++count > m_limits.maxFragments)
             return fail(child, "too many fragments", "fewer");
-        message.addFragment(CMsgFragment());
-        if (!fragment(child, message.getFragment(count - 1)))
+        if (!fragment(child, message.appendFragment()))
             return false;
     }
     return true;
@@ -137,9 +129,9 @@ bool MessageCodec::Decoder::part(pugi::xml_node node, CMsgFragment& fragment)
     if (!onlyElement(node, content))
         return false;
     if (request)
-        fragment.setRequestTree(CRequestTree(content));
+        fragment.setRequestTree(CRequestTree(std::move(content)));
     else
-        fragment.setDataTree(content);
+        fragment.setDataTree(std::move(content));
     return true;
 }
 
@@ -157,41 +149,72 @@ CDataTree MessageCodec::Decoder::tree(pugi::xml_node node)
     return CDataTree(detail::TreeHandle(m_document->addTree(node)));
 }
 
+/// Writes one message.
+class MessageCodec::Encoder
+{
+public:
+    explicit Encoder(QByteArray& out) : m_out(out) {}
+
+    void message(const CXmlMessage& message);
+
+private:
+    void fragment(const CMsgFragment& fragment);
+    void fault(const CFaultTree& fault);
+    void tree(const CDataTree& tree) { detail::appendXml(m_out, pugi::xml_node(tree.root().m_node)); }
+
+    detail::XmlAppender m_out;
+};
+
+void MessageCodec::Encoder::message(const CXmlMessage& message)
+{
+    m_out.literal("<Message id=\"");
+    m_out.number(message.getMessageID());
+    m_out.literal("\" service=\"");
+    m_out.number(static_cast<quint32>(message.getServiceType()) & 0xFFU);
+    if (message.getAvailableTime() != 0) {
+        m_out.literal("\" time=\"");
+        m_out.number(message.getAvailableTime());
+    }
+    m_out.literal("\">");
+    for (int i = 0; i < message.getNumberOfFragments(); ++i)
+        fragment(message.getFragment(i));
+    m_out.literal("</Message>");
+}
+
+void MessageCodec::Encoder::fragment(const CMsgFragment& fragment)
+{
+    m_out.literal("<Fragment component=\"");
+    detail::appendEscaped(m_out, fragment.getComponentName());
+    m_out.literal("\">");
+    if (fragment.hasRequestTree()) {
+        m_out.literal("<Request>");
+        tree(fragment.getRequestTree().getDataTree());
+        m_out.literal("</Request>");
+    }
+    if (fragment.hasDataTree()) {
+        m_out.literal("<Data>");
+        tree(fragment.getDataTree());
+        m_out.literal("</Data>");
+    }
+    if (fragment.hasFaultTree())
+        fault(fragment.getFaultTree());
+    m_out.literal("</Fragment>");
+}
+
+/// A tree that is no fault travels as a fault without a number.
+void MessageCodec::Encoder::fault(const CFaultTree& fault)
+{
+    const bool valid = fault.isValid();
+    if (!valid)
+        m_out.literal("<Fault>");
+    tree(fault.getDataTree());
+    if (!valid)
+        m_out.literal("</Fault>");
+}
+
 void MessageCodec::encode(const CXmlMessage& message, QByteArray& out)
 {
-    const auto append = [&out](const CDataTree& tree) {
-        detail::appendXml(out, pugi::xml_node(tree.root().m_node));
-    };
-    appendNumber(out, "<Message id=\"", message.getMessageID());
-    appendNumber(out, " service=\"", static_cast<quint32>(message.getServiceType()) & 0xFFU);
-    if (message.getAvailableTime() != 0)
-        appendNumber(out, " time=\"", message.getAvailableTime());
-    out.append('>');
-    for (int i = 0; i < message.getNumberOfFragments(); ++i) {
-        const CMsgFragment& fragment = message.getFragment(i);
-        out.append("<Fragment component=\"");
-        detail::appendEscaped(out, fragment.getComponentName());
-        out.append("\">");
-        if (fragment.hasRequestTree()) {
-            out.append("<Request>");
-            append(fragment.getRequestTree().getDataTree());
-            out.append("</Request>");
-        }
-        if (fragment.hasDataTree()) {
-            out.append("<Data>");
-            append(fragment.getDataTree());
-            out.append("</Data>");
-        }
-        if (fragment.hasFaultTree()) {
-            // A tree that is no fault travels as a fault without a number.
-            const bool valid = fragment.getFaultTree().isValid();
-            out.append(valid ? "" : "<Fault>");
-            append(fragment.getFaultTree().getDataTree());
-            out.append(valid ? "" : "</Fault>");
-        }
-        out.append("</Fragment>");
-    }
-    out.append("</Message>");
+    Encoder(out).message(message);
 }
 
 ptrCXmlMessage MessageCodec::decode(QByteArray text, QString& error, const MessageLimits& limits)

@@ -39,6 +39,7 @@ public:
     static QString toReadable(const CXmlMessage& message);
 
 private:
+    class Encoder;
     class Decoder;
 };
 

@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 using XmlCommon::CMsgFragment;
 using XmlCommon::CXmlMessage;
@@ -20,6 +21,7 @@ namespace XmlCommunication {
 namespace {
 
 constexpr int kReadBytes = 64 * 1024;
+constexpr int kAcceptPauseMs = 1000;
 
 } // namespace
 
@@ -120,8 +122,8 @@ QString CServerLink::getPeerName() const
 
 void CServerLink::send(const CXmlMessage& message)
 {
-    d->payload.resize(0);
-    d->frame.resize(0);
+    recycle(d->payload);
+    recycle(d->frame);
     MessageCodec::encode(message, d->payload);
     appendFrame(d->frame, d->payload);
     sendRaw(d->frame);
@@ -231,6 +233,9 @@ CServer::CServer(QObject* parent) : QObject(parent), d(std::make_unique<Private>
     qRegisterMetaType<XmlCommon::ptrCXmlMessage>("XmlCommon::ptrCXmlMessage");
     d->listener = new QTcpServer(this);
     d->listener->setProxy(QNetworkProxy::NoProxy);
+    // Accepting pauses when the process runs out of descriptors; links that end give some back.
+    connect(d->listener, &QTcpServer::acceptError, this,
+            [this] { QTimer::singleShot(kAcceptPauseMs, d->listener, &QTcpServer::resumeAccepting); });
     connect(d->listener, &QTcpServer::newConnection, this, [this] {
         const QPointer<CServer> alive(this);
         while (alive && d->listener->hasPendingConnections()) {

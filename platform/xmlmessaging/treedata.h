@@ -7,11 +7,13 @@
 #include <array>
 #include <atomic>
 #include <forward_list>
+#include <mutex>
 #include <pugixml.hpp>
 
 namespace XmlCommon::detail {
 
 class Document;
+class XmlAppender;
 
 /// What a tree handle points to: one element of a document, kept alive by the document's count.
 class TreeData
@@ -39,6 +41,8 @@ public:
     bool parse(QByteArray text, int maxDepth, QString& error);
     /// Declares `node` the root of a tree. Only while nobody else knows the document.
     TreeData* addTree(pugi::xml_node node);
+    /// Declares `node` the root of another tree at any time, from any thread that holds the document.
+    TreeData* addPart(pugi::xml_node node);
 
     pugi::xml_document xml;
 
@@ -48,6 +52,8 @@ private:
     std::array<TreeData, 3> m_firstTrees;
     std::size_t m_treeCount = 0;
     std::forward_list<TreeData> m_moreTrees;
+    std::mutex m_partsMutex; ///< guards m_parts
+    std::forward_list<TreeData> m_parts;
 };
 
 /// Keeps a document alive while it is being built.
@@ -65,9 +71,9 @@ private:
 };
 
 /// Appends the element as XML text without added white space.
-void appendXml(QByteArray& out, pugi::xml_node element);
-/// Appends text with everything escaped that an attribute or character data cannot carry as it is.
-void appendEscaped(QByteArray& out, const QString& text);
+void appendXml(XmlAppender& out, pugi::xml_node element);
+/// Appends the text as the value of an attribute.
+void appendEscaped(XmlAppender& out, const QString& text);
 /// Unsigned decimal number without sign, blanks or overflow.
 bool parseUInt(const char* text, quint64& value) noexcept;
 /// The element as indented text.

@@ -9,12 +9,15 @@ namespace {
 
 using Byte = unsigned char;
 
+/// The zero byte behind the text is in no class, which ends every run at the text's end.
 enum CharClass : Byte {
-    kPlain = 1,     ///< may stand in character data as it is
+    kPlain = 1,     ///< ASCII that may stand in character data as it is
     kNameStart = 2, ///< begins a name; every non-ASCII character counts as one
-    kName = 4,
+    kName = 4,      ///< ASCII that continues a name
     kSpace = 8,
-    kValue = 16 ///< may stand in an attribute value as it is, quotes apart
+    kDoubleQuoted = 16, ///< ASCII that may stand as it is in an attribute value between double quotes
+    kSingleQuoted = 32, ///< the same between single quotes
+    kRaw = 64           ///< ASCII that may stand in a comment or a character data section
 };
 
 constexpr std::array<Byte, 256> makeClasses()
@@ -22,14 +25,15 @@ constexpr std::array<Byte, 256> makeClasses()
     std::array<Byte, 256> table{};
     for (int c = 0; c < 256; ++c) {
         const bool space = c == ' ' || c == '\t' || c == '\n' || c == '\r';
-        const bool letter =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || c >= 0x80;
-        const bool printable = space || (c >= 0x20 && c < 0x80);
-        int flags = space ? kSpace : 0;
-        flags |= printable && c != '<' && c != '&' && c != ']' ? kPlain : 0;
-        flags |= printable && c != '<' && c != '&' && c != '"' && c != '\'' ? kValue : 0;
-        flags |= letter ? kNameStart | kName : 0;
-        flags |= (c >= '0' && c <= '9') || c == '-' || c == '.' ? kName : 0;
+        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
+        const bool raw = space || (c >= 0x20 && c < 0x80);
+        const bool harmless = raw && c != '<' && c != '&';
+        int flags = (space ? kSpace : 0) | (raw ? kRaw : 0);
+        flags |= harmless && c != ']' ? kPlain : 0;
+        flags |= harmless && c != '"' ? kDoubleQuoted : 0;
+        flags |= harmless && c != '\'' ? kSingleQuoted : 0;
+        flags |= letter || c >= 0x80 ? kNameStart : 0;
+        flags |= letter || (c >= '0' && c <= '9') || c == '-' || c == '.' ? kName : 0;
         table[static_cast<std::size_t>(c)] = static_cast<Byte>(flags);
     }
     return table;
@@ -91,11 +95,22 @@ private:
         const std::size_t length = std::strlen(text);
         return static_cast<std::size_t>(m_end - m_at) >= length && !std::memcmp(m_at, text, length);
     }
-    Byte peek() const { return m_at < m_end ? *m_at : Byte(0); }
-    void skipSpace()
+    /// Skips what is of the class. The position is held in a local variable, because a byte that is read
+    /// may, as far as the compiler knows, be one of the member's.
+    void skip(CharClass charClass)
     {
-        while (m_at < m_end && is(*m_at, kSpace))
-            ++m_at;
+        const Byte* at = m_at;
+        while (is(*at, charClass))
+            ++at;
+        m_at = at;
+    }
+
+    bool name()
+    {
+        if (!is(*m_at, kNameStart))
+            return fail("malformed tag", "a name");
+        skip(kName);
+        return *m_at < 0x80 || restOfForeignName();
     }
 
     bool declaration();
@@ -110,7 +125,7 @@ private:
     bool reference();
     bool characterReference();
     bool multiByte();
-    bool name(Name& name);
+    bool restOfForeignName();
     bool attribute(Name& attributeName);
     bool rawUntil(const char* terminator, const char* forbidden);
 
@@ -141,7 +156,7 @@ bool Scanner::declaration()
 {
     m_at += 5;
     for (;;) {
-        skipSpace();
+        skip(kSpace);
         if (startsWith("?>")) {
             m_at += 2;
             return true;
@@ -184,14 +199,13 @@ bool Scanner::content()
 bool Scanner::characterData()
 {
     if (m_depth == 0) {
-        skipSpace();
+        skip(kSpace);
         return m_at == m_end || *m_at == '<' ||
                (m_rootSeen ? fail("content behind the root element", "the end")
                            : fail("content before the root element", "\"<\""));
     }
-    while (m_at < m_end && is(*m_at, kPlain))
-        ++m_at;
-    if (m_at == m_end || *m_at == '<')
+    skip(kPlain);
+    if (*m_at == '<' || m_at == m_end)
         return true;
     if (*m_at == '&')
         return reference();
@@ -206,7 +220,7 @@ bool Scanner::characterData()
 
 bool Scanner::markup()
 {
-    const Byte next = m_end - m_at > 1 ? m_at[1] : Byte(0);
+    const Byte next = m_at[1];
     if (is(next, kNameStart))
         return startTag();
     if (next == '/')
@@ -233,18 +247,18 @@ bool Scanner::startTag()
     ++m_at;
     Name seen[kMaxAttributes];
     int count = 0;
-    if (!name(seen[0]))
+    if (!name())
         return false;
     for (;;) {
         const Byte* const before = m_at;
-        skipSpace();
-        if (startsWith("/>")) {
-            m_at += 2;
-            return true;
-        }
-        if (peek() == '>') {
+        skip(kSpace);
+        if (*m_at == '>') {
             ++m_at;
             ++m_depth;
+            return true;
+        }
+        if (startsWith("/>")) {
+            m_at += 2;
             return true;
         }
         if (m_at == before)
@@ -269,11 +283,10 @@ bool Scanner::endTag()
     if (m_depth == 0)
         return fail("end tag without a start tag", "an element");
     m_at += 2;
-    Name ignored{};
-    if (!name(ignored))
+    if (!name())
         return false;
-    skipSpace();
-    if (peek() != '>')
+    skip(kSpace);
+    if (*m_at != '>')
         return fail("malformed end tag", "\">\"");
     ++m_at;
     --m_depth;
@@ -309,7 +322,7 @@ bool Scanner::rawUntil(const char* terminator, const char* forbidden)
             return true;
         if (forbidden && *m_at == first && startsWith(forbidden))
             return fail("\"--\" in a comment", "\"-->\"");
-        if (is(*m_at, kPlain) || *m_at == '<' || *m_at == '&' || *m_at == ']')
+        if (is(*m_at, kRaw))
             ++m_at;
         else if (!multiByte())
             return false;
@@ -380,44 +393,40 @@ bool Scanner::multiByte()
     return true;
 }
 
-bool Scanner::name(Name& result)
+/// Goes on with a name at its first character beyond ASCII.
+bool Scanner::restOfForeignName()
 {
-    result.begin = m_at;
-    if (!is(peek(), kNameStart))
-        return fail("malformed tag", "a name");
-    while (m_at < m_end && is(*m_at, kName)) {
-        if (*m_at < 0x80)
-            ++m_at;
-        else if (!multiByte())
+    for (; *m_at >= 0x80; skip(kName)) {
+        if (!multiByte())
             return false;
     }
-    result.length = m_at - result.begin;
     return true;
 }
 
 bool Scanner::attribute(Name& attributeName)
 {
-    if (!name(attributeName))
+    attributeName.begin = m_at;
+    if (!name())
         return false;
-    skipSpace();
-    if (peek() != '=')
+    attributeName.length = m_at - attributeName.begin;
+    skip(kSpace);
+    if (*m_at != '=')
         return fail("malformed attribute", "\"=\"");
     ++m_at;
-    skipSpace();
-    const Byte quote = peek();
+    skip(kSpace);
+    const Byte quote = *m_at;
     if (quote != '"' && quote != '\'')
         return fail("malformed attribute", "a quoted value");
     ++m_at;
-    while (m_at < m_end && *m_at != quote) {
-        if (is(*m_at, kValue) || *m_at == '"' || *m_at == '\'')
-            ++m_at;
-        else if (*m_at == '<')
+    const CharClass harmless = quote == '"' ? kDoubleQuoted : kSingleQuoted;
+    for (skip(harmless); *m_at != quote; skip(harmless)) {
+        if (m_at == m_end)
+            return fail("text ends inside an attribute", "a closing quote");
+        if (*m_at == '<')
             return fail("\"<\" in an attribute value", "\"&lt;\"");
-        else if (*m_at == '&' ? !reference() : !multiByte())
+        if (*m_at == '&' ? !reference() : !multiByte())
             return false;
     }
-    if (m_at == m_end)
-        return fail("text ends inside an attribute", "a closing quote");
     ++m_at;
     return true;
 }

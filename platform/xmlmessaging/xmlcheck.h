@@ -11,6 +11,7 @@ constexpr int kMaxAttributes = 64;
 /// itself (which leaves only the matching of start and end tags to it). Refused too: a document type
 /// declaration, processing instructions, elements nested deeper than `maxDepth`. `error` then says what is
 /// wrong, at which byte, and what was expected. Goes over the bytes once, without recursion.
+/// `text[size]` must be zero, as it is behind the bytes of a QByteArray.
 bool checkXml(const char* text, int size, int maxDepth, QString& error);
 
 /// "<what> at byte <n>, expected <expected>": the one form of every complaint about received bytes.

@@ -1,5 +1,6 @@
 #include "xmlmessage.h"
 
+#include <algorithm>
 #include <atomic>
 
 namespace XmlCommon {
@@ -39,6 +40,7 @@ void CXmlMessage::addFragment(const CMsgFragment& fragment, int index)
 
 void CXmlMessage::fillWithReply(const CXmlMessage& reply)
 {
+    removeReplyFragments();
     m_serviceType = reply.m_serviceType;
     const CMsgFragment nothing;
     for (std::size_t i = 0; i < m_fragments.size(); ++i) {
@@ -46,8 +48,14 @@ void CXmlMessage::fillWithReply(const CXmlMessage& reply)
         m_fragments[i].setDataTree(answer.getDataTree());
         m_fragments[i].setFaultTree(answer.getFaultTree());
     }
-    for (std::size_t i = m_fragments.size(); i < reply.m_fragments.size(); ++i)
+    for (std::size_t i = m_fragments.size(); i < reply.m_fragments.size(); ++i, ++m_replyFragments)
         m_fragments.push_back(reply.m_fragments[i]);
+}
+
+void CXmlMessage::removeReplyFragments()
+{
+    m_fragments.resize(m_fragments.size() - std::min(m_replyFragments, m_fragments.size()));
+    m_replyFragments = 0;
 }
 
 } // namespace XmlCommon

@@ -8,6 +8,7 @@
 #include <QSharedData>
 #include <QString>
 
+#include <utility>
 #include <vector>
 
 namespace GLOBAL_XML_TYPES {
@@ -34,17 +35,17 @@ public:
 
     bool hasRequestTree() const noexcept { return !m_request.isEmpty(); }
     const CRequestTree& getRequestTree() const noexcept { return m_request; }
-    void setRequestTree(const CRequestTree& tree) { m_request = tree; }
+    void setRequestTree(CRequestTree tree) noexcept { m_request = std::move(tree); }
 
     bool hasDataTree() const noexcept { return !m_data.isEmpty(); }
     const CDataTree& getDataTree() const noexcept { return m_data; }
     /// An empty tree removes it.
-    void setDataTree(const CDataTree& tree) { m_data = tree; }
+    void setDataTree(CDataTree tree) noexcept { m_data = std::move(tree); }
 
     bool hasFaultTree() const noexcept { return !m_fault.isEmpty(); }
     const CFaultTree& getFaultTree() const noexcept { return m_fault; }
     /// An empty tree removes it.
-    void setFaultTree(const CFaultTree& tree) { m_fault = tree; }
+    void setFaultTree(CFaultTree tree) noexcept { m_fault = std::move(tree); }
 
 private:
     QString m_componentName;
@@ -98,18 +99,23 @@ public:
     }
     /// Inserts before `index`; -1 or any other index outside the list appends.
     void addFragment(const CMsgFragment& fragment, int index = -1);
+    /// Appends an empty fragment and returns it. The reference is valid until the list changes.
+    CMsgFragment& appendFragment() { return m_fragments.emplace_back(); }
     void clearFragments() { m_fragments.clear(); }
 
     /// Makes this message, which is a request, its own reply: service type, and per fragment the data and
     /// fault trees of `reply`; the request trees stay, so that clearing data and faults restores the request.
     /// Fragments that only the reply has are appended.
     void fillWithReply(const CXmlMessage& reply);
+    /// Takes away the fragments that fillWithReply() appended.
+    void removeReplyFragments();
 
 private:
     eSERVICE_TYPES m_serviceType = eSERVICE_UNKNOWN;
     quint32 m_messageID = 0;
     quint32 m_availableTime = 0;
     std::vector<CMsgFragment> m_fragments;
+    std::size_t m_replyFragments = 0; ///< how many at the end came with a reply
 };
 
 using ptrCXmlMessage = QExplicitlySharedDataPointer<CXmlMessage>;

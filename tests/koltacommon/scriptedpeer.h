@@ -11,13 +11,17 @@
 
 #include <functional>
 
-/// A message of the given kind with one fragment; its request asks `component` for nothing in particular.
-inline XmlCommon::ptrCXmlMessage makeRequest(const QString& component, int kind = 1)
+/// A message of the given kind with one fragment; its request asks `component` for nothing in particular,
+/// with `padding` characters around it.
+inline XmlCommon::ptrCXmlMessage makeRequest(const QString& component, int kind = 1, int padding = 0)
 {
     const auto type = static_cast<XmlCommon::CXmlMessage::eSERVICE_TYPES>(kind);
     const XmlCommon::ptrCXmlMessage message(new XmlCommon::CXmlMessage(type));
     XmlCommon::CMsgFragment fragment(component);
-    fragment.setRequestTree(XmlCommon::CRequestTree(XmlCommon::CDataTree(QLatin1String("Ask"))));
+    XmlCommon::CDataTree tree(QLatin1String("Ask"));
+    if (padding > 0)
+        tree.editRoot().setText(QString(padding, QLatin1Char('x')));
+    fragment.setRequestTree(XmlCommon::CRequestTree(tree));
     message->addFragment(fragment);
     return message;
 }

@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <functional>
+#include <memory>
 
 using namespace Kolta;
 using RESOURCEMANAGEMENT::ResourceOverview;
@@ -20,13 +21,10 @@ const QString bad = QStringLiteral("<ResourceOverview>");
 /// An overview with that many tuners.
 ResourceOverview overviewOf(int tuners)
 {
+    Tuner tuner;
+    tuner.EditTavikResource();
     ResourceOverview overview;
-    overview.SetNumberOfTuners(tuners);
-    for (int i = 0; i < tuners; ++i) {
-        Tuner tuner;
-        tuner.EditTavikResource().SetGUID(QString::number(i));
-        overview.EditTuner().append(tuner);
-    }
+    overview.SetTuner(QVector<Tuner>(tuners, tuner));
     return overview;
 }
 
@@ -35,43 +33,35 @@ QString text(int tuners)
     return overviewOf(tuners).GetXmlString();
 }
 
-StringValue* put(const QString& at, const QString& content)
-{
-    return values::Tree::Instance().Emplace<StringValue>(at, content);
-}
-
 /// Logs hooks and signals in the order in which they come; the log outlives the observer.
 class Probe : public AbstractRGValueObserver<ResourceOverview>
 {
 public:
-    explicit Probe(const QString& at = QString(), QStringList* log = nullptr)
-        : AbstractRGValueObserver(at, nullptr), m_log(log ? log : &m_ownLog)
+    Probe(const QString& at, QStringList& log) : AbstractRGValueObserver(at, nullptr), m_log(log)
     {
-        QStringList* const target = m_log;
-        const auto logs = [target](const char* what) { return [=] { target->append(QLatin1String(what)); }; };
+        const auto logs = [&log](const char* what) { return [&log, what] { log << QLatin1String(what); }; };
         connect(this, &IValueChangeNotifier::si_ValueChanged, logs("changed"));
         connect(this, &IValueChangeNotifier::si_ValueDeleted, logs("deleted"));
         connect(this, &IValueChangeNotifier::si_VC_USER_Received, logs("user"));
         connect(this, &IValueChangeNotifier::si_ParsingError,
-                [target](const QString& error) { target->append(error.left(17)); });
+                [&log](const QString& error) { log << error.left(17); });
     }
 
     void onValueChange(const ResourceOverview& before, const ResourceOverview& after) override
     {
-        QStringList* const log = m_log; // the hook may delete this
-        log->append(QStringLiteral("%1>%2").arg(before.GetTuner().size()).arg(after.GetTuner().size()));
+        QStringList& log = m_log; // the hook may delete this
+        log << QStringLiteral("%1>%2").arg(before.GetTuner().size()).arg(after.GetTuner().size());
         const Tuner* const data = before.GetTuner().constData();
         call();
-        log->append(QStringLiteral("kept %1 %2")
-                        .arg(data == before.GetTuner().constData())
-                        .arg(after.GetTuner().size()));
+        const bool kept = data == before.GetTuner().constData();
+        log << (kept ? QStringLiteral("kept %1").arg(after.GetTuner().size()) : QStringLiteral("lost"));
     }
     void onValueChangeError(const QString&) override { call("hook error"); }
     void onVtDelete() override { call("hook delete"); }
     void onVtUser() override { call("hook user"); }
 
-    QStringList takeLog() { return std::exchange(*m_log, QStringList()); }
-    ResourceOverview& mirror() { return currentValue; }
+    using AbstractRGValueObserver::currentValue;
+    using AbstractRGValueObserver::publish;
 
     std::function<void()> hook; ///< runs once, in the next hook
 
@@ -79,22 +69,21 @@ private:
     void call(const char* what = nullptr)
     {
         if (what)
-            m_log->append(QLatin1String(what));
+            m_log << QLatin1String(what);
         if (const auto function = std::exchange(hook, nullptr))
             function();
     }
 
-    QStringList m_ownLog;
-    QStringList* m_log;
+    QStringList& m_log;
 };
 
-QStringList change(int from, int to)
+/// What a change of the mirror logs.
+QString change(int from, int to)
 {
-    return {QStringLiteral("%1>%2").arg(from).arg(to), QStringLiteral("kept 1 %1").arg(to),
-            QStringLiteral("changed")};
+    return QStringLiteral("%1>%2|kept %2|changed").arg(from).arg(to);
 }
 
-const QStringList parseError{QStringLiteral("hook error"), QStringLiteral("Error in parsing ")};
+const QString parseError = QStringLiteral("hook error|Error in parsing ");
 
 } // namespace
 
@@ -103,139 +92,142 @@ class TestAbstractRGValueObserver : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { values::Tree::Instance().Clear(); }
+    void init()
+    {
+        m_value = values::Tree::Instance().Emplace<StringValue>(path, text(1));
+        m_probe = std::make_unique<Probe>(path, m_log); // silent: its hooks cannot run yet
+        QCOMPARE(takeLog(), QString());
+        QCOMPARE(m_probe->getCurrentValue().GetTuner().size(), 1);
+    }
+    void cleanup()
+    {
+        m_probe.reset();
+        values::Tree::Instance().Clear();
+        QVERIFY(!values::Tree::Instance().Find(path)); // nobody is left to keep a tombstone for
+    }
 
     void textsAreProcessedOnce()
     {
-        StringValue* const value = put(path, text(4));
-        Probe probe(path); // silent: its hooks cannot run yet
-        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 4);
-        value->SetValue(text(1));
-        QCOMPARE(probe.takeLog(), change(4, 1));
-        value->Announce();
-        probe.UpdateAll();
-        value->SetValue(QString()); // ignored by default
-        QCOMPARE(probe.takeLog(), QStringList());
-        QCOMPARE(probe.getCurrentValueAsString(), text(1));
+        m_value->SetValue(text(2));
+        QCOMPARE(takeLog(), change(1, 2));
+        m_value->Announce();
+        m_probe->UpdateAll();
+        m_value->SetValue(QString()); // ignored by default
+        QCOMPARE(takeLog(), QString());
+        QCOMPARE(m_probe->getCurrentValueAsString(), text(2));
 
-        value->SetValue(bad);
-        value->Announce();
-        QCOMPARE(probe.takeLog(), parseError);
-        QCOMPARE(probe.getCurrentValueAsString(), bad);
-        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 1);
-        value->SetValue(text(1));
-        QCOMPARE(probe.takeLog(), change(1, 1));
+        m_value->SetValue(bad);
+        m_value->Announce();
+        QCOMPARE(takeLog(), parseError);
+        QCOMPARE(m_probe->getCurrentValueAsString(), bad);
+        m_value->SetValue(text(2));
+        QCOMPARE(takeLog(), change(2, 2));
 
-        probe.setIgnoreEmptyStringUpdates(false);
-        value->SetValue(QString());
-        QCOMPARE(probe.takeLog(), parseError);
-        value->Announce(eChangeContent);
-        probe.Update(nullptr, eChangeValue);
-        QCOMPARE(probe.takeLog(), QStringList());
+        m_probe->setIgnoreEmptyStringUpdates(false);
+        m_value->SetValue(QString());
+        QCOMPARE(takeLog(), parseError);
+        m_value->Announce(eChangeContent);
+        m_probe->Update(nullptr, eChangeValue);
+        m_value->Announce(eChangeUser);
+        QCOMPARE(takeLog(), QStringLiteral("hook user|user"));
     }
 
     void bindingFollowsThePath()
     {
-        values::Tree::Instance().Emplace<values::SelectionValue>(QStringLiteral("/S1/selection"));
-        StringValue* const first = put(path, text(1));
-        StringValue* const second = put(QStringLiteral("/S2/x"), text(2));
-        Probe probe;
-        QVERIFY(!probe.init(QStringLiteral("/nowhere")));
-        probe.UpdateAll();
-        QVERIFY(!probe.init(QStringLiteral("/S1/selection")));
-        QCOMPARE(probe.takeLog(), QStringList());
-        QVERIFY(probe.init(path));
-        QCOMPARE(probe.getParentNodePath(), QStringLiteral("/S1/ADMINISTRATION"));
-        QVERIFY(probe.init(QStringLiteral("/S2/x")));
-        QCOMPARE(probe.takeLog(), change(0, 1) + change(1, 2));
-        first->SetValue(text(5));
-        QVERIFY(!first->HasObservers());
-        probe.Update(first, eChangeValue);
-        QCOMPARE(probe.takeLog(), QStringList());
-        QVERIFY(!probe.init(QStringLiteral("name")));
-        QCOMPARE(probe.getParentNodePath(), QStringLiteral("name"));
-        QVERIFY(!second->HasObservers());
-        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 2);
+        auto& tree = values::Tree::Instance();
+        tree.Emplace<values::SelectionValue>(QStringLiteral("/S1/selection"));
+        auto* const second = tree.Emplace<StringValue>(QStringLiteral("/S2/x"), text(2));
+        QCOMPARE(m_probe->getParentNodePath(), QStringLiteral("/S1/ADMINISTRATION"));
+        for (const char* const nothing : {"/nowhere", "/S1/selection", "/S1", "name"}) {
+            QVERIFY(!m_probe->init(QLatin1String(nothing)));
+            m_probe->UpdateAll();
+        }
+        QCOMPARE(m_probe->getParentNodePath(), QStringLiteral("name"));
+        m_value->SetValue(text(5));
+        m_probe->Update(m_value, eChangeValue);
+        QCOMPARE(takeLog(), QString());
+        QVERIFY(m_probe->init(second->GetPath()));
+        QCOMPARE(takeLog(), change(1, 2));
 
-        Probe other;
-        other.init(QStringLiteral("name"));
-        QVERIFY(probe == other);
-        QVERIFY(probe.initForOffline(overviewOf(1)));
-        QVERIFY(!(probe == other));
+        // The value goes while the observer stays, and with it the path that it is asked to bind to.
+        tree.Remove(second->GetPath());
+        QVERIFY(!m_probe->init(second->GetPath()));
+        QVERIFY(m_probe->init(path));
+        m_value->Detach(m_probe.get());
+        tree.Remove(path);
+        m_probe->UpdateAll();
+        QCOMPARE(takeLog(), QStringLiteral("hook delete|deleted|") + change(2, 5));
     }
 
-    void deletionRevivalAndUserNotice()
+    void deletionAndRevival()
     {
-        put(path, text(1));
-        Probe probe;
-        probe.init(path);
-        probe.takeLog();
         values::Tree::Instance().Remove(path);
-        QCOMPARE(probe.takeLog(), (QStringList{QStringLiteral("hook delete"), QStringLiteral("deleted")}));
-        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 1);
+        QCOMPARE(takeLog(), QStringLiteral("hook delete|deleted"));
+        QCOMPARE(m_probe->getCurrentValue().GetTuner().size(), 1);
         // It exists again: the state change alone says nothing, its new text is mirrored.
-        StringValue* const revived = put(path, text(3));
-        QCOMPARE(probe.takeLog(), change(1, 3));
-        revived->Announce(eChangeUser);
-        QCOMPARE(probe.takeLog(), (QStringList{QStringLiteral("hook user"), QStringLiteral("user")}));
+        values::Tree::Instance().Emplace<StringValue>(path, text(3));
+        QCOMPARE(takeLog(), change(1, 3));
     }
 
     void hooksMayDeleteTheObserver()
     {
-        const auto notify = [](const QString& expectedLog, const std::function<void(StringValue&)>& cause) {
-            StringValue* const value = put(path, text(1));
-            QStringList log;
-            auto* const probe = new Probe(QString(), &log);
-            probe->init(path);
-            log.clear();
-            probe->hook = [probe] { delete probe; };
-            cause(*value);
-            QCOMPARE(log.join(QLatin1Char(' ')), expectedLog);
-            values::Tree::Instance().Clear();
-            QVERIFY(!values::Tree::Instance().Find(path)); // nobody is left to keep a tombstone for
+        const auto notify = [this](const char* expectedLog, const std::function<void()>& cause) {
+            cleanup();
+            init();
+            m_probe->hook = [this] { m_probe.reset(); };
+            cause();
+            QCOMPARE(takeLog(), QLatin1String(expectedLog));
         };
-        notify(QStringLiteral("1>2 kept 1 2"), [](StringValue& value) { value.SetValue(text(2)); });
-        notify(QStringLiteral("hook error"), [](StringValue& value) { value.SetValue(bad); });
-        notify(QStringLiteral("hook user"), [](StringValue& value) { value.Announce(eChangeUser); });
-        notify(QStringLiteral("hook delete"), [](StringValue&) { values::Tree::Instance().Remove(path); });
+        notify("1>2|kept 2", [this] { m_value->SetValue(text(2)); });
+        notify("hook error", [this] { m_value->SetValue(bad); });
+        notify("hook user", [this] { m_value->Announce(eChangeUser); });
+        notify("hook delete", [] { values::Tree::Instance().Remove(path); });
     }
 
     void nestedChangeLeavesTheOuterItsCopies()
     {
-        StringValue* const value = put(path, text(1));
-        Probe probe;
-        probe.init(path);
-        probe.takeLog();
-        probe.hook = [value] { value->SetValue(text(7)); };
-        value->SetValue(text(4));
-        QCOMPARE(probe.takeLog(), QStringList{QStringLiteral("1>4")} + change(4, 7) +
-                                      QStringList({QStringLiteral("kept 1 4"), QStringLiteral("changed")}));
-        QCOMPARE(probe.getCurrentValue().GetTuner().size(), 7);
+        m_probe->hook = [this] { m_value->SetValue(text(7)); };
+        m_value->SetValue(text(4));
+        QCOMPARE(takeLog(), QStringLiteral("1>4|") + change(4, 7) + QStringLiteral("|kept 4|changed"));
+        QCOMPARE(m_probe->getCurrentValue().GetTuner().size(), 7);
+    }
+
+    void publishedTextsAreNotEchoed()
+    {
+        m_probe->currentValue = overviewOf(6);
+        m_probe->publish(text(6));
+        QCOMPARE(m_value->GetValue(), text(6));
+        QCOMPARE(takeLog(), QString());
+        m_value->SetValue(text(1)); // the server takes it back
+        QCOMPARE(takeLog(), change(6, 1));
     }
 
     void offlineMirror()
     {
-        StringValue* const value = put(path, text(1));
-        Probe probe;
-        probe.init(path);
-        probe.takeLog();
-        QVERIFY(probe.initForOffline(overviewOf(3)));
-        QCOMPARE(probe.getCurrentValueAsString(), text(3));
-        QVERIFY(probe.getVtPath().isEmpty() && !value->HasObservers());
+        QVERIFY(m_probe->initForOffline(overviewOf(3)));
+        QCOMPARE(m_probe->getCurrentValueAsString(), text(3));
+        QVERIFY(m_probe->getVtPath().isEmpty() && !m_value->HasObservers());
 
         Startup::TraceRecorder traces;
-        probe.mirror().EditTuner().append(Tuner()); // corrupt: a tuner without identity
-        QVERIFY(!probe.initForOffline(overviewOf(3)));
-        QVERIFY(probe.getCurrentValue() == ResourceOverview() && probe.getCurrentValueAsString().isEmpty());
-        QCOMPARE(traces.count(QStringLiteral("ReportException ")), 1);
-        QCOMPARE(traces.records().last().source,
-                 QStringLiteral("devicecontrol/kolta/koltacommon/abstractrgvalueobserver"));
-        ResourceOverview unwritable = overviewOf(1);
-        unwritable.EditTuner().append(Tuner());
-        QVERIFY(!probe.initForOffline(unwritable));
-        QVERIFY(probe.initForOffline(overviewOf(2)));
-        QCOMPARE(probe.takeLog(), QStringList());
+        ResourceOverview corrupt;
+        corrupt.EditTuner().resize(1); // a tuner without identity
+        m_probe->currentValue = corrupt;
+        for (const ResourceOverview& value : {overviewOf(3), corrupt}) {
+            QVERIFY(!m_probe->initForOffline(value));
+            QVERIFY(m_probe->getCurrentValue() == ResourceOverview());
+            QVERIFY(m_probe->getCurrentValueAsString().isEmpty());
+        }
+        QCOMPARE(traces.count(QStringLiteral("ReportException ")), 2);
+        QVERIFY(m_probe->initForOffline(overviewOf(2)));
+        QCOMPARE(takeLog(), QString());
     }
+
+private:
+    QString takeLog() { return std::exchange(m_log, QStringList()).join(QLatin1Char('|')); }
+
+    QStringList m_log;
+    StringValue* m_value = nullptr;
+    std::unique_ptr<Probe> m_probe;
 };
 
 QTEST_GUILESS_MAIN(TestAbstractRGValueObserver)

@@ -132,6 +132,10 @@ private Q_SLOTS:
         CAppDescription::fillReply(fragment, {name, QStringLiteral("{g}"), QStringLiteral("1.2"),
                                               QStringLiteral("77"), QStringLiteral("3")});
         reply->addFragment(fragment);
+        Startup::TraceRecorder recorder;
+        for (const char* slot : {"unknown()", "sl_number(int)", "sl_reply(XmlCommon::ptrCXmlMessage)"})
+            AppDescriptionSlotInvoke(&receiver, slot, name).processReply(reply);
+        QCOMPARE(recorder.count(QStringLiteral("cannot be called")), 3);
         invoke.processReply(reply);
         description.processReply(reply);
         QVERIFY(receiver.calls.isEmpty());

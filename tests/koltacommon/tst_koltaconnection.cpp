@@ -13,10 +13,6 @@
 #include <stdexcept>
 #include <tuple>
 
-/// A way to lose the link instead of answering a request.
-using Cut = std::function<void(ScriptedPeer&, const XmlCommon::CXmlMessage&)>;
-Q_DECLARE_METATYPE(Cut)
-
 using Kolta::GeneralRequest;
 using Kolta::KoltaConnection;
 using Kolta::ptrKoltaRequest;
@@ -179,32 +175,38 @@ private Q_SLOTS:
 
     void reconnectsAndResends_data()
     {
-        QTest::addColumn<Cut>("cut");
+        QTest::addColumn<int>("cutAt"); ///< byte of the reply; -1: reset, -2: garbage
         QTest::addColumn<QString>("error");
+        QTest::addColumn<QString>("trace");
         const QString lost = text("RemoteHostClosed");
-        QTest::newRow("closed") << Cut([](ScriptedPeer& p, const CXmlMessage&) { p.link->close(); }) << lost;
-        QTest::newRow("reset") << Cut([](ScriptedPeer& p, const CXmlMessage&) { p.link->abort(); }) << lost;
-        for (const int bytes : {1, 5, 40})
-            QTest::addRow("cut at byte %d", bytes)
-                << Cut([bytes](ScriptedPeer& p, const CXmlMessage& m) { p.answerCutAt(m, bytes); }) << lost;
-        QTest::newRow("garbage") << Cut([](ScriptedPeer& p, const CXmlMessage&) {
-            p.link->sendRaw("garbage");
-        }) << text("Unknown");
+        QTest::newRow("closed") << 0 << lost << text("closed");
+        QTest::newRow("reset") << -1 << lost << QString();
+        for (const int bytes : {1, 5, 40}) {
+            const QByteArray trace = "stream ends inside a message at byte ";
+            QTest::addRow("cut at byte %d", bytes) << bytes << lost << text(trace);
+        }
+        QTest::newRow("garbage") << -2 << text("Unknown") << text("no chunk at byte ");
     }
     void reconnectsAndResends()
     {
-        QFETCH(Cut, cut);
+        QFETCH(int, cutAt);
         QFETCH(QString, error);
+        QFETCH(QString, trace);
         ScriptedPeer peer;
         Client client(peer.host());
         QVERIFY(client.openAndSettle());
         peer.log.clear();
         peer.rule = [&](const CXmlMessage& message) {
-            if (peer.linksOpened == 1 && message.getFragment(0).getComponentName() == text("b"))
-                cut(peer, message);
-            else
+            if (peer.linksOpened > 1 || message.getFragment(0).getComponentName() != text("b"))
                 peer.answer(message);
+            else if (cutAt >= 0)
+                peer.answerCutAt(message, cutAt);
+            else if (cutAt == -1)
+                peer.link->abort();
+            else
+                peer.link->sendRaw("garbage");
         };
+        Startup::TraceRecorder recorder;
         for (const char* component : {"a", "b", "c"})
             client.execute(component);
         QTRY_VERIFY(client.said.count(text("opened")) == 2 && client.connection->isIdle());
@@ -212,6 +214,7 @@ private Q_SLOTS:
         QCOMPARE(peer.log, words("1:a:1 1:b:1 2:b:1 2:c:1 2:RequestTree:2 2:EventFilter:2"));
         QCOMPARE(client.answered, words("a b c"));
         QCOMPARE(client.said, QStringList({text("opened"), error, text("opened")}));
+        QCOMPARE(recorder.count(trace), 1);
     }
 
     void failsForGood_data()
@@ -257,7 +260,7 @@ private Q_SLOTS:
         for (const bool discard : {true, false}) {
             ScriptedPeer peer;
             Client client(peer.host());
-            client.connection->close(discard);
+            client.connection->close(discard); // nothing to close yet
             QVERIFY(client.openAndSettle());
             for (const char* component : {"a", "b", "c"})
                 client.execute(component);
@@ -325,6 +328,50 @@ private Q_SLOTS:
         QCOMPARE(client.said, words("opened"));
     }
 
+    /// Whatever a reply looks like, the request goes out a second time as it did the first time.
+    void sendsAnsweredRequestsAsTheyWere()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.messages.clear();
+        peer.rule = [&](const CXmlMessage& message) {
+            CXmlMessage odd = peer.replyTo(message);
+            odd.addFragment(XmlCommon::CMsgFragment(text("surplus")));
+            if (peer.messages.size() == 2)
+                odd.setServiceType(CXmlMessage::eSERVICE_COMMAND_REPLY);
+            peer.send(odd);
+        };
+        const ptrKoltaRequest request(new Recorded(text("a"), client.answered));
+        for (int i = 0; i < 3; ++i)
+            client.connection->executeRequest(request);
+        QTRY_COMPARE(client.answered, words("a a a"));
+        for (const auto& message : qAsConst(peer.messages)) {
+            QCOMPARE(message->getServiceType(), CXmlMessage::eSERVICE_QUERY);
+            QCOMPARE(message->getNumberOfFragments(), 1);
+        }
+    }
+
+    void doesNotPileUpStartUps()
+    {
+        constexpr int requests = 30;
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.log.clear();
+        peer.rule = [&](const CXmlMessage& message) {
+            peer.answer(message);
+            if (peer.linksOpened <= requests)
+                peer.link->close();
+        };
+        for (int i = 0; i < requests; ++i)
+            client.execute("a");
+        QTRY_VERIFY_WITH_TIMEOUT(peer.linksOpened > requests && client.connection->isIdle(), 20000);
+        QCOMPARE(client.answered.size(), requests);
+        QVERIFY2(peer.log.filter(text("RequestTree")).size() <= 3,
+                 qPrintable(peer.log.join(QLatin1Char(' '))));
+    }
+
     void routesFaults()
     {
         ScriptedPeer peer;
@@ -347,6 +394,9 @@ private Q_SLOTS:
         ScriptedPeer peer;
         Client client(peer.host());
         QVERIFY(client.openAndSettle());
+        connect(client.connection, &KoltaConnection::Broadcast, [] { throw 5; });
+        peer.send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
+        QTRY_COMPARE(recorder.count(text("caught exception from a receiver: unknown")), 1);
         client.execute("a", []() -> ptrKoltaRequest { throw std::runtime_error("bad reply"); });
         client.execute("b", []() -> ptrKoltaRequest { throw 5; });
         client.execute("unsendable")->throwOnGet = 1;

@@ -84,417 +84,327 @@ class ResourceModelTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyFieldOfEveryClassRoundTrips();
-    void textsRoundTrip_data();
-    void textsRoundTrip();
-    void doublesRoundTrip();
-    void unwritableValuesAreNamed();
-    void readsWhatOthersWrite_data();
-    void readsWhatOthersWrite();
-    void refusesBadTexts_data();
-    void refusesBadTexts();
-    void failedReadingKeepsWhatWasRead();
-    void deepAndWideTextsAreHarmless();
-    void mutatedTextsNeverHurt();
-    void checkNamesMissingFields_data();
-    void checkNamesMissingFields();
-    void setAndUnsetAreContent();
-    void copiesShareUntilEdited();
-    void readingSharesRecurringTexts();
-    void documentationIsComplete();
-};
+    void everyFieldOfEveryClassRoundTrips()
+    {
+        for (const ObjectPointer& object : newObjectOfEachClass()) {
+            const QString name = object->GetObjectName();
+            int number = 0;
+            const QString text = wrapped(name, fullText(name, number));
+            QVERIFY(object->SetXmlString(text, true));
+            QCOMPARE(object->GetXmlString(), text);
 
-void ResourceModelTest::everyFieldOfEveryClassRoundTrips()
-{
-    for (const ObjectPointer& object : newObjectOfEachClass()) {
-        const QString name = object->GetObjectName();
-        int number = 0;
-        const QString text = wrapped(name, fullText(name, number));
-        QVERIFY(object->SetXmlString(text, true));
-        QCOMPARE(object->GetXmlString(), text);
+            const ObjectPointer again = newObject(name);
+            QVERIFY(*again != *object);
+            again->SetXmlString(text, true);
+            QVERIFY2(*again == *object, qPrintable(name));
+            again->Reset();
+            QVERIFY2(*again == *newObject(name), qPrintable(name));
 
-        const ObjectPointer again = newObject(name);
-        QVERIFY(*again != *object);
-        again->SetXmlString(text, true);
-        QVERIFY2(*again == *object, qPrintable(name));
-        again->Reset();
-        QVERIFY2(*again == *newObject(name), qPrintable(name));
+            for (int i = 1; i <= number; ++i) {
+                QString other = text;
+                const int at = other.indexOf(QStringLiteral("t%1 ").arg(i));
+                if (at < 0)
+                    continue;
+                other[at] = QLatin1Char('u');
+                again->SetXmlString(other, true);
+                QVERIFY2(*again != *object, qPrintable(other));
+            }
+        }
+        QVERIFY(static_cast<const IRGObject&>(FHA()) != static_cast<const IRGObject&>(FHP()));
+    }
 
-        for (int i = 1; i <= number; ++i) {
-            QString other = text;
-            const int at = other.indexOf(QStringLiteral("t%1 ").arg(i));
-            if (at < 0)
-                continue;
-            other[at] = QLatin1Char('u');
-            again->SetXmlString(other, true);
-            QVERIFY2(*again != *object, qPrintable(other));
+    void textsRoundTrip()
+    {
+        const QString texts[] = {QStringLiteral(""),
+                                 latin(" "),
+                                 latin("  a \n"),
+                                 latin("a\rb\r\nc\r"),
+                                 latin("<a b=\"c\">&amp; ]]> 'x' <!-- -->&#10;</a>"),
+                                 QString(100000, QLatin1Char('&')),
+                                 QStringLiteral("\u00e4\u2028\u20ac\ud7ff\ue000\ufffd"),
+                                 QString::fromUcs4(U"\U0001F4E1x\U0010FFFF"),
+                                 QString(100000, QChar(0x3b1)) + QString(70, QLatin1Char('x'))};
+        for (const QString& text : texts) {
+            TunerClass object;
+            object.SetGUID(text);
+            object.SetName(latin("n"));
+            object.EditTunerID() << text << latin("x") << text;
+            const QString xml = object.GetXmlString();
+            TunerClass again;
+            again.SetXmlString(xml, true);
+            QCOMPARE(again.GetGUID(), text);
+            QVERIFY(again.IsGUIDSet() && again == object);
+
+            QXmlStreamReader reader(xml);
+            QVERIFY(reader.readNextStartElement() && reader.readNextStartElement());
+            QCOMPARE(reader.readElementText(), text);
+            while (!reader.atEnd())
+                reader.readNext();
+            QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
         }
     }
-    QVERIFY(static_cast<const IRGObject&>(FHA()) != static_cast<const IRGObject&>(FHP()));
-}
 
-void ResourceModelTest::textsRoundTrip_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("empty") << QStringLiteral("");
-    QTest::newRow("one space") << latin(" ");
-    QTest::newRow("only white space") << latin(" \n\t ");
-    QTest::newRow("outer white space") << latin("  a \n");
-    QTest::newRow("carriage returns") << latin("a\rb\r\nc\r");
-    QTest::newRow("markup") << latin("<a b=\"c\">&amp; ]]> 'x' <!-- -->&#10;</a>");
-    QTest::newRow("long markup") << QString(100000, QLatin1Char('&'));
-    QTest::newRow("Latin, separators, last of the plane")
-        << QStringLiteral("\u00e4\u2028\u20ac\ud7ff\ue000\ufffd");
-    QTest::newRow("beyond the plane") << QString::fromUcs4(U"\U0001F4E1x\U0010FFFF");
-    QTest::newRow("long") << QString(100000, QChar(0x3b1)) + QLatin1Char('<') + QString(70, QLatin1Char('x'));
-}
+    void doublesRoundTrip()
+    {
+        using Limits = std::numeric_limits<double>;
+        for (const double value :
+             {-0.0, -5e6, 999999999999999.0, 1e15, 1e300, 1e-7, Limits::max(), Limits::lowest(),
+              Limits::denorm_min(), 1.0 / 3.0, 20000000.00001, 9007199254740993.0}) {
+            FFP object;
+            object.SetFrequency(value);
+            FFP again;
+            again.SetXmlString(object.GetXmlString(), true);
+            QVERIFY2(again.GetFrequency() == value, qPrintable(object.GetXmlString()));
+            QCOMPARE(std::signbit(again.GetFrequency()), std::signbit(value));
+        }
+    }
 
-void ResourceModelTest::textsRoundTrip()
-{
-    QFETCH(QString, text);
-    TunerClass object;
-    object.SetGUID(text);
-    object.SetName(latin("n"));
-    object.EditTunerID() << text << latin("x") << text;
-    const QString xml = object.GetXmlString();
-    TunerClass again;
-    again.SetXmlString(xml, true);
-    QCOMPARE(again.GetGUID(), text);
-    QVERIFY(again.IsGUIDSet());
-    QVERIFY(again == object);
+    void unwritableValuesAreNamed()
+    {
+        ResourceOverview overview;
+        overview.EditTuner() << makeTuner(latin("a")) << makeTuner(latin("b"));
+        Tuner& second = overview.EditTuner()[1];
+        const auto failure = [&overview] { return failureOf([&overview] { overview.GetXmlString(); }); };
+        for (const double value : {qInf(), -qInf(), qQNaN()}) {
+            second.SetMaxFrequency(value);
+            QCOMPARE(failure(), latin("ResourceOverview/Tuner[2]/MaxFrequency is not a finite number"));
+        }
+        second.ResetMaxFrequency();
+        for (const char16_t bad : {u'\x0', u'\x1f', u'\xd800', u'\xdfff', u'\xfffe', u'\xffff'}) {
+            second.EditTavikResource().SetName(QString(80, QLatin1Char('x')) + QChar(bad) + QLatin1Char('<'));
+            QCOMPARE(failure(),
+                     QStringLiteral("ResourceOverview/Tuner[2]/TavikResource/Name holds a character "
+                                    "that XML cannot carry (U+%1 at position 80)")
+                         .arg(ushort(bad), 4, 16, QLatin1Char('0')));
+        }
+    }
 
-    QXmlStreamReader reader(xml);
-    QVERIFY(reader.readNextStartElement() && reader.readNextStartElement());
-    QCOMPARE(reader.readElementText(), text);
-    while (!reader.atEnd())
-        reader.readNext();
-    QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
-}
+    void readsWhatOthersWrite()
+    {
+        const char* const cases[][2] = {
+            {"\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"latin1\"?>\n<!-- x --><FFP a='1'/><?y z?>\n",
+             "<FFP></FFP>"},
+            {"<DSC>\r\n  <Production>\n true </Production>\n\t<FFP>\n\t</FFP>\n <FFP> </FFP>\n</DSC>",
+             "<DSC><Production>true</Production><FFP></FFP><FFP></FFP></DSC>"},
+            // Another order, and lists apart.
+            {"<MCP><DSC/><FFP/><ProductionID>p</ProductionID><DSC/><FFP/></MCP>",
+             "<MCP><ProductionID>p</ProductionID><FFP></FFP><FFP></FFP><DSC></DSC><DSC></DSC></MCP>"},
+            // Unknown elements.
+            {"<FFP><X><FFP/><Y>1</Y></X><Bandwidth>1</Bandwidth><bandwidth>2</bandwidth></FFP>",
+             "<FFP><Bandwidth>1</Bandwidth></FFP>"},
+            // Of what is repeated the last, whole.
+            {"<SCP><FFP><TunerGUID>a</TunerGUID></FFP><FFP><Bandwidth>1</Bandwidth><Bandwidth>2</Bandwidth></"
+             "FFP></SCP>",
+             "<SCP><FFP><Bandwidth>2</Bandwidth></FFP></SCP>"},
+            // Texts in pieces, and references.
+            {"<FFP><TunerGUID>a&lt;<!-- x -->b<![CDATA[&amp;<c>]]>&#x64;</TunerGUID></FFP>",
+             "<FFP><TunerGUID>a&lt;b&amp;amp;&lt;c&gt;d</TunerGUID></FFP>"},
+            {"<FFP><TunerGUID><![CDATA[a]]> b</TunerGUID></FFP>", "<FFP><TunerGUID>a b</TunerGUID></FFP>"},
+            {"<FFP><TunerGUID>&quot;&apos;&#38;&#xE4;&#x1F4E1;&#8364;</TunerGUID></FFP>",
+             "<FFP><TunerGUID>\"'&amp;\xC3\xA4\xF0\x9F\x93\xA1\xE2\x82\xAC</TunerGUID></FFP>"},
+            // Forms of numbers and truth, and a number that no enumerator has.
+            {"<FFP><Frequency> +1.5E3\n</Frequency><Bandwidth><![CDATA[2]]>&#48;</Bandwidth></FFP>",
+             "<FFP><Frequency>1500</Frequency><Bandwidth>20</Bandwidth></FFP>"},
+            {"<DSC><Production>1</Production><Scanning>0</Scanning></DSC>",
+             "<DSC><Production>true</Production><Scanning>false</Scanning></DSC>"},
+            {"<KoltaProcessor><LocalStorage>-2147483648</LocalStorage></KoltaProcessor>",
+             "<KoltaProcessor><LocalStorage>-2147483648</LocalStorage></KoltaProcessor>"},
+            {"<TunerManagementRequest><RequestID/><TunerGUID/><TunerGUID></TunerGUID></"
+             "TunerManagementRequest>",
+             "<TunerManagementRequest><RequestID></RequestID><TunerGUID></TunerGUID><TunerGUID></TunerGUID>"
+             "</TunerManagementRequest>"}};
+        for (const auto& [xml, canonical] : cases) {
+            const QString expected = QString::fromUtf8(canonical);
+            const ObjectPointer object = newObject(expected.mid(1, expected.indexOf(QLatin1Char('>')) - 1));
+            QCOMPARE(failureOf([&, text = xml] { object->SetXmlString(QString::fromUtf8(text), true); }),
+                     QString());
+            QCOMPARE(object->GetXmlString(), expected);
+        }
+    }
 
-void ResourceModelTest::doublesRoundTrip()
-{
-    using Limits = std::numeric_limits<double>;
-    const double values[] = {0.0,  -0.0,      1.0,  -5e6,           3.6e9 + 0.1,          999999999999999.0,
-                             1e15, 1e300,     1e-7, Limits::max(),  Limits::lowest(),     Limits::min(),
-                             0.1,  1.0 / 3.0, -1.5, 20000000.00001, Limits::denorm_min(), 9007199254740993.0};
-    for (const double value : values) {
+    void refusesBadTexts_data()
+    {
+        QTest::addColumn<QString>("xml");
+        QTest::addColumn<QString>("message"); // a part of it
+        const auto row = [](const QString& xml, const char* message) {
+            QTest::newRow(message) << xml << latin(message);
+        };
+        const auto inTuner = [&row](const char* content, const char* message) {
+            row(QStringLiteral("<ResourceOverview>\n<Tuner/>\n<Tuner>%1</Tuner></ResourceOverview>")
+                    .arg(latin(content)),
+                message);
+        };
+        row(QString(), "the text is empty, expected one element <ResourceOverview>");
+        row(latin(" \n"), "there is no element, expected one element <ResourceOverview>");
+        row(latin("hello"), "\"hello\" outside the root element");
+        row(latin("\n<Tuner/>"), "line 2, byte 2: the root element is <Tuner>, expected");
+        row(latin("<ResourceOverview/> x"), "line 1, byte 19: \" x\" outside");
+        row(latin("<ResourceOverview/><ResourceOverview/>"), "\"ResourceOverview\" outside");
+        row(latin("<!DOCTYPE a [<!ENTITY b \"c\">]><ResourceOverview/>"), "declarations are refused");
+        row(latin("<ResourceOverview>\n<Tuner><Type>EB"), "line 2, byte ");
+        row(latin("<ResourceOverview></Tuner>"), "not well-formed");
+        row(latin("<a>\n%1").arg(QChar(0)), "line 2, byte 4: character U+0000 is not allowed");
+        row(latin("<a>%1").arg(QChar(0xd83d)), "character U+d83d");
+        inTuner("<Type>a&#0;</Type>",
+                "ResourceOverview/Tuner[2]/Type (line 3, byte 42): expected a reference "
+                "such as &amp; or &#10;, found \"&#0;");
+        inTuner("<Type>&#xD800;</Type>", "found \"&#xD800;");
+        inTuner("<Type>&#99999999999;</Type>", "found \"&#999999999");
+        inTuner("<Type>&nbsp;</Type>", "found \"&nbsp;");
+        inTuner("<Type>a & b</Type>", "found \"& b\"");
+        inTuner("<Type>a<b/></Type>", "Type (line 3, byte 43): expected text, found an element <b>");
+        inTuner("<MinFrequency>12x</MinFrequency>",
+                "MinFrequency (line 3, byte 36): expected a number, found \"12x\"");
+        inTuner("<MinFrequency/>", "expected a number, found \"\"");
+        inTuner("<MinFrequency>inf</MinFrequency>", "found \"inf\"");
+        inTuner("<MinFrequency>1e999</MinFrequency>", "found \"1e999\"");
+        inTuner("<MinFrequency>+-1</MinFrequency>", "found \"+-1\"");
+        inTuner("<Idle>True</Idle>", "Idle (line 3, byte 36): expected true or false, found \"True\"");
+        inTuner("<TavikResource><ResourceID>2147483648</ResourceID></TavikResource>",
+                "Tuner[2]/TavikResource/ResourceID (line 3, byte 51): expected a whole number");
+        inTuner("<TavikResource><ResourceID>1.0</ResourceID></TavikResource>", "found \"1.0\"");
+    }
+    void refusesBadTexts()
+    {
+        QFETCH(QString, xml);
+        QFETCH(QString, message);
+        ResourceOverview object;
+        const QString failure = failureOf([&] { object.SetXmlString(xml, false); });
+        QVERIFY2(failure.contains(message), qPrintable(failure));
+    }
+
+    void failedReadingKeepsWhatWasRead()
+    {
+        ProcessorOverview object;
+        object.EditMCP().append(MCP());
+        const QString bad =
+            latin("<ProcessorOverview><NumberOfFFPs>3</NumberOfFFPs><SCP/><SCP><FFP><TunerGUID>g</TunerGUID>"
+                  "<Frequency>inf</Frequency></FFP></SCP><MCP/></ProcessorOverview>");
+        QVERIFY(!failureOf([&] { object.SetXmlString(bad, false); }).isEmpty());
+        ProcessorOverview expected;
+        expected.SetNumberOfFFPs(3);
+        expected.SetSCP({SCP(), SCP()});
+        expected.EditSCP()[1].EditFFP().SetTunerGUID(latin("g"));
+        QVERIFY2(object == expected, qPrintable(object.GetXmlString()));
+    }
+
+    void deepAndWideTextsAreHarmless()
+    {
+        constexpr int depth = 500000;
+        const QString nested = latin("<a>").repeated(depth) + latin("</a>").repeated(depth);
         FFP object;
-        object.SetFrequency(value);
-        FFP again;
-        again.SetXmlString(object.GetXmlString(), true);
-        QVERIFY2(again.GetFrequency() == value, qPrintable(object.GetXmlString()));
-        QCOMPARE(std::signbit(again.GetFrequency()), std::signbit(value));
+        QVERIFY(object.SetXmlString(wrapped(latin("FFP"), nested + latin("<Bandwidth>1</Bandwidth>")), true));
+        QCOMPARE(object.GetBandwidth(), 1.0);
+        QVERIFY(!failureOf([&] { object.SetXmlString(latin("<FFP>").repeated(depth), true); }).isEmpty());
+
+        HWProcessingOverview overview;
+        QVERIFY(overview.SetXmlString(
+            wrapped(overview.GetObjectName(), latin("<HWProcessing/><x/>").repeated(depth)), true));
+        QCOMPARE(overview.GetHWProcessing().size(), depth);
     }
-    FFP object;
-    object.SetFrequency(1e7);
-    QCOMPARE(object.GetXmlString(), latin("<FFP><Frequency>10000000</Frequency></FFP>"));
-}
 
-void ResourceModelTest::unwritableValuesAreNamed()
-{
-    ResourceOverview overview;
-    overview.EditTuner() << makeTuner(latin("a")) << makeTuner(latin("b"));
-    Tuner& second = overview.EditTuner()[1];
-    const auto failure = [&overview] { return failureOf([&overview] { overview.GetXmlString(); }); };
-    for (const double value : {qInf(), -qInf(), qQNaN()}) {
-        second.SetMaxFrequency(value);
-        QCOMPARE(failure(), latin("ResourceOverview/Tuner[2]/MaxFrequency is not a finite number"));
-    }
-    second.ResetMaxFrequency();
-    QCOMPARE(failure(), QString());
-    for (const char16_t bad : {u'\x0', u'\x1', u'\x1f', u'\xd800', u'\xdfff', u'\xfffe', u'\xffff'}) {
-        second.EditTavikResource().SetName(QString(80, QLatin1Char('x')) + QChar(bad) + QLatin1Char('<'));
-        QCOMPARE(
-            failure(),
-            QStringLiteral("ResourceOverview/Tuner[2]/TavikResource/Name holds a character that XML cannot "
-                           "carry (U+%1 at position 80)")
-                .arg(ushort(bad), 4, 16, QLatin1Char('0')));
-    }
-}
-
-void ResourceModelTest::readsWhatOthersWrite_data()
-{
-    QTest::addColumn<QString>("xml");
-    QTest::addColumn<QString>("canonical");
-    const auto row = [](const char* name, const char* xml, const char* canonical) {
-        QTest::newRow(name) << QString::fromUtf8(xml) << QString::fromUtf8(canonical);
-    };
-    row("declaration, comment, instruction",
-        "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"latin1\"?>\n<!-- x --><FFP a='1'/><?y z?>\n",
-        "<FFP></FFP>");
-    row("pretty-printed",
-        "<DSC>\r\n  <Production>\n true </Production>\n\t<FFP>\n\t</FFP>\n <FFP> </FFP>\n</DSC>",
-        "<DSC><Production>true</Production><FFP></FFP><FFP></FFP></DSC>");
-    row("other order, lists apart", "<MCP><DSC/><FFP/><ProductionID>p</ProductionID><DSC/><FFP/></MCP>",
-        "<MCP><ProductionID>p</ProductionID><FFP></FFP><FFP></FFP><DSC></DSC><DSC></DSC></MCP>");
-    row("unknown elements",
-        "<FFP><X><FFP/><Y>1</Y></X><Bandwidth>1</Bandwidth><bandwidth>2</bandwidth></FFP>",
-        "<FFP><Bandwidth>1</Bandwidth></FFP>");
-    row("last of repeated values",
-        "<FFP><TunerGUID>a</TunerGUID><Bandwidth>1</Bandwidth><TunerGUID>b</TunerGUID></FFP>",
-        "<FFP><TunerGUID>b</TunerGUID><Bandwidth>1</Bandwidth></FFP>");
-    row("last of repeated records, whole",
-        "<SCP><DataSource><TunerGUID>a</TunerGUID></DataSource><DataSource><RecordID>r</RecordID></"
-        "DataSource></SCP>",
-        "<SCP><DataSource><RecordID>r</RecordID></DataSource></SCP>");
-    row("text in pieces", "<FFP><TunerGUID>a&lt;<!-- x -->b<![CDATA[&amp;<c>]]>&#x64;</TunerGUID></FFP>",
-        "<FFP><TunerGUID>a&lt;b&amp;amp;&lt;c&gt;d</TunerGUID></FFP>");
-    row("section first", "<FFP><TunerGUID><![CDATA[a]]> b</TunerGUID></FFP>",
-        "<FFP><TunerGUID>a b</TunerGUID></FFP>");
-    row("references", "<FFP><TunerGUID>&quot;&apos;&#38;&#xE4;&#x1F4E1;&#8364;</TunerGUID></FFP>",
-        "<FFP><TunerGUID>\"'&amp;\xC3\xA4\xF0\x9F\x93\xA1\xE2\x82\xAC</TunerGUID></FFP>");
-    row("forms of numbers",
-        "<FFP><Frequency> +1.5E3\n</Frequency><Bandwidth><![CDATA[2]]>&#48;</Bandwidth></FFP>",
-        "<FFP><Frequency>1500</Frequency><Bandwidth>20</Bandwidth></FFP>");
-    row("forms of truth", "<DSC><Production>1</Production><Scanning>0</Scanning></DSC>",
-        "<DSC><Production>true</Production><Scanning>false</Scanning></DSC>");
-    row("numbers that no enumerator has",
-        "<KoltaProcessor><LocalStorage>-2147483648</LocalStorage></KoltaProcessor>",
-        "<KoltaProcessor><LocalStorage>-2147483648</LocalStorage></KoltaProcessor>");
-    row("empty texts",
-        "<TunerManagementRequest><RequestID/><TunerGUID/><TunerGUID></TunerGUID></TunerManagementRequest>",
-        "<TunerManagementRequest><RequestID></RequestID><TunerGUID></TunerGUID><TunerGUID></TunerGUID>"
-        "</TunerManagementRequest>");
-}
-
-void ResourceModelTest::readsWhatOthersWrite()
-{
-    QFETCH(QString, xml);
-    QFETCH(QString, canonical);
-    const ObjectPointer object = newObject(canonical.mid(1, canonical.indexOf(QLatin1Char('>')) - 1));
-    QCOMPARE(failureOf([&] { object->SetXmlString(xml, true); }), QString());
-    QCOMPARE(object->GetXmlString(), canonical);
-}
-
-void ResourceModelTest::refusesBadTexts_data()
-{
-    QTest::addColumn<QString>("xml");
-    QTest::addColumn<QString>("message"); // a part of it
-    const auto row = [](const char* name, const QString& xml, const char* message) {
-        QTest::newRow(name) << xml << latin(message);
-    };
-    const auto inTuner = [](const char* content) {
-        return QStringLiteral("<ResourceOverview>\n<Tuner/>\n<Tuner>%1</Tuner></ResourceOverview>")
-            .arg(latin(content));
-    };
-    row("empty", QString(), "the text is empty, expected one element <ResourceOverview>");
-    row("white space", latin(" \n"), "there is no element, expected one element <ResourceOverview>");
-    row("no XML", latin("hello"), "\"hello\" outside the root element");
-    row("wrong root", latin("\n<Tuner/>"), "line 2, byte 2: the root element is <Tuner>, expected");
-    row("root of other case", latin("<resourceoverview/>"), "the root element is <resourceoverview>");
-    row("two roots", latin("<ResourceOverview/><ResourceOverview/>"), "outside the root element");
-    row("text after the root", latin("<ResourceOverview/> x"), "line 1, byte 19: \" x\" outside");
-    row("document type", latin("<!DOCTYPE a [<!ENTITY b \"c\">]><ResourceOverview/>"),
-        "declarations are refused");
-    row("cut", latin("<ResourceOverview>\n<Tuner><Type>EB"), "line 2, byte ");
-    row("wrong end", latin("<ResourceOverview></Tuner>"), "not well-formed");
-    row("NUL", inTuner("<Type>a%1b</Type>").arg(QChar(0)),
-        "line 3, byte 42: character U+0000 is not allowed");
-    row("lone surrogate", inTuner("%1").arg(QChar(0xd83d)), "character U+d83d");
-    row("reference to NUL", inTuner("<Type>a&#0;</Type>"),
-        "ResourceOverview/Tuner[2]/Type (line 3, byte 42): expected a reference such as &amp; or &#10;, "
-        "found \"&#0;");
-    row("reference to a surrogate", inTuner("<Type>&#xD800;</Type>"), "found \"&#xD800;");
-    row("huge reference", inTuner("<Type>&#99999999999;</Type>"), "found \"&#999999999");
-    row("unknown entity", inTuner("<Type>&nbsp;</Type>"), "found \"&nbsp;");
-    row("lone ampersand", inTuner("<Type>a & b</Type>"), "found \"& b\"");
-    row("element in a text", inTuner("<Type>a<b/></Type>"),
-        "Tuner[2]/Type (line 3, byte 43): expected text, found an "
-        "element <b>");
-    row("letters", inTuner("<MinFrequency>12x</MinFrequency>"),
-        "ResourceOverview/Tuner[2]/MinFrequency (line 3, byte 36): expected a number, found \"12x\"");
-    row("no number", inTuner("<MinFrequency/>"), "expected a number, found \"\"");
-    row("infinite", inTuner("<MinFrequency>inf</MinFrequency>"), "found \"inf\"");
-    row("too large", inTuner("<MinFrequency>1e999</MinFrequency>"), "found \"1e999\"");
-    row("not a number", inTuner("<MinFrequency>nan</MinFrequency>"), "found \"nan\"");
-    row("two signs", inTuner("<MinFrequency>+-1</MinFrequency>"), "found \"+-1\"");
-    row("bool", inTuner("<Idle>True</Idle>"),
-        "Tuner[2]/Idle (line 3, byte 36): expected true or false, found \"True\"");
-    row("beyond 32 bit", inTuner("<TavikResource><ResourceID>2147483648</ResourceID></TavikResource>"),
-        "Tuner[2]/TavikResource/ResourceID (line 3, byte 51): expected a whole number, found \"2147483648\"");
-    row("fraction", latin("<ResourceOverview><NumberOfTuners>1.0</NumberOfTuners></ResourceOverview>"),
-        "expected a whole number, found \"1.0\"");
-}
-
-void ResourceModelTest::refusesBadTexts()
-{
-    QFETCH(QString, xml);
-    QFETCH(QString, message);
-    ResourceOverview object;
-    const QString failure = failureOf([&] { object.SetXmlString(xml, false); });
-    QVERIFY2(failure.contains(message), qPrintable(failure));
-}
-
-void ResourceModelTest::failedReadingKeepsWhatWasRead()
-{
-    ProcessorOverview object;
-    object.SetNumberOfFFPs(7);
-    object.EditMCP().append(MCP());
-    QVERIFY(!failureOf([&] { object.SetXmlString(latin("<X/>"), false); }).isEmpty());
-    QVERIFY(object == ProcessorOverview());
-
-    const QString bad =
-        latin("<ProcessorOverview><NumberOfFFPs>3</NumberOfFFPs><SCP/><SCP><FFP><TunerGUID>g</TunerGUID>"
-              "<Frequency>inf</Frequency></FFP></SCP><MCP/></ProcessorOverview>");
-    QVERIFY(!failureOf([&] { object.SetXmlString(bad, false); }).isEmpty());
-    ProcessorOverview expected;
-    expected.SetNumberOfFFPs(3);
-    expected.SetSCP({SCP(), SCP()});
-    expected.EditSCP()[1].EditFFP().SetTunerGUID(latin("g"));
-    QVERIFY2(object == expected, qPrintable(object.GetXmlString()));
-}
-
-void ResourceModelTest::deepAndWideTextsAreHarmless()
-{
-    constexpr int depth = 500000;
-    const QString nested = latin("<a>").repeated(depth) + latin("</a>").repeated(depth);
-    FFP object;
-    QVERIFY(object.SetXmlString(wrapped(latin("FFP"), nested + latin("<Bandwidth>1</Bandwidth>")), true));
-    QCOMPARE(object.GetBandwidth(), 1.0);
-    QVERIFY(!failureOf([&] { object.SetXmlString(latin("<FFP>").repeated(depth), true); }).isEmpty());
-
-    HWProcessingOverview overview;
-    QVERIFY(overview.SetXmlString(
-        wrapped(overview.GetObjectName(), latin("<HWProcessing/><x/>").repeated(depth)), true));
-    QCOMPARE(overview.GetHWProcessing().size(), depth);
-}
-
-void ResourceModelTest::mutatedTextsNeverHurt()
-{
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    QRandomGenerator random(seed);
-    const QString spice = latin("<>&;/!?[]-'\"=# \n\r0x9eDA") + QChar(0) + QChar(0xd83d) + QChar(0xe4);
-    int number = 0;
-    const QString name = latin("RequestResource");
-    const QString good = wrapped(name, fullText(name, number));
-    int accepted = 0;
-    for (int round = 0; round < 3000; ++round) {
-        QString text = good;
-        for (int i = 1 + random.bounded(3); i > 0; --i) {
-            const int at = random.bounded(text.size());
-            if (random.bounded(3) == 0)
-                text.remove(at, 1 + random.bounded(20));
-            else if (random.bounded(2) == 0)
-                text.insert(at, spice.at(random.bounded(spice.size())));
-            else
-                text.insert(at, text.mid(random.bounded(text.size()), random.bounded(40)));
+    void mutatedTextsNeverHurt()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        const QString spice = latin("<>&;/!?[]-'\"=# \n\r0x9eDA") + QChar(0) + QChar(0xd83d) + QChar(0xe4);
+        int number = 0;
+        const QString name = latin("RequestResource");
+        const QString good = wrapped(name, fullText(name, number));
+        int accepted = 0;
+        for (int round = 0; round < 3000; ++round) {
+            QString text = good;
+            for (int i = 1 + random.bounded(3); i > 0; --i) {
+                const int at = random.bounded(text.size());
+                if (random.bounded(3) == 0)
+                    text.remove(at, 1 + random.bounded(20));
+                else if (random.bounded(2) == 0)
+                    text.insert(at, spice.at(random.bounded(spice.size())));
+                else
+                    text.insert(at, text.mid(random.bounded(text.size()), random.bounded(40)));
+            }
+            const ObjectPointer object = newObject(name);
+            if (!failureOf([&] { object->SetXmlString(text, true); }).isEmpty())
+                continue;
+            ++accepted;
+            const ObjectPointer again = newObject(name);
+            again->SetXmlString(object->GetXmlString(), true);
+            QVERIFY2(*again == *object, qPrintable(text));
         }
-        const ObjectPointer object = newObject(name);
-        if (!failureOf([&] { object->SetXmlString(text, true); }).isEmpty())
-            continue;
-        ++accepted;
-        const ObjectPointer again = newObject(name);
-        again->SetXmlString(object->GetXmlString(), true);
-        QVERIFY2(*again == *object, qPrintable(text));
+        QVERIFY(accepted > 0);
     }
-    QVERIFY(accepted > 0);
-}
 
-void ResourceModelTest::checkNamesMissingFields_data()
-{
-    QTest::addColumn<QString>("xml");
-    QTest::addColumn<QString>("missing");
-    const auto row = [](const char* xml, const char* missing) {
-        QTest::newRow(missing) << latin(xml) << latin(missing);
-    };
-    row("<ResourceOverview><Tuner><TavikResource/></Tuner><Tuner/></ResourceOverview>",
-        "ResourceOverview/Tuner[2]/TavikResource is missing");
-    row("<ResourceOverview><StorageUnit/><ProcessingUnit/></ResourceOverview>",
-        "ResourceOverview/ProcessingUnit[1]/TavikResource is missing");
-    row("<StorageUnit/>", "StorageUnit/TavikResource is missing");
-    row("<TunerClassOverview><TunerClass><GUID>g</GUID></TunerClass></TunerClassOverview>",
-        "TunerClassOverview/TunerClass[1]/Name is missing");
-    row("<TunerTypeOverview><TunerTypeSettings/></TunerTypeOverview>",
-        "TunerTypeOverview/TunerTypeSettings[1]/TypeName is missing");
-    row("<ResourceDemandClass><DemandClassName/></ResourceDemandClass>",
-        "ResourceDemandClass/AppType is missing");
-    row("<TunerManagementRequest><Tuner/></TunerManagementRequest>",
-        "TunerManagementRequest/Tuner[1]/TavikResource is missing");
-    row("<RequestResource><RequestID>r</RequestID></RequestResource>",
-        "RequestResource/RequestType is missing");
-}
-
-void ResourceModelTest::checkNamesMissingFields()
-{
-    QFETCH(QString, xml);
-    QFETCH(QString, missing);
-    const ObjectPointer object = newObject(missing.left(missing.indexOf(QLatin1Char('/'))));
-    QVERIFY(object->SetXmlString(xml, false));
-    QString error;
-    QVERIFY(!object->Check(error));
-    QCOMPARE(error, missing);
-    QCOMPARE(failureOf([&] { object->Check(); }), missing);
-    QCOMPARE(failureOf([&] { object->GetXmlString(); }), missing);
-    QCOMPARE(failureOf([&] { object->SetXmlString(xml, true); }), missing);
-}
-
-void ResourceModelTest::setAndUnsetAreContent()
-{
-    SCP a;
-    SCP b;
-    a.SetFrequency(0);
-    QVERIFY(a != b);
-    QCOMPARE(a.GetXmlString(), latin("<SCP><Frequency>0</Frequency></SCP>"));
-    a.ResetFrequency();
-    QVERIFY(a == b);
-    QVERIFY(!a.GetDSC().IsProductionSet() && !a.IsDSCSet());
-    a.EditDSC();
-    QVERIFY(a.IsDSCSet() && a != b);
-    a.EditDSC().EditFFP().append(FFP());
-    a.ResetDSC();
-    QVERIFY(a == b && a.GetDSC() == DSC());
-
-    Tuner tuner = makeTuner(latin("g"));
-    Tuner moved = std::move(tuner);
-    QCOMPARE(moved.GetTavikResource().GetGUID(), latin("g"));
-    moved.EditTavikResource().ResetGUID();
-    QCOMPARE(moved.GetXmlString(), latin("<Tuner><TavikResource></TavikResource><Type>EB</Type></Tuner>"));
-}
-
-void ResourceModelTest::copiesShareUntilEdited()
-{
-    ResourceOverview original;
-    for (int i = 0; i < 3; ++i)
-        original.EditTuner().append(makeTuner(QString::number(i)));
-    ResourceOverview copy = original;
-    const Tuner* first = &original.GetTuner().first();
-    QCOMPARE(&copy.GetTuner().first(), first);
-    copy.SetNumberOfTuners(3);
-    QCOMPARE(&copy.GetTuner().first(), first);
-    copy.EditTuner()[0].SetIdle(true);
-    QVERIFY(&copy.GetTuner().first() != first);
-    QCOMPARE(&original.GetTuner().first(), first);
-    QVERIFY(!original.GetTuner().first().IsIdleSet());
-    QVERIFY(copy != original);
-}
-
-void ResourceModelTest::readingSharesRecurringTexts()
-{
-    ResourceOverview written;
-    for (int i = 0; i < 1000; ++i)
-        written.EditTuner().append(makeTuner(QStringLiteral("guid <%1>").arg(i)));
-    ResourceOverview read;
-    read.SetXmlString(written.GetXmlString(), true);
-    QVERIFY(read == written);
-    QCOMPARE(read.GetTuner().capacity(), 1000);
-    int copies = 0;
-    for (int i = 1; i < 1000; ++i)
-        copies +=
-            read.GetTuner().at(i).GetType().constData() != read.GetTuner().at(i - 1).GetType().constData();
-    QVERIFY2(copies < 50, qPrintable(QString::number(copies)));
-}
-
-void ResourceModelTest::documentationIsComplete()
-{
-    QFile page(latin(KOLTA_MODEL_PAGE));
-    QVERIFY2(page.open(QIODevice::ReadOnly), KOLTA_MODEL_PAGE);
-    const QString text = QString::fromUtf8(page.readAll());
-    for (const ObjectPointer& object : newObjectOfEachClass()) {
-        const QString section = documentationOf(*object);
-        QVERIFY2(text.contains(section), qPrintable(QStringLiteral("docs/model.md lacks:\n") + section));
+    void checkNamesMissingFields()
+    {
+        const QMap<QString, QString> texts{
+            {latin("ResourceOverview/Tuner[2]/TavikResource"),
+             latin("<ResourceOverview><Tuner><TavikResource/></Tuner><Tuner/></ResourceOverview>")},
+            {latin("StorageUnit/TavikResource"), latin("<StorageUnit/>")},
+            {latin("TunerManagementRequest/Tuner[1]/TavikResource"),
+             latin("<TunerManagementRequest><Tuner/></TunerManagementRequest>")},
+            {latin("ResourceDemandClass/AppType"),
+             latin("<ResourceDemandClass><DemandClassName/></ResourceDemandClass>")}};
+        for (auto it = texts.begin(); it != texts.end(); ++it) {
+            const QString missing = it.key() + latin(" is missing");
+            const ObjectPointer object = newObject(missing.left(missing.indexOf(QLatin1Char('/'))));
+            QVERIFY(object->SetXmlString(it.value(), false));
+            QString error;
+            QVERIFY(!object->Check(error));
+            QCOMPARE(error, missing);
+            QCOMPARE(failureOf([&] { object->GetXmlString(); }), missing);
+            QCOMPARE(failureOf([&] { object->SetXmlString(it.value(), true); }), missing);
+        }
     }
-}
+
+    void setAndUnsetAreContent()
+    {
+        SCP a;
+        const SCP b;
+        a.SetFrequency(0);
+        QVERIFY(a != b);
+        QCOMPARE(a.GetXmlString(), latin("<SCP><Frequency>0</Frequency></SCP>"));
+        a.ResetFrequency();
+        QVERIFY(a == b && !a.GetDSC().IsProductionSet() && !a.IsDSCSet());
+        a.EditDSC().EditFFP().append(FFP());
+        QVERIFY(a.IsDSCSet() && a != b);
+        a.ResetDSC();
+        QVERIFY(a == b && a.GetDSC() == DSC());
+    }
+
+    void copiesAndRecurringTextsAreShared()
+    {
+        ResourceOverview written;
+        for (int i = 0; i < 1000; ++i)
+            written.EditTuner().append(makeTuner(QStringLiteral("guid <%1>").arg(i)));
+        ResourceOverview read;
+        read.SetXmlString(written.GetXmlString(), true);
+        QVERIFY(read == written);
+        const QVector<Tuner>& tuners = read.GetTuner();
+        QCOMPARE(tuners.capacity(), 1000);
+        int copies = 0;
+        for (int i = 1; i < 1000; ++i)
+            copies += tuners.at(i).GetType().constData() != tuners.at(i - 1).GetType().constData();
+        QVERIFY2(copies < 50, qPrintable(QString::number(copies)));
+
+        ResourceOverview copy = read;
+        copy.SetNumberOfTuners(3);
+        QCOMPARE(copy.GetTuner().constData(), tuners.constData());
+        copy.EditTuner()[0].SetIdle(true);
+        QVERIFY(!tuners.first().IsIdleSet() && copy != read);
+    }
+
+    void documentationIsComplete()
+    {
+        QFile page(latin(KOLTA_MODEL_PAGE));
+        QVERIFY2(page.open(QIODevice::ReadOnly), KOLTA_MODEL_PAGE);
+        const QString text = QString::fromUtf8(page.readAll());
+        for (const ObjectPointer& object : newObjectOfEachClass()) {
+            const QString section = documentationOf(*object);
+            QVERIFY2(text.contains(section), qPrintable(QStringLiteral("docs/model.md lacks:\n") + section));
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(ResourceModelTest)
 #include "tst_resourcemodel.moc"

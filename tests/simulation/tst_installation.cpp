@@ -2,6 +2,8 @@
 #include <simulation/misbehaviour.h>
 #include <simulation/resourcegenerator.h>
 
+#include <resourcemodel/tunerclasses.h>
+
 #include <QDir>
 #include <QSet>
 #include <QTemporaryDir>
@@ -44,6 +46,7 @@ class TestInstallation : public QObject
 
 private Q_SLOTS:
     void sampleIsWhole();
+    void classesFitTogether();
     void refusesFaultyFiles_data();
     void refusesFaultyFiles();
     void generatesTheSameAgain();
@@ -72,6 +75,44 @@ void TestInstallation::sampleIsWhole()
                                               "d-West"));
     installation.setServerName(QStringLiteral("S2"));
     QCOMPARE(installation.basePath(), QStringLiteral("/ConnectManager/AdminTree/S2"));
+}
+
+/// Whatever one overview names, another one has.
+void TestInstallation::classesFitTogether()
+{
+    for (const char* folder : {KOLTA_INSTALLATION_DIR, KOLTA_INSTALLATION_DIR "-noclasses"}) {
+        Installation installation;
+        QString error;
+        QVERIFY2(installation.load(QString::fromUtf8(folder), error), qPrintable(error));
+        const auto& texts = installation.furtherOverviews();
+        RESOURCEMANAGEMENT::TunerTypeOverview types;
+        RESOURCEMANAGEMENT::TunerClassOverview overview;
+        types.SetXmlString(texts.value(QStringLiteral("TunerTypeOverview")), true);
+        overview.SetXmlString(texts.value(QStringLiteral("TunerClasses")), true);
+        QSet<QString> typeNames, tuners, items;
+        for (const auto& type : types.GetTunerTypeSettings())
+            typeNames.insert(type.GetTypeName());
+        for (const auto& tuner : installation.resources().GetTuner()) {
+            QVERIFY2(typeNames.contains(tuner.GetType()), qPrintable(tuner.GetType()));
+            tuners.insert(tuner.GetTavikResource().GetAddress());
+        }
+        items = tuners;
+        for (const auto& demandClass : installation.demandClasses().GetResourceDemandClass())
+            items.insert(demandClass.GetAppType() + QLatin1Char(' ') + demandClass.GetDemandClassName());
+        for (const char* name : {"DCP scp", "DCP sw", "DCP sw_5MHz", "DCP hw", "DCP hw_20MHz", "FFP 300k",
+                                 "DSC extended", "FHP standard", "FHA standard"})
+            QVERIFY2(items.contains(QLatin1String(name)), name);
+        for (const auto& tunerClass : overview.GetTunerClass())
+            items.insert(tunerClass.GetGUID());
+        for (const auto& tunerClass : overview.GetTunerClass()) {
+            QVERIFY(items.contains(QStringLiteral("DCP ") + tunerClass.GetRDC()));
+            QVERIFY(items.contains(tunerClass.GetDefaultChild()));
+            QVERIFY(!tunerClass.IsSuperclassGUIDSet() || items.contains(tunerClass.GetSuperclassGUID()));
+            for (const QString& id : tunerClass.GetTunerID())
+                QVERIFY2(tuners.remove(id), qPrintable(id)); // in one class each
+        }
+        QVERIFY(overview.GetTunerClass().isEmpty() || tuners.isEmpty());
+    }
 }
 
 void TestInstallation::refusesFaultyFiles_data()
@@ -108,6 +149,8 @@ void TestInstallation::refusesFaultyFiles_data()
     row("GUID taken", xml, "{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}", "{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}",
         ": Tuner 2: \"{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}\" is already taken");
     row("further overview", QStringLiteral("tunertypes.xml"), "</TypeName>", "", ":");
+    row("overview of another class", QStringLiteral("tunerclasses.xml"), "<CostPenalty>0<",
+        "<CostPenalty>much<", "TunerClassOverview/TunerClass[1]/CostPenalty");
 }
 
 void TestInstallation::refusesFaultyFiles()

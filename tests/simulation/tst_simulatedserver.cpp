@@ -6,6 +6,7 @@
 #include <simulation/serverthread.h>
 #include <simulation/simulatedserver.h>
 
+#include <koltacommon/additionalconverters.h>
 #include <startup/errorhandler.h>
 #include <values/value.h>
 #include <xmlmessaging/connectionthread.h>
@@ -113,8 +114,9 @@ void TestSimulatedServer::answers()
     client.send(XmlCommunication::CAppDescription::makeFragment());
     client.send(ResourceConverter::CQueryFaultReference::makeFragment());
     client.send(makeResourceQuery(tunerGuid(3)));
+    client.send(ResourceConverter::CResourceDemandClasses::makeFragment());
     client.send(makeStatisticsQuery());
-    QTRY_COMPARE(client.messages.size(), 4);
+    QTRY_COMPARE(client.messages.size(), 5);
 
     const XmlCommunication::CAppDescription description(client.fragment(0));
     QVERIFY(description.isCompatible());
@@ -125,10 +127,14 @@ void TestSimulatedServer::answers()
     RESOURCEMANAGEMENT::Tuner tuner;
     tuner.SetXmlString(QString::fromUtf8(client.fragment(2).getDataTree().toXml()), true);
     QVERIFY(tuner == m_server->resources().GetTuner().at(3));
+    ResourceConverter::CResourceDemandClasses demandClasses(client.fragment(3));
+    Kolta::AdditionalConverters converters;
+    converters.sl_SetQueryResourceDemandClasses(&demandClasses);
+    QVERIFY(converters.GetDemandClasses() == m_installation.demandClasses());
     ServerStatistics statistics;
-    QVERIFY(readStatistics(client.fragment(3), statistics));
-    QCOMPARE(statistics.requests, quint64(4));
-    QCOMPARE(statistics.replies, quint64(3));
+    QVERIFY(readStatistics(client.fragment(4), statistics));
+    QCOMPARE(statistics.requests, quint64(5));
+    QCOMPARE(statistics.replies, quint64(4));
     QCOMPARE(statistics.links, quint64(1));
 }
 

@@ -1,4 +1,5 @@
 #include <xmlmessaging/converters.h>
+#include <xmlmessaging/demandclassconverter.h>
 #include <xmlmessaging/messagecodec.h>
 
 #include <QtTest>
@@ -31,6 +32,7 @@ private Q_SLOTS:
     void requestTreeSuppression();
     void eventFilter();
     void faultReferenceOfThousands();
+    void demandClasses();
     void foreignFragmentsFit();
 };
 
@@ -89,6 +91,49 @@ void TestConverters::faultReferenceOfThousands()
     QCOMPARE(reply.getFaults().last().text, faults.last().text);
 }
 
+void TestConverters::demandClasses()
+{
+    using ResourceConverter::CResourceDemandClasses;
+    CResourceDemandClasses::ResourceDemandClass full;
+    full.name = QStringLiteral("sw <1> & ä");
+    full.info = QString();
+    full.traits = static_cast<GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS>(-2147483647 - 1);
+    full.hardwareProcessing = true;
+    full.cpu = {-2147483647 - 1, 2147483647};
+    full.ram = 1e300;
+    full.maxBandwidth = 0.1;
+    CMsgFragment fragment = sent(CResourceDemandClasses::makeFragment());
+    QVERIFY(CResourceDemandClasses::isQuery(fragment) && CResourceDemandClasses(fragment).isFailure());
+    CResourceDemandClasses::fillReply(fragment, {{static_cast<CResourceDemandClasses::eCOMPONENTS>(5), {}},
+                                                 {CResourceDemandClasses::eFHP, {full, {}}}});
+    const CResourceDemandClasses reply(sent(fragment));
+    QVERIFY(reply.isCompatible() && !reply.isFailure());
+    // Written again it is the same: nothing was lost or made up.
+    CMsgFragment again = fragment;
+    CResourceDemandClasses::fillReply(again, reply.getApplications());
+    QVERIFY(again.getDataTree() == fragment.getDataTree());
+    const auto& read = reply.getApplications().at(1).getResourceDemandClasses().at(0);
+    QVERIFY(read.name == full.name && read.info && !read.displayInfo && read.traits == full.traits);
+    QVERIFY(read.hardwareProcessing && read.cpu && read.cpu->credits == full.cpu->credits);
+    QVERIFY(read.ram == full.ram && read.maxBandwidth == full.maxBandwidth);
+
+    fragment.setFaultTree(CFaultTree(7, 0, {}));
+    const CResourceDemandClasses failed(sent(fragment));
+    QVERIFY(failed.isCompatible() && failed.isFailure() && failed.getApplications().isEmpty());
+
+    fragment = CResourceDemandClasses::makeFragment();
+    fragment.setDataTree(CDataTree::fromXml(
+        "<DemandClasses><Other/><Application><DemandClass/></Application><Application component='4294967296'>"
+        "<DemandClass traits='x' hardwareProcessing='TRUE'><Cpu credits='9999999999'/><Ram>inf</Ram>"
+        "<MaxBandwidth>1e999</MaxBandwidth></DemandClass></Application></DemandClasses>"));
+    const CResourceDemandClasses odd(sent(fragment));
+    for (const auto& application : odd.getApplications()) {
+        const auto& faulty = application.getResourceDemandClasses().at(0);
+        QVERIFY(application.getComponent() == -1 && faulty.traits == -1 && !faulty.hardwareProcessing);
+        QVERIFY(!faulty.ram && !faulty.maxBandwidth && (!faulty.cpu || faulty.cpu->credits == 0));
+    }
+}
+
 void TestConverters::foreignFragmentsFit()
 {
     for (const CMsgFragment& other : {CMsgFragment(), CEventFilterConverter::makeFragment(QString())}) {
@@ -96,6 +141,8 @@ void TestConverters::foreignFragmentsFit()
         QVERIFY(!CRequestTreeConverter::isCommand(other));
         QVERIFY(!ResourceConverter::CQueryFaultReference::isQuery(other));
         QVERIFY(!ResourceConverter::CQueryFaultReference(other).isCompatible());
+        QVERIFY(!ResourceConverter::CResourceDemandClasses::isQuery(other));
+        QVERIFY(ResourceConverter::CResourceDemandClasses(other).isFailure());
     }
     QVERIFY(CEventFilterConverter::getComponent(CAppDescription::makeFragment()).isEmpty());
 }

@@ -160,6 +160,9 @@ void TestDataTree::faults()
     QVERIFY(fault.getAddendum(1, text) && text.isEmpty());
     QVERIFY(!fault.getAddendum(2, text) && !fault.getAddendum(-1, text));
     QCOMPARE(fault.getCausationDataTree(), inner.getDataTree());
+    CDataTree cause = fault.getCausationDataTree(); // shares the fault's content until it is changed
+    cause.editRoot().setText(QStringLiteral("changed"));
+    QVERIFY(cause != inner.getDataTree() && fault.getCausationDataTree() == inner.getDataTree());
     QVERIFY(!inner.hasCausationDataTree() && inner.getCausationDataTree().isEmpty());
 
     const CFaultTree odd(

@@ -172,6 +172,8 @@ void TestMessageCodec::cutAnywhereIsRefused()
         QString error;
         QVERIFY2(!MessageCodec::decode(text.left(size), error), qPrintable(QString::number(size)));
         QVERIFY(!error.isEmpty());
+        // The rest behind the end must not be taken for part of it.
+        QVERIFY(!MessageCodec::decode(QByteArray::fromRawData(text.constData(), size), error));
     }
 }
 

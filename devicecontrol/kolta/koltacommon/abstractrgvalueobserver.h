@@ -45,7 +45,7 @@ public:
     virtual bool init(const QString& path)
     {
         vtPath = path;
-        const bool bound = binding.Bind(path);
+        const bool bound = binding.Bind(vtPath); // `path` may belong to the value that is released
         Update(binding.Get(), eChangeValue);
         return bound;
     }
@@ -111,9 +111,19 @@ public:
     }
 
 protected:
-    /// The bound value, for derived observers that write it, naming themselves as the originator; null when
-    /// nothing is bound. Owned by the tree.
+    /// The bound value; null when nothing is bound. Owned by the tree. Observers that write it use publish().
     values::StringValue* boundValue() const { return binding.Get(); }
+    /// Writes `text`, the XML form of the mirror as the derived observer has changed it, into the bound value
+    /// without hearing of it itself. Does nothing when nothing is bound. The text counts as processed, so
+    /// that the server can go back to the text before it and is heard.
+    void publish(const QString& text)
+    {
+        values::StringValue* const value = binding.Get();
+        if (!value)
+            return;
+        currentValueAsString = text;
+        value->SetValue(text, this);
+    }
 
 private:
     using Hook = void (AbstractRGValueObserver::*)();

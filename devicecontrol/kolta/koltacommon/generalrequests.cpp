@@ -15,7 +15,12 @@ namespace Kolta {
 namespace {
 
 /// Numbers of the trace points. Support tools match on them.
-enum eTracePoint : int { eParameterReceiverGone = 122, eSlotNotCallable = 140, eAppReceiverGone = 201 };
+enum eTracePoint : int {
+    eParameterReceiverGone = 122,
+    eSlotNotCallable = 140,
+    eAppReceiverGone = 201,
+    eAppSlotNotCallable = 215
+};
 
 void trace(eTracePoint point, const QString& text)
 {
@@ -28,6 +33,22 @@ void traceReceiverGone(eTracePoint point)
 {
     trace(point, QStringLiteral("Object that was expected to be notified on ParameterRequest reply has been "
                                 "deleted in the meantime."));
+}
+
+void traceNotCallable(eTracePoint point, const QMetaMethod& slot)
+{
+    trace(point, QStringLiteral("Slot %1 cannot be called with the arguments of a reply.")
+                     .arg(QString::fromLatin1(slot.methodSignature())));
+}
+
+/// Whether all parameters are texts, which the call itself would not check.
+bool takesTexts(const QMetaMethod& slot)
+{
+    for (int i = 0; i < slot.parameterCount(); ++i) {
+        if (slot.parameterType(i) != QMetaType::QString)
+            return false;
+    }
+    return slot.isValid();
 }
 
 QMetaMethod findSlot(const QObject* object, const char* slot)
@@ -119,8 +140,7 @@ ptrKoltaRequest ParameterRequest::processReply(ptrCXmlMessage received)
     else
         called = slot.invoke(object, Qt::AutoConnection);
     if (!called)
-        trace(eSlotNotCallable, QStringLiteral("Slot %1 cannot be called with the arguments of a reply.")
-                                    .arg(QString::fromLatin1(slot.methodSignature())));
+        traceNotCallable(eSlotNotCallable, slot);
     return ptrKoltaRequest();
 }
 
@@ -160,11 +180,14 @@ ptrKoltaRequest AppDescriptionSlotInvoke::processReply(ptrCXmlMessage received)
     if (!hasFragments(received))
         return ptrKoltaRequest();
     const CAppDescription description(received->getFragment(0));
-    if (description.isCompatible())
-        receiverMethod().invoke(
-            object, Qt::QueuedConnection, Q_ARG(QString, description.getAppName()),
-            Q_ARG(QString, description.getAppGuid()), Q_ARG(QString, description.getVersion()),
-            Q_ARG(QString, description.getBuild()), Q_ARG(QString, description.getInterface()));
+    if (!description.isCompatible())
+        return ptrKoltaRequest();
+    const QMetaMethod slot = receiverMethod();
+    if (!takesTexts(slot) ||
+        !slot.invoke(object, Qt::QueuedConnection, Q_ARG(QString, description.getAppName()),
+                     Q_ARG(QString, description.getAppGuid()), Q_ARG(QString, description.getVersion()),
+                     Q_ARG(QString, description.getBuild()), Q_ARG(QString, description.getInterface())))
+        traceNotCallable(eAppSlotNotCallable, slot);
     return ptrKoltaRequest();
 }
 

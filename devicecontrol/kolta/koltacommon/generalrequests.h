@@ -66,8 +66,8 @@ public:
     /// `slot` is a signature as SLOT() or plain text gives it, normalised:
     /// "sl_reply(Kolta::ptrKoltaRequest)". The type of its first parameter, spelled exactly so, chooses the
     /// argument: "Kolta::ptrKoltaRequest" this request, "XmlCommon::ptrCXmlMessage" the reply, anything else
-    /// none. `receiver` may die at any time; it, or `slot`, may be null: the reply is then dropped with a
-    /// trace line.
+    /// none. `notifiedObject` may die at any time; it, or `slot`, may be null: the reply is then dropped with
+    /// a trace line, and so it is for a slot that cannot be called with that argument.
     ParameterRequest(XmlCommon::ptrCXmlMessage preparedMessage, QObject* notifiedObject, const char* slot);
 
     XmlCommon::ptrCXmlMessage& getMessage() override;
@@ -109,7 +109,8 @@ private:
 };
 
 /// Asks the server for its application description and calls `slot` of the receiver, queued, with five texts:
-/// name, GUID, version, build, interface. A reply that holds no description is dropped.
+/// name, GUID, version, build, interface; a slot may take fewer. A reply that holds no description is
+/// dropped, and one for a slot that takes anything else is dropped with a trace line.
 class AppDescriptionSlotInvoke : public ParameterRequest
 {
 public:

@@ -26,6 +26,7 @@ public:
     {
         m_list = list;
         m_unique = true;
+        m_seed = static_cast<uint>(qGlobalQHashSeed());
         quint32 capacity = 4;
         while (capacity < 2 * static_cast<quint32>(list.size()))
             capacity *= 2;
@@ -43,6 +44,9 @@ public:
 
     /// Makes this the index of another list that has the same GUIDs at the same places.
     void moveTo(const QVector<Element>& list) { m_list = list; }
+
+    /// Whether no GUID occurs twice in the list.
+    bool isUnique() const { return m_unique; }
 
     /// Place of the first element with that GUID; -1 when there is none. `hint` is where it probably stands.
     int indexOf(const QString& guid, int hint = -1) const
@@ -66,7 +70,7 @@ private:
         int index = -1;
     };
 
-    static uint hashOf(const QString& guid) { return qHash(guid, static_cast<uint>(qGlobalQHashSeed())); }
+    uint hashOf(const QString& guid) const { return qHash(guid, m_seed); }
     const QString& guidAt(int index) const { return m_list.at(index).GetTavikResource().GetGUID(); }
 
     /// The slot that holds `guid`, or the free one where it belongs.
@@ -83,7 +87,8 @@ private:
 
     QVector<Element> m_list;
     QVector<Slot> m_slots; ///< open addressing; a power of two, at most half full
-    bool m_unique = true;  ///< no GUID occurs twice
+    uint m_seed = 0;       ///< of the table's hashes; the global one may change
+    bool m_unique = true;
 };
 
 } // namespace Kolta

@@ -1,8 +1,6 @@
 #include <koltacommon/koltaconnection.h>
 
 #include <koltacommon/eventfilterall.h>
-#include <koltacommon/faultmessagehandler.h>
-#include <koltacommon/faultreferencerequest.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 
 #include <startup/errorhandler.h>
@@ -13,15 +11,12 @@
 #include <QPointer>
 
 #include <exception>
-#include <mutex>
 
 using XmlCommon::CXmlMessage;
 using XmlCommon::ptrCXmlMessage;
 using XmlCommunication::CConnectionThread;
 
 namespace Kolta {
-
-std::shared_ptr<FaultMessageHandler> KoltaConnection::m_pFaultMessageHandler;
 
 namespace {
 
@@ -222,7 +217,7 @@ void KoltaConnection::enqueue(const ptrKoltaRequest& request)
 
 bool KoltaConnection::hasRequestsPending() const
 {
-    return queue.size() > 0;
+    return !queue.isEmpty();
 }
 
 bool KoltaConnection::isIdle() const
@@ -253,23 +248,6 @@ void KoltaConnection::setLogDescription(const QString& description, bool appendA
         logName += QStringLiteral("_%2_port%3").arg(peerAddress.toString(), QString::number(peerPort));
 }
 
-void KoltaConnection::initMessageHandler(QObject* receiver, const char* slot)
-{
-    const std::shared_ptr<FaultMessageHandler> handler = getStaticFaultMessageHandler();
-    const ptrKoltaRequest request(new FaultReferenceRequest(receiver, slot, name, handler));
-    if (handler->Init(name))
-        handleReply(request, ptrCXmlMessage(new CXmlMessage));
-    else
-        executeRequest(request);
-}
-
-std::shared_ptr<FaultMessageHandler> KoltaConnection::getStaticFaultMessageHandler()
-{
-    static std::once_flag once;
-    std::call_once(once, [] { m_pFaultMessageHandler = std::make_shared<FaultMessageHandler>(); });
-    return m_pFaultMessageHandler;
-}
-
 void KoltaConnection::SlotSocketStateChanged(quint32 id, QAbstractSocket::SocketState state)
 {
     if (state == QAbstractSocket::ConnectedState)
@@ -283,6 +261,7 @@ void KoltaConnection::SlotConnected(quint32 id)
     const auto keepThread = thread;
     connected = true;
     busy = false;
+    dropStaleStartUp();
 
     // Goes behind what is queued already, so that a request that a lost link left unanswered stays the head.
     XmlCommunication::CRequestTreeConverter converter;
@@ -290,19 +269,35 @@ void KoltaConnection::SlotConnected(quint32 id)
     const ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_COMMAND));
     message->setMessageID_byGenerator();
     message->addFragment(converter.makeFragment(), -1);
-    executeRequest(new GeneralRequest(message));
+    const QList<ptrKoltaRequest> filters = eventFilterRequests;
+    const ptrKoltaRequest startUp(new GeneralRequest(message));
+    startUpRequests = QList<ptrKoltaRequest>{startUp} + filters;
+    executeRequest(startUp);
     if (!guard)
         return;
     sendNextRequest();
     if (!guard)
         return;
-    const QList<ptrKoltaRequest> filters = eventFilterRequests;
     for (const ptrKoltaRequest& filter : filters) {
         executeRequest(filter);
         if (!guard)
             return;
     }
     Q_EMIT ConnectionOpened();
+}
+
+/// A link that is lost again and again before its start-up exchange was sent must not make the queue grow.
+/// The head stays: it may be in the server's hands.
+void KoltaConnection::dropStaleStartUp()
+{
+    QList<ptrKoltaRequest> released;
+    for (const ptrKoltaRequest& request : qAsConst(startUpRequests)) {
+        const int place = queue.lastIndexOf(request);
+        if (place > 0)
+            released.append(queue.takeAt(place));
+    }
+    released.append(startUpRequests);
+    startUpRequests.clear();
 }
 
 void KoltaConnection::SlotConnectionClosed()
@@ -414,13 +409,29 @@ bool KoltaConnection::sendHead()
     return false;
 }
 
+/// A head that cannot even name its message when its reply has come would block the queue for ever.
+ptrCXmlMessage KoltaConnection::messageOfHead(const ptrKoltaRequest& head)
+{
+    const QPointer<KoltaConnection> guard(this);
+    try {
+        return head->getMessage();
+    } catch (...) {
+        if (guard && !queue.isEmpty() && queue.first() == head) {
+            queue.removeFirst();
+            busy = false;
+            sendNextRequest();
+        }
+        throw;
+    }
+}
+
 void KoltaConnection::processReply(const ptrCXmlMessage& reply)
 {
     if (queue.isEmpty())
         return;
     const QPointer<KoltaConnection> guard(this);
     const ptrKoltaRequest head = queue.first();
-    const ptrCXmlMessage message = head->getMessage();
+    const ptrCXmlMessage message = messageOfHead(head);
     if (!guard || !message || message->getMessageID() != reply->getMessageID())
         return;
     if (!connected) {
@@ -476,6 +487,7 @@ void KoltaConnection::clearMessageReply(const ptrCXmlMessage& message)
         message->getFragment(i).setDataTree(XmlCommon::CDataTree());
         message->getFragment(i).setFaultTree(XmlCommon::CFaultTree());
     }
+    message->removeReplyFragments();
     if (kind == CXmlMessage::eSERVICE_QUERY_REPLY)
         message->setServiceType(CXmlMessage::eSERVICE_QUERY);
     else if (kind == CXmlMessage::eSERVICE_COMMAND_REPLY)

@@ -36,7 +36,7 @@ class KoltaConnection : public QObject
 public:
     /// `hostAndPort` is split at its last ':', so "10.0.0.1:1234" and "::1:1234" both work. A text without
     /// ':' gives a null address and port 0, an unreadable number gives port 0; open() then ends with a socket
-    /// error. With `debug` the message log holds whole messages instead of one line each.
+    /// error. With `debugLog` the message log holds whole messages instead of one line each.
     KoltaConnection(const QString& connectionName, const QString& version, const QString& hostAndPort,
                     bool debugLog);
     KoltaConnection(const QString& connectionName, const QString& version, const QHostAddress& address,
@@ -129,8 +129,10 @@ private:
     void exitThread();
     void transmit(const XmlCommon::ptrCXmlMessage& message);
     void enqueue(const Kolta::ptrKoltaRequest& request);
+    void dropStaleStartUp();
     void sendNextRequest();
     bool sendHead();
+    XmlCommon::ptrCXmlMessage messageOfHead(const Kolta::ptrKoltaRequest& head);
     void processReply(const XmlCommon::ptrCXmlMessage& reply);
     Kolta::ptrKoltaRequest handleReply(const Kolta::ptrKoltaRequest& request,
                                        const XmlCommon::ptrCXmlMessage& reply);
@@ -151,6 +153,7 @@ private:
     bool closing = false;
     bool busy = false;
     QList<Kolta::ptrKoltaRequest> eventFilterRequests;
+    QList<Kolta::ptrKoltaRequest> startUpRequests; ///< what the last start-up exchange has queued
     qint32 reconnectState = 0; ///< 0: not wanted, 1: on the next socket error, 2: when the thread has ended
 
     static std::shared_ptr<FaultMessageHandler> m_pFaultMessageHandler;

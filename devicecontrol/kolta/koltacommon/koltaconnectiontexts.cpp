@@ -1,15 +1,36 @@
 #include <koltacommon/koltaconnection.h>
 
 #include <koltacommon/faultmessagehandler.h>
+#include <koltacommon/faultreferencerequest.h>
 
 #include <QStringList>
 
 #include <iterator>
+#include <mutex>
 
 using XmlCommon::CMsgFragment;
 using XmlCommon::ptrCXmlMessage;
 
 namespace Kolta {
+
+std::shared_ptr<FaultMessageHandler> KoltaConnection::m_pFaultMessageHandler;
+
+void KoltaConnection::initMessageHandler(QObject* receiver, const char* slot)
+{
+    const std::shared_ptr<FaultMessageHandler> handler = getStaticFaultMessageHandler();
+    const ptrKoltaRequest request(new FaultReferenceRequest(receiver, slot, name, handler));
+    if (handler->Init(name))
+        handleReply(request, ptrCXmlMessage(new XmlCommon::CXmlMessage));
+    else
+        executeRequest(request);
+}
+
+std::shared_ptr<FaultMessageHandler> KoltaConnection::getStaticFaultMessageHandler()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { m_pFaultMessageHandler = std::make_shared<FaultMessageHandler>(); });
+    return m_pFaultMessageHandler;
+}
 
 QString KoltaConnection::getFaultText(const CMsgFragment& fragment)
 {

@@ -52,7 +52,7 @@ public:
 
     /// The mirror.
     const RESOURCEMANAGEMENT::ResourceOverview& GetCurrentResources() const;
-    /// The mirror's XML text as the server wrote it.
+    /// The text that the server wrote last, also when it could not be parsed and the mirror is older.
     QString GetCurrentResourcesAsString() const;
 
     /// The first tuner, else storage unit, else processing unit with that GUID; null when there is none or

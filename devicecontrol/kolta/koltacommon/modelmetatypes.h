@@ -1,6 +1,8 @@
 #pragma once
 
+#include <resourcemodel/demandclasses.h>
 #include <resourcemodel/resources.h>
+#include <resourcemodel/tunerclasses.h>
 
 #include <QMetaType>
 
@@ -11,3 +13,5 @@ Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ResourceOverview)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ProcessingUnit::Registration)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ProcessingUnit::LocalStorage)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::StorageUnit::Registration)
+Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ResourceDemandClassOverview)
+Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::TunerTypeOverview)

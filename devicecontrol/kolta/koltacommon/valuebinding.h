@@ -2,13 +2,12 @@
 
 #include <values/tree.h>
 
-#include <utility>
-
 namespace Kolta {
 
 /// Keeps one observer attached to one value of the value tree, from Bind() until Release() or destruction.
 /// A value that is deleted meanwhile stays bound as a tombstone, so the observer hears when it comes back.
-/// Lives on the tree's thread and must not outlive the tree.
+/// Lives on the tree's thread. It may outlive the value and the tree (an observer of static lifetime does):
+/// it is then bound to nothing.
 template<class V>
 class ValueBinding
 {
@@ -29,18 +28,19 @@ public:
     }
     void Release()
     {
-        if (V* const value = std::exchange(m_value, nullptr))
+        if (V* const value = Get())
             value->Detach(m_observer);
+        m_value = nullptr;
     }
     /// The bound value, owned by the tree; null when nothing is bound.
-    V* Get() const noexcept { return m_value; }
+    V* Get() const noexcept { return m_observer->IsAttachedTo(m_value) ? m_value : nullptr; }
 
     ValueBinding(const ValueBinding&) = delete;
     ValueBinding& operator=(const ValueBinding&) = delete;
 
 private:
     IObserver* m_observer;
-    V* m_value = nullptr;
+    V* m_value = nullptr; ///< dangles when the value died; only looked into while the observer is attached
 };
 
 } // namespace Kolta

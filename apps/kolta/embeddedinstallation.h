@@ -1,0 +1,69 @@
+#pragma once
+
+#include "temporaryconfiguration.h"
+
+#include <simulation/installation.h>
+#include <simulation/simulatedserver.h>
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+namespace KoltaCli {
+
+class CommandLine;
+
+/// Where a command that looks at an installation gets its servers and its value tree from: simulated servers
+/// inside the process, published in the process-wide value tree while this object lives. Nothing goes over
+/// the network unless the command calls listen() of a server.
+///
+///     EmbeddedInstallation::declareOptions(line);
+///     ...
+///     const auto installation = EmbeddedInstallation::start(line);
+///     if (!installation)
+///         return eExitFailed;
+///     Kolta::KoltaResourceObserver resources;
+///     if (!installation->mirror(resources, QStringLiteral("Resources")))
+///         return eExitFailed;
+///
+/// Observers must be declared behind the installation, so that they die first.
+class EmbeddedInstallation
+{
+public:
+    /// Declares --installation, which may be given several times: one server each.
+    static void declareOptions(CommandLine& line);
+    /// Loads and publishes what --installation names. Prints an error and gives null when that fails.
+    static std::unique_ptr<EmbeddedInstallation> start(const CommandLine& line);
+
+    /// In the order of the command line; at least one.
+    const std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>>& servers() const
+    {
+        return m_servers;
+    }
+    /// The first one.
+    KoltaSimulation::SimulatedServer& server() const { return *m_servers.front(); }
+
+    /// Binds an observer to the administrative node `name` of the first server. Prints an error and gives
+    /// false when there is no such node, or when its first text is none that the observer understands.
+    template<class Observer>
+    bool mirror(Observer& observer, const QString& name) const
+    {
+        QString error;
+        const auto watch = QObject::connect(&observer, &Observer::si_ParsingError,
+                                            [&error](const QString& text) { error = text; });
+        const bool bound = observer.init(server().nodePath(name));
+        QObject::disconnect(watch);
+        return report(bound, name, error);
+    }
+
+private:
+    EmbeddedInstallation() = default;
+    bool add(const QString& folder);
+    bool report(bool bound, const QString& name, const QString& error) const;
+
+    TemporaryConfiguration m_configuration;
+    std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
+};
+
+} // namespace KoltaCli

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+
+namespace Kolta {
+class TunerClassTree;
+class TunerClassTreeItem;
+struct TunerSelection;
+} // namespace Kolta
+namespace RESOURCEMANAGEMENT {
+class Tuner;
+}
+
+namespace KoltaCli {
+
+struct TunerPlan;
+
+// Tuner classes, choices and plans as tables for people.
+
+/// The classes as a tree with branches.
+QString classTable(const Kolta::TunerClassTree& tree, const QString& title);
+/// Every candidate in the order of choice, then the refused ones.
+QString selectionTable(const Kolta::TunerSelection& selection);
+/// How many of the candidates are refused for which reason, as "2 not idle, 1 not accessible".
+QString refusalSummary(const Kolta::TunerSelection& selection);
+QString planTable(const TunerPlan& plan);
+
+QString nameOf(const RESOURCEMANAGEMENT::Tuner& tuner);
+QString guidOf(const RESOURCEMANAGEMENT::Tuner& tuner);
+
+/// How many tuners a class has, nested classes included.
+struct TunerCount
+{
+    int all = 0;
+    int free = 0;
+};
+TunerCount countTuners(const Kolta::TunerClassTreeItem& item);
+
+} // namespace KoltaCli

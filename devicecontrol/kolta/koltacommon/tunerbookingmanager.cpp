@@ -1,0 +1,313 @@
+#include <koltacommon/tunerbookingmanager.h>
+
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/messagejoin.h>
+
+#include <startup/errorhandler.h>
+
+#include <QPointer>
+#include <QSet>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Kolta {
+
+using RESOURCEMANAGEMENT::ResourceOverview;
+using RESOURCEMANAGEMENT::Tuner;
+using State = TunerBookingManager::eTunerState;
+
+namespace {
+
+constexpr std::size_t textCount = 3;
+/// Three entries for four states, the third run together: support and other tools know these texts; meant.
+constexpr std::array<const char*, textCount> stateTexts{
+    QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "free"),
+    QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "already in use"),
+    QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "inaccessiblealready planned")};
+constexpr const char* plannedText = QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "already planned");
+
+void trace(int line, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/tunerbookingmanager"), line, text);
+}
+
+const QString& guidOf(const Tuner& tuner)
+{
+    return tuner.GetTavikResource().GetGUID();
+}
+
+State reportedState(const Tuner& tuner)
+{
+    if (!tuner.GetAccessible())
+        return TunerBookingManager::eInaccessible;
+    return tuner.GetIdle() ? TunerBookingManager::eFree : TunerBookingManager::eInUse;
+}
+
+/// Where the reported state differs, when both lists have the same GUIDs at the same places; else nothing.
+/// One pass that reads each record once: large lists do not fit into the cache.
+std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, const QVector<Tuner>& after)
+{
+    if (before.size() != after.size())
+        return std::nullopt;
+    std::vector<int> places;
+    for (int i = 0; i < after.size(); ++i) {
+        if (guidOf(before.at(i)) != guidOf(after.at(i)))
+            return std::nullopt;
+        if (reportedState(before.at(i)) != reportedState(after.at(i)))
+            places.push_back(i);
+    }
+    return places;
+}
+
+/// False, with a trace line, when the text is not an overview.
+bool read(ResourceOverview& overview, const QString& text)
+{
+    try {
+        overview.SetXmlString(text, true);
+        return true;
+    } catch (const REPORTGENERATOR::RGException& exception) {
+        trace(100, QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        return false;
+    }
+}
+
+QString notFree(const QString& guid, State state)
+{
+    const auto index = static_cast<std::size_t>(state);
+    const char* const text = index < textCount ? stateTexts[index] : plannedText;
+    return TunerBookingManager::tr("Tuner with GUID %1 is %2.").arg(guid, TunerBookingManager::tr(text));
+}
+
+QString invalidObject()
+{
+    return TunerBookingManager::tr("Invalid type of IRGObject passed.");
+}
+
+} // namespace
+
+TunerBookingManager::TunerBookingManager(QObject* parent, eUpdateMode updateMode)
+    : QObject(parent), m_updateMode(updateMode), m_binding(this)
+{
+}
+
+TunerBookingManager::~TunerBookingManager() = default;
+
+void TunerBookingManager::dropSource()
+{
+    disconnect(m_observerConnection);
+    m_binding.Release();
+}
+
+void TunerBookingManager::init(const KoltaResourceObserver& resourceObserver)
+{
+    dropSource();
+    if (m_updateMode == eFollowOverview)
+        m_observerConnection = connect(&resourceObserver, &KoltaResourceObserver::si_ResourcesChanged, this,
+                                       &TunerBookingManager::sl_updateTuners);
+    sl_updateTuners(resourceObserver.GetCurrentResources());
+}
+
+bool TunerBookingManager::init(const QString& serverPath)
+{
+    // Made first: `serverPath` may belong to an item that goes with the value that is released.
+    const QString path = serverPath + QStringLiteral("/Resources");
+    dropSource();
+    const bool bound = m_binding.Bind(path);
+    const QString text = bound ? m_binding.Get()->GetStringValue() : QString();
+    if (m_updateMode == eReadOnce)
+        m_binding.Release();
+    ResourceOverview overview;
+    const bool ready = bound && (text.isEmpty() || read(overview, text));
+    if (!ready)
+        trace(200, QStringLiteral("Could not initialize."));
+    else if (!text.isEmpty())
+        sl_updateTuners(overview); // a receiver may delete this
+    return ready;
+}
+
+State TunerBookingManager::getTunerState(const QString& guid) const
+{
+    return m_states.value(guid, isListed(guid) ? eFree : eInaccessible);
+}
+
+bool TunerBookingManager::existsTuner(const QString& guid) const
+{
+    return m_states.contains(guid) || isListed(guid);
+}
+
+bool TunerBookingManager::isListed(const QString& guid) const
+{
+    return !guid.isEmpty() && m_listedGuids.find(guid);
+}
+
+QVector<Tuner> TunerBookingManager::getAllTuners() const
+{
+    return tuners();
+}
+
+int TunerBookingManager::getOverallNumberOfTuners() const
+{
+    return tuners().size();
+}
+
+bool TunerBookingManager::isFree(const Tuner& tuner) const
+{
+    return !guidOf(tuner).isEmpty() && !m_states.contains(guidOf(tuner));
+}
+
+QVector<Tuner> TunerBookingManager::getFreeTuners() const
+{
+    QVector<Tuner> free;
+    std::copy_if(tuners().begin(), tuners().end(), std::back_inserter(free),
+                 [this](const Tuner& tuner) { return isFree(tuner); });
+    return free;
+}
+
+int TunerBookingManager::getNumberOfFreeTuners() const
+{
+    return static_cast<int>(std::count_if(tuners().begin(), tuners().end(),
+                                          [this](const Tuner& tuner) { return isFree(tuner); }));
+}
+
+bool TunerBookingManager::planTuner(const QString& guid, QString& errorText)
+{
+    if (!existsTuner(guid)) {
+        addMessage(errorText, tr("No Tuner with GUID %1 exists").arg(guid));
+        return false;
+    }
+    const State state = getTunerState(guid);
+    if (state != eFree) {
+        addMessage(errorText, notFree(guid, state));
+        return false;
+    }
+    m_states.insert(guid, ePlanned);
+    return true;
+}
+
+bool TunerBookingManager::undoTunerPlanning(const QString& guid)
+{
+    const auto it = m_states.find(guid);
+    if (it == m_states.end() || *it != ePlanned)
+        return false;
+    m_states.erase(it);
+    return true;
+}
+
+void TunerBookingManager::clearPlanning()
+{
+    for (auto it = m_states.begin(); it != m_states.end();)
+        it = *it == ePlanned ? m_states.erase(it) : std::next(it);
+}
+
+bool TunerBookingManager::verifyBooking(const Booking& booking, QString& errorText) const
+{
+    if (!booking.isValid()) {
+        addMessage(errorText, invalidObject());
+        return false;
+    }
+    bool ok = true;
+    QSet<QString> taken;
+    for (const QString& guid : booking.getTunerGUIDs()) {
+        const State state = taken.contains(guid) ? ePlanned : getTunerState(guid);
+        if (state == eFree) {
+            taken.insert(guid);
+        } else {
+            addMessage(errorText, notFree(guid, state));
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+bool TunerBookingManager::verifyBooking(const REPORTGENERATOR::IRGObject& object, QString& errorText) const
+{
+    return verifyBooking(Booking(object), errorText);
+}
+
+bool TunerBookingManager::planProductions(const Booking& booking, QString& errorText)
+{
+    QString messages;
+    if (!booking.isValid())
+        messages = invalidObject();
+    for (const QString& guid : booking.getTunerGUIDs())
+        planTuner(guid, messages);
+    addMessage(errorText, messages);
+    return messages.isEmpty();
+}
+
+bool TunerBookingManager::planProductions(const REPORTGENERATOR::IRGObject& object, QString& errorText)
+{
+    return planProductions(Booking(object), errorText);
+}
+
+void TunerBookingManager::undoProductionPlanning(const Booking& booking)
+{
+    for (const QString& guid : booking.getTunerGUIDs())
+        undoTunerPlanning(guid);
+}
+
+void TunerBookingManager::undoProductionPlanning(const REPORTGENERATOR::IRGObject& object)
+{
+    undoProductionPlanning(Booking(object));
+}
+
+void TunerBookingManager::Update(Observable* source, TChangeCode code)
+{
+    const values::StringValue* const value = m_binding.Get();
+    if (!source || source != value || code != eChangeValue || value->GetStringValue().isEmpty())
+        return;
+    ResourceOverview overview;
+    if (read(overview, value->GetStringValue()))
+        sl_updateTuners(overview);
+}
+
+void TunerBookingManager::sl_updateTuners(const ResourceOverview& overview)
+{
+    const ResourceOverview previous = std::exchange(m_overview, overview);
+    const QVector<Tuner>& after = tuners();
+    const auto places = m_listedGuids.isUnique() ? changedPlaces(previous.GetTuner(), after) : std::nullopt;
+    if (places) {
+        // The usual case: what the server reports as before has its state already, so no look-up is needed.
+        m_listedGuids.moveTo(after);
+        for (const int place : *places)
+            enter(after.at(place));
+    } else {
+        m_listedGuids.rebuild(after);
+        for (const Tuner& tuner : after)
+            enter(tuner);
+    }
+    announceChanges();
+}
+
+void TunerBookingManager::enter(const Tuner& tuner)
+{
+    const QString& guid = guidOf(tuner);
+    const State reported = reportedState(tuner);
+    const State old = m_states.value(guid, eFree);
+    // A planned tuner stays planned while the server calls it idle; this is meant.
+    if (guid.isEmpty() || old == reported || (old == ePlanned && reported == eFree))
+        return;
+    if (reported == eFree)
+        m_states.remove(guid);
+    else
+        m_states.insert(guid, reported);
+    m_changes.push_back({guid, old, reported});
+}
+
+void TunerBookingManager::announceChanges()
+{
+    const QPointer<TunerBookingManager> guard(this);
+    while (guard && !m_changes.empty()) {
+        const Change change = std::move(m_changes.front());
+        m_changes.pop_front();
+        Q_EMIT si_TunerStateChanged(change.guid, change.oldState, change.newState);
+    }
+}
+
+} // namespace Kolta

@@ -1,0 +1,112 @@
+#include <koltacommon/tunerselection.h>
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace Kolta {
+
+using RESOURCEMANAGEMENT::Tuner;
+using RESOURCEMANAGEMENT::XGStorage;
+
+namespace {
+
+QString translated(const char* text)
+{
+    return QCoreApplication::translate("Kolta::TunerSelection", text);
+}
+
+} // namespace
+
+TunerFilter TunerFilter::freeTuners(const Exclude& exclude, const QStringList& storageGuids)
+{
+    TunerFilter filter = anyTuners(exclude, storageGuids);
+    filter.m_freeOnly = true;
+    return filter;
+}
+
+TunerFilter TunerFilter::anyTuners(const Exclude& exclude, const QStringList& storageGuids)
+{
+    TunerFilter filter;
+    filter.m_exclude = exclude;
+    filter.m_storageGuids = QSet<QString>(storageGuids.begin(), storageGuids.end());
+    filter.m_hasWishes = exclude || !storageGuids.isEmpty();
+    return filter;
+}
+
+TunerRefusal TunerFilter::refusalByState(const Tuner& tuner)
+{
+    if (!tuner.GetAccessible())
+        return TunerRefusal::NotAccessible;
+    return tuner.GetIdle() ? TunerRefusal::None : TunerRefusal::NotIdle;
+}
+
+TunerRefusal TunerFilter::refusalByWishes(const Tuner& tuner) const
+{
+    if (m_exclude && m_exclude(tuner))
+        return TunerRefusal::Excluded;
+    return hasStorage(tuner) ? TunerRefusal::None : TunerRefusal::NoMatchingStorage;
+}
+
+bool TunerFilter::hasStorage(const Tuner& tuner) const
+{
+    const QVector<XGStorage>& storages = tuner.GetXGStorage();
+    return m_storageGuids.isEmpty() ||
+           std::any_of(storages.begin(), storages.end(), [this](const XGStorage& storage) {
+               return m_storageGuids.contains(storage.GetGUID());
+           });
+}
+
+const TunerCandidate* TunerSelection::chosen() const
+{
+    const bool exists = !candidates.isEmpty() && candidates.first().refusal == TunerRefusal::None;
+    return exists ? &candidates.first() : nullptr;
+}
+
+QString toText(TunerCriterion criterion)
+{
+    switch (criterion) {
+    case TunerCriterion::None:
+        break;
+    case TunerCriterion::Cost:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "lower cost"));
+    case TunerCriterion::Depth:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "fewer enclosing classes"));
+    case TunerCriterion::Bandwidth:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "smaller bandwidth"));
+    case TunerCriterion::HardwareProcessing:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "no hardware processing"));
+    case TunerCriterion::PanoramaScan:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "no panorama scan"));
+    case TunerCriterion::DisplayName:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "name sorts first"));
+    case TunerCriterion::Guid:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "GUID sorts first"));
+    case TunerCriterion::ListOrder:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "listed first"));
+    case TunerCriterion::Policy:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "preferred by the cost function"));
+    }
+    return QString();
+}
+
+QString toText(TunerRefusal refusal)
+{
+    switch (refusal) {
+    case TunerRefusal::None:
+        break;
+    case TunerRefusal::NotAccessible:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not accessible"));
+    case TunerRefusal::NotIdle:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not idle"));
+    case TunerRefusal::Excluded:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "excluded"));
+    case TunerRefusal::NoMatchingStorage:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "no matching storage"));
+    case TunerRefusal::NotInTree:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not in the tuner class tree"));
+    }
+    return QString();
+}
+
+} // namespace Kolta

@@ -1,0 +1,95 @@
+#include "xmlappender.h"
+
+#include <array>
+#include <charconv>
+#include <limits>
+
+namespace XmlCommon::detail {
+
+namespace {
+
+constexpr std::size_t kLeastRoom = 256;
+constexpr std::size_t kMostBytes = std::numeric_limits<int>::max() - 64; // a byte array has a header
+
+/// What `c` must be written as; null when it stands for itself.
+constexpr const char* escapeOf(char c)
+{
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return "&quot;";
+    case '\t':
+        return "&#9;";
+    case '\n':
+        return "&#10;";
+    case '\r':
+        return "&#13;";
+    default:
+        return nullptr;
+    }
+}
+
+/// Whether a run of bytes that are copied as they are ends at a byte.
+using EndsRun = std::array<bool, 256>;
+
+/// Line feeds, tabs and quotes need escaping in attributes only.
+constexpr EndsRun makeEndsRun(XmlAppender::Place place)
+{
+    EndsRun table{};
+    for (int c = 0; c < 128; ++c) {
+        const bool harmless = place == XmlAppender::eCharacterData && (c == '\n' || c == '\t' || c == '"');
+        table[static_cast<std::size_t>(c)] = escapeOf(static_cast<char>(c)) && !harmless;
+    }
+    table[0] = true;
+    return table;
+}
+
+constexpr EndsRun kEndsAttributeRun = makeEndsRun(XmlAppender::eAttribute);
+constexpr EndsRun kEndsCharacterDataRun = makeEndsRun(XmlAppender::eCharacterData);
+
+} // namespace
+
+void XmlAppender::number(quint32 value)
+{
+    char digits[std::numeric_limits<quint32>::digits10 + 1];
+    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, value);
+    bytes(digits, static_cast<std::size_t>(end.ptr - digits));
+}
+
+void XmlAppender::escaped(const char* text, Place place)
+{
+    const EndsRun& endsRun = place == eAttribute ? kEndsAttributeRun : kEndsCharacterDataRun;
+    for (;;) {
+        const char* const run = text;
+        while (!endsRun[static_cast<unsigned char>(*text)])
+            ++text;
+        bytes(run, static_cast<std::size_t>(text - run));
+        if (!*text)
+            return;
+        const char* const escape = escapeOf(*text++);
+        bytes(escape, std::strlen(escape));
+    }
+}
+
+/// Makes room for `length` bytes more, and as much again as is used, so that long texts grow in few steps.
+void XmlAppender::grow(std::size_t length)
+{
+    const auto inUse = static_cast<std::size_t>(used());
+    if (length > kMostBytes - inUse)
+        qBadAlloc();
+    makeRoom(used(), static_cast<int>(qMin(kMostBytes, kLeastRoom + 2 * inUse + length)));
+}
+
+void XmlAppender::makeRoom(int used, int size)
+{
+    m_out.resize(size);
+    m_at = m_out.data() + used;
+    m_end = m_out.data() + size;
+}
+
+} // namespace XmlCommon::detail

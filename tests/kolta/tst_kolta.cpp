@@ -1,0 +1,380 @@
+#include "program.h"
+
+#include <xmlmessaging/server.h>
+
+#include <QDir>
+#include <QHostInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+namespace {
+
+QString words(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+QVector<QJsonObject> jsonLines(const QString& text)
+{
+    QVector<QJsonObject> objects;
+    for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        objects.append(QJsonDocument::fromJson(line.toUtf8()).object());
+    return objects;
+}
+
+QString message(const char* name)
+{
+    return QStringLiteral(KOLTA_MESSAGES_DIR "/") + QLatin1String(name);
+}
+
+} // namespace
+
+/// The commands that ask and end, as their user meets them.
+class TestKolta : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void takesItsWords_data();
+    void takesItsWords();
+    void reachesEveryAddress_data();
+    void reachesEveryAddress();
+    void namesWhatIsWrongWithTheServer_data();
+    void namesWhatIsWrongWithTheServer();
+    void sends_data();
+    void sends();
+    void sendsBroadcastOnce();
+    void pings_data();
+    void pings();
+    void endsWhenInterrupted();
+    void tellsThatOutputIsLost();
+    void demoGoesAsItMust();
+    void listsDemandClasses();
+};
+
+void TestKolta::takesItsWords_data()
+{
+    QTest::addColumn<QString>("arguments"); ///< separated by blanks
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
+    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes"})
+        QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
+                                            << QStringLiteral("Usage: kolta %1 [").arg(words(command));
+    QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
+    QTest::newRow("version") << "--version" << 0 << "kolta ";
+    QTest::newRow("no command") << "" << 2 << "a command is missing";
+    QTest::newRow("unknown command") << "dance" << 2 << "there is no command \"dance\"";
+    QTest::newRow("unknown option") << "ping --fast 127.0.0.1:1" << 2 << "Unknown option 'fast'. Try";
+    QTest::newRow("no address") << "describe" << 2 << "HOST:PORT is missing";
+    QTest::newRow("no file") << "send 127.0.0.1:1" << 2 << "FILE is missing";
+    QTest::newRow("too many") << "describe 127.0.0.1:1 x" << 2 << "unexpected argument \"x\"";
+    QTest::newRow("port 0") << "ping 127.0.0.1:0" << 2 << "expected a number from 1 to 65535";
+    QTest::newRow("port too high") << "listen 127.0.0.1:70000" << 2 << "expected a number from 1 to 65535";
+    QTest::newRow("port no number") << "send 127.0.0.1:abc x" << 2 << "\"abc\" is not a port";
+    QTest::newRow("no count") << "ping -n 0 127.0.0.1:1" << 2 << "-n wants a whole number from 1 to";
+    QTest::newRow("no time") << "describe --timeout 0 127.0.0.1:1" << 2
+                             << "--timeout wants a whole number from 1 to";
+    QTest::newRow("no such host") << "describe nowhere.invalid:1" << 1
+                                  << "cannot find the host \"nowhere.invalid\"";
+    QTest::newRow("no installation") << "demo --installation /nowhere" << 1 << "/nowhere: no such folder";
+    QTest::newRow("no application type") << "demand-classes" << 2 << "--app-type wants one of scp, mcp";
+    QTest::newRow("application type 0") << "demand-classes --app-type 0" << 2 << "not \"0\". Try";
+    QTest::newRow("no such tuner") << "demand-classes --app-type ffp --tuner {0}" << 1
+                                   << "there is no tuner with the GUID \"{0}\"";
+    QTest::newRow("no message") << "send 127.0.0.1:1 /nowhere" << 1 << "cannot read /nowhere";
+}
+
+void TestKolta::takesItsWords()
+{
+    QFETCH(QString, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, text);
+    Kolta kolta(arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QVERIFY(kolta.ends());
+    QCOMPARE(kolta.exitCode(), exitCode);
+    const QString& expected = exitCode == 0 ? kolta.output() : kolta.errors();
+    QVERIFY2(expected.contains(text), qPrintable(expected));
+    QVERIFY((exitCode == 0 ? kolta.errors() : kolta.output()).isEmpty());
+}
+
+void TestKolta::reachesEveryAddress_data()
+{
+    QTest::addColumn<QString>("listen");
+    QTest::addColumn<QString>("ask"); ///< the host
+    QTest::newRow("IPv4") << "127.0.0.1:0"
+                          << "127.0.0.1";
+    QTest::newRow("name") << "127.0.0.1:0"
+                          << "localhost";
+    QTest::newRow("IPv6") << "[::1]:0"
+                          << "::1";
+    QTest::newRow("IPv6 in brackets") << "::1:0"
+                                      << "[::1]";
+}
+
+void TestKolta::reachesEveryAddress()
+{
+    QFETCH(QString, listen);
+    QFETCH(QString, ask);
+    // A bare system may know no names, and a kernel no IPv6.
+    if (ask == QLatin1String("localhost") && QHostInfo::fromName(ask).addresses().isEmpty())
+        QSKIP("this machine does not know the name localhost");
+    if (ask.contains(QLatin1String("::")) && !QTcpServer().listen(QHostAddress::LocalHostIPv6))
+        QSKIP("this machine has no IPv6 loopback");
+    Server server({}, listen);
+    const QString address = ask + QLatin1Char(':') + server.port();
+    Kolta text({QStringLiteral("describe"), address});
+    QVERIFY(text.ends());
+    QCOMPARE(text.errors(), QString());
+    QCOMPARE(text.exitCode(), 0);
+    QVERIFY2(text.output().contains(
+                 QRegularExpression(QStringLiteral("^name +KoltaSim$"), QRegularExpression::MultilineOption)),
+             qPrintable(text.output()));
+    Kolta json({QStringLiteral("describe"), QStringLiteral("--json"), address});
+    QVERIFY(json.ends());
+    QCOMPARE(jsonLines(json.output()).value(0).value(words("interface")).toString(), words("3.1"));
+}
+
+void TestKolta::namesWhatIsWrongWithTheServer_data()
+{
+    QTest::addColumn<QString>("misbehaviour");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("refuses") << "refuse"
+                             << "cannot connect to %1: Connection refused";
+    QTest::newRow("never answers") << "silent"
+                                   << "%1 takes connections, but has not answered within 1 s";
+    QTest::newRow("never reads") << "stop-reading"
+                                 << "%1 takes connections, but has not answered within 1 s";
+    QTest::newRow("answers somebody else") << "wrong-id"
+                                           << "%1 takes connections, but has not answered within 1 s";
+    QTest::newRow("stops answering") << "silent,after=2"
+                                     << "no reply from %1 within 1 s";
+    QTest::newRow("closes") << "close-at-once"
+                            << "The remote host closed the connection";
+    QTest::newRow("resets for ever") << "reset"
+                                     << "the link to %1 failed: The remote host closed the connection";
+    QTest::newRow("garbage") << "garbage"
+                             << "the link to %1 failed: no chunk at byte 0";
+    QTest::newRow("broken XML") << "broken-xml"
+                                << "the link to %1 failed: text ends inside an element at byte";
+    QTest::newRow("oversize") << "oversize,component=Application"
+                              << "the link to %1 failed: message too large";
+}
+
+void TestKolta::namesWhatIsWrongWithTheServer()
+{
+    QFETCH(QString, misbehaviour);
+    QFETCH(QString, error);
+    Server server({QStringLiteral("--misbehave"), misbehaviour});
+    QElapsedTimer timer;
+    timer.start();
+    Kolta kolta(
+        {QStringLiteral("describe"), server.address, QStringLiteral("--timeout"), QStringLiteral("1")});
+    QVERIFY(kolta.ends());
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(kolta.exitCode(), 1);
+    QCOMPARE(kolta.output(), QString());
+    const QString expected = error.contains(QLatin1Char('%')) ? error.arg(server.address) : error;
+    QVERIFY2(kolta.errors().contains(expected), qPrintable(kolta.errors()));
+    QCOMPARE(kolta.errors().count(QLatin1Char('\n')), 1);
+}
+
+void TestKolta::sends_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QByteArray>("input"); ///< a message on standard input
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("output"); ///< a part of it
+    QTest::addColumn<QString>("error");  ///< a part of it
+    const QStringList input{words("-")};
+    const QByteArray none;
+    QTest::newRow("file") << QStringList{message("describe.xml")} << none << 0 << "<Name>KoltaSim</Name>"
+                          << "";
+    QTest::newRow("JSON") << QStringList{words("--json"), message("statistics.xml")} << none << 0
+                          << "{\"fragments\":[{\"component\":\"Statistics\""
+                          << "";
+    QTest::newRow("fault") << QStringList{message("no-such-resource.xml")} << none << 1 << "<Fault id=\"201\""
+                           << "unknown Fault ID: 201>";
+    QTest::newRow("fault with text") << QStringList{words("--faults"), message("no-such-resource.xml")}
+                                     << none << 1 << "<Fault id=\"201\""
+                                     << "kolta: No such resource (";
+    QTest::newRow("standard input")
+        << input << QByteArray("<Message id='1' service='2'><Fragment component='Nobody'/></Message>\n") << 1
+        << "component=\"Nobody\""
+        << "unknown Fault ID: 102>";
+    QTest::newRow("reply") << input
+                           << QByteArray("<Message id='1' service='3'><Fragment component='A'/></Message>")
+                           << 1 << ""
+                           << "standard input: service 3, expected 1 (query), 2 (command) or 5 (broadcast)";
+    QTest::newRow("no fragment") << input << QByteArray("<Message id='1' service='1'/>") << 1 << ""
+                                 << "standard input: no Fragment, expected at least one";
+    QTest::newRow("no XML") << input << QByteArray("<Message id='1'") << 1 << ""
+                            << "standard input: ";
+    QTest::newRow("nothing") << input << none << 1 << ""
+                             << "expected a root element";
+    QTest::newRow("folder") << QStringList{words("/")} << none << 1 << ""
+                            << "cannot read /: ";
+    QTest::newRow("too long") << input << QByteArray(16 * 1024 * 1024 + 1, ' ') << 1 << ""
+                              << "standard input holds more than the 16777216 bytes";
+}
+
+void TestKolta::sends()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QByteArray, input);
+    QFETCH(int, exitCode);
+    QFETCH(QString, output);
+    QFETCH(QString, error);
+    Server server;
+    Kolta kolta(QStringList{words("send"), server.address} + options, input);
+    QVERIFY(kolta.ends());
+    QVERIFY2(kolta.output().contains(output), qPrintable(kolta.output()));
+    QVERIFY2(kolta.errors().contains(error), qPrintable(kolta.errors()));
+    QCOMPARE(kolta.errors().isEmpty(), error.isEmpty());
+    QCOMPARE(kolta.output().isEmpty(), output.isEmpty());
+    QCOMPARE(kolta.exitCode(), exitCode);
+}
+
+/// There is no reply to wait for, and leaving must neither lose the message nor send it again.
+void TestKolta::sendsBroadcastOnce()
+{
+    XmlCommunication::CServer server;
+    int broadcasts = 0;
+    connect(&server, &XmlCommunication::CServer::LinkOpened, this,
+            [this, &broadcasts](XmlCommunication::CServerLink* link) {
+                connect(link, &XmlCommunication::CServerLink::MessageReceived, this,
+                        [link, &broadcasts](const XmlCommon::ptrCXmlMessage& received) {
+                            if (received->getServiceType() == XmlCommon::CXmlMessage::eSERVICE_BROADCAST)
+                                ++broadcasts;
+                            else
+                                link->send(XmlCommunication::makeReply(*received, false));
+                        });
+            });
+    QVERIFY(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    Kolta kolta({words("send"), QStringLiteral("127.0.0.1:%1").arg(server.port()), words("-")},
+                "<Message id='1' service='5'><Fragment component='News'/></Message>");
+    QVERIFY(kolta.ends());
+    QCOMPARE(kolta.exitCode(), 0);
+    QTRY_VERIFY(server.links().isEmpty());
+    QCOMPARE(broadcasts, 1);
+    disconnect(&server, nullptr, this, nullptr);
+}
+
+void TestKolta::pings_data()
+{
+    QTest::addColumn<QString>("misbehaviour");
+    QTest::addColumn<int>("sent");
+    QTest::addColumn<int>("received");
+    QTest::addColumn<int>("faults");
+    QTest::addColumn<int>("reconnects");
+    QTest::newRow("all well") << "twice" << 5 << 5 << 0 << 0;
+    QTest::newRow("link lost on the way")
+        << "reset,component=Application,after=2,times=1" << 5 << 5 << 0 << 1;
+    QTest::newRow("silence") << "silent,component=Application,after=2" << 3 << 2 << 0 << 0;
+}
+
+void TestKolta::pings()
+{
+    QFETCH(QString, misbehaviour);
+    Server server({words("--misbehave"), misbehaviour});
+    Kolta kolta({words("ping"), words("--json"), words("-n"), words("5"), words("--timeout"), words("1"),
+                 server.address});
+    QVERIFY(kolta.ends());
+    const QJsonObject figures = jsonLines(kolta.output()).value(0);
+    for (const char* name : {"sent", "received", "faults", "reconnects"})
+        QTEST(figures.value(words(name)).toInt(-1), name);
+    const bool complete = figures.value(words("received")) == 5;
+    QCOMPARE(kolta.exitCode(), complete ? 0 : 1);
+    QCOMPARE(kolta.errors().isEmpty(), complete);
+    QVERIFY(figures.value(words("min_us")).toDouble() > 0.0);
+    QVERIFY(figures.value(words("min_us")).toDouble() <= figures.value(words("max_us")).toDouble());
+}
+
+void TestKolta::endsWhenInterrupted()
+{
+    XmlCommunication::CServer server; // takes connections and says nothing
+    QVERIFY(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    for (const char* command : {"describe", "listen"}) {
+        Kolta kolta({words(command), QStringLiteral("127.0.0.1:%1").arg(server.port()), words("--timeout"),
+                     words("60")});
+        QTRY_COMPARE(server.links().size(), 1);
+        kolta.interrupt();
+        QVERIFY(kolta.ends());
+        QVERIFY(kolta.exitStatus() == QProcess::CrashExit || kolta.exitCode() != 0);
+        QTRY_VERIFY(server.links().isEmpty());
+    }
+}
+
+void TestKolta::tellsThatOutputIsLost()
+{
+    if (!QFileInfo::exists(words("/dev/full")))
+        QSKIP("needs /dev/full");
+    Server server;
+    QProcess kolta;
+    kolta.setStandardOutputFile(words("/dev/full"));
+    kolta.start(QStringLiteral(KOLTA_PROGRAM), {words("describe"), server.address});
+    QVERIFY(kolta.waitForFinished());
+    QCOMPARE(kolta.exitCode(), 1);
+    QVERIFY(kolta.readAllStandardError().startsWith("kolta: cannot write to standard output: "));
+}
+
+void TestKolta::demoGoesAsItMust()
+{
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path()));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(home.path()));
+    Kolta kolta(
+        {words("demo"), words("--json"), words("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR)});
+    QVERIFY(kolta.ends());
+    QCOMPARE(kolta.errors(), QString());
+    QCOMPARE(kolta.exitCode(), 0);
+    const QVector<QJsonObject> steps = jsonLines(kolta.output());
+    QCOMPARE(steps.size(), 8);
+    for (int i = 0; i < steps.size(); ++i) {
+        QCOMPARE(steps[i].value(words("step")).toInt(), i + 1);
+        QVERIFY(steps[i].value(words("ok")).toBool());
+    }
+    QCOMPARE(steps[6].value(words("received")).toArray(), (QJsonArray{2, 1, 1, 1, 1}));
+    QJsonObject summary = steps[7];
+    for (const char* name : {"step", "title", "ok"})
+        summary.remove(words(name));
+    QCOMPARE(summary, (QJsonObject{{words("requests"), 7},
+                                   {words("replies"), 7},
+                                   {words("faults"), 1},
+                                   {words("reconnects"), 1},
+                                   {words("lost"), 0},
+                                   {words("duplicated"), 0}}));
+    QVERIFY2(QDir(home.path()).isEmpty(), "the demo has written into the user's folders");
+
+    Kolta story({words("demo"), words("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR)});
+    QVERIFY(story.ends());
+    QCOMPARE(story.exitCode(), 0);
+    for (const char* part :
+         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n8. Summary"})
+        QVERIFY2(story.output().contains(words(part)), part);
+}
+
+void TestKolta::listsDemandClasses()
+{
+    const QPair<QString, QString> rows[] = {
+        {words("mcp"), words("voice sw_5MHz sw* sw_20MHz hw_20MHz hw")},
+        {words("3"), words("300k* 1M")},
+        {words("MCP --tuner {06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}"), words("voice sw_5MHz")},
+        {words("scp --installation " KOLTA_INSTALLATION_DIR "-noclasses"), words("scp*")}};
+    for (const auto& row : rows) {
+        const QStringList arguments =
+            QString(words("demand-classes --json --app-type ") + row.first).split(QLatin1Char(' '));
+        Kolta kolta(arguments);
+        QVERIFY(kolta.ends());
+        QStringList listed; // the default with a *
+        for (const QJsonObject& entry : jsonLines(kolta.output()))
+            listed.append(entry[words("name")].toString() +
+                          (entry[words("default")].toBool() ? words("*") : QString()));
+        QCOMPARE(listed.join(QLatin1Char(' ')), row.second);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestKolta)
+#include "tst_kolta.moc"

@@ -1,0 +1,202 @@
+#include "tunersamples.h"
+
+#include <koltacommon/tunerassignment.h>
+#include <koltacommon/tunerclassresourceselector.h>
+
+#include <QSet>
+#include <QtTest>
+
+#include <functional>
+#include <limits>
+
+using namespace Kolta;
+using namespace RESOURCEMANAGEMENT;
+
+namespace {
+
+/// All that a matching may depend on.
+struct Problem
+{
+    int tunerCount;
+    std::vector<std::vector<TunerOffer>> offers;
+    std::vector<int> requests;
+
+    /// Every way to serve the requests that `wanted` has a bit for; calls back with each total.
+    void forAllWays(quint32 wanted, const std::function<void(qint64)>& found, std::size_t request = 0,
+                    quint32 used = 0, qint64 cost = 0) const
+    {
+        if (request == requests.size()) {
+            found(cost);
+            return;
+        }
+        if (!(wanted >> request & 1)) {
+            forAllWays(wanted, found, request + 1, used, cost);
+            return;
+        }
+        for (const TunerOffer& offer : offers[static_cast<std::size_t>(requests[request])]) {
+            if (!(used >> offer.tuner & 1))
+                forAllWays(wanted, found, request + 1, used | 1u << offer.tuner, cost + offer.cost);
+        }
+    }
+    bool isPossible(quint32 wanted) const
+    {
+        bool possible = false;
+        forAllWays(wanted, [&possible](qint64) { possible = true; });
+        return possible;
+    }
+};
+
+Problem randomProblem(QRandomGenerator& random)
+{
+    Problem problem{random.bounded(1, 7), {}, {}};
+    const int classCount = random.bounded(1, 5);
+    const bool costByTuner = random.bounded(2);
+    for (int classIndex = 0; classIndex < classCount; ++classIndex) {
+        std::vector<TunerOffer> offers;
+        for (int tuner = 0; tuner < problem.tunerCount; ++tuner) {
+            if (random.bounded(5) < 2)
+                offers.push_back({tuner, costByTuner ? tuner / 2 - 1 : random.bounded(-3, 4)});
+        }
+        problem.offers.push_back(offers);
+    }
+    for (int i = random.bounded(6); i > 0; --i)
+        problem.requests.push_back(random.bounded(classCount));
+    return problem;
+}
+
+/// Empty, or what is wrong.
+QString checkAgainstBruteForce(const Problem& problem)
+{
+    const TunerMatching matching = matchTuners(problem.tunerCount, problem.offers, problem.requests);
+    quint32 served = 0;
+    quint32 greedy = 0; // as many as possible, earlier ones first
+    QSet<int> used;
+    for (std::size_t i = 0; i < problem.requests.size(); ++i) {
+        if (matching.tunerOfRequest[i] >= 0) {
+            served |= 1u << i;
+            used.insert(matching.tunerOfRequest[i]);
+        }
+        if (problem.isPossible(greedy | 1u << i))
+            greedy |= 1u << i;
+    }
+    if (served != greedy || used.size() != static_cast<int>(qPopulationCount(served)))
+        return QStringLiteral("served %1 instead of %2 by %3 tuners")
+            .arg(served)
+            .arg(greedy)
+            .arg(used.size());
+    qint64 least = std::numeric_limits<qint64>::max();
+    problem.forAllWays(served, [&least](qint64 cost) { least = qMin(least, cost); });
+    qint64 sum = 0;
+    for (std::size_t i = 0; i < problem.requests.size(); ++i) {
+        for (const TunerOffer& offer : problem.offers[static_cast<std::size_t>(problem.requests[i])])
+            sum += offer.tuner == matching.tunerOfRequest[i] ? offer.cost : 0;
+    }
+    if (matching.totalCost != least || sum != least)
+        return QStringLiteral("cost %1, sum %2, least %3").arg(matching.totalCost).arg(sum).arg(least);
+
+    std::size_t conflict = 0;
+    for (int i = 0; i < static_cast<int>(problem.requests.size()); ++i) {
+        if (served >> i & 1)
+            continue;
+        quint32 together = 0;
+        for (const int request : matching.conflicts.at(conflict))
+            together |= 1u << request;
+        ++conflict;
+        if (!(together >> i & 1) || problem.isPossible(together))
+            return QStringLiteral("no conflict of %1: %2").arg(i).arg(together);
+        for (int other = 0; other < 32; ++other) {
+            if (together >> other & 1 && !problem.isPossible(together & ~(1u << other)))
+                return QStringLiteral("conflict %1 does not need %2").arg(together).arg(other);
+        }
+    }
+    return conflict == matching.conflicts.size() ? QString() : QStringLiteral("too many conflicts");
+}
+
+} // namespace
+
+class TestTunerAssignment : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void matchesBruteForce()
+    {
+        const quint32 seed = TunerSamples::seed();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        for (int round = 0; round < 3000; ++round) {
+            const QString error = checkAgainstBruteForce(randomProblem(random));
+            QVERIFY2(error.isEmpty(), qPrintable(QStringLiteral("round %1: %2").arg(round).arg(error)));
+        }
+    }
+
+    /// Complete whenever the greedy hand-out is, and then never dearer; also with GUIDs that occur twice.
+    void neverWorseThanGreedy()
+    {
+        const quint32 seed = TunerSamples::seed();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        int better = 0;
+        for (int round = 0; round < 400; ++round) {
+            const TunerSamples::Installation installation(random, random.bounded(3, 14),
+                                                          random.bounded(1, 6));
+            const auto costs = std::make_shared<DefaultCostFunction>();
+            TunerClassResourceSelector selector(costs);
+            selector.setResourceOverview(installation.tuners);
+            selector.setTunerClassOverview(TunerSamples::classOverview(installation.classes));
+            QStringList wanted;
+            for (int i = random.bounded(8); i > 0; --i)
+                wanted.append(installation.names.at(random.bounded(installation.names.size())));
+
+            const TunerAssignment assignment = selector.assignTuners(wanted);
+            QSet<QString> guids;
+            for (const TunerAssignment::Request& request : assignment.requests) {
+                if (request.served)
+                    guids.insert(request.tuner.GetTavikResource().GetGUID());
+            }
+            QCOMPARE(guids.size(), wanted.size() - assignment.conflicts.size());
+            if (!selector.canBeRunSimultaneously(wanted)) {
+                better += assignment.isComplete();
+                continue;
+            }
+            QVERIFY(assignment.isComplete());
+            qint64 greedy = 0;
+            qint64 sum = 0;
+            for (const TunerAllotment& allotment : selector.explainSimultaneousUse(wanted))
+                greedy += costs->calculateCost(allotment.tuner);
+            for (const TunerAssignment::Request& request : assignment.requests)
+                sum += costs->calculateCost(request.tuner);
+            QCOMPARE(sum, assignment.totalCost);
+            QVERIFY2(sum <= greedy, qPrintable(QStringLiteral("round %1").arg(round)));
+        }
+        QVERIFY(better > 0);
+    }
+
+    void saysWhoCannotBeServedTogether()
+    {
+        TunerClassResourceSelector selector;
+        selector.setTunerClassOverview(TunerSamples::classOverview(
+            {TunerSamples::tunerClass(QStringLiteral("Wide"), {QStringLiteral("a")}),
+             TunerSamples::tunerClass(QStringLiteral("Narrow"), {QStringLiteral("b")}, 1,
+                                      QStringLiteral("Wide")),
+             TunerSamples::tunerClass(QStringLiteral("Other"), {QStringLiteral("c")})}));
+        selector.setResourceOverview({TunerSamples::tuner(QStringLiteral("a")),
+                                      TunerSamples::tuner(QStringLiteral("b"), true, false),
+                                      TunerSamples::tuner(QStringLiteral("c"))});
+        const QString wide = QStringLiteral("Wide");
+        const QString narrow = QStringLiteral("Narrow");
+        const QString other = QStringLiteral("Other");
+        const QString unknown = QStringLiteral("Unknown");
+
+        const TunerAssignment all = selector.assignTuners({other, wide, narrow, wide, unknown});
+        QCOMPARE(all.conflicts, (QVector<QVector<int>>{{1, 2, 3}, {4}}));
+        QCOMPARE(all.totalCost, qint64(1));
+        // Busy tuners count unless the filter says otherwise.
+        const TunerAssignment free = selector.assignTuners({wide, narrow}, TunerFilter::freeTuners());
+        QCOMPARE(free.conflicts, (QVector<QVector<int>>{{1}}));
+        QVERIFY(selector.assignTuners({}).isComplete());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTunerAssignment)
+#include "tst_tunerassignment.moc"

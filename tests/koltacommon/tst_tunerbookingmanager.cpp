@@ -1,0 +1,308 @@
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/messagejoin.h>
+#include <koltacommon/tunerbookingmanager.h>
+
+#include <resourcemodel/processors.h>
+#include <startup/errorhandler.h>
+
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+#include <random>
+
+using namespace Kolta;
+using namespace RESOURCEMANAGEMENT;
+using Manager = TunerBookingManager;
+
+namespace {
+
+/// "A0 B1 C2": tuners A free, B in use and C inaccessible; "0" is a free tuner without GUID.
+ResourceOverview overviewOf(const QString& entries)
+{
+    ResourceOverview overview;
+    for (const QString& entry : entries.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        Tuner tuner;
+        tuner.EditTavikResource().SetGUID(entry.chopped(1));
+        tuner.SetAccessible(!entry.endsWith(QLatin1Char('2')));
+        tuner.SetIdle(!entry.endsWith(QLatin1Char('1')));
+        overview.EditTuner().append(tuner);
+    }
+    return overview;
+}
+
+/// An object from its XML form, where "[A]" is an FFP with tuner A and "{A}" a data source with tuner A.
+template<class T>
+T made(QString content)
+{
+    const QString tuner = QStringLiteral("<%1><TunerGUID>\\1</TunerGUID></%1>");
+    content.replace(QRegularExpression(QStringLiteral("\\[(\\w*)\\]")), tuner.arg(QStringLiteral("FFP")));
+    content.replace(QRegularExpression(QStringLiteral("\\{(\\w*)\\}")),
+                    tuner.arg(QStringLiteral("DataSource")));
+    T object;
+    object.SetXmlString(QStringLiteral("<%1>%2</%1>").arg(object.GetObjectName(), content), true);
+    return object;
+}
+
+/// A manager under commands, and what comes of them.
+struct Desk
+{
+    Desk()
+    {
+        const auto heard = [this](const QString& guid, int before, int after) {
+            log += guid + QString::number(before) + QString::number(after) + QLatin1Char(' ');
+            if (const auto run = std::exchange(react, nullptr))
+                run();
+        };
+        QObject::connect(manager.get(), &Manager::si_TunerStateChanged, heard);
+    }
+
+    /// "see <overview>" yields the changes, the others their messages, each "|" being a separator.
+    QString run(const QString& command)
+    {
+        const QString verb = command.section(QLatin1Char(' '), 0, 0);
+        const QString rest = command.section(QLatin1Char(' '), 1);
+        QString ffps = rest;
+        const Manager::Booking booking(
+            made<DSC>(ffps.replace(QRegularExpression(QStringLiteral("(\\w)")), QStringLiteral("[\\1]"))));
+        QString error = text;
+        bool ok = true;
+        if (verb == QLatin1String("see"))
+            return see(rest);
+        else if (verb == QLatin1String("tuner"))
+            ok = manager->planTuner(rest, error);
+        else if (verb == QLatin1String("plan"))
+            ok = manager->planProductions(booking, error);
+        else if (verb == QLatin1String("verify"))
+            ok = manager->verifyBooking(booking, error);
+        else if (verb == QLatin1String("undo"))
+            manager->undoProductionPlanning(booking);
+        else
+            manager->clearPlanning();
+        if (ok != (error == text))
+            return QStringLiteral("result and messages differ");
+        return error.replace(messageSeparator, QLatin1Char('|'));
+    }
+
+    QString see(const QString& entries)
+    {
+        log.clear();
+        manager->sl_updateTuners(overviewOf(entries));
+        return log;
+    }
+
+    /// The states of tuners A to F.
+    QString states() const
+    {
+        QString all;
+        for (const char* const name : {"A", "B", "C", "D", "E", "F"})
+            all += QString::number(manager->getTunerState(QLatin1String(name)));
+        return all;
+    }
+
+    std::unique_ptr<Manager> manager = std::make_unique<Manager>();
+    QString text;                ///< what error texts hold before
+    QString log;                 ///< changes
+    std::function<void()> react; ///< runs once, at the next change
+};
+
+} // namespace
+
+class TestTunerBookingManager : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void statesAndMessages()
+    {
+        const char* const steps[][3] = {
+            {"tuner A", "No Tuner with GUID A exists", "222222"},
+            {"see A0 B1 C2 D0 0", "B01 C02 ", "012022"}, // absent counts as free
+            {"tuner ", "No Tuner with GUID  exists", "012022"},
+            {"tuner A", "", "312022"}, // also one that was never anything but free
+            {"tuner A", "Tuner with GUID A is already planned.", "312022"},
+            {"tuner B", "Tuner with GUID B is already in use.", "312022"},
+            {"tuner C", "Tuner with GUID C is inaccessiblealready planned.", "312022"},
+            {"see D0 B1 C2 A0", "", "312022"}, // idle: stays planned
+            {"see D1 B0 C1 A1", "D01 B10 C21 A31 ", "101122"},
+            {"see A0 B0 C1 D2", "A10 D12 ", "001222"},
+            {"verify AZDB",
+             "Tuner with GUID Z is inaccessiblealready planned.|Tuner with GUID D is "
+             "inaccessiblealready planned.",
+             "001222"},
+            {"plan AZDB", "No Tuner with GUID Z exists|Tuner with GUID D is inaccessiblealready planned.",
+             "331222"}, // those behind a failure too, and they stay
+            {"undo BCDZ", "", "301222"},
+            {"see C0 E1", "C10 E01 ", "320212"}, // A, B and D vanished: only what was free is unknown
+            {"see A0 B0 D0", "D20 ", "302012"},
+            {"see A2 B0 D0", "A32 ", "202012"},
+            {"plan BD", "", "232312"},
+            {"clear", "", "202012"},
+            {"see F0 F2 F1 %21 1", "F02 F21 %201 ", "222211"}, // the last of several; no GUID, no state
+            {"see F0 F2 F1 %20 2", "F10 F02 F21 %210 ", "222211"},
+            {"see %21", "%201 ", "222211"},
+            {"tuner %2", "Tuner with GUID %2 is already in use.", "222211"}};
+        Desk desk;
+        for (const auto& [command, result, states] : steps) {
+            QCOMPARE(desk.run(QLatin1String(command)), QLatin1String(result));
+            QCOMPARE(desk.states(), QLatin1String(states));
+        }
+        for (const QString& text : {QStringLiteral("A"), QString(QStringLiteral("A") + messageSeparator)}) {
+            desk.text = text;
+            for (const char* const verb : {"tuner", "plan"})
+                QCOMPARE(desk.run(QLatin1String(verb) + QStringLiteral(" Z")),
+                         QStringLiteral("A|No Tuner with GUID Z exists"));
+        }
+    }
+
+    void bookings()
+    {
+        // One tuner at each place, A being shared; the FFP of an SCP does not count.
+        const auto overview = made<ProcessorOverview>(QStringLiteral(
+            "<SCP>{A}[X]<FHP>[H]</FHP><DSC>[G]</DSC></SCP><MCP>{F}<FHP>[D][E]</FHP><DSC/><DSC>[C][A]</"
+            "DSC>[A][B]<FFP/>[][none]"
+            "<KoltaProcessor><TavikResource><Name>line\none</Name></TavikResource></KoltaProcessor></MCP>"));
+        const MCP& mcp = overview.GetMCP()[0];
+        const std::pair<const REPORTGENERATOR::IRGObject&, const char*> cases[] = {
+            {overview, "ABCDEFGHA"}, {mcp, "ABCDEF"},         {overview.GetSCP()[0], "GHA"},
+            {mcp.GetDSC()[1], "CA"}, {mcp.GetFHP()[0], "DE"}, {mcp.GetFFP()[1], "B"},
+            {mcp.GetDSC()[0], ""}};
+        for (const auto& [object, tuners] : cases) {
+            const Manager::Booking booking(object);
+            QVERIFY(booking.isValid());
+            QCOMPARE(booking.getTunerGUIDs().join(QString()), QLatin1String(tuners));
+        }
+        QCOMPARE(Manager::Booking(overview).getName(), QStringLiteral("Overview"));
+        QVERIFY(Manager::Booking(mcp).toString().startsWith(
+            QStringLiteral("Booking[name: line one, valid: true, tuner: A, tuner: B, ")));
+
+        // Two productions of one overview cannot share a tuner; verifying tells it as planning does.
+        Desk desk;
+        desk.run(QStringLiteral("see A0 B0 C0 D0 E0 F0 G0 H0"));
+        const auto both = [&desk](const REPORTGENERATOR::IRGObject& object) {
+            QString verified;
+            QString planned;
+            const bool good = desk.manager->verifyBooking(object, verified);
+            const bool same = desk.manager->planProductions(object, planned) == good && planned == verified;
+            return same && good == planned.isEmpty() ? planned : QStringLiteral("differ");
+        };
+        QCOMPARE(both(overview), QStringLiteral("Tuner with GUID A is already planned."));
+        desk.manager->undoProductionPlanning(overview);
+        QCOMPARE(both(mcp), QString());
+        const Startup::TraceRecorder traces;
+        QCOMPARE(both(Tuner()), QStringLiteral("Invalid type of IRGObject passed."));
+        QCOMPARE(both(FHA()), QStringLiteral("Invalid type of IRGObject passed."));
+        QCOMPARE(traces.count(QStringLiteral("Invalid IRG Object of type Tuner provided")), 2);
+        QCOMPARE(traces.count(QStringLiteral("Invalid IRG Object of type FHA provided")), 2);
+    }
+
+    void receiversMayDoAnything()
+    {
+        Desk desk;
+        // All states are in place before the first announcement, and a plan in between is kept.
+        desk.react = [&desk] { QVERIFY(!desk.run(QStringLiteral("plan CB")).isEmpty()); };
+        QCOMPARE(desk.see(QStringLiteral("A1 B0 C1")), QStringLiteral("A01 C01 "));
+        QCOMPARE(desk.states(), QStringLiteral("131222"));
+        desk.react = [&desk] { desk.manager->clearPlanning(); };
+        QCOMPARE(desk.see(QStringLiteral("A0 B2 C1")), QStringLiteral("A10 B32 "));
+        // The newest overview wins, and the changes of each tuner come in their order.
+        desk.react = [&desk] { desk.manager->sl_updateTuners(overviewOf(QStringLiteral("A2 B0 C0"))); };
+        QCOMPARE(desk.see(QStringLiteral("A1 B1 C1")), QStringLiteral("A01 B21 A12 B10 C10 "));
+        QCOMPARE(desk.states(), QStringLiteral("200222"));
+        desk.react = [&desk] { desk.manager.reset(); };
+        QCOMPARE(desk.see(QStringLiteral("A0 B1 C1")), QStringLiteral("A20 "));
+    }
+
+    void sources()
+    {
+        values::Tree& tree = values::Tree::Instance();
+        auto* const value = tree.Emplace<values::StringValue>(QStringLiteral("/S/Resources"));
+        KoltaResourceObserver observer(value->GetPath());
+        Manager direct;
+        Manager observed;
+        Manager once(nullptr, Manager::eReadOnce);
+        const Startup::TraceRecorder traces;
+        const char* const bad = "<Tuner/>";
+        // What the server writes, whether sources are given then, tuner A's state in each manager, traces so
+        // far.
+        const std::tuple<const char*, bool, const char*, int, int> steps[] = {
+            {"A1", true, "111", 0, 0}, {"A2", false, "221", 0, 0},
+            {bad, false, "221", 1, 0}, {"", true, "221", 1, 0}, // no overview yet, and no failure
+            {bad, true, "221", 4, 2},  {"A0", false, "001", 4, 2}};
+        for (const auto& [entries, init, states, unreadable, failed] : steps) {
+            const QString text = QLatin1String(entries);
+            value->SetValue(text.startsWith(QLatin1Char('A')) ? overviewOf(text).GetXmlString() : text);
+            if (init) {
+                observed.init(observer);
+                QCOMPARE(direct.init(QStringLiteral("/S")), entries != bad);
+                once.init(QStringLiteral("/S"));
+            }
+            QString found;
+            for (const Manager* const manager : {&direct, &observed, &once})
+                found += QString::number(manager->getTunerState(QStringLiteral("A")));
+            QCOMPARE(found, QLatin1String(states));
+            QCOMPARE(traces.count(QStringLiteral("ReportException Invalid XML text: ")), unreadable);
+            QCOMPARE(traces.count(QStringLiteral("Could not initialize.")), failed);
+        }
+        QVERIFY(!direct.init(QStringLiteral("/none"))); // and the source before is dropped
+        value->SetValue(overviewOf(QStringLiteral("A1")).GetXmlString());
+        QCOMPARE(int(direct.getTunerState(QStringLiteral("A"))), 0);
+        tree.Clear();
+    }
+
+    /// Whoever plans a tuner has it until he gives it back or its state is no longer his.
+    void noTunerIsGivenTwice()
+    {
+        const quint32 seed = std::random_device()();
+        qInfo("seed %u", seed);
+        std::mt19937 random(seed);
+        const auto upTo = [&random](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+        Desk desk;
+        QString guids = QStringLiteral("ABCDEF");
+        QMap<QChar, int> state; // 3 is held; a vanished tuner keeps any but 0
+        QString listed;
+        for (int step = 0; step < 2000; ++step) {
+            std::shuffle(guids.begin(), guids.end(), random);
+            const QString tuners = guids.left(1 + upTo(4));
+            const int action = upTo(8);
+            if (action == 0) {
+                if (upTo(2))
+                    listed = guids.left(6 - upTo(3)); // else the same places as before
+                QString command = QStringLiteral("see");
+                for (const QChar tuner : qAsConst(listed)) {
+                    const int next = upTo(5) % 3;
+                    command += QLatin1Char(' ') + tuner + QString::number(next);
+                    if (next != 0 || state.value(tuner) != 3)
+                        state[tuner] = next;
+                }
+                desk.run(command);
+            } else if (action < 3) {
+                desk.run((action == 1 ? QStringLiteral("undo ") : QStringLiteral("clear ")) + tuners);
+                for (const QChar tuner : action == 1 ? tuners : guids) {
+                    if (state.value(tuner) == 3)
+                        state[tuner] = 0;
+                }
+            } else {
+                const bool verified = desk.run(QStringLiteral("verify ") + tuners).isEmpty();
+                const QString messages = desk.run(QStringLiteral("plan ") + tuners);
+                QCOMPARE(messages.isEmpty(), verified);
+                for (const QChar tuner : tuners) {
+                    const bool refused = messages.contains(QStringLiteral("GUID %1 ").arg(tuner));
+                    QCOMPARE(refused, state.value(tuner) != 0 || !listed.contains(tuner));
+                    if (!refused)
+                        state[tuner] = 3;
+                }
+            }
+            QString expected;
+            for (const QChar tuner : QStringLiteral("ABCDEF"))
+                expected += QString::number(
+                    state.value(tuner) == 0 && !listed.contains(tuner) ? 2 : state.value(tuner));
+            QCOMPARE(desk.states(), expected);
+            QCOMPARE(desk.manager->getNumberOfFreeTuners(), expected.count(QLatin1Char('0')));
+            QCOMPARE(desk.manager->getFreeTuners().size(), expected.count(QLatin1Char('0')));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTunerBookingManager)
+#include "tst_tunerbookingmanager.moc"

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <resourcemodel/resources.h>
+#include <resourcemodel/tunerclasses.h>
+
+#include <QRandomGenerator>
+#include <QStringList>
+
+/// Small installations for tests. A tuner is identified by its address, which is the name it is made with.
+namespace TunerSamples {
+
+inline RESOURCEMANAGEMENT::Tuner tuner(const QString& name, bool accessible = true, bool idle = true)
+{
+    RESOURCEMANAGEMENT::Tuner result;
+    result.EditTavikResource().SetDisplayName(name);
+    result.EditTavikResource().SetAddress(name);
+    result.EditTavikResource().SetGUID(QStringLiteral("guid of %1").arg(name));
+    result.SetAccessible(accessible);
+    result.SetIdle(idle);
+    return result;
+}
+
+inline RESOURCEMANAGEMENT::TunerClass tunerClass(const QString& name, const QStringList& members,
+                                                 int cost = 0, const QString& superclass = QString())
+{
+    RESOURCEMANAGEMENT::TunerClass result;
+    result.SetGUID(name);
+    result.SetName(name);
+    result.SetCostPenalty(cost);
+    result.SetRDC(QStringLiteral("rdc of %1").arg(name));
+    if (!superclass.isEmpty())
+        result.SetSuperclassGUID(superclass);
+    result.SetTunerID(members.toVector());
+    return result;
+}
+
+inline RESOURCEMANAGEMENT::TunerClassOverview
+classOverview(const QVector<RESOURCEMANAGEMENT::TunerClass>& classes)
+{
+    RESOURCEMANAGEMENT::TunerClassOverview overview;
+    overview.SetTunerClass(classes);
+    return overview;
+}
+
+/// Seeds are taken from the environment variable KOLTA_TEST_SEED if it is set.
+inline quint32 seed()
+{
+    bool given = false;
+    const int wanted = qEnvironmentVariableIntValue("KOLTA_TEST_SEED", &given);
+    return given ? static_cast<quint32>(wanted) : QRandomGenerator::global()->generate() >> 1;
+}
+
+/// Classes K0, K1, ... nested at random, with costs of -1 to 2, and tuners with GUIDs that now and then occur
+/// twice and properties out of a few values, so that every criterion gets to decide.
+struct Installation
+{
+    Installation(QRandomGenerator& random, int tunerCount, int classCount)
+    {
+        QVector<QStringList> members(classCount);
+        for (int i = 0; i < tunerCount; ++i) {
+            RESOURCEMANAGEMENT::Tuner one =
+                tuner(QStringLiteral("T%1").arg(i), random.bounded(6) > 0, random.bounded(6) > 0);
+            one.EditTavikResource().SetDisplayName(QStringLiteral("N%1").arg(random.bounded(4)));
+            if (random.bounded(4) == 0)
+                one.EditTavikResource().SetGUID(QStringLiteral("guid %1").arg(random.bounded(3)));
+            if (random.bounded(4))
+                one.SetMaxSWBandwidth(0.4 * random.bounded(-2, 8));
+            if (random.bounded(3) == 0)
+                one.SetMaxHWBandwidth(0.4 * random.bounded(8));
+            if (random.bounded(2))
+                one.SetSupportsHardwareProcessing(random.bounded(2));
+            if (random.bounded(2))
+                one.SetSupportsPScan(random.bounded(2));
+            tuners.append(one);
+            members[random.bounded(classCount)].append(one.GetTavikResource().GetAddress());
+        }
+        for (int i = 0; i < classCount; ++i) {
+            const QString above = QStringLiteral("K%1").arg(random.bounded(classCount)); // circles included
+            names.append(QStringLiteral("K%1").arg(i));
+            classes.append(tunerClass(names.last(), members.at(i), random.bounded(-1, 3),
+                                      random.bounded(3) ? above : QString()));
+        }
+    }
+
+    QVector<RESOURCEMANAGEMENT::Tuner> tuners;
+    QVector<RESOURCEMANAGEMENT::TunerClass> classes;
+    QStringList names;
+};
+
+} // namespace TunerSamples
