@@ -116,6 +116,8 @@ void TestTunerCommands::tellsProgramsAndPeople_data()
     row("plan|S|KW|ZELM_HW20M|ZELM_HW20M|ZELM_HW80M|--optimal", 1, "request booked heldBy conflict planned",
         {"1,true,,,", "2,true,,,", "3,true,,,", "4,false,,2+3+4,", ",,,,false"},
         "requests 2 (ZELM_HW20M), 3 (ZELM_HW20M) and 4 (ZELM_HW80M) cannot be served together, they have 2 ");
+    row("plan|S|KW|KW|ZELM_HW80M|ZELM_HW80M|--optimal", 1, "request conflict",
+        {"1,", "2,1+2", "3,", "4,3+4", ","}, "requests 3 (ZELM_HW80M) and 4 (ZELM_HW80M) cannot be");
     row("plan|A|B|O", 0, "tuner cost totalCost", {"EB 2,-4,", "EB 1,0,", ",,-4"});
     row("plan|B|A|O", 1, "tuner heldBy", {"EB 2,", ",1", ","}, "is held by request 1 (B)\n");
     row("plan|A|Busy|O|--optimal", 1, "served problem",
