@@ -8,7 +8,7 @@ namespace Bench {
 
 namespace {
 
-constexpr char lineFormat[] = "%-36s %12s %12s %8s  %-15s %8s  %s\n";
+constexpr char lineFormat[] = "%-44s %12s %12s %8s  %-15s %8s  %s\n";
 
 std::string formatted(const char* format, double value)
 {
@@ -60,7 +60,7 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs)
         std::find_if(runs.begin(), runs.end(), [](const Run& run) { return run.error_occurred; });
     if (!figure || failed != runs.end()) {
         m_passed = false;
-        std::printf("%-36s FAILED: %s\n", runs.front().run_name.function_name.c_str(),
+        std::printf("%-44s FAILED: %s\n", runs.front().run_name.function_name.c_str(),
                     failed == runs.end() ? "unknown figure" : failed->error_message.c_str());
         return;
     }
@@ -87,7 +87,7 @@ void RatioReporter::Finalize()
 {
     std::puts("\nmeasured against");
     for (const Row& row : m_rows)
-        std::printf("  %-36s %s\n", row.figure->name, row.figure->against);
+        std::printf("  %-44s %s\n", row.figure->name, row.figure->against);
 }
 
 bool RatioReporter::writeRatios(const std::string& file) const

@@ -48,7 +48,7 @@ QByteArray framedBytes(const CXmlMessage& message)
 
 QByteArray brokenFrame(const CXmlMessage& reply, int variant)
 {
-    const QByteArray text = encoded(reply);
+    QByteArray text = encoded(reply);
     const QByteArray size = QByteArray::number(text.size());
     switch (variant) {
     case 0: // a chunk of no bytes

@@ -22,7 +22,7 @@ void traceProblem(quint32 channel, int line, const QString& text)
 
 QString defaultFile()
 {
-    const QString fromEnvironment = qEnvironmentVariable("KOLTA_CONFIG");
+    QString fromEnvironment = qEnvironmentVariable("KOLTA_CONFIG");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
     const QString directory = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);

@@ -3,9 +3,11 @@
 #include <xmlmessaging/server.h>
 
 #include <QDir>
+#include <QHostInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTcpServer>
 #include <QTemporaryDir>
 
 namespace {
@@ -117,6 +119,11 @@ void TestKolta::reachesEveryAddress()
 {
     QFETCH(QString, listen);
     QFETCH(QString, ask);
+    // A bare system may know no names, and a kernel no IPv6.
+    if (ask == QLatin1String("localhost") && QHostInfo::fromName(ask).addresses().isEmpty())
+        QSKIP("this machine does not know the name localhost");
+    if (ask.contains(QLatin1String("::")) && !QTcpServer().listen(QHostAddress::LocalHostIPv6))
+        QSKIP("this machine has no IPv6 loopback");
     Server server({}, listen);
     const QString address = ask + QLatin1Char(':') + server.port();
     Kolta text({QStringLiteral("describe"), address});

@@ -1,7 +1,6 @@
 #include <koltacommon/tunerclassesobserver.h>
 #include <koltacommon/tunerclasstree.h>
 
-#include <resourcemodel/demandclasses.h>
 #include <resourcemodel/resources.h>
 #include <startup/errorhandler.h>
 
@@ -17,26 +16,20 @@ namespace {
 
 const QString path = QStringLiteral("/S1/ADMINISTRATION/TunerClasses");
 
-ResourceOverview zelms()
-{
-    Tuner tuner;
-    tuner.SetType(QStringLiteral("ZELM"));
-    tuner.SetSupportsHardwareProcessing(true);
-    tuner.SetMaxHWBandwidth(2e7);
-    tuner.EditTavikResource().SetAddress(QStringLiteral("a"));
-    ResourceOverview overview;
-    overview.EditTuner().append(tuner);
-    return overview;
-}
-
-/// The default classes of one hardware tuner.
+/// Two classes of one name, of which the first needs hardware and has a tuner.
 TunerClassOverview hierarchy()
 {
-    RESOURCEMANAGEMENT::ResourceDemandClass demandClass;
-    demandClass.SetDemandClassName(QStringLiteral("hw_20MHz"));
-    TunerClassTree tree(TunerClassOverview(), zelms());
-    tree.createDefaultHierarchy({demandClass});
-    return tree.getOriginalTunerClassOverview();
+    TunerClassOverview overview;
+    for (const char* const guid : {"g1", "g2"}) {
+        RESOURCEMANAGEMENT::TunerClass item;
+        item.SetGUID(QLatin1String(guid));
+        item.SetName(QStringLiteral("ZELM_HW20M"));
+        overview.EditTunerClass().append(item);
+    }
+    overview.EditTunerClass().first().SetRDC(QStringLiteral("hw_20MHz"));
+    overview.EditTunerClass().first().SetHWProcessingRDC(true);
+    overview.EditTunerClass().first().EditTunerID().append(QStringLiteral("a"));
+    return overview;
 }
 
 } // namespace
@@ -68,19 +61,17 @@ private Q_SLOTS:
         const QString name = QStringLiteral("ZELM_HW20M");
         QVERIFY(m_observer->getResourceDemandClassForTunerClassName(name).isEmpty());
         QVERIFY(!m_observer->isHwProcessingRDCName(name));
-        TunerClassOverview overview = hierarchy();
-        RESOURCEMANAGEMENT::TunerClass second;
-        second.SetGUID(QStringLiteral("g"));
-        second.SetName(name);
-        overview.EditTunerClass().append(second);
-        m_value->SetValue(overview.GetXmlString());
+        m_value->SetValue(hierarchy().GetXmlString());
         m_value->SetValue(QString()); // does not wipe the mirror
         QCOMPARE(m_log, m_changed);
         QCOMPARE(m_observer->getResourceDemandClassForTunerClassName(name), QStringLiteral("hw_20MHz"));
         QVERIFY(m_observer->isHwProcessingRDCName(name));
         QVERIFY(!m_observer->isHwProcessingRDCName(QStringLiteral("hw_20MHz")));
-        const auto tree = m_observer->getTunerClassTree(zelms());
-        QCOMPARE(tree->getClassForTuner(zelms().GetTuner().first())->getName(), name);
+        Tuner tuner;
+        tuner.EditTavikResource().SetAddress(QStringLiteral("a"));
+        ResourceOverview resources;
+        resources.EditTuner().append(tuner);
+        QCOMPARE(m_observer->getTunerClassTree(resources)->getClassForTuner(tuner)->getName(), name);
     }
 
     void ownChangesAreMirroredAndAnnounced()

@@ -61,7 +61,7 @@ struct Installation
             RESOURCEMANAGEMENT::Tuner one =
                 tuner(QStringLiteral("T%1").arg(i), random.bounded(6) > 0, random.bounded(6) > 0);
             one.EditTavikResource().SetDisplayName(QStringLiteral("N%1").arg(random.bounded(4)));
-            if (random.bounded(8) == 0)
+            if (random.bounded(4) == 0)
                 one.EditTavikResource().SetGUID(QStringLiteral("guid %1").arg(random.bounded(3)));
             if (random.bounded(4))
                 one.SetMaxSWBandwidth(0.4 * random.bounded(-2, 8));

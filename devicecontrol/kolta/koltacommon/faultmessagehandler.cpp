@@ -255,7 +255,7 @@ void FaultMessageHandler::sl_QueryFaultReference(ResourceConverter::CQueryFaultR
         QSaveFile file(path);
         if (!file.open(QIODevice::WriteOnly))
             return;
-        const QVector<ResourceConverter::FaultDescription> faults = query->getFaults();
+        const QVector<ResourceConverter::FaultDescription>& faults = query->getFaults();
         for (const ResourceConverter::FaultDescription& fault : faults)
             file.write(toLine(fault));
         if (!file.commit())

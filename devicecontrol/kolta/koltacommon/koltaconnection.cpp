@@ -217,7 +217,7 @@ void KoltaConnection::enqueue(const ptrKoltaRequest& request)
 
 bool KoltaConnection::hasRequestsPending() const
 {
-    return queue.size() > 0;
+    return !queue.isEmpty();
 }
 
 bool KoltaConnection::isIdle() const

@@ -115,8 +115,10 @@ void TunerBookingManager::init(const KoltaResourceObserver& resourceObserver)
 
 bool TunerBookingManager::init(const QString& serverPath)
 {
+    // Made first: `serverPath` may belong to an item that goes with the value that is released.
+    const QString path = serverPath + QStringLiteral("/Resources");
     dropSource();
-    const bool bound = m_binding.Bind(serverPath + QStringLiteral("/Resources"));
+    const bool bound = m_binding.Bind(path);
     const QString text = bound ? m_binding.Get()->GetStringValue() : QString();
     if (m_updateMode == eReadOnce)
         m_binding.Release();

@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 #include <QScriptEngine>
-#include <QScriptEngineAgent>
 #include <QScriptValue>
 #include <QThread>
 #include <QTimer>
@@ -37,8 +36,6 @@ struct Run
     QString script;
     int timeLimitMs = defaultTimeLimitMs;
 
-    std::atomic<int> line{0}; ///< where the script is
-
     // Written by the script's thread before it is done.
     QString id;
     QString error;
@@ -54,10 +51,10 @@ QString exceptionText(int line, const QString& text)
     return QStringLiteral("ScriptException at line %1: %2").arg(line).arg(text);
 }
 
+/// Where a script is when its time is over, the engine does not tell.
 QString timeoutText(const Run& run)
 {
-    return exceptionText(run.line,
-                         QStringLiteral("The script did not end within %1 ms.").arg(run.timeLimitMs));
+    return exceptionText(0, QStringLiteral("The script did not end within %1 ms.").arg(run.timeLimitMs));
 }
 
 /// Takes away what the engine adds to the language.
@@ -69,18 +66,6 @@ void confine(QScriptEngine& engine)
     for (const char* const name : {"connect", "disconnect"})
         function.property(QStringLiteral("prototype")).setProperty(QLatin1String(name), QScriptValue());
 }
-
-/// Notes where a script is. Owned by its engine.
-class LineWatch : public QScriptEngineAgent
-{
-public:
-    LineWatch(QScriptEngine* engine, std::atomic<int>& line) : QScriptEngineAgent(engine), m_line(line) {}
-
-    void positionChange(qint64, int lineNumber, int) override { m_line = lineNumber; }
-
-private:
-    std::atomic<int>& m_line;
-};
 
 /// The time limit of one engine; works from the events that the engine processes on its thread.
 class TimeLimit
@@ -111,15 +96,13 @@ void evaluate(Run& run)
     for (const auto& property : std::as_const(run.properties))
         engine.globalObject().setProperty(property.first, property.second);
 
-    engine.setAgent(new LineWatch(&engine, run.line));
     const TimeLimit limit(engine, run.timeLimitMs);
     engine.evaluate(run.script, QString(), 1);
     QString error;
     QString id;
     if (engine.hasUncaughtException()) {
-        // The engine does not know the line of what is no Error object.
         const int line = engine.uncaughtExceptionLineNumber();
-        error = exceptionText(line > 0 ? line : run.line.load(), engine.uncaughtException().toString());
+        error = exceptionText(line, engine.uncaughtException().toString());
     } else if (!limit.exceeded()) {
         const QScriptValue value = engine.globalObject().property(QStringLiteral("TunerID"));
         if (!value.isValid() || !value.isString())

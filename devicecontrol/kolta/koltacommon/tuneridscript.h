@@ -17,7 +17,8 @@ namespace Kolta {
 /// the global "TunerID".
 ///
 /// Returns an empty text, and appends one line to `errors` unless that is null, when the script throws or
-/// does not end in time, sets no text or an empty one, or the tuner cannot be written as XML.
+/// does not end in time (the line is 0 then), sets no text or an empty one, or the tuner cannot be written as
+/// XML.
 ///
 /// The caller waits for no longer than the configured time, "TunerIdScript"/"TimeLimitMs", and a moment.
 /// Scripts run on threads of their own and never process the application's events. A script that loops is

@@ -1,0 +1,371 @@
+#include "figure.h"
+
+#include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/tunerclassresourceselector.h>
+#include <koltacommon/tunerclasstree.h>
+#include <resourcemodel/demandclasses.h>
+#include <resourcemodel/tunerclasses.h>
+#include <simulation/resourcegenerator.h>
+
+#include <QSet>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace Bench {
+
+namespace {
+
+using Kolta::TunerBookingManager;
+using Kolta::TunerClassResourceSelector;
+using Kolta::TunerClassTree;
+using RESOURCEMANAGEMENT::ResourceDemandClass;
+using RESOURCEMANAGEMENT::ResourceOverview;
+using RESOURCEMANAGEMENT::Tuner;
+using RESOURCEMANAGEMENT::TunerClass;
+using RESOURCEMANAGEMENT::TunerClassOverview;
+
+constexpr int many = 10000;
+constexpr int few = 1000;
+constexpr int tunersPerClass = 20;
+constexpr int subclasses = 4; ///< of one class; 500 classes so are nested six levels deep
+constexpr int noClass = -1;
+constexpr int byGuid = 2; ///< as a choice of tuner ID
+
+int superclassOf(int number)
+{
+    return number == 0 ? noClass : (number - 1) / subclasses;
+}
+
+QString nameOf(int number)
+{
+    return QStringLiteral("C%1").arg(number);
+}
+
+QString classGuid(int number)
+{
+    return QStringLiteral("{class %1}").arg(number);
+}
+
+int penaltyOf(int number)
+{
+    return number * 7 % 5;
+}
+
+/// An installation all of whose tuners are below class 0; class n encloses classes 4n + 1 to 4n + 4.
+struct Installation
+{
+    explicit Installation(int tuners) : Installation(tuners, tuners / tunersPerClass) {}
+    Installation(int tuners, int classes);
+
+    int classOf(int tuner) const { return tuner % classCount; }
+
+    int classCount;
+    ResourceOverview resources;
+    TunerClassOverview tunerClasses;
+};
+
+Installation::Installation(int tuners, int classes)
+    : classCount(classes), resources(KoltaSimulation::makeResources(tuners, 1))
+{
+    std::vector<QVector<QString>> members(static_cast<std::size_t>(classes));
+    for (int i = 0; i < tuners; ++i) {
+        members[static_cast<std::size_t>(classOf(i))].append(
+            resources.GetTuner().at(i).GetTavikResource().GetGUID());
+    }
+    tunerClasses.EditTunerIdDefinition().SetChoice(byGuid);
+    for (int i = 0; i < classes; ++i) {
+        const int number = i * 193 % classes; // enclosing classes are listed before and after enclosed ones
+        TunerClass tunerClass;
+        tunerClass.SetGUID(classGuid(number));
+        tunerClass.SetName(nameOf(number));
+        tunerClass.SetRDC(QStringLiteral("sw"));
+        tunerClass.SetCostPenalty(penaltyOf(number));
+        if (superclassOf(number) != noClass)
+            tunerClass.SetSuperclassGUID(classGuid(superclassOf(number)));
+        tunerClass.SetTunerID(members[static_cast<std::size_t>(number)]);
+        tunerClasses.EditTunerClass().append(tunerClass);
+    }
+}
+
+/// All that a choice looks at in a tuner.
+struct Key
+{
+    bool accessible;
+    bool idle;
+    int cost;
+    int depth;
+    double bandwidth;
+    bool hardwareProcessing;
+    bool panoramaScan;
+    QString displayName;
+    QString guid;
+};
+
+bool isPreferred(const Key& a, const Key& b)
+{
+    if (a.cost != b.cost)
+        return a.cost < b.cost;
+    if (a.depth != b.depth)
+        return a.depth < b.depth;
+    if (std::abs(a.bandwidth - b.bandwidth) >= 1.0)
+        return a.bandwidth < b.bandwidth;
+    if (a.hardwareProcessing != b.hardwareProcessing)
+        return b.hardwareProcessing;
+    if (a.panoramaScan != b.panoramaScan)
+        return b.panoramaScan;
+    if (const int names = QString::localeAwareCompare(a.displayName, b.displayName))
+        return names < 0;
+    return a.guid < b.guid;
+}
+
+/// The keys of all tuners, made from the records and the numbers of the classes alone.
+std::vector<Key> makeKeys(const Installation& installation)
+{
+    std::vector<Key> keys;
+    const QVector<Tuner>& tuners = installation.resources.GetTuner();
+    for (int i = 0; i < tuners.size(); ++i) {
+        const Tuner& tuner = tuners.at(i);
+        int cost = 0;
+        int depth = 1;
+        for (int c = installation.classOf(i); c != noClass; c = superclassOf(c), ++depth)
+            cost += penaltyOf(c);
+        keys.push_back({tuner.GetAccessible(), tuner.GetIdle(), cost, depth,
+                        std::max(tuner.GetMaxSWBandwidth(), tuner.GetMaxHWBandwidth()),
+                        tuner.GetSupportsHardwareProcessing(), tuner.GetSupportsPScan(),
+                        tuner.GetTavikResource().GetDisplayName(), tuner.GetTavikResource().GetGUID()});
+    }
+    return keys;
+}
+
+const Key* plainChoice(const std::vector<Key>& keys)
+{
+    const Key* best = nullptr;
+    for (const Key& key : keys) {
+        if (key.accessible && key.idle && (!best || isPreferred(key, *best)))
+            best = &key;
+    }
+    return best;
+}
+
+/// Both sides do `World::work()`, with worlds of many and of few tuners.
+template<class World>
+Sides growth()
+{
+    const auto large = std::make_shared<World>(many);
+    const auto small = std::make_shared<World>(few);
+    constexpr int equalWork = many / few;
+    const auto workSmall = [small] {
+        for (int i = 0; i < equalWork; ++i)
+            small->work();
+    };
+    return {timed([large] { large->work(); }), timed(workSmall, equalWork)};
+}
+
+/// Makes a tree and lets it go.
+struct TreeBuilding
+{
+    explicit TreeBuilding(int tuners) : installation(tuners)
+    {
+        const TunerClassTree tree(installation.tunerClasses, installation.resources);
+        for (int i = 0; i < tuners; ++i) {
+            const auto item = tree.getClassForTuner(installation.resources.GetTuner().at(i));
+            require(item && item->getName() == nameOf(installation.classOf(i)), "a tuner is out of place");
+        }
+        for (int i = 0; i < installation.classCount; ++i) {
+            const auto parent = tree.findItemByID(classGuid(i))->getParent();
+            require(i == 0 ? parent->isRootItem() : parent->getName() == nameOf(superclassOf(i)),
+                    "a class is out of place");
+        }
+    }
+
+    void work() const
+    {
+        const TunerClassTree tree(installation.tunerClasses, installation.resources);
+        const auto& root = tree.getRootItem();
+        require(root->getNumberOfChildren() == 1 &&
+                    root->getChild(0)->getNumberOfChildren() == tunersPerClass + subclasses,
+                "the tree is not complete");
+    }
+
+    Installation installation;
+};
+
+Sides buildAgainstParsing()
+{
+    const auto building = std::make_shared<const TreeBuilding>(many);
+    const auto parse = [text = building->installation.resources.GetXmlString()] {
+        ResourceOverview overview;
+        overview.SetXmlString(text, false);
+        require(overview.GetTuner().size() == many, "the overview is not complete");
+    };
+    return {timed([building] { building->work(); }), timed(parse)};
+}
+
+/// One choice among all tuners.
+struct Selection
+{
+    explicit Selection(int tuners)
+    {
+        const Installation installation(tuners);
+        keys = makeKeys(installation);
+        expected = plainChoice(keys)->guid;
+        selector.setTunerClassOverview(installation.tunerClasses);
+        selector.setResourceOverview(installation.resources);
+        work(); // the tree is built by the first query
+    }
+
+    void work() const
+    {
+        require(selector.selectTuner(className).GetTavikResource().GetGUID() == expected,
+                "another tuner was chosen");
+    }
+
+    QString className = nameOf(0);
+    std::vector<Key> keys;
+    QString expected;
+    TunerClassResourceSelector selector;
+};
+
+Sides selectionAgainstScan()
+{
+    const auto selection = std::make_shared<const Selection>(many);
+    const auto scan = [selection] {
+        const Key* const choice = plainChoice(selection->keys);
+        require(choice && choice->guid == selection->expected, "another tuner was chosen by the scan");
+    };
+    return {timed([selection] { selection->work(); }), timed(scan)};
+}
+
+/// Replaces the classes of a tree by the default ones.
+struct DefaultHierarchy
+{
+    explicit DefaultHierarchy(int tunerCount)
+        : tuners(tunerCount), tree(TunerClassOverview(), KoltaSimulation::makeResources(tunerCount, 1))
+    {
+        ResourceDemandClass demandClass;
+        demandClass.SetDemandClassName(QStringLiteral("hw_20MHz"));
+        demandClasses.append(demandClass);
+        work();
+        require(tree.getRootItem()->getNumberOfTunerDescendants() == tuners,
+                "a tuner is missing in the default classes");
+    }
+
+    void work()
+    {
+        tree.createDefaultHierarchy(demandClasses);
+        const auto& root = tree.getRootItem();
+        // Three types of tuners, and all ZELM tuners below one class.
+        require(root->getNumberOfTunerChildren() == 0 && root->getNumberOfChildren() == 4,
+                "the default classes are not as they should be");
+    }
+
+    int tuners;
+    TunerClassTree tree;
+    QVector<ResourceDemandClass> demandClasses;
+};
+
+/// Overviews, parsed from their texts as they come from a server, with 1 % of the tuners changed.
+struct BookingUpdate
+{
+    explicit BookingUpdate(int tunerCount) : changes(tunerCount / 100)
+    {
+        ResourceOverview overview = KoltaSimulation::makeResources(tunerCount, 1);
+        overviews[0].SetXmlString(overview.GetXmlString(), true);
+        for (int i = 50; i < tunerCount; i += 100) {
+            Tuner& tuner = overview.EditTuner()[i];
+            tuner.SetIdle(!tuner.GetIdle());
+        }
+        overviews[1].SetXmlString(overview.GetXmlString(), true);
+        manager.sl_updateTuners(overviews[0]);
+        QObject::connect(&manager, &TunerBookingManager::si_TunerStateChanged, [this] { ++announced; });
+    }
+
+    void work()
+    {
+        announced = 0;
+        current = 1 - current;
+        manager.sl_updateTuners(overviews[current]);
+        require(announced == changes, "an update was not announced as it should be");
+    }
+
+    int changes;
+    ResourceOverview overviews[2];
+    int current = 0;
+    int announced = 0;
+    TunerBookingManager manager;
+};
+
+/// Whether the 200 outermost classes, the one with all tuners first, can get a tuner each.
+struct SimultaneousUse
+{
+    explicit SimultaneousUse(int tuners)
+    {
+        const Installation installation(tuners, 500);
+        selector.setTunerClassOverview(installation.tunerClasses);
+        selector.setResourceOverview(installation.resources);
+        for (int i = 0; i < 200; ++i)
+            classNames.append(nameOf(i));
+        compareWithPlainHandOut(installation);
+        work();
+    }
+
+    void work() const
+    {
+        QStringList errors;
+        require(selector.canBeRunSimultaneously(classNames, &errors) && errors.isEmpty(),
+                "a class was left without a tuner");
+    }
+
+    void compareWithPlainHandOut(const Installation& installation) const
+    {
+        const std::vector<Key> keys = makeKeys(installation);
+        QSet<QString> held;
+        const auto allotments = selector.explainSimultaneousUse(classNames);
+        for (int request = 0; request < classNames.size(); ++request) {
+            const Key* best = nullptr;
+            for (int i = 0; i < static_cast<int>(keys.size()); ++i) {
+                int enclosing = installation.classOf(i);
+                while (enclosing > request) // numbers grow inwards
+                    enclosing = superclassOf(enclosing);
+                const Key& key = keys[static_cast<std::size_t>(i)];
+                if (enclosing == request && !held.contains(key.guid) && (!best || isPreferred(key, *best)))
+                    best = &key;
+            }
+            require(best && allotments.at(request).tuner.GetTavikResource().GetGUID() == best->guid,
+                    "a class got another tuner");
+            held.insert(best->guid);
+        }
+    }
+
+    QStringList classNames;
+    TunerClassResourceSelector selector;
+};
+
+const bool buildAdded =
+    addFigure({"class_tree_build_10k_vs_parse_10k", "parsing the resource overview of the same tuners", 1.0,
+               Unit::Time, buildAgainstParsing});
+const bool buildGrowthAdded =
+    addFigure({"class_tree_build_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 13,
+               Unit::Time, growth<TreeBuilding>});
+const bool selectionGrowthAdded =
+    addFigure({"select_tuner_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 12,
+               Unit::Time, growth<Selection>});
+const bool selectionAdded = addFigure({"select_tuner_10k_vs_plain_scan",
+                                       "one pass over a plain array of keys with the same order of criteria",
+                                       6.0, Unit::Time, selectionAgainstScan});
+const bool hierarchyAdded =
+    addFigure({"default_hierarchy_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 13,
+               Unit::Time, growth<DefaultHierarchy>});
+const bool bookingAdded =
+    addFigure({"booking_update_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 12,
+               Unit::Time, growth<BookingUpdate>});
+const bool simultaneousAdded =
+    addFigure({"simultaneous_200_classes_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000",
+               13, Unit::Time, growth<SimultaneousUse>});
+
+} // namespace
+
+} // namespace Bench
