@@ -36,7 +36,7 @@ void printObjects(const TunerAllocation& allocation)
                    {QStringLiteral("defaultTuner"), nameOf(item->getDefaultTuner())},
                    {QStringLiteral("free"), count.free},
                    {QStringLiteral("tuners"), count.all},
-                   {QStringLiteral("made"), allocation.isDefault()}});
+                   {QStringLiteral("generated"), allocation.isDefault()}});
     });
 }
 

@@ -1,6 +1,5 @@
 #include "demo.h"
 
-#include "output.h"
 #include "tunerplan.h"
 #include "tunertables.h"
 
@@ -9,8 +8,9 @@
 #include <koltacommon/tunerclassresourceselector.h>
 #include <koltacommon/tunerclasstree.h>
 
-#include <QJsonArray>
 #include <QSet>
+
+#include <algorithm>
 
 // The step of the demo in which tuners are chosen and planned by their class.
 
@@ -114,7 +114,7 @@ void Demo::tellPlans(const TunerClassTree& tree, const QString& className, int f
     TunerPlan good = planGreedily(tree, manager.getFreeTuners(), classNames);
     book(good, manager);
     m_report.say(QString());
-    m_report.say(QStringLiteral("%1 requests for class %2:").arg(freeTuners).arg(className));
+    m_report.say(QStringLiteral("%1 is asked for as often as it has free tuners:").arg(className));
     m_report.show(planTable(good));
     m_report.check(good.holds(), QStringLiteral("each request gets a tuner, which is booked for it"));
     m_report.set(QStringLiteral("booked"), freeTuners);

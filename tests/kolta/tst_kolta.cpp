@@ -60,7 +60,8 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes"})
+    for (const char* command :
+         {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes", "select", "plan"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
@@ -331,13 +332,14 @@ void TestKolta::demoGoesAsItMust()
     QCOMPARE(kolta.errors(), QString());
     QCOMPARE(kolta.exitCode(), 0);
     const QVector<QJsonObject> steps = jsonLines(kolta.output());
-    QCOMPARE(steps.size(), 8);
+    QCOMPARE(steps.size(), 9);
     for (int i = 0; i < steps.size(); ++i) {
         QCOMPARE(steps[i].value(words("step")).toInt(), i + 1);
         QVERIFY(steps[i].value(words("ok")).toBool());
     }
     QCOMPARE(steps[6].value(words("received")).toArray(), (QJsonArray{2, 1, 1, 1, 1}));
-    QJsonObject summary = steps[7];
+    QVERIFY(steps[7].value(words("problem")).toString().endsWith(words("is held by request 1 (DX)")));
+    QJsonObject summary = steps[8];
     for (const char* name : {"step", "title", "ok"})
         summary.remove(words(name));
     QCOMPARE(summary, (QJsonObject{{words("requests"), 7},
@@ -352,7 +354,7 @@ void TestKolta::demoGoesAsItMust()
     QVERIFY(story.ends());
     QCOMPARE(story.exitCode(), 0);
     for (const char* part :
-         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n8. Summary"})
+         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n9. Summary"})
         QVERIFY2(story.output().contains(words(part)), part);
 }
 

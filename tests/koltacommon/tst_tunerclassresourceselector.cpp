@@ -317,7 +317,10 @@ private Q_SLOTS:
         QVERIFY(policy->tree() == tree);
         policy->isBroken = true;
         QVERIFY(selector.selectTuner(top) == Tuner());
-        QCOMPARE(selector.explainSelection(top).candidates.size(), 3);
+        const TunerSelection selection = selector.explainSelection(top);
+        QCOMPARE(selection.candidates.size(), 3);
+        QVERIFY(!selection.chosen());
+        QCOMPARE(selection.candidates.first().refusal, TunerRefusal::NotChosen);
 
         // A new overview gives the policy a new tree, at the next query.
         selector.setResourceOverview(QVector<Tuner>());

@@ -101,8 +101,9 @@ std::vector<int> TunerChooser::orderOfChoice(const std::vector<TunerWeights>& ca
     std::iota(positions.begin(), positions.end(), 0);
     std::vector<int> order;
     while (!rest.isEmpty()) {
-        const int chosen =
-            std::max(0, chosenBy(*m_policy, rest)); // whoever chooses none gets them as they are listed
+        const int chosen = chosenBy(*m_policy, rest);
+        if (chosen < 0)
+            break;
         order.push_back(positions[static_cast<std::size_t>(chosen)]);
         rest.removeAt(chosen);
         positions.erase(positions.begin() + chosen);

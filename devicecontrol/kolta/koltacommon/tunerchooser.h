@@ -31,8 +31,8 @@ public:
     int choose(const ptrTunerPlaces& places, const TunerFilter& filter);
     /// The same among the places whose tuner has no holder yet, by identity (see identityOf()).
     int chooseUnheld(const ptrTunerPlaces& places, const std::vector<int>& holders);
-    /// The positions in the order in which they are chosen one after the other. Quadratic for policies other
-    /// than the default one.
+    /// The positions in the order in which they are chosen one after the other, without those that the policy
+    /// leaves when it chooses none. Quadratic for policies other than the default one.
     std::vector<int> orderOfChoice(const std::vector<TunerWeights>& candidates) const;
     /// What puts the first candidate ahead of the second; both neighbours in the order of choice.
     TunerCriterion criterion(const TunerWeights& first, const TunerWeights& second) const;

@@ -68,12 +68,19 @@ struct Candidates
     void appendTo(QVector<TunerCandidate>& list, const TunerChooser& chooser) const
     {
         const TunerWeights* previous = nullptr;
+        std::vector<char> isPlaced(weights.size(), false);
         for (const int index : chooser.orderOfChoice(weights)) {
             const auto i = static_cast<std::size_t>(index);
+            isPlaced[i] = true;
             if (previous && refusals[i] == TunerRefusal::None)
                 list.last().ahead = chooser.criterion(*previous, weights[i]);
             previous = &weights[i];
             list.append(makeCandidate(weights[i], refusals[i]));
+        }
+        for (std::size_t i = 0; i < weights.size(); ++i) {
+            const bool isAccepted = refusals[i] == TunerRefusal::None;
+            if (!isPlaced[i])
+                list.append(makeCandidate(weights[i], isAccepted ? TunerRefusal::NotChosen : refusals[i]));
         }
     }
 };

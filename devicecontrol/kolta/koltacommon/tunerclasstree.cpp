@@ -107,7 +107,8 @@ void TunerClassTree::PlaceIndex::readTree(const TunerClassTreeItem& root)
     lists.clear();
     listEntries = 0;
 
-    std::vector<Level> levels{{root.getChildren().begin(), root.getChildren().end(), 0, 0, none}};
+    std::vector<Level> levels{
+        {root.getChildren().begin(), root.getChildren().end(), root.getCost(), 0, none}};
     while (!levels.empty()) {
         Level& level = levels.back();
         if (level.next != level.end) {
@@ -244,7 +245,8 @@ ptrTunerClassTreeItem TunerClassTree::findClassItemByName(const QString& name) c
 ptrTunerClassTreeItem TunerClassTree::findItemForTuner(const Tuner& tuner) const
 {
     const QString id = resolveTunerID(tuner);
-    return id.isEmpty() ? ptrTunerClassTreeItem() : findItemByID(id);
+    const ptrTunerClassTreeItem item = id.isEmpty() ? ptrTunerClassTreeItem() : findItemByID(id);
+    return item == m_root ? ptrTunerClassTreeItem() : item;
 }
 
 ptrTunerClassTreeItem TunerClassTree::getClassForTuner(const Tuner& tuner) const

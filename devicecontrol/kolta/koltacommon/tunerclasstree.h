@@ -74,7 +74,7 @@ public:
     ptrTunerClassTreeItem findItemByID(const QString& id) const;
     /// The first class, depth-first, with exactly that name. The root is no class by its name.
     ptrTunerClassTreeItem findClassItemByName(const QString& name) const;
-    /// The item of that tuner, by its tuner ID.
+    /// The item of that tuner, by its tuner ID; never the root, whatever the tuner is called.
     ptrTunerClassTreeItem findItemForTuner(const RESOURCEMANAGEMENT::Tuner& tuner) const;
     /// The parent of the tuner's item: its class, or the root.
     ptrTunerClassTreeItem getClassForTuner(const RESOURCEMANAGEMENT::Tuner& tuner) const;

@@ -160,9 +160,11 @@ TunerClassTreeBuilder::Children& TunerClassTreeBuilder::childrenOf(int classItem
     return m_children[static_cast<std::size_t>(classItem == root ? 0 : 1 + classItem - m_firstClass)];
 }
 
+/// Whether a class is below another item.
 bool TunerClassTreeBuilder::isBelow(int item, int ancestor)
 {
-    if (isTuner(ancestor) || childrenOf(ancestor).first == none)
+    // Only what has a class below it is worth the way up, which may be long.
+    if (isTuner(ancestor) || childrenOf(ancestor).last == none || isTuner(childrenOf(ancestor).last))
         return false;
     while (item != none && item != ancestor)
         item = nodeOf(item).parent;

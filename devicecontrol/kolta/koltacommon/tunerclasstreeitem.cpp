@@ -111,7 +111,7 @@ void TunerClassTreeItem::setHWProcessing(bool hwProcessing)
 const Tuner& TunerClassTreeItem::getTuner() const noexcept
 {
     static const Tuner none;
-    return m_tuners.isEmpty() ? none : m_tuners.at(m_tunerIndex);
+    return m_tunerIndex >= 0 && m_tunerIndex < m_tuners.size() ? m_tuners.at(m_tunerIndex) : none;
 }
 
 ptrTunerClassTreeItem TunerClassTreeItem::getChild(int index) const
@@ -289,9 +289,11 @@ const TunerClassTreeItem::ClassPart& TunerClassTreeItem::classPart() const noexc
     return m_class ? *m_class : none;
 }
 
+/// Whether this class is below another item.
 bool TunerClassTreeItem::isBelow(const TunerClassTreeItem& ancestor) const
 {
-    if (ancestor.getChildren().empty())
+    // Only what has a class below it is worth the way up, which may be long.
+    if (ancestor.getNumberOfTunerChildren() == ancestor.getNumberOfChildren())
         return false;
     ptrTunerClassTreeItem item = getParent();
     while (item && item.get() != &ancestor)

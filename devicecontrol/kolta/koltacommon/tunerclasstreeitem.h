@@ -47,7 +47,8 @@ public:
     explicit TunerClassTreeItem(const RESOURCEMANAGEMENT::TunerClass& tunerClass);
     /// A tuner without parent; keeps a copy of the record.
     TunerClassTreeItem(const RESOURCEMANAGEMENT::Tuner& tuner, const QString& tunerID);
-    /// The same for a record of a list, of which it keeps an (implicitly shared) copy as a whole.
+    /// The same for a record of a list, of which it keeps an (implicitly shared) copy as a whole. An index
+    /// out of range means an empty record.
     TunerClassTreeItem(const QVector<RESOURCEMANAGEMENT::Tuner>& tuners, int index, const QString& tunerID);
     ~TunerClassTreeItem();
 

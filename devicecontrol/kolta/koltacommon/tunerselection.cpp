@@ -103,6 +103,8 @@ QString toText(TunerRefusal refusal)
         return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "excluded"));
     case TunerRefusal::NoMatchingStorage:
         return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "no matching storage"));
+    case TunerRefusal::NotChosen:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not chosen by the cost function"));
     case TunerRefusal::NotInTree:
         return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not in the tuner class tree"));
     }

@@ -23,6 +23,7 @@ enum class TunerRefusal {
     NotIdle,           ///< something uses it
     Excluded,          ///< the caller's exclude function said so
     NoMatchingStorage, ///< it has no direct interface to any of the wanted storages
+    NotChosen,         ///< the cost function, asked for the cheapest of what was left, chose none
     NotInTree          ///< it has no place in the tuner class tree: its tuner ID is empty
 };
 
