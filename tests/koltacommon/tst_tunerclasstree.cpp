@@ -2,8 +2,6 @@
 
 #include <koltacommon/tunerclasstree.h>
 
-#include <resourcemodel/demandclasses.h>
-
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QtTest>

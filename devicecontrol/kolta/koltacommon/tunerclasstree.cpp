@@ -5,8 +5,6 @@
 #include <koltacommon/tunerclasstreebuilder.h>
 #include <koltacommon/tuneridgetter.h>
 
-#include <resourcemodel/demandclasses.h>
-
 #include <QHash>
 
 #include <algorithm>
@@ -196,6 +194,7 @@ void TunerClassTree::initTree()
         m_firstRevision += m_root->m_class->changes->revision + 1;
     m_itemIndex.reset();
     m_placeIndex.reset();
+    m_root.reset(); // what it took serves the new one
     m_root = TunerClassTreeBuilder(m_tunerClasses, m_resources).build();
 }
 
@@ -267,7 +266,7 @@ ptrTunerPlaces TunerClassTree::getTunerPlacesOfClass(const QString& className) c
         static const auto empty = std::make_shared<const std::vector<TunerPlace>>();
         return empty;
     }
-    const ptrTunerPlaces list = index.makeList(index.ranges[static_cast<std::size_t>(range)]);
+    ptrTunerPlaces list = index.makeList(index.ranges[static_cast<std::size_t>(range)]);
     index.listEntries += list->size();
     // In a very deep tree the lists of all classes would take far more than the tree.
     if (index.listEntries > index.places.size() * PlaceIndex::keptPerTuner) {

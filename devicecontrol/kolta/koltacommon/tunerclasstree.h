@@ -2,6 +2,7 @@
 
 #include <koltacommon/tunerclasstreeitem.h>
 
+#include <resourcemodel/demandclasses.h>
 #include <resourcemodel/tunerclasses.h>
 
 #include <QString>
@@ -9,10 +10,6 @@
 
 #include <memory>
 #include <vector>
-
-namespace RESOURCEMANAGEMENT {
-class ResourceDemandClass;
-}
 
 namespace Kolta {
 

@@ -157,7 +157,7 @@ bool runInTime(const std::shared_ptr<Run>& run)
     run->abandoned = true;
     ++leftBehind;
     QObject::connect(thread.get(), &QThread::finished, thread.get(), &QObject::deleteLater);
-    thread.release();
+    static_cast<void>(thread.release()); // deletes itself
     return false;
 }
 
