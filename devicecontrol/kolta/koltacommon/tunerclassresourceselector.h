@@ -24,6 +24,9 @@ namespace Kolta {
 /// the first class of that name, nested classes included. A class that does not exist has no tuners. Which
 /// tuner is preferred is up to the cost function, which gets every new tree by its init().
 ///
+/// A policy belongs to one selector: the init() of another would give it a tree in which the first one's
+/// tuners have no place. Its init() must not query the selector.
+///
 /// Tuners are the same if their GUIDs are; all tuners without GUID count as one. Nothing throws but what a
 /// cost function or exclude function throws; an exclude function may use the selector. Not thread-safe, and
 /// const operations are no exception.

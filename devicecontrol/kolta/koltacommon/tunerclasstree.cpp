@@ -224,6 +224,8 @@ const TunerClassOverview& TunerClassTree::getOriginalTunerClassOverview() const 
 
 ptrTunerClassTreeItem TunerClassTree::findItemByID(const QString& id) const
 {
+    if (id.isEmpty())
+        return ptrTunerClassTreeItem();
     const ItemIndex& index = itemIndex();
     const int place = index.places.find(id, [&index](int i) -> const QString& { return index.idAt(i); });
     if (place != IdTable::none)

@@ -41,7 +41,8 @@ using ptrTunerPlaces = std::shared_ptr<const std::vector<TunerPlace>>;
 /// - a class that lists the GUID of a class listed before it gets that class as a child;
 /// - a default child that is unknown or no child of the class is ignored; the first child attached is it;
 /// - an empty ID names nothing.
-/// Building takes time in proportion to both overviews.
+/// Building takes time in proportion to both overviews; a list of nested classes that have members of their
+/// own before they get their superclass costs the depth of nesting on top.
 ///
 /// Searches for what does not exist yield an empty handle or list; nothing throws. Look-ups by ID and the
 /// tuners of a class are indexed on first use after a change. Not thread-safe, queries included.
