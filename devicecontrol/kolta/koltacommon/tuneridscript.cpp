@@ -147,6 +147,10 @@ bool runInTime(const std::shared_ptr<Run>& run)
     auto thread = std::make_unique<ScriptThread>(run);
     thread->moveToThread(QCoreApplication::instance()->thread());
     thread->start();
+    if (!thread->isRunning() && !thread->isFinished()) {
+        run->error = exceptionText(0, QStringLiteral("The system has no thread to run scripts on."));
+        return true;
+    }
     std::unique_lock<std::mutex> lock(run->mutex);
     if (run->ended.wait_for(lock, std::chrono::milliseconds(run->timeLimitMs) + grace,
                             [&run] { return run->done; })) {
