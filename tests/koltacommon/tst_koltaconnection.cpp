@@ -186,6 +186,27 @@ private Q_SLOTS:
             QTest::addRow("cut at byte %d", bytes) << bytes << lost << text(trace);
         }
         QTest::newRow("garbage") << -2 << text("Unknown") << text("no chunk at byte ");
+        for (const char* const hostile : {"entities", "not UTF-8", "nested too deep", "too long"})
+            QTest::addRow("%s", hostile) << -2 << text("Unknown") << text(" at byte ");
+    }
+    /// What the peer sends in place of a reply in the row that runs.
+    static QByteArray hostileBytes()
+    {
+        const QByteArray row = QTest::currentDataTag();
+        const QByteArray begin = "<Message id='1' service='3'><Fragment component='b'><Data>";
+        const QByteArray end = "</Data></Fragment></Message>";
+        QByteArray document;
+        if (row == "entities")
+            document = "<!DOCTYPE a [<!ENTITY b 'bbbb'><!ENTITY c '&b;&b;'>]>" + begin + "<a>&c;</a>" + end;
+        else if (row == "not UTF-8")
+            document = begin + "<a>\xC3\x28</a>" + end;
+        else if (row == "nested too deep")
+            document = begin + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + end;
+        else
+            return row == "too long" ? "\n#4294967295\n" : "garbage";
+        QByteArray frame;
+        XmlCommunication::appendFrame(frame, document);
+        return frame;
     }
     void reconnectsAndResends()
     {
@@ -204,7 +225,7 @@ private Q_SLOTS:
             else if (cutAt == -1)
                 peer.link->abort();
             else
-                peer.link->sendRaw("garbage");
+                peer.link->sendRaw(hostileBytes());
         };
         Startup::TraceRecorder recorder;
         for (const char* component : {"a", "b", "c"})
