@@ -1,7 +1,10 @@
 #include <xmlmessaging/framing.h>
 
-#include <QElapsedTimer>
 #include <QtTest>
+
+#include <algorithm>
+#include <ctime>
+#include <limits>
 
 using XmlCommunication::appendFrame;
 using XmlCommunication::FrameReader;
@@ -126,21 +129,26 @@ void TestFraming::writerAndReaderAgree()
 
 void TestFraming::tinyChunksTakeLinearTime()
 {
+    // Processor time, the best of three: other work on the machine must not decide.
     const auto measure = [](int chunks) {
         const QByteArray stream = QByteArray("\n#1\nx").repeated(chunks) + "\n##\n";
-        QElapsedTimer timer;
-        timer.start();
-        FrameReader reader(chunks);
-        reader.feed(stream.constData(), stream.size());
-        QByteArray message;
-        const bool whole = reader.next(message) && message.size() == chunks;
-        return whole ? timer.nsecsElapsed() : -1;
+        std::clock_t best = std::numeric_limits<std::clock_t>::max();
+        for (int run = 0; run < 3; ++run) {
+            const std::clock_t start = std::clock();
+            FrameReader reader(chunks);
+            reader.feed(stream.constData(), stream.size());
+            QByteArray message;
+            if (!reader.next(message) || message.size() != chunks)
+                return std::clock_t(-1);
+            best = std::min(best, std::clock() - start);
+        }
+        return best;
     };
-    measure(1000);
-    const qint64 small = measure(20000);
-    const qint64 large = measure(1000000);
-    QVERIFY(small > 0 && large > 0);
-    QVERIFY2(large < small * 50 * 12, qPrintable(QStringLiteral("%1 %2").arg(small).arg(large)));
+    const std::clock_t small = measure(50000);
+    const std::clock_t large = measure(1000000);
+    QVERIFY(small >= 0 && large >= 0);
+    // Linear is 20 times, quadratic 400 times.
+    QVERIFY2(large < (small + 1) * 120, qPrintable(QStringLiteral("%1 %2").arg(small).arg(large)));
 }
 
 QTEST_GUILESS_MAIN(TestFraming)
