@@ -6,12 +6,15 @@
 #include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
 
+#include <QFile>
 #include <QPointer>
 #include <QSet>
 #include <QtTest>
 
 #include <stdexcept>
 #include <tuple>
+
+#include <sys/resource.h>
 
 using Kolta::GeneralRequest;
 using Kolta::KoltaConnection;
@@ -117,6 +120,28 @@ private Q_SLOTS:
         QTRY_COMPARE(Kolta::KoltaConnectionsViewer::Instance().connections().size(), 0);
     }
 
+    /// Runs first: a thread that has ended leaves its stack to the next one.
+    void endsWhenThereIsNoThread()
+    {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        QSKIP("sanitizers need all the address space");
+#else
+        ScriptedPeer peer;
+        Client client(peer.host());
+        rlimit before{};
+        QCOMPARE(getrlimit(RLIMIT_AS, &before), 0);
+        QFile pages(text("/proc/self/statm"));
+        QVERIFY(pages.open(QIODevice::ReadOnly));
+        rlimit tight = before;
+        tight.rlim_cur =
+            pages.readAll().split(' ').first().toULongLong() * 4096 + (1 << 20); // no room for a stack
+        QCOMPARE(setrlimit(RLIMIT_AS, &tight), 0);
+        client.connection->open();
+        QCOMPARE(setrlimit(RLIMIT_AS, &before), 0);
+        QTRY_COMPARE(client.said, words("SocketResource closed"));
+#endif
+    }
+
     void splitsHostAndPort()
     {
         const QVector<std::tuple<const char*, const char*, int>> table{
@@ -189,25 +214,6 @@ private Q_SLOTS:
         for (const char* const hostile : {"entities", "not UTF-8", "nested too deep", "too long"})
             QTest::addRow("%s", hostile) << -2 << text("Unknown") << text(" at byte ");
     }
-    /// What the peer sends in place of a reply in the row that runs.
-    static QByteArray hostileBytes()
-    {
-        const QByteArray row = QTest::currentDataTag();
-        const QByteArray begin = "<Message id='1' service='3'><Fragment component='b'><Data>";
-        const QByteArray end = "</Data></Fragment></Message>";
-        QByteArray document;
-        if (row == "entities")
-            document = "<!DOCTYPE a [<!ENTITY b 'bbbb'><!ENTITY c '&b;&b;'>]>" + begin + "<a>&c;</a>" + end;
-        else if (row == "not UTF-8")
-            document = begin + "<a>\xC3\x28</a>" + end;
-        else if (row == "nested too deep")
-            document = begin + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + end;
-        else
-            return row == "too long" ? "\n#4294967295\n" : "garbage";
-        QByteArray frame;
-        XmlCommunication::appendFrame(frame, document);
-        return frame;
-    }
     void reconnectsAndResends()
     {
         QFETCH(int, cutAt);
@@ -225,7 +231,7 @@ private Q_SLOTS:
             else if (cutAt == -1)
                 peer.link->abort();
             else
-                peer.link->sendRaw(hostileBytes());
+                peer.link->sendRaw(hostileBytes(QTest::currentDataTag()));
         };
         Startup::TraceRecorder recorder;
         for (const char* component : {"a", "b", "c"})

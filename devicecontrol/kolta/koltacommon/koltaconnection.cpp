@@ -127,6 +127,19 @@ void KoltaConnection::open()
     XmlCommunication::logger::Logger::instance().registerConnection(
         link.get(), fullLog ? XmlCommunication::logger::eLogFull : XmlCommunication::logger::eLogShort, log);
     link->start(QThread::InheritPriority);
+    if (!link->isRunning() && !link->isFinished())
+        QMetaObject::invokeMethod(
+            this, [this, link] { giveUp(link); }, Qt::QueuedConnection);
+}
+
+/// The system had no thread for the link, which therefore says nothing of its own.
+void KoltaConnection::giveUp(const std::shared_ptr<CConnectionThread>& link)
+{
+    const QPointer<KoltaConnection> guard(this);
+    if (thread == link)
+        SlotSocketError(link->getLinkId(), QAbstractSocket::SocketResourceError);
+    if (guard && thread == link)
+        SlotConnectionClosed();
 }
 
 void KoltaConnection::connectThread()
@@ -213,21 +226,6 @@ void KoltaConnection::enqueue(const ptrKoltaRequest& request)
         trace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
                                 .arg(QString::number(length), name));
     sendNextRequest();
-}
-
-bool KoltaConnection::hasRequestsPending() const
-{
-    return !queue.isEmpty();
-}
-
-bool KoltaConnection::isIdle() const
-{
-    return !closing && queue.isEmpty();
-}
-
-bool KoltaConnection::isOpen() const
-{
-    return thread != nullptr;
 }
 
 void KoltaConnection::setEventFilterRequests(const QList<Kolta::ptrKoltaRequest>& requests)

@@ -67,11 +67,11 @@ public:
     void executeRequest(KoltaRequest* request);
 
     /// Whether any request waits for being sent or for its reply.
-    bool hasRequestsPending() const;
+    bool hasRequestsPending() const { return !queue.isEmpty(); }
     /// Whether nothing is pending and requests are accepted.
-    bool isIdle() const;
+    bool isIdle() const { return !closing && queue.isEmpty(); }
     /// Whether there is a link, be it still connecting or already ending.
-    bool isOpen() const;
+    bool isOpen() const { return thread != nullptr; }
 
     /// Replaces the requests that are sent after each (re)connection; from the next one on.
     void setEventFilterRequests(const QList<Kolta::ptrKoltaRequest>& requests);
@@ -126,6 +126,7 @@ private Q_SLOTS:
 
 private:
     void connectThread();
+    void giveUp(const std::shared_ptr<XmlCommunication::CConnectionThread>& link);
     void exitThread();
     void transmit(const XmlCommon::ptrCXmlMessage& message);
     void enqueue(const Kolta::ptrKoltaRequest& request);
