@@ -132,9 +132,8 @@ private Q_SLOTS:
         QCOMPARE(getrlimit(RLIMIT_AS, &before), 0);
         QFile pages(text("/proc/self/statm"));
         QVERIFY(pages.open(QIODevice::ReadOnly));
-        rlimit tight = before;
-        tight.rlim_cur =
-            pages.readAll().split(' ').first().toULongLong() * 4096 + (1 << 20); // no room for a stack
+        rlimit tight = before; // no room for a stack
+        tight.rlim_cur = pages.readAll().split(' ').first().toULongLong() * 4096 + (1 << 20);
         QCOMPARE(setrlimit(RLIMIT_AS, &tight), 0);
         client.connection->open();
         QCOMPARE(setrlimit(RLIMIT_AS, &before), 0);
