@@ -1,5 +1,7 @@
 #include "fuzz.h"
 
+#include <xmlmessaging/converters.h>
+#include <xmlmessaging/demandclassconverter.h>
 #include <xmlmessaging/messagecodec.h>
 
 #include <QXmlStreamReader>
@@ -61,6 +63,18 @@ void readFault(CFaultTree fault)
     }
 }
 
+/// What a converter reads from a reply it also writes, and reads the same from that.
+template<typename Converter, typename Content>
+void convertBothWays(const CMsgFragment& fragment, const Content& (Converter::*get)() const)
+{
+    CMsgFragment first(fragment.getComponentName());
+    CMsgFragment second(fragment.getComponentName());
+    Converter::fillReply(first, (Converter(fragment).*get)());
+    Converter::fillReply(second, (Converter(first).*get)());
+    Fuzz::require(first.getDataTree().toXml() == second.getDataTree().toXml(),
+                  "a converted reply comes back differently");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -81,7 +95,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Fuzz::require(encoded(*again) == text, "a message is written differently the second time");
     Fuzz::require(MessageCodec::decode(MessageCodec::toReadable(*message).toUtf8(), error),
                   "the readable form is refused");
-    for (int i = 0; i < message->getNumberOfFragments(); ++i)
-        readFault(message->getFragment(i).getFaultTree());
+    for (int i = 0; i < message->getNumberOfFragments(); ++i) {
+        const CMsgFragment& fragment = message->getFragment(i);
+        readFault(fragment.getFaultTree());
+        convertBothWays(fragment, &ResourceConverter::CResourceDemandClasses::getApplications);
+        convertBothWays(fragment, &ResourceConverter::CQueryFaultReference::getFaults);
+    }
     return 0;
 }
