@@ -68,6 +68,7 @@ void TestUserRights::initTestCase()
         QCOMPARE(rights, m_rights);
         QCOMPARE(rights->thread(), qApp->thread());
     }
+    // Found by its name: the type can travel in queued signals.
     QSignalSpy queued(m_rights, SIGNAL(si_UserRightsChanged(Nax::IActiveUserEvent::tagRIGHTEVENT)));
     QVERIFY(queued.isValid());
     connect(m_rights, &UserRights::si_UserChanged, this,
