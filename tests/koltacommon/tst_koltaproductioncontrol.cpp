@@ -2,6 +2,7 @@
 
 #include <koltacommon/koltaexception.h>
 #include <koltacommon/koltaproductioncontrol.h>
+#include <koltacommon/processorconverter.h>
 #include <koltacommon/productionrequestreply.h>
 
 #include <resourcemodel/requests.h>
@@ -12,7 +13,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
 #include <random>
 
@@ -23,29 +23,35 @@ using values::Tree;
 
 namespace {
 
-const QString base = QStringLiteral("/S1/ADMINISTRATION");
-const QString requests = base + QStringLiteral("/RequestsNode");
-const QString drivers = base + QStringLiteral("/ConnectionInfo/");
-const char* const boundValues[] = {"/StopResource", "/stopAll", "/ReplyResource", "/StoppedResource"};
-
-const QString a = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}");
-const QString b = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000b}");
-const QString noBraces = QStringLiteral("0F2D5C1E-6D0A-4A53-9C1B-00000000000A"); ///< a, written otherwise
-
-/// Sets the value, and makes it when it is not there.
-StringValue* put(const QString& path, const QString& text = QString())
+QString operator""_s(const char* text, std::size_t size)
 {
-    auto* const value = Tree::Instance().FindAs<StringValue>(path);
-    if (!value || value->IsDeleted())
-        return Tree::Instance().Emplace<StringValue>(path, text);
-    values::WriteOrAnnounce(path, text);
-    return value;
+    return QString::fromUtf8(text, static_cast<int>(size));
+}
+
+const QString base = "/S1/ADMINISTRATION"_s;
+const QString requests = base + "/RequestsNode"_s;
+const QString stop = base + "/StopResource"_s;
+const QString stopAll = base + "/stopAll"_s;
+const QString reply = base + "/ReplyResource"_s;
+const QString stopped = base + "/StoppedResource"_s;
+const QString drivers = base + "/ConnectionInfo/"_s;
+
+const QString a = "{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}"_s;
+const QString b = "{0f2d5c1e-6d0a-4a53-9c1b-00000000000b}"_s;
+const QString c = "{0f2d5c1e-6d0a-4a53-9c1b-00000000000c}"_s;
+const QString plainA = "0F2D5C1E-6D0A-4A53-9C1B-00000000000A"_s;
+
+/// Writes as a server or client does; makes the value when it is not there.
+void put(const QString& path, const QString& text = QString())
+{
+    if (!values::WriteOrAnnounce(path, text))
+        Tree::Instance().Emplace<StringValue>(path, text);
 }
 
 void publish()
 {
-    for (const char* name : boundValues)
-        put(base + QLatin1String(name));
+    for (const QString& path : {stop, stopAll, reply, stopped})
+        put(path);
     Tree::Instance().EnsureNode(requests);
 }
 
@@ -62,39 +68,29 @@ QStringList requestNames()
 }
 
 template<class Processor>
-Processor named(const char* name)
+Processor named(const QString& productionID = QString())
 {
     Processor processor;
-    processor.EditKoltaProcessor().EditTavikResource().SetDisplayName(QLatin1String(name));
+    processor.EditKoltaProcessor().EditTavikResource().SetDisplayName("Alpha"_s);
+    if constexpr (!std::is_same_v<Processor, FFP>)
+        processor.SetProductionID(productionID);
     return processor;
 }
 
-template<class Processor>
-Processor named(const char* name, const QString& productionID)
+/// Deletes the request node while a line is traced.
+struct Saboteur : Startup::ITraceSink
 {
-    auto processor = named<Processor>(name);
-    processor.SetProductionID(productionID);
-    return processor;
-}
-
-/// Deletes something as soon as a line is traced.
-class Saboteur : public Startup::ITraceSink
-{
-public:
-    explicit Saboteur(const QString& path) : m_path(path) { Startup::ErrorHandler::Instance().addSink(this); }
+    Saboteur() { Startup::ErrorHandler::Instance().addSink(this); }
     ~Saboteur() override { Startup::ErrorHandler::Instance().removeSink(this); }
-    void trace(const Startup::TraceRecord&) override { Tree::Instance().Remove(m_path); }
-
-private:
-    QString m_path;
+    void trace(const Startup::TraceRecord&) override { Tree::Instance().Remove(requests); }
 };
 
-/// What a look at every driver's node would find.
+/// What a look at every driver finds.
 QString scannedPath(const QString& guid)
 {
-    const values::TreeItem* const node = Tree::Instance().Find(base + QStringLiteral("/ConnectionInfo"));
+    const values::TreeItem* const node = Tree::Instance().Find(base + "/ConnectionInfo"_s);
     for (const values::TreeItem* child : node ? node->GetChildren() : QVector<values::TreeItem*>()) {
-        if (textAt(child->GetPath() + QStringLiteral("/Kolta_GUID")).compare(guid, Qt::CaseInsensitive) == 0)
+        if (textAt(child->GetPath() + "/Kolta_GUID"_s) == guid)
             return child->GetPath();
     }
     return QString();
@@ -119,260 +115,188 @@ private Q_SLOTS:
     {
         m_control.reset();
         Tree::Instance().Clear();
-        QCOMPARE(Tree::Instance().Size(), 0); // nothing stays behind for an observer that is not there
+        QCOMPARE(Tree::Instance().Size(), 0); // no tombstone for an observer that has gone
     }
 
     void replyTexts()
     {
-        const QString cases[][2] = {
-            {a + QStringLiteral("@1@"), a + QStringLiteral("@1@")},
-            {QLatin1Char(' ') + noBraces + QStringLiteral(" @0@No @ 5%\n{x}"),
-             a + QStringLiteral("@0@No @ 5%\n{x}")},
-            {QLatin1Char('{') + noBraces + QStringLiteral("}@1@ok"), a + QStringLiteral("@1@ok")},
-            {a + QStringLiteral("@1"), QString()},
-            {a + QStringLiteral("@true@ok"), QString()},
-            {a + QStringLiteral("@@ok"), QString()},
-            {a + QStringLiteral("x@1@ok"), QString()},
-            {QLatin1Char('{') + noBraces + QStringLiteral("@1@ok"), QString()},
-            {QUuid().toString() + QStringLiteral("@1@ok"), QString()},
-            {QStringLiteral("@1@ok"), QString()},
-            {QStringLiteral("<Reply/>"), QString()}};
+        const QString cases[][2] = {{a + "@1@"_s, a + "@1@"_s},
+                                    {" %1 @0@No @ 5%\n{x}"_s.arg(plainA), a + "@0@No @ 5%\n{x}"_s},
+                                    {"{%1}@1@ok"_s.arg(plainA), a + "@1@ok"_s},
+                                    {a + "@1"_s, QString()},
+                                    {a + "@true@ok"_s, QString()},
+                                    {a + "x@1@ok"_s, QString()},
+                                    {"{%1@1@ok"_s.arg(plainA), QString()},
+                                    {QUuid().toString() + "@1@ok"_s, QString()}};
         for (const auto& [text, expected] : cases) {
-            const auto reply = ProductionRequestReply::fromString(text);
-            QCOMPARE(reply ? reply->toString() : QString(), expected);
+            const auto record = ProductionRequestReply::fromString(text);
+            QCOMPARE(record ? record->toString() : QString(), expected);
         }
     }
 
-    void productionRequests_data()
+    void requestsInTheTree()
     {
-        QTest::addColumn<std::function<QUuid(KoltaProductionControl&)>>("request");
-        QTest::addColumn<QString>("xml"); // %1 stands for the GUID that was returned
-        QTest::addColumn<QString>("id");  // the GUID that must be returned; empty for a fresh one
-        const auto row = [](const char* name, std::function<QUuid(KoltaProductionControl&)> request,
-                            const char* xml, const QString& id = QString()) {
-            QTest::newRow(name) << std::move(request) << QString::fromLatin1(xml) << id;
+        const QString request = "<RequestResource><RequestType>%1</RequestType>%2</RequestResource>"_s;
+        const QString alpha = "<DisplayName>Alpha</DisplayName></TavikResource>"_s;
+        const QString production = "<%1><KoltaProcessor><TavikResource>"_s + alpha +
+                                   "</KoltaProcessor><ProductionID>~</ProductionID></%1>"
+                                   "<RequestName>Alpha</RequestName>"_s;
+        const QString scp = request.arg(0).arg(production.arg("SCP"_s));
+        const QString mcp = request.arg(0).arg(production.arg("MCP"_s));
+        MCP holder;
+        ProcessorConverter::setupDefaultMCP(holder);
+        holder.EditKoltaProcessor().EditTavikResource().SetGUID(c);
+        holder.SetProductionID("~"_s);
+        holder.EditFFP().append(named<FFP>());
+        const QString ffp = request.arg(0).arg(holder.GetXmlString() + "<RequestName>Alpha</RequestName>"_s);
+        const QString move =
+            request.arg(3).arg("<SubjectGUID>%1</SubjectGUID><DestinationGUID>%2</DestinationGUID>"
+                               "<RequestName>Move FFP</RequestName><RequestID>~</RequestID>"_s.arg(a, b));
+        const auto check = [](const QUuid& guid, const QString& xml, const QString& returned = QString()) {
+            QVERIFY(returned.isEmpty() ? !guid.isNull() && guid != QUuid(a) : guid == QUuid(returned));
+            QCOMPARE(requestNames().size(), 1);
+            const QString path = requests + "/"_s + requestNames().constFirst();
+            QVERIFY(path.startsWith(requests + "/id{"_s) && !QUuid(path.right(38)).isNull());
+            QCOMPARE(textAt(path), QString(xml).replace(QLatin1Char('~'), guid.toString()));
+            Tree::Instance().Remove(path);
         };
-        using C = KoltaProductionControl;
-        const char* const scpXml =
-            "<RequestResource><RequestType>0</"
-            "RequestType><SCP><KoltaProcessor><TavikResource><DisplayName>Al&amp;"
-            "</DisplayName></TavikResource></KoltaProcessor><ProductionID>%1</ProductionID></SCP>"
-            "<RequestName>Al&amp;</RequestName></RequestResource>";
-        row(
-            "SCP", [](C& c) { return c.requestProduction(named<SCP>("Al&", a)); }, scpXml);
-        row(
-            "SCP again", [](C& c) { return c.requestProduction(named<SCP>("Al&", noBraces), true); }, scpXml,
-            a);
-        row(
-            "SCP without ID", [](C& c) { return c.requestProduction(named<SCP>("Al&"), true); }, scpXml);
-        const char* const mcpXml =
-            "<RequestResource><RequestType>0</RequestType><MCP><KoltaProcessor><TavikResource><DisplayName>B"
-            "</DisplayName></TavikResource></KoltaProcessor><ProductionID>%1</ProductionID></MCP>"
-            "<RequestName>B</RequestName></RequestResource>";
-        row(
-            "MCP again", [](C& c) { return c.requestProduction(named<MCP>("B", b), true, QUuid(a)); }, mcpXml,
-            b);
-        row(
-            "MCP with bad ID",
-            [](C& c) { return c.requestProduction(named<MCP>("B", QStringLiteral("none")), true); }, mcpXml);
-        row(
-            "FFP", [](C& c) { return c.requestProduction(named<FFP>("C"), true, QUuid(a)); },
-            "<RequestResource><RequestType>0</RequestType><MCP><KoltaProcessor><TavikResource>"
-            "<GUID>{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}</GUID><Name>Default</Name><DisplayName>Default"
-            "</DisplayName><Address>Default</Address></TavikResource><DemandClassName>sw</DemandClassName>"
-            "<LocalStorage>1</LocalStorage></KoltaProcessor><ProductionID>%1</ProductionID><DataSource>"
-            "<TunerGUID>none</TunerGUID></DataSource><FFP><KoltaProcessor><TavikResource><DisplayName>C"
-            "</DisplayName></TavikResource></KoltaProcessor></FFP></MCP><RequestName>C</RequestName>"
-            "</RequestResource>");
-        const char* const moveXml =
-            "<RequestResource><RequestType>3</RequestType><SubjectGUID>{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}"
-            "</SubjectGUID><DestinationGUID>{0f2d5c1e-6d0a-4a53-9c1b-00000000000b}</DestinationGUID>"
-            "<RequestName>Move FFP</RequestName><RequestID>%1</RequestID></RequestResource>";
-        row(
-            "move", [](C& c) { return c.requestFFPMove(QUuid(a), QUuid(b)); }, moveXml);
-        row(
-            "move with ID", [](C& c) { return c.requestFFPMove(QUuid(a), QUuid(b), QUuid(a)); }, moveXml, a);
-    }
-    void productionRequests()
-    {
-        QFETCH(std::function<QUuid(KoltaProductionControl&)>, request);
-        QFETCH(QString, xml);
-        QFETCH(QString, id);
         Startup::TraceRecorder traces;
-        const QUuid first = request(*m_control);
-        const QUuid second = request(*m_control);
-        QVERIFY(!first.isNull() && (first == second) == !id.isEmpty());
-        QVERIFY(id.isEmpty() ? first != QUuid(a) : first == QUuid(id));
-
-        const QStringList names = requestNames();
-        QCOMPARE(names.size(), 2);
-        for (int i = 0; i < 2; ++i) {
-            const QString& name = names.at(i);
-            const QUuid guid = i == 0 ? first : second;
-            QCOMPARE(textAt(requests + QLatin1Char('/') + name), xml.arg(guid.toString()));
-            QVERIFY(name.startsWith(QStringLiteral("id{")) && !QUuid(name.mid(2)).isNull());
-            QCOMPARE(traces.count(QStringLiteral("Sending StopCommand for resource with GUID ") + name), 1);
-        }
-        const bool cannotReuse = QByteArray(QTest::currentDataTag()).contains("ID") && id.isEmpty();
-        QCOMPARE(traces.count(QStringLiteral("Tried to reuse a Production GUID that has not been set.")),
-                 cannotReuse ? 2 : 0);
+        check(m_control->requestProduction(named<SCP>(a)), scp);
+        check(m_control->requestProduction(named<SCP>(plainA), true), scp, a);
+        check(m_control->requestProduction(named<MCP>(b), true, QUuid(c)), mcp, b);
+        check(m_control->requestProduction(named<FFP>(), true, QUuid(c)), ffp);
+        check(m_control->requestFFPMove(QUuid(a), QUuid(b)), move);
+        check(m_control->requestFFPMove(QUuid(a), QUuid(b), QUuid(c)), move, c);
+        QCOMPARE(traces.count("Sending StopCommand for resource with GUID id{"_s), traces.records().size());
+        check(m_control->requestProduction(named<SCP>(), true), scp);
+        check(m_control->requestProduction(named<MCP>(a + a), true), mcp);
+        QCOMPARE(traces.count("Tried to reuse a Production GUID that has not been set."_s), 2);
     }
 
     void refusedRequests()
     {
-        using C = KoltaProductionControl;
-        const auto refused = [this](const std::function<QUuid(C&)>& request, const QString& text) {
-            Startup::TraceRecorder traces;
-            const bool isNull = request(*m_control).isNull();
-            const Startup::TraceRecord last = traces.records().value(traces.records().size() - 1);
-            QVERIFY(isNull);
-            QVERIFY2(
-                QRegularExpression(QRegularExpression::anchoredPattern(text)).match(last.text).hasMatch(),
-                qPrintable(last.text));
-            QCOMPARE(last.source, QStringLiteral("devicecontrol/kolta/koltacommon/koltaproductioncontrol"));
-            QVERIFY(requestNames().isEmpty());
-        };
-        refused(
-            [](C& c) { return c.requestProduction(FFP()); },
-            QStringLiteral("ClientProductionControl::requestProduction: Invalid FFP Request - No MCP GUID "
-                           "provided\\."));
-        refused([](C& c) { return c.requestProduction(FHP(), true, QUuid(a)); },
-                QStringLiteral("ClientProductionControl::requestProduction: Invalid IRGObject provided\\."));
-        refused([](C& c) { return c.requestProduction(named<SCP>("\x01")); },
-                QStringLiteral("ReportException Invalid object: .+"));
-        refused([](C& c) { return c.requestFFPMove(QUuid(a), QUuid(), QUuid(a)); },
-                QStringLiteral("ClientProductionControl::requestFFPMove: Error in building request xml: .+"));
-        const auto move = [](C& c) { return c.requestFFPMove(QUuid(a), QUuid(b), QUuid(a)); };
+        const auto move = [this] { return m_control->requestFFPMove(QUuid(a), QUuid(b)); };
+        auto unwritable = named<SCP>();
+        unwritable.EditDataSource().SetTunerGUID("\x01"_s);
+        Startup::TraceRecorder traces;
+        QVERIFY(m_control->requestProduction(FFP()).isNull());
+        QVERIFY(m_control->requestProduction(FHP(), true, QUuid(a)).isNull());
+        QVERIFY(m_control->requestProduction(unwritable).isNull());
+        QVERIFY(m_control->requestFFPMove(QUuid(a), QUuid(), QUuid(a)).isNull());
         {
-            const Saboteur saboteur(requests);
-            refused(move, QStringLiteral(
-                              "ERROR: Could not create value for production request\\. Value: "
-                              "id\\{[0-9a-f-]{36}\\}\\. Request: <RequestResource>.*</RequestResource> "));
+            const Saboteur saboteur;
+            QVERIFY(move().isNull());
         }
-        refused(move, QStringLiteral("m_pRequestResourceNode not set\\. no Request"));
-        QVERIFY(Tree::Instance().Find(requests)->IsDeleted());
-        const QString noNode = QStringLiteral("m_pRequestResourceNode not set\\. no Request");
-        m_control = std::make_unique<KoltaProductionControl>();
-        refused(move, noNode);
+        QVERIFY(move().isNull());
+        QVERIFY(Tree::Instance().Find(requests)->IsDeleted()); // and not brought back by the attempt
+        const QString texts[] = {
+            "ClientProductionControl::requestProduction: Invalid FFP Request - No MCP GUID provided\\."_s,
+            "ClientProductionControl::requestProduction: Invalid IRGObject provided\\."_s,
+            "ReportException Invalid object: .+"_s,
+            "ClientProductionControl::requestFFPMove: Error in building request xml: .+"_s,
+            "Sending StopCommand for resource with GUID id.{38}"_s,
+            "ERROR: Could not create value for production request\\. Value: id.{38}\\. "
+            "Request: <RequestResource>.*</RequestResource> "_s,
+            "m_pRequestResourceNode not set\\. no Request"_s};
+        QCOMPARE(traces.records().size(), int(std::size(texts)));
+        for (int i = 0; i < traces.records().size(); ++i) {
+            const Startup::TraceRecord record = traces.records().at(i);
+            const QRegularExpression pattern(QRegularExpression::anchoredPattern(texts[i]));
+            QVERIFY2(pattern.match(record.text).hasMatch(), qPrintable(record.text));
+            QCOMPARE(record.source, "devicecontrol/kolta/koltacommon/koltaproductioncontrol"_s);
+        }
     }
 
     void serverThatReturns()
     {
         Startup::TraceRecorder traces;
-        put(base + QStringLiteral("/ReplyResource"), a + QStringLiteral("@1@"));
-        Tree::Instance().Remove(QStringLiteral("/S1"));
+        put(reply, a + "@1@"_s);
+        Tree::Instance().Remove("/S1"_s);
         m_control->StopProductions(QStringList{a, b});
         m_control->StopAllProductions();
         QVERIFY(m_control->requestFFPMove(QUuid(a), QUuid(b)).isNull());
-        m_control->UpdateAll();
         QCOMPARE(traces.records().size(), 3);
-        QVERIFY(Tree::Instance().Find(QStringLiteral("/S1"))->IsDeleted());
+        QVERIFY(Tree::Instance().Find("/S1"_s)->IsDeleted());
 
         publish();
         QVERIFY(!m_control->requestFFPMove(QUuid(a), QUuid(b)).isNull());
-        QCOMPARE(requestNames().size(), 1);
-        put(base + QStringLiteral("/ReplyResource"), a + QStringLiteral("@1@"));
-        put(base + QStringLiteral("/StoppedResource"), noBraces);
+        put(reply, a + "@1@"_s);
         m_control->StopProduction(QUuid(b));
-        QCOMPARE(textAt(base + QStringLiteral("/StopResource")), b);
-        QCOMPARE(m_log, (QStringList{QStringLiteral("a1"), QStringLiteral("a1"), QStringLiteral("-a")}));
+        QCOMPARE(textAt(stop), b);
+        QCOMPARE(m_log.join(QLatin1Char(' ')), "a1 a1"_s);
     }
 
     void initNeedsEverything()
     {
-        QStringList paths{requests};
-        for (const char* name : boundValues)
-            paths.append(base + QLatin1String(name));
-        for (const QString& path : qAsConst(paths)) {
-            Tree::Instance().Remove(path); // a tombstone stays: the other control is bound to it
+        for (const QString& path : {stop, stopAll, reply, stopped, requests}) {
+            Tree::Instance().Remove(path); // a tombstone stays, for m_control
             KoltaProductionControl control;
             hear(control);
             Startup::TraceRecorder traces;
-            try {
-                control.init(base);
-                QFAIL("nothing was thrown");
-            } catch (const KoltaException& exception) {
-                QCOMPARE(exception.text(), QStringLiteral("Could not initialize."));
-                QCOMPARE(exception.what(), "Could not initialize.");
-            }
-            QCOMPARE(traces.count(QStringLiteral("Could not initialize.")), 1);
-            const QStringList before = m_log;
-            m_control->UpdateAll();
+            QVERIFY_EXCEPTION_THROWN(control.init(base), KoltaException);
+            QCOMPARE(traces.count("Could not initialize."_s), 1);
             publish();
-            put(base + QStringLiteral("/StoppedResource"), a);
-            QCOMPARE(m_log, before + QStringList(QStringLiteral("-a"))); // of the other control alone
+            m_log.clear();
+            put(stopped, a);
+            QCOMPARE(m_log.size(), 1); // m_control has heard it, the other is bound to nothing
             control.init(base);
             control.UpdateAll(); // what was there before is no news
-            put(base + QStringLiteral("/StoppedResource"), b);
-            QCOMPARE(m_log.size(), before.size() + 3);
+            put(stopped, b);
+            QCOMPARE(m_log.size(), 3);
         }
     }
 
-    /// Steps: "=text" sets (or announces again), "x" deletes, "+text" brings back, "u" is UpdateAll().
-    void notices_data()
-    {
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<QString>("log");
-        QTest::addColumn<int>("traced");
-        const auto row = [](const char* name, const char* value, const char* steps, const char* log,
-                            int traced) {
-            QTest::newRow(name) << QString::fromLatin1(value) << QString::fromLatin1(steps)
-                                << QString::fromLatin1(log) << traced;
-        };
-        row("reply", "ReplyResource", "=a@1@ u =b@0@why u", "a1 b0why", 0);
-        row("reply announced again", "ReplyResource", "=a@1@ =a@1@ = u =a@1@", "a1 a1 a1", 0);
-        row("reply that is none", "ReplyResource", "=junk u u =a@2@ =b@1@", "b1", 2);
-        row("reply of a server that returns", "ReplyResource", "=a@1@ x u +a@1@ u =a@1@ x + =a@1@ x +b@1@",
-            "a1 a1 a1 b1", 0);
-        row("stopped", "StoppedResource", "=a u =A =b x u +b u +a", "-a -a -b -a", 0);
-        row("stopped that is none", "StoppedResource",
-            "=junk u = =aa =00000000-0000-0000-0000-000000000000 =b", "-b", 3);
-    }
+    /// Steps: "=text" writes, also into a value that is not there; "x" deletes it; "u" is UpdateAll().
     void notices()
     {
-        QFETCH(QString, value);
-        QFETCH(QString, steps);
-        QFETCH(QString, log);
-        QFETCH(int, traced);
-        const QString path = base + QLatin1Char('/') + value;
-        Startup::TraceRecorder traces;
-        for (const QString& step : steps.split(QLatin1Char(' '))) {
-            QString text = step.mid(1);
-            for (const auto& [letter, guid] :
-                 {std::pair(QLatin1Char('a'), a), {QLatin1Char('b'), b}, {QLatin1Char('A'), noBraces}}) {
-                if (text == letter || text.startsWith(QString(letter) + QLatin1Char('@')))
-                    text.replace(0, 1, guid);
+        const struct
+        {
+            QString path;
+            const char* steps;
+            const char* log;
+            int traced;
+        } cases[] = {{reply, "=a@1@ u =b@0@why u", "a1 b0why", 0},
+                     {reply, "=a@1@ =a@1@ = u =a@1@", "a1 a1 a1", 0},
+                     {reply, "=junk u u =a@2@ =b@1@", "b1", 2},
+                     {reply, "=a@1@ x u =a@1@ u =a@1@ x = =a@1@ x =b@1@", "a1 a1 a1 b1", 0},
+                     {stopped, "=a u =A =b x u =b u =a", "-a -a -b -a", 0},
+                     {stopped, "=junk u = =aa =00000000-0000-0000-0000-000000000000 =b", "-b", 3}};
+        for (const auto& row : cases) {
+            cleanup();
+            init();
+            Startup::TraceRecorder traces;
+            for (const QString& step : QString::fromLatin1(row.steps).split(QLatin1Char(' '))) {
+                const QString name = step.mid(1).section(QLatin1Char('@'), 0, 0);
+                const QHash<QString, QString> guids{{"a"_s, a}, {"b"_s, b}, {"A"_s, plainA}};
+                if (step == "x"_s)
+                    Tree::Instance().Remove(row.path);
+                else if (step == "u"_s)
+                    m_control->UpdateAll();
+                else
+                    put(row.path, guids.value(name, name) + step.mid(1 + name.size()));
             }
-            if (step == QLatin1String("x"))
-                Tree::Instance().Remove(path);
-            else if (step == QLatin1String("u"))
-                m_control->UpdateAll();
-            else
-                put(path, text);
+            QCOMPARE(m_log.join(QLatin1Char(' ')), QString::fromLatin1(row.log));
+            QCOMPARE(traces.records().size(), row.traced);
         }
-        QCOMPARE(m_log.join(QLatin1Char(' ')), log);
-        QCOMPARE(traces.records().size(), traced);
     }
 
     void stops()
     {
         QStringList written;
-        Probe stop(&written);
-        Probe stopAll(&written, QStringLiteral("all"));
-        const QString path = base + QStringLiteral("/StopResource");
-        stop.action = [&](Observable*, TChangeCode) { written.last() = letterOf(QUuid(textAt(path))); };
-        Tree::Instance().Find(path)->Attach(&stop);
-        Tree::Instance().Find(base + QStringLiteral("/stopAll"))->Attach(&stopAll);
+        Probe stopProbe(&written);
+        Probe stopAllProbe(&written, "all"_s);
+        stopProbe.action = [&](Observable*, TChangeCode) { written.last() = letterOf(QUuid(textAt(stop))); };
+        Tree::Instance().Find(stop)->Attach(&stopProbe);
+        Tree::Instance().Find(stopAll)->Attach(&stopAllProbe);
         Startup::TraceRecorder traces;
-        m_control->StopProductions(QStringList{a, noBraces, QStringLiteral("junk"), b});
+        m_control->StopProductions(QStringList{a, plainA, "junk"_s, b});
         m_control->StopProductions(QList<QUuid>{QUuid(b), QUuid(), QUuid(a)});
         m_control->StopProduction(QUuid(a));
         m_control->StopAllProductions();
         m_control->StopAllProductions();
-        QCOMPARE(written.join(QLatin1Char(' ')), QStringLiteral("a a b b a a all3 all3"));
+        QCOMPARE(written.join(QLatin1Char(' ')), "a a b b a a all3 all3"_s);
         QCOMPARE(traces.records().size(), 2);
-        QCOMPARE(textAt(path), a);
+        QCOMPARE(textAt(stop), a);
     }
 
     /// A server in the same process answers before the call returns, and the slot deletes the control.
@@ -384,233 +308,183 @@ private Q_SLOTS:
             connect(m_control.get(), signal, this, [this] { m_control.reset(); });
         };
         Probe server(&m_log);
-        server.action = [](Observable*, TChangeCode) {
-            put(base + QStringLiteral("/ReplyResource"), a + QStringLiteral("@1@"));
-        };
+        server.action = [](Observable*, TChangeCode) { put(reply, a + "@1@"_s); };
         Tree::Instance().Find(requests)->Attach(&server);
         deleteAt(&KoltaProductionControl::si_ProductionRequestReplied);
         QVERIFY(!m_control->requestProduction(SCP()).isNull());
-        QVERIFY(!m_control && requestNames().size() == 1);
+        QVERIFY(!m_control);
 
-        QStringList stopped;
-        Probe stopper(&stopped);
-        const QString stopPath = base + QStringLiteral("/StopResource");
-        stopper.action = [&](Observable*, TChangeCode) {
-            put(base + QStringLiteral("/StoppedResource"), textAt(stopPath));
-        };
-        Tree::Instance().Find(stopPath)->Attach(&stopper);
+        QStringList heard;
+        Probe stopper(&heard);
+        stopper.action = [](Observable*, TChangeCode) { put(stopped, textAt(stop)); };
+        Tree::Instance().Find(stop)->Attach(&stopper);
         deleteAt(&KoltaProductionControl::si_ProductionStopped);
         m_control->StopProductions(QStringList{a, b, a});
         QVERIFY(!m_control);
-        QCOMPARE(stopped.size(), 3); // the others too
+        QCOMPARE(heard.size(), 3); // the others too
 
         deleteAt(&KoltaProductionControl::si_ProductionRequestReplied);
-        for (const char* name : {"/ReplyResource", "/StoppedResource"}) {
-            auto* const value = Tree::Instance().FindAs<StringValue>(base + QLatin1String(name));
-            value->SetValue(b + QStringLiteral("@1@"), m_control.get()); // which does not hear of it
-        }
+        for (const QString& path : {reply, stopped}) // it does not hear of these
+            Tree::Instance().FindAs<StringValue>(path)->SetValue(c + "@1@"_s, m_control.get());
         m_control->UpdateAll();
         QVERIFY(!m_control);
     }
 
     void driverInformation()
     {
-        const auto tell = [](const char* child,
-                             std::initializer_list<std::pair<const char*, QString>> values) {
-            for (const auto& [name, text] : values)
-                put(drivers + QLatin1String(child) + QLatin1Char('/') + QLatin1String(name), text);
-        };
-        const QString mcp = QStringLiteral("MCP");
-        const QString task = QStringLiteral("task 1");
-        QVERIFY(m_control->getDriverConnectionInfoPath(a).isEmpty()); // nothing there yet
-        Tree::Instance().EnsureNode(drivers + QStringLiteral("empty"));
-        tell("ffp", {{"taskID", task}, {"Processor_Type", QStringLiteral("FFP")}, {"Kolta_GUID", b}});
-        tell("mcp", {{"Kolta_GUID", noBraces},
-                     {"Processor_Type", mcp},
-                     {"taskID", task},
-                     {"vtconnection", QStringLiteral("10.0.0.1:1")},
-                     {"settings", QStringLiteral("<S/>")},
-                     {"ReservedTime", QStringLiteral("2030-01-01T00:00:00Z")},
-                     {"Frequency", QStringLiteral("98.5e6")},
-                     {"Bandwidth", QStringLiteral("200000")}});
-        tell("twin", {{"Kolta_GUID", a},
-                      {"Processor_Type", mcp},
-                      {"taskID", task},
-                      {"Frequency", QStringLiteral("1")}});
-        tell("bad", {{"Kolta_GUID", QStringLiteral("none")},
-                     {"Processor_Type", mcp},
-                     {"taskID", QStringLiteral("bad")}});
-        Tree::Instance().Emplace<values::SelectionValue>(drivers + QStringLiteral("odd/Kolta_GUID"),
-                                                         QMap<int, QString>{{1, uuidC}, {2, a}}, 1);
-        tell("odd", {{"Processor_Type", mcp},
-                     {"Frequency", QStringLiteral("inf")},
-                     {"Bandwidth", QStringLiteral("x")}});
-        Tree::Instance().EnsureNode(drivers + QStringLiteral("odd/settings"));
+        QVERIFY(m_control->getDriverConnectionInfoPath(a).isEmpty()); // an index of nothing, so far
+        tell("ffp taskID=t Processor_Type=FFP Kolta_GUID="_s + b);
+        tell("mcp Processor_Type=MCP taskID=t settings=<S/> ReservedTime=2030 Frequency=98.5e6 "
+             "Bandwidth=2e5 Kolta_GUID="_s +
+             plainA);
+        tell("twin Processor_Type=MCP taskID=t Frequency=1 Kolta_GUID="_s + a);
+        tell("bad Processor_Type=MCP taskID=bad Kolta_GUID=none"_s);
+        tell("odd Processor_Type=MCP Frequency=inf Bandwidth=x"_s);
+        Tree::Instance().Emplace<values::SelectionValue>(drivers + "odd/Kolta_GUID"_s,
+                                                         QMap<int, QString>{{1, c}, {2, a}}, 1);
+        Tree::Instance().EnsureNode(drivers + "odd/settings"_s);
 
-        for (const QString& guid : {a, a.toUpper(), noBraces, QString(QLatin1Char(' ') + noBraces)}) {
-            QCOMPARE(m_control->getDriverConnectionInfoPath(guid), drivers + QStringLiteral("mcp"));
-            QCOMPARE(m_control->requestTunerProperties(guid), QStringLiteral("<S/>"));
-            QCOMPARE(m_control->getTaskIDForGuid(guid), task);
-            QCOMPARE(m_control->getTaskReservedTimeForGuid(guid), QStringLiteral("2030-01-01T00:00:00Z"));
+        for (const QString& guid : {a, a.toUpper(), plainA}) {
+            QCOMPARE(m_control->getDriverConnectionInfoPath(guid), drivers + "mcp"_s);
+            QCOMPARE(m_control->requestTunerProperties(guid), "<S/>"_s);
+            QCOMPARE(m_control->getTaskIDForGuid(guid), "t"_s);
+            QCOMPARE(m_control->getTaskReservedTimeForGuid(guid), "2030"_s);
         }
-        for (const QString& guid : {QString(), QStringLiteral("none"), QUuid().toString(), QString(a + a)})
+        for (const QString& guid : {QString(), "none"_s, QUuid().toString(), a.repeated(2)})
             QVERIFY(m_control->getDriverConnectionInfoPath(guid).isEmpty());
-        QVERIFY(m_control->requestTunerProperties(uuidC).isEmpty()); // no value there, but a node
-        QCOMPARE(m_control->getMcpGuidForTaskID(task), noBraces);
-        QVERIFY(m_control->getMcpGuidForTaskID(QString()).isEmpty());
-        QVERIFY(m_control->getMcpGuidForTaskID(QStringLiteral("bad")).isEmpty());
+        QVERIFY(m_control->requestTunerProperties(c).isEmpty()); // a node, no value
+        QCOMPARE(m_control->getMcpGuidForTaskID("t"_s), plainA);
+        for (const QString& id : {QString(), "bad"_s})
+            QVERIFY(m_control->getMcpGuidForTaskID(id).isEmpty());
 
         const QHash<QUuid, FrequencyRange> ranges = m_control->getFrequencyRangesOfAllMCPs();
         QCOMPARE(ranges.size(), 2);
-        QCOMPARE(ranges.value(QUuid(a)).frequency, 98.5e6);
-        QCOMPARE(ranges.value(QUuid(a)).bandwidth, 200000.0);
-        QCOMPARE(ranges.value(QUuid(uuidC)).frequency + ranges.value(QUuid(uuidC)).bandwidth, 0.0);
+        QCOMPARE(ranges[QUuid(a)].frequency, 98.5e6);
+        QCOMPARE(ranges[QUuid(a)].bandwidth, 2e5);
+        QCOMPARE(ranges[QUuid(c)].frequency + ranges[QUuid(c)].bandwidth, 0.0);
 
-        QString type = mcp;
-        QString address = task;
-        QVERIFY(!m_control->getDriverTypeAndAddress(uuidC, type, address)); // it has no address
-        QVERIFY(!m_control->getDriverTypeAndAddress(QString(), type, address));
-        QVERIFY(type == mcp && address == task);
+        QString type = a;
+        QString address = b;
+        QVERIFY(!m_control->getDriverTypeAndAddress(c, type, address)); // it does not tell its address
+        QVERIFY(type == a && address == b);
     }
 
-    /// Drivers come, change and go at random; the index must always say what a scan would.
+    /// The index must always say what a scan would, whatever comes, changes and goes.
     void lookUpsWhileDriversComeAndGo()
     {
         const auto seed = std::random_device{}();
         qInfo("seed %u", seed);
         std::mt19937 random(seed);
+        const auto any = [&random](unsigned below) { return static_cast<int>(random() % below); };
         QStringList ignored;
-        Probe keeper(&ignored); // some values are tombstones when they go
-        const QString guids[] = {a, b, uuidC, QStringLiteral("none")};
-        const auto any = [&random](int below) {
-            return static_cast<int>(random() % static_cast<unsigned>(below));
-        };
+        Probe keeper(&ignored); // some values leave tombstones
+        const QString texts[] = {a, b, c, "none"_s};
         for (int step = 0; step < 2000; ++step) {
             const QString child = drivers + QString::number(any(5));
-            const QString path = child + QStringLiteral("/Kolta_GUID");
-            switch (any(6)) {
-            case 0:
-                Tree::Instance().Remove(child);
-                break;
-            case 1:
-                Tree::Instance().Remove(any(20) == 0 ? base : path);
-                break;
-            case 2:
-                if (auto* const item = Tree::Instance().Find(path))
-                    item->Attach(&keeper);
-                break;
-            case 3:
-                put(child + QStringLiteral("/settings"));
-                break;
-            default:
-                put(path, guids[any(4)]);
-                break;
-            }
-            for (const QString& guid : {a, b, uuidC})
+            const QString path = child + "/Kolta_GUID"_s;
+            const int action = any(30);
+            values::TreeItem* const item = Tree::Instance().Find(path);
+            if (action < 12)
+                Tree::Instance().Remove(action == 0 ? base : action < 6 ? child : path);
+            else if (action < 15 && item)
+                item->Attach(&keeper);
+            else
+                put(path, texts[any(4)]);
+            for (const QString& guid : {a, b, c})
                 QCOMPARE(m_control->getDriverConnectionInfoPath(guid), scannedPath(guid));
         }
     }
 
     void frontEnds()
     {
+        auto& administrator = Startup::AdministratorConfiguration::Instance();
+        auto& configuration = Startup::CfgCenter::Instance();
         QTemporaryDir folder;
         const QString data = QFileInfo(folder.path()).canonicalFilePath();
-        Startup::CfgCenter::Instance().Open(data + QStringLiteral("/kolta.ini"));
-        Startup::AdministratorConfiguration::Instance().SetValue(QStringLiteral("TavikDataDir"), data);
-        const auto started = [&data] {
-            QFile file(data + QStringLiteral("/started"));
-            const QString text =
-                file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-            file.remove();
+        configuration.Open(data + "/kolta.ini"_s);
+        administrator.SetValue("TavikDataDir"_s, data);
+        const QString starter = QCoreApplication::applicationDirPath() + "/TavikGuiStarter.exe"_s;
+        const QString mcp = QCoreApplication::applicationDirPath() + "/MCP.exe"_s;
+        QFile note(data + "/started"_s);
+        const auto started = [&note] {
+            note.open(QIODevice::ReadOnly);
+            const QString text = QString::fromUtf8(note.readAll());
+            note.remove();
             return text;
         };
-        const auto tell = [](const QString& type) {
-            put(drivers + QStringLiteral("d/Kolta_GUID"), a);
-            put(drivers + QStringLiteral("d/Processor_Type"), type);
-            put(drivers + QStringLiteral("d/vtconnection"), QStringLiteral("10.0.0.1:1 x"));
+        const auto driver = [](const QString& type) {
+            tell("d vtconnection=10.0.0.1:1~x Kolta_GUID=%1 Processor_Type=%2"_s.arg(a, type));
         };
-        const QString programs = QCoreApplication::applicationDirPath();
-
-        tell(QStringLiteral("MCP"));
-        QString type;
-        QString executable;
+        driver("MCP"_s);
+        QString type, executable, directory;
         QStringList arguments;
-        QString directory;
         QVERIFY(!m_control->findGuiStartParameters(QUuid(), executable, arguments, directory, &type));
-        QVERIFY(!m_control->findGuiStartParameters(QUuid(b), executable, arguments, directory));
-        QVERIFY(executable.isNull() && type.isNull());
+        QVERIFY(!m_control->findGuiStartParameters(QUuid(b), executable, arguments, directory) &&
+                executable.isNull());
         QVERIFY(m_control->findGuiStartParameters(QUuid(a), executable, arguments, directory, &type));
-        QCOMPARE(executable, programs + QStringLiteral("/MCP.exe"));
-        QCOMPARE(type, QStringLiteral("MCP"));
+        QVERIFY(executable == mcp && type == "MCP"_s);
 
         QObject parent;
-        QProcess* const process = m_control->startGUI(noBraces, &parent);
+        QProcess* const process = m_control->startGUI(plainA, &parent);
         QVERIFY(process && process->parent() == &parent && process->state() == QProcess::Running);
         process->write("from the console\n");
-        QVERIFY(process->waitForFinished());
-        QCOMPARE(process->exitCode(), 7);
+        QVERIFY(process->waitForFinished() && process->exitCode() == 7);
         QVERIFY(process->readAllStandardOutput().isEmpty());
-        QCOMPARE(started(),
-                 data + QStringLiteral("\nServer\nMessageDialog\nCon:10.0.0.1:1 x\nfrom the console\n"));
+        QCOMPARE(started(), data + "\nServer\nMessageDialog\nCon:10.0.0.1:1 x\nfrom the console\n"_s);
 
-        // Nobody installed the starter yet.
         Startup::TraceRecorder traces;
-        const QString starter = programs + QStringLiteral("/TavikGuiStarter.exe");
-        QFile::remove(starter);
+        QFile::remove(starter); // nobody has installed it
         QVERIFY(!m_control->startGUIdetached(a));
-        QVERIFY(QFile::copy(executable, starter));
-        QVERIFY(!m_control->startGUIdetached(b));
-        QCOMPARE(traces.records().size(), 2);
-        QVERIFY(m_control->startGUIdetached(a));
-        QTRY_VERIFY(QFile::exists(data + QStringLiteral("/started")));
-        QCOMPARE(started(), data + QStringLiteral("\nMCP\n10.0.0.1:1 x\n\n"));
-        const QString group = QStringLiteral("ProductionControl");
-        Startup::CfgCenter::Instance().SetValue(group, QStringLiteral("GuiStarterArguments"),
-                                                QStringList{QStringLiteral("--at"), QStringLiteral("%2")});
-        QVERIFY(m_control->startGUIdetached(a));
-        QTRY_VERIFY(QFile::exists(data + QStringLiteral("/started")));
-        QCOMPARE(started(), data + QStringLiteral("\n--at\n10.0.0.1:1 x\n\n"));
+        QVERIFY(QFile::copy(mcp, starter));
+        for (const QString& expected : {"\nMCP\n10.0.0.1:1 x\n\n"_s, "\n--at\n10.0.0.1:1 x\n\n"_s}) {
+            QVERIFY(m_control->startGUIdetached(a));
+            QTRY_VERIFY(note.exists());
+            QCOMPARE(started(), data + expected);
+            configuration.SetValue("ProductionControl"_s, "GuiStarterArguments"_s,
+                                   QStringList{"--at"_s, "%2"_s});
+        }
         QFile::remove(starter);
 
-        traces.clear();
-        for (const QString& missing : {QStringLiteral("SCP"), QStringLiteral("../tests/MCP"), QString()}) {
-            tell(missing);
+        for (const QString& missing : {"SCP"_s, "../tests/MCP"_s, QString()}) {
+            driver(missing);
             QVERIFY(!m_control->startGUI(a, &parent));
         }
-        tell(QStringLiteral("MCP"));
-        Startup::AdministratorConfiguration::Instance().SetValue(QStringLiteral("TavikDataDir"),
-                                                                 data + QStringLiteral("/none"));
+        driver("MCP"_s);
+        administrator.SetValue("TavikDataDir"_s, data + "/none"_s);
         QVERIFY(!m_control->startGUI(a, &parent));
-        QCOMPARE(traces.records().size(), 4);
+        QVERIFY(!m_control->startGUIdetached(b));
+        QCOMPARE(traces.records().size(), 6);
         QCOMPARE(parent.children().size(), 1); // nothing is left of those that failed
     }
 
 private:
-    const QString uuidC = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000c}");
-
-    static QString letterOf(const QUuid& guid)
+    static QString letterOf(const QUuid& guid) { return QString(guid.toString().at(36)); }
+    /// "child name=value name=value…"; "~" stands for a blank in a value.
+    static void tell(const QString& text)
     {
-        return guid == QUuid(a)   ? QStringLiteral("a")
-               : guid == QUuid(b) ? QStringLiteral("b")
-                                  : guid.toString();
+        const QStringList words = text.split(QLatin1Char(' '));
+        for (const QString& word : words.mid(1)) {
+            const QString name = word.section(QLatin1Char('='), 0, 0);
+            put(drivers + words.first() + QLatin1Char('/') + name,
+                word.mid(name.size() + 1).replace(QLatin1Char('~'), QLatin1Char(' ')));
+        }
     }
 
     /// Replies are logged as "<letter><accepted><text>", stopped productions as "-<letter>".
     void hear(KoltaProductionControl& control)
     {
-        connect(&control, &KoltaProductionControl::si_ProductionRequestReplied, this,
+        using C = KoltaProductionControl;
+        connect(&control, &C::si_ProductionRequestReplied, this,
                 [this](const QUuid& guid, bool accepted, const QString& text) {
                     m_log << letterOf(guid) + QString::number(accepted) + text;
                 });
-        connect(&control, &KoltaProductionControl::si_ProductionStopped, this,
+        connect(&control, &C::si_ProductionStopped, this,
                 [this](const QUuid& guid) { m_log << QLatin1Char('-') + letterOf(guid); });
     }
 
     std::unique_ptr<KoltaProductionControl> m_control;
     QStringList m_log;
 };
-
-Q_DECLARE_METATYPE(std::function<QUuid(KoltaProductionControl&)>)
 
 QTEST_GUILESS_MAIN(TestKoltaProductionControl)
 #include "tst_koltaproductioncontrol.moc"
