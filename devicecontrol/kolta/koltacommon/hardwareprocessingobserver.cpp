@@ -66,7 +66,7 @@ const HWProcessing* HardwareProcessingObserver::findActiveHWProcessors(const QSt
 
 void HardwareProcessingObserver::appendHardwareProcessingInfo(const HWProcessing& entry)
 {
-    if (!entry.IsGUIDSet() || findActiveHWProcessors(entry.GetGUID()))
+    if (entry.GetGUID().isEmpty() || findActiveHWProcessors(entry.GetGUID()))
         return;
     const QVector<HWProcessing> before = currentValue.GetHWProcessing();
     currentValue.EditHWProcessing().append(entry);
