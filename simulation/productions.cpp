@@ -7,7 +7,6 @@
 #include <koltacommon/guidtext.h>
 #include <koltacommon/processorwalk.h>
 
-#include <type_traits>
 #include <utility>
 
 namespace KoltaSimulation {
@@ -22,14 +21,14 @@ namespace Walk = Kolta::ProcessorWalk;
 
 namespace {
 
-template<class Node>
-constexpr bool isTop = Walk::isA<Node, SCP> || Walk::isA<Node, MCP>;
-
 QString nameOf(const Tuner& tuner)
 {
     const auto& identity = tuner.GetTavikResource();
     return identity.GetDisplayName().isEmpty() ? identity.GetGUID() : identity.GetDisplayName();
 }
+
+/// A task is reserved for so long from its start.
+constexpr int reservedSeconds = 3600;
 
 QString nobodyHasRoom(int credits)
 {
@@ -213,11 +212,14 @@ QString Productions::problemOf(const Node& asked, const QString& ownTuner, int& 
 template<class Node>
 void Productions::equip(Node& top, const QString& unit, bool keepGuids) const
 {
+    QSet<QUuid> taken;
     Walk::walk(top, everyProcessor, [&](auto& node, auto&) {
         auto& record = node.EditKoltaProcessor();
-        const QUuid given = guidFromText(record.GetTavikResource().GetGUID());
-        if (!keepGuids || given.isNull() || m_running.contains(given))
-            record.EditTavikResource().SetGUID(QUuid::createUuid().toString());
+        QUuid guid = guidFromText(record.GetTavikResource().GetGUID());
+        if (!keepGuids || guid.isNull() || taken.contains(guid) || m_running.contains(guid))
+            guid = QUuid::createUuid();
+        taken.insert(guid);
+        record.EditTavikResource().SetGUID(guid.toString());
         if (!unit.isEmpty()) {
             const int credits = m_demand.credits(node.GetObjectName(), record.GetDemandClassName()).value_or(0);
             record.EditUsedProcessingUnit().SetGUID(unit);
@@ -237,8 +239,9 @@ void Productions::enter(const Node& top, const QUuid& id)
         holdTuner(facts.tuner);
     }
     const int task = ++m_lastTask;
+    const QDateTime reserved = QDateTime::currentDateTimeUtc().addSecs(reservedSeconds);
     const auto enterDriver = [&](const QUuid& guid, const QUuid& production) {
-        m_productions.insert(guid, {production, task});
+        m_productions.insert(guid, {production, task, reserved});
         m_changes.started.append(guid);
     };
     const QUuid guid = all.last().guid;
@@ -322,7 +325,7 @@ std::optional<Driver> Productions::driver(const QUuid& guid) const
         return std::nullopt;
     std::optional<Driver> driver;
     const auto describe = [&](const auto& node, const QString& tuner) {
-        driver = Driver{guid, node.GetObjectName(), production->task, node.GetFrequency(), node.GetBandwidth(),
+        driver = Driver{guid, node.GetObjectName(), production->task, production->reserved, node.GetFrequency(), node.GetBandwidth(),
                         tuner};
     };
     if (const SCP* const scp = m_running.scp(guid))

@@ -4,6 +4,7 @@
 #include <simulation/processingcapacity.h>
 #include <simulation/runningprocessors.h>
 
+#include <QDateTime>
 #include <QHash>
 #include <QString>
 #include <QStringList>
@@ -24,6 +25,7 @@ struct Driver
     QUuid guid;
     QString type; ///< "SCP", "MCP" or "FFP"
     int task = 0; ///< number of the production that it came with
+    QDateTime reserved; ///< until when the task is reserved, UTC
     double frequency = 0.0; ///< Hz
     double bandwidth = 0.0; ///< Hz
     QString tuner; ///< GUID of the tuner that feeds it; empty for none
@@ -66,6 +68,8 @@ public:
     };
     Changes takeChanges();
     RESOURCEMANAGEMENT::ProcessorOverview overview() const { return m_running.overview(); }
+    /// In no order.
+    QVector<QUuid> drivers() const { return m_productions.keys().toVector(); }
     /// Nothing when no driver with that GUID runs.
     std::optional<Driver> driver(const QUuid& guid) const;
 
@@ -74,6 +78,7 @@ private:
     {
         QUuid id; ///< null for a driver that came as a part of a production
         int task = 0;
+        QDateTime reserved;
     };
     template<class Node>
     QString startTop(const Node& asked, const QUuid& id);
