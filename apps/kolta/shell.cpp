@@ -112,9 +112,9 @@ int runShell(const QStringList& arguments)
         QStringLiteral("shell"),
         QStringLiteral("Runs commands one after another in this process, on one simulated "
                        "installation that lives as long as the shell. At a terminal there is a "
-                       "prompt; otherwise standard input is a script, with one command in a line "
-                       "and comments behind \"#\". \"exit\", \"quit\" or the end of the input "
-                       "leaves."));
+                       "prompt; otherwise standard input is a script with one command in a line, "
+                       "where lines that begin with \"#\" are comments. \"exit\", \"quit\" or "
+                       "the end of the input leaves."));
     line.addOption({QStringLiteral("keep-going"),
                     QStringLiteral("Go on with a script when one of its commands has failed.")});
     EmbeddedInstallation::declareOptions(line);

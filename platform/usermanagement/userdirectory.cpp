@@ -86,8 +86,8 @@ private:
     /// The attributes of the present element, which may have no others than these.
     QXmlStreamAttributes attributes(std::initializer_list<const char*> known)
     {
-        const QXmlStreamAttributes all = m_xml.attributes();
-        for (const QXmlStreamAttribute& attribute : all) {
+        QXmlStreamAttributes all = m_xml.attributes();
+        for (const QXmlStreamAttribute& attribute : qAsConst(all)) {
             const QString name = attribute.qualifiedName().toString();
             const bool isKnown = std::any_of(known.begin(), known.end(), [&name](const char* text) {
                 return name == QLatin1String(text);
@@ -109,7 +109,7 @@ private:
 
     QString nameOf(const QXmlStreamAttributes& all)
     {
-        const QString name = all.value(QLatin1String("name")).toString();
+        QString name = all.value(QLatin1String("name")).toString();
         if (name.trimmed().isEmpty())
             fail(QStringLiteral("<%1> has no name, expected name=\"TEXT\"").arg(m_xml.name().toString()));
         return name;

@@ -60,8 +60,8 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command :
-         {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes", "select", "plan"})
+    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes",
+                                "select", "plan", "rights", "shell"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
