@@ -35,15 +35,10 @@ inline std::vector<ObjectPointer> newObjectOfEachClass()
                       Connection, ProcessorOverview, MCP, SCP, DSC, FHP, FFP, FHA, KoltaProcessor,
                       UsedProcessingUnit, DataSource, TunerTypeOverview, TunerTypeSettings,
                       TunerClassOverview, TunerIdDefinition, TunerClass, ResourceDemandClassOverview,
-<<<<<<< HEAD
-                      ResourceDemandClass, HWProcessingOverview, HWProcessing, TunerManagementRequest,
-                      RequestResource, FrequencyStoreEntry, ShortTimeSettings, DemodulatorSettings,
-                      TransmissionSystem, ShiftElement, ShortTime_Profile, FFP_Assignment, SOREL_RecordData,
-                      SOREL_IndexEntry>();
-=======
                       ResourceDemandClass, HWProcessingOverview, HWProcessing, OwnerOverview, Owner,
-                      TunerManagementRequest, RequestResource, OwnerRequest>();
->>>>>>> refs/heads/processors
+                      TunerManagementRequest, RequestResource, OwnerRequest, FrequencyStoreEntry,
+                      ShortTimeSettings, DemodulatorSettings, TransmissionSystem, ShiftElement,
+                      ShortTime_Profile, FFP_Assignment, SOREL_RecordData, SOREL_IndexEntry>();
 }
 
 /// A new empty object of the class, or null.
