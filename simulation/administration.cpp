@@ -80,8 +80,9 @@ void Administration::appear()
         return;
     m_productions.begin();
     m_startup.begin(startupStates(), m_startupStep);
-    m_productions.setRefusal(
-        m_startup.isRunning() ? QStringLiteral("%1 is starting").arg(m_installation.serverName()) : QString());
+    m_productions.setRefusal(m_startup.isRunning()
+                                 ? QStringLiteral("%1 is starting").arg(m_installation.serverName())
+                                 : QString());
     m_nodes.publish(*m_tree, texts(), m_startup.state());
 }
 
@@ -92,8 +93,8 @@ QVector<NodeText> Administration::texts() const
     texts.append({QStringLiteral("Resources"), m_resources.overview().GetXmlString()});
     texts.append({QStringLiteral("StartupErrors"), running ? QString() : startupErrors()});
     texts.append({QStringLiteral("StartupProgress"), QString::number(m_startup.progress())});
-    texts.append({QStringLiteral("InternalState"),
-                  running ? QStringLiteral("starting") : QStringLiteral("running")});
+    texts.append(
+        {QStringLiteral("InternalState"), running ? QStringLiteral("starting") : QStringLiteral("running")});
     texts.append({QStringLiteral("Status"), stateName(m_startup.state())});
     return texts;
 }
@@ -104,7 +105,8 @@ QString Administration::startupErrors() const
     QStringList errors;
     for (const auto& tuner : m_resources.overview().GetTuner()) {
         if (!tuner.GetAccessible())
-            errors.append(QStringLiteral("Tuner %1 is not accessible").arg(tuner.GetTavikResource().GetName()));
+            errors.append(
+                QStringLiteral("Tuner %1 is not accessible").arg(tuner.GetTavikResource().GetName()));
     }
     for (const auto& unit : m_resources.overview().GetProcessingUnit()) {
         if (unit.GetRegistration() != ProcessingUnit::eRegistered)

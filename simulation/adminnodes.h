@@ -46,7 +46,8 @@ struct Wish
 class AdminNodes : private IObserver
 {
 public:
-    /// Called with what a client wrote, or announced again; never with an empty text, except for a production.
+    /// Called with what a client wrote, or announced again; never with an empty text, except for a
+    /// production.
     using WishHandler = std::function<void(const Wish& wish)>;
 
     AdminNodes(const Installation& installation, WishHandler handler);

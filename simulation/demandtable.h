@@ -19,8 +19,8 @@ class DemandTable
 public:
     explicit DemandTable(const Installation& installation);
 
-    /// CPU credits of a processor of class `processor` ("MCP" for instance); 0 without a demand class or in an
-    /// installation that has none. Nothing for a class that is not known.
+    /// CPU credits of a processor of class `processor` ("MCP" for instance); 0 without a demand class or in
+    /// an installation that has none. Nothing for a class that is not known.
     std::optional<int> credits(const QString& processor, const QString& demandClass) const;
     /// Whether MCPs of that class are processed in hardware: the class says so, or a tuner class that asks
     /// for it does.

@@ -264,8 +264,7 @@ bool Installation::loadWorkingStates(const QString& file, const QMap<QString, QS
         state = states.value(key).toInt(&ok);
         if (ok && m_workingStates.contains(state))
             return true;
-        error = QStringLiteral(
-                    "%1: [WorkingState] %2 is \"%3\", expected the number of a state listed there")
+        error = QStringLiteral("%1: [WorkingState] %2 is \"%3\", expected the number of a state listed there")
                     .arg(file, key, states.value(key));
         return false;
     };

@@ -184,8 +184,8 @@ MisbehaviourPlan::Decision MisbehaviourPlan::decide(int occasion, const QString&
         const KindInfo* info = infoOf(rule.kind);
         if (!info || static_cast<int>(info->occasion) != occasion)
             continue;
-        const bool meant = info->occasion == Occasion::Link || rule.component.isEmpty() ||
-                           rule.component == component;
+        const bool meant =
+            info->occasion == Occasion::Link || rule.component.isEmpty() || rule.component == component;
         if (meant && fires(entry))
             return {info->kind, rule.argument < 0 ? info->defaultArgument : rule.argument, rule.text};
     }

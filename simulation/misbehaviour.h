@@ -34,11 +34,11 @@ enum class Misbehaviour {
     Deep,        ///< a reply that is nested too deep; argument: levels (10000)
     NonUtf8,     ///< a reply with bytes that are no UTF-8
     // on a request for a production or a move
-    RefuseProduction,  ///< refuses; text: the reason ("Refused on demand")
-    DelayProduction,   ///< decides later; argument: milliseconds (100)
-    SilentProduction,  ///< does nothing and never answers
-    BrokenProduction,  ///< does as asked, with an answer that is none
-    StrayStop          ///< first says that a production has ended which nobody knows
+    RefuseProduction, ///< refuses; text: the reason ("Refused on demand")
+    DelayProduction,  ///< decides later; argument: milliseconds (100)
+    SilentProduction, ///< does nothing and never answers
+    BrokenProduction, ///< does as asked, with an answer that is none
+    StrayStop         ///< first says that a production has ended which nobody knows
 };
 
 /// The word by which a misbehaviour is known on the command line, "cut" for instance.

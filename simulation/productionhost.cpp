@@ -184,14 +184,16 @@ void ProductionHost::stopGuid(const QString& text)
     if (ended)
         sayEnded(*ended);
     else
-        m_sayings.append({QString(), QStringLiteral("Nothing to stop: no production or processor %1").arg(text)});
+        m_sayings.append(
+            {QString(), QStringLiteral("Nothing to stop: no production or processor %1").arg(text)});
 }
 
 /// `problem` is the reason of a refusal, empty for none.
 void ProductionHost::answer(const ProductionRequest& request, const QString& problem)
 {
     if (request.id.isNull()) {
-        m_sayings.append({QString(), QStringLiteral("Refused a request that names nothing: %1").arg(problem)});
+        m_sayings.append(
+            {QString(), QStringLiteral("Refused a request that names nothing: %1").arg(problem)});
         return;
     }
     const Kolta::ProductionRequestReply reply(request.id, problem.isEmpty(), problem);
@@ -251,8 +253,9 @@ QVector<NodeText> ProductionHost::textsOf(const Driver& driver) const
     const QString server = m_installation.serverName();
     const std::pair<const char*, QString> values[] = {
         {"Processor_Type", driver.type},
-        {"vtconnection", QStringLiteral("%1/%2/%3")
-                             .arg(m_installation.hostName(), driver.type, driver.guid.toString(QUuid::WithoutBraces))},
+        {"vtconnection",
+         QStringLiteral("%1/%2/%3")
+             .arg(m_installation.hostName(), driver.type, driver.guid.toString(QUuid::WithoutBraces))},
         {"taskID", QStringLiteral("%1-%2").arg(server).arg(driver.task)},
         {"ReservedTime", driver.reserved.toString(Qt::ISODate)},
         {"Frequency", QString::number(driver.frequency, 'g', 17)},

@@ -17,10 +17,10 @@ class MisbehaviourPlan;
 
 /// A server's side of productions: works off what clients wish and shows what came of it.
 ///
-/// Wishes are kept in the order in which they came and worked off in the next turn of the event loop, all that
-/// have gathered together: nobody is answered before his own call has returned, and the overviews are written
-/// once however many productions start or end. Who sees a processor in an overview finds its connection
-/// information, and who hears an answer or a notice finds all overviews up to date.
+/// Wishes are kept in the order in which they came and worked off in the next turn of the event loop, all
+/// that have gathered together: nobody is answered before his own call has returned, and the overviews are
+/// written once however many productions start or end. Who sees a processor in an overview finds its
+/// connection information, and who hears an answer or a notice finds all overviews up to date.
 class ProductionHost : public QObject
 {
     Q_OBJECT

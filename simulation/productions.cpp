@@ -221,7 +221,8 @@ void Productions::equip(Node& top, const QString& unit, bool keepGuids) const
         taken.insert(guid);
         record.EditTavikResource().SetGUID(guid.toString());
         if (!unit.isEmpty()) {
-            const int credits = m_demand.credits(node.GetObjectName(), record.GetDemandClassName()).value_or(0);
+            const int credits =
+                m_demand.credits(node.GetObjectName(), record.GetDemandClassName()).value_or(0);
             record.EditUsedProcessingUnit().SetGUID(unit);
             record.EditUsedProcessingUnit().SetCredits(credits);
         }
@@ -325,7 +326,12 @@ std::optional<Driver> Productions::driver(const QUuid& guid) const
         return std::nullopt;
     std::optional<Driver> driver;
     const auto describe = [&](const auto& node, const QString& tuner) {
-        driver = Driver{guid, node.GetObjectName(), production->task, production->reserved, node.GetFrequency(), node.GetBandwidth(),
+        driver = Driver{guid,
+                        node.GetObjectName(),
+                        production->task,
+                        production->reserved,
+                        node.GetFrequency(),
+                        node.GetBandwidth(),
                         tuner};
     };
     if (const SCP* const scp = m_running.scp(guid))

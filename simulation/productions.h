@@ -23,12 +23,12 @@ struct ProductionRequest;
 struct Driver
 {
     QUuid guid;
-    QString type; ///< "SCP", "MCP" or "FFP"
-    int task = 0; ///< number of the production that it came with
-    QDateTime reserved; ///< until when the task is reserved, UTC
+    QString type;           ///< "SCP", "MCP" or "FFP"
+    int task = 0;           ///< number of the production that it came with
+    QDateTime reserved;     ///< until when the task is reserved, UTC
     double frequency = 0.0; ///< Hz
     double bandwidth = 0.0; ///< Hz
-    QString tuner; ///< GUID of the tuner that feeds it; empty for none
+    QString tuner;          ///< GUID of the tuner that feeds it; empty for none
 };
 
 /// What runs on a server and the rules by which it starts, moves and stops: tuners are held, processing units
@@ -61,8 +61,8 @@ public:
     /// among both the started and the stopped.
     struct Changes
     {
-        QVector<QUuid> started; ///< drivers; moved ones, too
-        QVector<QUuid> stopped; ///< processors of any kind
+        QVector<QUuid> started;  ///< drivers; moved ones, too
+        QVector<QUuid> stopped;  ///< processors of any kind
         QVector<QUuid> hardware; ///< MCPs that came and are processed in hardware
         bool isEmpty() const { return started.isEmpty() && stopped.isEmpty(); }
     };
@@ -100,9 +100,9 @@ private:
     DemandTable m_demand;
     ProcessingCapacity m_capacity;
     RunningProcessors m_running;
-    QHash<QUuid, QUuid> m_processors;         ///< by production
-    QHash<QUuid, Production> m_productions;   ///< by driver
-    QHash<QString, int> m_tunerUsers;         ///< processors by the tuner that feeds them
+    QHash<QUuid, QUuid> m_processors;       ///< by production
+    QHash<QUuid, Production> m_productions; ///< by driver
+    QHash<QString, int> m_tunerUsers;       ///< processors by the tuner that feeds them
     Changes m_changes;
     int m_lastTask = 0;
 };
