@@ -143,6 +143,9 @@ Sides productionRoundTrip()
     return {timed(times(world), rounds), timed(times(bare), rounds)};
 }
 
+/// Made before main(), so that it outlives the sides of the last figure.
+const Tree& tree = Tree::Instance();
+
 const bool added =
     addFigure({"production_roundtrip_vs_tree_writes",
                "the values written and deleted without observers, and one XML write and parse, "
