@@ -74,14 +74,14 @@ public:
     explicit Server(const QString& prefix = QStringLiteral("/ConnectManager"))
         : KoltaServerInterface(QStringLiteral("addr"), QString()), m_prefix(prefix)
     {
-        connect(this, &Server::si_ConnectionChanged, this, [this](bool on, const QString& address) {
-            add(QStringLiteral("connected %1 %2").arg(on).arg(address));
+        connect(this, &Server::si_ConnectionChanged, this, [this](bool on, const QString& where) {
+            add(QStringLiteral("connected %1 %2").arg(on).arg(where));
         });
-        connect(this, &Server::si_ConnectionReady, this, [this](bool on, const QString& address) {
-            add(QStringLiteral("ready %1 %2").arg(on).arg(address));
+        connect(this, &Server::si_ConnectionReady, this, [this](bool on, const QString& where) {
+            add(QStringLiteral("ready %1 %2").arg(on).arg(where));
         });
-        connect(this, &Server::si_StateChanged, this, [this](eServerState state, const QString& address) {
-            add(QStringLiteral("state %1 %2").arg(state).arg(address));
+        connect(this, &Server::si_StateChanged, this, [this](eServerState now, const QString& where) {
+            add(QStringLiteral("state %1 %2").arg(now).arg(where));
         });
         connect(this, &Server::si_StatusMessageChanged, this,
                 [this](const QString& message) { add(QStringLiteral("status ") + message); });
@@ -228,7 +228,7 @@ private Q_SLOTS:
         QVERIFY(!server.isReady());
         QVERIFY(!server.restartServer());
         publish(3);
-        QCOMPARE(server.taken(), QStringLiteral("connected 1 addr|state 3 addr"));
+        QCOMPARE(server.taken(), QStringLiteral("status |connected 1 addr|state 3 addr"));
         const QString client = node(QStringLiteral("Clients/")) + server.getClientId().toString();
         QVERIFY(Tree::Instance().Find(client));
         QVERIFY(server.restartServer());
