@@ -13,11 +13,11 @@ namespace VESK_Q9R {
 
 namespace {
 
-constexpr QLatin1String rootName("ShortTimeProfiles");
-constexpr QLatin1String profileName("Profile");
-constexpr QLatin1String nameAttribute("name");
-constexpr QLatin1String statusAttribute("status");
-constexpr QLatin1String hopRateName("HopRate");
+const QLatin1String rootName("ShortTimeProfiles");
+const QLatin1String profileName("Profile");
+const QLatin1String nameAttribute("name");
+const QLatin1String statusAttribute("status");
+const QLatin1String hopRateName("HopRate");
 
 constexpr qint64 largestFile = 64 * 1024 * 1024;
 constexpr int mostProfiles = 250'000;
@@ -31,7 +31,7 @@ struct TextField
     QLatin1String name;
     TextElement Profile::*element;
 };
-constexpr TextField textFields[] = {
+const TextField textFields[] = {
     {QLatin1String("FrequencyRange"), &Profile::frequencyRange},
     {QLatin1String("SignalDurationRange"), &Profile::signalDurationRange},
     {QLatin1String("BandwidthRange"), &Profile::bandwidthRange},
@@ -348,7 +348,7 @@ QString writeProfileFile(const QString& fileName, const ShortTimeProfiles& profi
 QByteArray writeProfiles(const ShortTimeProfiles& profiles, QString& error)
 {
     error.clear();
-    const QByteArray xml = writeAll(profiles);
+    QByteArray xml = writeAll(profiles);
     if (readsBackEqual(xml, profiles))
         return xml;
     error = QStringLiteral("there are more profiles than a file may hold");

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <koltacommon/shapecollectionitem.h>
+
+namespace Kolta {
+
+/// The spectral shapes by name.
+class ShapeCollectionItemMap
+    : public values::ValueItemMap<ShapeCollectionItem, ShapeCollectionItem_ItemFormat,
+                                  ShapeCollectionItem_TextAdapter>
+{
+public:
+    static constexpr int type = 130;
+
+    using ValueItemMap::ValueItemMap;
+
+    int GetType() const override { return type; }
+    QString GetTypeName() const override { return QStringLiteral("ShapeCollectionItemMap"); }
+};
+
+} // namespace Kolta

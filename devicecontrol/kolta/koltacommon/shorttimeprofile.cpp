@@ -1,0 +1,94 @@
+#include <koltacommon/shorttimeprofile.h>
+
+#include <koltacommon/itemfield.h>
+
+#include <QtGlobal>
+
+#include <iterator>
+#include <tuple>
+
+namespace Kolta {
+
+namespace {
+
+constexpr const char* modulations[] = {"Unknown", "FSK2", "AM", "PSK2A", "PSK2B", "PSK4A", "PSK4B", "PSK8A"};
+constexpr int modulationCount = static_cast<int>(std::size(modulations));
+
+/// The members in the order in which they travel.
+constexpr auto members = [](auto& io, auto& profile) {
+    io(profile.name);
+    io(profile.useFrequency);
+    io(profile.frequencyMin);
+    io(profile.frequencyMax);
+    io(profile.useDuration);
+    io(profile.durationMin);
+    io(profile.durationMax);
+    io(profile.useBandwidth);
+    io(profile.bandwidthMin);
+    io(profile.bandwidthMax);
+    io(profile.useHopRate);
+    io(profile.hopRate);
+    io(profile.useSymbolRate);
+    io(profile.symbolRateMin);
+    io(profile.symbolRateMax);
+    io(profile.useShift);
+    io(profile.shiftMin);
+    io(profile.shiftMax);
+    io(profile.useModulation);
+    io(profile.modulation);
+    io(profile.hopperFlag);
+    io(profile.type);
+};
+
+/// The members that are compared plainly.
+auto plainMembers(const ShortTimeProfile& p)
+{
+    return std::tie(p.name, p.useFrequency, p.frequencyMin, p.frequencyMax, p.useDuration, p.durationMin,
+                    p.durationMax, p.useBandwidth, p.bandwidthMin, p.bandwidthMax, p.useHopRate,
+                    p.symbolRateMin, p.symbolRateMax, p.useShift, p.shiftMin, p.shiftMax, p.useModulation,
+                    p.modulation, p.hopperFlag, p.type);
+}
+
+} // namespace
+
+qint8 stringToModulationType(const QString& text)
+{
+    for (int code = 1; code < modulationCount; ++code) {
+        if (text == QLatin1String(modulations[code]))
+            return static_cast<qint8>(code);
+    }
+    return 0;
+}
+
+QString modulationTypeToString(qint8 code)
+{
+    return QString::fromLatin1(modulations[code >= 0 && code < modulationCount ? code : 0]);
+}
+
+bool ShortTimeProfile::operator==(const ShortTimeProfile& other) const
+{
+    return useHopRate && useSymbolRate && qFuzzyCompare(hopRate, other.hopRate) &&
+           plainMembers(*this) == plainMembers(other);
+}
+
+std::size_t ShortTimeProfile::serializedSizeInBytes() const
+{
+    return 2 * static_cast<std::size_t>(name.size()) + 108;
+}
+
+QString ShortTimeProfile_ItemFormat::GetString(const ShortTimeProfile& profile)
+{
+    return QLatin1String("Profile_") + profile.name;
+}
+
+std::string ShortTimeProfile_ItemFormat::toStandardString(const ShortTimeProfile& profile)
+{
+    return itemfield::toField(profile, members, profile.serializedSizeInBytes() + 1);
+}
+
+bool ShortTimeProfile_ItemFormat::fromCharStream(const char** stream, ShortTimeProfile& profile)
+{
+    return itemfield::fromField(stream, profile, members);
+}
+
+} // namespace Kolta
