@@ -63,7 +63,7 @@ void ValueItemMapBase<Item, ItemFormat, TextAdapter>::SetMap(const Map& items, I
         [](const auto& entry) -> const Item& { return entry.second; }, true, true, observer);
 }
 
-/// After every change the map may be gone.
+/// After every change map and originator may be gone.
 template<class Item, class ItemFormat, class TextAdapter>
 template<class Items, class KeyOf, class ItemOf>
 void ValueItemMapBase<Item, ItemFormat, TextAdapter>::setAll(const Items& items, const KeyOf& keyOf,
@@ -71,13 +71,14 @@ void ValueItemMapBase<Item, ItemFormat, TextAdapter>::setAll(const Items& items,
                                                              bool difference, IObserver* observer)
 {
     const Weak<ValueBase> alive(this);
+    const Weak<IObserver> originator(observer);
     const auto transaction = CreateTransaction();
     const bool eraseOthers = replace && difference;
     std::unordered_set<Key> held;
     if (replace && !difference)
         Clear(observer);
     for (auto entry = items.begin(); alive && entry != items.end(); ++entry) {
-        Key key = SetAt(keyOf(*entry), itemOf(*entry), observer);
+        Key key = SetAt(keyOf(*entry), itemOf(*entry), originator.Get());
         if (eraseOthers)
             held.insert(std::move(key));
     }
@@ -89,7 +90,7 @@ void ValueItemMapBase<Item, ItemFormat, TextAdapter>::setAll(const Items& items,
             others.push_back(entry.first);
     }
     for (std::size_t i = 0; alive && i < others.size(); ++i)
-        EraseAt(others[i], observer);
+        EraseAt(others[i], originator.Get());
 }
 
 template<class Item, class ItemFormat, class TextAdapter>
@@ -216,8 +217,9 @@ void ValueItemMapBase<Item, ItemFormat, TextAdapter>::EraseKeys(const KeyFilter&
             keys.push_back(entry.first);
     }
     const Weak<ValueBase> alive(this);
+    const Weak<IObserver> originator(observer);
     for (std::size_t i = 0; alive && i < keys.size(); ++i)
-        EraseAt(keys[i], observer);
+        EraseAt(keys[i], originator.Get());
 }
 
 template<class Item, class ItemFormat, class TextAdapter>
