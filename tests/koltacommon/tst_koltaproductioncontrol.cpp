@@ -408,7 +408,7 @@ private Q_SLOTS:
         QFile note(data + "/started"_s);
         const auto started = [&note] {
             note.open(QIODevice::ReadOnly);
-            const QString text = QString::fromUtf8(note.readAll());
+            QString text = QString::fromUtf8(note.readAll());
             note.remove();
             return text;
         };

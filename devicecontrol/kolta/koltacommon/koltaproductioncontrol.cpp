@@ -251,7 +251,7 @@ bool KoltaProductionControl::RequestResourceInternal(const QString& requestXml)
 
 void KoltaProductionControl::StopProduction(const QUuid& production)
 {
-    StopProductions(QList<QUuid>{production});
+    StopProductions(QStringList{production.toString()});
 }
 
 void KoltaProductionControl::StopProductions(const QList<QUuid>& productions)
@@ -264,14 +264,18 @@ void KoltaProductionControl::StopProductions(const QList<QUuid>& productions)
 
 void KoltaProductionControl::StopProductions(const QStringList& productions)
 {
-    // Copies, because a slot may delete this, and the list with it, while the server stops the first ones.
-    const QString path = m_basePath + QStringLiteral("/StopResource");
-    const QStringList texts = productions;
-    for (const QString& text : texts) {
-        const QUuid production = guidFromText(text);
-        if (production.isNull())
+    QStringList guids;
+    for (const QString& text : productions) {
+        const QUuid guid = guidFromText(text);
+        if (guid.isNull())
             trace(eInvalidStop, QStringLiteral("\"%1\" is not the GUID of a production").arg(text));
-        else if (!write(path, production.toString()))
+        else
+            guids.append(guid.toString());
+    }
+    // From here on a slot may delete this, and the caller's list with it, while the server stops the first.
+    const QString path = m_basePath + QStringLiteral("/StopResource");
+    for (const QString& guid : qAsConst(guids)) {
+        if (!write(path, guid))
             return;
     }
 }
@@ -414,7 +418,7 @@ QString KoltaProductionControl::takeChange(Notice& notice, TChangeCode code)
 QString KoltaProductionControl::takeNews(Notice& notice, bool again)
 {
     const values::StringValue* const value = notice.value.Get();
-    const QString text = value ? value->GetValue() : QString();
+    QString text = value ? value->GetValue() : QString();
     if (text.isEmpty() || (!again && text == notice.reported))
         return QString();
     notice.reported = text;
