@@ -107,10 +107,11 @@ void ProductionHost::enqueue(Waiting waiting)
     m_waiting.push_back(std::move(waiting));
     if (std::exchange(m_scheduled, true))
         return;
-    QTimer::singleShot(0, this, [this] {
+    const auto workOffAll = [this] {
         m_scheduled = false;
         settle();
-    });
+    };
+    QMetaObject::invokeMethod(this, workOffAll, Qt::QueuedConnection);
 }
 
 void ProductionHost::settle()
