@@ -2,6 +2,7 @@
 
 #include <resourcemodel/demandclasses.h>
 #include <resourcemodel/hwprocessing.h>
+#include <resourcemodel/owners.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/requests.h>
 #include <resourcemodel/resources.h>
@@ -28,8 +29,8 @@ inline std::vector<ObjectPointer> newObjectOfEachClass()
                       Connection, ProcessorOverview, MCP, SCP, DSC, FHP, FFP, FHA, KoltaProcessor,
                       UsedProcessingUnit, DataSource, TunerTypeOverview, TunerTypeSettings,
                       TunerClassOverview, TunerIdDefinition, TunerClass, ResourceDemandClassOverview,
-                      ResourceDemandClass, HWProcessingOverview, HWProcessing, TunerManagementRequest,
-                      RequestResource>();
+                      ResourceDemandClass, HWProcessingOverview, HWProcessing, OwnerOverview, Owner,
+                      TunerManagementRequest, RequestResource, OwnerRequest>();
 }
 
 /// A new empty object of the class, or null.
