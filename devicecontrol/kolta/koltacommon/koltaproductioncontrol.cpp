@@ -1,20 +1,17 @@
 #include <koltacommon/koltaproductioncontrol.h>
 
+#include <koltacommon/frontendstart.h>
 #include <koltacommon/guidtext.h>
 #include <koltacommon/koltaexception.h>
 #include <koltacommon/processorconverter.h>
 #include <koltacommon/productionrequestreply.h>
 
 #include <resourcemodel/requests.h>
-#include <startup/cfgcenter.h>
 #include <startup/errorhandler.h>
 
-#include <QCoreApplication>
 #include <QPointer>
-#include <QProcess>
 
 #include <cmath>
-#include <memory>
 #include <utility>
 
 namespace Kolta {
@@ -41,16 +38,11 @@ enum eTracePoint : int {
     eNoStopValue = 410,
     eInvalidReply = 500,
     eInvalidStopped = 510,
-    eNoDriver = 600,
-    eNoFrontEnd = 610,
-    eNoGuiStarter = 620
+    eNoDriver = 600
 };
 
 /// What a request asks for; the numbers travel.
 enum eRequestType : int { eRequestProduction = 0, eRequestMove = 3 };
-
-/// A front end that does not run after this time will not.
-constexpr int startTimeoutMs = 5000;
 
 void trace(eTracePoint point, const QString& text, quint32 channel = Startup::eTrace)
 {
@@ -109,32 +101,6 @@ double numberOf(const QString& text)
 void traceNoDriver(const QString& guid)
 {
     trace(eNoDriver, QStringLiteral("No driver with type and address for processor \"%1\"").arg(guid));
-}
-
-QString besideThisProgram(const QString& program)
-{
-    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + program + QStringLiteral(".exe");
-}
-
-QString configured(const QString& key, const QString& defaultValue)
-{
-    return Startup::CfgCenter::Instance().Text(QStringLiteral("ProductionControl"), key, defaultValue);
-}
-
-/// The configured arguments; "%1" stands for the driver's type, "%2" for its address.
-QStringList guiStarterArguments(const QString& type, const QString& address)
-{
-    const QVariant value = Startup::CfgCenter::Instance().Value(
-        QStringLiteral("ProductionControl"), QStringLiteral("GuiStarterArguments"),
-        QStringList{QStringLiteral("%1"), QStringLiteral("%2")});
-    QStringList arguments = value.toStringList();
-    for (QString& argument : arguments) {
-        if (argument == QLatin1String("%1"))
-            argument = type;
-        else if (argument == QLatin1String("%2"))
-            argument = address;
-    }
-    return arguments;
 }
 
 } // namespace
@@ -381,15 +347,12 @@ bool KoltaProductionControl::findGuiStartParameters(const QUuid& guid, QString& 
     QString driverAddress;
     if (guid.isNull() || !getDriverTypeAndAddress(guid.toString(), driverType, driverAddress))
         return false;
-    // The type comes from outside and must not lead out of the folder of the programs.
-    if (driverType.contains(QLatin1Char('/')) || driverType.contains(QLatin1Char('\\')))
+    const FrontEndStart start = FrontEndStart::of(driverType, driverAddress);
+    if (start.executable.isEmpty())
         return false;
-    executable = besideThisProgram(driverType);
-    arguments =
-        QStringList{QStringLiteral("Server"),
-                    configured(QStringLiteral("MessageDialogPlugin"), QStringLiteral("MessageDialog")),
-                    QStringLiteral("Con:") + driverAddress};
-    workingDirectory = Startup::AdministratorConfiguration::Instance().TavikDataDir();
+    executable = start.executable;
+    arguments = start.arguments;
+    workingDirectory = start.workingDirectory;
     if (type)
         *type = driverType;
     if (address)
@@ -399,42 +362,21 @@ bool KoltaProductionControl::findGuiStartParameters(const QUuid& guid, QString& 
 
 QProcess* KoltaProductionControl::startGUI(const QString& guid, QObject* parent) const
 {
-    QString executable;
-    QStringList arguments;
-    QString workingDirectory;
-    if (!findGuiStartParameters(guidFromText(guid), executable, arguments, workingDirectory)) {
-        traceNoDriver(guid);
-        return nullptr;
-    }
-    auto process = std::make_unique<QProcess>(parent);
-    process->setWorkingDirectory(workingDirectory);
-    process->start(executable, arguments, QIODevice::ReadWrite);
-    process->closeReadChannel(QProcess::StandardOutput);
-    process->closeReadChannel(QProcess::StandardError);
-    if (!process->waitForStarted(startTimeoutMs)) {
-        trace(eNoFrontEnd, QStringLiteral("Front end %1 cannot be started in %2: %3")
-                               .arg(executable, workingDirectory, process->errorString()));
-        return nullptr;
-    }
-    return process.release();
+    FrontEndStart start;
+    if (findGuiStartParameters(guidFromText(guid), start.executable, start.arguments, start.workingDirectory))
+        return start.run(parent);
+    traceNoDriver(guid);
+    return nullptr;
 }
 
 bool KoltaProductionControl::startGUIdetached(const QString& guid) const
 {
     QString type;
     QString address;
-    if (!getDriverTypeAndAddress(guid, type, address)) {
-        traceNoDriver(guid);
-        return false;
-    }
-    const QString executable = besideThisProgram(QStringLiteral("TavikGuiStarter"));
-    const QString workingDirectory = Startup::AdministratorConfiguration::Instance().TavikDataDir();
-    const bool started =
-        QProcess::startDetached(executable, guiStarterArguments(type, address), workingDirectory);
-    if (!started)
-        trace(eNoGuiStarter,
-              QStringLiteral("GUI starter %1 cannot be started in %2").arg(executable, workingDirectory));
-    return started;
+    if (getDriverTypeAndAddress(guid, type, address))
+        return FrontEndStart::runDetached(type, address);
+    traceNoDriver(guid);
+    return false;
 }
 
 void KoltaProductionControl::Update(Observable* source, TChangeCode code)
