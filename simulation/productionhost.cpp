@@ -237,6 +237,8 @@ bool ProductionHost::showChanges(const Productions::Changes& changes)
     if (life == m_life)
         hideDrivers(changes.stopped);
     if (life == m_life)
+        Q_EMIT processorsStopped(changes.stopped);
+    if (life == m_life)
         Q_EMIT resourcesChanged();
     return life == m_life;
 }

@@ -3,7 +3,10 @@
 #include <simulation/misbehaviour.h>
 #include <simulation/simulatedserver.h>
 
+#include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processorconverter.h>
 #include <koltacommon/tavikxmlhelpers.h>
 #include <resourcemodel/hwprocessing.h>
@@ -57,6 +60,7 @@ private Q_SLOTS:
     void misbehaves();
     void sharesTheHardwareList();
     void followsItsResources();
+    void knowsOwners();
     void comesUp();
     void returnsWithoutAnything();
     void isOvertaken_data();
@@ -588,9 +592,43 @@ void TestProductions::followsItsResources()
     QVERIFY(isIdle(freeTuner(0)));
 }
 
+void TestProductions::knowsOwners()
+{
+    const QString mcp = produced(mcpOn(freeTuner(0))).toString();
+    Kolta::KoltaOwnerObserver mine(base() + QStringLiteral("Owners"));
+    Kolta::KoltaOwnerObserver others(base() + QStringLiteral("Owners"));
+    const QUuid me = QUuid::createUuid();
+    mine.setClient(me, QStringLiteral("me"));
+    others.setClient(QUuid::createUuid(), QStringLiteral("other"));
+    QVERIFY(mine.requestOwnership(mcp) && mine.requestOwnership(QString()));
+    QCOMPARE(others.GetGUIDsOwnedBy(me), QStringList({mcp, QString()}));
+    QVERIFY(others.requestOwnership(mcp) && others.releaseOwnership(QString()));
+    QCOMPARE(text("Status"), QStringLiteral("Ownership refused: The owner is me"));
+    QVERIFY(others.requestOwnership(QUuid::createUuid().toString()));
+    QVERIFY(text("Status").contains(QStringLiteral("No processor")));
+    QCOMPARE(mine.GetCurrentOwners().GetOwner().size(), 2);
+    // Whatever stops has no owner; nor has anything when the server returns.
+    m_control->StopAllProductions();
+    settled();
+    QCOMPARE(mine.GetGUIDsOwnedBy(me), QStringList{QString()});
+    QVERIFY(mine.releaseOwnership(QString()) && others.requestOwnership(QString()));
+    QCOMPARE(mine.GetCurrentOwners().GetOwner().size(), 1);
+    m_server->vanish();
+    m_server->comeBack();
+    QVERIFY(mine.GetCurrentOwners().GetOwner().isEmpty());
+}
+
+/// A server comes up as the library's own interface of it sees that.
 void TestProductions::comesUp()
 {
+    auto& registry = Kolta::KoltaServerRegistry::Instance();
+    const Kolta::KoltaServerInterface* const seen =
+        registry.addServer(QStringLiteral("S1"), m_installation.basePath());
+    QVERIFY(seen && seen->isReady());
+    const QStringList client{seen->getClientId().toString()};
+    QCOMPARE(children("Clients"), client);
     m_server->vanish();
+    QVERIFY(!seen->isReady());
     m_server->setStartupStep(1);
     QStringList states;
     m_watch->onChange = [&](const QString& name) {
@@ -598,7 +636,9 @@ void TestProductions::comesUp()
             states.append(text("StartupProgress") + text("Status"));
     };
     QVERIFY(m_server->comeBack());
-    QCOMPARE(text("Status"), QStringLiteral("Starting"));
+    QVERIFY(seen->isReady());
+    QCOMPARE(children("Clients"), client);
+    QCOMPARE(seen->getStatusMessage(), QStringLiteral("Starting"));
     QCOMPARE(text("InternalState"), QStringLiteral("starting"));
     const QUuid early = ask(mcpOn(freeTuner(0)));
     QTRY_COMPARE(states, QStringList({QStringLiteral("0Starting"), QStringLiteral("25Checking"),
@@ -617,6 +657,8 @@ void TestProductions::comesUp()
     QVERIFY(m_server->comeBack());
     m_server->setWorkingState(4);
     QVERIFY(!produced(mcpOn(freeTuner(0))).isNull());
+    registry.removeAllServers();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void TestProductions::returnsWithoutAnything()
