@@ -51,6 +51,10 @@ Administration::Administration(const Installation& installation, ResourceState& 
     connect(&m_startup, &StartupSequence::advanced, this, &Administration::followStartup);
     connect(&m_productions, &ProductionHost::resourcesChanged, this, &Administration::resourcesChanged);
     connect(&m_productions, &ProductionHost::noticed, this, &Administration::setStatus);
+    connect(&m_productions, &ProductionHost::processorsStopped, this, [this](const QVector<QUuid>& guids) {
+        if (m_owners.remove(guids))
+            showOwners();
+    });
 }
 
 void Administration::publish(values::Tree& tree)
@@ -71,6 +75,7 @@ void Administration::disappear()
     ++m_life;
     m_startup.cancel();
     m_productions.end();
+    m_owners.clear();
     m_nodes.withdraw();
 }
 
@@ -91,6 +96,7 @@ QVector<NodeText> Administration::texts() const
     const bool running = m_startup.isRunning();
     QVector<NodeText> texts = m_productions.texts();
     texts.append({QStringLiteral("Resources"), m_resources.overview().GetXmlString()});
+    texts.append({QStringLiteral("Owners"), m_owners.overview().GetXmlString()});
     texts.append({QStringLiteral("StartupErrors"), running ? QString() : startupErrors()});
     texts.append({QStringLiteral("StartupProgress"), QString::number(m_startup.progress())});
     texts.append(
@@ -177,6 +183,9 @@ void Administration::obey(const Wish& wish)
     case RequestNode::UnitPowerControl:
         switchPower(wish.text);
         break;
+    case RequestNode::OwnerRequest:
+        changeOwner(wish.text);
+        break;
     case RequestNode::Production:
         m_productions.request(wish.name, wish.text);
         break;
@@ -234,6 +243,23 @@ void Administration::switchPower(const QString& text)
         m_productions.stopLost();
         Q_EMIT resourcesChanged();
     }
+}
+
+void Administration::changeOwner(const QString& text)
+{
+    RESOURCEMANAGEMENT::OwnerRequest request;
+    if (!readRecord(text, request))
+        return;
+    const QString problem = m_owners.obey(request, m_productions.runs(OwnerList::ownedBy(request)));
+    if (problem.isEmpty())
+        showOwners();
+    else
+        setStatus(QStringLiteral("Ownership refused: %1").arg(problem));
+}
+
+void Administration::showOwners()
+{
+    m_nodes.setText(QStringLiteral("Owners"), m_owners.overview().GetXmlString());
 }
 
 /// Not at once: who wrote the wish has not returned yet.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <simulation/adminnodes.h>
+#include <simulation/ownerlist.h>
 #include <simulation/productionhost.h>
 #include <simulation/startupsequence.h>
 
@@ -55,6 +56,8 @@ private:
     void changeProcessingUnits(const QString& text);
     void changeStorageUnits(const QString& text);
     void switchPower(const QString& text);
+    void changeOwner(const QString& text);
+    void showOwners();
     void shutDownLater(bool returns);
     void shutDown(bool returns);
 
@@ -62,6 +65,7 @@ private:
     ResourceState& m_resources;
     AdminNodes m_nodes;
     ProductionHost m_productions;
+    OwnerList m_owners;
     StartupSequence m_startup;
     values::Tree* m_tree = nullptr;
     int m_startupStep;

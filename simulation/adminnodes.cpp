@@ -23,6 +23,7 @@ constexpr struct
                     {"ChangedPUs", RequestNode::ChangedProcessingUnits},
                     {"ChangedSUs", RequestNode::ChangedStorageUnits},
                     {"UnitPowerControl", RequestNode::UnitPowerControl},
+                    {"OwnerRequest", RequestNode::OwnerRequest},
                     {"StopResource", RequestNode::Stop},
                     {"stopAll", RequestNode::StopAll},
                     {"reset", RequestNode::Reset},

@@ -18,6 +18,7 @@ enum class RequestNode {
     ChangedProcessingUnits,
     ChangedStorageUnits,
     UnitPowerControl,
+    OwnerRequest,
     Production, ///< a value that appeared below the node of the requests, and is removed as it is read
     Stop,
     StopAll,

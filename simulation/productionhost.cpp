@@ -107,10 +107,11 @@ void ProductionHost::enqueue(Waiting waiting)
     m_waiting.push_back(std::move(waiting));
     if (std::exchange(m_scheduled, true))
         return;
-    QTimer::singleShot(0, this, [this] {
+    const auto workOffAll = [this] {
         m_scheduled = false;
         settle();
-    });
+    };
+    QMetaObject::invokeMethod(this, workOffAll, Qt::QueuedConnection);
 }
 
 void ProductionHost::settle()
@@ -235,6 +236,8 @@ bool ProductionHost::showChanges(const Productions::Changes& changes)
         showHardware(changes);
     if (life == m_life)
         hideDrivers(changes.stopped);
+    if (life == m_life)
+        Q_EMIT processorsStopped(changes.stopped);
     if (life == m_life)
         Q_EMIT resourcesChanged();
     return life == m_life;

@@ -39,6 +39,7 @@ public:
     /// While it is not empty, requests are refused for this reason.
     void setRefusal(const QString& reason) { m_refusal = reason; }
 
+    bool runs(const QUuid& processor) const { return m_productions.runs(processor); }
     void request(const QString& name, const QString& text);
     /// `text` is the GUID of a production or a processor, with or without braces, in any letter case.
     void stop(const QString& text);
@@ -49,6 +50,8 @@ public:
     void settle();
 
 Q_SIGNALS:
+    /// In the middle of showing what has changed; processors of any kind.
+    void processorsStopped(const QVector<QUuid>& guids);
     /// Tuners have been taken or released, in the server's resource state.
     void resourcesChanged();
     /// What the server has to say to all.

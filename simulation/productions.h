@@ -68,6 +68,7 @@ public:
     };
     Changes takeChanges();
     RESOURCEMANAGEMENT::ProcessorOverview overview() const { return m_running.overview(); }
+    bool runs(const QUuid& processor) const { return m_running.contains(processor); }
     /// In no order.
     QVector<QUuid> drivers() const { return m_productions.keys().toVector(); }
     /// Nothing when no driver with that GUID runs.
