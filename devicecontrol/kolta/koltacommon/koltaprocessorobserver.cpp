@@ -8,9 +8,7 @@
 
 namespace Kolta {
 
-using RESOURCEMANAGEMENT::MCP;
 using RESOURCEMANAGEMENT::ProcessorOverview;
-using RESOURCEMANAGEMENT::SCP;
 
 namespace {
 
@@ -40,7 +38,7 @@ KoltaProcessorObserver::KoltaProcessorObserver(const QString& path, QObject* par
 {
     m_doubt->setSingleShot(true);
     connect(m_doubt, &QTimer::timeout, this, [this] {
-        stopAll();
+        compareWith(index());
         announceDue();
     });
     if (!path.isEmpty())
@@ -179,8 +177,7 @@ void KoltaProcessorObserver::onValueChange(const ProcessorOverview&, const Proce
             m_doubt->start(m_emptyOverviewDelay);
     } else {
         m_doubt->stop();
-        m_index.isEmpty() ? stopAll() : compareWith(m_index);
-        m_announced = m_index;
+        compareWith(m_index);
     }
     m_due.push_back({eOverview, QString(), newOverview});
     announceDue();
@@ -193,9 +190,12 @@ void KoltaProcessorObserver::onVtDelete()
     announceDue();
 }
 
-/// Makes due what is different in `now` from what was announced.
+/// Makes due what is different in `now` from what was announced. That nothing is left comes first, so that a
+/// listener who clears a list does so once.
 void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
 {
+    if (now.isEmpty() && !m_announced.isEmpty())
+        m_due.push_back({eAllStopped, QString(), {}});
     int before = -1;
     for (int place = 0; place < now.processors().size(); ++place) {
         if (!now.isFirst(place))
@@ -221,19 +221,7 @@ void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
         else
             after = match;
     }
-}
-
-/// Makes due that everything that was announced has stopped: as a whole first, so that a listener who clears
-/// a list does so once.
-void KoltaProcessorObserver::stopAll()
-{
-    const ProcessorIndex stopped = std::exchange(m_announced, ProcessorIndex());
-    if (!stopped.isEmpty())
-        m_due.push_back({eAllStopped, QString(), {}});
-    for (int place = 0; place < stopped.processors().size(); ++place) {
-        if (stopped.isFirst(place))
-            m_due.push_back({eStopped, stopped.processors().at(place).guid(), {}});
-    }
+    m_announced = now;
 }
 
 void KoltaProcessorObserver::announceDue()

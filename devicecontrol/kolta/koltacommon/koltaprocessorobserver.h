@@ -123,7 +123,6 @@ private:
     const ProcessorIndex& index() const;
     void forget();
     void compareWith(const ProcessorIndex& now);
-    void stopAll();
     void announceDue();
     void announce(const Announcement& announcement);
 
