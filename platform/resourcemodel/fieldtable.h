@@ -2,15 +2,23 @@
 
 #include <resourcemodel/rgobject.h>
 
+#include <limits>
 #include <type_traits>
 
 /// \file
-/// The field tables behind the model classes; private to this folder.
+/// The field tables behind the model classes; for the source files that define some.
 
 namespace REPORTGENERATOR::Fields {
 
-enum class Kind : quint8 { Text, Bool, Int, Double, Enum, Record, TextList, EnumList, RecordList };
+enum class Kind : quint8 { Text, Bool, Int, UInt, Double, Enum, Record, TextList, EnumList, RecordList };
 enum class Presence : quint8 { Optional, Required };
+
+/// The whole numbers that a field can hold.
+struct NumberRange
+{
+    qint32 lowest;
+    quint64 highest;
+};
 
 /// The operations on a list field whose element type only the table knows. Numbers serve enum lists, records
 /// record lists; the other pair is null.
@@ -39,6 +47,7 @@ struct Field
     /// The member as void*; for a record its IRGObject base.
     const void* (*member)(const IRGObject& object);
     const ListOperations* list; ///< null for a field that is no list
+    NumberRange range;          ///< of whole numbers, flags and enumerators; all zero for other kinds
 
     bool isRequired() const noexcept { return presence == Presence::Required; }
 };
@@ -87,6 +96,20 @@ struct Access
         return const_cast<void*>(field.member(object));
     }
 };
+
+template<typename T>
+constexpr NumberRange numberRange()
+{
+    if constexpr (std::is_enum_v<T>) {
+        return numberRange<std::underlying_type_t<T>>();
+    } else if constexpr (std::is_integral_v<T>) {
+        using Limits = std::numeric_limits<T>;
+        static_assert(std::is_unsigned_v<T> || sizeof(T) <= sizeof(qint32));
+        return {static_cast<qint32>(Limits::lowest()), static_cast<quint64>(Limits::max())};
+    } else {
+        return {0, 0};
+    }
+}
 
 template<Kind kind, typename Member>
 const void* memberAddress(const Member& member) noexcept
@@ -156,7 +179,8 @@ constexpr const ListOperations* listOperations()
      [](const IRGObject& object) noexcept -> const void* {                                                   \
          return memberAddress<Kind::FieldKind>(static_cast<const Self&>(object).m_##Name);                   \
      },                                                                                                      \
-     listOperations<Kind::FieldKind, Type>()},
+     listOperations<Kind::FieldKind, Type>(),                                                                \
+     numberRange<Type>()},
 
 /// Defines the field table of a class that is declared with RG_OBJECT.
 #define RG_OBJECT_TABLE(Class)                                                                               \

@@ -17,8 +17,10 @@
 /// | Kind       | C++ type       | Accessors                                                     |
 /// |------------|----------------|---------------------------------------------------------------|
 /// | Text       | QString        | `const QString& GetX() const`, `SetX(QString)`                |
-/// | Bool, Int, Double | bool, qint32, double | `T GetX() const`, `SetX(T)`                      |
-/// | Enum       | nested enum    | `T GetX() const`, `SetX(T)`; any 32-bit number is carried     |
+/// | Bool, Double | bool, double | `T GetX() const`, `SetX(T)`                                   |
+/// | Int        | qint32 or less | `T GetX() const`, `SetX(T)`                                   |
+/// | UInt       | quint64 or less | `T GetX() const`, `SetX(T)`                                  |
+/// | Enum       | nested enum    | `T GetX() const`, `SetX(T)`; any number of its width is carried |
 /// | Record     | model class    | `const T& GetX() const`, `SetX(T)`, `T& EditX()` (sets it)    |
 /// | TextList, EnumList, RecordList | element type | `const QVector<T>& GetX() const`, `SetX(QVector<T>)`,
 /// `QVector<T>& EditX()` |
@@ -47,6 +49,7 @@ private:                                                                        
 #define RG_MEMBER_Text(Type, Name) QString m_##Name;
 #define RG_MEMBER_Bool(Type, Name) bool m_##Name = false;
 #define RG_MEMBER_Int(Type, Name) qint32 m_##Name = 0;
+#define RG_MEMBER_UInt(Type, Name) quint64 m_##Name = 0;
 #define RG_MEMBER_Double(Type, Name) double m_##Name = 0.0;
 #define RG_MEMBER_Enum(Type, Name) qint32 m_##Name = 0;
 #define RG_MEMBER_Record(Type, Name) Type m_##Name;
@@ -113,7 +116,8 @@ private:                                                                        
 
 #define RG_ACCESSORS_Text(Type, Name) RG_ACCESSORS_OBJECT(QString, Name)
 #define RG_ACCESSORS_Bool(Type, Name) RG_ACCESSORS_NUMBER(bool, bool, Name)
-#define RG_ACCESSORS_Int(Type, Name) RG_ACCESSORS_NUMBER(qint32, qint32, Name)
+#define RG_ACCESSORS_Int(Type, Name) RG_ACCESSORS_NUMBER(Type, qint32, Name)
+#define RG_ACCESSORS_UInt(Type, Name) RG_ACCESSORS_NUMBER(Type, quint64, Name)
 #define RG_ACCESSORS_Double(Type, Name) RG_ACCESSORS_NUMBER(double, double, Name)
 #define RG_ACCESSORS_Enum(Type, Name) RG_ACCESSORS_NUMBER(Type, qint32, Name)
 // Type is a type and takes no parentheses: NOLINTBEGIN(bugprone-macro-parentheses)

@@ -4,6 +4,8 @@
 #include "xmlreader.h"
 #include "xmlwriter.h"
 
+#include <limits>
+
 namespace REPORTGENERATOR {
 
 using Fields::Access;
@@ -63,6 +65,9 @@ void resetField(IRGObject& object, const Field& field)
     case Kind::Bool:
         Access::edit<bool>(object, field) = false;
         break;
+    case Kind::UInt:
+        Access::edit<quint64>(object, field) = 0;
+        break;
     case Kind::Double:
         Access::edit<double>(object, field) = 0.0;
         break;
@@ -83,6 +88,8 @@ bool equalField(const IRGObject& a, const IRGObject& b, const Field& field)
         return Access::get<QString>(a, field) == Access::get<QString>(b, field);
     case Kind::Bool:
         return Access::get<bool>(a, field) == Access::get<bool>(b, field);
+    case Kind::UInt:
+        return Access::get<quint64>(a, field) == Access::get<quint64>(b, field);
     case Kind::Double:
         return Access::get<double>(a, field) == Access::get<double>(b, field);
     case Kind::Record:
@@ -100,6 +107,8 @@ QLatin1String typeName(const Field& field)
         return QLatin1String("text");
     case Kind::Int:
         return QLatin1String("int");
+    case Kind::UInt:
+        return QLatin1String(field.range.highest > std::numeric_limits<quint32>::max() ? "uint64" : "uint");
     case Kind::Enum:
     case Kind::EnumList:
         return QLatin1String("enum");

@@ -35,8 +35,9 @@ private:
 /// One field of a class, for tools that show or document the model.
 struct FieldInfo
 {
-    QLatin1String name;  ///< XML element name, and the X of GetX, SetX, IsXSet and ResetX
-    QLatin1String type;  ///< "text", "bool", "int", "double", "enum", or the class name of a record
+    QLatin1String name; ///< XML element name, and the X of GetX, SetX, IsXSet and ResetX
+    QLatin1String
+        type; ///< "text", "bool", "int", "uint", "uint64", "double", "enum", or the class name of a record
     QLatin1String about; ///< meaning and unit, a few words
     bool list;           ///< any number of elements
     bool required;       ///< Check() fails without it

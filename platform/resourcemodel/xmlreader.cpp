@@ -233,11 +233,10 @@ private:
             QStringLiteral("%1 (%2): %3").arg(path, placeOf(m_xml, where.data() - m_utf8.constData()), text));
     }
 
-    [[noreturn]] void failValue(const Step& step, const pugi::xml_node& node, const char* expected)
+    [[noreturn]] void failValue(const Step& step, const pugi::xml_node& node, const QString& expected)
     {
         const QString found = shortened(contentOf(node, step));
-        failAt(step, node.name(),
-               QStringLiteral("expected %1, found \"%2\"").arg(QLatin1String(expected), found));
+        failAt(step, node.name(), QStringLiteral("expected %1, found \"%2\"").arg(expected, found));
     }
 
     /// Elements come in the order of the table as a rule, so the search starts where the last one was found.
@@ -287,6 +286,9 @@ private:
         case Kind::Bool:
             Access::edit<bool>(object, field) = boolOf(node, step);
             break;
+        case Kind::UInt:
+            Access::edit<quint64>(object, field) = numberOf<quint64>(node, step, field);
+            break;
         case Kind::Double:
             Access::edit<double>(object, field) = doubleOf(node, step);
             break;
@@ -297,7 +299,7 @@ private:
             return readFields(record, Access::table(record), node, step);
         }
         default:
-            Access::edit<qint32>(object, field) = intOf(node, step);
+            Access::edit<qint32>(object, field) = numberOf<qint32>(node, step, field);
         }
         Access::mark(object, index);
     }
@@ -314,7 +316,7 @@ private:
             IRGObject& record = field.list->appendRecord(list);
             readFields(record, Access::table(record), node, step);
         } else if (field.kind == Kind::EnumList) {
-            field.list->appendNumber(list, intOf(node, step));
+            field.list->appendNumber(list, numberOf<qint32>(node, step, field));
         } else {
             static_cast<QVector<QString>*>(list)->append(textOf(node, step));
         }
@@ -332,15 +334,21 @@ private:
     {
         bool value = false;
         if (!parseBool(contentOf(node, step), value))
-            failValue(step, node, "true or false");
+            failValue(step, node, QStringLiteral("true or false"));
         return value;
     }
 
-    qint32 intOf(const pugi::xml_node& node, const Step& step)
+    /// `Number` is what the field is stored as.
+    template<typename Number>
+    Number numberOf(const pugi::xml_node& node, const Step& step, const Field& field)
     {
-        qint32 value = 0;
-        if (!parseNumber(contentOf(node, step), value))
-            failValue(step, node, "a whole number");
+        Number value = 0;
+        const auto [lowest, highest] = field.range;
+        const bool isNumber = parseNumber(contentOf(node, step), value);
+        const bool fits =
+            value < Number(1) ? static_cast<qint64>(value) >= lowest : static_cast<quint64>(value) <= highest;
+        if (!isNumber || !fits)
+            failValue(step, node, QStringLiteral("a whole number from %1 to %2").arg(lowest).arg(highest));
         return value;
     }
 
@@ -348,16 +356,14 @@ private:
     {
         double value = 0;
         if (!parseNumber(contentOf(node, step), value) || !std::isfinite(value))
-            failValue(step, node, "a number");
+            failValue(step, node, QStringLiteral("a number"));
         return value;
     }
 
     QString textOf(const pugi::xml_node& node, const Step& step)
     {
-        if (node.first_child()) {
-            const std::string_view all = gather(node, step);
-            return QString::fromUtf8(all.data(), static_cast<int>(all.size()));
-        }
+        if (node.first_child())
+            return textFromUtf8(gather(node, step));
         const std::string_view raw = node.value();
         if (raw.empty())
             return QString();
@@ -372,10 +378,10 @@ private:
     QString unescapedText(std::string_view raw, const Step& step)
     {
         if (raw.find('&') == std::string_view::npos)
-            return QString::fromUtf8(raw.data(), static_cast<int>(raw.size()));
+            return textFromUtf8(raw);
         m_gathered.clear();
         unescape(raw, step);
-        return QString::fromStdString(m_gathered);
+        return textFromUtf8(m_gathered);
     }
 
     void unescape(std::string_view raw, const Step& step)

@@ -128,12 +128,14 @@ private:
         case Kind::Bool:
             return Access::get<bool>(object, field) ? writeElement(field, "true", 4)
                                                     : writeElement(field, "false", 5);
+        case Kind::UInt:
+            return writeWhole(field, Access::get<quint64>(object, field));
         case Kind::Double:
             return writeDouble(field, Access::get<double>(object, field));
         case Kind::Record:
             return writeRecord(field, Access::get<IRGObject>(object, field), 0);
         default:
-            return writeInt(field, Access::get<qint32>(object, field));
+            return writeWhole(field, Access::get<qint32>(object, field));
         }
     }
 
@@ -145,7 +147,7 @@ private:
             if (field.kind == Kind::RecordList)
                 writeRecord(field, field.list->record(list, i), i + 1);
             else if (field.kind == Kind::EnumList)
-                writeInt(field, field.list->number(list, i));
+                writeWhole(field, field.list->number(list, i));
             else
                 writeText(field, static_cast<const QVector<QString>*>(list)->at(i));
         }
@@ -167,7 +169,8 @@ private:
         closeTag(field.wideName, field.nameLength);
     }
 
-    void writeInt(const Field& field, qint64 value)
+    template<typename Number>
+    void writeWhole(const Field& field, Number value)
     {
         char digits[numberLength];
         const auto end = std::to_chars(digits, digits + numberLength, value).ptr;
@@ -182,7 +185,7 @@ private:
         if (!std::isfinite(value))
             throw Unwritable{QLatin1String(field.name), QStringLiteral("is not a finite number")};
         if (std::fabs(value) < plainLimit && std::trunc(value) == value && !std::signbit(value))
-            return writeInt(field, static_cast<qint64>(value));
+            return writeWhole(field, static_cast<qint64>(value));
         char digits[numberLength];
         const auto end = std::to_chars(digits, digits + numberLength, value).ptr;
         writeElement(field, digits, static_cast<int>(end - digits));

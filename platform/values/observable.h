@@ -1,5 +1,7 @@
 #pragma once
 
+#include <values/lifetime.h>
+
 #include <cstddef>
 #include <vector>
 
@@ -28,6 +30,8 @@ public:
     /// Whether it is attached to `source`. Never looks into `source`, so a holder may ask with a pointer to
     /// an observable that may have died meanwhile: the answer is then false.
     bool IsAttachedTo(const Observable* source) const noexcept;
+    /// For values::Weak, with which originators are held.
+    const values::Life& GetLife() const noexcept { return m_life; }
 
 protected:
     IObserver() = default;
@@ -47,6 +51,7 @@ private:
     void forget(std::size_t link) noexcept;
 
     std::vector<Link> m_links; ///< in no order
+    values::Life m_life;
 };
 
 /// Something whose changes can be observed.

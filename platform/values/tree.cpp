@@ -58,6 +58,12 @@ TreeItem::TreeItem(const QString& name, TValueState state) : m_name(name), m_sta
 
 TreeItem::~TreeItem() = default;
 
+void TreeItem::SetIdentity(const QString& name, TValueState state)
+{
+    m_name = name;
+    m_state = state;
+}
+
 QString TreeItem::GetName() const
 {
     return m_tree ? m_path.mid(m_path.lastIndexOf(separator) + 1) : m_name;

@@ -44,6 +44,8 @@ public:
 
 protected:
     explicit TreeItem(const QString& name = QString(), TValueState state = eValueValid);
+    /// For constructors that cannot pass both on: those between a virtual base and the class of the object.
+    void SetIdentity(const QString& name, TValueState state);
     void OnUnobserved() override;
     /// Empties the content when the item is deleted; it may be called for an empty one.
     virtual void ClearContent() {}

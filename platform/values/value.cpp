@@ -1,8 +1,25 @@
 #include <values/value.h>
 
+#include <values/command.h>
+
+#include <startup/errorhandler.h>
+
+#include <vector>
+
 namespace values {
 
+struct ValueBase::Recording
+{
+    ICommandRecorder* recorder = nullptr;
+    int depth = 0;                               ///< open transactions
+    std::vector<std::unique_ptr<Command>> group; ///< what they have recorded
+};
+
 ValueBase::ValueBase(const QString& name, TValueState state) : TreeItem(name, state) {}
+
+ValueBase::ValueBase(const ValueBase& other) : TreeItem(other.GetName(), other.GetState()) {}
+
+ValueBase::~ValueBase() = default;
 
 void ValueBase::Announce(TChangeCode code, IObserver* originator)
 {
@@ -18,6 +35,116 @@ void ValueBase::Changed(TChangeCode code, IObserver* originator)
     else
         Notify(code, originator);
 }
+
+bool ValueBase::operator==(const ValueBase& other) const
+{
+    return GetType() == other.GetType() && GetState() == other.GetState();
+}
+
+ValueBase::Recording& ValueBase::recording()
+{
+    if (!m_recording)
+        m_recording = std::make_unique<Recording>();
+    return *m_recording;
+}
+
+bool ValueBase::InstallRecorder(ICommandRecorder* recorder)
+{
+    if (!recorder || (m_recording && m_recording->recorder && m_recording->recorder != recorder))
+        return false;
+    recording().recorder = recorder;
+    return true;
+}
+
+void ValueBase::RemoveRecorder(const ICommandRecorder* recorder)
+{
+    if (!m_recording || m_recording->recorder != recorder)
+        return;
+    m_recording->recorder = nullptr;
+    m_recording->group.clear();
+}
+
+bool ValueBase::Record() const noexcept
+{
+    return m_recording && m_recording->recorder && !IsDeleted();
+}
+
+void ValueBase::RecordCommand(Command* command)
+{
+    std::unique_ptr<Command> owned(command);
+    if (!owned || !Record())
+        return;
+    if (m_recording->depth > 0)
+        m_recording->group.push_back(std::move(owned));
+    else
+        m_recording->recorder->OnCommand(*this, std::move(owned));
+}
+
+ValueBase::Transaction ValueBase::CreateTransaction()
+{
+    return Transaction(*this);
+}
+
+ValueBase::Transaction::Transaction(ValueBase& value) : m_value(&value)
+{
+    ++value.recording().depth;
+}
+
+ValueBase::Transaction::~Transaction()
+{
+    if (ValueBase* const value = m_value.Get())
+        value->endTransaction();
+}
+
+void ValueBase::endTransaction() noexcept
+{
+    if (--m_recording->depth > 0 || m_recording->group.empty())
+        return;
+    try {
+        auto group = std::exchange(m_recording->group, {});
+        std::unique_ptr<Command> command = group.size() == 1 ? std::move(group.front()) : nullptr;
+        if (!command)
+            command = std::make_unique<CommandTransaction>(*this, std::move(group));
+        if (Record())
+            m_recording->recorder->OnCommand(*this, std::move(command));
+    } catch (const std::exception& error) {
+        Startup::ErrorHandler::Instance().trace(Startup::eTraceError, QStringLiteral("platform/values/value"),
+                                                1, QString::fromUtf8(error.what()));
+    }
+}
+
+void ValueBase::AnnounceBulkUpdate(IObserver* originator, bool replace, bool difference)
+{
+    if (Record())
+        m_recording->recorder->OnBulkUpdate(*this, originator, replace, difference);
+}
+
+void ValueBase::ContentReplaced()
+{
+    if (!m_recording)
+        return;
+    m_recording->group.clear();
+    if (m_recording->recorder)
+        m_recording->recorder->OnContentReplaced(*this);
+}
+
+void ValueBase::AddObjectStateStringForTransmission(std::string& out, unsigned int /*flags*/)
+{
+    AppendValueHeader(out, *this);
+}
+
+Command* ValueBase::CreateNextCommand(int id, const char** stream, IObserver* originator, int available)
+{
+    if (id != eCommandTransaction || available < 0)
+        return nullptr;
+    ByteReader in(*stream, static_cast<std::size_t>(available));
+    auto command = CommandTransaction::Read(*this, in, originator);
+    if (command)
+        *stream = in.Position();
+    return command.release();
+}
+
+void ValueBase::EraseKeys(const KeyFilter& /*filter*/, IObserver* /*originator*/) {}
 
 SelectionValue::SelectionValue(const QMap<int, QString>& items, int selectedKey)
     : m_items(items), m_selected(selectedKey)

@@ -5,9 +5,15 @@
 #include <QMap>
 #include <QString>
 
+#include <functional>
+#include <memory>
+#include <string>
 #include <utility>
 
 namespace values {
+
+class Command;
+class ICommandRecorder;
 
 /// Type numbers of the values; they travel, so they never change.
 enum TValueType : int { eTypeString = 1, eTypeSelection = 2 };
@@ -15,10 +21,17 @@ enum TValueType : int { eTypeString = 1, eTypeSelection = 2 };
 /// A value of the tree.
 ///
 /// Every change of every value ends in Changed(), the one place from which tree listeners and observers hear
-/// of it.
+/// of it. A value that has a recorder also says each change of its content as a command, which repeats the
+/// change when it is executed on an equal value; the recorder gets it before anybody else hears of the
+/// change.
 class ValueBase : public TreeItem
 {
 public:
+    class CommandOnValue;
+    class Transaction;
+
+    ~ValueBase() override;
+
     /// Type number (TValueType or a collection's own) and its name, "StringValue" for instance.
     virtual int GetType() const = 0;
     virtual QString GetTypeName() const = 0;
@@ -34,13 +47,82 @@ public:
     /// content once more. Does nothing for a tombstone. An observer may delete the value meanwhile.
     void Announce(TChangeCode code = eChangeValue, IObserver* originator = nullptr);
 
+    /// What values of all types compare: type and existence. Where a value stands and who is attached to it
+    /// is no part of it.
+    bool operator==(const ValueBase& other) const;
+    bool operator!=(const ValueBase& other) const { return !(*this == other); }
+
+    /// From now on `recorder`, which is not owned, gets the commands; RemoveRecorder() before it dies. False,
+    /// and nothing changes, when the value has another recorder.
+    bool InstallRecorder(ICommandRecorder* recorder);
+    /// Ignores a recorder that is not installed. Commands of a running transaction are lost.
+    void RemoveRecorder(const ICommandRecorder* recorder);
+    /// Whether changes are recorded at present; never those of a tombstone.
+    bool Record() const noexcept;
+    /// Takes ownership and gives the command to the recorder, at once or with the running transaction.
+    void RecordCommand(Command* command);
+    /// Until the result (and every other one of this value) is gone, commands are kept; then they reach the
+    /// recorder as one, also when an exception unwinds. They are lost when the value dies or its content is
+    /// replaced silently before. May outlive the value.
+    [[nodiscard]] Transaction CreateTransaction();
+
+    /// Appends what another process needs to make an equal value: here the header (type, state, path), in
+    /// values that record also the commands that fill an empty one. `flags`: eTransmissionFlag, for the
+    /// commands.
+    virtual void AddObjectStateStringForTransmission(std::string& out, unsigned int flags);
+    /// Decodes the payload of a command on this value, of which `available` bytes may be read, and moves
+    /// `*stream` behind it. Null, and `*stream` unchanged, when the identifier is unknown or the payload does
+    /// not fit. The result is the caller's; `originator` is whom it names when it is executed.
+    virtual Command* CreateNextCommand(int id, const char** stream, IObserver* originator, int available);
+    /// Which keys EraseKeys() erases; called with key fields as they are transmitted.
+    using KeyFilter = std::function<bool(const std::string& keyField)>;
+    /// Erases items one by one, where the value is a keyed collection; otherwise does nothing.
+    virtual void EraseKeys(const KeyFilter& filter, IObserver* originator);
+
+    /// For values::Weak.
+    const Life& GetLife() const noexcept { return m_life; }
+
 protected:
     explicit ValueBase(const QString& name = QString(), TValueState state = eValueValid);
+    /// Takes over name and state; the copy is in no tree, and neither observed nor recorded.
+    ValueBase(const ValueBase& other);
+    ValueBase& operator=(const ValueBase&) = delete;
+    /// Tells the recorder that many changes follow, which make the value equal to a given content: with
+    /// `replace` wholly, else they add to it; with `difference` only what differs is written, else all.
+    void AnnounceBulkUpdate(IObserver* originator, bool replace, bool difference);
+    /// To be called after the content was replaced without commands (Assign, ClearContent): commands that
+    /// still wait in a transaction mean the former content and are dropped, and the recorder is told.
+    void ContentReplaced();
     /// To be called after every change of the content, as the last step: an observer may delete the value.
     /// Does nothing for a tombstone.
     void Changed(TChangeCode code, IObserver* originator);
     /// Empties the content when the value becomes a tombstone. Tells nobody.
     void ClearContent() override = 0;
+
+private:
+    struct Recording;
+    Recording& recording();
+    void endTransaction() noexcept;
+
+    std::unique_ptr<Recording> m_recording; ///< null until somebody records or opens a transaction
+    Life m_life;
+};
+
+/// Keeps a transaction of a value open; see ValueBase::CreateTransaction().
+class ValueBase::Transaction
+{
+public:
+    Transaction(Transaction&& other) noexcept : m_value(std::exchange(other.m_value, {})) {}
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    Transaction& operator=(Transaction&&) = delete;
+
+private:
+    friend class ValueBase;
+    explicit Transaction(ValueBase& value);
+
+    Weak<ValueBase> m_value;
 };
 
 /// How a Value<T> is named and printed.

@@ -1,35 +1,16 @@
 #include "converters.h"
 
+#include "converterparts.h"
+
 #include <limits>
 
+using XmlCommon::asksFor;
 using XmlCommon::CConstElement;
 using XmlCommon::CDataTree;
 using XmlCommon::CElement;
 using XmlCommon::CMsgFragment;
-using XmlCommon::CRequestTree;
-
-namespace {
-
-/// A fragment that asks `component` for the operation that the request tree's root element names.
-CMsgFragment requestFragment(const char* component, const CDataTree& request)
-{
-    CMsgFragment fragment{QString::fromLatin1(component)};
-    fragment.setRequestTree(CRequestTree(request));
-    return fragment;
-}
-
-CConstElement requestRoot(const CMsgFragment& fragment)
-{
-    return fragment.getRequestTree().getDataTree().root();
-}
-
-bool asksFor(const CMsgFragment& fragment, const char* component, const char* operation)
-{
-    return fragment.getComponentName() == QLatin1String(component) &&
-           requestRoot(fragment).hasName(operation);
-}
-
-} // namespace
+using XmlCommon::requestFragment;
+using XmlCommon::requestRoot;
 
 namespace XmlCommunication {
 

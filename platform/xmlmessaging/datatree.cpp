@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <limits>
+#include <string>
 
 namespace XmlCommon {
 
@@ -86,9 +87,9 @@ QByteArray toXmlName(QByteArray name)
     return name.isEmpty() ? QByteArrayLiteral("_") : name;
 }
 
-QByteArray directText(pugi::xml_node element)
+std::string directText(pugi::xml_node element)
 {
-    QByteArray text;
+    std::string text;
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
         if (isText(child))
             text.append(child.value());
@@ -183,6 +184,14 @@ void appendEscaped(XmlAppender& out, const QString& text)
     out.escaped(toXmlUtf8(text).constData(), XmlAppender::eAttribute);
 }
 
+QString textFromUtf8(std::string_view bytes)
+{
+    QString text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+    if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
+        text.prepend(QChar(QChar::ByteOrderMark));
+    return text;
+}
+
 bool parseUInt(const char* text, quint64& value) noexcept
 {
     quint64 result = 0;
@@ -220,7 +229,7 @@ void TreeHandle::release() const noexcept
 
 QString CConstElement::name() const
 {
-    return QString::fromUtf8(pugi::xml_node(m_node).name());
+    return detail::textFromUtf8(pugi::xml_node(m_node).name());
 }
 
 bool CConstElement::hasName(const char* name) const noexcept
@@ -230,12 +239,12 @@ bool CConstElement::hasName(const char* name) const noexcept
 
 QString CConstElement::text() const
 {
-    return QString::fromUtf8(detail::directText(pugi::xml_node(m_node)));
+    return detail::textFromUtf8(detail::directText(pugi::xml_node(m_node)));
 }
 
 QString CConstElement::attribute(const char* name) const
 {
-    return QString::fromUtf8(pugi::xml_node(m_node).attribute(name).value());
+    return detail::textFromUtf8(pugi::xml_node(m_node).attribute(name).value());
 }
 
 bool CConstElement::hasAttribute(const char* name) const noexcept
@@ -248,9 +257,8 @@ quint64 CConstElement::textToUInt(bool* ok) const noexcept
     const pugi::xml_node first = pugi::xml_node(m_node).first_child();
     quint64 value = 0;
     const bool plain = detail::isText(first) && !first.next_sibling();
-    const bool read = plain
-                          ? detail::parseUInt(first.value(), value)
-                          : detail::parseUInt(detail::directText(pugi::xml_node(m_node)).constData(), value);
+    const bool read = plain ? detail::parseUInt(first.value(), value)
+                            : detail::parseUInt(detail::directText(pugi::xml_node(m_node)).c_str(), value);
     if (ok)
         *ok = read;
     return value;

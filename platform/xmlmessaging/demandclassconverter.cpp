@@ -1,6 +1,6 @@
 #include "demandclassconverter.h"
 
-#include <QLocale>
+#include "converterparts.h"
 
 #include <cmath>
 
@@ -8,6 +8,7 @@ using XmlCommon::CConstElement;
 using XmlCommon::CDataTree;
 using XmlCommon::CElement;
 using XmlCommon::CMsgFragment;
+using XmlCommon::shortest;
 
 namespace ResourceConverter {
 
@@ -15,7 +16,7 @@ namespace {
 
 using DemandClass = CResourceDemandClasses::ResourceDemandClass;
 
-const QString componentName = QStringLiteral("ResourceDemandClasses");
+constexpr char componentName[] = "ResourceDemandClasses";
 
 /// -1 for what is missing or no number of 32 bits.
 qint32 numberAttribute(CConstElement element, const char* name)
@@ -63,16 +64,10 @@ DemandClass readClass(CConstElement element)
     return read;
 }
 
-QString shortest(double number)
-{
-    return QString::number(number, 'g', QLocale::FloatingPointShortest);
-}
-
 void writeClass(CElement element, const DemandClass& written)
 {
     element.setAttribute("traits", QString::number(written.traits));
-    element.setAttribute("hardwareProcessing",
-                         written.hardwareProcessing ? QStringLiteral("true") : QStringLiteral("false"));
+    element.setAttribute("hardwareProcessing", XmlCommon::truthText(written.hardwareProcessing));
     element.append("Name", written.name);
     if (written.info)
         element.append("Info", *written.info);
@@ -93,15 +88,12 @@ void writeClass(CElement element, const DemandClass& written)
 
 CMsgFragment CResourceDemandClasses::makeFragment()
 {
-    CMsgFragment fragment(componentName);
-    fragment.setRequestTree(XmlCommon::CRequestTree(CDataTree(QLatin1String("GetDemandClasses"))));
-    return fragment;
+    return XmlCommon::requestFragment(componentName, CDataTree(QLatin1String("GetDemandClasses")));
 }
 
 bool CResourceDemandClasses::isQuery(const CMsgFragment& fragment)
 {
-    return fragment.getComponentName() == componentName &&
-           fragment.getRequestTree().getDataTree().root().hasName("GetDemandClasses");
+    return XmlCommon::asksFor(fragment, componentName, "GetDemandClasses");
 }
 
 void CResourceDemandClasses::fillReply(CMsgFragment& fragment, const QVector<Application>& applications)
@@ -120,7 +112,8 @@ void CResourceDemandClasses::fillReply(CMsgFragment& fragment, const QVector<App
 CResourceDemandClasses::CResourceDemandClasses(const CMsgFragment& fragment)
 {
     const CConstElement root = fragment.getDataTree().root();
-    m_compatible = fragment.getComponentName() == componentName && root.hasName("DemandClasses");
+    m_compatible =
+        fragment.getComponentName() == QLatin1String(componentName) && root.hasName("DemandClasses");
     m_failure = !m_compatible || fragment.hasFaultTree();
     if (m_failure)
         return;

@@ -1,0 +1,367 @@
+#include "q9rprofiles.h"
+
+#include <QFileInfo>
+#include <QLocale>
+#include <QSaveFile>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace VESK_Q9R {
+
+namespace {
+
+constexpr QLatin1String rootName("ShortTimeProfiles");
+constexpr QLatin1String profileName("Profile");
+constexpr QLatin1String nameAttribute("name");
+constexpr QLatin1String statusAttribute("status");
+constexpr QLatin1String hopRateName("HopRate");
+
+constexpr qint64 largestFile = 64 * 1024 * 1024;
+constexpr int mostProfiles = 250'000;
+constexpr int deepestLevel = 64;
+constexpr int mostNotes = 20;
+
+/// The elements of a profile that hold a text, in the order in which they are written; the hop rate comes
+/// before the last one.
+struct TextField
+{
+    QLatin1String name;
+    TextElement Profile::*element;
+};
+constexpr TextField textFields[] = {
+    {QLatin1String("FrequencyRange"), &Profile::frequencyRange},
+    {QLatin1String("SignalDurationRange"), &Profile::signalDurationRange},
+    {QLatin1String("BandwidthRange"), &Profile::bandwidthRange},
+    {QLatin1String("SymbolrateRange"), &Profile::symbolrateRange},
+    {QLatin1String("ShiftRange"), &Profile::shiftRange},
+    {QLatin1String("ModulationType"), &Profile::modulationType},
+};
+constexpr unsigned hopRateBit = 1u << (sizeof textFields / sizeof *textFields);
+
+/// One line of at most 40 characters or so.
+QString shortened(const QStringRef& text)
+{
+    constexpr int longest = 40;
+    const QString start = text.left(longest).toString().simplified();
+    return text.size() <= longest ? start : QString(start + QLatin1String("..."));
+}
+
+/// Thrown inside the reader only.
+struct Failure
+{
+    QString text;
+};
+
+class Reader
+{
+public:
+    explicit Reader(QXmlStreamReader& xml, ReadReport& report) : m_xml(xml), m_report(report) {}
+
+    void read(QVector<Profile>& profiles)
+    {
+        while (next() != QXmlStreamReader::StartElement) {
+        }
+        if (m_xml.name() != rootName)
+            fail(m_xml.name(), QStringLiteral("expected the root element <%1>").arg(rootName));
+        while (nextChild(rootName)) {
+            if (m_xml.name() != profileName)
+                passOver(rootName);
+            else if (profiles.size() == mostProfiles)
+                fail(profileName, QStringLiteral("expected at most %1 profiles").arg(mostProfiles));
+            else
+                readProfile(appended(profiles));
+        }
+        while (next() != QXmlStreamReader::EndDocument) {
+        }
+        if (m_passedOver > mostNotes)
+            m_report.notes.append(QStringLiteral("%1 more").arg(m_passedOver - mostNotes));
+    }
+
+private:
+    static Profile& appended(QVector<Profile>& profiles)
+    {
+        profiles.append(Profile());
+        return profiles.last();
+    }
+
+    template<typename Name>
+    [[noreturn]] void fail(const Name& element, const QString& text, qint64 line) const
+    {
+        throw Failure{QStringLiteral("line %1: <%2>: %3").arg(line).arg(element).arg(text)};
+    }
+    template<typename Name>
+    [[noreturn]] void fail(const Name& element, const QString& text) const
+    {
+        fail(element, text, m_xml.lineNumber());
+    }
+    /// Fails for the text that has just been read; `line` is where it begins.
+    [[noreturn]] void failForText(QLatin1String parent, qint64 line) const
+    {
+        const QStringRef text = m_xml.text();
+        const QStringRef found = text.trimmed();
+        line += text.left(found.position() - text.position()).count(QLatin1Char('\n'));
+        fail(parent, QStringLiteral("expected elements, found \"%1\"").arg(shortened(found)), line);
+    }
+
+    /// The next token; fails when there is none, and for document types, with which entities would come.
+    QXmlStreamReader::TokenType next()
+    {
+        const QXmlStreamReader::TokenType token = m_xml.readNext();
+        if (token == QXmlStreamReader::DTD)
+            fail(rootName, QStringLiteral("expected no document type declaration"));
+        if (token == QXmlStreamReader::Invalid)
+            throw Failure{QStringLiteral("line %1, column %2: expected well-formed XML: %3")
+                              .arg(m_xml.lineNumber())
+                              .arg(m_xml.columnNumber())
+                              .arg(m_xml.errorString())};
+        return token;
+    }
+
+    /// Goes to the next element inside `parent`; false at the end of `parent`.
+    bool nextChild(QLatin1String parent)
+    {
+        for (;;) {
+            const qint64 line = m_xml.lineNumber();
+            const QXmlStreamReader::TokenType token = next();
+            if (token == QXmlStreamReader::StartElement)
+                return true;
+            if (token == QXmlStreamReader::EndElement)
+                return false;
+            if (token == QXmlStreamReader::Characters && !m_xml.isWhitespace())
+                failForText(parent, line);
+        }
+    }
+
+    void passOver(QLatin1String parent)
+    {
+        if (++m_passedOver <= mostNotes)
+            m_report.notes.append(QStringLiteral("line %1: <%2> inside <%3> is not known and was passed over")
+                                      .arg(m_xml.lineNumber())
+                                      .arg(shortened(m_xml.name()), parent));
+        for (int depth = 1; depth > 0;) {
+            const QXmlStreamReader::TokenType token = next();
+            if (token == QXmlStreamReader::StartElement && ++depth > deepestLevel)
+                fail(shortened(m_xml.name()), QStringLiteral("expected at most %1 levels").arg(deepestLevel));
+            if (token == QXmlStreamReader::EndElement)
+                --depth;
+        }
+    }
+
+    void readProfile(Profile& profile)
+    {
+        profile.name = m_xml.attributes().value(nameAttribute).toString();
+        unsigned seen = 0;
+        const auto see = [&](QLatin1String name, unsigned bit) {
+            if ((seen & bit) != 0)
+                fail(name, QStringLiteral("expected at most once in a profile"));
+            seen |= bit;
+        };
+        while (nextChild(profileName)) {
+            const QStringRef name = m_xml.name();
+            if (name == hopRateName) {
+                see(hopRateName, hopRateBit);
+                readNumber(hopRateName, profile.hopRate);
+                continue;
+            }
+            const TextField* field = std::find_if(std::begin(textFields), std::end(textFields),
+                                                  [&name](const TextField& f) { return name == f.name; });
+            if (field == std::end(textFields)) {
+                passOver(profileName);
+                continue;
+            }
+            see(field->name, 1u << (field - textFields));
+            TextElement& element = profile.*field->element;
+            element.status = statusOf(field->name);
+            element.value = readText(field->name);
+        }
+    }
+
+    void readNumber(QLatin1String name, NumberElement& element)
+    {
+        element.status = statusOf(name);
+        const qint64 line = m_xml.lineNumber();
+        const QString text = readText(name).trimmed();
+        if (text.isEmpty())
+            return;
+        bool ok = false;
+        element.value = text.toDouble(&ok);
+        if (!ok || !std::isfinite(element.value))
+            fail(name, QStringLiteral("expected a number, found \"%1\"").arg(shortened(&text)), line);
+    }
+
+    qint32 statusOf(QLatin1String name) const
+    {
+        const QXmlStreamAttributes attributes = m_xml.attributes();
+        if (!attributes.hasAttribute(statusAttribute))
+            return 0;
+        const QStringRef text = attributes.value(statusAttribute);
+        bool ok = false;
+        const qint32 status = text.toInt(&ok);
+        if (!ok)
+            fail(name,
+                 QStringLiteral("expected a whole number as status, found \"%1\"").arg(shortened(text)));
+        return status;
+    }
+
+    /// The text up to the end of the element, which may come in pieces.
+    QString readText(QLatin1String name)
+    {
+        QString text;
+        for (;;) {
+            const QXmlStreamReader::TokenType token = next();
+            if (token == QXmlStreamReader::EndElement)
+                return text;
+            if (token == QXmlStreamReader::StartElement)
+                fail(name, QStringLiteral("expected text, found <%1>").arg(shortened(m_xml.name())));
+            if (token == QXmlStreamReader::Characters)
+                text += m_xml.text();
+        }
+    }
+
+    QXmlStreamReader& m_xml;
+    ReadReport& m_report;
+    int m_passedOver = 0;
+};
+
+ReadReport readFrom(QXmlStreamReader& xml, const QString& sourceName, ShortTimeProfiles& profiles)
+{
+    ReadReport report;
+    try {
+        QVector<Profile> read;
+        Reader(xml, report).read(read);
+        profiles.profiles.swap(read);
+    } catch (const Failure& failure) {
+        report.error = QStringLiteral("%1, %2").arg(sourceName, failure.text);
+    }
+    return report;
+}
+
+ReadReport refusal(const QString& sourceName, const QString& text)
+{
+    return {QStringLiteral("%1: %2").arg(sourceName, text), {}};
+}
+
+ReadReport tooLarge(const QString& sourceName)
+{
+    return refusal(sourceName, QStringLiteral("expected at most %1 MiB").arg(largestFile / 1024 / 1024));
+}
+
+template<typename Text>
+void writeElement(QXmlStreamWriter& xml, QLatin1String name, qint32 status, const Text& text)
+{
+    xml.writeStartElement(name);
+    xml.writeAttribute(statusAttribute, QString::number(status));
+    xml.writeCharacters(text);
+    xml.writeEndElement();
+}
+
+void writeProfile(QXmlStreamWriter& xml, const Profile& profile)
+{
+    xml.writeStartElement(profileName);
+    if (!profile.name.isEmpty())
+        xml.writeAttribute(nameAttribute, profile.name);
+    for (const TextField& field : textFields) {
+        if (field.element == &Profile::modulationType)
+            writeElement(xml, hopRateName, profile.hopRate.status,
+                         QString::number(profile.hopRate.value, 'g', QLocale::FloatingPointShortest));
+        const TextElement& element = profile.*field.element;
+        writeElement(xml, field.name, element.status, element.value);
+    }
+    xml.writeEndElement();
+}
+
+QByteArray writeAll(const ShortTimeProfiles& profiles)
+{
+    QByteArray result;
+    QXmlStreamWriter xml(&result);
+    xml.setAutoFormatting(true);
+    xml.setAutoFormattingIndent(2);
+    xml.writeStartDocument();
+    xml.writeStartElement(rootName);
+    for (const Profile& profile : profiles.profiles)
+        writeProfile(xml, profile);
+    xml.writeEndDocument();
+    return result;
+}
+
+bool readsBackEqual(const QByteArray& xml, const ShortTimeProfiles& profiles)
+{
+    ShortTimeProfiles again;
+    return readProfiles(xml, QString(), again).isGood() && again == profiles;
+}
+
+} // namespace
+
+bool operator==(const TextElement& a, const TextElement& b)
+{
+    return a.value == b.value && a.status == b.status;
+}
+
+bool operator==(const NumberElement& a, const NumberElement& b)
+{
+    return a.value == b.value && a.status == b.status;
+}
+
+bool operator==(const Profile& a, const Profile& b)
+{
+    return a.name == b.name && a.hopRate == b.hopRate &&
+           std::all_of(std::begin(textFields), std::end(textFields),
+                       [&](const TextField& field) { return a.*field.element == b.*field.element; });
+}
+
+ReadReport readProfileFile(const QString& fileName, ShortTimeProfiles& profiles)
+{
+    if (QFileInfo::exists(fileName) && !QFileInfo(fileName).isFile())
+        return refusal(fileName, QStringLiteral("expected a regular file"));
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return refusal(fileName, file.errorString());
+    if (file.size() > largestFile)
+        return tooLarge(fileName);
+    QXmlStreamReader xml(&file);
+    return readFrom(xml, fileName, profiles);
+}
+
+ReadReport readProfiles(const QByteArray& xml, const QString& sourceName, ShortTimeProfiles& profiles)
+{
+    if (xml.size() > largestFile)
+        return tooLarge(sourceName);
+    QXmlStreamReader reader(xml);
+    return readFrom(reader, sourceName, profiles);
+}
+
+QString writeProfileFile(const QString& fileName, const ShortTimeProfiles& profiles)
+{
+    QString error;
+    const QByteArray xml = writeProfiles(profiles, error);
+    if (!error.isEmpty())
+        return QStringLiteral("%1: %2").arg(fileName, error);
+    QSaveFile file(fileName);
+    if (file.open(QIODevice::WriteOnly) && file.write(xml) == xml.size() && file.commit())
+        return QString();
+    return QStringLiteral("%1: %2").arg(fileName, file.errorString());
+}
+
+QByteArray writeProfiles(const ShortTimeProfiles& profiles, QString& error)
+{
+    error.clear();
+    const QByteArray xml = writeAll(profiles);
+    if (readsBackEqual(xml, profiles))
+        return xml;
+    error = QStringLiteral("there are more profiles than a file may hold");
+    for (int i = 0; i < profiles.profiles.size(); ++i) {
+        const ShortTimeProfiles single{{profiles.profiles.at(i)}};
+        if (readsBackEqual(writeAll(single), single))
+            continue;
+        error = QStringLiteral("profile %1 (\"%2\") holds a character or a number that XML cannot carry")
+                    .arg(i + 1)
+                    .arg(single.profiles.first().name);
+        break;
+    }
+    return QByteArray();
+}
+
+} // namespace VESK_Q9R

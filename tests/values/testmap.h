@@ -1,0 +1,63 @@
+#pragma once
+
+#include <values/itemfield.h>
+#include <values/valueitemmap.h>
+
+#include <QString>
+
+#include <utility>
+
+/// A small item, its collections by text and by number, and what the collections need of it.
+template<class KeyType>
+struct TestItem : values::valueitemmap::IKeyItemTemplate<KeyType>
+{
+    TestItem() = default;
+    TestItem(KeyType itemKey, int itemNumber) : key(std::move(itemKey)), number(itemNumber) {}
+    KeyType GetKey() const override { return key; }
+    bool operator==(const TestItem& other) const { return key == other.key && number == other.number; }
+
+    KeyType key{};
+    int number = 0;
+};
+
+struct TestFormat
+{
+    template<class KeyType>
+    static QString GetString(const TestItem<KeyType>& item)
+    {
+        return QStringLiteral("Item_%1").arg(item.key);
+    }
+    template<class KeyType>
+    static std::string toStandardString(const TestItem<KeyType>& item)
+    {
+        return values::MakeItemField(32,
+                                     [&](QDataStream& out) { out << qint8(1) << item.key << item.number; });
+    }
+    template<class KeyType>
+    static bool fromCharStream(const char** stream, TestItem<KeyType>& item)
+    {
+        values::ReadItemField(stream, [&](QDataStream& in) {
+            qint8 version = 0;
+            in >> version >> item.key >> item.number;
+        });
+        return true;
+    }
+};
+
+struct TestAdapter
+{
+};
+
+template<class KeyType, int type>
+class TestMapOf : public values::ValueItemMap<TestItem<KeyType>, TestFormat, TestAdapter>
+{
+public:
+    using values::ValueItemMap<TestItem<KeyType>, TestFormat, TestAdapter>::ValueItemMap;
+    int GetType() const override { return type; }
+    QString GetTypeName() const override { return QStringLiteral("TestMap%1").arg(type); }
+};
+
+using TextItem = TestItem<QString>;
+using TestMap = TestMapOf<QString, 201>;
+using NumberItem = TestItem<unsigned int>;
+using NumberMap = TestMapOf<unsigned int, 202>;
