@@ -5,6 +5,7 @@
 #include <recording/recorddata.h>
 #include <resourcemodel/demandclasses.h>
 #include <resourcemodel/hwprocessing.h>
+#include <resourcemodel/owners.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/requests.h>
 #include <resourcemodel/resources.h>
@@ -34,10 +35,15 @@ inline std::vector<ObjectPointer> newObjectOfEachClass()
                       Connection, ProcessorOverview, MCP, SCP, DSC, FHP, FFP, FHA, KoltaProcessor,
                       UsedProcessingUnit, DataSource, TunerTypeOverview, TunerTypeSettings,
                       TunerClassOverview, TunerIdDefinition, TunerClass, ResourceDemandClassOverview,
+<<<<<<< HEAD
                       ResourceDemandClass, HWProcessingOverview, HWProcessing, TunerManagementRequest,
                       RequestResource, FrequencyStoreEntry, ShortTimeSettings, DemodulatorSettings,
                       TransmissionSystem, ShiftElement, ShortTime_Profile, FFP_Assignment, SOREL_RecordData,
                       SOREL_IndexEntry>();
+=======
+                      ResourceDemandClass, HWProcessingOverview, HWProcessing, OwnerOverview, Owner,
+                      TunerManagementRequest, RequestResource, OwnerRequest>();
+>>>>>>> refs/heads/processors
 }
 
 /// A new empty object of the class, or null.

@@ -50,18 +50,11 @@ QString HardwareProcessingObserver::getActiveHWProcessorsAsString() const
 
 const HWProcessing* HardwareProcessingObserver::findActiveHWProcessors(const QString& guid) const
 {
-    const QVector<HWProcessing>& list = currentValue.GetHWProcessing();
-    // A shared copy of the indexed list cannot change underneath the index.
-    if (m_indexed.constData() != list.constData() || m_indexed.size() != list.size()) {
-        m_indexed = list;
-        m_index.clear();
-        for (int place = list.size() - 1; place >= 0; --place) {
-            if (list.at(place).IsGUIDSet())
-                m_index.insert(list.at(place).GetGUID(), place);
-        }
-    }
-    const auto found = m_index.constFind(guid);
-    return found == m_index.constEnd() ? nullptr : &list.at(*found);
+    if (guid.isEmpty()) // not what the index has entries without GUID under
+        return TavikXmlHelpers::FindGUID(guid, currentValue);
+    if (!m_index.isFor(currentValue.GetHWProcessing()))
+        m_index.rebuild(currentValue.GetHWProcessing());
+    return m_index.find(guid);
 }
 
 void HardwareProcessingObserver::appendHardwareProcessingInfo(const HWProcessing& entry)

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <koltacommon/abstractrgvalueobserver.h>
+#include <koltacommon/guidindex.h>
 #include <koltacommon/modelmetatypes.h>
 
 #include <resourcemodel/hwprocessing.h>
 
-#include <QHash>
 #include <QSet>
 
 #include <memory>
@@ -64,8 +64,11 @@ protected:
 private:
     bool removeAll(const QSet<QString>& guids);
 
-    mutable QVector<RESOURCEMANAGEMENT::HWProcessing> m_indexed; ///< the list that the index is about
-    mutable QHash<QString, int> m_index;                         ///< place of each GUID's first entry
+    struct EntryGuid
+    {
+        static const QString& of(const RESOURCEMANAGEMENT::HWProcessing& entry) { return entry.GetGUID(); }
+    };
+    mutable GuidIndex<RESOURCEMANAGEMENT::HWProcessing, EntryGuid> m_index; ///< built on use after a change
 };
 
 } // namespace Kolta
