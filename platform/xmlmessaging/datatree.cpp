@@ -21,13 +21,46 @@ bool isText(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+/// How a text is written that begins with the piece `first`. White space beside elements would be taken for
+/// layout, so it travels as references.
+XmlAppender::Place placeOf(pugi::xml_node first)
+{
+    pugi::xml_node piece = first;
+    for (; isText(piece); piece = piece.next_sibling()) {
+        const char* const text = piece.value();
+        if (text[std::strspn(text, " \t\r\n")])
+            return XmlAppender::eCharacterData;
+    }
+    const bool alone = first.previous_sibling().empty() && piece.empty();
+    return alone ? XmlAppender::eCharacterData : XmlAppender::eBesideElements;
+}
+
+/// Appends the whole text at its first piece.
+void appendText(XmlAppender& out, pugi::xml_node piece)
+{
+    if (isText(piece.previous_sibling()))
+        return;
+    const XmlAppender::Place place = placeOf(piece);
+    for (; isText(piece); piece = piece.next_sibling())
+        out.escaped(piece.value(), place);
+}
+
+/// Whether an element has an element or a text that is not empty.
+bool hasContent(pugi::xml_node element)
+{
+    pugi::xml_node child = element.first_child();
+    while (isText(child) && !*child.value())
+        child = child.next_sibling();
+    return !child.empty();
+}
+
 /// Appends a text, or a start tag; returns the child with which the open element goes on, null when there is
 /// none.
 pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
 {
     if (node.type() != pugi::node_element) {
         if (isText(node))
-            out.escaped(node.value(), XmlAppender::eCharacterData);
+            appendText(out, node);
         return pugi::xml_node();
     }
     out.name("<", node.name(), "");
@@ -37,12 +70,12 @@ pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
         out.escaped(attribute.value(), XmlAppender::eAttribute);
         out.literal("\"");
     }
-    const pugi::xml_node child = node.first_child();
-    if (child.empty())
+    if (!hasContent(node)) {
         out.literal("/>");
-    else
-        out.literal(">");
-    return child;
+        return pugi::xml_node();
+    }
+    out.literal(">");
+    return node.first_child();
 }
 
 bool isXmlUnit(const QString& text, int i)
