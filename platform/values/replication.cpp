@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <unordered_set>
 #include <utility>
 
 namespace values {
@@ -322,7 +323,7 @@ bool ReplicaLink::takeState(ByteReader& in)
     m_peer = peer;
     m_active = true;
     acknowledged(received);
-    apply(sections, number);
+    apply(sections, number, true);
     return true;
 }
 
@@ -348,7 +349,7 @@ bool ReplicaLink::takeGroup(ByteReader& in)
         sections.push_back(std::move(section));
     }
     acknowledged(received);
-    apply(sections, number);
+    apply(sections, number, false);
     return true;
 }
 
@@ -379,7 +380,7 @@ IObserver* ReplicaLink::originFor(const QUuid& id)
 
 /// Executes all as one transaction, to the end even when an observer deletes this. What is recorded meanwhile
 /// is sent when the transaction closes, and then says that this group has been received.
-void ReplicaLink::apply(const Sections& sections, quint64 number)
+void ReplicaLink::apply(const Sections& sections, quint64 number, bool isState)
 {
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
@@ -393,6 +394,8 @@ void ReplicaLink::apply(const Sections& sections, quint64 number)
             trace(5, QString::fromUtf8(error.what()));
         }
     };
+    if (isState)
+        endStaleRequests(sections.front());
     for (const Section& section : sections) {
         const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
         if (!all) {
@@ -408,6 +411,22 @@ void ReplicaLink::apply(const Sections& sections, quint64 number)
     }
 }
 
+/// Ends the requests that the peer does not know, except own ones on their way. Afterwards this may be gone.
+void ReplicaLink::endStaleRequests(const Section& state)
+{
+    std::unordered_set<std::string> known;
+    bool isKnown = false; // most values have no requests, and then nobody asks
+    const auto isStale = [&](const std::string& request) {
+        if (!std::exchange(isKnown, true)) {
+            CommandScope scope;
+            state.command->AddScope(scope);
+            known.insert(scope.requests.begin(), scope.requests.end());
+        }
+        return known.count(request) == 0 && !m_pending.ContainsRequest(request);
+    };
+    value()->EndRequests(isStale, originFor(state.origin));
+}
+
 /// Executes a remote command but for keys at which the policy drops it. Afterwards this may be gone.
 void ReplicaLink::execute(Command& command, const QUuid& origin)
 {
@@ -416,27 +435,26 @@ void ReplicaLink::execute(Command& command, const QUuid& origin)
         command.Execute();
         return;
     }
+    const auto isKeyDropped = [&](const std::string& key) {
+        return m_pending.ContainsKey(key) && isDropped({m_role, origin, command, key});
+    };
+    const auto isRequestDropped = [&](const std::string& request) {
+        return m_pending.ContainsRequest(request) && isDropped({m_role, origin, command, request});
+    };
     CommandScope scope;
     command.AddScope(scope);
-    if (scope.everyKey) {
-        target->EraseKeys([&](const std::string& key) { return !isDropped(command, origin, key); },
-                          originFor(origin));
-        return;
-    }
-    const bool dropped = std::any_of(scope.keys.begin(), scope.keys.end(),
-                                     [&](const std::string& key) { return isDropped(command, origin, key); });
-    if (!dropped)
+    if (scope.everyKey)
+        target->EraseKeys([&](const std::string& key) { return !isKeyDropped(key); }, originFor(origin));
+    else if (std::none_of(scope.keys.begin(), scope.keys.end(), isKeyDropped) &&
+             std::none_of(scope.requests.begin(), scope.requests.end(), isRequestDropped))
         command.Execute();
 }
 
-bool ReplicaLink::isDropped(const Command& command, const QUuid& origin, const std::string& keyField) const
+bool ReplicaLink::isDropped(const Conflict& conflict) const
 {
-    if (!m_pending.Contains(keyField))
-        return false;
-    const RemoteChange choice = m_policy ? m_policy({m_role, origin, command, keyField})
-                                : m_role == LinkRole::Secondary ? RemoteChange::Drop
-                                                                : RemoteChange::Apply;
-    return choice == RemoteChange::Drop;
+    if (m_policy)
+        return m_policy(conflict) == RemoteChange::Drop;
+    return m_role == LinkRole::Secondary;
 }
 
 void ReplicaLink::fail(int tracePoint, const QString& reason)
