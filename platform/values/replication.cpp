@@ -26,6 +26,18 @@ void trace(int tracePoint, const QString& text)
                                             QStringLiteral("platform/values/replication"), tracePoint, text);
 }
 
+/// What the exception that is being handled says.
+QString exceptionText()
+{
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        return QString::fromUtf8(error.what());
+    } catch (...) {
+        return QStringLiteral("unknown exception");
+    }
+}
+
 std::string messageOf(MessageKind kind, std::size_t size)
 {
     std::string message;
@@ -286,9 +298,9 @@ bool ReplicaLink::process(ByteReader in)
                                                         : false;
         if (self && !taken && !m_broken)
             fail(2, QStringLiteral("message %1 does not fit").arg(kind));
-    } catch (const std::exception& error) {
+    } catch (...) {
         if (self)
-            fail(3, QString::fromUtf8(error.what()));
+            fail(3, exceptionText());
     }
     return self && !m_broken;
 }
@@ -390,8 +402,8 @@ void ReplicaLink::apply(const Sections& sections, quint64 number, bool isState)
                 self.Get()->execute(command, origin);
             else
                 command.Execute();
-        } catch (const std::exception& error) {
-            trace(5, QString::fromUtf8(error.what()));
+        } catch (...) {
+            trace(5, exceptionText());
         }
     };
     if (isState)
