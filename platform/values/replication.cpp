@@ -38,6 +38,13 @@ QString exceptionText()
     }
 }
 
+/// A message that was cut between two commands must not pass for a shorter one.
+bool readRestSize(ByteReader& in)
+{
+    quint32 size = 0;
+    return in.ReadInteger(size) && size == in.Remaining();
+}
+
 std::string messageOf(MessageKind kind, std::size_t size)
 {
     std::string message;
@@ -198,7 +205,10 @@ std::string ReplicaLink::TakeOutgoing()
         AppendInteger(message, m_sent);
         AppendInteger(message, m_received);
         AppendUuid(message, m_replica->GetId());
+        const std::size_t size = message.size();
+        AppendInteger(message, quint32(0));
         value()->AddObjectStateStringForTransmission(message, eTransmitPlain);
+        PatchUInt32(message, size, static_cast<quint32>(message.size() - size - sizeof(quint32)));
         return message;
     }
     std::string message = messageOf(AcknowledgeMessage, sizeof m_received);
@@ -231,9 +241,10 @@ void ReplicaLink::send(const Replica::Group& group, std::size_t first, const std
     }
     if (m_stateDue)
         return;
-    std::string message = messageOf(GroupMessage, 2 * sizeof(quint64) + body.size());
+    std::string message = messageOf(GroupMessage, 2 * sizeof(quint64) + sizeof(quint32) + body.size());
     AppendInteger(message, m_sent);
     AppendInteger(message, m_received);
+    AppendInteger(message, static_cast<quint32>(body.size()));
     message += body;
     m_acknowledgeDue = false;
     enqueue(std::move(message));
@@ -324,7 +335,7 @@ bool ReplicaLink::takeState(ByteReader& in)
     QUuid peer;
     ValueHeader header;
     if (m_role != LinkRole::Secondary || !in.ReadInteger(number) || number < m_received ||
-        !in.ReadInteger(received) || !isSent(received) || !in.ReadUuid(peer) ||
+        !in.ReadInteger(received) || !isSent(received) || !in.ReadUuid(peer) || !readRestSize(in) ||
         !ReadValueHeader(in, header) || header.type != value()->GetType())
         return false;
     CommandTransaction::Commands commands;
@@ -342,7 +353,8 @@ bool ReplicaLink::takeState(ByteReader& in)
 bool ReplicaLink::takeGroup(ByteReader& in)
 {
     quint64 number = 0, received = 0;
-    if (!m_active || !in.ReadInteger(number) || !in.ReadInteger(received) || !isSent(received) || in.AtEnd())
+    if (!m_active || !in.ReadInteger(number) || !in.ReadInteger(received) || !isSent(received) ||
+        !readRestSize(in) || in.AtEnd())
         return false;
     if (number <= m_received)
         return true; // it was carried twice
