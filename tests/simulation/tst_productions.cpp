@@ -368,6 +368,13 @@ void TestProductions::keepsItsBooks()
             return;
     }
     QVERIFY(fulfilled > 30);
+    // Nothing is left of all that: every unit has all its credits.
+    m_control->StopAllProductions();
+    for (const auto& unit : units)
+        write("UnitPowerControl", QStringLiteral("1@1@") + unit.GetTavikResource().GetGUID());
+    for (int i = 0; i < 2 * units.size(); ++i)
+        ask(mcpOn(QStringLiteral("none"), i < units.size() ? "sw_20MHz" : "sw_5MHz"));
+    QCOMPARE(settled().filter(QStringLiteral("@1@")).size(), 2 * units.size());
 }
 
 void TestProductions::checkBooks() const
@@ -479,12 +486,18 @@ void TestProductions::followsItsResources()
     const QUuid lost = ask(mcpOn(freeTuner(1)));
     settled();
     const QString unit = running().GetMCP().at(1).GetKoltaProcessor().GetUsedProcessingUnit().GetGUID();
-    write("UnitPowerControl", QStringLiteral("1@0@") + unit);
+    RESOURCEMANAGEMENT::ResourceOverview wish;
+    for (const auto& one : m_installation.resources().GetProcessingUnit()) {
+        if (one.GetTavikResource().GetGUID() == unit)
+            wish.EditProcessingUnit().append(one);
+    }
+    wish.EditProcessingUnit()[0].ResetRegistration();
+    write("ChangedPUs", wish.GetXmlString());
     QCOMPARE(settled(), QStringList{lost.toString()});
     QVERIFY(isIdle(freeTuner(1)));
 
     // A client that changes a tuner with an old record of it does not set it free.
-    RESOURCEMANAGEMENT::ResourceOverview wish;
+    wish.Reset();
     for (const auto& tuner : m_installation.resources().GetTuner()) {
         if (tuner.GetTavikResource().GetGUID() == freeTuner(0))
             wish.EditTuner().append(tuner);

@@ -144,6 +144,7 @@ void TestProductions::isOvertaken()
     m_watch->onChange = nullptr;
     QVERIFY(running().GetMCP().isEmpty());
     QCOMPARE(children("ConnectionInfo"), QStringList());
+    QVERIFY(hardwareEntries().isEmpty());
     for (int tuner = 0; tuner < 3; ++tuner)
         QVERIFY(isIdle(freeTuner(tuner)));
     QVERIFY(!produced(mcpOn(freeTuner(1))).isNull());
