@@ -33,7 +33,8 @@ public:
     explicit ProcessorDirectory(const QVector<Server*>& servers);
 
     /// Per server in the order of its overview, what a processor holds behind it.
-    const QVector<ProcessorEntry>& all() const noexcept { return m_entries; }
+    const QVector<ProcessorEntry>& all() const& noexcept { return m_entries; }
+    QVector<ProcessorEntry> all() const&& { return m_entries; }
     /// The processor that `text` means: the GUID of a production or a processor in any letter case, with or
     /// without braces, or a display name that only one has. A `kind` leaves out all others. Null, with the
     /// reason in `problem`, when there is none or several.
