@@ -84,7 +84,7 @@ bool DemoProductions::bringUpServer()
                                     path + QStringLiteral("/HardwareProcessing")),
                    QStringLiteral("the lists of processors and hardware processing are there"));
     m_freeTuners = m_server->getBookingManager().getNumberOfFreeTuners();
-    m_className = chooseClass();
+    chooseClass();
     m_report.say(QStringLiteral("%1 on %2: %3 tuners, %4 of them free; %5 processors run")
                      .arg(m_server->getAddress(), m_server->getHostname(),
                           QString::number(m_server->getBookingManager().getOverallNumberOfTuners()),
@@ -95,21 +95,18 @@ bool DemoProductions::bringUpServer()
 }
 
 /// A class with at least two free tuners, best one of which the processing is done in hardware.
-QString DemoProductions::chooseClass() const
+void DemoProductions::chooseClass()
 {
     const TunerAllocation allocation(*m_server);
-    QString chosen;
-    bool chosenHardware = false;
     allocation.tree().getRootItem()->applyToAllDescendants([&](const Kolta::ptrTunerClassTreeItem& item) {
         if (!item->isClassItem() || countTuners(*item).free < 2)
             return;
-        const bool hardware = item->isHWProcessingRDC();
-        if (chosen.isEmpty() || (hardware && !chosenHardware)) {
-            chosen = item->getName();
-            chosenHardware = hardware;
+        const bool inHardware = item->getHWProcessing();
+        if (m_className.isEmpty() || (inHardware && !m_inHardware)) {
+            m_className = item->getName();
+            m_inHardware = inHardware;
         }
     });
-    return chosen;
 }
 
 /// Says so when it is not.
@@ -187,11 +184,8 @@ DemoProductions::Sight DemoProductions::look(const ProductionOutcome& outcome) c
 bool DemoProductions::isSeen(const ProductionOutcome& outcome) const
 {
     const Sight sight = look(outcome);
-    const bool wantsHardware = TunerAllocation(*m_server).selector().getMCPResourceDemandClassForTunerClass(
-                                   m_className) == outcome.demandClass &&
-                               m_server->getTunerClassObserver().isHwProcessingRDCName(m_className);
     return !sight.processor.isEmpty() && sight.tuner == QLatin1String("in use") && !sight.driver.isEmpty() &&
-           (!wantsHardware || !sight.hardware.isEmpty());
+           (!m_inHardware || !sight.hardware.isEmpty());
 }
 
 void DemoProductions::tellMirrors(const ProductionOutcome& outcome)

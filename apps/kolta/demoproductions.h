@@ -53,7 +53,7 @@ private:
 
     bool waitForServer(const QString& whatMustHold);
     ProductionOutcome start(ProductionOrder::eKind kind, const QString& mcp = QString());
-    QString chooseClass() const;
+    void chooseClass();
     bool isPossible();
     void tellMirrors(const ProductionOutcome& outcome);
     Sight look(const ProductionOutcome& outcome) const;
@@ -66,7 +66,8 @@ private:
     int m_timeoutMs;
     Server* m_server = nullptr; ///< known to the registry while this lives
     std::unique_ptr<Kolta::HardwareProcessingController> m_hardware;
-    QString m_className; ///< empty when the installation has no free tuner
+    QString m_className;       ///< empty when the installation has no free tuner
+    bool m_inHardware = false; ///< productions on its tuners are processed in hardware
     int m_freeTuners = 0;
     ProductionOutcome m_first;
     ProductionOutcome m_second;
