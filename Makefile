@@ -1,11 +1,14 @@
 # The one way in: every target below works on a fresh Debian 12 machine and drives the presets of CMakePresets.json.
 # Variables: JOBS=<n> limits parallel compilers, PREFIX= and DESTDIR= say where to install,
-# KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest or to the benchmarks.
+# KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest or to the benchmarks,
+# TARGETS='framing message' and SECONDS=600 choose what make fuzz runs and for how long each.
 
 PREFIX ?= /usr/local
 DESTDIR ?=
 JOBS ?=
 ARGS ?=
+TARGETS ?=
+SECONDS ?= 60
 
 build = cmake --build --preset $(1) $(if $(JOBS),--parallel $(JOBS))
 sources = git ls-files '*.h' '*.cpp'
@@ -14,7 +17,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo test test-asan test-tsan bench lint format doc install clean
+.PHONY: help demo test test-asan test-tsan fuzz bench lint format doc install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -35,6 +38,10 @@ test-asan: packages-build+test build/asan/build.ninja ## the tests under Address
 test-tsan: packages-build+test build/tsan/build.ninja ## the messaging tests under ThreadSanitizer
 	@$(call build,tsan)
 	@$(fixed_addresses) ctest --preset tsan $(ARGS)
+
+fuzz: packages-build+fuzz build/fuzz/build.ninja ## search the decoders for faults, each for SECONDS=60
+	@$(call build,fuzz)
+	@$(fixed_addresses) tools/fuzz build/fuzz '$(SECONDS)' $(TARGETS)
 
 bench: packages-build+bench build/bench/build.ninja ## build and run the benchmarks
 	@$(call build,bench)

@@ -33,6 +33,12 @@ if(KOLTA_SANITIZE)
     target_compile_options(kolta_options INTERFACE -fsanitize=${KOLTA_SANITIZE} -fno-omit-frame-pointer)
     target_link_options(kolta_options INTERFACE -fsanitize=${KOLTA_SANITIZE})
 endif()
+if(KOLTA_BUILD_FUZZ)
+    # A fuzzer sees only what ends the program: undefined behaviour and failed assertions of Qt's containers must.
+    target_compile_options(kolta_options INTERFACE -fno-sanitize-recover=all)
+    target_compile_definitions(kolta_options INTERFACE QT_FORCE_ASSERTS)
+    add_custom_target(fuzz_targets)
+endif()
 
 # kolta_library(<name> NAMESPACE_NAME <Name> INCLUDE_ROOT <dir> FOLDER <header folder>
 #               SOURCES ... HEADERS ... [PUBLIC libs...] [PRIVATE libs...])
@@ -75,6 +81,25 @@ function(kolta_test name)
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data")
     if(ARG_LABELS)
         set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
+    endif()
+endfunction()
+
+# kolta_fuzz_target(<name> LIBS ... [SOURCES ...])
+# The fuzz target in <name>.cpp, program fuzz_<name>, with seeds in corpus/<name>/ and, where it helps, words of the format
+# in <name>.dict. With KOLTA_BUILD_FUZZ it searches by itself; otherwise it is a test that reruns the corpus.
+function(kolta_fuzz_target name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    set(program fuzz_${name})
+    add_executable(${program} ${name}.cpp ${ARG_SOURCES})
+    target_link_libraries(${program} PRIVATE ${ARG_LIBS} kolta_options)
+    set_target_properties(${program} PROPERTIES AUTOMOC OFF RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    if(KOLTA_BUILD_FUZZ)
+        target_link_options(${program} PRIVATE -fsanitize=fuzzer)
+        add_dependencies(fuzz_targets ${program})
+    else()
+        target_sources(${program} PRIVATE rerun.cpp)
+        add_test(NAME ${program} COMMAND ${program} "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}")
+        set_tests_properties(${program} PROPERTIES TIMEOUT 120 ENVIRONMENT LC_ALL=C.UTF-8)
     endif()
 endfunction()
 

@@ -10,9 +10,10 @@ namespace KoltaSimulation {
 
 namespace {
 
-/// Values that clients expect to find; empty until somebody has something to say there.
-const char* const plainValues[] = {"Quit",          "reset",        "stopAll",       "StartupErrors",
-                                   "InternalState", "StopResource", "ReplyResource", "StoppedResource"};
+/// Values that the server has something to say in later on.
+const char* const plainValues[] = {"ReplyResource", "StoppedResource"};
+/// Nodes without a value of their own.
+const char* const plainNodes[] = {"ConnectionInfo", "Clients"};
 
 constexpr struct
 {
@@ -21,12 +22,17 @@ constexpr struct
 } requestNodes[] = {{"ChangedTuners", RequestNode::ChangedTuners},
                     {"ChangedPUs", RequestNode::ChangedProcessingUnits},
                     {"ChangedSUs", RequestNode::ChangedStorageUnits},
-                    {"UnitPowerControl", RequestNode::UnitPowerControl}};
+                    {"UnitPowerControl", RequestNode::UnitPowerControl},
+                    {"OwnerRequest", RequestNode::OwnerRequest},
+                    {"StopResource", RequestNode::Stop},
+                    {"stopAll", RequestNode::StopAll},
+                    {"reset", RequestNode::Reset},
+                    {"Quit", RequestNode::Quit}};
 
 } // namespace
 
-AdminNodes::AdminNodes(const Installation& installation, values::Tree& tree, RequestHandler handler)
-    : m_installation(installation), m_tree(tree), m_handler(std::move(handler))
+AdminNodes::AdminNodes(const Installation& installation, WishHandler handler)
+    : m_installation(installation), m_handler(std::move(handler))
 {
 }
 
@@ -40,25 +46,66 @@ QString AdminNodes::path(const Installation& installation, const QString& name)
     return installation.basePath() + QStringLiteral("/ADMINISTRATION/") + name;
 }
 
-void AdminNodes::publish(const Content& content)
+void AdminNodes::publish(values::Tree& tree, const QVector<NodeText>& texts, int workingState)
 {
+    if (m_published)
+        return;
+    m_tree = &tree;
     m_published = true;
+    ++m_life;
+    if (writeAll(texts) && listen())
+        setWorkingState(workingState);
+}
+
+/// False when an observer ended this publication.
+bool AdminNodes::writeAll(const QVector<NodeText>& given)
+{
+    QVector<NodeText> texts;
     for (const char* name : plainValues)
-        setText(QLatin1String(name), QString());
-    setText(QStringLiteral("HostName"), m_installation.hostName());
-    setText(QStringLiteral("StartupProgress"), QStringLiteral("100"));
-    setText(QStringLiteral("Status"), content.status);
-    m_tree.EnsureNode(path(QStringLiteral("RequestsNode")));
-    m_tree.EnsureNode(path(QStringLiteral("ConnectionInfo")));
-    for (const auto& request : requestNodes) {
-        setText(QLatin1String(request.name), QString());
-        listen(QLatin1String(request.name), request.node);
-    }
+        texts.append({QLatin1String(name), QString()});
+    for (const auto& request : requestNodes)
+        texts.append({QLatin1String(request.name), QString()});
+    texts.append({QStringLiteral("HostName"), m_installation.hostName()});
     const QMap<QString, QString>& overviews = m_installation.furtherOverviews();
-    for (auto it = overviews.begin(); it != overviews.end(); ++it)
-        setText(it.key(), it.value());
-    setText(QStringLiteral("Resources"), content.resources);
-    setWorkingState(content.workingState);
+    for (auto it = overviews.begin(); it != overviews.end(); ++it) {
+        if (it.key() != QLatin1String("ActualConfiguration"))
+            texts.append({it.key(), it.value()});
+    }
+    texts += given;
+
+    const int life = m_life;
+    for (const char* name : plainNodes) {
+        m_tree->EnsureNode(path(QLatin1String(name)), this);
+        if (life != m_life)
+            return false;
+    }
+    for (const NodeText& text : qAsConst(texts)) {
+        setText(text.node, text.text);
+        if (life != m_life)
+            return false;
+    }
+    return true;
+}
+
+/// False when an observer ended this publication.
+bool AdminNodes::listen()
+{
+    const int life = m_life;
+    const auto listenTo = [this](values::TreeItem* item, RequestNode node) {
+        if (!item)
+            return;
+        item->Attach(this);
+        m_requestNodes.insert(item, node);
+    };
+    for (const auto& request : requestNodes)
+        listenTo(m_tree->FindAs<values::StringValue>(path(QLatin1String(request.name))), request.node);
+    values::TreeItem* const requests = m_tree->EnsureNode(path(QStringLiteral("RequestsNode")), this);
+    if (life != m_life)
+        return false;
+    listenTo(requests, RequestNode::Production);
+    if (requests)
+        readRequests(*requests);
+    return life == m_life;
 }
 
 void AdminNodes::withdraw()
@@ -66,17 +113,13 @@ void AdminNodes::withdraw()
     if (!m_published)
         return;
     m_published = false;
+    const int life = ++m_life;
     const QHash<Observable*, RequestNode> listened = std::exchange(m_requestNodes, {});
     for (auto it = listened.begin(); it != listened.end(); ++it)
         it.key()->Detach(this);
-    m_tree.Remove(path(QStringLiteral("WorkingState")));
-    m_tree.Remove(m_installation.basePath());
-}
-
-void AdminNodes::setResources(const QString& xml)
-{
-    if (m_published)
-        setText(QStringLiteral("Resources"), xml);
+    m_tree->Remove(path(QStringLiteral("WorkingState")));
+    if (life == m_life)
+        m_tree->Remove(m_installation.basePath());
 }
 
 void AdminNodes::setWorkingState(int state)
@@ -84,48 +127,90 @@ void AdminNodes::setWorkingState(int state)
     if (!m_published)
         return;
     const QString statePath = path(QStringLiteral("WorkingState"));
-    auto* value = m_tree.FindAs<values::SelectionValue>(statePath);
+    auto* value = m_tree->FindAs<values::SelectionValue>(statePath);
     if (value && !value->IsDeleted())
         value->SetSelectedKey(state, this);
     else
-        m_tree.Emplace<values::SelectionValue>(statePath, m_installation.workingStates(), state);
-}
-
-void AdminNodes::setStatus(const QString& text)
-{
-    if (m_published)
-        setText(QStringLiteral("Status"), text);
+        m_tree->Emplace<values::SelectionValue>(statePath, m_installation.workingStates(), state);
 }
 
 void AdminNodes::setText(const QString& name, const QString& text)
 {
+    if (!m_published)
+        return;
     const QString valuePath = path(name);
-    auto* value = m_tree.FindAs<values::StringValue>(valuePath);
+    auto* value = m_tree->FindAs<values::StringValue>(valuePath);
     if (value && !value->IsDeleted())
         value->SetValue(text, this);
     else
-        m_tree.Emplace<values::StringValue>(valuePath, text);
+        m_tree->Emplace<values::StringValue>(valuePath, text);
 }
 
-void AdminNodes::listen(const QString& name, RequestNode node)
+void AdminNodes::sayText(const QString& name, const QString& text)
 {
-    auto* value = m_tree.FindAs<values::StringValue>(path(name));
-    if (!value)
+    if (!m_published)
         return;
-    value->Attach(this);
-    m_requestNodes.insert(value, node);
+    auto* value = m_tree->FindAs<values::StringValue>(path(name));
+    if (value && !value->IsDeleted() && value->GetValue() == text)
+        value->Announce(eChangeValue, this);
+    else
+        setText(name, text);
+}
+
+QString AdminNodes::text(const QString& name) const
+{
+    const auto* value = m_published ? m_tree->FindAs<values::StringValue>(path(name)) : nullptr;
+    return value ? value->GetValue() : QString();
+}
+
+void AdminNodes::remove(const QString& name)
+{
+    if (m_published)
+        m_tree->Remove(path(name), this);
 }
 
 void AdminNodes::Update(Observable* source, TChangeCode code)
 {
-    const auto node = m_requestNodes.constFind(source);
-    if (node == m_requestNodes.constEnd() || code != eChangeValue)
+    const auto found = m_requestNodes.constFind(source);
+    if (found == m_requestNodes.constEnd())
         return;
-    const auto* value = static_cast<values::StringValue*>(source);
+    const RequestNode node = *found;
+    if (node == RequestNode::Production) {
+        if (code == eChangeChildAdded)
+            readRequests(*static_cast<values::TreeItem*>(source));
+        return;
+    }
+    if (code != eChangeValue)
+        return;
+    auto* const value = static_cast<values::StringValue*>(source);
     // A copy: the handler may change or delete the value.
     const QString text = value->GetValue();
     if (!text.isEmpty())
-        m_handler(*node, text);
+        m_handler({node, value->GetName(), text});
+}
+
+/// Requests are read as they come, so there is hardly ever more than one.
+void AdminNodes::readRequests(values::TreeItem& node)
+{
+    struct Found
+    {
+        QString path;
+        Wish wish;
+    };
+    QVector<Found> requests;
+    for (values::TreeItem* const item : node.GetChildren()) {
+        const auto* const value = dynamic_cast<values::StringValue*>(item);
+        requests.append({item->GetPath(),
+                         {RequestNode::Production, item->GetName(), value ? value->GetValue() : QString()}});
+    }
+    const int life = m_life;
+    for (const Found& request : qAsConst(requests)) {
+        // Where it is gone, somebody who was told of it made this read it before.
+        if (m_tree->Remove(request.path, this) && life == m_life)
+            m_handler(request.wish);
+        if (life != m_life)
+            return;
+    }
 }
 
 } // namespace KoltaSimulation

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QVector>
 
 #include <functional>
 
@@ -12,36 +13,65 @@ namespace KoltaSimulation {
 class Installation;
 
 /// The nodes that clients write their wishes into.
-enum class RequestNode { ChangedTuners, ChangedProcessingUnits, ChangedStorageUnits, UnitPowerControl };
+enum class RequestNode {
+    ChangedTuners,
+    ChangedProcessingUnits,
+    ChangedStorageUnits,
+    UnitPowerControl,
+    OwnerRequest,
+    Production, ///< a value that appeared below the node of the requests, and is removed as it is read
+    Stop,
+    StopAll,
+    Reset,
+    Quit
+};
+
+/// A text to be shown in the node of that name.
+struct NodeText
+{
+    QString node;
+    QString text;
+};
+
+/// What a client wrote.
+struct Wish
+{
+    RequestNode node;
+    QString name; ///< of the value
+    QString text;
+};
 
 /// A server's administrative nodes in a value tree: publishes what the server says and hears what clients
-/// ask. Lives on the tree's thread.
+/// ask. Lives on the tree's thread. Everything may be called while a client is told of a change, but this
+/// must not be destroyed then.
 class AdminNodes : private IObserver
 {
 public:
-    /// Called with the text that a client wrote, or announced again; never with an empty one.
-    using RequestHandler = std::function<void(RequestNode node, const QString& text)>;
+    /// Called with what a client wrote, or announced again; never with an empty text, except for a
+    /// production.
+    using WishHandler = std::function<void(const Wish& wish)>;
 
-    AdminNodes(const Installation& installation, values::Tree& tree, RequestHandler handler);
+    AdminNodes(const Installation& installation, WishHandler handler);
     /// Withdraws.
     ~AdminNodes() override;
 
-    /// What the nodes hold that changes in a server's life.
-    struct Content
-    {
-        QString resources; ///< XML text of the resource overview
-        int workingState = 0;
-        QString status;
-    };
-    /// Makes all nodes. The working state comes last, so that who hears of it finds everything else in place.
-    void publish(const Content& content);
+    /// Makes all nodes; the tree must outlive them. `texts` are those that are not always the same. The
+    /// working state comes last, so that who hears of it finds everything else in place. Does nothing while
+    /// they are published.
+    void publish(values::Tree& tree, const QVector<NodeText>& texts, int workingState);
     /// Deletes all nodes. The working state goes first.
     void withdraw();
     bool isPublished() const noexcept { return m_published; }
 
-    void setResources(const QString& xml);
+    // The rest does nothing while nothing is published. Names are paths below "<base path>/ADMINISTRATION".
+
+    /// Sets the text of a value, which is made if there is none.
+    void setText(const QString& name, const QString& text);
+    /// The same, and says it again where it stands already.
+    void sayText(const QString& name, const QString& text);
+    QString text(const QString& name) const;
+    void remove(const QString& name);
     void setWorkingState(int state);
-    void setStatus(const QString& text);
 
     /// Path of an administrative node: "<base path>/ADMINISTRATION/<name>".
     static QString path(const Installation& installation, const QString& name);
@@ -49,13 +79,17 @@ public:
 private:
     void Update(Observable* source, TChangeCode code) override;
     QString path(const QString& name) const { return path(m_installation, name); }
-    void setText(const QString& name, const QString& text);
-    void listen(const QString& name, RequestNode node);
+    bool writeAll(const QVector<NodeText>& texts);
+    bool listen();
+    void readRequests(values::TreeItem& node);
 
     const Installation& m_installation;
-    values::Tree& m_tree;
-    RequestHandler m_handler;
+    WishHandler m_handler;
+    values::Tree* m_tree = nullptr;
     QHash<Observable*, RequestNode> m_requestNodes;
+    /// Counts publications and withdrawals: who has told somebody something and finds another number
+    /// afterwards has been overtaken and stops.
+    int m_life = 0;
     bool m_published = false;
 };
 

@@ -208,6 +208,8 @@ bool Installation::loadSettings(const QString& file, QString& error)
                     .arg(file, m_basePath, m_serverName);
         return false;
     }
+    if (!loadNumbers(file, settings, error))
+        return false;
     settings.beginGroup(QStringLiteral("WorkingState"));
     QMap<QString, QString> states;
     for (const QString& key : settings.childKeys())
@@ -215,31 +217,59 @@ bool Installation::loadSettings(const QString& file, QString& error)
     return loadWorkingStates(file, states, error);
 }
 
+bool Installation::loadNumbers(const QString& file, const QSettings& settings, QString& error)
+{
+    const struct
+    {
+        const char* section;
+        const char* key;
+        int& target;
+    } entries[] = {{"Startup", "StepMs", m_startupStep}, {"Processing", "CreditsPerUnit", m_creditsPerUnit}};
+    for (const auto& entry : entries) {
+        const QString key = QLatin1String(entry.section) + QLatin1Char('/') + QLatin1String(entry.key);
+        if (!settings.contains(key))
+            continue;
+        const QString text = settings.value(key).toStringList().join(QLatin1Char(','));
+        bool ok = false;
+        entry.target = text.toInt(&ok);
+        if (!ok || entry.target < 0) {
+            error = QStringLiteral("%1: [%2] %3 is \"%4\", expected a number from 0")
+                        .arg(file, QLatin1String(entry.section), QLatin1String(entry.key), text);
+            return false;
+        }
+    }
+    return true;
+}
+
 bool Installation::loadWorkingStates(const QString& file, const QMap<QString, QString>& states,
                                      QString& error)
 {
     const QString selectedKey = QStringLiteral("Selected");
+    const QString closingKey = QStringLiteral("ShuttingDown");
     for (auto it = states.begin(); it != states.end(); ++it) {
-        if (it.key() == selectedKey)
+        if (it.key() == selectedKey || it.key() == closingKey)
             continue;
         bool ok = false;
         const int state = it.key().toInt(&ok);
         if (!ok || state < 0) {
-            error = QStringLiteral("%1: [WorkingState] has the key \"%2\", expected a number or Selected")
+            error = QStringLiteral("%1: [WorkingState] has the key \"%2\", expected a number, Selected or "
+                                   "ShuttingDown")
                         .arg(file, it.key());
             return false;
         }
         m_workingStates.insert(state, it.value());
     }
-    bool ok = false;
-    m_initialWorkingState = states.value(selectedKey).toInt(&ok);
-    if (!ok || !m_workingStates.contains(m_initialWorkingState)) {
-        error = QStringLiteral(
-                    "%1: [WorkingState] Selected is \"%2\", expected the number of a state listed there")
-                    .arg(file, states.value(selectedKey));
+    const auto readState = [&](const QString& key, int& state) {
+        bool ok = false;
+        state = states.value(key).toInt(&ok);
+        if (ok && m_workingStates.contains(state))
+            return true;
+        error = QStringLiteral("%1: [WorkingState] %2 is \"%3\", expected the number of a state listed there")
+                    .arg(file, key, states.value(key));
         return false;
-    }
-    return true;
+    };
+    return readState(selectedKey, m_initialWorkingState) &&
+           (!states.contains(closingKey) || readState(closingKey, m_closingWorkingState));
 }
 
 bool Installation::loadResources(const QString& file, QString& error)

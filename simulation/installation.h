@@ -8,16 +8,19 @@
 #include <QString>
 #include <QVector>
 
+class QSettings;
+
 namespace KoltaSimulation {
 
 /// What a server of an installation is and has, read from the files of one folder:
 ///
 /// - installation.ini: the server's name, base path and host name, its application description, its working
-/// states;
+/// states, how fast it starts, how much its processing units can do;
 /// - resources.xml: the resource overview;
 /// - faults.sfr: the fault reference, one "ID|text" per line, UTF-8;
 /// - demandclasses.xml, tunerclasses.xml, tunertypes.xml, hardwareprocessing.xml, actualconfiguration.xml:
-/// further overviews, published as they are. They may be absent and are then published empty.
+/// further overviews, published as they are. They may be absent and are then published empty. What
+/// actualconfiguration.xml says runs whenever the server comes up.
 class Installation
 {
 public:
@@ -38,6 +41,12 @@ public:
     const QMap<int, QString>& workingStates() const noexcept { return m_workingStates; }
     /// Key of the working state in which the server comes up.
     int initialWorkingState() const noexcept { return m_initialWorkingState; }
+    /// Key of the working state in which the server goes down; -1 for none.
+    int closingWorkingState() const noexcept { return m_closingWorkingState; }
+    /// How long the server stays in each working state of its start-up, in milliseconds; 0 passes over them.
+    int startupStep() const noexcept { return m_startupStep; }
+    /// CPU credits that each processing unit has for processors.
+    int creditsPerUnit() const noexcept { return m_creditsPerUnit; }
     const RESOURCEMANAGEMENT::ResourceOverview& resources() const noexcept { return m_resources; }
     /// In the order of the file.
     const QVector<ResourceConverter::FaultDescription>& faults() const noexcept { return m_faults; }
@@ -52,10 +61,12 @@ public:
     /// Makes this another server of the same kind: its name is also the last part of its base path.
     void setServerName(const QString& name);
     void setResources(const RESOURCEMANAGEMENT::ResourceOverview& resources) { m_resources = resources; }
+    void setCreditsPerUnit(int credits) { m_creditsPerUnit = credits; }
 
 private:
     bool loadSettings(const QString& file, QString& error);
     bool loadWorkingStates(const QString& file, const QMap<QString, QString>& states, QString& error);
+    bool loadNumbers(const QString& file, const QSettings& settings, QString& error);
     bool loadResources(const QString& file, QString& error);
     bool loadFaults(const QString& file, QString& error);
     bool loadFurtherOverviews(const QString& folder, QString& error);
@@ -66,6 +77,9 @@ private:
     XmlCommunication::AppDescriptionData m_application;
     QMap<int, QString> m_workingStates;
     int m_initialWorkingState = 0;
+    int m_closingWorkingState = -1;
+    int m_startupStep = 0;
+    int m_creditsPerUnit = 100;
     RESOURCEMANAGEMENT::ResourceOverview m_resources;
     QVector<ResourceConverter::FaultDescription> m_faults;
     RESOURCEMANAGEMENT::ResourceDemandClassOverview m_demandClasses;

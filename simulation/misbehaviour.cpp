@@ -4,7 +4,7 @@ namespace KoltaSimulation {
 
 namespace {
 
-enum class Occasion { Listening, Link, Request };
+enum class Occasion { Listening, Link, Request, Production };
 
 struct KindInfo
 {
@@ -33,6 +33,11 @@ constexpr KindInfo kindInfos[] = {
     {Misbehaviour::Oversize, "oversize", Occasion::Request, 17 * 1024 * 1024, true},
     {Misbehaviour::Deep, "deep", Occasion::Request, 10000, true},
     {Misbehaviour::NonUtf8, "non-utf8", Occasion::Request, -1, false},
+    {Misbehaviour::RefuseProduction, "refuse-production", Occasion::Production, -1, true},
+    {Misbehaviour::DelayProduction, "delay-production", Occasion::Production, 100, true},
+    {Misbehaviour::SilentProduction, "silent-production", Occasion::Production, -1, false},
+    {Misbehaviour::BrokenProduction, "broken-production", Occasion::Production, -1, false},
+    {Misbehaviour::StrayStop, "stray-stop", Occasion::Production, -1, false},
 };
 
 const KindInfo* infoOf(Misbehaviour kind)
@@ -79,6 +84,10 @@ bool readKind(const QString& part, MisbehaviourRule& rule, QString& error)
     if (!info->takesArgument) {
         error = QStringLiteral("\"%1\" takes no argument, found \"%2\"").arg(name, argument);
         return false;
+    }
+    if (info->kind == Misbehaviour::RefuseProduction) {
+        rule.text = argument;
+        return true;
     }
     // Pieces of no bytes would never make a whole reply.
     if (!readNumber(argument, rule.argument) || (info->kind == Misbehaviour::Split && rule.argument == 0)) {
@@ -152,24 +161,33 @@ bool MisbehaviourPlan::refuses() const
 
 MisbehaviourPlan::Decision MisbehaviourPlan::decideLink()
 {
-    for (Entry& entry : m_rules) {
-        const KindInfo* info = infoOf(entry.rule.kind);
-        if (info && info->occasion == Occasion::Link && fires(entry))
-            return {info->kind, entry.rule.argument < 0 ? info->defaultArgument : entry.rule.argument};
-    }
-    return {};
+    return decide(static_cast<int>(Occasion::Link), QString());
 }
 
 MisbehaviourPlan::Decision MisbehaviourPlan::decideRequest(const QString& component)
 {
+    return decide(static_cast<int>(Occasion::Request), component);
+}
+
+MisbehaviourPlan::Decision MisbehaviourPlan::decideProduction(const QString& kind)
+{
+    Decision decision = decide(static_cast<int>(Occasion::Production), kind);
+    if (decision.kind == Misbehaviour::RefuseProduction && decision.text.isEmpty())
+        decision.text = QStringLiteral("Refused on demand");
+    return decision;
+}
+
+MisbehaviourPlan::Decision MisbehaviourPlan::decide(int occasion, const QString& component)
+{
     for (Entry& entry : m_rules) {
-        const KindInfo* info = infoOf(entry.rule.kind);
-        if (!info || info->occasion != Occasion::Request)
+        const MisbehaviourRule& rule = entry.rule;
+        const KindInfo* info = infoOf(rule.kind);
+        if (!info || static_cast<int>(info->occasion) != occasion)
             continue;
-        if (!entry.rule.component.isEmpty() && entry.rule.component != component)
-            continue;
-        if (fires(entry))
-            return {info->kind, entry.rule.argument < 0 ? info->defaultArgument : entry.rule.argument};
+        const bool meant =
+            info->occasion == Occasion::Link || rule.component.isEmpty() || rule.component == component;
+        if (meant && fires(entry))
+            return {info->kind, rule.argument < 0 ? info->defaultArgument : rule.argument, rule.text};
     }
     return {};
 }

@@ -32,7 +32,13 @@ enum class Misbehaviour {
     BrokenXml,   ///< the reply without its last closing tag
     Oversize,    ///< a reply that is too long; argument: bytes of its data (17 MiB)
     Deep,        ///< a reply that is nested too deep; argument: levels (10000)
-    NonUtf8      ///< a reply with bytes that are no UTF-8
+    NonUtf8,     ///< a reply with bytes that are no UTF-8
+    // on a request for a production or a move
+    RefuseProduction, ///< refuses; text: the reason ("Refused on demand")
+    DelayProduction,  ///< decides later; argument: milliseconds (100)
+    SilentProduction, ///< does nothing and never answers
+    BrokenProduction, ///< does as asked, with an answer that is none
+    StrayStop         ///< first says that a production has ended which nobody knows
 };
 
 /// The word by which a misbehaviour is known on the command line, "cut" for instance.
@@ -45,7 +51,9 @@ struct MisbehaviourRule
 {
     Misbehaviour kind = Misbehaviour::None;
     int argument = -1;   ///< see Misbehaviour; -1 takes the default
-    QString component;   ///< requests to this component only; empty for all. Means nothing for links.
+    QString text;        ///< see Misbehaviour; empty takes the default
+    QString component;   ///< requests to this component only; empty for all. Means nothing for links. For
+                         ///< productions it is "SCP", "MCP", "FFP" or "move".
     int after = 0;       ///< lets this many matching occasions pass first
     int times = -1;      ///< then misbehaves so often; -1 for always
     double chance = 1.0; ///< then misbehaves with this probability, decided by the plan's seed
@@ -67,6 +75,7 @@ public:
     {
         Misbehaviour kind = Misbehaviour::None;
         int argument = -1; ///< never -1 where the kind has a default
+        QString text;      ///< never empty where the kind has a default
     };
 
     void add(const MisbehaviourRule& rule) { m_rules.push_back({rule, 0, 0}); }
@@ -80,6 +89,9 @@ public:
     Decision decideLink();
     /// A request to `component` is about to be answered.
     Decision decideRequest(const QString& component);
+    /// A request for a production is about to be decided; `kind` is "SCP", "MCP", "FFP", "move", or empty for
+    /// one that cannot be read.
+    Decision decideProduction(const QString& kind);
 
     /// A number from 0 below `bound`, from the plan's random numbers.
     int randomBelow(int bound);
@@ -94,6 +106,7 @@ private:
         int done;
     };
     bool fires(Entry& entry);
+    Decision decide(int occasion, const QString& component);
 
     QVector<Entry> m_rules;
     std::mt19937 m_random;

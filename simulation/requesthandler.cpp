@@ -5,6 +5,7 @@
 #include <simulation/installation.h>
 #include <simulation/resourcestate.h>
 
+#include <koltacommon/startstopdatastreamrecording.h>
 #include <xmlmessaging/demandclassconverter.h>
 #include <xmlmessaging/server.h>
 
@@ -54,7 +55,8 @@ const QStringList& knownComponents()
         XmlCommunication::CRequestTreeConverter().makeFragment().getComponentName(),
         XmlCommunication::CEventFilterConverter::makeFragment(QStringLiteral("*")).getComponentName(),
         ResourceConverter::CQueryFaultReference::makeFragment().getComponentName(),
-        ResourceConverter::CResourceDemandClasses::makeFragment().getComponentName()};
+        ResourceConverter::CResourceDemandClasses::makeFragment().getComponentName(),
+        Kolta::StartStopDatastreamRecording::componentName()};
     return components;
 }
 
@@ -107,6 +109,9 @@ void RequestHandler::answerFragment(const CMsgFragment& request, CMsgFragment& r
     } else if (ResourceConverter::CResourceDemandClasses::isQuery(request)) {
         const auto answer = demandClassAnswer(m_installation.demandClasses());
         ResourceConverter::CResourceDemandClasses::fillReply(reply, answer);
+    } else if (Kolta::StartStopDatastreamRecording::isCommand(request)) {
+        if (!Kolta::StartStopDatastreamRecording::read(request))
+            reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("DataStream")}));
     } else if (component == resourcesComponent && tree.root().hasName("Resource")) {
         answerResource(tree, reply);
     } else if (component == statisticsComponent && tree.root().hasName("Statistics")) {

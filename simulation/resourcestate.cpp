@@ -1,5 +1,6 @@
 #include <simulation/resourcestate.h>
 
+#include <type_traits>
 #include <utility>
 
 namespace KoltaSimulation {
@@ -45,10 +46,16 @@ QString ResourceState::recordXml(const QString& guid) const
     return QString();
 }
 
+const Tuner* ResourceState::tuner(const QString& guid) const
+{
+    const int index = indexIn(List::Tuner, guid);
+    return index < 0 ? nullptr : &m_overview.GetTuner().at(index);
+}
+
 bool ResourceState::setTunerIdle(const QString& guid, bool idle)
 {
     const int index = indexIn(List::Tuner, guid);
-    if (index < 0 || m_overview.GetTuner().at(index).GetIdle() == idle)
+    if (index < 0 || (idle && m_held.contains(guid)) || m_overview.GetTuner().at(index).GetIdle() == idle)
         return false;
     m_overview.EditTuner()[index].SetIdle(idle);
     noteChanged(guid);
@@ -70,7 +77,7 @@ bool ResourceState::addTuner(const Tuner& tuner)
     const QString guid = tuner.GetTavikResource().GetGUID();
     if (guid.isEmpty() || m_places.contains(guid))
         return false;
-    m_overview.EditTuner().append(tuner);
+    m_overview.EditTuner().append(corrected(tuner));
     countTuners();
     m_places.insert(guid, {List::Tuner, m_overview.GetTuner().size() - 1});
     m_changes.added.append(guid);
@@ -110,11 +117,23 @@ bool ResourceState::replaceStorageUnits(const QVector<StorageUnit>& changed)
     return replaceRecords(List::StorageUnit, changed, m_overview.EditStorageUnit());
 }
 
+/// What may be taken over of a record from outside.
+template<class Record>
+Record ResourceState::corrected(Record record) const
+{
+    if constexpr (std::is_same_v<Record, Tuner>) {
+        if (m_held.contains(record.GetTavikResource().GetGUID()))
+            record.SetIdle(false);
+    }
+    return record;
+}
+
 template<class Record>
 bool ResourceState::replaceRecords(List list, const QVector<Record>& changed, QVector<Record>& records)
 {
     bool any = false;
-    for (const Record& record : changed) {
+    for (const Record& given : changed) {
+        const Record record = corrected(given);
         const QString guid = record.GetTavikResource().GetGUID();
         const int index = indexIn(list, guid);
         if (index < 0 || records.at(index) == record)
@@ -147,6 +166,17 @@ bool ResourceState::switchUnit(const QString& guid, bool on)
     if (changed)
         noteChanged(guid);
     return changed;
+}
+
+bool ResourceState::holdTuner(const QString& guid)
+{
+    m_held.insert(guid);
+    return setTunerIdle(guid, false);
+}
+
+bool ResourceState::releaseTuner(const QString& guid)
+{
+    return m_held.remove(guid) && setTunerIdle(guid, true);
 }
 
 ResourceState::Changes ResourceState::takeChanges()

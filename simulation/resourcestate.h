@@ -29,7 +29,12 @@ public:
     /// XML text of the tuner, processing unit or storage unit with that GUID; empty when there is none.
     QString recordXml(const QString& guid) const;
 
+    /// The tuner with that GUID; null when there is none. Good until the next change.
+    const RESOURCEMANAGEMENT::Tuner* tuner(const QString& guid) const;
+
     // The changing operations return whether they changed anything.
+
+    /// A tuner that is held is not made idle.
     bool setTunerIdle(const QString& guid, bool idle);
     bool setTunerAccessible(const QString& guid, bool accessible);
     /// False when its GUID is taken.
@@ -41,6 +46,9 @@ public:
     bool replaceStorageUnits(const QVector<RESOURCEMANAGEMENT::StorageUnit>& changed);
     /// Switches power: a tuner without it is not accessible, a unit without it is not registered.
     bool switchUnits(const QStringList& guids, bool on);
+    /// A held tuner is never idle, whoever says so, until it is released.
+    bool holdTuner(const QString& guid);
+    bool releaseTuner(const QString& guid);
 
     Changes takeChanges();
 
@@ -59,11 +67,14 @@ private:
     bool switchUnit(const QString& guid, bool on);
     template<class Record>
     bool replaceRecords(List list, const QVector<Record>& changed, QVector<Record>& records);
+    template<class Record>
+    Record corrected(Record record) const;
     void noteChanged(const QString& guid);
     void countTuners();
 
     RESOURCEMANAGEMENT::ResourceOverview m_overview;
     QHash<QString, Place> m_places;
+    QSet<QString> m_held; ///< GUIDs of tuners
     Changes m_changes;
     QSet<QString> m_noted; ///< GUIDs in m_changes.added and m_changes.changed
 };

@@ -1,21 +1,17 @@
 #include <simulation/simulatedserver.h>
 
+#include <simulation/administration.h>
 #include <simulation/adminnodes.h>
 #include <simulation/brokenreply.h>
 #include <simulation/simulatedlink.h>
 
-#include <koltacommon/powercontrolcmd.h>
-#include <resourcemodel/requests.h>
 #include <startup/errorhandler.h>
 #include <xmlmessaging/server.h>
 
 #include <QTimer>
 
-#include <optional>
-
 namespace KoltaSimulation {
 
-using RESOURCEMANAGEMENT::ResourceOverview;
 using XmlCommon::CDataTree;
 using XmlCommon::CMsgFragment;
 using XmlCommon::CXmlMessage;
@@ -40,20 +36,6 @@ bool isRequest(const CXmlMessage& message)
            message.getServiceType() == CXmlMessage::eSERVICE_COMMAND;
 }
 
-/// Reads a record that a client wrote into a request node. False, with a trace line, when it is none.
-template<class Record>
-bool readRecord(const QString& text, Record& record)
-{
-    try {
-        return record.SetXmlString(text, true);
-    } catch (const REPORTGENERATOR::RGException& failure) {
-        traceWarning(
-            61,
-            QStringLiteral("A request node holds no %1: %2").arg(record.GetObjectName(), failure.GetText()));
-        return false;
-    }
-}
-
 } // namespace
 
 SimulatedServer::SimulatedServer(const Installation& installation, QObject* parent)
@@ -62,8 +44,10 @@ SimulatedServer::SimulatedServer(const Installation& installation, QObject* pare
     , m_resources(installation.resources())
     , m_handler(m_installation, m_resources, m_statistics)
     , m_server(std::make_unique<XmlCommunication::CServer>())
-    , m_workingState(installation.initialWorkingState())
+    , m_administration(std::make_unique<Administration>(m_installation, m_resources, m_plan))
 {
+    connect(m_administration.get(), &Administration::resourcesChanged, this, [this] { told(true); });
+    connect(m_administration.get(), &Administration::ended, this, &SimulatedServer::followEnd);
     connect(m_server.get(), &XmlCommunication::CServer::LinkOpened, this, &SimulatedServer::openLink,
             Qt::DirectConnection);
 }
@@ -71,7 +55,7 @@ SimulatedServer::SimulatedServer(const Installation& installation, QObject* pare
 SimulatedServer::~SimulatedServer()
 {
     // Links end while the members that their slots use are still there.
-    m_nodes.reset();
+    m_administration->withdraw();
     m_server.reset();
 }
 
@@ -125,14 +109,19 @@ void SimulatedServer::publish()
 
 void SimulatedServer::publish(values::Tree& tree)
 {
-    m_nodes = std::make_unique<AdminNodes>(
-        m_installation, tree, [this](RequestNode node, const QString& text) { obey(node, text); });
-    m_nodes->publish({m_resources.overview().GetXmlString(), m_workingState, m_status});
+    m_administration->publish(tree);
+    told(true);
 }
 
 void SimulatedServer::withdraw()
 {
-    m_nodes.reset();
+    m_administration->withdraw();
+    told(true);
+}
+
+void SimulatedServer::setStartupStep(int milliseconds)
+{
+    m_administration->setStartupStep(milliseconds);
 }
 
 QString SimulatedServer::nodePath(const QString& name) const
@@ -162,16 +151,12 @@ bool SimulatedServer::removeTuner(const QString& guid)
 
 void SimulatedServer::setWorkingState(int state)
 {
-    m_workingState = state;
-    if (m_nodes)
-        m_nodes->setWorkingState(state);
+    m_administration->setWorkingState(state);
 }
 
 void SimulatedServer::setStatus(const QString& text)
 {
-    m_status = text;
-    if (m_nodes)
-        m_nodes->setStatus(text);
+    m_administration->setStatus(text);
 }
 
 void SimulatedServer::endBatch()
@@ -201,25 +186,24 @@ void SimulatedServer::tellChanges()
     for (const QString& guid : changes.removed)
         root.append("Removed", guid);
     broadcast(QStringLiteral("Resources"), data);
-    if (m_nodes && m_nodes->isPublished())
-        m_nodes->setResources(m_resources.overview().GetXmlString());
+    m_administration->showResources();
 }
 
 void SimulatedServer::vanish()
 {
-    if (m_nodes)
-        m_nodes->withdraw();
+    m_administration->disappear();
     close();
+    told(true);
 }
 
 bool SimulatedServer::comeBack()
 {
-    m_vanished = false;
-    if (!openPort())
+    // A server that never listened comes back to its nodes only.
+    if (m_port != 0 && !openPort())
         return false;
+    m_vanished = false;
     applyRefusal();
-    if (m_nodes && !m_nodes->isPublished())
-        m_nodes->publish({m_resources.overview().GetXmlString(), m_workingState, m_status});
+    m_administration->appear();
     return true;
 }
 
@@ -415,51 +399,17 @@ void SimulatedServer::sendReply(SimulatedLink& link, const CXmlMessage& reply)
     link.send(reply);
 }
 
-void SimulatedServer::obey(RequestNode node, const QString& text)
+void SimulatedServer::followEnd(bool returns)
 {
-    const Batch batch(*this);
-    ResourceOverview overview;
-    switch (node) {
-    case RequestNode::ChangedTuners:
-        changeTuners(text);
-        break;
-    case RequestNode::ChangedProcessingUnits:
-        if (readRecord(text, overview))
-            m_resources.replaceProcessingUnits(overview.GetProcessingUnit());
-        break;
-    case RequestNode::ChangedStorageUnits:
-        if (readRecord(text, overview))
-            m_resources.replaceStorageUnits(overview.GetStorageUnit());
-        break;
-    case RequestNode::UnitPowerControl:
-        switchPower(text);
-        break;
-    }
-}
-
-void SimulatedServer::changeTuners(const QString& text)
-{
-    // Both records come through the same node; only the root element tells them apart.
-    if (text.contains(QLatin1String("<TunerManagementRequest"))) {
-        RESOURCEMANAGEMENT::TunerManagementRequest request;
-        if (readRecord(text, request))
-            m_resources.replaceTuners(request.GetTuner());
+    vanish();
+    if (!returns) {
+        Q_EMIT quitRequested();
         return;
     }
-    ResourceOverview overview;
-    if (readRecord(text, overview))
-        m_resources.replaceTuners(overview.GetTuner());
-}
-
-void SimulatedServer::switchPower(const QString& text)
-{
-    // The scope tells a real server which supply to switch; here a unit has one supply only.
-    const std::optional<Kolta::PowerControlCmd> command = Kolta::PowerControlCmd::fromString(text);
-    if (command)
-        m_resources.switchUnits(command->units(), command->isOn());
-    else
-        traceWarning(418,
-                     QStringLiteral("Found \"%1\" in UnitPowerControl, expected SCOPE@ON@GUIDS").arg(text));
+    QTimer::singleShot(0, this, [this] {
+        if (m_vanished && !comeBack())
+            traceWarning(400, QStringLiteral("Cannot come back on %1: %2").arg(hostAndPort(), errorString()));
+    });
 }
 
 } // namespace KoltaSimulation

@@ -22,13 +22,13 @@ class CServerLink;
 
 namespace KoltaSimulation {
 
-class AdminNodes;
-enum class RequestNode;
+class Administration;
 class SimulatedLink;
 
-/// A server of an installation, as its clients see it: answers requests on TCP, publishes its administrative
-/// nodes in the value tree, obeys the request nodes there, tells subscribed links of changes, and misbehaves
-/// on demand.
+/// A server of an installation, as its clients see it: answers requests on TCP, lives in the value tree with
+/// its overviews and productions (see Administration), tells subscribed links of changes, and misbehaves on
+/// demand. A client that asks it to end makes it vanish; one that asks for a reset sees it vanish and come
+/// back.
 ///
 /// Lives on any thread with an event loop; once published, on the tree's thread. See ServerThread for a
 /// server that has a thread of its own.
@@ -61,12 +61,15 @@ public:
     // Publication in a value tree.
 
     /// Publishes the administrative nodes below the installation's base path. The tree must outlive the
-    /// server.
+    /// server. The server comes up through its working states.
     void publish(values::Tree& tree);
     /// The same in the process-wide tree.
     void publish();
-    /// Deletes the nodes again.
+    /// Deletes the nodes again; productions end without a word.
     void withdraw();
+    /// Time in each working state whenever it comes up, in milliseconds, instead of what the installation
+    /// says; 0: it is up at once.
+    void setStartupStep(int milliseconds);
     /// Path of an administrative node: "<base path>/ADMINISTRATION/<name>".
     QString nodePath(const QString& name) const;
 
@@ -76,6 +79,7 @@ public:
     bool setTunerAccessible(const QString& guid, bool accessible);
     bool addTuner(const RESOURCEMANAGEMENT::Tuner& tuner);
     bool removeTuner(const QString& guid);
+    /// Ends a start-up that runs. Holds, like the status, until the server comes up the next time.
     void setWorkingState(int state);
     void setStatus(const QString& text);
 
@@ -94,9 +98,10 @@ public:
     };
 
     /// Dies as seen from outside: its nodes are deleted, its links are reset, connections are refused.
+    /// Productions end without a word.
     void vanish();
-    /// Listens on the same port again and publishes again where it had been published. False when it cannot
-    /// listen.
+    /// Listens on the same port again and comes up again where it had been published, without any production
+    /// of before. False when it cannot listen.
     bool comeBack();
     /// Resets all links; new ones are accepted.
     void cutLinks();
@@ -118,6 +123,8 @@ public:
     void setSeed(quint32 seed) { m_plan.reseed(seed); }
 
 Q_SIGNALS:
+    /// A client has asked the server to end, and it has vanished.
+    void quitRequested();
     /// A request has come on one of the links; it has been counted and not yet been answered.
     void requestReceived(const XmlCommon::ptrCXmlMessage& message);
 
@@ -136,9 +143,7 @@ private:
     void endBatch();
     bool told(bool changed);
     void tellChanges();
-    void obey(RequestNode node, const QString& text);
-    void changeTuners(const QString& text);
-    void switchPower(const QString& text);
+    void followEnd(bool returns);
 
     Installation m_installation;
     ResourceState m_resources;
@@ -146,15 +151,12 @@ private:
     RequestHandler m_handler;
     MisbehaviourPlan m_plan;
     std::unique_ptr<XmlCommunication::CServer> m_server;
-    std::unique_ptr<AdminNodes> m_nodes;
+    std::unique_ptr<Administration> m_administration;
     std::unordered_map<quint32, quint64> m_seenIds; ///< one bit per request ID that has come, 64 to an entry
     QHostAddress m_address;
     quint16 m_port = 0;
-    int m_workingState;
-    QString m_status;
     int m_batches = 0;
     bool m_vanished = false;
-    bool m_wasPublished = false;
 };
 
 } // namespace KoltaSimulation

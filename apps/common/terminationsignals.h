@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QObject>
-#include <QSocketNotifier>
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal. One instance per process.
+/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal while it lives. Main thread.
+///
+/// Instances nest, as a command within a shell does: SIGINT, which Ctrl-C sends, reaches only the one that
+/// was made last. The others want the end of the process and reach all, the last one first.
 class TerminationSignals : public QObject
 {
     Q_OBJECT
@@ -13,8 +15,5 @@ public:
     ~TerminationSignals() override;
 
 Q_SIGNALS:
-    void terminationRequested();
-
-private:
-    QSocketNotifier m_notifier;
+    void terminationRequested(int signalNumber);
 };

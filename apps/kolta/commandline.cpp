@@ -6,17 +6,22 @@
 
 namespace KoltaCli {
 
+namespace {
+
+/// Where parse() puts the declared options instead of parsing, see CommandLine::optionsOf().
+QStringList* wantedOptions = nullptr;
+
+} // namespace
+
 CommandLine::CommandLine(const QString& name, const QString& description) : m_name(name)
 {
     m_parser.setApplicationDescription(description);
-    m_parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
-    m_parser.addOption(
-        {QStringLiteral("json"), QStringLiteral("Print JSON, one object per line, for programs.")});
-    m_parser.addOption({QStringLiteral("timeout"),
-                        QStringLiteral("Seconds to wait for a link or a reply, 1 to 3600 (5)."),
-                        QStringLiteral("seconds"), QStringLiteral("5")});
-    m_parser.addOption(
-        {QStringLiteral("trace"), QStringLiteral("Write trace lines to standard error, for support.")});
+    addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
+    addOption({QStringLiteral("json"), QStringLiteral("Print JSON, one object per line, for programs.")});
+    addOption({QStringLiteral("timeout"),
+               QStringLiteral("Seconds to wait for a link or a reply, 1 to 3600 (5)."),
+               QStringLiteral("seconds"), QStringLiteral("5")});
+    addOption({QStringLiteral("trace"), QStringLiteral("Write trace lines to standard error, for support.")});
 }
 
 void CommandLine::addArgument(const QString& name, const QString& description)
@@ -31,16 +36,36 @@ void CommandLine::addArguments(const QString& name, const QString& description)
     m_endless = true;
 }
 
+void CommandLine::addOption(const QCommandLineOption& option)
+{
+    m_parser.addOption(option);
+    for (const QString& name : option.names())
+        m_options.append((name.size() == 1 ? QStringLiteral("-") : QStringLiteral("--")) + name);
+}
+
 void CommandLine::addFaultsOption()
 {
-    m_parser.addOption(
-        {QStringLiteral("faults"),
-         QStringLiteral(
-             "Load the texts of faults from the server first instead of from the configured file.")});
+    addOption({QStringLiteral("faults"),
+               QStringLiteral(
+                   "Load the texts of faults from the server first instead of from the configured file.")});
+}
+
+QStringList CommandLine::optionsOf(int (*run)(const QStringList&), const QStringList& arguments)
+{
+    const OutputMute mute;
+    QStringList options;
+    wantedOptions = &options;
+    run(arguments);
+    wantedOptions = nullptr;
+    return options;
 }
 
 std::optional<int> CommandLine::parse(const QStringList& arguments)
 {
+    if (wantedOptions) {
+        *wantedOptions = m_options;
+        return eExitOk;
+    }
     if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + arguments)) {
         QString text = m_parser.errorText();
         while (text.endsWith(QLatin1Char('.')))

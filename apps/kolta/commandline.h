@@ -21,12 +21,16 @@ public:
     void addArgument(const QString& name, const QString& description);
     /// The last argument, given once or several times.
     void addArguments(const QString& name, const QString& description);
-    void addOption(const QCommandLineOption& option) { m_parser.addOption(option); }
+    void addOption(const QCommandLineOption& option);
     /// Adds --faults, see Session::loadFaultTexts().
     void addFaultsOption();
 
-    /// Parses. A value means that the command is over with that exit code: help was printed, or the words are
-    /// wrong and an error was printed.
+    /// The options that a command declares for these arguments, as they are typed. The command runs no
+    /// further than to its parse(), and prints nothing.
+    static QStringList optionsOf(int (*run)(const QStringList&), const QStringList& arguments);
+
+    /// Parses; a command does nothing before that. A value means that the command is over with that exit
+    /// code: help was printed, or the words are wrong and an error was printed.
     std::optional<int> parse(const QStringList& arguments);
 
     bool json() const { return m_parser.isSet(QStringLiteral("json")); }
@@ -52,6 +56,7 @@ private:
     QCommandLineParser m_parser;
     QString m_name;
     QStringList m_arguments;
+    QStringList m_options;  ///< as they are typed
     bool m_endless = false; ///< the last of them may be repeated
 };
 

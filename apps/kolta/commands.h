@@ -9,6 +9,8 @@ namespace KoltaCli {
 
 /// The main job, told step by step against an installation inside the process.
 int runDemo(const QStringList& arguments);
+/// Runs commands from a terminal or a script, in one process and on one installation.
+int runShell(const QStringList& arguments);
 /// Asks a server who it is.
 int runDescribe(const QStringList& arguments);
 /// Sends a message from a file and prints the reply.
@@ -25,5 +27,7 @@ int runClasses(const QStringList& arguments);
 int runSelect(const QStringList& arguments);
 /// Gives tuners to several classes at once.
 int runPlan(const QStringList& arguments);
+/// Lists what the user who is logged in may do.
+int runRights(const QStringList& arguments);
 
 } // namespace KoltaCli

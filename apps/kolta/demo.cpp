@@ -2,6 +2,7 @@
 
 #include "commandline.h"
 #include "commands.h"
+#include "embeddedinstallation.h"
 #include "output.h"
 #include "resourcewatch.h"
 
@@ -170,6 +171,7 @@ int runDemo(const QStringList& arguments)
         printError(error);
         return eExitFailed;
     }
+    const EmbeddedInstallation::Withdrawal withdrawal;
     return Demo(installation, line.json(), *timeout).run();
 }
 

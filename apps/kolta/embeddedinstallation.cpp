@@ -15,6 +15,12 @@ QString optionName()
     return QStringLiteral("installation");
 }
 
+std::weak_ptr<EmbeddedInstallation>& shared()
+{
+    static std::weak_ptr<EmbeddedInstallation> installation;
+    return installation;
+}
+
 } // namespace
 
 void EmbeddedInstallation::declareOptions(CommandLine& line)
@@ -24,16 +30,49 @@ void EmbeddedInstallation::declareOptions(CommandLine& line)
                     QStringLiteral("folder"), Installation::sampleFolder()});
 }
 
-std::unique_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandLine& line)
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandLine& line)
 {
-    std::unique_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
-    for (const QString& folder : line.values(optionName())) {
+    if (auto running = shared().lock()) {
+        if (!line.isSet(optionName()))
+            return running;
+        printError(
+            QStringLiteral("--installation has no place within a shell, which has its own already; give "
+                           "it to \"kolta shell\""));
+        return nullptr;
+    }
+    std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
+    const QStringList folders = line.values(optionName());
+    for (const QString& folder : folders) {
         if (!started->add(folder))
             return nullptr;
     }
-    for (const auto& server : started->m_servers)
-        server->publish();
+    started->m_folder = folders.first();
+    started->publish();
     return started;
+}
+
+void EmbeddedInstallation::share(const std::shared_ptr<EmbeddedInstallation>& installation)
+{
+    shared() = installation;
+}
+
+bool EmbeddedInstallation::isShared()
+{
+    return !shared().expired();
+}
+
+EmbeddedInstallation::Withdrawal::Withdrawal() : m_withdrawn(shared().lock())
+{
+    if (!m_withdrawn)
+        return;
+    for (const auto& server : m_withdrawn->m_servers)
+        server->withdraw();
+}
+
+EmbeddedInstallation::Withdrawal::~Withdrawal()
+{
+    if (m_withdrawn)
+        m_withdrawn->publish();
 }
 
 bool EmbeddedInstallation::add(const QString& folder)
@@ -53,6 +92,12 @@ bool EmbeddedInstallation::add(const QString& folder)
     }
     m_servers.push_back(std::make_unique<SimulatedServer>(installation));
     return true;
+}
+
+void EmbeddedInstallation::publish() const
+{
+    for (const auto& server : m_servers)
+        server->publish();
 }
 
 bool EmbeddedInstallation::report(bool bound, const QString& name, const QString& error) const

@@ -16,7 +16,7 @@ class CommandLine;
 
 /// Where a command that looks at an installation gets its servers and its value tree from: simulated servers
 /// inside the process, published in the process-wide value tree while this object lives. Nothing goes over
-/// the network unless the command calls listen() of a server.
+/// the network unless the command calls listen() of a server. Within a shell all commands get the shell's.
 ///
 ///     EmbeddedInstallation::declareOptions(line);
 ///     ...
@@ -33,8 +33,26 @@ class EmbeddedInstallation
 public:
     /// Declares --installation, which may be given several times: one server each.
     static void declareOptions(CommandLine& line);
-    /// Loads and publishes what --installation names. Prints an error and gives null when that fails.
-    static std::unique_ptr<EmbeddedInstallation> start(const CommandLine& line);
+    /// The one that is shared, or else one that is loaded and published as --installation says. Prints an
+    /// error and gives null when that fails, and when --installation asks for another than the shared one.
+    static std::shared_ptr<EmbeddedInstallation> start(const CommandLine& line);
+
+    /// Makes this the one that start() gives to everybody for as long as it lives.
+    static void share(const std::shared_ptr<EmbeddedInstallation>& installation);
+    static bool isShared();
+    /// While this lives the shared installation, if there is one, is not published: for a command that
+    /// publishes servers of its own at the same paths.
+    class Withdrawal
+    {
+    public:
+        Withdrawal();
+        ~Withdrawal();
+        Withdrawal(const Withdrawal&) = delete;
+        Withdrawal& operator=(const Withdrawal&) = delete;
+
+    private:
+        std::shared_ptr<EmbeddedInstallation> m_withdrawn;
+    };
 
     /// In the order of the command line; at least one.
     const std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>>& servers() const
@@ -43,6 +61,8 @@ public:
     }
     /// The first one.
     KoltaSimulation::SimulatedServer& server() const { return *m_servers.front(); }
+    /// Where the files of the first one lie.
+    const QString& folder() const noexcept { return m_folder; }
 
     /// Binds an observer to the administrative node `name` of the first server. Prints an error and gives
     /// false when there is no such node, or when its first text is none that the observer understands.
@@ -60,9 +80,11 @@ public:
 private:
     EmbeddedInstallation() = default;
     bool add(const QString& folder);
+    void publish() const;
     bool report(bool bound, const QString& name, const QString& error) const;
 
     TemporaryConfiguration m_configuration;
+    QString m_folder;
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
 };
 

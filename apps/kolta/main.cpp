@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "commandtable.h"
 #include "output.h"
 
 #include <QCoreApplication>
@@ -12,46 +12,23 @@ namespace KoltaCli {
 
 namespace {
 
-struct Command
-{
-    const char* name;
-    const char* summary;
-    int (*run)(const QStringList& arguments);
-};
-
-constexpr Command commands[] = {
-    {"demo", "the main job against a simulated installation, step by step", runDemo},
-    {"describe", "ask a server who it is", runDescribe},
-    {"send", "send the message in a file, print the reply", runSend},
-    {"listen", "print broadcasts and faults until Ctrl-C", runListen},
-    {"ping", "measure round trips", runPing},
-    {"demand-classes", "list the demand classes that an application may use", runDemandClasses},
-    {"classes", "draw the tree of tuner classes", runClasses},
-    {"select", "choose the tuner of a class, and tell why that one", runSelect},
-    {"plan", "give tuners to several classes at once", runPlan},
-};
-
 QString usage()
 {
-    QString text = QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
-                                  "Talks to the servers of a monitoring installation.\n\nCommands:\n");
-    for (const Command& command : commands)
-        text += QStringLiteral("  %1%2\n")
-                    .arg(QLatin1String(command.name), -16)
-                    .arg(QLatin1String(command.summary));
-    text +=
+    const QString begin = QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
+                                         "Talks to the servers of a monitoring installation.\n\n");
+    const QString end =
         QStringLiteral("\nOptions: --help, --version. \"kolta COMMAND --help\" tells more of each command.\n"
                        "Exit codes: 0 done, 1 failed, 2 wrong usage.");
-    return text;
+    return begin + commandList() + end;
 }
 
-int dispatch(QStringList words)
+int dispatch(const QStringList& words)
 {
     if (words.isEmpty()) {
         printError(QStringLiteral("a command is missing. Try \"kolta --help\"."));
         return eExitUsage;
     }
-    const QString name = words.takeFirst();
+    const QString& name = words.first();
     if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
         printLine(usage());
         return eExitOk;
@@ -60,12 +37,7 @@ int dispatch(QStringList words)
         printLine(QStringLiteral("kolta %1").arg(QCoreApplication::applicationVersion()));
         return eExitOk;
     }
-    for (const Command& command : commands) {
-        if (name == QLatin1String(command.name))
-            return command.run(words);
-    }
-    printError(QStringLiteral("there is no command \"%1\". Try \"kolta --help\".").arg(name));
-    return eExitUsage;
+    return runCommand(words, QStringLiteral("kolta --help"));
 }
 
 /// Takes the places of standard streams that are closed, so that no socket gets one of them. Writing to them

@@ -10,6 +10,7 @@ namespace KoltaCli {
 namespace {
 
 bool isLost = false;
+bool isMute = false;
 
 QString printable(QString text)
 {
@@ -23,6 +24,8 @@ QString printable(QString text)
 
 bool write(FILE* file, const QString& text)
 {
+    if (isMute)
+        return true;
     const QByteArray bytes = printable(text).toUtf8() + '\n';
     const std::size_t size = static_cast<std::size_t>(bytes.size());
     return std::fwrite(bytes.constData(), 1, size, file) == size && std::fflush(file) == 0;
@@ -78,6 +81,16 @@ void printError(const QString& text)
 void printJson(const QJsonObject& object)
 {
     printLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+}
+
+OutputMute::OutputMute()
+{
+    isMute = true;
+}
+
+OutputMute::~OutputMute()
+{
+    isMute = false;
 }
 
 bool outputIsLost()

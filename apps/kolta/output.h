@@ -41,6 +41,16 @@ void printError(const QString& text);
 /// Writes one compact JSON object as a line to standard output.
 void printJson(const QJsonObject& object);
 
+/// While one lives nothing is written.
+class OutputMute
+{
+public:
+    OutputMute();
+    ~OutputMute();
+    OutputMute(const OutputMute&) = delete;
+    OutputMute& operator=(const OutputMute&) = delete;
+};
+
 /// Whether something could not be written to standard output; the first time is told on standard error,
 /// unless the reader of a pipe has just had enough.
 bool outputIsLost();

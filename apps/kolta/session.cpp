@@ -1,5 +1,7 @@
 #include "session.h"
 
+#include "interruption.h"
+
 #include <koltacommon/faultmessagehandler.h>
 
 #include <QCoreApplication>
@@ -49,6 +51,8 @@ bool Session::open(int timeoutMs)
     if (m_openings > 0)
         return fail(
             QStringLiteral("%1 takes connections, but has not answered within %2 s").arg(peer, seconds));
+    if (isInterrupted())
+        return fail(QString());
     m_failure = QStringLiteral("cannot connect to %1: ").arg(peer);
     m_failure += m_closed ? linkError() : QStringLiteral("no connection within %1 s").arg(seconds);
     return false;
@@ -80,7 +84,7 @@ bool Session::waitFor(const std::function<bool()>& done, int timeoutMs)
     const QDeadlineTimer deadline(timeoutMs);
     QTimer wakeUp;
     wakeUp.setSingleShot(true);
-    while (!done() && !m_closed && !deadline.hasExpired()) {
+    while (!done() && !m_closed && !isInterrupted() && !deadline.hasExpired()) {
         if (!deadline.isForever())
             wakeUp.start(static_cast<int>(deadline.remainingTime()) + 1);
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -103,8 +107,12 @@ QString Session::linkError() const
 
 bool Session::fail(const QString& whenTimeIsOver)
 {
-    m_failure = m_closed ? QStringLiteral("the link to %1 failed: %2").arg(m_endpoint.toString(), linkError())
-                         : whenTimeIsOver;
+    if (isInterrupted())
+        m_failure = QStringLiteral("interrupted");
+    else if (m_closed)
+        m_failure = QStringLiteral("the link to %1 failed: %2").arg(m_endpoint.toString(), linkError());
+    else
+        m_failure = whenTimeIsOver;
     return false;
 }
 

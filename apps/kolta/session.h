@@ -15,7 +15,8 @@
 namespace KoltaCli {
 
 /// One connection to one server for the length of a command, used step by step: every waiting operation runs
-/// an event loop until it is done, its time is over or the link has ended for good.
+/// an event loop until it is done, its time is over, the link has ended for good or the command is
+/// interrupted.
 class Session : public QObject
 {
     Q_OBJECT
@@ -40,8 +41,8 @@ public:
     /// Sends a request and waits for its reply; null when none came in time or the link failed, see
     /// errorText().
     XmlCommon::ptrCXmlMessage request(const XmlCommon::ptrCXmlMessage& message, int timeoutMs);
-    /// Runs the event loop until `done` returns true, the link has closed or the time is over; returns
-    /// done(). Once the link has closed nothing is waited for any more.
+    /// Runs the event loop until `done` returns true, the link has closed, the command is interrupted or the
+    /// time is over; returns done(). Once the link has closed nothing is waited for any more.
     bool waitFor(const std::function<bool()>& done, int timeoutMs);
 
     /// How often the link was opened again after it had failed.

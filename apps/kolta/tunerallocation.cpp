@@ -11,7 +11,7 @@ namespace KoltaCli {
 
 using Kolta::ptrTunerClassTreeItem;
 
-TunerAllocation::TunerAllocation(std::unique_ptr<EmbeddedInstallation> installation)
+TunerAllocation::TunerAllocation(std::shared_ptr<EmbeddedInstallation> installation)
     : m_installation(std::move(installation))
 {
 }

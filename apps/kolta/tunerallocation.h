@@ -30,10 +30,10 @@ public:
     bool knowsClass(const QString& name) const;
 
 private:
-    explicit TunerAllocation(std::unique_ptr<EmbeddedInstallation> installation);
+    explicit TunerAllocation(std::shared_ptr<EmbeddedInstallation> installation);
     bool makeTree();
 
-    std::unique_ptr<EmbeddedInstallation> m_installation;
+    std::shared_ptr<EmbeddedInstallation> m_installation;
     Kolta::KoltaResourceObserver m_resources;
     std::shared_ptr<Kolta::TunerClassTree> m_tree;
     bool m_isDefault = false;

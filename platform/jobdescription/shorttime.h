@@ -27,9 +27,9 @@ namespace JobXml {
     F(UInt, quint32, ShiftMin, Optional, "smallest frequency shift, Hz")                                     \
     F(UInt, quint32, ShiftMax, Optional, "largest frequency shift, Hz")                                      \
     F(Bool, bool, UseModulation, Optional, "the modulation is in use")                                       \
-    F(Int, qint8, Modulation, Optional, "code of the modulation")                                            \
+    F(Int, qint8, Modulation, Optional, "code of the modulation, -128 to 127")                               \
     F(Bool, bool, HopperFlag, Optional, "flag of the hopper separation, carried unchanged")                  \
-    F(Int, quint8, ProfileType, Optional, "kind of the profile, carried unchanged")
+    F(UInt, quint8, ProfileType, Optional, "kind of the profile, at most 255, carried unchanged")
 
 /// A class of short, bursty or hopping emissions.
 class ShortTime_Profile final : public REPORTGENERATOR::IRGObject
@@ -39,7 +39,7 @@ class ShortTime_Profile final : public REPORTGENERATOR::IRGObject
 
 #define RG_FIELDS_FFP_Assignment(F)                                                                          \
     F(Text, QString, FFP_GUID, Required, "GUID of the FFP, which identifies the assignment")                 \
-    F(Int, quint16, ResourceID, Optional, "number of the FFP in the resource model")                         \
+    F(UInt, quint16, ResourceID, Optional, "number of the FFP in the resource model, at most 65535")         \
     F(UInt, quint32, RadioID, Optional, "radio identifier")                                                  \
     F(Bool, bool, Enabled, Optional, "the assignment is active")                                             \
     F(Bool, bool, AutoRecording, Optional, "detected emissions are recorded")                                \

@@ -2,6 +2,7 @@
 
 #include <resourcemodel/demandclasses.h>
 #include <resourcemodel/hwprocessing.h>
+#include <resourcemodel/owners.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/requests.h>
 #include <resourcemodel/resources.h>
@@ -39,6 +40,10 @@ RG_OBJECT_TABLE(ResourceDemandClassOverview)
 
 RG_OBJECT_TABLE(HWProcessing)
 RG_OBJECT_TABLE(HWProcessingOverview)
+
+RG_OBJECT_TABLE(Owner)
+RG_OBJECT_TABLE(OwnerOverview)
+RG_OBJECT_TABLE(OwnerRequest)
 
 RG_OBJECT_TABLE(TunerManagementRequest)
 RG_OBJECT_TABLE(RequestResource)

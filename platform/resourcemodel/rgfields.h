@@ -19,7 +19,7 @@
 /// | Text       | QString        | `const QString& GetX() const`, `SetX(QString)`                |
 /// | Bool, Double | bool, double | `T GetX() const`, `SetX(T)`                                   |
 /// | Int        | qint32 or less | `T GetX() const`, `SetX(T)`                                   |
-/// | UInt       | quint32 or quint64 | `T GetX() const`, `SetX(T)`                               |
+/// | UInt       | quint64 or less | `T GetX() const`, `SetX(T)`                                  |
 /// | Enum       | nested enum    | `T GetX() const`, `SetX(T)`; any number of its width is carried |
 /// | Record     | model class    | `const T& GetX() const`, `SetX(T)`, `T& EditX()` (sets it)    |
 /// | TextList, EnumList, RecordList | element type | `const QVector<T>& GetX() const`, `SetX(QVector<T>)`,

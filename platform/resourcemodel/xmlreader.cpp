@@ -362,10 +362,8 @@ private:
 
     QString textOf(const pugi::xml_node& node, const Step& step)
     {
-        if (node.first_child()) {
-            const std::string_view all = gather(node, step);
-            return QString::fromUtf8(all.data(), static_cast<int>(all.size()));
-        }
+        if (node.first_child())
+            return textFromUtf8(gather(node, step));
         const std::string_view raw = node.value();
         if (raw.empty())
             return QString();
@@ -380,10 +378,10 @@ private:
     QString unescapedText(std::string_view raw, const Step& step)
     {
         if (raw.find('&') == std::string_view::npos)
-            return QString::fromUtf8(raw.data(), static_cast<int>(raw.size()));
+            return textFromUtf8(raw);
         m_gathered.clear();
         unescape(raw, step);
-        return QString::fromStdString(m_gathered);
+        return textFromUtf8(m_gathered);
     }
 
     void unescape(std::string_view raw, const Step& step)

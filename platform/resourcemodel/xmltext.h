@@ -2,8 +2,10 @@
 
 #include <QString>
 
+#include <string_view>
+
 /// \file
-/// Which characters an XML text may hold; private to this folder.
+/// Which characters an XML text may hold, and how they are read; private to this folder.
 
 namespace REPORTGENERATOR {
 
@@ -12,6 +14,16 @@ inline bool isXmlCodePoint(quint32 code) noexcept
     if (code < 0x20)
         return code == '\t' || code == '\n' || code == '\r';
     return code < 0xD800 || (code >= 0xE000 && code < 0xFFFE) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
+/// The text of UTF-8 bytes. A U+FEFF at their beginning is a character of it; QString would take it for a
+/// byte order mark and drop it.
+inline QString textFromUtf8(std::string_view bytes)
+{
+    QString text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+    if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
+        text.prepend(QChar(QChar::ByteOrderMark));
+    return text;
 }
 
 /// Position of the first character that XML cannot carry (a control character, a lone surrogate, U+FFFE or

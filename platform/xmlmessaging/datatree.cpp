@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <limits>
+#include <string>
 
 namespace XmlCommon {
 
@@ -20,13 +21,46 @@ bool isText(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+/// How a text is written that begins with the piece `first`. White space beside elements would be taken for
+/// layout, so it travels as references.
+XmlAppender::Place placeOf(pugi::xml_node first)
+{
+    pugi::xml_node piece = first;
+    for (; isText(piece); piece = piece.next_sibling()) {
+        const char* const text = piece.value();
+        if (text[std::strspn(text, " \t\r\n")])
+            return XmlAppender::eCharacterData;
+    }
+    const bool alone = first.previous_sibling().empty() && piece.empty();
+    return alone ? XmlAppender::eCharacterData : XmlAppender::eBesideElements;
+}
+
+/// Appends the whole text at its first piece.
+void appendText(XmlAppender& out, pugi::xml_node piece)
+{
+    if (isText(piece.previous_sibling()))
+        return;
+    const XmlAppender::Place place = placeOf(piece);
+    for (; isText(piece); piece = piece.next_sibling())
+        out.escaped(piece.value(), place);
+}
+
+/// Whether an element has an element or a text that is not empty.
+bool hasContent(pugi::xml_node element)
+{
+    pugi::xml_node child = element.first_child();
+    while (isText(child) && !*child.value())
+        child = child.next_sibling();
+    return !child.empty();
+}
+
 /// Appends a text, or a start tag; returns the child with which the open element goes on, null when there is
 /// none.
 pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
 {
     if (node.type() != pugi::node_element) {
         if (isText(node))
-            out.escaped(node.value(), XmlAppender::eCharacterData);
+            appendText(out, node);
         return pugi::xml_node();
     }
     out.name("<", node.name(), "");
@@ -36,12 +70,12 @@ pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
         out.escaped(attribute.value(), XmlAppender::eAttribute);
         out.literal("\"");
     }
-    const pugi::xml_node child = node.first_child();
-    if (child.empty())
+    if (!hasContent(node)) {
         out.literal("/>");
-    else
-        out.literal(">");
-    return child;
+        return pugi::xml_node();
+    }
+    out.literal(">");
+    return node.first_child();
 }
 
 bool isXmlUnit(const QString& text, int i)
@@ -86,9 +120,9 @@ QByteArray toXmlName(QByteArray name)
     return name.isEmpty() ? QByteArrayLiteral("_") : name;
 }
 
-QByteArray directText(pugi::xml_node element)
+std::string directText(pugi::xml_node element)
 {
-    QByteArray text;
+    std::string text;
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
         if (isText(child))
             text.append(child.value());
@@ -183,6 +217,14 @@ void appendEscaped(XmlAppender& out, const QString& text)
     out.escaped(toXmlUtf8(text).constData(), XmlAppender::eAttribute);
 }
 
+QString textFromUtf8(std::string_view bytes)
+{
+    QString text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+    if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
+        text.prepend(QChar(QChar::ByteOrderMark));
+    return text;
+}
+
 bool parseUInt(const char* text, quint64& value) noexcept
 {
     quint64 result = 0;
@@ -220,7 +262,7 @@ void TreeHandle::release() const noexcept
 
 QString CConstElement::name() const
 {
-    return QString::fromUtf8(pugi::xml_node(m_node).name());
+    return detail::textFromUtf8(pugi::xml_node(m_node).name());
 }
 
 bool CConstElement::hasName(const char* name) const noexcept
@@ -230,12 +272,12 @@ bool CConstElement::hasName(const char* name) const noexcept
 
 QString CConstElement::text() const
 {
-    return QString::fromUtf8(detail::directText(pugi::xml_node(m_node)));
+    return detail::textFromUtf8(detail::directText(pugi::xml_node(m_node)));
 }
 
 QString CConstElement::attribute(const char* name) const
 {
-    return QString::fromUtf8(pugi::xml_node(m_node).attribute(name).value());
+    return detail::textFromUtf8(pugi::xml_node(m_node).attribute(name).value());
 }
 
 bool CConstElement::hasAttribute(const char* name) const noexcept
@@ -248,9 +290,8 @@ quint64 CConstElement::textToUInt(bool* ok) const noexcept
     const pugi::xml_node first = pugi::xml_node(m_node).first_child();
     quint64 value = 0;
     const bool plain = detail::isText(first) && !first.next_sibling();
-    const bool read = plain
-                          ? detail::parseUInt(first.value(), value)
-                          : detail::parseUInt(detail::directText(pugi::xml_node(m_node)).constData(), value);
+    const bool read = plain ? detail::parseUInt(first.value(), value)
+                            : detail::parseUInt(detail::directText(pugi::xml_node(m_node)).c_str(), value);
     if (ok)
         *ok = read;
     return value;

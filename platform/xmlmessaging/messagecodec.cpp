@@ -102,7 +102,7 @@ bool MessageCodec::Decoder::fragment(pugi::xml_node node, CMsgFragment& fragment
     const pugi::xml_attribute component = node.first_attribute();
     if (std::strcmp(component.name(), "component") != 0 || component.next_attribute())
         return fail(node, "wrong attributes of Fragment", "component");
-    fragment.setComponentName(QString::fromUtf8(component.value()));
+    fragment.setComponentName(detail::textFromUtf8(component.value()));
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element)
             return fail(node, "text in Fragment", "Request, Data or Fault");

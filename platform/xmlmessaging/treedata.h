@@ -9,6 +9,7 @@
 #include <forward_list>
 #include <mutex>
 #include <pugixml.hpp>
+#include <string_view>
 
 namespace XmlCommon::detail {
 
@@ -74,6 +75,9 @@ private:
 void appendXml(XmlAppender& out, pugi::xml_node element);
 /// Appends the text as the value of an attribute.
 void appendEscaped(XmlAppender& out, const QString& text);
+/// The text of UTF-8 bytes. A U+FEFF at their beginning is a character of it; QString would take it for a
+/// byte order mark and drop it.
+QString textFromUtf8(std::string_view bytes);
 /// Unsigned decimal number without sign, blanks or overflow.
 bool parseUInt(const char* text, quint64& value) noexcept;
 /// The element as indented text.

@@ -29,6 +29,8 @@ constexpr const char* escapeOf(char c)
         return "&#10;";
     case '\r':
         return "&#13;";
+    case ' ':
+        return "&#32;";
     default:
         return nullptr;
     }
@@ -37,20 +39,22 @@ constexpr const char* escapeOf(char c)
 /// Whether a run of bytes that are copied as they are ends at a byte.
 using EndsRun = std::array<bool, 256>;
 
-/// Line feeds, tabs and quotes need escaping in attributes only.
+/// Blanks need escaping beside elements only, line feeds, tabs and quotes in attributes too.
 constexpr EndsRun makeEndsRun(XmlAppender::Place place)
 {
     EndsRun table{};
     for (int c = 0; c < 128; ++c) {
-        const bool harmless = place == XmlAppender::eCharacterData && (c == '\n' || c == '\t' || c == '"');
+        const bool harmless = (c == ' ' && place != XmlAppender::eBesideElements) ||
+                              (place == XmlAppender::eCharacterData && (c == '\n' || c == '\t' || c == '"'));
         table[static_cast<std::size_t>(c)] = escapeOf(static_cast<char>(c)) && !harmless;
     }
     table[0] = true;
     return table;
 }
 
-constexpr EndsRun kEndsAttributeRun = makeEndsRun(XmlAppender::eAttribute);
-constexpr EndsRun kEndsCharacterDataRun = makeEndsRun(XmlAppender::eCharacterData);
+constexpr EndsRun kEndsRun[] = {makeEndsRun(XmlAppender::eAttribute),
+                                makeEndsRun(XmlAppender::eCharacterData),
+                                makeEndsRun(XmlAppender::eBesideElements)}; // by place
 
 } // namespace
 
@@ -63,7 +67,7 @@ void XmlAppender::number(quint32 value)
 
 void XmlAppender::escaped(const char* text, Place place)
 {
-    const EndsRun& endsRun = place == eAttribute ? kEndsAttributeRun : kEndsCharacterDataRun;
+    const EndsRun& endsRun = kEndsRun[place];
     for (;;) {
         const char* const run = text;
         while (!endsRun[static_cast<unsigned char>(*text)])

@@ -12,7 +12,11 @@ namespace XmlCommon::detail {
 class XmlAppender
 {
 public:
-    enum Place { eAttribute, eCharacterData };
+    enum Place {
+        eAttribute,
+        eCharacterData,
+        eBesideElements ///< character data that is nothing but white space
+    };
 
     explicit XmlAppender(QByteArray& out) : m_out(out) { makeRoom(out.size(), out.capacity()); }
     ~XmlAppender() { m_out.resize(used()); }

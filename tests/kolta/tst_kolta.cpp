@@ -60,8 +60,8 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command :
-         {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes", "select", "plan"})
+    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes",
+                                "select", "plan", "rights", "shell"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
@@ -169,12 +169,11 @@ void TestKolta::namesWhatIsWrongWithTheServer()
     QFETCH(QString, misbehaviour);
     QFETCH(QString, error);
     Server server({QStringLiteral("--misbehave"), misbehaviour});
-    QElapsedTimer timer;
-    timer.start();
-    Kolta kolta(
-        {QStringLiteral("describe"), server.address, QStringLiteral("--timeout"), QStringLiteral("1")});
+    // What is no matter of time is told however slow the machine is.
+    const bool runsOut = error.contains(QLatin1String("within 1 s"));
+    Kolta kolta({QStringLiteral("describe"), server.address, QStringLiteral("--timeout"),
+                 runsOut ? QStringLiteral("1") : QStringLiteral("15")});
     QVERIFY(kolta.ends());
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(kolta.exitCode(), 1);
     QCOMPARE(kolta.output(), QString());
     const QString expected = error.contains(QLatin1Char('%')) ? error.arg(server.address) : error;

@@ -35,7 +35,7 @@ QString sampleText(const QString& type, int number)
         return number % 2 ? latin("true") : latin("false");
     if (type == QLatin1String("double"))
         return number % 2 ? QString::number(number) : QStringLiteral("-%1.25").arg(number);
-    return QString::number(number % 2 ? number : -number);
+    return QString::number(type == QLatin1String("int") && number % 2 == 0 ? -number : number);
 }
 
 /// The text of an object of the class with every field set to a value that occurs once, two elements per
@@ -219,6 +219,44 @@ private Q_SLOTS:
             QCOMPARE(failureOf([&, text = xml] { object->SetXmlString(QString::fromUtf8(text), true); }),
                      QString());
             QCOMPARE(object->GetXmlString(), expected);
+        }
+    }
+
+    void wholeNumbersKeepTheirRange_data()
+    {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QStringList>("good");
+        QTest::addColumn<QStringList>("bad");
+        const auto row = [](const char* field, const char* good, const char* bad) {
+            QTest::newRow(field) << latin(field) << latin(good).split(QLatin1Char(' '))
+                                 << latin(bad).split(QLatin1Char(' '));
+        };
+        row("FrequencyMax", "0 9007199254740993 18446744073709551615", "18446744073709551616 -1 1.0 0x1");
+        row("DurationMax", "4294967295", "4294967296 -1");
+        row("Modulation", "-128 127", "-129 128 4294967296");
+        row("ProfileType", "255", "256 -1");
+        row("DataFormat", "14 255", "256 -1");
+    }
+    void wholeNumbersKeepTheirRange()
+    {
+        QFETCH(QString, field);
+        QFETCH(QStringList, good);
+        QFETCH(QStringList, bad);
+        const bool recording = field == QLatin1String("DataFormat");
+        const ObjectPointer object = newObject(latin(recording ? "SOREL_RecordData" : "ShortTime_Profile"));
+        const QString name = recording ? QString() : latin("<Name>n</Name>");
+        const auto text = [&](const QString& number) -> QString {
+            return wrapped(object->GetObjectName(), name + wrapped(field, number));
+        };
+        for (const QString& number : good) {
+            QCOMPARE(failureOf([&] { object->SetXmlString(text(number), true); }), QString());
+            QCOMPARE(object->GetXmlString(), text(number));
+        }
+        for (const QString& number : bad) {
+            const QString failure = failureOf([&] { object->SetXmlString(text(number), true); });
+            QVERIFY2(failure.contains(latin("expected a whole number from ")) &&
+                         failure.endsWith(QStringLiteral("found \"%1\"").arg(number)),
+                     qPrintable(failure));
         }
     }
 

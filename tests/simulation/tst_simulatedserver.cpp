@@ -152,6 +152,8 @@ void TestSimulatedServer::reportsFaults_data()
     QTest::newRow("resource") << makeResourceQuery(QStringLiteral("{x}")) << quint32(eFaultNoSuchResource)
                               << 3;
     QTest::newRow("no GUID") << query("Resources", "Resource") << quint32(eFaultParameterMissing) << 0;
+    QTest::newRow("no data stream") << query("Recording", "StartRecording") << quint32(eFaultParameterMissing)
+                                    << 0;
     QTest::newRow("operation") << query("Resources", "Explode") << quint32(eFaultUnknownOperation) << 0;
     QTest::newRow("no operation") << query("Statistics", "") << quint32(eFaultNoOperation) << 0;
     QTest::newRow("component") << query("Nowhere", "Resource") << quint32(eFaultUnknownComponent) << 0;

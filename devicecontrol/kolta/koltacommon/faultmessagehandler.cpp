@@ -228,6 +228,14 @@ bool FaultMessageHandler::Init(const QString& name)
     return true;
 }
 
+void FaultMessageHandler::Forget()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_descriptions.clear();
+    m_path.clear();
+    m_initialised = false;
+}
+
 QString FaultMessageHandler::ConvertFaultMessage(const CFaultTree& tree) const
 {
     QHash<unsigned int, QString> descriptions;

@@ -78,6 +78,8 @@ public:
     /// are skipped and traced; of two lines with one ID the later counts; a second "|" ends the text. `name`
     /// names the server in trace lines.
     bool Init(const QString& name);
+    /// Forgets the table, so that the next Init() loads what is configured then.
+    void Forget();
     /// The text of a fault with its addenda and causes.
     QString ConvertFaultMessage(const XmlCommon::CFaultTree& tree) const;
 

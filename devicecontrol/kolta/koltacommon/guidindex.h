@@ -6,13 +6,23 @@
 
 namespace Kolta {
 
-/// Finds the elements of one resource list by GUID, in constant time; of equal GUIDs the first in the list.
+/// The GUID that GuidIndex finds an element by, unless told otherwise: that of its resource.
+struct ResourceGuid
+{
+    template<class Element>
+    static const QString& of(const Element& element)
+    {
+        return element.GetTavikResource().GetGUID();
+    }
+};
+
+/// Finds the elements of one list by GUID, in constant time; of equal GUIDs the first in the list.
 ///
 /// The index holds a shared copy of the list that it was built from. That list can therefore not change
 /// underneath it: whoever edits his own copy detaches it, and isFor() tells that the index is about another
-/// list. An index that is asked isFor() before it is used is never stale. `Element` is a record with
-/// GetTavikResource(). Copies are cheap. Not thread-safe.
-template<class Element>
+/// list. An index that is asked isFor() before it is used is never stale. `Guid` says which text of an
+/// element is its GUID. Copies are cheap. Not thread-safe.
+template<class Element, class Guid = ResourceGuid>
 class GuidIndex
 {
 public:
@@ -71,7 +81,7 @@ private:
     };
 
     uint hashOf(const QString& guid) const { return qHash(guid, m_seed); }
-    const QString& guidAt(int index) const { return m_list.at(index).GetTavikResource().GetGUID(); }
+    const QString& guidAt(int index) const { return Guid::of(m_list.at(index)); }
 
     /// The slot that holds `guid`, or the free one where it belongs.
     int probe(const QString& guid, uint hash) const

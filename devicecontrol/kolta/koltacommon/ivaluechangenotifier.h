@@ -26,7 +26,8 @@ Q_SIGNALS:
     void si_ParsingError(QString sError, IValueChangeNotifier* pThis = nullptr);
     /// A user notice arrived on the observed value.
     void si_VC_USER_Received(IValueChangeNotifier* pThis = nullptr);
-    /// The observed value was deleted; the mirror keeps the last good overview.
+    /// The observed value was deleted; the mirror keeps the last good overview unless the observer says
+    /// otherwise.
     void si_ValueDeleted(IValueChangeNotifier* pThis = nullptr);
 
 protected:

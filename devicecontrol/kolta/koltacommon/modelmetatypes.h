@@ -1,6 +1,9 @@
 #pragma once
 
 #include <resourcemodel/demandclasses.h>
+#include <resourcemodel/hwprocessing.h>
+#include <resourcemodel/owners.h>
+#include <resourcemodel/processors.h>
 #include <resourcemodel/resources.h>
 #include <resourcemodel/tunerclasses.h>
 
@@ -13,5 +16,8 @@ Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ResourceOverview)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ProcessingUnit::Registration)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ProcessingUnit::LocalStorage)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::StorageUnit::Registration)
+Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ProcessorOverview)
+Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::HWProcessingOverview)
+Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::OwnerOverview)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::ResourceDemandClassOverview)
 Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::TunerTypeOverview)

@@ -208,6 +208,33 @@ bool withProcessorType(Object& object, Function&& function)
            tryAs(static_cast<FHA*>(nullptr));
 }
 
+/// A copy of the node without what is below it.
+template<class Node>
+Node withoutChildren(Node node)
+{
+    if constexpr (isA<Node, SCP> || isA<Node, MCP>) {
+        node.ResetFFP();
+        node.ResetDSC();
+        node.ResetFHP();
+    } else if constexpr (isA<Node, FHP>) {
+        node.ResetFHA();
+        node.ResetFFP();
+    } else if constexpr (isA<Node, DSC>) {
+        node.ResetFFP();
+    }
+    return node;
+}
+
+/// Whether two nodes of one kind are equal but for what is below them.
+template<class Node>
+bool sameOwnData(const Node& a, const Node& b)
+{
+    if constexpr (isA<Node, FFP> || isA<Node, FHA>)
+        return a == b;
+    else // copies instead of a list of fields: a field that the model gains is compared, too
+        return withoutChildren(a) == withoutChildren(b);
+}
+
 /// The GUID of a node's resource; empty when it has none.
 template<class Node>
 const QString& guidOf(const Node& node)

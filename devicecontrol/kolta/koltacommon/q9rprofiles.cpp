@@ -13,11 +13,11 @@ namespace VESK_Q9R {
 
 namespace {
 
-constexpr QLatin1String rootName("ShortTimeProfiles");
-constexpr QLatin1String profileName("Profile");
-constexpr QLatin1String nameAttribute("name");
-constexpr QLatin1String statusAttribute("status");
-constexpr QLatin1String hopRateName("HopRate");
+const QLatin1String rootName("ShortTimeProfiles");
+const QLatin1String profileName("Profile");
+const QLatin1String nameAttribute("name");
+const QLatin1String statusAttribute("status");
+const QLatin1String hopRateName("HopRate");
 
 constexpr qint64 largestFile = 64 * 1024 * 1024;
 constexpr int mostProfiles = 250'000;
@@ -31,7 +31,7 @@ struct TextField
     QLatin1String name;
     TextElement Profile::*element;
 };
-constexpr TextField textFields[] = {
+const TextField textFields[] = {
     {QLatin1String("FrequencyRange"), &Profile::frequencyRange},
     {QLatin1String("SignalDurationRange"), &Profile::signalDurationRange},
     {QLatin1String("BandwidthRange"), &Profile::bandwidthRange},
@@ -41,10 +41,12 @@ constexpr TextField textFields[] = {
 };
 constexpr unsigned hopRateBit = 1u << (sizeof textFields / sizeof *textFields);
 
+/// One line of at most 40 characters or so.
 QString shortened(const QStringRef& text)
 {
     constexpr int longest = 40;
-    return text.size() <= longest ? text.toString() : QString(text.left(longest) + QLatin1String("..."));
+    const QString start = text.left(longest).toString().simplified();
+    return text.size() <= longest ? start : QString(start + QLatin1String("..."));
 }
 
 /// Thrown inside the reader only.
@@ -86,9 +88,22 @@ private:
     }
 
     template<typename Name>
+    [[noreturn]] void fail(const Name& element, const QString& text, qint64 line) const
+    {
+        throw Failure{QStringLiteral("line %1: <%2>: %3").arg(line).arg(element).arg(text)};
+    }
+    template<typename Name>
     [[noreturn]] void fail(const Name& element, const QString& text) const
     {
-        throw Failure{QStringLiteral("line %1: <%2>: %3").arg(m_xml.lineNumber()).arg(element).arg(text)};
+        fail(element, text, m_xml.lineNumber());
+    }
+    /// Fails for the text that has just been read; `line` is where it begins.
+    [[noreturn]] void failForText(QLatin1String parent, qint64 line) const
+    {
+        const QStringRef text = m_xml.text();
+        const QStringRef found = text.trimmed();
+        line += text.left(found.position() - text.position()).count(QLatin1Char('\n'));
+        fail(parent, QStringLiteral("expected elements, found \"%1\"").arg(shortened(found)), line);
     }
 
     /// The next token; fails when there is none, and for document types, with which entities would come.
@@ -109,15 +124,14 @@ private:
     bool nextChild(QLatin1String parent)
     {
         for (;;) {
+            const qint64 line = m_xml.lineNumber();
             const QXmlStreamReader::TokenType token = next();
             if (token == QXmlStreamReader::StartElement)
                 return true;
             if (token == QXmlStreamReader::EndElement)
                 return false;
             if (token == QXmlStreamReader::Characters && !m_xml.isWhitespace())
-                fail(
-                    parent,
-                    QStringLiteral("expected elements, found \"%1\"").arg(shortened(m_xml.text().trimmed())));
+                failForText(parent, line);
         }
     }
 
@@ -168,13 +182,14 @@ private:
     void readNumber(QLatin1String name, NumberElement& element)
     {
         element.status = statusOf(name);
+        const qint64 line = m_xml.lineNumber();
         const QString text = readText(name).trimmed();
         if (text.isEmpty())
             return;
         bool ok = false;
         element.value = text.toDouble(&ok);
         if (!ok || !std::isfinite(element.value))
-            fail(name, QStringLiteral("expected a number, found \"%1\"").arg(shortened(&text)));
+            fail(name, QStringLiteral("expected a number, found \"%1\"").arg(shortened(&text)), line);
     }
 
     qint32 statusOf(QLatin1String name) const
@@ -333,7 +348,7 @@ QString writeProfileFile(const QString& fileName, const ShortTimeProfiles& profi
 QByteArray writeProfiles(const ShortTimeProfiles& profiles, QString& error)
 {
     error.clear();
-    const QByteArray xml = writeAll(profiles);
+    QByteArray xml = writeAll(profiles);
     if (readsBackEqual(xml, profiles))
         return xml;
     error = QStringLiteral("there are more profiles than a file may hold");

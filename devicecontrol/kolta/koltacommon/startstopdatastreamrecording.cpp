@@ -11,7 +11,6 @@ namespace Kolta {
 
 namespace {
 
-constexpr QLatin1String component("Recording");
 constexpr char startOperation[] = "StartRecording";
 constexpr char stopOperation[] = "StopRecording";
 
@@ -30,7 +29,7 @@ ptrCXmlMessage makeMessage(const StartStopDatastreamRecording::Content& content)
         if (!data.recordName.isEmpty())
             element.setAttribute("record", data.recordName);
     }
-    CMsgFragment fragment{QString(component)};
+    CMsgFragment fragment(StartStopDatastreamRecording::componentName());
     fragment.setRequestTree(XmlCommon::CRequestTree(tree));
     if (!content.recordings.isEmpty())
         message->addFragment(fragment);
@@ -50,10 +49,15 @@ StartStopDatastreamRecording::StartStopDatastreamRecording(const Content& conten
 {
 }
 
+QString StartStopDatastreamRecording::componentName()
+{
+    return QStringLiteral("Recording");
+}
+
 bool StartStopDatastreamRecording::isCommand(const CMsgFragment& fragment)
 {
     const CConstElement operation = operationOf(fragment);
-    return fragment.getComponentName() == component &&
+    return fragment.getComponentName() == componentName() &&
            (operation.hasName(startOperation) || operation.hasName(stopOperation));
 }
 

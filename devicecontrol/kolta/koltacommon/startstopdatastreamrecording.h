@@ -10,7 +10,7 @@
 namespace Kolta {
 
 /// Asks a server to start or to stop recording data streams, then calls the receiver's slot as a
-/// ParameterRequest does. The reply has no data; a refusal is a fault. Component "Recording".
+/// ParameterRequest does. The reply has no data; a refusal is a fault.
 class StartStopDatastreamRecording : public ParameterRequest
 {
 public:
@@ -25,6 +25,8 @@ public:
     /// fragment, so that it is never sent.
     StartStopDatastreamRecording(const Content& content, QObject* notifiedObject, const char* slot);
 
+    /// The component that the message concerns.
+    static QString componentName();
     /// Whether a request fragment is this command, readable or not.
     static bool isCommand(const XmlCommon::CMsgFragment& fragment);
     /// Reads such a fragment; nothing when it is another one, names no stream, or one that does not exist.

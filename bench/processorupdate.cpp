@@ -1,0 +1,130 @@
+#include "figure.h"
+
+#include <koltacommon/koltaprocessorobserver.h>
+#include <koltacommon/processorconverter.h>
+#include <values/tree.h>
+
+#include <QUuid>
+
+#include <memory>
+
+namespace Bench {
+
+namespace {
+
+using Kolta::KoltaProcessorObserver;
+using Kolta::ProcessorConverter;
+using namespace RESOURCEMANAGEMENT;
+
+constexpr int many = 10000;
+constexpr int few = 1000;
+constexpr int perMcp = 10;        ///< an MCP with two FFPs and a DSC of six
+constexpr int changedShare = 100; ///< one processor in so many changes
+
+template<class Node>
+Node processor(Node node, int number)
+{
+    TavikResource& resource = node.EditKoltaProcessor().EditTavikResource();
+    resource.SetGUID(QUuid(1, 2, 3, 4, 5, 6, 7, 8, 9, uchar(number >> 8), uchar(number)).toString());
+    resource.SetDisplayName(QStringLiteral("Processor %1").arg(number));
+    return node;
+}
+
+FFP ffp(int number)
+{
+    FFP node;
+    ProcessorConverter::setupDefaultFFP(node);
+    node.SetFrequency(100e6 + 25e3 * number);
+    node.SetBandwidth(25e3);
+    return processor(std::move(node), number);
+}
+
+ProcessorOverview makeProcessors(int count)
+{
+    ProcessorOverview overview;
+    for (int first = 0; first < count; first += perMcp) {
+        MCP mcp;
+        ProcessorConverter::setupDefaultMCP(mcp);
+        mcp.SetProductionID(QUuid(1, 1, 1, 1, 1, 1, 1, 1, 1, uchar(first >> 8), uchar(first)).toString());
+        mcp.EditFFP() = {ffp(first + 1), ffp(first + 2)};
+        DSC dsc;
+        ProcessorConverter::setupDefaultDSC(dsc, 0);
+        for (int i = 4; i < perMcp; ++i)
+            dsc.EditFFP().append(ffp(first + i));
+        mcp.EditDSC().append(processor(std::move(dsc), first + 3));
+        overview.EditMCP().append(processor(std::move(mcp), first));
+    }
+    ProcessorConverter::setCorrectNumberOfFFPs(overview);
+    return overview;
+}
+
+/// A server's value and the client's mirror of it. Two texts take turns: of each hundred processors one has
+/// another frequency, and one FFP in a thousand is there in one of them only.
+class Mirror
+{
+public:
+    explicit Mirror(int processors)
+        : m_processors(processors)
+        , m_path(QStringLiteral("/Bench/S%1/ADMINISTRATION/ActualConfiguration").arg(processors))
+    {
+        ProcessorOverview overview = makeProcessors(processors);
+        m_texts[0] = overview.GetXmlString();
+        for (int mcp = 0; mcp < overview.GetMCP().size(); mcp += changedShare / perMcp)
+            overview.EditMCP()[mcp].EditFFP()[1].SetBandwidth(50e3);
+        for (int mcp = 1; mcp < overview.GetMCP().size(); mcp += few / perMcp)
+            overview.EditMCP()[mcp].EditDSC()[0].EditFFP().removeLast();
+        m_texts[1] = overview.GetXmlString();
+        m_value = values::Tree::Instance().Emplace<values::StringValue>(m_path, m_texts[0]);
+        require(m_value && m_observer.init(m_path), "the mirror finds no value");
+        const auto count = [this] { ++m_changes; };
+        QObject::connect(&m_observer, &KoltaProcessorObserver::si_ProcessorStarted, count);
+        QObject::connect(&m_observer, &KoltaProcessorObserver::si_ProcessorChanged, count);
+        QObject::connect(&m_observer, &KoltaProcessorObserver::si_ProcessorStopped, count);
+        QObject::connect(&m_observer, &KoltaProcessorObserver::si_RunningProcessorsChanged,
+                         [this] { ++m_overviews; });
+    }
+    ~Mirror() { values::Tree::Instance().Remove(QStringLiteral("/Bench")); }
+
+    /// From the value's change to the last signal.
+    void update()
+    {
+        m_changes = m_overviews = 0;
+        m_current = 1 - m_current;
+        m_value->SetValue(m_texts[m_current]);
+        require(m_changes == m_processors / changedShare + m_processors / few && m_overviews == 1,
+                "an update was not announced as it should be");
+    }
+
+    Mirror(const Mirror&) = delete;
+    Mirror& operator=(const Mirror&) = delete;
+
+private:
+    int m_processors;
+    QString m_path;
+    QString m_texts[2];
+    values::StringValue* m_value = nullptr;
+    KoltaProcessorObserver m_observer;
+    int m_current = 0;
+    int m_changes = 0;
+    int m_overviews = 0;
+};
+
+Sides updateGrowth()
+{
+    const auto large = std::make_shared<Mirror>(many);
+    const auto small = std::make_shared<Mirror>(few);
+    constexpr int equalWork = many / few;
+    const auto updateSmall = [small] {
+        for (int i = 0; i < equalWork; ++i)
+            small->update();
+    };
+    return {timed([large] { large->update(); }), timed(updateSmall, equalWork)};
+}
+
+const bool growthAdded =
+    addFigure({"processor_update_growth_10k_over_1k", "itself with 1,000 processors instead of 10,000", 12,
+               Unit::Time, updateGrowth});
+
+} // namespace
+
+} // namespace Bench

@@ -1,0 +1,92 @@
+#include "figure.h"
+
+#include <koltacommon/hardwareprocessingobserver.h>
+#include <koltacommon/koltaownerobserver.h>
+#include <koltacommon/koltaprocessorobserver.h>
+#include <koltacommon/koltaproductioncontrol.h>
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/koltatunertypeobserver.h>
+#include <koltacommon/resourcedemandclassobserver.h>
+#include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/tunerclassesobserver.h>
+#include <simulation/installation.h>
+#include <simulation/simulatedserver.h>
+
+#include <QCoreApplication>
+
+#include <memory>
+#include <vector>
+
+namespace Bench {
+
+namespace {
+
+using Kolta::KoltaServerRegistry;
+
+constexpr int many = 100;
+constexpr int few = 10;
+
+/// Servers of the sample installation, published in the value tree.
+class Servers
+{
+public:
+    explicit Servers(int count)
+    {
+        QString error;
+        KoltaSimulation::Installation installation;
+        require(installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), "the installation is bad");
+        for (int i = 0; i < count; ++i) {
+            installation.setServerName(QStringLiteral("B%1-%2").arg(count).arg(i));
+            m_servers.push_back(std::make_unique<KoltaSimulation::SimulatedServer>(installation));
+            m_servers.back()->publish();
+        }
+    }
+
+    /// Binds an interface to every server, with all its parts, and lets them go again.
+    void bindAll() const
+    {
+        auto& registry = KoltaServerRegistry::Instance();
+        for (const auto& server : m_servers) {
+            const QString& path = server->installation().basePath();
+            Kolta::KoltaServerInterface* const bound = registry.addServer(path, path);
+            require(bound && bound->isReady(), "a server is not ready");
+            bound->getProcessorObserver();
+            bound->getHWProcessingObserver();
+            bound->getRdcObserver();
+            bound->getTunerClassObserver();
+            bound->getTunerTypeObserver();
+            bound->getGuiOwnerObserver();
+            bound->getProductionControl();
+            require(bound->getBookingManager().getOverallNumberOfTuners() ==
+                        server->resources().GetTuner().size(),
+                    "a mirror is not complete");
+        }
+        registry.removeAllServers();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+private:
+    std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
+};
+
+Sides bindingGrowth()
+{
+    const auto large = std::make_shared<Servers>(many);
+    const auto small = std::make_shared<Servers>(few);
+    constexpr int equalWork = many / few;
+    const auto bindSmall = [small] {
+        for (int i = 0; i < equalWork; ++i)
+            small->bindAll();
+    };
+    return {timed([large] { large->bindAll(); }), timed(bindSmall, equalWork)};
+}
+
+const bool added = addFigure({"server_interfaces_100_growth_over_10",
+                              "itself with 10 servers: bound, mirrored and ready", 12, Unit::Time,
+                              bindingGrowth});
+
+} // namespace
+
+} // namespace Bench

@@ -1,0 +1,95 @@
+#include <koltacommon/frontendstart.h>
+
+#include <startup/cfgcenter.h>
+#include <startup/errorhandler.h>
+
+#include <QCoreApplication>
+#include <QProcess>
+
+#include <memory>
+
+namespace Kolta {
+
+using Startup::AdministratorConfiguration;
+using Startup::CfgCenter;
+
+namespace {
+
+/// Trace point numbers.
+enum eTracePoint : int { eNoFrontEnd = 100, eNoGuiStarter = 200 };
+
+/// A front end that does not run after this time will not.
+constexpr int startTimeoutMs = 5000;
+
+void trace(eTracePoint point, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/frontendstart"), point, text);
+}
+
+QString configurationGroup()
+{
+    return QStringLiteral("ProductionControl");
+}
+
+QString besideThisProgram(const QString& program)
+{
+    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + program + QStringLiteral(".exe");
+}
+
+/// The configured arguments; "%1" stands for the driver's type, "%2" for its address.
+QStringList guiStarterArguments(const QString& type, const QString& address)
+{
+    const QStringList typeAndAddress{QStringLiteral("%1"), QStringLiteral("%2")};
+    QStringList arguments =
+        CfgCenter::Instance()
+            .Value(configurationGroup(), QStringLiteral("GuiStarterArguments"), typeAndAddress)
+            .toStringList();
+    for (QString& argument : arguments) {
+        if (argument == typeAndAddress.first())
+            argument = type;
+        else if (argument == typeAndAddress.last())
+            argument = address;
+    }
+    return arguments;
+}
+
+} // namespace
+
+FrontEndStart FrontEndStart::of(const QString& type, const QString& address)
+{
+    if (type.contains(QLatin1Char('/')) || type.contains(QLatin1Char('\\')))
+        return FrontEndStart();
+    const QString plugin = CfgCenter::Instance().Text(
+        configurationGroup(), QStringLiteral("MessageDialogPlugin"), QStringLiteral("MessageDialog"));
+    return {besideThisProgram(type),
+            {QStringLiteral("Server"), plugin, QStringLiteral("Con:") + address},
+            AdministratorConfiguration::Instance().TavikDataDir()};
+}
+
+QProcess* FrontEndStart::run(QObject* parent) const
+{
+    auto process = std::make_unique<QProcess>(parent);
+    process->setWorkingDirectory(workingDirectory);
+    process->start(executable, arguments, QIODevice::ReadWrite);
+    process->closeReadChannel(QProcess::StandardOutput);
+    process->closeReadChannel(QProcess::StandardError);
+    if (process->waitForStarted(startTimeoutMs))
+        return process.release();
+    trace(eNoFrontEnd, QStringLiteral("Front end %1 cannot be started in %2: %3")
+                           .arg(executable, workingDirectory, process->errorString()));
+    return nullptr;
+}
+
+bool FrontEndStart::runDetached(const QString& type, const QString& address)
+{
+    const QString executable = besideThisProgram(QStringLiteral("TavikGuiStarter"));
+    const QString directory = AdministratorConfiguration::Instance().TavikDataDir();
+    const bool started = QProcess::startDetached(executable, guiStarterArguments(type, address), directory);
+    if (!started)
+        trace(eNoGuiStarter,
+              QStringLiteral("GUI starter %1 cannot be started in %2").arg(executable, directory));
+    return started;
+}
+
+} // namespace Kolta

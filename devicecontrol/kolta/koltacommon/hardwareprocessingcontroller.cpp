@@ -1,0 +1,77 @@
+#include <koltacommon/hardwareprocessingcontroller.h>
+
+#include <koltacommon/hardwareprocessingobserver.h>
+#include <koltacommon/koltaprocessorobserver.h>
+
+#include <startup/errorhandler.h>
+
+namespace Kolta {
+
+using RESOURCEMANAGEMENT::MCP;
+using RESOURCEMANAGEMENT::ProcessorOverview;
+
+namespace {
+
+void trace(int line, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceDetail, QStringLiteral("devicecontrol/kolta/koltacommon/hardwareprocessingcontroller"),
+        line, text);
+}
+
+} // namespace
+
+HardwareProcessingController::HardwareProcessingController(QObject* parent)
+    : QObject(parent)
+    , m_processors(std::make_unique<KoltaProcessorObserver>())
+    , m_hwProcessing(std::make_unique<HardwareProcessingObserver>())
+{
+}
+
+HardwareProcessingController::~HardwareProcessingController() = default;
+
+bool HardwareProcessingController::init(const QString& runningProcessorsPath, const QString& hwProcessingPath)
+{
+    m_processors->disconnect(this);
+    const bool processorsBound = m_processors->init(runningProcessorsPath);
+    const bool hwProcessingBound = m_hwProcessing->init(hwProcessingPath);
+    connect(m_processors.get(), &KoltaProcessorObserver::si_RunningProcessorsChanged, this,
+            &HardwareProcessingController::sl_RunningProcessorsChanged);
+    connect(m_processors.get(), &KoltaProcessorObserver::si_ProcessorStopped, this,
+            &HardwareProcessingController::sl_ProcessorStopped);
+    connect(m_processors.get(), &KoltaProcessorObserver::si_AllProcessorsStopped, this,
+            &HardwareProcessingController::sl_AllProcessorsStopped);
+    trace(100, QStringLiteral("Initialized HardwareProcessingController for runningProcessors: %1, "
+                              "hwProcessingPath: %2")
+                   .arg(runningProcessorsPath, hwProcessingPath));
+    return processorsBound && hwProcessingBound;
+}
+
+HardwareProcessingObserver& HardwareProcessingController::getHWProcessingObserver() const
+{
+    return *m_hwProcessing;
+}
+
+void HardwareProcessingController::sl_RunningProcessorsChanged(const ProcessorOverview& overview)
+{
+    if (overview.GetMCP().isEmpty())
+        return;
+    QSet<QString> guids;
+    for (const MCP& mcp : overview.GetMCP())
+        guids.insert(mcp.GetKoltaProcessor().GetTavikResource().GetGUID());
+    m_hwProcessing->synchronizeKnownProcessors(guids);
+}
+
+void HardwareProcessingController::sl_ProcessorStopped(const QString& guid)
+{
+    trace(101, QStringLiteral("HardwareProcessingController::sl_ProcessorStopped for guid %1").arg(guid));
+    m_hwProcessing->removeHardwareProcessingInfo(guid);
+}
+
+void HardwareProcessingController::sl_AllProcessorsStopped()
+{
+    trace(102, QStringLiteral("HardwareProcessingController::sl_AllProcessorsStopped"));
+    m_hwProcessing->resetHardwareProcessingList();
+}
+
+} // namespace Kolta

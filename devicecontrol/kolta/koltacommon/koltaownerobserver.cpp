@@ -1,0 +1,129 @@
+#include <koltacommon/koltaownerobserver.h>
+
+#include <QPointer>
+#include <QSysInfo>
+
+#include <utility>
+
+namespace Kolta {
+
+using RESOURCEMANAGEMENT::Owner;
+using RESOURCEMANAGEMENT::OwnerOverview;
+using RESOURCEMANAGEMENT::OwnerRequest;
+
+KoltaOwnerObserver::KoltaOwnerObserver(QObject* parent) : KoltaOwnerObserver(QString(), parent) {}
+
+KoltaOwnerObserver::KoltaOwnerObserver(const QString& path, QObject* parent)
+    : AbstractRGValueObserver(QString(), parent)
+{
+    if (!path.isEmpty())
+        KoltaOwnerObserver::init(path);
+}
+
+KoltaOwnerObserver::~KoltaOwnerObserver() = default;
+
+const OwnerOverview& KoltaOwnerObserver::GetCurrentOwners() const
+{
+    return getCurrentValue();
+}
+
+const Owner* KoltaOwnerObserver::FindOwner(const QString& ownedGuid) const
+{
+    return index().find(ownedGuid);
+}
+
+bool KoltaOwnerObserver::IsOwnedBy(const QString& ownedGuid, const QUuid& clientId) const
+{
+    const Owner* const owner = FindOwner(ownedGuid);
+    return owner && !clientId.isNull() && QUuid(owner->GetClientID()) == clientId;
+}
+
+QStringList KoltaOwnerObserver::GetGUIDsOwnedBy(const QUuid& clientId) const
+{
+    QStringList guids;
+    for (const Owner& owner : currentValue.GetOwner()) {
+        if (IsOwnedBy(owner.GetOwnedGUID(), clientId) && FindOwner(owner.GetOwnedGUID()) == &owner)
+            guids.append(owner.GetOwnedGUID());
+    }
+    return guids;
+}
+
+const KoltaOwnerObserver::Index& KoltaOwnerObserver::index() const
+{
+    if (!m_index.isFor(currentValue.GetOwner()))
+        m_index.rebuild(currentValue.GetOwner());
+    return m_index;
+}
+
+void KoltaOwnerObserver::setClient(const QUuid& clientId, const QString& name, const QString& host)
+{
+    m_client.Reset();
+    if (!clientId.isNull())
+        m_client.SetClientID(clientId.toString());
+    m_client.SetName(name);
+    m_client.SetHost(host.isEmpty() ? QSysInfo::machineHostName() : host);
+}
+
+bool KoltaOwnerObserver::requestOwnership(const QString& ownedGuid)
+{
+    return writeRequest(OwnerRequest::eTake, ownedGuid);
+}
+
+bool KoltaOwnerObserver::releaseOwnership(const QString& ownedGuid)
+{
+    return writeRequest(OwnerRequest::eRelease, ownedGuid);
+}
+
+bool KoltaOwnerObserver::writeRequest(OwnerRequest::Action action, const QString& ownedGuid)
+{
+    if (!m_client.IsClientIDSet())
+        return false;
+    OwnerRequest request;
+    request.SetAction(action);
+    request.SetOwner(m_client);
+    if (!ownedGuid.isEmpty())
+        request.EditOwner().SetOwnedGUID(ownedGuid);
+    try {
+        return values::WriteOrAnnounce(getParentNodePath() + QStringLiteral("/OwnerRequest"),
+                                       request.GetXmlString());
+    } catch (const REPORTGENERATOR::RGException& exception) {
+        traceReportException(exception);
+        return false;
+    }
+}
+
+void KoltaOwnerObserver::onValueChange(const OwnerOverview& oldOwners, const OwnerOverview& newOwners)
+{
+    Index before;
+    Index after;
+    before.rebuild(oldOwners.GetOwner());
+    after.rebuild(newOwners.GetOwner());
+    QVector<std::pair<QString, QString>> changes; // what is owned, and by which client
+    for (const Owner& owner : newOwners.GetOwner()) {
+        const QString& owned = owner.GetOwnedGUID();
+        const Owner* const old = before.find(owned);
+        if (after.find(owned) == &owner && (!old || *old != owner))
+            changes.append({owned, owner.GetClientID()});
+    }
+    for (const Owner& owner : oldOwners.GetOwner()) {
+        const QString& owned = owner.GetOwnedGUID();
+        if (before.find(owned) == &owner && !after.find(owned))
+            changes.append({owned, QString()});
+    }
+    const QPointer<KoltaOwnerObserver> guard(this);
+    for (const auto& [owned, client] : changes) {
+        Q_EMIT si_OwnerChanged(owned, client);
+        if (!guard)
+            return;
+    }
+    Q_EMIT si_OwnersChanged(newOwners);
+}
+
+void KoltaOwnerObserver::onVtDelete()
+{
+    // The same text counts again when the server returns.
+    currentValueAsString.clear();
+    onValueChange(std::exchange(currentValue, OwnerOverview()), OwnerOverview());
+}
+
+} // namespace Kolta

@@ -1,0 +1,183 @@
+#pragma once
+
+#include <koltacommon/instancecount.h>
+#include <koltacommon/serverstates.h>
+#include <koltacommon/valuebinding.h>
+
+#include <values/value.h>
+
+#include <QObject>
+#include <QString>
+#include <QUuid>
+
+#include <array>
+#include <memory>
+
+class QProcess;
+
+namespace Kolta {
+
+class HardwareProcessingObserver;
+class KoltaOwnerObserver;
+class KoltaProcessorObserver;
+class KoltaProductionControl;
+class KoltaResourceObserver;
+class KoltaTunerTypeObserver;
+class ResourceDemandClassObserver;
+class TunerBookingManager;
+class TunerClassesObserver;
+
+/// An application's handle on one server of the installation.
+///
+/// Follows the server's working state and status message in the value tree, and makes on first use, and then
+/// owns, the observers, the booking manager and the production control of this server. KoltaServerRegistry
+/// makes the interfaces and binds them.
+///
+/// The state follows the working-state value: while that value does not exist the server counts as
+/// disconnected (state 0), and when it comes back the interface goes on without being bound again. The owned
+/// parts do the same; their mirrors keep the last overview meanwhile, so a view asks getState() before it
+/// shows them.
+///
+/// Slots may delete the interface, best with DeleteLater(). Lives on the value tree's thread. Nothing throws.
+class KoltaServerInterface : public QObject, public IObserver
+{
+    Q_OBJECT
+
+public:
+    ~KoltaServerInterface() override;
+
+    // What the server is.
+
+    const QString& getAddress() const noexcept { return address; }
+    /// "<unknown>" until the server has told it.
+    const QString& getHostname() const noexcept { return hostname; }
+    SERVER_STATES::eServerState getState() const noexcept { return state; }
+    /// The server's own name of a state; "Disconnected", translated, for a state that it does not name.
+    QString getStateString(SERVER_STATES::eServerState serverState) const;
+    /// The last status message; empty before the first.
+    const QString& getStatusMessage() const noexcept { return statusMessage; }
+    /// Whether the last binding found every administrative value. Lost with the state 0, and back with any
+    /// other.
+    bool isReady() const noexcept { return ready; }
+    /// The identity under which this interface announced itself to the server.
+    const QUuid& getClientId() const noexcept { return clientId; }
+
+    // Where it stands in the value tree.
+
+    const QString& getServerBasePath() const noexcept { return serverBasePath; }
+    const QString& getDataBasePath() const noexcept { return dataBasePath; }
+    /// `stripPrefix` leaves out a leading "/ConnectManager"; another path comes back whole.
+    QString getRecordMapBasePath(bool stripPrefix) const;
+    /// With a trailing "/".
+    QString getAdministrationBasePath() const;
+
+    // The server's parts, made on first call; this interface owns them until it dies.
+
+    KoltaResourceObserver& getResourceObserver();
+    KoltaProcessorObserver& getProcessorObserver();
+    HardwareProcessingObserver& getHWProcessingObserver();
+    ResourceDemandClassObserver& getRdcObserver();
+    TunerClassesObserver& getTunerClassObserver();
+    KoltaTunerTypeObserver& getTunerTypeObserver();
+    KoltaOwnerObserver& getGuiOwnerObserver();
+    /// Follows getResourceObserver().
+    TunerBookingManager& getBookingManager();
+    /// Its requests fail, each with a trace line, as long as the server has not published its nodes; it is
+    /// bound again when the interface is, and at the next call.
+    KoltaProductionControl& getProductionControl();
+
+    /// Asks the server to restart. False when it is not connected.
+    bool restartServer();
+    /// Starts the front end of the driver with that GUID, see KoltaProductionControl::startGUI().
+    QProcess* startGUI(const QString& guid, QObject* parent);
+    /// Deletes the interface once control is back in the event loop.
+    void DeleteLater() { deleteLater(); }
+
+    /// Called by the value tree.
+    void Update(Observable* source, TChangeCode code) override;
+
+Q_SIGNALS:
+    /// The server has appeared or vanished.
+    void si_ConnectionChanged(bool connected, QString address);
+    /// The interface was bound; `ready` tells whether all administrative values were found.
+    void si_ConnectionReady(bool ready, QString address);
+    void si_StateChanged(Kolta::SERVER_STATES::eServerState state, QString address);
+    void si_StatusMessageChanged(QString message);
+
+protected:
+    friend class KoltaServerRegistry;
+
+    /// Binds nothing: see init(). `basePath` is the path of the server's node until then.
+    KoltaServerInterface(const QString& address, QString basePath);
+
+    /// Binds to the server at getBasePath() followed by `path`, instead of what was bound before, announces
+    /// this client and processes what is there at once. False when something is missing; what was found
+    /// stays bound.
+    bool init(QString path);
+    /// What init() puts in front of every path.
+    virtual QString getBasePath() { return QStringLiteral("/ConnectManager"); }
+    void setState(SERVER_STATES::eServerState newState);
+
+private:
+    /// The bound administrative values, in the order of their binding.
+    enum eValue {
+        eQuit,
+        eReset,
+        eStopAll,
+        eUnitPowerControl,
+        eStartupErrors,
+        eStartupProgress,
+        eWorkingState,
+        eStatus,
+        eInternalState,
+        eValueCount
+    };
+    using Binding = ValueBinding<values::ValueBase>;
+
+    QString nodePath(const QString& name) const;
+    values::SelectionValue* workingState() const;
+    bool bindRoot();
+    bool readHostname(bool rootFound);
+    bool bindValues();
+    void createRequestNode();
+    void announceClient();
+    void withdrawClient();
+    bool processContents();
+    bool rebindParts();
+    bool initProductionControl();
+    bool updateParts();
+    void optimiseTransfer() const;
+    void followWorkingState();
+    void followDeletion();
+    template<class Part>
+    Part& part(std::unique_ptr<Part>& owned, const QString& name);
+    template<class Part>
+    void rebind(const std::unique_ptr<Part>& owned, const QString& name);
+
+    bool ready = false;
+    QUuid clientId = QUuid::createUuid();
+    QString address;
+    QString serverBasePath;
+    QString dataBasePath;
+    QString recordMapBasePath;
+    QString hostname = QStringLiteral("<unknown>");
+    QString statusMessage;
+    SERVER_STATES::eServerState state = SERVER_STATES::eDisconnected;
+    ValueBinding<values::TreeItem> root;
+    std::array<Binding, eValueCount> bindings;
+    ValueBinding<values::TreeItem> requestNode;
+
+    std::unique_ptr<KoltaResourceObserver> resourceObserver;
+    std::unique_ptr<KoltaProcessorObserver> processorObserver;
+    std::unique_ptr<KoltaProductionControl> productionControl;
+    std::unique_ptr<KoltaTunerTypeObserver> tunerTypeObserver;
+    std::unique_ptr<ResourceDemandClassObserver> demandClassObserver;
+    std::unique_ptr<TunerClassesObserver> tunerClassesObserver;
+    std::unique_ptr<HardwareProcessingObserver> hardwareProcessingObserver;
+    std::unique_ptr<KoltaOwnerObserver> ownerObserver;
+    std::unique_ptr<TunerBookingManager> bookingManager;
+    bool productionControlBound = false;
+    InstanceCount<KoltaServerInterface> instanceCount;
+};
+
+} // namespace Kolta

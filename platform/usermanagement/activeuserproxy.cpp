@@ -1,0 +1,242 @@
+#include <usermanagement/activeuserproxy.h>
+
+#include <startup/errorhandler.h>
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QThread>
+#include <QTimer>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace Nax {
+
+namespace {
+
+/// Time between a change of the file and reading it: a file is often written in several steps.
+constexpr int settleMs = 50;
+
+/// Trace points of this file.
+enum : int { traceRefused = 10, traceCallback = 20 };
+
+void trace(int line, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceError, QStringLiteral("platform/usermanagement/activeuserproxy"), line, text);
+}
+
+void call(IActiveUserEvent& callback, IActiveUserEvent::tagRIGHTEVENT event)
+{
+    try {
+        callback.onUpdateRights(event);
+    } catch (const std::exception& exception) {
+        trace(traceCallback, QStringLiteral("Error: exception from a callback for the active user: %1")
+                                 .arg(QString::fromLocal8Bit(exception.what())));
+    } catch (...) {
+        trace(traceCallback, QStringLiteral("Error: unknown exception from a callback for the active user"));
+    }
+}
+
+} // namespace
+
+IActiveUserEvent::~IActiveUserEvent()
+{
+    if (m_registered)
+        ActiveUserProxy::Instance().deregister(this);
+}
+
+ActiveUserProxy& ActiveUserProxy::Instance()
+{
+    // Never destroyed, so that callbacks may be static objects.
+    static ActiveUserProxy* const proxy = new ActiveUserProxy;
+    return *proxy;
+}
+
+ActiveUserProxy::ActiveUserProxy()
+{
+    // Whichever thread comes first: changes of the file are noticed on the main thread.
+    if (QCoreApplication::instance())
+        moveToThread(QCoreApplication::instance()->thread());
+}
+
+ActiveUserProxy::~ActiveUserProxy() = default;
+
+qint32 ActiveUserProxy::GetActiveUserID() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_active.id;
+}
+
+QString ActiveUserProxy::GetActiveUserName() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_active.name;
+}
+
+bool ActiveUserProxy::HasRight(const QString& fullName) const
+{
+    return GetRightCount(fullName) > 0;
+}
+
+int ActiveUserProxy::GetRightCount(const QString& fullName) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_active.rights.value(fullName);
+}
+
+bool ActiveUserProxy::SetConfiguration(const QString& file)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_file = file.isEmpty() ? QString() : QFileInfo(file).absoluteFilePath();
+        m_users = UserDirectory();
+        m_loggedInByFile.reset();
+        m_error.clear();
+    }
+    QMetaObject::invokeMethod(this, &ActiveUserProxy::watchFile);
+    return readFile();
+}
+
+void ActiveUserProxy::RegisterCallback(IActiveUserEvent* callback)
+{
+    if (!callback || callback->m_registered)
+        return;
+    callback->m_registered = true;
+    m_callbacks.push_back(callback);
+    if (GetActiveUserID() >= 0)
+        call(*callback, IActiveUserEvent::eUserUpdated);
+}
+
+bool ActiveUserProxy::LogIn(const QString& userName)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const User* const user = m_users.findByName(userName);
+    if (!user)
+        return false;
+    become(user, IActiveUserEvent::eUserLoggedOut, std::move(lock));
+    return true;
+}
+
+void ActiveUserProxy::LogOut()
+{
+    become(nullptr, IActiveUserEvent::eUserLoggedOut, std::unique_lock<std::mutex>(m_mutex));
+}
+
+bool ActiveUserProxy::Reload()
+{
+    return readFile();
+}
+
+QString ActiveUserProxy::ConfigurationError() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_error;
+}
+
+QStringList ActiveUserProxy::GetUserNames() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_users.names();
+}
+
+bool ActiveUserProxy::readFile()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    QString error;
+    const bool good = m_file.isEmpty() || m_users.load(m_file, error);
+    const bool isNews = error != std::exchange(m_error, error);
+    const auto entry = good ? std::make_optional(m_users.loggedIn()) : std::nullopt;
+    const bool isSameEntry = entry == std::exchange(m_loggedInByFile, entry);
+    if (!good)
+        become(nullptr, IActiveUserEvent::eUserGone, std::move(lock));
+    else if (isSameEntry)
+        become(m_users.findByID(m_active.id), IActiveUserEvent::eUserGone, std::move(lock));
+    else
+        become(m_users.findByName(*entry), IActiveUserEvent::eUserLoggedOut, std::move(lock));
+    if (!good && isNews)
+        trace(traceRefused, QStringLiteral("Users: %1; nobody has any right").arg(error));
+    return good;
+}
+
+/// Makes `user` the active one, null for nobody, gives the lock back and tells what that has changed.
+void ActiveUserProxy::become(const User* user, IActiveUserEvent::tagRIGHTEVENT whenNobody,
+                             std::unique_lock<std::mutex> lock)
+{
+    const User before = std::exchange(m_active, user ? *user : User());
+    const bool isOther = before.id != m_active.id || before.name != m_active.name;
+    const bool hasOtherRights = before.rights != m_active.rights;
+    const bool nobody = m_active.id < 0;
+    lock.unlock();
+    if (isOther)
+        tell(nobody ? whenNobody : IActiveUserEvent::eUserUpdated);
+    else if (hasOtherRights)
+        tell(IActiveUserEvent::eRightsUpdated);
+}
+
+void ActiveUserProxy::tell(IActiveUserEvent::tagRIGHTEVENT event)
+{
+    // At once on the main thread.
+    QMetaObject::invokeMethod(this, [this, event] { callAll(event); });
+}
+
+void ActiveUserProxy::callAll(IActiveUserEvent::tagRIGHTEVENT event)
+{
+    // A callback may bring the next event about, which goes to everybody before this one is through. Then it
+    // replaces this one for those who have not heard it: they would take the older state for the newer.
+    const quint64 number = ++m_events;
+    ++m_depth;
+    const std::size_t end = m_callbacks.size();
+    for (std::size_t i = 0; i < end && number == m_events; ++i) {
+        if (m_callbacks[i])
+            call(*m_callbacks[i], event);
+    }
+    if (--m_depth == 0)
+        m_callbacks.erase(std::remove(m_callbacks.begin(), m_callbacks.end(), nullptr), m_callbacks.end());
+}
+
+void ActiveUserProxy::deregister(const IActiveUserEvent* callback)
+{
+    const auto it = std::find(m_callbacks.begin(), m_callbacks.end(), callback);
+    if (it == m_callbacks.end())
+        return;
+    if (m_depth > 0)
+        *it = nullptr;
+    else
+        m_callbacks.erase(it);
+}
+
+/// Watches the folder as well: a file that is replaced, and one that is missing, can be heard of only there.
+void ActiveUserProxy::watchFile()
+{
+    m_watcher.reset();
+    QString file;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        file = m_file;
+    }
+    // Without an application nobody would hear of changes.
+    if (file.isEmpty() || !QCoreApplication::instance())
+        return;
+    if (!m_settled) {
+        m_settled = std::make_unique<QTimer>();
+        m_settled->setSingleShot(true);
+        m_settled->setInterval(settleMs);
+        connect(m_settled.get(), &QTimer::timeout, this, &ActiveUserProxy::Reload);
+    }
+    m_watcher = std::make_unique<QFileSystemWatcher>(QStringList{QFileInfo(file).absolutePath()});
+    if (QFileInfo::exists(file))
+        m_watcher->addPath(file);
+    const auto changed = [this, file] {
+        if (QFileInfo::exists(file))
+            m_watcher->addPath(file); // a replaced file is another one
+        if (!m_settled->isActive())
+            m_settled->start();
+    };
+    connect(m_watcher.get(), &QFileSystemWatcher::fileChanged, this, changed);
+    connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, changed);
+}
+
+} // namespace Nax

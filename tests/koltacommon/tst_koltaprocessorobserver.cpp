@@ -1,0 +1,261 @@
+#include "processorsamples.h"
+
+#include <koltacommon/koltaprocessorobserver.h>
+
+#include <QtTest>
+
+#include <functional>
+
+using namespace Kolta;
+using namespace ProcessorSamples;
+using namespace RESOURCEMANAGEMENT;
+using O = KoltaProcessorObserver;
+using values::StringValue;
+
+namespace {
+
+const QString path = QStringLiteral("/S1/ADMINISTRATION/ActualConfiguration");
+
+/// Publishes an overview, as a server does that comes up or changes it.
+void publish(const char* overview)
+{
+    const QString text = xmlOf(QLatin1String(overview));
+    if (!values::Tree::Instance().Emplace<StringValue>(path, text))
+        values::Tree::Instance().FindAs<StringValue>(path)->SetValue(text);
+}
+
+void removeValue()
+{
+    values::Tree::Instance().Remove(path);
+}
+
+/// Every signal of an observer, in the order of emission.
+class Recorder : public QObject
+{
+public:
+    explicit Recorder(O& observer)
+    {
+        const auto hear = [this, &observer](auto signal, char sign) {
+            connect(&observer, signal, this, [this, sign](const QString& processor) {
+                add(QLatin1Char(sign) + QString::number(numberOf(processor)));
+            });
+        };
+        hear(&O::si_ProcessorStarted, '+');
+        hear(&O::si_ProcessorChanged, '*');
+        hear(&O::si_ProcessorStopped, '-');
+        connect(&observer, &O::si_AllProcessorsStopped, this, [this] { add(QStringLiteral("none")); });
+        connect(&observer, &O::si_RunningProcessorsChanged, this, [this](const ProcessorOverview& overview) {
+            add(QStringLiteral("all%1").arg(overview.GetSCP().size() + overview.GetMCP().size()));
+        });
+        connect(&observer, &O::si_ValueChanged, this, [this] { add(QStringLiteral("value")); });
+        connect(&observer, &O::si_ValueDeleted, this, [this] { add(QStringLiteral("gone")); });
+    }
+
+    QString log() const { return m_log.join(QLatin1Char(' ')); }
+    /// What was emitted since the last call, and during `action`.
+    QString during(const std::function<void()>& action)
+    {
+        action();
+        const QString all = log();
+        m_log.clear();
+        return all;
+    }
+    QString after(const char* overview)
+    {
+        return during([overview] { publish(overview); });
+    }
+
+    std::function<void()> react; ///< runs once, at the next signal
+
+private:
+    void add(const QString& line)
+    {
+        m_log.append(line);
+        if (const auto function = std::exchange(react, nullptr))
+            function();
+    }
+
+    QStringList m_log;
+};
+
+} // namespace
+
+class TestKoltaProcessorObserver : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { publish(""); }
+    void cleanup() { values::Tree::Instance().Clear(); }
+
+    void differencesInOrder()
+    {
+        const char* const cases[][3] = {
+            {"", "M8(d13(f14) h10(f12 a11) f9) S1(h5(f7 a6) d3(f4) f2)",
+             "+1 +2 +3 +4 +5 +6 +7 +8 +9 +10 +11 +12 +13 +14 all2 value"},
+            {"S1(f2 d3(f4)) M8(h9(a10))", "S1(f2 d3(f4=x)) M8(h9(a10=x))", "*4 *10 all2 value"},
+            {"S1(f2 d3(f4)) M8(h9(a10))", "S1=x(f2 d3=x(f4)) M8(h9=x(a10))", "*1 *3 *9 all2 value"},
+            {"M1(d2)", "M1(d2(f3) f4)", "+4 +3 all1 value"},
+            {"M1(f2) M3", "M1 M3(f2)", "*2 all2 value"}, // moved
+            {"M1(f2)", "M1(h2)", "*2 all1 value"},       // another kind
+            {"M1 M2(f3 f4) S5", "M2(f4 f3) S5 M1", "all3 value"},
+            {"M1(f2) S3(f6) M5", "M4 M5=x", "+4 *5 -3 -6 -1 -2 all2 value"},
+            {"M1 M2(f3 h4(a5)) S6", "", "none -6 -1 -2 -3 -4 -5 all0 value"},
+            {"", "", ""},
+            // One GUID several times: the first counts. Without GUID: nothing but what is below is told.
+            {"", "M1 M1(f2)", "+1 +2 all2 value"},
+            {"M1=a M1=b", "M1=a M1=c", "all2 value"},
+            {"M1=a M1=b", "M1=b", "*1 all1 value"},
+            {"M1 M2", "M1 M1", "-2 all2 value"},
+            {"M1(f2) M3(f2)", "M3(f2) M4", "*2 +4 -1 all2 value"},
+            {"M0=a M0(f2)", "M0=b M0=c M0(f2=x)", "*2 all3 value"},
+            {"M0 M1", "", "none -1 all0 value"}};
+        // One observer for all, so that what it keeps of earlier overviews would show.
+        O observer(path);
+        observer.setEmptyOverviewDelay(0);
+        Recorder recorder(observer);
+        for (const auto& [before, after, changes] : cases) {
+            recorder.after(before);
+            QCOMPARE(recorder.after(after), QLatin1String(changes));
+        }
+    }
+
+    void emptyOverviewsAreDoubted()
+    {
+        publish("M1(f2) M3");
+        O observer(path);
+        observer.setEmptyOverviewDelay(20);
+        Recorder recorder(observer);
+        QCOMPARE(recorder.after(""), QStringLiteral("all0 value"));
+        QVERIFY(!observer.FindProcessor(guid(1)));
+        QCOMPARE(recorder.after("M1(f2=x) M4"), QStringLiteral("*2 +4 -3 all2 value"));
+        publish("");
+        QTRY_COMPARE(recorder.log(), QStringLiteral("all0 value none -1 -2 -4"));
+        // A deletion, an offline mirror and another path end the doubt without a stop.
+        const std::pair<std::function<void()>, const char*> ends[] = {
+            {removeValue, "all0 gone"},
+            {[&observer] { observer.initForOffline(overviewOf(QStringLiteral("M5"))); }, ""},
+            {[&observer] { observer.init(path + QStringLiteral("/other")); }, ""}};
+        for (const auto& [end, log] : ends) {
+            publish("M1");
+            observer.init(path);
+            recorder.after("");
+            QVERIFY(observer.findChild<QTimer*>()->isActive());
+            QCOMPARE(recorder.during(end), QLatin1String(log));
+            QVERIFY(!observer.findChild<QTimer*>()->isActive());
+        }
+    }
+
+    void nothingStaleAfterTheServerVanished()
+    {
+        publish("M1(f2)");
+        O observer(path);
+        Recorder recorder(observer);
+        QCOMPARE(recorder.during(removeValue), QStringLiteral("all0 gone"));
+        QVERIFY(!observer.FindProcessor(guid(1)));
+        QVERIFY(observer.GetCurrentProcessorsAsString().isEmpty());
+        QCOMPARE(recorder.during([&observer] { observer.UpdateAll(); }), QString());
+        QCOMPARE(recorder.after("M1(f2)"), QStringLiteral("+1 +2 all1 value")); // the same text as before
+        // Another server's processors did not stop, and are not shown either.
+        const QString other = QStringLiteral("/S2/ADMINISTRATION/ActualConfiguration");
+        QCOMPARE(recorder.during([&] { observer.init(other); }), QString());
+        QVERIFY(!observer.FindProcessor(guid(1)));
+        QCOMPARE(recorder.during([&] { observer.init(path); }), QStringLiteral("+1 +2 all1 value"));
+    }
+
+    void slotsMayChangeTheValueOrDeleteTheObserver()
+    {
+        auto observer = std::make_unique<O>(path);
+        Recorder recorder(*observer);
+        recorder.after("M1");
+        recorder.react = [] { publish("M3"); };
+        QCOMPARE(recorder.after("M1=x M2"), QStringLiteral("*1 +2 all2 +3 -1 -2 all1 value value"));
+        recorder.react = removeValue;
+        QCOMPARE(recorder.after("M3=x M4"), QStringLiteral("*3 +4 all2 all0 gone value"));
+        recorder.after("M5");
+        recorder.react = [&observer] { observer->init(QStringLiteral("/none")); };
+        QCOMPARE(recorder.after("M5=x M6"), QStringLiteral("*5 value")); // the rest is of the old path
+        for (const int delay : {0, 1}) {
+            observer = std::make_unique<O>(path);
+            observer->setEmptyOverviewDelay(delay);
+            publish("M1 M2");
+            Recorder last(*observer);
+            connect(observer.get(), &O::si_AllProcessorsStopped, this, [&observer] { observer.reset(); });
+            publish("");
+            QTRY_VERIFY(!observer);
+            QCOMPARE(last.log(), delay > 0 ? QStringLiteral("all0 value none") : QStringLiteral("none"));
+        }
+        QVERIFY(!values::Tree::Instance().Find(path)->HasObservers());
+    }
+
+    void queries()
+    {
+        ProcessorOverview overview = overviewOf(
+            QStringLiteral("S1=a(f2 d3(f4=b) h5(a6)) M7=c(f8 h9(a10 f11) d12(f13)) M14=d M14=e M0"));
+        overview.EditSCP()[0].SetProductionID(guid(90));
+        overview.EditSCP()[0].EditDSC().EditFFP()[0].SetTunerGUID(guid(80));
+        for (MCP& mcp : overview.EditMCP()) { // the last two are a double and one without GUID
+            mcp.SetProductionID(guid(mcp.GetFFP().isEmpty() ? 90 : 91));
+            mcp.EditDataSource().SetTunerGUID(guid(80));
+        }
+        overview.EditMCP()[0].EditDSC()[0].EditFFP()[0].SetTunerGUID(guid(80));
+        O observer;
+        QVERIFY(observer.initForOffline(overview));
+        const ProcessorOverview& mirror = observer.GetCurrentProcessors();
+        const DSC& dsc = mirror.GetSCP().at(0).GetDSC();
+        const RunningProcessor ffp = observer.FindProcessor(guid(4));
+        QVERIFY(ffp.kind == eAppFFP && ffp.object == &dsc.GetFFP().at(0) && ffp.parent == &dsc);
+        QVERIFY(ffp.record == &dsc.GetFFP().at(0).GetKoltaProcessor());
+        QVERIFY(ffp.parentRecord == &dsc.GetKoltaProcessor());
+        const RunningProcessor mcp = observer.FindProcessor(guid(7));
+        QVERIFY(mcp.kind == eAppMCP && mcp.parent == &mirror && !mcp.parentRecord);
+
+        QCOMPARE(observer.GetDisplayNameByGUID(guid(14)), QStringLiteral("d"));
+        QCOMPARE(observer.GetDisplayNameByGUID(guid(91)), QStringLiteral("c"));
+        QString holders; // of each processor, and the MCP that holds it
+        for (int number = 1; number <= 14; ++number)
+            holders += QStringLiteral("%1/%2 ")
+                           .arg(numberOf(observer.GetParentGUID(guid(number))))
+                           .arg(numberOf(observer.GetMcpGUIDFor(guid(number))));
+        QCOMPARE(holders, QStringLiteral("0/0 1/0 1/0 3/0 1/0 5/0 0/0 7/7 7/7 9/7 9/7 7/7 12/7 0/0 "));
+        QCOMPARE(observer.GetProductionIDs(), (QStringList{guid(90), guid(91)}));
+        QCOMPARE(observer.GetGUIDForProductionID(guid(90)), guid(1));
+        QCOMPARE(observer.GetGUIDForProductionID(guid(91)), guid(7));
+        QCOMPARE(observer.GetGUIDsFedByTuner(guid(80)), (QStringList{guid(4), guid(7), guid(13), guid(14)}));
+        for (const QString& wrong : {guid(1).toUpper(), guid(1).mid(1, 36), QUuid().toString(), QString()}) {
+            QVERIFY(!observer.FindProcessor(wrong));
+            QCOMPARE(observer.GetDisplayNameByGUID(wrong) + observer.GetGUIDForProductionID(wrong),
+                     QString());
+            QVERIFY(observer.GetGUIDsFedByTuner(wrong).isEmpty());
+        }
+        // Answers are never about an overview that was there before.
+        QVERIFY(observer.initForOffline(overviewOf(QStringLiteral("M2"))));
+        QVERIFY(!observer.FindProcessor(guid(1)));
+        QCOMPARE(observer.FindProcessor(guid(2)).object, &mirror.GetMCP().at(0));
+        QCOMPARE(observer.GetGUIDForProductionID(guid(90)), QString());
+    }
+
+    void tenThousandProcessorsAndQueuedDelivery()
+    {
+        QString text;
+        for (int i = 0; i < 10000; i += 4)
+            text += QStringLiteral("M%1(f%2 d%3(f%4)) ").arg(i + 1).arg(i + 2).arg(i + 3).arg(i + 4);
+        publish(text.toLatin1());
+        O observer(path);
+        Recorder recorder(observer);
+        int queued = 0;
+        connect(
+            &observer, &O::si_RunningProcessorsChanged, this,
+            [&queued](const ProcessorOverview& overview) { queued = overview.GetMCP().size(); },
+            Qt::QueuedConnection);
+        text.replace(QStringLiteral("M5001("), QStringLiteral("M20000 M5001=x("));
+        text.replace(QStringLiteral("f9998"), QString());
+        QCOMPARE(recorder.after(text.toLatin1()), QStringLiteral("+20000 *5001 -9998 all2501 value"));
+        QCOMPARE(numberOf(observer.GetMcpGUIDFor(guid(10000))), 9997);
+        QCOMPARE(queued, 0);
+        QTRY_COMPARE(queued, 2501);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestKoltaProcessorObserver)
+#include "tst_koltaprocessorobserver.moc"
