@@ -36,8 +36,8 @@ QString textOf(const TestMap& map)
 struct Wire
 {
     Wire(Replica& upper, Replica& lower, ConflictPolicy policy = {}, ConflictPolicy lowerPolicy = {})
-        : primary(upper, LinkRole::Primary, std::move(policy)),
-          secondary(lower, LinkRole::Secondary, std::move(lowerPolicy))
+        : primary(upper, LinkRole::Primary, std::move(policy))
+        , secondary(lower, LinkRole::Secondary, std::move(lowerPolicy))
     {
     }
     /// Carries one message; its kind, 0 when there was none, -1 when it was refused.
@@ -104,7 +104,8 @@ class TestReplication : public QObject
 private Q_SLOTS:
     void messages()
     {
-        const QString upper = "33221100554477668899aabbccddeeff"_s, lower = "ffffffff554477668899aabbccddee01"_s;
+        const QString upper = "33221100554477668899aabbccddeeff"_s,
+                      lower = "ffffffff554477668899aabbccddee01"_s;
         const QString set = "170000001400000000000100000061003b0b00000001000000020061000000073b"_s;
         Side top(upperId), bottom(lowerId);
         Wire wire(*top.replica, *bottom.replica);
@@ -212,7 +213,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("result");
         const auto row = [](const char* upper, const char* lower, const char* byDefault, const char* custom) {
             const QByteArray name(QByteArray(upper) + " | " + lower);
-            QTest::newRow(name.constData()) << false << QByteArray(upper) << QByteArray(lower) << QString::fromLatin1(byDefault);
+            QTest::newRow(name.constData())
+                << false << QByteArray(upper) << QByteArray(lower) << QString::fromLatin1(byDefault);
             QTest::newRow(QByteArray(name + " (custom)").constData())
                 << true << QByteArray(upper) << QByteArray(lower) << QString::fromLatin1(custom);
         };
@@ -238,7 +240,8 @@ private Q_SLOTS:
         Wire wire(*top.replica, *bottom.replica, custom ? always(RemoteChange::Drop) : ConflictPolicy(),
                   custom ? always(RemoteChange::Apply) : ConflictPolicy());
         wire.settle();
-        for (const auto& [column, side] : {std::pair<const char*, Side*>{"upper", &top}, {"lower", &bottom}}) {
+        for (const auto& [column, side] :
+             {std::pair<const char*, Side*>{"upper", &top}, {"lower", &bottom}}) {
             const QByteArray script = *static_cast<QByteArray*>(QTest::qData(column, QMetaType::QByteArray));
             for (const QByteArray& step : script.split(' ')) {
                 if (step == "!")
@@ -384,8 +387,8 @@ private Q_SLOTS:
         for (const char* const victim : {"map", "mirror", "upper", "lower", "pair", "everything"})
             QTest::newRow(victim) << QByteArray(victim);
     }
-    /// The victim dies in the first notification of a remote transaction, at either end, told at once or by the
-    /// event loop. What lives gets the transaction whole.
+    /// The victim dies in the first notification of a remote transaction, at either end, told at once or by
+    /// the event loop. What lives gets the transaction whole.
     void deathsDuringANotification()
     {
         QFETCH(QByteArray, victim);
