@@ -189,19 +189,19 @@ Sides replay()
     const auto world = std::make_shared<World>();
     const auto executeAll = [world] {
         const std::string& bytes = world->library.next();
-        values::ByteReader in(bytes.data(), bytes.size());
         const unsigned int before = world->map.GetChangeNumber();
-        while (!in.AtEnd())
-            values::ReadCommand(world->map, in, nullptr)->Execute();
+        values::ForEachCommand(world->map, values::ByteReader(bytes.data(), bytes.size()), nullptr,
+                               [](values::Command& command) { command.Execute(); });
         require(world->map.GetChangeNumber() - before == some, "not every command changed the map");
     };
     const auto decodeAll = [world] {
         const std::string& bytes = world->floor.next();
+        QByteArray raw = QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size()));
+        QBuffer buffer(&raw);
+        buffer.open(QIODevice::ReadOnly);
+        QDataStream stream(&buffer);
         for (const std::size_t field : world->floor.fields[world->floor.current]) {
-            quint32 size = 0;
-            std::memcpy(&size, bytes.data() + field, sizeof size);
-            QDataStream stream(
-                QByteArray::fromRawData(bytes.data() + field + sizeof size, static_cast<int>(size)));
+            buffer.seek(static_cast<qint64>(field + sizeof(quint32)));
             ShortTimeProfile profile;
             read(stream, profile);
             world->plain.insert_or_assign(profile.name, profile);
@@ -222,6 +222,7 @@ public:
         for (const ShortTimeProfile& profile : profiles(count))
             m_map.Add(profile);
     }
+    /// As a link does it: what does not fit as a whole is not executed at all.
     void run()
     {
         std::string state;
@@ -229,9 +230,12 @@ public:
         ShortTimeProfileItemMap mirror;
         values::ByteReader in(state.data(), state.size());
         values::ValueHeader header;
-        require(values::ReadValueHeader(in, header), "a state is not as expected");
-        while (!in.AtEnd())
-            values::ReadCommand(mirror, in, nullptr)->Execute();
+        std::size_t commands = 0;
+        const auto count = [&commands](const values::Command&) { ++commands; };
+        require(values::ReadValueHeader(in, header) && values::ForEachCommand(mirror, in, nullptr, count),
+                "a state is not as expected");
+        mirror.ExpectItems(commands);
+        values::ForEachCommand(mirror, in, nullptr, [](values::Command& command) { command.Execute(); });
         require(mirror.Size() == m_map.Size(), "the mirror is not complete");
     }
 

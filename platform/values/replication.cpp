@@ -314,15 +314,18 @@ bool ReplicaLink::takeState(ByteReader& in)
         !in.ReadInteger(received) || !isSent(received) || !in.ReadUuid(peer) ||
         !ReadValueHeader(in, header) || header.type != value()->GetType())
         return false;
-    CommandTransaction::Commands commands;
-    if (!ReadCommands(*value(), in, originFor(peer), commands))
+    std::size_t commands = 0;
+    if (!ForEachCommand(*value(), in, nullptr, [&commands](const Command&) { ++commands; }))
         return false;
-    Sections sections;
-    sections.push_back({peer, std::make_unique<CommandTransaction>(*value(), std::move(commands))});
     m_peer = peer;
     m_active = true;
     acknowledged(received);
-    apply(sections, number);
+    value()->ExpectItems(commands);
+    IObserver* const origin = originFor(peer);
+    ValueBase& target = *value();
+    apply(number, [&target, in, origin, peer](const auto& run) {
+        ForEachCommand(target, in, origin, [&run, &peer](Command& command) { run(command, peer); });
+    });
     return true;
 }
 
@@ -381,9 +384,26 @@ IObserver* ReplicaLink::originFor(const QUuid& id)
 /// is sent when the transaction closes, and then says that this group has been received.
 void ReplicaLink::apply(const Sections& sections, quint64 number)
 {
+    apply(number, [&sections](const auto& run) {
+        for (const Section& section : sections) {
+            const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
+            if (!all) {
+                run(*section.command, section.origin);
+                continue;
+            }
+            for (const auto& command : all->GetCommands())
+                run(*command, section.origin);
+        }
+    });
+}
+
+/// `forEach` calls what it is given with each command and its origin. This may be gone meanwhile.
+template<class ForEach>
+void ReplicaLink::apply(quint64 number, const ForEach& forEach)
+{
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
-    const auto run = [&self](Command& command, const QUuid& origin) {
+    forEach([&self](Command& command, const QUuid& origin) {
         try {
             if (self)
                 self.Get()->execute(command, origin);
@@ -392,16 +412,7 @@ void ReplicaLink::apply(const Sections& sections, quint64 number)
         } catch (const std::exception& error) {
             trace(5, QString::fromUtf8(error.what()));
         }
-    };
-    for (const Section& section : sections) {
-        const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
-        if (!all) {
-            run(*section.command, section.origin);
-            continue;
-        }
-        for (const auto& command : all->GetCommands())
-            run(*command, section.origin);
-    }
+    });
     if (self) {
         m_received = number;
         m_acknowledgeDue = true;

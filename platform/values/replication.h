@@ -153,6 +153,8 @@ private:
     void acknowledged(quint64 number);
     IObserver* originFor(const QUuid& id);
     void apply(const Sections& sections, quint64 number);
+    template<class ForEach>
+    void apply(quint64 number, const ForEach& forEach);
     void execute(Command& command, const QUuid& origin);
     bool isDropped(const Command& command, const QUuid& origin, const std::string& keyField) const;
     void fail(int tracePoint, const QString& reason);
