@@ -238,6 +238,9 @@ bool DemoProductions::moveFfp()
     QObject scope;
     connect(&processors, &KoltaProcessorObserver::si_ProcessorChanged, &scope,
             [&](const QString& guid) { heard.append(processors.GetDisplayNameByGUID(guid)); });
+    connect(&processors, &KoltaProcessorObserver::si_ProcessorStopped, &scope, [this](const QString& guid) {
+        m_report.check(false, QStringLiteral("nothing stops (%1)").arg(guid));
+    });
     const ServerAnswer answer = awaitAnswer(
         *m_server,
         [&] {
