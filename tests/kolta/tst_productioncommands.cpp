@@ -117,7 +117,7 @@ void TestProductionCommands::livesAWholeLife()
          {words("tuner=KW 5 Süd"), words("tuner=KW 7 Turm"),
           words("problem=KW 5 Süd, which it would have got, is held by request 1 (HF)"),
           words("planned=false")}},
-        {"select HF --json", {words("tuner=KW 5 Süd")}},
+        {"select HF --json", {words("tuner=KW 5 Süd hardware=false")}},
         {"status --json",
          {words("free=17 planned=1 processors=2 productions=1 hardware=0 ready=true state=5")}},
         {"plan --clear", {}},
