@@ -43,6 +43,12 @@ void turn()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+/// Of the administrative node, or of one below it.
+QString path(const SimulatedServer& server, const char* node = nullptr)
+{
+    return server.nodePath(QLatin1String(node)).remove(QRegularExpression(QStringLiteral("/$")));
+}
+
 QString pathsBelow(const QString& path)
 {
     QString paths;
@@ -488,107 +494,90 @@ void TestLifecycle::step()
         useServer(*server);
 }
 
-void TestLifecycle::makeLoose(SimulatedServer& server)
+void TestLifecycle::makeLoose(SimulatedServer& simulated)
 {
-    const auto path = [&server](const char* node) { return server.nodePath(QLatin1String(node)); };
-    std::unique_ptr<QObject> made;
-    switch (below(7)) {
-    case 0:
-        made = std::make_unique<KoltaResourceObserver>(path("Resources"));
-        break;
-    case 1:
-        made = std::make_unique<KoltaProcessorObserver>(path("ActualConfiguration"));
-        break;
-    case 2:
-        made = std::make_unique<KoltaOwnerObserver>(path("Owners"));
-        break;
-    case 3:
-        made = std::make_unique<TunerBookingManager>();
-        static_cast<TunerBookingManager&>(*made).init(server.installation().basePath() +
-                                                      QLatin1String("/ADMINISTRATION"));
-        break;
-    case 4: {
-        auto controller = std::make_unique<HardwareProcessingController>();
-        controller->init(path("ActualConfiguration"), path("HardwareProcessing"));
-        hear(controller->getHWProcessingObserver());
-        made = std::move(controller);
-        break;
-    }
-    case 5: {
-        auto control = std::make_unique<KoltaProductionControl>();
-        try {
-            control->init(server.installation().basePath() + QLatin1String("/ADMINISTRATION"));
-        } catch (const std::exception&) { // the server is not there
-        }
-        made = std::move(control);
-        break;
-    }
-    default: {
-        auto connection = std::make_unique<KoltaConnection>(QStringLiteral("loose"), QStringLiteral("1"),
-                                                            server.hostAndPort(), false);
-        connection->open();
-        connection->executeRequest(new AppDescription);
-        made = std::move(connection);
-    }
-    }
-    hear(*made);
-    m_loose.push_back(std::move(made));
+    using Server = SimulatedServer;
+    static constexpr QObject* (*makers[])(Server&) = {
+        [](Server& s) -> QObject* { return new KoltaResourceObserver(path(s, "Resources")); },
+        [](Server& s) -> QObject* { return new KoltaProcessorObserver(path(s, "ActualConfiguration")); },
+        [](Server& s) -> QObject* { return new KoltaOwnerObserver(path(s, "Owners")); },
+        [](Server& s) -> QObject* {
+            auto* const booking = new TunerBookingManager;
+            booking->init(path(s));
+            return booking;
+        },
+        [](Server& s) -> QObject* {
+            auto* const controller = new HardwareProcessingController;
+            controller->init(path(s, "ActualConfiguration"), path(s, "HardwareProcessing"));
+            return controller;
+        },
+        [](Server& s) -> QObject* {
+            auto* const control = new KoltaProductionControl;
+            try {
+                control->init(path(s));
+            } catch (const std::exception&) { // the server is not there
+            }
+            return control;
+        },
+        [](Server& s) -> QObject* {
+            auto* const link =
+                new KoltaConnection(QStringLiteral("loose"), QString(), s.hostAndPort(), false);
+            link->open();
+            link->executeRequest(new AppDescription);
+            return link;
+        }};
+    m_loose.emplace_back(makers[below(int(std::size(makers)))](simulated));
+    hear(*m_loose.back());
 }
 
 void TestLifecycle::useServer(KoltaServerInterface& server)
 {
     const QString tuner = m_installation.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID();
+    using Server = KoltaServerInterface;
+    static constexpr QObject& (*parts[])(Server&) = {
+        [](Server& s) -> QObject& { return s.getResourceObserver(); },
+        [](Server& s) -> QObject& { return s.getProcessorObserver(); },
+        [](Server& s) -> QObject& { return s.getHWProcessingObserver(); },
+        [](Server& s) -> QObject& { return s.getBookingManager(); },
+        [](Server& s) -> QObject& { return s.getGuiOwnerObserver(); },
+        [](Server& s) -> QObject& { return s.getTunerClassObserver(); },
+        [](Server& s) -> QObject& { return s.getRdcObserver(); },
+        [](Server& s) -> QObject& { return s.getTunerTypeObserver(); },
+        [](Server& s) -> QObject& { return s.getProductionControl(); }};
+    hear(parts[below(int(std::size(parts)))](server));
     QString error;
-    switch (below(9)) {
-    case 0:
-        hear(server.getResourceObserver());
-        return server.getResourceObserver().UpdateAll();
-    case 1:
-        hear(server.getProcessorObserver());
-        return server.getProcessorObserver().setEmptyOverviewDelay(below(2));
-    case 2:
-        hear(server.getHWProcessingObserver());
-        return server.getHWProcessingObserver().resetHardwareProcessingList();
-    case 3:
-        hear(server.getBookingManager());
-        if (!server.getBookingManager().planTuner(tuner, error))
-            server.getBookingManager().clearPlanning();
-        return;
-    case 4:
-        hear(server.getGuiOwnerObserver());
+    const int action = below(10);
+    if (action == 0)
+        server.getResourceObserver().UpdateAll();
+    else if (action == 1)
+        server.getProcessorObserver().setEmptyOverviewDelay(below(2));
+    else if (action == 2)
+        server.getHWProcessingObserver().resetHardwareProcessingList();
+    else if (action == 3 && !server.getBookingManager().planTuner(tuner, error))
+        server.getBookingManager().clearPlanning();
+    else if (action == 4)
         server.getGuiOwnerObserver().requestOwnership(QString());
-        return;
-    case 5:
-        hear(server.getTunerClassObserver());
-        hear(server.getRdcObserver());
-        return hear(server.getTunerTypeObserver());
-    default:
-        hear(server.getProductionControl());
+    else
         startOrStop(server.getProductionControl(), tuner);
-    }
 }
 
 void TestLifecycle::startOrStop(KoltaProductionControl& control, const QString& tuner)
 {
     const auto mcps = control.getFrequencyRangesOfAllMCPs().keys();
     const QUuid any = mcps.isEmpty() ? QUuid::createUuid() : mcps.at(below(mcps.size()));
-    switch (below(8)) {
-    case 0:
-        return control.StopAllProductions();
-    case 1:
-        return control.StopProductions(QList<QUuid>{any, QUuid(), any});
-    case 2:
+    const int action = below(8);
+    if (action == 0)
+        control.StopAllProductions();
+    else if (action == 1)
+        control.StopProductions(QList<QUuid>{any, QUuid(), any});
+    else if (action == 2)
         control.requestFFPMove(any, any);
-        return;
-    case 3:
+    else if (action == 3)
         control.requestProduction(ffpOn(), false, any);
-        return;
-    case 4:
+    else if (action == 4)
         control.requestProduction(scpOn(tuner));
-        return;
-    default:
+    else
         control.requestProduction(mcpOn(tuner, below(2) ? "hw" : "sw"));
-    }
 }
 
 void TestLifecycle::anyOrder()
