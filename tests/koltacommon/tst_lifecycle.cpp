@@ -451,7 +451,7 @@ void TestLifecycle::hear(QObject& object)
 void TestLifecycle::react()
 {
     ++m_reactions;
-    if (m_depth >= deepest || below(6) != 0)
+    if (m_depth >= deepest || below(4) != 0)
         return;
     ++m_depth;
     step();
@@ -488,7 +488,7 @@ void TestLifecycle::step()
             hear(*added);
     } else if (action < 19)
         registry.removeServer(name);
-    else if (action < 20)
+    else if (action < 22)
         delete server;
     else
         useServer(*server);
@@ -533,6 +533,7 @@ void TestLifecycle::makeLoose(SimulatedServer& simulated)
 void TestLifecycle::useServer(KoltaServerInterface& server)
 {
     const QString tuner = m_installation.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID();
+    hear(server);
     using Server = KoltaServerInterface;
     static constexpr QObject& (*parts[])(Server&) = {
         [](Server& s) -> QObject& { return s.getResourceObserver(); },
