@@ -155,9 +155,11 @@ void KoltaServerRegistry::bindScheduled()
         const values::TreeItem* const node = values::Tree::Instance().Find(basePath);
         if (!node || node->IsDeleted())
             continue;
-        if (KoltaServerInterface* const known = serverAt(basePath))
+        KoltaServerInterface* const known = serverAt(basePath);
+        // What its own binding has added, its place among the clients, is no reason to bind it again.
+        if (known && m_incomplete.contains(basePath))
             bind(*known, relative(basePath));
-        else if (m_discovery)
+        else if (!known && m_discovery)
             addServer(basePath.section(QLatin1Char('/'), -1), basePath);
     }
 }
