@@ -25,11 +25,12 @@ enum eTransmissionFlag : int {
     eTransmitTargetPath = 1 ///< each command names its target; otherwise the channel is bound to one value
 };
 
-/// The keys of a collection that commands write.
+/// What of their value commands write.
 struct CommandScope
 {
     bool everyKey = false;
-    std::vector<std::string> keys; ///< key fields as they are transmitted
+    std::vector<std::string> keys;     ///< of items: key fields as they are transmitted
+    std::vector<std::string> requests; ///< identifiers of requests, in the form of their author
 };
 
 /// A change that can be repeated: kept, transmitted, and executed on an equal value elsewhere.
@@ -39,7 +40,7 @@ public:
     virtual ~Command() = default;
     /// Makes the change. Observers are called and may do anything but delete the command.
     virtual void Execute() = 0;
-    /// Adds the keys that it writes. Commands that write no item of a collection add nothing.
+    /// Adds the keys of the items that it writes, and the requests that it opens or ends.
     virtual void AddScope(CommandScope& scope) const = 0;
     /// Appends header and payload. `flags`: eTransmissionFlag.
     virtual void AddCommandString(std::string& out, int flags) const = 0;

@@ -74,10 +74,14 @@ public:
     /// `*stream` behind it. Null, and `*stream` unchanged, when the identifier is unknown or the payload does
     /// not fit. The result is the caller's; `originator` is whom it names when it is executed.
     virtual Command* CreateNextCommand(int id, const char** stream, IObserver* originator, int available);
-    /// Which keys EraseKeys() erases; called with key fields as they are transmitted.
-    using KeyFilter = std::function<bool(const std::string& keyField)>;
+    /// Chooses among the keys or requests that commands name in their scopes. It is asked for all of them
+    /// before anything is changed.
+    using KeyFilter = std::function<bool(const std::string& key)>;
     /// Erases items one by one, where the value is a keyed collection; otherwise does nothing.
     virtual void EraseKeys(const KeyFilter& filter, IObserver* originator);
+    /// Called before a received state is executed, which adds the open requests of its sender but ends none.
+    /// A value with requests ends those that `isStale` names; others have nothing to do.
+    virtual void EndRequests(const KeyFilter& isStale, IObserver* originator);
 
     /// For values::Weak.
     const Life& GetLife() const noexcept { return m_life; }

