@@ -157,8 +157,22 @@ struct ValueHeader
 void AppendValueHeader(std::string& out, const ValueBase& value);
 /// False when it does not fit or is of a newer, incompatible form.
 bool ReadValueHeader(ByteReader& in, ValueHeader& header);
-/// Reads all commands up to the end of `in`; false, and `commands` is unchanged, when anything does not fit.
-bool ReadCommands(ValueBase& target, ByteReader in, IObserver* originator,
-                  CommandTransaction::Commands& commands);
+/// Decodes the commands up to the end of `in` one by one and calls `call(Command&)` with each, which keeps
+/// none of them. False, without a call, at the first that does not fit; true when the target dies meanwhile.
+/// Who may not do half of them calls it twice, first to see whether all fit: keeping a large state decoded
+/// costs more.
+template<class Call>
+bool ForEachCommand(ValueBase& target, ByteReader in, IObserver* originator, const Call& call)
+{
+    const Weak<ValueBase> alive(&target);
+    const Weak<IObserver> origin(originator);
+    while (alive && !in.AtEnd()) {
+        const std::unique_ptr<Command> command = ReadCommand(target, in, origin.Get());
+        if (!command)
+            return false;
+        call(*command);
+    }
+    return true;
+}
 
 } // namespace values

@@ -338,15 +338,21 @@ bool ReplicaLink::takeState(ByteReader& in)
         !in.ReadInteger(received) || !isSent(received) || !in.ReadUuid(peer) || !readRestSize(in) ||
         !ReadValueHeader(in, header) || header.type != value()->GetType())
         return false;
-    CommandTransaction::Commands commands;
-    if (!ReadCommands(*value(), in, originFor(peer), commands))
+    std::size_t commands = 0;
+    if (!ForEachCommand(*value(), in, nullptr, [&commands](const Command&) { ++commands; }))
         return false;
-    Sections sections;
-    sections.push_back({peer, std::make_unique<CommandTransaction>(*value(), std::move(commands))});
     m_peer = peer;
     m_active = true;
     acknowledged(received);
-    apply(sections, number, true);
+    value()->ExpectItems(commands);
+    apply(number, [&](const auto& run) {
+        ValueBase& target = *value();
+        const Weak<ValueBase> alive(&target);
+        const Weak<IObserver> origin(originFor(peer));
+        endStaleRequests(in, peer);
+        if (alive)
+            ForEachCommand(target, in, origin.Get(), [&](Command& command) { run(command, peer); });
+    });
     return true;
 }
 
@@ -373,7 +379,17 @@ bool ReplicaLink::takeGroup(ByteReader& in)
         sections.push_back(std::move(section));
     }
     acknowledged(received);
-    apply(sections, number, false);
+    apply(number, [&sections](const auto& run) {
+        for (const Section& section : sections) {
+            const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
+            if (!all) {
+                run(*section.command, section.origin);
+                continue;
+            }
+            for (const auto& command : all->GetCommands())
+                run(*command, section.origin);
+        }
+    });
     return true;
 }
 
@@ -402,13 +418,15 @@ IObserver* ReplicaLink::originFor(const QUuid& id)
     return m_origins.emplace(id, std::make_unique<Origin>(*this, id)).first->second.get();
 }
 
-/// Executes all as one transaction, to the end even when an observer deletes this. What is recorded meanwhile
-/// is sent when the transaction closes, and then says that this group has been received.
-void ReplicaLink::apply(const Sections& sections, quint64 number, bool isState)
+/// Executes what `forEach` hands on with its origin, as one transaction and to the end even when an observer
+/// deletes this. What is recorded meanwhile is sent when the transaction closes, and then says that this
+/// group has been received.
+template<class ForEach>
+void ReplicaLink::apply(quint64 number, const ForEach& forEach)
 {
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
-    const auto run = [&self](Command& command, const QUuid& origin) {
+    forEach([&self](Command& command, const QUuid& origin) {
         try {
             if (self)
                 self.Get()->execute(command, origin);
@@ -417,18 +435,7 @@ void ReplicaLink::apply(const Sections& sections, quint64 number, bool isState)
         } catch (...) {
             trace(5, exceptionText());
         }
-    };
-    if (isState)
-        endStaleRequests(sections.front());
-    for (const Section& section : sections) {
-        const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
-        if (!all) {
-            run(*section.command, section.origin);
-            continue;
-        }
-        for (const auto& command : all->GetCommands())
-            run(*command, section.origin);
-    }
+    });
     if (self) {
         m_received = number;
         m_acknowledgeDue = true;
@@ -436,19 +443,22 @@ void ReplicaLink::apply(const Sections& sections, quint64 number, bool isState)
 }
 
 /// Ends the requests that the peer does not know, except own ones on their way. Afterwards this may be gone.
-void ReplicaLink::endStaleRequests(const Section& state)
+void ReplicaLink::endStaleRequests(ByteReader state, const QUuid& peer)
 {
-    std::unordered_set<std::string> known;
+    CommandScope known;
+    std::unordered_set<std::string> requests;
     bool isKnown = false; // most values have no requests, and then nobody asks
     const auto isStale = [&](const std::string& request) {
         if (!std::exchange(isKnown, true)) {
-            CommandScope scope;
-            state.command->AddScope(scope);
-            known.insert(scope.requests.begin(), scope.requests.end());
+            ForEachCommand(*value(), state, nullptr, [&](const Command& command) {
+                command.AddScope(known);
+                known.keys.clear();
+            });
+            requests.insert(known.requests.begin(), known.requests.end());
         }
-        return known.count(request) == 0 && !m_pending.ContainsRequest(request);
+        return requests.count(request) == 0 && !m_pending.ContainsRequest(request);
     };
-    value()->EndRequests(isStale, originFor(state.origin));
+    value()->EndRequests(isStale, originFor(peer));
 }
 
 /// Executes a remote command but for keys at which the policy drops it. Afterwards this may be gone.

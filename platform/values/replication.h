@@ -153,8 +153,9 @@ private:
     bool isSent(quint64 number) const noexcept { return number <= m_sent; }
     void acknowledged(quint64 number);
     IObserver* originFor(const QUuid& id);
-    void apply(const Sections& sections, quint64 number, bool isState);
-    void endStaleRequests(const Section& state);
+    template<class ForEach>
+    void apply(quint64 number, const ForEach& forEach);
+    void endStaleRequests(ByteReader state, const QUuid& peer);
     void execute(Command& command, const QUuid& origin);
     bool isDropped(const Conflict& conflict) const;
     void fail(int tracePoint, const QString& reason);

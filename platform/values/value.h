@@ -5,6 +5,7 @@
 #include <QMap>
 #include <QString>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -70,6 +71,8 @@ public:
     /// values that record also the commands that fill an empty one. `flags`: eTransmissionFlag, for the
     /// commands.
     virtual void AddObjectStateStringForTransmission(std::string& out, unsigned int flags);
+    /// About as many more items are to come: room for them may be made at once.
+    virtual void ExpectItems(std::size_t /*count*/) {}
     /// Decodes the payload of a command on this value, of which `available` bytes may be read, and moves
     /// `*stream` behind it. Null, and `*stream` unchanged, when the identifier is unknown or the payload does
     /// not fit. The result is the caller's; `originator` is whom it names when it is executed.

@@ -330,12 +330,10 @@ private Q_SLOTS:
             }
             ByteReader in(bytes.data(), bytes.size());
             const auto made = CreateValueForState(in);
-            CommandTransaction::Commands commands;
             QVERIFY(made && made->GetName() == "m"_s);
-            QVERIFY(!ReadCommands(*made, ByteReader(in.Position(), in.Remaining() - 1), nullptr, commands));
-            QVERIFY(commands.empty() && ReadCommands(*made, in, nullptr, commands));
-            for (const auto& command : commands)
-                command->Execute();
+            const ByteReader cut(in.Position(), in.Remaining() - 1);
+            QVERIFY(!ForEachCommand(*made, cut, nullptr, [](const Command&) {}));
+            QVERIFY(ForEachCommand(*made, in, nullptr, [](Command& command) { command.Execute(); }));
             QVERIFY(scene.map->Compare(made.get()));
         }
     }
