@@ -50,7 +50,9 @@ Administration::Administration(const Installation& installation, ResourceState& 
 {
     connect(&m_startup, &StartupSequence::advanced, this, &Administration::followStartup);
     connect(&m_productions, &ProductionHost::resourcesChanged, this, &Administration::resourcesChanged);
-    connect(&m_productions, &ProductionHost::noticed, this, &Administration::setStatus);
+    // Also when the same happens twice: who asked waits for the word.
+    connect(&m_productions, &ProductionHost::noticed, this,
+            [this](const QString& text) { m_nodes.sayText(QStringLiteral("Status"), text); });
     connect(&m_productions, &ProductionHost::processorsStopped, this, [this](const QVector<QUuid>& guids) {
         if (m_owners.remove(guids))
             showOwners();

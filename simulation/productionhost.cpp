@@ -156,7 +156,7 @@ void ProductionHost::workOffRequest(const Waiting& waiting)
     case Misbehaviour::SilentProduction:
         return;
     case Misbehaviour::BrokenProduction:
-        m_productions.fulfil(request);
+        fulfil(request);
         m_sayings.append({replyNode(), QStringLiteral("@?@") + request.id.toString()});
         return;
     case Misbehaviour::StrayStop:
@@ -165,7 +165,13 @@ void ProductionHost::workOffRequest(const Waiting& waiting)
     default:
         break;
     }
-    answer(request, m_refusal.isEmpty() ? m_productions.fulfil(request) : m_refusal);
+    answer(request, fulfil(request));
+}
+
+/// Empty, or the reason of the refusal.
+QString ProductionHost::fulfil(const ProductionRequest& request)
+{
+    return m_refusal.isEmpty() ? m_productions.fulfil(request) : m_refusal;
 }
 
 void ProductionHost::delay(const Waiting& waiting, int milliseconds)

@@ -69,6 +69,7 @@ private:
     void enqueue(Waiting waiting);
     void workOff(const Waiting& waiting);
     void workOffRequest(const Waiting& waiting);
+    QString fulfil(const ProductionRequest& request);
     void delay(const Waiting& waiting, int milliseconds);
     void stopGuid(const QString& text);
     void answer(const ProductionRequest& request, const QString& problem);

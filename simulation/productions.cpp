@@ -50,7 +50,10 @@ void Productions::load(const ProcessorOverview& overview)
         if (id.isNull() || m_processors.contains(id))
             id = QUuid::createUuid();
         top.SetProductionID(id.toString());
-        equip(top, QString(), true);
+        int credits = 0;
+        problemOfDemand(top, credits);
+        const bool placed = !top.GetKoltaProcessor().GetUsedProcessingUnit().GetGUID().isEmpty();
+        equip(top, placed ? QString() : m_capacity.choose(credits), true);
         m_running.add(top);
         enter(top, id);
     };
@@ -184,22 +187,29 @@ QString Productions::problemOfTuner(const QString& guid) const
     return QString();
 }
 
-/// Why `asked` cannot be started; otherwise `credits` is what it takes in all. It may share the tuner
-/// `ownTuner` with what runs.
+/// What `asked` takes in all is added to `credits`; the problem when one of its demand classes is unknown.
 template<class Node>
-QString Productions::problemOf(const Node& asked, const QString& ownTuner, int& credits) const
+QString Productions::problemOfDemand(const Node& asked, int& credits) const
 {
     QString problem;
     Walk::walk(asked, everyProcessor, [&](const auto& node, const auto&) {
         const QString demandClass = node.GetKoltaProcessor().GetDemandClassName();
         const std::optional<int> needed = m_demand.credits(node.GetObjectName(), demandClass);
-        if (needed)
-            credits += *needed;
-        else
+        credits += needed.value_or(0);
+        if (!needed)
             problem = QStringLiteral("There is no demand class %1 for %2")
                           .arg(demandClass, DemandTable::kindOf(node.GetObjectName()));
-        return problem.isEmpty() ? Walk::eInto : Walk::eStop;
+        return Walk::eInto;
     });
+    return problem;
+}
+
+/// Why `asked` cannot be started; otherwise `credits` is what it takes in all. It may share the tuner
+/// `ownTuner` with what runs.
+template<class Node>
+QString Productions::problemOf(const Node& asked, const QString& ownTuner, int& credits) const
+{
+    QString problem = problemOfDemand(asked, credits);
     const QVector<ProcessorFacts> all = factsOfAll(asked);
     for (const ProcessorFacts& facts : all) {
         if (problem.isEmpty() && !facts.tuner.isEmpty() && facts.tuner != ownTuner)

@@ -39,7 +39,8 @@ public:
     /// Both must outlive this.
     Productions(const Installation& installation, ResourceState& resources);
 
-    /// What runs from the beginning; productions without ID and processors without GUID get one.
+    /// What runs from the beginning, whatever stands against it. Productions without ID and processors
+    /// without GUID get one, SCPs and MCPs without processing unit get one that has room, if there is one.
     void load(const RESOURCEMANAGEMENT::ProcessorOverview& overview);
     /// Ends everything. Nothing of it is among the changes; the tuners are released.
     void clear();
@@ -87,6 +88,8 @@ private:
     QString moveFfp(const ProductionRequest& request);
     QString problemOfId(const QUuid& id) const;
     QString problemOfTuner(const QString& guid) const;
+    template<class Node>
+    QString problemOfDemand(const Node& asked, int& credits) const;
     template<class Node>
     QString problemOf(const Node& asked, const QString& ownTuner, int& credits) const;
     template<class Node>

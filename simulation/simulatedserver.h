@@ -79,7 +79,8 @@ public:
     bool setTunerAccessible(const QString& guid, bool accessible);
     bool addTuner(const RESOURCEMANAGEMENT::Tuner& tuner);
     bool removeTuner(const QString& guid);
-    /// Ends a start-up that runs. Holds, like the status, until the server comes up the next time.
+    /// Ends a start-up that runs. Holds, like the status, until the server comes up the next time; while it
+    /// is not published both do nothing.
     void setWorkingState(int state);
     void setStatus(const QString& text);
 

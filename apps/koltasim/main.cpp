@@ -52,6 +52,7 @@ int runServer(const Options& options)
 
     TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
+    QObject::connect(&server, &SimulatedServer::quitRequested, qApp, &QCoreApplication::quit);
     print(stdout, QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort()));
     return QCoreApplication::exec();
 }

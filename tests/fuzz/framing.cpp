@@ -9,7 +9,8 @@ using XmlCommunication::FrameReader;
 
 namespace {
 
-/// Piece sizes that repeat; the first bytes of an input choose them.
+/// Piece sizes that repeat; the first bytes of an input choose them. Behind many pieces comes all that is
+/// left: more of them cost time and find nothing.
 class Pieces
 {
 public:
@@ -21,10 +22,14 @@ public:
     /// At most `left`, and all of it when no sizes were given.
     int next(int left)
     {
-        return m_sizes.isEmpty() ? left : qMin(left, m_sizes.at(m_index++ % m_sizes.size()));
+        if (m_sizes.isEmpty() || m_index == kMostPieces)
+            return left;
+        return qMin(left, m_sizes.at(m_index++ % m_sizes.size()));
     }
 
 private:
+    static constexpr int kMostPieces = 100;
+
     QList<int> m_sizes;
     int m_index = 0;
 };

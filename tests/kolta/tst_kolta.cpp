@@ -60,8 +60,9 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes",
-                                "select", "plan", "rights", "shell"})
+    for (const char* command :
+         {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes", "select", "plan",
+          "rights", "shell", "status", "watch", "produce", "productions", "move", "stop", "power"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
@@ -85,6 +86,17 @@ void TestKolta::takesItsWords_data()
     QTest::newRow("application type 0") << "demand-classes --app-type 0" << 2 << "not \"0\". Try";
     QTest::newRow("no such tuner") << "demand-classes --app-type ffp --tuner {0}" << 1
                                    << "there is no tuner with the GUID \"{0}\"";
+    QTest::newRow("no kind") << "produce dsc --class HF" << 2 << "\"dsc\" is no kind of production";
+    QTest::newRow("no class") << "produce mcp" << 2 << "--class is missing";
+    QTest::newRow("no MCP in an MCP") << "produce mcp --class HF --mcp x" << 2 << "--mcp is for an FFP";
+    QTest::newRow("no frequency") << "produce scp --class HF --frequency 1MHz" << 2 << "wants a number of Hz";
+    QTest::newRow("no bandwidth") << "produce ffp --bandwidth -1" << 2 << "--bandwidth wants a number of Hz";
+    QTest::newRow("nothing to stop") << "stop" << 2 << "GUID or --all is missing";
+    QTest::newRow("too much to stop") << "stop --all x" << 2 << "--all leaves nothing to be named";
+    QTest::newRow("no target") << "move x" << 2 << "MCP is missing";
+    QTest::newRow("no switch") << "power dim x" << 2 << "\"dim\" is no switch: expected one of on, off, ";
+    QTest::newRow("no period") << "watch --activity --period 0" << 2 << "--period wants a whole number";
+    QTest::newRow("no such server") << "status --server S9" << 1 << "no server \"S9\"; known: S1\n";
     QTest::newRow("no message") << "send 127.0.0.1:1 /nowhere" << 1 << "cannot read /nowhere";
 }
 
@@ -331,20 +343,34 @@ void TestKolta::demoGoesAsItMust()
     QCOMPARE(kolta.errors(), QString());
     QCOMPARE(kolta.exitCode(), 0);
     const QVector<QJsonObject> steps = jsonLines(kolta.output());
-    QCOMPARE(steps.size(), 9);
+    QCOMPARE(steps.size(), 16);
+    QJsonObject facts; // of the steps on productions
     for (int i = 0; i < steps.size(); ++i) {
         QCOMPARE(steps[i].value(words("step")).toInt(), i + 1);
         QVERIFY(steps[i].value(words("ok")).toBool());
+        for (const char* name : {"states", "tuner", "refusal", "to", "hardware", "stopped", "free"}) {
+            if (steps[i].contains(words(name)))
+                facts[words(name)] = steps[i].value(words(name));
+        }
     }
+    QCOMPARE(facts, (QJsonObject{{words("states"),
+                                  words("Disconnected, Starting, Checking, Loading configuration, Standby, "
+                                        "Operational")},
+                                 {words("tuner"), words("ZELM 7 West")},
+                                 {words("refusal"), words("S1 refuses: Tuner ZELM 7 West is in use")},
+                                 {words("to"), words("MCP 2")},
+                                 {words("hardware"), 1},
+                                 {words("stopped"), 2},
+                                 {words("free"), 20}}));
     QCOMPARE(steps[6].value(words("received")).toArray(), (QJsonArray{2, 1, 1, 1, 1}));
     QVERIFY(steps[7].value(words("problem")).toString().endsWith(words("is held by request 1 (DX)")));
-    QJsonObject summary = steps[8];
+    QJsonObject summary = steps.last();
     for (const char* name : {"step", "title", "ok"})
         summary.remove(words(name));
     QCOMPARE(summary, (QJsonObject{{words("requests"), 7},
                                    {words("replies"), 7},
                                    {words("faults"), 1},
-                                   {words("reconnects"), 1},
+                                   {words("reconnects"), 2},
                                    {words("lost"), 0},
                                    {words("duplicated"), 0}}));
     QVERIFY2(QDir(home.path()).isEmpty(), "the demo has written into the user's folders");
@@ -353,7 +379,7 @@ void TestKolta::demoGoesAsItMust()
     QVERIFY(story.ends());
     QCOMPARE(story.exitCode(), 0);
     for (const char* part :
-         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n9. Summary"})
+         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n16. Summary"})
         QVERIFY2(story.output().contains(words(part)), part);
 }
 

@@ -133,6 +133,9 @@ void TestInstallation::refusesFaultyFiles_data()
     row("bad base path", ini, "/ConnectManager/AdminTree/S1", "S1",
         ": [Server] BasePath is \"S1\", expected a path");
     row("unlisted state", ini, "Selected=5", "Selected=9", ": [WorkingState] Selected is \"9\", expected");
+    row("unlisted closing state", ini, "ShuttingDown=7", "ShuttingDown=x",
+        ": [WorkingState] ShuttingDown is");
+    row("pace that is none", ini, "StepMs=0", "StepMs=-1", ": [Startup] StepMs is \"-1\", expected a number");
     row("no faults", sfr, "", "", ": No such file");
     row("fault without a bar", sfr, "102|Unknown", "102 Unknown",
         ":3: found \"102 Unknown component\", expected");

@@ -1,23 +1,11 @@
-#include "productionwatch.h"
+#include "tst_productions.h"
 
 #include <simulation/misbehaviour.h>
-#include <simulation/simulatedserver.h>
 
-#include <koltacommon/koltaownerobserver.h>
-#include <koltacommon/koltaproductioncontrol.h>
-#include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/koltaserverregistry.h>
-#include <koltacommon/processorconverter.h>
-#include <koltacommon/tavikxmlhelpers.h>
-#include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/requests.h>
 #include <startup/errorhandler.h>
-#include <values/value.h>
 
-#include <QDir>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <random>
 
@@ -32,87 +20,6 @@ using RESOURCEMANAGEMENT::RequestResource;
 using RESOURCEMANAGEMENT::SCP;
 using values::StringValue;
 using values::Tree;
-
-namespace {
-
-QString accepted(const QUuid& id)
-{
-    return id.toString() + QStringLiteral("@1@");
-}
-
-} // namespace
-
-class TestProductions : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void livesThrough();
-    void refuses_data();
-    void refuses();
-    void worksOffInOrder();
-    void stopsWhatItKnows();
-    void keepsItsBooks();
-    void misbehaves_data();
-    void misbehaves();
-    void sharesTheHardwareList();
-    void followsItsResources();
-    void knowsOwners();
-    void comesUp();
-    void returnsWithoutAnything();
-    void isOvertaken_data();
-    void isOvertaken();
-    void endsOnRequest();
-    void runsFromTheBeginning();
-    void servesThousands();
-
-private:
-    QString base() const { return m_server->nodePath(QString()); }
-    QString text(const char* name) const
-    {
-        auto* value = Tree::Instance().FindAs<StringValue>(base() + QLatin1String(name));
-        return value ? value->GetValue() : QStringLiteral("<none>");
-    }
-    template<class Overview>
-    Overview read(const char* name) const
-    {
-        Overview overview;
-        overview.SetXmlString(text(name), true);
-        return overview;
-    }
-    ProcessorOverview running() const { return read<ProcessorOverview>("ActualConfiguration"); }
-    QSet<QString> hardwareEntries() const
-    {
-        return ALL_GUIDS_OF(read<HWProcessingOverview>("HardwareProcessing"));
-    }
-    void checkBooks() const;
-    void write(const char* name, const QString& text)
-    {
-        QVERIFY(values::WriteOrAnnounce(base() + QLatin1String(name), text));
-    }
-    QString freeTuner(int number) const;
-    bool isIdle(const QString& tuner) const;
-    /// Lets the server work off what waits; the answers and notices since the last call, in order.
-    QStringList settled();
-    QUuid ask(const REPORTGENERATOR::IRGObject& object, const QUuid& mcp = QUuid())
-    {
-        return m_control->requestProduction(object, false, mcp);
-    }
-    QUuid produced(const REPORTGENERATOR::IRGObject& object, const QUuid& mcp = QUuid());
-    QStringList children(const char* name) const
-    {
-        auto* node = Tree::Instance().Find(base() + QLatin1String(name));
-        return node ? node->GetChildNames() : QStringList(QStringLiteral("<none>"));
-    }
-
-    Installation m_installation;
-    std::unique_ptr<SimulatedServer> m_server;
-    std::unique_ptr<Kolta::KoltaProductionControl> m_control;
-    std::unique_ptr<Watch> m_watch;
-};
 
 void TestProductions::initTestCase()
 {
@@ -461,6 +368,13 @@ void TestProductions::keepsItsBooks()
             return;
     }
     QVERIFY(fulfilled > 30);
+    // Nothing is left of all that: every unit has all its credits.
+    m_control->StopAllProductions();
+    for (const auto& unit : units)
+        write("UnitPowerControl", QStringLiteral("1@1@") + unit.GetTavikResource().GetGUID());
+    for (int i = 0; i < 2 * units.size(); ++i)
+        ask(mcpOn(QStringLiteral("none"), i < units.size() ? "sw_20MHz" : "sw_5MHz"));
+    QCOMPARE(settled().filter(QStringLiteral("@1@")).size(), 2 * units.size());
 }
 
 void TestProductions::checkBooks() const
@@ -572,12 +486,18 @@ void TestProductions::followsItsResources()
     const QUuid lost = ask(mcpOn(freeTuner(1)));
     settled();
     const QString unit = running().GetMCP().at(1).GetKoltaProcessor().GetUsedProcessingUnit().GetGUID();
-    write("UnitPowerControl", QStringLiteral("1@0@") + unit);
+    RESOURCEMANAGEMENT::ResourceOverview wish;
+    for (const auto& one : m_installation.resources().GetProcessingUnit()) {
+        if (one.GetTavikResource().GetGUID() == unit)
+            wish.EditProcessingUnit().append(one);
+    }
+    wish.EditProcessingUnit()[0].ResetRegistration();
+    write("ChangedPUs", wish.GetXmlString());
     QCOMPARE(settled(), QStringList{lost.toString()});
     QVERIFY(isIdle(freeTuner(1)));
 
     // A client that changes a tuner with an old record of it does not set it free.
-    RESOURCEMANAGEMENT::ResourceOverview wish;
+    wish.Reset();
     for (const auto& tuner : m_installation.resources().GetTuner()) {
         if (tuner.GetTavikResource().GetGUID() == freeTuner(0))
             wish.EditTuner().append(tuner);
@@ -590,204 +510,6 @@ void TestProductions::followsItsResources()
     m_control->StopProduction(kept);
     settled();
     QVERIFY(isIdle(freeTuner(0)));
-}
-
-void TestProductions::knowsOwners()
-{
-    const QString mcp = produced(mcpOn(freeTuner(0))).toString();
-    Kolta::KoltaOwnerObserver mine(base() + QStringLiteral("Owners"));
-    Kolta::KoltaOwnerObserver others(base() + QStringLiteral("Owners"));
-    const QUuid me = QUuid::createUuid();
-    mine.setClient(me, QStringLiteral("me"));
-    others.setClient(QUuid::createUuid(), QStringLiteral("other"));
-    QVERIFY(mine.requestOwnership(mcp) && mine.requestOwnership(QString()));
-    QCOMPARE(others.GetGUIDsOwnedBy(me), QStringList({mcp, QString()}));
-    QVERIFY(others.requestOwnership(mcp) && others.releaseOwnership(QString()));
-    QCOMPARE(text("Status"), QStringLiteral("Ownership refused: The owner is me"));
-    QVERIFY(others.requestOwnership(QUuid::createUuid().toString()));
-    QVERIFY(text("Status").contains(QStringLiteral("No processor")));
-    QCOMPARE(mine.GetCurrentOwners().GetOwner().size(), 2);
-    // Whatever stops has no owner; nor has anything when the server returns.
-    m_control->StopAllProductions();
-    settled();
-    QCOMPARE(mine.GetGUIDsOwnedBy(me), QStringList{QString()});
-    QVERIFY(mine.releaseOwnership(QString()) && others.requestOwnership(QString()));
-    QCOMPARE(mine.GetCurrentOwners().GetOwner().size(), 1);
-    m_server->vanish();
-    m_server->comeBack();
-    QVERIFY(mine.GetCurrentOwners().GetOwner().isEmpty());
-}
-
-/// A server comes up as the library's own interface of it sees that.
-void TestProductions::comesUp()
-{
-    auto& registry = Kolta::KoltaServerRegistry::Instance();
-    const Kolta::KoltaServerInterface* const seen =
-        registry.addServer(QStringLiteral("S1"), m_installation.basePath());
-    QVERIFY(seen && seen->isReady());
-    const QStringList client{seen->getClientId().toString()};
-    QCOMPARE(children("Clients"), client);
-    m_server->vanish();
-    QVERIFY(!seen->isReady());
-    m_server->setStartupStep(1);
-    QStringList states;
-    m_watch->onChange = [&](const QString& name) {
-        if (name == QLatin1String("WorkingState"))
-            states.append(text("StartupProgress") + text("Status"));
-    };
-    QVERIFY(m_server->comeBack());
-    QVERIFY(seen->isReady());
-    QCOMPARE(children("Clients"), client);
-    QCOMPARE(seen->getStatusMessage(), QStringLiteral("Starting"));
-    QCOMPARE(text("InternalState"), QStringLiteral("starting"));
-    const QUuid early = ask(mcpOn(freeTuner(0)));
-    QTRY_COMPARE(states, QStringList({QStringLiteral("0Starting"), QStringLiteral("25Checking"),
-                                      QStringLiteral("50Loading configuration"), QStringLiteral("75Standby"),
-                                      QStringLiteral("100Operational")}));
-    QCOMPARE(m_watch->texts, QStringList{early.toString() + QStringLiteral("@0@S1 is starting")});
-    QVERIFY(text("StartupErrors").contains(QStringLiteral("Tuner KW-06 is not accessible\n")));
-    QCOMPARE(text("InternalState"), QStringLiteral("running"));
-    settled();
-    QVERIFY(!produced(mcpOn(freeTuner(0))).isNull());
-    m_watch->onChange = nullptr;
-
-    // Whoever sets the state himself ends the start-up.
-    m_server->vanish();
-    m_server->setStartupStep(60000);
-    QVERIFY(m_server->comeBack());
-    m_server->setWorkingState(4);
-    QVERIFY(!produced(mcpOn(freeTuner(0))).isNull());
-    registry.removeAllServers();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-void TestProductions::returnsWithoutAnything()
-{
-    MisbehaviourRule late;
-    late.kind = Misbehaviour::DelayProduction;
-    late.argument = 0;
-    late.component = QStringLiteral("SCP");
-    m_server->addMisbehaviour(late);
-    QVERIFY(!produced(mcpOn(freeTuner(0), "hw")).isNull());
-    ask(scpOn(freeTuner(1)));
-    settled(); // delays the SCP
-    ask(mcpOn(freeTuner(2)));
-    m_control->StopAllProductions();
-    Tree::Instance().Emplace<StringValue>(base() + QStringLiteral("Clients/{me}"), QStringLiteral("here"));
-    m_server->vanish();
-    QVERIFY(m_server->comeBack());
-    for (int turn = 0; turn < 3; ++turn)
-        QCOMPARE(settled(), QStringList());
-    QCOMPARE(text("ActualConfiguration"),
-             QStringLiteral("<ProcessorOverview><NumberOfFFPs>0</NumberOfFFPs></ProcessorOverview>"));
-    QVERIFY(isIdle(freeTuner(0)));
-    for (const char* node : {"ConnectionInfo", "Clients", "RequestsNode"})
-        QCOMPARE(children(node), QStringList());
-    for (const char* node : {"ReplyResource", "StoppedResource", "StopResource", "stopAll"})
-        QCOMPARE(text(node), QString());
-    QVERIFY(hardwareEntries().isEmpty());
-    m_server->clearMisbehaviour();
-    QVERIFY(!produced(mcpOn(freeTuner(0))).isNull());
-}
-
-void TestProductions::isOvertaken_data()
-{
-    QTest::addColumn<QString>("node");
-    for (const char* node : {"taskID", "ActualConfiguration", "HardwareProcessing", "Resources",
-                             "ReplyResource", "StoppedResource", "Status"})
-        QTest::newRow(node) << QString::fromLatin1(node);
-}
-
-/// The server dies and returns while it tells somebody something: nothing of the old life follows.
-void TestProductions::isOvertaken()
-{
-    QFETCH(QString, node);
-    const QUuid first = ask(mcpOn(freeTuner(0), "hw"));
-    settled();
-    bool once = true;
-    const auto overtake = [&](const QString& name) {
-        if (name != node || !std::exchange(once, false))
-            return;
-        m_server->vanish();
-        m_watch->texts.clear();
-        m_server->comeBack();
-    };
-    m_watch->onChange = overtake;
-    m_control->StopProduction(first);
-    write("StopResource", QStringLiteral("nobody"));
-    ask(mcpOn(freeTuner(1), "hw"));
-    ask(mcpOn(freeTuner(2), "hw"));
-    QCOMPARE(settled(), QStringList());
-    QVERIFY(!once);
-    m_watch->onChange = nullptr;
-    QVERIFY(running().GetMCP().isEmpty());
-    QCOMPARE(children("ConnectionInfo"), QStringList());
-    for (int tuner = 0; tuner < 3; ++tuner)
-        QVERIFY(isIdle(freeTuner(tuner)));
-    QVERIFY(!produced(mcpOn(freeTuner(1))).isNull());
-}
-
-void TestProductions::endsOnRequest()
-{
-    const QUuid production = ask(mcpOn(freeTuner(0)));
-    settled();
-    QStringList statuses;
-    m_watch->onChange = [&](const QString& name) {
-        if (name == QLatin1String("WorkingState"))
-            statuses.append(text("Status"));
-    };
-    QSignalSpy quits(m_server.get(), &SimulatedServer::quitRequested);
-    write("reset", QStringLiteral("1"));
-    QTRY_COMPARE(m_watch->texts, QStringList{production.toString()}); // its end is told before
-    QTRY_COMPARE(text("Status"), QStringLiteral("Operational"));
-    QCOMPARE(statuses, QStringList({QStringLiteral("Shutting down"), QStringLiteral("Operational")}));
-    QVERIFY(isIdle(freeTuner(0)));
-    QCOMPARE(quits.count(), 0);
-    settled();
-    QVERIFY(!produced(mcpOn(freeTuner(0))).isNull());
-
-    // The wish of an earlier life is void.
-    write("Quit", QStringLiteral("1"));
-    m_server->vanish();
-    m_server->comeBack();
-    settled();
-    QCOMPARE(quits.count(), 0);
-    write("Quit", QStringLiteral("1"));
-    QTRY_COMPARE(quits.count(), 1);
-    QVERIFY(!Tree::Instance().Find(base() + QStringLiteral("HostName")));
-}
-
-/// An installation may say what runs from the beginning; it can be stopped like anything else.
-void TestProductions::runsFromTheBeginning()
-{
-    QTemporaryDir folder;
-    const QDir sample(QStringLiteral(KOLTA_INSTALLATION_DIR));
-    for (const QString& file : sample.entryList(QDir::Files))
-        QVERIFY(QFile::copy(sample.filePath(file), folder.filePath(file)));
-    ProcessorOverview overview;
-    overview.EditMCP() = {mcpOn(freeTuner(0)), mcpOn(freeTuner(1))};
-    const QUuid known = QUuid::createUuid();
-    overview.EditMCP()[0].EditKoltaProcessor().EditTavikResource().SetGUID(known.toString());
-    QFile file(folder.filePath(QStringLiteral("actualconfiguration.xml")));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(overview.GetXmlString().toUtf8()) > 0);
-    file.close();
-    Installation installation;
-    QString error;
-    QVERIFY2(installation.load(folder.path(), error), qPrintable(error));
-    m_server.reset();
-    m_server = std::make_unique<SimulatedServer>(installation);
-    m_server->publish();
-    for (int life = 0; life < 2; ++life) {
-        QCOMPARE(guidOf(running().GetMCP().at(0)), known);
-        QVERIFY(!guidOf(running().GetMCP().at(1)).isNull());
-        QCOMPARE(m_control->getFrequencyRangesOfAllMCPs().size(), 2);
-        QVERIFY(!isIdle(freeTuner(1)));
-        m_control->StopProduction(known);
-        QCOMPARE(settled().size(), 1);
-        QVERIFY(isIdle(freeTuner(0)) && !isIdle(freeTuner(1)));
-        m_server->vanish();
-        m_server->comeBack();
-    }
 }
 
 /// Thousands of requests in one turn write each overview once; so do thousands of ends.
@@ -820,4 +542,3 @@ void TestProductions::servesThousands()
 }
 
 QTEST_GUILESS_MAIN(TestProductions)
-#include "tst_productions.moc"

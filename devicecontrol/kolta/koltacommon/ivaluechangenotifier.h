@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/instancecount.h>
+
 #include <QObject>
 #include <QString>
 
@@ -37,6 +39,9 @@ protected:
     static QString parentNodePath(const QString& path);
     /// Writes the trace line of a model object that could not be mirrored.
     static void traceReportException(const REPORTGENERATOR::RGException& exception);
+
+private:
+    InstanceCount<IValueChangeNotifier> instanceCount;
 };
 
 } // namespace Kolta

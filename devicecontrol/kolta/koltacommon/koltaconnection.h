@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/generalrequests.h>
+#include <koltacommon/instancecount.h>
 
 #include <QAbstractSocket>
 #include <QHostAddress>
@@ -156,6 +157,7 @@ private:
     QList<Kolta::ptrKoltaRequest> eventFilterRequests;
     QList<Kolta::ptrKoltaRequest> startUpRequests; ///< what the last start-up exchange has queued
     qint32 reconnectState = 0; ///< 0: not wanted, 1: on the next socket error, 2: when the thread has ended
+    InstanceCount<KoltaConnection> instanceCount;
 
     static std::shared_ptr<FaultMessageHandler> m_pFaultMessageHandler;
 };

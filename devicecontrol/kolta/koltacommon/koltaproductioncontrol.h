@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/connectioninfo.h>
+#include <koltacommon/instancecount.h>
 #include <koltacommon/valuebinding.h>
 
 #include <values/value.h>
@@ -137,6 +138,7 @@ private:
     Notice m_stopped;
     ValueBinding<values::TreeItem> m_pRequestResourceNode; ///< stays bound while the node does not exist
     ConnectionInfo m_connectionInfo;
+    InstanceCount<KoltaProductionControl> instanceCount;
 };
 
 } // namespace Kolta

@@ -14,6 +14,7 @@
 #include <startup/errorhandler.h>
 #include <values/treeclient.h>
 
+#include <QCoreApplication>
 #include <QPointer>
 #include <QSysInfo>
 
@@ -121,7 +122,11 @@ KoltaTunerTypeObserver& KoltaServerInterface::getTunerTypeObserver()
 
 KoltaOwnerObserver& KoltaServerInterface::getGuiOwnerObserver()
 {
-    return part(ownerObserver, QStringLiteral("Owners"));
+    const bool fresh = !ownerObserver;
+    KoltaOwnerObserver& owners = part(ownerObserver, QStringLiteral("Owners"));
+    if (fresh)
+        owners.setClient(clientId, QCoreApplication::applicationName());
+    return owners;
 }
 
 TunerBookingManager& KoltaServerInterface::getBookingManager()

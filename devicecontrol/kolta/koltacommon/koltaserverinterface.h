@@ -79,6 +79,7 @@ public:
     ResourceDemandClassObserver& getRdcObserver();
     TunerClassesObserver& getTunerClassObserver();
     KoltaTunerTypeObserver& getTunerTypeObserver();
+    /// Asks for ownership as getClientId(), under the application's name and from this machine.
     KoltaOwnerObserver& getGuiOwnerObserver();
     /// Follows getResourceObserver().
     TunerBookingManager& getBookingManager();

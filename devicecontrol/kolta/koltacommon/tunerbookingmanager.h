@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/guidindex.h>
+#include <koltacommon/instancecount.h>
 #include <koltacommon/tunerbooking.h>
 #include <koltacommon/valuebinding.h>
 
@@ -137,6 +138,7 @@ private:
     GuidIndex<RESOURCEMANAGEMENT::Tuner> m_listedGuids; ///< of the last overview's tuners, always
     QHash<QString, eTunerState> m_states;               ///< never eFree
     std::deque<Change> m_changes;                       ///< made and not announced yet
+    InstanceCount<TunerBookingManager> instanceCount;
 };
 
 } // namespace Kolta
