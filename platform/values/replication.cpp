@@ -38,6 +38,17 @@ QString exceptionText()
     }
 }
 
+/// What observers throw must not keep the rest of a message from being executed.
+template<class Call>
+void traceExceptions(const Call& call)
+{
+    try {
+        call();
+    } catch (...) {
+        trace(5, exceptionText());
+    }
+}
+
 /// A message that was cut between two commands must not pass for a shorter one.
 bool readRestSize(ByteReader& in)
 {
@@ -62,7 +73,7 @@ public:
     Origin(const ReplicaLink& bringer, const QUuid& replica) : link(&bringer), id(replica) {}
     void Update(Observable* /*source*/, TChangeCode /*code*/) override {}
 
-    const ReplicaLink* const link;
+    const Weak<const ReplicaLink> link; ///< null once it has died, when another may have its address
     const QUuid id;
 };
 
@@ -125,7 +136,7 @@ void Replica::OnCommand(ValueBase& /*value*/, std::unique_ptr<Command> command)
 std::size_t Replica::firstFor(const ReplicaLink& link) const
 {
     const auto other = std::find_if(m_group.begin(), m_group.end(), [&link](const Entry& entry) {
-        return !entry.origin || entry.origin->link != &link;
+        return !entry.origin || entry.origin->link.Get() != &link;
     });
     return static_cast<std::size_t>(other - m_group.begin());
 }
@@ -345,13 +356,13 @@ bool ReplicaLink::takeState(ByteReader& in)
     m_active = true;
     acknowledged(received);
     value()->ExpectItems(commands);
+    const std::shared_ptr<Origin> origin = originFor(peer);
     apply(number, [&](const auto& run) {
         ValueBase& target = *value();
         const Weak<ValueBase> alive(&target);
-        const Weak<IObserver> origin(originFor(peer));
-        endStaleRequests(in, peer);
+        traceExceptions([&] { endStaleRequests(in, *origin); });
         if (alive)
-            ForEachCommand(target, in, origin.Get(), [&](Command& command) { run(command, peer); });
+            ForEachCommand(target, in, origin.get(), [&](Command& command) { run(command, *origin); });
     });
     return true;
 }
@@ -370,10 +381,11 @@ bool ReplicaLink::takeGroup(ByteReader& in)
     }
     Sections sections;
     while (!in.AtEnd()) {
-        Section section;
-        if (!in.ReadUuid(section.origin))
+        QUuid origin;
+        if (!in.ReadUuid(origin))
             return false;
-        section.command = ReadCommand(*value(), in, originFor(section.origin));
+        Section section{originFor(origin), nullptr};
+        section.command = ReadCommand(*value(), in, section.origin.get());
         if (!section.command)
             return false;
         sections.push_back(std::move(section));
@@ -383,11 +395,11 @@ bool ReplicaLink::takeGroup(ByteReader& in)
         for (const Section& section : sections) {
             const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
             if (!all) {
-                run(*section.command, section.origin);
+                run(*section.command, *section.origin);
                 continue;
             }
             for (const auto& command : all->GetCommands())
-                run(*command, section.origin);
+                run(*command, *section.origin);
         }
     });
     return true;
@@ -408,14 +420,14 @@ void ReplicaLink::acknowledged(quint64 number)
     m_pending.Acknowledge(m_acknowledged);
 }
 
-IObserver* ReplicaLink::originFor(const QUuid& id)
+std::shared_ptr<Replica::Origin> ReplicaLink::originFor(const QUuid& id)
 {
     const auto found = m_origins.find(id);
     if (found != m_origins.end())
-        return found->second.get();
+        return found->second;
     if (m_origins.size() >= maximumOrigins)
-        m_origins.clear(); // commands that still name them name nobody then
-    return m_origins.emplace(id, std::make_unique<Origin>(*this, id)).first->second.get();
+        m_origins.clear(); // a message that is being executed keeps its own
+    return m_origins.emplace(id, std::make_shared<Origin>(*this, id)).first->second;
 }
 
 /// Executes what `forEach` hands on with its origin, as one transaction and to the end even when an observer
@@ -426,15 +438,13 @@ void ReplicaLink::apply(quint64 number, const ForEach& forEach)
 {
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
-    forEach([&self](Command& command, const QUuid& origin) {
-        try {
+    forEach([&self](Command& command, Origin& origin) {
+        traceExceptions([&] {
             if (self)
                 self.Get()->execute(command, origin);
             else
                 command.Execute();
-        } catch (...) {
-            trace(5, exceptionText());
-        }
+        });
     });
     if (self) {
         m_received = number;
@@ -443,7 +453,7 @@ void ReplicaLink::apply(quint64 number, const ForEach& forEach)
 }
 
 /// Ends the requests that the peer does not know, except own ones on their way. Afterwards this may be gone.
-void ReplicaLink::endStaleRequests(ByteReader state, const QUuid& peer)
+void ReplicaLink::endStaleRequests(ByteReader state, Origin& peer)
 {
     CommandScope known;
     std::unordered_set<std::string> requests;
@@ -458,11 +468,11 @@ void ReplicaLink::endStaleRequests(ByteReader state, const QUuid& peer)
         }
         return requests.count(request) == 0 && !m_pending.ContainsRequest(request);
     };
-    value()->EndRequests(isStale, originFor(peer));
+    value()->EndRequests(isStale, &peer);
 }
 
 /// Executes a remote command but for keys at which the policy drops it. Afterwards this may be gone.
-void ReplicaLink::execute(Command& command, const QUuid& origin)
+void ReplicaLink::execute(Command& command, Origin& origin)
 {
     ValueBase* const target = value();
     if (m_pending.IsEmpty() || !target) {
@@ -470,15 +480,15 @@ void ReplicaLink::execute(Command& command, const QUuid& origin)
         return;
     }
     const auto isKeyDropped = [&](const std::string& key) {
-        return m_pending.ContainsKey(key) && isDropped({m_role, origin, command, key});
+        return m_pending.ContainsKey(key) && isDropped({m_role, origin.id, command, key});
     };
     const auto isRequestDropped = [&](const std::string& request) {
-        return m_pending.ContainsRequest(request) && isDropped({m_role, origin, command, request});
+        return m_pending.ContainsRequest(request) && isDropped({m_role, origin.id, command, request});
     };
     CommandScope scope;
     command.AddScope(scope);
     if (scope.everyKey)
-        target->EraseKeys([&](const std::string& key) { return !isKeyDropped(key); }, originFor(origin));
+        target->EraseKeys([&](const std::string& key) { return !isKeyDropped(key); }, &origin);
     else if (std::none_of(scope.keys.begin(), scope.keys.end(), isKeyDropped) &&
              std::none_of(scope.requests.begin(), scope.requests.end(), isRequestDropped))
         command.Execute();

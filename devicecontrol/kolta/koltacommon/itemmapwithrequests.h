@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QHash>
+#include <QScopeGuard>
 #include <QString>
 #include <QUuid>
 
@@ -70,7 +71,8 @@ public:
     /// Takes over the open requests too.
     bool Assign(const values::ValueBase& other) override
     {
-        if (const auto* const same = dynamic_cast<const ItemMapWithRequests*>(&other)) {
+        const auto* const same = dynamic_cast<const ItemMapWithRequests*>(&other);
+        if (same && same != this) {
             m_pending = same->m_pending;
             m_replies.clear();
         }
@@ -217,7 +219,8 @@ values::Command* ItemMapWithRequests<Protocol>::CreateNextCommand(int id, const 
     QUuid request;
     QString error;
     Request wanted;
-    if (!in.ReadUuid(request))
+    // Executed, the null UUID would open a request under another UUID in each process.
+    if (!in.ReadUuid(request) || request.isNull())
         return nullptr;
     if (id == Protocol::requestId && Protocol::ReadRequest(in, wanted))
         command = std::make_unique<typename Protocol::RequestCommand>(*this, request, wanted, observer);
@@ -252,13 +255,16 @@ bool ItemMapWithRequests<Protocol>::Reply(const QUuid& id, const QString& error,
     // The caller's UUID may be the key of the entry that is about to go.
     const QUuid answered = id;
     const values::Weak<values::ValueBase> alive(this);
+    // Also when an observer throws. One may have deleted the map, or opened a request under the same UUID
+    // again.
+    const auto close = qScopeGuard([&] {
+        if (alive && m_replies.erase(answered) > 0)
+            m_pending.erase(answered);
+    });
     this->AddChange(Protocol::replyKind, answered.toString());
     if (this->Record())
         this->RecordCommand(new typename Protocol::ReplyCommand(*this, answered, error, observer));
     this->Changed(eChangeValue, observer);
-    // An observer may have deleted the map, or opened a request under the same UUID again.
-    if (alive && m_replies.erase(answered) > 0)
-        m_pending.erase(answered);
     return true;
 }
 
@@ -275,10 +281,8 @@ void ItemMapWithRequests<Protocol>::EndRequests(const values::ValueBase::KeyFilt
     }
     const QString error =
         QCoreApplication::translate("Kolta::ItemMapWithRequests", "The request is not known any more.");
-    const values::Weak<values::ValueBase> alive(this);
-    const values::Weak<IObserver> originator(observer);
-    for (std::size_t i = 0; alive && i < stale.size(); ++i)
-        Reply(stale[i], error, originator.Get());
+    this->ForEachWhileAlive(stale, observer,
+                            [&](const QUuid& id, IObserver* originator) { Reply(id, error, originator); });
 }
 
 } // namespace Kolta
