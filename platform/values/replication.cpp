@@ -49,6 +49,19 @@ void traceExceptions(const Call& call)
     }
 }
 
+/// The commands of a transaction one by one, any other command as it is. Nested ones do not exist.
+template<class AnyCommand, class Call>
+void forEachPart(AnyCommand& command, const Call& call)
+{
+    const auto* const all = dynamic_cast<const CommandTransaction*>(&command);
+    if (!all) {
+        call(command);
+        return;
+    }
+    for (const auto& part : all->GetCommands())
+        call(*part);
+}
+
 /// A message that was cut between two commands must not pass for a shorter one.
 bool readRestSize(ByteReader& in)
 {
@@ -106,18 +119,12 @@ void Replica::remove(const ReplicaLink& link)
 
 void Replica::OnCommand(ValueBase& /*value*/, std::unique_ptr<Command> command)
 {
-    const auto enter = [this](const Command& entered) {
-        const auto* const onValue = dynamic_cast<const ValueBase::CommandOnValue*>(&entered);
-        IObserver* const originator = onValue ? onValue->GetOriginator() : nullptr;
-        m_group.push_back({&entered, originator ? dynamic_cast<const Origin*>(originator) : nullptr});
-    };
     m_group.clear();
-    if (const auto* const all = dynamic_cast<const CommandTransaction*>(command.get())) {
-        for (const auto& part : all->GetCommands())
-            enter(*part);
-    } else {
-        enter(*command);
-    }
+    forEachPart(*command, [this](const Command& part) {
+        const auto* const onValue = dynamic_cast<const ValueBase::CommandOnValue*>(&part);
+        IObserver* const originator = onValue ? onValue->GetOriginator() : nullptr;
+        m_group.push_back({&part, originator ? dynamic_cast<const Origin*>(originator) : nullptr});
+    });
     std::size_t encoded = m_group.size();
     for (ReplicaLink* const link : m_links) {
         const std::size_t first = firstFor(*link);
@@ -392,15 +399,8 @@ bool ReplicaLink::takeGroup(ByteReader& in)
     }
     acknowledged(received);
     apply(number, [&sections](const auto& run) {
-        for (const Section& section : sections) {
-            const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
-            if (!all) {
-                run(*section.command, *section.origin);
-                continue;
-            }
-            for (const auto& command : all->GetCommands())
-                run(*command, *section.origin);
-        }
+        for (const Section& section : sections)
+            run(*section.command, *section.origin);
     });
     return true;
 }
@@ -439,11 +439,14 @@ void ReplicaLink::apply(quint64 number, const ForEach& forEach)
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
     forEach([&self](Command& command, Origin& origin) {
-        traceExceptions([&] {
-            if (self)
-                self.Get()->execute(command, origin);
-            else
-                command.Execute();
+        // One by one, since the policy is asked for each.
+        forEachPart(command, [&](Command& part) {
+            traceExceptions([&] {
+                if (self)
+                    self.Get()->execute(part, origin);
+                else
+                    part.Execute();
+            });
         });
     });
     if (self) {
