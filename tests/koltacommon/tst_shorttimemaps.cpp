@@ -390,6 +390,16 @@ void TestShortTimeMaps::openRequestsFollowTheMap()
     QCOMPARE(map->GetPendingRequests().at(newId).profileName, QStringLiteral("A"));
     QVERIFY(!map->Assign(ShortTimeFFPAssignmentItemMap()));
     QCOMPARE(map->GetPendingRequests().size(), std::size_t(1));
+    // Who joins while observers are being told of the reply keeps no request that is answered.
+    ShortTimeProfileItemMap late;
+    values::Replica replica(*map), lateReplica(late);
+    std::unique_ptr<values::LocalReplicaPair> pair;
+    observer.action = [&] {
+        pair = std::make_unique<values::LocalReplicaPair>(replica, lateReplica);
+        pair->Deliver();
+    };
+    QVERIFY(map->ReplyTypeChange(newId, QString()));
+    QVERIFY(pair->Deliver() && late.GetChangeNumber() == 2 && late.GetPendingRequests().empty());
 }
 
 namespace {

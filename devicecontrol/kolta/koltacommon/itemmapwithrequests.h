@@ -78,12 +78,16 @@ public:
         }
         return Base::Assign(other);
     }
-    /// The items, then the open requests.
+    /// The items, then the open requests, then the replies of which observers are being told: their requests
+    /// are still open, but the commands that end them may have been sent already.
     void AddObjectStateStringForTransmission(std::string& out, unsigned int flags) override
     {
         Base::AddObjectStateStringForTransmission(out, flags);
         for (const auto& [id, request] : m_pending)
             typename Protocol::RequestCommand(*this, id, request, nullptr)
+                .AddCommandString(out, static_cast<int>(flags));
+        for (const auto& [id, error] : m_replies)
+            typename Protocol::ReplyCommand(*this, id, error, nullptr)
                 .AddCommandString(out, static_cast<int>(flags));
     }
     values::Command* CreateNextCommand(int id, const char** stream, IObserver* observer,
