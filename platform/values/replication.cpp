@@ -203,7 +203,14 @@ bool ReplicaLink::HasOutgoing() const
     const ValueBase* const alive = value();
     if (m_broken || !alive)
         return false;
-    return !m_queue.empty() || m_acknowledgeDue || (m_stateDue && !alive->IsDeleted());
+    return !m_queue.empty() || m_acknowledgeDue || isStateReady();
+}
+
+/// Not in the middle of a message of the peer: its changes may have been replaced already while they still
+/// count as on their way, and the peer would keep them.
+bool ReplicaLink::isStateReady() const
+{
+    return m_stateDue && !m_receiving && !value()->IsDeleted();
 }
 
 std::string ReplicaLink::TakeOutgoing()
@@ -217,7 +224,7 @@ std::string ReplicaLink::TakeOutgoing()
         return message;
     }
     m_acknowledgeDue = false;
-    if (m_stateDue && !value()->IsDeleted()) {
+    if (isStateReady()) {
         m_stateDue = false;
         std::string message = messageOf(StateMessage, 0);
         AppendInteger(message, m_sent);

@@ -141,6 +141,7 @@ private:
     bool isListening() const noexcept { return !m_broken && (m_active || m_role == LinkRole::Secondary); }
     void send(const Replica::Group& group, std::size_t first, const std::string& body);
     void sendStateAnew();
+    bool isStateReady() const;
     void requestState();
     void enqueue(std::string message);
     void wakeUp() const;

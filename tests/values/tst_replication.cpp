@@ -399,6 +399,26 @@ private Q_SLOTS:
         QCOMPARE(textOf(*bottom.map), "own=1"_s);
     }
 
+    /// An observer that replaces the content in the middle of a peer's group, and has the state carried
+    /// there.
+    void replacedWhileReceiving()
+    {
+        Side top, bottom;
+        Wire wire(*top.replica, *bottom.replica);
+        wire.settle();
+        QStringList log;
+        Probe probe(&log);
+        probe.action = [&](Observable*, TChangeCode) {
+            top.map->Assign(TestMap());
+            wire.carry(false);
+        };
+        top.map->Attach(&probe);
+        bottom.set("a"_s, 1);
+        wire.settle();
+        QCOMPARE(textOf(*bottom.map), textOf(*top.map));
+        QCOMPARE(textOf(*top.map), QString());
+    }
+
     /// More origins than a link remembers: still nothing of their changes goes back.
     void manyOrigins()
     {
