@@ -3,6 +3,7 @@
 #include <simulation/administration.h>
 #include <simulation/adminnodes.h>
 #include <simulation/brokenreply.h>
+#include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
 
 #include <startup/errorhandler.h>
@@ -127,6 +128,11 @@ void SimulatedServer::setStartupStep(int milliseconds)
 QString SimulatedServer::nodePath(const QString& name) const
 {
     return AdminNodes::path(m_installation, name);
+}
+
+QString SimulatedServer::shortTimePath(const QString& name) const
+{
+    return ShortTimeOwner::path(m_installation, name);
 }
 
 bool SimulatedServer::setTunerIdle(const QString& guid, bool idle)

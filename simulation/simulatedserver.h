@@ -72,6 +72,8 @@ public:
     void setStartupStep(int milliseconds);
     /// Path of an administrative node: "<base path>/ADMINISTRATION/<name>".
     QString nodePath(const QString& name) const;
+    /// Path of a collection of short-time data, see ShortTimeOwner::path().
+    QString shortTimePath(const QString& name) const;
 
     // What happens to the server. Each change is told at once, or at the end of the batch that runs.
 
