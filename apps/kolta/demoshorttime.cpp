@@ -156,7 +156,7 @@ void ShortTimeStory::joinLate()
     m_report.say(QStringLiteral("a mirror that joins late learns of a request that is open: %1, and of its "
                                 "answer: %2")
                      .arg(learned ? QStringLiteral("yes") : QStringLiteral("no"), request.problem()));
-    m_report.set(QStringLiteral("refusal"), request.problem());
+    m_report.set(QStringLiteral("answer"), request.problem());
 }
 
 void ShortTimeStory::compare()
