@@ -239,6 +239,7 @@ void ActiveUserProxy::watchFile()
     };
     connect(m_watcher.get(), &QFileSystemWatcher::fileChanged, this, changed);
     connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, changed);
+    m_settled->start(); // another thread has read the file before it was watched
 }
 
 } // namespace Nax
