@@ -133,7 +133,8 @@ bool readOptions(const CommandLine& line, ShortTimeFFPAssignment& assignment)
     if (!line.isSet(profilesOption))
         return true;
     assignment.profiles.clear();
-    for (const QString& name : line.value(profilesOption).split(QLatin1Char(','), Qt::SkipEmptyParts))
+    const QString names = line.values(profilesOption).join(QLatin1Char(','));
+    for (const QString& name : names.split(QLatin1Char(','), Qt::SkipEmptyParts))
         assignment.profiles.append(name.trimmed());
     return true;
 }
@@ -207,7 +208,8 @@ int runAssignments(const QStringList& arguments)
     const auto addNumber = [&line](const QString& name, const char* text) {
         line.addOption({name, QLatin1String(text), QStringLiteral("number")});
     };
-    line.addOption({profilesOption, QStringLiteral("Names of the profiles, separated by commas."),
+    line.addOption({profilesOption,
+                    QStringLiteral("Names of the profiles, separated by commas; \"\" for none."),
                     QStringLiteral("names")});
     addNumber(radioOption, "Radio identifier (0).");
     addNumber(resourceOption, "Number of the FFP in the resource model, up to 65535 (0).");
