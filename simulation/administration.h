@@ -31,6 +31,9 @@ public:
     /// Begins the next life in the same tree, if there is one.
     void appear();
 
+    /// Where it lives, or lived until it disappeared; null when it is to live nowhere.
+    values::Tree* tree() const noexcept { return m_tree; }
+
     /// Time in each working state of the next start-ups, in milliseconds; 0 comes up at once.
     void setStartupStep(int milliseconds) { m_startupStep = milliseconds; }
     /// Ends a start-up that runs.

@@ -120,6 +120,11 @@ void SimulatedServer::withdraw()
     told(true);
 }
 
+values::Tree* SimulatedServer::tree() const
+{
+    return m_administration->tree();
+}
+
 void SimulatedServer::setStartupStep(int milliseconds)
 {
     m_administration->setStartupStep(milliseconds);

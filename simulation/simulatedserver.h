@@ -67,6 +67,8 @@ public:
     void publish();
     /// Deletes the nodes again; productions end without a word.
     void withdraw();
+    /// Where it was published, also while it has vanished; null when it was not, or was withdrawn.
+    values::Tree* tree() const;
     /// Time in each working state whenever it comes up, in milliseconds, instead of what the installation
     /// says; 0: it is up at once.
     void setStartupStep(int milliseconds);

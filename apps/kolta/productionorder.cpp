@@ -21,7 +21,6 @@ namespace KoltaCli {
 using Kolta::KoltaProcessorObserver;
 using Kolta::KoltaProductionControl;
 using Kolta::ProcessorConverter;
-using Kolta::TunerBookingManager;
 using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
@@ -82,20 +81,16 @@ auto withProcessor(const ProductionOrder& order, const QString& tunerGuid, const
 /// Chooses a tuner of the order's class and plans it; the reason when that fails.
 QString planTuner(Server& server, const ProductionOrder& order, Tuner& tuner)
 {
-    TunerBookingManager& booking = server.getBookingManager();
     const TunerAllocation allocation(server);
     if (const QString problem = allocation.problemOfClass(order.className); !problem.isEmpty())
         return problem;
-    const auto isPlanned = [&booking](const Tuner& candidate) {
-        return booking.getTunerState(guidOf(candidate)) == TunerBookingManager::ePlanned;
-    };
-    const auto selection = allocation.selector().explainSelection(order.className, isPlanned);
+    const auto selection = allocation.explain(order.className);
     if (!selection.chosen())
         return QStringLiteral("no tuner of class %1 can be had: %2")
             .arg(order.className, refusalSummary(selection));
     tuner = selection.chosen()->tuner;
     QString problem;
-    booking.planTuner(guidOf(tuner), problem);
+    allocation.booking().planTuner(guidOf(tuner), problem);
     return problem;
 }
 

@@ -91,8 +91,7 @@ int runSelect(const QStringList& arguments)
     if (!allocation || !allocation->knowsClass(className))
         return eExitFailed;
 
-    const TunerSelection selection =
-        allocation->selector().explainSelection(className, {}, line.values(QStringLiteral("storage")));
+    const TunerSelection selection = allocation->explain(className, line.values(QStringLiteral("storage")));
     print(*allocation, selection, line.json(), line.isSet(QStringLiteral("explain")));
     if (selection.chosen())
         return eExitOk;

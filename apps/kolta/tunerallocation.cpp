@@ -4,6 +4,7 @@
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/resourcedemandclassobserver.h>
+#include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassesobserver.h>
 #include <koltacommon/tunerclassresourceselector.h>
 
@@ -43,6 +44,20 @@ const Kolta::KoltaResourceObserver& TunerAllocation::resources() const
 const QString& TunerAllocation::serverName() const
 {
     return m_server.getAddress();
+}
+
+Kolta::TunerBookingManager& TunerAllocation::booking() const
+{
+    return m_server.getBookingManager();
+}
+
+Kolta::TunerSelection TunerAllocation::explain(const QString& className, const QStringList& storages) const
+{
+    const auto isPlanned = [this](const RESOURCEMANAGEMENT::Tuner& tuner) {
+        return booking().getTunerState(tuner.GetTavikResource().GetGUID()) ==
+               Kolta::TunerBookingManager::ePlanned;
+    };
+    return selector().explainSelection(className, isPlanned, storages);
 }
 
 Kolta::TunerClassResourceSelector TunerAllocation::selector() const

@@ -7,8 +7,13 @@
 #include <koltacommon/tunerclasstree.h>
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
+
+namespace Kolta {
+class TunerBookingManager;
+}
 
 namespace KoltaCli {
 
@@ -25,6 +30,10 @@ public:
     const Kolta::TunerClassTree& tree() const { return *m_tree; }
     const Kolta::KoltaResourceObserver& resources() const;
     const QString& serverName() const;
+    /// The server's plans and bookings.
+    Kolta::TunerBookingManager& booking() const;
+    /// Every tuner of the class in the order of choice; those that are planned are refused.
+    Kolta::TunerSelection explain(const QString& className, const QStringList& storages = {}) const;
     /// One that chooses among these.
     Kolta::TunerClassResourceSelector selector() const;
     /// Whether the classes are default ones.

@@ -103,13 +103,24 @@ void TestProductionCommands::livesAWholeLife()
          {words("name={0d0d0d0d-0000-4000-8000-00000000000d} stopped=false")}},
         {"stop 0d0d0d0d-0000-4000-8000-00000000000d", {}},
         {"power off \"Processing 1\" \"Processing 2\" --json",
-         {words("name=Processing 1 on=false"), words("name=Processing 2 on=false")}},
-        {"power system-off \"KW 2 West\" --json", {words("name=KW 2 West on=false")}},
+         {words("kind=processing unit name=Processing 1 on=false"),
+          words("kind=processing unit name=Processing 2 on=false")}},
+        {"power system-off \"KW 2 West\" --json", {words("kind=tuner name=KW 2 West on=false")}},
         {"power on Nothing", {}},
         {"status --json",
          {words("free=19 planned=0 processors=0 productions=0 hardware=0 ready=true state=5")}},
         {"stop --all --json", {}},
-        {"produce scp --class HF --json", {words("name=SCP 1 tuner=KW 1 Süd accepted=true")}},
+        {"plan HF Nothing --json", {}},
+        {"plan HF --json", {words("tuner=KW 1 Süd"), words("planned=true")}},
+        {"produce scp --class HF --json", {words("name=SCP 1 tuner=KW 4 Nord accepted=true")}},
+        {"plan HF HF HF --json",
+         {words("tuner=KW 5 Süd"), words("tuner=KW 7 Turm"),
+          words("problem=KW 5 Süd, which it would have got, is held by request 1 (HF)"),
+          words("planned=false")}},
+        {"select HF --json", {words("tuner=KW 5 Süd hardware=false")}},
+        {"status --json",
+         {words("free=17 planned=1 processors=2 productions=1 hardware=0 ready=true state=5")}},
+        {"plan --clear", {}},
         {"stop --all --json", {words("name=SCP 1 stopped=true")}},
         {"status --json",
          {words("free=19 planned=0 processors=0 productions=0 hardware=0 ready=true state=5")}}};
@@ -132,7 +143,16 @@ void TestProductionCommands::livesAWholeLife()
                              "kolta: visitor lacks the right StartAndStopScp\n"
                              "kolta: 3 of the kind MCP run, name one with --mcp\n"
                              "kolta: S1 refuses: The FFP runs in that MCP already\n"
-                             "kolta: no FFP \"MCP 1\" runs\n"));
+                             "kolta: no FFP \"MCP 1\" runs\n"
+                             "kolta: S1: Nothing to stop: no production or processor "
+                             "{0d0d0d0d-0000-4000-8000-00000000000d}\n"
+                             "kolta: S1: Nothing to stop: no production or processor "
+                             "{0d0d0d0d-0000-4000-8000-00000000000d}\n"
+                             "kolta: there is no tuner, processing or storage unit \"Nothing\"\n"
+                             "kolta: there is no tuner class \"Nothing\"; known: HF, VHF/UHF, Basic, Basic "
+                             "hardware, Wide, Direction finding\n"
+                             "kolta: request 3 (HF): KW 5 Süd, which it would have got, is held by request 1 "
+                             "(HF)\n"));
     QCOMPARE(kolta.exitCode(), 1);
 }
 

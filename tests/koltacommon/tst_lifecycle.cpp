@@ -1,4 +1,5 @@
 #include "../simulation/productionwatch.h"
+#include "productionstory.h"
 
 #include <simulation/simulatedserver.h>
 
@@ -16,7 +17,6 @@
 #include <koltacommon/resourcedemandclassobserver.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassesobserver.h>
-#include <resourcemodel/requests.h>
 #include <startup/errorhandler.h>
 
 #include <QMetaMethod>
@@ -30,6 +30,7 @@
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;
 using KoltaSimulation::SimulatedServer;
+using Lifecycle::Story;
 using values::Tree;
 
 namespace {
@@ -43,6 +44,12 @@ void turn()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+/// Of the administrative node, or of one below it.
+QString path(const SimulatedServer& server, const char* node = nullptr)
+{
+    return server.nodePath(QLatin1String(node)).remove(QRegularExpression(QStringLiteral("/$")));
+}
+
 QString pathsBelow(const QString& path)
 {
     QString paths;
@@ -50,135 +57,6 @@ QString pathsBelow(const QString& path)
     for (const values::TreeItem* child : node ? node->GetChildren() : QVector<values::TreeItem*>())
         paths += child->GetPath() + QLatin1Char(' ') + pathsBelow(child->GetPath());
     return paths;
-}
-
-template<class Overview>
-Overview parsed(const QString& text)
-{
-    Overview overview;
-    if (!text.isEmpty())
-        overview.SetXmlString(text, true);
-    return overview;
-}
-
-/// What a long text comes down to: its processors with their FFPs, its tuners in use, its entries.
-QString gist(const QString& node, const QString& text)
-{
-    QStringList words;
-    if (node == QLatin1String("ActualConfiguration")) {
-        const auto overview = parsed<ProcessorOverview>(text);
-        for (const MCP& mcp : overview.GetMCP()) {
-            words.append(guidOf(mcp).toString());
-            for (const FFP& ffp : mcp.GetFFP())
-                words.append(QLatin1Char('>') + guidOf(ffp).toString());
-        }
-    } else if (node == QLatin1String("Resources")) {
-        const auto overview = parsed<ResourceOverview>(text);
-        for (const Tuner& tuner : overview.GetTuner()) {
-            if (!tuner.GetIdle())
-                words.append(tuner.GetTavikResource().GetGUID());
-        }
-    } else if (node == QLatin1String("HardwareProcessing")) {
-        const auto overview = parsed<HWProcessingOverview>(text);
-        for (const HWProcessing& entry : overview.GetHWProcessing())
-            words.append(entry.GetGUID());
-    } else if (node.startsWith(QLatin1String("Owner"))) {
-        words.append(node == QLatin1String("Owners")
-                         ? parsed<OwnerOverview>(text).GetOwner().value(0).GetName()
-                         : parsed<OwnerRequest>(text).GetOwner().GetName());
-    } else if (node.startsWith(QLatin1String("RequestsNode/"))) {
-        words.append(QString::number(parsed<RequestResource>(text).GetRequestType()));
-    } else {
-        words.append(text);
-    }
-    return words.join(QLatin1Char(' '));
-}
-
-/// Writes down every signal, and every text that a server or a client writes, in one order.
-class Story : public QObject, private values::ITreeListener
-{
-public:
-    explicit Story(const QString& base) : m_base(base) { Tree::Instance().AddListener(this); }
-    ~Story() override { Tree::Instance().RemoveListener(this); }
-
-    void say(const QString& line) { m_lines.append(line); }
-    void hear(KoltaServerInterface& server);
-    /// The story so far; tuners are a and b, all other GUIDs are numbered as they first appear.
-    QStringList told(const QStringList& tuners) const;
-
-private:
-    void OnItemAdded(values::TreeItem& item) override { note('+', item); }
-    void OnItemRemoved(values::TreeItem& item) override { note('-', item); }
-    void OnItemChanged(values::TreeItem& item, TChangeCode, IObserver*) override { note('=', item); }
-    void note(char sign, values::TreeItem& item);
-
-    QString m_base;
-    QStringList m_lines;
-};
-
-void Story::note(char sign, values::TreeItem& item)
-{
-    static const QRegularExpression told(QStringLiteral(
-        "^(RequestsNode|(ConnectionInfo)/.*/Kolta_GUID|(Reply|Stopped|Stop)?Resources?|Actual.*|"
-        "HardwareP.*|Owner.*|Status|WorkingState)(/id.*)?$"));
-    const QString name = item.GetPath().mid(m_base.size());
-    const auto* const value = dynamic_cast<values::ValueBase*>(&item);
-    const auto match = told.match(name);
-    if (!value || !item.GetPath().startsWith(m_base) || !match.hasMatch())
-        return;
-    const bool driver = !match.captured(2).isEmpty();
-    const QString text = sign == '-' && !driver ? QString() : gist(name, value->GetStringValue());
-    say(QStringLiteral("%1%2 %3")
-            .arg(QLatin1Char(sign))
-            .arg(driver ? match.captured(2) : match.captured(1), text));
-}
-
-void Story::hear(KoltaServerInterface& server)
-{
-    const auto on = [this](auto& sender, auto signal, const char* word) {
-        connect(&sender, signal, this, [this, word](const auto&... arguments) {
-            QStringList words{QLatin1String(word)};
-            (words.append(QVariant::fromValue(arguments).toString()), ...);
-            say(QLatin1String("  ") + words.join(QLatin1Char(' ')));
-        });
-    };
-    using Control = KoltaProductionControl;
-    using Processors = KoltaProcessorObserver;
-    on(server, &KoltaServerInterface::si_ConnectionChanged, "connected");
-    connect(&server, &KoltaServerInterface::si_StateChanged, this,
-            [this](int state) { say(QStringLiteral("  state %1").arg(state)); });
-    on(server, &KoltaServerInterface::si_StatusMessageChanged, "status");
-    on(server.getProductionControl(), &Control::si_ProductionRequestReplied, "replied");
-    on(server.getProductionControl(), &Control::si_ProductionStopped, "stopped");
-    on(server.getProcessorObserver(), &Processors::si_ProcessorStarted, "runs");
-    on(server.getProcessorObserver(), &Processors::si_ProcessorChanged, "changed");
-    on(server.getProcessorObserver(), &Processors::si_ProcessorStopped, "ended");
-    on(server.getProcessorObserver(), &Processors::si_AllProcessorsStopped, "all ended");
-    connect(
-        &server.getProcessorObserver(), &Processors::si_RunningProcessorsChanged, this,
-        [this](const ProcessorOverview& now) { say(QStringLiteral("  %1 MCPs").arg(now.GetMCP().size())); });
-    on(server.getResourceObserver(), &KoltaResourceObserver::si_TunerIdleStateChanged, "idle");
-    connect(&server.getBookingManager(), &TunerBookingManager::si_TunerStateChanged, this,
-            [this](const QString& guid, int from, int to) {
-                say(QStringLiteral("  booking %1 %2 %3").arg(guid).arg(from).arg(to));
-            });
-    connect(&server.getHWProcessingObserver(), &IValueChangeNotifier::si_ValueChanged, this, [this, &server] {
-        const int entries = server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size();
-        say(QStringLiteral("  %1 hardware").arg(entries));
-    });
-    on(server.getGuiOwnerObserver(), &KoltaOwnerObserver::si_OwnerChanged, "owner");
-}
-
-QStringList Story::told(const QStringList& tuners) const
-{
-    static const QRegularExpression guid(QStringLiteral("\\{[-0-9a-f]{36}\\}"));
-    QString text = m_lines.join(QLatin1Char('\n'));
-    for (int i = 0; i < tuners.size(); ++i)
-        text.replace(tuners.at(i), QString(QLatin1Char(char('a' + i))));
-    int number = 0;
-    for (auto match = guid.match(text); match.hasMatch(); match = guid.match(text))
-        text.replace(match.captured(), QStringLiteral("#%1").arg(++number));
-    return text.remove(QRegularExpression(QStringLiteral(" +(?=\n|$)"))).split(QLatin1Char('\n'));
 }
 
 /// What is written ("=", "+" and "-": set, new, deleted) and signalled (further in) from the request to the
@@ -445,7 +323,7 @@ void TestLifecycle::hear(QObject& object)
 void TestLifecycle::react()
 {
     ++m_reactions;
-    if (m_depth >= deepest || below(6) != 0)
+    if (m_depth >= deepest || below(4) != 0)
         return;
     ++m_depth;
     step();
@@ -482,113 +360,97 @@ void TestLifecycle::step()
             hear(*added);
     } else if (action < 19)
         registry.removeServer(name);
-    else if (action < 20)
+    else if (action < 22)
         delete server;
     else
         useServer(*server);
 }
 
-void TestLifecycle::makeLoose(SimulatedServer& server)
+void TestLifecycle::makeLoose(SimulatedServer& simulated)
 {
-    const auto path = [&server](const char* node) { return server.nodePath(QLatin1String(node)); };
-    std::unique_ptr<QObject> made;
-    switch (below(7)) {
-    case 0:
-        made = std::make_unique<KoltaResourceObserver>(path("Resources"));
-        break;
-    case 1:
-        made = std::make_unique<KoltaProcessorObserver>(path("ActualConfiguration"));
-        break;
-    case 2:
-        made = std::make_unique<KoltaOwnerObserver>(path("Owners"));
-        break;
-    case 3:
-        made = std::make_unique<TunerBookingManager>();
-        static_cast<TunerBookingManager&>(*made).init(server.installation().basePath() +
-                                                      QLatin1String("/ADMINISTRATION"));
-        break;
-    case 4: {
-        auto controller = std::make_unique<HardwareProcessingController>();
-        controller->init(path("ActualConfiguration"), path("HardwareProcessing"));
-        hear(controller->getHWProcessingObserver());
-        made = std::move(controller);
-        break;
-    }
-    case 5: {
-        auto control = std::make_unique<KoltaProductionControl>();
-        try {
-            control->init(server.installation().basePath() + QLatin1String("/ADMINISTRATION"));
-        } catch (const std::exception&) { // the server is not there
-        }
-        made = std::move(control);
-        break;
-    }
-    default: {
-        auto connection = std::make_unique<KoltaConnection>(QStringLiteral("loose"), QStringLiteral("1"),
-                                                            server.hostAndPort(), false);
-        connection->open();
-        connection->executeRequest(new AppDescription);
-        made = std::move(connection);
-    }
-    }
-    hear(*made);
-    m_loose.push_back(std::move(made));
+    using Server = SimulatedServer;
+    static constexpr QObject* (*makers[])(Server&) = {
+        [](Server& s) -> QObject* { return new KoltaResourceObserver(path(s, "Resources")); },
+        [](Server& s) -> QObject* { return new KoltaProcessorObserver(path(s, "ActualConfiguration")); },
+        [](Server& s) -> QObject* { return new KoltaOwnerObserver(path(s, "Owners")); },
+        [](Server& s) -> QObject* {
+            auto* const booking = new TunerBookingManager;
+            booking->init(path(s));
+            return booking;
+        },
+        [](Server& s) -> QObject* {
+            auto* const controller = new HardwareProcessingController;
+            controller->init(path(s, "ActualConfiguration"), path(s, "HardwareProcessing"));
+            return controller;
+        },
+        [](Server& s) -> QObject* {
+            auto* const control = new KoltaProductionControl;
+            try {
+                control->init(path(s));
+            } catch (const std::exception&) { // the server is not there
+            }
+            return control;
+        },
+        [](Server& s) -> QObject* {
+            auto* const link =
+                new KoltaConnection(QStringLiteral("loose"), QString(), s.hostAndPort(), false);
+            link->open();
+            link->executeRequest(new AppDescription);
+            return link;
+        }};
+    m_loose.emplace_back(makers[below(int(std::size(makers)))](simulated));
+    hear(*m_loose.back());
 }
 
 void TestLifecycle::useServer(KoltaServerInterface& server)
 {
     const QString tuner = m_installation.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID();
+    hear(server);
+    using Server = KoltaServerInterface;
+    static constexpr QObject& (*parts[])(Server&) = {
+        [](Server& s) -> QObject& { return s.getResourceObserver(); },
+        [](Server& s) -> QObject& { return s.getProcessorObserver(); },
+        [](Server& s) -> QObject& { return s.getHWProcessingObserver(); },
+        [](Server& s) -> QObject& { return s.getBookingManager(); },
+        [](Server& s) -> QObject& { return s.getGuiOwnerObserver(); },
+        [](Server& s) -> QObject& { return s.getTunerClassObserver(); },
+        [](Server& s) -> QObject& { return s.getRdcObserver(); },
+        [](Server& s) -> QObject& { return s.getTunerTypeObserver(); },
+        [](Server& s) -> QObject& { return s.getProductionControl(); }};
+    hear(parts[below(int(std::size(parts)))](server));
     QString error;
-    switch (below(9)) {
-    case 0:
-        hear(server.getResourceObserver());
-        return server.getResourceObserver().UpdateAll();
-    case 1:
-        hear(server.getProcessorObserver());
-        return server.getProcessorObserver().setEmptyOverviewDelay(below(2));
-    case 2:
-        hear(server.getHWProcessingObserver());
-        return server.getHWProcessingObserver().resetHardwareProcessingList();
-    case 3:
-        hear(server.getBookingManager());
-        if (!server.getBookingManager().planTuner(tuner, error))
-            server.getBookingManager().clearPlanning();
-        return;
-    case 4:
-        hear(server.getGuiOwnerObserver());
+    const int action = below(10);
+    if (action == 0)
+        server.getResourceObserver().UpdateAll();
+    else if (action == 1)
+        server.getProcessorObserver().setEmptyOverviewDelay(below(2));
+    else if (action == 2)
+        server.getHWProcessingObserver().resetHardwareProcessingList();
+    else if (action == 3 && !server.getBookingManager().planTuner(tuner, error))
+        server.getBookingManager().clearPlanning();
+    else if (action == 4)
         server.getGuiOwnerObserver().requestOwnership(QString());
-        return;
-    case 5:
-        hear(server.getTunerClassObserver());
-        hear(server.getRdcObserver());
-        return hear(server.getTunerTypeObserver());
-    default:
-        hear(server.getProductionControl());
+    else
         startOrStop(server.getProductionControl(), tuner);
-    }
 }
 
 void TestLifecycle::startOrStop(KoltaProductionControl& control, const QString& tuner)
 {
     const auto mcps = control.getFrequencyRangesOfAllMCPs().keys();
     const QUuid any = mcps.isEmpty() ? QUuid::createUuid() : mcps.at(below(mcps.size()));
-    switch (below(8)) {
-    case 0:
-        return control.StopAllProductions();
-    case 1:
-        return control.StopProductions(QList<QUuid>{any, QUuid(), any});
-    case 2:
+    const int action = below(8);
+    if (action == 0)
+        control.StopAllProductions();
+    else if (action == 1)
+        control.StopProductions(QList<QUuid>{any, QUuid(), any});
+    else if (action == 2)
         control.requestFFPMove(any, any);
-        return;
-    case 3:
+    else if (action == 3)
         control.requestProduction(ffpOn(), false, any);
-        return;
-    case 4:
+    else if (action == 4)
         control.requestProduction(scpOn(tuner));
-        return;
-    default:
+    else
         control.requestProduction(mcpOn(tuner, below(2) ? "hw" : "sw"));
-    }
 }
 
 void TestLifecycle::anyOrder()
