@@ -14,7 +14,7 @@ std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeP
     VESK_Q9R::ShortTimeProfiles file;
     const VESK_Q9R::ReadReport report = VESK_Q9R::readProfileFile(fileName, file);
     for (const QString& note : report.notes)
-        printError(note);
+        printError(fileName + QStringLiteral(", ") + note);
     if (!report.isGood()) {
         printError(report.error);
         return std::nullopt;

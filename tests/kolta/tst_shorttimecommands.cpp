@@ -22,12 +22,12 @@ private:
         QFile file(path(name));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     }
-    /// The words are separated by blanks; "%" stands for the folder, "_" for a blank in a word.
+    /// The words are separated by blanks; "%" stands for the folder.
     QStringList wordsOf(const QString& line) const
     {
         QStringList words = line.split(QLatin1Char(' '));
         for (QString& word : words)
-            word.replace(QLatin1Char('%'), m_folder.path()).replace(QLatin1Char('_'), QLatin1Char(' '));
+            word.replace(QLatin1Char('%'), m_folder.path());
         return words;
     }
 
@@ -89,9 +89,11 @@ void TestShortTimeCommands::livesAWholeLife()
          "{0d0d0d0d-0000-4000-8000-00000000000d}  no       no              70      7         3  C, A\n"},
         {"assignments show 0d0d0d0d-0000-4000-8000-00000000000e", ""},
         {"assignments set nobody", ""},
-        {"produce mcp --class HF --json", nullptr},
-        {"produce ffp", nullptr},
-        {"assignments set \"FFP 1\" --profiles A", nullptr},
+        {"produce mcp --class HF", "PRODUCTION                              NAME   SERVER  TUNER     "
+                                   "PROCESSOR\n<guid>  MCP 1  S1      KW 1 Süd  <guid>\n"},
+        {"produce ffp", "PRODUCTION                              NAME   SERVER  TUNER  PROCESSOR\n<guid>  "
+                        "FFP 1  S1             <guid>\n"},
+        {"assignments set \"FFP 1\" --profiles A", "S1 has assigned 1 profiles to the FFP <guid>\n"},
         {"conversions start a/b/c --type wav", "a/b/c: converting\n"},
         {"conversions start a/b/c", ""},
         {"conversions start a/b/d", "a/b/d: converting\n"},
@@ -118,10 +120,19 @@ void TestShortTimeCommands::livesAWholeLife()
     output.replace(QRegularExpression(QStringLiteral("20\\d\\d-\\d\\d-\\d\\dT[0-9:]*Z")),
                    QStringLiteral("<time>"));
     output.replace(QRegularExpression(QStringLiteral("CREATED +")), QStringLiteral("CREATED  "));
-    QCOMPARE(output, expected);
+    output.replace(QRegularExpression(QStringLiteral("\\{(?!0d0d)[-0-9a-f]{36}\\}")),
+                   QStringLiteral("<guid>"));
+    QCOMPARE(output.split(QLatin1Char('\n')), expected.split(QLatin1Char('\n')));
     QString errors = kolta.errors().replace(m_folder.path(), QStringLiteral("@"));
     errors.remove(QRegularExpression(QStringLiteral("kolta: line [^\n]*\n")));
-    QCOMPARE(errors, QString());
+    QCOMPARE(errors,
+             QStringLiteral("kolta: @/bad.xml, line 3: <HopRate>: expected a number, found \"fast\"\n"
+                            "kolta: @/none/out.xml: No such file or directory\n"
+                            "kolta: S1 refuses: There is no profile \"B\"\n"
+                            "kolta: nothing is assigned to the FFP {0d0d0d0d-0000-4000-8000-00000000000e}\n"
+                            "kolta: no FFP \"nobody\" runs\n"
+                            "kolta: a/b/c is being converted already\n"
+                            "kolta: a/b/c is not being converted\n"));
 }
 
 void TestShortTimeCommands::comparesFiles()
