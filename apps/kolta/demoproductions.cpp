@@ -286,7 +286,7 @@ bool DemoProductions::endOneMcp()
     return m_report.endStep();
 }
 
-/// The state is disconnected, or else nothing may be left of the life before.
+/// Neither the mirrors nor the drivers may show anything that runs.
 void DemoProductions::checkNothingRuns(const QString& when)
 {
     const auto& control = m_server->getProductionControl();

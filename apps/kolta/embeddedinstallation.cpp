@@ -117,6 +117,11 @@ bool EmbeddedInstallation::add(const QString& folder)
         printError(error);
         return false;
     }
+    if (!installation.basePath().startsWith(QLatin1String("/ConnectManager/"))) {
+        printError(QStringLiteral("%1: found the base path %2, expected one below /ConnectManager")
+                       .arg(folder, installation.basePath()));
+        return false;
+    }
     for (const auto& other : m_servers) {
         const bool samePath = other->installation().basePath() == installation.basePath();
         if (!samePath && other->installation().serverName() != installation.serverName())
