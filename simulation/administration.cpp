@@ -91,7 +91,8 @@ void Administration::appear()
         return;
     const int life = m_life;
     m_shortTime.publish(*m_tree);
-    if (life != m_life)
+    // Whoever was told may have made the server disappear, or appear before this call does.
+    if (life != m_life || m_nodes.isPublished())
         return;
     m_productions.begin();
     m_startup.begin(startupStates(), m_startupStep);

@@ -9,6 +9,10 @@
 
 #include <QtTest>
 
+#include <functional>
+#include <limits>
+#include <utility>
+
 using namespace KoltaSimulation;
 using namespace Kolta;
 using sorel::RecordIdentifier;
@@ -34,29 +38,16 @@ private:
     {
         return {QStringLiteral("S"), QStringLiteral("D"), QString::number(number)};
     }
+    static void addConversions(ConvertProductionResultMap& map, int count)
+    {
+        for (int i = 0; i < count; ++i)
+            map.Add(ConvertProductionResult(
+                ConvertProductionResultRequest{record(i), {}, {}, {}, QStringLiteral("t")}));
+    }
 
     Installation m_installation;
     values::Tree m_tree;
 };
-
-namespace {
-
-/// Calls a function, once, when a value changes.
-class Once : public IObserver
-{
-public:
-    explicit Once(std::function<void()> call) : m_call(std::move(call)) {}
-    void Update(Observable*, TChangeCode) override
-    {
-        if (const auto call = std::exchange(m_call, {}))
-            call();
-    }
-
-private:
-    std::function<void()> m_call;
-};
-
-} // namespace
 
 void TestShortTimeActivity::initTestCase()
 {
@@ -124,9 +115,7 @@ void TestShortTimeActivity::endsConversions()
     server.publish(m_tree);
     Activity activity(server, 7);
     auto& conversions = map<ConvertProductionResultMap>(server, "Conversions");
-    for (int i = 0; i < count; ++i)
-        conversions.Add(ConvertProductionResult(
-            ConvertProductionResultRequest{record(i), {}, {}, {}, QStringLiteral("t")}));
+    addConversions(conversions, count);
     QStringList states;
     for (int step = 0; step < 2 * count; ++step) {
         activity.step();
@@ -145,30 +134,35 @@ void TestShortTimeActivity::endsConversions()
     QVERIFY(good > count / 2 && good < count);
 }
 
+/// Who hears of the first conversion finishes the others, or ends the server's life.
 void TestShortTimeActivity::survivesObservers()
 {
+    struct Interferer : IObserver
+    {
+        std::function<void()> call;
+        void Update(Observable*, TChangeCode) override
+        {
+            std::exchange(call, [] {})();
+        }
+    };
     for (const bool vanishes : {false, true}) {
         SimulatedServer server(m_installation);
         server.publish(m_tree);
-        Activity activity(server, 7);
         auto& conversions = map<ConvertProductionResultMap>(server, "Conversions");
-        for (int i = 0; i < 3; ++i)
-            conversions.Add(
-                ConvertProductionResult(ConvertProductionResultRequest{record(i), {}, {}, {}, {}}));
-        Once once([&] {
-            if (vanishes) {
-                server.withdraw();
-                return;
-            }
+        addConversions(conversions, 3);
+        Interferer interferer;
+        interferer.call = [&] {
+            if (vanishes)
+                return server.withdraw();
             for (int i = 0; i < 3; ++i)
                 conversions.setFinished(record(i), true, QStringLiteral("by hand"));
-        });
-        conversions.Attach(&once);
-        activity.step();
+        };
+        conversions.Attach(&interferer);
+        Activity(server, 7).step();
         for (const auto& entry : conversions.data())
             QCOMPARE(entry.second.result(), QStringLiteral("by hand"));
         QCOMPARE(conversions.IsDeleted(), vanishes);
-        conversions.Detach(&once);
+        conversions.Detach(&interferer);
     }
 }
 
