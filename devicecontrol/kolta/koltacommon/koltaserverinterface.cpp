@@ -259,11 +259,14 @@ void KoltaServerInterface::createRequestNode()
         requestNode.Bind(nodePath(QStringLiteral("RequestsNode")));
 }
 
+/// One that the application has made an offline mirror stays that.
 template<class Part>
 void KoltaServerInterface::bindPart(const std::unique_ptr<Part>& owned, const QString& name)
 {
+    if (!owned || owned->getVtPath().isEmpty())
+        return;
     const QString path = nodePath(name);
-    if (owned && !owned->IsAttachedTo(values::Tree::Instance().Find(path)))
+    if (!owned->IsAttachedTo(values::Tree::Instance().Find(path)))
         owned->init(path);
 }
 
