@@ -1,4 +1,5 @@
 #include "figure.h"
+#include "heapbytes.h"
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <simulation/resourcegenerator.h>
@@ -6,8 +7,6 @@
 
 #include <QCoreApplication>
 #include <QXmlStreamReader>
-
-#include <malloc.h>
 
 #include <memory>
 
@@ -115,14 +114,6 @@ Sides updateGrowth()
             small->update();
     };
     return {timed([large] { large->update(); }), timed(updateSmall, equalWork)};
-}
-
-/// Bytes that malloc has handed out and not got back, in all arenas and mappings, its own bookkeeping
-/// included.
-double heapBytes()
-{
-    const struct mallinfo2 info = mallinfo2();
-    return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
 /// What a mirror holds after an update has settled, its index of GUIDs built and the value's text included.

@@ -175,18 +175,4 @@ bool ReadValueHeader(ByteReader& in, ValueHeader& header)
     return true;
 }
 
-bool ReadCommands(ValueBase& target, ByteReader in, IObserver* originator,
-                  CommandTransaction::Commands& commands)
-{
-    CommandTransaction::Commands read;
-    while (!in.AtEnd()) {
-        auto command = ReadCommand(target, in, originator);
-        if (!command)
-            return false;
-        read.push_back(std::move(command));
-    }
-    commands = std::move(read);
-    return true;
-}
-
 } // namespace values

@@ -25,11 +25,12 @@ enum eTransmissionFlag : int {
     eTransmitTargetPath = 1 ///< each command names its target; otherwise the channel is bound to one value
 };
 
-/// The keys of a collection that commands write.
+/// What of their value commands write.
 struct CommandScope
 {
     bool everyKey = false;
-    std::vector<std::string> keys; ///< key fields as they are transmitted
+    std::vector<std::string> keys;     ///< of items: key fields as they are transmitted
+    std::vector<std::string> requests; ///< identifiers of requests, in the form of their author
 };
 
 /// A change that can be repeated: kept, transmitted, and executed on an equal value elsewhere.
@@ -39,7 +40,7 @@ public:
     virtual ~Command() = default;
     /// Makes the change. Observers are called and may do anything but delete the command.
     virtual void Execute() = 0;
-    /// Adds the keys that it writes. Commands that write no item of a collection add nothing.
+    /// Adds the keys of the items that it writes, and the requests that it opens or ends.
     virtual void AddScope(CommandScope& scope) const = 0;
     /// Appends header and payload. `flags`: eTransmissionFlag.
     virtual void AddCommandString(std::string& out, int flags) const = 0;
@@ -156,8 +157,22 @@ struct ValueHeader
 void AppendValueHeader(std::string& out, const ValueBase& value);
 /// False when it does not fit or is of a newer, incompatible form.
 bool ReadValueHeader(ByteReader& in, ValueHeader& header);
-/// Reads all commands up to the end of `in`; false, and `commands` is unchanged, when anything does not fit.
-bool ReadCommands(ValueBase& target, ByteReader in, IObserver* originator,
-                  CommandTransaction::Commands& commands);
+/// Decodes the commands up to the end of `in` one by one and calls `call(Command&)` with each, which keeps
+/// none of them. False, without a call, at the first that does not fit; true when the target dies meanwhile.
+/// Who may not do half of them calls it twice, first to see whether all fit: keeping a large state decoded
+/// costs more.
+template<class Call>
+bool ForEachCommand(ValueBase& target, ByteReader in, IObserver* originator, const Call& call)
+{
+    const Weak<ValueBase> alive(&target);
+    const Weak<IObserver> origin(originator);
+    while (alive && !in.AtEnd()) {
+        const std::unique_ptr<Command> command = ReadCommand(target, in, origin.Get());
+        if (!command)
+            return false;
+        call(*command);
+    }
+    return true;
+}
 
 } // namespace values

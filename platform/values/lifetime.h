@@ -4,15 +4,14 @@
 
 namespace values {
 
-/// Member of an object that others hold with Weak. Costs nothing until the first of them asks.
-/// A copy of the object has a life of its own. One thread only.
+/// Member of an object that others hold with Weak; a copy of the object begins with a new one. Costs nothing
+/// until the first of them asks. One thread only.
 class Life
 {
 public:
     Life() = default;
-    Life(const Life&) noexcept {}
-    Life& operator=(const Life&) noexcept { return *this; }
-    ~Life() = default;
+    Life(const Life&) = delete;
+    Life& operator=(const Life&) = delete;
 
     /// Expires when this is destroyed.
     std::weak_ptr<const void> Watch() const

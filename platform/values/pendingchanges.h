@@ -9,17 +9,19 @@
 
 namespace values {
 
-/// Which keys have own changes on their way to a peer.
+/// Which items and requests have own changes on their way to a peer.
 class PendingChanges
 {
 public:
     /// The group `number` writes `scope`; numbers rise.
     void Add(quint64 number, CommandScope scope)
     {
-        if (!scope.everyKey && scope.keys.empty())
+        if (!scope.everyKey && scope.keys.empty() && scope.requests.empty())
             return;
         for (const std::string& key : scope.keys)
             ++m_keys[key];
+        for (const std::string& request : scope.requests)
+            ++m_requests[request];
         m_everyKey += scope.everyKey ? 1 : 0;
         m_groups.emplace_back(number, std::move(scope));
     }
@@ -28,24 +30,30 @@ public:
     {
         while (!m_groups.empty() && m_groups.front().first <= number) {
             const CommandScope& scope = m_groups.front().second;
-            for (const std::string& key : scope.keys) {
-                const auto found = m_keys.find(key);
-                if (--found->second == 0)
-                    m_keys.erase(found);
-            }
+            for (const std::string& key : scope.keys)
+                take(m_keys, key);
+            for (const std::string& request : scope.requests)
+                take(m_requests, request);
             m_everyKey -= scope.everyKey ? 1 : 0;
             m_groups.pop_front();
         }
     }
     bool IsEmpty() const noexcept { return m_groups.empty(); }
-    bool Contains(const std::string& keyField) const
-    {
-        return m_everyKey > 0 || m_keys.find(keyField) != m_keys.end();
-    }
+    bool ContainsKey(const std::string& key) const { return m_everyKey > 0 || m_keys.count(key) > 0; }
+    bool ContainsRequest(const std::string& request) const { return m_requests.count(request) > 0; }
 
 private:
+    using Counts = std::unordered_map<std::string, unsigned int>;
+    static void take(Counts& counts, const std::string& name)
+    {
+        const auto found = counts.find(name);
+        if (--found->second == 0)
+            counts.erase(found);
+    }
+
     std::deque<std::pair<quint64, CommandScope>> m_groups; ///< by number, oldest first
-    std::unordered_map<std::string, unsigned int> m_keys;  ///< how many groups write a key
+    Counts m_keys;                                         ///< how many groups write a key
+    Counts m_requests;                                     ///< how many open or end a request
     int m_everyKey = 0;                                    ///< how many write every key
 };
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <unordered_set>
 #include <utility>
 
 namespace values {
@@ -23,6 +24,25 @@ void trace(int tracePoint, const QString& text)
 {
     Startup::ErrorHandler::Instance().trace(Startup::eTraceError,
                                             QStringLiteral("platform/values/replication"), tracePoint, text);
+}
+
+/// What the exception that is being handled says.
+QString exceptionText()
+{
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        return QString::fromUtf8(error.what());
+    } catch (...) {
+        return QStringLiteral("unknown exception");
+    }
+}
+
+/// A message that was cut between two commands must not pass for a shorter one.
+bool readRestSize(ByteReader& in)
+{
+    quint32 size = 0;
+    return in.ReadInteger(size) && size == in.Remaining();
 }
 
 std::string messageOf(MessageKind kind, std::size_t size)
@@ -185,7 +205,10 @@ std::string ReplicaLink::TakeOutgoing()
         AppendInteger(message, m_sent);
         AppendInteger(message, m_received);
         AppendUuid(message, m_replica->GetId());
+        const std::size_t size = message.size();
+        AppendInteger(message, quint32(0));
         value()->AddObjectStateStringForTransmission(message, eTransmitPlain);
+        PatchUInt32(message, size, static_cast<quint32>(message.size() - size - sizeof(quint32)));
         return message;
     }
     std::string message = messageOf(AcknowledgeMessage, sizeof m_received);
@@ -218,9 +241,10 @@ void ReplicaLink::send(const Replica::Group& group, std::size_t first, const std
     }
     if (m_stateDue)
         return;
-    std::string message = messageOf(GroupMessage, 2 * sizeof(quint64) + body.size());
+    std::string message = messageOf(GroupMessage, 2 * sizeof(quint64) + sizeof(quint32) + body.size());
     AppendInteger(message, m_sent);
     AppendInteger(message, m_received);
+    AppendInteger(message, static_cast<quint32>(body.size()));
     message += body;
     m_acknowledgeDue = false;
     enqueue(std::move(message));
@@ -285,9 +309,9 @@ bool ReplicaLink::process(ByteReader in)
                                                         : false;
         if (self && !taken && !m_broken)
             fail(2, QStringLiteral("message %1 does not fit").arg(kind));
-    } catch (const std::exception& error) {
+    } catch (...) {
         if (self)
-            fail(3, QString::fromUtf8(error.what()));
+            fail(3, exceptionText());
     }
     return self && !m_broken;
 }
@@ -311,25 +335,32 @@ bool ReplicaLink::takeState(ByteReader& in)
     QUuid peer;
     ValueHeader header;
     if (m_role != LinkRole::Secondary || !in.ReadInteger(number) || number < m_received ||
-        !in.ReadInteger(received) || !isSent(received) || !in.ReadUuid(peer) ||
+        !in.ReadInteger(received) || !isSent(received) || !in.ReadUuid(peer) || !readRestSize(in) ||
         !ReadValueHeader(in, header) || header.type != value()->GetType())
         return false;
-    CommandTransaction::Commands commands;
-    if (!ReadCommands(*value(), in, originFor(peer), commands))
+    std::size_t commands = 0;
+    if (!ForEachCommand(*value(), in, nullptr, [&commands](const Command&) { ++commands; }))
         return false;
-    Sections sections;
-    sections.push_back({peer, std::make_unique<CommandTransaction>(*value(), std::move(commands))});
     m_peer = peer;
     m_active = true;
     acknowledged(received);
-    apply(sections, number);
+    value()->ExpectItems(commands);
+    apply(number, [&](const auto& run) {
+        ValueBase& target = *value();
+        const Weak<ValueBase> alive(&target);
+        const Weak<IObserver> origin(originFor(peer));
+        endStaleRequests(in, peer);
+        if (alive)
+            ForEachCommand(target, in, origin.Get(), [&](Command& command) { run(command, peer); });
+    });
     return true;
 }
 
 bool ReplicaLink::takeGroup(ByteReader& in)
 {
     quint64 number = 0, received = 0;
-    if (!m_active || !in.ReadInteger(number) || !in.ReadInteger(received) || !isSent(received) || in.AtEnd())
+    if (!m_active || !in.ReadInteger(number) || !in.ReadInteger(received) || !isSent(received) ||
+        !readRestSize(in) || in.AtEnd())
         return false;
     if (number <= m_received)
         return true; // it was carried twice
@@ -348,7 +379,17 @@ bool ReplicaLink::takeGroup(ByteReader& in)
         sections.push_back(std::move(section));
     }
     acknowledged(received);
-    apply(sections, number);
+    apply(number, [&sections](const auto& run) {
+        for (const Section& section : sections) {
+            const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
+            if (!all) {
+                run(*section.command, section.origin);
+                continue;
+            }
+            for (const auto& command : all->GetCommands())
+                run(*command, section.origin);
+        }
+    });
     return true;
 }
 
@@ -377,35 +418,47 @@ IObserver* ReplicaLink::originFor(const QUuid& id)
     return m_origins.emplace(id, std::make_unique<Origin>(*this, id)).first->second.get();
 }
 
-/// Executes all as one transaction, to the end even when an observer deletes this. What is recorded meanwhile
-/// is sent when the transaction closes, and then says that this group has been received.
-void ReplicaLink::apply(const Sections& sections, quint64 number)
+/// Executes what `forEach` hands on with its origin, as one transaction and to the end even when an observer
+/// deletes this. What is recorded meanwhile is sent when the transaction closes, and then says that this
+/// group has been received.
+template<class ForEach>
+void ReplicaLink::apply(quint64 number, const ForEach& forEach)
 {
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
-    const auto run = [&self](Command& command, const QUuid& origin) {
+    forEach([&self](Command& command, const QUuid& origin) {
         try {
             if (self)
                 self.Get()->execute(command, origin);
             else
                 command.Execute();
-        } catch (const std::exception& error) {
-            trace(5, QString::fromUtf8(error.what()));
+        } catch (...) {
+            trace(5, exceptionText());
         }
-    };
-    for (const Section& section : sections) {
-        const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
-        if (!all) {
-            run(*section.command, section.origin);
-            continue;
-        }
-        for (const auto& command : all->GetCommands())
-            run(*command, section.origin);
-    }
+    });
     if (self) {
         m_received = number;
         m_acknowledgeDue = true;
     }
+}
+
+/// Ends the requests that the peer does not know, except own ones on their way. Afterwards this may be gone.
+void ReplicaLink::endStaleRequests(ByteReader state, const QUuid& peer)
+{
+    CommandScope known;
+    std::unordered_set<std::string> requests;
+    bool isKnown = false; // most values have no requests, and then nobody asks
+    const auto isStale = [&](const std::string& request) {
+        if (!std::exchange(isKnown, true)) {
+            ForEachCommand(*value(), state, nullptr, [&](const Command& command) {
+                command.AddScope(known);
+                known.keys.clear();
+            });
+            requests.insert(known.requests.begin(), known.requests.end());
+        }
+        return requests.count(request) == 0 && !m_pending.ContainsRequest(request);
+    };
+    value()->EndRequests(isStale, originFor(peer));
 }
 
 /// Executes a remote command but for keys at which the policy drops it. Afterwards this may be gone.
@@ -416,27 +469,26 @@ void ReplicaLink::execute(Command& command, const QUuid& origin)
         command.Execute();
         return;
     }
+    const auto isKeyDropped = [&](const std::string& key) {
+        return m_pending.ContainsKey(key) && isDropped({m_role, origin, command, key});
+    };
+    const auto isRequestDropped = [&](const std::string& request) {
+        return m_pending.ContainsRequest(request) && isDropped({m_role, origin, command, request});
+    };
     CommandScope scope;
     command.AddScope(scope);
-    if (scope.everyKey) {
-        target->EraseKeys([&](const std::string& key) { return !isDropped(command, origin, key); },
-                          originFor(origin));
-        return;
-    }
-    const bool dropped = std::any_of(scope.keys.begin(), scope.keys.end(),
-                                     [&](const std::string& key) { return isDropped(command, origin, key); });
-    if (!dropped)
+    if (scope.everyKey)
+        target->EraseKeys([&](const std::string& key) { return !isKeyDropped(key); }, originFor(origin));
+    else if (std::none_of(scope.keys.begin(), scope.keys.end(), isKeyDropped) &&
+             std::none_of(scope.requests.begin(), scope.requests.end(), isRequestDropped))
         command.Execute();
 }
 
-bool ReplicaLink::isDropped(const Command& command, const QUuid& origin, const std::string& keyField) const
+bool ReplicaLink::isDropped(const Conflict& conflict) const
 {
-    if (!m_pending.Contains(keyField))
-        return false;
-    const RemoteChange choice = m_policy ? m_policy({m_role, origin, command, keyField})
-                                : m_role == LinkRole::Secondary ? RemoteChange::Drop
-                                                                : RemoteChange::Apply;
-    return choice == RemoteChange::Drop;
+    if (m_policy)
+        return m_policy(conflict) == RemoteChange::Drop;
+    return m_role == LinkRole::Secondary;
 }
 
 void ReplicaLink::fail(int tracePoint, const QString& reason)

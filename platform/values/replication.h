@@ -21,15 +21,16 @@ class ReplicaLink;
 /// the secondary end. The order of changes at the root is that of all.
 enum class LinkRole { Primary, Secondary };
 
-/// What a link does with a remote change to a key that has own changes on their way to the peer.
+/// What a link does with a remote change to a key, or a request, that has own changes on their way to the
+/// peer.
 enum class RemoteChange { Apply, Drop };
 
 struct Conflict
 {
-    LinkRole role;               ///< of this end
-    const QUuid& origin;         ///< replica at which the remote change was made
-    const Command& command;      ///< the remote change
-    const std::string& keyField; ///< the key, as it is transmitted
+    LinkRole role;          ///< of this end
+    const QUuid& origin;    ///< replica at which the remote change was made
+    const Command& command; ///< the remote change
+    const std::string& key; ///< key field or request, as in the command's scope
 };
 /// Asked in the middle of applying a group: it changes nothing.
 using ConflictPolicy = std::function<RemoteChange(const Conflict&)>;
@@ -152,9 +153,11 @@ private:
     bool isSent(quint64 number) const noexcept { return number <= m_sent; }
     void acknowledged(quint64 number);
     IObserver* originFor(const QUuid& id);
-    void apply(const Sections& sections, quint64 number);
+    template<class ForEach>
+    void apply(quint64 number, const ForEach& forEach);
+    void endStaleRequests(ByteReader state, const QUuid& peer);
     void execute(Command& command, const QUuid& origin);
-    bool isDropped(const Command& command, const QUuid& origin, const std::string& keyField) const;
+    bool isDropped(const Conflict& conflict) const;
     void fail(int tracePoint, const QString& reason);
 
     Replica* m_replica; ///< null once it has died

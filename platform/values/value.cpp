@@ -107,9 +107,9 @@ void ValueBase::endTransaction() noexcept
             command = std::make_unique<CommandTransaction>(*this, std::move(group));
         if (Record())
             m_recording->recorder->OnCommand(*this, std::move(command));
-    } catch (const std::exception& error) {
+    } catch (...) { // only for lack of memory
         Startup::ErrorHandler::Instance().trace(Startup::eTraceError, QStringLiteral("platform/values/value"),
-                                                1, QString::fromUtf8(error.what()));
+                                                1, QStringLiteral("The commands of a transaction are lost"));
     }
 }
 
@@ -145,6 +145,8 @@ Command* ValueBase::CreateNextCommand(int id, const char** stream, IObserver* or
 }
 
 void ValueBase::EraseKeys(const KeyFilter& /*filter*/, IObserver* /*originator*/) {}
+
+void ValueBase::EndRequests(const KeyFilter& /*isStale*/, IObserver* /*originator*/) {}
 
 SelectionValue::SelectionValue(const QMap<int, QString>& items, int selectedKey)
     : m_items(items), m_selected(selectedKey)

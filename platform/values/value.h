@@ -5,6 +5,7 @@
 #include <QMap>
 #include <QString>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -70,14 +71,20 @@ public:
     /// values that record also the commands that fill an empty one. `flags`: eTransmissionFlag, for the
     /// commands.
     virtual void AddObjectStateStringForTransmission(std::string& out, unsigned int flags);
+    /// About as many more items are to come: room for them may be made at once.
+    virtual void ExpectItems(std::size_t /*count*/) {}
     /// Decodes the payload of a command on this value, of which `available` bytes may be read, and moves
     /// `*stream` behind it. Null, and `*stream` unchanged, when the identifier is unknown or the payload does
     /// not fit. The result is the caller's; `originator` is whom it names when it is executed.
     virtual Command* CreateNextCommand(int id, const char** stream, IObserver* originator, int available);
-    /// Which keys EraseKeys() erases; called with key fields as they are transmitted.
-    using KeyFilter = std::function<bool(const std::string& keyField)>;
+    /// Chooses among the keys or requests that commands name in their scopes. It is asked for all of them
+    /// before anything is changed.
+    using KeyFilter = std::function<bool(const std::string& key)>;
     /// Erases items one by one, where the value is a keyed collection; otherwise does nothing.
     virtual void EraseKeys(const KeyFilter& filter, IObserver* originator);
+    /// Called before a received state is executed, which adds the open requests of its sender but ends none.
+    /// A value with requests ends those that `isStale` names; others have nothing to do.
+    virtual void EndRequests(const KeyFilter& isStale, IObserver* originator);
 
     /// For values::Weak.
     const Life& GetLife() const noexcept { return m_life; }

@@ -174,8 +174,15 @@ void ValueItemMapBase<Item, ItemFormat, TextAdapter>::AddObjectStateStringForTra
     ValueBase::AddObjectStateStringForTransmission(out, flags);
     const int commandFlags = static_cast<int>(flags);
     CommandMapClear<Item, ItemFormat, TextAdapter>(*this, nullptr).AddCommandString(out, commandFlags);
-    for (const auto& [key, item] : m_items)
+    constexpr std::size_t sample = 16;
+    const std::size_t start = out.size();
+    std::size_t written = 0;
+    for (const auto& [key, item] : m_items) {
         CommandMapSetAt<Item, ItemFormat, TextAdapter>::AddCommandString(out, commandFlags, this, key, item);
+        // Room for all once the size of some is known, so that a long state is not moved while it grows.
+        if (++written == sample)
+            out.reserve(start + (out.size() - start) / sample * m_items.size());
+    }
 }
 
 template<class Item, class ItemFormat, class TextAdapter>

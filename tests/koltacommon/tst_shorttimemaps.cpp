@@ -119,6 +119,7 @@ private Q_SLOTS:
     void keysAndTexts();
     void registration();
     void openRequestsFollowTheMap();
+    void requestsOfACutOffReplica();
     void replicas_data();
     void replicas();
 };
@@ -374,6 +375,35 @@ void TestShortTimeMaps::openRequestsFollowTheMap()
     QCOMPARE(map->GetPendingRequests().size(), std::size_t(1));
 }
 
+/// Requests that were answered, or never arrived, while the link was down end with an error.
+void TestShortTimeMaps::requestsOfACutOffReplica()
+{
+    ShortTimeProfileItemMap owner, mirror;
+    values::Replica ownerReplica(owner), mirrorReplica(mirror);
+    const QUuid answered = owner.RequestTypeChange(QStringLiteral("A"), eShortTimeProfileBurst);
+    const QUuid open = owner.RequestTypeChange(QStringLiteral("B"), eShortTimeProfileHopper);
+    QVERIFY(values::LocalReplicaPair(ownerReplica, mirrorReplica).Deliver());
+    owner.ReplyTypeChange(answered, QString());
+    const QUuid lost = mirror.RequestTypeChange(QStringLiteral("C"), eShortTimeProfileIgnore);
+    QCOMPARE(mirror.GetPendingRequests().size(), std::size_t(3));
+    Observer observer(mirror);
+    int errors = 0;
+    observer.action = [&] {
+        for (const QUuid& id : {answered, open, lost})
+            errors += mirror.FindReply(id) && !mirror.FindReply(id)->isEmpty() && id != open;
+    };
+    values::LocalReplicaPair again(ownerReplica, mirrorReplica);
+    QVERIFY(again.Deliver());
+    QCOMPARE(errors, 2);
+    QVERIFY(mirror.GetPendingRequests().size() == 1 && mirror.GetPendingRequests().count(open) == 1);
+    // A state that comes while an own request is on its way leaves that open.
+    const QUuid underway = mirror.RequestTypeChange(QStringLiteral("D"), eShortTimeProfileIgnore);
+    owner.Assign(ShortTimeProfileItemMap());
+    QVERIFY(again.Deliver());
+    QVERIFY(owner.GetPendingRequests().size() == 1 && owner.GetPendingRequests().count(underway) == 1);
+    QVERIFY(contentOf(owner, profileProtocol) == contentOf(mirror, profileProtocol));
+}
+
 namespace {
 
 /// Makes random changes of one kind of map, out of few keys so that they meet.
@@ -475,6 +505,11 @@ QString replicate(quint32 seed, bool bothWrite, Protocol protocol)
     }
     if (!pair.Deliver())
         return QStringLiteral("the link broke");
+    // The late joiner has been here before: it holds items and open requests that nobody else knows any more.
+    Map elsewhere;
+    for (int step = 0; step < 20; ++step)
+        writer.change(elsewhere);
+    late.Assign(elsewhere);
     values::LocalReplicaPair joins(secondReplica, lateReplica);
     if (!joins.Deliver() || contentOf(late, protocol) != contentOf(second, protocol))
         return QStringLiteral("the late joiner differs");

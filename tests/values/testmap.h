@@ -1,10 +1,12 @@
 #pragma once
 
-#include <values/itemfield.h>
 #include <values/valueitemmap.h>
 
+#include <QByteArray>
+#include <QDataStream>
 #include <QString>
 
+#include <cstring>
 #include <utility>
 
 /// A small item, its collections by text and by number, and what the collections need of it.
@@ -30,16 +32,21 @@ struct TestFormat
     template<class KeyType>
     static std::string toStandardString(const TestItem<KeyType>& item)
     {
-        return values::MakeItemField(32,
-                                     [&](QDataStream& out) { out << qint8(1) << item.key << item.number; });
+        QByteArray bytes;
+        QDataStream(&bytes, QIODevice::WriteOnly) << qint8(1) << item.key << item.number;
+        std::string field;
+        values::AppendInteger(field, static_cast<quint32>(bytes.size()));
+        return field + bytes.toStdString();
     }
     template<class KeyType>
     static bool fromCharStream(const char** stream, TestItem<KeyType>& item)
     {
-        values::ReadItemField(stream, [&](QDataStream& in) {
-            qint8 version = 0;
-            in >> version >> item.key >> item.number;
-        });
+        quint32 size = 0;
+        std::memcpy(&size, *stream, sizeof size);
+        qint8 version = 0;
+        QDataStream(QByteArray::fromRawData(*stream + sizeof size, int(size))) >> version >> item.key >>
+            item.number;
+        *stream += sizeof size + size;
         return true;
     }
 };

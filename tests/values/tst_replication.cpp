@@ -36,8 +36,8 @@ QString textOf(const TestMap& map)
 struct Wire
 {
     Wire(Replica& upper, Replica& lower, ConflictPolicy policy = {}, ConflictPolicy lowerPolicy = {})
-        : primary(upper, LinkRole::Primary, std::move(policy)),
-          secondary(lower, LinkRole::Secondary, std::move(lowerPolicy))
+        : primary(upper, LinkRole::Primary, std::move(policy))
+        , secondary(lower, LinkRole::Secondary, std::move(lowerPolicy))
     {
     }
     /// Carries one message; its kind, 0 when there was none, -1 when it was refused.
@@ -104,7 +104,8 @@ class TestReplication : public QObject
 private Q_SLOTS:
     void messages()
     {
-        const QString upper = "33221100554477668899aabbccddeeff"_s, lower = "ffffffff554477668899aabbccddee01"_s;
+        const QString upper = "33221100554477668899aabbccddeeff"_s,
+                      lower = "ffffffff554477668899aabbccddee01"_s;
         const QString set = "170000001400000000000100000061003b0b00000001000000020061000000073b"_s;
         Side top(upperId), bottom(lowerId);
         Wire wire(*top.replica, *bottom.replica);
@@ -112,12 +113,12 @@ private Q_SLOTS:
         QCOMPARE(hex(message), "0101"_s + lower);
         QVERIFY(wire.primary.Receive(message));
         message = wire.primary.TakeOutgoing();
-        QCOMPARE(hex(message), "02"_s + QString(32, QLatin1Char('0')) + upper +
-                                   "0c00000001c900000000010000006d00"_s + "00000000160000000000"_s);
+        QCOMPARE(hex(message), "02"_s + QString(32, QLatin1Char('0')) + upper + "1a000000"_s +
+                                   "0c00000001c900000000010000006d0000000000160000000000"_s);
         QVERIFY(wire.secondary.Receive(message) && wire.secondary.GetPeer() == upperId);
         bottom.set("a"_s, 7);
         message = wire.secondary.TakeOutgoing();
-        QCOMPARE(hex(message), "0301000000000000000000000000000000"_s + lower + set);
+        QCOMPARE(hex(message), "030100000000000000000000000000000031000000"_s + lower + set);
         QVERIFY(wire.primary.Receive(message) && wire.secondary.GetUnacknowledged() == 1);
         message = wire.primary.TakeOutgoing();
         QCOMPARE(hex(message), "040100000000000000"_s);
@@ -165,7 +166,7 @@ private Q_SLOTS:
                     bottom.set("own"_s, 1);
                     const QString before = textOf(*bottom.map);
                     const bool taken = wire.secondary.Receive(bad);
-                    QVERIFY(at >= good.size() || !taken || good[0] == 2);
+                    QVERIFY(at >= good.size() || !taken);
                     QCOMPARE(wire.secondary.IsBroken(), !taken);
                     if (!taken)
                         QCOMPARE(textOf(*bottom.map), before);
@@ -212,7 +213,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("result");
         const auto row = [](const char* upper, const char* lower, const char* byDefault, const char* custom) {
             const QByteArray name(QByteArray(upper) + " | " + lower);
-            QTest::newRow(name.constData()) << false << QByteArray(upper) << QByteArray(lower) << QString::fromLatin1(byDefault);
+            QTest::newRow(name.constData())
+                << false << QByteArray(upper) << QByteArray(lower) << QString::fromLatin1(byDefault);
             QTest::newRow(QByteArray(name + " (custom)").constData())
                 << true << QByteArray(upper) << QByteArray(lower) << QString::fromLatin1(custom);
         };
@@ -238,7 +240,8 @@ private Q_SLOTS:
         Wire wire(*top.replica, *bottom.replica, custom ? always(RemoteChange::Drop) : ConflictPolicy(),
                   custom ? always(RemoteChange::Apply) : ConflictPolicy());
         wire.settle();
-        for (const auto& [column, side] : {std::pair<const char*, Side*>{"upper", &top}, {"lower", &bottom}}) {
+        for (const auto& [column, side] :
+             {std::pair<const char*, Side*>{"upper", &top}, {"lower", &bottom}}) {
             const QByteArray script = *static_cast<QByteArray*>(QTest::qData(column, QMetaType::QByteArray));
             for (const QByteArray& step : script.split(' ')) {
                 if (step == "!")
@@ -384,8 +387,8 @@ private Q_SLOTS:
         for (const char* const victim : {"map", "mirror", "upper", "lower", "pair", "everything"})
             QTest::newRow(victim) << QByteArray(victim);
     }
-    /// The victim dies in the first notification of a remote transaction, at either end, told at once or by the
-    /// event loop. What lives gets the transaction whole.
+    /// The victim dies in the first notification of a remote transaction, at either end, told at once or by
+    /// the event loop. What lives gets the transaction whole.
     void deathsDuringANotification()
     {
         QFETCH(QByteArray, victim);

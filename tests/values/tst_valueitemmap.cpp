@@ -121,54 +121,20 @@ struct Scene
     std::vector<std::unique_ptr<ValueBase::Transaction>> open;
 };
 
-/// The three commands on "ab", a transaction of two, and one with the target's path.
-const char* const goldenSet = "1b000000"
-                              "1400"
-                              "00000000"
-                              "02000000"
-                              "61006200"
-                              "3b"
-                              "0d000000"
-                              "01"
-                              "0000000400610062"
-                              "00000007"
-                              "3b";
-const char* const goldenErase = "09000000"
-                                "1500"
-                                "00000000"
-                                "02000000"
-                                "61006200"
-                                "3b";
-const char* const goldenClear = "00000000"
-                                "1600"
-                                "00000000";
-const char* const goldenBoth = "21000000"
-                               "0100"
-                               "00000000"
-                               "02000000"
-                               "09000000"
-                               "1500"
-                               "00000000"
-                               "02000000"
-                               "61006200"
-                               "3b"
-                               "00000000"
-                               "1600"
-                               "00000000";
-const char* const goldenPath = "09000000"
-                               "1500"
-                               "01000000"
-                               "6d00"
-                               "02000000"
-                               "61006200"
-                               "3b";
-const char* const goldenHeader = "0c000000"
-                                 "01"
-                                 "c9000000"
-                                 "00"
-                                 "01000000"
-                                 "6d00";
+/// The three commands on "ab", a transaction of two, one with the target's path; the header of a state.
+const char* const goldenSet =
+    "1b000000 1400 00000000 02000000 61006200 3b 0d000000 01 00000004 00610062 00000007 3b";
+const char* const goldenErase = "09000000 1500 00000000 02000000 61006200 3b";
+const char* const goldenClear = "00000000 1600 00000000";
+const char* const goldenBoth = "21000000 0100 00000000 02000000"
+                               "09000000 1500 00000000 02000000 61006200 3b 00000000 1600 00000000";
+const char* const goldenPath = "09000000 1500 01000000 6d00 02000000 61006200 3b";
+const char* const goldenHeader = "0c000000 01 c9000000 00 01000000 6d00";
 
+std::string fromHex(const QByteArray& text)
+{
+    return QByteArray::fromHex(text).toStdString();
+}
 std::unique_ptr<Command> read(TestMap& map, const std::string& bytes, IObserver* originator = nullptr)
 {
     // Of exactly that size, so that reading behind it is seen.
@@ -283,10 +249,10 @@ private Q_SLOTS:
     void bytes()
     {
         QFETCH(QByteArray, golden);
-        const std::string good = QByteArray::fromHex(golden).toStdString();
+        const std::string good = fromHex(golden);
         Scene scene("ab=1 c=2");
-        Probe originator(&scene.log, "x"_s);
-        scene.map->Attach(&originator);
+        auto originator = std::make_unique<Probe>(&scene.log, "x"_s);
+        scene.map->Attach(originator.get());
         for (std::size_t size = 0; size < good.size(); ++size)
             QVERIFY(!read(*scene.map, good.substr(0, size)));
         std::string longer = good + ";";
@@ -305,61 +271,40 @@ private Q_SLOTS:
             }
         }
         QVERIFY(scene.log.isEmpty());
-        const auto command = read(*scene.map, good, &originator);
+        const auto command = read(*scene.map, good, originator.get());
         QVERIFY(command);
-        const bool path = dynamic_cast<ValueBase::CommandOnValue&>(*command).GetTarget() && golden[13] == '1';
-        QCOMPARE(hex(stringOf(*command, path ? eTransmitTargetPath : eTransmitPlain)),
-                 QString::fromLatin1(golden));
+        const bool path = golden.contains("6d00");
+        QCOMPARE(hex(stringOf(*command, path ? eTransmitTargetPath : eTransmitPlain)), hex(good));
         command->Execute();
         QTEST(scene.content(), "content");
         QVERIFY(!scene.log.contains("x3"_s) && scene.log.contains("o3"_s));
+        originator.reset(); // the command outlives it
+        scene.run("ab=2");
+        command->Execute();
+        QTEST(scene.content(), "content");
     }
     void lies_data()
     {
         QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("unknown command") << QByteArray("00000000"
-                                                       "1700"
-                                                       "00000000");
-        QTest::newRow("empty key") << QByteArray("15000000"
-                                                 "1400"
-                                                 "00000000"
-                                                 "00000000"
-                                                 "3b"
-                                                 "0b000000"
-                                                 "01"
-                                                 "00000002"
-                                                 "0061"
-                                                 "00000007"
-                                                 "3b");
-        QTest::newRow("other separator") << QByteArray("07000000"
-                                                       "1500"
-                                                       "00000000"
-                                                       "01000000"
-                                                       "6100"
-                                                       "2c");
-        QTest::newRow("huge key") << QByteArray("09000000"
-                                                "1500"
-                                                "00000000"
-                                                "ffffffff"
-                                                "61006200"
-                                                "3b");
-        QTest::newRow("item over the end") << QByteArray(goldenSet).replace("0d000000", "0e000000");
-        QTest::newRow("item too short") << QByteArray(goldenSet).replace("0d000000", "0c000000");
-        QTest::newRow("more commands than bytes") << QByteArray(goldenBoth).replace(20, 2, "03");
-        QTest::newRow("nested transaction") << QByteArray("12000000"
-                                                          "0100"
-                                                          "00000000"
-                                                          "01000000"
-                                                          "04000000"
-                                                          "0100"
-                                                          "00000000"
-                                                          "00000000");
+        const auto row = [](const char* name, const char* bytes) {
+            QTest::newRow(name) << QByteArray(bytes);
+        };
+        row("unknown command", "00000000 1700 00000000");
+        row("empty key", "13000000 1400 00000000 00000000 3b 09000000 01 00000000 00000007 3b");
+        row("other separator", "07000000 1500 00000000 01000000 6100 2c");
+        row("huge key", "09000000 1500 00000000 ffffffff 61006200 3b");
+        row("item over the end", QByteArray(goldenSet).replace("0d000000", "0e000000"));
+        row("item too short", QByteArray(goldenSet).replace("0d000000", "0c000000"));
+        row("huge item", QByteArray(goldenSet).replace("0d000000", "ffffffff"));
+        row("more commands than bytes",
+            QByteArray(goldenBoth).replace("00000000 02000000", "00000000 ffffffff"));
+        row("nested transaction", "12000000 0100 00000000 01000000 04000000 0100 00000000 00000000");
     }
     void lies()
     {
         QFETCH(QByteArray, bytes);
         Scene scene("a=1");
-        QVERIFY(!read(*scene.map, QByteArray::fromHex(bytes).toStdString()));
+        QVERIFY(!read(*scene.map, fromHex(bytes)));
         const char* nothing = "";
         for (const int available : {-1, 0})
             QVERIFY(!scene.map->CreateNextCommand(eCommandMapSetAt, &nothing, nullptr, available) &&
@@ -375,22 +320,20 @@ private Q_SLOTS:
             Scene scene(content);
             std::string bytes;
             scene.map->AddObjectStateStringForTransmission(bytes, eTransmitPlain);
-            const QString start = QString::fromLatin1(goldenHeader) + QString::fromLatin1(goldenClear);
-            QVERIFY(hex(bytes).startsWith(start));
-            QCOMPARE(hex(bytes).contains(QString::fromLatin1(goldenSet)), *content != 0);
-            QCOMPARE(bytes.size() == std::size_t(start.size() / 2), *content == 0);
+            const std::string start = fromHex(goldenHeader) + fromHex(goldenClear);
+            QCOMPARE(hex(bytes.substr(0, start.size())), hex(start));
+            QCOMPARE(bytes.find(fromHex(goldenSet)) != std::string::npos, *content != 0);
+            QCOMPARE(bytes.size() == start.size(), *content == 0);
             for (std::size_t size = 0; size < 16; ++size) {
                 ByteReader in(bytes.data(), size);
                 QVERIFY(!CreateValueForState(in) && in.Remaining() == size);
             }
             ByteReader in(bytes.data(), bytes.size());
             const auto made = CreateValueForState(in);
-            CommandTransaction::Commands commands;
             QVERIFY(made && made->GetName() == "m"_s);
-            QVERIFY(!ReadCommands(*made, ByteReader(in.Position(), in.Remaining() - 1), nullptr, commands));
-            QVERIFY(commands.empty() && ReadCommands(*made, in, nullptr, commands));
-            for (const auto& command : commands)
-                command->Execute();
+            const ByteReader cut(in.Position(), in.Remaining() - 1);
+            QVERIFY(!ForEachCommand(*made, cut, nullptr, [](const Command&) {}));
+            QVERIFY(ForEachCommand(*made, in, nullptr, [](Command& command) { command.Execute(); }));
             QVERIFY(scene.map->Compare(made.get()));
         }
     }

@@ -3,6 +3,7 @@
 #include <values/command.h>
 #include <values/valueitemmap.h>
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QString>
 #include <QUuid>
@@ -11,6 +12,7 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 /// \file
 /// Collections whose clients ask for changes instead of making them: a client opens a request, the owner of
@@ -84,6 +86,8 @@ public:
     }
     values::Command* CreateNextCommand(int id, const char** stream, IObserver* observer,
                                        int available) override;
+    /// Answers them with an error: their owner was restarted, or has replied while this was out of touch.
+    void EndRequests(const values::ValueBase::KeyFilter& isStale, IObserver* observer) override;
 
 protected:
     /// Opens a request, under a fresh UUID when `id` is null, and returns its UUID; null for a tombstone.
@@ -131,6 +135,10 @@ public:
         if (GetTarget())
             m_map->OpenRequest(m_request, m_id, GetOriginator());
     }
+    void AddScope(values::CommandScope& scope) const override
+    {
+        values::AppendUuid(scope.requests.emplace_back(), m_id);
+    }
     void AddCommandString(std::string& out, int flags) const override
     {
         const values::CommandFrame frame(out, GetCommandId(), GetTarget(), flags);
@@ -173,6 +181,10 @@ public:
     {
         if (GetTarget())
             m_map->Reply(m_id, m_error, GetOriginator());
+    }
+    void AddScope(values::CommandScope& scope) const override
+    {
+        values::AppendUuid(scope.requests.emplace_back(), m_id);
     }
     void AddCommandString(std::string& out, int flags) const override
     {
@@ -248,6 +260,25 @@ bool ItemMapWithRequests<Protocol>::Reply(const QUuid& id, const QString& error,
     if (alive && m_replies.erase(answered) > 0)
         m_pending.erase(answered);
     return true;
+}
+
+template<class Protocol>
+void ItemMapWithRequests<Protocol>::EndRequests(const values::ValueBase::KeyFilter& isStale,
+                                                IObserver* observer)
+{
+    std::vector<QUuid> stale;
+    for (const auto& [id, request] : m_pending) {
+        std::string field;
+        values::AppendUuid(field, id);
+        if (isStale(field))
+            stale.push_back(id);
+    }
+    const QString error =
+        QCoreApplication::translate("Kolta::ItemMapWithRequests", "The request is not known any more.");
+    const values::Weak<values::ValueBase> alive(this);
+    const values::Weak<IObserver> originator(observer);
+    for (std::size_t i = 0; alive && i < stale.size(); ++i)
+        Reply(stale[i], error, originator.Get());
 }
 
 } // namespace Kolta
