@@ -15,14 +15,16 @@ namespace {
 constexpr std::size_t countSize = sizeof(quint32);
 constexpr quint32 nullText = 0xffffffff;
 
-/// Whether looking up this time zone stays within the folder of time zones.
-bool isPlainZoneName(const QString& name)
+/// The time zone, which is not valid when the name is unknown or looking it up might leave the folder of time
+/// zones.
+QTimeZone zoneNamed(const QString& name)
 {
     const auto isPlain = [](QChar c) {
         return c.unicode() < 0x80 && (c.isLetterOrNumber() || QStringLiteral("_+-/").contains(c));
     };
-    return !name.isEmpty() && name.size() < 64 && name.at(0).isLetter() &&
-           std::all_of(name.begin(), name.end(), isPlain);
+    const bool isPlainName = !name.isEmpty() && name.size() < 64 && name.at(0).isLetter() &&
+                             std::all_of(name.begin(), name.end(), isPlain);
+    return isPlainName ? QTimeZone(name.toLatin1()) : QTimeZone();
 }
 
 } // namespace
@@ -150,8 +152,8 @@ void Reader::operator()(QDateTime& time)
         time = QDateTime(date, clock, static_cast<Qt::TimeSpec>(spec));
     else if (spec == Qt::OffsetFromUTC)
         time = QDateTime(date, clock, Qt::OffsetFromUTC, offset);
-    else if (isPlainZoneName(zone))
-        time = QDateTime(date, clock, QTimeZone(zone.toLatin1()));
+    else if (const QTimeZone known = zoneNamed(zone); known.isValid()) // Qt cannot write a time in another
+        time = QDateTime(date, clock, known);
 }
 
 const char* Reader::skip(std::size_t size)

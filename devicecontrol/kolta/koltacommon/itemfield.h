@@ -95,7 +95,8 @@ public:
     void operator()(QString& text);
     void operator()(QStringList& texts);
     void operator()(QVector<float>& numbers);
-    /// A time zone counts only by a plain IANA name, since looking one up opens a file of that name.
+    /// A time zone counts only by a plain IANA name that is known here: looking one up opens a file of that name,
+    /// and Qt cannot write an unknown one.
     void operator()(QDateTime& time);
 
 private:
