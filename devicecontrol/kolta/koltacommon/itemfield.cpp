@@ -132,14 +132,14 @@ void Reader::operator()(QDateTime& time)
     quint32 milliseconds = 0;
     qint8 spec = 0;
     qint32 offset = 0;
-    QString zone;
+    QTimeZone zone;
     (*this)(day);
     (*this)(milliseconds);
     (*this)(spec);
     if (spec == Qt::OffsetFromUTC)
         (*this)(offset);
     else if (spec == Qt::TimeZone)
-        (*this)(zone);
+        zone = readZone();
     time = QDateTime();
     constexpr qint64 lastDay = 100'000'000; // milliseconds since 1970 stay far from the end of 64 bits
     if (day < 0 || day > lastDay)
@@ -152,8 +152,28 @@ void Reader::operator()(QDateTime& time)
         time = QDateTime(date, clock, static_cast<Qt::TimeSpec>(spec));
     else if (spec == Qt::OffsetFromUTC)
         time = QDateTime(date, clock, Qt::OffsetFromUTC, offset);
-    else if (const QTimeZone known = zoneNamed(zone); known.isValid()) // Qt cannot write a time in another
-        time = QDateTime(date, clock, known);
+    else if (zone.isValid()) // Qt cannot write a time in another
+        time = QDateTime(date, clock, zone);
+    if (zone.id().startsWith("UTC")) // nor simply name one of these
+        time = time.toOffsetFromUtc(time.offsetFromUtc());
+}
+
+QTimeZone Reader::readZone()
+{
+    QString name;
+    (*this)(name);
+    if (name != QLatin1String("OffsetFromUtc"))
+        return zoneNamed(name);
+    QString text;
+    qint32 offset = 0;
+    qint32 country = 0;
+    (*this)(text);
+    (*this)(offset);
+    (*this)(text);
+    (*this)(text);
+    (*this)(country);
+    (*this)(text);
+    return QTimeZone(offset);
 }
 
 const char* Reader::skip(std::size_t size)
