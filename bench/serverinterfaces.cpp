@@ -83,9 +83,9 @@ Sides bindingGrowth()
     return {timed([large] { large->bindAll(); }), timed(bindSmall, equalWork)};
 }
 
-const bool added = addFigure({"server_interfaces_100_growth_over_10",
-                              "itself with 10 servers: bound, mirrored and ready", 12, Unit::Time,
-                              bindingGrowth});
+const bool added =
+    addFigure({"server_interfaces_100_growth_over_10", "itself with 10 servers: bound, mirrored and ready",
+               12, Unit::Time, bindingGrowth});
 
 } // namespace
 

@@ -117,9 +117,13 @@ void AdminNodes::withdraw()
     const QHash<Observable*, RequestNode> listened = std::exchange(m_requestNodes, {});
     for (auto it = listened.begin(); it != listened.end(); ++it)
         it.key()->Detach(this);
-    m_tree->Remove(path(QStringLiteral("WorkingState")));
-    if (life == m_life)
-        m_tree->Remove(m_installation.basePath());
+    // What clients add to goes early: what came below it while the rest goes would stay.
+    for (const char* first : {"WorkingState", "RequestsNode", "Clients"}) {
+        m_tree->Remove(path(QLatin1String(first)));
+        if (life != m_life)
+            return;
+    }
+    m_tree->Remove(m_installation.basePath());
 }
 
 void AdminNodes::setWorkingState(int state)

@@ -4,6 +4,8 @@
 
 #include <startup/errorhandler.h>
 
+#include <QtNumeric>
+
 namespace KoltaCli {
 
 namespace {
@@ -34,6 +36,12 @@ void CommandLine::addArguments(const QString& name, const QString& description)
 {
     addArgument(name, description);
     m_endless = true;
+}
+
+void CommandLine::addOptionalArguments(const QString& name, const QString& description)
+{
+    addArguments(name, description);
+    m_optional = true;
 }
 
 void CommandLine::addOption(const QCommandLineOption& option)
@@ -77,7 +85,7 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
         return eExitOk;
     }
     const QStringList given = m_parser.positionalArguments();
-    if (given.size() < m_arguments.size())
+    if (given.size() < m_arguments.size() - (m_optional ? 1 : 0))
         return usageError(QStringLiteral("%1 is missing").arg(m_arguments.at(given.size())));
     if (given.size() > m_arguments.size() && !m_endless)
         return usageError(QStringLiteral("unexpected argument \"%1\"").arg(given.at(m_arguments.size())));
@@ -107,6 +115,18 @@ std::optional<int> CommandLine::number(const QString& option, int minimum, int m
     const QString dashes = option.size() == 1 ? QStringLiteral("-") : QStringLiteral("--");
     usageError(QStringLiteral("%1 wants a whole number from %2 to %3, not \"%4\"")
                    .arg(dashes + option, QString::number(minimum), QString::number(maximum), value(option)));
+    return std::nullopt;
+}
+
+std::optional<double> CommandLine::hertz(const QString& option) const
+{
+    if (!isSet(option))
+        return 0.0;
+    bool isNumber = false;
+    const double hertz = value(option).toDouble(&isNumber);
+    if (isNumber && hertz > 0 && qIsFinite(hertz))
+        return hertz;
+    usageError(QStringLiteral("--%1 wants a number of Hz above 0, not \"%2\"").arg(option, value(option)));
     return std::nullopt;
 }
 

@@ -21,6 +21,8 @@ public:
     void addArgument(const QString& name, const QString& description);
     /// The last argument, given once or several times.
     void addArguments(const QString& name, const QString& description);
+    /// The last argument, given any number of times or not at all.
+    void addOptionalArguments(const QString& name, const QString& description);
     void addOption(const QCommandLineOption& option);
     /// Adds --faults, see Session::loadFaultTexts().
     void addFaultsOption();
@@ -45,6 +47,9 @@ public:
     std::optional<int> readEndpoint(int index, Endpoint& endpoint) const;
     /// An option as a whole number in [minimum, maximum]; prints an error and gives nothing when it is not.
     std::optional<int> number(const QString& option, int minimum, int maximum) const;
+    /// An option as a number of Hz, 0 when it was not given; prints an error and gives nothing when it is
+    /// none above 0.
+    std::optional<double> hertz(const QString& option) const;
     /// --timeout in milliseconds.
     std::optional<int> timeoutMs() const;
     /// Prints an error that says where to find help, and gives eExitUsage.
@@ -56,8 +61,9 @@ private:
     QCommandLineParser m_parser;
     QString m_name;
     QStringList m_arguments;
-    QStringList m_options;  ///< as they are typed
-    bool m_endless = false; ///< the last of them may be repeated
+    QStringList m_options;   ///< as they are typed
+    bool m_endless = false;  ///< the last of them may be repeated
+    bool m_optional = false; ///< the last of them may be missing
 };
 
 } // namespace KoltaCli

@@ -27,6 +27,26 @@ int runClasses(const QStringList& arguments);
 int runSelect(const QStringList& arguments);
 /// Gives tuners to several classes at once.
 int runPlan(const QStringList& arguments);
+/// Tells how the servers are.
+int runStatus(const QStringList& arguments);
+/// Prints what happens on the servers until interrupted.
+int runWatch(const QStringList& arguments);
+/// Starts a production, with the tuner that it needs.
+int runProduce(const QStringList& arguments);
+/// Lists what runs.
+int runProductions(const QStringList& arguments);
+/// Moves an FFP to another MCP.
+int runMove(const QStringList& arguments);
+/// Stops productions and processors.
+int runStop(const QStringList& arguments);
+/// Switches units on or off.
+int runPower(const QStringList& arguments);
+/// Works on the short-time profiles of a server, or on files of them.
+int runProfiles(const QStringList& arguments);
+/// Works on the assignments of profiles to FFPs.
+int runAssignments(const QStringList& arguments);
+/// Works on the results of conversions of recordings.
+int runConversions(const QStringList& arguments);
 /// Lists what the user who is logged in may do.
 int runRights(const QStringList& arguments);
 

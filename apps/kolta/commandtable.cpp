@@ -24,6 +24,18 @@ const QVector<Command>& allCommands()
         {"select", "choose the tuner of a class, and tell why that one", runSelect},
         {"plan", "give tuners to several classes at once", runPlan},
 
+        {"status", "tell how the servers are", runStatus},
+        {"watch", "print what happens on the servers until Ctrl-C", runWatch},
+        {"produce", "start a production, with the tuner that it needs", runProduce},
+        {"productions", "list what runs", runProductions},
+        {"move", "move an FFP to another MCP", runMove},
+        {"stop", "stop productions", runStop},
+        {"power", "switch units on or off", runPower},
+
+        {"profiles", "import, list, show, export or compare short-time profiles", runProfiles},
+        {"assignments", "list, show or set what FFPs are to look for", runAssignments},
+        {"conversions", "list, start, finish or tidy up conversions of recordings", runConversions},
+
         {"rights", "list what the user may do", runRights},
     };
     return commands;

@@ -15,7 +15,10 @@ namespace KoltaCli {
 using Kolta::KoltaConnection;
 
 Demo::Demo(const KoltaSimulation::Installation& installation, bool json, int timeoutMs)
-    : m_report(json), m_timeoutMs(timeoutMs), m_server(installation)
+    : m_report(json)
+    , m_timeoutMs(timeoutMs)
+    , m_server(installation)
+    , m_productions(m_report, m_server, timeoutMs)
 {
 }
 
@@ -24,9 +27,25 @@ Demo::~Demo() = default;
 int Demo::run()
 {
     using Step = bool (Demo::*)();
-    static constexpr Step steps[] = {&Demo::startServer,     &Demo::connectAndDescribe, &Demo::loadFaultTexts,
-                                     &Demo::mirrorResources, &Demo::followChanges,      &Demo::askInVain,
-                                     &Demo::surviveLostLink, &Demo::allocateTuners};
+    // One line each.
+    static constexpr Step steps[] = {
+        &Demo::startServer,        //
+        &Demo::connectAndDescribe, //
+        &Demo::loadFaultTexts,     //
+        &Demo::mirrorResources,    //
+        &Demo::followChanges,      //
+        &Demo::askInVain,          //
+        &Demo::surviveLostLink,    //
+        &Demo::allocateTuners,     //
+        &Demo::bringUpServer,      //
+        &Demo::startProduction,    //
+        &Demo::refuseProduction,   //
+        &Demo::moveFfp,            //
+        &Demo::endOneMcp,          //
+        &Demo::surviveServer,      //
+        &Demo::stopProductions,    //
+        &Demo::shareShortTime,     //
+    };
     for (const Step step : steps) {
         if (!(this->*step)())
             break;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "demoproductions.h"
 #include "demoreport.h"
+#include "demoshorttime.h"
 #include "requesttracker.h"
 #include "session.h"
 #include "temporaryconfiguration.h"
@@ -46,6 +48,14 @@ private:
     bool askInVain();
     bool surviveLostLink();
     bool allocateTuners();
+    bool bringUpServer() { return m_productions.bringUpServer(); }
+    bool startProduction() { return m_productions.startProduction(); }
+    bool refuseProduction() { return m_productions.refuseProduction(); }
+    bool moveFfp() { return m_productions.moveFfp(); }
+    bool endOneMcp() { return m_productions.endOneMcp(); }
+    bool surviveServer() { return m_productions.surviveServer(m_session.get()); }
+    bool stopProductions() { return m_productions.stopProductions(); }
+    bool shareShortTime() { return shareShortTimeData(m_report, m_server, m_timeoutMs); }
     bool summarise();
 
     XmlCommon::ptrCXmlMessage ask(const XmlCommon::CMsgFragment& query);
@@ -63,6 +73,7 @@ private:
     std::unique_ptr<Session> m_session;
     std::unique_ptr<RequestTracker> m_tracker;
     std::unique_ptr<Kolta::KoltaResourceObserver> m_resources;
+    DemoProductions m_productions;
     bool m_faultTextsArrived = false;
 };
 

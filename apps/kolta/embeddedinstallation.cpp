@@ -3,8 +3,15 @@
 #include "commandline.h"
 #include "output.h"
 
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/koltaserverregistry.h>
+
+#include <QCoreApplication>
+#include <QEvent>
+
 namespace KoltaCli {
 
+using Kolta::KoltaServerRegistry;
 using KoltaSimulation::Installation;
 using KoltaSimulation::SimulatedServer;
 
@@ -56,6 +63,32 @@ void EmbeddedInstallation::share(const std::shared_ptr<EmbeddedInstallation>& in
     shared() = installation;
 }
 
+EmbeddedInstallation::~EmbeddedInstallation()
+{
+    forgetInterfaces();
+}
+
+QVector<Kolta::KoltaServerInterface*> EmbeddedInstallation::interfaces()
+{
+    QVector<Kolta::KoltaServerInterface*> interfaces;
+    for (const auto& server : m_servers) {
+        const Installation& installation = server->installation();
+        auto* const known =
+            KoltaServerRegistry::Instance().addServer(installation.serverName(), installation.basePath());
+        if (known)
+            interfaces.append(known);
+    }
+    return interfaces;
+}
+
+void EmbeddedInstallation::forgetInterfaces() const
+{
+    for (const auto& server : m_servers)
+        KoltaServerRegistry::Instance().removeServer(server->installation().serverName());
+    // Not later: what comes next may publish other servers at these paths.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
 bool EmbeddedInstallation::isShared()
 {
     return !shared().expired();
@@ -65,6 +98,7 @@ EmbeddedInstallation::Withdrawal::Withdrawal() : m_withdrawn(shared().lock())
 {
     if (!m_withdrawn)
         return;
+    m_withdrawn->forgetInterfaces();
     for (const auto& server : m_withdrawn->m_servers)
         server->withdraw();
 }
@@ -83,11 +117,18 @@ bool EmbeddedInstallation::add(const QString& folder)
         printError(error);
         return false;
     }
-    for (const auto& other : m_servers) {
-        if (other->installation().basePath() != installation.basePath())
-            continue;
-        printError(QStringLiteral("%1: the base path %2 is already taken, expected one of its own")
+    if (!installation.basePath().startsWith(QLatin1String("/ConnectManager/"))) {
+        printError(QStringLiteral("%1: found the base path %2, expected one below /ConnectManager")
                        .arg(folder, installation.basePath()));
+        return false;
+    }
+    for (const auto& other : m_servers) {
+        const bool samePath = other->installation().basePath() == installation.basePath();
+        if (!samePath && other->installation().serverName() != installation.serverName())
+            continue;
+        printError(QStringLiteral("%1: the %2 %3 is already taken, expected one of its own")
+                       .arg(folder, samePath ? QStringLiteral("base path") : QStringLiteral("name"),
+                            samePath ? installation.basePath() : installation.serverName()));
         return false;
     }
     m_servers.push_back(std::make_unique<SimulatedServer>(installation));

@@ -6,9 +6,14 @@
 #include <simulation/simulatedserver.h>
 
 #include <QString>
+#include <QVector>
 
 #include <memory>
 #include <vector>
+
+namespace Kolta {
+class KoltaServerInterface;
+}
 
 namespace KoltaCli {
 
@@ -31,6 +36,10 @@ class CommandLine;
 class EmbeddedInstallation
 {
 public:
+    ~EmbeddedInstallation();
+    EmbeddedInstallation(const EmbeddedInstallation&) = delete;
+    EmbeddedInstallation& operator=(const EmbeddedInstallation&) = delete;
+
     /// Declares --installation, which may be given several times: one server each.
     static void declareOptions(CommandLine& line);
     /// The one that is shared, or else one that is loaded and published as --installation says. Prints an
@@ -40,8 +49,8 @@ public:
     /// Makes this the one that start() gives to everybody for as long as it lives.
     static void share(const std::shared_ptr<EmbeddedInstallation>& installation);
     static bool isShared();
-    /// While this lives the shared installation, if there is one, is not published: for a command that
-    /// publishes servers of its own at the same paths.
+    /// While this lives the shared installation, if there is one, is not published, and nobody knows its
+    /// servers: for a command that publishes servers of its own at the same paths.
     class Withdrawal
     {
     public:
@@ -59,6 +68,9 @@ public:
     {
         return m_servers;
     }
+    /// What an application has of these servers, in the same order; made on first use and kept, with plans
+    /// and mirrors, until this dies. The one place from which commands get the servers that they work on.
+    QVector<Kolta::KoltaServerInterface*> interfaces();
     /// The first one.
     KoltaSimulation::SimulatedServer& server() const { return *m_servers.front(); }
     /// Where the files of the first one lie.
@@ -81,6 +93,7 @@ private:
     EmbeddedInstallation() = default;
     bool add(const QString& folder);
     void publish() const;
+    void forgetInterfaces() const;
     bool report(bool bound, const QString& name, const QString& error) const;
 
     TemporaryConfiguration m_configuration;

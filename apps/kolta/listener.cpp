@@ -1,5 +1,6 @@
 #include "listener.h"
 
+#include "liveoutput.h"
 #include "messagejson.h"
 #include "output.h"
 #include "session.h"
@@ -9,41 +10,9 @@
 #include <koltacommon/koltaconnection.h>
 #include <xmlmessaging/messagecodec.h>
 
-#include <QDateTime>
-#include <QSocketNotifier>
-
-#include <memory>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace KoltaCli {
 
 using Kolta::KoltaConnection;
-
-namespace {
-
-QString now()
-{
-    return QDateTime::currentDateTime().toString(Qt::ISODateWithMs);
-}
-
-/// Sees that the reader of a pipe has gone also while there is nothing to print. Null when the output is no
-/// pipe.
-std::unique_ptr<QSocketNotifier> watchOutput()
-{
-    struct stat status = {};
-    if (::fstat(STDOUT_FILENO, &status) != 0 || !S_ISFIFO(status.st_mode))
-        return nullptr;
-    auto notifier = std::make_unique<QSocketNotifier>(STDOUT_FILENO, QSocketNotifier::Exception);
-    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [watch = notifier.get()] {
-        watch->setEnabled(false);
-        setOutputLost();
-    });
-    return notifier;
-}
-
-} // namespace
 
 Listener::Listener(Session& session, bool json, int count) : m_session(session), m_json(json), m_count(count)
 {

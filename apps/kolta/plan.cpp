@@ -66,8 +66,13 @@ int runPlan(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("plan"),
                      QStringLiteral("Gives each class a free tuner of its own, in a simulated installation "
-                                    "inside this process: each in turn its cheapest one that is left."));
-    line.addArguments(QStringLiteral("CLASS"), QStringLiteral("Name of a tuner class; also repeatedly."));
+                                    "inside this process: each in turn its cheapest one that is left. Within "
+                                    "a shell the tuners stay planned if all classes got one."));
+    line.addOptionalArguments(QStringLiteral("CLASS"),
+                              QStringLiteral("Name of a tuner class; also repeatedly."));
+    const QString clearOption = QStringLiteral("clear");
+    line.addOption(
+        {clearOption, QStringLiteral("Give back first what is planned; then no class is needed.")});
     line.addOption({QStringLiteral("optimal"),
                     QStringLiteral("Share the tuners out so that all are served whenever that is possible, "
                                    "at the least total cost.")});
@@ -76,22 +81,33 @@ int runPlan(const QStringList& arguments)
     EmbeddedInstallation::declareOptions(line);
     if (const auto exitCode = line.parse(arguments))
         return *exitCode;
+    const QStringList classNames = line.arguments();
+    const bool clear = line.isSet(clearOption);
+    if (classNames.isEmpty() && !clear)
+        return line.usageError(QStringLiteral("CLASS is missing"));
     const auto allocation = TunerAllocation::start(line);
     if (!allocation)
         return eExitFailed;
-    const QStringList classNames = line.arguments();
     for (const QString& name : classNames) {
         if (!allocation->knowsClass(name))
             return eExitFailed;
     }
 
-    Kolta::TunerBookingManager manager;
-    manager.init(allocation->resources());
+    Kolta::TunerBookingManager& manager = allocation->booking();
+    if (clear)
+        manager.clearPlanning();
+    if (classNames.isEmpty())
+        return eExitOk;
     const bool all = line.isSet(QStringLiteral("all"));
     const auto tuners = all ? manager.getAllTuners() : manager.getFreeTuners();
     const auto makePlan = line.isSet(QStringLiteral("optimal")) ? planOptimally : planGreedily;
     TunerPlan plan = makePlan(allocation->tree(), tuners, classNames);
     book(plan, manager);
+    // Half a plan is of no use to anybody.
+    for (const TunerPlan::Request& request : qAsConst(plan.requests)) {
+        if (request.booked && !plan.holds())
+            manager.undoTunerPlanning(guidOf(request.tuner));
+    }
     if (line.json()) {
         printObjects(plan);
     } else {

@@ -2,50 +2,15 @@
 #include "commands.h"
 #include "embeddedinstallation.h"
 #include "output.h"
+#include "users.h"
 
 #include <koltacommon/userrights.h>
-#include <usermanagement/activeuserproxy.h>
 
 namespace KoltaCli {
 
 using Kolta::UserRights;
-using Nax::ActiveUserProxy;
 
 namespace {
-
-/// The users of a file are the installation's while this lives; after that there are none.
-class Users
-{
-public:
-    explicit Users(const QString& file) : m_rights(UserRights::Instance())
-    {
-        m_rights.Initialize();
-        m_good = m_rights.InitForStandalone(file);
-    }
-    ~Users() { m_rights.InitForStandalone(QString()); }
-    Users(const Users&) = delete;
-    Users& operator=(const Users&) = delete;
-
-    /// Logs a user in, if there is a name. Prints an error and gives false when that fails.
-    bool logIn(const QString& name) const
-    {
-        ActiveUserProxy& proxy = ActiveUserProxy::Instance();
-        if (!m_good) {
-            printError(proxy.ConfigurationError());
-        } else if (!name.isNull() && !proxy.LogIn(name)) {
-            const QString known = proxy.GetUserNames().join(QStringLiteral(", "));
-            printError(QStringLiteral("there is no user \"%1\"; known: %2")
-                           .arg(name, known.isEmpty() ? QStringLiteral("none") : known));
-        } else {
-            return true;
-        }
-        return false;
-    }
-
-private:
-    UserRights& m_rights;
-    bool m_good = false;
-};
 
 /// One object per right.
 void printObjects(const UserRights& rights)
@@ -85,16 +50,15 @@ int runRights(const QStringList& arguments)
         QStringLiteral("rights"),
         QStringLiteral("Lists the management rights, and which of them the user who is logged in "
                        "to a simulated installation inside this process holds."));
-    line.addOption({QStringLiteral("user"), QStringLiteral("Log this user in first, for this command only."),
-                    QStringLiteral("name")});
+    Users::declareOption(line);
     EmbeddedInstallation::declareOptions(line);
     if (const auto exitCode = line.parse(arguments))
         return *exitCode;
     const auto installation = EmbeddedInstallation::start(line);
     if (!installation)
         return eExitFailed;
-    const Users users(installation->folder() + QStringLiteral("/users.xml"));
-    if (!users.logIn(line.isSet(QStringLiteral("user")) ? line.value(QStringLiteral("user")) : QString()))
+    const Users users(*installation, line);
+    if (!users.areKnown())
         return eExitFailed;
     if (line.json())
         printObjects(UserRights::Instance());

@@ -4,7 +4,7 @@
 #include "tunerallocation.h"
 #include "tunertables.h"
 
-#include <koltacommon/tunerclassresourceselector.h>
+#include <koltacommon/tunerselection.h>
 
 namespace KoltaCli {
 
@@ -91,11 +91,7 @@ int runSelect(const QStringList& arguments)
     if (!allocation || !allocation->knowsClass(className))
         return eExitFailed;
 
-    Kolta::TunerClassResourceSelector selector;
-    selector.setTunerClassOverview(allocation->tree().getOriginalTunerClassOverview());
-    selector.setResourceOverview(allocation->resources().GetCurrentResources());
-    const TunerSelection selection =
-        selector.explainSelection(className, {}, line.values(QStringLiteral("storage")));
+    const TunerSelection selection = allocation->explain(className, line.values(QStringLiteral("storage")));
     print(*allocation, selection, line.json(), line.isSet(QStringLiteral("explain")));
     if (selection.chosen())
         return eExitOk;

@@ -1,13 +1,9 @@
 #include "session.h"
 
+#include "eventwait.h"
 #include "interruption.h"
 
 #include <koltacommon/faultmessagehandler.h>
-
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
-#include <QTimer>
 
 namespace KoltaCli {
 
@@ -81,14 +77,7 @@ XmlCommon::ptrCXmlMessage Session::request(const XmlCommon::ptrCXmlMessage& mess
 
 bool Session::waitFor(const std::function<bool()>& done, int timeoutMs)
 {
-    const QDeadlineTimer deadline(timeoutMs);
-    QTimer wakeUp;
-    wakeUp.setSingleShot(true);
-    while (!done() && !m_closed && !isInterrupted() && !deadline.hasExpired()) {
-        if (!deadline.isForever())
-            wakeUp.start(static_cast<int>(deadline.remainingTime()) + 1);
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
+    waitUntil([&] { return m_closed || done(); }, timeoutMs);
     return done();
 }
 

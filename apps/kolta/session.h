@@ -1,6 +1,7 @@
 #pragma once
 
 #include "endpoint.h"
+#include "eventwait.h"
 
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/koltaconnection.h>
@@ -23,7 +24,7 @@ class Session : public QObject
 
 public:
     /// A waiting time without end.
-    static constexpr int forever = -1;
+    static constexpr int forever = waitForever;
 
     explicit Session(const Endpoint& endpoint);
     /// Closes the link and waits at most a second for it.

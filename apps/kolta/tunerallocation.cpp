@@ -2,8 +2,11 @@
 
 #include "output.h"
 
+#include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/resourcedemandclassobserver.h>
+#include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassesobserver.h>
+#include <koltacommon/tunerclassresourceselector.h>
 
 #include <utility>
 
@@ -11,9 +14,16 @@ namespace KoltaCli {
 
 using Kolta::ptrTunerClassTreeItem;
 
-TunerAllocation::TunerAllocation(std::shared_ptr<EmbeddedInstallation> installation)
-    : m_installation(std::move(installation))
+TunerAllocation::TunerAllocation(Kolta::KoltaServerInterface& server)
+    : m_server(server)
+    , m_tree(server.getTunerClassObserver().getTunerClassTree(
+          server.getResourceObserver().GetCurrentResources()))
 {
+    const auto& classes = server.getTunerClassObserver().getTunerClassOverview();
+    m_isDefault = classes.GetTunerClass().isEmpty();
+    if (m_isDefault)
+        m_tree->createDefaultHierarchy(
+            server.getRdcObserver().GetCurrentDemandClasses().GetResourceDemandClass());
 }
 
 std::unique_ptr<TunerAllocation> TunerAllocation::start(const CommandLine& line)
@@ -21,23 +31,41 @@ std::unique_ptr<TunerAllocation> TunerAllocation::start(const CommandLine& line)
     auto installation = EmbeddedInstallation::start(line);
     if (!installation)
         return nullptr;
-    std::unique_ptr<TunerAllocation> allocation(new TunerAllocation(std::move(installation)));
-    return allocation->makeTree() ? std::move(allocation) : nullptr;
+    auto allocation = std::make_unique<TunerAllocation>(*installation->interfaces().first());
+    allocation->m_installation = std::move(installation);
+    return allocation;
 }
 
-bool TunerAllocation::makeTree()
+const Kolta::KoltaResourceObserver& TunerAllocation::resources() const
 {
-    Kolta::TunerClassesObserver classes;
-    Kolta::ResourceDemandClassObserver demandClasses;
-    if (!m_installation->mirror(m_resources, QStringLiteral("Resources")) ||
-        !m_installation->mirror(classes, QStringLiteral("TunerClasses")) ||
-        !m_installation->mirror(demandClasses, QStringLiteral("DemandClasses")))
-        return false;
-    m_tree = classes.getTunerClassTree(m_resources.GetCurrentResources());
-    m_isDefault = classes.getTunerClassOverview().GetTunerClass().isEmpty();
-    if (m_isDefault)
-        m_tree->createDefaultHierarchy(demandClasses.GetCurrentDemandClasses().GetResourceDemandClass());
-    return true;
+    return m_server.getResourceObserver();
+}
+
+const QString& TunerAllocation::serverName() const
+{
+    return m_server.getAddress();
+}
+
+Kolta::TunerBookingManager& TunerAllocation::booking() const
+{
+    return m_server.getBookingManager();
+}
+
+Kolta::TunerSelection TunerAllocation::explain(const QString& className, const QStringList& storages) const
+{
+    const auto isPlanned = [this](const RESOURCEMANAGEMENT::Tuner& tuner) {
+        return booking().getTunerState(tuner.GetTavikResource().GetGUID()) ==
+               Kolta::TunerBookingManager::ePlanned;
+    };
+    return selector().explainSelection(className, isPlanned, storages);
+}
+
+Kolta::TunerClassResourceSelector TunerAllocation::selector() const
+{
+    Kolta::TunerClassResourceSelector selector;
+    selector.setTunerClassOverview(m_tree->getOriginalTunerClassOverview());
+    selector.setResourceOverview(resources().GetCurrentResources());
+    return selector;
 }
 
 void TunerAllocation::printOrigin() const
@@ -47,18 +75,25 @@ void TunerAllocation::printOrigin() const
                       .arg(serverName()));
 }
 
-bool TunerAllocation::knowsClass(const QString& name) const
+QString TunerAllocation::problemOfClass(const QString& name) const
 {
     if (m_tree->findClassItemByName(name))
-        return true;
+        return {};
     QStringList names;
     m_tree->getRootItem()->applyToAllDescendants([&names](const ptrTunerClassTreeItem& item) {
         if (item->isClassItem())
             names.append(item->getName());
     });
-    const QString known = names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
-    printError(QStringLiteral("there is no tuner class \"%1\"; known: %2").arg(name, known));
-    return false;
+    return QStringLiteral("there is no tuner class \"%1\"; known: %2")
+        .arg(name, names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", ")));
+}
+
+bool TunerAllocation::knowsClass(const QString& name) const
+{
+    const QString problem = problemOfClass(name);
+    if (!problem.isEmpty())
+        printError(problem);
+    return problem.isEmpty();
 }
 
 } // namespace KoltaCli

@@ -114,8 +114,8 @@ QString selectionTable(const Kolta::TunerSelection& selection)
 QString refusalSummary(const Kolta::TunerSelection& selection)
 {
     QStringList texts;
-    for (const TunerRefusal refusal :
-         {TunerRefusal::NotAccessible, TunerRefusal::NotIdle, TunerRefusal::NoMatchingStorage}) {
+    for (const TunerRefusal refusal : {TunerRefusal::NotAccessible, TunerRefusal::NotIdle,
+                                       TunerRefusal::Excluded, TunerRefusal::NoMatchingStorage}) {
         int count = 0;
         for (const TunerCandidate& candidate : selection.candidates)
             count += candidate.refusal == refusal ? 1 : 0;

@@ -1,5 +1,7 @@
 #include <values/observable.h>
 
+#include <values/destruction.h>
+
 #include <algorithm>
 
 namespace {
@@ -54,9 +56,17 @@ Observable::~Observable()
 {
     for (Walk* walk = m_walk; walk; walk = walk->outer)
         walk->source = nullptr;
+    std::vector<values::Weak<IObserver>> toTell;
     for (const Slot& slot : m_slots) {
-        if (slot.observer)
-            slot.observer->forget(slot.link);
+        if (!slot.observer)
+            continue;
+        slot.observer->forget(slot.link);
+        if (dynamic_cast<values::IDestructionObserver*>(slot.observer))
+            toTell.emplace_back(slot.observer);
+    }
+    for (const auto& weak : toTell) {
+        if (auto* const observer = dynamic_cast<values::IDestructionObserver*>(weak.Get()))
+            observer->OnDestroyed(this);
     }
 }
 

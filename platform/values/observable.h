@@ -64,7 +64,7 @@ class Observable
 {
 public:
     Observable();
-    /// Frees its observers without telling them; a notification that runs ends with the call that it is in.
+    /// Frees its observers and tells only IDestructionObservers; a running notification ends with its call.
     virtual ~Observable();
 
     /// Attaching twice has no further effect; null is ignored.

@@ -1,3 +1,4 @@
+#include "../rows.h"
 #include "program.h"
 
 #include <xmlmessaging/server.h>
@@ -60,32 +61,41 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
-    for (const char* command : {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes",
-                                "select", "plan", "rights", "shell"})
+    for (const char* command :
+         {"demo",        "describe", "send",   "listen", "ping",     "demand-classes", "classes",
+          "select",      "plan",     "rights", "shell",  "status",   "watch",          "produce",
+          "productions", "move",     "stop",   "power",  "profiles", "assignments",    "conversions"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
-    QTest::newRow("help") << "--help" << 0 << "Exit codes: 0 done, 1 failed, 2 wrong usage";
-    QTest::newRow("version") << "--version" << 0 << "kolta ";
-    QTest::newRow("no command") << "" << 2 << "a command is missing";
-    QTest::newRow("unknown command") << "dance" << 2 << "there is no command \"dance\"";
-    QTest::newRow("unknown option") << "ping --fast 127.0.0.1:1" << 2 << "Unknown option 'fast'. Try";
-    QTest::newRow("no address") << "describe" << 2 << "HOST:PORT is missing";
-    QTest::newRow("no file") << "send 127.0.0.1:1" << 2 << "FILE is missing";
-    QTest::newRow("too many") << "describe 127.0.0.1:1 x" << 2 << "unexpected argument \"x\"";
-    QTest::newRow("port 0") << "ping 127.0.0.1:0" << 2 << "expected a number from 1 to 65535";
-    QTest::newRow("port too high") << "listen 127.0.0.1:70000" << 2 << "expected a number from 1 to 65535";
-    QTest::newRow("port no number") << "send 127.0.0.1:abc x" << 2 << "\"abc\" is not a port";
-    QTest::newRow("no count") << "ping -n 0 127.0.0.1:1" << 2 << "-n wants a whole number from 1 to";
-    QTest::newRow("no time") << "describe --timeout 0 127.0.0.1:1" << 2
-                             << "--timeout wants a whole number from 1 to";
-    QTest::newRow("no such host") << "describe nowhere.invalid:1" << 1
-                                  << "cannot find the host \"nowhere.invalid\"";
-    QTest::newRow("no installation") << "demo --installation /nowhere" << 1 << "/nowhere: no such folder";
-    QTest::newRow("no application type") << "demand-classes" << 2 << "--app-type wants one of scp, mcp";
-    QTest::newRow("application type 0") << "demand-classes --app-type 0" << 2 << "not \"0\". Try";
-    QTest::newRow("no such tuner") << "demand-classes --app-type ffp --tuner {0}" << 1
-                                   << "there is no tuner with the GUID \"{0}\"";
-    QTest::newRow("no message") << "send 127.0.0.1:1 /nowhere" << 1 << "cannot read /nowhere";
+    addRow("help", "--help", 0, "Exit codes: 0 done, 1 failed, 2 wrong usage");
+    addRow("version", "--version", 0, "kolta ");
+    addRow("no command", "", 2, "a command is missing");
+    addRow("unknown command", "dance", 2, "there is no command \"dance\"");
+    addRow("unknown option", "ping --fast 127.0.0.1:1", 2, "Unknown option 'fast'. Try");
+    addRow("no address", "describe", 2, "HOST:PORT is missing");
+    addRow("no file", "send 127.0.0.1:1", 2, "FILE is missing");
+    addRow("too many", "describe 127.0.0.1:1 x", 2, "unexpected argument \"x\"");
+    addRow("port too high", "listen 127.0.0.1:70000", 2, "expected a number from 1 to 65535");
+    addRow("no count", "ping -n 0 127.0.0.1:1", 2, "-n wants a whole number from 1 to");
+    addRow("no time", "describe --timeout 0 127.0.0.1:1", 2, "--timeout wants a whole number from 1 to");
+    addRow("no such host", "describe nowhere.invalid:1", 1, "cannot find the host \"nowhere.invalid\"");
+    addRow("no installation", "demo --installation /nowhere", 1, "/nowhere: no such folder");
+    addRow("no application type", "demand-classes", 2, "--app-type wants one of scp, mcp");
+    addRow("application type 0", "demand-classes --app-type 0", 2, "not \"0\". Try");
+    addRow("no such tuner", "demand-classes --app-type ffp --tuner {0}", 1,
+           "there is no tuner with the GUID \"{0}\"");
+    addRow("no message", "send 127.0.0.1:1 /nowhere", 1, "cannot read /nowhere");
+    addRow("no kind", "produce dsc --class HF", 2, "\"dsc\" is no kind of production");
+    addRow("no class", "produce mcp", 2, "--class is missing");
+    addRow("no MCP in an MCP", "produce mcp --class HF --mcp x", 2, "--mcp is for an FFP");
+    addRow("no frequency", "produce scp --class HF --frequency 1MHz", 2, "wants a number of Hz");
+    addRow("no bandwidth", "produce ffp --bandwidth -1", 2, "--bandwidth wants a number of Hz");
+    addRow("nothing to stop", "stop", 2, "GUID or --all is missing");
+    addRow("too much to stop", "stop --all x", 2, "--all leaves nothing to be named");
+    addRow("no target", "move x", 2, "MCP is missing");
+    addRow("no switch", "power dim x", 2, "\"dim\" is no switch: expected one of on, off, ");
+    addRow("no period", "watch --activity --period 0", 2, "--period wants a whole number");
+    addRow("no such server", "status --server S9", 1, "no server \"S9\"; known: S1\n");
 }
 
 void TestKolta::takesItsWords()
@@ -105,14 +115,10 @@ void TestKolta::reachesEveryAddress_data()
 {
     QTest::addColumn<QString>("listen");
     QTest::addColumn<QString>("ask"); ///< the host
-    QTest::newRow("IPv4") << "127.0.0.1:0"
-                          << "127.0.0.1";
-    QTest::newRow("name") << "127.0.0.1:0"
-                          << "localhost";
-    QTest::newRow("IPv6") << "[::1]:0"
-                          << "::1";
-    QTest::newRow("IPv6 in brackets") << "::1:0"
-                                      << "[::1]";
+    addRow("IPv4", "127.0.0.1:0", "127.0.0.1");
+    addRow("name", "127.0.0.1:0", "localhost");
+    addRow("IPv6", "[::1]:0", "::1");
+    addRow("IPv6 in brackets", "::1:0", "[::1]");
 }
 
 void TestKolta::reachesEveryAddress()
@@ -142,26 +148,16 @@ void TestKolta::namesWhatIsWrongWithTheServer_data()
 {
     QTest::addColumn<QString>("misbehaviour");
     QTest::addColumn<QString>("error");
-    QTest::newRow("refuses") << "refuse"
-                             << "cannot connect to %1: Connection refused";
-    QTest::newRow("never answers") << "silent"
-                                   << "%1 takes connections, but has not answered within 1 s";
-    QTest::newRow("never reads") << "stop-reading"
-                                 << "%1 takes connections, but has not answered within 1 s";
-    QTest::newRow("answers somebody else") << "wrong-id"
-                                           << "%1 takes connections, but has not answered within 1 s";
-    QTest::newRow("stops answering") << "silent,after=2"
-                                     << "no reply from %1 within 1 s";
-    QTest::newRow("closes") << "close-at-once"
-                            << "The remote host closed the connection";
-    QTest::newRow("resets for ever") << "reset"
-                                     << "the link to %1 failed: The remote host closed the connection";
-    QTest::newRow("garbage") << "garbage"
-                             << "the link to %1 failed: no chunk at byte 0";
-    QTest::newRow("broken XML") << "broken-xml"
-                                << "the link to %1 failed: text ends inside an element at byte";
-    QTest::newRow("oversize") << "oversize,component=Application"
-                              << "the link to %1 failed: message too large";
+    addRow("refuses", "refuse", "cannot connect to %1: Connection refused");
+    addRow("never answers", "silent", "%1 takes connections, but has not answered within 1 s");
+    addRow("never reads", "stop-reading", "%1 takes connections, but has not answered within 1 s");
+    addRow("answers somebody else", "wrong-id", "%1 takes connections, but has not answered within 1 s");
+    addRow("stops answering", "silent,after=2", "no reply from %1 within 1 s");
+    addRow("closes", "close-at-once", "The remote host closed the connection");
+    addRow("resets for ever", "reset", "the link to %1 failed: The remote host closed the connection");
+    addRow("garbage", "garbage", "the link to %1 failed: no chunk at byte 0");
+    addRow("broken XML", "broken-xml", "the link to %1 failed: text ends inside an element at byte");
+    addRow("oversize", "oversize,component=Application", "the link to %1 failed: message too large");
 }
 
 void TestKolta::namesWhatIsWrongWithTheServer()
@@ -190,34 +186,25 @@ void TestKolta::sends_data()
     QTest::addColumn<QString>("error");  ///< a part of it
     const QStringList input{words("-")};
     const QByteArray none;
-    QTest::newRow("file") << QStringList{message("describe.xml")} << none << 0 << "<Name>KoltaSim</Name>"
-                          << "";
-    QTest::newRow("JSON") << QStringList{words("--json"), message("statistics.xml")} << none << 0
-                          << "{\"fragments\":[{\"component\":\"Statistics\""
-                          << "";
-    QTest::newRow("fault") << QStringList{message("no-such-resource.xml")} << none << 1 << "<Fault id=\"201\""
-                           << "unknown Fault ID: 201>";
-    QTest::newRow("fault with text") << QStringList{words("--faults"), message("no-such-resource.xml")}
-                                     << none << 1 << "<Fault id=\"201\""
-                                     << "kolta: No such resource (";
-    QTest::newRow("standard input")
-        << input << QByteArray("<Message id='1' service='2'><Fragment component='Nobody'/></Message>\n") << 1
-        << "component=\"Nobody\""
-        << "unknown Fault ID: 102>";
-    QTest::newRow("reply") << input
-                           << QByteArray("<Message id='1' service='3'><Fragment component='A'/></Message>")
-                           << 1 << ""
-                           << "standard input: service 3, expected 1 (query), 2 (command) or 5 (broadcast)";
-    QTest::newRow("no fragment") << input << QByteArray("<Message id='1' service='1'/>") << 1 << ""
-                                 << "standard input: no Fragment, expected at least one";
-    QTest::newRow("no XML") << input << QByteArray("<Message id='1'") << 1 << ""
-                            << "standard input: ";
-    QTest::newRow("nothing") << input << none << 1 << ""
-                             << "expected a root element";
-    QTest::newRow("folder") << QStringList{words("/")} << none << 1 << ""
-                            << "cannot read /: ";
-    QTest::newRow("too long") << input << QByteArray(16 * 1024 * 1024 + 1, ' ') << 1 << ""
-                              << "standard input holds more than the 16777216 bytes";
+    addRow("file", QStringList{message("describe.xml")}, none, 0, "<Name>KoltaSim</Name>", "");
+    addRow("JSON", QStringList{words("--json"), message("statistics.xml")}, none, 0,
+           "{\"fragments\":[{\"component\":\"Statistics\"", "");
+    addRow("fault", QStringList{message("no-such-resource.xml")}, none, 1, "<Fault id=\"201\"",
+           "unknown Fault ID: 201>");
+    addRow("fault with text", QStringList{words("--faults"), message("no-such-resource.xml")}, none, 1,
+           "<Fault id=\"201\"", "kolta: No such resource (");
+    addRow("standard input", input,
+           QByteArray("<Message id='1' service='2'><Fragment component='Nobody'/></Message>\n"), 1,
+           "component=\"Nobody\"", "unknown Fault ID: 102>");
+    addRow("reply", input, QByteArray("<Message id='1' service='3'><Fragment component='A'/></Message>"), 1,
+           "", "standard input: service 3, expected 1 (query), 2 (command) or 5 (broadcast)");
+    addRow("no fragment", input, QByteArray("<Message id='1' service='1'/>"), 1, "",
+           "standard input: no Fragment, expected at least one");
+    addRow("no XML", input, QByteArray("<Message id='1'"), 1, "", "standard input: ");
+    addRow("nothing", input, none, 1, "", "expected a root element");
+    addRow("folder", QStringList{words("/")}, none, 1, "", "cannot read /: ");
+    addRow("too long", input, QByteArray(16 * 1024 * 1024 + 1, ' '), 1, "",
+           "standard input holds more than the 16777216 bytes");
 }
 
 void TestKolta::sends()
@@ -269,10 +256,9 @@ void TestKolta::pings_data()
     QTest::addColumn<int>("received");
     QTest::addColumn<int>("faults");
     QTest::addColumn<int>("reconnects");
-    QTest::newRow("all well") << "twice" << 5 << 5 << 0 << 0;
-    QTest::newRow("link lost on the way")
-        << "reset,component=Application,after=2,times=1" << 5 << 5 << 0 << 1;
-    QTest::newRow("silence") << "silent,component=Application,after=2" << 3 << 2 << 0 << 0;
+    addRow("all well", "twice", 5, 5, 0, 0);
+    addRow("link lost on the way", "reset,component=Application,after=2,times=1", 5, 5, 0, 1);
+    addRow("silence", "silent,component=Application,after=2", 3, 2, 0, 0);
 }
 
 void TestKolta::pings()
@@ -331,20 +317,38 @@ void TestKolta::demoGoesAsItMust()
     QCOMPARE(kolta.errors(), QString());
     QCOMPARE(kolta.exitCode(), 0);
     const QVector<QJsonObject> steps = jsonLines(kolta.output());
-    QCOMPARE(steps.size(), 9);
+    QCOMPARE(steps.size(), 17);
+    QJsonObject facts; // of the steps on productions and short-time data
     for (int i = 0; i < steps.size(); ++i) {
         QCOMPARE(steps[i].value(words("step")).toInt(), i + 1);
         QVERIFY(steps[i].value(words("ok")).toBool());
+        for (const char* name : {"states", "tuner", "refusal", "to", "hardware", "stopped", "free",
+                                 "profiles", "granted", "answer"}) {
+            if (steps[i].contains(words(name)))
+                facts[words(name)] = steps[i].value(words(name));
+        }
     }
+    QCOMPARE(facts, (QJsonObject{{words("states"),
+                                  words("Disconnected, Starting, Checking, Loading configuration, Standby, "
+                                        "Operational")},
+                                 {words("tuner"), words("ZELM 7 West")},
+                                 {words("refusal"), words("S1 refuses: Tuner ZELM 7 West is in use")},
+                                 {words("to"), words("MCP 2")},
+                                 {words("hardware"), 1},
+                                 {words("stopped"), 2},
+                                 {words("free"), 20},
+                                 {words("profiles"), 24},
+                                 {words("granted"), true},
+                                 {words("answer"), words("There is no profile \"Nobody knows\"")}}));
     QCOMPARE(steps[6].value(words("received")).toArray(), (QJsonArray{2, 1, 1, 1, 1}));
     QVERIFY(steps[7].value(words("problem")).toString().endsWith(words("is held by request 1 (DX)")));
-    QJsonObject summary = steps[8];
+    QJsonObject summary = steps.last();
     for (const char* name : {"step", "title", "ok"})
         summary.remove(words(name));
     QCOMPARE(summary, (QJsonObject{{words("requests"), 7},
                                    {words("replies"), 7},
                                    {words("faults"), 1},
-                                   {words("reconnects"), 1},
+                                   {words("reconnects"), 2},
                                    {words("lost"), 0},
                                    {words("duplicated"), 0}}));
     QVERIFY2(QDir(home.path()).isEmpty(), "the demo has written into the user's folders");
@@ -353,7 +357,7 @@ void TestKolta::demoGoesAsItMust()
     QVERIFY(story.ends());
     QCOMPARE(story.exitCode(), 0);
     for (const char* part :
-         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n9. Summary"})
+         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n17. Summary"})
         QVERIFY2(story.output().contains(words(part)), part);
 }
 

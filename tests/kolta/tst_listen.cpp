@@ -1,3 +1,4 @@
+#include "../rows.h"
 #include "program.h"
 
 #include <simulation/faultids.h>
@@ -8,6 +9,32 @@
 #include <QJsonObject>
 
 using KoltaSimulation::SimulatedServer;
+
+namespace {
+
+KoltaSimulation::Installation sampleInstallation;
+
+/// A server that says what it is told.
+struct Station
+{
+    Station() : server(sampleInstallation)
+    {
+        if (!server.listen())
+            qFatal("cannot listen on loopback");
+    }
+    QStringList listen(const QStringList& options = QStringList()) const
+    {
+        return QStringList{QStringLiteral("listen"), server.hostAndPort()} + options;
+    }
+    /// How many links hear of it.
+    int sayNews()
+    {
+        return server.broadcast(QStringLiteral("News"), XmlCommon::CDataTree(QLatin1String("Headline")));
+    }
+    SimulatedServer server;
+};
+
+} // namespace
 
 /// "kolta listen": the one command that stays.
 class TestListen : public QObject
@@ -22,19 +49,12 @@ private Q_SLOTS:
     void outlivesALostLink();
     void endsWithItsReader_data();
     void endsWithItsReader();
-
-private:
-    static QStringList arguments(const SimulatedServer& server, const QStringList& options = QStringList())
-    {
-        return QStringList{QStringLiteral("listen"), server.hostAndPort()} + options;
-    }
-    KoltaSimulation::Installation m_installation;
 };
 
 void TestListen::initTestCase()
 {
     QString error;
-    QVERIFY2(m_installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
+    QVERIFY2(sampleInstallation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
 }
 
 void TestListen::printsUntilInterrupted_data()
@@ -42,14 +62,12 @@ void TestListen::printsUntilInterrupted_data()
     QTest::addColumn<QStringList>("options");
     QTest::addColumn<QString>("broadcast");
     QTest::addColumn<QString>("fault");
-    QTest::newRow("text") << QStringList() << " Broadcast News <Data> Headline\n"
-                          << " Fault: <No description because of unknown Fault ID: 301> (S1)\n";
-    QTest::newRow("texts of faults") << QStringList{QStringLiteral("--faults")}
-                                     << " Broadcast News <Data> Headline\n"
-                                     << " Fault: Internal error in the administration (S1)\n";
-    QTest::newRow("JSON") << QStringList{QStringLiteral("--json")}
-                          << "{\"component\":\"News\",\"data\":\"<Headline/>\"}"
-                          << "\"fault\":\"<No description because of unknown Fault ID: 301> (S1)\"";
+    addRow("text", QStringList(), " Broadcast News <Data> Headline\n",
+           " Fault: <No description because of unknown Fault ID: 301> (S1)\n");
+    addRow("texts of faults", QStringList{QStringLiteral("--faults")}, " Broadcast News <Data> Headline\n",
+           " Fault: Internal error in the administration (S1)\n");
+    addRow("JSON", QStringList{QStringLiteral("--json")}, "{\"component\":\"News\",\"data\":\"<Headline/>\"}",
+           "\"fault\":\"<No description because of unknown Fault ID: 301> (S1)\"");
 }
 
 void TestListen::printsUntilInterrupted()
@@ -57,15 +75,14 @@ void TestListen::printsUntilInterrupted()
     QFETCH(QStringList, options);
     QFETCH(QString, broadcast);
     QFETCH(QString, fault);
-    SimulatedServer server(m_installation);
-    QVERIFY(server.listen());
-    Kolta kolta(arguments(server, options));
+    Station station;
+    Kolta kolta(station.listen(options));
     QTRY_VERIFY(kolta.errors().contains(QStringLiteral("listening to ")));
     // From that word on nothing is missed.
-    QCOMPARE(server.broadcast(QStringLiteral("News"), XmlCommon::CDataTree(QLatin1String("Headline"))), 1);
+    QCOMPARE(station.sayNews(), 1);
     QTRY_VERIFY2(kolta.output().contains(broadcast), qPrintable(kolta.output()));
     const XmlCommon::CFaultTree tree(KoltaSimulation::eFaultAdministration, 1, {QStringLiteral("S1")});
-    QCOMPARE(server.broadcastFault(QStringLiteral("News"), tree), 1);
+    QCOMPARE(station.server.broadcastFault(QStringLiteral("News"), tree), 1);
     QTRY_VERIFY2(kolta.output().contains(fault), qPrintable(kolta.output()));
     kolta.interrupt();
     QVERIFY(kolta.ends());
@@ -75,13 +92,11 @@ void TestListen::printsUntilInterrupted()
 
 void TestListen::countsBroadcasts()
 {
-    SimulatedServer server(m_installation);
-    QVERIFY(server.listen());
-    Kolta kolta(
-        arguments(server, {QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
+    Station station;
+    Kolta kolta(station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
     QTRY_VERIFY(kolta.errors().contains(QStringLiteral("listening to ")));
     for (int i = 0; i < 10; ++i)
-        server.broadcast(QStringLiteral("News"), XmlCommon::CDataTree(QLatin1String("Headline")));
+        station.sayNews();
     QVERIFY(kolta.ends());
     QCOMPARE(kolta.exitCode(), 0);
     QCOMPARE(kolta.output().count(QLatin1Char('\n')), 3);
@@ -89,18 +104,16 @@ void TestListen::countsBroadcasts()
 
 void TestListen::outlivesALostLink()
 {
-    SimulatedServer server(m_installation);
-    QVERIFY(server.listen());
-    Kolta kolta(arguments(server));
+    Station station;
+    Kolta kolta(station.listen());
     QTRY_VERIFY(kolta.errors().contains(QStringLiteral("listening to ")));
     for (int cut = 1; cut <= 2; ++cut) {
-        server.cutLinks();
+        station.server.cutLinks();
         QTRY_COMPARE(kolta.errors().count(QStringLiteral(" is up again\n")), cut);
-        QTRY_COMPARE(
-            server.broadcast(QStringLiteral("News"), XmlCommon::CDataTree(QLatin1String("Headline"))), 1);
+        QTRY_COMPARE(station.sayNews(), 1);
         QTRY_VERIFY(kolta.output().count(QStringLiteral(" Broadcast News")) >= cut);
     }
-    server.vanish();
+    station.server.vanish();
     QVERIFY(kolta.ends());
     QCOMPARE(kolta.exitCode(), 1);
     const QStringList errors = kolta.errors().trimmed().split(QLatin1Char('\n'));
@@ -112,19 +125,18 @@ void TestListen::outlivesALostLink()
 void TestListen::endsWithItsReader_data()
 {
     QTest::addColumn<QString>("reader");
-    QTest::newRow("gone while nothing is said") << "true";
-    QTest::newRow("gone after the first line") << "head -n 1";
+    addRow("gone while nothing is said", "true");
+    addRow("gone after the first line", "head -n 1");
 }
 
 void TestListen::endsWithItsReader()
 {
     QFETCH(QString, reader);
-    SimulatedServer server(m_installation);
-    QVERIFY(server.listen());
+    Station station;
     const QString script = QStringLiteral("{ \"$0\" listen \"$1\"; echo \"exit $?\" >&2; } | ") + reader;
     QProcess shell;
     shell.start(QStringLiteral("sh"),
-                {QStringLiteral("-c"), script, QStringLiteral(KOLTA_PROGRAM), server.hostAndPort()});
+                {QStringLiteral("-c"), script, QStringLiteral(KOLTA_PROGRAM), station.server.hostAndPort()});
     QByteArray errors;
     const auto said = [&](const char* words) {
         errors += shell.readAllStandardError();
@@ -132,7 +144,7 @@ void TestListen::endsWithItsReader()
     };
     QTRY_VERIFY(said("listening to "));
     if (reader != QLatin1String("true"))
-        server.broadcast(QStringLiteral("News"), XmlCommon::CDataTree(QLatin1String("Headline")));
+        station.sayNews();
     QTRY_VERIFY2(said("exit 1\n"), errors.constData());
     QCOMPARE(errors.count('\n'), 2);
     QTRY_COMPARE(shell.state(), QProcess::NotRunning);

@@ -1,3 +1,5 @@
+#include "../rows.h"
+
 #include <kolta/endpoint.h>
 #include <kolta/output.h>
 #include <kolta/roundtripstatistics.h>
@@ -22,19 +24,15 @@ void TestParts::splitsHostAndPort_data()
     QTest::addColumn<int>("port");
     QTest::addColumn<QString>("error");
     const QString none;
-    QTest::newRow("IPv4") << "10.0.0.1:1234"
-                          << "10.0.0.1" << 1234 << none;
-    QTest::newRow("name") << "server.example:65535"
-                          << "server.example" << 65535 << none;
-    QTest::newRow("IPv6") << "::1:1234"
-                          << "::1" << 1234 << none;
-    QTest::newRow("IPv6 in brackets") << "[fe80::1]:1"
-                                      << "fe80::1" << 1 << none;
-    QTest::newRow("no colon") << "server" << none << 0 << "is not HOST:PORT";
-    QTest::newRow("no host") << ":1234" << none << 0 << "is not HOST:PORT";
-    QTest::newRow("nothing") << "" << none << 0 << "is not HOST:PORT";
-    QTest::newRow("empty brackets") << "[]:1" << none << 0 << "is not HOST:PORT";
-    QTest::newRow("one bracket") << "[::1:1" << none << 0 << "is not HOST:PORT";
+    addRow("IPv4", "10.0.0.1:1234", "10.0.0.1", 1234, none);
+    addRow("name", "server.example:65535", "server.example", 65535, none);
+    addRow("IPv6", "::1:1234", "::1", 1234, none);
+    addRow("IPv6 in brackets", "[fe80::1]:1", "fe80::1", 1, none);
+    addRow("no colon", "server", none, 0, "is not HOST:PORT");
+    addRow("no host", ":1234", none, 0, "is not HOST:PORT");
+    addRow("nothing", "", none, 0, "is not HOST:PORT");
+    addRow("empty brackets", "[]:1", none, 0, "is not HOST:PORT");
+    addRow("one bracket", "[::1:1", none, 0, "is not HOST:PORT");
     for (const char* port : {"", "0", "65536", "70000", "4294967297", "-1", "+80", " 80", "0x50", "abc"})
         QTest::addRow("port \"%s\"", port)
             << QStringLiteral("h:") + QLatin1String(port) << none << 0 << "expected a number from 1 to 65535";

@@ -72,7 +72,7 @@ void TestShell::runsScripts_data()
         "kolta: standard input: no element at byte 0, expected a root element\n"
         "kolta: line 1 (send 127.0.0.1:1 -) ended with exit code 1\n");
     row("twice the same", "", "demo\nselect HF\ndemo\nclasses\nhelp\n", 0,
-        "40 texts, kept in /|9. Summary|KW 1|40 texts, kept in /|9. Summary|Basic hardware|Commands:", "");
+        "40 texts, kept in /|. Summary|KW 1|40 texts, kept in /|. Summary|Basic hardware|Commands:", "");
 }
 
 void TestShell::runsScripts()

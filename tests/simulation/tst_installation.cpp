@@ -1,3 +1,5 @@
+#include "../rows.h"
+
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
 #include <simulation/resourcegenerator.h>
@@ -151,6 +153,7 @@ void TestInstallation::refusesFaultyFiles_data()
     row("GUID that is none", xml, "{06e82a01-", "{06e8-", ": Tuner 1: \"{06e8-");
     row("GUID taken", xml, "{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}", "{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}",
         ": Tuner 2: \"{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}\" is already taken");
+    row("profile file", QStringLiteral("profiles.xml"), "status=\"1\"", "status=\"x\"", ", line ");
     row("further overview", QStringLiteral("tunertypes.xml"), "</TypeName>", "", ":");
     row("overview of another class", QStringLiteral("tunerclasses.xml"), "<CostPenalty>0<",
         "<CostPenalty>much<", "TunerClassOverview/TunerClass[1]/CostPenalty");
@@ -198,28 +201,17 @@ void TestInstallation::readsRules_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("error"); ///< part of it; empty when the text is right
-    QTest::newRow("kind") << "cut"
-                          << "";
-    QTest::newRow("all") << "cut=12,component=Resources,after=3,times=2,chance=0.5"
-                         << "";
-    QTest::newRow("no kind") << ""
-                             << "unknown misbehaviour \"\"";
-    QTest::newRow("unknown") << "explode"
-                             << "expected one of refuse, close-at-once";
-    QTest::newRow("text for a number") << "delay=soon"
-                                       << "expects a number";
-    QTest::newRow("negative") << "cut=-1"
-                              << "expects a number";
-    QTest::newRow("argument for none") << "twice=2"
-                                       << "takes no argument";
-    QTest::newRow("pieces of nothing") << "split=0"
-                                       << "expects a number";
-    QTest::newRow("chance over 1") << "twice,chance=1.5"
-                                   << "found \"chance=1.5\"";
-    QTest::newRow("chance nan") << "twice,chance=nan"
-                                << "found \"chance=nan\"";
-    QTest::newRow("option") << "twice,often=1"
-                            << "found \"often=1\"";
+    addRow("kind", "cut", "");
+    addRow("all", "cut=12,component=Resources,after=3,times=2,chance=0.5", "");
+    addRow("no kind", "", "unknown misbehaviour \"\"");
+    addRow("unknown", "explode", "expected one of refuse, close-at-once");
+    addRow("text for a number", "delay=soon", "expects a number");
+    addRow("negative", "cut=-1", "expects a number");
+    addRow("argument for none", "twice=2", "takes no argument");
+    addRow("pieces of nothing", "split=0", "expects a number");
+    addRow("chance over 1", "twice,chance=1.5", "found \"chance=1.5\"");
+    addRow("chance nan", "twice,chance=nan", "found \"chance=nan\"");
+    addRow("option", "twice,often=1", "found \"often=1\"");
 }
 
 void TestInstallation::readsRules()

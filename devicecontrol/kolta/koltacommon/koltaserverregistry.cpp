@@ -71,8 +71,10 @@ void KoltaServerRegistry::bind(KoltaServerInterface& server, const QString& path
 {
     const QString basePath = connectManager + path;
     m_incomplete.insert(basePath);
-    if (server.init(path))
-        m_incomplete.remove(basePath);
+    if (!server.init(path))
+        return;
+    m_incomplete.remove(basePath);
+    m_scheduled.erase(basePath); // what appeared meanwhile, this client's own entry for instance, was no news
 }
 
 bool KoltaServerRegistry::removeServer(const QString& address)
@@ -153,9 +155,11 @@ void KoltaServerRegistry::bindScheduled()
         const values::TreeItem* const node = values::Tree::Instance().Find(basePath);
         if (!node || node->IsDeleted())
             continue;
-        if (KoltaServerInterface* const known = serverAt(basePath))
+        KoltaServerInterface* const known = serverAt(basePath);
+        // What its own binding has added, its place among the clients, is no reason to bind it again.
+        if (known && m_incomplete.contains(basePath))
             bind(*known, relative(basePath));
-        else if (m_discovery)
+        else if (!known && m_discovery)
             addServer(basePath.section(QLatin1Char('/'), -1), basePath);
     }
 }

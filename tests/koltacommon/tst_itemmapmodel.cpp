@@ -1,0 +1,430 @@
+#include "modelfollower.h"
+
+#include <koltacommon/shorttimemodels.h>
+
+#include <values/tree.h>
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <functional>
+#include <map>
+
+using namespace Kolta;
+
+namespace {
+
+using Map = ShortTimeFFPAssignmentItemMap;
+using Model = ShortTimeFFPAssignmentModel;
+using Layout = Model::Layout;
+const QString path = QStringLiteral("/ShortTime/Assignments");
+
+ShortTimeFFPAssignment assignment(const QString& guid, unsigned int radio, const QStringList& profiles = {})
+{
+    ShortTimeFFPAssignment item;
+    item.ffpGuid = guid;
+    item.radioId = radio;
+    item.profiles = profiles;
+    return item;
+}
+
+QString groupName(const ShortTimeFFPAssignment& item)
+{
+    return QStringLiteral("radio %1").arg(item.radioId);
+}
+
+Layout layoutWith(bool groups, bool lines)
+{
+    Layout layout;
+    if (groups)
+        layout.groupOf = groupName;
+    if (lines)
+        layout.linesOf = assignmentsWithProfiles().linesOf;
+    return layout;
+}
+
+/// What a model is to show, told from the map alone; in the form of ModelFollower::lines().
+QStringList expectedLines(const Map& map, bool groups, bool lines)
+{
+    using Adapter = ShortTimeFFPAssignment_TextAdapter;
+    const QString empty(Adapter::ColumnCount() - 1, QLatin1Char('|'));
+    std::map<QString, std::map<QString, ShortTimeFFPAssignment>> sorted;
+    for (const auto& [key, item] : map.data())
+        sorted[groups ? groupName(item) : QString()].emplace(key, item);
+    QStringList result;
+    for (const auto& [group, items] : sorted) {
+        const QString indent = groups ? QStringLiteral(" ") : QString();
+        if (groups)
+            result << group + empty;
+        for (const auto& entry : items) {
+            QStringList texts;
+            for (int column = 0; column < Adapter::ColumnCount(); ++column)
+                texts << Adapter::GetText4Column(column, entry.second);
+            result << indent + texts.join(QLatin1Char('|'));
+            for (int i = 0; lines && i < entry.second.profiles.size(); ++i)
+                result << indent + QLatin1Char(' ') + entry.second.profiles.at(i) + empty;
+        }
+    }
+    return result;
+}
+
+/// Changes collections in every way that there is.
+class RandomChanges
+{
+public:
+    explicit RandomChanges(quint32 seed) : m_random(seed) {}
+
+    int number(int bound) { return m_random.bounded(bound); }
+    ShortTimeFFPAssignment item()
+    {
+        QStringList profiles;
+        for (int i = number(4); i > 0; --i)
+            profiles << QString(QLatin1Char(static_cast<char>('p' + number(4))));
+        return assignment(QString::number(number(30)), static_cast<unsigned int>(number(4)), profiles);
+    }
+    void small(Map& map)
+    {
+        if (number(3) == 0)
+            map.EraseAt(QString::number(number(30)));
+        else
+            map.Set(item());
+    }
+    void any(values::Tree& tree)
+    {
+        auto* const map = tree.FindAs<Map>(path);
+        switch (map->IsDeleted() ? 0 : number(16)) {
+        case 0:
+            revive(tree);
+            break;
+        case 1:
+            tree.Remove(path);
+            break;
+        case 2:
+            map->Clear();
+            break;
+        case 3:
+            map->Set(items(), number(2) == 0, number(2) == 0);
+            break;
+        case 4:
+            map->Assign(*content());
+            map->Announce();
+            break;
+        case 5:
+            map->RequestAssignmentChange(item());
+            break;
+        default:
+            small(*map);
+        }
+    }
+    void revive(values::Tree& tree) { tree.Add(path, content()); }
+
+private:
+    std::list<ShortTimeFFPAssignment> items()
+    {
+        std::list<ShortTimeFFPAssignment> list;
+        for (int i = number(20); i > 0; --i)
+            list.push_back(item());
+        return list;
+    }
+    std::unique_ptr<Map> content()
+    {
+        auto map = std::make_unique<Map>();
+        map->Set(items(), false, false);
+        return map;
+    }
+
+    QRandomGenerator m_random;
+};
+
+/// Called before the models that are made later.
+class Meddler : public IObserver
+{
+public:
+    explicit Meddler(std::function<void()> action) : m_action(std::move(action)) {}
+    void Update(Observable*, TChangeCode) override { m_action(); }
+
+private:
+    std::function<void()> m_action;
+};
+
+} // namespace
+
+/// Lets a function be connected to a signal by its name.
+class SlotCaller : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SlotCaller(std::function<void()> action) : m_action(std::move(action)) {}
+    Q_SLOT void call() { m_action(); }
+
+private:
+    std::function<void()> m_action;
+};
+
+class TestItemMapModel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void follows_data();
+    void follows();
+    void namesRolesAndOrder();
+    void changesAreNeighbourly();
+    void costsOfOneChange();
+    void slotsInterfere_data();
+    void slotsInterfere();
+    void anotherMap();
+};
+
+void TestItemMapModel::follows_data()
+{
+    QTest::addColumn<bool>("groups");
+    QTest::addColumn<bool>("lines");
+    QTest::addColumn<unsigned int>("logSize");
+    QTest::newRow("table") << false << false << 1000U;
+    QTest::newRow("table, short log") << false << false << 2U;
+    QTest::newRow("table, no log") << false << false << 0U;
+    QTest::newRow("groups") << true << false << 1000U;
+    QTest::newRow("lines") << false << true << 1000U;
+    QTest::newRow("groups and lines") << true << true << 1000U;
+    QTest::newRow("groups and lines, short log") << true << true << 2U;
+}
+
+/// After every change, nested ones included, map, model and what a view made of the signals are the same.
+void TestItemMapModel::follows()
+{
+    QFETCH(bool, groups);
+    QFETCH(bool, lines);
+    QFETCH(unsigned int, logSize);
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    RandomChanges random(seed);
+    values::Tree tree;
+    auto* const map = tree.Emplace<Map>(path);
+    map->SetChangeLogSize(logSize);
+
+    int meddling = 0;
+    const auto meddle = [&] {
+        if (meddling > 0 && !map->IsDeleted()) {
+            --meddling;
+            random.small(*map);
+        }
+    };
+    Meddler early(meddle);
+    map->Attach(&early);
+    Model model(map, layoutWith(groups, lines));
+    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    const ModelFollower follower(model);
+    connect(&model, &Model::rowsInserted, &model, meddle);
+    connect(&model, &Model::rowsAboutToBeRemoved, &model, meddle);
+    connect(&model, &Model::dataChanged, &model, meddle);
+
+    for (int i = 0; i < 600; ++i) {
+        meddling = random.number(4) == 0 ? random.number(4) : 0;
+        random.any(tree);
+        const QStringList expected = expectedLines(*map, groups, lines);
+        QCOMPARE(follower.modelLines(), expected);
+        QCOMPARE(follower.lines(), expected);
+    }
+    QCOMPARE(follower.resets, 0);
+}
+
+void TestItemMapModel::namesRolesAndOrder()
+{
+    ShortTimeProfileItemMap profiles;
+    for (const char* name : {"b", "B", "a"}) {
+        ShortTimeProfile profile;
+        profile.name = QLatin1String(name);
+        profiles.Set(profile);
+    }
+    const ShortTimeProfileModel names(&profiles);
+    QCOMPARE(ModelFollower(names).lines(),
+             QStringList({QStringLiteral("B"), QStringLiteral("a"), QStringLiteral("b")}));
+    QCOMPARE(names.headerData(0, Qt::Horizontal).toString(), QStringLiteral("Name"));
+    const QModelIndex first = names.index(0, 0);
+    QCOMPARE(first.data(Qt::ToolTipRole).toString(),
+             ShortTimeProfile_TextAdapter::GetText4Tooltip(profiles.At(QStringLiteral("B"))));
+    QCOMPARE(first.data(Model::ItemRole).value<ShortTimeProfile>().name, QStringLiteral("B"));
+    QCOMPARE(names.itemAt(first)->name, QStringLiteral("B"));
+    QCOMPARE(names.indexOf(QStringLiteral("b")).row(), 2);
+    QVERIFY(!names.indexOf(QStringLiteral("c")).isValid());
+
+    ShortTimeResultItemMap results; // numbers are not ordered as texts are
+    for (const unsigned int id : {10U, 9U, 100U}) {
+        ShortTimeResult result;
+        result.id = id;
+        result.ffpGuid = QStringLiteral("ffp");
+        results.Set(result);
+    }
+    const ShortTimeResultModel byFfp(&results, resultsByFFP());
+    QCOMPARE(byFfp.headerData(0, Qt::Horizontal).toString(), ShortTimeResult_TextAdapter::GetColumnTitle(0));
+    const QModelIndex group = byFfp.index(0, 0);
+    QCOMPARE(group.data().toString(), QStringLiteral("ffp"));
+    QVERIFY(!group.data(Model::KeyRole).isValid() && !byFfp.itemAt(group));
+    QList<unsigned int> keys;
+    for (int row = 0; row < byFfp.rowCount(group); ++row)
+        keys << byFfp.index(row, 0, group).data(Model::KeyRole).toUInt();
+    QCOMPARE(keys, QList<unsigned int>({9, 10, 100}));
+    QCOMPARE(byFfp.indexOf(100, 1).data(Model::GroupRole).toString(), QStringLiteral("ffp"));
+
+    // A record's parts may hold what separates them in its text.
+    ConvertProductionResultMap conversions;
+    const ConvertProductionResultModel byState(&conversions, conversionsByState());
+    const sorel::RecordIdentifier record(QStringLiteral("a/b"), QStringLiteral("%"), QStringLiteral("1"));
+    ConvertProductionResultRequest request;
+    request.record = record;
+    conversions.Add(ConvertProductionResult(request));
+    QCOMPARE(byState.index(0, 0).data().toString(), QStringLiteral("not started"));
+    const QPersistentModelIndex kept = byState.indexOf(record);
+    conversions.setFinished(record, true, QString());
+    QCOMPARE(kept.parent().data().toString(), QStringLiteral("finished"));
+    QCOMPARE(byState.rowCount(), 1);
+    QCOMPARE(kept.data(Model::KeyRole).value<sorel::RecordIdentifier>(), record);
+}
+
+/// Rows that come, go or change together and stand together are told together.
+void TestItemMapModel::changesAreNeighbourly()
+{
+    values::Tree tree;
+    auto* const map = tree.Emplace<Map>(path);
+    std::list<ShortTimeFFPAssignment> items;
+    for (int i = 10; i < 90; ++i)
+        items.push_back(assignment(QString::number(i), 0));
+    map->Set(items, true, true);
+    Model table(map);
+    Model grouped(map, layoutWith(true, false));
+    QSignalSpy changed(&table, &Model::dataChanged);
+    QSignalSpy removed(&table, &Model::rowsRemoved);
+    QSignalSpy inserted(&table, &Model::rowsInserted);
+    QSignalSpy groupsRemoved(&grouped, &Model::rowsRemoved);
+
+    Map other(*map);
+    for (int i = 20; i < 30; ++i)
+        other.Set(assignment(QString::number(i), 7));
+    other.EraseAt(QStringLiteral("40"));
+    other.EraseAt(QStringLiteral("41"));
+    other.Set(assignment(QStringLiteral("50a"), 0));
+    map->Assign(other);
+    map->Announce();
+    QCOMPARE(changed.size(), 1);
+    QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 10);
+    QCOMPARE(changed.at(0).at(1).toModelIndex().row(), 19);
+    QCOMPARE(removed.size(), 1);
+    QCOMPARE(inserted.size(), 1);
+
+    groupsRemoved.clear();
+    tree.Remove(path);
+    QCOMPARE(removed.size(), 2);
+    QCOMPARE(groupsRemoved.size(), 1);
+    QCOMPARE(grouped.rowCount() + table.rowCount(), 0);
+    RandomChanges(1).revive(tree);
+    QCOMPARE(table.rowCount(), static_cast<int>(map->Size()));
+    QCOMPARE(inserted.size(), 2);
+}
+
+/// Profiles equal nothing, so every comparison of all of them would look at all their layouts. The observer
+/// that changes the map before the model hears of it brings the model notifications without entries.
+void TestItemMapModel::costsOfOneChange()
+{
+    ShortTimeProfileItemMap map;
+    ShortTimeProfile profile;
+    bool nested = false;
+    Meddler early([&] {
+        if (!std::exchange(nested, true))
+            map.Set(profile);
+        nested = false;
+    });
+    map.Attach(&early);
+    int asked = 0;
+    ShortTimeProfileModel::Layout layout;
+    layout.groupOf = [&asked](const ShortTimeProfile& item) {
+        ++asked;
+        return item.name.left(1);
+    };
+    const ShortTimeProfileModel model(&map, layout);
+    const auto transaction = map.CreateTransaction();
+    for (int i = 0; i < 3000; ++i) {
+        profile.name = QString::number(i);
+        map.Set(profile);
+    }
+    for (int i = 0; i < 1000; ++i)
+        map.EraseAt(QString::number(i));
+    QVERIFY2(asked < 3 * 5000, qPrintable(QString::number(asked)));
+    QCOMPARE(model.indexOf(QStringLiteral("2999")).isValid(), true);
+    QVERIFY(!model.indexOf(QStringLiteral("998")).isValid());
+}
+
+void TestItemMapModel::slotsInterfere_data()
+{
+    QTest::addColumn<int>("action");
+    QTest::newRow("deletes the model") << 0;
+    QTest::newRow("deletes the map") << 1;
+    QTest::newRow("leaves the map") << 2;
+}
+
+void TestItemMapModel::slotsInterfere()
+{
+    QFETCH(int, action);
+    using Change = std::function<void(Map&)>;
+    const auto made = [](const char* guid, unsigned int radio, const char* profile) {
+        return assignment(QLatin1String(guid), radio, {QLatin1String(profile)});
+    };
+    const std::pair<const char*, Change> signalsAndChanges[] = {
+        {SIGNAL(rowsInserted(QModelIndex, int, int)), [made](Map& m) { m.Set(made("c", 9, "x")); }},
+        {SIGNAL(rowsRemoved(QModelIndex, int, int)), [](Map& m) { m.EraseAt(QStringLiteral("a")); }},
+        {SIGNAL(rowsRemoved(QModelIndex, int, int)), [](Map& m) { m.Clear(); }},
+        {SIGNAL(dataChanged(QModelIndex, QModelIndex)), [made](Map& m) { m.Set(made("a", 1, "y")); }},
+        {SIGNAL(rowsInserted(QModelIndex, int, int)), [made](Map& m) { m.Set(made("a", 9, "x")); }},
+        {SIGNAL(rowsMoved(QModelIndex, int, int, QModelIndex, int)),
+         [made](Map& m) { m.Set(made("a", 2, "x")); }}};
+    for (const auto& [signal, change] : signalsAndChanges) {
+        auto map = std::make_unique<Map>();
+        map->Set(made("a", 1, "x"));
+        map->Set(made("b", 2, "x"));
+        QPointer<Model> model = new Model(map.get(), layoutWith(true, true));
+        int calls = 0;
+        SlotCaller caller([&] {
+            if (calls++ > 0)
+                return;
+            if (action == 0)
+                delete model.data();
+            else if (action == 1)
+                map.reset();
+            else
+                model->setMap(nullptr);
+        });
+        QObject::connect(model, signal, &caller, SLOT(call()));
+        change(*map);
+        QVERIFY(calls > 0);
+        QCOMPARE(model.isNull(), action == 0);
+        if (model)
+            QCOMPARE(model->rowCount(), 0);
+        delete model.data();
+    }
+}
+
+/// A model follows one map at a time, and none that is destroyed.
+void TestItemMapModel::anotherMap()
+{
+    auto one = std::make_unique<Map>();
+    auto two = std::make_unique<Map>();
+    one->Set(assignment(QStringLiteral("a"), 1));
+    two->Set(assignment(QStringLiteral("b"), 1));
+    Model model(one.get());
+    const ModelFollower follower(model);
+    model.setMap(two.get());
+    one->Set(assignment(QStringLiteral("c"), 1));
+    QCOMPARE(follower.lines(), expectedLines(*two, false, false));
+    two.reset();
+    QVERIFY(!model.map());
+    QCOMPARE(follower.lines(), QStringList());
+    model.setMap(one.get());
+    QCOMPARE(follower.lines(), expectedLines(*one, false, false));
+    QCOMPARE(follower.resets, 0);
+}
+
+QTEST_GUILESS_MAIN(TestItemMapModel)
+#include "tst_itemmapmodel.moc"
