@@ -116,7 +116,7 @@ private:
             throw Failure{QStringLiteral("line %1, column %2: expected well-formed XML: %3")
                               .arg(m_xml.lineNumber())
                               .arg(m_xml.columnNumber())
-                              .arg(m_xml.errorString())};
+                              .arg(m_xml.errorString().simplified())}; // it quotes the document
         return token;
     }
 
