@@ -229,7 +229,8 @@ values::Command* ItemMapWithRequests<Protocol>::CreateNextCommand(int id, const 
     QUuid request;
     QString error;
     Request wanted;
-    if (!in.ReadUuid(request))
+    // Without a UUID every mirror would open the request under one of its own.
+    if (!in.ReadUuid(request) || (id == Protocol::requestId && request.isNull()))
         return nullptr;
     if (id == Protocol::requestId && Protocol::ReadRequest(in, wanted))
         command = std::make_unique<typename Protocol::RequestCommand>(*this, request, wanted, observer);

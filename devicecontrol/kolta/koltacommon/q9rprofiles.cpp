@@ -117,7 +117,7 @@ private:
             throw Failure{QStringLiteral("line %1, column %2: <%3>: expected well-formed XML: %4")
                               .arg(m_xml.lineNumber())
                               .arg(m_xml.columnNumber())
-                              .arg(element, m_xml.errorString())};
+                              .arg(element, m_xml.errorString().simplified())}; // it quotes the document
         return token;
     }
 
