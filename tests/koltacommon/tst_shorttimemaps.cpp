@@ -236,13 +236,23 @@ void TestShortTimeMaps::requestAndReply()
     QVERIFY(!map.FindReply(id));
     // The request can still be read while observers hear of the reply.
     QString seen;
+    std::string state;
+    std::size_t copied = 1;
     observer.action = [&] {
         const auto found = map.GetPendingRequests().find(id);
         if (found != map.GetPendingRequests().end() && map.FindReply(id))
             seen = found->second.profileName + *map.FindReply(id);
+        // Who comes now hears nothing more of it.
+        map.AddObjectStateStringForTransmission(state, values::eTransmitPlain);
+        copied = ShortTimeProfileItemMap(map).GetPendingRequests().count(id);
+        map.Assign(map);
     };
     QVERIFY(map.ReplyTypeChange(id, QStringLiteral("no")));
     QCOMPARE(seen, QStringLiteral("Ano"));
+    std::string after;
+    map.AddObjectStateStringForTransmission(after, values::eTransmitPlain);
+    QVERIFY(state == after && copied == 0);
+    observer.action = nullptr;
     QVERIFY(!map.FindReply(id) && map.GetPendingRequests().size() == 1);
     const unsigned int changes = map.GetChangeNumber();
     QVERIFY(!map.ReplyTypeChange(id, QString()) && !map.ReplyTypeChange(QUuid(), QString()));
