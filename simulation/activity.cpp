@@ -12,7 +12,8 @@ constexpr quint32 accessibilityOdds = 10;
 
 } // namespace
 
-Activity::Activity(SimulatedServer& server, quint32 seed) : QObject(&server), m_server(server), m_random(seed)
+Activity::Activity(SimulatedServer& server, quint32 seed)
+    : QObject(&server), m_server(server), m_random(seed), m_shortTime(server, seed)
 {
     connect(&m_timer, &QTimer::timeout, this, &Activity::step);
 }
@@ -29,6 +30,7 @@ void Activity::stop()
 
 void Activity::step()
 {
+    m_shortTime.step();
     const SimulatedServer::Batch batch(m_server);
     for (int i = 0; i < changesPerStep; ++i) {
         const auto& tuners = m_server.resources().GetTuner();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <simulation/shorttimeactivity.h>
+
 #include <QObject>
 #include <QTimer>
 
@@ -10,7 +12,8 @@ namespace KoltaSimulation {
 class SimulatedServer;
 
 /// Life in an installation: at every tick a few tuners become busy or free, and sometimes one is lost or
-/// found again. The same seed makes the same sequence. Belongs to the server.
+/// found again, and its short-time data change (see ShortTimeActivity). The same seed makes the same
+/// sequence. Belongs to the server.
 class Activity : public QObject
 {
     Q_OBJECT
@@ -20,12 +23,13 @@ public:
 
     void start(int periodMs);
     void stop();
-    /// One tick, in one batch.
+    /// One tick; what happens to tuners is one batch.
     void step();
 
 private:
     SimulatedServer& m_server;
     std::mt19937 m_random;
+    ShortTimeActivity m_shortTime; ///< with random numbers of its own: what it draws depends on the clients
     QTimer m_timer;
 };
 

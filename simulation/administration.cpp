@@ -46,6 +46,7 @@ Administration::Administration(const Installation& installation, ResourceState& 
     , m_resources(resources)
     , m_nodes(installation, [this](const Wish& wish) { obey(wish); })
     , m_productions(installation, resources, plan, m_nodes)
+    , m_shortTime(installation)
     , m_startupStep(installation.startupStep())
 {
     connect(&m_startup, &StartupSequence::advanced, this, &Administration::followStartup);
@@ -79,11 +80,19 @@ void Administration::disappear()
     m_productions.end();
     m_owners.clear();
     m_nodes.withdraw();
+    // Unless somebody who was told of that made the server appear again.
+    if (!m_nodes.isPublished())
+        m_shortTime.withdraw();
 }
 
 void Administration::appear()
 {
     if (!m_tree || m_nodes.isPublished())
+        return;
+    const int life = m_life;
+    m_shortTime.publish(*m_tree);
+    // Whoever was told may have made the server disappear, or appear before this call does.
+    if (life != m_life || m_nodes.isPublished())
         return;
     m_productions.begin();
     m_startup.begin(startupStates(), m_startupStep);

@@ -3,6 +3,7 @@
 #include <simulation/adminnodes.h>
 #include <simulation/ownerlist.h>
 #include <simulation/productionhost.h>
+#include <simulation/shorttimeowner.h>
 #include <simulation/startupsequence.h>
 
 #include <QObject>
@@ -11,8 +12,8 @@
 namespace KoltaSimulation {
 
 /// A server's life in the value tree: comes up through its working states, publishes its overviews, obeys the
-/// request nodes, runs productions, goes down. Nothing of one life is left in the next but the resources
-/// themselves.
+/// request nodes, runs productions, owns short-time data, goes down. Nothing of one life is left in the next
+/// but the resources themselves.
 class Administration : public QObject
 {
     Q_OBJECT
@@ -29,6 +30,9 @@ public:
     void disappear();
     /// Begins the next life in the same tree, if there is one.
     void appear();
+
+    /// Where it lives, or lived until it disappeared; null when it is to live nowhere.
+    values::Tree* tree() const noexcept { return m_tree; }
 
     /// Time in each working state of the next start-ups, in milliseconds; 0 comes up at once.
     void setStartupStep(int milliseconds) { m_startupStep = milliseconds; }
@@ -66,6 +70,7 @@ private:
     AdminNodes m_nodes;
     ProductionHost m_productions;
     OwnerList m_owners;
+    ShortTimeOwner m_shortTime;
     StartupSequence m_startup;
     values::Tree* m_tree = nullptr;
     int m_startupStep;

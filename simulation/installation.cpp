@@ -2,6 +2,7 @@
 
 #include <simulation/faultids.h>
 
+#include <koltacommon/q9rprofiles.h>
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/tunerclasses.h>
@@ -154,7 +155,8 @@ bool Installation::load(const QString& folder, QString& error)
     if (!read.loadSettings(directory.filePath(QStringLiteral("installation.ini")), error) ||
         !read.loadFaults(directory.filePath(QStringLiteral("faults.sfr")), error) ||
         !read.loadResources(directory.filePath(QStringLiteral("resources.xml")), error) ||
-        !read.loadFurtherOverviews(folder, error)) {
+        !read.loadFurtherOverviews(folder, error) ||
+        !read.loadProfiles(directory.filePath(QStringLiteral("profiles.xml")), error)) {
         return false;
     }
     *this = read;
@@ -333,6 +335,16 @@ bool Installation::loadFurtherOverviews(const QString& folder, QString& error)
             m_demandClasses = *classes;
     }
     return true;
+}
+
+bool Installation::loadProfiles(const QString& file, QString& error)
+{
+    if (!QFile::exists(file))
+        return true;
+    const auto profiles = std::make_shared<VESK_Q9R::ShortTimeProfiles>();
+    error = VESK_Q9R::readProfileFile(file, *profiles).error;
+    m_profiles = profiles;
+    return error.isEmpty();
 }
 
 } // namespace KoltaSimulation

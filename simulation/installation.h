@@ -8,7 +8,13 @@
 #include <QString>
 #include <QVector>
 
+#include <memory>
+
 class QSettings;
+
+namespace VESK_Q9R {
+struct ShortTimeProfiles;
+}
 
 namespace KoltaSimulation {
 
@@ -20,7 +26,8 @@ namespace KoltaSimulation {
 /// - faults.sfr: the fault reference, one "ID|text" per line, UTF-8;
 /// - demandclasses.xml, tunerclasses.xml, tunertypes.xml, hardwareprocessing.xml, actualconfiguration.xml:
 /// further overviews, published as they are. They may be absent and are then published empty. What
-/// actualconfiguration.xml says runs whenever the server comes up.
+/// actualconfiguration.xml says runs whenever the server comes up;
+/// - profiles.xml: the short-time profiles that the server has whenever it comes up. It may be absent.
 class Installation
 {
 public:
@@ -58,6 +65,9 @@ public:
     /// Texts of the further overviews by the name of their node, "DemandClasses" for instance.
     const QMap<QString, QString>& furtherOverviews() const noexcept { return m_furtherOverviews; }
 
+    /// As the file has them; null when there is none.
+    const VESK_Q9R::ShortTimeProfiles* profiles() const noexcept { return m_profiles.get(); }
+
     /// Makes this another server of the same kind: its name is also the last part of its base path.
     void setServerName(const QString& name);
     void setResources(const RESOURCEMANAGEMENT::ResourceOverview& resources) { m_resources = resources; }
@@ -70,6 +80,7 @@ private:
     bool loadResources(const QString& file, QString& error);
     bool loadFaults(const QString& file, QString& error);
     bool loadFurtherOverviews(const QString& folder, QString& error);
+    bool loadProfiles(const QString& file, QString& error);
 
     QString m_serverName;
     QString m_basePath;
@@ -84,6 +95,7 @@ private:
     QVector<ResourceConverter::FaultDescription> m_faults;
     RESOURCEMANAGEMENT::ResourceDemandClassOverview m_demandClasses;
     QMap<QString, QString> m_furtherOverviews;
+    std::shared_ptr<const VESK_Q9R::ShortTimeProfiles> m_profiles;
 };
 
 } // namespace KoltaSimulation

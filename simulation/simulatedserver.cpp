@@ -3,6 +3,7 @@
 #include <simulation/administration.h>
 #include <simulation/adminnodes.h>
 #include <simulation/brokenreply.h>
+#include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
 
 #include <startup/errorhandler.h>
@@ -119,6 +120,11 @@ void SimulatedServer::withdraw()
     told(true);
 }
 
+values::Tree* SimulatedServer::tree() const
+{
+    return m_administration->tree();
+}
+
 void SimulatedServer::setStartupStep(int milliseconds)
 {
     m_administration->setStartupStep(milliseconds);
@@ -127,6 +133,11 @@ void SimulatedServer::setStartupStep(int milliseconds)
 QString SimulatedServer::nodePath(const QString& name) const
 {
     return AdminNodes::path(m_installation, name);
+}
+
+QString SimulatedServer::shortTimePath(const QString& name) const
+{
+    return ShortTimeOwner::path(m_installation, name);
 }
 
 bool SimulatedServer::setTunerIdle(const QString& guid, bool idle)

@@ -67,11 +67,15 @@ public:
     void publish();
     /// Deletes the nodes again; productions end without a word.
     void withdraw();
+    /// Where it was published, also while it has vanished; null when it was not, or was withdrawn.
+    values::Tree* tree() const;
     /// Time in each working state whenever it comes up, in milliseconds, instead of what the installation
     /// says; 0: it is up at once.
     void setStartupStep(int milliseconds);
     /// Path of an administrative node: "<base path>/ADMINISTRATION/<name>".
     QString nodePath(const QString& name) const;
+    /// Path of a collection of short-time data, see ShortTimeOwner::path().
+    QString shortTimePath(const QString& name) const;
 
     // What happens to the server. Each change is told at once, or at the end of the batch that runs.
 

@@ -41,6 +41,12 @@ int runMove(const QStringList& arguments);
 int runStop(const QStringList& arguments);
 /// Switches units on or off.
 int runPower(const QStringList& arguments);
+/// Works on the short-time profiles of a server, or on files of them.
+int runProfiles(const QStringList& arguments);
+/// Works on the assignments of profiles to FFPs.
+int runAssignments(const QStringList& arguments);
+/// Works on the results of conversions of recordings.
+int runConversions(const QStringList& arguments);
 /// Lists what the user who is logged in may do.
 int runRights(const QStringList& arguments);
 

@@ -32,6 +32,10 @@ const QVector<Command>& allCommands()
         {"stop", "stop productions", runStop},
         {"power", "switch units on or off", runPower},
 
+        {"profiles", "import, list, show, export or compare short-time profiles", runProfiles},
+        {"assignments", "list, show or set what FFPs are to look for", runAssignments},
+        {"conversions", "list, start, finish or tidy up conversions of recordings", runConversions},
+
         {"rights", "list what the user may do", runRights},
     };
     return commands;

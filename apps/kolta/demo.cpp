@@ -44,6 +44,7 @@ int Demo::run()
         &Demo::endOneMcp,          //
         &Demo::surviveServer,      //
         &Demo::stopProductions,    //
+        &Demo::shareShortTime,     //
     };
     for (const Step step : steps) {
         if (!(this->*step)())

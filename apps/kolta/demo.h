@@ -2,6 +2,7 @@
 
 #include "demoproductions.h"
 #include "demoreport.h"
+#include "demoshorttime.h"
 #include "requesttracker.h"
 #include "session.h"
 #include "temporaryconfiguration.h"
@@ -54,6 +55,7 @@ private:
     bool endOneMcp() { return m_productions.endOneMcp(); }
     bool surviveServer() { return m_productions.surviveServer(m_session.get()); }
     bool stopProductions() { return m_productions.stopProductions(); }
+    bool shareShortTime() { return shareShortTimeData(m_report, m_server, m_timeoutMs); }
     bool summarise();
 
     XmlCommon::ptrCXmlMessage ask(const XmlCommon::CMsgFragment& query);

@@ -20,7 +20,7 @@ namespace {
 constexpr int settleMs = 50;
 
 /// Trace points of this file.
-enum : int { traceRefused = 10, traceCallback = 20 };
+enum : int { traceRefused = 10, traceUnwatched = 11, traceCallback = 20 };
 
 void trace(int line, const QString& text)
 {
@@ -168,28 +168,28 @@ void ActiveUserProxy::become(const User* user, IActiveUserEvent::tagRIGHTEVENT w
     const User before = std::exchange(m_active, user ? *user : User());
     const bool isOther = before.id != m_active.id || before.name != m_active.name;
     const bool hasOtherRights = before.rights != m_active.rights;
-    const bool nobody = m_active.id < 0;
+    if (!isOther && !hasOtherRights)
+        return;
+    const auto whenSomebody = isOther ? IActiveUserEvent::eUserUpdated : IActiveUserEvent::eRightsUpdated;
+    const auto event = m_active.id < 0 ? whenNobody : whenSomebody;
+    const quint64 number = ++m_changes;
     lock.unlock();
-    if (isOther)
-        tell(nobody ? whenNobody : IActiveUserEvent::eUserUpdated);
-    else if (hasOtherRights)
-        tell(IActiveUserEvent::eRightsUpdated);
-}
-
-void ActiveUserProxy::tell(IActiveUserEvent::tagRIGHTEVENT event)
-{
     // At once on the main thread.
-    QMetaObject::invokeMethod(this, [this, event] { callAll(event); });
+    QMetaObject::invokeMethod(this, [this, event, number] { callAll(event, number); });
 }
 
-void ActiveUserProxy::callAll(IActiveUserEvent::tagRIGHTEVENT event)
+void ActiveUserProxy::callAll(IActiveUserEvent::tagRIGHTEVENT event, quint64 number)
 {
-    // A callback may bring the next event about, which goes to everybody before this one is through. Then it
-    // replaces this one for those who have not heard it: they would take the older state for the newer.
-    const quint64 number = ++m_events;
+    // A newer event replaces this one for those who have not heard it, who would take the older state for the
+    // newer: a callback may bring one about, and the main thread may overtake what another one has changed.
+    if (number < m_told)
+        return;
+    if (event == IActiveUserEvent::eRightsUpdated && number > m_told + 1)
+        event = IActiveUserEvent::eUserUpdated; // what was overtaken may have been another user
+    m_told = number;
     ++m_depth;
     const std::size_t end = m_callbacks.size();
-    for (std::size_t i = 0; i < end && number == m_events; ++i) {
+    for (std::size_t i = 0; i < end && number == m_told; ++i) {
         if (m_callbacks[i])
             call(*m_callbacks[i], event);
     }
@@ -226,7 +226,9 @@ void ActiveUserProxy::watchFile()
         m_settled->setInterval(settleMs);
         connect(m_settled.get(), &QTimer::timeout, this, &ActiveUserProxy::Reload);
     }
-    m_watcher = std::make_unique<QFileSystemWatcher>(QStringList{QFileInfo(file).absolutePath()});
+    m_watcher = std::make_unique<QFileSystemWatcher>();
+    if (!m_watcher->addPath(QFileInfo(file).absolutePath()))
+        trace(traceUnwatched, QStringLiteral("Users: changes of %1 cannot be noticed").arg(file));
     if (QFileInfo::exists(file))
         m_watcher->addPath(file);
     const auto changed = [this, file] {
@@ -237,6 +239,7 @@ void ActiveUserProxy::watchFile()
     };
     connect(m_watcher.get(), &QFileSystemWatcher::fileChanged, this, changed);
     connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, changed);
+    m_settled->start(); // another thread has read the file before it was watched
 }
 
 } // namespace Nax

@@ -96,23 +96,23 @@ private:
     bool readFile();
     void become(const User* user, IActiveUserEvent::tagRIGHTEVENT whenNobody,
                 std::unique_lock<std::mutex> lock);
-    void tell(IActiveUserEvent::tagRIGHTEVENT event);
-    void callAll(IActiveUserEvent::tagRIGHTEVENT event);
+    void callAll(IActiveUserEvent::tagRIGHTEVENT event, quint64 number);
     void deregister(const IActiveUserEvent* callback);
     void watchFile();
 
-    mutable std::mutex m_mutex; ///< guards the fields down to m_error
+    mutable std::mutex m_mutex; ///< guards the fields down to m_changes
     QString m_file;
     UserDirectory m_users;
     User m_active;
     std::optional<QString>
         m_loggedInByFile; ///< its last entry; none before it was read and once it was refused
     QString m_error;
+    quint64 m_changes = 0; ///< numbers the events
 
     // Main thread only.
     std::vector<IActiveUserEvent*> m_callbacks; ///< null where one has gone during a call
     int m_depth = 0;                            ///< calls that run
-    quint64 m_events = 0;
+    quint64 m_told = 0;                         ///< number of the newest event that was told
     std::unique_ptr<QFileSystemWatcher> m_watcher;
     std::unique_ptr<QTimer> m_settled; ///< runs out when a changed file has been left alone for a moment
 };

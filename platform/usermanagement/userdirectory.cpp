@@ -33,16 +33,16 @@ public:
 
     QString error() const
     {
-        return m_error.isEmpty()
-                   ? QStringLiteral("%1 Expected a well-formed XML document").arg(m_xml.errorString())
-                   : m_error;
+        return m_error.isEmpty() ? QStringLiteral("%1, expected a well-formed XML document")
+                                       .arg(withoutStop(m_xml.errorString()))
+                                 : m_error;
     }
     qint64 line() const { return m_error.isEmpty() ? m_xml.lineNumber() : m_line; }
 
 private:
     void fail(const QString& text, qint64 line)
     {
-        if (!m_error.isEmpty())
+        if (m_xml.hasError()) // what comes first counts, and the rest follows from it
             return;
         m_error = text;
         m_line = line;
@@ -76,6 +76,13 @@ private:
             }
         }
         return false;
+    }
+
+    static QString withoutStop(QString sentence)
+    {
+        if (sentence.endsWith(QLatin1Char('.')))
+            sentence.chop(1);
+        return sentence;
     }
 
     static QString described(const QString& name)

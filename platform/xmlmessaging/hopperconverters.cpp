@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <type_traits>
 
 using XmlCommon::CConstElement;
 using XmlCommon::CDataTree;

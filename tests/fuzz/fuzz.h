@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 /// What every fuzz target defines: decodes the bytes and requires what must hold of the result, whatever the
 /// bytes are. Returns 0.
@@ -28,6 +30,14 @@ public:
 
     /// The next byte; 0 when there is none.
     int takeByte() { return m_at < m_end ? *m_at++ : 0; }
+    /// As many bytes as the 16-bit number in front of them says, and at most all, in memory of their own.
+    std::vector<char> takePiece()
+    {
+        int size = takeByte();
+        size = std::min(size + 256 * takeByte(), restSize());
+        m_at += size;
+        return std::vector<char>(rest() - size, rest());
+    }
     /// What was not taken yet. It lies in foreign memory that ends with it, so that reading on is noticed.
     const char* rest() const { return reinterpret_cast<const char*>(m_at); }
     int restSize() const { return static_cast<int>(m_end - m_at); }

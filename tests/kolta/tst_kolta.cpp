@@ -62,8 +62,9 @@ void TestKolta::takesItsWords_data()
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("text"); ///< on stdout when the exit code is 0, else on stderr
     for (const char* command :
-         {"demo", "describe", "send", "listen", "ping", "demand-classes", "classes", "select", "plan",
-          "rights", "shell", "status", "watch", "produce", "productions", "move", "stop", "power"})
+         {"demo",        "describe", "send",   "listen", "ping",     "demand-classes", "classes",
+          "select",      "plan",     "rights", "shell",  "status",   "watch",          "produce",
+          "productions", "move",     "stop",   "power",  "profiles", "assignments",    "conversions"})
         QTest::addRow("%s --help", command) << QStringLiteral("%1 --help").arg(words(command)) << 0
                                             << QStringLiteral("Usage: kolta %1 [").arg(words(command));
     addRow("help", "--help", 0, "Exit codes: 0 done, 1 failed, 2 wrong usage");
@@ -316,12 +317,13 @@ void TestKolta::demoGoesAsItMust()
     QCOMPARE(kolta.errors(), QString());
     QCOMPARE(kolta.exitCode(), 0);
     const QVector<QJsonObject> steps = jsonLines(kolta.output());
-    QCOMPARE(steps.size(), 16);
-    QJsonObject facts; // of the steps on productions
+    QCOMPARE(steps.size(), 17);
+    QJsonObject facts; // of the steps on productions and short-time data
     for (int i = 0; i < steps.size(); ++i) {
         QCOMPARE(steps[i].value(words("step")).toInt(), i + 1);
         QVERIFY(steps[i].value(words("ok")).toBool());
-        for (const char* name : {"states", "tuner", "refusal", "to", "hardware", "stopped", "free"}) {
+        for (const char* name : {"states", "tuner", "refusal", "to", "hardware", "stopped", "free",
+                                 "profiles", "granted", "answer"}) {
             if (steps[i].contains(words(name)))
                 facts[words(name)] = steps[i].value(words(name));
         }
@@ -334,7 +336,10 @@ void TestKolta::demoGoesAsItMust()
                                  {words("to"), words("MCP 2")},
                                  {words("hardware"), 1},
                                  {words("stopped"), 2},
-                                 {words("free"), 20}}));
+                                 {words("free"), 20},
+                                 {words("profiles"), 24},
+                                 {words("granted"), true},
+                                 {words("answer"), words("There is no profile \"Nobody knows\"")}}));
     QCOMPARE(steps[6].value(words("received")).toArray(), (QJsonArray{2, 1, 1, 1, 1}));
     QVERIFY(steps[7].value(words("problem")).toString().endsWith(words("is held by request 1 (DX)")));
     QJsonObject summary = steps.last();
@@ -352,7 +357,7 @@ void TestKolta::demoGoesAsItMust()
     QVERIFY(story.ends());
     QCOMPARE(story.exitCode(), 0);
     for (const char* part :
-         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n16. Summary"})
+         {"tuner KW 1 Süd is busy", "caused by: ", "KW 1 Süd                twice", "\n17. Summary"})
         QVERIFY2(story.output().contains(words(part)), part);
 }
 

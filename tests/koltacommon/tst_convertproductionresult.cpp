@@ -4,6 +4,8 @@
 
 #include <QtTest>
 
+#include <functional>
+
 using namespace Kolta;
 using sorel::RecordIdentifier;
 
@@ -52,6 +54,18 @@ public:
     QList<QByteArray> commands;
 };
 
+class Observer : public IObserver
+{
+public:
+    explicit Observer(Observable& source) { source.Attach(this); }
+    void Update(Observable*, TChangeCode) override
+    {
+        if (const auto run = std::exchange(action, nullptr))
+            run();
+    }
+    std::function<void()> action;
+};
+
 } // namespace
 
 class TestConvertProductionResult : public QObject
@@ -65,6 +79,7 @@ private Q_SLOTS:
     void changesByRecord();
     void tidyUp_data();
     void tidyUp();
+    void tidyUpWhileObserversChange();
     void stringValue();
 };
 
@@ -222,6 +237,21 @@ void TestConvertProductionResult::tidyUp()
     }
     QCOMPARE(kept, left);
     QCOMPARE(recorder.commands.size(), left.size() == 6 ? 0 : 1); // one transaction
+}
+
+/// A conversion that an observer starts again stays, and what an observer erases counts.
+void TestConvertProductionResult::tidyUpWhileObserversChange()
+{
+    ConvertProductionResultMap map;
+    for (const char id : {'a', 'b', 'c', 'd', 'e'})
+        map.Add(resultMade(QString(QLatin1Char(id)), 1, ConvertProductionResult::eFinished, true));
+    Observer observer(map);
+    observer.action = [&map] {
+        map.startConverting(recordNamed(QStringLiteral("b")));
+        map.EraseAt(recordNamed(QStringLiteral("d")));
+    };
+    QCOMPARE(map.tidyUp(2, QDateTime(), true), 2);
+    QVERIFY(map.contains(recordNamed(QStringLiteral("b"))) && map.contains(recordNamed(QStringLiteral("e"))));
 }
 
 void TestConvertProductionResult::stringValue()

@@ -178,6 +178,11 @@ private Q_SLOTS:
         }
         m_server.action = nullptr;
         QCOMPARE(idsIn(m_list->GetValue()), QString());
+        m_list->SetValue(textOf(QStringLiteral("A")));
+        auto controller = std::make_unique<HardwareProcessingController>();
+        connect(&controller->getHWProcessingObserver(), &IValueChangeNotifier::si_ValueChanged, this,
+                [&controller] { controller.reset(); });
+        QVERIFY(!controller->init(processorsPath, hwPath) && !controller);
     }
 
     void listFollowsProcessors()
@@ -231,16 +236,18 @@ private Q_SLOTS:
             processors += QStringLiteral("M%1 ").arg(number);
             entries += guid(number) + QLatin1Char(' ');
         }
-        m_processors->SetValue(xmlOf(processors));
-        m_list->SetValue(textOf(entries));
         auto controller = std::make_unique<HardwareProcessingController>();
         QVERIFY(controller->init(processorsPath, hwPath));
-        m_codes.clear();
         Startup::ErrorHandler::Instance().setMask(0);
-        m_processors->SetValue(xmlOf(QString()));
-        QTRY_COMPARE(m_list->GetValue(), HWProcessingOverview().GetXmlString());
+        for (const QString& left : {QStringLiteral("S20000"), QString()}) {
+            m_processors->SetValue(xmlOf(processors));
+            m_list->SetValue(textOf(entries));
+            m_codes.clear();
+            m_processors->SetValue(xmlOf(left));
+            QTRY_COMPARE(m_list->GetValue(), HWProcessingOverview().GetXmlString());
+            QCOMPARE(m_codes.size(), 1);
+        }
         Startup::ErrorHandler::Instance().setMask(~0U);
-        QCOMPARE(m_codes.size(), 1);
         controller.reset();
         QVERIFY(!m_processors->HasObservers());
     }

@@ -43,6 +43,9 @@ public:
         hear(&O::si_ProcessorStarted, '+');
         hear(&O::si_ProcessorChanged, '*');
         hear(&O::si_ProcessorStopped, '-');
+        connect(&observer, &O::si_ProcessorsStopped, this, [this](const QStringList& processors) {
+            add(QStringLiteral("stops%1").arg(processors.size()));
+        });
         connect(&observer, &O::si_AllProcessorsStopped, this, [this] { add(QStringLiteral("none")); });
         connect(&observer, &O::si_RunningProcessorsChanged, this, [this](const ProcessorOverview& overview) {
             add(QStringLiteral("all%1").arg(overview.GetSCP().size() + overview.GetMCP().size()));
@@ -99,17 +102,17 @@ private Q_SLOTS:
             {"M1(f2) M3", "M1 M3(f2)", "*2 all2 value"}, // moved
             {"M1(f2)", "M1(h2)", "*2 all1 value"},       // another kind
             {"M1 M2(f3 f4) S5", "M2(f4 f3) S5 M1", "all3 value"},
-            {"M1(f2) S3(f6) M5", "M4 M5=x", "+4 *5 -3 -6 -1 -2 all2 value"},
-            {"M1 M2(f3 h4(a5)) S6", "", "none -6 -1 -2 -3 -4 -5 all0 value"},
+            {"M1(f2) S3(f6) M5", "M4 M5=x", "+4 *5 stops4 -3 -6 -1 -2 all2 value"},
+            {"M1 M2(f3 h4(a5)) S6", "", "none stops6 -6 -1 -2 -3 -4 -5 all0 value"},
             {"", "", ""},
             // One GUID several times: the first counts. Without GUID: nothing but what is below is told.
             {"", "M1 M1(f2)", "+1 +2 all2 value"},
             {"M1=a M1=b", "M1=a M1=c", "all2 value"},
             {"M1=a M1=b", "M1=b", "*1 all1 value"},
-            {"M1 M2", "M1 M1", "-2 all2 value"},
-            {"M1(f2) M3(f2)", "M3(f2) M4", "*2 +4 -1 all2 value"},
+            {"M1 M2", "M1 M1", "stops1 -2 all2 value"},
+            {"M1(f2) M3(f2)", "M3(f2) M4", "*2 +4 stops1 -1 all2 value"},
             {"M0=a M0(f2)", "M0=b M0=c M0(f2=x)", "*2 all3 value"},
-            {"M0 M1", "", "none -1 all0 value"}};
+            {"M0 M1", "", "none stops1 -1 all0 value"}};
         // One observer for all, so that what it keeps of earlier overviews would show.
         O observer(path);
         observer.setEmptyOverviewDelay(0);
@@ -128,9 +131,9 @@ private Q_SLOTS:
         Recorder recorder(observer);
         QCOMPARE(recorder.after(""), QStringLiteral("all0 value"));
         QVERIFY(!observer.FindProcessor(guid(1)));
-        QCOMPARE(recorder.after("M1(f2=x) M4"), QStringLiteral("*2 +4 -3 all2 value"));
+        QCOMPARE(recorder.after("M1(f2=x) M4"), QStringLiteral("*2 +4 stops1 -3 all2 value"));
         publish("");
-        QTRY_COMPARE(recorder.log(), QStringLiteral("all0 value none -1 -2 -4"));
+        QTRY_COMPARE(recorder.log(), QStringLiteral("all0 value none stops3 -1 -2 -4"));
         // A deletion, an offline mirror and another path end the doubt without a stop.
         const std::pair<std::function<void()>, const char*> ends[] = {
             {removeValue, "all0 gone"},
@@ -169,7 +172,7 @@ private Q_SLOTS:
         Recorder recorder(*observer);
         recorder.after("M1");
         recorder.react = [] { publish("M3"); };
-        QCOMPARE(recorder.after("M1=x M2"), QStringLiteral("*1 +2 all2 +3 -1 -2 all1 value value"));
+        QCOMPARE(recorder.after("M1=x M2"), QStringLiteral("*1 +2 all2 +3 stops2 -1 -2 all1 value value"));
         recorder.react = removeValue;
         QCOMPARE(recorder.after("M3=x M4"), QStringLiteral("*3 +4 all2 all0 gone value"));
         recorder.after("M5");
@@ -250,7 +253,7 @@ private Q_SLOTS:
             Qt::QueuedConnection);
         text.replace(QStringLiteral("M5001("), QStringLiteral("M20000 M5001=x("));
         text.replace(QStringLiteral("f9998"), QString());
-        QCOMPARE(recorder.after(text.toLatin1()), QStringLiteral("+20000 *5001 -9998 all2501 value"));
+        QCOMPARE(recorder.after(text.toLatin1()), QStringLiteral("+20000 *5001 stops1 -9998 all2501 value"));
         QCOMPARE(numberOf(observer.GetMcpGUIDFor(guid(10000))), 9997);
         QCOMPARE(queued, 0);
         QTRY_COMPARE(queued, 2501);

@@ -445,7 +445,7 @@ private Q_SLOTS:
         }
         QFile::remove(starter);
 
-        for (const QString& missing : {"SCP"_s, "../tests/MCP"_s, QString()}) {
+        for (const QString& missing : {"SCP"_s, "../tests/MCP"_s, "MCP.exe\0"_s, QString()}) {
             driver(missing);
             QVERIFY(!m_control->startGUI(a, &parent));
         }
@@ -453,7 +453,7 @@ private Q_SLOTS:
         administrator.SetValue("TavikDataDir"_s, data + "/none"_s);
         QVERIFY(!m_control->startGUI(a, &parent));
         QVERIFY(!m_control->startGUIdetached(b));
-        QCOMPARE(traces.records().size(), 6);
+        QCOMPARE(traces.records().size(), 7);
         QCOMPARE(parent.children().size(), 1); // nothing is left of those that failed
     }
 

@@ -258,6 +258,32 @@ private Q_SLOTS:
         QVERIFY(!production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
     }
 
+    /// The interface is bound already: parts that are asked for while the server is away, or before it has
+    /// published their nodes, are bound as these come, without another word.
+    void partsFollowLateNodes()
+    {
+        for (const bool away : {true, false}) {
+            publish(5, QStringLiteral("ReplyResource"));
+            Tree::Instance().Remove(node(QStringLiteral("Resources")));
+            Server server;
+            QVERIFY(server.init(path));
+            if (away)
+                Tree::Instance().Remove(base);
+            TunerBookingManager& booking = server.getBookingManager();
+            KoltaProductionControl& production = server.getProductionControl();
+            const Startup::TraceRecorder traces;
+            RESOURCEMANAGEMENT::ResourceOverview overview;
+            overview.EditTuner().resize(1);
+            overview.EditTuner()[0].EditTavikResource().SetGUID(QStringLiteral("t"));
+            Tree::Instance().Emplace<StringValue>(node(QStringLiteral("Resources")), overview.GetXmlString());
+            publish(5);
+            QVERIFY(booking.existsTuner(QStringLiteral("t")));
+            QVERIFY(!production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
+            QCOMPARE(traces.count(QStringLiteral("Could not initialize.")), 0);
+            Tree::Instance().Clear();
+        }
+    }
+
     void slotsDeleteTheInterface()
     {
         for (const char* at : {"connected 1", "state 5", "status", "ready", "connected 0", "state 0"}) {
@@ -313,7 +339,7 @@ private Q_SLOTS:
         QCOMPARE(registry.serverAt(base), first);
         QCOMPARE(added.count(), 2);
 
-        QVERIFY(registry.removeServer(QStringLiteral("a:1")));
+        QVERIFY(registry.removeServer(registry.addresses().first())); // a text that goes with the server
         QVERIFY(!registry.removeServer(QStringLiteral("a:1")));
         QVERIFY(!registry.serverAt(base));
         delete registry.server(QStringLiteral("S2")); // an owner that does not ask

@@ -105,14 +105,15 @@ private Q_SLOTS:
         const auto row = [](const char* message, const QByteArray& xml) {
             QTest::newRow(message) << xml << QLatin1String("some.xml, ") + latin(message);
         };
-        row("line 1, column 0: expected well-formed XML", "");
-        row("line 1, column 1: expected well-formed XML", "text");
-        row("line 3, column 5: expected well-formed XML", fileOf("<Profile>\n<Foo")); // cut off
-        row("line 2, column 18: expected well-formed XML: Opening and ending", fileOf("<Profile></Profil>"));
+        row("line 1, column 0: <ShortTimeProfiles>: expected well-formed XML", "");
+        row("line 1, column 1: <ShortTimeProfiles>: expected well-formed XML", "text");
+        row("line 3, column 5: <Profile>: expected well-formed XML", fileOf("<Profile>\n<Foo")); // cut off
+        row("line 2, column 18: <Profile>: expected well-formed XML: Opening and ending",
+            fileOf("<Profile></Profil>"));
         row("line 1: <Profiles>: expected the root element <ShortTimeProfiles>", "<Profiles/>");
         row("line 1: <ShortTimeProfiles>: expected no document type",
             "<!DOCTYPE a [<!ENTITY b 'c'>]>" + fileOf("<Profile name='&b;'/>"));
-        row("line 3, column 15: expected well-formed XML: Entity 'b'",
+        row("line 3, column 15: <ShiftRange>: expected well-formed XML: Entity 'b'",
             inProfile("<ShiftRange>&b;</ShiftRange>"));
         row("line 2: <ShortTimeProfiles>: expected elements, found \"1,2\"", fileOf("<Profile/> 1,2\n"));
         row("line 4: <Profile>: expected elements, found \"1,2 3\"", inProfile("\n1,2\n3 <ShiftRange/>"));

@@ -44,14 +44,16 @@ constexpr struct
                   {"raw", "Raw Data", 0},
                   {"qm410", "QM410 Data", 21}};
 
-/// Speaks another language: a "#" before every display name.
+/// Speaks another language: a "#" before every display name but one that is another stream's wire name.
 class HashTranslator : public QTranslator
 {
 public:
     bool isEmpty() const override { return false; }
     QString translate(const char* context, const char* text, const char*, int) const override
     {
-        return qstrcmp(context, "VeskDataStream") == 0 ? QString(QLatin1Char('#') + latin(text)) : QString();
+        if (qstrcmp(context, "VeskDataStream") != 0)
+            return QString();
+        return qstrcmp(text, "Bit Stream") == 0 ? latin("if") : QString(QLatin1Char('#') + latin(text));
     }
 };
 
@@ -125,6 +127,10 @@ private Q_SLOTS:
         QCOMPARE(dataStreamToDisplayString(eIfStream), latin("#I/Q Data"));
         QCOMPARE(int(stringToDataStream(latin("#i/q data"))), int(eIfStream));
         QCOMPARE(dataStreamToString(eIfStream), latin("if"));
+        QCOMPARE(int(stringToDataStream(latin("if"))), int(eSymbolStream));
+        StartStopDatastreamRecording request({true, {{eIfStream, {}, {}}}}, nullptr, nullptr);
+        const auto content = StartStopDatastreamRecording::read(request.getMessage()->getFragment(0));
+        QVERIFY(content && content->recordings.first().stream == eIfStream); // messages know no language
         QVERIFY(QCoreApplication::removeTranslator(&translator));
         QCOMPARE(dataStreamToDisplayString(eIfStream), latin("I/Q Data"));
     }

@@ -153,6 +153,7 @@ void TestInstallation::refusesFaultyFiles_data()
     row("GUID that is none", xml, "{06e82a01-", "{06e8-", ": Tuner 1: \"{06e8-");
     row("GUID taken", xml, "{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}", "{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}",
         ": Tuner 2: \"{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}\" is already taken");
+    row("profile file", QStringLiteral("profiles.xml"), "status=\"1\"", "status=\"x\"", ", line ");
     row("further overview", QStringLiteral("tunertypes.xml"), "</TypeName>", "", ":");
     row("overview of another class", QStringLiteral("tunerclasses.xml"), "<CostPenalty>0<",
         "<CostPenalty>much<", "TunerClassOverview/TunerClass[1]/CostPenalty");

@@ -106,7 +106,8 @@ void TestActiveUserProxy::refusesBadFiles_data()
         QTest::newRow(name) << text << QString::fromUtf8(error);
     };
     row("empty", "", ":1: ");
-    row("cut off", good.left(good.size() - 10), ":5: Premature end of document. Expected a well-formed");
+    row("cut off", good.left(good.size() - 10), ":5: Premature end of document, expected a well-formed");
+    row("cut off before the user", good.left(good.indexOf("name='ada'")), ":4: Premature end of document");
     row("two roots", good + "<Users/>", ":7: ");
     row("not UTF-8", changed("ada", "\xff"), ":");
     row("other root", "\n<User id='1' name='x'/>", ":2: found <User>, expected <Users>");
@@ -279,6 +280,13 @@ void TestActiveUserProxy::otherThreads()
     QVERIFY(listener.events.isEmpty());
     QTRY_COMPARE(listener.events.size(), 101);
     QVERIFY(listener.onMainThread);
+    listener.take();
+    std::thread([&] { proxy.LogOut(); }).join();
+    QVERIFY(proxy.LogIn("ada"_s)); // overtakes it
+    QVERIFY(write(changed("<Right name='R.a'/>", "")) && proxy.Reload());
+    QCoreApplication::processEvents();
+    QCOMPARE(listener.take(), (QVector<int>{1, 0}));
+    QVERIFY(proxy.LogIn("ben"_s));
     QVERIFY(write(changed("'3'", "'8'"))); // is watched here
     QTRY_COMPARE(proxy.GetRightCount("R.a"_s), 8);
 }

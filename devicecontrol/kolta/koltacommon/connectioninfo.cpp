@@ -8,6 +8,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 namespace Kolta {
 
@@ -68,23 +70,27 @@ public:
         if (old == key)
             return;
         if (!old.isEmpty()) {
-            const auto list = m_childrenOfKey.find(old);
-            list->removeOne(child);
-            if (list->isEmpty())
-                m_childrenOfKey.erase(list);
+            m_children.erase({old, child});
             m_keyOfChild.remove(child);
         }
         if (!key.isEmpty()) {
+            m_children.emplace(key, child);
             m_keyOfChild.insert(child, key);
-            m_childrenOfKey[key].append(child);
         }
     }
     /// In no order.
-    QStringList children(const QString& key) const { return m_childrenOfKey.value(key); }
+    QStringList children(const QString& key) const
+    {
+        QStringList children;
+        for (auto it = m_children.lower_bound({key, QString()}); it != m_children.end() && it->first == key;
+             ++it)
+            children.append(it->second);
+        return children;
+    }
 
 private:
     QHash<QString, QString> m_keyOfChild;
-    QHash<QString, QStringList> m_childrenOfKey;
+    std::set<std::pair<QString, QString>> m_children; ///< key and child: a key may have thousands of them
 };
 
 } // namespace

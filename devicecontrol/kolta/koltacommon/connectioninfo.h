@@ -15,7 +15,7 @@ namespace Kolta {
 ///
 /// Any living value counts by its text, whatever its type; one that is missing or deleted reads as empty.
 /// GUIDs are compared as such, so letter case and missing braces do not matter. Of several children that fit,
-/// the first in the order of the tree is taken. Look-ups take constant time: the first one makes an index,
+/// the first in the order of the tree is taken. Look-ups take no scan: the first one makes an index,
 /// which from then on follows the tree. Lives on the tree's thread.
 class ConnectionInfo
 {

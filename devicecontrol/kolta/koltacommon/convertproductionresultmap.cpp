@@ -65,6 +65,12 @@ struct Candidate
     }
 };
 
+bool mayGo(const ConvertProductionResult& result, const QDateTime& olderThan, bool failedToo)
+{
+    return (failedToo ? result.finished() : result.sucessfullyFinished()) &&
+           (!olderThan.isValid() || result.creationTime() < olderThan);
+}
+
 } // namespace
 
 template<class Change>
@@ -100,20 +106,23 @@ int ConvertProductionResultMap::tidyUp(quint64 maxCount, const QDateTime& olderT
         return 0;
     std::vector<Candidate> candidates;
     for (const auto& [record, result] : data()) {
-        const bool mayGo = failedToo ? result.finished() : result.sucessfullyFinished();
-        if (mayGo && (!olderThan.isValid() || result.creationTime() < olderThan))
+        if (mayGo(result, olderThan, failedToo))
             candidates.emplace_back(record, result);
     }
     std::sort(candidates.begin(), candidates.end());
-    const std::size_t excess = std::min(candidates.size(), static_cast<std::size_t>(Size() - maxCount));
+    const quint64 excess = Size() - maxCount;
     const values::Weak<values::ValueBase> alive(this);
     const auto transaction = CreateTransaction();
     int erased = 0;
-    for (std::size_t i = 0; alive && i < excess; ++i) {
-        if (!Contains(candidates[i].record)) // an observer was faster
+    for (const Candidate& candidate : candidates) {
+        // Observers may delete the map, erase results and start conversions again.
+        if (!alive || static_cast<quint64>(erased) == excess || Size() <= maxCount)
+            break;
+        const auto found = data().find(candidate.record);
+        if (found == data().end() || !mayGo(found->second, olderThan, failedToo))
             continue;
         ++erased;
-        EraseAt(candidates[i].record, nullptr);
+        EraseAt(candidate.record, nullptr);
     }
     return erased;
 }

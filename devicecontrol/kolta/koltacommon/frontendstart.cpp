@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QProcess>
 
+#include <algorithm>
 #include <memory>
 
 namespace Kolta {
@@ -37,6 +38,12 @@ QString besideThisProgram(const QString& program)
     return QCoreApplication::applicationDirPath() + QLatin1Char('/') + program + QStringLiteral(".exe");
 }
 
+/// A server must not name a program elsewhere, nor, with a NUL, one of another suffix.
+bool isPartOfName(QChar c)
+{
+    return c.isPrint() && c != QLatin1Char('/') && c != QLatin1Char('\\');
+}
+
 /// The configured arguments; "%1" stands for the driver's type, "%2" for its address.
 QStringList guiStarterArguments(const QString& type, const QString& address)
 {
@@ -58,7 +65,7 @@ QStringList guiStarterArguments(const QString& type, const QString& address)
 
 FrontEndStart FrontEndStart::of(const QString& type, const QString& address)
 {
-    if (type.contains(QLatin1Char('/')) || type.contains(QLatin1Char('\\')))
+    if (!std::all_of(type.begin(), type.end(), isPartOfName))
         return FrontEndStart();
     const QString plugin = CfgCenter::Instance().Text(
         configurationGroup(), QStringLiteral("MessageDialogPlugin"), QStringLiteral("MessageDialog"));

@@ -15,8 +15,8 @@ struct FrontEndStart
     QStringList arguments;
     QString workingDirectory; ///< the installation's data folder
 
-    /// For a driver of that type at that address. Nothing, so an empty executable, for a type that would lead
-    /// out of the folder of the programs.
+    /// For a driver of that type at that address. Nothing, so an empty executable, for a type that is no
+    /// plain name: it could lead to any program.
     static FrontEndStart of(const QString& type, const QString& address);
 
     /// Starts the front end and waits until it runs; its output is not read. Null, with a trace line, when it

@@ -5,6 +5,8 @@
 
 #include <startup/errorhandler.h>
 
+#include <QPointer>
+
 namespace Kolta {
 
 using RESOURCEMANAGEMENT::MCP;
@@ -34,9 +36,16 @@ bool HardwareProcessingController::init(const QString& runningProcessorsPath, co
 {
     m_processors->disconnect(this);
     const bool processorsBound = m_processors->init(runningProcessorsPath);
+    const QPointer<HardwareProcessingController> guard(this); // others hear of the list, and may delete this
     const bool hwProcessingBound = m_hwProcessing->init(hwProcessingPath);
+    if (!guard)
+        return false;
+    m_processors->disconnect(this); // what a nested call has connected
     connect(m_processors.get(), &KoltaProcessorObserver::si_RunningProcessorsChanged, this,
             &HardwareProcessingController::sl_RunningProcessorsChanged);
+    // Ahead of the single stops, which then find nothing: the list is written once, not once per processor.
+    connect(m_processors.get(), &KoltaProcessorObserver::si_ProcessorsStopped, this,
+            &HardwareProcessingController::removeEntriesOf);
     connect(m_processors.get(), &KoltaProcessorObserver::si_ProcessorStopped, this,
             &HardwareProcessingController::sl_ProcessorStopped);
     connect(m_processors.get(), &KoltaProcessorObserver::si_AllProcessorsStopped, this,
@@ -72,6 +81,11 @@ void HardwareProcessingController::sl_AllProcessorsStopped()
 {
     trace(102, QStringLiteral("HardwareProcessingController::sl_AllProcessorsStopped"));
     m_hwProcessing->resetHardwareProcessingList();
+}
+
+void HardwareProcessingController::removeEntriesOf(const QStringList& guids)
+{
+    m_hwProcessing->removeHardwareProcessingInfos(QSet<QString>(guids.begin(), guids.end()));
 }
 
 } // namespace Kolta

@@ -38,6 +38,8 @@ public Q_SLOTS:
     void sl_AllProcessorsStopped();
 
 private:
+    void removeEntriesOf(const QStringList& guids);
+
     std::unique_ptr<KoltaProcessorObserver> m_processors;
     std::unique_ptr<HardwareProcessingObserver> m_hwProcessing;
 };

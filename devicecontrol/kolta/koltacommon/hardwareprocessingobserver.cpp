@@ -81,6 +81,14 @@ bool HardwareProcessingObserver::removeHardwareProcessingInfo(const QString& gui
     return true;
 }
 
+bool HardwareProcessingObserver::removeHardwareProcessingInfos(const QSet<QString>& guids)
+{
+    if (!removeAll(TavikXmlHelpers::ALL_GUIDS_OF(currentValue) & guids))
+        return false;
+    persistValues(currentValue);
+    return true;
+}
+
 void HardwareProcessingObserver::resetHardwareProcessingList()
 {
     currentValue.Reset();

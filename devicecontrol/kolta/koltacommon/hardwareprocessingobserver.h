@@ -43,6 +43,9 @@ public:
     /// Removes the entry with that GUID, wherever it stands more than once. False, and nothing is written,
     /// when there is none.
     bool removeHardwareProcessingInfo(const QString& guid);
+    /// Removes the entries with these GUIDs and writes the list once. False, and nothing is written, when
+    /// there are none.
+    bool removeHardwareProcessingInfos(const QSet<QString>& guids);
     /// Empties the list.
     void resetHardwareProcessingList();
     /// Removes every entry whose GUID is not among `knownGuids`; entries without GUID stay. The list is

@@ -15,14 +15,16 @@ namespace {
 constexpr std::size_t countSize = sizeof(quint32);
 constexpr quint32 nullText = 0xffffffff;
 
-/// Whether looking up this time zone stays within the folder of time zones.
-bool isPlainZoneName(const QString& name)
+/// The time zone, which is not valid when the name is unknown or looking it up might leave the folder of time
+/// zones.
+QTimeZone zoneNamed(const QString& name)
 {
     const auto isPlain = [](QChar c) {
         return c.unicode() < 0x80 && (c.isLetterOrNumber() || QStringLiteral("_+-/").contains(c));
     };
-    return !name.isEmpty() && name.size() < 64 && name.at(0).isLetter() &&
-           std::all_of(name.begin(), name.end(), isPlain);
+    const bool isPlainName = !name.isEmpty() && name.size() < 64 && name.at(0).isLetter() &&
+                             std::all_of(name.begin(), name.end(), isPlain);
+    return isPlainName ? QTimeZone(name.toLatin1()) : QTimeZone();
 }
 
 } // namespace
@@ -130,14 +132,14 @@ void Reader::operator()(QDateTime& time)
     quint32 milliseconds = 0;
     qint8 spec = 0;
     qint32 offset = 0;
-    QString zone;
+    QTimeZone zone;
     (*this)(day);
     (*this)(milliseconds);
     (*this)(spec);
     if (spec == Qt::OffsetFromUTC)
         (*this)(offset);
     else if (spec == Qt::TimeZone)
-        (*this)(zone);
+        zone = readZone();
     time = QDateTime();
     constexpr qint64 lastDay = 100'000'000; // milliseconds since 1970 stay far from the end of 64 bits
     if (day < 0 || day > lastDay)
@@ -150,8 +152,28 @@ void Reader::operator()(QDateTime& time)
         time = QDateTime(date, clock, static_cast<Qt::TimeSpec>(spec));
     else if (spec == Qt::OffsetFromUTC)
         time = QDateTime(date, clock, Qt::OffsetFromUTC, offset);
-    else if (isPlainZoneName(zone))
-        time = QDateTime(date, clock, QTimeZone(zone.toLatin1()));
+    else if (zone.isValid()) // Qt cannot write a time in another
+        time = QDateTime(date, clock, zone);
+    if (zone.id().startsWith("UTC")) // nor simply name one of these
+        time = time.toOffsetFromUtc(time.offsetFromUtc());
+}
+
+QTimeZone Reader::readZone()
+{
+    QString name;
+    (*this)(name);
+    if (name != QLatin1String("OffsetFromUtc"))
+        return zoneNamed(name);
+    QString text;
+    qint32 offset = 0;
+    qint32 country = 0;
+    (*this)(text);
+    (*this)(offset);
+    (*this)(text);
+    (*this)(text);
+    (*this)(country);
+    (*this)(text);
+    return QTimeZone(offset);
 }
 
 const char* Reader::skip(std::size_t size)

@@ -20,6 +20,8 @@
 ///         io(item.frequency);
 ///     };
 
+class QTimeZone;
+
 namespace Kolta {
 
 namespace itemfield {
@@ -95,10 +97,13 @@ public:
     void operator()(QString& text);
     void operator()(QStringList& texts);
     void operator()(QVector<float>& numbers);
-    /// A time zone counts only by a plain IANA name, since looking one up opens a file of that name.
+    /// A time zone counts only by a plain IANA name that is known here: looking one up opens a file of that
+    /// name, and Qt cannot write an unknown one.
     void operator()(QDateTime& time);
 
 private:
+    /// A zone by its name, or one of a fixed offset, which Qt writes as several members.
+    QTimeZone readZone();
     /// The next `size` bytes, or null when there are not that many; then the rest is missing too.
     const char* skip(std::size_t size);
     /// The count of the elements that follow, each of at least `elementSize` bytes; 0 when they do not fit.

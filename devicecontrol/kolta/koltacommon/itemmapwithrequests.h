@@ -51,9 +51,9 @@ public:
         : Base(name, state)
     {
     }
-    /// The copy has the same open requests.
+    /// The copy has the same open requests, less those that are being answered at present.
     ItemMapWithRequests(const ItemMapWithRequests& other)
-        : values::ValueBase(other), Base(other), m_pending(other.m_pending)
+        : values::ValueBase(other), Base(other), m_pending(other.unanswered())
     {
     }
     ItemMapWithRequests& operator=(const ItemMapWithRequests&) = delete;
@@ -68,27 +68,26 @@ public:
         return found == m_replies.end() ? nullptr : &found->second;
     }
 
-    /// Takes over the open requests too.
+    /// Takes over the open requests too, as a copy does.
     bool Assign(const values::ValueBase& other) override
     {
         const auto* const same = dynamic_cast<const ItemMapWithRequests*>(&other);
         if (same && same != this) {
-            m_pending = same->m_pending;
+            m_pending = same->unanswered();
             m_replies.clear();
         }
         return Base::Assign(other);
     }
-    /// The items, then the open requests, then the replies of which observers are being told: their requests
-    /// are still open, but the commands that end them may have been sent already.
+    /// The items, then the open requests. One that is being answered at present is left out: its reply has
+    /// been recorded, so whoever reads this would wait for another one in vain.
     void AddObjectStateStringForTransmission(std::string& out, unsigned int flags) override
     {
         Base::AddObjectStateStringForTransmission(out, flags);
-        for (const auto& [id, request] : m_pending)
-            typename Protocol::RequestCommand(*this, id, request, nullptr)
-                .AddCommandString(out, static_cast<int>(flags));
-        for (const auto& [id, error] : m_replies)
-            typename Protocol::ReplyCommand(*this, id, error, nullptr)
-                .AddCommandString(out, static_cast<int>(flags));
+        for (const auto& [id, request] : m_pending) {
+            if (!FindReply(id))
+                typename Protocol::RequestCommand(*this, id, request, nullptr)
+                    .AddCommandString(out, static_cast<int>(flags));
+        }
     }
     values::Command* CreateNextCommand(int id, const char** stream, IObserver* observer,
                                        int available) override;
@@ -113,6 +112,14 @@ private:
     friend class RequestCommand;
     template<class>
     friend class ReplyCommand;
+
+    PendingRequests unanswered() const
+    {
+        PendingRequests requests = m_pending;
+        for (const auto& [id, error] : m_replies)
+            requests.erase(id);
+        return requests;
+    }
 
     PendingRequests m_pending;
     std::unordered_map<QUuid, QString, RequestIdHash> m_replies; ///< being told at present
@@ -223,8 +230,8 @@ values::Command* ItemMapWithRequests<Protocol>::CreateNextCommand(int id, const 
     QUuid request;
     QString error;
     Request wanted;
-    // Executed, the null UUID would open a request under another UUID in each process.
-    if (!in.ReadUuid(request) || request.isNull())
+    // Without a UUID every mirror would open the request under one of its own.
+    if (!in.ReadUuid(request) || (id == Protocol::requestId && request.isNull()))
         return nullptr;
     if (id == Protocol::requestId && Protocol::ReadRequest(in, wanted))
         command = std::make_unique<typename Protocol::RequestCommand>(*this, request, wanted, observer);

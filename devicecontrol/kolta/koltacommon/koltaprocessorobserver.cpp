@@ -179,14 +179,14 @@ void KoltaProcessorObserver::onValueChange(const ProcessorOverview&, const Proce
         m_doubt->stop();
         compareWith(m_index);
     }
-    m_due.push_back({eOverview, QString(), newOverview});
+    m_due.push_back({eOverview, {}, newOverview});
     announceDue();
 }
 
 void KoltaProcessorObserver::onVtDelete()
 {
     forget();
-    m_due.push_back({eOverview, QString(), {}});
+    m_due.push_back({eOverview, {}, {}});
     announceDue();
 }
 
@@ -195,7 +195,7 @@ void KoltaProcessorObserver::onVtDelete()
 void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
 {
     if (now.isEmpty() && !m_announced.isEmpty())
-        m_due.push_back({eAllStopped, QString(), {}});
+        m_due.push_back({eAllStopped, {}, {}});
     int before = -1;
     for (int place = 0; place < now.processors().size(); ++place) {
         if (!now.isFirst(place))
@@ -203,13 +203,14 @@ void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
         const QString& guid = now.processors().at(place).guid();
         const int match = m_announced.find(guid, before + 1);
         if (match < 0) {
-            m_due.push_back({eStarted, guid, {}});
+            m_due.push_back({eStarted, {guid}, {}});
             continue;
         }
         before = match;
         if (!now.sameAt(place, m_announced, match))
-            m_due.push_back({eChanged, guid, {}});
+            m_due.push_back({eChanged, {guid}, {}});
     }
+    QStringList stopped;
     int after = -1;
     for (int place = 0; place < m_announced.processors().size(); ++place) {
         if (!m_announced.isFirst(place))
@@ -217,10 +218,14 @@ void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
         const QString& guid = m_announced.processors().at(place).guid();
         const int match = now.find(guid, after + 1);
         if (match < 0)
-            m_due.push_back({eStopped, guid, {}});
+            stopped.append(guid);
         else
             after = match;
     }
+    if (!stopped.isEmpty())
+        m_due.push_back({eSeveralStopped, stopped, {}});
+    for (const QString& guid : qAsConst(stopped))
+        m_due.push_back({eStopped, {guid}, {}});
     m_announced = now;
 }
 
@@ -238,13 +243,16 @@ void KoltaProcessorObserver::announce(const Announcement& announcement)
 {
     switch (announcement.kind) {
     case eStarted:
-        Q_EMIT si_ProcessorStarted(announcement.guid);
+        Q_EMIT si_ProcessorStarted(announcement.guids.first());
         break;
     case eChanged:
-        Q_EMIT si_ProcessorChanged(announcement.guid);
+        Q_EMIT si_ProcessorChanged(announcement.guids.first());
         break;
     case eStopped:
-        Q_EMIT si_ProcessorStopped(announcement.guid);
+        Q_EMIT si_ProcessorStopped(announcement.guids.first());
+        break;
+    case eSeveralStopped:
+        Q_EMIT si_ProcessorsStopped(announcement.guids);
         break;
     case eAllStopped:
         Q_EMIT si_AllProcessorsStopped();

@@ -31,15 +31,16 @@ struct RunningProcessor
 /// Bound to the server's base path followed by "/ADMINISTRATION/ActualConfiguration". Every new overview is
 /// compared with the one before, and each difference is announced by its own signal: first started and
 /// changed processors in the order of the new overview (a processor before those that it holds), then stopped
-/// ones in the order of the old. si_RunningProcessorsChanged follows always, si_ValueChanged last. Of several
+/// ones in the order of the old: all of them in si_ProcessorsStopped, for those who keep lists, then each in
+/// si_ProcessorStopped. si_RunningProcessorsChanged follows always, si_ValueChanged last. Of several
 /// processors with one GUID the first counts; the others, and those without GUID, are not announced and not
 /// found.
 ///
 /// **An overview without any processor is believed only after a while.** Servers empty their overview while
-/// they rebuild it, and what stops for good must not be undone by that. The mirror is empty at once and
-/// si_RunningProcessorsChanged says so, but nothing counts as stopped before the delay of
-/// setEmptyOverviewDelay() is over. Then come si_AllProcessorsStopped and, for those who follow one
-/// processor, si_ProcessorStopped for each. When processors are there again earlier, they are compared with
+/// they rebuild it, and what listeners drop with a stopped processor does not come back. The mirror is empty
+/// at once and si_RunningProcessorsChanged says so, but nothing counts as stopped before the delay of
+/// setEmptyOverviewDelay() is over. Then come si_AllProcessorsStopped and the signals of the stopped
+/// processors. When processors are there again earlier, they are compared with
 /// those before the gap.
 ///
 /// **When the value is deleted, the server is gone and nobody knows what runs.** The mirror is emptied,
@@ -104,19 +105,21 @@ Q_SIGNALS:
     void si_ProcessorStarted(QString sGUID);
     /// Its own data (not those of the processors that it holds) or the processor that holds it are others.
     void si_ProcessorChanged(QString sGUID);
+    /// All that one overview lacks, at least one; si_ProcessorStopped follows for each.
+    void si_ProcessorsStopped(const QStringList& sGUIDs);
     void si_ProcessorStopped(QString sGUID);
-    /// The last processors have stopped, all at once; si_ProcessorStopped follows for each.
+    /// The last processors have stopped, all at once; si_ProcessorsStopped follows.
     void si_AllProcessorsStopped();
     /// A new overview was mirrored, whether or not a single difference was found; or the value was deleted,
     /// then `overview` is empty.
     void si_RunningProcessorsChanged(const RESOURCEMANAGEMENT::ProcessorOverview& overview);
 
 private:
-    enum eAnnouncement { eStarted, eChanged, eStopped, eAllStopped, eOverview };
+    enum eAnnouncement { eStarted, eChanged, eStopped, eSeveralStopped, eAllStopped, eOverview };
     struct Announcement
     {
         eAnnouncement kind;
-        QString guid;
+        QStringList guids; ///< one, unless several stopped
         RESOURCEMANAGEMENT::ProcessorOverview overview;
     };
 

@@ -119,14 +119,27 @@ KoltaProductionControl::~KoltaProductionControl() = default;
 
 void KoltaProductionControl::init(const QString& basePath)
 {
-    m_basePath = basePath;
-    m_connectionInfo.setPath(m_basePath + QStringLiteral("/ConnectionInfo"));
-    if (bindAll())
+    if (bindAt(basePath))
         return;
-    releaseAll();
     const QString text = QStringLiteral("Could not initialize.");
     trace(eNotInitialized, text);
     throw KoltaException(text);
+}
+
+bool KoltaProductionControl::follow(const QString& basePath)
+{
+    return (basePath == m_basePath && m_reply.value.Get()) || bindAt(basePath);
+}
+
+/// All or nothing.
+bool KoltaProductionControl::bindAt(const QString& basePath)
+{
+    m_basePath = basePath;
+    m_connectionInfo.setPath(m_basePath + QStringLiteral("/ConnectionInfo"));
+    const bool bound = bindAll();
+    if (!bound)
+        releaseAll();
+    return bound;
 }
 
 /// What was deleted does not count, although it may come back.

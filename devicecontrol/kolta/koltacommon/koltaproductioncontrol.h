@@ -53,6 +53,9 @@ public:
     /// already counts as reported. Throws KoltaException "Could not initialize." when one of them or the
     /// request node does not exist; nothing is bound then, and init() may be tried again.
     void init(const QString& basePath);
+    /// init() for a server that may not be there yet: goes on with what is bound at `basePath` already, and
+    /// false, without a trace line, when something does not exist.
+    bool follow(const QString& basePath);
 
     /// Asks for a production of `object`: an SCP, an MCP, or an FFP, which then runs in the MCP `mcpGuid`.
     /// With `reuseProductionID` an SCP or MCP keeps the production ID that it has. Returns the GUID of the
@@ -121,6 +124,7 @@ private:
         bool revived = false; ///< the value has come back; its content is announced next
     };
 
+    bool bindAt(const QString& basePath);
     bool bindAll();
     void releaseAll();
     bool hasRequestNode() const;

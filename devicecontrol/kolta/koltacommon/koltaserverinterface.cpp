@@ -1,6 +1,7 @@
 #include <koltacommon/koltaserverinterface.h>
 
 #include <koltacommon/hardwareprocessingobserver.h>
+#include <koltacommon/koltaexception.h>
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
@@ -18,7 +19,6 @@
 #include <QPointer>
 #include <QSysInfo>
 
-#include <exception>
 #include <utility>
 
 namespace Kolta {
@@ -45,6 +45,7 @@ KoltaServerInterface::KoltaServerInterface(const QString& serverAddress, QString
     : address(serverAddress)
     , serverBasePath(std::move(basePath))
     , root(this)
+    , administrationNode(this)
     , bindings{{Binding(this), Binding(this), Binding(this), Binding(this), Binding(this), Binding(this),
                 Binding(this), Binding(this), Binding(this)}}
     , requestNode(this)
@@ -73,6 +74,11 @@ QString KoltaServerInterface::getRecordMapBasePath(bool stripPrefix) const
 QString KoltaServerInterface::getAdministrationBasePath() const
 {
     return serverBasePath + administration;
+}
+
+QString KoltaServerInterface::administrationPath() const
+{
+    return serverBasePath + QStringLiteral("/ADMINISTRATION");
 }
 
 QString KoltaServerInterface::nodePath(const QString& name) const
@@ -140,22 +146,14 @@ TunerBookingManager& KoltaServerInterface::getBookingManager()
 
 KoltaProductionControl& KoltaServerInterface::getProductionControl()
 {
-    if (!productionControl)
+    if (!productionControl) {
         productionControl = std::make_unique<KoltaProductionControl>();
-    if (!productionControlBound)
-        productionControlBound = initProductionControl();
-    return *productionControl;
-}
-
-/// Its failure is traced by the production control itself.
-bool KoltaServerInterface::initProductionControl()
-{
-    try {
-        productionControl->init(serverBasePath + QStringLiteral("/ADMINISTRATION"));
-        return true;
-    } catch (const std::exception&) {
-        return false;
+        try {
+            productionControl->init(administrationPath());
+        } catch (const KoltaException&) { // traced there; bindParts() goes on trying
+        }
     }
+    return *productionControl;
 }
 
 bool KoltaServerInterface::restartServer()
@@ -174,8 +172,11 @@ bool KoltaServerInterface::init(QString path)
     const QString fullPath = getBasePath() + path;
     if (fullPath.isEmpty())
         return false;
+    const QPointer<KoltaServerInterface> guard(this);
     if (fullPath != serverBasePath) {
         withdrawClient();
+        if (!guard)
+            return false;
         requestNode.Release();
     }
     serverBasePath = fullPath;
@@ -183,7 +184,6 @@ bool KoltaServerInterface::init(QString path)
     recordMapBasePath =
         QString(fullPath).replace(QStringLiteral("/AdminTree"), QStringLiteral("/RecordMapTree"));
 
-    const QPointer<KoltaServerInterface> guard(this);
     const bool rootFound = bindRoot();
     announceClient();
     if (!guard)
@@ -192,7 +192,7 @@ bool KoltaServerInterface::init(QString path)
     const bool valuesBound = bindValues();
     const bool complete = rootFound && hostnameRead && valuesBound;
     createRequestNode();
-    if (!rebindParts() || !processContents())
+    if (!bindParts() || !processContents())
         return false;
     ready = complete;
     if (complete)
@@ -204,6 +204,7 @@ bool KoltaServerInterface::init(QString path)
 bool KoltaServerInterface::bindRoot()
 {
     root.Release();
+    administrationNode.Bind(administrationPath());
     return root.Bind(serverBasePath);
 }
 
@@ -258,31 +259,36 @@ void KoltaServerInterface::createRequestNode()
         requestNode.Bind(nodePath(QStringLiteral("RequestsNode")));
 }
 
+/// One that the application has made an offline mirror stays that.
 template<class Part>
-void KoltaServerInterface::rebind(const std::unique_ptr<Part>& owned, const QString& name)
+void KoltaServerInterface::bindPart(const std::unique_ptr<Part>& owned, const QString& name)
 {
-    if (owned)
-        owned->init(nodePath(name));
+    if (!owned || owned->getVtPath().isEmpty())
+        return;
+    const QString path = nodePath(name);
+    if (!owned->IsAttachedTo(values::Tree::Instance().Find(path)))
+        owned->init(path);
 }
 
-/// Parts that were asked for before the server was there, or at another path, follow. False when a slot
+/// Parts that were asked for before their node was there, or at another path, follow. False when a slot
 /// deleted this.
-bool KoltaServerInterface::rebindParts()
+bool KoltaServerInterface::bindParts()
 {
     using Self = KoltaServerInterface;
     static constexpr void (*steps[])(Self&) = {
-        [](Self& self) { self.rebind(self.resourceObserver, QStringLiteral("Resources")); },
-        [](Self& self) { self.rebind(self.processorObserver, QStringLiteral("ActualConfiguration")); },
+        [](Self& self) { self.bindPart(self.resourceObserver, QStringLiteral("Resources")); },
+        [](Self& self) { self.bindPart(self.processorObserver, QStringLiteral("ActualConfiguration")); },
         [](Self& self) {
-            self.productionControlBound = self.productionControl && self.initProductionControl();
+            if (self.productionControl)
+                self.productionControl->follow(self.administrationPath());
         },
-        [](Self& self) { self.rebind(self.tunerTypeObserver, QStringLiteral("TunerTypeOverview")); },
-        [](Self& self) { self.rebind(self.demandClassObserver, QStringLiteral("DemandClasses")); },
-        [](Self& self) { self.rebind(self.tunerClassesObserver, QStringLiteral("TunerClasses")); },
+        [](Self& self) { self.bindPart(self.tunerTypeObserver, QStringLiteral("TunerTypeOverview")); },
+        [](Self& self) { self.bindPart(self.demandClassObserver, QStringLiteral("DemandClasses")); },
+        [](Self& self) { self.bindPart(self.tunerClassesObserver, QStringLiteral("TunerClasses")); },
         [](Self& self) {
-            self.rebind(self.hardwareProcessingObserver, QStringLiteral("HardwareProcessing"));
+            self.bindPart(self.hardwareProcessingObserver, QStringLiteral("HardwareProcessing"));
         },
-        [](Self& self) { self.rebind(self.ownerObserver, QStringLiteral("Owners")); }};
+        [](Self& self) { self.bindPart(self.ownerObserver, QStringLiteral("Owners")); }};
     const QPointer<Self> guard(this);
     for (const auto step : steps) {
         step(*this);
@@ -376,6 +382,8 @@ void KoltaServerInterface::Update(Observable* source, TChangeCode code)
     } else if (source == bindings[eStatus].Get() && code == eChangeValue) {
         statusMessage = bindings[eStatus].Get()->GetStringValue();
         Q_EMIT si_StatusMessageChanged(statusMessage);
+    } else if (source == administrationNode.Get() && code == eChangeChildAdded) {
+        bindParts();
     }
 }
 

@@ -35,8 +35,8 @@ class TunerClassesObserver;
 ///
 /// The state follows the working-state value: while that value does not exist the server counts as
 /// disconnected (state 0), and when it comes back the interface goes on without being bound again. The owned
-/// parts do the same; their mirrors keep the last overview meanwhile, so a view asks getState() before it
-/// shows them.
+/// parts do the same, also those that were asked for before the server had their nodes; their mirrors keep
+/// the last overview meanwhile, so a view asks getState() before it shows them.
 ///
 /// Slots may delete the interface, best with DeleteLater(). Lives on the value tree's thread. Nothing throws.
 class KoltaServerInterface : public QObject, public IObserver
@@ -83,8 +83,7 @@ public:
     KoltaOwnerObserver& getGuiOwnerObserver();
     /// Follows getResourceObserver().
     TunerBookingManager& getBookingManager();
-    /// Its requests fail, each with a trace line, as long as the server has not published its nodes; it is
-    /// bound again when the interface is, and at the next call.
+    /// Its requests fail, each with a trace line, as long as the server has not published its nodes.
     KoltaProductionControl& getProductionControl();
 
     /// Asks the server to restart. False when it is not connected.
@@ -135,6 +134,7 @@ private:
     };
     using Binding = ValueBinding<values::ValueBase>;
 
+    QString administrationPath() const;
     QString nodePath(const QString& name) const;
     values::SelectionValue* workingState() const;
     bool bindRoot();
@@ -144,8 +144,7 @@ private:
     void announceClient();
     void withdrawClient();
     bool processContents();
-    bool rebindParts();
-    bool initProductionControl();
+    bool bindParts();
     bool updateParts();
     void optimiseTransfer() const;
     void followWorkingState();
@@ -153,7 +152,7 @@ private:
     template<class Part>
     Part& part(std::unique_ptr<Part>& owned, const QString& name);
     template<class Part>
-    void rebind(const std::unique_ptr<Part>& owned, const QString& name);
+    void bindPart(const std::unique_ptr<Part>& owned, const QString& name);
 
     bool ready = false;
     QUuid clientId = QUuid::createUuid();
@@ -165,6 +164,7 @@ private:
     QString statusMessage;
     SERVER_STATES::eServerState state = SERVER_STATES::eDisconnected;
     ValueBinding<values::TreeItem> root;
+    ValueBinding<values::TreeItem> administrationNode; ///< tells what appears late
     std::array<Binding, eValueCount> bindings;
     ValueBinding<values::TreeItem> requestNode;
 
@@ -177,7 +177,6 @@ private:
     std::unique_ptr<HardwareProcessingObserver> hardwareProcessingObserver;
     std::unique_ptr<KoltaOwnerObserver> ownerObserver;
     std::unique_ptr<TunerBookingManager> bookingManager;
-    bool productionControlBound = false;
     InstanceCount<KoltaServerInterface> instanceCount;
 };
 

@@ -87,7 +87,8 @@ bool KoltaServerRegistry::removeServer(const QString& address)
     return true;
 }
 
-void KoltaServerRegistry::forget(const QString& address)
+/// By value: the caller's may be one of addresses().
+void KoltaServerRegistry::forget(QString address)
 {
     m_servers.remove(address);
     m_addresses.removeOne(address);

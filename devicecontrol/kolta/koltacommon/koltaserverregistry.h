@@ -62,7 +62,7 @@ private:
     void OnItemAdded(values::TreeItem& item) override;
     void OnItemRemoved(values::TreeItem&) override {}
     void OnItemChanged(values::TreeItem&, TChangeCode, IObserver*) override {}
-    void forget(const QString& address);
+    void forget(QString address);
     void bind(KoltaServerInterface& server, const QString& path);
     void schedule(const QString& basePath);
     void bindScheduled();

@@ -62,7 +62,7 @@ public:
 
     void read(QVector<Profile>& profiles)
     {
-        while (next() != QXmlStreamReader::StartElement) {
+        while (next(rootName) != QXmlStreamReader::StartElement) {
         }
         if (m_xml.name() != rootName)
             fail(m_xml.name(), QStringLiteral("expected the root element <%1>").arg(rootName));
@@ -74,7 +74,7 @@ public:
             else
                 readProfile(appended(profiles));
         }
-        while (next() != QXmlStreamReader::EndDocument) {
+        while (next(rootName) != QXmlStreamReader::EndDocument) {
         }
         if (m_passedOver > mostNotes)
             m_report.notes.append(QStringLiteral("%1 more").arg(m_passedOver - mostNotes));
@@ -107,16 +107,17 @@ private:
     }
 
     /// The next token; fails when there is none, and for document types, with which entities would come.
-    QXmlStreamReader::TokenType next()
+    /// `element`: what is being read, for the message.
+    QXmlStreamReader::TokenType next(QLatin1String element)
     {
         const QXmlStreamReader::TokenType token = m_xml.readNext();
         if (token == QXmlStreamReader::DTD)
             fail(rootName, QStringLiteral("expected no document type declaration"));
         if (token == QXmlStreamReader::Invalid)
-            throw Failure{QStringLiteral("line %1, column %2: expected well-formed XML: %3")
+            throw Failure{QStringLiteral("line %1, column %2: <%3>: expected well-formed XML: %4")
                               .arg(m_xml.lineNumber())
                               .arg(m_xml.columnNumber())
-                              .arg(m_xml.errorString())};
+                              .arg(element, m_xml.errorString().simplified())}; // it quotes the document
         return token;
     }
 
@@ -125,7 +126,7 @@ private:
     {
         for (;;) {
             const qint64 line = m_xml.lineNumber();
-            const QXmlStreamReader::TokenType token = next();
+            const QXmlStreamReader::TokenType token = next(parent);
             if (token == QXmlStreamReader::StartElement)
                 return true;
             if (token == QXmlStreamReader::EndElement)
@@ -142,7 +143,7 @@ private:
                                       .arg(m_xml.lineNumber())
                                       .arg(shortened(m_xml.name()), parent));
         for (int depth = 1; depth > 0;) {
-            const QXmlStreamReader::TokenType token = next();
+            const QXmlStreamReader::TokenType token = next(parent);
             if (token == QXmlStreamReader::StartElement && ++depth > deepestLevel)
                 fail(shortened(m_xml.name()), QStringLiteral("expected at most %1 levels").arg(deepestLevel));
             if (token == QXmlStreamReader::EndElement)
@@ -211,7 +212,7 @@ private:
     {
         QString text;
         for (;;) {
-            const QXmlStreamReader::TokenType token = next();
+            const QXmlStreamReader::TokenType token = next(name);
             if (token == QXmlStreamReader::EndElement)
                 return text;
             if (token == QXmlStreamReader::StartElement)

@@ -1,5 +1,7 @@
 #include <koltacommon/startstopdatastreamrecording.h>
 
+#include <algorithm>
+
 using XmlCommon::CConstElement;
 using XmlCommon::CDataTree;
 using XmlCommon::CElement;
@@ -36,6 +38,17 @@ ptrCXmlMessage makeMessage(const StartStopDatastreamRecording::Content& content)
     return message;
 }
 
+/// Unlike stringToDataStream(): display names, in whatever language, and other letter case are for people,
+/// not for messages.
+eDataStream streamOfWireName(const QString& name)
+{
+    const QVector<eDataStream>& streams = RecordingControl::GetAllStreams();
+    const auto found = std::find_if(streams.begin(), streams.end(), [&name](eDataStream stream) {
+        return RecordingControl::dataStreamToString(stream) == name;
+    });
+    return found == streams.end() ? eNoDataStream : *found;
+}
+
 CConstElement operationOf(const CMsgFragment& fragment)
 {
     return fragment.getRequestTree().getDataTree().root();
@@ -70,10 +83,8 @@ StartStopDatastreamRecording::read(const CMsgFragment& fragment)
     Content content;
     content.start = operation.hasName(startOperation);
     for (CConstElement entry = operation.child("DataStream"); entry; entry = entry.next("DataStream")) {
-        const QString name = entry.attribute("name");
-        const eDataStream stream = RecordingControl::stringToDataStream(name);
-        // Display names and other letter case are for people, not for messages.
-        if (name.isEmpty() || RecordingControl::dataStreamToString(stream) != name)
+        const eDataStream stream = streamOfWireName(entry.attribute("name"));
+        if (stream == eNoDataStream)
             return std::nullopt;
         content.recordings.append({stream, entry.attribute("producer"), entry.attribute("record")});
     }

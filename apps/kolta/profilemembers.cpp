@@ -1,0 +1,92 @@
+#include "profilemembers.h"
+
+#include <QJsonArray>
+#include <QStringList>
+
+namespace KoltaCli {
+
+using Kolta::eShortTimeProfileType;
+using Kolta::ShortTimeProfile;
+
+namespace {
+
+constexpr struct
+{
+    eShortTimeProfileType type;
+    const char* name;
+} types[] = {{Kolta::eShortTimeProfileUnspecified, "unspecified"},
+             {Kolta::eShortTimeProfileBurst, "burst"},
+             {Kolta::eShortTimeProfileHopper, "hopper"},
+             {Kolta::eShortTimeProfileIgnore, "ignore"}};
+
+QString rangeText(bool use, quint64 minimum, quint64 maximum, const char* unit)
+{
+    return use ? QStringLiteral("%1 to %2%3")
+                     .arg(QString::number(minimum), QString::number(maximum), QLatin1String(unit))
+               : QString();
+}
+
+void addRange(QJsonObject& object, const char* name, bool use, quint64 minimum, quint64 maximum)
+{
+    if (use)
+        object[QLatin1String(name)] = QJsonArray{static_cast<double>(minimum), static_cast<double>(maximum)};
+}
+
+} // namespace
+
+QVector<ProfileMember> membersOf(const ShortTimeProfile& profile)
+{
+    const ShortTimeProfile& p = profile;
+    return {
+        {"Frequency", rangeText(p.useFrequency, p.frequencyMin, p.frequencyMax, " Hz")},
+        {"Duration", rangeText(p.useDuration, p.durationMin, p.durationMax, "")},
+        {"Bandwidth", rangeText(p.useBandwidth, p.bandwidthMin, p.bandwidthMax, " Hz")},
+        {"Symbol rate", rangeText(p.useSymbolRate, p.symbolRateMin, p.symbolRateMax, " Bd")},
+        {"Shift", rangeText(p.useShift, p.shiftMin, p.shiftMax, " Hz")},
+        {"Hop rate", p.useHopRate ? QString::number(p.hopRate, 'g', 12) + QStringLiteral(" /s") : QString()},
+        {"Modulation", p.useModulation ? Kolta::modulationTypeToString(p.modulation) : QString()}};
+}
+
+QJsonObject toJson(const ShortTimeProfile& profile)
+{
+    const ShortTimeProfile& p = profile;
+    QJsonObject object{{QStringLiteral("name"), p.name}, {QStringLiteral("type"), typeText(p.type)}};
+    addRange(object, "frequency", p.useFrequency, p.frequencyMin, p.frequencyMax);
+    addRange(object, "duration", p.useDuration, p.durationMin, p.durationMax);
+    addRange(object, "bandwidth", p.useBandwidth, p.bandwidthMin, p.bandwidthMax);
+    addRange(object, "symbolRate", p.useSymbolRate, p.symbolRateMin, p.symbolRateMax);
+    addRange(object, "shift", p.useShift, p.shiftMin, p.shiftMax);
+    if (p.useHopRate)
+        object[QStringLiteral("hopRate")] = p.hopRate;
+    if (p.useModulation)
+        object[QStringLiteral("modulation")] = Kolta::modulationTypeToString(p.modulation);
+    return object;
+}
+
+QString typeText(eShortTimeProfileType type)
+{
+    for (const auto& known : types) {
+        if (known.type == type)
+            return QLatin1String(known.name);
+    }
+    return QString::number(int(type));
+}
+
+std::optional<eShortTimeProfileType> typeFromText(const QString& text)
+{
+    for (const auto& known : types) {
+        if (text == QLatin1String(known.name))
+            return known.type;
+    }
+    return std::nullopt;
+}
+
+QString typeNames()
+{
+    QStringList names;
+    for (const auto& known : types)
+        names.append(QLatin1String(known.name));
+    return names.join(QStringLiteral(", "));
+}
+
+} // namespace KoltaCli

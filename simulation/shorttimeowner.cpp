@@ -1,0 +1,243 @@
+#include <simulation/shorttimeowner.h>
+
+#include <simulation/installation.h>
+
+#include <koltacommon/convertproductionresultmap.h>
+#include <koltacommon/guidtext.h>
+#include <koltacommon/q9rprofiles.h>
+#include <koltacommon/shapecollectionitemmap.h>
+#include <koltacommon/shorttimeffpassignmentitemmap.h>
+#include <koltacommon/shorttimeprofileitemmap.h>
+#include <koltacommon/shorttimeresultitemmap.h>
+
+#include <QMetaObject>
+#include <QSet>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace KoltaSimulation {
+
+using Kolta::ConvertProductionResultMap;
+using Kolta::ShapeCollectionItemMap;
+using Kolta::ShortTimeFFPAssignment;
+using Kolta::ShortTimeFFPAssignmentItemMap;
+using Kolta::ShortTimeProfile;
+using Kolta::ShortTimeProfileItemMap;
+using Kolta::ShortTimeResultItemMap;
+
+namespace {
+
+const char profilesName[] = "Profiles";
+const char assignmentsName[] = "Assignments";
+const char resultsName[] = "Results";
+const char conversionsName[] = "Conversions";
+const char shapesName[] = "Shapes";
+
+/// The minimum coverage is in per cent.
+constexpr quint32 maxCoverage = 100;
+
+std::unique_ptr<ShortTimeProfileItemMap> makeProfiles(const Installation& installation)
+{
+    auto map = std::make_unique<ShortTimeProfileItemMap>();
+    if (const VESK_Q9R::ShortTimeProfiles* const file = installation.profiles()) {
+        for (const ShortTimeProfile& profile :
+             ShortTimeProfile::fromQ9RProfile(*file, Kolta::eShortTimeProfileUnspecified))
+            map->Set(profile);
+    }
+    return map;
+}
+
+/// The open requests in the order in which they came. Those of which the change log does not tell any more
+/// are older than all others.
+template<class Protocol, class Map>
+std::vector<QUuid> openRequests(const Map& map)
+{
+    const auto& pending = map.GetPendingRequests();
+    std::vector<QUuid> ids;
+    if (pending.empty())
+        return ids;
+    QSet<QUuid> logged;
+    for (std::size_t i = 0; i < map.GetChangeLog().Size(); ++i) {
+        const auto& entry = map.GetChangeLog().At(i);
+        const QUuid id = entry.kind == Protocol::requestKind ? QUuid(entry.key) : QUuid();
+        if (pending.count(id) == 0 || logged.contains(id))
+            continue;
+        logged.insert(id);
+        ids.push_back(id);
+    }
+    std::vector<QUuid> older;
+    for (const auto& request : pending) {
+        if (!logged.contains(request.first))
+            older.push_back(request.first);
+    }
+    ids.insert(ids.begin(), older.begin(), older.end());
+    return ids;
+}
+
+QString unknownProfile(const QString& name)
+{
+    return QStringLiteral("There is no profile \"%1\"").arg(name);
+}
+
+/// Empty, or why the type of the profile stays as it is.
+QString changeType(ShortTimeProfileItemMap& profiles, const ShortTimeProfileItemMap::TypeChange& wanted,
+                   IObserver* originator)
+{
+    if (!profiles.Contains(wanted.profileName))
+        return unknownProfile(wanted.profileName);
+    if (wanted.targetType < Kolta::eShortTimeProfileUnspecified ||
+        wanted.targetType > Kolta::eShortTimeProfileIgnore)
+        return QStringLiteral("Profiles have no type %1").arg(int(wanted.targetType));
+    ShortTimeProfile profile = profiles.At(wanted.profileName);
+    profile.type = wanted.targetType;
+    profiles.Set(profile, originator);
+    return {};
+}
+
+/// Empty, or what is wrong with an assignment.
+QString problemOf(const ShortTimeFFPAssignment& assignment, const ShortTimeProfileItemMap* profiles)
+{
+    if (Kolta::guidFromText(assignment.ffpGuid).isNull())
+        return QStringLiteral("\"%1\" is no GUID of an FFP").arg(assignment.ffpGuid);
+    if (assignment.minCoverage > maxCoverage)
+        return QStringLiteral("The minimum coverage is %1 %, expected at most %2 %")
+            .arg(QString::number(assignment.minCoverage), QString::number(maxCoverage));
+    QSet<QString> seen;
+    for (const QString& name : assignment.profiles) {
+        if (!profiles || !profiles->Contains(name))
+            return unknownProfile(name);
+        if (seen.contains(name))
+            return QStringLiteral("The profile \"%1\" is assigned twice").arg(name);
+        seen.insert(name);
+    }
+    return {};
+}
+
+/// Under one spelling of its GUID, so that an FFP has one assignment.
+QString changeAssignment(ShortTimeFFPAssignmentItemMap& assignments, const ShortTimeProfileItemMap* profiles,
+                         ShortTimeFFPAssignment wanted, IObserver* originator)
+{
+    const QString problem = problemOf(wanted, profiles);
+    if (!problem.isEmpty())
+        return problem;
+    wanted.ffpGuid = Kolta::guidFromText(wanted.ffpGuid).toString();
+    assignments.Set(wanted, originator);
+    return {};
+}
+
+} // namespace
+
+ShortTimeOwner::ShortTimeOwner(const Installation& installation) : m_installation(installation) {}
+
+ShortTimeOwner::~ShortTimeOwner()
+{
+    withdraw();
+}
+
+QString ShortTimeOwner::path(const Installation& installation, const QString& name)
+{
+    QString base = installation.basePath();
+    base.replace(QStringLiteral("/AdminTree/"), QStringLiteral("/DataTree/"));
+    return base + QStringLiteral("/ShortTime/") + name;
+}
+
+template<class Map>
+Map* ShortTimeOwner::find(const char* name) const
+{
+    return m_tree ? m_tree->FindAs<Map>(path(m_installation, QLatin1String(name))) : nullptr;
+}
+
+void ShortTimeOwner::publish(values::Tree& tree)
+{
+    withdraw();
+    const int life = ++m_life;
+    m_tree = &tree;
+    std::pair<const char*, std::unique_ptr<values::ValueBase>> maps[] = {
+        {profilesName, makeProfiles(m_installation)},
+        {assignmentsName, std::make_unique<ShortTimeFFPAssignmentItemMap>()},
+        {resultsName, std::make_unique<ShortTimeResultItemMap>()},
+        {conversionsName, std::make_unique<ConvertProductionResultMap>()},
+        {shapesName, std::make_unique<ShapeCollectionItemMap>()}};
+    for (auto& [name, map] : maps) {
+        tree.Add(path(m_installation, QLatin1String(name)), std::move(map), this);
+        // Whoever was told may have ended this publication.
+        if (life != m_life)
+            return;
+    }
+    if (auto* const profiles = find<ShortTimeProfileItemMap>(profilesName))
+        profiles->Attach(this);
+    if (auto* const assignments = find<ShortTimeFFPAssignmentItemMap>(assignmentsName))
+        assignments->Attach(this);
+    // Somebody may have asked as the first of them appeared.
+    Update(nullptr, eChangeValue);
+}
+
+template<class Map>
+void ShortTimeOwner::withdrawOne(const char* name)
+{
+    if (auto* const map = find<Map>(name))
+        map->Detach(this);
+}
+
+void ShortTimeOwner::withdraw()
+{
+    if (!m_tree)
+        return;
+    withdrawOne<ShortTimeProfileItemMap>(profilesName);
+    withdrawOne<ShortTimeFFPAssignmentItemMap>(assignmentsName);
+    ++m_life;
+    values::Tree& tree = *std::exchange(m_tree, nullptr);
+    tree.Remove(path(m_installation, QString()), this);
+}
+
+void ShortTimeOwner::Update(Observable*, TChangeCode code)
+{
+    if (code != eChangeValue || std::exchange(m_posted, true))
+        return;
+    // Not at once: who asked has not returned yet.
+    QMetaObject::invokeMethod(
+        &m_context, [this] { answerAll(); }, Qt::QueuedConnection);
+}
+
+void ShortTimeOwner::answerAll()
+{
+    m_posted = false;
+    const auto changesType = [this](ShortTimeProfileItemMap& map, const auto& wanted) {
+        return changeType(map, wanted, this);
+    };
+    const auto assigns = [this](ShortTimeFFPAssignmentItemMap& map, const auto& wanted) {
+        return changeAssignment(map, find<ShortTimeProfileItemMap>(profilesName), wanted, this);
+    };
+    if (answer<Kolta::ShortTimeProfileProtocol, ShortTimeProfileItemMap>(
+            profilesName, changesType, &ShortTimeProfileItemMap::ReplyTypeChange))
+        answer<Kolta::ShortTimeFFPAssignmentProtocol, ShortTimeFFPAssignmentItemMap>(
+            assignmentsName, assigns, &ShortTimeFFPAssignmentItemMap::ReplyAssignmentChange);
+}
+
+/// False when somebody who was told of a change or an answer ended this publication.
+template<class Protocol, class Map, class Execute, class Reply>
+bool ShortTimeOwner::answer(const char* name, const Execute& execute, const Reply& reply)
+{
+    Map* const map = find<Map>(name);
+    if (!map)
+        return true;
+    const int life = m_life;
+    for (const QUuid& id : openRequests<Protocol>(*map)) {
+        const auto found = map->GetPendingRequests().find(id);
+        // Answered by somebody else, perhaps at this very moment.
+        if (found == map->GetPendingRequests().end() || map->FindReply(id))
+            continue;
+        const auto wanted = found->second;
+        const QString problem = execute(*map, wanted);
+        if (life != m_life)
+            return false;
+        (map->*reply)(id, problem, this);
+        if (life != m_life)
+            return false;
+    }
+    return true;
+}
+
+} // namespace KoltaSimulation
