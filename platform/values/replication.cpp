@@ -38,6 +38,30 @@ QString exceptionText()
     }
 }
 
+/// What observers throw must not keep the rest of a message from being executed.
+template<class Call>
+void traceExceptions(const Call& call)
+{
+    try {
+        call();
+    } catch (...) {
+        trace(5, exceptionText());
+    }
+}
+
+/// The commands of a transaction one by one, any other command as it is. Nested ones do not exist.
+template<class AnyCommand, class Call>
+void forEachPart(AnyCommand& command, const Call& call)
+{
+    const auto* const all = dynamic_cast<const CommandTransaction*>(&command);
+    if (!all) {
+        call(command);
+        return;
+    }
+    for (const auto& part : all->GetCommands())
+        call(*part);
+}
+
 /// A message that was cut between two commands must not pass for a shorter one.
 bool readRestSize(ByteReader& in)
 {
@@ -62,7 +86,7 @@ public:
     Origin(const ReplicaLink& bringer, const QUuid& replica) : link(&bringer), id(replica) {}
     void Update(Observable* /*source*/, TChangeCode /*code*/) override {}
 
-    const ReplicaLink* const link;
+    const Weak<const ReplicaLink> link; ///< null once it has died, when another may have its address
     const QUuid id;
 };
 
@@ -95,18 +119,12 @@ void Replica::remove(const ReplicaLink& link)
 
 void Replica::OnCommand(ValueBase& /*value*/, std::unique_ptr<Command> command)
 {
-    const auto enter = [this](const Command& entered) {
-        const auto* const onValue = dynamic_cast<const ValueBase::CommandOnValue*>(&entered);
-        IObserver* const originator = onValue ? onValue->GetOriginator() : nullptr;
-        m_group.push_back({&entered, originator ? dynamic_cast<const Origin*>(originator) : nullptr});
-    };
     m_group.clear();
-    if (const auto* const all = dynamic_cast<const CommandTransaction*>(command.get())) {
-        for (const auto& part : all->GetCommands())
-            enter(*part);
-    } else {
-        enter(*command);
-    }
+    forEachPart(*command, [this](const Command& part) {
+        const auto* const onValue = dynamic_cast<const ValueBase::CommandOnValue*>(&part);
+        IObserver* const originator = onValue ? onValue->GetOriginator() : nullptr;
+        m_group.push_back({&part, originator ? dynamic_cast<const Origin*>(originator) : nullptr});
+    });
     std::size_t encoded = m_group.size();
     for (ReplicaLink* const link : m_links) {
         const std::size_t first = firstFor(*link);
@@ -125,7 +143,7 @@ void Replica::OnCommand(ValueBase& /*value*/, std::unique_ptr<Command> command)
 std::size_t Replica::firstFor(const ReplicaLink& link) const
 {
     const auto other = std::find_if(m_group.begin(), m_group.end(), [&link](const Entry& entry) {
-        return !entry.origin || entry.origin->link != &link;
+        return !entry.origin || entry.origin->link.Get() != &link;
     });
     return static_cast<std::size_t>(other - m_group.begin());
 }
@@ -185,7 +203,14 @@ bool ReplicaLink::HasOutgoing() const
     const ValueBase* const alive = value();
     if (m_broken || !alive)
         return false;
-    return !m_queue.empty() || m_acknowledgeDue || (m_stateDue && !alive->IsDeleted());
+    return !m_queue.empty() || m_acknowledgeDue || isStateReady();
+}
+
+/// Not in the middle of a message of the peer: its changes may have been replaced already while they still
+/// count as on their way, and the peer would keep them.
+bool ReplicaLink::isStateReady() const
+{
+    return m_stateDue && !m_receiving && !value()->IsDeleted();
 }
 
 std::string ReplicaLink::TakeOutgoing()
@@ -199,7 +224,7 @@ std::string ReplicaLink::TakeOutgoing()
         return message;
     }
     m_acknowledgeDue = false;
-    if (m_stateDue && !value()->IsDeleted()) {
+    if (isStateReady()) {
         m_stateDue = false;
         std::string message = messageOf(StateMessage, 0);
         AppendInteger(message, m_sent);
@@ -345,13 +370,13 @@ bool ReplicaLink::takeState(ByteReader& in)
     m_active = true;
     acknowledged(received);
     value()->ExpectItems(commands);
+    const std::shared_ptr<Origin> origin = originFor(peer);
     apply(number, [&](const auto& run) {
         ValueBase& target = *value();
         const Weak<ValueBase> alive(&target);
-        const Weak<IObserver> origin(originFor(peer));
-        endStaleRequests(in, peer);
+        traceExceptions([&] { endStaleRequests(in, *origin); });
         if (alive)
-            ForEachCommand(target, in, origin.Get(), [&](Command& command) { run(command, peer); });
+            ForEachCommand(target, in, origin.get(), [&](Command& command) { run(command, *origin); });
     });
     return true;
 }
@@ -370,25 +395,19 @@ bool ReplicaLink::takeGroup(ByteReader& in)
     }
     Sections sections;
     while (!in.AtEnd()) {
-        Section section;
-        if (!in.ReadUuid(section.origin))
+        QUuid origin;
+        if (!in.ReadUuid(origin))
             return false;
-        section.command = ReadCommand(*value(), in, originFor(section.origin));
+        Section section{originFor(origin), nullptr};
+        section.command = ReadCommand(*value(), in, section.origin.get());
         if (!section.command)
             return false;
         sections.push_back(std::move(section));
     }
     acknowledged(received);
     apply(number, [&sections](const auto& run) {
-        for (const Section& section : sections) {
-            const auto* const all = dynamic_cast<const CommandTransaction*>(section.command.get());
-            if (!all) {
-                run(*section.command, section.origin);
-                continue;
-            }
-            for (const auto& command : all->GetCommands())
-                run(*command, section.origin);
-        }
+        for (const Section& section : sections)
+            run(*section.command, *section.origin);
     });
     return true;
 }
@@ -408,14 +427,14 @@ void ReplicaLink::acknowledged(quint64 number)
     m_pending.Acknowledge(m_acknowledged);
 }
 
-IObserver* ReplicaLink::originFor(const QUuid& id)
+std::shared_ptr<Replica::Origin> ReplicaLink::originFor(const QUuid& id)
 {
     const auto found = m_origins.find(id);
     if (found != m_origins.end())
-        return found->second.get();
+        return found->second;
     if (m_origins.size() >= maximumOrigins)
-        m_origins.clear(); // commands that still name them name nobody then
-    return m_origins.emplace(id, std::make_unique<Origin>(*this, id)).first->second.get();
+        m_origins.clear(); // a message that is being executed keeps its own
+    return m_origins.emplace(id, std::make_shared<Origin>(*this, id)).first->second;
 }
 
 /// Executes what `forEach` hands on with its origin, as one transaction and to the end even when an observer
@@ -426,15 +445,16 @@ void ReplicaLink::apply(quint64 number, const ForEach& forEach)
 {
     const Weak<ReplicaLink> self(this);
     const auto transaction = value()->CreateTransaction();
-    forEach([&self](Command& command, const QUuid& origin) {
-        try {
-            if (self)
-                self.Get()->execute(command, origin);
-            else
-                command.Execute();
-        } catch (...) {
-            trace(5, exceptionText());
-        }
+    forEach([&self](Command& command, Origin& origin) {
+        // One by one, since the policy is asked for each.
+        forEachPart(command, [&](Command& part) {
+            traceExceptions([&] {
+                if (self)
+                    self.Get()->execute(part, origin);
+                else
+                    part.Execute();
+            });
+        });
     });
     if (self) {
         m_received = number;
@@ -443,7 +463,7 @@ void ReplicaLink::apply(quint64 number, const ForEach& forEach)
 }
 
 /// Ends the requests that the peer does not know, except own ones on their way. Afterwards this may be gone.
-void ReplicaLink::endStaleRequests(ByteReader state, const QUuid& peer)
+void ReplicaLink::endStaleRequests(ByteReader state, Origin& peer)
 {
     CommandScope known;
     std::unordered_set<std::string> requests;
@@ -458,11 +478,11 @@ void ReplicaLink::endStaleRequests(ByteReader state, const QUuid& peer)
         }
         return requests.count(request) == 0 && !m_pending.ContainsRequest(request);
     };
-    value()->EndRequests(isStale, originFor(peer));
+    value()->EndRequests(isStale, &peer);
 }
 
 /// Executes a remote command but for keys at which the policy drops it. Afterwards this may be gone.
-void ReplicaLink::execute(Command& command, const QUuid& origin)
+void ReplicaLink::execute(Command& command, Origin& origin)
 {
     ValueBase* const target = value();
     if (m_pending.IsEmpty() || !target) {
@@ -470,15 +490,15 @@ void ReplicaLink::execute(Command& command, const QUuid& origin)
         return;
     }
     const auto isKeyDropped = [&](const std::string& key) {
-        return m_pending.ContainsKey(key) && isDropped({m_role, origin, command, key});
+        return m_pending.ContainsKey(key) && isDropped({m_role, origin.id, command, key});
     };
     const auto isRequestDropped = [&](const std::string& request) {
-        return m_pending.ContainsRequest(request) && isDropped({m_role, origin, command, request});
+        return m_pending.ContainsRequest(request) && isDropped({m_role, origin.id, command, request});
     };
     CommandScope scope;
     command.AddScope(scope);
     if (scope.everyKey)
-        target->EraseKeys([&](const std::string& key) { return !isKeyDropped(key); }, originFor(origin));
+        target->EraseKeys([&](const std::string& key) { return !isKeyDropped(key); }, &origin);
     else if (std::none_of(scope.keys.begin(), scope.keys.end(), isKeyDropped) &&
              std::none_of(scope.requests.begin(), scope.requests.end(), isRequestDropped))
         command.Execute();

@@ -132,7 +132,7 @@ private:
     /// Consecutive commands of a group that were made at one replica.
     struct Section
     {
-        QUuid origin;
+        std::shared_ptr<Origin> origin;
         std::unique_ptr<Command> command;
     };
     using Sections = std::vector<Section>;
@@ -141,6 +141,7 @@ private:
     bool isListening() const noexcept { return !m_broken && (m_active || m_role == LinkRole::Secondary); }
     void send(const Replica::Group& group, std::size_t first, const std::string& body);
     void sendStateAnew();
+    bool isStateReady() const;
     void requestState();
     void enqueue(std::string message);
     void wakeUp() const;
@@ -152,11 +153,11 @@ private:
     bool takeAcknowledgement(ByteReader& in);
     bool isSent(quint64 number) const noexcept { return number <= m_sent; }
     void acknowledged(quint64 number);
-    IObserver* originFor(const QUuid& id);
+    std::shared_ptr<Origin> originFor(const QUuid& id);
     template<class ForEach>
     void apply(quint64 number, const ForEach& forEach);
-    void endStaleRequests(ByteReader state, const QUuid& peer);
-    void execute(Command& command, const QUuid& origin);
+    void endStaleRequests(ByteReader state, Origin& peer);
+    void execute(Command& command, Origin& origin);
     bool isDropped(const Conflict& conflict) const;
     void fail(int tracePoint, const QString& reason);
 
@@ -178,7 +179,7 @@ private:
     std::size_t m_queuedBytes = 0;
     std::deque<std::string> m_incoming; ///< arrived while another was executed
     PendingChanges m_pending;           ///< kept where the policy may ask
-    std::map<QUuid, std::unique_ptr<Origin>> m_origins;
+    std::map<QUuid, std::shared_ptr<Origin>> m_origins;
 };
 
 } // namespace values

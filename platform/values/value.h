@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -105,6 +106,26 @@ protected:
     void Changed(TChangeCode code, IObserver* originator);
     /// Empties the content when the value becomes a tombstone. Tells nobody.
     void ClearContent() override = 0;
+    /// For a series of changes: calls `change(element, originator)` for every element while the value lives,
+    /// with null once the originator has died. All have their turn even if an observer throws; the first
+    /// exception is passed on at the end.
+    template<class Elements, class Change>
+    void ForEachWhileAlive(const Elements& elements, IObserver* originator, const Change& change)
+    {
+        const Weak<ValueBase> alive(this);
+        const Weak<IObserver> origin(originator);
+        std::exception_ptr thrown;
+        for (auto element = elements.begin(); alive && element != elements.end(); ++element) {
+            try {
+                change(*element, origin.Get());
+            } catch (...) {
+                if (!thrown)
+                    thrown = std::current_exception();
+            }
+        }
+        if (thrown)
+            std::rethrow_exception(thrown);
+    }
 
 private:
     struct Recording;

@@ -223,10 +223,8 @@ void ValueItemMapBase<Item, ItemFormat, TextAdapter>::EraseKeys(const KeyFilter&
         if (filter(field))
             keys.push_back(entry.first);
     }
-    const Weak<ValueBase> alive(this);
-    const Weak<IObserver> originator(observer);
-    for (std::size_t i = 0; alive && i < keys.size(); ++i)
-        EraseAt(keys[i], originator.Get());
+    ForEachWhileAlive(keys, observer,
+                      [this](const Key& key, IObserver* originator) { EraseAt(key, originator); });
 }
 
 template<class Item, class ItemFormat, class TextAdapter>

@@ -13,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <stdexcept>
 
 using namespace Kolta;
 
@@ -210,6 +211,11 @@ void TestShortTimeMaps::commandBytes()
         values::ByteReader in(wrong.constData(), static_cast<std::size_t>(wrong.size()));
         QVERIFY(!values::ReadCommand(mirror, in, nullptr) && in.Position() == wrong.constData());
     }
+    if (tag.startsWith("request")) { // under the null UUID every process would make up another
+        const QByteArray unnamed = QByteArray(bytes).replace(10, 16, QByteArray(16, '\0'));
+        values::ByteReader in(unnamed.constData(), static_cast<std::size_t>(unnamed.size()));
+        QVERIFY(!values::ReadCommand(mirror, in, nullptr));
+    }
     values::ByteReader in(bytes.constData(), static_cast<std::size_t>(bytes.size()));
     const auto command = values::ReadCommand(mirror, in, nullptr);
     QVERIFY(command && in.AtEnd());
@@ -302,6 +308,13 @@ void TestShortTimeMaps::observersInterfere()
     };
     QVERIFY(doomed->ReplyTypeChange(newId, QString()));
     QCOMPARE(tree.Size(), 0);
+    // An observer that assigns the map to itself and throws keeps no request open.
+    observer.action = [&] {
+        map.Assign(map);
+        throw std::runtime_error("observer");
+    };
+    QVERIFY_EXCEPTION_THROWN(map.ReplyAssignmentChange(newId, QString()), std::runtime_error);
+    QVERIFY(map.GetPendingRequests().empty() && !map.FindReply(newId));
 }
 
 void TestShortTimeMaps::keysAndTexts()
@@ -380,6 +393,16 @@ void TestShortTimeMaps::openRequestsFollowTheMap()
     QCOMPARE(map->GetPendingRequests().at(newId).profileName, QStringLiteral("A"));
     QVERIFY(!map->Assign(ShortTimeFFPAssignmentItemMap()));
     QCOMPARE(map->GetPendingRequests().size(), std::size_t(1));
+    // Who joins while observers are being told of the reply keeps no request that is answered.
+    ShortTimeProfileItemMap late;
+    values::Replica replica(*map), lateReplica(late);
+    std::unique_ptr<values::LocalReplicaPair> pair;
+    observer.action = [&] {
+        pair = std::make_unique<values::LocalReplicaPair>(replica, lateReplica);
+        pair->Deliver();
+    };
+    QVERIFY(map->ReplyTypeChange(newId, QString()));
+    QVERIFY(pair->Deliver() && late.GetPendingRequests().empty());
 }
 
 namespace {

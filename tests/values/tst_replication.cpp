@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <stdexcept>
 
 using namespace values;
 
@@ -379,6 +380,68 @@ private Q_SLOTS:
         QVERIFY(refused.GetLife().Watch().lock() && !map->Record() == false);
         pair.reset();
         QVERIFY(!map->Record());
+    }
+
+    /// Observers that throw at every change keep nothing from being done.
+    void throwingObservers()
+    {
+        Side top, bottom;
+        top.map->Set({{"a"_s, 1}, {"b"_s, 1}, {"c"_s, 1}}, false, false);
+        Wire wire(*top.replica, *bottom.replica);
+        wire.settle();
+        bottom.set("own"_s, 1); // on its way, so that the clear erases the others one by one
+        QStringList log;
+        Probe probe(&log);
+        probe.action = [](Observable*, TChangeCode) { throw std::runtime_error("observer"); };
+        bottom.map->Attach(&probe);
+        top.map->Clear();
+        QVERIFY(wire.carry(false) == 3 && !wire.secondary.IsBroken());
+        QCOMPARE(textOf(*bottom.map), "own=1"_s);
+    }
+
+    /// An observer that replaces the content in the middle of a peer's group, and has the state carried
+    /// there.
+    void replacedWhileReceiving()
+    {
+        Side top, bottom;
+        Wire wire(*top.replica, *bottom.replica);
+        wire.settle();
+        QStringList log;
+        Probe probe(&log);
+        probe.action = [&](Observable*, TChangeCode) {
+            top.map->Assign(TestMap());
+            wire.carry(false);
+        };
+        top.map->Attach(&probe);
+        bottom.set("a"_s, 1);
+        wire.settle();
+        QCOMPARE(textOf(*bottom.map), textOf(*top.map));
+        QCOMPARE(textOf(*top.map), QString());
+    }
+
+    /// More origins than a link remembers: still nothing of their changes goes back.
+    void manyOrigins()
+    {
+        Side top, bottom;
+        Wire wire(*top.replica, *bottom.replica);
+        wire.settle();
+        std::string body;
+        for (int i = 0; i < 1500; ++i) {
+            AppendUuid(body, QUuid::createUuid());
+            CommandMapClear<TextItem, TestFormat, TestAdapter>(*top.map, nullptr)
+                .AddCommandString(body, eTransmitPlain);
+            AppendUuid(body, QUuid::createUuid());
+            const TextItem item("a"_s, i);
+            CommandMapSetAt<TextItem, TestFormat, TestAdapter>(*top.map, item.key, item, nullptr)
+                .AddCommandString(body, eTransmitPlain);
+        }
+        std::string message(1, '\3');
+        AppendInteger(message, quint64(1));
+        AppendInteger(message, quint64(0));
+        AppendInteger(message, static_cast<quint32>(body.size()));
+        QVERIFY(wire.secondary.Receive(message + body));
+        QCOMPARE(textOf(*bottom.map), "a=1499"_s);
+        QCOMPARE(int(wire.secondary.TakeOutgoing()[0]), 4);
     }
 
     void deathsDuringANotification_data()

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QHash>
+#include <QScopeGuard>
 #include <QString>
 #include <QUuid>
 
@@ -265,13 +266,16 @@ bool ItemMapWithRequests<Protocol>::Reply(const QUuid& id, const QString& error,
     // The caller's UUID may be the key of the entry that is about to go.
     const QUuid answered = id;
     const values::Weak<values::ValueBase> alive(this);
+    // Also when an observer throws. One may have deleted the map, or opened a request under the same UUID
+    // again.
+    const auto close = qScopeGuard([&] {
+        if (alive && m_replies.erase(answered) > 0)
+            m_pending.erase(answered);
+    });
     this->AddChange(Protocol::replyKind, answered.toString());
     if (this->Record())
         this->RecordCommand(new typename Protocol::ReplyCommand(*this, answered, error, observer));
     this->Changed(eChangeValue, observer);
-    // An observer may have deleted the map, or opened a request under the same UUID again.
-    if (alive && m_replies.erase(answered) > 0)
-        m_pending.erase(answered);
     return true;
 }
 
@@ -288,10 +292,8 @@ void ItemMapWithRequests<Protocol>::EndRequests(const values::ValueBase::KeyFilt
     }
     const QString error =
         QCoreApplication::translate("Kolta::ItemMapWithRequests", "The request is not known any more.");
-    const values::Weak<values::ValueBase> alive(this);
-    const values::Weak<IObserver> originator(observer);
-    for (std::size_t i = 0; alive && i < stale.size(); ++i)
-        Reply(stale[i], error, originator.Get());
+    this->ForEachWhileAlive(stale, observer,
+                            [&](const QUuid& id, IObserver* originator) { Reply(id, error, originator); });
 }
 
 } // namespace Kolta
