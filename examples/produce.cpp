@@ -86,7 +86,7 @@ int main(int argc, char* argv[])
                      [&](const QUuid& id, bool accepted, const QString& text) {
                          if (id != production)
                              return;
-                         std::printf("%s %s\n", accepted ? "accepted" : "refused:", qPrintable(text));
+                         std::printf("%s\n", accepted ? "accepted" : qPrintable("refused: " + text));
                          if (accepted)
                              return control.StopProduction(id);
                          booking.undoProductionPlanning(mcp);

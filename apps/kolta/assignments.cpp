@@ -151,8 +151,9 @@ int tell(const AssignmentRequest& request, const ShortTimeFFPAssignment& assignm
             object[QStringLiteral("problem")] = request.problem();
         printJson(object);
     } else if (granted) {
-        printLine(QStringLiteral("%1 has assigned %2 profiles to the FFP %3")
-                      .arg(address, QString::number(assignment.profiles.size()), assignment.ffpGuid));
+        printLine(QStringLiteral("%1 has assigned %2 to the FFP %3")
+                      .arg(address, counted(assignment.profiles.size(), QStringLiteral("profile")),
+                           assignment.ffpGuid));
     }
     switch (request.outcome()) {
     case AssignmentRequest::Outcome::Granted:

@@ -172,7 +172,8 @@ int tidy(const CommandLine& line, const QStringList&)
     if (line.json())
         printJson({{QStringLiteral("erased"), erased}, {QStringLiteral("left"), left}});
     else
-        printLine(QStringLiteral("%1 results erased, %2 left").arg(erased).arg(left));
+        printLine(QStringLiteral("%1 erased, %2 left")
+                      .arg(counted(erased, QStringLiteral("result")), QString::number(left)));
     return eExitOk;
 }
 

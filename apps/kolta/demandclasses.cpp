@@ -3,6 +3,7 @@
 #include "embeddedinstallation.h"
 #include "output.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/resourcedemandclassobserver.h>
 
@@ -39,8 +40,8 @@ std::optional<eAppType> readAppType(const CommandLine& line)
             text.compare(QLatin1String(appTypeNames[type]), Qt::CaseInsensitive) == 0)
             return static_cast<eAppType>(type);
     }
-    line.usageError(QStringLiteral("--app-type wants one of %1 or its number from 1, not \"%2\"")
-                        .arg(wantedNames(), text));
+    const QString wish = QStringLiteral("--app-type wants one of %1 or its number from 1").arg(wantedNames());
+    line.usageError(text.isEmpty() ? wish : wish + QStringLiteral(", not \"%1\"").arg(text));
     return std::nullopt;
 }
 
@@ -92,6 +93,13 @@ void printObjects(const QVector<ResourceDemandClass>& classes, const QString& de
     }
 }
 
+/// The tuner whose GUID the user has given, in whatever form; null when there is none.
+const Tuner* findTuner(const Kolta::KoltaResourceObserver& resources, const QString& guid)
+{
+    const QUuid uuid = Kolta::guidFromText(guid);
+    return dynamic_cast<const Tuner*>(resources.FindResource(uuid.isNull() ? guid : uuid.toString()));
+}
+
 } // namespace
 
 int runDemandClasses(const QStringList& arguments)
@@ -123,7 +131,7 @@ int runDemandClasses(const QStringList& arguments)
     const QString guid = line.value(QStringLiteral("tuner"));
     if (guid.isEmpty()) {
         classes = demandClasses.GetDemandClassesForAppType(*appType, false);
-    } else if (const auto* const tuner = dynamic_cast<const Tuner*>(resources.FindResource(guid))) {
+    } else if (const Tuner* const tuner = findTuner(resources, guid)) {
         classes = demandClasses.GetDemandClassesForAppType(*appType, *tuner);
     } else {
         printError(QStringLiteral("there is no tuner with the GUID \"%1\"").arg(guid));

@@ -13,7 +13,9 @@ void DemoReport::beginStep(const QString& title)
     m_facts = QJsonObject();
     m_failures.clear();
     if (!m_json)
-        printLine(QStringLiteral("\n%1. %2").arg(m_number).arg(title));
+        printLine(
+            QStringLiteral("%1%2. %3")
+                .arg(m_number > 1 ? QStringLiteral("\n") : QString(), QString::number(m_number), title));
 }
 
 void DemoReport::say(const QString& text)

@@ -3,6 +3,7 @@
 #include "assignmentrequest.h"
 #include "demoreport.h"
 #include "eventwait.h"
+#include "output.h"
 #include "profilefile.h"
 
 #include <koltacommon/q9rprofiles.h>
@@ -173,9 +174,10 @@ void ShortTimeStory::compare()
                        m_assignments.GetPendingRequests().empty(),
                    QStringLiteral("no request is open in the end"));
     m_report.say(
-        QStringLiteral("the mirrors hold %1 profiles and %2 assignments, the same %3 bytes as the server")
-            .arg(QString::number(m_profilesMirror.map.Size()),
-                 QString::number(m_assignmentsMirror.map.Size()), QString::number(bytes)));
+        QStringLiteral("the mirrors hold %1 and %2, the same %3 bytes as the server")
+            .arg(counted(static_cast<int>(m_profilesMirror.map.Size()), QStringLiteral("profile")),
+                 counted(static_cast<int>(m_assignmentsMirror.map.Size()), QStringLiteral("assignment")),
+                 QString::number(bytes)));
     m_report.set(QStringLiteral("bytes"), bytes);
 }
 

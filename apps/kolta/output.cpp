@@ -73,6 +73,12 @@ void printLine(const QString& text)
         printError(QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(error)));
 }
 
+QString counted(int number, const QString& noun)
+{
+    return QStringLiteral("%1 %2%3").arg(QString::number(number), noun,
+                                         number == 1 ? QString() : QStringLiteral("s"));
+}
+
 void printError(const QString& text)
 {
     write(stderr, QStringLiteral("kolta: ") + text);

@@ -36,6 +36,8 @@ private:
 /// Writes one line to standard output, flushed, so that a pipe sees it at once. Control characters that came
 /// from a server are replaced, so that they cannot reach a terminal.
 void printLine(const QString& text);
+/// "1 profile", "2 profiles": how many there are of what `noun` names.
+QString counted(int number, const QString& noun);
 /// Writes "kolta: <text>" to standard error.
 void printError(const QString& text);
 /// Writes one compact JSON object as a line to standard output.

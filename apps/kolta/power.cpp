@@ -97,7 +97,7 @@ bool findUnits(const QStringList& words, const QVector<Unit>& all, QVector<Unit>
         if (meant.size() != 1) {
             printError(meant.isEmpty()
                            ? QStringLiteral("there is no tuner, processing or storage unit \"%1\"").arg(word)
-                           : QStringLiteral("%1 units are called \"%2\", give a GUID or a server")
+                           : QStringLiteral("%1 units are called \"%2\", give its GUID or --server")
                                  .arg(QString::number(meant.size()), word));
             return false;
         }

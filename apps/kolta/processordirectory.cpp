@@ -92,7 +92,7 @@ const ProcessorEntry* ProcessorDirectory::find(const QString& text, const QStrin
         return &m_entries.at(places.first());
     const QString what = kind.isEmpty() ? QStringLiteral("processor") : kind;
     problem = places.isEmpty() ? QStringLiteral("no %1 \"%2\" runs").arg(what, text)
-                               : QStringLiteral("%1 processors are called \"%2\", give a GUID or a server")
+                               : QStringLiteral("%1 processors are called \"%2\", give its GUID or --server")
                                      .arg(QString::number(places.size()), text);
     return nullptr;
 }
@@ -104,7 +104,8 @@ const ProcessorEntry* ProcessorDirectory::findOnly(const QString& kind, QString&
     if (count == 1)
         return &*std::find_if(m_entries.begin(), m_entries.end(), isOfKind);
     problem = count == 0 ? QStringLiteral("no %1 runs").arg(kind)
-                         : QStringLiteral("%1 of the kind %2 run").arg(QString::number(count), kind);
+                         : QStringLiteral("%1 %2s run, name one with --%3")
+                               .arg(QString::number(count), kind, kind.toLower());
     return nullptr;
 }
 

@@ -39,7 +39,8 @@ public:
     /// without braces, or a display name that only one has. A `kind` leaves out all others. Null, with the
     /// reason in `problem`, when there is none or several.
     const ProcessorEntry* find(const QString& text, const QString& kind, QString& problem) const;
-    /// The only processor of that kind; null, with the reason in `problem`, when there is none or several.
+    /// The only processor of that kind; null, with the reason in `problem`, when there is none or several, of
+    /// which the option with the kind's name could name one.
     const ProcessorEntry* findOnly(const QString& kind, QString& problem) const;
 
 private:

@@ -72,7 +72,7 @@ Server* findPlace(const CommandLine& line, const Servers& servers, ProductionOrd
     const ProcessorEntry* const mcp = text.isEmpty() ? directory.findOnly(QStringLiteral("MCP"), problem)
                                                      : directory.find(text, QStringLiteral("MCP"), problem);
     if (!mcp) {
-        printError(text.isEmpty() ? problem + QStringLiteral(", name one with --mcp") : problem);
+        printError(problem);
         return nullptr;
     }
     order.mcp = mcp->guid;

@@ -56,9 +56,10 @@ int importFile(const CommandLine& line, const QStringList& arguments)
                    {QStringLiteral("new"), read->size() - known},
                    {QStringLiteral("profiles"), total}});
     else
-        printLine(QStringLiteral("%1 profiles read, %2 of them new; %3 now has %4")
-                      .arg(QString::number(read->size()), QString::number(read->size() - known),
-                           server->server().getAddress(), QString::number(total)));
+        printLine(QStringLiteral("%1 read, %2 of them new; %3 now has %4")
+                      .arg(counted(read->size(), QStringLiteral("profile")),
+                           QString::number(read->size() - known), server->server().getAddress(),
+                           QString::number(total)));
     return eExitOk;
 }
 
@@ -128,7 +129,8 @@ int exportFile(const CommandLine& line, const QStringList& arguments)
     if (line.json())
         printJson({{QStringLiteral("file"), arguments.first()}, {QStringLiteral("profiles"), items.size()}});
     else
-        printLine(QStringLiteral("%1 profiles written to %2").arg(items.size()).arg(arguments.first()));
+        printLine(QStringLiteral("%1 written to %2")
+                      .arg(counted(items.size(), QStringLiteral("profile")), arguments.first()));
     return eExitOk;
 }
 

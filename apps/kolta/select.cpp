@@ -4,6 +4,7 @@
 #include "tunerallocation.h"
 #include "tunertables.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/tunerselection.h>
 
 namespace KoltaCli {
@@ -69,6 +70,18 @@ void print(const TunerAllocation& allocation, const TunerSelection& selection, b
         printChosen(*chosen);
 }
 
+/// The given storages; a GUID may stand there in any form and gets that of the overviews.
+QStringList storagesOf(const CommandLine& line)
+{
+    QStringList storages = line.values(QStringLiteral("storage"));
+    for (QString& storage : storages) {
+        const QUuid guid = Kolta::guidFromText(storage);
+        if (!guid.isNull())
+            storage = guid.toString();
+    }
+    return storages;
+}
+
 } // namespace
 
 int runSelect(const QStringList& arguments)
@@ -91,7 +104,7 @@ int runSelect(const QStringList& arguments)
     if (!allocation || !allocation->knowsClass(className))
         return eExitFailed;
 
-    const TunerSelection selection = allocation->explain(className, line.values(QStringLiteral("storage")));
+    const TunerSelection selection = allocation->explain(className, storagesOf(line));
     print(*allocation, selection, line.json(), line.isSet(QStringLiteral("explain")));
     if (selection.chosen())
         return eExitOk;

@@ -18,8 +18,8 @@ int runAction(const CommandLine& line, std::initializer_list<Action> actions)
         QStringList names;
         for (const Action& known : actions)
             names.append(QLatin1String(known.name));
-        return line.usageError(QStringLiteral("there is no \"%1\", expected one of: %2")
-                                   .arg(name, names.join(QLatin1Char(' '))));
+        return line.usageError(QStringLiteral("\"%1\" is no action: expected one of %2")
+                                   .arg(name, names.join(QStringLiteral(", "))));
     }
     const QStringList wanted =
         QString(QLatin1String(action->arguments)).split(QLatin1Char(' '), Qt::SkipEmptyParts);

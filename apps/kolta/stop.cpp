@@ -210,6 +210,8 @@ int runStop(const QStringList& arguments)
     if (!users.areKnown() || (!all && !findTargets(line.arguments(), *servers, targets)) ||
         !users.may(rightsFor(targets)))
         return eExitFailed;
+    if (targets.isEmpty() && !line.json())
+        printLine(QStringLiteral("nothing runs"));
     StopWatch watch(targets);
     ask(targets, servers->all(), all);
     waitUntil([&watch] { return watch.isSettled(); }, *timeout);

@@ -73,8 +73,10 @@ bool Users::may(UserRights::eManagementRights rights) const
             missing.append(UserRights::GetRightNameByIndex(i, false));
     }
     const QString user = m_rights.GetActiveUserName();
-    printError(QStringLiteral("%1 lacks the right %2")
-                   .arg(user.isEmpty() ? QStringLiteral("nobody is logged in and so everybody") : user,
+    printError(QStringLiteral("%1 the %2 %3")
+                   .arg(user.isEmpty() ? QStringLiteral("nobody is logged in; this needs")
+                                       : user + QStringLiteral(" lacks"),
+                        missing.size() == 1 ? QStringLiteral("right") : QStringLiteral("rights"),
                         missing.join(QStringLiteral(", "))));
     return false;
 }

@@ -72,7 +72,8 @@ void declare(CommandLine& line)
     line.addOption({QStringLiteral("count"), QStringLiteral("End after so many lines (0: never)."),
                     QStringLiteral("number"), QStringLiteral("0")});
     line.addOption({QStringLiteral("activity"),
-                    QStringLiteral("Let tuners become busy and free meanwhile, as others' work does.")});
+                    QStringLiteral("Let tuners become busy and free, conversions go on, and enabled "
+                                   "assignments yield results meanwhile.")});
     line.addOption({QStringLiteral("period"),
                     QStringLiteral("Time between two such changes in milliseconds (500)."),
                     QStringLiteral("ms"), QStringLiteral("500")});
@@ -96,6 +97,8 @@ int runWatch(const QStringList& arguments)
     const auto period = count ? line.number(QStringLiteral("period"), 1, 3600000) : std::nullopt;
     if (!period)
         return eExitUsage;
+    if (line.isSet(QStringLiteral("period")) && !line.isSet(QStringLiteral("activity")))
+        return line.usageError(QStringLiteral("--period is for --activity"));
     const auto servers = Servers::start(line);
     if (!servers)
         return eExitFailed;

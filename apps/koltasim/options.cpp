@@ -64,7 +64,10 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
                                   QStringLiteral("Seed of all that happens by chance (1)."),
                                   QStringLiteral("N"), QStringLiteral("1"));
     const QCommandLineOption activity(
-        QStringLiteral("activity"), QStringLiteral("Tuners become busy and free, and subscribers are told."));
+        QStringLiteral("activity"),
+        QStringLiteral(
+            "Tuners become busy and free, and subscribers are told; conversions go on, and enabled "
+            "assignments yield results."));
     const QCommandLineOption period(QStringLiteral("period"),
                                     QStringLiteral("Time between two activities in milliseconds (500)."),
                                     QStringLiteral("MS"), QStringLiteral("500"));

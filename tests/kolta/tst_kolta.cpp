@@ -366,7 +366,7 @@ void TestKolta::listsDemandClasses()
     const QPair<QString, QString> rows[] = {
         {words("mcp"), words("voice sw_5MHz sw* sw_20MHz hw_20MHz hw")},
         {words("3"), words("300k* 1M")},
-        {words("MCP --tuner {06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}"), words("voice sw_5MHz")},
+        {words("MCP --tuner 06E82A01-2b5c-4cd1-a7ca-430e92ac3d42"), words("voice sw_5MHz")},
         {words("scp --installation " KOLTA_INSTALLATION_DIR "-noclasses"), words("scp*")}};
     for (const auto& row : rows) {
         const QStringList arguments =

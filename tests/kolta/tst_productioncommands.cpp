@@ -141,7 +141,7 @@ void TestProductionCommands::livesAWholeLife()
     QCOMPARE(refusals, words("kolta: no tuner of class Basic hardware can be had: 4 not idle\n"
                              "kolta: S1 refuses: There is no demand class none for DCP\n"
                              "kolta: visitor lacks the right StartAndStopScp\n"
-                             "kolta: 3 of the kind MCP run, name one with --mcp\n"
+                             "kolta: 3 MCPs run, name one with --mcp\n"
                              "kolta: S1 refuses: The FFP runs in that MCP already\n"
                              "kolta: no FFP \"MCP 1\" runs\n"
                              "kolta: S1: Nothing to stop: no production or processor "
@@ -177,7 +177,7 @@ void TestProductionCommands::tellsServersApart()
     const QStringList refusals =
         kolta.errors().split(QRegularExpression(words("(kolta: line [^\n]*)?\n")), Qt::SkipEmptyParts);
     const QString several = words("kolta: there are several servers, name one with --server: S1, S2");
-    const QString ambiguous = words("kolta: 2 processors are called \"MCP 1\", give a GUID or a server");
+    const QString ambiguous = words("kolta: 2 processors are called \"MCP 1\", give its GUID or --server");
     QCOMPARE(refusals,
              (QStringList{several, ambiguous, words("kolta: FFP 1 runs on S2, but Night watch on S1"),
                           ambiguous, several}));

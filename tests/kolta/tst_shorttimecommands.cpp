@@ -93,7 +93,7 @@ void TestShortTimeCommands::livesAWholeLife()
                                    "PROCESSOR\n<guid>  MCP 1  S1      KW 1 Süd  <guid>\n"},
         {"produce ffp", "PRODUCTION                              NAME   SERVER  TUNER  PROCESSOR\n<guid>  "
                         "FFP 1  S1             <guid>\n"},
-        {"assignments set \"FFP 1\" --profiles A", "S1 has assigned 1 profiles to the FFP <guid>\n"},
+        {"assignments set \"FFP 1\" --profiles A", "S1 has assigned 1 profile to the FFP <guid>\n"},
         {"conversions start a/b/c --type wav", "a/b/c: converting\n"},
         {"conversions start a/b/c", ""},
         {"conversions start a/b/d", "a/b/d: converting\n"},
@@ -157,7 +157,7 @@ void TestShortTimeCommands::refuses_data()
         QTest::newRow(arguments) << exitCode << QString::fromUtf8(error);
     };
     row("profiles", 2, "ACTION is missing. Try \"kolta profiles --help\".");
-    row("profiles sort", 2, "there is no \"sort\", expected one of: import list show export diff.");
+    row("profiles sort", 2, "\"sort\" is no action: expected one of import, list, show, export, diff.");
     row("profiles diff a", 2, "diff: FILE is missing.");
     row("profiles list a", 2, "list: unexpected argument \"a\".");
     row("profiles list --timeout 0", 2, "--timeout wants");

@@ -102,6 +102,7 @@ void TestTunerCommands::tellsProgramsAndPeople_data()
     row("select|Busy|O|--explain", 1, choiceKeys, {",KW 2,0,2,,not idle"}, "Busy qualifies: 1 not idle\n");
     row("select|Empty|O", 1, "", {}, "no tuner of class Empty qualifies: the class is empty\n");
     row("select|HF|--storage|{0}", 1, "", {}, "qualifies: 1 not accessible, 1 not idle, 5 no matching");
+    row("select|Wide|--storage|C963CFE0-afae-4a3b-b909-6a04e7d80068", 0, "tuner", {"EB 1 Nord"});
     row("select|hf", 1, "", {}, "there is no tuner class \"hf\"; known: HF, VHF/UHF, Basic, Basic hard");
     row("select|root|--installation|/nowhere", 1, "", {}, "/nowhere: no such folder");
 
