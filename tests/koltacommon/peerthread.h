@@ -3,14 +3,11 @@
 #include <simulation/callablethread.h>
 #include <xmlmessaging/server.h>
 
-#include <QVector>
-
 #include <functional>
 #include <memory>
-#include <vector>
 
-/// Servers on loopback that share one thread of their own. They keep nothing of what they receive, so that
-/// the process's memory is the clients'.
+/// A server on loopback with a thread of its own. It keeps nothing of what it receives, so that the process's
+/// memory is the client's.
 class PeerThread
 {
 public:
@@ -23,40 +20,35 @@ public:
         link->send(XmlCommunication::makeReply(request, true));
     }
 
-    /// Both functions are called on the servers' thread.
+    /// Both functions are called on the server's thread.
     explicit PeerThread(
-        int count, OnMessage onMessage = answer, OnLink onLink = [](Link*) {})
+        OnMessage onMessage = answer, OnLink onLink = [](Link*) {})
     {
         thread.call([&] {
-            for (int i = 0; i < count; ++i) {
-                servers.push_back(std::make_unique<XmlCommunication::CServer>());
-                XmlCommunication::CServer* const server = servers.back().get();
-                QObject::connect(
-                    server, &XmlCommunication::CServer::LinkOpened, server, [onMessage, onLink](Link* link) {
-                        QObject::connect(link, &Link::MessageReceived, link,
-                                         [link, onMessage](const XmlCommon::ptrCXmlMessage& message) {
-                                             onMessage(link, *message);
-                                         });
-                        onLink(link);
-                    });
-                ports.append(server->listen() ? server->port() : quint16(0));
-            }
+            server = std::make_unique<XmlCommunication::CServer>();
+            QObject::connect(server.get(), &XmlCommunication::CServer::LinkOpened, server.get(),
+                             [onMessage, onLink](Link* link) {
+                                 QObject::connect(
+                                     link, &Link::MessageReceived, link,
+                                     [link, onMessage](const XmlCommon::ptrCXmlMessage& message) {
+                                         onMessage(link, *message);
+                                     });
+                                 onLink(link);
+                             });
+            port = server->listen() ? server->port() : quint16(0);
         });
     }
     ~PeerThread()
     {
-        thread.call([this] { servers.clear(); });
+        thread.call([this] { server.reset(); });
     }
     PeerThread(const PeerThread&) = delete;
     PeerThread& operator=(const PeerThread&) = delete;
 
-    QString host(int server = 0) const { return QStringLiteral("127.0.0.1:%1").arg(ports.at(server)); }
-
-    /// Runs `function` on the servers' thread and waits for it.
-    void call(const std::function<void()>& function) { thread.call(function); }
+    QString host() const { return QStringLiteral("127.0.0.1:%1").arg(port); }
 
 private:
-    KoltaSimulation::CallableThread thread{QStringLiteral("Peers")};
-    QVector<quint16> ports;
-    std::vector<std::unique_ptr<XmlCommunication::CServer>> servers;
+    KoltaSimulation::CallableThread thread{QStringLiteral("Peer")};
+    quint16 port = 0;
+    std::unique_ptr<XmlCommunication::CServer> server;
 };

@@ -71,7 +71,7 @@ public:
     void say(const QString& line) { m_lines.append(line); }
     void hear(KoltaServerInterface& server);
     /// The story so far; tuners are a and b, all other GUIDs are numbered as they first appear.
-    QStringList told(const QStringList& tuners) const;
+    QString told(const QStringList& tuners) const;
 
 private:
     void OnItemAdded(values::TreeItem& item) override { note('+', item); }
@@ -106,14 +106,14 @@ inline void Story::hear(KoltaServerInterface& server)
         connect(&sender, signal, this, [this, word](const auto&... arguments) {
             QStringList words{QLatin1String(word)};
             (words.append(QVariant::fromValue(arguments).toString()), ...);
-            say(QLatin1String("  ") + words.join(QLatin1Char(' ')));
+            say(words.join(QLatin1Char(' ')));
         });
     };
     using Control = KoltaProductionControl;
     using Processors = KoltaProcessorObserver;
     on(server, &KoltaServerInterface::si_ConnectionChanged, "connected");
     connect(&server, &KoltaServerInterface::si_StateChanged, this,
-            [this](int state) { say(QStringLiteral("  state %1").arg(state)); });
+            [this](int state) { say(QStringLiteral("state %1").arg(state)); });
     on(server, &KoltaServerInterface::si_StatusMessageChanged, "status");
     on(server.getProductionControl(), &Control::si_ProductionRequestReplied, "replied");
     on(server.getProductionControl(), &Control::si_ProductionStopped, "stopped");
@@ -123,29 +123,29 @@ inline void Story::hear(KoltaServerInterface& server)
     on(server.getProcessorObserver(), &Processors::si_AllProcessorsStopped, "all ended");
     connect(
         &server.getProcessorObserver(), &Processors::si_RunningProcessorsChanged, this,
-        [this](const ProcessorOverview& now) { say(QStringLiteral("  %1 MCPs").arg(now.GetMCP().size())); });
+        [this](const ProcessorOverview& now) { say(QStringLiteral("%1 MCPs").arg(now.GetMCP().size())); });
     on(server.getResourceObserver(), &KoltaResourceObserver::si_TunerIdleStateChanged, "idle");
     connect(&server.getBookingManager(), &TunerBookingManager::si_TunerStateChanged, this,
             [this](const QString& guid, int from, int to) {
-                say(QStringLiteral("  booking %1 %2 %3").arg(guid).arg(from).arg(to));
+                say(QStringLiteral("booking %1 %2 %3").arg(guid).arg(from).arg(to));
             });
     connect(&server.getHWProcessingObserver(), &IValueChangeNotifier::si_ValueChanged, this, [this, &server] {
         const int entries = server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size();
-        say(QStringLiteral("  %1 hardware").arg(entries));
+        say(QStringLiteral("%1 hardware").arg(entries));
     });
     on(server.getGuiOwnerObserver(), &KoltaOwnerObserver::si_OwnerChanged, "owner");
 }
 
-inline QStringList Story::told(const QStringList& tuners) const
+inline QString Story::told(const QStringList& tuners) const
 {
     static const QRegularExpression guid(QStringLiteral("\\{[-0-9a-f]{36}\\}"));
-    QString text = m_lines.join(QLatin1Char('\n'));
+    QString text = m_lines.join(QLatin1Char(' '));
     for (int i = 0; i < tuners.size(); ++i)
         text.replace(tuners.at(i), QString(QLatin1Char(char('a' + i))));
     int number = 0;
     for (auto match = guid.match(text); match.hasMatch(); match = guid.match(text))
         text.replace(match.captured(), QStringLiteral("#%1").arg(++number));
-    return text.remove(QRegularExpression(QStringLiteral(" +(?=\n|$)"))).split(QLatin1Char('\n'));
+    return text.simplified();
 }
 
 } // namespace Lifecycle

@@ -26,25 +26,6 @@ inline XmlCommon::ptrCXmlMessage makeRequest(const QString& component, int kind 
     return message;
 }
 
-/// Bytes that end a link: a kind of document in a frame, no frame at all, or a frame that is too long.
-inline QByteArray hostileBytes(const QByteArray& kind)
-{
-    const QByteArray begin = "<Message id='1' service='3'><Fragment component='b'><Data>";
-    const QByteArray end = "</Data></Fragment></Message>";
-    QByteArray document;
-    if (kind == "entities")
-        document = "<!DOCTYPE a [<!ENTITY b 'bbbb'><!ENTITY c '&b;&b;'>]>" + begin + "<a>&c;</a>" + end;
-    else if (kind == "not UTF-8")
-        document = begin + "<a>\xC3\x28</a>" + end;
-    else if (kind == "nested too deep")
-        document = begin + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + end;
-    else
-        return kind == "too long" ? "\n#4294967295\n" : "garbage";
-    QByteArray frame;
-    XmlCommunication::appendFrame(frame, document);
-    return frame;
-}
-
 /// A server on loopback that does what a test tells it. Answers every request at once unless `rule` is set.
 class ScriptedPeer : public QObject
 {

@@ -61,7 +61,6 @@ public:
     void onVtUser() override { call("hook user"); }
 
     using AbstractRGValueObserver::currentValue;
-    using AbstractRGValueObserver::publish;
 
     std::function<void()> hook; ///< runs once, in the next hook
 
@@ -159,16 +158,6 @@ private Q_SLOTS:
         QCOMPARE(takeLog(), QStringLiteral("hook delete|deleted|") + change(2, 5));
     }
 
-    void deletionAndRevival()
-    {
-        values::Tree::Instance().Remove(path);
-        QCOMPARE(takeLog(), QStringLiteral("hook delete|deleted"));
-        QCOMPARE(m_probe->getCurrentValue().GetTuner().size(), 1);
-        // It exists again: the state change alone says nothing, its new text is mirrored.
-        values::Tree::Instance().Emplace<StringValue>(path, text(3));
-        QCOMPARE(takeLog(), change(1, 3));
-    }
-
     void hooksMayDeleteTheObserver()
     {
         const auto notify = [this](const char* expectedLog, const std::function<void()>& cause) {
@@ -190,16 +179,6 @@ private Q_SLOTS:
         m_value->SetValue(text(4));
         QCOMPARE(takeLog(), QStringLiteral("1>4|") + change(4, 7) + QStringLiteral("|kept 4|changed"));
         QCOMPARE(m_probe->getCurrentValue().GetTuner().size(), 7);
-    }
-
-    void publishedTextsAreNotEchoed()
-    {
-        m_probe->currentValue = overviewOf(6);
-        m_probe->publish(text(6));
-        QCOMPARE(m_value->GetValue(), text(6));
-        QCOMPARE(takeLog(), QString());
-        m_value->SetValue(text(1)); // the server takes it back
-        QCOMPARE(takeLog(), change(6, 1));
     }
 
     void offlineMirror()

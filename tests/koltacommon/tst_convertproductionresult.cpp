@@ -1,10 +1,10 @@
+#include "../values/probe.h"
+
 #include <koltacommon/convertproductionresultmap.h>
 
 #include <values/command.h>
 
 #include <QtTest>
-
-#include <functional>
 
 using namespace Kolta;
 using sorel::RecordIdentifier;
@@ -54,18 +54,6 @@ public:
     QList<QByteArray> commands;
 };
 
-class Observer : public IObserver
-{
-public:
-    explicit Observer(Observable& source) { source.Attach(this); }
-    void Update(Observable*, TChangeCode) override
-    {
-        if (const auto run = std::exchange(action, nullptr))
-            run();
-    }
-    std::function<void()> action;
-};
-
 } // namespace
 
 class TestConvertProductionResult : public QObject
@@ -73,201 +61,152 @@ class TestConvertProductionResult : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void bytes();
-    void damagedBytes();
-    void states();
-    void changesByRecord();
-    void tidyUp_data();
-    void tidyUp();
-    void tidyUpWhileObserversChange();
-    void stringValue();
-};
-
-/// The item field without a version byte, and the commands whose key field is three texts.
-void TestConvertProductionResult::bytes()
-{
-    const QByteArray field = QByteArray::fromHex("42000000 00000000002584e3 00a88b2e 01"
-                                                 "00000002 0053 00000002 0044 00000002 0037 00000002"
-                                                 "00000002 0070 00000002 d800 ffffffff 00000000 01"
-                                                 "00000006 0072002e0078");
-    const ConvertProductionResult result = resultOf(field);
-    QCOMPARE(result.creationTime(), QDateTime(QDate(2020, 1, 2), QTime(3, 4, 5, 678), Qt::UTC));
-    QVERIFY(result.GetKey() == recordNamed(QStringLiteral("7")) && result.valid());
-    QVERIFY(result.sucessfullyFinished());
-    QCOMPARE(QStringList({result.productionID(), result.productionName(), result.pirmID(),
-                          result.resultType(), result.result()}),
-             QStringList({QStringLiteral("p"), QStringLiteral("\xD800"), QString(), QStringLiteral(""),
-                          QStringLiteral("r.x")}));
-    QCOMPARE(bytesOf(result).toHex(), field.toHex());
-
-    const QByteArray key = QByteArray::fromHex("01000000 5300 01000000 4400 01000000 3700") + ';';
-    ConvertProductionResultMap map;
-    Recorder recorder;
-    map.InstallRecorder(&recorder);
-    map.Add(result);
-    map.EraseAt(recordNamed(QStringLiteral("7")));
-    const QByteArray set = QByteArray::fromHex("5a000000 1400 00000000") + key + field + ';';
-    const QByteArray erase = QByteArray::fromHex("13000000 1500 00000000") + key;
-    QCOMPARE(recorder.commands, (QList<QByteArray>{set, erase}));
-    for (const QByteArray& bytes : {set, erase}) {
-        values::ByteReader in(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-        const auto command = values::ReadCommand(map, in, nullptr);
-        QVERIFY(command);
-        command->Execute();
-    }
-    QCOMPARE(recorder.commands, (QList<QByteArray>{set, erase, set, erase}));
-    QVERIFY_EXCEPTION_THROWN(map.Add(ConvertProductionResult()), std::logic_error);
-}
-
-void TestConvertProductionResult::damagedBytes()
-{
-    const QByteArray whole =
-        bytesOf(resultMade(QStringLiteral("7"), 1, ConvertProductionResult::eFinished, true));
-    for (int size = 0; size < whole.size() - 4; ++size) {
-        QByteArray cut = whole.left(4 + size);
-        cut[0] = static_cast<char>(size);
-        const QByteArray rest = bytesOf(resultOf(cut));
-        QCOMPARE(bytesOf(resultOf(rest)), rest);
-    }
-    // Times that are none, among them a time zone that is a path.
-    for (const char* time :
-         {"7fffffffffffffff 00000000 01", "00000000002584e3 7fffffff 01", "00000000002584e3 00000000 09",
-          "00000000002584e3 00000000 03 0000000a 002e002e002f00650074"}) {
-        QByteArray field = whole;
-        field.replace(4, 13, QByteArray::fromHex(time));
-        const int size = field.size() - 4;
-        field[0] = static_cast<char>(size);
+    /// The item field without a version byte, and the commands whose key field is three texts.
+    void bytes()
+    {
+        const QByteArray field = QByteArray::fromHex("42000000 00000000002584e3 00a88b2e 01"
+                                                     "00000002 0053 00000002 0044 00000002 0037 00000002"
+                                                     "00000002 0070 00000002 d800 ffffffff 00000000 01"
+                                                     "00000006 0072002e0078");
         const ConvertProductionResult result = resultOf(field);
-        QVERIFY(!result.creationTime().isValid());
-        QVERIFY(result.GetKey() == recordNamed(QStringLiteral("7")));
+        QCOMPARE(result.creationTime(), QDateTime(QDate(2020, 1, 2), QTime(3, 4, 5, 678), Qt::UTC));
+        QVERIFY(result.GetKey() == recordNamed(QStringLiteral("7")) && result.valid());
+        QVERIFY(result.sucessfullyFinished());
+        QCOMPARE(QStringList({result.productionID(), result.productionName(), result.pirmID(),
+                              result.resultType(), result.result()}),
+                 QStringList({QStringLiteral("p"), QStringLiteral("\xD800"), QString(), QStringLiteral(""),
+                              QStringLiteral("r.x")}));
+        QCOMPARE(bytesOf(result).toHex(), field.toHex());
+
+        const QByteArray key = QByteArray::fromHex("01000000 5300 01000000 4400 01000000 3700") + ';';
+        ConvertProductionResultMap map;
+        Recorder recorder;
+        map.InstallRecorder(&recorder);
+        map.Add(result);
+        map.EraseAt(recordNamed(QStringLiteral("7")));
+        const QByteArray set = QByteArray::fromHex("5a000000 1400 00000000") + key + field + ';';
+        const QByteArray erase = QByteArray::fromHex("13000000 1500 00000000") + key;
+        QCOMPARE(recorder.commands, (QList<QByteArray>{set, erase}));
+        QVERIFY_EXCEPTION_THROWN(map.Add(ConvertProductionResult()), std::logic_error);
     }
-}
 
-void TestConvertProductionResult::states()
-{
-    const QDateTime before = QDateTime::currentDateTime();
-    ConvertProductionResult result(ConvertProductionResultRequest{
-        recordNamed(QStringLiteral("7")), QStringLiteral("id"), QStringLiteral("name"),
-        QStringLiteral("pirm"), QStringLiteral("type")});
-    QVERIFY(before <= result.creationTime() && result.creationTime() <= QDateTime::currentDateTime());
-    QVERIFY(!result.finished() && result.state() == ConvertProductionResult::eNotStarted && result.valid());
-    QCOMPARE(
-        QStringList({result.productionID(), result.productionName(), result.pirmID(), result.resultType()}),
-        QStringLiteral("id name pirm type").split(QLatin1Char(' ')));
-    QCOMPARE(ConvertProductionResult_ItemFormat::GetString(result), QStringLiteral("Record_S/D/7"));
-    const auto state = [&result] { return ConvertProductionResult_TextAdapter::GetText4Column(1, result); };
-    QCOMPARE(state(), QStringLiteral("not started"));
-    result.setFinished(true, QStringLiteral("r"));
-    QVERIFY(result.sucessfullyFinished() && state() == QLatin1String("finished"));
-    result.setConverting(); // success is still set
-    QVERIFY(!result.finished() && !result.sucessfullyFinished() && state() == QLatin1String("converting"));
-    result.setFinished(false, QStringLiteral("r"));
-    QVERIFY(result.finished() && !result.sucessfullyFinished() && state() == QLatin1String("failed"));
-    const ConvertProductionResult copy(result);
-    QVERIFY(copy == result);
-    result.setResult(QStringLiteral("s"));
-    QVERIFY(copy != result && !ConvertProductionResult().valid());
-}
-
-void TestConvertProductionResult::changesByRecord()
-{
-    ConvertProductionResultMap map;
-    const RecordIdentifier known = recordNamed(QStringLiteral("7"));
-    map.Add(resultMade(QStringLiteral("7"), 1, ConvertProductionResult::eNotStarted, false));
-    auto changes = [&map, was = map.GetChangeNumber()]() mutable {
-        return map.GetChangeNumber() - std::exchange(was, map.GetChangeNumber());
-    };
-    for (const RecordIdentifier& unknown : {recordNamed(QStringLiteral("8")), RecordIdentifier()}) {
-        map.startConverting(unknown);
-        map.setIntermediateResult(unknown, QStringLiteral("r"));
-        map.setFinished(unknown, true, QStringLiteral("r"));
+    void states()
+    {
+        ConvertProductionResultRequest request;
+        request.record = recordNamed(QStringLiteral("7"));
+        ConvertProductionResult result(request);
+        QVERIFY(qAbs(result.creationTime().msecsTo(QDateTime::currentDateTime())) < 60000);
+        QCOMPARE(ConvertProductionResult_ItemFormat::GetString(result), QStringLiteral("Record_S/D/7"));
+        const auto state = [&result] {
+            return ConvertProductionResult_TextAdapter::GetText4Column(1, result);
+        };
+        QCOMPARE(state(), QStringLiteral("not started"));
+        result.setFinished(true, QStringLiteral("r"));
+        QVERIFY(result.sucessfullyFinished() && state() == QLatin1String("finished"));
+        result.setConverting(); // success is still set
+        QVERIFY(!result.finished() && !result.sucessfullyFinished() &&
+                state() == QLatin1String("converting"));
+        result.setFinished(false, QStringLiteral("r"));
+        QVERIFY(result.finished() && !result.sucessfullyFinished() && state() == QLatin1String("failed"));
     }
-    QCOMPARE(changes(), 0U);
-    map.startConverting(known);
-    map.startConverting(known);
-    QCOMPARE(changes(), 1U);
-    map.setIntermediateResult(known, QStringLiteral("half"));
-    QVERIFY(map.At(known).state() == ConvertProductionResult::eConverting);
-    QCOMPARE(map.At(known).result(), QStringLiteral("half"));
-    map.setFinished(known, false, QStringLiteral("broken"));
-    map.setFinished(known, false, QStringLiteral("broken"));
-    QCOMPARE(changes(), 2U);
-    QVERIFY(map.contains(known) && !map.At(known).sucessfullyFinished());
-    QCOMPARE(map.At(known).result(), QStringLiteral("broken"));
-}
 
-void TestConvertProductionResult::tidyUp_data()
-{
-    QTest::addColumn<int>("maxCount");
-    QTest::addColumn<int>("olderThan"); // a day, 0: none
-    QTest::addColumn<bool>("failedToo");
-    QTest::addColumn<QString>("left");
-    // a3: finished well on day 3, and so on; b and c of one day.
-    QTest::newRow("not too many") << 6 << 0 << true << QStringLiteral("abcdef");
-    QTest::newRow("oldest first") << 4 << 0 << true << QStringLiteral("acef");
-    QTest::newRow("same time by text") << 3 << 0 << true << QStringLiteral("aef");
-    QTest::newRow("failed ones stay") << 3 << 0 << false << QStringLiteral("def");
-    QTest::newRow("young ones stay") << 0 << 3 << true << QStringLiteral("aef");
-    QTest::newRow("unfinished ones stay") << 0 << 0 << true << QStringLiteral("ef");
-}
-
-void TestConvertProductionResult::tidyUp()
-{
-    QFETCH(int, maxCount);
-    QFETCH(int, olderThan);
-    QFETCH(bool, failedToo);
-    QFETCH(QString, left);
-    using Result = ConvertProductionResult;
-    ConvertProductionResultMap map;
-    map.Add(resultMade(QStringLiteral("a"), 3, Result::eFinished, true));
-    map.Add(resultMade(QStringLiteral("c"), 2, Result::eFinished, true));
-    map.Add(resultMade(QStringLiteral("b"), 2, Result::eFinished, true));
-    map.Add(resultMade(QStringLiteral("d"), 1, Result::eFinished, false));
-    map.Add(resultMade(QStringLiteral("e"), 1, Result::eConverting, true));
-    map.Add(resultMade(QStringLiteral("f"), 1, Result::eNotStarted, false));
-    Recorder recorder;
-    map.InstallRecorder(&recorder);
-    const QDateTime limit =
-        olderThan ? resultMade(QString(), olderThan, Result::eFinished, true).creationTime() : QDateTime();
-    QCOMPARE(map.tidyUp(static_cast<quint64>(maxCount), limit, failedToo), 6 - left.size());
-    QString kept;
-    for (const char id : {'a', 'b', 'c', 'd', 'e', 'f'}) {
-        if (map.contains(recordNamed(QString(QLatin1Char(id)))))
-            kept += QLatin1Char(id);
+    void changesByRecord()
+    {
+        ConvertProductionResultMap map;
+        const RecordIdentifier known = recordNamed(QStringLiteral("7"));
+        map.Add(resultMade(QStringLiteral("7"), 1, ConvertProductionResult::eNotStarted, false));
+        auto changes = [&map, was = map.GetChangeNumber()]() mutable {
+            return map.GetChangeNumber() - std::exchange(was, map.GetChangeNumber());
+        };
+        for (const RecordIdentifier& unknown : {recordNamed(QStringLiteral("8")), RecordIdentifier()}) {
+            map.startConverting(unknown);
+            map.setIntermediateResult(unknown, QStringLiteral("r"));
+            map.setFinished(unknown, true, QStringLiteral("r"));
+        }
+        QCOMPARE(changes(), 0U);
+        map.startConverting(known);
+        map.startConverting(known);
+        QCOMPARE(changes(), 1U);
+        map.setIntermediateResult(known, QStringLiteral("half"));
+        QVERIFY(map.At(known).state() == ConvertProductionResult::eConverting);
+        QCOMPARE(map.At(known).result(), QStringLiteral("half"));
+        map.setFinished(known, false, QStringLiteral("broken"));
+        map.setFinished(known, false, QStringLiteral("broken"));
+        QCOMPARE(changes(), 2U);
+        QVERIFY(map.contains(known) && !map.At(known).sucessfullyFinished());
+        QCOMPARE(map.At(known).result(), QStringLiteral("broken"));
     }
-    QCOMPARE(kept, left);
-    QCOMPARE(recorder.commands.size(), left.size() == 6 ? 0 : 1); // one transaction
-}
 
-/// A conversion that an observer starts again stays, and what an observer erases counts.
-void TestConvertProductionResult::tidyUpWhileObserversChange()
-{
-    ConvertProductionResultMap map;
-    for (const char id : {'a', 'b', 'c', 'd', 'e'})
-        map.Add(resultMade(QString(QLatin1Char(id)), 1, ConvertProductionResult::eFinished, true));
-    Observer observer(map);
-    observer.action = [&map] {
-        map.startConverting(recordNamed(QStringLiteral("b")));
-        map.EraseAt(recordNamed(QStringLiteral("d")));
-    };
-    QCOMPARE(map.tidyUp(2, QDateTime(), true), 2);
-    QVERIFY(map.contains(recordNamed(QStringLiteral("b"))) && map.contains(recordNamed(QStringLiteral("e"))));
-}
+    void tidyUp()
+    {
+        using Result = ConvertProductionResult;
+        const struct
+        {
+            quint64 maxCount;
+            int olderThan; ///< a day, 0: none
+            bool failedToo;
+            const char* left;
+        } rows[] = {{6, 0, true, "abcdef"}, {4, 0, true, "acef"}, // the oldest first, of one time by text
+                    {3, 0, true, "aef"},    {3, 0, false, "def"}, // failed ones stay
+                    {0, 3, true, "aef"},    {0, 0, true, "ef"}};  // young ones stay, unfinished ones stay
+        for (const auto& row : rows) {
+            ConvertProductionResultMap map;
+            map.Add(resultMade(QStringLiteral("a"), 3, Result::eFinished, true));
+            map.Add(resultMade(QStringLiteral("c"), 2, Result::eFinished, true));
+            map.Add(resultMade(QStringLiteral("b"), 2, Result::eFinished, true));
+            map.Add(resultMade(QStringLiteral("d"), 1, Result::eFinished, false));
+            map.Add(resultMade(QStringLiteral("e"), 1, Result::eConverting, true));
+            map.Add(resultMade(QStringLiteral("f"), 1, Result::eNotStarted, false));
+            Recorder recorder;
+            map.InstallRecorder(&recorder);
+            const QDateTime limit =
+                row.olderThan ? resultMade(QString(), row.olderThan, Result::eFinished, true).creationTime()
+                              : QDateTime();
+            const auto erased = map.tidyUp(row.maxCount, limit, row.failedToo);
+            QString kept;
+            for (const char id : {'a', 'b', 'c', 'd', 'e', 'f'}) {
+                if (map.contains(recordNamed(QString(QLatin1Char(id)))))
+                    kept += QLatin1Char(id);
+            }
+            QCOMPARE(kept, QLatin1String(row.left));
+            QCOMPARE(erased, 6 - kept.size());
+            QCOMPARE(recorder.commands.size(), erased == 0 ? 0 : 1); // one transaction
+        }
+    }
 
-void TestConvertProductionResult::stringValue()
-{
-    ConvertProductionResultMap map;
-    QCOMPARE(map.GetStringValue(), QStringLiteral("0 Conversions: []"));
-    map.Add(resultMade(QStringLiteral("%2"), 1, ConvertProductionResult::eFinished, true));
-    QCOMPARE(map.GetStringValue(), QStringLiteral("1 Conversions: [S/D/%252]"));
-    for (int i = 0; i < 9; ++i)
-        map.Add(resultMade(QString::number(i), 1, ConvertProductionResult::eFinished, true));
-    QVERIFY(!map.GetStringValue().contains(QLatin1String("...")));
-    map.Add(resultMade(QStringLiteral("x"), 1, ConvertProductionResult::eFinished, true));
-    QVERIFY(map.GetStringValue().startsWith(QLatin1String("11 Conversions: [S/D/")));
-    QVERIFY(map.GetStringValue().endsWith(QLatin1String("...]")));
-    QCOMPARE(map.GetStringValue().count(QLatin1String(", ")), 9);
-}
+    /// A conversion that an observer starts again stays, and what an observer erases counts.
+    void tidyUpWhileObserversChange()
+    {
+        ConvertProductionResultMap map;
+        for (const char id : {'a', 'b', 'c', 'd', 'e'})
+            map.Add(resultMade(QString(QLatin1Char(id)), 1, ConvertProductionResult::eFinished, true));
+        QStringList heard;
+        Probe observer(&heard);
+        map.Attach(&observer);
+        observer.action = [&](Observable*, TChangeCode) {
+            observer.action = nullptr;
+            map.startConverting(recordNamed(QStringLiteral("b")));
+            map.EraseAt(recordNamed(QStringLiteral("d")));
+        };
+        QCOMPARE(map.tidyUp(2, QDateTime(), true), 2);
+        QVERIFY(map.contains(recordNamed(QStringLiteral("b"))) &&
+                map.contains(recordNamed(QStringLiteral("e"))));
+    }
+
+    void stringValue()
+    {
+        ConvertProductionResultMap map;
+        QCOMPARE(map.GetStringValue(), QStringLiteral("0 Conversions: []"));
+        map.Add(resultMade(QStringLiteral("%2"), 1, ConvertProductionResult::eFinished, true));
+        QCOMPARE(map.GetStringValue(), QStringLiteral("1 Conversions: [S/D/%252]"));
+        for (int i = 0; i < 10; ++i) {
+            QVERIFY(!map.GetStringValue().contains(QLatin1String("...")));
+            map.Add(resultMade(QString::number(i), 1, ConvertProductionResult::eFinished, true));
+        }
+        QVERIFY(map.GetStringValue().endsWith(QLatin1String("...]")));
+        QCOMPARE(map.GetStringValue().count(QLatin1String(", ")), 9);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestConvertProductionResult)
 #include "tst_convertproductionresult.moc"

@@ -19,7 +19,6 @@ namespace {
 
 const QString processorsPath = QStringLiteral("/S1/ADMINISTRATION/ActualConfiguration");
 const QString hwPath = QStringLiteral("/S1/ADMINISTRATION/HardwareProcessing");
-const QString source = QStringLiteral("devicecontrol/kolta/koltacommon/hardwareprocessing");
 
 HWProcessing entry(const char* id, const QString& type = QStringLiteral("T"))
 {
@@ -84,10 +83,7 @@ private Q_SLOTS:
     void operations()
     {
         using Operation = std::function<bool(Observer&)>;
-        const auto append = [](const HWProcessing& item) {
-            return [item](Observer& o) { return o.appendHardwareProcessingInfo(item), true; };
-        };
-        const auto appendShared = [](const std::shared_ptr<HWProcessing>& item) {
+        const auto append = [](const auto& item) { // an entry, or a shared one
             return [item](Observer& o) { return o.appendHardwareProcessingInfo(item), true; };
         };
         const auto remove = [](const char* id) {
@@ -112,16 +108,13 @@ private Q_SLOTS:
             {"A", append(entry("B")), true, "A B", 1},
             {"A B", append(entry("A", QStringLiteral("other"))), true, "A B", 0},
             {"A", append(entry("-")), true, "A", 0},
-            {"A", append(entry("")), true, "A", 0},
-            {"A", appendShared(nullptr), true, "A", 0},
-            {"", appendShared(std::make_shared<HWProcessing>(entry("A"))), true, "A", 1},
+            {"A", append(std::shared_ptr<HWProcessing>()), true, "A", 0},
+            {"", append(std::make_shared<HWProcessing>(entry("A"))), true, "A", 1},
             {"A B C", remove("B"), true, "A C", 1},
             {"A B A - C", remove("A"), true, "B - C", 1}, // a double goes as well
-            {"A - B", remove("a"), false, "A - B", 0},
             {"A - B", remove(""), false, "A - B", 0},
             {"A B", removeFirst, true, "B", 1},
             {"A B", removeSilently, true, "A B", 0},
-            {"", reset, true, "", 1},
             {"A B", reset, true, "", 1},
             {"A B C A -", synchronize("B X"), true, "B -", 1},
             {"A B", synchronize("B A"), true, "A B", 1}, // always written
@@ -153,7 +146,6 @@ private Q_SLOTS:
         observer.appendHardwareProcessingInfo(entry("B", QString(QChar(1))));
         QCOMPARE(m_list->GetValue(), before);
         QCOMPARE(traces.records().size(), 1);
-        QCOMPARE(traces.records().at(0).source, source + QStringLiteral("observer"));
         QCOMPARE(
             traces.records().at(0).text,
             QStringLiteral("Invalid HW Processing element.HWProcessingOverview/HWProcessing[2]/Type holds a "
@@ -165,20 +157,10 @@ private Q_SLOTS:
     void listenersMayDeleteTheObserver()
     {
         m_list->SetValue(textOf(QStringLiteral("A B")));
-        const std::function<void(Observer&)> writers[] = {
-            [](Observer& o) { o.appendHardwareProcessingInfo(entry("N")); },
-            [](Observer& o) { QVERIFY(o.removeHardwareProcessingInfo(QStringLiteral("N"))); },
-            [](Observer& o) { o.synchronizeKnownProcessors({QStringLiteral("B")}); },
-            [](Observer& o) { o.resetHardwareProcessingList(); }};
-        for (const auto& write : writers) {
-            auto observer = std::make_unique<Observer>(hwPath);
-            m_server.action = [&observer](Observable*, TChangeCode) { observer.reset(); };
-            write(*observer);
-            QVERIFY(!observer);
-        }
+        auto observer = std::make_unique<Observer>(hwPath);
+        m_server.action = [&observer](Observable*, TChangeCode) { observer.reset(); };
+        QVERIFY(observer->removeHardwareProcessingInfo(QStringLiteral("A")) && !observer);
         m_server.action = nullptr;
-        QCOMPARE(idsIn(m_list->GetValue()), QString());
-        m_list->SetValue(textOf(QStringLiteral("A")));
         auto controller = std::make_unique<HardwareProcessingController>();
         connect(&controller->getHWProcessingObserver(), &IValueChangeNotifier::si_ValueChanged, this,
                 [&controller] { controller.reset(); });
@@ -209,11 +191,8 @@ private Q_SLOTS:
         QCOMPARE(m_list->GetValue(), HWProcessingOverview().GetXmlString());
 
         QString lines;
-        for (const Startup::TraceRecord& record : traces.records()) {
-            QCOMPARE(record.source, source + QStringLiteral("controller"));
-            QCOMPARE(record.channel, quint32(Startup::eTraceDetail));
+        for (const Startup::TraceRecord& record : traces.records())
             lines += record.text + QLatin1Char('\n');
-        }
         const QString bound =
             QStringLiteral(
                 "Initialized HardwareProcessingController for runningProcessors: %1, hwProcessingPath: "
@@ -228,28 +207,18 @@ private Q_SLOTS:
         QVERIFY(!controller.init(processorsPath, QStringLiteral("/none")));
     }
 
-    void tenThousandStopsAreOneWrite()
+    void manyStopsAreOneWrite()
     {
-        QString processors;
-        QString entries;
-        for (int number = 1; number <= 10000; ++number) {
-            processors += QStringLiteral("M%1 ").arg(number);
-            entries += guid(number) + QLatin1Char(' ');
-        }
-        auto controller = std::make_unique<HardwareProcessingController>();
-        QVERIFY(controller->init(processorsPath, hwPath));
-        Startup::ErrorHandler::Instance().setMask(0);
-        for (const QString& left : {QStringLiteral("S20000"), QString()}) {
-            m_processors->SetValue(xmlOf(processors));
-            m_list->SetValue(textOf(entries));
+        HardwareProcessingController controller;
+        QVERIFY(controller.init(processorsPath, hwPath));
+        for (const char* left : {"S9", ""}) {
+            m_processors->SetValue(xmlOf(QStringLiteral("M1 M2 M3")));
+            m_list->SetValue(textOf(ids({1, 2, 3})));
             m_codes.clear();
-            m_processors->SetValue(xmlOf(left));
+            m_processors->SetValue(xmlOf(QLatin1String(left)));
             QTRY_COMPARE(m_list->GetValue(), HWProcessingOverview().GetXmlString());
             QCOMPARE(m_codes.size(), 1);
         }
-        Startup::ErrorHandler::Instance().setMask(~0U);
-        controller.reset();
-        QVERIFY(!m_processors->HasObservers());
     }
 
 private:

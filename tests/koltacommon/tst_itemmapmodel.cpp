@@ -1,3 +1,4 @@
+#include "../values/probe.h"
 #include "modelfollower.h"
 
 #include <koltacommon/shorttimemodels.h>
@@ -11,6 +12,7 @@
 
 #include <functional>
 #include <map>
+#include <tuple>
 
 using namespace Kolta;
 
@@ -138,293 +140,241 @@ private:
     QRandomGenerator m_random;
 };
 
-/// Called before the models that are made later.
-class Meddler : public IObserver
-{
-public:
-    explicit Meddler(std::function<void()> action) : m_action(std::move(action)) {}
-    void Update(Observable*, TChangeCode) override { m_action(); }
-
-private:
-    std::function<void()> m_action;
-};
-
 } // namespace
-
-/// Lets a function be connected to a signal by its name.
-class SlotCaller : public QObject
-{
-    Q_OBJECT
-
-public:
-    explicit SlotCaller(std::function<void()> action) : m_action(std::move(action)) {}
-    Q_SLOT void call() { m_action(); }
-
-private:
-    std::function<void()> m_action;
-};
 
 class TestItemMapModel : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void follows_data();
-    void follows();
-    void namesRolesAndOrder();
-    void changesAreNeighbourly();
-    void costsOfOneChange();
-    void slotsInterfere_data();
-    void slotsInterfere();
-    void anotherMap();
-};
+    /// After every change, nested ones included, map, model and what a view made of the signals are the same.
+    void follows()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        RandomChanges random(seed);
+        for (const auto& [groups, lines, logSize] : {std::tuple{false, false, 1000U},
+                                                     {false, false, 2U},
+                                                     {false, false, 0U},
+                                                     {true, false, 1000U},
+                                                     {false, true, 1000U},
+                                                     {true, true, 1000U},
+                                                     {true, true, 2U}}) {
+            values::Tree tree;
+            auto* const map = tree.Emplace<Map>(path);
+            map->SetChangeLogSize(logSize);
 
-void TestItemMapModel::follows_data()
-{
-    QTest::addColumn<bool>("groups");
-    QTest::addColumn<bool>("lines");
-    QTest::addColumn<unsigned int>("logSize");
-    QTest::newRow("table") << false << false << 1000U;
-    QTest::newRow("table, short log") << false << false << 2U;
-    QTest::newRow("table, no log") << false << false << 0U;
-    QTest::newRow("groups") << true << false << 1000U;
-    QTest::newRow("lines") << false << true << 1000U;
-    QTest::newRow("groups and lines") << true << true << 1000U;
-    QTest::newRow("groups and lines, short log") << true << true << 2U;
-}
+            int meddling = 0;
+            const auto meddle = [&] {
+                if (meddling > 0 && !map->IsDeleted()) {
+                    --meddling;
+                    random.small(*map);
+                }
+            };
+            QStringList heard;
+            Probe early(&heard); // is called before the model
+            early.action = [&](Observable*, TChangeCode) { meddle(); };
+            map->Attach(&early);
+            Model model(map, layoutWith(groups, lines));
+            const QAbstractItemModelTester tester(&model,
+                                                  QAbstractItemModelTester::FailureReportingMode::Fatal);
+            const ModelFollower follower(model);
+            connect(&model, &Model::rowsInserted, &model, meddle);
+            connect(&model, &Model::rowsAboutToBeRemoved, &model, meddle);
+            connect(&model, &Model::dataChanged, &model, meddle);
 
-/// After every change, nested ones included, map, model and what a view made of the signals are the same.
-void TestItemMapModel::follows()
-{
-    QFETCH(bool, groups);
-    QFETCH(bool, lines);
-    QFETCH(unsigned int, logSize);
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    RandomChanges random(seed);
-    values::Tree tree;
-    auto* const map = tree.Emplace<Map>(path);
-    map->SetChangeLogSize(logSize);
-
-    int meddling = 0;
-    const auto meddle = [&] {
-        if (meddling > 0 && !map->IsDeleted()) {
-            --meddling;
-            random.small(*map);
+            for (int i = 0; i < 600; ++i) {
+                meddling = random.number(4) == 0 ? random.number(4) : 0;
+                random.any(tree);
+                const QStringList expected = expectedLines(*map, groups, lines);
+                QCOMPARE(follower.modelLines(), expected);
+                QCOMPARE(follower.lines(), expected);
+            }
+            QCOMPARE(follower.resets, 0);
         }
-    };
-    Meddler early(meddle);
-    map->Attach(&early);
-    Model model(map, layoutWith(groups, lines));
-    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
-    const ModelFollower follower(model);
-    connect(&model, &Model::rowsInserted, &model, meddle);
-    connect(&model, &Model::rowsAboutToBeRemoved, &model, meddle);
-    connect(&model, &Model::dataChanged, &model, meddle);
-
-    for (int i = 0; i < 600; ++i) {
-        meddling = random.number(4) == 0 ? random.number(4) : 0;
-        random.any(tree);
-        const QStringList expected = expectedLines(*map, groups, lines);
-        QCOMPARE(follower.modelLines(), expected);
-        QCOMPARE(follower.lines(), expected);
     }
-    QCOMPARE(follower.resets, 0);
-}
 
-void TestItemMapModel::namesRolesAndOrder()
-{
-    ShortTimeProfileItemMap profiles;
-    for (const char* name : {"b", "B", "a"}) {
+    void namesRolesAndOrder()
+    {
+        ShortTimeProfileItemMap profiles;
+        for (const char* name : {"b", "B", "a"}) {
+            ShortTimeProfile profile;
+            profile.name = QLatin1String(name);
+            profiles.Set(profile);
+        }
+        const ShortTimeProfileModel names(&profiles);
+        QCOMPARE(ModelFollower(names).lines(),
+                 QStringList({QStringLiteral("B"), QStringLiteral("a"), QStringLiteral("b")}));
+        QCOMPARE(names.headerData(0, Qt::Horizontal).toString(), QStringLiteral("Name"));
+        const QModelIndex first = names.index(0, 0);
+        QCOMPARE(first.data(Qt::ToolTipRole).toString(),
+                 ShortTimeProfile_TextAdapter::GetText4Tooltip(profiles.At(QStringLiteral("B"))));
+        QCOMPARE(first.data(Model::ItemRole).value<ShortTimeProfile>().name, QStringLiteral("B"));
+        QCOMPARE(names.itemAt(first)->name, QStringLiteral("B"));
+
+        ShortTimeResultItemMap results; // numbers are not ordered as texts are
+        for (const unsigned int id : {10U, 9U, 100U}) {
+            ShortTimeResult result;
+            result.id = id;
+            result.ffpGuid = QStringLiteral("ffp");
+            results.Set(result);
+        }
+        const ShortTimeResultModel byFfp(&results, resultsByFFP());
+        const QModelIndex group = byFfp.index(0, 0);
+        QCOMPARE(group.data().toString(), QStringLiteral("ffp"));
+        QVERIFY(!group.data(Model::KeyRole).isValid() && !byFfp.itemAt(group));
+        QList<unsigned int> keys;
+        for (int row = 0; row < byFfp.rowCount(group); ++row)
+            keys << byFfp.index(row, 0, group).data(Model::KeyRole).toUInt();
+        QCOMPARE(keys, QList<unsigned int>({9, 10, 100}));
+
+        // A record's parts may hold what separates them in its text.
+        ConvertProductionResultMap conversions;
+        const ConvertProductionResultModel byState(&conversions, conversionsByState());
+        const sorel::RecordIdentifier record(QStringLiteral("a/b"), QStringLiteral("%"), QStringLiteral("1"));
+        ConvertProductionResultRequest request;
+        request.record = record;
+        conversions.Add(ConvertProductionResult(request));
+        QCOMPARE(byState.index(0, 0).data().toString(), QStringLiteral("not started"));
+        const QPersistentModelIndex kept = byState.indexOf(record);
+        conversions.setFinished(record, true, QString());
+        QCOMPARE(kept.parent().data().toString(), QStringLiteral("finished"));
+        QCOMPARE(byState.rowCount(), 1);
+        QCOMPARE(kept.data(Model::KeyRole).value<sorel::RecordIdentifier>(), record);
+    }
+
+    /// Rows that come, go or change together and stand together are told together.
+    void changesAreNeighbourly()
+    {
+        values::Tree tree;
+        auto* const map = tree.Emplace<Map>(path);
+        std::list<ShortTimeFFPAssignment> items;
+        for (int i = 10; i < 90; ++i)
+            items.push_back(assignment(QString::number(i), 0));
+        map->Set(items, true, true);
+        Model table(map);
+        Model grouped(map, layoutWith(true, false));
+        QSignalSpy changed(&table, &Model::dataChanged);
+        QSignalSpy removed(&table, &Model::rowsRemoved);
+        QSignalSpy inserted(&table, &Model::rowsInserted);
+        QSignalSpy groupsRemoved(&grouped, &Model::rowsRemoved);
+
+        Map other(*map);
+        for (int i = 20; i < 30; ++i)
+            other.Set(assignment(QString::number(i), 7));
+        other.EraseAt(QStringLiteral("40"));
+        other.EraseAt(QStringLiteral("41"));
+        other.Set(assignment(QStringLiteral("50a"), 0));
+        map->Assign(other);
+        map->Announce();
+        QCOMPARE(changed.size(), 1);
+        QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 10);
+        QCOMPARE(changed.at(0).at(1).toModelIndex().row(), 19);
+        QCOMPARE(removed.size(), 1);
+        QCOMPARE(inserted.size(), 1);
+
+        groupsRemoved.clear();
+        tree.Remove(path);
+        QCOMPARE(removed.size(), 2);
+        QCOMPARE(groupsRemoved.size(), 1);
+    }
+
+    /// Profiles equal nothing, so every comparison of all of them would look at all their layouts. The
+    /// observer that changes the map before the model hears of it brings the model notifications without
+    /// entries.
+    void costsOfOneChange()
+    {
+        ShortTimeProfileItemMap map;
         ShortTimeProfile profile;
-        profile.name = QLatin1String(name);
-        profiles.Set(profile);
-    }
-    const ShortTimeProfileModel names(&profiles);
-    QCOMPARE(ModelFollower(names).lines(),
-             QStringList({QStringLiteral("B"), QStringLiteral("a"), QStringLiteral("b")}));
-    QCOMPARE(names.headerData(0, Qt::Horizontal).toString(), QStringLiteral("Name"));
-    const QModelIndex first = names.index(0, 0);
-    QCOMPARE(first.data(Qt::ToolTipRole).toString(),
-             ShortTimeProfile_TextAdapter::GetText4Tooltip(profiles.At(QStringLiteral("B"))));
-    QCOMPARE(first.data(Model::ItemRole).value<ShortTimeProfile>().name, QStringLiteral("B"));
-    QCOMPARE(names.itemAt(first)->name, QStringLiteral("B"));
-    QCOMPARE(names.indexOf(QStringLiteral("b")).row(), 2);
-    QVERIFY(!names.indexOf(QStringLiteral("c")).isValid());
-
-    ShortTimeResultItemMap results; // numbers are not ordered as texts are
-    for (const unsigned int id : {10U, 9U, 100U}) {
-        ShortTimeResult result;
-        result.id = id;
-        result.ffpGuid = QStringLiteral("ffp");
-        results.Set(result);
-    }
-    const ShortTimeResultModel byFfp(&results, resultsByFFP());
-    QCOMPARE(byFfp.headerData(0, Qt::Horizontal).toString(), ShortTimeResult_TextAdapter::GetColumnTitle(0));
-    const QModelIndex group = byFfp.index(0, 0);
-    QCOMPARE(group.data().toString(), QStringLiteral("ffp"));
-    QVERIFY(!group.data(Model::KeyRole).isValid() && !byFfp.itemAt(group));
-    QList<unsigned int> keys;
-    for (int row = 0; row < byFfp.rowCount(group); ++row)
-        keys << byFfp.index(row, 0, group).data(Model::KeyRole).toUInt();
-    QCOMPARE(keys, QList<unsigned int>({9, 10, 100}));
-    QCOMPARE(byFfp.indexOf(100, 1).data(Model::GroupRole).toString(), QStringLiteral("ffp"));
-
-    // A record's parts may hold what separates them in its text.
-    ConvertProductionResultMap conversions;
-    const ConvertProductionResultModel byState(&conversions, conversionsByState());
-    const sorel::RecordIdentifier record(QStringLiteral("a/b"), QStringLiteral("%"), QStringLiteral("1"));
-    ConvertProductionResultRequest request;
-    request.record = record;
-    conversions.Add(ConvertProductionResult(request));
-    QCOMPARE(byState.index(0, 0).data().toString(), QStringLiteral("not started"));
-    const QPersistentModelIndex kept = byState.indexOf(record);
-    conversions.setFinished(record, true, QString());
-    QCOMPARE(kept.parent().data().toString(), QStringLiteral("finished"));
-    QCOMPARE(byState.rowCount(), 1);
-    QCOMPARE(kept.data(Model::KeyRole).value<sorel::RecordIdentifier>(), record);
-}
-
-/// Rows that come, go or change together and stand together are told together.
-void TestItemMapModel::changesAreNeighbourly()
-{
-    values::Tree tree;
-    auto* const map = tree.Emplace<Map>(path);
-    std::list<ShortTimeFFPAssignment> items;
-    for (int i = 10; i < 90; ++i)
-        items.push_back(assignment(QString::number(i), 0));
-    map->Set(items, true, true);
-    Model table(map);
-    Model grouped(map, layoutWith(true, false));
-    QSignalSpy changed(&table, &Model::dataChanged);
-    QSignalSpy removed(&table, &Model::rowsRemoved);
-    QSignalSpy inserted(&table, &Model::rowsInserted);
-    QSignalSpy groupsRemoved(&grouped, &Model::rowsRemoved);
-
-    Map other(*map);
-    for (int i = 20; i < 30; ++i)
-        other.Set(assignment(QString::number(i), 7));
-    other.EraseAt(QStringLiteral("40"));
-    other.EraseAt(QStringLiteral("41"));
-    other.Set(assignment(QStringLiteral("50a"), 0));
-    map->Assign(other);
-    map->Announce();
-    QCOMPARE(changed.size(), 1);
-    QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 10);
-    QCOMPARE(changed.at(0).at(1).toModelIndex().row(), 19);
-    QCOMPARE(removed.size(), 1);
-    QCOMPARE(inserted.size(), 1);
-
-    groupsRemoved.clear();
-    tree.Remove(path);
-    QCOMPARE(removed.size(), 2);
-    QCOMPARE(groupsRemoved.size(), 1);
-    QCOMPARE(grouped.rowCount() + table.rowCount(), 0);
-    RandomChanges(1).revive(tree);
-    QCOMPARE(table.rowCount(), static_cast<int>(map->Size()));
-    QCOMPARE(inserted.size(), 2);
-}
-
-/// Profiles equal nothing, so every comparison of all of them would look at all their layouts. The observer
-/// that changes the map before the model hears of it brings the model notifications without entries.
-void TestItemMapModel::costsOfOneChange()
-{
-    ShortTimeProfileItemMap map;
-    ShortTimeProfile profile;
-    bool nested = false;
-    Meddler early([&] {
-        if (!std::exchange(nested, true))
+        bool nested = false;
+        QStringList heard;
+        Probe early(&heard);
+        early.action = [&](Observable*, TChangeCode) {
+            if (!std::exchange(nested, true))
+                map.Set(profile);
+            nested = false;
+        };
+        map.Attach(&early);
+        int asked = 0;
+        ShortTimeProfileModel::Layout layout;
+        layout.groupOf = [&asked](const ShortTimeProfile& item) {
+            ++asked;
+            return item.name.left(1);
+        };
+        const ShortTimeProfileModel model(&map, layout);
+        const auto transaction = map.CreateTransaction();
+        for (int i = 0; i < 3000; ++i) {
+            profile.name = QString::number(i);
             map.Set(profile);
-        nested = false;
-    });
-    map.Attach(&early);
-    int asked = 0;
-    ShortTimeProfileModel::Layout layout;
-    layout.groupOf = [&asked](const ShortTimeProfile& item) {
-        ++asked;
-        return item.name.left(1);
-    };
-    const ShortTimeProfileModel model(&map, layout);
-    const auto transaction = map.CreateTransaction();
-    for (int i = 0; i < 3000; ++i) {
-        profile.name = QString::number(i);
-        map.Set(profile);
+        }
+        for (int i = 0; i < 1000; ++i)
+            map.EraseAt(QString::number(i));
+        QVERIFY2(asked < 3 * 5000, qPrintable(QString::number(asked)));
+        QCOMPARE(model.indexOf(QStringLiteral("2999")).isValid(), true);
+        QVERIFY(!model.indexOf(QStringLiteral("998")).isValid());
     }
-    for (int i = 0; i < 1000; ++i)
-        map.EraseAt(QString::number(i));
-    QVERIFY2(asked < 3 * 5000, qPrintable(QString::number(asked)));
-    QCOMPARE(model.indexOf(QStringLiteral("2999")).isValid(), true);
-    QVERIFY(!model.indexOf(QStringLiteral("998")).isValid());
-}
 
-void TestItemMapModel::slotsInterfere_data()
-{
-    QTest::addColumn<int>("action");
-    QTest::newRow("deletes the model") << 0;
-    QTest::newRow("deletes the map") << 1;
-    QTest::newRow("leaves the map") << 2;
-}
-
-void TestItemMapModel::slotsInterfere()
-{
-    QFETCH(int, action);
-    using Change = std::function<void(Map&)>;
-    const auto made = [](const char* guid, unsigned int radio, const char* profile) {
-        return assignment(QLatin1String(guid), radio, {QLatin1String(profile)});
-    };
-    const std::pair<const char*, Change> signalsAndChanges[] = {
-        {SIGNAL(rowsInserted(QModelIndex, int, int)), [made](Map& m) { m.Set(made("c", 9, "x")); }},
-        {SIGNAL(rowsRemoved(QModelIndex, int, int)), [](Map& m) { m.EraseAt(QStringLiteral("a")); }},
-        {SIGNAL(rowsRemoved(QModelIndex, int, int)), [](Map& m) { m.Clear(); }},
-        {SIGNAL(dataChanged(QModelIndex, QModelIndex)), [made](Map& m) { m.Set(made("a", 1, "y")); }},
-        {SIGNAL(rowsInserted(QModelIndex, int, int)), [made](Map& m) { m.Set(made("a", 9, "x")); }},
-        {SIGNAL(rowsMoved(QModelIndex, int, int, QModelIndex, int)),
-         [made](Map& m) { m.Set(made("a", 2, "x")); }}};
-    for (const auto& [signal, change] : signalsAndChanges) {
-        auto map = std::make_unique<Map>();
-        map->Set(made("a", 1, "x"));
-        map->Set(made("b", 2, "x"));
-        QPointer<Model> model = new Model(map.get(), layoutWith(true, true));
-        int calls = 0;
-        SlotCaller caller([&] {
-            if (calls++ > 0)
-                return;
-            if (action == 0)
-                delete model.data();
-            else if (action == 1)
-                map.reset();
-            else
-                model->setMap(nullptr);
-        });
-        QObject::connect(model, signal, &caller, SLOT(call()));
-        change(*map);
-        QVERIFY(calls > 0);
-        QCOMPARE(model.isNull(), action == 0);
-        if (model)
-            QCOMPARE(model->rowCount(), 0);
-        delete model.data();
+    /// In the first slot that hears of a change the model or the map is deleted, or the model leaves the map.
+    void slotsInterfere()
+    {
+        const auto made = [](const char* guid, unsigned int radio, const char* profile) {
+            return assignment(QLatin1String(guid), radio, {QLatin1String(profile)});
+        };
+        const std::function<void(Map&)> changes[] = {[made](Map& m) { m.Set(made("c", 9, "x")); },
+                                                     [](Map& m) { m.EraseAt(QStringLiteral("a")); },
+                                                     [](Map& m) { m.Clear(); },
+                                                     [made](Map& m) { m.Set(made("a", 1, "y")); },
+                                                     [made](Map& m) { m.Set(made("a", 9, "x")); },
+                                                     [made](Map& m) { m.Set(made("a", 2, "x")); }};
+        for (int i = 0; i < 3 * int(std::size(changes)); ++i) {
+            auto map = std::make_unique<Map>();
+            map->Set(made("a", 1, "x"));
+            map->Set(made("b", 2, "x"));
+            QPointer<Model> model = new Model(map.get(), layoutWith(true, true));
+            int calls = 0;
+            const auto interfere = [&] {
+                if (calls++ > 0)
+                    return;
+                if (i % 3 == 0)
+                    delete model.data();
+                else if (i % 3 == 1)
+                    map.reset();
+                else
+                    model->setMap(nullptr);
+            };
+            connect(model, &Model::rowsInserted, interfere);
+            connect(model, &Model::rowsRemoved, interfere);
+            connect(model, &Model::rowsMoved, interfere);
+            connect(model, &Model::dataChanged, interfere);
+            changes[i / 3](*map);
+            QVERIFY(calls > 0);
+            QCOMPARE(model.isNull(), i % 3 == 0);
+            if (model)
+                QCOMPARE(model->rowCount(), 0);
+            delete model.data();
+        }
     }
-}
 
-/// A model follows one map at a time, and none that is destroyed.
-void TestItemMapModel::anotherMap()
-{
-    auto one = std::make_unique<Map>();
-    auto two = std::make_unique<Map>();
-    one->Set(assignment(QStringLiteral("a"), 1));
-    two->Set(assignment(QStringLiteral("b"), 1));
-    Model model(one.get());
-    const ModelFollower follower(model);
-    model.setMap(two.get());
-    one->Set(assignment(QStringLiteral("c"), 1));
-    QCOMPARE(follower.lines(), expectedLines(*two, false, false));
-    two.reset();
-    QVERIFY(!model.map());
-    QCOMPARE(follower.lines(), QStringList());
-    model.setMap(one.get());
-    QCOMPARE(follower.lines(), expectedLines(*one, false, false));
-    QCOMPARE(follower.resets, 0);
-}
+    /// A model follows one map at a time, and none that is destroyed.
+    void anotherMap()
+    {
+        auto one = std::make_unique<Map>();
+        auto two = std::make_unique<Map>();
+        one->Set(assignment(QStringLiteral("a"), 1));
+        two->Set(assignment(QStringLiteral("b"), 1));
+        Model model(one.get());
+        const ModelFollower follower(model);
+        model.setMap(two.get());
+        one->Set(assignment(QStringLiteral("c"), 1));
+        QCOMPARE(follower.lines(), expectedLines(*two, false, false));
+        two.reset();
+        QVERIFY(!model.map());
+        QCOMPARE(follower.lines(), QStringList());
+        model.setMap(one.get());
+        QCOMPARE(follower.lines(), expectedLines(*one, false, false));
+        QCOMPARE(follower.resets, 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestItemMapModel)
 #include "tst_itemmapmodel.moc"

@@ -10,8 +10,6 @@
 
 #include <QtTest>
 
-#include <functional>
-
 using namespace Kolta;
 using SERVER_STATES::eServerState;
 using values::SelectionValue;
@@ -22,20 +20,10 @@ namespace {
 
 const QString path = QStringLiteral("/AdminTree/S1");
 const QString base = QStringLiteral("/ConnectManager/AdminTree/S1");
-const QStringList texts{QStringLiteral("HostName"),
-                        QStringLiteral("Quit"),
-                        QStringLiteral("reset"),
-                        QStringLiteral("stopAll"),
-                        QStringLiteral("UnitPowerControl"),
-                        QStringLiteral("StartupErrors"),
-                        QStringLiteral("StartupProgress"),
-                        QStringLiteral("Status"),
-                        QStringLiteral("InternalState"),
-                        QStringLiteral("StopResource"),
-                        QStringLiteral("ReplyResource"),
-                        QStringLiteral("StoppedResource"),
-                        QStringLiteral("Resources"),
-                        QStringLiteral("ActualConfiguration")};
+const QStringList texts =
+    QStringLiteral("HostName Quit reset stopAll UnitPowerControl StartupErrors StartupProgress Status "
+                   "InternalState StopResource ReplyResource StoppedResource Resources ActualConfiguration")
+        .split(QLatin1Char(' '));
 
 QString node(const QString& name, const QString& server = base)
 {
@@ -89,18 +77,12 @@ public:
     using KoltaServerInterface::init;
 
     QString taken() { return std::exchange(m_log, {}).join(QLatin1Char('|')); }
-    std::function<void(const QString&)> react;
 
 protected:
     QString getBasePath() override { return m_prefix; }
 
 private:
-    void add(const QString& line)
-    {
-        m_log.append(line);
-        if (react)
-            react(line);
-    }
+    void add(const QString& line) { m_log.append(line); }
     const QString m_prefix;
     QStringList m_log;
 };
@@ -139,9 +121,7 @@ private Q_SLOTS:
         QCOMPARE(server.getHostname(), QStringLiteral("<unknown>"));
         QVERIFY(server.init(path));
         QCOMPARE(server.taken(), QStringLiteral("connected 1 addr|state 5 addr|status hello|ready 1 addr"));
-        QVERIFY(server.isReady());
         QCOMPARE(server.getHostname(), QStringLiteral("station"));
-        QCOMPARE(server.getStatusMessage(), QStringLiteral("hello"));
         QCOMPARE(server.getAdministrationBasePath(), base + QStringLiteral("/ADMINISTRATION/"));
         QCOMPARE(server.getDataBasePath(), QStringLiteral("/ConnectManager/DataTree/S1"));
         QCOMPARE(server.getRecordMapBasePath(true), QStringLiteral("/RecordMapTree/S1"));
@@ -150,6 +130,11 @@ private Q_SLOTS:
         QCOMPARE(server.getStateString(SERVER_STATES::eState3), QStringLiteral("Disconnected"));
         const QString client = node(QStringLiteral("Clients/")) + server.getClientId().toString();
         QVERIFY(Tree::Instance().Find(client));
+
+        QVERIFY(server.restartServer());
+        QCOMPARE(text(QStringLiteral("reset"))->GetValue(), server.getClientId().toString());
+        Tree::Instance().Remove(base);
+        QVERIFY(!server.restartServer());
 
         Server elsewhere(QStringLiteral("/Other"));
         QVERIFY(!elsewhere.init(path));
@@ -216,58 +201,18 @@ private Q_SLOTS:
         QCOMPARE(processors.count(), 1);
     }
 
-    void vanishesAndReturns()
-    {
-        publish(5);
-        Server server;
-        server.init(path);
-        KoltaProductionControl& production = server.getProductionControl();
-        server.taken();
-        Tree::Instance().Remove(base);
-        QCOMPARE(server.taken(), QStringLiteral("connected 0 addr|state 0 addr"));
-        QVERIFY(!server.isReady());
-        QVERIFY(!server.restartServer());
-        publish(3);
-        QCOMPARE(server.taken(), QStringLiteral("status |connected 1 addr|state 3 addr"));
-        const QString client = node(QStringLiteral("Clients/")) + server.getClientId().toString();
-        QVERIFY(Tree::Instance().Find(client));
-        QVERIFY(server.restartServer());
-        QCOMPARE(text(QStringLiteral("reset"))->GetValue(), server.getClientId().toString());
-        setState(5);
-        QVERIFY(!production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
-        QVERIFY(Tree::Instance().Find(node(QStringLiteral("RequestsNode")))->HasObservers());
-    }
-
-    void partsFollowALateServer()
-    {
-        Server server;
-        QVERIFY(!server.init(path));
-        KoltaResourceObserver& resources = server.getResourceObserver();
-        TunerBookingManager& booking = server.getBookingManager();
-        KoltaProductionControl& production = server.getProductionControl();
-        QVERIFY(production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
-        publish(5);
-        RESOURCEMANAGEMENT::ResourceOverview overview;
-        overview.EditTuner().resize(1);
-        overview.EditTuner()[0].EditTavikResource().SetGUID(QStringLiteral("t"));
-        text(QStringLiteral("Resources"))->SetValue(overview.GetXmlString());
-        QVERIFY(server.init(path));
-        QCOMPARE(resources.GetCurrentResources().GetTuner().size(), 1);
-        QVERIFY(booking.existsTuner(QStringLiteral("t")));
-        QCOMPARE(&server.getProductionControl(), &production);
-        QVERIFY(!production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
-    }
-
-    /// The interface is bound already: parts that are asked for while the server is away, or before it has
-    /// published their nodes, are bound as these come, without another word.
+    /// Parts that are asked for while the server is away, or before it has published their nodes, are bound
+    /// as these come, without another word; those of an interface that was bound to nothing when it is bound.
     void partsFollowLateNodes()
     {
-        for (const bool away : {true, false}) {
-            publish(5, QStringLiteral("ReplyResource"));
+        for (const char* const late : {"away", "nodes", "server"}) {
+            const bool nothing = qstrcmp(late, "server") == 0;
+            if (!nothing)
+                publish(5, QStringLiteral("ReplyResource"));
             Tree::Instance().Remove(node(QStringLiteral("Resources")));
             Server server;
-            QVERIFY(server.init(path));
-            if (away)
+            QCOMPARE(server.init(path), !nothing);
+            if (qstrcmp(late, "away") == 0)
                 Tree::Instance().Remove(base);
             TunerBookingManager& booking = server.getBookingManager();
             KoltaProductionControl& production = server.getProductionControl();
@@ -277,28 +222,10 @@ private Q_SLOTS:
             overview.EditTuner()[0].EditTavikResource().SetGUID(QStringLiteral("t"));
             Tree::Instance().Emplace<StringValue>(node(QStringLiteral("Resources")), overview.GetXmlString());
             publish(5);
-            QVERIFY(booking.existsTuner(QStringLiteral("t")));
+            QVERIFY(!nothing || server.init(path));
+            QVERIFY2(booking.existsTuner(QStringLiteral("t")), late);
             QVERIFY(!production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
             QCOMPARE(traces.count(QStringLiteral("Could not initialize.")), 0);
-            Tree::Instance().Clear();
-        }
-    }
-
-    void slotsDeleteTheInterface()
-    {
-        for (const char* at : {"connected 1", "state 5", "status", "ready", "connected 0", "state 0"}) {
-            publish(5);
-            auto* server = new Server;
-            server->getResourceObserver();
-            server->getHWProcessingObserver();
-            const QPointer<Server> guard(server);
-            server->react = [&](const QString& line) {
-                if (line.startsWith(QLatin1String(at)))
-                    delete std::exchange(server, nullptr);
-            };
-            server->init(path);
-            Tree::Instance().Remove(base);
-            QVERIFY2(!guard, at);
             Tree::Instance().Clear();
         }
     }

@@ -1,21 +1,13 @@
-#include "../simulation/productionwatch.h"
 #include "productionstory.h"
 
 #include <simulation/simulatedserver.h>
 
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/hardwareprocessingcontroller.h>
-#include <koltacommon/hardwareprocessingobserver.h>
 #include <koltacommon/koltaconnection.h>
-#include <koltacommon/koltaownerobserver.h>
-#include <koltacommon/koltaprocessorobserver.h>
-#include <koltacommon/koltaproductioncontrol.h>
-#include <koltacommon/koltaresourceobserver.h>
-#include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/koltatunertypeobserver.h>
 #include <koltacommon/resourcedemandclassobserver.h>
-#include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassesobserver.h>
 #include <startup/errorhandler.h>
 
@@ -59,125 +51,32 @@ QString pathsBelow(const QString& path)
     return paths;
 }
 
-/// What is written ("=", "+" and "-": set, new, deleted) and signalled (further in) from the request to the
+/// What is written ("=", "+" and "-": set, new, deleted) and signalled from the request to the
 /// end, with a server that dies in between. GUIDs by number: 1 the client, 2 and 3 MCP and FFP of production
 /// 4, 5 is refused, 6 the MCP of 7, 8 the move, 9 and 10 run for 11.
-const char* const wholeStory = R"(# own, plan, request
-=OwnerRequest tst_lifecycle
-=Owners tst_lifecycle
-  owner  #1
-+RequestsNode 0
--RequestsNode
-+ConnectionInfo #2
-+ConnectionInfo #3
-=ActualConfiguration #2 >#3
-  runs #2
-  runs #3
-  1 MCPs
-=HardwareProcessing #2
-  1 hardware
-=Resources a
-  idle a false
-  booking a 3 1
-=ReplyResource #4@1@
-  replied #4 true
-# refused
-+RequestsNode 0
--RequestsNode
-=ReplyResource #5@0@Tuner KW 1 Süd is in use
-  replied #5 false Tuner KW 1 Süd is in use
-# moved
-+RequestsNode 0
--RequestsNode
-+ConnectionInfo #6
-=ActualConfiguration #2 >#3 #6
-  runs #6
-  2 MCPs
-=Resources a b
-  idle b false
-  booking b 0 1
-=ReplyResource #7@1@
-  replied #7 true
-+RequestsNode 3
--RequestsNode
-=ActualConfiguration #2 #6 >#3
-  changed #3
-  2 MCPs
-=ReplyResource #8@1@
-  replied #8 true
-# dies
--WorkingState
-  connected false S1
-  state 0
--ConnectionInfo #2
--ConnectionInfo #3
--ConnectionInfo #6
--ReplyResource
--StoppedResource
--OwnerRequest
--StopResource
--HardwareProcessing
--ActualConfiguration
-  0 MCPs
--Resources
--Owners
-  owner
--Status
-# returns
-+ReplyResource
-+StoppedResource
-+OwnerRequest
-+StopResource
-+HardwareProcessing
-  0 hardware
-+ActualConfiguration
-  0 MCPs
-+Resources
-  idle a true
-  idle b true
-  booking a 1 0
-  booking b 1 0
-+Owners
-+Status Operational
-  status Operational
-+WorkingState Operational
-  connected true S1
-  state 5
-# again
-+RequestsNode 0
--RequestsNode
-+ConnectionInfo #9
-+ConnectionInfo #10
-=ActualConfiguration #9 >#10
-  runs #9
-  runs #10
-  1 MCPs
-=HardwareProcessing #9
-  1 hardware
-=Resources a
-  idle a false
-  booking a 0 1
-=ReplyResource #11@1@
-  replied #11 true
-# stopped
-=StopResource #4
-=StopResource #11
-=ActualConfiguration
-  all ended
-  ended #9
-  ended #10
-  0 MCPs
-=HardwareProcessing
-  0 hardware
--ConnectionInfo #10
--ConnectionInfo #9
-=Resources
-  idle a true
-  booking a 1 0
-=Status Nothing to stop: no production or processor #4
-  status Nothing to stop: no production or processor #4
-=StoppedResource #11
-  stopped #11)";
+const char* const wholeStory =
+    R"(# own, plan, request =OwnerRequest tst_lifecycle =Owners tst_lifecycle owner  #1 +RequestsNode 0
+-RequestsNode +ConnectionInfo #2 +ConnectionInfo #3 =ActualConfiguration #2 >#3 runs #2 runs #3 1 MCPs
+=HardwareProcessing #2 1 hardware =Resources a idle a false booking a 3 1 =ReplyResource #4@1@ replied #4
+true
+# refused +RequestsNode 0 -RequestsNode =ReplyResource #5@0@Tuner KW 1 Süd is in use replied #5 false Tuner
+KW 1 Süd is in use
+# moved +RequestsNode 0 -RequestsNode +ConnectionInfo #6 =ActualConfiguration #2 >#3 #6 runs #6 2 MCPs
+=Resources a b idle b false booking b 0 1 =ReplyResource #7@1@ replied #7 true +RequestsNode 3 -RequestsNode
+=ActualConfiguration #2 #6 >#3 changed #3 2 MCPs =ReplyResource #8@1@ replied #8 true
+# dies -WorkingState connected false S1 state 0 -ConnectionInfo #2 -ConnectionInfo #3 -ConnectionInfo #6
+-ReplyResource -StoppedResource -OwnerRequest -StopResource -HardwareProcessing -ActualConfiguration 0 MCPs
+-Resources -Owners owner -Status
+# returns +ReplyResource +StoppedResource +OwnerRequest +StopResource +HardwareProcessing 0 hardware
++ActualConfiguration 0 MCPs +Resources idle a true idle b true booking a 1 0 booking b 1 0 +Owners +Status
+Operational status Operational +WorkingState Operational connected true S1 state 5
+# again +RequestsNode 0 -RequestsNode +ConnectionInfo #9 +ConnectionInfo #10 =ActualConfiguration #9 >#10
+runs #9 runs #10 1 MCPs =HardwareProcessing #9 1 hardware =Resources a idle a false booking a 0 1
+=ReplyResource #11@1@ replied #11 true
+# stopped =StopResource #4 =StopResource #11 =ActualConfiguration all ended ended #9 ended #10 0 MCPs
+=HardwareProcessing 0 hardware -ConnectionInfo #10 -ConnectionInfo #9 =Resources idle a true booking a 1 0
+=Status Nothing to stop: no production or processor #4 status Nothing to stop: no production or processor #4
+=StoppedResource #11 stopped #11)";
 
 } // namespace
 
@@ -300,14 +199,12 @@ void TestLifecycle::oneProduction()
     QCOMPARE(booking.getNumberOfFreeTuners(), tuners.size());
     QVERIFY(control.getFrequencyRangesOfAllMCPs().isEmpty() && shown().GetMCP().isEmpty());
 
-    const QStringList told = story.told(tuners);
-    const QStringList expected = QString::fromUtf8(wholeStory).split(QLatin1Char('\n'));
-    for (int line = 0; line < qMax(told.size(), expected.size()); ++line) {
-        if (told.value(line) == expected.value(line))
-            continue;
-        qInfo("%s", qPrintable(told.mid(qMax(0, line - 20), 40).join(QLatin1Char('\n'))));
-        QCOMPARE(told.value(line), expected.value(line));
-    }
+    const QString told = story.told(tuners);
+    const QString expected = QString::fromUtf8(wholeStory).simplified();
+    int same = 0;
+    while (same < told.size() && same < expected.size() && told.at(same) == expected.at(same))
+        ++same;
+    QVERIFY2(told == expected, qPrintable(told.mid(qMax(0, same - 300), 600)));
 }
 
 void TestLifecycle::hear(QObject& object)

@@ -3,8 +3,6 @@
 
 #include <koltacommon/koltaconnection.h>
 
-#include <startup/errorhandler.h>
-
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QTcpServer>
@@ -84,10 +82,10 @@ private Q_SLOTS:
     {
         QFETCH(QString, owner);
         const auto nothing = [](PeerThread::Link*, const XmlCommon::CXmlMessage&) {};
-        PeerThread silent(1, nothing);
-        PeerThread closing(1, nothing, [](PeerThread::Link* link) { link->close(); });
-        PeerThread stuck(1, nothing, [](PeerThread::Link* link) { link->setReading(false); });
-        PeerThread cutting(1, [](PeerThread::Link* link, const XmlCommon::CXmlMessage& request) {
+        PeerThread silent(nothing);
+        PeerThread closing(nothing, [](PeerThread::Link* link) { link->close(); });
+        PeerThread stuck(nothing, [](PeerThread::Link* link) { link->setReading(false); });
+        PeerThread cutting([](PeerThread::Link* link, const XmlCommon::CXmlMessage& request) {
             PeerThread::answer(link, request);
             link->close();
         });
@@ -120,37 +118,6 @@ private Q_SLOTS:
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 0);
         QVERIFY2(line.startsWith("late ") && line.mid(5).toInt() <= 200 * slowness, line.constData());
-    }
-
-    void refusesAddressesThatAreNone_data()
-    {
-        QTest::addColumn<QString>("error");
-        QTest::addColumn<QString>("reason");
-        const QString noPort = QStringLiteral("no port given");
-        const QString noHost = QStringLiteral("no host given");
-        for (const char* host : {"127.0.0.1:0", "127.0.0.1:abc", "127.0.0.1:70000", "::1:"})
-            QTest::newRow(host) << QStringLiteral("ConnectionRefused") << noPort;
-        for (const char* host : {":70000", ":1234", "abc", "abc:1234", "127.0.0.1", ""})
-            QTest::newRow(host) << QStringLiteral("HostNotFound") << noHost;
-    }
-    void refusesAddressesThatAreNone()
-    {
-        QFETCH(QString, error);
-        QFETCH(QString, reason);
-        Startup::TraceRecorder recorder;
-        QObject owner;
-        KoltaConnection* const connection =
-            connectionTo(QString::fromLatin1(QTest::currentDataTag()), &owner);
-        QStringList said;
-        connect(connection, &KoltaConnection::ConnectionError, this,
-                [&](const QString& word) { said.append(word); });
-        connect(connection, &KoltaConnection::ConnectionClosed, this,
-                [&] { said.append(QStringLiteral("closed")); });
-        connection->executeRequest(new Kolta::GeneralRequest(makeRequest(QStringLiteral("Tuner"))));
-        connection->open();
-        QTRY_COMPARE_WITH_TIMEOUT(said, QStringList({error, QStringLiteral("closed")}), 2000);
-        QVERIFY(!connection->isOpen() && !connection->hasRequestsPending());
-        QCOMPARE(recorder.count(reason), 1);
     }
 };
 
