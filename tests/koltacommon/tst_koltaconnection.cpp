@@ -309,6 +309,27 @@ private Q_SLOTS:
         QCOMPARE(second.channel, quint32(Startup::eTrace));
     }
 
+    /// Whatever a reply looks like, the request goes out a second time as it did the first time.
+    void sendsAnsweredRequestsAsTheyWere()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        peer.rule = [&](const CXmlMessage& message) {
+            CXmlMessage odd = peer.replyTo(message);
+            odd.addFragment(XmlCommon::CMsgFragment(text("surplus")));
+            if (peer.messages.size() == 2)
+                odd.setServiceType(CXmlMessage::eSERVICE_COMMAND_REPLY);
+            peer.send(odd);
+        };
+        const ptrKoltaRequest request(new Recorded(text("a"), client.answered));
+        for (int i = 0; i < 3; ++i)
+            client.connection->executeRequest(request);
+        QVERIFY(client.openAndSettle());
+        QCOMPARE(client.answered, words("a a a"));
+        QCOMPARE(peer.log.mid(0, 3), words("1:a:1 1:a:1 1:a:1"));
+        QCOMPARE(peer.messages.at(2)->getNumberOfFragments(), 1);
+    }
+
     void doesNotPileUpStartUps()
     {
         constexpr int requests = 30;

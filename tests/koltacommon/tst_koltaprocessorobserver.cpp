@@ -212,6 +212,8 @@ private Q_SLOTS:
                            .arg(numberOf(observer.GetParentGUID(guid(number))))
                            .arg(numberOf(observer.GetMcpGUIDFor(guid(number))));
         QCOMPARE(holders, QStringLiteral("0/0 1/0 1/0 3/0 1/0 5/0 0/0 7/7 7/7 9/7 9/7 7/7 12/7 0/0 "));
+        QCOMPARE(observer.GetDisplayNameByGUID(guid(14)) + observer.GetDisplayNameByGUID(guid(91)),
+                 QStringLiteral("dc"));
         QCOMPARE(observer.GetProductionIDs(), (QStringList{guid(90), guid(91)}));
         QCOMPARE(observer.GetGUIDForProductionID(guid(90)), guid(1));
         QCOMPARE(observer.GetGUIDForProductionID(guid(91)), guid(7));

@@ -171,11 +171,13 @@ private Q_SLOTS:
         for (TavikResource* const named : {&unit, &tuner, &overview.EditStorageUnit()[0].EditTavikResource()})
             named->SetDisplayName(name);
         unit.SetAddress(QStringLiteral("hidden"));
+        tuner.SetAddress(QStringLiteral("10.0.0.1"));
         KoltaResourceObserver observer;
         QVERIFY(observer.initForOffline(overview));
         const ResourceOverview& mirror = observer.GetCurrentResources();
         QCOMPARE(observer.FindResource(uuidA), &mirror.GetStorageUnit().at(0));
         QCOMPARE(observer.FindResourceAddress(uuidA), QString()); // the storage unit's, which has none
+        QCOMPARE(observer.FindResourceAddress(uuidB), QStringLiteral("10.0.0.1"));
         QCOMPARE(observer.GetDisplayNameByGUID(uuidA), name);
         QCOMPARE(observer.GetGUIDForDisplayName(name), (QStringList{uuidB, uuidA, uuidA}));
         for (const QString& guid :
