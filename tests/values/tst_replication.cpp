@@ -16,14 +16,6 @@ using namespace values;
 
 namespace {
 
-QString operator""_s(const char* text, std::size_t size)
-{
-    return QString::fromLatin1(text, int(size));
-}
-QString hex(const std::string& bytes)
-{
-    return QString::fromLatin1(QByteArray::fromStdString(bytes).toHex());
-}
 QString textOf(const TestMap& map)
 {
     QStringList parts;
@@ -126,54 +118,6 @@ private Q_SLOTS:
         QVERIFY(wire.secondary.Receive(message) && wire.secondary.GetUnacknowledged() == 0);
         QVERIFY(!wire.primary.HasOutgoing() && !wire.secondary.HasOutgoing());
         QCOMPARE(textOf(*top.map), "a=7"_s);
-    }
-
-    /// Every shortened or changed message is taken whole or changes nothing, and the link is then broken.
-    void hostileMessages()
-    {
-        Side top, bottom;
-        top.set("k"_s, 1);
-        std::vector<std::string> goods; // to the lower end
-        const auto session = [&](const std::function<void(Wire&)>& then) {
-            Wire wire(*top.replica, *bottom.replica);
-            wire.settle();
-            then(wire);
-            bottom.map->SetMap(top.map->data());
-        };
-        session([&](Wire& wire) {
-            wire.secondary.Receive("", 0);
-            QVERIFY(wire.secondary.IsBroken() && !wire.secondary.HasOutgoing());
-        });
-        for (const int kind : {2, 3, 4}) {
-            session([&](Wire& wire) {
-                bottom.set("own"_s, 1);
-                if (kind == 4)
-                    wire.carry(true);
-                else if (kind == 3)
-                    top.map->Set({{"x"_s, 1}, {"y"_s, 2}}, false, false);
-                else
-                    wire.primary.Receive("\1\1aaaaaaaaaaaaaaaa", 18);
-                goods.push_back(wire.primary.TakeOutgoing());
-                QCOMPARE(int(goods.back()[0]), kind);
-            });
-            top.map->SetMap({{"k"_s, {"k"_s, 1}}});
-        }
-        for (const std::string& good : goods) {
-            for (std::size_t at = 0; at < 2 * good.size(); ++at) {
-                std::string bad = at < good.size() ? good.substr(0, at) : good;
-                if (at >= good.size())
-                    bad[at - good.size()] = static_cast<char>(bad[at - good.size()] ^ 0x81);
-                session([&](Wire& wire) {
-                    bottom.set("own"_s, 1);
-                    const QString before = textOf(*bottom.map);
-                    const bool taken = wire.secondary.Receive(bad);
-                    QVERIFY(at >= good.size() || !taken);
-                    QCOMPARE(wire.secondary.IsBroken(), !taken);
-                    if (!taken)
-                        QCOMPARE(textOf(*bottom.map), before);
-                });
-            }
-        }
     }
 
     void nothingComesBack()
@@ -314,34 +258,6 @@ private Q_SLOTS:
             all.settle();
             for (std::size_t i = 1; i < all.sides.size(); ++i)
                 QCOMPARE(textOf(*all.sides[i].map), textOf(*all.sides[0].map));
-        }
-    }
-
-    /// One writer, at the root or at a leaf: the others repeat each of its changes.
-    void changeNumbersInStep()
-    {
-        std::mt19937 random(1);
-        for (const std::size_t writer : {0u, 3u, 1u}) {
-            Installation all;
-            all.settle();
-            TestMap& map = *all.sides[writer].map;
-            for (int step = 0; step < 500; ++step) {
-                const auto key = QString::number(random() % 20);
-                const auto kind = random() % 20;
-                if (kind < 10)
-                    map.Add({key, int(random() % 5)});
-                else if (kind < 13)
-                    map.EraseAt(key);
-                else if (kind == 13)
-                    map.Clear();
-                else
-                    all.wires[random() % all.wires.size()]->carry(random() % 2);
-            }
-            all.settle();
-            for (const Side& side : all.sides) {
-                QVERIFY(*side.map == map);
-                QCOMPARE(side.map->GetChangeNumber(), map.GetChangeNumber());
-            }
         }
     }
 
