@@ -136,6 +136,16 @@ private Q_SLOTS:
         QCOMPARE(all.wires[2]->settle(), "^34"_s); // the transaction is one group
         QCOMPARE(all.wires[0]->settle(), "^34"_s);
         QCOMPARE(all.wires[1]->settle(), "3^4"_s);
+        for (int i = 0; i < 20; ++i) { // one writer: the others repeat each of its changes
+            all.sides[3].set(QString::number(i % 7), i);
+            all.sides[3].map->EraseAt(QString::number(i % 5));
+            all.wires[i % 3]->carry(i % 2);
+        }
+        all.settle();
+        for (const Side& side : all.sides)
+            QCOMPARE(side.map->GetChangeNumber(), all.sides[3].map->GetChangeNumber());
+        all.sides[3].map->Clear();
+        all.settle();
         // Carried twice by an untidy carrier, then one lost.
         all.sides[0].set("c"_s, 1);
         const std::string message = all.wires[0]->primary.TakeOutgoing();
