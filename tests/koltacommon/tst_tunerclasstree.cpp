@@ -211,6 +211,7 @@ private Q_SLOTS:
                                         {"x A 3,x A -1,x a 0", "root(d A(b *a B(*c)) C())"},
                                         {"p B C", "root(d A(b *a) C(*B(*c)))"},
                                         {"p a C", "root(d A(*b B(*c)) C(*a))"},
+                                        {"p B C,p A C,x C 0", "root(d C(c *A(b *a)))"},
                                         {"p d A", "root(A(d b *a B(*c)) C())"},
                                         {"p A B,p A A,p B a,p root C", "root(d A(b *a B(*c)) C())"},
                                         {"* B,* d,* root", "root(*d A(b a *B(*c)) C())"}};
@@ -229,6 +230,11 @@ private Q_SLOTS:
             }
             QCOMPARE(textOf(tree), QLatin1String(expected));
         }
+        // With every level that tuners come up their order is turned round.
+        const TunerClassTree deep(classesOf(QStringLiteral("A:a b|B<A:c d|C<B:e f|D<B:g h|E<A:i j")),
+                                  tunersOf(QStringLiteral("a b c d e f g h i j k")));
+        QVERIFY(deep.getRootItem()->deleteChild(1));
+        QCOMPARE(textOf(deep), QStringLiteral("root(a b g h e f d c j i k)"));
     }
 
     void anyChangesKeepTheTreeWhole()
