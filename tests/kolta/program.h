@@ -1,11 +1,26 @@
 #pragma once
 
-#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QtTest>
 
 #include <csignal>
+
+inline QString words(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+/// The objects of an output with one on each line.
+inline QVector<QJsonObject> jsonLines(const QString& text)
+{
+    QVector<QJsonObject> objects;
+    for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        objects.append(QJsonDocument::fromJson(line.toUtf8()).object());
+    return objects;
+}
 
 /// One run of the command line.
 class Kolta : public QProcess
@@ -46,6 +61,20 @@ public:
 private:
     QString m_output;
     QString m_errors;
+};
+
+/// A run that has ended by itself, or was killed because it would not.
+class KoltaRun : public Kolta
+{
+public:
+    explicit KoltaRun(const QStringList& arguments, const QByteArray& input = QByteArray())
+        : Kolta(arguments, input)
+    {
+        if (ends())
+            return;
+        qWarning("the program does not end");
+        kill();
+    }
 };
 
 /// A simulated server as a process of its own.

@@ -1,59 +1,43 @@
-#include "../rows.h"
-
 #include <kolta/endpoint.h>
 #include <kolta/output.h>
 #include <kolta/roundtripstatistics.h>
 
 #include <QtTest>
 
+#include <tuple>
+
 class TestParts : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void splitsHostAndPort_data();
     void splitsHostAndPort();
     void alignsColumns();
     void ranksRoundTrips();
 };
 
-void TestParts::splitsHostAndPort_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("host"); ///< empty when the text is refused
-    QTest::addColumn<int>("port");
-    QTest::addColumn<QString>("error");
-    const QString none;
-    addRow("IPv4", "10.0.0.1:1234", "10.0.0.1", 1234, none);
-    addRow("name", "server.example:65535", "server.example", 65535, none);
-    addRow("IPv6", "::1:1234", "::1", 1234, none);
-    addRow("IPv6 in brackets", "[fe80::1]:1", "fe80::1", 1, none);
-    addRow("no colon", "server", none, 0, "is not HOST:PORT");
-    addRow("no host", ":1234", none, 0, "is not HOST:PORT");
-    addRow("nothing", "", none, 0, "is not HOST:PORT");
-    addRow("empty brackets", "[]:1", none, 0, "is not HOST:PORT");
-    addRow("one bracket", "[::1:1", none, 0, "is not HOST:PORT");
-    for (const char* port : {"", "0", "65536", "70000", "4294967297", "-1", "+80", " 80", "0x50", "abc"})
-        QTest::addRow("port \"%s\"", port)
-            << QStringLiteral("h:") + QLatin1String(port) << none << 0 << "expected a number from 1 to 65535";
-}
-
 void TestParts::splitsHostAndPort()
 {
-    QFETCH(QString, text);
-    QFETCH(QString, host);
-    QFETCH(int, port);
-    QFETCH(QString, error);
-    QString foundHost;
-    quint16 foundPort = 0;
-    QString foundError;
-    const bool isSplit = KoltaCli::splitHostAndPort(text, foundHost, foundPort, foundError);
-    QCOMPARE(isSplit, !host.isEmpty());
-    QVERIFY2(foundError.contains(error), qPrintable(foundError));
-    if (!isSplit)
-        return;
-    QCOMPARE(foundHost, host);
-    QCOMPARE(int(foundPort), port);
+    const std::tuple<const char*, const char*, int> good[] = {
+        {"10.0.0.1:1234", "10.0.0.1", 1234},
+        {"server.example:65535", "server.example", 65535},
+        {"::1:1234", "::1", 1234},
+        {"[fe80::1]:1", "fe80::1", 1}};
+    QString host, error;
+    quint16 port = 0;
+    for (const auto& [text, expectedHost, expectedPort] : good) {
+        QVERIFY2(KoltaCli::splitHostAndPort(QLatin1String(text), host, port, error), text);
+        QCOMPARE(host, QLatin1String(expectedHost));
+        QCOMPARE(int(port), expectedPort);
+    }
+    for (const char* bad : {"server", ":1234", "", "[]:1", "[::1:1"}) {
+        QVERIFY2(!KoltaCli::splitHostAndPort(QLatin1String(bad), host, port, error), bad);
+        QVERIFY2(error.contains(QLatin1String("is not HOST:PORT")), qPrintable(error));
+    }
+    for (const char* bad : {"h:", "h:0", "h:65536", "h:4294967297", "h:-1", "h:+80", "h: 80", "h:0x50"}) {
+        QVERIFY2(!KoltaCli::splitHostAndPort(QLatin1String(bad), host, port, error), bad);
+        QVERIFY2(error.contains(QLatin1String("expected a number from 1 to 65535")), qPrintable(error));
+    }
 }
 
 void TestParts::alignsColumns()

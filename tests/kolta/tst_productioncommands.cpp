@@ -1,17 +1,7 @@
+#include "../installationcopy.h"
 #include "program.h"
 
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTemporaryDir>
-
 namespace {
-
-QString words(const char* text)
-{
-    return QString::fromUtf8(text);
-}
 
 /// Runs from the beginning, so its GUIDs are known.
 const char* const nightWatch =
@@ -25,12 +15,11 @@ const char* const nightWatch =
 QStringList essence(const QString& output, const QStringList& keys)
 {
     QStringList lines;
-    for (const QString& line : output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        const QVariantMap object = QJsonDocument::fromJson(line.toUtf8()).object().toVariantMap();
+    for (const QJsonObject& object : jsonLines(output)) {
         QStringList values;
         for (const QString& key : keys) {
             if (object.contains(key))
-                values.append(key + QLatin1Char('=') + object.value(key).toString());
+                values.append(key + QLatin1Char('=') + object.value(key).toVariant().toString());
         }
         lines.append(values.join(QLatin1Char(' ')));
     }
@@ -56,11 +45,8 @@ private:
 
 void TestProductionCommands::initTestCase()
 {
-    const QDir sample(QStringLiteral(KOLTA_INSTALLATION_DIR));
-    for (const QString& name : sample.entryList(QDir::Files))
-        QVERIFY(QFile::copy(sample.filePath(name), m_folder.filePath(name)));
-    QFile running(m_folder.filePath(words("actualconfiguration.xml")));
-    QVERIFY(running.open(QIODevice::WriteOnly) && running.write(nightWatch) > 0);
+    QVERIFY(copyInstallation(words(KOLTA_INSTALLATION_DIR), m_folder.path(), "actualconfiguration.xml",
+                             nightWatch));
     QFile settings(m_folder.filePath(words("installation.ini")));
     QVERIFY(settings.open(QIODevice::ReadWrite));
     const QByteArray text = settings.readAll().replace("StepMs=0", "StepMs=20");
@@ -130,8 +116,7 @@ void TestProductionCommands::livesAWholeLife()
         lines += QByteArray(line) + '\n';
         expected += output;
     }
-    Kolta kolta({words("shell"), words("--keep-going"), words("--installation"), m_folder.path()}, lines);
-    QVERIFY(kolta.ends());
+    KoltaRun kolta({words("shell"), words("--keep-going"), words("--installation"), m_folder.path()}, lines);
     const QString keys =
         words("kind name ffp from to tuner accepted stopped on free planned processors productions "
               "hardware ready state problem");
@@ -164,10 +149,9 @@ void TestProductionCommands::tellsServersApart()
                              "move \"FFP 1\" \"Night watch\"\nstop \"MCP 1\"\n"
                              "stop 0d0d0d0d-0000-4000-8000-00000000000d\n"
                              "stop --all --server S2\nstop --all --json --user administrator\n";
-    Kolta kolta({words("shell"), words("--keep-going"), words("--installation"), m_folder.path(),
-                 words("--installation"), words(KOLTA_INSTALLATION_DIR "-noclasses")},
-                lines);
-    QVERIFY(kolta.ends());
+    KoltaRun kolta({words("shell"), words("--keep-going"), words("--installation"), m_folder.path(),
+                    words("--installation"), words(KOLTA_INSTALLATION_DIR "-noclasses")},
+                   lines);
     const QString output = kolta.output();
     QVERIFY2(output.contains(words("MCP 1  S2      ZELM 2")), qPrintable(output));
     QVERIFY2(output.contains(words("\nMCP 1 has stopped\n")), qPrintable(output));
@@ -185,9 +169,8 @@ void TestProductionCommands::tellsServersApart()
 
 void TestProductionCommands::watches()
 {
-    Kolta startup({words("watch"), words("--json"), words("--count"), words("8"), words("--installation"),
-                   m_folder.path()});
-    QVERIFY(startup.ends());
+    KoltaRun startup({words("watch"), words("--json"), words("--count"), words("8"), words("--installation"),
+                      m_folder.path()});
     QCOMPARE(startup.exitCode(), 0);
     QCOMPARE(essence(startup.output(), {words("kind"), words("text")}).filter(words("state")),
              (QStringList{words("kind=state text=state 2 Checking"),

@@ -1,17 +1,10 @@
+#include "../installationcopy.h"
 #include "program.h"
 #include "terminal.h"
 
 #include <xmlmessaging/server.h>
 
-#include <QDir>
-#include <QTemporaryDir>
-
 namespace {
-
-QString words(const char* text)
-{
-    return QString::fromUtf8(text);
-}
 
 const char* const noSuchResource = "send %1 " KOLTA_MESSAGES_DIR "/no-such-resource.xml\n";
 
@@ -80,8 +73,7 @@ void TestShell::runsScripts()
     QFETCH(QString, options);
     QFETCH(QByteArray, script);
     QFETCH(QString, output);
-    Kolta kolta(QStringList{words("shell")} + options.split(QLatin1Char(' '), Qt::SkipEmptyParts), script);
-    QVERIFY(kolta.ends());
+    KoltaRun kolta(QStringList{words("shell")} + options.split(QLatin1Char(' '), Qt::SkipEmptyParts), script);
     QTEST(kolta.errors(), "errors");
     QTEST(kolta.exitCode(), "exitCode");
     int place = 0;
@@ -100,8 +92,7 @@ void TestShell::leavesNothingBehind()
     const QString script = words("rights --json --user visitor\nrights --json\n") +
                            words(noSuchResource).replace(words("send"), words("send --faults")) +
                            words(noSuchResource);
-    Kolta kolta({words("shell"), words("--keep-going")}, script.arg(server.address).toUtf8());
-    QVERIFY(kolta.ends());
+    KoltaRun kolta({words("shell"), words("--keep-going")}, script.arg(server.address).toUtf8());
     QCOMPARE(kolta.output().count(words("\"user\":\"visitor\"")), 22);
     QCOMPARE(kolta.output().count(words("\"user\":\"operator\"")), 22);
     const QString errors = kolta.errors();
@@ -169,27 +160,21 @@ void TestShell::talksAtATerminal()
 
 void TestShell::listsRights()
 {
-    Kolta table({words("rights")});
-    QVERIFY(table.ends());
+    KoltaRun table({words("rights")});
     for (const char* line : {"operator (user 2) is logged in\n", "StartAndStopFfp         yes      40\n",
                              "AdministrateSubsystem   no        0\n"})
         QVERIFY2(table.output().contains(words(line)), qPrintable(table.output()));
     QCOMPARE(table.output().count(QLatin1Char('\n')), 24);
 
     QTemporaryDir folder;
-    const QDir sample(words(KOLTA_INSTALLATION_DIR "-noclasses"));
-    for (const QString& name : sample.entryList(QDir::Files))
-        QVERIFY(QFile::copy(sample.filePath(name), folder.filePath(name)));
-    QFile users(folder.filePath(words("users.xml")));
-    QVERIFY(users.open(QIODevice::WriteOnly) && users.write("<Users>\n<User/></Users>") > 0);
-    users.close();
-    Kolta refused({words("rights"), words("--installation"), folder.path()});
-    QVERIFY(refused.ends());
+    QVERIFY(copyInstallation(words(KOLTA_INSTALLATION_DIR "-noclasses"), folder.path(), "users.xml",
+                             "<Users>\n<User/></Users>"));
+    KoltaRun refused({words("rights"), words("--installation"), folder.path()});
     QCOMPARE(refused.exitCode(), 1);
     QCOMPARE(refused.output(), QString());
     QCOMPARE(refused.errors(), words("kolta: %1:2: <User> has id=\"\", expected a whole number from 0 to "
                                      "2147483647\n")
-                                   .arg(users.fileName()));
+                                   .arg(folder.filePath(words("users.xml"))));
 }
 
 QTEST_GUILESS_MAIN(TestShell)

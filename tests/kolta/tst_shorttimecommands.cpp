@@ -112,10 +112,9 @@ void TestShortTimeCommands::livesAWholeLife()
         lines += line + '\n';
         expected += QString::fromUtf8(output);
     }
-    Kolta kolta({QStringLiteral("shell"), QStringLiteral("--keep-going"), QStringLiteral("--installation"),
-                 QStringLiteral(KOLTA_INSTALLATION_DIR)},
-                lines);
-    QVERIFY(kolta.ends());
+    KoltaRun kolta({QStringLiteral("shell"), QStringLiteral("--keep-going"), QStringLiteral("--installation"),
+                    QStringLiteral(KOLTA_INSTALLATION_DIR)},
+                   lines);
     QString output = kolta.output().replace(m_folder.path(), QStringLiteral("@"));
     output.replace(QRegularExpression(QStringLiteral("20\\d\\d-\\d\\d-\\d\\dT[0-9:]*Z")),
                    QStringLiteral("<time>"));
@@ -137,12 +136,10 @@ void TestShortTimeCommands::livesAWholeLife()
 
 void TestShortTimeCommands::comparesFiles()
 {
-    Kolta text(wordsOf(QStringLiteral("profiles diff %/one.xml %/two.xml")));
-    QVERIFY(text.ends());
+    KoltaRun text(wordsOf(QStringLiteral("profiles diff %/one.xml %/two.xml")));
     QCOMPARE(text.output(), QString::fromUtf8("  A: Frequency: 1 to 2 Hz → 1 to 3 Hz\n- B\n+ C\n"));
     QCOMPARE(text.exitCode(), 1);
-    Kolta json(wordsOf(QStringLiteral("profiles diff --json %/one.xml %/two.xml")));
-    QVERIFY(json.ends());
+    KoltaRun json(wordsOf(QStringLiteral("profiles diff --json %/one.xml %/two.xml")));
     QCOMPARE(json.output(),
              QStringLiteral("{\"first\":\"1 to 2 Hz\",\"member\":\"Frequency\",\"profile\":\"A\","
                             "\"second\":\"1 to 3 Hz\"}\n"
@@ -182,8 +179,7 @@ void TestShortTimeCommands::refuses()
 {
     QFETCH(int, exitCode);
     QFETCH(QString, error);
-    Kolta kolta(wordsOf(QLatin1String(QTest::currentDataTag())));
-    QVERIFY(kolta.ends());
+    KoltaRun kolta(wordsOf(QLatin1String(QTest::currentDataTag())));
     QCOMPARE(kolta.exitCode(), exitCode);
     const QString errors = kolta.errors().replace(m_folder.path(), QStringLiteral("%"));
     QVERIFY2(errors.startsWith(QStringLiteral("kolta: ") + error), qPrintable(errors));

@@ -14,35 +14,16 @@ namespace {
 const auto latin = [](const char* text) { return QString::fromLatin1(text); };
 
 /// The vocabulary as peers and users know it: wire name, display name, data format; bit by bit from 0x1.
-constexpr struct
-{
-    const char* wire;
-    const char* display;
-    int format;
-} vocabulary[] = {{"symbol", "Bit Stream", 6},
-                  {"instantaneous", "Instantaneous Data", 5},
-                  {"image", "Image Data", 4},
-                  {"demresult", "DDem Result", 8},
-                  {"digitalAudio", "Digital Audio", 19},
-                  {"analogAudio", "Analog Audio", 9},
-                  {"special", "Special Data", 24},
-                  {"decoded", "Decoded Text", 3},
-                  {"processorSpectrum", "Spectrum", 2},
-                  {"tunerSpectrum", "Tuner Spectrum", 7},
-                  {"tunerPolychromeSpectrum", "Tuner Polychrome Spectrum", 25},
-                  {"segmentationSpectrum", "Segmentation Spectrum", 26},
-                  {"timeDomain", "Time Domain", 12},
-                  {"if", "I/Q Data", 1},
-                  {"emissionList", "Emission List", 10},
-                  {"detectorSpectrum", "Detector Spectrum", 27},
-                  {"detectorThreshold", "Detector Threshold", 28},
-                  {"ifBurst", "Burst Data", 18},
-                  {"emissionListBurst", "Emission List Burst", 11},
-                  {"analysedBurstInfo", "Analyzed Burst Info", 20},
-                  {"histogram", "Histogram", 13},
-                  {"hopDensity", "HopDensity", 16},
-                  {"raw", "Raw Data", 0},
-                  {"qm410", "QM410 Data", 21}};
+const char* const vocabulary =
+    "symbol|Bit Stream|6;instantaneous|Instantaneous Data|5;image|Image Data|4;"
+    "demresult|DDem Result|8;digitalAudio|Digital Audio|19;analogAudio|Analog Audio|9;"
+    "special|Special Data|24;decoded|Decoded Text|3;processorSpectrum|Spectrum|2;"
+    "tunerSpectrum|Tuner Spectrum|7;tunerPolychromeSpectrum|Tuner Polychrome Spectrum|25;"
+    "segmentationSpectrum|Segmentation Spectrum|26;timeDomain|Time Domain|12;if|I/Q Data|1;"
+    "emissionList|Emission List|10;detectorSpectrum|Detector Spectrum|27;"
+    "detectorThreshold|Detector Threshold|28;ifBurst|Burst Data|18;"
+    "emissionListBurst|Emission List Burst|11;analysedBurstInfo|Analyzed Burst Info|20;"
+    "histogram|Histogram|13;hopDensity|HopDensity|16;raw|Raw Data|0;qm410|QM410 Data|21";
 
 /// Speaks another language: a "#" before every display name but one that is another stream's wire name.
 class HashTranslator : public QTranslator
@@ -81,18 +62,20 @@ private Q_SLOTS:
     {
         int bit = 1;
         QStringList names;
-        for (const auto& entry : vocabulary) {
+        for (const QString& line : latin(vocabulary).split(QLatin1Char(';'))) {
+            const QString wire = line.section(QLatin1Char('|'), 0, 0);
+            const QString display = line.section(QLatin1Char('|'), 1, 1);
             const auto stream = static_cast<eDataStream>(bit);
-            const auto format = static_cast<SOREL_RecordData::DataFormat>(entry.format);
-            QCOMPARE(dataStreamToString(stream), latin(entry.wire));
-            QCOMPARE(dataStreamToDisplayString(stream), latin(entry.display));
+            const auto format =
+                static_cast<SOREL_RecordData::DataFormat>(line.section(QLatin1Char('|'), 2).toInt());
+            QCOMPARE(dataStreamToString(stream), wire);
+            QCOMPARE(dataStreamToDisplayString(stream), display);
             QCOMPARE(dataFormatToStream(format), stream);
-            for (const QString& text : {latin(entry.wire), latin(entry.display), latin(entry.wire).toUpper(),
-                                        latin(entry.display).toLower()}) {
+            for (const QString& text : {wire, display, wire.toUpper(), display.toLower()}) {
                 QCOMPARE(stringToDataStream(text), stream);
                 QCOMPARE(stringToDataFormat(text), format);
             }
-            names.append(latin(entry.wire));
+            names.append(wire);
             QCOMPARE(dataStreamsToStrings(bit * 2 - 1), names);
             QCOMPARE(int(GetAllStreams().value(names.size() - 1)), bit);
             bit *= 2;

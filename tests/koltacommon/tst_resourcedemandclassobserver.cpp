@@ -4,8 +4,6 @@
 
 #include <QtTest>
 
-#include <random>
-
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;
 
@@ -62,7 +60,6 @@ class TestResourceDemandClassObserver : public QObject
 private Q_SLOTS:
     void queries_data();
     void queries();
-    void tunerRuleAsDescribed();
     void namesOfClasses();
     void announcesChanges();
 };
@@ -129,31 +126,6 @@ void TestResourceDemandClassObserver::queries()
     else
         found = observer.GetDemandClassesForAppType(type, tunerOf(query));
     QCOMPARE(namesOf(found), expected);
-}
-
-/// Against the rule's effect: everything up to the first class that is not narrower than the tuner.
-void TestResourceDemandClassObserver::tunerRuleAsDescribed()
-{
-    const unsigned seed = std::random_device()();
-    qInfo("seed %u", seed);
-    std::mt19937 random(seed);
-    for (int round = 0; round < 500; ++round) {
-        const int maximum = static_cast<int>(random() % 8);
-        QStringList entries, sorted;
-        for (int i = static_cast<int>(random() % 40); i > 0; --i)
-            entries.append(QStringLiteral("c%1 DSC %2").arg(i).arg(random() % 10));
-        int last = 0;
-        while (last < 9 && (last < maximum || entries.filter(QStringLiteral(" %1").arg(last)).isEmpty()))
-            ++last;
-        for (int bandwidth = 0; bandwidth <= last; ++bandwidth) {
-            for (const QString& entry : entries.filter(QStringLiteral(" %1").arg(bandwidth)))
-                sorted.append(entry.section(QLatin1Char(' '), 0, 0));
-        }
-        ResourceDemandClassObserver observer;
-        QVERIFY(observer.initForOffline(overviewOf(entries.join(QStringLiteral(", ")))));
-        QCOMPARE(namesOf(observer.GetDemandClassesForAppType(eAppDSC, tunerOf(QString::number(maximum)))),
-                 sorted.join(QLatin1Char(' ')));
-    }
 }
 
 void TestResourceDemandClassObserver::namesOfClasses()

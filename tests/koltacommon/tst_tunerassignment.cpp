@@ -130,48 +130,6 @@ private Q_SLOTS:
         }
     }
 
-    /// Complete whenever the greedy hand-out is, and then never dearer; also with GUIDs that occur twice.
-    void neverWorseThanGreedy()
-    {
-        const quint32 seed = TunerSamples::seed();
-        qInfo("seed %u", seed);
-        QRandomGenerator random(seed);
-        int better = 0;
-        for (int round = 0; round < 400; ++round) {
-            const TunerSamples::Installation installation(random, random.bounded(3, 14),
-                                                          random.bounded(1, 6));
-            const auto costs = std::make_shared<DefaultCostFunction>();
-            TunerClassResourceSelector selector(costs);
-            selector.setResourceOverview(installation.tuners);
-            selector.setTunerClassOverview(TunerSamples::classOverview(installation.classes));
-            QStringList wanted;
-            for (int i = random.bounded(8); i > 0; --i)
-                wanted.append(installation.names.at(random.bounded(installation.names.size())));
-
-            const TunerAssignment assignment = selector.assignTuners(wanted);
-            QSet<QString> guids;
-            for (const TunerAssignment::Request& request : assignment.requests) {
-                if (request.served)
-                    guids.insert(request.tuner.GetTavikResource().GetGUID());
-            }
-            QCOMPARE(guids.size(), wanted.size() - assignment.conflicts.size());
-            if (!selector.canBeRunSimultaneously(wanted)) {
-                better += assignment.isComplete();
-                continue;
-            }
-            QVERIFY(assignment.isComplete());
-            qint64 greedy = 0;
-            qint64 sum = 0;
-            for (const TunerAllotment& allotment : selector.explainSimultaneousUse(wanted))
-                greedy += costs->calculateCost(allotment.tuner);
-            for (const TunerAssignment::Request& request : assignment.requests)
-                sum += costs->calculateCost(request.tuner);
-            QCOMPARE(sum, assignment.totalCost);
-            QVERIFY2(sum <= greedy, qPrintable(QStringLiteral("round %1").arg(round)));
-        }
-        QVERIFY(better > 0);
-    }
-
     void saysWhoCannotBeServedTogether()
     {
         TunerClassResourceSelector selector;

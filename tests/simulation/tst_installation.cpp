@@ -1,43 +1,24 @@
+#include "../installationcopy.h"
 #include "../rows.h"
 
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
 #include <simulation/resourcegenerator.h>
 
-#include <resourcemodel/tunerclasses.h>
-
-#include <QDir>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace KoltaSimulation;
 
 namespace {
 
-void copySample(const QString& to)
+/// The sample file with the first `from` replaced; empty when it holds none.
+QByteArray edited(const QString& file, const QByteArray& from, const QByteArray& to)
 {
-    const QDir sample(QStringLiteral(KOLTA_INSTALLATION_DIR));
-    for (const QString& file : sample.entryList(QDir::Files))
-        QVERIFY(QFile::copy(sample.filePath(file), to + QLatin1Char('/') + file));
-}
-
-/// Replaces the first `from` in the file; an empty `from` deletes the file.
-void edit(const QString& file, const QByteArray& from, const QByteArray& to)
-{
-    if (from.isEmpty()) {
-        QVERIFY(QFile::remove(file));
-        return;
-    }
-    QFile io(file);
-    QVERIFY(io.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && io.open(QIODevice::ReadWrite));
-    QByteArray text = io.readAll();
+    QFile io(QStringLiteral(KOLTA_INSTALLATION_DIR "/") + file);
+    QByteArray text = io.open(QIODevice::ReadOnly) ? io.readAll() : QByteArray();
     const int at = text.indexOf(from);
-    QVERIFY2(at >= 0, from.constData());
-    text.replace(at, from.size(), to);
-    io.resize(0);
-    io.seek(0);
-    io.write(text);
+    return at < 0 ? QByteArray() : text.replace(at, from.size(), to);
 }
 
 } // namespace
@@ -47,8 +28,6 @@ class TestInstallation : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void sampleIsWhole();
-    void classesFitTogether();
     void refusesFaultyFiles_data();
     void refusesFaultyFiles();
     void generatesTheSameAgain();
@@ -56,66 +35,6 @@ private Q_SLOTS:
     void readsRules();
     void decidesBySeed();
 };
-
-void TestInstallation::sampleIsWhole()
-{
-    Installation installation;
-    QString error;
-    QVERIFY2(installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
-    const auto& resources = installation.resources();
-    QVERIFY(resources.GetTuner().size() >= 24);
-    QSet<QString> types;
-    for (const auto& tuner : resources.GetTuner())
-        types.insert(tuner.GetType());
-    QCOMPARE(types.size(), 4);
-    QCOMPARE(resources.GetProcessingUnit().size(), 6);
-    QCOMPARE(resources.GetStorageUnit().size(), 4);
-    QVERIFY(installation.faults().size() >= 30);
-    const auto isAntenna = [](const ResourceConverter::FaultDescription& fault) { return fault.id == 215; };
-    const auto antenna = std::find_if(installation.faults().begin(), installation.faults().end(), isAntenna);
-    QCOMPARE(antenna->text, QString::fromUtf8("Antenna switch stuck at position S\xC3\xBC"
-                                              "d-West"));
-    installation.setServerName(QStringLiteral("S2"));
-    QCOMPARE(installation.basePath(), QStringLiteral("/ConnectManager/AdminTree/S2"));
-}
-
-/// Whatever one overview names, another one has.
-void TestInstallation::classesFitTogether()
-{
-    for (const char* folder : {KOLTA_INSTALLATION_DIR, KOLTA_INSTALLATION_DIR "-noclasses"}) {
-        Installation installation;
-        QString error;
-        QVERIFY2(installation.load(QString::fromUtf8(folder), error), qPrintable(error));
-        const auto& texts = installation.furtherOverviews();
-        RESOURCEMANAGEMENT::TunerTypeOverview types;
-        RESOURCEMANAGEMENT::TunerClassOverview overview;
-        types.SetXmlString(texts.value(QStringLiteral("TunerTypeOverview")), true);
-        overview.SetXmlString(texts.value(QStringLiteral("TunerClasses")), true);
-        QSet<QString> typeNames, tuners, items;
-        for (const auto& type : types.GetTunerTypeSettings())
-            typeNames.insert(type.GetTypeName());
-        for (const auto& tuner : installation.resources().GetTuner()) {
-            QVERIFY2(typeNames.contains(tuner.GetType()), qPrintable(tuner.GetType()));
-            tuners.insert(tuner.GetTavikResource().GetAddress());
-        }
-        items = tuners;
-        for (const auto& demandClass : installation.demandClasses().GetResourceDemandClass())
-            items.insert(demandClass.GetAppType() + QLatin1Char(' ') + demandClass.GetDemandClassName());
-        for (const char* name : {"DCP scp", "DCP sw", "DCP sw_5MHz", "DCP hw", "DCP hw_20MHz", "FFP 300k",
-                                 "DSC extended", "FHP standard", "FHA standard"})
-            QVERIFY2(items.contains(QLatin1String(name)), name);
-        for (const auto& tunerClass : overview.GetTunerClass())
-            items.insert(tunerClass.GetGUID());
-        for (const auto& tunerClass : overview.GetTunerClass()) {
-            QVERIFY(items.contains(QStringLiteral("DCP ") + tunerClass.GetRDC()));
-            QVERIFY(items.contains(tunerClass.GetDefaultChild()));
-            QVERIFY(!tunerClass.IsSuperclassGUIDSet() || items.contains(tunerClass.GetSuperclassGUID()));
-            for (const QString& id : tunerClass.GetTunerID())
-                QVERIFY2(tuners.remove(id), qPrintable(id)); // in one class each
-        }
-        QVERIFY(overview.GetTunerClass().isEmpty() || tuners.isEmpty());
-    }
-}
 
 void TestInstallation::refusesFaultyFiles_data()
 {
@@ -166,11 +85,15 @@ void TestInstallation::refusesFaultyFiles()
     QFETCH(QByteArray, to);
     QFETCH(QString, message);
     QTemporaryDir folder;
-    copySample(folder.path());
+    const QString sample = QStringLiteral(KOLTA_INSTALLATION_DIR);
     Installation installation;
     QString error;
-    QVERIFY2(installation.load(folder.path(), error), qPrintable(error));
-    edit(folder.filePath(file), from, to);
+    QVERIFY2(installation.load(sample, error), qPrintable(error));
+    const QByteArray faulty = edited(file, from, to);
+    QVERIFY(!faulty.isEmpty());
+    QVERIFY(copyInstallation(sample, folder.path(), qPrintable(file), faulty));
+    if (from.isEmpty())
+        QVERIFY(QFile::remove(folder.filePath(file)));
     QVERIFY(!installation.load(folder.path(), error));
     QVERIFY2(error.startsWith(folder.filePath(file)), qPrintable(error));
     QVERIFY2(error.contains(message), qPrintable(error));

@@ -26,7 +26,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    void livesThrough();
+    void showsWhatRuns();
     void refuses_data();
     void refuses();
     void worksOffInOrder();
@@ -39,11 +39,9 @@ private Q_SLOTS:
     void knowsOwners();
     void comesUp();
     void returnsWithoutAnything();
-    void isOvertaken_data();
     void isOvertaken();
     void endsOnRequest();
     void runsFromTheBeginning();
-    void servesThousands();
 
 private:
     /// What the request of that production is answered with when it is accepted.

@@ -1,3 +1,4 @@
+#include "../installationcopy.h"
 #include "tst_productions.h"
 
 #include <simulation/misbehaviour.h>
@@ -6,7 +7,6 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 
-#include <QDir>
 #include <QTemporaryDir>
 
 using namespace KoltaSimulation;
@@ -112,42 +112,38 @@ void TestProductions::returnsWithoutAnything()
     QVERIFY(!produced(mcpOn(freeTuner(0))).isNull());
 }
 
-void TestProductions::isOvertaken_data()
-{
-    QTest::addColumn<QString>("node");
-    for (const char* node : {"taskID", "ActualConfiguration", "HardwareProcessing", "Resources",
-                             "ReplyResource", "StoppedResource", "Status"})
-        QTest::newRow(node) << QString::fromLatin1(node);
-}
-
 /// The server dies and returns while it tells somebody something: nothing of the old life follows.
 void TestProductions::isOvertaken()
 {
-    QFETCH(QString, node);
-    const QUuid first = ask(mcpOn(freeTuner(0), "hw"));
-    settled();
-    bool once = true;
-    const auto overtake = [&](const QString& name) {
-        if (name != node || !std::exchange(once, false))
-            return;
-        m_server->vanish();
-        m_watch->texts.clear();
-        m_server->comeBack();
-    };
-    m_watch->onChange = overtake;
-    m_control->StopProduction(first);
-    write("StopResource", QStringLiteral("nobody"));
-    ask(mcpOn(freeTuner(1), "hw"));
-    ask(mcpOn(freeTuner(2), "hw"));
-    QCOMPARE(settled(), QStringList());
-    QVERIFY(!once);
-    m_watch->onChange = nullptr;
-    QVERIFY(running().GetMCP().isEmpty());
-    QCOMPARE(children("ConnectionInfo"), QStringList());
-    QVERIFY(hardwareEntries().isEmpty());
-    for (int tuner = 0; tuner < 3; ++tuner)
-        QVERIFY(isIdle(freeTuner(tuner)));
-    QVERIFY(!produced(mcpOn(freeTuner(1))).isNull());
+    for (const char* const node : {"taskID", "ActualConfiguration", "HardwareProcessing", "Resources",
+                                   "ReplyResource", "StoppedResource", "Status"}) {
+        const QUuid first = ask(mcpOn(freeTuner(0), "hw"));
+        settled();
+        bool once = true;
+        const auto overtake = [&](const QString& name) {
+            if (name != QLatin1String(node) || !std::exchange(once, false))
+                return;
+            m_server->vanish();
+            m_watch->texts.clear();
+            m_server->comeBack();
+        };
+        m_watch->onChange = overtake;
+        m_control->StopProduction(first);
+        write("StopResource", QStringLiteral("nobody"));
+        ask(mcpOn(freeTuner(1), "hw"));
+        ask(mcpOn(freeTuner(2), "hw"));
+        QCOMPARE(settled(), QStringList());
+        QVERIFY(!once);
+        m_watch->onChange = nullptr;
+        QVERIFY(running().GetMCP().isEmpty());
+        QCOMPARE(children("ConnectionInfo"), QStringList());
+        QVERIFY(hardwareEntries().isEmpty());
+        for (int tuner = 0; tuner < 3; ++tuner)
+            QVERIFY(isIdle(freeTuner(tuner)));
+        QVERIFY(!produced(mcpOn(freeTuner(1))).isNull());
+        m_control->StopAllProductions();
+        settled();
+    }
 }
 
 void TestProductions::endsOnRequest()
@@ -184,16 +180,12 @@ void TestProductions::endsOnRequest()
 void TestProductions::runsFromTheBeginning()
 {
     QTemporaryDir folder;
-    const QDir sample(QStringLiteral(KOLTA_INSTALLATION_DIR));
-    for (const QString& file : sample.entryList(QDir::Files))
-        QVERIFY(QFile::copy(sample.filePath(file), folder.filePath(file)));
     ProcessorOverview overview;
     overview.EditMCP() = {mcpOn(freeTuner(0)), mcpOn(freeTuner(1))};
     const QUuid known = QUuid::createUuid();
     overview.EditMCP()[0].EditKoltaProcessor().EditTavikResource().SetGUID(known.toString());
-    QFile file(folder.filePath(QStringLiteral("actualconfiguration.xml")));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(overview.GetXmlString().toUtf8()) > 0);
-    file.close();
+    QVERIFY(copyInstallation(QStringLiteral(KOLTA_INSTALLATION_DIR), folder.path(), "actualconfiguration.xml",
+                             overview.GetXmlString().toUtf8()));
     Installation installation;
     QString error;
     QVERIFY2(installation.load(folder.path(), error), qPrintable(error));

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <tuple>
 
 using namespace Kolta;
 using KoltaSimulation::Installation;
@@ -54,7 +55,6 @@ class TestShortTimeOwner : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void assigns_data();
     void assigns();
     void changesTypesInOrder();
     void beginsEachLifeAnew();
@@ -92,45 +92,33 @@ void TestShortTimeOwner::cleanup()
     QVERIFY(!values::Tree::Instance().Find(path));
 }
 
-void TestShortTimeOwner::assigns_data()
-{
-    QTest::addColumn<QString>("ffp");
-    QTest::addColumn<QStringList>("names");
-    QTest::addColumn<int>("coverage");
-    QTest::addColumn<QString>("answer");
-    const QString guid = QStringLiteral("0D0D0D0D-0000-4000-8000-00000000000D");
-    QTest::newRow("good") << guid << QStringList{hopper} << 100 << QString();
-    QTest::newRow("nothing") << guid << QStringList() << 0 << QString();
-    QTest::newRow("no GUID") << QStringLiteral("x") << QStringList() << 0
-                             << QStringLiteral("\"x\" is no GUID of an FFP");
-    QTest::newRow("unknown profile") << guid << QStringList{hopper, QStringLiteral("y")} << 0
-                                     << QStringLiteral("There is no profile \"y\"");
-    QTest::newRow("twice") << guid << QStringList{hopper, hopper} << 0
-                           << QStringLiteral("The profile \"VHF hopper 100\" is assigned twice");
-    QTest::newRow("too much") << guid << QStringList() << 101
-                              << QStringLiteral("The minimum coverage is 101 %, expected at most 100 %");
-}
-
 void TestShortTimeOwner::assigns()
 {
-    QFETCH(QString, ffp);
-    QFETCH(QString, answer);
-    ShortTimeFFPAssignment wanted;
-    wanted.ffpGuid = ffp;
-    QFETCH(QStringList, names);
-    wanted.profiles = names;
-    QFETCH(int, coverage);
-    wanted.minCoverage = static_cast<quint32>(coverage);
-    Answers<ShortTimeFFPAssignmentItemMap> answers(assignments());
-    assignments().RequestAssignmentChange(wanted);
-    QVERIFY(assignments().Empty() && answers.texts.isEmpty()); // not within the request
-    QCoreApplication::processEvents();
-    QCOMPARE(answers.texts, QStringList{answer});
-    QVERIFY(assignments().GetPendingRequests().empty());
+    const QString guid = QStringLiteral("0D0D0D0D-0000-4000-8000-00000000000D");
     const QString key = QStringLiteral("{0d0d0d0d-0000-4000-8000-00000000000d}");
-    QCOMPARE(assignments().Size(), std::size_t(answer.isEmpty() ? 1 : 0));
-    if (answer.isEmpty())
-        QCOMPARE(assignments().At(key).profiles, names);
+    const std::tuple<QString, QStringList, quint32, const char*> cases[] = {
+        {QStringLiteral("x"), {}, 0, "\"x\" is no GUID of an FFP"},
+        {guid, {hopper, QStringLiteral("y")}, 0, "There is no profile \"y\""},
+        {guid, {hopper, hopper}, 0, "The profile \"VHF hopper 100\" is assigned twice"},
+        {guid, {}, 101, "The minimum coverage is 101 %, expected at most 100 %"},
+        {guid, {hopper}, 100, ""},
+        {guid, {}, 0, ""}};
+    for (const auto& [ffp, names, coverage, answer] : cases) {
+        ShortTimeFFPAssignment wanted;
+        wanted.ffpGuid = ffp;
+        wanted.profiles = names;
+        wanted.minCoverage = coverage;
+        assignments().Clear();
+        Answers<ShortTimeFFPAssignmentItemMap> answers(assignments());
+        assignments().RequestAssignmentChange(wanted);
+        QVERIFY(assignments().Empty() && answers.texts.isEmpty()); // not within the request
+        QCoreApplication::processEvents();
+        QCOMPARE(answers.texts, QStringList{QLatin1String(answer)});
+        QVERIFY(assignments().GetPendingRequests().empty());
+        QCOMPARE(assignments().Size(), std::size_t(*answer ? 0 : 1));
+        if (!*answer)
+            QCOMPARE(assignments().At(key).profiles, names);
+    }
 }
 
 void TestShortTimeOwner::changesTypesInOrder()

@@ -107,20 +107,14 @@ void TestActiveUserProxy::refusesBadFiles_data()
     };
     row("empty", "", ":1: ");
     row("cut off", good.left(good.size() - 10), ":5: Premature end of document, expected a well-formed");
-    row("cut off before the user", good.left(good.indexOf("name='ada'")), ":4: Premature end of document");
-    row("two roots", good + "<Users/>", ":7: ");
     row("not UTF-8", changed("ada", "\xff"), ":");
     row("other root", "\n<User id='1' name='x'/>", ":2: found <User>, expected <Users>");
     row("other namespace", "<x:Users xmlns:x='y'/>", ":1: found <x:Users>, expected <Users>");
     row("document type", "<!DOCTYPE Users [<!ENTITY a 'b'>]>\n<Users/>", ":1: found a document type");
     row("unknown element", changed("<Right name='R.a'/>", "<Role/>"), ":4: found <Role>, expected <Right>");
-    row("nested right", changed("<Right name='R.a'/>", "\n<Right name='R.a'><Right/></Right>"),
-        ":5: found <Right>, expected the end of the element");
     row("text", changed("<Right name='R.b'/>", "all"), ":5: found text, expected <Right>");
     row("unknown attribute", changed("count=", "Count="),
         ":5: <Right> has the attribute \"Count\", expected none but name, count");
-    row("no number", changed("id='7'", "id='seven'"),
-        ":5: <User> has id=\"seven\", expected a whole number from 0 to 2147483647");
     row("no ID", changed("id='0' ", ""), ":4: <User> has id=\"\", expected a whole number from 0");
     row("ID of nobody", changed("'0'", "'-1'"), ":4: <User> has id=\"-1\", expected a whole number from 0");
     row("ID too high", changed("'7'", "'2147483648'"), ":5: <User> has id=\"2147483648\", expected");

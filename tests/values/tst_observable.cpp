@@ -10,10 +10,6 @@ using Action = std::function<void(Probes&, std::unique_ptr<Observable>&)>;
 Q_DECLARE_METATYPE(Action)
 
 namespace {
-QStringList words(const char* text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 const QString A = QStringLiteral("a"), B = QStringLiteral("b"), C = QStringLiteral("c");
 } // namespace
 

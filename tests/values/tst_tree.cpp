@@ -12,15 +12,6 @@ using namespace values;
 
 namespace {
 
-QString operator""_s(const char* text, std::size_t size)
-{
-    return QString::fromLatin1(text, int(size));
-}
-QStringList words(const char* text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
 /// Writes "+path", "-path=content" and "path:code" into a log, and keeps the paths of what is there.
 class Recorder : public ITreeListener
 {

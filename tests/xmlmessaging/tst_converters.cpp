@@ -29,10 +29,7 @@ class TestConverters : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void applicationDescription();
-    void requestTreeSuppression();
-    void eventFilter();
-    void faultReferenceOfThousands();
+    void faultReference();
     void demandClasses();
     void hopperSeparation();
     void hopperProduction();
@@ -41,44 +38,9 @@ private Q_SLOTS:
     void foreignFragmentsFit();
 };
 
-void TestConverters::applicationDescription()
+void TestConverters::faultReference()
 {
-    CMsgFragment fragment = sent(CAppDescription::makeFragment());
-    QVERIFY(CAppDescription::isQuery(fragment) && !CAppDescription(fragment).isCompatible());
-    CAppDescription::fillReply(fragment, {QStringLiteral("n & m"), QStringLiteral("{g}"),
-                                          QStringLiteral("1.2"), QString(), QStringLiteral("7")});
-    const CAppDescription description(sent(fragment));
-    QVERIFY(description.isCompatible());
-    QCOMPARE(description.getAppName(), QStringLiteral("n & m"));
-    QCOMPARE(description.getAppGuid() + description.getVersion() + description.getBuild() +
-                 description.getInterface(),
-             QStringLiteral("{g}1.27"));
-}
-
-void TestConverters::requestTreeSuppression()
-{
-    for (const bool suppress : {true, false, true}) {
-        CRequestTreeConverter converter;
-        converter.setRequestTreeSuppression(!suppress);
-        converter.setRequestTreeSuppression(suppress);
-        const CMsgFragment fragment = sent(converter.makeFragment());
-        QVERIFY(CRequestTreeConverter::isCommand(fragment));
-        QCOMPARE(CRequestTreeConverter(fragment.getRequestTree()).getRequestTreeSuppression(), suppress);
-    }
-    QVERIFY(!CRequestTreeConverter().getRequestTreeSuppression());
-}
-
-void TestConverters::eventFilter()
-{
-    const CMsgFragment fragment = sent(CEventFilterConverter::makeFragment(QStringLiteral("*")));
-    QCOMPARE(CEventFilterConverter::getComponent(fragment), QStringLiteral("*"));
-}
-
-void TestConverters::faultReferenceOfThousands()
-{
-    QVector<ResourceConverter::FaultDescription> faults;
-    for (quint32 i = 0; i < 20000; ++i)
-        faults.append({4294967295U - i, QStringLiteral("text <%1> | ä").arg(i)});
+    const QVector<ResourceConverter::FaultDescription> faults{{4294967295U, QStringLiteral("text <1> | ä")}};
     CMsgFragment fragment = sent(ResourceConverter::CQueryFaultReference::makeFragment());
     QVERIFY(ResourceConverter::CQueryFaultReference::isQuery(fragment));
     ResourceConverter::CQueryFaultReference::fillReply(fragment, faults);

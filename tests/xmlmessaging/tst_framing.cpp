@@ -6,7 +6,6 @@
 #include <ctime>
 #include <limits>
 
-using XmlCommunication::appendFrame;
 using XmlCommunication::FrameReader;
 
 namespace {
@@ -27,40 +26,10 @@ class TestFraming : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everySplitGivesTheSameMessages();
     void brokenStreams_data();
     void brokenStreams();
-    void messagesBeforeTheFaultAreDelivered();
-    void writerAndReaderAgree();
     void tinyChunksTakeLinearTime();
 };
-
-void TestFraming::everySplitGivesTheSameMessages()
-{
-    const QByteArray stream("\n#4\n<a/>\n##\n\n#2\n\n#\n#3\n#\n\n\n##\n\n#1\nx\n##\n");
-    const QList<QByteArray> expected{"<a/>", "\n##\n\n", "x"};
-    for (int first = 0; first <= stream.size(); ++first) {
-        for (int second = first; second <= stream.size(); ++second) {
-            FrameReader reader(100);
-            QList<QByteArray> messages;
-            reader.feed(stream.constData(), first);
-            messages += takeAll(reader);
-            reader.feed(stream.constData() + first, second - first);
-            messages += takeAll(reader);
-            reader.feed(stream.constData() + second, stream.size() - second);
-            messages += takeAll(reader);
-            QCOMPARE(messages, expected);
-        }
-    }
-    FrameReader reader(100);
-    QList<QByteArray> messages;
-    for (const char byte : stream) {
-        reader.feed(&byte, 1);
-        messages += takeAll(reader);
-    }
-    QCOMPARE(messages, expected);
-    QVERIFY(!reader.hasError());
-}
 
 void TestFraming::brokenStreams_data()
 {
@@ -103,28 +72,6 @@ void TestFraming::brokenStreams()
     whole.reset();
     whole.feed("\n#1\nx\n##\n", 9);
     QCOMPARE(takeAll(whole), QList<QByteArray>{"x"});
-}
-
-void TestFraming::messagesBeforeTheFaultAreDelivered()
-{
-    FrameReader reader(10);
-    reader.feed("\n#1\na\n##\n\n#2\nbc\n##\nrubbish", 27);
-    QCOMPARE(takeAll(reader), (QList<QByteArray>{"a", "bc"}));
-    QVERIFY(reader.hasError());
-}
-
-void TestFraming::writerAndReaderAgree()
-{
-    QByteArray stream;
-    appendFrame(stream, QByteArray());
-    QVERIFY(stream.isEmpty());
-    const QList<QByteArray> messages{QByteArray(9, 'a'), QByteArray(200000, '\n'), QByteArray("#"),
-                                     QByteArray(1, '\0')};
-    for (const QByteArray& message : messages)
-        appendFrame(stream, message);
-    FrameReader reader(200000);
-    reader.feed(stream.constData(), stream.size());
-    QCOMPARE(takeAll(reader), messages);
 }
 
 void TestFraming::tinyChunksTakeLinearTime()

@@ -24,45 +24,35 @@ class TestLogger : public QObject
 
 private Q_SLOTS:
     void cleanup() { Logger::instance().setDirectory(QString()); }
-    void trafficIsWritten_data();
     void trafficIsWritten();
     void largeLogIsPutAside();
     void unwritableDirectoryIsTracedOnce();
 };
 
-void TestLogger::trafficIsWritten_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("lines");
-    QTest::addColumn<bool>("xml");
-    QTest::newRow("off") << int(logger::eLogOff) << 0 << false;
-    QTest::newRow("short") << int(logger::eLogShort) << 2 << false;
-    QTest::newRow("full") << int(logger::eLogFull) << 2 << true;
-}
-
 void TestLogger::trafficIsWritten()
 {
-    QFETCH(int, mode);
-    QFETCH(int, lines);
-    QFETCH(bool, xml);
-    QTemporaryDir dir;
-    LinkFixture f;
-    Logger::instance().setDirectory(dir.filePath(QStringLiteral("new")));
-    const QString name = QStringLiteral("server_::1/port%1").arg(f.server.port());
-    Logger::instance().registerConnection(f.thread, mode, name);
-    QVERIFY(f.connected());
-    const ptrCXmlMessage request = f.request(QStringLiteral("question"));
-    f.thread->sendMessage(request, 0);
-    QTRY_COMPARE(f.messages.size(), 1);
-    const QString path = Logger::instance().fileName(name);
-    QVERIFY(path.endsWith(QStringLiteral("/new/server___1_port%1.log").arg(f.server.port())));
-    const QString text = contents(path);
-    const QString id = QStringLiteral(" ID %1 ").arg(request->getMessageID());
-    QCOMPARE(text.count(id), lines);
-    QCOMPARE(text.contains(QRegularExpression(QStringLiteral("> Query +ID \\d+ +Test +\\(\\d+ bytes\\)\n"))),
-             lines > 0);
-    QCOMPARE(text.contains(QLatin1String("< QueryReply ")), lines > 0);
-    QCOMPARE(text.contains(QLatin1String("<Get>question</Get>")), xml);
+    for (const auto mode : {logger::eLogOff, logger::eLogShort, logger::eLogFull}) {
+        const int lines = mode == logger::eLogOff ? 0 : 2;
+        QTemporaryDir dir;
+        LinkFixture f;
+        Logger::instance().setDirectory(dir.filePath(QStringLiteral("new")));
+        const QString name = QStringLiteral("server_::1/port%1").arg(f.server.port());
+        Logger::instance().registerConnection(f.thread, mode, name);
+        QVERIFY(f.connected());
+        const ptrCXmlMessage request = f.request(QStringLiteral("question"));
+        f.thread->sendMessage(request, 0);
+        QTRY_COMPARE(f.messages.size(), 1);
+        const QString path = Logger::instance().fileName(name);
+        QVERIFY(path.endsWith(QStringLiteral("/new/server___1_port%1.log").arg(f.server.port())));
+        const QString text = contents(path);
+        const QString id = QStringLiteral(" ID %1 ").arg(request->getMessageID());
+        QCOMPARE(text.count(id), lines);
+        QCOMPARE(
+            text.contains(QRegularExpression(QStringLiteral("> Query +ID \\d+ +Test +\\(\\d+ bytes\\)\n"))),
+            lines > 0);
+        QCOMPARE(text.contains(QLatin1String("< QueryReply ")), lines > 0);
+        QCOMPARE(text.contains(QLatin1String("<Get>question</Get>")), mode == logger::eLogFull);
+    }
 }
 
 void TestLogger::largeLogIsPutAside()
