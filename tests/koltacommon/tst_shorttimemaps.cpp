@@ -1,3 +1,4 @@
+#include <koltacommon/shapecollectionitemmap.h>
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/shorttimeresultitemmap.h>
@@ -6,6 +7,7 @@
 #include <values/defaultvaluecreator.h>
 #include <values/localreplicapair.h>
 
+#include <QRandomGenerator>
 #include <QtTest>
 
 #include <functional>
@@ -84,14 +86,21 @@ QString logOf(const Map& map)
     return entries.join(QLatin1Char(' '));
 }
 
+void addRequests(...) {}
+template<class Protocol>
+void addRequests(std::map<QString, std::string>* content, const ItemMapWithRequests<Protocol>* map)
+{
+    for (const auto& [id, request] : map->GetPendingRequests())
+        Protocol::AppendRequest((*content)[QLatin1Char('?') + id.toString()], request);
+}
 /// Items and open requests as bytes: profiles need not be equal to themselves.
-std::map<QString, std::string> contentOf(const ShortTimeProfileItemMap& map)
+template<class Map>
+std::map<QString, std::string> contentOf(const Map& map)
 {
     std::map<QString, std::string> content;
     for (const auto& [key, item] : map.data())
-        content[key] = ShortTimeProfile_ItemFormat::toStandardString(item);
-    for (const auto& [id, request] : map.GetPendingRequests())
-        content[id.toString()] = request.profileName.toStdString() + std::to_string(int(request.targetType));
+        content[Map::Traits::ToText(key)] = Map::Format::toStandardString(item);
+    addRequests(&content, &map);
     return content;
 }
 
@@ -143,6 +152,8 @@ private Q_SLOTS:
     void keysAndTexts();
     void registration();
     void openRequestsFollowTheMap();
+    void replicas_data();
+    void replicas();
 };
 
 void TestShortTimeMaps::commandBytes_data()
@@ -167,10 +178,18 @@ void TestShortTimeMaps::commandBytes_data()
         });
     row("reply assignment", "14000000 3300 00000000 3322110055447767 8899aabbccddeeff 00000000",
         [](Maps& maps) { maps.assignments.ReplyAssignmentChange(openId, QString()); });
+    row("set assignment",
+        "28000000 1400 00000000 01000000 4700 3b"
+        "1c000000 01 00000002 0047 0000 00000000 00 00 00000000 00000000 00000000 00 3b",
+        [](Maps& maps) { maps.assignments.Add(assignmentOf(QStringLiteral("G"))); });
+    row("erase profile", "07000000 1500 00000000 01000000 4100 3b",
+        [](Maps& maps) { maps.profiles.EraseAt(QStringLiteral("A")); });
     row("erase result", "05000000 1500 00000000 07000000 3b", [](Maps& maps) { maps.results.EraseAt(7); });
+    row("clear results", "00000000 1600 00000000", [](Maps& maps) { maps.results.Clear(); });
 }
 
-/// The very bytes of a recorded command; a mirror that executes them records the same.
+/// The very bytes of a recorded command; a mirror that executes them records the same; nothing shorter and
+/// nothing longer is taken for a command.
 void TestShortTimeMaps::commandBytes()
 {
     QFETCH(QByteArray, hex);
@@ -185,6 +204,13 @@ void TestShortTimeMaps::commandBytes()
                                 : tag.contains("assignment")
                                     ? static_cast<values::ValueBase&>(mirrors.assignments)
                                     : mirrors.profiles;
+    for (int size = 0; size < bytes.size() - 9; ++size) {
+        const bool isLonger = size == bytes.size() - 10;
+        QByteArray wrong = isLonger ? bytes + '\0' : bytes.left(10 + size);
+        wrong[0] = static_cast<char>(isLonger ? size + 1 : size);
+        values::ByteReader in(wrong.constData(), static_cast<std::size_t>(wrong.size()));
+        QVERIFY(!values::ReadCommand(mirror, in, nullptr) && in.Position() == wrong.constData());
+    }
     if (tag.startsWith("request")) { // under the null UUID every process would make up another
         const QByteArray unnamed = QByteArray(bytes).replace(10, 16, QByteArray(16, '\0'));
         values::ByteReader in(unnamed.constData(), static_cast<std::size_t>(unnamed.size()));
@@ -198,6 +224,10 @@ void TestShortTimeMaps::commandBytes()
     QVERIFY(contentOf(source.profiles) == contentOf(mirrors.profiles));
     if (const auto* const reply = dynamic_cast<const Command_ReplyProfileTypeChange*>(command.get()))
         QVERIFY(!reply->WasSuccessful() && reply->GetError() == QLatin1String("E"));
+    if (const auto* const request = dynamic_cast<const Command_RequestProfileTypeChange*>(command.get()))
+        QVERIFY(request->GetProfileName() == QStringLiteral("A\xD800") && request->GetTargetType() == 2);
+    if (const auto* const request = dynamic_cast<const Command_RequestFfpAssignmentChange*>(command.get()))
+        QVERIFY(request->GetItem() == assignmentOf(QStringLiteral("G")));
 }
 
 void TestShortTimeMaps::requestAndReply()
@@ -324,10 +354,26 @@ void TestShortTimeMaps::keysAndTexts()
 
 void TestShortTimeMaps::registration()
 {
-    QVERIFY(registerShortTimeValues() && registerShortTimeValues());
-    for (const int type : {107, 108, 109, 130, 131}) {
+    QVERIFY(registerShortTimeValues());
+    QVERIFY(registerShortTimeValues());
+    const std::map<int, const char*> names = {{107, "ShortTimeResultItemMap"},
+                                              {108, "ShortTimeFFPAssignmentItemMap"},
+                                              {109, "ShortTimeProfileItemMap"},
+                                              {130, "ShapeCollectionItemMap"},
+                                              {131, "ConvertProductionResultMap"}};
+    for (const auto& [type, name] : names) {
         const auto value = values::CreateDefaultValue(type, QStringLiteral("v"));
-        QVERIFY(value && value->GetType() == type);
+        QVERIFY(value);
+        QCOMPARE(value->GetType(), type);
+        QCOMPARE(value->GetTypeName(), QLatin1String(name));
+        // The state of an empty map: its header and the command that clears.
+        std::string header;
+        std::string state;
+        values::AppendValueHeader(header, *value);
+        value->AddObjectStateStringForTransmission(state, values::eTransmitPlain);
+        QCOMPARE(QByteArray::fromStdString(state.substr(header.size())).toHex(),
+                 QByteArray("00000000160000000000"));
+        QVERIFY(value->Compare(values::CreateDefaultValue(type).get()));
     }
 }
 
@@ -357,6 +403,142 @@ void TestShortTimeMaps::openRequestsFollowTheMap()
     };
     QVERIFY(map->ReplyTypeChange(newId, QString()));
     QVERIFY(pair->Deliver() && late.GetPendingRequests().empty());
+}
+
+namespace {
+
+/// Makes random changes of one kind of map, out of few keys so that they meet.
+class Writer
+{
+public:
+    explicit Writer(QRandomGenerator& random) : m_random(random) {}
+
+    void change(ShortTimeProfileItemMap& map)
+    {
+        ShortTimeProfile profile;
+        profile.name = text();
+        profile.useHopRate = profile.useSymbolRate = below(2) == 0;
+        profile.frequencyMax = below(3);
+        const quint32 what = below(8);
+        if (what == 0)
+            map.EraseAt(profile.name);
+        else if (what == 1)
+            below(10) == 0 ? map.Clear() : void();
+        else if (what == 2)
+            map.RequestTypeChange(profile.name, eShortTimeProfileHopper);
+        else if (what == 3)
+            reply(map, [&](const QUuid& id) { map.ReplyTypeChange(id, text()); });
+        else if (what == 4)
+            map.Set(std::list<ShortTimeProfile>{profile}, below(8) == 0, below(2) == 0);
+        else
+            map.Add(profile);
+    }
+    void change(ShortTimeFFPAssignmentItemMap& map)
+    {
+        ShortTimeFFPAssignment assignment = assignmentOf(below(5) ? text() : QString());
+        for (quint32 i = below(3); i > 0; --i)
+            assignment.profiles << text();
+        const quint32 what = below(5);
+        if (what == 0)
+            map.EraseAt(assignment.ffpGuid);
+        else if (what == 1)
+            map.RequestAssignmentChange(assignment);
+        else if (what == 2)
+            reply(map, [&](const QUuid& id) { map.ReplyAssignmentChange(id, text()); });
+        else
+            map.Add(assignment);
+    }
+    void change(ShortTimeResultItemMap& map)
+    {
+        ShortTimeResult result;
+        result.id = below(8);
+        result.profileName = text();
+        const quint32 what = below(4);
+        if (what == 0)
+            map.EraseAt(result.id);
+        else
+            what == 1 ? map.AddNew(result) : map.Add(result);
+    }
+    void change(ShapeCollectionItemMap& map)
+    {
+        ShapeCollectionItem shape;
+        shape.name = text();
+        shape.samples.fill(1.5F, static_cast<int>(below(3)));
+        below(3) == 0 ? map.EraseAt(shape.name) : static_cast<void>(map.Add(shape));
+    }
+    quint32 below(quint32 bound) { return m_random.bounded(bound); }
+
+private:
+    QString text() { return QString(1 + static_cast<int>(below(2)), QChar(0xD800 + below(3))); }
+    template<class Map, class Reply>
+    void reply(Map& map, const Reply& answer)
+    {
+        if (!map.GetPendingRequests().empty())
+            answer(QUuid(map.GetPendingRequests().begin()->first));
+    }
+
+    QRandomGenerator& m_random;
+};
+
+template<class Map>
+QString replicate(quint32 seed, bool bothWrite)
+{
+    QRandomGenerator random(seed);
+    Writer writer(random);
+    Map first, second, late;
+    values::Replica firstReplica(first), secondReplica(second), lateReplica(late);
+    values::LocalReplicaPair pair(firstReplica, secondReplica);
+    pair.Deliver();
+    for (int step = 0; step < 400; ++step) {
+        writer.change(bothWrite && writer.below(2) ? second : first);
+        if (bothWrite && writer.below(100) == 0)
+            first.Assign(Map()); // the state is sent again, with changes of the other end on their way
+        if (writer.below(5) == 0)
+            pair.Deliver();
+    }
+    if (!pair.Deliver())
+        return QStringLiteral("the link broke");
+    // The late joiner has been here before: it holds items and open requests that nobody else knows any more.
+    Map elsewhere;
+    for (int step = 0; step < 20; ++step)
+        writer.change(elsewhere);
+    late.Assign(elsewhere);
+    values::LocalReplicaPair joins(secondReplica, lateReplica);
+    if (!joins.Deliver() || contentOf(late) != contentOf(second))
+        return QStringLiteral("the late joiner differs");
+    if (contentOf(first) != contentOf(second))
+        return QStringLiteral("the replicas differ");
+    if (!bothWrite && first.GetChangeNumber() != second.GetChangeNumber())
+        return QStringLiteral("change numbers differ");
+    return QString();
+}
+
+} // namespace
+
+void TestShortTimeMaps::replicas_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<bool>("bothWrite");
+    const char* const kinds[] = {"profiles", "assignments", "results", "shapes"};
+    for (int kind = 0; kind < 4; ++kind) {
+        QTest::addRow("%s, one writer", kinds[kind]) << kind << false;
+        QTest::addRow("%s, two writers", kinds[kind]) << kind << true;
+    }
+}
+
+void TestShortTimeMaps::replicas()
+{
+    QFETCH(int, kind);
+    QFETCH(bool, bothWrite);
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    for (quint32 run = 0; run < 10; ++run) {
+        const QString fault = kind == 0   ? replicate<ShortTimeProfileItemMap>(seed + run, bothWrite)
+                              : kind == 1 ? replicate<ShortTimeFFPAssignmentItemMap>(seed + run, bothWrite)
+                              : kind == 2 ? replicate<ShortTimeResultItemMap>(seed + run, bothWrite)
+                                          : replicate<ShapeCollectionItemMap>(seed + run, bothWrite);
+        QVERIFY2(fault.isEmpty(), qPrintable(fault + QStringLiteral(" with seed %1").arg(seed + run)));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestShortTimeMaps)

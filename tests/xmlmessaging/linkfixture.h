@@ -102,13 +102,3 @@ struct LinkFixture
     QList<QAbstractSocket::SocketState> states;
     int requests = 0;
 };
-
-/// The same, when the link is up.
-struct ConnectedLink : LinkFixture
-{
-    explicit ConnectedLink(Received received = answer) : LinkFixture(std::move(received))
-    {
-        if (!connected())
-            qFatal("the link does not come up");
-    }
-};

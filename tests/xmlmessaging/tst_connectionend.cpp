@@ -21,11 +21,15 @@ class TestConnectionEnd : public QObject
 private Q_SLOTS:
     void impossiblePeers_data();
     void impossiblePeers();
+    void serverClosesAtOnce();
+    void resetIsAnError();
     void availableTimeRunsOut();
     void answeredRequestsDoNotRunOut();
     void exitSendsWhatWaits();
+    void exitIsQuick_data();
     void exitIsQuick();
     void exitBeforeTheThreadRuns();
+    void slotsMayDeleteTheObject_data();
     void slotsMayDeleteTheObject();
     void deletedLaterWithNewsWaiting();
     void endAllEndsEveryThread();
@@ -66,9 +70,33 @@ void TestConnectionEnd::impossiblePeers()
     QCOMPARE(errors.size(), 1);
 }
 
+void TestConnectionEnd::serverClosesAtOnce()
+{
+    LinkFixture f;
+    connect(&f.server, &CServer::LinkOpened, [](CServerLink* link) {
+        link->send(LinkFixture::broadcast(1));
+        link->close();
+    });
+    f.thread->start();
+    QTRY_COMPARE(f.errors, QList<QAbstractSocket::SocketError>{QAbstractSocket::RemoteHostClosedError});
+    QTRY_COMPARE(f.states.last(), QAbstractSocket::UnconnectedState);
+    QCOMPARE(f.messages.size(), 1);
+}
+
+void TestConnectionEnd::resetIsAnError()
+{
+    LinkFixture f;
+    QVERIFY(f.connected());
+    f.link->abort();
+    QTRY_COMPARE(f.errors.size(), 1);
+    QTRY_COMPARE(f.states.last(), QAbstractSocket::UnconnectedState);
+    QVERIFY(f.server.links().isEmpty());
+}
+
 void TestConnectionEnd::availableTimeRunsOut()
 {
-    ConnectedLink f(LinkFixture::ignore);
+    LinkFixture f(LinkFixture::ignore);
+    QVERIFY(f.connected());
     const ptrCXmlMessage patient = f.request();
     f.thread->sendMessage(patient, 0); // without a limit
     const ptrCXmlMessage request = f.request();
@@ -85,7 +113,8 @@ void TestConnectionEnd::availableTimeRunsOut()
 
 void TestConnectionEnd::answeredRequestsDoNotRunOut()
 {
-    ConnectedLink f;
+    LinkFixture f;
+    QVERIFY(f.connected());
     QElapsedTimer timer;
     timer.start();
     for (int sent = 1; timer.elapsed() < 700; ++sent) {
@@ -99,7 +128,8 @@ void TestConnectionEnd::answeredRequestsDoNotRunOut()
 
 void TestConnectionEnd::exitSendsWhatWaits()
 {
-    ConnectedLink f(LinkFixture::ignore);
+    LinkFixture f(LinkFixture::ignore);
+    QVERIFY(f.connected());
     const int count = 2000;
     f.link->send(f.broadcast(1, 100000)); // unread bytes must not turn the end into a reset
     for (int i = 0; i < count; ++i)
@@ -111,20 +141,27 @@ void TestConnectionEnd::exitSendsWhatWaits()
     QTRY_COMPARE(closed.size(), 1);
 }
 
+void TestConnectionEnd::exitIsQuick_data()
+{
+    QTest::addColumn<bool>("stalled");
+    QTest::newRow("peer never answers") << false;
+    QTest::newRow("peer stopped reading") << true;
+}
+
 void TestConnectionEnd::exitIsQuick()
 {
-    for (const bool stalled : {false, true}) { // the peer never answers, or has stopped reading
-        ConnectedLink f(LinkFixture::ignore);
-        f.link->setReading(!stalled);
-        for (int i = 0; i < (stalled ? 100 : 1); ++i)
-            f.thread->sendMessage(f.request(QString(stalled ? 200000 : 1, QLatin1Char('x'))), 0);
-        QElapsedTimer timer;
-        timer.start();
-        f.thread->exit(0);
-        QVERIFY(f.thread->waitForFinished(2000));
-        QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
-        QVERIFY(f.errors.isEmpty());
-    }
+    QFETCH(bool, stalled);
+    LinkFixture f(LinkFixture::ignore);
+    QVERIFY(f.connected());
+    f.link->setReading(!stalled);
+    for (int i = 0; i < (stalled ? 100 : 1); ++i)
+        f.thread->sendMessage(f.request(QString(stalled ? 200000 : 1, QLatin1Char('x'))), 0);
+    QElapsedTimer timer;
+    timer.start();
+    f.thread->exit(0);
+    QVERIFY(f.thread->waitForFinished(2000));
+    QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(f.errors.isEmpty());
 }
 
 void TestConnectionEnd::exitBeforeTheThreadRuns()
@@ -139,31 +176,39 @@ void TestConnectionEnd::exitBeforeTheThreadRuns()
     }
 }
 
+void TestConnectionEnd::slotsMayDeleteTheObject_data()
+{
+    QTest::addColumn<int>("when");
+    QTest::newRow("state") << 0;
+    QTest::newRow("message") << 1;
+    QTest::newRow("error") << 2;
+}
+
 void TestConnectionEnd::slotsMayDeleteTheObject()
 {
-    for (const int when : {0, 1, 2}) { // told of the state, a message, an error
-        LinkFixture f;
-        connect(&f.server, &CServer::LinkOpened, [](CServerLink* link) {
-            for (quint32 i = 0; i < 10; ++i)
-                link->send(LinkFixture::broadcast(i));
-            link->close();
-        });
-        const auto remove = [&f, when](int now) {
-            if (now == when)
-                delete f.thread;
-        };
-        connect(f.thread.data(), &CConnectionThread::SignalSocketStateChanged, [&] { remove(0); });
-        connect(f.thread.data(), &CConnectionThread::SignalNewJob, [&] { remove(1); });
-        connect(f.thread.data(), &CConnectionThread::SignalSocketError, [&] { remove(2); });
-        f.thread->start();
-        QTRY_VERIFY(!f.thread);
-        QCOMPARE(f.messages.size(), when == 0 ? 0 : when == 1 ? 1 : 10);
-    }
+    QFETCH(int, when);
+    LinkFixture f;
+    connect(&f.server, &CServer::LinkOpened, [](CServerLink* link) {
+        for (quint32 i = 0; i < 10; ++i)
+            link->send(LinkFixture::broadcast(i));
+        link->close();
+    });
+    const auto remove = [&f, when](int now) {
+        if (now == when)
+            delete f.thread;
+    };
+    connect(f.thread.data(), &CConnectionThread::SignalSocketStateChanged, [&] { remove(0); });
+    connect(f.thread.data(), &CConnectionThread::SignalNewJob, [&] { remove(1); });
+    connect(f.thread.data(), &CConnectionThread::SignalSocketError, [&] { remove(2); });
+    f.thread->start();
+    QTRY_VERIFY(!f.thread);
+    QCOMPARE(f.messages.size(), when == 0 ? 0 : when == 1 ? 1 : 10);
 }
 
 void TestConnectionEnd::deletedLaterWithNewsWaiting()
 {
-    ConnectedLink f;
+    LinkFixture f;
+    QVERIFY(f.connected());
     connect(f.thread.data(), &QThread::finished, f.thread.data(), &QObject::deleteLater);
     for (quint32 i = 0; i < 1000; ++i)
         f.link->send(f.broadcast(i));
@@ -174,7 +219,9 @@ void TestConnectionEnd::deletedLaterWithNewsWaiting()
 
 void TestConnectionEnd::endAllEndsEveryThread()
 {
-    ConnectedLink first(LinkFixture::ignore), second;
+    LinkFixture first(LinkFixture::ignore);
+    LinkFixture second;
+    QVERIFY(first.connected() && second.connected());
     first.thread->sendMessage(first.request(), 0);
     CConnectionThread::endAll();
     QVERIFY(first.thread->isFinished() && second.thread->isFinished());

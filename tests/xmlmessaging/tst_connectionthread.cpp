@@ -14,17 +14,22 @@ class TestConnectionThread : public QObject
 
 private Q_SLOTS:
     void replyFillsOwnMessage();
+    void requestsQueuedBeforeTheLinkIsUp();
     void wrongAndDuplicateReplies();
+    void largeMessages();
+    void floodOfBroadcastsStaysBoundedAndInOrder();
     void ownerKeepsItsTurnDuringAFlood();
     void malformedBytesEndTheLink_data();
     void malformedBytesEndTheLink();
     void clientsMalformedBytesEndItsLinkOnly();
+    void nestedEventLoopInASlot();
     void serverSlotsMayDeleteTheLink();
 };
 
 void TestConnectionThread::replyFillsOwnMessage()
 {
-    ConnectedLink f;
+    LinkFixture f;
+    QVERIFY(f.connected());
     QCOMPARE(f.states, (QList<QAbstractSocket::SocketState>{QAbstractSocket::HostLookupState,
                                                             QAbstractSocket::ConnectingState,
                                                             QAbstractSocket::ConnectedState}));
@@ -42,9 +47,23 @@ void TestConnectionThread::replyFillsOwnMessage()
     QVERIFY(f.errors.isEmpty());
 }
 
+void TestConnectionThread::requestsQueuedBeforeTheLinkIsUp()
+{
+    LinkFixture f;
+    QList<ptrCXmlMessage> requests;
+    for (int i = 0; i < 50; ++i) {
+        requests.append(f.request(QString::number(i)));
+        f.thread->sendMessage(requests.last(), 0);
+    }
+    f.thread->start();
+    QTRY_COMPARE(f.messages.size(), 50);
+    for (int i = 0; i < 50; ++i)
+        QCOMPARE(f.messages[i].data(), requests[i].data());
+}
+
 void TestConnectionThread::wrongAndDuplicateReplies()
 {
-    ConnectedLink f([](CServerLink* link, const CXmlMessage& request) {
+    LinkFixture f([](CServerLink* link, const CXmlMessage& request) {
         CXmlMessage wrong = makeReply(request, true);
         wrong.setMessageID(request.getMessageID() + 1000);
         link->send(wrong);
@@ -55,6 +74,7 @@ void TestConnectionThread::wrongAndDuplicateReplies()
         LinkFixture::answer(link, request);
         link->send(CXmlMessage(static_cast<CXmlMessage::eSERVICE_TYPES>(6)));
     });
+    QVERIFY(f.connected());
     const ptrCXmlMessage request = f.request();
     f.thread->sendMessage(request, 0);
     QTRY_COMPARE(f.messages.size(), 5);
@@ -65,9 +85,60 @@ void TestConnectionThread::wrongAndDuplicateReplies()
     QVERIFY(f.errors.isEmpty());
 }
 
+void TestConnectionThread::largeMessages()
+{
+    LinkFixture f;
+    QVERIFY(f.connected());
+    const QString text(3000000, QLatin1Char('<'));
+    f.thread->sendMessage(f.request(text), 0);
+    f.thread->sendMessage(f.request(QStringLiteral("small")), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(f.messages.size(), 2, 20000);
+    QCOMPARE(f.messages[0]->getFragment(0).getDataTree().root().text(), text);
+    QCOMPARE(f.messages[1]->getFragment(0).getDataTree().root().text(), QStringLiteral("small"));
+}
+
+void TestConnectionThread::floodOfBroadcastsStaysBoundedAndInOrder()
+{
+    constexpr int kCount = 3000;
+    constexpr int kSize = 20000;
+    CServer server;
+    QVERIFY(server.listen());
+    QPointer<CServerLink> link;
+    connect(&server, &CServer::LinkOpened, [&](CServerLink* opened) { link = opened; });
+    CConnectionThread thread(QStringLiteral("127.0.0.1"), server.port());
+    int received = 0;
+    bool ordered = true;
+    qint64 unsent = 0;
+    connect(&thread, &CConnectionThread::SignalNewJob, [&](const ptrCXmlMessage& message) {
+        const quint64 number = message->getFragment(0).getDataTree().root().attributeToUInt("number");
+        ordered = ordered && number == quint64(received);
+        if (++received == 1) {
+            // While this slot holds the owner's thread the link must stop to read, so most cannot leave the
+            // server.
+            for (int i = 1; i < kCount; ++i)
+                link->send(LinkFixture::broadcast(quint32(i), kSize));
+            auto* const socket = link->findChild<QTcpSocket*>();
+            QElapsedTimer sinceProgress;
+            for (sinceProgress.start(); sinceProgress.elapsed() < 300;) {
+                if (socket->flush())
+                    sinceProgress.start();
+            }
+            unsent = link->bytesToWrite();
+        }
+    });
+    thread.start();
+    QTRY_VERIFY(link);
+    link->send(LinkFixture::broadcast(0));
+    QTRY_COMPARE_WITH_TIMEOUT(received, kCount, 60000);
+    QVERIFY(ordered);
+    QVERIFY2(unsent > qint64(kCount) * kSize / 2, qPrintable(QString::number(unsent)));
+    thread.exit(0);
+}
+
 void TestConnectionThread::ownerKeepsItsTurnDuringAFlood()
 {
-    ConnectedLink f;
+    LinkFixture f;
+    QVERIFY(f.connected());
     int ticks = 0;
     int afterTicks = 0;
     QTimer timer;
@@ -102,7 +173,8 @@ void TestConnectionThread::malformedBytesEndTheLink()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QString, trace);
-    ConnectedLink f;
+    LinkFixture f;
+    QVERIFY(f.connected());
     f.link->send(f.broadcast(1));
     f.link->sendRaw(bytes + "\n#5\nafter\n##\n");
     f.link->send(f.broadcast(2));
@@ -120,7 +192,8 @@ void TestConnectionThread::malformedBytesEndTheLink()
 
 void TestConnectionThread::clientsMalformedBytesEndItsLinkOnly()
 {
-    ConnectedLink f;
+    LinkFixture f;
+    QVERIFY(f.connected());
     QTcpSocket client;
     client.connectToHost(QHostAddress::LocalHost, f.server.port());
     QTRY_COMPARE(f.server.links().size(), 2);
@@ -134,9 +207,32 @@ void TestConnectionThread::clientsMalformedBytesEndItsLinkOnly()
     QTRY_COMPARE(f.messages.size(), 1);
 }
 
+void TestConnectionThread::nestedEventLoopInASlot()
+{
+    LinkFixture f;
+    QVERIFY(f.connected());
+    QList<quint64> finished;
+    QList<quint64> begun;
+    connect(f.thread.data(), &CConnectionThread::SignalNewJob, [&](const ptrCXmlMessage& message) {
+        const quint64 number = message->getFragment(0).getDataTree().root().attributeToUInt("number");
+        begun.append(number);
+        // Waits for all that follow, which arrived together with this one.
+        if (number == 0)
+            QVERIFY(QTest::qWaitFor([&] { return begun.size() == 300; }));
+        finished.append(number);
+    });
+    for (quint32 i = 0; i < 300; ++i)
+        f.link->send(f.broadcast(i));
+    QTRY_COMPARE(finished.size(), 300);
+    for (int i = 0; i < 300; ++i)
+        QCOMPARE(begun[i], quint64(i));
+    QCOMPARE(finished.last(), quint64(0));
+}
+
 void TestConnectionThread::serverSlotsMayDeleteTheLink()
 {
-    ConnectedLink f([](CServerLink* link, const CXmlMessage&) { delete link; });
+    LinkFixture f([](CServerLink* link, const CXmlMessage&) { delete link; });
+    QVERIFY(f.connected());
     f.thread->sendMessage(f.request(), 0);
     f.thread->sendMessage(f.request(), 0);
     QTRY_COMPARE(f.errors, QList<QAbstractSocket::SocketError>{QAbstractSocket::RemoteHostClosedError});

@@ -35,8 +35,11 @@ private Q_SLOTS:
     void harmlessVariants();
     void refused_data();
     void refused();
+    void cutAnywhereIsRefused();
+    void randomDamageNeverCrashes();
     void limits();
     void replyFillsRequest();
+    void generatorSkipsNothingAndNeverRepeats();
 };
 
 void TestMessageCodec::roundTrip()
@@ -162,6 +165,40 @@ void TestMessageCodec::refused()
     QVERIFY(error.contains(QLatin1String(" at byte ")) && error.contains(QLatin1String(", expected ")));
 }
 
+void TestMessageCodec::cutAnywhereIsRefused()
+{
+    const QByteArray text = data("<v a='1'>&lt;\xC3\xA4<!-- c --><![CDATA[x]]></v>");
+    for (int size = 0; size < text.size(); ++size) {
+        QString error;
+        QVERIFY2(!MessageCodec::decode(text.left(size), error), qPrintable(QString::number(size)));
+        QVERIFY(!error.isEmpty());
+        // The rest behind the end must not be taken for part of it.
+        QVERIFY(!MessageCodec::decode(QByteArray::fromRawData(text.constData(), size), error));
+    }
+}
+
+void TestMessageCodec::randomDamageNeverCrashes()
+{
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    const QByteArray text = data("<v a='1' b=\"&#10;\">&lt;\xC3\xA4<!-- c --><![CDATA[x]]><w/></v>");
+    for (int round = 0; round < 20000; ++round) {
+        QByteArray damaged = text;
+        for (int i = 0; i <= round % 3; ++i)
+            damaged[random.bounded(damaged.size())] = static_cast<char>(random.bounded(256));
+        QString error;
+        const ptrCXmlMessage message = MessageCodec::decode(damaged, error);
+        QCOMPARE(message.constData() == nullptr, !error.isEmpty());
+        if (!message)
+            continue;
+        // What was accepted can be written, and comes back the same.
+        const ptrCXmlMessage again = MessageCodec::decode(encoded(*message), error);
+        QVERIFY2(again, qPrintable(error + QString::fromLatin1(damaged.toPercentEncoding())));
+        QCOMPARE(encoded(*again), encoded(*message));
+    }
+}
+
 void TestMessageCodec::limits()
 {
     MessageLimits limits;
@@ -203,6 +240,16 @@ void TestMessageCodec::replyFillsRequest()
     request.fillWithReply(reply);
     QCOMPARE(request.getNumberOfFragments(), 3);
     QVERIFY_EXCEPTION_THROWN(request.getFragment(3), std::out_of_range);
+}
+
+void TestMessageCodec::generatorSkipsNothingAndNeverRepeats()
+{
+    CXmlMessage first;
+    CXmlMessage second;
+    first.setMessageID_byGenerator();
+    second.setMessageID_byGenerator();
+    QVERIFY(first.getMessageID() != 0);
+    QCOMPARE(second.getMessageID(), first.getMessageID() + 1);
 }
 
 QTEST_GUILESS_MAIN(TestMessageCodec)
