@@ -112,14 +112,16 @@ private Q_SLOTS:
         QVERIFY(readProfileFile(name, again).isGood() && again == profiles);
         for (const QString& bad : {QString(QChar(0)), QString(QChar(0x1f)), QString(QChar(0xd800)),
                                    QString(QChar(0xffff)), latin("\r")}) {
-            profiles.profiles = {Profile(), fullProfile(latin("culprit"))};
-            profiles.profiles[1].shiftRange.value = bad;
+            Profile culprit = fullProfile(latin("culprit"));
+            culprit.shiftRange.value = bad;
+            profiles.profiles = {Profile(), culprit};
             QCOMPARE(writeProfileFile(name, profiles),
                      QString(name + latin(": profile 2 (\"culprit\") holds a character or a number "
                                           "that XML cannot carry")));
         }
-        profiles.profiles[1] = Profile();
-        profiles.profiles[0].hopRate.value = qQNaN();
+        Profile unordered;
+        unordered.hopRate.value = qQNaN();
+        profiles.profiles = {unordered, Profile()};
         QVERIFY(writeProfileFile(name, profiles).contains(latin("profile 1 (\"\")")));
         ShortTimeProfiles kept = profiles;
         QVERIFY(readProfileFile(name, kept).isGood() && kept == again); // the last good file is still there
