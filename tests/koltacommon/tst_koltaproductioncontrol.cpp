@@ -23,11 +23,6 @@ using values::Tree;
 
 namespace {
 
-QString operator""_s(const char* text, std::size_t size)
-{
-    return QString::fromUtf8(text, static_cast<int>(size));
-}
-
 const QString base = "/S1/ADMINISTRATION"_s;
 const QString requests = base + "/RequestsNode"_s;
 const QString stop = base + "/StopResource"_s;
