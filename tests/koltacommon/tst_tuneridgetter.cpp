@@ -36,9 +36,6 @@ private Q_SLOTS:
         QVERIFY(m_folder.isValid());
         QVERIFY(Startup::CfgCenter::Instance().Open(m_folder.filePath(QStringLiteral("kolta.ini"))));
         setTimeLimit(100);
-        // Now the engine's library has started a thread of its own.
-        evaluateTunerIdScript(sampleTuner(), QStringLiteral("var s = 'x'; for (;;) s += s"), nullptr);
-        m_threads = threads();
     }
 
     void theOverviewChooses()
@@ -134,8 +131,10 @@ private Q_SLOTS:
         QCOMPARE(
             errors.last(),
             QStringLiteral("ScriptException at line 0: Too many scripts are running beyond their time."));
-        // They end, and their threads go.
-        QTRY_COMPARE_WITH_TIMEOUT(threads(), m_threads, 120000);
+        // They end, and their threads go. (How many others there are depends on what the engine's library and
+        // earlier scripts have started.)
+        const int withFourLeft = threads();
+        QTRY_VERIFY_WITH_TIMEOUT(threads() <= withFourLeft - 4, 70000);
         setTimeLimit(20000);
         QCOMPARE(evaluateTunerIdScript(sampleTuner(), QStringLiteral("TunerID = Guid"), nullptr),
                  QStringLiteral("guid"));
@@ -153,7 +152,6 @@ private:
     }
 
     QTemporaryDir m_folder;
-    int m_threads = 0;
 };
 
 QTEST_GUILESS_MAIN(TestTunerIdGetter)
