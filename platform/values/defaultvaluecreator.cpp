@@ -32,6 +32,12 @@ bool RegisterValueCreator(int type, ValueCreator creator)
     return all.creators.emplace(type, creator).first->second == creator;
 }
 
+bool RegisterPlainValues()
+{
+    const bool strings = DefaultValueCreator<StringValue>::Register();
+    return DefaultValueCreator<SelectionValue>::Register() && strings;
+}
+
 std::unique_ptr<ValueBase> CreateDefaultValue(int type, const QString& name, TValueState state)
 {
     ValueCreator creator = nullptr;

@@ -23,6 +23,9 @@ std::unique_ptr<ValueBase> CreateDefaultValue(int type, const QString& name = QS
 /// type.
 std::unique_ptr<ValueBase> CreateValueForState(ByteReader& in);
 
+/// Registers the makers of the plain values (TValueType).
+bool RegisterPlainValues();
+
 /// The maker of one class, which is constructed from name and state. A library registers those of its values
 /// by calling Register() where it starts: a registration by a static object alone would be left out by the
 /// linker of a program that takes nothing else from that file.

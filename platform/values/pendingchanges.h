@@ -57,4 +57,9 @@ private:
     int m_everyKey = 0;                                    ///< how many write every key
 };
 
+/// Ends the requests of `value` that neither `state`, the commands of a received state, nor own `pending`
+/// changes know. Observers are told, but not `originator`; one may delete the value.
+void EndStaleRequests(ValueBase& value, ByteReader state, const PendingChanges& pending,
+                      IObserver* originator);
+
 } // namespace values

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <unordered_set>
 #include <utility>
 
 namespace values {
@@ -374,7 +373,7 @@ bool ReplicaLink::takeState(ByteReader& in)
     apply(number, [&](const auto& run) {
         ValueBase& target = *value();
         const Weak<ValueBase> alive(&target);
-        traceExceptions([&] { endStaleRequests(in, *origin); });
+        traceExceptions([&] { EndStaleRequests(target, in, m_pending, origin.get()); });
         if (alive)
             ForEachCommand(target, in, origin.get(), [&](Command& command) { run(command, *origin); });
     });
@@ -460,25 +459,6 @@ void ReplicaLink::apply(quint64 number, const ForEach& forEach)
         m_received = number;
         m_acknowledgeDue = true;
     }
-}
-
-/// Ends the requests that the peer does not know, except own ones on their way. Afterwards this may be gone.
-void ReplicaLink::endStaleRequests(ByteReader state, Origin& peer)
-{
-    CommandScope known;
-    std::unordered_set<std::string> requests;
-    bool isKnown = false; // most values have no requests, and then nobody asks
-    const auto isStale = [&](const std::string& request) {
-        if (!std::exchange(isKnown, true)) {
-            ForEachCommand(*value(), state, nullptr, [&](const Command& command) {
-                command.AddScope(known);
-                known.keys.clear();
-            });
-            requests.insert(known.requests.begin(), known.requests.end());
-        }
-        return requests.count(request) == 0 && !m_pending.ContainsRequest(request);
-    };
-    value()->EndRequests(isStale, &peer);
 }
 
 /// Executes a remote command but for keys at which the policy drops it. Afterwards this may be gone.

@@ -156,7 +156,6 @@ private:
     std::shared_ptr<Origin> originFor(const QUuid& id);
     template<class ForEach>
     void apply(quint64 number, const ForEach& forEach);
-    void endStaleRequests(ByteReader state, Origin& peer);
     void execute(Command& command, Origin& origin);
     bool isDropped(const Conflict& conflict) const;
     void fail(int tracePoint, const QString& reason);

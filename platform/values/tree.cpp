@@ -339,10 +339,20 @@ void Tree::drop(TreeItem* item)
     }
 }
 
-void Tree::changed(ValueBase& value, TChangeCode code, IObserver* originator)
+void Tree::TellWishFailed(const QString& path, WishFailure failure, const QString& reason)
+{
+    tell(nullptr, [&](ITreeListener& listener) { listener.OnWishFailed(path, failure, reason); });
+}
+
+void Tree::changed(ValueBase& value, Event event, TChangeCode code, IObserver* originator)
 {
     const TreeItem::Pin pin(value);
-    tell(originator, [&](ITreeListener& listener) { listener.OnItemChanged(value, code, originator); });
+    tell(originator, [&](ITreeListener& listener) {
+        if (event == Event::Announcement)
+            listener.OnItemAnnounced(value, code, originator);
+        else
+            listener.OnItemChanged(value, code, originator);
+    });
     if (!value.IsDeleted())
         value.Notify(code, originator);
 }

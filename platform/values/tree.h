@@ -72,6 +72,15 @@ public:
     explicit Node(const QString& name = QString()) : TreeItem(name) {}
 };
 
+/// Why a change that was made here is not wanted by the process that decides on the item. The link that
+/// carried it has put the item back to what is valid there.
+enum class WishFailure {
+    Refused,   ///< the owner does not allow it
+    Conflict,  ///< made on a content that another had changed meanwhile
+    TooOld,    ///< nobody has decided on it in time; it may have happened
+    EpochEnded ///< the owner has begun a new life; it may have happened
+};
+
 /// Hears of everything that happens in a tree, once per event and before the observers do, so that the order
 /// of the calls is the order of the events even when observers change the tree further. This is where a link
 /// that carries the tree to other processes hooks in: it applies remote changes with an originator of its own
@@ -87,6 +96,14 @@ public:
     virtual void OnItemRemoved(TreeItem& item) = 0;
     /// `originator` may be null.
     virtual void OnItemChanged(TreeItem& item, TChangeCode code, IObserver* originator) = 0;
+    /// The same for a value that is announced although its content did not change.
+    virtual void OnItemAnnounced(TreeItem& item, TChangeCode code, IObserver* originator)
+    {
+        OnItemChanged(item, code, originator);
+    }
+    /// A change that was made here at `path` did not last; see Tree::TellWishFailed(). `reason` is for
+    /// people.
+    virtual void OnWishFailed(const QString& /*path*/, WishFailure /*failure*/, const QString& /*reason*/) {}
 };
 
 /// The shared value tree of one process: finds any path in constant time and owns all items.
@@ -152,6 +169,9 @@ public:
     /// first.
     void AddListener(ITreeListener* listener, const IObserver* self = nullptr);
     void RemoveListener(ITreeListener* listener);
+    /// Tells all listeners: for the link that carries the tree to other processes, once the item is what it
+    /// was. The path need not exist any more.
+    void TellWishFailed(const QString& path, WishFailure failure, const QString& reason);
 
     Tree(const Tree&) = delete;
     Tree& operator=(const Tree&) = delete;
@@ -173,7 +193,8 @@ private:
     void removeBelow(TreeItem& top, IObserver* originator);
     void removeItem(TreeItem& item, IObserver* originator);
     void drop(TreeItem* item);
-    void changed(ValueBase& value, TChangeCode code, IObserver* originator);
+    enum class Event { Change, Announcement };
+    void changed(ValueBase& value, Event event, TChangeCode code, IObserver* originator);
     template<class Call>
     void tell(const IObserver* originator, const Call& call);
 

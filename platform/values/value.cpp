@@ -1,6 +1,7 @@
 #include <values/value.h>
 
 #include <values/command.h>
+#include <values/utf8.h>
 
 #include <startup/errorhandler.h>
 
@@ -23,15 +24,20 @@ ValueBase::~ValueBase() = default;
 
 void ValueBase::Announce(TChangeCode code, IObserver* originator)
 {
-    Changed(code, originator);
+    tell(true, code, originator);
 }
 
 void ValueBase::Changed(TChangeCode code, IObserver* originator)
 {
+    tell(false, code, originator);
+}
+
+void ValueBase::tell(bool isAnnounced, TChangeCode code, IObserver* originator)
+{
     if (IsDeleted())
         return;
     if (Tree* const tree = GetTree())
-        tree->changed(*this, code, originator);
+        tree->changed(*this, isAnnounced ? Tree::Event::Announcement : Tree::Event::Change, code, originator);
     else
         Notify(code, originator);
 }
@@ -133,6 +139,16 @@ void ValueBase::AddObjectStateStringForTransmission(std::string& out, unsigned i
     AppendValueHeader(out, *this);
 }
 
+bool ValueBase::AppendContent(std::string& /*out*/) const
+{
+    return false;
+}
+
+bool ValueBase::ReadContent(ByteReader& /*in*/, IObserver* /*originator*/)
+{
+    return false;
+}
+
 Command* ValueBase::CreateNextCommand(int id, const char** stream, IObserver* originator, int available)
 {
     if (id != eCommandTransaction || available < 0)
@@ -168,6 +184,48 @@ bool SelectionValue::SetSelectedKey(int key, IObserver* originator)
         return false;
     m_selected = key;
     Changed(eChangeValue, originator);
+    return true;
+}
+
+bool SelectionValue::AppendContent(std::string& out) const
+{
+    AppendInteger(out, static_cast<qint32>(m_selected));
+    AppendInteger(out, static_cast<quint32>(m_items.size()));
+    for (auto item = m_items.begin(); item != m_items.end(); ++item) {
+        AppendInteger(out, static_cast<qint32>(item.key()));
+        AppendShortText(out, item.value());
+    }
+    return true;
+}
+
+bool SelectionValue::ReadContent(ByteReader& in, IObserver* originator)
+{
+    ByteReader at = in;
+    qint32 selected = -1;
+    quint32 count = 0;
+    if (IsDeleted() || !at.ReadInteger(selected) || !at.ReadInteger(count))
+        return false;
+    QMap<int, QString> items;
+    for (; count > 0; --count) {
+        qint32 key = 0;
+        QString name;
+        if (!at.ReadInteger(key) || !ReadShortText(at, name) || items.contains(key))
+            return false;
+        items.insert(key, name);
+    }
+    if (!at.AtEnd())
+        return false;
+    in = at;
+    const bool newItems = m_items != items;
+    const bool newSelection = m_selected != selected;
+    m_items = items;
+    m_selected = selected;
+    const Weak<ValueBase> alive(this);
+    const Weak<IObserver> origin(originator);
+    if (newItems)
+        Changed(eChangeContent, originator);
+    if (newSelection && alive)
+        Changed(eChangeValue, origin.Get());
     return true;
 }
 

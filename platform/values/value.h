@@ -1,6 +1,7 @@
 #pragma once
 
 #include <values/tree.h>
+#include <values/utf8.h>
 
 #include <QMap>
 #include <QString>
@@ -14,6 +15,7 @@
 
 namespace values {
 
+class ByteReader;
 class Command;
 class ICommandRecorder;
 
@@ -72,6 +74,12 @@ public:
     /// values that record also the commands that fill an empty one. `flags`: eTransmissionFlag, for the
     /// commands.
     virtual void AddObjectStateStringForTransmission(std::string& out, unsigned int flags);
+    /// Appends the content of a plain value; false, and nothing is appended, where it travels as commands.
+    virtual bool AppendContent(std::string& out) const;
+    /// Takes over such a content, which ends where `in` does, and tells everybody but `originator` what
+    /// differs. False, and nothing happens, when it does not fit, for a tombstone, and where content travels
+    /// as commands. An observer may delete the value.
+    virtual bool ReadContent(ByteReader& in, IObserver* originator);
     /// About as many more items are to come: room for them may be made at once.
     virtual void ExpectItems(std::size_t /*count*/) {}
     /// Decodes the payload of a command on this value, of which `available` bytes may be read, and moves
@@ -131,6 +139,7 @@ private:
     struct Recording;
     Recording& recording();
     void endTransaction() noexcept;
+    void tell(bool isAnnounced, TChangeCode code, IObserver* originator);
 
     std::unique_ptr<Recording> m_recording; ///< null until somebody records or opens a transaction
     Life m_life;
@@ -153,7 +162,7 @@ private:
     Weak<ValueBase> m_value;
 };
 
-/// How a Value<T> is named and printed.
+/// How a Value<T> is named, printed and transmitted.
 template<class T>
 struct ValueTraits;
 
@@ -163,6 +172,8 @@ struct ValueTraits<QString>
     static constexpr int type = eTypeString;
     static QString typeName() { return QStringLiteral("StringValue"); }
     static QString toText(const QString& value) { return value; }
+    static void appendContent(std::string& out, const QString& value) { AppendUtf8(out, value); }
+    static bool readContent(ByteReader& in, QString& value) { return ReadUtf8(in, value); }
 };
 
 /// A value of one plain type.
@@ -172,6 +183,8 @@ class Value : public ValueBase
 public:
     Value() = default;
     explicit Value(T value) : m_value(std::move(value)) {}
+    /// An empty one; see DefaultValueCreator.
+    Value(const QString& name, TValueState state) : ValueBase(name, state) {}
 
     const T& GetValue() const noexcept { return m_value; }
     /// Sets the content and tells everybody but `originator`; false, and nothing happens, when it holds it
@@ -201,6 +214,19 @@ public:
         const auto* same = dynamic_cast<const Value*>(other);
         return same && same->m_value == m_value;
     }
+    bool AppendContent(std::string& out) const override
+    {
+        Traits::appendContent(out, m_value);
+        return true;
+    }
+    bool ReadContent(ByteReader& in, IObserver* originator) override
+    {
+        T value{};
+        if (IsDeleted() || !Traits::readContent(in, value))
+            return false;
+        SetValue(value, originator);
+        return true;
+    }
 
 protected:
     void ClearContent() override { m_value = T(); }
@@ -218,6 +244,8 @@ class SelectionValue : public ValueBase
 public:
     SelectionValue() = default;
     explicit SelectionValue(const QMap<int, QString>& items, int selectedKey = -1);
+    /// An empty one; see DefaultValueCreator.
+    SelectionValue(const QString& name, TValueState state) : ValueBase(name, state) {}
 
     const QMap<int, QString>& GetItems() const noexcept { return m_items; }
     /// Replaces the items, with code eChangeContent; the selected key stays. False, and nothing happens, when
@@ -239,6 +267,8 @@ public:
     QString GetStringValue() const override { return GetItemName(m_selected); }
     bool Assign(const ValueBase& other) override;
     bool Compare(const ValueBase* other) const override;
+    bool AppendContent(std::string& out) const override;
+    bool ReadContent(ByteReader& in, IObserver* originator) override;
 
 protected:
     void ClearContent() override;

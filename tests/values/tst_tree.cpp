@@ -1,5 +1,6 @@
 #include "probe.h"
 
+#include <values/defaultvaluecreator.h>
 #include <values/tree.h>
 #include <values/value.h>
 
@@ -12,7 +13,8 @@ using namespace values;
 
 namespace {
 
-/// Writes "+path", "-path=content" and "path:code" into a log, and keeps the paths of what is there.
+/// Writes "+path", "-path=content", "path:code" for a change and "path!code" for an announcement into a log,
+/// and keeps the paths of what is there.
 class Recorder : public ITreeListener
 {
 public:
@@ -31,6 +33,10 @@ public:
     void OnItemChanged(TreeItem& item, TChangeCode code, IObserver*) override
     {
         note(item.GetPath() + QLatin1Char(':') + QString::number(code));
+    }
+    void OnItemAnnounced(TreeItem& item, TChangeCode code, IObserver*) override
+    {
+        note(item.GetPath() + QLatin1Char('!') + QString::number(code));
     }
     QStringList log;
     QSet<QString> paths;
@@ -230,11 +236,61 @@ private Q_SLOTS:
         auto* const value = Tree::Instance().Emplace<StringValue>("/w/text"_s);
         value->Attach(&probe);
         Tree::Instance().Emplace<SelectionValue>("/w/selection"_s);
+        Recorder link;
+        Tree::Instance().AddListener(&link);
         for (const QString& text : {"same"_s, "same"_s, "other"_s})
             QVERIFY(WriteOrAnnounce("/w/text"_s, text));
         QVERIFY(WriteOrAnnounce("/w/text"_s, "mine"_s, &probe));
         QCOMPARE(log, words("3 3 3"));
         QVERIFY(!WriteOrAnnounce("/w/selection"_s, "same"_s));
+        Tree::Instance().RemoveListener(&link);
+        QCOMPARE(link.log, words("/w/text:3 /w/text!3 /w/text:3 /w/text:3"));
+    }
+
+    /// Every content comes back equal, and bytes that nobody writes are refused whole.
+    void contentsTravel()
+    {
+        const auto contentOf = [](const ValueBase& value) {
+            std::string bytes;
+            return value.AppendContent(bytes) ? bytes : "none"_s.toStdString();
+        };
+        const auto read = [](ValueBase& value, const std::string& bytes) {
+            ByteReader in(bytes.data(), bytes.size());
+            return value.ReadContent(in, nullptr) && in.AtEnd();
+        };
+        QVERIFY(RegisterPlainValues());
+        QString everyUnit;
+        for (int unit = 0; unit <= 0xffff; ++unit)
+            everyUnit += QChar(unit);
+        const QString high(QChar(0xd800)), low(QChar(0xdc00));
+        for (const QString& text :
+             QStringList{QString(), QString(QChar(0xfeff)), everyUnit, low + high, high + low, high,
+                         QString::fromUcs4(U"a\u00e4\u20ac\U0001f4e1\U0010ffff")}) {
+            const auto other = CreateDefaultValue(eTypeString);
+            QVERIFY(read(*other, contentOf(StringValue(text))));
+            QCOMPARE(other->GetStringValue(), text);
+        }
+        const auto text = CreateDefaultValue(eTypeString);
+        QVERIFY(read(*text, "kept"));
+        for (const char* const foreign : {"\xff", "\x80", "\xc0\x80", "\xe0\x80\x80", "\xf0\x80\x80\x80",
+                                          "\xc3", "\xed\xa0\x80\xed\xb0\x80", "\xf4\x90\x80\x80"}) {
+            QVERIFY2(!read(*text, foreign), foreign);
+            QCOMPARE(text->GetStringValue(), "kept"_s);
+        }
+
+        const SelectionValue source({{-1, "off"_s}, {7, QString()}}, 9);
+        const auto selection = CreateDefaultValue(eTypeSelection);
+        QStringList log;
+        Probe probe(&log);
+        selection->Attach(&probe);
+        const std::string bytes = contentOf(source);
+        for (std::size_t size = 0; size < bytes.size(); ++size)
+            QVERIFY(!read(*selection, bytes.substr(0, size)));
+        QVERIFY(!read(*selection, bytes + 'x'));
+        QVERIFY(log.isEmpty());
+        QVERIFY(read(*selection, bytes) && read(*selection, bytes));
+        QVERIFY(selection->Compare(&source));
+        QCOMPARE(log, words("7 3"));
     }
 
     /// Observers that change the tree at random while they are called: nothing may dangle, and what a

@@ -1,0 +1,162 @@
+#include <values/utf8.h>
+
+#include <algorithm>
+
+namespace values {
+
+namespace {
+
+constexpr bool isSurrogate(uint unit)
+{
+    return (unit & 0xf800U) == 0xd800U;
+}
+
+constexpr bool isHighSurrogate(uint unit)
+{
+    return (unit & 0xfc00U) == 0xd800U;
+}
+
+constexpr bool isLowSurrogate(uint unit)
+{
+    return (unit & 0xfc00U) == 0xdc00U;
+}
+
+/// Whether all surrogates stand in pairs, so that the text is plain UTF-8.
+bool isPaired(const QString& text)
+{
+    const auto* const begin = text.utf16();
+    const auto* const end = begin + text.size();
+    for (auto at = std::find_if(begin, end, isSurrogate); at != end;
+         at = std::find_if(at + 2, end, isSurrogate)) {
+        if (!isHighSurrogate(*at) || at + 1 == end || !isLowSurrogate(at[1]))
+            return false;
+    }
+    return true;
+}
+
+/// The bytes of one character, lone surrogates included.
+void appendCharacter(std::string& out, uint character)
+{
+    const auto tail = [&out, character](int shift) {
+        out += static_cast<char>(0x80U | ((character >> shift) & 0x3fU));
+    };
+    if (character < 0x80U) {
+        out += static_cast<char>(character);
+    } else if (character < 0x800U) {
+        out += static_cast<char>(0xc0U | (character >> 6U));
+        tail(0);
+    } else if (character < 0x10000U) {
+        out += static_cast<char>(0xe0U | (character >> 12U));
+        tail(6);
+        tail(0);
+    } else {
+        out += static_cast<char>(0xf0U | (character >> 18U));
+        tail(12);
+        tail(6);
+        tail(0);
+    }
+}
+
+/// One character, in the one form that it has; false when there is none.
+bool readCharacter(ByteReader& in, uint& character)
+{
+    quint8 first = 0;
+    if (!in.ReadInteger(first))
+        return false;
+    int tail = 0;
+    if (first < 0x80U) {
+        character = first;
+    } else if (first >= 0xc2U && first < 0xe0U) {
+        tail = 1;
+        character = first & 0x1fU;
+    } else if (first >= 0xe0U && first < 0xf0U) {
+        tail = 2;
+        character = first & 0x0fU;
+    } else if (first >= 0xf0U && first < 0xf5U) {
+        tail = 3;
+        character = first & 0x07U;
+    } else {
+        return false;
+    }
+    for (int i = 0; i < tail; ++i) {
+        quint8 next = 0;
+        if (!in.ReadInteger(next) || (next & 0xc0U) != 0x80U)
+            return false;
+        character = (character << 6U) | (next & 0x3fU);
+    }
+    constexpr uint smallest[] = {0, 0x80U, 0x800U, 0x10000U};
+    return character >= smallest[tail] && character <= QChar::LastValidCodePoint;
+}
+
+bool readStrictly(ByteReader in, QString& text)
+{
+    QString read;
+    while (!in.AtEnd()) {
+        uint character = 0;
+        if (!readCharacter(in, character))
+            return false;
+        if (QChar::requiresSurrogates(character)) {
+            read += QChar(QChar::highSurrogate(character));
+            read += QChar(QChar::lowSurrogate(character));
+            continue;
+        }
+        // Two halves of one character have a form of their own.
+        if (isLowSurrogate(character) && !read.isEmpty() && read.constData()[read.size() - 1].isHighSurrogate())
+            return false;
+        read += QChar(static_cast<ushort>(character));
+    }
+    text = read;
+    return true;
+}
+
+} // namespace
+
+void AppendUtf8(std::string& out, const QString& text)
+{
+    if (isPaired(text)) {
+        const QByteArray bytes = text.toUtf8();
+        out.append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+        return;
+    }
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar unit = text.at(i);
+        const bool pair = unit.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
+        appendCharacter(out, pair ? QChar::surrogateToUcs4(unit, text.at(i + 1)) : unit.unicode());
+        i += pair ? 1 : 0;
+    }
+}
+
+bool ReadUtf8(ByteReader& in, QString& text)
+{
+    constexpr std::size_t longest = std::size_t(1) << 29U; // what a QString can hold
+    if (in.Remaining() > longest)
+        return false;
+    // Qt reads fast, but leaves a leading mark of the byte order out and puts U+FFFD for whatever is wrong.
+    const QString fast = QString::fromUtf8(in.Position(), static_cast<int>(in.Remaining()));
+    const bool marked = in.Remaining() >= 3 && std::equal(in.Position(), in.Position() + 3, "\xef\xbb\xbf");
+    if (!marked && !fast.contains(QChar(QChar::ReplacementCharacter)))
+        text = fast;
+    else if (!readStrictly(in, text))
+        return false;
+    return in.Skip(in.Remaining());
+}
+
+void AppendShortText(std::string& out, const QString& text)
+{
+    const std::size_t size = out.size();
+    AppendInteger(out, quint32(0));
+    AppendUtf8(out, text);
+    PatchUInt32(out, size, static_cast<quint32>(out.size() - size - sizeof(quint32)));
+}
+
+bool ReadShortText(ByteReader& in, QString& text)
+{
+    ByteReader at = in, part = in;
+    quint32 size = 0;
+    if (!at.ReadInteger(size) || !at.Split(size, part) || !ReadUtf8(part, text))
+        return false;
+    in = at;
+    return true;
+}
+
+} // namespace values

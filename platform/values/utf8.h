@@ -1,0 +1,25 @@
+#pragma once
+
+#include <values/bytestream.h>
+
+#include <QString>
+
+#include <string>
+
+/// \file
+/// Texts as UTF-8, for contents and names that are long or travel often. A lone surrogate, which UTF-8 has no
+/// form for, is written as the three bytes that its number would have, so that every text comes back equal.
+
+namespace values {
+
+/// Appends the bytes of the text, without a length.
+void AppendUtf8(std::string& out, const QString& text);
+/// Reads a text up to the end of `in`; false, and both stay as they are, for bytes that AppendUtf8() would
+/// not have written, overlong forms and two halves of one character for instance.
+bool ReadUtf8(ByteReader& in, QString& text);
+
+/// The same with the number of bytes, a u32, before them.
+void AppendShortText(std::string& out, const QString& text);
+bool ReadShortText(ByteReader& in, QString& text);
+
+} // namespace values
