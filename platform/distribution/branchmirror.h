@@ -1,0 +1,136 @@
+#pragma once
+
+#include <distribution/output.h>
+#include <distribution/topics.h>
+
+#include <values/pendingchanges.h>
+
+#include <QHash>
+#include <QString>
+#include <QUuid>
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace distribution {
+
+class MirrorChannel;
+
+/// How a mirror stands to its branch.
+enum class BranchState {
+    Unknown,   ///< no owner has been heard of
+    Joining,   ///< an owner is followed, but not all of its content is here
+    Live,      ///< the content is here and the owner beats
+    Suspect,   ///< the owner was not heard of for a while; changes wait
+    Lost,      ///< it is taken for dead; the content stays but for the sentinel, changes are refused
+    Withdrawn, ///< it has left by itself and taken its content along
+    Forbidden  ///< the broker does not let this user read the branch
+};
+
+/// A change by this program that was not executed. It has been undone here, or will be when the owner's
+/// content has come: that of collections is asked for.
+struct FailedWish
+{
+    WishResult result = WishResult::Refused;
+    QString reason; ///< one line
+    Change change;  ///< with the scope in which requests must end now
+};
+
+/// The tree of a branch as a mirror needs it. Whatever it is told to do it does with an originator of its
+/// own, whose changes it does not take for those of the program. Observers are called, which may change
+/// anything.
+class IMirroredTree
+{
+public:
+    virtual ~IMirroredTree() = default;
+    /// What the program has changed below the branch's roots since the last call, in its order; Commands with
+    /// their scope.
+    virtual Changes TakeChanges() = 0;
+    /// Makes the tree as the change says: Add also sets what exists already, Remove may find nothing, Set may
+    /// find the same. Only Add, Remove, Set and Announce of nodes and plain values, and Remove of
+    /// collections.
+    virtual void Apply(const Change& change) = 0;
+    /// Executes commands on a collection, but leaves alone the keys and requests of `own`, which have own
+    /// changes on their way.
+    virtual void ApplyCommands(const QString& path, const Bytes& commands,
+                               const values::PendingChanges& own) = 0;
+    /// Makes the collection, where it is missing, and gives it the content that `state` and after it each of
+    /// `own` would leave in an empty one, as a difference. Requests that are open here and in neither of them
+    /// end.
+    virtual void ApplyState(const QString& path, qint32 type, const Bytes& state,
+                            const std::vector<Content>& own) = 0;
+    virtual void OnWishFailed(const FailedWish& wish) = 0;
+    virtual void OnStateChanged(BranchState state) = 0;
+};
+
+struct MirrorSettings
+{
+    QString branch;
+    Bytes user;    ///< under which this process is known to the broker
+    QUuid session; ///< of this life of this process
+    bool collections = true;
+    qint64 graceMs = 10000;
+    qint64 deathGraceMs = 2000;
+    qint64 wishTimeoutMs = 10000;
+    std::size_t stateBytes = 64U << 20U; ///< largest unpacked state and content
+};
+
+/// Mirror of one branch of another process: follows its owner, repeats in the own tree what the owner's log
+/// says, and sends the program's own changes to the owner as wishes. Own changes stay visible until the owner
+/// has dealt with them; then the owner's content counts.
+///
+/// Like BranchOwner it has no clock and does no input or output. Its inputs are the messages of the topics of
+/// Topics::MirrorFilters(), which its owner subscribes before OnUp(), and of those that its output asks for.
+/// Never called from within IMirroredTree. One thread, that of the tree.
+class BranchMirror
+{
+public:
+    /// `tree` is not owned.
+    BranchMirror(MirrorSettings settings, const Topics& topics, IMirroredTree& tree);
+    ~BranchMirror();
+
+    Output OnUp(qint64 nowMs);
+    Output OnDown(qint64 nowMs);
+    /// A message of the branch: live, beat, log or state.
+    Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
+    /// The broker has refused to let the branch be read.
+    Output OnForbidden(qint64 nowMs);
+    /// A turn of the event loop in which the tree changed has ended, or the time of Output::wakeAtMs has
+    /// come.
+    Output OnTime(qint64 nowMs);
+
+    BranchState GetState() const noexcept { return m_state; }
+    /// Owner that is followed; null: none.
+    const QUuid& GetEpoch() const noexcept { return m_epoch; }
+    /// What the owner has said of itself, as far as it has.
+    const LiveMessage& GetOwner() const noexcept { return m_live; }
+    /// Time of the followed owner's last beat; -1: none yet.
+    qint64 GetLastBeatMs() const noexcept { return m_beatSeenMs; }
+    /// Numbers of the last entries that have been applied.
+    std::vector<ChannelNumber> GetNumbers() const;
+    /// Own changes that the owner has not dealt with.
+    std::size_t GetOpenWishes() const;
+    /// The owner's channel 0 as far as it is known here, in the form in which the owner gives it.
+    Snapshot GetSnapshot() const;
+    /// The roots of the branch, as far as they are known: where the tree's changes concern this mirror.
+    const QStringList& GetRoots() const noexcept { return m_live.roots; }
+
+    BranchMirror(const BranchMirror&) = delete;
+    BranchMirror& operator=(const BranchMirror&) = delete;
+
+private:
+    friend class MirrorChannel;
+    using Channels = std::map<quint16, std::unique_ptr<MirrorChannel>>;
+
+    MirrorSettings m_settings;
+    Topics m_topics;
+    IMirroredTree& m_tree;
+    Channels m_channels;
+    QUuid m_epoch;
+    LiveMessage m_live;
+    BranchState m_state = BranchState::Unknown;
+    qint64 m_beatSeenMs = -1;
+};
+
+} // namespace distribution

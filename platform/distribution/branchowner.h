@@ -1,0 +1,142 @@
+#pragma once
+
+#include <distribution/output.h>
+#include <distribution/topics.h>
+#include <distribution/writepolicy.h>
+
+#include <QString>
+#include <QStringList>
+#include <QUuid>
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace distribution {
+
+class OwnerChannel;
+class Leases;
+
+/// The tree of a branch as its owner needs it. Paths are those of the tree; contents are as in messages.h.
+class IOwnedTree
+{
+public:
+    virtual ~IOwnedTree() = default;
+    /// What has happened below the roots since the last call, other than in Execute(), in its order.
+    virtual Changes TakeChanges() = 0;
+    struct Executed
+    {
+        /// All that happened meanwhile, in its order: the wish's own changes and what observers did in
+        /// reaction. A wish's own announcements are marked (Change::byWish). A change without effect leaves
+        /// none.
+        Changes changes;
+        Failures failures; ///< what could not be done
+    };
+    /// Makes the changes in their order with an originator that stands for `writer`, who is told of the rest
+    /// only by the log. What observers throw is traced and stops nothing.
+    virtual Executed Execute(const Writer& writer, const Changes& changes) = 0;
+    /// Commands that fill an empty collection with the content that the one at `path` has now; null when
+    /// there is none.
+    virtual Content ReadCollection(const QString& path) = 0;
+};
+
+struct OwnerSettings
+{
+    QUuid epoch = QUuid::createUuid(); ///< of this life of the owner
+    QString branch;
+    QString host;
+    QStringList roots;
+    QString sentinel; ///< path of the value whose existence says that the owner lives; may be empty
+    qint64 beatMs = 5000;
+    qint64 graceMs = 10000;           ///< for which a vanished writer's items stay
+    std::size_t logBytes = 8U << 20U; ///< of entries kept for replays, per channel
+};
+
+/// What happened to the publication, for those who show or report it.
+struct OwnerEvents
+{
+    std::function<void()> displaced; ///< another owner has taken the name; nothing is published any more
+};
+
+/// Owner of one branch: puts all its changes in order, its own and those that writers wish for, and publishes
+/// them as numbered logs, one per channel. All nodes and plain values are channel 0, each collection is a
+/// channel of its own, for as long as the epoch lasts.
+///
+/// It has no clock and does no input or output: who owns it hands in events with the time, in milliseconds of
+/// a clock that only rises (and goes on while the machine sleeps), and does what the output says. Never
+/// called from within IOwnedTree. One thread, that of the tree.
+class BranchOwner
+{
+public:
+    /// `tree` is not owned. Its content, collections included, is given by `initial`: Add changes, parents
+    /// first.
+    BranchOwner(OwnerSettings settings, const Topics& topics, IOwnedTree& tree,
+                std::unique_ptr<IWritePolicy> policy, Changes initial);
+    ~BranchOwner();
+
+    /// For ICarrier::Open(), with OwnerClientId().
+    Will GetWill() const;
+
+    /// The connection is up. `maximumPayload` in bytes.
+    Output OnUp(std::size_t maximumPayload, qint64 nowMs);
+    /// The connection is down. After DownReason::Displaced the owner stays silent for good.
+    Output OnDown(DownReason reason, qint64 nowMs);
+    /// A message of the own branch, or of a writer's presence.
+    Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
+    /// A turn of the event loop in which the tree changed has ended, or the time of Output::wakeAtMs has
+    /// come.
+    Output OnTime(qint64 nowMs);
+    /// Leaves: everything is removed from the mirrors and from the broker. Nothing but ICarrier::Close() is
+    /// to follow. The tree stays as it is.
+    Output Withdraw(qint64 nowMs);
+
+    bool IsOnline() const noexcept { return m_online; }
+    bool IsDisplaced() const noexcept { return m_displaced; }
+    const QUuid& GetEpoch() const noexcept { return m_settings.epoch; }
+    /// Numbers of the newest entries.
+    std::vector<ChannelNumber> GetNumbers() const;
+    /// The channel as a joiner gets it now, for tests and diagnosis; empty for an unknown one.
+    Snapshot GetSnapshot(quint16 channel);
+
+    void SetEvents(OwnerEvents events) { m_events = std::move(events); }
+
+    BranchOwner(const BranchOwner&) = delete;
+    BranchOwner& operator=(const BranchOwner&) = delete;
+
+private:
+    using Channels = std::map<quint16, std::unique_ptr<OwnerChannel>>;
+
+    OwnerChannel* find(quint16 channel) const;
+    OwnerChannel& channelFor(const Change& change);
+    void takeLocal();
+    void record(Changes changes, quint16 wishChannel, Entry wishEntry);
+    void takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs);
+    Changes permitted(const Writer& writer, const WishMessage& wish, const OwnerChannel& channel,
+                      Failures& failures, std::vector<quint32>& indices) const;
+    void takeAsk(const AskMessage& ask, qint64 nowMs);
+    void takeLive(const Bytes& payload, qint64 nowMs);
+    void takePresence(const Topic& topic, bool present, qint64 nowMs);
+    void removeLeases(qint64 nowMs);
+    void publishLive(Output& out, LiveState state);
+    void publishBeat(Output& out, qint64 nowMs);
+    Output finish(qint64 nowMs);
+
+    OwnerSettings m_settings;
+    Topics m_topics;
+    IOwnedTree& m_tree;
+    std::unique_ptr<IWritePolicy> m_policy;
+    OwnerEvents m_events;
+    Channels m_channels;
+    std::map<QString, quint16> m_collections; ///< channel by path
+    std::unique_ptr<Leases> m_leases;
+    std::size_t m_maximumPayload = 0;
+    quint32 m_lastId = 0;
+    qint64 m_beatAtMs = 0;
+    qint64 m_liveAtMs = never; ///< the claim of life is due
+    qint64 m_liveSaidMs = -1000000;
+    bool m_online = false;
+    bool m_displaced = false;
+    bool m_channelsChanged = false;
+};
+
+} // namespace distribution

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace distribution {
+
+/// Bytes of a topic or of a message.
+using Bytes = std::string;
+
+/// What a carrier promises for one message while the connection lasts. Nothing is promised beyond it:
+/// numbers, beats and repeated wishes make up for what a lost connection took along.
+enum class Delivery { AtMostOnce, AtLeastOnce };
+
+/// One message to be published.
+struct Publication
+{
+    Bytes topic;
+    Bytes payload; ///< empty and retained: takes the retained message of the topic away
+    Delivery delivery = Delivery::AtLeastOnce;
+    bool retained = false;
+    quint32 expiryMs = 0; ///< the broker drops it when it could not deliver it within so long; 0: never
+};
+
+/// What the broker publishes, retained, when the connection ends without Close(). Without topic there is
+/// none.
+struct Will
+{
+    Bytes topic;
+    Bytes payload;
+};
+
+/// Why a connection is down.
+enum class DownReason {
+    Lost,     ///< the line is gone; the carrier tries again by itself
+    Refused,  ///< the broker does not want this client; tried again, but seldom
+    Displaced ///< another client has taken this one's identifier; not tried again
+};
+
+/// A connection to the broker. All calls and events are on the thread that owns the carrier; no call blocks,
+/// and no event comes from within a call. Messages of one publisher and topic arrive in their order; some may
+/// be lost or come twice. Messages that were published but not sent when the line breaks are thrown away.
+class ICarrier
+{
+public:
+    virtual ~ICarrier() = default;
+
+    /// Connects, and again after every loss, until Close(). An empty `clientId` means a random one.
+    virtual void Open(const Will& will, const Bytes& clientId) = 0;
+    /// Sends what was published and ends the connection without its will. No event comes afterwards.
+    virtual void Close() = 0;
+    /// Does nothing while the connection is down. The same holds for the next two, so that everything is
+    /// subscribed anew when it is up.
+    virtual void Publish(Publication publication) = 0;
+    /// `filter` is a topic whose levels may be "+" and whose last one may be "#". The retained messages that
+    /// match come again with every call.
+    virtual void Subscribe(const Bytes& filter) = 0;
+    virtual void Unsubscribe(const Bytes& filter) = 0;
+
+    /// The connection is up; a larger payload than `maximumPayload` bytes is not taken by the broker.
+    std::function<void(std::size_t maximumPayload)> onUp;
+    /// It is down; `text` says why in one line.
+    std::function<void(DownReason reason, const QString& text)> onDown;
+    std::function<void(const Bytes& topic, const Bytes& payload)> onMessage;
+    /// The broker has refused a subscription or a publication for lack of rights.
+    std::function<void(const Bytes& topic, const QString& text)> onRefused;
+
+    ICarrier(const ICarrier&) = delete;
+    ICarrier& operator=(const ICarrier&) = delete;
+
+protected:
+    ICarrier() = default;
+};
+
+} // namespace distribution

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <distribution/messages.h>
+
+#include <QHash>
+
+#include <map>
+
+namespace distribution {
+
+/// The items of one channel as its owner has them, by identifier and by path. Identifiers rise, so that their
+/// order is one of parents before children and of siblings as they came.
+class ItemTable
+{
+public:
+    struct Item
+    {
+        QString path;
+        qint32 type = 0;
+        Content content;       ///< of plain values only
+        quint64 changedAt = 0; ///< number of the entry that changed it last; kept by owners
+        QUuid changedBy;       ///< session whose wish it holds, null when it holds anything else
+    };
+    using Items = std::map<quint32, Item>;
+
+    const Items& All() const noexcept { return m_items; }
+    std::size_t Size() const noexcept { return m_items.size(); }
+    bool Contains(const QString& path) const { return m_ids.contains(path); }
+    /// 0 when there is none.
+    quint32 IdOf(const QString& path) const { return m_ids.value(path); }
+    /// Null when there is none.
+    Item* Find(quint32 id);
+    const Item* Find(const QString& path) const;
+
+    /// Replaces what has the same identifier or path.
+    void Insert(quint32 id, Item item);
+    void Erase(quint32 id);
+    void Clear();
+
+private:
+    Items m_items;
+    QHash<QString, quint32> m_ids;
+};
+
+/// Whether `path` is `top` or below it.
+bool IsAtOrBelow(const QString& path, const QString& top);
+
+} // namespace distribution

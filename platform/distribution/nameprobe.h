@@ -1,0 +1,44 @@
+#pragma once
+
+#include <distribution/output.h>
+#include <distribution/topics.h>
+
+#include <QString>
+#include <QUuid>
+
+namespace distribution {
+
+/// Finds out whether a branch's name is free before an owner claims it: listens, over a connection of its own
+/// with a random client identifier, for a beat. A claim of life without one proves nothing. Inputs and
+/// outputs as with BranchOwner.
+class NameProbe
+{
+public:
+    enum class Result { Waiting, Free, Taken };
+
+    NameProbe(QString branch, const Topics& topics, qint64 beatMs = 5000);
+
+    /// Listening starts anew.
+    Output OnUp(qint64 nowMs);
+    Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
+    Output OnTime(qint64 nowMs);
+
+    Result GetResult() const noexcept { return m_result; }
+    /// Of the owner that has the name, as far as it is known.
+    const QString& GetHost() const noexcept { return m_host; }
+
+private:
+    Output finish() const;
+
+    QString m_branch;
+    Topics m_topics;
+    QString m_host;
+    QUuid m_claim;  ///< epoch of the claim of life
+    QUuid m_beaten; ///< epoch of the last beat
+    qint64 m_ownBeatMs;
+    qint64 m_waitMs;
+    qint64 m_endAtMs = never;
+    Result m_result = Result::Waiting;
+};
+
+} // namespace distribution

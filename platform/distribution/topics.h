@@ -1,0 +1,66 @@
+#pragma once
+
+#include <distribution/carrier.h>
+
+#include <QString>
+#include <QUuid>
+
+#include <optional>
+#include <vector>
+
+namespace distribution {
+
+/// What a topic is for.
+enum class TopicKind { Live, Beat, Log, State, Up, Presence };
+
+/// A topic taken apart. What its kind does not have is empty or 0.
+struct Topic
+{
+    TopicKind kind = TopicKind::Live;
+    QString branch;
+    quint16 channel = 0; ///< log, state
+    quint16 part = 0;    ///< state
+    Bytes user;          ///< up, presence: the broker's user name
+    QUuid session;       ///< up, presence
+};
+
+/// The names of all topics below one prefix: written and read here alone. The major version of the encoding
+/// is a level of each, so that peers of another version do not meet.
+class Topics
+{
+public:
+    /// `prefix` may have several levels; "kolta" gives "kolta/1/b/S1/live".
+    explicit Topics(const Bytes& prefix = "kolta");
+
+    Bytes Live(const QString& branch) const { return ofBranch(branch) + "/live"; }
+    Bytes Beat(const QString& branch) const { return ofBranch(branch) + "/beat"; }
+    Bytes Log(const QString& branch, quint16 channel) const;
+    Bytes State(const QString& branch, quint16 channel, quint16 part) const;
+    Bytes Up(const QString& branch, const Bytes& user, const QUuid& session) const;
+    Bytes Presence(const Bytes& user, const QUuid& session) const;
+
+    /// Filters: all parts of a channel's state; what a mirror follows for good, of one branch or (empty) of
+    /// all; what an owner does.
+    Bytes StateFilter(const QString& branch, quint16 channel) const;
+    std::vector<Bytes> MirrorFilters(const QString& branch = QString(), bool collections = true) const;
+    std::vector<Bytes> OwnerFilters(const QString& branch) const;
+
+    /// Nothing for a topic that is none of these.
+    std::optional<Topic> Parse(const Bytes& topic) const;
+
+private:
+    Bytes ofBranch(const QString& branch) const;
+
+    Bytes m_prefix; ///< with the version, without a slash at the end
+};
+
+/// Whether the broker's user name can be a level of a topic as it is, which access lists need: not empty,
+/// without
+/// "+", "#", "/" and control characters.
+bool IsUsableUser(const Bytes& user);
+/// Client identifier of a branch's owner, of which the broker admits one.
+Bytes OwnerClientId(const QString& branch);
+/// Whether a filter as of ICarrier::Subscribe() covers a topic.
+bool MatchesFilter(const Bytes& filter, const Bytes& topic);
+
+} // namespace distribution
