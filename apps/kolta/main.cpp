@@ -1,5 +1,5 @@
-#include "commandtable.h"
-#include "output.h"
+#include <kolta/cli/output.h>
+#include <kolta/shell/commandtable.h>
 
 #include <QCoreApplication>
 

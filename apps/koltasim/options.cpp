@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include <common/endpoint.h>
+
 #include <simulation/installation.h>
 
 #include <QCommandLineParser>
@@ -20,27 +22,17 @@ bool readMisbehaviour(const QStringList& texts, Options& options, QString& messa
     return true;
 }
 
-} // namespace
-
-bool parseAddress(const QString& text, QHostAddress& address, quint16& port)
+bool readListen(const QString& text, Options& options, QString& message)
 {
-    const int colon = text.lastIndexOf(QLatin1Char(':'));
-    if (colon < 0)
-        return false;
-    QString host = text.left(colon);
-    if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']')))
-        host = host.mid(1, host.size() - 2);
-    QHostAddress readAddress;
-    bool ok = false;
-    const QString portText = text.mid(colon + 1);
-    const quint16 readPort = portText.toUShort(&ok);
-    // toUShort() lets signs and blanks pass.
-    if (!ok || !portText.at(0).isDigit() || !portText.back().isDigit() || !readAddress.setAddress(host))
-        return false;
-    address = readAddress;
-    port = readPort;
-    return true;
+    QString host;
+    if (KoltaApps::splitHostAndPort(text, host, options.port, message, KoltaApps::anyPort) &&
+        KoltaApps::findAddress(host, options.address, message))
+        return true;
+    message.prepend(QStringLiteral("--listen: "));
+    return false;
 }
+
+} // namespace
 
 ParseResult parseCommandLine(const QStringList& arguments, Options& options, QString& message)
 {
@@ -50,9 +42,10 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
         QStringLiteral("DIR"), KoltaSimulation::Installation::sampleFolder());
     const QCommandLineOption listen(
         QStringLiteral("listen"),
-        QStringLiteral("Where to listen, 127.0.0.1:0 unless given; port 0 lets the system pick one. An IPv6 "
-                       "address may stand in brackets."),
-        QStringLiteral("ADDRESS:PORT"), QStringLiteral("127.0.0.1:0"));
+        QStringLiteral(
+            "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system "
+            "pick one. An IPv6 address may stand in brackets."),
+        QStringLiteral("HOST:PORT"), QStringLiteral("127.0.0.1:0"));
     const QCommandLineOption misbehave(
         QStringLiteral("misbehave"),
         QStringLiteral(
@@ -98,12 +91,8 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
     }
     options.installation = parser.value(installation);
     options.activity = parser.isSet(activity);
-    if (!parseAddress(parser.value(listen), options.address, options.port)) {
-        message =
-            QStringLiteral("--listen: found \"%1\", expected ADDRESS:PORT like 127.0.0.1:4000 or ::1:4000")
-                .arg(parser.value(listen));
+    if (!readListen(parser.value(listen), options, message))
         return ParseResult::Wrong;
-    }
     bool seedOk = false;
     bool periodOk = false;
     options.seed = parser.value(seed).toUInt(&seedOk);

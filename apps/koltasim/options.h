@@ -27,6 +27,3 @@ enum class ParseResult {
 };
 
 ParseResult parseCommandLine(const QStringList& arguments, Options& options, QString& message);
-
-/// Reads "ADDRESS:PORT", split at the last colon, with or without brackets around the address.
-bool parseAddress(const QString& text, QHostAddress& address, quint16& port);

@@ -1,6 +1,6 @@
-#include <kolta/endpoint.h>
-#include <kolta/output.h>
-#include <kolta/roundtripstatistics.h>
+#include <common/endpoint.h>
+#include <kolta/application/roundtripstatistics.h>
+#include <kolta/cli/output.h>
 
 #include <QtTest>
 
@@ -26,16 +26,16 @@ void TestParts::splitsHostAndPort()
     QString host, error;
     quint16 port = 0;
     for (const auto& [text, expectedHost, expectedPort] : good) {
-        QVERIFY2(KoltaCli::splitHostAndPort(QLatin1String(text), host, port, error), text);
+        QVERIFY2(KoltaApps::splitHostAndPort(QLatin1String(text), host, port, error), text);
         QCOMPARE(host, QLatin1String(expectedHost));
         QCOMPARE(int(port), expectedPort);
     }
     for (const char* bad : {"server", ":1234", "", "[]:1", "[::1:1"}) {
-        QVERIFY2(!KoltaCli::splitHostAndPort(QLatin1String(bad), host, port, error), bad);
+        QVERIFY2(!KoltaApps::splitHostAndPort(QLatin1String(bad), host, port, error), bad);
         QVERIFY2(error.contains(QLatin1String("is not HOST:PORT")), qPrintable(error));
     }
     for (const char* bad : {"h:", "h:0", "h:65536", "h:4294967297", "h:-1", "h:+80", "h: 80", "h:0x50"}) {
-        QVERIFY2(!KoltaCli::splitHostAndPort(QLatin1String(bad), host, port, error), bad);
+        QVERIFY2(!KoltaApps::splitHostAndPort(QLatin1String(bad), host, port, error), bad);
         QVERIFY2(error.contains(QLatin1String("expected a number from 1 to 65535")), qPrintable(error));
     }
 }

@@ -69,8 +69,9 @@ void TestKoltaSim::endsWithItsExitCode_data()
     QTest::newRow("version") << "--version" << 0 << "koltasim ";
     QTest::newRow("unknown option") << "--fast" << 2 << "fast";
     QTest::newRow("argument") << "S1" << 2 << "found \"S1\", expected options only";
-    QTest::newRow("no port") << "--listen 127.0.0.1" << 2 << "expected ADDRESS:PORT";
-    QTest::newRow("port too high") << "--listen 127.0.0.1:65536" << 2 << "expected ADDRESS:PORT";
+    QTest::newRow("no port") << "--listen 127.0.0.1" << 2 << "--listen: \"127.0.0.1\" is not HOST:PORT";
+    QTest::newRow("port too high") << "--listen 127.0.0.1:65536" << 2
+                                   << "--listen: \"65536\" is not a port: expected a number from 0";
     QTest::newRow("no period") << "--period 0" << 2 << "--period: expected";
     QTest::newRow("misbehaviour") << "--misbehave cut=x" << 2 << "--misbehave: \"cut\" expects a number";
     QTest::newRow("no installation") << "--installation /nonexistent" << 1 << "/nonexistent: no such folder";

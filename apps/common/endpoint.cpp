@@ -1,0 +1,79 @@
+#include "endpoint.h"
+
+#include <QHostInfo>
+
+#include <algorithm>
+
+namespace KoltaApps {
+
+namespace {
+
+/// More strict than QString::toUInt(), which lets signs and blanks pass.
+bool readPort(const QString& text, quint16 lowest, quint16& port)
+{
+    const bool digits = !text.isEmpty() && std::all_of(text.begin(), text.end(), [](QChar letter) {
+        return letter >= QLatin1Char('0') && letter <= QLatin1Char('9');
+    });
+    bool isNumber = false;
+    const uint number = text.toUInt(&isNumber);
+    if (!digits || !isNumber || number < lowest || number > 65535)
+        return false;
+    port = static_cast<quint16>(number);
+    return true;
+}
+
+bool takeBrackets(QString& host)
+{
+    const bool opens = host.startsWith(QLatin1Char('['));
+    const bool closes = host.endsWith(QLatin1Char(']'));
+    if (opens && closes)
+        host = host.mid(1, host.size() - 2);
+    return opens == closes && !host.isEmpty();
+}
+
+} // namespace
+
+QString Endpoint::toString() const
+{
+    const QString host = address.protocol() == QAbstractSocket::IPv6Protocol
+                             ? QString(QLatin1Char('[') + address.toString() + QLatin1Char(']'))
+                             : address.toString();
+    return host + QLatin1Char(':') + QString::number(port);
+}
+
+bool splitHostAndPort(const QString& text, QString& host, quint16& port, QString& error, quint16 lowestPort)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    host = text.left(colon);
+    if (colon < 0 || !takeBrackets(host)) {
+        error = QStringLiteral("\"%1\" is not HOST:PORT like 127.0.0.1:4711 or [::1]:4711").arg(text);
+        return false;
+    }
+    const QString portText = text.mid(colon + 1);
+    if (!readPort(portText, lowestPort, port)) {
+        error = QStringLiteral("\"%1\" is not a port: expected a number from %2 to 65535")
+                    .arg(portText, QString::number(lowestPort));
+        return false;
+    }
+    return true;
+}
+
+bool findAddress(const QString& host, QHostAddress& address, QString& error)
+{
+    if (address.setAddress(host))
+        return true;
+    const QHostInfo info = QHostInfo::fromName(host);
+    const QList<QHostAddress> found = info.addresses();
+    if (found.isEmpty()) {
+        error = QStringLiteral("cannot find the host \"%1\": %2").arg(host, info.errorString());
+        return false;
+    }
+    // "localhost" has two addresses, and servers listen on the IPv4 one unless told otherwise.
+    const auto ipv4 = std::find_if(found.begin(), found.end(), [](const QHostAddress& candidate) {
+        return candidate.protocol() == QAbstractSocket::IPv4Protocol;
+    });
+    address = ipv4 != found.end() ? *ipv4 : found.constFirst();
+    return true;
+}
+
+} // namespace KoltaApps

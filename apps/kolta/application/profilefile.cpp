@@ -1,0 +1,57 @@
+#include "profilefile.h"
+
+#include "profilemembers.h"
+
+#include <kolta/cli/output.h>
+
+#include <koltacommon/q9rprofiles.h>
+
+namespace KoltaCli {
+
+using Kolta::ShortTimeProfile;
+
+std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeProfileType type)
+{
+    VESK_Q9R::ShortTimeProfiles file;
+    const VESK_Q9R::ReadReport report = VESK_Q9R::readProfileFile(fileName, file);
+    for (const QString& note : report.notes)
+        printError(fileName + QStringLiteral(", ") + note);
+    if (!report.isGood()) {
+        printError(report.error);
+        return std::nullopt;
+    }
+    Profiles profiles;
+    for (const ShortTimeProfile& profile : ShortTimeProfile::fromQ9RProfile(file, type)) {
+        if (profiles.contains(profile.name)) {
+            printError(QStringLiteral("%1: <Profile>: expected a name of its own, found \"%2\" twice")
+                           .arg(fileName, profile.name));
+            return std::nullopt;
+        }
+        profiles.insert(profile.name, profile);
+    }
+    return profiles;
+}
+
+QVector<ProfileDifference> compareProfiles(const Profiles& first, const Profiles& second)
+{
+    Profiles all = second;
+    for (const ShortTimeProfile& profile : first)
+        all.insert(profile.name, profile);
+    QVector<ProfileDifference> differences;
+    for (const QString& name : all.keys()) {
+        if (!first.contains(name) || !second.contains(name)) {
+            differences.append({name, QString(), first.contains(name) ? name : QString(),
+                                second.contains(name) ? name : QString()});
+            continue;
+        }
+        const QVector<ProfileMember> a = membersOf(first.value(name));
+        const QVector<ProfileMember> b = membersOf(second.value(name));
+        for (int i = 0; i < a.size(); ++i) {
+            if (a.at(i).text != b.at(i).text)
+                differences.append({name, QLatin1String(a.at(i).name), a.at(i).text, b.at(i).text});
+        }
+    }
+    return differences;
+}
+
+} // namespace KoltaCli

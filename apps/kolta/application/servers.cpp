@@ -1,0 +1,115 @@
+#include "servers.h"
+
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
+#include <kolta/cli/interruption.h>
+#include <kolta/cli/output.h>
+
+#include <koltacommon/connectioninfo.h>
+#include <koltacommon/koltaserverinterface.h>
+
+#include <algorithm>
+
+namespace KoltaCli {
+
+namespace {
+
+QString optionName()
+{
+    return QStringLiteral("server");
+}
+
+} // namespace
+
+QString administrationPath(const Server& server)
+{
+    return server.getServerBasePath() + QStringLiteral("/ADMINISTRATION");
+}
+
+/// A server that tells of no progress does not start in steps.
+bool isUp(const Server& server)
+{
+    const QString progress =
+        Kolta::ConnectionInfo::text(administrationPath(server), QStringLiteral("StartupProgress"));
+    return server.isReady() && server.getState() != Kolta::SERVER_STATES::eDisconnected &&
+           (progress.isEmpty() || progress.toInt() >= 100);
+}
+
+void Servers::declareOptions(CommandLine& line)
+{
+    EmbeddedInstallation::declareOptions(line);
+    line.addOption({optionName(),
+                    QStringLiteral("Only this server of the installation; several times for several."),
+                    QStringLiteral("name")});
+}
+
+std::optional<Servers> Servers::start(const CommandLine& line)
+{
+    Servers servers;
+    servers.m_installation = EmbeddedInstallation::start(line);
+    if (!servers.m_installation)
+        return std::nullopt;
+    servers.m_servers = servers.m_installation->interfaces();
+    if (!servers.keepNamed(line.values(optionName())))
+        return std::nullopt;
+    return servers;
+}
+
+std::optional<Servers> Servers::startUp(const CommandLine& line, int timeoutMs)
+{
+    std::optional<Servers> servers = start(line);
+    if (servers && !servers->waitUntilUp(timeoutMs))
+        return std::nullopt;
+    return servers;
+}
+
+QStringList Servers::namesOf(const QVector<Server*>& servers)
+{
+    QStringList names;
+    for (const Server* server : servers)
+        names.append(server->getAddress());
+    return names;
+}
+
+bool Servers::keepNamed(const QStringList& wanted)
+{
+    const QStringList known = names();
+    for (const QString& name : wanted) {
+        if (known.contains(name))
+            continue;
+        printError(QStringLiteral("there is no server \"%1\"; known: %2")
+                       .arg(name, known.join(QStringLiteral(", "))));
+        return false;
+    }
+    const auto isUnwanted = [&wanted](const Server* server) {
+        return !wanted.isEmpty() && !wanted.contains(server->getAddress());
+    };
+    m_servers.erase(std::remove_if(m_servers.begin(), m_servers.end(), isUnwanted), m_servers.end());
+    return true;
+}
+
+bool Servers::waitUntilUp(int timeoutMs) const
+{
+    const auto isDown = [](const Server* server) { return !isUp(*server); };
+    const auto areUp = [&] { return std::none_of(m_servers.begin(), m_servers.end(), isDown); };
+    if (waitUntil(areUp, timeoutMs))
+        return true;
+    QVector<Server*> down;
+    std::copy_if(m_servers.begin(), m_servers.end(), std::back_inserter(down), isDown);
+    printError(isInterrupted()
+                   ? QStringLiteral("interrupted")
+                   : QStringLiteral("%1 did not come up within %2 s")
+                         .arg(namesOf(down).join(QStringLiteral(", ")), QString::number(timeoutMs / 1000)));
+    return false;
+}
+
+Server* Servers::only() const
+{
+    if (m_servers.size() == 1)
+        return m_servers.first();
+    printError(QStringLiteral("there are several servers, name one with --server: %1")
+                   .arg(names().join(QStringLiteral(", "))));
+    return nullptr;
+}
+
+} // namespace KoltaCli

@@ -1,0 +1,85 @@
+#include "users.h"
+
+#include "embeddedinstallation.h"
+
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/output.h>
+
+#include <usermanagement/activeuserproxy.h>
+
+namespace KoltaCli {
+
+using Kolta::UserRights;
+using Nax::ActiveUserProxy;
+
+namespace {
+
+QString optionName()
+{
+    return QStringLiteral("user");
+}
+
+QString problemOfLogIn(const QString& name)
+{
+    ActiveUserProxy& proxy = ActiveUserProxy::Instance();
+    if (proxy.LogIn(name))
+        return {};
+    const QString known = proxy.GetUserNames().join(QStringLiteral(", "));
+    return QStringLiteral("there is no user \"%1\"; known: %2")
+        .arg(name, known.isEmpty() ? QStringLiteral("none") : known);
+}
+
+} // namespace
+
+UserRights::eManagementRight rightToRun(const QString& kind)
+{
+    if (kind == QLatin1String("SCP"))
+        return UserRights::StartAndStopScp;
+    return kind == QLatin1String("MCP") ? UserRights::StartAndStopMcp : UserRights::StartAndStopFfp;
+}
+
+void Users::declareOption(CommandLine& line)
+{
+    line.addOption({optionName(), QStringLiteral("Log this user in first, for this command only."),
+                    QStringLiteral("name")});
+}
+
+Users::Users(const EmbeddedInstallation& installation, const CommandLine& line)
+    : m_rights(UserRights::Instance())
+{
+    m_rights.Initialize();
+    QString problem;
+    if (!m_rights.InitForStandalone(installation.folder() + QStringLiteral("/users.xml")))
+        problem = ActiveUserProxy::Instance().ConfigurationError();
+    else if (line.isSet(optionName()))
+        problem = problemOfLogIn(line.value(optionName()));
+    m_known = problem.isEmpty();
+    if (!m_known)
+        printError(problem);
+}
+
+Users::~Users()
+{
+    m_rights.InitForStandalone(QString());
+}
+
+bool Users::may(UserRights::eManagementRights rights) const
+{
+    if (m_rights.IsUserAllowedTo(rights))
+        return true;
+    QStringList missing;
+    for (int i = 0; i < UserRights::GetNumberOfRights(); ++i) {
+        const auto right = UserRights::GetRightValueByIndex(i);
+        if (rights.testFlag(right) && !m_rights.IsUserAllowedTo(right))
+            missing.append(UserRights::GetRightNameByIndex(i, false));
+    }
+    const QString user = m_rights.GetActiveUserName();
+    printError(QStringLiteral("%1 the %2 %3")
+                   .arg(user.isEmpty() ? QStringLiteral("nobody is logged in; this needs")
+                                       : user + QStringLiteral(" lacks"),
+                        missing.size() == 1 ? QStringLiteral("right") : QStringLiteral("rights"),
+                        missing.join(QStringLiteral(", "))));
+    return false;
+}
+
+} // namespace KoltaCli

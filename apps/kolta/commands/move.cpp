@@ -1,0 +1,88 @@
+#include "commands.h"
+
+#include <kolta/application/processordirectory.h>
+#include <kolta/application/productionorder.h>
+#include <kolta/application/users.h>
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/output.h>
+
+#include <koltacommon/guidtext.h>
+#include <koltacommon/koltaproductioncontrol.h>
+#include <koltacommon/koltaserverinterface.h>
+
+namespace KoltaCli {
+
+namespace {
+
+QString nameAt(const ProcessorDirectory& directory, const QString& guid)
+{
+    QString problem;
+    const ProcessorEntry* const entry = directory.find(guid, QString(), problem);
+    return entry ? entry->name : guid;
+}
+
+/// Asks for the move and waits for the answer; returns an eExitCode.
+int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& from, int timeoutMs, bool json)
+{
+    const ServerAnswer answer = awaitAnswer(
+        *ffp.server,
+        [&] {
+            return ffp.server->getProductionControl().requestFFPMove(Kolta::guidFromText(ffp.guid),
+                                                                     Kolta::guidFromText(mcp.guid));
+        },
+        timeoutMs);
+    if (json) {
+        QJsonObject object{{QStringLiteral("server"), ffp.server->getAddress()},
+                           {QStringLiteral("request"), answer.request.toString()},
+                           {QStringLiteral("accepted"), answer.accepted},
+                           {QStringLiteral("ffp"), ffp.name},
+                           {QStringLiteral("from"), from},
+                           {QStringLiteral("to"), mcp.name}};
+        if (!answer.problem.isEmpty())
+            object[QStringLiteral("problem")] = answer.problem;
+        printJson(object);
+    } else if (answer.accepted) {
+        printLine(QStringLiteral("%1 has moved from %2 to %3").arg(ffp.name, from, mcp.name));
+    }
+    if (!answer.accepted)
+        printError(answer.problem);
+    return answer.accepted ? eExitOk : eExitFailed;
+}
+
+} // namespace
+
+int runMove(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("move"),
+                     QStringLiteral("Moves an FFP to another MCP of the same server, in a simulated "
+                                    "installation inside this process."));
+    line.addArgument(QStringLiteral("FFP"), QStringLiteral("GUID or name of the FFP."));
+    line.addArgument(QStringLiteral("MCP"), QStringLiteral("GUID or name of the MCP."));
+    Users::declareOption(line);
+    Servers::declareOptions(line);
+    if (const auto exitCode = line.parse(arguments))
+        return *exitCode;
+    const auto timeout = line.timeoutMs();
+    if (!timeout)
+        return eExitUsage;
+    const auto servers = Servers::startUp(line, *timeout);
+    if (!servers)
+        return eExitFailed;
+    const Users users(servers->installation(), line);
+    if (!users.areKnown() || !users.may(rightToRun(QStringLiteral("FFP"))))
+        return eExitFailed;
+    const ProcessorDirectory directory(servers->all());
+    QString problem;
+    const ProcessorEntry* const ffp = directory.find(line.argument(0), QStringLiteral("FFP"), problem);
+    const ProcessorEntry* const mcp =
+        ffp ? directory.find(line.argument(1), QStringLiteral("MCP"), problem) : nullptr;
+    if (ffp && mcp && ffp->server != mcp->server)
+        problem = QStringLiteral("%1 runs on %2, but %3 on %4")
+                      .arg(ffp->name, ffp->server->getAddress(), mcp->name, mcp->server->getAddress());
+    if (problem.isEmpty())
+        return move(*ffp, *mcp, nameAt(directory, ffp->mcp), *timeout, line.json());
+    printError(problem);
+    return eExitFailed;
+}
+
+} // namespace KoltaCli

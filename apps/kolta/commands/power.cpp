@@ -1,0 +1,207 @@
+#include "commands.h"
+
+#include <kolta/application/servers.h>
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
+#include <kolta/cli/interruption.h>
+#include <kolta/cli/output.h>
+
+#include <koltacommon/guidtext.h>
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/koltaserverinterface.h>
+
+#include <algorithm>
+
+namespace KoltaCli {
+
+using Kolta::KoltaResourceObserver;
+
+namespace {
+
+struct Switch
+{
+    const char* word;
+    KoltaResourceObserver::ePowerControlCommand command;
+    bool on;
+};
+
+const Switch switches[] = {
+    {"on", KoltaResourceObserver::eUnitOn, true},
+    {"off", KoltaResourceObserver::eUnitOff, false},
+    {"supply-on", KoltaResourceObserver::eSupplyOn, true},
+    {"supply-off", KoltaResourceObserver::eSupplyOff, false},
+    {"devices-on", KoltaResourceObserver::eDevicesOn, true},
+    {"devices-off", KoltaResourceObserver::eDevicesOff, false},
+    {"programs-off", KoltaResourceObserver::eProgramsOff, false},
+    {"system-off", KoltaResourceObserver::eSystemOff, false},
+};
+
+QString switchWords()
+{
+    QStringList words;
+    for (const Switch& one : switches)
+        words.append(QLatin1String(one.word));
+    return words.join(QStringLiteral(", "));
+}
+
+/// Something with a power switch.
+struct Unit
+{
+    Server* server;
+    QString guid;
+    QString name;
+    QString kind;
+    bool on;
+};
+
+template<class Resource>
+Unit makeUnit(Server& server, const Resource& resource, const char* kind, bool on)
+{
+    const auto& identity = resource.GetTavikResource();
+    return {&server, identity.GetGUID(), identity.GetDisplayName(), QLatin1String(kind), on};
+}
+
+QVector<Unit> unitsOf(Server& server)
+{
+    using namespace RESOURCEMANAGEMENT;
+    const ResourceOverview& resources = server.getResourceObserver().GetCurrentResources();
+    QVector<Unit> units;
+    for (const Tuner& tuner : resources.GetTuner())
+        units.append(makeUnit(server, tuner, "tuner", tuner.GetAccessible()));
+    for (const ProcessingUnit& unit : resources.GetProcessingUnit())
+        units.append(
+            makeUnit(server, unit, "processing unit", unit.GetRegistration() == ProcessingUnit::eRegistered));
+    for (const StorageUnit& unit : resources.GetStorageUnit())
+        units.append(
+            makeUnit(server, unit, "storage unit", unit.GetRegistration() == StorageUnit::eRegistered));
+    return units;
+}
+
+QVector<Unit> unitsOf(const Servers& servers)
+{
+    QVector<Unit> units;
+    for (Server* server : servers.all())
+        units += unitsOf(*server);
+    return units;
+}
+
+/// The units that the words mean, by GUID or name. False, with an error printed, when one means none or
+/// several.
+bool findUnits(const QStringList& words, const QVector<Unit>& all, QVector<Unit>& found)
+{
+    for (const QString& word : words) {
+        const QUuid guid = Kolta::guidFromText(word);
+        QVector<Unit> meant;
+        std::copy_if(all.begin(), all.end(), std::back_inserter(meant), [&](const Unit& unit) {
+            return guid.isNull() ? unit.name == word : Kolta::guidFromText(unit.guid) == guid;
+        });
+        if (meant.size() != 1) {
+            printError(meant.isEmpty()
+                           ? QStringLiteral("there is no tuner, processing or storage unit \"%1\"").arg(word)
+                           : QStringLiteral("%1 units are called \"%2\", give its GUID or --server")
+                                 .arg(QString::number(meant.size()), word));
+            return false;
+        }
+        found += meant;
+    }
+    return true;
+}
+
+/// The units as their servers show them now; one that has gone counts as off.
+QVector<Unit> look(const QVector<Unit>& units, const Servers& servers)
+{
+    const QVector<Unit> all = unitsOf(servers);
+    QVector<Unit> seen = units;
+    for (Unit& unit : seen) {
+        const auto now = std::find_if(all.begin(), all.end(), [&unit](const Unit& one) {
+            return one.server == unit.server && one.guid == unit.guid;
+        });
+        unit.on = now != all.end() && now->on;
+    }
+    return seen;
+}
+
+void ask(const Servers& servers, const QVector<Unit>& units,
+         KoltaResourceObserver::ePowerControlCommand command)
+{
+    for (Server* server : servers.all()) {
+        QStringList guids;
+        for (const Unit& unit : units) {
+            if (unit.server == server)
+                guids.append(unit.guid);
+        }
+        server->getResourceObserver().powerControl(command, guids);
+    }
+}
+
+void print(const QVector<Unit>& units, bool json)
+{
+    Table table(
+        {QStringLiteral("UNIT"), QStringLiteral("KIND"), QStringLiteral("SERVER"), QStringLiteral("POWER")});
+    for (const Unit& unit : units) {
+        if (json)
+            printJson({{QStringLiteral("server"), unit.server->getAddress()},
+                       {QStringLiteral("kind"), unit.kind},
+                       {QStringLiteral("name"), unit.name},
+                       {QStringLiteral("guid"), unit.guid},
+                       {QStringLiteral("on"), unit.on}});
+        table.addRow({unit.name, unit.kind, unit.server->getAddress(),
+                      unit.on ? QStringLiteral("on") : QStringLiteral("off")});
+    }
+    if (!json)
+        printLine(table.toText());
+}
+
+/// Asks, waits until the servers show what was asked for, and tells; returns an eExitCode.
+int switchUnits(const Switch& wanted, const QVector<Unit>& units, const Servers& servers, int timeoutMs,
+                bool json)
+{
+    QVector<Unit> seen;
+    ask(servers, units, wanted.command);
+    const bool done = waitUntil(
+        [&] {
+            seen = look(units, servers);
+            return std::all_of(seen.begin(), seen.end(),
+                               [&wanted](const Unit& unit) { return unit.on == wanted.on; });
+        },
+        timeoutMs);
+    print(seen, json);
+    if (!done)
+        printError(isInterrupted() ? QStringLiteral("interrupted")
+                                   : QStringLiteral("not everything is %1 within %2 s")
+                                         .arg(wanted.on ? QStringLiteral("on") : QStringLiteral("off"),
+                                              QString::number(timeoutMs / 1000)));
+    return done ? eExitOk : eExitFailed;
+}
+
+} // namespace
+
+int runPower(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("power"),
+                     QStringLiteral("Switches units of a simulated installation inside this process on or "
+                                    "off."));
+    line.addArgument(QStringLiteral("SWITCH"), switchWords() + QLatin1Char('.'));
+    line.addArguments(
+        QStringLiteral("UNIT"),
+        QStringLiteral("GUID or name of a tuner, processing or storage unit; also repeatedly."));
+    Servers::declareOptions(line);
+    if (const auto exitCode = line.parse(arguments))
+        return *exitCode;
+    const auto timeout = line.timeoutMs();
+    if (!timeout)
+        return eExitUsage;
+    const auto wanted = std::find_if(std::begin(switches), std::end(switches), [&line](const Switch& one) {
+        return line.argument(0) == QLatin1String(one.word);
+    });
+    if (wanted == std::end(switches))
+        return line.usageError(
+            QStringLiteral("\"%1\" is no switch: expected one of %2").arg(line.argument(0), switchWords()));
+    const auto servers = Servers::startUp(line, *timeout);
+    QVector<Unit> units;
+    if (!servers || !findUnits(line.arguments().mid(1), unitsOf(*servers), units))
+        return eExitFailed;
+    return switchUnits(*wanted, units, *servers, *timeout, line.json());
+}
+
+} // namespace KoltaCli

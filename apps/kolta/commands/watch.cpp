@@ -1,0 +1,121 @@
+#include "commands.h"
+
+#include <common/terminationsignals.h>
+#include <kolta/application/servers.h>
+#include <kolta/application/serverwatch.h>
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
+#include <kolta/cli/liveoutput.h>
+#include <kolta/cli/output.h>
+
+#include <koltacommon/koltaserverinterface.h>
+#include <simulation/activity.h>
+
+#include <memory>
+#include <vector>
+
+namespace KoltaCli {
+
+namespace {
+
+/// Prints what happens on some servers, from its construction on.
+class Watcher : public QObject
+{
+public:
+    /// `count` events are enough; 0 stands for never enough.
+    Watcher(const QVector<Server*>& servers, bool json, int count) : m_json(json), m_count(count)
+    {
+        for (Server* server : servers) {
+            m_watches.push_back(std::make_unique<ServerWatch>(*server));
+            connect(
+                m_watches.back().get(), &ServerWatch::happened, this,
+                [this, name = server->getAddress()](const QString& kind, const QString& guid,
+                                                    const QString& text) { print(name, kind, guid, text); });
+        }
+        connect(&m_termination, &TerminationSignals::terminationRequested, this,
+                [this] { m_interrupted = true; });
+    }
+
+    /// Nobody wants more.
+    bool hasEnough() const
+    {
+        return m_interrupted || outputIsLost() || (m_count > 0 && m_printed >= m_count);
+    }
+
+private:
+    void print(const QString& server, const QString& kind, const QString& guid, const QString& text)
+    {
+        if (hasEnough())
+            return;
+        ++m_printed;
+        if (!m_json)
+            return printLine(QStringLiteral("%1 %2 %3").arg(now(), server, text));
+        QJsonObject object{{QStringLiteral("time"), now()},
+                           {QStringLiteral("server"), server},
+                           {QStringLiteral("kind"), kind},
+                           {QStringLiteral("text"), text}};
+        if (!guid.isEmpty())
+            object[QStringLiteral("guid")] = guid;
+        printJson(object);
+    }
+
+    TerminationSignals m_termination;
+    std::vector<std::unique_ptr<ServerWatch>> m_watches;
+    bool m_json;
+    int m_count;
+    int m_printed = 0;
+    bool m_interrupted = false;
+};
+
+void declare(CommandLine& line)
+{
+    line.addOption({QStringLiteral("count"), QStringLiteral("End after so many lines (0: never)."),
+                    QStringLiteral("number"), QStringLiteral("0")});
+    line.addOption({QStringLiteral("activity"),
+                    QStringLiteral("Let tuners become busy and free, conversions go on, and enabled "
+                                   "assignments yield results meanwhile.")});
+    line.addOption({QStringLiteral("period"),
+                    QStringLiteral("Time between two such changes in milliseconds (500)."),
+                    QStringLiteral("ms"), QStringLiteral("500")});
+    Servers::declareOptions(line);
+}
+
+} // namespace
+
+int runWatch(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("watch"),
+                     QStringLiteral("Prints what happens on the servers of a simulated installation inside "
+                                    "this process until Ctrl-C: working states, messages, resources, "
+                                    "processors, productions, hardware processing. Ends after --timeout "
+                                    "seconds only when that is given."));
+    declare(line);
+    if (const auto exitCode = line.parse(arguments))
+        return *exitCode;
+    const auto timeout = line.timeoutMs();
+    const auto count = timeout ? line.number(QStringLiteral("count"), 0, 1000000000) : std::nullopt;
+    const auto period = count ? line.number(QStringLiteral("period"), 1, 3600000) : std::nullopt;
+    if (!period)
+        return eExitUsage;
+    if (line.isSet(QStringLiteral("period")) && !line.isSet(QStringLiteral("activity")))
+        return line.usageError(QStringLiteral("--period is for --activity"));
+    const auto servers = Servers::start(line);
+    if (!servers)
+        return eExitFailed;
+    Watcher watcher(servers->all(), line.json(), *count);
+    const auto outputWatch = watchOutput();
+    std::vector<std::unique_ptr<KoltaSimulation::Activity>> activities;
+    quint32 seed = 0;
+    if (line.isSet(QStringLiteral("activity"))) {
+        for (const auto& server : servers->installation().servers()) {
+            activities.push_back(std::make_unique<KoltaSimulation::Activity>(*server, ++seed));
+            activities.back()->start(*period);
+        }
+    }
+    printError(QStringLiteral("watching %1, Ctrl-C ends").arg(servers->names().join(QStringLiteral(", "))));
+    waitUntil([&watcher] { return watcher.hasEnough(); },
+              line.isSet(QStringLiteral("timeout")) ? *timeout : waitForever);
+    return eExitOk;
+}
+
+} // namespace KoltaCli
