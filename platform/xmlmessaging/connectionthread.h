@@ -23,8 +23,8 @@ namespace XmlCommunication {
 ///
 /// A request whose available time runs out ends the link with SocketTimeoutError. A malformed frame or
 /// message ends it with UnknownSocketError and a trace line. After an error the thread idles until exit() is
-/// called. On exit() what was given to sendMessage() is written first, for at most half a second; then the
-/// socket closes.
+/// called. On exit() what was given to sendMessage() is written first, for at most half a second, in which a
+/// link that is not up yet may still come up; then the socket closes.
 ///
 /// All signals are emitted on the thread that this object lives on, in the order in which things happened on
 /// the link. When the owner does not keep up, reading pauses, so that memory stays bounded. An exception that

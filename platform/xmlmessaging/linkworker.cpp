@@ -122,7 +122,7 @@ void LinkWorker::onState(QAbstractSocket::SocketState state)
         limitUnacknowledgedTime(*m_socket);
     }
     push(LinkNews::eState, state);
-    if (state == QAbstractSocket::ConnectedState)
+    if (state == QAbstractSocket::ConnectedState && !m_ending)
         writeOutbox();
 }
 
@@ -299,8 +299,10 @@ QString LinkWorker::linkName() const
 void LinkWorker::finish()
 {
     m_ending = true;
+    const Clock::time_point limit = Clock::now() + kFinishTime;
+    if (!m_failed && m_socket->state() != QAbstractSocket::ConnectedState && !m_outbox.isEmpty())
+        m_socket->waitForConnected(leftMs(limit));
     if (!m_failed && m_socket->state() == QAbstractSocket::ConnectedState) {
-        const Clock::time_point limit = Clock::now() + kFinishTime;
         const int count = writeOutbox();
         flushBefore(limit);
         if (count > 0 && m_socket->bytesToWrite() == 0)

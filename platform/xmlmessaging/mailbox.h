@@ -73,6 +73,12 @@ public:
         return taken;
     }
 
+    bool isEmpty()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_items.empty();
+    }
+
     /// To be called after an event for the reader was made, and by the reader before it looks at one: an
     /// order that does not rest on the event queue's own lock, which race detectors cannot see.
     void posting() noexcept { m_posted.fetch_add(1, std::memory_order_release); }

@@ -22,14 +22,20 @@ using XmlCommon::ptrCXmlMessage;
 
 namespace {
 
+QString text(const char* latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
 using OnReply = std::function<ptrKoltaRequest()>;
 
-/// Writes its component's name into a list when it is answered.
+/// Writes its component's name into a list when it is answered; when it is abandoned, followed by the
+/// reason's number and "+" if it was sent.
 class Recorded : public GeneralRequest
 {
 public:
     Recorded(const QString& component, QStringList& list, const OnReply& onReply = OnReply())
-        : GeneralRequest(makeRequest(component)), answered(list), action(onReply)
+        : GeneralRequest(makeRequest(component)), name(component), answered(list), action(onReply)
     {
     }
     XmlCommon::ptrCXmlMessage& getMessage() override
@@ -44,19 +50,21 @@ public:
         return action ? action() : ptrKoltaRequest();
     }
     bool handleFault() override { return takesFaults; }
+    void abandoned(Kolta::Abandonment why, bool wasSent) override
+    {
+        answered.append(name + QString::number(int(why)) + text(wasSent ? "+" : ""));
+        if (action)
+            action();
+    }
 
     bool takesFaults = false;
     int throwOnGet = 0; ///< the n-th call throws
 
 private:
+    const QString name;
     QStringList& answered;
     OnReply action;
 };
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 QStringList words(const char* list)
 {
@@ -252,6 +260,7 @@ private Q_SLOTS:
         client.connection->open();
         QTRY_VERIFY(client.said.contains(text("closed")));
         QCOMPARE(client.said.join(QLatin1Char(' ')), said);
+        QCOMPARE(client.answered, words(said.startsWith(text("opened R")) ? "a2+" : "a2"));
         QVERIFY(!client.connection->isOpen() && !client.connection->hasRequestsPending());
         // Stays closed for requests, also when opened again.
         client.execute("b");
@@ -270,7 +279,7 @@ private Q_SLOTS:
             client.connection->close(discard);
             client.execute("refused");
             QTRY_COMPARE(client.said, words("opened closed"));
-            QCOMPARE(client.answered, discard ? QStringList() : words("a b c"));
+            QCOMPARE(client.answered, words(discard ? "a1+ b1 c1 refused0" : "refused0 a b c"));
         }
     }
 
@@ -290,8 +299,19 @@ private Q_SLOTS:
             QTRY_COMPARE(peer.linksClosed, 1);
             // The one in flight is sent once more.
             QCOMPARE(peer.log, sendPending ? words("1:a:1 1:a:1 1:b:1 1:c:1") : words("1:a:1"));
-            QVERIFY(client.answered.isEmpty());
+            QCOMPARE(client.answered, words(sendPending ? "a1+ b1+ c1+" : "a1+ b1 c1"));
         }
+    }
+
+    void deliversWhileItIsStillConnecting()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        client.execute("a");
+        client.connection->open();
+        QVERIFY(client.connection->closeAndWaitForFinished(5000, true));
+        QTRY_COMPARE(peer.log, words("1:RequestTree:2 1:a:1"));
+        QCOMPARE(client.answered, words("a1+"));
     }
 
     void warnsOfLongQueues()
@@ -383,16 +403,56 @@ private Q_SLOTS:
         refused->throwOnGet = 1;
         client.connection->executeRequest(refused);
         QTRY_VERIFY(client.connection->isIdle());
-        QCOMPARE(client.answered, words("a b c"));
+        QCOMPARE(client.answered, words("refused0 a b unsendable0 c"));
         QCOMPARE(recorder.count(text("caught exception from KoltaRequest::processReply bad reply")), 1);
         QCOMPARE(recorder.count(text("exception caught in sendNextRequest")), 1);
         QCOMPARE(recorder.count(text("caught exception from KoltaRequest::executeRequest no message")), 1);
     }
 
+    void survivesThrowingReceivers()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        connect(client.connection, &KoltaConnection::ConnectionError,
+                [] { throw std::runtime_error("bad"); });
+        connect(client.connection, &KoltaConnection::Fault, [] { throw 5; });
+        CXmlMessage broadcast = *makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST);
+        broadcast.getFragment(0).setFaultTree(XmlCommon::CFaultTree(8, 1));
+        peer.send(broadcast);
+        QTRY_COMPARE(client.said, words("opened fault broadcast"));
+        peer.link->close();
+        QTRY_COMPARE(client.said.join(QLatin1Char(' ')),
+                     text("opened fault broadcast RemoteHostClosed opened"));
+    }
+
+    /// The start-up exchange of the next link takes out of the queue what the last one has left there, and
+    /// nothing else, even if it is the same request.
+    void keepsAFilterThatIsARequestToo()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        const ptrKoltaRequest filter(new Recorded(text("filter"), client.answered));
+        client.connection->setEventFilterRequests({filter});
+        QVERIFY(client.openAndSettle());
+        peer.rule = [&](const CXmlMessage& message) {
+            if (peer.linksOpened == 1)
+                peer.link->close();
+            else
+                peer.answer(message);
+        };
+        client.answered.clear();
+        client.execute("a");
+        client.connection->executeRequest(filter);
+        QTRY_VERIFY(peer.linksOpened == 2 && client.connection->isIdle());
+        QCOMPARE(client.answered, words("a filter filter"));
+    }
+
     void mayBeDeletedAnywhere_data()
     {
         QTest::addColumn<QString>("where");
-        for (const char* where : {"broadcast", "closed", "RemoteHostClosed", "opened", "fault", "reply"})
+        for (const char* where :
+             {"broadcast", "closed", "RemoteHostClosed", "opened", "fault", "reply", "abandoned"})
             QTest::newRow(where) << text(where);
     }
     void mayBeDeletedAnywhere()
@@ -411,10 +471,10 @@ private Q_SLOTS:
                 peer.answer(message);
             peer.send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
         };
-        if (where == text("closed"))
+        if (where == text("closed") || where == text("abandoned"))
             peer.rule = [&](const CXmlMessage&) { peer.link->close(); };
         client.execute("reply", [&] {
-            client.say(text("reply"));
+            client.say(where == text("abandoned") ? where : text("reply"));
             return ptrKoltaRequest();
         });
         for (const char* component : {"fault", "end", "never"})

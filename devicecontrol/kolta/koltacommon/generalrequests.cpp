@@ -88,6 +88,8 @@ bool KoltaRequest::propagateFaults()
     return true;
 }
 
+void KoltaRequest::abandoned(Abandonment, bool) {}
+
 QString KoltaRequest::getReceiver()
 {
     return QString();

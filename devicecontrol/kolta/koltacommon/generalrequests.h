@@ -15,6 +15,14 @@ class KoltaRequest;
 /// Shared handle of a request.
 using ptrKoltaRequest = QExplicitlySharedDataPointer<KoltaRequest>;
 
+/// Why a request is let go of without its reply.
+enum class Abandonment {
+    Refused,   ///< there is nothing to send, or nobody who takes it
+    Closed,    ///< the connection was closed or destroyed
+    LinkEnded, ///< the link failed and is not opened again
+    TimeOver   ///< whoever limits the waiting for replies gave it up
+};
+
 /// One outgoing message and what is to be done with its reply.
 ///
 /// Creating a request never sends it: hand it to KoltaConnection::executeRequest(), which takes a share of
@@ -37,6 +45,8 @@ public:
     virtual bool propagateFaults();
     /// Name of the receiver, for people; empty here.
     virtual QString getReceiver();
+    /// It was let go of without a reply; nothing here. `wasSent`: the server may have executed it.
+    virtual void abandoned(Abandonment why, bool wasSent);
 };
 
 /// Sends a prepared message and ignores the reply. Faults surface through the connection's signal.

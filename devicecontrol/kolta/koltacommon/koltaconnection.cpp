@@ -32,7 +32,9 @@ enum eTracePoint : int {
     eExecuteUnknownException = 304,
     eDispatchException = 340,
     eProcessReplyException = 390,
-    eSendException = 444
+    eSendException = 444,
+    eAbandonedException = 460,
+    eReceiverException = 470
 };
 
 void trace(eTracePoint point, const QString& text)
@@ -50,6 +52,17 @@ void retire(CConnectionThread* thread)
     // Asked after connecting, so that a thread that ends meanwhile is not missed.
     if (!thread->isRunning())
         thread->deleteLater();
+}
+
+/// Tells the server how this client wants its request trees handled; the first message on every link.
+ptrCXmlMessage makeStartUpMessage()
+{
+    XmlCommunication::CRequestTreeConverter converter;
+    converter.setRequestTreeSuppression(false);
+    const ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_COMMAND));
+    message->setMessageID_byGenerator();
+    message->addFragment(converter.makeFragment(), -1);
+    return message;
 }
 
 bool isReply(CXmlMessage::eSERVICE_TYPES kind)
@@ -101,11 +114,14 @@ KoltaConnection::~KoltaConnection()
         exitThread();
         thread.reset();
     }
-    // Requests may run code when they are released; by then the lists are no longer the connection's.
-    QList<ptrKoltaRequest> released;
+    // Requests may run code when they are told and released; by then the lists are no longer the connection's,
+    // and what they execute here is refused.
+    closing = true;
+    Entries released;
     released.swap(queue);
     QList<ptrKoltaRequest> releasedFilters;
     releasedFilters.swap(eventFilterRequests);
+    abandon(released, Abandonment::Closed);
 }
 
 void KoltaConnection::open()
@@ -159,11 +175,12 @@ void KoltaConnection::close(bool discardQueue)
         return;
     closing = true;
     reconnectState = 0;
-    QList<ptrKoltaRequest> released;
+    Entries released;
     if (discardQueue)
         released.swap(queue);
     if (queue.isEmpty())
         exitThread();
+    abandon(released, Abandonment::Closed);
 }
 
 bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPending)
@@ -173,12 +190,17 @@ bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPen
     const QPointer<KoltaConnection> guard(this);
     const auto link = thread;
     if (sendPending) {
-        const QList<ptrKoltaRequest> pending = queue;
-        for (const ptrKoltaRequest& request : pending) {
+        const Entries pending = queue;
+        if (!connected && !pending.isEmpty())
+            transmit(makeStartUpMessage());
+        for (const Entry& entry : pending) {
             try {
-                const ptrCXmlMessage message = request->getMessage();
-                if (guard && message && thread == link)
+                const ptrCXmlMessage message = entry.request->getMessage();
+                if (guard && message && thread == link) {
                     transmit(message);
+                    for (Entry& queued : queue)
+                        queued.wasSent = queued.wasSent || queued.request == entry.request;
+                }
             } catch (...) {
                 trace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
             }
@@ -186,19 +208,27 @@ bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPen
                 return true;
         }
     }
-    QList<ptrKoltaRequest> released;
+    Entries released;
     released.swap(queue);
     closing = true;
     reconnectState = 0;
     exitThread();
-    return link->waitForFinished(timeout);
+    const bool ended = link->waitForFinished(timeout);
+    abandon(released, Abandonment::Closed);
+    return ended;
 }
 
 void KoltaConnection::executeRequest(Kolta::ptrKoltaRequest request)
 {
+    if (request)
+        execute(request, false);
+}
+
+void KoltaConnection::execute(const ptrKoltaRequest& request, bool isStartUp)
+{
+    const Entry entry{request, isStartUp, false};
     try {
-        if (request)
-            enqueue(request);
+        return enqueue(entry);
     } catch (const std::exception& exception) {
         const QString reason = QString::fromLocal8Bit(exception.what());
         trace(eExecuteException,
@@ -207,6 +237,7 @@ void KoltaConnection::executeRequest(Kolta::ptrKoltaRequest request)
         trace(eExecuteUnknownException,
               QStringLiteral("caught unknown exception from KoltaRequest::executeRequest"));
     }
+    abandon({entry}, Abandonment::Refused);
 }
 
 void KoltaConnection::executeRequest(KoltaRequest* request)
@@ -214,13 +245,13 @@ void KoltaConnection::executeRequest(KoltaRequest* request)
     executeRequest(ptrKoltaRequest(request));
 }
 
-void KoltaConnection::enqueue(const ptrKoltaRequest& request)
+void KoltaConnection::enqueue(const Entry& entry)
 {
     const QPointer<KoltaConnection> guard(this);
-    const ptrCXmlMessage message = request->getMessage();
+    const ptrCXmlMessage message = entry.request->getMessage();
     if (!guard || closing || !message || message->getNumberOfFragments() == 0)
-        return;
-    queue.append(request);
+        return abandon({entry}, Abandonment::Refused);
+    queue.append(entry);
     const int length = queue.size();
     if (length % queueWarningStep == 0)
         trace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
@@ -262,22 +293,15 @@ void KoltaConnection::SlotConnected(quint32 id)
     dropStaleStartUp();
 
     // Goes behind what is queued already, so that a request that a lost link left unanswered stays the head.
-    XmlCommunication::CRequestTreeConverter converter;
-    converter.setRequestTreeSuppression(false);
-    const ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_COMMAND));
-    message->setMessageID_byGenerator();
-    message->addFragment(converter.makeFragment(), -1);
     const QList<ptrKoltaRequest> filters = eventFilterRequests;
-    const ptrKoltaRequest startUp(new GeneralRequest(message));
-    startUpRequests = QList<ptrKoltaRequest>{startUp} + filters;
-    executeRequest(startUp);
+    execute(ptrKoltaRequest(new GeneralRequest(makeStartUpMessage())), true);
     if (!guard)
         return;
     sendNextRequest();
     if (!guard)
         return;
     for (const ptrKoltaRequest& filter : filters) {
-        executeRequest(filter);
+        execute(filter, true);
         if (!guard)
             return;
     }
@@ -288,14 +312,11 @@ void KoltaConnection::SlotConnected(quint32 id)
 /// The head stays: it may be in the server's hands.
 void KoltaConnection::dropStaleStartUp()
 {
-    QList<ptrKoltaRequest> released;
-    for (const ptrKoltaRequest& request : qAsConst(startUpRequests)) {
-        const int place = queue.lastIndexOf(request);
-        if (place > 0)
+    Entries released;
+    for (int place = queue.size() - 1; place > 0; --place) {
+        if (queue.at(place).isStartUp)
             released.append(queue.takeAt(place));
     }
-    released.append(startUpRequests);
-    startUpRequests.clear();
 }
 
 void KoltaConnection::SlotConnectionClosed()
@@ -307,8 +328,14 @@ void KoltaConnection::SlotConnectionClosed()
         thread.reset();
     }
     if (reconnectState == 2)
-        open();
-    else
+        return open();
+    // A close that was to work off the queue has lost its link before it had.
+    Entries released;
+    if (closing)
+        released.swap(queue);
+    const QPointer<KoltaConnection> guard(this);
+    abandon(released, Abandonment::LinkEnded);
+    if (guard)
         Q_EMIT ConnectionClosed();
 }
 
@@ -335,7 +362,11 @@ void KoltaConnection::SlotSocketError(quint32 id, QAbstractSocket::SocketError e
     Q_UNUSED(id)
     const QPointer<KoltaConnection> guard(this);
     const auto link = thread;
-    Q_EMIT ConnectionError(getSocketError(error));
+    try {
+        Q_EMIT ConnectionError(getSocketError(error));
+    } catch (...) { // what follows decides whether the link is opened again
+        trace(eReceiverException, QStringLiteral("caught exception from a receiver of ConnectionError"));
+    }
     // A receiver may have run an event loop in which this link ended and another one took its place.
     if (!guard || thread != link)
         return;
@@ -349,9 +380,33 @@ void KoltaConnection::SlotSocketError(quint32 id, QAbstractSocket::SocketError e
         return;
     closing = true;
     reconnectState = 0;
-    QList<ptrKoltaRequest> released;
+    Entries released;
     released.swap(queue);
     exitThread();
+    abandon(released, Abandonment::LinkEnded);
+}
+
+/// Needs the connection no more: the first of them may delete it.
+void KoltaConnection::abandon(const Entries& entries, Abandonment why)
+{
+    for (const Entry& entry : entries) {
+        try {
+            entry.request->abandoned(why, entry.wasSent);
+        } catch (...) {
+            trace(eAbandonedException, QStringLiteral("caught exception from KoltaRequest::abandoned"));
+        }
+    }
+}
+
+bool KoltaConnection::withdrawRequest(const ptrKoltaRequest& request)
+{
+    for (int place = queue.size() - 1; place >= (busy ? 1 : 0); --place) {
+        if (queue.at(place).request == request && !queue.at(place).wasSent) {
+            const Entry released = queue.takeAt(place);
+            return true;
+        }
+    }
+    return false;
 }
 
 void KoltaConnection::exitThread()
@@ -386,13 +441,15 @@ void KoltaConnection::sendNextRequest()
 bool KoltaConnection::sendHead()
 {
     const QPointer<KoltaConnection> guard(this);
-    const ptrKoltaRequest head = queue.first();
+    const ptrKoltaRequest head = queue.first().request;
     busy = true;
     try {
         const ptrCXmlMessage message = head->getMessage();
         if (!guard)
             return false;
         if (message && thread) {
+            if (!queue.isEmpty() && queue.first().request == head)
+                queue.first().wasSent = true;
             transmit(message);
             return true;
         }
@@ -402,8 +459,10 @@ bool KoltaConnection::sendHead()
     if (!guard)
         return false;
     busy = false;
-    if (!queue.isEmpty() && queue.first() == head)
-        queue.removeFirst();
+    if (!queue.isEmpty() && queue.first().request == head) {
+        const Entries released{queue.takeFirst()};
+        abandon(released, Abandonment::Refused);
+    }
     return false;
 }
 
@@ -414,10 +473,12 @@ ptrCXmlMessage KoltaConnection::messageOfHead(const ptrKoltaRequest& head)
     try {
         return head->getMessage();
     } catch (...) {
-        if (guard && !queue.isEmpty() && queue.first() == head) {
-            queue.removeFirst();
+        if (guard && !queue.isEmpty() && queue.first().request == head) {
+            const Entries released{queue.takeFirst()};
             busy = false;
-            sendNextRequest();
+            abandon(released, Abandonment::Refused);
+            if (guard)
+                sendNextRequest();
         }
         throw;
     }
@@ -428,7 +489,7 @@ void KoltaConnection::processReply(const ptrCXmlMessage& reply)
     if (queue.isEmpty())
         return;
     const QPointer<KoltaConnection> guard(this);
-    const ptrKoltaRequest head = queue.first();
+    const ptrKoltaRequest head = queue.first().request;
     const ptrCXmlMessage message = messageOfHead(head);
     if (!guard || !message || message->getMessageID() != reply->getMessageID())
         return;
@@ -436,7 +497,7 @@ void KoltaConnection::processReply(const ptrCXmlMessage& reply)
         clearMessageReply(reply);
         return;
     }
-    if (queue.isEmpty() || queue.first() != head)
+    if (queue.isEmpty() || queue.first().request != head)
         return;
     queue.removeFirst();
     reconnectState = 1;
@@ -472,10 +533,17 @@ ptrKoltaRequest KoltaConnection::handleReply(const ptrKoltaRequest& request, con
 void KoltaConnection::processBroadcast(const ptrCXmlMessage& message)
 {
     const QPointer<KoltaConnection> guard(this);
-    if (hasFault(message))
-        Q_EMIT Fault(getFaultText(message));
+    std::exception_ptr thrown;
+    try {
+        if (hasFault(message))
+            Q_EMIT Fault(getFaultText(message));
+    } catch (...) { // the others hear of the broadcast all the same
+        thrown = std::current_exception();
+    }
     if (guard)
         Q_EMIT Broadcast(message);
+    if (thrown)
+        std::rethrow_exception(thrown);
 }
 
 void KoltaConnection::clearMessageReply(const ptrCXmlMessage& message)

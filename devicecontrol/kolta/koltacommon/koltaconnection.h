@@ -54,19 +54,26 @@ public:
     /// worked off. No new request is accepted from now on. Nothing when there is no link.
     void close(bool discardQueue);
     /// Ends the link and waits at most `timeout` milliseconds for it; true when it has ended or there was
-    /// none. With `sendPending` the messages of all queued requests, the one in flight included, are handed
-    /// to the link first; nobody hears of their replies. ConnectionClosed() still comes through the event
-    /// loop.
+    /// none. With `sendPending` the messages of all queued requests, the one in flight included, which may be
+    /// executed twice therefore, are handed to the link first; nobody hears of their replies. A link that is
+    /// still connecting has half a second for that. ConnectionClosed() still comes through the event loop.
     bool closeAndWaitForFinished(unsigned int timeout, bool sendPending);
 
-    /// Appends `request` to the queue and takes a share of it. It is dropped without a word when the
-    /// connection is closing, the request is null, or its message is null or has no fragment. An exception
-    /// from the request is traced. One request object belongs to one connection at a time; it may be executed
-    /// again, also while it waits, and is then sent once per call.
+    /// Appends `request` to the queue and takes a share of it. It is refused, which abandoned() tells it,
+    /// when the connection is closing or its message is null or has no fragment. An exception from the
+    /// request is traced. One request object belongs to one connection at a time; it may be executed again,
+    /// also while it waits, and is then sent once per call.
+    ///
+    /// A request that is let go of without its reply hears abandoned() once for each time that it was in the
+    /// queue, in the order of the queue, when the connection has done what it is about and before
+    /// ConnectionClosed(); it may delete the connection then. A fault in a reply is an answer.
     void executeRequest(Kolta::ptrKoltaRequest request);
     /// As above, for a request made with new: the connection shares its ownership, also when it drops it.
     void executeRequest(KoltaRequest* request);
 
+    /// Takes `request` out of the queue, its last place there when it waits several times, without a word to
+    /// it. False, and nothing happens, when it does not wait or was sent already.
+    bool withdrawRequest(const Kolta::ptrKoltaRequest& request);
     /// Whether any request waits for being sent or for its reply.
     bool hasRequestsPending() const { return !queue.isEmpty(); }
     /// Whether nothing is pending and requests are accepted.
@@ -126,11 +133,21 @@ private Q_SLOTS:
     void SlotSocketStateChanged(quint32 id, QAbstractSocket::SocketState state);
 
 private:
+    struct Entry
+    {
+        Kolta::ptrKoltaRequest request;
+        bool isStartUp = false; ///< queued by a start-up exchange, which the next one repeats
+        bool wasSent = false;   ///< handed to a link at least once
+    };
+    using Entries = QList<Entry>;
+    static void abandon(const Entries& entries, Abandonment why);
+    void execute(const Kolta::ptrKoltaRequest& request, bool isStartUp);
+
     void connectThread();
     void giveUp(const std::shared_ptr<XmlCommunication::CConnectionThread>& link);
     void exitThread();
     void transmit(const XmlCommon::ptrCXmlMessage& message);
-    void enqueue(const Kolta::ptrKoltaRequest& request);
+    void enqueue(const Entry& entry);
     void dropStaleStartUp();
     void sendNextRequest();
     bool sendHead();
@@ -150,12 +167,11 @@ private:
     QString logName;
     /// Null while not open. Slots that it calls hold a share, so that it outlives them whatever they do.
     std::shared_ptr<XmlCommunication::CConnectionThread> thread;
-    QList<Kolta::ptrKoltaRequest> queue; ///< the head is in flight while busy
+    Entries queue; ///< the head is in flight while busy
     bool connected = false;
     bool closing = false;
     bool busy = false;
     QList<Kolta::ptrKoltaRequest> eventFilterRequests;
-    QList<Kolta::ptrKoltaRequest> startUpRequests; ///< what the last start-up exchange has queued
     qint32 reconnectState = 0; ///< 0: not wanted, 1: on the next socket error, 2: when the thread has ended
     InstanceCount<KoltaConnection> instanceCount;
 
