@@ -114,8 +114,8 @@ KoltaConnection::~KoltaConnection()
         exitThread();
         thread.reset();
     }
-    // Requests may run code when they are told and released; by then the lists are no longer the connection's,
-    // and what they execute here is refused.
+    // Requests may run code when they are told and released; by then the lists are no longer the
+    // connection's, and what they execute here is refused.
     closing = true;
     Entries released;
     released.swap(queue);
