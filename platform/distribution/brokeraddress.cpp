@@ -1,0 +1,71 @@
+#include <distribution/brokeraddress.h>
+
+#include <QRegularExpression>
+#include <QUrl>
+
+namespace distribution {
+
+namespace {
+
+constexpr quint16 plainPort = 1883;
+constexpr quint16 tlsPort = 8883;
+
+/// Whether it can be the first levels of a topic.
+bool isPrefix(const QString& prefix)
+{
+    static const QRegularExpression levels(
+        QStringLiteral("^[^/+#$\\x00-\\x1f\\x7f]+(/[^/+#\\x00-\\x1f\\x7f]+)*$"));
+    return levels.match(prefix).hasMatch();
+}
+
+} // namespace
+
+std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString& error)
+{
+    const auto wrong = [&](const char* expected) {
+        error =
+            QStringLiteral("found \"%1\", expected %2").arg(WithoutCredentials(url), QLatin1String(expected));
+        return std::nullopt;
+    };
+    const QUrl parsed(url, QUrl::StrictMode);
+    const bool isTls = parsed.scheme() == QLatin1String("mqtts");
+    if (!parsed.isValid() || (!isTls && parsed.scheme() != QLatin1String("mqtt")) ||
+        parsed.host().isEmpty() || parsed.hasQuery() || parsed.hasFragment() || parsed.port() == 0)
+        return wrong("mqtt[s]://[USER@]HOST[:PORT][/PREFIX]");
+    BrokerAddress address;
+    address.tls = isTls;
+    address.host = parsed.host();
+    address.port = static_cast<quint16>(parsed.port(isTls ? tlsPort : plainPort));
+    address.user = parsed.userName(QUrl::FullyDecoded).toUtf8();
+    address.password = parsed.password(QUrl::FullyDecoded).toUtf8();
+    QString prefix = parsed.path(QUrl::FullyDecoded).mid(1);
+    if (prefix.endsWith(QLatin1Char('/')))
+        prefix.chop(1);
+    if (!prefix.isEmpty() && !isPrefix(prefix))
+        return wrong("a prefix of topic levels without \"+\", \"#\" and \"$\"");
+    if (!prefix.isEmpty())
+        address.prefix = prefix.toUtf8();
+    return address;
+}
+
+QString BrokerAddress::ToText() const
+{
+    QUrl url;
+    url.setScheme(tls ? QStringLiteral("mqtts") : QStringLiteral("mqtt"));
+    url.setHost(host);
+    url.setPort(port);
+    if (prefix != BrokerAddress().prefix)
+        url.setPath(QLatin1Char('/') + QString::fromUtf8(prefix));
+    return url.toString();
+}
+
+QString WithoutCredentials(const QString& url)
+{
+    const int start = url.indexOf(QLatin1String("//"));
+    const int end = url.lastIndexOf(QLatin1Char('@'));
+    if (end < 0)
+        return url;
+    return start >= 0 && start < end ? url.left(start + 2) + url.mid(end + 1) : url.mid(end + 1);
+}
+
+} // namespace distribution

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace distribution {
+
+/// Where a broker is and as whom one comes to it: `mqtt[s]://[user[:password]@]host[:port][/prefix]`.
+struct BrokerAddress
+{
+    bool tls = false; ///< mqtts
+    QString host;     ///< name or address; IPv6 without brackets
+    quint16 port = 0; ///< 1883, or 8883 with TLS, where the URL has none
+    QByteArray user;  ///< UTF-8; empty: none
+    QByteArray password;
+    QByteArray prefix = QByteArrayLiteral("kolta"); ///< first levels of all topics
+
+    /// Nothing, and what is wrong in one line that never names the password, for a text that is no such URL.
+    static std::optional<BrokerAddress> FromUrl(const QString& url, QString& error);
+    /// The URL without user and password, for people.
+    QString ToText() const;
+};
+
+/// The URL as it may be shown: without user and password, also when it is malformed.
+QString WithoutCredentials(const QString& url);
+
+} // namespace distribution

@@ -1,0 +1,191 @@
+#include <distribution/mqttcarrier.h>
+
+#include <QMetaObject>
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace distribution {
+
+namespace {
+
+constexpr int firstRetryMs = 200;
+constexpr int longestRetryMs = 10000;
+constexpr int refusedRetryMs = 30000;
+/// A connection that held so long was a good one.
+constexpr int goodAfterMs = 5000;
+constexpr int patienceMs = 15000;
+constexpr int leaveLimitMs = 1000;
+
+/// A listener may destroy the carrier, and the function with it.
+template<class... Arguments>
+void call(const std::function<void(Arguments...)>& listener,
+          const typename std::common_type<Arguments>::type&... arguments)
+{
+    const std::function<void(Arguments...)> copy = listener;
+    if (copy)
+        copy(arguments...);
+}
+
+/// A quarter more or less.
+int scattered(int milliseconds)
+{
+    return milliseconds * 3 / 4 + QRandomGenerator::global()->bounded(milliseconds / 2 + 1);
+}
+
+} // namespace
+
+MqttCarrier::MqttCarrier(const MqttOptions& options) : m_options(options), m_retryMs(firstRetryMs)
+{
+    m_retry.setSingleShot(true);
+    m_patience.setSingleShot(true);
+    m_patience.setInterval(patienceMs);
+    QObject::connect(&m_retry, &QTimer::timeout, &m_context, [this] { connect(); });
+    QObject::connect(&m_patience, &QTimer::timeout, &m_context, [this] {
+        down(DownReason::Lost, QStringLiteral("%1: no answer within %2 s")
+                                   .arg(m_options.address.ToText())
+                                   .arg(patienceMs / 1000));
+    });
+}
+
+MqttCarrier::~MqttCarrier()
+{
+    m_connection.reset();
+    if (m_left)
+        m_left->WaitForEnd(leaveLimitMs);
+}
+
+void MqttCarrier::Open(const Will& will, const Bytes& clientId)
+{
+    Close();
+    m_will = will;
+    m_clientId = clientId;
+    m_isOpen = true;
+    m_retryMs = firstRetryMs;
+    connect();
+}
+
+void MqttCarrier::Close()
+{
+    m_isOpen = false;
+    m_isUp = false;
+    m_said.clear();
+    m_retry.stop();
+    m_patience.stop();
+    if (!m_connection)
+        return;
+    m_connection->Leave();
+    m_left = std::move(m_connection);
+}
+
+void MqttCarrier::Publish(Publication publication)
+{
+    if (m_isUp)
+        check(m_connection->Publish(std::move(publication)));
+}
+
+void MqttCarrier::Subscribe(const Bytes& filter)
+{
+    if (m_isUp)
+        check(m_connection->Subscribe(filter));
+}
+
+void MqttCarrier::Unsubscribe(const Bytes& filter)
+{
+    if (m_isUp)
+        check(m_connection->Unsubscribe(filter));
+}
+
+/// A line that takes nothing more is given up, but not from within the caller's call.
+void MqttCarrier::check(bool couldSend)
+{
+    if (couldSend)
+        return;
+    m_isUp = false;
+    QMetaObject::invokeMethod(
+        &m_context,
+        [this, connection = m_connection.get()] {
+            if (m_connection.get() != connection)
+                return;
+            m_isUp = true;
+            down(DownReason::Lost,
+                 QStringLiteral("%1: the broker does not keep up").arg(m_options.address.ToText()));
+        },
+        Qt::QueuedConnection);
+}
+
+void MqttCarrier::connect()
+{
+    m_patience.start();
+    // Called on the connection's thread, which lets nobody destroy the connection meanwhile.
+    m_connection = std::make_unique<MqttConnection>(m_options, m_will, m_clientId, [this] {
+        QMetaObject::invokeMethod(
+            &m_context, [this] { takeEvents(); }, Qt::QueuedConnection);
+    });
+}
+
+/// Listeners may do anything, also close or destroy this.
+void MqttCarrier::takeEvents()
+{
+    if (!m_connection)
+        return;
+    std::vector<MqttConnection::Event> events;
+    const MqttConnection* const connection = m_connection.get();
+    if (m_connection->Take(events))
+        QMetaObject::invokeMethod(
+            &m_context, [this] { takeEvents(); }, Qt::QueuedConnection);
+    const values::Weak<MqttCarrier> self(this);
+    for (const MqttConnection::Event& event : events) {
+        tell(event);
+        if (!self || m_connection.get() != connection)
+            return;
+    }
+}
+
+void MqttCarrier::tell(const MqttConnection::Event& event)
+{
+    switch (event.kind) {
+    case MqttConnection::Event::Up:
+        m_patience.stop();
+        m_upSince.start();
+        m_isUp = true;
+        m_said.clear();
+        call(onUp, event.maximumPayload);
+        break;
+    case MqttConnection::Event::Down:
+        down(event.reason, event.text);
+        break;
+    case MqttConnection::Event::Message:
+        if (m_isUp)
+            call(onMessage, event.topic, event.payload);
+        break;
+    case MqttConnection::Event::Refused:
+        if (m_isUp)
+            call(onRefused, event.topic, event.text);
+        break;
+    }
+}
+
+void MqttCarrier::down(DownReason reason, const QString& text)
+{
+    const bool wasUp = std::exchange(m_isUp, false);
+    m_patience.stop();
+    m_connection.reset();
+    if (wasUp && m_upSince.hasExpired(goodAfterMs))
+        m_retryMs = firstRetryMs;
+    if (reason == DownReason::Lost) {
+        m_retry.start(scattered(m_retryMs));
+        m_retryMs = std::min(2 * m_retryMs, longestRetryMs);
+    } else if (reason == DownReason::Refused) {
+        m_retry.start(scattered(refusedRetryMs));
+    }
+    // The same failure of one attempt after the other is told once.
+    if (wasUp || m_said != text) {
+        m_said = text;
+        call(onDown, reason, text);
+    }
+}
+
+} // namespace distribution
