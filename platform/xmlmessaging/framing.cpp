@@ -12,6 +12,12 @@ namespace {
 constexpr int kFirstBufferBytes = 4096;
 constexpr int kKeptBufferBytes = 256 * 1024;
 
+/// An alert or the beginning of a handshake: the peer means another kind of link.
+bool isTlsRecord(char first)
+{
+    return first == '\x15' || first == '\x16';
+}
+
 } // namespace
 
 void appendFrame(QByteArray& out, const QByteArray& payload)
@@ -80,7 +86,8 @@ bool FrameReader::takeHeader()
         return false;
     };
     if (available > 0 && at[0] != '\n')
-        return wrong("no chunk", 0, "LF");
+        return wrong(m_consumed + m_pos == 0 && isTlsRecord(at[0]) ? "TLS where none is spoken" : "no chunk",
+                     0, "LF");
     if (available > 1 && at[1] != '#')
         return wrong("no chunk", 1, "\"#\"");
     if (available < 3)

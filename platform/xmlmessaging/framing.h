@@ -29,6 +29,12 @@ public:
     /// Tells that no more bytes will come; in the middle of a message that is an error.
     void end();
 
+    /// Bytes of a message that has not come whole yet.
+    qint64 pendingBytes() const noexcept
+    {
+        return static_cast<qint64>(m_buffer.size() - m_pos) + (m_complete ? 0 : m_message.size());
+    }
+
     bool hasError() const noexcept { return !m_error.isEmpty(); }
     /// What is wrong, at which byte of the stream, and what was expected; empty while all is well.
     const QString& error() const noexcept { return m_error; }

@@ -31,6 +31,7 @@ constexpr qint64 kMessageCostPerByte = 4;
 constexpr int kTickMs = 100;
 constexpr auto kConnectTime = 10s;
 constexpr auto kFinishTime = 500ms;
+constexpr auto kUnacknowledgedTime = 60s;
 /// Unit of a message's available time.
 using AvailableTime = std::chrono::duration<qint64, std::ratio<1, 100000>>;
 
@@ -119,7 +120,7 @@ void LinkWorker::onState(QAbstractSocket::SocketState state)
 {
     if (state == QAbstractSocket::ConnectedState) {
         tuneSocket(*m_socket);
-        limitUnacknowledgedTime(*m_socket);
+        limitUnacknowledgedTime(*m_socket, kUnacknowledgedTime);
     }
     push(LinkNews::eState, state);
     if (state == QAbstractSocket::ConnectedState && !m_ending)

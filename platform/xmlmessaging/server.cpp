@@ -1,9 +1,7 @@
 #include "server.h"
 
-#include "framing.h"
+#include "serverbounds.h"
 #include "socketoptions.h"
-
-#include <startup/errorhandler.h>
 
 #include <QNetworkProxy>
 #include <QPointer>
@@ -11,245 +9,103 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <utility>
+#include <vector>
+
 using XmlCommon::CMsgFragment;
 using XmlCommon::CXmlMessage;
-using XmlCommon::MessageCodec;
-using XmlCommon::ptrCXmlMessage;
 
 namespace XmlCommunication {
 
 namespace {
 
-constexpr int kReadBytes = 64 * 1024;
 constexpr int kAcceptPauseMs = 1000;
+
+/// Keeps what was accepted as bare descriptors until the listener is left, so that its owner may destroy it
+/// then.
+class Listener : public QTcpServer
+{
+public:
+    using QTcpServer::QTcpServer;
+    std::vector<qintptr> takeAccepted() { return std::exchange(m_accepted, {}); }
+
+protected:
+    void incomingConnection(qintptr descriptor) override { m_accepted.push_back(descriptor); }
+
+private:
+    std::vector<qintptr> m_accepted;
+};
 
 } // namespace
 
-struct CServerLink::Private
-{
-    Private(CServerLink* link, QTcpSocket* peer, quint32 id, const XmlCommon::MessageLimits& messageLimits)
-        : q(link)
-        , socket(peer)
-        , linkId(id)
-        , limits(messageLimits)
-        , reader(messageLimits.maxMessageBytes)
-        , address(peer->peerAddress())
-        , port(peer->peerPort())
-        , buffer(std::make_unique<char[]>(kReadBytes))
-    {
-    }
-
-    void read();
-    bool readMessages();
-    void malformed(const QString& what);
-    void end(const QString& reason);
-    template<class Function>
-    void inSocketSignal(Function function);
-
-    CServerLink* const q;
-    QTcpSocket* const socket;
-    const quint32 linkId;
-    const XmlCommon::MessageLimits limits;
-    FrameReader reader;
-    const QHostAddress address;
-    const quint16 port;
-    std::unique_ptr<char[]> buffer;
-    QByteArray payload;
-    QByteArray frame;
-    bool reading = true;
-    bool ended = false;
-    int socketSignals = 0; ///< signals of the socket that are being handled
-};
-
-CServerLink::CServerLink(QTcpSocket* socket, quint32 id, const XmlCommon::MessageLimits& limits,
-                         QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(this, socket, id, limits))
-{
-    socket->setParent(this);
-    socket->setReadBufferSize(kReadBytes);
-    tuneSocket(*socket);
-    connect(socket, &QTcpSocket::readyRead, this, [this] { d->inSocketSignal([this] { d->read(); }); });
-    connect(socket, &QTcpSocket::disconnected, this,
-            [this] { d->inSocketSignal([this] { d->end(QString()); }); });
-    connect(socket, &QTcpSocket::errorOccurred, this, [this](QAbstractSocket::SocketError error) {
-        const bool orderly = error == QAbstractSocket::RemoteHostClosedError;
-        d->inSocketSignal([&] { d->end(orderly ? QString() : d->socket->errorString()); });
-    });
-}
-
-CServerLink::~CServerLink()
-{
-    d->ended = true;
-    d->socket->disconnect(this);
-    d->socket->abort();
-    if (d->socketSignals > 0) {
-        // Deleted from a slot: the socket is still at work below it.
-        d->socket->setParent(nullptr);
-        d->socket->deleteLater();
-    }
-}
-
-/// Marks that a signal of the socket is being handled, as long as the link lives.
-template<class Function>
-void CServerLink::Private::inSocketSignal(Function function)
-{
-    const QPointer<CServerLink> alive(q);
-    ++socketSignals;
-    function();
-    if (alive)
-        --socketSignals;
-}
-
-quint32 CServerLink::getLinkId() const noexcept
-{
-    return d->linkId;
-}
-
-QHostAddress CServerLink::getPeerAddress() const
-{
-    return d->address;
-}
-
-quint16 CServerLink::getPeerPort() const
-{
-    return d->port;
-}
-
-QString CServerLink::getPeerName() const
-{
-    return endpointName(d->address.toString(), d->port);
-}
-
-void CServerLink::send(const CXmlMessage& message)
-{
-    recycle(d->payload);
-    recycle(d->frame);
-    MessageCodec::encode(message, d->payload);
-    appendFrame(d->frame, d->payload);
-    sendRaw(d->frame);
-}
-
-void CServerLink::sendRaw(const QByteArray& bytes)
-{
-    if (d->ended)
-        return;
-    d->inSocketSignal([this, &bytes] {
-        d->socket->write(bytes);
-        d->socket->flush();
-    });
-}
-
-qint64 CServerLink::bytesToWrite() const
-{
-    return d->ended ? 0 : d->socket->bytesToWrite();
-}
-
-void CServerLink::setReading(bool enabled)
-{
-    const bool resumes = enabled && !d->reading;
-    d->reading = enabled;
-    if (resumes)
-        QMetaObject::invokeMethod(
-            this, [this] { d->read(); }, Qt::QueuedConnection);
-}
-
-void CServerLink::close()
-{
-    if (!d->ended)
-        d->socket->disconnectFromHost();
-}
-
-void CServerLink::abort()
-{
-    if (d->ended)
-        return;
-    resetOnClose(*d->socket);
-    d->end(QStringLiteral("aborted"));
-}
-
-/// Reads until the socket is empty. A slot may stop the reading, end or delete the link.
-void CServerLink::Private::read()
-{
-    while (readMessages()) {
-        const qint64 count = socket->read(buffer.get(), kReadBytes);
-        if (count <= 0)
-            return;
-        reader.feed(buffer.get(), static_cast<int>(count));
-    }
-}
-
-/// Hands on the whole messages that have arrived; false when nothing more is to be read, or the link is gone.
-bool CServerLink::Private::readMessages()
-{
-    const QPointer<CServerLink> alive(q);
-    QByteArray text;
-    while (!ended && reading && reader.next(text)) {
-        QString error;
-        const ptrCXmlMessage message = MessageCodec::decode(std::move(text), error, limits);
-        if (!message) {
-            malformed(error);
-            return false;
-        }
-        Q_EMIT q->MessageReceived(message);
-        if (!alive)
-            return false;
-    }
-    if (ended || !reading)
-        return false;
-    if (reader.hasError()) {
-        malformed(reader.error());
-        return false;
-    }
-    return true;
-}
-
-void CServerLink::Private::malformed(const QString& what)
-{
-    Startup::ErrorHandler::Instance().trace(Startup::eTrace, QStringLiteral("platform/xmlmessaging/server"),
-                                            10, QStringLiteral("%1: %2").arg(q->getPeerName(), what));
-    end(what);
-}
-
-/// Ends the link once. Its receivers may delete it.
-void CServerLink::Private::end(const QString& reason)
-{
-    if (ended)
-        return;
-    ended = true;
-    socket->abort();
-    Q_EMIT q->Closed(reason);
-}
-
 struct CServer::Private
 {
-    QTcpServer* listener = nullptr;
+    explicit Private(CServer* server) : q(server), listener(server) {}
+
+    void accept(qintptr descriptor);
+    void open(QTcpSocket* socket);
+    void pauseAccepting();
+    void resumeAccepting();
+
+    CServer* const q;
+    Listener listener;
     XmlCommon::MessageLimits limits;
+    ServerBounds bounds{ServerLimits::fromConfiguration()};
+    QTimer checkTimer;
     QList<CServerLink*> links;
     quint32 lastLinkId = 0;
+    bool acceptingPaused = false;
 };
 
-CServer::CServer(QObject* parent) : QObject(parent), d(std::make_unique<Private>())
+/// Out of descriptors; links that end give some back.
+void CServer::Private::pauseAccepting()
+{
+    if (!std::exchange(acceptingPaused, true))
+        bounds.refusals().tell(RefusalLog::eNoDescriptors,
+                               QStringLiteral("accepting pauses: %1").arg(listener.errorString()));
+    QTimer::singleShot(kAcceptPauseMs, &listener, &QTcpServer::resumeAccepting);
+}
+
+void CServer::Private::accept(qintptr descriptor)
+{
+    acceptingPaused = false;
+    auto* const socket = new QTcpSocket;
+    socket->setSocketDescriptor(descriptor);
+    if (socket->state() == QAbstractSocket::ConnectedState && bounds.admits(socket->peerAddress())) {
+        open(socket);
+        return;
+    }
+    resetOnClose(*socket);
+    delete socket;
+}
+
+void CServer::Private::open(QTcpSocket* socket)
+{
+    auto* const link = new CServerLink(socket, ++lastLinkId, limits, bounds, q);
+    links.append(link);
+    connect(link, &CServerLink::Closed, q, [this, link] {
+        links.removeOne(link);
+        link->deleteLater();
+    });
+    connect(link, &QObject::destroyed, q, [this, link] { links.removeOne(link); });
+    if (!checkTimer.isActive())
+        checkTimer.start(bounds.interval());
+    Q_EMIT q->LinkOpened(link);
+}
+
+CServer::CServer(QObject* parent) : QObject(parent), d(std::make_unique<Private>(this))
 {
     qRegisterMetaType<XmlCommon::ptrCXmlMessage>("XmlCommon::ptrCXmlMessage");
-    d->listener = new QTcpServer(this);
-    d->listener->setProxy(QNetworkProxy::NoProxy);
-    // Accepting pauses when the process runs out of descriptors; links that end give some back.
-    connect(d->listener, &QTcpServer::acceptError, this,
-            [this] { QTimer::singleShot(kAcceptPauseMs, d->listener, &QTcpServer::resumeAccepting); });
-    connect(d->listener, &QTcpServer::newConnection, this, [this] {
+    d->listener.setProxy(QNetworkProxy::NoProxy);
+    connect(&d->listener, &QTcpServer::acceptError, this, [this] { d->pauseAccepting(); });
+    connect(&d->listener, &QTcpServer::newConnection, this, [this] {
         const QPointer<CServer> alive(this);
-        while (alive && d->listener->hasPendingConnections()) {
-            auto* const link =
-                new CServerLink(d->listener->nextPendingConnection(), ++d->lastLinkId, d->limits, this);
-            d->links.append(link);
-            connect(link, &CServerLink::Closed, this, [this, link] {
-                d->links.removeOne(link);
-                link->deleteLater();
-            });
-            connect(link, &QObject::destroyed, this, [this, link] { d->links.removeOne(link); });
-            Q_EMIT LinkOpened(link);
+        for (const qintptr descriptor : d->listener.takeAccepted()) {
+            if (alive)
+                d->accept(descriptor);
         }
     });
+    connect(&d->checkTimer, &QTimer::timeout, this, [this] { d->bounds.check(); });
 }
 
 CServer::~CServer()
@@ -263,37 +119,48 @@ CServer::~CServer()
 
 bool CServer::listen(const QHostAddress& address, quint16 port)
 {
-    return d->listener->listen(address, port);
+    return d->listener.listen(address, port);
 }
 
 void CServer::close()
 {
-    d->listener->close();
+    d->listener.close();
 }
 
 bool CServer::isListening() const
 {
-    return d->listener->isListening();
+    return d->listener.isListening();
 }
 
 quint16 CServer::port() const
 {
-    return d->listener->serverPort();
+    return d->listener.serverPort();
 }
 
 QHostAddress CServer::address() const
 {
-    return d->listener->serverAddress();
+    return d->listener.serverAddress();
 }
 
 QString CServer::errorString() const
 {
-    return d->listener->errorString();
+    return d->listener.errorString();
 }
 
 void CServer::setLimits(const XmlCommon::MessageLimits& limits)
 {
     d->limits = limits;
+}
+
+void CServer::setServerLimits(const ServerLimits& limits)
+{
+    d->bounds.setLimits(limits);
+    d->checkTimer.start(d->bounds.interval());
+}
+
+const ServerLimits& CServer::serverLimits() const
+{
+    return d->bounds.limits();
 }
 
 QList<CServerLink*> CServer::links() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xmlmessaging/messagecodec.h>
+#include <xmlmessaging/serverlimits.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QHostAddress>
@@ -14,9 +15,12 @@ class QTcpSocket;
 namespace XmlCommunication {
 
 class CServer;
+class ServerBounds;
 
 /// The server end of one client's link. Owned by its CServer, deleted (later) when the link has ended.
 /// Lives on the server's thread.
+///
+/// A link whose peer does not read what it is sent stops being read, and ends when ServerLimits says so.
 class CServerLink : public QObject
 {
     Q_OBJECT
@@ -30,8 +34,11 @@ public:
     quint16 getPeerPort() const;
     /// Peer as "address:port", with brackets around an IPv6 address.
     QString getPeerName() const;
+    /// Whom the peer's certificate names; empty when it showed none.
+    QString getPeerUser() const;
 
-    /// Encodes, frames and sends.
+    /// Encodes, frames and sends. May end this link, or another of the same server, whose Closed() is then
+    /// emitted before this returns.
     void send(const XmlCommon::CXmlMessage& message);
     /// Sends bytes as they are. What the peer makes of them is the caller's concern.
     void sendRaw(const QByteArray& bytes);
@@ -52,17 +59,20 @@ Q_SIGNALS:
 
 private:
     friend class CServer;
-    CServerLink(QTcpSocket* socket, quint32 id, const XmlCommon::MessageLimits& limits, QObject* parent);
+    CServerLink(QTcpSocket* socket, quint32 id, const XmlCommon::MessageLimits& limits, ServerBounds& bounds,
+                QObject* parent);
     struct Private;
     std::unique_ptr<Private> d;
 };
 
-/// Listens for clients of the XML protocol. Lives on any thread with an event loop; starts none.
+/// Listens for clients of the XML protocol. Lives on any thread with an event loop; starts none. What it
+/// refuses is told in trace lines, of each cause one a minute.
 class CServer : public QObject
 {
     Q_OBJECT
 
 public:
+    /// Bounded by what the configuration says.
     explicit CServer(QObject* parent = nullptr);
     ~CServer() override;
 
@@ -76,6 +86,9 @@ public:
     QString errorString() const;
     /// For links that open from now on.
     void setLimits(const XmlCommon::MessageLimits& limits);
+    /// From now on, for links that are open too.
+    void setServerLimits(const ServerLimits& limits);
+    const ServerLimits& serverLimits() const;
     /// The links that are open, in the order in which they came.
     QList<CServerLink*> links() const;
 

@@ -39,12 +39,13 @@ void tuneSocket(QAbstractSocket& socket)
 #endif
 }
 
-void limitUnacknowledgedTime(QAbstractSocket& socket)
+void limitUnacknowledgedTime(QAbstractSocket& socket, std::chrono::milliseconds time)
 {
 #ifdef Q_OS_LINUX
-    setTcpOption(socket, TCP_USER_TIMEOUT, 60000);
+    setTcpOption(socket, TCP_USER_TIMEOUT, static_cast<int>(time.count()));
 #else
     Q_UNUSED(socket)
+    Q_UNUSED(time)
 #endif
 }
 
