@@ -82,8 +82,9 @@ void ServerBounds::shed()
     }
 }
 
-/// Of the links that hold at least an equal share the one that has been stuck longest: a peer that is slow
-/// but works, or sends one large message, stays before those that pile up and do nothing.
+/// Of the links that hold a good part of an equal share the one that has been stuck longest: a peer that is
+/// slow but works, or sends one large message, stays before those that pile up and do nothing, and one that
+/// holds next to nothing is not worth its end.
 LinkBounds* ServerBounds::heaviest(Bytes bytes, Since since) const
 {
     qint64 sum = 0;
@@ -94,7 +95,7 @@ LinkBounds* ServerBounds::heaviest(Bytes bytes, Since since) const
     }
     LinkBounds* found = nullptr;
     for (LinkBounds* link : m_links) {
-        if (link->*bytes > 0 && link->*bytes * holders >= sum && (!found || link->*since < found->*since))
+        if (link->*bytes > 0 && link->*bytes * holders * 4 >= sum && (!found || link->*since < found->*since))
             found = link;
     }
     return found;

@@ -17,7 +17,7 @@ struct ServerLimits
 
     /// Per link: while more waits for being sent, nothing is read from the link.
     qint64 maxUnsentBytes = 1024 * 1024;
-    /// Of all links together. Beyond it a link ends: of those that hold at least an equal share of the bytes
+    /// Of all links together. Beyond it a link ends: of those that hold at least a quarter of an equal share
     /// the one that has been stuck longest.
     qint64 maxUnsentBytesOfAll = 32 * 1024 * 1024;
     /// The same for messages of which only a part has arrived.

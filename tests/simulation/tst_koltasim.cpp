@@ -1,5 +1,6 @@
 #include "rawclient.h"
 
+#include <simulation/hostilepeers.h>
 #include <simulation/requesthandler.h>
 
 #include <xmlmessaging/converters.h>
@@ -11,6 +12,23 @@
 
 #include <csignal>
 
+namespace {
+
+/// Where the server that `program` becomes listens.
+QString startServer(QProcess& program, const QStringList& options)
+{
+    const QStringList installation{QStringLiteral("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR)};
+    program.start(QStringLiteral(KOLTASIM_PROGRAM), installation + options);
+    if (!QTest::qWaitFor([&] { return program.canReadLine(); }, 10000))
+        qFatal("no first line");
+    const QString line = QString::fromUtf8(program.readLine()).trimmed();
+    if (!line.startsWith(QStringLiteral("S1 listens on ")))
+        qFatal("unexpected first line");
+    return line.section(QLatin1Char(' '), -1);
+}
+
+} // namespace
+
 /// The program as its user meets it.
 class TestKoltaSim : public QObject
 {
@@ -19,6 +37,8 @@ class TestKoltaSim : public QObject
 private Q_SLOTS:
     void servesUntilInterrupted_data();
     void servesUntilInterrupted();
+    void keepsItsMemory_data();
+    void keepsItsMemory();
     void endsWithItsExitCode_data();
     void endsWithItsExitCode();
 };
@@ -36,15 +56,10 @@ void TestKoltaSim::servesUntilInterrupted()
     QFETCH(QString, listen);
     QFETCH(int, signal);
     QProcess program;
-    program.start(QStringLiteral(KOLTASIM_PROGRAM),
-                  {QStringLiteral("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR),
-                   QStringLiteral("--listen"), listen, QStringLiteral("--activity"),
-                   QStringLiteral("--period"), QStringLiteral("5"), QStringLiteral("--misbehave"),
-                   QStringLiteral("twice,component=Statistics")});
-    QTRY_VERIFY_WITH_TIMEOUT(program.canReadLine(), 10000);
-    const QString line = QString::fromUtf8(program.readLine()).trimmed();
-    QVERIFY2(line.startsWith(QStringLiteral("S1 listens on ")), qPrintable(line));
-    const QString where = line.section(QLatin1Char(' '), -1);
+    const QString where =
+        startServer(program, {QStringLiteral("--listen"), listen, QStringLiteral("--activity"),
+                              QStringLiteral("--period"), QStringLiteral("5"), QStringLiteral("--misbehave"),
+                              QStringLiteral("twice,component=Statistics")});
     RawClient client(QHostAddress(where.section(QLatin1Char(':'), 0, -2)),
                      where.section(QLatin1Char(':'), -1).toUShort());
     client.send(KoltaSimulation::makeStatisticsQuery());
@@ -58,6 +73,41 @@ void TestKoltaSim::servesUntilInterrupted()
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QCOMPARE(program.exitCode(), 0);
     QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
+}
+
+void TestKoltaSim::keepsItsMemory_data()
+{
+    using KoltaSimulation::Hostility;
+    constexpr qint64 kMiB = 1024 * 1024;
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("peers");
+    QTest::addColumn<qint64>("bytes"); ///< of each
+    QTest::addColumn<qint64>("limit"); ///< peak of the whole program
+    QTest::newRow("deaf peers") << int(Hostility::DeafAsker) << 40 << 10 * kMiB << 64 * kMiB;
+    QTest::newRow("half messages") << int(Hostility::HalfMessage) << 24 << 16 * kMiB << 128 * kMiB;
+}
+
+void TestKoltaSim::keepsItsMemory()
+{
+    QFETCH(int, kind);
+    QFETCH(int, peers);
+    QFETCH(qint64, bytes);
+    QFETCH(qint64, limit);
+    QProcess program;
+    const QString where =
+        startServer(program, {QStringLiteral("--activity"), QStringLiteral("--period"), QStringLiteral("1")});
+    const QHostAddress address(where.section(QLatin1Char(':'), 0, -2));
+    const quint16 port = where.section(QLatin1Char(':'), -1).toUShort();
+    KoltaSimulation::HostilePeers hostile(address, port);
+    hostile.add(static_cast<KoltaSimulation::Hostility>(kind), peers, bytes);
+    QVERIFY(hostile.settle(1000, 30000));
+    const qint64 peak = KoltaSimulation::peakMemory(program.processId());
+    QVERIFY2(peak > 0 && peak <= limit, qPrintable(QString::number(peak)));
+    RawClient client(address, port); // and it still serves
+    client.send(KoltaSimulation::makeStatisticsQuery());
+    QTRY_COMPARE(client.messages.size(), 1);
+    program.terminate();
+    QVERIFY(program.waitForFinished());
 }
 
 void TestKoltaSim::endsWithItsExitCode_data()

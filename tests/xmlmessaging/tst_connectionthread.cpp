@@ -102,6 +102,9 @@ void TestConnectionThread::floodOfBroadcastsStaysBoundedAndInOrder()
     constexpr int kCount = 3000;
     constexpr int kSize = 20000;
     CServer server;
+    ServerLimits unbounded;
+    unbounded.maxUnsentBytesOfAll = 0;
+    server.setServerLimits(unbounded);
     QVERIFY(server.listen());
     QPointer<CServerLink> link;
     connect(&server, &CServer::LinkOpened, [&](CServerLink* opened) { link = opened; });
