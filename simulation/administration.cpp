@@ -5,7 +5,7 @@
 
 #include <koltacommon/powercontrolcmd.h>
 #include <resourcemodel/requests.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QTimer>
 
@@ -18,11 +18,8 @@ using RESOURCEMANAGEMENT::ResourceOverview;
 
 namespace {
 
-void traceWarning(int line, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(Startup::eTraceWarning,
-                                            QStringLiteral("simulation/administration"), line, text);
-}
+enum eTracePoint : int { eNoRecord = 61, eNoPowerCommand = 418 };
+constexpr Startup::TraceSource kTrace("simulation/administration", Startup::eTraceWarning);
 
 /// Reads a record that a client wrote into a request node. False, with a trace line, when it is none.
 template<class Record>
@@ -31,8 +28,8 @@ bool readRecord(const QString& text, Record& record)
     try {
         return record.SetXmlString(text, true);
     } catch (const REPORTGENERATOR::RGException& failure) {
-        traceWarning(
-            61,
+        kTrace(
+            eNoRecord,
             QStringLiteral("A request node holds no %1: %2").arg(record.GetObjectName(), failure.GetText()));
         return false;
     }
@@ -248,8 +245,8 @@ void Administration::switchPower(const QString& text)
     // The scope tells a real server which supply to switch; here a unit has one supply only.
     const std::optional<Kolta::PowerControlCmd> command = Kolta::PowerControlCmd::fromString(text);
     if (!command) {
-        traceWarning(418,
-                     QStringLiteral("Found \"%1\" in UnitPowerControl, expected SCOPE@ON@GUIDS").arg(text));
+        kTrace(eNoPowerCommand,
+               QStringLiteral("Found \"%1\" in UnitPowerControl, expected SCOPE@ON@GUIDS").arg(text));
     } else if (m_resources.switchUnits(command->units(), command->isOn())) {
         m_productions.stopLost();
         Q_EMIT resourcesChanged();

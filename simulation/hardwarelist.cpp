@@ -1,12 +1,19 @@
 #include <simulation/hardwarelist.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QSet>
 
 #include <algorithm>
 
 namespace KoltaSimulation {
+
+namespace {
+
+enum eTracePoint : int { eNoList = 60 };
+constexpr Startup::TraceSource kTrace("simulation/hardwarelist", Startup::eTraceWarning);
+
+} // namespace
 
 using RESOURCEMANAGEMENT::HWProcessing;
 using RESOURCEMANAGEMENT::HWProcessingOverview;
@@ -54,9 +61,7 @@ void HardwareList::read(const QString& text)
     try {
         overview.SetXmlString(text, true);
     } catch (const REPORTGENERATOR::RGException& failure) {
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTraceWarning, QStringLiteral("simulation/hardwarelist"), 60,
-            QStringLiteral("HardwareProcessing holds no list: %1").arg(failure.GetText()));
+        kTrace(eNoList, QStringLiteral("HardwareProcessing holds no list: %1").arg(failure.GetText()));
         return;
     }
     m_overview = overview;

@@ -2,6 +2,7 @@
 
 #include <simulation/faultids.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/q9rprofiles.h>
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/processors.h>
@@ -14,7 +15,6 @@
 #include <QSettings>
 #include <QStringList>
 #include <QTextCodec>
-#include <QUuid>
 #include <QXmlStreamReader>
 
 #include <memory>
@@ -116,7 +116,7 @@ bool checkGuids(const QString& file, const char* kind, const QVector<Resource>& 
         ++position;
         const QString guid = resource.GetTavikResource().GetGUID();
         const char* fault = nullptr;
-        if (QUuid(guid).isNull())
+        if (!Kolta::isGuid(guid))
             fault = "is no GUID, expected {xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
         else if (known.contains(guid))
             fault = "is already taken, expected a GUID of its own";

@@ -6,7 +6,7 @@
 #include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <xmlmessaging/server.h>
 
 #include <QTimer>
@@ -20,11 +20,8 @@ using XmlCommunication::CServerLink;
 
 namespace {
 
-void traceWarning(int line, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(Startup::eTraceWarning,
-                                            QStringLiteral("simulation/simulatedserver"), line, text);
-}
+enum eTracePoint : int { eCannotListen = 290, eCannotComeBack = 400 };
+constexpr Startup::TraceSource kTrace("simulation/simulatedserver", Startup::eTraceWarning);
 
 SimulatedLink* simulatedLink(CServerLink* link)
 {
@@ -284,7 +281,8 @@ void SimulatedServer::applyRefusal()
     if (m_plan.refuses())
         m_server->close();
     else if (!openPort())
-        traceWarning(290, QStringLiteral("Cannot listen on %1 again: %2").arg(hostAndPort(), errorString()));
+        kTrace(eCannotListen,
+               QStringLiteral("Cannot listen on %1 again: %2").arg(hostAndPort(), errorString()));
 }
 
 void SimulatedServer::openLink(CServerLink* link)
@@ -419,7 +417,8 @@ void SimulatedServer::followEnd(bool returns)
     }
     QTimer::singleShot(0, this, [this] {
         if (m_vanished && !comeBack())
-            traceWarning(400, QStringLiteral("Cannot come back on %1: %2").arg(hostAndPort(), errorString()));
+            kTrace(eCannotComeBack,
+                   QStringLiteral("Cannot come back on %1: %2").arg(hostAndPort(), errorString()));
     });
 }
 

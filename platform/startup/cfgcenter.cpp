@@ -1,6 +1,6 @@
 #include <startup/cfgcenter.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QDir>
 #include <QFileInfo>
@@ -13,12 +13,8 @@ namespace Startup {
 namespace {
 
 /// Trace points of this file.
-enum : int { traceUnreadable = 10, traceUnwritable = 20 };
-
-void traceProblem(quint32 channel, int line, const QString& text)
-{
-    ErrorHandler::Instance().trace(channel, QStringLiteral("platform/startup/cfgcenter"), line, text);
-}
+enum eTracePoint : int { eUnreadable = 10, eUnwritable = 20 };
+constexpr TraceSource kTrace("platform/startup/cfgcenter", eTraceError);
 
 QString defaultFile()
 {
@@ -144,7 +140,7 @@ bool CfgCenter::Open(const QString& file)
     }
     // Never under the lock: the error handler may read its mask from here.
     if (!problem.isEmpty())
-        traceProblem(eTraceError, traceUnreadable, problem);
+        kTrace(eUnreadable, problem);
     return problem.isEmpty();
 }
 
@@ -211,7 +207,7 @@ std::unique_lock<std::mutex> CfgCenter::lockOpened() const
     const QString problem = m_store->load(defaultFile());
     if (!problem.isEmpty()) {
         lock.unlock();
-        traceProblem(eTraceError, traceUnreadable, problem);
+        kTrace(eUnreadable, problem);
         lock.lock();
     }
     return lock;
@@ -233,7 +229,7 @@ bool CfgCenter::write(const QString& group, const QString& key, const QVariant& 
             m_store->unwritten.insert(name, value);
     }
     if (!problem.isEmpty())
-        traceProblem(eTraceWarning, traceUnwritable, problem);
+        kTrace(eUnwritable, problem, eTraceWarning);
     return problem.isEmpty();
 }
 

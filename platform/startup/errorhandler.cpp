@@ -1,6 +1,7 @@
 #include <startup/errorhandler.h>
 
 #include <startup/cfgcenter.h>
+#include <startup/tracesource.h>
 
 #include <QLoggingCategory>
 
@@ -11,6 +12,9 @@ namespace Startup {
 namespace {
 
 Q_LOGGING_CATEGORY(traceCategory, "kolta.trace")
+
+enum eTracePoint : int { eBadMask = 10 };
+constexpr TraceSource kTrace("platform/startup/errorhandler", eTraceWarning);
 
 constexpr quint32 allChannels = 0xffffffffU;
 
@@ -61,8 +65,8 @@ void ErrorHandler::readMask()
     if (isNumber)
         setMask(mask);
     else
-        trace(eTraceWarning, QStringLiteral("platform/startup/errorhandler"), 10,
-              QStringLiteral("Trace mask \"%1\" is not a number; every channel stays on").arg(text));
+        kTrace(eBadMask,
+               QStringLiteral("Trace mask \"%1\" is not a number; every channel stays on").arg(text));
 }
 
 void ErrorHandler::trace(quint32 channel, const QString& source, int line, const QString& text) noexcept

@@ -1,6 +1,6 @@
 #include <startup/translation.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -13,10 +13,12 @@ namespace Startup {
 
 namespace {
 
+enum eTracePoint : int { eRefused = 10 };
+constexpr TraceSource kTrace("platform/startup/translation", eTraceWarning);
+
 bool refuse(const QString& file, const QString& reason)
 {
-    ErrorHandler::Instance().trace(eTraceWarning, QStringLiteral("platform/startup/translation"), 10,
-                                   QStringLiteral("Translation file %1: %2").arg(file, reason));
+    kTrace(eRefused, QStringLiteral("Translation file %1: %2").arg(file, reason));
     return false;
 }
 

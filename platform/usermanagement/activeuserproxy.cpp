@@ -1,6 +1,6 @@
 #include <usermanagement/activeuserproxy.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -20,23 +20,19 @@ namespace {
 constexpr int settleMs = 50;
 
 /// Trace points of this file.
-enum : int { traceRefused = 10, traceUnwatched = 11, traceCallback = 20 };
-
-void trace(int line, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceError, QStringLiteral("platform/usermanagement/activeuserproxy"), line, text);
-}
+enum eTracePoint : int { eRefused = 10, eUnwatched = 11, eCallback = 20 };
+constexpr Startup::TraceSource kTrace("platform/usermanagement/activeuserproxy", Startup::eTraceError);
 
 void call(IActiveUserEvent& callback, IActiveUserEvent::tagRIGHTEVENT event)
 {
     try {
         callback.onUpdateRights(event);
-    } catch (const std::exception& exception) {
-        trace(traceCallback, QStringLiteral("Error: exception from a callback for the active user: %1")
-                                 .arg(QString::fromLocal8Bit(exception.what())));
     } catch (...) {
-        trace(traceCallback, QStringLiteral("Error: unknown exception from a callback for the active user"));
+        const QString says = Startup::CurrentExceptionText();
+        kTrace(eCallback,
+               says.isNull()
+                   ? QStringLiteral("Error: unknown exception from a callback for the active user")
+                   : QStringLiteral("Error: exception from a callback for the active user: %1").arg(says));
     }
 }
 
@@ -157,7 +153,7 @@ bool ActiveUserProxy::readFile()
     else
         become(m_users.findByName(*entry), IActiveUserEvent::eUserLoggedOut, std::move(lock));
     if (!good && isNews)
-        trace(traceRefused, QStringLiteral("Users: %1; nobody has any right").arg(error));
+        kTrace(eRefused, QStringLiteral("Users: %1; nobody has any right").arg(error));
     return good;
 }
 
@@ -228,7 +224,7 @@ void ActiveUserProxy::watchFile()
     }
     m_watcher = std::make_unique<QFileSystemWatcher>();
     if (!m_watcher->addPath(QFileInfo(file).absolutePath()))
-        trace(traceUnwatched, QStringLiteral("Users: changes of %1 cannot be noticed").arg(file));
+        kTrace(eUnwatched, QStringLiteral("Users: changes of %1 cannot be noticed").arg(file));
     if (QFileInfo::exists(file))
         m_watcher->addPath(file);
     const auto changed = [this, file] {

@@ -1,6 +1,6 @@
 #include <values/replication.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 #include <exception>
@@ -19,22 +19,20 @@ constexpr std::size_t maximumOrigins = 1000;
 /// Larger buffers are given back after use.
 constexpr std::size_t keptBody = 65536;
 
-void trace(int tracePoint, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(Startup::eTraceError,
-                                            QStringLiteral("platform/values/replication"), tracePoint, text);
-}
+enum eTracePoint : int {
+    eRecorderGone = 1,
+    eUnfitMessage = 2,
+    eMessageException = 3,
+    eGroupsMissing = 4,
+    eObserverException = 5
+};
+constexpr Startup::TraceSource kTrace("platform/values/replication", Startup::eTraceError);
 
 /// What the exception that is being handled says.
 QString exceptionText()
 {
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        return QString::fromUtf8(error.what());
-    } catch (...) {
-        return QStringLiteral("unknown exception");
-    }
+    const QString text = Startup::CurrentExceptionText();
+    return text.isNull() ? QStringLiteral("unknown exception") : text;
 }
 
 /// What observers throw must not keep the rest of a message from being executed.
@@ -44,7 +42,7 @@ void traceExceptions(const Call& call)
     try {
         call();
     } catch (...) {
-        trace(5, exceptionText());
+        kTrace(eObserverException, exceptionText());
     }
 }
 
@@ -186,7 +184,7 @@ ReplicaLink::ReplicaLink(Replica& replica, LinkRole role, ConflictPolicy policy)
     : m_replica(&replica), m_role(role), m_policy(std::move(policy))
 {
     if (!replica.add(*this))
-        fail(1, QStringLiteral("the value is gone or has another recorder"));
+        fail(eRecorderGone, QStringLiteral("the value is gone or has another recorder"));
     else if (role == LinkRole::Secondary)
         requestState();
 }
@@ -332,10 +330,10 @@ bool ReplicaLink::process(ByteReader in)
                            : kind == AcknowledgeMessage ? takeAcknowledgement(in)
                                                         : false;
         if (self && !taken && !m_broken)
-            fail(2, QStringLiteral("message %1 does not fit").arg(kind));
+            fail(eUnfitMessage, QStringLiteral("message %1 does not fit").arg(kind));
     } catch (...) {
         if (self)
-            fail(3, exceptionText());
+            fail(eMessageException, exceptionText());
     }
     return self && !m_broken;
 }
@@ -389,7 +387,7 @@ bool ReplicaLink::takeGroup(ByteReader& in)
     if (number <= m_received)
         return true; // it was carried twice
     if (number != m_received + 1) {
-        fail(4, QStringLiteral("group %1 came after %2").arg(number).arg(m_received));
+        fail(eGroupsMissing, QStringLiteral("group %1 came after %2").arg(number).arg(m_received));
         return false;
     }
     Sections sections;
@@ -498,8 +496,8 @@ void ReplicaLink::fail(int tracePoint, const QString& reason)
     m_queuedBytes = 0;
     m_incoming.clear();
     const ValueBase* const of = value();
-    trace(
-        tracePoint,
+    kTrace(
+        static_cast<eTracePoint>(tracePoint),
         QStringLiteral("The link of value \"%1\" is broken: %2").arg(of ? of->GetPath() : QString(), reason));
     wakeUp();
 }

@@ -3,11 +3,18 @@
 #include <values/command.h>
 #include <values/utf8.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <vector>
 
 namespace values {
+
+namespace {
+
+enum eTracePoint : int { eTransactionLost = 1 };
+constexpr Startup::TraceSource kTrace("platform/values/value", Startup::eTraceError);
+
+} // namespace
 
 struct ValueBase::Recording
 {
@@ -114,8 +121,7 @@ void ValueBase::endTransaction() noexcept
         if (Record())
             m_recording->recorder->OnCommand(*this, std::move(command));
     } catch (...) { // only for lack of memory
-        Startup::ErrorHandler::Instance().trace(Startup::eTraceError, QStringLiteral("platform/values/value"),
-                                                1, QStringLiteral("The commands of a transaction are lost"));
+        kTrace(eTransactionLost, QStringLiteral("The commands of a transaction are lost"));
     }
 }
 

@@ -4,7 +4,7 @@
 #include "linkworker.h"
 #include "logger.h"
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -21,6 +21,9 @@ using XmlCommon::ptrCXmlMessage;
 namespace XmlCommunication {
 
 namespace {
+
+enum eTracePoint : int { eThreadException = 10, eReceiverException = 20 };
+constexpr Startup::TraceSource kTrace("platform/xmlmessaging/connectionthread");
 
 /// News handed on before the owner's event loop gets its turn again.
 constexpr int kNewsPerTurn = 100;
@@ -59,21 +62,11 @@ quint32 nextLinkId()
     return id;
 }
 
-/// Trace points of this file.
-enum : int { traceThreadException = 10, traceReceiverException = 20 };
-
 /// Traces the exception that is being handled.
-void traceException(int line, const QString& what)
+void traceException(eTracePoint point, const QString& what)
 {
-    QString reason = QStringLiteral("unknown");
-    try {
-        throw;
-    } catch (const std::exception& exception) {
-        reason = QString::fromLocal8Bit(exception.what());
-    } catch (...) {
-    }
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("platform/xmlmessaging/connectionthread"), line, what + reason);
+    const QString says = Startup::CurrentExceptionText();
+    kTrace(point, what + (says.isNull() ? QStringLiteral("unknown") : says));
 }
 
 } // namespace
@@ -197,7 +190,7 @@ void CConnectionThread::runLink()
         d->worker.finish();
         return;
     } catch (...) {
-        traceException(traceThreadException, QStringLiteral("link thread ended by an exception: "));
+        traceException(eThreadException, QStringLiteral("link thread ended by an exception: "));
     }
     d->worker.drop();
     Q_EMIT terminated();
@@ -241,7 +234,7 @@ void CConnectionThread::Private::handOn()
         try {
             emitNews(news);
         } catch (...) {
-            traceException(traceReceiverException, QStringLiteral("caught exception from a receiver: "));
+            traceException(eReceiverException, QStringLiteral("caught exception from a receiver: "));
         }
     }
 }

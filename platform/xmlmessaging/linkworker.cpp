@@ -3,7 +3,7 @@
 #include "linklog.h"
 #include "socketoptions.h"
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QNetworkProxy>
 #include <QTcpSocket>
@@ -17,6 +17,9 @@ using XmlCommon::ptrCXmlMessage;
 namespace XmlCommunication {
 
 namespace {
+
+enum eTracePoint : int { eLinkEnded = 10 };
+constexpr Startup::TraceSource kTrace("platform/xmlmessaging/linkworker");
 
 using namespace std::chrono_literals;
 
@@ -280,9 +283,8 @@ void LinkWorker::report(QAbstractSocket::SocketError error, const QString& what)
     m_failed = true;
     m_inFlight.clear();
     const bool orderly = error == QAbstractSocket::RemoteHostClosedError && !m_reader->hasError();
-    Startup::ErrorHandler::Instance().trace(orderly ? Startup::eTraceInfo : Startup::eTrace,
-                                            QStringLiteral("platform/xmlmessaging/linkworker"), 10,
-                                            QStringLiteral("%1: %2").arg(linkName(), what));
+    kTrace(eLinkEnded, QStringLiteral("%1: %2").arg(linkName(), what),
+           orderly ? Startup::eTraceInfo : Startup::eTrace);
     push(LinkNews::eError, error);
 }
 

@@ -4,7 +4,7 @@
 #include "messagecodec.h"
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QDateTime>
 #include <QDir>
@@ -19,6 +19,9 @@ using XmlCommon::CXmlMessage;
 namespace XmlCommunication::logger {
 
 namespace {
+
+enum eTracePoint : int { eGivenUp = 10 };
+constexpr Startup::TraceSource kTrace("platform/xmlmessaging/logger");
 
 constexpr qint64 kDefaultMaxFileBytes = 10000000;
 
@@ -118,9 +121,7 @@ bool LinkLog::openFor(qint64 size)
 
 void LinkLog::giveUp(const QString& what)
 {
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("platform/xmlmessaging/logger"), 10,
-        QStringLiteral("%1 message log \"%2\": %3").arg(what, m_path, m_file.errorString()));
+    kTrace(eGivenUp, QStringLiteral("%1 message log \"%2\": %3").arg(what, m_path, m_file.errorString()));
     m_file.close();
     m_path.clear();
     m_writing.store(false, std::memory_order_relaxed);

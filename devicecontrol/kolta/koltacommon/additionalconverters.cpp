@@ -1,6 +1,6 @@
 #include <koltacommon/additionalconverters.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 
@@ -21,12 +21,7 @@ enum eTracePoint : int {
     eNameMissing = 130,
     eInvalidDemandClass = 131
 };
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/additionalconverters"), point, text);
-}
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/additionalconverters");
 
 template<class Value>
 struct NamedValue
@@ -103,8 +98,8 @@ bool isValid(const ResourceDemandClass& demandClass)
         demandClass.Check();
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
-        trace(eInvalidDemandClass, QStringLiteral("Error: Invalid resource demand class. %1: %2")
-                                       .arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eInvalidDemandClass, QStringLiteral("Error: Invalid resource demand class. %1: %2")
+                                        .arg(exception.GetTitle(), exception.GetText()));
         return false;
     }
 }
@@ -120,9 +115,9 @@ bool AdditionalConverters::ConvertComponent(CResourceDemandClasses::eCOMPONENTS&
     if (convert(components, component, text))
         return true;
     if (text.isEmpty())
-        trace(eUnknownComponentValue, QStringLiteral("unknown Demandclass component"));
+        kTrace(eUnknownComponentValue, QStringLiteral("unknown Demandclass component"));
     else
-        trace(eUnknownComponentText, QStringLiteral("unknown Tavik Demandclass component"));
+        kTrace(eUnknownComponentText, QStringLiteral("unknown Tavik Demandclass component"));
     return false;
 }
 
@@ -132,10 +127,10 @@ bool AdditionalConverters::ConvertClassTraits(GLOBAL_TYPES::eRESOURCE_DEMAND_CLA
     if (convert(classTraits, traits, text))
         return true;
     if (text.isEmpty())
-        trace(eUnknownTraitsValue,
-              QStringLiteral("Unknown eRESOURCE_DEMAND_CLASSES_TRAITS in ConvertClassTraits"));
+        kTrace(eUnknownTraitsValue,
+               QStringLiteral("Unknown eRESOURCE_DEMAND_CLASSES_TRAITS in ConvertClassTraits"));
     else
-        trace(eUnknownTraitsText, QStringLiteral("Unknown Type in ConvertClassTraits"));
+        kTrace(eUnknownTraitsText, QStringLiteral("Unknown Type in ConvertClassTraits"));
     return false;
 }
 
@@ -173,8 +168,8 @@ QString AdditionalConverters::GetDemandClassString() const
     try {
         return m_demandClasses.GetXmlString();
     } catch (const REPORTGENERATOR::RGException& exception) {
-        trace(eReportException,
-              QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException,
+               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
         return QString();
     }
 }
@@ -192,7 +187,7 @@ void AdditionalConverters::sl_SetQueryResourceDemandClasses(CResourceDemandClass
         for (const auto& source : application.getResourceDemandClasses()) {
             QString name = source.name;
             if (name.isEmpty()) {
-                trace(eNameMissing, QStringLiteral("Error: ResourceDemandClass without name."));
+                kTrace(eNameMissing, QStringLiteral("Error: ResourceDemandClass without name."));
                 name = QStringLiteral("Unnamed_class_%1").arg(++unnamed);
             }
             ResourceDemandClass record = toRecord(source, name);

@@ -1,7 +1,7 @@
 #include <koltacommon/faultmessagehandler.h>
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <xmlmessaging/converters.h>
 
 #include <QFile>
@@ -27,14 +27,10 @@ enum eTracePoint : int {
     eErroneousAddendum = 176,
     eInvalidFault = 190,
     eSkippedLines = 240,
-    eFileTooLong = 244
+    eFileTooLong = 244,
+    eLoaded = 0 ///< a success
 };
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/faultmessagehandler"), point, text);
-}
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/faultmessagehandler");
 
 QString configGroup()
 {
@@ -66,8 +62,8 @@ public:
             return;
         const QString more = m_count > namedLines ? QStringLiteral(", ...") : QString();
         const QString lines = m_first.join(QStringLiteral(", ")) + more;
-        trace(eSkippedLines, QStringLiteral("Warning: %1: skipped %2 lines that are not \"<ID>|<text>\": %3")
-                                 .arg(path, QString::number(m_count), lines));
+        kTrace(eSkippedLines, QStringLiteral("Warning: %1: skipped %2 lines that are not \"<ID>|<text>\": %3")
+                                  .arg(path, QString::number(m_count), lines));
     }
 
 private:
@@ -106,8 +102,8 @@ QHash<unsigned int, QString> readReference(QFile& file)
     SkippedLines skipped;
     for (int number = 1; !file.atEnd(); ++number) {
         if (file.pos() >= maxFileBytes) {
-            trace(eFileTooLong, QStringLiteral("Warning: %1: read no further than %2 bytes")
-                                    .arg(file.fileName(), QString::number(maxFileBytes)));
+            kTrace(eFileTooLong, QStringLiteral("Warning: %1: read no further than %2 bytes")
+                                     .arg(file.fileName(), QString::number(maxFileBytes)));
             break;
         }
         QByteArray bytes = file.readLine(maxLineBytes);
@@ -175,7 +171,7 @@ void Fault::read(const CFaultTree& tree, const QHash<unsigned int, QString>& des
         if (description != descriptions.constEnd()) {
             plainMsg = *description;
         } else {
-            trace(eUnknownFaultID, QStringLiteral("Error: Unknown fault ID %1").arg(faultID));
+            kTrace(eUnknownFaultID, QStringLiteral("Error: Unknown fault ID %1").arg(faultID));
             plainMsg = tr("<No description because of unknown Fault ID: %1>").arg(faultID);
         }
     }
@@ -186,11 +182,11 @@ void Fault::read(const CFaultTree& tree, const QHash<unsigned int, QString>& des
         if (tree.getAddendum(i, addendum))
             plainAddenda.append(addendum);
         else
-            trace(eErroneousAddendum, QStringLiteral("Error: Erroneous addenda in fault."));
+            kTrace(eErroneousAddendum, QStringLiteral("Error: Erroneous addenda in fault."));
     }
     if (!hasID) {
         faultID = 0;
-        trace(eInvalidFault, QStringLiteral("Error: NULL Fault or Fault without ID provided."));
+        kTrace(eInvalidFault, QStringLiteral("Error: NULL Fault or Fault without ID provided."));
         plainMsg = tr("<Invalid fault description received>");
     }
 }
@@ -222,9 +218,10 @@ bool FaultMessageHandler::Init(const QString& name)
     const QString path = configuredPath();
     if (path.isEmpty() || !load(path))
         return false;
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceInfo, QStringLiteral("devicecontrol/kolta/koltacommon/faultmessagehandler"), 0,
-        QStringLiteral("%1: %2 fault texts for %3").arg(path, QString::number(m_descriptions.size()), name));
+    kTrace(
+        eLoaded,
+        QStringLiteral("%1: %2 fault texts for %3").arg(path, QString::number(m_descriptions.size()), name),
+        Startup::eTraceInfo);
     return true;
 }
 

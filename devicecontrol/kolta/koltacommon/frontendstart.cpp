@@ -1,7 +1,7 @@
 #include <koltacommon/frontendstart.h>
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -18,15 +18,10 @@ namespace {
 
 /// Trace point numbers.
 enum eTracePoint : int { eNoFrontEnd = 100, eNoGuiStarter = 200 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/frontendstart");
 
 /// A front end that does not run after this time will not.
 constexpr int startTimeoutMs = 5000;
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/frontendstart"), point, text);
-}
 
 QString configurationGroup()
 {
@@ -83,8 +78,8 @@ QProcess* FrontEndStart::run(QObject* parent) const
     process->closeReadChannel(QProcess::StandardError);
     if (process->waitForStarted(startTimeoutMs))
         return process.release();
-    trace(eNoFrontEnd, QStringLiteral("Front end %1 cannot be started in %2: %3")
-                           .arg(executable, workingDirectory, process->errorString()));
+    kTrace(eNoFrontEnd, QStringLiteral("Front end %1 cannot be started in %2: %3")
+                            .arg(executable, workingDirectory, process->errorString()));
     return nullptr;
 }
 
@@ -94,8 +89,8 @@ bool FrontEndStart::runDetached(const QString& type, const QString& address)
     const QString directory = AdministratorConfiguration::Instance().TavikDataDir();
     const bool started = QProcess::startDetached(executable, guiStarterArguments(type, address), directory);
     if (!started)
-        trace(eNoGuiStarter,
-              QStringLiteral("GUI starter %1 cannot be started in %2").arg(executable, directory));
+        kTrace(eNoGuiStarter,
+               QStringLiteral("GUI starter %1 cannot be started in %2").arg(executable, directory));
     return started;
 }
 

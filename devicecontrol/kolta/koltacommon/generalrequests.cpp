@@ -1,6 +1,6 @@
 #include <koltacommon/generalrequests.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <xmlmessaging/converters.h>
 
 #include <QByteArray>
@@ -21,24 +21,19 @@ enum eTracePoint : int {
     eAppReceiverGone = 201,
     eAppSlotNotCallable = 215
 };
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(Startup::eTraceDetail,
-                                            QStringLiteral("devicecontrol/kolta/koltacommon/generalrequests"),
-                                            point, text);
-}
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/generalrequests",
+                                      Startup::eTraceDetail);
 
 void traceReceiverGone(eTracePoint point)
 {
-    trace(point, QStringLiteral("Object that was expected to be notified on ParameterRequest reply has been "
-                                "deleted in the meantime."));
+    kTrace(point, QStringLiteral("Object that was expected to be notified on ParameterRequest reply has been "
+                                 "deleted in the meantime."));
 }
 
 void traceNotCallable(eTracePoint point, const QMetaMethod& slot)
 {
-    trace(point, QStringLiteral("Slot %1 cannot be called with the arguments of a reply.")
-                     .arg(QString::fromLatin1(slot.methodSignature())));
+    kTrace(point, QStringLiteral("Slot %1 cannot be called with the arguments of a reply.")
+                      .arg(QString::fromLatin1(slot.methodSignature())));
 }
 
 /// Whether all parameters are texts, which the call itself would not check.

@@ -10,11 +10,16 @@ namespace Kolta {
 inline QUuid guidFromText(const QString& text)
 {
     const QString trimmed = text.trimmed();
-    const QUuid guid(trimmed);
-    const auto isForm = [&](QUuid::StringFormat format) {
-        return trimmed.compare(guid.toString(format), Qt::CaseInsensitive) == 0;
-    };
-    return isForm(QUuid::WithBraces) || isForm(QUuid::WithoutBraces) ? guid : QUuid();
+    const bool braced =
+        trimmed.size() == 38 && trimmed.front() == QLatin1Char('{') && trimmed.back() == QLatin1Char('}');
+    // What follows a GUID, QUuid does not look at.
+    return braced || trimmed.size() == 36 ? QUuid(trimmed) : QUuid();
+}
+
+/// Whether `text` is a GUID other than the null one.
+inline bool isGuid(const QString& text)
+{
+    return !guidFromText(text).isNull();
 }
 
 } // namespace Kolta

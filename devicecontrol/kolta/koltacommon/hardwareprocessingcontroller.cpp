@@ -3,7 +3,7 @@
 #include <koltacommon/hardwareprocessingobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QPointer>
 
@@ -14,12 +14,9 @@ using RESOURCEMANAGEMENT::ProcessorOverview;
 
 namespace {
 
-void trace(int line, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceDetail, QStringLiteral("devicecontrol/kolta/koltacommon/hardwareprocessingcontroller"),
-        line, text);
-}
+enum eTracePoint : int { eInitialized = 100, eProcessorStopped = 101, eAllProcessorsStopped = 102 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/hardwareprocessingcontroller",
+                                      Startup::eTraceDetail);
 
 } // namespace
 
@@ -50,9 +47,9 @@ bool HardwareProcessingController::init(const QString& runningProcessorsPath, co
             &HardwareProcessingController::sl_ProcessorStopped);
     connect(m_processors.get(), &KoltaProcessorObserver::si_AllProcessorsStopped, this,
             &HardwareProcessingController::sl_AllProcessorsStopped);
-    trace(100, QStringLiteral("Initialized HardwareProcessingController for runningProcessors: %1, "
-                              "hwProcessingPath: %2")
-                   .arg(runningProcessorsPath, hwProcessingPath));
+    kTrace(eInitialized, QStringLiteral("Initialized HardwareProcessingController for runningProcessors: %1, "
+                                        "hwProcessingPath: %2")
+                             .arg(runningProcessorsPath, hwProcessingPath));
     return processorsBound && hwProcessingBound;
 }
 
@@ -73,13 +70,14 @@ void HardwareProcessingController::sl_RunningProcessorsChanged(const ProcessorOv
 
 void HardwareProcessingController::sl_ProcessorStopped(const QString& guid)
 {
-    trace(101, QStringLiteral("HardwareProcessingController::sl_ProcessorStopped for guid %1").arg(guid));
+    kTrace(eProcessorStopped,
+           QStringLiteral("HardwareProcessingController::sl_ProcessorStopped for guid %1").arg(guid));
     m_hwProcessing->removeHardwareProcessingInfo(guid);
 }
 
 void HardwareProcessingController::sl_AllProcessorsStopped()
 {
-    trace(102, QStringLiteral("HardwareProcessingController::sl_AllProcessorsStopped"));
+    kTrace(eAllProcessorsStopped, QStringLiteral("HardwareProcessingController::sl_AllProcessorsStopped"));
     m_hwProcessing->resetHardwareProcessingList();
 }
 

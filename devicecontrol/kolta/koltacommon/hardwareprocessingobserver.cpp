@@ -1,6 +1,6 @@
 #include <koltacommon/hardwareprocessingobserver.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 
@@ -12,11 +12,12 @@ using RESOURCEMANAGEMENT::HWProcessingOverview;
 
 namespace {
 
-void traceUnwritable(int line, const RGException& exception)
+enum eTracePoint : int { eNotPersisted = 100, eNoText = 101 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/hardwareprocessingobserver");
+
+void traceUnwritable(eTracePoint point, const RGException& exception)
 {
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/hardwareprocessingobserver"), line,
-        QStringLiteral("Invalid HW Processing element.") + exception.GetText());
+    kTrace(point, QStringLiteral("Invalid HW Processing element.") + exception.GetText());
 }
 
 } // namespace
@@ -43,7 +44,7 @@ QString HardwareProcessingObserver::getActiveHWProcessorsAsString() const
     try {
         return currentValue.GetXmlString();
     } catch (const RGException& exception) {
-        traceUnwritable(101, exception);
+        traceUnwritable(eNoText, exception);
         return QString();
     }
 }
@@ -116,7 +117,7 @@ bool HardwareProcessingObserver::persistValues(HWProcessingOverview& overview)
     try {
         text = overview.GetXmlString();
     } catch (const RGException& exception) {
-        traceUnwritable(100, exception);
+        traceUnwritable(eNotPersisted, exception);
         return false;
     }
     publish(text); // last: whoever hears of it may delete this observer

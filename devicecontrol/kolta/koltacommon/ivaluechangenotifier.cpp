@@ -1,9 +1,16 @@
 #include <koltacommon/ivaluechangenotifier.h>
 
 #include <resourcemodel/rgobject.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 namespace Kolta {
+
+namespace {
+
+enum eTracePoint : int { eReportException = 100 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/abstractrgvalueobserver");
+
+} // namespace
 
 IValueChangeNotifier::IValueChangeNotifier(QObject* parent) : QObject(parent) {}
 
@@ -16,9 +23,8 @@ QString IValueChangeNotifier::parentNodePath(const QString& path)
 
 void IValueChangeNotifier::traceReportException(const REPORTGENERATOR::RGException& exception)
 {
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/abstractrgvalueobserver"), 100,
-        QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+    kTrace(eReportException,
+           QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
 }
 
 } // namespace Kolta

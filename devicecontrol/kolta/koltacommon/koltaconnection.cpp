@@ -3,7 +3,7 @@
 #include <koltacommon/eventfilterall.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/converters.h>
 #include <xmlmessaging/logger.h>
@@ -36,12 +36,7 @@ enum eTracePoint : int {
     eAbandonedException = 460,
     eReceiverException = 470
 };
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/koltaconnection"), point, text);
-}
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaconnection");
 
 /// Lets go of a thread object without waiting: it deletes itself once the thread has ended.
 void retire(CConnectionThread* thread)
@@ -202,7 +197,7 @@ bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPen
                         queued.wasSent = queued.wasSent || queued.request == entry.request;
                 }
             } catch (...) {
-                trace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
+                kTrace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
             }
             if (!guard)
                 return true;
@@ -229,13 +224,8 @@ void KoltaConnection::execute(const ptrKoltaRequest& request, bool isStartUp)
     const Entry entry{request, isStartUp, false};
     try {
         return enqueue(entry);
-    } catch (const std::exception& exception) {
-        const QString reason = QString::fromLocal8Bit(exception.what());
-        trace(eExecuteException,
-              QStringLiteral("caught exception from KoltaRequest::executeRequest ") + reason);
     } catch (...) {
-        trace(eExecuteUnknownException,
-              QStringLiteral("caught unknown exception from KoltaRequest::executeRequest"));
+        kTrace.caught(eExecuteException, eExecuteUnknownException, "KoltaRequest::executeRequest");
     }
     abandon({entry}, Abandonment::Refused);
 }
@@ -254,8 +244,8 @@ void KoltaConnection::enqueue(const Entry& entry)
     queue.append(entry);
     const int length = queue.size();
     if (length % queueWarningStep == 0)
-        trace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
-                                .arg(QString::number(length), name));
+        kTrace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
+                                 .arg(QString::number(length), name));
     sendNextRequest();
 }
 
@@ -350,10 +340,8 @@ void KoltaConnection::SlotDispatch(ptrCXmlMessage message, GLOBAL_XML_TYPES::eME
             processReply(message);
         else if (message->getServiceType() == CXmlMessage::eSERVICE_BROADCAST)
             processBroadcast(message);
-    } catch (const std::exception& exception) {
-        const QString reason = QString::fromLocal8Bit(exception.what());
-        trace(eDispatchException,
-              QStringLiteral("caught exception from KoltaRequest::SlotDispatch ") + reason);
+    } catch (const std::exception&) { // any other passes on
+        kTrace.caught(eDispatchException, eDispatchException, "KoltaRequest::SlotDispatch");
     }
 }
 
@@ -365,7 +353,7 @@ void KoltaConnection::SlotSocketError(quint32 id, QAbstractSocket::SocketError e
     try {
         Q_EMIT ConnectionError(getSocketError(error));
     } catch (...) { // what follows decides whether the link is opened again
-        trace(eReceiverException, QStringLiteral("caught exception from a receiver of ConnectionError"));
+        kTrace(eReceiverException, QStringLiteral("caught exception from a receiver of ConnectionError"));
     }
     // A receiver may have run an event loop in which this link ended and another one took its place.
     if (!guard || thread != link)
@@ -393,7 +381,7 @@ void KoltaConnection::abandon(const Entries& entries, Abandonment why)
         try {
             entry.request->abandoned(why, entry.wasSent);
         } catch (...) {
-            trace(eAbandonedException, QStringLiteral("caught exception from KoltaRequest::abandoned"));
+            kTrace(eAbandonedException, QStringLiteral("caught exception from KoltaRequest::abandoned"));
         }
     }
 }
@@ -454,7 +442,7 @@ bool KoltaConnection::sendHead()
             return true;
         }
     } catch (...) {
-        trace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
+        kTrace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
     }
     if (!guard)
         return false;
@@ -519,13 +507,8 @@ ptrKoltaRequest KoltaConnection::handleReply(const ptrKoltaRequest& request, con
         if (request->handleFault() || !hasFault(reply))
             return request->processReply(reply);
         Q_EMIT Fault(getFaultText(reply));
-    } catch (const std::exception& exception) {
-        const QString reason = QString::fromLocal8Bit(exception.what());
-        trace(eProcessReplyException,
-              QStringLiteral("caught exception from KoltaRequest::processReply ") + reason);
     } catch (...) {
-        trace(eProcessReplyException,
-              QStringLiteral("caught unknown exception from KoltaRequest::processReply"));
+        kTrace.caught(eProcessReplyException, eProcessReplyException, "KoltaRequest::processReply");
     }
     return ptrKoltaRequest();
 }

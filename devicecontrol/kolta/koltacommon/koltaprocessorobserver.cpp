@@ -1,8 +1,9 @@
 #include <koltacommon/koltaprocessorobserver.h>
 
+#include <koltacommon/guidtext.h>
+
 #include <QPointer>
 #include <QSet>
-#include <QUuid>
 
 #include <utility>
 
@@ -11,11 +12,6 @@ namespace Kolta {
 using RESOURCEMANAGEMENT::ProcessorOverview;
 
 namespace {
-
-bool isGuid(const QString& text)
-{
-    return !QUuid(text).isNull();
-}
 
 template<class Node>
 void appendProductions(const QVector<Node>& nodes, QStringList& ids, QSet<QString>& seen)

@@ -7,7 +7,7 @@
 #include <koltacommon/productionrequestreply.h>
 
 #include <resourcemodel/requests.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QPointer>
 
@@ -40,15 +40,10 @@ enum eTracePoint : int {
     eInvalidStopped = 510,
     eNoDriver = 600
 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaproductioncontrol");
 
 /// What a request asks for; the numbers travel.
 enum eRequestType : int { eRequestProduction = 0, eRequestMove = 3 };
-
-void trace(eTracePoint point, const QString& text, quint32 channel = Startup::eTrace)
-{
-    Startup::ErrorHandler::Instance().trace(
-        channel, QStringLiteral("devicecontrol/kolta/koltacommon/koltaproductioncontrol"), point, text);
-}
 
 template<class Processor>
 const QString& displayNameOf(const Processor& processor)
@@ -64,7 +59,8 @@ Processor withProductionID(const Processor& processor, bool reuseProductionID, Q
     if (reuseProductionID) {
         const QUuid present = guidFromText(processor.GetProductionID());
         if (present.isNull())
-            trace(eNoProductionID, QStringLiteral("Tried to reuse a Production GUID that has not been set."));
+            kTrace(eNoProductionID,
+                   QStringLiteral("Tried to reuse a Production GUID that has not been set."));
         else
             production = present;
     }
@@ -88,7 +84,7 @@ bool write(const QString& path, const QString& text)
 {
     const bool written = values::WriteOrAnnounce(path, text);
     if (!written)
-        trace(eNoStopValue, QStringLiteral("No value %1. Nothing was stopped").arg(path));
+        kTrace(eNoStopValue, QStringLiteral("No value %1. Nothing was stopped").arg(path));
     return written;
 }
 
@@ -100,7 +96,7 @@ double numberOf(const QString& text)
 
 void traceNoDriver(const QString& guid)
 {
-    trace(eNoDriver, QStringLiteral("No driver with type and address for processor \"%1\"").arg(guid));
+    kTrace(eNoDriver, QStringLiteral("No driver with type and address for processor \"%1\"").arg(guid));
 }
 
 } // namespace
@@ -122,7 +118,7 @@ void KoltaProductionControl::init(const QString& basePath)
     if (bindAt(basePath))
         return;
     const QString text = QStringLiteral("Could not initialize.");
-    trace(eNotInitialized, text);
+    kTrace(eNotInitialized, text);
     throw KoltaException(text);
 }
 
@@ -186,21 +182,21 @@ QUuid KoltaProductionControl::requestProduction(const REPORTGENERATOR::IRGObject
             request.SetRequestName(displayNameOf(*mcp));
         } else if (const auto* const ffp = dynamic_cast<const FFP*>(&object)) {
             if (mcpGuid.isNull()) {
-                trace(eNoMcpForFFP, QStringLiteral("ClientProductionControl::requestProduction: Invalid FFP "
-                                                   "Request - No MCP GUID provided."));
+                kTrace(eNoMcpForFFP, QStringLiteral("ClientProductionControl::requestProduction: Invalid FFP "
+                                                    "Request - No MCP GUID provided."));
                 return QUuid();
             }
             request.SetMCP(mcpWith(*ffp, mcpGuid, production));
             request.SetRequestName(displayNameOf(*ffp));
         } else {
-            trace(eInvalidObject,
-                  QStringLiteral("ClientProductionControl::requestProduction: Invalid IRGObject provided."));
+            kTrace(eInvalidObject,
+                   QStringLiteral("ClientProductionControl::requestProduction: Invalid IRGObject provided."));
             return QUuid();
         }
         xml = request.GetXmlString();
     } catch (const REPORTGENERATOR::RGException& exception) {
-        trace(eReportException,
-              QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException,
+               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
         return QUuid();
     }
     return RequestResourceInternal(xml) ? production : QUuid();
@@ -227,9 +223,9 @@ QUuid KoltaProductionControl::requestFFPMove(const QUuid& ffp, const QUuid& mcp,
         error = exception.GetText();
     }
     if (!error.isEmpty()) {
-        trace(eInvalidMove,
-              QStringLiteral("ClientProductionControl::requestFFPMove: Error in building request xml: ") +
-                  error);
+        kTrace(eInvalidMove,
+               QStringLiteral("ClientProductionControl::requestFFPMove: Error in building request xml: ") +
+                   error);
         return QUuid();
     }
     return RequestResourceInternal(xml) ? id : QUuid();
@@ -245,20 +241,20 @@ bool KoltaProductionControl::hasRequestNode() const
 bool KoltaProductionControl::RequestResourceInternal(const QString& requestXml)
 {
     if (!hasRequestNode()) {
-        trace(eNoRequestNode, QStringLiteral("m_pRequestResourceNode not set. no Request"));
+        kTrace(eNoRequestNode, QStringLiteral("m_pRequestResourceNode not set. no Request"));
         return false;
     }
     const QString name = QStringLiteral("id") + QUuid::createUuid().toString();
     const QString path = m_pRequestResourceNode.Get()->GetPath() + QLatin1Char('/') + name;
     // The wording is known to support tools, although a request is sent here.
-    trace(eSendingRequest, QStringLiteral("Sending StopCommand for resource with GUID ") + name,
-          Startup::eTraceDetail);
+    kTrace(eSendingRequest, QStringLiteral("Sending StopCommand for resource with GUID ") + name,
+           Startup::eTraceDetail);
     // Asked again: to write below a node that has gone would bring it back to life.
     if (hasRequestNode() && values::Tree::Instance().Emplace<values::StringValue>(path, requestXml))
         return true;
-    trace(eNoRequestValue,
-          QStringLiteral("ERROR: Could not create value for production request. Value: %1. Request: %2 ")
-              .arg(name, requestXml));
+    kTrace(eNoRequestValue,
+           QStringLiteral("ERROR: Could not create value for production request. Value: %1. Request: %2 ")
+               .arg(name, requestXml));
     return false;
 }
 
@@ -281,7 +277,7 @@ void KoltaProductionControl::StopProductions(const QStringList& productions)
     for (const QString& text : productions) {
         const QUuid guid = guidFromText(text);
         if (guid.isNull())
-            trace(eInvalidStop, QStringLiteral("\"%1\" is not the GUID of a production").arg(text));
+            kTrace(eInvalidStop, QStringLiteral("\"%1\" is not the GUID of a production").arg(text));
         else
             guids.append(guid.toString());
     }
@@ -446,7 +442,7 @@ void KoltaProductionControl::reportReply(const QString& text)
     if (reply)
         Q_EMIT si_ProductionRequestReplied(reply->production(), reply->isAccepted(), reply->text());
     else
-        trace(eInvalidReply, QStringLiteral("Invalid reply to a production request: \"%1\"").arg(text));
+        kTrace(eInvalidReply, QStringLiteral("Invalid reply to a production request: \"%1\"").arg(text));
 }
 
 void KoltaProductionControl::reportStopped(const QString& text)
@@ -457,7 +453,7 @@ void KoltaProductionControl::reportStopped(const QString& text)
     if (!production.isNull())
         Q_EMIT si_ProductionStopped(production);
     else
-        trace(eInvalidStopped, QStringLiteral("Invalid notice of a stopped production: \"%1\"").arg(text));
+        kTrace(eInvalidStopped, QStringLiteral("Invalid notice of a stopped production: \"%1\"").arg(text));
 }
 
 } // namespace Kolta

@@ -1,12 +1,11 @@
 #include <koltacommon/koltaresourceobserver.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/powercontrolcmd.h>
 #include <koltacommon/tavikresourceconverter.h>
 
 #include <resourcemodel/requests.h>
-#include <startup/errorhandler.h>
-
-#include <QUuid>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 #include <vector>
@@ -20,6 +19,9 @@ using RESOURCEMANAGEMENT::TavikResource;
 using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
+
+enum eTracePoint : int { eReportException = 100 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaresourceobserver");
 
 enum eChangeKind {
     eNewTuner,
@@ -237,7 +239,7 @@ QString KoltaResourceObserver::GetCurrentResourcesAsString() const
 
 KoltaResourceObserver::Match KoltaResourceObserver::findMatch(const QString& guid) const
 {
-    if (QUuid(guid).isNull())
+    if (!isGuid(guid))
         return {};
     if (const Tuner* const tuner = lookUp(m_tunerIndex, m_currentOverview->GetTuner(), guid))
         return {&tuner->GetTavikResource(), tuner};
@@ -361,9 +363,8 @@ void KoltaResourceObserver::writeRequest(const QString& name, const REPORTGENERA
     try {
         values::WriteOrAnnounce(getParentNodePath() + name, object.GetXmlString());
     } catch (const REPORTGENERATOR::RGException& exception) {
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/koltaresourceobserver"), 100,
-            QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException,
+               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
     }
 }
 

@@ -12,7 +12,7 @@
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassesobserver.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <values/treeclient.h>
 
 #include <QCoreApplication>
@@ -32,12 +32,7 @@ const QString administration = QStringLiteral("/ADMINISTRATION/");
 
 /// Numbers of the trace points.
 enum eTracePoint : int { eSetOptimization = 210, eNoOptimization = 220 };
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/koltaserverinterface"), point, text);
-}
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaserverinterface");
 
 } // namespace
 
@@ -326,14 +321,14 @@ void KoltaServerInterface::optimiseTransfer() const
         values::ITreeClient::Find(KoltaServerRegistry::connectionManagerAlias());
     if (!client)
         return;
-    trace(eSetOptimization, QStringLiteral("CALLING SET OPTIMIZATION IN Kolta::KoltaServerInterface"));
+    kTrace(eSetOptimization, QStringLiteral("CALLING SET OPTIMIZATION IN Kolta::KoltaServerInterface"));
     for (const char* name : {"ReplyResource", "Resources", "ActualConfiguration"}) {
         const QString node = administration + QLatin1String(name);
         auto* const value = values::Tree::Instance().FindAs<values::ValueBase>(serverBasePath + node);
         if (value && !value->IsDeleted())
             client->SetOptimization(*value);
         else
-            trace(eNoOptimization, node + QStringLiteral(" not yet available. cannot set optimization"));
+            kTrace(eNoOptimization, node + QStringLiteral(" not yet available. cannot set optimization"));
     }
 }
 

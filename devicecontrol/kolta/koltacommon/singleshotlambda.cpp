@@ -1,22 +1,18 @@
 #include <koltacommon/singleshotlambda.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <values/tree.h>
 
 #include <QTimer>
 
 #include <algorithm>
-#include <exception>
 
 namespace Kolta {
 
 namespace {
 
-void trace(const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/singleshotlambda"), 40, text);
-}
+enum eTracePoint : int { eCaught = 40 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/singleshotlambda");
 
 } // namespace
 
@@ -82,11 +78,8 @@ void SingleShotLambda::sl_timeout()
         return;
     try {
         function();
-    } catch (const std::exception& exception) {
-        const QString reason = QString::fromLocal8Bit(exception.what());
-        trace(QStringLiteral("caught exception from SingleShotLambda ") + reason);
     } catch (...) {
-        trace(QStringLiteral("caught unknown exception from SingleShotLambda"));
+        kTrace.caught(eCaught, eCaught, "SingleShotLambda");
     }
 }
 

@@ -1,9 +1,16 @@
 #include <koltacommon/tavikresourceconverter.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 #include <values/value.h>
 
 namespace Kolta {
+
+namespace {
+
+enum eTracePoint : int { eReportException = 100 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tavikresourceconverter");
+
+} // namespace
 
 TavikResourceConverter::TavikResourceConverter(QObject* parent) : QObject(parent) {}
 
@@ -25,9 +32,8 @@ bool TavikResourceConverter::SetResourceOverview(const RESOURCEMANAGEMENT::Resou
         value->SetValue(text);
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/tavikresourceconverter"), 100,
-            QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException,
+               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
         return false;
     }
 }

@@ -1,13 +1,12 @@
 #include <koltacommon/tavikxmlhelpers.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/processorwalk.h>
 
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/resources.h>
-#include <startup/errorhandler.h>
-
-#include <QUuid>
+#include <startup/tracesource.h>
 
 #include <optional>
 
@@ -23,10 +22,8 @@ using REPORTGENERATOR::IRGObject;
 
 namespace {
 
-bool isGuid(const QString& text)
-{
-    return !QUuid(text).isNull();
-}
+enum eTracePoint : int { eInvalidType = 100 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tavikxmlhelpers");
 
 eStep stopIf(bool found, eStep otherwise)
 {
@@ -148,22 +145,15 @@ const Element* findResource(const QVector<Element>& list, const QString& guid)
 
 QString parseResourceManagementObject(IRGObject& target, const QString& xml)
 {
-    const QString unknown = QStringLiteral("Unknown error.");
     QString error;
     try {
         if (!target.SetXmlString(xml, false))
             error = QStringLiteral("SetXmlString returned false");
         target.Check();
-    } catch (const REPORTGENERATOR::RGException& exception) {
-        error = exception.GetText();
-        if (error.isEmpty())
-            error = unknown;
-    } catch (const std::exception& exception) {
-        error = QString::fromUtf8(exception.what());
-        if (error.isEmpty())
-            error = unknown;
     } catch (...) {
-        error = unknown;
+        error = Startup::CurrentExceptionText();
+        if (error.isEmpty())
+            error = QStringLiteral("Unknown error.");
     }
     if (!error.isEmpty())
         error = QStringLiteral("Error in parsing ") + target.GetObjectName() + QStringLiteral(": ") + error;
@@ -282,9 +272,7 @@ void clearGUIDs(IRGObject& object, bool keepProductionIDs)
     const bool known = ProcessorWalk::withProcessorType(
         object, [&clearNode](auto& root) { ProcessorWalk::walk(root, {}, clearNode); });
     if (!known)
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/tavikxmlhelpers"), 100,
-            QStringLiteral("Invalid type passed."));
+        kTrace(eInvalidType, QStringLiteral("Invalid type passed."));
 }
 
 QString formatTavikResourceID(unsigned short id)

@@ -2,7 +2,7 @@
 
 #include <koltacommon/processorwalk.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QSet>
 
@@ -11,6 +11,9 @@ namespace Kolta {
 using namespace ProcessorWalk;
 
 namespace {
+
+enum eTracePoint : int { eInvalidObject = 100 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerbooking");
 
 /// The order of booking. The FFP of an SCP is not booked: it works on what the SCP's data source delivers;
 /// this is meant.
@@ -87,9 +90,8 @@ TunerBooking::TunerBooking(const REPORTGENERATOR::IRGObject& object)
         }
     });
     if (!m_valid)
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/tunerbooking"), 100,
-            QStringLiteral("Invalid IRG Object of type %1 provided").arg(object.GetObjectName()));
+        kTrace(eInvalidObject,
+               QStringLiteral("Invalid IRG Object of type %1 provided").arg(object.GetObjectName()));
 }
 
 QString TunerBooking::toString() const

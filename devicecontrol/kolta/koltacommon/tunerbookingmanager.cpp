@@ -3,7 +3,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/messagejoin.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QPointer>
 #include <QSet>
@@ -31,11 +31,8 @@ constexpr std::array<const char*, textCount> stateTexts{
     QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "inaccessiblealready planned")};
 constexpr const char* plannedText = QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "already planned");
 
-void trace(int line, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/tunerbookingmanager"), line, text);
-}
+enum eTracePoint : int { eReportException = 100, eNotInitialized = 200 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerbookingmanager");
 
 const QString& guidOf(const Tuner& tuner)
 {
@@ -72,7 +69,8 @@ bool read(ResourceOverview& overview, const QString& text)
         overview.SetXmlString(text, true);
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
-        trace(100, QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException,
+               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
         return false;
     }
 }
@@ -125,7 +123,7 @@ bool TunerBookingManager::init(const QString& serverPath)
     ResourceOverview overview;
     const bool ready = bound && (text.isEmpty() || read(overview, text));
     if (!ready)
-        trace(200, QStringLiteral("Could not initialize."));
+        kTrace(eNotInitialized, QStringLiteral("Could not initialize."));
     else if (!text.isEmpty())
         sl_updateTuners(overview); // a receiver may delete this
     return ready;

@@ -2,7 +2,7 @@
 
 #include <koltacommon/tunerclasstree.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QPointer>
 
@@ -16,11 +16,8 @@ using RESOURCEMANAGEMENT::TunerClassOverview;
 
 namespace {
 
-void trace(int line, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/tunerclassesobserver"), line, text);
-}
+enum eTracePoint : int { eReportException = 100, eNoValue = 101 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerclassesobserver");
 
 } // namespace
 
@@ -42,8 +39,8 @@ bool TunerClassesObserver::setTunerClassOverview(const TunerClassOverview& overv
         const QString text = overview.GetXmlString();
         values::StringValue* const value = boundValue();
         if (!value || value->IsDeleted()) {
-            trace(101,
-                  QStringLiteral("There is no value \"%1\" to write tuner classes to.").arg(getVtPath()));
+            kTrace(eNoValue,
+                   QStringLiteral("There is no value \"%1\" to write tuner classes to.").arg(getVtPath()));
             return false;
         }
         // Its own change is read once, when everybody else has heard of it and may have answered it.
@@ -53,8 +50,8 @@ bool TunerClassesObserver::setTunerClassOverview(const TunerClassOverview& overv
             UpdateAll();
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
-        trace(100, QStringLiteral("RGException when trying to set tuner class tree. %1: %2")
-                       .arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException, QStringLiteral("RGException when trying to set tuner class tree. %1: %2")
+                                     .arg(exception.GetTitle(), exception.GetText()));
         return false;
     }
 }

@@ -1,6 +1,6 @@
 #include <koltacommon/userrights.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QCoreApplication>
 #include <QMetaEnum>
@@ -11,6 +11,9 @@
 namespace Kolta {
 
 namespace {
+
+enum eTracePoint : int { eRight = 10 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/userrights");
 
 using Nax::ActiveUserProxy;
 
@@ -89,10 +92,9 @@ void UserRights::printRights() const
 {
     for (int i = 0; i < GetNumberOfRights(); ++i) {
         const bool has = IsUserAllowedTo(GetRightValueByIndex(i));
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/userrights"), 10,
-            QStringLiteral("\t%1: %2")
-                .arg(GetRightNameByIndex(i, false), has ? QStringLiteral("true") : QStringLiteral("false")));
+        kTrace(eRight, QStringLiteral("\t%1: %2")
+                           .arg(GetRightNameByIndex(i, false),
+                                has ? QStringLiteral("true") : QStringLiteral("false")));
     }
 }
 
