@@ -6,9 +6,9 @@ namespace KoltaSimulation {
 
 namespace {
 
-constexpr int changesPerStep = 3;
+constexpr int kChangesPerStep = 3;
 /// One change in so many is a tuner lost or found; the others are productions that begin or end.
-constexpr quint32 accessibilityOdds = 10;
+constexpr quint32 kAccessibilityOdds = 10;
 
 } // namespace
 
@@ -32,13 +32,13 @@ void Activity::step()
 {
     m_shortTime.step();
     const SimulatedServer::Batch batch(m_server);
-    for (int i = 0; i < changesPerStep; ++i) {
+    for (int i = 0; i < kChangesPerStep; ++i) {
         const auto& tuners = m_server.resources().GetTuner();
         if (tuners.isEmpty())
             return;
         const auto& tuner = tuners.at(static_cast<int>(m_random() % static_cast<quint32>(tuners.size())));
         const QString guid = tuner.GetTavikResource().GetGUID();
-        if (m_random() % accessibilityOdds == 0)
+        if (m_random() % kAccessibilityOdds == 0)
             m_server.setTunerAccessible(guid, !tuner.GetAccessible());
         else
             m_server.setTunerIdle(guid, !tuner.GetIdle());

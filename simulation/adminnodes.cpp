@@ -11,23 +11,23 @@ namespace KoltaSimulation {
 namespace {
 
 /// Values that the server has something to say in later on.
-const char* const plainValues[] = {"ReplyResource", "StoppedResource"};
+const char* const kPlainValues[] = {"ReplyResource", "StoppedResource"};
 /// Nodes without a value of their own.
-const char* const plainNodes[] = {"ConnectionInfo", "Clients"};
+const char* const kPlainNodes[] = {"ConnectionInfo", "Clients"};
 
 constexpr struct
 {
     const char* name;
     RequestNode node;
-} requestNodes[] = {{"ChangedTuners", RequestNode::ChangedTuners},
-                    {"ChangedPUs", RequestNode::ChangedProcessingUnits},
-                    {"ChangedSUs", RequestNode::ChangedStorageUnits},
-                    {"UnitPowerControl", RequestNode::UnitPowerControl},
-                    {"OwnerRequest", RequestNode::OwnerRequest},
-                    {"StopResource", RequestNode::Stop},
-                    {"stopAll", RequestNode::StopAll},
-                    {"reset", RequestNode::Reset},
-                    {"Quit", RequestNode::Quit}};
+} kRequestNodes[] = {{"ChangedTuners", RequestNode::ChangedTuners},
+                     {"ChangedPUs", RequestNode::ChangedProcessingUnits},
+                     {"ChangedSUs", RequestNode::ChangedStorageUnits},
+                     {"UnitPowerControl", RequestNode::UnitPowerControl},
+                     {"OwnerRequest", RequestNode::OwnerRequest},
+                     {"StopResource", RequestNode::Stop},
+                     {"stopAll", RequestNode::StopAll},
+                     {"reset", RequestNode::Reset},
+                     {"Quit", RequestNode::Quit}};
 
 } // namespace
 
@@ -61,9 +61,9 @@ void AdminNodes::publish(values::Tree& tree, const QVector<NodeText>& texts, int
 bool AdminNodes::writeAll(const QVector<NodeText>& given)
 {
     QVector<NodeText> texts;
-    for (const char* name : plainValues)
+    for (const char* name : kPlainValues)
         texts.append({QLatin1String(name), QString()});
-    for (const auto& request : requestNodes)
+    for (const auto& request : kRequestNodes)
         texts.append({QLatin1String(request.name), QString()});
     texts.append({QStringLiteral("HostName"), m_installation.hostName()});
     const QMap<QString, QString>& overviews = m_installation.furtherOverviews();
@@ -74,7 +74,7 @@ bool AdminNodes::writeAll(const QVector<NodeText>& given)
     texts += given;
 
     const int life = m_life;
-    for (const char* name : plainNodes) {
+    for (const char* name : kPlainNodes) {
         m_tree->EnsureNode(path(QLatin1String(name)), this);
         if (life != m_life)
             return false;
@@ -97,7 +97,7 @@ bool AdminNodes::listen()
         item->Attach(this);
         m_requestNodes.insert(item, node);
     };
-    for (const auto& request : requestNodes)
+    for (const auto& request : kRequestNodes)
         listenTo(m_tree->FindAs<values::StringValue>(path(QLatin1String(request.name))), request.node);
     values::TreeItem* const requests = m_tree->EnsureNode(path(QStringLiteral("RequestsNode")), this);
     if (life != m_life)

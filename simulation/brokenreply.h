@@ -17,6 +17,6 @@ QByteArray deepReply(const XmlCommon::CXmlMessage& reply, int levels);
 QByteArray nonUtf8Reply(const XmlCommon::CXmlMessage& reply);
 
 /// Number of variants of brokenFrame().
-constexpr int brokenFrameVariants = 5;
+constexpr int kBrokenFrameVariants = 5;
 
 } // namespace KoltaSimulation

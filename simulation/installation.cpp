@@ -30,9 +30,9 @@ using RESOURCEMANAGEMENT::TunerTypeOverview;
 
 namespace {
 
-constexpr FaultId reportedFaults[] = {eFaultNotUnderstood, eFaultUnknownComponent, eFaultUnknownOperation,
-                                      eFaultNoOperation,   eFaultParameterMissing, eFaultNoSuchResource,
-                                      eFaultLookUpFailed,  eFaultNoRegisterEntry,  eFaultAdministration};
+constexpr FaultId kReportedFaults[] = {eFaultNotUnderstood, eFaultUnknownComponent, eFaultUnknownOperation,
+                                       eFaultNoOperation,   eFaultParameterMissing, eFaultNoSuchResource,
+                                       eFaultLookUpFailed,  eFaultNoRegisterEntry,  eFaultAdministration};
 
 template<class Overview>
 std::unique_ptr<IRGObject> make()
@@ -46,11 +46,11 @@ constexpr struct
     const char* file;
     const char* node;
     std::unique_ptr<IRGObject> (*make)();
-} furtherFiles[] = {{"demandclasses.xml", "DemandClasses", make<ResourceDemandClassOverview>},
-                    {"tunerclasses.xml", "TunerClasses", make<TunerClassOverview>},
-                    {"tunertypes.xml", "TunerTypeOverview", make<TunerTypeOverview>},
-                    {"hardwareprocessing.xml", "HardwareProcessing", make<HWProcessingOverview>},
-                    {"actualconfiguration.xml", "ActualConfiguration", make<ProcessorOverview>}};
+} kFurtherFiles[] = {{"demandclasses.xml", "DemandClasses", make<ResourceDemandClassOverview>},
+                     {"tunerclasses.xml", "TunerClasses", make<TunerClassOverview>},
+                     {"tunertypes.xml", "TunerTypeOverview", make<TunerTypeOverview>},
+                     {"hardwareprocessing.xml", "HardwareProcessing", make<HWProcessingOverview>},
+                     {"actualconfiguration.xml", "ActualConfiguration", make<ProcessorOverview>}};
 
 QString located(const QString& file, qint64 line, const QString& text)
 {
@@ -311,7 +311,7 @@ bool Installation::loadFaults(const QString& file, QString& error)
         known.insert(id);
         m_faults.append({id, description});
     }
-    for (const FaultId id : reportedFaults) {
+    for (const FaultId id : kReportedFaults) {
         if (!known.contains(id)) {
             error =
                 located(file, lines.size(),
@@ -324,7 +324,7 @@ bool Installation::loadFaults(const QString& file, QString& error)
 
 bool Installation::loadFurtherOverviews(const QString& folder, QString& error)
 {
-    for (const auto& further : furtherFiles) {
+    for (const auto& further : kFurtherFiles) {
         const QString file = QDir(folder).filePath(QLatin1String(further.file));
         const std::unique_ptr<IRGObject> overview = further.make();
         QString text = overview->GetXmlString();

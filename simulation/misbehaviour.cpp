@@ -15,7 +15,7 @@ struct KindInfo
     bool takesArgument;
 };
 
-constexpr KindInfo kindInfos[] = {
+constexpr KindInfo kKindInfos[] = {
     {Misbehaviour::Refuse, "refuse", Occasion::Listening, -1, false},
     {Misbehaviour::CloseAtOnce, "close-at-once", Occasion::Link, -1, false},
     {Misbehaviour::StopReading, "stop-reading", Occasion::Link, -1, false},
@@ -42,7 +42,7 @@ constexpr KindInfo kindInfos[] = {
 
 const KindInfo* infoOf(Misbehaviour kind)
 {
-    for (const KindInfo& info : kindInfos) {
+    for (const KindInfo& info : kKindInfos) {
         if (info.kind == kind)
             return &info;
     }
@@ -51,7 +51,7 @@ const KindInfo* infoOf(Misbehaviour kind)
 
 const KindInfo* infoOf(const QString& name)
 {
-    for (const KindInfo& info : kindInfos) {
+    for (const KindInfo& info : kKindInfos) {
         if (name == QLatin1String(info.name))
             return &info;
     }
@@ -131,7 +131,7 @@ QString misbehaviourName(Misbehaviour kind)
 QStringList misbehaviourNames()
 {
     QStringList names;
-    for (const KindInfo& info : kindInfos)
+    for (const KindInfo& info : kKindInfos)
         names.append(QLatin1String(info.name));
     return names;
 }

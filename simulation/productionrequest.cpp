@@ -12,8 +12,8 @@ using Kind = ProductionRequest::Kind;
 
 namespace {
 
-constexpr int typeProduction = 0;
-constexpr int typeMove = 3;
+constexpr int kTypeProduction = 0;
+constexpr int kTypeMove = 3;
 
 void fail(ProductionRequest& request, const QString& problem)
 {
@@ -82,9 +82,9 @@ ProductionRequest ProductionRequest::read(const QString& name, const QString& te
         fail(request, failure.GetText());
         return request;
     }
-    if (record.GetRequestType() == typeProduction)
+    if (record.GetRequestType() == kTypeProduction)
         readProduction(request, record);
-    else if (record.GetRequestType() == typeMove)
+    else if (record.GetRequestType() == kTypeMove)
         readMove(request, record);
     else
         fail(request,

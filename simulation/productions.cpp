@@ -28,7 +28,7 @@ QString nameOf(const Tuner& tuner)
 }
 
 /// A task is reserved for so long from its start.
-constexpr int reservedSeconds = 3600;
+constexpr int kReservedSeconds = 3600;
 
 QString nobodyHasRoom(int credits)
 {
@@ -192,7 +192,7 @@ template<class Node>
 QString Productions::problemOfDemand(const Node& asked, int& credits) const
 {
     QString problem;
-    Walk::walk(asked, everyProcessor, [&](const auto& node, const auto&) {
+    Walk::walk(asked, kEveryProcessor, [&](const auto& node, const auto&) {
         const QString demandClass = node.GetKoltaProcessor().GetDemandClassName();
         const std::optional<int> needed = m_demand.credits(node.GetObjectName(), demandClass);
         credits += needed.value_or(0);
@@ -223,7 +223,7 @@ template<class Node>
 void Productions::equip(Node& top, const QString& unit, bool keepGuids) const
 {
     QSet<QUuid> taken;
-    Walk::walk(top, everyProcessor, [&](auto& node, auto&) {
+    Walk::walk(top, kEveryProcessor, [&](auto& node, auto&) {
         auto& record = node.EditKoltaProcessor();
         QUuid guid = guidFromText(record.GetTavikResource().GetGUID());
         if (!keepGuids || guid.isNull() || taken.contains(guid) || m_running.contains(guid))
@@ -250,7 +250,7 @@ void Productions::enter(const Node& top, const QUuid& id)
         holdTuner(facts.tuner);
     }
     const int task = ++m_lastTask;
-    const QDateTime reserved = QDateTime::currentDateTimeUtc().addSecs(reservedSeconds);
+    const QDateTime reserved = QDateTime::currentDateTimeUtc().addSecs(kReservedSeconds);
     const auto enterDriver = [&](const QUuid& guid, const QUuid& production) {
         m_productions.insert(guid, {production, task, reserved});
         m_changes.started.append(guid);

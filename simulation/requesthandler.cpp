@@ -20,17 +20,17 @@ using XmlCommon::CXmlMessage;
 
 namespace {
 
-const QString resourcesComponent = QStringLiteral("Resources");
-const QString statisticsComponent = QStringLiteral("Statistics");
+const QString kResourcesComponent = QStringLiteral("Resources");
+const QString kStatisticsComponent = QStringLiteral("Statistics");
 
 constexpr struct
 {
     const char* name;
     quint64 ServerStatistics::*member;
-} counters[] = {{"Links", &ServerStatistics::links},     {"Requests", &ServerStatistics::requests},
-                {"Replies", &ServerStatistics::replies}, {"Broadcasts", &ServerStatistics::broadcasts},
-                {"Faults", &ServerStatistics::faults},   {"Duplicates", &ServerStatistics::duplicates},
-                {"Cuts", &ServerStatistics::cuts}};
+} kCounters[] = {{"Links", &ServerStatistics::links},     {"Requests", &ServerStatistics::requests},
+                 {"Replies", &ServerStatistics::replies}, {"Broadcasts", &ServerStatistics::broadcasts},
+                 {"Faults", &ServerStatistics::faults},   {"Duplicates", &ServerStatistics::duplicates},
+                 {"Cuts", &ServerStatistics::cuts}};
 
 CFaultTree makeFault(FaultId id, const QStringList& addenda, const CFaultTree& cause = CFaultTree())
 {
@@ -49,8 +49,8 @@ CFaultTree noSuchResource(const QString& guid, const QString& server)
 const QStringList& knownComponents()
 {
     static const QStringList components = {
-        resourcesComponent,
-        statisticsComponent,
+        kResourcesComponent,
+        kStatisticsComponent,
         XmlCommunication::CAppDescription::makeFragment().getComponentName(),
         XmlCommunication::CRequestTreeConverter().makeFragment().getComponentName(),
         XmlCommunication::CEventFilterConverter::makeFragment(QStringLiteral("*")).getComponentName(),
@@ -112,9 +112,9 @@ void RequestHandler::answerFragment(const CMsgFragment& request, CMsgFragment& r
     } else if (Kolta::StartStopDatastreamRecording::isCommand(request)) {
         if (!Kolta::StartStopDatastreamRecording::read(request))
             reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("DataStream")}));
-    } else if (component == resourcesComponent && tree.root().hasName("Resource")) {
+    } else if (component == kResourcesComponent && tree.root().hasName("Resource")) {
         answerResource(tree, reply);
-    } else if (component == statisticsComponent && tree.root().hasName("Statistics")) {
+    } else if (component == kStatisticsComponent && tree.root().hasName("Statistics")) {
         answerStatistics(reply);
     } else if (!knownComponents().contains(component)) {
         reply.setFaultTree(makeFault(eFaultUnknownComponent, {component}));
@@ -149,7 +149,7 @@ void RequestHandler::answerStatistics(CMsgFragment& reply) const
 {
     CDataTree data(QLatin1String("Statistics"));
     XmlCommon::CElement root = data.editRoot();
-    for (const auto& counter : counters)
+    for (const auto& counter : kCounters)
         root.append(counter.name, QString::number(m_statistics.*counter.member));
     reply.setDataTree(data);
 }
@@ -158,20 +158,20 @@ CMsgFragment makeResourceQuery(const QString& guid)
 {
     CDataTree tree(QLatin1String("Resource"));
     tree.editRoot().append("GUID", guid);
-    return makeQuery(resourcesComponent, tree);
+    return makeQuery(kResourcesComponent, tree);
 }
 
 CMsgFragment makeStatisticsQuery()
 {
-    return makeQuery(statisticsComponent, CDataTree(QLatin1String("Statistics")));
+    return makeQuery(kStatisticsComponent, CDataTree(QLatin1String("Statistics")));
 }
 
 bool readStatistics(const CMsgFragment& fragment, ServerStatistics& statistics)
 {
     const XmlCommon::CConstElement root = fragment.getDataTree().root();
-    if (fragment.getComponentName() != statisticsComponent || !root.hasName("Statistics"))
+    if (fragment.getComponentName() != kStatisticsComponent || !root.hasName("Statistics"))
         return false;
-    for (const auto& counter : counters)
+    for (const auto& counter : kCounters)
         statistics.*counter.member = root.child(counter.name).textToUInt();
     return true;
 }

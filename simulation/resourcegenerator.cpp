@@ -24,15 +24,15 @@ struct TunerKind
     double hardwareBandwidth; ///< 0 for none
 };
 
-constexpr TunerKind tunerKinds[] = {{"KW", "HF,AM,SP", 9e3, 3e7, 1e6, 0.0},
-                                    {"ZELM", "VRTQ,O2,PS", 2e7, 3e9, 5e6, 2e7},
-                                    {"EB", "VRTQ,SP", 2e7, 6e9, 1e7, 8e7},
-                                    {"DX", "O2,DF,GPS", 1e6, 1.8e10, 2e7, 5e8}};
+constexpr TunerKind kTunerKinds[] = {{"KW", "HF,AM,SP", 9e3, 3e7, 1e6, 0.0},
+                                     {"ZELM", "VRTQ,O2,PS", 2e7, 3e9, 5e6, 2e7},
+                                     {"EB", "VRTQ,SP", 2e7, 6e9, 1e7, 8e7},
+                                     {"DX", "O2,DF,GPS", 1e6, 1.8e10, 2e7, 5e8}};
 
 // One stream of numbers per kind of resource, so that no two share a GUID.
-constexpr quint32 tunerStream = 1;
-constexpr quint32 processingUnitStream = 2;
-constexpr quint32 storageUnitStream = 3;
+constexpr quint32 kTunerStream = 1;
+constexpr quint32 kProcessingUnitStream = 2;
+constexpr quint32 kStorageUnitStream = 3;
 
 std::mt19937 randomFor(quint32 stream, int number, quint32 seed)
 {
@@ -72,8 +72,8 @@ void fillIdentity(TavikResource& identity, std::mt19937& random, const QString& 
 
 Tuner makeTuner(int number, quint32 seed)
 {
-    std::mt19937 random = randomFor(tunerStream, number, seed);
-    const TunerKind& kind = tunerKinds[random() % (sizeof tunerKinds / sizeof tunerKinds[0])];
+    std::mt19937 random = randomFor(kTunerStream, number, seed);
+    const TunerKind& kind = kTunerKinds[random() % (sizeof kTunerKinds / sizeof kTunerKinds[0])];
     const QString type = QLatin1String(kind.type);
     Tuner tuner;
     fillIdentity(tuner.EditTavikResource(), random, type, number, 1000);
@@ -107,7 +107,7 @@ ResourceOverview makeResources(int tunerCount, quint32 seed)
     for (int i = 0; i < tunerCount; ++i)
         overview.EditTuner().append(makeTuner(i, seed));
     for (int i = 0; i < qMax(1, tunerCount / 40); ++i) {
-        std::mt19937 random = randomFor(processingUnitStream, i, seed);
+        std::mt19937 random = randomFor(kProcessingUnitStream, i, seed);
         ProcessingUnit unit;
         fillIdentity(unit.EditTavikResource(), random, QStringLiteral("PU"), i, 500000);
         unit.SetRegistration(ProcessingUnit::eRegistered);
@@ -116,7 +116,7 @@ ResourceOverview makeResources(int tunerCount, quint32 seed)
         overview.EditProcessingUnit().append(unit);
     }
     for (int i = 0; i < qMax(1, tunerCount / 100); ++i) {
-        std::mt19937 random = randomFor(storageUnitStream, i, seed);
+        std::mt19937 random = randomFor(kStorageUnitStream, i, seed);
         StorageUnit unit;
         fillIdentity(unit.EditTavikResource(), random, QStringLiteral("SU"), i, 700000);
         unit.SetRegistration(StorageUnit::eRegistered);

@@ -72,7 +72,7 @@ template<class Root>
 QVector<ProcessorFacts> removeBelow(Root& root, const QUuid& guid)
 {
     QVector<ProcessorFacts> removed;
-    Walk::walk(root, everyProcessor, [&](auto& node, auto& parent) {
+    Walk::walk(root, kEveryProcessor, [&](auto& node, auto& parent) {
         using Parent = std::remove_reference_t<decltype(parent)>;
         if constexpr (!Walk::isA<Parent, Walk::NoParent>) {
             if (keyOf(node) == guid) {
@@ -93,7 +93,7 @@ QVector<ProcessorFacts> factsOfAll(const Node& node)
 {
     QVector<ProcessorFacts> all;
     Walk::walk(
-        node, everyProcessor, [](const auto&, const auto&) { return Walk::eInto; },
+        node, kEveryProcessor, [](const auto&, const auto&) { return Walk::eInto; },
         [&all](const auto& left) { all.append(factsOf(left)); });
     return all;
 }
@@ -249,7 +249,7 @@ ProcessorOverview RunningProcessors::overview() const
 template<class Node>
 void RunningProcessors::index(const Node& node, const Place& top, const Place& below)
 {
-    Walk::walk(node, everyProcessor, [&](const auto& inner, const auto& parent) {
+    Walk::walk(node, kEveryProcessor, [&](const auto& inner, const auto& parent) {
         using Parent = std::remove_const_t<std::remove_reference_t<decltype(parent)>>;
         m_places.insert(keyOf(inner), Walk::isA<Parent, Walk::NoParent> ? top : below);
         return Walk::eInto;

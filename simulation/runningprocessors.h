@@ -13,7 +13,7 @@
 namespace KoltaSimulation {
 
 /// Walks meet every processor that a server runs.
-constexpr Kolta::ProcessorWalk::Plan everyProcessor{false, false, true, true};
+constexpr Kolta::ProcessorWalk::Plan kEveryProcessor{false, false, true, true};
 
 /// What the bookkeeping of a server needs to know of one processor.
 struct ProcessorFacts

@@ -28,14 +28,14 @@ using Kolta::ShortTimeResultItemMap;
 
 namespace {
 
-constexpr std::size_t conversionsPerStep = 3;
-constexpr quint64 failureOdds = 8; ///< one conversion in so many fails
-constexpr quint64 resultOdds = 3;  ///< one tick in so many yields a result
+constexpr std::size_t kConversionsPerStep = 3;
+constexpr quint64 kFailureOdds = 8; ///< one conversion in so many fails
+constexpr quint64 kResultOdds = 3;  ///< one tick in so many yields a result
 
 // What emissions have of which their profile says nothing.
-constexpr quint64 usualFrequency = 50'000'000;
-constexpr quint64 usualDuration = 8'000;
-constexpr quint64 usualBandwidth = 25'000;
+constexpr quint64 kUsualFrequency = 50'000'000;
+constexpr quint64 kUsualDuration = 8'000;
+constexpr quint64 kUsualBandwidth = 25'000;
 
 /// The unfinished conversions whose turn it is. Sorted, as the order of a map is another in every process.
 std::vector<sorel::RecordIdentifier> nextConversions(const ConvertProductionResultMap& map)
@@ -45,7 +45,7 @@ std::vector<sorel::RecordIdentifier> nextConversions(const ConvertProductionResu
         if (!result.finished())
             open.emplace_back(result.creationTime(), record.toString(), record);
     }
-    const auto count = std::min(open.size(), conversionsPerStep);
+    const auto count = std::min(open.size(), kConversionsPerStep);
     const auto isBefore = [](const auto& left, const auto& right) {
         return std::tie(std::get<0>(left), std::get<1>(left)) <
                std::tie(std::get<0>(right), std::get<1>(right));
@@ -85,7 +85,7 @@ std::vector<Search> searches(const ShortTimeFFPAssignmentItemMap& assignments,
 /// Makes room for one more.
 void eraseOldest(const values::Weak<ShortTimeResultItemMap>& map)
 {
-    while (map && map.Get()->Size() >= ShortTimeActivity::keptResults) {
+    while (map && map.Get()->Size() >= ShortTimeActivity::kKeptResults) {
         const auto& results = map.Get()->data();
         const auto oldest =
             std::min_element(results.begin(), results.end(), [](const auto& left, const auto& right) {
@@ -132,7 +132,7 @@ void ShortTimeActivity::stepConversions()
             map->startConverting(record);
         else if (item.result().isEmpty())
             map->setIntermediateResult(record, QStringLiteral("50 %"));
-        else if (random(failureOdds) == 0)
+        else if (random(kFailureOdds) == 0)
             map->setFinished(record, false, QStringLiteral("The recording cannot be read"));
         else
             map->setFinished(record, true, item.resultType());
@@ -152,7 +152,7 @@ void ShortTimeActivity::stepResults()
 {
     auto* const assignments = find<ShortTimeFFPAssignmentItemMap>("Assignments");
     auto* const profiles = find<ShortTimeProfileItemMap>("Profiles");
-    if (!assignments || !profiles || random(resultOdds) != 0)
+    if (!assignments || !profiles || random(kResultOdds) != 0)
         return;
     const std::vector<Search> all = searches(*assignments, *profiles);
     const values::Weak<ShortTimeResultItemMap> map(find<ShortTimeResultItemMap>("Results"));
@@ -163,11 +163,11 @@ void ShortTimeActivity::stepResults()
     ShortTimeResult result;
     result.startTime = QDateTime::currentMSecsSinceEpoch() * 1000;
     result.duration = static_cast<quint32>(
-        within(profile.useDuration, profile.durationMin, profile.durationMax, usualDuration));
+        within(profile.useDuration, profile.durationMin, profile.durationMax, kUsualDuration));
     result.frequency =
-        within(profile.useFrequency, profile.frequencyMin, profile.frequencyMax, usualFrequency);
+        within(profile.useFrequency, profile.frequencyMin, profile.frequencyMax, kUsualFrequency);
     result.bandwidth = static_cast<quint32>(
-        within(profile.useBandwidth, profile.bandwidthMin, profile.bandwidthMax, usualBandwidth));
+        within(profile.useBandwidth, profile.bandwidthMin, profile.bandwidthMax, kUsualBandwidth));
     result.symbolRate =
         static_cast<quint32>(within(profile.useSymbolRate, profile.symbolRateMin, profile.symbolRateMax, 0));
     result.level = static_cast<double>(random(600)) / 10;

@@ -20,7 +20,7 @@ class ShortTimeActivity
 {
 public:
     /// Results that are kept; older ones go.
-    static constexpr std::size_t keptResults = 1000;
+    static constexpr std::size_t kKeptResults = 1000;
 
     ShortTimeActivity(const SimulatedServer& server, quint32 seed);
 

@@ -29,14 +29,14 @@ using Kolta::ShortTimeResultItemMap;
 
 namespace {
 
-const char profilesName[] = "Profiles";
-const char assignmentsName[] = "Assignments";
-const char resultsName[] = "Results";
-const char conversionsName[] = "Conversions";
-const char shapesName[] = "Shapes";
+const char kProfilesName[] = "Profiles";
+const char kAssignmentsName[] = "Assignments";
+const char kResultsName[] = "Results";
+const char kConversionsName[] = "Conversions";
+const char kShapesName[] = "Shapes";
 
 /// The minimum coverage is in per cent.
-constexpr quint32 maxCoverage = 100;
+constexpr quint32 kMaxCoverage = 100;
 
 std::unique_ptr<ShortTimeProfileItemMap> makeProfiles(const Installation& installation)
 {
@@ -101,9 +101,9 @@ QString problemOf(const ShortTimeFFPAssignment& assignment, const ShortTimeProfi
 {
     if (Kolta::guidFromText(assignment.ffpGuid).isNull())
         return QStringLiteral("\"%1\" is no GUID of an FFP").arg(assignment.ffpGuid);
-    if (assignment.minCoverage > maxCoverage)
+    if (assignment.minCoverage > kMaxCoverage)
         return QStringLiteral("The minimum coverage is %1 %, expected at most %2 %")
-            .arg(QString::number(assignment.minCoverage), QString::number(maxCoverage));
+            .arg(QString::number(assignment.minCoverage), QString::number(kMaxCoverage));
     QSet<QString> seen;
     for (const QString& name : assignment.profiles) {
         if (!profiles || !profiles->Contains(name))
@@ -155,20 +155,20 @@ void ShortTimeOwner::publish(values::Tree& tree)
     const int life = ++m_life;
     m_tree = &tree;
     std::pair<const char*, std::unique_ptr<values::ValueBase>> maps[] = {
-        {profilesName, makeProfiles(m_installation)},
-        {assignmentsName, std::make_unique<ShortTimeFFPAssignmentItemMap>()},
-        {resultsName, std::make_unique<ShortTimeResultItemMap>()},
-        {conversionsName, std::make_unique<ConvertProductionResultMap>()},
-        {shapesName, std::make_unique<ShapeCollectionItemMap>()}};
+        {kProfilesName, makeProfiles(m_installation)},
+        {kAssignmentsName, std::make_unique<ShortTimeFFPAssignmentItemMap>()},
+        {kResultsName, std::make_unique<ShortTimeResultItemMap>()},
+        {kConversionsName, std::make_unique<ConvertProductionResultMap>()},
+        {kShapesName, std::make_unique<ShapeCollectionItemMap>()}};
     for (auto& [name, map] : maps) {
         tree.Add(path(m_installation, QLatin1String(name)), std::move(map), this);
         // Whoever was told may have ended this publication.
         if (life != m_life)
             return;
     }
-    if (auto* const profiles = find<ShortTimeProfileItemMap>(profilesName))
+    if (auto* const profiles = find<ShortTimeProfileItemMap>(kProfilesName))
         profiles->Attach(this);
-    if (auto* const assignments = find<ShortTimeFFPAssignmentItemMap>(assignmentsName))
+    if (auto* const assignments = find<ShortTimeFFPAssignmentItemMap>(kAssignmentsName))
         assignments->Attach(this);
     // Somebody may have asked as the first of them appeared.
     Update(nullptr, eChangeValue);
@@ -185,8 +185,8 @@ void ShortTimeOwner::withdraw()
 {
     if (!m_tree)
         return;
-    withdrawOne<ShortTimeProfileItemMap>(profilesName);
-    withdrawOne<ShortTimeFFPAssignmentItemMap>(assignmentsName);
+    withdrawOne<ShortTimeProfileItemMap>(kProfilesName);
+    withdrawOne<ShortTimeFFPAssignmentItemMap>(kAssignmentsName);
     ++m_life;
     values::Tree& tree = *std::exchange(m_tree, nullptr);
     tree.Remove(path(m_installation, QString()), this);
@@ -208,12 +208,12 @@ void ShortTimeOwner::answerAll()
         return changeType(map, wanted, this);
     };
     const auto assigns = [this](ShortTimeFFPAssignmentItemMap& map, const auto& wanted) {
-        return changeAssignment(map, find<ShortTimeProfileItemMap>(profilesName), wanted, this);
+        return changeAssignment(map, find<ShortTimeProfileItemMap>(kProfilesName), wanted, this);
     };
     if (answer<Kolta::ShortTimeProfileProtocol, ShortTimeProfileItemMap>(
-            profilesName, changesType, &ShortTimeProfileItemMap::ReplyTypeChange))
+            kProfilesName, changesType, &ShortTimeProfileItemMap::ReplyTypeChange))
         answer<Kolta::ShortTimeFFPAssignmentProtocol, ShortTimeFFPAssignmentItemMap>(
-            assignmentsName, assigns, &ShortTimeFFPAssignmentItemMap::ReplyAssignmentChange);
+            kAssignmentsName, assigns, &ShortTimeFFPAssignmentItemMap::ReplyAssignmentChange);
 }
 
 /// False when somebody who was told of a change or an answer ended this publication.

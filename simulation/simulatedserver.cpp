@@ -382,7 +382,7 @@ void SimulatedServer::sendSpoilt(SimulatedLink& link, const CXmlMessage& reply,
         link.sendMerged(framedBytes(reply), decision.argument);
         break;
     case Misbehaviour::BrokenFrame:
-        link.sendBytes(brokenFrame(reply, decision.argument < 0 ? m_plan.randomBelow(brokenFrameVariants)
+        link.sendBytes(brokenFrame(reply, decision.argument < 0 ? m_plan.randomBelow(kBrokenFrameVariants)
                                                                 : decision.argument));
         break;
     case Misbehaviour::BrokenXml:

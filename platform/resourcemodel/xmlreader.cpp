@@ -175,9 +175,9 @@ public:
 private:
     /// White space that is a whole text is kept, white space between elements is not; references are resolved
     /// when a text is taken, because the parser lets unknown ones pass. The parser works without recursion.
-    static constexpr unsigned parseOptions = pugi::parse_cdata | pugi::parse_eol |
-                                             pugi::parse_ws_pcdata_single | pugi::parse_embed_pcdata |
-                                             pugi::parse_doctype | pugi::parse_fragment;
+    static constexpr unsigned kParseOptions = pugi::parse_cdata | pugi::parse_eol |
+                                              pugi::parse_ws_pcdata_single | pugi::parse_embed_pcdata |
+                                              pugi::parse_doctype | pugi::parse_fragment;
 
     pugi::xml_node parse(const Table& table)
     {
@@ -191,7 +191,7 @@ private:
                      .arg(ushort(m_xml.at(forbidden).unicode()), 4, 16, QLatin1Char('0')));
         // The terminating zero is passed on too: the parser would take the last character for its own.
         const pugi::xml_parse_result result = m_document.load_buffer_inplace(
-            m_utf8.data(), static_cast<std::size_t>(m_utf8.size()) + 1, parseOptions, pugi::encoding_utf8);
+            m_utf8.data(), static_cast<std::size_t>(m_utf8.size()) + 1, kParseOptions, pugi::encoding_utf8);
         if (!result)
             fail(QStringLiteral("%1: not well-formed (%2), %3")
                      .arg(placeOf(m_xml, result.offset), QLatin1String(result.description()), expected));

@@ -99,7 +99,7 @@ public:
     }
 
 private:
-    static constexpr int numberLength = 32; ///< more than the longest number takes
+    static constexpr int kNumberLength = 32; ///< more than the longest number takes
 
     void openTag(const char16_t* name, int length) { tag(name, length, false); }
     void closeTag(const char16_t* name, int length) { tag(name, length, true); }
@@ -172,8 +172,8 @@ private:
     template<typename Number>
     void writeWhole(const Field& field, Number value)
     {
-        char digits[numberLength];
-        const auto end = std::to_chars(digits, digits + numberLength, value).ptr;
+        char digits[kNumberLength];
+        const auto end = std::to_chars(digits, digits + kNumberLength, value).ptr;
         writeElement(field, digits, static_cast<int>(end - digits));
     }
 
@@ -186,8 +186,8 @@ private:
             throw Unwritable{QLatin1String(field.name), QStringLiteral("is not a finite number")};
         if (std::fabs(value) < plainLimit && std::trunc(value) == value && !std::signbit(value))
             return writeWhole(field, static_cast<qint64>(value));
-        char digits[numberLength];
-        const auto end = std::to_chars(digits, digits + numberLength, value).ptr;
+        char digits[kNumberLength];
+        const auto end = std::to_chars(digits, digits + kNumberLength, value).ptr;
         writeElement(field, digits, static_cast<int>(end - digits));
     }
 

@@ -16,7 +16,7 @@ Q_LOGGING_CATEGORY(traceCategory, "kolta.trace")
 enum eTracePoint : int { eBadMask = 10 };
 constexpr TraceSource kTrace("platform/startup/errorhandler", eTraceWarning);
 
-constexpr quint32 allChannels = 0xffffffffU;
+constexpr quint32 kAllChannels = 0xffffffffU;
 
 /// Set while this thread is inside trace(): a sink or message handler that traces again must not come back
 /// here.
@@ -40,7 +40,7 @@ void log(const TraceRecord& record)
 
 } // namespace
 
-ErrorHandler::ErrorHandler() : m_mask(allChannels) {}
+ErrorHandler::ErrorHandler() : m_mask(kAllChannels) {}
 
 ErrorHandler& ErrorHandler::Instance()
 {

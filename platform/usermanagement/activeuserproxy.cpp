@@ -17,7 +17,7 @@ namespace Nax {
 namespace {
 
 /// Time between a change of the file and reading it: a file is often written in several steps.
-constexpr int settleMs = 50;
+constexpr int kSettleMs = 50;
 
 /// Trace points of this file.
 enum eTracePoint : int { eRefused = 10, eUnwatched = 11, eCallback = 20 };
@@ -219,7 +219,7 @@ void ActiveUserProxy::watchFile()
     if (!m_settled) {
         m_settled = std::make_unique<QTimer>();
         m_settled->setSingleShot(true);
-        m_settled->setInterval(settleMs);
+        m_settled->setInterval(kSettleMs);
         connect(m_settled.get(), &QTimer::timeout, this, &ActiveUserProxy::Reload);
     }
     m_watcher = std::make_unique<QFileSystemWatcher>();

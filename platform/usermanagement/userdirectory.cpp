@@ -12,7 +12,7 @@ namespace Nax {
 namespace {
 
 /// Far more than any installation needs, and little enough to be read at once.
-constexpr qint64 maxFileBytes = 16 * 1024 * 1024;
+constexpr qint64 kMaxFileBytes = 16 * 1024 * 1024;
 
 } // namespace
 
@@ -194,9 +194,9 @@ bool UserDirectory::load(const QString& file, QString& error)
         error = QStringLiteral("%1: %2, expected a readable file of users").arg(file, input.errorString());
         return false;
     }
-    const QByteArray text = input.read(maxFileBytes + 1);
-    if (text.size() > maxFileBytes) {
-        error = QStringLiteral("%1: too long, expected at most %2 bytes").arg(file).arg(maxFileBytes);
+    const QByteArray text = input.read(kMaxFileBytes + 1);
+    if (text.size() > kMaxFileBytes) {
+        error = QStringLiteral("%1: too long, expected at most %2 bytes").arg(file).arg(kMaxFileBytes);
         return false;
     }
     UserDirectory fresh;

@@ -80,7 +80,7 @@ public:
     {
         quint32 units = 0;
         if (!PeekInteger(units) || units > (Remaining() - sizeof units) / sizeof(ushort) ||
-            units > static_cast<quint32>(maximumUnits))
+            units > static_cast<quint32>(kMaximumUnits))
             return false;
         m_at += sizeof units;
         // The units need not be aligned.
@@ -118,7 +118,7 @@ public:
     }
 
 private:
-    static constexpr int maximumUnits = 1 << 29; ///< what a QString can hold
+    static constexpr int kMaximumUnits = 1 << 29; ///< what a QString can hold
 
     const char* m_at;
     const char* m_end;

@@ -22,7 +22,7 @@ public:
         unsigned int number; ///< the collection's change number before the change
         Kind kind;
     };
-    static constexpr unsigned int defaultSize = 1000;
+    static constexpr unsigned int kDefaultSize = 1000;
 
     /// Number of entries that are kept.
     unsigned int GetChangeLogSize() const noexcept { return m_bound; }
@@ -72,7 +72,7 @@ public:
 private:
     std::vector<Entry> m_entries; ///< a ring once it holds m_bound entries
     std::size_t m_first = 0;      ///< the oldest
-    unsigned int m_bound = defaultSize;
+    unsigned int m_bound = kDefaultSize;
     unsigned int m_next = 0; ///< number of the next entry
 };
 

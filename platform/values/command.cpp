@@ -6,8 +6,8 @@ namespace values {
 
 namespace {
 
-constexpr std::size_t smallestCommand = sizeof(quint32) + sizeof(quint16) + sizeof(quint32);
-constexpr quint8 headerVersion = 1;
+constexpr std::size_t kSmallestCommand = sizeof(quint32) + sizeof(quint16) + sizeof(quint32);
+constexpr quint8 kHeaderVersion = 1;
 
 QString addressOf(const ValueBase& value)
 {
@@ -70,7 +70,7 @@ std::unique_ptr<CommandTransaction> CommandTransaction::Read(ValueBase& target, 
 {
     ByteReader at = in;
     quint32 count = 0;
-    if (!at.ReadInteger(count) || count > at.Remaining() / smallestCommand)
+    if (!at.ReadInteger(count) || count > at.Remaining() / kSmallestCommand)
         return nullptr;
     Commands commands;
     commands.reserve(count);
@@ -152,7 +152,7 @@ void AppendValueHeader(std::string& out, const ValueBase& value)
 {
     const std::size_t start = out.size();
     AppendInteger(out, quint32(0));
-    AppendInteger(out, headerVersion);
+    AppendInteger(out, kHeaderVersion);
     AppendInteger(out, static_cast<qint32>(value.GetType()));
     AppendInteger(out, static_cast<quint8>(value.GetState()));
     AppendText(out, addressOf(value));
@@ -167,7 +167,7 @@ bool ReadValueHeader(ByteReader& in, ValueHeader& header)
     qint32 type = 0;
     QString path;
     if (!at.ReadInteger(size) || !at.Split(size, part) || !part.ReadInteger(version) ||
-        version != headerVersion || !part.ReadInteger(type) || !part.ReadInteger(state) ||
+        version != kHeaderVersion || !part.ReadInteger(type) || !part.ReadInteger(state) ||
         state > eValueDeleted || !part.ReadText(path))
         return false;
     header = {type, static_cast<TValueState>(state), path};

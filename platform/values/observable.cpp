@@ -5,7 +5,7 @@
 #include <algorithm>
 
 namespace {
-constexpr auto noLink = static_cast<std::size_t>(-1);
+constexpr auto kNoLink = static_cast<std::size_t>(-1);
 }
 
 /// A running notification. It lives on the stack of Notify(); the observable's destructor cuts it off.
@@ -72,7 +72,7 @@ Observable::~Observable()
 
 void Observable::Attach(IObserver* observer)
 {
-    if (!observer || findLink(*observer) != noLink)
+    if (!observer || findLink(*observer) != kNoLink)
         return;
     // Room on both sides first, so that a lack of memory cannot leave half a link behind.
     m_slots.push_back({nullptr, 0});
@@ -83,14 +83,14 @@ void Observable::Attach(IObserver* observer)
 
 void Observable::Detach(IObserver* observer)
 {
-    const std::size_t link = observer ? findLink(*observer) : noLink;
-    if (link != noLink)
+    const std::size_t link = observer ? findLink(*observer) : kNoLink;
+    if (link != kNoLink)
         release(*observer, link);
 }
 
 bool Observable::IsAttached(const IObserver* observer) const
 {
-    return observer && findLink(*observer) != noLink;
+    return observer && findLink(*observer) != kNoLink;
 }
 
 void Observable::Notify(TChangeCode code, IObserver* originator)
@@ -113,11 +113,11 @@ std::size_t Observable::findLink(const IObserver& observer) const noexcept
     if (links.size() <= m_count) {
         const auto it = std::find_if(links.begin(), links.end(),
                                      [this](const IObserver::Link& link) { return link.source == this; });
-        return it == links.end() ? noLink : static_cast<std::size_t>(it - links.begin());
+        return it == links.end() ? kNoLink : static_cast<std::size_t>(it - links.begin());
     }
     const auto it = std::find_if(m_slots.begin(), m_slots.end(),
                                  [&observer](const Slot& slot) { return slot.observer == &observer; });
-    return it == m_slots.end() ? noLink : it->link;
+    return it == m_slots.end() ? kNoLink : it->link;
 }
 
 void Observable::release(IObserver& observer, std::size_t link)

@@ -11,13 +11,18 @@ namespace values {
 namespace {
 
 /// First byte of each message.
-enum MessageKind : quint8 { RequestMessage = 1, StateMessage = 2, GroupMessage = 3, AcknowledgeMessage = 4 };
+enum MessageKind : quint8 {
+    eRequestMessage = 1,
+    eStateMessage = 2,
+    eGroupMessage = 3,
+    eAcknowledgeMessage = 4
+};
 
-constexpr quint8 protocolVersion = 1;
+constexpr quint8 kProtocolVersion = 1;
 /// A peer that makes up origins must not cost memory for each.
-constexpr std::size_t maximumOrigins = 1000;
+constexpr std::size_t kMaximumOrigins = 1000;
 /// Larger buffers are given back after use.
-constexpr std::size_t keptBody = 65536;
+constexpr std::size_t kKeptBody = 65536;
 
 enum eTracePoint : int {
     eRecorderGone = 1,
@@ -131,7 +136,7 @@ void Replica::OnCommand(ValueBase& /*value*/, std::unique_ptr<Command> command)
             encodeFrom(first);
         link->send(m_group, first, m_body);
     }
-    if (m_body.capacity() > keptBody)
+    if (m_body.capacity() > kKeptBody)
         std::string().swap(m_body);
 }
 
@@ -223,7 +228,7 @@ std::string ReplicaLink::TakeOutgoing()
     m_acknowledgeDue = false;
     if (isStateReady()) {
         m_stateDue = false;
-        std::string message = messageOf(StateMessage, 0);
+        std::string message = messageOf(eStateMessage, 0);
         AppendInteger(message, m_sent);
         AppendInteger(message, m_received);
         AppendUuid(message, m_replica->GetId());
@@ -233,7 +238,7 @@ std::string ReplicaLink::TakeOutgoing()
         PatchUInt32(message, size, static_cast<quint32>(message.size() - size - sizeof(quint32)));
         return message;
     }
-    std::string message = messageOf(AcknowledgeMessage, sizeof m_received);
+    std::string message = messageOf(eAcknowledgeMessage, sizeof m_received);
     AppendInteger(message, m_received);
     return message;
 }
@@ -263,7 +268,7 @@ void ReplicaLink::send(const Replica::Group& group, std::size_t first, const std
     }
     if (m_stateDue)
         return;
-    std::string message = messageOf(GroupMessage, 2 * sizeof(quint64) + sizeof(quint32) + body.size());
+    std::string message = messageOf(eGroupMessage, 2 * sizeof(quint64) + sizeof(quint32) + body.size());
     AppendInteger(message, m_sent);
     AppendInteger(message, m_received);
     AppendInteger(message, static_cast<quint32>(body.size()));
@@ -283,10 +288,10 @@ void ReplicaLink::sendStateAnew()
 /// Asked in line with the groups, so that the state that comes contains all that were sent before.
 void ReplicaLink::requestState()
 {
-    if (!m_queue.empty() && m_queue.back().front() == RequestMessage)
+    if (!m_queue.empty() && m_queue.back().front() == eRequestMessage)
         return;
-    std::string message = messageOf(RequestMessage, 1 + sizeof(QUuid));
-    AppendInteger(message, protocolVersion);
+    std::string message = messageOf(eRequestMessage, 1 + sizeof(QUuid));
+    AppendInteger(message, kProtocolVersion);
     AppendUuid(message, m_replica->GetId());
     enqueue(std::move(message));
 }
@@ -324,11 +329,11 @@ bool ReplicaLink::process(ByteReader in)
     quint8 kind = 0;
     in.ReadInteger(kind);
     try {
-        const bool taken = kind == RequestMessage       ? takeRequest(in)
-                           : kind == StateMessage       ? takeState(in)
-                           : kind == GroupMessage       ? takeGroup(in)
-                           : kind == AcknowledgeMessage ? takeAcknowledgement(in)
-                                                        : false;
+        const bool taken = kind == eRequestMessage       ? takeRequest(in)
+                           : kind == eStateMessage       ? takeState(in)
+                           : kind == eGroupMessage       ? takeGroup(in)
+                           : kind == eAcknowledgeMessage ? takeAcknowledgement(in)
+                                                         : false;
         if (self && !taken && !m_broken)
             fail(eUnfitMessage, QStringLiteral("message %1 does not fit").arg(kind));
     } catch (...) {
@@ -342,7 +347,7 @@ bool ReplicaLink::takeRequest(ByteReader& in)
 {
     quint8 version = 0;
     QUuid peer;
-    if (m_role != LinkRole::Primary || !in.ReadInteger(version) || version != protocolVersion ||
+    if (m_role != LinkRole::Primary || !in.ReadInteger(version) || version != kProtocolVersion ||
         !in.ReadUuid(peer) || !in.AtEnd())
         return false;
     m_peer = peer;
@@ -429,7 +434,7 @@ std::shared_ptr<Replica::Origin> ReplicaLink::originFor(const QUuid& id)
     const auto found = m_origins.find(id);
     if (found != m_origins.end())
         return found->second;
-    if (m_origins.size() >= maximumOrigins)
+    if (m_origins.size() >= kMaximumOrigins)
         m_origins.clear(); // a message that is being executed keeps its own
     return m_origins.emplace(id, std::make_shared<Origin>(*this, id)).first->second;
 }

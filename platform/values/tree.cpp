@@ -8,11 +8,11 @@ namespace values {
 
 namespace {
 
-constexpr QChar separator = QLatin1Char('/');
+constexpr QChar kSeparator = QLatin1Char('/');
 
 bool isNormal(const QString& path)
 {
-    return path.size() > 1 && path.startsWith(separator) && !path.endsWith(separator) &&
+    return path.size() > 1 && path.startsWith(kSeparator) && !path.endsWith(kSeparator) &&
            !path.contains(QLatin1String("//"));
 }
 
@@ -66,7 +66,7 @@ void TreeItem::SetIdentity(const QString& name, TValueState state)
 
 QString TreeItem::GetName() const
 {
-    return m_tree ? m_path.mid(m_path.lastIndexOf(separator) + 1) : m_name;
+    return m_tree ? m_path.mid(m_path.lastIndexOf(kSeparator) + 1) : m_name;
 }
 
 QVector<TreeItem*> TreeItem::GetChildren() const
@@ -115,7 +115,7 @@ Tree& Tree::Instance()
 
 Tree::Tree() : m_root(std::make_unique<Node>())
 {
-    m_root->m_path = separator;
+    m_root->m_path = kSeparator;
     m_root->m_tree = this;
 }
 
@@ -164,7 +164,7 @@ ValueBase* Tree::Add(const QString& path, std::unique_ptr<ValueBase> value, IObs
     m_consumed.reset();
 
     std::vector<Arrival> arrivals;
-    TreeItem* const parent = ensure(normal.left(normal.lastIndexOf(separator)), arrivals);
+    TreeItem* const parent = ensure(normal.left(normal.lastIndexOf(kSeparator)), arrivals);
     if (item) {
         revive(*item);
     } else {
@@ -248,7 +248,7 @@ TreeItem* Tree::ensure(const QString& path, std::vector<Arrival>& arrivals)
 {
     TreeItem* item = m_root.get();
     QStringList missing;
-    for (QString part = path; part.size() > 1; part.truncate(part.lastIndexOf(separator))) {
+    for (QString part = path; part.size() > 1; part.truncate(part.lastIndexOf(kSeparator))) {
         TreeItem* const found = m_items.value(part);
         if (found && !found->IsDeleted()) {
             item = found;
@@ -389,9 +389,9 @@ QString NormalisedPath(const QString& path)
         return path;
     QString normal;
     normal.reserve(path.size() + 1);
-    for (const QString& name : path.split(separator, Qt::SkipEmptyParts))
-        normal.append(separator).append(name);
-    return normal.isEmpty() ? QString(separator) : normal;
+    for (const QString& name : path.split(kSeparator, Qt::SkipEmptyParts))
+        normal.append(kSeparator).append(name);
+    return normal.isEmpty() ? QString(kSeparator) : normal;
 }
 
 } // namespace values

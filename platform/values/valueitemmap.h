@@ -119,7 +119,7 @@ public:
 
     const ChangeLogTemplate<char, QString>& GetChangeLog() const override { return m_changeLog; }
     unsigned int GetChangeNumber() const override { return m_changeNumber; }
-    /// How many entries the change log keeps, ChangeLogTemplate::defaultSize at first.
+    /// How many entries the change log keeps, ChangeLogTemplate::kDefaultSize at first.
     void SetChangeLogSize(unsigned int size) { m_changeLog.SetChangeLogSize(size); }
 
     /// Where the content comes from; not transmitted. Setting it tells nobody.

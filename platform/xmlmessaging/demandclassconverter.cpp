@@ -16,7 +16,7 @@ namespace {
 
 using DemandClass = CResourceDemandClasses::ResourceDemandClass;
 
-constexpr char componentName[] = "ResourceDemandClasses";
+constexpr char kComponentName[] = "ResourceDemandClasses";
 
 /// -1 for what is missing or no number of 32 bits.
 qint32 numberAttribute(CConstElement element, const char* name)
@@ -88,12 +88,12 @@ void writeClass(CElement element, const DemandClass& written)
 
 CMsgFragment CResourceDemandClasses::makeFragment()
 {
-    return XmlCommon::requestFragment(componentName, CDataTree(QLatin1String("GetDemandClasses")));
+    return XmlCommon::requestFragment(kComponentName, CDataTree(QLatin1String("GetDemandClasses")));
 }
 
 bool CResourceDemandClasses::isQuery(const CMsgFragment& fragment)
 {
-    return XmlCommon::asksFor(fragment, componentName, "GetDemandClasses");
+    return XmlCommon::asksFor(fragment, kComponentName, "GetDemandClasses");
 }
 
 void CResourceDemandClasses::fillReply(CMsgFragment& fragment, const QVector<Application>& applications)
@@ -113,7 +113,7 @@ CResourceDemandClasses::CResourceDemandClasses(const CMsgFragment& fragment)
 {
     const CConstElement root = fragment.getDataTree().root();
     m_compatible =
-        fragment.getComponentName() == QLatin1String(componentName) && root.hasName("DemandClasses");
+        fragment.getComponentName() == QLatin1String(kComponentName) && root.hasName("DemandClasses");
     m_failure = !m_compatible || fragment.hasFaultTree();
     if (m_failure)
         return;

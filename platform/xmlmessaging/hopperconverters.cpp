@@ -18,8 +18,8 @@ namespace {
 using HopperProfile = CFHSeparationParameters::struHopperProfile;
 using ProductionSetup = CQueryHopperProduction::struProductionSetup;
 
-constexpr char separation[] = "HopperSeparation";
-constexpr char production[] = "HopperProduction";
+constexpr char kSeparation[] = "HopperSeparation";
+constexpr char kProduction[] = "HopperProduction";
 
 /// Reads attributes and remembers whether one of them was bad.
 class AttributeReader
@@ -164,12 +164,12 @@ ProductionSetup readSetup(AttributeReader& reader, CConstElement element)
 
 CMsgFragment CFHSeparationParameters::makeFragment()
 {
-    return XmlCommon::requestFragment(separation, CDataTree(QLatin1String("GetParameters")));
+    return XmlCommon::requestFragment(kSeparation, CDataTree(QLatin1String("GetParameters")));
 }
 
 bool CFHSeparationParameters::isQuery(const CMsgFragment& fragment)
 {
-    return XmlCommon::asksFor(fragment, separation, "GetParameters");
+    return XmlCommon::asksFor(fragment, kSeparation, "GetParameters");
 }
 
 void CFHSeparationParameters::fillReply(CMsgFragment& fragment, const QVector<struHopperProfile>& profiles)
@@ -179,19 +179,20 @@ void CFHSeparationParameters::fillReply(CMsgFragment& fragment, const QVector<st
 
 CMsgFragment CFHSeparationParameters::makeCommand(const QVector<struHopperProfile>& profiles)
 {
-    return XmlCommon::requestFragment(separation, treeOf(QLatin1String("SetParameters"), profiles));
+    return XmlCommon::requestFragment(kSeparation, treeOf(QLatin1String("SetParameters"), profiles));
 }
 
 bool CFHSeparationParameters::isCommand(const CMsgFragment& fragment)
 {
-    return XmlCommon::asksFor(fragment, separation, "SetParameters");
+    return XmlCommon::asksFor(fragment, kSeparation, "SetParameters");
 }
 
 CFHSeparationParameters::CFHSeparationParameters(const CMsgFragment& fragment)
 {
     const bool command = isCommand(fragment);
     const CConstElement root = command ? XmlCommon::requestRoot(fragment) : fragment.getDataTree().root();
-    if (!command && (fragment.getComponentName() != QLatin1String(separation) || !root.hasName("Parameters")))
+    if (!command &&
+        (fragment.getComponentName() != QLatin1String(kSeparation) || !root.hasName("Parameters")))
         return;
     AttributeReader reader;
     for (CConstElement entry = root.child("Profile"); entry; entry = entry.next("Profile"))
@@ -203,12 +204,12 @@ CFHSeparationParameters::CFHSeparationParameters(const CMsgFragment& fragment)
 
 CMsgFragment CQueryHopperProduction::makeFragment()
 {
-    return XmlCommon::requestFragment(production, CDataTree(QLatin1String("GetProduction")));
+    return XmlCommon::requestFragment(kProduction, CDataTree(QLatin1String("GetProduction")));
 }
 
 bool CQueryHopperProduction::isQuery(const CMsgFragment& fragment)
 {
-    return XmlCommon::asksFor(fragment, production, "GetProduction");
+    return XmlCommon::asksFor(fragment, kProduction, "GetProduction");
 }
 
 void CQueryHopperProduction::fillReply(CMsgFragment& fragment, const QVector<struProductionSetup>& setups)
@@ -227,7 +228,7 @@ void CQueryHopperProduction::fillReply(CMsgFragment& fragment, const QVector<str
 CQueryHopperProduction::CQueryHopperProduction(const CMsgFragment& fragment)
 {
     const CConstElement root = fragment.getDataTree().root();
-    if (fragment.getComponentName() != QLatin1String(production) || !root.hasName("Production"))
+    if (fragment.getComponentName() != QLatin1String(kProduction) || !root.hasName("Production"))
         return;
     AttributeReader reader;
     for (CConstElement entry = root.child("Setup"); entry; entry = entry.next("Setup"))
@@ -249,14 +250,14 @@ CSetHopperProduction::CSetHopperProduction(const CMsgFragment& fragment)
 
 bool CSetHopperProduction::isCommand(const CMsgFragment& fragment)
 {
-    return XmlCommon::asksFor(fragment, production, "SetProduction");
+    return XmlCommon::asksFor(fragment, kProduction, "SetProduction");
 }
 
 CMsgFragment CSetHopperProduction::makeFragment() const
 {
     CDataTree tree(QLatin1String("SetProduction"));
     appendSetup(tree.editRoot(), m_setup);
-    return XmlCommon::requestFragment(production, tree);
+    return XmlCommon::requestFragment(kProduction, tree);
 }
 
 } // namespace SigVConverter

@@ -349,7 +349,7 @@ void TestShortTimeMaps::keysAndTexts()
     ShortTimeResultItemMap results;
     QCOMPARE(results.Add(ShortTimeResult()), 0U);
     QCOMPARE(results.AddNew(ShortTimeResult()), 1U);
-    QVERIFY(results.At(0).id == ShortTimeResult::noId && results.At(1).id == 1);
+    QVERIFY(results.At(0).id == ShortTimeResult::kNoId && results.At(1).id == 1);
 }
 
 void TestShortTimeMaps::registration()

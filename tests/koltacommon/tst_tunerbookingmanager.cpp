@@ -80,7 +80,7 @@ struct Desk
             manager->clearPlanning();
         if (ok != (error == text))
             return QStringLiteral("result and messages differ");
-        return error.replace(messageSeparator, QLatin1Char('|'));
+        return error.replace(kMessageSeparator, QLatin1Char('|'));
     }
 
     QString see(const QString& entries)
@@ -149,7 +149,7 @@ private Q_SLOTS:
             QCOMPARE(desk.manager->getNumberOfFreeTuners(), desk.states().count(QLatin1Char('0')) + other);
             QCOMPARE(desk.manager->getFreeTuners().size(), desk.manager->getNumberOfFreeTuners());
         }
-        for (const QString& text : {QStringLiteral("A"), QString(QStringLiteral("A") + messageSeparator)}) {
+        for (const QString& text : {QStringLiteral("A"), QString(QStringLiteral("A") + kMessageSeparator)}) {
             desk.text = text;
             for (const char* const verb : {"tuner", "plan"})
                 QCOMPARE(desk.run(QLatin1String(verb) + QStringLiteral(" Z")),

@@ -334,7 +334,7 @@ private Q_SLOTS:
         const auto other = makeSelector({}, {}, policy);
         QVERIFY(other.selectTuner(top) == Tuner());
         // The shared policy knows another tree by now: all tuners are strangers to it.
-        QCOMPARE(selector.explainSelection(top).candidates.first().cost, DefaultCostFunction::notInTree);
+        QCOMPARE(selector.explainSelection(top).candidates.first().cost, DefaultCostFunction::kNotInTree);
 
         // An exclude function may replace the tree that is being searched.
         const auto replace = [&selector](const Tuner&) {

@@ -76,7 +76,7 @@ void TestServerBytes::spoilsReplies_data()
     QTest::addColumn<QString>("rule");
     QTest::addColumn<bool>("frameIsBroken"); ///< otherwise the message within is
     QTest::addColumn<int>("size");           ///< at least so many bytes
-    for (int variant = 0; variant < brokenFrameVariants; ++variant) {
+    for (int variant = 0; variant < kBrokenFrameVariants; ++variant) {
         const QString rule = QStringLiteral("broken-frame=%1").arg(variant);
         QTest::newRow(qPrintable(rule)) << rule << true << 4;
     }

@@ -93,8 +93,8 @@ void TestShortTimeActivity::detectsWhatIsAssigned()
     assignment.profiles =
         QStringList{QStringLiteral("gone"), QStringLiteral("ignored"), QStringLiteral("wanted")};
     assignments.Set(assignment);
-    steps(10 * ShortTimeActivity::keptResults);
-    QCOMPARE(results.Size(), ShortTimeActivity::keptResults);
+    steps(10 * ShortTimeActivity::kKeptResults);
+    QCOMPARE(results.Size(), ShortTimeActivity::kKeptResults);
     QSet<quint64> frequencies;
     for (const auto& entry : results.data()) {
         const ShortTimeResult& result = entry.second;

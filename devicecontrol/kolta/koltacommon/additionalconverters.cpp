@@ -30,14 +30,14 @@ struct NamedValue
     const char* text;
 };
 
-constexpr NamedValue<CResourceDemandClasses::eCOMPONENTS> components[] = {
+constexpr NamedValue<CResourceDemandClasses::eCOMPONENTS> kComponents[] = {
     {CResourceDemandClasses::eDCP, "DCP"},
     {CResourceDemandClasses::eFFP, "FFP"},
     {CResourceDemandClasses::eDSC, "DSC"},
     {CResourceDemandClasses::eFHA, "FHA"},
     {CResourceDemandClasses::eFHP, "FHP"}};
 
-constexpr NamedValue<GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS> classTraits[] = {
+constexpr NamedValue<GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS> kClassTraits[] = {
     {GLOBAL_TYPES::eRESOURCE_DEMAND_CLASS_PREDEFINED, "predefined"},
     {GLOBAL_TYPES::eRESOURCE_DEMAND_CLASS_CUSTOM, "custom"}};
 
@@ -112,7 +112,7 @@ AdditionalConverters::~AdditionalConverters() = default;
 
 bool AdditionalConverters::ConvertComponent(CResourceDemandClasses::eCOMPONENTS& component, QString& text)
 {
-    if (convert(components, component, text))
+    if (convert(kComponents, component, text))
         return true;
     if (text.isEmpty())
         kTrace(eUnknownComponentValue, QStringLiteral("unknown Demandclass component"));
@@ -124,7 +124,7 @@ bool AdditionalConverters::ConvertComponent(CResourceDemandClasses::eCOMPONENTS&
 bool AdditionalConverters::ConvertClassTraits(GLOBAL_TYPES::eRESOURCE_DEMAND_CLASSES_TRAITS& traits,
                                               QString& text)
 {
-    if (convert(classTraits, traits, text))
+    if (convert(kClassTraits, traits, text))
         return true;
     if (text.isEmpty())
         kTrace(eUnknownTraitsValue,

@@ -18,7 +18,7 @@ using values::TreeItem;
 
 namespace {
 
-constexpr QChar separator = QLatin1Char('/');
+constexpr QChar kSeparator = QLatin1Char('/');
 
 QString guidName()
 {
@@ -100,7 +100,7 @@ private:
 class ConnectionInfo::Index final : private values::ITreeListener
 {
 public:
-    explicit Index(const QString& path) : m_path(path), m_prefix(path + separator)
+    explicit Index(const QString& path) : m_path(path), m_prefix(path + kSeparator)
     {
         for (const QString& child : childrenOf(path)) {
             m_guids.set(child, guidKey(guidFromText(text(child, guidName()))));
@@ -131,7 +131,7 @@ private:
     void read(const TreeItem& item)
     {
         const QString& path = item.GetPath();
-        const int end = path.startsWith(m_prefix) ? path.indexOf(separator, m_prefix.size()) : -1;
+        const int end = path.startsWith(m_prefix) ? path.indexOf(kSeparator, m_prefix.size()) : -1;
         if (end < 0)
             return;
         const QStringRef name = path.midRef(end + 1);
@@ -196,7 +196,7 @@ QString ConnectionInfo::text(const QString& child, const QString& name)
 {
     if (child.isEmpty())
         return QString();
-    const QString path = child + separator + name;
+    const QString path = child + kSeparator + name;
     return textOf(Tree::Instance().Find(path));
 }
 

@@ -10,11 +10,11 @@ namespace {
 
 using Result = ConvertProductionResult;
 
-constexpr const char* context = "Kolta::ConvertProductionResult_TextAdapter";
+constexpr const char* kContext = "Kolta::ConvertProductionResult_TextAdapter";
 
 QString stateText(const Result& result)
 {
-    const auto translated = [](const char* text) { return QCoreApplication::translate(context, text); };
+    const auto translated = [](const char* text) { return QCoreApplication::translate(kContext, text); };
     if (result.sucessfullyFinished())
         return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "finished"));
     switch (result.state()) {
@@ -28,7 +28,7 @@ QString stateText(const Result& result)
     return QString::number(result.state());
 }
 
-constexpr TextColumn<Result> columnTable[] = {
+constexpr TextColumn<Result> kColumnTable[] = {
     {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "Record"),
      [](const Result& r) { return r.GetKey().toString(); }},
     {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "State"), stateText},
@@ -132,7 +132,7 @@ bool ConvertProductionResult_ItemFormat::fromCharStream(const char** stream, Res
 
 const TextColumns<Result>& ConvertProductionResult_TextAdapter::columns()
 {
-    static constexpr TextColumns<Result> all(context, columnTable);
+    static constexpr TextColumns<Result> all(kContext, kColumnTable);
     return all;
 }
 

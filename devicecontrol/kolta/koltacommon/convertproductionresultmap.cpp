@@ -43,7 +43,7 @@ using sorel::RecordIdentifier;
 
 namespace {
 
-constexpr int namedRecords = 10; ///< in the map's text
+constexpr int kNamedRecords = 10; ///< in the map's text
 
 /// What tidying up may erase.
 struct Candidate
@@ -130,7 +130,7 @@ int ConvertProductionResultMap::tidyUp(quint64 maxCount, const QDateTime& olderT
 QString ConvertProductionResultMap::GetStringValue() const
 {
     QStringList records;
-    for (auto it = data().begin(); it != data().end() && records.size() < namedRecords; ++it)
+    for (auto it = data().begin(); it != data().end() && records.size() < kNamedRecords; ++it)
         records.append(it->first.toString());
     const bool isCut = Size() > static_cast<std::size_t>(records.size());
     return QStringLiteral("%1 Conversions: [%2%3]")

@@ -23,8 +23,8 @@ using RESOURCEMANAGEMENT::TunerClassOverview;
 
 namespace {
 
-constexpr double bandwidth5MHz = 5e6;
-constexpr double bandwidth20MHz = 2e7;
+constexpr double kBandwidth5MHz = 5e6;
+constexpr double kBandwidth20MHz = 2e7;
 
 /// A tuner and its ID.
 struct Member
@@ -95,7 +95,7 @@ TunerClass makeTypeClass(const TypeGroup& group)
 {
     TunerClass result =
         makeClass(group.type, QStringLiteral("Tuners of type ") + group.type,
-                  group.bandwidth >= bandwidth5MHz ? QStringLiteral("sw") : QStringLiteral("sw_5MHz"));
+                  group.bandwidth >= kBandwidth5MHz ? QStringLiteral("sw") : QStringLiteral("sw_5MHz"));
     result.SetTunerID(group.ids);
     return result;
 }
@@ -139,10 +139,11 @@ private:
     TunerClass& classFor(const Tuner& tuner)
     {
         if (tuner.GetSupportsHardwareProcessing()) {
-            const bool upTo20MHz = tuner.IsMaxHWBandwidthSet() && tuner.GetMaxHWBandwidth() <= bandwidth20MHz;
+            const bool upTo20MHz =
+                tuner.IsMaxHWBandwidthSet() && tuner.GetMaxHWBandwidth() <= kBandwidth20MHz;
             return m_hw20MHzExists && upTo20MHz ? m_hw20M : m_hw80M;
         }
-        return tuner.IsMaxSWBandwidthSet() && tuner.GetMaxSWBandwidth() <= bandwidth5MHz ? m_5M : m_10M;
+        return tuner.IsMaxSWBandwidthSet() && tuner.GetMaxSWBandwidth() <= kBandwidth5MHz ? m_5M : m_10M;
     }
 
     bool m_hw20MHzExists;

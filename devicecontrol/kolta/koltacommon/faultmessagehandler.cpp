@@ -15,11 +15,11 @@ namespace Kolta {
 namespace {
 
 /// A longer line is none of a fault reference; it is skipped without being kept in memory.
-constexpr int maxLineBytes = 16 * 1024;
+constexpr int kMaxLineBytes = 16 * 1024;
 /// What lies beyond is not read: far more than any fault reference, far less than a machine's memory.
-constexpr qint64 maxFileBytes = 64 * 1024 * 1024;
+constexpr qint64 kMaxFileBytes = 64 * 1024 * 1024;
 /// Number of skipped lines that a trace line names.
-constexpr int namedLines = 5;
+constexpr int kNamedLines = 5;
 
 /// Numbers of the trace points. Support tools match on them.
 enum eTracePoint : int {
@@ -53,14 +53,14 @@ class SkippedLines
 public:
     void add(int line)
     {
-        if (++m_count <= namedLines)
+        if (++m_count <= kNamedLines)
             m_first.append(QString::number(line));
     }
     void report(const QString& path) const
     {
         if (m_count == 0)
             return;
-        const QString more = m_count > namedLines ? QStringLiteral(", ...") : QString();
+        const QString more = m_count > kNamedLines ? QStringLiteral(", ...") : QString();
         const QString lines = m_first.join(QStringLiteral(", ")) + more;
         kTrace(eSkippedLines, QStringLiteral("Warning: %1: skipped %2 lines that are not \"<ID>|<text>\": %3")
                                   .arg(path, QString::number(m_count), lines));
@@ -92,8 +92,8 @@ LineKind parseLine(const QByteArray& bytes, unsigned int& id, QString& text)
 /// Reads the rest of a line that is longer than the limit.
 void skipRestOfLine(QFile& file, QByteArray& bytes)
 {
-    while (!bytes.isEmpty() && !bytes.endsWith('\n') && file.pos() < maxFileBytes)
-        bytes = file.readLine(maxLineBytes);
+    while (!bytes.isEmpty() && !bytes.endsWith('\n') && file.pos() < kMaxFileBytes)
+        bytes = file.readLine(kMaxLineBytes);
 }
 
 QHash<unsigned int, QString> readReference(QFile& file)
@@ -101,12 +101,12 @@ QHash<unsigned int, QString> readReference(QFile& file)
     QHash<unsigned int, QString> table;
     SkippedLines skipped;
     for (int number = 1; !file.atEnd(); ++number) {
-        if (file.pos() >= maxFileBytes) {
+        if (file.pos() >= kMaxFileBytes) {
             kTrace(eFileTooLong, QStringLiteral("Warning: %1: read no further than %2 bytes")
-                                     .arg(file.fileName(), QString::number(maxFileBytes)));
+                                     .arg(file.fileName(), QString::number(kMaxFileBytes)));
             break;
         }
-        QByteArray bytes = file.readLine(maxLineBytes);
+        QByteArray bytes = file.readLine(kMaxLineBytes);
         if (bytes.isEmpty())
             break;
         if (!bytes.endsWith('\n') && !file.atEnd()) {

@@ -21,7 +21,7 @@ enum eTracePoint : int { eNoFrontEnd = 100, eNoGuiStarter = 200 };
 constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/frontendstart");
 
 /// A front end that does not run after this time will not.
-constexpr int startTimeoutMs = 5000;
+constexpr int kStartTimeoutMs = 5000;
 
 QString configurationGroup()
 {
@@ -76,7 +76,7 @@ QProcess* FrontEndStart::run(QObject* parent) const
     process->start(executable, arguments, QIODevice::ReadWrite);
     process->closeReadChannel(QProcess::StandardOutput);
     process->closeReadChannel(QProcess::StandardError);
-    if (process->waitForStarted(startTimeoutMs))
+    if (process->waitForStarted(kStartTimeoutMs))
         return process.release();
     kTrace(eNoFrontEnd, QStringLiteral("Front end %1 cannot be started in %2: %3")
                             .arg(executable, workingDirectory, process->errorString()));

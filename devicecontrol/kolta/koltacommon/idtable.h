@@ -12,7 +12,7 @@ namespace Kolta {
 class IdTable
 {
 public:
-    static constexpr int none = -1;
+    static constexpr int kNone = -1;
 
     /// `entries`: how many there will be at most.
     explicit IdTable(int entries = 0)
@@ -23,7 +23,7 @@ public:
         m_slots.resize(size);
     }
 
-    /// The place of the entry with that ID; `none` when there is none. idAt(place) is the ID of an entry.
+    /// The place of the entry with that ID; `kNone` when there is none. idAt(place) is the ID of an entry.
     template<class IdAt>
     int find(const QString& id, IdAt idAt) const
     {
@@ -37,7 +37,7 @@ public:
         const QString& id = idAt(place);
         const uint hash = hashOf(id);
         Slot& slot = m_slots[slotOf(id, hash, idAt)];
-        if (slot.place == none)
+        if (slot.place == kNone)
             slot = {hash, place};
         return slot.place;
     }
@@ -46,7 +46,7 @@ private:
     struct Slot
     {
         uint hash = 0;
-        int place = none;
+        int place = kNone;
     };
 
     static uint hashOf(const QString& id) { return qHash(id, static_cast<uint>(qGlobalQHashSeed())); }
@@ -56,7 +56,8 @@ private:
     {
         const std::size_t mask = m_slots.size() - 1;
         std::size_t slot = hash & mask;
-        while (m_slots[slot].place != none && (m_slots[slot].hash != hash || idAt(m_slots[slot].place) != id))
+        while (m_slots[slot].place != kNone &&
+               (m_slots[slot].hash != hash || idAt(m_slots[slot].place) != id))
             slot = (slot + 1) & mask;
         return slot;
     }

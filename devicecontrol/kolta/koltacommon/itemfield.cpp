@@ -12,8 +12,8 @@ namespace itemfield {
 
 namespace {
 
-constexpr std::size_t countSize = sizeof(quint32);
-constexpr quint32 nullText = 0xffffffff;
+constexpr std::size_t kCountSize = sizeof(quint32);
+constexpr quint32 kNullText = 0xffffffff;
 
 /// The time zone, which is not valid when the name is unknown or looking it up might leave the folder of time
 /// zones.
@@ -31,14 +31,14 @@ QTimeZone zoneNamed(const QString& name)
 
 Writer::Writer(std::size_t hint)
 {
-    m_bytes.reserve(countSize + hint);
-    m_bytes.resize(countSize);
+    m_bytes.reserve(kCountSize + hint);
+    m_bytes.resize(kCountSize);
 }
 
 void Writer::operator()(const QString& text)
 {
     if (text.isNull()) {
-        (*this)(nullText);
+        (*this)(kNullText);
         return;
     }
     const auto bytes = sizeof(QChar) * static_cast<std::size_t>(text.size());
@@ -73,16 +73,16 @@ void Writer::operator()(const QDateTime& time)
 
 std::string Writer::take()
 {
-    const auto count = static_cast<quint32>(m_bytes.size() - countSize);
-    std::memcpy(&m_bytes[0], &count, countSize);
+    const auto count = static_cast<quint32>(m_bytes.size() - kCountSize);
+    std::memcpy(&m_bytes[0], &count, kCountSize);
     return std::move(m_bytes);
 }
 
 Reader::Reader(const char** stream)
 {
     quint32 count = 0;
-    std::memcpy(&count, *stream, countSize);
-    m_at = *stream + countSize;
+    std::memcpy(&count, *stream, kCountSize);
+    m_at = *stream + kCountSize;
     m_end = m_at + count;
     *stream = m_end;
 }
@@ -92,7 +92,7 @@ void Reader::operator()(QString& text)
     text = QString();
     quint32 bytes = 0;
     (*this)(bytes);
-    if (m_incomplete || bytes == nullText)
+    if (m_incomplete || bytes == kNullText)
         return;
     if (bytes % sizeof(QChar) != 0)
         fail();
@@ -106,7 +106,7 @@ void Reader::operator()(QString& text)
 void Reader::operator()(QStringList& texts)
 {
     texts.clear();
-    const int size = count(countSize);
+    const int size = count(kCountSize);
     texts.reserve(size);
     for (int i = 0; i < size && !m_incomplete; ++i) {
         texts.append(QString());

@@ -190,7 +190,7 @@ protected:
 
 private:
     using Adapter = typename Map::Adapter;
-    static constexpr int iconSize = 16;
+    static constexpr int kIconSize = 16;
     struct Entry : Row
     {
         Entry(const Key& itemKey, const Item& shown) : key(itemKey), item(shown) {}
@@ -243,7 +243,7 @@ QVariant ItemMapModel<Map>::itemData(const Row& row, int column, int role) const
         return Adapter::ColumnCount() > 0 ? Adapter::GetText4Column(column, entry.item)
                                           : Map::Traits::ToText(entry.key);
     case Qt::DecorationRole:
-        return Adapter::GetIcon4Column(column, entry.item, iconSize, iconSize);
+        return Adapter::GetIcon4Column(column, entry.item, kIconSize, kIconSize);
     case Qt::ToolTipRole:
         return Adapter::GetText4Tooltip(entry.item);
     case KeyRole:

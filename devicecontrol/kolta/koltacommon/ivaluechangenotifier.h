@@ -41,7 +41,7 @@ protected:
     static void traceReportException(const REPORTGENERATOR::RGException& exception);
 
 private:
-    InstanceCount<IValueChangeNotifier> instanceCount;
+    InstanceCount<IValueChangeNotifier> m_instanceCount;
 };
 
 } // namespace Kolta

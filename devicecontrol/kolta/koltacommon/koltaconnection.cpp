@@ -21,9 +21,9 @@ namespace Kolta {
 namespace {
 
 /// Given to messages that say nothing of it, in the messaging library's unit.
-constexpr quint32 defaultAvailableTime = 6000000;
+constexpr quint32 kDefaultAvailableTime = 6000000;
 /// Every multiple of this queue length is worth a warning.
-constexpr int queueWarningStep = 1000;
+constexpr int kQueueWarningStep = 1000;
 
 /// Numbers of the trace points. Support tools match on them.
 enum eTracePoint : int {
@@ -243,7 +243,7 @@ void KoltaConnection::enqueue(const Entry& entry)
         return abandon({entry}, Abandonment::Refused);
     queue.append(entry);
     const int length = queue.size();
-    if (length % queueWarningStep == 0)
+    if (length % kQueueWarningStep == 0)
         kTrace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
                                  .arg(QString::number(length), name));
     sendNextRequest();
@@ -410,7 +410,7 @@ void KoltaConnection::transmit(const ptrCXmlMessage& message)
         clearMessageReply(message);
     message->setMessageID_byGenerator();
     if (message->getAvailableTime() == 0)
-        message->setAvailableTime(defaultAvailableTime);
+        message->setAvailableTime(kDefaultAvailableTime);
     thread->sendMessage(message, 0);
 }
 

@@ -60,7 +60,7 @@ class KoltaProcessorObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT
     Q_OBJECT
 
 public:
-    static constexpr int defaultEmptyOverviewDelay = 1000; ///< ms
+    static constexpr int kDefaultEmptyOverviewDelay = 1000; ///< ms
 
     explicit KoltaProcessorObserver(QObject* parent = nullptr);
     /// Calls init(path) unless `path` is empty.
@@ -133,7 +133,7 @@ private:
     ProcessorIndex m_announced;     ///< what listeners take to be running; the mirror's, except in doubt
     std::deque<Announcement> m_due; ///< not announced yet, in order
     QTimer* m_doubt;                ///< runs while an overview without processors is in doubt
-    int m_emptyOverviewDelay = defaultEmptyOverviewDelay;
+    int m_emptyOverviewDelay = kDefaultEmptyOverviewDelay;
 };
 
 } // namespace Kolta

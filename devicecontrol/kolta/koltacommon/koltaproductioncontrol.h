@@ -142,7 +142,7 @@ private:
     Notice m_stopped;
     ValueBinding<values::TreeItem> m_pRequestResourceNode; ///< stays bound while the node does not exist
     ConnectionInfo m_connectionInfo;
-    InstanceCount<KoltaProductionControl> instanceCount;
+    InstanceCount<KoltaProductionControl> m_instanceCount;
 };
 
 } // namespace Kolta

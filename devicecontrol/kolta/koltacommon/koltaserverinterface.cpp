@@ -27,8 +27,8 @@ using SERVER_STATES::eServerState;
 
 namespace {
 
-const QString connectManager = QStringLiteral("/ConnectManager");
-const QString administration = QStringLiteral("/ADMINISTRATION/");
+const QString kConnectManager = QStringLiteral("/ConnectManager");
+const QString kAdministration = QStringLiteral("/ADMINISTRATION/");
 
 /// Numbers of the trace points.
 enum eTracePoint : int { eSetOptimization = 210, eNoOptimization = 220 };
@@ -62,13 +62,13 @@ QString KoltaServerInterface::getStateString(eServerState serverState) const
 
 QString KoltaServerInterface::getRecordMapBasePath(bool stripPrefix) const
 {
-    const bool strip = stripPrefix && recordMapBasePath.startsWith(connectManager);
-    return strip ? recordMapBasePath.mid(connectManager.size()) : recordMapBasePath;
+    const bool strip = stripPrefix && recordMapBasePath.startsWith(kConnectManager);
+    return strip ? recordMapBasePath.mid(kConnectManager.size()) : recordMapBasePath;
 }
 
 QString KoltaServerInterface::getAdministrationBasePath() const
 {
-    return serverBasePath + administration;
+    return serverBasePath + kAdministration;
 }
 
 QString KoltaServerInterface::administrationPath() const
@@ -323,7 +323,7 @@ void KoltaServerInterface::optimiseTransfer() const
         return;
     kTrace(eSetOptimization, QStringLiteral("CALLING SET OPTIMIZATION IN Kolta::KoltaServerInterface"));
     for (const char* name : {"ReplyResource", "Resources", "ActualConfiguration"}) {
-        const QString node = administration + QLatin1String(name);
+        const QString node = kAdministration + QLatin1String(name);
         auto* const value = values::Tree::Instance().FindAs<values::ValueBase>(serverBasePath + node);
         if (value && !value->IsDeleted())
             client->SetOptimization(*value);

@@ -10,13 +10,13 @@ namespace Kolta {
 
 namespace {
 
-const QString connectManager = QStringLiteral("/ConnectManager");
-const QString adminTree = QStringLiteral("/ConnectManager/AdminTree");
+const QString kConnectManager = QStringLiteral("/ConnectManager");
+const QString kAdminTree = QStringLiteral("/ConnectManager/AdminTree");
 
 /// The path of a server's node as init() takes it.
 QString relative(const QString& path)
 {
-    return path.startsWith(connectManager + QLatin1Char('/')) ? path.mid(connectManager.size()) : path;
+    return path.startsWith(kConnectManager + QLatin1Char('/')) ? path.mid(kConnectManager.size()) : path;
 }
 
 } // namespace
@@ -50,7 +50,7 @@ KoltaServerInterface* KoltaServerRegistry::addServer(const QString& address, con
     if (KoltaServerInterface* const known = server(address))
         return known;
     const QString relativePath = relative(values::NormalisedPath(path));
-    const QString basePath = connectManager + relativePath;
+    const QString basePath = kConnectManager + relativePath;
     if (m_basePaths.contains(basePath))
         return nullptr;
     auto* const added = new KoltaServerInterface(address, basePath);
@@ -69,7 +69,7 @@ KoltaServerInterface* KoltaServerRegistry::addServer(const QString& address, con
 
 void KoltaServerRegistry::bind(KoltaServerInterface& server, const QString& path)
 {
-    const QString basePath = connectManager + path;
+    const QString basePath = kConnectManager + path;
     m_incomplete.insert(basePath);
     if (!server.init(path))
         return;
@@ -118,7 +118,7 @@ KoltaServerInterface* KoltaServerRegistry::serverAt(const QString& basePath) con
 void KoltaServerRegistry::setDiscovery(bool on)
 {
     m_discovery = on;
-    const values::TreeItem* const parent = on ? values::Tree::Instance().Find(adminTree) : nullptr;
+    const values::TreeItem* const parent = on ? values::Tree::Instance().Find(kAdminTree) : nullptr;
     if (!parent)
         return;
     const auto children = parent->GetChildren();
@@ -136,7 +136,7 @@ void KoltaServerRegistry::OnItemAdded(values::TreeItem& item)
         const QString& path = above->GetPath();
         const values::TreeItem* const parent = above->GetParent();
         const bool unknown =
-            m_discovery && parent && parent->GetPath() == adminTree && !m_basePaths.contains(path);
+            m_discovery && parent && parent->GetPath() == kAdminTree && !m_basePaths.contains(path);
         if (unknown || m_incomplete.contains(path))
             return schedule(path);
     }

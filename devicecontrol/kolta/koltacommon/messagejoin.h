@@ -5,7 +5,7 @@
 namespace Kolta {
 
 /// Stands between messages that are collected for the user: the line separator.
-constexpr QChar messageSeparator = QChar(0x2028);
+constexpr QChar kMessageSeparator = QChar(0x2028);
 
 /// Appends `message` to the messages collected in `text`, with one separator between them: none in front of
 /// the first, and none where `text` ends in one already. An empty message adds nothing.
@@ -13,8 +13,8 @@ inline void addMessage(QString& text, const QString& message)
 {
     if (message.isEmpty())
         return;
-    if (!text.isEmpty() && !text.endsWith(messageSeparator))
-        text += messageSeparator;
+    if (!text.isEmpty() && !text.endsWith(kMessageSeparator))
+        text += kMessageSeparator;
     text += message;
 }
 

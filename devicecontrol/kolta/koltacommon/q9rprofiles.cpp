@@ -19,10 +19,10 @@ const QLatin1String nameAttribute("name");
 const QLatin1String statusAttribute("status");
 const QLatin1String hopRateName("HopRate");
 
-constexpr qint64 largestFile = 64 * 1024 * 1024;
-constexpr int mostProfiles = 250'000;
-constexpr int deepestLevel = 64;
-constexpr int mostNotes = 20;
+constexpr qint64 kLargestFile = 64 * 1024 * 1024;
+constexpr int kMostProfiles = 250'000;
+constexpr int kDeepestLevel = 64;
+constexpr int kMostNotes = 20;
 
 /// The elements of a profile that hold a text, in the order in which they are written; the hop rate comes
 /// before the last one.
@@ -31,7 +31,7 @@ struct TextField
     QLatin1String name;
     TextElement Profile::*element;
 };
-const TextField textFields[] = {
+const TextField kTextFields[] = {
     {QLatin1String("FrequencyRange"), &Profile::frequencyRange},
     {QLatin1String("SignalDurationRange"), &Profile::signalDurationRange},
     {QLatin1String("BandwidthRange"), &Profile::bandwidthRange},
@@ -39,7 +39,7 @@ const TextField textFields[] = {
     {QLatin1String("ShiftRange"), &Profile::shiftRange},
     {QLatin1String("ModulationType"), &Profile::modulationType},
 };
-constexpr unsigned hopRateBit = 1u << (sizeof textFields / sizeof *textFields);
+constexpr unsigned kHopRateBit = 1u << (sizeof kTextFields / sizeof *kTextFields);
 
 /// One line of at most 40 characters or so.
 QString shortened(const QStringRef& text)
@@ -69,15 +69,15 @@ public:
         while (nextChild(rootName)) {
             if (m_xml.name() != profileName)
                 passOver(rootName);
-            else if (profiles.size() == mostProfiles)
-                fail(profileName, QStringLiteral("expected at most %1 profiles").arg(mostProfiles));
+            else if (profiles.size() == kMostProfiles)
+                fail(profileName, QStringLiteral("expected at most %1 profiles").arg(kMostProfiles));
             else
                 readProfile(appended(profiles));
         }
         while (next(rootName) != QXmlStreamReader::EndDocument) {
         }
-        if (m_passedOver > mostNotes)
-            m_report.notes.append(QStringLiteral("%1 more").arg(m_passedOver - mostNotes));
+        if (m_passedOver > kMostNotes)
+            m_report.notes.append(QStringLiteral("%1 more").arg(m_passedOver - kMostNotes));
     }
 
 private:
@@ -138,14 +138,15 @@ private:
 
     void passOver(QLatin1String parent)
     {
-        if (++m_passedOver <= mostNotes)
+        if (++m_passedOver <= kMostNotes)
             m_report.notes.append(QStringLiteral("line %1: <%2> inside <%3> is not known and was passed over")
                                       .arg(m_xml.lineNumber())
                                       .arg(shortened(m_xml.name()), parent));
         for (int depth = 1; depth > 0;) {
             const QXmlStreamReader::TokenType token = next(parent);
-            if (token == QXmlStreamReader::StartElement && ++depth > deepestLevel)
-                fail(shortened(m_xml.name()), QStringLiteral("expected at most %1 levels").arg(deepestLevel));
+            if (token == QXmlStreamReader::StartElement && ++depth > kDeepestLevel)
+                fail(shortened(m_xml.name()),
+                     QStringLiteral("expected at most %1 levels").arg(kDeepestLevel));
             if (token == QXmlStreamReader::EndElement)
                 --depth;
         }
@@ -163,17 +164,17 @@ private:
         while (nextChild(profileName)) {
             const QStringRef name = m_xml.name();
             if (name == hopRateName) {
-                see(hopRateName, hopRateBit);
+                see(hopRateName, kHopRateBit);
                 readNumber(hopRateName, profile.hopRate);
                 continue;
             }
-            const TextField* field = std::find_if(std::begin(textFields), std::end(textFields),
+            const TextField* field = std::find_if(std::begin(kTextFields), std::end(kTextFields),
                                                   [&name](const TextField& f) { return name == f.name; });
-            if (field == std::end(textFields)) {
+            if (field == std::end(kTextFields)) {
                 passOver(profileName);
                 continue;
             }
-            see(field->name, 1u << (field - textFields));
+            see(field->name, 1u << (field - kTextFields));
             TextElement& element = profile.*field->element;
             element.status = statusOf(field->name);
             element.value = readText(field->name);
@@ -247,7 +248,7 @@ ReadReport refusal(const QString& sourceName, const QString& text)
 
 ReadReport tooLarge(const QString& sourceName)
 {
-    return refusal(sourceName, QStringLiteral("expected at most %1 MiB").arg(largestFile / 1024 / 1024));
+    return refusal(sourceName, QStringLiteral("expected at most %1 MiB").arg(kLargestFile / 1024 / 1024));
 }
 
 template<typename Text>
@@ -264,7 +265,7 @@ void writeProfile(QXmlStreamWriter& xml, const Profile& profile)
     xml.writeStartElement(profileName);
     if (!profile.name.isEmpty())
         xml.writeAttribute(nameAttribute, profile.name);
-    for (const TextField& field : textFields) {
+    for (const TextField& field : kTextFields) {
         if (field.element == &Profile::modulationType)
             writeElement(xml, hopRateName, profile.hopRate.status,
                          QString::number(profile.hopRate.value, 'g', QLocale::FloatingPointShortest));
@@ -309,7 +310,7 @@ bool operator==(const NumberElement& a, const NumberElement& b)
 bool operator==(const Profile& a, const Profile& b)
 {
     return a.name == b.name && a.hopRate == b.hopRate &&
-           std::all_of(std::begin(textFields), std::end(textFields),
+           std::all_of(std::begin(kTextFields), std::end(kTextFields),
                        [&](const TextField& field) { return a.*field.element == b.*field.element; });
 }
 
@@ -320,7 +321,7 @@ ReadReport readProfileFile(const QString& fileName, ShortTimeProfiles& profiles)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return refusal(fileName, file.errorString());
-    if (file.size() > largestFile)
+    if (file.size() > kLargestFile)
         return tooLarge(fileName);
     QXmlStreamReader xml(&file);
     return readFrom(xml, fileName, profiles);
@@ -328,7 +329,7 @@ ReadReport readProfileFile(const QString& fileName, ShortTimeProfiles& profiles)
 
 ReadReport readProfiles(const QByteArray& xml, const QString& sourceName, ShortTimeProfiles& profiles)
 {
-    if (xml.size() > largestFile)
+    if (xml.size() > kLargestFile)
         return tooLarge(sourceName);
     QXmlStreamReader reader(xml);
     return readFrom(reader, sourceName, profiles);

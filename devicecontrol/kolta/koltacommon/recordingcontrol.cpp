@@ -21,7 +21,7 @@ struct StreamDescription
 };
 
 // Wire and display names are matched by text: their uneven spelling is theirs.
-constexpr StreamDescription table[] = {
+constexpr StreamDescription kTable[] = {
     {eSymbolStream, "symbol", QT_TRANSLATE_NOOP("VeskDataStream", "Bit Stream"),
      SOREL_RecordData::eBitStream},
     {eInstantaneousStream, "instantaneous", QT_TRANSLATE_NOOP("VeskDataStream", "Instantaneous Data"),
@@ -70,10 +70,10 @@ constexpr StreamDescription table[] = {
 
 const StreamDescription* describe(eDataStream stream)
 {
-    const auto* found = std::find_if(std::begin(table), std::end(table), [stream](const auto& description) {
+    const auto* found = std::find_if(std::begin(kTable), std::end(kTable), [stream](const auto& description) {
         return description.stream == stream;
     });
-    return found == std::end(table) ? nullptr : found;
+    return found == std::end(kTable) ? nullptr : found;
 }
 
 QString displayNameOf(const StreamDescription& description)
@@ -107,7 +107,7 @@ const QVector<eDataStream>& GetAllStreams()
 {
     static const QVector<eDataStream> streams = [] {
         QVector<eDataStream> all;
-        for (const StreamDescription& description : table)
+        for (const StreamDescription& description : kTable)
             all.append(description.stream);
         return all;
     }();
@@ -129,7 +129,7 @@ QString dataStreamToDisplayString(eDataStream stream)
 QStringList dataStreamsToStrings(QFlags<eDataStream> streams)
 {
     QStringList names;
-    for (const StreamDescription& description : table)
+    for (const StreamDescription& description : kTable)
         if (streams.testFlag(description.stream))
             names.append(QString::fromLatin1(description.wireName));
     return names;
@@ -142,7 +142,7 @@ QStringList dataStreamsToStrings(int streams)
 
 eDataStream stringToDataStream(const QString& text)
 {
-    for (const StreamDescription& description : table)
+    for (const StreamDescription& description : kTable)
         if (isCalled(description, text))
             return description.stream;
     return eNoDataStream;
@@ -160,7 +160,7 @@ eDataStream dataFormatToStream(const SOREL_RecordData::DataFormat& format)
 {
     static const QHash<quint8, eDataStream> streams = [] {
         QHash<quint8, eDataStream> all;
-        for (const StreamDescription& description : table)
+        for (const StreamDescription& description : kTable)
             all.insert(description.format, description.stream);
         return all;
     }();

@@ -16,25 +16,25 @@ namespace {
 
 using DemandClasses = QVector<ResourceDemandClass>;
 
-constexpr double maxNarrowFFPBandwidth = 1e6;
-constexpr quint32 noLimit = std::numeric_limits<quint32>::max();
-constexpr int appTypes = eAppFHA + 1;
+constexpr double kMaxNarrowFFPBandwidth = 1e6;
+constexpr quint32 kNoLimit = std::numeric_limits<quint32>::max();
+constexpr int kAppTypes = eAppFHA + 1;
 
 bool isKnown(eAppType appType)
 {
-    return appType >= eAppUnknown && appType < appTypes;
+    return appType >= eAppUnknown && appType < kAppTypes;
 }
 
 /// Processor kind of an application type; empty when it has none.
 const QString& kindOf(eAppType appType)
 {
-    static const QString kinds[appTypes] = {QString(),
-                                            QStringLiteral("DCP"),
-                                            QStringLiteral("DCP"),
-                                            QStringLiteral("FFP"),
-                                            QStringLiteral("DSC"),
-                                            QStringLiteral("FHP"),
-                                            QStringLiteral("FHA")};
+    static const QString kinds[kAppTypes] = {QString(),
+                                             QStringLiteral("DCP"),
+                                             QStringLiteral("DCP"),
+                                             QStringLiteral("FFP"),
+                                             QStringLiteral("DSC"),
+                                             QStringLiteral("FHP"),
+                                             QStringLiteral("FHA")};
     return kinds[isKnown(appType) ? appType : eAppUnknown];
 }
 
@@ -53,8 +53,8 @@ double bandwidthOf(const ResourceDemandClass& demandClass)
 quint32 comparableHz(double bandwidth)
 {
     constexpr double lowest = std::numeric_limits<qint32>::min();
-    if (bandwidth >= static_cast<double>(noLimit))
-        return noLimit;
+    if (bandwidth >= static_cast<double>(kNoLimit))
+        return kNoLimit;
     if (bandwidth >= 0.0)
         return static_cast<quint32>(bandwidth);
     return static_cast<quint32>(static_cast<qint32>(std::max(lowest, bandwidth)));
@@ -98,7 +98,7 @@ class TunerLimit
 {
 public:
     explicit TunerLimit(const Tuner& tuner)
-        : m_maximum(tuner.IsMaxSWBandwidthSet() ? comparableHz(tuner.GetMaxSWBandwidth()) : noLimit)
+        : m_maximum(tuner.IsMaxSWBandwidthSet() ? comparableHz(tuner.GetMaxSWBandwidth()) : kNoLimit)
         , m_takesHardware(tuner.IsSupportsHardwareProcessingSet() && tuner.GetSupportsHardwareProcessing())
     {
     }
@@ -152,13 +152,13 @@ QString ResourceDemandClassObserver::GetCurrentDemandClassesAsString() const
 
 const QString& ResourceDemandClassObserver::GetDefaultDemandClassName(eAppType appType)
 {
-    static const QString names[appTypes] = {QString(),
-                                            QStringLiteral("scp"),
-                                            QStringLiteral("sw"),
-                                            QStringLiteral("300k"),
-                                            QStringLiteral("extended"),
-                                            QStringLiteral("standard"),
-                                            QStringLiteral("standard")};
+    static const QString names[kAppTypes] = {QString(),
+                                             QStringLiteral("scp"),
+                                             QStringLiteral("sw"),
+                                             QStringLiteral("300k"),
+                                             QStringLiteral("extended"),
+                                             QStringLiteral("standard"),
+                                             QStringLiteral("standard")};
     return names[isKnown(appType) ? appType : eAppUnknown];
 }
 
@@ -170,7 +170,7 @@ DemandClasses ResourceDemandClassObserver::GetDemandClassesForAppType(eAppType a
             if (!isOfKind(candidate, kind))
                 return false;
             // The flag widens the list of FFPs and narrows all others; this is meant.
-            return appType == eAppFFP ? flag || bandwidthOf(candidate) <= maxNarrowFFPBandwidth
+            return appType == eAppFFP ? flag || bandwidthOf(candidate) <= kMaxNarrowFFPBandwidth
                                       : !flag || !isHardware(candidate);
         });
     classes = obeyAppType(classes, appType);

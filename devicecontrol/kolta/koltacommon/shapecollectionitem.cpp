@@ -12,10 +12,10 @@ namespace {
 using Shape = ShapeCollectionItem;
 using ProfileText = ShortTimeProfile_TextAdapter;
 
-constexpr const char* context = "Kolta::ShapeCollectionItem_TextAdapter";
+constexpr const char* kContext = "Kolta::ShapeCollectionItem_TextAdapter";
 
 /// The members in the order in which they travel.
-constexpr auto members = [](auto& io, auto& shape) {
+constexpr auto kMembers = [](auto& io, auto& shape) {
     io(shape.name);
     io(shape.description);
     io(shape.signalClass);
@@ -25,7 +25,7 @@ constexpr auto members = [](auto& io, auto& shape) {
     io(shape.samples);
 };
 
-constexpr TextColumn<Shape> columnTable[] = {
+constexpr TextColumn<Shape> kColumnTable[] = {
     {QT_TRANSLATE_NOOP("Kolta::ShapeCollectionItem_TextAdapter", "Name"),
      [](const Shape& s) { return s.name; }},
     {QT_TRANSLATE_NOOP("Kolta::ShapeCollectionItem_TextAdapter", "Class"),
@@ -61,19 +61,19 @@ std::string ShapeCollectionItem_ItemFormat::toStandardString(const Shape& shape)
 {
     constexpr int fixedSize = 41;
     const int units = shape.name.size() + shape.description.size() + shape.signalClass.size();
-    return itemfield::toField(shape, members,
+    return itemfield::toField(shape, kMembers,
                               fixedSize + 2 * static_cast<std::size_t>(units) +
                                   sizeof(double) * static_cast<std::size_t>(shape.samples.size()));
 }
 
 bool ShapeCollectionItem_ItemFormat::fromCharStream(const char** stream, Shape& shape)
 {
-    return itemfield::fromField(stream, shape, members);
+    return itemfield::fromField(stream, shape, kMembers);
 }
 
 const TextColumns<Shape>& ShapeCollectionItem_TextAdapter::columns()
 {
-    static constexpr TextColumns<Shape> all(context, columnTable);
+    static constexpr TextColumns<Shape> all(kContext, kColumnTable);
     return all;
 }
 

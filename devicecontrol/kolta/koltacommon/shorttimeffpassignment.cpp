@@ -12,11 +12,11 @@ namespace {
 
 using Assignment = ShortTimeFFPAssignment;
 
-constexpr quint32 defaultMinCoverage = 50;
-constexpr const char* context = "Kolta::ShortTimeFFPAssignment_TextAdapter";
+constexpr quint32 kDefaultMinCoverage = 50;
+constexpr const char* kContext = "Kolta::ShortTimeFFPAssignment_TextAdapter";
 
 /// The members in the order in which they travel.
-constexpr auto members = [](auto& io, auto& assignment) {
+constexpr auto kMembers = [](auto& io, auto& assignment) {
     io(assignment.ffpGuid);
     io(assignment.tavikResourceId);
     io(assignment.radioId);
@@ -30,10 +30,10 @@ constexpr auto members = [](auto& io, auto& assignment) {
 
 QString yesOrNo(bool value)
 {
-    return value ? QCoreApplication::translate(context, "yes") : QCoreApplication::translate(context, "no");
+    return value ? QCoreApplication::translate(kContext, "yes") : QCoreApplication::translate(kContext, "no");
 }
 
-constexpr TextColumn<Assignment> columnTable[] = {
+constexpr TextColumn<Assignment> kColumnTable[] = {
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeFFPAssignment_TextAdapter", "FFP"),
      [](const Assignment& a) { return a.ffpGuid; }},
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeFFPAssignment_TextAdapter", "Enabled"),
@@ -59,7 +59,7 @@ ShortTimeFFPAssignment ShortTimeFFPAssignment::fromRGObject(const JobXml::FFP_As
     assignment.radioId = object.GetRadioID();
     assignment.enabled = object.GetEnabled();
     assignment.autoRecording = object.GetAutoRecording();
-    assignment.minCoverage = object.IsMinCoverageSet() ? object.GetMinCoverage() : defaultMinCoverage;
+    assignment.minCoverage = object.IsMinCoverageSet() ? object.GetMinCoverage() : kDefaultMinCoverage;
     assignment.profiles = QStringList(object.GetProfileName().toList());
     assignment.setupValue = object.GetSetupValue();
     assignment.setupFlag = object.GetSetupFlag();
@@ -141,17 +141,17 @@ QString ShortTimeFFPAssignment_ItemFormat::GetString(const Assignment& assignmen
 
 std::string ShortTimeFFPAssignment_ItemFormat::toStandardString(const Assignment& assignment)
 {
-    return itemfield::toField(assignment, members, assignment.serializedSizeInBytes());
+    return itemfield::toField(assignment, kMembers, assignment.serializedSizeInBytes());
 }
 
 bool ShortTimeFFPAssignment_ItemFormat::fromCharStream(const char** stream, Assignment& assignment)
 {
-    return itemfield::fromField(stream, assignment, members);
+    return itemfield::fromField(stream, assignment, kMembers);
 }
 
 const TextColumns<Assignment>& ShortTimeFFPAssignment_TextAdapter::columns()
 {
-    static constexpr TextColumns<Assignment> all(context, columnTable);
+    static constexpr TextColumns<Assignment> all(kContext, kColumnTable);
     return all;
 }
 

@@ -11,11 +11,11 @@ namespace Kolta {
 
 namespace {
 
-constexpr const char* modulations[] = {"Unknown", "FSK2", "AM", "PSK2A", "PSK2B", "PSK4A", "PSK4B", "PSK8A"};
-constexpr int modulationCount = static_cast<int>(std::size(modulations));
+constexpr const char* kModulations[] = {"Unknown", "FSK2", "AM", "PSK2A", "PSK2B", "PSK4A", "PSK4B", "PSK8A"};
+constexpr int kModulationCount = static_cast<int>(std::size(kModulations));
 
 /// The members in the order in which they travel.
-constexpr auto members = [](auto& io, auto& profile) {
+constexpr auto kMembers = [](auto& io, auto& profile) {
     io(profile.name);
     io(profile.useFrequency);
     io(profile.frequencyMin);
@@ -53,8 +53,8 @@ auto plainMembers(const ShortTimeProfile& p)
 
 qint8 stringToModulationType(const QString& text)
 {
-    for (int code = 1; code < modulationCount; ++code) {
-        if (text == QLatin1String(modulations[code]))
+    for (int code = 1; code < kModulationCount; ++code) {
+        if (text == QLatin1String(kModulations[code]))
             return static_cast<qint8>(code);
     }
     return 0;
@@ -62,7 +62,7 @@ qint8 stringToModulationType(const QString& text)
 
 QString modulationTypeToString(qint8 code)
 {
-    return QString::fromLatin1(modulations[code >= 0 && code < modulationCount ? code : 0]);
+    return QString::fromLatin1(kModulations[code >= 0 && code < kModulationCount ? code : 0]);
 }
 
 bool ShortTimeProfile::operator==(const ShortTimeProfile& other) const
@@ -83,12 +83,12 @@ QString ShortTimeProfile_ItemFormat::GetString(const ShortTimeProfile& profile)
 
 std::string ShortTimeProfile_ItemFormat::toStandardString(const ShortTimeProfile& profile)
 {
-    return itemfield::toField(profile, members, profile.serializedSizeInBytes() + 1);
+    return itemfield::toField(profile, kMembers, profile.serializedSizeInBytes() + 1);
 }
 
 bool ShortTimeProfile_ItemFormat::fromCharStream(const char** stream, ShortTimeProfile& profile)
 {
-    return itemfield::fromField(stream, profile, members);
+    return itemfield::fromField(stream, profile, kMembers);
 }
 
 } // namespace Kolta

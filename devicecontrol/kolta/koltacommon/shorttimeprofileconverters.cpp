@@ -18,7 +18,7 @@ using JobXml::ShiftElement;
 using JobXml::ShortTimeSettings;
 using JobXml::TransmissionSystem;
 
-constexpr int inUse = 1; ///< status of what is in use in a profile file
+constexpr int kInUse = 1; ///< status of what is in use in a profile file
 
 quint64 numberOf(const QString& text, quint64)
 {
@@ -37,14 +37,14 @@ void readRange(const VESK_Q9R::TextElement& range, bool& use, Number& minimum, N
     const QStringList parts = range.value.split(QLatin1Char(','));
     if (parts.size() != 2)
         return;
-    use = range.status == inUse;
+    use = range.status == kInUse;
     minimum = numberOf(parts.at(0), Number());
     maximum = numberOf(parts.at(1), Number());
 }
 
 VESK_Q9R::TextElement rangeElement(bool use, quint64 minimum, quint64 maximum)
 {
-    return {QStringLiteral("%1,%2").arg(minimum).arg(maximum), use ? inUse : 0};
+    return {QStringLiteral("%1,%2").arg(minimum).arg(maximum), use ? kInUse : 0};
 }
 
 /// Whole Hz of a frequency; what does not fit is taken to the nearer end of the range.
@@ -179,9 +179,9 @@ QList<ShortTimeProfile> ShortTimeProfile::fromQ9RProfile(const VESK_Q9R::ShortTi
         readRange(source.symbolrateRange, p.useSymbolRate, p.symbolRateMin, p.symbolRateMax);
         readRange(source.shiftRange, p.useShift, p.shiftMin, p.shiftMax);
         p.hopRate = source.hopRate.value;
-        p.useHopRate = source.hopRate.status == inUse;
+        p.useHopRate = source.hopRate.status == kInUse;
         p.modulation = stringToModulationType(source.modulationType.value);
-        p.useModulation = source.modulationType.status == inUse;
+        p.useModulation = source.modulationType.status == kInUse;
         profiles.append(p);
     }
     return profiles;
@@ -199,8 +199,8 @@ VESK_Q9R::ShortTimeProfiles ShortTimeProfile::toQ9RProfile(const QList<ShortTime
         target.bandwidthRange = rangeElement(p.useBandwidth, p.bandwidthMin, p.bandwidthMax);
         target.symbolrateRange = rangeElement(p.useSymbolRate, p.symbolRateMin, p.symbolRateMax);
         target.shiftRange = rangeElement(p.useShift, p.shiftMin, p.shiftMax);
-        target.hopRate = {p.hopRate, p.useHopRate ? inUse : 0};
-        target.modulationType = {modulationTypeToString(p.modulation), p.useModulation ? inUse : 0};
+        target.hopRate = {p.hopRate, p.useHopRate ? kInUse : 0};
+        target.modulationType = {modulationTypeToString(p.modulation), p.useModulation ? kInUse : 0};
         file.profiles.append(target);
     }
     return file;

@@ -7,7 +7,7 @@ namespace Kolta {
 
 namespace {
 
-constexpr double million = 1e6;
+constexpr double kMillion = 1e6;
 
 /// Units of one quantity: up to a thousand, up to a million, above.
 struct Units
@@ -21,7 +21,7 @@ QString inUnit(quint64 value, const Units& units)
 {
     const auto number = static_cast<double>(value);
     if (value > 1000000)
-        return ShortTimeProfile_TextAdapter::formatString(number / million, 9, units.million);
+        return ShortTimeProfile_TextAdapter::formatString(number / kMillion, 9, units.million);
     if (value <= 1000)
         return ShortTimeProfile_TextAdapter::formatString(number, 3, units.one);
     return ShortTimeProfile_TextAdapter::formatString(number / 1000.0, 6, units.thousand);
@@ -40,7 +40,7 @@ struct Line
 
 using Adapter = ShortTimeProfile_TextAdapter;
 
-constexpr Line tooltip[] = {
+constexpr Line kTooltip[] = {
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_TextAdapter", "Frequency : "), Adapter::toFrequency},
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_TextAdapter", "Bandwidth : "), Adapter::toBandwidth},
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_TextAdapter", "Modulation : "), Adapter::toModulation},
@@ -54,7 +54,7 @@ constexpr Line tooltip[] = {
 QString ShortTimeProfile_TextAdapter::GetText4Tooltip(const ShortTimeProfile& profile)
 {
     QStringList lines;
-    for (const Line& line : tooltip)
+    for (const Line& line : kTooltip)
         lines.append(QCoreApplication::translate("Kolta::ShortTimeProfile_TextAdapter", line.label) +
                      line.text(profile));
     return lines.join(QLatin1Char('\n'));
@@ -84,7 +84,7 @@ QString ShortTimeProfile_TextAdapter::toDuration(const ShortTimeProfile& profile
 
 QString ShortTimeProfile_TextAdapter::toHopRate(const ShortTimeProfile& profile)
 {
-    return profile.useHopRate ? formatString(profile.hopRate / million, 10, QString()) : QString();
+    return profile.useHopRate ? formatString(profile.hopRate / kMillion, 10, QString()) : QString();
 }
 
 QString ShortTimeProfile_TextAdapter::toShift(const ShortTimeProfile& profile)

@@ -13,10 +13,10 @@ namespace {
 using Result = ShortTimeResult;
 using ProfileText = ShortTimeProfile_TextAdapter;
 
-constexpr const char* context = "Kolta::ShortTimeResult_TextAdapter";
+constexpr const char* kContext = "Kolta::ShortTimeResult_TextAdapter";
 
 /// The members in the order in which they travel.
-constexpr auto members = [](auto& io, auto& result) {
+constexpr auto kMembers = [](auto& io, auto& result) {
     io(result.id);
     io(result.startTime);
     io(result.duration);
@@ -47,7 +47,7 @@ QString timeText(qint64 microseconds)
         .arg(rest, 3, 10, QLatin1Char('0'));
 }
 
-constexpr TextColumn<Result> columnTable[] = {
+constexpr TextColumn<Result> kColumnTable[] = {
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeResult_TextAdapter", "Time"),
      [](const Result& r) { return timeText(r.startTime); }},
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeResult_TextAdapter", "Frequency"),
@@ -93,17 +93,17 @@ std::string ShortTimeResult_ItemFormat::toStandardString(const Result& result)
 {
     constexpr int fixedSize = 66;
     const int units = result.profileName.size() + result.ffpGuid.size() + result.recordId.size();
-    return itemfield::toField(result, members, fixedSize + 2 * static_cast<std::size_t>(units));
+    return itemfield::toField(result, kMembers, fixedSize + 2 * static_cast<std::size_t>(units));
 }
 
 bool ShortTimeResult_ItemFormat::fromCharStream(const char** stream, Result& result)
 {
-    return itemfield::fromField(stream, result, members);
+    return itemfield::fromField(stream, result, kMembers);
 }
 
 const TextColumns<Result>& ShortTimeResult_TextAdapter::columns()
 {
-    static constexpr TextColumns<Result> all(context, columnTable);
+    static constexpr TextColumns<Result> all(kContext, kColumnTable);
     return all;
 }
 

@@ -15,18 +15,18 @@ class ShortTimeResult : public values::valueitemmap::IKeyItemTemplate<unsigned i
 {
 public:
     /// The key of a result that has none yet.
-    static constexpr unsigned int noId = std::numeric_limits<unsigned int>::max();
+    static constexpr unsigned int kNoId = std::numeric_limits<unsigned int>::max();
 
-    unsigned int id = noId; ///< the key
-    qint64 startTime = 0;   ///< beginning of the emission, microseconds since 1970 in UTC
-    quint32 duration = 0;   ///< microseconds
-    quint64 frequency = 0;  ///< centre, Hz
-    quint32 bandwidth = 0;  ///< Hz
-    double level = 0;       ///< at the receiver's input, dBuV
-    quint32 symbolRate = 0; ///< Bd; 0 when it was not measured
-    qint8 modulation = 0;   ///< see modulationTypeToString()
-    double confidence = 0;  ///< how well the profile matches, 0 to 1
-    QString profileName;    ///< of the profile that matches best; empty when none does
+    unsigned int id = kNoId; ///< the key
+    qint64 startTime = 0;    ///< beginning of the emission, microseconds since 1970 in UTC
+    quint32 duration = 0;    ///< microseconds
+    quint64 frequency = 0;   ///< centre, Hz
+    quint32 bandwidth = 0;   ///< Hz
+    double level = 0;        ///< at the receiver's input, dBuV
+    quint32 symbolRate = 0;  ///< Bd; 0 when it was not measured
+    qint8 modulation = 0;    ///< see modulationTypeToString()
+    double confidence = 0;   ///< how well the profile matches, 0 to 1
+    QString profileName;     ///< of the profile that matches best; empty when none does
     eShortTimeProfileType profileType = eShortTimeProfileUnspecified; ///< of that profile
     QString ffpGuid;  ///< of the FFP that detected the emission
     QString recordId; ///< text of the record identifier of its recording; empty when it was not recorded

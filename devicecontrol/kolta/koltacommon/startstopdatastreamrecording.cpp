@@ -13,13 +13,13 @@ namespace Kolta {
 
 namespace {
 
-constexpr char startOperation[] = "StartRecording";
-constexpr char stopOperation[] = "StopRecording";
+constexpr char kStartOperation[] = "StartRecording";
+constexpr char kStopOperation[] = "StopRecording";
 
 ptrCXmlMessage makeMessage(const StartStopDatastreamRecording::Content& content)
 {
     const ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_COMMAND));
-    CDataTree tree(QLatin1String(content.start ? startOperation : stopOperation));
+    CDataTree tree(QLatin1String(content.start ? kStartOperation : kStopOperation));
     CElement root = tree.editRoot();
     for (const RecordingControl::RecordingData& data : content.recordings) {
         const QString name = RecordingControl::dataStreamToString(data.stream);
@@ -71,7 +71,7 @@ bool StartStopDatastreamRecording::isCommand(const CMsgFragment& fragment)
 {
     const CConstElement operation = operationOf(fragment);
     return fragment.getComponentName() == componentName() &&
-           (operation.hasName(startOperation) || operation.hasName(stopOperation));
+           (operation.hasName(kStartOperation) || operation.hasName(kStopOperation));
 }
 
 std::optional<StartStopDatastreamRecording::Content>
@@ -81,7 +81,7 @@ StartStopDatastreamRecording::read(const CMsgFragment& fragment)
         return std::nullopt;
     const CConstElement operation = operationOf(fragment);
     Content content;
-    content.start = operation.hasName(startOperation);
+    content.start = operation.hasName(kStartOperation);
     for (CConstElement entry = operation.child("DataStream"); entry; entry = entry.next("DataStream")) {
         const eDataStream stream = streamOfWireName(entry.attribute("name"));
         if (stream == eNoDataStream)

@@ -9,8 +9,8 @@ namespace Kolta {
 
 namespace {
 
-constexpr int none = -1;
-constexpr qint64 unreachable = std::numeric_limits<qint64>::max();
+constexpr int kNone = -1;
+constexpr qint64 kUnreachable = std::numeric_limits<qint64>::max();
 
 using Offers = std::vector<std::vector<TunerOffer>>;
 
@@ -34,12 +34,12 @@ public:
 
     /// The groups of a class, the cheapest first.
     const std::vector<InClass>& ofClass(int classIndex) const { return at(m_ofClass, classIndex); }
-    /// The first tuner of the group that was not taken; `none` when there is none left.
+    /// The first tuner of the group that was not taken; `kNone` when there is none left.
     int next(int group) const
     {
         const int taken = at(m_taken, group);
         const std::vector<int>& members = at(m_members, group);
-        return taken < static_cast<int>(members.size()) ? at(members, taken) : none;
+        return taken < static_cast<int>(members.size()) ? at(members, taken) : kNone;
     }
     void takeNext(int group) { ++at(m_taken, group); }
     /// The classes that offer the group, with its cost there as `cost`.
@@ -90,11 +90,11 @@ int TunerGroups::split(const Offers& offers)
     for (const std::vector<TunerOffer>& offersOfOne : offers) {
         parts.clear();
         quint64 lastKey = 0;
-        int lastPart = none;
+        int lastPart = kNone;
         for (const TunerOffer& offer : offersOfOne) {
             int& group = at(m_groupOf, offer.tuner);
             const quint64 key = quint64(quint32(group)) << 32 | quint32(offer.cost);
-            if (lastPart == none || key != lastKey) { // neighbours mostly fall into the same part
+            if (lastPart == kNone || key != lastKey) { // neighbours mostly fall into the same part
                 const auto part = parts.emplace(key, count);
                 count += part.second;
                 lastKey = key;
@@ -109,10 +109,10 @@ int TunerGroups::split(const Offers& offers)
 /// Renumbers the groups that are left and lists their members in ascending order.
 void TunerGroups::number(int provisionalCount)
 {
-    std::vector<int> numbers(static_cast<std::size_t>(provisionalCount), none);
+    std::vector<int> numbers(static_cast<std::size_t>(provisionalCount), kNone);
     for (std::size_t tuner = 0; tuner < m_groupOf.size(); ++tuner) {
         int& group = at(numbers, m_groupOf[tuner]);
-        if (group == none) {
+        if (group == kNone) {
             group = static_cast<int>(m_members.size());
             m_members.emplace_back();
         }
@@ -129,7 +129,7 @@ public:
     Matcher(int tunerCount, const Offers& offers, const std::vector<int>& classOfRequest)
         : m_classOf(classOfRequest)
         , m_groups(tunerCount, offers)
-        , m_seatOf(classOfRequest.size(), none)
+        , m_seatOf(classOfRequest.size(), kNone)
         , m_labels(offers.size())
     {
     }
@@ -147,16 +147,16 @@ private:
     /// The cheapest way found from the request that is being served to a request of a class.
     struct Label
     {
-        qint64 cost = unreachable;
-        int seat = none; ///< the last seat that changes hands: the class that gives it up is this one
-        int from = none; ///< the class that takes it
+        qint64 cost = kUnreachable;
+        int seat = kNone; ///< the last seat that changes hands: the class that gives it up is this one
+        int from = kNone; ///< the class that takes it
         bool queued = false;
     };
     struct End
     {
-        int classIndex = none;
-        int group = none;
-        qint64 cost = unreachable;
+        int classIndex = kNone;
+        int group = kNone;
+        qint64 cost = kUnreachable;
     };
 
     void search(int from);
@@ -177,15 +177,15 @@ TunerMatching Matcher::run()
     for (int request = 0; request < static_cast<int>(m_classOf.size()); ++request) {
         search(at(m_classOf, request));
         const End end = cheapestEnd();
-        if (end.group == none)
+        if (end.group == kNone)
             matching.conflicts.push_back(conflictOf(request));
         else
             augment(request, end);
     }
     for (std::size_t request = 0; request < m_classOf.size(); ++request) {
         const int seat = m_seatOf[request];
-        matching.tunerOfRequest.push_back(seat == none ? none : at(m_seats, seat).tuner);
-        if (seat != none)
+        matching.tunerOfRequest.push_back(seat == kNone ? kNone : at(m_seats, seat).tuner);
+        if (seat != kNone)
             matching.totalCost += at(at(m_seats, seat).costs, m_classOf[request]);
     }
     return matching;
@@ -194,7 +194,7 @@ TunerMatching Matcher::run()
 void Matcher::search(int from)
 {
     std::fill(m_labels.begin(), m_labels.end(), Label());
-    at(m_labels, from) = {0, none, none, true};
+    at(m_labels, from) = {0, kNone, kNone, true};
     std::deque<int> queue{from};
     while (!queue.empty()) {
         const int taker = queue.front();
@@ -204,7 +204,7 @@ void Matcher::search(int from)
         for (std::size_t seat = 0; seat < m_seats.size(); ++seat) {
             const std::vector<qint64>& costs = m_seats[seat].costs;
             const int giver = at(m_classOf, m_seats[seat].request);
-            if (giver == taker || at(costs, taker) == unreachable)
+            if (giver == taker || at(costs, taker) == kUnreachable)
                 continue;
             Label& label = at(m_labels, giver);
             const qint64 newCost = cost + at(costs, taker) - at(costs, giver);
@@ -222,14 +222,14 @@ Matcher::End Matcher::cheapestEnd() const
     End best;
     for (int classIndex = 0; classIndex < static_cast<int>(m_labels.size()); ++classIndex) {
         const qint64 cost = at(m_labels, classIndex).cost;
-        if (cost == unreachable)
+        if (cost == kUnreachable)
             continue;
         for (const TunerGroups::InClass& entry : m_groups.ofClass(classIndex)) {
             const qint64 total = cost + entry.cost;
             if (total > best.cost)
                 break;
             const int tuner = m_groups.next(entry.group);
-            if (tuner != none && (total < best.cost || tuner < m_groups.next(best.group)))
+            if (tuner != kNone && (total < best.cost || tuner < m_groups.next(best.group)))
                 best = {classIndex, entry.group, total};
         }
     }
@@ -240,11 +240,11 @@ void Matcher::augment(int request, const End& end)
 {
     int seat = static_cast<int>(m_seats.size());
     Seat& newSeat = m_seats.emplace_back(
-        Seat{m_groups.next(end.group), none, std::vector<qint64>(m_labels.size(), unreachable)});
+        Seat{m_groups.next(end.group), kNone, std::vector<qint64>(m_labels.size(), kUnreachable)});
     for (const TunerGroups::InGroup& offer : m_groups.classesOf(end.group))
         at(newSeat.costs, offer.classIndex) = offer.cost;
     m_groups.takeNext(end.group);
-    for (int classIndex = end.classIndex; at(m_labels, classIndex).seat != none;) {
+    for (int classIndex = end.classIndex; at(m_labels, classIndex).seat != kNone;) {
         const Label& label = at(m_labels, classIndex);
         const int holder = at(m_seats, label.seat).request;
         at(m_seats, seat).request = holder;
@@ -261,7 +261,7 @@ std::vector<int> Matcher::conflictOf(int request) const
 {
     std::vector<int> requests{request};
     for (const Seat& seat : m_seats) {
-        if (at(m_labels, at(m_classOf, seat.request)).cost != unreachable)
+        if (at(m_labels, at(m_classOf, seat.request)).cost != kUnreachable)
             requests.push_back(seat.request);
     }
     std::sort(requests.begin(), requests.end());

@@ -17,7 +17,7 @@ constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerbook
 
 /// The order of booking. The FFP of an SCP is not booked: it works on what the SCP's data source delivers;
 /// this is meant.
-constexpr Plan bookingPlan{true, true, false, true};
+constexpr Plan kBookingPlan{true, true, false, true};
 
 /// The tuners of one production after the other.
 class TunerCollector
@@ -62,7 +62,7 @@ QStringList tunersOf(const Root& root)
         if constexpr (isA<Node, SCP> || isA<Node, MCP>)
             tuners.add(node.GetDataSource());
     };
-    walk(root, bookingPlan, enter, leave);
+    walk(root, kBookingPlan, enter, leave);
     return tuners.guids();
 }
 

@@ -23,13 +23,13 @@ using State = TunerBookingManager::eTunerState;
 
 namespace {
 
-constexpr std::size_t textCount = 3;
+constexpr std::size_t kTextCount = 3;
 /// Three entries for four states, the third run together: support and other tools know these texts; meant.
-constexpr std::array<const char*, textCount> stateTexts{
+constexpr std::array<const char*, kTextCount> kStateTexts{
     QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "free"),
     QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "already in use"),
     QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "inaccessiblealready planned")};
-constexpr const char* plannedText = QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "already planned");
+constexpr const char* kPlannedText = QT_TRANSLATE_NOOP("Kolta::TunerBookingManager", "already planned");
 
 enum eTracePoint : int { eReportException = 100, eNotInitialized = 200 };
 constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerbookingmanager");
@@ -78,7 +78,7 @@ bool read(ResourceOverview& overview, const QString& text)
 QString notFree(const QString& guid, State state)
 {
     const auto index = static_cast<std::size_t>(state);
-    const char* const text = index < textCount ? stateTexts[index] : plannedText;
+    const char* const text = index < kTextCount ? kStateTexts[index] : kPlannedText;
     return TunerBookingManager::tr("Tuner with GUID %1 is %2.").arg(guid, TunerBookingManager::tr(text));
 }
 

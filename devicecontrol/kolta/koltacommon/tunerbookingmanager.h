@@ -138,7 +138,7 @@ private:
     GuidIndex<RESOURCEMANAGEMENT::Tuner> m_listedGuids; ///< of the last overview's tuners, always
     QHash<QString, eTunerState> m_states;               ///< never eFree
     std::deque<Change> m_changes;                       ///< made and not announced yet
-    InstanceCount<TunerBookingManager> instanceCount;
+    InstanceCount<TunerBookingManager> m_instanceCount;
 };
 
 } // namespace Kolta

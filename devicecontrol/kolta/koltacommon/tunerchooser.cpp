@@ -11,7 +11,7 @@ using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
-constexpr std::size_t rankedPerTuner = 16; // bound of what is kept, as in the tree
+constexpr std::size_t kRankedPerTuner = 16; // bound of what is kept, as in the tree
 
 /// Position of the policy's choice; -1 for its end, null, or anything outside the list.
 int chosenBy(const AbstractTunerClassCostFunction& policy, const QVector<Tuner>& tuners)
@@ -138,7 +138,7 @@ TunerWeights TunerChooser::weigh(const TunerPlace& place) const
 
 TunerWeights TunerChooser::weighOutsider(const Tuner& tuner) const
 {
-    const int depth = DefaultCostFunction::notInTree;
+    const int depth = DefaultCostFunction::kNotInTree;
     return DefaultCostFunction::weigh(TunerPlace{&tuner, nullptr, m_policy->calculateCost(tuner), depth});
 }
 
@@ -178,7 +178,7 @@ bool TunerChooser::knowsPolicy() const
 /// Made once per list and kept until the tree changes.
 std::shared_ptr<const TunerChooser::Ranked> TunerChooser::rank(const ptrTunerPlaces& places)
 {
-    const bool isFull = m_rankedTuners > rankedPerTuner * static_cast<std::size_t>(tunerCount());
+    const bool isFull = m_rankedTuners > kRankedPerTuner * static_cast<std::size_t>(tunerCount());
     if (isFull || m_revision != m_tree->revision()) {
         m_revision = m_tree->revision();
         m_ranked.clear();

@@ -133,7 +133,7 @@ int DefaultCostFunction::calculateCost(const Tuner& tuner) const
     if (!m_tree)
         return -1;
     const ptrTunerClassTreeItem item = m_tree->findItemForTuner(tuner);
-    return item ? item->getPathCost() : notInTree;
+    return item ? item->getPathCost() : kNotInTree;
 }
 
 bool DefaultCostFunction::cheaperThan(const Tuner& a, const Tuner& b) const
@@ -166,7 +166,7 @@ TunerWeights DefaultCostFunction::weigh(const Tuner& tuner) const
 {
     const ptrTunerClassTreeItem item = m_tree ? m_tree->findItemForTuner(tuner) : nullptr;
     // Virtual on purpose: who replaces the cost keeps the other criteria.
-    return makeWeights(tuner, calculateCost(tuner), item ? item->getDepth() : notInTree);
+    return makeWeights(tuner, calculateCost(tuner), item ? item->getDepth() : kNotInTree);
 }
 
 TunerWeights DefaultCostFunction::weigh(const TunerPlace& place)

@@ -84,11 +84,11 @@ class DefaultCostFunction : public AbstractTunerClassCostFunction
 {
 public:
     /// Cost and depth of a tuner that is not in the tree.
-    static constexpr int notInTree = 2147483647;
+    static constexpr int kNotInTree = 2147483647;
 
     void init(const std::shared_ptr<TunerClassTree>& tree) override;
     /// Sum of the cost penalties of all classes that enclose the tuner, kept within the range of int;
-    /// `notInTree` for a tuner that is not in the tree, -1 without a tree. Takes the time of a look-up.
+    /// `kNotInTree` for a tuner that is not in the tree, -1 without a tree. Takes the time of a look-up.
     int calculateCost(const RESOURCEMANAGEMENT::Tuner& tuner) const override;
     /// Without a tree cost and depth are the same for all tuners.
     bool cheaperThan(const RESOURCEMANAGEMENT::Tuner& a, const RESOURCEMANAGEMENT::Tuner& b) const override;

@@ -39,7 +39,7 @@ struct TunerClassResourceSelector::Private
 
 namespace {
 
-constexpr int none = -1;
+constexpr int kNone = -1;
 
 TunerCandidate makeCandidate(const TunerWeights& weights, TunerRefusal refusal)
 {
@@ -90,7 +90,7 @@ class TunerHandOut
 {
 public:
     explicit TunerHandOut(TunerChooser& chooser)
-        : m_chooser(chooser), m_holders(static_cast<std::size_t>(chooser.tunerCount()), none)
+        : m_chooser(chooser), m_holders(static_cast<std::size_t>(chooser.tunerCount()), kNone)
     {
     }
 
@@ -98,7 +98,7 @@ public:
     const TunerPlace* next(const ptrTunerPlaces& places, int request)
     {
         const int chosen = m_chooser.chooseUnheld(places, m_holders);
-        if (chosen == none)
+        if (chosen == kNone)
             return nullptr;
         const TunerPlace& place = (*places)[static_cast<std::size_t>(chosen)];
         holderOf(place) = request;
@@ -132,7 +132,7 @@ private:
     {
         bool asked = false;
         bool accepted = false;
-        int number = none; ///< the same for all that have one GUID
+        int number = kNone; ///< the same for all that have one GUID
         int cost = 0;
     };
     Known& knownOf(const TunerPlace& place)
@@ -187,11 +187,11 @@ void AssignmentTask::collect(const TunerFilter& filter)
 
 void AssignmentTask::numberTuners()
 {
-    std::vector<int> numbers(m_known.size(), none); // by identity
+    std::vector<int> numbers(m_known.size(), kNone); // by identity
     for (const int index : m_chooser.orderOfCost(m_weights)) {
         const TunerPlace& place = *m_candidates[static_cast<std::size_t>(index)];
         int& number = numbers[static_cast<std::size_t>(m_chooser.identityOf(place))];
-        if (number == none)
+        if (number == kNone)
             number = m_tunerCount++;
         knownOf(place).number = number;
     }
@@ -199,7 +199,7 @@ void AssignmentTask::numberTuners()
 
 void AssignmentTask::makeOffers()
 {
-    std::vector<int> lastClass(static_cast<std::size_t>(m_tunerCount), none);
+    std::vector<int> lastClass(static_cast<std::size_t>(m_tunerCount), kNone);
     std::vector<std::size_t> lastOffer(static_cast<std::size_t>(m_tunerCount));
     for (const ptrTunerPlaces& places : m_placesOfClass) {
         const int classIndex = static_cast<int>(m_offers.size());
@@ -233,7 +233,7 @@ TunerAssignment AssignmentTask::run(const QStringList& classNames)
         const int tuner = matching.tunerOfRequest[static_cast<std::size_t>(i)];
         const auto classIndex = static_cast<std::size_t>(m_classOfRequest[static_cast<std::size_t>(i)]);
         const std::vector<TunerOffer>& offers = m_offers[classIndex];
-        for (std::size_t offer = 0; tuner != none && !request.served; ++offer) {
+        for (std::size_t offer = 0; tuner != kNone && !request.served; ++offer) {
             if (offers[offer].tuner != tuner)
                 continue;
             request.served = true;
@@ -292,7 +292,7 @@ Tuner TunerClassResourceSelector::selectTuner(const QString& className, const Tu
     const std::shared_ptr<TunerChooser> chooser = d->ensureTree();
     const ptrTunerPlaces places = chooser->tree().getTunerPlacesOfClass(className);
     const int chosen = chooser->choose(places, TunerFilter::freeTuners(exclude, storageGuids));
-    return chosen == none ? Tuner() : *(*places)[static_cast<std::size_t>(chosen)].tuner;
+    return chosen == kNone ? Tuner() : *(*places)[static_cast<std::size_t>(chosen)].tuner;
 }
 
 TunerSelection TunerClassResourceSelector::explainSelection(const QString& className,
@@ -360,7 +360,7 @@ TunerClassResourceSelector::explainSimultaneousUse(const QStringList& classNames
             allotment.tuner = *place->tuner;
         } else {
             const int wanted = chooser->choose(places, TunerFilter());
-            if (wanted != none) {
+            if (wanted != kNone) {
                 const TunerPlace& taken = (*places)[static_cast<std::size_t>(wanted)];
                 allotment.tuner = *taken.tuner;
                 allotment.heldBy = handOut.holderOf(taken);

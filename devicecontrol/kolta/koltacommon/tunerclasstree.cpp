@@ -34,8 +34,8 @@ struct TunerClassTree::ItemIndex
 /// first of those that share a tuner ID stands for all of them.
 struct TunerClassTree::PlaceIndex
 {
-    static constexpr int none = -1;
-    static constexpr std::size_t keptPerTuner = 16; ///< bound of what the lists take, in entries
+    static constexpr int kNone = -1;
+    static constexpr std::size_t kKeptPerTuner = 16; ///< bound of what the lists take, in entries
 
     /// Tuners below a class: a range of `tour`.
     struct Range
@@ -49,7 +49,7 @@ struct TunerClassTree::PlaceIndex
         TunerClassTreeItem::Items::const_iterator end;
         qint64 cost;
         int depth;
-        int range; ///< to be closed when the level is done; `none` for further classes of one name
+        int range; ///< to be closed when the level is done; `kNone` for further classes of one name
     };
 
     explicit PlaceIndex(const TunerClassTree& tree);
@@ -80,10 +80,10 @@ TunerClassTree::PlaceIndex::PlaceIndex(const TunerClassTree& tree) : tunerClasse
     const QVector<Tuner>& tuners = tree.m_resources.GetTuner();
     const auto count = static_cast<std::size_t>(tuners.size());
     firstByID = IdTable(tuners.size());
-    nextOfID.assign(count, none);
+    nextOfID.assign(count, kNone);
     places.resize(count);
     marked.assign(count, false);
-    std::vector<int> lastOfID(count, none); // by the first of the same ID
+    std::vector<int> lastOfID(count, kNone); // by the first of the same ID
     for (int i = 0; i < tuners.size(); ++i) {
         const auto position = static_cast<std::size_t>(i);
         places[position] = {&tuners.at(i), nullptr, 0, 0};
@@ -108,14 +108,14 @@ void TunerClassTree::PlaceIndex::readTree(const TunerClassTreeItem& root)
     listEntries = 0;
 
     std::vector<Level> levels{
-        {root.getChildren().begin(), root.getChildren().end(), root.getCost(), 0, none}};
+        {root.getChildren().begin(), root.getChildren().end(), root.getCost(), 0, kNone}};
     while (!levels.empty()) {
         Level& level = levels.back();
         if (level.next != level.end) {
             const TunerClassTreeItem& item = **level.next++;
             enter(item, Level(level), levels);
         } else {
-            if (level.range != none)
+            if (level.range != kNone)
                 ranges[static_cast<std::size_t>(level.range)].end = static_cast<int>(tour.size());
             levels.pop_back();
         }
@@ -128,7 +128,7 @@ void TunerClassTree::PlaceIndex::enter(const TunerClassTreeItem& item, const Lev
     const qint64 cost = parent.cost + item.getCost();
     const int depth = parent.depth + 1;
     const int first = firstByID.find(item.getID(), [this](int i) -> const QString& { return idAt(i); });
-    for (int i = first; i != none && !places[static_cast<std::size_t>(i)].item;) {
+    for (int i = first; i != kNone && !places[static_cast<std::size_t>(i)].item;) {
         TunerPlace& place = places[static_cast<std::size_t>(i)];
         place.item = &item;
         place.cost = static_cast<int>(
@@ -137,11 +137,11 @@ void TunerClassTree::PlaceIndex::enter(const TunerClassTreeItem& item, const Lev
         i = nextOfID[static_cast<std::size_t>(i)];
     }
     if (item.isTunerItem()) {
-        if (first != none)
+        if (first != kNone)
             tour.push_back(first);
         return;
     }
-    int range = none;
+    int range = kNone;
     if (!rangeByName.contains(item.getName())) {
         range = static_cast<int>(ranges.size());
         rangeByName.insert(item.getName(), range);
@@ -156,7 +156,7 @@ ptrTunerPlaces TunerClassTree::PlaceIndex::makeList(const Range& range)
     std::vector<int> positions;
     positions.reserve(static_cast<std::size_t>(range.end - range.begin));
     for (auto first = tour.begin() + range.begin; first != tour.begin() + range.end; ++first) {
-        for (int i = *first; i != none && !marked[static_cast<std::size_t>(i)];) {
+        for (int i = *first; i != kNone && !marked[static_cast<std::size_t>(i)];) {
             marked[static_cast<std::size_t>(i)] = true;
             positions.push_back(i);
             i = nextOfID[static_cast<std::size_t>(i)];
@@ -228,7 +228,7 @@ ptrTunerClassTreeItem TunerClassTree::findItemByID(const QString& id) const
         return ptrTunerClassTreeItem();
     const ItemIndex& index = itemIndex();
     const int place = index.places.find(id, [&index](int i) -> const QString& { return index.idAt(i); });
-    if (place != IdTable::none)
+    if (place != IdTable::kNone)
         return index.items[static_cast<std::size_t>(place)]->shared_from_this();
     return id == m_root->getID() ? m_root : ptrTunerClassTreeItem();
 }
@@ -263,15 +263,15 @@ ptrTunerPlaces TunerClassTree::getTunerPlacesOfClass(const QString& className) c
     const auto known = index.lists.constFind(className);
     if (known != index.lists.constEnd())
         return *known;
-    const int range = index.rangeByName.value(className, PlaceIndex::none);
-    if (range == PlaceIndex::none) {
+    const int range = index.rangeByName.value(className, PlaceIndex::kNone);
+    if (range == PlaceIndex::kNone) {
         static const auto empty = std::make_shared<const std::vector<TunerPlace>>();
         return empty;
     }
     ptrTunerPlaces list = index.makeList(index.ranges[static_cast<std::size_t>(range)]);
     index.listEntries += list->size();
     // In a very deep tree the lists of all classes would take far more than the tree.
-    if (index.listEntries > index.places.size() * PlaceIndex::keptPerTuner) {
+    if (index.listEntries > index.places.size() * PlaceIndex::kKeptPerTuner) {
         index.lists.clear();
         index.listEntries = list->size();
     }

@@ -33,7 +33,7 @@ ptrTunerClassTreeItem TunerClassTreeBuilder::build()
     nestClasses();
     chooseDefaultChildren();
     makeItems();
-    return m_items[root];
+    return m_items[kRoot];
 }
 
 void TunerClassTreeBuilder::addTuners()
@@ -62,7 +62,7 @@ void TunerClassTreeBuilder::nestClasses()
     int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
         const int superclass = find(tunerClass.GetSuperclassGUID());
-        if (superclass != none && !isTuner(superclass))
+        if (superclass != kNone && !isTuner(superclass))
             attach(place, superclass);
         ++place;
     }
@@ -73,7 +73,7 @@ void TunerClassTreeBuilder::chooseDefaultChildren()
     int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
         const int child = find(tunerClass.GetDefaultChild());
-        if (child != none && nodeOf(child).parent == place)
+        if (child != kNone && nodeOf(child).parent == place)
             childrenOf(place).byDefault = child;
         ++place;
     }
@@ -86,16 +86,16 @@ void TunerClassTreeBuilder::makeItems()
             continue;
         const ptrTunerClassTreeItem& item = itemAt(place);
         TunerClassTreeItem::ClassPart& part = *item->m_class;
-        part.changes = itemAt(root)->m_class->changes;
+        part.changes = itemAt(kRoot)->m_class->changes;
         const Children& children = childrenOf(place);
-        for (int i = children.first; i != none; i = nodeOf(i).next) {
+        for (int i = children.first; i != kNone; i = nodeOf(i).next) {
             const ptrTunerClassTreeItem& child = itemAt(i);
             child->m_parent = item;
             child->m_place = static_cast<qint64>(part.children.size());
             part.tunerChildren += isTuner(i);
             part.children.push_back(child);
         }
-        if (children.byDefault != none)
+        if (children.byDefault != kNone)
             part.defaultChild = itemAt(children.byDefault);
     }
 }
@@ -106,7 +106,7 @@ void TunerClassTreeBuilder::add(ptrTunerClassTreeItem item)
     const int place = static_cast<int>(m_items.size());
     m_items.push_back(std::move(item));
     m_nodes.emplace_back();
-    link(place, root);
+    link(place, kRoot);
     if (!itemAt(place)->getID().isEmpty())
         m_places.insert(place, [this](int i) -> const QString& { return itemAt(i)->getID(); });
 }
@@ -120,7 +120,7 @@ int TunerClassTreeBuilder::find(const QString& id) const
 /// Moves an item below another; what makes no sense is passed over.
 void TunerClassTreeBuilder::attach(int item, int parent)
 {
-    if (item == none || item == parent || nodeOf(item).parent == parent || isBelow(parent, item))
+    if (item == kNone || item == parent || nodeOf(item).parent == parent || isBelow(parent, item))
         return;
     unlink(item);
     link(item, parent);
@@ -130,17 +130,17 @@ void TunerClassTreeBuilder::link(int item, int parent)
 {
     Node& node = nodeOf(item);
     Children& siblings = childrenOf(parent);
-    if (siblings.first == none && itemAt(parent)->getID() != QLatin1String("root"))
+    if (siblings.first == kNone && itemAt(parent)->getID() != QLatin1String("root"))
         siblings.byDefault = item;
     node.parent = parent;
     if (isTuner(item)) {
-        node.previous = none;
+        node.previous = kNone;
         node.next = std::exchange(siblings.first, item);
-        (node.next == none ? siblings.last : nodeOf(node.next).previous) = item;
+        (node.next == kNone ? siblings.last : nodeOf(node.next).previous) = item;
     } else {
-        node.next = none;
+        node.next = kNone;
         node.previous = std::exchange(siblings.last, item);
-        (node.previous == none ? siblings.first : nodeOf(node.previous).next) = item;
+        (node.previous == kNone ? siblings.first : nodeOf(node.previous).next) = item;
     }
 }
 
@@ -151,24 +151,24 @@ void TunerClassTreeBuilder::unlink(int item)
     // The same rule as in TunerClassTreeItem::deleteChildInternal().
     if (siblings.byDefault == item)
         siblings.byDefault = siblings.first == item ? node.next : siblings.first;
-    (node.previous == none ? siblings.first : nodeOf(node.previous).next) = node.next;
-    (node.next == none ? siblings.last : nodeOf(node.next).previous) = node.previous;
+    (node.previous == kNone ? siblings.first : nodeOf(node.previous).next) = node.next;
+    (node.next == kNone ? siblings.last : nodeOf(node.next).previous) = node.previous;
 }
 
 TunerClassTreeBuilder::Children& TunerClassTreeBuilder::childrenOf(int classItem)
 {
-    return m_children[static_cast<std::size_t>(classItem == root ? 0 : 1 + classItem - m_firstClass)];
+    return m_children[static_cast<std::size_t>(classItem == kRoot ? 0 : 1 + classItem - m_firstClass)];
 }
 
 /// Whether a class is below another item.
 bool TunerClassTreeBuilder::isBelow(int item, int ancestor)
 {
     // Only what has a class below it is worth the way up, which may be long.
-    if (isTuner(ancestor) || childrenOf(ancestor).last == none || isTuner(childrenOf(ancestor).last))
+    if (isTuner(ancestor) || childrenOf(ancestor).last == kNone || isTuner(childrenOf(ancestor).last))
         return false;
-    while (item != none && item != ancestor)
+    while (item != kNone && item != ancestor)
         item = nodeOf(item).parent;
-    return item != none;
+    return item != kNone;
 }
 
 } // namespace Kolta

@@ -23,22 +23,22 @@ public:
     ptrTunerClassTreeItem build();
 
 private:
-    static constexpr int none = -1;
-    static constexpr int root = 0; ///< its place in m_items and m_nodes
+    static constexpr int kNone = -1;
+    static constexpr int kRoot = 0; ///< its place in m_items and m_nodes
 
     /// Where an item stands: places in m_items.
     struct Node
     {
-        int parent = none;
-        int previous = none; ///< among the parent's children
-        int next = none;
+        int parent = kNone;
+        int previous = kNone; ///< among the parent's children
+        int next = kNone;
     };
     /// What stands below a class.
     struct Children
     {
-        int first = none;
-        int last = none;
-        int byDefault = none;
+        int first = kNone;
+        int last = kNone;
+        int byDefault = kNone;
     };
 
     void addTuners();
@@ -54,7 +54,7 @@ private:
     Node& nodeOf(int item) { return m_nodes[static_cast<std::size_t>(item)]; }
     const ptrTunerClassTreeItem& itemAt(int item) const { return m_items[static_cast<std::size_t>(item)]; }
     Children& childrenOf(int classItem);
-    bool isTuner(int item) const { return item != root && item < m_firstClass; }
+    bool isTuner(int item) const { return item != kRoot && item < m_firstClass; }
     bool isBelow(int item, int ancestor);
 
     const RESOURCEMANAGEMENT::TunerClassOverview& m_tunerClasses;

@@ -21,11 +21,11 @@ namespace Kolta {
 
 namespace {
 
-constexpr int defaultTimeLimitMs = 500;
-constexpr int checkIntervalMs = 5;              ///< how often a looping script looks at the time
+constexpr int kDefaultTimeLimitMs = 500;
+constexpr int kCheckIntervalMs = 5;             ///< how often a looping script looks at the time
 constexpr std::chrono::milliseconds grace(100); ///< for a stopped script to come to its end
-constexpr int mostLeftBehind = 4;
-constexpr uint stackBytes = 64u << 20; ///< enough for the engine's own limits of nesting
+constexpr int kMostLeftBehind = 4;
+constexpr uint kStackBytes = 64u << 20; ///< enough for the engine's own limits of nesting
 
 std::atomic<int> leftBehind{0};
 
@@ -34,7 +34,7 @@ struct Run
 {
     QVector<std::pair<QString, QString>> properties;
     QString script;
-    int timeLimitMs = defaultTimeLimitMs;
+    int timeLimitMs = kDefaultTimeLimitMs;
 
     // Written by the script's thread before it is done.
     QString id;
@@ -73,7 +73,7 @@ class TimeLimit
 public:
     TimeLimit(QScriptEngine& engine, int milliseconds)
     {
-        engine.setProcessEventsInterval(checkIntervalMs);
+        engine.setProcessEventsInterval(kCheckIntervalMs);
         QObject::connect(&m_timer, &QTimer::timeout, [this, &engine] {
             m_exceeded = true;
             engine.abortEvaluation();
@@ -124,7 +124,7 @@ void evaluate(Run& run)
 class ScriptThread : public QThread
 {
 public:
-    explicit ScriptThread(std::shared_ptr<Run> run) : m_run(std::move(run)) { setStackSize(stackBytes); }
+    explicit ScriptThread(std::shared_ptr<Run> run) : m_run(std::move(run)) { setStackSize(kStackBytes); }
 
 protected:
     void run() override
@@ -190,7 +190,7 @@ QString evaluateTunerIdScript(const RESOURCEMANAGEMENT::Tuner& tuner, const QStr
     }
     if (!QCoreApplication::instance())
         return fail(exceptionText(0, QStringLiteral("There is no application to run scripts in.")));
-    if (leftBehind >= mostLeftBehind)
+    if (leftBehind >= kMostLeftBehind)
         return fail(exceptionText(0, QStringLiteral("Too many scripts are running beyond their time.")));
 
     run->script = script;
