@@ -1,13 +1,12 @@
 #include <startup/clock.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QElapsedTimer>
 #include <QTimer>
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <map>
 #include <utility>
 
@@ -20,16 +19,11 @@ namespace Startup {
 namespace {
 
 /// A timer stands still while the machine sleeps; looking at the clock this often bounds how late it rings.
-constexpr qint64 longestSleepMs = 60000;
+constexpr qint64 kLongestSleepMs = 60000;
 
 /// Numbers of the trace points.
 enum eTracePoint : int { eAlarmException = 100 };
-
-void traceException(const QString& what)
-{
-    ErrorHandler::Instance().trace(eTraceError, QStringLiteral("platform/startup/clock"), eAlarmException,
-                                   QStringLiteral("caught exception from an alarm: ") + what);
-}
+constexpr TraceSource kTrace("platform/startup/clock", eTraceError);
 
 class TimerAlarm : public Alarm
 {
@@ -47,7 +41,7 @@ public:
 private:
     void sleep()
     {
-        m_timer.start(static_cast<int>(qBound(qint64(0), m_time - m_clock.now(), longestSleepMs)));
+        m_timer.start(static_cast<int>(qBound(qint64(0), m_time - m_clock.now(), kLongestSleepMs)));
     }
     void look()
     {
@@ -107,10 +101,9 @@ void Clock::ring(const Function& function) noexcept
 {
     try {
         function();
-    } catch (const std::exception& exception) {
-        traceException(QString::fromLocal8Bit(exception.what()));
     } catch (...) {
-        traceException(QStringLiteral("unknown"));
+        kTrace(eAlarmException, QStringLiteral("caught exception from an alarm: ") +
+                                    CurrentExceptionText(QStringLiteral("unknown")));
     }
 }
 

@@ -4,14 +4,14 @@
 
 namespace Startup {
 
-QString CurrentExceptionText()
+QString CurrentExceptionText(const QString& otherwise)
 {
     try {
         throw;
     } catch (const std::exception& exception) {
         return QString::fromUtf8(exception.what());
     } catch (...) {
-        return QString();
+        return otherwise;
     }
 }
 
@@ -28,7 +28,7 @@ void TraceSource::write(quint32 channel, int point, const QString& text) const n
 void TraceSource::writeCaught(int point, int unknownPoint, const char* where) const noexcept
 {
     try {
-        const QString says = CurrentExceptionText();
+        const QString says = CurrentExceptionText(QString());
         const QString from = QLatin1String(where);
         if (says.isNull())
             write(m_channel, unknownPoint, QStringLiteral("caught unknown exception from ") + from);

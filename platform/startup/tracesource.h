@@ -6,9 +6,9 @@
 
 namespace Startup {
 
-/// What the exception that is being handled says (its what(), read as UTF-8); null when it is no
+/// What the exception that is being handled says: its what(), read as UTF-8, or `otherwise` when it is no
 /// std::exception. To be called within a handler only.
-QString CurrentExceptionText();
+QString CurrentExceptionText(const QString& otherwise = QStringLiteral("unknown exception"));
 
 /// A source file as it appears in the trace. Each file that traces has one, and an enumeration of its trace
 /// points; the points' numbers are stable identifiers that support tools match on.

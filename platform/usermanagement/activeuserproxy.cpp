@@ -28,7 +28,7 @@ void call(IActiveUserEvent& callback, IActiveUserEvent::tagRIGHTEVENT event)
     try {
         callback.onUpdateRights(event);
     } catch (...) {
-        const QString says = Startup::CurrentExceptionText();
+        const QString says = Startup::CurrentExceptionText(QString());
         kTrace(eCallback,
                says.isNull()
                    ? QStringLiteral("Error: unknown exception from a callback for the active user")

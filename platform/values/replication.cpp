@@ -33,13 +33,6 @@ enum eTracePoint : int {
 };
 constexpr Startup::TraceSource kTrace("platform/values/replication", Startup::eTraceError);
 
-/// What the exception that is being handled says.
-QString exceptionText()
-{
-    const QString text = Startup::CurrentExceptionText();
-    return text.isNull() ? QStringLiteral("unknown exception") : text;
-}
-
 /// What observers throw must not keep the rest of a message from being executed.
 template<class Call>
 void traceExceptions(const Call& call)
@@ -47,7 +40,7 @@ void traceExceptions(const Call& call)
     try {
         call();
     } catch (...) {
-        kTrace(eObserverException, exceptionText());
+        kTrace(eObserverException, Startup::CurrentExceptionText());
     }
 }
 
@@ -338,7 +331,7 @@ bool ReplicaLink::process(ByteReader in)
             fail(eUnfitMessage, QStringLiteral("message %1 does not fit").arg(kind));
     } catch (...) {
         if (self)
-            fail(eMessageException, exceptionText());
+            fail(eMessageException, Startup::CurrentExceptionText());
     }
     return self && !m_broken;
 }

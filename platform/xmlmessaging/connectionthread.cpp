@@ -65,8 +65,7 @@ quint32 nextLinkId()
 /// Traces the exception that is being handled.
 void traceException(eTracePoint point, const QString& what)
 {
-    const QString says = Startup::CurrentExceptionText();
-    kTrace(point, what + (says.isNull() ? QStringLiteral("unknown") : says));
+    kTrace(point, what + Startup::CurrentExceptionText(QStringLiteral("unknown")));
 }
 
 } // namespace

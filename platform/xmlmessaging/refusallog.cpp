@@ -1,10 +1,12 @@
 #include "refusallog.h"
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 namespace XmlCommunication {
 
 namespace {
+
+constexpr Startup::TraceSource kTrace("platform/xmlmessaging/server");
 
 constexpr auto kInterval = std::chrono::minutes(1);
 
@@ -12,8 +14,7 @@ void write(RefusalLog::Cause cause, const QString& text)
 {
     // What breaks the protocol interests support first; bounds that hold are what they are there for.
     const quint32 channel = cause == RefusalLog::eMalformed ? Startup::eTrace : Startup::eTraceWarning;
-    Startup::ErrorHandler::Instance().trace(channel, QStringLiteral("platform/xmlmessaging/server"), cause,
-                                            text);
+    kTrace(cause, text, channel);
 }
 
 QString withCount(const QString& text, quint64 others)

@@ -1,13 +1,16 @@
 #include "serverlimits.h"
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <limits>
 
 namespace XmlCommunication {
 
 namespace {
+
+enum eTracePoint : int { eNoNumber = 10 };
+constexpr Startup::TraceSource kTrace("platform/xmlmessaging/serverlimits", Startup::eTraceWarning);
 
 /// The configured number, or `fallback` when there is none or it is not one.
 qint64 configured(const char* key, qint64 fallback, qint64 largest = std::numeric_limits<int>::max())
@@ -20,10 +23,9 @@ qint64 configured(const char* key, qint64 fallback, qint64 largest = std::numeri
     const qint64 value = text.trimmed().toLongLong(&ok);
     if (ok && value >= 0 && value <= largest)
         return value;
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceWarning, QStringLiteral("platform/xmlmessaging/serverlimits"), 10,
-        QStringLiteral("%1/%2: found \"%3\", expected a number from 0 to %4; %5 holds")
-            .arg(group, QLatin1String(key), text, QString::number(largest), QString::number(fallback)));
+    kTrace(eNoNumber,
+           QStringLiteral("%1/%2: found \"%3\", expected a number from 0 to %4; %5 holds")
+               .arg(group, QLatin1String(key), text, QString::number(largest), QString::number(fallback)));
     return fallback;
 }
 

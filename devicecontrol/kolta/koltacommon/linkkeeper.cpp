@@ -4,7 +4,7 @@
 #include <koltacommon/koltaconnection.h>
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QRandomGenerator>
 
@@ -20,6 +20,7 @@ namespace {
 
 /// Numbers of the trace points.
 enum eTracePoint : int { eReplyException = 100, eAbandonedException = 110 };
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/linkkeeper");
 
 qint64 now()
 {
@@ -30,16 +31,11 @@ qint64 now()
 template<class Function>
 void guarded(eTracePoint point, Function function)
 {
-    QString reason = QStringLiteral("unknown exception");
     try {
         return function();
-    } catch (const std::exception& exception) {
-        reason = QString::fromLocal8Bit(exception.what());
     } catch (...) {
+        kTrace(point, QStringLiteral("caught exception from a request: ") + Startup::CurrentExceptionText());
     }
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTrace, QStringLiteral("devicecontrol/kolta/koltacommon/linkkeeper"), point,
-        QStringLiteral("caught exception from a request: ") + reason);
 }
 
 void abandon(const ptrKoltaRequest& request, Abandonment why, bool wasSent)

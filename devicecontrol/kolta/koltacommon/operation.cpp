@@ -2,7 +2,7 @@
 
 #include <koltacommon/openwork.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -19,12 +19,7 @@ namespace {
 
 /// Numbers of the trace points.
 enum eTracePoint : int { eStepException = 100, eReceiverException = 110 };
-
-void trace(eTracePoint point, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceError, QStringLiteral("devicecontrol/kolta/koltacommon/operation"), point, text);
-}
+constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/operation", Startup::eTraceError);
 
 /// Runs `function`; what it throws is traced and returned as a text, which is null when it threw nothing.
 template<class Function>
@@ -34,12 +29,10 @@ QString problemOf(eTracePoint point, const QString& what, Function function)
     try {
         function();
         return problem;
-    } catch (const std::exception& exception) {
-        problem = QString::fromLocal8Bit(exception.what());
     } catch (...) {
-        problem = QStringLiteral("unknown exception");
+        problem = Startup::CurrentExceptionText();
     }
-    trace(point, QStringLiteral("caught exception from %1: %2").arg(what, problem));
+    kTrace(point, QStringLiteral("caught exception from %1: %2").arg(what, problem));
     return problem;
 }
 

@@ -151,9 +151,10 @@ QString parseResourceManagementObject(IRGObject& target, const QString& xml)
             error = QStringLiteral("SetXmlString returned false");
         target.Check();
     } catch (...) {
-        error = Startup::CurrentExceptionText();
+        const QString unknown = QStringLiteral("Unknown error.");
+        error = Startup::CurrentExceptionText(unknown);
         if (error.isEmpty())
-            error = QStringLiteral("Unknown error.");
+            error = unknown;
     }
     if (!error.isEmpty())
         error = QStringLiteral("Error in parsing ") + target.GetObjectName() + QStringLiteral(": ") + error;
