@@ -90,7 +90,8 @@ public:
     BranchMirror(MirrorSettings settings, const Topics& topics, IMirroredTree& tree);
     ~BranchMirror();
 
-    Output OnUp(qint64 nowMs);
+    /// The connection is up. `maximumPayload` in bytes.
+    Output OnUp(std::size_t maximumPayload, qint64 nowMs);
     Output OnDown(qint64 nowMs);
     /// A message of the branch: live, beat, log or state.
     Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
@@ -123,14 +124,53 @@ private:
     friend class MirrorChannel;
     using Channels = std::map<quint16, std::unique_ptr<MirrorChannel>>;
 
+    // For the channels.
+    void takeLocal();
+    void apply(const Change& change);
+    void applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);
+    void applyState(const QString& path, qint32 type, const Bytes& state, const std::vector<Content>& own);
+    void failed(const FailedWish& wish) { m_tree.OnWishFailed(wish); }
+    Bytes upTopic() const { return m_topics.Up(m_settings.branch, m_settings.user, m_settings.session); }
+
+    void route(Changes changes);
+    MirrorChannel* channelOf(const QString& path) const;
+    MirrorChannel* ensureChannel(quint16 channel);
+    void takeLive(const LiveMessage& live);
+    void takeBeat(const BeatMessage& beat);
+    void takeLog(quint16 channel, const Bytes& payload);
+    void claim(const QUuid& epoch);
+    void follow(const QUuid& epoch);
+    void dropCollections();
+    void withdraw();
+    void update();
+    void setState(BranchState state);
+    void hideSentinel();
+    void showSentinel();
+    bool isComplete() const;
+    bool maySend() const;
+    qint64 silentAtMs() const;
+    qint64 lostAtMs() const;
+    Output finish();
+
     MirrorSettings m_settings;
     Topics m_topics;
     IMirroredTree& m_tree;
     Channels m_channels;
+    std::map<QString, qint32> m_leftovers; ///< collections of a former epoch that this one has not shown yet
     QUuid m_epoch;
-    LiveMessage m_live;
+    QUuid m_withdrawn;       ///< epoch that has left; it never comes back
+    LiveMessage m_live;      ///< of the followed owner
+    LiveMessage m_otherLive; ///< last claim of another one
     BranchState m_state = BranchState::Unknown;
+    std::size_t m_maximumPayload = 0;
+    qint64 m_nowMs = 0; ///< time of the input at hand
     qint64 m_beatSeenMs = -1;
+    qint64 m_followedMs = 0;
+    qint64 m_silentSinceMs = never;
+    qint64 m_deadSinceMs = never; ///< the broker has said that the followed owner is dead
+    bool m_online = false;
+    bool m_sentinelHidden = true;
+    bool m_takingLocal = false;
 };
 
 } // namespace distribution

@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -22,7 +23,8 @@ class IOwnedTree
 {
 public:
     virtual ~IOwnedTree() = default;
-    /// What has happened below the roots since the last call, other than in Execute(), in its order.
+    /// What has happened below the roots since the last call, other than in Execute(), in its order. Each
+    /// item that is removed has a Remove of its own, those below first.
     virtual Changes TakeChanges() = 0;
     struct Executed
     {
@@ -105,21 +107,32 @@ public:
 
 private:
     using Channels = std::map<quint16, std::unique_ptr<OwnerChannel>>;
+    struct PermittedWish;
 
     OwnerChannel* find(quint16 channel) const;
     OwnerChannel& channelFor(const Change& change);
+    Content contentOf(const OwnerChannel& channel) const;
+    bool adopt(OwnerChannel& channel, Change& change);
+    void recordInitial(Changes initial);
+    void record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry);
     void takeLocal();
-    void record(Changes changes, quint16 wishChannel, Entry wishEntry);
     void takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs);
-    Changes permitted(const Writer& writer, const WishMessage& wish, const OwnerChannel& channel,
-                      Failures& failures, std::vector<quint32>& indices) const;
+    bool admitsSession(const OwnerChannel& channel, const Topic& topic);
+    PermittedWish permitted(const Writer& writer, const OwnerChannel& channel, const WishMessage& wish) const;
+    Failure objectionTo(const Writer& writer, const OwnerChannel& channel, const Change& change) const;
     void takeAsk(const AskMessage& ask, qint64 nowMs);
+    void askState(OwnerChannel& channel, qint64 nowMs) const;
     void takeLive(const Bytes& payload, qint64 nowMs);
-    void takePresence(const Topic& topic, bool present, qint64 nowMs);
-    void removeLeases(qint64 nowMs);
-    void publishLive(Output& out, LiveState state);
-    void publishBeat(Output& out, qint64 nowMs);
+    void takeForeignBeat(const QUuid& epoch, qint64 nowMs);
+    void displace();
+    void removeExpired(qint64 nowMs);
+    void publishLive(LiveState state);
+    void publishBeat(qint64 nowMs);
+    void publishLogs();
+    void publishAnswers(OwnerChannel& channel, qint64 nowMs);
+    void publishLog(const OwnerChannel& channel, std::vector<Bytes> messages);
     Output finish(qint64 nowMs);
+    bool isSilent() const noexcept { return m_displaced || m_withdrawn; }
 
     OwnerSettings m_settings;
     Topics m_topics;
@@ -128,15 +141,19 @@ private:
     OwnerEvents m_events;
     Channels m_channels;
     std::map<QString, quint16> m_collections; ///< channel by path
+    std::map<QUuid, Bytes> m_users;           ///< of the sessions that have made wishes
     std::unique_ptr<Leases> m_leases;
+    Output m_out;
     std::size_t m_maximumPayload = 0;
     quint32 m_lastId = 0;
-    qint64 m_beatAtMs = 0;
-    qint64 m_liveAtMs = never; ///< the claim of life is due
-    qint64 m_liveSaidMs = -1000000;
+    qint64 m_beatAtMs = never;
+    qint64 m_liveAtMs = never; ///< the claim of life is to be said again
+    qint64 m_liveSaidMs = 0;
+    QUuid m_rival;            ///< epoch of a foreign owner that beats
+    qint64 m_rivalSeenMs = 0; ///< time of its first beat
     bool m_online = false;
     bool m_displaced = false;
-    bool m_channelsChanged = false;
+    bool m_withdrawn = false;
 };
 
 } // namespace distribution

@@ -34,6 +34,12 @@ inline Content MakeContent(Bytes bytes)
     return std::make_shared<const Bytes>(std::move(bytes));
 }
 
+/// Values of other types than these are collections, which are changed by commands.
+inline bool IsCollection(qint32 type)
+{
+    return type != 0 && type != values::eTypeString && type != values::eTypeSelection;
+}
+
 /// What happens to an item. The numbers travel.
 enum class Operation : quint8 { Add = 1, Remove = 2, Set = 3, Delta = 4, Announce = 5, Commands = 6 };
 
@@ -227,6 +233,8 @@ Bytes EncodeLogHead(const QUuid& epoch, quint64 first, quint32 count);
 /// `part.bytes` are copied.
 Bytes Encode(const StatePart& part);
 Bytes EncodeSnapshot(const Snapshot& snapshot);
+/// No less than the bytes that EncodeSnapshot() makes.
+std::size_t SizeBound(const Snapshot& snapshot);
 
 std::optional<LiveMessage> DecodeLive(const Bytes& bytes);
 std::optional<BeatMessage> DecodeBeat(const Bytes& bytes);

@@ -4,7 +4,6 @@
 #include <distribution/topics.h>
 
 #include <QString>
-#include <QUuid>
 
 namespace distribution {
 
@@ -33,9 +32,6 @@ private:
     QString m_branch;
     Topics m_topics;
     QString m_host;
-    QUuid m_claim;  ///< epoch of the claim of life
-    QUuid m_beaten; ///< epoch of the last beat
-    qint64 m_ownBeatMs;
     qint64 m_waitMs;
     qint64 m_endAtMs = never;
     Result m_result = Result::Waiting;

@@ -117,9 +117,9 @@ Bytes Topics::Log(const QString& branch, quint16 channel) const
     return ofBranch(branch) + "/log/" + std::to_string(channel);
 }
 
-Bytes Topics::State(const QString& branch, quint16 channel, quint16 part) const
+Bytes Topics::State(const QString& branch, quint16 channel) const
 {
-    return ofBranch(branch) + "/state/" + std::to_string(channel) + '/' + std::to_string(part);
+    return ofBranch(branch) + "/state/" + std::to_string(channel);
 }
 
 Bytes Topics::Up(const QString& branch, const Bytes& user, const QUuid& session) const
@@ -134,7 +134,7 @@ Bytes Topics::Presence(const Bytes& user, const QUuid& session) const
 
 Bytes Topics::StateFilter(const QString& branch, quint16 channel) const
 {
-    return ofBranch(branch) + "/state/" + std::to_string(channel) + "/+";
+    return State(branch, channel) + "/+";
 }
 
 std::vector<Bytes> Topics::MirrorFilters(const QString& branch, bool collections) const
@@ -144,7 +144,7 @@ std::vector<Bytes> Topics::MirrorFilters(const QString& branch, bool collections
 
 std::vector<Bytes> Topics::OwnerFilters(const QString& branch) const
 {
-    return {Live(branch), ofBranch(branch) + "/up/#", m_prefix + "/c/#"};
+    return {Live(branch), Beat(branch), ofBranch(branch) + "/up/#", m_prefix + "/c/#"};
 }
 
 std::optional<Topic> Topics::Parse(const Bytes& topic) const

@@ -35,7 +35,8 @@ public:
     Bytes Live(const QString& branch) const { return ofBranch(branch) + "/live"; }
     Bytes Beat(const QString& branch) const { return ofBranch(branch) + "/beat"; }
     Bytes Log(const QString& branch, quint16 channel) const;
-    Bytes State(const QString& branch, quint16 channel, quint16 part) const;
+    /// Without the level of the part, which follows as a number.
+    Bytes State(const QString& branch, quint16 channel) const;
     Bytes Up(const QString& branch, const Bytes& user, const QUuid& session) const;
     Bytes Presence(const Bytes& user, const QUuid& session) const;
 

@@ -1,0 +1,405 @@
+#include <distribution/branchmirror.h>
+
+#include <distribution/mirrorchannel.h>
+
+#include <startup/errorhandler.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+void trace(int tracePoint, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceWarning, QStringLiteral("platform/distribution/branchmirror"), tracePoint, text);
+}
+
+} // namespace
+
+BranchMirror::BranchMirror(MirrorSettings settings, const Topics& topics, IMirroredTree& tree)
+    : m_settings(std::move(settings)), m_topics(topics), m_tree(tree)
+{
+    ensureChannel(0);
+}
+
+BranchMirror::~BranchMirror() = default;
+
+Output BranchMirror::OnUp(std::size_t maximumPayload, qint64 nowMs)
+{
+    m_nowMs = nowMs;
+    m_online = true;
+    m_maximumPayload = maximumPayload;
+    if (m_state == BranchState::Forbidden)
+        setState(BranchState::Unknown);
+    for (const auto& channel : m_channels)
+        channel.second->OnUp();
+    return finish();
+}
+
+Output BranchMirror::OnDown(qint64 nowMs)
+{
+    m_nowMs = nowMs;
+    m_online = false;
+    for (const auto& channel : m_channels)
+        channel.second->OnDown();
+    return finish();
+}
+
+Output BranchMirror::OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs)
+{
+    m_nowMs = nowMs;
+    if (!m_online || payload.empty())
+        return finish();
+    if (topic.kind == TopicKind::Live) {
+        if (const auto live = DecodeLive(payload))
+            takeLive(*live);
+    } else if (topic.kind == TopicKind::Beat) {
+        if (const auto beat = DecodeBeat(payload))
+            takeBeat(*beat);
+    } else if (topic.kind == TopicKind::Log) {
+        takeLog(topic.channel, payload);
+    } else if (topic.kind == TopicKind::State) {
+        const auto part = DecodeStatePart(payload);
+        MirrorChannel* const channel =
+            part && part->epoch == m_epoch ? ensureChannel(topic.channel) : nullptr;
+        if (channel)
+            channel->TakeStatePart(*part, nowMs);
+    }
+    return finish();
+}
+
+Output BranchMirror::OnForbidden(qint64 nowMs)
+{
+    m_nowMs = nowMs;
+    setState(BranchState::Forbidden);
+    return finish();
+}
+
+Output BranchMirror::OnTime(qint64 nowMs)
+{
+    m_nowMs = nowMs;
+    takeLocal();
+    return finish();
+}
+
+std::vector<ChannelNumber> BranchMirror::GetNumbers() const
+{
+    std::vector<ChannelNumber> numbers;
+    for (const auto& [number, channel] : m_channels)
+        numbers.push_back({number, channel->GetNumber()});
+    return numbers;
+}
+
+std::size_t BranchMirror::GetOpenWishes() const
+{
+    std::size_t open = 0;
+    for (const auto& channel : m_channels)
+        open += channel.second->CountOpenWishes();
+    return open;
+}
+
+Snapshot BranchMirror::GetSnapshot() const
+{
+    Snapshot snapshot;
+    for (const auto& [id, item] : m_channels.at(0)->Items().All())
+        snapshot.items.push_back({id, item.path, item.type, item.content});
+    return snapshot;
+}
+
+/// Own changes become wishes before anything else happens to the tree: what the program wrote first must not
+/// be taken for something that it wrote upon what it is about to hear.
+void BranchMirror::takeLocal()
+{
+    if (m_takingLocal)
+        return;
+    Changes changes = m_tree.TakeChanges();
+    if (changes.empty())
+        return;
+    m_takingLocal = true;
+    route(std::move(changes));
+    m_takingLocal = false;
+}
+
+void BranchMirror::route(Changes changes)
+{
+    const bool writable =
+        m_state == BranchState::Joining || m_state == BranchState::Live || m_state == BranchState::Suspect;
+    std::map<MirrorChannel*, Changes> wishes;
+    for (Change& change : changes) {
+        MirrorChannel* const channel = channelOf(change.path);
+        const bool ofCollection = change.operation == Operation::Commands ||
+                                  (change.operation == Operation::Add && IsCollection(change.type));
+        if (m_leftovers.count(change.path) > 0)
+            failed({WishResult::Refused,
+                    change.path + QStringLiteral(": the owner's content is not here yet"), change});
+        else if (!writable)
+            channel->Fail({change}, WishResult::Refused,
+                          change.path + QStringLiteral(": its owner is not there"));
+        else if (ofCollection && (channel->GetChannel() == 0 || change.operation == Operation::Add))
+            channel->Fail({change}, WishResult::Refused,
+                          change.path + QStringLiteral(": collections are made by their owner"));
+        else
+            wishes[channel].push_back(std::move(change));
+    }
+    for (auto& [channel, part] : wishes)
+        channel->Wish(std::move(part), m_nowMs);
+}
+
+MirrorChannel* BranchMirror::channelOf(const QString& path) const
+{
+    const auto found =
+        std::find_if(std::next(m_channels.begin()), m_channels.end(),
+                     [&path](const auto& channel) { return channel.second->Items().Contains(path); });
+    return found == m_channels.end() ? m_channels.at(0).get() : found->second.get();
+}
+
+/// Null for a collection when there are to be none.
+MirrorChannel* BranchMirror::ensureChannel(quint16 channel)
+{
+    if (channel != 0 && !m_settings.collections)
+        return nullptr;
+    auto& found = m_channels[channel];
+    if (!found)
+        found = std::make_unique<MirrorChannel>(*this, channel);
+    return found.get();
+}
+
+void BranchMirror::apply(const Change& change)
+{
+    takeLocal();
+    if (m_sentinelHidden && change.path == m_live.sentinel && change.operation != Operation::Remove)
+        return;
+    m_tree.Apply(change);
+    if (change.operation != Operation::Remove)
+        return;
+    // The tree removes all that is below, but a collection has an order of its own and may have come anew
+    // since.
+    for (const auto& channel : m_channels) {
+        const auto& items = channel.second->Items().All();
+        if (channel.first != 0 && !items.empty() && items.begin()->second.path != change.path &&
+            IsAtOrBelow(items.begin()->second.path, change.path))
+            channel.second->NeedState(channel.second->GetNumber());
+    }
+}
+
+void BranchMirror::applyCommands(const QString& path, const Bytes& commands,
+                                 const values::PendingChanges& own)
+{
+    takeLocal();
+    m_tree.ApplyCommands(path, commands, own);
+}
+
+void BranchMirror::applyState(const QString& path, qint32 type, const Bytes& state,
+                              const std::vector<Content>& own)
+{
+    m_leftovers.erase(path);
+    m_tree.ApplyState(path, type, state, own);
+}
+
+void BranchMirror::takeLive(const LiveMessage& live)
+{
+    if (live.epoch == m_withdrawn)
+        return;
+    if (live.epoch != m_epoch) {
+        m_otherLive = live;
+        if (live.state == LiveState::Alive || (live.state == LiveState::Dead && m_epoch.isNull()))
+            claim(live.epoch);
+        else if (live.state == LiveState::Withdrawn && m_epoch.isNull())
+            setState(BranchState::Withdrawn);
+    }
+    if (live.epoch != m_epoch)
+        return;
+    if (live.state == LiveState::Withdrawn) {
+        withdraw();
+        return;
+    }
+    if (live.state == LiveState::Dead) {
+        m_deadSinceMs = std::min(m_deadSinceMs, m_nowMs);
+        return;
+    }
+    m_deadSinceMs = never;
+    m_live = live;
+    for (const ChannelName& name : live.channels)
+        ensureChannel(name.channel);
+}
+
+/// Who beats is followed. A claim counts only while the followed owner is known to be dead or has been
+/// silent, since a broker or a bridge may bring the claim of a former life late, or for ever.
+void BranchMirror::claim(const QUuid& epoch)
+{
+    if (epoch == m_epoch || epoch == m_withdrawn)
+        return;
+    if (m_epoch.isNull() || m_deadSinceMs != never || m_nowMs > silentAtMs())
+        follow(epoch);
+}
+
+void BranchMirror::follow(const QUuid& epoch)
+{
+    const bool first = m_epoch.isNull();
+    if (!m_sentinelHidden) {
+        hideSentinel();
+        setState(BranchState::Lost);
+    }
+    m_epoch = epoch;
+    m_followedMs = m_nowMs;
+    m_beatSeenMs = -1;
+    m_silentSinceMs = m_deadSinceMs = never;
+    for (const auto& channel : m_channels)
+        channel.second->Restart(first ? QStringLiteral("no owner was there")
+                                      : QStringLiteral("the owner was restarted before it answered"));
+    dropCollections();
+    if (m_otherLive.epoch == epoch)
+        m_live = m_otherLive;
+    m_live.epoch = epoch;
+    m_live.channels.clear();
+    if (m_otherLive.epoch == epoch) {
+        for (const ChannelName& name : m_otherLive.channels)
+            ensureChannel(name.channel);
+    }
+    setState(BranchState::Joining);
+}
+
+/// Channels of collections belong to an epoch, the collections do not.
+void BranchMirror::dropCollections()
+{
+    for (auto channel = std::next(m_channels.begin()); channel != m_channels.end(); ++channel) {
+        for (const auto& item : channel->second->Items().All())
+            m_leftovers[item.second.path] = item.second.type;
+    }
+    m_channels.erase(std::next(m_channels.begin()), m_channels.end());
+}
+
+void BranchMirror::takeBeat(const BeatMessage& beat)
+{
+    claim(beat.epoch);
+    if (beat.epoch != m_epoch)
+        return;
+    m_beatSeenMs = m_nowMs;
+    m_deadSinceMs = never;
+    for (const ChannelNumber& number : beat.numbers) {
+        if (MirrorChannel* const channel = ensureChannel(number.channel))
+            channel->TakeBeat(number.number, m_nowMs);
+    }
+}
+
+void BranchMirror::takeLog(quint16 number, const Bytes& payload)
+{
+    const auto log = DecodeLog(payload);
+    if (!log) {
+        trace(1, QStringLiteral("%1: a malformed log message").arg(m_settings.branch));
+        return;
+    }
+    claim(log->epoch);
+    MirrorChannel* const channel = log->epoch == m_epoch ? ensureChannel(number) : nullptr;
+    if (channel)
+        channel->TakeLog(*log, payload, m_nowMs);
+}
+
+void BranchMirror::withdraw()
+{
+    m_withdrawn = std::exchange(m_epoch, QUuid());
+    hideSentinel();
+    for (const auto& channel : m_channels)
+        channel.second->Restart(QStringLiteral("the owner has left"));
+    dropCollections();
+    for (const auto& leftover : std::exchange(m_leftovers, {}))
+        m_tree.Apply(RemoveChange(leftover.first));
+    m_channels.at(0)->RemoveAll();
+    setState(BranchState::Withdrawn);
+}
+
+void BranchMirror::hideSentinel()
+{
+    if (std::exchange(m_sentinelHidden, true) || m_live.sentinel.isEmpty())
+        return;
+    apply(RemoveChange(m_live.sentinel));
+}
+
+void BranchMirror::showSentinel()
+{
+    if (!std::exchange(m_sentinelHidden, false))
+        return;
+    if (const ItemTable::Item* const item = m_channels.at(0)->Items().Find(m_live.sentinel))
+        apply(AddChange(item->path, item->type, item->content));
+}
+
+qint64 BranchMirror::silentAtMs() const
+{
+    return std::max(m_beatSeenMs, m_followedMs) + qint64(m_live.beatMs) * 5 / 2;
+}
+
+qint64 BranchMirror::lostAtMs() const
+{
+    const qint64 bySilence = m_silentSinceMs + m_settings.graceMs;
+    return m_deadSinceMs == never ? bySilence : std::min(bySilence, m_deadSinceMs + m_settings.deathGraceMs);
+}
+
+bool BranchMirror::isComplete() const
+{
+    return std::all_of(m_channels.begin(), m_channels.end(),
+                       [](const auto& channel) { return channel.second->IsCaughtUp(); });
+}
+
+/// Follows from what has been seen which state the branch is in.
+void BranchMirror::update()
+{
+    if (m_state == BranchState::Forbidden || m_epoch.isNull())
+        return;
+    if (!m_online || m_deadSinceMs != never || m_nowMs > silentAtMs()) {
+        m_silentSinceMs = std::min(m_silentSinceMs, m_nowMs);
+        if (m_nowMs < lostAtMs()) {
+            if (m_state != BranchState::Lost)
+                setState(BranchState::Suspect);
+        } else if (m_state != BranchState::Lost) {
+            hideSentinel();
+            setState(BranchState::Lost);
+        }
+        return;
+    }
+    m_silentSinceMs = never;
+    // Once live it stays so while it is only behind; what was lost comes back whole.
+    if (m_beatSeenMs < 0 || (m_sentinelHidden && !isComplete())) {
+        setState(BranchState::Joining);
+        return;
+    }
+    for (const auto& leftover : std::exchange(m_leftovers, {}))
+        apply(RemoveChange(leftover.first));
+    showSentinel();
+    setState(BranchState::Live);
+}
+
+void BranchMirror::setState(BranchState state)
+{
+    if (std::exchange(m_state, state) != state)
+        m_tree.OnStateChanged(state);
+}
+
+bool BranchMirror::maySend() const
+{
+    return m_online &&
+           (m_state == BranchState::Live || (m_state == BranchState::Joining && m_beatSeenMs >= 0));
+}
+
+Output BranchMirror::finish()
+{
+    for (const auto& channel : m_channels)
+        channel.second->GiveUpOld(m_nowMs);
+    update();
+    Output out;
+    const bool following = !m_epoch.isNull() && m_state != BranchState::Forbidden;
+    for (const auto& [number, channel] : m_channels) {
+        if (following && m_online)
+            channel->Speak(out, maySend(), m_nowMs);
+        out.wakeAtMs = std::min(out.wakeAtMs, channel->NextMs(following && maySend()));
+    }
+    if (!following || m_state == BranchState::Lost)
+        return out;
+    const bool silent = m_silentSinceMs != never;
+    out.wakeAtMs = std::min(out.wakeAtMs, silent ? lostAtMs() : silentAtMs() + 1);
+    return out;
+}
+
+} // namespace distribution

@@ -1,0 +1,526 @@
+#include <distribution/branchowner.h>
+
+#include <distribution/leases.h>
+#include <distribution/ownerchannel.h>
+#include <distribution/textdelta.h>
+
+#include <startup/errorhandler.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+constexpr qint64 gatherAsksMs = 50;
+constexpr qint64 statePauseMs = 1000;  ///< between two states of a channel
+constexpr qint64 stateRenewMs = 60000; ///< after which a changed state is renewed though nobody asks
+constexpr qint64 livePauseMs = 1000;   ///< between two claims of life
+constexpr std::size_t flushBytes = 65536;
+/// Room that a message needs beside its content.
+constexpr std::size_t partHeadBytes = 1024;
+constexpr std::size_t partBytes = 512U << 10U;
+
+void trace(int tracePoint, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceWarning, QStringLiteral("platform/distribution/branchowner"), tracePoint, text);
+}
+
+} // namespace
+
+/// What of a wish may be executed.
+struct BranchOwner::PermittedWish
+{
+    Changes changes;
+    std::vector<quint32> indices; ///< of these changes in the wish
+    Failures failures;            ///< of the others
+};
+
+BranchOwner::BranchOwner(OwnerSettings settings, const Topics& topics, IOwnedTree& tree,
+                         std::unique_ptr<IWritePolicy> policy, Changes initial)
+    : m_settings(std::move(settings))
+    , m_topics(topics)
+    , m_tree(tree)
+    , m_policy(std::move(policy))
+    , m_leases(std::make_unique<Leases>(m_settings.graceMs))
+{
+    m_channels[0] = std::make_unique<OwnerChannel>(quint16(0), QString(), m_settings.logBytes);
+    for (Change& change : initial)
+        adopt(channelFor(change), change);
+    for (const auto& channel : m_channels) {
+        for (const auto& item : channel.second->Items().All())
+            channel.second->Items().Find(item.first)->changedAt = channel.second->GetNewest();
+    }
+}
+
+BranchOwner::~BranchOwner() = default;
+
+Will BranchOwner::GetWill() const
+{
+    LiveMessage message;
+    message.epoch = m_settings.epoch;
+    message.state = LiveState::Dead;
+    return {m_topics.Live(m_settings.branch), Encode(message)};
+}
+
+Output BranchOwner::OnUp(std::size_t maximumPayload, qint64 nowMs)
+{
+    if (isSilent())
+        return finish(nowMs);
+    m_online = true;
+    m_maximumPayload = std::min(maximumPayload, Limits::packetBytes);
+    m_out.subscribe = m_topics.OwnerFilters(m_settings.branch);
+    m_leases->OnUp(nowMs);
+    for (const auto& channel : m_channels)
+        channel.second->DropUnsent();
+    takeLocal();
+    publishLive(LiveState::Alive);
+    m_liveSaidMs = nowMs;
+    m_beatAtMs = nowMs;
+    return OnTime(nowMs);
+}
+
+Output BranchOwner::OnDown(DownReason reason, qint64 nowMs)
+{
+    m_online = false;
+    if (reason == DownReason::Displaced)
+        displace();
+    return finish(nowMs);
+}
+
+void BranchOwner::displace()
+{
+    if (std::exchange(m_displaced, true))
+        return;
+    trace(1, QStringLiteral("another owner publishes \"%1\" now").arg(m_settings.branch));
+    m_out = Output();
+    if (m_events.displaced)
+        m_events.displaced();
+}
+
+Output BranchOwner::OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs)
+{
+    if (isSilent() || !m_online)
+        return finish(nowMs);
+    switch (topic.kind) {
+    case TopicKind::Live:
+        takeLive(payload, nowMs);
+        break;
+    case TopicKind::Beat:
+        if (const auto beat = DecodeBeat(payload))
+            takeForeignBeat(beat->epoch, nowMs);
+        break;
+    case TopicKind::Presence:
+        m_leases->SetPresent(topic.session, !payload.empty(), nowMs);
+        break;
+    case TopicKind::Up: {
+        const auto wish = DecodeWish(payload);
+        const auto ask = wish ? std::nullopt : DecodeAsk(payload);
+        if (wish && wish->epoch == m_settings.epoch)
+            takeWish(topic, *wish, nowMs);
+        else if (ask && ask->epoch == m_settings.epoch)
+            takeAsk(*ask, nowMs);
+        else if (!wish && !ask)
+            trace(2, QStringLiteral("a malformed message of %1").arg(QString::fromStdString(topic.user)));
+        break;
+    }
+    case TopicKind::Log:
+    case TopicKind::State:
+        break;
+    }
+    return finish(nowMs);
+}
+
+Output BranchOwner::OnTime(qint64 nowMs)
+{
+    if (isSilent())
+        return finish(nowMs);
+    takeLocal();
+    if (!m_online)
+        return finish(nowMs);
+    removeExpired(nowMs);
+    publishLogs();
+    if (nowMs >= m_liveAtMs) {
+        publishLive(LiveState::Alive);
+        m_liveSaidMs = nowMs;
+    }
+    for (const auto& channel : m_channels)
+        publishAnswers(*channel.second, nowMs);
+    if (nowMs >= m_beatAtMs)
+        publishBeat(nowMs);
+    return finish(nowMs);
+}
+
+Output BranchOwner::Withdraw(qint64 nowMs)
+{
+    if (!isSilent() && m_online) {
+        for (const auto& [number, channel] : m_channels) {
+            for (quint32 part = 0; part < channel->asks.statePartsBound; ++part) {
+                m_out.publish.push_back(
+                    {m_topics.State(m_settings.branch, number) + '/' + std::to_string(part), Bytes(),
+                     Delivery::AtLeastOnce, true, 0});
+            }
+        }
+        publishLive(LiveState::Withdrawn);
+    }
+    m_withdrawn = true;
+    return finish(nowMs);
+}
+
+std::vector<ChannelNumber> BranchOwner::GetNumbers() const
+{
+    std::vector<ChannelNumber> numbers;
+    for (const auto& [number, channel] : m_channels)
+        numbers.push_back({number, channel->GetNewest()});
+    return numbers;
+}
+
+Snapshot BranchOwner::GetSnapshot(quint16 channel)
+{
+    takeLocal();
+    const OwnerChannel* const found = find(channel);
+    return found ? found->MakeSnapshot(contentOf(*found)) : Snapshot();
+}
+
+OwnerChannel* BranchOwner::find(quint16 channel) const
+{
+    const auto found = m_channels.find(channel);
+    return found == m_channels.end() ? nullptr : found->second.get();
+}
+
+/// A collection keeps its channel when it is removed and comes again.
+OwnerChannel& BranchOwner::channelFor(const Change& change)
+{
+    const auto found = m_collections.find(change.path);
+    if (found != m_collections.end())
+        return *m_channels.at(found->second);
+    if (change.operation != Operation::Add || !IsCollection(change.type))
+        return *m_channels.at(0);
+    const auto number = static_cast<quint16>(m_channels.rbegin()->first + 1);
+    auto& channel = m_channels[number];
+    channel = std::make_unique<OwnerChannel>(number, change.path, m_settings.logBytes);
+    m_collections[change.path] = number;
+    m_liveAtMs = 0;
+    return *channel;
+}
+
+Content BranchOwner::contentOf(const OwnerChannel& channel) const
+{
+    return channel.Items().Size() > 0 && !channel.GetPath().isEmpty()
+               ? m_tree.ReadCollection(channel.GetPath())
+               : nullptr;
+}
+
+/// Enters a change into the channel's items and turns it into what the log says. False when there is nothing
+/// to say.
+bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
+{
+    ItemTable& items = channel.Items();
+    change.id = items.IdOf(change.path);
+    if (change.operation == Operation::Add) {
+        change.id = ++m_lastId;
+        const bool plain = !IsCollection(change.type);
+        items.Insert(
+            change.id,
+            {change.path, change.type, plain ? change.content : nullptr, channel.GetNewest() + 1, {}});
+        return true;
+    }
+    if (change.id == 0)
+        return false;
+    if (change.operation == Operation::Remove) {
+        items.Erase(change.id);
+        m_leases->Remove(change.path);
+        return true;
+    }
+    if (change.operation != Operation::Set)
+        return true;
+    ItemTable::Item& item = *items.Find(change.id);
+    if (BytesOf(item.content) == BytesOf(change.content))
+        return false;
+    const Content former = std::exchange(item.content, change.content);
+    item.changedAt = channel.GetNewest() + 1;
+    item.changedBy = QUuid();
+    change = MakeContentChange(change.id, change.path, former, item.content);
+    return true;
+}
+
+/// Makes entries of changes, one per channel. A wish's entry is made even if nothing has changed, since the
+/// writer waits for it.
+void BranchOwner::record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry)
+{
+    std::map<OwnerChannel*, Entry> entries;
+    if (wishChannel)
+        entries[wishChannel] = std::move(wishEntry);
+    for (Change& change : changes) {
+        OwnerChannel& channel = channelFor(change);
+        if (adopt(channel, change))
+            entries[&channel].changes.push_back(std::move(change));
+    }
+    for (const auto& [channel, entry] : entries)
+        channel->Append(entry);
+}
+
+void BranchOwner::takeLocal()
+{
+    Changes changes = m_tree.TakeChanges();
+    if (!changes.empty())
+        record(std::move(changes), nullptr, {});
+}
+
+void BranchOwner::takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs)
+{
+    OwnerChannel* const channel = find(wish.channel);
+    if (!channel || !admitsSession(*channel, topic))
+        return;
+    const SessionNumber* const session = channel->FindSession(topic.session);
+    if (wish.number != (session ? session->wish : 0) + 1)
+        return;
+    takeLocal();
+    const Writer writer{topic.user, topic.session};
+    PermittedWish part = permitted(writer, *channel, wish);
+    IOwnedTree::Executed executed;
+    if (!part.changes.empty())
+        executed = m_tree.Execute(writer, part.changes);
+    Entry entry;
+    entry.session = topic.session;
+    entry.wish = wish.number;
+    entry.failures = std::move(part.failures);
+    for (Failure& failure : executed.failures) {
+        if (failure.index >= part.indices.size())
+            continue;
+        failure.index = part.indices[failure.index];
+        entry.failures.push_back(std::move(failure));
+    }
+    record(std::move(executed.changes), channel, std::move(entry));
+    for (const Change& change : part.changes) {
+        ItemTable& items = channel->Items();
+        ItemTable::Item* const item = items.Find(items.IdOf(change.path));
+        if (!item)
+            continue;
+        if (change.operation == Operation::Add)
+            m_leases->Add(topic.session, change.path, nowMs);
+        if (change.content && item->changedAt == channel->GetNewest() &&
+            BytesOf(item->content) == *change.content)
+            item->changedBy = topic.session;
+    }
+}
+
+/// A session belongs to the user who used it first. When there are too many, one that is not present makes
+/// room.
+bool BranchOwner::admitsSession(const OwnerChannel& channel, const Topic& topic)
+{
+    const auto user = m_users.find(topic.session);
+    if (user != m_users.end() && user->second != topic.user) {
+        trace(3, QStringLiteral("user %1 writes under the session of another")
+                     .arg(QString::fromStdString(topic.user)));
+        return false;
+    }
+    if (channel.FindSession(topic.session) || channel.CountSessions() < Limits::sessions) {
+        m_users[topic.session] = topic.user;
+        return true;
+    }
+    const auto gone = std::find_if(m_users.begin(), m_users.end(),
+                                   [this](const auto& known) { return !m_leases->IsPresent(known.first); });
+    if (gone == m_users.end()) {
+        trace(4, QStringLiteral("too many writers"));
+        return false;
+    }
+    for (const auto& other : m_channels)
+        other.second->ForgetSession(gone->first);
+    m_users.erase(gone);
+    m_users[topic.session] = topic.user;
+    return true;
+}
+
+BranchOwner::PermittedWish BranchOwner::permitted(const Writer& writer, const OwnerChannel& channel,
+                                                  const WishMessage& wish) const
+{
+    PermittedWish part;
+    quint32 index = 0;
+    for (const Change& change : wish.changes) {
+        Failure objection = objectionTo(writer, channel, change);
+        if (objection.result == WishResult::Executed) {
+            part.changes.push_back(change);
+            part.indices.push_back(index);
+        } else {
+            objection.index = index;
+            part.failures.push_back(std::move(objection));
+        }
+        ++index;
+    }
+    return part;
+}
+
+Failure BranchOwner::objectionTo(const Writer& writer, const OwnerChannel& channel,
+                                 const Change& change) const
+{
+    const auto refused = [&change](const char* reason) {
+        return Failure{0, WishResult::Refused, change.path + QStringLiteral(": ") + QLatin1String(reason)};
+    };
+    if (std::none_of(m_settings.roots.begin(), m_settings.roots.end(),
+                     [&change](const QString& root) { return IsAtOrBelow(change.path, root); }))
+        return refused("not part of the branch");
+    if (change.operation == Operation::Add && IsCollection(change.type))
+        return refused("collections are made by their owner");
+    const auto collection = m_collections.find(change.path);
+    const quint16 own = collection == m_collections.end() ? quint16(0) : collection->second;
+    if (own != channel.GetChannel())
+        return refused("belongs to another channel");
+    const bool compare = change.base != 0;
+    const bool ownItem = m_leases->Holds(writer.session, change.path);
+    if (!m_policy->Allows({writer, change.path, change.operation, compare, ownItem}))
+        return refused("no right to do this");
+    const ItemTable::Item* const item = channel.Items().Find(change.path);
+    if (compare && item && item->changedAt > change.base && item->changedBy != writer.session)
+        return {0, WishResult::Conflict,
+                change.path + QStringLiteral(": changed by somebody else meanwhile")};
+    return {0, WishResult::Executed, QString()};
+}
+
+void BranchOwner::takeAsk(const AskMessage& ask, qint64 nowMs)
+{
+    OwnerChannel* const channel = find(ask.channel);
+    if (!channel)
+        return;
+    if (ask.from > channel->GetNewest()) {
+        m_beatAtMs = nowMs;
+    } else if (!channel->CanReplay(ask.from)) {
+        askState(*channel, nowMs);
+    } else {
+        auto& asks = channel->asks;
+        const bool waits = asks.replayAtMs != never;
+        asks.replayFrom = waits ? std::min(asks.replayFrom, ask.from) : ask.from;
+        asks.replayAtMs = waits ? asks.replayAtMs : nowMs + gatherAsksMs;
+    }
+}
+
+void BranchOwner::askState(OwnerChannel& channel, qint64 nowMs) const
+{
+    auto& asks = channel.asks;
+    asks.stateAtMs =
+        std::min(asks.stateAtMs, std::max(nowMs + gatherAsksMs, asks.stateSaidMs + statePauseMs));
+}
+
+/// Whoever claims or denies this branch's life: the claim is said again. Nobody yields to a mere claim, which
+/// a broker may have kept from an earlier life.
+void BranchOwner::takeLive(const Bytes& payload, qint64 nowMs)
+{
+    const auto live = DecodeLive(payload);
+    if (!live || live->epoch != m_settings.epoch || live->state != LiveState::Alive)
+        m_liveAtMs = std::max(nowMs, m_liveSaidMs + livePauseMs);
+}
+
+/// Of two owners that beat, which bridged brokers make possible, the one with the greater epoch yields. The
+/// last beats of a former life may still be on their way, so they must go on for a while.
+void BranchOwner::takeForeignBeat(const QUuid& epoch, qint64 nowMs)
+{
+    if (epoch == m_settings.epoch)
+        return;
+    if (std::exchange(m_rival, epoch) != epoch)
+        m_rivalSeenMs = nowMs;
+    if (nowMs - m_rivalSeenMs >= m_settings.beatMs && epoch < m_settings.epoch)
+        displace();
+}
+
+void BranchOwner::removeExpired(qint64 nowMs)
+{
+    Changes removals;
+    for (const QString& path : m_leases->TakeExpired(nowMs))
+        removals.push_back(RemoveChange(path));
+    if (!removals.empty())
+        record(m_tree.Execute(Writer(), removals).changes, nullptr, {});
+}
+
+void BranchOwner::publishLive(LiveState state)
+{
+    LiveMessage message;
+    message.epoch = m_settings.epoch;
+    message.state = state;
+    message.host = m_settings.host;
+    message.beatMs = static_cast<quint32>(m_settings.beatMs);
+    message.roots = m_settings.roots;
+    message.sentinel = m_settings.sentinel;
+    for (const auto& [number, channel] : m_channels)
+        message.channels.push_back({number, channel->GetPath()});
+    m_out.publish.push_back(
+        {m_topics.Live(m_settings.branch), Encode(message), Delivery::AtLeastOnce, true, 0});
+    m_liveAtMs = never;
+}
+
+void BranchOwner::publishBeat(qint64 nowMs)
+{
+    m_out.publish.push_back({m_topics.Beat(m_settings.branch),
+                             Encode(BeatMessage{m_settings.epoch, GetNumbers()}), Delivery::AtMostOnce, false,
+                             0});
+    m_beatAtMs = nowMs + m_settings.beatMs;
+}
+
+void BranchOwner::publishLogs()
+{
+    for (const auto& channel : m_channels)
+        publishLog(*channel.second, channel.second->TakeUnsent(m_settings.epoch, m_maximumPayload));
+}
+
+void BranchOwner::publishLog(const OwnerChannel& channel, std::vector<Bytes> messages)
+{
+    for (Bytes& message : messages) {
+        m_out.publish.push_back({m_topics.Log(m_settings.branch, channel.GetChannel()), std::move(message),
+                                 Delivery::AtLeastOnce, false, 0});
+    }
+}
+
+void BranchOwner::publishAnswers(OwnerChannel& channel, qint64 nowMs)
+{
+    auto& asks = channel.asks;
+    if (nowMs >= asks.replayAtMs) {
+        asks.replayAtMs = never;
+        if (channel.CanReplay(asks.replayFrom))
+            publishLog(channel, channel.Replay(m_settings.epoch, asks.replayFrom, m_maximumPayload));
+        else
+            askState(channel, nowMs);
+    }
+    if (asks.stateNumber != 0 && asks.stateNumber != channel.GetNewest())
+        asks.stateAtMs = std::min(asks.stateAtMs, asks.stateSaidMs + stateRenewMs);
+    if (nowMs < asks.stateAtMs)
+        return;
+    asks.stateAtMs = never;
+    asks.stateSaidMs = nowMs;
+    StateCut cut;
+    cut.epoch = m_settings.epoch;
+    cut.snapshot = channel.MakeSnapshot(contentOf(channel));
+    cut.number = asks.stateNumber = channel.GetNewest();
+    cut.topic = m_topics.State(m_settings.branch, channel.GetChannel());
+    cut.partBytes = std::min(partBytes, m_maximumPayload - std::min(m_maximumPayload / 2, partHeadBytes));
+    cut.clearUpTo = asks.statePartsBound;
+    const auto parts = static_cast<quint32>(SizeBound(cut.snapshot) / cut.partBytes + 1);
+    asks.statePartsBound = std::max(asks.statePartsBound, parts);
+    m_out.states.push_back(std::move(cut));
+}
+
+Output BranchOwner::finish(qint64 nowMs)
+{
+    Output out = std::exchange(m_out, Output());
+    if (!m_online || isSilent())
+        return out;
+    bool unsent = false;
+    std::size_t unsentBytes = 0;
+    out.wakeAtMs = std::min({m_beatAtMs, m_liveAtMs, m_leases->NextMs()});
+    for (const auto& channel : m_channels) {
+        unsent = unsent || channel.second->HasUnsent();
+        unsentBytes += channel.second->GetUnsentBytes();
+        out.wakeAtMs =
+            std::min({out.wakeAtMs, channel.second->asks.replayAtMs, channel.second->asks.stateAtMs});
+    }
+    if (unsentBytes > flushBytes) {
+        m_out = std::move(out);
+        publishLogs();
+        return finish(nowMs);
+    }
+    if (unsent)
+        out.wakeAtMs = nowMs;
+    return out;
+}
+
+} // namespace distribution

@@ -1,0 +1,568 @@
+#include <distribution/messages.h>
+
+#include <zlib.h>
+
+#include <utility>
+
+namespace distribution {
+
+using values::AppendInteger;
+using values::AppendUuid;
+using values::ByteReader;
+
+namespace {
+
+constexpr quint8 minorVersion = 0;
+constexpr int reasonUnits = 500;
+constexpr std::size_t reasonBytes = 3 * reasonUnits;
+
+/// How changes name their items: writers do not know the identifier of what they have just made.
+enum class Naming { ById, ByPath };
+
+Bytes headOf(MessageKind kind, const QUuid& epoch)
+{
+    Bytes out;
+    AppendInteger(out, kind);
+    AppendInteger(out, minorVersion);
+    AppendUuid(out, epoch);
+    return out;
+}
+
+void appendBlock(Bytes& out, const Bytes& bytes)
+{
+    AppendInteger(out, static_cast<quint32>(bytes.size()));
+    out += bytes;
+}
+
+void appendShort(Bytes& out, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    AppendInteger(out, static_cast<quint32>(bytes.size()));
+    out.append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+void appendFailure(Bytes& out, const Failure& failure)
+{
+    AppendInteger(out, failure.index);
+    AppendInteger(out, failure.result);
+    appendShort(out, failure.reason.left(reasonUnits));
+}
+
+void appendChange(Bytes& out, const Change& change, Naming naming)
+{
+    AppendInteger(out, change.operation);
+    if (naming == Naming::ById)
+        AppendInteger(out, change.id);
+    if (naming == Naming::ByPath || change.operation == Operation::Add)
+        appendShort(out, change.path);
+    switch (change.operation) {
+    case Operation::Add:
+        AppendInteger(out, change.type);
+        break;
+    case Operation::Remove:
+        return;
+    case Operation::Set:
+        if (naming == Naming::ByPath)
+            AppendInteger(out, change.base);
+        break;
+    case Operation::Delta:
+        AppendInteger(out, change.checksum);
+        break;
+    case Operation::Announce:
+        AppendInteger(out, change.code);
+        if (naming == Naming::ById)
+            AppendInteger(out, static_cast<quint8>(change.byWish));
+        return;
+    case Operation::Commands:
+        break;
+    }
+    appendBlock(out, BytesOf(change.content));
+}
+
+/// Reads field by field and remembers whether one did not fit; what is read after that is worthless.
+class FieldReader
+{
+public:
+    explicit FieldReader(ByteReader in) : m_in(in) {}
+
+    template<class T>
+    T Integer()
+    {
+        T value{};
+        m_fits = m_fits && m_in.ReadInteger(value);
+        return value;
+    }
+    QUuid Uuid()
+    {
+        QUuid id;
+        m_fits = m_fits && m_in.ReadUuid(id);
+        return id;
+    }
+    ByteReader Block()
+    {
+        const auto size = Integer<quint32>();
+        ByteReader block(nullptr, 0);
+        m_fits = m_fits && m_in.Split(size, block);
+        return m_fits ? block : ByteReader(nullptr, 0);
+    }
+    Content ContentBlock()
+    {
+        const ByteReader block = Block();
+        return m_fits ? MakeContent(Bytes(block.Position(), block.Remaining())) : nullptr;
+    }
+    QString ShortText(std::size_t maximumBytes)
+    {
+        const ByteReader block = Block();
+        if (block.Remaining() > maximumBytes)
+            Refuse();
+        if (!m_fits)
+            return QString();
+        const QByteArray bytes =
+            QByteArray::fromRawData(block.Position(), static_cast<int>(block.Remaining()));
+        QString text = QString::fromUtf8(bytes);
+        // What is no UTF-8 would come out as another text, perhaps as that of another item.
+        if (text.toUtf8() != bytes)
+            Refuse();
+        return text;
+    }
+    /// Path of an item in the tree's own form.
+    QString Path()
+    {
+        const QString path = ShortText(Limits::pathBytes);
+        if (path.size() < 2 || !path.startsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('/')) ||
+            path.contains(QLatin1String("//")))
+            Refuse();
+        return path;
+    }
+    /// A number of elements of at least `bytesEach` each.
+    template<class T>
+    std::size_t Count(std::size_t bytesEach, std::size_t maximum)
+    {
+        const std::size_t count = Integer<T>();
+        if (count > maximum || count * bytesEach > m_in.Remaining())
+            Refuse();
+        return m_fits ? count : 0;
+    }
+    Failure ReadFailure()
+    {
+        Failure failure;
+        failure.index = Integer<quint32>();
+        const auto result = Integer<quint8>();
+        if (result != quint8(WishResult::Refused) && result != quint8(WishResult::Conflict))
+            Refuse();
+        failure.result = static_cast<WishResult>(result);
+        failure.reason = ShortText(reasonBytes);
+        return failure;
+    }
+
+    void Refuse() { m_fits = false; }
+    bool Fits() const { return m_fits; }
+    bool FitsExactly() const { return m_fits && m_in.AtEnd(); }
+    bool HasMore() const { return m_fits && !m_in.AtEnd(); }
+    ByteReader& Rest() { return m_in; }
+
+private:
+    ByteReader m_in;
+    bool m_fits = true;
+};
+
+/// A reader behind the head, and the epoch in it.
+FieldReader openMessage(const Bytes& bytes, MessageKind kind, QUuid& epoch)
+{
+    FieldReader in(ByteReader(bytes.data(), bytes.size()));
+    if (in.Integer<quint8>() != static_cast<quint8>(kind) || bytes.size() > Limits::packetBytes)
+        in.Refuse();
+    in.Integer<quint8>(); // a newer minor version differs in what blocks have at their ends
+    epoch = in.Uuid();
+    return in;
+}
+
+template<class Message>
+std::optional<Message> finished(const FieldReader& in, Message& message)
+{
+    if (!in.FitsExactly())
+        return std::nullopt;
+    return std::move(message);
+}
+
+Change readChange(FieldReader& in, Naming naming)
+{
+    Change change;
+    const auto operation = in.Integer<quint8>();
+    if (operation < quint8(Operation::Add) || operation > quint8(Operation::Commands))
+        in.Refuse();
+    change.operation = in.Fits() ? static_cast<Operation>(operation) : Operation::Remove;
+    if (naming == Naming::ById && (change.id = in.Integer<quint32>()) == 0)
+        in.Refuse();
+    if (naming == Naming::ByPath || change.operation == Operation::Add)
+        change.path = in.Path();
+    switch (change.operation) {
+    case Operation::Add:
+        change.type = in.Integer<qint32>();
+        break;
+    case Operation::Remove:
+        return change;
+    case Operation::Set:
+        if (naming == Naming::ByPath)
+            change.base = in.Integer<quint64>();
+        break;
+    case Operation::Delta:
+        if (naming == Naming::ByPath)
+            in.Refuse();
+        change.checksum = in.Integer<quint32>();
+        break;
+    case Operation::Announce: {
+        change.code = in.Integer<qint32>();
+        const auto byWish = naming == Naming::ById ? in.Integer<quint8>() : quint8(0);
+        if (byWish > 1)
+            in.Refuse();
+        change.byWish = byWish == 1;
+        return change;
+    }
+    case Operation::Commands:
+        break;
+    }
+    change.content = in.ContentBlock();
+    return change;
+}
+
+Changes readChanges(FieldReader& in, Naming naming)
+{
+    Changes changes;
+    while (in.HasMore())
+        changes.push_back(readChange(in, naming));
+    return changes;
+}
+
+Change changeOf(Operation operation, const QString& path, Content content)
+{
+    Change change;
+    change.operation = operation;
+    change.path = path;
+    change.content = std::move(content);
+    return change;
+}
+
+} // namespace
+
+Change AddChange(const QString& path, qint32 type, Content content)
+{
+    Change change = changeOf(Operation::Add, path, std::move(content));
+    change.type = type;
+    return change;
+}
+
+Change RemoveChange(const QString& path)
+{
+    return changeOf(Operation::Remove, path, nullptr);
+}
+
+Change SetChange(const QString& path, Content content, bool compare)
+{
+    Change change = changeOf(Operation::Set, path, std::move(content));
+    change.compare = compare;
+    return change;
+}
+
+Change AnnounceChange(const QString& path, qint32 code, bool byWish)
+{
+    Change change = changeOf(Operation::Announce, path, nullptr);
+    change.code = code;
+    change.byWish = byWish;
+    return change;
+}
+
+Change CommandsChange(const QString& path, Content commands, values::CommandScope scope)
+{
+    Change change = changeOf(Operation::Commands, path, std::move(commands));
+    change.scope = std::move(scope);
+    return change;
+}
+
+Bytes Encode(const LiveMessage& message)
+{
+    Bytes out = headOf(MessageKind::Live, message.epoch);
+    AppendInteger(out, message.state);
+    Bytes block;
+    appendShort(block, message.host);
+    AppendInteger(block, message.beatMs);
+    AppendInteger(block, static_cast<quint16>(message.roots.size()));
+    for (const QString& root : message.roots)
+        appendShort(block, root);
+    appendShort(block, message.sentinel);
+    AppendInteger(block, static_cast<quint16>(message.channels.size()));
+    for (const ChannelName& name : message.channels) {
+        AppendInteger(block, name.channel);
+        appendShort(block, name.path);
+    }
+    appendBlock(out, block);
+    return out;
+}
+
+std::optional<LiveMessage> DecodeLive(const Bytes& bytes)
+{
+    LiveMessage message;
+    FieldReader in = openMessage(bytes, MessageKind::Live, message.epoch);
+    const auto state = in.Integer<quint8>();
+    if (state > quint8(LiveState::Withdrawn))
+        in.Refuse();
+    message.state = in.Fits() ? static_cast<LiveState>(state) : LiveState::Dead;
+    FieldReader block(in.Block());
+    message.host = block.ShortText(Limits::pathBytes);
+    message.beatMs = block.Integer<quint32>();
+    for (std::size_t roots = block.Count<quint16>(4, 1000); roots > 0 && block.Fits(); --roots)
+        message.roots.append(block.Path());
+    message.sentinel = block.ShortText(Limits::pathBytes);
+    for (std::size_t channels = block.Count<quint16>(6, 65535); channels > 0 && block.Fits(); --channels) {
+        const auto channel = block.Integer<quint16>();
+        message.channels.push_back({channel, block.ShortText(Limits::pathBytes)});
+    }
+    if (!block.Fits() || message.beatMs == 0)
+        in.Refuse();
+    return finished(in, message);
+}
+
+Bytes Encode(const BeatMessage& message)
+{
+    Bytes out = headOf(MessageKind::Beat, message.epoch);
+    AppendInteger(out, static_cast<quint16>(message.numbers.size()));
+    for (const ChannelNumber& number : message.numbers) {
+        AppendInteger(out, number.channel);
+        AppendInteger(out, number.number);
+    }
+    return out;
+}
+
+std::optional<BeatMessage> DecodeBeat(const Bytes& bytes)
+{
+    BeatMessage message;
+    FieldReader in = openMessage(bytes, MessageKind::Beat, message.epoch);
+    for (std::size_t count = in.Count<quint16>(10, 65535); count > 0; --count) {
+        const auto channel = in.Integer<quint16>();
+        message.numbers.push_back({channel, in.Integer<quint64>()});
+    }
+    return finished(in, message);
+}
+
+Bytes EncodeLogHead(const QUuid& epoch, quint64 first, quint32 count)
+{
+    Bytes out = headOf(MessageKind::Log, epoch);
+    AppendInteger(out, first);
+    AppendInteger(out, count);
+    return out;
+}
+
+std::optional<LogMessage> DecodeLog(const Bytes& bytes)
+{
+    LogMessage message;
+    FieldReader in = openMessage(bytes, MessageKind::Log, message.epoch);
+    message.first = in.Integer<quint64>();
+    message.count = in.Integer<quint32>();
+    if (message.first == 0 || (message.count == 0 && in.HasMore()))
+        in.Refuse();
+    // Cut into entries now, so that a message is used whole or not at all.
+    message.entries = in.Rest();
+    for (quint32 i = 0; i < message.count && in.Fits(); ++i)
+        in.Block();
+    return finished(in, message);
+}
+
+Bytes EncodeEntry(const Entry& entry)
+{
+    Bytes out;
+    AppendInteger(out, quint32(0));
+    AppendUuid(out, entry.session);
+    AppendInteger(out, entry.wish);
+    AppendInteger(out, static_cast<quint32>(entry.failures.size()));
+    for (const Failure& failure : entry.failures)
+        appendFailure(out, failure);
+    for (const Change& change : entry.changes)
+        appendChange(out, change, Naming::ById);
+    values::PatchUInt32(out, 0, static_cast<quint32>(out.size() - sizeof(quint32)));
+    return out;
+}
+
+std::optional<Entry> DecodeEntry(ByteReader& in)
+{
+    FieldReader message(in);
+    FieldReader fields(message.Block());
+    in = message.Rest();
+    Entry entry;
+    entry.session = fields.Uuid();
+    entry.wish = fields.Integer<quint64>();
+    for (std::size_t count = fields.Count<quint32>(9, Limits::items); count > 0 && fields.Fits(); --count)
+        entry.failures.push_back(fields.ReadFailure());
+    entry.changes = readChanges(fields, Naming::ById);
+    return finished(fields, entry);
+}
+
+Bytes Encode(const StatePart& part)
+{
+    Bytes out = headOf(MessageKind::State, part.epoch);
+    AppendInteger(out, part.number);
+    AppendInteger(out, part.part);
+    AppendInteger(out, part.parts);
+    AppendInteger(out, static_cast<quint8>(part.packed));
+    AppendInteger(out, part.wholeBytes);
+    AppendInteger(out, part.checksum);
+    out.append(part.bytes.Position(), part.bytes.Remaining());
+    return out;
+}
+
+std::optional<StatePart> DecodeStatePart(const Bytes& bytes)
+{
+    StatePart part;
+    FieldReader in = openMessage(bytes, MessageKind::State, part.epoch);
+    part.number = in.Integer<quint64>();
+    part.part = in.Integer<quint16>();
+    part.parts = in.Integer<quint16>();
+    const auto packed = in.Integer<quint8>();
+    part.packed = packed == 1;
+    part.wholeBytes = in.Integer<quint32>();
+    part.checksum = in.Integer<quint32>();
+    part.bytes = in.Rest();
+    if (!in.Fits() || part.part >= part.parts || packed > 1)
+        return std::nullopt;
+    return part;
+}
+
+Bytes Encode(const WishMessage& message)
+{
+    Bytes out = headOf(MessageKind::Wish, message.epoch);
+    AppendInteger(out, message.channel);
+    AppendInteger(out, message.number);
+    for (const Change& change : message.changes)
+        appendChange(out, change, Naming::ByPath);
+    return out;
+}
+
+std::optional<WishMessage> DecodeWish(const Bytes& bytes)
+{
+    WishMessage message;
+    FieldReader in = openMessage(bytes, MessageKind::Wish, message.epoch);
+    message.channel = in.Integer<quint16>();
+    message.number = in.Integer<quint64>();
+    if (message.number == 0)
+        in.Refuse();
+    message.changes = readChanges(in, Naming::ByPath);
+    return finished(in, message);
+}
+
+Bytes Encode(const AskMessage& message)
+{
+    Bytes out = headOf(MessageKind::Ask, message.epoch);
+    AppendInteger(out, message.channel);
+    AppendInteger(out, message.from);
+    return out;
+}
+
+std::optional<AskMessage> DecodeAsk(const Bytes& bytes)
+{
+    AskMessage message;
+    FieldReader in = openMessage(bytes, MessageKind::Ask, message.epoch);
+    message.channel = in.Integer<quint16>();
+    message.from = in.Integer<quint64>();
+    return finished(in, message);
+}
+
+Bytes Encode(const PresenceMessage& message)
+{
+    Bytes out = headOf(MessageKind::Presence, QUuid());
+    appendShort(out, message.host);
+    appendShort(out, message.program);
+    return out;
+}
+
+std::optional<PresenceMessage> DecodePresence(const Bytes& bytes)
+{
+    PresenceMessage message;
+    QUuid none;
+    FieldReader in = openMessage(bytes, MessageKind::Presence, none);
+    message.host = in.ShortText(Limits::pathBytes);
+    message.program = in.ShortText(Limits::pathBytes);
+    return finished(in, message);
+}
+
+Bytes EncodeSnapshot(const Snapshot& snapshot)
+{
+    Bytes out;
+    out.reserve(SizeBound(snapshot));
+    AppendInteger(out, static_cast<quint32>(snapshot.sessions.size()));
+    for (const SessionNumber& session : snapshot.sessions) {
+        AppendUuid(out, session.session);
+        AppendInteger(out, session.wish);
+        AppendInteger(out, static_cast<quint32>(session.failures.size()));
+        for (const auto& [wish, failure] : session.failures) {
+            AppendInteger(out, wish);
+            appendFailure(out, failure);
+        }
+    }
+    AppendInteger(out, static_cast<quint32>(snapshot.items.size()));
+    for (const SnapshotItem& item : snapshot.items) {
+        AppendInteger(out, item.id);
+        appendShort(out, item.path);
+        AppendInteger(out, item.type);
+        appendBlock(out, BytesOf(item.content));
+    }
+    return out;
+}
+
+std::size_t SizeBound(const Snapshot& snapshot)
+{
+    // A UTF-16 unit makes at most three bytes.
+    constexpr std::size_t unitBytes = 3;
+    std::size_t size = 2 * sizeof(quint32);
+    for (const SessionNumber& session : snapshot.sessions) {
+        size += 28;
+        for (const auto& failure : session.failures)
+            size += 17 + unitBytes * static_cast<std::size_t>(failure.second.reason.size());
+    }
+    for (const SnapshotItem& item : snapshot.items)
+        size += 16 + unitBytes * static_cast<std::size_t>(item.path.size()) + BytesOf(item.content).size();
+    return size;
+}
+
+std::optional<Snapshot> DecodeSnapshot(const Bytes& bytes)
+{
+    Snapshot snapshot;
+    FieldReader in(ByteReader(bytes.data(), bytes.size()));
+    for (std::size_t count = in.Count<quint32>(28, Limits::sessions); count > 0 && in.Fits(); --count) {
+        SessionNumber session;
+        session.session = in.Uuid();
+        session.wish = in.Integer<quint64>();
+        for (std::size_t failures = in.Count<quint32>(17, Limits::items); failures > 0 && in.Fits();
+             --failures) {
+            const auto wish = in.Integer<quint64>();
+            session.failures.emplace_back(wish, in.ReadFailure());
+        }
+        snapshot.sessions.push_back(std::move(session));
+    }
+    quint32 lastId = 0;
+    const std::size_t items = in.Count<quint32>(16, Limits::items);
+    snapshot.items.reserve(items);
+    for (std::size_t i = 0; i < items && in.Fits(); ++i) {
+        SnapshotItem item;
+        item.id = in.Integer<quint32>();
+        item.path = in.Path();
+        item.type = in.Integer<qint32>();
+        item.content = in.ContentBlock();
+        if (item.id <= std::exchange(lastId, item.id))
+            in.Refuse();
+        snapshot.items.push_back(std::move(item));
+    }
+    return finished(in, snapshot);
+}
+
+std::optional<MessageKind> KindOf(const Bytes& bytes)
+{
+    if (bytes.empty() || bytes[0] < char(MessageKind::Live) || bytes[0] > char(MessageKind::Presence))
+        return std::nullopt;
+    return static_cast<MessageKind>(bytes[0]);
+}
+
+quint32 Checksum(const Bytes& bytes)
+{
+    return static_cast<quint32>(crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+}
+
+} // namespace distribution

@@ -1,0 +1,519 @@
+#include <distribution/mirrorchannel.h>
+
+#include <distribution/textdelta.h>
+
+#include <startup/errorhandler.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+constexpr qint64 retainedMs = 200;  ///< within which a retained state comes without an ask
+constexpr qint64 firstAskMs = 1000; ///< pause between asks for the state, doubled
+constexpr qint64 longestAskMs = 10000;
+constexpr qint64 gapMs = 100;   ///< for which an entry that came too early waits for those before
+constexpr qint64 tailMs = 1000; ///< for which the log may be slower than the beat
+constexpr qint64 askAgainMs = 500;
+constexpr int maximumReplayAsks = 3;
+constexpr std::size_t maximumHeldBytes = 16U << 20U;
+constexpr std::size_t wishBytes = 256U << 10U; ///< what is gathered in one wish
+constexpr std::size_t queuedBytes = 16U << 20U;
+
+void trace(int tracePoint, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceWarning, QStringLiteral("platform/distribution/mirrorchannel"), tracePoint, text);
+}
+
+} // namespace
+
+MirrorChannel::MirrorChannel(BranchMirror& mirror, quint16 channel)
+    : m_mirror(mirror), m_channel(channel), m_assembler(mirror.m_settings.stateBytes)
+{
+}
+
+std::size_t MirrorChannel::CountOpenWishes() const
+{
+    const auto& wishes = m_wishes.Wishes();
+    return static_cast<std::size_t>(
+        std::count_if(wishes.begin(), wishes.end(), [](const OpenWish& wish) { return !wish.givenUp; }));
+}
+
+void MirrorChannel::Restart(const QString& reason)
+{
+    m_number = m_target = m_beatNumber = m_neededNumber = 0;
+    m_joined = false;
+    m_stateNeeded = true;
+    m_askStateMs = m_askPauseMs = 0;
+    m_askReplayMs = never;
+    m_replayAsks = 0;
+    m_held.clear();
+    m_heldBytes = 0;
+    m_assembler.Clear();
+    m_pending = values::PendingChanges();
+    const auto wishes = m_wishes.TakeAll();
+    const Paths ended = endShadows(std::numeric_limits<quint64>::max());
+    for (const OpenWish& wish : wishes)
+        reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate, reason);
+    for (const QString& path : ended)
+        showTruth(path);
+}
+
+void MirrorChannel::RemoveAll()
+{
+    const auto items = m_items.All();
+    m_items.Clear();
+    for (auto item = items.rbegin(); item != items.rend(); ++item)
+        m_mirror.apply(RemoveChange(item->second.path));
+}
+
+void MirrorChannel::OnUp()
+{
+    m_subscribed = false;
+    m_askStateMs = m_askPauseMs = 0;
+    m_wishes.SendAnew();
+}
+
+void MirrorChannel::OnDown()
+{
+    m_assembler.Clear();
+}
+
+/// The owner is known to have this entry. When it is not here by `askAtMs`, it is asked for.
+void MirrorChannel::noteTarget(quint64 number, qint64 askAtMs)
+{
+    m_target = std::max(m_target, number);
+    if (m_number < m_target)
+        m_askReplayMs = m_replayAsks > 0 ? m_askReplayMs : std::min(m_askReplayMs, askAtMs);
+}
+
+void MirrorChannel::TakeLog(const LogMessage& message, const Bytes& bytes, qint64 nowMs)
+{
+    const quint64 end = message.first + std::max<quint32>(message.count, 1);
+    if (end <= m_number + 1)
+        return;
+    Bytes& held = m_held[message.first];
+    if (held.size() < bytes.size()) {
+        m_heldBytes += bytes.size() - held.size();
+        held = bytes;
+    }
+    noteTarget(end - 1, nowMs + gapMs);
+    if (m_heldBytes > maximumHeldBytes) {
+        m_held.clear();
+        m_heldBytes = 0;
+    }
+    play(nowMs);
+}
+
+/// Plays what is held and in its turn.
+void MirrorChannel::play(qint64 nowMs)
+{
+    while (!m_stateNeeded && !m_held.empty() && m_held.begin()->first <= m_number + 1) {
+        const Bytes bytes = std::move(m_held.begin()->second);
+        m_held.erase(m_held.begin());
+        m_heldBytes -= bytes.size();
+        if (!playMessage(*DecodeLog(bytes)))
+            trace(1, QStringLiteral("%1: an entry behind number %2 does not fit what is here")
+                         .arg(m_mirror.m_settings.branch)
+                         .arg(m_number));
+    }
+    if (m_number >= m_target) {
+        m_askReplayMs = never;
+        m_replayAsks = 0;
+    } else if (m_askReplayMs == never) {
+        m_askReplayMs = nowMs + gapMs;
+    }
+}
+
+/// False when an entry could not be applied; the state is asked for then.
+bool MirrorChannel::playMessage(const LogMessage& message)
+{
+    if (message.count == 0 && message.first > m_number) {
+        NeedState(message.first);
+        return true;
+    }
+    values::ByteReader entries = message.entries;
+    for (quint64 number = message.first; number < message.first + message.count; ++number) {
+        const auto entry = DecodeEntry(entries);
+        if (number <= m_number)
+            continue;
+        const auto changes = entry ? resolve(entry->changes) : std::nullopt;
+        if (!changes) {
+            NeedState(number);
+            return false;
+        }
+        apply({entry->session, entry->wish, entry->failures, *changes}, number);
+        m_number = number;
+    }
+    return true;
+}
+
+/// The changes with paths and whole contents instead of identifiers and runs, nothing when one does not fit
+/// the items here; nothing is changed then.
+std::optional<Changes> MirrorChannel::resolve(const Changes& changes) const
+{
+    struct Known
+    {
+        QString path; ///< empty once it is removed
+        Content content;
+    };
+    std::map<quint32, Known> fresh; ///< as the changes before have left it
+    Changes resolved;
+    for (Change change : changes) {
+        const auto met = fresh.find(change.id);
+        const auto item = m_items.All().find(change.id);
+        Known& known = fresh[change.id];
+        if (met == fresh.end() && item != m_items.All().end())
+            known = {item->second.path, item->second.content};
+        if (change.operation == Operation::Add)
+            known = {change.path, change.content};
+        if (known.path.isEmpty())
+            return std::nullopt;
+        change.path = known.path;
+        if (change.operation == Operation::Delta) {
+            auto content =
+                ApplyRuns(BytesOf(known.content), BytesOf(change.content), m_mirror.m_settings.stateBytes);
+            if (!content || Checksum(*content) != change.checksum)
+                return std::nullopt;
+            change.operation = Operation::Set;
+            change.content = MakeContent(std::move(*content));
+        }
+        if (change.operation == Operation::Set)
+            known.content = change.content;
+        else if (change.operation == Operation::Remove)
+            known.path.clear();
+        resolved.push_back(std::move(change));
+    }
+    return resolved;
+}
+
+/// With the entry of an own wish its shadows end, and what the entry says counts. Where it says nothing of
+/// such a value the owner's content is shown: the wish was refused, or it changed nothing there.
+void MirrorChannel::apply(const Entry& entry, quint64 number)
+{
+    m_mirror.takeLocal();
+    const bool own = entry.session == m_mirror.m_settings.session;
+    Paths settled;
+    if (own) {
+        m_pending.Acknowledge(entry.wish);
+        settled = endShadows(entry.wish);
+        for (const OpenWish& wish : m_wishes.TakeUpTo(entry.wish))
+            report(wish, wish.number == entry.wish ? entry.failures : Failures());
+        if (m_channel != 0 && !entry.failures.empty())
+            NeedState(number);
+    }
+    for (const Change& change : entry.changes)
+        settled.remove(change.operation == Operation::Announce ? QString() : change.path);
+    for (const Change& change : entry.changes)
+        commit(change, own);
+    for (const QString& path : settled)
+        showTruth(path);
+}
+
+/// One change of the owner: into the items, and into the tree where no own change stands before it.
+void MirrorChannel::commit(const Change& change, bool own)
+{
+    const auto& path = change.path;
+    switch (change.operation) {
+    case Operation::Add: {
+        const bool plain = !IsCollection(change.type);
+        m_items.Insert(change.id, {path, change.type, plain ? change.content : nullptr, 0, {}});
+        if (!plain)
+            m_mirror.applyState(path, change.type, BytesOf(change.content), ownCommands());
+        else if (!m_shadows.contains(path))
+            m_mirror.apply(change);
+        return;
+    }
+    case Operation::Remove:
+        m_items.Erase(change.id);
+        break;
+    case Operation::Set:
+        if (ItemTable::Item* const item = m_items.Find(change.id))
+            item->content = change.content;
+        break;
+    case Operation::Announce:
+        if (own && change.byWish)
+            return;
+        m_mirror.apply(change);
+        return;
+    case Operation::Commands:
+        m_mirror.applyCommands(path, BytesOf(change.content), m_pending);
+        return;
+    case Operation::Delta:
+        return;
+    }
+    if (!m_shadows.contains(path))
+        m_mirror.apply(change);
+}
+
+/// The tree is to have what the owner has, unless an own change is on its way again.
+void MirrorChannel::showTruth(const QString& path)
+{
+    if (m_shadows.contains(path))
+        return;
+    const ItemTable::Item* const item = m_items.Find(path);
+    if (item && !IsCollection(item->type))
+        m_mirror.apply(AddChange(path, item->type, item->content));
+    else if (!item)
+        m_mirror.apply(RemoveChange(path));
+}
+
+MirrorChannel::Paths MirrorChannel::endShadows(quint64 number)
+{
+    Paths ended;
+    for (auto shadow = m_shadows.begin(); shadow != m_shadows.end();) {
+        if (shadow->wish > number) {
+            ++shadow;
+            continue;
+        }
+        ended.insert(shadow.key());
+        shadow = m_shadows.erase(shadow);
+    }
+    return ended;
+}
+
+void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
+{
+    if (number < std::exchange(m_beatNumber, number)) {
+        trace(2, QStringLiteral("%1: the owner's numbers fall").arg(m_mirror.m_settings.branch));
+        m_number = m_target = m_neededNumber = 0;
+        m_held.clear();
+        m_heldBytes = 0;
+        NeedState(0);
+    }
+    noteTarget(number, nowMs + tailMs);
+}
+
+void MirrorChannel::NeedState(quint64 number)
+{
+    if (!m_stateNeeded || number > m_neededNumber)
+        m_askStateMs = m_askPauseMs = 0;
+    m_neededNumber = std::max(m_neededNumber, number);
+    m_stateNeeded = true;
+}
+
+void MirrorChannel::TakeStatePart(const StatePart& part, qint64 nowMs)
+{
+    if (!m_stateNeeded || part.number < std::max(m_number, m_neededNumber))
+        return;
+    StateAssembler::State state;
+    const auto progress = m_assembler.Take(part, state);
+    if (progress == StateAssembler::Progress::Broken)
+        trace(3, QStringLiteral("%1: a state that does not fit").arg(m_mirror.m_settings.branch));
+    if (progress == StateAssembler::Progress::Complete)
+        applyState(std::move(state), nowMs);
+}
+
+void MirrorChannel::applyState(StateAssembler::State state, qint64 nowMs)
+{
+    m_mirror.takeLocal();
+    m_stateNeeded = false;
+    m_neededNumber = 0;
+    m_joined = true;
+    settleByTable(state.snapshot);
+    m_number = state.number;
+    m_target = std::max(m_target, m_number);
+    play(nowMs);
+}
+
+/// The owner says how far it has dealt with own wishes and which of them failed.
+void MirrorChannel::settleByTable(const Snapshot& snapshot)
+{
+    const auto table =
+        std::find_if(snapshot.sessions.begin(), snapshot.sessions.end(),
+                     [this](const auto& session) { return session.session == m_mirror.m_settings.session; });
+    Paths settled;
+    if (table != snapshot.sessions.end()) {
+        m_pending.Acknowledge(table->wish);
+        settled = endShadows(table->wish);
+        for (const OpenWish& wish : m_wishes.TakeUpTo(table->wish)) {
+            Failures failures;
+            for (const auto& [number, failure] : table->failures) {
+                if (number == wish.number)
+                    failures.push_back(failure);
+            }
+            report(wish, failures);
+        }
+    }
+    replaceItems(snapshot, settled);
+}
+
+void MirrorChannel::replaceItems(const Snapshot& snapshot, const Paths& settled)
+{
+    const ItemTable former = std::exchange(m_items, ItemTable());
+    for (const SnapshotItem& item : snapshot.items)
+        m_items.Insert(item.id,
+                       {item.path, item.type, IsCollection(item.type) ? nullptr : item.content, 0, {}});
+    const auto& old = former.All();
+    for (auto item = old.rbegin(); item != old.rend(); ++item) {
+        const ItemTable::Item* const now = m_items.Find(item->second.path);
+        if ((!now || now->type != item->second.type) && !m_shadows.contains(item->second.path))
+            m_mirror.apply(RemoveChange(item->second.path));
+    }
+    for (const SnapshotItem& item : snapshot.items) {
+        const ItemTable::Item* const before = former.Find(item.path);
+        if (IsCollection(item.type))
+            m_mirror.applyState(item.path, item.type, BytesOf(item.content), ownCommands());
+        else if (!before || before->type != item.type || settled.contains(item.path) ||
+                 BytesOf(before->content) != BytesOf(item.content))
+            showTruth(item.path);
+    }
+    for (const QString& path : settled) {
+        if (!m_items.Contains(path))
+            showTruth(path);
+    }
+}
+
+std::vector<Content> MirrorChannel::ownCommands() const
+{
+    std::vector<Content> commands;
+    for (const OpenWish& wish : m_wishes.Wishes()) {
+        for (const Change& change : wish.changes) {
+            if (change.operation == Operation::Commands)
+                commands.push_back(change.content);
+        }
+    }
+    return commands;
+}
+
+void MirrorChannel::Wish(Changes changes, qint64 nowMs)
+{
+    Changes part;
+    std::size_t bytes = 0;
+    for (Change& change : changes) {
+        const std::size_t size = BytesOf(change.content).size();
+        if (size + wishBytes / 4 > m_mirror.m_maximumPayload) {
+            Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large for the broker"));
+            continue;
+        }
+        if (bytes + size > wishBytes && !part.empty()) {
+            addWish(std::exchange(part, {}), nowMs);
+            bytes = 0;
+        }
+        bytes += size;
+        part.push_back(std::move(change));
+    }
+    if (!part.empty())
+        addWish(std::move(part), nowMs);
+}
+
+void MirrorChannel::addWish(Changes changes, qint64 nowMs)
+{
+    if (m_wishes.GetBytes() > queuedBytes) {
+        Fail(changes, WishResult::Overflow, QStringLiteral("too many changes wait for the owner"));
+        return;
+    }
+    for (Change& change : changes) {
+        const auto shadow = m_shadows.constFind(change.path);
+        if (change.compare)
+            change.base = shadow == m_shadows.constEnd() ? m_number : shadow->seenAt;
+    }
+    const OpenWish& wish = m_wishes.Add(std::move(changes), nowMs);
+    values::CommandScope scope;
+    for (const Change& change : wish.changes) {
+        if (change.operation == Operation::Commands) {
+            const values::CommandScope& own = change.scope;
+            scope.everyKey = scope.everyKey || own.everyKey;
+            scope.keys.insert(scope.keys.end(), own.keys.begin(), own.keys.end());
+            scope.requests.insert(scope.requests.end(), own.requests.begin(), own.requests.end());
+        } else if (change.operation != Operation::Announce) {
+            Shadow& shadow = m_shadows[change.path];
+            shadow.seenAt = shadow.wish == 0 ? m_number : shadow.seenAt;
+            shadow.wish = wish.number;
+        }
+    }
+    m_pending.Add(wish.number, std::move(scope));
+}
+
+void MirrorChannel::report(const OpenWish& wish, const Failures& failures)
+{
+    for (const Failure& failure : failures) {
+        if (failure.index < wish.changes.size())
+            m_mirror.failed({failure.result, failure.reason, wish.changes[failure.index]});
+    }
+}
+
+void MirrorChannel::reportAll(const OpenWish& wish, WishResult result, const QString& reason)
+{
+    for (const Change& change : wish.changes)
+        m_mirror.failed({result, change.path + QStringLiteral(": ") + reason, change});
+}
+
+void MirrorChannel::Fail(const Changes& changes, WishResult result, const QString& reason)
+{
+    for (const Change& change : changes) {
+        m_mirror.failed({result, reason, change});
+        if (m_channel != 0)
+            NeedState(m_number);
+        else
+            showTruth(change.path);
+    }
+}
+
+void MirrorChannel::GiveUpOld(qint64 nowMs)
+{
+    while (const auto wish = m_wishes.GiveUpNext(nowMs, m_mirror.m_settings.wishTimeoutMs)) {
+        m_pending.Acknowledge(wish->number);
+        const Paths ended = endShadows(wish->number);
+        if (wish->sent)
+            reportAll(*wish, WishResult::Unknown,
+                      QStringLiteral("not answered in time, the outcome is unknown"));
+        else
+            reportAll(*wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
+        if (m_channel != 0)
+            NeedState(m_number);
+        for (const QString& path : ended)
+            showTruth(path);
+    }
+}
+
+void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
+{
+    const auto ask = [&](quint64 from) {
+        out.publish.push_back({m_mirror.upTopic(), Encode(AskMessage{m_mirror.m_epoch, m_channel, from}),
+                               Delivery::AtLeastOnce, false,
+                               static_cast<quint32>(m_mirror.m_settings.wishTimeoutMs)});
+    };
+    if (m_stateNeeded != m_subscribed) {
+        (m_stateNeeded ? out.subscribe : out.unsubscribe)
+            .push_back(m_mirror.m_topics.StateFilter(m_mirror.m_settings.branch, m_channel));
+        m_subscribed = m_stateNeeded;
+        // What is needed after a certain entry was hardly made before.
+        m_askStateMs = m_neededNumber > 0 ? nowMs : nowMs + retainedMs;
+    }
+    if (m_stateNeeded && nowMs >= m_askStateMs) {
+        m_askPauseMs = std::min(longestAskMs, m_askPauseMs == 0 ? firstAskMs : 2 * m_askPauseMs);
+        m_askStateMs = nowMs + m_askPauseMs;
+        ask(0);
+    }
+    if (!m_stateNeeded && nowMs >= m_askReplayMs) {
+        m_askReplayMs = nowMs + askAgainMs;
+        if (++m_replayAsks > maximumReplayAsks) {
+            m_replayAsks = 0;
+            NeedState(m_number);
+            Speak(out, maySend, nowMs);
+            return;
+        }
+        ask(m_number + 1);
+    }
+    if (!maySend || !m_joined)
+        return;
+    for (const WishMessage& wish : m_wishes.TakeDue(m_mirror.m_epoch, m_channel, nowMs)) {
+        out.publish.push_back({m_mirror.upTopic(), Encode(wish), Delivery::AtLeastOnce, false,
+                               static_cast<quint32>(m_mirror.m_settings.wishTimeoutMs)});
+    }
+}
+
+qint64 MirrorChannel::NextMs(bool maySend) const
+{
+    qint64 next = m_wishes.NextTimeoutMs(m_mirror.m_settings.wishTimeoutMs);
+    if (!m_mirror.m_online || m_mirror.m_epoch.isNull())
+        return next;
+    next = std::min(next, m_stateNeeded ? (m_subscribed ? m_askStateMs : 0) : m_askReplayMs);
+    return maySend && m_joined ? std::min(next, m_wishes.NextSendMs()) : next;
+}
+
+} // namespace distribution

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <distribution/branchmirror.h>
+#include <distribution/itemtable.h>
+#include <distribution/wishqueue.h>
+
+#include <values/pendingchanges.h>
+
+#include <QSet>
+
+#include <map>
+#include <optional>
+
+namespace distribution {
+
+/// One channel of a mirrored branch: brings what the owner says into the order of its numbers, asks for what
+/// is missing, and keeps own changes visible until the owner has dealt with them.
+class MirrorChannel
+{
+public:
+    MirrorChannel(BranchMirror& mirror, quint16 channel);
+
+    quint16 GetChannel() const noexcept { return m_channel; }
+    /// Whether the content is that of the followed epoch.
+    bool IsJoined() const noexcept { return m_joined; }
+    /// Joined, and up to what the owner is known to have.
+    bool IsCaughtUp() const noexcept { return m_joined && !m_stateNeeded && m_number >= m_target; }
+    quint64 GetNumber() const noexcept { return m_number; }
+    std::size_t CountOpenWishes() const;
+    /// The owner's content. Collections' contents are in the tree alone.
+    const ItemTable& Items() const noexcept { return m_items; }
+
+    /// Another epoch: everything begins anew, but the content stays until the new one has come.
+    void Restart(const QString& reason);
+    /// The owner has left and taken its content along.
+    void RemoveAll();
+    void OnUp();
+    void OnDown();
+
+    void TakeLog(const LogMessage& message, const Bytes& bytes, qint64 nowMs);
+    void TakeBeat(quint64 number, qint64 nowMs);
+    void TakeStatePart(const StatePart& part, qint64 nowMs);
+    /// Own changes, which are visible already.
+    void Wish(Changes changes, qint64 nowMs);
+    /// Own changes that cannot go up.
+    void Fail(const Changes& changes, WishResult result, const QString& reason);
+    /// The owner's content is to be fetched as it is after the entries that are here.
+    void NeedState(quint64 number);
+
+    void GiveUpOld(qint64 nowMs);
+    /// What is to be said to the owner now. `maySend`: wishes too.
+    void Speak(Output& out, bool maySend, qint64 nowMs);
+    qint64 NextMs(bool maySend) const;
+
+private:
+    /// A value whose content here is what this program wants, not yet what the owner has.
+    struct Shadow
+    {
+        quint64 wish = 0;   ///< newest open one that writes it
+        quint64 seenAt = 0; ///< number at which the program saw the owner's content last
+    };
+    using Paths = QSet<QString>;
+
+    void addWish(Changes changes, qint64 nowMs);
+    void report(const OpenWish& wish, const Failures& failures);
+    void reportAll(const OpenWish& wish, WishResult result, const QString& reason);
+    Paths endShadows(quint64 number);
+    void showTruth(const QString& path);
+    void play(qint64 nowMs);
+    bool playMessage(const LogMessage& message);
+    void apply(const Entry& entry, quint64 number);
+    std::optional<Changes> resolve(const Changes& changes) const;
+    void commit(const Change& change, bool own);
+    void applyState(StateAssembler::State state, qint64 nowMs);
+    void settleByTable(const Snapshot& snapshot);
+    void replaceItems(const Snapshot& snapshot, const Paths& settled);
+    std::vector<Content> ownCommands() const;
+    void noteTarget(quint64 number, qint64 askAtMs);
+
+    BranchMirror& m_mirror;
+    quint16 m_channel;
+    ItemTable m_items;
+    quint64 m_number = 0;     ///< of the last entry that has been applied
+    quint64 m_target = 0;     ///< of the newest entry that is known to exist
+    quint64 m_beatNumber = 0; ///< what the last beat said
+    bool m_joined = false;
+    bool m_stateNeeded = true;  ///< entries wait until a state has come
+    quint64 m_neededNumber = 0; ///< least number of that state
+    bool m_subscribed = false;  ///< to the states
+    qint64 m_askStateMs = 0;
+    qint64 m_askPauseMs = 0;
+    qint64 m_askReplayMs = never;
+    int m_replayAsks = 0;
+    std::map<quint64, Bytes> m_held; ///< log messages that wait, by their first number
+    std::size_t m_heldBytes = 0;
+    StateAssembler m_assembler;
+    WishQueue m_wishes;
+    QHash<QString, Shadow> m_shadows; ///< plain values, by path
+    values::PendingChanges m_pending; ///< keys and requests of the collection
+};
+
+} // namespace distribution

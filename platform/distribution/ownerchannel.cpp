@@ -1,0 +1,104 @@
+#include <distribution/ownerchannel.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+constexpr std::size_t maximumEntries = 100000;
+/// Room for the head of a log message.
+constexpr std::size_t headBytes = 64;
+
+} // namespace
+
+const SessionNumber* OwnerChannel::FindSession(const QUuid& session) const
+{
+    const auto found = m_sessions.find(session);
+    return found == m_sessions.end() ? nullptr : &found->second;
+}
+
+void OwnerChannel::Append(const Entry& entry)
+{
+    if (!entry.session.isNull()) {
+        SessionNumber& session = m_sessions[entry.session];
+        session.session = entry.session;
+        session.wish = entry.wish;
+        auto& failures = session.failures;
+        // A writer has no older wish on its way, so it cannot miss what became of one.
+        failures.erase(failures.begin(),
+                       std::find_if(failures.begin(), failures.end(), [&](const auto& failure) {
+                           return failure.first + Limits::openWishes > entry.wish;
+                       }));
+        for (const Failure& failure : entry.failures)
+            failures.emplace_back(entry.wish, failure);
+    }
+    Bytes encoded = EncodeEntry(entry);
+    m_bytes += encoded.size();
+    m_unsentBytes += encoded.size();
+    m_log.push_back(std::move(encoded));
+    ++m_newest;
+    while (m_log.size() > 1 && (m_bytes > m_logBytes || m_log.size() > maximumEntries)) {
+        m_bytes -= m_log.front().size();
+        m_log.pop_front();
+        ++m_first;
+    }
+}
+
+std::vector<Bytes> OwnerChannel::TakeUnsent(const QUuid& epoch, std::size_t maximumPayload)
+{
+    std::vector<Bytes> unsent = messages(epoch, std::max(m_sent + 1, m_first), maximumPayload);
+    DropUnsent();
+    return unsent;
+}
+
+void OwnerChannel::DropUnsent()
+{
+    m_sent = m_newest;
+    m_unsentBytes = 0;
+}
+
+std::vector<Bytes> OwnerChannel::Replay(const QUuid& epoch, quint64 from, std::size_t maximumPayload) const
+{
+    return messages(epoch, std::max(from, m_first), maximumPayload);
+}
+
+/// The entries in as few messages as they fit in. For one that fits in none there is a message without
+/// entries.
+std::vector<Bytes> OwnerChannel::messages(const QUuid& epoch, quint64 from, std::size_t maximumPayload) const
+{
+    std::vector<Bytes> messages;
+    while (from <= m_newest) {
+        const quint64 first = from;
+        std::size_t size = headBytes;
+        const auto entryAt = [this](quint64 number) -> const Bytes& {
+            return m_log[static_cast<std::size_t>(number - m_first)];
+        };
+        while (from <= m_newest && size + entryAt(from).size() <= maximumPayload)
+            size += entryAt(from++).size();
+        Bytes message = EncodeLogHead(epoch, first, static_cast<quint32>(from - first));
+        message.reserve(size);
+        for (quint64 number = first; number < from; ++number)
+            message += entryAt(number);
+        if (from == first)
+            ++from;
+        messages.push_back(std::move(message));
+    }
+    return messages;
+}
+
+Snapshot OwnerChannel::MakeSnapshot(const Content& collection) const
+{
+    Snapshot snapshot;
+    snapshot.sessions.reserve(m_sessions.size());
+    for (const auto& session : m_sessions)
+        snapshot.sessions.push_back(session.second);
+    snapshot.items.reserve(m_items.Size());
+    for (const auto& [id, item] : m_items.All())
+        snapshot.items.push_back(
+            {id, item.path, item.type, IsCollection(item.type) ? collection : item.content});
+    return snapshot;
+}
+
+} // namespace distribution

@@ -1,0 +1,222 @@
+#include <distribution/textdelta.h>
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace distribution {
+
+namespace {
+
+enum RunKind : quint8 { CopyRun = 0, InsertRun = 1 };
+constexpr std::size_t blockBytes = 32;
+/// A middle of fewer bytes is inserted as it is.
+constexpr std::size_t smallMiddle = 4 * blockBytes;
+
+std::size_t commonHead(const Bytes& a, const Bytes& b)
+{
+    const std::size_t limit = std::min(a.size(), b.size());
+    return static_cast<std::size_t>(
+        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(limit), b.begin()).first -
+        a.begin());
+}
+
+std::size_t commonTail(const Bytes& a, const Bytes& b, std::size_t limit)
+{
+    return static_cast<std::size_t>(
+        std::mismatch(a.rbegin(), a.rbegin() + static_cast<std::ptrdiff_t>(limit), b.rbegin()).first -
+        a.rbegin());
+}
+
+/// Sum over a window of bytes that can be moved on by one byte.
+class RollingSum
+{
+public:
+    explicit RollingSum(const char* at)
+    {
+        for (std::size_t i = 0; i < blockBytes; ++i)
+            m_sum = m_sum * factor + byte(at[i]);
+    }
+    void Roll(char out, char in) { m_sum = (m_sum - byte(out) * highest()) * factor + byte(in); }
+    quint32 Value() const noexcept { return m_sum; }
+
+private:
+    static constexpr quint32 factor = 0x01000193U;
+    static quint32 byte(char c) { return static_cast<unsigned char>(c); }
+    static constexpr quint32 highest()
+    {
+        quint32 power = 1;
+        for (std::size_t i = 1; i < blockBytes; ++i)
+            power *= factor;
+        return power;
+    }
+
+    quint32 m_sum = 0;
+};
+
+/// Blocks of a text by their sums. Of blocks in one place the last is kept: a miss makes runs longer, not
+/// wrong.
+class BlockIndex
+{
+public:
+    BlockIndex(const Bytes& text, std::size_t begin, std::size_t end)
+    {
+        std::size_t slots = 1;
+        while (slots < 2 * ((end - begin) / blockBytes))
+            slots *= 2;
+        m_slots.assign(slots, Slot());
+        for (std::size_t at = begin; at + blockBytes <= end; at += blockBytes) {
+            const quint32 sum = RollingSum(text.data() + at).Value();
+            slot(sum) = {sum, at};
+        }
+    }
+    /// Where in the text a block with that sum may be; npos: nowhere.
+    std::size_t Find(quint32 sum) const
+    {
+        const Slot& found = const_cast<BlockIndex*>(this)->slot(sum);
+        return found.sum == sum ? found.at : Bytes::npos;
+    }
+
+private:
+    struct Slot
+    {
+        quint32 sum = 0;
+        std::size_t at = Bytes::npos;
+    };
+    Slot& slot(quint32 sum) { return m_slots[(sum ^ (sum >> 15U)) & (m_slots.size() - 1)]; }
+
+    std::vector<Slot> m_slots;
+};
+
+class RunWriter
+{
+public:
+    explicit RunWriter(const Bytes& to) : m_to(to) {}
+    void Copy(std::size_t offset, std::size_t count)
+    {
+        if (count == 0)
+            return;
+        values::AppendInteger(m_runs, CopyRun);
+        values::AppendInteger(m_runs, static_cast<quint32>(offset));
+        values::AppendInteger(m_runs, static_cast<quint32>(count));
+    }
+    void Insert(std::size_t begin, std::size_t end)
+    {
+        if (begin == end)
+            return;
+        values::AppendInteger(m_runs, InsertRun);
+        values::AppendInteger(m_runs, static_cast<quint32>(end - begin));
+        m_runs.append(m_to, begin, end - begin);
+    }
+    Bytes Take() { return std::move(m_runs); }
+
+private:
+    const Bytes& m_to;
+    Bytes m_runs;
+};
+
+/// The runs for `to` from `begin` to `end`, out of blocks of `from` between `begin` and `fromEnd`.
+void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const Bytes& to, std::size_t begin,
+                 std::size_t end)
+{
+    std::size_t written = begin;
+    if (fromEnd - begin >= blockBytes && end - begin > smallMiddle) {
+        const BlockIndex index(from, begin, fromEnd);
+        std::size_t at = begin;
+        RollingSum sum(to.data() + at);
+        while (at + blockBytes <= end) {
+            std::size_t source = index.Find(sum.Value());
+            if (source == Bytes::npos || std::memcmp(from.data() + source, to.data() + at, blockBytes) != 0) {
+                if (at + blockBytes < end)
+                    sum.Roll(to[at], to[at + blockBytes]);
+                ++at;
+                continue;
+            }
+            std::size_t count = blockBytes;
+            while (source + count < from.size() && at + count < end && from[source + count] == to[at + count])
+                ++count;
+            for (; source > 0 && at > written && from[source - 1] == to[at - 1]; ++count) {
+                --source;
+                --at;
+            }
+            runs.Insert(written, at);
+            runs.Copy(source, count);
+            at += count;
+            written = at;
+            if (at + blockBytes <= end)
+                sum = RollingSum(to.data() + at);
+        }
+    }
+    runs.Insert(written, end);
+}
+
+/// Bytes of the text when it is packed fast, as a measure of what sending it whole would cost.
+std::size_t packedSize(const Bytes& text)
+{
+    uLongf size = compressBound(text.size());
+    Bytes packed(size, '\0');
+    compress2(reinterpret_cast<Bytef*>(&packed[0]), &size, reinterpret_cast<const Bytef*>(text.data()),
+              text.size(), Z_BEST_SPEED);
+    return size;
+}
+
+} // namespace
+
+Bytes MakeRuns(const Bytes& from, const Bytes& to)
+{
+    const std::size_t head = commonHead(from, to);
+    const std::size_t tail = commonTail(from, to, std::min(from.size(), to.size()) - head);
+    RunWriter runs(to);
+    runs.Copy(0, head);
+    writeMiddle(runs, from, from.size() - tail, to, head, to.size() - tail);
+    runs.Copy(from.size() - tail, tail);
+    return runs.Take();
+}
+
+std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs, std::size_t maximumBytes)
+{
+    values::ByteReader in(runs.data(), runs.size());
+    Bytes result;
+    result.reserve(std::min(maximumBytes, from.size() + runs.size()));
+    while (!in.AtEnd()) {
+        quint8 kind = 0;
+        quint32 offset = 0;
+        quint32 count = 0;
+        in.ReadInteger(kind);
+        if (kind > InsertRun || (kind == CopyRun && !in.ReadInteger(offset)) || !in.ReadInteger(count) ||
+            count > maximumBytes - result.size())
+            return std::nullopt;
+        if (kind == InsertRun) {
+            values::ByteReader text(nullptr, 0);
+            if (!in.Split(count, text))
+                return std::nullopt;
+            result.append(text.Position(), count);
+        } else {
+            if (offset > from.size() || count > from.size() - offset)
+                return std::nullopt;
+            result.append(from, offset, count);
+        }
+    }
+    return result;
+}
+
+Change MakeContentChange(quint32 id, const QString& path, const Content& from, const Content& to)
+{
+    Change change = SetChange(path, to);
+    change.id = id;
+    const Bytes& text = BytesOf(to);
+    if (text.size() <= Limits::smallContent)
+        return change;
+    Bytes runs = MakeRuns(BytesOf(from), text);
+    // Packing takes longer than finding the runs, and no text packs to less than a thousandth.
+    if (runs.size() > text.size() / 2000 && runs.size() > packedSize(text) / 2)
+        return change;
+    change.operation = Operation::Delta;
+    change.checksum = Checksum(text);
+    change.content = MakeContent(std::move(runs));
+    return change;
+}
+
+} // namespace distribution

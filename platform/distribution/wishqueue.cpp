@@ -1,0 +1,104 @@
+#include <distribution/wishqueue.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+constexpr qint64 resendMs = 1000;
+/// Contents on their way at once, so that a resend does not flood the broker.
+constexpr std::size_t windowBytes = 1U << 20U;
+/// What a change takes beside its content, roughly.
+constexpr std::size_t changeBytes = 100;
+
+} // namespace
+
+const OpenWish& WishQueue::Add(Changes changes, qint64 nowMs)
+{
+    OpenWish wish;
+    wish.number = ++m_last;
+    for (const Change& change : changes)
+        wish.bytes += changeBytes + BytesOf(change.content).size();
+    wish.changes = std::move(changes);
+    wish.madeMs = nowMs;
+    m_bytes += wish.bytes;
+    m_mayHaveRoom = true;
+    m_wishes.push_back(std::move(wish));
+    return m_wishes.back();
+}
+
+std::deque<OpenWish> WishQueue::TakeUpTo(quint64 number)
+{
+    std::deque<OpenWish> taken;
+    while (!m_wishes.empty() && m_wishes.front().number <= number) {
+        m_bytes -= m_wishes.front().bytes;
+        taken.push_back(std::move(m_wishes.front()));
+        m_wishes.pop_front();
+        m_mayHaveRoom = true;
+    }
+    return taken;
+}
+
+std::deque<OpenWish> WishQueue::TakeAll()
+{
+    auto taken = std::exchange(m_wishes, {});
+    *this = WishQueue();
+    return taken;
+}
+
+std::optional<OpenWish> WishQueue::GiveUpNext(qint64 nowMs, qint64 timeoutMs)
+{
+    for (OpenWish& wish : m_wishes) {
+        if (wish.givenUp)
+            continue;
+        if (nowMs - wish.madeMs < timeoutMs)
+            break;
+        OpenWish given = wish;
+        wish.givenUp = true;
+        wish.changes.clear();
+        m_bytes -= std::exchange(wish.bytes, 0);
+        return given;
+    }
+    return std::nullopt;
+}
+
+std::vector<WishMessage> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qint64 nowMs)
+{
+    std::vector<WishMessage> due;
+    const bool all = nowMs >= m_resendMs;
+    m_mayHaveRoom = false;
+    std::size_t bytes = 0;
+    for (OpenWish& wish : m_wishes) {
+        bytes += wish.bytes;
+        const bool inWindow = wish.number < m_wishes.front().number + Limits::openWishes &&
+                              (bytes <= windowBytes || &wish == &m_wishes.front());
+        if (!inWindow)
+            break;
+        if (!all && wish.number <= m_sentUpTo)
+            continue;
+        wish.sent = true;
+        m_sentUpTo = std::max(m_sentUpTo, wish.number);
+        due.push_back({epoch, channel, wish.number, wish.changes});
+    }
+    if (all || due.size() == m_wishes.size())
+        m_resendMs = nowMs + resendMs;
+    return due;
+}
+
+qint64 WishQueue::NextSendMs() const
+{
+    if (m_wishes.empty())
+        return never;
+    return m_mayHaveRoom && m_wishes.back().number > m_sentUpTo ? 0 : m_resendMs;
+}
+
+qint64 WishQueue::NextTimeoutMs(qint64 timeoutMs) const
+{
+    const auto open =
+        std::find_if(m_wishes.begin(), m_wishes.end(), [](const OpenWish& wish) { return !wish.givenUp; });
+    return open == m_wishes.end() ? never : open->madeMs + timeoutMs;
+}
+
+} // namespace distribution

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <distribution/output.h>
+
+#include <deque>
+
+namespace distribution {
+
+/// A change of the program that is on its way to the owner, with what belongs together.
+struct OpenWish
+{
+    quint64 number = 0;
+    Changes changes;
+    std::size_t bytes = 0;
+    qint64 madeMs = 0;
+    bool sent = false;
+    /// The program was told that it has failed. The number is still needed: the owner either has executed it
+    /// by now, or will take it without changes.
+    bool givenUp = false;
+};
+
+/// The wishes of one channel in one epoch that the owner has not dealt with, oldest first.
+class WishQueue
+{
+public:
+    bool IsEmpty() const noexcept { return m_wishes.empty(); }
+    const std::deque<OpenWish>& Wishes() const noexcept { return m_wishes; }
+    /// Bytes of all contents that wait.
+    std::size_t GetBytes() const noexcept { return m_bytes; }
+
+    const OpenWish& Add(Changes changes, qint64 nowMs);
+    /// The owner has dealt with all up to `number`; these.
+    std::deque<OpenWish> TakeUpTo(quint64 number);
+    /// Everything ends, numbers begin anew.
+    std::deque<OpenWish> TakeAll();
+    /// The next wish that is older than `timeoutMs` and has not been given up, which it is now: its contents
+    /// are in the result alone. Nothing when there is none.
+    std::optional<OpenWish> GiveUpNext(qint64 nowMs, qint64 timeoutMs);
+
+    /// Wishes that are to be sent now, and that are taken for sent then: those that never were and, once a
+    /// second, all; never more than the owner remembers.
+    std::vector<WishMessage> TakeDue(const QUuid& epoch, quint16 channel, qint64 nowMs);
+    /// Sent again as soon as possible.
+    void SendAnew() { m_resendMs = 0; }
+    /// When TakeDue() has something again, and when GiveUpNext() has.
+    qint64 NextSendMs() const;
+    qint64 NextTimeoutMs(qint64 timeoutMs) const;
+
+private:
+    std::deque<OpenWish> m_wishes;
+    std::size_t m_bytes = 0;
+    quint64 m_last = 0;         ///< number of the newest wish
+    quint64 m_sentUpTo = 0;     ///< wishes up to this number have left at least once
+    bool m_mayHaveRoom = false; ///< there may be wishes that have not left and may now
+    qint64 m_resendMs = 0;
+};
+
+} // namespace distribution
