@@ -45,6 +45,7 @@ std::size_t MirrorChannel::CountOpenWishes() const
 void MirrorChannel::Restart(const QString& reason)
 {
     m_number = m_target = m_beatNumber = m_neededNumber = 0;
+    m_fallenBeats = 0;
     m_joined = false;
     m_stateNeeded = true;
     m_askStateMs = m_askPauseMs = 0;
@@ -277,7 +278,13 @@ MirrorChannel::Paths MirrorChannel::endShadows(quint64 number)
 
 void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
 {
-    if (number < std::exchange(m_beatNumber, number)) {
+    // A beat may come twice and late, but not one after the other.
+    if (number >= m_beatNumber) {
+        m_beatNumber = number;
+        m_fallenBeats = 0;
+    } else if (++m_fallenBeats > 1) {
+        m_beatNumber = number;
+        m_fallenBeats = 0;
         trace(2, QStringLiteral("%1: the owner's numbers fall").arg(m_mirror.m_settings.branch));
         m_number = m_target = m_neededNumber = 0;
         m_held.clear();
@@ -385,6 +392,11 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
     std::size_t bytes = 0;
     for (Change& change : changes) {
         const std::size_t size = BytesOf(change.content).size();
+        // What the program has seen is the content of another epoch.
+        if (change.compare && m_number == 0) {
+            Fail({change}, WishResult::Conflict, change.path + QStringLiteral(": the owner's content is not here yet"));
+            continue;
+        }
         if (size + wishBytes / 4 > m_mirror.m_maximumPayload) {
             Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large for the broker"));
             continue;
