@@ -394,7 +394,8 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
         const std::size_t size = BytesOf(change.content).size();
         // What the program has seen is the content of another epoch.
         if (change.compare && m_number == 0) {
-            Fail({change}, WishResult::Conflict, change.path + QStringLiteral(": the owner's content is not here yet"));
+            Fail({change}, WishResult::Conflict,
+                 change.path + QStringLiteral(": the owner's content is not here yet"));
             continue;
         }
         if (size + wishBytes / 4 > m_mirror.m_maximumPayload) {

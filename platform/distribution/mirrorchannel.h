@@ -83,7 +83,7 @@ private:
     quint64 m_number = 0;     ///< of the last entry that has been applied
     quint64 m_target = 0;     ///< of the newest entry that is known to exist
     quint64 m_beatNumber = 0; ///< highest that a beat has said
-    int m_fallenBeats = 0;      ///< beats in a row that said less
+    int m_fallenBeats = 0;    ///< beats in a row that said less
     bool m_joined = false;
     bool m_stateNeeded = true;  ///< entries wait until a state has come
     quint64 m_neededNumber = 0; ///< least number of that state

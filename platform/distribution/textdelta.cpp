@@ -1,7 +1,5 @@
 #include <distribution/textdelta.h>
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -152,16 +150,6 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
     runs.Insert(written, end);
 }
 
-/// Bytes of the text when it is packed fast, as a measure of what sending it whole would cost.
-std::size_t packedSize(const Bytes& text)
-{
-    uLongf size = compressBound(text.size());
-    Bytes packed(size, '\0');
-    compress2(reinterpret_cast<Bytef*>(&packed[0]), &size, reinterpret_cast<const Bytef*>(text.data()),
-              text.size(), Z_BEST_SPEED);
-    return size;
-}
-
 } // namespace
 
 Bytes MakeRuns(const Bytes& from, const Bytes& to)
@@ -210,8 +198,7 @@ Change MakeContentChange(quint32 id, const QString& path, const Content& from, c
     if (text.size() <= Limits::smallContent)
         return change;
     Bytes runs = MakeRuns(BytesOf(from), text);
-    // Packing takes longer than finding the runs, and no text packs to less than a thousandth.
-    if (runs.size() > text.size() / 2000 && runs.size() > packedSize(text) / 2)
+    if (runs.size() > text.size() / 2)
         return change;
     change.operation = Operation::Delta;
     change.checksum = Checksum(text);

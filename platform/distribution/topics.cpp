@@ -178,15 +178,21 @@ Bytes OwnerClientId(const QString& branch)
 
 bool MatchesFilter(const Bytes& filter, const Bytes& topic)
 {
-    const auto wanted = levelsOf(filter);
-    const auto levels = levelsOf(topic);
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
-        if (wanted[i] == "#")
+    std::size_t at = 0; // in the topic, at the beginning of a level
+    std::size_t wanted = 0;
+    for (;;) {
+        if (filter.compare(wanted, Bytes::npos, "#") == 0)
             return true;
-        if (i >= levels.size() || (wanted[i] != "+" && wanted[i] != levels[i]))
+        const std::size_t end = std::min(topic.find('/', at), topic.size());
+        const std::size_t wantedEnd = std::min(filter.find('/', wanted), filter.size());
+        const bool any = wantedEnd == wanted + 1 && filter[wanted] == '+';
+        if (!any && filter.compare(wanted, wantedEnd - wanted, topic, at, end - at) != 0)
             return false;
+        if (end == topic.size() || wantedEnd == filter.size())
+            return end == topic.size() && wantedEnd == filter.size();
+        at = end + 1;
+        wanted = wantedEnd + 1;
     }
-    return wanted.size() == levels.size();
 }
 
 } // namespace distribution

@@ -10,8 +10,8 @@
 
 namespace distribution {
 
-/// The simplest tree that can be owned and mirrored: paths with contents, and collections as maps of texts. A command is
-/// "S<key>=<item>;", "E<key>;" or "C;", and commands in a row are commands too.
+/// The simplest tree that can be owned and mirrored: paths with contents, and collections as maps of texts. A
+/// command is "S<key>=<item>;", "E<key>;" or "C;", and commands in a row are commands too.
 class ModelTree final : public IOwnedTree, public IMirroredTree
 {
 public:
@@ -116,7 +116,8 @@ public:
         });
         tell(Commands(path, commands));
     }
-    void ApplyState(const QString& path, qint32 type, const Bytes& state, const std::vector<Content>& own) override
+    void ApplyState(const QString& path, qint32 type, const Bytes& state,
+                    const std::vector<Content>& own) override
     {
         Item item{type, Bytes(), {}};
         executeAll(item.map, state);
@@ -133,8 +134,10 @@ public:
     {
         QStringList lines;
         for (const auto& [path, item] : items)
-            lines += QStringLiteral("%1 %2 %3").arg(path).arg(item.type).arg(
-                QString::fromStdString(item.content + stateOf(item.map)));
+            lines += QStringLiteral("%1 %2 %3")
+                         .arg(path)
+                         .arg(item.type)
+                         .arg(QString::fromStdString(item.content + stateOf(item.map)));
         return lines;
     }
     /// What a branch begins with.

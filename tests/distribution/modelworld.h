@@ -28,7 +28,7 @@ public:
     MemoryCarrier carrier;
     Topics topics;
     qint64 wakeAtMs = never;
-    std::size_t published = 0; ///< messages
+    std::size_t published = 0;                ///< messages
     std::map<TopicKind, std::size_t> largest; ///< payload
 
 protected:
@@ -64,9 +64,12 @@ public:
     {
         fill(tree);
         const QString branch = settings.branch;
-        owner = std::make_unique<BranchOwner>(std::move(settings), topics, tree, std::move(policy), tree.Initial());
+        owner = std::make_unique<BranchOwner>(std::move(settings), topics, tree, std::move(policy),
+                                              tree.Initial());
         carrier.onUp = [this, &now](std::size_t payload) { perform(owner->OnUp(payload, now)); };
-        carrier.onDown = [this, &now](DownReason reason, const QString&) { perform(owner->OnDown(reason, now)); };
+        carrier.onDown = [this, &now](DownReason reason, const QString&) {
+            perform(owner->OnDown(reason, now));
+        };
         carrier.onMessage = [this, &now](const Bytes& topic, const Bytes& payload) {
             perform(owner->OnMessage(*topics.Parse(topic), payload, now));
         };
@@ -85,7 +88,8 @@ public:
 class MirrorPeer final : public Peer
 {
 public:
-    MirrorPeer(MemoryBroker& broker, const qint64& now, MirrorSettings settings, std::size_t maximumPayload = 64U << 20U)
+    MirrorPeer(MemoryBroker& broker, const qint64& now, MirrorSettings settings,
+               std::size_t maximumPayload = 64U << 20U)
         : Peer(broker, maximumPayload)
     {
         const Bytes presence = topics.Presence(settings.user, settings.session);

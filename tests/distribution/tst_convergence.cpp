@@ -187,7 +187,8 @@ void History::noteExecuted(const distribution::Writer& writer, const Change& cha
         return;
     auto lines = linesOf(BytesOf(change.content));
     for (const auto& line : m_lines)
-        m_ledger.lostUpdates += line.first != nameOf(writer.session) && lines[line.first] != line.second ? 1 : 0;
+        m_ledger.lostUpdates +=
+            line.first != nameOf(writer.session) && lines[line.first] != line.second ? 1 : 0;
     m_lines = std::move(lines);
 }
 
@@ -210,7 +211,8 @@ void History::ownerActs()
         m_owner->Do(RemoveChange(path));
         break;
     case 1:
-        m_owner->Do(ModelTree::Commands(pathOf("c1"), roll(3) == 0 ? "C;" : "S" + std::to_string(roll(6)) + "=o;"));
+        m_owner->Do(
+            ModelTree::Commands(pathOf("c1"), roll(3) == 0 ? "C;" : "S" + std::to_string(roll(6)) + "=o;"));
         break;
     case 2:
         m_owner->Do(AnnounceChange(path, -int(roll(1000)) - 1));
@@ -307,7 +309,8 @@ void History::disturb()
         m_world.broker.Cut(m_owner->carrier, qint64(roll(500)), qint64(roll(800)));
         break;
     default:
-        m_world.broker.Cut(m_writers[roll(m_writers.size())].peer->carrier, qint64(roll(4) == 0 ? 12000 : roll(500)));
+        m_world.broker.Cut(m_writers[roll(m_writers.size())].peer->carrier,
+                           qint64(roll(4) == 0 ? 12000 : roll(500)));
     }
 }
 
@@ -392,7 +395,9 @@ QString History::Run()
     if (!isSettled()) {
         QString states;
         for (const Writer& writer : m_writers)
-            states += QStringLiteral(" %1/%2").arg(int(writer.peer->mirror->GetState())).arg(writer.peer->mirror->GetOpenWishes());
+            states += QStringLiteral(" %1/%2")
+                          .arg(int(writer.peer->mirror->GetState()))
+                          .arg(writer.peer->mirror->GetOpenWishes());
         return QStringLiteral("not settled:") + states;
     }
     return compare();
@@ -400,7 +405,8 @@ QString History::Run()
 
 } // namespace
 
-/// Whatever happens, all ends alike and every wish has one end. KOLTA_CONVERGENCE_SEED and _RUNS repeat a part.
+/// Whatever happens, all ends alike and every wish has one end. KOLTA_CONVERGENCE_SEED and _RUNS repeat a
+/// part.
 class TestConvergence : public QObject
 {
     Q_OBJECT
