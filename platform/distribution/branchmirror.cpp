@@ -11,6 +11,9 @@ namespace distribution {
 
 namespace {
 
+constexpr qint64 firstPauseMs = 1000; ///< between asks for a beat, doubled
+constexpr qint64 longestPauseMs = 10000;
+
 void trace(int tracePoint, const QString& text)
 {
     Startup::ErrorHandler::Instance().trace(
@@ -31,6 +34,8 @@ Output BranchMirror::OnUp(std::size_t maximumPayload, qint64 nowMs)
 {
     m_nowMs = nowMs;
     m_online = true;
+    m_onlineMs = nowMs;
+    m_askBeatMs = m_askBeatPauseMs = 0;
     m_maximumPayload = maximumPayload;
     if (m_state == BranchState::Forbidden)
         setState(BranchState::Unknown);
@@ -63,8 +68,9 @@ Output BranchMirror::OnMessage(const Topic& topic, const Bytes& payload, qint64 
         takeLog(topic.channel, payload);
     } else if (topic.kind == TopicKind::State) {
         const auto part = DecodeStatePart(payload);
-        MirrorChannel* const channel =
-            part && part->epoch == m_epoch ? ensureChannel(topic.channel) : nullptr;
+        // Without knowing the sentinel it could not be kept back.
+        const bool usable = part && part->epoch == m_epoch && isOwnerKnown();
+        MirrorChannel* const channel = usable ? ensureChannel(topic.channel) : nullptr;
         if (channel)
             channel->TakeStatePart(*part, nowMs);
     }
@@ -216,12 +222,12 @@ void BranchMirror::takeLive(const LiveMessage& live)
         withdraw();
         return;
     }
+    m_live = live;
     if (live.state == LiveState::Dead) {
         m_deadSinceMs = std::min(m_deadSinceMs, m_nowMs);
         return;
     }
     m_deadSinceMs = never;
-    m_live = live;
     for (const ChannelName& name : live.channels)
         ensureChannel(name.channel);
 }
@@ -246,6 +252,7 @@ void BranchMirror::follow(const QUuid& epoch)
     m_epoch = epoch;
     m_followedMs = m_nowMs;
     m_beatSeenMs = -1;
+    m_askBeatMs = m_askBeatPauseMs = 0;
     m_silentSinceMs = m_deadSinceMs = never;
     for (const auto& channel : m_channels)
         channel.second->Restart(first ? QStringLiteral("no owner was there")
@@ -253,8 +260,6 @@ void BranchMirror::follow(const QUuid& epoch)
     dropCollections();
     if (m_otherLive.epoch == epoch)
         m_live = m_otherLive;
-    m_live.epoch = epoch;
-    m_live.channels.clear();
     if (m_otherLive.epoch == epoch) {
         for (const ChannelName& name : m_otherLive.channels)
             ensureChannel(name.channel);
@@ -339,8 +344,8 @@ qint64 BranchMirror::lostAtMs() const
 
 bool BranchMirror::isComplete() const
 {
-    return std::all_of(m_channels.begin(), m_channels.end(),
-                       [](const auto& channel) { return channel.second->IsCaughtUp(); });
+    return isOwnerKnown() && std::all_of(m_channels.begin(), m_channels.end(),
+                                         [](const auto& channel) { return channel.second->IsCaughtUp(); });
 }
 
 /// Follows from what has been seen which state the branch is in.
@@ -383,6 +388,25 @@ bool BranchMirror::maySend() const
            (m_state == BranchState::Live || (m_state == BranchState::Joining && m_beatSeenMs >= 0));
 }
 
+/// Nothing is taken for alive before it has beaten, so a beat is asked for: as what follows the last number
+/// of all.
+void BranchMirror::askForBeat(Output& out)
+{
+    if (m_beatSeenMs >= std::max(m_onlineMs, m_followedMs) && isOwnerKnown())
+        return;
+    if (m_nowMs >= m_askBeatMs) {
+        if (!isOwnerKnown())
+            out.subscribe.push_back(m_topics.Live(m_settings.branch));
+        m_askBeatPauseMs =
+            std::min(longestPauseMs, m_askBeatPauseMs == 0 ? firstPauseMs : 2 * m_askBeatPauseMs);
+        m_askBeatMs = m_nowMs + m_askBeatPauseMs;
+        const AskMessage ask{m_epoch, 0, std::numeric_limits<quint64>::max()};
+        out.publish.push_back({upTopic(), Encode(ask), Delivery::AtLeastOnce, false,
+                               static_cast<quint32>(m_settings.wishTimeoutMs)});
+    }
+    out.wakeAtMs = std::min(out.wakeAtMs, m_askBeatMs);
+}
+
 Output BranchMirror::finish()
 {
     for (const auto& channel : m_channels)
@@ -395,6 +419,8 @@ Output BranchMirror::finish()
             channel->Speak(out, maySend(), m_nowMs);
         out.wakeAtMs = std::min(out.wakeAtMs, channel->NextMs(following && maySend()));
     }
+    if (following && m_online)
+        askForBeat(out);
     if (!following || m_state == BranchState::Lost)
         return out;
     const bool silent = m_silentSinceMs != never;

@@ -146,8 +146,10 @@ private:
     void setState(BranchState state);
     void hideSentinel();
     void showSentinel();
+    bool isOwnerKnown() const noexcept { return m_live.epoch == m_epoch; }
     bool isComplete() const;
     bool maySend() const;
+    void askForBeat(Output& out);
     qint64 silentAtMs() const;
     qint64 lostAtMs() const;
     Output finish();
@@ -159,13 +161,16 @@ private:
     std::map<QString, qint32> m_leftovers; ///< collections of a former epoch that this one has not shown yet
     QUuid m_epoch;
     QUuid m_withdrawn;       ///< epoch that has left; it never comes back
-    LiveMessage m_live;      ///< of the followed owner
+    LiveMessage m_live;      ///< of the followed owner, or still of the former one
     LiveMessage m_otherLive; ///< last claim of another one
     BranchState m_state = BranchState::Unknown;
     std::size_t m_maximumPayload = 0;
     qint64 m_nowMs = 0; ///< time of the input at hand
     qint64 m_beatSeenMs = -1;
     qint64 m_followedMs = 0;
+    qint64 m_onlineMs = 0;
+    qint64 m_askBeatMs = 0;
+    qint64 m_askBeatPauseMs = 0;
     qint64 m_silentSinceMs = never;
     qint64 m_deadSinceMs = never; ///< the broker has said that the followed owner is dead
     bool m_online = false;

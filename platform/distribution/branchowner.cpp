@@ -59,10 +59,7 @@ BranchOwner::~BranchOwner() = default;
 
 Will BranchOwner::GetWill() const
 {
-    LiveMessage message;
-    message.epoch = m_settings.epoch;
-    message.state = LiveState::Dead;
-    return {m_topics.Live(m_settings.branch), Encode(message)};
+    return {m_topics.Live(m_settings.branch), Encode(liveMessage(LiveState::Dead))};
 }
 
 Output BranchOwner::OnUp(std::size_t maximumPayload, qint64 nowMs)
@@ -385,7 +382,7 @@ void BranchOwner::takeAsk(const AskMessage& ask, qint64 nowMs)
     if (!channel)
         return;
     if (ask.from > channel->GetNewest()) {
-        m_beatAtMs = nowMs;
+        m_beatAtMs = std::min(m_beatAtMs, nowMs + gatherAsksMs);
     } else if (!channel->CanReplay(ask.from)) {
         askState(*channel, nowMs);
     } else {
@@ -433,7 +430,7 @@ void BranchOwner::removeExpired(qint64 nowMs)
         record(m_tree.Execute(Writer(), removals).changes, nullptr, {});
 }
 
-void BranchOwner::publishLive(LiveState state)
+LiveMessage BranchOwner::liveMessage(LiveState state) const
 {
     LiveMessage message;
     message.epoch = m_settings.epoch;
@@ -444,8 +441,13 @@ void BranchOwner::publishLive(LiveState state)
     message.sentinel = m_settings.sentinel;
     for (const auto& [number, channel] : m_channels)
         message.channels.push_back({number, channel->GetPath()});
+    return message;
+}
+
+void BranchOwner::publishLive(LiveState state)
+{
     m_out.publish.push_back(
-        {m_topics.Live(m_settings.branch), Encode(message), Delivery::AtLeastOnce, true, 0});
+        {m_topics.Live(m_settings.branch), Encode(liveMessage(state)), Delivery::AtLeastOnce, true, 0});
     m_liveAtMs = never;
 }
 

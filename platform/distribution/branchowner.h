@@ -126,6 +126,7 @@ private:
     void takeForeignBeat(const QUuid& epoch, qint64 nowMs);
     void displace();
     void removeExpired(qint64 nowMs);
+    LiveMessage liveMessage(LiveState state) const;
     void publishLive(LiveState state);
     void publishBeat(qint64 nowMs);
     void publishLogs();

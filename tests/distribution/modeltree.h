@@ -55,6 +55,8 @@ public:
             m_local.push_back(change);
         return true;
     }
+    /// Whether something was done that nobody has taken yet.
+    bool HasChanges() const { return !m_local.empty(); }
     static Change Commands(const QString& path, const Bytes& commands)
     {
         values::CommandScope scope;
@@ -129,15 +131,17 @@ public:
     void OnWishFailed(const FailedWish& wish) override { failed.push_back(wish); }
     void OnStateChanged(BranchState state) override { states.push_back(state); }
 
-    /// Everything, an item a line, to be compared.
+    /// Everything, an item a line, to be compared; of long contents both ends and the checksum.
     QStringList Dump() const
     {
         QStringList lines;
-        for (const auto& [path, item] : items)
-            lines += QStringLiteral("%1 %2 %3")
-                         .arg(path)
-                         .arg(item.type)
-                         .arg(QString::fromStdString(item.content + stateOf(item.map)));
+        for (const auto& [path, item] : items) {
+            Bytes content = item.content + stateOf(item.map);
+            if (content.size() > 100)
+                content = content.substr(0, 40) + "..." + std::to_string(Checksum(content)) + "..." +
+                          content.substr(content.size() - 40);
+            lines += QStringLiteral("%1 %2 %3").arg(path).arg(item.type).arg(QString::fromStdString(content));
+        }
         return lines;
     }
     /// What a branch begins with.

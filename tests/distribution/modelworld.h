@@ -18,18 +18,16 @@ public:
 
     virtual void OnTime(qint64 nowMs) = 0;
     /// The program changes something.
-    bool Do(const Change& change)
-    {
-        wakeAtMs = 0;
-        return tree.Do(change);
-    }
+    bool Do(const Change& change) { return tree.Do(change); }
+    /// When OnTime() is due.
+    qint64 NextMs() const { return tree.HasChanges() ? 0 : wakeAtMs; }
 
     ModelTree tree;
     MemoryCarrier carrier;
     Topics topics;
     qint64 wakeAtMs = never;
-    std::size_t published = 0;                ///< messages
-    std::map<TopicKind, std::size_t> largest; ///< payload
+    std::map<TopicKind, int> published;       ///< messages
+    std::map<TopicKind, std::size_t> largest; ///< of their payloads
 
 protected:
     void perform(Output out)
@@ -43,9 +41,9 @@ protected:
                 out.publish.push_back(std::move(part));
         }
         for (Publication& publication : out.publish) {
-            auto& most = largest[topics.Parse(publication.topic)->kind];
-            most = std::max(most, publication.payload.size());
-            ++published;
+            const TopicKind kind = topics.Parse(publication.topic)->kind;
+            largest[kind] = std::max(largest[kind], publication.payload.size());
+            ++published[kind];
             carrier.Publish(std::move(publication));
         }
         wakeAtMs = out.wakeAtMs;
@@ -126,13 +124,13 @@ public:
         for (;;) {
             qint64 next = broker.NextEventMs();
             for (const Peer* peer : m_peers)
-                next = std::min(next, peer->wakeAtMs);
+                next = std::min(next, peer->NextMs());
             if (next > endMs)
                 break;
             now = std::max(now, next);
             broker.Advance(now);
             for (Peer* peer : m_peers) {
-                if (peer->wakeAtMs <= now)
+                if (peer->NextMs() <= now)
                     peer->OnTime(now);
             }
         }

@@ -418,7 +418,12 @@ private Q_SLOTS:
 void TestConvergence::randomHistories()
 {
     const bool chosen = qEnvironmentVariableIsSet("KOLTA_CONVERGENCE_RUNS");
-    const int runs = chosen ? qEnvironmentVariableIntValue("KOLTA_CONVERGENCE_RUNS") : 10000;
+#ifdef __SANITIZE_ADDRESS__
+    constexpr int all = 1000;
+#else
+    constexpr int all = 10000;
+#endif
+    const int runs = chosen ? qEnvironmentVariableIntValue("KOLTA_CONVERGENCE_RUNS") : all;
     const quint64 first = qEnvironmentVariableIsSet("KOLTA_CONVERGENCE_SEED")
                               ? qgetenv("KOLTA_CONVERGENCE_SEED").toULongLong()
                               : 1;

@@ -1,0 +1,437 @@
+#include "../rows.h"
+
+#include <distribution/messages.h>
+#include <distribution/statetransfer.h>
+#include <distribution/textdelta.h>
+#include <distribution/topics.h>
+#include <distribution/writepolicy.h>
+
+#include <QTest>
+
+#include <random>
+
+using namespace distribution;
+
+Q_DECLARE_METATYPE(distribution::Bytes)
+
+namespace {
+
+const QUuid epoch(0x00112233, 0x4455, 0x6677, 0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff);
+const QUuid session(0xffffffff, 0x4455, 0x6677, 0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0x01);
+const Bytes epochHex = "33221100554477668899aabbccddeeff";
+const Bytes sessionHex = "ffffffff554477668899aabbccddee01";
+
+Bytes bytesOf(const Bytes& hex)
+{
+    return QByteArray::fromHex(QByteArray::fromStdString(hex)).toStdString();
+}
+
+Change withId(Change change, quint32 id)
+{
+    change.id = id;
+    return change;
+}
+
+/// One of each kind of change.
+Changes everyChange()
+{
+    const QString path = QStringLiteral("/a");
+    Change delta = SetChange(path, MakeContent(bytesOf("00 00000000 02000000")));
+    delta.operation = Operation::Delta;
+    delta.checksum = 7;
+    return {
+        withId(AddChange(path, 1, MakeContent("x")), 1), withId(RemoveChange(path), 1),
+        withId(SetChange(path, MakeContent("y")), 1),    withId(delta, 1),
+        withId(AnnounceChange(path, 19, true), 1),       withId(CommandsChange(path, MakeContent("c")), 1)};
+}
+
+Bytes logOf(const Entry& entry)
+{
+    return EncodeLogHead(epoch, 5, 1) + EncodeEntry(entry);
+}
+
+/// Decodes a message by its kind and encodes it again; empty when it was refused.
+Bytes again(const Bytes& bytes)
+{
+    const auto encoded = [](const auto& message) { return message ? Encode(*message) : Bytes(); };
+    switch (KindOf(bytes).value_or(MessageKind::Ask)) {
+    case MessageKind::Live:
+        return encoded(DecodeLive(bytes));
+    case MessageKind::Beat:
+        return encoded(DecodeBeat(bytes));
+    case MessageKind::State:
+        return encoded(DecodeStatePart(bytes));
+    case MessageKind::Wish:
+        return encoded(DecodeWish(bytes));
+    case MessageKind::Ask:
+        return encoded(DecodeAsk(bytes));
+    case MessageKind::Presence:
+        return encoded(DecodePresence(bytes));
+    case MessageKind::Log:
+        break;
+    }
+    const auto log = DecodeLog(bytes);
+    if (!log)
+        return Bytes();
+    Bytes out = EncodeLogHead(log->epoch, log->first, log->count);
+    values::ByteReader in = log->entries;
+    for (quint32 i = 0; i < log->count; ++i) {
+        const auto entry = DecodeEntry(in);
+        if (!entry)
+            return Bytes();
+        out += EncodeEntry(*entry);
+    }
+    return out;
+}
+
+Snapshot snapshotOf(int items)
+{
+    Snapshot snapshot;
+    snapshot.sessions = {{session, 9, {{8, {1, WishResult::Conflict, QStringLiteral("no")}}}}};
+    for (int i = 0; i < items; ++i)
+        snapshot.items.push_back({quint32(2 * i + 1), QStringLiteral("/a%1").arg(i), 1,
+                                  MakeContent("text " + std::to_string(i * 7919))});
+    return snapshot;
+}
+
+} // namespace
+
+class TestMessages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void goldenBytes_data();
+    void goldenBytes();
+    void badPathsAndTexts_data();
+    void badPathsAndTexts();
+    void statesInParts();
+    void randomDeltas();
+    void badRuns_data();
+    void badRuns();
+    void topics_data();
+    void topics();
+    void serversRights_data();
+    void serversRights();
+};
+
+/// The bytes never change; docs/distribution.md shows them. What is shorter or longer is refused.
+void TestMessages::goldenBytes_data()
+{
+    QTest::addColumn<Bytes>("message");
+    QTest::addColumn<Bytes>("hex");
+    LiveMessage live{epoch,
+                     LiveState::Alive,
+                     QStringLiteral("h"),
+                     5000,
+                     {QStringLiteral("/a")},
+                     QStringLiteral("/a/s"),
+                     {{0, QString()}, {1, QStringLiteral("/a/m")}}};
+    addRow("live", Encode(live),
+           "0100" + epochHex +
+               "01"
+               "2b000000"
+               "0100000068"
+               "88130000"
+               "0100"
+               "020000002f61"
+               "040000002f612f73"
+               "0200"
+               "000000000000"
+               "0100040000002f612f6d");
+    addRow("beat", Encode(BeatMessage{epoch, {{0, 5}, {1, 2}}}),
+           "0200" + epochHex +
+               "0200"
+               "00000500000000000000"
+               "01000200000000000000");
+    addRow("log", logOf({session, 3, {{1, WishResult::Refused, QStringLiteral("no")}}, everyChange()}),
+           "0300" + epochHex +
+               "0500000000000000"
+               "01000000"
+               "84000000" +
+               sessionHex +
+               "0300000000000000"
+               "01000000"
+               "01000000"
+               "01"
+               "020000006e6f"
+               "01"
+               "01000000"
+               "020000002f61"
+               "01000000"
+               "0100000078"
+               "02"
+               "01000000"
+               "03"
+               "01000000"
+               "0100000079"
+               "04"
+               "01000000"
+               "07000000"
+               "09000000"
+               "000000000002000000"
+               "05"
+               "01000000"
+               "13000000"
+               "01"
+               "06"
+               "01000000"
+               "0100000063");
+    addRow("log of an entry too large", EncodeLogHead(epoch, 5, 0),
+           "0300" + epochHex +
+               "0500000000000000"
+               "00000000");
+    const Bytes part = "abc";
+    addRow("state",
+           Encode(StatePart{epoch, 5, 1, 2, true, 6, 7, values::ByteReader(part.data(), part.size())}),
+           "0400" + epochHex +
+               "0500000000000000"
+               "0100"
+               "0200"
+               "01"
+               "06000000"
+               "07000000"
+               "616263");
+    Change compared = SetChange(QStringLiteral("/a"), MakeContent("y"));
+    compared.base = 4;
+    addRow("wish",
+           Encode(WishMessage{
+               epoch,
+               1,
+               3,
+               {compared, RemoveChange(QStringLiteral("/a")), AnnounceChange(QStringLiteral("/a"), 3)}}),
+           "0500" + epochHex +
+               "0100"
+               "0300000000000000"
+               "03"
+               "020000002f61"
+               "0400000000000000"
+               "0100000079"
+               "02"
+               "020000002f61"
+               "05"
+               "020000002f61"
+               "03000000");
+    addRow("ask", Encode(AskMessage{epoch, 1, 6}),
+           "0600" + epochHex +
+               "0100"
+               "0600000000000000");
+    addRow("presence", Encode(PresenceMessage{QStringLiteral("h"), QStringLiteral("p")}),
+           Bytes("0700"
+                 "00000000000000000000000000000000"
+                 "0100000068"
+                 "0100000070"));
+}
+
+void TestMessages::goldenBytes()
+{
+    QFETCH(Bytes, message);
+    QFETCH(Bytes, hex);
+    QCOMPARE(QByteArray::fromStdString(message).toHex(), QByteArray::fromStdString(hex));
+    QCOMPARE(again(message), message);
+    const bool endless = *KindOf(message) == MessageKind::State;
+    for (std::size_t size = 0; size < message.size(); ++size) {
+        const Bytes cut = again(message.substr(0, size));
+        // A wish may end between two changes, and a state's part anywhere; neither gives what is not there.
+        QVERIFY(cut.empty() || cut == message.substr(0, size));
+        QVERIFY(cut.empty() || *KindOf(message) == MessageKind::Wish || endless);
+    }
+    QVERIFY(endless || again(message + '\0').empty());
+    QVERIFY(KindOf(message + "x") && !KindOf(Bytes()) && !KindOf("\x08"));
+}
+
+void TestMessages::badPathsAndTexts_data()
+{
+    QTest::addColumn<Bytes>("path");
+    QTest::addColumn<bool>("good");
+    addRow("good", Bytes("/a/b"), true);
+    addRow("non-ASCII", Bytes("/\xc3\xa4"), true);
+    addRow("empty", Bytes(), false);
+    addRow("the root", Bytes("/"), false);
+    addRow("relative", Bytes("a"), false);
+    addRow("slash behind", Bytes("/a/"), false);
+    addRow("empty name", Bytes("/a//b"), false);
+    addRow("no UTF-8", Bytes("/\xff"), false);
+    addRow("overlong slash", Bytes("/a\xc0\xaf"), false);
+    addRow("longest", '/' + Bytes(4095, 'x'), true);
+    addRow("too long", '/' + Bytes(4096, 'x'), false);
+}
+
+void TestMessages::badPathsAndTexts()
+{
+    QFETCH(Bytes, path);
+    QFETCH(bool, good);
+    Bytes wish = Encode(WishMessage{epoch, 0, 1, {}});
+    wish += char(Operation::Remove);
+    values::AppendInteger(wish, quint32(path.size()));
+    wish += path;
+    QCOMPARE(DecodeWish(wish).has_value(), good);
+}
+
+void TestMessages::statesInParts()
+{
+    for (const int items : {0, 3, 2000}) {
+        const Snapshot snapshot = snapshotOf(items);
+        QVERIFY(SizeBound(snapshot) >= EncodeSnapshot(snapshot).size());
+        const auto parts = Pack({epoch, 4, snapshot, "t", 1000, 100});
+        QVERIFY(items < 2000 || parts[1].payload.size() > 1000);
+        QCOMPARE(parts.size(), std::size_t(100));
+        StateAssembler assembler(1U << 20U);
+        StateAssembler::State state;
+        int complete = 0;
+        for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
+            if (!part->payload.empty())
+                complete += assembler.Take(*DecodeStatePart(part->payload), state) ==
+                            StateAssembler::Progress::Complete;
+        }
+        QCOMPARE(complete, 1);
+        QCOMPARE(EncodeSnapshot(state.snapshot), EncodeSnapshot(snapshot));
+        // A part that was changed on its way, and a whole that is larger than allowed.
+        Bytes wrong = parts[0].payload;
+        wrong.back() = char(wrong.back() + 1);
+        StateAssembler small(40);
+        for (StateAssembler* const other : {&assembler, &small}) {
+            bool broken = false;
+            for (const Publication& part : parts) {
+                const Bytes& payload = &part == &parts[0] && other == &assembler ? wrong : part.payload;
+                const auto decoded = DecodeStatePart(payload);
+                if (decoded)
+                    broken = other->Take(*decoded, state) == StateAssembler::Progress::Broken || broken;
+            }
+            QVERIFY(broken);
+        }
+    }
+}
+
+/// Whatever was edited, both ends have the same text, and a small edit makes a small delta.
+void TestMessages::randomDeltas()
+{
+    const auto seed = std::random_device{}();
+    qInfo("seed %u", seed);
+    std::mt19937 random(seed);
+    for (int run = 0; run < 400; ++run) {
+        Bytes from;
+        for (std::size_t lines = random() % 300; lines > 0; --lines)
+            from += "line " + std::to_string(random() % (run % 3 ? 1000000 : 3)) + '\n';
+        Bytes to = from;
+        std::size_t edited = 0;
+        for (auto edits = random() % 4; edits > 0; --edits) {
+            const std::size_t at = random() % (to.size() + 1);
+            const std::size_t count = std::min<std::size_t>(random() % 50, to.size() - at);
+            const Bytes moved = to.substr(at, count);
+            to.erase(at, count);
+            to.insert(random() % (to.size() + 1), random() % 2 ? moved : Bytes(random() % 60, 'z'));
+            edited += 400;
+        }
+        const Bytes runs = MakeRuns(from, to);
+        QCOMPARE(ApplyRuns(from, runs, 1U << 20U), std::optional(to));
+        QVERIFY(runs.size() <= 20 + edited);
+        QVERIFY(to.empty() || !ApplyRuns(from, runs, to.size() - 1));
+        const Change change = MakeContentChange(1, QStringLiteral("/a"), MakeContent(from), MakeContent(to));
+        QVERIFY(change.operation == Operation::Set
+                    ? BytesOf(change.content) == to
+                    : BytesOf(change.content) == runs && change.checksum == Checksum(to));
+        QVERIFY(to.size() > 1024 || change.operation == Operation::Set);
+    }
+}
+
+void TestMessages::badRuns_data()
+{
+    QTest::addColumn<Bytes>("hex");
+    addRow("unknown kind", Bytes("02 00000000"));
+    addRow("copy from behind the end", Bytes("00 03000000 02000000"));
+    addRow("copy from far behind", Bytes("00 ffffffff 02000000"));
+    addRow("copy cut", Bytes("00 00000000 0200"));
+    addRow("insertion cut", Bytes("01 03000000 6162"));
+    addRow("more than allowed", Bytes("00 00000000 04000000 00 00000000 04000000 01 01000000 61"));
+}
+
+void TestMessages::badRuns()
+{
+    QFETCH(Bytes, hex);
+    QVERIFY(!ApplyRuns("text", bytesOf(hex), 8));
+}
+
+void TestMessages::topics_data()
+{
+    QTest::addColumn<Bytes>("topic");
+    QTest::addColumn<QString>("branch"); // null: no topic of these
+    const Bytes id = "/00112233-4455-6677-8899-aabbccddeeff";
+    addRow("live", Topics("site/kolta/").Live(QStringLiteral("S/1 #%+ä")), QStringLiteral("S/1 #%+ä"));
+    addRow("log", Topics("site/kolta").Log(QStringLiteral("$S"), 65535), QStringLiteral("$S"));
+    addRow("state", Topics("site/kolta").State(QStringLiteral("S"), 2) + "/7", QStringLiteral("S"));
+    addRow("up", Topics("site/kolta").Up(QStringLiteral("S"), "a b", epoch), QStringLiteral("S"));
+    addRow("presence", Topics("site/kolta").Presence("u", epoch), QStringLiteral(""));
+    for (const char* const bad :
+         {"other/1/b/S/live", "site/kolta/2/b/S/live", "site/kolta/1/b/S", "site/kolta/1/b//live",
+          "site/kolta/1/b/S/dead", "site/kolta/1/b/%2f/live", "site/kolta/1/b/%41/live",
+          "site/kolta/1/b/S/log/65536", "site/kolta/1/b/S/log/01", "site/kolta/1/b/S/log/",
+          "site/kolta/1/b/S/state/1", "site/kolta/1/b/S/up/u/1", "site/kolta/1/c/u"})
+        addRow(bad, Bytes(bad), QString());
+    addRow("no user", "site/kolta/1/c/" + id, QString());
+}
+
+void TestMessages::topics()
+{
+    QFETCH(Bytes, topic);
+    QFETCH(QString, branch);
+    const auto parsed = Topics("site/kolta").Parse(topic);
+    QCOMPARE(parsed.has_value(), !branch.isNull());
+    if (!parsed)
+        return;
+    QCOMPARE(parsed->branch, branch);
+    const bool up = parsed->kind == TopicKind::Up || parsed->kind == TopicKind::Presence;
+    QCOMPARE(parsed->session, up ? epoch : QUuid());
+    const Topics names("site/kolta");
+    std::vector<Bytes> filters = names.MirrorFilters();
+    filters.push_back(names.StateFilter(parsed->branch, parsed->channel));
+    for (const Bytes& filter : names.OwnerFilters(branch))
+        filters.push_back(filter);
+    QVERIFY(std::any_of(filters.begin(), filters.end(),
+                        [&](const Bytes& filter) { return MatchesFilter(filter, topic); }));
+    QVERIFY(!MatchesFilter(names.Live(QStringLiteral("T")), topic) && !MatchesFilter(topic + "/+", topic));
+}
+
+void TestMessages::serversRights_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<Bytes>(
+        "allowed"); // of: add remove set announce commands; compare-and-set; set an own item
+    const auto row = [](const char* path, const char* allowed) {
+        addRow(path, QStringLiteral("/S/ADMINISTRATION") + QLatin1String(path), Bytes(allowed));
+    };
+    row("/RequestsNode/id1", "add announce-own set-own remove-own");
+    row("/RequestsNode", "remove-own");
+    row("/StopResource", "set announce compare set-own announce-own remove-own");
+    row("/StopResource/below", "remove-own");
+    row("/Resources", "compare remove-own");
+    row("/WorkingState", "remove-own");
+    row("/ShortTime/Profiles", "commands remove-own");
+    addRow("elsewhere", QStringLiteral("/S/ADMINISTRATION2/Resources"), Bytes());
+}
+
+void TestMessages::serversRights()
+{
+    QFETCH(QString, path);
+    QFETCH(Bytes, allowed);
+    const ServerPolicy policy(QStringLiteral("/S/ADMINISTRATION"));
+    const Writer writer{"u", session};
+    const std::map<Bytes, std::tuple<Operation, bool, bool>> kinds{
+        {"add", {Operation::Add, false, false}},
+        {"remove", {Operation::Remove, false, false}},
+        {"set", {Operation::Set, false, false}},
+        {"announce", {Operation::Announce, false, false}},
+        {"commands", {Operation::Commands, false, false}},
+        {"compare", {Operation::Set, true, false}},
+        {"set-own", {Operation::Set, false, true}},
+        {"remove-own", {Operation::Remove, false, true}},
+        {"announce-own", {Operation::Announce, false, true}}};
+    for (const auto& [name, kind] : kinds) {
+        const auto& [operation, compare, own] = kind;
+        const bool expected = (' ' + allowed + ' ').find(' ' + name + ' ') != Bytes::npos;
+        QVERIFY2(policy.Allows({writer, path, operation, compare, own}) == expected, name.c_str());
+    }
+}
+
+QTEST_GUILESS_MAIN(TestMessages)
+#include "tst_messages.moc"
