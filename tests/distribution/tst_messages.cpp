@@ -148,7 +148,7 @@ void TestMessages::goldenBytes_data()
            "0300" + epochHex +
                "0500000000000000"
                "01000000"
-               "84000000" +
+               "74000000" +
                sessionHex +
                "0300000000000000"
                "01000000"
@@ -401,7 +401,7 @@ void TestMessages::serversRights_data()
         addRow(path, QStringLiteral("/S/ADMINISTRATION") + QLatin1String(path), Bytes(allowed));
     };
     row("/RequestsNode/id1", "add announce-own set-own remove-own");
-    row("/RequestsNode", "remove-own");
+    row("/RequestsNode", "announce-own set-own remove-own");
     row("/StopResource", "set announce compare set-own announce-own remove-own");
     row("/StopResource/below", "remove-own");
     row("/Resources", "compare remove-own");
