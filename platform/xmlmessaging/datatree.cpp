@@ -2,7 +2,9 @@
 
 #include "treedata.h"
 #include "xmlappender.h"
-#include "xmlcheck.h"
+
+#include <xmltext/characters.h>
+#include <xmltext/scanner.h>
 
 #include <cstring>
 #include <limits>
@@ -78,48 +80,6 @@ pugi::xml_node appendNode(XmlAppender& out, pugi::xml_node node)
     return node.first_child();
 }
 
-bool isXmlUnit(const QString& text, int i)
-{
-    const ushort unit = text.at(i).unicode();
-    if (unit < 0x20)
-        return unit == '\t' || unit == '\n' || unit == '\r';
-    if (unit < 0xD800 || unit > 0xDFFF)
-        return unit < 0xFFFE;
-    const bool high = unit < 0xDC00;
-    const int other = high ? i + 1 : i - 1;
-    return other >= 0 && other < text.size() &&
-           (high ? text.at(other).isLowSurrogate() : text.at(other).isHighSurrogate());
-}
-
-/// UTF-8 of `text`, with U+FFFD for what XML cannot carry.
-QByteArray toXmlUtf8(const QString& text)
-{
-    for (int i = 0; i < text.size(); ++i) {
-        if (isXmlUnit(text, i))
-            continue;
-        QString clean = text;
-        for (; i < text.size(); ++i) {
-            if (!isXmlUnit(text, i))
-                clean[i] = QChar(QChar::ReplacementCharacter);
-        }
-        return clean.toUtf8();
-    }
-    return text.toUtf8();
-}
-
-/// A name that keeps the text well-formed whatever the caller gave.
-QByteArray toXmlName(QByteArray name)
-{
-    for (char& c : name) {
-        const bool letter =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || (c & 0x80);
-        const bool further = (c >= '0' && c <= '9') || c == '-' || c == '.';
-        if (!letter && !(further && &c != name.constData()))
-            c = '_';
-    }
-    return name.isEmpty() ? QByteArrayLiteral("_") : name;
-}
-
 std::string directText(pugi::xml_node element)
 {
     std::string text;
@@ -161,14 +121,25 @@ bool Document::parse(QByteArray text, int maxDepth, QString& error)
     m_text = std::move(text);
     // Unlike the bytes that came, which may be foreign memory, those got for writing end with a zero.
     char* const bytes = m_text.data();
-    if (!checkXml(bytes, m_text.size(), maxDepth, error))
+    XmlText::Rules rules;
+    rules.maxDepth = maxDepth;
+    rules.instructions = false;
+    rules.utf8 = true;
+    if (!XmlText::isWellFormed(bytes, m_text.size(), rules, error))
         return false;
     constexpr unsigned int kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
     const pugi::xml_parse_result result = xml.load_buffer_inplace(
         bytes, static_cast<std::size_t>(m_text.size()), kOptions, pugi::encoding_utf8);
     if (!result)
-        error = malformed(result.description(), static_cast<quint64>(result.offset), "matching tags");
+        error = QString::fromLatin1(result.description());
     return result;
+}
+
+QString Document::complaintAt(pugi::xml_node node, const char* what, const char* expected) const
+{
+    const auto position = static_cast<int>(qMax(std::ptrdiff_t(0), node.offset_debug()));
+    return XmlText::toMessage({position, QLatin1String(what), QLatin1String(expected)},
+                              reinterpret_cast<const uchar*>(m_text.constData()));
 }
 
 TreeData* Document::addTree(pugi::xml_node node)
@@ -214,15 +185,7 @@ void appendXml(XmlAppender& out, pugi::xml_node element)
 
 void appendEscaped(XmlAppender& out, const QString& text)
 {
-    out.escaped(toXmlUtf8(text).constData(), XmlAppender::eAttribute);
-}
-
-QString textFromUtf8(std::string_view bytes)
-{
-    QString text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
-    if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
-        text.prepend(QChar(QChar::ByteOrderMark));
-    return text;
+    out.escaped(XmlText::toUtf8(text).constData(), XmlAppender::eAttribute);
 }
 
 bool parseUInt(const char* text, quint64& value) noexcept
@@ -262,7 +225,7 @@ void TreeHandle::release() const noexcept
 
 QString CConstElement::name() const
 {
-    return detail::textFromUtf8(pugi::xml_node(m_node).name());
+    return XmlText::textFromUtf8(pugi::xml_node(m_node).name());
 }
 
 bool CConstElement::hasName(const char* name) const noexcept
@@ -272,12 +235,12 @@ bool CConstElement::hasName(const char* name) const noexcept
 
 QString CConstElement::text() const
 {
-    return detail::textFromUtf8(detail::directText(pugi::xml_node(m_node)));
+    return XmlText::textFromUtf8(detail::directText(pugi::xml_node(m_node)));
 }
 
 QString CConstElement::attribute(const char* name) const
 {
-    return detail::textFromUtf8(pugi::xml_node(m_node).attribute(name).value());
+    return XmlText::textFromUtf8(pugi::xml_node(m_node).attribute(name).value());
 }
 
 bool CConstElement::hasAttribute(const char* name) const noexcept
@@ -328,8 +291,7 @@ CConstElement CConstElement::next(const char* name) const noexcept
 
 CElement CElement::append(const char* name)
 {
-    return CElement(
-        pugi::xml_node(m_node).append_child(detail::toXmlName(name).constData()).internal_object());
+    return CElement(pugi::xml_node(m_node).append_child(XmlText::toName(name).constData()).internal_object());
 }
 
 CElement CElement::append(const char* name, const QString& text)
@@ -355,17 +317,17 @@ void CElement::setText(const QString& text)
         child = following;
     }
     if (!text.isEmpty())
-        element.prepend_child(pugi::node_pcdata).set_value(detail::toXmlUtf8(text).constData());
+        element.prepend_child(pugi::node_pcdata).set_value(XmlText::toUtf8(text).constData());
 }
 
 void CElement::setAttribute(const char* name, const QString& value)
 {
     pugi::xml_node element(m_node);
-    const QByteArray xmlName = detail::toXmlName(name);
+    const QByteArray xmlName = XmlText::toName(name);
     pugi::xml_attribute attribute = element.attribute(xmlName.constData());
     if (!attribute)
         attribute = element.append_attribute(xmlName.constData());
-    attribute.set_value(detail::toXmlUtf8(value).constData());
+    attribute.set_value(XmlText::toUtf8(value).constData());
 }
 
 void CElement::setAttribute(const char* name, quint64 value)
@@ -376,7 +338,7 @@ void CElement::setAttribute(const char* name, quint64 value)
 CDataTree::CDataTree(const CTagname& root)
 {
     const detail::DocumentHolder document;
-    pugi::xml_node node = document->xml.append_child(detail::toXmlName(root.toString().toUtf8()).constData());
+    pugi::xml_node node = document->xml.append_child(XmlText::toName(root.toString().toUtf8()).constData());
     m_data = detail::TreeHandle(document->addTree(node));
 }
 

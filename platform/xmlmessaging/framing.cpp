@@ -1,7 +1,5 @@
 #include "framing.h"
 
-#include "xmlcheck.h"
-
 #include <charconv>
 #include <limits>
 
@@ -144,7 +142,8 @@ bool FrameReader::takeChunk()
 
 void FrameReader::fail(const char* what, quint64 position, const char* expected)
 {
-    m_error = XmlCommon::detail::malformed(what, position, expected);
+    m_error = QStringLiteral("%1 at byte %2, expected %3")
+                  .arg(QLatin1String(what), QString::number(position), QLatin1String(expected));
     m_message = QByteArray();
     m_buffer = std::string();
     m_pos = 0;

@@ -2,7 +2,8 @@
 
 #include "treedata.h"
 #include "xmlappender.h"
-#include "xmlcheck.h"
+
+#include <xmltext/characters.h>
 
 #include <cstring>
 #include <limits>
@@ -29,8 +30,7 @@ public:
 private:
     bool fail(pugi::xml_node node, const char* what, const char* expected)
     {
-        m_error = detail::malformed(what, static_cast<quint64>(qMax(std::ptrdiff_t(0), node.offset_debug())),
-                                    expected);
+        m_error = m_document->complaintAt(node, what, expected);
         return false;
     }
 
@@ -102,7 +102,7 @@ bool MessageCodec::Decoder::fragment(pugi::xml_node node, CMsgFragment& fragment
     const pugi::xml_attribute component = node.first_attribute();
     if (std::strcmp(component.name(), "component") != 0 || component.next_attribute())
         return fail(node, "wrong attributes of Fragment", "component");
-    fragment.setComponentName(detail::textFromUtf8(component.value()));
+    fragment.setComponentName(XmlText::textFromUtf8(component.value()));
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element)
             return fail(node, "text in Fragment", "Request, Data or Fault");
@@ -220,8 +220,9 @@ void MessageCodec::encode(const CXmlMessage& message, QByteArray& out)
 ptrCXmlMessage MessageCodec::decode(QByteArray text, QString& error, const MessageLimits& limits)
 {
     if (text.size() > limits.maxMessageBytes) {
-        error =
-            detail::malformed("message too large", static_cast<quint64>(limits.maxMessageBytes), "the end");
+        error = QStringLiteral("message of %1 bytes, expected at most %2")
+                    .arg(text.size())
+                    .arg(limits.maxMessageBytes);
         return ptrCXmlMessage();
     }
     const detail::DocumentHolder document;

@@ -9,7 +9,6 @@
 #include <forward_list>
 #include <mutex>
 #include <pugixml.hpp>
-#include <string_view>
 
 namespace XmlCommon::detail {
 
@@ -40,6 +39,8 @@ public:
 
     /// Parses `text` in place; false with `error` set when it is not a well-formed document.
     bool parse(QByteArray text, int maxDepth, QString& error);
+    /// What is wrong with a node of the text that was parsed, and where that stands.
+    QString complaintAt(pugi::xml_node node, const char* what, const char* expected) const;
     /// Declares `node` the root of a tree. Only while nobody else knows the document.
     TreeData* addTree(pugi::xml_node node);
     /// Declares `node` the root of another tree at any time, from any thread that holds the document.
@@ -75,9 +76,6 @@ private:
 void appendXml(XmlAppender& out, pugi::xml_node element);
 /// Appends the text as the value of an attribute.
 void appendEscaped(XmlAppender& out, const QString& text);
-/// The text of UTF-8 bytes. A U+FEFF at their beginning is a character of it; QString would take it for a
-/// byte order mark and drop it.
-QString textFromUtf8(std::string_view bytes);
 /// Unsigned decimal number without sign, blanks or overflow.
 bool parseUInt(const char* text, quint64& value) noexcept;
 /// The element as indented text.

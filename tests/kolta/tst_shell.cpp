@@ -62,7 +62,7 @@ void TestShell::runsScripts_data()
         "shell\"\nkolta: line 1 (classes --installation /) ended with exit code 1\n");
     row("input stays the shell's", "--keep-going", "send 127.0.0.1:1 -\nselect \"Basic hardware\"\n", 1,
         tuner,
-        "kolta: standard input: no element at byte 0, expected a root element\n"
+        "kolta: standard input: line 1, column 1: no element, expected a root element\n"
         "kolta: line 1 (send 127.0.0.1:1 -) ended with exit code 1\n");
     row("twice the same", "", "demo\nselect HF\ndemo\nclasses\nhelp\n", 0,
         "40 texts, kept in /|. Summary|KW 1|40 texts, kept in /|. Summary|Basic hardware|Commands:", "");

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "place.h"
+
+#include <QString>
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace XmlText {
+
+/// What a reader accepts beyond what XML itself asks of a document.
+struct Rules
+{
+    int maxDepth = std::numeric_limits<int>::max(); ///< levels of elements, the root included
+    int maxNodes = std::numeric_limits<int>::max(); ///< elements, attributes and pieces of text
+    int maxAttributes = 64;   ///< of one element; it also bounds the search for duplicates
+    bool instructions = true; ///< processing instructions are passed over, else refused
+    bool utf8 = false;        ///< the declaration may name no other encoding
+};
+
+enum class Token {
+    Start,   ///< a start tag; an empty-element tag is one, with an End behind it
+    End,     ///< an end tag
+    Text,    ///< character data up to the next tag, comment or section
+    Section, ///< a character data section
+    Finish,  ///< the end of a well-formed text
+    Failure  ///< see complaint()
+};
+
+/// Goes over one XML text from the beginning to the end, token by token, without recursion, and sees to it
+/// that the text is well-formed: characters, names, declaration, tags and their matching, attributes,
+/// references, comments. Document types are always refused. Comments and instructions are passed over.
+///
+/// `Unit` is uchar for UTF-8 and char16_t for the text of a QString. The text must stay, and the unit behind
+/// its last one must be zero.
+template<class Unit>
+class Scanner
+{
+public:
+    /// A part of the text.
+    struct Part
+    {
+        const Unit* begin = nullptr;
+        int length = 0;
+    };
+
+    Scanner(const Unit* text, int size, const Rules& rules);
+
+    Token next();
+
+    /// Name of the last start tag.
+    Part name() const { return m_name; }
+    /// The last text or section, as it stands there.
+    Part text() const { return m_text; }
+    /// Whether that is what it means: without references and carriage returns.
+    bool isPlain() const { return m_plain; }
+    /// Where the last token begins, and where the next one does.
+    int tokenBegin() const { return static_cast<int>(m_token - m_begin); }
+    int position() const { return static_cast<int>(m_at - m_begin); }
+    /// Number of elements that are open.
+    int depth() const { return static_cast<int>(m_open.size()); }
+
+    /// After Start: the element ends at `position` and need not be looked into, for example because the same
+    /// text was read before. The next token is what follows it.
+    void skipElement(int position);
+
+    const Complaint& complaint() const { return m_complaint; }
+    const Unit* begin() const { return m_begin; }
+    const Unit* end() const { return m_end; }
+
+private:
+    bool fail(const char* what, const char* expected);
+    bool fail(const QString& what, const QString& expected);
+    bool failAt(const Unit* at, const char* what, const char* expected);
+    bool startsWith(const char* text) const;
+    void skip(int classes);
+    bool count();
+
+    bool prologue();
+    bool declaration();
+    bool pseudoAttribute(const char* name, Part& value, bool& found);
+    bool outside();
+    bool characterData();
+    bool markup(Token& token);
+    bool startTag();
+    bool attribute(Part& name);
+    bool addAttribute(std::vector<Part>& seen);
+    bool endTag();
+    bool wrongEndTag();
+    bool comment();
+    bool instruction();
+    bool section();
+    bool rawUntil(const char* terminator, const char* forbidden);
+    bool reference();
+    bool characterReference();
+    bool beyondAscii();
+    bool parseName(Part& name);
+
+    const Unit* m_begin;
+    const Unit* m_at;
+    const Unit* m_end;
+    const Unit* m_token;
+    Rules m_rules;
+    std::vector<Part> m_open;
+    std::vector<Part> m_attributes; ///< of the start tag that is being read
+    Part m_name;
+    Part m_text;
+    Complaint m_complaint;
+    int m_nodes = 0;
+    bool m_plain = true;
+    bool m_emptyElement = false; ///< its End is still to come
+    bool m_rootSeen = false;
+};
+
+extern template class Scanner<uchar>;
+extern template class Scanner<char16_t>;
+
+/// What the references in a text or the line ends in a text or section mean. The part must come from a
+/// scanner.
+void appendMeaning(Scanner<char16_t>::Part part, bool references, QString& out);
+
+/// Whether the bytes are one well-formed document; else `error` is a message. `text[size]` must be zero.
+bool isWellFormed(const char* text, int size, const Rules& rules, QString& error);
+
+} // namespace XmlText
