@@ -26,7 +26,7 @@ public:
     /// Other numbers are carried unchanged.
     enum CPUAllocationMode : int { eDefaultAllocation = 0 };
 
-    RG_OBJECT(ResourceDemandClass)
+    RG_RECORD(ResourceDemandClass)
 };
 
 #define RG_FIELDS_ResourceDemandClassOverview(F)                                                             \
@@ -39,3 +39,5 @@ class ResourceDemandClassOverview final : public REPORTGENERATOR::IRGObject
 };
 
 } // namespace RESOURCEMANAGEMENT
+
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::ResourceDemandClass);

@@ -3,6 +3,7 @@
 #include <resourcemodel/rgobject.h>
 
 #include <limits>
+#include <memory>
 #include <type_traits>
 
 /// \file
@@ -26,10 +27,14 @@ struct ListOperations
 {
     int (*count)(const void* list);
     void (*reserve)(void* list, int count);
-    void (*clear)(void* list);
+    void (*squeeze)(void* list);
+    std::shared_ptr<const void> (*copy)(
+        const void* list); ///< a list of its own that shares all with this one
     bool (*equal)(const void* a, const void* b);
     const IRGObject& (*record)(const void* list, int index);
     IRGObject& (*appendRecord)(void* list);
+    void (*appendCopy)(void* list, const void* other, int index); ///< shares the other list's record
+    void (*shareLast)(void* list, const void* other, int index);  ///< makes it the last record
     qint32 (*number)(const void* list, int index);
     void (*appendNumber)(void* list, qint32 value);
 };
@@ -46,8 +51,9 @@ struct Field
     const char* about;
     /// The member as void*; for a record its IRGObject base.
     const void* (*member)(const IRGObject& object);
-    const ListOperations* list; ///< null for a field that is no list
-    NumberRange range;          ///< of whole numbers, flags and enumerators; all zero for other kinds
+    void* (*edit)(IRGObject& object); ///< the same for changing
+    const ListOperations* list;       ///< null for a field that is no list
+    NumberRange range;                ///< of whole numbers, flags and enumerators; all zero for other kinds
 
     bool isRequired() const noexcept { return presence == Presence::Required; }
 };
@@ -59,6 +65,9 @@ struct Table
     int nameLength;
     const Field* fields;
     int count;
+    void (*clear)(IRGObject& object); ///< the members only
+    bool (*same)(const IRGObject& a,
+                 const IRGObject& b); ///< whether both are of the class and share their members
 
     const Field* begin() const noexcept { return fields; }
     const Field* end() const noexcept { return fields + count; }
@@ -71,6 +80,10 @@ struct Access
     static bool isMarked(const IRGObject& object, int index) noexcept
     {
         return object.IsFieldSet(static_cast<unsigned>(index));
+    }
+    static bool haveSameFieldsSet(const IRGObject& a, const IRGObject& b) noexcept
+    {
+        return a.HasSameFieldsSet(b);
     }
     static void mark(IRGObject& object, int index) noexcept
     {
@@ -87,13 +100,9 @@ struct Access
         return *static_cast<const T*>(field.member(object));
     }
     template<typename T>
-    static T& edit(IRGObject& object, const Field& field) noexcept
+    static T& edit(IRGObject& object, const Field& field)
     {
-        return const_cast<T&>(get<T>(object, field));
-    }
-    static void* editList(IRGObject& object, const Field& field) noexcept
-    {
-        return const_cast<void*>(field.member(object));
+        return *static_cast<T*>(field.edit(object));
     }
 };
 
@@ -112,10 +121,11 @@ constexpr NumberRange numberRange()
 }
 
 template<Kind kind, typename Member>
-const void* memberAddress(const Member& member) noexcept
+auto memberAddress(Member& member) noexcept
 {
+    using Base = std::conditional_t<std::is_const_v<Member>, const IRGObject, IRGObject>;
     if constexpr (kind == Kind::Record)
-        return static_cast<const IRGObject*>(&member);
+        return static_cast<Base*>(&member);
     else
         return &member;
 }
@@ -129,7 +139,8 @@ struct ListOf
 
     static int count(const void* list) { return get(list).size(); }
     static void reserve(void* list, int count) { edit(list).reserve(count); }
-    static void clear(void* list) { edit(list) = List(); }
+    static void squeeze(void* list) { edit(list).squeeze(); }
+    static std::shared_ptr<const void> copy(const void* list) { return std::make_shared<List>(get(list)); }
     static bool equal(const void* a, const void* b) { return get(a) == get(b); }
     static const IRGObject& record(const void* list, int index) { return get(list).at(index); }
     static IRGObject& appendRecord(void* list)
@@ -137,15 +148,30 @@ struct ListOf
         edit(list).append(T());
         return edit(list).last();
     }
+    static void appendCopy(void* list, const void* other, int index)
+    {
+        edit(list).append(get(other).at(index));
+    }
+    static void shareLast(void* list, const void* other, int index)
+    {
+        edit(list).last() = get(other).at(index);
+    }
     static qint32 number(const void* list, int index) { return get(list).at(index); }
     static void appendNumber(void* list, qint32 value) { edit(list).append(static_cast<T>(value)); }
 
     static constexpr ListOperations operations()
     {
-        ListOperations result{count, reserve, clear, equal, nullptr, nullptr, nullptr, nullptr};
+        ListOperations result{};
+        result.count = count;
+        result.reserve = reserve;
+        result.squeeze = squeeze;
+        result.copy = copy;
+        result.equal = equal;
         if constexpr (std::is_base_of_v<IRGObject, T>) {
             result.record = record;
             result.appendRecord = appendRecord;
+            result.appendCopy = appendCopy;
+            result.shareLast = shareLast;
         } else if constexpr (std::is_enum_v<T>) {
             result.number = number;
             result.appendNumber = appendNumber;
@@ -177,7 +203,10 @@ constexpr const ListOperations* listOperations()
      #Type,                                                                                                  \
      About,                                                                                                  \
      [](const IRGObject& object) noexcept -> const void* {                                                   \
-         return memberAddress<Kind::FieldKind>(static_cast<const Self&>(object).m_##Name);                   \
+         return memberAddress<Kind::FieldKind>(static_cast<const Self&>(object).ReadMembers().m_##Name);     \
+     },                                                                                                      \
+     [](IRGObject& object) -> void* {                                                                        \
+         return memberAddress<Kind::FieldKind>(static_cast<Self&>(object).WriteMembers().m_##Name);          \
      },                                                                                                      \
      listOperations<Kind::FieldKind, Type>(),                                                                \
      numberRange<Type>()},
@@ -190,6 +219,15 @@ constexpr const ListOperations* listOperations()
         using REPORTGENERATOR::IRGObject;                                                                    \
         using Self = Class;                                                                                  \
         static constexpr Field fields[] = {RG_FIELDS_##Class(RG_TABLE_ROW)};                                 \
-        static constexpr Table table{#Class, u"" #Class, sizeof(#Class) - 1, fields, RgFieldTotal};          \
+        static constexpr Table table{#Class,                                                                 \
+                                     u"" #Class,                                                             \
+                                     sizeof(#Class) - 1,                                                     \
+                                     fields,                                                                 \
+                                     RgFieldTotal,                                                           \
+                                     [](IRGObject& object) { static_cast<Self&>(object).ClearMembers(); },   \
+                                     [](const IRGObject& a, const IRGObject& b) {                            \
+                                         return static_cast<const Self&>(a).SharesMembersWith(               \
+                                             static_cast<const Self&>(b));                                   \
+                                     }};                                                                     \
         return table;                                                                                        \
     }

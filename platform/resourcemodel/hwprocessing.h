@@ -15,7 +15,7 @@ namespace RESOURCEMANAGEMENT {
 /// One hardware-processing entry.
 class HWProcessing final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(HWProcessing)
+    RG_RECORD(HWProcessing)
 };
 
 #define RG_FIELDS_HWProcessingOverview(F) F(RecordList, HWProcessing, HWProcessing, Optional, "every entry")
@@ -27,3 +27,5 @@ class HWProcessingOverview final : public REPORTGENERATOR::IRGObject
 };
 
 } // namespace RESOURCEMANAGEMENT
+
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::HWProcessing);

@@ -16,7 +16,7 @@ namespace RESOURCEMANAGEMENT {
 /// One client that owns one processor, or the server.
 class Owner final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(Owner)
+    RG_RECORD(Owner)
 };
 
 #define RG_FIELDS_OwnerOverview(F) F(RecordList, Owner, Owner, Optional, "every owner")
@@ -41,3 +41,5 @@ public:
 };
 
 } // namespace RESOURCEMANAGEMENT
+
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::Owner);

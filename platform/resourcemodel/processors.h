@@ -95,7 +95,7 @@ class FHP final : public REPORTGENERATOR::IRGObject
 
 class MCP final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(MCP)
+    RG_RECORD(MCP)
 };
 
 #define RG_FIELDS_SCP(F)                                                                                     \
@@ -110,7 +110,7 @@ class MCP final : public REPORTGENERATOR::IRGObject
 
 class SCP final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(SCP)
+    RG_RECORD(SCP)
 };
 
 #define RG_FIELDS_ProcessorOverview(F)                                                                       \
@@ -125,3 +125,6 @@ class ProcessorOverview final : public REPORTGENERATOR::IRGObject
 };
 
 } // namespace RESOURCEMANAGEMENT
+
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::MCP);
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::SCP);

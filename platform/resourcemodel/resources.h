@@ -59,7 +59,7 @@ class XGStorage final : public REPORTGENERATOR::IRGObject
 /// A receiver.
 class Tuner final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(Tuner)
+    RG_RECORD(Tuner)
 };
 
 #define RG_FIELDS_ProcessingUnit(F)                                                                          \
@@ -79,7 +79,7 @@ public:
     /// Kind of application that must not use the unit's local storage.
     enum Exclusion : int { eExcludeDCP = 1, eExcludeFFP = 2, eExcludeDSC = 3, eExcludeFHP = 4 };
 
-    RG_OBJECT(ProcessingUnit)
+    RG_RECORD(ProcessingUnit)
 };
 
 #define RG_FIELDS_StorageUnit(F)                                                                             \
@@ -94,7 +94,7 @@ class StorageUnit final : public REPORTGENERATOR::IRGObject
 public:
     enum Registration : int { eUnregistered = 0, eRegistered = 1 };
 
-    RG_OBJECT(StorageUnit)
+    RG_RECORD(StorageUnit)
 };
 
 #define RG_FIELDS_ResourceOverview(F)                                                                        \
@@ -110,3 +110,7 @@ class ResourceOverview final : public REPORTGENERATOR::IRGObject
 };
 
 } // namespace RESOURCEMANAGEMENT
+
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::Tuner);
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::ProcessingUnit);
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::StorageUnit);

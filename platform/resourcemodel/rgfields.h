@@ -2,6 +2,8 @@
 
 #include <resourcemodel/rgobject.h>
 
+#include <QSharedData>
+
 #include <utility>
 
 /// \file
@@ -29,17 +31,82 @@
 /// `RG_OBJECT(Class)` at the end of the class body makes members and accessors of the list `RG_FIELDS_Class`;
 /// `RG_OBJECT_TABLE(Class)` in the source file makes the table that reading, writing, checking, resetting and
 /// comparing work from.
+///
+/// `RG_RECORD(Class)` in place of `RG_OBJECT` is for the records that overviews list by thousands: copies
+/// share their members until one side is changed, so that a list of them is cheap to copy, and `IsSameAs()`
+/// tells at once that nothing changed. `RG_RECORD_TYPE(Class)` behind the namespace lets lists move them in
+/// memory.
+
+namespace REPORTGENERATOR::Fields {
+
+/// The members of a record, shared between its copies; a record that was never changed has none.
+template<class Members>
+class SharedMembers
+{
+public:
+    const Members& read() const noexcept { return m_data ? m_data->members : none(); }
+    Members& write()
+    {
+        if (!m_data)
+            m_data = new Data;
+        return m_data->members;
+    }
+    void clear() { m_data = nullptr; }
+    bool isSameAs(const SharedMembers& other) const noexcept { return m_data == other.m_data; }
+
+private:
+    struct Data : QSharedData
+    {
+        Members members;
+    };
+    static const Members& none() noexcept
+    {
+        static const Members empty{};
+        return empty;
+    }
+
+    QSharedDataPointer<Data> m_data;
+};
+
+} // namespace REPORTGENERATOR::Fields
 
 // clang-format off
 #define RG_OBJECT(Class)                                                                                     \
+private:                                                                                                     \
+    RG_FIELDS_##Class(RG_FIELD_MEMBER)                                                                       \
+    const Class& ReadMembers() const noexcept { return *this; }                                              \
+    Class& WriteMembers() noexcept { return *this; }                                                         \
+    void ClearMembers() { *this = Class(); }                                                                 \
+    bool SharesMembersWith(const Class& other) const noexcept { return this == &other; }                     \
+    RG_CLASS(Class)
+
+#define RG_RECORD(Class)                                                                                     \
 public:                                                                                                      \
-    RG_FIELDS_##Class(RG_FIELD_ACCESSORS)                                                                    \
+    /** Whether both share their content, as copies do that nobody changed. Such records are equal; others   \
+        may be. Costs nothing. */                                                                            \
+    bool IsSameAs(const Class& other) const noexcept                                                         \
+    {                                                                                                        \
+        return HasSameFieldsSet(other) && SharesMembersWith(other);                                          \
+    }                                                                                                        \
                                                                                                              \
 private:                                                                                                     \
+    struct Members { RG_FIELDS_##Class(RG_FIELD_MEMBER) };                                                   \
+    REPORTGENERATOR::Fields::SharedMembers<Members> m_members;                                               \
+    const Members& ReadMembers() const noexcept { return m_members.read(); }                                 \
+    Members& WriteMembers() { return m_members.write(); }                                                    \
+    void ClearMembers() { m_members.clear(); }                                                               \
+    bool SharesMembersWith(const Class& other) const noexcept { return m_members.isSameAs(other.m_members); } \
+    RG_CLASS(Class)
+
+#define RG_RECORD_TYPE(Class) Q_DECLARE_TYPEINFO(Class, Q_MOVABLE_TYPE)
+
+#define RG_CLASS(Class)                                                                                      \
     enum RgFieldIndex : unsigned { RG_FIELDS_##Class(RG_FIELD_INDEX) RgFieldTotal };                         \
     static_assert(RgFieldTotal <= 32, "one bit per field");                                                  \
     const REPORTGENERATOR::Fields::Table& GetFieldTable() const noexcept override;                           \
-    RG_FIELDS_##Class(RG_FIELD_MEMBER)
+                                                                                                             \
+public:                                                                                                      \
+    RG_FIELDS_##Class(RG_FIELD_ACCESSORS)
 // clang-format on
 
 #define RG_FIELD_INDEX(Kind, Type, Name, Presence, About) RgField##Name,
@@ -64,18 +131,18 @@ private:                                                                        
     }                                                                                                        \
     void Reset##Name()                                                                                       \
     {                                                                                                        \
-        m_##Name = Empty;                                                                                    \
+        WriteMembers().m_##Name = Empty;                                                                     \
         UnmarkField(RgField##Name);                                                                          \
     }
 
 #define RG_ACCESSORS_NUMBER(Type, Stored, Name)                                                              \
     Type Get##Name() const noexcept                                                                          \
     {                                                                                                        \
-        return static_cast<Type>(m_##Name);                                                                  \
+        return static_cast<Type>(ReadMembers().m_##Name);                                                    \
     }                                                                                                        \
-    void Set##Name(Type value) noexcept                                                                      \
+    void Set##Name(Type value)                                                                               \
     {                                                                                                        \
-        m_##Name = static_cast<Stored>(value);                                                               \
+        WriteMembers().m_##Name = static_cast<Stored>(value);                                                \
         MarkField(RgField##Name);                                                                            \
     }                                                                                                        \
     RG_ACCESSORS_SINGLE(Name, Stored())
@@ -83,11 +150,11 @@ private:                                                                        
 #define RG_ACCESSORS_OBJECT(Type, Name)                                                                      \
     const Type& Get##Name() const noexcept                                                                   \
     {                                                                                                        \
-        return m_##Name;                                                                                     \
+        return ReadMembers().m_##Name;                                                                       \
     }                                                                                                        \
     void Set##Name(Type value)                                                                               \
     {                                                                                                        \
-        m_##Name = std::move(value);                                                                         \
+        WriteMembers().m_##Name = std::move(value);                                                          \
         MarkField(RgField##Name);                                                                            \
     }                                                                                                        \
     RG_ACCESSORS_SINGLE(Name, Type())
@@ -95,23 +162,23 @@ private:                                                                        
 #define RG_ACCESSORS_LIST(Type, Name)                                                                        \
     const QVector<Type>& Get##Name() const noexcept                                                          \
     {                                                                                                        \
-        return m_##Name;                                                                                     \
+        return ReadMembers().m_##Name;                                                                       \
     }                                                                                                        \
-    QVector<Type>& Edit##Name() noexcept                                                                     \
+    QVector<Type>& Edit##Name()                                                                              \
     {                                                                                                        \
-        return m_##Name;                                                                                     \
+        return WriteMembers().m_##Name;                                                                      \
     }                                                                                                        \
     void Set##Name(QVector<Type> value)                                                                      \
     {                                                                                                        \
-        m_##Name = std::move(value);                                                                         \
+        WriteMembers().m_##Name = std::move(value);                                                          \
     }                                                                                                        \
     bool Is##Name##Set() const noexcept                                                                      \
     {                                                                                                        \
-        return !m_##Name.isEmpty();                                                                          \
+        return !ReadMembers().m_##Name.isEmpty();                                                            \
     }                                                                                                        \
     void Reset##Name()                                                                                       \
     {                                                                                                        \
-        m_##Name = QVector<Type>();                                                                          \
+        WriteMembers().m_##Name = QVector<Type>();                                                           \
     }
 
 #define RG_ACCESSORS_Text(Type, Name) RG_ACCESSORS_OBJECT(QString, Name)
@@ -123,10 +190,10 @@ private:                                                                        
 // Type is a type and takes no parentheses: NOLINTBEGIN(bugprone-macro-parentheses)
 #define RG_ACCESSORS_Record(Type, Name)                                                                      \
     RG_ACCESSORS_OBJECT(Type, Name)                                                                          \
-    Type& Edit##Name() noexcept                                                                              \
+    Type& Edit##Name()                                                                                       \
     {                                                                                                        \
         MarkField(RgField##Name);                                                                            \
-        return m_##Name;                                                                                     \
+        return WriteMembers().m_##Name;                                                                      \
     }
 // NOLINTEND(bugprone-macro-parentheses)
 #define RG_ACCESSORS_TextList(Type, Name) RG_ACCESSORS_LIST(Type, Name)

@@ -1,5 +1,6 @@
 #include <resourcemodel/rgobject.h>
 
+#include "checking.h"
 #include "fieldtable.h"
 #include "xmlreader.h"
 #include "xmlwriter.h"
@@ -20,63 +21,63 @@ RGException::RGException(const QString& title, const QString& text)
 
 namespace {
 
+bool failedIn(const QString& step, QString& path)
+{
+    path.prepend(QLatin1Char('/'));
+    path.prepend(step);
+    return false;
+}
+
+bool checkFields(const IRGObject& object, QString& path, const RecordPlaces* places = nullptr);
+
+/// `places`: of the records that are looked into; null for all.
+bool checkRecords(const Field& field, const void* list, QString& path, const std::vector<int>* places)
+{
+    const int count = places ? static_cast<int>(places->size()) : field.list->count(list);
+    for (int i = 0; i < count; ++i) {
+        const int place = places ? (*places)[static_cast<std::size_t>(i)] : i;
+        if (!checkFields(field.list->record(list, place), path))
+            return failedIn(QStringLiteral("%1[%2]").arg(QLatin1String(field.name)).arg(place + 1), path);
+    }
+    return true;
+}
+
+/// Whether a field has what it needs inside it, and whether it is there.
+bool checkField(const IRGObject& object, int index, QString& path, const RecordPlaces* places, bool& isSet)
+{
+    const Field& field = Access::table(object).fields[index];
+    if (field.list) {
+        const void* const list = field.member(object);
+        isSet = !field.isRequired() || field.list->count(list) > 0;
+        return !field.list->record ||
+               checkRecords(field, list, path,
+                            places ? &(*places)[static_cast<std::size_t>(index)] : nullptr);
+    }
+    isSet = Access::isMarked(object, index);
+    return !isSet || field.kind != Kind::Record || checkFields(Access::get<IRGObject>(object, field), path) ||
+           failedIn(QLatin1String(field.name), path);
+}
+
 /// Fails with the path of the first missing field in `path`; the path is only built on the way back from a
 /// failure.
-bool checkFields(const IRGObject& object, QString& path)
+bool checkFields(const IRGObject& object, QString& path, const RecordPlaces* places)
 {
     const Table& table = Access::table(object);
-    const auto failedIn = [&path](const QString& step) {
-        path.prepend(QLatin1Char('/'));
-        path.prepend(step);
-        return false;
-    };
     for (int i = 0; i < table.count; ++i) {
-        const Field& field = table.fields[i];
-        const QLatin1String name(field.name, field.nameLength);
-        if (field.list) {
-            const void* list = field.member(object);
-            const int count = field.list->record || field.isRequired() ? field.list->count(list) : 0;
-            for (int k = 0; field.list->record && k < count; ++k)
-                if (!checkFields(field.list->record(list, k), path))
-                    return failedIn(QStringLiteral("%1[%2]").arg(name).arg(k + 1));
-            if (count > 0 || !field.isRequired())
-                continue;
-        } else if (Access::isMarked(object, i)) {
-            if (field.kind == Kind::Record && !checkFields(Access::get<IRGObject>(object, field), path))
-                return failedIn(name);
+        bool isSet = false;
+        if (!checkField(object, i, path, places, isSet))
+            return false;
+        if (isSet || !table.fields[i].isRequired())
             continue;
-        } else if (!field.isRequired()) {
-            continue;
-        }
-        path = name;
+        path = QLatin1String(table.fields[i].name);
         return false;
     }
     return true;
 }
 
-void resetField(IRGObject& object, const Field& field)
+QString missing(const IRGObject& object, const QString& path)
 {
-    if (field.list)
-        return field.list->clear(Access::editList(object, field));
-    switch (field.kind) {
-    case Kind::Text:
-        Access::edit<QString>(object, field) = QString();
-        break;
-    case Kind::Bool:
-        Access::edit<bool>(object, field) = false;
-        break;
-    case Kind::UInt:
-        Access::edit<quint64>(object, field) = 0;
-        break;
-    case Kind::Double:
-        Access::edit<double>(object, field) = 0.0;
-        break;
-    case Kind::Record:
-        Access::edit<IRGObject>(object, field).Reset();
-        break;
-    default:
-        Access::edit<qint32>(object, field) = 0;
-    }
+    return QStringLiteral("%1/%2 is missing").arg(object.GetObjectName(), path);
 }
 
 bool equalField(const IRGObject& a, const IRGObject& b, const Field& field)
@@ -152,15 +153,13 @@ bool IRGObject::Check(QString& error) const
     QString path;
     if (checkFields(*this, path))
         return true;
-    error = QStringLiteral("%1/%2 is missing").arg(GetObjectName(), path);
+    error = missing(*this, path);
     return false;
 }
 
 void IRGObject::Reset()
 {
-    const Table& table = GetFieldTable();
-    for (const Field& field : table)
-        resetField(*this, field);
+    GetFieldTable().clear(*this);
     m_set = 0;
 }
 
@@ -175,13 +174,24 @@ QVector<FieldInfo> IRGObject::DescribeFields() const
     return result;
 }
 
+bool check(const IRGObject& object, const RecordPlaces& places, QString& error)
+{
+    QString path;
+    if (checkFields(object, path, &places))
+        return true;
+    error = missing(object, path);
+    return false;
+}
+
 bool operator==(const IRGObject& a, const IRGObject& b)
 {
     const Table& table = Access::table(a);
-    if (&table != &Access::table(b))
+    if (&table != &Access::table(b) || !Access::haveSameFieldsSet(a, b))
         return false;
+    if (table.same(a, b))
+        return true;
     for (int i = 0; i < table.count; ++i)
-        if (Access::isMarked(a, i) != Access::isMarked(b, i) || !equalField(a, b, table.fields[i]))
+        if (!equalField(a, b, table.fields[i]))
             return false;
     return true;
 }

@@ -88,6 +88,7 @@ protected:
     bool IsFieldSet(unsigned index) const noexcept { return (m_set >> index & 1u) != 0; }
     void MarkField(unsigned index) noexcept { m_set |= 1u << index; }
     void UnmarkField(unsigned index) noexcept { m_set &= ~(1u << index); }
+    bool HasSameFieldsSet(const IRGObject& other) const noexcept { return m_set == other.m_set; }
 
 private:
     friend struct Fields::Access;

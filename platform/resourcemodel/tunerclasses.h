@@ -14,7 +14,7 @@ namespace RESOURCEMANAGEMENT {
 /// One tuner type.
 class TunerTypeSettings final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(TunerTypeSettings)
+    RG_RECORD(TunerTypeSettings)
 };
 
 #define RG_FIELDS_TunerTypeOverview(F)                                                                       \
@@ -40,7 +40,7 @@ class TunerTypeOverview final : public REPORTGENERATOR::IRGObject
 /// A named group of tuners, possibly nested in another.
 class TunerClass final : public REPORTGENERATOR::IRGObject
 {
-    RG_OBJECT(TunerClass)
+    RG_RECORD(TunerClass)
 };
 
 #define RG_FIELDS_TunerIdDefinition(F)                                                                       \
@@ -64,3 +64,6 @@ class TunerClassOverview final : public REPORTGENERATOR::IRGObject
 };
 
 } // namespace RESOURCEMANAGEMENT
+
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::TunerTypeSettings);
+RG_RECORD_TYPE(RESOURCEMANAGEMENT::TunerClass);

@@ -1,7 +1,8 @@
 #include "xmlwriter.h"
 
 #include "fieldtable.h"
-#include "xmltext.h"
+
+#include <xmltext/characters.h>
 
 #include <charconv>
 #include <cmath>
@@ -217,7 +218,7 @@ private:
     /// A carriage return would be read back as a line feed, so it is written as a reference.
     void writeEscaped(const Field& field, const QString& text)
     {
-        const int forbidden = findForbiddenCharacter(text);
+        const int forbidden = XmlText::findForbidden(text);
         if (forbidden >= 0)
             throw Unwritable{QLatin1String(field.name),
                              QStringLiteral("holds a character that XML cannot carry (U+%1 at position %2)")

@@ -2,6 +2,8 @@
 
 #include "../resourcemodel/allclasses.h"
 
+#include <resourcemodel/textreader.h>
+
 #include <QXmlStreamReader>
 
 #include <cstring>
@@ -45,18 +47,42 @@ QString written(const IRGObject& object)
     }
 }
 
+template<class Read>
+QString errorOf(Read read)
+{
+    try {
+        read();
+        return QString();
+    } catch (const RGException& e) {
+        Fuzz::require(!e.GetText().isEmpty(), "a refused text has no reason");
+        return e.GetText();
+    }
+}
+
+/// Reads the text as the one that follows another, which is it without a piece in the middle.
+void readBehindAnother(const QString& xml, const IRGObject& whole, const QString& error)
+{
+    TextReader reader;
+    const ObjectPointer object = newObject(whole.GetObjectName());
+    QString other = xml;
+    const int first = xml.indexOf(QLatin1Char('<'), xml.size() / 3);
+    other.remove(first, xml.indexOf(QLatin1Char('<'), 2 * xml.size() / 3) - first);
+    for (const QString& former : {other, xml}) {
+        errorOf([&] { reader.read(former, *object); });
+        Fuzz::require(errorOf([&] { reader.read(xml, *object); }) == error && *object == whole,
+                      "a text is read differently behind another");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QString xml = textOf(Fuzz::Input(data, size));
     const ObjectPointer object = objectFor(xml);
-    try {
-        object->SetXmlString(xml, false);
-    } catch (const RGException& e) {
-        // What was read before the fault stays, so it must be sound too.
-        Fuzz::require(!e.GetText().isEmpty(), "a refused text has no reason");
-    }
+    const QString error = errorOf([&] { object->SetXmlString(xml, true); });
+    readBehindAnother(xml, *object, error);
+    // What was read before a fault stays, so it must be sound too.
     const QString text = written(*object);
     if (!text.isNull()) {
         const ObjectPointer again = newObject(object->GetObjectName());

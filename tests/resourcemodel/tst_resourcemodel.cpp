@@ -250,41 +250,46 @@ private Q_SLOTS:
         QTest::addColumn<QString>("xml");
         QTest::addColumn<QString>("message"); // a part of it
         const auto row = [](const QString& xml, const char* message) {
-            QTest::newRow(message) << xml << latin(message);
+            QTest::newRow(message) << xml << QString::fromUtf8(message);
         };
         const auto inTuner = [&row](const char* content, const char* message) {
             row(QStringLiteral("<ResourceOverview>\n<Tuner/>\n<Tuner>%1</Tuner></ResourceOverview>")
                     .arg(latin(content)),
                 message);
         };
-        row(QString(), "the text is empty, expected one element <ResourceOverview>");
-        row(latin(" \n"), "there is no element, expected one element <ResourceOverview>");
-        row(latin("hello"), "\"hello\" outside the root element");
-        row(latin("\n<Tuner/>"), "line 2, byte 2: the root element is <Tuner>, expected");
-        row(latin("<ResourceOverview/> x"), "line 1, byte 19: \" x\" outside");
-        row(latin("<ResourceOverview/><ResourceOverview/>"), "\"ResourceOverview\" outside");
-        row(latin("<!DOCTYPE a [<!ENTITY b \"c\">]><ResourceOverview/>"), "declarations are refused");
-        row(latin("<ResourceOverview>\n<Tuner><Type>EB"), "line 2, byte ");
-        row(latin("<ResourceOverview></Tuner>"), "not well-formed");
-        row(latin("<a>\n%1").arg(QChar(0)), "line 2, byte 4: character U+0000 is not allowed");
-        row(latin("<a>%1").arg(QChar(0xd83d)), "character U+d83d");
+        row(QString(), "line 1, column 1: no element, expected a root element");
+        row(latin("hello"), "line 1, column 1: content before the root element");
+        row(latin("\n<Tuner/>"),
+            "line 2, column 1: the root element is <Tuner>, expected <ResourceOverview>");
+        row(latin("<ResourceOverview/> x"), "line 1, column 21: content behind the root");
+        row(latin("<ResourceOverview/><ResourceOverview/>"), "line 1, column 20: content behind the root");
+        row(latin("<!DOCTYPE a [<!ENTITY b \"c\">]><ResourceOverview/>"), "expected no document type");
+        row(latin("<ResourceOverview>\r\n<Tuner>\r<Type>EB"),
+            "line 3, column 9: ResourceOverview/Tuner[1]/Type: text ends inside an element");
+        row(latin("<ResourceOverview></Tuner>"),
+            "line 1, column 19: ResourceOverview: end tag of another element, expected </ResourceOverview>");
+        row(latin("<ResourceOverview>\n%1").arg(QChar(0)),
+            "line 2, column 1: ResourceOverview: control character U+0000");
+        row(latin("<ResourceOverview>%1").arg(QChar(0xd83d)), "half a character");
         inTuner("<Type>a&#0;</Type>",
-                "ResourceOverview/Tuner[2]/Type (line 3, byte 42): expected a reference "
-                "such as &amp; or &#10;, found \"&#0;");
-        inTuner("<Type>&#xD800;</Type>", "found \"&#xD800;");
-        inTuner("<Type>&#99999999999;</Type>", "found \"&#999999999");
-        inTuner("<Type>&nbsp;</Type>", "found \"&nbsp;");
-        inTuner("<Type>a & b</Type>", "found \"& b\"");
-        inTuner("<Type>a<b/></Type>", "Type (line 3, byte 43): expected text, found an element <b>");
-        inTuner("<MinFrequency>12x</MinFrequency>",
-                "MinFrequency (line 3, byte 36): expected a number, found \"12x\"");
+                "line 3, column 15: ResourceOverview/Tuner[2]/Type: malformed character reference");
+        inTuner("<Type>&nbsp;</Type>", "line 3, column 14: ResourceOverview/Tuner[2]/Type: unknown entity");
+        inTuner("<Type>a<b/></Type>",
+                "line 3, column 15: ResourceOverview/Tuner[2]/Type: expected text, found an element <b>");
+        inTuner("<Unknown><a></b></Unknown>",
+                "ResourceOverview/Tuner[2]: end tag of another element, expected </a>");
+        inTuner("<MinFrequency>12\xad\x1b[x</MinFrequency>", "control character U+001b");
+        inTuner("<MinFrequency>12\xad\x85x</MinFrequency>",
+                "line 3, column 8: ResourceOverview/Tuner[2]/MinFrequency: expected a number, found "
+                "\"12\uFFFD\uFFFDx\"");
         inTuner("<MinFrequency/>", "expected a number, found \"\"");
         inTuner("<MinFrequency>inf</MinFrequency>", "found \"inf\"");
         inTuner("<MinFrequency>1e999</MinFrequency>", "found \"1e999\"");
         inTuner("<MinFrequency>+-1</MinFrequency>", "found \"+-1\"");
-        inTuner("<Idle>True</Idle>", "Idle (line 3, byte 36): expected true or false, found \"True\"");
-        inTuner("<TavikResource><ResourceID>2147483648</ResourceID></TavikResource>",
-                "Tuner[2]/TavikResource/ResourceID (line 3, byte 51): expected a whole number");
+        inTuner("<Idle>True</Idle>", "Idle: expected true or false, found \"True\"");
+        inTuner(
+            "<TavikResource><ResourceID>2147483648</ResourceID></TavikResource>",
+            "line 3, column 23: ResourceOverview/Tuner[2]/TavikResource/ResourceID: expected a whole number");
         inTuner("<TavikResource><ResourceID>1.0</ResourceID></TavikResource>", "found \"1.0\"");
     }
     void refusesBadTexts()

@@ -4,7 +4,7 @@
 #include <koltacommon/tavikxmlhelpers.h>
 #include <koltacommon/valuebinding.h>
 
-#include <resourcemodel/rgobject.h>
+#include <resourcemodel/textreader.h>
 #include <values/value.h>
 
 #include <QPointer>
@@ -16,7 +16,9 @@ namespace Kolta {
 /// Local mirror of one overview that a server publishes as an XML text in a string value of the value tree.
 ///
 /// Every new text is parsed into a fresh `T`, which replaces the mirror whole; a text that cannot be parsed
-/// leaves the last good overview in place. `T` is a class of the resource model with cheap copies.
+/// leaves the last good overview in place. `T` is a class of the resource model with cheap copies. Records
+/// whose text did not change are the same in the old and in the new overview: whoever compares the two asks
+/// IsSameAs() first.
 ///
 /// A hook runs before the signal of the same event. Hooks and slots may delete the observer, bind it to
 /// another path or make the value change again; a nested change is mirrored at once, and the interrupted hook
@@ -57,6 +59,7 @@ public:
     {
         vtPath.clear();
         binding.Release();
+        m_reader.forget();
         try {
             currentValue.Check();
             currentValue = value;
@@ -144,7 +147,7 @@ private:
         // Remembered before it is parsed: the same bad text is not parsed again.
         currentValueAsString = text;
         T fresh;
-        const QString error = TavikXmlHelpers::parseResourceManagementObject(fresh, text);
+        const QString error = TavikXmlHelpers::parseResourceManagementObject(fresh, text, &m_reader);
         const QPointer<IValueChangeNotifier> guard(this);
         if (!error.isEmpty()) {
             if (m_constructed)
@@ -169,6 +172,7 @@ protected:
     QString currentValueAsString;
 
 private:
+    REPORTGENERATOR::TextReader m_reader;
     ValueBinding<values::StringValue> binding;
     bool m_constructed = false;
 };

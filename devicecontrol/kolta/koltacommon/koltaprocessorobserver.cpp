@@ -192,8 +192,13 @@ void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
 {
     if (now.isEmpty() && !m_announced.isEmpty())
         m_due.push_back({eAllStopped, {}, {}});
+    const bool isUnique = now.isUnique() && m_announced.isUnique();
     int before = -1;
     for (int place = 0; place < now.processors().size(); ++place) {
+        if (isUnique && now.isUnchanged(place, m_announced, before + 1)) {
+            ++before;
+            continue;
+        }
         if (!now.isFirst(place))
             continue;
         const QString& guid = now.processors().at(place).guid();
@@ -209,6 +214,10 @@ void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
     QStringList stopped;
     int after = -1;
     for (int place = 0; place < m_announced.processors().size(); ++place) {
+        if (isUnique && m_announced.isUnchanged(place, now, after + 1)) {
+            ++after;
+            continue;
+        }
         if (!m_announced.isFirst(place))
             continue;
         const QString& guid = m_announced.processors().at(place).guid();

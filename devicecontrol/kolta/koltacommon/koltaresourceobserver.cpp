@@ -97,6 +97,34 @@ void makeIndexFor(GuidIndex<Element>& index, const QVector<Element>& list)
         index.rebuild(list);
 }
 
+/// Goes along two lists, to tell for a record of the one whether it is one of the other as well: the same
+/// record, which nothing happened to, as a rule a fixed number of places away.
+template<class Element>
+class UnchangedRecords
+{
+public:
+    UnchangedRecords(const QVector<Element>& before, const QVector<Element>& after, bool isUnique)
+        : m_before(before), m_after(after), m_isUnique(isUnique)
+    {
+    }
+    /// Where the record at that place of the new list probably stood.
+    int placeBefore(int place) const { return place + m_shift; }
+    /// Whether it is the record that stood there, and the only one with its GUID.
+    bool contains(int place) const
+    {
+        const int before = placeBefore(place);
+        return m_isUnique && before >= 0 && before < m_before.size() &&
+               m_before.at(before).IsSameAs(m_after.at(place));
+    }
+    void found(int place, int before) { m_shift = before - place; }
+
+private:
+    const QVector<Element>& m_before;
+    const QVector<Element>& m_after;
+    bool m_isUnique;
+    int m_shift = 0;
+};
+
 /// Appends the differences of one list. `index` is the index of any list; it serves the old list and is
 /// handed on to the new one where that costs nothing.
 template<class Element>
@@ -106,11 +134,17 @@ void compareLists(const QVector<Element>& before, const QVector<Element>& after,
     makeIndexFor(index, before);
     int addedCount = 0;
     bool samePlaces = before.size() == after.size();
+    UnchangedRecords<Element> unchanged(before, after, index.isUnique());
     for (int i = 0; i < after.size(); ++i) {
+        if (unchanged.contains(i)) {
+            samePlaces = samePlaces && unchanged.placeBefore(i) == i;
+            continue;
+        }
         const Element& element = after.at(i);
-        const int old = index.indexOf(guidOf(element), i);
+        const int old = index.indexOf(guidOf(element), unchanged.placeBefore(i));
         samePlaces = samePlaces && old == i;
         if (old >= 0) {
+            unchanged.found(i, old);
             compareElements(before.at(old), element, changes);
         } else {
             ++addedCount;

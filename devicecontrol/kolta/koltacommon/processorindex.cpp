@@ -68,7 +68,8 @@ ProcessorIndex::ProcessorIndex(const ProcessorOverview& overview, const Processo
     flatten();
     bool samePlaces = m_processors.size() == earlier.m_processors.size() && earlier.m_byGuid.isUnique();
     for (int i = 0; samePlaces && i < m_processors.size(); ++i)
-        samePlaces = m_processors.at(i).guid() == earlier.m_processors.at(i).guid();
+        samePlaces =
+            isUnchanged(i, earlier, i) || m_processors.at(i).guid() == earlier.m_processors.at(i).guid();
     if (samePlaces) {
         m_byGuid = earlier.m_byGuid;
         m_byGuid.moveTo(m_processors);
@@ -134,6 +135,8 @@ bool ProcessorIndex::sameAt(int place, const ProcessorIndex& other, int otherPla
 {
     const Processor& mine = m_processors.at(place);
     const Processor& theirs = other.m_processors.at(otherPlace);
+    if (mine.isSameAs(theirs))
+        return true;
     return mine.kind == theirs.kind && holderGuid(place) == other.holderGuid(otherPlace) &&
            withType(mine, [&theirs](const auto& node) {
                using Node = std::decay_t<decltype(node)>;

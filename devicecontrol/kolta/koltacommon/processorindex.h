@@ -31,6 +31,9 @@ public:
             return record->GetTavikResource();
         }
         const QString& guid() const { return GetTavikResource().GetGUID(); }
+        /// Whether both stand in a part of the overview that did not change: equal then, with what holds
+        /// them.
+        bool isSameAs(const Processor& other) const { return record == other.record; }
     };
 
     ProcessorIndex() = default;
@@ -57,6 +60,14 @@ public:
     /// tuner GUID.
     QVector<int> findFedBy(const QString& tunerGuid) const;
 
+    /// Whether no GUID occurs twice.
+    bool isUnique() const { return m_byGuid.isUnique(); }
+    /// Whether the processor at `place` is, unchanged, the one at `otherPlace` of the other index.
+    bool isUnchanged(int place, const ProcessorIndex& other, int otherPlace) const
+    {
+        return otherPlace < other.m_processors.size() &&
+               m_processors.at(place).isSameAs(other.m_processors.at(otherPlace));
+    }
     /// Whether the processors at both places, this one's and the other's, are of one kind, with equal own
     /// data, and held by processors with equal GUIDs.
     bool sameAt(int place, const ProcessorIndex& other, int otherPlace) const;

@@ -6,6 +6,7 @@
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/resources.h>
+#include <resourcemodel/textreader.h>
 #include <startup/tracesource.h>
 
 #include <optional>
@@ -143,13 +144,15 @@ const Element* findResource(const QVector<Element>& list, const QString& guid)
 
 } // namespace
 
-QString parseResourceManagementObject(IRGObject& target, const QString& xml)
+QString parseResourceManagementObject(IRGObject& target, const QString& xml,
+                                      REPORTGENERATOR::TextReader* reader)
 {
     QString error;
     try {
-        if (!target.SetXmlString(xml, false))
+        if (reader)
+            reader->read(xml, target);
+        else if (!target.SetXmlString(xml, true))
             error = QStringLiteral("SetXmlString returned false");
-        target.Check();
     } catch (...) {
         const QString unknown = QStringLiteral("Unknown error.");
         error = Startup::CurrentExceptionText(unknown);

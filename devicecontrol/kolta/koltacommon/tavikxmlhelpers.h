@@ -6,7 +6,8 @@
 
 namespace REPORTGENERATOR {
 class IRGObject;
-}
+class TextReader;
+} // namespace REPORTGENERATOR
 namespace RESOURCEMANAGEMENT {
 class HWProcessing;
 class HWProcessingOverview;
@@ -39,7 +40,9 @@ namespace TavikXmlHelpers {
 
 /// Reads `xml` into `target` and checks it. Empty on success, else one line that begins "Error in parsing "
 /// and the object's name. After an error `target` holds as much as was read: parse into a fresh object.
-QString parseResourceManagementObject(REPORTGENERATOR::IRGObject& target, const QString& xml);
+/// With a `reader` that has read the text before this one, only what is different is read.
+QString parseResourceManagementObject(REPORTGENERATOR::IRGObject& target, const QString& xml,
+                                      REPORTGENERATOR::TextReader* reader = nullptr);
 
 /// Searches the processor tree by node GUID: every SCP with its FFP, its DSC and the DSC's FFPs, then every
 /// MCP with its FFPs, its FHPs (each with FHAs, then FFPs) and its DSCs (each with FFPs). First match wins.

@@ -47,13 +47,15 @@ State reportedState(const Tuner& tuner)
 }
 
 /// Where the reported state differs, when both lists have the same GUIDs at the same places; else nothing.
-/// One pass that reads each record once: large lists do not fit into the cache.
+/// Records that are the same are not looked into: large lists do not fit into the cache.
 std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, const QVector<Tuner>& after)
 {
     if (before.size() != after.size())
         return std::nullopt;
     std::vector<int> places;
     for (int i = 0; i < after.size(); ++i) {
+        if (before.at(i).IsSameAs(after.at(i)))
+            continue;
         if (guidOf(before.at(i)) != guidOf(after.at(i)))
             return std::nullopt;
         if (reportedState(before.at(i)) != reportedState(after.at(i)))
@@ -63,10 +65,10 @@ std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, cons
 }
 
 /// False, with a trace line, when the text is not an overview.
-bool read(ResourceOverview& overview, const QString& text)
+bool read(REPORTGENERATOR::TextReader& reader, ResourceOverview& overview, const QString& text)
 {
     try {
-        overview.SetXmlString(text, true);
+        reader.read(text, overview);
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
         kTrace(eReportException,
@@ -121,7 +123,7 @@ bool TunerBookingManager::init(const QString& serverPath)
     if (m_updateMode == eReadOnce)
         m_binding.Release();
     ResourceOverview overview;
-    const bool ready = bound && (text.isEmpty() || read(overview, text));
+    const bool ready = bound && (text.isEmpty() || read(m_reader, overview, text));
     if (!ready)
         kTrace(eNotInitialized, QStringLiteral("Could not initialize."));
     else if (!text.isEmpty())
@@ -261,7 +263,7 @@ void TunerBookingManager::Update(Observable* source, TChangeCode code)
     if (!source || source != value || code != eChangeValue || value->GetStringValue().isEmpty())
         return;
     ResourceOverview overview;
-    if (read(overview, value->GetStringValue()))
+    if (read(m_reader, overview, value->GetStringValue()))
         sl_updateTuners(overview);
 }
 

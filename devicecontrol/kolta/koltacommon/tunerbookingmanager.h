@@ -6,6 +6,7 @@
 #include <koltacommon/valuebinding.h>
 
 #include <resourcemodel/resources.h>
+#include <resourcemodel/textreader.h>
 #include <values/value.h>
 
 #include <QHash>
@@ -132,6 +133,7 @@ private:
 
     const eUpdateMode m_updateMode;
     ValueBinding<values::StringValue> m_binding;
+    REPORTGENERATOR::TextReader m_reader; ///< of the bound value
     QMetaObject::Connection m_observerConnection;
 
     RESOURCEMANAGEMENT::ResourceOverview m_overview;    ///< the last one

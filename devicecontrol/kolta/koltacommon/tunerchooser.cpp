@@ -48,6 +48,26 @@ TunerChooser::TunerChooser(std::shared_ptr<TunerClassTree> tree,
 {
 }
 
+bool TunerChooser::refresh(const RESOURCEMANAGEMENT::ResourceOverview& resources)
+{
+    constexpr int ownHandles = 2; // this chooser's and the default policy's
+    std::vector<int> changed;
+    const Tuner* const address = m_tree->getResources().GetTuner().constData();
+    if (!knowsPolicy() || m_tree.use_count() > ownHandles || !m_tree->refresh(resources, changed))
+        return false;
+    m_identities.clear();
+    const QVector<Tuner>& tuners = m_tree->getResources().GetTuner();
+    if (tuners.constData() != address) {
+        m_ranked.clear();
+        m_rankedTuners = 0;
+    }
+    for (const std::shared_ptr<Ranked>& ranked : qAsConst(m_ranked)) {
+        for (const int place : changed)
+            rankAnew(*ranked, tuners.at(place));
+    }
+    return true;
+}
+
 template<class Accept>
 int TunerChooser::chooseByPolicy(const Places& places, Accept accept) const
 {
@@ -184,7 +204,7 @@ std::shared_ptr<const TunerChooser::Ranked> TunerChooser::rank(const ptrTunerPla
         m_ranked.clear();
         m_rankedTuners = 0;
     }
-    std::shared_ptr<const Ranked>& entry = m_ranked[places.get()];
+    std::shared_ptr<Ranked>& entry = m_ranked[places.get()];
     if (!entry) {
         auto ranked = std::make_shared<Ranked>();
         ranked->places = places;
@@ -198,6 +218,18 @@ std::shared_ptr<const TunerChooser::Ranked> TunerChooser::rank(const ptrTunerPla
         entry = std::move(ranked);
     }
     return entry;
+}
+
+/// Weighs the tuner again if it is one of the list, which is in the order of the overview.
+void TunerChooser::rankAnew(Ranked& ranked, const Tuner& tuner)
+{
+    const auto isBefore = [](const TunerPlace& place, const Tuner* other) { return place.tuner < other; };
+    const auto place = std::lower_bound(ranked.places->begin(), ranked.places->end(), &tuner, isBefore);
+    if (place == ranked.places->end() || place->tuner != &tuner)
+        return;
+    const auto position = static_cast<std::size_t>(place - ranked.places->begin());
+    ranked.weights[position] = DefaultCostFunction::weigh(*place);
+    ranked.states[position] = TunerFilter::refusalByState(tuner);
 }
 
 } // namespace Kolta

@@ -26,6 +26,11 @@ public:
 
     const TunerClassTree& tree() const noexcept { return *m_tree; }
 
+    /// Goes on with another resource overview, of which only what is different is looked at. False, and
+    /// nothing happens, when the tree must be built anew, or is in other hands than this chooser's and its
+    /// policy's, which go on with the tree as it is.
+    bool refresh(const RESOURCEMANAGEMENT::ResourceOverview& resources);
+
     /// Position of the chosen one among the places that the filter accepts; -1 when there is none. The filter
     /// is asked once per place, in order.
     int choose(const ptrTunerPlaces& places, const TunerFilter& filter);
@@ -62,13 +67,14 @@ private:
 
     bool knowsPolicy() const;
     std::shared_ptr<const Ranked> rank(const ptrTunerPlaces& places);
+    static void rankAnew(Ranked& ranked, const RESOURCEMANAGEMENT::Tuner& tuner);
     template<class Accept>
     int chooseByPolicy(const Places& places, Accept accept) const;
 
     std::shared_ptr<TunerClassTree> m_tree;
     std::shared_ptr<const AbstractTunerClassCostFunction> m_policy;
     quint64 m_revision = 0; ///< of the tree, for m_ranked
-    QHash<const Places*, std::shared_ptr<const Ranked>> m_ranked;
+    QHash<const Places*, std::shared_ptr<Ranked>> m_ranked;
     std::size_t m_rankedTuners = 0;
     std::vector<int> m_identities; ///< by number in the overview; made on first use
 };

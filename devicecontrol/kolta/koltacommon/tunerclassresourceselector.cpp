@@ -23,11 +23,16 @@ struct TunerClassResourceSelector::Private
     std::shared_ptr<AbstractTunerClassCostFunction> costFunction;
     std::shared_ptr<TunerChooser> chooser; ///< with the tree
     bool treeBuilt = false;
+    bool classesChanged = false; ///< since it was built
 
     /// A query holds what it gets here: user code that it calls may cause the next tree to be built.
     std::shared_ptr<TunerChooser> ensureTree()
     {
+        // Nobody else may hold a chooser that changes: a query that is under way goes on with what it has.
+        if (!treeBuilt && chooser.use_count() == 1 && !classesChanged)
+            treeBuilt = chooser->refresh(resources);
         if (!treeBuilt) {
+            classesChanged = false;
             const auto tree = std::make_shared<TunerClassTree>(tunerClasses, resources);
             chooser = std::make_shared<TunerChooser>(tree, costFunction);
             costFunction->init(tree);
@@ -278,6 +283,7 @@ void TunerClassResourceSelector::setResourceOverview(const QVector<Tuner>& tuner
 void TunerClassResourceSelector::setTunerClassOverview(const TunerClassOverview& tunerClasses)
 {
     d->tunerClasses = tunerClasses;
+    d->classesChanged = true;
     d->treeBuilt = false;
 }
 

@@ -41,7 +41,9 @@ public:
     TunerClassResourceSelector(TunerClassResourceSelector&&) noexcept;
     TunerClassResourceSelector& operator=(TunerClassResourceSelector&&) noexcept;
 
-    /// These keep (implicitly shared) copies; the next query builds the tree anew.
+    /// These keep (implicitly shared) copies. The next query builds the tree anew, or keeps it when it turns
+    /// out that no tuner came, went or got another tuner ID. A policy other than DefaultCostFunction always
+    /// gets a new tree.
     void setResourceOverview(const RESOURCEMANAGEMENT::ResourceOverview& resources);
     /// Replaces the tuners alone.
     void setResourceOverview(const QVector<RESOURCEMANAGEMENT::Tuner>& tuners);

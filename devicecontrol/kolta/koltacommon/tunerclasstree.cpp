@@ -196,6 +196,7 @@ void TunerClassTree::initTree()
     m_placeIndex.reset();
     m_root.reset(); // what it took serves the new one
     m_root = TunerClassTreeBuilder(m_tunerClasses, m_resources).build();
+    m_builtRevision = m_root->m_class->changes->revision;
 }
 
 std::shared_ptr<TunerClassTree> TunerClassTree::clone() const
@@ -207,6 +208,40 @@ void TunerClassTree::createDefaultHierarchy(const QVector<ResourceDemandClass>& 
 {
     m_tunerClasses.SetTunerClass(makeDefaultTunerClasses(m_tunerClasses, m_resources, demandClasses));
     initTree();
+}
+
+bool TunerClassTree::refresh(const ResourceOverview& resources, std::vector<int>& changed)
+{
+    const QVector<Tuner>& before = m_resources.GetTuner();
+    const QVector<Tuner>& after = resources.GetTuner();
+    changed.clear();
+    if (before.size() != after.size() || m_root->m_class->changes->revision != m_builtRevision)
+        return false;
+    for (int i = 0; i < after.size(); ++i) {
+        if (before.at(i).IsSameAs(after.at(i)))
+            continue;
+        if (TunerIdGetter::idOf(m_tunerClasses, before.at(i)) !=
+            TunerIdGetter::idOf(m_tunerClasses, after.at(i)))
+            return false;
+        changed.push_back(i);
+    }
+    if (!changed.empty() && !itemIndex().unique)
+        return false;
+
+    // The list is kept and changed in place, so that pointers to its records stay good.
+    QVector<Tuner> tuners;
+    tuners.swap(m_resources.EditTuner());
+    const Tuner* const address = tuners.constData();
+    for (const int place : changed) {
+        tuners[place] = after.at(place);
+        if (const ptrTunerClassTreeItem item = findItemForTuner(after.at(place)))
+            item->m_tuner = after.at(place);
+    }
+    m_resources = resources;
+    m_resources.SetTuner(std::move(tuners));
+    if (m_resources.GetTuner().constData() != address)
+        m_placeIndex.reset();
+    return true;
 }
 
 TunerClassOverview TunerClassTree::createOverview() const

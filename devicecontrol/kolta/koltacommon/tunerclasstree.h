@@ -61,6 +61,12 @@ public:
     /// Replaces the classes of the held overview by default classes made from the tuners' types and
     /// bandwidths (see makeDefaultTunerClasses()), and builds the tree anew.
     void createDefaultHierarchy(const QVector<RESOURCEMANAGEMENT::ResourceDemandClass>& demandClasses);
+    /// Takes over a resource overview whose tuners have the same tuner IDs at the same places, as when only
+    /// their states changed, without building anything anew. The places in `changed` are those of other
+    /// records than before; what getTunerPlacesOfClass() gave stays good if the tuners keep their addresses
+    /// (see getResources()). False, and nothing happens, when the tree must be built anew: also after it was
+    /// changed itself, or when tuner IDs are not unique.
+    bool refresh(const RESOURCEMANAGEMENT::ResourceOverview& resources, std::vector<int>& changed);
     /// The held overview with the classes of the tree as it is now. A tree built from it is equal save
     /// for the tuners below the root (their order, and those that were deleted, come back from the resources)
     /// and the root's default child.
@@ -119,6 +125,7 @@ private:
     RESOURCEMANAGEMENT::ResourceOverview m_resources;
     ptrTunerClassTreeItem m_root;
     quint64 m_firstRevision = 0; ///< revisions of the roots before this one
+    quint64 m_builtRevision = 0; ///< of the root when it was built
     mutable std::unique_ptr<ItemIndex> m_itemIndex;
     mutable std::unique_ptr<PlaceIndex> m_placeIndex;
 };

@@ -38,10 +38,10 @@ ptrTunerClassTreeItem TunerClassTreeBuilder::build()
 
 void TunerClassTreeBuilder::addTuners()
 {
-    for (int i = 0; i < m_tuners.size(); ++i) {
-        const QString& id = TunerIdGetter::idOf(m_tunerClasses, m_tuners.at(i));
+    for (const RESOURCEMANAGEMENT::Tuner& tuner : m_tuners) {
+        const QString& id = TunerIdGetter::idOf(m_tunerClasses, tuner);
         if (!id.isEmpty())
-            add(std::make_shared<TunerClassTreeItem>(m_tuners, i, id));
+            add(std::make_shared<TunerClassTreeItem>(tuner, id));
     }
     m_firstClass = static_cast<int>(m_items.size());
 }

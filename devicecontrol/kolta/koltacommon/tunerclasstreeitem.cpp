@@ -45,12 +45,7 @@ TunerClassTreeItem::TunerClassTreeItem(const TunerClass& tunerClass)
 }
 
 TunerClassTreeItem::TunerClassTreeItem(const Tuner& tuner, const QString& tunerID)
-    : TunerClassTreeItem(QVector<Tuner>{tuner}, 0, tunerID)
-{
-}
-
-TunerClassTreeItem::TunerClassTreeItem(const QVector<Tuner>& tuners, int index, const QString& tunerID)
-    : m_kind(Kind::Tuner), m_id(tunerID), m_tuners(tuners), m_tunerIndex(index)
+    : m_kind(Kind::Tuner), m_id(tunerID), m_tuner(tuner)
 {
 }
 
@@ -106,12 +101,6 @@ void TunerClassTreeItem::setHWProcessing(bool hwProcessing)
 {
     if (m_class)
         m_class->hwProcessing = hwProcessing;
-}
-
-const Tuner& TunerClassTreeItem::getTuner() const noexcept
-{
-    static const Tuner none;
-    return m_tunerIndex >= 0 && m_tunerIndex < m_tuners.size() ? m_tuners.at(m_tunerIndex) : none;
 }
 
 ptrTunerClassTreeItem TunerClassTreeItem::getChild(int index) const

@@ -45,11 +45,8 @@ public:
     explicit TunerClassTreeItem(RootItemType tag);
     /// A class without parent and children. Members and superclass that the record names are not looked at.
     explicit TunerClassTreeItem(const RESOURCEMANAGEMENT::TunerClass& tunerClass);
-    /// A tuner without parent; keeps a copy of the record.
+    /// A tuner without parent; keeps an (implicitly shared) copy of the record.
     TunerClassTreeItem(const RESOURCEMANAGEMENT::Tuner& tuner, const QString& tunerID);
-    /// The same for a record of a list, of which it keeps an (implicitly shared) copy as a whole. An index
-    /// out of range means an empty record.
-    TunerClassTreeItem(const QVector<RESOURCEMANAGEMENT::Tuner>& tuners, int index, const QString& tunerID);
     ~TunerClassTreeItem();
 
     bool isRootItem() const noexcept { return m_kind == Kind::Root; }
@@ -75,7 +72,7 @@ public:
     bool getHWProcessing() const noexcept { return classPart().hwProcessing; }
     void setHWProcessing(bool hwProcessing);
     /// The tuner's record; an empty one for the root and for classes.
-    const RESOURCEMANAGEMENT::Tuner& getTuner() const noexcept;
+    const RESOURCEMANAGEMENT::Tuner& getTuner() const noexcept { return m_tuner; }
 
     /// Empty for the root, for an item that was removed, and when the parent is gone.
     ptrTunerClassTreeItem getParent() const { return m_parent.lock(); }
@@ -193,9 +190,8 @@ private:
     /// Tree index plus the parent's firstPlace: an insertion at either end renumbers nobody.
     qint64 m_place = 0;
     std::weak_ptr<TunerClassTreeItem> m_parent;
-    std::unique_ptr<ClassPart> m_class;          ///< null in tuners
-    QVector<RESOURCEMANAGEMENT::Tuner> m_tuners; ///< the tuner's record is one of these; empty in classes
-    int m_tunerIndex = 0;
+    std::unique_ptr<ClassPart> m_class; ///< null in tuners
+    RESOURCEMANAGEMENT::Tuner m_tuner;  ///< empty in classes
 };
 
 template<class Visit>
