@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 /// \file
 /// What a benchmark file needs to add a figure:
@@ -39,6 +41,9 @@ struct Figure
     Sides (*prepare)(); ///< called once, untimed; what the sides hold is freed before the next figure
 };
 
+/// What growth at equal bytes is measured against.
+constexpr char ofTenths[] = "itself on ten worlds of a tenth of the size";
+
 /// Registers a figure; figures run in the order in which they were added. Always true.
 bool addFigure(const Figure& figure);
 /// The figure of that name, or null.
@@ -54,6 +59,25 @@ Side timed(Work work, int operations = 1)
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
         return seconds.count() / operations;
     };
+}
+
+/// Growth at equal bytes: the library works on one world of that many items, the peer is itself on ten worlds
+/// with a tenth of them each. Both sides so touch the same memory in a call, and the ratio shows the
+/// algorithm, not the size of a cache. `World(items, number)` makes the world of that number; `work()` deals
+/// with all its items once.
+template<class World>
+Sides growthAtEqualBytes(int items)
+{
+    constexpr int parts = 10;
+    const auto whole = std::make_shared<World>(items, 0);
+    std::vector<std::shared_ptr<World>> pieces;
+    for (int number = 1; number <= parts; ++number)
+        pieces.push_back(std::make_shared<World>(items / parts, number));
+    const auto workOnPieces = [pieces] {
+        for (const std::shared_ptr<World>& piece : pieces)
+            piece->work();
+    };
+    return {timed([whole] { whole->work(); }), timed(workOnPieces)};
 }
 
 /// Fails the figure unless `condition` holds.

@@ -1,12 +1,12 @@
 #include "figure.h"
 #include "heapbytes.h"
+#include "tokenscan.h"
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <simulation/resourcegenerator.h>
 #include <values/value.h>
 
 #include <QCoreApplication>
-#include <QXmlStreamReader>
 
 #include <memory>
 
@@ -18,40 +18,54 @@ using Kolta::KoltaResourceObserver;
 using RESOURCEMANAGEMENT::ResourceOverview;
 
 constexpr int many = 10000;
-constexpr int few = 1000;
 constexpr int changedShare = 100; ///< one tuner in so many changes
 
-/// Two overviews of one installation that differ in the idle state of 1 % of its tuners.
+/// Two overviews of one installation, and how many signals about tuners the way from one to the other takes.
 struct Texts
 {
-    explicit Texts(int tuners)
-    {
-        ResourceOverview overview = KoltaSimulation::makeResources(tuners, 1);
-        text[0] = overview.GetXmlString();
-        for (int i = changedShare / 2; i < tuners; i += changedShare) {
-            RESOURCEMANAGEMENT::Tuner& tuner = overview.EditTuner()[i];
-            tuner.SetIdle(!tuner.GetIdle());
-            guid = tuner.GetTavikResource().GetGUID();
-        }
-        text[1] = overview.GetXmlString();
-    }
-
     QString text[2];
+    int changes = 0;
     QString guid; ///< of one of the tuners
 };
+
+/// They differ in the idle state of 1 % of the tuners, spread evenly.
+Texts stateTexts(int tuners)
+{
+    Texts texts;
+    ResourceOverview overview = KoltaSimulation::makeResources(tuners, 1);
+    texts.text[0] = overview.GetXmlString();
+    for (int i = changedShare / 2; i < tuners; i += changedShare) {
+        RESOURCEMANAGEMENT::Tuner& tuner = overview.EditTuner()[i];
+        tuner.SetIdle(!tuner.GetIdle());
+        texts.guid = tuner.GetTavikResource().GetGUID();
+        ++texts.changes;
+    }
+    texts.text[1] = overview.GetXmlString();
+    return texts;
+}
+
+/// The second has one tuner more at the front, and one less at the end.
+Texts shiftTexts(int tuners)
+{
+    Texts texts;
+    ResourceOverview overview = KoltaSimulation::makeResources(tuners, 1);
+    texts.text[0] = overview.GetXmlString();
+    overview.EditTuner().prepend(KoltaSimulation::makeTuner(tuners, 1));
+    overview.EditTuner().removeLast();
+    texts.text[1] = overview.GetXmlString();
+    texts.changes = 2;
+    return texts;
+}
 
 /// A server's value and the client's mirror of it, with listeners as an application has them.
 class Mirror
 {
 public:
-    explicit Mirror(int tuners)
-        : m_texts(tuners)
-        , m_tuners(tuners)
-        , m_path(QStringLiteral("/Bench/S%1/ADMINISTRATION/Resources").arg(tuners))
+    Mirror(const Texts& texts, int number)
+        : m_texts(texts), m_path(QStringLiteral("/Bench/S%1/ADMINISTRATION/Resources").arg(number))
     {
         m_value = values::Tree::Instance().Emplace<values::StringValue>(m_path, m_texts.text[0]);
         require(m_value && m_observer.init(m_path), "the mirror finds no value");
-        require(m_observer.GetCurrentResources().GetTuner().size() == tuners, "the mirror is not complete");
         const auto countChange = [this] { ++m_tunerChanges; };
         QObject::connect(&m_observer, &KoltaResourceObserver::si_TunerIdleStateChanged, countChange);
         QObject::connect(&m_observer, &KoltaResourceObserver::si_TunerAccessiblityChanged, countChange);
@@ -69,7 +83,7 @@ public:
         m_tunerChanges = m_resourceChanges = m_valueChanges = 0;
         m_current = 1 - m_current;
         m_value->SetValue(m_texts.text[m_current]);
-        require(m_tunerChanges == m_tuners / changedShare && m_resourceChanges == 1 && m_valueChanges == 1,
+        require(m_tunerChanges == m_texts.changes && m_resourceChanges == 1 && m_valueChanges == 1,
                 "an update was not announced as it should be");
     }
 
@@ -80,7 +94,6 @@ public:
 
 private:
     Texts m_texts;
-    int m_tuners;
     QString m_path;
     values::StringValue* m_value = nullptr;
     KoltaResourceObserver m_observer;
@@ -90,31 +103,31 @@ private:
     int m_valueChanges = 0;
 };
 
-void scanTokens(const QString& text)
-{
-    QXmlStreamReader reader(text);
-    while (!reader.atEnd())
-        reader.readNext();
-    require(!reader.hasError(), "the overview is not well-formed");
-}
-
+template<Texts makeTexts(int)>
 Sides updateAgainstScan()
 {
-    const auto mirror = std::make_shared<Mirror>(many);
+    const auto mirror = std::make_shared<Mirror>(makeTexts(many), 0);
     return {timed([mirror] { mirror->update(); }), timed([mirror] { scanTokens(mirror->text()); })};
 }
 
-Sides updateGrowth()
+Sides parseAgainstScan()
 {
-    const auto large = std::make_shared<Mirror>(many);
-    const auto small = std::make_shared<Mirror>(few);
-    constexpr int equalWork = many / few;
-    const auto updateSmall = [small] {
-        for (int i = 0; i < equalWork; ++i)
-            small->update();
+    const auto text = std::make_shared<const QString>(stateTexts(many).text[0]);
+    const auto parse = [text] {
+        ResourceOverview overview;
+        overview.SetXmlString(*text, true);
+        require(overview.GetTuner().size() == many, "the overview is not complete");
     };
-    return {timed([large] { large->update(); }), timed(updateSmall, equalWork)};
+    return {timed(parse), timed([text] { scanTokens(*text); })};
 }
+
+struct StateUpdate
+{
+    StateUpdate(int tuners, int number) : mirror(stateTexts(tuners), number) {}
+    void work() { mirror.update(); }
+
+    Mirror mirror;
+};
 
 /// What a mirror holds after an update has settled, its index of GUIDs built and the value's text included.
 double mirrorBytes(const QByteArray& first, const QByteArray& second, const QString& guid)
@@ -139,20 +152,23 @@ double mirrorBytes(const QByteArray& first, const QByteArray& second, const QStr
 
 Sides mirrorMemory()
 {
-    const Texts texts(many);
+    const Texts texts = stateTexts(many);
     const auto library = [first = texts.text[0].toUtf8(), second = texts.text[1].toUtf8(),
                           guid = texts.guid] { return mirrorBytes(first, second, guid); };
     return {library, [bytes = static_cast<double>(texts.text[1].toUtf8().size())] { return bytes; }};
 }
 
-const bool scanAdded =
-    addFigure({"overview_update_10k_vs_token_scan", "bare QXmlStreamReader token scan of the same text", 0.6,
-               Unit::Time, updateAgainstScan});
-const bool growthAdded =
-    addFigure({"overview_update_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 12,
-               Unit::Time, updateGrowth});
+constexpr char scan[] = "bare QXmlStreamReader token scan of the same text";
+const bool updateAdded = addFigure(
+    {"overview_update_10k_1pct_vs_token_scan", scan, 0.08, Unit::Time, updateAgainstScan<stateTexts>});
+const bool shiftAdded = addFigure({"overview_update_10k_insert_remove_vs_token_scan", scan, 0.10, Unit::Time,
+                                   updateAgainstScan<shiftTexts>});
+const bool parseAdded =
+    addFigure({"overview_parse_10k_vs_token_scan", scan, 0.45, Unit::Time, parseAgainstScan});
+const bool growthAdded = addFigure({"overview_update_growth_at_equal_bytes", ofTenths, 1.25, Unit::Time,
+                                    [] { return growthAtEqualBytes<StateUpdate>(many); }});
 const bool memoryAdded = addFigure(
-    {"mirror_memory_vs_text", "UTF-8 bytes of the overview's text", 4.0, Unit::Bytes, mirrorMemory});
+    {"mirror_memory_vs_text", "UTF-8 bytes of the overview's text", 3.1, Unit::Bytes, mirrorMemory});
 
 } // namespace
 

@@ -1,4 +1,5 @@
 #include "figure.h"
+#include "tokenscan.h"
 
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/processorconverter.h>
@@ -17,9 +18,9 @@ using Kolta::ProcessorConverter;
 using namespace RESOURCEMANAGEMENT;
 
 constexpr int many = 10000;
-constexpr int few = 1000;
-constexpr int perMcp = 10;        ///< an MCP with two FFPs and a DSC of six
-constexpr int changedShare = 100; ///< one processor in so many changes
+constexpr int perMcp = 10;         ///< an MCP with two FFPs and a DSC of six
+constexpr int changedShare = 100;  ///< one processor in so many changes
+constexpr int startedShare = 1000; ///< one in so many starts or stops
 
 template<class Node>
 Node processor(Node node, int number)
@@ -63,15 +64,15 @@ ProcessorOverview makeProcessors(int count)
 class Mirror
 {
 public:
-    explicit Mirror(int processors)
+    Mirror(int processors, int number)
         : m_processors(processors)
-        , m_path(QStringLiteral("/Bench/S%1/ADMINISTRATION/ActualConfiguration").arg(processors))
+        , m_path(QStringLiteral("/Bench/S%1/ADMINISTRATION/ActualConfiguration").arg(number))
     {
         ProcessorOverview overview = makeProcessors(processors);
         m_texts[0] = overview.GetXmlString();
         for (int mcp = 0; mcp < overview.GetMCP().size(); mcp += changedShare / perMcp)
             overview.EditMCP()[mcp].EditFFP()[1].SetBandwidth(50e3);
-        for (int mcp = 1; mcp < overview.GetMCP().size(); mcp += few / perMcp)
+        for (int mcp = 1; mcp < overview.GetMCP().size(); mcp += startedShare / perMcp)
             overview.EditMCP()[mcp].EditDSC()[0].EditFFP().removeLast();
         m_texts[1] = overview.GetXmlString();
         m_value = values::Tree::Instance().Emplace<values::StringValue>(m_path, m_texts[0]);
@@ -86,14 +87,16 @@ public:
     ~Mirror() { values::Tree::Instance().Remove(QStringLiteral("/Bench")); }
 
     /// From the value's change to the last signal.
-    void update()
+    void work()
     {
         m_changes = m_overviews = 0;
         m_current = 1 - m_current;
         m_value->SetValue(m_texts[m_current]);
-        require(m_changes == m_processors / changedShare + m_processors / few && m_overviews == 1,
+        require(m_changes == m_processors / changedShare + m_processors / startedShare && m_overviews == 1,
                 "an update was not announced as it should be");
     }
+
+    const QString& text() const { return m_texts[m_current]; }
 
     Mirror(const Mirror&) = delete;
     Mirror& operator=(const Mirror&) = delete;
@@ -109,21 +112,17 @@ private:
     int m_overviews = 0;
 };
 
-Sides updateGrowth()
+Sides updateAgainstScan()
 {
-    const auto large = std::make_shared<Mirror>(many);
-    const auto small = std::make_shared<Mirror>(few);
-    constexpr int equalWork = many / few;
-    const auto updateSmall = [small] {
-        for (int i = 0; i < equalWork; ++i)
-            small->update();
-    };
-    return {timed([large] { large->update(); }), timed(updateSmall, equalWork)};
+    const auto mirror = std::make_shared<Mirror>(many, 0);
+    return {timed([mirror] { mirror->work(); }), timed([mirror] { scanTokens(mirror->text()); })};
 }
 
-const bool growthAdded =
-    addFigure({"processor_update_growth_10k_over_1k", "itself with 1,000 processors instead of 10,000", 12,
-               Unit::Time, updateGrowth});
+const bool updateAdded =
+    addFigure({"processor_update_10k_1pct_vs_token_scan", "bare QXmlStreamReader token scan of the same text",
+               0.12, Unit::Time, updateAgainstScan});
+const bool growthAdded = addFigure({"processor_update_growth_at_equal_bytes", ofTenths, 1.25, Unit::Time,
+                                    [] { return growthAtEqualBytes<Mirror>(many); }});
 
 } // namespace
 

@@ -217,13 +217,13 @@ Sides replay()
 class StateTransfer
 {
 public:
-    explicit StateTransfer(int count)
+    StateTransfer(int count, int /*number*/)
     {
         for (const ShortTimeProfile& profile : profiles(count))
             m_map.Add(profile);
     }
     /// As a link does it: what does not fit as a whole is not executed at all.
-    void run()
+    void work()
     {
         std::string state;
         m_map.AddObjectStateStringForTransmission(state, values::eTransmitPlain);
@@ -242,18 +242,6 @@ public:
 private:
     ShortTimeProfileItemMap m_map;
 };
-
-Sides stateGrowth()
-{
-    const auto large = std::make_shared<StateTransfer>(many);
-    const auto small = std::make_shared<StateTransfer>(some);
-    constexpr int equalWork = many / some;
-    const auto runSmall = [small] {
-        for (int i = 0; i < equalWork; ++i)
-            small->run();
-    };
-    return {timed([large] { large->run(); }), timed(runSmall, equalWork)};
-}
 
 template<class Map, class Add>
 double bytesOf(const Add& add)
@@ -285,9 +273,8 @@ const bool setAtAdded =
 const bool replayAdded =
     addFigure({"map_replay_vs_floor", "QDataStream decoding of the same bytes plus insert_or_assign", 1.6,
                Unit::Time, replay});
-const bool stateAdded =
-    addFigure({"map_state_growth_100k_over_10k", "itself with 10,000 profiles instead of 100,000", 12,
-               Unit::Time, stateGrowth});
+const bool stateAdded = addFigure({"map_state_growth_at_equal_bytes", ofTenths, 1.25, Unit::Time,
+                                   [] { return growthAtEqualBytes<StateTransfer>(many); }});
 const bool memoryAdded = addFigure(
     {"map_memory_vs_plain", "the same 100,000 profiles in a std::unordered_map", 1.3, Unit::Bytes, memory});
 

@@ -4,6 +4,7 @@
 #include <koltacommon/tunerclassresourceselector.h>
 #include <koltacommon/tunerclasstree.h>
 #include <resourcemodel/demandclasses.h>
+#include <resourcemodel/textreader.h>
 #include <resourcemodel/tunerclasses.h>
 #include <simulation/resourcegenerator.h>
 
@@ -28,7 +29,6 @@ using RESOURCEMANAGEMENT::TunerClass;
 using RESOURCEMANAGEMENT::TunerClassOverview;
 
 constexpr int many = 10000;
-constexpr int few = 1000;
 constexpr int tunersPerClass = 20;
 constexpr int subclasses = 4; ///< of one class; 500 classes so are nested six levels deep
 constexpr int noClass = -1;
@@ -150,24 +150,10 @@ const Key* plainChoice(const std::vector<Key>& keys)
     return best;
 }
 
-/// Both sides do `World::work()`, with worlds of many and of few tuners.
-template<class World>
-Sides growth()
-{
-    const auto large = std::make_shared<World>(many);
-    const auto small = std::make_shared<World>(few);
-    constexpr int equalWork = many / few;
-    const auto workSmall = [small] {
-        for (int i = 0; i < equalWork; ++i)
-            small->work();
-    };
-    return {timed([large] { large->work(); }), timed(workSmall, equalWork)};
-}
-
 /// Makes a tree and lets it go.
 struct TreeBuilding
 {
-    explicit TreeBuilding(int tuners) : installation(tuners)
+    explicit TreeBuilding(int tuners, int /*number*/ = 0) : installation(tuners)
     {
         const TunerClassTree tree(installation.tunerClasses, installation.resources);
         for (int i = 0; i < tuners; ++i) {
@@ -207,7 +193,7 @@ Sides buildAgainstParsing()
 /// One choice among all tuners.
 struct Selection
 {
-    explicit Selection(int tuners)
+    explicit Selection(int tuners, int /*number*/ = 0)
     {
         const Installation installation(tuners);
         keys = makeKeys(installation);
@@ -242,7 +228,7 @@ Sides selectionAgainstScan()
 /// Replaces the classes of a tree by the default ones.
 struct DefaultHierarchy
 {
-    explicit DefaultHierarchy(int tunerCount)
+    DefaultHierarchy(int tunerCount, int /*number*/)
         : tuners(tunerCount), tree(TunerClassOverview(), KoltaSimulation::makeResources(tunerCount, 1))
     {
         ResourceDemandClass demandClass;
@@ -267,41 +253,106 @@ struct DefaultHierarchy
     QVector<ResourceDemandClass> demandClasses;
 };
 
-/// Overviews, parsed from their texts as they come from a server, with 1 % of the tuners changed.
-struct BookingUpdate
+/// Two overviews as they come from a server one after the other, with 1 % of the tuners changed.
+struct Generations
 {
-    explicit BookingUpdate(int tunerCount) : changes(tunerCount / 100)
+    explicit Generations(int tunerCount) : changes(tunerCount / 100)
     {
+        REPORTGENERATOR::TextReader reader;
         ResourceOverview overview = KoltaSimulation::makeResources(tunerCount, 1);
-        overviews[0].SetXmlString(overview.GetXmlString(), true);
+        reader.read(overview.GetXmlString(), overviews[0]);
         for (int i = 50; i < tunerCount; i += 100) {
             Tuner& tuner = overview.EditTuner()[i];
             tuner.SetIdle(!tuner.GetIdle());
         }
-        overviews[1].SetXmlString(overview.GetXmlString(), true);
-        manager.sl_updateTuners(overviews[0]);
+        reader.read(overview.GetXmlString(), overviews[1]);
+    }
+
+    const ResourceOverview& next()
+    {
+        current = 1 - current;
+        return overviews[current];
+    }
+
+    int changes;
+    ResourceOverview overviews[2];
+    int current = 0;
+};
+
+struct BookingUpdate
+{
+    explicit BookingUpdate(int tunerCount, int /*number*/ = 0) : generations(tunerCount)
+    {
+        manager.sl_updateTuners(generations.overviews[0]);
         QObject::connect(&manager, &TunerBookingManager::si_TunerStateChanged, [this] { ++announced; });
     }
 
     void work()
     {
         announced = 0;
-        current = 1 - current;
-        manager.sl_updateTuners(overviews[current]);
-        require(announced == changes, "an update was not announced as it should be");
+        manager.sl_updateTuners(generations.next());
+        require(announced == generations.changes, "an update was not announced as it should be");
     }
 
-    int changes;
-    ResourceOverview overviews[2];
-    int current = 0;
+    Generations generations;
     int announced = 0;
     TunerBookingManager manager;
 };
 
+Sides bookingAgainstPass()
+{
+    const auto update = std::make_shared<BookingUpdate>(many);
+    const auto pass = [update] {
+        const QVector<Tuner>& before = update->generations.overviews[0].GetTuner();
+        const QVector<Tuner>& after = update->generations.overviews[1].GetTuner();
+        int changes = 0;
+        for (int i = 0; i < after.size(); ++i) {
+            if (!before.at(i).IsSameAs(after.at(i)))
+                changes += before.at(i).GetIdle() != after.at(i).GetIdle();
+        }
+        require(changes == update->generations.changes, "the overviews do not share their records");
+    };
+    return {timed([update] { update->work(); }), timed(pass)};
+}
+
+/// A selector gets overviews in which only states changed, and chooses among all tuners.
+struct SelectorRefresh
+{
+    explicit SelectorRefresh(int tuners) : generations(tuners)
+    {
+        Installation installation(tuners);
+        for (int i = 0; i < 2; ++i) {
+            installation.resources = generations.overviews[i];
+            const std::vector<Key> keys = makeKeys(installation);
+            expected[i] = plainChoice(keys)->guid;
+        }
+        selector.setTunerClassOverview(installation.tunerClasses);
+    }
+
+    void work()
+    {
+        selector.setResourceOverview(generations.next());
+        require(selector.selectTuner(className).GetTavikResource().GetGUID() == expected[generations.current],
+                "another tuner was chosen");
+    }
+
+    QString className = nameOf(0);
+    Generations generations;
+    QString expected[2];
+    TunerClassResourceSelector selector;
+};
+
+Sides refreshAgainstBuild()
+{
+    const auto refresh = std::make_shared<SelectorRefresh>(many);
+    const auto building = std::make_shared<const TreeBuilding>(many);
+    return {timed([refresh] { refresh->work(); }), timed([building] { building->work(); })};
+}
+
 /// Whether the 200 outermost classes, the one with all tuners first, can get a tuner each.
 struct SimultaneousUse
 {
-    explicit SimultaneousUse(int tuners)
+    SimultaneousUse(int tuners, int /*number*/)
     {
         const Installation installation(tuners, 500);
         selector.setTunerClassOverview(installation.tunerClasses);
@@ -345,26 +396,30 @@ struct SimultaneousUse
 };
 
 const bool buildAdded =
-    addFigure({"class_tree_build_10k_vs_parse_10k", "parsing the resource overview of the same tuners", 1.0,
+    addFigure({"class_tree_build_10k_vs_parse_10k", "parsing the resource overview of the same tuners", 0.25,
                Unit::Time, buildAgainstParsing});
-const bool buildGrowthAdded =
-    addFigure({"class_tree_build_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 13,
-               Unit::Time, growth<TreeBuilding>});
-const bool selectionGrowthAdded =
-    addFigure({"select_tuner_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 12,
-               Unit::Time, growth<Selection>});
+const bool refreshAdded =
+    addFigure({"selector_refresh_10k_1pct_vs_tree_build", "building the tree of the same tuners", 0.10,
+               Unit::Time, refreshAgainstBuild});
 const bool selectionAdded = addFigure({"select_tuner_10k_vs_plain_scan",
                                        "one pass over a plain array of keys with the same order of criteria",
                                        6.0, Unit::Time, selectionAgainstScan});
-const bool hierarchyAdded =
-    addFigure({"default_hierarchy_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 13,
-               Unit::Time, growth<DefaultHierarchy>});
-const bool bookingAdded =
-    addFigure({"booking_update_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000", 12,
-               Unit::Time, growth<BookingUpdate>});
-const bool simultaneousAdded =
-    addFigure({"simultaneous_200_classes_growth_10k_over_1k", "itself with 1,000 tuners instead of 10,000",
-               13, Unit::Time, growth<SimultaneousUse>});
+const bool bookingAdded = addFigure({"booking_update_10k_vs_identity_pass",
+                                     "one pass over both lists, with a look into the records that changed", 4,
+                                     Unit::Time, bookingAgainstPass});
+
+template<class World>
+bool addGrowth(const char* name)
+{
+    return addFigure({name, ofTenths, 1.25, Unit::Time, [] { return growthAtEqualBytes<World>(many); }});
+}
+
+const bool buildGrowthAdded = addGrowth<TreeBuilding>("class_tree_build_growth_at_equal_bytes");
+const bool hierarchyGrowthAdded = addGrowth<DefaultHierarchy>("default_hierarchy_growth_at_equal_bytes");
+const bool bookingGrowthAdded = addGrowth<BookingUpdate>("booking_update_growth_at_equal_bytes");
+const bool selectionGrowthAdded = addGrowth<Selection>("select_tuner_growth_at_equal_bytes");
+const bool simultaneousGrowthAdded =
+    addGrowth<SimultaneousUse>("simultaneous_200_classes_growth_at_equal_bytes");
 
 } // namespace
 
