@@ -38,6 +38,12 @@ const QString& TextCache::shared(std::u16string_view text)
     return slot;
 }
 
+std::vector<Extent> RecordFinder::takeExtents()
+{
+    m_extents.shrink_to_fit();
+    return std::move(m_extents);
+}
+
 RecordFinder::RecordFinder(const QString& text, const QString& formerText, const RecordTexts* former)
     : m_text(unitsOf(text))
     , m_size(text.size())

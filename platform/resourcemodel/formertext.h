@@ -60,7 +60,7 @@ public:
     /// -1.
     int find(int begin, int end);
 
-    std::vector<Extent> takeExtents() { return std::move(m_extents); }
+    std::vector<Extent> takeExtents();
     const std::vector<int>& fresh() const
     {
         return m_fresh;

@@ -100,6 +100,7 @@ public:
         , m_former(former)
         , m_remembers(former)
     {
+        m_gathered.reserve(256); // so that resizing it leaves it its room
     }
 
     void read(IRGObject& object)
@@ -333,7 +334,7 @@ private:
         const Scanner::Part content = readContent(step);
         if (content.length == 0)
             return QString();
-        return m_isGathered ? m_gathered
+        return m_isGathered ? toText(content) // without the room that gathering left
                             : m_texts.shared({content.begin, static_cast<std::size_t>(content.length)});
     }
 
@@ -352,10 +353,14 @@ private:
                 content = m_scanner.text();
                 continue;
             }
-            if (!m_isGathered)
-                m_gathered = toText(content);
+            if (!m_isGathered) {
+                m_gathered.resize(0);
+                m_gathered.append(reinterpret_cast<const QChar*>(content.begin), content.length);
+            }
             m_isGathered = true;
-            XmlText::appendMeaning(m_scanner.text(), token == Token::Text, m_gathered);
+            XmlText::appendMeaning(m_scanner.text(),
+                                   token == Token::Text ? XmlText::Meaning::Text : XmlText::Meaning::Section,
+                                   m_gathered);
         }
         return m_isGathered ? Scanner::Part{unitsOf(m_gathered), m_gathered.size()} : content;
     }

@@ -5,14 +5,15 @@
 
 #include <utility>
 
-namespace pugi {
-struct xml_node_struct;
-}
-
 namespace XmlCommon {
 
 namespace detail {
+class Document;
 class TreeData;
+/// Number of a node in its document.
+using NodeId = quint32;
+constexpr NodeId kNoNode = 0xFFFFFFFFU;
+
 class TreeHandle
 {
 public:
@@ -69,8 +70,8 @@ class CConstElement
 public:
     CConstElement() noexcept = default;
 
-    bool isNull() const noexcept { return m_node == nullptr; }
-    explicit operator bool() const noexcept { return m_node != nullptr; }
+    bool isNull() const noexcept { return m_node == detail::kNoNode; }
+    explicit operator bool() const noexcept { return !isNull(); }
 
     QString name() const;
     bool hasName(const char* name) const noexcept;
@@ -83,10 +84,10 @@ public:
     quint64 attributeToUInt(const char* name, bool* ok = nullptr) const noexcept;
 
     /// First child element, of any name or of the given one.
-    CConstElement child() const noexcept;
+    CConstElement child() const noexcept { return child(nullptr); }
     CConstElement child(const char* name) const noexcept;
     /// Next sibling element, of any name or of the given one.
-    CConstElement next() const noexcept;
+    CConstElement next() const noexcept { return next(nullptr); }
     CConstElement next(const char* name) const noexcept;
     /// Text of the first child element with that name.
     QString childText(const char* name) const { return child(name).text(); }
@@ -95,8 +96,14 @@ protected:
     friend class CDataTree;
     friend class CElement;
     friend class MessageCodec;
-    explicit CConstElement(pugi::xml_node_struct* node) noexcept : m_node(node) {}
-    pugi::xml_node_struct* m_node = nullptr;
+    CConstElement(detail::Document* document, detail::NodeId node) noexcept
+        : m_document(document), m_node(node)
+    {
+    }
+    CConstElement from(detail::NodeId child, const char* name) const noexcept;
+
+    detail::Document* m_document = nullptr;
+    detail::NodeId m_node = detail::kNoNode;
 };
 
 class CDataTree;
@@ -119,7 +126,7 @@ public:
 
 private:
     friend class CDataTree;
-    explicit CElement(pugi::xml_node_struct* node) noexcept : CConstElement(node) {}
+    using CConstElement::CConstElement;
 };
 
 /// One XML element with all below it, as a value: implicitly shared, detached on the first change.

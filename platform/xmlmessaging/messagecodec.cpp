@@ -1,16 +1,19 @@
 #include "messagecodec.h"
 
-#include "treedata.h"
+#include "document.h"
+#include "treewriter.h"
 #include "xmlappender.h"
 
 #include <xmltext/characters.h>
 
-#include <cstring>
 #include <limits>
 
 namespace XmlCommon {
 
 namespace {
+
+using detail::kNoNode;
+using detail::NodeId;
 
 constexpr quint64 kMaxServiceType = 255;
 
@@ -20,7 +23,7 @@ constexpr quint64 kMaxServiceType = 255;
 class MessageCodec::Decoder
 {
 public:
-    Decoder(const detail::DocumentHolder& document, const MessageLimits& limits, QString& error)
+    Decoder(detail::Document& document, const MessageLimits& limits, QString& error)
         : m_document(document), m_limits(limits), m_error(error)
     {
     }
@@ -28,40 +31,41 @@ public:
     bool message(CXmlMessage& message);
 
 private:
-    bool fail(pugi::xml_node node, const char* what, const char* expected)
+    bool fail(NodeId node, const char* what, const char* expected)
     {
-        m_error = m_document->complaintAt(node, what, expected);
+        m_error = m_document.complaintAt(node, what, expected);
         return false;
     }
 
-    bool number(pugi::xml_node node, pugi::xml_attribute attribute, quint64 largest, quint64& value)
+    bool messageAttribute(NodeId attribute, CXmlMessage& message);
+    bool messageAttributes(NodeId root, CXmlMessage& message);
+    bool fragment(NodeId node, CMsgFragment& fragment);
+    bool part(NodeId node, CMsgFragment& fragment);
+    bool onlyElement(NodeId node, CDataTree& tree);
+    CDataTree tree(NodeId node) { return CDataTree(detail::TreeHandle(m_document.addTree(node))); }
+    std::string valueOf(NodeId attribute) const
     {
-        return (detail::parseUInt(attribute.value(), value) && value <= largest) ||
-               fail(node, "number out of range", "a decimal number");
+        std::string value;
+        m_document.appendMeaning(attribute, value);
+        return value;
     }
-    bool messageAttributes(pugi::xml_node root, CXmlMessage& message);
-    bool fragment(pugi::xml_node node, CMsgFragment& fragment);
-    bool part(pugi::xml_node node, CMsgFragment& fragment);
-    bool onlyElement(pugi::xml_node node, CDataTree& tree);
-    CDataTree tree(pugi::xml_node node);
 
-    const detail::DocumentHolder& m_document;
+    detail::Document& m_document;
     const MessageLimits& m_limits;
     QString& m_error;
 };
 
 bool MessageCodec::Decoder::message(CXmlMessage& message)
 {
-    const pugi::xml_node root = m_document->xml.document_element();
-    if (std::strcmp(root.name(), "Message") != 0)
+    const NodeId root = m_document.root();
+    if (m_document.name(root) != "Message")
         return fail(root, "unknown root element", "Message");
     if (!messageAttributes(root, message))
         return false;
     int count = 0;
-    for (pugi::xml_node child = root.first_child(); child; child = child.next_sibling()) {
-        if (std::strcmp(child.name(), "Fragment") != 0)
-            return fail(child.type() == pugi::node_element ? child : root, "unknown content of Message",
-                        "Fragment");
+    for (NodeId child = m_document.firstChild(root); child != kNoNode; child = m_document.next(child)) {
+        if (!m_document.isElement(child) || m_document.name(child) != "Fragment")
+            return fail(child, "unknown content of Message", "Fragment");
         if (++count > m_limits.maxFragments)
             return fail(child, "too many fragments", "fewer");
         if (!fragment(child, message.appendFragment()))
@@ -70,54 +74,58 @@ bool MessageCodec::Decoder::message(CXmlMessage& message)
     return true;
 }
 
-bool MessageCodec::Decoder::messageAttributes(pugi::xml_node root, CXmlMessage& message)
+bool MessageCodec::Decoder::messageAttributes(NodeId root, CXmlMessage& message)
 {
-    constexpr quint64 kMax32 = std::numeric_limits<quint32>::max();
-    bool idSeen = false;
-    bool serviceSeen = false;
-    for (pugi::xml_attribute attribute = root.first_attribute(); attribute;
-         attribute = attribute.next_attribute()) {
-        quint64 value = 0;
-        const char* const name = attribute.name();
-        const bool id = !std::strcmp(name, "id");
-        const bool service = !id && !std::strcmp(name, "service");
-        if (!id && !service && std::strcmp(name, "time") != 0)
-            return fail(root, "unknown attribute of Message", "id, service or time");
-        if (!number(root, attribute, service ? kMaxServiceType : kMax32, value))
+    for (NodeId a = m_document.firstAttribute(root); a != kNoNode; a = m_document.nextAttribute(a)) {
+        if (!messageAttribute(a, message))
             return false;
-        if (id)
-            message.setMessageID(static_cast<quint32>(value));
-        else if (service)
-            message.setServiceType(static_cast<CXmlMessage::eSERVICE_TYPES>(value));
-        else
-            message.setAvailableTime(static_cast<quint32>(value));
-        idSeen |= id;
-        serviceSeen |= service;
     }
-    return (idSeen && serviceSeen) || fail(root, "Message lacks an attribute", "id and service");
+    const bool complete = m_document.findAttribute(root, "id") != kNoNode &&
+                          m_document.findAttribute(root, "service") != kNoNode;
+    return complete || fail(root, "Message lacks an attribute", "id and service");
 }
 
-bool MessageCodec::Decoder::fragment(pugi::xml_node node, CMsgFragment& fragment)
+bool MessageCodec::Decoder::messageAttribute(NodeId attribute, CXmlMessage& message)
 {
-    const pugi::xml_attribute component = node.first_attribute();
-    if (std::strcmp(component.name(), "component") != 0 || component.next_attribute())
+    const std::string_view name = m_document.name(attribute);
+    const bool isService = name == "service";
+    if (!isService && name != "id" && name != "time")
+        return fail(attribute, "unknown attribute of Message", "id, service or time");
+    quint64 value = 0;
+    if (!detail::parseUInt(valueOf(attribute), value) ||
+        value > (isService ? kMaxServiceType : std::numeric_limits<quint32>::max()))
+        return fail(attribute, "number out of range", "a decimal number");
+    if (isService)
+        message.setServiceType(static_cast<CXmlMessage::eSERVICE_TYPES>(value));
+    else if (name == "id")
+        message.setMessageID(static_cast<quint32>(value));
+    else
+        message.setAvailableTime(static_cast<quint32>(value));
+    return true;
+}
+
+bool MessageCodec::Decoder::fragment(NodeId node, CMsgFragment& fragment)
+{
+    const NodeId component = m_document.firstAttribute(node);
+    if (component == kNoNode || m_document.name(component) != "component" ||
+        m_document.nextAttribute(component) != kNoNode)
         return fail(node, "wrong attributes of Fragment", "component");
-    fragment.setComponentName(XmlText::textFromUtf8(component.value()));
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_element)
-            return fail(node, "text in Fragment", "Request, Data or Fault");
+    fragment.setComponentName(XmlText::textFromUtf8(valueOf(component)));
+    for (NodeId child = m_document.firstChild(node); child != kNoNode; child = m_document.next(child)) {
+        if (!m_document.isElement(child))
+            return fail(child, "text in Fragment", "Request, Data or Fault");
         if (!part(child, fragment))
             return false;
     }
     return true;
 }
 
-bool MessageCodec::Decoder::part(pugi::xml_node node, CMsgFragment& fragment)
+bool MessageCodec::Decoder::part(NodeId node, CMsgFragment& fragment)
 {
-    const char* const name = node.name();
-    const bool fault = !std::strcmp(name, "Fault");
-    const bool request = !fault && !std::strcmp(name, "Request");
-    if (!fault && !request && std::strcmp(name, "Data") != 0)
+    const std::string_view name = m_document.name(node);
+    const bool fault = name == "Fault";
+    const bool request = name == "Request";
+    if (!fault && !request && name != "Data")
         return fail(node, "unknown content of Fragment", "Request, Data or Fault");
     if (fault ? fragment.hasFaultTree() : request ? fragment.hasRequestTree() : fragment.hasDataTree())
         return fail(node, "second part of the same kind", "each at most once");
@@ -135,18 +143,14 @@ bool MessageCodec::Decoder::part(pugi::xml_node node, CMsgFragment& fragment)
     return true;
 }
 
-bool MessageCodec::Decoder::onlyElement(pugi::xml_node node, CDataTree& content)
+bool MessageCodec::Decoder::onlyElement(NodeId node, CDataTree& content)
 {
-    const pugi::xml_node child = node.first_child();
-    if (node.first_attribute() || child.type() != pugi::node_element || child.next_sibling())
+    const NodeId child = m_document.firstChild(node);
+    if (m_document.firstAttribute(node) != kNoNode || child == kNoNode || !m_document.isElement(child) ||
+        m_document.next(child) != kNoNode)
         return fail(node, "wrong content of Request or Data", "exactly one element");
     content = tree(child);
     return true;
-}
-
-CDataTree MessageCodec::Decoder::tree(pugi::xml_node node)
-{
-    return CDataTree(detail::TreeHandle(m_document->addTree(node)));
 }
 
 /// Writes one message.
@@ -160,7 +164,11 @@ public:
 private:
     void fragment(const CMsgFragment& fragment);
     void fault(const CFaultTree& fault);
-    void tree(const CDataTree& tree) { detail::appendXml(m_out, pugi::xml_node(tree.root().m_node)); }
+    void tree(const CDataTree& tree)
+    {
+        const CConstElement root = tree.root();
+        detail::appendXml(m_out, *root.m_document, root.m_node);
+    }
 
     detail::XmlAppender m_out;
 };
@@ -184,7 +192,7 @@ void MessageCodec::Encoder::message(const CXmlMessage& message)
 void MessageCodec::Encoder::fragment(const CMsgFragment& fragment)
 {
     m_out.literal("<Fragment component=\"");
-    detail::appendEscaped(m_out, fragment.getComponentName());
+    m_out.escaped(XmlText::toUtf8(fragment.getComponentName()).constData(), detail::XmlAppender::eAttribute);
     m_out.literal("\">");
     if (fragment.hasRequestTree()) {
         m_out.literal("<Request>");
@@ -229,7 +237,7 @@ ptrCXmlMessage MessageCodec::decode(QByteArray text, QString& error, const Messa
     if (!document->parse(std::move(text), limits.maxDepth, error))
         return ptrCXmlMessage();
     ptrCXmlMessage message(new CXmlMessage);
-    if (!Decoder(document, limits, error).message(*message))
+    if (!Decoder(*document, limits, error).message(*message))
         return ptrCXmlMessage();
     return message;
 }
@@ -242,7 +250,7 @@ QString MessageCodec::toReadable(const CXmlMessage& message)
     const detail::DocumentHolder document;
     if (!document->parse(text, std::numeric_limits<int>::max(), error))
         return error;
-    return detail::readable(document->xml.document_element());
+    return detail::readable(*document, document->root());
 }
 
 } // namespace XmlCommon

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <string_view>
 
 namespace XmlCommon::detail {
 
@@ -29,23 +30,11 @@ public:
         std::memcpy(at, text, length);
         m_at = at + length;
     }
+    void bytes(std::string_view text) { bytes(text.data(), text.size()); }
     template<std::size_t size>
     void literal(const char (&text)[size])
     {
         bytes(text, size - 1);
-    }
-    /// A zero-terminated name, which needs no escaping, between two literals.
-    template<std::size_t before, std::size_t behind>
-    void name(const char (&prefix)[before], const char* name, const char (&suffix)[behind])
-    {
-        const std::size_t length = std::strlen(name);
-        char* at = roomFor(before + length + behind);
-        std::memcpy(at, prefix, before - 1);
-        at += before - 1;
-        std::memcpy(at, name, length);
-        at += length;
-        std::memcpy(at, suffix, behind - 1);
-        m_at = at + behind - 1;
     }
     void number(quint32 value);
     /// A zero-terminated UTF-8 text with everything escaped that its place cannot carry as it is.

@@ -152,12 +152,6 @@ void Scanner<Unit>::skip(int classes)
 }
 
 template<class Unit>
-bool Scanner<Unit>::count()
-{
-    return ++m_nodes <= m_rules.maxNodes || fail("too many elements, attributes and texts", "fewer");
-}
-
-template<class Unit>
 Token Scanner<Unit>::next()
 {
     if (m_emptyElement) {
@@ -300,7 +294,7 @@ bool Scanner<Unit>::characterData()
         }
     }
     m_text.length = static_cast<int>(m_at - m_text.begin);
-    return count();
+    return true;
 }
 
 template<class Unit>
@@ -354,7 +348,7 @@ bool Scanner<Unit>::startTag()
         return fail("elements nested too deep", "fewer levels");
     m_rootSeen = true;
     ++m_at;
-    if (!count() || !parseName(m_name))
+    if (!parseName(m_name))
         return false;
     m_attributes.clear();
     for (;;) {
@@ -368,33 +362,33 @@ bool Scanner<Unit>::startTag()
         }
         if (m_at == before)
             return fail("malformed tag", "white space, \"/>\" or \">\"");
-        if (!addAttribute(m_attributes))
+        if (!addAttribute())
             return false;
     }
 }
 
 template<class Unit>
-bool Scanner<Unit>::addAttribute(std::vector<Part>& seen)
+bool Scanner<Unit>::addAttribute()
 {
     const Unit* const start = m_at;
-    if (static_cast<int>(seen.size()) == m_rules.maxAttributes)
+    if (static_cast<int>(m_attributes.size()) == m_rules.maxAttributes)
         return fail(QStringLiteral("too many attributes"),
                     QStringLiteral("%1 at most").arg(m_rules.maxAttributes));
-    Part name;
-    if (!count() || !attribute(name))
+    Attribute added;
+    if (!attribute(added))
         return false;
-    for (const Part& other : seen) {
-        if (same(name, other))
+    for (const Attribute& other : m_attributes) {
+        if (same(added.name, other.name))
             return failAt(start, "duplicate attribute", "each name once");
     }
-    seen.push_back(name);
+    m_attributes.push_back(added);
     return true;
 }
 
 template<class Unit>
-bool Scanner<Unit>::attribute(Part& name)
+bool Scanner<Unit>::attribute(Attribute& attribute)
 {
-    if (!parseName(name))
+    if (!parseName(attribute.name))
         return false;
     skip(kSpace);
     if (*m_at != '=')
@@ -404,7 +398,7 @@ bool Scanner<Unit>::attribute(Part& name)
     const Unit quote = *m_at;
     if (quote != '"' && quote != '\'')
         return fail("malformed attribute", "a quoted value");
-    ++m_at;
+    attribute.value.begin = ++m_at;
     const CharClass harmless = quote == '"' ? kDoubleQuoted : kSingleQuoted;
     for (skip(harmless); *m_at != quote; skip(harmless)) {
         if (m_at == m_end)
@@ -414,6 +408,7 @@ bool Scanner<Unit>::attribute(Part& name)
         if (*m_at == '&' ? !reference() : !beyondAscii())
             return false;
     }
+    attribute.value.length = static_cast<int>(m_at - attribute.value.begin);
     ++m_at;
     return true;
 }
@@ -494,7 +489,7 @@ bool Scanner<Unit>::section()
         return false;
     m_text.length = static_cast<int>(m_at - m_text.begin);
     m_at += 3;
-    return count();
+    return true;
 }
 
 /// Stops at `terminator`; a `forbidden` text before it is an error.
@@ -563,41 +558,77 @@ bool Scanner<Unit>::beyondAscii()
 template class Scanner<uchar>;
 template class Scanner<char16_t>;
 
-void appendMeaning(Scanner<char16_t>::Part part, bool references, QString& out)
+namespace {
+
+void append(QString& out, char32_t code)
 {
-    const char16_t* const end = part.begin + part.length;
-    for (const char16_t* at = part.begin; at < end;) {
-        if (*at == '\r') {
-            out += QLatin1Char('\n');
-            at += at + 1 < end && at[1] == '\n' ? 2 : 1;
-        } else if (*at != '&' || !references) {
-            out += QChar(*at++);
+    const uint character = code;
+    out += QString::fromUcs4(&character, 1);
+}
+
+void append(std::string& out, char32_t code)
+{
+    const uint character = code;
+    if (code < kAscii)
+        out += static_cast<char>(code);
+    else
+        out += QString::fromUcs4(&character, 1).toStdString();
+}
+
+void append(QString& out, const char16_t* begin, const char16_t* end)
+{
+    out.append(reinterpret_cast<const QChar*>(begin), static_cast<int>(end - begin));
+}
+
+void append(std::string& out, const uchar* begin, const uchar* end)
+{
+    out.append(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
+}
+
+/// Whether what stands at `at` means something else.
+template<class Unit>
+bool isReplaced(Unit unit, Meaning meaning)
+{
+    return unit == '\r' || (unit == '&' && meaning != Meaning::Section) ||
+           (isSpace(unit) && meaning == Meaning::Attribute);
+}
+
+template<class Unit, class Out>
+void appendMeaningOf(const Unit* at, const Unit* end, Meaning meaning, Out& out)
+{
+    while (at < end) {
+        const Unit* const run = at;
+        while (at < end && !isReplaced(*at, meaning))
+            ++at;
+        append(out, run, at);
+        if (at == end)
+            return;
+        char32_t code = meaning == Meaning::Attribute ? ' ' : '\n';
+        if (*at != '&') {
+            at += *at == '\r' && at + 1 < end && at[1] == '\n' ? 2 : 1;
         } else if (at[1] == '#') {
-            char32_t code = 0;
             at = readCharacterReference(at, code);
-            const uint character = code;
-            out += QString::fromUcs4(&character, 1);
         } else {
             const Entity* entity = kEntities;
             while (!equals(at, entity->reference))
                 ++entity;
-            out += QLatin1Char(entity->character);
+            code = static_cast<uchar>(entity->character);
             at += std::strlen(entity->reference);
         }
+        append(out, code);
     }
 }
 
-bool isWellFormed(const char* text, int size, const Rules& rules, QString& error)
+} // namespace
+
+void appendMeaning(Scanner<char16_t>::Part part, Meaning meaning, QString& out)
 {
-    const auto* const begin = reinterpret_cast<const uchar*>(text);
-    Scanner<uchar> scanner(begin, size, rules);
-    Token token = scanner.next();
-    while (token != Token::Finish && token != Token::Failure)
-        token = scanner.next();
-    if (token == Token::Finish)
-        return true;
-    error = toMessage(scanner.complaint(), begin);
-    return false;
+    appendMeaningOf(part.begin, part.begin + part.length, meaning, out);
+}
+
+void appendMeaning(Scanner<uchar>::Part part, Meaning meaning, std::string& out)
+{
+    appendMeaningOf(part.begin, part.begin + part.length, meaning, out);
 }
 
 } // namespace XmlText

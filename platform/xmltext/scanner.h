@@ -15,7 +15,6 @@ namespace XmlText {
 struct Rules
 {
     int maxDepth = std::numeric_limits<int>::max(); ///< levels of elements, the root included
-    int maxNodes = std::numeric_limits<int>::max(); ///< elements, attributes and pieces of text
     int maxAttributes = 64;   ///< of one element; it also bounds the search for duplicates
     bool instructions = true; ///< processing instructions are passed over, else refused
     bool utf8 = false;        ///< the declaration may name no other encoding
@@ -47,12 +46,19 @@ public:
         int length = 0;
     };
 
+    struct Attribute
+    {
+        Part name;
+        Part value; ///< between the quotes, as it stands there
+    };
+
     Scanner(const Unit* text, int size, const Rules& rules);
 
     Token next();
 
-    /// Name of the last start tag.
+    /// Name and attributes of the last start tag.
     Part name() const { return m_name; }
+    const std::vector<Attribute>& attributes() const { return m_attributes; }
     /// The last text or section, as it stands there.
     Part text() const { return m_text; }
     /// Whether that is what it means: without references and carriage returns.
@@ -77,7 +83,6 @@ private:
     bool failAt(const Unit* at, const char* what, const char* expected);
     bool startsWith(const char* text) const;
     void skip(int classes);
-    bool count();
 
     bool prologue();
     bool declaration();
@@ -86,8 +91,8 @@ private:
     bool characterData();
     bool markup(Token& token);
     bool startTag();
-    bool attribute(Part& name);
-    bool addAttribute(std::vector<Part>& seen);
+    bool attribute(Attribute& attribute);
+    bool addAttribute();
     bool endTag();
     bool wrongEndTag();
     bool comment();
@@ -105,11 +110,10 @@ private:
     const Unit* m_token;
     Rules m_rules;
     std::vector<Part> m_open;
-    std::vector<Part> m_attributes; ///< of the start tag that is being read
+    std::vector<Attribute> m_attributes;
     Part m_name;
     Part m_text;
     Complaint m_complaint;
-    int m_nodes = 0;
     bool m_plain = true;
     bool m_emptyElement = false; ///< its End is still to come
     bool m_rootSeen = false;
@@ -118,11 +122,13 @@ private:
 extern template class Scanner<uchar>;
 extern template class Scanner<char16_t>;
 
-/// What the references in a text or the line ends in a text or section mean. The part must come from a
-/// scanner.
-void appendMeaning(Scanner<char16_t>::Part part, bool references, QString& out);
-
-/// Whether the bytes are one well-formed document; else `error` is a message. `text[size]` must be zero.
-bool isWellFormed(const char* text, int size, const Rules& rules, QString& error);
+/// What a part that a scanner gave stands for.
+enum class Meaning {
+    Text,     ///< references are resolved, line ends are line feeds
+    Section,  ///< line ends are
+    Attribute ///< references are resolved, white space is blanks
+};
+void appendMeaning(Scanner<char16_t>::Part part, Meaning meaning, QString& out);
+void appendMeaning(Scanner<uchar>::Part part, Meaning meaning, std::string& out);
 
 } // namespace XmlText

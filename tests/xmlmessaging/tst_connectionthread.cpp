@@ -167,7 +167,7 @@ void TestConnectionThread::malformedBytesEndTheLink_data()
     QTest::newRow("no XML") << QByteArray("\n#5\nhello\n##\n")
                             << QStringLiteral("content before the root element");
     QTest::newRow("no message") << QByteArray("\n#4\n<a/>\n##\n")
-                                << QStringLiteral("line 1, column 2: unknown root element");
+                                << QStringLiteral("line 1, column 1: unknown root element");
     const QByteArray deep = QByteArray("<a>").repeated(100000);
     QTest::newRow("deep") << "\n#300000\n" + deep + "\n##\n" << QStringLiteral("nested too deep");
 }

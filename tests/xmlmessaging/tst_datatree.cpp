@@ -16,6 +16,7 @@ private Q_SLOTS:
     void treesOfOneMessageAreIndependent();
     void copiesLiveOnDifferentThreads();
     void anyTextSurvives();
+    void textIsNotLost();
     void namesStayWellFormed();
     void numbers();
     void faults();
@@ -98,6 +99,30 @@ void TestDataTree::anyTextSurvives()
         QCOMPARE(back.root().text(), expected);
         QCOMPARE(back.root().attribute("a"), expected);
     }
+}
+
+void TestDataTree::textIsNotLost()
+{
+    const char* const cases[][2] = {
+        {"<v>a<!-- c --> <!-- d -->b</v>", "<v>a b</v>"},
+        {"<v> <![CDATA[<x>]]>\r\n<w/> <w> </w></v>", "<v> &lt;x&gt;\n<w/><w> </w></v>"},
+        {"<v> <!-- --> </v>", "<v>  </v>"},
+        {"<v>&#32;<w/>\n</v>", "<v>&#32;<w/></v>"},
+        {"<v>a<w/>b<w/>c<!-- -->d</v>", "<v>a<w/>b<w/>cd</v>"},
+        {"<v a='\t&#9;&quot;\r\n' b=''><![CDATA[]]></v>", "<v a=\" &#9;&quot; \" b=\"\"/>"}};
+    for (const auto& [xml, expected] : cases) {
+        QString error;
+        CDataTree tree = CDataTree::fromXml(xml, &error);
+        QCOMPARE(tree.toXml(), QByteArray(expected));
+        CDataTree copy{tree.root()};
+        QCOMPARE(copy.toXml(), QByteArray(expected));
+        copy.editRoot().setText(QStringLiteral("t"));
+        copy.editRoot().setText(QString());
+        QVERIFY2(copy.root().text().isEmpty() && !copy.toXml().contains('t'), copy.toXml());
+    }
+    const CDataTree nested = CDataTree::fromXml("<a><b>1<c/></b><d x=\"1\"><e/>\n</d></a>");
+    QCOMPARE(nested.toReadableXml(),
+             QStringLiteral("<a>\n  <b>1<c/></b>\n  <d x=\"1\">\n    <e/>\n  </d>\n</a>\n"));
 }
 
 void TestDataTree::namesStayWellFormed()

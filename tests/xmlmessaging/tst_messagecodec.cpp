@@ -2,6 +2,9 @@
 
 #include <QtTest>
 
+#include <malloc.h>
+#include <vector>
+
 using namespace XmlCommon;
 
 namespace {
@@ -38,6 +41,7 @@ private Q_SLOTS:
     void cutAnywhereIsRefused();
     void randomDamageNeverCrashes();
     void limits();
+    void memoryIsBounded();
     void replyFillsRequest();
     void generatorSkipsNothingAndNeverRepeats();
 };
@@ -228,6 +232,32 @@ void TestMessageCodec::limits()
     QVERIFY(MessageCodec::decode(fragments(2), error, limits));
     QVERIFY(!MessageCodec::decode(fragments(3), error, limits));
     QVERIFY(!MessageCodec::decode(data("<v>" + QByteArray(400, 'x') + "</v>"), error, limits));
+}
+
+void TestMessageCodec::memoryIsBounded()
+{
+    const auto heapBytes = [] {
+        const struct mallinfo2 info = mallinfo2();
+        return static_cast<double>(info.uordblks + info.hblkhd);
+    };
+    const double before = heapBytes();
+    const int size = MessageLimits().maxMessageBytes;
+    QString error;
+    const ptrCXmlMessage message =
+        MessageCodec::decode(data("<v>" + QByteArray("<a/>").repeated(size / 4 - 40) + "</v>"), error);
+    QVERIFY2(message, qPrintable(error));
+    QVERIFY2(heapBytes() - before <= 6.0 * size, qPrintable(QString::number((heapBytes() - before) / size)));
+
+    constexpr int count = 1000;
+    std::vector<CDataTree> requests;
+    const double empty = heapBytes();
+    for (int i = 0; i < count; ++i) {
+        requests.emplace_back(QLatin1String("Set"));
+        for (int k = 0; k < 10; ++k)
+            requests.back().editRoot().append("Parameter", QString::number(k));
+    }
+    QVERIFY2(heapBytes() - empty <= 2048.0 * count,
+             qPrintable(QString::number((heapBytes() - empty) / count)));
 }
 
 void TestMessageCodec::replyFillsRequest()
