@@ -1,4 +1,5 @@
 #include "figure.h"
+#include "heapbytes.h"
 #include "peerlinks.h"
 #include "threadcall.h"
 
@@ -174,6 +175,26 @@ private:
     int m_left = 0;
 };
 
+/// What a request holds that waits for its turn, its message with parameters of its own included.
+double queuedRequestBytes()
+{
+    constexpr int count = 1000;
+    QObject receiver;
+    Kolta::KoltaConnection connection(QStringLiteral("bench"), QStringLiteral("1"),
+                                      QHostAddress(QHostAddress::LocalHost), 1, false);
+    const double before = heapBytes();
+    for (int i = 0; i < count; ++i)
+        connection.executeRequest(new Kolta::ParameterRequest(
+            makeRequest(XmlCommon::CRequestTree(makeParameters())), &receiver, SLOT(deleteLater())));
+    require(connection.hasRequestsPending(), "the requests do not wait");
+    return (heapBytes() - before) / count;
+}
+
+Sides queuedRequest()
+{
+    return {queuedRequestBytes, [] { return 1.0; }};
+}
+
 template<class Peer, int peerTrips>
 Sides roundTripAgainst()
 {
@@ -184,11 +205,12 @@ Sides roundTripAgainst()
 }
 
 const bool qtAdded = addFigure({"request_roundtrip_vs_bare_qt",
-                                "bare Qt client and echo server: same threads, same bytes, no XML", 1.35,
+                                "bare Qt client and echo server: same threads, same bytes, no XML", 1.6,
                                 Unit::Time, roundTripAgainst<QtLink, tripsPerCall>});
 const bool rawAdded = addFigure({"request_roundtrip_vs_raw_socket",
                                  "blocking sockets with TCP_NODELAY on two threads, same bytes, no XML", 0,
                                  Unit::Time, roundTripAgainst<RawLink, rawTripsPerCall>});
+const bool queuedAdded = addFigure({"queued_request_bytes", "one byte", 4096, Unit::Bytes, queuedRequest});
 
 } // namespace
 
