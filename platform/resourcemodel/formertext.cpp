@@ -31,7 +31,7 @@ const QString& TextCache::shared(std::u16string_view text)
     std::memcpy(&first, text.data(), part);
     std::memcpy(&last, reinterpret_cast<const char*>(text.data()) + bytes - part, part);
     const quint64 hash = (first * 0x9E3779B97F4A7C15u ^ last ^ bytes) * 0xC2B2AE3D27D4EB4Fu;
-    QString& slot = m_slots[hash >> (64 - bits)];
+    QString& slot = m_slots[hash >> (64 - kBits)];
     const auto size = static_cast<int>(text.size());
     if (slot.size() != size || !equal(unitsOf(slot), text.data(), size))
         slot = QString(reinterpret_cast<const QChar*>(text.data()), size);

@@ -20,8 +20,8 @@ public:
     const QString& shared(std::u16string_view text);
 
 private:
-    static constexpr int bits = 9;
-    std::array<QString, 1u << bits> m_slots;
+    static constexpr int kBits = 9;
+    std::array<QString, 1u << kBits> m_slots;
 };
 
 /// Where a record stands in a text.

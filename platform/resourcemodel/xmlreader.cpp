@@ -50,7 +50,7 @@ public:
             ++begin;
         while (end > begin && XmlText::isSpace(end[-1]))
             --end;
-        if (end - begin > longest)
+        if (end - begin > kLongest)
             return;
         for (; begin < end && *begin < 0x80; ++begin)
             m_text[m_length++] = static_cast<char>(*begin);
@@ -75,8 +75,8 @@ public:
     }
 
 private:
-    static constexpr int longest = 1024; ///< digits of a double that mean something, and more
-    char m_text[longest];
+    static constexpr int kLongest = 1024; ///< digits of a double that mean something, and more
+    char m_text[kLongest];
     std::size_t m_length = 0;
 };
 

@@ -67,8 +67,8 @@ Character characterAt(const uchar* at, const uchar* end) noexcept
             return kNoCharacter;
         code = code << 6 | (at[i] & 0x3FU);
     }
-    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool shortest = code >= smallest[length];
+    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool shortest = code >= kSmallest[length];
     const bool scalar = code <= 0x10FFFF && !QChar::isSurrogate(code);
     return shortest && scalar ? Character{code, length} : kNoCharacter;
 }
@@ -104,18 +104,18 @@ QByteArray toUtf8(const QString& text)
 /// Blocks of ordinary characters are passed over without looking at each.
 int findForbidden(const QString& text) noexcept
 {
-    constexpr int block = 64;
+    constexpr int kBlock = 64;
     const char16_t* const begin = unitsOf(text);
     const char16_t* const end = begin + text.size();
     const auto isOrdinary = [](const char16_t* from) {
         bool special = false;
-        for (int i = 0; i < block; ++i)
+        for (int i = 0; i < kBlock; ++i)
             special |= from[i] < 0x20 || from[i] >= 0xD800;
         return !special;
     };
     for (const char16_t* at = begin; at < end;) {
-        while (end - at > block && isOrdinary(at))
-            at += block;
+        while (end - at > kBlock && isOrdinary(at))
+            at += kBlock;
         const Character character = characterAt(at, end);
         if (character.units == 0 || !isCharacter(character.code))
             return static_cast<int>(at - begin);
@@ -137,9 +137,9 @@ QByteArray toName(const QByteArray& name)
 
 QString quotable(const QString& text)
 {
-    constexpr int longest = 40;
-    QString line = text.left(longest);
-    if (text.size() > longest && line.at(longest - 1).isHighSurrogate())
+    constexpr int kLongest = 40;
+    QString line = text.left(kLongest);
+    if (text.size() > kLongest && line.at(kLongest - 1).isHighSurrogate())
         line.chop(1);
     for (QChar& c : line) {
         const QChar::Category category = c.category();
@@ -149,7 +149,7 @@ QString quotable(const QString& text)
                  category == QChar::Separator_Line || category == QChar::Separator_Paragraph)
             c = QChar(QChar::ReplacementCharacter);
     }
-    return text.size() <= longest ? line : QString(line + QStringLiteral("..."));
+    return text.size() <= kLongest ? line : QString(line + QStringLiteral("..."));
 }
 
 } // namespace XmlText

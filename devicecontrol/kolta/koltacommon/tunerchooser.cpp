@@ -50,10 +50,10 @@ TunerChooser::TunerChooser(std::shared_ptr<TunerClassTree> tree,
 
 bool TunerChooser::refresh(const RESOURCEMANAGEMENT::ResourceOverview& resources)
 {
-    constexpr int ownHandles = 2; // this chooser's and the default policy's
+    constexpr int kOwnHandles = 2; // this chooser's and the default policy's
     std::vector<int> changed;
     const Tuner* const address = m_tree->getResources().GetTuner().constData();
-    if (!knowsPolicy() || m_tree.use_count() > ownHandles || !m_tree->refresh(resources, changed))
+    if (!knowsPolicy() || m_tree.use_count() > kOwnHandles || !m_tree->refresh(resources, changed))
         return false;
     m_identities.clear();
     const QVector<Tuner>& tuners = m_tree->getResources().GetTuner();
