@@ -4,6 +4,7 @@
 #include "fieldtable.h"
 
 #include <xmltext/characters.h>
+#include <xmltext/meaning.h>
 #include <xmltext/scanner.h>
 
 #include <charconv>

@@ -1,6 +1,6 @@
 #include "document.h"
 
-#include <xmltext/scanner.h>
+#include <xmltext/meaning.h>
 
 #include <algorithm>
 #include <limits>

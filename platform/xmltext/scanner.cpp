@@ -1,6 +1,7 @@
 #include "scanner.h"
 
 #include "characters.h"
+#include "references.h"
 
 #include <array>
 #include <cstring>
@@ -57,16 +58,6 @@ bool same(const Part& a, const Part& b)
            !std::memcmp(a.begin, b.begin, static_cast<std::size_t>(a.length) * sizeof *a.begin);
 }
 
-template<class Unit>
-bool equals(const Unit* begin, const char* text)
-{
-    while (*text && *begin == static_cast<uchar>(*text)) {
-        ++begin;
-        ++text;
-    }
-    return !*text;
-}
-
 QString toText(Scanner<uchar>::Part part)
 {
     return QString::fromUtf8(reinterpret_cast<const char*>(part.begin), part.length);
@@ -75,35 +66,6 @@ QString toText(Scanner<uchar>::Part part)
 QString toText(Scanner<char16_t>::Part part)
 {
     return QString(reinterpret_cast<const QChar*>(part.begin), part.length);
-}
-
-struct Entity
-{
-    const char* reference;
-    char character;
-};
-constexpr Entity kEntities[] = {
-    {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&quot;", '"'}, {"&apos;", '\''}};
-
-/// The number between "&#" and ";", and the place behind it; null unless it is that of a character.
-template<class Unit>
-const Unit* readCharacterReference(const Unit* at, char32_t& code)
-{
-    at += 2;
-    const bool hex = *at == 'x';
-    at += hex ? 1 : 0;
-    code = 0;
-    int digits = 0;
-    for (; *at != ';' && code <= 0x10FFFF; ++at, ++digits) {
-        const int lower = *at | 0x20;
-        if (*at >= '0' && *at <= '9')
-            code = code * (hex ? 16U : 10U) + static_cast<char32_t>(*at - '0');
-        else if (hex && lower >= 'a' && lower <= 'f')
-            code = code * 16U + static_cast<char32_t>(lower - 'a' + 10);
-        else
-            return nullptr;
-    }
-    return digits > 0 && *at == ';' && isCharacter(code) ? at + 1 : nullptr;
 }
 
 } // namespace
@@ -557,78 +519,5 @@ bool Scanner<Unit>::beyondAscii()
 
 template class Scanner<uchar>;
 template class Scanner<char16_t>;
-
-namespace {
-
-void append(QString& out, char32_t code)
-{
-    const uint character = code;
-    out += QString::fromUcs4(&character, 1);
-}
-
-void append(std::string& out, char32_t code)
-{
-    const uint character = code;
-    if (code < kAscii)
-        out += static_cast<char>(code);
-    else
-        out += QString::fromUcs4(&character, 1).toStdString();
-}
-
-void append(QString& out, const char16_t* begin, const char16_t* end)
-{
-    out.append(reinterpret_cast<const QChar*>(begin), static_cast<int>(end - begin));
-}
-
-void append(std::string& out, const uchar* begin, const uchar* end)
-{
-    out.append(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
-}
-
-/// Whether what stands at `at` means something else.
-template<class Unit>
-bool isReplaced(Unit unit, Meaning meaning)
-{
-    return unit == '\r' || (unit == '&' && meaning != Meaning::Section) ||
-           (isSpace(unit) && meaning == Meaning::Attribute);
-}
-
-template<class Unit, class Out>
-void appendMeaningOf(const Unit* at, const Unit* end, Meaning meaning, Out& out)
-{
-    while (at < end) {
-        const Unit* const run = at;
-        while (at < end && !isReplaced(*at, meaning))
-            ++at;
-        append(out, run, at);
-        if (at == end)
-            return;
-        char32_t code = meaning == Meaning::Attribute ? ' ' : '\n';
-        if (*at != '&') {
-            at += *at == '\r' && at + 1 < end && at[1] == '\n' ? 2 : 1;
-        } else if (at[1] == '#') {
-            at = readCharacterReference(at, code);
-        } else {
-            const Entity* entity = kEntities;
-            while (!equals(at, entity->reference))
-                ++entity;
-            code = static_cast<uchar>(entity->character);
-            at += std::strlen(entity->reference);
-        }
-        append(out, code);
-    }
-}
-
-} // namespace
-
-void appendMeaning(Scanner<char16_t>::Part part, Meaning meaning, QString& out)
-{
-    appendMeaningOf(part.begin, part.begin + part.length, meaning, out);
-}
-
-void appendMeaning(Scanner<uchar>::Part part, Meaning meaning, std::string& out)
-{
-    appendMeaningOf(part.begin, part.begin + part.length, meaning, out);
-}
 
 } // namespace XmlText

@@ -5,8 +5,6 @@
 #include <QString>
 
 #include <limits>
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace XmlText {
@@ -121,14 +119,5 @@ private:
 
 extern template class Scanner<uchar>;
 extern template class Scanner<char16_t>;
-
-/// What a part that a scanner gave stands for.
-enum class Meaning {
-    Text,     ///< references are resolved, line ends are line feeds
-    Section,  ///< line ends are
-    Attribute ///< references are resolved, white space is blanks
-};
-void appendMeaning(Scanner<char16_t>::Part part, Meaning meaning, QString& out);
-void appendMeaning(Scanner<uchar>::Part part, Meaning meaning, std::string& out);
 
 } // namespace XmlText
