@@ -3,6 +3,7 @@
 #include "linklog.h"
 #include "linkworker.h"
 #include "logger.h"
+#include "socketoptions.h"
 
 #include <startup/tracesource.h>
 
@@ -107,6 +108,7 @@ CConnectionThread::CConnectionThread(const QString& host, quint16 port, quint32 
     qRegisterMetaType<GLOBAL_XML_TYPES::eMESSAGE_TYPES>("GLOBAL_XML_TYPES::eMESSAGE_TYPES");
     qRegisterMetaType<QAbstractSocket::SocketError>();
     qRegisterMetaType<QAbstractSocket::SocketState>();
+    d->worker.setTls(TlsSettings::ofClient(endpointName(host, port)));
     d->worker.moveToThread(this);
     const std::lock_guard<std::mutex> lock(registry().mutex);
     registry().threads.push_back(this);
@@ -162,6 +164,11 @@ bool CConnectionThread::waitForFinished(unsigned int timeoutMs)
 void CConnectionThread::setLimits(const XmlCommon::MessageLimits& limits)
 {
     d->worker.setLimits(limits);
+}
+
+void CConnectionThread::setTls(const TlsSettings& settings)
+{
+    d->worker.setTls(settings);
 }
 
 void CConnectionThread::endAll()

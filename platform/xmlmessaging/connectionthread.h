@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xmlmessaging/messagecodec.h>
+#include <xmlmessaging/tlssettings.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QAbstractSocket>
@@ -51,6 +52,9 @@ public:
 
     /// To be set before start().
     void setLimits(const XmlCommon::MessageLimits& limits);
+    /// Instead of what the configuration says of this peer. To be set before start(). What is wrong with the
+    /// peer's certificate, or with the settings, ends the link with SslHandshakeFailedError and a trace line.
+    void setTls(const TlsSettings& settings);
 
     /// Ends every thread that still runs, each within a second. Called by itself when the application object
     /// dies.

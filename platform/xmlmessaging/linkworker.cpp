@@ -2,11 +2,13 @@
 
 #include "linklog.h"
 #include "socketoptions.h"
+#include "tlssocket.h"
 
 #include <startup/tracesource.h>
 
 #include <QNetworkProxy>
-#include <QTcpSocket>
+#include <QSslConfiguration>
+#include <QSslSocket>
 #include <QThread>
 #include <QTimerEvent>
 
@@ -57,22 +59,45 @@ LinkWorker::~LinkWorker() = default;
 void LinkWorker::begin(std::shared_ptr<logger::LinkLog> log)
 {
     m_log = std::move(log);
-    m_failed = m_ending = m_paused = m_lastBytes = false;
+    m_nothingCame = true;
+    m_ready = m_failed = m_ending = m_paused = m_lastBytes = false;
     m_inFlight.clear();
     m_reader = std::make_unique<FrameReader>(m_limits.maxMessageBytes);
     m_readBuffer = std::make_unique<char[]>(kReadBytes);
-    m_socket = std::make_unique<QTcpSocket>();
+    makeSocket();
+    connectSocket();
+    startConnecting();
+}
+
+void LinkWorker::makeSocket()
+{
+    m_protected = m_tls.required ? new QSslSocket : nullptr;
+    m_socket.reset(m_protected ? m_protected : new QTcpSocket);
     m_socket->setProxy(QNetworkProxy::NoProxy);
     m_socket->setReadBufferSize(kSocketBufferBytes);
-    connectSocket();
+}
+
+void LinkWorker::startConnecting()
+{
+    QSslConfiguration configuration;
+    QString error;
+    const bool wantsTls = m_protected || !m_tls.problem.isEmpty();
     if (m_host.isEmpty()) {
         fail(QAbstractSocket::HostNotFoundError, QStringLiteral("no host given"));
     } else if (m_port == 0) {
         fail(QAbstractSocket::ConnectionRefusedError, QStringLiteral("no port given"));
+    } else if (wantsTls && !m_tls.load(TlsSettings::eClient, configuration, error)) {
+        fail(QAbstractSocket::SslHandshakeFailedError, error);
     } else {
         m_connectLimit = Clock::now() + kConnectTime;
         startTicking();
-        m_socket->connectToHost(m_host, m_port);
+        if (m_protected) {
+            m_protected->setSslConfiguration(configuration);
+            m_protected->connectToHostEncrypted(m_host, m_port,
+                                                m_tls.peerName.isEmpty() ? m_host : m_tls.peerName);
+        } else {
+            m_socket->connectToHost(m_host, m_port);
+        }
     }
 }
 
@@ -97,6 +122,8 @@ void LinkWorker::connectSocket()
     connect(m_socket.get(), &QTcpSocket::errorOccurred, this,
             [this](QAbstractSocket::SocketError error) { guarded([&] { onError(error); }); });
     connect(m_socket.get(), &QTcpSocket::readyRead, this, [this] { guarded([&] { onReadyRead(); }); });
+    if (m_protected)
+        connect(m_protected, &QSslSocket::encrypted, this, [this] { guarded([&] { onReady(); }); });
 }
 
 void LinkWorker::rethrow()
@@ -121,12 +148,22 @@ bool LinkWorker::event(QEvent* event)
 
 void LinkWorker::onState(QAbstractSocket::SocketState state)
 {
-    if (state == QAbstractSocket::ConnectedState) {
-        tuneSocket(*m_socket);
-        limitUnacknowledgedTime(*m_socket, kUnacknowledgedTime);
+    if (state != QAbstractSocket::ConnectedState) {
+        push(LinkNews::eState, state);
+        return;
     }
-    push(LinkNews::eState, state);
-    if (state == QAbstractSocket::ConnectedState && !m_ending)
+    tuneSocket(*m_socket);
+    limitUnacknowledgedTime(*m_socket, kUnacknowledgedTime);
+    if (!m_protected)
+        onReady();
+}
+
+/// The link is up, for the owner too.
+void LinkWorker::onReady()
+{
+    m_ready = true;
+    push(LinkNews::eState, QAbstractSocket::ConnectedState);
+    if (!m_ending)
         writeOutbox();
 }
 
@@ -140,8 +177,20 @@ void LinkWorker::onError(QAbstractSocket::SocketError error)
             onReadyRead();
         m_reader->end();
     }
-    // The socket ends by itself.
-    report(error, m_reader->hasError() ? m_reader->error() : m_socket->errorString());
+    // The socket ends by itself. Connecting itself fails as it does without protection.
+    const bool handshake = m_protected && !m_ready && m_protected->mode() != QSslSocket::UnencryptedMode;
+    const bool tlsError = error == QAbstractSocket::SslHandshakeFailedError ||
+                          error == QAbstractSocket::SslInternalError ||
+                          error == QAbstractSocket::SslInvalidUserDataError;
+    if (handshake || tlsError)
+        report(QAbstractSocket::SslHandshakeFailedError, tlsFailure(*m_protected));
+    else if (m_protected && m_nothingCame && error == QAbstractSocket::RemoteHostClosedError)
+        // A server judges certificates when this end's handshake is over already.
+        report(error,
+               QStringLiteral("TLS: the peer closed the link before its first message; it may refuse this "
+                              "end's certificate"));
+    else
+        report(error, m_reader->hasError() ? m_reader->error() : m_socket->errorString());
 }
 
 void LinkWorker::onReadyRead()
@@ -179,6 +228,7 @@ void LinkWorker::receive(QByteArray frame)
         fail(QAbstractSocket::UnknownSocketError, error);
         return;
     }
+    m_nothingCame = false;
     if (m_log)
         m_log->write(logger::eReceived, *message, size);
     const CXmlMessage::eSERVICE_TYPES type = message->getServiceType();
@@ -208,7 +258,7 @@ void LinkWorker::onResume()
 
 int LinkWorker::writeOutbox()
 {
-    if (!m_socket || m_failed || m_socket->state() != QAbstractSocket::ConnectedState)
+    if (!m_socket || m_failed || !m_ready || m_socket->state() != QAbstractSocket::ConnectedState)
         return 0;
     recycle(m_frames);
     int count = 0;
@@ -252,9 +302,13 @@ void LinkWorker::startTicking()
 void LinkWorker::onTick()
 {
     const Clock::time_point now = Clock::now();
-    const bool connecting = !m_failed && m_socket && m_socket->state() != QAbstractSocket::ConnectedState;
+    const bool connecting =
+        !m_failed && m_socket && (!m_ready || m_socket->state() != QAbstractSocket::ConnectedState);
     if (connecting && now >= m_connectLimit)
-        fail(QAbstractSocket::SocketTimeoutError, QStringLiteral("no connection within 10 s"));
+        fail(QAbstractSocket::SocketTimeoutError,
+             m_socket->state() == QAbstractSocket::ConnectedState
+                 ? QStringLiteral("TLS: no handshake within 10 s; does the peer speak TLS?")
+                 : QStringLiteral("no connection within 10 s"));
     for (auto entry = m_inFlight.begin(); entry != m_inFlight.end() && !m_paused && !m_failed; ++entry) {
         if (now < entry->second)
             continue;
@@ -303,12 +357,16 @@ void LinkWorker::finish()
 {
     m_ending = true;
     const Clock::time_point limit = Clock::now() + kFinishTime;
-    if (!m_failed && m_socket->state() != QAbstractSocket::ConnectedState && !m_outbox.isEmpty())
-        m_socket->waitForConnected(leftMs(limit));
+    if (!m_failed && !m_ready && !m_outbox.isEmpty()) {
+        if (m_protected)
+            m_protected->waitForEncrypted(leftMs(limit));
+        else
+            m_socket->waitForConnected(leftMs(limit));
+    }
     if (!m_failed && m_socket->state() == QAbstractSocket::ConnectedState) {
         const int count = writeOutbox();
         flushBefore(limit);
-        if (count > 0 && m_socket->bytesToWrite() == 0)
+        if (count > 0 && unsentBytes(*m_socket) == 0)
             lingerUntil(limit);
     }
     drop();
@@ -316,8 +374,7 @@ void LinkWorker::finish()
 
 void LinkWorker::flushBefore(Clock::time_point limit)
 {
-    while (m_socket->bytesToWrite() > 0 && leftMs(limit) > 0 &&
-           m_socket->waitForBytesWritten(leftMs(limit))) {
+    while (unsentBytes(*m_socket) > 0 && leftMs(limit) > 0 && m_socket->waitForBytesWritten(leftMs(limit))) {
     }
 }
 
@@ -339,6 +396,7 @@ void LinkWorker::drop() noexcept
     m_tickTimer = 0;
     if (m_socket)
         m_socket->abort();
+    m_protected = nullptr;
     m_socket.reset();
     m_reader.reset();
     m_readBuffer.reset();

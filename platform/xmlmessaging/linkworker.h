@@ -4,6 +4,7 @@
 
 #include <xmlmessaging/framing.h>
 #include <xmlmessaging/messagecodec.h>
+#include <xmlmessaging/tlssettings.h>
 
 #include <QAbstractSocket>
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <unordered_map>
 
+class QSslSocket;
 class QTcpSocket;
 
 namespace XmlCommunication {
@@ -41,6 +43,7 @@ public:
 
     Outbox& outbox() noexcept { return m_outbox; }
     void setLimits(const XmlCommon::MessageLimits& limits) { m_limits = limits; }
+    void setTls(const TlsSettings& settings) { m_tls = settings; }
 
     /// On the link's thread, before its event loop runs: starts to connect.
     void begin(std::shared_ptr<logger::LinkLog> log);
@@ -60,7 +63,10 @@ private:
 
     template<class Function>
     void guarded(Function function);
+    void makeSocket();
     void connectSocket();
+    void startConnecting();
+    void onReady();
     void onState(QAbstractSocket::SocketState state);
     void onError(QAbstractSocket::SocketError error);
     void onReadyRead();
@@ -83,8 +89,10 @@ private:
     Inbox& m_inbox;
     Outbox m_outbox;
     XmlCommon::MessageLimits m_limits;
+    TlsSettings m_tls;
     std::shared_ptr<logger::LinkLog> m_log;
     std::unique_ptr<QTcpSocket> m_socket;
+    QSslSocket* m_protected = nullptr; ///< the same socket when the link is protected
     std::unique_ptr<FrameReader> m_reader;
     std::unique_ptr<char[]> m_readBuffer;
     QByteArray m_payload;
@@ -94,6 +102,8 @@ private:
     Clock::time_point m_pausedAt;
     std::exception_ptr m_exception;
     int m_tickTimer = 0;
+    bool m_ready = false;  ///< connected, and the handshake of a protected link is over
+    bool m_nothingCame = true;
     bool m_failed = false; ///< nothing but state changes is told any more
     bool m_ending = false; ///< the owner wants no more news
     bool m_paused = false; ///< the owner has too much to read already

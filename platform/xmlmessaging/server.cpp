@@ -3,8 +3,12 @@
 #include "serverbounds.h"
 #include "socketoptions.h"
 
+#include <startup/errorhandler.h>
+
 #include <QNetworkProxy>
 #include <QPointer>
+#include <QSslConfiguration>
+#include <QSslSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -42,8 +46,11 @@ struct CServer::Private
 {
     explicit Private(CServer* server) : q(server), listener(server) {}
 
+    bool prepare(const QHostAddress& address);
+
     void accept(qintptr descriptor);
-    void open(QTcpSocket* socket);
+    void open(QTcpSocket* socket, QSslSocket* protectedSocket);
+    void announce(CServerLink* link);
     void pauseAccepting();
     void resumeAccepting();
 
@@ -54,8 +61,31 @@ struct CServer::Private
     QTimer checkTimer;
     QList<CServerLink*> links;
     quint32 lastLinkId = 0;
+    TlsSettings tls = TlsSettings::ofServer();
+    QSslConfiguration tlsConfiguration;
+    QString error; ///< why nothing listens, when the listener does not know
+    bool plainNetworkAllowed = false;
     bool acceptingPaused = false;
 };
+
+/// Whether a server set up like this may listen there.
+bool CServer::Private::prepare(const QHostAddress& address)
+{
+    error.clear();
+    if (tls.required || !tls.problem.isEmpty())
+        return tls.load(TlsSettings::eServer, tlsConfiguration, error);
+    if (address.isLoopback())
+        return true;
+    if (!plainNetworkAllowed) {
+        error = QStringLiteral("without TLS this address is not protected, and that was not allowed");
+        return false;
+    }
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceWarning, QStringLiteral("platform/xmlmessaging/server"), 80,
+        QStringLiteral("%1 is open to the network without TLS: everybody there can read and send")
+            .arg(address.toString()));
+    return true;
+}
 
 /// Out of descriptors; links that end give some back.
 void CServer::Private::pauseAccepting()
@@ -69,20 +99,20 @@ void CServer::Private::pauseAccepting()
 void CServer::Private::accept(qintptr descriptor)
 {
     acceptingPaused = false;
-    auto* const socket = new QTcpSocket;
+    QSslSocket* const protectedSocket = tls.required ? new QSslSocket : nullptr;
+    QTcpSocket* const socket = protectedSocket ? protectedSocket : new QTcpSocket;
     socket->setSocketDescriptor(descriptor);
     if (socket->state() == QAbstractSocket::ConnectedState && bounds.admits(socket->peerAddress())) {
-        open(socket);
+        open(socket, protectedSocket);
         return;
     }
     resetOnClose(*socket);
     delete socket;
 }
 
-void CServer::Private::open(QTcpSocket* socket)
+void CServer::Private::open(QTcpSocket* socket, QSslSocket* protectedSocket)
 {
     auto* const link = new CServerLink(socket, ++lastLinkId, limits, bounds, q);
-    links.append(link);
     connect(link, &CServerLink::Closed, q, [this, link] {
         links.removeOne(link);
         link->deleteLater();
@@ -90,6 +120,17 @@ void CServer::Private::open(QTcpSocket* socket)
     connect(link, &QObject::destroyed, q, [this, link] { links.removeOne(link); });
     if (!checkTimer.isActive())
         checkTimer.start(bounds.interval());
+    if (protectedSocket) {
+        protectedSocket->setSslConfiguration(tlsConfiguration);
+        link->shakeHands(protectedSocket, [this, link] { announce(link); });
+    } else {
+        announce(link);
+    }
+}
+
+void CServer::Private::announce(CServerLink* link)
+{
+    links.append(link);
     Q_EMIT q->LinkOpened(link);
 }
 
@@ -110,8 +151,9 @@ CServer::CServer(QObject* parent) : QObject(parent), d(std::make_unique<Private>
 
 CServer::~CServer()
 {
-    const QList<CServerLink*> links = std::exchange(d->links, QList<CServerLink*>());
-    for (CServerLink* link : links) {
+    // Those in their handshake too, before what they count with goes.
+    d->links.clear();
+    for (CServerLink* link : findChildren<CServerLink*>(QString(), Qt::FindDirectChildrenOnly)) {
         link->disconnect(this);
         delete link;
     }
@@ -119,7 +161,7 @@ CServer::~CServer()
 
 bool CServer::listen(const QHostAddress& address, quint16 port)
 {
-    return d->listener.listen(address, port);
+    return d->prepare(address) && d->listener.listen(address, port);
 }
 
 void CServer::close()
@@ -144,7 +186,17 @@ QHostAddress CServer::address() const
 
 QString CServer::errorString() const
 {
-    return d->listener.errorString();
+    return d->error.isEmpty() ? d->listener.errorString() : d->error;
+}
+
+void CServer::setTls(const TlsSettings& settings)
+{
+    d->tls = settings;
+}
+
+void CServer::setPlainNetworkAllowed(bool allowed)
+{
+    d->plainNetworkAllowed = allowed;
 }
 
 void CServer::setLimits(const XmlCommon::MessageLimits& limits)

@@ -2,14 +2,17 @@
 
 #include <xmlmessaging/messagecodec.h>
 #include <xmlmessaging/serverlimits.h>
+#include <xmlmessaging/tlssettings.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QHostAddress>
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
+class QSslSocket;
 class QTcpSocket;
 
 namespace XmlCommunication {
@@ -61,6 +64,8 @@ private:
     friend class CServer;
     CServerLink(QTcpSocket* socket, quint32 id, const XmlCommon::MessageLimits& limits, ServerBounds& bounds,
                 QObject* parent);
+    /// Before anything else on a link that is to be protected; `ready` is called once it is.
+    void shakeHands(QSslSocket* socket, const std::function<void()>& ready);
     struct Private;
     std::unique_ptr<Private> d;
 };
@@ -76,7 +81,9 @@ public:
     explicit CServer(QObject* parent = nullptr);
     ~CServer() override;
 
-    /// Port 0 lets the system pick one. False on failure, see errorString().
+    /// Port 0 lets the system pick one. False on failure, see errorString(): also when TLS is required and
+    /// its files are not right, and for anything but this machine's own addresses without TLS, unless
+    /// setPlainNetworkAllowed().
     bool listen(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
     /// Stops listening; links that are open stay.
     void close();
@@ -84,12 +91,17 @@ public:
     quint16 port() const;
     QHostAddress address() const;
     QString errorString() const;
+    /// Instead of what the configuration says, for the next listen(). With TLS a link opens once its
+    /// handshake is over.
+    void setTls(const TlsSettings& settings);
+    /// Whether listen() may offer unprotected links to the network; a trace line then warns of it.
+    void setPlainNetworkAllowed(bool allowed);
     /// For links that open from now on.
     void setLimits(const XmlCommon::MessageLimits& limits);
     /// From now on, for links that are open too.
     void setServerLimits(const ServerLimits& limits);
     const ServerLimits& serverLimits() const;
-    /// The links that are open, in the order in which they came.
+    /// The links that are open, those in their handshake left out, in the order in which they came.
     QList<CServerLink*> links() const;
 
 Q_SIGNALS:

@@ -53,8 +53,8 @@ void ServerBounds::check(Clock::time_point now)
 Milliseconds ServerBounds::interval() const
 {
     Milliseconds shortest{4000};
-    for (const Milliseconds time :
-         {m_limits.stallTime, m_limits.firstMessageTime, m_limits.messageTime, m_limits.idleTime}) {
+    for (const Milliseconds time : {m_limits.stallTime, m_limits.handshakeTime, m_limits.firstMessageTime,
+                                    m_limits.messageTime, m_limits.idleTime}) {
         if (time.count() > 0)
             shortest = std::min(shortest, time);
     }
@@ -141,6 +141,12 @@ void LinkBounds::setUnfinished(qint64 bytes)
         m_server.shed();
 }
 
+void LinkBounds::setShakingHands(bool shaking)
+{
+    m_shakingHands = shaking;
+    m_opened = m_lastTraffic = Clock::now();
+}
+
 void LinkBounds::noteMessage()
 {
     m_anyMessage = true;
@@ -170,6 +176,11 @@ LinkBounds::Verdict LinkBounds::verdict(Clock::time_point now) const
         return {RefusalLog::eNoProgress, QStringLiteral("%1 bytes wait and none could be sent for %2")
                                              .arg(m_unsent)
                                              .arg(seconds(limits.stallTime))};
+    if (m_shakingHands)
+        return over(limits.handshakeTime, m_opened)
+                   ? Verdict{RefusalLog::eHandshake,
+                             QStringLiteral("TLS: no handshake within %1").arg(seconds(limits.handshakeTime))}
+                   : Verdict();
     if (!m_reading)
         return {};
     if (m_unfinished > 0 && over(limits.messageTime, m_unfinishedSince))

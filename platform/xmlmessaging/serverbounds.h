@@ -67,6 +67,8 @@ public:
     void setUnsent(qint64 bytes, bool progress);
     /// So many bytes of a message have come, and the rest not. May end links, this one too.
     void setUnfinished(qint64 bytes);
+    /// The link's handshake begins, or has ended.
+    void setShakingHands(bool shaking);
     /// A whole message has come.
     void noteMessage();
     /// While nothing is read from the peer, being late is not its fault.
@@ -95,6 +97,7 @@ private:
     Clock::time_point m_opened;
     Clock::time_point m_lastTraffic;
     Clock::time_point m_pausedAt;
+    bool m_shakingHands = false;
     bool m_anyMessage = false;
     bool m_reading = true;
     bool m_clogged = false;

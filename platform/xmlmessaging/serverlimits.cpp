@@ -56,6 +56,7 @@ ServerLimits ServerLimits::fromConfiguration()
     readBytes("MaxUnsentBytesOfAll", limits.maxUnsentBytesOfAll);
     readBytes("MaxUnfinishedBytesOfAll", limits.maxUnfinishedBytesOfAll);
     readSeconds("StallSeconds", limits.stallTime);
+    readSeconds("HandshakeSeconds", limits.handshakeTime);
     readSeconds("FirstMessageSeconds", limits.firstMessageTime);
     readSeconds("MessageSeconds", limits.messageTime);
     readSeconds("IdleSeconds", limits.idleTime);

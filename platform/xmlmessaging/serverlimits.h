@@ -24,6 +24,7 @@ struct ServerLimits
     qint64 maxUnfinishedBytesOfAll = 64 * 1024 * 1024;
 
     Milliseconds stallTime{60000};        ///< bytes wait and none of them could be sent
+    Milliseconds handshakeTime{10000};    ///< from a protected link's beginning to the end of its handshake
     Milliseconds firstMessageTime{60000}; ///< from the link's beginning to its first whole message
     Milliseconds messageTime{60000};      ///< from a message's first byte to its last
     Milliseconds idleTime{0};             ///< nothing is received and nothing sent

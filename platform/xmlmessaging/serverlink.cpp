@@ -3,8 +3,10 @@
 #include "framing.h"
 #include "serverbounds.h"
 #include "socketoptions.h"
+#include "tlssocket.h"
 
 #include <QPointer>
+#include <QSslSocket>
 #include <QTcpSocket>
 
 using XmlCommon::CXmlMessage;
@@ -42,7 +44,8 @@ struct CServerLink::Private
     bool mayRead() const { return !ended && reading && !bounds->isClogged(); }
     void followReading(bool could);
     void countUnsent(bool progress);
-    void malformed(const QString& what);
+    void refuse(RefusalLog::Cause cause, const QString& what);
+    void fail(QAbstractSocket::SocketError error);
     void end(const QString& reason);
     template<class Function>
     void inSocketSignal(Function function);
@@ -59,6 +62,7 @@ struct CServerLink::Private
     std::unique_ptr<LinkBounds> bounds; ///< as long as the link has not ended
     QByteArray payload;
     QByteArray frame;
+    QSslSocket* shakingHands = nullptr; ///< until the handshake has ended
     bool reading = true;
     bool ended = false;
     int socketSignals = 0; ///< signals of the socket that are being handled
@@ -73,14 +77,29 @@ CServerLink::CServerLink(QTcpSocket* socket, quint32 id, const XmlCommon::Messag
     tuneSocket(*socket);
     limitUnacknowledgedTime(*socket, bounds.limits().stallTime);
     connect(socket, &QTcpSocket::readyRead, this, [this] { d->inSocketSignal([this] { d->read(); }); });
-    connect(socket, &QTcpSocket::bytesWritten, this,
-            [this] { d->inSocketSignal([this] { d->countUnsent(true); }); });
+    const auto progress = [this] { d->inSocketSignal([this] { d->countUnsent(true); }); };
+    if (auto* const protectedSocket = qobject_cast<QSslSocket*>(socket))
+        connect(protectedSocket, &QSslSocket::encryptedBytesWritten, this, progress);
+    else
+        connect(socket, &QTcpSocket::bytesWritten, this, progress);
     connect(socket, &QTcpSocket::disconnected, this,
             [this] { d->inSocketSignal([this] { d->end(QString()); }); });
-    connect(socket, &QTcpSocket::errorOccurred, this, [this](QAbstractSocket::SocketError error) {
-        const bool orderly = error == QAbstractSocket::RemoteHostClosedError;
-        d->inSocketSignal([&] { d->end(orderly ? QString() : d->socket->errorString()); });
+    connect(socket, &QTcpSocket::errorOccurred, this,
+            [this](QAbstractSocket::SocketError error) { d->inSocketSignal([&] { d->fail(error); }); });
+}
+
+void CServerLink::shakeHands(QSslSocket* socket, const std::function<void()>& ready)
+{
+    d->shakingHands = socket;
+    d->bounds->setShakingHands(true);
+    connect(socket, &QSslSocket::encrypted, this, [this, ready] {
+        d->inSocketSignal([&] {
+            d->shakingHands = nullptr;
+            d->bounds->setShakingHands(false);
+            ready();
+        });
     });
+    d->inSocketSignal([socket] { socket->startServerEncryption(); });
 }
 
 CServerLink::~CServerLink()
@@ -126,6 +145,11 @@ QString CServerLink::getPeerName() const
     return endpointName(d->address.toString(), d->port);
 }
 
+QString CServerLink::getPeerUser() const
+{
+    return certifiedName(*d->socket);
+}
+
 void CServerLink::send(const CXmlMessage& message)
 {
     recycle(d->payload);
@@ -150,7 +174,7 @@ void CServerLink::sendRaw(const QByteArray& bytes)
 
 qint64 CServerLink::bytesToWrite() const
 {
-    return d->ended ? 0 : d->socket->bytesToWrite();
+    return d->ended ? 0 : unsentBytes(*d->socket);
 }
 
 void CServerLink::setReading(bool enabled)
@@ -180,7 +204,7 @@ void CServerLink::Private::countUnsent(bool progress)
         return;
     const QPointer<CServerLink> alive(q);
     const bool could = mayRead();
-    bounds->setUnsent(socket->bytesToWrite(), progress);
+    bounds->setUnsent(unsentBytes(*socket), progress);
     if (alive && !ended)
         followReading(could);
 }
@@ -219,7 +243,7 @@ bool CServerLink::Private::readMessages()
         QString error;
         const ptrCXmlMessage message = MessageCodec::decode(std::move(text), error, limits);
         if (!message) {
-            malformed(error);
+            refuse(RefusalLog::eMalformed, error);
             return false;
         }
         bounds->noteMessage();
@@ -230,16 +254,25 @@ bool CServerLink::Private::readMessages()
     if (!mayRead())
         return false;
     if (reader.hasError()) {
-        malformed(reader.error());
+        refuse(RefusalLog::eMalformed, reader.error());
         return false;
     }
     bounds->setUnfinished(reader.pendingBytes());
     return alive && !ended;
 }
 
-void CServerLink::Private::malformed(const QString& what)
+/// The socket has ended by itself.
+void CServerLink::Private::fail(QAbstractSocket::SocketError error)
 {
-    refusals.tell(RefusalLog::eMalformed, QStringLiteral("%1: %2").arg(q->getPeerName(), what));
+    if (shakingHands && !ended)
+        refuse(RefusalLog::eHandshake, tlsFailure(*shakingHands));
+    else
+        end(error == QAbstractSocket::RemoteHostClosedError ? QString() : socket->errorString());
+}
+
+void CServerLink::Private::refuse(RefusalLog::Cause cause, const QString& what)
+{
+    refusals.tell(cause, QStringLiteral("%1: %2").arg(q->getPeerName(), what));
     end(what);
 }
 

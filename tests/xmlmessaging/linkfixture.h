@@ -29,8 +29,7 @@ struct LinkFixture
                          });
         if (!server.listen())
             qFatal("cannot listen on loopback");
-        thread = new XmlCommunication::CConnectionThread(QStringLiteral("127.0.0.1"), server.port());
-        watch();
+        connectTo(server.port());
     }
     ~LinkFixture()
     {
@@ -40,6 +39,13 @@ struct LinkFixture
         delete thread;
     }
 
+    /// From now on the link is one to that port, not started yet.
+    void connectTo(quint16 port)
+    {
+        delete thread;
+        thread = new XmlCommunication::CConnectionThread(QStringLiteral("127.0.0.1"), port);
+        watch();
+    }
     void watch()
     {
         using XmlCommunication::CConnectionThread;

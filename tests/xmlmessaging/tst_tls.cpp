@@ -1,0 +1,228 @@
+#include "certificates.h"
+#include "linkfixture.h"
+
+#include <QSslSocket>
+#include <QTcpServer>
+
+Q_DECLARE_METATYPE(XmlCommunication::TlsSettings)
+
+using namespace XmlCommunication;
+using namespace std::chrono_literals;
+
+/// Protected links between this library's own two ends, and with peers that want something else.
+class TestTls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void carriesMessagesAndNamesTheUser();
+    void carriesFloodsWithoutLoss();
+    void refusals_data();
+    void refusals();
+    void wrongSettingsNeverFallBackToPlainText_data();
+    void wrongSettingsNeverFallBackToPlainText();
+    void slowHandshakesEnd();
+    void networkNeedsTlsOrPermission();
+
+private:
+    TlsSettings client(const char* ca = "ca", const char* own = nullptr) const
+    {
+        TlsSettings settings;
+        settings.required = true;
+        settings.caFile = m_files.file(ca);
+        if (own)
+            settings.certificateFile = m_files.file(own);
+        return settings;
+    }
+    TlsSettings server(const char* own = "server", const char* clientCa = nullptr) const
+    {
+        TlsSettings settings;
+        settings.required = true;
+        settings.certificateFile = m_files.file(own);
+        if (clientCa)
+            settings.caFile = m_files.file(clientCa);
+        return settings;
+    }
+    /// A server and a client link of these settings, plain where there are none.
+    static std::unique_ptr<LinkFixture> fixture(const TlsSettings& server, const TlsSettings& client,
+                                                LinkFixture::Received received = LinkFixture::answer)
+    {
+        auto f = std::make_unique<LinkFixture>(std::move(received));
+        f->server.close();
+        f->server.setTls(server);
+        if (!f->server.listen())
+            qFatal("%s", qPrintable(f->server.errorString()));
+        f->connectTo(f->server.port());
+        f->thread->setTls(client);
+        return f;
+    }
+
+    Certificates m_files;
+};
+
+void TestTls::initTestCase()
+{
+    QVERIFY(QSslSocket::supportsSsl());
+    QVERIFY2(m_files.make(), qPrintable(m_files.error()));
+}
+
+void TestTls::carriesMessagesAndNamesTheUser()
+{
+    const auto f = fixture(server("server", "ca"), client("ca", "operator"));
+    QVERIFY(f->connected());
+    QCOMPARE(f->link->getPeerUser(), QStringLiteral("operator"));
+    const QString text(3000000, QLatin1Char('x')); // many records, more than the read buffers hold
+    f->thread->sendMessage(f->request(text), 0);
+    f->thread->sendMessage(f->request(QStringLiteral("small")), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(f->messages.size(), 2, 20000);
+    QCOMPARE(f->messages[0]->getFragment(0).getDataTree().root().text(), text);
+    QCOMPARE(f->messages[1]->getFragment(0).getDataTree().root().text(), QStringLiteral("small"));
+    f->thread->exit(0);
+    QTRY_VERIFY(!f->link);
+    QVERIFY(f->errors.isEmpty());
+    QCOMPARE(f->traces.count(QStringLiteral("TLS")), 0);
+}
+
+void TestTls::carriesFloodsWithoutLoss()
+{
+    // The client answers nothing and reads slowly: bounds must count encrypted bytes and let them go again.
+    constexpr int kCount = 400;
+    const auto f = fixture(server(), client(), LinkFixture::ignore);
+    ServerLimits limits;
+    limits.maxUnsentBytes = 100000;
+    f->server.setServerLimits(limits);
+    QVERIFY(f->connected());
+    for (quint32 i = 0; i < kCount; ++i)
+        f->link->send(f->broadcast(i, 50000));
+    QVERIFY(f->link->bytesToWrite() > 0);
+    f->thread->sendMessage(f->request(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(f->messages.size(), kCount, 20000);
+    QTRY_COMPARE(f->link->bytesToWrite(), qint64(0));
+    QTRY_COMPARE(f->requests, 1); // was not read while so much waited, is now
+}
+
+void TestTls::refusals_data()
+{
+    QTest::addColumn<TlsSettings>("serverSide");
+    QTest::addColumn<TlsSettings>("clientSide");
+    QTest::addColumn<QString>("clientTells");
+    QTest::addColumn<QString>("serverTells");
+    const TlsSettings plain;
+    TlsSettings renamed = client();
+    renamed.peerName = QStringLiteral("other.example");
+    QTest::newRow("wrong authority") << server("stranger") << client() << "certificate refused"
+                                     << "TLS";
+    QTest::newRow("wrong host") << server() << renamed << "host name did not match"
+                                << "TLS";
+    QTest::newRow("expired") << server("expired") << client() << "expired"
+                             << "TLS";
+    QTest::newRow("plain client") << server() << plain << "closed the connection"
+                                  << "plain text";
+    QTest::newRow("plain server") << plain << client() << "closed the connection during the handshake"
+                                  << "TLS where none is spoken";
+    QTest::newRow("client without certificate")
+        << server("server", "ca") << client() << "may refuse this end's certificate"
+        << "did not present any certificate";
+    QTest::newRow("client of a stranger")
+        << server("server", "ca") << client("ca", "stranger") << "may refuse this end's certificate"
+        << "certificate refused";
+}
+
+void TestTls::refusals()
+{
+    QFETCH(TlsSettings, serverSide);
+    QFETCH(TlsSettings, clientSide);
+    QFETCH(QString, clientTells);
+    QFETCH(QString, serverTells);
+    const auto f = fixture(serverSide, clientSide);
+    f->thread->sendMessage(f->request(), 0);
+    f->thread->start();
+    QTRY_COMPARE(f->errors.size(), 1);
+
+    QTRY_COMPARE(f->server.links().size(), 0);
+    const auto lines = [&f](const char* source) {
+        QStringList found;
+        for (const Startup::TraceRecord& record : f->traces.records()) {
+            if (record.source.endsWith(QLatin1String(source)))
+                found += record.text;
+        }
+        return found;
+    };
+    QTRY_COMPARE(lines("/server").size(), 1);
+    QCOMPARE(lines("/linkworker").size(), 1);
+    QVERIFY2(lines("/linkworker").first().contains(clientTells), qPrintable(lines("/linkworker").first()));
+    QVERIFY2(lines("/server").first().contains(serverTells), qPrintable(lines("/server").first()));
+    QCOMPARE(f->requests, 0);
+    QVERIFY(f->messages.isEmpty());
+}
+
+void TestTls::wrongSettingsNeverFallBackToPlainText_data()
+{
+    QTest::addColumn<TlsSettings>("settings");
+    QTest::addColumn<QString>("told");
+    TlsSettings noCa;
+    noCa.required = true;
+    QTest::newRow("no authority") << noCa << "no TlsCaFile";
+    QTest::newRow("no file") << client("missing") << "missing";
+    QTest::newRow("no certificate in the file") << client("notes") << "no certificate found";
+    TlsSettings noKey = client("ca", "server");
+    noKey.keyFile = m_files.file("notes");
+    QTest::newRow("no key in the file") << noKey << "no key found";
+    TlsSettings slip;
+    slip.problem = QStringLiteral("XmlClient/Tls: found \"on\"");
+    QTest::newRow("a slip in the mode") << slip << "found \"on\"";
+}
+
+void TestTls::wrongSettingsNeverFallBackToPlainText()
+{
+    QFETCH(TlsSettings, settings);
+    QFETCH(QString, told);
+    const auto f = fixture(TlsSettings(), settings);
+    f->thread->start();
+    QTRY_COMPARE(f->errors.size(), 1);
+    QCOMPARE(f->errors.first(), QAbstractSocket::SslHandshakeFailedError);
+    QCOMPARE(f->traces.count(told), 1);
+    QVERIFY(!f->link);
+    CServer refused;
+    settings.certificateFile =
+        settings.certificateFile.isEmpty() ? settings.caFile : settings.certificateFile;
+    refused.setTls(settings);
+    QVERIFY(!refused.listen());
+    QVERIFY(!refused.errorString().isEmpty());
+}
+
+void TestTls::slowHandshakesEnd()
+{
+    const auto f = fixture(server(), client());
+    ServerLimits limits;
+    limits.handshakeTime = 200ms;
+    f->server.setServerLimits(limits);
+    QTcpSocket silent;
+    silent.connectToHost(f->server.address(), f->server.port());
+    QTcpSocket dripping;
+    connect(&dripping, &QTcpSocket::connected, &dripping, [&] { dripping.write("\x16\x03\x01"); });
+    dripping.connectToHost(f->server.address(), f->server.port());
+    QVERIFY(f->connected()); // others do not stand in the way
+    QTRY_COMPARE(silent.state(), QAbstractSocket::UnconnectedState);
+    QTRY_COMPARE(dripping.state(), QAbstractSocket::UnconnectedState);
+    QCOMPARE(f->traces.count(QStringLiteral("no handshake within 0.2 s")), 1);
+    QCOMPARE(f->server.links().size(), 1);
+}
+
+void TestTls::networkNeedsTlsOrPermission()
+{
+    LinkFixture f;
+    CServer plain;
+    QVERIFY(!plain.listen(QHostAddress::Any));
+    QVERIFY(plain.errorString().contains(QStringLiteral("without TLS")));
+    plain.setPlainNetworkAllowed(true);
+    QVERIFY(plain.listen(QHostAddress::Any));
+    QCOMPARE(f.traces.count(QStringLiteral("open to the network without TLS")), 1);
+    CServer secured;
+    secured.setTls(server());
+    QVERIFY(secured.listen(QHostAddress::Any));
+}
+
+QTEST_GUILESS_MAIN(TestTls)
+#include "tst_tls.moc"
