@@ -3,7 +3,6 @@
 #include "linklog.h"
 #include "linkworker.h"
 #include "logger.h"
-#include "socketoptions.h"
 
 #include <startup/tracesource.h>
 
@@ -108,7 +107,7 @@ CConnectionThread::CConnectionThread(const QString& host, quint16 port, quint32 
     qRegisterMetaType<GLOBAL_XML_TYPES::eMESSAGE_TYPES>("GLOBAL_XML_TYPES::eMESSAGE_TYPES");
     qRegisterMetaType<QAbstractSocket::SocketError>();
     qRegisterMetaType<QAbstractSocket::SocketState>();
-    d->worker.setTls(TlsSettings::ofClient(endpointName(host, port)));
+    d->worker.setTls(TlsSettings::ofClient(host, port));
     d->worker.moveToThread(this);
     const std::lock_guard<std::mutex> lock(registry().mutex);
     registry().threads.push_back(this);

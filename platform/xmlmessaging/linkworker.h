@@ -102,7 +102,7 @@ private:
     Clock::time_point m_pausedAt;
     std::exception_ptr m_exception;
     int m_tickTimer = 0;
-    bool m_ready = false;  ///< connected, and the handshake of a protected link is over
+    bool m_ready = false; ///< connected, and the handshake of a protected link is over
     bool m_nothingCame = true;
     bool m_failed = false; ///< nothing but state changes is told any more
     bool m_ending = false; ///< the owner wants no more news

@@ -83,10 +83,10 @@ TlsSettings TlsSettings::ofServer()
     return settingsOf({QStringLiteral("XmlServer")});
 }
 
-TlsSettings TlsSettings::ofClient(const QString& endpoint)
+TlsSettings TlsSettings::ofClient(const QString& host, quint16 port)
 {
     const QString group = QStringLiteral("XmlClient");
-    return settingsOf({QStringLiteral("%1 %2").arg(group, endpoint), group});
+    return settingsOf({QStringLiteral("%1 %2:%3").arg(group, host, QString::number(port)), group});
 }
 
 bool TlsSettings::load(End end, QSslConfiguration& configuration, QString& error) const

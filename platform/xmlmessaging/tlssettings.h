@@ -21,9 +21,9 @@ struct TlsSettings
     /// The configuration's for a server of its own: group "XmlServer". With a `caFile` clients have to show a
     /// certificate.
     static TlsSettings ofServer();
-    /// The configuration's for links to "host:port": group "XmlClient", and key by key before it
-    /// "XmlClient host:port".
-    static TlsSettings ofClient(const QString& endpoint);
+    /// The configuration's for links to a server: group "XmlClient", and key by key before it
+    /// "XmlClient host:port", without brackets around an IPv6 address.
+    static TlsSettings ofClient(const QString& host, quint16 port);
 
     enum End { eClient, eServer };
     /// Reads the files. False, with an `error` that names file and reason, when one is missing or unreadable.

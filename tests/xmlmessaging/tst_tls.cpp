@@ -1,6 +1,8 @@
 #include "certificates.h"
 #include "linkfixture.h"
 
+#include <startup/cfgcenter.h>
+
 #include <QSslSocket>
 #include <QTcpServer>
 
@@ -22,6 +24,7 @@ private Q_SLOTS:
     void refusals();
     void wrongSettingsNeverFallBackToPlainText_data();
     void wrongSettingsNeverFallBackToPlainText();
+    void settingsOfOneServerGoBeforeThoseOfAll();
     void slowHandshakesEnd();
     void networkNeedsTlsOrPermission();
 
@@ -190,6 +193,26 @@ void TestTls::wrongSettingsNeverFallBackToPlainText()
     refused.setTls(settings);
     QVERIFY(!refused.listen());
     QVERIFY(!refused.errorString().isEmpty());
+}
+
+void TestTls::settingsOfOneServerGoBeforeThoseOfAll()
+{
+    Startup::CfgCenter& configuration = Startup::CfgCenter::Instance();
+    const QString before = configuration.FileName();
+    QFile file(m_files.file("configuration"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[XmlClient]\nTls=required\nTlsCaFile=/all.pem\n\n"
+               "[XmlClient 10.0.0.1:4711]\nTlsCaFile=/one.pem\nTlsPeerName=one\n\n"
+               "[XmlClient ::1:4711]\nTls=off\n\n[XmlServer]\nTls=on\n");
+    file.close();
+    QVERIFY(configuration.Open(file.fileName()));
+    const TlsSettings one = TlsSettings::ofClient(QStringLiteral("10.0.0.1"), 4711);
+    QVERIFY(one.required);
+    QCOMPARE(one.caFile + one.peerName, QStringLiteral("/one.pemone"));
+    QVERIFY(!TlsSettings::ofClient(QStringLiteral("::1"), 4711).required);
+    QCOMPARE(TlsSettings::ofClient(QStringLiteral("10.0.0.2"), 4711).caFile, QStringLiteral("/all.pem"));
+    QVERIFY(!CServer().listen()); // "on" is neither off nor required
+    configuration.Open(before);
 }
 
 void TestTls::slowHandshakesEnd()
