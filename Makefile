@@ -1,7 +1,8 @@
 # The one way in: every target below works on a fresh Debian 12 machine and drives the presets of CMakePresets.json.
 # Variables: JOBS=<n> limits parallel compilers, PREFIX= and DESTDIR= say where to install,
 # KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest or to the benchmarks,
-# TARGETS='framing message' and SECONDS=600 choose what make fuzz runs and for how long each.
+# TARGETS='framing message' and SECONDS=600 choose what make fuzz runs and for how long each, MINUTES=1 how long make soak
+# takes.
 
 PREFIX ?= /usr/local
 DESTDIR ?=
@@ -9,6 +10,7 @@ JOBS ?=
 ARGS ?=
 TARGETS ?=
 SECONDS ?= 60
+MINUTES ?= 10
 
 build = cmake --build --preset $(1) $(if $(JOBS),--parallel $(JOBS))
 sources = git ls-files '*.h' '*.cpp'
@@ -17,7 +19,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo test test-asan test-tsan fuzz bench lint format doc install clean
+.PHONY: help demo test test-asan test-tsan fuzz bench soak lint format doc install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -46,6 +48,10 @@ fuzz: packages-build+fuzz build/fuzz/build.ninja ## search the decoders for faul
 bench: packages-build+bench build/bench/build.ninja ## build and run the benchmarks
 	@$(call build,bench)
 	@tools/run-benchmarks build/bench/benchmarks $(ARGS)
+
+soak: packages-build+bench build/bench/build.ninja ## good and hostile clients at two servers, for MINUTES=10
+	@$(call build,bench) --target kolta_soak
+	@build/bench/bin/kolta_soak '$(MINUTES)'
 
 lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes and the floors
 	@$(sources) | xargs -d '\n' clang-format --dry-run -Werror

@@ -1,5 +1,6 @@
 #include <simulation/requesthandler.h>
 
+#include <simulation/commandrights.h>
 #include <simulation/demandclassanswer.h>
 #include <simulation/faultids.h>
 #include <simulation/installation.h>
@@ -10,6 +11,9 @@
 #include <xmlmessaging/server.h>
 
 #include <QDateTime>
+#include <QUuid>
+
+#include <algorithm>
 
 namespace KoltaSimulation {
 
@@ -30,7 +34,8 @@ constexpr struct
 } kCounters[] = {{"Links", &ServerStatistics::links},     {"Requests", &ServerStatistics::requests},
                  {"Replies", &ServerStatistics::replies}, {"Broadcasts", &ServerStatistics::broadcasts},
                  {"Faults", &ServerStatistics::faults},   {"Duplicates", &ServerStatistics::duplicates},
-                 {"Cuts", &ServerStatistics::cuts}};
+                 {"Cuts", &ServerStatistics::cuts},       {"Commands", &ServerStatistics::commands},
+                 {"Repeats", &ServerStatistics::repeats}};
 
 CFaultTree makeFault(FaultId id, const QStringList& addenda, const CFaultTree& cause = CFaultTree())
 {
@@ -44,6 +49,20 @@ CFaultTree noSuchResource(const QString& guid, const QString& server)
     const CFaultTree lookUp = makeFault(eFaultLookUpFailed, {server, guid}, noEntry);
     const CFaultTree administration = makeFault(eFaultAdministration, {server}, lookUp);
     return makeFault(eFaultNoSuchResource, {guid}, administration);
+}
+
+CMsgFragment faultFragment(FaultId id, const QStringList& addenda)
+{
+    CMsgFragment fragment;
+    fragment.setFaultTree(makeFault(id, addenda));
+    return fragment;
+}
+
+/// A command that only says how the client's own link is to be treated.
+bool isLinkCommand(const CMsgFragment& fragment)
+{
+    return XmlCommunication::CRequestTreeConverter::isCommand(fragment) ||
+           XmlCommunication::CEventFilterConverter::isCommand(fragment);
 }
 
 const QStringList& knownComponents()
@@ -70,18 +89,28 @@ CMsgFragment makeQuery(const QString& component, const CDataTree& tree)
 } // namespace
 
 RequestHandler::RequestHandler(const Installation& installation, const ResourceState& resources,
-                               const ServerStatistics& statistics)
-    : m_installation(installation), m_resources(resources), m_statistics(statistics)
+                               const ServerStatistics& statistics, const CommandRights& rights)
+    : m_installation(installation), m_resources(resources), m_statistics(statistics), m_rights(rights)
 {
+}
+
+bool RequestHandler::concernsLinkOnly(const CXmlMessage& request)
+{
+    for (int i = 0; i < request.getNumberOfFragments(); ++i) {
+        if (!isLinkCommand(request.getFragment(i)))
+            return false;
+    }
+    return true;
 }
 
 CXmlMessage RequestHandler::answer(const CXmlMessage& request, LinkSettings& settings) const
 {
     // The settings first: a client that switches request trees off means this reply too.
+    const bool command = request.getServiceType() == CXmlMessage::eSERVICE_COMMAND;
     CXmlMessage answers;
     for (int i = 0; i < request.getNumberOfFragments(); ++i) {
         CMsgFragment fragment;
-        answerFragment(request.getFragment(i), fragment, settings);
+        answerFragment(request.getFragment(i), command, fragment, settings);
         answers.addFragment(fragment);
     }
     CXmlMessage reply = XmlCommunication::makeReply(request, settings.suppressRequestTrees);
@@ -92,37 +121,74 @@ CXmlMessage RequestHandler::answer(const CXmlMessage& request, LinkSettings& set
     return reply;
 }
 
-void RequestHandler::answerFragment(const CMsgFragment& request, CMsgFragment& reply,
+void RequestHandler::answerFragment(const CMsgFragment& request, bool command, CMsgFragment& reply,
                                     LinkSettings& settings) const
 {
     const QString& component = request.getComponentName();
+    const QString operation = request.getRequestTree().getDataTree().getRootTagname().toString();
+    const bool isCommand = isLinkCommand(request) || Kolta::StartStopDatastreamRecording::isCommand(request);
+    if (isCommand && !command)
+        reply.setFaultTree(makeFault(eFaultWrongKind, {component, operation}));
+    else if (isCommand && !isLinkCommand(request) && !m_rights.allow(settings.user, component))
+        reply.setFaultTree(makeFault(eFaultNoRight, {settings.user, CommandRights::rightFor(component)}));
+    else if (isCommand ? execute(request, reply, settings) : answerQuery(request, reply)) {
+        if (command && !isCommand)
+            reply = faultFragment(eFaultWrongKind, {component, operation});
+    } else if (!knownComponents().contains(component))
+        reply.setFaultTree(makeFault(eFaultUnknownComponent, {component}));
+    else if (!request.hasRequestTree())
+        reply.setFaultTree(makeFault(eFaultNoOperation, {component}));
+    else
+        reply.setFaultTree(makeFault(eFaultUnknownOperation, {component, operation}));
+}
+
+/// Does what a command asks for, or says in a fault what is wrong with it.
+bool RequestHandler::execute(const CMsgFragment& request, CMsgFragment& reply, LinkSettings& settings) const
+{
     const CDataTree& tree = request.getRequestTree().getDataTree();
     if (XmlCommunication::CRequestTreeConverter::isCommand(request)) {
-        settings.suppressRequestTrees =
-            XmlCommunication::CRequestTreeConverter(request.getRequestTree()).getRequestTreeSuppression();
+        const QString value = tree.root().text();
+        if (value == QLatin1String("true") || value == QLatin1String("false"))
+            settings.suppressRequestTrees = value == QLatin1String("true");
+        else
+            reply.setFaultTree(makeFault(eFaultParameterWrong, {QStringLiteral("SetSuppression"), value}));
     } else if (XmlCommunication::CEventFilterConverter::isCommand(request)) {
-        settings.events.insert(XmlCommunication::CEventFilterConverter::getComponent(request));
-    } else if (XmlCommunication::CAppDescription::isQuery(request)) {
+        const QStringList components = XmlCommunication::CEventFilterConverter::getComponents(request);
+        if (components.isEmpty() || components.contains(QString()))
+            reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("Component")}));
+        else
+            settings.events.unite(QSet<QString>(components.begin(), components.end()));
+    } else {
+        const auto content = Kolta::StartStopDatastreamRecording::read(request);
+        if (!content)
+            reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("DataStream")}));
+        else if (std::any_of(content->recordings.begin(), content->recordings.end(),
+                             [](const auto& recording) { return QUuid(recording.producer).isNull(); }))
+            reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("producer")}));
+    }
+    return true;
+}
+
+/// False when this is no query that is known.
+bool RequestHandler::answerQuery(const CMsgFragment& request, CMsgFragment& reply) const
+{
+    const QString& component = request.getComponentName();
+    const CDataTree& tree = request.getRequestTree().getDataTree();
+    if (XmlCommunication::CAppDescription::isQuery(request)) {
         XmlCommunication::CAppDescription::fillReply(reply, m_installation.application());
     } else if (ResourceConverter::CQueryFaultReference::isQuery(request)) {
         ResourceConverter::CQueryFaultReference::fillReply(reply, m_installation.faults());
     } else if (ResourceConverter::CResourceDemandClasses::isQuery(request)) {
         const auto answer = demandClassAnswer(m_installation.demandClasses());
         ResourceConverter::CResourceDemandClasses::fillReply(reply, answer);
-    } else if (Kolta::StartStopDatastreamRecording::isCommand(request)) {
-        if (!Kolta::StartStopDatastreamRecording::read(request))
-            reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("DataStream")}));
     } else if (component == kResourcesComponent && tree.root().hasName("Resource")) {
         answerResource(tree, reply);
     } else if (component == kStatisticsComponent && tree.root().hasName("Statistics")) {
         answerStatistics(reply);
-    } else if (!knownComponents().contains(component)) {
-        reply.setFaultTree(makeFault(eFaultUnknownComponent, {component}));
-    } else if (!request.hasRequestTree()) {
-        reply.setFaultTree(makeFault(eFaultNoOperation, {component}));
     } else {
-        reply.setFaultTree(makeFault(eFaultUnknownOperation, {component, tree.getRootTagname().toString()}));
+        return false;
     }
+    return true;
 }
 
 void RequestHandler::answerResource(const CDataTree& query, CMsgFragment& reply) const

@@ -23,7 +23,9 @@ public:
     explicit SimulatedLink(XmlCommunication::CServerLink& link);
 
     LinkSettings& settings() noexcept { return m_settings; }
+    const LinkSettings& settings() const noexcept { return m_settings; }
     XmlCommunication::CServerLink& link() noexcept { return m_link; }
+    const XmlCommunication::CServerLink& link() const noexcept { return m_link; }
     bool isDead() const noexcept { return m_dead; }
 
     void send(const XmlCommon::CXmlMessage& message);

@@ -6,9 +6,11 @@
 #include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
 
+#include <startup/onelinetext.h>
 #include <startup/tracesource.h>
 #include <xmlmessaging/server.h>
 
+#include <QMetaMethod>
 #include <QTimer>
 
 namespace KoltaSimulation {
@@ -22,6 +24,27 @@ namespace {
 
 enum eTracePoint : int { eCannotListen = 290, eCannotComeBack = 400 };
 constexpr Startup::TraceSource kTrace("simulation/simulatedserver", Startup::eTraceWarning);
+enum eAuditPoint : int { eOrder = 10 };
+constexpr Startup::TraceSource kAudit("simulation/audit", Startup::eTraceInfo);
+
+/// Entries of 64 request IDs each that are kept to recognise IDs that come again.
+constexpr std::size_t kMaxSeenIds = 65536;
+
+/// "Recording/StartRecording: done, Nowhere/Find: fault 102".
+QString outcome(const CXmlMessage& request, const CXmlMessage& reply)
+{
+    QStringList parts;
+    for (int i = 0; i < request.getNumberOfFragments(); ++i) {
+        const CMsgFragment& fragment = request.getFragment(i);
+        quint32 fault = 0;
+        const bool failed = reply.getFragment(i).getFaultTree().getFaultID(fault);
+        parts.append(QStringLiteral("%1/%2: %3")
+                         .arg(fragment.getComponentName(),
+                              fragment.getRequestTree().getDataTree().getRootTagname().toString(),
+                              failed ? QStringLiteral("fault %1").arg(fault) : QStringLiteral("done")));
+    }
+    return parts.join(QStringLiteral(", "));
+}
 
 SimulatedLink* simulatedLink(CServerLink* link)
 {
@@ -40,7 +63,7 @@ SimulatedServer::SimulatedServer(const Installation& installation, QObject* pare
     : QObject(parent)
     , m_installation(installation)
     , m_resources(installation.resources())
-    , m_handler(m_installation, m_resources, m_statistics)
+    , m_handler(m_installation, m_resources, m_statistics, m_rights)
     , m_server(std::make_unique<XmlCommunication::CServer>())
     , m_administration(std::make_unique<Administration>(m_installation, m_resources, m_plan))
 {
@@ -76,6 +99,16 @@ bool SimulatedServer::openPort()
         return false;
     m_port = m_server->port();
     return true;
+}
+
+void SimulatedServer::setTls(const XmlCommunication::TlsSettings& settings)
+{
+    m_server->setTls(settings);
+}
+
+void SimulatedServer::setPlainNetworkAllowed(bool allowed)
+{
+    m_server->setPlainNetworkAllowed(allowed);
 }
 
 void SimulatedServer::close()
@@ -289,10 +322,19 @@ void SimulatedServer::openLink(CServerLink* link)
 {
     ++m_statistics.links;
     auto* simulated = new SimulatedLink(*link);
-    connect(link, &CServerLink::Closed, simulated, [simulated] { simulated->markDead(); });
+    simulated->settings().user = link->getPeerUser();
+    tell(*simulated, QStringLiteral("link opened"));
+    connect(link, &CServerLink::Closed, this, [this, simulated](const QString& reason) {
+        tell(*simulated, simulated->isDead() ? QStringLiteral("link ended by the server")
+                         : reason.isEmpty()  ? QStringLiteral("link ended by the client")
+                                             : QStringLiteral("link ended: ") + reason);
+        simulated->markDead();
+    });
     connect(link, &CServerLink::MessageReceived, this,
             [this, simulated](const XmlCommon::ptrCXmlMessage& message) { receive(*simulated, message); });
     const MisbehaviourPlan::Decision decision = m_plan.decideLink();
+    if (decision.kind != Misbehaviour::None)
+        tell(*simulated, QStringLiteral("misbehaves: ") + misbehaviourName(decision.kind));
     switch (decision.kind) {
     case Misbehaviour::CloseAtOnce:
         ++m_statistics.cuts;
@@ -315,18 +357,67 @@ void SimulatedServer::receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessa
         return;
     countRequest(*message);
     Q_EMIT requestReceived(message);
-    const CXmlMessage reply = m_handler.answer(*message, link.settings());
+    const CXmlMessage reply = answer(link, *message);
     for (int i = 0; i < reply.getNumberOfFragments(); ++i)
         m_statistics.faults += reply.getFragment(i).hasFaultTree() ? 1 : 0;
     const QString component =
         message->getNumberOfFragments() > 0 ? message->getFragment(0).getComponentName() : QString();
-    misbehave(link, reply, m_plan.decideRequest(component));
+    const MisbehaviourPlan::Decision decision = m_plan.decideRequest(component);
+    if (decision.kind != Misbehaviour::None)
+        tell(link, QStringLiteral("misbehaves: ") + misbehaviourName(decision.kind));
+    misbehave(link, reply, decision);
+}
+
+CXmlMessage SimulatedServer::answer(SimulatedLink& link, const CXmlMessage& request)
+{
+    const bool command = request.getServiceType() == CXmlMessage::eSERVICE_COMMAND &&
+                         !RequestHandler::concernsLinkOnly(request);
+    const QString kind =
+        QStringLiteral("%1 %2: ").arg(request.servicetypeToString()).arg(request.getMessageID());
+    if (const CXmlMessage* const known = command ? m_commands.find(request.getToken()) : nullptr) {
+        CXmlMessage reply = *known;
+        reply.setMessageID(request.getMessageID());
+        ++m_statistics.repeats;
+        tell(link, kind + QStringLiteral("came before, answered from memory"));
+        return reply;
+    }
+    const CXmlMessage reply = m_handler.answer(request, link.settings());
+    tell(link, kind + outcome(request, reply));
+    if (command) {
+        ++m_statistics.commands;
+        audit(link, request, reply);
+        if (!request.getToken().isEmpty())
+            m_commands.remember(request.getToken(), reply);
+    }
+    return reply;
+}
+
+void SimulatedServer::tell(const SimulatedLink& link, const QString& what)
+{
+    static const QMetaMethod signal = QMetaMethod::fromSignal(&SimulatedServer::happened);
+    if (!isSignalConnected(signal))
+        return;
+    const QString& user = link.settings().user;
+    Q_EMIT happened(Startup::oneLineText(QStringLiteral("%1%2 %3").arg(
+        link.link().getPeerName(), user.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(user), what)));
+}
+
+/// One line for each order: who, from where, what, and what came of it.
+void SimulatedServer::audit(const SimulatedLink& link, const CXmlMessage& request, const CXmlMessage& reply)
+{
+    const QString& user = link.settings().user;
+    kAudit(eOrder, QStringLiteral("%1 from %2: %3")
+                       .arg(user.isEmpty() ? QStringLiteral("unknown user") : user, link.link().getPeerName(),
+                            outcome(request, reply)));
 }
 
 void SimulatedServer::countRequest(const CXmlMessage& request)
 {
     ++m_statistics.requests;
     const quint32 id = request.getMessageID();
+    // A client that makes its numbers up must not fill the memory.
+    if (m_seenIds.size() > kMaxSeenIds)
+        m_seenIds.clear();
     quint64& ids = m_seenIds[id / 64];
     const quint64 bit = quint64(1) << (id % 64);
     m_statistics.duplicates += (ids & bit) != 0 ? 1 : 0;

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <simulation/commandmemory.h>
+#include <simulation/commandrights.h>
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
 #include <simulation/requesthandler.h>
 #include <simulation/resourcestate.h>
+
+#include <xmlmessaging/tlssettings.h>
 
 #include <QHostAddress>
 #include <QObject>
@@ -43,6 +47,12 @@ public:
 
     /// Port 0 lets the system pick one. False on failure, see errorString().
     bool listen(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
+    /// See XmlCommunication::CServer; for the next listen().
+    void setTls(const XmlCommunication::TlsSettings& settings);
+    void setPlainNetworkAllowed(bool allowed);
+    /// Asks the users of that file, see Nax::UserDirectory, whether the user whom a client's certificate
+    /// names may give a command. False when the file is none; nobody may give any then.
+    bool setUsers(const QString& file, QString& error) { return m_rights.load(file, error); }
     /// Stops listening and ends all links.
     void close();
     QHostAddress address() const { return m_address; }
@@ -130,6 +140,8 @@ public:
 Q_SIGNALS:
     /// A client has asked the server to end, and it has vanished.
     void quitRequested();
+    /// Something happened on a link, told in one line for people.
+    void happened(const QString& line);
     /// A request has come on one of the links; it has been counted and not yet been answered.
     void requestReceived(const XmlCommon::ptrCXmlMessage& message);
 
@@ -137,6 +149,10 @@ private:
     void openLink(XmlCommunication::CServerLink* link);
     void receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessage& message);
     void countRequest(const XmlCommon::CXmlMessage& request);
+    XmlCommon::CXmlMessage answer(SimulatedLink& link, const XmlCommon::CXmlMessage& request);
+    void tell(const SimulatedLink& link, const QString& what);
+    void audit(const SimulatedLink& link, const XmlCommon::CXmlMessage& request,
+               const XmlCommon::CXmlMessage& reply);
     void misbehave(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,
                    const MisbehaviourPlan::Decision& decision);
     void sendSpoilt(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,
@@ -153,6 +169,8 @@ private:
     Installation m_installation;
     ResourceState m_resources;
     ServerStatistics m_statistics;
+    CommandRights m_rights;
+    CommandMemory m_commands;
     RequestHandler m_handler;
     MisbehaviourPlan m_plan;
     std::unique_ptr<XmlCommunication::CServer> m_server;

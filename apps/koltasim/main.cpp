@@ -6,6 +6,7 @@
 #include <simulation/simulatedserver.h>
 
 #include <QCoreApplication>
+#include <QDateTime>
 
 #include <cstdio>
 
@@ -27,6 +28,26 @@ int fail(int exitCode, const QString& text)
     return exitCode;
 }
 
+/// Protects the server as the command line says. False with the reason in `error`.
+bool protect(KoltaSimulation::SimulatedServer& server, const Options& options, QString& error)
+{
+    if (!options.tlsCertificate.isEmpty()) {
+        XmlCommunication::TlsSettings tls;
+        tls.required = true;
+        tls.certificateFile = options.tlsCertificate;
+        tls.caFile = options.tlsClients;
+        server.setTls(tls);
+    }
+    server.setPlainNetworkAllowed(options.plainNetwork);
+    return options.users.isEmpty() || server.setUsers(options.users, error);
+}
+
+void printHappening(const QString& line)
+{
+    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    print(stderr, QStringLiteral("%1 %2\n").arg(time, line));
+}
+
 int runServer(const Options& options)
 {
     using namespace KoltaSimulation;
@@ -39,6 +60,10 @@ int runServer(const Options& options)
     server.setSeed(options.seed);
     for (const MisbehaviourRule& rule : options.misbehaviour)
         server.addMisbehaviour(rule);
+    if (!protect(server, options, error))
+        return fail(exitFailed, error);
+    if (options.log)
+        QObject::connect(&server, &SimulatedServer::happened, &printHappening);
     if (!server.listen(options.address, options.port)) {
         return fail(
             exitFailed,

@@ -64,11 +64,32 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
     const QCommandLineOption period(QStringLiteral("period"),
                                     QStringLiteral("Time between two activities in milliseconds (500)."),
                                     QStringLiteral("MS"), QStringLiteral("500"));
+    const QCommandLineOption tls(
+        QStringLiteral("tls"),
+        QStringLiteral("Links are protected by TLS; FILE (PEM) holds the server's certificate and its key."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption tlsClients(
+        QStringLiteral("tls-clients"),
+        QStringLiteral(
+            "Clients must show a certificate that the authority in FILE (PEM) has signed; it names the "
+            "user."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption users(
+        QStringLiteral("users"),
+        QStringLiteral("Only users of this file who hold the right may give commands; needs --tls-clients."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption plainNetwork(
+        QStringLiteral("plain-network"),
+        QStringLiteral("Listens without TLS also where others than this machine can reach it."));
+    const QCommandLineOption log(
+        QStringLiteral("log"),
+        QStringLiteral("Prints links, requests, orders and misbehaviours as they happen (on stderr)."));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Simulates one server of an installation until it is interrupted. Its first line of output "
         "says where it listens. Exit codes: 0 interrupted, 1 cannot start, 2 wrong usage."));
-    parser.addOptions({installation, listen, misbehave, seed, activity, period});
+    parser.addOptions(
+        {installation, listen, tls, tlsClients, users, plainNetwork, log, misbehave, seed, activity, period});
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this help."));
     parser.addOption(help);
@@ -91,6 +112,19 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
     }
     options.installation = parser.value(installation);
     options.activity = parser.isSet(activity);
+    options.tlsCertificate = parser.value(tls);
+    options.tlsClients = parser.value(tlsClients);
+    options.users = parser.value(users);
+    options.plainNetwork = parser.isSet(plainNetwork);
+    options.log = parser.isSet(log);
+    if (parser.isSet(tlsClients) && !parser.isSet(tls)) {
+        message = QStringLiteral("--tls-clients: expected --tls with it");
+        return ParseResult::Wrong;
+    }
+    if (parser.isSet(users) && !parser.isSet(tlsClients)) {
+        message = QStringLiteral("--users: expected --tls-clients with it, or nobody is known by name");
+        return ParseResult::Wrong;
+    }
     if (!readListen(parser.value(listen), options, message))
         return ParseResult::Wrong;
     bool seedOk = false;

@@ -12,7 +12,12 @@ struct Options
 {
     QString installation; ///< folder
     QHostAddress address = QHostAddress(QHostAddress::LocalHost);
-    quint16 port = 0; ///< 0 lets the system pick one
+    quint16 port = 0;       ///< 0 lets the system pick one
+    QString tlsCertificate; ///< PEM with certificate and key; empty: what the configuration says
+    QString tlsClients;     ///< PEM with the authority of the clients' certificates
+    QString users;          ///< file of the users who may give commands
+    bool plainNetwork = false;
+    bool log = false;
     QVector<KoltaSimulation::MisbehaviourRule> misbehaviour;
     quint32 seed = 1;
     bool activity = false;

@@ -1,6 +1,7 @@
 #include <startup/errorhandler.h>
 
 #include <startup/cfgcenter.h>
+#include <startup/onelinetext.h>
 #include <startup/tracesource.h>
 
 #include <QLoggingCategory>
@@ -22,9 +23,32 @@ constexpr quint32 kAllChannels = 0xffffffffU;
 /// here.
 thread_local bool tracing = false;
 
+QString severity(quint32 channel)
+{
+    switch (channel) {
+    case eTraceFatal:
+        return QStringLiteral("fatal");
+    case eTraceError:
+        return QStringLiteral("error");
+    case eTraceWarning:
+        return QStringLiteral("warning");
+    case eTraceInfo:
+        return QStringLiteral("info");
+    case eTraceConfig:
+        return QStringLiteral("config");
+    case eTraceDetail:
+        return QStringLiteral("detail");
+    default:
+        return QStringLiteral("trace");
+    }
+}
+
+/// One line, whatever the text holds: what comes from elsewhere must not look like a line of its own.
 QString printed(const TraceRecord& record)
 {
-    return QStringLiteral("%1:%2 %3").arg(record.source, QString::number(record.line), record.text);
+    return QStringLiteral("%1 %2 %3:%4 %5")
+        .arg(record.time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")), severity(record.channel),
+             record.source, QString::number(record.line), oneLineText(record.text));
 }
 
 void log(const TraceRecord& record)

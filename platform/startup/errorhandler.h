@@ -44,9 +44,9 @@ public:
 
 /// The process error handler: one place through which every trace line goes.
 /// A line passes when its channel's bit is set in the mask; it is then written to the Qt logging category
-/// "kolta.trace" as "source:line text" (warning level for fatal, error and warning, debug level for detail,
-/// else info) and given to every sink. Lines that a sink or a Qt message handler traces while it handles one
-/// are dropped. All operations may be called from any thread.
+/// "kolta.trace" as "time severity source:line text" (warning level for fatal, error and warning, debug level
+/// for detail, else info) and given to every sink. Lines that a sink or a Qt message handler traces while it
+/// handles one are dropped. All operations may be called from any thread.
 class ErrorHandler
 {
 public:

@@ -22,7 +22,7 @@ namespace XmlCommunication {
 
 namespace {
 
-enum eTracePoint : int { eThreadException = 10, eReceiverException = 20 };
+enum eTracePoint : int { eThreadException = 10, eReceiverException = 20, eMissingReply = 30 };
 constexpr Startup::TraceSource kTrace("platform/xmlmessaging/connectionthread");
 
 /// News handed on before the owner's event loop gets its turn again.
@@ -300,6 +300,16 @@ void CConnectionThread::Private::emitMessage(const ptrCXmlMessage& message)
     const ptrCXmlMessage request = found->second;
     inFlight.erase(found);
     request->fillWithReply(*message);
+    if (!request->missingReply().isEmpty())
+        Startup::ErrorHandler::Instance().trace(
+            Startup::eTraceWarning, QStringLiteral("platform/xmlmessaging/connectionthread"),
+            traceMissingReply,
+            QStringLiteral("%1:%2: the reply to request %3 has no fragment of component \"%4\"")
+                .arg(host)
+                .arg(port)
+                .arg(request->getMessageID())
+                .arg(request->missingReply()),
+            Startup::eTraceWarning);
     Q_EMIT q->SignalNewJob(request, eMESSAGE_REPLY);
 }
 

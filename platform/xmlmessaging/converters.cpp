@@ -86,9 +86,15 @@ bool CEventFilterConverter::isCommand(const CMsgFragment& fragment)
     return asksFor(fragment, "EventFilter", "Subscribe");
 }
 
-QString CEventFilterConverter::getComponent(const CMsgFragment& fragment)
+QStringList CEventFilterConverter::getComponents(const CMsgFragment& fragment)
 {
-    return isCommand(fragment) ? requestRoot(fragment).childText("Component") : QString();
+    QStringList components;
+    if (!isCommand(fragment))
+        return components;
+    const CConstElement root = requestRoot(fragment);
+    for (CConstElement entry = root.child("Component"); entry; entry = entry.next("Component"))
+        components.append(entry.text());
+    return components;
 }
 
 } // namespace XmlCommunication

@@ -3,6 +3,7 @@
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace XmlCommunication {
@@ -69,8 +70,8 @@ public:
     /// Fragment that asks for the broadcasts of `component`, "*" for all.
     static XmlCommon::CMsgFragment makeFragment(const QString& component);
     static bool isCommand(const XmlCommon::CMsgFragment& fragment);
-    /// The component asked for; empty when the fragment is not this command.
-    static QString getComponent(const XmlCommon::CMsgFragment& fragment);
+    /// The components asked for; none when the fragment is not this command.
+    static QStringList getComponents(const XmlCommon::CMsgFragment& fragment);
 };
 
 } // namespace XmlCommunication

@@ -22,6 +22,8 @@ public:
     const QString& name() const noexcept { return m_name; }
     /// An empty directory stops the writing.
     void setDirectory(const QString& directory);
+    /// Appends a line on the link itself, such as its end. Never throws.
+    void note(const QString& text) noexcept;
     /// Appends one message of `size` bytes. Never throws.
     void write(eDirection direction, const XmlCommon::CXmlMessage& message, int size) noexcept;
 

@@ -162,6 +162,8 @@ void LinkWorker::onState(QAbstractSocket::SocketState state)
 void LinkWorker::onReady()
 {
     m_ready = true;
+    note(QStringLiteral("opened to %1%2")
+             .arg(endpointName(m_host, m_port), m_protected ? QStringLiteral(", TLS") : QString()));
     push(LinkNews::eState, QAbstractSocket::ConnectedState);
     if (!m_ending)
         writeOutbox();
@@ -339,7 +341,14 @@ void LinkWorker::report(QAbstractSocket::SocketError error, const QString& what)
     const bool orderly = error == QAbstractSocket::RemoteHostClosedError && !m_reader->hasError();
     kTrace(eLinkEnded, QStringLiteral("%1: %2").arg(linkName(), what),
            orderly ? Startup::eTraceInfo : Startup::eTrace);
+    note(orderly ? QStringLiteral("ended by the peer") : QStringLiteral("ended: ") + what);
     push(LinkNews::eError, error);
+}
+
+void LinkWorker::note(const QString& text)
+{
+    if (m_log)
+        m_log->note(text);
 }
 
 void LinkWorker::push(LinkNews::Kind kind, int value)
@@ -364,6 +373,7 @@ void LinkWorker::finish()
             m_socket->waitForConnected(leftMs(limit));
     }
     if (!m_failed && m_socket->state() == QAbstractSocket::ConnectedState) {
+        note(QStringLiteral("ended by this end"));
         const int count = writeOutbox();
         flushBefore(limit);
         if (count > 0 && unsentBytes(*m_socket) == 0)

@@ -81,6 +81,7 @@ private:
     void fail(QAbstractSocket::SocketError error, const QString& what);
     void report(QAbstractSocket::SocketError error, const QString& what);
     void push(LinkNews::Kind kind, int value);
+    void note(const QString& text);
     void startTicking();
     QString linkName() const;
 

@@ -4,13 +4,13 @@
 #include "messagecodec.h"
 
 #include <startup/cfgcenter.h>
+#include <startup/onelinetext.h>
 #include <startup/tracesource.h>
 
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <unordered_map>
 
 using XmlCommon::CMsgFragment;
@@ -25,26 +25,26 @@ constexpr Startup::TraceSource kTrace("platform/xmlmessaging/logger");
 
 constexpr qint64 kDefaultMaxFileBytes = 10000000;
 
+QString timeOfNow()
+{
+    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+}
+
 /// "2024-05-01 12:00:00.123 > Query        ID 17  Resources, Faults  (412 bytes)"
 QString shortLine(eDirection direction, const CXmlMessage& message, int size)
 {
-    const auto oneLine = [](QString name) {
-        std::replace_if(
-            name.begin(), name.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
-            QChar(QChar::ReplacementCharacter));
-        return name;
-    };
+
     QStringList components;
     for (int i = 0; i < message.getNumberOfFragments(); ++i) {
         const CMsgFragment& fragment = message.getFragment(i);
-        const QString name = oneLine(fragment.getComponentName());
+        const QString name = Startup::oneLineText(fragment.getComponentName());
         components.append(fragment.hasFaultTree() ? QString(name + QLatin1String(" (fault)")) : name);
     }
-    return QStringLiteral("%1 %2 %3 ID %4  %5  (%6 bytes)\n")
-        .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")),
-             direction == eSent ? QStringLiteral(">") : QStringLiteral("<"),
+    return QStringLiteral("%1 %2 %3 ID %4  %5  (%6 bytes%7)\n")
+        .arg(timeOfNow(), direction == eSent ? QStringLiteral(">") : QStringLiteral("<"),
              message.servicetypeToString().leftJustified(12), QString::number(message.getMessageID()),
-             components.join(QLatin1String(", ")), QString::number(size));
+             components.join(QLatin1String(", ")), QString::number(size),
+             direction == eSent && message.isSentAgain() ? QStringLiteral(", sent again") : QString());
 }
 
 } // namespace
@@ -71,6 +71,17 @@ void LinkLog::setDirectory(const QString& directory)
     m_file.close();
     m_path = directory.isEmpty() ? QString() : logFileName(directory, m_name);
     m_writing.store(!m_path.isEmpty() && m_mode != eLogOff, std::memory_order_relaxed);
+}
+
+void LinkLog::note(const QString& text) noexcept
+{
+    if (!m_writing.load(std::memory_order_relaxed))
+        return;
+    try {
+        append(QStringLiteral("%1 = %2\n").arg(timeOfNow(), Startup::oneLineText(text)).toUtf8());
+    } catch (...) {
+        // A log that cannot be written must not cost the link.
+    }
 }
 
 void LinkLog::write(eDirection direction, const CXmlMessage& message, int size) noexcept
@@ -102,7 +113,12 @@ bool LinkLog::openFor(qint64 size)
     const auto open = [this] {
         QDir().mkpath(QFileInfo(m_path).path());
         m_file.setFileName(m_path);
-        return m_file.isOpen() || m_file.open(QIODevice::WriteOnly | QIODevice::Append);
+        if (!m_file.isOpen() && !m_file.open(QIODevice::WriteOnly | QIODevice::Append))
+            return false;
+        // What is said on a link concerns nobody else on the machine; a file of before is closed to others
+        // too.
+        m_file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+        return true;
     };
     if (!m_file.isOpen() && !open()) {
         giveUp(QStringLiteral("cannot open"));

@@ -88,9 +88,15 @@ bool MessageCodec::Decoder::messageAttributes(NodeId root, CXmlMessage& message)
 bool MessageCodec::Decoder::messageAttribute(NodeId attribute, CXmlMessage& message)
 {
     const std::string_view name = m_document.name(attribute);
+    if (name == "token") {
+        message.setToken(XmlText::textFromUtf8(valueOf(attribute)));
+        const int length = message.getToken().size();
+        return (length >= 1 && length <= CXmlMessage::maxTokenLength) ||
+               fail(attribute, "token of a wrong length", "1 to 64 characters");
+    }
     const bool isService = name == "service";
     if (!isService && name != "id" && name != "time")
-        return fail(attribute, "unknown attribute of Message", "id, service or time");
+        return fail(attribute, "unknown attribute of Message", "id, service, time or token");
     quint64 value = 0;
     if (!detail::parseUInt(valueOf(attribute), value) ||
         value > (isService ? kMaxServiceType : std::numeric_limits<quint32>::max()))
@@ -182,6 +188,10 @@ void MessageCodec::Encoder::message(const CXmlMessage& message)
     if (message.getAvailableTime() != 0) {
         m_out.literal("\" time=\"");
         m_out.number(message.getAvailableTime());
+    }
+    if (!message.getToken().isEmpty()) {
+        m_out.literal("\" token=\"");
+        detail::appendEscaped(m_out, message.getToken());
     }
     m_out.literal("\">");
     for (int i = 0; i < message.getNumberOfFragments(); ++i)

@@ -3,7 +3,7 @@
 #include "serverbounds.h"
 #include "socketoptions.h"
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QNetworkProxy>
 #include <QPointer>
@@ -22,6 +22,10 @@ using XmlCommon::CXmlMessage;
 namespace XmlCommunication {
 
 namespace {
+
+/// The numbers up to 70 are the causes of RefusalLog, which traces from this source too.
+enum eTracePoint : int { ePlainNetwork = 80 };
+constexpr Startup::TraceSource kTrace("platform/xmlmessaging/server", Startup::eTraceWarning);
 
 constexpr int kAcceptPauseMs = 1000;
 
@@ -80,10 +84,9 @@ bool CServer::Private::prepare(const QHostAddress& address)
         error = QStringLiteral("without TLS this address is not protected, and that was not allowed");
         return false;
     }
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceWarning, QStringLiteral("platform/xmlmessaging/server"), 80,
-        QStringLiteral("%1 is open to the network without TLS: everybody there can read and send")
-            .arg(address.toString()));
+    kTrace(ePlainNetwork,
+           QStringLiteral("%1 is open to the network without TLS: everybody there can read and send")
+               .arg(address.toString()));
     return true;
 }
 

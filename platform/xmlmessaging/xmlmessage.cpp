@@ -1,5 +1,7 @@
 #include "xmlmessage.h"
 
+#include <QUuid>
+
 #include <algorithm>
 #include <atomic>
 
@@ -32,6 +34,13 @@ void CXmlMessage::setMessageID_byGenerator()
     } while (m_messageID == 0);
 }
 
+void CXmlMessage::setToken_byGenerator()
+{
+    static const QString process = QUuid::createUuid().toString(QUuid::Id128);
+    static std::atomic<quint64> counter{0};
+    m_token = QStringLiteral("%1-%2").arg(process).arg(counter.fetch_add(1, std::memory_order_relaxed) + 1);
+}
+
 void CXmlMessage::addFragment(const CMsgFragment& fragment, int index)
 {
     const bool inside = index >= 0 && index < getNumberOfFragments();
@@ -42,20 +51,46 @@ void CXmlMessage::fillWithReply(const CXmlMessage& reply)
 {
     removeReplyFragments();
     m_serviceType = reply.m_serviceType;
-    const CMsgFragment nothing;
+    std::vector<bool> taken(reply.m_fragments.size());
+    // Nearly always the fragments stand at the same places; only then is the search linear over all.
+    const auto answerTo = [&](const QString& component, std::size_t place) -> const CMsgFragment* {
+        const auto fits = [&](std::size_t i) {
+            return !taken[i] && reply.m_fragments[i].getComponentName() == component;
+        };
+        if (place >= taken.size() || !fits(place)) {
+            for (place = 0; place < taken.size() && !fits(place);)
+                ++place;
+        }
+        if (place == taken.size())
+            return nullptr;
+        taken[place] = true;
+        return &reply.m_fragments[place];
+    };
     for (std::size_t i = 0; i < m_fragments.size(); ++i) {
-        const CMsgFragment& answer = i < reply.m_fragments.size() ? reply.m_fragments[i] : nothing;
-        m_fragments[i].setDataTree(answer.getDataTree());
-        m_fragments[i].setFaultTree(answer.getFaultTree());
+        const CMsgFragment* const answer = answerTo(m_fragments[i].getComponentName(), i);
+        m_fragments[i].setDataTree(answer ? answer->getDataTree() : CDataTree());
+        m_fragments[i].setFaultTree(answer ? answer->getFaultTree() : CFaultTree());
+        if (!answer && m_missingReply.isEmpty())
+            m_missingReply = m_fragments[i].getComponentName();
     }
-    for (std::size_t i = m_fragments.size(); i < reply.m_fragments.size(); ++i, ++m_replyFragments)
+    for (std::size_t i = 0; i < taken.size(); ++i) {
+        if (taken[i])
+            continue;
         m_fragments.push_back(reply.m_fragments[i]);
+        ++m_replyFragments;
+    }
+}
+
+QString CXmlMessage::missingReply() const
+{
+    return m_missingReply;
 }
 
 void CXmlMessage::removeReplyFragments()
 {
     m_fragments.resize(m_fragments.size() - std::min(m_replyFragments, m_fragments.size()));
     m_replyFragments = 0;
+    m_missingReply.clear();
 }
 
 } // namespace XmlCommon

@@ -90,6 +90,17 @@ public:
     quint32 getAvailableTime() const noexcept { return m_availableTime; }
     void setAvailableTime(quint32 time) noexcept { m_availableTime = time; }
 
+    /// What a command is recognised by when it comes again on another link: the same text then, another one
+    /// for every other command; empty for none, at most maxTokenLength characters.
+    const QString& getToken() const noexcept { return m_token; }
+    void setToken(const QString& token) { m_token = token; }
+    static constexpr int maxTokenLength = 64;
+    /// A token that no other message has, of whichever process.
+    void setToken_byGenerator();
+    /// Whether this is not the first time that the message is sent; for logs, it does not travel.
+    bool isSentAgain() const noexcept { return m_sentAgain; }
+    void setSentAgain(bool again) noexcept { m_sentAgain = again; }
+
     int getNumberOfFragments() const noexcept { return static_cast<int>(m_fragments.size()); }
     /// Throws std::out_of_range for an index that does not exist.
     CMsgFragment& getFragment(int index) { return m_fragments.at(static_cast<std::size_t>(index)); }
@@ -104,9 +115,12 @@ public:
     void clearFragments() { m_fragments.clear(); }
 
     /// Makes this message, which is a request, its own reply: service type, and per fragment the data and
-    /// fault trees of `reply`; the request trees stay, so that clearing data and faults restores the request.
-    /// Fragments that only the reply has are appended.
+    /// fault trees of the reply's fragment of the same component, of several the first that no fragment
+    /// before took; the request trees stay, so that clearing data and faults restores the request. Fragments
+    /// that only the reply has are appended. See missingReply() for a component that was not answered.
     void fillWithReply(const CXmlMessage& reply);
+    /// The first component that fillWithReply() found no answer for; empty when there is none.
+    QString missingReply() const;
     /// Takes away the fragments that fillWithReply() appended.
     void removeReplyFragments();
 
@@ -114,8 +128,11 @@ private:
     eSERVICE_TYPES m_serviceType = eSERVICE_UNKNOWN;
     quint32 m_messageID = 0;
     quint32 m_availableTime = 0;
+    QString m_token;
+    bool m_sentAgain = false;
     std::vector<CMsgFragment> m_fragments;
     std::size_t m_replyFragments = 0; ///< how many at the end came with a reply
+    QString m_missingReply;
 };
 
 using ptrCXmlMessage = QExplicitlySharedDataPointer<CXmlMessage>;

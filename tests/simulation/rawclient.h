@@ -2,6 +2,7 @@
 
 #include <simulation/brokenreply.h>
 
+#include <xmlmessaging/converters.h>
 #include <xmlmessaging/framing.h>
 #include <xmlmessaging/messagecodec.h>
 
@@ -18,9 +19,14 @@ struct RawClient
     }
 
     /// Sends a request with one fragment; returns its ID.
-    quint32 send(const XmlCommon::CMsgFragment& fragment, quint32 id = 0)
+    quint32 send(const XmlCommon::CMsgFragment& fragment, quint32 id = 0, const QString& token = QString())
     {
-        XmlCommon::CXmlMessage message(XmlCommon::CXmlMessage::eSERVICE_QUERY);
+        using XmlCommon::CXmlMessage;
+        const bool command = XmlCommunication::CRequestTreeConverter::isCommand(fragment) ||
+                             XmlCommunication::CEventFilterConverter::isCommand(fragment) ||
+                             fragment.getComponentName() == QLatin1String("Recording");
+        CXmlMessage message(command != swapped ? CXmlMessage::eSERVICE_COMMAND : CXmlMessage::eSERVICE_QUERY);
+        message.setToken(token);
         message.setMessageID(id != 0 ? id : ++lastId);
         message.addFragment(fragment);
         socket.write(KoltaSimulation::framedBytes(message));
@@ -54,5 +60,6 @@ struct RawClient
     QString decodeError; ///< of the last message that was none
     int reads = 0;       ///< how many times bytes arrived
     quint32 lastId = 0;
-    QTcpSocket socket; ///< last, so that it dies first: its signals use the others
+    bool swapped = false; ///< sends queries as commands and the other way round
+    QTcpSocket socket;    ///< last, so that it dies first: its signals use the others
 };

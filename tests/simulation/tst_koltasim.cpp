@@ -1,3 +1,4 @@
+#include "../xmlmessaging/certificates.h"
 #include "rawclient.h"
 
 #include <simulation/hostilepeers.h>
@@ -27,6 +28,24 @@ QString startServer(QProcess& program, const QStringList& options)
     return line.section(QLatin1Char(' '), -1);
 }
 
+struct PythonRun
+{
+    int exitCode;
+    QString output;
+    QString errors;
+};
+
+/// The example client; options first, then the server and the command.
+PythonRun runPython(const QStringList& arguments)
+{
+    QProcess client;
+    client.start(QStringLiteral("python3"), QStringList{QStringLiteral(KOLTA_PYTHON_CLIENT)} + arguments);
+    if (!client.waitForFinished())
+        return {-1, QString(), client.errorString()};
+    return {client.exitCode(), QString::fromUtf8(client.readAllStandardOutput()),
+            QString::fromUtf8(client.readAllStandardError())};
+}
+
 } // namespace
 
 /// The program as its user meets it.
@@ -39,6 +58,9 @@ private Q_SLOTS:
     void servesUntilInterrupted();
     void keepsItsMemory_data();
     void keepsItsMemory();
+    void protectsItsLinksAndKnowsItsUsers();
+    void servesAClientInPython_data();
+    void servesAClientInPython();
     void endsWithItsExitCode_data();
     void endsWithItsExitCode();
 };
@@ -110,6 +132,100 @@ void TestKoltaSim::keepsItsMemory()
     QVERIFY(program.waitForFinished());
 }
 
+void TestKoltaSim::protectsItsLinksAndKnowsItsUsers()
+{
+    Certificates files;
+    QVERIFY2(files.make(), qPrintable(files.error()));
+    QProcess program;
+    const QString where =
+        startServer(program, {QStringLiteral("--tls"), files.file("server"), QStringLiteral("--tls-clients"),
+                              files.file("ca"), QStringLiteral("--users"),
+                              QStringLiteral(KOLTA_INSTALLATION_DIR "/users.xml"), QStringLiteral("--log")});
+    QTemporaryDir folder;
+    QFile message(folder.filePath(QStringLiteral("record.xml")));
+    QVERIFY(message.open(QIODevice::WriteOnly));
+    message.write(
+        "<Message id=\"1\" service=\"2\"><Fragment component=\"Recording\"><Request><StartRecording>"
+        "<DataStream name=\"symbol\" producer=\"{8b1a9953-c461-4296-a827-abf8c47804d7}\"/>"
+        "</StartRecording></Request></Fragment></Message>");
+    message.close();
+    const auto record = [&](const char* user) {
+        return runPython({where, QStringLiteral("--ca"), files.file("ca"), QStringLiteral("--certificate"),
+                          files.file(user), QStringLiteral("send"), message.fileName()});
+    };
+    QCOMPARE(record("operator").output, QStringLiteral("Recording: done\n"));
+    const PythonRun refused = record("visitor");
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.output.startsWith(QStringLiteral("Recording: fault 110 visitor")),
+             qPrintable(refused.output));
+    QCOMPARE(runPython({where, QStringLiteral("describe")}).exitCode, 1); // plain talk
+
+    program.terminate();
+    QVERIFY(program.waitForFinished());
+    const QString log = QString::fromUtf8(program.readAllStandardError());
+    for (const char* line :
+         {" (operator) link opened", " (operator) Command 2: Recording/StartRecording: done",
+          "info simulation/audit:10 visitor from 127.0.0.1:", "StartRecording: fault 110",
+          "TLS: the peer sends plain text"})
+        QVERIFY2(log.contains(QLatin1String(line)),
+                 qPrintable(QLatin1String(line) + QStringLiteral(" in\n") + log));
+}
+
+void TestKoltaSim::servesAClientInPython_data()
+{
+    QTest::addColumn<QString>("misbehaviour");
+    QTest::addColumn<QString>("arguments"); ///< separated by blanks
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("text"); ///< somewhere in the output or the errors
+    const QString send = QStringLiteral("send " KOLTA_SHARE_DIR "/messages/");
+    QTest::newRow("describe") << ""
+                              << "describe" << 0 << "Name: KoltaSim\n";
+    QTest::newRow("send") << "" << QString(send + QStringLiteral("statistics.xml")) << 0
+                          << "<Requests>2</Requests>";
+    QTest::newRow("fault") << "" << QString(send + QStringLiteral("no-such-resource.xml")) << 1
+                           << "fault 201 {00000000-";
+    QTest::newRow("listen") << ""
+                            << "listen 2 Resources" << 0 << "Resources: <ResourcesChanged>";
+    QTest::newRow("in pieces") << "split=1"
+                               << "describe" << 0 << "Name: KoltaSim\n";
+    QTest::newRow("twice, and another ID before") << "twice"
+                                                  << "describe" << 0 << "Name: KoltaSim\n";
+    for (int variant = 0; variant < KoltaSimulation::brokenFrameVariants; ++variant)
+        QTest::addRow("broken frame %d", variant)
+            << QStringLiteral("broken-frame=%1").arg(variant) << "describe" << 1 << "koltaclient: ";
+    QTest::newRow("cut") << "cut=30"
+                         << "describe" << 1 << "closed the link";
+    QTest::newRow("broken XML") << "broken-xml"
+                                << "describe" << 1 << "koltaclient: ";
+    QTest::newRow("no UTF-8") << "non-utf8"
+                              << "describe" << 1 << "utf-8";
+    QTest::newRow("too deep") << "deep=100"
+                              << "describe" << 1 << "64 levels";
+    QTest::newRow("too large") << "oversize"
+                               << "describe" << 1 << "more than 16777216 bytes";
+    QTest::newRow("silent") << "silent"
+                            << "--timeout 0.3 describe" << 1 << "timed out";
+}
+
+void TestKoltaSim::servesAClientInPython()
+{
+    QFETCH(QString, misbehaviour);
+    QFETCH(QString, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, text);
+    QStringList options{QStringLiteral("--activity"), QStringLiteral("--period"), QStringLiteral("20")};
+    if (!misbehaviour.isEmpty())
+        options << QStringLiteral("--misbehave") << misbehaviour + QStringLiteral(",component=Application");
+    QProcess program;
+    const QString where = startServer(program, options);
+    const PythonRun run = runPython(QStringList{where} + arguments.split(QLatin1Char(' ')));
+    QVERIFY2(run.output.contains(text) || run.errors.contains(text), qPrintable(run.output + run.errors));
+    QCOMPARE(run.exitCode, exitCode);
+    QVERIFY2(run.errors.count(QLatin1Char('\n')) <= 1, qPrintable(run.errors));
+    program.terminate();
+    QVERIFY(program.waitForFinished());
+}
+
 void TestKoltaSim::endsWithItsExitCode_data()
 {
     QTest::addColumn<QString>("arguments"); ///< separated by blanks
@@ -123,6 +239,10 @@ void TestKoltaSim::endsWithItsExitCode_data()
     QTest::newRow("port too high") << "--listen 127.0.0.1:65536" << 2
                                    << "--listen: \"65536\" is not a port: expected a number from 0";
     QTest::newRow("no period") << "--period 0" << 2 << "--period: expected";
+    QTest::newRow("open to all") << "--installation %I --listen 0.0.0.0:0" << 1 << "without TLS";
+    QTest::newRow("users without names") << "--users x" << 2 << "expected --tls-clients";
+    QTest::newRow("no certificate") << "--installation %I --tls /nonexistent" << 1
+                                    << "/nonexistent: No such file";
     QTest::newRow("misbehaviour") << "--misbehave cut=x" << 2 << "--misbehave: \"cut\" expects a number";
     QTest::newRow("no installation") << "--installation /nonexistent" << 1 << "/nonexistent: no such folder";
     QTest::newRow("port taken") << "--installation %I --listen 127.0.0.1:%P" << 1

@@ -27,6 +27,10 @@ private Q_SLOTS:
     void answers();
     void reportsFaults_data();
     void reportsFaults();
+    void refusesTheOtherKind();
+    void subscribesToSeveralComponents();
+    void executesACommandOnce();
+    void asksForRights();
     void leavesOutRequestTrees();
     void countsDuplicates();
     void tellsSubscribersOncePerBatch();
@@ -43,6 +47,15 @@ private:
     {
         auto* value = m_tree.FindAs<values::StringValue>(m_server->nodePath(QLatin1String(name)));
         return value ? value->GetValue() : QStringLiteral("<none>");
+    }
+    static XmlCommon::CMsgFragment recording()
+    {
+        XmlCommon::CMsgFragment fragment(QStringLiteral("Recording"));
+        fragment.setRequestTree(XmlCommon::CRequestTree(
+            XmlCommon::CDataTree::fromXml("<StartRecording><DataStream name=\"symbol\" "
+                                          "producer=\"{8b1a9953-c461-4296-a827-abf8c47804d7}\"/>"
+                                          "</StartRecording>")));
+        return fragment;
     }
     void write(const char* name, const QString& text);
     ResourceOverview published() const;
@@ -136,6 +149,18 @@ void TestSimulatedServer::reportsFaults_data()
     QTest::newRow("no GUID") << query("Resources", "Resource") << quint32(eFaultParameterMissing) << 0;
     QTest::newRow("no data stream") << query("Recording", "StartRecording") << quint32(eFaultParameterMissing)
                                     << 0;
+    const auto broken = [](const char* component, const char* xml) {
+        XmlCommon::CMsgFragment fragment{QString::fromLatin1(component)};
+        fragment.setRequestTree(XmlCommon::CRequestTree(XmlCommon::CDataTree::fromXml(xml)));
+        return fragment;
+    };
+    QTest::newRow("no producer") << broken("Recording",
+                                           "<StartRecording><DataStream name=\"symbol\"/></StartRecording>")
+                                 << quint32(eFaultParameterMissing) << 0;
+    QTest::newRow("no component") << broken("EventFilter", "<Subscribe/>") << quint32(eFaultParameterMissing)
+                                  << 0;
+    QTest::newRow("suppression of maybe") << broken("RequestTree", "<SetSuppression>maybe</SetSuppression>")
+                                          << quint32(eFaultParameterWrong) << 0;
     QTest::newRow("operation") << query("Resources", "Explode") << quint32(eFaultUnknownOperation) << 0;
     QTest::newRow("no operation") << query("Statistics", "") << quint32(eFaultNoOperation) << 0;
     QTest::newRow("component") << query("Nowhere", "Resource") << quint32(eFaultUnknownComponent) << 0;
@@ -161,6 +186,76 @@ void TestSimulatedServer::reportsFaults()
     }
     QCOMPARE(found, causes);
     QVERIFY(!m_client->fragment(0).hasDataTree());
+}
+
+void TestSimulatedServer::refusesTheOtherKind()
+{
+    m_client->swapped = true;
+    m_client->send(CEventFilterConverter::makeFragment(QStringLiteral("*")));
+    m_client->send(makeStatisticsQuery());
+    m_client->send(recording());
+    QTRY_COMPARE(m_client->messages.size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        quint32 id = 0;
+        QVERIFY(m_client->fragment(i).getFaultTree().getFaultID(id));
+        QCOMPARE(id, quint32(eFaultWrongKind));
+        QVERIFY(!m_client->fragment(i).hasDataTree());
+    }
+    QCOMPARE(m_server->broadcast(QStringLiteral("Clock"), XmlCommon::CDataTree(QLatin1String("Tick"))), 0);
+}
+
+void TestSimulatedServer::subscribesToSeveralComponents()
+{
+    XmlCommon::CDataTree tree(QLatin1String("Subscribe"));
+    for (const char* component : {"Clock", "Weather"})
+        tree.editRoot().append("Component", QLatin1String(component));
+    XmlCommon::CMsgFragment fragment(QStringLiteral("EventFilter"));
+    fragment.setRequestTree(XmlCommon::CRequestTree(tree));
+    m_client->send(fragment);
+    QTRY_COMPARE(m_client->messages.size(), 1);
+    QVERIFY(!m_client->fragment(0).hasFaultTree());
+    const XmlCommon::CDataTree event(QLatin1String("Event"));
+    QCOMPARE(m_server->broadcast(QStringLiteral("Clock"), event), 1);
+    QCOMPARE(m_server->broadcast(QStringLiteral("Weather"), event), 1);
+    QCOMPARE(m_server->broadcast(QStringLiteral("Tide"), event), 0);
+}
+
+void TestSimulatedServer::executesACommandOnce()
+{
+    MisbehaviourRule reset;
+    reset.kind = Misbehaviour::Reset;
+    reset.times = 1;
+    m_server->addMisbehaviour(reset);
+    m_client->send(recording(), 1, QStringLiteral("t-1"));
+    QTRY_VERIFY(m_client->isClosed()); // executed, and the reply is lost
+    RawClient again(m_server->address(), m_server->port());
+    again.send(recording(), 2, QStringLiteral("t-1"));
+    again.send(recording(), 3, QStringLiteral("t-2"));
+    again.send(recording(), 4);
+    QTRY_COMPARE(again.messages.size(), 3);
+    QCOMPARE(again.messages.first()->getMessageID(), 2u);
+    QVERIFY(!again.fragment(0).hasFaultTree());
+    QCOMPARE(m_server->statistics().commands, quint64(3));
+    QCOMPARE(m_server->statistics().repeats, quint64(1));
+}
+
+void TestSimulatedServer::asksForRights()
+{
+    QString error;
+    QVERIFY(m_server->setUsers(QStringLiteral(KOLTA_INSTALLATION_DIR "/users.xml"), error));
+    Startup::TraceRecorder traces;
+    Startup::ErrorHandler::Instance().setLoggingEnabled(false);
+    m_client->send(recording());
+    m_client->send(makeStatisticsQuery());
+    m_client->send(CEventFilterConverter::makeFragment(QStringLiteral("*")));
+    QTRY_COMPARE(m_client->messages.size(), 3);
+    Startup::ErrorHandler::Instance().setLoggingEnabled(true);
+    quint32 id = 0;
+    QVERIFY(m_client->fragment(0).getFaultTree().getFaultID(id));
+    QCOMPARE(id, quint32(eFaultNoRight));
+    QVERIFY(!m_client->fragment(1).hasFaultTree() && !m_client->fragment(2).hasFaultTree());
+    QCOMPARE(traces.count(QStringLiteral("Recording/StartRecording: fault 110")), 1);
+    QCOMPARE(traces.count(QStringLiteral("unknown user from 127.0.0.1:")), 1);
 }
 
 void TestSimulatedServer::leavesOutRequestTrees()

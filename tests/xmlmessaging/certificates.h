@@ -6,7 +6,8 @@
 #include <QTemporaryDir>
 
 /// Certificates for one test, made by openssl in a folder of their own: the authority "ca" with "server" (for
-/// 127.0.0.1), "expired" and the user "operator", and "stranger", which signs itself. Each file holds
+/// 127.0.0.1), "expired" and the users "operator" and
+/// "visitor", and "stranger", which signs itself. Each file holds
 /// certificate and key; "notes" holds neither.
 class Certificates
 {
@@ -20,6 +21,7 @@ public:
                certificate("stranger", "stranger", {QStringLiteral("-addext"), local}) &&
                certificate("server", "server", issuedFor(local)) &&
                certificate("operator", "operator", issuedFor(QStringLiteral("keyUsage=digitalSignature"))) &&
+               certificate("visitor", "visitor", issuedFor(QStringLiteral("keyUsage=digitalSignature"))) &&
                expired(local);
     }
     QString file(const char* name) const

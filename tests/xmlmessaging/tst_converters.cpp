@@ -232,7 +232,7 @@ void TestConverters::foreignFragmentsFit()
         QVERIFY(!SigVConverter::CQueryHopperProduction(other).isCompatible());
         QVERIFY(!SigVConverter::CSetHopperProduction(other).isCompatible());
     }
-    QVERIFY(CEventFilterConverter::getComponent(CAppDescription::makeFragment()).isEmpty());
+    QVERIFY(CEventFilterConverter::getComponents(CAppDescription::makeFragment()).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestConverters)

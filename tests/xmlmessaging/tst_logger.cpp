@@ -52,6 +52,13 @@ void TestLogger::trafficIsWritten()
             lines > 0);
         QCOMPARE(text.contains(QLatin1String("< QueryReply ")), lines > 0);
         QCOMPARE(text.contains(QLatin1String("<Get>question</Get>")), mode == logger::eLogFull);
+        f.link->abort();
+        QTRY_COMPARE(f.errors.size(), 1);
+        const QString life = contents(path);
+        QCOMPARE(life.count(QLatin1String(" = opened to 127.0.0.1:")), lines / 2);
+        QCOMPARE(life.count(QLatin1String(" = ended")), lines / 2);
+        const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+        QVERIFY(!(QFile::permissions(path) & others));
     }
 }
 

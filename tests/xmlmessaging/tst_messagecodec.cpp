@@ -283,6 +283,26 @@ void TestMessageCodec::replyFillsRequest()
     request.fillWithReply(reply);
     QCOMPARE(request.getNumberOfFragments(), 3);
     QVERIFY_EXCEPTION_THROWN(request.getFragment(3), std::out_of_range);
+
+    // By component, wherever it stands; what was not asked comes behind.
+    CXmlMessage mixed(CXmlMessage::eSERVICE_QUERY);
+    CXmlMessage answers(CXmlMessage::eSERVICE_QUERY_REPLY);
+    for (const char* name : {"a", "b", "c"})
+        mixed.addFragment(CMsgFragment(QLatin1String(name)));
+    for (const char* name : {"stray", "c", "a"}) {
+        CMsgFragment fragment{QString(QLatin1String(name))};
+        fragment.setDataTree(CDataTree(QLatin1String(name)));
+        answers.addFragment(fragment);
+    }
+    mixed.fillWithReply(answers);
+    QCOMPARE(mixed.getFragment(0).getDataTree().getRootTagname().toString(), QStringLiteral("a"));
+    QVERIFY(!mixed.getFragment(1).hasDataTree());
+    QCOMPARE(mixed.getFragment(2).getDataTree().getRootTagname().toString(), QStringLiteral("c"));
+    QCOMPARE(mixed.missingReply(), QStringLiteral("b"));
+    QCOMPARE(mixed.getFragment(3).getComponentName(), QStringLiteral("stray"));
+    mixed.removeReplyFragments();
+    QCOMPARE(mixed.getNumberOfFragments(), 3);
+    QVERIFY(mixed.missingReply().isEmpty());
 }
 
 void TestMessageCodec::generatorSkipsNothingAndNeverRepeats()

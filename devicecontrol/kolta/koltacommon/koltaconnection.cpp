@@ -408,10 +408,14 @@ void KoltaConnection::transmit(const ptrCXmlMessage& message)
     // A request that was answered before holds that reply; it goes out as the request that it was.
     if (isReply(message->getServiceType()))
         clearMessageReply(message);
+    // Until it is answered a command keeps its token, by which the server knows it when it comes again.
+    if (message->getServiceType() == CXmlMessage::eSERVICE_COMMAND && message->getToken().isEmpty())
+        message->setToken_byGenerator();
     message->setMessageID_byGenerator();
     if (message->getAvailableTime() == 0)
         message->setAvailableTime(kDefaultAvailableTime);
     thread->sendMessage(message, 0);
+    message->setSentAgain(true);
 }
 
 void KoltaConnection::sendNextRequest()
@@ -488,6 +492,8 @@ void KoltaConnection::processReply(const ptrCXmlMessage& reply)
     if (queue.isEmpty() || queue.first().request != head)
         return;
     queue.removeFirst();
+    message->setToken(QString());
+    message->setSentAgain(false);
     reconnectState = 1;
     busy = false;
 
