@@ -301,15 +301,13 @@ void CConnectionThread::Private::emitMessage(const ptrCXmlMessage& message)
     inFlight.erase(found);
     request->fillWithReply(*message);
     if (!request->missingReply().isEmpty())
-        Startup::ErrorHandler::Instance().trace(
-            Startup::eTraceWarning, QStringLiteral("platform/xmlmessaging/connectionthread"),
-            traceMissingReply,
-            QStringLiteral("%1:%2: the reply to request %3 has no fragment of component \"%4\"")
-                .arg(host)
-                .arg(port)
-                .arg(request->getMessageID())
-                .arg(request->missingReply()),
-            Startup::eTraceWarning);
+        kTrace(eMissingReply,
+               QStringLiteral("%1:%2: the reply to request %3 has no fragment of component \"%4\"")
+                   .arg(host)
+                   .arg(port)
+                   .arg(request->getMessageID())
+                   .arg(request->missingReply()),
+               Startup::eTraceWarning);
     Q_EMIT q->SignalNewJob(request, eMESSAGE_REPLY);
 }
 

@@ -191,7 +191,7 @@ void MessageCodec::Encoder::message(const CXmlMessage& message)
     }
     if (!message.getToken().isEmpty()) {
         m_out.literal("\" token=\"");
-        detail::appendEscaped(m_out, message.getToken());
+        m_out.escaped(XmlText::toUtf8(message.getToken()).constData(), detail::XmlAppender::eAttribute);
     }
     m_out.literal("\">");
     for (int i = 0; i < message.getNumberOfFragments(); ++i)
