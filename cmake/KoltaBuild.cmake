@@ -65,28 +65,59 @@ function(kolta_library name)
     install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1/${ARG_FOLDER})
 endfunction()
 
-# kolta_test(<name> SOURCES ... LIBS ... [LABELS ...])
-# One Qt Test executable, registered with CTest; it runs off-screen and away from the user's configuration.
-function(kolta_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} Qt5::Test kolta_options)
-    target_compile_definitions(${name} PRIVATE
-        KOLTA_INSTALLATION_DIR="${PROJECT_SOURCE_DIR}/share/installation")
-    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-    add_test(NAME ${name} COMMAND ${name})
+# Tests are compiled for the compiler's sake: with line numbers for traces, and about as fast as without optimisation.
+add_library(kolta_test_options INTERFACE)
+target_link_libraries(kolta_test_options INTERFACE kolta_options)
+target_compile_options(kolta_test_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-O1 -g1>)
+
+# kolta_register_test(<name> COMMAND ... [LABELS ...] [LOCALE <locale>])
+# A test for CTest, which runs off-screen, away from the user's configuration and in no language unless one is given.
+function(kolta_register_test name)
+    cmake_parse_arguments(ARG "" "LOCALE" "COMMAND;LABELS" ${ARGN})
+    if(NOT ARG_LOCALE)
+        set(ARG_LOCALE C.UTF-8)
+    endif()
+    add_test(NAME ${name} COMMAND ${ARG_COMMAND})
     set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT 240
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data")
-    if(ARG_LABELS)
-        set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
-    endif()
+        LABELS "${ARG_LABELS}"
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=${ARG_LOCALE};XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data")
+endfunction()
+
+# kolta_test(<name> SOURCES ... LIBS ... [LABELS ...])
+# One Qt Test executable with its own main().
+function(kolta_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support Qt5::Test kolta_test_options)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    kolta_register_test(${name} COMMAND ${name} LABELS "${ARG_LABELS}")
+endfunction()
+
+# kolta_tests(<name> LIBS ... TESTS ... [MESSAGING ...] [SOURCES ...])
+# One executable for the tests of a folder, which saves linking and meta-object units. Each test is a class in <test>.cpp
+# that ends with KOLTA_TEST(<class>); CTest runs it as a process of its own. Those listed under MESSAGING carry that label.
+function(kolta_tests name)
+    cmake_parse_arguments(ARG "" "" "LIBS;TESTS;MESSAGING;SOURCES" ${ARGN})
+    set(tests ${ARG_TESTS} ${ARG_MESSAGING})
+    list(TRANSFORM tests APPEND ".cpp" OUTPUT_VARIABLE sources)
+    add_executable(${name} ${sources} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support kolta_test_options)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    foreach(test IN LISTS tests)
+        set(labels)
+        if(test IN_LIST ARG_MESSAGING)
+            set(labels messaging)
+        endif()
+        kolta_register_test(${test} COMMAND ${name} ${test} LABELS "${labels}")
+    endforeach()
 endfunction()
 
 # kolta_fuzz_target(<name> LIBS ... [SOURCES ...])
 # The fuzz target in <name>.cpp, program fuzz_<name>, with seeds in corpus/<name>/ and, where it helps, words of the format
-# in <name>.dict. With KOLTA_BUILD_FUZZ it searches by itself; otherwise it is a test that reruns the corpus.
+# in <name>.dict. With KOLTA_BUILD_FUZZ it searches by itself; otherwise it is a test that reruns the corpus and compares
+# with outcomes/<name>, where there is one.
 function(kolta_fuzz_target name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     set(program fuzz_${name})
@@ -98,7 +129,11 @@ function(kolta_fuzz_target name)
         add_dependencies(fuzz_targets ${program})
     else()
         target_sources(${program} PRIVATE rerun.cpp)
-        add_test(NAME ${program} COMMAND ${program} "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}")
+        set(outcomes "${CMAKE_CURRENT_SOURCE_DIR}/outcomes/${name}")
+        if(EXISTS "${outcomes}")
+            set(expectation --outcomes "${outcomes}")
+        endif()
+        add_test(NAME ${program} COMMAND ${program} ${expectation} "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}")
         set_tests_properties(${program} PROPERTIES TIMEOUT 120 ENVIRONMENT LC_ALL=C.UTF-8)
     endif()
 endfunction()

@@ -1,6 +1,7 @@
 #include <distribution/brokeraddress.h>
 #include <distribution/localbroker.h>
 #include <distribution/mqttcarrier.h>
+#include <support/installation.h>
 
 #include <QtTest>
 
@@ -256,7 +257,7 @@ private Q_SLOTS:
     void rights()
     {
         QString error;
-        QFile shipped(QStringLiteral(KOLTA_INSTALLATION_DIR "/../mosquitto/kolta.acl"));
+        QFile shipped(installationFolder() + QStringLiteral("/../mosquitto/kolta.acl"));
         QVERIFY(shipped.open(QIODevice::ReadOnly));
         const QByteArray shippedLines = shipped.readAll();
         const QByteArray lines = LocalBroker::AccessList("kolta", {"S1"});

@@ -169,8 +169,10 @@ void runStream(Fuzz::Input& input)
         recorder.commands.clear();
         command->Execute();
         Fuzz::require(recorder.commands.size() <= 1, "one command is recorded as several");
-        for (const std::string& recorded : recorder.commands)
+        for (const std::string& recorded : recorder.commands) {
             commandOf(mirror, recorded)->Execute();
+            Fuzz::outcome() += Fuzz::hex(recorded) + ' ';
+        }
         commandOf(echo, bytes)->Execute();
     }
     Fuzz::require(contentOf(mirror) == contentOf(original), "recorded commands lead to another content");

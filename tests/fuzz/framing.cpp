@@ -87,6 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const Outcome outcome = readInPieces(input.rest(), input.restSize(), limit, pieces);
     Fuzz::require(outcome == readInPieces(input.rest(), input.restSize(), limit, atOnce),
                   "the pieces in which a stream comes change what is read");
+    Fuzz::outcome() = outcome.error.toStdString();
     QByteArray again;
     for (const QByteArray& message : outcome.messages) {
         Fuzz::require(!message.isEmpty() && message.size() <= limit, "a message is empty or over the limit");

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 /// What every fuzz target defines: decodes the bytes and requires what must hold of the result, whatever the
@@ -20,6 +21,25 @@ inline void require(bool condition, const char* what)
         return;
     std::fprintf(stderr, "fuzz: %s\n", what);
     std::abort();
+}
+
+/// What a target makes of its input, told in text: why it was refused, or what it says. The rerun holds it
+/// against what is expected of that seed.
+inline std::string& outcome()
+{
+    static std::string text;
+    return text;
+}
+
+/// Two characters for each byte.
+inline std::string hex(const std::string& bytes)
+{
+    std::string text;
+    for (const char byte : bytes) {
+        text += "0123456789abcdef"[byte >> 4 & 15];
+        text += "0123456789abcdef"[byte & 15];
+    }
+    return text;
 }
 
 /// The bytes of an input, of which the first may steer the target and the rest is what is decoded.

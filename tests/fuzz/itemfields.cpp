@@ -111,14 +111,16 @@ void run(const Fuzz::Input& input)
     decode<Format>(field.data(), field.size(), again);
     Fuzz::require(Format::toStandardString(again) == once, "an item depends on what it was before");
 
-    Format::GetString(item);
+    Fuzz::outcome() = Fuzz::hex(once) + ' ' + Format::GetString(item).toStdString();
     for (int column = -1; column <= Adapter::ColumnCount(); ++column) {
         const bool isColumn = column >= 0 && column < Adapter::ColumnCount();
         Fuzz::require(isColumn || Adapter::GetText4Column(column, item).isEmpty(), "a column has no place");
-        Adapter::GetText4Column(column, item);
+        if (isColumn)
+            Fuzz::outcome() += '|' + Adapter::GetText4Column(column, item).toStdString();
         Adapter::GetIcon4Column(column, item, 16, 16);
     }
-    Adapter::GetText4Tooltip(item);
+    Fuzz::outcome() +=
+        '|' + Adapter::GetText4Tooltip(item).replace(QLatin1Char('\n'), QLatin1Char(',')).toStdString();
     requireMore(item);
 }
 

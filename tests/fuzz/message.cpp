@@ -85,6 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         MessageCodec::decode(QByteArray::fromRawData(input.rest(), input.restSize()), error);
     Fuzz::require(message ? error.isEmpty() : error.startsWith(QLatin1String("line ")),
                   "a refused text has no reason, or an accepted one has");
+    Fuzz::outcome() = error.toStdString();
     if (!message)
         return 0;
     const QByteArray text = encoded(*message);
@@ -93,6 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Fuzz::require(again, "what was written is refused");
     requireEqual(*message, *again);
     Fuzz::require(encoded(*again) == text, "a message is written differently the second time");
+    Fuzz::outcome() = text.toStdString();
     Fuzz::require(MessageCodec::decode(MessageCodec::toReadable(*message).toUtf8(), error),
                   "the readable form is refused");
     for (int i = 0; i < message->getNumberOfFragments(); ++i) {

@@ -84,6 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     readBehindAnother(xml, *object, error);
     // What was read before a fault stays, so it must be sound too.
     const QString text = written(*object);
+    Fuzz::outcome() = (error.isEmpty() ? text : error).toStdString();
     if (!text.isNull()) {
         const ObjectPointer again = newObject(object->GetObjectName());
         try {

@@ -94,6 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const auto xml = QByteArray::fromRawData(input.rest(), input.restSize());
     ShortTimeProfiles file = formerContent();
     const ReadReport report = readProfiles(xml, QStringLiteral("f"), file);
+    Fuzz::outcome() = QString(report.error + report.notes.join(QLatin1Char('|'))).toStdString();
     Fuzz::require(report.notes.size() <= 21, "there are too many notes");
     for (const QString& note : report.notes)
         Fuzz::require(!note.isEmpty() && !note.contains(QLatin1Char('\n')), "a note is not one line");
@@ -102,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         Fuzz::require(!report.error.contains(QLatin1Char('\n')), "an error is not one line");
         return 0;
     }
-    requireComesBack(file);
+    Fuzz::outcome() += requireComesBack(file).toStdString();
     requireConverts(file, static_cast<eShortTimeProfileType>(size % 5));
     return 0;
 }

@@ -1,5 +1,6 @@
 # Installs the build tree into a fresh prefix, moves that prefix, and builds and runs the examples, which know nothing
-# but the prefix: once through find_package(), once through pkg-config.
+# but the prefix: once through find_package(), once through pkg-config. With STATIC_SOURCE the build tree is made first, of
+# static libraries, from that folder.
 function(run what)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
     if(NOT result EQUAL 0)
@@ -26,6 +27,13 @@ endfunction()
 
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(MAKE_DIRECTORY "${WORK_DIR}/pkg-config")
+if(STATIC_SOURCE)
+    set(BUILD_DIR "${WORK_DIR}/static")
+    set(static --static)
+    run("Configuring static libraries" ${CMAKE_COMMAND} -S "${STATIC_SOURCE}" -B "${BUILD_DIR}" -G "${GENERATOR}"
+        "-DCMAKE_CXX_COMPILER=${CXX}" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DKOLTA_BUILD_TESTS=OFF)
+    run("Building static libraries" ${CMAKE_COMMAND} --build "${BUILD_DIR}" --parallel 2)
+endif()
 run("Installing" ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first")
 file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/prefix")
 set(prefix "${WORK_DIR}/prefix")
@@ -45,7 +53,7 @@ if(NOT PKG_CONFIG)
     return()
 endif()
 set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBDIR}/pkgconfig")
-run("pkg-config" "${PKG_CONFIG}" --cflags --libs koltacommon)
+run("pkg-config" "${PKG_CONFIG}" ${static} --cflags --libs koltacommon)
 separate_arguments(flags UNIX_COMMAND "${output}")
 foreach(example IN ITEMS whoareyou watchservers produce)
     run("Building with pkg-config" "${CXX}" "${EXAMPLES}/${example}.cpp" -o "${WORK_DIR}/pkg-config/${example}"

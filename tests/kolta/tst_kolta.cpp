@@ -1,5 +1,5 @@
-#include "../rows.h"
 #include "program.h"
+#include <support/rows.h>
 
 #include <xmlmessaging/server.h>
 

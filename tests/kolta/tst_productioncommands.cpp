@@ -1,5 +1,5 @@
-#include "../installationcopy.h"
 #include "program.h"
+#include <support/installation.h>
 
 namespace {
 

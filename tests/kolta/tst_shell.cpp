@@ -1,6 +1,6 @@
-#include "../installationcopy.h"
 #include "program.h"
 #include "terminal.h"
+#include <support/installation.h>
 
 #include <xmlmessaging/server.h>
 

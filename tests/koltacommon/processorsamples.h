@@ -1,6 +1,7 @@
 #pragma once
 
 #include <resourcemodel/processors.h>
+#include <support/text.h>
 
 #include <QMap>
 #include <QRegularExpression>
@@ -13,7 +14,7 @@ namespace ProcessorSamples {
 
 inline QString guid(int number)
 {
-    return QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-%1}").arg(number, 12, 10, QLatin1Char('0'));
+    return "{0f2d5c1e-6d0a-4a53-9c1b-%1}"_s.arg(number, 12, 10, QLatin1Char('0'));
 }
 
 inline int numberOf(const QString& guid)
@@ -23,10 +24,9 @@ inline int numberOf(const QString& guid)
 
 inline QString xmlOf(const QString& text)
 {
-    static const QMap<QString, const char*> classes{
-        {QStringLiteral("S"), "SCP"}, {QStringLiteral("M"), "MCP"}, {QStringLiteral("f"), "FFP"},
-        {QStringLiteral("d"), "DSC"}, {QStringLiteral("h"), "FHP"}, {QStringLiteral("a"), "FHA"}};
-    static const QRegularExpression token(QStringLiteral("([SMfdha])(\\d+)(?:=(\\w))?(\\()?|(\\))"));
+    static const QMap<QString, const char*> classes{{"S"_s, "SCP"}, {"M"_s, "MCP"}, {"f"_s, "FFP"},
+                                                    {"d"_s, "DSC"}, {"h"_s, "FHP"}, {"a"_s, "FHA"}};
+    static const QRegularExpression token("([SMfdha])(\\d+)(?:=(\\w+))?(\\()?|(\\))"_s);
     QString xml;
     QStringList open;
     for (auto match = token.globalMatch(text); match.hasNext();) {
@@ -37,16 +37,15 @@ inline QString xmlOf(const QString& text)
         }
         const QLatin1String name(classes.value(part.captured(1)));
         const int number = part.captured(2).toInt();
-        xml += QStringLiteral("<%1><KoltaProcessor><TavikResource>").arg(name);
+        xml += "<%1><KoltaProcessor><TavikResource>"_s.arg(name);
         if (number > 0)
-            xml += QStringLiteral("<GUID>%1</GUID>").arg(guid(number));
-        xml += QStringLiteral("<DisplayName>%1</DisplayName></TavikResource></KoltaProcessor>")
-                   .arg(part.captured(3));
-        open += QStringLiteral("</%1>").arg(name);
+            xml += "<GUID>%1</GUID>"_s.arg(guid(number));
+        xml += "<DisplayName>%1</DisplayName></TavikResource></KoltaProcessor>"_s.arg(part.captured(3));
+        open += "</%1>"_s.arg(name);
         if (part.captured(4).isEmpty())
             xml += open.takeLast();
     }
-    return QStringLiteral("<ProcessorOverview>%1</ProcessorOverview>").arg(xml);
+    return "<ProcessorOverview>%1</ProcessorOverview>"_s.arg(xml);
 }
 
 inline RESOURCEMANAGEMENT::ProcessorOverview overviewOf(const QString& text)

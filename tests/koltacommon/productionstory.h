@@ -10,6 +10,8 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <resourcemodel/requests.h>
+#include <support/signalrecorder.h>
+#include <support/text.h>
 
 #include <QRegularExpression>
 
@@ -32,28 +34,27 @@ Overview parsed(const QString& text)
 inline QString gist(const QString& node, const QString& text)
 {
     QStringList words;
-    if (node == QLatin1String("ActualConfiguration")) {
+    if (node == "ActualConfiguration"_s) {
         const auto overview = parsed<ProcessorOverview>(text);
         for (const MCP& mcp : overview.GetMCP()) {
             words.append(guidOf(mcp).toString());
             for (const FFP& ffp : mcp.GetFFP())
                 words.append(QLatin1Char('>') + guidOf(ffp).toString());
         }
-    } else if (node == QLatin1String("Resources")) {
+    } else if (node == "Resources"_s) {
         const auto overview = parsed<ResourceOverview>(text);
         for (const Tuner& tuner : overview.GetTuner()) {
             if (!tuner.GetIdle())
                 words.append(tuner.GetTavikResource().GetGUID());
         }
-    } else if (node == QLatin1String("HardwareProcessing")) {
+    } else if (node == "HardwareProcessing"_s) {
         const auto overview = parsed<HWProcessingOverview>(text);
         for (const HWProcessing& entry : overview.GetHWProcessing())
             words.append(entry.GetGUID());
-    } else if (node.startsWith(QLatin1String("Owner"))) {
-        words.append(node == QLatin1String("Owners")
-                         ? parsed<OwnerOverview>(text).GetOwner().value(0).GetName()
-                         : parsed<OwnerRequest>(text).GetOwner().GetName());
-    } else if (node.startsWith(QLatin1String("RequestsNode/"))) {
+    } else if (node.startsWith("Owner"_s)) {
+        words.append(node == "Owners"_s ? parsed<OwnerOverview>(text).GetOwner().value(0).GetName()
+                                        : parsed<OwnerRequest>(text).GetOwner().GetName());
+    } else if (node.startsWith("RequestsNode/"_s)) {
         words.append(QString::number(parsed<RequestResource>(text).GetRequestType()));
     } else {
         words.append(text);
@@ -62,14 +63,13 @@ inline QString gist(const QString& node, const QString& text)
 }
 
 /// Writes down every signal, and every text that a server or a client writes, in one order.
-class Story : public QObject, private values::ITreeListener
+class Story : public SignalRecorder, private values::ITreeListener
 {
 public:
     explicit Story(const QString& base) : m_base(base) { Tree::Instance().AddListener(this); }
     ~Story() override { Tree::Instance().RemoveListener(this); }
 
-    void say(const QString& line) { m_lines.append(line); }
-    void hear(KoltaServerInterface& server);
+    void follow(KoltaServerInterface& server);
     /// The story so far; tuners are a and b, all other GUIDs are numbered as they first appear.
     QString told(const QStringList& tuners) const;
 
@@ -80,14 +80,13 @@ private:
     void note(char sign, values::TreeItem& item);
 
     QString m_base;
-    QStringList m_lines;
 };
 
 inline void Story::note(char sign, values::TreeItem& item)
 {
-    static const QRegularExpression told(QStringLiteral(
+    static const QRegularExpression told(
         "^(RequestsNode|(ConnectionInfo)/.*/Kolta_GUID|(Reply|Stopped|Stop)?Resources?|Actual.*|"
-        "HardwareP.*|Owner.*|Status|WorkingState)(/id.*)?$"));
+        "HardwareP.*|Owner.*|Status|WorkingState)(/id.*)?$"_s);
     const QString name = item.GetPath().mid(m_base.size());
     const auto* const value = dynamic_cast<values::ValueBase*>(&item);
     const auto match = told.match(name);
@@ -95,56 +94,44 @@ inline void Story::note(char sign, values::TreeItem& item)
         return;
     const bool driver = !match.captured(2).isEmpty();
     const QString text = sign == '-' && !driver ? QString() : gist(name, value->GetStringValue());
-    say(QStringLiteral("%1%2 %3")
-            .arg(QLatin1Char(sign))
-            .arg(driver ? match.captured(2) : match.captured(1), text));
+    add("%1%2 %3"_s.arg(QLatin1Char(sign)).arg(driver ? match.captured(2) : match.captured(1), text));
 }
 
-inline void Story::hear(KoltaServerInterface& server)
+inline void Story::follow(KoltaServerInterface& server)
 {
-    const auto on = [this](auto& sender, auto signal, const char* word) {
-        connect(&sender, signal, this, [this, word](const auto&... arguments) {
-            QStringList words{QLatin1String(word)};
-            (words.append(QVariant::fromValue(arguments).toString()), ...);
-            say(words.join(QLatin1Char(' ')));
-        });
-    };
-    using Control = KoltaProductionControl;
-    using Processors = KoltaProcessorObserver;
-    on(server, &KoltaServerInterface::si_ConnectionChanged, "connected");
-    connect(&server, &KoltaServerInterface::si_StateChanged, this,
-            [this](int state) { say(QStringLiteral("state %1").arg(state)); });
-    on(server, &KoltaServerInterface::si_StatusMessageChanged, "status");
-    on(server.getProductionControl(), &Control::si_ProductionRequestReplied, "replied");
-    on(server.getProductionControl(), &Control::si_ProductionStopped, "stopped");
-    on(server.getProcessorObserver(), &Processors::si_ProcessorStarted, "runs");
-    on(server.getProcessorObserver(), &Processors::si_ProcessorChanged, "changed");
-    on(server.getProcessorObserver(), &Processors::si_ProcessorStopped, "ended");
-    on(server.getProcessorObserver(), &Processors::si_AllProcessorsStopped, "all ended");
-    connect(
-        &server.getProcessorObserver(), &Processors::si_RunningProcessorsChanged, this,
-        [this](const ProcessorOverview& now) { say(QStringLiteral("%1 MCPs").arg(now.GetMCP().size())); });
-    on(server.getResourceObserver(), &KoltaResourceObserver::si_TunerIdleStateChanged, "idle");
+    write<ProcessorOverview>(
+        [](const ProcessorOverview& now) { return QString::number(now.GetMCP().size()); });
+    hear(server, {{"si_ConnectionChanged", "connected %1 %2"_s},
+                  {"si_StateChanged", "state %1"_s},
+                  {"si_StatusMessageChanged", "status %1"_s}});
+    hear(server.getProductionControl(),
+         {{"si_ProductionRequestReplied", "replied %1 %2 %3"_s}, {"si_ProductionStopped", "stopped %1"_s}});
+    hear(server.getProcessorObserver(), {{"si_ProcessorStarted", "runs %1"_s},
+                                         {"si_ProcessorChanged", "changed %1"_s},
+                                         {"si_ProcessorStopped", "ended %1"_s},
+                                         {"si_AllProcessorsStopped", "all ended"_s},
+                                         {"si_RunningProcessorsChanged", "%1 MCPs"_s}});
+    hear(server.getResourceObserver(), {{"si_TunerIdleStateChanged", "idle %1 %2"_s}});
     connect(&server.getBookingManager(), &TunerBookingManager::si_TunerStateChanged, this,
             [this](const QString& guid, int from, int to) {
-                say(QStringLiteral("booking %1 %2 %3").arg(guid).arg(from).arg(to));
+                add("booking %1 %2 %3"_s.arg(guid).arg(from).arg(to));
             });
     connect(&server.getHWProcessingObserver(), &IValueChangeNotifier::si_ValueChanged, this, [this, &server] {
         const int entries = server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size();
-        say(QStringLiteral("%1 hardware").arg(entries));
+        add("%1 hardware"_s.arg(entries));
     });
-    on(server.getGuiOwnerObserver(), &KoltaOwnerObserver::si_OwnerChanged, "owner");
+    hear(server.getGuiOwnerObserver(), {{"si_OwnerChanged", "owner %1 %2"_s}});
 }
 
 inline QString Story::told(const QStringList& tuners) const
 {
-    static const QRegularExpression guid(QStringLiteral("\\{[-0-9a-f]{36}\\}"));
-    QString text = m_lines.join(QLatin1Char(' '));
+    static const QRegularExpression guid("\\{[-0-9a-f]{36}\\}"_s);
+    QString text = lines().join(QLatin1Char(' '));
     for (int i = 0; i < tuners.size(); ++i)
         text.replace(tuners.at(i), QString(QLatin1Char(char('a' + i))));
     int number = 0;
     for (auto match = guid.match(text); match.hasMatch(); match = guid.match(text))
-        text.replace(match.captured(), QStringLiteral("#%1").arg(++number));
+        text.replace(match.captured(), "#%1"_s.arg(++number));
     return text.simplified();
 }
 

@@ -1,4 +1,6 @@
 #include <koltacommon/abstractrgvalueobserver.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <resourcemodel/resources.h>
 #include <startup/errorhandler.h>
@@ -15,8 +17,8 @@ using values::StringValue;
 
 namespace {
 
-const QString path = QStringLiteral("/S1/ADMINISTRATION/Resources");
-const QString bad = QStringLiteral("<ResourceOverview>");
+const QString path = "/S1/ADMINISTRATION/Resources"_s;
+const QString bad = "<ResourceOverview>"_s;
 
 /// An overview with that many tuners.
 ResourceOverview overviewOf(int tuners)
@@ -39,7 +41,9 @@ class Probe : public AbstractRGValueObserver<ResourceOverview>
 public:
     Probe(const QString& at, QStringList& log) : AbstractRGValueObserver(at, nullptr), m_log(log)
     {
-        const auto logs = [&log](const char* what) { return [&log, what] { log << QLatin1String(what); }; };
+        const auto logs = [&log](const char* what) {
+            return [&log, what] { log << QString::fromLatin1(what); };
+        };
         connect(this, &IValueChangeNotifier::si_ValueChanged, logs("changed"));
         connect(this, &IValueChangeNotifier::si_ValueDeleted, logs("deleted"));
         connect(this, &IValueChangeNotifier::si_VC_USER_Received, logs("user"));
@@ -50,11 +54,11 @@ public:
     void onValueChange(const ResourceOverview& before, const ResourceOverview& after) override
     {
         QStringList& log = m_log; // the hook may delete this
-        log << QStringLiteral("%1>%2").arg(before.GetTuner().size()).arg(after.GetTuner().size());
+        log << "%1>%2"_s.arg(before.GetTuner().size()).arg(after.GetTuner().size());
         const Tuner* const data = before.GetTuner().constData();
         call();
         const bool kept = data == before.GetTuner().constData();
-        log << (kept ? QStringLiteral("kept %1").arg(after.GetTuner().size()) : QStringLiteral("lost"));
+        log << (kept ? "kept %1"_s.arg(after.GetTuner().size()) : "lost"_s);
     }
     void onValueChangeError(const QString&) override { call("hook error"); }
     void onVtDelete() override { call("hook delete"); }
@@ -68,7 +72,7 @@ private:
     void call(const char* what = nullptr)
     {
         if (what)
-            m_log << QLatin1String(what);
+            m_log << QString::fromLatin1(what);
         if (const auto function = std::exchange(hook, nullptr))
             function();
     }
@@ -79,10 +83,10 @@ private:
 /// What a change of the mirror logs.
 QString change(int from, int to)
 {
-    return QStringLiteral("%1>%2|kept %2|changed").arg(from).arg(to);
+    return "%1>%2|kept %2|changed"_s.arg(from).arg(to);
 }
 
-const QString parseError = QStringLiteral("hook error|Error in parsing ");
+const QString parseError = "hook error|Error in parsing "_s;
 
 } // namespace
 
@@ -128,20 +132,20 @@ private Q_SLOTS:
         m_value->Announce(eChangeContent);
         m_probe->Update(nullptr, eChangeValue);
         m_value->Announce(eChangeUser);
-        QCOMPARE(takeLog(), QStringLiteral("hook user|user"));
+        QCOMPARE(takeLog(), "hook user|user"_s);
     }
 
     void bindingFollowsThePath()
     {
         auto& tree = values::Tree::Instance();
-        tree.Emplace<values::SelectionValue>(QStringLiteral("/S1/selection"));
-        auto* const second = tree.Emplace<StringValue>(QStringLiteral("/S2/x"), text(2));
-        QCOMPARE(m_probe->getParentNodePath(), QStringLiteral("/S1/ADMINISTRATION"));
+        tree.Emplace<values::SelectionValue>("/S1/selection"_s);
+        auto* const second = tree.Emplace<StringValue>("/S2/x"_s, text(2));
+        QCOMPARE(m_probe->getParentNodePath(), "/S1/ADMINISTRATION"_s);
         for (const char* const nothing : {"/nowhere", "/S1/selection", "/S1", "name"}) {
             QVERIFY(!m_probe->init(QLatin1String(nothing)));
             m_probe->UpdateAll();
         }
-        QCOMPARE(m_probe->getParentNodePath(), QStringLiteral("name"));
+        QCOMPARE(m_probe->getParentNodePath(), "name"_s);
         m_value->SetValue(text(5));
         m_probe->Update(m_value, eChangeValue);
         QCOMPARE(takeLog(), QString());
@@ -155,7 +159,7 @@ private Q_SLOTS:
         m_value->Detach(m_probe.get());
         tree.Remove(path);
         m_probe->UpdateAll();
-        QCOMPARE(takeLog(), QStringLiteral("hook delete|deleted|") + change(2, 5));
+        QCOMPARE(takeLog(), "hook delete|deleted|"_s + change(2, 5));
     }
 
     void hooksMayDeleteTheObserver()
@@ -177,7 +181,7 @@ private Q_SLOTS:
     {
         m_probe->hook = [this] { m_value->SetValue(text(7)); };
         m_value->SetValue(text(4));
-        QCOMPARE(takeLog(), QStringLiteral("1>4|") + change(4, 7) + QStringLiteral("|kept 4|changed"));
+        QCOMPARE(takeLog(), "1>4|"_s + change(4, 7) + "|kept 4|changed"_s);
         QCOMPARE(m_probe->getCurrentValue().GetTuner().size(), 7);
     }
 
@@ -196,7 +200,7 @@ private Q_SLOTS:
             QVERIFY(m_probe->getCurrentValue() == ResourceOverview());
             QVERIFY(m_probe->getCurrentValueAsString().isEmpty());
         }
-        QCOMPARE(traces.count(QStringLiteral("ReportException ")), 2);
+        QCOMPARE(traces.count("ReportException "_s), 2);
         QVERIFY(m_probe->initForOffline(overviewOf(2)));
         QCOMPARE(takeLog(), QString());
     }
@@ -209,5 +213,5 @@ private:
     std::unique_ptr<Probe> m_probe;
 };
 
-QTEST_GUILESS_MAIN(TestAbstractRGValueObserver)
+KOLTA_TEST(TestAbstractRGValueObserver);
 #include "tst_abstractrgvalueobserver.moc"

@@ -1,4 +1,6 @@
 #include <koltacommon/additionalconverters.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 
@@ -30,7 +32,7 @@ void answer(AdditionalConverters& converters,
     converters.sl_SetQueryResourceDemandClasses(&reply);
 }
 
-const QString dcp = QStringLiteral("DCP");
+const QString dcp = "DCP"_s;
 
 } // namespace
 
@@ -45,9 +47,9 @@ QString textsOf(bool (*convert)(Value&, QString&))
         if (!convert(value, text))
             break;
         value = static_cast<Value>(99);
-        texts.append(convert(value, text) && value == number ? text : QStringLiteral("?"));
+        texts.append(convert(value, text) && value == number ? text : "?"_s);
     }
-    QString wrong = QStringLiteral("dcp");
+    QString wrong = "dcp"_s;
     auto value = static_cast<Value>(99);
     return convert(value, wrong) || value != 99 ? QString() : texts.join(QLatin1Char(' '));
 }
@@ -60,8 +62,8 @@ private Q_SLOTS:
     void convertsBothWays()
     {
         Startup::TraceRecorder traces;
-        QCOMPARE(textsOf(AdditionalConverters::ConvertComponent), QStringLiteral("DCP FFP DSC FHA FHP"));
-        QCOMPARE(textsOf(AdditionalConverters::ConvertClassTraits), QStringLiteral("predefined custom"));
+        QCOMPARE(textsOf(AdditionalConverters::ConvertComponent), "DCP FFP DSC FHA FHP"_s);
+        QCOMPARE(textsOf(AdditionalConverters::ConvertClassTraits), "predefined custom"_s);
         for (const char* line : {"unknown Demandclass component", "unknown Tavik Demandclass component",
                                  "Unknown eRESOURCE_DEMAND_CLASSES_TRAITS in ConvertClassTraits",
                                  "Unknown Type in ConvertClassTraits"})
@@ -72,7 +74,7 @@ private Q_SLOTS:
     {
         Entry full = named("full");
         full.info = QString();
-        full.displayInfo = QStringLiteral("shown");
+        full.displayInfo = "shown"_s;
         full.traits = GLOBAL_TYPES::eRESOURCE_DEMAND_CLASS_CUSTOM;
         full.hardwareProcessing = true;
         full.cpu = {-3, 4};
@@ -81,28 +83,25 @@ private Q_SLOTS:
         AdditionalConverters converters;
         answer(converters, {{CResourceDemandClasses::eFHA, {named("bare")}},
                             {CResourceDemandClasses::eDCP, {full, named("bare")}}});
-        QCOMPARE(
-            converters.GetDemandClassString(),
-            QStringLiteral(
-                "<ResourceDemandClassOverview>"
-                "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>FHA</AppType>%1"
-                "<ResourceDemandClass><DemandClassName>full</DemandClassName><AppType>DCP</AppType><Info></"
-                "Info>"
-                "<DisplayInfo>shown</DisplayInfo><IsCustom>true</IsCustom>"
-                "<HardwareProcessing>true</HardwareProcessing><CPUCredits>-3</CPUCredits>"
-                "<CPUAllocationMode>4</CPUAllocationMode><RAM>10000000000</RAM><MaxBandwidth>0.5</"
-                "MaxBandwidth>"
-                "</ResourceDemandClass>"
-                "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>DCP</AppType>%1"
-                "</ResourceDemandClassOverview>")
-                .arg(QStringLiteral("<IsCustom>false</IsCustom><HardwareProcessing>false</HardwareProcessing>"
-                                    "<CPUCredits>0</CPUCredits><CPUAllocationMode>0</CPUAllocationMode>"
-                                    "<RAM>0</RAM></ResourceDemandClass>")));
+        QCOMPARE(converters.GetDemandClassString(),
+                 "<ResourceDemandClassOverview>"
+                 "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>FHA</AppType>%1"
+                 "<ResourceDemandClass><DemandClassName>full</DemandClassName><AppType>DCP</AppType><Info></"
+                 "Info>"
+                 "<DisplayInfo>shown</DisplayInfo><IsCustom>true</IsCustom>"
+                 "<HardwareProcessing>true</HardwareProcessing><CPUCredits>-3</CPUCredits>"
+                 "<CPUAllocationMode>4</CPUAllocationMode><RAM>10000000000</RAM><MaxBandwidth>0.5</"
+                 "MaxBandwidth>"
+                 "</ResourceDemandClass>"
+                 "<ResourceDemandClass><DemandClassName>bare</DemandClassName><AppType>DCP</AppType>%1"
+                 "</ResourceDemandClassOverview>"_s.arg(
+                     "<IsCustom>false</IsCustom><HardwareProcessing>false</HardwareProcessing>"
+                     "<CPUCredits>0</CPUCredits><CPUAllocationMode>0</CPUAllocationMode>"
+                     "<RAM>0</RAM></ResourceDemandClass>"_s));
         QCOMPARE(converters.GetDemandClassCount(dcp), 2);
-        QCOMPARE(converters.GetDemandClassesForAppType(dcp).at(1).GetDemandClassName(),
-                 QStringLiteral("bare"));
-        QVERIFY(converters.GetDemandClassesForAppType(QStringLiteral("dcp")).isEmpty());
-        QVERIFY(!converters.GetDemandClassByName(QStringLiteral("FHA"), QStringLiteral("full")));
+        QCOMPARE(converters.GetDemandClassesForAppType(dcp).at(1).GetDemandClassName(), "bare"_s);
+        QVERIFY(converters.GetDemandClassesForAppType("dcp"_s).isEmpty());
+        QVERIFY(!converters.GetDemandClassByName("FHA"_s, "full"_s));
     }
 
     void defaultBandwidths()
@@ -149,18 +148,17 @@ private Q_SLOTS:
                                 {static_cast<CResourceDemandClasses::eCOMPONENTS>(5), {named("d")}},
                                 {CResourceDemandClasses::eFFP, {named("")}}});
             QCOMPARE(converters.GetDemandClasses().GetResourceDemandClass().size(), 3);
-            QVERIFY(converters.GetDemandClassByName(dcp, QStringLiteral("Unnamed_class_1")));
-            QVERIFY(
-                converters.GetDemandClassByName(QStringLiteral("FFP"), QStringLiteral("Unnamed_class_2")));
+            QVERIFY(converters.GetDemandClassByName(dcp, "Unnamed_class_1"_s));
+            QVERIFY(converters.GetDemandClassByName("FFP"_s, "Unnamed_class_2"_s));
         }
-        QCOMPARE(traces.count(QStringLiteral("Error: ResourceDemandClass without name.")), 4);
-        QCOMPARE(traces.count(QStringLiteral("unknown Demandclass component")), 2);
-        QCOMPARE(traces.count(QStringLiteral("Error: Invalid resource demand class. Invalid object: ")), 2);
+        QCOMPARE(traces.count("Error: ResourceDemandClass without name."_s), 4);
+        QCOMPARE(traces.count("unknown Demandclass component"_s), 2);
+        QCOMPARE(traces.count("Error: Invalid resource demand class. Invalid object: "_s), 2);
         answer(converters, {});
         QVERIFY(converters.GetDemandClasses().GetResourceDemandClass().isEmpty());
         QCOMPARE(changed.size(), 4);
     }
 };
 
-QTEST_GUILESS_MAIN(TestAdditionalConverters)
+KOLTA_TEST(TestAdditionalConverters);
 #include "tst_additionalconverters.moc"

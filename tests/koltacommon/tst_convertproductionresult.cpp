@@ -1,8 +1,8 @@
-#include "../values/probe.h"
+#include <support/commandrecorder.h>
+#include <support/probe.h>
+#include <support/testprogram.h>
 
 #include <koltacommon/convertproductionresultmap.h>
-
-#include <values/command.h>
 
 #include <QtTest>
 
@@ -13,7 +13,7 @@ namespace {
 
 RecordIdentifier recordNamed(const QString& id)
 {
-    return RecordIdentifier(QStringLiteral("S"), QStringLiteral("D"), id);
+    return RecordIdentifier("S"_s, "D"_s, id);
 }
 
 QByteArray bytesOf(const ConvertProductionResult& result)
@@ -42,18 +42,6 @@ ConvertProductionResult resultMade(const QString& id, int day, ConvertProduction
     return resultOf(field);
 }
 
-class Recorder : public values::ICommandRecorder
-{
-public:
-    void OnCommand(values::ValueBase&, std::unique_ptr<values::Command> command) override
-    {
-        std::string bytes;
-        command->AddCommandString(bytes, values::eTransmitPlain);
-        commands.append(QByteArray::fromStdString(bytes));
-    }
-    QList<QByteArray> commands;
-};
-
 } // namespace
 
 class TestConvertProductionResult : public QObject
@@ -61,80 +49,51 @@ class TestConvertProductionResult : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    /// The item field without a version byte, and the commands whose key field is three texts.
-    void bytes()
-    {
-        const QByteArray field = QByteArray::fromHex("42000000 00000000002584e3 00a88b2e 01"
-                                                     "00000002 0053 00000002 0044 00000002 0037 00000002"
-                                                     "00000002 0070 00000002 d800 ffffffff 00000000 01"
-                                                     "00000006 0072002e0078");
-        const ConvertProductionResult result = resultOf(field);
-        QCOMPARE(result.creationTime(), QDateTime(QDate(2020, 1, 2), QTime(3, 4, 5, 678), Qt::UTC));
-        QVERIFY(result.GetKey() == recordNamed(QStringLiteral("7")) && result.valid());
-        QVERIFY(result.sucessfullyFinished());
-        QCOMPARE(QStringList({result.productionID(), result.productionName(), result.pirmID(),
-                              result.resultType(), result.result()}),
-                 QStringList({QStringLiteral("p"), QStringLiteral("\xD800"), QString(), QStringLiteral(""),
-                              QStringLiteral("r.x")}));
-        QCOMPARE(bytesOf(result).toHex(), field.toHex());
-
-        const QByteArray key = QByteArray::fromHex("01000000 5300 01000000 4400 01000000 3700") + ';';
-        ConvertProductionResultMap map;
-        Recorder recorder;
-        map.InstallRecorder(&recorder);
-        map.Add(result);
-        map.EraseAt(recordNamed(QStringLiteral("7")));
-        const QByteArray set = QByteArray::fromHex("5a000000 1400 00000000") + key + field + ';';
-        const QByteArray erase = QByteArray::fromHex("13000000 1500 00000000") + key;
-        QCOMPARE(recorder.commands, (QList<QByteArray>{set, erase}));
-        QVERIFY_EXCEPTION_THROWN(map.Add(ConvertProductionResult()), std::logic_error);
-    }
-
     void states()
     {
         ConvertProductionResultRequest request;
-        request.record = recordNamed(QStringLiteral("7"));
+        request.record = recordNamed("7"_s);
         ConvertProductionResult result(request);
         QVERIFY(qAbs(result.creationTime().msecsTo(QDateTime::currentDateTime())) < 60000);
-        QCOMPARE(ConvertProductionResult_ItemFormat::GetString(result), QStringLiteral("Record_S/D/7"));
+        QCOMPARE(ConvertProductionResult_ItemFormat::GetString(result), "Record_S/D/7"_s);
         const auto state = [&result] {
             return ConvertProductionResult_TextAdapter::GetText4Column(1, result);
         };
-        QCOMPARE(state(), QStringLiteral("not started"));
-        result.setFinished(true, QStringLiteral("r"));
-        QVERIFY(result.sucessfullyFinished() && state() == QLatin1String("finished"));
+        QCOMPARE(state(), "not started"_s);
+        result.setFinished(true, "r"_s);
+        QVERIFY(result.sucessfullyFinished() && state() == "finished"_s);
         result.setConverting(); // success is still set
-        QVERIFY(!result.finished() && !result.sucessfullyFinished() &&
-                state() == QLatin1String("converting"));
-        result.setFinished(false, QStringLiteral("r"));
-        QVERIFY(result.finished() && !result.sucessfullyFinished() && state() == QLatin1String("failed"));
+        QVERIFY(!result.finished() && !result.sucessfullyFinished() && state() == "converting"_s);
+        result.setFinished(false, "r"_s);
+        QVERIFY(result.finished() && !result.sucessfullyFinished() && state() == "failed"_s);
     }
 
     void changesByRecord()
     {
         ConvertProductionResultMap map;
-        const RecordIdentifier known = recordNamed(QStringLiteral("7"));
-        map.Add(resultMade(QStringLiteral("7"), 1, ConvertProductionResult::eNotStarted, false));
+        QVERIFY_EXCEPTION_THROWN(map.Add(ConvertProductionResult()), std::logic_error);
+        const RecordIdentifier known = recordNamed("7"_s);
+        map.Add(resultMade("7"_s, 1, ConvertProductionResult::eNotStarted, false));
         auto changes = [&map, was = map.GetChangeNumber()]() mutable {
             return map.GetChangeNumber() - std::exchange(was, map.GetChangeNumber());
         };
-        for (const RecordIdentifier& unknown : {recordNamed(QStringLiteral("8")), RecordIdentifier()}) {
+        for (const RecordIdentifier& unknown : {recordNamed("8"_s), RecordIdentifier()}) {
             map.startConverting(unknown);
-            map.setIntermediateResult(unknown, QStringLiteral("r"));
-            map.setFinished(unknown, true, QStringLiteral("r"));
+            map.setIntermediateResult(unknown, "r"_s);
+            map.setFinished(unknown, true, "r"_s);
         }
         QCOMPARE(changes(), 0U);
         map.startConverting(known);
         map.startConverting(known);
         QCOMPARE(changes(), 1U);
-        map.setIntermediateResult(known, QStringLiteral("half"));
+        map.setIntermediateResult(known, "half"_s);
         QVERIFY(map.At(known).state() == ConvertProductionResult::eConverting);
-        QCOMPARE(map.At(known).result(), QStringLiteral("half"));
-        map.setFinished(known, false, QStringLiteral("broken"));
-        map.setFinished(known, false, QStringLiteral("broken"));
+        QCOMPARE(map.At(known).result(), "half"_s);
+        map.setFinished(known, false, "broken"_s);
+        map.setFinished(known, false, "broken"_s);
         QCOMPARE(changes(), 2U);
         QVERIFY(map.contains(known) && !map.At(known).sucessfullyFinished());
-        QCOMPARE(map.At(known).result(), QStringLiteral("broken"));
+        QCOMPARE(map.At(known).result(), "broken"_s);
     }
 
     void tidyUp()
@@ -151,14 +110,13 @@ private Q_SLOTS:
                     {0, 3, true, "aef"},    {0, 0, true, "ef"}};  // young ones stay, unfinished ones stay
         for (const auto& row : rows) {
             ConvertProductionResultMap map;
-            map.Add(resultMade(QStringLiteral("a"), 3, Result::eFinished, true));
-            map.Add(resultMade(QStringLiteral("c"), 2, Result::eFinished, true));
-            map.Add(resultMade(QStringLiteral("b"), 2, Result::eFinished, true));
-            map.Add(resultMade(QStringLiteral("d"), 1, Result::eFinished, false));
-            map.Add(resultMade(QStringLiteral("e"), 1, Result::eConverting, true));
-            map.Add(resultMade(QStringLiteral("f"), 1, Result::eNotStarted, false));
-            Recorder recorder;
-            map.InstallRecorder(&recorder);
+            map.Add(resultMade("a"_s, 3, Result::eFinished, true));
+            map.Add(resultMade("c"_s, 2, Result::eFinished, true));
+            map.Add(resultMade("b"_s, 2, Result::eFinished, true));
+            map.Add(resultMade("d"_s, 1, Result::eFinished, false));
+            map.Add(resultMade("e"_s, 1, Result::eConverting, true));
+            map.Add(resultMade("f"_s, 1, Result::eNotStarted, false));
+            CommandRecorder recorder(map);
             const QDateTime limit =
                 row.olderThan ? resultMade(QString(), row.olderThan, Result::eFinished, true).creationTime()
                               : QDateTime();
@@ -185,28 +143,27 @@ private Q_SLOTS:
         map.Attach(&observer);
         observer.action = [&](Observable*, TChangeCode) {
             observer.action = nullptr;
-            map.startConverting(recordNamed(QStringLiteral("b")));
-            map.EraseAt(recordNamed(QStringLiteral("d")));
+            map.startConverting(recordNamed("b"_s));
+            map.EraseAt(recordNamed("d"_s));
         };
         QCOMPARE(map.tidyUp(2, QDateTime(), true), 2);
-        QVERIFY(map.contains(recordNamed(QStringLiteral("b"))) &&
-                map.contains(recordNamed(QStringLiteral("e"))));
+        QVERIFY(map.contains(recordNamed("b"_s)) && map.contains(recordNamed("e"_s)));
     }
 
     void stringValue()
     {
         ConvertProductionResultMap map;
-        QCOMPARE(map.GetStringValue(), QStringLiteral("0 Conversions: []"));
-        map.Add(resultMade(QStringLiteral("%2"), 1, ConvertProductionResult::eFinished, true));
-        QCOMPARE(map.GetStringValue(), QStringLiteral("1 Conversions: [S/D/%252]"));
+        QCOMPARE(map.GetStringValue(), "0 Conversions: []"_s);
+        map.Add(resultMade("%2"_s, 1, ConvertProductionResult::eFinished, true));
+        QCOMPARE(map.GetStringValue(), "1 Conversions: [S/D/%252]"_s);
         for (int i = 0; i < 10; ++i) {
-            QVERIFY(!map.GetStringValue().contains(QLatin1String("...")));
+            QVERIFY(!map.GetStringValue().contains("..."_s));
             map.Add(resultMade(QString::number(i), 1, ConvertProductionResult::eFinished, true));
         }
-        QVERIFY(map.GetStringValue().endsWith(QLatin1String("...]")));
-        QCOMPARE(map.GetStringValue().count(QLatin1String(", ")), 9);
+        QVERIFY(map.GetStringValue().endsWith("...]"_s));
+        QCOMPARE(map.GetStringValue().count(", "_s), 9);
     }
 };
 
-QTEST_GUILESS_MAIN(TestConvertProductionResult)
+KOLTA_TEST(TestConvertProductionResult);
 #include "tst_convertproductionresult.moc"

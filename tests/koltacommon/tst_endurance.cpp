@@ -1,9 +1,11 @@
-#include "peerthread.h"
-#include "rununtil.h"
-#include "scriptedpeer.h"
+#include <support/peerthread.h>
+#include <support/rununtil.h>
+#include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 
@@ -45,7 +47,7 @@ struct Series
 class InSeries : public Kolta::GeneralRequest
 {
 public:
-    explicit InSeries(Series& of) : GeneralRequest(makeRequest(QStringLiteral("Tuner"))), series(of) {}
+    explicit InSeries(Series& of) : GeneralRequest(makeRequest("Tuner"_s)), series(of) {}
     ptrKoltaRequest processReply(XmlCommon::ptrCXmlMessage) override
     {
         if (++series.answered == series.warmUp)
@@ -66,7 +68,7 @@ ptrKoltaRequest Series::next()
 
 std::unique_ptr<KoltaConnection> connectionTo(const QString& host)
 {
-    return std::make_unique<KoltaConnection>(QStringLiteral("K"), QStringLiteral("1.0"), host, false);
+    return std::make_unique<KoltaConnection>("K"_s, "1.0"_s, host, false);
 }
 
 /// Counts the broadcasts of a connection, whose components are numbers from 0, for as long as they come in
@@ -94,7 +96,7 @@ struct EndOfLink : Startup::ITraceSink
     ~EndOfLink() override { Startup::ErrorHandler::Instance().removeSink(this); }
     void trace(const Startup::TraceRecord& record) override
     {
-        if (record.source == QStringLiteral("platform/xmlmessaging/linkworker"))
+        if (record.source == "platform/xmlmessaging/linkworker"_s)
             told.release();
     }
     QSemaphore told;
@@ -153,5 +155,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Endurance)
+KOLTA_TEST(tst_Endurance);
 #include "tst_endurance.moc"

@@ -1,4 +1,6 @@
 #include <koltacommon/generalrequests.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
@@ -26,17 +28,17 @@ Q_SIGNALS:
     void si_none();
 
 public Q_SLOTS:
-    void sl_none() { calls.append(QStringLiteral("none")); }
-    void sl_optional(int number = 3) { calls.append(QStringLiteral("optional %1").arg(number)); }
-    void sl_number(int) { calls.append(QStringLiteral("number")); }
+    void sl_none() { calls.append("none"_s); }
+    void sl_optional(int number = 3) { calls.append("optional %1"_s.arg(number)); }
+    void sl_number(int) { calls.append("number"_s); }
     void sl_request(Kolta::ptrKoltaRequest given)
     {
-        calls.append(QStringLiteral("request"));
+        calls.append("request"_s);
         request = given;
     }
     void sl_reply(XmlCommon::ptrCXmlMessage given)
     {
-        calls.append(QStringLiteral("reply"));
+        calls.append("reply"_s);
         reply = given;
     }
     void sl_app(const QString& name, const QString& guid, const QString& version, const QString& build,
@@ -81,8 +83,8 @@ private Q_SLOTS:
     }
     void noticesDeadReceivers()
     {
-        const QString gone = QStringLiteral("Object that was expected to be notified on ParameterRequest "
-                                            "reply has been deleted in the meantime.");
+        const QString gone = "Object that was expected to be notified on ParameterRequest "
+                             "reply has been deleted in the meantime."_s;
         Startup::TraceRecorder recorder;
         auto* const receiver = new Receiver;
         const ptrCXmlMessage message(new CXmlMessage);
@@ -101,7 +103,7 @@ private Q_SLOTS:
     void readsApplicationDescriptions()
     {
         Receiver receiver;
-        const QString name = QStringLiteral("S1");
+        const QString name = "S1"_s;
         AppDescriptionSlotInvoke invoke(&receiver, "sl_app(QString,QString,QString,QString,QString)", name);
         Kolta::AppDescription description;
         QVERIFY(CAppDescription::isQuery(invoke.getMessage()->getFragment(0)));
@@ -112,19 +114,18 @@ private Q_SLOTS:
         description.processReply(reply);
 
         XmlCommon::CMsgFragment fragment = CAppDescription::makeFragment();
-        CAppDescription::fillReply(fragment, {name, QStringLiteral("{g}"), QStringLiteral("1.2"),
-                                              QStringLiteral("77"), QStringLiteral("3")});
+        CAppDescription::fillReply(fragment, {name, "{g}"_s, "1.2"_s, "77"_s, "3"_s});
         reply->addFragment(fragment);
         Startup::TraceRecorder recorder;
         AppDescriptionSlotInvoke(&receiver, "sl_number(int)", name).processReply(reply);
-        QCOMPARE(recorder.count(QStringLiteral("cannot be called")), 1);
+        QCOMPARE(recorder.count("cannot be called"_s), 1);
         invoke.processReply(reply);
         description.processReply(reply);
         QVERIFY(receiver.calls.isEmpty());
-        QTRY_COMPARE(receiver.calls.join(QLatin1Char(' ')), QStringLiteral("S1 {g} 1.2 77 3"));
+        QTRY_COMPARE(receiver.calls.join(QLatin1Char(' ')), "S1 {g} 1.2 77 3"_s);
         QCOMPARE(description.getAppName(), name);
     }
 };
 
-QTEST_GUILESS_MAIN(tst_GeneralRequests)
+KOLTA_TEST(tst_GeneralRequests);
 #include "tst_generalrequests.moc"

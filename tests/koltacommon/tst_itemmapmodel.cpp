@@ -1,5 +1,7 @@
-#include "../values/probe.h"
 #include "modelfollower.h"
+#include <support/probe.h>
+#include <support/random.h>
+#include <support/testprogram.h>
 
 #include <koltacommon/shorttimemodels.h>
 
@@ -21,7 +23,7 @@ namespace {
 using Map = ShortTimeFFPAssignmentItemMap;
 using Model = ShortTimeFFPAssignmentModel;
 using Layout = Model::Layout;
-const QString path = QStringLiteral("/ShortTime/Assignments");
+const QString path = "/ShortTime/Assignments"_s;
 
 ShortTimeFFPAssignment assignment(const QString& guid, unsigned int radio, const QStringList& profiles = {})
 {
@@ -34,7 +36,7 @@ ShortTimeFFPAssignment assignment(const QString& guid, unsigned int radio, const
 
 QString groupName(const ShortTimeFFPAssignment& item)
 {
-    return QStringLiteral("radio %1").arg(item.radioId);
+    return "radio %1"_s.arg(item.radioId);
 }
 
 Layout layoutWith(bool groups, bool lines)
@@ -57,7 +59,7 @@ QStringList expectedLines(const Map& map, bool groups, bool lines)
         sorted[groups ? groupName(item) : QString()].emplace(key, item);
     QStringList result;
     for (const auto& [group, items] : sorted) {
-        const QString indent = groups ? QStringLiteral(" ") : QString();
+        const QString indent = groups ? " "_s : QString();
         if (groups)
             result << group + empty;
         for (const auto& entry : items) {
@@ -150,9 +152,7 @@ private Q_SLOTS:
     /// After every change, nested ones included, map, model and what a view made of the signals are the same.
     void follows()
     {
-        const quint32 seed = QRandomGenerator::global()->generate();
-        qInfo("seed %u", seed);
-        RandomChanges random(seed);
+        RandomChanges random(testSeed());
         for (const auto& [groups, lines, logSize] : {std::tuple{false, false, 1000U},
                                                      {false, false, 2U},
                                                      {false, false, 0U},
@@ -203,25 +203,24 @@ private Q_SLOTS:
             profiles.Set(profile);
         }
         const ShortTimeProfileModel names(&profiles);
-        QCOMPARE(ModelFollower(names).lines(),
-                 QStringList({QStringLiteral("B"), QStringLiteral("a"), QStringLiteral("b")}));
-        QCOMPARE(names.headerData(0, Qt::Horizontal).toString(), QStringLiteral("Name"));
+        QCOMPARE(ModelFollower(names).lines(), QStringList({"B"_s, "a"_s, "b"_s}));
+        QCOMPARE(names.headerData(0, Qt::Horizontal).toString(), "Name"_s);
         const QModelIndex first = names.index(0, 0);
         QCOMPARE(first.data(Qt::ToolTipRole).toString(),
-                 ShortTimeProfile_TextAdapter::GetText4Tooltip(profiles.At(QStringLiteral("B"))));
-        QCOMPARE(first.data(Model::ItemRole).value<ShortTimeProfile>().name, QStringLiteral("B"));
-        QCOMPARE(names.itemAt(first)->name, QStringLiteral("B"));
+                 ShortTimeProfile_TextAdapter::GetText4Tooltip(profiles.At("B"_s)));
+        QCOMPARE(first.data(Model::ItemRole).value<ShortTimeProfile>().name, "B"_s);
+        QCOMPARE(names.itemAt(first)->name, "B"_s);
 
         ShortTimeResultItemMap results; // numbers are not ordered as texts are
         for (const unsigned int id : {10U, 9U, 100U}) {
             ShortTimeResult result;
             result.id = id;
-            result.ffpGuid = QStringLiteral("ffp");
+            result.ffpGuid = "ffp"_s;
             results.Set(result);
         }
         const ShortTimeResultModel byFfp(&results, resultsByFFP());
         const QModelIndex group = byFfp.index(0, 0);
-        QCOMPARE(group.data().toString(), QStringLiteral("ffp"));
+        QCOMPARE(group.data().toString(), "ffp"_s);
         QVERIFY(!group.data(Model::KeyRole).isValid() && !byFfp.itemAt(group));
         QList<unsigned int> keys;
         for (int row = 0; row < byFfp.rowCount(group); ++row)
@@ -231,14 +230,14 @@ private Q_SLOTS:
         // A record's parts may hold what separates them in its text.
         ConvertProductionResultMap conversions;
         const ConvertProductionResultModel byState(&conversions, conversionsByState());
-        const sorel::RecordIdentifier record(QStringLiteral("a/b"), QStringLiteral("%"), QStringLiteral("1"));
+        const sorel::RecordIdentifier record("a/b"_s, "%"_s, "1"_s);
         ConvertProductionResultRequest request;
         request.record = record;
         conversions.Add(ConvertProductionResult(request));
-        QCOMPARE(byState.index(0, 0).data().toString(), QStringLiteral("not started"));
+        QCOMPARE(byState.index(0, 0).data().toString(), "not started"_s);
         const QPersistentModelIndex kept = byState.indexOf(record);
         conversions.setFinished(record, true, QString());
-        QCOMPARE(kept.parent().data().toString(), QStringLiteral("finished"));
+        QCOMPARE(kept.parent().data().toString(), "finished"_s);
         QCOMPARE(byState.rowCount(), 1);
         QCOMPARE(kept.data(Model::KeyRole).value<sorel::RecordIdentifier>(), record);
     }
@@ -262,9 +261,9 @@ private Q_SLOTS:
         Map other(*map);
         for (int i = 20; i < 30; ++i)
             other.Set(assignment(QString::number(i), 7));
-        other.EraseAt(QStringLiteral("40"));
-        other.EraseAt(QStringLiteral("41"));
-        other.Set(assignment(QStringLiteral("50a"), 0));
+        other.EraseAt("40"_s);
+        other.EraseAt("41"_s);
+        other.Set(assignment("50a"_s, 0));
         map->Assign(other);
         map->Announce();
         QCOMPARE(changed.size(), 1);
@@ -310,8 +309,8 @@ private Q_SLOTS:
         for (int i = 0; i < 1000; ++i)
             map.EraseAt(QString::number(i));
         QVERIFY2(asked < 3 * 5000, qPrintable(QString::number(asked)));
-        QCOMPARE(model.indexOf(QStringLiteral("2999")).isValid(), true);
-        QVERIFY(!model.indexOf(QStringLiteral("998")).isValid());
+        QCOMPARE(model.indexOf("2999"_s).isValid(), true);
+        QVERIFY(!model.indexOf("998"_s).isValid());
     }
 
     /// In the first slot that hears of a change the model or the map is deleted, or the model leaves the map.
@@ -321,7 +320,7 @@ private Q_SLOTS:
             return assignment(QLatin1String(guid), radio, {QLatin1String(profile)});
         };
         const std::function<void(Map&)> changes[] = {[made](Map& m) { m.Set(made("c", 9, "x")); },
-                                                     [](Map& m) { m.EraseAt(QStringLiteral("a")); },
+                                                     [](Map& m) { m.EraseAt("a"_s); },
                                                      [](Map& m) { m.Clear(); },
                                                      [made](Map& m) { m.Set(made("a", 1, "y")); },
                                                      [made](Map& m) { m.Set(made("a", 9, "x")); },
@@ -360,12 +359,12 @@ private Q_SLOTS:
     {
         auto one = std::make_unique<Map>();
         auto two = std::make_unique<Map>();
-        one->Set(assignment(QStringLiteral("a"), 1));
-        two->Set(assignment(QStringLiteral("b"), 1));
+        one->Set(assignment("a"_s, 1));
+        two->Set(assignment("b"_s, 1));
         Model model(one.get());
         const ModelFollower follower(model);
         model.setMap(two.get());
-        one->Set(assignment(QStringLiteral("c"), 1));
+        one->Set(assignment("c"_s, 1));
         QCOMPARE(follower.lines(), expectedLines(*two, false, false));
         two.reset();
         QVERIFY(!model.map());
@@ -376,5 +375,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestItemMapModel)
+KOLTA_TEST(TestItemMapModel);
 #include "tst_itemmapmodel.moc"

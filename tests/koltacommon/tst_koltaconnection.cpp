@@ -1,16 +1,23 @@
-#include "scriptedpeer.h"
+#include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
+#include <support/rows.h>
+#include <support/signalrecorder.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
+#include <xmlmessaging/logger.h>
 
 #include <QFile>
 #include <QPointer>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <stdexcept>
+#include <tuple>
 
 #include <sys/resource.h>
 
@@ -21,11 +28,6 @@ using XmlCommon::CXmlMessage;
 using XmlCommon::ptrCXmlMessage;
 
 namespace {
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 using OnReply = std::function<ptrKoltaRequest()>;
 
@@ -52,7 +54,7 @@ public:
     bool handleFault() override { return takesFaults; }
     void abandoned(Kolta::Abandonment why, bool wasSent) override
     {
-        answered.append(name + QString::number(int(why)) + text(wasSent ? "+" : ""));
+        answered.append(name + QString::number(int(why)) + QString::fromLatin1(wasSent ? "+" : ""));
         if (action)
             action();
     }
@@ -66,23 +68,17 @@ private:
     OnReply action;
 };
 
-QStringList words(const char* list)
-{
-    return text(list).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
 /// A connection to a peer, with everything that it says.
 struct Client
 {
-    explicit Client(const QString& host)
-        : connection(new KoltaConnection(text("K"), text("1.0"), host, false))
+    explicit Client(const QString& host) : connection(new KoltaConnection("K"_s, "1.0"_s, host, false))
     {
         KoltaConnection* const c = connection;
-        QObject::connect(c, &KoltaConnection::Broadcast, c, [this] { say(text("broadcast")); });
-        QObject::connect(c, &KoltaConnection::ConnectionClosed, c, [this] { say(text("closed")); });
+        QObject::connect(c, &KoltaConnection::Broadcast, c, [this] { say("broadcast"_s); });
+        QObject::connect(c, &KoltaConnection::ConnectionClosed, c, [this] { say("closed"_s); });
         QObject::connect(c, &KoltaConnection::ConnectionError, c, [this](const QString& word) { say(word); });
-        QObject::connect(c, &KoltaConnection::ConnectionOpened, c, [this] { say(text("opened")); });
-        QObject::connect(c, &KoltaConnection::Fault, c, [this] { say(text("fault")); });
+        QObject::connect(c, &KoltaConnection::ConnectionOpened, c, [this] { say("opened"_s); });
+        QObject::connect(c, &KoltaConnection::Fault, c, [this] { say("fault"_s); });
     }
     ~Client() { delete connection.data(); }
     Client(const Client&) = delete;
@@ -90,14 +86,14 @@ struct Client
 
     Recorded* execute(const char* component, const OnReply& onReply = OnReply())
     {
-        auto* const request = new Recorded(text(component), answered, onReply);
+        auto* const request = new Recorded(QString::fromLatin1(component), answered, onReply);
         connection->executeRequest(request);
         return request;
     }
     bool openAndSettle()
     {
         connection->open();
-        return QTest::qWaitFor([this] { return said.contains(text("opened")) && connection->isIdle(); });
+        return QTest::qWaitFor([this] { return said.contains("opened"_s) && connection->isIdle(); });
     }
 
     void say(const QString& what)
@@ -136,7 +132,7 @@ private Q_SLOTS:
         Client client(peer.host());
         rlimit before{};
         QCOMPARE(getrlimit(RLIMIT_AS, &before), 0);
-        QFile pages(text("/proc/self/statm"));
+        QFile pages("/proc/self/statm"_s);
         QVERIFY(pages.open(QIODevice::ReadOnly));
         rlimit tight = before; // no room for a stack
         tight.rlim_cur = pages.readAll().split(' ').first().toULongLong() * 4096 + (1 << 20);
@@ -153,26 +149,27 @@ private Q_SLOTS:
             {"10.0.0.1:1234", "10.0.0.1,1234"}, {"::1:1234", "::1,1234"},         {"10.0.0.1", ",0"},
             {"10.0.0.1:abc", "10.0.0.1,0"},     {"10.0.0.1:70000", "10.0.0.1,0"}, {":1234", ",1234"}};
         for (const auto& [given, parts] : table) {
-            const KoltaConnection connection(text("a%2"), text("1.0"), text(given), false);
-            QCOMPARE(connection.getInfo(), QString(text("KoltaConnection(a%2,") + text(parts) + text(")")));
+            const KoltaConnection connection("a%2"_s, "1.0"_s, QString::fromLatin1(given), false);
+            QCOMPARE(connection.getInfo(),
+                     QString("KoltaConnection(a%2,"_s + QString::fromLatin1(parts) + ")"_s));
         }
     }
 
     void describesMessagesAndErrors()
     {
-        const ptrCXmlMessage message = makeRequest(text("Tuner"), 4);
+        const ptrCXmlMessage message = makeRequest("Tuner"_s, 4);
         message->setMessageID(7);
-        message->addFragment(XmlCommon::CMsgFragment(text("Other")));
+        message->addFragment(XmlCommon::CMsgFragment("Other"_s));
         message->getFragment(1).setDataTree(XmlCommon::CDataTree(QLatin1String("State")));
         message->getFragment(1).setFaultTree(XmlCommon::CFaultTree(12, 1));
-        const QString fault = text("<No description because of unknown Fault ID: 12>");
-        const QString line1 = text("CommandReply ID: 7 Tuner <Request> Ask\n");
+        const QString fault = "<No description because of unknown Fault ID: 12>"_s;
+        const QString line1 = "CommandReply ID: 7 Tuner <Request> Ask\n"_s;
         QCOMPARE(KoltaConnection::getShortInfo(message),
-                 QString(line1 + text("CommandReply ID: 7 Other <Data> State <Fault> ") + fault));
+                 QString(line1 + "CommandReply ID: 7 Other <Data> State <Fault> "_s + fault));
         QCOMPARE(KoltaConnection::getFaultText(message), fault);
         QVERIFY(KoltaConnection::getFaultText(message->getFragment(0)).isNull());
         QVERIFY(!KoltaConnection::hasFault(ptrCXmlMessage()));
-        QCOMPARE(KoltaConnection::getSocketError(QAbstractSocket::ProxyProtocolError), text("ProxyProtocol"));
+        QCOMPARE(KoltaConnection::getSocketError(QAbstractSocket::ProxyProtocolError), "ProxyProtocol"_s);
     }
 
     void startsUpBehindTheQueue()
@@ -195,13 +192,12 @@ private Q_SLOTS:
 
     void reconnectsAndResends_data()
     {
-        QTest::addColumn<int>("cutAt"); ///< byte of the reply; -1: reset, -2: garbage
-        QTest::addColumn<QString>("trace");
-        QTest::newRow("closed") << 0 << text("closed");
-        QTest::newRow("reset") << -1 << QString();
+        const Rows<int, QString> row("cutAt trace"); // byte of the reply; -1: reset, -2: garbage
+        row("closed", 0, "closed"_s);
+        row("reset", -1, QString());
         for (const int bytes : {1, 5, 40})
-            QTest::addRow("cut at byte %d", bytes) << bytes << text("stream ends inside a message at byte ");
-        QTest::newRow("garbage") << -2 << text("no chunk at byte ");
+            row(qPrintable("cut at byte %1"_s.arg(bytes)), bytes, "stream ends inside a message at byte ");
+        row("garbage", -2, "no chunk at byte "_s);
     }
     void reconnectsAndResends()
     {
@@ -212,7 +208,7 @@ private Q_SLOTS:
         QVERIFY(client.openAndSettle());
         peer.log.clear();
         peer.rule = [&](const CXmlMessage& message) {
-            if (peer.linksOpened > 1 || message.getFragment(0).getComponentName() != text("b"))
+            if (peer.linksOpened > 1 || message.getFragment(0).getComponentName() != "b"_s)
                 peer.answer(message);
             else if (cutAt >= 0)
                 peer.answerCutAt(message, cutAt);
@@ -224,7 +220,7 @@ private Q_SLOTS:
         Startup::TraceRecorder recorder;
         for (const char* component : {"a", "b", "c"})
             client.execute(component);
-        QTRY_VERIFY(client.said.count(text("opened")) == 2 && client.connection->isIdle());
+        QTRY_VERIFY(client.said.count("opened"_s) == 2 && client.connection->isIdle());
         // The filter's object has been answered before and yet goes out as the command that it is.
         QCOMPARE(peer.log, words("1:a:1 1:b:1 2:b:1 2:c:1 2:RequestTree:2 2:EventFilter:2"));
         QCOMPARE(client.answered, words("a b c"));
@@ -235,18 +231,18 @@ private Q_SLOTS:
 
     void failsForGood_data()
     {
-        QTest::addColumn<QString>("said");
+        const Rows<QString> row("said");
         for (const char* const said : {"ConnectionRefused closed", "opened RemoteHostClosed closed",
                                        "opened RemoteHostClosed ConnectionRefused closed"})
-            QTest::newRow(said) << text(said);
+            row(said, said);
     }
     void failsForGood()
     {
         QFETCH(QString, said);
-        const bool refuse = said.contains(text("Refused"));
+        const bool refuse = said.contains("Refused"_s);
         ScriptedPeer peer;
         Client client(peer.host());
-        if (refuse && said.startsWith(text("opened")))
+        if (refuse && said.startsWith("opened"_s))
             QVERIFY(client.openAndSettle());
         if (refuse) {
             // Stops listening; a link that is open stays for a moment.
@@ -258,9 +254,9 @@ private Q_SLOTS:
         peer.rule = [&](const CXmlMessage&) { peer.link->close(); };
         client.execute("a");
         client.connection->open();
-        QTRY_VERIFY(client.said.contains(text("closed")));
+        QTRY_VERIFY(client.said.contains("closed"_s));
         QCOMPARE(client.said.join(QLatin1Char(' ')), said);
-        QCOMPARE(client.answered, words(said.startsWith(text("opened R")) ? "a2+" : "a2"));
+        QCOMPARE(client.answered, words(said.startsWith("opened R"_s) ? "a2+" : "a2"));
         QVERIFY(!client.connection->isOpen() && !client.connection->hasRequestsPending());
         // Stays closed for requests, also when opened again.
         client.execute("b");
@@ -314,17 +310,79 @@ private Q_SLOTS:
         QCOMPARE(client.answered, words("a1+"));
     }
 
+    /// A peer that does not read holds up what is still to be sent.
+    void closingMayOutlastTheWait()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        peer.link->setReading(false);
+        for (int i = 0; i < 100; ++i)
+            client.connection->executeRequest(new GeneralRequest(makeRequest("a"_s, 1, 200000)));
+        QVERIFY(!client.connection->closeAndWaitForFinished(1, true));
+        QTRY_COMPARE(client.said, words("opened closed"));
+    }
+
+    /// The link is listed from open() until its object is gone, and logged under the name that it was given.
+    void isListedAndLogged()
+    {
+        const QTemporaryDir folder;
+        auto& logger = XmlCommunication::logger::Logger::instance();
+        logger.setDirectory(folder.path());
+        auto& list = Kolta::KoltaConnectionsViewer::Instance();
+        SignalRecorder recorder(list);
+        ScriptedPeer peer;
+        const QString address = "_127.0.0.1_port%1"_s.arg(peer.server.port());
+        const std::tuple<QString, bool, QString> names[] = {{"desk"_s, true, "desk"_s + address},
+                                                            {"desk"_s, false, "desk"_s},
+                                                            {QString(), true, "K"_s + address},
+                                                            {QString(), false, "K"_s}};
+        for (const auto& [description, appendAddress, name] : names) {
+            Client client(peer.host());
+            client.connection->setLogDescription(description, appendAddress);
+            QVERIFY(client.openAndSettle());
+            QVERIFY2(QFile::exists(logger.fileName(name)), qPrintable(name));
+            QCOMPARE(list.connections().size(), 1);
+            const Kolta::KoltaConnectionEntry entry = list.connections().first();
+            QCOMPARE(entry.host + QString::number(entry.port),
+                     "127.0.0.1"_s + QString::number(peer.server.port()));
+            delete client.connection;
+            QTRY_VERIFY(list.connections().isEmpty());
+            QCOMPARE(recorder.taken(), "connectionAdded %1 connectionRemoved %1"_s.arg(entry.linkId));
+        }
+        logger.setDirectory(QString());
+    }
+
+    /// What takes the subscription's place is sent from the next link on.
+    void subscriptionsCountFromTheNextLinkOn()
+    {
+        ScriptedPeer peer;
+        Client client(peer.host());
+        QVERIFY(client.openAndSettle());
+        client.connection->setEventFilterRequests({ptrKoltaRequest(new Recorded("one"_s, client.answered)),
+                                                   ptrKoltaRequest(new Recorded("two"_s, client.answered))});
+        for (const char* const sent : {"2:RequestTree:2 2:one:1 2:two:1", "3:RequestTree:2"}) {
+            QVERIFY(client.connection->isIdle());
+            peer.log.clear();
+            peer.link->abort();
+            QTRY_COMPARE(peer.log, words(sent));
+            QTRY_VERIFY(client.connection->isIdle());
+            client.connection->DisableFilter();
+        }
+        QCOMPARE(client.answered, words("one two"));
+    }
+
     void warnsOfLongQueues()
     {
         Startup::TraceRecorder recorder;
-        Client client(text("127.0.0.1:1"));
+        Client client("127.0.0.1:1"_s);
         for (int n = 1; n <= 2001; ++n) {
             client.execute("a");
             QCOMPARE(recorder.records().size(), n / 1000);
         }
         const Startup::TraceRecord second = recorder.records().at(1);
-        QCOMPARE(second.text, text("!!! Warning: 2000 requests in connection queue (K) !!!"));
-        QCOMPARE(second.source, text("devicecontrol/kolta/koltacommon/koltaconnection"));
+        QCOMPARE(second.text, "!!! Warning: 2000 requests in connection queue (K) !!!"_s);
+        QCOMPARE(second.source, "devicecontrol/kolta/koltacommon/koltaconnection"_s);
         QCOMPARE(second.line, 288);
         QCOMPARE(second.channel, quint32(Startup::eTrace));
     }
@@ -336,12 +394,12 @@ private Q_SLOTS:
         Client client(peer.host());
         peer.rule = [&](const CXmlMessage& message) {
             CXmlMessage odd = peer.replyTo(message);
-            odd.addFragment(XmlCommon::CMsgFragment(text("surplus")));
+            odd.addFragment(XmlCommon::CMsgFragment("surplus"_s));
             if (peer.messages.size() == 2)
                 odd.setServiceType(CXmlMessage::eSERVICE_COMMAND_REPLY);
             peer.send(odd);
         };
-        const ptrKoltaRequest request(new Recorded(text("a"), client.answered));
+        const ptrKoltaRequest request(new Recorded("a"_s, client.answered));
         for (int i = 0; i < 3; ++i)
             client.connection->executeRequest(request);
         QVERIFY(client.openAndSettle());
@@ -366,8 +424,7 @@ private Q_SLOTS:
             client.execute("a");
         QTRY_VERIFY_WITH_TIMEOUT(peer.linksOpened > requests && client.connection->isIdle(), 20000);
         QCOMPARE(client.answered.size(), requests);
-        QVERIFY2(peer.log.filter(text("RequestTree")).size() <= 3,
-                 qPrintable(peer.log.join(QLatin1Char(' '))));
+        QVERIFY2(peer.log.filter("RequestTree"_s).size() <= 3, qPrintable(peer.log.join(QLatin1Char(' '))));
     }
 
     void routesFaults()
@@ -380,7 +437,7 @@ private Q_SLOTS:
         client.execute("taking")->takesFaults = true;
         QTRY_VERIFY(client.connection->isIdle());
         QCOMPARE(client.answered, words("taking"));
-        CXmlMessage broadcast = *makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST);
+        CXmlMessage broadcast = *makeRequest("x"_s, CXmlMessage::eSERVICE_BROADCAST);
         broadcast.getFragment(0).setFaultTree(XmlCommon::CFaultTree(8, 1));
         peer.send(broadcast);
         QTRY_COMPARE(client.said, words("opened fault fault broadcast"));
@@ -393,20 +450,20 @@ private Q_SLOTS:
         Client client(peer.host());
         QVERIFY(client.openAndSettle());
         connect(client.connection, &KoltaConnection::Broadcast, [] { throw 5; });
-        peer.send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
-        QTRY_COMPARE(recorder.count(text("caught exception from a receiver: unknown")), 1);
+        peer.send(*makeRequest("x"_s, CXmlMessage::eSERVICE_BROADCAST));
+        QTRY_COMPARE(recorder.count("caught exception from a receiver: unknown"_s), 1);
         client.execute("a", []() -> ptrKoltaRequest { throw std::runtime_error("bad reply"); });
         client.execute("b", []() -> ptrKoltaRequest { throw 5; });
         client.execute("unsendable")->throwOnGet = 1;
         client.execute("c");
-        auto* const refused = new Recorded(text("refused"), client.answered);
+        auto* const refused = new Recorded("refused"_s, client.answered);
         refused->throwOnGet = 1;
         client.connection->executeRequest(refused);
         QTRY_VERIFY(client.connection->isIdle());
         QCOMPARE(client.answered, words("refused0 a b unsendable0 c"));
-        QCOMPARE(recorder.count(text("caught exception from KoltaRequest::processReply bad reply")), 1);
-        QCOMPARE(recorder.count(text("exception caught in sendNextRequest")), 1);
-        QCOMPARE(recorder.count(text("caught exception from KoltaRequest::executeRequest no message")), 1);
+        QCOMPARE(recorder.count("caught exception from KoltaRequest::processReply bad reply"_s), 1);
+        QCOMPARE(recorder.count("exception caught in sendNextRequest"_s), 1);
+        QCOMPARE(recorder.count("caught exception from KoltaRequest::executeRequest no message"_s), 1);
     }
 
     void survivesThrowingReceivers()
@@ -417,13 +474,12 @@ private Q_SLOTS:
         connect(client.connection, &KoltaConnection::ConnectionError,
                 [] { throw std::runtime_error("bad"); });
         connect(client.connection, &KoltaConnection::Fault, [] { throw 5; });
-        CXmlMessage broadcast = *makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST);
+        CXmlMessage broadcast = *makeRequest("x"_s, CXmlMessage::eSERVICE_BROADCAST);
         broadcast.getFragment(0).setFaultTree(XmlCommon::CFaultTree(8, 1));
         peer.send(broadcast);
         QTRY_COMPARE(client.said, words("opened fault broadcast"));
         peer.link->close();
-        QTRY_COMPARE(client.said.join(QLatin1Char(' ')),
-                     text("opened fault broadcast RemoteHostClosed opened"));
+        QTRY_COMPARE(client.said.join(QLatin1Char(' ')), "opened fault broadcast RemoteHostClosed opened"_s);
     }
 
     /// The start-up exchange of the next link takes out of the queue what the last one has left there, and
@@ -432,7 +488,7 @@ private Q_SLOTS:
     {
         ScriptedPeer peer;
         Client client(peer.host());
-        const ptrKoltaRequest filter(new Recorded(text("filter"), client.answered));
+        const ptrKoltaRequest filter(new Recorded("filter"_s, client.answered));
         client.connection->setEventFilterRequests({filter});
         QVERIFY(client.openAndSettle());
         peer.rule = [&](const CXmlMessage& message) {
@@ -450,10 +506,10 @@ private Q_SLOTS:
 
     void mayBeDeletedAnywhere_data()
     {
-        QTest::addColumn<QString>("where");
+        const Rows<QString> row("where");
         for (const char* where :
              {"broadcast", "closed", "RemoteHostClosed", "opened", "fault", "reply", "abandoned"})
-            QTest::newRow(where) << text(where);
+            row(where, where);
     }
     void mayBeDeletedAnywhere()
     {
@@ -463,18 +519,18 @@ private Q_SLOTS:
         client.deleteAt = where;
         peer.rule = [&](const CXmlMessage& message) {
             const QString component = message.getFragment(0).getComponentName();
-            if (component == text("fault"))
+            if (component == "fault"_s)
                 peer.answerWithFault(message, 1);
-            else if (component == text("end"))
+            else if (component == "end"_s)
                 peer.link->close();
             else
                 peer.answer(message);
-            peer.send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
+            peer.send(*makeRequest("x"_s, CXmlMessage::eSERVICE_BROADCAST));
         };
-        if (where == text("closed") || where == text("abandoned"))
+        if (where == "closed"_s || where == "abandoned"_s)
             peer.rule = [&](const CXmlMessage&) { peer.link->close(); };
         client.execute("reply", [&] {
-            client.say(where == text("abandoned") ? where : text("reply"));
+            client.say(where == "abandoned"_s ? where : "reply"_s);
             return ptrKoltaRequest();
         });
         for (const char* component : {"fault", "end", "never"})
@@ -490,7 +546,7 @@ private Q_SLOTS:
         Client client(peer.host());
         QVERIFY(client.openAndSettle());
         peer.rule = [&](const CXmlMessage& message) {
-            if (peer.linksOpened == 1 && message.getFragment(0).getComponentName() == text("cut"))
+            if (peer.linksOpened == 1 && message.getFragment(0).getComponentName() == "cut"_s)
                 peer.link->abort();
             else
                 peer.answer(message);
@@ -498,15 +554,15 @@ private Q_SLOTS:
         // The link is lost and replaced while the first reply is still being handled.
         client.execute("outer", [&] {
             client.execute("cut");
-            if (!QTest::qWaitFor([&] { return client.answered.contains(text("cut")); }))
+            if (!QTest::qWaitFor([&] { return client.answered.contains("cut"_s); }))
                 return ptrKoltaRequest();
-            return ptrKoltaRequest(new Recorded(text("after"), client.answered));
+            return ptrKoltaRequest(new Recorded("after"_s, client.answered));
         });
-        QTRY_VERIFY(client.answered.contains(text("after")) && client.connection->isIdle());
+        QTRY_VERIFY(client.answered.contains("after"_s) && client.connection->isIdle());
         QCOMPARE(client.answered, words("outer cut after"));
         QCOMPARE(client.said, words("opened RemoteHostClosed opened"));
     }
 };
 
-QTEST_GUILESS_MAIN(tst_KoltaConnection)
+KOLTA_TEST(tst_KoltaConnection);
 #include "tst_koltaconnection.moc"

@@ -1,4 +1,7 @@
 #include <koltacommon/koltaownerobserver.h>
+#include <support/signalrecorder.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QtTest>
 
@@ -8,12 +11,12 @@ using values::StringValue;
 
 namespace {
 
-const QString path = QStringLiteral("/S1/ADMINISTRATION/Owners");
-const QString requestPath = QStringLiteral("/S1/ADMINISTRATION/OwnerRequest");
+const QString path = "/S1/ADMINISTRATION/Owners"_s;
+const QString requestPath = "/S1/ADMINISTRATION/OwnerRequest"_s;
 
 QUuid client(char letter)
 {
-    return QUuid(QStringLiteral("{00000000-0000-4000-8000-00000000000%1}").arg(QLatin1Char(letter)));
+    return QUuid("{00000000-0000-4000-8000-00000000000%1}"_s.arg(QLatin1Char(letter)));
 }
 
 /// "P1:a :bx" is processor P1, owned by client a, and the server, owned by client b whose name is "x".
@@ -47,13 +50,12 @@ private Q_SLOTS:
     {
         publish("");
         KoltaOwnerObserver observer(path);
-        QStringList log;
-        connect(&observer, &KoltaOwnerObserver::si_OwnerChanged, this,
-                [&log](const QString& owned, const QString& id) {
-                    log += owned + QLatin1Char(':') + id.mid(36, 1);
-                });
-        connect(&observer, &KoltaOwnerObserver::si_OwnersChanged, this,
-                [&log](const OwnerOverview& owners) { log += QString::number(owners.GetOwner().size()); });
+        SignalRecorder recorder;
+        recorder.write<OwnerOverview>(
+            [](const OwnerOverview& owners) { return QString::number(owners.GetOwner().size()); });
+        recorder.write<QString>(
+            [](const QString& guid) { return guid.size() == 38 ? guid.mid(36, 1) : guid; });
+        recorder.hear(observer, {{"si_OwnerChanged", "%1:%2"_s}, {"si_OwnersChanged", "%1"_s}});
         const std::pair<const char*, const char*> cases[] = {{"P1:a :b P2:a", "P1:a :b P2:a 3"},
                                                              {"P2:b :b P3:c", "P2:b P3:c P1: 3"},
                                                              {":bx P3:c P2:b", ":b 3"},
@@ -61,16 +63,16 @@ private Q_SLOTS:
                                                              {"P3:d P2:b", "P3:d 2"}};
         for (const auto& [owners, changes] : cases) {
             publish(owners);
-            QCOMPARE(std::exchange(log, {}).join(QLatin1Char(' ')), QLatin1String(changes));
+            QCOMPARE(recorder.taken(), QLatin1String(changes));
         }
         publish("P1:a P1:b :b P2:b");
-        QCOMPARE(observer.GetGUIDsOwnedBy(client('b')), (QStringList{QString(), QStringLiteral("P2")}));
-        QVERIFY(observer.IsOwnedBy(QStringLiteral("P1"), client('a')));
-        QVERIFY(!observer.IsOwnedBy(QStringLiteral("P1"), client('b')));
-        QVERIFY(!observer.IsOwnedBy(QStringLiteral("P9"), QUuid()));
-        log.clear();
+        QCOMPARE(observer.GetGUIDsOwnedBy(client('b')), (QStringList{QString(), "P2"_s}));
+        QVERIFY(observer.IsOwnedBy("P1"_s, client('a')));
+        QVERIFY(!observer.IsOwnedBy("P1"_s, client('b')));
+        QVERIFY(!observer.IsOwnedBy("P9"_s, QUuid()));
+        recorder.taken();
         values::Tree::Instance().Remove(path);
-        QCOMPARE(log.join(QLatin1Char(' ')), QStringLiteral("P1: : P2: 0"));
+        QCOMPARE(recorder.log(), "P1: : P2: 0"_s);
         QVERIFY(!observer.FindOwner(QString()));
     }
 
@@ -79,23 +81,22 @@ private Q_SLOTS:
         publish("P1:a");
         KoltaOwnerObserver observer(path);
         auto* const value = values::Tree::Instance().Emplace<StringValue>(requestPath);
-        QVERIFY(!observer.requestOwnership(QStringLiteral("P1"))); // by nobody
-        observer.setClient(client('b'), QStringLiteral("Desk"), QStringLiteral("host"));
-        QVERIFY(observer.requestOwnership(QStringLiteral("P1")));
-        const QString text =
-            QStringLiteral("<OwnerRequest><Action>%1</"
-                           "Action><Owner>%2<ClientID>{00000000-0000-4000-8000-00000000000b}</ClientID>"
-                           "<Name>Desk</Name><Host>host</Host></Owner></OwnerRequest>");
-        QCOMPARE(value->GetValue(), text.arg(1).arg(QStringLiteral("<OwnedGUID>P1</OwnedGUID>")));
+        QVERIFY(!observer.requestOwnership("P1"_s)); // by nobody
+        observer.setClient(client('b'), "Desk"_s, "host"_s);
+        QVERIFY(observer.requestOwnership("P1"_s));
+        const QString text = "<OwnerRequest><Action>%1</"
+                             "Action><Owner>%2<ClientID>{00000000-0000-4000-8000-00000000000b}</ClientID>"
+                             "<Name>Desk</Name><Host>host</Host></Owner></OwnerRequest>"_s;
+        QCOMPARE(value->GetValue(), text.arg(1).arg("<OwnedGUID>P1</OwnedGUID>"_s));
         QVERIFY(observer.releaseOwnership(QString()));
         QCOMPARE(value->GetValue(), text.arg(0).arg(QString()));
         observer.setClient(client('b'), QString(QChar(1)));
         QVERIFY(!observer.requestOwnership(QString()));
         QCOMPARE(value->GetValue(), text.arg(0).arg(QString()));
         values::Tree::Instance().Remove(requestPath);
-        QVERIFY(!observer.releaseOwnership(QStringLiteral("P1")));
+        QVERIFY(!observer.releaseOwnership("P1"_s));
     }
 };
 
-QTEST_GUILESS_MAIN(TestKoltaOwnerObserver)
+KOLTA_TEST(TestKoltaOwnerObserver);
 #include "tst_koltaownerobserver.moc"

@@ -1,6 +1,9 @@
 #include "processorsamples.h"
 
 #include <koltacommon/koltaprocessorobserver.h>
+#include <support/signalrecorder.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QtTest>
 
@@ -14,7 +17,7 @@ using values::StringValue;
 
 namespace {
 
-const QString path = QStringLiteral("/S1/ADMINISTRATION/ActualConfiguration");
+const QString path = "/S1/ADMINISTRATION/ActualConfiguration"_s;
 
 /// Publishes an overview, as a server does that comes up or changes it.
 void publish(const char* overview)
@@ -29,56 +32,30 @@ void removeValue()
     values::Tree::Instance().Remove(path);
 }
 
-/// Every signal of an observer, in the order of emission.
-class Recorder : public QObject
+/// Every signal of an observer: processors by their numbers, lists by their sizes.
+class Recorder : public SignalRecorder
 {
 public:
-    explicit Recorder(O& observer)
+    explicit Recorder(const O& observer)
     {
-        const auto hear = [this, &observer](auto signal, char sign) {
-            connect(&observer, signal, this, [this, sign](const QString& processor) {
-                add(QLatin1Char(sign) + QString::number(numberOf(processor)));
-            });
-        };
-        hear(&O::si_ProcessorStarted, '+');
-        hear(&O::si_ProcessorChanged, '*');
-        hear(&O::si_ProcessorStopped, '-');
-        connect(&observer, &O::si_ProcessorsStopped, this, [this](const QStringList& processors) {
-            add(QStringLiteral("stops%1").arg(processors.size()));
+        write<QString>([](const QString& processor) { return QString::number(numberOf(processor)); });
+        write<QStringList>([](const QStringList& processors) { return QString::number(processors.size()); });
+        write<ProcessorOverview>([](const ProcessorOverview& overview) {
+            return QString::number(overview.GetSCP().size() + overview.GetMCP().size());
         });
-        connect(&observer, &O::si_AllProcessorsStopped, this, [this] { add(QStringLiteral("none")); });
-        connect(&observer, &O::si_RunningProcessorsChanged, this, [this](const ProcessorOverview& overview) {
-            add(QStringLiteral("all%1").arg(overview.GetSCP().size() + overview.GetMCP().size()));
-        });
-        connect(&observer, &O::si_ValueChanged, this, [this] { add(QStringLiteral("value")); });
-        connect(&observer, &O::si_ValueDeleted, this, [this] { add(QStringLiteral("gone")); });
-    }
-
-    QString log() const { return m_log.join(QLatin1Char(' ')); }
-    /// What was emitted since the last call, and during `action`.
-    QString during(const std::function<void()>& action)
-    {
-        action();
-        const QString all = log();
-        m_log.clear();
-        return all;
+        hear(observer, {{"si_ProcessorStarted", "+%1"_s},
+                        {"si_ProcessorChanged", "*%1"_s},
+                        {"si_ProcessorStopped", "-%1"_s},
+                        {"si_ProcessorsStopped", "stops%1"_s},
+                        {"si_AllProcessorsStopped", "none"_s},
+                        {"si_RunningProcessorsChanged", "all%1"_s},
+                        {"si_ValueChanged", "value"_s},
+                        {"si_ValueDeleted", "gone"_s}});
     }
     QString after(const char* overview)
     {
         return during([overview] { publish(overview); });
     }
-
-    std::function<void()> react; ///< runs once, at the next signal
-
-private:
-    void add(const QString& line)
-    {
-        m_log.append(line);
-        if (const auto function = std::exchange(react, nullptr))
-            function();
-    }
-
-    QStringList m_log;
 };
 
 } // namespace
@@ -127,16 +104,16 @@ private Q_SLOTS:
         O observer(path);
         observer.setEmptyOverviewDelay(20);
         Recorder recorder(observer);
-        QCOMPARE(recorder.after(""), QStringLiteral("all0 value"));
+        QCOMPARE(recorder.after(""), "all0 value"_s);
         QVERIFY(!observer.FindProcessor(guid(1)));
-        QCOMPARE(recorder.after("M1(f2=x) M4"), QStringLiteral("*2 +4 stops1 -3 all2 value"));
+        QCOMPARE(recorder.after("M1(f2=x) M4"), "*2 +4 stops1 -3 all2 value"_s);
         publish("");
-        QTRY_COMPARE(recorder.log(), QStringLiteral("all0 value none stops3 -1 -2 -4"));
+        QTRY_COMPARE(recorder.log(), "all0 value none stops3 -1 -2 -4"_s);
         // A deletion, an offline mirror and another path end the doubt without a stop.
         const std::pair<std::function<void()>, const char*> ends[] = {
             {removeValue, "all0 gone"},
-            {[&observer] { observer.initForOffline(overviewOf(QStringLiteral("M5"))); }, ""},
-            {[&observer] { observer.init(path + QStringLiteral("/other")); }, ""}};
+            {[&observer] { observer.initForOffline(overviewOf("M5"_s)); }, ""},
+            {[&observer] { observer.init(path + "/other"_s); }, ""}};
         for (const auto& [end, log] : ends) {
             publish("M1");
             observer.init(path);
@@ -152,16 +129,16 @@ private Q_SLOTS:
         publish("M1(f2)");
         O observer(path);
         Recorder recorder(observer);
-        QCOMPARE(recorder.during(removeValue), QStringLiteral("all0 gone"));
+        QCOMPARE(recorder.during(removeValue), "all0 gone"_s);
         QVERIFY(!observer.FindProcessor(guid(1)));
         QVERIFY(observer.GetCurrentProcessorsAsString().isEmpty());
         QCOMPARE(recorder.during([&observer] { observer.UpdateAll(); }), QString());
-        QCOMPARE(recorder.after("M1(f2)"), QStringLiteral("+1 +2 all1 value")); // the same text as before
+        QCOMPARE(recorder.after("M1(f2)"), "+1 +2 all1 value"_s); // the same text as before
         // Another server's processors did not stop, and are not shown either.
-        const QString other = QStringLiteral("/S2/ADMINISTRATION/ActualConfiguration");
+        const QString other = "/S2/ADMINISTRATION/ActualConfiguration"_s;
         QCOMPARE(recorder.during([&] { observer.init(other); }), QString());
         QVERIFY(!observer.FindProcessor(guid(1)));
-        QCOMPARE(recorder.during([&] { observer.init(path); }), QStringLiteral("+1 +2 all1 value"));
+        QCOMPARE(recorder.during([&] { observer.init(path); }), "+1 +2 all1 value"_s);
     }
 
     void slotsMayChangeTheValueOrDeleteTheObserver()
@@ -170,12 +147,12 @@ private Q_SLOTS:
         Recorder recorder(*observer);
         recorder.after("M1");
         recorder.react = [] { publish("M3"); };
-        QCOMPARE(recorder.after("M1=x M2"), QStringLiteral("*1 +2 all2 +3 stops2 -1 -2 all1 value value"));
+        QCOMPARE(recorder.after("M1=x M2"), "*1 +2 all2 +3 stops2 -1 -2 all1 value value"_s);
         recorder.react = removeValue;
-        QCOMPARE(recorder.after("M3=x M4"), QStringLiteral("*3 +4 all2 all0 gone value"));
+        QCOMPARE(recorder.after("M3=x M4"), "*3 +4 all2 all0 gone value"_s);
         recorder.after("M5");
-        recorder.react = [&observer] { observer->init(QStringLiteral("/none")); };
-        QCOMPARE(recorder.after("M5=x M6"), QStringLiteral("*5 value")); // the rest is of the old path
+        recorder.react = [&observer] { observer->init("/none"_s); };
+        QCOMPARE(recorder.after("M5=x M6"), "*5 value"_s); // the rest is of the old path
         observer = std::make_unique<O>(path);
         observer->setEmptyOverviewDelay(1);
         publish("M1 M2");
@@ -183,13 +160,13 @@ private Q_SLOTS:
         connect(observer.get(), &O::si_AllProcessorsStopped, this, [&observer] { observer.reset(); });
         publish("");
         QTRY_VERIFY(!observer);
-        QCOMPARE(last.log(), QStringLiteral("all0 value none"));
+        QCOMPARE(last.log(), "all0 value none"_s);
     }
 
     void queries()
     {
-        ProcessorOverview overview = overviewOf(
-            QStringLiteral("S1=a(f2 d3(f4=b) h5(a6)) M7=c(f8 h9(a10 f11) d12(f13)) M14=d M14=e M0"));
+        ProcessorOverview overview =
+            overviewOf("S1=a(f2 d3(f4=b) h5(a6)) M7=c(f8 h9(a10 f11) d12(f13)) M14=d M14=e M0"_s);
         overview.EditSCP()[0].SetProductionID(guid(90));
         overview.EditSCP()[0].EditDSC().EditFFP()[0].SetTunerGUID(guid(80));
         for (MCP& mcp : overview.EditMCP()) { // the last two are a double and one without GUID
@@ -208,12 +185,10 @@ private Q_SLOTS:
 
         QString holders; // of each processor, and the MCP that holds it
         for (int number = 1; number <= 14; ++number)
-            holders += QStringLiteral("%1/%2 ")
-                           .arg(numberOf(observer.GetParentGUID(guid(number))))
+            holders += "%1/%2 "_s.arg(numberOf(observer.GetParentGUID(guid(number))))
                            .arg(numberOf(observer.GetMcpGUIDFor(guid(number))));
-        QCOMPARE(holders, QStringLiteral("0/0 1/0 1/0 3/0 1/0 5/0 0/0 7/7 7/7 9/7 9/7 7/7 12/7 0/0 "));
-        QCOMPARE(observer.GetDisplayNameByGUID(guid(14)) + observer.GetDisplayNameByGUID(guid(91)),
-                 QStringLiteral("dc"));
+        QCOMPARE(holders, "0/0 1/0 1/0 3/0 1/0 5/0 0/0 7/7 7/7 9/7 9/7 7/7 12/7 0/0 "_s);
+        QCOMPARE(observer.GetDisplayNameByGUID(guid(14)) + observer.GetDisplayNameByGUID(guid(91)), "dc"_s);
         QCOMPARE(observer.GetProductionIDs(), (QStringList{guid(90), guid(91)}));
         QCOMPARE(observer.GetGUIDForProductionID(guid(90)), guid(1));
         QCOMPARE(observer.GetGUIDForProductionID(guid(91)), guid(7));
@@ -221,7 +196,7 @@ private Q_SLOTS:
         for (const QString& wrong : {guid(1).toUpper(), guid(1).mid(1, 36), QUuid().toString(), QString()})
             QVERIFY(!observer.FindProcessor(wrong) && observer.GetGUIDsFedByTuner(wrong).isEmpty());
         // Answers are never about an overview that was there before.
-        QVERIFY(observer.initForOffline(overviewOf(QStringLiteral("M2"))));
+        QVERIFY(observer.initForOffline(overviewOf("M2"_s)));
         QVERIFY(!observer.FindProcessor(guid(1)) && observer.GetGUIDForProductionID(guid(90)).isEmpty());
     }
 
@@ -239,5 +214,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestKoltaProcessorObserver)
+KOLTA_TEST(TestKoltaProcessorObserver);
 #include "tst_koltaprocessorobserver.moc"

@@ -1,4 +1,6 @@
-#include "../values/probe.h"
+#include <support/probe.h>
+#include <support/signalrecorder.h>
+#include <support/testprogram.h>
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/powercontrolcmd.h>
@@ -16,15 +18,15 @@ using values::StringValue;
 
 namespace {
 
-const QString base = QStringLiteral("/S1/ADMINISTRATION");
-const QString path = base + QStringLiteral("/Resources");
+const QString base = "/S1/ADMINISTRATION"_s;
+const QString path = base + "/Resources"_s;
 
 /// "T A 10" is tuner A, accessible and not idle; "P B 13" processing unit B with registration 1 and local
 /// storage 3; "S C 1" storage unit C, registered. Entries are separated by ", ".
 ResourceOverview overviewOf(const QString& entries)
 {
     ResourceOverview overview;
-    for (const QString& entry : entries.split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
+    for (const QString& entry : entries.split(", "_s, Qt::SkipEmptyParts)) {
         const QStringList parts = entry.split(QLatin1Char(' '));
         const auto state = [&parts](int i) { return parts.at(2).at(i).digitValue(); };
         const auto append = [&parts](auto& list) -> auto&
@@ -33,11 +35,11 @@ ResourceOverview overviewOf(const QString& entries)
             list.last().EditTavikResource().SetGUID(parts.at(1));
             return list.last();
         };
-        if (parts.at(0) == QLatin1String("T")) {
+        if (parts.at(0) == "T"_s) {
             Tuner& tuner = append(overview.EditTuner());
             tuner.SetAccessible(state(0));
             tuner.SetIdle(state(1));
-        } else if (parts.at(0) == QLatin1String("P")) {
+        } else if (parts.at(0) == "P"_s) {
             ProcessingUnit& unit = append(overview.EditProcessingUnit());
             unit.SetRegistration(static_cast<ProcessingUnit::Registration>(state(0)));
             unit.SetLocalStorage(static_cast<ProcessingUnit::LocalStorage>(state(1)));
@@ -54,56 +56,35 @@ StringValue* put(const QString& at, const QString& content = QString())
     return values::Tree::Instance().Emplace<StringValue>(at, content);
 }
 
-/// Every signal of an observer, in the order of emission.
-class Recorder : public QObject
+const SignalRecorder::Forms forms{{"si_NewTuner", "+T %1"_s},
+                                  {"si_RemovedTuner", "-T %1"_s},
+                                  {"si_NewPU", "+P %1"_s},
+                                  {"si_RemovedPU", "-P %1"_s},
+                                  {"si_NewSU", "+S %1"_s},
+                                  {"si_RemovedSU", "-S %1"_s},
+                                  {"si_TunerAccessiblityChanged", "access %1 %2"_s},
+                                  {"si_TunerIdleStateChanged", "idle %1 %2"_s},
+                                  {"si_PuRegistrationChanged", "Preg %1 %2"_s},
+                                  {"si_PuLocalStorageChanged", "Pstore %1 %2"_s},
+                                  {"si_SuRegistrationChanged", "Sreg %1 %2"_s},
+                                  {"si_ResourcesChanged", "all%1"_s},
+                                  {"si_ValueChanged", "value"_s}};
+
+/// Every signal of an observer; flags as numbers, overviews by their tuners.
+class Recorder : public SignalRecorder
 {
 public:
-    using O = KoltaResourceObserver;
-
-    explicit Recorder(O& observer) : m_observer(observer)
+    explicit Recorder(const KoltaResourceObserver& observer)
     {
-        hear(&O::si_NewTuner, "+T");
-        hear(&O::si_RemovedTuner, "-T");
-        hear(&O::si_NewPU, "+P");
-        hear(&O::si_RemovedPU, "-P");
-        hear(&O::si_NewSU, "+S");
-        hear(&O::si_RemovedSU, "-S");
-        hear(&O::si_TunerAccessiblityChanged, "access");
-        hear(&O::si_TunerIdleStateChanged, "idle");
-        hear(&O::si_PuRegistrationChanged, "Preg");
-        hear(&O::si_PuLocalStorageChanged, "Pstore");
-        hear(&O::si_SuRegistrationChanged, "Sreg");
-        connect(&observer, &O::si_ResourcesChanged, this, [this](const ResourceOverview& overview) {
-            add(QStringLiteral("all%1").arg(overview.GetTuner().size()));
-        });
-        connect(&observer, &O::si_ValueChanged, this, [this] { add(QStringLiteral("value")); });
+        write<bool>([](bool state) { return QString::number(state); });
+        write<ResourceOverview>(
+            [](const ResourceOverview& overview) { return QString::number(overview.GetTuner().size()); });
+        hear(observer, forms);
     }
-
-    QStringList log;
-    std::function<void()> react; ///< runs once, at the next signal
-
-private:
-    template<class... State>
-    void hear(void (O::*signal)(QString, State...), const char* name)
-    {
-        connect(&m_observer, signal, this, [this, name](const QString& id, State... state) {
-            QString line = QLatin1String(name) + QLatin1Char(' ') + id;
-            ((line += QLatin1Char(' ') + QString::number(state)), ...);
-            add(line);
-        });
-    }
-    void add(const QString& line)
-    {
-        log.append(line);
-        if (const auto function = std::exchange(react, nullptr))
-            function();
-    }
-
-    O& m_observer;
 };
 
-const QString uuidA = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}");
-const QString uuidB = QStringLiteral("{0f2d5c1e-6d0a-4a53-9c1b-00000000000b}");
+const QString uuidA = "{0f2d5c1e-6d0a-4a53-9c1b-00000000000a}"_s;
+const QString uuidB = "{0f2d5c1e-6d0a-4a53-9c1b-00000000000b}"_s;
 
 } // namespace
 
@@ -136,13 +117,12 @@ private Q_SLOTS:
         Recorder recorder(observer);
         for (const auto& [before, after, changes] : cases) {
             m_value->SetValue(overviewOf(QLatin1String(before)).GetXmlString());
-            recorder.log.clear();
+            recorder.taken();
             const ResourceOverview overview = overviewOf(QLatin1String(after));
             m_value->SetValue(overview.GetXmlString());
-            const QStringList log =
-                QString::fromLatin1(changes).split(QStringLiteral(", "), Qt::SkipEmptyParts);
-            const QString all = QStringLiteral("all%1").arg(overview.GetTuner().size());
-            QCOMPARE(recorder.log, log + QStringList({all, QStringLiteral("value")}));
+            const QStringList log = QString::fromLatin1(changes).split(", "_s, Qt::SkipEmptyParts);
+            const QString all = "all%1"_s.arg(overview.GetTuner().size());
+            QCOMPARE(recorder.lines(), log + QStringList({all, "value"_s}));
         }
     }
 
@@ -150,66 +130,63 @@ private Q_SLOTS:
     {
         auto observer = std::make_unique<KoltaResourceObserver>(path);
         Recorder recorder(*observer);
-        recorder.react = [this] { m_value->SetValue(overviewOf(QStringLiteral("T C 11")).GetXmlString()); };
-        m_value->SetValue(overviewOf(QStringLiteral("T A 11, T B 11")).GetXmlString());
-        QCOMPARE(recorder.log.join(QLatin1Char(',')),
-                 QStringLiteral("+T A,+T C,-T A,-T B,all1,value,+T B,all2,value"));
-        recorder.log.clear();
+        recorder.react = [this] { m_value->SetValue(overviewOf("T C 11"_s).GetXmlString()); };
+        m_value->SetValue(overviewOf("T A 11, T B 11"_s).GetXmlString());
+        QCOMPARE(recorder.taken(","_s), "+T A,+T C,-T A,-T B,all1,value,+T B,all2,value"_s);
+        recorder.taken();
         recorder.react = [&observer] { observer.reset(); };
-        m_value->SetValue(overviewOf(QStringLiteral("T C 10, T D 11")).GetXmlString());
-        QCOMPARE(recorder.log, QStringList{QStringLiteral("idle C 0")});
+        m_value->SetValue(overviewOf("T C 10, T D 11"_s).GetXmlString());
+        QCOMPARE(recorder.taken(), "idle C 0"_s);
         QVERIFY(!m_value->HasObservers());
     }
 
     void lookUpsFollowTheirOrders()
     {
-        ResourceOverview overview =
-            overviewOf(QStringLiteral("P %1 11, S %1 1, T %2 11, P %2 11").arg(uuidA, uuidB));
-        const QString name = QStringLiteral("one of several");
+        ResourceOverview overview = overviewOf("P %1 11, S %1 1, T %2 11, P %2 11"_s.arg(uuidA, uuidB));
+        const QString name = "one of several"_s;
         TavikResource& unit = overview.EditProcessingUnit()[0].EditTavikResource();
         TavikResource& tuner = overview.EditTuner()[0].EditTavikResource();
         for (TavikResource* const named : {&unit, &tuner, &overview.EditStorageUnit()[0].EditTavikResource()})
             named->SetDisplayName(name);
-        unit.SetAddress(QStringLiteral("hidden"));
-        tuner.SetAddress(QStringLiteral("10.0.0.1"));
+        unit.SetAddress("hidden"_s);
+        tuner.SetAddress("10.0.0.1"_s);
         KoltaResourceObserver observer;
         QVERIFY(observer.initForOffline(overview));
         const ResourceOverview& mirror = observer.GetCurrentResources();
         QCOMPARE(observer.FindResource(uuidA), &mirror.GetStorageUnit().at(0));
         QCOMPARE(observer.FindResourceAddress(uuidA), QString()); // the storage unit's, which has none
-        QCOMPARE(observer.FindResourceAddress(uuidB), QStringLiteral("10.0.0.1"));
+        QCOMPARE(observer.FindResourceAddress(uuidB), "10.0.0.1"_s);
         QCOMPARE(observer.GetDisplayNameByGUID(uuidA), name);
         QCOMPARE(observer.GetGUIDForDisplayName(name), (QStringList{uuidB, uuidA, uuidA}));
-        for (const QString& guid :
-             {uuidA.toUpper(), QStringLiteral("no UUID"), QUuid().toString(), QString()})
+        for (const QString& guid : {uuidA.toUpper(), "no UUID"_s, QUuid().toString(), QString()})
             QVERIFY(!observer.FindResource(guid));
 
         // Answers are never about an overview that was there before.
         QVERIFY(observer.init(path));
-        m_value->SetValue(overviewOf(QStringLiteral("T %1 11").arg(uuidB)).GetXmlString());
+        m_value->SetValue(overviewOf("T %1 11"_s.arg(uuidB)).GetXmlString());
         QVERIFY(!observer.FindResource(uuidA));
         QCOMPARE(observer.FindResource(uuidB), &mirror.GetTuner().at(0));
     }
 
     void freeTunersAndDetection()
     {
-        ResourceOverview overview = overviewOf(QStringLiteral("T A 10, T B 01, T C 11, T D 11"));
+        ResourceOverview overview = overviewOf("T A 10, T B 01, T C 11, T D 11"_s);
         const char* const options[] = {"x vrtq,SP", "O2", "VRTQ", "o2 Vrtq"};
         for (int i = 0; i < 4; ++i) {
-            overview.EditTuner()[i].SetType(QStringLiteral("wide"));
+            overview.EditTuner()[i].SetType("wide"_s);
             overview.EditTuner()[i].SetOptions(QLatin1String(options[i]));
         }
-        overview.EditTuner()[3].SetType(QStringLiteral("narrow"));
+        overview.EditTuner()[3].SetType("narrow"_s);
         KoltaResourceObserver observer;
         observer.initForOffline(overview);
-        QCOMPARE(observer.GetGUIDForFreeTuner(QStringLiteral("wide")), QStringLiteral("C"));
-        QCOMPARE(observer.GetGUIDForFreeTuner(QStringLiteral("D")), QStringLiteral("D"));
+        QCOMPARE(observer.GetGUIDForFreeTuner("wide"_s), "C"_s);
+        QCOMPARE(observer.GetGUIDForFreeTuner("D"_s), "D"_s);
         QString detecting;
         for (const char* const id : {"A", "B", "C", "D", "E"}) {
             if (observer.supportsDetection(QLatin1String(id)))
                 detecting += QLatin1String(id);
         }
-        QCOMPARE(detecting, QStringLiteral("AD"));
+        QCOMPARE(detecting, "AD"_s);
     }
 
     void storage()
@@ -244,7 +221,7 @@ private Q_SLOTS:
     void writersReachTheirValues()
     {
         KoltaResourceObserver observer(path);
-        const ResourceOverview changed = overviewOf(QStringLiteral("T A 11"));
+        const ResourceOverview changed = overviewOf("T A 11"_s);
         const QString xml = changed.GetXmlString();
         TunerManagementRequest request;
         request.SetRequestID(uuidA);
@@ -253,8 +230,8 @@ private Q_SLOTS:
             {"/ChangedTuners", request.GetXmlString(), [&] { observer.setChangedTuners(request); }},
             {"/ChangedPUs", xml, [&] { observer.setChangedProcessingUnits(changed); }},
             {"/ChangedSUs", xml, [&] { observer.setChangedStorageUnits(changed); }},
-            {"/UnitPowerControl", QStringLiteral("3@0@A"),
-             [&] { observer.powerControl(KoltaResourceObserver::eProgramsOff, QStringLiteral("A")); }},
+            {"/UnitPowerControl", "3@0@A"_s,
+             [&] { observer.powerControl(KoltaResourceObserver::eProgramsOff, "A"_s); }},
             {"/UnitPowerControl", QString(),
              [&] { observer.powerControl(KoltaResourceObserver::eUnitOff, QStringList()); }}};
         for (const auto& [name, text, write] : writers) {
@@ -269,7 +246,7 @@ private Q_SLOTS:
             write();
             write(); // the identical request is announced again
             QCOMPARE(value->GetValue(), text);
-            QCOMPARE(codes.join(QString()), text.isEmpty() ? QString() : QStringLiteral("33"));
+            QCOMPARE(codes.join(QString()), text.isEmpty() ? QString() : "33"_s);
             values::Tree::Instance().Remove(target);
             write(); // only its tombstone is left
             QCOMPARE(value->GetValue(), QString());
@@ -278,11 +255,11 @@ private Q_SLOTS:
 
     void powerControlCommands()
     {
-        StringValue* const value = put(base + QStringLiteral("/UnitPowerControl"));
+        StringValue* const value = put(base + "/UnitPowerControl"_s);
         KoltaResourceObserver observer(path);
         const QMap<int, const char*> forms{{0, "1@1"}, {1, "1@0"}, {2, "0@1"}, {3, "0@0"}, {4, "2@1"},
                                            {5, "2@0"}, {6, "3@0"}, {7, "4@0"}, {8, "1@1"}, {-1, "1@1"}};
-        const QStringList units{QStringLiteral("A@x"), QStringLiteral("%2C,B")};
+        const QStringList units{"A@x"_s, "%2C,B"_s};
         for (auto it = forms.begin(); it != forms.end(); ++it) {
             observer.powerControl(KoltaResourceObserver::ePowerControlCommand(it.key()), units);
             QCOMPARE(value->GetValue().section(QLatin1Char('@'), 0, 1), QLatin1String(it.value()));
@@ -299,7 +276,7 @@ private Q_SLOTS:
     void converterWritesWhatTheObserverMirrors()
     {
         KoltaResourceObserver observer(path);
-        const ResourceOverview overview = overviewOf(QStringLiteral("T A 11"));
+        const ResourceOverview overview = overviewOf("T A 11"_s);
         QVERIFY(observer.createResourceConverter()->SetResourceOverview(overview));
         QVERIFY(observer.GetCurrentResources() == overview);
     }
@@ -308,5 +285,5 @@ private:
     StringValue* m_value = nullptr;
 };
 
-QTEST_GUILESS_MAIN(TestKoltaResourceObserver)
+KOLTA_TEST(TestKoltaResourceObserver);
 #include "tst_koltaresourceobserver.moc"

@@ -4,6 +4,9 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/tunerbookingmanager.h>
+#include <support/signalrecorder.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 #include <values/treeclient.h>
@@ -18,16 +21,16 @@ using values::Tree;
 
 namespace {
 
-const QString path = QStringLiteral("/AdminTree/S1");
-const QString base = QStringLiteral("/ConnectManager/AdminTree/S1");
+const QString path = "/AdminTree/S1"_s;
+const QString base = "/ConnectManager/AdminTree/S1"_s;
 const QStringList texts =
-    QStringLiteral("HostName Quit reset stopAll UnitPowerControl StartupErrors StartupProgress Status "
-                   "InternalState StopResource ReplyResource StoppedResource Resources ActualConfiguration")
-        .split(QLatin1Char(' '));
+    "HostName Quit reset stopAll UnitPowerControl StartupErrors StartupProgress Status "
+    "InternalState StopResource ReplyResource StoppedResource Resources ActualConfiguration"_s.split(
+        QLatin1Char(' '));
 
 QString node(const QString& name, const QString& server = base)
 {
-    return server + QStringLiteral("/ADMINISTRATION/") + name;
+    return server + "/ADMINISTRATION/"_s + name;
 }
 
 /// Publishes a server in the given working state; all but one of its values when `missing` names one.
@@ -38,17 +41,16 @@ void publish(int state, const QString& missing = QString(), const QString& serve
         if (name != missing)
             tree.Emplace<StringValue>(node(name, server));
     }
-    tree.EnsureNode(node(QStringLiteral("RequestsNode"), server));
-    tree.EnsureNode(node(QStringLiteral("Clients"), server));
-    if (missing != QLatin1String("WorkingState"))
-        tree.Emplace<SelectionValue>(
-            node(QStringLiteral("WorkingState"), server),
-            QMap<int, QString>{{0, QStringLiteral("Gone")}, {5, QStringLiteral("Up")}}, state);
+    tree.EnsureNode(node("RequestsNode"_s, server));
+    tree.EnsureNode(node("Clients"_s, server));
+    if (missing != "WorkingState"_s)
+        tree.Emplace<SelectionValue>(node("WorkingState"_s, server),
+                                     QMap<int, QString>{{0, "Gone"_s}, {5, "Up"_s}}, state);
 }
 
 void setState(int key)
 {
-    Tree::Instance().FindAs<SelectionValue>(node(QStringLiteral("WorkingState")))->SetSelectedKey(key);
+    Tree::Instance().FindAs<SelectionValue>(node("WorkingState"_s))->SetSelectedKey(key);
 }
 
 StringValue* text(const QString& name)
@@ -59,32 +61,25 @@ StringValue* text(const QString& name)
 class Server : public KoltaServerInterface
 {
 public:
-    explicit Server(const QString& prefix = QStringLiteral("/ConnectManager"))
-        : KoltaServerInterface(QStringLiteral("addr"), QString()), m_prefix(prefix)
+    explicit Server(const QString& prefix = "/ConnectManager"_s)
+        : KoltaServerInterface("addr"_s, QString()), m_prefix(prefix)
     {
-        connect(this, &Server::si_ConnectionChanged, this, [this](bool on, const QString& where) {
-            add(QStringLiteral("connected %1 %2").arg(on).arg(where));
-        });
-        connect(this, &Server::si_ConnectionReady, this, [this](bool on, const QString& where) {
-            add(QStringLiteral("ready %1 %2").arg(on).arg(where));
-        });
-        connect(this, &Server::si_StateChanged, this, [this](eServerState now, const QString& where) {
-            add(QStringLiteral("state %1 %2").arg(now).arg(where));
-        });
-        connect(this, &Server::si_StatusMessageChanged, this,
-                [this](const QString& message) { add(QStringLiteral("status ") + message); });
+        m_recorder.write<bool>([](bool on) { return QString::number(on); });
+        m_recorder.hear(*this, {{"si_ConnectionChanged", "connected %1 %2"_s},
+                                {"si_ConnectionReady", "ready %1 %2"_s},
+                                {"si_StateChanged", "state %1 %2"_s},
+                                {"si_StatusMessageChanged", "status %1"_s}});
     }
     using KoltaServerInterface::init;
 
-    QString taken() { return std::exchange(m_log, {}).join(QLatin1Char('|')); }
+    QString taken() { return m_recorder.taken("|"_s); }
 
 protected:
     QString getBasePath() override { return m_prefix; }
 
 private:
-    void add(const QString& line) { m_log.append(line); }
     const QString m_prefix;
-    QStringList m_log;
+    SignalRecorder m_recorder;
 };
 
 class Client : public values::ITreeClient
@@ -115,31 +110,31 @@ private Q_SLOTS:
     void bindsAndProcessesContents()
     {
         publish(5);
-        text(QStringLiteral("HostName"))->SetValue(QStringLiteral("station"));
-        text(QStringLiteral("Status"))->SetValue(QStringLiteral("hello"));
+        text("HostName"_s)->SetValue("station"_s);
+        text("Status"_s)->SetValue("hello"_s);
         Server server;
-        QCOMPARE(server.getHostname(), QStringLiteral("<unknown>"));
+        QCOMPARE(server.getHostname(), "<unknown>"_s);
         QVERIFY(server.init(path));
-        QCOMPARE(server.taken(), QStringLiteral("connected 1 addr|state 5 addr|status hello|ready 1 addr"));
-        QCOMPARE(server.getHostname(), QStringLiteral("station"));
-        QCOMPARE(server.getAdministrationBasePath(), base + QStringLiteral("/ADMINISTRATION/"));
-        QCOMPARE(server.getDataBasePath(), QStringLiteral("/ConnectManager/DataTree/S1"));
-        QCOMPARE(server.getRecordMapBasePath(true), QStringLiteral("/RecordMapTree/S1"));
-        QCOMPARE(server.getRecordMapBasePath(false), QStringLiteral("/ConnectManager/RecordMapTree/S1"));
-        QCOMPARE(server.getStateString(SERVER_STATES::eOperational), QStringLiteral("Up"));
-        QCOMPARE(server.getStateString(SERVER_STATES::eState3), QStringLiteral("Disconnected"));
-        const QString client = node(QStringLiteral("Clients/")) + server.getClientId().toString();
+        QCOMPARE(server.taken(), "connected 1 addr|state 5 addr|status hello|ready 1 addr"_s);
+        QCOMPARE(server.getHostname(), "station"_s);
+        QCOMPARE(server.getAdministrationBasePath(), base + "/ADMINISTRATION/"_s);
+        QCOMPARE(server.getDataBasePath(), "/ConnectManager/DataTree/S1"_s);
+        QCOMPARE(server.getRecordMapBasePath(true), "/RecordMapTree/S1"_s);
+        QCOMPARE(server.getRecordMapBasePath(false), "/ConnectManager/RecordMapTree/S1"_s);
+        QCOMPARE(server.getStateString(SERVER_STATES::eOperational), "Up"_s);
+        QCOMPARE(server.getStateString(SERVER_STATES::eState3), "Disconnected"_s);
+        const QString client = node("Clients/"_s) + server.getClientId().toString();
         QVERIFY(Tree::Instance().Find(client));
 
         QVERIFY(server.restartServer());
-        QCOMPARE(text(QStringLiteral("reset"))->GetValue(), server.getClientId().toString());
+        QCOMPARE(text("reset"_s)->GetValue(), server.getClientId().toString());
         Tree::Instance().Remove(base);
         QVERIFY(!server.restartServer());
 
-        Server elsewhere(QStringLiteral("/Other"));
+        Server elsewhere("/Other"_s);
         QVERIFY(!elsewhere.init(path));
-        QCOMPARE(elsewhere.taken(), QStringLiteral("ready 0 addr"));
-        QCOMPARE(elsewhere.getRecordMapBasePath(true), QStringLiteral("/Other/RecordMapTree/S1"));
+        QCOMPARE(elsewhere.taken(), "ready 0 addr"_s);
+        QCOMPARE(elsewhere.getRecordMapBasePath(true), "/Other/RecordMapTree/S1"_s);
         Server nowhere((QString()));
         QVERIFY(!nowhere.init(QString()));
         QCOMPARE(nowhere.taken(), QString());
@@ -147,12 +142,12 @@ private Q_SLOTS:
 
     void everyValueCounts()
     {
-        const QStringList bound = texts.mid(0, 9) + QStringList{QStringLiteral("WorkingState")};
+        const QStringList bound = texts.mid(0, 9) + QStringList{"WorkingState"_s};
         for (const QString& missing : bound) {
             publish(5, missing);
             Server server;
             QVERIFY2(!server.init(path), qPrintable(missing));
-            QVERIFY(server.taken().endsWith(QLatin1String("ready 0 addr")));
+            QVERIFY(server.taken().endsWith("ready 0 addr"_s));
             QVERIFY(!server.isReady());
             Tree::Instance().Clear();
         }
@@ -163,7 +158,7 @@ private Q_SLOTS:
         publish(0);
         Server server;
         QVERIFY(server.init(path));
-        QCOMPARE(server.taken(), QStringLiteral("status |ready 1 addr"));
+        QCOMPARE(server.taken(), "status |ready 1 addr"_s);
         const struct
         {
             int key;
@@ -189,9 +184,9 @@ private Q_SLOTS:
         const QSignalSpy processors(&server.getProcessorObserver(),
                                     &KoltaProcessorObserver::si_RunningProcessorsChanged);
         // Not heard by the observers themselves, as if the notification had been lost.
-        text(QStringLiteral("Resources"))
+        text("Resources"_s)
             ->SetValue(RESOURCEMANAGEMENT::ResourceOverview().GetXmlString(), &server.getResourceObserver());
-        text(QStringLiteral("ActualConfiguration"))
+        text("ActualConfiguration"_s)
             ->SetValue(RESOURCEMANAGEMENT::ProcessorOverview().GetXmlString(),
                        &server.getProcessorObserver());
         setState(6);
@@ -208,8 +203,8 @@ private Q_SLOTS:
         for (const char* const late : {"away", "nodes", "server"}) {
             const bool nothing = qstrcmp(late, "server") == 0;
             if (!nothing)
-                publish(5, QStringLiteral("ReplyResource"));
-            Tree::Instance().Remove(node(QStringLiteral("Resources")));
+                publish(5, "ReplyResource"_s);
+            Tree::Instance().Remove(node("Resources"_s));
             Server server;
             QCOMPARE(server.init(path), !nothing);
             if (qstrcmp(late, "away") == 0)
@@ -219,13 +214,13 @@ private Q_SLOTS:
             const Startup::TraceRecorder traces;
             RESOURCEMANAGEMENT::ResourceOverview overview;
             overview.EditTuner().resize(1);
-            overview.EditTuner()[0].EditTavikResource().SetGUID(QStringLiteral("t"));
-            Tree::Instance().Emplace<StringValue>(node(QStringLiteral("Resources")), overview.GetXmlString());
+            overview.EditTuner()[0].EditTavikResource().SetGUID("t"_s);
+            Tree::Instance().Emplace<StringValue>(node("Resources"_s), overview.GetXmlString());
             publish(5);
             QVERIFY(!nothing || server.init(path));
-            QVERIFY2(booking.existsTuner(QStringLiteral("t")), late);
+            QVERIFY2(booking.existsTuner("t"_s), late);
             QVERIFY(!production.requestProduction(RESOURCEMANAGEMENT::SCP(), false, QUuid()).isNull());
-            QCOMPARE(traces.count(QStringLiteral("Could not initialize.")), 0);
+            QCOMPARE(traces.count("Could not initialize."_s), 0);
             Tree::Instance().Clear();
         }
     }
@@ -233,18 +228,15 @@ private Q_SLOTS:
     void asksForCheapTransfer()
     {
         Startup::TraceRecorder traces;
-        publish(5, QStringLiteral("Resources"));
+        publish(5, "Resources"_s);
         Server server;
         server.init(path);
-        QCOMPARE(traces.count(QStringLiteral("OPTIMIZATION")), 0);
+        QCOMPARE(traces.count("OPTIMIZATION"_s), 0);
         const Client client;
         server.init(path);
-        QCOMPARE(client.paths,
-                 QStringList({QStringLiteral("ReplyResource"), QStringLiteral("ActualConfiguration")}));
-        QCOMPARE(traces.count(QStringLiteral("CALLING SET OPTIMIZATION IN Kolta::KoltaServerInterface")), 1);
-        QCOMPARE(traces.count(
-                     QStringLiteral("/ADMINISTRATION/Resources not yet available. cannot set optimization")),
-                 1);
+        QCOMPARE(client.paths, QStringList({"ReplyResource"_s, "ActualConfiguration"_s}));
+        QCOMPARE(traces.count("CALLING SET OPTIMIZATION IN Kolta::KoltaServerInterface"_s), 1);
+        QCOMPARE(traces.count("/ADMINISTRATION/Resources not yet available. cannot set optimization"_s), 1);
     }
 
     void registryBindsWhenServersAppear()
@@ -252,24 +244,24 @@ private Q_SLOTS:
         auto& registry = KoltaServerRegistry::Instance();
         QSignalSpy added(&registry, &KoltaServerRegistry::si_ServerAdded);
         QSignalSpy removed(&registry, &KoltaServerRegistry::si_ServerRemoved);
-        KoltaServerInterface* const first = registry.addServer(QStringLiteral("a:1"), base);
+        KoltaServerInterface* const first = registry.addServer("a:1"_s, base);
         QVERIFY(first);
-        QCOMPARE(registry.addServer(QStringLiteral("a:1"), base), first);
-        QVERIFY(!registry.addServer(QStringLiteral("b:1"), path)); // the same node
+        QCOMPARE(registry.addServer("a:1"_s, base), first);
+        QVERIFY(!registry.addServer("b:1"_s, path)); // the same node
         QVERIFY(!first->isReady());
         registry.setDiscovery(true);
         publish(5);
-        publish(5, QString(), QStringLiteral("/ConnectManager/AdminTree/S2"));
-        QTRY_COMPARE(registry.addresses(), QStringList({QStringLiteral("a:1"), QStringLiteral("S2")}));
+        publish(5, QString(), "/ConnectManager/AdminTree/S2"_s);
+        QTRY_COMPARE(registry.addresses(), QStringList({"a:1"_s, "S2"_s}));
         QVERIFY(first->isReady());
-        QVERIFY(registry.server(QStringLiteral("S2"))->isReady());
+        QVERIFY(registry.server("S2"_s)->isReady());
         QCOMPARE(registry.serverAt(base), first);
         QCOMPARE(added.count(), 2);
 
         QVERIFY(registry.removeServer(registry.addresses().first())); // a text that goes with the server
-        QVERIFY(!registry.removeServer(QStringLiteral("a:1")));
+        QVERIFY(!registry.removeServer("a:1"_s));
         QVERIFY(!registry.serverAt(base));
-        delete registry.server(QStringLiteral("S2")); // an owner that does not ask
+        delete registry.server("S2"_s); // an owner that does not ask
         QCOMPARE(removed.count(), 2);
         QVERIFY(registry.addresses().isEmpty());
     }
@@ -280,11 +272,11 @@ private Q_SLOTS:
         publish(5);
         const auto connection = connect(&registry, &KoltaServerRegistry::si_ServerAdded, this,
                                         [&](const QString& address) { registry.removeServer(address); });
-        QVERIFY(!registry.addServer(QStringLiteral("a:1"), path));
+        QVERIFY(!registry.addServer("a:1"_s, path));
         disconnect(connection);
-        QVERIFY(registry.addServer(QStringLiteral("a:1"), path)->isReady());
+        QVERIFY(registry.addServer("a:1"_s, path)->isReady());
     }
 };
 
-QTEST_GUILESS_MAIN(TestKoltaServerInterface)
+KOLTA_TEST(TestKoltaServerInterface);
 #include "tst_koltaserverinterface.moc"

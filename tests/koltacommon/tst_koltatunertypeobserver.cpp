@@ -1,4 +1,6 @@
 #include <koltacommon/koltatunertypeobserver.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QtTest>
 
@@ -19,19 +21,19 @@ private Q_SLOTS:
             types.EditTunerTypeSettings()[i].SetTypeName(QLatin1String(names[i][0]));
             types.EditTunerTypeSettings()[i].SetParamGuiXmlFormular(QLatin1String(names[i][1]));
         }
-        const QString path = QStringLiteral("/S1/ADMINISTRATION/TunerTypeOverview");
+        const QString path = "/S1/ADMINISTRATION/TunerTypeOverview"_s;
         auto* const value = values::Tree::Instance().Emplace<values::StringValue>(path, QString());
         KoltaTunerTypeObserver observer(path);
         QSignalSpy spy(&observer, &KoltaTunerTypeObserver::si_TunerTypesChanged);
         value->SetValue(types.GetXmlString());
         QVERIFY(spy.at(0).at(0).value<TunerTypeOverview>() == types);
-        QCOMPARE(observer.GetAllTunerTypes().join(QLatin1Char(' ')), QStringLiteral("EB KW EB eb"));
+        QCOMPARE(observer.GetAllTunerTypes().join(QLatin1Char(' ')), "EB KW EB eb"_s);
         // The first of exactly that name.
-        QCOMPARE(observer.GetFormularDataByTunerType(QStringLiteral("EB")), QStringLiteral("<a/>"));
-        QCOMPARE(observer.GetFormularDataByTunerType(QStringLiteral("eb")), QStringLiteral("<c/>"));
-        QCOMPARE(observer.GetFormularDataByTunerType(QStringLiteral("E")), QString());
+        QCOMPARE(observer.GetFormularDataByTunerType("EB"_s), "<a/>"_s);
+        QCOMPARE(observer.GetFormularDataByTunerType("eb"_s), "<c/>"_s);
+        QCOMPARE(observer.GetFormularDataByTunerType("E"_s), QString());
     }
 };
 
-QTEST_GUILESS_MAIN(TestKoltaTunerTypeObserver)
+KOLTA_TEST(TestKoltaTunerTypeObserver);
 #include "tst_koltatunertypeobserver.moc"

@@ -1,6 +1,10 @@
 #include "productionstory.h"
 
 #include <simulation/simulatedserver.h>
+#include <support/random.h>
+#include <support/simulated.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/hardwareprocessingcontroller.h>
@@ -27,19 +31,10 @@ using values::Tree;
 
 namespace {
 
-void turn()
-{
-    bool turned = false;
-    QTimer::singleShot(0, [&turned] { turned = true; });
-    while (!turned)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
 /// Of the administrative node, or of one below it.
 QString path(const SimulatedServer& server, const char* node = nullptr)
 {
-    return server.nodePath(QLatin1String(node)).remove(QRegularExpression(QStringLiteral("/$")));
+    return server.nodePath(QLatin1String(node)).remove(QRegularExpression("/$"_s));
 }
 
 QString pathsBelow(const QString& path)
@@ -86,23 +81,267 @@ class TestLifecycle : public QObject
 
 public Q_SLOTS:
     /// Anything may happen while somebody is told something.
-    void react();
+    void react()
+    {
+        ++m_reactions;
+        if (m_depth >= deepest || below(4) != 0)
+            return;
+        ++m_depth;
+        step();
+        --m_depth;
+    }
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-    void oneProduction();
-    void anyOrder();
+    void initTestCase()
+    {
+        ResourceOverview few = m_installation.resources();
+        auto& tuners = few.EditTuner();
+        const auto busy = [](const Tuner& tuner) { return !tuner.GetAccessible() || !tuner.GetIdle(); };
+        tuners.erase(std::remove_if(tuners.begin(), tuners.end(), busy), tuners.end());
+        tuners.resize(6);
+        m_installation.setResources(few);
+        Startup::ErrorHandler::Instance().setMask(0);
+    }
+
+    /// Whatever a test did, nothing of it is left.
+    void cleanup()
+    {
+        m_depth = deepest;
+        KoltaServerRegistry::Instance().setDiscovery(false);
+        KoltaServerRegistry::Instance().removeAllServers();
+        while (!m_loose.empty())
+            m_loose.pop_back();
+        for (auto& server : m_servers)
+            server.reset();
+        turnOnce();
+        QCOMPARE(pathsBelow("/ConnectManager/AdminTree"_s), QString());
+        Tree::Instance().Clear();
+        QCOMPARE(Tree::Instance().Size(), 0); // an observer that was forgotten would keep a tombstone
+        QCOMPARE(InstanceCount<KoltaServerInterface>::living(), 0);
+        QCOMPARE(InstanceCount<IValueChangeNotifier>::living(), 0);
+        QCOMPARE(InstanceCount<KoltaProductionControl>::living(), 0);
+        QCOMPARE(InstanceCount<TunerBookingManager>::living(), 0);
+        QCOMPARE(InstanceCount<KoltaConnection>::living(), 0);
+    }
+
+    /// From the server's appearance to clear books, with everything that is written and signalled in its
+    /// order.
+    void oneProduction()
+    {
+        KoltaServerInterface& server =
+            *KoltaServerRegistry::Instance().addServer("S1"_s, m_installation.basePath());
+        KoltaProductionControl& control = server.getProductionControl();
+        TunerBookingManager& booking = server.getBookingManager();
+        server.getProcessorObserver().setEmptyOverviewDelay(0);
+        m_servers[0] = std::make_unique<SimulatedServer>(m_installation);
+        m_servers[0]->publish();
+        turnOnce();
+        QVERIFY(server.isReady());
+        QStringList tuners;
+        for (const Tuner& tuner : m_installation.resources().GetTuner())
+            tuners.append(tuner.GetTavikResource().GetGUID());
+        Story story(server.getAdministrationBasePath());
+        story.follow(server);
+        const auto stage = [&story](const char* name) { story.add(QLatin1String(name)); };
+        const auto shown = [&server] { return server.getProcessorObserver().GetCurrentProcessors(); };
+        QString error;
+
+        stage("# own, plan, request");
+        QVERIFY(server.getGuiOwnerObserver().requestOwnership(QString()));
+        QVERIFY(booking.planTuner(tuners.at(0), error));
+        MCP asked = mcpOn(tuners.at(0), "hw_20MHz");
+        asked.EditFFP() = {ffpOn()};
+        const QUuid first = control.requestProduction(asked);
+        turnOnce();
+        stage("# refused");
+        control.requestProduction(mcpOn(tuners.at(0)));
+        turnOnce();
+        stage("# moved");
+        control.requestProduction(mcpOn(tuners.at(1)));
+        turnOnce();
+        control.requestFFPMove(guidOf(shown().GetMCP().at(0).GetFFP().at(0)), guidOf(shown().GetMCP().at(1)));
+        turnOnce();
+        stage("# dies");
+        m_servers[0]->vanish();
+        QVERIFY(shown().GetMCP().isEmpty() && control.getFrequencyRangesOfAllMCPs().isEmpty());
+        QVERIFY(control.requestProduction(asked).isNull());
+        stage("# returns");
+        m_servers[0]->comeBack();
+        turnOnce();
+        QCOMPARE(server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size(), 0);
+        stage("# again");
+        const QUuid second = control.requestProduction(asked);
+        turnOnce();
+        stage("# stopped");
+        control.StopProduction(first); // of the life before
+        control.StopProduction(second);
+        turnOnce();
+        QCOMPARE(booking.getNumberOfFreeTuners(), tuners.size());
+        QVERIFY(control.getFrequencyRangesOfAllMCPs().isEmpty() && shown().GetMCP().isEmpty());
+
+        const QString told = story.told(tuners);
+        const QString expected = QString::fromUtf8(wholeStory).simplified();
+        int same = 0;
+        while (same < told.size() && same < expected.size() && told.at(same) == expected.at(same))
+            ++same;
+        QVERIFY2(told == expected, qPrintable(told.mid(qMax(0, same - 300), 600)));
+    }
+
+    void anyOrder()
+    {
+        m_random.seed(testSeed());
+        m_depth = 0;
+        for (std::size_t i = 0; i < m_servers.size(); ++i) {
+            auto installation = m_installation;
+            installation.setServerName("S%1"_s.arg(i + 1));
+            m_servers[i] = std::make_unique<SimulatedServer>(installation);
+            QVERIFY(m_servers[i]->listen());
+            m_servers[i]->publish();
+        }
+        KoltaServerRegistry::Instance().setDiscovery(true);
+        for (int steps = 0; steps < 4000; ++steps) {
+            step();
+            if (below(4) == 0)
+                turnOnce();
+        }
+        QVERIFY(m_reactions > 1000);
+    }
 
 private:
     int below(int bound) { return static_cast<int>(m_random() % quint32(bound)); }
-    void hear(QObject& object);
-    void step();
-    void useServer(KoltaServerInterface& server);
-    void makeLoose(SimulatedServer& server);
-    void startOrStop(KoltaProductionControl& control, const QString& tuner);
+    void hear(QObject& object)
+    {
+        const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("react()"));
+        for (int i = QObject::staticMetaObject.methodCount(); i < object.metaObject()->methodCount(); ++i) {
+            const QMetaMethod method = object.metaObject()->method(i);
+            if (method.methodType() == QMetaMethod::Signal)
+                connect(&object, method, this, slot, Qt::UniqueConnection);
+        }
+    }
 
-    KoltaSimulation::Installation m_installation;
+    /// Something happens: to a server, its interface, or what was made beside it. Nothing is touched after a
+    /// call that may have told somebody of something.
+    void step()
+    {
+        auto& registry = KoltaServerRegistry::Instance();
+        SimulatedServer& simulated = *m_servers[std::size_t(below(3))];
+        const QString base = simulated.installation().basePath();
+        const QString name = simulated.installation().serverName();
+        KoltaServerInterface* const server = registry.server(name);
+        const int action = below(40);
+        if (action < 2)
+            simulated.vanish();
+        else if (action < 5)
+            simulated.comeBack();
+        else if (action < 6)
+            simulated.setWorkingState(below(14) - 3);
+        else if (action < 9)
+            simulated.setTunerIdle(simulated.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID(),
+                                   below(2) == 0);
+        else if (action < 14 && m_loose.size() < 12)
+            makeLoose(simulated);
+        else if (action < 18 && !m_loose.empty()) {
+            std::swap(m_loose.at(std::size_t(below(int(m_loose.size())))), m_loose.back());
+            const auto doomed = std::move(m_loose.back());
+            m_loose.pop_back();
+        } else if (!server) {
+            if (KoltaServerInterface* const added = registry.addServer(name, base))
+                hear(*added);
+        } else if (action < 19)
+            registry.removeServer(name);
+        else if (action < 22)
+            delete server;
+        else
+            useServer(*server);
+    }
+
+    void useServer(KoltaServerInterface& server)
+    {
+        const QString tuner = m_installation.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID();
+        hear(server);
+        using Server = KoltaServerInterface;
+        static constexpr QObject& (*parts[])(Server&) = {
+            [](Server& s) -> QObject& { return s.getResourceObserver(); },
+            [](Server& s) -> QObject& { return s.getProcessorObserver(); },
+            [](Server& s) -> QObject& { return s.getHWProcessingObserver(); },
+            [](Server& s) -> QObject& { return s.getBookingManager(); },
+            [](Server& s) -> QObject& { return s.getGuiOwnerObserver(); },
+            [](Server& s) -> QObject& { return s.getTunerClassObserver(); },
+            [](Server& s) -> QObject& { return s.getRdcObserver(); },
+            [](Server& s) -> QObject& { return s.getTunerTypeObserver(); },
+            [](Server& s) -> QObject& { return s.getProductionControl(); }};
+        hear(parts[below(int(std::size(parts)))](server));
+        QString error;
+        const int action = below(10);
+        if (action == 0)
+            server.getResourceObserver().UpdateAll();
+        else if (action == 1)
+            server.getProcessorObserver().setEmptyOverviewDelay(below(2));
+        else if (action == 2)
+            server.getHWProcessingObserver().resetHardwareProcessingList();
+        else if (action == 3 && !server.getBookingManager().planTuner(tuner, error))
+            server.getBookingManager().clearPlanning();
+        else if (action == 4)
+            server.getGuiOwnerObserver().requestOwnership(QString());
+        else
+            startOrStop(server.getProductionControl(), tuner);
+    }
+
+    void makeLoose(SimulatedServer& simulated)
+    {
+        using Server = SimulatedServer;
+        static constexpr QObject* (*makers[])(Server&) = {
+            [](Server& s) -> QObject* { return new KoltaResourceObserver(path(s, "Resources")); },
+            [](Server& s) -> QObject* { return new KoltaProcessorObserver(path(s, "ActualConfiguration")); },
+            [](Server& s) -> QObject* { return new KoltaOwnerObserver(path(s, "Owners")); },
+            [](Server& s) -> QObject* {
+                auto* const booking = new TunerBookingManager;
+                booking->init(path(s));
+                return booking;
+            },
+            [](Server& s) -> QObject* {
+                auto* const controller = new HardwareProcessingController;
+                controller->init(path(s, "ActualConfiguration"), path(s, "HardwareProcessing"));
+                return controller;
+            },
+            [](Server& s) -> QObject* {
+                auto* const control = new KoltaProductionControl;
+                try {
+                    control->init(path(s));
+                } catch (const std::exception&) { // the server is not there
+                }
+                return control;
+            },
+            [](Server& s) -> QObject* {
+                auto* const link = new KoltaConnection("loose"_s, QString(), s.hostAndPort(), false);
+                link->open();
+                link->executeRequest(new AppDescription);
+                return link;
+            }};
+        m_loose.emplace_back(makers[below(int(std::size(makers)))](simulated));
+        hear(*m_loose.back());
+    }
+
+    void startOrStop(KoltaProductionControl& control, const QString& tuner)
+    {
+        const auto mcps = control.getFrequencyRangesOfAllMCPs().keys();
+        const QUuid any = mcps.isEmpty() ? QUuid::createUuid() : mcps.at(below(mcps.size()));
+        const int action = below(8);
+        if (action == 0)
+            control.StopAllProductions();
+        else if (action == 1)
+            control.StopProductions(QList<QUuid>{any, QUuid(), any});
+        else if (action == 2)
+            control.requestFFPMove(any, any);
+        else if (action == 3)
+            control.requestProduction(ffpOn(), false, any);
+        else if (action == 4)
+            control.requestProduction(scpOn(tuner));
+        else
+            control.requestProduction(mcpOn(tuner, below(2) ? "hw" : "sw"));
+    }
+
+    KoltaSimulation::Installation m_installation = sampleInstallation();
     std::array<std::unique_ptr<SimulatedServer>, 3> m_servers;
     std::vector<std::unique_ptr<QObject>> m_loose; ///< that belong to no interface
     std::mt19937 m_random;
@@ -111,268 +350,5 @@ private:
     int m_reactions = 0;
 };
 
-void TestLifecycle::initTestCase()
-{
-    QString error;
-    QVERIFY2(m_installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
-    ResourceOverview few = m_installation.resources();
-    auto& tuners = few.EditTuner();
-    const auto busy = [](const Tuner& tuner) { return !tuner.GetAccessible() || !tuner.GetIdle(); };
-    tuners.erase(std::remove_if(tuners.begin(), tuners.end(), busy), tuners.end());
-    tuners.resize(6);
-    m_installation.setResources(few);
-    Startup::ErrorHandler::Instance().setMask(0);
-}
-
-/// Whatever a test did, nothing of it is left.
-void TestLifecycle::cleanup()
-{
-    m_depth = deepest;
-    KoltaServerRegistry::Instance().setDiscovery(false);
-    KoltaServerRegistry::Instance().removeAllServers();
-    while (!m_loose.empty())
-        m_loose.pop_back();
-    for (auto& server : m_servers)
-        server.reset();
-    turn();
-    QCOMPARE(pathsBelow(QStringLiteral("/ConnectManager/AdminTree")), QString());
-    Tree::Instance().Clear();
-    QCOMPARE(Tree::Instance().Size(), 0); // an observer that was forgotten would keep a tombstone
-    QCOMPARE(InstanceCount<KoltaServerInterface>::living(), 0);
-    QCOMPARE(InstanceCount<IValueChangeNotifier>::living(), 0);
-    QCOMPARE(InstanceCount<KoltaProductionControl>::living(), 0);
-    QCOMPARE(InstanceCount<TunerBookingManager>::living(), 0);
-    QCOMPARE(InstanceCount<KoltaConnection>::living(), 0);
-}
-
-/// From the server's appearance to clear books, with everything that is written and signalled in its order.
-void TestLifecycle::oneProduction()
-{
-    KoltaServerInterface& server =
-        *KoltaServerRegistry::Instance().addServer(QStringLiteral("S1"), m_installation.basePath());
-    KoltaProductionControl& control = server.getProductionControl();
-    TunerBookingManager& booking = server.getBookingManager();
-    server.getProcessorObserver().setEmptyOverviewDelay(0);
-    m_servers[0] = std::make_unique<SimulatedServer>(m_installation);
-    m_servers[0]->publish();
-    turn();
-    QVERIFY(server.isReady());
-    QStringList tuners;
-    for (const Tuner& tuner : m_installation.resources().GetTuner())
-        tuners.append(tuner.GetTavikResource().GetGUID());
-    Story story(server.getAdministrationBasePath());
-    story.hear(server);
-    const auto stage = [&story](const char* name) { story.say(QLatin1String(name)); };
-    const auto shown = [&server] { return server.getProcessorObserver().GetCurrentProcessors(); };
-    QString error;
-
-    stage("# own, plan, request");
-    QVERIFY(server.getGuiOwnerObserver().requestOwnership(QString()));
-    QVERIFY(booking.planTuner(tuners.at(0), error));
-    MCP asked = mcpOn(tuners.at(0), "hw_20MHz");
-    asked.EditFFP() = {ffpOn()};
-    const QUuid first = control.requestProduction(asked);
-    turn();
-    stage("# refused");
-    control.requestProduction(mcpOn(tuners.at(0)));
-    turn();
-    stage("# moved");
-    control.requestProduction(mcpOn(tuners.at(1)));
-    turn();
-    control.requestFFPMove(guidOf(shown().GetMCP().at(0).GetFFP().at(0)), guidOf(shown().GetMCP().at(1)));
-    turn();
-    stage("# dies");
-    m_servers[0]->vanish();
-    QVERIFY(shown().GetMCP().isEmpty() && control.getFrequencyRangesOfAllMCPs().isEmpty());
-    QVERIFY(control.requestProduction(asked).isNull());
-    stage("# returns");
-    m_servers[0]->comeBack();
-    turn();
-    QCOMPARE(server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size(), 0);
-    stage("# again");
-    const QUuid second = control.requestProduction(asked);
-    turn();
-    stage("# stopped");
-    control.StopProduction(first); // of the life before
-    control.StopProduction(second);
-    turn();
-    QCOMPARE(booking.getNumberOfFreeTuners(), tuners.size());
-    QVERIFY(control.getFrequencyRangesOfAllMCPs().isEmpty() && shown().GetMCP().isEmpty());
-
-    const QString told = story.told(tuners);
-    const QString expected = QString::fromUtf8(wholeStory).simplified();
-    int same = 0;
-    while (same < told.size() && same < expected.size() && told.at(same) == expected.at(same))
-        ++same;
-    QVERIFY2(told == expected, qPrintable(told.mid(qMax(0, same - 300), 600)));
-}
-
-void TestLifecycle::hear(QObject& object)
-{
-    const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("react()"));
-    for (int i = QObject::staticMetaObject.methodCount(); i < object.metaObject()->methodCount(); ++i) {
-        const QMetaMethod method = object.metaObject()->method(i);
-        if (method.methodType() == QMetaMethod::Signal)
-            connect(&object, method, this, slot, Qt::UniqueConnection);
-    }
-}
-
-void TestLifecycle::react()
-{
-    ++m_reactions;
-    if (m_depth >= deepest || below(4) != 0)
-        return;
-    ++m_depth;
-    step();
-    --m_depth;
-}
-
-/// Something happens: to a server, its interface, or what was made beside it. Nothing is touched after a call
-/// that may have told somebody of something.
-void TestLifecycle::step()
-{
-    auto& registry = KoltaServerRegistry::Instance();
-    SimulatedServer& simulated = *m_servers[std::size_t(below(3))];
-    const QString base = simulated.installation().basePath();
-    const QString name = simulated.installation().serverName();
-    KoltaServerInterface* const server = registry.server(name);
-    const int action = below(40);
-    if (action < 2)
-        simulated.vanish();
-    else if (action < 5)
-        simulated.comeBack();
-    else if (action < 6)
-        simulated.setWorkingState(below(14) - 3);
-    else if (action < 9)
-        simulated.setTunerIdle(simulated.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID(),
-                               below(2) == 0);
-    else if (action < 14 && m_loose.size() < 12)
-        makeLoose(simulated);
-    else if (action < 18 && !m_loose.empty()) {
-        std::swap(m_loose.at(std::size_t(below(int(m_loose.size())))), m_loose.back());
-        const auto doomed = std::move(m_loose.back());
-        m_loose.pop_back();
-    } else if (!server) {
-        if (KoltaServerInterface* const added = registry.addServer(name, base))
-            hear(*added);
-    } else if (action < 19)
-        registry.removeServer(name);
-    else if (action < 22)
-        delete server;
-    else
-        useServer(*server);
-}
-
-void TestLifecycle::makeLoose(SimulatedServer& simulated)
-{
-    using Server = SimulatedServer;
-    static constexpr QObject* (*makers[])(Server&) = {
-        [](Server& s) -> QObject* { return new KoltaResourceObserver(path(s, "Resources")); },
-        [](Server& s) -> QObject* { return new KoltaProcessorObserver(path(s, "ActualConfiguration")); },
-        [](Server& s) -> QObject* { return new KoltaOwnerObserver(path(s, "Owners")); },
-        [](Server& s) -> QObject* {
-            auto* const booking = new TunerBookingManager;
-            booking->init(path(s));
-            return booking;
-        },
-        [](Server& s) -> QObject* {
-            auto* const controller = new HardwareProcessingController;
-            controller->init(path(s, "ActualConfiguration"), path(s, "HardwareProcessing"));
-            return controller;
-        },
-        [](Server& s) -> QObject* {
-            auto* const control = new KoltaProductionControl;
-            try {
-                control->init(path(s));
-            } catch (const std::exception&) { // the server is not there
-            }
-            return control;
-        },
-        [](Server& s) -> QObject* {
-            auto* const link =
-                new KoltaConnection(QStringLiteral("loose"), QString(), s.hostAndPort(), false);
-            link->open();
-            link->executeRequest(new AppDescription);
-            return link;
-        }};
-    m_loose.emplace_back(makers[below(int(std::size(makers)))](simulated));
-    hear(*m_loose.back());
-}
-
-void TestLifecycle::useServer(KoltaServerInterface& server)
-{
-    const QString tuner = m_installation.resources().GetTuner().at(below(6)).GetTavikResource().GetGUID();
-    hear(server);
-    using Server = KoltaServerInterface;
-    static constexpr QObject& (*parts[])(Server&) = {
-        [](Server& s) -> QObject& { return s.getResourceObserver(); },
-        [](Server& s) -> QObject& { return s.getProcessorObserver(); },
-        [](Server& s) -> QObject& { return s.getHWProcessingObserver(); },
-        [](Server& s) -> QObject& { return s.getBookingManager(); },
-        [](Server& s) -> QObject& { return s.getGuiOwnerObserver(); },
-        [](Server& s) -> QObject& { return s.getTunerClassObserver(); },
-        [](Server& s) -> QObject& { return s.getRdcObserver(); },
-        [](Server& s) -> QObject& { return s.getTunerTypeObserver(); },
-        [](Server& s) -> QObject& { return s.getProductionControl(); }};
-    hear(parts[below(int(std::size(parts)))](server));
-    QString error;
-    const int action = below(10);
-    if (action == 0)
-        server.getResourceObserver().UpdateAll();
-    else if (action == 1)
-        server.getProcessorObserver().setEmptyOverviewDelay(below(2));
-    else if (action == 2)
-        server.getHWProcessingObserver().resetHardwareProcessingList();
-    else if (action == 3 && !server.getBookingManager().planTuner(tuner, error))
-        server.getBookingManager().clearPlanning();
-    else if (action == 4)
-        server.getGuiOwnerObserver().requestOwnership(QString());
-    else
-        startOrStop(server.getProductionControl(), tuner);
-}
-
-void TestLifecycle::startOrStop(KoltaProductionControl& control, const QString& tuner)
-{
-    const auto mcps = control.getFrequencyRangesOfAllMCPs().keys();
-    const QUuid any = mcps.isEmpty() ? QUuid::createUuid() : mcps.at(below(mcps.size()));
-    const int action = below(8);
-    if (action == 0)
-        control.StopAllProductions();
-    else if (action == 1)
-        control.StopProductions(QList<QUuid>{any, QUuid(), any});
-    else if (action == 2)
-        control.requestFFPMove(any, any);
-    else if (action == 3)
-        control.requestProduction(ffpOn(), false, any);
-    else if (action == 4)
-        control.requestProduction(scpOn(tuner));
-    else
-        control.requestProduction(mcpOn(tuner, below(2) ? "hw" : "sw"));
-}
-
-void TestLifecycle::anyOrder()
-{
-    bool given = false;
-    const uint chosen = qEnvironmentVariable("KOLTA_TEST_SEED").toUInt(&given);
-    const uint seed = given ? chosen : QRandomGenerator::global()->generate();
-    qInfo("KOLTA_TEST_SEED=%u", seed);
-    m_random.seed(seed);
-    m_depth = 0;
-    for (std::size_t i = 0; i < m_servers.size(); ++i) {
-        auto installation = m_installation;
-        installation.setServerName(QStringLiteral("S%1").arg(i + 1));
-        m_servers[i] = std::make_unique<SimulatedServer>(installation);
-        QVERIFY(m_servers[i]->listen());
-        m_servers[i]->publish();
-    }
-    KoltaServerRegistry::Instance().setDiscovery(true);
-    for (int steps = 0; steps < 4000; ++steps) {
-        step();
-        if (below(4) == 0)
-            turn();
-    }
-    QVERIFY(m_reactions > 1000);
-}
-
-QTEST_GUILESS_MAIN(TestLifecycle)
+KOLTA_TEST(TestLifecycle);
 #include "tst_lifecycle.moc"

@@ -1,8 +1,11 @@
-#include "scriptedpeer.h"
+#include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/linkkeeper.h>
 #include <koltacommon/requestoperation.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/cfgcenter.h>
 
@@ -23,11 +26,6 @@ using State = LinkKeeper::State;
 
 namespace {
 
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
 /// Notes its end in a list: its name when it is answered, with reason and "+" (it was sent) when it is
 /// abandoned.
 class Noted : public Kolta::GeneralRequest
@@ -36,7 +34,10 @@ public:
     using Action = std::function<Kolta::ptrKoltaRequest()>;
 
     Noted(const char* component, QStringList& list, const Action& onEnd = Action())
-        : GeneralRequest(makeRequest(text(component))), m_name(text(component)), m_list(list), m_action(onEnd)
+        : GeneralRequest(makeRequest(QString::fromLatin1(component)))
+        , m_name(QString::fromLatin1(component))
+        , m_list(list)
+        , m_action(onEnd)
     {
     }
     Kolta::ptrKoltaRequest processReply(XmlCommon::ptrCXmlMessage) override
@@ -46,7 +47,7 @@ public:
     }
     void abandoned(Abandonment why, bool wasSent) override
     {
-        m_list.append(m_name + QString::number(int(why)) + text(wasSent ? "+" : ""));
+        m_list.append(m_name + QString::number(int(why)) + QString::fromLatin1(wasSent ? "+" : ""));
         if (m_action)
             m_action();
     }
@@ -83,23 +84,20 @@ class tst_LinkKeeper : public QObject
     void answerAllBut(const char* component, const std::function<void()>& then = {})
     {
         peer->rule = [=](const CXmlMessage& request) {
-            if (request.getFragment(0).getComponentName() != text(component))
+            if (request.getFragment(0).getComponentName() != QString::fromLatin1(component))
                 peer->answer(request);
             else if (then)
                 then();
         };
     }
-    QString sent() const
-    {
-        return peer->log.filter(QRegularExpression(text(":[a-z]:"))).join(QLatin1Char(' '));
-    }
+    QString sent() const { return peer->log.filter(QRegularExpression(":[a-z]:"_s)).join(QLatin1Char(' ')); }
 
 private Q_SLOTS:
     void init()
     {
         replacement = std::make_unique<Startup::Clock::Replacement>(clock);
         peer = std::make_unique<ScriptedPeer>();
-        keeper = new LinkKeeper(text("K"), text("1"), peer->host(), nullptr);
+        keeper = new LinkKeeper("K"_s, "1"_s, peer->host(), nullptr);
         LinkKeeper::Settings settings;
         settings.loadFaultTexts = false;
         keeper->setSettings(settings);
@@ -121,11 +119,11 @@ private Q_SLOTS:
         for (const char* component : {"a", "b"})
             execute(component, component[0] == 'b');
         execute("r", false, {}, LinkKeeper::WhileDown::Refuse);
-        QCOMPARE(ends, QStringList{text("r0")});
+        QCOMPARE(ends, QStringList{"r0"_s});
         answerAllBut("b", [&] { peer->link->close(); });
         keeper->open();
         QVERIFY(reaches(State::Waiting));
-        QCOMPARE(keeper->lastError(), text("RemoteHostClosed"));
+        QCOMPARE(keeper->lastError(), "RemoteHostClosed"_s);
         QVERIFY(keeper->waitingMs() >= 150 && keeper->waitingMs() <= 250);
         execute("c");
         answerAllBut("c", [&] { peer->link->close(); });
@@ -136,12 +134,12 @@ private Q_SLOTS:
         execute("e", false, []() -> Kolta::ptrKoltaRequest { throw std::runtime_error("goes no further"); });
         peer->rule = {};
         keeper->open(); // does not wait for the pause
-        QTRY_COMPARE(ends.join(QLatin1Char(' ')), text("r0 a b c2+ d e f"));
-        QCOMPARE(sent(), text("1:a:1 1:b:1 2:b:1 2:c:1 3:d:1 3:e:1 3:f:1"));
+        QTRY_COMPARE(ends.join(QLatin1Char(' ')), "r0 a b c2+ d e f"_s);
+        QCOMPARE(sent(), "1:a:1 1:b:1 2:b:1 2:c:1 3:d:1 3:e:1 3:f:1"_s);
         QCOMPARE(keeper->state(), State::Up);
         execute("g", true);
         keeper->close();
-        QCOMPARE(ends.last(), text("g1+"));
+        QCOMPARE(ends.last(), "g1+"_s);
         QCOMPARE(keeper->state(), State::Off);
     }
 
@@ -152,7 +150,7 @@ private Q_SLOTS:
         keeper->setEventFilterRequests({filter, empty});
         execute("a");
         keeper->open();
-        QTRY_COMPARE(ends, (QStringList{text("filter"), text("a")}));
+        QTRY_COMPARE(ends, (QStringList{"filter"_s, "a"_s}));
         keeper->setEventFilterRequests({});
         ends.clear();
         peer->link->close();
@@ -160,7 +158,7 @@ private Q_SLOTS:
         endPause();
         QVERIFY(reaches(State::Up));
         QVERIFY(ends.isEmpty());
-        QCOMPARE(peer->log.last(), text("2:Application:1"));
+        QCOMPARE(peer->log.last(), "2:Application:1"_s);
     }
 
     void doesNotStormAServerThatCutsEveryLink()
@@ -168,7 +166,7 @@ private Q_SLOTS:
         peer->rule = [&](const CXmlMessage& request) {
             peer->answer(request);
             if (request.getServiceType() == CXmlMessage::eSERVICE_QUERY ||
-                !request.getFragment(0).getComponentName().contains(text("RequestTree")))
+                !request.getFragment(0).getComponentName().contains("RequestTree"_s))
                 peer->link->close();
         };
         keeper->open();
@@ -209,20 +207,20 @@ private Q_SLOTS:
             endPause();
         }
         QVERIFY(clock.now() - returned <= 31000);
-        QTRY_COMPARE(ends, QStringList{text("a")});
+        QTRY_COMPARE(ends, QStringList{"a"_s});
     }
 
     void endsALinkWhoseAnswerDoesNotCome()
     {
         answerAllBut("a", [&] {
             for (int i = 0; i < 100; ++i)
-                peer->send(*makeRequest(text("x"), CXmlMessage::eSERVICE_BROADCAST));
+                peer->send(*makeRequest("x"_s, CXmlMessage::eSERVICE_BROADCAST));
         });
         int broadcasts = 0;
         connect(keeper, &LinkKeeper::Broadcast, this, [&] { ++broadcasts; });
         execute("a", true);
         execute("b");
-        RequestOperation waiting(*keeper, makeRequest(text("w")), nullptr);
+        RequestOperation waiting(*keeper, makeRequest("w"_s), nullptr);
         keeper->open();
         QTRY_COMPARE(broadcasts, 100);
         waiting.cancel();
@@ -230,12 +228,12 @@ private Q_SLOTS:
         clock.advance(89999);
         QVERIFY(ends.isEmpty());
         clock.advance(1);
-        QCOMPARE(ends, QStringList{text("a3+")});
+        QCOMPARE(ends, QStringList{"a3+"_s});
         execute("c"); // this link takes no more
         QVERIFY(reaches(State::Waiting));
         endPause();
-        QTRY_COMPARE(ends, (QStringList{text("a3+"), text("b"), text("c")}));
-        QCOMPARE(sent(), text("1:a:1 2:b:1 2:c:1"));
+        QTRY_COMPARE(ends, (QStringList{"a3+"_s, "b"_s, "c"_s}));
+        QCOMPARE(sent(), "1:a:1 2:b:1 2:c:1"_s);
     }
 
     void givesUp()
@@ -254,7 +252,7 @@ private Q_SLOTS:
             endPause();
         }
         execute("c");
-        QCOMPARE(ends, (QStringList{text("b0"), text("a2"), text("c0")}));
+        QCOMPARE(ends, (QStringList{"b0"_s, "a2"_s, "c0"_s}));
     }
 
     void tellsFaultsOfRequestsThatDoNotHandleThem()
@@ -265,23 +263,22 @@ private Q_SLOTS:
         keeper->open();
         QVERIFY(reaches(State::Up));
         peer->rule = [&](const CXmlMessage& request) { peer->answerWithFault(request, 7); };
-        RequestOperation own(*keeper, makeRequest(text("o")), nullptr);
+        RequestOperation own(*keeper, makeRequest("o"_s), nullptr);
         execute("a");
         QTRY_VERIFY(own.isFinished() && faults.size() == 1);
         QCOMPARE(own.reason(), Operation::Reason::Fault);
         QVERIFY(ends.isEmpty());
         peer->rule = {};
         execute("b");
-        QTRY_COMPARE(ends, QStringList{text("b")});
+        QTRY_COMPARE(ends, QStringList{"b"_s});
     }
 
     void mayBeDeletedOrClosedAnywhere_data()
     {
-        QTest::addColumn<QString>("where");
-        QTest::addColumn<bool>("close");
+        const Rows<QString, bool> row("where close");
         for (const bool close : {false, true}) {
             for (const char* where : {"Connecting", "Up", "Waiting", "reply", "abandoned"})
-                QTest::addRow("%s, %s", where, close ? "closed" : "deleted") << text(where) << close;
+                row(qPrintable(QLatin1String(where) + (close ? ", closed"_s : ", deleted"_s)), where, close);
         }
     }
     void mayBeDeletedOrClosedAnywhere()
@@ -295,40 +292,40 @@ private Q_SLOTS:
             return Kolta::ptrKoltaRequest();
         };
         connect(keeper, &LinkKeeper::stateChanged, this, [&](State state) {
-            if (where == text(QMetaEnum::fromType<State>().valueToKey(int(state))))
+            if (where == QString::fromLatin1(QMetaEnum::fromType<State>().valueToKey(int(state))))
                 end();
         });
-        execute("a", false, where == text("reply") ? Noted::Action(end) : Noted::Action());
-        execute("b", false, where == text("abandoned") ? Noted::Action(end) : Noted::Action());
+        execute("a", false, where == "reply"_s ? Noted::Action(end) : Noted::Action());
+        execute("b", false, where == "abandoned"_s ? Noted::Action(end) : Noted::Action());
         execute("c");
         answerAllBut("b", [&] { peer->link->close(); });
         keeper->open();
         QTRY_VERIFY(ended);
         QTRY_COMPARE(peer->linksClosed, peer->linksOpened);
-        QTRY_VERIFY(ends.size() == 3 || where == text("Waiting"));
+        QTRY_VERIFY(ends.size() == 3 || where == "Waiting"_s);
         QVERIFY(close ? keeper->state() == State::Off : keeper.isNull());
-        QCOMPARE(ends.last().left(2), text("c1"));
+        QCOMPARE(ends.last().left(2), "c1"_s);
     }
 
     void isConfigured()
     {
         QTemporaryDir folder;
-        QVERIFY(Startup::CfgCenter::Instance().Open(folder.filePath(text("kolta.ini"))));
+        QVERIFY(Startup::CfgCenter::Instance().Open(folder.filePath("kolta.ini"_s)));
         const auto set = [](const char* key, const QVariant& value) {
-            Startup::CfgCenter::Instance().SetValue(text("Link"), text(key), value);
+            Startup::CfgCenter::Instance().SetValue("Link"_s, QString::fromLatin1(key), value);
         };
         set("firstPauseMs", 500);
         set("longestPauseMs", 100); // shorter than the first
-        set("jitter", text("much"));
+        set("jitter", "much"_s);
         set("loadFaultTexts", false);
         const auto settings = LinkKeeper::Settings::configured();
         QCOMPARE(settings.firstPauseMs, 500);
         QCOMPARE(settings.longestPauseMs, 30000);
         QCOMPARE(settings.jitter, 0.25);
         QVERIFY(!settings.loadFaultTexts);
-        Startup::CfgCenter::Instance().Open(text("/nonexistent/kolta.ini"));
+        Startup::CfgCenter::Instance().Open("/nonexistent/kolta.ini"_s);
     }
 };
 
-QTEST_GUILESS_MAIN(tst_LinkKeeper)
+KOLTA_TEST(tst_LinkKeeper);
 #include "tst_linkkeeper.moc"

@@ -1,4 +1,7 @@
 #include <koltacommon/operation.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 
@@ -81,43 +84,37 @@ private Q_SLOTS:
         const auto listen = [&told](Probe& probe, const QString& name) {
             connect(&probe, &Operation::finished, &probe, [&told, name] { told.append(name); });
         };
-        listen(one, QStringLiteral("one"));
-        listen(two, QStringLiteral("two"));
+        listen(one, "one"_s);
+        listen(two, "two"_s);
         QCoreApplication::processEvents();
         QVERIFY(one.hasBegun() && !one.isFinished());
 
-        two.settle(State::Lost, Effect::Unknown, Reason::LinkEnded, QStringLiteral("first"));
+        two.settle(State::Lost, Effect::Unknown, Reason::LinkEnded, "first"_s);
         two.settleDone();
         one.settleDone();
         one.cancel();
         QVERIFY(told.isEmpty());
         QCOMPARE(two.cleanUps, 1);
         one.then(this, [&](Operation& operation) {
-            told.append(QStringLiteral("then"));
-            operation.then(this, [&](Operation&) { told.append(QStringLiteral("later")); });
+            told.append("then"_s);
+            operation.then(this, [&](Operation&) { told.append("later"_s); });
         });
-        QTRY_COMPARE(told.join(QLatin1Char(' ')), QStringLiteral("two one then later"));
+        QTRY_COMPARE(told.join(QLatin1Char(' ')), "two one then later"_s);
         QCOMPARE(two.state(), State::Lost);
-        QCOMPARE(two.text(), QStringLiteral("first"));
+        QCOMPARE(two.text(), "first"_s);
         QCOMPARE(one.state(), State::Done);
         QVERIFY(one.text().isEmpty());
     }
 
     void endsByTimeOrCancelling_data()
     {
-        QTest::addColumn<int>("cancelAt"); // -2: never, -1: before it begins, else milliseconds
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<int>("endsAt");
-        QTest::addColumn<State>("state");
-        QTest::addColumn<Effect>("effect");
-        QTest::newRow("time") << -2 << 5000 << 5000 << State::TimedOut << Effect::Unknown;
-        QTest::newRow("cancelled before it began") << -1 << 5000 << 0 << State::Cancelled << Effect::None;
-        QTest::newRow("cancelled, never taken back")
-            << 1000 << 60000 << 11000 << State::Cancelled << Effect::Unknown;
-        QTest::newRow("cancelled shortly before the limit")
-            << 4000 << 5000 << 5000 << State::Cancelled << Effect::Unknown;
-        QTest::newRow("cancelled without limit")
-            << 1000 << -1 << 11000 << State::Cancelled << Effect::Unknown;
+        const Rows<int, int, int, State, Effect> row(
+            "cancelAt limit endsAt state effect"); // -2: never, -1: before it begins, else milliseconds
+        row("time", -2, 5000, 5000, State::TimedOut, Effect::Unknown);
+        row("cancelled before it began", -1, 5000, 0, State::Cancelled, Effect::None);
+        row("cancelled, never taken back", 1000, 60000, 11000, State::Cancelled, Effect::Unknown);
+        row("cancelled shortly before the limit", 4000, 5000, 5000, State::Cancelled, Effect::Unknown);
+        row("cancelled without limit", 1000, -1, 11000, State::Cancelled, Effect::Unknown);
     }
     void endsByTimeOrCancelling()
     {
@@ -148,10 +145,10 @@ private Q_SLOTS:
 
     void mayDieAnywhere_data()
     {
-        QTest::addColumn<QString>("where");
+        const Rows<QString> row("where");
         for (const char* where :
              {"before", "begin", "cancel", "time", "cleanup", "finished", "then", "context"})
-            QTest::newRow(where) << QString::fromLatin1(where);
+            row(where, where);
     }
     void mayDieAnywhere()
     {
@@ -170,34 +167,32 @@ private Q_SLOTS:
         at("cancel", probe->onCancel);
         at("time", probe->onTime);
         at("cleanup", probe->onCleanUp);
-        if (where == QLatin1String("finished"))
+        if (where == "finished"_s)
             connect(probe, &Operation::finished, this, die);
         probe->then(context, [&](Operation&) {
             ++told;
-            if (where == QLatin1String("then"))
+            if (where == "then"_s)
                 die();
         });
         probe->then(context, [&](Operation&) { ++told; });
-        if (where == QLatin1String("context"))
+        if (where == "context"_s)
             delete context;
-        if (where == QLatin1String("before"))
+        if (where == "before"_s)
             die();
         QCoreApplication::processEvents();
-        if (probe && where == QLatin1String("cancel"))
+        if (probe && where == "cancel"_s)
             probe->cancel();
         clock.advance(1000);
         QCoreApplication::processEvents();
-        QCOMPARE(told, where == QLatin1String("then") ? 1 : 0);
-        QCOMPARE(probe.isNull(), where != QLatin1String("context"));
+        QCOMPARE(told, where == "then"_s ? 1 : 0);
+        QCOMPARE(probe.isNull(), where != "context"_s);
     }
 
     void survivesExceptions_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<State>("state");
-        QTest::addColumn<Effect>("effect");
-        QTest::newRow("begin") << false << State::Refused << Effect::None;
-        QTest::newRow("cancel") << true << State::Cancelled << Effect::Unknown;
+        const Rows<bool, State, Effect> row("cancel state effect");
+        row("begin", false, State::Refused, Effect::None);
+        row("cancel", true, State::Cancelled, Effect::Unknown);
     }
     void survivesExceptions()
     {
@@ -216,7 +211,7 @@ private Q_SLOTS:
         QTRY_COMPARE(told, 1);
         QTEST(probe.state(), "state");
         QTEST(probe.effect(), "effect");
-        QCOMPARE(recorder.count(QStringLiteral("broken")), 4);
+        QCOMPARE(recorder.count("broken"_s), 4);
     }
 
     void isWaitedForAtTheEnd()
@@ -224,7 +219,7 @@ private Q_SLOTS:
         replacement.reset(); // real time
         QPointer<Probe> probe = new Probe;
         probe->deleteWhenFinished();
-        probe->onBegin = [&] { probe->setProgress(QStringLiteral("working")); };
+        probe->onBegin = [&] { probe->setProgress("working"_s); };
         QSignalSpy progress(probe, &Operation::progressed);
         connect(probe, &Operation::progressed, probe, [&] { probe->settleDone(); });
         QVERIFY(Operation::settleAll(5000));
@@ -235,5 +230,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Operation)
+KOLTA_TEST(tst_Operation);
 #include "tst_operation.moc"

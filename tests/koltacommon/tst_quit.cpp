@@ -1,7 +1,10 @@
-#include "peerthread.h"
-#include "scriptedpeer.h"
+#include <support/peerthread.h>
+#include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -17,16 +20,11 @@ using Kolta::KoltaConnection;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int slowness = 5;
-#else
-constexpr int slowness = 1;
-#endif
 constexpr int megabyte = 1024 * 1024;
 
 KoltaConnection* connectionTo(const QString& host, QObject* parent)
 {
-    auto* const connection = new KoltaConnection(QStringLiteral("K"), QStringLiteral("1.0"), host, false);
+    auto* const connection = new KoltaConnection("K"_s, "1.0"_s, host, false);
     connection->setParent(parent);
     return connection;
 }
@@ -37,9 +35,9 @@ int runApplication(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    const QString tuner = QStringLiteral("Tuner");
+    const QString tuner = "Tuner"_s;
     QObject local;
-    QObject* const owner = arguments.at(2) == QStringLiteral("local") ? &local : &application;
+    QObject* const owner = arguments.at(2) == "local"_s ? &local : &application;
     for (const QString& host : arguments.mid(3)) {
         KoltaConnection* const connection = connectionTo(host, owner);
         connection->executeRequest(new Kolta::GeneralRequest(makeRequest(tuner, 1, 16 * megabyte)));
@@ -65,6 +63,40 @@ int runApplication(int argc, char** argv)
     return application.exec();
 }
 
+/// The application as a process.
+class Application
+{
+public:
+    explicit Application(const QStringList& arguments)
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("KOLTA_TRACE_MASK"_s, "0"_s);
+        m_process.setProcessEnvironment(environment);
+        m_process.start(QCoreApplication::applicationFilePath(), arguments);
+    }
+    /// Waits until it has quit; true when it did so as it should.
+    bool ends()
+    {
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(60000)) {
+        }
+        QElapsedTimer clock;
+        clock.start();
+        const QByteArray line = m_process.readLine().trimmed();
+        latest = line.mid(5).toInt();
+        const bool isOver = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(60000);
+        endedAfter = clock.elapsed();
+        return isOver && line.startsWith("late ") && m_process.exitStatus() == QProcess::NormalExit &&
+               m_process.exitCode() == 0;
+    }
+
+    int latest = 0; ///< milliseconds that its timers were late at most
+    qint64 endedAfter = 0;
+
+private:
+    QProcess m_process;
+};
+
 } // namespace
 
 class tst_Quit : public QObject
@@ -74,9 +106,9 @@ class tst_Quit : public QObject
 private Q_SLOTS:
     void applicationsQuitAtOnce_data()
     {
-        QTest::addColumn<QString>("owner");
-        QTest::newRow("connections die before the application") << QStringLiteral("local");
-        QTest::newRow("connections die with the application") << QStringLiteral("application");
+        const Rows<QString> row("owner");
+        row("connections die before the application", "local"_s);
+        row("connections die with the application", "application"_s);
     }
     void applicationsQuitAtOnce()
     {
@@ -97,36 +129,21 @@ private Q_SLOTS:
         QTcpSocket guest;
         guest.connectToHost(blackHole.serverAddress(), blackHole.serverPort());
         QVERIFY(guest.waitForConnected(5000));
-        const QString blackHoleHost = QStringLiteral("127.0.0.1:%1").arg(blackHole.serverPort());
+        const QString blackHoleHost = "127.0.0.1:%1"_s.arg(blackHole.serverPort());
 
-        QProcess process;
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("KOLTA_TRACE_MASK"), QStringLiteral("0"));
-        process.setProcessEnvironment(environment);
-        process.start(QCoreApplication::applicationFilePath(),
-                      {QStringLiteral("quit"), owner, silent.host(), closing.host(), stuck.host(),
-                       cutting.host(), blackHoleHost});
-        QTRY_VERIFY_WITH_TIMEOUT(process.canReadLine() || process.state() == QProcess::NotRunning,
-                                 10000 * slowness);
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(process.state() == QProcess::NotRunning || process.waitForFinished(5000 * slowness));
-        const QByteArray line = process.readLine().trimmed();
-        qInfo("timers %s ms, end after %lld ms", line.constData(), static_cast<long long>(clock.elapsed()));
-        QVERIFY2(clock.elapsed() < 1000 * slowness, "took too long to end");
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 0);
-        QVERIFY2(line.startsWith("late ") && line.mid(5).toInt() <= 200 * slowness, line.constData());
+        // An application without connections shows how late timers are on this machine at this time anyway.
+        Application idle({"quit"_s, owner});
+        Application busy(
+            {"quit"_s, owner, silent.host(), closing.host(), stuck.host(), cutting.host(), blackHoleHost});
+        QVERIFY(idle.ends() && busy.ends());
+        qInfo("timers %d ms late and %d ms without connections, end after %lld ms", busy.latest, idle.latest,
+              static_cast<long long>(busy.endedAfter));
+        const int slowness = 1 + idle.latest / 5;
+        QVERIFY(busy.latest <= 200 * slowness);
+        QVERIFY2(busy.endedAfter < 1000 * slowness, "took too long to end");
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (argc > 3 && qstrcmp(argv[1], "quit") == 0)
-        return runApplication(argc, argv);
-    QCoreApplication application(argc, argv);
-    tst_Quit test;
-    return QTest::qExec(&test, argc, argv);
-}
+static const TestProgram quitting("quit", &runApplication);
+KOLTA_TEST(tst_Quit);
 #include "tst_quit.moc"

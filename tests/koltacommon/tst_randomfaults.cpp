@@ -1,9 +1,13 @@
-#include "rununtil.h"
-#include "scriptedpeer.h"
+#include <support/rununtil.h>
+#include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 #include <simulation/serverthread.h>
+#include <support/random.h>
+#include <support/simulated.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 
@@ -18,11 +22,6 @@ using Kolta::ParameterRequest;
 using Kolta::ptrKoltaRequest;
 
 namespace {
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 struct Random
 {
@@ -59,9 +58,9 @@ public Q_SLOTS:
         fragment.getFaultTree().getAddendum(0, component);
         while (!m_queue.empty() && m_queue.front() == startUp)
             m_queue.pop_front();
-        if (m_queue.empty() || component != QStringLiteral("n%1").arg(m_queue.front()) ||
+        if (m_queue.empty() || component != "n%1"_s.arg(m_queue.front()) ||
             component != fragment.getComponentName()) {
-            complain(QStringLiteral("unexpected reply ") + component);
+            complain("unexpected reply "_s + component);
             return;
         }
         m_queue.pop_front();
@@ -82,7 +81,7 @@ private:
     }
     void reopen()
     {
-        m_connection = new KoltaConnection(text("K"), text("1.0"), m_host, false);
+        m_connection = new KoltaConnection("K"_s, "1.0"_s, m_host, false);
         m_connection->setParent(this);
         connect(m_connection, &KoltaConnection::ConnectionOpened, this, &Customer::opened);
         connect(m_connection, &KoltaConnection::ConnectionError, this, &Customer::failed);
@@ -93,7 +92,7 @@ private:
     void opened()
     {
         if (m_mustClose)
-            complain(text("reopened a link that had carried no reply"));
+            complain("reopened a link that had carried no reply"_s);
         reopened += m_failed;
         m_failed = m_mustReopen = false;
         m_opened = true;
@@ -112,12 +111,12 @@ private:
     {
         ++closed;
         if (m_mustReopen)
-            complain(text("gave up a link that had carried a reply"));
+            complain("gave up a link that had carried a reply"_s);
         if (!m_failed || m_connection->hasRequestsPending())
-            complain(text("closed without an error, or with a queue"));
-        m_connection->executeRequest(new Kolta::GeneralRequest(makeRequest(text("late"))));
+            complain("closed without an error, or with a queue"_s);
+        m_connection->executeRequest(new Kolta::GeneralRequest(makeRequest("late"_s)));
         if (m_connection->hasRequestsPending() || m_connection->isOpen())
-            complain(text("accepts requests after its end"));
+            complain("accepts requests after its end"_s);
         dropped += std::exchange(m_waiting, 0);
         m_queue.clear();
         m_connection->deleteLater();
@@ -137,7 +136,7 @@ private:
         ++m_waiting;
         const int padding = m_random.below(100) == 0 ? m_random.below(500000) : 0;
         // No server has that component; the fault that comes back carries its name.
-        const auto message = makeRequest(QStringLiteral("n%1").arg(executed), 1, padding);
+        const auto message = makeRequest("n%1"_s.arg(executed), 1, padding);
         m_connection->executeRequest(
             new ParameterRequest(message, this, SLOT(sl_reply(Kolta::ptrKoltaRequest))));
     }
@@ -163,16 +162,11 @@ private Q_SLOTS:
     /// KOLTA_TEST_SEED repeats a run's random decisions, KOLTA_TEST_REQUESTS asks for more of it.
     void everyRequestIsAnsweredOnceOrDroppedAloud()
     {
-        const bool given = qEnvironmentVariableIsSet("KOLTA_TEST_SEED");
-        const quint32 seed =
-            given ? qEnvironmentVariable("KOLTA_TEST_SEED").toUInt() : std::random_device()();
-        qInfo("KOLTA_TEST_SEED=%u", seed);
+        const quint32 seed = testSeed();
         const int requests = qMax(10000, qEnvironmentVariableIntValue("KOLTA_TEST_REQUESTS"));
         Startup::ErrorHandler::Instance().setLoggingEnabled(false);
 
-        KoltaSimulation::Installation installation;
-        QString error;
-        QVERIFY2(installation.load(text(KOLTA_INSTALLATION_DIR), error), qPrintable(error));
+        const KoltaSimulation::Installation installation = sampleInstallation();
         KoltaSimulation::ServerThread server(installation);
         const char* const rules[] = {
             "close-at-once,chance=0.05", "stop-reading,chance=0.02", "cut,chance=0.01",
@@ -181,12 +175,8 @@ private Q_SLOTS:
             "delay=2,chance=0.01",       "split=7,chance=0.01",      "merge=1,chance=0.05"};
         server.call([&](KoltaSimulation::SimulatedServer& simulated) {
             simulated.setSeed(seed);
-            for (const char* rule : rules) {
-                KoltaSimulation::MisbehaviourRule read;
-                if (!KoltaSimulation::MisbehaviourRule::fromText(text(rule), read, error))
-                    qFatal("%s", qPrintable(error));
-                simulated.addMisbehaviour(read);
-            }
+            for (const char* rule : rules)
+                simulated.addMisbehaviour(misbehaviour(QLatin1String(rule)));
         });
 
         // Whatever the links are doing at that moment: idle, sending, in the middle of a reply, silent.
@@ -194,7 +184,7 @@ private Q_SLOTS:
         QTimer cutter;
         connect(&cutter, &QTimer::timeout, &cutter, [&] {
             server.call([&](KoltaSimulation::SimulatedServer& simulated) {
-                simulated.broadcast(text("Anything"), XmlCommon::CDataTree(QLatin1String("Data")));
+                simulated.broadcast("Anything"_s, XmlCommon::CDataTree(QLatin1String("Data")));
                 if (random.below(2) == 0)
                     simulated.cutLinks();
             });
@@ -221,5 +211,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_RandomFaults)
+KOLTA_TEST(tst_RandomFaults);
 #include "tst_randomfaults.moc"

@@ -1,7 +1,10 @@
-#include "scriptedpeer.h"
+#include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/requestoperation.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QPointer>
 #include <QtTest>
@@ -15,16 +18,11 @@ using XmlCommon::CXmlMessage;
 
 namespace {
 
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
 /// "Lost Unknown LinkClosed".
 QString endOf(const Operation& operation)
 {
     const auto word = [](auto value) {
-        return text(QMetaEnum::fromType<decltype(value)>().valueToKey(int(value)));
+        return QString::fromLatin1(QMetaEnum::fromType<decltype(value)>().valueToKey(int(value)));
     };
     return QStringList{word(operation.state()), word(operation.effect()), word(operation.reason())}.join(
         QLatin1Char(' '));
@@ -40,12 +38,7 @@ private Q_SLOTS:
     /// Two requests: one that the server has, and one that waits behind it.
     void ends_data()
     {
-        QTest::addColumn<QString>("what");
-        QTest::addColumn<QString>("sent");
-        QTest::addColumn<QString>("waiting");
-        const auto row = [](const char* what, const char* sent, const char* waiting) {
-            QTest::newRow(what) << text(what) << text(sent) << text(waiting);
-        };
+        const Rows<QString, QString> row("sent waiting");
         row("answered", "Done Done None", "Done Done None");
         row("faulty", "Refused None Fault", "Refused None Fault");
         row("closed", "Lost Unknown LinkClosed", "Lost None LinkClosed");
@@ -57,22 +50,22 @@ private Q_SLOTS:
     }
     void ends()
     {
-        QFETCH(QString, what);
+        const QString what = QString::fromUtf8(QTest::currentDataTag());
         Startup::ManualClock clock;
         const Startup::Clock::Replacement replacement(clock);
         ScriptedPeer peer;
-        QPointer<KoltaConnection> connection = new KoltaConnection(text("K"), text("1"), peer.host(), false);
+        QPointer<KoltaConnection> connection = new KoltaConnection("K"_s, "1"_s, peer.host(), false);
         connection->DisableFilter();
         connection->open();
         QTRY_VERIFY(peer.log.size() == 1 && connection->isIdle());
         peer.rule = [&](const CXmlMessage& request) {
-            if (what == text("faulty"))
+            if (what == "faulty"_s)
                 peer.answerWithFault(request, 7);
-            else if (what == text("answered"))
+            else if (what == "answered"_s)
                 peer.answer(request);
         };
-        RequestOperation sent(*connection, makeRequest(text("a")), nullptr);
-        RequestOperation waiting(*connection, makeRequest(text("b")), nullptr);
+        RequestOperation sent(*connection, makeRequest("a"_s), nullptr);
+        RequestOperation waiting(*connection, makeRequest("b"_s), nullptr);
         int told = 0;
         for (RequestOperation* operation : {&sent, &waiting})
             connect(operation, &Operation::finished, this, [&] {
@@ -80,19 +73,19 @@ private Q_SLOTS:
                     delete connection.data();
             });
         QTRY_VERIFY(peer.log.size() > 1);
-        if (what == text("closed"))
+        if (what == "closed"_s)
             connection->close(true);
-        else if (what == text("deleted"))
+        else if (what == "deleted"_s)
             delete connection.data();
-        else if (what == text("handed over"))
+        else if (what == "handed over"_s)
             connection->closeAndWaitForFinished(5000, true);
-        else if (what == text("over time"))
+        else if (what == "over time"_s)
             clock.advance(Operation::defaultLimitMs);
-        if (what == text("worked off, then cut")) {
+        if (what == "worked off, then cut"_s) {
             connection->close(false);
             peer.link->close();
         }
-        if (what == text("cancelled")) {
+        if (what == "cancelled"_s) {
             sent.cancel();
             waiting.cancel();
             QVERIFY(sent.isFinished());
@@ -103,43 +96,43 @@ private Q_SLOTS:
         QTEST(endOf(waiting), "waiting");
         QCOMPARE(sent.reply().constData() != nullptr,
                  sent.state() == Operation::State::Done || sent.reason() == Operation::Reason::Fault);
-        QCOMPARE(peer.log.contains(text("1:b:1")),
+        QCOMPARE(peer.log.contains("1:b:1"_s),
                  waiting.effect() != Operation::Effect::None || waiting.reason() == Operation::Reason::Fault);
     }
 
     void refusesWhatCannotBeAsked()
     {
         ScriptedPeer peer;
-        auto connection = std::make_unique<KoltaConnection>(text("K"), text("1"), peer.host(), false);
+        auto connection = std::make_unique<KoltaConnection>("K"_s, "1"_s, peer.host(), false);
         connection->open();
         connection->close(true);
-        RequestOperation closing(*connection, makeRequest(text("a")), nullptr);
+        RequestOperation closing(*connection, makeRequest("a"_s), nullptr);
         RequestOperation empty(*connection, XmlCommon::ptrCXmlMessage(), nullptr);
         QCoreApplication::processEvents();
-        QCOMPARE(endOf(closing), text("Refused None NotConnected"));
-        QCOMPARE(endOf(empty), text("Refused None InvalidOrder"));
-        RequestOperation orphan(*connection, makeRequest(text("a")), nullptr);
+        QCOMPARE(endOf(closing), "Refused None NotConnected"_s);
+        QCOMPARE(endOf(empty), "Refused None InvalidOrder"_s);
+        RequestOperation orphan(*connection, makeRequest("a"_s), nullptr);
         connection.reset();
         QCoreApplication::processEvents();
-        QCOMPARE(endOf(orphan), text("Lost None LinkClosed"));
+        QCOMPARE(endOf(orphan), "Lost None LinkClosed"_s);
     }
 
     /// One that is deleted takes its request along while that waits.
     void isDeletedInTheQueue()
     {
         ScriptedPeer peer;
-        KoltaConnection connection(text("K"), text("1"), peer.host(), false);
-        auto doomed = std::make_unique<RequestOperation>(connection, makeRequest(text("doomed")), nullptr);
-        RequestOperation other(connection, makeRequest(text("other")), nullptr);
+        KoltaConnection connection("K"_s, "1"_s, peer.host(), false);
+        auto doomed = std::make_unique<RequestOperation>(connection, makeRequest("doomed"_s), nullptr);
+        RequestOperation other(connection, makeRequest("other"_s), nullptr);
         QCoreApplication::processEvents();
         QVERIFY(connection.hasRequestsPending());
         doomed.reset();
         connection.open();
-        QTRY_COMPARE(endOf(other), text("Done Done None"));
-        QVERIFY(!peer.log.contains(text("1:doomed:1")));
+        QTRY_COMPARE(endOf(other), "Done Done None"_s);
+        QVERIFY(!peer.log.contains("1:doomed:1"_s));
         QVERIFY(connection.closeAndWaitForFinished(5000, false));
     }
 };
 
-QTEST_GUILESS_MAIN(tst_RequestOperation)
+KOLTA_TEST(tst_RequestOperation);
 #include "tst_requestoperation.moc"

@@ -1,4 +1,7 @@
 #include <koltacommon/resourcedemandclassobserver.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <resourcemodel/resources.h>
 
@@ -14,12 +17,12 @@ namespace {
 ResourceDemandClassOverview overviewOf(const QString& entries)
 {
     ResourceDemandClassOverview overview;
-    for (const QString& entry : entries.split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
+    for (const QString& entry : entries.split(", "_s, Qt::SkipEmptyParts)) {
         const QStringList parts = entry.split(QLatin1Char(' '));
         ResourceDemandClass demandClass;
         demandClass.SetDemandClassName(parts.at(0));
-        demandClass.SetAppType(parts.at(1) == QLatin1String("-") ? QString() : parts.at(1));
-        if (parts.at(2) != QLatin1String("-"))
+        demandClass.SetAppType(parts.at(1) == "-"_s ? QString() : parts.at(1));
+        if (parts.at(2) != "-"_s)
             demandClass.SetMaxBandwidth(parts.at(2).toDouble());
         const QString flags = parts.value(3);
         if (flags.contains(QLatin1Char('h')) || flags.contains(QLatin1Char('s')))
@@ -36,10 +39,10 @@ Tuner tunerOf(const QString& text)
 {
     const QStringList parts = text.split(QLatin1Char(' '));
     Tuner tuner;
-    if (parts.at(0) != QLatin1String("-"))
+    if (parts.at(0) != "-"_s)
         tuner.SetMaxSWBandwidth(parts.at(0).toDouble());
     if (parts.size() > 1)
-        tuner.SetSupportsHardwareProcessing(parts.at(1) == QLatin1String("hw"));
+        tuner.SetSupportsHardwareProcessing(parts.at(1) == "hw"_s);
     return tuner;
 }
 
@@ -58,131 +61,120 @@ class TestResourceDemandClassObserver : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void queries_data();
-    void queries();
-    void namesOfClasses();
-    void announcesChanges();
+    void queries_data()
+    {
+        // A query is "all", "flag", "name <name>", or a tuner.
+        const Rows<QString, int, QString, QString> row("classes appType query expected");
+        const char* const ffp = "a FFP 3e5, b FFP 1e6, c FFP 1000000.5, d FFP 5e6 h, e FFP -, f DCP 1";
+        row("FFP narrow", ffp, 3, "all", "e a b");
+        row("FFP flag widens, keeps hardware", ffp, 3, "flag", "e a b c d");
+        const char* const dcp = "scp DCP -, x DCP 8e7 h, y DCP 5e6 s, scp DCP 9 c, v DCP 7 c, ffp FFP 1";
+        row("MCP without scp unless custom", dcp, 2, "all", "v scp y x");
+        row("MCP flag drops hardware", dcp, 2, "flag", "v scp y");
+        row("SCP: scp and custom", dcp, 1, "all", "scp v scp");
+        row("equal bandwidth in given order", "b FHP 5, a FHP 5, d FHP 0, c FHP -", 5, "all", "d c b a");
+        row("kinds exactly", "a FHA 1, b fha 1, c FHAX 1", 6, "all", "a");
+        row("no kind", "a - 1, b DCP 1", 0, "all", "a");
+        row("unknown type", "a - 1, b DCP 1", 77, "all", "a");
+
+        const char* const steps = "e DSC 5e6, a DSC 5e5, b DSC 1e6, c DSC 2e6, d DSC 2e6";
+        row("tuner without limit", steps, 4, "-", "a b c d e");
+        row("a class as wide as the tuner ends it", steps, 4, "1e6", "a b");
+        row("next larger step only", "a DSC 5e5, c DSC 2e6, d DSC 2e6, e DSC 5e6", 4, "1e6", "a c d");
+        row("unset bandwidth meets a tuner of 0", "z DSC -, a DSC 1", 4, "0.9", "z");
+        row("hardware of every width", "a DSC 1e6, h DSC 8e7 h, i DSC 1 h", 4, "1e6 hw", "i a h");
+        row("hardware makes no step", "h DSC 2e6 h, b DSC 3e6, c DSC 4e6", 4, "1e6 nohw", "b");
+        row("fractions are cut off", "a DSC 1000000.9, b DSC 1000001", 4, "1000000.2", "a");
+        row("dropped class sets the step", "scp DCP 1000, x DCP 2000", 2, "500", "");
+        row("SCP on a tuner", "x DCP 1, scp DCP 2, c DCP 3 c", 1, "5", "scp c");
+        row("tuner beyond 32 bit", "a DSC 5e9, b DSC 2e10, c DSC 3e9", 4, "1e10", "c a b");
+        row("classes beyond 32 bit are one step", "a DSC 5e9, b DSC 2e300", 4, "1e6", "a b");
+        row("unsigned between 31 and 32 bit", "a DSC 3e9, b DSC 4e9, c DSC 4.1e9", 4, "2.5e9", "a");
+        row("negative counts as its pattern", "a DSC 1, b DSC 4294967295", 4, "-1", "a b");
+        row("far negative stays defined", "a DSC 2147483647, b DSC 3e9, c DSC 4e9", 4, "-1e300", "a b");
+
+        const char* const named = "n DCP 9, n FFP 5, n DCP 2 h, m DCP 1, scp DCP 1, n - 1";
+        row("name in order", named, 2, "name n", "n n");
+        row("name of every kind", named, 0, "name n", "n n n n");
+        row("name with rule", named, 2, "name scp", "");
+    }
+
+    void queries()
+    {
+        QFETCH(QString, classes);
+        QFETCH(int, appType);
+        QFETCH(QString, query);
+        QFETCH(QString, expected);
+        ResourceDemandClassObserver observer;
+        QVERIFY(observer.initForOffline(overviewOf(classes)));
+        const auto type = static_cast<eAppType>(appType);
+        QVector<ResourceDemandClass> found;
+        if (query == "all"_s || query == "flag"_s)
+            found = observer.GetDemandClassesForAppType(type, query == "flag"_s);
+        else if (query.startsWith("name "_s))
+            found = observer.GetDemandClassByName(query.mid(5), type);
+        else
+            found = observer.GetDemandClassesForAppType(type, tunerOf(query));
+        QCOMPARE(namesOf(found), expected);
+    }
+
+    void namesOfClasses()
+    {
+        ResourceDemandClassObserver observer;
+        QVERIFY(!observer.supportsHWProcessing(eAppMCP, "w"_s));
+        QVERIFY(observer.initForOffline(
+            overviewOf("w DCP 9, w DCP 2 h, n DCP 9 h, n DCP 2, scp DCP 1 h, w FFP 1 h"_s)));
+        // The narrowest class of the name decides.
+        QVERIFY(observer.supportsHWProcessing(eAppMCP, "w"_s));
+        QVERIFY(!observer.supportsHWProcessing(eAppMCP, "n"_s));
+        QVERIFY(!observer.supportsHWProcessing(eAppMCP, "scp"_s));
+        for (const eAppType type : {eAppUnknown, eAppSCP, eAppFFP})
+            QVERIFY(!observer.supportsHWProcessing(type, "w"_s));
+
+        QStringList names;
+        for (int type = -1; type <= 7; ++type)
+            names.append(ResourceDemandClassObserver::GetDefaultDemandClassName(static_cast<eAppType>(type)));
+        QCOMPARE(names.join(QLatin1Char(',')), ",,scp,sw,300k,extended,standard,standard,"_s);
+    }
+
+    void announcesChanges()
+    {
+        const QString path = "/S1/ADMINISTRATION/DemandClasses"_s;
+        const auto textOf = [](const char* classes) {
+            return overviewOf(QLatin1String(classes)).GetXmlString();
+        };
+        auto* const value = values::Tree::Instance().Emplace<values::StringValue>(path, textOf("a DCP 1"));
+        auto* const observer = new ResourceDemandClassObserver;
+        QStringList log;
+        std::function<void()> react;
+        const auto bare = qOverload<>(&ResourceDemandClassObserver::si_ResourceDemandClassesChanged);
+        const auto full = qOverload<const ResourceDemandClassOverview&>(
+            &ResourceDemandClassObserver::si_ResourceDemandClassesChanged);
+        connect(observer, bare, this, [&] {
+            log.append("bare"_s);
+            if (const auto function = std::exchange(react, nullptr))
+                function();
+        });
+        connect(observer, full, this, [&](const ResourceDemandClassOverview& classes) {
+            log.append(namesOf(classes.GetResourceDemandClass()));
+        });
+        connect(observer, &IValueChangeNotifier::si_ValueChanged, this, [&] { log.append("value"_s); });
+        QVERIFY(observer->init(path));
+        QCOMPARE(log.join(QLatin1Char(' ')), "bare a value"_s);
+
+        // A slot that changes the value again: from then on everybody is told of the present overview.
+        log.clear();
+        react = [&] { value->SetValue(textOf("c DCP 1")); };
+        value->SetValue(textOf("b DCP 1"));
+        QCOMPARE(log.join(QLatin1Char(' ')), "bare bare c value c value"_s);
+
+        log.clear();
+        react = [&] { delete observer; };
+        value->SetValue(textOf("d DCP 1"));
+        QCOMPARE(log, QStringList("bare"_s));
+        values::Tree::Instance().Clear();
+    }
 };
 
-void TestResourceDemandClassObserver::queries_data()
-{
-    QTest::addColumn<QString>("classes");
-    QTest::addColumn<int>("appType");
-    QTest::addColumn<QString>("query"); ///< "all", "flag", "name <name>", or a tuner
-    QTest::addColumn<QString>("expected");
-    const auto row = [](const char* tag, const char* classes, int type, const char* query,
-                        const char* expected) {
-        QTest::newRow(tag) << QString::fromLatin1(classes) << type << QString::fromLatin1(query)
-                           << QString::fromLatin1(expected);
-    };
-    const char* const ffp = "a FFP 3e5, b FFP 1e6, c FFP 1000000.5, d FFP 5e6 h, e FFP -, f DCP 1";
-    row("FFP narrow", ffp, 3, "all", "e a b");
-    row("FFP flag widens, keeps hardware", ffp, 3, "flag", "e a b c d");
-    const char* const dcp = "scp DCP -, x DCP 8e7 h, y DCP 5e6 s, scp DCP 9 c, v DCP 7 c, ffp FFP 1";
-    row("MCP without scp unless custom", dcp, 2, "all", "v scp y x");
-    row("MCP flag drops hardware", dcp, 2, "flag", "v scp y");
-    row("SCP: scp and custom", dcp, 1, "all", "scp v scp");
-    row("equal bandwidth in given order", "b FHP 5, a FHP 5, d FHP 0, c FHP -", 5, "all", "d c b a");
-    row("kinds exactly", "a FHA 1, b fha 1, c FHAX 1", 6, "all", "a");
-    row("no kind", "a - 1, b DCP 1", 0, "all", "a");
-    row("unknown type", "a - 1, b DCP 1", 77, "all", "a");
-
-    const char* const steps = "e DSC 5e6, a DSC 5e5, b DSC 1e6, c DSC 2e6, d DSC 2e6";
-    row("tuner without limit", steps, 4, "-", "a b c d e");
-    row("a class as wide as the tuner ends it", steps, 4, "1e6", "a b");
-    row("next larger step only", "a DSC 5e5, c DSC 2e6, d DSC 2e6, e DSC 5e6", 4, "1e6", "a c d");
-    row("unset bandwidth meets a tuner of 0", "z DSC -, a DSC 1", 4, "0.9", "z");
-    row("hardware of every width", "a DSC 1e6, h DSC 8e7 h, i DSC 1 h", 4, "1e6 hw", "i a h");
-    row("hardware makes no step", "h DSC 2e6 h, b DSC 3e6, c DSC 4e6", 4, "1e6 nohw", "b");
-    row("fractions are cut off", "a DSC 1000000.9, b DSC 1000001", 4, "1000000.2", "a");
-    row("dropped class sets the step", "scp DCP 1000, x DCP 2000", 2, "500", "");
-    row("SCP on a tuner", "x DCP 1, scp DCP 2, c DCP 3 c", 1, "5", "scp c");
-    row("tuner beyond 32 bit", "a DSC 5e9, b DSC 2e10, c DSC 3e9", 4, "1e10", "c a b");
-    row("classes beyond 32 bit are one step", "a DSC 5e9, b DSC 2e300", 4, "1e6", "a b");
-    row("unsigned between 31 and 32 bit", "a DSC 3e9, b DSC 4e9, c DSC 4.1e9", 4, "2.5e9", "a");
-    row("negative counts as its pattern", "a DSC 1, b DSC 4294967295", 4, "-1", "a b");
-    row("far negative stays defined", "a DSC 2147483647, b DSC 3e9, c DSC 4e9", 4, "-1e300", "a b");
-
-    const char* const named = "n DCP 9, n FFP 5, n DCP 2 h, m DCP 1, scp DCP 1, n - 1";
-    row("name in order", named, 2, "name n", "n n");
-    row("name of every kind", named, 0, "name n", "n n n n");
-    row("name with rule", named, 2, "name scp", "");
-}
-
-void TestResourceDemandClassObserver::queries()
-{
-    QFETCH(QString, classes);
-    QFETCH(int, appType);
-    QFETCH(QString, query);
-    QFETCH(QString, expected);
-    ResourceDemandClassObserver observer;
-    QVERIFY(observer.initForOffline(overviewOf(classes)));
-    const auto type = static_cast<eAppType>(appType);
-    QVector<ResourceDemandClass> found;
-    if (query == QLatin1String("all") || query == QLatin1String("flag"))
-        found = observer.GetDemandClassesForAppType(type, query == QLatin1String("flag"));
-    else if (query.startsWith(QLatin1String("name ")))
-        found = observer.GetDemandClassByName(query.mid(5), type);
-    else
-        found = observer.GetDemandClassesForAppType(type, tunerOf(query));
-    QCOMPARE(namesOf(found), expected);
-}
-
-void TestResourceDemandClassObserver::namesOfClasses()
-{
-    ResourceDemandClassObserver observer;
-    QVERIFY(!observer.supportsHWProcessing(eAppMCP, QStringLiteral("w")));
-    QVERIFY(observer.initForOffline(
-        overviewOf(QStringLiteral("w DCP 9, w DCP 2 h, n DCP 9 h, n DCP 2, scp DCP 1 h, w FFP 1 h"))));
-    // The narrowest class of the name decides.
-    QVERIFY(observer.supportsHWProcessing(eAppMCP, QStringLiteral("w")));
-    QVERIFY(!observer.supportsHWProcessing(eAppMCP, QStringLiteral("n")));
-    QVERIFY(!observer.supportsHWProcessing(eAppMCP, QStringLiteral("scp")));
-    for (const eAppType type : {eAppUnknown, eAppSCP, eAppFFP})
-        QVERIFY(!observer.supportsHWProcessing(type, QStringLiteral("w")));
-
-    QStringList names;
-    for (int type = -1; type <= 7; ++type)
-        names.append(ResourceDemandClassObserver::GetDefaultDemandClassName(static_cast<eAppType>(type)));
-    QCOMPARE(names.join(QLatin1Char(',')), QStringLiteral(",,scp,sw,300k,extended,standard,standard,"));
-}
-
-void TestResourceDemandClassObserver::announcesChanges()
-{
-    const QString path = QStringLiteral("/S1/ADMINISTRATION/DemandClasses");
-    const auto textOf = [](const char* classes) { return overviewOf(QLatin1String(classes)).GetXmlString(); };
-    auto* const value = values::Tree::Instance().Emplace<values::StringValue>(path, textOf("a DCP 1"));
-    auto* const observer = new ResourceDemandClassObserver;
-    QStringList log;
-    std::function<void()> react;
-    const auto bare = qOverload<>(&ResourceDemandClassObserver::si_ResourceDemandClassesChanged);
-    const auto full = qOverload<const ResourceDemandClassOverview&>(
-        &ResourceDemandClassObserver::si_ResourceDemandClassesChanged);
-    connect(observer, bare, this, [&] {
-        log.append(QStringLiteral("bare"));
-        if (const auto function = std::exchange(react, nullptr))
-            function();
-    });
-    connect(observer, full, this, [&](const ResourceDemandClassOverview& classes) {
-        log.append(namesOf(classes.GetResourceDemandClass()));
-    });
-    connect(observer, &IValueChangeNotifier::si_ValueChanged, this,
-            [&] { log.append(QStringLiteral("value")); });
-    QVERIFY(observer->init(path));
-    QCOMPARE(log.join(QLatin1Char(' ')), QStringLiteral("bare a value"));
-
-    // A slot that changes the value again: from then on everybody is told of the present overview.
-    log.clear();
-    react = [&] { value->SetValue(textOf("c DCP 1")); };
-    value->SetValue(textOf("b DCP 1"));
-    QCOMPARE(log.join(QLatin1Char(' ')), QStringLiteral("bare bare c value c value"));
-
-    log.clear();
-    react = [&] { delete observer; };
-    value->SetValue(textOf("d DCP 1"));
-    QCOMPARE(log, QStringList(QStringLiteral("bare")));
-    values::Tree::Instance().Clear();
-}
-
-QTEST_GUILESS_MAIN(TestResourceDemandClassObserver)
+KOLTA_TEST(TestResourceDemandClassObserver);
 #include "tst_resourcedemandclassobserver.moc"

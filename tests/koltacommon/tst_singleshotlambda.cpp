@@ -1,4 +1,6 @@
 #include <koltacommon/singleshotlambda.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <startup/errorhandler.h>
 #include <values/tree.h>
@@ -22,9 +24,9 @@ private Q_SLOTS:
         QStringList order;
         SingleShotLambda::Create(-1, [held, &order] {
             ++*held;
-            order.append(QStringLiteral("now"));
+            order.append("now"_s);
         });
-        SingleShotLambda::Create(20, [held, &order] { order.append(QStringLiteral("later")); });
+        SingleShotLambda::Create(20, [held, &order] { order.append("later"_s); });
         SingleShotLambda::Create(0, std::function<void()>());
         SingleShotLambda::Create(
             0, [held] { ++*held; }, static_cast<QObject*>(nullptr));
@@ -32,7 +34,7 @@ private Q_SLOTS:
         // With the timers their functions go, and with these what they hold.
         QTRY_COMPARE(held.use_count(), 1L);
         QCOMPARE(*held, 2);
-        QCOMPARE(order.join(QLatin1Char(' ')), QStringLiteral("now later"));
+        QCOMPARE(order.join(QLatin1Char(' ')), "now later"_s);
     }
 
     void endsWithItsOwner()
@@ -43,14 +45,14 @@ private Q_SLOTS:
         auto observable = std::make_unique<Observable>();
         Observable alive;
         values::Tree tree;
-        auto* const value = tree.Emplace<values::StringValue>(QStringLiteral("/a"), QString());
+        auto* const value = tree.Emplace<values::StringValue>("/a"_s, QString());
         SingleShotLambda::Create(0, count, parent.get());
         SingleShotLambda::Create(0, count, observable.get());
         SingleShotLambda::Create(0, count, value);
         SingleShotLambda::Create(0, count, &alive);
         parent.reset();
         observable.reset();
-        tree.Remove(QStringLiteral("/a"));
+        tree.Remove("/a"_s);
         // The timer does not keep the deleted item in its tree.
         QCOMPARE(tree.Size(), 0);
         bool last = false;
@@ -74,10 +76,10 @@ private Q_SLOTS:
             parent);
         SingleShotLambda::Create(0, [] { throw std::runtime_error("bad"); });
         SingleShotLambda::Create(0, [] { throw 1; });
-        QTRY_COMPARE(recorder.count(QStringLiteral("exception from SingleShotLambda")), 2);
+        QTRY_COMPARE(recorder.count("exception from SingleShotLambda"_s), 2);
         QVERIFY(deleted);
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SingleShotLambda)
+KOLTA_TEST(tst_SingleShotLambda);
 #include "tst_singleshotlambda.moc"

@@ -1,5 +1,9 @@
+#include "processorsamples.h"
+
 #include <koltacommon/processorwalk.h>
 #include <koltacommon/tavikxmlhelpers.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/resources.h>
@@ -9,46 +13,16 @@
 
 using namespace Kolta;
 using namespace Kolta::TavikXmlHelpers;
+using namespace ProcessorSamples;
 using namespace RESOURCEMANAGEMENT;
 namespace Walk = Kolta::ProcessorWalk;
 
 namespace {
 
-QString guid(int number)
-{
-    return QStringLiteral("{00000000-0000-4000-8000-%1}").arg(number, 12, 10, QLatin1Char('0'));
-}
-
-template<class Node>
-Node processor(int number)
-{
-    Node node;
-    TavikResource& resource = node.EditKoltaProcessor().EditTavikResource();
-    resource.SetGUID(guid(number));
-    resource.SetDisplayName(QStringLiteral("P%1").arg(number));
-    return node;
-}
-
-/// One node of each kind at each place: SCP 1 (FFP 2, DSC 3 (FFP 4), FHP 5), MCP 6 (FFP 7, FHP 8 (FHA 9, FFP
-/// 10), DSC 11 (FFP 12)).
+/// One node of each kind at each place.
 ProcessorOverview makeTree()
 {
-    SCP scp = processor<SCP>(1);
-    scp.SetFFP(processor<FFP>(2));
-    scp.SetDSC(processor<DSC>(3));
-    scp.EditDSC().EditFFP().append(processor<FFP>(4));
-    scp.SetFHP(processor<FHP>(5));
-    MCP mcp = processor<MCP>(6);
-    mcp.EditFFP().append(processor<FFP>(7));
-    mcp.EditFHP().append(processor<FHP>(8));
-    mcp.EditFHP()[0].EditFHA().append(processor<FHA>(9));
-    mcp.EditFHP()[0].EditFFP().append(processor<FFP>(10));
-    mcp.EditDSC().append(processor<DSC>(11));
-    mcp.EditDSC()[0].EditFFP().append(processor<FFP>(12));
-    ProcessorOverview overview;
-    overview.EditSCP().append(scp);
-    overview.EditMCP().append(mcp);
-    return overview;
+    return overviewOf("S1=P1(f2=P2 d3=P3(f4=P4) h5=P5) M6=P6(f7=P7 h8=P8(a9=P9 f10=P10) d11=P11(f12=P12))"_s);
 }
 
 template<class Node>
@@ -66,7 +40,7 @@ class TestTavikXmlHelpers : public QObject
 private Q_SLOTS:
     void parseErrorsNameTheObject()
     {
-        const QString prefix = QStringLiteral("Error in parsing ResourceOverview: ");
+        const QString prefix = "Error in parsing ResourceOverview: "_s;
         for (const char* const xml :
              {"", "<ResourceOverview><Tuner>", "<ProcessorOverview/>",
               "<ResourceOverview><Tuner/></ResourceOverview>", "<ResourceOverview/>"}) {
@@ -95,17 +69,16 @@ private Q_SLOTS:
             order << resource.GetDisplayName() + QLatin1Char('<') + above;
             resource.ResetGUID();
         }
-        QCOMPARE(
-            order.join(QLatin1Char(' ')),
-            QStringLiteral("P1<ProcessorOverview P2<P1 P3<P1 P4<P3 P6<ProcessorOverview P7<P6 P8<P6 P9<P8 "
-                           "P10<P8 P11<P6 P12<P11"));
+        QCOMPARE(order.join(QLatin1Char(' ')),
+                 "P1<ProcessorOverview P2<P1 P3<P1 P4<P3 P6<ProcessorOverview P7<P6 P8<P6 P9<P8 "
+                 "P10<P8 P11<P6 P12<P11"_s);
     }
 
     void searchesRefuseWhatIsNoGuid()
     {
         ProcessorOverview overview = makeTree();
         MCP& mcp = overview.EditMCP()[0];
-        for (const QString& text : {QString(), QStringLiteral("none"), QUuid().toString()}) {
+        for (const QString& text : {QString(), "none"_s, QUuid().toString()}) {
             mcp.EditKoltaProcessor().EditTavikResource().SetGUID(text);
             mcp.SetProductionID(text);
             mcp.EditDataSource().SetTunerGUID(text);
@@ -133,12 +106,12 @@ private Q_SLOTS:
         ProcessorOverview overview = makeTree();
         SCP& scp = overview.EditSCP()[0];
         overview.EditMCP()[0].SetProductionID(guid(20));
-        QCOMPARE(DisplayNameForGUID(guid(20), overview), QStringLiteral("P6"));
+        QCOMPARE(DisplayNameForGUID(guid(20), overview), "P6"_s);
         scp.SetProductionID(guid(20));
         QCOMPARE(FindProductionID(guid(20), overview).object, &scp);
         scp.SetProductionID(guid(12));
         QCOMPARE(FindProductionID(guid(20), overview).object, &overview.EditMCP()[0]);
-        QCOMPARE(DisplayNameForGUID(guid(12), overview), QStringLiteral("P12")); // a node's GUID comes first
+        QCOMPARE(DisplayNameForGUID(guid(12), overview), "P12"_s); // a node's GUID comes first
     }
 
     void tunersInOrder()
@@ -149,7 +122,7 @@ private Q_SLOTS:
                 node.SetTunerGUID(guid(30));
             return Walk::eInto;
         });
-        overview.EditMCP().append(processor<MCP>(40));
+        overview.EditMCP().append(overviewOf("M40"_s).GetMCP());
         overview.EditMCP()[1].EditDataSource().SetTunerGUID(guid(30));
         // Of all FFPs only those in DSCs of MCPs count, before the second MCP's own data source.
         const Object2Parent inDsc = FindTunerGUID(guid(30), overview);
@@ -170,12 +143,12 @@ private Q_SLOTS:
         QStringList steps;
         const auto enter = [&steps](const auto& node, const auto&) {
             steps.append(nameOf(node));
-            return node.GetObjectName() == QLatin1String("FHP") ? Walk::eOver : Walk::eInto;
+            return node.GetObjectName() == "FHP"_s ? Walk::eOver : Walk::eInto;
         };
         const auto leave = [&steps](const auto& node) { steps.append(QLatin1Char('-') + nameOf(node)); };
         QVERIFY(Walk::walk(overview, plan, enter, leave));
         QCOMPARE(steps.join(QLatin1Char(' ')),
-                 QStringLiteral("P6 P7 -P7 P11 P12 -P12 -P11 P8 -P6 P1 P3 P4 -P4 -P3 P5 -P1"));
+                 "P6 P7 -P7 P11 P12 -P12 -P11 P8 -P6 P1 P3 P4 -P4 -P3 P5 -P1"_s);
     }
 
     void guidSets()
@@ -208,7 +181,7 @@ private Q_SLOTS:
             QVERIFY(mcp.IsProductionIDSet() == keep && overview.GetSCP().at(0).IsProductionIDSet() == keep);
             QVERIFY(!mcp.GetDSC().at(1).IsKoltaProcessorSet());
         }
-        FHA alone = processor<FHA>(9);
+        FHA alone = makeTree().GetMCP()[0].GetFHP()[0].GetFHA()[0];
         clearGUIDs(alone, false);
         QVERIFY(Walk::guidOf(alone).isEmpty());
 
@@ -217,7 +190,7 @@ private Q_SLOTS:
         resource.SetGUID(guid(1));
         clearGUIDs(resource, false);
         QCOMPARE(resource.GetGUID(), guid(1));
-        QCOMPARE(traces.count(QStringLiteral("Invalid type passed.")), 1);
+        QCOMPARE(traces.count("Invalid type passed."_s), 1);
     }
 
     void resourceSearches()
@@ -226,14 +199,14 @@ private Q_SLOTS:
         overview.EditProcessingUnit().resize(1);
         overview.EditStorageUnit().resize(1);
         TavikResource& unit = overview.EditProcessingUnit()[0].EditTavikResource();
-        unit.SetDisplayName(QStringLiteral("unit"));
-        const QString none = QStringLiteral("not a UUID");
+        unit.SetDisplayName("unit"_s);
+        const QString none = "not a UUID"_s;
         for (const QString& id : {guid(1), none}) {
             unit.SetGUID(id);
             overview.EditStorageUnit()[0].EditTavikResource().SetGUID(id);
             const void* const expected = id == none ? nullptr : &overview.GetProcessingUnit().at(0);
             QCOMPARE(static_cast<const void*>(FindGUID(id, overview)), expected);
-            QCOMPARE(DisplayNameForGUID(id, overview), QStringLiteral("unit"));
+            QCOMPARE(DisplayNameForGUID(id, overview), "unit"_s);
         }
         unit.SetGUID(QString());
         QCOMPARE(DisplayNameForGUID(QString(), overview), QString());
@@ -252,13 +225,13 @@ private Q_SLOTS:
         tuner.SetXGStorage({storage(4, "other"), storage(5, "vita49"), storage(5, "shadowed")});
         StorageUnit unit;
         unit.EditTavikResource().SetGUID(guid(5));
-        QCOMPARE(HasTunerInterfaceTo(tuner, unit), (QStringList{QString(), QStringLiteral("VITA49")}));
+        QCOMPARE(HasTunerInterfaceTo(tuner, unit), (QStringList{QString(), "VITA49"_s}));
         unit.EditTavikResource().SetGUID(guid(6));
         QVERIFY(HasTunerInterfaceTo(tuner, unit).isEmpty());
-        QCOMPARE(formatTavikResourceID(7), QStringLiteral("00007"));
-        QCOMPARE(formatTavikResourceID(65535), QStringLiteral("65535"));
+        QCOMPARE(formatTavikResourceID(7), "00007"_s);
+        QCOMPARE(formatTavikResourceID(65535), "65535"_s);
     }
 };
 
-QTEST_GUILESS_MAIN(TestTavikXmlHelpers)
+KOLTA_TEST(TestTavikXmlHelpers);
 #include "tst_tavikxmlhelpers.moc"

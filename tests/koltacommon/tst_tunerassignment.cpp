@@ -2,6 +2,9 @@
 
 #include <koltacommon/tunerassignment.h>
 #include <koltacommon/tunerclassresourceselector.h>
+#include <support/random.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QSet>
 #include <QtTest>
@@ -80,10 +83,7 @@ QString checkAgainstBruteForce(const Problem& problem)
             greedy |= 1u << i;
     }
     if (served != greedy || used.size() != static_cast<int>(qPopulationCount(served)))
-        return QStringLiteral("served %1 instead of %2 by %3 tuners")
-            .arg(served)
-            .arg(greedy)
-            .arg(used.size());
+        return "served %1 instead of %2 by %3 tuners"_s.arg(served).arg(greedy).arg(used.size());
     qint64 least = std::numeric_limits<qint64>::max();
     problem.forAllWays(served, [&least](qint64 cost) { least = qMin(least, cost); });
     qint64 sum = 0;
@@ -92,7 +92,7 @@ QString checkAgainstBruteForce(const Problem& problem)
             sum += offer.tuner == matching.tunerOfRequest[i] ? offer.cost : 0;
     }
     if (matching.totalCost != least || sum != least)
-        return QStringLiteral("cost %1, sum %2, least %3").arg(matching.totalCost).arg(sum).arg(least);
+        return "cost %1, sum %2, least %3"_s.arg(matching.totalCost).arg(sum).arg(least);
 
     std::size_t conflict = 0;
     for (int i = 0; i < static_cast<int>(problem.requests.size()); ++i) {
@@ -103,13 +103,13 @@ QString checkAgainstBruteForce(const Problem& problem)
             together |= 1u << request;
         ++conflict;
         if (!(together >> i & 1) || problem.isPossible(together))
-            return QStringLiteral("no conflict of %1: %2").arg(i).arg(together);
+            return "no conflict of %1: %2"_s.arg(i).arg(together);
         for (int other = 0; other < 32; ++other) {
             if (together >> other & 1 && !problem.isPossible(together & ~(1u << other)))
-                return QStringLiteral("conflict %1 does not need %2").arg(together).arg(other);
+                return "conflict %1 does not need %2"_s.arg(together).arg(other);
         }
     }
-    return conflict == matching.conflicts.size() ? QString() : QStringLiteral("too many conflicts");
+    return conflict == matching.conflicts.size() ? QString() : "too many conflicts"_s;
 }
 
 } // namespace
@@ -121,30 +121,26 @@ class TestTunerAssignment : public QObject
 private Q_SLOTS:
     void matchesBruteForce()
     {
-        const quint32 seed = TunerSamples::seed();
-        qInfo("seed %u", seed);
-        QRandomGenerator random(seed);
+        QRandomGenerator random(testSeed());
         for (int round = 0; round < 3000; ++round) {
             const QString error = checkAgainstBruteForce(randomProblem(random));
-            QVERIFY2(error.isEmpty(), qPrintable(QStringLiteral("round %1: %2").arg(round).arg(error)));
+            QVERIFY2(error.isEmpty(), qPrintable("round %1: %2"_s.arg(round).arg(error)));
         }
     }
 
     void saysWhoCannotBeServedTogether()
     {
         TunerClassResourceSelector selector;
-        selector.setTunerClassOverview(TunerSamples::classOverview(
-            {TunerSamples::tunerClass(QStringLiteral("Wide"), {QStringLiteral("a")}),
-             TunerSamples::tunerClass(QStringLiteral("Narrow"), {QStringLiteral("b")}, 1,
-                                      QStringLiteral("Wide")),
-             TunerSamples::tunerClass(QStringLiteral("Other"), {QStringLiteral("c")})}));
-        selector.setResourceOverview({TunerSamples::tuner(QStringLiteral("a")),
-                                      TunerSamples::tuner(QStringLiteral("b"), true, false),
-                                      TunerSamples::tuner(QStringLiteral("c"))});
-        const QString wide = QStringLiteral("Wide");
-        const QString narrow = QStringLiteral("Narrow");
-        const QString other = QStringLiteral("Other");
-        const QString unknown = QStringLiteral("Unknown");
+        selector.setTunerClassOverview(
+            TunerSamples::classOverview({TunerSamples::tunerClass("Wide"_s, {"a"_s}),
+                                         TunerSamples::tunerClass("Narrow"_s, {"b"_s}, 1, "Wide"_s),
+                                         TunerSamples::tunerClass("Other"_s, {"c"_s})}));
+        selector.setResourceOverview({TunerSamples::tuner("a"_s), TunerSamples::tuner("b"_s, true, false),
+                                      TunerSamples::tuner("c"_s)});
+        const QString wide = "Wide"_s;
+        const QString narrow = "Narrow"_s;
+        const QString other = "Other"_s;
+        const QString unknown = "Unknown"_s;
 
         const TunerAssignment all = selector.assignTuners({other, wide, narrow, wide, unknown});
         QCOMPARE(all.conflicts, (QVector<QVector<int>>{{1, 2, 3}, {4}}));
@@ -156,5 +152,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTunerAssignment)
+KOLTA_TEST(TestTunerAssignment);
 #include "tst_tunerassignment.moc"

@@ -1,6 +1,8 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/messagejoin.h>
 #include <koltacommon/tunerbookingmanager.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <resourcemodel/processors.h>
 #include <startup/errorhandler.h>
@@ -34,12 +36,11 @@ ResourceOverview overviewOf(const QString& entries)
 template<class T>
 T made(QString content)
 {
-    const QString tuner = QStringLiteral("<%1><TunerGUID>\\1</TunerGUID></%1>");
-    content.replace(QRegularExpression(QStringLiteral("\\[(\\w*)\\]")), tuner.arg(QStringLiteral("FFP")));
-    content.replace(QRegularExpression(QStringLiteral("\\{(\\w*)\\}")),
-                    tuner.arg(QStringLiteral("DataSource")));
+    const QString tuner = "<%1><TunerGUID>\\1</TunerGUID></%1>"_s;
+    content.replace(QRegularExpression("\\[(\\w*)\\]"_s), tuner.arg("FFP"_s));
+    content.replace(QRegularExpression("\\{(\\w*)\\}"_s), tuner.arg("DataSource"_s));
     T object;
-    object.SetXmlString(QStringLiteral("<%1>%2</%1>").arg(object.GetObjectName(), content), true);
+    object.SetXmlString("<%1>%2</%1>"_s.arg(object.GetObjectName(), content), true);
     return object;
 }
 
@@ -62,24 +63,23 @@ struct Desk
         const QString verb = command.section(QLatin1Char(' '), 0, 0);
         const QString rest = command.section(QLatin1Char(' '), 1);
         QString ffps = rest;
-        const Manager::Booking booking(
-            made<DSC>(ffps.replace(QRegularExpression(QStringLiteral("(\\w)")), QStringLiteral("[\\1]"))));
+        const Manager::Booking booking(made<DSC>(ffps.replace(QRegularExpression("(\\w)"_s), "[\\1]"_s)));
         QString error = text;
         bool ok = true;
-        if (verb == QLatin1String("see"))
+        if (verb == "see"_s)
             return see(rest);
-        else if (verb == QLatin1String("tuner"))
+        else if (verb == "tuner"_s)
             ok = manager->planTuner(rest, error);
-        else if (verb == QLatin1String("plan"))
+        else if (verb == "plan"_s)
             ok = manager->planProductions(booking, error);
-        else if (verb == QLatin1String("verify"))
+        else if (verb == "verify"_s)
             ok = manager->verifyBooking(booking, error);
-        else if (verb == QLatin1String("undo"))
+        else if (verb == "undo"_s)
             manager->undoProductionPlanning(booking);
         else
             manager->clearPlanning();
         if (ok != (error == text))
-            return QStringLiteral("result and messages differ");
+            return "result and messages differ"_s;
         return error.replace(kMessageSeparator, QLatin1Char('|'));
     }
 
@@ -145,25 +145,24 @@ private Q_SLOTS:
         for (const auto& [command, result, states] : steps) {
             QCOMPARE(desk.run(QLatin1String(command)), QLatin1String(result));
             QCOMPARE(desk.states(), QLatin1String(states));
-            const int other = desk.manager->getTunerState(QStringLiteral("%2")) == 0 ? 1 : 0;
+            const int other = desk.manager->getTunerState("%2"_s) == 0 ? 1 : 0;
             QCOMPARE(desk.manager->getNumberOfFreeTuners(), desk.states().count(QLatin1Char('0')) + other);
             QCOMPARE(desk.manager->getFreeTuners().size(), desk.manager->getNumberOfFreeTuners());
         }
-        for (const QString& text : {QStringLiteral("A"), QString(QStringLiteral("A") + kMessageSeparator)}) {
+        for (const QString& text : {"A"_s, QString("A"_s + kMessageSeparator)}) {
             desk.text = text;
             for (const char* const verb : {"tuner", "plan"})
-                QCOMPARE(desk.run(QLatin1String(verb) + QStringLiteral(" Z")),
-                         QStringLiteral("A|No Tuner with GUID Z exists"));
+                QCOMPARE(desk.run(QLatin1String(verb) + " Z"_s), "A|No Tuner with GUID Z exists"_s);
         }
     }
 
     void bookings()
     {
         // One tuner at each place, A being shared; the FFP of an SCP does not count.
-        const auto overview = made<ProcessorOverview>(QStringLiteral(
+        const auto overview = made<ProcessorOverview>(
             "<SCP>{A}[X]<FHP>[H]</FHP><DSC>[G]</DSC></SCP><MCP>{F}<FHP>[D][E]</FHP><DSC/><DSC>[C][A]</"
             "DSC>[A][B]<FFP/>[][none]"
-            "<KoltaProcessor><TavikResource><Name>line\none</Name></TavikResource></KoltaProcessor></MCP>"));
+            "<KoltaProcessor><TavikResource><Name>line\none</Name></TavikResource></KoltaProcessor></MCP>"_s);
         const MCP& mcp = overview.GetMCP()[0];
         const std::pair<const REPORTGENERATOR::IRGObject&, const char*> cases[] = {
             {overview, "ABCDEFGHA"}, {mcp, "ABCDEF"},         {overview.GetSCP()[0], "GHA"},
@@ -174,51 +173,51 @@ private Q_SLOTS:
             QVERIFY(booking.isValid());
             QCOMPARE(booking.getTunerGUIDs().join(QString()), QLatin1String(tuners));
         }
-        QCOMPARE(Manager::Booking(overview).getName(), QStringLiteral("Overview"));
+        QCOMPARE(Manager::Booking(overview).getName(), "Overview"_s);
         QVERIFY(Manager::Booking(mcp).toString().startsWith(
-            QStringLiteral("Booking[name: line one, valid: true, tuner: A, tuner: B, ")));
+            "Booking[name: line one, valid: true, tuner: A, tuner: B, "_s));
 
         // Two productions of one overview cannot share a tuner; verifying tells it as planning does.
         Desk desk;
-        desk.run(QStringLiteral("see A0 B0 C0 D0 E0 F0 G0 H0"));
+        desk.run("see A0 B0 C0 D0 E0 F0 G0 H0"_s);
         const auto both = [&desk](const REPORTGENERATOR::IRGObject& object) {
             QString verified;
             QString planned;
             const bool good = desk.manager->verifyBooking(object, verified);
             const bool same = desk.manager->planProductions(object, planned) == good && planned == verified;
-            return same && good == planned.isEmpty() ? planned : QStringLiteral("differ");
+            return same && good == planned.isEmpty() ? planned : "differ"_s;
         };
-        QCOMPARE(both(overview), QStringLiteral("Tuner with GUID A is already planned."));
+        QCOMPARE(both(overview), "Tuner with GUID A is already planned."_s);
         desk.manager->undoProductionPlanning(overview);
         QCOMPARE(both(mcp), QString());
         const Startup::TraceRecorder traces;
-        QCOMPARE(both(Tuner()), QStringLiteral("Invalid type of IRGObject passed."));
-        QCOMPARE(both(FHA()), QStringLiteral("Invalid type of IRGObject passed."));
-        QCOMPARE(traces.count(QStringLiteral("Invalid IRG Object of type Tuner provided")), 2);
-        QCOMPARE(traces.count(QStringLiteral("Invalid IRG Object of type FHA provided")), 2);
+        QCOMPARE(both(Tuner()), "Invalid type of IRGObject passed."_s);
+        QCOMPARE(both(FHA()), "Invalid type of IRGObject passed."_s);
+        QCOMPARE(traces.count("Invalid IRG Object of type Tuner provided"_s), 2);
+        QCOMPARE(traces.count("Invalid IRG Object of type FHA provided"_s), 2);
     }
 
     void receiversMayDoAnything()
     {
         Desk desk;
         // All states are in place before the first announcement, and a plan in between is kept.
-        desk.react = [&desk] { QVERIFY(!desk.run(QStringLiteral("plan CB")).isEmpty()); };
-        QCOMPARE(desk.see(QStringLiteral("A1 B0 C1")), QStringLiteral("A01 C01 "));
-        QCOMPARE(desk.states(), QStringLiteral("131222"));
+        desk.react = [&desk] { QVERIFY(!desk.run("plan CB"_s).isEmpty()); };
+        QCOMPARE(desk.see("A1 B0 C1"_s), "A01 C01 "_s);
+        QCOMPARE(desk.states(), "131222"_s);
         desk.react = [&desk] { desk.manager->clearPlanning(); };
-        QCOMPARE(desk.see(QStringLiteral("A0 B2 C1")), QStringLiteral("A10 B32 "));
+        QCOMPARE(desk.see("A0 B2 C1"_s), "A10 B32 "_s);
         // The newest overview wins, and the changes of each tuner come in their order.
-        desk.react = [&desk] { desk.manager->sl_updateTuners(overviewOf(QStringLiteral("A2 B0 C0"))); };
-        QCOMPARE(desk.see(QStringLiteral("A1 B1 C1")), QStringLiteral("A01 B21 A12 B10 C10 "));
-        QCOMPARE(desk.states(), QStringLiteral("200222"));
+        desk.react = [&desk] { desk.manager->sl_updateTuners(overviewOf("A2 B0 C0"_s)); };
+        QCOMPARE(desk.see("A1 B1 C1"_s), "A01 B21 A12 B10 C10 "_s);
+        QCOMPARE(desk.states(), "200222"_s);
         desk.react = [&desk] { desk.manager.reset(); };
-        QCOMPARE(desk.see(QStringLiteral("A0 B1 C1")), QStringLiteral("A20 "));
+        QCOMPARE(desk.see("A0 B1 C1"_s), "A20 "_s);
     }
 
     void sources()
     {
         values::Tree& tree = values::Tree::Instance();
-        auto* const value = tree.Emplace<values::StringValue>(QStringLiteral("/S/Resources"));
+        auto* const value = tree.Emplace<values::StringValue>("/S/Resources"_s);
         KoltaResourceObserver observer(value->GetPath());
         Manager direct;
         Manager observed;
@@ -236,22 +235,22 @@ private Q_SLOTS:
             value->SetValue(text.startsWith(QLatin1Char('A')) ? overviewOf(text).GetXmlString() : text);
             if (init) {
                 observed.init(observer);
-                QCOMPARE(direct.init(QStringLiteral("/S")), entries != bad);
-                once.init(QStringLiteral("/S"));
+                QCOMPARE(direct.init("/S"_s), entries != bad);
+                once.init("/S"_s);
             }
             QString found;
             for (const Manager* const manager : {&direct, &observed, &once})
-                found += QString::number(manager->getTunerState(QStringLiteral("A")));
+                found += QString::number(manager->getTunerState("A"_s));
             QCOMPARE(found, QLatin1String(states));
-            QCOMPARE(traces.count(QStringLiteral("ReportException Invalid XML text: ")), unreadable);
-            QCOMPARE(traces.count(QStringLiteral("Could not initialize.")), failed);
+            QCOMPARE(traces.count("ReportException Invalid XML text: "_s), unreadable);
+            QCOMPARE(traces.count("Could not initialize."_s), failed);
         }
-        QVERIFY(!direct.init(QStringLiteral("/none"))); // and the source before is dropped
-        value->SetValue(overviewOf(QStringLiteral("A1")).GetXmlString());
-        QCOMPARE(int(direct.getTunerState(QStringLiteral("A"))), 0);
+        QVERIFY(!direct.init("/none"_s)); // and the source before is dropped
+        value->SetValue(overviewOf("A1"_s).GetXmlString());
+        QCOMPARE(int(direct.getTunerState("A"_s)), 0);
         tree.Clear();
     }
 };
 
-QTEST_GUILESS_MAIN(TestTunerBookingManager)
+KOLTA_TEST(TestTunerBookingManager);
 #include "tst_tunerbookingmanager.moc"

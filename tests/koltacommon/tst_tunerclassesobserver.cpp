@@ -1,5 +1,7 @@
 #include <koltacommon/tunerclassesobserver.h>
 #include <koltacommon/tunerclasstree.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <resourcemodel/resources.h>
 #include <startup/errorhandler.h>
@@ -14,7 +16,7 @@ using values::StringValue;
 
 namespace {
 
-const QString path = QStringLiteral("/S1/ADMINISTRATION/TunerClasses");
+const QString path = "/S1/ADMINISTRATION/TunerClasses"_s;
 
 /// Two classes of one name, of which the first needs hardware and has a tuner.
 TunerClassOverview hierarchy()
@@ -23,12 +25,12 @@ TunerClassOverview hierarchy()
     for (const char* const guid : {"g1", "g2"}) {
         RESOURCEMANAGEMENT::TunerClass item;
         item.SetGUID(QLatin1String(guid));
-        item.SetName(QStringLiteral("ZELM_HW20M"));
+        item.SetName("ZELM_HW20M"_s);
         overview.EditTunerClass().append(item);
     }
-    overview.EditTunerClass().first().SetRDC(QStringLiteral("hw_20MHz"));
+    overview.EditTunerClass().first().SetRDC("hw_20MHz"_s);
     overview.EditTunerClass().first().SetHWProcessingRDC(true);
-    overview.EditTunerClass().first().EditTunerID().append(QStringLiteral("a"));
+    overview.EditTunerClass().first().EditTunerID().append("a"_s);
     return overview;
 }
 
@@ -45,9 +47,9 @@ private Q_SLOTS:
         m_observer = std::make_unique<TunerClassesObserver>();
         QVERIFY(m_observer->init(path));
         connect(m_observer.get(), &TunerClassesObserver::si_TunerClassesChanged,
-                [this] { m_log.append(QLatin1String("classes")); });
+                [this] { m_log.append("classes"_s); });
         connect(m_observer.get(), &TunerClassesObserver::si_ValueChanged,
-                [this] { m_log.append(QLatin1String("value")); });
+                [this] { m_log.append("value"_s); });
         m_log.clear();
     }
     void cleanup()
@@ -58,17 +60,17 @@ private Q_SLOTS:
 
     void classesAreLookedUpByName()
     {
-        const QString name = QStringLiteral("ZELM_HW20M");
+        const QString name = "ZELM_HW20M"_s;
         QVERIFY(m_observer->getResourceDemandClassForTunerClassName(name).isEmpty());
         QVERIFY(!m_observer->isHwProcessingRDCName(name));
         m_value->SetValue(hierarchy().GetXmlString());
         m_value->SetValue(QString()); // does not wipe the mirror
         QCOMPARE(m_log, m_changed);
-        QCOMPARE(m_observer->getResourceDemandClassForTunerClassName(name), QStringLiteral("hw_20MHz"));
+        QCOMPARE(m_observer->getResourceDemandClassForTunerClassName(name), "hw_20MHz"_s);
         QVERIFY(m_observer->isHwProcessingRDCName(name));
-        QVERIFY(!m_observer->isHwProcessingRDCName(QStringLiteral("hw_20MHz")));
+        QVERIFY(!m_observer->isHwProcessingRDCName("hw_20MHz"_s));
         Tuner tuner;
-        tuner.EditTavikResource().SetAddress(QStringLiteral("a"));
+        tuner.EditTavikResource().SetAddress("a"_s);
         ResourceOverview resources;
         resources.EditTuner().append(tuner);
         QCOMPARE(m_observer->getTunerClassTree(resources)->getClassForTuner(tuner)->getName(), name);
@@ -110,24 +112,23 @@ private Q_SLOTS:
         Startup::TraceRecorder traces;
         QVERIFY(!m_observer->setTunerClassOverview(invalid));
         QCOMPARE(traces.records().last().text,
-                 QStringLiteral("RGException when trying to set tuner class tree. Invalid object: "
-                                "TunerClassOverview/TunerClass[1]/GUID is missing"));
-        QCOMPARE(traces.records().last().source,
-                 QStringLiteral("devicecontrol/kolta/koltacommon/tunerclassesobserver"));
+                 "RGException when trying to set tuner class tree. Invalid object: "
+                 "TunerClassOverview/TunerClass[1]/GUID is missing"_s);
+        QCOMPARE(traces.records().last().source, "devicecontrol/kolta/koltacommon/tunerclassesobserver"_s);
         values::Tree::Instance().Remove(path);
         QVERIFY(!m_observer->setTunerClassOverview(TunerClassOverview()));
-        QVERIFY(!m_observer->init(QStringLiteral("/nowhere")));
+        QVERIFY(!m_observer->init("/nowhere"_s));
         QVERIFY(!m_observer->setTunerClassOverview(TunerClassOverview()));
         QVERIFY(m_observer->getTunerClassOverview() == overview && m_log.isEmpty());
         QCOMPARE(traces.records().size(), 3);
     }
 
 private:
-    const QStringList m_changed{QStringLiteral("classes"), QStringLiteral("value")};
+    const QStringList m_changed{"classes"_s, "value"_s};
     StringValue* m_value = nullptr;
     std::unique_ptr<TunerClassesObserver> m_observer;
     QStringList m_log;
 };
 
-QTEST_GUILESS_MAIN(TestTunerClassesObserver)
+KOLTA_TEST(TestTunerClassesObserver);
 #include "tst_tunerclassesobserver.moc"

@@ -2,6 +2,10 @@
 
 #include <koltacommon/tunerclassresourceselector.h>
 #include <koltacommon/tunerclasstree.h>
+#include <support/random.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QtTest>
 
@@ -18,8 +22,8 @@ Q_DECLARE_METATYPE(RESOURCEMANAGEMENT::Tuner)
 
 namespace {
 
-const QString top = QStringLiteral("Top");
-const QString inner = QStringLiteral("Inner");
+const QString top = "Top"_s;
+const QString inner = "Inner"_s;
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
 QString guidOf(const Tuner& one)
@@ -114,17 +118,15 @@ private Q_SLOTS:
     /// Two tuners, the preferred one first; then what decides between them. Both list orders must agree.
     void criteria_data()
     {
-        QTest::addColumn<Tuner>("first");
-        QTest::addColumn<Tuner>("second");
-        QTest::addColumn<int>("criterion");
+        const Rows<Tuner, Tuner, int> row("first second criterion");
         // Each row is against all criteria that follow, so that their order is tested as well.
-        const auto add = [](const char* name, TunerCriterion criterion,
-                            const std::function<void(Tuner&, Tuner&)>& edit, bool innerSecond = false) {
-            Tuner first = tuner(QStringLiteral("z"));
-            Tuner second = tuner(innerSecond ? QStringLiteral("in") : QStringLiteral("a"));
-            first.EditTavikResource().SetGUID(QStringLiteral("guid z"));
+        const auto add = [&row](const char* name, TunerCriterion criterion,
+                                const std::function<void(Tuner&, Tuner&)>& edit, bool innerSecond = false) {
+            Tuner first = tuner("z"_s);
+            Tuner second = tuner(innerSecond ? "in"_s : "a"_s);
+            first.EditTavikResource().SetGUID("guid z"_s);
             edit(first, second);
-            QTest::newRow(name) << first << second << static_cast<int>(criterion);
+            row(name, first, second, static_cast<int>(criterion));
         };
         const auto widen = [](double a, double b) {
             return [a, b](Tuner& first, Tuner& second) {
@@ -145,14 +147,14 @@ private Q_SLOTS:
         add("panorama scan", TunerCriterion::PanoramaScan,
             [](Tuner&, Tuner& second) { second.SetSupportsPScan(true); });
         add("name", TunerCriterion::DisplayName, [](Tuner& first, Tuner& second) {
-            first.EditTavikResource().SetDisplayName(QStringLiteral("a"));
-            second.EditTavikResource().SetDisplayName(QStringLiteral("b"));
-            second.EditTavikResource().SetGUID(QStringLiteral("A"));
+            first.EditTavikResource().SetDisplayName("a"_s);
+            second.EditTavikResource().SetDisplayName("b"_s);
+            second.EditTavikResource().SetGUID("A"_s);
         });
         add("GUID, upper case first", TunerCriterion::Guid, [](Tuner& first, Tuner& second) {
-            second.EditTavikResource().SetDisplayName(QStringLiteral("z"));
-            first.EditTavikResource().SetGUID(QStringLiteral("B"));
-            second.EditTavikResource().SetGUID(QStringLiteral("a"));
+            second.EditTavikResource().SetDisplayName("z"_s);
+            first.EditTavikResource().SetGUID("B"_s);
+            second.EditTavikResource().SetGUID("a"_s);
         });
         add("outside the tree", TunerCriterion::Cost,
             [](Tuner&, Tuner& second) { second.EditTavikResource().SetAddress(QString()); });
@@ -163,8 +165,7 @@ private Q_SLOTS:
         QFETCH(Tuner, second);
         DefaultCostFunction policy;
         QCOMPARE(policy.calculateCost(first), -1);
-        policy.init(makeTree({tunerClass(top, {QStringLiteral("z"), QStringLiteral("a")}, 3),
-                              tunerClass(inner, {QStringLiteral("in")}, 0, top)},
+        policy.init(makeTree({tunerClass(top, {"z"_s, "a"_s}, 3), tunerClass(inner, {"in"_s}, 0, top)},
                              {first, second}));
         QCOMPARE(policy.calculateCost(first), 3);
         QVERIFY(policy.cheaperThan(first, second));
@@ -183,23 +184,19 @@ private Q_SLOTS:
     {
         const int most = std::numeric_limits<int>::max();
         DefaultCostFunction policy;
-        const Tuner one = tuner(QStringLiteral("a"));
-        policy.init(
-            makeTree({tunerClass(top, {}, -7), tunerClass(inner, {QStringLiteral("a")}, 5, top)}, {one}));
+        const Tuner one = tuner("a"_s);
+        policy.init(makeTree({tunerClass(top, {}, -7), tunerClass(inner, {"a"_s}, 5, top)}, {one}));
         QCOMPARE(policy.calculateCost(one), -2);
-        policy.init(
-            makeTree({tunerClass(top, {}, most), tunerClass(inner, {QStringLiteral("a")}, 5, top)}, {one}));
+        policy.init(makeTree({tunerClass(top, {}, most), tunerClass(inner, {"a"_s}, 5, top)}, {one}));
         QCOMPARE(policy.calculateCost(one), most);
-        QVERIFY(policy.cheaperThan(one, tuner(QStringLiteral("unknown"))));
+        QVERIFY(policy.cheaperThan(one, tuner("unknown"_s)));
     }
 
     /// Choice, order and hand-out against the policy written down naively; the default policy's short cuts
     /// must not show.
     void agreesWithNaivePolicy()
     {
-        const quint32 seed = TunerSamples::seed();
-        qInfo("seed %u", seed);
-        QRandomGenerator random(seed);
+        QRandomGenerator random(testSeed());
         for (int round = 0; round < 300; ++round) {
             const TunerSamples::Installation installation(random, random.bounded(20), random.bounded(1, 6));
             const auto naive = std::make_shared<NaivePolicy>();
@@ -207,7 +204,7 @@ private Q_SLOTS:
             const auto slow = makeSelector(installation.classes, installation.tuners, naive);
             const auto tree = makeTree(installation.classes, installation.tuners);
             for (const QString& name : installation.names) {
-                const QString where = QStringLiteral("round %1, %2").arg(round).arg(name);
+                const QString where = "round %1, %2"_s.arg(round).arg(name);
                 const TunerSelection a = fast.explainSelection(name);
                 const TunerSelection b = slow.explainSelection(name);
                 QCOMPARE(a.candidates.size(), b.candidates.size());
@@ -230,6 +227,17 @@ private Q_SLOTS:
         }
     }
 
+    /// Names are compared as the user's language has it; tests run in a second language for that.
+    void namesAreOrderedByLanguage()
+    {
+        const bool isSwedish = QLocale().language() == QLocale::Swedish;
+        DefaultCostFunction policy;
+        Tuner zeta = tuner("zeta"_s), aerla = tuner("\u00e4rla"_s);
+        policy.init(makeTree({tunerClass(top, {"zeta"_s, "\u00e4rla"_s})}, {zeta, aerla}));
+        QCOMPARE(policy.cheaperThan(zeta, aerla), QString::localeAwareCompare("zeta"_s, "\u00e4rla"_s) < 0);
+        QVERIFY(!isSwedish || policy.cheaperThan(zeta, aerla));
+    }
+
     void refusals()
     {
         const auto withStorage = [](const QString& name, const QString& storage) {
@@ -240,24 +248,20 @@ private Q_SLOTS:
             one.EditXGStorage().append(interface);
             return one;
         };
-        const QStringList names{QStringLiteral("good"), QStringLiteral("away"),  QStringLiteral("busy"),
-                                QStringLiteral("no"),   QStringLiteral("plain"), QStringLiteral("case")};
-        const QString storage = QStringLiteral("{s}");
-        Tuner stranger = tuner(QStringLiteral("stranger"));
+        const QStringList names{"good"_s, "away"_s, "busy"_s, "no"_s, "plain"_s, "case"_s};
+        const QString storage = "{s}"_s;
+        Tuner stranger = tuner("stranger"_s);
         stranger.EditTavikResource().ResetAddress();
-        const auto selector =
-            makeSelector({tunerClass(top, names)},
-                         {stranger, withStorage(names[5], QStringLiteral("{S}")), tuner(names[4]),
-                          withStorage(names[3], storage), tuner(names[2], true, false),
-                          tuner(names[1], false, false), withStorage(names[0], storage)});
+        const auto selector = makeSelector({tunerClass(top, names)},
+                                           {stranger, withStorage(names[5], "{S}"_s), tuner(names[4]),
+                                            withStorage(names[3], storage), tuner(names[2], true, false),
+                                            tuner(names[1], false, false), withStorage(names[0], storage)});
         int asked = 0;
         const auto exclude = [&asked, &names](const Tuner& one) {
             ++asked;
             return one.GetTavikResource().GetAddress() == names[3];
         };
-        QCOMPARE(selector.selectTuner(top, exclude, {QStringLiteral("{x}"), storage})
-                     .GetTavikResource()
-                     .GetAddress(),
+        QCOMPARE(selector.selectTuner(top, exclude, {"{x}"_s, storage}).GetTavikResource().GetAddress(),
                  names[0]);
         QCOMPARE(asked, 4); // once per free tuner
 
@@ -267,42 +271,39 @@ private Q_SLOTS:
             texts.append(candidate.tuner.GetTavikResource().GetDisplayName() + QLatin1Char(' ') +
                          toText(candidate.refusal));
         QCOMPARE(texts,
-                 QStringList({QStringLiteral("good "), QStringLiteral("away not accessible"),
-                              QStringLiteral("busy not idle"), QStringLiteral("case no matching storage"),
-                              QStringLiteral("no excluded"), QStringLiteral("plain no matching storage"),
-                              QStringLiteral("stranger not in the tuner class tree")}));
-        QVERIFY(!selector.explainSelection(QStringLiteral("root")).classExists);
+                 QStringList({"good "_s, "away not accessible"_s, "busy not idle"_s,
+                              "case no matching storage"_s, "no excluded"_s, "plain no matching storage"_s,
+                              "stranger not in the tuner class tree"_s}));
+        QVERIFY(!selector.explainSelection("root"_s).classExists);
     }
 
     void simultaneousUseIsGreedyAndIgnoresState()
     {
-        const auto selector = makeSelector(
-            {tunerClass(top, {QStringLiteral("a")}, 1), tunerClass(inner, {QStringLiteral("b")}, 1, top)},
-            {tuner(QStringLiteral("a"), false), tuner(QStringLiteral("b"), true, false)});
+        const auto selector = makeSelector({tunerClass(top, {"a"_s}, 1), tunerClass(inner, {"b"_s}, 1, top)},
+                                           {tuner("a"_s, false), tuner("b"_s, true, false)});
         QVERIFY(selector.selectTuner(top) == Tuner());
         QVERIFY(selector.canBeRunSimultaneously({}));
         QVERIFY(selector.canBeRunSimultaneously({top, inner}));
-        QStringList errors{QStringLiteral("kept")};
-        QVERIFY(!selector.canBeRunSimultaneously({inner, inner, QStringLiteral("x"), top, inner}, &errors));
-        const QString lacking = QStringLiteral("Not enough tuners of class %1 available.");
-        QCOMPARE(errors, QStringList({QStringLiteral("kept"), lacking.arg(inner),
-                                      lacking.arg(QStringLiteral("x")), lacking.arg(inner)}));
-        const auto allotments = selector.explainSimultaneousUse({top, QStringLiteral("x"), top, top});
+        QStringList errors{"kept"_s};
+        QVERIFY(!selector.canBeRunSimultaneously({inner, inner, "x"_s, top, inner}, &errors));
+        const QString lacking = "Not enough tuners of class %1 available."_s;
+        QCOMPARE(errors, QStringList({"kept"_s, lacking.arg(inner), lacking.arg("x"_s), lacking.arg(inner)}));
+        const auto allotments = selector.explainSimultaneousUse({top, "x"_s, top, top});
         QVERIFY(allotments.at(0).served && allotments.at(2).served);
         QCOMPARE(allotments.at(1).heldBy, -1);
         QVERIFY(!allotments.at(3).served);
         QCOMPARE(allotments.at(3).heldBy, 0);
-        QCOMPARE(selector.getMCPResourceDemandClassForTunerClass(inner), QStringLiteral("rdc of Inner"));
-        QCOMPARE(selector.getMCPResourceDemandClassForTunerClass(QStringLiteral("x")), QString());
+        QCOMPARE(selector.getMCPResourceDemandClassForTunerClass(inner), "rdc of Inner"_s);
+        QCOMPARE(selector.getMCPResourceDemandClassForTunerClass("x"_s), QString());
     }
 
     void asksOtherPoliciesForEverything()
     {
         const auto policy = std::make_shared<LastOfAll>();
-        const QStringList names{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
+        const QStringList names{"a"_s, "b"_s, "c"_s};
         auto selector = makeSelector({tunerClass(top, names)},
                                      {tuner(names[0]), tuner(names[1]), tuner(names[2], false)}, policy);
-        QCOMPARE(guidOf(selector.selectTuner(top)), QStringLiteral("guid of b"));
+        QCOMPARE(guidOf(selector.selectTuner(top)), "guid of b"_s);
         QCOMPARE(policy->sizes, QVector<int>{2}); // refused ones are not shown to it
         const std::shared_ptr<TunerClassTree> tree = policy->tree();
         QVERIFY(selector.canBeRunSimultaneously({top, top, top}));
@@ -325,12 +326,11 @@ private Q_SLOTS:
     void followsTheTree()
     {
         const auto policy = std::make_shared<DefaultCostFunction>();
-        auto selector = makeSelector(
-            {tunerClass(top, {QStringLiteral("a")}, 1), tunerClass(inner, {QStringLiteral("b")}, 1, top)},
-            {tuner(QStringLiteral("a")), tuner(QStringLiteral("b"))}, policy);
-        QCOMPARE(guidOf(selector.selectTuner(top)), QStringLiteral("guid of a"));
+        auto selector = makeSelector({tunerClass(top, {"a"_s}, 1), tunerClass(inner, {"b"_s}, 1, top)},
+                                     {tuner("a"_s), tuner("b"_s)}, policy);
+        QCOMPARE(guidOf(selector.selectTuner(top)), "guid of a"_s);
         policy->tree()->findClassItemByName(inner)->setCost(-5);
-        QCOMPARE(guidOf(selector.selectTuner(top)), QStringLiteral("guid of b"));
+        QCOMPARE(guidOf(selector.selectTuner(top)), "guid of b"_s);
         const auto other = makeSelector({}, {}, policy);
         QVERIFY(other.selectTuner(top) == Tuner());
         // The shared policy knows another tree by now: all tuners are strangers to it.
@@ -341,10 +341,10 @@ private Q_SLOTS:
             selector.setResourceOverview(QVector<Tuner>());
             return !(selector.selectTuner(top) == Tuner());
         };
-        QCOMPARE(guidOf(selector.selectTuner(top, replace, {})), QStringLiteral("guid of a"));
+        QCOMPARE(guidOf(selector.selectTuner(top, replace, {})), "guid of a"_s);
         QVERIFY(selector.selectTuner(top) == Tuner());
     }
 };
 
-QTEST_GUILESS_MAIN(TestTunerClassResourceSelector)
+KOLTA_TEST(TestTunerClassResourceSelector);
 #include "tst_tunerclassresourceselector.moc"

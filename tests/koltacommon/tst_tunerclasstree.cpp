@@ -1,4 +1,8 @@
 #include <koltacommon/tunerclasstree.h>
+#include <support/random.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -18,8 +22,8 @@ ResourceOverview tunersOf(const QString& addresses)
     ResourceOverview overview;
     for (const QString& address : addresses.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
         Tuner tuner;
-        tuner.EditTavikResource().SetAddress(address == QLatin1String("-") ? QString() : address);
-        tuner.EditTavikResource().SetGUID(QStringLiteral("{%1}").arg(address));
+        tuner.EditTavikResource().SetAddress(address == "-"_s ? QString() : address);
+        tuner.EditTavikResource().SetGUID("{%1}"_s.arg(address));
         overview.EditTuner().append(tuner);
     }
     return overview;
@@ -29,12 +33,12 @@ ResourceOverview tunersOf(const QString& addresses)
 TunerClassOverview classesOf(const QString& text)
 {
     TunerClassOverview overview;
-    const QRegularExpression form(QStringLiteral("^([^<*:]*)<?([^*:]*)[*]?([^:]*):(.*)$"));
+    const QRegularExpression form("^([^<*:]*)<?([^*:]*)[*]?([^:]*):(.*)$"_s);
     for (const QString& line : text.split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
         const auto match = form.match(line);
         TunerClass tunerClass;
         tunerClass.SetGUID(match.captured(1));
-        tunerClass.SetName(QStringLiteral("n") + match.captured(1));
+        tunerClass.SetName("n"_s + match.captured(1));
         tunerClass.SetCostPenalty(match.captured(1).size());
         tunerClass.SetSuperclassGUID(match.captured(2));
         tunerClass.SetDefaultChild(match.captured(3));
@@ -57,13 +61,13 @@ QString textOf(const ptrTunerClassTreeItem& item)
         const ptrTunerClassTreeItem child = item->getChild(i);
         classesBegin = classesBegin || child->isClassItem();
         if (child->getParent() != item || child->getTreeIndex() != i || classesBegin == child->isTunerItem())
-            return QStringLiteral("broken at child %1 of %2").arg(i).arg(item->getID());
+            return "broken at child %1 of %2"_s.arg(i).arg(item->getID());
         defaultFound = defaultFound || child->isDefaultChild();
         children.append(QLatin1String(child->isDefaultChild() ? "*" : "") + textOf(child));
     }
     if (!defaultFound)
-        return QStringLiteral("strange default child of ") + item->getID();
-    return QStringLiteral("%1(%2)").arg(item->getID(), children.join(QLatin1Char(' ')));
+        return "strange default child of "_s + item->getID();
+    return "%1(%2)"_s.arg(item->getID(), children.join(QLatin1Char(' ')));
 }
 
 QString textOf(const TunerClassTree& tree)
@@ -88,8 +92,8 @@ struct RandomOverviews
             const QStringList list = ids.split(QLatin1Char(' '));
             return list.at(random.bounded(list.size()));
         };
-        const QString tunerIDs = QStringLiteral("a b c d e f g h A root -");
-        const QString classIDs = QStringLiteral("A B C D E F G root a");
+        const QString tunerIDs = "a b c d e f g h A root -"_s;
+        const QString classIDs = "A B C D E F G root a"_s;
         QStringList tuners = tunerIDs.split(QLatin1Char(' '));
         QStringList guids = classIDs.split(QLatin1Char(' '));
         if (unique) {
@@ -108,8 +112,8 @@ struct RandomOverviews
             QStringList members;
             for (int i = random.bounded(4); i > 0; --i)
                 members.append(pick(unique ? tunerIDs : tunerIDs + QLatin1Char(' ') + classIDs));
-            classes.append(QStringLiteral("%1<%2*%3:%4")
-                               .arg(guid, pick(classIDs), pick(tunerIDs), members.join(QLatin1Char(' '))));
+            classes.append(
+                "%1<%2*%3:%4"_s.arg(guid, pick(classIDs), pick(tunerIDs), members.join(QLatin1Char(' '))));
         }
         resources = tunersOf(tuners.join(QLatin1Char(' ')));
         tunerClasses = classesOf(classes.join(QLatin1Char('|')));
@@ -166,13 +170,7 @@ class TestTunerClassTree : public QObject
 private Q_SLOTS:
     void overviewsMakeATree_data()
     {
-        QTest::addColumn<QString>("tuners");
-        QTest::addColumn<QString>("classes");
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char* name, const char* tuners, const char* classes, const char* expected) {
-            QTest::newRow(name) << QString::fromLatin1(tuners) << QString::fromLatin1(classes)
-                                << QString::fromLatin1(expected);
-        };
+        const Rows<QString, QString, QString> row("tuners classes expected");
         row("nothing", "", "", "root()");
         row("no classes", "a - b c", "", "root(c b a)");
         row("reverse order, the first is the default", "a b c",
@@ -216,14 +214,13 @@ private Q_SLOTS:
                                         {"p A B,p A A,p B a,p root C", "root(d A(b *a B(*c)) C())"},
                                         {"* B,* d,* root", "root(*d A(b a *B(*c)) C())"}};
         for (const auto& [script, expected] : cases) {
-            const TunerClassTree tree(classesOf(QStringLiteral("A:a b|B<A:c|C:")),
-                                      tunersOf(QStringLiteral("a b c d")));
+            const TunerClassTree tree(classesOf("A:a b|B<A:c|C:"_s), tunersOf("a b c d"_s));
             for (const QString& step : QString::fromLatin1(script).split(QLatin1Char(','))) {
                 const QStringList words = step.split(QLatin1Char(' '));
                 const ptrTunerClassTreeItem item = tree.findItemByID(words.at(1));
-                if (words.at(0) == QLatin1String("x"))
+                if (words.at(0) == "x"_s)
                     item->deleteChild(words.at(2).toInt());
-                else if (words.at(0) == QLatin1String("p"))
+                else if (words.at(0) == "p"_s)
                     item->setParent(tree.findItemByID(words.at(2)));
                 else
                     item->makeDefaultChild();
@@ -231,17 +228,15 @@ private Q_SLOTS:
             QCOMPARE(textOf(tree), QLatin1String(expected));
         }
         // With every level that tuners come up their order is turned round.
-        const TunerClassTree deep(classesOf(QStringLiteral("A:a b|B<A:c d|C<B:e f|D<B:g h|E<A:i j")),
-                                  tunersOf(QStringLiteral("a b c d e f g h i j k")));
+        const TunerClassTree deep(classesOf("A:a b|B<A:c d|C<B:e f|D<B:g h|E<A:i j"_s),
+                                  tunersOf("a b c d e f g h i j k"_s));
         QVERIFY(deep.getRootItem()->deleteChild(1));
-        QCOMPARE(textOf(deep), QStringLiteral("root(a b g h e f d c j i k)"));
+        QCOMPARE(textOf(deep), "root(a b g h e f d c j i k)"_s);
     }
 
     void anyChangesKeepTheTreeWhole()
     {
-        const quint32 seed = QRandomGenerator::global()->generate();
-        qInfo("seed %u", seed);
-        QRandomGenerator random(seed);
+        QRandomGenerator random(testSeed());
         for (int round = 0; round < 100; ++round) {
             const RandomOverviews overviews(random, round % 2 == 0);
             TunerClassTree tree(overviews.tunerClasses, overviews.resources);
@@ -255,13 +250,12 @@ private Q_SLOTS:
                 if (action == 0)
                     pick()->deleteChild(random.bounded(-1, 4));
                 else if (action == 1)
-                    pick()->addChild(QStringLiteral("new"), QString());
+                    pick()->addChild("new"_s, QString());
                 else if (action == 2)
                     pick()->makeDefaultChild();
                 else
                     pick()->setParent(pick());
-                QVERIFY2(!textOf(tree).contains(QLatin1String("broken")) &&
-                             !textOf(tree).contains(QLatin1String("strange")),
+                QVERIFY2(!textOf(tree).contains("broken"_s) && !textOf(tree).contains("strange"_s),
                          qPrintable(textOf(tree)));
                 QVERIFY(textOf(tree).remove(QLatin1Char('*')) == QString(before).remove(QLatin1Char('*')) ||
                         tree.revision() > revision);
@@ -287,70 +281,88 @@ private Q_SLOTS:
 
     void itemsOutliveTheirTree()
     {
-        auto tree = std::make_unique<TunerClassTree>(classesOf(QStringLiteral("A:a b|B<A:c")),
-                                                     tunersOf(QStringLiteral("a b c")));
-        const ptrTunerClassTreeItem kept = tree->findItemByID(QStringLiteral("B"));
+        auto tree = std::make_unique<TunerClassTree>(classesOf("A:a b|B<A:c"_s), tunersOf("a b c"_s));
+        const ptrTunerClassTreeItem kept = tree->findItemByID("B"_s);
         const std::weak_ptr<Item> lost = kept->getParent()->getDefaultChild();
         QVERIFY(!tree->getRootItem()->setParent(kept));
         QVERIFY(!kept->setParent(nullptr));
         tree.reset();
         QVERIFY(lost.expired() && !kept->getParent());
-        QCOMPARE(textOf(kept), QStringLiteral("B(*c)"));
+        QCOMPARE(textOf(kept), "B(*c)"_s);
 
-        TunerClassTree other(classesOf(QStringLiteral("D:d")), tunersOf(QStringLiteral("d c")));
-        QVERIFY(!other.findItemByID(QStringLiteral("B")));
-        QVERIFY(kept->setParent(other.findItemByID(QStringLiteral("D"))));
-        QCOMPARE(textOf(other), QStringLiteral("root(c D(*d B(*c)))"));
-        QCOMPARE(addressesOf(other.getAllTunerDescendantsOfClass(QStringLiteral("nD"))),
-                 (QStringList{QStringLiteral("d"), QStringLiteral("c")}));
+        TunerClassTree other(classesOf("D:d"_s), tunersOf("d c"_s));
+        QVERIFY(!other.findItemByID("B"_s));
+        QVERIFY(kept->setParent(other.findItemByID("D"_s)));
+        QCOMPARE(textOf(other), "root(c D(*d B(*c)))"_s);
+        QCOMPARE(addressesOf(other.getAllTunerDescendantsOfClass("nD"_s)), (QStringList{"d"_s, "c"_s}));
         const ptrTunerClassTreeItem tuner = kept->getChild(0);
-        QVERIFY(other.findItemByID(QStringLiteral("D"))->deleteChild(1));
+        QVERIFY(other.findItemByID("D"_s)->deleteChild(1));
         QVERIFY(!kept->getParent() && kept->getChildren().empty() && !kept->getDefaultChild());
-        QCOMPARE(textOf(other), QStringLiteral("root(c D(c *d))"));
-        QCOMPARE(tuner->getParent()->getID(), QStringLiteral("D"));
+        QCOMPARE(textOf(other), "root(c D(c *d))"_s);
+        QCOMPARE(tuner->getParent()->getID(), "D"_s);
         Item onStack((Item::RootItemType()));
         QVERIFY(!onStack.addChild(QString(), QString()));
     }
 
     void namesAndCostsCount()
     {
-        TunerClassTree tree(classesOf(QStringLiteral("A:a|B<A:b")), tunersOf(QStringLiteral("a b")));
-        const ptrTunerClassTreeItem top = tree.findClassItemByName(QStringLiteral("nA"));
-        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("nA"))->at(1).cost, 2);
+        TunerClassTree tree(classesOf("A:a|B<A:b"_s), tunersOf("a b"_s));
+        const ptrTunerClassTreeItem top = tree.findClassItemByName("nA"_s);
+        QCOMPARE(tree.getTunerPlacesOfClass("nA"_s)->at(1).cost, 2);
         tree.getRootItem()->setCost(5);
-        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("nA"))->at(1).cost, 7);
+        QCOMPARE(tree.getTunerPlacesOfClass("nA"_s)->at(1).cost, 7);
         top->setCost(std::numeric_limits<int>::max());
-        top->setName(QStringLiteral("new"));
-        QVERIFY(tree.getTunerPlacesOfClass(QStringLiteral("nA"))->empty());
-        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("new"))->at(1).cost,
-                 std::numeric_limits<int>::max());
-        QVERIFY(!tree.findClassItemByName(QStringLiteral("root")));
-        QCOMPARE(tree.findItemByID(QStringLiteral("root")), tree.getRootItem());
+        top->setName("new"_s);
+        QVERIFY(tree.getTunerPlacesOfClass("nA"_s)->empty());
+        QCOMPARE(tree.getTunerPlacesOfClass("new"_s)->at(1).cost, std::numeric_limits<int>::max());
+        QVERIFY(!tree.findClassItemByName("root"_s));
+        QCOMPARE(tree.findItemByID("root"_s), tree.getRootItem());
 
         QVector<Tuner> tuners = tree.getResources().GetTuner();
         QCOMPARE(addressesOf(TunerClassTree::getTunerObjects(tree.getAllDefaultTuners())),
-                 (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
-        tree.findItemByID(QStringLiteral("B"))->makeDefaultChild();
+                 (QStringList{"a"_s, "b"_s}));
+        tree.findItemByID("B"_s)->makeDefaultChild();
         const auto classes =
             TunerClassTree::getTunerClassObjects(tree.getAllClassesWithDefaultTuner(tuners.at(1)));
         QCOMPARE(classes.size(), 2);
-        QCOMPARE(classes.at(0).GetName(), QStringLiteral("new"));
-        QCOMPARE(classes.at(0).GetDefaultChild(), QStringLiteral("B"));
+        QCOMPARE(classes.at(0).GetName(), "new"_s);
+        QCOMPARE(classes.at(0).GetDefaultChild(), "B"_s);
         QVERIFY(tree.getAllClassesWithDefaultTuner(tuners.at(0)).empty());
+    }
+
+    /// What is set in a class is in the next overview; tuners have nothing to set but a name.
+    void overviewsHoldWhatWasSet()
+    {
+        TunerClassTree tree(classesOf("A:a"_s), tunersOf("a b"_s));
+        for (const char* const id : {"A", "a"}) {
+            const ptrTunerClassTreeItem item = tree.findItemByID(QLatin1String(id));
+            item->setDescription("text"_s);
+            item->setRDC("hw"_s);
+            item->setHWProcessing(true);
+            QCOMPARE(item->getRDC() + item->getDescription(), item->isTunerItem() ? QString() : "hwtext"_s);
+            QCOMPARE(item->getHWProcessing(), item->isClassItem());
+        }
+        const auto classes = tree.createOverview().GetTunerClass();
+        QCOMPARE(classes.size(), 1);
+        QCOMPARE(classes.first().GetDescription(), "text"_s);
+        QCOMPARE(classes.first().GetRDC(), "hw"_s);
+        QVERIFY(classes.first().GetHWProcessingRDC());
+        tree.findItemByID("a"_s)->setName("own"_s);
+        QCOMPARE(tree.findItemByID("a"_s)->getName(), "own"_s);
+        QVERIFY(tree.findItemByID("a"_s)->getTuner() == tree.getResources().GetTuner().first());
     }
 
     void visitorsMayChangeTheTree()
     {
-        const TunerClassTree tree(classesOf(QStringLiteral("A:a b|B<A:c|C<B:d")),
-                                  tunersOf(QStringLiteral("a b c d")));
+        const TunerClassTree tree(classesOf("A:a b|B<A:c|C<B:d"_s), tunersOf("a b c d"_s));
         QStringList visited;
         tree.getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) {
             visited.append(item->getID());
             while (tree.getRootItem()->deleteChild(0)) {
             }
         });
-        QCOMPARE(visited.join(QLatin1Char(' ')), QStringLiteral("A b a B c C d"));
-        QCOMPARE(textOf(tree), QStringLiteral("root()"));
+        QCOMPARE(visited.join(QLatin1Char(' ')), "A b a B c C d"_s);
+        QCOMPARE(textOf(tree), "root()"_s);
     }
 
     void depthIsNoDanger()
@@ -359,15 +371,15 @@ private Q_SLOTS:
         QStringList tuners;
         QStringList classes;
         for (int i = 0; i < depth; ++i) {
-            tuners.append(QStringLiteral("t%1").arg(i));
-            classes.append(QStringLiteral("c%1<c%2:t%1").arg(i).arg(i - 1));
+            tuners.append("t%1"_s.arg(i));
+            classes.append("c%1<c%2:t%1"_s.arg(i).arg(i - 1));
         }
         TunerClassTree tree(classesOf(classes.join(QLatin1Char('|'))),
                             tunersOf(tuners.join(QLatin1Char(' '))));
-        const QString last = QStringLiteral("c%1").arg(depth - 1);
+        const QString last = "c%1"_s.arg(depth - 1);
         QCOMPARE(tree.getRootItem()->findDescendantRecursive(last)->getDepth(), depth);
         QCOMPARE(tree.createOverview().GetTunerClass().last().GetGUID(), last);
-        QCOMPARE(tree.getTunerPlacesOfClass(QStringLiteral("nc0"))->size(), std::size_t{depth});
+        QCOMPARE(tree.getTunerPlacesOfClass("nc0"_s)->size(), std::size_t{depth});
         QCOMPARE(tree.getTunerPlacesOfClass(QLatin1Char('n') + last)->front().depth, depth + 1);
         QVERIFY(tree.getRootItem()->deleteChild(0)); // 10,000 classes vanish, and all tuners move up
         QCOMPARE(tree.getRootItem()->getNumberOfTunerChildren(), depth);
@@ -377,13 +389,9 @@ private Q_SLOTS:
 
     void defaultHierarchy_data()
     {
-        QTest::addColumn<QString>("tuners"); // type/software MHz/hardware MHz; "+" supports hardware
-        QTest::addColumn<QString>("demandClasses");
-        QTest::addColumn<QString>("expected"); // name<superclass,RDC,HW:tuners
-        const auto row = [](const char* name, const char* tuners, const char* demand, const char* expected) {
-            QTest::newRow(name) << QString::fromLatin1(tuners) << QString::fromLatin1(demand)
-                                << QString::fromLatin1(expected);
-        };
+        // Tuners are type/software MHz/hardware MHz, with "+" for hardware; classes
+        // name<superclass,RDC,HW:tuners.
+        const Rows<QString, QString, QString> row("tuners demandClasses expected");
         row("no tuners", "", "hw_20MHz", "");
         row("one type", "EB/4 EB/6", "", "EB<,sw,0:0 1");
         row("narrow", "EB/4", "", "EB<,sw_5MHz,0:0");
@@ -421,31 +429,30 @@ private Q_SLOTS:
         ResourceDemandClass demandClass;
         demandClass.SetDemandClassName(demandClasses);
         resources.EditTuner().append(Tuner()); // without tuner ID
-        TunerClassTree tree(classesOf(QStringLiteral("old:0")), resources);
+        TunerClassTree tree(classesOf("old:0"_s), resources);
         const quint64 revision = tree.revision();
         tree.createDefaultHierarchy({demandClass});
         QVERIFY(tree.revision() > revision);
 
         const QHash<QString, QString> descriptions{
-            {QStringLiteral("ZELM_5M"), QStringLiteral("Basic ZELM tuners up to 5MHz bandwidth")},
-            {QStringLiteral("ZELM_10M"), QStringLiteral("Basic ZELM tuners up to 10MHz bandwidth")},
-            {QStringLiteral("ZELM_HW20M"),
-             QStringLiteral("ZELMs with hardware acceleration up to 20MHz bandwidth")},
-            {QStringLiteral("ZELM_HW80M"), QStringLiteral("Basic ZELM tuners up to 80MHz bandwidth")}};
+            {"ZELM_5M"_s, "Basic ZELM tuners up to 5MHz bandwidth"_s},
+            {"ZELM_10M"_s, "Basic ZELM tuners up to 10MHz bandwidth"_s},
+            {"ZELM_HW20M"_s, "ZELMs with hardware acceleration up to 20MHz bandwidth"_s},
+            {"ZELM_HW80M"_s, "Basic ZELM tuners up to 80MHz bandwidth"_s}};
         QStringList classes;
         for (const TunerClass& item : tree.getOriginalTunerClassOverview().GetTunerClass()) {
             const auto superclass = tree.findItemByID(item.GetSuperclassGUID());
             QCOMPARE(item.GetCostPenalty(), 1);
             QCOMPARE(item.GetDescription(),
-                     descriptions.value(item.GetName(), QStringLiteral("Tuners of type ") + item.GetName()));
-            classes.append(QStringLiteral("%1<%2,%3,%4:%5")
-                               .arg(item.GetName(), superclass ? superclass->getName() : QString(),
-                                    item.GetRDC(), QString::number(item.GetHWProcessingRDC()),
-                                    QStringList(item.GetTunerID().toList()).join(QLatin1Char(' '))));
+                     descriptions.value(item.GetName(), "Tuners of type "_s + item.GetName()));
+            classes.append(
+                "%1<%2,%3,%4:%5"_s.arg(item.GetName(), superclass ? superclass->getName() : QString(),
+                                       item.GetRDC(), QString::number(item.GetHWProcessingRDC()),
+                                       QStringList(item.GetTunerID().toList()).join(QLatin1Char(' '))));
         }
         QCOMPARE(classes.join(QLatin1Char('|')), expected);
     }
 };
 
-QTEST_GUILESS_MAIN(TestTunerClassTree)
+KOLTA_TEST(TestTunerClassTree);
 #include "tst_tunerclasstree.moc"

@@ -2,6 +2,7 @@
 
 #include <resourcemodel/resources.h>
 #include <resourcemodel/tunerclasses.h>
+#include <support/text.h>
 
 #include <QRandomGenerator>
 #include <QStringList>
@@ -14,7 +15,7 @@ inline RESOURCEMANAGEMENT::Tuner tuner(const QString& name, bool accessible = tr
     RESOURCEMANAGEMENT::Tuner result;
     result.EditTavikResource().SetDisplayName(name);
     result.EditTavikResource().SetAddress(name);
-    result.EditTavikResource().SetGUID(QStringLiteral("guid of %1").arg(name));
+    result.EditTavikResource().SetGUID("guid of %1"_s.arg(name));
     result.SetAccessible(accessible);
     result.SetIdle(idle);
     return result;
@@ -27,7 +28,7 @@ inline RESOURCEMANAGEMENT::TunerClass tunerClass(const QString& name, const QStr
     result.SetGUID(name);
     result.SetName(name);
     result.SetCostPenalty(cost);
-    result.SetRDC(QStringLiteral("rdc of %1").arg(name));
+    result.SetRDC("rdc of %1"_s.arg(name));
     if (!superclass.isEmpty())
         result.SetSuperclassGUID(superclass);
     result.SetTunerID(members.toVector());
@@ -42,13 +43,9 @@ classOverview(const QVector<RESOURCEMANAGEMENT::TunerClass>& classes)
     return overview;
 }
 
-/// Seeds are taken from the environment variable KOLTA_TEST_SEED if it is set.
-inline quint32 seed()
-{
-    bool given = false;
-    const int wanted = qEnvironmentVariableIntValue("KOLTA_TEST_SEED", &given);
-    return given ? static_cast<quint32>(wanted) : QRandomGenerator::global()->generate() >> 1;
-}
+/// Names that every language orders in its own way.
+const QStringList displayNames{QStringLiteral("zeta"), QStringLiteral("\u00c4rla"), QStringLiteral("alfa"),
+                               QStringLiteral("\u00d6land"), QStringLiteral("Beta")};
 
 /// Classes K0, K1, ... nested at random, with costs of -1 to 2, and tuners with GUIDs that now and then occur
 /// twice and properties out of a few values, so that every criterion gets to decide.
@@ -59,10 +56,10 @@ struct Installation
         QVector<QStringList> members(classCount);
         for (int i = 0; i < tunerCount; ++i) {
             RESOURCEMANAGEMENT::Tuner one =
-                tuner(QStringLiteral("T%1").arg(i), random.bounded(6) > 0, random.bounded(6) > 0);
-            one.EditTavikResource().SetDisplayName(QStringLiteral("N%1").arg(random.bounded(4)));
+                tuner("T%1"_s.arg(i), random.bounded(6) > 0, random.bounded(6) > 0);
+            one.EditTavikResource().SetDisplayName(displayNames.at(random.bounded(displayNames.size())));
             if (random.bounded(4) == 0)
-                one.EditTavikResource().SetGUID(QStringLiteral("guid %1").arg(random.bounded(3)));
+                one.EditTavikResource().SetGUID("guid %1"_s.arg(random.bounded(3)));
             if (random.bounded(4))
                 one.SetMaxSWBandwidth(0.4 * random.bounded(-2, 8));
             if (random.bounded(3) == 0)
@@ -75,8 +72,8 @@ struct Installation
             members[random.bounded(classCount)].append(one.GetTavikResource().GetAddress());
         }
         for (int i = 0; i < classCount; ++i) {
-            const QString above = QStringLiteral("K%1").arg(random.bounded(classCount)); // circles included
-            names.append(QStringLiteral("K%1").arg(i));
+            const QString above = "K%1"_s.arg(random.bounded(classCount)); // circles included
+            names.append("K%1"_s.arg(i));
             classes.append(tunerClass(names.last(), members.at(i), random.bounded(-1, 3),
                                       random.bounded(3) ? above : QString()));
         }

@@ -1,4 +1,6 @@
 #include <recording/recordidentifier.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QSet>
 #include <QtTest>
@@ -15,9 +17,7 @@ private Q_SLOTS:
     /// All identifiers of these parts have texts and keys of their own and come back from them.
     void textsAndKeysAreUnambiguous()
     {
-        const QString parts[] = {
-            QString(),           QStringLiteral("a"),   QStringLiteral("A"),           QStringLiteral("/"),
-            QStringLiteral("%"), QStringLiteral("%2F"), QStringLiteral("a/%25\u00e4 ")};
+        const QString parts[] = {QString(), "a"_s, "A"_s, "/"_s, "%"_s, "%2F"_s, "a/%25\u00e4 "_s};
         QSet<QString> texts;
         QSet<RecordIdentifier> hashed;
         std::unordered_set<RecordIdentifier> keys;
@@ -39,7 +39,7 @@ private Q_SLOTS:
         QCOMPARE(hashed.size(), 7 * 7 * 7);
         QCOMPARE(keys.size(), std::size_t(7 * 7 * 7));
         QCOMPARE(RecordIdentifier().toString(), QString());
-        QCOMPARE(RecordIdentifier(parts[1], parts[3], parts[4]).toString(), QStringLiteral("a/%2F/%25"));
+        QCOMPARE(RecordIdentifier(parts[1], parts[3], parts[4]).toString(), "a/%2F/%25"_s);
     }
 
     void otherTextsAreInvalid()
@@ -50,5 +50,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRecordIdentifier)
+KOLTA_TEST(TestRecordIdentifier);
 #include "tst_recordidentifier.moc"

@@ -1,5 +1,7 @@
 #include <resourcemodel/resources.h>
 #include <resourcemodel/textreader.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -22,7 +24,7 @@ public:
             m_pieces.append(randomPiece());
     }
 
-    QString text() const { return m_root + m_pieces.join(QString()) + QStringLiteral("</ResourceOverview>"); }
+    QString text() const { return m_root + m_pieces.join(QString()) + "</ResourceOverview>"_s; }
 
     void edit()
     {
@@ -30,8 +32,7 @@ public:
         const int other = m_random.bounded(m_pieces.size() + 1);
         switch (m_random.bounded(8)) {
         case 0:
-            m_root =
-                QStringLiteral("<?xml version='1.0'?><ResourceOverview a='%1'>").arg(m_random.bounded(3));
+            m_root = "<?xml version='1.0'?><ResourceOverview a='%1'>"_s.arg(m_random.bounded(3));
             break;
         case 1:
             std::reverse(m_pieces.begin(), m_pieces.end());
@@ -67,7 +68,7 @@ public:
             damaged.remove(at, 1 + m_random.bounded(9));
             break;
         default:
-            damaged[at] = QChar(QStringLiteral("<>&/'x-]\u202e").at(m_random.bounded(9)));
+            damaged[at] = QChar("<>&/'x-]\u202e"_s.at(m_random.bounded(9)));
         }
         return damaged;
     }
@@ -83,27 +84,26 @@ private:
     /// Few different ones, so that the same come again.
     QString randomPiece()
     {
-        static const QString tuner = QStringLiteral(
+        static const QString tuner =
             "<Tuner><TavikResource><GUID>%1</GUID></TavikResource><Type>\u00e4&amp;%1</Type><Idle>true</Idle>"
-            "<XGStorage><Connection><Type>%1</Type></Connection></XGStorage></Tuner>");
+            "<XGStorage><Connection><Type>%1</Type></Connection></XGStorage></Tuner>"_s;
         static const QStringList others{
-            QStringLiteral("<StorageUnit><TavikResource/><Capacity>%1</Capacity></StorageUnit>"),
-            QStringLiteral(
-                "<ProcessingUnit a='>'><Exclusion>%1</Exclusion><TavikResource/></ProcessingUnit>"),
-            QStringLiteral("<NumberOfTuners>%1</NumberOfTuners>"),
-            QStringLiteral("<Other><Tuner><TavikResource/></Tuner>%1</Other>"),
-            QStringLiteral("<!-- <Tuner><TavikResource/></Tuner> %1 -->"),
-            QStringLiteral("<![CDATA[<Tuner/>%1]]>"),
-            QStringLiteral("\r\n %1 ")};
+            "<StorageUnit><TavikResource/><Capacity>%1</Capacity></StorageUnit>"_s,
+            "<ProcessingUnit a='>'><Exclusion>%1</Exclusion><TavikResource/></ProcessingUnit>"_s,
+            "<NumberOfTuners>%1</NumberOfTuners>"_s,
+            "<Other><Tuner><TavikResource/></Tuner>%1</Other>"_s,
+            "<!-- <Tuner><TavikResource/></Tuner> %1 -->"_s,
+            "<![CDATA[<Tuner/>%1]]>"_s,
+            "\r\n %1 "_s};
         const int number = m_random.bounded(6);
         const int kind = m_random.bounded(2 * others.size());
         if (m_random.bounded(100) == 0)
-            return QStringLiteral("<Tuner/>"); // incomplete
+            return "<Tuner/>"_s; // incomplete
         return (kind < others.size() ? others.at(kind) : tuner).arg(number);
     }
 
     QRandomGenerator m_random;
-    QString m_root = QStringLiteral("<ResourceOverview>");
+    QString m_root = "<ResourceOverview>"_s;
     QStringList m_pieces;
 };
 
@@ -172,12 +172,11 @@ void TextReaderTest::anyEditsReadAsAWhole()
         if (!failure.isEmpty())
             continue; // the reader goes on from the last good text
         if (known && !damaged) {
-            QVERIFY2(shares(piecewise.GetTuner(), pieces.records(QStringLiteral("<Tuner>")),
-                            former.GetTuner(), formerPieces.records(QStringLiteral("<Tuner>"))),
+            QVERIFY2(shares(piecewise.GetTuner(), pieces.records("<Tuner>"_s), former.GetTuner(),
+                            formerPieces.records("<Tuner>"_s)),
                      qPrintable(text));
-            QVERIFY2(shares(piecewise.GetProcessingUnit(), pieces.records(QStringLiteral("<ProcessingUnit ")),
-                            former.GetProcessingUnit(),
-                            formerPieces.records(QStringLiteral("<ProcessingUnit "))),
+            QVERIFY2(shares(piecewise.GetProcessingUnit(), pieces.records("<ProcessingUnit "_s),
+                            former.GetProcessingUnit(), formerPieces.records("<ProcessingUnit "_s)),
                      qPrintable(text));
         }
         former = piecewise;
@@ -190,14 +189,14 @@ void TextReaderTest::anyEditsReadAsAWhole()
 void TextReaderTest::anEditedRecordLeavesItsCopies()
 {
     const QString text =
-        QStringLiteral("<ResourceOverview><Tuner><TavikResource/><Type>a</Type></Tuner></ResourceOverview>");
+        "<ResourceOverview><Tuner><TavikResource/><Type>a</Type></Tuner></ResourceOverview>"_s;
     TextReader reader;
     ResourceOverview first;
     reader.read(text, first);
     ResourceOverview second;
     reader.read(text, second);
     QVERIFY(first.GetTuner().at(0).IsSameAs(second.GetTuner().at(0)));
-    second.EditTuner()[0].SetType(QStringLiteral("b"));
+    second.EditTuner()[0].SetType("b"_s);
     QVERIFY(!first.GetTuner().at(0).IsSameAs(second.GetTuner().at(0)) && first != second);
     reader.read(text, second);
     QVERIFY(first.GetTuner().at(0).IsSameAs(second.GetTuner().at(0)) && first == second);
@@ -205,7 +204,7 @@ void TextReaderTest::anEditedRecordLeavesItsCopies()
     Tuner tuner = first.GetTuner().at(0);
     const Tuner other = std::move(tuner);
     tuner = Tuner(); // moved from, and given a new content
-    QVERIFY(tuner.IsSameAs(Tuner()) && !tuner.IsTypeSet() && other.GetType() == QLatin1String("a"));
+    QVERIFY(tuner.IsSameAs(Tuner()) && !tuner.IsTypeSet() && other.GetType() == "a"_s);
     tuner.ResetType();
     QVERIFY(tuner == Tuner());
 }
@@ -223,13 +222,12 @@ void TextReaderTest::changesForEverTakeNoMemory()
     ResourceOverview mirror;
     double settled = 0;
     for (int update = 0; update < 1000; ++update) {
-        QString text = QStringLiteral("<ResourceOverview>");
+        QString text = "<ResourceOverview>"_s;
         for (int i = 0; i < 200; ++i)
-            text += QStringLiteral("<Tuner><TavikResource><GUID>%1</GUID></TavikResource><Type>ZELM</Type>"
-                                   "<SerialNumber>%2</SerialNumber></Tuner>")
-                        .arg(1000 + i)
+            text += "<Tuner><TavikResource><GUID>%1</GUID></TavikResource><Type>ZELM</Type>"
+                    "<SerialNumber>%2</SerialNumber></Tuner>"_s.arg(1000 + i)
                         .arg(i % 100 == update % 100 ? 1000 + update : 1000);
-        text += QStringLiteral("</ResourceOverview>");
+        text += "</ResourceOverview>"_s;
         ResourceOverview fresh;
         reader.read(text, fresh);
         mirror = fresh;
@@ -239,5 +237,5 @@ void TextReaderTest::changesForEverTakeNoMemory()
     QVERIFY2(heapBytes() <= 1.02 * settled, qPrintable(QString::number(heapBytes() / settled)));
 }
 
-QTEST_GUILESS_MAIN(TextReaderTest)
+KOLTA_TEST(TextReaderTest);
 #include "tst_textreader.moc"

@@ -2,6 +2,7 @@
 
 #include <koltacommon/processorconverter.h>
 #include <resourcemodel/processors.h>
+#include <support/text.h>
 #include <values/value.h>
 
 #include <QString>
@@ -26,16 +27,16 @@ public:
 private:
     void OnItemAdded(values::TreeItem& item) override
     {
-        note(QStringLiteral("+"), item);
+        note("+"_s, item);
         if (onChange)
             onChange(item.GetName());
     }
-    void OnItemRemoved(values::TreeItem& item) override { note(QStringLiteral("-"), item); }
+    void OnItemRemoved(values::TreeItem& item) override { note("-"_s, item); }
     void OnItemChanged(values::TreeItem& item, TChangeCode, IObserver*) override
     {
         note(QString(), item);
         const QString name = item.GetName();
-        if (name == QLatin1String("ReplyResource") || name == QLatin1String("StoppedResource"))
+        if (name == "ReplyResource"_s || name == "StoppedResource"_s)
             texts.append(static_cast<values::StringValue&>(item).GetValue());
         if (onChange)
             onChange(name);

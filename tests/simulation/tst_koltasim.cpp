@@ -3,6 +3,9 @@
 
 #include <simulation/hostilepeers.h>
 #include <simulation/requesthandler.h>
+#include <support/installation.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <xmlmessaging/converters.h>
 
@@ -18,12 +21,12 @@ namespace {
 /// Where the server that `program` becomes listens.
 QString startServer(QProcess& program, const QStringList& options)
 {
-    const QStringList installation{QStringLiteral("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR)};
+    const QStringList installation{"--installation"_s, installationFolder()};
     program.start(QStringLiteral(KOLTASIM_PROGRAM), installation + options);
     if (!QTest::qWaitFor([&] { return program.canReadLine(); }, 10000))
         qFatal("no first line");
     const QString line = QString::fromUtf8(program.readLine()).trimmed();
-    if (!line.startsWith(QStringLiteral("S1 listens on ")))
+    if (!line.startsWith("S1 listens on "_s))
         qFatal("unexpected first line");
     return line.section(QLatin1Char(' '), -1);
 }
@@ -39,7 +42,7 @@ struct PythonRun
 PythonRun runPython(const QStringList& arguments)
 {
     QProcess client;
-    client.start(QStringLiteral("python3"), QStringList{QStringLiteral(KOLTA_PYTHON_CLIENT)} + arguments);
+    client.start("python3"_s, QStringList{QStringLiteral(KOLTA_PYTHON_CLIENT)} + arguments);
     if (!client.waitForFinished())
         return {-1, QString(), client.errorString()};
     return {client.exitCode(), QString::fromUtf8(client.readAllStandardOutput()),
@@ -69,8 +72,8 @@ void TestKoltaSim::servesUntilInterrupted_data()
 {
     QTest::addColumn<QString>("listen");
     QTest::addColumn<int>("signal");
-    QTest::newRow("interrupted") << QStringLiteral("127.0.0.1:0") << SIGINT;
-    QTest::newRow("terminated, IPv6") << QStringLiteral("[::1]:0") << SIGTERM;
+    QTest::newRow("interrupted") << "127.0.0.1:0"_s << SIGINT;
+    QTest::newRow("terminated, IPv6") << "[::1]:0"_s << SIGTERM;
 }
 
 void TestKoltaSim::servesUntilInterrupted()
@@ -78,15 +81,13 @@ void TestKoltaSim::servesUntilInterrupted()
     QFETCH(QString, listen);
     QFETCH(int, signal);
     QProcess program;
-    const QString where =
-        startServer(program, {QStringLiteral("--listen"), listen, QStringLiteral("--activity"),
-                              QStringLiteral("--period"), QStringLiteral("5"), QStringLiteral("--misbehave"),
-                              QStringLiteral("twice,component=Statistics")});
+    const QString where = startServer(program, {"--listen"_s, listen, "--activity"_s, "--period"_s, "5"_s,
+                                                "--misbehave"_s, "twice,component=Statistics"_s});
     RawClient client(QHostAddress(where.section(QLatin1Char(':'), 0, -2)),
                      where.section(QLatin1Char(':'), -1).toUShort());
     client.send(KoltaSimulation::makeStatisticsQuery());
     QTRY_COMPARE(client.messages.size(), 2);
-    client.send(XmlCommunication::CEventFilterConverter::makeFragment(QStringLiteral("Resources")));
+    client.send(XmlCommunication::CEventFilterConverter::makeFragment("Resources"_s));
     QTRY_VERIFY(client.messages.size() > 5);
     QCOMPARE(client.messages.last()->getServiceType(), XmlCommon::CXmlMessage::eSERVICE_BROADCAST);
 
@@ -116,8 +117,7 @@ void TestKoltaSim::keepsItsMemory()
     QFETCH(qint64, bytes);
     QFETCH(qint64, limit);
     QProcess program;
-    const QString where =
-        startServer(program, {QStringLiteral("--activity"), QStringLiteral("--period"), QStringLiteral("1")});
+    const QString where = startServer(program, {"--activity"_s, "--period"_s, "1"_s});
     const QHostAddress address(where.section(QLatin1Char(':'), 0, -2));
     const quint16 port = where.section(QLatin1Char(':'), -1).toUShort();
     KoltaSimulation::HostilePeers hostile(address, port);
@@ -138,11 +138,10 @@ void TestKoltaSim::protectsItsLinksAndKnowsItsUsers()
     QVERIFY2(files.make(), qPrintable(files.error()));
     QProcess program;
     const QString where =
-        startServer(program, {QStringLiteral("--tls"), files.file("server"), QStringLiteral("--tls-clients"),
-                              files.file("ca"), QStringLiteral("--users"),
-                              QStringLiteral(KOLTA_INSTALLATION_DIR "/users.xml"), QStringLiteral("--log")});
+        startServer(program, {"--tls"_s, files.file("server"), "--tls-clients"_s, files.file("ca"),
+                              "--users"_s, installationFolder() + "/users.xml"_s, "--log"_s});
     QTemporaryDir folder;
-    QFile message(folder.filePath(QStringLiteral("record.xml")));
+    QFile message(folder.filePath("record.xml"_s));
     QVERIFY(message.open(QIODevice::WriteOnly));
     message.write(
         "<Message id=\"1\" service=\"2\"><Fragment component=\"Recording\"><Request><StartRecording>"
@@ -150,15 +149,14 @@ void TestKoltaSim::protectsItsLinksAndKnowsItsUsers()
         "</StartRecording></Request></Fragment></Message>");
     message.close();
     const auto record = [&](const char* user) {
-        return runPython({where, QStringLiteral("--ca"), files.file("ca"), QStringLiteral("--certificate"),
-                          files.file(user), QStringLiteral("send"), message.fileName()});
+        return runPython({where, "--ca"_s, files.file("ca"), "--certificate"_s, files.file(user), "send"_s,
+                          message.fileName()});
     };
-    QCOMPARE(record("operator").output, QStringLiteral("Recording: done\n"));
+    QCOMPARE(record("operator").output, "Recording: done\n"_s);
     const PythonRun refused = record("visitor");
     QCOMPARE(refused.exitCode, 1);
-    QVERIFY2(refused.output.startsWith(QStringLiteral("Recording: fault 110 visitor")),
-             qPrintable(refused.output));
-    QCOMPARE(runPython({where, QStringLiteral("describe")}).exitCode, 1); // plain talk
+    QVERIFY2(refused.output.startsWith("Recording: fault 110 visitor"_s), qPrintable(refused.output));
+    QCOMPARE(runPython({where, "describe"_s}).exitCode, 1); // plain talk
 
     program.terminate();
     QVERIFY(program.waitForFinished());
@@ -167,8 +165,7 @@ void TestKoltaSim::protectsItsLinksAndKnowsItsUsers()
          {" (operator) link opened", " (operator) Command 2: Recording/StartRecording: done",
           "info simulation/audit:10 visitor from 127.0.0.1:", "StartRecording: fault 110",
           "TLS: the peer sends plain text"})
-        QVERIFY2(log.contains(QLatin1String(line)),
-                 qPrintable(QLatin1String(line) + QStringLiteral(" in\n") + log));
+        QVERIFY2(log.contains(QLatin1String(line)), qPrintable(QLatin1String(line) + " in\n"_s + log));
 }
 
 void TestKoltaSim::servesAClientInPython_data()
@@ -180,10 +177,8 @@ void TestKoltaSim::servesAClientInPython_data()
     const QString send = QStringLiteral("send " KOLTA_SHARE_DIR "/messages/");
     QTest::newRow("describe") << ""
                               << "describe" << 0 << "Name: KoltaSim\n";
-    QTest::newRow("send") << "" << QString(send + QStringLiteral("statistics.xml")) << 0
-                          << "<Requests>2</Requests>";
-    QTest::newRow("fault") << "" << QString(send + QStringLiteral("no-such-resource.xml")) << 1
-                           << "fault 201 {00000000-";
+    QTest::newRow("send") << "" << QString(send + "statistics.xml"_s) << 0 << "<Requests>2</Requests>";
+    QTest::newRow("fault") << "" << QString(send + "no-such-resource.xml"_s) << 1 << "fault 201 {00000000-";
     QTest::newRow("listen") << ""
                             << "listen 2 Resources" << 0 << "Resources: <ResourcesChanged>";
     QTest::newRow("in pieces") << "split=1"
@@ -192,7 +187,7 @@ void TestKoltaSim::servesAClientInPython_data()
                                                   << "describe" << 0 << "Name: KoltaSim\n";
     for (int variant = 0; variant < KoltaSimulation::brokenFrameVariants; ++variant)
         QTest::addRow("broken frame %d", variant)
-            << QStringLiteral("broken-frame=%1").arg(variant) << "describe" << 1 << "koltaclient: ";
+            << "broken-frame=%1"_s.arg(variant) << "describe" << 1 << "koltaclient: ";
     QTest::newRow("cut") << "cut=30"
                          << "describe" << 1 << "closed the link";
     QTest::newRow("broken XML") << "broken-xml"
@@ -213,9 +208,9 @@ void TestKoltaSim::servesAClientInPython()
     QFETCH(QString, arguments);
     QFETCH(int, exitCode);
     QFETCH(QString, text);
-    QStringList options{QStringLiteral("--activity"), QStringLiteral("--period"), QStringLiteral("20")};
+    QStringList options{"--activity"_s, "--period"_s, "20"_s};
     if (!misbehaviour.isEmpty())
-        options << QStringLiteral("--misbehave") << misbehaviour + QStringLiteral(",component=Application");
+        options << "--misbehave"_s << misbehaviour + ",component=Application"_s;
     QProcess program;
     const QString where = startServer(program, options);
     const PythonRun run = runPython(QStringList{where} + arguments.split(QLatin1Char(' ')));
@@ -256,8 +251,8 @@ void TestKoltaSim::endsWithItsExitCode()
     QFETCH(QString, text);
     QTcpServer taken;
     QVERIFY(taken.listen(QHostAddress::LocalHost));
-    arguments.replace(QStringLiteral("%I"), QStringLiteral(KOLTA_INSTALLATION_DIR));
-    arguments.replace(QStringLiteral("%P"), QString::number(taken.serverPort()));
+    arguments.replace("%I"_s, installationFolder());
+    arguments.replace("%P"_s, QString::number(taken.serverPort()));
     QProcess program;
     program.start(QStringLiteral(KOLTASIM_PROGRAM), arguments.split(QLatin1Char(' ')));
     QVERIFY(program.waitForFinished());
@@ -268,5 +263,5 @@ void TestKoltaSim::endsWithItsExitCode()
     QVERIFY((exitCode == 0 ? errors : output).isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestKoltaSim)
+KOLTA_TEST(TestKoltaSim);
 #include "tst_koltasim.moc"

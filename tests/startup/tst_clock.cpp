@@ -1,5 +1,7 @@
 #include <startup/clock.h>
 #include <startup/errorhandler.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QCoreApplication>
 #include <QtTest>
@@ -56,7 +58,7 @@ private Q_SLOTS:
             Startup::TraceRecorder recorder;
             manual.advance(91);
             QCOMPARE(rung, (QVector<qint64>{10, 20, 25}));
-            QCOMPARE(recorder.count(QStringLiteral("goes no further")), 1);
+            QCOMPARE(recorder.count("goes no further"_s), 1);
             QCOMPARE(manual.now(), qint64(100));
             QCOMPARE(manual.nextAlarmIn(), qint64(-1));
         }
@@ -64,5 +66,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Clock)
+KOLTA_TEST(tst_Clock);
 #include "tst_clock.moc"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <support/text.h>
 #include <values/valueitemmap.h>
 
 #include <QByteArray>
@@ -27,7 +28,7 @@ struct TestFormat
     template<class KeyType>
     static QString GetString(const TestItem<KeyType>& item)
     {
-        return QStringLiteral("Item_%1").arg(item.key);
+        return "Item_%1"_s.arg(item.key);
     }
     template<class KeyType>
     static std::string toStandardString(const TestItem<KeyType>& item)
@@ -61,7 +62,7 @@ class TestMapOf : public values::ValueItemMap<TestItem<KeyType>, TestFormat, Tes
 public:
     using values::ValueItemMap<TestItem<KeyType>, TestFormat, TestAdapter>::ValueItemMap;
     int GetType() const override { return type; }
-    QString GetTypeName() const override { return QStringLiteral("TestMap%1").arg(type); }
+    QString GetTypeName() const override { return "TestMap%1"_s.arg(type); }
 };
 
 using TextItem = TestItem<QString>;

@@ -1,5 +1,7 @@
-#include "probe.h"
 #include "testmap.h"
+#include <support/probe.h>
+#include <support/random.h>
+#include <support/testprogram.h>
 
 #include <values/localreplicapair.h>
 #include <values/tree.h>
@@ -216,9 +218,7 @@ private Q_SLOTS:
     /// Whatever four replicas do, in whatever order the messages go, they end alike.
     void randomWriters()
     {
-        const auto seed = std::random_device()();
-        qInfo("seed %u", seed);
-        std::mt19937 random(seed);
+        std::mt19937 random(testSeed());
         for (int round = 0; round < 300; ++round) {
             Installation all;
             QStringList log;
@@ -421,5 +421,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestReplication)
+KOLTA_TEST(TestReplication);
 #include "tst_replication.moc"

@@ -1,4 +1,6 @@
-#include "probe.h"
+#include <support/probe.h>
+#include <support/random.h>
+#include <support/testprogram.h>
 
 #include <values/defaultvaluecreator.h>
 #include <values/tree.h>
@@ -297,9 +299,7 @@ private Q_SLOTS:
     /// listener has seen come and go must be what is there.
     void randomChangesFromObservers()
     {
-        const auto seed = std::random_device()();
-        qInfo("seed %u", seed);
-        std::mt19937 random(seed);
+        std::mt19937 random(testSeed());
         Tree tree;
         Recorder mirror;
         tree.AddListener(&mirror);
@@ -359,5 +359,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTree)
+KOLTA_TEST(TestTree);
 #include "tst_tree.moc"

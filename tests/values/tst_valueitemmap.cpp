@@ -1,5 +1,7 @@
-#include "probe.h"
 #include "testmap.h"
+#include <support/probe.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
 
 #include <values/defaultvaluecreator.h>
 #include <values/tree.h>
@@ -23,7 +25,7 @@ QString logOf(const TestMap& map, unsigned int first)
 {
     QString text;
     const bool whole = map.GetChangeLog().ForEachSince(first, [&](const auto& entry) {
-        text += QStringLiteral("%1%2:%3 ").arg(int(entry.kind)).arg(entry.key).arg(entry.number);
+        text += "%1%2:%3 "_s.arg(int(entry.kind)).arg(entry.key).arg(entry.number);
     });
     return whole ? text.trimmed() : "lost"_s;
 }
@@ -40,7 +42,7 @@ public:
     }
     void OnBulkUpdate(ValueBase&, IObserver*, bool replace, bool difference) override
     {
-        *m_log << QStringLiteral("bulk%1%2").arg(replace).arg(difference);
+        *m_log << "bulk%1%2"_s.arg(replace).arg(difference);
     }
     void OnContentReplaced(ValueBase&) override { *m_log << "replaced"_s; }
     CommandTransaction::Commands commands;
@@ -145,16 +147,8 @@ class TestValueItemMap : public QObject
 private Q_SLOTS:
     void changes_data()
     {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<QString>("log");
-        QTest::addColumn<QString>("changes");
-        QTest::addColumn<QString>("content");
-        const auto row = [](const char* name, const char* before, const char* script, const char* log,
-                            const char* changes, const char* content) {
-            QTest::newRow(name) << QByteArray(before) << QByteArray(script) << QString::fromLatin1(log)
-                                << QString::fromLatin1(changes) << QString::fromLatin1(content);
-        };
+        const Rows<QByteArray, QByteArray, QString, QString, QString> row(
+            "before script log changes content");
         row("insert, repeat, replace", "", "a=1 a=1 a=2", "20 o3 20 o3", "1a:0 1a:1", "a=2");
         row("erase, absent", "a=1", "-b -a -a", "21 o3", "2a:1", "");
         row("clear, empty", "a=1 b=2", "! !", "22 o3", "3:2", "");
@@ -229,13 +223,12 @@ private Q_SLOTS:
 
     void bytes_data()
     {
-        QTest::addColumn<QByteArray>("golden");
-        QTest::addColumn<QString>("content"); // of a map "ab=1 c=2" afterwards
-        QTest::newRow("set") << QByteArray(goldenSet) << "ab=7 c=2"_s;
-        QTest::newRow("erase") << QByteArray(goldenErase) << "c=2"_s;
-        QTest::newRow("clear") << QByteArray(goldenClear) << QString();
-        QTest::newRow("transaction") << QByteArray(goldenBoth) << QString();
-        QTest::newRow("with path") << QByteArray(goldenPath) << "c=2"_s;
+        const Rows<QByteArray, QString> row("golden content"); // of a map "ab=1 c=2" afterwards
+        row("set", QByteArray(goldenSet), "ab=7 c=2"_s);
+        row("erase", QByteArray(goldenErase), "c=2"_s);
+        row("clear", QByteArray(goldenClear), QString());
+        row("transaction", QByteArray(goldenBoth), QString());
+        row("with path", QByteArray(goldenPath), "c=2"_s);
     }
     void bytes()
     {
@@ -343,10 +336,10 @@ private Q_SLOTS:
 
     void deletedByAnObserver_data()
     {
-        QTest::addColumn<QByteArray>("script");
+        const Rows<QByteArray> row("script");
         for (const char* const script :
              {"c=1", "-a", "!", "+00:c=1,d=2", "+10:c=1,d=2", "+11:c=1,d=2", "+11:a=1", "[ c=1 d=1"})
-            QTest::newRow(script) << QByteArray(script);
+            row(script, QByteArray(script));
     }
     /// The map dies in the first notification, or, in a tree, becomes a tombstone.
     void deletedByAnObserver()
@@ -404,5 +397,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestValueItemMap)
+KOLTA_TEST(TestValueItemMap);
 #include "tst_valueitemmap.moc"

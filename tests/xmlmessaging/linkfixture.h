@@ -1,5 +1,6 @@
 #pragma once
 
+#include <support/text.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/server.h>
 
@@ -43,7 +44,7 @@ struct LinkFixture
     void connectTo(quint16 port)
     {
         delete thread;
-        thread = new XmlCommunication::CConnectionThread(QStringLiteral("127.0.0.1"), port);
+        thread = new XmlCommunication::CConnectionThread("127.0.0.1"_s, port);
         watch();
     }
     void watch()
@@ -71,7 +72,7 @@ struct LinkFixture
         Message message(new XmlCommon::CXmlMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY));
         XmlCommon::CDataTree tree(QLatin1String("Get"));
         tree.editRoot().setText(text);
-        XmlCommon::CMsgFragment fragment(QStringLiteral("Test"));
+        XmlCommon::CMsgFragment fragment("Test"_s);
         fragment.setRequestTree(XmlCommon::CRequestTree(tree));
         message->addFragment(fragment);
         message->setMessageID_byGenerator();
@@ -83,7 +84,7 @@ struct LinkFixture
         XmlCommon::CDataTree tree(QLatin1String("Event"));
         tree.editRoot().setAttribute("number", quint64(number));
         tree.editRoot().setText(QString(size, QLatin1Char('x')));
-        XmlCommon::CMsgFragment fragment(QStringLiteral("Test"));
+        XmlCommon::CMsgFragment fragment("Test"_s);
         fragment.setDataTree(tree);
         message.addFragment(fragment);
         return message;

@@ -1,3 +1,5 @@
+#include <support/testprogram.h>
+#include <support/text.h>
 #include <xmlmessaging/framing.h>
 #include <xmlmessaging/server.h>
 
@@ -127,8 +129,7 @@ void TestServerBounds::deafAskerIsNoLongerRead()
     Peer gone(*m_server);
     gone.ask(5000);
     QTRY_COMPARE(m_ended.size(), 1);
-    QVERIFY2(m_ended.first().contains(QLatin1String("none could be sent for 0.2 s")),
-             qPrintable(m_ended.first()));
+    QVERIFY2(m_ended.first().contains("none could be sent for 0.2 s"_s), qPrintable(m_ended.first()));
     QCOMPARE(m_server->links().size(), 2);
 }
 
@@ -174,7 +175,7 @@ void TestServerBounds::halfMessagesEndBeforeWholeOnes()
     honest.write(bytes);
     honest.drain();
     QTRY_COMPARE(honest.got, qint64(m_reply.size()));
-    QVERIFY2(m_ended.last().contains(QLatin1String("of an unfinished message")), qPrintable(m_ended.last()));
+    QVERIFY2(m_ended.last().contains("of an unfinished message"_s), qPrintable(m_ended.last()));
 
     limit([](ServerLimits& limits) { limits.messageTime = 100ms; });
     QTRY_COMPARE(m_server->links().size(), 1); // what is left of the halves is too old
@@ -195,7 +196,7 @@ void TestServerBounds::latePeersEndUnlessTheServerDoesNotRead()
     QTRY_COMPARE(asker.got, qint64(m_reply.size()));
     limit([](ServerLimits& limits) { limits.firstMessageTime = limits.messageTime = 100ms; });
     QTRY_VERIFY(silent.isClosed());
-    QCOMPARE(m_ended, QStringList{QStringLiteral("no message within 0.1 s")});
+    QCOMPARE(m_ended, QStringList{"no message within 0.1 s"_s});
     QVERIFY(!unread.isClosed() && !asker.isClosed());
     limit([](ServerLimits& limits) { limits.idleTime = 100ms; });
     QTRY_VERIFY(asker.isClosed());
@@ -256,10 +257,10 @@ void TestServerBounds::limitsComeFromTheConfiguration()
     const QTemporaryDir folder;
     Startup::CfgCenter& configuration = Startup::CfgCenter::Instance();
     const QString before = configuration.FileName();
-    QVERIFY(configuration.Open(folder.filePath(QStringLiteral("kolta.ini"))));
-    configuration.SetValue(QStringLiteral("XmlServer"), QStringLiteral("MaxLinks"), 7);
-    configuration.SetValue(QStringLiteral("XmlServer"), QStringLiteral("IdleSeconds"), 90);
-    configuration.SetValue(QStringLiteral("XmlServer"), QStringLiteral("StallSeconds"), QStringLiteral("-1"));
+    QVERIFY(configuration.Open(folder.filePath("kolta.ini"_s)));
+    configuration.SetValue("XmlServer"_s, "MaxLinks"_s, 7);
+    configuration.SetValue("XmlServer"_s, "IdleSeconds"_s, 90);
+    configuration.SetValue("XmlServer"_s, "StallSeconds"_s, "-1"_s);
     const ServerLimits limits = CServer().serverLimits();
     QCOMPARE(limits.maxLinks, 7);
     QCOMPARE(limits.idleTime.count(), 90000);
@@ -268,5 +269,5 @@ void TestServerBounds::limitsComeFromTheConfiguration()
     configuration.Open(before);
 }
 
-QTEST_GUILESS_MAIN(TestServerBounds)
+KOLTA_TEST(TestServerBounds);
 #include "tst_serverbounds.moc"

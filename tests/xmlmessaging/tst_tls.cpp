@@ -2,6 +2,8 @@
 #include "linkfixture.h"
 
 #include <startup/cfgcenter.h>
+#include <support/testprogram.h>
+#include <support/text.h>
 
 #include <QSslSocket>
 #include <QTcpServer>
@@ -74,17 +76,17 @@ void TestTls::carriesMessagesAndNamesTheUser()
 {
     const auto f = fixture(server("server", "ca"), client("ca", "operator"));
     QVERIFY(f->connected());
-    QCOMPARE(f->link->getPeerUser(), QStringLiteral("operator"));
+    QCOMPARE(f->link->getPeerUser(), "operator"_s);
     const QString text(3000000, QLatin1Char('x')); // many records, more than the read buffers hold
     f->thread->sendMessage(f->request(text), 0);
-    f->thread->sendMessage(f->request(QStringLiteral("small")), 0);
+    f->thread->sendMessage(f->request("small"_s), 0);
     QTRY_COMPARE_WITH_TIMEOUT(f->messages.size(), 2, 20000);
     QCOMPARE(f->messages[0]->getFragment(0).getDataTree().root().text(), text);
-    QCOMPARE(f->messages[1]->getFragment(0).getDataTree().root().text(), QStringLiteral("small"));
+    QCOMPARE(f->messages[1]->getFragment(0).getDataTree().root().text(), "small"_s);
     f->thread->exit(0);
     QTRY_VERIFY(!f->link);
     QVERIFY(f->errors.isEmpty());
-    QCOMPARE(f->traces.count(QStringLiteral("TLS")), 0);
+    QCOMPARE(f->traces.count("TLS"_s), 0);
 }
 
 void TestTls::carriesFloodsWithoutLoss()
@@ -113,7 +115,7 @@ void TestTls::refusals_data()
     QTest::addColumn<QString>("serverTells");
     const TlsSettings plain;
     TlsSettings renamed = client();
-    renamed.peerName = QStringLiteral("other.example");
+    renamed.peerName = "other.example"_s;
     QTest::newRow("wrong authority") << server("stranger") << client() << "certificate refused"
                                      << "TLS";
     QTest::newRow("wrong host") << server() << renamed << "host name did not match"
@@ -173,7 +175,7 @@ void TestTls::wrongSettingsNeverFallBackToPlainText_data()
     noKey.keyFile = m_files.file("notes");
     QTest::newRow("no key in the file") << noKey << "no key found";
     TlsSettings slip;
-    slip.problem = QStringLiteral("XmlClient/Tls: found \"on\"");
+    slip.problem = "XmlClient/Tls: found \"on\""_s;
     QTest::newRow("a slip in the mode") << slip << "found \"on\"";
 }
 
@@ -206,11 +208,11 @@ void TestTls::settingsOfOneServerGoBeforeThoseOfAll()
                "[XmlClient ::1:4711]\nTls=off\n\n[XmlServer]\nTls=on\n");
     file.close();
     QVERIFY(configuration.Open(file.fileName()));
-    const TlsSettings one = TlsSettings::ofClient(QStringLiteral("10.0.0.1"), 4711);
+    const TlsSettings one = TlsSettings::ofClient("10.0.0.1"_s, 4711);
     QVERIFY(one.required);
-    QCOMPARE(one.caFile + one.peerName, QStringLiteral("/one.pemone"));
-    QVERIFY(!TlsSettings::ofClient(QStringLiteral("::1"), 4711).required);
-    QCOMPARE(TlsSettings::ofClient(QStringLiteral("10.0.0.2"), 4711).caFile, QStringLiteral("/all.pem"));
+    QCOMPARE(one.caFile + one.peerName, "/one.pemone"_s);
+    QVERIFY(!TlsSettings::ofClient("::1"_s, 4711).required);
+    QCOMPARE(TlsSettings::ofClient("10.0.0.2"_s, 4711).caFile, "/all.pem"_s);
     QVERIFY(!CServer().listen()); // "on" is neither off nor required
     configuration.Open(before);
 }
@@ -229,7 +231,7 @@ void TestTls::slowHandshakesEnd()
     QVERIFY(f->connected()); // others do not stand in the way
     QTRY_COMPARE(silent.state(), QAbstractSocket::UnconnectedState);
     QTRY_COMPARE(dripping.state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(f->traces.count(QStringLiteral("no handshake within 0.2 s")), 1);
+    QCOMPARE(f->traces.count("no handshake within 0.2 s"_s), 1);
     QCOMPARE(f->server.links().size(), 1);
 }
 
@@ -238,14 +240,14 @@ void TestTls::networkNeedsTlsOrPermission()
     LinkFixture f;
     CServer plain;
     QVERIFY(!plain.listen(QHostAddress::Any));
-    QVERIFY(plain.errorString().contains(QStringLiteral("without TLS")));
+    QVERIFY(plain.errorString().contains("without TLS"_s));
     plain.setPlainNetworkAllowed(true);
     QVERIFY(plain.listen(QHostAddress::Any));
-    QCOMPARE(f.traces.count(QStringLiteral("open to the network without TLS")), 1);
+    QCOMPARE(f.traces.count("open to the network without TLS"_s), 1);
     CServer secured;
     secured.setTls(server());
     QVERIFY(secured.listen(QHostAddress::Any));
 }
 
-QTEST_GUILESS_MAIN(TestTls)
+KOLTA_TEST(TestTls);
 #include "tst_tls.moc"
