@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QHash>
+#include <koltacommon/idtable.h>
+
 #include <QString>
 #include <QVector>
 
@@ -36,20 +37,9 @@ public:
     {
         m_list = list;
         m_unique = true;
-        m_seed = static_cast<uint>(qGlobalQHashSeed());
-        quint32 capacity = 4;
-        while (capacity < 2 * static_cast<quint32>(list.size()))
-            capacity *= 2;
-        m_slots.fill(Slot(), static_cast<int>(capacity));
-        Slot* const table = m_slots.data();
-        for (int i = 0; i < list.size(); ++i) {
-            const uint hash = hashOf(guidAt(i));
-            const int slot = probe(guidAt(i), hash);
-            if (table[slot].index >= 0)
-                m_unique = false;
-            else
-                table[slot] = Slot{hash, i};
-        }
+        m_places = IdTable(list.size());
+        for (int i = 0; i < list.size(); ++i)
+            m_unique = m_places.insert(i, guids()) == i && m_unique;
     }
 
     /// Makes this the index of another list that has the same GUIDs at the same places.
@@ -63,7 +53,7 @@ public:
     {
         if (m_unique && hint >= 0 && hint < m_list.size() && guidAt(hint) == guid)
             return hint;
-        return m_slots.isEmpty() ? -1 : m_slots.at(probe(guid, hashOf(guid))).index;
+        return m_places.find(guid, guids());
     }
 
     /// The first element with that GUID; null when there is none. It belongs to the list.
@@ -74,30 +64,14 @@ public:
     }
 
 private:
-    struct Slot
-    {
-        uint hash = 0;
-        int index = -1;
-    };
-
-    uint hashOf(const QString& guid) const { return qHash(guid, m_seed); }
     const QString& guidAt(int index) const { return Guid::of(m_list.at(index)); }
-
-    /// The slot that holds `guid`, or the free one where it belongs.
-    int probe(const QString& guid, uint hash) const
+    auto guids() const
     {
-        const Slot* const table = m_slots.constData();
-        const uint mask = static_cast<uint>(m_slots.size()) - 1;
-        for (uint slot = hash & mask;; slot = (slot + 1) & mask) {
-            const Slot& entry = table[slot];
-            if (entry.index < 0 || (entry.hash == hash && guidAt(entry.index) == guid))
-                return static_cast<int>(slot);
-        }
+        return [this](int index) -> const QString& { return guidAt(index); };
     }
 
     QVector<Element> m_list;
-    QVector<Slot> m_slots; ///< open addressing; a power of two, at most half full
-    uint m_seed = 0;       ///< of the table's hashes; the global one may change
+    IdTable m_places;
     bool m_unique = true;
 };
 

@@ -2,23 +2,25 @@
 
 #include <QHash>
 #include <QString>
-
-#include <vector>
+#include <QVector>
 
 namespace Kolta {
 
 /// Finds the entries of somebody else's list by ID, of equal IDs the one entered first: what a hash map does,
-/// without a copy of the ID and an allocation per entry. Private to this folder.
+/// without a copy of the ID and an allocation per entry. The list must not change underneath it. Copies are
+/// cheap. Not thread-safe.
 class IdTable
 {
 public:
     static constexpr int kNone = -1;
 
+    /// Finds nothing, and nothing can be entered.
+    IdTable() = default;
     /// `entries`: how many there will be at most.
-    explicit IdTable(int entries = 0)
+    explicit IdTable(int entries) : m_seed(static_cast<uint>(qGlobalQHashSeed()))
     {
-        std::size_t size = 4;
-        while (size < 2 * static_cast<std::size_t>(entries))
+        int size = 4;
+        while (size / 2 < entries)
             size *= 2;
         m_slots.resize(size);
     }
@@ -27,7 +29,7 @@ public:
     template<class IdAt>
     int find(const QString& id, IdAt idAt) const
     {
-        return m_slots[slotOf(id, hashOf(id), idAt)].place;
+        return m_slots.isEmpty() ? kNone : m_slots.at(slotOf(id, hashOf(id), idAt)).place;
     }
 
     /// Enters a place unless there is one with the same ID. Returns the one that is there now.
@@ -36,7 +38,7 @@ public:
     {
         const QString& id = idAt(place);
         const uint hash = hashOf(id);
-        Slot& slot = m_slots[slotOf(id, hash, idAt)];
+        Slot& slot = m_slots.data()[slotOf(id, hash, idAt)];
         if (slot.place == kNone)
             slot = {hash, place};
         return slot.place;
@@ -49,20 +51,21 @@ private:
         int place = kNone;
     };
 
-    static uint hashOf(const QString& id) { return qHash(id, static_cast<uint>(qGlobalQHashSeed())); }
+    uint hashOf(const QString& id) const { return qHash(id, m_seed); }
     /// The slot of that ID, or the free one where it belongs.
     template<class IdAt>
-    std::size_t slotOf(const QString& id, uint hash, IdAt idAt) const
+    int slotOf(const QString& id, uint hash, IdAt idAt) const
     {
-        const std::size_t mask = m_slots.size() - 1;
-        std::size_t slot = hash & mask;
-        while (m_slots[slot].place != kNone &&
-               (m_slots[slot].hash != hash || idAt(m_slots[slot].place) != id))
+        const Slot* const table = m_slots.constData();
+        const uint mask = static_cast<uint>(m_slots.size()) - 1;
+        uint slot = hash & mask;
+        while (table[slot].place != kNone && (table[slot].hash != hash || idAt(table[slot].place) != id))
             slot = (slot + 1) & mask;
-        return slot;
+        return static_cast<int>(slot);
     }
 
-    std::vector<Slot> m_slots; ///< open addressing; a power of two, at most half full
+    QVector<Slot> m_slots; ///< open addressing; a power of two, at most half full
+    uint m_seed = 0;       ///< of the hashes in the table; the global one may change
 };
 
 } // namespace Kolta
