@@ -50,7 +50,7 @@ Administration::Administration(const Installation& installation, ResourceState& 
     connect(&m_productions, &ProductionHost::resourcesChanged, this, &Administration::resourcesChanged);
     // Also when the same happens twice: who asked waits for the word.
     connect(&m_productions, &ProductionHost::noticed, this,
-            [this](const QString& text) { m_nodes.sayText(QStringLiteral("Status"), text); });
+            [this](const QString& text) { m_nodes.sayText(ServerNodes::name(ServerNodes::eStatus), text); });
     connect(&m_productions, &ProductionHost::processorsStopped, this, [this](const QVector<QUuid>& guids) {
         if (m_owners.remove(guids))
             showOwners();
@@ -103,13 +103,13 @@ QVector<NodeText> Administration::texts() const
 {
     const bool running = m_startup.isRunning();
     QVector<NodeText> texts = m_productions.texts();
-    texts.append({QStringLiteral("Resources"), m_resources.overview().GetXmlString()});
-    texts.append({QStringLiteral("Owners"), m_owners.overview().GetXmlString()});
-    texts.append({QStringLiteral("StartupErrors"), running ? QString() : startupErrors()});
-    texts.append({QStringLiteral("StartupProgress"), QString::number(m_startup.progress())});
-    texts.append(
-        {QStringLiteral("InternalState"), running ? QStringLiteral("starting") : QStringLiteral("running")});
-    texts.append({QStringLiteral("Status"), stateName(m_startup.state())});
+    texts.append({ServerNodes::name(ServerNodes::eResources), m_resources.overview().GetXmlString()});
+    texts.append({ServerNodes::name(ServerNodes::eOwners), m_owners.overview().GetXmlString()});
+    texts.append({ServerNodes::name(ServerNodes::eStartupErrors), running ? QString() : startupErrors()});
+    texts.append({ServerNodes::name(ServerNodes::eStartupProgress), QString::number(m_startup.progress())});
+    texts.append({ServerNodes::name(ServerNodes::eInternalState),
+                  running ? QStringLiteral("starting") : QStringLiteral("running")});
+    texts.append({ServerNodes::name(ServerNodes::eStatus), stateName(m_startup.state())});
     return texts;
 }
 
@@ -152,10 +152,10 @@ void Administration::followStartup()
     const bool running = m_startup.isRunning();
     if (!running)
         m_productions.setRefusal(QString());
-    m_nodes.setText(QStringLiteral("StartupProgress"), QString::number(m_startup.progress()));
+    m_nodes.setText(ServerNodes::name(ServerNodes::eStartupProgress), QString::number(m_startup.progress()));
     if (!running) {
-        m_nodes.setText(QStringLiteral("StartupErrors"), startupErrors());
-        m_nodes.setText(QStringLiteral("InternalState"), QStringLiteral("running"));
+        m_nodes.setText(ServerNodes::name(ServerNodes::eStartupErrors), startupErrors());
+        m_nodes.setText(ServerNodes::name(ServerNodes::eInternalState), QStringLiteral("running"));
     }
     setStatus(stateName(m_startup.state()));
     m_nodes.setWorkingState(m_startup.state());
@@ -166,46 +166,48 @@ void Administration::setWorkingState(int state)
     if (m_startup.isRunning()) {
         m_startup.cancel();
         m_productions.setRefusal(QString());
-        m_nodes.setText(QStringLiteral("InternalState"), QStringLiteral("running"));
+        m_nodes.setText(ServerNodes::name(ServerNodes::eInternalState), QStringLiteral("running"));
     }
     m_nodes.setWorkingState(state);
 }
 
 void Administration::showResources()
 {
-    m_nodes.setText(QStringLiteral("Resources"), m_resources.overview().GetXmlString());
+    m_nodes.setText(ServerNodes::name(ServerNodes::eResources), m_resources.overview().GetXmlString());
 }
 
 void Administration::obey(const Wish& wish)
 {
     switch (wish.node) {
-    case RequestNode::ChangedTuners:
+    case ServerNodes::eChangedTuners:
         changeTuners(wish.text);
         break;
-    case RequestNode::ChangedProcessingUnits:
+    case ServerNodes::eChangedPUs:
         changeProcessingUnits(wish.text);
         break;
-    case RequestNode::ChangedStorageUnits:
+    case ServerNodes::eChangedSUs:
         changeStorageUnits(wish.text);
         break;
-    case RequestNode::UnitPowerControl:
+    case ServerNodes::eUnitPowerControl:
         switchPower(wish.text);
         break;
-    case RequestNode::OwnerRequest:
+    case ServerNodes::eOwnerRequest:
         changeOwner(wish.text);
         break;
-    case RequestNode::Production:
+    case ServerNodes::eRequestsNode:
         m_productions.request(wish.name, wish.text);
         break;
-    case RequestNode::Stop:
+    case ServerNodes::eStopResource:
         m_productions.stop(wish.text);
         break;
-    case RequestNode::StopAll:
+    case ServerNodes::eStopAll:
         m_productions.stopAll();
         break;
-    case RequestNode::Reset:
-    case RequestNode::Quit:
-        shutDownLater(wish.node == RequestNode::Reset);
+    case ServerNodes::eReset:
+    case ServerNodes::eQuit:
+        shutDownLater(wish.node == ServerNodes::eReset);
+        break;
+    default: // nothing is heard of the others
         break;
     }
 }
@@ -267,7 +269,7 @@ void Administration::changeOwner(const QString& text)
 
 void Administration::showOwners()
 {
-    m_nodes.setText(QStringLiteral("Owners"), m_owners.overview().GetXmlString());
+    m_nodes.setText(ServerNodes::name(ServerNodes::eOwners), m_owners.overview().GetXmlString());
 }
 
 /// Not at once: who wrote the wish has not returned yet.
@@ -283,7 +285,7 @@ void Administration::shutDown(bool returns)
 {
     const int life = m_life;
     m_startup.cancel();
-    m_nodes.setText(QStringLiteral("InternalState"), QStringLiteral("stopping"));
+    m_nodes.setText(ServerNodes::name(ServerNodes::eInternalState), QStringLiteral("stopping"));
     const int closing = m_installation.closingWorkingState();
     if (life == m_life && closing >= 0) {
         setStatus(stateName(closing));

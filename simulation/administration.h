@@ -38,7 +38,7 @@ public:
     void setStartupStep(int milliseconds) { m_startupStep = milliseconds; }
     /// Ends a start-up that runs.
     void setWorkingState(int state);
-    void setStatus(const QString& text) { m_nodes.setText(QStringLiteral("Status"), text); }
+    void setStatus(const QString& text) { m_nodes.setText(ServerNodes::name(ServerNodes::eStatus), text); }
     /// Publishes the resources as they are now.
     void showResources();
 

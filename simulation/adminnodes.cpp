@@ -4,30 +4,23 @@
 
 #include <values/value.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace KoltaSimulation {
 
 namespace {
 
-/// Values that the server has something to say in later on.
-const char* const kPlainValues[] = {"ReplyResource", "StoppedResource"};
-/// Nodes without a value of their own.
-const char* const kPlainNodes[] = {"ConnectionInfo", "Clients"};
+using ServerNodes::eNode;
 
-constexpr struct
-{
-    const char* name;
-    RequestNode node;
-} kRequestNodes[] = {{"ChangedTuners", RequestNode::ChangedTuners},
-                     {"ChangedPUs", RequestNode::ChangedProcessingUnits},
-                     {"ChangedSUs", RequestNode::ChangedStorageUnits},
-                     {"UnitPowerControl", RequestNode::UnitPowerControl},
-                     {"OwnerRequest", RequestNode::OwnerRequest},
-                     {"StopResource", RequestNode::Stop},
-                     {"stopAll", RequestNode::StopAll},
-                     {"reset", RequestNode::Reset},
-                     {"Quit", RequestNode::Quit}};
+/// The values that clients write into, in the order in which they come up.
+constexpr eNode kRequestValues[] = {
+    ServerNodes::eChangedTuners,    ServerNodes::eChangedPUs,   ServerNodes::eChangedSUs,
+    ServerNodes::eUnitPowerControl, ServerNodes::eOwnerRequest, ServerNodes::eStopResource,
+    ServerNodes::eStopAll,          ServerNodes::eReset,        ServerNodes::eQuit};
+static_assert(std::size(kRequestValues) + 1 == ServerNodes::countOf(ServerNodes::eRequest),
+              "all but the node that requests are added to");
 
 } // namespace
 
@@ -43,7 +36,7 @@ AdminNodes::~AdminNodes()
 
 QString AdminNodes::path(const Installation& installation, const QString& name)
 {
-    return installation.basePath() + QStringLiteral("/ADMINISTRATION/") + name;
+    return installation.basePath() + ServerNodes::kAdministration + QLatin1Char('/') + name;
 }
 
 void AdminNodes::publish(values::Tree& tree, const QVector<NodeText>& texts, int workingState)
@@ -61,21 +54,21 @@ void AdminNodes::publish(values::Tree& tree, const QVector<NodeText>& texts, int
 bool AdminNodes::writeAll(const QVector<NodeText>& given)
 {
     QVector<NodeText> texts;
-    for (const char* name : kPlainValues)
-        texts.append({QLatin1String(name), QString()});
-    for (const auto& request : kRequestNodes)
-        texts.append({QLatin1String(request.name), QString()});
-    texts.append({QStringLiteral("HostName"), m_installation.hostName()});
+    const auto addEmpty = [&texts](eNode node) { texts.append({ServerNodes::name(node), QString()}); };
+    addEmpty(ServerNodes::eReplyResource);
+    addEmpty(ServerNodes::eStoppedResource);
+    std::for_each(std::begin(kRequestValues), std::end(kRequestValues), addEmpty);
+    texts.append({ServerNodes::name(ServerNodes::eHostName), m_installation.hostName()});
     const QMap<QString, QString>& overviews = m_installation.furtherOverviews();
     for (auto it = overviews.begin(); it != overviews.end(); ++it) {
-        if (it.key() != QLatin1String("ActualConfiguration"))
+        if (it.key() != ServerNodes::name(ServerNodes::eActualConfiguration))
             texts.append({it.key(), it.value()});
     }
     texts += given;
 
     const int life = m_life;
-    for (const char* name : kPlainNodes) {
-        m_tree->EnsureNode(path(QLatin1String(name)), this);
+    for (const eNode node : {ServerNodes::eConnectionInfo, ServerNodes::eClients}) {
+        m_tree->EnsureNode(path(ServerNodes::name(node)), this);
         if (life != m_life)
             return false;
     }
@@ -91,18 +84,19 @@ bool AdminNodes::writeAll(const QVector<NodeText>& given)
 bool AdminNodes::listen()
 {
     const int life = m_life;
-    const auto listenTo = [this](values::TreeItem* item, RequestNode node) {
+    const auto listenTo = [this](values::TreeItem* item, eNode node) {
         if (!item)
             return;
         item->Attach(this);
         m_requestNodes.insert(item, node);
     };
-    for (const auto& request : kRequestNodes)
-        listenTo(m_tree->FindAs<values::StringValue>(path(QLatin1String(request.name))), request.node);
-    values::TreeItem* const requests = m_tree->EnsureNode(path(QStringLiteral("RequestsNode")), this);
+    for (const eNode node : kRequestValues)
+        listenTo(m_tree->FindAs<values::StringValue>(path(ServerNodes::name(node))), node);
+    values::TreeItem* const requests =
+        m_tree->EnsureNode(path(ServerNodes::name(ServerNodes::eRequestsNode)), this);
     if (life != m_life)
         return false;
-    listenTo(requests, RequestNode::Production);
+    listenTo(requests, ServerNodes::eRequestsNode);
     if (requests)
         readRequests(*requests);
     return life == m_life;
@@ -114,12 +108,13 @@ void AdminNodes::withdraw()
         return;
     m_published = false;
     const int life = ++m_life;
-    const QHash<Observable*, RequestNode> listened = std::exchange(m_requestNodes, {});
+    const QHash<Observable*, eNode> listened = std::exchange(m_requestNodes, {});
     for (auto it = listened.begin(); it != listened.end(); ++it)
         it.key()->Detach(this);
     // What clients add to goes early: what came below it while the rest goes would stay.
-    for (const char* first : {"WorkingState", "RequestsNode", "Clients"}) {
-        m_tree->Remove(path(QLatin1String(first)));
+    for (const eNode first :
+         {ServerNodes::eWorkingState, ServerNodes::eRequestsNode, ServerNodes::eClients}) {
+        m_tree->Remove(path(ServerNodes::name(first)));
         if (life != m_life)
             return;
     }
@@ -130,7 +125,7 @@ void AdminNodes::setWorkingState(int state)
 {
     if (!m_published)
         return;
-    const QString statePath = path(QStringLiteral("WorkingState"));
+    const QString statePath = path(ServerNodes::name(ServerNodes::eWorkingState));
     auto* value = m_tree->FindAs<values::SelectionValue>(statePath);
     if (value && !value->IsDeleted())
         value->SetSelectedKey(state, this);
@@ -178,8 +173,8 @@ void AdminNodes::Update(Observable* source, TChangeCode code)
     const auto found = m_requestNodes.constFind(source);
     if (found == m_requestNodes.constEnd())
         return;
-    const RequestNode node = *found;
-    if (node == RequestNode::Production) {
+    const eNode node = *found;
+    if (node == ServerNodes::eRequestsNode) {
         if (code == eChangeChildAdded)
             readRequests(*static_cast<values::TreeItem*>(source));
         return;
@@ -204,8 +199,9 @@ void AdminNodes::readRequests(values::TreeItem& node)
     QVector<Found> requests;
     for (values::TreeItem* const item : node.GetChildren()) {
         const auto* const value = dynamic_cast<values::StringValue*>(item);
-        requests.append({item->GetPath(),
-                         {RequestNode::Production, item->GetName(), value ? value->GetValue() : QString()}});
+        requests.append(
+            {item->GetPath(),
+             {ServerNodes::eRequestsNode, item->GetName(), value ? value->GetValue() : QString()}});
     }
     const int life = m_life;
     for (const Found& request : qAsConst(requests)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/servernodes.h>
 #include <values/tree.h>
 
 #include <QHash>
@@ -10,21 +11,9 @@
 
 namespace KoltaSimulation {
 
-class Installation;
+namespace ServerNodes = Kolta::ServerNodes;
 
-/// The nodes that clients write their wishes into.
-enum class RequestNode {
-    ChangedTuners,
-    ChangedProcessingUnits,
-    ChangedStorageUnits,
-    UnitPowerControl,
-    OwnerRequest,
-    Production, ///< a value that appeared below the node of the requests, and is removed as it is read
-    Stop,
-    StopAll,
-    Reset,
-    Quit
-};
+class Installation;
 
 /// A text to be shown in the node of that name.
 struct NodeText
@@ -36,8 +25,8 @@ struct NodeText
 /// What a client wrote.
 struct Wish
 {
-    RequestNode node;
-    QString name; ///< of the value
+    ServerNodes::eNode node; ///< eRequestsNode: a value that appeared below it, and is removed as it is read
+    QString name;            ///< of the value
     QString text;
 };
 
@@ -86,7 +75,7 @@ private:
     const Installation& m_installation;
     WishHandler m_handler;
     values::Tree* m_tree = nullptr;
-    QHash<Observable*, RequestNode> m_requestNodes;
+    QHash<Observable*, ServerNodes::eNode> m_requestNodes;
     /// Counts publications and withdrawals: who has told somebody something and finds another number
     /// afterwards has been overtaken and stops.
     int m_life = 0;

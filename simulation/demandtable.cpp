@@ -2,6 +2,7 @@
 
 #include <simulation/installation.h>
 
+#include <koltacommon/servernodes.h>
 #include <resourcemodel/tunerclasses.h>
 
 namespace KoltaSimulation {
@@ -16,7 +17,8 @@ DemandTable::DemandTable(const Installation& installation)
             m_hardware.insert(name);
     }
     RESOURCEMANAGEMENT::TunerClassOverview classes;
-    const QString text = installation.furtherOverviews().value(QStringLiteral("TunerClasses"));
+    const QString text =
+        installation.furtherOverviews().value(Kolta::ServerNodes::name(Kolta::ServerNodes::eTunerClasses));
     if (!text.isEmpty())
         classes.SetXmlString(text, true); // was read before when the installation was loaded
     for (const auto& tunerClass : classes.GetTunerClass()) {

@@ -4,6 +4,7 @@
 
 #include <koltacommon/guidtext.h>
 #include <koltacommon/q9rprofiles.h>
+#include <koltacommon/servernodes.h>
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/tunerclasses.h>
@@ -44,13 +45,14 @@ std::unique_ptr<IRGObject> make()
 constexpr struct
 {
     const char* file;
-    const char* node;
+    Kolta::ServerNodes::eNode node;
     std::unique_ptr<IRGObject> (*make)();
-} kFurtherFiles[] = {{"demandclasses.xml", "DemandClasses", make<ResourceDemandClassOverview>},
-                     {"tunerclasses.xml", "TunerClasses", make<TunerClassOverview>},
-                     {"tunertypes.xml", "TunerTypeOverview", make<TunerTypeOverview>},
-                     {"hardwareprocessing.xml", "HardwareProcessing", make<HWProcessingOverview>},
-                     {"actualconfiguration.xml", "ActualConfiguration", make<ProcessorOverview>}};
+} kFurtherFiles[] = {
+    {"demandclasses.xml", Kolta::ServerNodes::eDemandClasses, make<ResourceDemandClassOverview>},
+    {"tunerclasses.xml", Kolta::ServerNodes::eTunerClasses, make<TunerClassOverview>},
+    {"tunertypes.xml", Kolta::ServerNodes::eTunerTypeOverview, make<TunerTypeOverview>},
+    {"hardwareprocessing.xml", Kolta::ServerNodes::eHardwareProcessing, make<HWProcessingOverview>},
+    {"actualconfiguration.xml", Kolta::ServerNodes::eActualConfiguration, make<ProcessorOverview>}};
 
 QString located(const QString& file, qint64 line, const QString& text)
 {
@@ -330,7 +332,7 @@ bool Installation::loadFurtherOverviews(const QString& folder, QString& error)
         QString text = overview->GetXmlString();
         if (QFile::exists(file) && (!readText(file, text, error) || !parse(file, text, *overview, error)))
             return false;
-        m_furtherOverviews.insert(QLatin1String(further.node), text);
+        m_furtherOverviews.insert(Kolta::ServerNodes::name(further.node), text);
         if (const auto* const classes = dynamic_cast<const ResourceDemandClassOverview*>(overview.get()))
             m_demandClasses = *classes;
     }

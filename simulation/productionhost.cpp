@@ -19,17 +19,17 @@ namespace {
 
 QString replyNode()
 {
-    return QStringLiteral("ReplyResource");
+    return ServerNodes::name(ServerNodes::eReplyResource);
 }
 
 QString stoppedNode()
 {
-    return QStringLiteral("StoppedResource");
+    return ServerNodes::name(ServerNodes::eStoppedResource);
 }
 
 QString driverNode(const QUuid& guid)
 {
-    return QStringLiteral("ConnectionInfo/") + guid.toString();
+    return ServerNodes::name(ServerNodes::eConnectionInfo) + QLatin1Char('/') + guid.toString();
 }
 
 QStringList textsOfGuids(const QVector<QUuid>& guids)
@@ -57,7 +57,8 @@ void ProductionHost::begin()
 {
     end();
     ProcessorOverview overview;
-    const QString text = m_installation.furtherOverviews().value(QStringLiteral("ActualConfiguration"));
+    const QString text =
+        m_installation.furtherOverviews().value(ServerNodes::name(ServerNodes::eActualConfiguration));
     if (!text.isEmpty())
         overview.SetXmlString(text, true); // was read before when the installation was loaded
     m_productions.load(overview);
@@ -78,7 +79,8 @@ QVector<NodeText> ProductionHost::texts() const
     QVector<NodeText> texts;
     for (const QUuid& guid : m_productions.drivers())
         texts += textsOf(*m_productions.driver(guid));
-    texts.append({QStringLiteral("ActualConfiguration"), m_productions.overview().GetXmlString()});
+    texts.append(
+        {ServerNodes::name(ServerNodes::eActualConfiguration), m_productions.overview().GetXmlString()});
     return texts;
 }
 
@@ -237,7 +239,8 @@ bool ProductionHost::showChanges(const Productions::Changes& changes)
     const int life = m_life;
     showDrivers(changes.started);
     if (life == m_life)
-        m_nodes.setText(QStringLiteral("ActualConfiguration"), m_productions.overview().GetXmlString());
+        m_nodes.setText(ServerNodes::name(ServerNodes::eActualConfiguration),
+                        m_productions.overview().GetXmlString());
     if (life == m_life)
         showHardware(changes);
     if (life == m_life)
@@ -251,7 +254,7 @@ bool ProductionHost::showChanges(const Productions::Changes& changes)
 
 void ProductionHost::showHardware(const Productions::Changes& changes)
 {
-    const QString node = QStringLiteral("HardwareProcessing");
+    const QString node = ServerNodes::name(ServerNodes::eHardwareProcessing);
     m_nodes.setText(node, m_hardware.amend(m_nodes.text(node), textsOfGuids(changes.hardware),
                                            textsOfGuids(changes.stopped)));
 }

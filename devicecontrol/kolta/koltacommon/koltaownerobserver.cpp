@@ -1,5 +1,7 @@
 #include <koltacommon/koltaownerobserver.h>
 
+#include <koltacommon/servernodes.h>
+
 #include <QPointer>
 #include <QSysInfo>
 
@@ -84,7 +86,7 @@ bool KoltaOwnerObserver::writeRequest(OwnerRequest::Action action, const QString
     if (!ownedGuid.isEmpty())
         request.EditOwner().SetOwnedGUID(ownedGuid);
     try {
-        return values::WriteOrAnnounce(getParentNodePath() + QStringLiteral("/OwnerRequest"),
+        return values::WriteOrAnnounce(getParentNodePath() + ServerNodes::suffix(ServerNodes::eOwnerRequest),
                                        request.GetXmlString());
     } catch (const REPORTGENERATOR::RGException& exception) {
         traceReportException(exception);

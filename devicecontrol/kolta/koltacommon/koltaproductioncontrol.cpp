@@ -5,6 +5,7 @@
 #include <koltacommon/koltaexception.h>
 #include <koltacommon/processorconverter.h>
 #include <koltacommon/productionrequestreply.h>
+#include <koltacommon/servernodes.h>
 
 #include <resourcemodel/requests.h>
 #include <startup/tracesource.h>
@@ -131,7 +132,7 @@ bool KoltaProductionControl::follow(const QString& basePath)
 bool KoltaProductionControl::bindAt(const QString& basePath)
 {
     m_basePath = basePath;
-    m_connectionInfo.setPath(m_basePath + QStringLiteral("/ConnectionInfo"));
+    m_connectionInfo.setPath(m_basePath + ServerNodes::suffix(ServerNodes::eConnectionInfo));
     const bool bound = bindAll();
     if (!bound)
         releaseAll();
@@ -141,20 +142,19 @@ bool KoltaProductionControl::bindAt(const QString& basePath)
 /// What was deleted does not count, although it may come back.
 bool KoltaProductionControl::bindAll()
 {
-    const auto bind = [this](auto& binding, const QString& name) {
-        return binding.Bind(m_basePath + name) && !binding.Get()->IsDeleted();
+    const auto bind = [this](auto& binding, ServerNodes::eNode node) {
+        return binding.Bind(m_basePath + ServerNodes::suffix(node)) && !binding.Get()->IsDeleted();
     };
-    const auto bindNotice = [&bind](Notice& notice, const QString& name) {
-        const bool bound = bind(notice.value, name);
+    const auto bindNotice = [&bind](Notice& notice, ServerNodes::eNode node) {
+        const bool bound = bind(notice.value, node);
         notice.reported = bound ? notice.value.Get()->GetValue() : QString();
         notice.revived = false;
         return bound;
     };
-    return bind(m_stopResource, QStringLiteral("/StopResource")) &&
-           bind(m_stopAll, QStringLiteral("/stopAll")) &&
-           bindNotice(m_reply, QStringLiteral("/ReplyResource")) &&
-           bindNotice(m_stopped, QStringLiteral("/StoppedResource")) &&
-           bind(m_pRequestResourceNode, QStringLiteral("/RequestsNode"));
+    return bind(m_stopResource, ServerNodes::eStopResource) && bind(m_stopAll, ServerNodes::eStopAll) &&
+           bindNotice(m_reply, ServerNodes::eReplyResource) &&
+           bindNotice(m_stopped, ServerNodes::eStoppedResource) &&
+           bind(m_pRequestResourceNode, ServerNodes::eRequestsNode);
 }
 
 void KoltaProductionControl::releaseAll()
@@ -282,7 +282,7 @@ void KoltaProductionControl::StopProductions(const QStringList& productions)
             guids.append(guid.toString());
     }
     // From here on a slot may delete this, and the caller's list with it, while the server stops the first.
-    const QString path = m_basePath + QStringLiteral("/StopResource");
+    const QString path = m_basePath + ServerNodes::suffix(ServerNodes::eStopResource);
     for (const QString& guid : qAsConst(guids)) {
         if (!write(path, guid))
             return;
@@ -291,7 +291,7 @@ void KoltaProductionControl::StopProductions(const QStringList& productions)
 
 void KoltaProductionControl::StopAllProductions()
 {
-    write(m_basePath + QStringLiteral("/stopAll"), QStringLiteral("1"));
+    write(m_basePath + ServerNodes::suffix(ServerNodes::eStopAll), QStringLiteral("1"));
 }
 
 QString KoltaProductionControl::requestTunerProperties(const QString& guid) const

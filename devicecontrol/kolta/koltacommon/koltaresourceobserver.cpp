@@ -2,6 +2,7 @@
 
 #include <koltacommon/guidtext.h>
 #include <koltacommon/powercontrolcmd.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/tavikresourceconverter.h>
 
 #include <resourcemodel/requests.h>
@@ -374,22 +375,22 @@ TavikResourceConverter* KoltaResourceObserver::createResourceConverter()
 
 void KoltaResourceObserver::setChangedTuners(const ResourceOverview& tuners)
 {
-    writeRequest(QStringLiteral("/ChangedTuners"), tuners);
+    writeRequest(ServerNodes::suffix(ServerNodes::eChangedTuners), tuners);
 }
 
 void KoltaResourceObserver::setChangedTuners(const RESOURCEMANAGEMENT::TunerManagementRequest& request)
 {
-    writeRequest(QStringLiteral("/ChangedTuners"), request);
+    writeRequest(ServerNodes::suffix(ServerNodes::eChangedTuners), request);
 }
 
 void KoltaResourceObserver::setChangedProcessingUnits(const ResourceOverview& units)
 {
-    writeRequest(QStringLiteral("/ChangedPUs"), units);
+    writeRequest(ServerNodes::suffix(ServerNodes::eChangedPUs), units);
 }
 
 void KoltaResourceObserver::setChangedStorageUnits(const ResourceOverview& units)
 {
-    writeRequest(QStringLiteral("/ChangedSUs"), units);
+    writeRequest(ServerNodes::suffix(ServerNodes::eChangedSUs), units);
 }
 
 void KoltaResourceObserver::writeRequest(const QString& name, const REPORTGENERATOR::IRGObject& object)
@@ -405,7 +406,7 @@ void KoltaResourceObserver::writeRequest(const QString& name, const REPORTGENERA
 void KoltaResourceObserver::powerControl(ePowerControlCommand cmd, const QStringList& units)
 {
     if (!units.isEmpty())
-        values::WriteOrAnnounce(getParentNodePath() + QStringLiteral("/UnitPowerControl"),
+        values::WriteOrAnnounce(getParentNodePath() + ServerNodes::suffix(ServerNodes::eUnitPowerControl),
                                 powerCommand(cmd, units).toString());
 }
 

@@ -19,6 +19,7 @@
 #include <QPointer>
 #include <QSysInfo>
 
+#include <tuple>
 #include <utility>
 
 namespace Kolta {
@@ -26,9 +27,6 @@ namespace Kolta {
 using SERVER_STATES::eServerState;
 
 namespace {
-
-const QString kConnectManager = QStringLiteral("/ConnectManager");
-const QString kAdministration = QStringLiteral("/ADMINISTRATION/");
 
 /// Numbers of the trace points.
 enum eTracePoint : int { eSetOptimization = 210, eNoOptimization = 220 };
@@ -45,7 +43,7 @@ KoltaServerInterface::KoltaServerInterface(const QString& serverAddress, QString
                 Binding(this), Binding(this), Binding(this)}}
     , requestNode(this)
 {
-    static_assert(eValueCount == 9, "one binding each");
+    static_assert(kBoundValues == 9, "one binding each");
     qRegisterMetaType<SERVER_STATES::eServerState>();
 }
 
@@ -62,69 +60,127 @@ QString KoltaServerInterface::getStateString(eServerState serverState) const
 
 QString KoltaServerInterface::getRecordMapBasePath(bool stripPrefix) const
 {
-    const bool strip = stripPrefix && recordMapBasePath.startsWith(kConnectManager);
-    return strip ? recordMapBasePath.mid(kConnectManager.size()) : recordMapBasePath;
+    const bool strip = stripPrefix && recordMapBasePath.startsWith(ServerNodes::kConnectManager);
+    return strip ? recordMapBasePath.mid(ServerNodes::kConnectManager.size()) : recordMapBasePath;
 }
 
 QString KoltaServerInterface::getAdministrationBasePath() const
 {
-    return serverBasePath + kAdministration;
+    return administrationPath() + QLatin1Char('/');
 }
 
 QString KoltaServerInterface::administrationPath() const
 {
-    return serverBasePath + QStringLiteral("/ADMINISTRATION");
+    return serverBasePath + ServerNodes::kAdministration;
 }
 
-QString KoltaServerInterface::nodePath(const QString& name) const
+QString KoltaServerInterface::nodePath(ServerNodes::eNode node) const
 {
-    return getAdministrationBasePath() + name;
+    return ServerNodes::path(serverBasePath, node);
 }
+
+values::ValueBase* KoltaServerInterface::bound(ServerNodes::eNode node) const
+{
+    return bindings[static_cast<std::size_t>(node)].Get();
+}
+
+/// The parts that observe a node each.
+struct KoltaServerInterface::Parts
+{
+    template<class Part>
+    struct Row
+    {
+        std::unique_ptr<Part> KoltaServerInterface::*owned;
+        ServerNodes::eNode node;
+    };
+
+    template<class Part>
+    static Row<Part> rowOf()
+    {
+        return std::get<Row<Part>>(all());
+    }
+
+    /// In the order in which they are bound.
+    static auto all()
+    {
+        using Self = KoltaServerInterface;
+        return std::make_tuple(
+            Row<KoltaResourceObserver>{&Self::resourceObserver, ServerNodes::eResources},
+            Row<KoltaProcessorObserver>{&Self::processorObserver, ServerNodes::eActualConfiguration},
+            Row<KoltaProductionControl>{&Self::productionControl,
+                                        ServerNodes::eNodeCount}, // observes several
+            Row<KoltaTunerTypeObserver>{&Self::tunerTypeObserver, ServerNodes::eTunerTypeOverview},
+            Row<ResourceDemandClassObserver>{&Self::demandClassObserver, ServerNodes::eDemandClasses},
+            Row<TunerClassesObserver>{&Self::tunerClassesObserver, ServerNodes::eTunerClasses},
+            Row<HardwareProcessingObserver>{&Self::hardwareProcessingObserver,
+                                            ServerNodes::eHardwareProcessing},
+            Row<KoltaOwnerObserver>{&Self::ownerObserver, ServerNodes::eOwners});
+    }
+
+    /// One that the application has made an offline mirror stays that.
+    template<class Part>
+    static void bind(KoltaServerInterface& self, const Row<Part>& row)
+    {
+        Part* const part = (self.*row.owned).get();
+        if (!part || part->getVtPath().isEmpty())
+            return;
+        const QString path = self.nodePath(row.node);
+        if (!part->IsAttachedTo(values::Tree::Instance().Find(path)))
+            part->init(path);
+    }
+    static void bind(KoltaServerInterface& self, const Row<KoltaProductionControl>&)
+    {
+        if (self.productionControl)
+            self.productionControl->follow(self.administrationPath());
+    }
+};
 
 template<class Part>
-Part& KoltaServerInterface::part(std::unique_ptr<Part>& owned, const QString& name)
+Part& KoltaServerInterface::part()
 {
+    const auto row = Parts::rowOf<Part>();
+    std::unique_ptr<Part>& owned = this->*row.owned;
     if (!owned) {
         owned = std::make_unique<Part>();
-        owned->init(nodePath(name));
+        owned->init(nodePath(row.node));
     }
     return *owned;
 }
 
 KoltaResourceObserver& KoltaServerInterface::getResourceObserver()
 {
-    return part(resourceObserver, QStringLiteral("Resources"));
+    return part<KoltaResourceObserver>();
 }
 
 KoltaProcessorObserver& KoltaServerInterface::getProcessorObserver()
 {
-    return part(processorObserver, QStringLiteral("ActualConfiguration"));
+    return part<KoltaProcessorObserver>();
 }
 
 HardwareProcessingObserver& KoltaServerInterface::getHWProcessingObserver()
 {
-    return part(hardwareProcessingObserver, QStringLiteral("HardwareProcessing"));
+    return part<HardwareProcessingObserver>();
 }
 
 ResourceDemandClassObserver& KoltaServerInterface::getRdcObserver()
 {
-    return part(demandClassObserver, QStringLiteral("DemandClasses"));
+    return part<ResourceDemandClassObserver>();
 }
 
 TunerClassesObserver& KoltaServerInterface::getTunerClassObserver()
 {
-    return part(tunerClassesObserver, QStringLiteral("TunerClasses"));
+    return part<TunerClassesObserver>();
 }
 
 KoltaTunerTypeObserver& KoltaServerInterface::getTunerTypeObserver()
 {
-    return part(tunerTypeObserver, QStringLiteral("TunerTypeOverview"));
+    return part<KoltaTunerTypeObserver>();
 }
 
 KoltaOwnerObserver& KoltaServerInterface::getGuiOwnerObserver()
 {
     const bool fresh = !ownerObserver;
-    KoltaOwnerObserver& owners = part(ownerObserver, QStringLiteral("Owners"));
+    KoltaOwnerObserver& owners = part<KoltaOwnerObserver>();
     if (fresh)
         owners.setClient(clientId, QCoreApplication::applicationName());
     return owners;
@@ -154,7 +210,7 @@ KoltaProductionControl& KoltaServerInterface::getProductionControl()
 bool KoltaServerInterface::restartServer()
 {
     return state != SERVER_STATES::eDisconnected &&
-           values::WriteOrAnnounce(nodePath(QStringLiteral("reset")), clientId.toString());
+           values::WriteOrAnnounce(nodePath(ServerNodes::eReset), clientId.toString());
 }
 
 QProcess* KoltaServerInterface::startGUI(const QString& guid, QObject* parent)
@@ -207,7 +263,7 @@ bool KoltaServerInterface::bindRoot()
 void KoltaServerInterface::announceClient()
 {
     values::Tree& tree = values::Tree::Instance();
-    const QString clients = nodePath(QStringLiteral("Clients"));
+    const QString clients = nodePath(ServerNodes::eClients);
     const values::TreeItem* const list = tree.Find(clients);
     if (list && !list->IsDeleted())
         tree.Emplace<values::StringValue>(clients + QLatin1Char('/') + clientId.toString(),
@@ -216,13 +272,13 @@ void KoltaServerInterface::announceClient()
 
 void KoltaServerInterface::withdrawClient()
 {
-    values::Tree::Instance().Remove(nodePath(QStringLiteral("Clients/")) + clientId.toString());
+    values::Tree::Instance().Remove(nodePath(ServerNodes::eClients) + QLatin1Char('/') + clientId.toString());
 }
 
 bool KoltaServerInterface::readHostname(bool rootFound)
 {
     const auto* const value =
-        values::Tree::Instance().FindAs<values::StringValue>(nodePath(QStringLiteral("HostName")));
+        values::Tree::Instance().FindAs<values::StringValue>(nodePath(ServerNodes::eHostName));
     if (!rootFound || !value || value->IsDeleted())
         return false;
     hostname = value->GetValue().isEmpty() ? QStringLiteral("<unknown>") : value->GetValue();
@@ -231,74 +287,45 @@ bool KoltaServerInterface::readHostname(bool rootFound)
 
 bool KoltaServerInterface::bindValues()
 {
-    static const std::array<const char*, eValueCount> names{
-        "Quit",         "reset",  "stopAll",      "UnitPowerControl", "StartupErrors", "StartupProgress",
-        "WorkingState", "Status", "InternalState"};
     bool all = true;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        all = bindings[i].Bind(nodePath(QLatin1String(names[i]))) && all;
+    for (std::size_t i = 0; i < bindings.size(); ++i)
+        all = bindings[i].Bind(nodePath(static_cast<ServerNodes::eNode>(i))) && all;
     if (workingState())
         return all;
-    bindings[eWorkingState].Release();
+    bindings[ServerNodes::eWorkingState].Release();
     return false;
 }
 
 values::SelectionValue* KoltaServerInterface::workingState() const
 {
-    return dynamic_cast<values::SelectionValue*>(bindings[eWorkingState].Get());
+    return dynamic_cast<values::SelectionValue*>(bound(ServerNodes::eWorkingState));
 }
 
 void KoltaServerInterface::createRequestNode()
 {
     if (!requestNode.Get())
-        requestNode.Bind(nodePath(QStringLiteral("RequestsNode")));
-}
-
-/// One that the application has made an offline mirror stays that.
-template<class Part>
-void KoltaServerInterface::bindPart(const std::unique_ptr<Part>& owned, const QString& name)
-{
-    if (!owned || owned->getVtPath().isEmpty())
-        return;
-    const QString path = nodePath(name);
-    if (!owned->IsAttachedTo(values::Tree::Instance().Find(path)))
-        owned->init(path);
+        requestNode.Bind(nodePath(ServerNodes::eRequestsNode));
 }
 
 /// Parts that were asked for before their node was there, or at another path, follow. False when a slot
 /// deleted this.
 bool KoltaServerInterface::bindParts()
 {
-    using Self = KoltaServerInterface;
-    static constexpr void (*steps[])(Self&) = {
-        [](Self& self) { self.bindPart(self.resourceObserver, QStringLiteral("Resources")); },
-        [](Self& self) { self.bindPart(self.processorObserver, QStringLiteral("ActualConfiguration")); },
-        [](Self& self) {
-            if (self.productionControl)
-                self.productionControl->follow(self.administrationPath());
-        },
-        [](Self& self) { self.bindPart(self.tunerTypeObserver, QStringLiteral("TunerTypeOverview")); },
-        [](Self& self) { self.bindPart(self.demandClassObserver, QStringLiteral("DemandClasses")); },
-        [](Self& self) { self.bindPart(self.tunerClassesObserver, QStringLiteral("TunerClasses")); },
-        [](Self& self) {
-            self.bindPart(self.hardwareProcessingObserver, QStringLiteral("HardwareProcessing"));
-        },
-        [](Self& self) { self.bindPart(self.ownerObserver, QStringLiteral("Owners")); }};
-    const QPointer<Self> guard(this);
-    for (const auto step : steps) {
-        step(*this);
-        if (!guard)
-            return false;
-    }
-    return true;
+    const QPointer<KoltaServerInterface> guard(this);
+    const auto bind = [this, &guard](const auto& row) {
+        Parts::bind(*this, row);
+        return !guard.isNull();
+    };
+    return std::apply([&bind](const auto&... rows) { return (bind(rows) && ...); }, Parts::all());
 }
 
 /// False when a slot deleted this.
 bool KoltaServerInterface::processContents()
 {
-    const auto* const current = bindings[eWorkingState].Get();
+    using namespace ServerNodes;
+    const auto* const current = bound(eWorkingState);
     const bool deleted = current && current->GetState() != values::eValueValid;
-    const std::pair<eValue, TChangeCode> contents[] = {
+    const std::pair<eNode, TChangeCode> contents[] = {
         {eStartupErrors, eChangeContent},
         {eStartupProgress, eChangeValue},
         {eWorkingState, deleted ? eChangeState : eChangeValue},
@@ -307,8 +334,8 @@ bool KoltaServerInterface::processContents()
     };
     const QPointer<KoltaServerInterface> guard(this);
     for (const auto& [value, code] : contents) {
-        if (bindings[value].Get())
-            Update(bindings[value].Get(), code);
+        if (bound(value))
+            Update(bound(value), code);
         if (!guard)
             return false;
     }
@@ -322,8 +349,10 @@ void KoltaServerInterface::optimiseTransfer() const
     if (!client)
         return;
     kTrace(eSetOptimization, QStringLiteral("CALLING SET OPTIMIZATION IN Kolta::KoltaServerInterface"));
-    for (const char* name : {"ReplyResource", "Resources", "ActualConfiguration"}) {
-        const QString node = kAdministration + QLatin1String(name);
+    for (const ServerNodes::Row& row : ServerNodes::kTable) {
+        if (!(row.use & ServerNodes::eOptimised))
+            continue;
+        const QString node = ServerNodes::kAdministration + ServerNodes::suffix(row.node);
         auto* const value = values::Tree::Instance().FindAs<values::ValueBase>(serverBasePath + node);
         if (value && !value->IsDeleted())
             client->SetOptimization(*value);
@@ -369,13 +398,13 @@ void KoltaServerInterface::Update(Observable* source, TChangeCode code)
 {
     if (!source)
         return;
-    if (source == bindings[eWorkingState].Get()) {
+    if (source == bound(ServerNodes::eWorkingState)) {
         if (code == eChangeValue)
             followWorkingState();
         else if (code == eChangeState)
             followDeletion();
-    } else if (source == bindings[eStatus].Get() && code == eChangeValue) {
-        statusMessage = bindings[eStatus].Get()->GetStringValue();
+    } else if (source == bound(ServerNodes::eStatus) && code == eChangeValue) {
+        statusMessage = bound(ServerNodes::eStatus)->GetStringValue();
         Q_EMIT si_StatusMessageChanged(statusMessage);
     } else if (source == administrationNode.Get() && code == eChangeChildAdded) {
         bindParts();

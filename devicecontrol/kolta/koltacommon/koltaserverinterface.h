@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/instancecount.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/serverstates.h>
 #include <koltacommon/valuebinding.h>
 
@@ -115,27 +116,17 @@ protected:
     /// stays bound.
     bool init(QString path);
     /// What init() puts in front of every path.
-    virtual QString getBasePath() { return QStringLiteral("/ConnectManager"); }
+    virtual QString getBasePath() { return ServerNodes::kConnectManager; }
     void setState(SERVER_STATES::eServerState newState);
 
 private:
-    /// The bound administrative values, in the order of their binding.
-    enum eValue {
-        eQuit,
-        eReset,
-        eStopAll,
-        eUnitPowerControl,
-        eStartupErrors,
-        eStartupProgress,
-        eWorkingState,
-        eStatus,
-        eInternalState,
-        eValueCount
-    };
     using Binding = ValueBinding<values::ValueBase>;
+    static constexpr std::size_t kBoundValues = ServerNodes::countOf(ServerNodes::eBound);
+    struct Parts;
 
     QString administrationPath() const;
-    QString nodePath(const QString& name) const;
+    QString nodePath(ServerNodes::eNode node) const;
+    values::ValueBase* bound(ServerNodes::eNode node) const;
     values::SelectionValue* workingState() const;
     bool bindRoot();
     bool readHostname(bool rootFound);
@@ -150,9 +141,7 @@ private:
     void followWorkingState();
     void followDeletion();
     template<class Part>
-    Part& part(std::unique_ptr<Part>& owned, const QString& name);
-    template<class Part>
-    void bindPart(const std::unique_ptr<Part>& owned, const QString& name);
+    Part& part();
 
     bool ready = false;
     QUuid clientId = QUuid::createUuid();
@@ -165,7 +154,7 @@ private:
     SERVER_STATES::eServerState state = SERVER_STATES::eDisconnected;
     ValueBinding<values::TreeItem> root;
     ValueBinding<values::TreeItem> administrationNode; ///< tells what appears late
-    std::array<Binding, eValueCount> bindings;
+    std::array<Binding, kBoundValues> bindings;        ///< by the number of their node
     ValueBinding<values::TreeItem> requestNode;
 
     std::unique_ptr<KoltaResourceObserver> resourceObserver;

@@ -1,6 +1,7 @@
 #include <koltacommon/koltaserverregistry.h>
 
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/servernodes.h>
 
 #include <QTimer>
 
@@ -10,8 +11,8 @@ namespace Kolta {
 
 namespace {
 
-const QString kConnectManager = QStringLiteral("/ConnectManager");
-const QString kAdminTree = QStringLiteral("/ConnectManager/AdminTree");
+const QString kConnectManager = ServerNodes::kConnectManager;
+const QString kAdminTree = ServerNodes::kAdminTree;
 
 /// The path of a server's node as init() takes it.
 QString relative(const QString& path)
@@ -29,7 +30,7 @@ KoltaServerRegistry& KoltaServerRegistry::Instance()
 
 QString KoltaServerRegistry::connectionManagerAlias()
 {
-    return QStringLiteral("ConnectManager");
+    return kConnectManager.mid(1);
 }
 
 /// Asking for the tree first makes it outlive the registry.

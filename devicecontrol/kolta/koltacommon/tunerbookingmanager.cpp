@@ -2,6 +2,7 @@
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/messagejoin.h>
+#include <koltacommon/servernodes.h>
 
 #include <startup/tracesource.h>
 
@@ -116,7 +117,7 @@ void TunerBookingManager::init(const KoltaResourceObserver& resourceObserver)
 bool TunerBookingManager::init(const QString& serverPath)
 {
     // Made first: `serverPath` may belong to an item that goes with the value that is released.
-    const QString path = serverPath + QStringLiteral("/Resources");
+    const QString path = serverPath + ServerNodes::suffix(ServerNodes::eResources);
     dropSource();
     const bool bound = m_binding.Bind(path);
     const QString text = bound ? m_binding.Get()->GetStringValue() : QString();

@@ -1,0 +1,131 @@
+#pragma once
+
+#include <QLatin1String>
+#include <QString>
+
+#include <cstddef>
+
+/// Where the servers of an installation stand in the value tree, and which nodes each has below
+/// "/ADMINISTRATION".
+namespace Kolta::ServerNodes {
+
+inline constexpr QLatin1String kConnectManager("/ConnectManager");      ///< what comes from other processes
+inline constexpr QLatin1String kAdminTree("/ConnectManager/AdminTree"); ///< a node for each server
+inline constexpr QLatin1String kAdministration("/ADMINISTRATION");      ///< below the server's node
+
+/// The nodes below "/ADMINISTRATION". The values that make a server complete come first.
+enum eNode : int {
+    eQuit,
+    eReset,
+    eStopAll,
+    eUnitPowerControl,
+    eStartupErrors,
+    eStartupProgress,
+    eWorkingState,
+    eStatus,
+    eInternalState,
+    eHostName,
+    eReplyResource,
+    eStoppedResource,
+    eResources,
+    eActualConfiguration,
+    eHardwareProcessing,
+    eDemandClasses,
+    eTunerClasses,
+    eTunerTypeOverview,
+    eOwners,
+    eStopResource,
+    eChangedTuners,
+    eChangedPUs,
+    eChangedSUs,
+    eOwnerRequest,
+    eRequestsNode,
+    eConnectionInfo,
+    eClients,
+    eNodeCount
+};
+
+/// What a node is for.
+enum eUse : unsigned {
+    eBound = 1,    ///< a client binds it, in the table's order; a server that lacks one is not complete
+    eRequest = 2,  ///< clients write into it, or add below it
+    eFolder = 4,   ///< has no value of its own
+    eOptimised = 8 ///< its transfer is optimised, in the table's order
+};
+
+struct Row
+{
+    eNode node;
+    const char* name;
+    unsigned use; ///< of eUse
+};
+
+/// The one table of these nodes: row i is node i.
+inline constexpr Row kTable[] = {{eQuit, "Quit", eBound | eRequest},
+                                 {eReset, "reset", eBound | eRequest},
+                                 {eStopAll, "stopAll", eBound | eRequest},
+                                 {eUnitPowerControl, "UnitPowerControl", eBound | eRequest},
+                                 {eStartupErrors, "StartupErrors", eBound},
+                                 {eStartupProgress, "StartupProgress", eBound},
+                                 {eWorkingState, "WorkingState", eBound},
+                                 {eStatus, "Status", eBound},
+                                 {eInternalState, "InternalState", eBound},
+                                 {eHostName, "HostName", 0},
+                                 {eReplyResource, "ReplyResource", eOptimised},
+                                 {eStoppedResource, "StoppedResource", 0},
+                                 {eResources, "Resources", eOptimised},
+                                 {eActualConfiguration, "ActualConfiguration", eOptimised},
+                                 {eHardwareProcessing, "HardwareProcessing", 0},
+                                 {eDemandClasses, "DemandClasses", 0},
+                                 {eTunerClasses, "TunerClasses", 0},
+                                 {eTunerTypeOverview, "TunerTypeOverview", 0},
+                                 {eOwners, "Owners", 0},
+                                 {eStopResource, "StopResource", eRequest},
+                                 {eChangedTuners, "ChangedTuners", eRequest},
+                                 {eChangedPUs, "ChangedPUs", eRequest},
+                                 {eChangedSUs, "ChangedSUs", eRequest},
+                                 {eOwnerRequest, "OwnerRequest", eRequest},
+                                 {eRequestsNode, "RequestsNode", eRequest | eFolder},
+                                 {eConnectionInfo, "ConnectionInfo", eFolder},
+                                 {eClients, "Clients", eFolder}};
+
+constexpr std::size_t countOf(unsigned use)
+{
+    std::size_t count = 0;
+    for (const Row& row : kTable)
+        count += (row.use & use) == use ? 1 : 0;
+    return count;
+}
+constexpr bool isInOrder()
+{
+    std::size_t node = 0;
+    for (const Row& row : kTable) {
+        // What is bound comes first, so that a client's bindings have the nodes' numbers.
+        if (static_cast<std::size_t>(row.node) != node ||
+            ((row.use & eBound) != 0) != (node < countOf(eBound)))
+            return false;
+        ++node;
+    }
+    return node == eNodeCount;
+}
+static_assert(isInOrder(), "row i is node i, bound ones first");
+
+/// The node's name.
+inline QString name(eNode node)
+{
+    return QLatin1String(kTable[node].name);
+}
+
+/// "/" and the node's name, to be put behind the path of the administrative node.
+inline QString suffix(eNode node)
+{
+    return QLatin1Char('/') + QLatin1String(kTable[node].name);
+}
+
+/// The node's path for the server at `basePath`.
+inline QString path(const QString& basePath, eNode node)
+{
+    return basePath + kAdministration + suffix(node);
+}
+
+} // namespace Kolta::ServerNodes
