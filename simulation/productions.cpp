@@ -6,6 +6,7 @@
 
 #include <koltacommon/guidtext.h>
 #include <koltacommon/processorwalk.h>
+#include <koltacommon/tunerneeds.h>
 
 #include <utility>
 
@@ -99,7 +100,7 @@ QString Productions::startTop(const Node& asked, const QUuid& id)
     int credits = 0;
     QString problem = problemOfId(id);
     if (problem.isEmpty())
-        problem = problemOf(asked, QString(), credits);
+        problem = problemOf(asked, nullptr, credits);
     if (!problem.isEmpty())
         return problem;
     const QString unit = m_capacity.choose(credits);
@@ -121,7 +122,7 @@ QString Productions::startFfp(const ProductionRequest& request)
     int credits = 0;
     QString problem = problemOfId(request.id);
     if (problem.isEmpty())
-        problem = problemOf(request.ffp, mcp->GetDataSource().GetTunerGUID(), credits);
+        problem = problemOf(request.ffp, mcp, credits);
     if (!problem.isEmpty())
         return problem;
     const QString unit = mcp->GetKoltaProcessor().GetUsedProcessingUnit().GetGUID();
@@ -175,16 +176,21 @@ QString Productions::problemOfId(const QUuid& id) const
                                      : QString();
 }
 
-QString Productions::problemOfTuner(const QString& guid) const
+/// `shared`: it runs already for what the processor belongs to.
+QString Productions::problemOfTuner(const ProcessorFacts& facts, bool shared) const
 {
-    const Tuner* const tuner = m_resources.tuner(guid);
+    const Tuner* const tuner = m_resources.tuner(facts.tuner);
     if (!tuner)
-        return QStringLiteral("There is no tuner %1").arg(guid);
-    if (!tuner->GetAccessible())
+        return QStringLiteral("There is no tuner %1").arg(facts.tuner);
+    if (!tuner->GetAccessible() && !shared)
         return QStringLiteral("Tuner %1 is not accessible").arg(nameOf(*tuner));
-    if (!tuner->GetIdle())
+    if (!tuner->GetIdle() && !shared)
         return QStringLiteral("Tuner %1 is in use").arg(nameOf(*tuner));
-    return QString();
+    const bool isTop = DemandTable::kindOf(facts.type) == DemandTable::kindOf(QStringLiteral("MCP"));
+    const bool inHardware = isTop && m_demand.isHardware(facts.demandClass);
+    const QString misfit = Kolta::problemWith(*tuner, {facts.frequency, facts.bandwidth, inHardware});
+    return misfit.isEmpty() ? QString()
+                            : QStringLiteral("Tuner %1 does not fit: %2").arg(nameOf(*tuner), misfit);
 }
 
 /// What `asked` takes in all is added to `credits`; the problem when one of its demand classes is unknown.
@@ -204,16 +210,21 @@ QString Productions::problemOfDemand(const Node& asked, int& credits) const
     return problem;
 }
 
-/// Why `asked` cannot be started; otherwise `credits` is what it takes in all. It may share the tuner
-/// `ownTuner` with what runs.
+/// Why `asked` cannot be started; otherwise `credits` is what it takes in all. What is started in a running
+/// MCP may share that one's tuner, and without a tuner of its own it must lie within that one's band.
 template<class Node>
-QString Productions::problemOf(const Node& asked, const QString& ownTuner, int& credits) const
+QString Productions::problemOf(const Node& asked, const MCP* mcp, int& credits) const
 {
     QString problem = problemOfDemand(asked, credits);
     const QVector<ProcessorFacts> all = factsOfAll(asked);
     for (const ProcessorFacts& facts : all) {
-        if (problem.isEmpty() && !facts.tuner.isEmpty() && facts.tuner != ownTuner)
-            problem = problemOfTuner(facts.tuner);
+        if (!problem.isEmpty())
+            break;
+        if (!facts.tuner.isEmpty())
+            problem = problemOfTuner(facts, mcp && facts.tuner == mcp->GetDataSource().GetTunerGUID());
+        else if (mcp)
+            problem = Kolta::problemWithBand(mcp->GetFrequency(), mcp->GetBandwidth(),
+                                             {facts.frequency, facts.bandwidth, false});
     }
     return problem;
 }

@@ -87,11 +87,11 @@ private:
     QString startFfp(const ProductionRequest& request);
     QString moveFfp(const ProductionRequest& request);
     QString problemOfId(const QUuid& id) const;
-    QString problemOfTuner(const QString& guid) const;
+    QString problemOfTuner(const ProcessorFacts& facts, bool shared) const;
     template<class Node>
     QString problemOfDemand(const Node& asked, int& credits) const;
     template<class Node>
-    QString problemOf(const Node& asked, const QString& ownTuner, int& credits) const;
+    QString problemOf(const Node& asked, const RESOURCEMANAGEMENT::MCP* mcp, int& credits) const;
     template<class Node>
     void equip(Node& node, const QString& unit, bool keepGuids) const;
     template<class Node>

@@ -40,8 +40,21 @@ QString tunerOf(const Node& node)
 template<class Node>
 ProcessorFacts factsOf(const Node& node)
 {
-    const auto& unit = node.GetKoltaProcessor().GetUsedProcessingUnit();
-    return {keyOf(node), node.GetObjectName(), unit.GetGUID(), unit.GetCredits(), tunerOf(node)};
+    const auto& record = node.GetKoltaProcessor();
+    const auto& unit = record.GetUsedProcessingUnit();
+    ProcessorFacts facts{keyOf(node),
+                         node.GetObjectName(),
+                         unit.GetGUID(),
+                         unit.GetCredits(),
+                         tunerOf(node),
+                         record.GetDemandClassName(),
+                         0.0,
+                         0.0};
+    if constexpr (Walk::isA<Node, FFP> || Walk::isA<Node, SCP> || Walk::isA<Node, MCP>) {
+        facts.frequency = node.GetFrequency();
+        facts.bandwidth = node.GetBandwidth();
+    }
+    return facts;
 }
 
 /// Takes `node` out of its parent; it must not be used any more.

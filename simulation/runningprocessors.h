@@ -22,7 +22,10 @@ struct ProcessorFacts
     QString type; ///< class name, "MCP" for instance
     QString unit; ///< GUID of the processing unit that it runs on
     int credits = 0;
-    QString tuner; ///< GUID of the tuner that feeds it; empty for none
+    QString tuner;          ///< GUID of the tuner that feeds it; empty for none
+    QString demandClass;    ///< empty for none
+    double frequency = 0.0; ///< centre, Hz; 0: not said
+    double bandwidth = 0.0; ///< Hz; 0: not said
 };
 
 /// The facts of an SCP, MCP or FFP and of all below it, inner ones first.

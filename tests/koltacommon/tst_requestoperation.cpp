@@ -80,7 +80,7 @@ private Q_SLOTS:
         else if (what == "handed over"_s)
             connection->closeAndWaitForFinished(5000, true);
         else if (what == "over time"_s)
-            clock.advance(Operation::defaultLimitMs);
+            clock.advance(Operation::kDefaultLimitMs);
         if (what == "worked off, then cut"_s) {
             connection->close(false);
             peer.link->close();

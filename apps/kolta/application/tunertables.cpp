@@ -112,20 +112,6 @@ QString selectionTable(const Kolta::TunerSelection& selection)
     return table.toText();
 }
 
-QString refusalSummary(const Kolta::TunerSelection& selection)
-{
-    QStringList texts;
-    for (const TunerRefusal refusal : {TunerRefusal::NotAccessible, TunerRefusal::NotIdle,
-                                       TunerRefusal::Excluded, TunerRefusal::NoMatchingStorage}) {
-        int count = 0;
-        for (const TunerCandidate& candidate : selection.candidates)
-            count += candidate.refusal == refusal ? 1 : 0;
-        if (count > 0)
-            texts.append(QStringLiteral("%1 %2").arg(QString::number(count), toText(refusal)));
-    }
-    return texts.isEmpty() ? QStringLiteral("the class is empty") : texts.join(QStringLiteral(", "));
-}
-
 QString planTable(const TunerPlan& plan)
 {
     Table table({QStringLiteral("REQUEST"), QStringLiteral("CLASS"), QStringLiteral("TUNER"),

@@ -21,8 +21,6 @@ struct TunerPlan;
 QString classTable(const Kolta::TunerClassTree& tree, const QString& title);
 /// Every candidate in the order of choice, then the refused ones.
 QString selectionTable(const Kolta::TunerSelection& selection);
-/// How many of the candidates are refused for which reason, as "2 not idle, 1 not accessible".
-QString refusalSummary(const Kolta::TunerSelection& selection);
 QString planTable(const TunerPlan& plan);
 
 QString nameOf(const RESOURCEMANAGEMENT::Tuner& tuner);

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -68,6 +69,9 @@ public:
         return found == m_replies.end() ? nullptr : &found->second;
     }
 
+    /// Whether that reply is none: nobody will answer the request any more, see EndRequests().
+    bool WasEnded(const QUuid& id) const { return m_ended.count(id) > 0; }
+
     /// Takes over the open requests too, as a copy does.
     bool Assign(const values::ValueBase& other) override
     {
@@ -123,6 +127,7 @@ private:
 
     PendingRequests m_pending;
     std::unordered_map<QUuid, QString, RequestIdHash> m_replies; ///< being told at present
+    std::unordered_set<QUuid, RequestIdHash> m_ended;            ///< of these, those that are none
 };
 
 /// Repeats the opening of a request.
@@ -292,8 +297,15 @@ void ItemMapWithRequests<Protocol>::EndRequests(const values::ValueBase::KeyFilt
     }
     const QString error =
         QCoreApplication::translate("Kolta::ItemMapWithRequests", "The request is not known any more.");
-    this->ForEachWhileAlive(stale, observer,
-                            [&](const QUuid& id, IObserver* originator) { Reply(id, error, originator); });
+    this->ForEachWhileAlive(stale, observer, [&](const QUuid& id, IObserver* originator) {
+        const values::Weak<values::ValueBase> alive(this);
+        m_ended.insert(id);
+        const auto forget = qScopeGuard([&] {
+            if (alive)
+                m_ended.erase(id);
+        });
+        Reply(id, error, originator);
+    });
 }
 
 } // namespace Kolta

@@ -1,7 +1,6 @@
 #include <koltacommon/koltaserverinterface.h>
 
 #include <koltacommon/hardwareprocessingobserver.h>
-#include <koltacommon/koltaexception.h>
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
@@ -199,10 +198,7 @@ KoltaProductionControl& KoltaServerInterface::getProductionControl()
 {
     if (!productionControl) {
         productionControl = std::make_unique<KoltaProductionControl>();
-        try {
-            productionControl->init(administrationPath());
-        } catch (const KoltaException&) { // traced there; bindParts() goes on trying
-        }
+        productionControl->follow(administrationPath()); // bindParts() goes on trying
     }
     return *productionControl;
 }

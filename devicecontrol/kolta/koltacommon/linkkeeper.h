@@ -53,9 +53,9 @@ public:
         int longestPauseMs = 30000;
         int stableMs = 10000;
         int replyLimitMs = 90000;
-        int giveUpAfterMs = Operation::noLimit; ///< of being down without a break; negative: never
-        int keptRequests = 1000;                ///< more are refused while the link is down
-        double jitter = 0.25;                   ///< the share by which a pause is longer or shorter
+        int giveUpAfterMs = Operation::kNoLimit; ///< of being down without a break; negative: never
+        int keptRequests = 1000;                 ///< more are refused while the link is down
+        double jitter = 0.25;                    ///< the share by which a pause is longer or shorter
         bool loadFaultTexts = true;
 
         /// What the configuration group "Link" says under these names; the values above for the rest and for
@@ -150,7 +150,7 @@ private:
     qint64 m_downSince = 0;
     Startup::ptrAlarm m_pause;
     Startup::ptrAlarm m_replyLimit;
-    InstanceCount<LinkKeeper> instanceCount;
+    InstanceCount<LinkKeeper> m_instanceCount;
 };
 
 } // namespace Kolta

@@ -97,7 +97,7 @@ void Operation::cancel()
     m_cancelled = true;
     if (!hasBegun())
         return settleGivenUp(Effect::None, QString());
-    m_cancelEnd = Startup::Clock::instance().now() + cancelLimitMs;
+    m_cancelEnd = Startup::Clock::instance().now() + kCancelLimitMs;
     armLimit();
     const QPointer<Operation> guard(this);
     const QString problem = problemOf(eStepException, QStringLiteral("the cancelling of an operation"),

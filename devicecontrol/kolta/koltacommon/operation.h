@@ -74,10 +74,10 @@ public:
     Q_ENUM(Reason)
 
     /// No time limit.
-    static constexpr int noLimit = -1;
+    static constexpr int kNoLimit = -1;
     /// What cancelling waits for the taking back at most, in milliseconds.
-    static constexpr int cancelLimitMs = 10000;
-    static constexpr int defaultLimitMs = 30000;
+    static constexpr int kCancelLimitMs = 10000;
+    static constexpr int kDefaultLimitMs = 30000;
 
     /// While it runs: as cancel(), but nobody is told any more.
     ~Operation() override;
@@ -94,7 +94,7 @@ public:
     bool isCancelled() const noexcept { return m_cancelled; }
 
     /// Milliseconds from its beginning to its end, over all its steps; 30 s unless its class says otherwise.
-    /// noLimit, or any negative number: none.
+    /// kNoLimit, or any negative number: none.
     void setTimeLimit(int milliseconds);
     /// For those who want the effect only.
     void deleteWhenFinished();
@@ -113,7 +113,7 @@ public:
 
 public Q_SLOTS:
     /// Gives up what is asked for, and takes it back when it was asked for already; running until that is
-    /// seen, at most cancelLimitMs. May be called at any time and more than once.
+    /// seen, at most kCancelLimitMs. May be called at any time and more than once.
     void cancel();
 
 Q_SIGNALS:
@@ -165,7 +165,7 @@ private:
     bool m_cancelled = false;
     bool m_told = false;
     bool m_deleteWhenTold = false;
-    int m_limitMs = defaultLimitMs;
+    int m_limitMs = kDefaultLimitMs;
     qint64 m_beganAt = -1;
     qint64 m_cancelEnd = -1;
     QString m_text;
@@ -173,7 +173,7 @@ private:
     std::vector<Receiver> m_receivers;
     Startup::ptrAlarm m_limit;
     std::unique_ptr<OpenWork> m_open;
-    InstanceCount<Operation> instanceCount;
+    InstanceCount<Operation> m_instanceCount;
 };
 
 /// An alarm of one object's own: `function` in `milliseconds` by Startup::Clock.

@@ -188,22 +188,44 @@ bool TunerBookingManager::planTuner(const QString& guid, QString& errorText)
         return false;
     }
     m_states.insert(guid, ePlanned);
+    m_plans.insert(guid, ++m_lastPlan);
+    Q_EMIT si_PlanningChanged(guid, true); // a receiver may delete this
     return true;
+}
+
+bool TunerBookingManager::planTuner(const QString& guid, const TunerNeeds& needs, QString& errorText)
+{
+    const Tuner* const tuner = guid.isEmpty() ? nullptr : m_listedGuids.find(guid);
+    const QString problem = tuner ? problemWith(*tuner, needs) : QString();
+    if (problem.isEmpty())
+        return planTuner(guid, errorText);
+    addMessage(errorText, tr("Tuner with GUID %1 does not fit: %2").arg(guid, problem));
+    return false;
 }
 
 bool TunerBookingManager::undoTunerPlanning(const QString& guid)
 {
-    const auto it = m_states.find(guid);
-    if (it == m_states.end() || *it != ePlanned)
+    const QString undone = guid; // may be the key of an entry that goes
+    if (m_plans.remove(undone) == 0)
         return false;
-    m_states.erase(it);
+    m_states.remove(undone);
+    Q_EMIT si_PlanningChanged(undone, false); // a receiver may delete this
     return true;
+}
+
+bool TunerBookingManager::undoTunerPlanning(const QString& guid, quint64 number)
+{
+    return number != 0 && planNumber(guid) == number && undoTunerPlanning(guid);
 }
 
 void TunerBookingManager::clearPlanning()
 {
-    for (auto it = m_states.begin(); it != m_states.end();)
-        it = *it == ePlanned ? m_states.erase(it) : std::next(it);
+    const QHash<QString, quint64> plans = std::exchange(m_plans, {});
+    for (auto plan = plans.begin(); plan != plans.end(); ++plan)
+        m_states.remove(plan.key());
+    const QPointer<TunerBookingManager> guard(this);
+    for (auto plan = plans.begin(); guard && plan != plans.end(); ++plan)
+        Q_EMIT si_PlanningChanged(plan.key(), false);
 }
 
 bool TunerBookingManager::verifyBooking(const Booking& booking, QString& errorText) const
@@ -236,8 +258,10 @@ bool TunerBookingManager::planProductions(const Booking& booking, QString& error
     QString messages;
     if (!booking.isValid())
         messages = invalidObject();
-    for (const QString& guid : booking.getTunerGUIDs())
-        planTuner(guid, messages);
+    const QPointer<TunerBookingManager> guard(this);
+    const QStringList guids = booking.getTunerGUIDs();
+    for (int i = 0; guard && i < guids.size(); ++i)
+        planTuner(guids.at(i), messages);
     addMessage(errorText, messages);
     return messages.isEmpty();
 }
@@ -249,8 +273,10 @@ bool TunerBookingManager::planProductions(const REPORTGENERATOR::IRGObject& obje
 
 void TunerBookingManager::undoProductionPlanning(const Booking& booking)
 {
-    for (const QString& guid : booking.getTunerGUIDs())
-        undoTunerPlanning(guid);
+    const QPointer<TunerBookingManager> guard(this);
+    const QStringList guids = booking.getTunerGUIDs();
+    for (int i = 0; guard && i < guids.size(); ++i)
+        undoTunerPlanning(guids.at(i));
 }
 
 void TunerBookingManager::undoProductionPlanning(const REPORTGENERATOR::IRGObject& object)
@@ -294,6 +320,7 @@ void TunerBookingManager::enter(const Tuner& tuner)
     // A planned tuner stays planned while the server calls it idle; this is meant.
     if (guid.isEmpty() || old == reported || (old == ePlanned && reported == eFree))
         return;
+    m_plans.remove(guid);
     if (reported == eFree)
         m_states.remove(guid);
     else

@@ -3,6 +3,7 @@
 #include <koltacommon/guidindex.h>
 #include <koltacommon/instancecount.h>
 #include <koltacommon/tunerbooking.h>
+#include <koltacommon/tunerneeds.h>
 #include <koltacommon/valuebinding.h>
 
 #include <resourcemodel/resources.h>
@@ -23,8 +24,8 @@ class KoltaResourceObserver;
 /// A state is kept per tuner GUID. It comes from the resource overview, except that a free tuner can be
 /// planned; it stays planned while the server reports it idle, and leaves that state when the server reports
 /// it in use (the production has started) or inaccessible, when planning is undone, or by clearPlanning().
-/// Plans are local: the server and other processes do not know of them, and the manager does not remember who
-/// planned what.
+/// Plans are local: the server and other processes do not know of them. Each has a number, by which whoever
+/// made it can undo it and no other; see TunerPlan.
 ///
 /// Free is what has no entry in the table of states. A tuner is known when the last overview lists it or the
 /// table has it: a listed tuner can be planned although it has always been free, and a tuner that vanished
@@ -79,11 +80,17 @@ public:
     QVector<RESOURCEMANAGEMENT::Tuner> getFreeTuners() const;
     int getNumberOfFreeTuners() const;
 
-    /// True when the tuner was free and now is planned; else a message is added and nothing changes. Planning
-    /// and undoing announce nothing: their caller knows.
+    /// True when the tuner was free and now is planned; else a message is added and nothing changes.
     bool planTuner(const QString& guid, QString& errorText);
+    /// The same for a tuner that must be able to do what is needed, see misfitOf().
+    bool planTuner(const QString& guid, const TunerNeeds& needs, QString& errorText);
+    /// Number of the tuner's plan, which no other plan of this manager has or will have; 0 when it is not
+    /// planned.
+    quint64 planNumber(const QString& guid) const { return m_plans.value(guid); }
     /// Makes a planned tuner free, whoever planned it; false when it was not planned.
     bool undoTunerPlanning(const QString& guid);
+    /// The same for that plan alone.
+    bool undoTunerPlanning(const QString& guid, quint64 number);
     /// Makes all planned tuners free.
     void clearPlanning();
 
@@ -115,6 +122,9 @@ Q_SIGNALS:
     /// An overview changed the tuner's state. One that is seen for the first time counts as free until then.
     void si_TunerStateChanged(const QString& guid, Kolta::TunerBookingManager::eTunerState oldState,
                               Kolta::TunerBookingManager::eTunerState newState);
+    /// The tuner was planned here, or its plan was undone. When an overview ends a plan, si_TunerStateChanged
+    /// tells it.
+    void si_PlanningChanged(const QString& guid, bool planned);
 
 private:
     struct Change
@@ -139,7 +149,9 @@ private:
     RESOURCEMANAGEMENT::ResourceOverview m_overview;    ///< the last one
     GuidIndex<RESOURCEMANAGEMENT::Tuner> m_listedGuids; ///< of the last overview's tuners, always
     QHash<QString, eTunerState> m_states;               ///< never eFree
-    std::deque<Change> m_changes;                       ///< made and not announced yet
+    QHash<QString, quint64> m_plans;                    ///< the number of each that is planned
+    quint64 m_lastPlan = 0;
+    std::deque<Change> m_changes; ///< made and not announced yet
     InstanceCount<TunerBookingManager> m_instanceCount;
 };
 

@@ -55,7 +55,8 @@ TunerCandidate makeCandidate(const TunerWeights& weights, TunerRefusal refusal)
             weights.hardwareProcessing,
             weights.panoramaScan,
             refusal,
-            TunerCriterion::None};
+            TunerCriterion::None,
+            QString()};
 }
 
 /// Candidates of one kind, to be appended in the order of choice.
@@ -295,15 +296,26 @@ Tuner TunerClassResourceSelector::selectTuner(const QString& className) const
 Tuner TunerClassResourceSelector::selectTuner(const QString& className, const TunerFilter::Exclude& exclude,
                                               const QStringList& storageGuids) const
 {
+    return selectTuner(className, TunerFilter::freeTuners(exclude, storageGuids));
+}
+
+Tuner TunerClassResourceSelector::selectTuner(const QString& className, const TunerFilter& filter) const
+{
     const std::shared_ptr<TunerChooser> chooser = d->ensureTree();
     const ptrTunerPlaces places = chooser->tree().getTunerPlacesOfClass(className);
-    const int chosen = chooser->choose(places, TunerFilter::freeTuners(exclude, storageGuids));
+    const int chosen = chooser->choose(places, filter);
     return chosen == kNone ? Tuner() : *(*places)[static_cast<std::size_t>(chosen)].tuner;
 }
 
 TunerSelection TunerClassResourceSelector::explainSelection(const QString& className,
                                                             const TunerFilter::Exclude& exclude,
                                                             const QStringList& storageGuids) const
+{
+    return explainSelection(className, TunerFilter::freeTuners(exclude, storageGuids));
+}
+
+TunerSelection TunerClassResourceSelector::explainSelection(const QString& className,
+                                                            const TunerFilter& filter) const
 {
     const std::shared_ptr<TunerChooser> chooser = d->ensureTree();
     const TunerClassTree& tree = chooser->tree();
@@ -314,7 +326,6 @@ TunerSelection TunerClassResourceSelector::explainSelection(const QString& class
         return selection;
 
     const ptrTunerPlaces places = tree.getTunerPlacesOfClass(className);
-    const TunerFilter filter = TunerFilter::freeTuners(exclude, storageGuids);
     Candidates accepted;
     Candidates refused;
     for (const TunerPlace& place : *places) {
@@ -323,6 +334,10 @@ TunerSelection TunerClassResourceSelector::explainSelection(const QString& class
     }
     accepted.appendTo(selection.candidates, *chooser);
     refused.appendTo(selection.candidates, *chooser);
+    for (TunerCandidate& candidate : selection.candidates) {
+        if (candidate.refusal == TunerRefusal::OutOfRange || candidate.refusal == TunerRefusal::TooNarrow)
+            candidate.detail = problemWith(candidate.tuner, filter.needs());
+    }
     for (const Tuner& tuner : tree.getResources().GetTuner()) {
         if (!tree.findItemForTuner(tuner))
             selection.candidates.append(

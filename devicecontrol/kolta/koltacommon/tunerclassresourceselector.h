@@ -55,6 +55,8 @@ public:
     RESOURCEMANAGEMENT::Tuner selectTuner(const QString& className) const;
     RESOURCEMANAGEMENT::Tuner selectTuner(const QString& className, const TunerFilter::Exclude& exclude,
                                           const QStringList& storageGuids) const;
+    /// The same among those that `filter` accepts.
+    RESOURCEMANAGEMENT::Tuner selectTuner(const QString& className, const TunerFilter& filter) const;
     /// How selectTuner() comes to its result: all tuners of the class, each with the reason for its place in
     /// the order or for its refusal. Copies them, and orders them all; see
     /// DefaultCostFunction::orderOfChoice(). Other policies are asked once per candidate, with shrinking
@@ -62,6 +64,8 @@ public:
     TunerSelection explainSelection(const QString& className,
                                     const TunerFilter::Exclude& exclude = TunerFilter::Exclude(),
                                     const QStringList& storageGuids = QStringList()) const;
+    /// The same for the choice among those that `filter` accepts; what they cannot do is said in detail.
+    TunerSelection explainSelection(const QString& className, const TunerFilter& filter) const;
 
     /// Whether tuners for all these classes exist. Hands them out in order, to each class its cheapest one
     /// that is left, whether or not it is free at present (this is meant). Greedy: a class takes its cheapest

@@ -1,6 +1,7 @@
 #include <koltacommon/tunerselection.h>
 
 #include <QCoreApplication>
+#include <QMap>
 
 #include <algorithm>
 
@@ -34,6 +35,14 @@ TunerFilter TunerFilter::anyTuners(const Exclude& exclude, const QStringList& st
     return filter;
 }
 
+TunerFilter TunerFilter::withNeeds(const TunerNeeds& needs) const
+{
+    TunerFilter filter = *this;
+    filter.m_needs = needs;
+    filter.m_hasWishes = filter.m_hasWishes || !needs.isEmpty();
+    return filter;
+}
+
 TunerRefusal TunerFilter::refusalByState(const Tuner& tuner)
 {
     if (!tuner.GetAccessible())
@@ -45,7 +54,17 @@ TunerRefusal TunerFilter::refusalByWishes(const Tuner& tuner) const
 {
     if (m_exclude && m_exclude(tuner))
         return TunerRefusal::Excluded;
-    return hasStorage(tuner) ? TunerRefusal::None : TunerRefusal::NoMatchingStorage;
+    if (!hasStorage(tuner))
+        return TunerRefusal::NoMatchingStorage;
+    switch (misfitOf(tuner, m_needs)) {
+    case TunerMisfit::OutOfRange:
+        return TunerRefusal::OutOfRange;
+    case TunerMisfit::TooNarrow:
+        return TunerRefusal::TooNarrow;
+    case TunerMisfit::None:
+        break;
+    }
+    return TunerRefusal::None;
 }
 
 bool TunerFilter::hasStorage(const Tuner& tuner) const
@@ -107,8 +126,32 @@ QString toText(TunerRefusal refusal)
         return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not chosen by the cost function"));
     case TunerRefusal::NotInTree:
         return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not in the tuner class tree"));
+    case TunerRefusal::OutOfRange:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "out of range"));
+    case TunerRefusal::TooNarrow:
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "too narrow"));
     }
     return QString();
+}
+
+QString refusalSummary(const TunerSelection& selection)
+{
+    QMap<TunerRefusal, int> counts;
+    const TunerCandidate* last = nullptr;
+    for (const TunerCandidate& candidate : selection.candidates) {
+        if (candidate.refusal == TunerRefusal::None || candidate.refusal == TunerRefusal::NotInTree)
+            continue;
+        ++counts[candidate.refusal];
+        last = &candidate;
+    }
+    if (!last)
+        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "the class is empty"));
+    if (counts.size() == 1 && counts.first() == 1 && !last->detail.isEmpty())
+        return last->detail;
+    QStringList texts;
+    for (auto count = counts.cbegin(); count != counts.cend(); ++count)
+        texts.append(QStringLiteral("%1 %2").arg(QString::number(count.value()), toText(count.key())));
+    return texts.join(QStringLiteral(", "));
 }
 
 } // namespace Kolta

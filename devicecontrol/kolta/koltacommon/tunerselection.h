@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/tunerclasscostfunction.h>
+#include <koltacommon/tunerneeds.h>
 
 #include <resourcemodel/resources.h>
 
@@ -16,7 +17,8 @@
 
 namespace Kolta {
 
-/// Why a tuner does not come into question. The first reason in this order is given.
+/// Why a tuner does not come into question. The first reason in this order is given, with what it cannot do
+/// after everything that a caller's wishes say.
 enum class TunerRefusal {
     None,              ///< it does come into question
     NotAccessible,     ///< the server does not reach it
@@ -24,7 +26,9 @@ enum class TunerRefusal {
     Excluded,          ///< the caller's exclude function said so
     NoMatchingStorage, ///< it has no direct interface to any of the wanted storages
     NotChosen,         ///< the cost function, asked for the cheapest of what was left, chose none
-    NotInTree          ///< it has no place in the tuner class tree: its tuner ID is empty
+    NotInTree,         ///< it has no place in the tuner class tree: its tuner ID is empty
+    OutOfRange,        ///< the needed frequency is not among its own
+    TooNarrow          ///< its band is narrower than needed, or it has no hardware processing
 };
 
 /// What a tuner must be to come into question. Refuses nothing unless told to.
@@ -41,6 +45,10 @@ public:
                                   const QStringList& storageGuids = QStringList());
     /// The same rules without accessibility and idleness.
     static TunerFilter anyTuners(const Exclude& exclude, const QStringList& storageGuids = QStringList());
+
+    /// The same filter for tuners that can do what is needed; see misfitOf().
+    TunerFilter withNeeds(const TunerNeeds& needs) const;
+    const TunerNeeds& needs() const noexcept { return m_needs; }
 
     /// Asks the exclude function at most once.
     TunerRefusal refusalOf(const RESOURCEMANAGEMENT::Tuner& tuner) const
@@ -62,8 +70,9 @@ private:
     bool hasStorage(const RESOURCEMANAGEMENT::Tuner& tuner) const;
 
     bool m_freeOnly = false;
-    bool m_hasWishes = false; ///< an exclude function or storages
+    bool m_hasWishes = false; ///< an exclude function, storages or needs
     Exclude m_exclude;
+    TunerNeeds m_needs;
     QSet<QString> m_storageGuids;
 };
 
@@ -78,6 +87,7 @@ struct TunerCandidate
     bool panoramaScan = false;                   ///< supports it
     TunerRefusal refusal = TunerRefusal::None;   ///< why it does not come into question
     TunerCriterion ahead = TunerCriterion::None; ///< what puts it ahead of the next one in question
+    QString detail;                              ///< more about a refusal, for people; may be empty
 };
 
 /// How a choice comes about.
@@ -108,5 +118,8 @@ struct TunerAllotment
 /// Short translated texts, such as "lower cost" and "not idle"; empty for None.
 QString toText(TunerCriterion criterion);
 QString toText(TunerRefusal refusal);
+/// How many tuners were refused for which reason, "2 not idle, 1 out of range", or the detail of a single
+/// one.
+QString refusalSummary(const TunerSelection& selection);
 
 } // namespace Kolta

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <koltacommon/serveroperation.h>
+
+namespace Kolta {
+
+/// Takes or gives back the ownership of a processor, or of the server itself.
+///
+/// Done when the mirror of owners shows it, at once if it does already; refused when somebody else is shown
+/// at its limit, 5 s. Whoever does not wait for a taking any more, by cancelling or deleting it, gives back
+/// what comes of it.
+class OwnershipJob : public ServerOperation
+{
+    Q_OBJECT
+
+public:
+    enum class Action { Take, Release };
+    static constexpr int kLimitMs = 5000;
+
+    /// `guid`: of the processor; empty for the server.
+    OwnershipJob(KoltaServerInterface& server, const QString& guid, Action action, QObject* parent);
+    ~OwnershipJob() override;
+
+protected:
+    void ask() override;
+    void cancelBegun() override;
+    void timeIsOver() override;
+
+private:
+    void mirrorChanged(ServerDesk::Mirror mirror) override;
+    void operational(bool on) override;
+
+    bool request(Action action);
+    bool isOwner() const;
+    void evaluate();
+
+    const QString m_guid;
+    const Action m_action;
+    bool m_isGivingBack = false;
+};
+
+} // namespace Kolta

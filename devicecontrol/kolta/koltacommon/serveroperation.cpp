@@ -1,0 +1,40 @@
+#include <koltacommon/serveroperation.h>
+
+#include <koltacommon/koltaserverinterface.h>
+
+namespace Kolta {
+
+ServerOperation::ServerOperation(KoltaServerInterface& server, QObject* parent)
+    : Operation(parent), m_server(&server)
+{
+}
+
+ServerOperation::~ServerOperation() = default;
+
+QString ServerOperation::serverName() const
+{
+    return m_server ? m_server->getAddress() : QString();
+}
+
+void ServerOperation::begin()
+{
+    if (!m_server)
+        return serverLost();
+    attach(ServerDesk::of(*m_server));
+    if (!desk()->isConnected())
+        return refuse(Reason::NotConnected, tr("%1 is not connected").arg(serverName()));
+    ask();
+}
+
+void ServerOperation::cleanUp()
+{
+    detach();
+}
+
+void ServerOperation::serverLost()
+{
+    settle(State::Lost, m_asked ? Effect::Unknown : Effect::None, Reason::ServerGone,
+           tr("the server is not known any more"));
+}
+
+} // namespace Kolta

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <koltacommon/tunerclassresourceselector.h>
+#include <koltacommon/tunerneeds.h>
+
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace Kolta {
+
+class KoltaServerInterface;
+class TunerClassTree;
+
+/// What choosing a tuner of one server works on: its mirrored resources, its tuner classes or, where it has
+/// none, default ones, and what is planned here. A snapshot of the overviews, but not of the plans; make a
+/// new one when they have changed. The server may die first; everything is refused then. One thread.
+class ServerTuners
+{
+public:
+    explicit ServerTuners(KoltaServerInterface& server);
+    ~ServerTuners();
+
+    const TunerClassTree& tree() const { return *m_tree; }
+    /// Whether the server has no tuner classes and those here are made from its tuners and demand classes.
+    bool isDefault() const noexcept { return m_isDefault; }
+    /// Empty when there is a class of that name; else a text that names those that there are.
+    QString problemOfClass(const QString& name) const;
+    /// Chooses among these.
+    const TunerClassResourceSelector& selector() const { return m_selector; }
+    /// Free tuners that nobody has planned here and that can do what is needed.
+    TunerFilter filter(const TunerNeeds& needs = TunerNeeds(),
+                       const QStringList& storageGuids = QStringList()) const;
+    /// All tuners of the class in the order of choice. The detail of one that is taken names who holds it.
+    TunerSelection explain(const QString& className, const TunerNeeds& needs = TunerNeeds(),
+                           const QStringList& storageGuids = QStringList()) const;
+    /// Who holds a tuner, for people: "MCP 'X' (production {…}), operated by N at H", or "planned here", with
+    /// "for 'X'" when an order did that. Empty when nobody does.
+    static QString holderOf(KoltaServerInterface& server, const QString& tunerGuid);
+
+private:
+    QPointer<KoltaServerInterface> m_server;
+    std::shared_ptr<TunerClassTree> m_tree;
+    TunerClassResourceSelector m_selector;
+    bool m_isDefault = false;
+};
+
+} // namespace Kolta
