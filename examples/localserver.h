@@ -11,6 +11,8 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 /// Plays the server "S1" in the value tree of this process, so that the examples run alone: it accepts every
 /// MCP and stops what it is told to stop. In an installation the tree brings all this from elsewhere, and a
@@ -21,7 +23,12 @@ public:
     /// Reads the overviews of an installation's folder.
     explicit LocalServer(const QString& folder) : m_folder(folder)
     {
-        m_resources.SetXmlString(file(QStringLiteral("resources.xml")), true);
+        const QString resources = file(QStringLiteral("resources.xml"));
+        if (resources.isEmpty()) {
+            std::fprintf(stderr, "%s holds no installation: it has no resources.xml\n", qPrintable(folder));
+            std::exit(1);
+        }
+        m_resources.SetXmlString(resources, true);
         values::Tree::Instance().AddListener(this);
     }
     ~LocalServer() override { values::Tree::Instance().RemoveListener(this); }
@@ -46,6 +53,13 @@ public:
     {
         values::Tree::Instance().Remove(path("WorkingState"));
         values::Tree::Instance().Remove(QStringLiteral("/ConnectManager/AdminTree/S1"));
+    }
+    /// Nothing runs any more, and nobody is told.
+    void forget()
+    {
+        m_processors.Reset();
+        for (RESOURCEMANAGEMENT::Tuner& tuner : m_resources.EditTuner())
+            tuner.SetIdle(true);
     }
     void start(RESOURCEMANAGEMENT::MCP mcp)
     {

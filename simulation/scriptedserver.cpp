@@ -199,6 +199,7 @@ void ScriptedServer::OnItemAdded(values::TreeItem& item)
     RequestResource request;
     request.SetXmlString(value->GetValue(), true);
     requests.append(request);
+    lastPath = item.GetPath();
     if (const auto call = onRequest) // which may set another
         call(request);
 }
@@ -212,6 +213,7 @@ void ScriptedServer::OnItemChanged(values::TreeItem& item, TChangeCode code, IOb
         return;
     const QString wish = item.GetName() + QLatin1Char(' ') + value->GetValue();
     wishes.append(wish);
+    lastPath = item.GetPath();
     if (const auto call = onWish)
         call(wish);
 }

@@ -62,6 +62,8 @@ public:
     QVector<RESOURCEMANAGEMENT::RequestResource> requests;
     QStringList wishes; ///< "<node> <text>" of everything else: stops, ownership, power
 
+    QString lastPath; ///< of the value into which the last of these was written
+
     /// Called for each request while the client still makes it.
     std::function<void(const RESOURCEMANAGEMENT::RequestResource&)> onRequest;
     /// The same for everything else.

@@ -50,6 +50,9 @@ public:
                    {QStringLiteral("other"), [this] { server.answer(QUuid::createUuid(), false); }},
                    {QStringLiteral("end"), [this] { server.end(lastId()); }},
                    {QStringLiteral("notice"), [this] { server.tellEnded(lastId()); }},
+                   {QStringLiteral("deny"), [this] { fail(values::WishFailure::Refused); }},
+                   {QStringLiteral("conflict"), [this] { fail(values::WishFailure::Conflict); }},
+                   {QStringLiteral("tooOld"), [this] { fail(values::WishFailure::TooOld); }},
                    {QStringLiteral("vanish"), [this] { server.vanish(); }},
                    {QStringLiteral("appear"), [this] { server.appear(); }},
                    {QStringLiteral("cancel"), [this] { operation->cancel(); }},
@@ -158,6 +161,11 @@ public:
     void answer(bool accepted)
     {
         server.answer(lastId(), accepted, accepted ? QString() : QStringLiteral("because"));
+    }
+
+    void fail(values::WishFailure failure)
+    {
+        values::Tree::Instance().TellWishFailed(server.lastPath, failure, QStringLiteral("because"));
     }
 
     Startup::ManualClock clock;

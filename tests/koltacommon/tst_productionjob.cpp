@@ -128,6 +128,13 @@ void tst_ProductionJob::goesItsWay_data()
     row("vanish appear vanish appear +2000 act show", done, 0, 1, 0);
     row("vanish +30000", "TimedOut Unknown TimeLimit", 1, 1, 0);
     row("act show accept vanish appear", done, 0, 1, 0);
+
+    // The wish itself fails on its way to the server.
+    row("deny", "Refused None RefusedByOwner", 0, 1, 0);
+    row("conflict", "Refused None Conflict", 0, 1, 0);
+    row("cancel deny", "Cancelled None Cancelled", 0, 1, 0);
+    row("tooOld act show", done, 0, 1, 0);
+    row("tooOld +3000", "Lost None NotThereAfterReturn", 0, 1, 0);
 }
 
 void tst_ProductionJob::goesItsWay()
@@ -152,7 +159,8 @@ void tst_ProductionJob::goesItsWay()
             const int acting = script.indexOf(QLatin1String("accept act +2000"));
             QCOMPARE(job->processor().isEmpty(), late == 0 || acting == 0);
             QCOMPARE(job->wasAdopted(),
-                     script.contains(QLatin1String("vanish")) && !script.contains(QLatin1String("accept")));
+                     script.contains(QRegularExpression(QStringLiteral("vanish|tooOld"))) &&
+                         !script.contains(QLatin1String("accept")));
         }
         for (const QString& stop : qAsConst(stage.server.wishes))
             QCOMPARE(stop, QStringLiteral("StopResource ") + stage.lastId().toString());

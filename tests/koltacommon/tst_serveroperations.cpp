@@ -56,6 +56,8 @@ void tst_ServerOperations::goTheirWay_data()
         row(kind, "leave", "Lost Unknown ServerGone", 1);
         row(kind, "delete", "gone", text(kind) == text("take") ? 2 : 1);
         row(kind, "+30000", late, 1);
+        row(kind, "deny", "Refused None RefusedByOwner", 1);
+        row(kind, "conflict", "Refused None Conflict", 1);
         row(kind, "vanish +30000", late, 1);
         row(kind, "do show", text(kind) == text("move") ? "Running None None" : done, 1);
     }
@@ -89,6 +91,8 @@ void tst_ServerOperations::goTheirWay_data()
     row("release", "cancel", cancelled, 1);
     row("release", "do vanish appear", done, 1);
 
+    row("stop", "tooOld notice", done, 2);
+    row("move", "act show tooOld", done, 1);
     row("power", "half show", "Running None None", 1);
     row("power", "do vanish appear", done, 1);
     row("power", "cancel", cancelled, 1);

@@ -60,8 +60,8 @@ inline RESOURCEMANAGEMENT::MCP mcpOn(const QString& tuner, const char* demandCla
     Kolta::ProcessorConverter::setupDefaultMCP(mcp);
     mcp.EditKoltaProcessor().SetDemandClassName(QLatin1String(demandClass));
     mcp.EditDataSource().SetTunerGUID(tuner);
-    mcp.SetFrequency(1.0e8 / 3.0);
-    mcp.SetBandwidth(2.0e7);
+    mcp.SetFrequency(2.0e8 / 9.0); // every tuner of the sample installation reaches it
+    mcp.SetBandwidth(1.0e6);
     return mcp;
 }
 

@@ -45,7 +45,7 @@ private Q_SLOTS:
         QCOMPARE(type, "MCP"_s);
         QVERIFY(!address.isEmpty());
         QVERIFY(m_control->requestTunerProperties(guid).startsWith("<Settings>"_s));
-        QCOMPARE(m_control->getFrequencyRangesOfAllMCPs().begin()->frequency, 1.0e8 / 3.0);
+        QCOMPARE(m_control->getFrequencyRangesOfAllMCPs().begin()->frequency, 2.0e8 / 9.0);
         QCOMPARE(m_control->getMcpGuidForTaskID(m_control->getTaskIDForGuid(guidOf(inner).toString())), guid);
         QVERIFY(QDateTime::fromString(m_control->getTaskReservedTimeForGuid(guid), Qt::ISODate) >
                 QDateTime::currentDateTimeUtc());

@@ -16,8 +16,6 @@ void MoveJob::ask()
 {
     if (m_ffp.isNull() || m_mcp.isNull())
         return refuse(Reason::InvalidOrder, tr("a null GUID names no processor"));
-    if (isThere())
-        return settleDone();
     setAsked();
     expect(m_id);
     setProgress(tr("waiting for the answer of %1").arg(serverName()));

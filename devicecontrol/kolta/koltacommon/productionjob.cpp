@@ -171,6 +171,7 @@ void ProductionJob::askServer()
     m_show.reset();
     setProgress(tr("waiting for the answer of %1").arg(serverName()));
     const QPointer<ProductionJob> guard(this);
+    const ServerDesk::Asking asking(*this);
     const QUuid asked = request();
     if (!guard || isFinished())
         return;
@@ -318,6 +319,7 @@ void ProductionJob::stop()
     m_show.reset();
     m_return.reset();
     setProgress(tr("stopping"));
+    const ServerDesk::Asking asking(*this);
     if (server())
         server()->getProductionControl().StopProduction(m_production); // the answer may end this
 }

@@ -37,8 +37,13 @@ void ServerDesk::Client::detach()
         desk->m_clients.remove(m_number);
         for (const QUuid& guid : m_expected)
             desk->m_expecting.remove(guid, m_number);
+        for (const QString& path : qAsConst(m_written)) {
+            if (desk->m_writers.value(path) == m_number)
+                desk->m_writers.remove(path);
+        }
     }
     m_expected.clear();
+    m_written.clear();
     m_desk.clear();
 }
 
@@ -48,6 +53,18 @@ void ServerDesk::Client::expect(const QUuid& guid)
         return;
     m_expected.push_back(guid);
     m_desk->m_expecting.insert(guid, m_number);
+}
+
+ServerDesk::Asking::Asking(Client& client) : m_desk(client.m_desk)
+{
+    if (m_desk)
+        m_before = std::exchange(m_desk->m_asking, client.m_number);
+}
+
+ServerDesk::Asking::~Asking()
+{
+    if (m_desk)
+        m_desk->m_asking = m_before;
 }
 
 ServerDesk::Listening::~Listening()
@@ -71,6 +88,7 @@ ServerDesk& ServerDesk::of(KoltaServerInterface& server)
 
 ServerDesk::ServerDesk(KoltaServerInterface& server) : QObject(&server), m_server(server)
 {
+    values::Tree::Instance().AddListener(this);
     const KoltaProductionControl* const control = &server.getProductionControl();
     connect(control, &KoltaProductionControl::si_ProductionRequestReplied, this,
             [this](const QUuid& guid, bool accepted, const QString& text) {
@@ -110,9 +128,36 @@ ServerDesk::ServerDesk(KoltaServerInterface& server) : QObject(&server), m_serve
             [this](const QString& text) { forEachClient([&](Client& client) { client.statusSaid(text); }); });
 }
 
+/// Wishes are written below the request node or into values of their own.
+void ServerDesk::noteWriter(const values::TreeItem& item)
+{
+    Client* const client = m_asking == 0 ? nullptr : m_clients.value(m_asking);
+    if (!client)
+        return;
+    const QString path = item.GetPath();
+    const QString base = m_server.getAdministrationBasePath();
+    if (!path.startsWith(base))
+        return;
+    const QString name = path.mid(base.size());
+    const bool isWish = name == QLatin1String("StopResource") || name == QLatin1String("stopAll") ||
+                        name == QLatin1String("OwnerRequest") || name == QLatin1String("UnitPowerControl");
+    if (!isWish && !name.startsWith(QLatin1String("RequestsNode/")))
+        return;
+    m_writers.insert(path, m_asking);
+    if (!client->m_written.contains(path))
+        client->m_written.append(path);
+}
+
+void ServerDesk::OnWishFailed(const QString& path, values::WishFailure failure, const QString& reason)
+{
+    if (Client* const client = m_clients.value(m_writers.value(path)))
+        client->wishFailed(failure, reason);
+}
+
 /// The interface's parts are gone already; what plans there were went with them.
 ServerDesk::~ServerDesk()
 {
+    values::Tree::Instance().RemoveListener(this);
     m_aftercare.clear();
     while (!m_clients.isEmpty()) {
         Client* const client = m_clients.first();

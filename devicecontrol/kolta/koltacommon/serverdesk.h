@@ -5,6 +5,7 @@
 #include <koltacommon/tunerplan.h>
 
 #include <startup/clock.h>
+#include <values/tree.h>
 
 #include <QHash>
 #include <QMap>
@@ -14,6 +15,7 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -37,7 +39,7 @@ struct ServerReply
 /// processor.
 ///
 /// A child of the interface, made on first use; it outlives the interface's parts for a moment.
-class ServerDesk : public QObject
+class ServerDesk : public QObject, private values::ITreeListener
 {
     Q_OBJECT
 
@@ -73,6 +75,8 @@ public:
         /// when it is operational again.
         virtual void operational(bool) {}
         virtual void statusSaid(const QString&) {}
+        /// The process that decides on a value did not let stand what this has written, see Asking.
+        virtual void wishFailed(values::WishFailure, const QString&) {}
         /// The interface is being destroyed; its parts are no more.
         virtual void serverLost() {}
 
@@ -80,6 +84,21 @@ public:
         QPointer<ServerDesk> m_desk;
         quint64 m_number = 0;
         std::vector<QUuid> m_expected;
+        QStringList m_written;
+    };
+
+    /// While one lives, what is written into the server's values for wishes is its client's.
+    class Asking
+    {
+    public:
+        explicit Asking(Client& client);
+        ~Asking();
+        Asking(const Asking&) = delete;
+        Asking& operator=(const Asking&) = delete;
+
+    private:
+        QPointer<ServerDesk> m_desk;
+        quint64 m_before = 0;
     };
 
     /// Answers that come while a request is made whose GUID is not known before.
@@ -133,6 +152,12 @@ private:
         Startup::ptrAlarm limit;
     };
 
+    void OnItemAdded(values::TreeItem& item) override { noteWriter(item); }
+    void OnItemRemoved(values::TreeItem&) override {}
+    void OnItemChanged(values::TreeItem& item, TChangeCode, IObserver*) override { noteWriter(item); }
+    void OnWishFailed(const QString& path, values::WishFailure failure, const QString& reason) override;
+    void noteWriter(const values::TreeItem& item);
+
     void forEachClient(const std::function<void(Client&)>& function);
     void forEachExpecting(const QUuid& guid, const std::function<void(Client&)>& function);
     void takeReply(const QUuid& guid, const ServerReply& reply);
@@ -143,6 +168,8 @@ private:
     QMap<quint64, Client*> m_clients; ///< in the order in which they came
     quint64 m_lastNumber = 0;
     QMultiHash<QUuid, quint64> m_expecting;
+    quint64 m_asking = 0;              ///< number of the client that asks at present; 0 for none
+    QHash<QString, quint64> m_writers; ///< the newest open client that wrote there, by path
     int m_listeners = 0;
     QHash<QUuid, ServerReply> m_heard; ///< while somebody listens
     std::shared_ptr<const ServerTuners> m_tuners;

@@ -29,6 +29,9 @@ protected:
     void begin() final;
     void cleanUp() override;
     void serverLost() override;
+    void wishFailed(values::WishFailure failure, const QString& reason) override;
+    /// What was changed on the server although the rest was refused.
+    virtual Effect effectSoFar() const { return Effect::None; }
 
 private:
     QPointer<KoltaServerInterface> m_server;

@@ -75,7 +75,6 @@ void StopJob::settleTargets(State state, const QString& text, Condition conditio
     if (isFinished())
         return;
     bool isOpen = false;
-    bool anyDone = false;
     QStringList refusals;
     for (Target& target : m_targets) {
         if (target.state == State::Running && condition(target)) {
@@ -83,7 +82,6 @@ void StopJob::settleTargets(State state, const QString& text, Condition conditio
             target.text = text;
         }
         isOpen = isOpen || target.state == State::Running;
-        anyDone = anyDone || target.state == State::Done;
         if (target.state == State::Refused && !refusals.contains(target.text))
             refusals.append(target.text);
     }
@@ -92,8 +90,7 @@ void StopJob::settleTargets(State state, const QString& text, Condition conditio
     if (refusals.isEmpty())
         settleDone();
     else
-        settle(State::Refused, anyDone ? Effect::Done : Effect::None, Reason::RefusedByServer,
-               refusals.join(QStringLiteral("; ")));
+        settle(State::Refused, effectSoFar(), Reason::RefusedByServer, refusals.join(QStringLiteral("; ")));
 }
 
 void StopJob::ended(const QUuid& production)
@@ -143,8 +140,16 @@ void StopJob::askAgain()
     });
     if (m_awaitsReturn && isOpen && desk() && desk()->isConnected()) {
         m_awaitsReturn = false;
+        const ServerDesk::Asking asking(*this);
         askForOpen();
     }
+}
+
+Operation::Effect StopJob::effectSoFar() const
+{
+    const bool anyDone = std::any_of(m_targets.begin(), m_targets.end(),
+                                     [](const Target& target) { return target.state == State::Done; });
+    return anyDone ? Effect::Done : Effect::None;
 }
 
 void StopJob::cleanUp()

@@ -37,6 +37,7 @@ protected:
     void cancelBegun() override { settleGivenUp(Effect::Unknown, QString()); }
     void timeIsOver() override { settleGivenUp(Effect::Unknown, QString()); }
     void cleanUp() override;
+    Effect effectSoFar() const override;
 
 private:
     void ended(const QUuid& production) override;
