@@ -5,14 +5,19 @@
 
 namespace distribution {
 
-NameProbe::NameProbe(QString branch, const Topics& topics, qint64 beatMs)
-    : m_branch(std::move(branch)), m_topics(topics), m_waitMs(beatMs * 5 / 2)
+namespace {
+/// So long the retained claim of an owner takes at most to come.
+constexpr qint64 claimMs = 500;
+} // namespace
+
+NameProbe::NameProbe(QString branch, const Topics& topics, qint64 beatMs, const QUuid& own)
+    : m_branch(std::move(branch)), m_topics(topics), m_own(own), m_beatMs(beatMs)
 {
 }
 
 Output NameProbe::OnUp(qint64 nowMs)
 {
-    m_endAtMs = nowMs + m_waitMs;
+    m_endAtMs = nowMs + claimMs;
     Output out = finish();
     out.subscribe = {m_topics.Live(m_branch), m_topics.Beat(m_branch)};
     return out;
@@ -22,13 +27,18 @@ Output NameProbe::OnMessage(const Topic& topic, const Bytes& payload, qint64 now
 {
     if (topic.kind == TopicKind::Live) {
         const auto live = DecodeLive(payload);
-        if (live && live->state == LiveState::Alive) {
+        if (live && live->state == LiveState::Alive && live->epoch != m_own) {
             m_host = live->host;
-            // An owner that beats more seldom than this one would needs a longer look.
-            m_endAtMs = std::max(m_endAtMs, nowMs + qint64(live->beatMs) * 5 / 2);
+            m_claim = live->epoch;
+            // It has to beat now, by its own measure or by ours.
+            m_endAtMs = std::max(m_endAtMs, nowMs + std::max(qint64(live->beatMs), m_beatMs) * 5 / 2);
+        } else if (m_result == Result::Waiting) {
+            m_endAtMs = nowMs;
         }
-    } else if (topic.kind == TopicKind::Beat && DecodeBeat(payload)) {
-        m_result = Result::Taken;
+    } else if (topic.kind == TopicKind::Beat) {
+        const auto beat = DecodeBeat(payload);
+        if (beat && beat->epoch != m_own)
+            m_result = Result::Taken;
     }
     return finish();
 }

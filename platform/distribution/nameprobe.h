@@ -4,6 +4,7 @@
 #include <distribution/topics.h>
 
 #include <QString>
+#include <QUuid>
 
 namespace distribution {
 
@@ -15,7 +16,8 @@ class NameProbe
 public:
     enum class Result { Waiting, Free, Taken };
 
-    NameProbe(QString branch, const Topics& topics, qint64 beatMs = 5000);
+    /// `own`: epoch of an owner in this process, whose claim of life is no obstacle.
+    NameProbe(QString branch, const Topics& topics, qint64 beatMs = 5000, const QUuid& own = QUuid());
 
     /// Listening starts anew.
     Output OnUp(qint64 nowMs);
@@ -25,6 +27,8 @@ public:
     Result GetResult() const noexcept { return m_result; }
     /// Of the owner that has the name, as far as it is known.
     const QString& GetHost() const noexcept { return m_host; }
+    /// Epoch of its claim of life; null: none was heard.
+    const QUuid& GetClaim() const noexcept { return m_claim; }
 
 private:
     Output finish() const;
@@ -32,7 +36,9 @@ private:
     QString m_branch;
     Topics m_topics;
     QString m_host;
-    qint64 m_waitMs;
+    QUuid m_own;
+    QUuid m_claim;
+    qint64 m_beatMs;
     qint64 m_endAtMs = never;
     Result m_result = Result::Waiting;
 };

@@ -168,7 +168,9 @@ Command* ValueBase::CreateNextCommand(int id, const char** stream, IObserver* or
 
 void ValueBase::EraseKeys(const KeyFilter& /*filter*/, IObserver* /*originator*/) {}
 
-void ValueBase::EndRequests(const KeyFilter& /*isStale*/, IObserver* /*originator*/) {}
+void ValueBase::EndRequests(const KeyFilter& /*isStale*/, IObserver* /*originator*/, const QString& /*error*/)
+{
+}
 
 SelectionValue::SelectionValue(const QMap<int, QString>& items, int selectedKey)
     : m_items(items), m_selected(selectedKey)

@@ -92,8 +92,10 @@ public:
     /// Erases items one by one, where the value is a keyed collection; otherwise does nothing.
     virtual void EraseKeys(const KeyFilter& filter, IObserver* originator);
     /// Called before a received state is executed, which adds the open requests of its sender but ends none.
-    /// A value with requests ends those that `isStale` names; others have nothing to do.
-    virtual void EndRequests(const KeyFilter& isStale, IObserver* originator);
+    /// A value with requests ends those that `isStale` names; others have nothing to do. Who made one is told
+    /// `error`, or, when that is empty, that nobody knows what became of it.
+    virtual void EndRequests(const KeyFilter& isStale, IObserver* originator,
+                             const QString& error = QString());
 
     /// For values::Weak.
     const Life& GetLife() const noexcept { return m_life; }

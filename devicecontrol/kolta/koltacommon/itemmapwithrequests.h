@@ -96,7 +96,8 @@ public:
     values::Command* CreateNextCommand(int id, const char** stream, IObserver* observer,
                                        int available) override;
     /// Answers them with an error: their owner was restarted, or has replied while this was out of touch.
-    void EndRequests(const values::ValueBase::KeyFilter& isStale, IObserver* observer) override;
+    void EndRequests(const values::ValueBase::KeyFilter& isStale, IObserver* observer,
+                     const QString& error = QString()) override;
 
 protected:
     /// Opens a request, under a fresh UUID when `id` is null, and returns its UUID; null for a tombstone.
@@ -286,7 +287,7 @@ bool ItemMapWithRequests<Protocol>::Reply(const QUuid& id, const QString& error,
 
 template<class Protocol>
 void ItemMapWithRequests<Protocol>::EndRequests(const values::ValueBase::KeyFilter& isStale,
-                                                IObserver* observer)
+                                                IObserver* observer, const QString& error)
 {
     std::vector<QUuid> stale;
     for (const auto& [id, request] : m_pending) {
@@ -295,16 +296,20 @@ void ItemMapWithRequests<Protocol>::EndRequests(const values::ValueBase::KeyFilt
         if (isStale(field))
             stale.push_back(id);
     }
-    const QString error =
-        QCoreApplication::translate("Kolta::ItemMapWithRequests", "The request is not known any more.");
+    const QString text =
+        error.isEmpty()
+            ? QCoreApplication::translate("Kolta::ItemMapWithRequests",
+                                          "The outcome of the request is unknown; it may have been granted.")
+            : error;
     this->ForEachWhileAlive(stale, observer, [&](const QUuid& id, IObserver* originator) {
         const values::Weak<values::ValueBase> alive(this);
-        m_ended.insert(id);
+        if (error.isEmpty())
+            m_ended.insert(id);
         const auto forget = qScopeGuard([&] {
             if (alive)
                 m_ended.erase(id);
         });
-        Reply(id, error, originator);
+        Reply(id, text, originator);
     });
 }
 

@@ -1,0 +1,106 @@
+#include <distribution/branchdriver.h>
+
+#include <QMetaObject>
+
+#include <ctime>
+
+#include <algorithm>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+constexpr qint64 longestTimerMs = 3600 * 1000;
+}
+
+qint64 BootTimeMs()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_BOOTTIME, &time);
+    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+}
+
+StatePacker::StatePacker()
+{
+    m_thread.setMaxThreadCount(1);
+}
+
+StatePacker::~StatePacker()
+{
+    m_thread.waitForDone();
+}
+
+void StatePacker::Pack(StateCut cut, std::function<void(const Publications&)> done)
+{
+    m_thread.start([this, cut = std::move(cut), done = std::move(done)] {
+        QMetaObject::invokeMethod(
+            &m_context, [done, publications = distribution::Pack(cut)] { done(publications); },
+            Qt::QueuedConnection);
+    });
+}
+
+BranchDriver::BranchDriver(ICarrier& carrier, StatePacker& packer, std::function<Output(qint64 nowMs)> onTime)
+    : m_carrier(carrier), m_packer(packer), m_onTime(std::move(onTime))
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { Do(m_onTime); });
+}
+
+void BranchDriver::Wake()
+{
+    m_wakeAtMs = 0;
+    if (!m_isBusy)
+        schedule();
+}
+
+void BranchDriver::Stop()
+{
+    m_wakeAtMs = never;
+    m_waiting.clear();
+    m_timer.stop();
+}
+
+void BranchDriver::run(const Step& first)
+{
+    m_isBusy = true;
+    perform(first(BootTimeMs()));
+    while (!m_waiting.empty()) {
+        const Step next = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        perform(next(BootTimeMs()));
+    }
+    m_isBusy = false;
+    schedule();
+}
+
+void BranchDriver::perform(Output output)
+{
+    for (const Bytes& filter : output.subscribe)
+        m_carrier.Subscribe(filter);
+    for (const Bytes& filter : output.unsubscribe)
+        m_carrier.Unsubscribe(filter);
+    for (Publication& publication : output.publish)
+        m_carrier.Publish(std::move(publication));
+    for (StateCut& cut : output.states) {
+        m_packer.Pack(std::move(cut), [self = values::Weak<BranchDriver>(this)](const auto& publications) {
+            for (const Publication& publication : publications) {
+                if (self)
+                    self.Get()->m_carrier.Publish(publication);
+            }
+        });
+    }
+    m_wakeAtMs = output.wakeAtMs;
+}
+
+void BranchDriver::schedule()
+{
+    if (m_wakeAtMs == never) {
+        m_timer.stop();
+        return;
+    }
+    const qint64 wait = std::max(m_wakeAtMs - BootTimeMs(), qint64(0));
+    m_timer.start(static_cast<int>(std::min(wait, longestTimerMs)));
+}
+
+} // namespace distribution

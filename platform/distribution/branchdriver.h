@@ -1,0 +1,85 @@
+#pragma once
+
+#include <distribution/carrier.h>
+#include <distribution/output.h>
+
+#include <values/lifetime.h>
+
+#include <QObject>
+#include <QThreadPool>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+#include <vector>
+
+namespace distribution {
+
+/// Milliseconds of a clock that only rises, also while the machine sleeps.
+qint64 BootTimeMs();
+
+/// Packs states on a thread of its own, one after the other.
+class StatePacker
+{
+public:
+    StatePacker();
+    /// Waits for what is being packed.
+    ~StatePacker();
+    using Publications = std::vector<Publication>;
+    /// `done` is called on the caller's thread, from its event loop.
+    void Pack(StateCut cut, std::function<void(const Publications&)> done);
+
+    StatePacker(const StatePacker&) = delete;
+    StatePacker& operator=(const StatePacker&) = delete;
+
+private:
+    QObject m_context;
+    QThreadPool m_thread;
+};
+
+/// Gives a branch's owner or mirror its inputs, one after the other, and does what comes out of them: an
+/// input that comes while another is dealt with, because an observer runs an event loop, waits. Needs an
+/// event loop on the tree's thread.
+class BranchDriver
+{
+public:
+    /// `onTime` is called when an output has asked for it, and after Wake().
+    BranchDriver(ICarrier& carrier, StatePacker& packer, std::function<Output(qint64 nowMs)> onTime);
+
+    /// Calls `input(arguments..., nowMs)`, which gives an Output, now or when its turn has come.
+    template<class Input, class... Arguments>
+    void Do(const Input& input, const Arguments&... arguments)
+    {
+        if (m_isBusy)
+            m_waiting.push_back([=](qint64 nowMs) { return input(arguments..., nowMs); });
+        else
+            run([&](qint64 nowMs) { return input(arguments..., nowMs); });
+    }
+    /// The tree has changed: time is called once the turn of the event loop has ended.
+    void Wake();
+    /// Nothing waits any more and no time is called.
+    void Stop();
+
+    /// For values::Weak.
+    const values::Life& GetLife() const noexcept { return m_life; }
+
+    BranchDriver(const BranchDriver&) = delete;
+    BranchDriver& operator=(const BranchDriver&) = delete;
+
+private:
+    using Step = std::function<Output(qint64 nowMs)>;
+    void run(const Step& first);
+    void perform(Output output);
+    void schedule();
+
+    ICarrier& m_carrier;
+    StatePacker& m_packer;
+    Step m_onTime;
+    std::deque<Step> m_waiting;
+    QTimer m_timer;
+    qint64 m_wakeAtMs = never;
+    bool m_isBusy = false;
+    values::Life m_life;
+};
+
+} // namespace distribution

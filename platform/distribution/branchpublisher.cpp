@@ -1,0 +1,183 @@
+#include <distribution/branchpublisher.h>
+
+#include <distribution/treecontent.h>
+
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+/// After a loss, so long another owner that took the line has to say so.
+constexpr int againAfterMs = 300;
+
+OwnerSettings settingsFor(const LinkOptions& options, const PublishedBranch& branch)
+{
+    OwnerSettings settings;
+    settings.branch = branch.name;
+    settings.host = options.host;
+    settings.roots = branch.roots;
+    settings.sentinel = branch.sentinel;
+    settings.beatMs = options.beatMs;
+    settings.graceMs = options.graceMs;
+    settings.logBytes = options.logBytes;
+    return settings;
+}
+
+} // namespace
+
+BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer,
+                                 std::unique_ptr<ICarrier> carrier, const LinkOptions& options,
+                                 PublishedBranch branch, std::unique_ptr<IWritePolicy> policy,
+                                 StateChanged changed)
+    : m_options(options)
+    , m_branch(std::move(branch))
+    , m_topics(options.mqtt.address.prefix.toStdString())
+    , m_changed(std::move(changed))
+    , m_carrier(std::move(carrier))
+    , m_tree(collector, m_branch.roots, [this] { m_driver.Wake(); })
+    , m_owner(std::make_unique<BranchOwner>(settingsFor(options, m_branch), m_topics, m_tree,
+                                            std::move(policy),
+                                            ContentBelow(collector.GetTree(), m_branch.roots)))
+    , m_driver(*m_carrier, packer, [this](qint64 nowMs) {
+        if (!m_probe)
+            return m_owner->OnTime(nowMs);
+        Output output = m_probe->OnTime(nowMs);
+        endProbe();
+        return output;
+    })
+{
+    m_carrier->onUp = [this](std::size_t maximumPayload) { onUp(maximumPayload); };
+    m_carrier->onDown = [this](DownReason reason, const QString& text) { onDown(reason, text); };
+    m_carrier->onMessage = [this](const Bytes& topic, const Bytes& payload) { onMessage(topic, payload); };
+    m_carrier->onRefused = [this](const Bytes& topic, const QString& text) { onRefused(topic, text); };
+    m_again.setSingleShot(true);
+    m_again.setInterval(againAfterMs);
+    QObject::connect(&m_again, &QTimer::timeout, &m_again, [this] { probe(); });
+    OwnerEvents events;
+    events.displaced = [this] {
+        m_again.stop();
+        setState(PublicationState::Displaced,
+                 QStringLiteral("another process publishes \"%1\" now").arg(m_branch.name));
+    };
+    m_owner->SetEvents(std::move(events));
+    probe();
+}
+
+BranchPublisher::~BranchPublisher()
+{
+    if (m_state == PublicationState::Online)
+        m_driver.Do([this](qint64 nowMs) { return m_owner->Withdraw(nowMs); });
+    m_driver.Stop();
+    m_carrier->Close();
+}
+
+void BranchPublisher::probe()
+{
+    m_probe.emplace(m_branch.name, m_topics, m_options.beatMs, m_owner->GetEpoch());
+    m_carrier->Open({}, {});
+}
+
+void BranchPublisher::claim()
+{
+    m_carrier->Close();
+    m_carrier->Open(m_owner->GetWill(), OwnerClientId(m_branch.name));
+}
+
+void BranchPublisher::onUp(std::size_t maximumPayload)
+{
+    if (m_probe) {
+        m_driver.Do([this](qint64 nowMs) { return m_probe ? m_probe->OnUp(nowMs) : Output(); });
+        return;
+    }
+    if (!m_displaced.isNull()) {
+        // Its mirrors need not wait until its silence proves its end.
+        LiveMessage dead;
+        dead.epoch = std::exchange(m_displaced, QUuid());
+        dead.state = LiveState::Dead;
+        m_carrier->Publish({m_topics.Live(m_branch.name), Encode(dead), Delivery::AtLeastOnce, true, 0});
+    }
+    m_driver.Do([this, maximumPayload](qint64 nowMs) { return m_owner->OnUp(maximumPayload, nowMs); });
+    m_wasOnline = true;
+    setState(PublicationState::Online);
+}
+
+void BranchPublisher::onDown(DownReason reason, const QString& text)
+{
+    if (m_state == PublicationState::Failed || m_state == PublicationState::Displaced)
+        return;
+    if (!m_probe && m_wasOnline) {
+        m_driver.Do([this, reason](qint64 nowMs) { return m_owner->OnDown(reason, nowMs); });
+        if (m_owner->IsDisplaced())
+            return;
+        m_carrier->Close();
+        m_again.start();
+    }
+    setState(PublicationState::Waiting, text);
+}
+
+void BranchPublisher::onMessage(const Bytes& bytes, const Bytes& payload)
+{
+    const auto topic = m_topics.Parse(bytes);
+    if (!topic)
+        return;
+    m_driver.Do(
+        [this](const Topic& parsed, const Bytes& content, qint64 nowMs) {
+            if (!m_probe)
+                return m_owner->OnMessage(parsed, content, nowMs);
+            Output output = m_probe->OnMessage(parsed, content, nowMs);
+            endProbe();
+            return output;
+        },
+        *topic, payload);
+}
+
+/// Does what the probe has found out, from the event loop: an input is being dealt with.
+void BranchPublisher::endProbe()
+{
+    if (m_probe->GetResult() == NameProbe::Result::Waiting)
+        return;
+    QTimer::singleShot(0, &m_again, [this] {
+        if (!m_probe)
+            return;
+        const bool isTaken = m_probe->GetResult() == NameProbe::Result::Taken;
+        const QString host = m_probe->GetHost();
+        if (isTaken && m_wasOnline)
+            end(PublicationState::Displaced,
+                QStringLiteral("another process publishes \"%1\" now, on host %2").arg(m_branch.name, host));
+        else if (isTaken && !m_options.takeOver)
+            end(PublicationState::Failed,
+                QStringLiteral("the name \"%1\" is taken by host %2").arg(m_branch.name, host));
+        else {
+            m_displaced = isTaken ? m_probe->GetClaim() : QUuid();
+            m_probe.reset();
+            claim();
+        }
+    });
+}
+
+void BranchPublisher::onRefused(const Bytes& topic, const QString& text)
+{
+    if (m_probe || topic != m_topics.Live(m_branch.name))
+        return;
+    end(PublicationState::Failed, QStringLiteral("the broker does not let the user \"%1\" publish \"%2\": %3")
+                                      .arg(QString::fromStdString(m_options.User()), m_branch.name, text));
+}
+
+void BranchPublisher::end(PublicationState state, const QString& reason)
+{
+    m_driver.Stop();
+    m_again.stop();
+    m_carrier->Close();
+    setState(state, reason);
+}
+
+void BranchPublisher::setState(PublicationState state, const QString& reason)
+{
+    if (m_state == state && reason.isEmpty())
+        return;
+    m_state = state;
+    m_changed(state, reason);
+}
+
+} // namespace distribution

@@ -1,0 +1,255 @@
+#include <distribution/changecollector.h>
+
+#include <distribution/treecontent.h>
+
+#include <values/value.h>
+
+#include <algorithm>
+
+namespace distribution {
+
+namespace {
+
+using values::TreeItem;
+using values::ValueBase;
+
+/// Calls `call` for a command, or for each part of a transaction.
+template<class Call>
+void forEachPart(const values::Command& command, const Call& call)
+{
+    const auto* const all = dynamic_cast<const values::CommandTransaction*>(&command);
+    if (!all) {
+        call(command);
+        return;
+    }
+    for (const auto& part : all->GetCommands())
+        call(*part);
+}
+
+IObserver* originatorOf(const values::Command& command)
+{
+    const auto* const onValue = dynamic_cast<const ValueBase::CommandOnValue*>(&command);
+    return onValue ? onValue->GetOriginator() : nullptr;
+}
+
+/// The first `depth` levels of a path; empty when it has fewer.
+QString topOf(const QString& path, int depth)
+{
+    int end = 0;
+    for (int level = 0; level < depth; ++level) {
+        if (end == path.size())
+            return QString();
+        end = path.indexOf(QLatin1Char('/'), end + 1);
+        if (end < 0)
+            end = path.size();
+    }
+    return path.left(end);
+}
+
+} // namespace
+
+ChangeRegion::ChangeRegion(ChangeCollector& collector, std::function<void()> changed)
+    : m_collector(collector), m_changed(std::move(changed))
+{
+}
+
+ChangeRegion::~ChangeRegion()
+{
+    for (const auto& value : m_recorded) {
+        if (value)
+            value.Get()->RemoveRecorder(this);
+    }
+    auto& regions = m_collector.m_regions;
+    regions.erase(std::remove(regions.begin(), regions.end(), this), regions.end());
+    m_collector.index();
+}
+
+void ChangeRegion::SetRoots(const QStringList& roots)
+{
+    if (m_roots == roots)
+        return;
+    m_roots = roots;
+    m_collector.index();
+    for (const Change& change : ContentBelow(m_collector.m_tree, roots)) {
+        auto* const value = m_collector.m_tree.FindAs<ValueBase>(change.path);
+        if (value && IsCollection(change.type))
+            Record(*value);
+    }
+}
+
+void ChangeRegion::Record(ValueBase& collection)
+{
+    if (!collection.InstallRecorder(this))
+        return;
+    const bool isKnown = std::any_of(m_recorded.begin(), m_recorded.end(),
+                                     [&](const auto& value) { return value.Get() == &collection; });
+    m_recorded.erase(
+        std::remove_if(m_recorded.begin(), m_recorded.end(), [](const auto& value) { return !value; }),
+        m_recorded.end());
+    if (!isKnown)
+        m_recorded.emplace_back(&collection);
+}
+
+Changes ChangeRegion::Take()
+{
+    return std::exchange(m_changes, {});
+}
+
+const Bytes* ChangeRegion::FindOwnSet(const QString& path, const std::string& key) const
+{
+    const auto sets = m_ownSets.find(path);
+    if (sets == m_ownSets.end())
+        return nullptr;
+    const auto set = sets->second.find(key);
+    return set == sets->second.end() ? nullptr : &set->second;
+}
+
+void ChangeRegion::ForgetOwnSet(const QString& path, const std::string& key)
+{
+    const auto sets = m_ownSets.find(path);
+    if (sets != m_ownSets.end())
+        sets->second.erase(key);
+}
+
+void ChangeRegion::add(Change change)
+{
+    m_changes.push_back(std::move(change));
+    if (m_changes.size() == 1 && m_changed)
+        m_changed();
+}
+
+/// What the link has made comes back through the log, if it is the program's at all.
+void ChangeRegion::OnCommand(ValueBase& value, std::unique_ptr<values::Command> command)
+{
+    ++m_commands;
+    Bytes parts;
+    quint32 count = 0;
+    values::CommandScope scope;
+    forEachPart(*command, [&](const values::Command& part) {
+        if (originatorOf(part) == m_collector.GetLink())
+            return;
+        part.AddCommandString(parts, values::eTransmitPlain);
+        part.AddScope(scope);
+        rememberOwnSet(value.GetPath(), part);
+        ++count;
+    });
+    if (count == 0)
+        return;
+    Bytes commands;
+    if (count == 1) {
+        commands = std::move(parts);
+    } else {
+        const values::CommandFrame frame(commands, values::eCommandTransaction, nullptr,
+                                         values::eTransmitPlain);
+        values::AppendInteger(commands, count);
+        commands += parts;
+    }
+    add(CommandsChange(value.GetPath(), MakeContent(std::move(commands)), std::move(scope)));
+}
+
+void ChangeRegion::rememberOwnSet(const QString& path, const values::Command& part)
+{
+    const auto* const onValue = dynamic_cast<const ValueBase::CommandOnValue*>(&part);
+    values::CommandScope scope;
+    part.AddScope(scope);
+    if (scope.everyKey)
+        m_ownSets.erase(path);
+    if (!onValue || scope.keys.size() != 1)
+        return;
+    if (onValue->GetCommandId() != values::eCommandMapSetAt) {
+        ForgetOwnSet(path, scope.keys.front());
+        return;
+    }
+    Bytes& set = m_ownSets[path][scope.keys.front()];
+    set.clear();
+    part.AddCommandString(set, values::eTransmitPlain);
+}
+
+void ChangeRegion::OnContentReplaced(ValueBase& value)
+{
+    if (value.IsDeleted())
+        return;
+    values::CommandScope scope;
+    scope.everyKey = true;
+    add(CommandsChange(value.GetPath(), ContentOf(value), std::move(scope)));
+}
+
+ChangeCollector::ChangeCollector(values::Tree& tree) : m_tree(tree)
+{
+    tree.AddListener(this, &m_link);
+}
+
+ChangeCollector::~ChangeCollector()
+{
+    m_tree.RemoveListener(this);
+}
+
+std::unique_ptr<ChangeRegion> ChangeCollector::MakeRegion(std::function<void()> changed)
+{
+    std::unique_ptr<ChangeRegion> region(new ChangeRegion(*this, std::move(changed)));
+    m_regions.push_back(region.get());
+    return region;
+}
+
+void ChangeCollector::index()
+{
+    m_roots.clear();
+    m_depths.clear();
+    for (ChangeRegion* const region : m_regions) {
+        for (const QString& root : region->GetRoots()) {
+            m_roots.insert(root, region);
+            const int depth = root.count(QLatin1Char('/'));
+            if (std::find(m_depths.begin(), m_depths.end(), depth) == m_depths.end())
+                m_depths.push_back(depth);
+        }
+    }
+}
+
+ChangeRegion* ChangeCollector::regionOf(const QString& path) const
+{
+    for (const int depth : m_depths) {
+        if (ChangeRegion* const region = m_roots.value(topOf(path, depth)))
+            return region;
+    }
+    return nullptr;
+}
+
+bool ChangeCollector::isCompared(const QString& path) const
+{
+    return std::any_of(m_compared.begin(), m_compared.end(),
+                       [&path](const QString& end) { return path.endsWith(end); });
+}
+
+void ChangeCollector::OnItemAdded(TreeItem& item)
+{
+    ChangeRegion* const region = regionOf(item.GetPath());
+    if (!region)
+        return;
+    const qint32 type = TypeOf(item);
+    if (IsCollection(type))
+        region->Record(dynamic_cast<ValueBase&>(item));
+    region->add(AddChange(item.GetPath(), type, ContentOf(item)));
+}
+
+void ChangeCollector::OnItemRemoved(TreeItem& item)
+{
+    if (ChangeRegion* const region = regionOf(item.GetPath()))
+        region->add(RemoveChange(item.GetPath()));
+}
+
+void ChangeCollector::OnItemChanged(TreeItem& item, TChangeCode /*code*/, IObserver* /*originator*/)
+{
+    ChangeRegion* const region = regionOf(item.GetPath());
+    const qint32 type = region ? TypeOf(item) : 0;
+    // Collections say their changes as commands.
+    if (type != 0 && !IsCollection(type))
+        region->add(SetChange(item.GetPath(), ContentOf(item), isCompared(item.GetPath())));
+}
+
+void ChangeCollector::OnItemAnnounced(TreeItem& item, TChangeCode code, IObserver* originator)
+{
+    if (ChangeRegion* const region = regionOf(item.GetPath()))
+        region->add(AnnounceChange(item.GetPath(), code, originator == &m_writer));
+}
+
+} // namespace distribution

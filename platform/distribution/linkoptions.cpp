@@ -1,0 +1,122 @@
+#include <distribution/linkoptions.h>
+
+#include <startup/cfgcenter.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QSysInfo>
+
+#include <unistd.h>
+
+namespace distribution {
+
+namespace {
+
+/// One of this user's that others cannot read: anybody could leave one in a common folder.
+bool isTrusted(const QFileInfo& file)
+{
+    constexpr auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+    return file.isFile() && !file.isSymLink() && file.ownerId() == ::geteuid() &&
+           !(file.permissions() & others);
+}
+
+void takeAccess(BrokerAddress& address, const QString& server)
+{
+    const QString path = AccessFilePath(address);
+    QFile file(path);
+    if (!isTrusted(QFileInfo(path)) || !file.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray wanted = QByteArrayLiteral("server-") + server.toUtf8();
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine().trimmed();
+        const int colon = line.indexOf(':');
+        if (colon <= 0 || (!address.user.isEmpty() && line.left(colon) != wanted))
+            continue;
+        address.user = line.left(colon);
+        address.password = line.mid(colon + 1);
+        if (address.user == wanted)
+            return;
+    }
+}
+
+class Group
+{
+public:
+    QString text(const char* key, const QString& usual = QString()) const
+    {
+        return Startup::CfgCenter::Instance().Text(m_name, QLatin1String(key), usual);
+    }
+    template<class Number>
+    void read(const char* key, Number& number) const
+    {
+        const QVariant value = Startup::CfgCenter::Instance().Value(m_name, QLatin1String(key));
+        bool ok = false;
+        const qlonglong read = value.toLongLong(&ok);
+        if (ok && read > 0)
+            number = static_cast<Number>(read);
+    }
+    void read(const char* key, bool& flag) const
+    {
+        flag = Startup::CfgCenter::Instance().Value(m_name, QLatin1String(key), flag).toBool();
+    }
+
+private:
+    const QString m_name = QStringLiteral("Distribution");
+};
+
+} // namespace
+
+std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QString& error,
+                                                          const QString& server)
+{
+    const Group group;
+    const auto address = BrokerAddress::FromUrl(url.isEmpty() ? group.text("Url") : url, error);
+    if (!address)
+        return std::nullopt;
+    LinkOptions options;
+    options.mqtt.address = *address;
+    if (options.mqtt.address.user.isEmpty())
+        options.mqtt.address.user = group.text("User").toUtf8();
+    const QByteArray prefix = group.text("Prefix").toUtf8();
+    if (!prefix.isEmpty() && address->prefix == BrokerAddress().prefix)
+        options.mqtt.address.prefix = prefix;
+    options.mqtt.passwordFile = group.text("PasswordFile");
+    options.mqtt.caFile = group.text("CaFile");
+    options.mqtt.certificateFile = group.text("CertFile");
+    options.mqtt.keyFile = group.text("KeyFile");
+    group.read("KeepAliveS", options.mqtt.keepAliveS);
+    group.read("MaxInboxBytes", options.mqtt.maximumInboxBytes);
+    options.branches =
+        group.text("Branches", QStringLiteral("*")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (QString& branch : options.branches)
+        branch = branch.trimmed();
+    group.read("Collections", options.collections);
+    group.read("BeatMs", options.beatMs);
+    group.read("GraceMs", options.graceMs);
+    group.read("DeathGraceMs", options.deathGraceMs);
+    group.read("WishTimeoutMs", options.wishTimeoutMs);
+    group.read("LogBytes", options.logBytes);
+    group.read("MaxStateBytes", options.maxStateBytes);
+    group.read("TakeOver", options.takeOver);
+    options.host = QSysInfo::machineHostName();
+    options.program = QCoreApplication::applicationName();
+    if (options.mqtt.address.user.isEmpty())
+        takeAccess(options.mqtt.address, server);
+    return options;
+}
+
+std::string LinkOptions::User() const
+{
+    return mqtt.address.user.isEmpty() ? "anonymous" : mqtt.address.user.toStdString();
+}
+
+QString AccessFilePath(const BrokerAddress& address)
+{
+    return QStringLiteral("%1/kolta/brokers/%2-%3.access")
+        .arg(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation), address.host)
+        .arg(address.port);
+}
+
+} // namespace distribution

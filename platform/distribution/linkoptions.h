@@ -1,0 +1,55 @@
+#pragma once
+
+#include <distribution/mqttoptions.h>
+
+#include <QString>
+#include <QStringList>
+#include <QUuid>
+
+#include <cstddef>
+#include <optional>
+
+namespace distribution {
+
+/// How a program takes part in a distributed tree. The names of the members are those of the configuration's
+/// group "Distribution", where they may be set.
+struct LinkOptions
+{
+    MqttOptions
+        mqtt; ///< Url, User, PasswordFile, CaFile, CertFile, KeyFile, Prefix, KeepAliveS, MaxInboxBytes
+    QStringList branches{QStringLiteral("*")}; ///< that are mirrored; "*": all
+    bool collections = true;
+    qint64 beatMs = 5000;
+    qint64 graceMs = 10000;
+    qint64 deathGraceMs = 2000;
+    qint64 wishTimeoutMs = 10000;
+    std::size_t logBytes = 8U << 20U;
+    std::size_t maxStateBytes = 64U << 20U;
+    bool takeOver = false;
+
+    // What the configuration has nothing to say about.
+    QString host;    ///< of this process, for people
+    QString program; ///< the same
+    QUuid session = QUuid::createUuid();
+    /// Ends of the paths of values that programs read, change and write back as a whole; of two that do so at
+    /// once one is told.
+    QStringList compared{QStringLiteral("/ADMINISTRATION/HardwareProcessing"),
+                         QStringLiteral("/ADMINISTRATION/TunerClasses"),
+                         QStringLiteral("/ADMINISTRATION/Resources")};
+
+    /// Those of the configuration; `url` stands for the one there unless it is empty. A user and a password
+    /// that neither of them has are taken from the broker's access file, if this user has one: that of
+    /// `server` if there is one of that name, else the first. Nothing, and what is wrong in one line, when a
+    /// URL does not fit.
+    static std::optional<LinkOptions> FromConfiguration(const QString& url, QString& error,
+                                                        const QString& server = QString());
+
+    /// The broker's user under which this process is known; "anonymous" for none.
+    std::string User() const;
+};
+
+/// Where the users of a broker on this machine are written down for the programs of the user who has started
+/// it: one `name:password` a line. Only that user can read it.
+QString AccessFilePath(const BrokerAddress& address);
+
+} // namespace distribution

@@ -1,0 +1,283 @@
+#include <distribution/mirroredtree.h>
+
+#include <distribution/guard.h>
+#include <distribution/treecontent.h>
+
+#include <values/defaultvaluecreator.h>
+#include <values/value.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+namespace distribution {
+
+namespace {
+
+using values::ByteReader;
+using values::ValueBase;
+using values::Weak;
+using values::WishFailure;
+
+WishFailure failureOf(WishResult result)
+{
+    switch (result) {
+    case WishResult::Conflict:
+        return WishFailure::Conflict;
+    case WishResult::TooLate:
+    case WishResult::Unknown:
+        return WishFailure::TooOld;
+    case WishResult::Restarted:
+        return WishFailure::EpochEnded;
+    default:
+        return WishFailure::Refused;
+    }
+}
+
+/// For who waits for the answer to a request.
+QString errorFor(const FailedWish& wish)
+{
+    switch (wish.result) {
+    case WishResult::Unknown:
+    case WishResult::Restarted:
+        return QStringLiteral("The outcome of the request is unknown: %1").arg(wish.reason);
+    default:
+        return QStringLiteral("The request was not made: %1").arg(wish.reason);
+    }
+}
+
+} // namespace
+
+MirroredTree::MirroredTree(ChangeCollector& collector, MirrorEvents events)
+    : m_collector(collector)
+    , m_events(std::move(events))
+    , m_region(collector.MakeRegion(m_events.treeChanged))
+{
+}
+
+void MirroredTree::Apply(const Change& change)
+{
+    Guarded([&] {
+        values::Tree& tree = m_collector.GetTree();
+        ValueBase* const value = livingValue(change.path);
+        const Bytes& content = BytesOf(change.content);
+        ByteReader in(content.data(), content.size());
+        switch (change.operation) {
+        case Operation::Add:
+            add(change);
+            break;
+        case Operation::Remove:
+            tree.Remove(change.path, m_collector.GetLink());
+            break;
+        case Operation::Set:
+            if (value && !value->ReadContent(in, m_collector.GetLink()))
+                traceUnusable(change.path, QStringLiteral("the content does not fit"));
+            break;
+        case Operation::Announce:
+            if (value)
+                value->Announce(static_cast<TChangeCode>(change.code), m_collector.GetLink());
+            break;
+        case Operation::Delta:
+        case Operation::Commands:
+            break;
+        }
+    });
+}
+
+ValueBase* MirroredTree::livingValue(const QString& path) const
+{
+    auto* const value = m_collector.GetTree().FindAs<ValueBase>(path);
+    return value && !value->IsDeleted() ? value : nullptr;
+}
+
+void MirroredTree::add(const Change& change)
+{
+    if (change.type == 0)
+        m_collector.GetTree().EnsureNode(change.path, m_collector.GetLink());
+    else
+        addValue(change.path, change.type, BytesOf(change.content));
+}
+
+/// What stands in its place and is of another type makes room.
+void MirroredTree::addValue(const QString& path, qint32 type, const Bytes& content)
+{
+    values::Tree& tree = m_collector.GetTree();
+    values::TreeItem* const there = tree.Find(path);
+    const bool lives = there && !there->IsDeleted();
+    if (lives && TypeOf(*there) == type && !IsCollection(type)) {
+        ByteReader in(content.data(), content.size());
+        if (!livingValue(path)->ReadContent(in, m_collector.GetLink()))
+            traceUnusable(path, QStringLiteral("the content does not fit"));
+        return;
+    }
+    bool isUnknown = false;
+    auto value = MakeValue(type, content, isUnknown);
+    if (!value) {
+        if (!isUnknown)
+            traceUnusable(path, QStringLiteral("the content does not fit"));
+        else if (!m_unknownTypes.contains(type))
+            traceUnusable(path, QStringLiteral("values of type %1 are not known here").arg(type));
+        m_unknownTypes.insert(type);
+        return;
+    }
+    if (lives)
+        tree.Remove(path, m_collector.GetLink());
+    ValueBase* const added = tree.Add(path, std::move(value), m_collector.GetLink());
+    if (added && IsCollection(type) && !added->IsDeleted())
+        m_region->Record(*added);
+}
+
+void MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
+                                 const values::PendingChanges& own)
+{
+    ValueBase* const target = livingValue(path);
+    std::vector<CommandPiece> pieces;
+    if (!target)
+        return;
+    if (!ReadPieces(*target, commands, m_collector.GetLink(), pieces)) {
+        traceUnusable(path, QStringLiteral("its commands do not fit"));
+        return;
+    }
+    const Weak<ValueBase> alive(target);
+    for (const CommandPiece& piece : pieces) {
+        const auto& keys = piece.scope.keys;
+        const auto& requests = piece.scope.requests;
+        if (!alive)
+            return;
+        if (piece.scope.everyKey) {
+            Guarded([&] {
+                target->EraseKeys([&](const std::string& key) { return !own.ContainsKey(key); },
+                                  m_collector.GetLink());
+            });
+        } else if (std::none_of(keys.begin(), keys.end(),
+                                [&](const auto& key) { return own.ContainsKey(key); }) &&
+                   std::none_of(requests.begin(), requests.end(),
+                                [&](const auto& request) { return own.ContainsRequest(request); })) {
+            const bool hasChanged = execute(piece);
+            const Bytes* const mine = keys.size() == 1 ? m_region->FindOwnSet(path, keys.front()) : nullptr;
+            // The program has written an item that counts as equal to the owner's.
+            const bool differs = mine && (mine->size() != piece.size ||
+                                          mine->compare(0, piece.size, piece.bytes, piece.size) != 0);
+            if (!hasChanged && differs && alive)
+                executeExactly(*target, piece);
+            if (mine)
+                m_region->ForgetOwnSet(path, keys.front());
+        }
+    }
+}
+
+/// Whether it changed anything.
+bool MirroredTree::execute(const CommandPiece& piece)
+{
+    const quint64 before = m_region->GetCommandCount();
+    Guarded([&] { piece.command->Execute(); });
+    return m_region->GetCommandCount() != before;
+}
+
+/// Setting an item that counts as equal to the stored one changes nothing, so that one has to go first.
+void MirroredTree::executeExactly(ValueBase& value, const CommandPiece& piece)
+{
+    const Weak<ValueBase> alive(&value);
+    Guarded([&] { EraseKey(value, piece.scope.keys.front(), m_collector.GetLink()); });
+    if (alive)
+        execute(piece);
+}
+
+void MirroredTree::ApplyState(const QString& path, qint32 type, const Bytes& state,
+                              const std::vector<Content>& own)
+{
+    Guarded([&] {
+        bool isUnknown = false;
+        auto wanted = MakeValue(type, state, isUnknown);
+        if (!wanted) {
+            addValue(path, type, state); // which says why not
+            return;
+        }
+        for (const Content& commands : own) {
+            const Bytes& bytes = BytesOf(commands);
+            ForEachCommand(*wanted, ByteReader(bytes.data(), bytes.size()), nullptr,
+                           [](values::Command& command) { command.Execute(); });
+        }
+        ValueBase* const value = livingValue(path);
+        if (value && value->GetType() == type)
+            applyDifference(*value, *wanted);
+        else
+            addValue(path, type, BytesOf(ContentOf(*wanted)));
+    });
+}
+
+/// Both are compared by their bytes, so that in the end these are the same.
+void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
+{
+    const Content wantedBytes = ContentOf(wanted);
+    const Content presentBytes = ContentOf(value);
+    std::vector<CommandPiece> target, present;
+    if (!ReadPieces(value, BytesOf(wantedBytes), m_collector.GetLink(), target) ||
+        !ReadPieces(value, BytesOf(presentBytes), m_collector.GetLink(), present))
+        return;
+    std::unordered_map<std::string_view, const CommandPiece*> items;
+    std::unordered_set<std::string_view> open, staying;
+    for (const CommandPiece& piece : present) {
+        if (piece.scope.keys.size() == 1)
+            items.emplace(piece.scope.keys.front(), &piece);
+        open.insert(piece.scope.requests.begin(), piece.scope.requests.end());
+    }
+    for (const CommandPiece& piece : target)
+        staying.insert(piece.scope.requests.begin(), piece.scope.requests.end());
+
+    const Weak<ValueBase> alive(&value);
+    Guarded([&] {
+        value.EndRequests([&](const std::string& request) { return staying.count(request) == 0; },
+                          m_collector.GetLink());
+    });
+    for (const CommandPiece& piece : target) {
+        if (!alive)
+            return;
+        if (piece.scope.keys.size() == 1) {
+            const auto there = items.find(piece.scope.keys.front());
+            const bool isSame = there != items.end() && there->second->HasBytesOf(piece);
+            if (there != items.end())
+                items.erase(there);
+            if (!isSame && !execute(piece) && alive)
+                executeExactly(value, piece);
+        } else if (!piece.scope.requests.empty() && open.count(piece.scope.requests.front()) == 0) {
+            execute(piece);
+        }
+    }
+    for (const CommandPiece& piece : present) {
+        if (!alive)
+            return;
+        if (piece.scope.keys.size() == 1 && items.count(piece.scope.keys.front()) > 0)
+            Guarded([&] { EraseKey(value, piece.scope.keys.front(), m_collector.GetLink()); });
+    }
+}
+
+void MirroredTree::OnWishFailed(const FailedWish& wish)
+{
+    const Change& change = wish.change;
+    ValueBase* const value = livingValue(change.path);
+    if (value && !change.scope.requests.empty()) {
+        const auto& requests = change.scope.requests;
+        Guarded([&] {
+            value->EndRequests(
+                [&](const std::string& request) {
+                    return std::find(requests.begin(), requests.end(), request) != requests.end();
+                },
+                m_collector.GetLink(), errorFor(wish));
+        });
+    }
+    Guarded([&] { m_collector.GetTree().TellWishFailed(change.path, failureOf(wish.result), wish.reason); });
+    m_events.wishFailed(change.path, wish.reason);
+}
+
+void MirroredTree::traceUnusable(const QString& path, const QString& why)
+{
+    Startup::ErrorHandler::Instance().trace(Startup::eTraceError,
+                                            QStringLiteral("platform/distribution/mirroredtree"), 1,
+                                            QStringLiteral("%1 cannot be mirrored: %2").arg(path, why));
+}
+
+} // namespace distribution

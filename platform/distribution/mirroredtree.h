@@ -1,0 +1,57 @@
+#pragma once
+
+#include <distribution/branchmirror.h>
+#include <distribution/changecollector.h>
+
+#include <QSet>
+
+#include <functional>
+#include <memory>
+
+namespace distribution {
+
+struct CommandPiece;
+
+/// What a mirror says to those who use the tree.
+struct MirrorEvents
+{
+    std::function<void()> treeChanged; ///< see ChangeCollector::MakeRegion()
+    std::function<void(BranchState)> stateChanged;
+    std::function<void(const QString& path, const QString& reason)> wishFailed;
+};
+
+/// A branch of a value tree for the mirror that repeats it. Of values whose type nobody has registered each
+/// type is traced once, and they are missing.
+class MirroredTree final : public IMirroredTree
+{
+public:
+    MirroredTree(ChangeCollector& collector, MirrorEvents events);
+
+    /// Where the program's changes concern this branch.
+    void SetRoots(const QStringList& roots) { m_region->SetRoots(roots); }
+
+    Changes TakeChanges() override { return m_region->Take(); }
+    void Apply(const Change& change) override;
+    void ApplyCommands(const QString& path, const Bytes& commands,
+                       const values::PendingChanges& own) override;
+    void ApplyState(const QString& path, qint32 type, const Bytes& state,
+                    const std::vector<Content>& own) override;
+    void OnWishFailed(const FailedWish& wish) override;
+    void OnStateChanged(BranchState state) override { m_events.stateChanged(state); }
+
+private:
+    values::ValueBase* livingValue(const QString& path) const;
+    void add(const Change& change);
+    void addValue(const QString& path, qint32 type, const Bytes& content);
+    bool execute(const CommandPiece& piece);
+    void executeExactly(values::ValueBase& value, const CommandPiece& piece);
+    void applyDifference(values::ValueBase& value, values::ValueBase& wanted);
+    static void traceUnusable(const QString& path, const QString& why);
+
+    ChangeCollector& m_collector;
+    MirrorEvents m_events;
+    std::unique_ptr<ChangeRegion> m_region;
+    QSet<qint32> m_unknownTypes;
+};
+
+} // namespace distribution

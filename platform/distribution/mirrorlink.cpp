@@ -1,0 +1,178 @@
+#include <distribution/mirrorlink.h>
+
+#include <startup/errorhandler.h>
+
+#include <utility>
+
+namespace distribution {
+
+namespace {
+/// Of branches that are heard of: each costs memory, and their names come from outside.
+constexpr std::size_t mostBranches = 10000;
+} // namespace
+
+struct MirrorLink::Branch
+{
+    Branch(MirrorLink& link, const QString& name, const MirrorSettings& settings)
+        : tree(link.m_collector, eventsFor(link, name))
+        , mirror(settings, link.m_topics, tree)
+        , driver(*link.m_carrier, link.m_packer, [this](qint64 nowMs) { return mirror.OnTime(nowMs); })
+    {
+    }
+
+    MirrorEvents eventsFor(MirrorLink& link, const QString& name)
+    {
+        MirrorEvents events;
+        events.treeChanged = [this] { driver.Wake(); };
+        events.stateChanged = [&link, name](BranchState state) { link.m_events.branchChanged(name, state); };
+        events.wishFailed = link.m_events.wishFailed;
+        return events;
+    }
+    void onMessage(const Topic& topic, const Bytes& payload)
+    {
+        driver.Do(
+            [this](const Topic& parsed, const Bytes& bytes, qint64 nowMs) {
+                Output output = mirror.OnMessage(parsed, bytes, nowMs);
+                tree.SetRoots(mirror.GetRoots());
+                return output;
+            },
+            topic, payload);
+    }
+    void onUp(std::size_t maximumPayload)
+    {
+        driver.Do([this, maximumPayload](qint64 nowMs) { return mirror.OnUp(maximumPayload, nowMs); });
+    }
+
+    MirroredTree tree;
+    BranchMirror mirror;
+    BranchDriver driver;
+};
+
+MirrorLink::MirrorLink(ChangeCollector& collector, StatePacker& packer, std::unique_ptr<ICarrier> carrier,
+                       const LinkOptions& options, MirrorLinkEvents events)
+    : m_collector(collector)
+    , m_packer(packer)
+    , m_options(options)
+    , m_events(std::move(events))
+    , m_topics(options.mqtt.address.prefix.toStdString())
+    , m_carrier(std::move(carrier))
+{
+    m_carrier->onUp = [this](std::size_t maximumPayload) { onUp(maximumPayload); };
+    m_carrier->onDown = [this](DownReason, const QString& text) { onDown(text); };
+    m_carrier->onMessage = [this](const Bytes& topic, const Bytes& payload) { onMessage(topic, payload); };
+    m_carrier->onRefused = [this](const Bytes& topic, const QString& text) { onRefused(topic, text); };
+    m_carrier->Open({m_topics.Presence(m_options.User(), m_options.session), {}}, {});
+}
+
+MirrorLink::~MirrorLink()
+{
+    for (const auto& [name, branch] : m_branches)
+        branch->driver.Stop();
+    if (m_isUp)
+        m_carrier->Publish(
+            {m_topics.Presence(m_options.User(), m_options.session), {}, Delivery::AtLeastOnce, true, 0});
+    m_carrier->Close();
+}
+
+void MirrorLink::Mirror(const QStringList& branches)
+{
+    m_wanted = branches;
+    if (m_isUp)
+        subscribe();
+}
+
+const BranchMirror* MirrorLink::Find(const QString& name) const
+{
+    const auto found = m_branches.find(name);
+    return found == m_branches.end() ? nullptr : &found->second->mirror;
+}
+
+QStringList MirrorLink::GetBranches() const
+{
+    QStringList names;
+    for (const auto& [name, branch] : m_branches)
+        names.append(name);
+    return names;
+}
+
+/// Null for one that is not to be mirrored.
+MirrorLink::Branch* MirrorLink::branch(const QString& name)
+{
+    const auto found = m_branches.find(name);
+    if (found != m_branches.end())
+        return found->second.get();
+    const bool isWanted = m_wanted.contains(QStringLiteral("*")) || m_wanted.contains(name);
+    if (!isWanted || m_excluded.contains(name) || m_branches.size() >= mostBranches)
+        return nullptr;
+    MirrorSettings settings;
+    settings.branch = name;
+    settings.user = m_options.User();
+    settings.session = m_options.session;
+    settings.collections = m_options.collections;
+    settings.graceMs = m_options.graceMs;
+    settings.deathGraceMs = m_options.deathGraceMs;
+    settings.wishTimeoutMs = m_options.wishTimeoutMs;
+    settings.stateBytes = m_options.maxStateBytes;
+    Branch& made = *m_branches.emplace(name, std::make_unique<Branch>(*this, name, settings)).first->second;
+    if (m_isUp)
+        made.onUp(m_maximumPayload);
+    return &made;
+}
+
+void MirrorLink::subscribe()
+{
+    const bool all = m_wanted.contains(QStringLiteral("*"));
+    for (const QString& name : all ? QStringList(QString()) : m_wanted) {
+        for (const Bytes& filter : m_topics.MirrorFilters(name, m_options.collections))
+            m_carrier->Subscribe(filter);
+    }
+}
+
+void MirrorLink::onUp(std::size_t maximumPayload)
+{
+    m_isUp = true;
+    m_maximumPayload = maximumPayload;
+    PresenceMessage presence;
+    presence.host = m_options.host;
+    presence.program = m_options.program;
+    m_carrier->Publish({m_topics.Presence(m_options.User(), m_options.session), Encode(presence),
+                        Delivery::AtLeastOnce, true, 0});
+    subscribe();
+    for (const auto& [name, branch] : m_branches)
+        branch->onUp(maximumPayload);
+    m_events.linkChanged(true, QString());
+}
+
+void MirrorLink::onDown(const QString& text)
+{
+    m_isUp = false;
+    for (const auto& [name, branch] : m_branches) {
+        BranchMirror* const mirror = &branch->mirror;
+        branch->driver.Do([mirror](qint64 nowMs) { return mirror->OnDown(nowMs); });
+    }
+    m_events.linkChanged(false, text);
+}
+
+void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
+{
+    const auto topic = m_topics.Parse(bytes);
+    Branch* const to = topic && topic->kind != TopicKind::Presence ? branch(topic->branch) : nullptr;
+    if (to)
+        to->onMessage(*topic, payload);
+}
+
+void MirrorLink::onRefused(const Bytes& bytes, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(
+        Startup::eTraceError, QStringLiteral("platform/distribution/mirrorlink"), 1,
+        QStringLiteral("The broker refuses \"%1\" to the user \"%2\": %3")
+            .arg(QString::fromStdString(bytes), QString::fromStdString(m_options.User()), text));
+    for (const QString& name : qAsConst(m_wanted)) {
+        Branch* const forbidden =
+            bytes == m_topics.Log(name, 0) || bytes == m_topics.Live(name) ? branch(name) : nullptr;
+        if (forbidden)
+            forbidden->driver.Do([forbidden](qint64 nowMs) { return forbidden->mirror.OnForbidden(nowMs); });
+    }
+}
+
+} // namespace distribution

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <distribution/branchdriver.h>
+#include <distribution/branchmirror.h>
+#include <distribution/linkoptions.h>
+#include <distribution/mirroredtree.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace distribution {
+
+/// What a MirrorLink tells.
+struct MirrorLinkEvents
+{
+    std::function<void(bool isUp, const QString& reason)> linkChanged;
+    std::function<void(const QString& branch, BranchState state)> branchChanged;
+    std::function<void(const QString& path, const QString& reason)> wishFailed;
+};
+
+/// The mirrors of other processes' branches, over one connection. Branches come as they are heard of.
+class MirrorLink
+{
+public:
+    MirrorLink(ChangeCollector& collector, StatePacker& packer, std::unique_ptr<ICarrier> carrier,
+               const LinkOptions& options, MirrorLinkEvents events);
+    /// Takes leave; what was mirrored stays in the tree.
+    ~MirrorLink();
+
+    /// Names, or "*" for all.
+    void Mirror(const QStringList& branches);
+    /// A branch of this process, which is never mirrored here.
+    void Exclude(const QString& branch) { m_excluded.append(branch); }
+
+    bool IsUp() const noexcept { return m_isUp; }
+    /// Null for a branch that nobody has heard of.
+    const BranchMirror* Find(const QString& branch) const;
+    QStringList GetBranches() const;
+
+    MirrorLink(const MirrorLink&) = delete;
+    MirrorLink& operator=(const MirrorLink&) = delete;
+
+private:
+    struct Branch;
+
+    Branch* branch(const QString& name);
+    void subscribe();
+    void onUp(std::size_t maximumPayload);
+    void onDown(const QString& text);
+    void onMessage(const Bytes& bytes, const Bytes& payload);
+    void onRefused(const Bytes& bytes, const QString& text);
+
+    ChangeCollector& m_collector;
+    StatePacker& m_packer;
+    const LinkOptions m_options;
+    const MirrorLinkEvents m_events;
+    const Topics m_topics;
+    std::unique_ptr<ICarrier> m_carrier;
+    QStringList m_wanted;
+    QStringList m_excluded;
+    std::map<QString, std::unique_ptr<Branch>> m_branches;
+    std::size_t m_maximumPayload = 0;
+    bool m_isUp = false;
+};
+
+} // namespace distribution

@@ -1,0 +1,209 @@
+#include <distribution/treelink.h>
+
+#include <distribution/branchpublisher.h>
+#include <distribution/changecollector.h>
+#include <distribution/mirrorlink.h>
+#include <distribution/mqttcarrier.h>
+
+#include <startup/errorhandler.h>
+
+#include <values/defaultvaluecreator.h>
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace distribution {
+
+namespace {
+
+/// For so long after the last news branches that nobody has named are still looked for.
+constexpr int discoveryMs = 300;
+
+void trace(quint32 channel, int tracePoint, const QString& text)
+{
+    Startup::ErrorHandler::Instance().trace(channel, QStringLiteral("platform/distribution/treelink"),
+                                            tracePoint, text);
+}
+
+} // namespace
+
+QString ToText(BranchState state)
+{
+    switch (state) {
+    case BranchState::Unknown:
+        return QStringLiteral("unknown");
+    case BranchState::Joining:
+        return QStringLiteral("joining");
+    case BranchState::Live:
+        return QStringLiteral("live");
+    case BranchState::Suspect:
+        return QStringLiteral("suspect");
+    case BranchState::Lost:
+        return QStringLiteral("lost");
+    case BranchState::Withdrawn:
+        return QStringLiteral("withdrawn");
+    case BranchState::Forbidden:
+        return QStringLiteral("forbidden");
+    }
+    return QString();
+}
+
+TreeLink::TreeLink(values::Tree& tree, CarrierFactory carriers, const LinkOptions& options, QObject* parent)
+    : QObject(parent)
+    , values::ITreeClient(QStringLiteral("ConnectManager"))
+    , m_options(options)
+    , m_carriers(std::move(carriers))
+    , m_collector(std::make_unique<ChangeCollector>(tree))
+    , m_packer(std::make_unique<StatePacker>())
+{
+    qRegisterMetaType<BranchState>();
+    values::RegisterPlainValues();
+    m_collector->SetCompared(options.compared);
+}
+
+TreeLink::TreeLink(values::Tree& tree, const LinkOptions& options, QObject* parent)
+    : TreeLink(
+          tree, [mqtt = options.mqtt] { return std::make_unique<MqttCarrier>(mqtt); }, options, parent)
+{
+}
+
+TreeLink::~TreeLink() = default;
+
+bool TreeLink::publish(const QString& branch, const QStringList& roots, const QString& sentinel,
+                       std::unique_ptr<IWritePolicy> policy)
+{
+    const bool isPublished = std::any_of(m_published.begin(), m_published.end(), [&](const auto& publisher) {
+        return publisher->GetBranch().name == branch;
+    });
+    if (isPublished)
+        return false;
+    if (m_mirrors)
+        m_mirrors->Exclude(branch);
+    m_published.push_back(std::make_unique<BranchPublisher>(
+        *m_collector, *m_packer, m_carriers(), m_options, PublishedBranch{branch, roots, sentinel},
+        std::move(policy), [this, branch](PublicationState state, const QString& reason) {
+            if (!reason.isEmpty())
+                trace(Startup::eTraceWarning, 1, QStringLiteral("Branch \"%1\": %2").arg(branch, reason));
+            if (state == PublicationState::Online)
+                Q_EMIT si_Published(branch);
+            else if (state != PublicationState::Waiting)
+                Q_EMIT si_PublicationFailed(branch, state == PublicationState::Displaced, reason);
+        }));
+    return true;
+}
+
+void TreeLink::withdraw(const QString& branch)
+{
+    m_published.erase(
+        std::remove_if(m_published.begin(), m_published.end(),
+                       [&](const auto& publisher) { return publisher->GetBranch().name == branch; }),
+        m_published.end());
+}
+
+void TreeLink::mirror(const QStringList& branches)
+{
+    if (!m_mirrors) {
+        MirrorLinkEvents events;
+        events.linkChanged = [this](bool isUp, const QString& reason) {
+            if (!reason.isEmpty())
+                trace(Startup::eTraceWarning, 2, reason);
+            Q_EMIT si_LinkChanged(isUp, reason);
+        };
+        events.branchChanged = [this](const QString& branch, BranchState state) {
+            trace(Startup::eTraceInfo, 3, QStringLiteral("Branch \"%1\" is %2").arg(branch, ToText(state)));
+            Q_EMIT si_BranchChanged(branch, state);
+        };
+        events.wishFailed = [this](const QString& path, const QString& reason) {
+            trace(Startup::eTraceWarning, 4, QStringLiteral("A change did not last: %1").arg(reason));
+            Q_EMIT si_WishFailed(path, reason);
+        };
+        m_mirrors =
+            std::make_unique<MirrorLink>(*m_collector, *m_packer, m_carriers(), m_options, std::move(events));
+        for (const auto& publisher : m_published)
+            m_mirrors->Exclude(publisher->GetBranch().name);
+    }
+    m_mirrors->Mirror(branches);
+}
+
+bool TreeLink::isOnline() const
+{
+    return m_mirrors && m_mirrors->IsUp();
+}
+
+QVector<BranchStatus> TreeLink::branches() const
+{
+    QVector<BranchStatus> all;
+    for (const auto& publisher : m_published) {
+        BranchStatus status;
+        status.name = publisher->GetBranch().name;
+        status.isOwn = true;
+        status.state =
+            publisher->GetState() == PublicationState::Online ? BranchState::Live : BranchState::Lost;
+        status.host = m_options.host;
+        status.epoch = publisher->GetOwner().GetEpoch();
+        status.numbers = publisher->GetOwner().GetNumbers();
+        all.append(status);
+    }
+    const QStringList names = m_mirrors ? m_mirrors->GetBranches() : QStringList();
+    for (const QString& name : names) {
+        const BranchMirror& mirror = *m_mirrors->Find(name);
+        BranchStatus status;
+        status.name = name;
+        status.state = mirror.GetState();
+        status.host = mirror.GetOwner().host;
+        status.epoch = mirror.GetEpoch();
+        if (mirror.GetLastBeatMs() >= 0)
+            status.beatAgeMs = BootTimeMs() - mirror.GetLastBeatMs();
+        status.numbers = mirror.GetNumbers();
+        status.openWishes = mirror.GetOpenWishes();
+        all.append(status);
+    }
+    std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+    return all;
+}
+
+bool TreeLink::areLive(const QStringList& branches) const
+{
+    if (!isOnline())
+        return false;
+    const QStringList known = m_mirrors->GetBranches();
+    const QStringList& wanted = branches.isEmpty() ? known : branches;
+    return !wanted.isEmpty() &&
+           std::all_of(wanted.begin(), wanted.end(), [this, &branches](const QString& name) {
+               const BranchMirror* const mirror = m_mirrors->Find(name);
+               // Of those that were not named the dead ones do not count.
+               return mirror && (mirror->GetState() == BranchState::Live ||
+                                 (branches.isEmpty() && mirror->GetState() == BranchState::Withdrawn));
+           });
+}
+
+bool TreeLink::waitForLive(const QStringList& branches, int milliseconds)
+{
+    QEventLoop loop;
+    QTimer limit, settled;
+    limit.setSingleShot(true);
+    settled.setSingleShot(true);
+    bool isLive = false;
+    const auto look = [&] {
+        isLive = areLive(branches);
+        if (!isLive)
+            settled.stop();
+        else if (branches.isEmpty())
+            settled.start(discoveryMs);
+        else
+            loop.quit();
+    };
+    connect(this, &TreeLink::si_BranchChanged, &loop, look);
+    connect(this, &TreeLink::si_LinkChanged, &loop, look);
+    connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
+    connect(&settled, &QTimer::timeout, &loop, &QEventLoop::quit);
+    limit.start(milliseconds);
+    QTimer::singleShot(0, &loop, look);
+    loop.exec();
+    return isLive;
+}
+
+} // namespace distribution

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <distribution/branchmirror.h>
+#include <distribution/linkoptions.h>
+#include <distribution/writepolicy.h>
+
+#include <values/tree.h>
+#include <values/treeclient.h>
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <functional>
+#include <memory>
+
+namespace distribution {
+
+class BranchPublisher;
+class ChangeCollector;
+class MirrorLink;
+class StatePacker;
+struct PublishedBranch;
+
+/// What is known of a branch.
+struct BranchStatus
+{
+    QString name;
+    bool isOwn = false; ///< published by this process
+    BranchState state = BranchState::Unknown;
+    QString host; ///< of its owner
+    QUuid epoch;
+    qint64 beatAgeMs = -1; ///< since its owner's last sign of life; -1: none
+    std::vector<ChannelNumber> numbers;
+    std::size_t openWishes = 0; ///< own changes that its owner has not dealt with
+};
+/// "live", "lost" and so on.
+QString ToText(BranchState state);
+
+/// The link of this process to all others that share a value tree: publishes branches of the tree, and
+/// mirrors those that others publish. Applications go on using the tree; what they change in a mirrored
+/// branch is decided by its owner, and si_WishFailed and values::ITreeListener::OnWishFailed() tell what did
+/// not last. Lives on the tree's thread and needs its event loop. It must not be destroyed while observers of
+/// the tree are told; use deleteLater() there.
+class TreeLink : public QObject, public values::ITreeClient
+{
+    Q_OBJECT
+
+public:
+    /// Makes a carrier for each connection: one for all mirrors, one for each published branch.
+    using CarrierFactory = std::function<std::unique_ptr<ICarrier>()>;
+    TreeLink(values::Tree& tree, CarrierFactory carriers, const LinkOptions& options,
+             QObject* parent = nullptr);
+    /// Over MQTT, as the options say.
+    TreeLink(values::Tree& tree, const LinkOptions& options, QObject* parent = nullptr);
+    /// Withdraws what is published. What was mirrored stays in the tree.
+    ~TreeLink() override;
+
+    /// Publishes what is at and below `roots`, now and later, as `branch`. `sentinel` is the path of the
+    /// value whose existence tells that the branch's owner lives: it comes last and goes first; it may be
+    /// empty. False, and nothing happens, when the branch is published here already.
+    bool publish(const QString& branch, const QStringList& roots, const QString& sentinel,
+                 std::unique_ptr<IWritePolicy> policy);
+    /// Takes the branch from all mirrors.
+    void withdraw(const QString& branch);
+    /// Mirrors these branches, "*" being all. Own ones are not mirrored.
+    void mirror(const QStringList& branches);
+
+    bool isOnline() const;
+    /// By name.
+    QVector<BranchStatus> branches() const;
+    /// Runs the event loop until the named branches are live, or, when none is named, those that have been
+    /// heard of and at least one; false when that takes more than `milliseconds`.
+    bool waitForLive(const QStringList& branches, int milliseconds);
+
+    /// Large values travel as differences in any case.
+    void SetOptimization(values::ValueBase& /*value*/) override {}
+
+Q_SIGNALS:
+    /// Of the mirrors' connection. `reason`: why it is down, in one line.
+    void si_LinkChanged(bool online, const QString& reason);
+    void si_BranchChanged(const QString& branch, distribution::BranchState state);
+    /// The branch is published, and will be until si_PublicationFailed, or again after a loss of the line.
+    void si_Published(const QString& branch);
+    /// The branch is not published, and nothing is tried any more: its name is taken or was taken over
+    /// (`displaced`), or the broker does not allow it.
+    void si_PublicationFailed(const QString& branch, bool displaced, const QString& reason);
+    /// A change that was made here did not last, or nobody knows whether it did.
+    void si_WishFailed(const QString& path, const QString& reason);
+
+private:
+    bool areLive(const QStringList& branches) const;
+
+    const LinkOptions m_options;
+    const CarrierFactory m_carriers;
+    std::unique_ptr<ChangeCollector> m_collector;
+    std::unique_ptr<StatePacker> m_packer;
+    std::unique_ptr<MirrorLink> m_mirrors; ///< null until mirror() is called
+    std::vector<std::unique_ptr<BranchPublisher>> m_published;
+};
+
+} // namespace distribution
+
+Q_DECLARE_METATYPE(distribution::BranchState)

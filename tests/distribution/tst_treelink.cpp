@@ -1,0 +1,336 @@
+#include <distribution/localbroker.h>
+#include <distribution/treelink.h>
+
+#include <values/tree.h>
+#include <values/value.h>
+
+#include <koltacommon/shorttimeffpassignmentitemmap.h>
+#include <koltacommon/shorttimevalues.h>
+
+#include <QtTest>
+
+#include <csignal>
+#include <memory>
+
+using namespace distribution;
+using Kolta::ShortTimeFFPAssignment;
+using Kolta::ShortTimeFFPAssignmentItemMap;
+using values::StringValue;
+
+namespace {
+
+constexpr int patience = 8000;
+
+QString at(const char* name)
+{
+    return QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION/") + QLatin1String(name);
+}
+
+ShortTimeFFPAssignment assignment(const char* ffp, quint32 radio)
+{
+    ShortTimeFFPAssignment made;
+    made.ffpGuid = QLatin1String(ffp);
+    made.radioId = radio;
+    return made;
+}
+
+/// A process's tree and its link, and what is said of it.
+struct Side : values::ITreeListener
+{
+    explicit Side(const LocalBroker& broker)
+    {
+        QString error;
+        options = *LinkOptions::FromConfiguration(broker.url(), error);
+        options.beatMs = 200;
+        options.graceMs = 1000;
+        options.deathGraceMs = 300;
+        options.wishTimeoutMs = 2000;
+        tree.AddListener(this);
+    }
+    ~Side() override { tree.RemoveListener(this); }
+    void join()
+    {
+        link = std::make_unique<TreeLink>(tree, options);
+        QObject::connect(link.get(), &TreeLink::si_BranchChanged,
+                         [this](const QString&, BranchState state) { states << ToText(state); });
+        QObject::connect(link.get(), &TreeLink::si_PublicationFailed,
+                         [this](const QString&, bool displaced, const QString& reason) {
+                             failures << (displaced ? QStringLiteral("displaced") : reason);
+                         });
+    }
+    void publish(std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>())
+    {
+        join();
+        QSignalSpy published(link.get(), &TreeLink::si_Published);
+        link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
+                      at("WorkingState"), std::move(policy));
+        QVERIFY(published.wait(patience));
+    }
+    void mirror()
+    {
+        join();
+        link->mirror({QStringLiteral("*")});
+        QVERIFY(link->waitForLive({QStringLiteral("S1")}, patience));
+    }
+    QString text(const char* name) const
+    {
+        const auto* const value = tree.FindAs<StringValue>(at(name));
+        return !value               ? QStringLiteral("none")
+               : value->IsDeleted() ? QStringLiteral("deleted")
+                                    : value->GetValue();
+    }
+    void set(const char* name, const QString& text) { tree.FindAs<StringValue>(at(name))->SetValue(text); }
+
+    ShortTimeFFPAssignmentItemMap* map()
+    {
+        return tree.FindAs<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
+    }
+    /// "<FFP>=<radio>" of all items, sorted, and the number of open requests.
+    QString items()
+    {
+        QStringList texts;
+        for (const auto& [key, item] : map()->data())
+            texts << key + QLatin1Char('=') + QString::number(item.radioId);
+        texts.sort();
+        return texts.join(QLatin1Char(' ')) + QStringLiteral(" ?%1").arg(map()->GetPendingRequests().size());
+    }
+
+    void OnItemAdded(values::TreeItem&) override {}
+    void OnItemRemoved(values::TreeItem&) override {}
+    void OnItemChanged(values::TreeItem& item, TChangeCode code, IObserver*) override
+    {
+        log << item.GetName() + QLatin1Char(':') + QString::number(code);
+    }
+    void OnItemAnnounced(values::TreeItem& item, TChangeCode code, IObserver*) override
+    {
+        log << item.GetName() + QLatin1Char('!') + QString::number(code);
+    }
+    void OnWishFailed(const QString& path, values::WishFailure failure, const QString&) override
+    {
+        failures << path.section(QLatin1Char('/'), -1) + QLatin1Char('=') + QString::number(int(failure));
+    }
+
+    values::Tree tree;
+    LinkOptions options;
+    QStringList log;
+    QStringList states;
+    QStringList failures;
+    std::unique_ptr<TreeLink> link; ///< the first to go
+};
+
+} // namespace
+
+class TestTreeLink : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QString error;
+        broker = std::make_unique<LocalBroker>(LocalBroker::Settings());
+        QVERIFY2(broker->start(error), qPrintable(error));
+        Kolta::registerShortTimeValues();
+    }
+    void init()
+    {
+        server = std::make_unique<Side>(*broker);
+        server->tree.Emplace<values::SelectionValue>(at("WorkingState"),
+                                                     QMap<int, QString>{{5, QStringLiteral("up")}}, 5);
+        for (const char* const name : {"Resources", "ChangedTuners", "HardwareProcessing"})
+            server->tree.Emplace<StringValue>(at(name), QStringLiteral("first"));
+        server->tree.EnsureNode(at("RequestsNode"));
+    }
+    void cleanup() { server.reset(); }
+    void cleanupTestCase() { broker.reset(); }
+
+    /// Changes of both sides, in order, and each heard once.
+    void plainValues()
+    {
+        server->publish();
+        Side client(*broker);
+        client.mirror();
+        QCOMPARE(client.text("Resources"), QStringLiteral("first"));
+        QCOMPARE(client.tree.FindAs<values::SelectionValue>(at("WorkingState"))->GetStringValue(),
+                 QStringLiteral("up"));
+        server->log.clear();
+        client.log.clear();
+
+        const QString large(5000, QChar(0x20ac));
+        server->set("Resources", large);
+        server->set("Resources", large + QLatin1Char('x'));
+        server->tree.FindAs<StringValue>(at("Resources"))->Announce(eChangeUser);
+        QTRY_COMPARE_WITH_TIMEOUT(client.log.size(), 3, patience);
+        QCOMPARE(client.log.join(QLatin1Char(' ')), QStringLiteral("Resources:3 Resources:3 Resources!19"));
+        QCOMPARE(client.text("Resources"), large + QLatin1Char('x'));
+
+        // A request is announced again with the same text, and a production request is read and removed at
+        // once.
+        server->log.clear();
+        client.set("ChangedTuners", QStringLiteral("t"));
+        client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce();
+        QTRY_COMPARE_WITH_TIMEOUT(server->log.join(QLatin1Char(' ')),
+                                  QStringLiteral("ChangedTuners:3 ChangedTuners!3"), patience);
+        struct Reader : IObserver
+        {
+            void Update(Observable* source, TChangeCode code) override
+            {
+                if (code == eChangeChildAdded)
+                    read << tree->FindAs<StringValue>(static_cast<values::TreeItem*>(source)->GetPath() +
+                                                      QStringLiteral("/id"))
+                                ->GetValue();
+                tree->Remove(at("RequestsNode/id"));
+            }
+            values::Tree* tree;
+            QStringList read;
+        } reader;
+        reader.tree = &server->tree;
+        server->tree.Find(at("RequestsNode"))->Attach(&reader);
+        client.tree.Emplace<StringValue>(at("RequestsNode/id"), QStringLiteral("please"));
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("RequestsNode/id"), QStringLiteral("none"), patience);
+        QCOMPARE(reader.read, QStringList(QStringLiteral("please")));
+
+        // What is withdrawn goes whole.
+        server->link->withdraw(QStringLiteral("S1"));
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("none"), patience);
+        QCOMPARE(client.states.last(), QStringLiteral("withdrawn"));
+        QCOMPARE(client.failures + server->failures, QStringList());
+    }
+
+    /// What the owner does not allow is undone and told; of two that write the same whole text one is.
+    void wishesThatDoNotLast()
+    {
+        server->publish(
+            std::make_unique<ServerPolicy>(QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")));
+        Side one(*broker), other(*broker);
+        one.mirror();
+        other.mirror();
+        server->tree.Emplace<StringValue>(at("Status"), QStringLiteral("fine"));
+        QTRY_COMPARE_WITH_TIMEOUT(one.text("Status"), QStringLiteral("fine"), patience);
+        one.log.clear();
+        one.set("Status", QStringLiteral("mine"));
+        QTRY_COMPARE_WITH_TIMEOUT(one.failures, QStringList(QStringLiteral("Status=0")), patience);
+        QCOMPARE(one.text("Status"), QStringLiteral("fine"));
+        QCOMPARE(one.log.join(QLatin1Char(' ')), QStringLiteral("Status:3 Status:3"));
+
+        one.set("HardwareProcessing", QStringLiteral("first one"));
+        other.set("HardwareProcessing", QStringLiteral("first other"));
+        one.set("HardwareProcessing", QStringLiteral("first one two"));
+        QTRY_COMPARE_WITH_TIMEOUT(one.failures.size() + other.failures.size() > 1, true, patience);
+        Side& loser = one.failures.size() > 1 ? one : other;
+        QVERIFY2(loser.failures.last() == QStringLiteral("HardwareProcessing=1"),
+                 qPrintable(loser.failures.last()));
+        QTRY_VERIFY_WITH_TIMEOUT(one.text("HardwareProcessing") == server->text("HardwareProcessing"),
+                                 patience);
+        QTRY_VERIFY_WITH_TIMEOUT(other.text("HardwareProcessing") == server->text("HardwareProcessing"),
+                                 patience);
+    }
+
+    /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
+    /// aloud, and nobody sees anything vanish that is still there.
+    void losses()
+    {
+        server->tree.Emplace<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
+        server->map()->Add(assignment("a", 1));
+        server->publish();
+        auto client = std::make_unique<Side>(*broker);
+        client->mirror();
+        QTRY_VERIFY_WITH_TIMEOUT(client->map() && client->items() == server->items(), patience);
+
+        ::kill(static_cast<pid_t>(broker->pid()), SIGSTOP);
+        client->map()->Add(assignment("b", 2));
+        const QUuid request = client->map()->RequestAssignmentChange(assignment("a", 3));
+        server->map()->Add(assignment("c", 4));
+        broker->kill();
+        QString error;
+        QVERIFY2(broker->start(error), qPrintable(error));
+        QTRY_COMPARE_WITH_TIMEOUT(server->items(), QStringLiteral("a=1 b=2 c=4 ?1"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client->items(), server->items(), patience);
+        client->log.clear();
+        QVERIFY(server->map()->ReplyAssignmentChange(request, QString()));
+        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=2 c=4 ?0"), patience);
+
+        // The owner dies without having answered, and its next life knows other things: only the difference
+        // is heard, and nobody is told that the request was refused.
+        const QUuid lost = client->map()->RequestAssignmentChange(assignment("a", 3));
+        QTRY_COMPARE_WITH_TIMEOUT(server->map()->GetPendingRequests().size(), 1U, patience);
+        struct Listener : IObserver
+        {
+            void Update(Observable*, TChangeCode) override
+            {
+                const QString* const reply = map->FindReply(request);
+                heard << (reply ? *reply : QString::number(map->Size()));
+            }
+            ShortTimeFFPAssignmentItemMap* map;
+            QUuid request;
+            QStringList heard;
+        } listener;
+        listener.map = client->map();
+        listener.request = lost;
+        client->map()->Attach(&listener);
+        server = std::make_unique<Side>(*broker);
+        init();
+        server->tree.Emplace<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
+        for (const auto& item : {assignment("a", 1), assignment("b", 9)})
+            server->map()->Add(item);
+        server->options.takeOver = true;
+        server->publish();
+        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=9 ?0"), patience);
+        QCOMPARE(listener.heard.size(), 3);
+        QVERIFY2(listener.heard.first().contains(QLatin1String("unknown")),
+                 qPrintable(listener.heard.first()));
+        QCOMPARE(listener.heard.mid(1), QStringList({QStringLiteral("3"), QStringLiteral("2")}));
+        QVERIFY(client->tree.Find(at("WorkingState")) && !client->tree.Find(at("WorkingState"))->IsDeleted());
+
+        // Items that count as equal have the same bytes everywhere, whoever wrote last.
+        ::kill(static_cast<pid_t>(broker->pid()), SIGSTOP);
+        ShortTimeFFPAssignment null = assignment("d", 1), empty = null;
+        null.profiles = QStringList(QString());
+        empty.profiles = QStringList(QStringLiteral(""));
+        QVERIFY(null == empty);
+        server->map()->Add(null);
+        client->map()->Add(empty);
+        ::kill(static_cast<pid_t>(broker->pid()), SIGCONT);
+        const auto bytes = [](Side& side) {
+            return Kolta::ShortTimeFFPAssignment_ItemFormat::toStandardString(
+                side.map()->At(QStringLiteral("d")));
+        };
+        server->map()->Add(assignment("e", 1));
+        QTRY_VERIFY_WITH_TIMEOUT(client->map()->Contains(QStringLiteral("e")) &&
+                                     client->link->branches().first().openWishes == 0,
+                                 patience);
+        QTRY_VERIFY_WITH_TIMEOUT(bytes(*client) == bytes(*server), patience);
+        client->map()->Detach(&listener);
+    }
+
+    /// A name belongs to one process: the second one is refused, or takes over and the first one stays away.
+    void oneOwner()
+    {
+        server->publish();
+        Side rival(*broker);
+        rival.tree.Emplace<values::SelectionValue>(at("WorkingState"));
+        rival.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("of the rival"));
+        rival.join();
+        rival.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
+                            at("WorkingState"), std::make_unique<OpenPolicy>());
+        QTRY_COMPARE_WITH_TIMEOUT(rival.failures.size(), 1, patience);
+        QVERIFY2(rival.failures.first().contains(QLatin1String("taken by host")),
+                 qPrintable(rival.failures.first()));
+
+        Side client(*broker);
+        client.mirror();
+        rival.options.takeOver = true;
+        rival.publish();
+        QTRY_COMPARE_WITH_TIMEOUT(server->failures, QStringList(QStringLiteral("displaced")), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("of the rival"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.states.last(), QStringLiteral("live"), patience);
+        QCOMPARE(rival.failures.size(), 1);
+    }
+
+private:
+    std::unique_ptr<LocalBroker> broker;
+    std::unique_ptr<Side> server;
+};
+
+QTEST_GUILESS_MAIN(TestTreeLink)
+#include "tst_treelink.moc"
