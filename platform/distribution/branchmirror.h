@@ -52,7 +52,7 @@ public:
     /// collections.
     virtual void Apply(const Change& change) = 0;
     /// Executes commands on a collection, but leaves alone the keys and requests of `own`, which have own
-    /// changes on their way.
+    /// changes on their way. Also called, without commands, when `own` has become smaller.
     virtual void ApplyCommands(const QString& path, const Bytes& commands,
                                const values::PendingChanges& own) = 0;
     /// Makes the collection, where it is missing, and gives it the content that `state` and after it each of

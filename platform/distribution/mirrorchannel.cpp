@@ -212,6 +212,10 @@ void MirrorChannel::apply(const Entry& entry, quint64 number)
         commit(change, own);
     for (const QString& path : settled)
         showTruth(path);
+    if (own && m_channel != 0) {
+        for (const auto& [id, item] : m_items.All())
+            m_mirror.applyCommands(item.path, Bytes(), m_pending);
+    }
 }
 
 /// One change of the owner: into the items, and into the tree where no own change stands before it.

@@ -143,30 +143,63 @@ void MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
     }
     const Weak<ValueBase> alive(target);
     for (const CommandPiece& piece : pieces) {
-        const auto& keys = piece.scope.keys;
-        const auto& requests = piece.scope.requests;
+        const auto& [everyKey, keys, requests] = piece.scope;
         if (!alive)
             return;
-        if (piece.scope.everyKey) {
+        if (everyKey) {
             Guarded([&] {
                 target->EraseKeys([&](const std::string& key) { return !own.ContainsKey(key); },
                                   m_collector.GetLink());
             });
-        } else if (std::none_of(keys.begin(), keys.end(),
-                                [&](const auto& key) { return own.ContainsKey(key); }) &&
-                   std::none_of(requests.begin(), requests.end(),
+        } else if (keys.size() == 1 && own.ContainsKey(keys.front())) {
+            if (piece.id == values::eCommandMapSetAt)
+                m_passedOver[path][keys.front()] = Bytes(piece.bytes, piece.size);
+        } else if (std::none_of(requests.begin(), requests.end(),
                                 [&](const auto& request) { return own.ContainsRequest(request); })) {
-            const bool hasChanged = execute(piece);
-            const Bytes* const mine = keys.size() == 1 ? m_region->FindOwnSet(path, keys.front()) : nullptr;
-            // The program has written an item that counts as equal to the owner's.
-            const bool differs = mine && (mine->size() != piece.size ||
-                                          mine->compare(0, piece.size, piece.bytes, piece.size) != 0);
-            if (!hasChanged && differs && alive)
-                executeExactly(*target, piece);
-            if (mine)
-                m_region->ForgetOwnSet(path, keys.front());
+            executeSet(*target, path, piece);
         }
     }
+    if (alive)
+        catchUp(*target, path, own);
+}
+
+/// An item that the program has written, and that counts as equal to the owner's, gives way to that one.
+void MirroredTree::executeSet(ValueBase& value, const QString& path, const CommandPiece& piece)
+{
+    const Weak<ValueBase> alive(&value);
+    const bool hasChanged = execute(piece);
+    if (piece.scope.keys.size() != 1)
+        return;
+    const std::string& key = piece.scope.keys.front();
+    const Bytes* const mine = m_region->FindOwnSet(path, key);
+    const bool differs = mine && mine->compare(0, Bytes::npos, piece.bytes, piece.size) != 0;
+    m_region->ForgetOwnSet(path, key);
+    const auto passedOver = m_passedOver.find(path);
+    if (passedOver != m_passedOver.end())
+        passedOver->second.erase(key);
+    if (!hasChanged && differs && alive)
+        executeExactly(value, piece);
+}
+
+/// What was passed over is what the owner has, where its log has said nothing since.
+void MirroredTree::catchUp(ValueBase& value, const QString& path, const values::PendingChanges& own)
+{
+    const auto passedOver = m_passedOver.find(path);
+    if (passedOver == m_passedOver.end())
+        return;
+    std::vector<Bytes> due;
+    for (const auto& [key, command] : passedOver->second) {
+        if (!own.ContainsKey(key))
+            due.push_back(command);
+    }
+    const Weak<ValueBase> alive(&value);
+    for (const Bytes& command : due) {
+        std::vector<CommandPiece> pieces;
+        if (alive && ReadPieces(value, command, m_collector.GetLink(), pieces))
+            executeSet(value, path, pieces.front());
+    }
+    if (passedOver->second.empty())
+        m_passedOver.erase(path);
 }
 
 /// Whether it changed anything.

@@ -6,7 +6,9 @@
 #include <QSet>
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <string>
 
 namespace distribution {
 
@@ -45,6 +47,8 @@ private:
     void addValue(const QString& path, qint32 type, const Bytes& content);
     bool execute(const CommandPiece& piece);
     void executeExactly(values::ValueBase& value, const CommandPiece& piece);
+    void executeSet(values::ValueBase& value, const QString& path, const CommandPiece& piece);
+    void catchUp(values::ValueBase& value, const QString& path, const values::PendingChanges& own);
     void applyDifference(values::ValueBase& value, values::ValueBase& wanted);
     static void traceUnusable(const QString& path, const QString& why);
 
@@ -52,6 +56,9 @@ private:
     MirrorEvents m_events;
     std::unique_ptr<ChangeRegion> m_region;
     QSet<qint32> m_unknownTypes;
+    /// Items that the owner's log has set while own changes of them were on their way: by path and key the
+    /// last command. The owner may keep such an item, when what is set here only counts as equal to it.
+    std::map<QString, std::map<std::string, Bytes>> m_passedOver;
 };
 
 } // namespace distribution

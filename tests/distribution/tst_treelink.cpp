@@ -268,12 +268,12 @@ private Q_SLOTS:
         listener.map = client->map();
         listener.request = lost;
         client->map()->Attach(&listener);
-        server = std::make_unique<Side>(*broker);
+        broker->kill();
         init();
+        QVERIFY2(broker->start(error), qPrintable(error));
         server->tree.Emplace<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
         for (const auto& item : {assignment("a", 1), assignment("b", 9)})
             server->map()->Add(item);
-        server->options.takeOver = true;
         server->publish();
         QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=9 ?0"), patience);
         QCOMPARE(listener.heard.size(), 3);
