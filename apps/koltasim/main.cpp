@@ -1,4 +1,5 @@
 #include "options.h"
+#include "publishing.h"
 #include <common/terminationsignals.h>
 
 #include <simulation/activity.h>
@@ -9,11 +10,13 @@
 #include <QDateTime>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
 constexpr int exitFailed = 1;
 constexpr int exitWrongUsage = 2;
+constexpr int exitNameTaken = 3;
 
 void print(std::FILE* stream, const QString& text)
 {
@@ -79,6 +82,20 @@ int runServer(const Options& options)
     QObject::connect(&termination, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
     QObject::connect(&server, &SimulatedServer::quitRequested, qApp, &QCoreApplication::quit);
     print(stdout, QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort()));
+    // The first to go, so that others see the server leave.
+    std::unique_ptr<QObject> link;
+    if (!options.publish.isEmpty()) {
+        PublishingEvents events;
+        events.published = [](const QString& branch) {
+            print(stdout, QStringLiteral("published as %1\n").arg(branch));
+        };
+        events.failed = [](bool isTaken, const QString& reason) {
+            QCoreApplication::exit(fail(isTaken ? exitNameTaken : exitFailed, reason));
+        };
+        link = publishTree(installation, options, events, error);
+        if (!link)
+            return fail(exitWrongUsage, error);
+    }
     return QCoreApplication::exec();
 }
 

@@ -84,12 +84,25 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
     const QCommandLineOption log(
         QStringLiteral("log"),
         QStringLiteral("Prints links, requests, orders and misbehaviours as they happen (on stderr)."));
+    const QCommandLineOption publish(
+        QStringLiteral("publish"),
+        QStringLiteral("Share the server's value tree with other processes through the broker at "
+                       "mqtt[s]://[USER@]HOST[:PORT][/PREFIX]. A password comes from the configuration."),
+        QStringLiteral("URL"));
+    const QCommandLineOption branch(QStringLiteral("branch"),
+                                    QStringLiteral("Name under which it is shared (that of the server)."),
+                                    QStringLiteral("NAME"));
+    const QCommandLineOption takeOver(
+        QStringLiteral("take-over"),
+        QStringLiteral("Share it also when another process has the name, which is displaced then."));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Simulates one server of an installation until it is interrupted. Its first line of output "
-        "says where it listens. Exit codes: 0 interrupted, 1 cannot start, 2 wrong usage."));
-    parser.addOptions(
-        {installation, listen, tls, tlsClients, users, plainNetwork, log, misbehave, seed, activity, period});
+        "says where it listens, and \"published as NAME\" follows. Exit codes: 0 interrupted, 1 cannot "
+        "start, "
+        "2 wrong usage, 3 the name is taken or was taken over."));
+    parser.addOptions({installation, listen, tls, tlsClients, users, plainNetwork, log, misbehave, seed,
+                       activity, period, publish, branch, takeOver});
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this help."));
     parser.addOption(help);
@@ -134,6 +147,13 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
     if (!seedOk || !periodOk || options.period < 1) {
         message = seedOk ? QStringLiteral("--period: expected a number of milliseconds, at least 1")
                          : QStringLiteral("--seed: expected a number");
+        return ParseResult::Wrong;
+    }
+    options.publish = parser.value(publish);
+    options.branch = parser.value(branch);
+    options.takeOver = parser.isSet(takeOver);
+    if (options.publish.isEmpty() && (parser.isSet(publish) || parser.isSet(branch) || options.takeOver)) {
+        message = QStringLiteral("--branch and --take-over belong to --publish, which expects a URL");
         return ParseResult::Wrong;
     }
     return readMisbehaviour(parser.values(misbehave), options, message) ? ParseResult::Run

@@ -22,6 +22,9 @@ struct Options
     quint32 seed = 1;
     bool activity = false;
     int period = 500; ///< milliseconds from one activity to the next
+    QString publish;  ///< URL of a broker; empty: the value tree is not shared
+    QString branch;   ///< name under which it is; empty: that of the server
+    bool takeOver = false;
 };
 
 /// What became of the command line.

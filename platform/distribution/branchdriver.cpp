@@ -10,7 +10,7 @@
 namespace distribution {
 
 namespace {
-constexpr qint64 longestTimerMs = 3600 * 1000;
+constexpr qint64 kLongestTimerMs = 3600 * 1000;
 }
 
 qint64 BootTimeMs()
@@ -100,7 +100,7 @@ void BranchDriver::schedule()
         return;
     }
     const qint64 wait = std::max(m_wakeAtMs - BootTimeMs(), qint64(0));
-    m_timer.start(static_cast<int>(std::min(wait, longestTimerMs)));
+    m_timer.start(static_cast<int>(std::min(wait, kLongestTimerMs)));
 }
 
 } // namespace distribution

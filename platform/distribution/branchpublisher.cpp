@@ -9,7 +9,7 @@ namespace distribution {
 namespace {
 
 /// After a loss, so long another owner that took the line has to say so.
-constexpr int againAfterMs = 300;
+constexpr int kAgainAfterMs = 300;
 
 OwnerSettings settingsFor(const LinkOptions& options, const PublishedBranch& branch)
 {
@@ -52,7 +52,7 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
     m_carrier->onMessage = [this](const Bytes& topic, const Bytes& payload) { onMessage(topic, payload); };
     m_carrier->onRefused = [this](const Bytes& topic, const QString& text) { onRefused(topic, text); };
     m_again.setSingleShot(true);
-    m_again.setInterval(againAfterMs);
+    m_again.setInterval(kAgainAfterMs);
     QObject::connect(&m_again, &QTimer::timeout, &m_again, [this] { probe(); });
     OwnerEvents events;
     events.displaced = [this] {
@@ -104,7 +104,7 @@ void BranchPublisher::onUp(std::size_t maximumPayload)
 
 void BranchPublisher::onDown(DownReason reason, const QString& text)
 {
-    if (m_state == PublicationState::Failed || m_state == PublicationState::Displaced)
+    if (m_state != PublicationState::Waiting && m_state != PublicationState::Online)
         return;
     if (!m_probe && m_wasOnline) {
         m_driver.Do([this, reason](qint64 nowMs) { return m_owner->OnDown(reason, nowMs); });
@@ -146,7 +146,7 @@ void BranchPublisher::endProbe()
             end(PublicationState::Displaced,
                 QStringLiteral("another process publishes \"%1\" now, on host %2").arg(m_branch.name, host));
         else if (isTaken && !m_options.takeOver)
-            end(PublicationState::Failed,
+            end(PublicationState::NameTaken,
                 QStringLiteral("the name \"%1\" is taken by host %2").arg(m_branch.name, host));
         else {
             m_displaced = isTaken ? m_probe->GetClaim() : QUuid();
@@ -160,8 +160,9 @@ void BranchPublisher::onRefused(const Bytes& topic, const QString& text)
 {
     if (m_probe || topic != m_topics.Live(m_branch.name))
         return;
-    end(PublicationState::Failed, QStringLiteral("the broker does not let the user \"%1\" publish \"%2\": %3")
-                                      .arg(QString::fromStdString(m_options.User()), m_branch.name, text));
+    end(PublicationState::Forbidden,
+        QStringLiteral("the broker does not let the user \"%1\" publish \"%2\": %3")
+            .arg(QString::fromStdString(m_options.User()), m_branch.name, text));
 }
 
 void BranchPublisher::end(PublicationState state, const QString& reason)

@@ -5,6 +5,7 @@
 #include <distribution/linkoptions.h>
 #include <distribution/nameprobe.h>
 #include <distribution/ownedtree.h>
+#include <distribution/publicationstate.h>
 
 #include <QString>
 #include <QStringList>
@@ -22,13 +23,6 @@ struct PublishedBranch
     QString name;
     QStringList roots;
     QString sentinel; ///< path of the value whose existence says that the owner lives; empty: none
-};
-
-enum class PublicationState {
-    Waiting, ///< for the broker, or for the name to prove free
-    Online,  ///< published
-    Failed, ///< the name is taken, or the broker does not let this user publish it; nothing is tried any more
-    Displaced ///< another process has taken the name over; nothing is published any more
 };
 
 /// One branch of this process with a connection of its own, under an identifier that the broker admits once.

@@ -7,8 +7,8 @@ namespace distribution {
 
 namespace {
 
-constexpr quint16 plainPort = 1883;
-constexpr quint16 tlsPort = 8883;
+constexpr quint16 kPlainPort = 1883;
+constexpr quint16 kTlsPort = 8883;
 
 /// Whether it can be the first levels of a topic.
 bool isPrefix(const QString& prefix)
@@ -35,7 +35,7 @@ std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString&
     BrokerAddress address;
     address.tls = isTls;
     address.host = parsed.host();
-    address.port = static_cast<quint16>(parsed.port(isTls ? tlsPort : plainPort));
+    address.port = static_cast<quint16>(parsed.port(isTls ? kTlsPort : kPlainPort));
     address.user = parsed.userName(QUrl::FullyDecoded).toUtf8();
     address.password = parsed.password(QUrl::FullyDecoded).toUtf8();
     QString prefix = parsed.path(QUrl::FullyDecoded).mid(1);

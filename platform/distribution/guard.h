@@ -1,10 +1,8 @@
 #pragma once
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <QString>
-
-#include <exception>
 
 namespace distribution {
 
@@ -12,17 +10,14 @@ namespace distribution {
 template<class Call>
 void Guarded(const Call& call)
 {
-    QString thrown = QStringLiteral("unknown exception");
+    enum eTracePoint : int { eObserverException = 1 };
+    constexpr Startup::TraceSource kTrace("platform/distribution/guard", Startup::eTraceError);
     try {
         call();
-        return;
-    } catch (const std::exception& error) {
-        thrown = QString::fromUtf8(error.what());
     } catch (...) {
+        kTrace(eObserverException,
+               QStringLiteral("An observer has thrown: %1").arg(Startup::CurrentExceptionText()));
     }
-    Startup::ErrorHandler::Instance().trace(Startup::eTraceError,
-                                            QStringLiteral("platform/distribution/guard"), 1,
-                                            QStringLiteral("An observer has thrown: %1").arg(thrown));
 }
 
 } // namespace distribution

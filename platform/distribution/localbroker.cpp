@@ -18,8 +18,8 @@ namespace distribution {
 
 namespace {
 
-constexpr int startLimitMs = 10000;
-constexpr int endLimitMs = 5000;
+constexpr int kStartLimitMs = 10000;
+constexpr int kEndLimitMs = 5000;
 
 /// A socket that ends with the scope.
 class Socket
@@ -164,9 +164,9 @@ void LocalBroker::end(bool gently)
     m_process->isWanted = false;
     if (gently)
         m_process->terminate();
-    if (!gently || !m_process->waitForFinished(endLimitMs))
+    if (!gently || !m_process->waitForFinished(kEndLimitMs))
         m_process->kill();
-    m_process->waitForFinished(endLimitMs);
+    m_process->waitForFinished(kEndLimitMs);
     m_process.reset();
 }
 
@@ -209,7 +209,7 @@ bool LocalBroker::writeFiles(QString& error)
     // The broker takes passwords in hashed form only.
     QProcess hash;
     hash.start(findProgram(QStringLiteral("mosquitto_passwd")), {QStringLiteral("-U"), filePath("users")});
-    if (hash.waitForFinished(startLimitMs) && hash.exitStatus() == QProcess::NormalExit &&
+    if (hash.waitForFinished(kStartLimitMs) && hash.exitStatus() == QProcess::NormalExit &&
         hash.exitCode() == 0)
         return true;
     error = QStringLiteral("mosquitto_passwd could not hash the passwords (Debian package mosquitto)");
@@ -220,7 +220,7 @@ bool LocalBroker::waitUntilItListens(QString& error)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (!elapsed.hasExpired(startLimitMs) && m_process->state() != QProcess::NotRunning) {
+    while (!elapsed.hasExpired(kStartLimitMs) && m_process->state() != QProcess::NotRunning) {
         if (m_process->state() == QProcess::Running && Socket().connectTo(m_port))
             return true;
         m_process->waitForFinished(10);

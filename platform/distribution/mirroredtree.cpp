@@ -3,7 +3,8 @@
 #include <distribution/guard.h>
 #include <distribution/treecontent.h>
 
-#include <values/defaultvaluecreator.h>
+#include <startup/tracesource.h>
+
 #include <values/value.h>
 
 #include <algorithm>
@@ -21,6 +22,9 @@ using values::ByteReader;
 using values::ValueBase;
 using values::Weak;
 using values::WishFailure;
+
+enum eTracePoint : int { eUnusable = 1 };
+constexpr Startup::TraceSource kTrace("platform/distribution/mirroredtree", Startup::eTraceError);
 
 WishFailure failureOf(WishResult result)
 {
@@ -308,9 +312,7 @@ void MirroredTree::OnWishFailed(const FailedWish& wish)
 
 void MirroredTree::traceUnusable(const QString& path, const QString& why)
 {
-    Startup::ErrorHandler::Instance().trace(Startup::eTraceError,
-                                            QStringLiteral("platform/distribution/mirroredtree"), 1,
-                                            QStringLiteral("%1 cannot be mirrored: %2").arg(path, why));
+    kTrace(eUnusable, QStringLiteral("%1 cannot be mirrored: %2").arg(path, why));
 }
 
 } // namespace distribution

@@ -1,14 +1,19 @@
 #include <distribution/mirrorlink.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <utility>
 
 namespace distribution {
 
 namespace {
+
+enum eTracePoint : int { eRefused = 1 };
+constexpr Startup::TraceSource kTrace("platform/distribution/mirrorlink", Startup::eTraceError);
+
 /// Of branches that are heard of: each costs memory, and their names come from outside.
-constexpr std::size_t mostBranches = 10000;
+constexpr std::size_t kMostBranches = 10000;
+
 } // namespace
 
 struct MirrorLink::Branch
@@ -102,7 +107,7 @@ MirrorLink::Branch* MirrorLink::branch(const QString& name)
     if (found != m_branches.end())
         return found->second.get();
     const bool isWanted = m_wanted.contains(QStringLiteral("*")) || m_wanted.contains(name);
-    if (!isWanted || m_excluded.contains(name) || m_branches.size() >= mostBranches)
+    if (!isWanted || m_excluded.contains(name) || m_branches.size() >= kMostBranches)
         return nullptr;
     MirrorSettings settings;
     settings.branch = name;
@@ -163,10 +168,8 @@ void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
 
 void MirrorLink::onRefused(const Bytes& bytes, const QString& text)
 {
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceError, QStringLiteral("platform/distribution/mirrorlink"), 1,
-        QStringLiteral("The broker refuses \"%1\" to the user \"%2\": %3")
-            .arg(QString::fromStdString(bytes), QString::fromStdString(m_options.User()), text));
+    kTrace(eRefused, QStringLiteral("The broker refuses \"%1\" to the user \"%2\": %3")
+                         .arg(QString::fromStdString(bytes), QString::fromStdString(m_options.User()), text));
     for (const QString& name : qAsConst(m_wanted)) {
         Branch* const forbidden =
             bytes == m_topics.Log(name, 0) || bytes == m_topics.Live(name) ? branch(name) : nullptr;

@@ -11,13 +11,13 @@ namespace distribution {
 
 namespace {
 
-constexpr int firstRetryMs = 200;
-constexpr int longestRetryMs = 10000;
-constexpr int refusedRetryMs = 30000;
+constexpr int kFirstRetryMs = 200;
+constexpr int kLongestRetryMs = 10000;
+constexpr int kRefusedRetryMs = 30000;
 /// A connection that held so long was a good one.
-constexpr int goodAfterMs = 5000;
-constexpr int patienceMs = 15000;
-constexpr int leaveLimitMs = 1000;
+constexpr int kGoodAfterMs = 5000;
+constexpr int kPatienceMs = 15000;
+constexpr int kLeaveLimitMs = 1000;
 
 /// A listener may destroy the carrier, and the function with it.
 template<class... Arguments>
@@ -37,16 +37,16 @@ int scattered(int milliseconds)
 
 } // namespace
 
-MqttCarrier::MqttCarrier(const MqttOptions& options) : m_options(options), m_retryMs(firstRetryMs)
+MqttCarrier::MqttCarrier(const MqttOptions& options) : m_options(options), m_retryMs(kFirstRetryMs)
 {
     m_retry.setSingleShot(true);
     m_patience.setSingleShot(true);
-    m_patience.setInterval(patienceMs);
+    m_patience.setInterval(kPatienceMs);
     QObject::connect(&m_retry, &QTimer::timeout, &m_context, [this] { connect(); });
     QObject::connect(&m_patience, &QTimer::timeout, &m_context, [this] {
         down(DownReason::Lost, QStringLiteral("%1: no answer within %2 s")
                                    .arg(m_options.address.ToText())
-                                   .arg(patienceMs / 1000));
+                                   .arg(kPatienceMs / 1000));
     });
 }
 
@@ -54,7 +54,7 @@ MqttCarrier::~MqttCarrier()
 {
     m_connection.reset();
     if (m_left)
-        m_left->WaitForEnd(leaveLimitMs);
+        m_left->WaitForEnd(kLeaveLimitMs);
 }
 
 void MqttCarrier::Open(const Will& will, const Bytes& clientId)
@@ -63,7 +63,7 @@ void MqttCarrier::Open(const Will& will, const Bytes& clientId)
     m_will = will;
     m_clientId = clientId;
     m_isOpen = true;
-    m_retryMs = firstRetryMs;
+    m_retryMs = kFirstRetryMs;
     connect();
 }
 
@@ -173,13 +173,13 @@ void MqttCarrier::down(DownReason reason, const QString& text)
     const bool wasUp = std::exchange(m_isUp, false);
     m_patience.stop();
     m_connection.reset();
-    if (wasUp && m_upSince.hasExpired(goodAfterMs))
-        m_retryMs = firstRetryMs;
+    if (wasUp && m_upSince.hasExpired(kGoodAfterMs))
+        m_retryMs = kFirstRetryMs;
     if (reason == DownReason::Lost) {
         m_retry.start(scattered(m_retryMs));
-        m_retryMs = std::min(2 * m_retryMs, longestRetryMs);
+        m_retryMs = std::min(2 * m_retryMs, kLongestRetryMs);
     } else if (reason == DownReason::Refused) {
-        m_retry.start(scattered(refusedRetryMs));
+        m_retry.start(scattered(kRefusedRetryMs));
     }
     // The same failure of one attempt after the other is told once.
     if (wasUp || m_said != text) {

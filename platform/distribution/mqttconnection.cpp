@@ -33,13 +33,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int inflightMessages = 1000;
-constexpr unsigned int lostAfterMs = 15000;
-constexpr auto leaveLimit = std::chrono::seconds(1);
-constexpr std::size_t takenAtOnce = 1U << 20U;
+constexpr int kInflightMessages = 1000;
+constexpr unsigned int kLostAfterMs = 15000;
+constexpr auto kLeaveLimit = std::chrono::seconds(1);
+constexpr std::size_t kTakenAtOnce = 1U << 20U;
 /// Of a packet beside topic and payload.
-constexpr std::size_t packetOverhead = 1024;
-constexpr std::size_t largestPayload = 64U << 20U;
+constexpr std::size_t kPacketOverhead = 1024;
+constexpr std::size_t kLargestPayload = 64U << 20U;
 
 std::size_t sizeOf(const Bytes& topic, const Bytes& payload)
 {
@@ -251,8 +251,8 @@ bool MqttConnection::Worker::connect()
         return fail(DownReason::Lost, QStringLiteral("no memory"));
     mosquitto_int_option(handle, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
     mosquitto_int_option(handle, MOSQ_OPT_TCP_NODELAY, 1);
-    mosquitto_int_option(handle, MOSQ_OPT_RECEIVE_MAXIMUM, inflightMessages);
-    mosquitto_max_inflight_messages_set(handle, inflightMessages);
+    mosquitto_int_option(handle, MOSQ_OPT_RECEIVE_MAXIMUM, kInflightMessages);
+    mosquitto_max_inflight_messages_set(handle, kInflightMessages);
     mosquitto_connect_v5_callback_set(
         handle, [](mosquitto*, void* self, int code, int, const mosquitto_property* properties) {
             static_cast<Worker*>(self)->onConnect(code, properties);
@@ -322,8 +322,8 @@ bool MqttConnection::Worker::open()
         return fail(m_tls && !m_tls->Refusal().isEmpty() ? DownReason::Refused : DownReason::Lost,
                     textOf(code));
     // What is not acknowledged for so long will not be; the system itself would try for a quarter of an hour.
-    setsockopt(mosquitto_socket(m_handle.get()), IPPROTO_TCP, TCP_USER_TIMEOUT, &lostAfterMs,
-               sizeof lostAfterMs);
+    setsockopt(mosquitto_socket(m_handle.get()), IPPROTO_TCP, TCP_USER_TIMEOUT, &kLostAfterMs,
+               sizeof kLostAfterMs);
     return true;
 }
 
@@ -413,14 +413,15 @@ void MqttConnection::Worker::takeOrders()
         const std::lock_guard<std::mutex> lock(m_shared->mutex);
         auto& outbox = m_shared->outbox;
         const std::size_t room =
-            m_isUp && !m_isDown ? inflightMessages - std::min<std::size_t>(inflightMessages, m_waiting.size())
-                                : 0;
+            m_isUp && !m_isDown
+                ? kInflightMessages - std::min<std::size_t>(kInflightMessages, m_waiting.size())
+                : 0;
         const auto end = outbox.begin() + static_cast<std::ptrdiff_t>(std::min(room, outbox.size()));
         orders.assign(std::make_move_iterator(outbox.begin()), std::make_move_iterator(end));
         outbox.erase(outbox.begin(), end);
         if (m_shared->isLeaving && !m_isLeaving) {
             m_isLeaving = true;
-            m_leaveBy = Clock::now() + leaveLimit;
+            m_leaveBy = Clock::now() + kLeaveLimit;
         }
     }
     for (const Order& order : orders)
@@ -504,8 +505,8 @@ void MqttConnection::Worker::onConnect(int code, const mosquitto_property* prope
         m_shared->isUp = true;
     }
     const std::size_t largest =
-        largestPacket > 2 * packetOverhead ? largestPacket - packetOverhead : largestPayload;
-    m_shared->push({Event::Up, {}, {}, std::min(largest, largestPayload), {}, {}});
+        largestPacket > 2 * kPacketOverhead ? largestPacket - kPacketOverhead : kLargestPayload;
+    m_shared->push({Event::Up, {}, {}, std::min(largest, kLargestPayload), {}, {}});
 }
 
 void MqttConnection::Worker::onDisconnect(int code)
@@ -623,7 +624,7 @@ bool MqttConnection::Take(std::vector<Event>& events)
 {
     const std::lock_guard<std::mutex> lock(m_shared->mutex);
     std::deque<Event>& inbox = m_shared->inbox;
-    for (std::size_t taken = 0; !inbox.empty() && taken < takenAtOnce; inbox.pop_front()) {
+    for (std::size_t taken = 0; !inbox.empty() && taken < kTakenAtOnce; inbox.pop_front()) {
         const std::size_t size = sizeOf(inbox.front().topic, inbox.front().payload);
         taken += size;
         m_shared->inboxBytes -= size;

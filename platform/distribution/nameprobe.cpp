@@ -7,7 +7,7 @@ namespace distribution {
 
 namespace {
 /// So long the retained claim of an owner takes at most to come.
-constexpr qint64 claimMs = 500;
+constexpr qint64 kClaimMs = 500;
 } // namespace
 
 NameProbe::NameProbe(QString branch, const Topics& topics, qint64 beatMs, const QUuid& own)
@@ -17,7 +17,7 @@ NameProbe::NameProbe(QString branch, const Topics& topics, qint64 beatMs, const 
 
 Output NameProbe::OnUp(qint64 nowMs)
 {
-    m_endAtMs = nowMs + claimMs;
+    m_endAtMs = nowMs + kClaimMs;
     Output out = finish();
     out.subscribe = {m_topics.Live(m_branch), m_topics.Beat(m_branch)};
     return out;

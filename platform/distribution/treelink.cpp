@@ -5,7 +5,7 @@
 #include <distribution/mirrorlink.h>
 #include <distribution/mqttcarrier.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <values/defaultvaluecreator.h>
 
@@ -20,13 +20,10 @@ namespace distribution {
 namespace {
 
 /// For so long after the last news branches that nobody has named are still looked for.
-constexpr int discoveryMs = 300;
+constexpr int kDiscoveryMs = 300;
 
-void trace(quint32 channel, int tracePoint, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(channel, QStringLiteral("platform/distribution/treelink"),
-                                            tracePoint, text);
-}
+enum eTracePoint : int { ePublication = 1, eLinkDown = 2, eBranch = 3, eWishFailed = 4 };
+constexpr Startup::TraceSource kTrace("platform/distribution/treelink", Startup::eTraceWarning);
 
 } // namespace
 
@@ -60,6 +57,7 @@ TreeLink::TreeLink(values::Tree& tree, CarrierFactory carriers, const LinkOption
     , m_packer(std::make_unique<StatePacker>())
 {
     qRegisterMetaType<BranchState>();
+    qRegisterMetaType<PublicationState>();
     values::RegisterPlainValues();
     m_collector->SetCompared(options.compared);
 }
@@ -86,11 +84,11 @@ bool TreeLink::publish(const QString& branch, const QStringList& roots, const QS
         *m_collector, *m_packer, m_carriers(), m_options, PublishedBranch{branch, roots, sentinel},
         std::move(policy), [this, branch](PublicationState state, const QString& reason) {
             if (!reason.isEmpty())
-                trace(Startup::eTraceWarning, 1, QStringLiteral("Branch \"%1\": %2").arg(branch, reason));
+                kTrace(ePublication, QStringLiteral("Branch \"%1\": %2").arg(branch, reason));
             if (state == PublicationState::Online)
                 Q_EMIT si_Published(branch);
             else if (state != PublicationState::Waiting)
-                Q_EMIT si_PublicationFailed(branch, state == PublicationState::Displaced, reason);
+                Q_EMIT si_PublicationFailed(branch, state, reason);
         }));
     return true;
 }
@@ -109,15 +107,16 @@ void TreeLink::mirror(const QStringList& branches)
         MirrorLinkEvents events;
         events.linkChanged = [this](bool isUp, const QString& reason) {
             if (!reason.isEmpty())
-                trace(Startup::eTraceWarning, 2, reason);
+                kTrace(eLinkDown, reason);
             Q_EMIT si_LinkChanged(isUp, reason);
         };
         events.branchChanged = [this](const QString& branch, BranchState state) {
-            trace(Startup::eTraceInfo, 3, QStringLiteral("Branch \"%1\" is %2").arg(branch, ToText(state)));
+            kTrace(eBranch, QStringLiteral("Branch \"%1\" is %2").arg(branch, ToText(state)),
+                   Startup::eTraceInfo);
             Q_EMIT si_BranchChanged(branch, state);
         };
         events.wishFailed = [this](const QString& path, const QString& reason) {
-            trace(Startup::eTraceWarning, 4, QStringLiteral("A change did not last: %1").arg(reason));
+            kTrace(eWishFailed, QStringLiteral("A change did not last: %1").arg(reason));
             Q_EMIT si_WishFailed(path, reason);
         };
         m_mirrors =
@@ -192,7 +191,7 @@ bool TreeLink::waitForLive(const QStringList& branches, int milliseconds)
         if (!isLive)
             settled.stop();
         else if (branches.isEmpty())
-            settled.start(discoveryMs);
+            settled.start(kDiscoveryMs);
         else
             loop.quit();
     };

@@ -2,6 +2,7 @@
 
 #include <distribution/branchmirror.h>
 #include <distribution/linkoptions.h>
+#include <distribution/publicationstate.h>
 #include <distribution/writepolicy.h>
 
 #include <values/tree.h>
@@ -83,9 +84,9 @@ Q_SIGNALS:
     void si_BranchChanged(const QString& branch, distribution::BranchState state);
     /// The branch is published, and will be until si_PublicationFailed, or again after a loss of the line.
     void si_Published(const QString& branch);
-    /// The branch is not published, and nothing is tried any more: its name is taken or was taken over
-    /// (`displaced`), or the broker does not allow it.
-    void si_PublicationFailed(const QString& branch, bool displaced, const QString& reason);
+    /// The branch is not published, for the reason that `state` names, and nothing is tried any more.
+    void si_PublicationFailed(const QString& branch, distribution::PublicationState state,
+                              const QString& reason);
     /// A change that was made here did not last, or nobody knows whether it did.
     void si_WishFailed(const QString& path, const QString& reason);
 
@@ -103,3 +104,4 @@ private:
 } // namespace distribution
 
 Q_DECLARE_METATYPE(distribution::BranchState)
+Q_DECLARE_METATYPE(distribution::PublicationState)

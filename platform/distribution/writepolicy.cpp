@@ -32,8 +32,18 @@ bool isWhole(const QString& name)
 
 } // namespace
 
+/// The collections stand beside the administrative node, in the tree of the data.
+ServerPolicy::ServerPolicy(const QString& administration)
+    : m_administration(administration), m_shortTime(administration.section(QLatin1Char('/'), 0, -2))
+{
+    m_shortTime.replace(QLatin1String("/AdminTree/"), QLatin1String("/DataTree/"))
+        .append(QLatin1String("/ShortTime/"));
+}
+
 bool ServerPolicy::Allows(const Request& request) const
 {
+    if (request.operation == Operation::Commands && request.path.startsWith(m_shortTime))
+        return true;
     if (!request.path.startsWith(m_administration + QLatin1Char('/')))
         return false;
     const QString below = request.path.mid(m_administration.size() + 1);

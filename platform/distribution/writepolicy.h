@@ -53,11 +53,12 @@ class ServerPolicy final : public IWritePolicy
 {
 public:
     /// `administration`: path of the node, ".../ADMINISTRATION".
-    explicit ServerPolicy(const QString& administration) : m_administration(administration) {}
+    explicit ServerPolicy(const QString& administration);
     bool Allows(const Request& request) const override;
 
 private:
     QString m_administration;
+    QString m_shortTime; ///< what the paths of the collections begin with
 };
 
 } // namespace distribution

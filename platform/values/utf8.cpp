@@ -84,8 +84,8 @@ bool readCharacter(ByteReader& in, uint& character)
             return false;
         character = (character << 6U) | (next & 0x3fU);
     }
-    constexpr uint smallest[] = {0, 0x80U, 0x800U, 0x10000U};
-    return character >= smallest[tail] && character <= QChar::LastValidCodePoint;
+    constexpr uint kSmallest[] = {0, 0x80U, 0x800U, 0x10000U};
+    return character >= kSmallest[tail] && character <= QChar::LastValidCodePoint;
 }
 
 bool readStrictly(ByteReader in, QString& text)
@@ -128,8 +128,8 @@ void AppendUtf8(std::string& out, const QString& text)
 
 bool ReadUtf8(ByteReader& in, QString& text)
 {
-    constexpr std::size_t longest = std::size_t(1) << 29U; // what a QString can hold
-    if (in.Remaining() > longest)
+    constexpr std::size_t kLongest = std::size_t(1) << 29U; // what a QString can hold
+    if (in.Remaining() > kLongest)
         return false;
     // Qt reads fast, but leaves a leading mark of the byte order out and puts U+FFFD for whatever is wrong.
     const QString fast = QString::fromUtf8(in.Position(), static_cast<int>(in.Remaining()));

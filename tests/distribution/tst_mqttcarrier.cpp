@@ -12,7 +12,7 @@ using namespace distribution;
 
 namespace {
 
-constexpr int patience = 5000;
+constexpr int kPatience = 5000;
 
 /// A carrier with all that it says, word by word.
 struct Client
@@ -44,7 +44,7 @@ struct Client
         const QString mark = QString::fromStdString(topic + "=");
         carrier->Subscribe(topic);
         publish(topic, {});
-        QTRY_VERIFY_WITH_TIMEOUT(messages.contains(mark), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(messages.contains(mark), kPatience);
         messages.removeAll(mark);
     }
 
@@ -173,7 +173,7 @@ private Q_SLOTS:
         reader.filters = {"t/#"};
         reader.open();
         writer.open("owner", {"t/will", "dead"});
-        QTRY_VERIFY_WITH_TIMEOUT(writer.ups == 1 && reader.ups == 1, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(writer.ups == 1 && reader.ups == 1, kPatience);
         reader.sync();
 
         QStringList expected;
@@ -183,39 +183,39 @@ private Q_SLOTS:
         }
         const Bytes large(5U << 20U, 'x');
         writer.publish("t/log", large);
-        QTRY_COMPARE_WITH_TIMEOUT(reader.messages.size(), 3001, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(reader.messages.size(), 3001, kPatience);
         QCOMPARE(reader.messages.takeLast().size(), int(large.size() + 6));
         QCOMPARE(reader.messages, expected);
         reader.messages.clear();
         reader.carrier->Subscribe("t/log");
-        QTRY_COMPARE_WITH_TIMEOUT(reader.messages, QStringList(QStringLiteral("t/log=2999")), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(reader.messages, QStringList(QStringLiteral("t/log=2999")), kPatience);
 
         // Another program with the same identifier takes the line over; its crash publishes its will.
         Client rival(optionsFor(broker));
         rival.open("owner", {"t/will", "crash"});
-        QTRY_VERIFY_WITH_TIMEOUT(rival.ups == 1 && writer.downs.size() == 1, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(rival.ups == 1 && writer.downs.size() == 1, kPatience);
         writer.carrier->Close();
         rival.carrier.reset();
-        QTRY_VERIFY_WITH_TIMEOUT(reader.messages.contains(QStringLiteral("t/will=crash")), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(reader.messages.contains(QStringLiteral("t/will=crash")), kPatience);
 
         // Who takes leave has no will, and all that was published before arrives.
         writer.open("owner", {"t/will", "dead"});
-        QTRY_COMPARE_WITH_TIMEOUT(writer.ups, 2, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(writer.ups, 2, kPatience);
         reader.messages.clear();
         for (int i = 0; i < 500; ++i)
             writer.publish("t/last", std::to_string(i));
         writer.carrier->Close();
-        QTRY_COMPARE_WITH_TIMEOUT(reader.messages.size(), 500, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(reader.messages.size(), 500, kPatience);
         reader.sync();
         QVERIFY(reader.messages.size() == 500);
 
         // The broker dies and returns: nothing of what was said meanwhile is sent late.
         broker.kill();
-        QTRY_COMPARE_WITH_TIMEOUT(reader.downs.size(), 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(reader.downs.size(), 1, kPatience);
         QCOMPARE(reader.downs.first().first, DownReason::Lost);
         reader.publish("t/late", "1");
         QVERIFY2(broker.start(error), qPrintable(error));
-        QTRY_COMPARE_WITH_TIMEOUT(reader.ups, 2, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(reader.ups, 2, kPatience);
         reader.messages.clear();
         reader.sync();
         QCOMPARE(reader.messages, QStringList());
@@ -243,7 +243,7 @@ private Q_SLOTS:
             client.publish("t", "x");
             QVERIFY2(elapsed.elapsed() < 20, "open() blocks");
             if (*says) {
-                QTRY_COMPARE_WITH_TIMEOUT(client.downs.size(), 1, patience);
+                QTRY_COMPARE_WITH_TIMEOUT(client.downs.size(), 1, kPatience);
                 QVERIFY2(client.downs.first().second.contains(QLatin1String(says)),
                          qPrintable(client.downs.first().second));
             }
@@ -283,7 +283,7 @@ private Q_SLOTS:
         for (const auto& [client, says] :
              {std::make_pair(&nobody, "without user"), std::make_pair(&wrong, "the user \"u\""),
               std::make_pair(&withoutFile, "/nowhere/password")}) {
-            QTRY_COMPARE_WITH_TIMEOUT(client->downs.size(), 1, patience);
+            QTRY_COMPARE_WITH_TIMEOUT(client->downs.size(), 1, kPatience);
             const auto& [reason, text] = client->downs.first();
             QCOMPARE(reason, DownReason::Refused);
             QVERIFY2(text.contains(QLatin1String(says)) && !text.contains(QLatin1String("secret")),
@@ -291,7 +291,7 @@ private Q_SLOTS:
         }
 
         // In another's name nothing is said: no log, no claim, no emptied claim, no wish.
-        QTRY_VERIFY_WITH_TIMEOUT(user.ups == 1 && server.ups == 1, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(user.ups == 1 && server.ups == 1, kPatience);
         const QStringList forged{QStringLiteral("kolta/1/b/S1/log/0"), QStringLiteral("kolta/1/b/S1/live"),
                                  QStringLiteral("kolta/1/b/S1/beat"),
                                  QStringLiteral("kolta/1/b/S1/up/other/s"),
@@ -306,7 +306,7 @@ private Q_SLOTS:
         user.sync();
         QCOMPARE(user.refused, forged);
         QTRY_COMPARE_WITH_TIMEOUT(server.messages, QStringList(QStringLiteral("kolta/1/b/S1/up/u/s=wish")),
-                                  patience);
+                                  kPatience);
         QCOMPARE(user.messages, QStringList(QStringLiteral("kolta/1/b/S1/live=alive")));
     }
 
@@ -325,7 +325,7 @@ private Q_SLOTS:
             client.open();
             QElapsedTimer elapsed;
             elapsed.start();
-            while (client.ups + client.downs.size() == 0 && !elapsed.hasExpired(patience))
+            while (client.ups + client.downs.size() == 0 && !elapsed.hasExpired(kPatience))
                 QTest::qWait(10);
             if (client.ups > 0) {
                 client.sync();

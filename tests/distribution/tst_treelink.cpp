@@ -19,7 +19,7 @@ using values::StringValue;
 
 namespace {
 
-constexpr int patience = 8000;
+constexpr int kPatience = 8000;
 
 QString at(const char* name)
 {
@@ -54,8 +54,9 @@ struct Side : values::ITreeListener
         QObject::connect(link.get(), &TreeLink::si_BranchChanged,
                          [this](const QString&, BranchState state) { states << ToText(state); });
         QObject::connect(link.get(), &TreeLink::si_PublicationFailed,
-                         [this](const QString&, bool displaced, const QString& reason) {
-                             failures << (displaced ? QStringLiteral("displaced") : reason);
+                         [this](const QString&, PublicationState state, const QString& reason) {
+                             failures << (state == PublicationState::Displaced ? QStringLiteral("displaced")
+                                                                               : reason);
                          });
     }
     void publish(std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>())
@@ -64,13 +65,13 @@ struct Side : values::ITreeListener
         QSignalSpy published(link.get(), &TreeLink::si_Published);
         link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
                       at("WorkingState"), std::move(policy));
-        QVERIFY(published.wait(patience));
+        QVERIFY(published.wait(kPatience));
     }
     void mirror()
     {
         join();
         link->mirror({QStringLiteral("*")});
-        QVERIFY(link->waitForLive({QStringLiteral("S1")}, patience));
+        QVERIFY(link->waitForLive({QStringLiteral("S1")}, kPatience));
     }
     QString text(const char* name) const
     {
@@ -160,7 +161,7 @@ private Q_SLOTS:
         server->set("Resources", large);
         server->set("Resources", large + QLatin1Char('x'));
         server->tree.FindAs<StringValue>(at("Resources"))->Announce(eChangeUser);
-        QTRY_COMPARE_WITH_TIMEOUT(client.log.size(), 3, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.log.size(), 3, kPatience);
         QCOMPARE(client.log.join(QLatin1Char(' ')), QStringLiteral("Resources:3 Resources:3 Resources!19"));
         QCOMPARE(client.text("Resources"), large + QLatin1Char('x'));
 
@@ -170,7 +171,7 @@ private Q_SLOTS:
         client.set("ChangedTuners", QStringLiteral("t"));
         client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce();
         QTRY_COMPARE_WITH_TIMEOUT(server->log.join(QLatin1Char(' ')),
-                                  QStringLiteral("ChangedTuners:3 ChangedTuners!3"), patience);
+                                  QStringLiteral("ChangedTuners:3 ChangedTuners!3"), kPatience);
         struct Reader : IObserver
         {
             void Update(Observable* source, TChangeCode code) override
@@ -187,12 +188,12 @@ private Q_SLOTS:
         reader.tree = &server->tree;
         server->tree.Find(at("RequestsNode"))->Attach(&reader);
         client.tree.Emplace<StringValue>(at("RequestsNode/id"), QStringLiteral("please"));
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("RequestsNode/id"), QStringLiteral("none"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("RequestsNode/id"), QStringLiteral("none"), kPatience);
         QCOMPARE(reader.read, QStringList(QStringLiteral("please")));
 
         // What is withdrawn goes whole.
         server->link->withdraw(QStringLiteral("S1"));
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("none"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("none"), kPatience);
         QCOMPARE(client.states.last(), QStringLiteral("withdrawn"));
         QCOMPARE(client.failures + server->failures, QStringList());
     }
@@ -206,24 +207,24 @@ private Q_SLOTS:
         one.mirror();
         other.mirror();
         server->tree.Emplace<StringValue>(at("Status"), QStringLiteral("fine"));
-        QTRY_COMPARE_WITH_TIMEOUT(one.text("Status"), QStringLiteral("fine"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(one.text("Status"), QStringLiteral("fine"), kPatience);
         one.log.clear();
         one.set("Status", QStringLiteral("mine"));
-        QTRY_COMPARE_WITH_TIMEOUT(one.failures, QStringList(QStringLiteral("Status=0")), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(one.failures, QStringList(QStringLiteral("Status=0")), kPatience);
         QCOMPARE(one.text("Status"), QStringLiteral("fine"));
         QCOMPARE(one.log.join(QLatin1Char(' ')), QStringLiteral("Status:3 Status:3"));
 
         one.set("HardwareProcessing", QStringLiteral("first one"));
         other.set("HardwareProcessing", QStringLiteral("first other"));
         one.set("HardwareProcessing", QStringLiteral("first one two"));
-        QTRY_COMPARE_WITH_TIMEOUT(one.failures.size() + other.failures.size() > 1, true, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(one.failures.size() + other.failures.size() > 1, true, kPatience);
         Side& loser = one.failures.size() > 1 ? one : other;
         QVERIFY2(loser.failures.last() == QStringLiteral("HardwareProcessing=1"),
                  qPrintable(loser.failures.last()));
         QTRY_VERIFY_WITH_TIMEOUT(one.text("HardwareProcessing") == server->text("HardwareProcessing"),
-                                 patience);
+                                 kPatience);
         QTRY_VERIFY_WITH_TIMEOUT(other.text("HardwareProcessing") == server->text("HardwareProcessing"),
-                                 patience);
+                                 kPatience);
     }
 
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
@@ -235,7 +236,7 @@ private Q_SLOTS:
         server->publish();
         auto client = std::make_unique<Side>(*broker);
         client->mirror();
-        QTRY_VERIFY_WITH_TIMEOUT(client->map() && client->items() == server->items(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(client->map() && client->items() == server->items(), kPatience);
 
         ::kill(static_cast<pid_t>(broker->pid()), SIGSTOP);
         client->map()->Add(assignment("b", 2));
@@ -244,16 +245,16 @@ private Q_SLOTS:
         broker->kill();
         QString error;
         QVERIFY2(broker->start(error), qPrintable(error));
-        QTRY_COMPARE_WITH_TIMEOUT(server->items(), QStringLiteral("a=1 b=2 c=4 ?1"), patience);
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), server->items(), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server->items(), QStringLiteral("a=1 b=2 c=4 ?1"), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(client->items(), server->items(), kPatience);
         client->log.clear();
         QVERIFY(server->map()->ReplyAssignmentChange(request, QString()));
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=2 c=4 ?0"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=2 c=4 ?0"), kPatience);
 
         // The owner dies without having answered, and its next life knows other things: only the difference
         // is heard, and nobody is told that the request was refused.
         const QUuid lost = client->map()->RequestAssignmentChange(assignment("a", 3));
-        QTRY_COMPARE_WITH_TIMEOUT(server->map()->GetPendingRequests().size(), 1U, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server->map()->GetPendingRequests().size(), 1U, kPatience);
         struct Listener : IObserver
         {
             void Update(Observable*, TChangeCode) override
@@ -275,7 +276,7 @@ private Q_SLOTS:
         for (const auto& item : {assignment("a", 1), assignment("b", 9)})
             server->map()->Add(item);
         server->publish();
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=9 ?0"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=9 ?0"), kPatience);
         QCOMPARE(listener.heard.size(), 3);
         QVERIFY2(listener.heard.first().contains(QLatin1String("unknown")),
                  qPrintable(listener.heard.first()));
@@ -298,8 +299,8 @@ private Q_SLOTS:
         server->map()->Add(assignment("e", 1));
         QTRY_VERIFY_WITH_TIMEOUT(client->map()->Contains(QStringLiteral("e")) &&
                                      client->link->branches().first().openWishes == 0,
-                                 patience);
-        QTRY_VERIFY_WITH_TIMEOUT(bytes(*client) == bytes(*server), patience);
+                                 kPatience);
+        QTRY_VERIFY_WITH_TIMEOUT(bytes(*client) == bytes(*server), kPatience);
         client->map()->Detach(&listener);
     }
 
@@ -313,7 +314,7 @@ private Q_SLOTS:
         rival.join();
         rival.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
                             at("WorkingState"), std::make_unique<OpenPolicy>());
-        QTRY_COMPARE_WITH_TIMEOUT(rival.failures.size(), 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(rival.failures.size(), 1, kPatience);
         QVERIFY2(rival.failures.first().contains(QLatin1String("taken by host")),
                  qPrintable(rival.failures.first()));
 
@@ -321,9 +322,9 @@ private Q_SLOTS:
         client.mirror();
         rival.options.takeOver = true;
         rival.publish();
-        QTRY_COMPARE_WITH_TIMEOUT(server->failures, QStringList(QStringLiteral("displaced")), patience);
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("of the rival"), patience);
-        QTRY_COMPARE_WITH_TIMEOUT(client.states.last(), QStringLiteral("live"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server->failures, QStringList(QStringLiteral("displaced")), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("of the rival"), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(client.states.last(), QStringLiteral("live"), kPatience);
         QCOMPARE(rival.failures.size(), 1);
     }
 

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "options.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+namespace KoltaSimulation {
+class Installation;
+}
+
+/// What is told of a published tree.
+struct PublishingEvents
+{
+    std::function<void(const QString& branch)> published; ///< once
+    /// It is over, for the reason in one line; `isTaken`: another process has the name.
+    std::function<void(bool isTaken, const QString& reason)> failed;
+};
+
+/// Shares the value tree of the server as the options say, for as long as the result lives. Null, and why in
+/// one line, when that cannot be done.
+std::unique_ptr<QObject> publishTree(const KoltaSimulation::Installation& installation,
+                                     const Options& options, const PublishingEvents& events, QString& error);
