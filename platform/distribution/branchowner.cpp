@@ -28,15 +28,35 @@ void trace(int tracePoint, const QString& text)
         Startup::eTraceWarning, QStringLiteral("platform/distribution/branchowner"), tracePoint, text);
 }
 
-} // namespace
-
 /// What of a wish may be executed.
-struct BranchOwner::PermittedWish
+struct ReviewedWish
 {
     Changes changes;
     std::vector<quint32> indices; ///< of these changes in the wish
     Failures failures;            ///< of the others
 };
+
+/// `objectionTo` gives for a change the failure that it has, with the result Executed when it has none.
+template<class Objection>
+ReviewedWish Review(const WishMessage& wish, const Objection& objectionTo)
+{
+    ReviewedWish part;
+    quint32 index = 0;
+    for (const Change& change : wish.changes) {
+        Failure objection = objectionTo(change);
+        if (objection.result == WishResult::Executed) {
+            part.changes.push_back(change);
+            part.indices.push_back(index);
+        } else {
+            objection.index = index;
+            part.failures.push_back(std::move(objection));
+        }
+        ++index;
+    }
+    return part;
+}
+
+} // namespace
 
 BranchOwner::BranchOwner(OwnerSettings settings, const Topics& topics, IOwnedTree& tree,
                          std::unique_ptr<IWritePolicy> policy, Changes initial)
@@ -276,31 +296,38 @@ void BranchOwner::takeWish(const Topic& topic, const WishMessage& wish, qint64 n
         return;
     takeLocal();
     const Writer writer{topic.user, topic.session};
-    PermittedWish part = permitted(writer, *channel, wish);
+    const ReviewedWish part =
+        Review(wish, [&](const Change& change) { return objectionTo(writer, *channel, change); });
     IOwnedTree::Executed executed;
     if (!part.changes.empty())
         executed = m_tree.Execute(writer, part.changes);
     Entry entry;
     entry.session = topic.session;
     entry.wish = wish.number;
-    entry.failures = std::move(part.failures);
-    for (Failure& failure : executed.failures) {
-        if (failure.index >= part.indices.size())
-            continue;
-        failure.index = part.indices[failure.index];
-        entry.failures.push_back(std::move(failure));
+    entry.failures = part.failures;
+    for (const Failure& failure : executed.failures) {
+        if (failure.index < part.indices.size())
+            entry.failures.push_back({part.indices[failure.index], failure.result, failure.reason});
     }
     record(std::move(executed.changes), channel, std::move(entry));
-    for (const Change& change : part.changes) {
-        ItemTable& items = channel->Items();
+    noteAuthor(*channel, topic.session, part.changes, nowMs);
+}
+
+/// What a session has added is leased to it, and a value that holds what it wished for is its own when it
+/// compares.
+void BranchOwner::noteAuthor(OwnerChannel& channel, const QUuid& session, const Changes& changes,
+                             qint64 nowMs)
+{
+    for (const Change& change : changes) {
+        ItemTable& items = channel.Items();
         ItemTable::Item* const item = items.Find(items.IdOf(change.path));
         if (!item)
             continue;
         if (change.operation == Operation::Add)
-            m_leases->Add(topic.session, change.path, nowMs);
-        if (change.content && item->changedAt == channel->GetNewest() &&
+            m_leases->Add(session, change.path, nowMs);
+        if (change.content && item->changedAt == channel.GetNewest() &&
             BytesOf(item->content) == *change.content)
-            item->changedBy = topic.session;
+            item->changedBy = session;
     }
 }
 
@@ -329,25 +356,6 @@ bool BranchOwner::admitsSession(const OwnerChannel& channel, const Topic& topic)
     m_users.erase(gone);
     m_users[topic.session] = topic.user;
     return true;
-}
-
-BranchOwner::PermittedWish BranchOwner::permitted(const Writer& writer, const OwnerChannel& channel,
-                                                  const WishMessage& wish) const
-{
-    PermittedWish part;
-    quint32 index = 0;
-    for (const Change& change : wish.changes) {
-        Failure objection = objectionTo(writer, channel, change);
-        if (objection.result == WishResult::Executed) {
-            part.changes.push_back(change);
-            part.indices.push_back(index);
-        } else {
-            objection.index = index;
-            part.failures.push_back(std::move(objection));
-        }
-        ++index;
-    }
-    return part;
 }
 
 Failure BranchOwner::objectionTo(const Writer& writer, const OwnerChannel& channel,

@@ -107,18 +107,16 @@ public:
 
 private:
     using Channels = std::map<quint16, std::unique_ptr<OwnerChannel>>;
-    struct PermittedWish;
 
     OwnerChannel* find(quint16 channel) const;
     OwnerChannel& channelFor(const Change& change);
     Content contentOf(const OwnerChannel& channel) const;
     bool adopt(OwnerChannel& channel, Change& change);
-    void recordInitial(Changes initial);
     void record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry);
     void takeLocal();
     void takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs);
+    void noteAuthor(OwnerChannel& channel, const QUuid& session, const Changes& changes, qint64 nowMs);
     bool admitsSession(const OwnerChannel& channel, const Topic& topic);
-    PermittedWish permitted(const Writer& writer, const OwnerChannel& channel, const WishMessage& wish) const;
     Failure objectionTo(const Writer& writer, const OwnerChannel& channel, const Change& change) const;
     void takeAsk(const AskMessage& ask, qint64 nowMs);
     void askState(OwnerChannel& channel, qint64 nowMs) const;

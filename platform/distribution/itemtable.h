@@ -5,6 +5,7 @@
 #include <QHash>
 
 #include <map>
+#include <optional>
 
 namespace distribution {
 
@@ -44,5 +45,10 @@ private:
 
 /// Whether `path` is `top` or below it.
 bool IsAtOrBelow(const QString& path, const QString& top);
+
+/// The changes of an entry with paths and whole contents instead of identifiers and runs, as they follow upon
+/// `items`, which stay as they are. Nothing when a change does not fit, or makes a content of more than
+/// `maximumBytes`.
+std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items, std::size_t maximumBytes);
 
 } // namespace distribution

@@ -1,3 +1,4 @@
+#include <distribution/fieldreader.h>
 #include <distribution/messages.h>
 
 #include <zlib.h>
@@ -13,8 +14,6 @@ using values::ByteReader;
 namespace {
 
 constexpr quint8 minorVersion = 0;
-constexpr int reasonUnits = 500;
-constexpr std::size_t reasonBytes = 3 * reasonUnits;
 
 /// How changes name their items: writers do not know the identifier of what they have just made.
 enum class Naming { ById, ByPath };
@@ -45,7 +44,7 @@ void appendFailure(Bytes& out, const Failure& failure)
 {
     AppendInteger(out, failure.index);
     AppendInteger(out, failure.result);
-    appendShort(out, failure.reason.left(reasonUnits));
+    appendShort(out, failure.reason.left(FieldReader::reasonUnits));
 }
 
 void appendChange(Bytes& out, const Change& change, Naming naming)
@@ -78,93 +77,6 @@ void appendChange(Bytes& out, const Change& change, Naming naming)
     }
     appendBlock(out, BytesOf(change.content));
 }
-
-/// Reads field by field and remembers whether one did not fit; what is read after that is worthless.
-class FieldReader
-{
-public:
-    explicit FieldReader(ByteReader in) : m_in(in) {}
-
-    template<class T>
-    T Integer()
-    {
-        T value{};
-        m_fits = m_fits && m_in.ReadInteger(value);
-        return value;
-    }
-    QUuid Uuid()
-    {
-        QUuid id;
-        m_fits = m_fits && m_in.ReadUuid(id);
-        return id;
-    }
-    ByteReader Block()
-    {
-        const auto size = Integer<quint32>();
-        ByteReader block(nullptr, 0);
-        m_fits = m_fits && m_in.Split(size, block);
-        return m_fits ? block : ByteReader(nullptr, 0);
-    }
-    Content ContentBlock()
-    {
-        const ByteReader block = Block();
-        return m_fits ? MakeContent(Bytes(block.Position(), block.Remaining())) : nullptr;
-    }
-    QString ShortText(std::size_t maximumBytes)
-    {
-        const ByteReader block = Block();
-        if (block.Remaining() > maximumBytes)
-            Refuse();
-        if (!m_fits)
-            return QString();
-        const QByteArray bytes =
-            QByteArray::fromRawData(block.Position(), static_cast<int>(block.Remaining()));
-        QString text = QString::fromUtf8(bytes);
-        // What is no UTF-8 would come out as another text, perhaps as that of another item.
-        if (text.toUtf8() != bytes)
-            Refuse();
-        return text;
-    }
-    /// Path of an item in the tree's own form.
-    QString Path()
-    {
-        const QString path = ShortText(Limits::pathBytes);
-        if (path.size() < 2 || !path.startsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('/')) ||
-            path.contains(QLatin1String("//")))
-            Refuse();
-        return path;
-    }
-    /// A number of elements of at least `bytesEach` each.
-    template<class T>
-    std::size_t Count(std::size_t bytesEach, std::size_t maximum)
-    {
-        const std::size_t count = Integer<T>();
-        if (count > maximum || count * bytesEach > m_in.Remaining())
-            Refuse();
-        return m_fits ? count : 0;
-    }
-    Failure ReadFailure()
-    {
-        Failure failure;
-        failure.index = Integer<quint32>();
-        const auto result = Integer<quint8>();
-        if (result != quint8(WishResult::Refused) && result != quint8(WishResult::Conflict))
-            Refuse();
-        failure.result = static_cast<WishResult>(result);
-        failure.reason = ShortText(reasonBytes);
-        return failure;
-    }
-
-    void Refuse() { m_fits = false; }
-    bool Fits() const { return m_fits; }
-    bool FitsExactly() const { return m_fits && m_in.AtEnd(); }
-    bool HasMore() const { return m_fits && !m_in.AtEnd(); }
-    ByteReader& Rest() { return m_in; }
-
-private:
-    ByteReader m_in;
-    bool m_fits = true;
-};
 
 /// A reader behind the head, and the epoch in it.
 FieldReader openMessage(const Bytes& bytes, MessageKind kind, QUuid& epoch)

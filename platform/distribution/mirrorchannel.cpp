@@ -1,7 +1,5 @@
 #include <distribution/mirrorchannel.h>
 
-#include <distribution/textdelta.h>
-
 #include <startup/errorhandler.h>
 
 #include <algorithm>
@@ -141,7 +139,8 @@ bool MirrorChannel::playMessage(const LogMessage& message)
         const auto entry = DecodeEntry(entries);
         if (number <= m_number)
             continue;
-        const auto changes = entry ? resolve(entry->changes) : std::nullopt;
+        const auto changes =
+            entry ? Resolve(entry->changes, m_items, m_mirror.m_settings.stateBytes) : std::nullopt;
         if (!changes) {
             NeedState(number);
             return false;
@@ -150,45 +149,6 @@ bool MirrorChannel::playMessage(const LogMessage& message)
         m_number = number;
     }
     return true;
-}
-
-/// The changes with paths and whole contents instead of identifiers and runs, nothing when one does not fit
-/// the items here; nothing is changed then.
-std::optional<Changes> MirrorChannel::resolve(const Changes& changes) const
-{
-    struct Known
-    {
-        QString path; ///< empty once it is removed
-        Content content;
-    };
-    std::map<quint32, Known> fresh; ///< as the changes before have left it
-    Changes resolved;
-    for (Change change : changes) {
-        const auto met = fresh.find(change.id);
-        const auto item = m_items.All().find(change.id);
-        Known& known = fresh[change.id];
-        if (met == fresh.end() && item != m_items.All().end())
-            known = {item->second.path, item->second.content};
-        if (change.operation == Operation::Add)
-            known = {change.path, change.content};
-        if (known.path.isEmpty())
-            return std::nullopt;
-        change.path = known.path;
-        if (change.operation == Operation::Delta) {
-            auto content =
-                ApplyRuns(BytesOf(known.content), BytesOf(change.content), m_mirror.m_settings.stateBytes);
-            if (!content || Checksum(*content) != change.checksum)
-                return std::nullopt;
-            change.operation = Operation::Set;
-            change.content = MakeContent(std::move(*content));
-        }
-        if (change.operation == Operation::Set)
-            known.content = change.content;
-        else if (change.operation == Operation::Remove)
-            known.path.clear();
-        resolved.push_back(std::move(change));
-    }
-    return resolved;
 }
 
 /// With the entry of an own wish its shadows end, and what the entry says counts. Where it says nothing of

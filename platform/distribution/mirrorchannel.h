@@ -69,7 +69,6 @@ private:
     void play(qint64 nowMs);
     bool playMessage(const LogMessage& message);
     void apply(const Entry& entry, quint64 number);
-    std::optional<Changes> resolve(const Changes& changes) const;
     void commit(const Change& change, bool own);
     void applyState(StateAssembler::State state, qint64 nowMs);
     void settleByTable(const Snapshot& snapshot);

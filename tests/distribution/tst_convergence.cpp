@@ -98,6 +98,7 @@ private:
     void writerActs(std::size_t index);
     void disturb();
     void ownerReacts(const Change& change);
+    void writerReacts(const QUuid& session, const Change& change);
     void noteExecuted(const Writer& writer, const Change& change);
     bool isSettled() const;
     QString compare();
@@ -159,6 +160,10 @@ void History::startWriter(bool writes)
     writer.session = settings.session;
     writer.writes = writes;
     writer.peer = std::make_unique<MirrorPeer>(m_world.broker, m_world.now, settings);
+    writer.peer->tree.observer = [this, session = writer.session](const Change& change) {
+        if (roll(12) == 0)
+            writerReacts(session, change);
+    };
     m_world.Add(writer.peer.get());
     m_writers.push_back(std::move(writer));
 }
@@ -201,6 +206,26 @@ void History::ownerReacts(const Change& change)
         tree.Do(SetChange(change.path, MakeContent("answer" + std::to_string(roll(1000)))));
     else if (change.operation == Operation::Commands && roll(8) == 0)
         tree.Do(ModelTree::Commands(change.path, "E" + std::to_string(roll(6)) + ";"));
+}
+
+/// An observer that writes in the middle of what it is told, where the owner has just written or will next.
+void History::writerReacts(const QUuid& session, const Change& change)
+{
+    const auto writer = std::find_if(m_writers.begin(), m_writers.end(),
+                                     [&session](const Writer& other) { return other.session == session; });
+    if (writer == m_writers.end() || change.operation == Operation::Announce)
+        return;
+    const int number = m_ledger.Next();
+    const Bytes mark = "#" + std::to_string(number);
+    const bool commands = change.operation == Operation::Commands;
+    const QString path = commands || roll(2) ? change.path : pathOf("v", int(roll(6)));
+    const Change reaction = commands
+                                ? ModelTree::Commands(path, "S" + std::to_string(roll(6)) + "=" + mark + ";")
+                                : SetChange(path, MakeContent("re" + mark));
+    if (path.startsWith(pathOf(commands ? "c" : "v")) && writer->peer->tree.Do(reaction))
+        writer->made.push_back(number);
+    else
+        m_ledger.lines.erase(number);
 }
 
 void History::ownerActs()
