@@ -1,5 +1,8 @@
+#include <kolta/cli/commandtable.h>
 #include <kolta/cli/output.h>
-#include <kolta/shell/commandtable.h>
+#include <kolta/commands/commands.h>
+#include <kolta/demo/demo.h>
+#include <kolta/shell/shell.h>
 
 #include <QCoreApplication>
 
@@ -12,32 +15,23 @@ namespace KoltaCli {
 
 namespace {
 
-QString usage()
+CommandTable programTable()
 {
-    const QString begin = QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
-                                         "Talks to the servers of a monitoring installation.\n\n");
-    const QString end =
-        QStringLiteral("\nOptions: --help, --version. \"kolta COMMAND --help\" tells more of each command.\n"
-                       "Exit codes: 0 done, 1 failed, 2 wrong usage.");
-    return begin + commandList() + end;
+    return {
+        QVector<Command>{demoCommand(), shellCommand()} + allCommands(), QStringLiteral("kolta "),
+        QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
+                       "Talks to the servers of a monitoring installation.\n\n"),
+        QStringLiteral("\nOptions: --help, --version. \"kolta help COMMAND\" tells more of each command.\n"
+                       "Exit codes: 0 done, 1 failed, 2 wrong usage.")};
 }
 
 int dispatch(const QStringList& words)
 {
-    if (words.isEmpty()) {
-        printError(QStringLiteral("a command is missing. Try \"kolta --help\"."));
-        return eExitUsage;
-    }
-    const QString& name = words.first();
-    if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
-        printLine(usage());
-        return eExitOk;
-    }
-    if (name == QLatin1String("--version") || name == QLatin1String("-v")) {
-        printLine(QStringLiteral("kolta %1").arg(QCoreApplication::applicationVersion()));
-        return eExitOk;
-    }
-    return runCommand(words, QStringLiteral("kolta --help"));
+    const QString first = words.value(0);
+    if (first != QLatin1String("--version") && first != QLatin1String("-v"))
+        return programTable().run(words);
+    printLine(QStringLiteral("kolta %1").arg(QCoreApplication::applicationVersion()));
+    return eExitOk;
 }
 
 /// Takes the places of standard streams that are closed, so that no socket gets one of them. Writing to them

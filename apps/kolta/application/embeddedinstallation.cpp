@@ -17,11 +17,6 @@ using KoltaSimulation::SimulatedServer;
 
 namespace {
 
-QString optionName()
-{
-    return QStringLiteral("installation");
-}
-
 std::weak_ptr<EmbeddedInstallation>& shared()
 {
     static std::weak_ptr<EmbeddedInstallation> installation;
@@ -30,17 +25,16 @@ std::weak_ptr<EmbeddedInstallation>& shared()
 
 } // namespace
 
-void EmbeddedInstallation::declareOptions(CommandLine& line)
+Option EmbeddedInstallation::option()
 {
-    line.addOption({optionName(),
-                    QStringLiteral("Folder with an installation's files; several times for several servers."),
-                    QStringLiteral("folder"), Installation::sampleFolder()});
+    return text("installation", "folder",
+                "Folder with an installation's files (the sample); several times for several servers.");
 }
 
 std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandLine& line)
 {
     if (auto running = shared().lock()) {
-        if (!line.isSet(optionName()))
+        if (!line.isSet("installation"))
             return running;
         printError(
             QStringLiteral("--installation has no place within a shell, which has its own already; give "
@@ -48,7 +42,9 @@ std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandL
         return nullptr;
     }
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
-    const QStringList folders = line.values(optionName());
+    QStringList folders = line.values("installation");
+    if (folders.isEmpty())
+        folders.append(Installation::sampleFolder());
     for (const QString& folder : folders) {
         if (!started->add(folder))
             return nullptr;
@@ -94,10 +90,23 @@ bool EmbeddedInstallation::isShared()
     return !shared().expired();
 }
 
+std::optional<KoltaApps::Endpoint> EmbeddedInstallation::endpointOf(const QString& serverName)
+{
+    const auto installation = shared().lock();
+    if (!installation)
+        return std::nullopt;
+    for (const auto& server : installation->m_servers) {
+        if (server->installation().serverName() == serverName && server->port() != 0)
+            return KoltaApps::Endpoint{server->address(), server->port()};
+    }
+    return std::nullopt;
+}
+
 EmbeddedInstallation::Withdrawal::Withdrawal() : m_withdrawn(shared().lock())
 {
     if (!m_withdrawn)
         return;
+    shared().reset();
     m_withdrawn->forgetInterfaces();
     for (const auto& server : m_withdrawn->m_servers)
         server->withdraw();
@@ -105,8 +114,10 @@ EmbeddedInstallation::Withdrawal::Withdrawal() : m_withdrawn(shared().lock())
 
 EmbeddedInstallation::Withdrawal::~Withdrawal()
 {
-    if (m_withdrawn)
-        m_withdrawn->publish();
+    if (!m_withdrawn)
+        return;
+    m_withdrawn->publish();
+    share(m_withdrawn);
 }
 
 bool EmbeddedInstallation::add(const QString& folder)

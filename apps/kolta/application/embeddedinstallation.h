@@ -2,6 +2,9 @@
 
 #include "temporaryconfiguration.h"
 
+#include <common/endpoint.h>
+#include <kolta/cli/command.h>
+
 #include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
 
@@ -9,6 +12,7 @@
 #include <QVector>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Kolta {
@@ -17,20 +21,9 @@ class KoltaServerInterface;
 
 namespace KoltaCli {
 
-class CommandLine;
-
 /// Where a command that looks at an installation gets its servers and its value tree from: simulated servers
 /// inside the process, published in the process-wide value tree while this object lives. Nothing goes over
 /// the network unless the command calls listen() of a server. Within a shell all commands get the shell's.
-///
-///     EmbeddedInstallation::declareOptions(line);
-///     ...
-///     const auto installation = EmbeddedInstallation::start(line);
-///     if (!installation)
-///         return eExitFailed;
-///     Kolta::KoltaResourceObserver resources;
-///     if (!installation->mirror(resources, QStringLiteral("Resources")))
-///         return eExitFailed;
 ///
 /// Observers must be declared behind the installation, so that they die first.
 class EmbeddedInstallation
@@ -40,8 +33,8 @@ public:
     EmbeddedInstallation(const EmbeddedInstallation&) = delete;
     EmbeddedInstallation& operator=(const EmbeddedInstallation&) = delete;
 
-    /// Declares --installation, which may be given several times: one server each.
-    static void declareOptions(CommandLine& line);
+    /// --installation, which may be given several times: one server each.
+    static Option option();
     /// The one that is shared, or else one that is loaded and published as --installation says. Prints an
     /// error and gives null when that fails, and when --installation asks for another than the shared one.
     static std::shared_ptr<EmbeddedInstallation> start(const CommandLine& line);
@@ -49,8 +42,11 @@ public:
     /// Makes this the one that start() gives to everybody for as long as it lives.
     static void share(const std::shared_ptr<EmbeddedInstallation>& installation);
     static bool isShared();
-    /// While this lives the shared installation, if there is one, is not published, and nobody knows its
-    /// servers: for a command that publishes servers of its own at the same paths.
+    /// Where a server of the shared installation listens; null for a name that none has, and for one that
+    /// does not listen.
+    static std::optional<KoltaApps::Endpoint> endpointOf(const QString& serverName);
+    /// While this lives the shared installation, if there is one, is neither published nor shared, and nobody
+    /// knows its servers: for a command that publishes and shares an installation of its own.
     class Withdrawal
     {
     public:

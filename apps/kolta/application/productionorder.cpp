@@ -5,10 +5,12 @@
 #include "tunertables.h"
 
 #include <kolta/cli/eventwait.h>
-#include <kolta/cli/interruption.h>
+#include <kolta/cli/output.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
+#include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processorconverter.h>
 #include <koltacommon/tunerbookingmanager.h>
@@ -98,9 +100,26 @@ QString planTuner(Server& server, const ProductionOrder& order, Tuner& tuner)
 /// The demand class that the tuner class means for an MCP, unless the order names one.
 QString demandClassFor(Server& server, const ProductionOrder& order)
 {
-    if (!order.demandClass.isEmpty() || order.kind != ProductionOrder::eMcp)
+    if (!order.demandClass.isEmpty() || order.kind != ProductionOrder::eMcp || order.className.isEmpty())
         return order.demandClass;
     return TunerAllocation(server).selector().getMCPResourceDemandClassForTunerClass(order.className);
+}
+
+/// The tuner that `text` names; the reason when it names none or several.
+QString findTuner(Server& server, const QString& text, Tuner& tuner)
+{
+    const QUuid guid = Kolta::guidFromText(text);
+    int found = 0;
+    for (const Tuner& candidate : server.getResourceObserver().GetCurrentResources().GetTuner()) {
+        if (guid.isNull() ? nameOf(candidate) != text : Kolta::guidFromText(guidOf(candidate)) != guid)
+            continue;
+        tuner = candidate;
+        ++found;
+    }
+    if (found == 1)
+        return {};
+    return found == 0 ? QStringLiteral("%1 has no tuner \"%2\"").arg(server.getAddress(), text)
+                      : QStringLiteral("%1 tuners are called \"%2\", give its GUID").arg(found).arg(text);
 }
 
 } // namespace
@@ -129,11 +148,13 @@ ServerAnswer awaitAnswer(Server& server, const std::function<QUuid()>& ask, int 
                              : QStringLiteral("%1 refuses: %2").arg(server.getAddress(), answer.problem);
         return answer;
     }
-    return {request, false,
-            isInterrupted() ? QStringLiteral("interrupted")
-                            : QStringLiteral("no answer from %1 within %2 s")
-                                  .arg(server.getAddress(), QString::number(timeoutMs / 1000))};
+    return {
+        request, false,
+        orInterrupted(
+            QStringLiteral("no answer from %1 within %2").arg(server.getAddress(), secondsText(timeoutMs)))};
 }
+
+namespace {
 
 ServerAnswer requestOn(Server& server, const ProductionOrder& order, const QString& tunerGuid, int timeoutMs)
 {
@@ -147,13 +168,17 @@ ServerAnswer requestOn(Server& server, const ProductionOrder& order, const QStri
     });
 }
 
+} // namespace
+
 ProductionOutcome produce(Server& server, const ProductionOrder& wanted, int timeoutMs)
 {
     ProductionOrder order = wanted;
     ProductionOutcome outcome;
     if (order.name.isEmpty())
         order.name = unusedName(server, order.kind);
-    if (!order.className.isEmpty())
+    if (!order.tuner.isEmpty())
+        outcome.answer.problem = findTuner(server, order.tuner, outcome.tuner);
+    else if (!order.className.isEmpty())
         outcome.answer.problem = planTuner(server, order, outcome.tuner);
     if (!outcome.answer.problem.isEmpty())
         return outcome;
@@ -171,7 +196,7 @@ ProductionOutcome produce(Server& server, const ProductionOrder& wanted, int tim
                              outcome.processor = guid;
                      });
     outcome.answer = requestOn(server, order, guidOf(outcome.tuner), timeoutMs);
-    if (!outcome.answer.accepted)
+    if (!outcome.answer.accepted && order.tuner.isEmpty())
         server.getBookingManager().undoTunerPlanning(guidOf(outcome.tuner));
     return outcome;
 }

@@ -32,6 +32,7 @@ struct ProductionOrder
     enum eKind { eScp, eMcp, eFfp };
     eKind kind = eMcp;
     QString className;   ///< tuner class; may be empty for an FFP, which its MCP feeds then
+    QString tuner;       ///< GUID or name of one instead of a class; not planned: the server decides
     QString demandClass; ///< empty: that of the tuner class, or of the kind
     QString name;        ///< empty: the kind and a number
     QString mcp;         ///< GUID, for an FFP
@@ -55,8 +56,5 @@ struct ProductionOutcome
 /// The whole way: chooses the cheapest free tuner of the class that nobody has planned, plans it, asks for
 /// the production and waits for the answer. The planning is undone when nothing comes of it.
 ProductionOutcome produce(Server& server, const ProductionOrder& order, int timeoutMs);
-
-/// The same from the request on, with that tuner, which may be busy. `order` is complete here.
-ServerAnswer requestOn(Server& server, const ProductionOrder& order, const QString& tunerGuid, int timeoutMs);
 
 } // namespace KoltaCli

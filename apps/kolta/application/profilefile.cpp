@@ -3,6 +3,7 @@
 #include "profilemembers.h"
 
 #include <kolta/cli/output.h>
+#include <kolta/cli/standardstreams.h>
 
 #include <koltacommon/q9rprofiles.h>
 
@@ -10,12 +11,29 @@ namespace KoltaCli {
 
 using Kolta::ShortTimeProfile;
 
+namespace {
+
+constexpr qint64 largestInput = 64 * 1024 * 1024;
+
+VESK_Q9R::ReadReport read(const QString& fileName, VESK_Q9R::ShortTimeProfiles& file)
+{
+    if (!isStandardStream(fileName))
+        return VESK_Q9R::readProfileFile(fileName, file);
+    VESK_Q9R::ReadReport report;
+    QByteArray bytes;
+    if (readInput(fileName, largestInput, bytes, report.error))
+        report = VESK_Q9R::readProfiles(bytes, nameOfInput(fileName), file);
+    return report;
+}
+
+} // namespace
+
 std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeProfileType type)
 {
     VESK_Q9R::ShortTimeProfiles file;
-    const VESK_Q9R::ReadReport report = VESK_Q9R::readProfileFile(fileName, file);
+    const VESK_Q9R::ReadReport report = read(fileName, file);
     for (const QString& note : report.notes)
-        printError(fileName + QStringLiteral(", ") + note);
+        printError(nameOfInput(fileName) + QStringLiteral(", ") + note);
     if (!report.isGood()) {
         printError(report.error);
         return std::nullopt;
@@ -24,12 +42,24 @@ std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeP
     for (const ShortTimeProfile& profile : ShortTimeProfile::fromQ9RProfile(file, type)) {
         if (profiles.contains(profile.name)) {
             printError(QStringLiteral("%1: <Profile>: expected a name of its own, found \"%2\" twice")
-                           .arg(fileName, profile.name));
+                           .arg(nameOfInput(fileName), profile.name));
             return std::nullopt;
         }
         profiles.insert(profile.name, profile);
     }
     return profiles;
+}
+
+QString writeProfiles(const QString& fileName, const QList<ShortTimeProfile>& profiles)
+{
+    const VESK_Q9R::ShortTimeProfiles file = ShortTimeProfile::toQ9RProfile(profiles);
+    if (!isStandardStream(fileName))
+        return VESK_Q9R::writeProfileFile(fileName, file);
+    QString problem;
+    const QByteArray bytes = VESK_Q9R::writeProfiles(file, problem);
+    if (problem.isEmpty())
+        printLine(QString::fromUtf8(bytes).trimmed());
+    return problem;
 }
 
 QVector<ProfileDifference> compareProfiles(const Profiles& first, const Profiles& second)

@@ -1,7 +1,6 @@
 #include "profilemembers.h"
 
 #include <QJsonArray>
-#include <QStringList>
 
 namespace KoltaCli {
 
@@ -81,12 +80,12 @@ std::optional<eShortTimeProfileType> typeFromText(const QString& text)
     return std::nullopt;
 }
 
-QString typeNames()
+QStringList typeNames()
 {
     QStringList names;
     for (const auto& known : types)
         names.append(QLatin1String(known.name));
-    return names.join(QStringLiteral(", "));
+    return names;
 }
 
 } // namespace KoltaCli

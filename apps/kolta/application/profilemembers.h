@@ -4,6 +4,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 #include <optional>
@@ -26,7 +27,6 @@ QJsonObject toJson(const Kolta::ShortTimeProfile& profile);
 QString typeText(Kolta::eShortTimeProfileType type);
 /// Nothing for a text that names no type.
 std::optional<Kolta::eShortTimeProfileType> typeFromText(const QString& text);
-/// The names of all types, separated by ", ".
-QString typeNames();
+QStringList typeNames();
 
 } // namespace KoltaCli

@@ -17,7 +17,8 @@ public:
     explicit ResourceWatch(const Kolta::KoltaResourceObserver& observer);
 
 Q_SIGNALS:
-    void changed(const QString& text);
+    /// `guid` is that of the tuner or unit.
+    void changed(const QString& guid, const QString& text);
 
 private:
     QString nameOf(const QString& guid);
@@ -27,8 +28,5 @@ private:
     const Kolta::KoltaResourceObserver& m_observer;
     QHash<QString, QString> m_names; ///< by GUID; a tuner that has gone is only known here
 };
-
-/// The tuners and units of an overview as tables for people.
-QString resourceTables(const RESOURCEMANAGEMENT::ResourceOverview& overview);
 
 } // namespace KoltaCli

@@ -45,11 +45,13 @@ QJsonObject RoundTripStatistics::toJson() const
 {
     if (m_times.isEmpty())
         return {};
-    return {{QStringLiteral("min_us"), minimum()},
-            {QStringLiteral("mean_us"), mean()},
-            {QStringLiteral("median_us"), percentile(0.5)},
-            {QStringLiteral("p99_us"), percentile(0.99)},
-            {QStringLiteral("max_us"), maximum()}};
+    // To nanoseconds, which is what the clock gives.
+    const auto rounded = [](double microseconds) { return std::round(1000 * microseconds) / 1000; };
+    return {{QStringLiteral("min_us"), rounded(minimum())},
+            {QStringLiteral("mean_us"), rounded(mean())},
+            {QStringLiteral("median_us"), rounded(percentile(0.5))},
+            {QStringLiteral("p99_us"), rounded(percentile(0.99))},
+            {QStringLiteral("max_us"), rounded(maximum())}};
 }
 
 } // namespace KoltaCli

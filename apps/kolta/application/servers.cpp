@@ -2,7 +2,6 @@
 
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
-#include <kolta/cli/interruption.h>
 #include <kolta/cli/output.h>
 
 #include <koltacommon/connectioninfo.h>
@@ -11,15 +10,6 @@
 #include <algorithm>
 
 namespace KoltaCli {
-
-namespace {
-
-QString optionName()
-{
-    return QStringLiteral("server");
-}
-
-} // namespace
 
 QString administrationPath(const Server& server)
 {
@@ -35,12 +25,11 @@ bool isUp(const Server& server)
            (progress.isEmpty() || progress.toInt() >= 100);
 }
 
-void Servers::declareOptions(CommandLine& line)
+QVector<Option> Servers::options(const QVector<Option>& own)
 {
-    EmbeddedInstallation::declareOptions(line);
-    line.addOption({optionName(),
-                    QStringLiteral("Only this server of the installation; several times for several."),
-                    QStringLiteral("name")});
+    return own + QVector<Option>{EmbeddedInstallation::option(),
+                                 text("server", "name",
+                                      "Only this server of the installation; several times for several.")};
 }
 
 std::optional<Servers> Servers::start(const CommandLine& line)
@@ -50,15 +39,15 @@ std::optional<Servers> Servers::start(const CommandLine& line)
     if (!servers.m_installation)
         return std::nullopt;
     servers.m_servers = servers.m_installation->interfaces();
-    if (!servers.keepNamed(line.values(optionName())))
+    if (!servers.keepNamed(line.values("server")))
         return std::nullopt;
     return servers;
 }
 
-std::optional<Servers> Servers::startUp(const CommandLine& line, int timeoutMs)
+std::optional<Servers> Servers::startUp(const CommandLine& line)
 {
     std::optional<Servers> servers = start(line);
-    if (servers && !servers->waitUntilUp(timeoutMs))
+    if (servers && !servers->waitUntilUp(line.timeoutMs()))
         return std::nullopt;
     return servers;
 }
@@ -77,8 +66,7 @@ bool Servers::keepNamed(const QStringList& wanted)
     for (const QString& name : wanted) {
         if (known.contains(name))
             continue;
-        printError(QStringLiteral("there is no server \"%1\"; known: %2")
-                       .arg(name, known.join(QStringLiteral(", "))));
+        printError(QStringLiteral("there is no server \"%1\"; known: %2").arg(name, listed(known)));
         return false;
     }
     const auto isUnwanted = [&wanted](const Server* server) {
@@ -96,10 +84,8 @@ bool Servers::waitUntilUp(int timeoutMs) const
         return true;
     QVector<Server*> down;
     std::copy_if(m_servers.begin(), m_servers.end(), std::back_inserter(down), isDown);
-    printError(isInterrupted()
-                   ? QStringLiteral("interrupted")
-                   : QStringLiteral("%1 did not come up within %2 s")
-                         .arg(namesOf(down).join(QStringLiteral(", ")), QString::number(timeoutMs / 1000)));
+    printError(orInterrupted(
+        QStringLiteral("%1 did not come up within %2").arg(listed(namesOf(down)), secondsText(timeoutMs))));
     return false;
 }
 
@@ -107,8 +93,7 @@ Server* Servers::only() const
 {
     if (m_servers.size() == 1)
         return m_servers.first();
-    printError(QStringLiteral("there are several servers, name one with --server: %1")
-                   .arg(names().join(QStringLiteral(", "))));
+    printError(QStringLiteral("there are several servers, name one with --server: %1").arg(listed(names())));
     return nullptr;
 }
 

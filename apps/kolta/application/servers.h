@@ -2,6 +2,8 @@
 
 #include "embeddedinstallation.h"
 
+#include <kolta/cli/commandline.h>
+
 #include <QStringList>
 #include <QVector>
 
@@ -21,12 +23,12 @@ QString administrationPath(const Server& server);
 class Servers
 {
 public:
-    /// Declares --installation and --server.
-    static void declareOptions(CommandLine& line);
+    /// --installation and --server, with a command's own before them.
+    static QVector<Option> options(const QVector<Option>& own = {});
     /// Takes them as they are. Prints an error and gives nothing when there are none.
     static std::optional<Servers> start(const CommandLine& line);
     /// Takes them once they have come up; prints an error when that does not happen in time.
-    static std::optional<Servers> startUp(const CommandLine& line, int timeoutMs);
+    static std::optional<Servers> startUp(const CommandLine& line);
 
     const QVector<Server*>& all() const noexcept { return m_servers; }
     /// The single one; prints an error and gives null when there are several.

@@ -30,8 +30,9 @@ ServerWatch::ServerWatch(Server& server) : m_server(server), m_resources(server.
     for (const ProcessorEntry& entry : ProcessorDirectory({&server}).all())
         m_names.insert(entry.guid, entry.name);
     m_hardware = guidsOf(server.getHWProcessingObserver());
-    connect(&m_resources, &ResourceWatch::changed, this,
-            [this](const QString& text) { Q_EMIT happened(QStringLiteral("resource"), QString(), text); });
+    connect(&m_resources, &ResourceWatch::changed, this, [this](const QString& guid, const QString& text) {
+        Q_EMIT happened(QStringLiteral("resource"), guid, text);
+    });
     watchServer();
     watchProcessors();
     watchProductions();

@@ -20,7 +20,7 @@ public:
 
 Q_SIGNALS:
     /// `kind` is one word: "state", "message", "resource", "processor", "production" or "hardware". `guid` is
-    /// that of the processor, production or MCP; otherwise empty.
+    /// that of the resource, processor, production or MCP; empty for what is about the server or several.
     void happened(const QString& kind, const QString& guid, const QString& text);
 
 private:

@@ -1,7 +1,10 @@
 #include "session.h"
 
-#include <kolta/cli/eventwait.h>
+#include "embeddedinstallation.h"
+
+#include <kolta/cli/commandline.h>
 #include <kolta/cli/interruption.h>
+#include <kolta/cli/output.h>
 
 #include <koltacommon/faultmessagehandler.h>
 
@@ -13,6 +16,16 @@ namespace {
 const char interfaceVersion[] = "3.1";
 /// Enough to find the reason of a failed link again.
 constexpr int keptTraceLines = 200;
+
+QString problemOfAddress(const QString& text)
+{
+    QString host;
+    QString problem;
+    quint16 port = 0;
+    if (!EmbeddedInstallation::endpointOf(text))
+        KoltaApps::splitHostAndPort(text, host, port, problem);
+    return problem;
+}
 
 } // namespace
 
@@ -26,6 +39,47 @@ Session::Session(const Endpoint& endpoint)
     connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionClosed, this, [this] { m_closed = true; });
     connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionError, this,
             [this](const QString& error) { m_socketError = error; });
+}
+
+Argument Session::argument()
+{
+    return {"HOST:PORT",
+            "The server's address; in a shell also the name of one that \"serve\" made listen.",
+            Argument::Once,
+            {},
+            problemOfAddress};
+}
+
+Option Session::faultsOption()
+{
+    return flag("faults",
+                "Load the texts of faults from the server first instead of from the configured file.");
+}
+
+std::unique_ptr<Session> Session::start(const CommandLine& line)
+{
+    const QString text = line.argument(0);
+    std::optional<Endpoint> endpoint = EmbeddedInstallation::endpointOf(text);
+    if (!endpoint) {
+        QString host;
+        QString problem;
+        endpoint.emplace();
+        if (!KoltaApps::splitHostAndPort(text, host, endpoint->port, problem) ||
+            !KoltaApps::findAddress(host, endpoint->address, problem)) {
+            printError(problem);
+            return nullptr;
+        }
+    }
+    auto session = std::make_unique<Session>(*endpoint);
+    if (line.isSet("faults"))
+        session->m_configuration.emplace();
+    return session;
+}
+
+std::unique_ptr<Session> Session::startOpen(const CommandLine& line)
+{
+    auto session = start(line);
+    return session && session->open(line) ? std::move(session) : nullptr;
 }
 
 Session::~Session()
@@ -43,14 +97,21 @@ bool Session::open(int timeoutMs)
     if (waitFor(isUp, timeoutMs))
         return true;
     const QString peer = m_endpoint.toString();
-    const QString seconds = QString::number(timeoutMs / 1000);
+    const QString time = secondsText(timeoutMs);
     if (m_openings > 0)
-        return fail(
-            QStringLiteral("%1 takes connections, but has not answered within %2 s").arg(peer, seconds));
+        return fail(QStringLiteral("%1 takes connections, but has not answered within %2").arg(peer, time));
     if (isInterrupted())
         return fail(QString());
     m_failure = QStringLiteral("cannot connect to %1: ").arg(peer);
-    m_failure += m_closed ? linkError() : QStringLiteral("no connection within %1 s").arg(seconds);
+    m_failure += m_closed ? linkError() : QStringLiteral("no connection within %1").arg(time);
+    return false;
+}
+
+bool Session::open(const CommandLine& line)
+{
+    if (open(line.timeoutMs()) && (!line.isSet("faults") || loadFaultTexts(line.timeoutMs())))
+        return true;
+    printError(errorText());
     return false;
 }
 
@@ -70,7 +131,7 @@ XmlCommon::ptrCXmlMessage Session::request(const XmlCommon::ptrCXmlMessage& mess
     m_request = new Kolta::ParameterRequest(message, this, SLOT(takeReply(Kolta::ptrKoltaRequest)));
     m_connection->executeRequest(m_request);
     if (!waitFor([this] { return bool(m_reply); }, timeoutMs))
-        fail(QStringLiteral("no reply from %1 within %2 s").arg(m_endpoint.toString()).arg(timeoutMs / 1000));
+        fail(QStringLiteral("no reply from %1 within %2").arg(m_endpoint.toString(), secondsText(timeoutMs)));
     m_request.reset();
     return m_reply;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "temporaryconfiguration.h"
+
 #include <common/endpoint.h>
+#include <kolta/cli/command.h>
 #include <kolta/cli/eventwait.h>
 
 #include <koltacommon/generalrequests.h>
@@ -12,6 +15,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace KoltaCli {
 
@@ -29,6 +33,15 @@ public:
     static constexpr int forever = waitForever;
 
     explicit Session(const Endpoint& endpoint);
+    /// HOST:PORT, for the table of a command; its first argument.
+    static Argument argument();
+    /// --faults: texts of faults from the server, for the length of the command.
+    static Option faultsOption();
+    /// For the server that the first argument names; not open yet. Prints an error and gives null when there
+    /// is no such host.
+    static std::unique_ptr<Session> start(const CommandLine& line);
+    /// The same with the link up.
+    static std::unique_ptr<Session> startOpen(const CommandLine& line);
     /// Closes the link and waits at most a second for it.
     ~Session() override;
 
@@ -38,6 +51,8 @@ public:
     /// Opens the link and waits until the server has answered the start-up exchange, the subscription to
     /// broadcasts included. False when that has not happened after `timeoutMs`, see errorText().
     bool open(int timeoutMs);
+    /// The same as the command line says, with the texts of faults where they are asked for; prints an error.
+    bool open(const CommandLine& line);
     /// Loads the texts of faults from the server unless they are known already; false when they are not known
     /// after that, see errorText(). The configuration decides where they are kept.
     bool loadFaultTexts(int timeoutMs);
@@ -64,6 +79,7 @@ private Q_SLOTS:
 private:
     bool fail(const QString& whenTimeIsOver);
 
+    std::optional<TemporaryConfiguration> m_configuration; ///< with --faults
     Endpoint m_endpoint;
     Startup::TraceRecorder m_trace;
     std::unique_ptr<Kolta::KoltaConnection> m_connection;

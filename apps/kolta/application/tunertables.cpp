@@ -2,10 +2,9 @@
 
 #include "tunerplan.h"
 
-#include <kolta/cli/output.h>
-
 #include <koltacommon/tunerclasstree.h>
 #include <koltacommon/tunerselection.h>
+#include <koltacommon/units.h>
 
 #include <QHash>
 
@@ -23,11 +22,6 @@ namespace {
 QString yes(bool value)
 {
     return value ? QStringLiteral("yes") : QString();
-}
-
-QString megahertz(double hertz)
-{
-    return QString::number(hertz / 1e6);
 }
 
 /// What stands left of the names of a class's children.
@@ -51,7 +45,7 @@ QStringList cells(const TunerCandidate& candidate, int rank)
             nameOf(candidate.tuner),
             hasPlace ? QString::number(candidate.cost) : QString(),
             hasPlace ? QString::number(candidate.depth) : QString(),
-            megahertz(candidate.bandwidth),
+            Kolta::megahertzToText(candidate.bandwidth),
             yes(candidate.hardwareProcessing),
             yes(candidate.panoramaScan),
             isRefused ? QStringLiteral("refused: ") + toText(candidate.refusal) : toText(candidate.ahead)};
@@ -80,12 +74,11 @@ TunerCount countTuners(const TunerClassTreeItem& item)
     return count;
 }
 
-QString classTable(const Kolta::TunerClassTree& tree, const QString& title)
+Table classTable(const Kolta::TunerClassTree& tree, const QString& title)
 {
     Table table({title, QStringLiteral("COST"), QStringLiteral("FREE"), QStringLiteral("TUNERS"),
                  QStringLiteral("DEFAULT"), QStringLiteral("DESCRIPTION")});
-    for (const int column : {1, 2, 3})
-        table.alignRight(column);
+    table.alignRight({1, 2, 3});
     Margins margins;
     tree.getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) {
         if (!item->isClassItem())
@@ -96,35 +89,33 @@ QString classTable(const Kolta::TunerClassTree& tree, const QString& title)
                       QString::number(count.free), QString::number(count.all),
                       defaultChild ? defaultChild->getName() : QString(), item->getDescription()});
     });
-    return table.toText();
+    return table;
 }
 
-QString selectionTable(const Kolta::TunerSelection& selection)
+Table selectionTable(const Kolta::TunerSelection& selection)
 {
     Table table({QStringLiteral("RANK"), QStringLiteral("TUNER"), QStringLiteral("COST"),
                  QStringLiteral("DEPTH"), QStringLiteral("MHz"), QStringLiteral("HARDWARE"),
                  QStringLiteral("PANORAMA"), QStringLiteral("AHEAD OF THE NEXT BY")});
-    for (const int column : {0, 2, 3, 4})
-        table.alignRight(column);
+    table.alignRight({0, 2, 3, 4});
     int rank = 0;
     for (const TunerCandidate& candidate : selection.candidates)
         table.addRow(cells(candidate, ++rank));
-    return table.toText();
+    return table;
 }
 
-QString planTable(const TunerPlan& plan)
+Table planTable(const TunerPlan& plan)
 {
     Table table({QStringLiteral("REQUEST"), QStringLiteral("CLASS"), QStringLiteral("TUNER"),
                  QStringLiteral("COST"), QStringLiteral("BOOKED")});
-    table.alignRight(0);
-    table.alignRight(3);
+    table.alignRight({0, 3});
     int number = 0;
     for (const TunerPlan::Request& request : plan.requests)
         table.addRow({QString::number(++number), request.className,
                       request.served ? nameOf(request.tuner) : QStringLiteral("-"),
                       request.served ? QString::number(request.cost) : QString(), yes(request.booked)});
     table.addRow({QString(), QString(), QStringLiteral("total"), QString::number(plan.totalCost)});
-    return table.toText();
+    return table;
 }
 
 } // namespace KoltaCli

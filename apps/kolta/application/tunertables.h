@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kolta/cli/table.h>
+
 #include <QString>
 
 namespace Kolta {
@@ -18,10 +20,10 @@ struct TunerPlan;
 // Tuner classes, choices and plans as tables for people.
 
 /// The classes as a tree with branches.
-QString classTable(const Kolta::TunerClassTree& tree, const QString& title);
+Table classTable(const Kolta::TunerClassTree& tree, const QString& title);
 /// Every candidate in the order of choice, then the refused ones.
-QString selectionTable(const Kolta::TunerSelection& selection);
-QString planTable(const TunerPlan& plan);
+Table selectionTable(const Kolta::TunerSelection& selection);
+Table planTable(const TunerPlan& plan);
 
 QString nameOf(const RESOURCEMANAGEMENT::Tuner& tuner);
 QString guidOf(const RESOURCEMANAGEMENT::Tuner& tuner);

@@ -14,11 +14,6 @@ using Nax::ActiveUserProxy;
 
 namespace {
 
-QString optionName()
-{
-    return QStringLiteral("user");
-}
-
 QString problemOfLogIn(const QString& name)
 {
     ActiveUserProxy& proxy = ActiveUserProxy::Instance();
@@ -38,10 +33,9 @@ UserRights::eManagementRight rightToRun(const QString& kind)
     return kind == QLatin1String("MCP") ? UserRights::StartAndStopMcp : UserRights::StartAndStopFfp;
 }
 
-void Users::declareOption(CommandLine& line)
+Option Users::option()
 {
-    line.addOption({optionName(), QStringLiteral("Log this user in first, for this command only."),
-                    QStringLiteral("name")});
+    return text("user", "name", "Log this user in first, for this command only.");
 }
 
 Users::Users(const EmbeddedInstallation& installation, const CommandLine& line)
@@ -51,8 +45,8 @@ Users::Users(const EmbeddedInstallation& installation, const CommandLine& line)
     QString problem;
     if (!m_rights.InitForStandalone(installation.folder() + QStringLiteral("/users.xml")))
         problem = ActiveUserProxy::Instance().ConfigurationError();
-    else if (line.isSet(optionName()))
-        problem = problemOfLogIn(line.value(optionName()));
+    else if (line.isSet("user"))
+        problem = problemOfLogIn(line.value("user"));
     m_known = problem.isEmpty();
     if (!m_known)
         printError(problem);

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <kolta/cli/command.h>
+
 #include <koltacommon/userrights.h>
 
 namespace KoltaCli {
 
-class CommandLine;
 class EmbeddedInstallation;
 
 /// The right to start, move and stop processors of that kind, "MCP" for instance; what is within others goes
@@ -15,8 +16,8 @@ Kolta::UserRights::eManagementRight rightToRun(const QString& kind);
 class Users
 {
 public:
-    /// Declares --user.
-    static void declareOption(CommandLine& line);
+    /// --user.
+    static Option option();
 
     /// Logs in whom the installation's file says to be logged in, or else --user. Prints an error when that
     /// fails.

@@ -1,155 +1,245 @@
 #include "commandline.h"
 
+#include "commandtable.h"
 #include "output.h"
 
+#include <koltacommon/units.h>
 #include <startup/errorhandler.h>
 
-#include <QtNumeric>
+#include <algorithm>
 
 namespace KoltaCli {
 
 namespace {
 
-/// Where parse() puts the declared options instead of parsing, see CommandLine::optionsOf().
-QStringList* wantedOptions = nullptr;
+constexpr double shortestTimeout = 0.1;
+constexpr double longestTimeout = 3600;
+
+int placeOf(const QString& word, const QStringList& choices)
+{
+    const auto isIt = [&word](const QString& choice) {
+        return choice.compare(word, Qt::CaseInsensitive) == 0;
+    };
+    const auto it = std::find_if(choices.begin(), choices.end(), isIt);
+    return it == choices.end() ? -1 : static_cast<int>(it - choices.begin());
+}
+
+/// What the value should have been; empty when it is right.
+QString wishOf(const Option& option, const QString& value)
+{
+    bool isNumber = false;
+    switch (option.value) {
+    case Value::None:
+    case Value::Text:
+        return {};
+    case Value::Whole: {
+        const int number = value.toInt(&isNumber);
+        if (isNumber && number >= option.minimum && number <= option.maximum)
+            return {};
+        return QStringLiteral("a whole number from %1 to %2").arg(option.minimum).arg(option.maximum);
+    }
+    case Value::Hertz:
+        return Kolta::hertzFromText(value).value_or(0) > 0
+                   ? QString()
+                   : QStringLiteral("a frequency above 0 such as 98.5M, \"98.5 MHz\" or 98.5e6");
+    case Value::Choice:
+        break;
+    }
+    return placeOf(value, option.choices) >= 0 ? QString()
+                                               : QStringLiteral("one of ") + listed(option.choices);
+}
+
+/// As the usage shows it.
+QString shown(const Argument& argument)
+{
+    const QString name = QLatin1String(argument.name);
+    switch (argument.count) {
+    case Argument::Once:
+        break;
+    case Argument::Several:
+    case Argument::Words:
+        return name + QStringLiteral("...");
+    case Argument::Any:
+        return QStringLiteral("[%1...]").arg(name);
+    case Argument::Optional:
+        return QStringLiteral("[%1]").arg(name);
+    }
+    return name;
+}
 
 } // namespace
 
-CommandLine::CommandLine(const QString& name, const QString& description) : m_name(name)
+CommandLine::CommandLine(const Command& command, const CommandTable& table)
+    : m_command(command), m_table(table)
 {
-    m_parser.setApplicationDescription(description);
-    addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
-    addOption({QStringLiteral("json"), QStringLiteral("Print JSON, one object per line, for programs.")});
-    addOption({QStringLiteral("timeout"),
-               QStringLiteral("Seconds to wait for a link or a reply, 1 to 3600 (5)."),
-               QStringLiteral("seconds"), QStringLiteral("5")});
-    addOption({QStringLiteral("trace"), QStringLiteral("Write trace lines to standard error, for support.")});
-}
-
-void CommandLine::addArgument(const QString& name, const QString& description)
-{
-    m_parser.addPositionalArgument(name, description, name);
-    m_arguments.append(name);
-}
-
-void CommandLine::addArguments(const QString& name, const QString& description)
-{
-    addArgument(name, description);
-    m_endless = true;
-}
-
-void CommandLine::addOptionalArguments(const QString& name, const QString& description)
-{
-    addArguments(name, description);
-    m_optional = true;
-}
-
-void CommandLine::addOption(const QCommandLineOption& option)
-{
-    m_parser.addOption(option);
-    for (const QString& name : option.names())
-        m_options.append((name.size() == 1 ? QStringLiteral("-") : QStringLiteral("--")) + name);
-}
-
-void CommandLine::addFaultsOption()
-{
-    addOption({QStringLiteral("faults"),
-               QStringLiteral(
-                   "Load the texts of faults from the server first instead of from the configured file.")});
-}
-
-QStringList CommandLine::optionsOf(int (*run)(const QStringList&), const QStringList& arguments)
-{
-    const OutputMute mute;
-    QStringList options;
-    wantedOptions = &options;
-    run(arguments);
-    wantedOptions = nullptr;
-    return options;
-}
-
-std::optional<int> CommandLine::parse(const QStringList& arguments)
-{
-    if (wantedOptions) {
-        *wantedOptions = m_options;
-        return eExitOk;
+    m_parser.setApplicationDescription(QString::fromUtf8(command.description));
+    for (const QVector<Option>& options : {commonOptions(), command.options}) {
+        for (const Option& option : options) {
+            QStringList names{QLatin1String(option.name)};
+            if (names.first() == QLatin1String("help"))
+                names.prepend(QStringLiteral("h"));
+            QString help = QString::fromUtf8(option.help);
+            if (!option.choices.isEmpty())
+                help += QStringLiteral(" One of %1.").arg(listed(option.choices));
+            m_parser.addOption(
+                {names, help, QString::fromUtf8(option.valueName), QString::fromUtf8(option.preset)});
+        }
     }
-    if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + arguments)) {
-        QString text = m_parser.errorText();
-        while (text.endsWith(QLatin1Char('.')))
-            text.chop(1);
-        return usageError(text);
+    if (!command.arguments.isEmpty() && command.arguments.last().count == Argument::Words)
+        m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    for (const Argument& argument : command.arguments) {
+        QString help = QString::fromUtf8(argument.help);
+        if (!argument.choices.isEmpty())
+            help += QStringLiteral(" One of %1.").arg(listed(argument.choices));
+        m_parser.addPositionalArgument(QLatin1String(argument.name), help);
     }
-    if (m_parser.isSet(QStringLiteral("help"))) {
+    for (const Action& action : command.actions) {
+        QStringList words{QLatin1String(action.name)};
+        for (const Argument& argument : action.arguments)
+            words.append(QLatin1String(argument.name));
+        m_parser.addPositionalArgument(words.join(QLatin1Char(' ')), QString::fromUtf8(action.help));
+    }
+}
+
+int CommandLine::run(const QStringList& words)
+{
+    const QString problem = problemOfWords(words);
+    if (isSet("help")) {
         printLine(help());
         return eExitOk;
     }
-    const QStringList given = m_parser.positionalArguments();
-    if (given.size() < m_arguments.size() - (m_optional ? 1 : 0))
-        return usageError(QStringLiteral("%1 is missing").arg(m_arguments.at(given.size())));
-    if (given.size() > m_arguments.size() && !m_endless)
-        return usageError(QStringLiteral("unexpected argument \"%1\"").arg(given.at(m_arguments.size())));
+    if (!problem.isEmpty())
+        return usageError(problem);
     // Trace lines are for support; an operator at the prompt gets one error line instead.
-    Startup::ErrorHandler::Instance().setLoggingEnabled(m_parser.isSet(QStringLiteral("trace")));
-    return std::nullopt;
+    Startup::ErrorHandler::Instance().setLoggingEnabled(isSet("trace"));
+    return m_action ? m_action->run(*this) : m_command.run(*this);
 }
 
-std::optional<int> CommandLine::readEndpoint(int index, Endpoint& endpoint) const
+QString CommandLine::problemOfWords(const QStringList& words)
 {
-    QString host;
-    QString error;
-    if (!KoltaApps::splitHostAndPort(argument(index), host, endpoint.port, error))
-        return usageError(error);
-    if (KoltaApps::findAddress(host, endpoint.address, error))
-        return std::nullopt;
-    printError(error);
-    return eExitFailed;
+    if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + words)) {
+        QString text = m_parser.errorText();
+        while (text.endsWith(QLatin1Char('.')))
+            text.chop(1);
+        return text;
+    }
+    m_arguments = m_parser.positionalArguments();
+    m_wanted = m_command.arguments;
+    QString problem = m_command.actions.isEmpty() ? QString() : readAction();
+    if (problem.isEmpty())
+        problem = problemOfArguments(m_wanted, m_arguments);
+    return problem.isEmpty() ? problemOfOptions() : problem;
 }
 
-std::optional<int> CommandLine::number(const QString& option, int minimum, int maximum) const
+/// Takes the first argument as the name of an action.
+QString CommandLine::readAction()
 {
+    if (m_arguments.isEmpty())
+        return QStringLiteral("ACTION is missing");
+    const QString name = m_arguments.takeFirst();
+    QStringList names;
+    for (const Action& action : m_command.actions) {
+        names.append(QLatin1String(action.name));
+        if (name == names.last())
+            m_action = &action;
+    }
+    if (!m_action)
+        return QStringLiteral("\"%1\" is no action: expected one of %2").arg(name, listed(names));
+    m_wanted = m_action->arguments;
+    return {};
+}
+
+QString CommandLine::problemOfArguments(const QVector<Argument>& wanted, const QStringList& given) const
+{
+    const QString place = m_action ? QLatin1String(m_action->name) + QStringLiteral(": ") : QString();
+    const auto last = wanted.isEmpty() ? Argument::Once : wanted.last().count;
+    const bool mayLack = last == Argument::Any || last == Argument::Optional;
+    const bool mayRepeat = last != Argument::Once && last != Argument::Optional;
+    if (given.size() < wanted.size() - (mayLack ? 1 : 0))
+        return place + QStringLiteral("%1 is missing").arg(QLatin1String(wanted.at(given.size()).name));
+    if (given.size() > wanted.size() && !mayRepeat)
+        return place + QStringLiteral("unexpected argument \"%1\"").arg(given.at(wanted.size()));
+    for (int i = 0; i < qMin(given.size(), wanted.size()); ++i) {
+        const Argument& argument = wanted.at(i);
+        if (!argument.choices.isEmpty() && placeOf(given.at(i), argument.choices) < 0)
+            return QStringLiteral("\"%1\" is no %2: expected one of %3")
+                .arg(given.at(i), QString(QLatin1String(argument.name)).toLower(), listed(argument.choices));
+        const QString problem = argument.check ? argument.check(given.at(i)) : QString();
+        if (!problem.isEmpty())
+            return problem;
+    }
+    return {};
+}
+
+QString CommandLine::problemOfOptions()
+{
+    for (const Option& option : m_command.options) {
+        if (!isSet(option.name))
+            continue;
+        for (const QString& given : values(option.name)) {
+            const QString problem = option.check ? option.check(given) : QString();
+            if (!problem.isEmpty())
+                return QStringLiteral("%1: %2").arg(option.typed(), problem);
+            const QString wish = wishOf(option, given);
+            if (!wish.isEmpty())
+                return QStringLiteral("%1 wants %2, not \"%3\"").arg(option.typed(), wish, given);
+        }
+    }
     bool isNumber = false;
-    const int number = value(option).toInt(&isNumber);
-    if (isNumber && number >= minimum && number <= maximum)
-        return number;
-    const QString dashes = option.size() == 1 ? QStringLiteral("-") : QStringLiteral("--");
-    usageError(QStringLiteral("%1 wants a whole number from %2 to %3, not \"%4\"")
-                   .arg(dashes + option, QString::number(minimum), QString::number(maximum), value(option)));
-    return std::nullopt;
+    const double seconds = value("timeout").toDouble(&isNumber);
+    if (!isNumber || !(seconds >= shortestTimeout && seconds <= longestTimeout))
+        return QStringLiteral("--timeout wants a number of seconds from %1 to %2, not \"%3\"")
+            .arg(QString::number(shortestTimeout), QString::number(longestTimeout), value("timeout"));
+    m_timeoutMs = qRound(1000 * seconds);
+    return {};
 }
 
-std::optional<double> CommandLine::hertz(const QString& option) const
+bool CommandLine::isSet(const char* option) const
 {
-    if (!isSet(option))
-        return 0.0;
-    bool isNumber = false;
-    const double hertz = value(option).toDouble(&isNumber);
-    if (isNumber && hertz > 0 && qIsFinite(hertz))
-        return hertz;
-    usageError(QStringLiteral("--%1 wants a number of Hz above 0, not \"%2\"").arg(option, value(option)));
-    return std::nullopt;
+    // Not the parser's isSet(), which complains of what the command does not declare.
+    const QStringList given = m_parser.optionNames();
+    return given.contains(QLatin1String(option)) ||
+           (qstrcmp(option, "help") == 0 && given.contains(QStringLiteral("h")));
 }
 
-std::optional<int> CommandLine::timeoutMs() const
+double CommandLine::hertz(const char* option) const
 {
-    const std::optional<int> seconds = number(QStringLiteral("timeout"), 1, 3600);
-    return seconds ? std::optional<int>(*seconds * 1000) : std::nullopt;
+    return Kolta::hertzFromText(value(option)).value_or(0);
+}
+
+int CommandLine::choice(const char* option) const
+{
+    for (const Option& known : m_command.options) {
+        if (qstrcmp(known.name, option) == 0)
+            return placeOf(value(option), known.choices);
+    }
+    return -1;
+}
+
+int CommandLine::choice(int index) const
+{
+    return placeOf(argument(index), m_wanted.at(index).choices);
 }
 
 /// The parser knows nothing of commands; the first line of its text, which shows the usage, is made here.
 QString CommandLine::help() const
 {
-    const QStringList words =
-        QStringList{QStringLiteral("kolta"), m_name, QStringLiteral("[options]")} + m_arguments;
-    const QString text = m_parser.helpText().trimmed();
-    const QString repetition = m_endless ? QStringLiteral("...") : QString();
-    return QStringLiteral("Usage: ") + words.join(QLatin1Char(' ')) + repetition +
+    QStringList words{m_table.prefix() + QLatin1String(m_command.name), QStringLiteral("[options]")};
+    if (!m_command.actions.isEmpty())
+        words.append(QStringLiteral("ACTION"));
+    for (const Argument& argument : m_command.arguments)
+        words.append(shown(argument));
+    QString text = m_parser.helpText().trimmed();
+    if (!m_command.actions.isEmpty())
+        text.replace(QStringLiteral("\nArguments:\n"), QStringLiteral("\nActions:\n"));
+    return QStringLiteral("Usage: ") + words.join(QLatin1Char(' ')) +
            text.mid(text.indexOf(QLatin1Char('\n')));
 }
 
 int CommandLine::usageError(const QString& text) const
 {
-    printError(QStringLiteral("%1. Try \"kolta %2 --help\".").arg(text, m_name));
+    printError(QStringLiteral("%1. Try \"%2%3 --help\".")
+                   .arg(text, m_table.prefix(), QLatin1String(m_command.name)));
     return eExitUsage;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "command.h"
+
 #include <common/endpoint.h>
 
 #include <QCommandLineParser>
@@ -10,62 +12,57 @@
 
 namespace KoltaCli {
 
-using KoltaApps::Endpoint;
+class CommandTable;
 
-/// The options and arguments of one command. Adds --help, --json, --timeout and --trace to what the command
-/// declares.
+/// The words behind the name of one command, read as its table says. A command that runs finds in it only
+/// what is right.
 class CommandLine
 {
 public:
-    /// `name` is the command, `description` one or two sentences on what it does.
-    CommandLine(const QString& name, const QString& description);
+    /// Both must outlive this.
+    CommandLine(const Command& command, const CommandTable& table);
 
-    void addArgument(const QString& name, const QString& description);
-    /// The last argument, given once or several times.
-    void addArguments(const QString& name, const QString& description);
-    /// The last argument, given any number of times or not at all.
-    void addOptionalArguments(const QString& name, const QString& description);
-    void addOption(const QCommandLineOption& option);
-    /// Adds --faults, see Session::loadFaultTexts().
-    void addFaultsOption();
+    /// Reads the words and runs the command; returns an eExitCode. Help that is asked for is printed instead;
+    /// wrong words are told.
+    int run(const QStringList& words);
+    /// What --help shows.
+    QString help() const;
 
-    /// The options that a command declares for these arguments, as they are typed. The command runs no
-    /// further than to its parse(), and prints nothing.
-    static QStringList optionsOf(int (*run)(const QStringList&), const QStringList& arguments);
-
-    /// Parses; a command does nothing before that. A value means that the command is over with that exit
-    /// code: help was printed, or the words are wrong and an error was printed.
-    std::optional<int> parse(const QStringList& arguments);
-
-    bool json() const { return m_parser.isSet(QStringLiteral("json")); }
-    bool faults() const { return m_parser.isSet(QStringLiteral("faults")); }
-    bool isSet(const QString& option) const { return m_parser.isSet(option); }
-    QString value(const QString& option) const { return m_parser.value(option); }
-    QStringList values(const QString& option) const { return m_parser.values(option); }
-    QString argument(int index) const { return m_parser.positionalArguments().value(index); }
-    QStringList arguments() const { return m_parser.positionalArguments(); }
-    /// Reads the argument as HOST:PORT and looks the host up. A value means that the command is over with
-    /// that exit code; an error was printed.
-    std::optional<int> readEndpoint(int index, Endpoint& endpoint) const;
-    /// An option as a whole number in [minimum, maximum]; prints an error and gives nothing when it is not.
-    std::optional<int> number(const QString& option, int minimum, int maximum) const;
-    /// An option as a number of Hz, 0 when it was not given; prints an error and gives nothing when it is
-    /// none above 0.
-    std::optional<double> hertz(const QString& option) const;
+    /// The commands that are known where this one runs.
+    const CommandTable& table() const noexcept { return m_table; }
+    bool json() const { return isSet("json"); }
+    bool isSet(const char* option) const;
+    QString value(const char* option) const { return m_parser.value(QLatin1String(option)); }
+    QStringList values(const char* option) const { return m_parser.values(QLatin1String(option)); }
+    /// Without the name of an action.
+    QStringList arguments() const { return m_arguments; }
+    QString argument(int index) const { return m_arguments.value(index); }
+    /// A Value::Whole.
+    int number(const char* option) const { return value(option).toInt(); }
+    /// A Value::Hertz; 0 when it was not given.
+    double hertz(const char* option) const;
+    /// The place of a Value::Choice among its choices; -1 when it was not given.
+    int choice(const char* option) const;
+    /// The same of an argument.
+    int choice(int index) const;
     /// --timeout in milliseconds.
-    std::optional<int> timeoutMs() const;
-    /// Prints an error that says where to find help, and gives eExitUsage.
+    int timeoutMs() const noexcept { return m_timeoutMs; }
+    /// Prints an error that says where to find help, and gives eExitUsage. For what no table can say.
     int usageError(const QString& text) const;
 
 private:
-    QString help() const;
+    QString problemOfWords(const QStringList& words);
+    QString problemOfOptions();
+    QString problemOfArguments(const QVector<Argument>& wanted, const QStringList& given) const;
+    QString readAction();
 
+    const Command& m_command;
+    const CommandTable& m_table;
     QCommandLineParser m_parser;
-    QString m_name;
+    const Action* m_action = nullptr;
+    QVector<Argument> m_wanted; ///< behind the action
     QStringList m_arguments;
-    QStringList m_options;   ///< as they are typed
-    bool m_endless = false;  ///< the last of them may be repeated
-    bool m_optional = false; ///< the last of them may be missing
+    int m_timeoutMs = 0;
 };
 
 } // namespace KoltaCli

@@ -1,5 +1,9 @@
 #include "output.h"
 
+#include "interruption.h"
+#include "terminal.h"
+
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <cerrno>
@@ -9,68 +13,136 @@ namespace KoltaCli {
 
 namespace {
 
-bool isLost = false;
-bool isMute = false;
+constexpr int digitsInJson = 12;
+const char bold[] = "\033[1m";
+const char red[] = "\033[31m";
+const char plain[] = "\033[0m";
 
-QString printable(QString text)
+constexpr int blanksSetIn = 3;
+
+bool isLost = false;
+int manners = OutputManner::eAsUsual;
+OutputManner* innermost = nullptr;
+
+QString printable(QString text, bool isOneLine)
 {
     for (QChar& letter : text) {
-        if (letter.category() == QChar::Other_Control && letter != QLatin1Char('\n') &&
-            letter != QLatin1Char('\t'))
-            letter = QChar::ReplacementCharacter;
+        const bool isAllowed = letter == QLatin1Char('\t') || (letter == QLatin1Char('\n') && !isOneLine);
+        switch (letter.category()) {
+        case QChar::Other_Control:
+        case QChar::Other_Format: // turns the direction of writing, for instance
+        case QChar::Separator_Line:
+        case QChar::Separator_Paragraph:
+            if (!isAllowed)
+                letter = QChar::ReplacementCharacter;
+            break;
+        default:
+            break;
+        }
     }
     return text;
 }
 
-bool write(FILE* file, const QString& text)
+bool write(FILE* file, const QByteArray& bytes)
 {
-    if (isMute)
-        return true;
-    const QByteArray bytes = printable(text).toUtf8() + '\n';
     const std::size_t size = static_cast<std::size_t>(bytes.size());
     return std::fwrite(bytes.constData(), 1, size, file) == size && std::fflush(file) == 0;
 }
 
-} // namespace
-
-QString Table::line(const QStringList& cells, const QVector<int>& widths) const
+QByteArray setIn(const QByteArray& bytes)
 {
-    QString text;
-    for (int column = 0; column < widths.size(); ++column) {
-        const QString cell = cells.value(column);
-        const QString gap = column == 0 ? QString() : QStringLiteral("  ");
-        text += gap;
-        text += m_right.contains(column) ? cell.rightJustified(widths[column])
-                                         : cell.leftJustified(widths[column]);
+    QByteArrayList lines = bytes.split('\n');
+    for (QByteArray& line : lines) {
+        if (!line.isEmpty())
+            line.prepend(QByteArray(blanksSetIn, ' '));
     }
-    while (text.endsWith(QLatin1Char(' ')))
-        text.chop(1);
-    return text;
+    return lines.join('\n');
 }
 
-QString Table::toText() const
+void writeOutput(QByteArray bytes)
 {
-    QVector<int> widths;
-    for (const QString& title : m_header)
-        widths.append(title.size());
-    for (const QStringList& row : m_rows) {
-        for (int column = 0; column < widths.size(); ++column)
-            widths[column] = qMax(widths[column], row.value(column).size());
-    }
-    QStringList lines{line(m_header, widths)};
-    for (const QStringList& row : m_rows)
-        lines.append(line(row, widths));
-    return lines.join(QLatin1Char('\n'));
-}
-
-void printLine(const QString& text)
-{
-    if (isLost || write(stdout, text))
+    if (manners & OutputManner::eSetIn)
+        bytes = setIn(bytes);
+    if (isLost || (manners & OutputManner::eSilent) || write(stdout, bytes))
         return;
     const int error = errno;
     isLost = true;
     if (error != EPIPE)
         printError(QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(error)));
+}
+
+QJsonValue rounded(const QJsonValue& value)
+{
+    if (value.isDouble())
+        return QString::number(value.toDouble(), 'g', digitsInJson).toDouble();
+    if (value.isArray()) {
+        QJsonArray array = value.toArray();
+        for (int i = 0; i < array.size(); ++i)
+            array[i] = rounded(array.at(i));
+        return array;
+    }
+    if (!value.isObject())
+        return value;
+    QJsonObject object = value.toObject();
+    for (auto member = object.begin(); member != object.end(); ++member)
+        member.value() = rounded(member.value());
+    return object;
+}
+
+} // namespace
+
+void remember(const QString& text)
+{
+    for (OutputManner* manner = innermost; manner; manner = manner->m_outer)
+        manner->m_lines += text.split(QLatin1Char('\n'));
+}
+
+OutputManner::OutputManner(int added) : m_outer(innermost), m_outerManners(manners)
+{
+    innermost = this;
+    manners |= added;
+}
+
+OutputManner::~OutputManner()
+{
+    innermost = m_outer;
+    manners = m_outerManners;
+}
+
+void printLine(const QString& text)
+{
+    remember(text);
+    writeOutput(printable(text, false).toUtf8() + '\n');
+}
+
+void printHeading(const QString& text)
+{
+    remember(text);
+    const QByteArray bytes = printable(text, true).toUtf8();
+    writeOutput(hasColour(fileno(stdout)) ? QByteArray(bold + bytes + plain + '\n')
+                                          : QByteArray(bytes + '\n'));
+}
+
+void printError(const QString& text)
+{
+    remember(QStringLiteral("kolta: ") + text);
+    if (manners & OutputManner::eErrorsAsOutput)
+        return writeOutput("kolta: " + printable(text, true).toUtf8() + '\n');
+    if (manners & OutputManner::eSilent)
+        return;
+    const QByteArray name =
+        hasColour(fileno(stderr)) ? QByteArray(red) + "kolta:" + plain : QByteArray("kolta:");
+    write(stderr, name + ' ' + printable(text, true).toUtf8() + '\n');
+}
+
+void printJson(const QJsonObject& object)
+{
+    printLine(QString::fromUtf8(QJsonDocument(rounded(object).toObject()).toJson(QJsonDocument::Compact)));
+}
+
+int blanksBeforeOutput()
+{
+    return manners & OutputManner::eSetIn ? blanksSetIn : 0;
 }
 
 QString counted(int number, const QString& noun)
@@ -79,24 +151,19 @@ QString counted(int number, const QString& noun)
                                          number == 1 ? QString() : QStringLiteral("s"));
 }
 
-void printError(const QString& text)
+QString yesNo(bool value)
 {
-    write(stderr, QStringLiteral("kolta: ") + text);
+    return value ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
-void printJson(const QJsonObject& object)
+QString secondsText(int milliseconds)
 {
-    printLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+    return QString::number(milliseconds / 1000.0) + QStringLiteral(" s");
 }
 
-OutputMute::OutputMute()
+QString orInterrupted(const QString& text)
 {
-    isMute = true;
-}
-
-OutputMute::~OutputMute()
-{
-    isMute = false;
+    return isInterrupted() ? QStringLiteral("interrupted") : text;
 }
 
 bool outputIsLost()

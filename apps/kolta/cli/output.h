@@ -3,7 +3,6 @@
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
-#include <QVector>
 
 namespace KoltaCli {
 
@@ -14,44 +13,54 @@ enum eExitCode : int {
     eExitUsage = 2   ///< the command line is wrong
 };
 
-/// Rows of text under a header, printed in aligned columns.
-class Table
-{
-public:
-    explicit Table(const QStringList& header) : m_header(header) {}
-    /// Missing cells stay empty, surplus ones are left out.
-    void addRow(const QStringList& cells) { m_rows.append(cells); }
-    /// Columns of numbers are aligned to the right.
-    void alignRight(int column) { m_right.append(column); }
-    QString toText() const;
-
-private:
-    QString line(const QStringList& cells, const QVector<int>& widths) const;
-
-    QStringList m_header;
-    QVector<QStringList> m_rows;
-    QVector<int> m_right;
-};
-
-/// Writes one line to standard output, flushed, so that a pipe sees it at once. Control characters that came
-/// from a server are replaced, so that they cannot reach a terminal.
+/// Writes one line, or several, to standard output, flushed, so that a pipe sees it at once. What came from a
+/// server and would steer a terminal or turn the direction of writing is replaced.
 void printLine(const QString& text);
-/// "1 profile", "2 profiles": how many there are of what `noun` names.
-QString counted(int number, const QString& noun);
-/// Writes "kolta: <text>" to standard error.
+/// The same, so that it stands out where there are colours.
+void printHeading(const QString& text);
+/// Writes "kolta: <text>" to standard error, always as one line.
 void printError(const QString& text);
-/// Writes one compact JSON object as a line to standard output.
+/// Writes one compact JSON object as a line to standard output. Numbers are rounded to 12 digits.
 void printJson(const QJsonObject& object);
 
-/// While one lives nothing is written.
-class OutputMute
+/// "1 profile", "2 profiles": how many there are of what `noun` names.
+QString counted(int number, const QString& noun);
+/// "yes" or "no".
+QString yesNo(bool value);
+/// "2.5 s".
+QString secondsText(int milliseconds);
+/// What a command says that had to wait: "interrupted" when its user did not want to.
+QString orInterrupted(const QString& text);
+
+/// Changes how things are printed, for as long as one lives, and remembers what is. They nest: each adds to
+/// what the others do.
+class OutputManner
 {
 public:
-    OutputMute();
-    ~OutputMute();
-    OutputMute(const OutputMute&) = delete;
-    OutputMute& operator=(const OutputMute&) = delete;
+    enum eManner {
+        eAsUsual = 0,
+        eSetIn = 1,          ///< lines begin with three blanks
+        eErrorsAsOutput = 2, ///< errors go to standard output, too
+        eSilent = 4          ///< nothing is written
+    };
+    explicit OutputManner(int manners = eAsUsual);
+    ~OutputManner();
+    OutputManner(const OutputManner&) = delete;
+    OutputManner& operator=(const OutputManner&) = delete;
+
+    /// All that was printed since this was made, errors included.
+    const QStringList& lines() const noexcept { return m_lines; }
+
+private:
+    friend void remember(const QString& text);
+
+    OutputManner* m_outer;
+    int m_outerManners;
+    QStringList m_lines;
 };
+
+/// How many blanks stand before each line at present.
+int blanksBeforeOutput();
 
 /// Whether something could not be written to standard output; the first time is told on standard error,
 /// unless the reader of a pipe has just had enough.

@@ -2,16 +2,17 @@
 
 #include <kolta/application/assignmentrequest.h>
 #include <kolta/application/processordirectory.h>
-#include <kolta/application/shorttimecommands.h>
+#include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
-#include <kolta/cli/interruption.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/guidtext.h>
 
 #include <QJsonArray>
 
 #include <limits>
+#include <type_traits>
 
 namespace KoltaCli {
 
@@ -20,27 +21,18 @@ using Kolta::ShortTimeFFPAssignmentItemMap;
 
 namespace {
 
-const QString profilesOption = QStringLiteral("profiles");
-const QString radioOption = QStringLiteral("radio");
-const QString resourceOption = QStringLiteral("resource");
-const QString coverageOption = QStringLiteral("coverage");
-const QString disabledOption = QStringLiteral("disabled");
-const QString recordOption = QStringLiteral("record");
-constexpr quint32 defaultCoverage = 50;
+using Assignments = ShortTimeCollection<ShortTimeFFPAssignmentItemMap>;
 
-ShortTimeFFPAssignmentItemMap* findAssignments(const std::optional<ShortTimeServer>& server)
-{
-    return server ? server->find<ShortTimeFFPAssignmentItemMap>(QStringLiteral("Assignments")) : nullptr;
-}
+constexpr quint32 defaultCoverage = 50;
 
 /// The GUID of the FFP that `text` means: a GUID, also of one that does not run, or the name of one that
 /// runs. Prints an error and gives an empty text when it means none.
-QString findFfp(const ShortTimeServer& server, const QString& text)
+QString findFfp(Server& server, const QString& text)
 {
     QUuid guid = Kolta::guidFromText(text);
     if (guid.isNull()) {
         QString problem;
-        const ProcessorDirectory directory({&server.server()});
+        const ProcessorDirectory directory({&server});
         const ProcessorEntry* const entry = directory.find(text, QStringLiteral("FFP"), problem);
         if (!entry) {
             printError(problem);
@@ -68,8 +60,7 @@ void print(const QVector<ShortTimeFFPAssignment>& assignments, bool json)
     Table table({QStringLiteral("FFP"), QStringLiteral("ENABLED"), QStringLiteral("RECORD"),
                  QStringLiteral("COVERAGE %"), QStringLiteral("RADIO"), QStringLiteral("RESOURCE"),
                  QStringLiteral("PROFILES")});
-    for (const int column : {3, 4, 5})
-        table.alignRight(column);
+    table.alignRight({3, 4, 5});
     for (const ShortTimeFFPAssignment& assignment : assignments) {
         table.addRow({assignment.ffpGuid, yesNo(assignment.enabled), yesNo(assignment.autoRecording),
                       QString::number(assignment.minCoverage), QString::number(assignment.radioId),
@@ -79,73 +70,56 @@ void print(const QVector<ShortTimeFFPAssignment>& assignments, bool json)
             printJson(toJson(assignment));
     }
     if (!json)
-        printLine(assignments.isEmpty() ? QStringLiteral("nothing is assigned") : table.toText());
+        printTable(table, QStringLiteral("nothing is assigned"));
 }
 
-int list(const CommandLine& line, const QStringList&)
+int list(const CommandLine& line, const Assignments& known)
 {
-    const auto server = ShortTimeServer::startUp(line);
-    const ShortTimeFFPAssignmentItemMap* const map = findAssignments(server);
-    if (!map)
-        return eExitFailed;
     QVector<ShortTimeFFPAssignment> assignments;
-    for (const QString& guid : sortedKeys(*map))
-        assignments.append(map->At(guid));
+    for (const QString& guid : known.keys())
+        assignments.append(known.map().At(guid));
     print(assignments, line.json());
     return eExitOk;
 }
 
-int show(const CommandLine& line, const QStringList& arguments)
+int show(const CommandLine& line, const Assignments& known)
 {
-    const auto server = ShortTimeServer::startUp(line);
-    const ShortTimeFFPAssignmentItemMap* const map = findAssignments(server);
-    const QString ffp = map ? findFfp(*server, arguments.first()) : QString();
+    const QString ffp = findFfp(known.server(), line.argument(0));
     if (ffp.isEmpty())
         return eExitFailed;
-    if (!map->Contains(ffp)) {
+    if (!known.map().Contains(ffp)) {
         printError(QStringLiteral("nothing is assigned to the FFP %1").arg(ffp));
         return eExitFailed;
     }
-    print({map->At(ffp)}, line.json());
+    print({known.map().At(ffp)}, line.json());
     return eExitOk;
 }
 
-/// False for an option that is no number in range; what is not given stays.
-bool readNumber(const CommandLine& line, const QString& option, int maximum, quint32& number)
+/// Takes over what the options say; what they do not name stays.
+void change(ShortTimeFFPAssignment& assignment, const CommandLine& line)
 {
-    if (!line.isSet(option))
-        return true;
-    const auto read = line.number(option, 0, maximum);
-    number = static_cast<quint32>(read.value_or(0));
-    return read.has_value();
-}
-
-/// False for wrong usage, which was told.
-bool readOptions(const CommandLine& line, ShortTimeFFPAssignment& assignment)
-{
-    quint32 resource = assignment.tavikResourceId;
-    if (!readNumber(line, radioOption, std::numeric_limits<int>::max(), assignment.radioId) ||
-        !readNumber(line, resourceOption, std::numeric_limits<quint16>::max(), resource) ||
-        !readNumber(line, coverageOption, 100, assignment.minCoverage))
-        return false;
-    assignment.tavikResourceId = static_cast<quint16>(resource);
-    assignment.enabled = !line.isSet(disabledOption);
-    assignment.autoRecording = line.isSet(recordOption);
-    if (!line.isSet(profilesOption))
-        return true;
+    const auto take = [&line](const char* option, auto& number) {
+        if (line.isSet(option))
+            number = static_cast<std::remove_reference_t<decltype(number)>>(line.number(option));
+    };
+    take("radio", assignment.radioId);
+    take("resource", assignment.tavikResourceId);
+    take("coverage", assignment.minCoverage);
+    assignment.enabled = !line.isSet("disabled");
+    assignment.autoRecording = line.isSet("record");
+    if (!line.isSet("profiles"))
+        return;
     assignment.profiles.clear();
-    const QString names = line.values(profilesOption).join(QLatin1Char(','));
+    const QString names = line.values("profiles").join(QLatin1Char(','));
     for (const QString& name : names.split(QLatin1Char(','), Qt::SkipEmptyParts))
         assignment.profiles.append(name.trimmed());
-    return true;
 }
 
-int tell(const AssignmentRequest& request, const ShortTimeFFPAssignment& assignment,
-         const ShortTimeServer& server, bool json)
+int tell(const AssignmentRequest& request, const ShortTimeFFPAssignment& assignment, const QString& address,
+         const CommandLine& line)
 {
-    const QString address = server.server().getAddress();
     const bool granted = request.outcome() == AssignmentRequest::Outcome::Granted;
-    if (json) {
+    if (line.json()) {
         QJsonObject object = toJson(assignment);
         object[QStringLiteral("granted")] = granted;
         if (!request.problem().isEmpty())
@@ -166,62 +140,54 @@ int tell(const AssignmentRequest& request, const ShortTimeFFPAssignment& assignm
         printError(QStringLiteral("%1 has gone").arg(address));
         break;
     case AssignmentRequest::Outcome::Open:
-        printError(isInterrupted() ? QStringLiteral("interrupted")
-                                   : QStringLiteral("%1 has not answered within %2 s")
-                                         .arg(address, QString::number(server.timeoutMs() / 1000)));
+        printError(orInterrupted(
+            QStringLiteral("%1 has not answered within %2").arg(address, secondsText(line.timeoutMs()))));
         break;
     }
     return eExitFailed;
 }
 
-int set(const CommandLine& line, const QStringList& arguments)
+int set(const CommandLine& line, const Assignments& known)
 {
-    ShortTimeFFPAssignment assignment;
-    // Before anything is started: the command line may be wrong.
-    if (!readOptions(line, assignment))
-        return eExitUsage;
-    const auto server = ShortTimeServer::startUp(line);
-    ShortTimeFFPAssignmentItemMap* const map = findAssignments(server);
-    const QString ffp = map ? findFfp(*server, arguments.first()) : QString();
+    const QString ffp = findFfp(known.server(), line.argument(0));
     if (ffp.isEmpty())
         return eExitFailed;
-    assignment = map->Contains(ffp) ? map->At(ffp) : ShortTimeFFPAssignment();
+    ShortTimeFFPAssignment assignment =
+        known.map().Contains(ffp) ? known.map().At(ffp) : ShortTimeFFPAssignment();
     if (assignment.isNull())
         assignment.minCoverage = defaultCoverage;
     assignment.ffpGuid = ffp;
-    readOptions(line, assignment);
-    AssignmentRequest request(*map, assignment);
-    request.wait(server->timeoutMs());
-    return tell(request, assignment, *server, line.json());
+    change(assignment, line);
+    AssignmentRequest request(known.map(), assignment);
+    request.wait(line.timeoutMs());
+    return tell(request, assignment, known.server().getAddress(), line);
 }
 
 } // namespace
 
-int runAssignments(const QStringList& arguments)
+Command assignmentsCommand()
 {
-    CommandLine line(
-        QStringLiteral("assignments"),
-        QStringLiteral("Works on what the FFPs of a server in a simulated installation inside this "
-                       "process are to look for: list, show FFP, set FFP. What set does not say "
-                       "of profiles, radio, resource and coverage stays as it is."));
-    line.addArgument(QStringLiteral("ACTION"), QStringLiteral("list, show or set."));
-    line.addOptionalArguments(QStringLiteral("FFP"),
-                              QStringLiteral("GUID of an FFP, or the display name of one that runs."));
-    const auto addNumber = [&line](const QString& name, const char* text) {
-        line.addOption({name, QLatin1String(text), QStringLiteral("number")});
-    };
-    line.addOption({profilesOption,
-                    QStringLiteral("Names of the profiles, separated by commas; \"\" for none."),
-                    QStringLiteral("names")});
-    addNumber(radioOption, "Radio identifier (0).");
-    addNumber(resourceOption, "Number of the FFP in the resource model, up to 65535 (0).");
-    addNumber(coverageOption, "Minimum coverage in per cent (50).");
-    line.addOption({disabledOption, QStringLiteral("The FFP does not look for them yet.")});
-    line.addOption({recordOption, QStringLiteral("Record the emissions that are detected.")});
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    return runAction(line, {{"list", "", list}, {"show", "FFP", show}, {"set", "FFP", set}});
+    const Argument ffp{"FFP", "GUID of an FFP, or the display name of one that runs."};
+    const auto on = [](auto use) { return onShortTime<ShortTimeFFPAssignmentItemMap>("Assignments", use); };
+    return {
+        "assignments",
+        "list, show or set what FFPs are to look for",
+        "Works on what the FFPs of a server in a simulated installation inside this process are to look for. "
+        "FFP is a GUID, or the display name of one that runs. What set does not say of profiles, radio, "
+        "resource and coverage stays as it is.",
+        {},
+        Servers::options(
+            {text("profiles", "names", "set: names of the profiles, separated by commas; \"\" for none."),
+             whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
+             whole("resource", "number", "set: number of the FFP in the resource model, up to 65535 (0).", 0,
+                   std::numeric_limits<quint16>::max()),
+             whole("coverage", "number", "set: minimum coverage in per cent (50).", 0, 100),
+             flag("disabled", "set: the FFP does not look for them yet."),
+             flag("record", "set: record the emissions that are detected.")}),
+        nullptr,
+        {{"list", {}, "Lists all assignments.", on(list)},
+         {"show", {ffp}, "Shows that of an FFP.", on(show)},
+         {"set", {ffp}, "Asks the server for another one.", on(set)}}};
 }
 
 } // namespace KoltaCli

@@ -44,30 +44,33 @@ void printObjects(const TunerAllocation& allocation)
 void printTree(const TunerAllocation& allocation)
 {
     allocation.printOrigin();
-    printLine(classTable(allocation.tree(), allocation.serverName()));
+    classTable(allocation.tree(), allocation.serverName()).print();
     const int outside = allocation.tree().getRootItem()->getNumberOfTunerChildren();
     if (outside > 0)
         printLine(QStringLiteral("tuners without a class: %1").arg(outside));
 }
 
+int classes(const CommandLine& line, const TunerAllocation& allocation)
+{
+    if (line.json())
+        printObjects(allocation);
+    else
+        printTree(allocation);
+    return eExitOk;
+}
+
 } // namespace
 
-int runClasses(const QStringList& arguments)
+Command classesCommand()
 {
-    CommandLine line(QStringLiteral("classes"),
-                     QStringLiteral("Draws the tree of tuner classes of a simulated installation inside this "
-                                    "process; of default classes, if it has none."));
-    EmbeddedInstallation::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto allocation = TunerAllocation::start(line);
-    if (!allocation)
-        return eExitFailed;
-    if (line.json())
-        printObjects(*allocation);
-    else
-        printTree(*allocation);
-    return eExitOk;
+    return {"classes",
+            "draw the tree of tuner classes",
+            "Draws the tree of tuner classes of a simulated installation inside this process; of default "
+            "classes, "
+            "if it has none.",
+            {},
+            {EmbeddedInstallation::option()},
+            with(TunerAllocation::start, classes)};
 }
 
 } // namespace KoltaCli

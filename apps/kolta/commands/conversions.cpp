@@ -1,8 +1,9 @@
 #include "commands.h"
 
-#include <kolta/application/shorttimecommands.h>
+#include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/convertproductionresultmap.h>
 
@@ -19,17 +20,7 @@ using sorel::RecordIdentifier;
 
 namespace {
 
-const QString typeOption = QStringLiteral("type");
-const QString productionOption = QStringLiteral("production");
-const QString resultOption = QStringLiteral("result");
-const QString failedOption = QStringLiteral("failed");
-const QString keepOption = QStringLiteral("keep");
-const QString olderOption = QStringLiteral("older-than");
-
-ConvertProductionResultMap* findConversions(const std::optional<ShortTimeServer>& server)
-{
-    return server ? server->find<ConvertProductionResultMap>(QStringLiteral("Conversions")) : nullptr;
-}
+using Conversions = ShortTimeCollection<ConvertProductionResultMap>;
 
 QString stateText(const ConvertProductionResult& result)
 {
@@ -60,14 +51,10 @@ void print(const ConvertProductionResult& result)
 }
 
 /// The oldest first.
-int list(const CommandLine& line, const QStringList&)
+int list(const CommandLine& line, const Conversions& known)
 {
-    const auto server = ShortTimeServer::startUp(line);
-    const ConvertProductionResultMap* const map = findConversions(server);
-    if (!map)
-        return eExitFailed;
     QVector<ConvertProductionResult> results;
-    for (const auto& entry : map->data())
+    for (const auto& entry : known.map().data())
         results.append(entry.second);
     std::sort(results.begin(), results.end(), [](const auto& a, const auto& b) {
         return a.creationTime() == b.creationTime() ? a.GetKey().toString() < b.GetKey().toString()
@@ -82,18 +69,27 @@ int list(const CommandLine& line, const QStringList&)
             print(result);
     }
     if (!line.json())
-        printLine(results.isEmpty() ? QStringLiteral("there are no conversions") : table.toText());
+        printTable(table, QStringLiteral("there are no conversions"));
     return eExitOk;
 }
 
-/// Nothing for a text that names no record, which is told.
-std::optional<RecordIdentifier> readRecord(const CommandLine& line, const QString& text)
+QString problemOfRecord(const QString& text)
 {
-    const RecordIdentifier record = RecordIdentifier::fromString(text);
-    if (record.valid())
-        return record;
-    line.usageError(QStringLiteral("\"%1\" is no record, expected SUBSYSTEM/DEVICE/RECORD").arg(text));
-    return std::nullopt;
+    return RecordIdentifier::fromString(text).valid()
+               ? QString()
+               : QStringLiteral("\"%1\" is no record, expected SUBSYSTEM/DEVICE/RECORD").arg(text);
+}
+
+QDateTime timeFrom(const QString& text)
+{
+    return QDateTime::fromString(text, Qt::ISODate);
+}
+
+QString problemOfTime(const QString& text)
+{
+    return timeFrom(text).isValid()
+               ? QString()
+               : QStringLiteral("\"%1\" is no time such as 2031-05-04T03:02:01Z").arg(text);
 }
 
 int tell(const ConvertProductionResultMap& map, const RecordIdentifier& record, bool json)
@@ -117,59 +113,38 @@ int refuse(const RecordIdentifier& record, const char* problem)
 }
 
 /// What is finished is converted anew.
-int start(const CommandLine& line, const QStringList& arguments)
+int start(const CommandLine& line, const Conversions& known)
 {
-    const auto record = readRecord(line, arguments.first());
-    if (!record)
-        return eExitUsage;
-    const auto server = ShortTimeServer::startUp(line);
-    ConvertProductionResultMap* const map = findConversions(server);
-    if (!map)
-        return eExitFailed;
-    if (map->contains(*record) && map->At(*record).state() == ConvertProductionResult::eConverting)
-        return refuse(*record, "is being converted already");
+    const RecordIdentifier record = RecordIdentifier::fromString(line.argument(0));
+    ConvertProductionResultMap& map = known.map();
+    if (map.contains(record) && map.At(record).state() == ConvertProductionResult::eConverting)
+        return refuse(record, "is being converted already");
     Kolta::ConvertProductionResultRequest request;
-    request.record = *record;
+    request.record = record;
     request.productionID = QUuid::createUuid().toString();
-    request.productionName = line.value(productionOption);
+    request.productionName = line.value("production");
     request.pirmID = QStringLiteral("kolta");
-    request.resultType = line.value(typeOption);
-    map->Add(ConvertProductionResult(request));
-    map->startConverting(*record);
-    return tell(*map, *record, line.json());
+    request.resultType = line.value("type");
+    map.Add(ConvertProductionResult(request));
+    map.startConverting(record);
+    return tell(map, record, line.json());
 }
 
-int finish(const CommandLine& line, const QStringList& arguments)
+int finish(const CommandLine& line, const Conversions& known)
 {
-    const auto record = readRecord(line, arguments.first());
-    if (!record)
-        return eExitUsage;
-    const auto server = ShortTimeServer::startUp(line);
-    ConvertProductionResultMap* const map = findConversions(server);
-    if (!map)
-        return eExitFailed;
-    if (!map->contains(*record) || map->At(*record).state() != ConvertProductionResult::eConverting)
-        return refuse(*record, "is not being converted");
-    map->setFinished(*record, !line.isSet(failedOption), line.value(resultOption));
-    return tell(*map, *record, line.json());
+    const RecordIdentifier record = RecordIdentifier::fromString(line.argument(0));
+    ConvertProductionResultMap& map = known.map();
+    if (!map.contains(record) || map.At(record).state() != ConvertProductionResult::eConverting)
+        return refuse(record, "is not being converted");
+    map.setFinished(record, !line.isSet("failed"), line.value("result"));
+    return tell(map, record, line.json());
 }
 
-int tidy(const CommandLine& line, const QStringList&)
+int tidy(const CommandLine& line, const Conversions& known)
 {
-    const auto keep = line.number(keepOption, 0, std::numeric_limits<int>::max());
-    if (!keep)
-        return eExitUsage;
-    const QDateTime olderThan = QDateTime::fromString(line.value(olderOption), Qt::ISODate);
-    if (line.isSet(olderOption) && !olderThan.isValid())
-        return line.usageError(QStringLiteral("--older-than wants a time such as 2031-05-04T03:02:01Z, "
-                                              "not \"%1\"")
-                                   .arg(line.value(olderOption)));
-    const auto server = ShortTimeServer::startUp(line);
-    ConvertProductionResultMap* const map = findConversions(server);
-    if (!map)
-        return eExitFailed;
-    const int erased = map->tidyUp(static_cast<quint64>(*keep), olderThan, line.isSet(failedOption));
-    const int left = static_cast<int>(map->Size());
+    const int erased = known.map().tidyUp(static_cast<quint64>(line.number("keep")),
+                                          timeFrom(line.value("older-than")), line.isSet("failed"));
+    const int left = static_cast<int>(known.map().Size());
     if (line.json())
         printJson({{QStringLiteral("erased"), erased}, {QStringLiteral("left"), left}});
     else
@@ -180,30 +155,30 @@ int tidy(const CommandLine& line, const QStringList&)
 
 } // namespace
 
-int runConversions(const QStringList& arguments)
+Command conversionsCommand()
 {
-    CommandLine line(QStringLiteral("conversions"),
-                     QStringLiteral("Works on the results of conversions of recordings on a server in a "
-                                    "simulated installation inside this process: list, start RECORD, "
-                                    "finish RECORD, tidy. start and finish play the conversion production."));
-    line.addArgument(QStringLiteral("ACTION"), QStringLiteral("list, start, finish or tidy."));
-    line.addOptionalArguments(QStringLiteral("RECORD"), QStringLiteral("SUBSYSTEM/DEVICE/RECORD."));
-    line.addOption({typeOption, QStringLiteral("start: kind of result."), QStringLiteral("text")});
-    line.addOption({productionOption, QStringLiteral("start: name of the production (kolta)."),
-                    QStringLiteral("name"), QStringLiteral("kolta")});
-    line.addOption({resultOption, QStringLiteral("finish: the result."), QStringLiteral("text")});
-    line.addOption({failedOption, QStringLiteral("finish: the conversion failed; tidy: erase such results "
-                                                 "too.")});
-    line.addOption({keepOption, QStringLiteral("tidy: results that are left (0)."), QStringLiteral("number"),
-                    QStringLiteral("0")});
-    line.addOption({olderOption, QStringLiteral("tidy: erase only results made before this time."),
-                    QStringLiteral("time")});
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    return runAction(
-        line,
-        {{"list", "", list}, {"start", "RECORD", start}, {"finish", "RECORD", finish}, {"tidy", "", tidy}});
+    const Argument record{"RECORD", "SUBSYSTEM/DEVICE/RECORD.", Argument::Once, {}, problemOfRecord};
+    const auto on = [](auto use) { return onShortTime<ConvertProductionResultMap>("Conversions", use); };
+    return {"conversions",
+            "list, start, finish or tidy up conversions of recordings",
+            "Works on the results of conversions of recordings on a server in a simulated installation "
+            "inside this "
+            "process. start and finish play the conversion production. RECORD is SUBSYSTEM/DEVICE/RECORD.",
+            {},
+            Servers::options(
+                {text("type", "text", "start: kind of result."),
+                 text("production", "name", "start: name of the production (kolta).", "kolta"),
+                 text("result", "text", "finish: the result."),
+                 flag("failed", "finish: the conversion failed; tidy: erase such results too."),
+                 whole("keep", "number", "tidy: results that are left (0).", 0,
+                       std::numeric_limits<int>::max(), "0"),
+                 checked(text("older-than", "time", "tidy: erase only results made before this time."),
+                         problemOfTime)}),
+            nullptr,
+            {{"list", {}, "Lists all, the oldest first.", on(list)},
+             {"start", {record}, "Begins one.", on(start)},
+             {"finish", {record}, "Ends one.", on(finish)},
+             {"tidy", {}, "Erases results, the oldest first.", on(tidy)}}};
 }
 
 } // namespace KoltaCli

@@ -3,15 +3,13 @@
 #include <kolta/application/embeddedinstallation.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/guidtext.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/resourcedemandclassobserver.h>
 
 #include <QLocale>
-
-#include <iterator>
-#include <optional>
 
 namespace KoltaCli {
 
@@ -22,29 +20,12 @@ using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
-const char* const appTypeNames[] = {"unknown", "scp", "mcp", "ffp", "dsc", "fhp", "fha"};
-
-QString wantedNames()
-{
-    QStringList names;
-    for (const char* name : appTypeNames)
-        names.append(QLatin1String(name));
-    return names.mid(1).join(QStringLiteral(", "));
-}
-
-/// Reads --app-type: a name in any case or the number of a type.
-std::optional<eAppType> readAppType(const CommandLine& line)
-{
-    const QString text = line.value(QStringLiteral("app-type"));
-    for (int type = Kolta::eAppSCP; type < static_cast<int>(std::size(appTypeNames)); ++type) {
-        if (text == QString::number(type) ||
-            text.compare(QLatin1String(appTypeNames[type]), Qt::CaseInsensitive) == 0)
-            return static_cast<eAppType>(type);
-    }
-    const QString wish = QStringLiteral("--app-type wants one of %1 or its number from 1").arg(wantedNames());
-    line.usageError(text.isEmpty() ? wish : wish + QStringLiteral(", not \"%1\"").arg(text));
-    return std::nullopt;
-}
+/// A type is meant by its name or its number.
+const QStringList appTypeNames{QStringLiteral("scp"), QStringLiteral("mcp"), QStringLiteral("ffp"),
+                               QStringLiteral("dsc"), QStringLiteral("fhp"), QStringLiteral("fha"),
+                               QStringLiteral("1"),   QStringLiteral("2"),   QStringLiteral("3"),
+                               QStringLiteral("4"),   QStringLiteral("5"),   QStringLiteral("6")};
+constexpr int appTypes = 6;
 
 QString yes(bool value)
 {
@@ -61,8 +42,7 @@ void printTable(const QVector<ResourceDemandClass>& classes, const QString& defa
     Table table({QStringLiteral("CLASS"), QStringLiteral("MAX MHz"), QStringLiteral("HARDWARE"),
                  QStringLiteral("CUSTOM"), QStringLiteral("CREDITS"), QStringLiteral("RAM MB"),
                  QStringLiteral("DEFAULT"), QStringLiteral("INFO")});
-    for (const int column : {1, 4, 5})
-        table.alignRight(column);
+    table.alignRight({1, 4, 5});
     for (const ResourceDemandClass& entry : classes) {
         table.addRow({entry.GetDemandClassName(),
                       scaled(entry.IsMaxBandwidthSet(), entry.GetMaxBandwidth(), 1e6),
@@ -71,7 +51,7 @@ void printTable(const QVector<ResourceDemandClass>& classes, const QString& defa
                       scaled(entry.IsRAMSet(), entry.GetRAM(), 1e6),
                       yes(entry.GetDemandClassName() == defaultName), entry.GetInfo()});
     }
-    printLine(table.toText());
+    table.print();
 }
 
 /// One object per class; what is unset is missing.
@@ -101,49 +81,47 @@ const Tuner* findTuner(const Kolta::KoltaResourceObserver& resources, const QStr
     return dynamic_cast<const Tuner*>(resources.FindResource(uuid.isNull() ? guid : uuid.toString()));
 }
 
-} // namespace
-
-int runDemandClasses(const QStringList& arguments)
+int demandClasses(const CommandLine& line, const EmbeddedInstallation& installation)
 {
-    CommandLine line(QStringLiteral("demand-classes"),
-                     QStringLiteral("Lists the resource demand classes that an application may use, narrow "
-                                    "ones first, of a simulated installation inside this process."));
-    line.addOption({QStringLiteral("app-type"),
-                    QStringLiteral("Type of the application: %1.").arg(wantedNames()),
-                    QStringLiteral("type")});
-    line.addOption(
-        {QStringLiteral("tuner"), QStringLiteral("Only what this tuner can feed."), QStringLiteral("GUID")});
-    EmbeddedInstallation::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const std::optional<eAppType> appType = readAppType(line);
-    if (!appType)
-        return eExitUsage;
-    const auto installation = EmbeddedInstallation::start(line);
-    if (!installation)
-        return eExitFailed;
-
-    ResourceDemandClassObserver demandClasses;
+    if (!line.isSet("app-type"))
+        return line.usageError(QStringLiteral("--app-type is missing"));
+    const auto appType = static_cast<eAppType>(Kolta::eAppSCP + line.choice("app-type") % appTypes);
+    ResourceDemandClassObserver observer;
     Kolta::KoltaResourceObserver resources;
-    if (!installation->mirror(demandClasses, QStringLiteral("DemandClasses")) ||
-        !installation->mirror(resources, QStringLiteral("Resources")))
+    if (!installation.mirror(observer, QStringLiteral("DemandClasses")) ||
+        !installation.mirror(resources, QStringLiteral("Resources")))
         return eExitFailed;
     QVector<ResourceDemandClass> classes;
-    const QString guid = line.value(QStringLiteral("tuner"));
+    const QString guid = line.value("tuner");
     if (guid.isEmpty()) {
-        classes = demandClasses.GetDemandClassesForAppType(*appType, false);
+        classes = observer.GetDemandClassesForAppType(appType, false);
     } else if (const Tuner* const tuner = findTuner(resources, guid)) {
-        classes = demandClasses.GetDemandClassesForAppType(*appType, *tuner);
+        classes = observer.GetDemandClassesForAppType(appType, *tuner);
     } else {
         printError(QStringLiteral("there is no tuner with the GUID \"%1\"").arg(guid));
         return eExitFailed;
     }
-    const QString& defaultName = ResourceDemandClassObserver::GetDefaultDemandClassName(*appType);
+    const QString& defaultName = ResourceDemandClassObserver::GetDefaultDemandClassName(appType);
     if (line.json())
         printObjects(classes, defaultName);
     else
         printTable(classes, defaultName);
     return eExitOk;
+}
+
+} // namespace
+
+Command demandClassesCommand()
+{
+    return {
+        "demand-classes",
+        "list the demand classes that an application may use",
+        "Lists the resource demand classes that an application may use, narrow ones first, of a simulated "
+        "installation inside this process.",
+        {},
+        {choice("app-type", "type", "Type of the application, by name or number.", appTypeNames),
+         text("tuner", "GUID", "Only what this tuner can feed."), EmbeddedInstallation::option()},
+        with(EmbeddedInstallation::start, demandClasses)};
 }
 
 } // namespace KoltaCli

@@ -3,6 +3,7 @@
 #include <kolta/application/session.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <xmlmessaging/converters.h>
@@ -27,46 +28,37 @@ void print(const XmlCommunication::CAppDescription& description, bool json)
     if (json)
         printJson(object);
     else
-        printLine(table.toText());
+        table.print();
 }
 
-} // namespace
-
-int runDescribe(const QStringList& arguments)
+int describe(const CommandLine& line, Session& session)
 {
-    CommandLine line(QStringLiteral("describe"),
-                     QStringLiteral("Asks a server for its application description."));
-    line.addArgument(QStringLiteral("HOST:PORT"), QStringLiteral("The server's address."));
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    Endpoint endpoint;
-    if (const auto exitCode = line.readEndpoint(0, endpoint))
-        return *exitCode;
-
-    Session session(endpoint);
-    const auto query = makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY,
-                                   XmlCommunication::CAppDescription::makeFragment());
-    const auto reply =
-        session.open(*timeout) ? session.request(query, *timeout) : XmlCommon::ptrCXmlMessage();
-    if (!reply) {
-        printError(session.errorText());
-        return eExitFailed;
-    }
-    if (Kolta::KoltaConnection::hasFault(reply)) {
-        printError(Kolta::KoltaConnection::getFaultText(reply));
-        return eExitFailed;
-    }
-    if (reply->getNumberOfFragments() == 0 ||
-        !XmlCommunication::CAppDescription(reply->getFragment(0)).isCompatible()) {
-        printError(QStringLiteral("%1 answered with something else than an application description")
-                       .arg(endpoint.toString()));
+    const auto reply = session.request(makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY,
+                                                   XmlCommunication::CAppDescription::makeFragment()),
+                                       line.timeoutMs());
+    QString problem = reply ? Kolta::KoltaConnection::getFaultText(reply) : session.errorText();
+    if (problem.isEmpty() && (reply->getNumberOfFragments() == 0 ||
+                              !XmlCommunication::CAppDescription(reply->getFragment(0)).isCompatible()))
+        problem = QStringLiteral("%1 answered with something else than an application description")
+                      .arg(session.endpoint().toString());
+    if (!problem.isEmpty()) {
+        printError(problem);
         return eExitFailed;
     }
     print(XmlCommunication::CAppDescription(reply->getFragment(0)), line.json());
     return eExitOk;
+}
+
+} // namespace
+
+Command describeCommand()
+{
+    return {"describe",
+            "ask a server who it is",
+            "Asks a server for its application description.",
+            {Session::argument()},
+            {},
+            with(Session::startOpen, describe)};
 }
 
 } // namespace KoltaCli

@@ -22,7 +22,7 @@ QString nameAt(const ProcessorDirectory& directory, const QString& guid)
 }
 
 /// Asks for the move and waits for the answer; returns an eExitCode.
-int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& from, int timeoutMs, bool json)
+int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& from, const CommandLine& line)
 {
     const ServerAnswer answer = awaitAnswer(
         *ffp.server,
@@ -30,8 +30,8 @@ int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& fr
             return ffp.server->getProductionControl().requestFFPMove(Kolta::guidFromText(ffp.guid),
                                                                      Kolta::guidFromText(mcp.guid));
         },
-        timeoutMs);
-    if (json) {
+        line.timeoutMs());
+    if (line.json()) {
         QJsonObject object{{QStringLiteral("server"), ffp.server->getAddress()},
                            {QStringLiteral("request"), answer.request.toString()},
                            {QStringLiteral("accepted"), answer.accepted},
@@ -49,29 +49,12 @@ int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& fr
     return answer.accepted ? eExitOk : eExitFailed;
 }
 
-} // namespace
-
-int runMove(const QStringList& arguments)
+int moveFfp(const CommandLine& line, Servers& servers)
 {
-    CommandLine line(QStringLiteral("move"),
-                     QStringLiteral("Moves an FFP to another MCP of the same server, in a simulated "
-                                    "installation inside this process."));
-    line.addArgument(QStringLiteral("FFP"), QStringLiteral("GUID or name of the FFP."));
-    line.addArgument(QStringLiteral("MCP"), QStringLiteral("GUID or name of the MCP."));
-    Users::declareOption(line);
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    const auto servers = Servers::startUp(line, *timeout);
-    if (!servers)
-        return eExitFailed;
-    const Users users(servers->installation(), line);
+    const Users users(servers.installation(), line);
     if (!users.areKnown() || !users.may(rightToRun(QStringLiteral("FFP"))))
         return eExitFailed;
-    const ProcessorDirectory directory(servers->all());
+    const ProcessorDirectory directory(servers.all());
     QString problem;
     const ProcessorEntry* const ffp = directory.find(line.argument(0), QStringLiteral("FFP"), problem);
     const ProcessorEntry* const mcp =
@@ -80,9 +63,22 @@ int runMove(const QStringList& arguments)
         problem = QStringLiteral("%1 runs on %2, but %3 on %4")
                       .arg(ffp->name, ffp->server->getAddress(), mcp->name, mcp->server->getAddress());
     if (problem.isEmpty())
-        return move(*ffp, *mcp, nameAt(directory, ffp->mcp), *timeout, line.json());
+        return move(*ffp, *mcp, nameAt(directory, ffp->mcp), line);
     printError(problem);
     return eExitFailed;
+}
+
+} // namespace
+
+Command moveCommand()
+{
+    return {
+        "move",
+        "move an FFP to another MCP",
+        "Moves an FFP to another MCP of the same server, in a simulated installation inside this process.",
+        {{"FFP", "GUID or name of the FFP."}, {"MCP", "GUID or name of the MCP."}},
+        Servers::options({Users::option()}),
+        with(Servers::startUp, moveFfp)};
 }
 
 } // namespace KoltaCli

@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <kolta/application/requesttracker.h>
 #include <kolta/application/roundtripstatistics.h>
 #include <kolta/application/session.h>
 #include <kolta/cli/commandline.h>
@@ -19,23 +20,30 @@ constexpr int maxCount = 1000000;
 struct PingResult
 {
     int sent = 0;
+    int answered = 0;
     int faults = 0;
-    RoundTripStatistics times;
-    bool complete() const { return sent == times.count() && faults == 0; }
+    bool inOrder = true;
+    RoundTripStatistics times; ///< of requests that went one at a time
+    bool complete() const { return sent == answered && faults == 0 && inOrder; }
 };
 
-PingResult ping(Session& session, int count, int timeoutMs)
+XmlCommon::ptrCXmlMessage makeQuery()
+{
+    return makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY,
+                       XmlCommunication::CAppDescription::makeFragment());
+}
+
+PingResult askOneAtATime(Session& session, int count, int timeoutMs)
 {
     PingResult result;
     QElapsedTimer timer;
     while (result.sent < count) {
-        const auto query = makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY,
-                                       XmlCommunication::CAppDescription::makeFragment());
         ++result.sent;
         timer.start();
-        const auto reply = session.request(query, timeoutMs);
+        const auto reply = session.request(makeQuery(), timeoutMs);
         if (!reply)
-            break; // requests go one at a time: behind an unanswered one nothing would move
+            break; // behind an unanswered one nothing would move
+        ++result.answered;
         result.times.add(static_cast<double>(timer.nsecsElapsed()) / 1000.0);
         if (Kolta::KoltaConnection::hasFault(reply)) {
             if (result.faults++ == 0)
@@ -45,57 +53,68 @@ PingResult ping(Session& session, int count, int timeoutMs)
     return result;
 }
 
+/// Hands all over to the connection, which keeps them in line.
+PingResult askAtOnce(Session& session, int count, int timeoutMs)
+{
+    RequestTracker books(session.connection());
+    for (int i = 0; i < count; ++i)
+        books.submit(makeQuery());
+    session.waitFor([&books] { return books.allAnswered(); }, timeoutMs);
+    PingResult result;
+    result.sent = books.requests();
+    result.answered = result.sent - books.lost();
+    result.faults = books.faults();
+    result.inOrder = books.inOrder() && books.duplicated() == 0;
+    return result;
+}
+
 void print(const PingResult& result, const Session& session, bool json)
 {
     if (json) {
         QJsonObject object = result.times.toJson();
         object[QStringLiteral("sent")] = result.sent;
-        object[QStringLiteral("received")] = result.times.count();
+        object[QStringLiteral("received")] = result.answered;
         object[QStringLiteral("faults")] = result.faults;
         object[QStringLiteral("reconnects")] = session.reconnects();
+        object[QStringLiteral("inOrder")] = result.inOrder;
         printJson(object);
         return;
     }
-    printLine(QStringLiteral("%1: sent %2, answered %3, faults %4, reconnects %5")
-                  .arg(session.endpoint().toString())
-                  .arg(result.sent)
-                  .arg(result.times.count())
-                  .arg(result.faults)
-                  .arg(session.reconnects()));
+    printLine(QStringLiteral("%1: sent %2, answered %3, faults %4, reconnects %5%6")
+                  .arg(session.endpoint().toString(), QString::number(result.sent),
+                       QString::number(result.answered), QString::number(result.faults),
+                       QString::number(session.reconnects()),
+                       result.inOrder ? QString() : QStringLiteral(", not each once and in order")));
     if (result.times.count() > 0)
         printLine(result.times.toText());
 }
 
+int ping(const CommandLine& line, Session& session)
+{
+    const auto askFor = line.isSet("at-once") ? askAtOnce : askOneAtATime;
+    const PingResult result = askFor(session, line.number("n"), line.timeoutMs());
+    print(result, session, line.json());
+    if (result.sent != result.answered)
+        printError(line.isSet("at-once")
+                       ? QStringLiteral("%1 unanswered within %2")
+                             .arg(counted(result.sent - result.answered, QStringLiteral("request")),
+                                  secondsText(line.timeoutMs()))
+                       : session.errorText());
+    return result.complete() ? eExitOk : eExitFailed;
+}
+
 } // namespace
 
-int runPing(const QStringList& arguments)
+Command pingCommand()
 {
-    CommandLine line(
-        QStringLiteral("ping"),
-        QStringLiteral("Measures round trips: asks for the application description, one at a time."));
-    line.addArgument(QStringLiteral("HOST:PORT"), QStringLiteral("The server's address."));
-    line.addOption({QStringLiteral("n"), QStringLiteral("Number of round trips, 1 to 1000000 (10)."),
-                    QStringLiteral("count"), QStringLiteral("10")});
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    const auto count = timeout ? line.number(QStringLiteral("n"), 1, maxCount) : std::nullopt;
-    if (!timeout || !count)
-        return eExitUsage;
-    Endpoint endpoint;
-    if (const auto exitCode = line.readEndpoint(0, endpoint))
-        return *exitCode;
-
-    Session session(endpoint);
-    if (!session.open(*timeout)) {
-        printError(session.errorText());
-        return eExitFailed;
-    }
-    const PingResult result = ping(session, *count, *timeout);
-    print(result, session, line.json());
-    if (result.sent != result.times.count())
-        printError(session.errorText());
-    return result.complete() ? eExitOk : eExitFailed;
+    return {"ping",
+            "measure round trips",
+            "Measures round trips: asks for the application description, one at a time.",
+            {Session::argument()},
+            {whole("n", "count", "Number of round trips, 1 to 1000000 (10).", 1, maxCount, "10"),
+             flag("at-once",
+                  "Hand all requests over at once, so that they wait in line, instead of one at a time.")},
+            with(Session::startOpen, ping)};
 }
 
 } // namespace KoltaCli

@@ -60,62 +60,62 @@ void printProblems(const TunerPlan& plan)
     }
 }
 
-} // namespace
-
-int runPlan(const QStringList& arguments)
+/// Half a plan is of no use to anybody.
+void undoUnlessWhole(const TunerPlan& plan, Kolta::TunerBookingManager& manager)
 {
-    CommandLine line(QStringLiteral("plan"),
-                     QStringLiteral("Gives each class a free tuner of its own, in a simulated installation "
-                                    "inside this process: each in turn its cheapest one that is left. Within "
-                                    "a shell the tuners stay planned if all classes got one."));
-    line.addOptionalArguments(QStringLiteral("CLASS"),
-                              QStringLiteral("Name of a tuner class; also repeatedly."));
-    const QString clearOption = QStringLiteral("clear");
-    line.addOption(
-        {clearOption, QStringLiteral("Give back first what is planned; then no class is needed.")});
-    line.addOption({QStringLiteral("optimal"),
-                    QStringLiteral("Share the tuners out so that all are served whenever that is possible, "
-                                   "at the least total cost.")});
-    line.addOption({QStringLiteral("all"),
-                    QStringLiteral("Hand out all tuners, whether or not they are free at present.")});
-    EmbeddedInstallation::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
+    for (const TunerPlan::Request& request : plan.requests) {
+        if (request.booked && !plan.holds())
+            manager.undoTunerPlanning(guidOf(request.tuner));
+    }
+}
+
+int plan(const CommandLine& line, const TunerAllocation& allocation)
+{
     const QStringList classNames = line.arguments();
-    const bool clear = line.isSet(clearOption);
+    const bool clear = line.isSet("clear");
     if (classNames.isEmpty() && !clear)
         return line.usageError(QStringLiteral("CLASS is missing"));
-    const auto allocation = TunerAllocation::start(line);
-    if (!allocation)
-        return eExitFailed;
     for (const QString& name : classNames) {
-        if (!allocation->knowsClass(name))
+        if (!allocation.knowsClass(name))
             return eExitFailed;
     }
-
-    Kolta::TunerBookingManager& manager = allocation->booking();
+    Kolta::TunerBookingManager& manager = allocation.booking();
     if (clear)
         manager.clearPlanning();
     if (classNames.isEmpty())
         return eExitOk;
-    const bool all = line.isSet(QStringLiteral("all"));
-    const auto tuners = all ? manager.getAllTuners() : manager.getFreeTuners();
-    const auto makePlan = line.isSet(QStringLiteral("optimal")) ? planOptimally : planGreedily;
-    TunerPlan plan = makePlan(allocation->tree(), tuners, classNames);
-    book(plan, manager);
-    // Half a plan is of no use to anybody.
-    for (const TunerPlan::Request& request : qAsConst(plan.requests)) {
-        if (request.booked && !plan.holds())
-            manager.undoTunerPlanning(guidOf(request.tuner));
-    }
+    const auto tuners = line.isSet("all") ? manager.getAllTuners() : manager.getFreeTuners();
+    const auto makePlan = line.isSet("optimal") ? planOptimally : planGreedily;
+    TunerPlan made = makePlan(allocation.tree(), tuners, classNames);
+    book(made, manager);
+    undoUnlessWhole(made, manager);
     if (line.json()) {
-        printObjects(plan);
+        printObjects(made);
     } else {
-        allocation->printOrigin();
-        printLine(planTable(plan));
+        allocation.printOrigin();
+        planTable(made).print();
     }
-    printProblems(plan);
-    return plan.holds() ? eExitOk : eExitFailed;
+    printProblems(made);
+    return made.holds() ? eExitOk : eExitFailed;
+}
+
+} // namespace
+
+Command planCommand()
+{
+    return {
+        "plan",
+        "give tuners to several classes at once",
+        "Gives each class a free tuner of its own, in a simulated installation inside this process: each in "
+        "turn its cheapest one that is left. Within a shell the tuners stay planned if all classes got one.",
+        {{"CLASS", "Name of a tuner class; also repeatedly.", Argument::Any}},
+        {flag("clear", "Give back first what is planned; then no class is needed."),
+         flag("optimal",
+              "Share the tuners out so that all are served whenever that is possible, at the least "
+              "total cost."),
+         flag("all", "Hand out all tuners, whether or not they are free at present."),
+         EmbeddedInstallation::option()},
+        with(TunerAllocation::start, plan)};
 }
 
 } // namespace KoltaCli

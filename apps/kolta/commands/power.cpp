@@ -3,8 +3,8 @@
 #include <kolta/application/servers.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
-#include <kolta/cli/interruption.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/guidtext.h>
 #include <koltacommon/koltaresourceobserver.h>
@@ -36,12 +36,12 @@ const Switch switches[] = {
     {"system-off", KoltaResourceObserver::eSystemOff, false},
 };
 
-QString switchWords()
+QStringList switchWords()
 {
     QStringList words;
     for (const Switch& one : switches)
         words.append(QLatin1String(one.word));
-    return words.join(QStringLiteral(", "));
+    return words;
 }
 
 /// Something with a power switch.
@@ -149,12 +149,12 @@ void print(const QVector<Unit>& units, bool json)
                       unit.on ? QStringLiteral("on") : QStringLiteral("off")});
     }
     if (!json)
-        printLine(table.toText());
+        table.print();
 }
 
 /// Asks, waits until the servers show what was asked for, and tells; returns an eExitCode.
-int switchUnits(const Switch& wanted, const QVector<Unit>& units, const Servers& servers, int timeoutMs,
-                bool json)
+int switchUnits(const Switch& wanted, const QVector<Unit>& units, const Servers& servers,
+                const CommandLine& line)
 {
     QVector<Unit> seen;
     ask(servers, units, wanted.command);
@@ -164,44 +164,35 @@ int switchUnits(const Switch& wanted, const QVector<Unit>& units, const Servers&
             return std::all_of(seen.begin(), seen.end(),
                                [&wanted](const Unit& unit) { return unit.on == wanted.on; });
         },
-        timeoutMs);
-    print(seen, json);
+        line.timeoutMs());
+    print(seen, line.json());
     if (!done)
-        printError(isInterrupted() ? QStringLiteral("interrupted")
-                                   : QStringLiteral("not everything is %1 within %2 s")
-                                         .arg(wanted.on ? QStringLiteral("on") : QStringLiteral("off"),
-                                              QString::number(timeoutMs / 1000)));
+        printError(orInterrupted(QStringLiteral("not everything is %1 within %2")
+                                     .arg(wanted.on ? QStringLiteral("on") : QStringLiteral("off"),
+                                          secondsText(line.timeoutMs()))));
     return done ? eExitOk : eExitFailed;
+}
+
+int power(const CommandLine& line, const Servers& servers)
+{
+    QVector<Unit> units;
+    if (!findUnits(line.arguments().mid(1), unitsOf(servers), units))
+        return eExitFailed;
+    return switchUnits(switches[line.choice(0)], units, servers, line);
 }
 
 } // namespace
 
-int runPower(const QStringList& arguments)
+Command powerCommand()
 {
-    CommandLine line(QStringLiteral("power"),
-                     QStringLiteral("Switches units of a simulated installation inside this process on or "
-                                    "off."));
-    line.addArgument(QStringLiteral("SWITCH"), switchWords() + QLatin1Char('.'));
-    line.addArguments(
-        QStringLiteral("UNIT"),
-        QStringLiteral("GUID or name of a tuner, processing or storage unit; also repeatedly."));
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    const auto wanted = std::find_if(std::begin(switches), std::end(switches), [&line](const Switch& one) {
-        return line.argument(0) == QLatin1String(one.word);
-    });
-    if (wanted == std::end(switches))
-        return line.usageError(
-            QStringLiteral("\"%1\" is no switch: expected one of %2").arg(line.argument(0), switchWords()));
-    const auto servers = Servers::startUp(line, *timeout);
-    QVector<Unit> units;
-    if (!servers || !findUnits(line.arguments().mid(1), unitsOf(*servers), units))
-        return eExitFailed;
-    return switchUnits(*wanted, units, *servers, *timeout, line.json());
+    return {"power",
+            "switch units on or off",
+            "Switches units of a simulated installation inside this process on or off.",
+            {{"SWITCH", "What to do.", Argument::Once, switchWords()},
+             {"UNIT", "GUID or name of a tuner, processing or storage unit; also repeatedly.",
+              Argument::Several}},
+            Servers::options(),
+            with(Servers::startUp, power)};
 }
 
 } // namespace KoltaCli

@@ -6,6 +6,7 @@
 #include <kolta/application/users.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/koltaserverinterface.h>
 
@@ -13,50 +14,22 @@ namespace KoltaCli {
 
 namespace {
 
-void declare(CommandLine& line)
-{
-    line.addArgument(QStringLiteral("KIND"), QStringLiteral("scp, mcp or ffp."));
-    line.addOption({QStringLiteral("class"),
-                    QStringLiteral("Tuner class; its cheapest free tuner is taken. An FFP without one is fed "
-                                   "by the tuner of its MCP."),
-                    QStringLiteral("name")});
-    line.addOption({QStringLiteral("demand-class"),
-                    QStringLiteral("Resource demand class, instead of that of the tuner class or the kind."),
-                    QStringLiteral("name")});
-    line.addOption({QStringLiteral("mcp"),
-                    QStringLiteral("The MCP that an FFP runs in: GUID or name; not needed while there is "
-                                   "only one."),
-                    QStringLiteral("MCP")});
-    line.addOption({QStringLiteral("name"), QStringLiteral("Display name (the kind and a number)."),
-                    QStringLiteral("name")});
-    line.addOption({QStringLiteral("frequency"), QStringLiteral("Centre frequency."), QStringLiteral("Hz")});
-    line.addOption({QStringLiteral("bandwidth"), QStringLiteral("Bandwidth."), QStringLiteral("Hz")});
-    Users::declareOption(line);
-    Servers::declareOptions(line);
-}
-
 /// Reads the words; an exit code when they are wrong, which was told.
 std::optional<int> readOrder(const CommandLine& line, ProductionOrder& order)
 {
-    const QStringList kinds{QStringLiteral("scp"), QStringLiteral("mcp"), QStringLiteral("ffp")};
-    const int kind = kinds.indexOf(line.argument(0).toLower());
-    if (kind < 0)
-        return line.usageError(QStringLiteral("\"%1\" is no kind of production: expected scp, mcp or ffp")
-                                   .arg(line.argument(0)));
-    order.kind = static_cast<ProductionOrder::eKind>(kind);
-    order.className = line.value(QStringLiteral("class"));
-    order.demandClass = line.value(QStringLiteral("demand-class"));
-    order.name = line.value(QStringLiteral("name"));
-    const auto frequency = line.hertz(QStringLiteral("frequency"));
-    const auto bandwidth = frequency ? line.hertz(QStringLiteral("bandwidth")) : std::nullopt;
-    if (!frequency || !bandwidth)
-        return eExitUsage;
-    order.frequency = *frequency;
-    order.bandwidth = *bandwidth;
+    order.kind = static_cast<ProductionOrder::eKind>(line.choice(0));
+    order.className = line.value("class");
+    order.tuner = line.value("tuner");
+    order.demandClass = line.value("demand-class");
+    order.name = line.value("name");
+    order.frequency = line.hertz("frequency");
+    order.bandwidth = line.hertz("bandwidth");
     const bool isFfp = order.kind == ProductionOrder::eFfp;
-    if (!isFfp && order.className.isEmpty())
+    if (!order.tuner.isEmpty() && !order.className.isEmpty())
+        return line.usageError(QStringLiteral("--tuner and --class exclude each other"));
+    if (!isFfp && order.className.isEmpty() && order.tuner.isEmpty())
         return line.usageError(QStringLiteral("--class is missing"));
-    if (!isFfp && line.isSet(QStringLiteral("mcp")))
+    if (!isFfp && line.isSet("mcp"))
         return line.usageError(QStringLiteral("--mcp is for an FFP"));
     return std::nullopt;
 }
@@ -69,7 +42,7 @@ Server* findPlace(const CommandLine& line, const Servers& servers, ProductionOrd
         return servers.only();
     const ProcessorDirectory directory(servers.all());
     QString problem;
-    const QString text = line.value(QStringLiteral("mcp"));
+    const QString text = line.value("mcp");
     const ProcessorEntry* const mcp = text.isEmpty() ? directory.findOnly(QStringLiteral("MCP"), problem)
                                                      : directory.find(text, QStringLiteral("MCP"), problem);
     if (!mcp) {
@@ -102,37 +75,51 @@ int tell(const Server& server, const ProductionOutcome& outcome, bool json)
                      QStringLiteral("TUNER"), QStringLiteral("PROCESSOR")});
         table.addRow(
             {production, outcome.name, server.getAddress(), nameOf(outcome.tuner), outcome.processor});
-        printLine(table.toText());
+        table.print();
     }
     if (!answer.accepted)
         printError(answer.problem);
     return answer.accepted ? eExitOk : eExitFailed;
 }
 
-} // namespace
-
-int runProduce(const QStringList& arguments)
+int startProduction(const CommandLine& line, Servers& servers)
 {
-    CommandLine line(QStringLiteral("produce"),
-                     QStringLiteral("Starts a production on a server of a simulated installation inside this "
-                                    "process, and plans the tuner that it needs."));
-    declare(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
     ProductionOrder order;
     if (const auto exitCode = readOrder(line, order))
         return *exitCode;
-    const auto servers = Servers::startUp(line, *timeout);
-    if (!servers)
-        return eExitFailed;
-    const Users users(servers->installation(), line);
+    const Users users(servers.installation(), line);
     if (!users.areKnown() || !users.may(rightToRun(kindName(order.kind))))
         return eExitFailed;
-    Server* const server = findPlace(line, *servers, order);
-    return server ? tell(*server, produce(*server, order, *timeout), line.json()) : eExitFailed;
+    Server* const server = findPlace(line, servers, order);
+    return server ? tell(*server, produce(*server, order, line.timeoutMs()), line.json()) : eExitFailed;
+}
+
+} // namespace
+
+Command produceCommand()
+{
+    const QStringList kinds{QStringLiteral("scp"), QStringLiteral("mcp"), QStringLiteral("ffp")};
+    return {"produce",
+            "start a production, with the tuner that it needs",
+            "Starts a production on a server of a simulated installation inside this process, and plans the "
+            "tuner "
+            "that it needs.",
+            {{"KIND", "What to start.", Argument::Once, kinds}},
+            Servers::options(
+                {text("class", "name",
+                      "Tuner class; its cheapest free tuner is taken. An FFP without one is fed by the tuner "
+                      "of its "
+                      "MCP."),
+                 text("tuner", "tuner",
+                      "GUID or name of a tuner, instead of a class; the server decides whether it is free."),
+                 text("demand-class", "name",
+                      "Resource demand class, instead of that of the tuner class or the kind."),
+                 text("mcp", "MCP",
+                      "The MCP that an FFP runs in: GUID or name; not needed while there is only one."),
+                 text("name", "name", "Display name (the kind and a number)."),
+                 hertz("frequency", "Centre frequency: 98.5M, 98.5e6."),
+                 hertz("bandwidth", "Bandwidth: 5M, 300k."), Users::option()}),
+            with(Servers::startUp, startProduction)};
 }
 
 } // namespace KoltaCli

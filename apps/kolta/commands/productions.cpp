@@ -4,11 +4,13 @@
 #include <kolta/application/servers.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/hardwareprocessingobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/units.h>
 
 namespace KoltaCli {
 
@@ -26,7 +28,7 @@ QString resourceName(const ProcessorEntry& entry, const QString& guid)
 
 QString megahertz(double hertz)
 {
-    return hertz > 0 ? QString::number(hertz / 1e6) : QString();
+    return hertz > 0 ? Kolta::megahertzToText(hertz) : QString();
 }
 
 void printObject(const ProcessorEntry& entry)
@@ -56,47 +58,46 @@ void printObject(const ProcessorEntry& entry)
     printJson(object);
 }
 
-void printTable(const QVector<ProcessorEntry>& entries)
+void printEntries(const QVector<ProcessorEntry>& entries)
 {
     Table table({QStringLiteral("PROCESSOR"), QStringLiteral("KIND"), QStringLiteral("SERVER"),
                  QStringLiteral("TUNER"), QStringLiteral("MHz"), QStringLiteral("BAND MHz"),
                  QStringLiteral("DEMAND"), QStringLiteral("UNIT"), QStringLiteral("HARDWARE"),
                  QStringLiteral("GUID"), QStringLiteral("PRODUCTION")});
-    table.alignRight(4);
-    table.alignRight(5);
+    table.alignRight({4, 5});
     for (const ProcessorEntry& entry : entries)
         table.addRow({QString(2 * entry.depth, QLatin1Char(' ')) + entry.name, entry.kind,
                       entry.server->getAddress(), resourceName(entry, entry.tuner),
                       megahertz(entry.frequency), megahertz(entry.bandwidth), entry.demandClass,
                       resourceName(entry, entry.unit),
                       isInHardware(entry) ? QStringLiteral("yes") : QString(), entry.guid, entry.production});
-    printLine(entries.isEmpty() ? QStringLiteral("nothing runs") : table.toText());
+    printTable(table, QStringLiteral("nothing runs"));
 }
 
-} // namespace
-
-int runProductions(const QStringList& arguments)
+int productions(const CommandLine& line, const Servers& servers)
 {
-    CommandLine line(QStringLiteral("productions"),
-                     QStringLiteral("Lists what runs on the servers of a simulated installation inside this "
-                                    "process: productions and the processors within them."));
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    const auto servers = Servers::startUp(line, *timeout);
-    if (!servers)
-        return eExitFailed;
-    const ProcessorDirectory directory(servers->all());
+    const ProcessorDirectory directory(servers.all());
     if (!line.json()) {
-        printTable(directory.all());
+        printEntries(directory.all());
         return eExitOk;
     }
     for (const ProcessorEntry& entry : directory.all())
         printObject(entry);
     return eExitOk;
+}
+
+} // namespace
+
+Command productionsCommand()
+{
+    return {
+        "productions",
+        "list what runs",
+        "Lists what runs on the servers of a simulated installation inside this process: productions and the "
+        "processors within them.",
+        {},
+        Servers::options(),
+        with(Servers::startUp, productions)};
 }
 
 } // namespace KoltaCli

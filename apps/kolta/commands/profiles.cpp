@@ -2,11 +2,12 @@
 
 #include <kolta/application/profilefile.h>
 #include <kolta/application/profilemembers.h>
-#include <kolta/application/shorttimecommands.h>
+#include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/standardstreams.h>
+#include <kolta/cli/table.h>
 
-#include <koltacommon/q9rprofiles.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 
 namespace KoltaCli {
@@ -16,42 +17,26 @@ using Kolta::ShortTimeProfileItemMap;
 
 namespace {
 
-const QString typeOption = QStringLiteral("type");
-const QString replaceOption = QStringLiteral("replace");
-
-ShortTimeProfileItemMap* findProfiles(const std::optional<ShortTimeServer>& server)
-{
-    return server ? server->find<ShortTimeProfileItemMap>(QStringLiteral("Profiles")) : nullptr;
-}
+using Profiles = ShortTimeCollection<ShortTimeProfileItemMap>;
 
 /// A file cannot tell the types: without --type a profile that is known keeps the one that it has.
-int importFile(const CommandLine& line, const QStringList& arguments)
+int importFile(const CommandLine& line, const Profiles& profiles)
 {
-    std::optional<Kolta::eShortTimeProfileType> type;
-    if (line.isSet(typeOption)) {
-        type = typeFromText(line.value(typeOption));
-        if (!type)
-            return line.usageError(QStringLiteral("--type wants one of %1, not \"%2\"")
-                                       .arg(typeNames(), line.value(typeOption)));
-    }
-    auto read = readProfiles(arguments.first(), type.value_or(Kolta::eShortTimeProfileUnspecified));
+    const auto type = line.isSet("type") ? typeFromText(line.value("type").toLower()) : std::nullopt;
+    auto read = readProfiles(line.argument(0), type.value_or(Kolta::eShortTimeProfileUnspecified));
     if (!read)
-        return eExitFailed;
-    const auto server = ShortTimeServer::startUp(line);
-    ShortTimeProfileItemMap* const profiles = findProfiles(server);
-    if (!profiles)
         return eExitFailed;
     std::list<ShortTimeProfile> items;
     int known = 0;
     for (ShortTimeProfile profile : qAsConst(*read)) {
-        const bool isKnown = profiles->Contains(profile.name);
+        const bool isKnown = profiles.map().Contains(profile.name);
         if (isKnown && !type)
-            profile.type = profiles->At(profile.name).type;
+            profile.type = profiles.map().At(profile.name).type;
         known += isKnown ? 1 : 0;
         items.push_back(profile);
     }
-    profiles->Set(items, line.isSet(replaceOption), true);
-    const int total = static_cast<int>(profiles->Size());
+    profiles.map().Set(items, line.isSet("replace"), true);
+    const int total = static_cast<int>(profiles.map().Size());
     if (line.json())
         printJson({{QStringLiteral("read"), read->size()},
                    {QStringLiteral("new"), read->size() - known},
@@ -59,23 +44,19 @@ int importFile(const CommandLine& line, const QStringList& arguments)
     else
         printLine(QStringLiteral("%1 read, %2 of them new; %3 now has %4")
                       .arg(counted(read->size(), QStringLiteral("profile")),
-                           QString::number(read->size() - known), server->server().getAddress(),
+                           QString::number(read->size() - known), profiles.server().getAddress(),
                            QString::number(total)));
     return eExitOk;
 }
 
-int list(const CommandLine& line, const QStringList&)
+int list(const CommandLine& line, const Profiles& profiles)
 {
-    const auto server = ShortTimeServer::startUp(line);
-    const ShortTimeProfileItemMap* const profiles = findProfiles(server);
-    if (!profiles)
-        return eExitFailed;
     QStringList header{QStringLiteral("NAME"), QStringLiteral("TYPE")};
     for (const ProfileMember& member : membersOf(ShortTimeProfile()))
         header.append(QString(QLatin1String(member.name)).toUpper());
     Table table(header);
-    for (const QString& name : sortedKeys(*profiles)) {
-        const ShortTimeProfile& profile = profiles->At(name);
+    for (const QString& name : profiles.keys()) {
+        const ShortTimeProfile& profile = profiles.map().At(name);
         QStringList cells{name, typeText(profile.type)};
         for (const ProfileMember& member : membersOf(profile))
             cells.append(member.text);
@@ -84,21 +65,18 @@ int list(const CommandLine& line, const QStringList&)
             printJson(toJson(profile));
     }
     if (!line.json())
-        printLine(profiles->Empty() ? QStringLiteral("there are no profiles") : table.toText());
+        printTable(table, QStringLiteral("there are no profiles"));
     return eExitOk;
 }
 
-int show(const CommandLine& line, const QStringList& arguments)
+int show(const CommandLine& line, const Profiles& profiles)
 {
-    const auto server = ShortTimeServer::startUp(line);
-    const ShortTimeProfileItemMap* const profiles = findProfiles(server);
-    if (!profiles)
-        return eExitFailed;
-    if (!profiles->Contains(arguments.first())) {
-        printError(QStringLiteral("there is no profile \"%1\"").arg(arguments.first()));
+    const QString name = line.argument(0);
+    if (!profiles.map().Contains(name)) {
+        printError(QStringLiteral("there is no profile \"%1\"").arg(name));
         return eExitFailed;
     }
-    const ShortTimeProfile& profile = profiles->At(arguments.first());
+    const ShortTimeProfile& profile = profiles.map().At(name);
     if (line.json()) {
         printJson(toJson(profile));
         return eExitOk;
@@ -108,30 +86,29 @@ int show(const CommandLine& line, const QStringList& arguments)
     for (const ProfileMember& member : membersOf(profile))
         table.addRow(
             {QLatin1String(member.name), member.text.isEmpty() ? QStringLiteral("not in use") : member.text});
-    printLine(table.toText());
+    table.print();
     return eExitOk;
 }
 
-int exportFile(const CommandLine& line, const QStringList& arguments)
+/// Standard output holds nothing but the file when it is written there.
+int exportFile(const CommandLine& line, const Profiles& profiles)
 {
-    const auto server = ShortTimeServer::startUp(line);
-    const ShortTimeProfileItemMap* const profiles = findProfiles(server);
-    if (!profiles)
-        return eExitFailed;
+    const QString file = line.argument(0);
     QList<ShortTimeProfile> items;
-    for (const QString& name : sortedKeys(*profiles))
-        items.append(profiles->At(name));
-    const QString problem =
-        VESK_Q9R::writeProfileFile(arguments.first(), ShortTimeProfile::toQ9RProfile(items));
+    for (const QString& name : profiles.keys())
+        items.append(profiles.map().At(name));
+    const QString problem = writeProfiles(file, items);
     if (!problem.isEmpty()) {
         printError(problem);
         return eExitFailed;
     }
+    if (isStandardStream(file))
+        return eExitOk;
     if (line.json())
-        printJson({{QStringLiteral("file"), arguments.first()}, {QStringLiteral("profiles"), items.size()}});
+        printJson({{QStringLiteral("file"), file}, {QStringLiteral("profiles"), items.size()}});
     else
-        printLine(QStringLiteral("%1 written to %2")
-                      .arg(counted(items.size(), QStringLiteral("profile")), arguments.first()));
+        printLine(
+            QStringLiteral("%1 written to %2").arg(counted(items.size(), QStringLiteral("profile")), file));
     return eExitOk;
 }
 
@@ -159,10 +136,10 @@ void printDifference(const ProfileDifference& difference, bool json)
 }
 
 /// Fails when the files differ, so that scripts can ask.
-int diff(const CommandLine& line, const QStringList& arguments)
+int diff(const CommandLine& line)
 {
-    const auto first = readProfiles(arguments.at(0));
-    const auto second = first ? readProfiles(arguments.at(1)) : std::nullopt;
+    const auto first = readProfiles(line.argument(0));
+    const auto second = first ? readProfiles(line.argument(1)) : std::nullopt;
     if (!first || !second)
         return eExitFailed;
     const QVector<ProfileDifference> differences = compareProfiles(*first, *second);
@@ -175,29 +152,26 @@ int diff(const CommandLine& line, const QStringList& arguments)
 
 } // namespace
 
-int runProfiles(const QStringList& arguments)
+Command profilesCommand()
 {
-    CommandLine line(
-        QStringLiteral("profiles"),
-        QStringLiteral("Works on the short-time profiles of a server in a simulated installation "
-                       "inside this process: import FILE, list, show NAME, export FILE, "
-                       "diff FILE FILE."));
-    line.addArgument(QStringLiteral("ACTION"), QStringLiteral("import, list, show, export or diff."));
-    line.addOptionalArguments(QStringLiteral("ARGUMENT"),
-                              QStringLiteral("A file of profiles, or the name of a profile."));
-    line.addOption({typeOption,
-                    QStringLiteral("Type of the imported profiles: %1. Known ones keep theirs otherwise.")
-                        .arg(typeNames()),
-                    QStringLiteral("type")});
-    line.addOption({replaceOption, QStringLiteral("Leave nothing but the imported profiles.")});
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    return runAction(line, {{"import", "FILE", importFile},
-                            {"list", "", list},
-                            {"show", "NAME", show},
-                            {"export", "FILE", exportFile},
-                            {"diff", "FILE FILE", diff}});
+    const Argument file{"FILE", "A file of profiles; \"-\" for standard input or output."};
+    const auto on = [](auto use) { return onShortTime<ShortTimeProfileItemMap>("Profiles", use); };
+    return {
+        "profiles",
+        "import, list, show, export or compare short-time profiles",
+        "Works on the short-time profiles of a server in a simulated installation inside this process. FILE "
+        "may be \"-\" for standard input or output.",
+        {},
+        Servers::options(
+            {choice("type", "type", "import: type of the profiles; known ones keep theirs otherwise.",
+                    typeNames()),
+             flag("replace", "import: leave nothing but the imported profiles.")}),
+        nullptr,
+        {{"import", {file}, "Adds the profiles of a file.", on(importFile)},
+         {"list", {}, "Lists all profiles.", on(list)},
+         {"show", {{"NAME", ""}}, "Shows all that a profile has.", on(show)},
+         {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
+         {"diff", {file, file}, "Compares two files.", diff}}};
 }
 
 } // namespace KoltaCli

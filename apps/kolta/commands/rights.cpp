@@ -4,6 +4,7 @@
 #include <kolta/application/users.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/userrights.h>
 
@@ -33,32 +34,18 @@ void printTable(const UserRights& rights)
                   : QStringLiteral("%1 (user %2) is logged in")
                         .arg(rights.GetActiveUserName(), QString::number(rights.GetActiveUserID())));
     Table table({QStringLiteral("RIGHT"), QStringLiteral("HELD"), QStringLiteral("COUNT")});
-    table.alignRight(2);
+    table.alignRight({2});
     for (int i = 0; i < UserRights::GetNumberOfRights(); ++i) {
         const auto right = UserRights::GetRightValueByIndex(i);
-        table.addRow({UserRights::GetRightNameByIndex(i, false),
-                      rights.IsUserAllowedTo(right) ? QStringLiteral("yes") : QStringLiteral("no"),
+        table.addRow({UserRights::GetRightNameByIndex(i, false), yesNo(rights.IsUserAllowedTo(right)),
                       QString::number(rights.GetRightCount(right))});
     }
-    printLine(table.toText());
+    table.print();
 }
 
-} // namespace
-
-int runRights(const QStringList& arguments)
+int rights(const CommandLine& line, const EmbeddedInstallation& installation)
 {
-    CommandLine line(
-        QStringLiteral("rights"),
-        QStringLiteral("Lists the management rights, and which of them the user who is logged in "
-                       "to a simulated installation inside this process holds."));
-    Users::declareOption(line);
-    EmbeddedInstallation::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto installation = EmbeddedInstallation::start(line);
-    if (!installation)
-        return eExitFailed;
-    const Users users(*installation, line);
+    const Users users(installation, line);
     if (!users.areKnown())
         return eExitFailed;
     if (line.json())
@@ -66,6 +53,20 @@ int runRights(const QStringList& arguments)
     else
         printTable(UserRights::Instance());
     return eExitOk;
+}
+
+} // namespace
+
+Command rightsCommand()
+{
+    return {"rights",
+            "list what the user may do",
+            "Lists the management rights, and which of them the user who is logged in to a simulated "
+            "installation "
+            "inside this process holds.",
+            {},
+            {Users::option(), EmbeddedInstallation::option()},
+            with(EmbeddedInstallation::start, rights)};
 }
 
 } // namespace KoltaCli

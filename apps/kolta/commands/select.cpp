@@ -4,6 +4,7 @@
 #include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/guidtext.h>
 #include <koltacommon/tunerselection.h>
@@ -50,10 +51,10 @@ void printChosen(const TunerCandidate& chosen)
 {
     Table table(
         {QStringLiteral("TUNER"), QStringLiteral("COST"), QStringLiteral("GUID"), QStringLiteral("ADDRESS")});
-    table.alignRight(1);
+    table.alignRight({1});
     table.addRow({nameOf(chosen.tuner), QString::number(chosen.cost), guidOf(chosen.tuner),
                   chosen.tuner.GetTavikResource().GetAddress()});
-    printLine(table.toText());
+    table.print();
 }
 
 void print(const TunerAllocation& allocation, const TunerSelection& selection, bool json, bool explain)
@@ -64,7 +65,7 @@ void print(const TunerAllocation& allocation, const TunerSelection& selection, b
     if (explain && json)
         printObjects(selection);
     else if (explain)
-        printLine(selectionTable(selection));
+        selectionTable(selection).print();
     else if (chosen && json)
         printJson(toJson(*chosen));
     else if (chosen)
@@ -74,7 +75,7 @@ void print(const TunerAllocation& allocation, const TunerSelection& selection, b
 /// The given storages; a GUID may stand there in any form and gets that of the overviews.
 QStringList storagesOf(const CommandLine& line)
 {
-    QStringList storages = line.values(QStringLiteral("storage"));
+    QStringList storages = line.values("storage");
     for (QString& storage : storages) {
         const QUuid guid = Kolta::guidFromText(storage);
         if (!guid.isNull())
@@ -83,35 +84,34 @@ QStringList storagesOf(const CommandLine& line)
     return storages;
 }
 
-} // namespace
-
-int runSelect(const QStringList& arguments)
+int select(const CommandLine& line, const TunerAllocation& allocation)
 {
-    CommandLine line(QStringLiteral("select"),
-                     QStringLiteral("Chooses the tuner of a class that is to be used, of a simulated "
-                                    "installation inside this process."));
-    line.addArgument(QStringLiteral("CLASS"), QStringLiteral("Name of a tuner class."));
-    line.addOption({QStringLiteral("storage"),
-                    QStringLiteral("Only tuners with an interface to this storage; several times for any of "
-                                   "several."),
-                    QStringLiteral("GUID")});
-    line.addOption({QStringLiteral("explain"),
-                    QStringLiteral("Show every tuner of the class, in order of preference, and why.")});
-    EmbeddedInstallation::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto allocation = TunerAllocation::start(line);
     const QString className = line.argument(0);
-    if (!allocation || !allocation->knowsClass(className))
+    if (!allocation.knowsClass(className))
         return eExitFailed;
-
-    const TunerSelection selection = allocation->explain(className, storagesOf(line));
-    print(*allocation, selection, line.json(), line.isSet(QStringLiteral("explain")));
+    const TunerSelection selection = allocation.explain(className, storagesOf(line));
+    print(allocation, selection, line.json(), line.isSet("explain"));
     if (selection.chosen())
         return eExitOk;
     printError(
         QStringLiteral("no tuner of class %1 qualifies: %2").arg(className, refusalSummary(selection)));
     return eExitFailed;
+}
+
+} // namespace
+
+Command selectCommand()
+{
+    return {
+        "select",
+        "choose the tuner of a class, and tell why that one",
+        "Chooses the tuner of a class that is to be used, of a simulated installation inside this process.",
+        {{"CLASS", "Name of a tuner class."}},
+        {text("storage", "GUID",
+              "Only tuners with an interface to this storage; several times for any of several."),
+         flag("explain", "Show every tuner of the class, in order of preference, and why."),
+         EmbeddedInstallation::option()},
+        with(TunerAllocation::start, select)};
 }
 
 } // namespace KoltaCli

@@ -2,58 +2,19 @@
 
 #include <kolta/application/messagejson.h>
 #include <kolta/application/session.h>
-#include <kolta/application/temporaryconfiguration.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/standardstreams.h>
 
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/koltaconnection.h>
 #include <xmlmessaging/messagecodec.h>
-
-#include <QFile>
 
 namespace KoltaCli {
 
 namespace {
 
 using XmlCommon::CXmlMessage;
-
-bool isStandardInput(const QString& path)
-{
-    return path == QLatin1String("-");
-}
-
-QString nameOf(const QString& path)
-{
-    return isStandardInput(path) ? QStringLiteral("standard input") : path;
-}
-
-bool readFile(const QString& path, qint64 maxBytes, QByteArray& bytes)
-{
-    QFile file(path);
-    const bool opened =
-        isStandardInput(path) ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    if (!opened) {
-        printError(QStringLiteral("cannot read %1: %2").arg(nameOf(path), file.errorString()));
-        return false;
-    }
-    // Piece by piece and not by the file's size: a pipe has none and gives what it has.
-    QByteArray piece;
-    do {
-        piece = file.read(maxBytes + 1 - bytes.size());
-        bytes += piece;
-    } while (!piece.isEmpty() && bytes.size() <= maxBytes);
-    if (file.error() != QFile::NoError) {
-        printError(QStringLiteral("cannot read %1: %2").arg(nameOf(path), file.errorString()));
-        return false;
-    }
-    if (bytes.size() <= maxBytes)
-        return true;
-    printError(QStringLiteral("%1 holds more than the %2 bytes that a message may have")
-                   .arg(nameOf(path))
-                   .arg(maxBytes));
-    return false;
-}
 
 bool isRequest(const CXmlMessage& message)
 {
@@ -65,9 +26,11 @@ XmlCommon::ptrCXmlMessage readMessage(const QString& path)
 {
     const XmlCommon::MessageLimits limits;
     QByteArray bytes;
-    if (!readFile(path, limits.maxMessageBytes, bytes))
-        return {};
     QString error;
+    if (!readInput(path, limits.maxMessageBytes, bytes, error)) {
+        printError(error);
+        return {};
+    }
     const XmlCommon::ptrCXmlMessage message = XmlCommon::MessageCodec::decode(bytes.trimmed(), error, limits);
     if (message && message->getNumberOfFragments() == 0)
         error = QStringLiteral("no Fragment, expected at least one");
@@ -76,7 +39,7 @@ XmlCommon::ptrCXmlMessage readMessage(const QString& path)
                     .arg(message->getServiceType());
     if (error.isEmpty())
         return message;
-    printError(QStringLiteral("%1: %2").arg(nameOf(path), error));
+    printError(QStringLiteral("%1: %2").arg(nameOfInput(path), error));
     return {};
 }
 
@@ -90,16 +53,16 @@ int sendOnly(Session& session, const XmlCommon::ptrCXmlMessage& message, int tim
     return eExitFailed;
 }
 
-int sendAndPrint(Session& session, const XmlCommon::ptrCXmlMessage& message, int timeoutMs, bool json)
+int sendAndPrint(Session& session, const XmlCommon::ptrCXmlMessage& message, const CommandLine& line)
 {
-    const XmlCommon::ptrCXmlMessage reply = session.request(message, timeoutMs);
+    const XmlCommon::ptrCXmlMessage reply = session.request(message, line.timeoutMs());
     if (!reply) {
         printError(session.errorText());
         return eExitFailed;
     }
-    if (json)
+    if (line.json())
         printJson(toJson(reply));
-    else
+    else if (!line.isSet("quiet"))
         printLine(XmlCommon::MessageCodec::toReadable(*reply).trimmed());
     if (!Kolta::KoltaConnection::hasFault(reply))
         return eExitOk;
@@ -107,38 +70,25 @@ int sendAndPrint(Session& session, const XmlCommon::ptrCXmlMessage& message, int
     return eExitFailed;
 }
 
+int send(const CommandLine& line, Session& session)
+{
+    const XmlCommon::ptrCXmlMessage message = readMessage(line.argument(1));
+    if (!message || !session.open(line))
+        return eExitFailed;
+    return isRequest(*message) ? sendAndPrint(session, message, line)
+                               : sendOnly(session, message, line.timeoutMs());
+}
+
 } // namespace
 
-int runSend(const QStringList& arguments)
+Command sendCommand()
 {
-    CommandLine line(QStringLiteral("send"),
-                     QStringLiteral("Sends a message and prints the reply. The message gets a new ID."));
-    line.addArgument(QStringLiteral("HOST:PORT"), QStringLiteral("The server's address."));
-    line.addArgument(QStringLiteral("FILE"),
-                     QStringLiteral("One <Message> element in UTF-8; \"-\" for standard input."));
-    line.addFaultsOption();
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    Endpoint endpoint;
-    if (const auto exitCode = line.readEndpoint(0, endpoint))
-        return *exitCode;
-    const XmlCommon::ptrCXmlMessage message = readMessage(line.argument(1));
-    if (!message)
-        return eExitFailed;
-
-    std::optional<TemporaryConfiguration> configuration;
-    if (line.faults())
-        configuration.emplace();
-    Session session(endpoint);
-    if (!session.open(*timeout) || (line.faults() && !session.loadFaultTexts(*timeout))) {
-        printError(session.errorText());
-        return eExitFailed;
-    }
-    return isRequest(*message) ? sendAndPrint(session, message, *timeout, line.json())
-                               : sendOnly(session, message, *timeout);
+    return {"send",
+            "send the message in a file, print the reply",
+            "Sends a message and prints the reply. The message gets a new ID.",
+            {Session::argument(), {"FILE", "One <Message> element in UTF-8; \"-\" for standard input."}},
+            {Session::faultsOption(), flag("quiet", "Print no reply, only what went wrong.")},
+            with(Session::start, send)};
 }
 
 } // namespace KoltaCli

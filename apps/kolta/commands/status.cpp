@@ -4,6 +4,7 @@
 #include <kolta/application/servers.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <koltacommon/hardwareprocessingobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
@@ -92,44 +93,43 @@ void printTable(const QVector<Server*>& servers)
                  QStringLiteral("READY"), QStringLiteral("FREE"), QStringLiteral("IN USE"),
                  QStringLiteral("INACCESSIBLE"), QStringLiteral("PLANNED"), QStringLiteral("PROCESSORS"),
                  QStringLiteral("PRODUCTIONS"), QStringLiteral("HARDWARE"), QStringLiteral("MESSAGE")});
-    for (int column = 4; column <= 10; ++column)
-        table.alignRight(column);
+    table.alignRight({4, 5, 6, 7, 8, 9, 10});
     for (Server* server : servers) {
         QStringList cells{
             server->getAddress(), server->getHostname(),
             QStringLiteral("%1 %2").arg(server->getState()).arg(server->getStateString(server->getState())),
-            server->isReady() ? QStringLiteral("yes") : QStringLiteral("no")};
+            yesNo(server->isReady())};
         const QVector<int> values = figures(countAll(*server));
         for (const int value : values)
             cells.append(isConnected(*server) ? QString::number(value) : QString());
         table.addRow(cells << server->getStatusMessage());
     }
-    printLine(table.toText());
+    table.print();
+}
+
+int status(const CommandLine& line, const Servers& servers)
+{
+    const QVector<Server*>& all = servers.all();
+    if (line.json())
+        std::for_each(all.begin(), all.end(), [](Server* server) { printObject(*server); });
+    else
+        printTable(all);
+    const auto isReady = [](const Server* server) { return server->isReady(); };
+    return std::all_of(all.begin(), all.end(), isReady) ? eExitOk : eExitFailed;
 }
 
 } // namespace
 
-int runStatus(const QStringList& arguments)
+Command statusCommand()
 {
-    CommandLine line(QStringLiteral("status"),
-                     QStringLiteral("Tells how the servers of a simulated installation inside this process "
-                                    "are: their working state and how much of everything they have."));
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    const auto servers = Servers::start(line);
-    if (!servers)
-        return eExitFailed;
-    if (line.json())
-        std::for_each(servers->all().begin(), servers->all().end(),
-                      [](Server* server) { printObject(*server); });
-    else
-        printTable(servers->all());
-    const auto isReady = [](const Server* server) { return server->isReady(); };
-    return std::all_of(servers->all().begin(), servers->all().end(), isReady) ? eExitOk : eExitFailed;
+    return {"status",
+            "tell how the servers are",
+            "Tells how the servers of a simulated installation inside this process are: their working state "
+            "and how "
+            "much of everything they have.",
+            {},
+            Servers::options(),
+            with(Servers::start, status)};
 }
 
 } // namespace KoltaCli

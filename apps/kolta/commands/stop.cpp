@@ -4,7 +4,6 @@
 #include <kolta/application/users.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
-#include <kolta/cli/interruption.h>
 #include <kolta/cli/output.h>
 
 #include <koltacommon/guidtext.h>
@@ -127,10 +126,9 @@ int tell(const QVector<Target>& targets, int timeoutMs, bool json)
     for (const Target& target : targets) {
         QString problem = target.problem;
         if (!target.stopped && problem.isEmpty())
-            problem = isInterrupted() ? QStringLiteral("interrupted")
-                                      : QStringLiteral("%1 has not stopped %2 within %3 s")
-                                            .arg(target.server->getAddress(), target.name,
-                                                 QString::number(timeoutMs / 1000));
+            problem =
+                orInterrupted(QStringLiteral("%1 has not stopped %2 within %3")
+                                  .arg(target.server->getAddress(), target.name, secondsText(timeoutMs)));
         if (json)
             printJson({{QStringLiteral("server"), target.server->getAddress()},
                        {QStringLiteral("guid"), target.guid.toString()},
@@ -180,43 +178,37 @@ UserRights::eManagementRights rightsFor(const QVector<Target>& targets)
     return rights;
 }
 
-} // namespace
-
-int runStop(const QStringList& arguments)
+int stop(const CommandLine& line, Servers& servers)
 {
-    CommandLine line(QStringLiteral("stop"),
-                     QStringLiteral("Stops productions or single processors on the servers of a simulated "
-                                    "installation inside this process."));
-    line.addOptionalArguments(QStringLiteral("GUID"),
-                              QStringLiteral("GUID of a production or a processor, or the name of a "
-                                             "processor; also repeatedly."));
-    const QString allOption = QStringLiteral("all");
-    line.addOption({allOption, QStringLiteral("Stop everything that runs.")});
-    Users::declareOption(line);
-    Servers::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    if (!timeout)
-        return eExitUsage;
-    const bool all = line.isSet(allOption);
+    const bool all = line.isSet("all");
     if (all != line.arguments().isEmpty())
         return line.usageError(all ? QStringLiteral("--all leaves nothing to be named")
                                    : QStringLiteral("GUID or --all is missing"));
-    const auto servers = Servers::startUp(line, *timeout);
-    if (!servers)
-        return eExitFailed;
-    const Users users(servers->installation(), line);
-    QVector<Target> targets = all ? everything(*servers) : QVector<Target>();
-    if (!users.areKnown() || (!all && !findTargets(line.arguments(), *servers, targets)) ||
+    const Users users(servers.installation(), line);
+    QVector<Target> targets = all ? everything(servers) : QVector<Target>();
+    if (!users.areKnown() || (!all && !findTargets(line.arguments(), servers, targets)) ||
         !users.may(rightsFor(targets)))
         return eExitFailed;
     if (targets.isEmpty() && !line.json())
         printLine(QStringLiteral("nothing runs"));
     StopWatch watch(targets);
-    ask(targets, servers->all(), all);
-    waitUntil([&watch] { return watch.isSettled(); }, *timeout);
-    return tell(targets, *timeout, line.json());
+    ask(targets, servers.all(), all);
+    waitUntil([&watch] { return watch.isSettled(); }, line.timeoutMs());
+    return tell(targets, line.timeoutMs(), line.json());
+}
+
+} // namespace
+
+Command stopCommand()
+{
+    return {"stop",
+            "stop productions",
+            "Stops productions or single processors on the servers of a simulated installation inside this "
+            "process.",
+            {{"GUID", "GUID of a production or a processor, or the name of a processor; also repeatedly.",
+              Argument::Any}},
+            Servers::options({flag("all", "Stop everything that runs."), Users::option()}),
+            with(Servers::startUp, stop)};
 }
 
 } // namespace KoltaCli

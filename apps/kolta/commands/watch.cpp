@@ -18,6 +18,9 @@ namespace KoltaCli {
 
 namespace {
 
+constexpr int mostLines = 1000000000;
+constexpr int longestPeriod = 3600000;
+
 /// Prints what happens on some servers, from its construction on.
 class Watcher : public QObject
 {
@@ -67,55 +70,45 @@ private:
     bool m_interrupted = false;
 };
 
-void declare(CommandLine& line)
+int watch(const CommandLine& line, Servers& servers)
 {
-    line.addOption({QStringLiteral("count"), QStringLiteral("End after so many lines (0: never)."),
-                    QStringLiteral("number"), QStringLiteral("0")});
-    line.addOption({QStringLiteral("activity"),
-                    QStringLiteral("Let tuners become busy and free, conversions go on, and enabled "
-                                   "assignments yield results meanwhile.")});
-    line.addOption({QStringLiteral("period"),
-                    QStringLiteral("Time between two such changes in milliseconds (500)."),
-                    QStringLiteral("ms"), QStringLiteral("500")});
-    Servers::declareOptions(line);
+    if (line.isSet("period") && !line.isSet("activity"))
+        return line.usageError(QStringLiteral("--period is for --activity"));
+    Watcher watcher(servers.all(), line.json(), line.number("count"));
+    const auto outputWatch = watchOutput();
+    std::vector<std::unique_ptr<KoltaSimulation::Activity>> activities;
+    quint32 seed = 0;
+    if (line.isSet("activity")) {
+        for (const auto& server : servers.installation().servers()) {
+            activities.push_back(std::make_unique<KoltaSimulation::Activity>(*server, ++seed));
+            activities.back()->start(line.number("period"));
+        }
+    }
+    printError(QStringLiteral("watching %1, Ctrl-C ends").arg(listed(servers.names())));
+    waitUntil([&watcher] { return watcher.hasEnough(); },
+              line.isSet("timeout") ? line.timeoutMs() : waitForever);
+    return eExitOk;
 }
 
 } // namespace
 
-int runWatch(const QStringList& arguments)
+Command watchCommand()
 {
-    CommandLine line(QStringLiteral("watch"),
-                     QStringLiteral("Prints what happens on the servers of a simulated installation inside "
-                                    "this process until Ctrl-C: working states, messages, resources, "
-                                    "processors, productions, hardware processing. Ends after --timeout "
-                                    "seconds only when that is given."));
-    declare(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
-    const auto timeout = line.timeoutMs();
-    const auto count = timeout ? line.number(QStringLiteral("count"), 0, 1000000000) : std::nullopt;
-    const auto period = count ? line.number(QStringLiteral("period"), 1, 3600000) : std::nullopt;
-    if (!period)
-        return eExitUsage;
-    if (line.isSet(QStringLiteral("period")) && !line.isSet(QStringLiteral("activity")))
-        return line.usageError(QStringLiteral("--period is for --activity"));
-    const auto servers = Servers::start(line);
-    if (!servers)
-        return eExitFailed;
-    Watcher watcher(servers->all(), line.json(), *count);
-    const auto outputWatch = watchOutput();
-    std::vector<std::unique_ptr<KoltaSimulation::Activity>> activities;
-    quint32 seed = 0;
-    if (line.isSet(QStringLiteral("activity"))) {
-        for (const auto& server : servers->installation().servers()) {
-            activities.push_back(std::make_unique<KoltaSimulation::Activity>(*server, ++seed));
-            activities.back()->start(*period);
-        }
-    }
-    printError(QStringLiteral("watching %1, Ctrl-C ends").arg(servers->names().join(QStringLiteral(", "))));
-    waitUntil([&watcher] { return watcher.hasEnough(); },
-              line.isSet(QStringLiteral("timeout")) ? *timeout : waitForever);
-    return eExitOk;
+    return {
+        "watch",
+        "print what happens on the servers until Ctrl-C",
+        "Prints what happens on the servers of a simulated installation inside this process until Ctrl-C: "
+        "working states, messages, resources, processors, productions, hardware processing. Ends after "
+        "--timeout "
+        "seconds where it is given.",
+        {},
+        Servers::options(
+            {whole("count", "number", "End after so many lines (0: never).", 0, mostLines, "0"),
+             flag("activity", "Let tuners become busy and free, conversions go on, and enabled assignments "
+                              "yield results meanwhile."),
+             whole("period", "ms", "Time between two such changes in milliseconds (500).", 1, longestPeriod,
+                   "500")}),
+        with(Servers::start, watch)};
 }
 
 } // namespace KoltaCli

@@ -1,8 +1,6 @@
 #include "completion.h"
 
-#include "commandtable.h"
-
-#include <kolta/cli/commandline.h>
+#include <kolta/cli/commandtable.h>
 
 #include <algorithm>
 
@@ -10,12 +8,42 @@ namespace KoltaCli {
 
 namespace {
 
-QStringList firstWords()
+QStringList optionsOf(const Command& command)
 {
-    QStringList words{QStringLiteral("exit"), QStringLiteral("help"), QStringLiteral("quit")};
-    for (const Command& command : allCommands())
-        words.append(QLatin1String(command.name));
+    QStringList words{QStringLiteral("-h")};
+    for (const QVector<Option>& options : {commonOptions(), command.options}) {
+        for (const Option& option : options)
+            words.append(option.typed());
+    }
     return words;
+}
+
+/// What the argument at `place`, counted from 0, may be; empty when it may be anything.
+QStringList argumentsOf(const Command& command, int place)
+{
+    QStringList words;
+    for (const Action& action : command.actions)
+        words.append(place == 0 ? QStringList{QLatin1String(action.name)} : QStringList());
+    return words + (place < command.arguments.size() ? command.arguments.at(place).choices : QStringList());
+}
+
+QStringList namesOf(const CommandTable& table)
+{
+    QStringList names;
+    for (const Command& command : table.all())
+        names.append(QLatin1String(command.name));
+    return names;
+}
+
+/// The words that may stand behind those of `before`.
+QStringList wordsBehind(const QStringList& before, const QString& word, const CommandTable& table)
+{
+    const Command* const command = table.find(before.value(0));
+    if (before.isEmpty() || (before.first() == QLatin1String("help") && before.size() == 1))
+        return namesOf(table);
+    if (!command)
+        return {};
+    return word.startsWith(QLatin1Char('-')) ? optionsOf(*command) : argumentsOf(*command, before.size() - 1);
 }
 
 int commonLength(const QString& a, const QString& b)
@@ -26,20 +54,15 @@ int commonLength(const QString& a, const QString& b)
 
 } // namespace
 
-Completion completeLine(const QString& line)
+Completion completeLine(const QString& line, const CommandTable& table)
 {
     const int start = line.lastIndexOf(QLatin1Char(' ')) + 1;
     const QString word = line.mid(start);
     const QStringList before = line.left(start).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    QStringList words;
-    if (before.isEmpty())
-        words = firstWords();
-    else if (const Command* const command = findCommand(before.first());
-             command && word.startsWith(QLatin1Char('-')))
-        words = CommandLine::optionsOf(command->run, before.mid(1));
+    const QStringList words = wordsBehind(before, word, table);
 
     Completion completion;
-    for (const QString& candidate : qAsConst(words)) {
+    for (const QString& candidate : words) {
         if (candidate.startsWith(word))
             completion.candidates.append(candidate);
     }

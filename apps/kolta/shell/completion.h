@@ -5,6 +5,8 @@
 
 namespace KoltaCli {
 
+class CommandTable;
+
 /// How the last word of a line may go on.
 struct Completion
 {
@@ -12,8 +14,8 @@ struct Completion
     QString missing;        ///< what all of them have behind what is there, and a blank when there is but one
 };
 
-/// Completes `line`, which ends where the next letter would stand: its first word to a command, a later one
-/// that begins with "-" to an option of that command.
-Completion completeLine(const QString& line);
+/// Completes `line`, which ends where the next letter would stand: its first word to a command of the table,
+/// a later one that begins with "-" to an option of that command, any other to what may stand there.
+Completion completeLine(const QString& line, const CommandTable& table);
 
 } // namespace KoltaCli

@@ -1,12 +1,9 @@
 #include "shell.h"
 
-#include "commandtable.h"
-
 #include <kolta/application/embeddedinstallation.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/interruption.h>
 #include <kolta/cli/output.h>
-#include <kolta/commands/commands.h>
 
 #include <startup/errorhandler.h>
 
@@ -18,27 +15,87 @@
 
 namespace KoltaCli {
 
-Shell::Shell(std::unique_ptr<ShellInput> input, bool keepGoing, bool trace)
-    : m_input(std::move(input)), m_keepGoing(keepGoing), m_trace(trace)
+namespace {
+
+const QString expectVerb = QStringLiteral("expect");
+
+/// A text such that neither the widths of columns nor quotes matter.
+QString plain(const QString& text)
+{
+    return text.simplified().remove(QLatin1Char('"'));
+}
+
+} // namespace
+
+Shell::Shell(const CommandLine& line, EmbeddedInstallation& installation)
+    : m_line(line)
+    , m_installation(installation)
+    , m_simulation(installation)
+    , m_table(line.table().all() + m_simulation.commands() + verbs(), QString(), QString(),
+              QStringLiteral("\n\"help COMMAND\" tells more of each, \"exit\" leaves."))
 {
     connect(&m_signals, &TerminationSignals::terminationRequested, this, &Shell::takeSignal);
 }
 
-int Shell::run()
+Shell::~Shell() = default;
+
+QVector<Command> Shell::verbs()
 {
+    const Run leave = [this](const CommandLine&) {
+        m_left = true;
+        return eExitOk;
+    };
+    return {{"expect",
+             "fail unless the last command has printed a text",
+             "Fails unless each TEXT stands in what the command before has printed, errors included. Blanks "
+             "more or "
+             "less and double quotes do not matter.",
+             {{"TEXT", "What must be there.", Argument::Several}},
+             {flag("none", "What must not be there.")},
+             [this](const CommandLine& line) { return expect(line); }},
+            {"fails",
+             "run a command that must fail",
+             "Runs a command that must end with exit code 1; its errors are output then.",
+             {{"COMMAND", "With its options and arguments.", Argument::Words}},
+             {},
+             [this](const CommandLine& line) { return fails(line); }},
+            {"exit", "leave", "Leaves the shell.", {}, {}, leave},
+            {"quit", "leave", "Leaves the shell.", {}, {}, leave}};
+}
+
+int Shell::run(bool keepGoing)
+{
+    auto input = takeStandardInput(m_table);
+    ScriptTeller script;
+    TerminalTeller terminal;
+    const bool isTerminal = input->isTerminal();
+    if (isTerminal)
+        printLine(QStringLiteral("%1 runs in this process. \"help\" lists the commands, \"exit\" leaves.")
+                      .arg(m_installation.server().installation().serverName()));
+    return run(std::move(input), isTerminal ? terminal : script, keepGoing || isTerminal);
+}
+
+int Shell::run(std::unique_ptr<ShellInput> input, Teller& teller, bool keepGoing)
+{
+    m_input = std::move(input);
+    m_teller = &teller;
     int result = eExitOk;
     QString line;
     while (!m_left && readLine(line)) {
-        const int exitCode = execute(line);
+        line = line.trimmed();
+        if (line.startsWith(QLatin1Char('#'))) {
+            teller.comment(line.mid(1));
+            continue;
+        }
+        const QStringList words = QProcess::splitCommand(line);
+        const int exitCode = words.isEmpty() ? int(eExitOk) : execute(line, words);
         if (exitCode == eExitOk || m_input->isTerminal())
             continue;
-        printError(QStringLiteral("line %1 (%2) ended with exit code %3")
-                       .arg(QString::number(m_lineNumber), line.trimmed(), QString::number(exitCode)));
         if (result == eExitOk)
             result = exitCode;
-        m_left = m_left || !m_keepGoing;
+        m_left = m_left || !keepGoing;
     }
-    return m_ended && result == eExitOk ? eExitFailed : result;
+    return m_ended && result == eExitOk ? int(eExitFailed) : result;
 }
 
 /// False when there are no more lines, or nobody wants what comes of them.
@@ -63,39 +120,63 @@ bool Shell::readLine(QString& line)
     return false;
 }
 
-int Shell::execute(const QString& line)
+int Shell::execute(const QString& line, const QStringList& words)
 {
-    const QStringList words = QProcess::splitCommand(line);
-    if (words.isEmpty() || words.first().startsWith(QLatin1Char('#')))
-        return eExitOk;
-    const QString& name = words.first();
-    if (name == QLatin1String("help") || name == QLatin1String("--help") || name == QLatin1String("-h")) {
-        printLine(commandList() +
-                  QStringLiteral("\n\"COMMAND --help\" tells more of each, \"exit\" leaves."));
-        return eExitOk;
+    QStringList printed;
+    int exitCode = eExitOk;
+    {
+        const OutputManner manner(m_teller->begin(line));
+        exitCode = runSingle(words);
+        printed = manner.lines();
     }
-    if (name != QLatin1String("exit") && name != QLatin1String("quit"))
-        return runSingle(words);
-    if (words.size() > 1) {
-        printError(QStringLiteral("\"%1\" takes no arguments").arg(name));
-        return eExitUsage;
-    }
-    m_left = true;
-    return eExitOk;
+    m_teller->end(line, m_lineNumber, exitCode, printed);
+    if (words.first() != expectVerb)
+        m_printed = printed;
+    return exitCode;
 }
 
 /// Runs a command such that the next one finds everything as this one has found it.
 int Shell::runSingle(const QStringList& words)
 {
     m_running = true;
-    const int exitCode = runCommand(words, QStringLiteral("help"));
+    // A time that was given to the shell holds for all that do not have their own.
+    const QStringList time{QStringLiteral("--timeout"), m_line.value("timeout")};
+    const int exitCode = m_table.run(m_line.isSet("timeout") ? time + words : words);
     // What it has left to be deleted goes, and a Ctrl-C that nobody has looked at was meant for it.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCoreApplication::processEvents();
     m_running = false;
     setInterrupted(false);
-    Startup::ErrorHandler::Instance().setLoggingEnabled(m_trace);
+    Startup::ErrorHandler::Instance().setLoggingEnabled(m_line.isSet("trace"));
     return exitCode;
+}
+
+int Shell::expect(const CommandLine& line) const
+{
+    QString printed;
+    for (const QString& text : m_printed)
+        printed += plain(text) + QLatin1Char('\n');
+    const bool wanted = !line.isSet("none");
+    for (const QString& text : line.arguments()) {
+        if (printed.contains(plain(text)) == wanted)
+            continue;
+        printError(QStringLiteral("the command before has%1 printed \"%2\"")
+                       .arg(wanted ? QStringLiteral(" not") : QString(), text));
+        return eExitFailed;
+    }
+    return eExitOk;
+}
+
+int Shell::fails(const CommandLine& line)
+{
+    const OutputManner manner(OutputManner::eErrorsAsOutput);
+    const int exitCode = m_table.run(line.arguments());
+    if (exitCode == eExitFailed)
+        return eExitOk;
+    printError(QStringLiteral("\"%1\" ended with exit code %2, expected %3")
+                   .arg(line.arguments().join(QLatin1Char(' ')), QString::number(exitCode),
+                        QString::number(eExitFailed)));
+    return eExitFailed;
 }
 
 void Shell::takeSignal(int number)
@@ -107,33 +188,36 @@ void Shell::takeSignal(int number)
         m_input->interrupt();
 }
 
-int runShell(const QStringList& arguments)
+namespace {
+
+int shell(const CommandLine& line)
 {
-    CommandLine line(
-        QStringLiteral("shell"),
-        QStringLiteral("Runs commands one after another in this process, on one simulated "
-                       "installation that lives as long as the shell. At a terminal there is a "
-                       "prompt; otherwise standard input is a script with one command in a line, "
-                       "where lines that begin with \"#\" are comments. \"exit\", \"quit\" or "
-                       "the end of the input leaves."));
-    line.addOption({QStringLiteral("keep-going"),
-                    QStringLiteral("Go on with a script when one of its commands has failed.")});
-    EmbeddedInstallation::declareOptions(line);
-    if (const auto exitCode = line.parse(arguments))
-        return *exitCode;
     if (EmbeddedInstallation::isShared())
         return line.usageError(QStringLiteral("a shell runs already"));
     const auto installation = EmbeddedInstallation::start(line);
     if (!installation)
         return eExitFailed;
     EmbeddedInstallation::share(installation);
-    auto input = takeStandardInput();
-    if (input->isTerminal())
-        printLine(QStringLiteral("%1 runs in this process. \"help\" lists the commands, \"exit\" leaves.")
-                      .arg(installation->server().installation().serverName()));
-    return Shell(std::move(input), line.isSet(QStringLiteral("keep-going")),
-                 line.isSet(QStringLiteral("trace")))
-        .run();
+    Shell shell(line, *installation);
+    return shell.run(line.isSet("keep-going"));
+}
+
+} // namespace
+
+Command shellCommand()
+{
+    return {
+        "shell",
+        "run commands one after another on one installation",
+        "Runs commands one after another in this process, on one simulated installation that lives as long "
+        "as the "
+        "shell. At a terminal there is a prompt; otherwise standard input is a script with one command in a "
+        "line, "
+        "where lines that begin with \"#\" are comments. \"exit\", \"quit\" or the end of the input leaves.",
+        {},
+        {flag("keep-going", "Go on with a script when one of its commands has failed."),
+         EmbeddedInstallation::option()},
+        shell};
 }
 
 } // namespace KoltaCli

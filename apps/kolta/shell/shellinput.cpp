@@ -31,7 +31,7 @@ ShellInput::Result ScriptInput::nextLine(QString& line)
     return Result::Data;
 }
 
-std::unique_ptr<ShellInput> takeStandardInput()
+std::unique_ptr<ShellInput> takeStandardInput(const CommandTable& table)
 {
     const bool isTerminal = ::isatty(STDIN_FILENO) != 0 && ::isatty(STDOUT_FILENO) != 0;
     const int descriptor = ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -39,7 +39,7 @@ std::unique_ptr<ShellInput> takeStandardInput()
     ::dup2(nothing, STDIN_FILENO);
     ::close(nothing);
     if (isTerminal)
-        return std::make_unique<TerminalInput>(descriptor);
+        return std::make_unique<TerminalInput>(descriptor, table);
     return std::make_unique<ScriptInput>(descriptor);
 }
 

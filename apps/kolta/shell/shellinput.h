@@ -9,6 +9,8 @@
 
 namespace KoltaCli {
 
+class CommandTable;
+
 /// Where a shell gets its lines from. Waiting for one runs the event loop.
 class ShellInput
 {
@@ -44,6 +46,7 @@ private:
 
 /// Standard input: a terminal with editing, if standard output is one as well, else a script. From then on
 /// standard input is empty for everybody else, so that no command eats the lines of its successors.
-std::unique_ptr<ShellInput> takeStandardInput();
+/// A terminal completes to the commands of the table, which must outlive the result.
+std::unique_ptr<ShellInput> takeStandardInput(const CommandTable& table);
 
 } // namespace KoltaCli

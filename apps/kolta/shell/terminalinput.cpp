@@ -15,8 +15,9 @@ namespace {
 constexpr int historyLines = 500;
 }
 
-TerminalInput::TerminalInput(int descriptor)
-    : m_bytes(descriptor)
+TerminalInput::TerminalInput(int descriptor, const CommandTable& table)
+    : m_table(table)
+    , m_bytes(descriptor)
     , m_input(::fdopen(descriptor, "r"))
     , m_editor(::el_init("kolta", m_input, stdout, stderr))
     , m_history(::history_init())
@@ -97,7 +98,8 @@ unsigned char TerminalInput::complete(editline* editor, int)
 {
     const LineInfo* const line = ::el_line(editor);
     const Completion completion =
-        completeLine(QString::fromLocal8Bit(line->buffer, static_cast<int>(line->cursor - line->buffer)));
+        completeLine(QString::fromLocal8Bit(line->buffer, static_cast<int>(line->cursor - line->buffer)),
+                     of(editor).m_table);
     if (!completion.missing.isEmpty())
         return ::el_insertstr(editor, completion.missing.toLocal8Bit().constData()) == 0 ? CC_REFRESH
                                                                                          : CC_ERROR;

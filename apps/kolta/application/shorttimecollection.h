@@ -1,0 +1,72 @@
+#pragma once
+
+#include "servers.h"
+
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/output.h>
+
+#include <koltacommon/koltaserverinterface.h>
+#include <values/tree.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <utility>
+
+namespace KoltaCli {
+
+/// A collection of short-time data of the one server that a command works on.
+template<class Map>
+class ShortTimeCollection
+{
+public:
+    Server& server() const { return *m_server; }
+    Map& map() const { return *m_map; }
+    /// Of all items in the order of their texts.
+    QStringList keys() const
+    {
+        QStringList keys;
+        for (const auto& entry : m_map->data())
+            keys.append(entry.first);
+        keys.sort();
+        return keys;
+    }
+
+    /// Waits until the server has come up. Prints an error and gives nothing when there is none, there are
+    /// several, or it has no collection of that name, "Profiles" for instance.
+    static std::optional<ShortTimeCollection> startUp(const CommandLine& line, const char* name)
+    {
+        auto servers = Servers::startUp(line);
+        Server* const server = servers ? servers->only() : nullptr;
+        if (!server)
+            return std::nullopt;
+        const QString path = server->getDataBasePath() + QStringLiteral("/ShortTime/") + QLatin1String(name);
+        auto* const map = values::Tree::Instance().FindAs<Map>(path);
+        if (map && !map->IsDeleted())
+            return ShortTimeCollection(std::move(*servers), *server, *map);
+        printError(QStringLiteral("%1 publishes no %2 of short-time data")
+                       .arg(server->getAddress(), QString(QLatin1String(name)).toLower()));
+        return std::nullopt;
+    }
+
+private:
+    ShortTimeCollection(Servers servers, Server& server, Map& map)
+        : m_servers(std::move(servers)), m_server(&server), m_map(&map)
+    {
+    }
+
+    Servers m_servers;
+    Server* m_server;
+    Map* m_map;
+};
+
+/// A run that works on the collection of that name.
+template<class Map, class Use>
+Run onShortTime(const char* name, Use use)
+{
+    return with([name](const CommandLine& line) { return ShortTimeCollection<Map>::startUp(line, name); },
+                use);
+}
+
+} // namespace KoltaCli

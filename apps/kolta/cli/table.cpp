@@ -1,0 +1,155 @@
+#include "table.h"
+
+#include "output.h"
+#include "terminal.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace KoltaCli {
+
+namespace {
+
+constexpr int gap = 2;
+
+QString trimmedRight(QString line)
+{
+    while (line.endsWith(QLatin1Char(' ')))
+        line.chop(1);
+    return line;
+}
+
+int longestWord(const QString& text)
+{
+    int longest = 0;
+    for (const QString& word : text.split(QLatin1Char(' ')))
+        longest = qMax(longest, word.size());
+    return longest;
+}
+
+/// Breaks a text at blanks, such that each line has at most `width` letters where words let it.
+QStringList wrapped(const QString& text, int width)
+{
+    if (text.size() <= width)
+        return {text};
+    QStringList lines;
+    for (const QString& word : text.split(QLatin1Char(' '))) {
+        if (lines.isEmpty() || lines.last().size() + 1 + word.size() > width)
+            lines.append(word);
+        else
+            lines.last() += QLatin1Char(' ') + word;
+    }
+    return lines;
+}
+
+} // namespace
+
+/// Narrows columns of text until all fits. False when it does not even then. The first column names what the
+/// row is about and stays whole.
+bool Table::fit(QVector<int>& widths, int width) const
+{
+    QVector<int> narrowest = widths;
+    for (int column = 1; column < widths.size(); ++column) {
+        if (m_right.contains(column))
+            continue;
+        narrowest[column] = m_header.at(column).size();
+        for (const QStringList& row : m_rows)
+            narrowest[column] = qMax(narrowest[column], longestWord(row.value(column)));
+    }
+    int excess = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1)) - width;
+    for (; excess > 0; --excess) {
+        int widest = -1;
+        for (int column = 0; column < widths.size(); ++column) {
+            if (widths[column] > narrowest[column] && (widest < 0 || widths[column] > widths[widest]))
+                widest = column;
+        }
+        if (widest < 0)
+            return false;
+        --widths[widest];
+    }
+    return true;
+}
+
+QStringList Table::lines(const QStringList& cells, const QVector<int>& widths) const
+{
+    QVector<QStringList> columns;
+    int height = 1;
+    for (int column = 0; column < widths.size(); ++column) {
+        columns.append(wrapped(cells.value(column), widths[column]));
+        height = qMax(height, columns.last().size());
+    }
+    QStringList lines;
+    for (int i = 0; i < height; ++i) {
+        QString line;
+        for (int column = 0; column < widths.size(); ++column) {
+            const QString cell = columns[column].value(i);
+            line += QString(column == 0 ? 0 : gap, QLatin1Char(' '));
+            line += m_right.contains(column) ? cell.rightJustified(widths[column])
+                                             : cell.leftJustified(widths[column]);
+        }
+        lines.append(trimmedRight(line));
+    }
+    return lines;
+}
+
+QStringList Table::blocks() const
+{
+    int width = 0;
+    for (const QString& title : m_header)
+        width = qMax(width, title.size());
+    QStringList lines;
+    for (const QStringList& row : m_rows) {
+        if (!lines.isEmpty())
+            lines.append(QString());
+        for (int column = 0; column < m_header.size(); ++column) {
+            const QString cell = row.value(column);
+            if (!cell.isEmpty())
+                lines.append(m_header.at(column).leftJustified(width + gap) + cell);
+        }
+    }
+    return lines;
+}
+
+QVector<int> Table::naturalWidths() const
+{
+    QVector<int> widths;
+    for (const QString& title : m_header)
+        widths.append(title.size());
+    for (const QStringList& row : m_rows) {
+        for (int column = 0; column < widths.size(); ++column)
+            widths[column] = qMax(widths[column], row.value(column).size());
+    }
+    return widths;
+}
+
+QStringList Table::toLines(int width) const
+{
+    QVector<int> widths = naturalWidths();
+    if (!fit(widths, width))
+        return blocks();
+    QStringList all = lines(m_header, widths);
+    for (const QStringList& row : m_rows)
+        all += lines(row, widths);
+    return all;
+}
+
+void Table::print() const
+{
+    const int width = outputWidth() - blanksBeforeOutput();
+    QStringList all = toLines(width);
+    QVector<int> widths = naturalWidths();
+    if (fit(widths, width))
+        printHeading(all.takeFirst());
+    if (!all.isEmpty())
+        printLine(all.join(QLatin1Char('\n')));
+}
+
+void printTable(const Table& table, const QString& whenEmpty)
+{
+    if (table.isEmpty())
+        printLine(whenEmpty);
+    else
+        table.print();
+}
+
+} // namespace KoltaCli

@@ -1,0 +1,23 @@
+#include "commands.h"
+
+namespace KoltaCli {
+
+QVector<Command> allCommands()
+{
+    return {
+        describeCommand(),      sendCommand(),        listenCommand(),      pingCommand(),
+
+        demandClassesCommand(), classesCommand(),     selectCommand(),      planCommand(),
+
+        resourcesCommand(),
+
+        statusCommand(),        watchCommand(),       produceCommand(),     productionsCommand(),
+        moveCommand(),          stopCommand(),        powerCommand(),
+
+        profilesCommand(),      assignmentsCommand(), conversionsCommand(),
+
+        rightsCommand(),        helpCommand(),
+    };
+}
+
+} // namespace KoltaCli
