@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 
@@ -18,11 +19,11 @@ constexpr int exitFailed = 1;
 constexpr int exitWrongUsage = 2;
 constexpr int exitNameTaken = 3;
 
-void print(std::FILE* stream, const QString& text)
+bool print(std::FILE* stream, const QString& text)
 {
     const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
-    std::fflush(stream);
+    const std::size_t size = static_cast<std::size_t>(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
 int fail(int exitCode, const QString& text)
@@ -81,7 +82,12 @@ int runServer(const Options& options)
     TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
     QObject::connect(&server, &SimulatedServer::quitRequested, qApp, &QCoreApplication::quit);
-    print(stdout, QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort()));
+    const QString place =
+        QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort());
+    // Nobody would know where to find it.
+    if (!print(stdout, place))
+        return fail(exitFailed,
+                    QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno)));
     // The first to go, so that others see the server leave.
     std::unique_ptr<QObject> link;
     if (!options.publish.isEmpty()) {
@@ -111,8 +117,7 @@ int main(int argc, char* argv[])
     QString message;
     switch (parseCommandLine(QCoreApplication::arguments(), options, message)) {
     case ParseResult::Show:
-        print(stdout, message);
-        return 0;
+        return print(stdout, message) ? 0 : exitFailed;
     case ParseResult::Wrong:
         return fail(exitWrongUsage, QStringLiteral("%1\nTry koltasim --help.").arg(message));
     case ParseResult::Run:

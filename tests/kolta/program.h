@@ -1,9 +1,6 @@
 #pragma once
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QtTest>
 
 #include <csignal>
@@ -11,15 +8,6 @@
 inline QString words(const char* text)
 {
     return QString::fromUtf8(text);
-}
-
-/// The objects of an output with one on each line.
-inline QVector<QJsonObject> jsonLines(const QString& text)
-{
-    QVector<QJsonObject> objects;
-    for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-        objects.append(QJsonDocument::fromJson(line.toUtf8()).object());
-    return objects;
 }
 
 /// One run of the command line.
@@ -75,29 +63,4 @@ public:
         qWarning("the program does not end");
         kill();
     }
-};
-
-/// A simulated server as a process of its own.
-class Server : public QProcess
-{
-public:
-    explicit Server(const QStringList& options = QStringList(),
-                    const QString& listen = QStringLiteral("127.0.0.1:0"))
-    {
-        start(QStringLiteral(KOLTASIM_PROGRAM),
-              QStringList{QStringLiteral("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR),
-                          QStringLiteral("--listen"), listen} +
-                  options);
-        if (QTest::qWaitFor([this] { return canReadLine(); }, 10000))
-            address = QString::fromUtf8(readLine()).trimmed().section(QLatin1Char(' '), -1);
-    }
-    ~Server() override
-    {
-        kill();
-        waitForFinished();
-    }
-
-    QString port() const { return address.section(QLatin1Char(':'), -1); }
-
-    QString address; ///< empty when the server has not come up
 };

@@ -4,9 +4,7 @@
 #include <simulation/faultids.h>
 #include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
-
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <xmlmessaging/server.h>
 
 using KoltaSimulation::SimulatedServer;
 
@@ -48,6 +46,7 @@ private Q_SLOTS:
     void countsBroadcasts();
     void outlivesALostLink();
     void endsWithItsReader();
+    void sendsBroadcastOnce();
 };
 
 void TestListen::initTestCase()
@@ -142,6 +141,29 @@ void TestListen::endsWithItsReader()
         QCOMPARE(errors.count('\n'), 2);
         QTRY_COMPARE(shell.state(), QProcess::NotRunning);
     }
+}
+
+/// "kolta send" waits for no reply to a broadcast; leaving must neither lose it nor send it again.
+void TestListen::sendsBroadcastOnce()
+{
+    XmlCommunication::CServer server;
+    int broadcasts = 0;
+    connect(&server, &XmlCommunication::CServer::LinkOpened, this, [&](XmlCommunication::CServerLink* link) {
+        connect(link, &XmlCommunication::CServerLink::MessageReceived, this,
+                [link, &broadcasts](const XmlCommon::ptrCXmlMessage& received) {
+                    if (received->getServiceType() == XmlCommon::CXmlMessage::eSERVICE_BROADCAST)
+                        ++broadcasts;
+                    else
+                        link->send(XmlCommunication::makeReply(*received, false));
+                });
+    });
+    QVERIFY(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    KoltaRun kolta({words("send"), QStringLiteral("127.0.0.1:%1").arg(server.port()), words("-")},
+                   "<Message id='1' service='5'><Fragment component='News'/></Message>");
+    QCOMPARE(kolta.exitCode(), 0);
+    QTRY_VERIFY(server.links().isEmpty());
+    QCOMPARE(broadcasts, 1);
+    disconnect(&server, nullptr, this, nullptr);
 }
 
 QTEST_GUILESS_MAIN(TestListen)

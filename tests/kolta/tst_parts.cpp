@@ -1,6 +1,6 @@
 #include <common/endpoint.h>
 #include <kolta/application/roundtripstatistics.h>
-#include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
 
 #include <QtTest>
 
@@ -12,7 +12,7 @@ class TestParts : public QObject
 
 private Q_SLOTS:
     void splitsHostAndPort();
-    void alignsColumns();
+    void fitsTables();
     void ranksRoundTrips();
 };
 
@@ -25,6 +25,7 @@ void TestParts::splitsHostAndPort()
         {"[fe80::1]:1", "fe80::1", 1}};
     QString host, error;
     quint16 port = 0;
+    QVERIFY(KoltaApps::splitHostAndPort(QStringLiteral("h:0"), host, port, error, KoltaApps::anyPort));
     for (const auto& [text, expectedHost, expectedPort] : good) {
         QVERIFY2(KoltaApps::splitHostAndPort(QLatin1String(text), host, port, error), text);
         QCOMPARE(host, QLatin1String(expectedHost));
@@ -40,17 +41,33 @@ void TestParts::splitsHostAndPort()
     }
 }
 
-void TestParts::alignsColumns()
+void TestParts::fitsTables()
 {
+    const auto lines = [](const KoltaCli::Table& table, int width) {
+        return table.toLines(width).join(QLatin1Char('\n'));
+    };
     KoltaCli::Table table({QStringLiteral("NAME"), QStringLiteral("MHz"), QStringLiteral("STATE")});
-    table.alignRight(1);
-    table.addRow({QStringLiteral("Süd 1"), QStringLiteral("5"), QStringLiteral("free")});
+    table.alignRight({1});
+    table.addRow({QStringLiteral("Süd 1"), QStringLiteral("5"), QStringLiteral("free as can be")});
     table.addRow({QStringLiteral("W")});
     table.addRow({QString(), QStringLiteral("12.5"), QString(), QStringLiteral("surplus")});
-    QCOMPARE(table.toText(), QStringLiteral("NAME    MHz  STATE\n"
-                                            "Süd 1     5  free\n"
-                                            "W\n"
-                                            "       12.5"));
+    QCOMPARE(lines(table, 27), QStringLiteral("NAME    MHz  STATE\n"
+                                              "Süd 1     5  free as can be\n"
+                                              "W\n"
+                                              "       12.5"));
+    // Texts break at blanks; names and numbers do not.
+    QCOMPARE(lines(table, 20), QStringLiteral("NAME    MHz  STATE\n"
+                                              "Süd 1     5  free as\n"
+                                              "             can be\n"
+                                              "W\n"
+                                              "       12.5"));
+    QCOMPARE(lines(table, 17), QStringLiteral("NAME   Süd 1\n"
+                                              "MHz    5\n"
+                                              "STATE  free as can be\n"
+                                              "\n"
+                                              "NAME   W\n"
+                                              "\n"
+                                              "MHz    12.5"));
 }
 
 void TestParts::ranksRoundTrips()

@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QProcess>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 
@@ -25,13 +26,23 @@ QString plain(const QString& text)
     return text.simplified().remove(QLatin1Char('"'));
 }
 
+/// `verbs` behind those of `commands` that have other names: a shell within a shell has its own verbs.
+QVector<Command> behind(QVector<Command> commands, const QVector<Command>& verbs)
+{
+    for (const Command& verb : verbs) {
+        const auto isSame = [&verb](const Command& command) { return qstrcmp(command.name, verb.name) == 0; };
+        commands.erase(std::remove_if(commands.begin(), commands.end(), isSame), commands.end());
+    }
+    return commands + verbs;
+}
+
 } // namespace
 
 Shell::Shell(const CommandLine& line, EmbeddedInstallation& installation)
     : m_line(line)
     , m_installation(installation)
     , m_simulation(installation)
-    , m_table(line.table().all() + m_simulation.commands() + verbs(), QString(), QString(),
+    , m_table(behind(line.table().all(), m_simulation.commands() + verbs()), QString(), QString(),
               QStringLiteral("\n\"help COMMAND\" tells more of each, \"exit\" leaves."))
 {
     connect(&m_signals, &TerminationSignals::terminationRequested, this, &Shell::takeSignal);
