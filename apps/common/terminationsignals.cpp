@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr int handledSignals[] = {SIGINT, SIGTERM, SIGHUP};
-volatile std::sig_atomic_t arrived[std::size(handledSignals)];
+constexpr int kHandledSignals[] = {SIGINT, SIGTERM, SIGHUP};
+volatile std::sig_atomic_t arrived[std::size(kHandledSignals)];
 int eventDescriptor = -1;
 std::unique_ptr<QSocketNotifier> notifier;
 QVector<TerminationSignals*> instances; ///< the last one is the innermost
@@ -25,8 +25,8 @@ QVector<TerminationSignals*> instances; ///< the last one is the innermost
 extern "C" void noteSignal(int number)
 {
     const int savedError = errno;
-    for (std::size_t i = 0; i < std::size(handledSignals); ++i) {
-        if (handledSignals[i] == number)
+    for (std::size_t i = 0; i < std::size(kHandledSignals); ++i) {
+        if (kHandledSignals[i] == number)
             arrived[i] = 1;
     }
     const std::uint64_t one = 1;
@@ -41,7 +41,7 @@ void handleWith(void (*handler)(int))
     action.sa_handler = handler;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    for (const int number : handledSignals)
+    for (const int number : kHandledSignals)
         ::sigaction(number, &action, nullptr);
 }
 
@@ -62,11 +62,11 @@ void deliverArrived()
     std::uint64_t count = 0;
     if (::read(eventDescriptor, &count, sizeof count) <= 0)
         return;
-    for (std::size_t i = 0; i < std::size(handledSignals); ++i) {
+    for (std::size_t i = 0; i < std::size(kHandledSignals); ++i) {
         if (arrived[i] == 0)
             continue;
         arrived[i] = 0;
-        deliver(handledSignals[i]);
+        deliver(kHandledSignals[i]);
     }
 }
 

@@ -15,9 +15,9 @@
 
 namespace {
 
-constexpr int exitFailed = 1;
-constexpr int exitWrongUsage = 2;
-constexpr int exitNameTaken = 3;
+constexpr int kExitFailed = 1;
+constexpr int kExitWrongUsage = 2;
+constexpr int kExitNameTaken = 3;
 
 bool print(std::FILE* stream, const QString& text)
 {
@@ -58,19 +58,19 @@ int runServer(const Options& options)
     Installation installation;
     QString error;
     if (!installation.load(options.installation, error))
-        return fail(exitFailed, error);
+        return fail(kExitFailed, error);
 
     SimulatedServer server(installation);
     server.setSeed(options.seed);
     for (const MisbehaviourRule& rule : options.misbehaviour)
         server.addMisbehaviour(rule);
     if (!protect(server, options, error))
-        return fail(exitFailed, error);
+        return fail(kExitFailed, error);
     if (options.log)
         QObject::connect(&server, &SimulatedServer::happened, &printHappening);
     if (!server.listen(options.address, options.port)) {
         return fail(
-            exitFailed,
+            kExitFailed,
             QStringLiteral("cannot listen on %1: %2").arg(server.hostAndPort(), server.errorString()));
     }
     server.publish();
@@ -86,7 +86,7 @@ int runServer(const Options& options)
         QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort());
     // Nobody would know where to find it.
     if (!print(stdout, place))
-        return fail(exitFailed,
+        return fail(kExitFailed,
                     QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno)));
     // The first to go, so that others see the server leave.
     std::unique_ptr<QObject> link;
@@ -96,11 +96,11 @@ int runServer(const Options& options)
             print(stdout, QStringLiteral("published as %1\n").arg(branch));
         };
         events.failed = [](bool isTaken, const QString& reason) {
-            QCoreApplication::exit(fail(isTaken ? exitNameTaken : exitFailed, reason));
+            QCoreApplication::exit(fail(isTaken ? kExitNameTaken : kExitFailed, reason));
         };
         link = publishTree(installation, options, events, error);
         if (!link)
-            return fail(exitWrongUsage, error);
+            return fail(kExitWrongUsage, error);
     }
     return QCoreApplication::exec();
 }
@@ -117,9 +117,9 @@ int main(int argc, char* argv[])
     QString message;
     switch (parseCommandLine(QCoreApplication::arguments(), options, message)) {
     case ParseResult::Show:
-        return print(stdout, message) ? 0 : exitFailed;
+        return print(stdout, message) ? 0 : kExitFailed;
     case ParseResult::Wrong:
-        return fail(exitWrongUsage, QStringLiteral("%1\nTry koltasim --help.").arg(message));
+        return fail(kExitWrongUsage, QStringLiteral("%1\nTry koltasim --help.").arg(message));
     case ParseResult::Run:
         break;
     }

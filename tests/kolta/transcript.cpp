@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int patience = 60000;
+constexpr int kPatience = 60000;
 /// GUIDs with that between their parts.
 QString guidForm(const char* dash)
 {
@@ -103,7 +103,7 @@ void ExampleRunner::endShell()
     if (!m_shell)
         return;
     m_shell->closeWriteChannel();
-    m_shell->waitForFinished(patience);
+    m_shell->waitForFinished(kPatience);
     m_shell.reset();
 }
 
@@ -174,7 +174,7 @@ int ExampleRunner::run(const Example& example)
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.setStandardInputFile(QProcess::nullDevice());
     process.start(QStringLiteral("sh"), {QStringLiteral("-c"), command});
-    if (!process.waitForFinished(patience))
+    if (!process.waitForFinished(kPatience))
         process.kill(), process.waitForFinished();
     m_printed = trimmedLines(QString::fromUtf8(process.readAllStandardOutput()));
     return process.exitCode();
@@ -193,7 +193,7 @@ int ExampleRunner::runInShell(const QString& command)
     }
     m_shell->write(command.toUtf8() + "\nexpect @@@\n");
     QByteArray output;
-    while (!output.contains("(expect @@@) ended with exit code 1\n") && m_shell->waitForReadyRead(patience))
+    while (!output.contains("(expect @@@) ended with exit code 1\n") && m_shell->waitForReadyRead(kPatience))
         output += m_shell->readAll();
     QString text = QString::fromUtf8(output);
     text.truncate(text.indexOf(QStringLiteral("kolta: the command before has not printed \"@@@\"")));
@@ -221,7 +221,7 @@ bool ExampleRunner::startServer(const QString& command)
                       QStringList{QStringLiteral("--listen"), reachable + QStringLiteral(":0")} +
                           options.split(QLatin1Char(' '), Qt::SkipEmptyParts));
         QByteArray line;
-        while (!line.endsWith('\n') && server->waitForReadyRead(patience))
+        while (!line.endsWith('\n') && server->waitForReadyRead(kPatience))
             line += server->readLine();
         if (line.isEmpty())
             continue;

@@ -35,7 +35,7 @@ int Listener::run()
         printError(QStringLiteral("the link to %1 is up again").arg(peer));
     });
     printError(QStringLiteral("listening to %1, Ctrl-C ends").arg(peer));
-    m_session.waitFor([this] { return hasEnough(); }, Session::forever);
+    m_session.waitFor([this] { return hasEnough(); }, Session::kForever);
     disconnect(failed);
     disconnect(opened);
     if (hasEnough())

@@ -15,7 +15,7 @@ using Kolta::guidFromText;
 namespace {
 
 /// Walks meet every processor.
-constexpr Walk::Plan everyProcessor{false, false, true, true};
+constexpr Walk::Plan kEveryProcessor{false, false, true, true};
 
 template<class Node>
 ProcessorEntry describe(const Node& node)
@@ -77,7 +77,7 @@ void ProcessorDirectory::add(Server& server)
     };
     // A server that has gone runs nothing that anybody knows of.
     if (server.getState() != Kolta::SERVER_STATES::eDisconnected)
-        Walk::walk(server.getProcessorObserver().GetCurrentProcessors(), everyProcessor, enter, leave);
+        Walk::walk(server.getProcessorObserver().GetCurrentProcessors(), kEveryProcessor, enter, leave);
 }
 
 const ProcessorEntry* ProcessorDirectory::find(const QString& text, const QString& kind,

@@ -13,7 +13,7 @@ using Kolta::ShortTimeProfile;
 
 namespace {
 
-constexpr qint64 largestInput = 64 * 1024 * 1024;
+constexpr qint64 kLargestInput = 64 * 1024 * 1024;
 
 VESK_Q9R::ReadReport read(const QString& fileName, VESK_Q9R::ShortTimeProfiles& file)
 {
@@ -21,7 +21,7 @@ VESK_Q9R::ReadReport read(const QString& fileName, VESK_Q9R::ShortTimeProfiles& 
         return VESK_Q9R::readProfileFile(fileName, file);
     VESK_Q9R::ReadReport report;
     QByteArray bytes;
-    if (readInput(fileName, largestInput, bytes, report.error))
+    if (readInput(fileName, kLargestInput, bytes, report.error))
         report = VESK_Q9R::readProfiles(bytes, nameOfInput(fileName), file);
     return report;
 }

@@ -13,9 +13,9 @@ namespace KoltaCli {
 namespace {
 
 /// The version of the servers' interface that this program was written for.
-const char interfaceVersion[] = "3.1";
+const char kInterfaceVersion[] = "3.1";
 /// Enough to find the reason of a failed link again.
-constexpr int keptTraceLines = 200;
+constexpr int kKeptTraceLines = 200;
 
 QString problemOfAddress(const QString& text)
 {
@@ -31,9 +31,9 @@ QString problemOfAddress(const QString& text)
 
 Session::Session(const Endpoint& endpoint)
     : m_endpoint(endpoint)
-    , m_trace(keptTraceLines)
+    , m_trace(kKeptTraceLines)
     , m_connection(std::make_unique<Kolta::KoltaConnection>(
-          QStringLiteral("kolta"), QLatin1String(interfaceVersion), endpoint.address, endpoint.port, false))
+          QStringLiteral("kolta"), QLatin1String(kInterfaceVersion), endpoint.address, endpoint.port, false))
 {
     connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionOpened, this, [this] { ++m_openings; });
     connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionClosed, this, [this] { m_closed = true; });

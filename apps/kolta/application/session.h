@@ -30,7 +30,7 @@ class Session : public QObject
 
 public:
     /// A waiting time without end.
-    static constexpr int forever = waitForever;
+    static constexpr int kForever = kWaitForever;
 
     explicit Session(const Endpoint& endpoint);
     /// HOST:PORT, for the table of a command; its first argument.

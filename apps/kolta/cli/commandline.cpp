@@ -12,8 +12,8 @@ namespace KoltaCli {
 
 namespace {
 
-constexpr double shortestTimeout = 0.1;
-constexpr double longestTimeout = 3600;
+constexpr double kShortestTimeout = 0.1;
+constexpr double kLongestTimeout = 3600;
 
 int placeOf(const QString& word, const QStringList& choices)
 {
@@ -187,9 +187,9 @@ QString CommandLine::problemOfOptions()
     }
     bool isNumber = false;
     const double seconds = value("timeout").toDouble(&isNumber);
-    if (!isNumber || !(seconds >= shortestTimeout && seconds <= longestTimeout))
+    if (!isNumber || !(seconds >= kShortestTimeout && seconds <= kLongestTimeout))
         return QStringLiteral("--timeout wants a number of seconds from %1 to %2, not \"%3\"")
-            .arg(QString::number(shortestTimeout), QString::number(longestTimeout), value("timeout"));
+            .arg(QString::number(kShortestTimeout), QString::number(kLongestTimeout), value("timeout"));
     m_timeoutMs = qRound(1000 * seconds);
     return {};
 }

@@ -10,7 +10,7 @@ namespace KoltaCli {
 namespace {
 
 /// A name that is meant differs from what was typed by this much at most.
-constexpr int furthestGuess = 2;
+constexpr int kFurthestGuess = 2;
 
 /// How many letters must be changed, added, removed or swapped with the next to make `b` of `a`.
 int distance(const QString& a, const QString& b)
@@ -62,7 +62,7 @@ const Command* CommandTable::find(const QString& name) const
 QString CommandTable::problemOf(const QString& name) const
 {
     const Command* nearest = nullptr;
-    int least = std::min(furthestGuess, name.size() - 1) + 1;
+    int least = std::min(kFurthestGuess, name.size() - 1) + 1;
     for (const Command& command : m_commands) {
         const int steps = distance(name, QLatin1String(command.name));
         if (steps < least) {

@@ -5,7 +5,7 @@
 namespace KoltaCli {
 
 /// A waiting time without end.
-constexpr int waitForever = -1;
+constexpr int kWaitForever = -1;
 
 /// Runs the event loop until `done` returns true, the command is interrupted or the time is over; returns
 /// done(). Whatever a command waits for it waits for here.

@@ -13,12 +13,12 @@ namespace KoltaCli {
 
 namespace {
 
-constexpr int digitsInJson = 12;
-const char bold[] = "\033[1m";
-const char red[] = "\033[31m";
-const char plain[] = "\033[0m";
+constexpr int kDigitsInJson = 12;
+const char kBold[] = "\033[1m";
+const char kRed[] = "\033[31m";
+const char kPlain[] = "\033[0m";
 
-constexpr int blanksSetIn = 3;
+constexpr int kBlanksSetIn = 3;
 
 bool isLost = false;
 int manners = OutputManner::eAsUsual;
@@ -54,7 +54,7 @@ QByteArray setIn(const QByteArray& bytes)
     QByteArrayList lines = bytes.split('\n');
     for (QByteArray& line : lines) {
         if (!line.isEmpty())
-            line.prepend(QByteArray(blanksSetIn, ' '));
+            line.prepend(QByteArray(kBlanksSetIn, ' '));
     }
     return lines.join('\n');
 }
@@ -74,7 +74,7 @@ void writeOutput(QByteArray bytes)
 QJsonValue rounded(const QJsonValue& value)
 {
     if (value.isDouble())
-        return QString::number(value.toDouble(), 'g', digitsInJson).toDouble();
+        return QString::number(value.toDouble(), 'g', kDigitsInJson).toDouble();
     if (value.isArray()) {
         QJsonArray array = value.toArray();
         for (int i = 0; i < array.size(); ++i)
@@ -119,7 +119,7 @@ void printHeading(const QString& text)
 {
     remember(text);
     const QByteArray bytes = printable(text, true).toUtf8();
-    writeOutput(hasColour(fileno(stdout)) ? QByteArray(bold + bytes + plain + '\n')
+    writeOutput(hasColour(fileno(stdout)) ? QByteArray(kBold + bytes + kPlain + '\n')
                                           : QByteArray(bytes + '\n'));
 }
 
@@ -131,7 +131,7 @@ void printError(const QString& text)
     if (manners & OutputManner::eSilent)
         return;
     const QByteArray name =
-        hasColour(fileno(stderr)) ? QByteArray(red) + "kolta:" + plain : QByteArray("kolta:");
+        hasColour(fileno(stderr)) ? QByteArray(kRed) + "kolta:" + kPlain : QByteArray("kolta:");
     write(stderr, name + ' ' + printable(text, true).toUtf8() + '\n');
 }
 
@@ -142,7 +142,7 @@ void printJson(const QJsonObject& object)
 
 int blanksBeforeOutput()
 {
-    return manners & OutputManner::eSetIn ? blanksSetIn : 0;
+    return manners & OutputManner::eSetIn ? kBlanksSetIn : 0;
 }
 
 QString counted(int number, const QString& noun)

@@ -10,7 +10,7 @@ namespace KoltaCli {
 
 namespace {
 
-constexpr int gap = 2;
+constexpr int kGap = 2;
 
 QString trimmedRight(QString line)
 {
@@ -56,7 +56,7 @@ bool Table::fit(QVector<int>& widths, int width) const
         for (const QStringList& row : m_rows)
             narrowest[column] = qMax(narrowest[column], longestWord(row.value(column)));
     }
-    int excess = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1)) - width;
+    int excess = std::accumulate(widths.begin(), widths.end(), kGap * (widths.size() - 1)) - width;
     for (; excess > 0; --excess) {
         int widest = -1;
         for (int column = 0; column < widths.size(); ++column) {
@@ -83,7 +83,7 @@ QStringList Table::lines(const QStringList& cells, const QVector<int>& widths) c
         QString line;
         for (int column = 0; column < widths.size(); ++column) {
             const QString cell = columns[column].value(i);
-            line += QString(column == 0 ? 0 : gap, QLatin1Char(' '));
+            line += QString(column == 0 ? 0 : kGap, QLatin1Char(' '));
             line += m_right.contains(column) ? cell.rightJustified(widths[column])
                                              : cell.leftJustified(widths[column]);
         }
@@ -104,7 +104,7 @@ QStringList Table::blocks() const
         for (int column = 0; column < m_header.size(); ++column) {
             const QString cell = row.value(column);
             if (!cell.isEmpty())
-                lines.append(m_header.at(column).leftJustified(width + gap) + cell);
+                lines.append(m_header.at(column).leftJustified(width + kGap) + cell);
         }
     }
     return lines;

@@ -8,7 +8,7 @@
 namespace KoltaCli {
 
 namespace {
-constexpr int usualWidth = 80;
+constexpr int kUsualWidth = 80;
 }
 
 int outputWidth()
@@ -19,7 +19,7 @@ int outputWidth()
     winsize size = {};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
         return size.ws_col;
-    return usualWidth;
+    return kUsualWidth;
 }
 
 bool hasColour(int descriptor)

@@ -23,7 +23,7 @@ namespace {
 
 using Assignments = ShortTimeCollection<ShortTimeFFPAssignmentItemMap>;
 
-constexpr quint32 defaultCoverage = 50;
+constexpr quint32 kDefaultCoverage = 50;
 
 /// The GUID of the FFP that `text` means: a GUID, also of one that does not run, or the name of one that
 /// runs. Prints an error and gives an empty text when it means none.
@@ -155,7 +155,7 @@ int set(const CommandLine& line, const Assignments& known)
     ShortTimeFFPAssignment assignment =
         known.map().Contains(ffp) ? known.map().At(ffp) : ShortTimeFFPAssignment();
     if (assignment.isNull())
-        assignment.minCoverage = defaultCoverage;
+        assignment.minCoverage = kDefaultCoverage;
     assignment.ffpGuid = ffp;
     change(assignment, line);
     AssignmentRequest request(known.map(), assignment);

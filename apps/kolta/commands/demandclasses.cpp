@@ -21,11 +21,11 @@ using RESOURCEMANAGEMENT::Tuner;
 namespace {
 
 /// A type is meant by its name or its number.
-const QStringList appTypeNames{QStringLiteral("scp"), QStringLiteral("mcp"), QStringLiteral("ffp"),
-                               QStringLiteral("dsc"), QStringLiteral("fhp"), QStringLiteral("fha"),
-                               QStringLiteral("1"),   QStringLiteral("2"),   QStringLiteral("3"),
-                               QStringLiteral("4"),   QStringLiteral("5"),   QStringLiteral("6")};
-constexpr int appTypes = 6;
+const QStringList kAppTypeNames{QStringLiteral("scp"), QStringLiteral("mcp"), QStringLiteral("ffp"),
+                                QStringLiteral("dsc"), QStringLiteral("fhp"), QStringLiteral("fha"),
+                                QStringLiteral("1"),   QStringLiteral("2"),   QStringLiteral("3"),
+                                QStringLiteral("4"),   QStringLiteral("5"),   QStringLiteral("6")};
+constexpr int kAppTypes = 6;
 
 QString yes(bool value)
 {
@@ -85,7 +85,7 @@ int demandClasses(const CommandLine& line, const EmbeddedInstallation& installat
 {
     if (!line.isSet("app-type"))
         return line.usageError(QStringLiteral("--app-type is missing"));
-    const auto appType = static_cast<eAppType>(Kolta::eAppSCP + line.choice("app-type") % appTypes);
+    const auto appType = static_cast<eAppType>(Kolta::eAppSCP + line.choice("app-type") % kAppTypes);
     ResourceDemandClassObserver observer;
     Kolta::KoltaResourceObserver resources;
     if (!installation.mirror(observer, QStringLiteral("DemandClasses")) ||
@@ -119,7 +119,7 @@ Command demandClassesCommand()
         "Lists the resource demand classes that an application may use, narrow ones first, of a simulated "
         "installation inside this process.",
         {},
-        {choice("app-type", "type", "Type of the application, by name or number.", appTypeNames),
+        {choice("app-type", "type", "Type of the application, by name or number.", kAppTypeNames),
          text("tuner", "GUID", "Only what this tuner can feed."), EmbeddedInstallation::option()},
         with(EmbeddedInstallation::start, demandClasses)};
 }

@@ -9,7 +9,7 @@ namespace KoltaCli {
 
 namespace {
 
-constexpr int mostBroadcasts = 1000000000;
+constexpr int kMostBroadcasts = 1000000000;
 
 int listen(const CommandLine& line, Session& session)
 {
@@ -27,7 +27,7 @@ Command listenCommand()
         "Prints a server's broadcasts and faults until Ctrl-C. A link that fails is opened again; when that "
         "fails too, the command ends.",
         {Session::argument()},
-        {whole("count", "number", "End after so many broadcasts (0: never).", 0, mostBroadcasts, "0"),
+        {whole("count", "number", "End after so many broadcasts (0: never).", 0, kMostBroadcasts, "0"),
          Session::faultsOption()},
         with(Session::start, listen)};
 }

@@ -15,7 +15,7 @@ namespace KoltaCli {
 
 namespace {
 
-constexpr int maxCount = 1000000;
+constexpr int kMaxCount = 1000000;
 
 struct PingResult
 {
@@ -111,7 +111,7 @@ Command pingCommand()
             "measure round trips",
             "Measures round trips: asks for the application description, one at a time.",
             {Session::argument()},
-            {whole("n", "count", "Number of round trips, 1 to 1000000 (10).", 1, maxCount, "10"),
+            {whole("n", "count", "Number of round trips, 1 to 1000000 (10).", 1, kMaxCount, "10"),
              flag("at-once",
                   "Hand all requests over at once, so that they wait in line, instead of one at a time.")},
             with(Session::startOpen, ping)};

@@ -25,7 +25,7 @@ struct Switch
     bool on;
 };
 
-const Switch switches[] = {
+const Switch kSwitches[] = {
     {"on", KoltaResourceObserver::eUnitOn, true},
     {"off", KoltaResourceObserver::eUnitOff, false},
     {"supply-on", KoltaResourceObserver::eSupplyOn, true},
@@ -39,7 +39,7 @@ const Switch switches[] = {
 QStringList switchWords()
 {
     QStringList words;
-    for (const Switch& one : switches)
+    for (const Switch& one : kSwitches)
         words.append(QLatin1String(one.word));
     return words;
 }
@@ -178,7 +178,7 @@ int power(const CommandLine& line, const Servers& servers)
     QVector<Unit> units;
     if (!findUnits(line.arguments().mid(1), unitsOf(servers), units))
         return eExitFailed;
-    return switchUnits(switches[line.choice(0)], units, servers, line);
+    return switchUnits(kSwitches[line.choice(0)], units, servers, line);
 }
 
 } // namespace

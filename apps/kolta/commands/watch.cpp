@@ -18,8 +18,8 @@ namespace KoltaCli {
 
 namespace {
 
-constexpr int mostLines = 1000000000;
-constexpr int longestPeriod = 3600000;
+constexpr int kMostLines = 1000000000;
+constexpr int kLongestPeriod = 3600000;
 
 /// Prints what happens on some servers, from its construction on.
 class Watcher : public QObject
@@ -86,7 +86,7 @@ int watch(const CommandLine& line, Servers& servers)
     }
     printError(QStringLiteral("watching %1, Ctrl-C ends").arg(listed(servers.names())));
     waitUntil([&watcher] { return watcher.hasEnough(); },
-              line.isSet("timeout") ? line.timeoutMs() : waitForever);
+              line.isSet("timeout") ? line.timeoutMs() : kWaitForever);
     return eExitOk;
 }
 
@@ -103,10 +103,10 @@ Command watchCommand()
         "seconds where it is given.",
         {},
         Servers::options(
-            {whole("count", "number", "End after so many lines (0: never).", 0, mostLines, "0"),
+            {whole("count", "number", "End after so many lines (0: never).", 0, kMostLines, "0"),
              flag("activity", "Let tuners become busy and free, conversions go on, and enabled assignments "
                               "yield results meanwhile."),
-             whole("period", "ms", "Time between two such changes in milliseconds (500).", 1, longestPeriod,
+             whole("period", "ms", "Time between two such changes in milliseconds (500).", 1, kLongestPeriod,
                    "500")}),
         with(Servers::start, watch)};
 }

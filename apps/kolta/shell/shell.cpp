@@ -18,7 +18,7 @@ namespace KoltaCli {
 
 namespace {
 
-const QString expectVerb = QStringLiteral("expect");
+const QString kExpectVerb = QStringLiteral("expect");
 
 /// A text such that neither the widths of columns nor quotes matter.
 QString plain(const QString& text)
@@ -141,7 +141,7 @@ int Shell::execute(const QString& line, const QStringList& words)
         printed = manner.lines();
     }
     m_teller->end(line, m_lineNumber, exitCode, printed);
-    if (words.first() != expectVerb)
+    if (words.first() != kExpectVerb)
         m_printed = printed;
     return exitCode;
 }

@@ -22,8 +22,8 @@ using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
-constexpr int highestPort = 65535;
-constexpr int longestStep = 60000;
+constexpr int kHighestPort = 65535;
+constexpr int kLongestStep = 60000;
 
 enum eTunerState { eBusy, eFree, eLost, eFound, eNew, eRemoved };
 
@@ -136,7 +136,7 @@ QVector<Command> SimulationVerbs::commands()
          "understand its "
          "name then.",
          {},
-         {server, whole("port", "number", "The port (0: the system picks one).", 0, highestPort, "0")},
+         {server, whole("port", "number", "The port (0: the system picks one).", 0, kHighestPort, "0")},
          own(&SimulationVerbs::serve)},
         {"vanish",
          "let a server die",
@@ -149,7 +149,7 @@ QVector<Command> SimulationVerbs::commands()
          "Lets a server come back that has vanished; it comes up through its working states.",
          {},
          {server, whole("step", "ms", "Milliseconds in each working state (as the installation says).", 0,
-                        longestStep)},
+                        kLongestStep)},
          own(&SimulationVerbs::comeBack)},
         {"cut",
          "reset all links to a server",

@@ -12,7 +12,7 @@
 namespace KoltaCli {
 
 namespace {
-constexpr int historyLines = 500;
+constexpr int kHistoryLines = 500;
 }
 
 TerminalInput::TerminalInput(int descriptor, const CommandTable& table)
@@ -23,7 +23,7 @@ TerminalInput::TerminalInput(int descriptor, const CommandTable& table)
     , m_history(::history_init())
 {
     HistEvent event;
-    ::history(m_history, &event, H_SETSIZE, historyLines);
+    ::history(m_history, &event, H_SETSIZE, kHistoryLines);
     ::history(m_history, &event, H_SETUNIQUE, 1);
     ::el_set(m_editor, EL_CLIENTDATA, this);
     ::el_set(m_editor, EL_PROMPT, &TerminalInput::prompt);

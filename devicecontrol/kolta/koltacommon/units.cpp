@@ -11,8 +11,8 @@ namespace Kolta {
 namespace {
 
 /// The powers of ten behind nothing, k, M and G.
-constexpr int stepOfPrefix = 3;
-const QString prefixes = QStringLiteral(" kMG");
+constexpr int kStepOfPrefix = 3;
+const QString kPrefixes = QStringLiteral(" kMG");
 
 /// `hertz` divided by a power of ten. The point moves in the text: a division would round.
 QString scaledText(double hertz, int exponent)
@@ -35,15 +35,15 @@ QString scaledText(double hertz, int exponent)
 
 std::optional<double> hertzFromText(const QString& text)
 {
-    static const QRegularExpression form(
-        QStringLiteral("^\\s*(\\d+\\.?\\d*|\\.\\d+)(?:[eE]([+-]?\\d{1,3}))?\\s*([kKmMgG]?)(?:[hH][zZ])?\\s*$"));
+    static const QRegularExpression form(QStringLiteral(
+        "^\\s*(\\d+\\.?\\d*|\\.\\d+)(?:[eE]([+-]?\\d{1,3}))?\\s*([kKmMgG]?)(?:[hH][zZ])?\\s*$"));
     const QRegularExpressionMatch match = form.match(text);
     if (!match.hasMatch())
         return std::nullopt;
     const QString letter = match.captured(3);
-    const int prefix = letter.isEmpty() ? 0 : prefixes.indexOf(letter, 0, Qt::CaseInsensitive);
+    const int prefix = letter.isEmpty() ? 0 : kPrefixes.indexOf(letter, 0, Qt::CaseInsensitive);
     // Read in one go, so that "98.1M" and "98.1e6" are the same number.
-    const int exponent = match.captured(2).toInt() + stepOfPrefix * prefix;
+    const int exponent = match.captured(2).toInt() + kStepOfPrefix * prefix;
     const double hertz = QString(match.captured(1) + QLatin1Char('e') + QString::number(exponent)).toDouble();
     return qIsFinite(hertz) ? std::optional<double>(hertz) : std::nullopt;
 }
@@ -51,15 +51,15 @@ std::optional<double> hertzFromText(const QString& text)
 QString hertzToText(double hertz)
 {
     int prefix = 0;
-    while (prefix + 1 < prefixes.size() && std::fabs(hertz) >= std::pow(10.0, stepOfPrefix * (prefix + 1)))
+    while (prefix + 1 < kPrefixes.size() && std::fabs(hertz) >= std::pow(10.0, kStepOfPrefix * (prefix + 1)))
         ++prefix;
-    const QString unit = prefix == 0 ? QString() : QString(prefixes.at(prefix));
-    return scaledText(hertz, stepOfPrefix * prefix) + QLatin1Char(' ') + unit + QStringLiteral("Hz");
+    const QString unit = prefix == 0 ? QString() : QString(kPrefixes.at(prefix));
+    return scaledText(hertz, kStepOfPrefix * prefix) + QLatin1Char(' ') + unit + QStringLiteral("Hz");
 }
 
 QString megahertzToText(double hertz)
 {
-    return scaledText(hertz, 2 * stepOfPrefix);
+    return scaledText(hertz, 2 * kStepOfPrefix);
 }
 
 } // namespace Kolta
