@@ -1,6 +1,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/messagejoin.h>
 #include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/tunerplan.h>
 #include <support/testprogram.h>
 #include <support/text.h>
 
@@ -212,6 +213,36 @@ private Q_SLOTS:
         QCOMPARE(desk.states(), "200222"_s);
         desk.react = [&desk] { desk.manager.reset(); };
         QCOMPARE(desk.see("A0 B1 C1"_s), "A20 "_s);
+    }
+
+    /// Of two who plan one tuner one after the other, each undoes only what is its own.
+    void plansHaveNumbers()
+    {
+        Desk desk;
+        desk.see("A0 B0"_s);
+        QString told;
+        connect(desk.manager.get(), &Manager::si_PlanningChanged, this,
+                [&told](const QString& guid, bool planned) {
+                    told += guid + QString::number(planned) + QLatin1Char(' ');
+                });
+        QString error;
+        TunerPlan first = TunerPlan::make(*desk.manager, "A"_s, {}, error);
+        QVERIFY(first.stands() && error.isEmpty());
+        QVERIFY(!TunerPlan::make(*desk.manager, "A"_s, {}, error).stands());
+        desk.manager->clearPlanning();
+        TunerPlan second = TunerPlan::make(*desk.manager, "A"_s, {}, error);
+        TunerPlan taken = std::move(first);
+        QVERIFY(!taken.stands());
+        taken.undo();
+        QCOMPARE(desk.states(), "302222"_s);
+        desk.see("A1 B0"_s); // used now, so there is nothing left to undo
+        QVERIFY(!second.stands() && desk.manager->planNumber("A"_s) == 0);
+        desk.see("A0 B0"_s);
+        second = TunerPlan::make(*desk.manager, "A"_s, {}, error);
+        second = TunerPlan::make(*desk.manager, "B"_s, {}, error);
+        QCOMPARE(told, "A1 A0 A1 A1 B1 A0 "_s);
+        desk.manager.reset();
+        QVERIFY(!second.stands());
     }
 
     void sources()

@@ -277,6 +277,62 @@ private Q_SLOTS:
         QVERIFY(!selector.explainSelection("root"_s).classExists);
     }
 
+    /// What a tuner says of itself, what is needed, and what is said to that.
+    void needs_data()
+    {
+        QTest::addColumn<QString>(
+            "says"); // from, to, software and hardware bandwidth in MHz, or no hardware at all
+        QTest::addColumn<QString>("needs"); // frequency, bandwidth, "hw"
+        QTest::addColumn<QString>("problem");
+        const auto row = [](const char* says, const char* needs, const char* problem) {
+            QTest::addRow("%s: %s", says, needs)
+                << QString::fromLatin1(says) << QString::fromLatin1(needs) << QString::fromLatin1(problem);
+        };
+        row("0.009 30 1 0", "98.5 0", "needs 98.5 MHz, reaches 0.009 to 30 MHz");
+        row("0.009 30 1 0", "30 1", ""); // the edge hangs over
+        row("0.009 30 1 0", "0.009 0", "");
+        row("0.009 30 1 0", "0.008 0", "needs 0.008 MHz, reaches 0.009 to 30 MHz");
+        row("20 0 5 20", "10 0", "needs 10 MHz, begins at 20 MHz");
+        row("0 30 5 20", "10 0", "");
+        row("30 20 5 20", "98.5 0", ""); // reversed
+        row("nan nan nan nan", "98.5 5 hw", "");
+        row("20 3000 5 20", "98.5 5.1", "needs a bandwidth of 5.1 MHz, has 5 MHz");
+        row("20 3000 5 20", "98.5 20 hw", "");
+        row("20 3000 5 20", "98.5 21 hw", "needs a bandwidth of 21 MHz, has 20 MHz");
+        row("20 3000 5 no", "98.5 1 hw", "needs hardware processing");
+        row("20 3000 5 20", "0 0", "");
+    }
+    void needs()
+    {
+        QFETCH(QString, says);
+        QFETCH(QString, needs);
+        const QStringList said = says.split(QLatin1Char(' '));
+        const QStringList needed = needs.split(QLatin1Char(' '));
+        Tuner one = tuner("one"_s);
+        one.SetMinFrequency(said.at(0).toDouble() * 1e6);
+        one.SetMaxFrequency(said.at(1).toDouble() * 1e6);
+        one.SetMaxSWBandwidth(said.at(2).toDouble() * 1e6);
+        one.SetMaxHWBandwidth(said.at(3).toDouble() * 1e6);
+        if (said.at(3) == "no"_s)
+            one.SetSupportsHardwareProcessing(false);
+        const TunerNeeds wanted{needed.at(0).toDouble() * 1e6, needed.at(1).toDouble() * 1e6,
+                                needed.size() > 2};
+        QTEST(problemWith(one, wanted), "problem");
+        // Selection and its explanation go by the same rule, after the state.
+        const auto selector =
+            makeSelector({tunerClass(top, {"one"_s, "busy"_s})}, {one, tuner("busy"_s, true, false)});
+        const TunerFilter filter = TunerFilter::freeTuners().withNeeds(wanted);
+        const bool fits = problemWith(one, wanted).isEmpty();
+        QCOMPARE(selector.selectTuner(top, filter).GetTavikResource().GetAddress(),
+                 fits ? "one"_s : QString());
+        for (const TunerCandidate& candidate : selector.explainSelection(top, filter).candidates) {
+            if (candidate.tuner.GetTavikResource().GetAddress() == "one"_s)
+                QCOMPARE(candidate.detail, problemWith(one, wanted));
+            else
+                QCOMPARE(candidate.refusal, TunerRefusal::NotIdle);
+        }
+    }
+
     void simultaneousUseIsGreedyAndIgnoresState()
     {
         const auto selector = makeSelector({tunerClass(top, {"a"_s}, 1), tunerClass(inner, {"b"_s}, 1, top)},
