@@ -379,6 +379,44 @@ private Q_SLOTS:
         QVERIFY(policy->tree() != tree);
     }
 
+    void choosesFromAKeptTreeAsFromANewOne()
+    {
+        const quint32 seed = TunerSamples::seed();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        for (int round = 0; round < 60; ++round) {
+            const TunerSamples::Installation installation(random, random.bounded(1, 20),
+                                                          random.bounded(1, 6));
+            QVector<Tuner> tuners = installation.tuners;
+            auto kept = makeSelector(installation.classes, tuners);
+            for (int change = 0; change < 20; ++change) {
+                Tuner& one = tuners[random.bounded(tuners.size())];
+                const int kind = random.bounded(40);
+                if (kind == 0) // another tuner ID, perhaps one that occurs already
+                    one.EditTavikResource().SetAddress(QStringLiteral("T%1").arg(random.bounded(20)));
+                else if (kind < 5)
+                    one.EditTavikResource().SetGUID(QStringLiteral("guid %1").arg(random.bounded(3)));
+                else if (kind < 15)
+                    one.SetMaxSWBandwidth(random.bounded(8));
+                else if (kind < 35)
+                    one.SetIdle(!one.GetIdle());
+                kept.setResourceOverview(tuners);
+                const auto fresh = makeSelector(installation.classes, tuners);
+                QCOMPARE(kept.canBeRunSimultaneously(installation.names),
+                         fresh.canBeRunSimultaneously(installation.names));
+                for (const QString& name : installation.names) {
+                    QVERIFY(kept.selectTuner(name) == fresh.selectTuner(name));
+                    const auto mine = kept.explainSelection(name).candidates;
+                    const auto theirs = fresh.explainSelection(name).candidates;
+                    QCOMPARE(mine.size(), theirs.size());
+                    for (int i = 0; i < mine.size(); ++i)
+                        QVERIFY(mine.at(i).tuner == theirs.at(i).tuner &&
+                                mine.at(i).cost == theirs.at(i).cost);
+                }
+            }
+        }
+    }
+
     void followsTheTree()
     {
         const auto policy = std::make_shared<DefaultCostFunction>();
