@@ -94,14 +94,14 @@ struct Installation
         owner.reset();
     }
     /// Publishes what no owner has said.
-    void Intrude(const Bytes& topic, const Bytes& payload, bool retained = false)
+    void Intrude(const Bytes& topic, const Bytes& message, bool retained = false)
     {
         if (!intruder) {
             intruder = std::make_unique<MemoryCarrier>(world.broker);
             intruder->Open({}, Bytes());
-            world.Run(1);
+            world.Run(50);
         }
-        intruder->Publish({topic, payload, Delivery::AtLeastOnce, retained, 0});
+        intruder->Publish({topic, message, Delivery::AtLeastOnce, retained, 0});
     }
     MirrorPeer& A() { return *mirrors[0]; }
     MirrorPeer& B() { return *mirrors[1]; }
@@ -602,7 +602,7 @@ void TestBranch::timeOutAndSleep()
 void TestBranch::goneWritersItems()
 {
     Installation all;
-    const std::unique_ptr<MirrorPeer> guest = std::move(all.mirrors[1]);
+    all.world.Remove(&all.B());
     all.mirrors.pop_back();
     all.StartMirror("another");
     const QString request = root + QStringLiteral("/Clients/a");

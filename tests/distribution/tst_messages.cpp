@@ -36,7 +36,7 @@ QByteArray exampleOf(const QByteArray& name)
             break;
         inside = line.startsWith("    " + name + ' ') || (inside && line.startsWith("         "));
         if (inside)
-            hex += line.left(line.indexOf("--")).mid(14);
+            hex += line.mid(14).split('-').first();
     }
     return QByteArray::fromHex(hex);
 }
