@@ -188,7 +188,7 @@ void MirrorChannel::commit(const Change& change, bool own)
         m_items.Insert(change.id, {path, change.type, plain ? change.content : nullptr, 0, {}});
         if (!plain)
             m_mirror.applyState(path, change.type, BytesOf(change.content), ownCommands());
-        else if (!m_shadows.contains(path))
+        else if (!isShadowed(path))
             m_mirror.apply(change);
         return;
     }
@@ -210,14 +210,21 @@ void MirrorChannel::commit(const Change& change, bool own)
     case Operation::Delta:
         return;
     }
-    if (!m_shadows.contains(path))
+    if (!isShadowed(path))
         m_mirror.apply(change);
+}
+
+/// Asked right before the tree is changed: an observer may have written since.
+bool MirrorChannel::isShadowed(const QString& path)
+{
+    m_mirror.takeLocal();
+    return m_shadows.contains(path);
 }
 
 /// The tree is to have what the owner has, unless an own change is on its way again.
 void MirrorChannel::showTruth(const QString& path)
 {
-    if (m_shadows.contains(path))
+    if (isShadowed(path))
         return;
     const ItemTable::Item* const item = m_items.Find(path);
     if (item && !IsCollection(item->type))
@@ -321,7 +328,7 @@ void MirrorChannel::replaceItems(const Snapshot& snapshot, const Paths& settled)
     const auto& old = former.All();
     for (auto item = old.rbegin(); item != old.rend(); ++item) {
         const ItemTable::Item* const now = m_items.Find(item->second.path);
-        if ((!now || now->type != item->second.type) && !m_shadows.contains(item->second.path))
+        if ((!now || now->type != item->second.type) && !isShadowed(item->second.path))
             m_mirror.apply(RemoveChange(item->second.path));
     }
     for (const SnapshotItem& item : snapshot.items) {
@@ -338,8 +345,9 @@ void MirrorChannel::replaceItems(const Snapshot& snapshot, const Paths& settled)
     }
 }
 
-std::vector<Content> MirrorChannel::ownCommands() const
+std::vector<Content> MirrorChannel::ownCommands()
 {
+    m_mirror.takeLocal();
     std::vector<Content> commands;
     for (const OpenWish& wish : m_wishes.Wishes()) {
         for (const Change& change : wish.changes) {

@@ -65,6 +65,7 @@ private:
     void report(const OpenWish& wish, const Failures& failures);
     void reportAll(const OpenWish& wish, WishResult result, const QString& reason);
     Paths endShadows(quint64 number);
+    bool isShadowed(const QString& path);
     void showTruth(const QString& path);
     void play(qint64 nowMs);
     bool playMessage(const LogMessage& message);
@@ -73,7 +74,7 @@ private:
     void applyState(StateAssembler::State state, qint64 nowMs);
     void settleByTable(const Snapshot& snapshot);
     void replaceItems(const Snapshot& snapshot, const Paths& settled);
-    std::vector<Content> ownCommands() const;
+    std::vector<Content> ownCommands();
     void noteTarget(quint64 number, qint64 askAtMs);
 
     BranchMirror& m_mirror;
