@@ -40,13 +40,18 @@ if(KOLTA_BUILD_FUZZ)
     add_custom_target(fuzz_targets)
 endif()
 
-# kolta_library(<name> NAMESPACE_NAME <Name> INCLUDE_ROOT <dir> FOLDER <header folder>
+# kolta_library(<name> NAMESPACE_NAME <Name> INCLUDE_ROOT <dir> FOLDER <header folder> [COMPONENT <component>] [STATIC]
 #               SOURCES ... HEADERS ... [PUBLIC libs...] [PRIVATE libs...])
-# One library of the project: target <name>, alias and exported name Kolta::<Name>,
-# its headers installed below include/koltacommon-1/<folder>.
+# One library of the project: target <name>, alias and exported name Kolta::<Name>, its headers installed below
+# include/koltacommon-1/<folder>; headers among the sources are private and stay here. A library with a COMPONENT is
+# installed as that and found by find_package(KoltaCommon COMPONENTS <component>) only.
 function(kolta_library name)
-    cmake_parse_arguments(ARG "" "NAMESPACE_NAME;INCLUDE_ROOT;FOLDER" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
-    add_library(${name} ${ARG_SOURCES} ${ARG_HEADERS})
+    cmake_parse_arguments(ARG "STATIC" "NAMESPACE_NAME;INCLUDE_ROOT;FOLDER;COMPONENT" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
+    set(kind "")
+    if(ARG_STATIC)
+        set(kind STATIC)
+    endif()
+    add_library(${name} ${kind} ${ARG_SOURCES} ${ARG_HEADERS})
     add_library(Kolta::${ARG_NAMESPACE_NAME} ALIAS ${name})
     set_target_properties(${name} PROPERTIES
         EXPORT_NAME ${ARG_NAMESPACE_NAME}
@@ -57,12 +62,28 @@ function(kolta_library name)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1>)
     target_compile_features(${name} PUBLIC cxx_std_17)
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:kolta_options>)
-    install(TARGETS ${name} EXPORT KoltaCommonTargets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-    set_property(GLOBAL APPEND PROPERTY KOLTA_INSTALLED_LIBRARIES ${name})
-    install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1/${ARG_FOLDER})
+    set(export KoltaCommonTargets)
+    set(component "")
+    if(ARG_COMPONENT)
+        set(export Kolta${ARG_COMPONENT}Targets)
+        set(component COMPONENT ${ARG_COMPONENT})
+        set_property(GLOBAL APPEND PROPERTY KOLTA_COMPONENTS ${ARG_COMPONENT})
+    else()
+        set_property(GLOBAL APPEND PROPERTY KOLTA_INSTALLED_LIBRARIES ${name})
+    endif()
+    install(TARGETS ${name} EXPORT ${export}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ${component}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} ${component}
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${component})
+    install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1/${ARG_FOLDER} ${component})
+endfunction()
+
+# kolta_static_dependency(<CMake package> [<pkg-config module>])
+# What a program needs besides when the libraries are static: find_package() of the installed project asks for the
+# package, its pkg-config file for the module. Said by whoever links it.
+function(kolta_static_dependency package)
+    set_property(GLOBAL APPEND PROPERTY KOLTA_STATIC_PACKAGES ${package})
+    set_property(GLOBAL APPEND PROPERTY KOLTA_STATIC_MODULES ${ARGN})
 endfunction()
 
 # Tests are compiled for the compiler's sake: with line numbers for traces, and about as fast as without optimisation.
