@@ -19,7 +19,7 @@ enum class Hostility {
     Dripping,       ///< sends a message byte by byte
     Leaving         ///< asks, and resets the link before the answer
 };
-constexpr int hostilityCount = 7;
+constexpr int kHostilityCount = 7;
 
 /// Clients that are as bad as the protocol lets them, for tests, benchmarks and soaks of a server. Lives on
 /// one thread with an event loop; keeps next to nothing in memory itself.

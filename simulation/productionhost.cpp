@@ -1,5 +1,7 @@
 #include <simulation/productionhost.h>
 
+#include <simulation/audit.h>
+
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
 #include <simulation/resourcestate.h>
@@ -39,6 +41,12 @@ QStringList textsOfGuids(const QVector<QUuid>& guids)
     for (const QUuid& guid : guids)
         texts.append(guid.toString());
     return texts;
+}
+
+/// The tree does not tell here who wrote a wish into it; what lets others write there knows.
+void auditWish(const QString& what, const QString& result)
+{
+    audit(QString(), QStringLiteral("the value tree"), what, result);
 }
 
 } // namespace
@@ -134,6 +142,7 @@ void ProductionHost::workOff(const Waiting& waiting)
         stopGuid(waiting.text);
         break;
     case Job::StopAll:
+        auditWish(QStringLiteral("stop all"), QStringLiteral("done"));
         sayEnded(m_productions.stopAll());
         break;
     case Job::StopLost:
@@ -190,6 +199,8 @@ void ProductionHost::stopGuid(const QString& text)
 {
     const QUuid guid = Kolta::guidFromText(text);
     const auto ended = m_productions.stop(guid);
+    auditWish(QStringLiteral("stop ") + text,
+              ended ? QStringLiteral("done") : QStringLiteral("nothing to stop"));
     if (ended)
         sayEnded(*ended);
     else
@@ -200,6 +211,8 @@ void ProductionHost::stopGuid(const QString& text)
 /// `problem` is the reason of a refusal, empty for none.
 void ProductionHost::answer(const ProductionRequest& request, const QString& problem)
 {
+    auditWish(request.kindName() + QLatin1Char(' ') + request.id.toString(),
+              problem.isEmpty() ? QStringLiteral("done") : QStringLiteral("refused, %1").arg(problem));
     if (request.id.isNull()) {
         m_sayings.append(
             {QString(), QStringLiteral("Refused a request that names nothing: %1").arg(problem)});

@@ -2,6 +2,7 @@
 
 #include <simulation/administration.h>
 #include <simulation/adminnodes.h>
+#include <simulation/audit.h>
 #include <simulation/brokenreply.h>
 #include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
@@ -24,26 +25,18 @@ namespace {
 
 enum eTracePoint : int { eCannotListen = 290, eCannotComeBack = 400 };
 constexpr Startup::TraceSource kTrace("simulation/simulatedserver", Startup::eTraceWarning);
-enum eAuditPoint : int { eOrder = 10 };
-constexpr Startup::TraceSource kAudit("simulation/audit", Startup::eTraceInfo);
 
 /// Entries of 64 request IDs each that are kept to recognise IDs that come again.
 constexpr std::size_t kMaxSeenIds = 65536;
 
-/// "Recording/StartRecording: done, Nowhere/Find: fault 102".
-QString outcome(const CXmlMessage& request, const CXmlMessage& reply)
+/// "Recording/StartRecording", "fault 105" or "done".
+QPair<QString, QString> outcome(const CMsgFragment& asked, const CMsgFragment& answered)
 {
-    QStringList parts;
-    for (int i = 0; i < request.getNumberOfFragments(); ++i) {
-        const CMsgFragment& fragment = request.getFragment(i);
-        quint32 fault = 0;
-        const bool failed = reply.getFragment(i).getFaultTree().getFaultID(fault);
-        parts.append(QStringLiteral("%1/%2: %3")
-                         .arg(fragment.getComponentName(),
-                              fragment.getRequestTree().getDataTree().getRootTagname().toString(),
-                              failed ? QStringLiteral("fault %1").arg(fault) : QStringLiteral("done")));
-    }
-    return parts.join(QStringLiteral(", "));
+    quint32 fault = 0;
+    const bool failed = answered.getFaultTree().getFaultID(fault);
+    return {QStringLiteral("%1/%2").arg(asked.getComponentName(),
+                                        asked.getRequestTree().getDataTree().getRootTagname().toString()),
+            failed ? QStringLiteral("fault %1").arg(fault) : QStringLiteral("done")};
 }
 
 SimulatedLink* simulatedLink(CServerLink* link)
@@ -382,10 +375,14 @@ CXmlMessage SimulatedServer::answer(SimulatedLink& link, const CXmlMessage& requ
         return reply;
     }
     const CXmlMessage reply = m_handler.answer(request, link.settings());
-    tell(link, kind + outcome(request, reply));
+    for (int i = 0; i < request.getNumberOfFragments(); ++i) {
+        const auto [what, result] = outcome(request.getFragment(i), reply.getFragment(i));
+        tell(link, kind + what + QStringLiteral(": ") + result);
+        if (command)
+            audit(link.settings().user, link.link().getPeerName(), what, result);
+    }
     if (command) {
         ++m_statistics.commands;
-        audit(link, request, reply);
         if (!request.getToken().isEmpty())
             m_commands.remember(request.getToken(), reply);
     }
@@ -400,15 +397,6 @@ void SimulatedServer::tell(const SimulatedLink& link, const QString& what)
     const QString& user = link.settings().user;
     Q_EMIT happened(Startup::oneLineText(QStringLiteral("%1%2 %3").arg(
         link.link().getPeerName(), user.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(user), what)));
-}
-
-/// One line for each order: who, from where, what, and what came of it.
-void SimulatedServer::audit(const SimulatedLink& link, const CXmlMessage& request, const CXmlMessage& reply)
-{
-    const QString& user = link.settings().user;
-    kAudit(eOrder, QStringLiteral("%1 from %2: %3")
-                       .arg(user.isEmpty() ? QStringLiteral("unknown user") : user, link.link().getPeerName(),
-                            outcome(request, reply)));
 }
 
 void SimulatedServer::countRequest(const CXmlMessage& request)

@@ -151,8 +151,6 @@ private:
     void countRequest(const XmlCommon::CXmlMessage& request);
     XmlCommon::CXmlMessage answer(SimulatedLink& link, const XmlCommon::CXmlMessage& request);
     void tell(const SimulatedLink& link, const QString& what);
-    void audit(const SimulatedLink& link, const XmlCommon::CXmlMessage& request,
-               const XmlCommon::CXmlMessage& reply);
     void misbehave(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,
                    const MisbehaviourPlan::Decision& decision);
     void sendSpoilt(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,

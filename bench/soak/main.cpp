@@ -18,12 +18,12 @@ namespace Soak {
 
 namespace {
 
-constexpr int goodClients = 200;
-constexpr int hostilePeers = 50;
-constexpr int sampleMs = 5000;
-constexpr int restarts = 4;
+constexpr int kGoodClients = 200;
+constexpr int kHostilePeers = 50;
+constexpr int kSampleMs = 5000;
+constexpr int kRestarts = 4;
 /// What memory may differ by between the first and the last quarter without being growth.
-constexpr qint64 toleratedBytes = 8 * 1024 * 1024;
+constexpr qint64 kToleratedBytes = 8 * 1024 * 1024;
 
 /// One simulated server in a process of its own, on a port that it keeps when it is started again.
 class Server
@@ -109,7 +109,7 @@ public:
         const QString group = QStringLiteral("XmlClient ") + m_tls.hostAndPort();
         configuration.SetValue(group, QStringLiteral("Tls"), QStringLiteral("required"));
         configuration.SetValue(group, QStringLiteral("TlsCaFile"), folder.filePath(QStringLiteral("ca.pem")));
-        for (int i = 0; i < goodClients; ++i) {
+        for (int i = 0; i < kGoodClients; ++i) {
             m_good.push_back(
                 std::make_unique<GoodClient>((i % 2 ? m_tls : m_plain).hostAndPort(), i, nullptr));
             m_good.back()->start();
@@ -117,16 +117,16 @@ public:
         for (Server* server : {&m_plain, &m_tls}) {
             m_hostile.push_back(std::make_unique<KoltaSimulation::HostilePeers>(
                 QHostAddress(QHostAddress::LocalHost), server->port()));
-            for (int i = 0; i < hostilePeers / 2; ++i)
+            for (int i = 0; i < kHostilePeers / 2; ++i)
                 m_hostile.back()->add(
-                    static_cast<KoltaSimulation::Hostility>(i % KoltaSimulation::hostilityCount), 1,
+                    static_cast<KoltaSimulation::Hostility>(i % KoltaSimulation::kHostilityCount), 1,
                     4 * 1024 * 1024, true);
         }
         connect(&m_sampleTimer, &QTimer::timeout, this, [this] { sample(); });
         connect(&m_restartTimer, &QTimer::timeout, this, [this] { restart(); });
         m_clock.start();
-        m_sampleTimer.start(sampleMs);
-        m_restartTimer.start(m_seconds * 1000 / (restarts + 1));
+        m_sampleTimer.start(kSampleMs);
+        m_restartTimer.start(m_seconds * 1000 / (kRestarts + 1));
         QTimer::singleShot(m_seconds * 1000, qApp, &QCoreApplication::quit);
         return true;
     }
@@ -179,7 +179,7 @@ void Run::compare(const char* who, const Peak& first, const Peak& last)
                 a.descriptors, b.descriptors, a.threads, b.threads, static_cast<double>(a.bytes) / 1048576,
                 static_cast<double>(b.bytes) / 1048576);
     const bool grows = b.descriptors > a.descriptors + a.descriptors / 10 + 5 || b.threads > a.threads + 5 ||
-                       b.bytes > a.bytes + a.bytes / 10 + toleratedBytes;
+                       b.bytes > a.bytes + a.bytes / 10 + kToleratedBytes;
     if (grows)
         m_failures.append(QStringLiteral("%1 grows").arg(QLatin1String(who)));
 }
@@ -206,7 +206,7 @@ bool Run::finish()
     std::printf(
         "%d good clients: %llu replies, the fewest of one %llu, %llu wrong or out of order, %llu links lost, "
         "longest wait %lld ms\n%d hostile peers: %d links ended; %d restarts\n",
-        goodClients, replies, fewest, wrong, lost, longest, hostilePeers, hostile, m_restarted);
+        kGoodClients, replies, fewest, wrong, lost, longest, kHostilePeers, hostile, m_restarted);
     compare("plain server", m_first[0], m_last[0]);
     compare("TLS server", m_first[1], m_last[1]);
     compare("clients", m_first[2], m_last[2]);

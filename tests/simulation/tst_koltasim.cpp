@@ -185,7 +185,7 @@ void TestKoltaSim::servesAClientInPython_data()
                                << "describe" << 0 << "Name: KoltaSim\n";
     QTest::newRow("twice, and another ID before") << "twice"
                                                   << "describe" << 0 << "Name: KoltaSim\n";
-    for (int variant = 0; variant < KoltaSimulation::brokenFrameVariants; ++variant)
+    for (int variant = 0; variant < KoltaSimulation::kBrokenFrameVariants; ++variant)
         QTest::addRow("broken frame %d", variant)
             << "broken-frame=%1"_s.arg(variant) << "describe" << 1 << "koltaclient: ";
     QTest::newRow("cut") << "cut=30"
