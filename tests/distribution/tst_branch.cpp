@@ -1,7 +1,8 @@
-#include "../rows.h"
 #include "modelworld.h"
 
 #include <distribution/nameprobe.h>
+
+#include <support/rows.h>
 
 #include <QTest>
 

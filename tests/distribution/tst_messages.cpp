@@ -1,10 +1,10 @@
-#include "../rows.h"
-
 #include <distribution/messages.h>
 #include <distribution/statetransfer.h>
 #include <distribution/textdelta.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
+
+#include <support/rows.h>
 
 #include <QFile>
 #include <QTest>
@@ -28,7 +28,7 @@ Bytes bytesOf(const Bytes& hex)
 /// The bytes of an example in the documentation.
 QByteArray exampleOf(const QByteArray& name)
 {
-    QFile page(QStringLiteral(KOLTA_INSTALLATION_DIR "/../../docs/distribution.md"));
+    QFile page(QStringLiteral(KOLTA_DOCS_DIR "/distribution.md"));
     QByteArray hex;
     for (bool inside = false; page.isOpen() || page.open(QIODevice::ReadOnly);) {
         const QByteArray line = page.readLine();
