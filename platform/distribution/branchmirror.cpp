@@ -414,12 +414,13 @@ Output BranchMirror::finish()
     update();
     Output out;
     const bool following = !m_epoch.isNull() && m_state != BranchState::Forbidden;
+    const bool maySpeak = following && m_online;
     for (const auto& [number, channel] : m_channels) {
-        if (following && m_online)
+        if (maySpeak)
             channel->Speak(out, maySend(), m_nowMs);
-        out.wakeAtMs = std::min(out.wakeAtMs, channel->NextMs(following && maySend()));
+        out.wakeAtMs = std::min(out.wakeAtMs, channel->NextMs(maySpeak, maySpeak && maySend()));
     }
-    if (following && m_online)
+    if (maySpeak)
         askForBeat(out);
     if (!following || m_state == BranchState::Lost)
         return out;

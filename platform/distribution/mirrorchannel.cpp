@@ -43,7 +43,6 @@ std::size_t MirrorChannel::CountOpenWishes() const
 void MirrorChannel::Restart(const QString& reason)
 {
     m_number = m_target = m_beatNumber = m_neededNumber = 0;
-    m_fallenBeats = 0;
     m_joined = false;
     m_stateNeeded = true;
     m_askStateMs = m_askPauseMs = 0;
@@ -249,13 +248,13 @@ MirrorChannel::Paths MirrorChannel::endShadows(quint64 number)
 
 void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
 {
-    // A beat may come twice and late, but not one after the other.
+    // A single beat may be late.
     if (number >= m_beatNumber) {
         m_beatNumber = number;
-        m_fallenBeats = 0;
-    } else if (++m_fallenBeats > 1) {
+        m_beatMs = nowMs;
+    } else if (nowMs - m_beatMs > 2 * qint64(m_mirror.m_live.beatMs)) {
         m_beatNumber = number;
-        m_fallenBeats = 0;
+        m_beatMs = nowMs;
         trace(2, QStringLiteral("%1: the owner's numbers fall").arg(m_mirror.m_settings.branch));
         m_number = m_target = m_neededNumber = 0;
         m_held.clear();
@@ -492,10 +491,10 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
     }
 }
 
-qint64 MirrorChannel::NextMs(bool maySend) const
+qint64 MirrorChannel::NextMs(bool maySpeak, bool maySend) const
 {
     qint64 next = m_wishes.NextTimeoutMs(m_mirror.m_settings.wishTimeoutMs);
-    if (!m_mirror.m_online || m_mirror.m_epoch.isNull())
+    if (!maySpeak)
         return next;
     next = std::min(next, m_stateNeeded ? (m_subscribed ? m_askStateMs : 0) : m_askReplayMs);
     return maySend && m_joined ? std::min(next, m_wishes.NextSendMs()) : next;

@@ -50,7 +50,7 @@ public:
     void GiveUpOld(qint64 nowMs);
     /// What is to be said to the owner now. `maySend`: wishes too.
     void Speak(Output& out, bool maySend, qint64 nowMs);
-    qint64 NextMs(bool maySend) const;
+    qint64 NextMs(bool maySpeak, bool maySend) const;
 
 private:
     /// A value whose content here is what this program wants, not yet what the owner has.
@@ -83,7 +83,7 @@ private:
     quint64 m_number = 0;     ///< of the last entry that has been applied
     quint64 m_target = 0;     ///< of the newest entry that is known to exist
     quint64 m_beatNumber = 0; ///< highest that a beat has said
-    int m_fallenBeats = 0;    ///< beats in a row that said less
+    qint64 m_beatMs = 0;      ///< time of the last beat that said as much
     bool m_joined = false;
     bool m_stateNeeded = true;  ///< entries wait until a state has come
     quint64 m_neededNumber = 0; ///< least number of that state

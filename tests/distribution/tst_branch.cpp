@@ -148,7 +148,6 @@ private Q_SLOTS:
     void announcementsOnce();
     void collectionKeepsOwnKeys();
     void refusedCommandsAreUndone();
-    void compareAndSet();
     void manyWishesAreGathered();
     void ownerKilled_data();
     void ownerKilled();
@@ -308,25 +307,6 @@ void TestBranch::refusedCommandsAreUndone()
     all.A().Do(AddChange(other, ModelTree::collection, nullptr));
     all.world.Run(2000);
     QCOMPARE(all.A().tree.items.count(other), std::size_t(0));
-    QVERIFY(all.Same());
-}
-
-void TestBranch::compareAndSet()
-{
-    Installation all;
-    all.A().Do(set(first, "from a", true));
-    MirrorPeer& other = all.StartMirror("third");
-    all.world.Run(2000);
-    QVERIFY(all.A().tree.failed.empty());
-    other.Do(set(first, "third's", true));
-    all.A().Do(set(first, "a's", true));
-    all.A().OnTime(all.world.now);
-    all.A().Do(set(first, "a's again", true));
-    all.world.Run(100);
-    QCOMPARE(other.tree.failed.size() + all.A().tree.failed.size(), other.tree.failed.empty() ? 2U : 1U);
-    const auto& failed = other.tree.failed.empty() ? all.A().tree.failed : other.tree.failed;
-    for (const FailedWish& wish : failed)
-        QCOMPARE(wish.result, WishResult::Conflict);
     QVERIFY(all.Same());
 }
 
