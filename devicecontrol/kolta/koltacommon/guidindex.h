@@ -5,6 +5,9 @@
 #include <QString>
 #include <QVector>
 
+#include <utility>
+#include <vector>
+
 namespace Kolta {
 
 /// The GUID that GuidIndex finds an element by, unless told otherwise: that of its resource.
@@ -40,6 +43,23 @@ public:
         m_places = IdTable(list.size());
         for (int i = 0; i < list.size(); ++i)
             m_unique = m_places.insert(i, guids()) == i && m_unique;
+    }
+
+    /// The same, from the index of a list that differs little: newPlaces[place] says where its elements stand
+    /// now, -1 that they do not; `fresh` are the places of all others. Elements that stand in both have their
+    /// GUID still.
+    void rebuild(const QVector<Element>& list, const GuidIndex& earlier, const std::vector<int>& newPlaces,
+                 const std::vector<int>& fresh)
+    {
+        IdTable places = earlier.m_places.moved(list.size(), newPlaces);
+        m_list = list;
+        m_unique = earlier.m_unique;
+        for (const int place : fresh)
+            m_unique = m_unique && places.insert(place, guids()) == place;
+        if (m_unique)
+            m_places = std::move(places);
+        else
+            rebuild(list); // which of equal GUIDs is the first must be found out
     }
 
     /// Makes this the index of another list that has the same GUIDs at the same places.

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVector>
 
+#include <vector>
+
 namespace Kolta {
 
 /// Finds the entries of somebody else's list by ID, of equal IDs the one entered first: what a hash map does,
@@ -20,9 +22,29 @@ public:
     explicit IdTable(int entries) : m_seed(static_cast<uint>(qGlobalQHashSeed()))
     {
         int size = 4;
-        while (size / 2 < entries)
+        while (size / 3 < entries / 2 + 1)
             size *= 2;
         m_slots.resize(size);
+    }
+
+    /// The table of another list of at most that many entries, in which some of these stand as well, at
+    /// places of their own: newPlaces[place] says where, `kNone` that it is gone. Needs no ID and no hash.
+    IdTable moved(int entries, const std::vector<int>& newPlaces) const
+    {
+        IdTable table(entries);
+        table.m_seed = m_seed;
+        Slot* const slots = table.m_slots.data();
+        const uint mask = static_cast<uint>(table.m_slots.size()) - 1;
+        for (const Slot& entry : m_slots) {
+            const int place = entry.place == kNone ? kNone : newPlaces[static_cast<std::size_t>(entry.place)];
+            if (place == kNone)
+                continue;
+            uint slot = entry.hash & mask;
+            while (slots[slot].place != kNone)
+                slot = (slot + 1) & mask;
+            slots[slot] = {entry.hash, place};
+        }
+        return table;
     }
 
     /// The place of the entry with that ID; `kNone` when there is none. idAt(place) is the ID of an entry.
@@ -64,7 +86,7 @@ private:
         return static_cast<int>(slot);
     }
 
-    QVector<Slot> m_slots; ///< open addressing; a power of two, at most half full
+    QVector<Slot> m_slots; ///< open addressing; a power of two, at most two thirds full
     uint m_seed = 0;       ///< of the hashes in the table; the global one may change
 };
 

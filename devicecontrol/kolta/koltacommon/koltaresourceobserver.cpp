@@ -98,73 +98,88 @@ void makeIndexFor(GuidIndex<Element>& index, const QVector<Element>& list)
         index.rebuild(list);
 }
 
-/// Goes along two lists, to tell for a record of the one whether it is one of the other as well: the same
-/// record, which nothing happened to, as a rule a fixed number of places away.
+/// Where the elements of a list stand in the list that follows it. The same records, which nothing happened
+/// to, are found without a look into them; they stand a fixed number of places away, as a rule.
 template<class Element>
-class UnchangedRecords
+class Matching
 {
 public:
-    UnchangedRecords(const QVector<Element>& before, const QVector<Element>& after, bool isUnique)
-        : m_before(before), m_after(after), m_isUnique(isUnique)
+    Matching(const QVector<Element>& before, const QVector<Element>& after, const GuidIndex<Element>& index)
+        : m_before(before)
+        , m_after(after)
+        , m_index(index)
+        , m_newPlaces(static_cast<std::size_t>(before.size()), -1)
     {
     }
-    /// Where the record at that place of the new list probably stood.
-    int placeBefore(int place) const { return place + m_shift; }
-    /// Whether it is the record that stood there, and the only one with its GUID.
-    bool contains(int place) const
+
+    /// Finds where the element at the next place of the new list stood; -1 when it is new.
+    int next(bool& isSame)
     {
-        const int before = placeBefore(place);
-        return m_isUnique && before >= 0 && before < m_before.size() &&
-               m_before.at(before).IsSameAs(m_after.at(place));
+        const int expected = m_place + m_shift;
+        isSame = m_index.isUnique() && expected >= 0 && expected < m_before.size() &&
+                 m_before.at(expected).IsSameAs(m_after.at(m_place));
+        const int old = isSame ? expected : m_index.indexOf(guidOf(m_after.at(m_place)), expected);
+        if (old < 0) {
+            m_fresh.push_back(m_place);
+        } else {
+            m_shift = old - m_place;
+            int& newPlace = m_newPlaces[static_cast<std::size_t>(old)];
+            m_isUnique = m_isUnique && newPlace < 0;
+            newPlace = m_place;
+        }
+        m_samePlaces = m_samePlaces && old == m_place;
+        ++m_place;
+        return old;
     }
-    void found(int place, int before) { m_shift = before - place; }
+
+    bool isGone(int old) const { return m_newPlaces[static_cast<std::size_t>(old)] < 0; }
+    int added() const { return static_cast<int>(m_fresh.size()); }
+    /// Makes the index of the old list, when all elements were gone through, the one of the new list.
+    void hand(GuidIndex<Element>& index) const
+    {
+        if (m_samePlaces && m_before.size() == m_after.size())
+            index.moveTo(m_after);
+        else if (m_isUnique)
+            index.rebuild(m_after, GuidIndex<Element>(index), m_newPlaces, m_fresh);
+        else
+            index.rebuild(m_after);
+    }
 
 private:
     const QVector<Element>& m_before;
     const QVector<Element>& m_after;
-    bool m_isUnique;
+    const GuidIndex<Element>& m_index;
+    int m_place = 0;
     int m_shift = 0;
+    bool m_samePlaces = true;
+    bool m_isUnique = true; ///< no two of the new list were found as one of the old
+    std::vector<int> m_newPlaces;
+    std::vector<int> m_fresh;
 };
 
 /// Appends the differences of one list. `index` is the index of any list; it serves the old list and is
-/// handed on to the new one where that costs nothing.
+/// handed on to the new one.
 template<class Element>
 void compareLists(const QVector<Element>& before, const QVector<Element>& after, GuidIndex<Element>& index,
                   eChangeKind added, eChangeKind removed, Changes& changes)
 {
     makeIndexFor(index, before);
-    int addedCount = 0;
-    bool samePlaces = before.size() == after.size();
-    UnchangedRecords<Element> unchanged(before, after, index.isUnique());
-    for (int i = 0; i < after.size(); ++i) {
-        if (unchanged.contains(i)) {
-            samePlaces = samePlaces && unchanged.placeBefore(i) == i;
-            continue;
-        }
-        const Element& element = after.at(i);
-        const int old = index.indexOf(guidOf(element), unchanged.placeBefore(i));
-        samePlaces = samePlaces && old == i;
-        if (old >= 0) {
-            unchanged.found(i, old);
-            compareElements(before.at(old), element, changes);
-        } else {
-            ++addedCount;
+    Matching<Element> matching(before, after, index);
+    for (const Element& element : after) {
+        bool isSame = false;
+        const int old = matching.next(isSame);
+        if (old < 0)
             changes.push_back({added, guidOf(element)});
-        }
+        else if (!isSame)
+            compareElements(before.at(old), element, changes);
     }
-    if (samePlaces) {
-        index.moveTo(after);
-        return;
-    }
-    index = GuidIndex<Element>();
     // By count alone nothing can have gone. With GUIDs that occur twice this may miss one; it is meant.
-    if (before.size() <= after.size() - addedCount)
-        return;
-    index.rebuild(after);
-    for (const Element& element : before) {
-        if (index.indexOf(guidOf(element)) < 0)
-            changes.push_back({removed, guidOf(element)});
+    const bool mayBeGone = before.size() > after.size() - matching.added();
+    for (int old = 0; mayBeGone && old < before.size(); ++old) {
+        if (matching.isGone(old) && matching.isGone(index.indexOf(guidOf(before.at(old)))))
+            changes.push_back({removed, guidOf(before.at(old))});
     }
+    matching.hand(index);
 }
 
 void announce(KoltaResourceObserver& observer, const Change& change)

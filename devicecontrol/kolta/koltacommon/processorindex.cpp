@@ -58,28 +58,47 @@ bool isSameList(const QVector<Element>& a, const QVector<Element>& b)
 
 ProcessorIndex::ProcessorIndex(const ProcessorOverview& overview) : m_overview(overview)
 {
-    flatten();
+    flatten(0);
     m_byGuid.rebuild(m_processors);
 }
 
 ProcessorIndex::ProcessorIndex(const ProcessorOverview& overview, const ProcessorIndex& earlier)
     : m_overview(overview)
 {
-    flatten();
-    bool samePlaces = m_processors.size() == earlier.m_processors.size() && earlier.m_byGuid.isUnique();
-    for (int i = 0; samePlaces && i < m_processors.size(); ++i)
-        samePlaces =
-            isUnchanged(i, earlier, i) || m_processors.at(i).guid() == earlier.m_processors.at(i).guid();
-    if (samePlaces) {
-        m_byGuid = earlier.m_byGuid;
-        m_byGuid.moveTo(m_processors);
-    } else {
-        m_byGuid.rebuild(m_processors);
-    }
+    flatten(earlier.m_processors.size());
+    makeIndex(earlier);
 }
 
-void ProcessorIndex::flatten()
+/// Goes along both lists: a processor that is not the one expected is another state of it, or has come, or
+/// some before it have gone.
+void ProcessorIndex::makeIndex(const ProcessorIndex& earlier)
 {
+    constexpr int kMostGone = 16; // at one place; more are found as new ones
+    const QVector<Processor>& before = earlier.m_processors;
+    std::vector<int> newPlaces(static_cast<std::size_t>(before.size()), -1);
+    std::vector<int> fresh;
+    int expected = 0;
+    for (int place = 0; place < m_processors.size(); ++place) {
+        int old = expected;
+        while (old < expected + kMostGone && !isUnchanged(place, earlier, old))
+            ++old;
+        if (old == expected + kMostGone)
+            old = expected;
+        const bool isKnown = old < before.size() && (isUnchanged(place, earlier, old) ||
+                                                     m_processors.at(place).guid() == before.at(old).guid());
+        if (isKnown) {
+            newPlaces[static_cast<std::size_t>(old)] = place;
+            expected = old + 1;
+        } else {
+            fresh.push_back(place);
+        }
+    }
+    m_byGuid.rebuild(m_processors, earlier.m_byGuid, newPlaces, fresh);
+}
+
+void ProcessorIndex::flatten(int expected)
+{
+    m_processors.reserve(expected);
     std::vector<int> holders;
     const ProcessorOverview& overview = m_overview;
     const auto enter = [this, &holders](const auto& node, const auto&) {

@@ -73,7 +73,8 @@ public:
     bool sameAt(int place, const ProcessorIndex& other, int otherPlace) const;
 
 private:
-    void flatten();
+    void flatten(int expected);
+    void makeIndex(const ProcessorIndex& earlier);
     void makeCrossReferences() const;
 
     RESOURCEMANAGEMENT::ProcessorOverview m_overview;
