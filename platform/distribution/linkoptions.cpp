@@ -22,22 +22,24 @@ bool isTrusted(const QFileInfo& file)
            !(file.permissions() & others);
 }
 
-void takeAccess(BrokerAddress& address, const QString& server)
+void takeAccess(MqttOptions& mqtt, const QString& server)
 {
-    const QString path = AccessFilePath(address);
+    const QString path = AccessFilePath(mqtt.address);
     QFile file(path);
     if (!isTrusted(QFileInfo(path)) || !file.open(QIODevice::ReadOnly))
         return;
-    const QByteArray wanted = QByteArrayLiteral("server-") + server.toUtf8();
+    const QByteArray own = QByteArrayLiteral("server-") + server.toUtf8();
+    const QByteArray authority = QByteArrayLiteral("ca=");
     while (!file.atEnd()) {
         const QByteArray line = file.readLine().trimmed();
         const int colon = line.indexOf(':');
-        if (colon <= 0 || (!address.user.isEmpty() && line.left(colon) != wanted))
-            continue;
-        address.user = line.left(colon);
-        address.password = line.mid(colon + 1);
-        if (address.user == wanted)
-            return;
+        if (line.startsWith(authority)) {
+            if (mqtt.caFile.isEmpty())
+                mqtt.caFile = QFile::decodeName(line.mid(authority.size()));
+        } else if (colon > 0 && (mqtt.address.user.isEmpty() || line.left(colon) == own)) {
+            mqtt.address.user = line.left(colon);
+            mqtt.address.password = line.mid(colon + 1);
+        }
     }
 }
 
@@ -103,7 +105,7 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
     options.host = QSysInfo::machineHostName();
     options.program = QCoreApplication::applicationName();
     if (options.mqtt.address.user.isEmpty())
-        takeAccess(options.mqtt.address, server);
+        takeAccess(options.mqtt, server);
     return options;
 }
 

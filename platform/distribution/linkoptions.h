@@ -49,7 +49,8 @@ struct LinkOptions
 };
 
 /// Where the users of a broker on this machine are written down for the programs of the user who has started
-/// it: one `name:password` a line. Only that user can read it.
+/// it: one `name:password` a line, and `ca=FILE` for the authorities that its certificate is checked by. Only
+/// that user can read it.
 QString AccessFilePath(const BrokerAddress& address);
 
 } // namespace distribution

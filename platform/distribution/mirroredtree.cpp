@@ -41,16 +41,11 @@ WishFailure failureOf(WishResult result)
     }
 }
 
-/// For who waits for the answer to a request.
+/// For who waits for the answer to a request; empty where nobody knows what became of it.
 QString errorFor(const FailedWish& wish)
 {
-    switch (wish.result) {
-    case WishResult::Unknown:
-    case WishResult::Restarted:
-        return QStringLiteral("The outcome of the request is unknown: %1").arg(wish.reason);
-    default:
-        return QStringLiteral("The request was not made: %1").arg(wish.reason);
-    }
+    const bool isUnknown = wish.result == WishResult::Unknown || wish.result == WishResult::Restarted;
+    return isUnknown ? QString() : QStringLiteral("The request was not made: %1").arg(wish.reason);
 }
 
 } // namespace

@@ -143,6 +143,7 @@ QVector<BranchStatus> TreeLink::branches() const
             publisher->GetState() == PublicationState::Online ? BranchState::Live : BranchState::Lost;
         status.host = m_options.host;
         status.epoch = publisher->GetOwner().GetEpoch();
+        status.roots = publisher->GetBranch().roots;
         status.numbers = publisher->GetOwner().GetNumbers();
         all.append(status);
     }
@@ -154,6 +155,7 @@ QVector<BranchStatus> TreeLink::branches() const
         status.state = mirror.GetState();
         status.host = mirror.GetOwner().host;
         status.epoch = mirror.GetEpoch();
+        status.roots = mirror.GetRoots();
         if (mirror.GetLastBeatMs() >= 0)
             status.beatAgeMs = BootTimeMs() - mirror.GetLastBeatMs();
         status.numbers = mirror.GetNumbers();

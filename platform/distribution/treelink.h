@@ -30,7 +30,8 @@ struct BranchStatus
     QString name;
     bool isOwn = false; ///< published by this process
     BranchState state = BranchState::Unknown;
-    QString host; ///< of its owner
+    QString host;      ///< of its owner
+    QStringList roots; ///< paths at and below which its items are
     QUuid epoch;
     qint64 beatAgeMs = -1; ///< since its owner's last sign of life; -1: none
     std::vector<ChannelNumber> numbers;

@@ -105,6 +105,67 @@ private Q_SLOTS:
         QVERIFY(!tree.Find(QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")));
     }
 
+    /// One command starts everything; every program of this user is admitted with the URL alone; and nothing
+    /// is left behind, whatever has died meanwhile.
+    void wholeInstallation_data()
+    {
+        QTest::addColumn<bool>("tls");
+        QTest::newRow("plain") << false;
+        QTest::newRow("TLS") << true;
+    }
+    void wholeInstallation()
+    {
+        QFETCH(bool, tls);
+        Program up(KOLTA_PROGRAM,
+                   QStringList{QStringLiteral("up"), QStringLiteral("--servers"), QStringLiteral("2"),
+                               QStringLiteral("--restart")} +
+                       (tls ? QStringList(QStringLiteral("--tls")) : QStringList()),
+                   configurationFile());
+        const QString tree = up.line();
+        QVERIFY2(tree.startsWith(tls ? QStringLiteral("tree mqtts://127.0.0.1:")
+                                     : QStringLiteral("tree mqtt://127.0.0.1:")),
+                 (tree.toUtf8() + up.readAllStandardError()).constData());
+        const QString url = tree.section(QLatin1Char(' '), 1);
+        QVector<pid_t> processes{up.line().section(QLatin1Char(' '), 1).toInt()};
+        for (const char* const name : {"S1", "S2"}) {
+            const QStringList words = up.line().split(QLatin1Char(' '));
+            QCOMPARE(words.value(0), QLatin1String(name));
+            processes.append(words.value(1).toInt());
+        }
+        const auto kolta = [&](const QStringList& words) {
+            Program run(KOLTA_PROGRAM, words + QStringList{QStringLiteral("--tree"), url},
+                        configurationFile());
+            run.result();
+            return run.readAllStandardOutput() + run.readAllStandardError() +
+                   QByteArray::number(run.exitCode());
+        };
+        const QByteArray dump = kolta(
+            {QStringLiteral("tree"), QStringLiteral("dump"), QStringLiteral("/ConnectManager/AdminTree/S2")});
+        QVERIFY2(dump.contains("/ConnectManager/AdminTree/S2/ADMINISTRATION/Resources StringValue\n") &&
+                     dump.endsWith('0'),
+                 dump.right(300).constData());
+        const QByteArray order = kolta(
+            QStringLiteral("produce scp --server S2 --class HF --frequency 7.1M").split(QLatin1Char(' ')));
+        const QByteArray seen = kolta({QStringLiteral("productions"), QStringLiteral("--json")});
+        QVERIFY2(order.endsWith('0') && seen.contains("SCP"), (order + seen).constData());
+
+        ::kill(processes.last(), SIGKILL);
+        QTRY_VERIFY_WITH_TIMEOUT((m_told += up.readAllStandardError()).contains("S2 was started again: "),
+                                 kPatience);
+        processes.append(m_told.mid(m_told.indexOf("again: ") + 7).trimmed().toInt());
+        QTRY_VERIFY_WITH_TIMEOUT(
+            kolta({QStringLiteral("servers"), QStringLiteral("--json")}).count("\"live\"") == 2, kPatience);
+
+        up.terminate();
+        QCOMPARE(up.result(), 0);
+        for (const pid_t process : processes)
+            QVERIFY(::kill(process, 0) != 0);
+        const QByteArray after =
+            kolta({QStringLiteral("servers"), QStringLiteral("--tree-timeout"), QStringLiteral("1")});
+        QVERIFY2(after.contains("Connection refused") && after.endsWith('4'), after.constData());
+        m_told.clear();
+    }
+
 private:
     QString configurationFile() const { return m_folder.filePath(QStringLiteral("kolta.ini")); }
     std::unique_ptr<Program> simulator(const QStringList& options = {}) const
@@ -115,6 +176,7 @@ private:
     }
 
     QTemporaryDir m_folder;
+    QByteArray m_told;
     LocalBroker m_broker{LocalBroker::Settings()};
 };
 

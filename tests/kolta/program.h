@@ -17,7 +17,8 @@ public:
     explicit Kolta(const QStringList& arguments, const QByteArray& input = QByteArray())
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.remove(QStringLiteral("KOLTA_CONFIG"));
+        for (const char* const name : {"KOLTA_CONFIG", "KOLTA_TREE"})
+            environment.remove(QLatin1String(name));
         setProcessEnvironment(environment);
         start(QStringLiteral(KOLTA_PROGRAM), arguments);
         write(input);
@@ -40,10 +41,12 @@ public:
         m_output += QString::fromUtf8(readAllStandardOutput());
         return m_output;
     }
+    /// Without the line that says that servers are simulated, which most commands begin with.
     QString errors()
     {
         m_errors += QString::fromUtf8(readAllStandardError());
-        return m_errors;
+        return QString(m_errors).remove(
+            words("kolta: the servers are simulated and end with this command\n"));
     }
 
 private:

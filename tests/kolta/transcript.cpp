@@ -41,6 +41,8 @@ QStringList guidsOf(const QString& text)
 QStringList trimmedLines(const QString& text)
 {
     QStringList lines = text.split(QLatin1Char('\n'));
+    // Most commands begin with it.
+    lines.removeAll(QStringLiteral("kolta: the servers are simulated and end with this command"));
     while (!lines.isEmpty() && lines.last().trimmed().isEmpty())
         lines.removeLast();
     return lines;

@@ -25,22 +25,43 @@ std::weak_ptr<EmbeddedInstallation>& shared()
 
 } // namespace
 
-Option EmbeddedInstallation::option()
+QVector<Option> EmbeddedInstallation::options(const QVector<Option>& own)
 {
-    return text("installation", "folder",
-                "Folder with an installation's files (the sample); several times for several servers.");
+    return own +
+           QVector<Option>{text("installation", "folder",
+                                "Folder with an installation's files (the sample) that is simulated in this "
+                                "process; several times for several servers.")} +
+           TreeMirror::options();
 }
 
 std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandLine& line)
 {
     if (auto running = shared().lock()) {
-        if (!line.isSet("installation"))
+        if (!line.isSet("installation") && !line.isSet("tree"))
             return running;
-        printError(
-            QStringLiteral("--installation has no place within a shell, which has its own already; give "
-                           "it to \"kolta shell\""));
+        printError(QStringLiteral("--installation and --tree have no place within a shell, which has its own "
+                                  "servers already; give them to \"kolta shell\""));
         return nullptr;
     }
+    if (line.isSet("installation")) {
+        if (!line.isSet("tree"))
+            return simulate(line);
+        printError(QStringLiteral("--installation and --tree exclude each other"));
+        return nullptr;
+    }
+    const QString url = TreeMirror::urlOf(line);
+    if (url.isEmpty()) {
+        printError(QStringLiteral("the servers are simulated and end with this command"));
+        return simulate(line);
+    }
+    std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
+    started->m_folder = Installation::sampleFolder();
+    started->m_mirror = TreeMirror::join(url, line);
+    return started->m_mirror ? started : nullptr;
+}
+
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::simulate(const CommandLine& line)
+{
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
     QStringList folders = line.values("installation");
     if (folders.isEmpty())
@@ -64,13 +85,30 @@ EmbeddedInstallation::~EmbeddedInstallation()
     forgetInterfaces();
 }
 
+QVector<EmbeddedInstallation::Node> EmbeddedInstallation::nodes() const
+{
+    QVector<Node> nodes;
+    for (const auto& server : m_servers)
+        nodes.append({server->installation().serverName(), server->installation().basePath()});
+    const auto branches = m_mirror ? m_mirror->branches() : QVector<TreeMirror::Branch>();
+    for (const TreeMirror::Branch& branch : branches) {
+        if (!branch.basePath.isEmpty())
+            nodes.append({branch.name, branch.basePath});
+    }
+    return nodes;
+}
+
+QString EmbeddedInstallation::firstPath() const
+{
+    const QVector<Node> all = nodes();
+    return all.isEmpty() ? QString() : all.first().basePath;
+}
+
 QVector<Kolta::KoltaServerInterface*> EmbeddedInstallation::interfaces()
 {
     QVector<Kolta::KoltaServerInterface*> interfaces;
-    for (const auto& server : m_servers) {
-        const Installation& installation = server->installation();
-        auto* const known =
-            KoltaServerRegistry::Instance().addServer(installation.serverName(), installation.basePath());
+    for (const Node& node : nodes()) {
+        auto* const known = KoltaServerRegistry::Instance().addServer(node.name, node.basePath);
         if (known)
             interfaces.append(known);
     }
@@ -79,8 +117,8 @@ QVector<Kolta::KoltaServerInterface*> EmbeddedInstallation::interfaces()
 
 void EmbeddedInstallation::forgetInterfaces() const
 {
-    for (const auto& server : m_servers)
-        KoltaServerRegistry::Instance().removeServer(server->installation().serverName());
+    for (const Node& node : nodes())
+        KoltaServerRegistry::Instance().removeServer(node.name);
     // Not later: what comes next may publish other servers at these paths.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
@@ -155,7 +193,7 @@ void EmbeddedInstallation::publish() const
 bool EmbeddedInstallation::report(bool bound, const QString& name, const QString& error) const
 {
     if (!bound)
-        printError(QStringLiteral("%1 publishes no %2").arg(server().installation().serverName(), name));
+        printError(QStringLiteral("%1 publishes no %2").arg(nodes().value(0).name, name));
     else if (!error.isEmpty())
         printError(error);
     return bound && error.isEmpty();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "temporaryconfiguration.h"
+#include "treemirror.h"
 
 #include <common/endpoint.h>
 #include <kolta/cli/command.h>
@@ -21,9 +22,10 @@ class KoltaServerInterface;
 
 namespace KoltaCli {
 
-/// Where a command that looks at an installation gets its servers and its value tree from: simulated servers
-/// inside the process, published in the process-wide value tree while this object lives. Nothing goes over
-/// the network unless the command calls listen() of a server. Within a shell all commands get the shell's.
+/// Where a command that looks at an installation gets its servers and its value tree from: from other
+/// processes whose tree is mirrored here, or else from simulated servers inside the process, published in the
+/// process-wide value tree while this object lives. Of these nothing goes over the network unless the command
+/// calls listen() of a server. Within a shell all commands get the shell's.
 ///
 /// Observers must be declared behind the installation, so that they die first.
 class EmbeddedInstallation
@@ -33,11 +35,16 @@ public:
     EmbeddedInstallation(const EmbeddedInstallation&) = delete;
     EmbeddedInstallation& operator=(const EmbeddedInstallation&) = delete;
 
-    /// --installation, which may be given several times: one server each.
-    static Option option();
-    /// The one that is shared, or else one that is loaded and published as --installation says. Prints an
-    /// error and gives null when that fails, and when --installation asks for another than the shared one.
+    /// --installation, which may be given several times: one server each; --tree and what belongs to it;
+    /// before them a command's own.
+    static QVector<Option> options(const QVector<Option>& own = {});
+    /// The one that is shared, or else the tree that TreeMirror::urlOf() names, or else one that is loaded
+    /// and published as --installation says; without that option it is told that the servers are simulated.
+    /// Prints an error and gives null when that fails, and when an option asks for another than the shared
+    /// one.
     static std::shared_ptr<EmbeddedInstallation> start(const CommandLine& line);
+    /// A simulated one, without a word about it.
+    static std::shared_ptr<EmbeddedInstallation> simulate(const CommandLine& line);
 
     /// Makes this the one that start() gives to everybody for as long as it lives.
     static void share(const std::shared_ptr<EmbeddedInstallation>& installation);
@@ -59,7 +66,9 @@ public:
         std::shared_ptr<EmbeddedInstallation> m_withdrawn;
     };
 
-    /// In the order of the command line; at least one.
+    /// Whether the servers are simulated in this process, and not mirrored.
+    bool isSimulated() const noexcept { return !m_mirror; }
+    /// The simulated ones in the order of the command line; at least one, unless they are mirrored.
     const std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>>& servers() const
     {
         return m_servers;
@@ -67,9 +76,10 @@ public:
     /// What an application has of these servers, in the same order; made on first use and kept, with plans
     /// and mirrors, until this dies. The one place from which commands get the servers that they work on.
     QVector<Kolta::KoltaServerInterface*> interfaces();
-    /// The first one.
+    /// The first simulated one.
     KoltaSimulation::SimulatedServer& server() const { return *m_servers.front(); }
-    /// Where the files of the first one lie.
+    /// Where the files of the first one lie; those of the sample, its users for instance, where the servers
+    /// are mirrored.
     const QString& folder() const noexcept { return m_folder; }
 
     /// Binds an observer to the administrative node `name` of the first server. Prints an error and gives
@@ -80,13 +90,20 @@ public:
         QString error;
         const auto watch = QObject::connect(&observer, &Observer::si_ParsingError,
                                             [&error](const QString& text) { error = text; });
-        const bool bound = observer.init(server().nodePath(name));
+        const bool bound = observer.init(firstPath() + QStringLiteral("/ADMINISTRATION/") + name);
         QObject::disconnect(watch);
         return report(bound, name, error);
     }
 
 private:
     EmbeddedInstallation() = default;
+    struct Node
+    {
+        QString name;
+        QString basePath;
+    };
+    QVector<Node> nodes() const;
+    QString firstPath() const;
     bool add(const QString& folder);
     void publish() const;
     void forgetInterfaces() const;
@@ -94,6 +111,7 @@ private:
 
     TemporaryConfiguration m_configuration;
     QString m_folder;
+    std::unique_ptr<TreeMirror> m_mirror; ///< null while the servers are simulated
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
 };
 

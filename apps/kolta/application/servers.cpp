@@ -27,9 +27,9 @@ bool isUp(const Server& server)
 
 QVector<Option> Servers::options(const QVector<Option>& own)
 {
-    return own + QVector<Option>{EmbeddedInstallation::option(),
-                                 text("server", "name",
-                                      "Only this server of the installation; several times for several.")};
+    return EmbeddedInstallation::options(
+        own + QVector<Option>{text("server", "name",
+                                   "Only this server of the installation; several times for several.")});
 }
 
 std::optional<Servers> Servers::start(const CommandLine& line)

@@ -9,6 +9,7 @@
 namespace KoltaCli {
 
 class CommandLine;
+int takeStartFailure();
 
 /// Does a command's work with the words of its user, which have been read; returns an eExitCode.
 using Run = std::function<int(const CommandLine&)>;
@@ -20,7 +21,7 @@ Run with(Start start, Use use)
 {
     return [start, use](const CommandLine& line) {
         auto subject = start(line);
-        return subject ? use(line, *subject) : 1;
+        return subject ? use(line, *subject) : takeStartFailure();
     };
 }
 

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include <utility>
+
 namespace KoltaCli {
 
 namespace {
@@ -174,6 +176,20 @@ bool outputIsLost()
 void setOutputLost()
 {
     isLost = true;
+}
+
+namespace {
+int startFailure = eExitFailed;
+}
+
+int takeStartFailure()
+{
+    return std::exchange(startFailure, eExitFailed);
+}
+
+void setStartFailure(int exitCode)
+{
+    startFailure = exitCode;
 }
 
 } // namespace KoltaCli

@@ -10,8 +10,13 @@ namespace KoltaCli {
 enum eExitCode : int {
     eExitOk = 0,     ///< all went as it must
     eExitFailed = 1, ///< the work could not be done
-    eExitUsage = 2   ///< the command line is wrong
+    eExitUsage = 2,  ///< the command line is wrong
+    eExitNoTree = 4  ///< the servers of other processes are not all there
 };
+/// With which code a command ends that did not get what it needs: eExitFailed, unless somebody has said
+/// another since the last question.
+int takeStartFailure();
+void setStartFailure(int exitCode);
 
 /// Writes one line, or several, to standard output, flushed, so that a pipe sees it at once. What came from a
 /// server and would steer a terminal or turn the direction of writing is replaced.

@@ -69,7 +69,7 @@ Command classesCommand()
             "classes, "
             "if it has none.",
             {},
-            {EmbeddedInstallation::option()},
+            EmbeddedInstallation::options(),
             with(TunerAllocation::start, classes)};
 }
 

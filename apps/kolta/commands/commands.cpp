@@ -5,18 +5,38 @@ namespace KoltaCli {
 QVector<Command> allCommands()
 {
     return {
-        describeCommand(),      sendCommand(),        listenCommand(),      pingCommand(),
+        describeCommand(),
+        sendCommand(),
+        listenCommand(),
+        pingCommand(),
 
-        demandClassesCommand(), classesCommand(),     selectCommand(),      planCommand(),
+        demandClassesCommand(),
+        classesCommand(),
+        selectCommand(),
+        planCommand(),
 
         resourcesCommand(),
 
-        statusCommand(),        watchCommand(),       produceCommand(),     productionsCommand(),
-        moveCommand(),          stopCommand(),        powerCommand(),
+#ifdef KOLTA_WITH_DISTRIBUTION
+        upCommand(),
+#endif
+        serversCommand(),
+        treeCommand(),
 
-        profilesCommand(),      assignmentsCommand(), conversionsCommand(),
+        statusCommand(),
+        watchCommand(),
+        produceCommand(),
+        productionsCommand(),
+        moveCommand(),
+        stopCommand(),
+        powerCommand(),
 
-        rightsCommand(),        helpCommand(),
+        profilesCommand(),
+        assignmentsCommand(),
+        conversionsCommand(),
+
+        rightsCommand(),
+        helpCommand(),
     };
 }
 

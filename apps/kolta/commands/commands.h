@@ -24,8 +24,13 @@ Command resourcesCommand();
 Command rightsCommand();
 Command selectCommand();
 Command sendCommand();
+Command serversCommand();
 Command statusCommand();
 Command stopCommand();
+Command treeCommand();
+#ifdef KOLTA_WITH_DISTRIBUTION
+Command upCommand();
+#endif
 Command watchCommand();
 
 /// All of them in the order of the list that help shows, those of one job together.

@@ -119,8 +119,9 @@ Command demandClassesCommand()
         "Lists the resource demand classes that an application may use, narrow ones first, of a simulated "
         "installation inside this process.",
         {},
-        {choice("app-type", "type", "Type of the application, by name or number.", kAppTypeNames),
-         text("tuner", "GUID", "Only what this tuner can feed."), EmbeddedInstallation::option()},
+        EmbeddedInstallation::options(
+            {choice("app-type", "type", "Type of the application, by name or number.", kAppTypeNames),
+             text("tuner", "GUID", "Only what this tuner can feed.")}),
         with(EmbeddedInstallation::start, demandClasses)};
 }
 

@@ -109,12 +109,12 @@ Command planCommand()
         "Gives each class a free tuner of its own, in a simulated installation inside this process: each in "
         "turn its cheapest one that is left. Within a shell the tuners stay planned if all classes got one.",
         {{"CLASS", "Name of a tuner class; also repeatedly.", Argument::Any}},
-        {flag("clear", "Give back first what is planned; then no class is needed."),
-         flag("optimal",
-              "Share the tuners out so that all are served whenever that is possible, at the least "
-              "total cost."),
-         flag("all", "Hand out all tuners, whether or not they are free at present."),
-         EmbeddedInstallation::option()},
+        EmbeddedInstallation::options(
+            {flag("clear", "Give back first what is planned; then no class is needed."),
+             flag("optimal",
+                  "Share the tuners out so that all are served whenever that is possible, at the least "
+                  "total cost."),
+             flag("all", "Hand out all tuners, whether or not they are free at present.")}),
         with(TunerAllocation::start, plan)};
 }
 

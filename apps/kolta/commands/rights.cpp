@@ -65,7 +65,7 @@ Command rightsCommand()
             "installation "
             "inside this process holds.",
             {},
-            {Users::option(), EmbeddedInstallation::option()},
+            EmbeddedInstallation::options({Users::option()}),
             with(EmbeddedInstallation::start, rights)};
 }
 

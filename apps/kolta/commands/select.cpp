@@ -107,10 +107,10 @@ Command selectCommand()
         "choose the tuner of a class, and tell why that one",
         "Chooses the tuner of a class that is to be used, of a simulated installation inside this process.",
         {{"CLASS", "Name of a tuner class."}},
-        {text("storage", "GUID",
-              "Only tuners with an interface to this storage; several times for any of several."),
-         flag("explain", "Show every tuner of the class, in order of preference, and why."),
-         EmbeddedInstallation::option()},
+        EmbeddedInstallation::options(
+            {text("storage", "GUID",
+                  "Only tuners with an interface to this storage; several times for any of several."),
+             flag("explain", "Show every tuner of the class, in order of preference, and why.")}),
         with(TunerAllocation::start, select)};
 }
 

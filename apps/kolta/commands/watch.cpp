@@ -79,6 +79,10 @@ int watch(const CommandLine& line, Servers& servers)
     std::vector<std::unique_ptr<KoltaSimulation::Activity>> activities;
     quint32 seed = 0;
     if (line.isSet("activity")) {
+        if (!servers.installation().isSimulated()) {
+            printError(QStringLiteral("--activity is for servers that are simulated in this process"));
+            return eExitFailed;
+        }
         for (const auto& server : servers.installation().servers()) {
             activities.push_back(std::make_unique<KoltaSimulation::Activity>(*server, ++seed));
             activities.back()->start(line.number("period"));

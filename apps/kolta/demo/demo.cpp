@@ -53,7 +53,7 @@ int demo(const CommandLine& line)
     }
     auto script = std::make_unique<ScriptInput>(descriptor);
     const EmbeddedInstallation::Withdrawal withdrawal;
-    const auto installation = EmbeddedInstallation::start(line);
+    const auto installation = EmbeddedInstallation::simulate(line);
     if (!installation)
         return eExitFailed;
     EmbeddedInstallation::share(installation);
@@ -74,7 +74,7 @@ Command demoCommand()
             "step. "
             "Neither needs nor changes any configuration.",
             {},
-            {EmbeddedInstallation::option(),
+            {text("installation", "folder", "Folder with an installation's files (the sample)."),
              text("script", "file",
                   "Another script of shell commands; its files are found below the folder share/.")},
             demo};

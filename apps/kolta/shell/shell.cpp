@@ -81,8 +81,11 @@ int Shell::run(bool keepGoing)
     TerminalTeller terminal;
     const bool isTerminal = input->isTerminal();
     if (isTerminal)
-        printLine(QStringLiteral("%1 runs in this process. \"help\" lists the commands, \"exit\" leaves.")
-                      .arg(m_installation.server().installation().serverName()));
+        printLine((m_installation.isSimulated()
+                       ? QStringLiteral("%1 runs in this process.")
+                             .arg(m_installation.server().installation().serverName())
+                       : QStringLiteral("The servers run elsewhere.")) +
+                  QStringLiteral(" \"help\" lists the commands, \"exit\" leaves."));
     return run(std::move(input), isTerminal ? terminal : script, keepGoing || isTerminal);
 }
 
@@ -207,7 +210,7 @@ int shell(const CommandLine& line)
         return line.usageError(QStringLiteral("a shell runs already"));
     const auto installation = EmbeddedInstallation::start(line);
     if (!installation)
-        return eExitFailed;
+        return takeStartFailure();
     EmbeddedInstallation::share(installation);
     Shell shell(line, *installation);
     return shell.run(line.isSet("keep-going"));
@@ -226,8 +229,8 @@ Command shellCommand()
         "line, "
         "where lines that begin with \"#\" are comments. \"exit\", \"quit\" or the end of the input leaves.",
         {},
-        {flag("keep-going", "Go on with a script when one of its commands has failed."),
-         EmbeddedInstallation::option()},
+        EmbeddedInstallation::options(
+            {flag("keep-going", "Go on with a script when one of its commands has failed.")}),
         shell};
 }
 

@@ -41,6 +41,10 @@ Option serverOption()
 /// Prints an error and gives null when there is no such server.
 SimulatedServer* findServer(const EmbeddedInstallation& installation, const CommandLine& line)
 {
+    if (!installation.isSimulated()) {
+        printError(QStringLiteral("the servers are not simulated in this process"));
+        return nullptr;
+    }
     if (!line.isSet("server"))
         return &installation.server();
     QStringList names;

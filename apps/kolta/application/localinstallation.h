@@ -1,0 +1,74 @@
+#pragma once
+
+#include <distribution/linkoptions.h>
+#include <distribution/localbroker.h>
+
+#include <QObject>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <vector>
+
+namespace KoltaCli {
+
+/// A whole installation on this machine: a broker of its own and simulated servers, each a process. The broker admits
+/// whoever has the access file, which only this user can read; programs of this user find it by the broker's URL. All
+/// of it ends with this object.
+class LocalInstallation : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Settings
+    {
+        int servers = 1;
+        int tuners = 0; ///< of each server; 0: those of the sample
+        bool tls = false;
+        bool restart = false; ///< what dies is started again
+    };
+    explicit LocalInstallation(const Settings& settings);
+    ~LocalInstallation() override;
+
+    /// Starts everything and waits until all servers are published; false, with the reason in one line, when that does
+    /// not come about within `milliseconds`.
+    bool start(int milliseconds, QString& error);
+
+    QString url() const { return m_broker->url(); }
+    qint64 brokerPid() const { return m_broker->pid(); }
+    struct Server
+    {
+        QString name;
+        QString folder;   ///< with its installation's files
+        QString endpoint; ///< HOST:PORT, once it listens
+        bool isPublished = false;
+        std::unique_ptr<QProcess> process;
+    };
+    const std::vector<Server>& servers() const noexcept { return m_servers; }
+
+Q_SIGNALS:
+    /// Something has ended, or was started again; one line.
+    void si_Told(const QString& text);
+
+private:
+    bool makeBroker(QString& error);
+    bool makeCertificates(distribution::LocalBroker::Settings& settings, QString& error) const;
+    bool writeAccess(QString& error) const;
+    bool makeServer(const QString& name, QString& error);
+    void startServer(Server& server);
+    void readOutput(Server& server);
+    void onServerEnd(Server& server);
+    void onBrokerEnd();
+    QString path(const QString& name) const { return m_folder.filePath(name); }
+
+    const Settings m_settings;
+    QTemporaryDir m_folder;
+    std::unique_ptr<distribution::LocalBroker> m_broker;
+    distribution::LocalBroker::Settings m_brokerSettings;
+    std::vector<Server> m_servers;
+    QString m_accessFile;
+    bool m_isEnding = false;
+};
+
+} // namespace KoltaCli

@@ -1,0 +1,157 @@
+#include "treemirror.h"
+
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/output.h>
+
+#include <startup/cfgcenter.h>
+
+#ifdef KOLTA_WITH_DISTRIBUTION
+
+#include <koltacommon/shorttimevalues.h>
+
+#include <distribution/treelink.h>
+
+namespace KoltaCli {
+
+struct TreeMirror::Private
+{
+    explicit Private(const distribution::LinkOptions& options) : link(values::Tree::Instance(), options) {}
+
+    distribution::TreeLink link;
+    QString problem;
+};
+
+std::unique_ptr<TreeMirror> TreeMirror::open(const QString& url)
+{
+    QString error;
+    const auto options = distribution::LinkOptions::FromConfiguration(url, error);
+    if (!options) {
+        printError(QStringLiteral("--tree: %1").arg(error));
+        return nullptr;
+    }
+    Kolta::registerShortTimeValues();
+    auto parts = std::make_unique<Private>(*options);
+    QObject::connect(&parts->link, &distribution::TreeLink::si_LinkChanged,
+                     [own = parts.get()](bool, const QString& reason) { own->problem = reason; });
+    parts->link.mirror(options->branches);
+    return std::unique_ptr<TreeMirror>(new TreeMirror(std::move(parts)));
+}
+
+bool TreeMirror::waitForLive(int milliseconds)
+{
+    return d->link.waitForLive({}, milliseconds);
+}
+
+QVector<TreeMirror::Branch> TreeMirror::branches() const
+{
+    QVector<Branch> all;
+    for (const distribution::BranchStatus& status : d->link.branches()) {
+        Branch branch;
+        branch.name = status.name;
+        branch.state = distribution::ToText(status.state);
+        branch.host = status.host;
+        branch.epoch = status.epoch.isNull() ? QString() : status.epoch.toString(QUuid::WithoutBraces);
+        branch.beatAgeMs = status.beatAgeMs;
+        branch.openWishes = static_cast<int>(status.openWishes);
+        QStringList numbers;
+        for (const distribution::ChannelNumber& channel : status.numbers)
+            numbers.append(QString::number(channel.number));
+        branch.numbers = numbers.join(QLatin1Char(' '));
+        for (const QString& root : status.roots) {
+            if (root.startsWith(QLatin1String("/ConnectManager/AdminTree/")))
+                branch.basePath = root;
+        }
+        all.append(branch);
+    }
+    return all;
+}
+
+} // namespace KoltaCli
+
+#else
+
+namespace KoltaCli {
+
+struct TreeMirror::Private
+{
+    QString problem;
+};
+
+std::unique_ptr<TreeMirror> TreeMirror::open(const QString& /*url*/)
+{
+    printError(QStringLiteral("built without the distribution of value trees (KOLTA_DISTRIBUTION)"));
+    return nullptr;
+}
+
+bool TreeMirror::waitForLive(int /*milliseconds*/)
+{
+    return false;
+}
+
+QVector<TreeMirror::Branch> TreeMirror::branches() const
+{
+    return {};
+}
+
+} // namespace KoltaCli
+
+#endif
+
+namespace KoltaCli {
+
+TreeMirror::TreeMirror(std::unique_ptr<Private> parts) : d(std::move(parts)) {}
+
+TreeMirror::~TreeMirror() = default;
+
+QVector<Option> TreeMirror::options()
+{
+    return {text("tree", "URL",
+                 "Look at the servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] "
+                 "(environment KOLTA_TREE)."),
+            whole("tree-timeout", "seconds", "How long they may take to be live (5).", 1, 3600, "5")};
+}
+
+QString TreeMirror::urlOf(const CommandLine& line)
+{
+    if (line.isSet("tree"))
+        return line.value("tree");
+    const QString environment = qEnvironmentVariable("KOLTA_TREE");
+    return environment.isEmpty()
+               ? Startup::CfgCenter::Instance().Text(QStringLiteral("Distribution"), QStringLiteral("Url"))
+               : environment;
+}
+
+std::unique_ptr<TreeMirror> TreeMirror::join(const QString& url, const CommandLine& line)
+{
+    auto mirror = open(url);
+    if (!mirror || mirror->waitForLive(line.number("tree-timeout") * 1000))
+        return mirror;
+    QStringList states;
+    for (const Branch& branch : mirror->branches())
+        states.append(QStringLiteral("%1 is %2").arg(branch.name, branch.state));
+    printError(!mirror->problem().isEmpty() ? mirror->problem()
+               : states.isEmpty()           ? QStringLiteral("no server publishes itself there")
+                                            : listed(states));
+    setStartFailure(eExitNoTree);
+    return nullptr;
+}
+
+const QString& TreeMirror::problem() const noexcept
+{
+    return d->problem;
+}
+
+QJsonObject TreeMirror::Branch::toJson() const
+{
+    QJsonObject object{{QStringLiteral("branch"), name},
+                       {QStringLiteral("state"), state},
+                       {QStringLiteral("host"), host},
+                       {QStringLiteral("epoch"), epoch},
+                       {QStringLiteral("numbers"), numbers},
+                       {QStringLiteral("openWishes"), openWishes}};
+    if (beatAgeMs >= 0)
+        object[QStringLiteral("beatAgeMs")] = static_cast<double>(beatAgeMs);
+    return object;
+}
+
+} // namespace KoltaCli

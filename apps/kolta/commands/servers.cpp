@@ -1,0 +1,63 @@
+#include "commands.h"
+
+#include <kolta/application/treemirror.h>
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
+
+#include <algorithm>
+
+namespace KoltaCli {
+
+namespace {
+
+void printBranches(const QVector<TreeMirror::Branch>& branches)
+{
+    Table table({QStringLiteral("SERVER"), QStringLiteral("STATE"), QStringLiteral("HOST"), QStringLiteral("LAST BEAT"),
+                 QStringLiteral("NUMBERS"), QStringLiteral("OPEN"), QStringLiteral("EPOCH")});
+    table.alignRight({3, 5});
+    for (const TreeMirror::Branch& branch : branches) {
+        const QString age =
+            branch.beatAgeMs < 0 ? QString() : secondsText(static_cast<int>(std::min(branch.beatAgeMs, qint64(999999999))));
+        table.addRow({branch.name, branch.state, branch.host, age, branch.numbers, QString::number(branch.openWishes),
+                      branch.epoch});
+    }
+    printTable(table, QStringLiteral("no server publishes itself there"));
+}
+
+/// Shows the dead ones too, so it does not fail for them.
+int servers(const CommandLine& line)
+{
+    const QString url = TreeMirror::urlOf(line);
+    if (url.isEmpty())
+        return line.usageError(QStringLiteral("there is no tree to look at; name one with --tree"));
+    const auto mirror = TreeMirror::open(url);
+    if (!mirror)
+        return eExitFailed;
+    const bool areLive = mirror->waitForLive(line.number("tree-timeout") * 1000);
+    if (!mirror->problem().isEmpty()) {
+        printError(mirror->problem());
+        return eExitNoTree;
+    }
+    const QVector<TreeMirror::Branch> branches = mirror->branches();
+    if (line.json())
+        std::for_each(branches.begin(), branches.end(), [](const auto& branch) { printJson(branch.toJson()); });
+    else
+        printBranches(branches);
+    return areLive ? eExitOk : eExitNoTree;
+}
+
+} // namespace
+
+Command serversCommand()
+{
+    return {"servers",
+            "list the servers that publish their value trees",
+            "Lists the servers that publish themselves at a broker: how this process stands to each, its host, the age of "
+            "its last sign of life, and the numbers of its newest changes. Ends with 4 unless all are live.",
+            {},
+            TreeMirror::options(),
+            servers};
+}
+
+} // namespace KoltaCli
