@@ -2,7 +2,7 @@
 
 #include <distribution/mirrorchannel.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 #include <utility>
@@ -14,11 +14,8 @@ namespace {
 constexpr qint64 firstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 longestPauseMs = 10000;
 
-void trace(int tracePoint, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceWarning, QStringLiteral("platform/distribution/branchmirror"), tracePoint, text);
-}
+enum eTracePoint : int { eMalformedLog = 1 };
+constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
 
 } // namespace
 
@@ -294,7 +291,7 @@ void BranchMirror::takeLog(quint16 number, const Bytes& payload)
 {
     const auto log = DecodeLog(payload);
     if (!log) {
-        trace(1, QStringLiteral("%1: a malformed log message").arg(m_settings.branch));
+        kTrace(eMalformedLog, QStringLiteral("%1: a malformed log message").arg(m_settings.branch));
         return;
     }
     claim(log->epoch);

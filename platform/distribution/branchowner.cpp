@@ -4,7 +4,7 @@
 #include <distribution/ownerchannel.h>
 #include <distribution/textdelta.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 #include <utility>
@@ -22,11 +22,8 @@ constexpr std::size_t flushBytes = 65536;
 constexpr std::size_t partHeadBytes = 1024;
 constexpr std::size_t partBytes = 512U << 10U;
 
-void trace(int tracePoint, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceWarning, QStringLiteral("platform/distribution/branchowner"), tracePoint, text);
-}
+enum eTracePoint : int { eAnotherOwner = 1, eMalformedMessage = 2, eForeignSession = 3, eTooManyWriters = 4 };
+constexpr Startup::TraceSource kTrace("platform/distribution/branchowner", Startup::eTraceWarning);
 
 /// What of a wish may be executed.
 struct ReviewedWish
@@ -111,7 +108,7 @@ void BranchOwner::displace()
 {
     if (std::exchange(m_displaced, true))
         return;
-    trace(1, QStringLiteral("another owner publishes \"%1\" now").arg(m_settings.branch));
+    kTrace(eAnotherOwner, QStringLiteral("another owner publishes \"%1\" now").arg(m_settings.branch));
     m_out = Output();
     if (m_events.displaced)
         m_events.displaced();
@@ -140,7 +137,8 @@ Output BranchOwner::OnMessage(const Topic& topic, const Bytes& payload, qint64 n
         else if (ask && ask->epoch == m_settings.epoch)
             takeAsk(*ask, nowMs);
         else if (!wish && !ask)
-            trace(2, QStringLiteral("a malformed message of %1").arg(QString::fromStdString(topic.user)));
+            kTrace(eMalformedMessage,
+                   QStringLiteral("a malformed message of %1").arg(QString::fromStdString(topic.user)));
         break;
     }
     case TopicKind::Log:
@@ -337,8 +335,8 @@ bool BranchOwner::admitsSession(const OwnerChannel& channel, const Topic& topic)
 {
     const auto user = m_users.find(topic.session);
     if (user != m_users.end() && user->second != topic.user) {
-        trace(3, QStringLiteral("user %1 writes under the session of another")
-                     .arg(QString::fromStdString(topic.user)));
+        kTrace(eForeignSession, QStringLiteral("user %1 writes under the session of another")
+                                    .arg(QString::fromStdString(topic.user)));
         return false;
     }
     if (channel.FindSession(topic.session) || channel.CountSessions() < Limits::sessions) {
@@ -348,7 +346,7 @@ bool BranchOwner::admitsSession(const OwnerChannel& channel, const Topic& topic)
     const auto gone = std::find_if(m_users.begin(), m_users.end(),
                                    [this](const auto& known) { return !m_leases->IsPresent(known.first); });
     if (gone == m_users.end()) {
-        trace(4, QStringLiteral("too many writers"));
+        kTrace(eTooManyWriters, QStringLiteral("too many writers"));
         return false;
     }
     for (const auto& other : m_channels)

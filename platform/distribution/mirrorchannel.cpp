@@ -1,6 +1,6 @@
 #include <distribution/mirrorchannel.h>
 
-#include <startup/errorhandler.h>
+#include <startup/tracesource.h>
 
 #include <algorithm>
 #include <utility>
@@ -20,11 +20,8 @@ constexpr std::size_t maximumHeldBytes = 16U << 20U;
 constexpr std::size_t wishBytes = 256U << 10U; ///< what is gathered in one wish
 constexpr std::size_t queuedBytes = 16U << 20U;
 
-void trace(int tracePoint, const QString& text)
-{
-    Startup::ErrorHandler::Instance().trace(
-        Startup::eTraceWarning, QStringLiteral("platform/distribution/mirrorchannel"), tracePoint, text);
-}
+enum eTracePoint : int { eUnfitEntry = 1, eFallingNumbers = 2, eUnfitState = 3 };
+constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Startup::eTraceWarning);
 
 } // namespace
 
@@ -114,9 +111,9 @@ void MirrorChannel::play(qint64 nowMs)
         m_held.erase(m_held.begin());
         m_heldBytes -= bytes.size();
         if (!playMessage(*DecodeLog(bytes)))
-            trace(1, QStringLiteral("%1: an entry behind number %2 does not fit what is here")
-                         .arg(m_mirror.m_settings.branch)
-                         .arg(m_number));
+            kTrace(eUnfitEntry, QStringLiteral("%1: an entry behind number %2 does not fit what is here")
+                                    .arg(m_mirror.m_settings.branch)
+                                    .arg(m_number));
     }
     if (m_number >= m_target) {
         m_askReplayMs = never;
@@ -255,7 +252,8 @@ void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
     } else if (nowMs - m_beatMs > 2 * qint64(m_mirror.m_live.beatMs)) {
         m_beatNumber = number;
         m_beatMs = nowMs;
-        trace(2, QStringLiteral("%1: the owner's numbers fall").arg(m_mirror.m_settings.branch));
+        kTrace(eFallingNumbers,
+               QStringLiteral("%1: the owner's numbers fall").arg(m_mirror.m_settings.branch));
         m_number = m_target = m_neededNumber = 0;
         m_held.clear();
         m_heldBytes = 0;
@@ -279,7 +277,7 @@ void MirrorChannel::TakeStatePart(const StatePart& part, qint64 nowMs)
     StateAssembler::State state;
     const auto progress = m_assembler.Take(part, state);
     if (progress == StateAssembler::Progress::Broken)
-        trace(3, QStringLiteral("%1: a state that does not fit").arg(m_mirror.m_settings.branch));
+        kTrace(eUnfitState, QStringLiteral("%1: a state that does not fit").arg(m_mirror.m_settings.branch));
     if (progress == StateAssembler::Progress::Complete)
         applyState(std::move(state), nowMs);
 }
