@@ -59,6 +59,14 @@ lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes
 	@$(call build,dev)
 	@tools/run-clang-tidy build/dev $(or $(JOBS),2)
 
+nightly: ## lint, sanitizers, a minute per fuzz target, manual and benchmarks, all of them
+	@$(MAKE) --no-print-directory lint
+	@$(MAKE) --no-print-directory test-asan
+	@$(MAKE) --no-print-directory test-tsan
+	@$(MAKE) --no-print-directory fuzz SECONDS=60
+	@$(MAKE) --no-print-directory doc
+	@$(MAKE) --no-print-directory bench
+
 format: packages-format ## lay out all sources
 	@$(sources) | xargs -d '\n' clang-format -i
 
