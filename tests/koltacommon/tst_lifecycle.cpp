@@ -99,6 +99,8 @@ private Q_SLOTS:
         const auto busy = [](const Tuner& tuner) { return !tuner.GetAccessible() || !tuner.GetIdle(); };
         tuners.erase(std::remove_if(tuners.begin(), tuners.end(), busy), tuners.end());
         tuners.resize(6);
+        for (Tuner& tuner : tuners)
+            tuner.SetSupportsHardwareProcessing(true);
         m_installation.setResources(few);
         Startup::ErrorHandler::Instance().setMask(0);
     }

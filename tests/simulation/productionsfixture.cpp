@@ -7,6 +7,10 @@ using RESOURCEMANAGEMENT::Tuner;
 ProductionsFixture::ProductionsFixture()
 {
     m_installation.setCreditsPerUnit(100);
+    auto resources = m_installation.resources();
+    for (Tuner& tuner : resources.EditTuner()) // the first free ones process nothing in hardware otherwise
+        tuner.SetSupportsHardwareProcessing(true);
+    m_installation.setResources(resources);
     Startup::ErrorHandler::Instance().setMask(Startup::eTraceError);
 }
 

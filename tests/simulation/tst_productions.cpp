@@ -87,6 +87,15 @@ private Q_SLOTS:
         costly.EditKoltaProcessor().SetDemandClassName("5M"_s);
         MCP runs = mcpOn(freeTuner(1));
         runs.SetProductionID("{PRODUCTION}"_s);
+        MCP far = mcpOn(freeTuner(1));
+        far.SetFrequency(98.5e6);
+        MCP wide = mcpOn(freeTuner(1));
+        wide.SetBandwidth(1.1e6);
+        FFP outside = ffpOn();
+        outside.SetFrequency(2.0e7);
+        row("out of range", start(far), "does not fit: needs 98.5 MHz, reaches 0.009 to 30 MHz");
+        row("too wide", start(wide), "does not fit: needs a bandwidth of 1.1 MHz, has 1 MHz");
+        row("outside the MCP's band", inMcp("{MCP}", {outside}), "needs 20 MHz, the MCP covers");
         row("unknown tuner", start(mcpOn(QLatin1String(nobody))), "There is no tuner {aaaaaaaa-");
         row("lost tuner", start(scpOn(lost)), "is not accessible");
         row("busy tuner", start(mcpOn(busy)), "is in use");
