@@ -154,9 +154,10 @@ void LinkKeeper::connectNow()
     connect(m_connection, &KoltaConnection::ConnectionClosed, this, &LinkKeeper::linkClosed);
     connect(m_connection, &KoltaConnection::Broadcast, this, &LinkKeeper::Broadcast);
     connect(m_connection, &KoltaConnection::Fault, this, &LinkKeeper::Fault);
+    const QPointer<LinkKeeper> guard(this);
     const QPointer<KoltaConnection> link = m_connection;
     setState(State::Connecting);
-    if (link && link == m_connection)
+    if (guard && link && link == m_connection)
         link->open();
 }
 
@@ -318,9 +319,10 @@ void LinkKeeper::goOn()
 void LinkKeeper::becomeUp()
 {
     m_upSince = now();
+    const QPointer<LinkKeeper> guard(this);
     const QPointer<KoltaConnection> link = m_connection;
     setState(State::Up);
-    if (link && m_settings.loadFaultTexts)
+    if (guard && link && link == m_connection && m_settings.loadFaultTexts)
         link->initMessageHandler(this, SLOT(sl_faultTextsLoaded()));
 }
 
