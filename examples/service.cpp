@@ -74,6 +74,8 @@ private:
                     qPrintable(job.tuner().GetTavikResource().GetDisplayName()));
         m_running = new RunningProduction(m_server, job.production(), job.processor(), this);
         connect(m_running, &RunningProduction::stateChanged, this, [this](RunningProduction::State state) {
+            if (m_ending)
+                return; // stop() tells of that
             std::printf("%s\n", state == RunningProduction::State::Running ? "it still runs"
                                                                            : qPrintable(m_running->text()));
             if (state == RunningProduction::State::Ended) {
