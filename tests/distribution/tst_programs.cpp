@@ -1,5 +1,6 @@
 #include <distribution/localbroker.h>
 #include <distribution/treelink.h>
+#include <support/installation.h>
 
 #include <values/tree.h>
 #include <values/value.h>
@@ -124,7 +125,7 @@ private Q_SLOTS:
         const QString tree = up.line();
         QVERIFY2(tree.startsWith(tls ? QStringLiteral("tree mqtts://127.0.0.1:")
                                      : QStringLiteral("tree mqtt://127.0.0.1:")),
-                 (tree.toUtf8() + up.readAllStandardError()).constData());
+                 QByteArray(tree.toUtf8() + up.readAllStandardError()).constData());
         const QString url = tree.section(QLatin1Char(' '), 1);
         QVector<pid_t> processes{up.line().section(QLatin1Char(' '), 1).toInt()};
         for (const char* const name : {"S1", "S2"}) {
@@ -132,7 +133,7 @@ private Q_SLOTS:
             QCOMPARE(words.value(0), QLatin1String(name));
             processes.append(words.value(1).toInt());
         }
-        const auto kolta = [&](const QStringList& words) {
+        const auto kolta = [&](const QStringList& words) -> QByteArray {
             Program run(KOLTA_PROGRAM, words + QStringList{QStringLiteral("--tree"), url},
                         configurationFile());
             run.result();
@@ -147,7 +148,7 @@ private Q_SLOTS:
         const QByteArray order = kolta(
             QStringLiteral("produce scp --server S2 --class HF --frequency 7.1M").split(QLatin1Char(' ')));
         const QByteArray seen = kolta({QStringLiteral("productions"), QStringLiteral("--json")});
-        QVERIFY2(order.endsWith('0') && seen.contains("SCP"), (order + seen).constData());
+        QVERIFY2(order.endsWith('0') && seen.contains("SCP"), QByteArray(order + seen).constData());
 
         ::kill(processes.last(), SIGKILL);
         QTRY_VERIFY_WITH_TIMEOUT((m_told += up.readAllStandardError()).contains("S2 was started again: "),
@@ -170,7 +171,7 @@ private:
     QString configurationFile() const { return m_folder.filePath(QStringLiteral("kolta.ini")); }
     std::unique_ptr<Program> simulator(const QStringList& options = {}) const
     {
-        const QStringList arguments{QStringLiteral("--installation"), QStringLiteral(KOLTA_INSTALLATION_DIR),
+        const QStringList arguments{QStringLiteral("--installation"), installationFolder(),
                                     QStringLiteral("--publish"), m_broker.url()};
         return std::make_unique<Program>(KOLTASIM_PROGRAM, arguments + options, configurationFile());
     }

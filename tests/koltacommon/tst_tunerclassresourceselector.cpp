@@ -381,9 +381,7 @@ private Q_SLOTS:
 
     void choosesFromAKeptTreeAsFromANewOne()
     {
-        const quint32 seed = TunerSamples::seed();
-        qInfo("seed %u", seed);
-        QRandomGenerator random(seed);
+        QRandomGenerator random(testSeed());
         for (int round = 0; round < 60; ++round) {
             const TunerSamples::Installation installation(random, random.bounded(1, 20),
                                                           random.bounded(1, 6));

@@ -42,7 +42,7 @@ private Q_SLOTS:
             ":2: found \"x1|Request not understood\", expected");
         row("fault twice", sfr, "103|", "102|", ":4: fault 102 stands here again, expected it once");
         row("fault that is needed", sfr, "201|", "299|", "no fault 201 up to here, expected a line 201|TEXT");
-        row("faults not UTF-8", sfr, "S\xC3\xBC", "S\xFC", ":23: not UTF-8");
+        row("faults not UTF-8", sfr, "S\xC3\xBC", "S\xFC", ":24: not UTF-8");
         row("no resources", xml, "", "", ": No such file");
         row("XML not closed", xml, "</TavikResource>", "", ":23:");
         row("other root", xml, "<ResourceOverview>", "<Resources><!--", "");

@@ -33,16 +33,16 @@ public:
     {
         IdTable table(entries);
         table.m_seed = m_seed;
-        Slot* const slots = table.m_slots.data();
+        Slot* const moved = table.m_slots.data();
         const uint mask = static_cast<uint>(table.m_slots.size()) - 1;
         for (const Slot& entry : m_slots) {
             const int place = entry.place == kNone ? kNone : newPlaces[static_cast<std::size_t>(entry.place)];
             if (place == kNone)
                 continue;
             uint slot = entry.hash & mask;
-            while (slots[slot].place != kNone)
+            while (moved[slot].place != kNone)
                 slot = (slot + 1) & mask;
-            slots[slot] = {entry.hash, place};
+            moved[slot] = {entry.hash, place};
         }
         return table;
     }
