@@ -9,6 +9,7 @@ namespace REPORTGENERATOR {
 namespace {
 
 constexpr int kNone = -1;
+constexpr uint kSeed = 1; // with none, the processor's instructions for hashes are not used
 
 const char16_t* unitsOf(const QString& text) noexcept
 {
@@ -80,7 +81,7 @@ int RecordFinder::findExpected(int begin)
 int RecordFinder::find(int begin, int end)
 {
     const int length = end - begin;
-    const uint hash = qHashBits(m_text + begin, static_cast<std::size_t>(length) * sizeof *m_text);
+    const uint hash = qHashBits(m_text + begin, static_cast<std::size_t>(length) * sizeof *m_text, kSeed);
     int found = kNone;
     if (m_former) {
         if (m_table.empty())
