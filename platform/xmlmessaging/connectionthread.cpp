@@ -165,6 +165,11 @@ void CConnectionThread::setLimits(const XmlCommon::MessageLimits& limits)
     d->worker.setLimits(limits);
 }
 
+void CConnectionThread::setConnectTime(std::chrono::milliseconds time)
+{
+    d->worker.setConnectTime(time);
+}
+
 void CConnectionThread::setTls(const TlsSettings& settings)
 {
     d->worker.setTls(settings);

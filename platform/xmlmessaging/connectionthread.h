@@ -8,6 +8,7 @@
 #include <QString>
 #include <QThread>
 
+#include <chrono>
 #include <memory>
 
 namespace XmlCommunication {
@@ -52,6 +53,8 @@ public:
 
     /// To be set before start().
     void setLimits(const XmlCommon::MessageLimits& limits);
+    /// How long to wait for a connection, 10 s unless it is set. To be set before start().
+    void setConnectTime(std::chrono::milliseconds time);
     /// Instead of what the configuration says of this peer. To be set before start(). What is wrong with the
     /// peer's certificate, or with the settings, ends the link with SslHandshakeFailedError and a trace line.
     void setTls(const TlsSettings& settings);

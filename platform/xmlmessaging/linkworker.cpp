@@ -34,7 +34,6 @@ constexpr qint64 kMessageBaseCost = 32 * 1024;
 constexpr qint64 kMessageCostPerByte = 4;
 
 constexpr int kTickMs = 100;
-constexpr auto kConnectTime = 10s;
 constexpr auto kFinishTime = 500ms;
 constexpr auto kUnacknowledgedTime = 60s;
 /// Unit of a message's available time.
@@ -89,7 +88,7 @@ void LinkWorker::startConnecting()
     } else if (wantsTls && !m_tls.load(TlsSettings::eClient, configuration, error)) {
         fail(QAbstractSocket::SslHandshakeFailedError, error);
     } else {
-        m_connectLimit = Clock::now() + kConnectTime;
+        m_connectLimit = Clock::now() + m_connectTime;
         startTicking();
         if (m_protected) {
             m_protected->setSslConfiguration(configuration);
@@ -310,7 +309,8 @@ void LinkWorker::onTick()
         fail(QAbstractSocket::SocketTimeoutError,
              m_socket->state() == QAbstractSocket::ConnectedState
                  ? QStringLiteral("TLS: no handshake within 10 s; does the peer speak TLS?")
-                 : QStringLiteral("no connection within 10 s"));
+                 : QStringLiteral("no connection within %1 s")
+                       .arg(std::chrono::duration<double>(m_connectTime).count()));
     for (auto entry = m_inFlight.begin(); entry != m_inFlight.end() && !m_paused && !m_failed; ++entry) {
         if (now < entry->second)
             continue;

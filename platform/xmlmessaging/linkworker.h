@@ -22,6 +22,9 @@ namespace logger {
 class LinkLog;
 }
 
+/// How long a link waits for a connection unless it is told otherwise.
+constexpr std::chrono::milliseconds kConnectTime = std::chrono::seconds(10);
+
 /// What a link tells its owner, in the order in which it happened.
 struct LinkNews
 {
@@ -43,6 +46,7 @@ public:
 
     Outbox& outbox() noexcept { return m_outbox; }
     void setLimits(const XmlCommon::MessageLimits& limits) { m_limits = limits; }
+    void setConnectTime(std::chrono::milliseconds time) { m_connectTime = time; }
     void setTls(const TlsSettings& settings) { m_tls = settings; }
 
     /// On the link's thread, before its event loop runs: starts to connect.
@@ -90,6 +94,7 @@ private:
     Inbox& m_inbox;
     Outbox m_outbox;
     XmlCommon::MessageLimits m_limits;
+    std::chrono::milliseconds m_connectTime = kConnectTime;
     TlsSettings m_tls;
     std::shared_ptr<logger::LinkLog> m_log;
     std::unique_ptr<QTcpSocket> m_socket;

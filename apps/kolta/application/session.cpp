@@ -92,6 +92,8 @@ bool Session::open(int timeoutMs)
 {
     // Reads what is configured and leaves everything as it is.
     Kolta::KoltaConnection::getStaticFaultMessageHandler()->Init(m_connection->getName());
+    // What the link itself waits for is over no sooner: a request would be sent once more then.
+    m_connection->setTimeLimits(timeoutMs, timeoutMs);
     m_connection->open();
     const auto isUp = [this] { return m_openings > 0 && m_connection->isIdle(); };
     if (waitFor(isUp, timeoutMs))
@@ -128,6 +130,7 @@ bool Session::loadFaultTexts(int timeoutMs)
 XmlCommon::ptrCXmlMessage Session::request(const XmlCommon::ptrCXmlMessage& message, int timeoutMs)
 {
     m_reply.reset();
+    message->setAvailableTime(Kolta::KoltaConnection::availableTime(timeoutMs));
     m_request = new Kolta::ParameterRequest(message, this, SLOT(takeReply(Kolta::ptrKoltaRequest)));
     m_connection->executeRequest(m_request);
     if (!waitFor([this] { return bool(m_reply); }, timeoutMs))

@@ -20,8 +20,7 @@ namespace Kolta {
 
 namespace {
 
-/// Given to messages that say nothing of it, in the messaging library's unit.
-constexpr quint32 kDefaultAvailableTime = 6000000;
+constexpr quint32 kAvailableTimePerMs = 100;
 /// Every multiple of this queue length is worth a warning.
 constexpr int kQueueWarningStep = 1000;
 
@@ -127,6 +126,7 @@ void KoltaConnection::open()
     const QPointer<KoltaConnection> guard(this);
     const std::shared_ptr<CConnectionThread> link(new CConnectionThread(peerAddress.toString(), peerPort),
                                                   &retire);
+    link->setConnectTime(std::chrono::milliseconds(connectLimitMs));
     thread = link;
     connectThread();
     const bool fullLog = debug;
@@ -247,6 +247,17 @@ void KoltaConnection::enqueue(const Entry& entry)
         kTrace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
                                  .arg(QString::number(length), name));
     sendNextRequest();
+}
+
+quint32 KoltaConnection::availableTime(int milliseconds)
+{
+    return static_cast<quint32>(milliseconds) * kAvailableTimePerMs;
+}
+
+void KoltaConnection::setTimeLimits(int connectMs, int replyMs)
+{
+    connectLimitMs = connectMs;
+    replyLimitMs = replyMs;
 }
 
 void KoltaConnection::setEventFilterRequests(const QList<Kolta::ptrKoltaRequest>& requests)
@@ -413,7 +424,7 @@ void KoltaConnection::transmit(const ptrCXmlMessage& message)
         message->setToken_byGenerator();
     message->setMessageID_byGenerator();
     if (message->getAvailableTime() == 0)
-        message->setAvailableTime(kDefaultAvailableTime);
+        message->setAvailableTime(availableTime(replyLimitMs));
     thread->sendMessage(message, 0);
     message->setSentAgain(true);
 }

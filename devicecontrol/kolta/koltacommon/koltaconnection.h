@@ -81,6 +81,11 @@ public:
     /// Whether there is a link, be it still connecting or already ending.
     bool isOpen() const { return thread != nullptr; }
 
+    /// How long to wait for a link, and for the reply to a request whose message does not say so itself, in
+    /// milliseconds: 10 s and 60 s unless this is called. The first holds from the next open() on.
+    void setTimeLimits(int connectMs, int replyMs);
+    /// That many milliseconds as CXmlMessage::setAvailableTime() takes them.
+    static quint32 availableTime(int milliseconds);
     /// Replaces the requests that are sent after each (re)connection; from the next one on.
     void setEventFilterRequests(const QList<Kolta::ptrKoltaRequest>& requests);
     /// Subscribes to no broadcasts from the next (re)connection on.
@@ -164,6 +169,8 @@ private:
     QHostAddress peerAddress;
     quint16 peerPort = 0;
     bool debug = false;
+    int connectLimitMs = 10000;
+    int replyLimitMs = 60000;
     QString logName;
     /// Null while not open. Slots that it calls hold a share, so that it outlives them whatever they do.
     std::shared_ptr<XmlCommunication::CConnectionThread> thread;
