@@ -56,7 +56,7 @@ public:
     /// Path of an item in the tree's own form.
     QString Path()
     {
-        const QString path = ShortText(Limits::pathBytes);
+        QString path = ShortText(Limits::pathBytes);
         if (path.size() < 2 || !path.startsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('/')) ||
             path.contains(QLatin1String("//")))
             Refuse();
