@@ -2,7 +2,6 @@
 
 #include <simulation/administration.h>
 #include <simulation/adminnodes.h>
-#include <simulation/audit.h>
 #include <simulation/brokenreply.h>
 #include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
@@ -26,19 +25,6 @@ namespace {
 enum eTracePoint : int { eCannotListen = 290, eCannotComeBack = 400 };
 constexpr Startup::TraceSource kTrace("simulation/simulatedserver", Startup::eTraceWarning);
 
-/// Entries of 64 request IDs each that are kept to recognise IDs that come again.
-constexpr std::size_t kMaxSeenIds = 65536;
-
-/// "Recording/StartRecording", "fault 105" or "done".
-QPair<QString, QString> outcome(const CMsgFragment& asked, const CMsgFragment& answered)
-{
-    quint32 fault = 0;
-    const bool failed = answered.getFaultTree().getFaultID(fault);
-    return {QStringLiteral("%1/%2").arg(asked.getComponentName(),
-                                        asked.getRequestTree().getDataTree().getRootTagname().toString()),
-            failed ? QStringLiteral("fault %1").arg(fault) : QStringLiteral("done")};
-}
-
 SimulatedLink* simulatedLink(CServerLink* link)
 {
     return link->findChild<SimulatedLink*>(QString(), Qt::FindDirectChildrenOnly);
@@ -56,7 +42,7 @@ SimulatedServer::SimulatedServer(const Installation& installation, QObject* pare
     : QObject(parent)
     , m_installation(installation)
     , m_resources(installation.resources())
-    , m_handler(m_installation, m_resources, m_statistics, m_rights)
+    , m_desk(m_installation, m_resources, m_statistics)
     , m_server(std::make_unique<XmlCommunication::CServer>())
     , m_administration(std::make_unique<Administration>(m_installation, m_resources, m_plan))
 {
@@ -348,45 +334,16 @@ void SimulatedServer::receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessa
 {
     if (link.isDead() || !message || !isRequest(*message))
         return;
-    countRequest(*message);
+    m_desk.count(*message);
     Q_EMIT requestReceived(message);
-    const CXmlMessage reply = answer(link, *message);
-    for (int i = 0; i < reply.getNumberOfFragments(); ++i)
-        m_statistics.faults += reply.getFragment(i).hasFaultTree() ? 1 : 0;
+    const CXmlMessage reply = m_desk.answer(*message, link.link().getPeerName(), link.settings(),
+                                            [&](const QString& line) { tell(link, line); });
     const QString component =
         message->getNumberOfFragments() > 0 ? message->getFragment(0).getComponentName() : QString();
     const MisbehaviourPlan::Decision decision = m_plan.decideRequest(component);
     if (decision.kind != Misbehaviour::None)
         tell(link, QStringLiteral("misbehaves: ") + misbehaviourName(decision.kind));
     misbehave(link, reply, decision);
-}
-
-CXmlMessage SimulatedServer::answer(SimulatedLink& link, const CXmlMessage& request)
-{
-    const bool command = request.getServiceType() == CXmlMessage::eSERVICE_COMMAND &&
-                         !RequestHandler::concernsLinkOnly(request);
-    const QString kind =
-        QStringLiteral("%1 %2: ").arg(request.servicetypeToString()).arg(request.getMessageID());
-    if (const CXmlMessage* const known = command ? m_commands.find(request.getToken()) : nullptr) {
-        CXmlMessage reply = *known;
-        reply.setMessageID(request.getMessageID());
-        ++m_statistics.repeats;
-        tell(link, kind + QStringLiteral("came before, answered from memory"));
-        return reply;
-    }
-    const CXmlMessage reply = m_handler.answer(request, link.settings());
-    for (int i = 0; i < request.getNumberOfFragments(); ++i) {
-        const auto [what, result] = outcome(request.getFragment(i), reply.getFragment(i));
-        tell(link, kind + what + QStringLiteral(": ") + result);
-        if (command)
-            audit(link.settings().user, link.link().getPeerName(), what, result);
-    }
-    if (command) {
-        ++m_statistics.commands;
-        if (!request.getToken().isEmpty())
-            m_commands.remember(request.getToken(), reply);
-    }
-    return reply;
 }
 
 void SimulatedServer::tell(const SimulatedLink& link, const QString& what)
@@ -397,19 +354,6 @@ void SimulatedServer::tell(const SimulatedLink& link, const QString& what)
     const QString& user = link.settings().user;
     Q_EMIT happened(Startup::oneLineText(QStringLiteral("%1%2 %3").arg(
         link.link().getPeerName(), user.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(user), what)));
-}
-
-void SimulatedServer::countRequest(const CXmlMessage& request)
-{
-    ++m_statistics.requests;
-    const quint32 id = request.getMessageID();
-    // A client that makes its numbers up must not fill the memory.
-    if (m_seenIds.size() > kMaxSeenIds)
-        m_seenIds.clear();
-    quint64& ids = m_seenIds[id / 64];
-    const quint64 bit = quint64(1) << (id % 64);
-    m_statistics.duplicates += (ids & bit) != 0 ? 1 : 0;
-    ids |= bit;
 }
 
 void SimulatedServer::misbehave(SimulatedLink& link, const CXmlMessage& reply,

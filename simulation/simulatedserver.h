@@ -1,10 +1,8 @@
 #pragma once
 
-#include <simulation/commandmemory.h>
-#include <simulation/commandrights.h>
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
-#include <simulation/requesthandler.h>
+#include <simulation/requestdesk.h>
 #include <simulation/resourcestate.h>
 
 #include <xmlmessaging/tlssettings.h>
@@ -14,7 +12,6 @@
 #include <QString>
 
 #include <memory>
-#include <unordered_map>
 
 namespace values {
 class Tree;
@@ -52,7 +49,7 @@ public:
     void setPlainNetworkAllowed(bool allowed);
     /// Asks the users of that file, see Nax::UserDirectory, whether the user whom a client's certificate
     /// names may give a command. False when the file is none; nobody may give any then.
-    bool setUsers(const QString& file, QString& error) { return m_rights.load(file, error); }
+    bool setUsers(const QString& file, QString& error) { return m_desk.setUsers(file, error); }
     /// Stops listening and ends all links.
     void close();
     QHostAddress address() const { return m_address; }
@@ -148,8 +145,6 @@ Q_SIGNALS:
 private:
     void openLink(XmlCommunication::CServerLink* link);
     void receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessage& message);
-    void countRequest(const XmlCommon::CXmlMessage& request);
-    XmlCommon::CXmlMessage answer(SimulatedLink& link, const XmlCommon::CXmlMessage& request);
     void tell(const SimulatedLink& link, const QString& what);
     void misbehave(SimulatedLink& link, const XmlCommon::CXmlMessage& reply,
                    const MisbehaviourPlan::Decision& decision);
@@ -167,13 +162,10 @@ private:
     Installation m_installation;
     ResourceState m_resources;
     ServerStatistics m_statistics;
-    CommandRights m_rights;
-    CommandMemory m_commands;
-    RequestHandler m_handler;
+    RequestDesk m_desk;
     MisbehaviourPlan m_plan;
     std::unique_ptr<XmlCommunication::CServer> m_server;
     std::unique_ptr<Administration> m_administration;
-    std::unordered_map<quint32, quint64> m_seenIds; ///< one bit per request ID that has come, 64 to an entry
     QHostAddress m_address;
     quint16 m_port = 0;
     int m_batches = 0;
