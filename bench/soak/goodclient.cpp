@@ -22,9 +22,8 @@ class NumberedRequest : public Kolta::GeneralRequest
 public:
     NumberedRequest(GoodClient& client, quint64 number) : m_client(&client), m_number(number)
     {
-        const XmlCommon::ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_QUERY));
-        message->addFragment(XmlCommunication::CAppDescription::makeFragment());
-        getMessage() = message;
+        getMessage()->setServiceType(CXmlMessage::eSERVICE_QUERY);
+        getMessage()->addFragment(XmlCommunication::CAppDescription::makeFragment());
     }
     bool handleFault() override { return true; }
     Kolta::ptrKoltaRequest processReply(XmlCommon::ptrCXmlMessage reply) override
