@@ -122,7 +122,7 @@ void TestKoltaSim::keepsItsMemory()
     const quint16 port = where.section(QLatin1Char(':'), -1).toUShort();
     KoltaSimulation::HostilePeers hostile(address, port);
     hostile.add(static_cast<KoltaSimulation::Hostility>(kind), peers, bytes);
-    QVERIFY(hostile.settle(1000, 30000));
+    QVERIFY(hostile.settle(1000, 100000));
     const qint64 peak = KoltaSimulation::peakMemory(program.processId());
     QVERIFY2(peak > 0 && peak <= limit, qPrintable(QString::number(peak)));
     RawClient client(address, port); // and it still serves
