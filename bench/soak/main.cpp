@@ -180,8 +180,10 @@ void Run::compare(const char* who, const Peak& first, const Peak& last)
     std::printf("%-14s descriptors %4d -> %4d   threads %3d -> %3d   memory %6.1f -> %6.1f MiB\n", who,
                 a.descriptors, b.descriptors, a.threads, b.threads, static_cast<double>(a.bytes) / 1048576,
                 static_cast<double>(b.bytes) / 1048576);
-    const bool grows = b.descriptors > a.descriptors + a.descriptors / 10 + 5 || b.threads > a.threads + 5 ||
-                       b.bytes > a.bytes + a.bytes / 10 + kToleratedBytes;
+    // Hostile links may be open or not in the moment of a sample; a leak is one for each of thousands of
+    // links.
+    const bool grows = b.descriptors > a.descriptors + a.descriptors / 10 + kHostilePeers / 2 ||
+                       b.threads > a.threads + 5 || b.bytes > a.bytes + a.bytes / 10 + kToleratedBytes;
     if (grows)
         m_failures.append(QStringLiteral("%1 grows").arg(QLatin1String(who)));
 }
