@@ -183,6 +183,25 @@ bool Installation::loadSettings(const QString& file, QString& error)
         error = QStringLiteral("%1: cannot be parsed, expected [Section] and Key=value lines").arg(file);
         return false;
     }
+    if (!loadTexts(file, settings, error))
+        return false;
+    if (!m_basePath.startsWith(QLatin1Char('/')) || m_basePath.endsWith(QLatin1Char('/'))) {
+        error = QStringLiteral(
+                    "%1: [Server] BasePath is \"%2\", expected a path like /ConnectManager/AdminTree/%3")
+                    .arg(file, m_basePath, m_serverName);
+        return false;
+    }
+    if (!loadNumbers(file, settings, error))
+        return false;
+    settings.beginGroup(QStringLiteral("WorkingState"));
+    QMap<QString, QString> states;
+    for (const QString& key : settings.childKeys())
+        states.insert(key, settings.value(key).toStringList().join(QLatin1Char(',')));
+    return loadWorkingStates(file, states, error);
+}
+
+bool Installation::loadTexts(const QString& file, const QSettings& settings, QString& error)
+{
     const struct
     {
         const char* section;
@@ -206,19 +225,7 @@ bool Installation::loadSettings(const QString& file, QString& error)
             return false;
         }
     }
-    if (!m_basePath.startsWith(QLatin1Char('/')) || m_basePath.endsWith(QLatin1Char('/'))) {
-        error = QStringLiteral(
-                    "%1: [Server] BasePath is \"%2\", expected a path like /ConnectManager/AdminTree/%3")
-                    .arg(file, m_basePath, m_serverName);
-        return false;
-    }
-    if (!loadNumbers(file, settings, error))
-        return false;
-    settings.beginGroup(QStringLiteral("WorkingState"));
-    QMap<QString, QString> states;
-    for (const QString& key : settings.childKeys())
-        states.insert(key, settings.value(key).toStringList().join(QLatin1Char(',')));
-    return loadWorkingStates(file, states, error);
+    return true;
 }
 
 bool Installation::loadNumbers(const QString& file, const QSettings& settings, QString& error)

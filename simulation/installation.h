@@ -76,6 +76,7 @@ public:
 private:
     bool loadSettings(const QString& file, QString& error);
     bool loadWorkingStates(const QString& file, const QMap<QString, QString>& states, QString& error);
+    bool loadTexts(const QString& file, const QSettings& settings, QString& error);
     bool loadNumbers(const QString& file, const QSettings& settings, QString& error);
     bool loadResources(const QString& file, QString& error);
     bool loadFaults(const QString& file, QString& error);

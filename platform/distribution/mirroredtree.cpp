@@ -48,6 +48,15 @@ QString errorFor(const FailedWish& wish)
     return isUnknown ? QString() : QStringLiteral("The request was not made: %1").arg(wish.reason);
 }
 
+/// The requests that the pieces hold; the names belong to the pieces.
+std::unordered_set<std::string_view> requestsOf(const std::vector<CommandPiece>& pieces)
+{
+    std::unordered_set<std::string_view> requests;
+    for (const CommandPiece& piece : pieces)
+        requests.insert(piece.scope.requests.begin(), piece.scope.requests.end());
+    return requests;
+}
+
 } // namespace
 
 MirroredTree::MirroredTree(ChangeCollector& collector, MirrorEvents events)
@@ -251,14 +260,12 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
         !ReadPieces(value, BytesOf(presentBytes), m_collector.GetLink(), present))
         return;
     std::unordered_map<std::string_view, const CommandPiece*> items;
-    std::unordered_set<std::string_view> open, staying;
+    const auto open = requestsOf(present);
+    const auto staying = requestsOf(target);
     for (const CommandPiece& piece : present) {
         if (piece.scope.keys.size() == 1)
             items.emplace(piece.scope.keys.front(), &piece);
-        open.insert(piece.scope.requests.begin(), piece.scope.requests.end());
     }
-    for (const CommandPiece& piece : target)
-        staying.insert(piece.scope.requests.begin(), piece.scope.requests.end());
 
     const Weak<ValueBase> alive(&value);
     Guarded([&] {

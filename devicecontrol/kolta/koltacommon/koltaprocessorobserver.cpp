@@ -25,6 +25,28 @@ void appendProductions(const QVector<Node>& nodes, QStringList& ids, QSet<QStrin
     }
 }
 
+/// The GUIDs of `before` that `now` lacks. `isUnique`: no GUID occurs twice in either.
+QStringList missingIn(const ProcessorIndex& now, const ProcessorIndex& before, bool isUnique)
+{
+    QStringList missing;
+    int after = -1;
+    for (int place = 0; place < before.processors().size(); ++place) {
+        if (isUnique && before.isUnchanged(place, now, after + 1)) {
+            ++after;
+            continue;
+        }
+        if (!before.isFirst(place))
+            continue;
+        const QString& guid = before.processors().at(place).guid();
+        const int match = now.find(guid, after + 1);
+        if (match < 0)
+            missing.append(guid);
+        else
+            after = match;
+    }
+    return missing;
+}
+
 } // namespace
 
 KoltaProcessorObserver::KoltaProcessorObserver(QObject* parent) : KoltaProcessorObserver(QString(), parent) {}
@@ -211,22 +233,7 @@ void KoltaProcessorObserver::compareWith(const ProcessorIndex& now)
         if (!now.sameAt(place, m_announced, match))
             m_due.push_back({eChanged, {guid}, {}});
     }
-    QStringList stopped;
-    int after = -1;
-    for (int place = 0; place < m_announced.processors().size(); ++place) {
-        if (isUnique && m_announced.isUnchanged(place, now, after + 1)) {
-            ++after;
-            continue;
-        }
-        if (!m_announced.isFirst(place))
-            continue;
-        const QString& guid = m_announced.processors().at(place).guid();
-        const int match = now.find(guid, after + 1);
-        if (match < 0)
-            stopped.append(guid);
-        else
-            after = match;
-    }
+    const QStringList stopped = missingIn(now, m_announced, isUnique);
     if (!stopped.isEmpty())
         m_due.push_back({eSeveralStopped, stopped, {}});
     for (const QString& guid : qAsConst(stopped))

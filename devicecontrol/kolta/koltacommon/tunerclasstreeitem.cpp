@@ -382,6 +382,20 @@ int TunerClassTreeItem::moveUpTuners(TunerClassTreeItem& removed)
     return static_cast<int>(tuners.size());
 }
 
+/// Lets go of the children, and of the tree when it is to leave that.
+void TunerClassTreeItem::empty(bool leavesTree)
+{
+    if (m_class) {
+        m_class->defaultChild.reset();
+        m_class->tunerChildren = 0;
+        m_class->children.clear();
+    }
+    if (leavesTree) {
+        m_parent.reset();
+        m_class->changes.reset();
+    }
+}
+
 /// Takes everything out of this class and the classes below it, and the latter out of the tree. Returns the
 /// tuners in the order in which they would be children of this class had the classes below it been deleted
 /// one after the other, the deepest first: with every level that they come up their order is turned round.
@@ -406,15 +420,7 @@ TunerClassTreeItem::Items TunerClassTreeItem::dissolve()
                 tuners.insert(tuners.end(), children.begin(), firstClass);
             else
                 tuners.insert(tuners.end(), std::make_reverse_iterator(firstClass), children.rend());
-            if (item.m_class) {
-                item.m_class->defaultChild.reset();
-                item.m_class->tunerChildren = 0;
-                item.m_class->children.clear();
-            }
-            if (&item != this) {
-                item.m_parent.reset();
-                item.m_class->changes.reset();
-            }
+            item.empty(&item != this);
         } else if (task.forwards) {
             // The last task runs first.
             tasks.push_back({task.item, true, true});

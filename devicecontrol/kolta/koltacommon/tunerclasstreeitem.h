@@ -181,6 +181,7 @@ private:
     void takeOutChild(int index);
     bool deleteChildInternal(int index, bool keepItem);
     int moveUpTuners(TunerClassTreeItem& removed);
+    void empty(bool leavesTree);
     Items dissolve();
 
     Kind m_kind;
