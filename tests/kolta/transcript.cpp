@@ -144,7 +144,7 @@ QString ExampleRunner::translated(QString text) const
 {
     for (auto place = m_places.begin(); place != m_places.end(); ++place)
         text.replace(place.key(), place.value(), Qt::CaseInsensitive);
-    return text.replace(QLatin1Char('@'), m_folder.path());
+    return text.replace(QLatin1String("@/"), m_folder.path() + QLatin1Char('/'));
 }
 
 int ExampleRunner::run(const Example& example)
