@@ -101,7 +101,8 @@ bool readStrictly(ByteReader in, QString& text)
             continue;
         }
         // Two halves of one character have a form of their own.
-        if (isLowSurrogate(character) && !read.isEmpty() && read.constData()[read.size() - 1].isHighSurrogate())
+        if (isLowSurrogate(character) && !read.isEmpty() &&
+            read.constData()[read.size() - 1].isHighSurrogate())
             return false;
         read += QChar(static_cast<ushort>(character));
     }

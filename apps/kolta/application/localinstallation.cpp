@@ -115,26 +115,31 @@ bool LocalInstallation::makeBroker(QString& error)
     connect(m_broker.get(), &LocalBroker::si_Ended, this, &LocalInstallation::onBrokerEnd);
     if (!m_broker->start(error))
         return false;
-    m_accessFile = distribution::AccessFilePath(*distribution::BrokerAddress::FromUrl(m_broker->url(), error));
+    m_accessFile =
+        distribution::AccessFilePath(*distribution::BrokerAddress::FromUrl(m_broker->url(), error));
     return writeAccess(error);
 }
 
 bool LocalInstallation::makeCertificates(LocalBroker::Settings& settings, QString& error) const
 {
     const auto words = [](const char* text) { return QString::fromLatin1(text).split(QLatin1Char(' ')); };
-    const QString authority = path(QStringLiteral("authority.crt")), authorityKey = path(QStringLiteral("authority.key"));
+    const QString authority = path(QStringLiteral("authority.crt")),
+                  authorityKey = path(QStringLiteral("authority.key"));
     const QString request = path(QStringLiteral("broker.csr"));
     settings.certificateFile = path(QStringLiteral("broker.crt"));
     settings.keyFile = path(QStringLiteral("broker.key"));
-    return runOpenssl(words("req -x509 -newkey rsa:2048 -nodes -days 3650 -subj /CN=kolta") +
-                          QStringList{QStringLiteral("-keyout"), authorityKey, QStringLiteral("-out"), authority},
-                      error) &&
-           runOpenssl(words("req -newkey rsa:2048 -nodes -subj /CN=broker -addext subjectAltName=DNS:localhost,IP:127.0.0.1") +
-                          QStringList{QStringLiteral("-keyout"), settings.keyFile, QStringLiteral("-out"), request},
-                      error) &&
+    return runOpenssl(
+               words("req -x509 -newkey rsa:2048 -nodes -days 3650 -subj /CN=kolta") +
+                   QStringList{QStringLiteral("-keyout"), authorityKey, QStringLiteral("-out"), authority},
+               error) &&
+           runOpenssl(
+               words("req -newkey rsa:2048 -nodes -subj /CN=broker -addext "
+                     "subjectAltName=DNS:localhost,IP:127.0.0.1") +
+                   QStringList{QStringLiteral("-keyout"), settings.keyFile, QStringLiteral("-out"), request},
+               error) &&
            runOpenssl(words("x509 -req -CAcreateserial -copy_extensions copyall -days 3650 -in") +
-                          QStringList{request, QStringLiteral("-CA"), authority, QStringLiteral("-CAkey"), authorityKey,
-                                      QStringLiteral("-out"), settings.certificateFile},
+                          QStringList{request, QStringLiteral("-CA"), authority, QStringLiteral("-CAkey"),
+                                      authorityKey, QStringLiteral("-out"), settings.certificateFile},
                       error);
 }
 
@@ -164,17 +169,22 @@ bool LocalInstallation::makeServer(const QString& name, QString& error)
         QFile source(sample.filePath(QLatin1String(file)));
         QFile::remove(target);
         QFile written(target);
-        if (source.open(QIODevice::ReadOnly) && written.open(QIODevice::WriteOnly) && written.write(change(source.readAll())) >= 0)
+        if (source.open(QIODevice::ReadOnly) && written.open(QIODevice::WriteOnly) &&
+            written.write(change(source.readAll())) >= 0)
             return true;
         error = QStringLiteral("%1: %2").arg(target, written.errorString());
         return false;
     };
     const bool renamed = rewrite("installation.ini", [&](QByteArray text) {
-        return text.replace("Name=S1\n", "Name=" + name.toUtf8() + '\n').replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n');
+        return text.replace("Name=S1\n", "Name=" + name.toUtf8() + '\n')
+            .replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n');
     });
-    const bool equipped = m_settings.tuners == 0 || rewrite("resources.xml", [&](const QByteArray&) {
-        return KoltaSimulation::makeResources(m_settings.tuners, quint32(m_servers.size() + 1)).GetXmlString().toUtf8();
-    });
+    const bool equipped =
+        m_settings.tuners == 0 || rewrite("resources.xml", [&](const QByteArray&) {
+            return KoltaSimulation::makeResources(m_settings.tuners, quint32(m_servers.size() + 1))
+                .GetXmlString()
+                .toUtf8();
+        });
     m_servers.push_back(std::move(server));
     return renamed && equipped;
 }
@@ -192,8 +202,9 @@ void LocalInstallation::startServer(Server& server)
             Q_EMIT si_Told(server.name + QStringLiteral(": ") +
                            QString::fromUtf8(server.process->readAllStandardError()).trimmed());
     });
-    process->start(QCoreApplication::applicationDirPath() + QStringLiteral("/koltasim"),
-                   {QStringLiteral("--installation"), server.folder, QStringLiteral("--publish"), m_broker->url()});
+    process->start(
+        QCoreApplication::applicationDirPath() + QStringLiteral("/koltasim"),
+        {QStringLiteral("--installation"), server.folder, QStringLiteral("--publish"), m_broker->url()});
 }
 
 void LocalInstallation::readOutput(Server& server)
@@ -220,7 +231,8 @@ void LocalInstallation::onServerEnd(Server& server)
     QTimer::singleShot(kRestartMs, this, [this, &server] {
         startServer(server);
         server.process->waitForStarted();
-        Q_EMIT si_Told(QStringLiteral("%1 was started again: %2").arg(server.name).arg(server.process->processId()));
+        Q_EMIT si_Told(
+            QStringLiteral("%1 was started again: %2").arg(server.name).arg(server.process->processId()));
     });
 }
 
@@ -233,7 +245,9 @@ void LocalInstallation::onBrokerEnd()
         return;
     QTimer::singleShot(kRestartMs, this, [this] {
         QString error;
-        Q_EMIT si_Told(m_broker->start(error) ? QStringLiteral("the broker was started again: %1").arg(m_broker->pid()) : error);
+        Q_EMIT si_Told(m_broker->start(error)
+                           ? QStringLiteral("the broker was started again: %1").arg(m_broker->pid())
+                           : error);
     });
 }
 

@@ -13,9 +13,9 @@
 
 namespace KoltaCli {
 
-/// A whole installation on this machine: a broker of its own and simulated servers, each a process. The broker admits
-/// whoever has the access file, which only this user can read; programs of this user find it by the broker's URL. All
-/// of it ends with this object.
+/// A whole installation on this machine: a broker of its own and simulated servers, each a process. The
+/// broker admits whoever has the access file, which only this user can read; programs of this user find it by
+/// the broker's URL. All of it ends with this object.
 class LocalInstallation : public QObject
 {
     Q_OBJECT
@@ -31,8 +31,8 @@ public:
     explicit LocalInstallation(const Settings& settings);
     ~LocalInstallation() override;
 
-    /// Starts everything and waits until all servers are published; false, with the reason in one line, when that does
-    /// not come about within `milliseconds`.
+    /// Starts everything and waits until all servers are published; false, with the reason in one line, when
+    /// that does not come about within `milliseconds`.
     bool start(int milliseconds, QString& error);
 
     QString url() const { return m_broker->url(); }

@@ -105,10 +105,12 @@ TreeMirror::~TreeMirror() = default;
 
 QVector<Option> TreeMirror::options()
 {
-    return {text("tree", "URL",
-                 "Look at the servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] "
-                 "(environment KOLTA_TREE)."),
-            whole("tree-timeout", "seconds", "How long they may take to be live (5).", 1, 3600, "5")};
+    return {
+        text(
+            "tree", "URL",
+            "Look at the servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] "
+            "(environment KOLTA_TREE)."),
+        whole("tree-timeout", "seconds", "How long they may take to be live (5).", 1, 3600, "5")};
 }
 
 QString TreeMirror::urlOf(const CommandLine& line)
@@ -143,12 +145,9 @@ const QString& TreeMirror::problem() const noexcept
 
 QJsonObject TreeMirror::Branch::toJson() const
 {
-    QJsonObject object{{QStringLiteral("branch"), name},
-                       {QStringLiteral("state"), state},
-                       {QStringLiteral("host"), host},
-                       {QStringLiteral("epoch"), epoch},
-                       {QStringLiteral("numbers"), numbers},
-                       {QStringLiteral("openWishes"), openWishes}};
+    QJsonObject object{{QStringLiteral("branch"), name},     {QStringLiteral("state"), state},
+                       {QStringLiteral("host"), host},       {QStringLiteral("epoch"), epoch},
+                       {QStringLiteral("numbers"), numbers}, {QStringLiteral("openWishes"), openWishes}};
     if (beatAgeMs >= 0)
         object[QStringLiteral("beatAgeMs")] = static_cast<double>(beatAgeMs);
     return object;

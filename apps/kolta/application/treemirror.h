@@ -23,13 +23,13 @@ public:
 
     /// --tree and --tree-timeout.
     static QVector<Option> options();
-    /// The tree that a command is to look at: that of --tree, else of the environment's KOLTA_TREE, else of the
-    /// configuration's Distribution/Url; empty for none.
+    /// The tree that a command is to look at: that of --tree, else of the environment's KOLTA_TREE, else of
+    /// the configuration's Distribution/Url; empty for none.
     static QString urlOf(const CommandLine& line);
     /// Begins to mirror all branches. Null, and an error is printed, when the URL does not fit.
     static std::unique_ptr<TreeMirror> open(const QString& url);
-    /// The same, and waits as long as --tree-timeout allows until those that there are are live. Null, and an error
-    /// with the states is printed, when that does not happen; the command then ends with eExitNoTree.
+    /// The same, and waits as long as --tree-timeout allows until those that there are are live. Null, and an
+    /// error with the states is printed, when that does not happen; the command then ends with eExitNoTree.
     static std::unique_ptr<TreeMirror> join(const QString& url, const CommandLine& line);
 
     /// Runs the event loop until all branches are live, and at least one; false when that takes longer.
@@ -43,9 +43,9 @@ public:
         QString state;
         QString host;
         QString epoch;
-        QString basePath;    ///< of the server's administrative node; empty when it has none
+        QString basePath; ///< of the server's administrative node; empty when it has none
         qint64 beatAgeMs = -1;
-        QString numbers;     ///< of the newest change of each of its channels
+        QString numbers; ///< of the newest change of each of its channels
         int openWishes = 0;
 
         QJsonObject toJson() const;

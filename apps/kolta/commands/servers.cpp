@@ -13,14 +13,17 @@ namespace {
 
 void printBranches(const QVector<TreeMirror::Branch>& branches)
 {
-    Table table({QStringLiteral("SERVER"), QStringLiteral("STATE"), QStringLiteral("HOST"), QStringLiteral("LAST BEAT"),
-                 QStringLiteral("NUMBERS"), QStringLiteral("OPEN"), QStringLiteral("EPOCH")});
+    Table table({QStringLiteral("SERVER"), QStringLiteral("STATE"), QStringLiteral("HOST"),
+                 QStringLiteral("LAST BEAT"), QStringLiteral("NUMBERS"), QStringLiteral("OPEN"),
+                 QStringLiteral("EPOCH")});
     table.alignRight({3, 5});
     for (const TreeMirror::Branch& branch : branches) {
         const QString age =
-            branch.beatAgeMs < 0 ? QString() : secondsText(static_cast<int>(std::min(branch.beatAgeMs, qint64(999999999))));
-        table.addRow({branch.name, branch.state, branch.host, age, branch.numbers, QString::number(branch.openWishes),
-                      branch.epoch});
+            branch.beatAgeMs < 0
+                ? QString()
+                : secondsText(static_cast<int>(std::min(branch.beatAgeMs, qint64(999999999))));
+        table.addRow({branch.name, branch.state, branch.host, age, branch.numbers,
+                      QString::number(branch.openWishes), branch.epoch});
     }
     printTable(table, QStringLiteral("no server publishes itself there"));
 }
@@ -41,7 +44,8 @@ int servers(const CommandLine& line)
     }
     const QVector<TreeMirror::Branch> branches = mirror->branches();
     if (line.json())
-        std::for_each(branches.begin(), branches.end(), [](const auto& branch) { printJson(branch.toJson()); });
+        std::for_each(branches.begin(), branches.end(),
+                      [](const auto& branch) { printJson(branch.toJson()); });
     else
         printBranches(branches);
     return areLive ? eExitOk : eExitNoTree;
@@ -53,7 +57,8 @@ Command serversCommand()
 {
     return {"servers",
             "list the servers that publish their value trees",
-            "Lists the servers that publish themselves at a broker: how this process stands to each, its host, the age of "
+            "Lists the servers that publish themselves at a broker: how this process stands to each, its "
+            "host, the age of "
             "its last sign of life, and the numbers of its newest changes. Ends with 4 unless all are live.",
             {},
             TreeMirror::options(),
