@@ -15,7 +15,7 @@ using namespace distribution;
 
 namespace {
 
-constexpr int kPatience = 20000;
+constexpr int kPatience = 60000;
 constexpr char kWorkingState[] = "/ConnectManager/AdminTree/S1/ADMINISTRATION/WorkingState";
 
 /// A program with the next lines that it prints.
@@ -57,7 +57,7 @@ private Q_SLOTS:
         QVERIFY2(m_broker.start(error), qPrintable(error));
         QFile configuration(configurationFile());
         QVERIFY(configuration.open(QIODevice::WriteOnly));
-        QVERIFY(configuration.write("[Distribution]\nBeatMs=300\nGraceMs=1000\nDeathGraceMs=300\n") > 0);
+        QVERIFY(configuration.write("[Distribution]\nBeatMs=1000\nGraceMs=5000\nDeathGraceMs=300\n") > 0);
     }
 
     void simulatorIsKilledAndReturns()
