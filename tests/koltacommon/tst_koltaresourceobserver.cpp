@@ -2,14 +2,20 @@
 #include <support/signalrecorder.h>
 #include <support/testprogram.h>
 
+#include <koltacommon/koltaownerobserver.h>
+#include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/koltatunertypeobserver.h>
 #include <koltacommon/powercontrolcmd.h>
+#include <koltacommon/resourcedemandclassobserver.h>
 #include <koltacommon/tavikresourceconverter.h>
+#include <koltacommon/tunerbookingmanager.h>
 
 #include <resourcemodel/requests.h>
 
 #include <QtTest>
 
+#include <atomic>
 #include <functional>
 
 using namespace Kolta;
@@ -95,6 +101,41 @@ class TestKoltaResourceObserver : public QObject
 private Q_SLOTS:
     void init() { m_value = put(path); }
     void cleanup() { values::Tree::Instance().Clear(); }
+
+    /// First of all, so that nothing else has registered the types of the arguments.
+    void signalsTravelBetweenThreads()
+    {
+        const KoltaResourceObserver observer(path);
+        const KoltaProcessorObserver processors;
+        const KoltaTunerTypeObserver tunerTypes;
+        const ResourceDemandClassObserver demandClasses;
+        const KoltaOwnerObserver owners;
+        const TunerBookingManager manager;
+        for (const QObject* const sender : std::initializer_list<const QObject*>{
+                 &observer, &processors, &tunerTypes, &demandClasses, &owners, &manager}) {
+            const QMetaObject& type = *sender->metaObject();
+            for (int i = 0; i < type.methodCount(); ++i) {
+                if (type.method(i).methodType() != QMetaMethod::Signal ||
+                    type.method(i).enclosingMetaObject() == &QObject::staticMetaObject)
+                    continue;
+                for (const QByteArray& argument : type.method(i).parameterTypes())
+                    QVERIFY2(argument.endsWith('*') || QMetaType::type(argument) != QMetaType::UnknownType,
+                             type.method(i).methodSignature());
+            }
+        }
+
+        QThread thread;
+        QObject receiver;
+        receiver.moveToThread(&thread);
+        std::atomic<int> tuners{0};
+        connect(&observer, &KoltaResourceObserver::si_ResourcesChanged, &receiver,
+                [&tuners](const ResourceOverview& overview) { tuners = overview.GetTuner().size(); });
+        thread.start();
+        m_value->SetValue(overviewOf("T A 11, T B 11"_s).GetXmlString());
+        QTRY_COMPARE(tuners.load(), 2);
+        thread.quit();
+        QVERIFY(thread.wait());
+    }
 
     void differencesInOrder()
     {

@@ -18,6 +18,7 @@ KoltaOwnerObserver::KoltaOwnerObserver(QObject* parent) : KoltaOwnerObserver(QSt
 KoltaOwnerObserver::KoltaOwnerObserver(const QString& path, QObject* parent)
     : AbstractRGValueObserver(QString(), parent)
 {
+    qRegisterMetaType<OwnerOverview>();
     if (!path.isEmpty())
         KoltaOwnerObserver::init(path);
 }

@@ -54,6 +54,7 @@ KoltaProcessorObserver::KoltaProcessorObserver(QObject* parent) : KoltaProcessor
 KoltaProcessorObserver::KoltaProcessorObserver(const QString& path, QObject* parent)
     : AbstractRGValueObserver(QString(), parent), m_doubt(new QTimer(this))
 {
+    qRegisterMetaType<RESOURCEMANAGEMENT::ProcessorOverview>();
     m_doubt->setSingleShot(true);
     connect(m_doubt, &QTimer::timeout, this, [this] {
         compareWith(index());

@@ -270,6 +270,10 @@ KoltaResourceObserver::KoltaResourceObserver(QObject* parent) : KoltaResourceObs
 KoltaResourceObserver::KoltaResourceObserver(const QString& path, QObject* parent)
     : AbstractRGValueObserver(QString(), parent), m_currentOverview(&currentValue)
 {
+    qRegisterMetaType<ResourceOverview>();
+    qRegisterMetaType<ProcessingUnit::Registration>();
+    qRegisterMetaType<ProcessingUnit::LocalStorage>();
+    qRegisterMetaType<StorageUnit::Registration>();
     setIgnoreEmptyStringUpdates(true);
     if (!path.isEmpty())
         KoltaResourceObserver::init(path);

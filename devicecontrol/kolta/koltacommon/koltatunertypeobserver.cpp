@@ -10,6 +10,7 @@ KoltaTunerTypeObserver::KoltaTunerTypeObserver(QObject* parent) : KoltaTunerType
 KoltaTunerTypeObserver::KoltaTunerTypeObserver(const QString& path, QObject* parent)
     : AbstractRGValueObserver(QString(), parent)
 {
+    qRegisterMetaType<RESOURCEMANAGEMENT::TunerTypeOverview>();
     if (!path.isEmpty())
         KoltaTunerTypeObserver::init(path);
 }

@@ -134,6 +134,7 @@ ResourceDemandClassObserver::ResourceDemandClassObserver(QObject* parent)
 ResourceDemandClassObserver::ResourceDemandClassObserver(const QString& path, QObject* parent)
     : AbstractRGValueObserver(QString(), parent)
 {
+    qRegisterMetaType<RESOURCEMANAGEMENT::ResourceDemandClassOverview>();
     if (!path.isEmpty())
         ResourceDemandClassObserver::init(path);
 }

@@ -95,6 +95,8 @@ QString invalidObject()
 TunerBookingManager::TunerBookingManager(QObject* parent, eUpdateMode updateMode)
     : QObject(parent), m_updateMode(updateMode), m_binding(this)
 {
+    qRegisterMetaType<ResourceOverview>();
+    qRegisterMetaType<State>();
 }
 
 TunerBookingManager::~TunerBookingManager() = default;
