@@ -110,16 +110,26 @@ private Q_SLOTS:
             CfgCenter::Instance().SetValue("VeskConfiguration"_s, "FaultReferenceFile"_s, path);
         };
         handler.sl_QueryFaultReference(nullptr);
-        configure(dir->filePath("no/such/folder"_s));
-        handler.sl_QueryFaultReference(&query);
-        QCOMPARE(written.count(), 0);
+        // What cannot be written is known all the same, though to this handler only.
+        QVERIFY(writeFile(dir->filePath("file"_s), "x"));
+        for (const QString& folder : {"no/such"_s, "file"_s}) {
+            const QString nowhere = dir->filePath(folder + "/Vesk.sfr"_s);
+            configure(nowhere);
+            FaultMessageHandler other;
+            QSignalSpy told(&other, &FaultMessageHandler::si_faultReferenceFile);
+            other.sl_QueryFaultReference(&query);
+            QCOMPARE(told.count(), 0);
+            QVERIFY(other.Init("K"_s) && !handler.Init("K"_s) && !QFile::exists(nowhere));
+            QCOMPARE(other.ConvertFaultMessage(CFaultTree(7, 1)), "se v e"_s);
+        }
 
         // Without a configured file it goes to the data folder, and is configured from then on.
         CfgCenter::Instance().Remove("VeskConfiguration"_s, "FaultReferenceFile"_s);
-        Startup::AdministratorConfiguration::Instance().SetValue("TavikDataDir"_s, dir->path());
+        Startup::AdministratorConfiguration::Instance().SetValue("TavikDataDir"_s,
+                                                                 dir->filePath("new/data"_s));
         handler.sl_QueryFaultReference(&query);
         handler.sl_QueryFaultReference(&query);
-        const QString path = dir->filePath("Vesk.sfr"_s);
+        const QString path = dir->filePath("new/data/Vesk.sfr"_s);
         QCOMPARE(written.count(), 1);
         QCOMPARE(written.first().first().toString(), path);
         QCOMPARE(readFile(path), QByteArray("7|se v e|n\n8|\xC3\xA9\n"));

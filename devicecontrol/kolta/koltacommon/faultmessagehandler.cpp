@@ -4,6 +4,8 @@
 #include <startup/tracesource.h>
 #include <xmlmessaging/converters.h>
 
+#include <QBuffer>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -90,20 +92,20 @@ LineKind parseLine(const QByteArray& bytes, unsigned int& id, QString& text)
 }
 
 /// Reads the rest of a line that is longer than the limit.
-void skipRestOfLine(QFile& file, QByteArray& bytes)
+void skipRestOfLine(QIODevice& file, QByteArray& bytes)
 {
     while (!bytes.isEmpty() && !bytes.endsWith('\n') && file.pos() < kMaxFileBytes)
         bytes = file.readLine(kMaxLineBytes);
 }
 
-QHash<unsigned int, QString> readReference(QFile& file)
+QHash<unsigned int, QString> readReference(QIODevice& file, const QString& path)
 {
     QHash<unsigned int, QString> table;
     SkippedLines skipped;
     for (int number = 1; !file.atEnd(); ++number) {
         if (file.pos() >= kMaxFileBytes) {
             kTrace(eFileTooLong, QStringLiteral("Warning: %1: read no further than %2 bytes")
-                                     .arg(file.fileName(), QString::number(kMaxFileBytes)));
+                                     .arg(path, QString::number(kMaxFileBytes)));
             break;
         }
         QByteArray bytes = file.readLine(kMaxLineBytes);
@@ -122,7 +124,7 @@ QHash<unsigned int, QString> readReference(QFile& file)
         else if (kind == LineKind::Broken)
             skipped.add(number);
     }
-    skipped.report(file.fileName());
+    skipped.report(path);
     return table;
 }
 
@@ -229,7 +231,6 @@ void FaultMessageHandler::Forget()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_descriptions.clear();
-    m_path.clear();
     m_initialised = false;
 }
 
@@ -253,20 +254,28 @@ void FaultMessageHandler::sl_QueryFaultReference(ResourceConverter::CQueryFaultR
         if (m_initialised)
             return;
         path = configuredPath();
-        if (path.isEmpty())
+        const bool isDefault = path.isEmpty();
+        if (isDefault)
             path =
                 Startup::AdministratorConfiguration::Instance().TavikDataDir() + QStringLiteral("/Vesk.sfr");
+        QBuffer answer;
+        answer.open(QIODevice::ReadWrite);
+        const QVector<ResourceConverter::FaultDescription>& faults = query->getFaults();
+        for (const ResourceConverter::FaultDescription& fault : faults)
+            answer.write(toLine(fault));
+        answer.seek(0);
+        // Read as a file is, so that this process shows the very texts that later ones will.
+        m_descriptions = readReference(answer, path);
+        m_initialised = !m_descriptions.isEmpty();
+        if (isDefault)
+            QDir().mkpath(QFileInfo(path).absolutePath());
         // Written aside and renamed: another process may be reading the file.
         QSaveFile file(path);
         if (!file.open(QIODevice::WriteOnly))
             return;
-        const QVector<ResourceConverter::FaultDescription>& faults = query->getFaults();
-        for (const ResourceConverter::FaultDescription& fault : faults)
-            file.write(toLine(fault));
+        file.write(answer.data());
         if (!file.commit())
             return;
-        // Read back, so that this process shows the very texts that later ones will.
-        load(path);
     }
     Q_EMIT si_faultReferenceFile(path);
     Startup::CfgCenter::Instance().SetValue(configGroup(), configKey(), path);
@@ -278,8 +287,7 @@ bool FaultMessageHandler::load(const QString& path)
     QFile file(path);
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return false;
-    m_descriptions = readReference(file);
-    m_path = path;
+    m_descriptions = readReference(file, path);
     m_initialised = !m_descriptions.isEmpty();
     return m_initialised;
 }

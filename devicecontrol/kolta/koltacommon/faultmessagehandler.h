@@ -88,9 +88,11 @@ Q_SIGNALS:
     void si_faultReferenceFile(const QString& path);
 
 public Q_SLOTS:
-    /// Writes a server's fault reference to the configured file, or to "<TavikDataDir>/Vesk.sfr" when none is
-    /// configured, configures that path and loads it. Nothing when a table is loaded or the file cannot be
-    /// written. Line breaks within texts are written as blanks. `query` stays the caller's.
+    /// Takes a server's fault reference as the table, writes it to the configured file, or to
+    /// "<TavikDataDir>/Vesk.sfr" in a folder that is made when none is configured, and configures that path.
+    /// Nothing when a table is loaded. When the file cannot be written, this process has the texts all the
+    /// same, and nothing is signalled or configured. Line breaks within texts become blanks. `query` stays
+    /// the caller's.
     void sl_QueryFaultReference(ResourceConverter::CQueryFaultReference* query);
 
 private:
@@ -98,7 +100,6 @@ private:
 
     mutable std::mutex m_mutex; ///< guards the fields below
     QHash<unsigned int, QString> m_descriptions;
-    QString m_path; ///< file that the table was read from
     bool m_initialised = false;
 };
 
