@@ -72,6 +72,12 @@ QString ActiveUserProxy::GetActiveUserName() const
     return m_active.name;
 }
 
+User ActiveUserProxy::GetActiveUser() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_active;
+}
+
 bool ActiveUserProxy::HasRight(const QString& fullName) const
 {
     return GetRightCount(fullName) > 0;

@@ -63,6 +63,8 @@ public:
     qint32 GetActiveUserID() const;
     /// Empty while nobody is logged in.
     QString GetActiveUserName() const;
+    /// ID, name and rights of one moment; a default-made user while nobody is logged in.
+    User GetActiveUser() const;
     /// Whether the active user holds the right of that full name, "VeskManagement.StartManager" for instance.
     bool HasRight(const QString& fullName) const;
     /// How often the active user may use the right at a time; 0 for a right that is not held.

@@ -100,16 +100,16 @@ void UserRights::printRights() const
 
 bool UserRights::onUpdateRights(tagRIGHTEVENT event)
 {
+    Nax::User user; // nobody
     bool userChanged = false;
     bool rightsChanged = false;
     switch (event) {
     case eRightsUpdated:
-    case eUserUpdated: {
-        rightsChanged = GetCurrentRights();
-        const qint32 id = ActiveUserProxy::Instance().GetActiveUserID();
-        userChanged = id != std::exchange(m_activeUserID, id);
+    case eUserUpdated:
+        user = ActiveUserProxy::Instance().GetActiveUser();
+        rightsChanged = GetCurrentRights(user);
+        userChanged = user.id != std::exchange(m_activeUserID, user.id);
         break;
-    }
     case eUserLoggedOut:
     case eUserGone:
         userChanged = m_activeUserID != -1;
@@ -120,18 +120,18 @@ bool UserRights::onUpdateRights(tagRIGHTEVENT event)
         return false;
     }
     if (userChanged)
-        Q_EMIT si_UserChanged(m_activeUserID, GetActiveUserName());
+        Q_EMIT si_UserChanged(user.id, user.name);
     if (rightsChanged)
         Q_EMIT si_UserRightsChanged(event);
     return true;
 }
 
-/// Asks the user management for every right; true when they are others than before.
-bool UserRights::GetCurrentRights()
+/// Takes over what the user may do; true when the rights are others than before.
+bool UserRights::GetCurrentRights(const Nax::User& user)
 {
     eManagementRights rights;
     for (int i = 0; i < GetNumberOfRights(); ++i) {
-        if (ActiveUserProxy::Instance().HasRight(GetRightNameByIndex(i, true)))
+        if (user.rights.value(GetRightNameByIndex(i, true)) > 0)
             rights |= GetRightValueByIndex(i);
     }
     return rights != std::exchange(m_rights, rights);

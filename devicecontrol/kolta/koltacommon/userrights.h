@@ -100,7 +100,7 @@ Q_SIGNALS:
 
 private:
     UserRights();
-    bool GetCurrentRights();
+    bool GetCurrentRights(const Nax::User& user);
     static QString withPrefixIf(bool withPrefix, const char* key);
 
     qint32 m_activeUserID = -1;
