@@ -334,6 +334,28 @@ private Q_SLOTS:
         QVERIFY(tree.getAllClassesWithDefaultTuner(tuners.at(0)).empty());
     }
 
+    /// As deep as it may be: the default tuner of all classes is found in a moment, not in many seconds.
+    void defaultTunersOfDeepTrees()
+    {
+        TunerClassTree tree(TunerClassOverview(), tunersOf("a b"_s));
+        ptrTunerClassTreeItem item = tree.getRootItem();
+        const int depth = 20000;
+        for (int i = 0; i < depth; ++i) {
+            item = item->addChild("n"_s, QString());
+            item->makeDefaultChild();
+        }
+        QVERIFY(tree.findItemByID("b"_s)->setParent(item));
+        QElapsedTimer timer;
+        timer.start();
+        const auto tuners = tree.getAllDefaultTuners();
+        const auto classes = tree.getAllClassesWithDefaultTuner(tree.getResources().GetTuner().at(1));
+        QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(int(tuners.size()), depth);
+        QCOMPARE(int(classes.size()), depth);
+        QCOMPARE(tuners.front()->getID(), "b"_s);
+        QCOMPARE(classes.back(), item);
+    }
+
     /// What is set in a class is in the next overview; tuners have nothing to set but a name.
     void overviewsHoldWhatWasSet()
     {

@@ -324,14 +324,33 @@ QVector<Tuner> TunerClassTree::getAllTunerDescendantsOfClass(const QString& clas
     return tuners;
 }
 
+/// The classes, depth-first, each with its default tuner, which may be empty.
+std::vector<std::pair<ptrTunerClassTreeItem, ptrTunerClassTreeItem>> TunerClassTree::defaultTuners() const
+{
+    std::vector<std::pair<ptrTunerClassTreeItem, ptrTunerClassTreeItem>> classes;
+    m_root->walkClasses([&classes](const ptrTunerClassTreeItem& item) {
+        classes.emplace_back(item, item->getDefaultChild());
+        return true;
+    });
+    // From the end, where the classes below a class are: each takes one step instead of a way to the bottom.
+    QHash<const TunerClassTreeItem*, ptrTunerClassTreeItem> known;
+    known.reserve(static_cast<int>(classes.size()));
+    for (auto place = classes.rbegin(); place != classes.rend(); ++place) {
+        ptrTunerClassTreeItem& tuner = place->second;
+        if (tuner && tuner->isClassItem())
+            tuner = known.value(tuner.get());
+        known.insert(place->first.get(), tuner);
+    }
+    return classes;
+}
+
 TunerClassTree::Items TunerClassTree::getAllDefaultTuners() const
 {
     Items tuners;
-    m_root->walkClasses([&tuners](const ptrTunerClassTreeItem& item) {
-        if (const ptrTunerClassTreeItem tuner = item->getDefaultTuner())
+    for (const auto& [item, tuner] : defaultTuners()) {
+        if (tuner)
             tuners.push_back(tuner);
-        return true;
-    });
+    }
     return tuners;
 }
 
@@ -341,12 +360,10 @@ TunerClassTree::Items TunerClassTree::getAllClassesWithDefaultTuner(const Tuner&
     const QString id = resolveTunerID(tuner);
     if (id.isEmpty())
         return classes;
-    m_root->walkClasses([&classes, &id](const ptrTunerClassTreeItem& item) {
-        const ptrTunerClassTreeItem defaultTuner = item->getDefaultTuner();
+    for (const auto& [item, defaultTuner] : defaultTuners()) {
         if (defaultTuner && defaultTuner->getID() == id)
             classes.push_back(item);
-        return true;
-    });
+    }
     return classes;
 }
 

@@ -9,6 +9,7 @@
 #include <QVector>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Kolta {
@@ -120,6 +121,7 @@ private:
     void initTree();
     const ItemIndex& itemIndex() const;
     PlaceIndex& placeIndex() const;
+    std::vector<std::pair<ptrTunerClassTreeItem, ptrTunerClassTreeItem>> defaultTuners() const;
 
     RESOURCEMANAGEMENT::TunerClassOverview m_tunerClasses;
     RESOURCEMANAGEMENT::ResourceOverview m_resources;
