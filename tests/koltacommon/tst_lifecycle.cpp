@@ -281,7 +281,9 @@ private:
             server.getProcessorObserver().setEmptyOverviewDelay(below(2));
         else if (action == 2)
             server.getHWProcessingObserver().resetHardwareProcessingList();
-        else if (action == 3 && !server.getBookingManager().planTuner(tuner, error))
+        else if (action == 3 && below(2) == 0)
+            server.getBookingManager().planTuner(tuner, error);
+        else if (action == 3)
             server.getBookingManager().clearPlanning();
         else if (action == 4)
             server.getGuiOwnerObserver().requestOwnership(QString());
