@@ -11,15 +11,9 @@ std::unique_ptr<QObject> publishTree(const KoltaSimulation::Installation& instal
 {
     using namespace distribution;
     const QString branch = options.branch.isEmpty() ? installation.serverName() : options.branch;
-    const auto address = BrokerAddress::FromUrl(options.publish, error);
-    if (address && !address->password.isEmpty()) {
-        error = QStringLiteral(
-            "a password does not belong on a command line; put it into a file, and name that in the "
-            "configuration as PasswordFile of the group Distribution");
-        return nullptr;
-    }
-    auto linkOptions =
-        address ? LinkOptions::FromConfiguration(options.publish, error, branch) : std::nullopt;
+    auto linkOptions = BrokerAddress::FromCommandLine(options.publish, error)
+                           ? LinkOptions::FromConfiguration(options.publish, error, branch)
+                           : std::nullopt;
     if (!linkOptions)
         return nullptr;
     linkOptions->takeOver = linkOptions->takeOver || options.takeOver;

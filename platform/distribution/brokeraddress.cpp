@@ -48,6 +48,17 @@ std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString&
     return address;
 }
 
+std::optional<BrokerAddress> BrokerAddress::FromCommandLine(const QString& url, QString& error)
+{
+    auto address = FromUrl(url, error);
+    if (!address || address->password.isEmpty())
+        return address;
+    error = QStringLiteral(
+        "a password does not belong on a command line; put it into a file, and name that in the "
+        "configuration as PasswordFile of the group Distribution");
+    return std::nullopt;
+}
+
 QString BrokerAddress::ToText() const
 {
     QUrl url;

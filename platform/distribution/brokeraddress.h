@@ -19,6 +19,8 @@ struct BrokerAddress
 
     /// Nothing, and what is wrong in one line that never names the password, for a text that is no such URL.
     static std::optional<BrokerAddress> FromUrl(const QString& url, QString& error);
+    /// The same for a word of a command line, which everybody on the machine can read: a password is refused.
+    static std::optional<BrokerAddress> FromCommandLine(const QString& url, QString& error);
     /// The URL without user and password, for people.
     QString ToText() const;
 };

@@ -49,14 +49,13 @@ std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandL
         printError(QStringLiteral("--installation and --tree exclude each other"));
         return nullptr;
     }
-    const QString url = TreeMirror::urlOf(line);
-    if (url.isEmpty()) {
+    if (TreeMirror::urlOf(line).isEmpty()) {
         printError(QStringLiteral("the servers are simulated and end with this command"));
         return simulate(line);
     }
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
     started->m_folder = Installation::sampleFolder();
-    started->m_mirror = TreeMirror::join(url, line);
+    started->m_mirror = TreeMirror::join(line);
     return started->m_mirror ? started : nullptr;
 }
 

@@ -21,12 +21,17 @@ struct TreeMirror::Private
     QString problem;
 };
 
-std::unique_ptr<TreeMirror> TreeMirror::open(const QString& url)
+std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
 {
+    using distribution::LinkOptions;
+    const QString url = urlOf(line);
     QString error;
-    const auto options = distribution::LinkOptions::FromConfiguration(url, error);
+    const auto options = line.isSet("tree") && !distribution::BrokerAddress::FromCommandLine(url, error)
+                             ? std::nullopt
+                             : LinkOptions::FromConfiguration(url, error);
     if (!options) {
         printError(QStringLiteral("--tree: %1").arg(error));
+        setStartFailure(eExitUsage);
         return nullptr;
     }
     Kolta::registerShortTimeValues();
@@ -77,7 +82,7 @@ struct TreeMirror::Private
     QString problem;
 };
 
-std::unique_ptr<TreeMirror> TreeMirror::open(const QString& /*url*/)
+std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
 {
     printError(QStringLiteral("built without the distribution of value trees (KOLTA_DISTRIBUTION)"));
     return nullptr;
@@ -123,9 +128,9 @@ QString TreeMirror::urlOf(const CommandLine& line)
                : environment;
 }
 
-std::unique_ptr<TreeMirror> TreeMirror::join(const QString& url, const CommandLine& line)
+std::unique_ptr<TreeMirror> TreeMirror::join(const CommandLine& line)
 {
-    auto mirror = open(url);
+    auto mirror = open(line);
     if (!mirror || mirror->waitForLive(line.number("tree-timeout") * 1000))
         return mirror;
     QStringList states;

@@ -26,11 +26,12 @@ public:
     /// The tree that a command is to look at: that of --tree, else of the environment's KOLTA_TREE, else of
     /// the configuration's Distribution/Url; empty for none.
     static QString urlOf(const CommandLine& line);
-    /// Begins to mirror all branches. Null, and an error is printed, when the URL does not fit.
-    static std::unique_ptr<TreeMirror> open(const QString& url);
+    /// Begins to mirror all branches at urlOf(). Null, and an error is printed, when the URL does not fit or
+    /// a word of the command line has a password.
+    static std::unique_ptr<TreeMirror> open(const CommandLine& line);
     /// The same, and waits as long as --tree-timeout allows until those that there are are live. Null, and an
     /// error with the states is printed, when that does not happen; the command then ends with eExitNoTree.
-    static std::unique_ptr<TreeMirror> join(const QString& url, const CommandLine& line);
+    static std::unique_ptr<TreeMirror> join(const CommandLine& line);
 
     /// Runs the event loop until all branches are live, and at least one; false when that takes longer.
     bool waitForLive(int milliseconds);

@@ -31,12 +31,11 @@ void printBranches(const QVector<TreeMirror::Branch>& branches)
 /// Shows the dead ones too, so it does not fail for them.
 int servers(const CommandLine& line)
 {
-    const QString url = TreeMirror::urlOf(line);
-    if (url.isEmpty())
+    if (TreeMirror::urlOf(line).isEmpty())
         return line.usageError(QStringLiteral("there is no tree to look at; name one with --tree"));
-    const auto mirror = TreeMirror::open(url);
+    const auto mirror = TreeMirror::open(line);
     if (!mirror)
-        return eExitFailed;
+        return takeStartFailure();
     const bool areLive = mirror->waitForLive(line.number("tree-timeout") * 1000);
     if (!mirror->problem().isEmpty()) {
         printError(mirror->problem());
