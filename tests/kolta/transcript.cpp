@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QtTest>
+#include <algorithm>
 
 namespace {
 
@@ -86,6 +87,31 @@ QVector<Example> readExamples(const QString& fileName)
     return examples;
 }
 
+/// `text` with each place of `from` in the place of the one of `to`, all in one pass: an address of this run
+/// may be one of the document, or begin like one.
+static QString withPlaces(const QString& text, const QStringList& from, const QStringList& to)
+{
+    if (from.isEmpty())
+        return text;
+    QStringList forms;
+    for (const QString& place : from)
+        forms.append(QRegularExpression::escape(place));
+    const QRegularExpression any(QLatin1String("(?:") + forms.join(QLatin1Char('|')) +
+                                     QLatin1String(")(?!\\d)"),
+                                 QRegularExpression::CaseInsensitiveOption);
+    QString result;
+    int end = 0;
+    for (auto matches = any.globalMatch(text); matches.hasNext();) {
+        const auto match = matches.next();
+        const auto place = std::find_if(from.begin(), from.end(), [&match](const QString& candidate) {
+            return candidate.compare(match.captured(), Qt::CaseInsensitive) == 0;
+        });
+        result += text.mid(end, match.capturedStart() - end) + to.at(int(place - from.begin()));
+        end = match.capturedEnd();
+    }
+    return result + text.mid(end);
+}
+
 ExampleRunner::ExampleRunner(const QString& sourceFolder, bool strict) : m_strict(strict)
 {
     QFile::link(sourceFolder + QStringLiteral("/share"), m_folder.filePath(QStringLiteral("share")));
@@ -128,8 +154,7 @@ QStringList ExampleRunner::printed() const
 {
     QStringList lines = m_printed;
     for (QString& line : lines) {
-        for (auto place = m_places.begin(); place != m_places.end(); ++place)
-            line.replace(place.value(), place.key());
+        line = withPlaces(line, m_places.values(), m_places.keys());
         line.replace(m_folder.path(), QStringLiteral("@"));
         if (m_strict)
             line = masked(line);
@@ -140,11 +165,10 @@ QStringList ExampleRunner::printed() const
 }
 
 /// With the addresses and GUIDs of this run.
-QString ExampleRunner::translated(QString text) const
+QString ExampleRunner::translated(const QString& text) const
 {
-    for (auto place = m_places.begin(); place != m_places.end(); ++place)
-        text.replace(place.key(), place.value(), Qt::CaseInsensitive);
-    return text.replace(QLatin1String("@/"), m_folder.path() + QLatin1Char('/'));
+    return withPlaces(text, m_places.keys(), m_places.values())
+        .replace(QLatin1String("@/"), m_folder.path() + QLatin1Char('/'));
 }
 
 int ExampleRunner::run(const Example& example)

@@ -43,7 +43,7 @@ public:
     QStringList printed() const;
 
 private:
-    QString translated(QString text) const;
+    QString translated(const QString& text) const;
     int run(const Example& example);
     void endShell();
     int runInShell(const QString& command);
