@@ -6,6 +6,8 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_AUTOMOC ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
@@ -17,6 +19,7 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
 endif()
 
+include(GenerateExportHeader)
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
@@ -40,11 +43,29 @@ if(KOLTA_BUILD_FUZZ)
     add_custom_target(fuzz_targets)
 endif()
 
+# Headers that most units include are compiled once for libraries and programs, and once for tests, which are compiled
+# otherwise. Clang would want its own flags in every target.
+option(KOLTA_PRECOMPILE "Precompile the Qt and standard headers that most units include" ON)
+function(kolta_precompile name options)
+    if(NOT KOLTA_PRECOMPILE OR NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        return()
+    endif()
+    if(NOT TARGET ${options}_precompiled)
+        file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/${options}_precompiled.cpp" CONTENT "" @ONLY)
+        add_library(${options}_precompiled OBJECT "${CMAKE_BINARY_DIR}/${options}_precompiled.cpp")
+        set_target_properties(${options}_precompiled PROPERTIES AUTOMOC OFF)
+        target_link_libraries(${options}_precompiled PRIVATE Qt5::Core ${options})
+        target_precompile_headers(${options}_precompiled PRIVATE "${PROJECT_SOURCE_DIR}/cmake/precompiled.h")
+    endif()
+    target_precompile_headers(${name} REUSE_FROM ${options}_precompiled)
+endfunction()
+
 # kolta_library(<name> NAMESPACE_NAME <Name> INCLUDE_ROOT <dir> FOLDER <header folder> [COMPONENT <component>] [STATIC]
 #               SOURCES ... HEADERS ... [PUBLIC libs...] [PRIVATE libs...])
 # One library of the project: target <name>, alias and exported name Kolta::<Name>, its headers installed below
-# include/koltacommon-1/<folder>; headers among the sources are private and stay here. A library with a COMPONENT is
-# installed as that and found by find_package(KoltaCommon COMPONENTS <component>) only.
+# include/koltacommon-1/<folder>; headers among the sources are private and stay here. Symbols are hidden but for what
+# KOLTA_<NAME>_EXPORT of <folder>/export.h marks, which is made here. A library with a COMPONENT is installed as that and
+# found by find_package(KoltaCommon COMPONENTS <component>) only.
 function(kolta_library name)
     cmake_parse_arguments(ARG "STATIC" "NAMESPACE_NAME;INCLUDE_ROOT;FOLDER;COMPONENT" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
     set(kind "")
@@ -61,7 +82,17 @@ function(kolta_library name)
         $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1>)
     target_compile_features(${name} PUBLIC cxx_std_17)
+    string(REGEX REPLACE "^Kolta" "" upper "${ARG_NAMESPACE_NAME}")
+    string(TOUPPER "KOLTA_${upper}" upper) # KOLTA_COMMON, KOLTA_VALUES …
+    set(export_header "${CMAKE_CURRENT_BINARY_DIR}/include/${ARG_FOLDER}/export.h")
+    generate_export_header(${name} BASE_NAME ${upper} EXPORT_FILE_NAME "${export_header}")
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/include>)
+    get_target_property(type ${name} TYPE)
+    if(type STREQUAL "STATIC_LIBRARY")
+        target_compile_definitions(${name} PUBLIC ${upper}_STATIC_DEFINE)
+    endif()
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:kolta_options>)
+    kolta_precompile(${name} kolta_options)
     set(export KoltaCommonTargets)
     set(component "")
     if(ARG_COMPONENT)
@@ -75,7 +106,7 @@ function(kolta_library name)
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ${component}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} ${component}
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${component})
-    install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1/${ARG_FOLDER} ${component})
+    install(FILES ${ARG_HEADERS} "${export_header}" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/koltacommon-1/${ARG_FOLDER} ${component})
 endfunction()
 
 # kolta_static_dependency(<CMake package> [<pkg-config module>])
@@ -112,6 +143,7 @@ function(kolta_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support Qt5::Test kolta_test_options)
+    kolta_precompile(${name} kolta_test_options)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     kolta_register_test(${name} COMMAND ${name} LABELS "${ARG_LABELS}")
 endfunction()
@@ -125,6 +157,7 @@ function(kolta_tests name)
     list(TRANSFORM tests APPEND ".cpp" OUTPUT_VARIABLE sources)
     add_executable(${name} ${sources} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support kolta_test_options)
+    kolta_precompile(${name} kolta_test_options)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     foreach(test IN LISTS tests)
         set(labels)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
 
@@ -40,7 +41,7 @@ struct FailedWish
 /// The tree of a branch as a mirror needs it. Whatever it is told to do it does with an originator of its
 /// own, whose changes it does not take for those of the program. Observers are called, which may change
 /// anything.
-class IMirroredTree
+class KOLTA_DISTRIBUTION_EXPORT IMirroredTree
 {
 public:
     virtual ~IMirroredTree() = default;
@@ -83,7 +84,7 @@ struct MirrorSettings
 /// Like BranchOwner it has no clock and does no input or output. Its inputs are the messages of the topics of
 /// Topics::MirrorFilters(), which its owner subscribes before OnUp(), and of those that its output asks for.
 /// Never called from within IMirroredTree. One thread, that of the tree.
-class BranchMirror
+class KOLTA_DISTRIBUTION_EXPORT BranchMirror
 {
 public:
     /// `tree` is not owned.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
@@ -19,7 +20,7 @@ class OwnerChannel;
 class Leases;
 
 /// The tree of a branch as its owner needs it. Paths are those of the tree; contents are as in messages.h.
-class IOwnedTree
+class KOLTA_DISTRIBUTION_EXPORT IOwnedTree
 {
 public:
     virtual ~IOwnedTree() = default;
@@ -42,7 +43,7 @@ public:
     virtual Content ReadCollection(const QString& path) = 0;
 };
 
-struct OwnerSettings
+struct KOLTA_DISTRIBUTION_EXPORT OwnerSettings
 {
     QUuid epoch = QUuid::createUuid(); ///< of this life of the owner
     QString branch;
@@ -55,7 +56,7 @@ struct OwnerSettings
 };
 
 /// What happened to the publication, for those who show or report it.
-struct OwnerEvents
+struct KOLTA_DISTRIBUTION_EXPORT OwnerEvents
 {
     std::function<void()> displaced; ///< another owner has taken the name; nothing is published any more
 };
@@ -67,7 +68,7 @@ struct OwnerEvents
 /// It has no clock and does no input or output: who owns it hands in events with the time, in milliseconds of
 /// a clock that only rises (and goes on while the machine sleeps), and does what the output says. Never
 /// called from within IOwnedTree. One thread, that of the tree.
-class BranchOwner
+class KOLTA_DISTRIBUTION_EXPORT BranchOwner
 {
 public:
     /// `tree` is not owned. Its content, collections included, is given by `initial`: Add changes, parents

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <distribution/export.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -8,7 +10,7 @@
 namespace distribution {
 
 /// Where a broker is and as whom one comes to it: `mqtt[s]://[user[:password]@]host[:port][/prefix]`.
-struct BrokerAddress
+struct KOLTA_DISTRIBUTION_EXPORT BrokerAddress
 {
     bool tls = false; ///< mqtts
     QString host;     ///< name or address; IPv6 without brackets
@@ -26,6 +28,6 @@ struct BrokerAddress
 };
 
 /// The URL as it may be shown: without user and password, also when it is malformed.
-QString WithoutCredentials(const QString& url);
+KOLTA_DISTRIBUTION_EXPORT QString WithoutCredentials(const QString& url);
 
 } // namespace distribution

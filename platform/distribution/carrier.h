@@ -1,5 +1,7 @@
 #pragma once
 
+#include <distribution/export.h>
+
 #include <QString>
 #include <QtGlobal>
 
@@ -44,7 +46,7 @@ enum class DownReason {
 /// A connection to the broker. All calls and events are on the thread that owns the carrier; no call blocks,
 /// and no event comes from within a call. Messages of one publisher and topic arrive in their order; some may
 /// be lost or come twice. Messages that were published but not sent when the line breaks are thrown away.
-class ICarrier
+class KOLTA_DISTRIBUTION_EXPORT ICarrier
 {
 public:
     virtual ~ICarrier() = default;

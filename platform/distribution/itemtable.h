@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/messages.h>
 
 #include <QHash>
@@ -11,7 +12,7 @@ namespace distribution {
 
 /// The items of one channel as its owner has them, by identifier and by path. Identifiers rise, so that their
 /// order is one of parents before children and of siblings as they came.
-class ItemTable
+class KOLTA_DISTRIBUTION_EXPORT ItemTable
 {
 public:
     struct Item
@@ -44,11 +45,12 @@ private:
 };
 
 /// Whether `path` is `top` or below it.
-bool IsAtOrBelow(const QString& path, const QString& top);
+KOLTA_DISTRIBUTION_EXPORT bool IsAtOrBelow(const QString& path, const QString& top);
 
 /// The changes of an entry with paths and whole contents instead of identifiers and runs, as they follow upon
 /// `items`, which stay as they are. Nothing when a change does not fit, or makes a content of more than
 /// `maximumBytes`.
-std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items, std::size_t maximumBytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items,
+                                                         std::size_t maximumBytes);
 
 } // namespace distribution

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/mqttoptions.h>
 
 #include <QString>
@@ -13,7 +14,7 @@ namespace distribution {
 
 /// How a program takes part in a distributed tree. The names of the members are those of the configuration's
 /// group "Distribution", where they may be set.
-struct LinkOptions
+struct KOLTA_DISTRIBUTION_EXPORT LinkOptions
 {
     MqttOptions
         mqtt; ///< Url, User, PasswordFile, CaFile, CertFile, KeyFile, Prefix, KeepAliveS, MaxInboxBytes
@@ -51,6 +52,6 @@ struct LinkOptions
 /// Where the users of a broker on this machine are written down for the programs of the user who has started
 /// it: one `name:password` a line, and `ca=FILE` for the authorities that its certificate is checked by. Only
 /// that user can read it.
-QString AccessFilePath(const BrokerAddress& address);
+KOLTA_DISTRIBUTION_EXPORT QString AccessFilePath(const BrokerAddress& address);
 
 } // namespace distribution

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <distribution/export.h>
+
 #include <QByteArray>
 #include <QObject>
 #include <QString>
@@ -13,7 +15,7 @@ namespace distribution {
 /// A broker of one's own: the program "mosquitto" as a child process, at a port of the loopback interface
 /// that is free, with its files in a folder that only this user can read and that goes with it. For an
 /// installation on one machine and for tests; it ends when this process does, however that comes about.
-class LocalBroker : public QObject
+class KOLTA_DISTRIBUTION_EXPORT LocalBroker : public QObject
 {
     Q_OBJECT
 

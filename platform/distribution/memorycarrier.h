@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/carrier.h>
+#include <distribution/export.h>
 
 #include <memory>
 
@@ -12,7 +13,7 @@ class MemoryCarrier;
 /// clock and no thread: Advance() moves its time and delivers what is due. Deliveries to one subscriber keep
 /// the order of one publisher and topic and, with delays, no other. Given one seed it does the same every
 /// time.
-class MemoryBroker
+class KOLTA_DISTRIBUTION_EXPORT MemoryBroker
 {
 public:
     explicit MemoryBroker(quint64 seed = 1);
@@ -52,7 +53,7 @@ private:
 
 /// A client of a MemoryBroker. Destroying it without Close() is a crash: the will is published. The broker
 /// outlives it.
-class MemoryCarrier final : public ICarrier
+class KOLTA_DISTRIBUTION_EXPORT MemoryCarrier final : public ICarrier
 {
 public:
     /// Payloads of more than `maximumPayload` bytes are thrown away.

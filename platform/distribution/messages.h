@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/carrier.h>
+#include <distribution/export.h>
 
 #include <values/bytestream.h>
 #include <values/command.h>
@@ -71,11 +72,12 @@ struct Change
 };
 using Changes = std::vector<Change>;
 
-Change AddChange(const QString& path, qint32 type, Content content);
-Change RemoveChange(const QString& path);
-Change SetChange(const QString& path, Content content, bool compare = false);
-Change AnnounceChange(const QString& path, qint32 code, bool byWish = false);
-Change CommandsChange(const QString& path, Content commands, values::CommandScope scope = {});
+KOLTA_DISTRIBUTION_EXPORT Change AddChange(const QString& path, qint32 type, Content content);
+KOLTA_DISTRIBUTION_EXPORT Change RemoveChange(const QString& path);
+KOLTA_DISTRIBUTION_EXPORT Change SetChange(const QString& path, Content content, bool compare = false);
+KOLTA_DISTRIBUTION_EXPORT Change AnnounceChange(const QString& path, qint32 code, bool byWish = false);
+KOLTA_DISTRIBUTION_EXPORT Change CommandsChange(const QString& path, Content commands,
+                                                values::CommandScope scope = {});
 
 /// What became of a change that was wished for. The numbers of the first three travel.
 enum class WishResult : quint8 {
@@ -211,7 +213,7 @@ struct Snapshot
 };
 
 /// Larger numbers from outside are refused.
-struct Limits
+struct KOLTA_DISTRIBUTION_EXPORT Limits
 {
     static constexpr std::size_t pathBytes = 4096;
     static constexpr std::size_t packetBytes = 64U << 20U;
@@ -221,34 +223,34 @@ struct Limits
     static constexpr std::size_t smallContent = 1024; ///< up to so many bytes no delta is tried
 };
 
-Bytes Encode(const LiveMessage& message);
-Bytes Encode(const BeatMessage& message);
-Bytes Encode(const WishMessage& message);
-Bytes Encode(const AskMessage& message);
-Bytes Encode(const PresenceMessage& message);
+KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const LiveMessage& message);
+KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const BeatMessage& message);
+KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const WishMessage& message);
+KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const AskMessage& message);
+KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const PresenceMessage& message);
 /// An entry as the log and the owner's ring have it.
-Bytes EncodeEntry(const Entry& entry);
+KOLTA_DISTRIBUTION_EXPORT Bytes EncodeEntry(const Entry& entry);
 /// Head of a log message; encoded entries are appended to it.
-Bytes EncodeLogHead(const QUuid& epoch, quint64 first, quint32 count);
+KOLTA_DISTRIBUTION_EXPORT Bytes EncodeLogHead(const QUuid& epoch, quint64 first, quint32 count);
 /// `part.bytes` are copied.
-Bytes Encode(const StatePart& part);
-Bytes EncodeSnapshot(const Snapshot& snapshot);
+KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const StatePart& part);
+KOLTA_DISTRIBUTION_EXPORT Bytes EncodeSnapshot(const Snapshot& snapshot);
 /// No less than the bytes that EncodeSnapshot() makes.
-std::size_t SizeBound(const Snapshot& snapshot);
+KOLTA_DISTRIBUTION_EXPORT std::size_t SizeBound(const Snapshot& snapshot);
 
-std::optional<LiveMessage> DecodeLive(const Bytes& bytes);
-std::optional<BeatMessage> DecodeBeat(const Bytes& bytes);
-std::optional<LogMessage> DecodeLog(const Bytes& bytes);
-std::optional<StatePart> DecodeStatePart(const Bytes& bytes);
-std::optional<WishMessage> DecodeWish(const Bytes& bytes);
-std::optional<AskMessage> DecodeAsk(const Bytes& bytes);
-std::optional<PresenceMessage> DecodePresence(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<LiveMessage> DecodeLive(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<BeatMessage> DecodeBeat(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<LogMessage> DecodeLog(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<StatePart> DecodeStatePart(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<WishMessage> DecodeWish(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<AskMessage> DecodeAsk(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<PresenceMessage> DecodePresence(const Bytes& bytes);
 /// Reads the next entry of a log message.
-std::optional<Entry> DecodeEntry(values::ByteReader& in);
-std::optional<Snapshot> DecodeSnapshot(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<Entry> DecodeEntry(values::ByteReader& in);
+KOLTA_DISTRIBUTION_EXPORT std::optional<Snapshot> DecodeSnapshot(const Bytes& bytes);
 
 /// The kind that a message claims to be; nothing for an empty or foreign one.
-std::optional<MessageKind> KindOf(const Bytes& bytes);
-quint32 Checksum(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<MessageKind> KindOf(const Bytes& bytes);
+KOLTA_DISTRIBUTION_EXPORT quint32 Checksum(const Bytes& bytes);
 
 } // namespace distribution

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/carrier.h>
+#include <distribution/export.h>
 #include <distribution/mqttconnection.h>
 #include <distribution/mqttoptions.h>
 
@@ -18,7 +19,7 @@ namespace distribution {
 /// a connection that broke is thrown away with all that it had queued. Retries come after 0.2 s, doubled up
 /// to 10 s, after 30 s when the broker has refused, each a quarter more or less, so that many programs do not
 /// return in one instant. Needs an event loop on its thread.
-class MqttCarrier final : public ICarrier
+class KOLTA_DISTRIBUTION_EXPORT MqttCarrier final : public ICarrier
 {
 public:
     explicit MqttCarrier(const MqttOptions& options);

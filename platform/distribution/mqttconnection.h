@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/carrier.h>
+#include <distribution/export.h>
 #include <distribution/mqttoptions.h>
 
 #include <QString>
@@ -13,7 +14,7 @@ namespace distribution {
 
 /// One connection to the broker, from the first attempt to its end, on a thread of its own. What is called
 /// here never blocks; what happens there is taken here as events.
-class MqttConnection
+class KOLTA_DISTRIBUTION_EXPORT MqttConnection
 {
 public:
     struct Event

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
 
@@ -11,7 +12,7 @@ namespace distribution {
 /// Finds out whether a branch's name is free before an owner claims it: listens, over a connection of its own
 /// with a random client identifier, for a beat. A claim of life without one proves nothing. Inputs and
 /// outputs as with BranchOwner.
-class NameProbe
+class KOLTA_DISTRIBUTION_EXPORT NameProbe
 {
 public:
     enum class Result { Waiting, Free, Taken };

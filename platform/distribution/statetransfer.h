@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/messages.h>
 
 #include <map>
@@ -20,11 +21,11 @@ struct StateCut
     quint32 clearUpTo = 0; ///< retained parts below this number that the state does not need are taken away
 };
 /// The publications of a state, in the order of its parts.
-std::vector<Publication> Pack(const StateCut& cut);
+KOLTA_DISTRIBUTION_EXPORT std::vector<Publication> Pack(const StateCut& cut);
 
 /// Puts a state together from its parts, in whatever order they come. A part of a newer state lets go of
 /// those of an older one.
-class StateAssembler
+class KOLTA_DISTRIBUTION_EXPORT StateAssembler
 {
 public:
     explicit StateAssembler(std::size_t maximumBytes) : m_maximumBytes(maximumBytes) {}

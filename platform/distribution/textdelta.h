@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/messages.h>
 
 #include <optional>
@@ -11,12 +12,14 @@ namespace distribution {
 /// `u8` 0, `u32` offset, `u32` count for a copy and `u8` 1, `u32` count, bytes for an insertion.
 
 /// The runs that make `to` of `from`; empty only when `to` is. Takes time in proportion to both lengths.
-Bytes MakeRuns(const Bytes& from, const Bytes& to);
+KOLTA_DISTRIBUTION_EXPORT Bytes MakeRuns(const Bytes& from, const Bytes& to);
 /// Nothing when runs are malformed, reach outside `from` or make more than `maximumBytes`.
-std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs, std::size_t maximumBytes);
+KOLTA_DISTRIBUTION_EXPORT std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs,
+                                                         std::size_t maximumBytes);
 
 /// The change that turns an item's content `from` into `to` in the fewest bytes: Delta, or Set for contents
 /// of at most Limits::smallContent bytes and where runs save less than half of the packed whole.
-Change MakeContentChange(quint32 id, const QString& path, const Content& from, const Content& to);
+KOLTA_DISTRIBUTION_EXPORT Change MakeContentChange(quint32 id, const QString& path, const Content& from,
+                                                   const Content& to);
 
 } // namespace distribution

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/carrier.h>
+#include <distribution/export.h>
 
 #include <QString>
 #include <QUuid>
@@ -26,7 +27,7 @@ struct Topic
 
 /// The names of all topics below one prefix: written and read here alone. The major version of the encoding
 /// is a level of each, so that peers of another version do not meet.
-class Topics
+class KOLTA_DISTRIBUTION_EXPORT Topics
 {
 public:
     /// `prefix` may have several levels; "kolta" gives "kolta/1/b/S1/live".
@@ -58,10 +59,10 @@ private:
 /// Whether the broker's user name can be a level of a topic as it is, which access lists need: not empty,
 /// without
 /// "+", "#", "/" and control characters.
-bool IsUsableUser(const Bytes& user);
+KOLTA_DISTRIBUTION_EXPORT bool IsUsableUser(const Bytes& user);
 /// Client identifier of a branch's owner, of which the broker admits one.
-Bytes OwnerClientId(const QString& branch);
+KOLTA_DISTRIBUTION_EXPORT Bytes OwnerClientId(const QString& branch);
 /// Whether a filter as of ICarrier::Subscribe() covers a topic.
-bool MatchesFilter(const Bytes& filter, const Bytes& topic);
+KOLTA_DISTRIBUTION_EXPORT bool MatchesFilter(const Bytes& filter, const Bytes& topic);
 
 } // namespace distribution

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/branchmirror.h>
+#include <distribution/export.h>
 #include <distribution/linkoptions.h>
 #include <distribution/publicationstate.h>
 #include <distribution/writepolicy.h>
@@ -38,14 +39,14 @@ struct BranchStatus
     std::size_t openWishes = 0; ///< own changes that its owner has not dealt with
 };
 /// "live", "lost" and so on.
-QString ToText(BranchState state);
+KOLTA_DISTRIBUTION_EXPORT QString ToText(BranchState state);
 
 /// The link of this process to all others that share a value tree: publishes branches of the tree, and
 /// mirrors those that others publish. Applications go on using the tree; what they change in a mirrored
 /// branch is decided by its owner, and si_WishFailed and values::ITreeListener::OnWishFailed() tell what did
 /// not last. Lives on the tree's thread and needs its event loop. It must not be destroyed while observers of
 /// the tree are told; use deleteLater() there.
-class TreeLink : public QObject, public values::ITreeClient
+class KOLTA_DISTRIBUTION_EXPORT TreeLink : public QObject, public values::ITreeClient
 {
     Q_OBJECT
 

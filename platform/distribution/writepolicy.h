@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/export.h>
 #include <distribution/messages.h>
 
 #include <QString>
@@ -15,7 +16,7 @@ struct Writer
 };
 
 /// Decides at the owner what writers may change. On the owner's thread; it changes nothing.
-class IWritePolicy
+class KOLTA_DISTRIBUTION_EXPORT IWritePolicy
 {
 public:
     virtual ~IWritePolicy() = default;
@@ -39,7 +40,7 @@ protected:
 };
 
 /// Everybody may change everything.
-class OpenPolicy final : public IWritePolicy
+class KOLTA_DISTRIBUTION_EXPORT OpenPolicy final : public IWritePolicy
 {
 public:
     bool Allows(const Request& /*request*/) const override { return true; }
@@ -49,7 +50,7 @@ public:
 /// add below RequestsNode, Clients and ConnectionInfo, change there what the own session has added, and
 /// remove it; set and announce the request values; compare-and-set the texts that are written as a whole;
 /// commands on the collections of short-time data.
-class ServerPolicy final : public IWritePolicy
+class KOLTA_DISTRIBUTION_EXPORT ServerPolicy final : public IWritePolicy
 {
 public:
     /// `administration`: path of the node, ".../ADMINISTRATION".

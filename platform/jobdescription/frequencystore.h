@@ -1,5 +1,6 @@
 #pragma once
 
+#include <jobdescription/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -24,7 +25,7 @@ namespace JobXml {
     F(Bool, bool, UseHopsPerSecond, Optional, "the hop rate is in use")
 
 /// What distinguishes short emissions.
-class ShortTimeSettings final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT ShortTimeSettings final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(ShortTimeSettings)
 };
@@ -35,7 +36,7 @@ class ShortTimeSettings final : public REPORTGENERATOR::IRGObject
     F(Bool, bool, UseShift, Optional, "the shift is in use")
 
 /// One frequency shift of a keyed transmission.
-class ShiftElement final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT ShiftElement final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(ShiftElement)
 };
@@ -49,7 +50,7 @@ class ShiftElement final : public REPORTGENERATOR::IRGObject
     F(RecordList, ShiftElement, ShiftElement, Optional, "frequency shifts, the main one first")
 
 /// How an emission is modulated.
-class TransmissionSystem final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT TransmissionSystem final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(TransmissionSystem)
 };
@@ -58,7 +59,7 @@ class TransmissionSystem final : public REPORTGENERATOR::IRGObject
     F(Record, TransmissionSystem, TransmissionSystem, Optional, "what is to be demodulated")
 
 /// How an emission is demodulated.
-class DemodulatorSettings final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT DemodulatorSettings final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(DemodulatorSettings)
 };
@@ -69,7 +70,7 @@ class DemodulatorSettings final : public REPORTGENERATOR::IRGObject
     F(Record, DemodulatorSettings, DemodulatorSettings, Optional, "how it is demodulated")
 
 /// One emission of a frequency store.
-class FrequencyStoreEntry final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT FrequencyStoreEntry final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FrequencyStoreEntry)
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <jobdescription/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -32,7 +33,7 @@ namespace JobXml {
     F(UInt, quint8, ProfileType, Optional, "kind of the profile, at most 255, carried unchanged")
 
 /// A class of short, bursty or hopping emissions.
-class ShortTime_Profile final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT ShortTime_Profile final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(ShortTime_Profile)
 };
@@ -49,7 +50,7 @@ class ShortTime_Profile final : public REPORTGENERATOR::IRGObject
     F(Bool, bool, SetupFlag, Optional, "flag of the production setup, carried unchanged")
 
 /// Tells one FFP which profiles it looks for, and how.
-class FFP_Assignment final : public REPORTGENERATOR::IRGObject
+class KOLTA_JOBDESCRIPTION_EXPORT FFP_Assignment final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FFP_Assignment)
 };

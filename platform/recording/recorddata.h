@@ -1,5 +1,6 @@
 #pragma once
 
+#include <recording/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -10,7 +11,7 @@ namespace SOREL_XML {
 #define RG_FIELDS_SOREL_IndexEntry(F) F(UInt, quint64, Timestamp, Required, "when the indexed data begin")
 
 /// One entry of a recording's index.
-class SOREL_IndexEntry final : public REPORTGENERATOR::IRGObject
+class KOLTA_RECORDING_EXPORT SOREL_IndexEntry final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(SOREL_IndexEntry)
 };
@@ -25,7 +26,7 @@ class SOREL_IndexEntry final : public REPORTGENERATOR::IRGObject
     F(RecordList, SOREL_IndexEntry, IndexEntry, Optional, "index of the recorded data, in any order")
 
 /// One recording. Times are unsigned and count in the recorder's unit.
-class SOREL_RecordData final : public REPORTGENERATOR::IRGObject
+class KOLTA_RECORDING_EXPORT SOREL_RecordData final : public REPORTGENERATOR::IRGObject
 {
 public:
     /// What was recorded. Other numbers may occur and are carried unchanged.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <recording/export.h>
+
 #include <QMetaType>
 #include <QString>
 
@@ -9,7 +11,7 @@ namespace sorel {
 
 /// Names one recording within an installation. A value of three implicitly shared texts; usable as a key of
 /// hash containers. Texts are compared as they are, in letter case too.
-class RecordIdentifier
+class KOLTA_RECORDING_EXPORT RecordIdentifier
 {
 public:
     /// The invalid identifier: all three parts are empty.
@@ -52,7 +54,7 @@ private:
 };
 
 /// For QHash and QSet.
-uint qHash(const RecordIdentifier& identifier, uint seed = 0) noexcept;
+KOLTA_RECORDING_EXPORT uint qHash(const RecordIdentifier& identifier, uint seed = 0) noexcept;
 
 } // namespace sorel
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -20,7 +21,7 @@ namespace RESOURCEMANAGEMENT {
     F(Double, double, MaxBandwidth, Optional, "widest band of a job, Hz")
 
 /// One demand class of one processor kind.
-class ResourceDemandClass final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT ResourceDemandClass final : public REPORTGENERATOR::IRGObject
 {
 public:
     /// Other numbers are carried unchanged.
@@ -33,7 +34,7 @@ public:
     F(RecordList, ResourceDemandClass, ResourceDemandClass, Optional, "every demand class")
 
 /// All demand classes of one server.
-class ResourceDemandClassOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT ResourceDemandClassOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(ResourceDemandClassOverview)
 };

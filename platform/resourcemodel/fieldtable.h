@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgobject.h>
 
 #include <limits>
@@ -23,7 +24,7 @@ struct NumberRange
 
 /// The operations on a list field whose element type only the table knows. Numbers serve enum lists, records
 /// record lists; the other pair is null.
-struct ListOperations
+struct KOLTA_RESOURCEMODEL_EXPORT ListOperations
 {
     int (*count)(const void* list);
     void (*reserve)(void* list, int count);
@@ -40,7 +41,7 @@ struct ListOperations
 };
 
 /// One field of a class. Its position in the table is the index of its bit.
-struct Field
+struct KOLTA_RESOURCEMODEL_EXPORT Field
 {
     const char* name;
     const char16_t* wideName; ///< the same for the writer, which appends it as it is
@@ -58,7 +59,7 @@ struct Field
     bool isRequired() const noexcept { return presence == Presence::Required; }
 };
 
-struct Table
+struct KOLTA_RESOURCEMODEL_EXPORT Table
 {
     const char* name;
     const char16_t* wideName;
@@ -74,7 +75,7 @@ struct Table
 };
 
 /// The only way from a table into an object.
-struct Access
+struct KOLTA_RESOURCEMODEL_EXPORT Access
 {
     static const Table& table(const IRGObject& object) noexcept { return object.GetFieldTable(); }
     static bool isMarked(const IRGObject& object, int index) noexcept

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -13,7 +14,7 @@ namespace RESOURCEMANAGEMENT {
     F(Text, QString, Status, Optional, "state as the owner reports it")
 
 /// One hardware-processing entry.
-class HWProcessing final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT HWProcessing final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(HWProcessing)
 };
@@ -21,7 +22,7 @@ class HWProcessing final : public REPORTGENERATOR::IRGObject
 #define RG_FIELDS_HWProcessingOverview(F) F(RecordList, HWProcessing, HWProcessing, Optional, "every entry")
 
 /// All hardware processing of one server.
-class HWProcessingOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT HWProcessingOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(HWProcessingOverview)
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -14,7 +15,7 @@ namespace RESOURCEMANAGEMENT {
     F(Text, QString, Host, Optional, "host that the client runs on")
 
 /// One client that owns one processor, or the server.
-class Owner final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT Owner final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(Owner)
 };
@@ -22,7 +23,7 @@ class Owner final : public REPORTGENERATOR::IRGObject
 #define RG_FIELDS_OwnerOverview(F) F(RecordList, Owner, Owner, Optional, "every owner")
 
 /// All owners at one server. What is not named has no owner.
-class OwnerOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT OwnerOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(OwnerOverview)
 };
@@ -32,7 +33,7 @@ class OwnerOverview final : public REPORTGENERATOR::IRGObject
     F(Record, Owner, Owner, Required, "what is to be owned, and by whom")
 
 /// Asks the server for ownership, or gives it back.
-class OwnerRequest final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT OwnerRequest final : public REPORTGENERATOR::IRGObject
 {
 public:
     enum Action : int { eRelease = 0, eTake = 1 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/resources.h>
 #include <resourcemodel/rgfields.h>
 
@@ -13,7 +14,7 @@ namespace RESOURCEMANAGEMENT {
     F(Int, qint32, Credits, Optional, "CPU credits taken there")
 
 /// The processing unit that a processor runs on.
-class UsedProcessingUnit final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT UsedProcessingUnit final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(UsedProcessingUnit)
 };
@@ -25,7 +26,7 @@ class UsedProcessingUnit final : public REPORTGENERATOR::IRGObject
     F(Record, UsedProcessingUnit, UsedProcessingUnit, Optional, "where the processor runs")
 
 /// What every processor has, whatever it does.
-class KoltaProcessor final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT KoltaProcessor final : public REPORTGENERATOR::IRGObject
 {
 public:
     /// Other numbers are carried unchanged.
@@ -39,7 +40,7 @@ public:
     F(Text, QString, RecordID, Optional, "recording that is played instead of a tuner")
 
 /// What feeds an MCP or SCP.
-class DataSource final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT DataSource final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(DataSource)
 };
@@ -50,14 +51,14 @@ class DataSource final : public REPORTGENERATOR::IRGObject
     F(Double, double, Frequency, Optional, "centre frequency, Hz")                                           \
     F(Double, double, Bandwidth, Optional, "bandwidth, Hz")
 
-class FFP final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT FFP final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FFP)
 };
 
 #define RG_FIELDS_FHA(F) F(Record, KoltaProcessor, KoltaProcessor, Optional, "processor record")
 
-class FHA final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT FHA final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FHA)
 };
@@ -68,7 +69,7 @@ class FHA final : public REPORTGENERATOR::IRGObject
     F(Bool, bool, Scanning, Optional, "scans")                                                               \
     F(RecordList, FFP, FFP, Optional, "its FFPs")
 
-class DSC final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT DSC final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(DSC)
 };
@@ -78,7 +79,7 @@ class DSC final : public REPORTGENERATOR::IRGObject
     F(RecordList, FHA, FHA, Optional, "its FHAs")                                                            \
     F(RecordList, FFP, FFP, Optional, "its FFPs")
 
-class FHP final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT FHP final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FHP)
 };
@@ -93,7 +94,7 @@ class FHP final : public REPORTGENERATOR::IRGObject
     F(RecordList, FHP, FHP, Optional, "its FHPs")                                                            \
     F(RecordList, DSC, DSC, Optional, "its DSCs")
 
-class MCP final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT MCP final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(MCP)
 };
@@ -108,7 +109,7 @@ class MCP final : public REPORTGENERATOR::IRGObject
     F(Record, DSC, DSC, Optional, "its DSC")                                                                 \
     F(Record, FHP, FHP, Optional, "its FHP")
 
-class SCP final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT SCP final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(SCP)
 };
@@ -119,7 +120,7 @@ class SCP final : public REPORTGENERATOR::IRGObject
     F(RecordList, MCP, MCP, Optional, "running MCPs")
 
 /// All running processors of one server.
-class ProcessorOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT ProcessorOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(ProcessorOverview)
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/resources.h>
 #include <resourcemodel/rgfields.h>
@@ -16,7 +17,7 @@ namespace RESOURCEMANAGEMENT {
     F(RecordList, Tuner, Tuner, Optional, "tuners with their new settings")
 
 /// Asks the server to change tuners.
-class TunerManagementRequest final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TunerManagementRequest final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(TunerManagementRequest)
 };
@@ -31,7 +32,7 @@ class TunerManagementRequest final : public REPORTGENERATOR::IRGObject
     F(Text, QString, RequestID, Optional, "GUID of the request")
 
 /// Asks the server to start a production or to move an FFP.
-class RequestResource final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT RequestResource final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(RequestResource)
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -15,7 +16,7 @@ namespace RESOURCEMANAGEMENT {
     F(Int, qint32, ResourceID, Optional, "number given by the server")
 
 /// Identity of a resource: what tuners, units and processors have in common.
-class TavikResource final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TavikResource final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(TavikResource)
 };
@@ -25,7 +26,7 @@ class TavikResource final : public REPORTGENERATOR::IRGObject
     F(Text, QString, Address, Optional, "where the interface is reached")
 
 /// One interface between a tuner and a storage.
-class Connection final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT Connection final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(Connection)
 };
@@ -35,7 +36,7 @@ class Connection final : public REPORTGENERATOR::IRGObject
     F(RecordList, Connection, Connection, Optional, "interfaces to it")
 
 /// A storage that a tuner can record to directly.
-class XGStorage final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT XGStorage final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(XGStorage)
 };
@@ -57,7 +58,7 @@ class XGStorage final : public REPORTGENERATOR::IRGObject
     F(RecordList, XGStorage, XGStorage, Optional, "storages with a direct interface")
 
 /// A receiver.
-class Tuner final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT Tuner final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(Tuner)
 };
@@ -70,7 +71,7 @@ class Tuner final : public REPORTGENERATOR::IRGObject
       "applications that may not use its storage: 1 DCP, 2 FFP, 3 DSC, 4 FHP")
 
 /// A computer on which processors run.
-class ProcessingUnit final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT ProcessingUnit final : public REPORTGENERATOR::IRGObject
 {
 public:
     enum Registration : int { eUnregistered = 0, eRegistered = 1 };
@@ -89,7 +90,7 @@ public:
     F(Double, double, FreeCapacity, Optional, "free space, bytes")
 
 /// A recorder or another store of signal data.
-class StorageUnit final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT StorageUnit final : public REPORTGENERATOR::IRGObject
 {
 public:
     enum Registration : int { eUnregistered = 0, eRegistered = 1 };
@@ -104,7 +105,7 @@ public:
     F(RecordList, StorageUnit, StorageUnit, Optional, "every storage unit of the server")
 
 /// All resources of one server.
-class ResourceOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT ResourceOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(ResourceOverview)
 };

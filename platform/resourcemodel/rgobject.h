@@ -1,5 +1,7 @@
 #pragma once
 
+#include <resourcemodel/export.h>
+
 #include <QLatin1String>
 #include <QString>
 #include <QVector>
@@ -14,7 +16,7 @@ struct Access;
 } // namespace Fields
 
 /// Why an object could not be read, or must not be published.
-class RGException : public std::exception
+class KOLTA_RESOURCEMODEL_EXPORT RGException : public std::exception
 {
 public:
     RGException(const QString& title, const QString& text);
@@ -49,7 +51,7 @@ struct FieldInfo
 /// copy of a large overview costs nothing until one side is edited. A field is unset until it is given; GetX
 /// of an unset field yields the empty text, 0, false, an empty list or an empty record. Only EditX hands out
 /// non-const references. Objects may be used from any thread, one thread at a time.
-class IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT IRGObject
 {
 public:
     virtual ~IRGObject() = default;
@@ -98,7 +100,7 @@ private:
 };
 
 /// Same class and equal content; an unset field differs from one that is set to its default.
-bool operator==(const IRGObject& a, const IRGObject& b);
+KOLTA_RESOURCEMODEL_EXPORT bool operator==(const IRGObject& a, const IRGObject& b);
 inline bool operator!=(const IRGObject& a, const IRGObject& b)
 {
     return !(a == b);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgobject.h>
 
 #include <memory>
@@ -15,7 +16,7 @@ namespace REPORTGENERATOR {
 /// depends on what is different.
 ///
 /// Keeps the text that was read last without an error, and shares the records that it gave. For one thread.
-class TextReader
+class KOLTA_RESOURCEMODEL_EXPORT TextReader
 {
 public:
     TextReader();

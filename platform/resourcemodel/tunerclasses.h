@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgfields.h>
 
 /// \file
@@ -12,7 +13,7 @@ namespace RESOURCEMANAGEMENT {
     F(Text, QString, ParamGuiXmlFormular, Optional, "parameter form for tuners of the type, an XML text")
 
 /// One tuner type.
-class TunerTypeSettings final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TunerTypeSettings final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(TunerTypeSettings)
 };
@@ -21,7 +22,7 @@ class TunerTypeSettings final : public REPORTGENERATOR::IRGObject
     F(RecordList, TunerTypeSettings, TunerTypeSettings, Optional, "every tuner type")
 
 /// All tuner types of one server.
-class TunerTypeOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TunerTypeOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(TunerTypeOverview)
 };
@@ -38,7 +39,7 @@ class TunerTypeOverview final : public REPORTGENERATOR::IRGObject
     F(TextList, QString, TunerID, Optional, "tuner IDs of its own tuners")
 
 /// A named group of tuners, possibly nested in another.
-class TunerClass final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TunerClass final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(TunerClass)
 };
@@ -48,7 +49,7 @@ class TunerClass final : public REPORTGENERATOR::IRGObject
     F(Text, QString, Script, Optional, "script that computes a tuner ID")
 
 /// What identifies a tuner in the tuner classes.
-class TunerIdDefinition final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TunerIdDefinition final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(TunerIdDefinition)
 };
@@ -58,7 +59,7 @@ class TunerIdDefinition final : public REPORTGENERATOR::IRGObject
     F(RecordList, TunerClass, TunerClass, Optional, "every tuner class")
 
 /// All tuner classes of one server.
-class TunerClassOverview final : public REPORTGENERATOR::IRGObject
+class KOLTA_RESOURCEMODEL_EXPORT TunerClassOverview final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(TunerClassOverview)
 };

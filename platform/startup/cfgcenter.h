@@ -1,5 +1,7 @@
 #pragma once
 
+#include <startup/export.h>
+
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -16,7 +18,7 @@ namespace Startup {
 /// first SetValue(). Any character may be used in groups and keys; in the file they appear with "/", "\" and
 /// "%" escaped. The group "General" (and the empty one) holds what the file says before its first section or
 /// in its section [General]. All operations may be called from any thread.
-class CfgCenter
+class KOLTA_STARTUP_EXPORT CfgCenter
 {
 public:
     static CfgCenter& Instance();
@@ -56,7 +58,7 @@ private:
 };
 
 /// The administrator's settings of this machine: the group "Administrator" of the same file.
-class AdministratorConfiguration
+class KOLTA_STARTUP_EXPORT AdministratorConfiguration
 {
 public:
     static AdministratorConfiguration& Instance();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <startup/export.h>
+
 #include <QtGlobal>
 
 #include <functional>
@@ -8,7 +10,7 @@
 namespace Startup {
 
 /// Something that is due at a time; destroying it calls it off.
-class Alarm
+class KOLTA_STARTUP_EXPORT Alarm
 {
 public:
     Alarm() = default;
@@ -24,7 +26,7 @@ using ptrAlarm = std::unique_ptr<Alarm>;
 ///
 /// now() may be called from any thread. An alarm belongs to the thread that asked for it, which needs an
 /// event loop.
-class Clock
+class KOLTA_STARTUP_EXPORT Clock
 {
 public:
     using Function = std::function<void()>;
@@ -63,7 +65,7 @@ protected:
 };
 
 /// A clock that stands still unless it is told to go on: time as an input of a test. One thread.
-class ManualClock : public Clock
+class KOLTA_STARTUP_EXPORT ManualClock : public Clock
 {
 public:
     ManualClock();

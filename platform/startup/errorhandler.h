@@ -1,5 +1,7 @@
 #pragma once
 
+#include <startup/export.h>
+
 #include <QDateTime>
 #include <QString>
 #include <QVector>
@@ -35,7 +37,7 @@ struct TraceRecord
 /// Receives every trace line that the mask lets through.
 /// Called on the thread that traces, under the error handler's lock: copy and return. Adding and removing
 /// sinks is not allowed from here; a line that is traced from here is dropped.
-class ITraceSink
+class KOLTA_STARTUP_EXPORT ITraceSink
 {
 public:
     virtual ~ITraceSink() = default;
@@ -47,7 +49,7 @@ public:
 /// "kolta.trace" as "time severity source:line text" (warning level for fatal, error and warning, debug level
 /// for detail, else info) and given to every sink. Lines that a sink or a Qt message handler traces while it
 /// handles one are dropped. All operations may be called from any thread.
-class ErrorHandler
+class KOLTA_STARTUP_EXPORT ErrorHandler
 {
 public:
     /// The process-wide instance. The initial mask is the configuration value "ErrorHandler"/"TraceMask",
@@ -83,7 +85,7 @@ private:
 
 /// A sink that keeps what was traced while it lives, for tests and for the console's trace view.
 /// Keeps the newest `limit` lines. Thread-safe.
-class TraceRecorder : public ITraceSink
+class KOLTA_STARTUP_EXPORT TraceRecorder : public ITraceSink
 {
 public:
     explicit TraceRecorder(int limit = 10000);

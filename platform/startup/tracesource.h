@@ -1,6 +1,7 @@
 #pragma once
 
 #include <startup/errorhandler.h>
+#include <startup/export.h>
 
 #include <type_traits>
 
@@ -8,7 +9,8 @@ namespace Startup {
 
 /// What the exception that is being handled says: its what(), read as UTF-8, or `otherwise` when it is no
 /// std::exception. To be called within a handler only.
-QString CurrentExceptionText(const QString& otherwise = QStringLiteral("unknown exception"));
+KOLTA_STARTUP_EXPORT QString
+CurrentExceptionText(const QString& otherwise = QStringLiteral("unknown exception"));
 
 /// A source file as it appears in the trace. Each file that traces has one, and an enumeration of its trace
 /// points; the points' numbers are stable identifiers that support tools match on.
@@ -19,7 +21,7 @@ QString CurrentExceptionText(const QString& otherwise = QStringLiteral("unknown 
 ///     kTrace(eRefused, QStringLiteral("..."));
 ///
 /// All operations may be called from any thread and never throw.
-class TraceSource
+class KOLTA_STARTUP_EXPORT TraceSource
 {
 public:
     /// `name` must live as long as the source. Lines go to `channel` unless they name another.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <usermanagement/export.h>
 #include <usermanagement/userdirectory.h>
 
 #include <QObject>
@@ -17,7 +18,7 @@ namespace Nax {
 
 /// Hears that the active user or the user's rights have changed. The destructor deregisters it, also in the
 /// middle of a call.
-class IActiveUserEvent
+class KOLTA_USERMANAGEMENT_EXPORT IActiveUserEvent
 {
 public:
     enum tagRIGHTEVENT : int {
@@ -51,7 +52,7 @@ private:
 ///
 /// Callbacks are called on the main thread only, and registered and destroyed there. All else may be called
 /// from any thread; what it changes is told at once on the main thread, through its event loop from others.
-class ActiveUserProxy : public QObject
+class KOLTA_USERMANAGEMENT_EXPORT ActiveUserProxy : public QObject
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <usermanagement/export.h>
+
 #include <QHash>
 #include <QString>
 #include <QStringList>
@@ -26,7 +28,7 @@ struct User
 ///
 /// Whatever is not known here is refused, not passed over: a slip of the pen must not change what a user may
 /// do.
-class UserDirectory
+class KOLTA_USERMANAGEMENT_EXPORT UserDirectory
 {
 public:
     /// Replaces the content by that of `file`. On failure the result is false, there are no users, and

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <values/export.h>
+
 #include <QString>
 #include <QUuid>
 #include <QtEndian>
@@ -51,7 +53,7 @@ inline void PatchUInt32(std::string& out, std::size_t position, quint32 value)
 
 /// Reads such fields and never behind the end. What does not fit gives false and leaves reader and argument
 /// alone. The bytes are not owned.
-class ByteReader
+class KOLTA_VALUES_EXPORT ByteReader
 {
 public:
     ByteReader(const char* bytes, std::size_t size) : m_at(bytes), m_end(bytes + size) {}

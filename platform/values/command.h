@@ -1,6 +1,7 @@
 #pragma once
 
 #include <values/bytestream.h>
+#include <values/export.h>
 #include <values/value.h>
 
 #include <QString>
@@ -34,7 +35,7 @@ struct CommandScope
 };
 
 /// A change that can be repeated: kept, transmitted, and executed on an equal value elsewhere.
-class Command
+class KOLTA_VALUES_EXPORT Command
 {
 public:
     virtual ~Command() = default;
@@ -55,7 +56,7 @@ protected:
 
 /// A command on one value. Target and originator may die before it is executed: without target it does
 /// nothing, without originator it names nobody, so that everybody is told.
-class ValueBase::CommandOnValue : public Command
+class KOLTA_VALUES_EXPORT ValueBase::CommandOnValue : public Command
 {
 public:
     int GetCommandId() const noexcept { return m_id; }
@@ -81,7 +82,7 @@ private:
 };
 
 /// Writes a command's header and, when it goes, the length of what was appended since: the payload.
-class CommandFrame
+class KOLTA_VALUES_EXPORT CommandFrame
 {
 public:
     /// `target` may be null.
@@ -97,7 +98,7 @@ private:
 };
 
 /// Several commands on one value as one: executed, recorded and transmitted together.
-class CommandTransaction : public ValueBase::CommandOnValue
+class KOLTA_VALUES_EXPORT CommandTransaction : public ValueBase::CommandOnValue
 {
 public:
     using Commands = std::vector<std::unique_ptr<Command>>;
@@ -120,7 +121,7 @@ private:
 
 /// Gets the commands of the values that it is installed in. Called in the middle of a change, on the thread
 /// of the values: it writes down what it needs and returns, it changes no value and calls nobody who might.
-class ICommandRecorder
+class KOLTA_VALUES_EXPORT ICommandRecorder
 {
 public:
     virtual ~ICommandRecorder() = default;
@@ -142,10 +143,11 @@ struct CommandHeader
     int id = 0;
     QString path; ///< of the target; empty when the sender left it out
 };
-bool ReadCommandHeader(ByteReader& in, CommandHeader& header);
+KOLTA_VALUES_EXPORT bool ReadCommandHeader(ByteReader& in, CommandHeader& header);
 /// Reads header and payload of a command on `target`; null when anything does not fit, the payload's length
 /// included. `originator` is whom the command names when it is executed.
-std::unique_ptr<Command> ReadCommand(ValueBase& target, ByteReader& in, IObserver* originator);
+KOLTA_VALUES_EXPORT std::unique_ptr<Command> ReadCommand(ValueBase& target, ByteReader& in,
+                                                         IObserver* originator);
 
 /// The header of a value's transmitted state.
 struct ValueHeader
@@ -154,9 +156,9 @@ struct ValueHeader
     TValueState state = eValueValid;
     QString path; ///< full path, or the name of a value that is in no tree
 };
-void AppendValueHeader(std::string& out, const ValueBase& value);
+KOLTA_VALUES_EXPORT void AppendValueHeader(std::string& out, const ValueBase& value);
 /// False when it does not fit or is of a newer, incompatible form.
-bool ReadValueHeader(ByteReader& in, ValueHeader& header);
+KOLTA_VALUES_EXPORT bool ReadValueHeader(ByteReader& in, ValueHeader& header);
 /// Decodes the commands up to the end of `in` one by one and calls `call(Command&)` with each, which keeps
 /// none of them. False, without a call, at the first that does not fit; true when the target dies meanwhile.
 /// Who may not do half of them calls it twice, first to see whether all fit: keeping a large state decoded

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <values/bytestream.h>
+#include <values/export.h>
 #include <values/value.h>
 
 #include <QString>
@@ -14,17 +15,17 @@ using ValueCreator = std::unique_ptr<ValueBase> (*)(const QString& name, TValueS
 
 /// Registers the maker for a type number. Registering the same again has no further effect; false, and
 /// nothing changes, when the number has another maker. Any thread.
-bool RegisterValueCreator(int type, ValueCreator creator);
+KOLTA_VALUES_EXPORT bool RegisterValueCreator(int type, ValueCreator creator);
 /// An empty value of a registered type, in no tree; null for an unknown type. Any thread.
-std::unique_ptr<ValueBase> CreateDefaultValue(int type, const QString& name = QString(),
-                                              TValueState state = eValueValid);
+KOLTA_VALUES_EXPORT std::unique_ptr<ValueBase> CreateDefaultValue(int type, const QString& name = QString(),
+                                                                  TValueState state = eValueValid);
 /// The empty value, in no tree, that a received state is to fill: of the type in its header, named by the
 /// path there. `in` moves behind the header. Null, and `in` unchanged, for a malformed header or an unknown
 /// type.
-std::unique_ptr<ValueBase> CreateValueForState(ByteReader& in);
+KOLTA_VALUES_EXPORT std::unique_ptr<ValueBase> CreateValueForState(ByteReader& in);
 
 /// Registers the makers of the plain values (TValueType).
-bool RegisterPlainValues();
+KOLTA_VALUES_EXPORT bool RegisterPlainValues();
 
 /// The maker of one class, which is constructed from name and state. A library registers those of its values
 /// by calling Register() where it starts: a registration by a static object alone would be left out by the

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <memory>
+#include <values/export.h>
 
 namespace values {
 
 /// Member of an object that others hold with Weak; a copy of the object begins with a new one. Costs nothing
 /// until the first of them asks. One thread only.
-class Life
+class KOLTA_VALUES_EXPORT Life
 {
 public:
     Life() = default;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <values/export.h>
 #include <values/replication.h>
 
 #include <QObject>
@@ -9,7 +10,7 @@ namespace values {
 /// Two replicas in one process, joined by a link: what one says is brought to the other from the event loop,
 /// or at once by Deliver(). Replicas and values may die before it, and it may be deleted while a change is
 /// applied.
-class LocalReplicaPair
+class KOLTA_VALUES_EXPORT LocalReplicaPair
 {
 public:
     /// The policies are those of ReplicaLink.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <values/export.h>
 #include <values/lifetime.h>
 
 #include <cstddef>
@@ -19,7 +20,7 @@ enum TChangeCode : int {
 
 /// Hears of changes of the observables that it is attached to.
 /// The destructor detaches it from all of them, also in the middle of a notification.
-class IObserver
+class KOLTA_VALUES_EXPORT IObserver
 {
 public:
     virtual ~IObserver();
@@ -60,7 +61,7 @@ private:
 /// and go: one that is detached before its turn is not called, one that is attached meanwhile hears the next
 /// notification first. Notifications may nest. Attaching and detaching take constant time as long as either
 /// the observable has few observers or the observer few observables. Not thread-safe: one thread only.
-class Observable
+class KOLTA_VALUES_EXPORT Observable
 {
 public:
     Observable();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <values/command.h>
+#include <values/export.h>
 
 #include <deque>
 #include <string>
@@ -10,7 +11,7 @@
 namespace values {
 
 /// Which items and requests have own changes on their way to a peer.
-class PendingChanges
+class KOLTA_VALUES_EXPORT PendingChanges
 {
 public:
     /// The group `number` writes `scope`; numbers rise.
@@ -59,7 +60,7 @@ private:
 
 /// Ends the requests of `value` that neither `state`, the commands of a received state, nor own `pending`
 /// changes know. Observers are told, but not `originator`; one may delete the value.
-void EndStaleRequests(ValueBase& value, ByteReader state, const PendingChanges& pending,
-                      IObserver* originator);
+KOLTA_VALUES_EXPORT void EndStaleRequests(ValueBase& value, ByteReader state, const PendingChanges& pending,
+                                          IObserver* originator);
 
 } // namespace values

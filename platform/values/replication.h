@@ -1,6 +1,7 @@
 #pragma once
 
 #include <values/command.h>
+#include <values/export.h>
 #include <values/pendingchanges.h>
 
 #include <QUuid>
@@ -38,7 +39,7 @@ using ConflictPolicy = std::function<RemoteChange(const Conflict&)>;
 /// One value's replica in this process: gives recorded changes to all links but the one that brought them,
 /// and applies what links bring. While it has links it is the value's recorder. Value, replica and links may
 /// die in any order, also while a change is applied. One thread, that of the value.
-class Replica final : public ICommandRecorder
+class KOLTA_VALUES_EXPORT Replica final : public ICommandRecorder
 {
 public:
     /// `id` names this replica as the origin of its changes.
@@ -88,7 +89,7 @@ private:
 /// not fit breaks the link and changes nothing. Own changes are on their way until they are acknowledged.
 /// With the default policy the secondary end drops remote changes to their keys, and the primary end applies
 /// all, so that concurrent writers end with one content.
-class ReplicaLink
+class KOLTA_VALUES_EXPORT ReplicaLink
 {
 public:
     /// An empty `policy` is the default one. The link is broken from the start when the value is gone or has

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <values/export.h>
 #include <values/observable.h>
 
 #include <QHash>
@@ -24,7 +25,7 @@ enum TValueState : int {
 };
 
 /// One item of the value tree: a plain node, or (as ValueBase) a value. Owned by its parent, so by the tree.
-class TreeItem : public Observable
+class KOLTA_VALUES_EXPORT TreeItem : public Observable
 {
 public:
     ~TreeItem() override;
@@ -85,7 +86,7 @@ enum class WishFailure {
 /// of the calls is the order of the events even when observers change the tree further. This is where a link
 /// that carries the tree to other processes hooks in: it applies remote changes with an originator of its own
 /// and names that one in Tree::AddListener(), so that it is not called back for them.
-class ITreeListener
+class KOLTA_VALUES_EXPORT ITreeListener
 {
 public:
     virtual ~ITreeListener() = default;
@@ -117,7 +118,7 @@ public:
 /// in any way while they are called, but not destroy it. What they undo is not announced any further, and
 /// what they create in the place of something that is being deleted stays. One thread only: the thread that
 /// owns the tree, normally the main thread.
-class Tree
+class KOLTA_VALUES_EXPORT Tree
 {
 public:
     /// The process-wide tree.
@@ -206,6 +207,6 @@ private:
 };
 
 /// The path as the tree keeps it: with a leading "/", without a trailing or doubled one.
-QString NormalisedPath(const QString& path);
+KOLTA_VALUES_EXPORT QString NormalisedPath(const QString& path);
 
 } // namespace values

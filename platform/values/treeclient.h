@@ -1,5 +1,7 @@
 #pragma once
 
+#include <values/export.h>
+
 #include <QString>
 
 namespace values {
@@ -8,7 +10,7 @@ class ValueBase;
 
 /// A link that brings part of the value tree from another process, known to this process by an alias.
 /// Nobody owns it here: it registers while it lives. On the tree's thread.
-class ITreeClient
+class KOLTA_VALUES_EXPORT ITreeClient
 {
 public:
     virtual ~ITreeClient();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <values/bytestream.h>
+#include <values/export.h>
 
 #include <QString>
 
@@ -13,13 +14,13 @@
 namespace values {
 
 /// Appends the bytes of the text, without a length.
-void AppendUtf8(std::string& out, const QString& text);
+KOLTA_VALUES_EXPORT void AppendUtf8(std::string& out, const QString& text);
 /// Reads a text up to the end of `in`; false, and both stay as they are, for bytes that AppendUtf8() would
 /// not have written, overlong forms and two halves of one character for instance.
-bool ReadUtf8(ByteReader& in, QString& text);
+KOLTA_VALUES_EXPORT bool ReadUtf8(ByteReader& in, QString& text);
 
 /// The same with the number of bytes, a u32, before them.
-void AppendShortText(std::string& out, const QString& text);
-bool ReadShortText(ByteReader& in, QString& text);
+KOLTA_VALUES_EXPORT void AppendShortText(std::string& out, const QString& text);
+KOLTA_VALUES_EXPORT bool ReadShortText(ByteReader& in, QString& text);
 
 } // namespace values

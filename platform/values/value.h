@@ -1,5 +1,6 @@
 #pragma once
 
+#include <values/export.h>
 #include <values/tree.h>
 #include <values/utf8.h>
 
@@ -28,7 +29,7 @@ enum TValueType : int { eTypeString = 1, eTypeSelection = 2 };
 /// of it. A value that has a recorder also says each change of its content as a command, which repeats the
 /// change when it is executed on an equal value; the recorder gets it before anybody else hears of the
 /// change.
-class ValueBase : public TreeItem
+class KOLTA_VALUES_EXPORT ValueBase : public TreeItem
 {
 public:
     class CommandOnValue;
@@ -148,7 +149,7 @@ private:
 };
 
 /// Keeps a transaction of a value open; see ValueBase::CreateTransaction().
-class ValueBase::Transaction
+class KOLTA_VALUES_EXPORT ValueBase::Transaction
 {
 public:
     Transaction(Transaction&& other) noexcept : m_value(std::exchange(other.m_value, {})) {}
@@ -241,7 +242,7 @@ private:
 using StringValue = Value<QString>;
 
 /// A choice of named items, each with an integer key; exactly one or none is selected.
-class SelectionValue : public ValueBase
+class KOLTA_VALUES_EXPORT SelectionValue : public ValueBase
 {
 public:
     SelectionValue() = default;
@@ -283,6 +284,7 @@ private:
 /// The one way to write a request into a string value: when it already holds `text` the value is announced
 /// again with code eChangeValue, so that the reader processes the identical request once more; otherwise the
 /// text is set. False when there is no living string value at `path`. `originator` is not called back.
-bool WriteOrAnnounce(const QString& path, const QString& text, IObserver* originator = nullptr);
+KOLTA_VALUES_EXPORT bool WriteOrAnnounce(const QString& path, const QString& text,
+                                         IObserver* originator = nullptr);
 
 } // namespace values

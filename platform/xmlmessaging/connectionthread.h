@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/messagecodec.h>
 #include <xmlmessaging/tlssettings.h>
 #include <xmlmessaging/xmlmessage.h>
@@ -31,7 +32,7 @@ namespace XmlCommunication {
 /// All signals are emitted on the thread that this object lives on, in the order in which things happened on
 /// the link. When the owner does not keep up, reading pauses, so that memory stays bounded. An exception that
 /// a receiver throws is traced and goes no further.
-class CConnectionThread : public QThread
+class KOLTA_XMLMESSAGING_EXPORT CConnectionThread : public QThread
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QString>
@@ -19,7 +20,7 @@ struct AppDescriptionData
 };
 
 /// Converts the query for a peer's application description and its reply. Component "Application".
-class CAppDescription
+class KOLTA_XMLMESSAGING_EXPORT CAppDescription
 {
 public:
     /// The query's fragment.
@@ -46,7 +47,7 @@ private:
 
 /// Converts the command that tells the server how this client wants request trees handled: with suppression
 /// the server leaves them out of its replies. Component "RequestTree".
-class CRequestTreeConverter
+class KOLTA_XMLMESSAGING_EXPORT CRequestTreeConverter
 {
 public:
     /// Over an existing request tree; an empty tree starts a new one.
@@ -64,7 +65,7 @@ private:
 };
 
 /// Converts the command that subscribes to a server's broadcasts. Component "EventFilter".
-class CEventFilterConverter
+class KOLTA_XMLMESSAGING_EXPORT CEventFilterConverter
 {
 public:
     /// Fragment that asks for the broadcasts of `component`, "*" for all.
@@ -86,7 +87,7 @@ struct FaultDescription
 };
 
 /// Converts the query for a server's fault reference and its reply. Component "FaultReference".
-class CQueryFaultReference
+class KOLTA_XMLMESSAGING_EXPORT CQueryFaultReference
 {
 public:
     static XmlCommon::CMsgFragment makeFragment();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -14,7 +16,7 @@ class TreeData;
 using NodeId = quint32;
 constexpr NodeId kNoNode = 0xFFFFFFFFU;
 
-class TreeHandle
+class KOLTA_XMLMESSAGING_EXPORT TreeHandle
 {
 public:
     TreeHandle() noexcept = default;
@@ -47,7 +49,7 @@ private:
 } // namespace detail
 
 /// The name of an XML element.
-class CTagname
+class KOLTA_XMLMESSAGING_EXPORT CTagname
 {
 public:
     CTagname() = default;
@@ -65,7 +67,7 @@ private:
 
 /// Read-only cursor on one element of a CDataTree. Cheap to copy; valid while the tree lives and is not
 /// changed. Every operation on a null cursor gives an empty result, so look-ups can be chained.
-class CConstElement
+class KOLTA_XMLMESSAGING_EXPORT CConstElement
 {
 public:
     CConstElement() noexcept = default;
@@ -110,7 +112,7 @@ class CDataTree;
 
 /// Cursor that may change its element. Texts may hold any character; those that XML cannot carry are replaced
 /// by U+FFFD.
-class CElement : public CConstElement
+class KOLTA_XMLMESSAGING_EXPORT CElement : public CConstElement
 {
 public:
     CElement() noexcept = default;
@@ -131,7 +133,7 @@ private:
 
 /// One XML element with all below it, as a value: implicitly shared, detached on the first change.
 /// Distinct objects that share content may be used by different threads at the same time.
-class CDataTree
+class KOLTA_XMLMESSAGING_EXPORT CDataTree
 {
 public:
     /// The empty tree: no element at all.
@@ -170,7 +172,7 @@ private:
 };
 
 /// What a request asks: the data tree of its parameters. Its root element names the operation.
-class CRequestTree
+class KOLTA_XMLMESSAGING_EXPORT CRequestTree
 {
 public:
     CRequestTree() noexcept = default;

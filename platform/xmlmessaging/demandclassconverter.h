@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QString>
@@ -22,7 +23,7 @@ namespace ResourceConverter {
 /// Converts the query for a server's resource demand classes and its reply: what a job of each class of each
 /// application takes. Component "ResourceDemandClasses". Whoever fills a reply must not put numbers into it
 /// that are not finite.
-class CResourceDemandClasses
+class KOLTA_XMLMESSAGING_EXPORT CResourceDemandClasses
 {
 public:
     /// The kinds of application. Other numbers may occur and are carried unchanged; -1 stands for none.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xmlmessaging/datatree.h>
+#include <xmlmessaging/export.h>
 
 #include <QStringList>
 
@@ -21,7 +22,7 @@ struct AddendumCursor
 ///
 ///     <Fault id="1203" timestamp="1700000000000"><Addendum>Tuner 7</Addendum><Fault id="17"
 ///     timestamp="…"/></Fault>
-class CFaultTree
+class KOLTA_XMLMESSAGING_EXPORT CFaultTree
 {
 public:
     /// The empty fault tree: no fault.

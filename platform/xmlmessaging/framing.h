@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -9,14 +11,14 @@ namespace XmlCommunication {
 
 /// Appends `payload` as one message in the chunked framing of RFC 6242, section 4.2:
 /// LF '#' size LF bytes … LF '#' '#' LF. An empty payload cannot be framed and appends nothing.
-void appendFrame(QByteArray& out, const QByteArray& payload);
+KOLTA_XMLMESSAGING_EXPORT void appendFrame(QByteArray& out, const QByteArray& payload);
 
 /// Empties a buffer that is used again and again, and keeps its memory unless it has grown large.
-void recycle(QByteArray& buffer);
+KOLTA_XMLMESSAGING_EXPORT void recycle(QByteArray& buffer);
 
 /// Takes the bytes of a stream in pieces of any size and gives back whole messages.
 /// Memory is bounded by the message limit plus the bytes of one feed.
-class FrameReader
+class KOLTA_XMLMESSAGING_EXPORT FrameReader
 {
 public:
     explicit FrameReader(int maxMessageBytes) : m_maxMessageBytes(maxMessageBytes) {}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QString>
@@ -15,7 +16,7 @@ namespace SigVConverter {
 
 /// Converts the profiles by which a server separates hoppers: the query for them with its reply, and the
 /// command that replaces them. Component "HopperSeparation".
-class CFHSeparationParameters
+class KOLTA_XMLMESSAGING_EXPORT CFHSeparationParameters
 {
 public:
     /// What a hopper looks like. A range counts only while its flag is set.
@@ -69,7 +70,7 @@ private:
 };
 
 /// Converts the query for what the FFPs produce of hoppers, and its reply. Component "HopperProduction".
-class CQueryHopperProduction
+class KOLTA_XMLMESSAGING_EXPORT CQueryHopperProduction
 {
 public:
     /// What one FFP looks for, and how.
@@ -108,7 +109,7 @@ private:
 /// Converts the command that tells one FFP which hoppers to look for, and how. What only the server decides
 /// (CQueryHopperProduction::struProductionSetup::setupValue and setupFlag) is no part of it. Component
 /// "HopperProduction".
-class CSetHopperProduction
+class KOLTA_XMLMESSAGING_EXPORT CSetHopperProduction
 {
 public:
     /// A command that switches nothing on.

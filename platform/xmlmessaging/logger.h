@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QString>
@@ -25,7 +26,7 @@ enum eLogMode : int {
 /// The directory is the configuration value "MessageLogger"/"Directory"; without one nothing is written. A
 /// file that would grow over "MessageLogger"/"MaxFileBytes" (default 10,000,000) is renamed to
 /// "<name>.log.1", replacing the one before. Thread-safe; writes happen on the links' threads.
-class Logger
+class KOLTA_XMLMESSAGING_EXPORT Logger
 {
 public:
     static Logger& instance();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QByteArray>
@@ -24,7 +25,7 @@ struct MessageLimits
 ///     </Message>
 ///
 /// All functions are thread-safe.
-class MessageCodec
+class KOLTA_XMLMESSAGING_EXPORT MessageCodec
 {
 public:
     /// Appends the message's UTF-8 text to `out`.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/messagecodec.h>
 #include <xmlmessaging/serverlimits.h>
 #include <xmlmessaging/tlssettings.h>
@@ -24,7 +25,7 @@ class ServerBounds;
 /// Lives on the server's thread.
 ///
 /// A link whose peer does not read what it is sent stops being read, and ends when ServerLimits says so.
-class CServerLink : public QObject
+class KOLTA_XMLMESSAGING_EXPORT CServerLink : public QObject
 {
     Q_OBJECT
 
@@ -72,7 +73,7 @@ private:
 
 /// Listens for clients of the XML protocol. Lives on any thread with an event loop; starts none. What it
 /// refuses is told in trace lines, of each cause one a minute.
-class CServer : public QObject
+class KOLTA_XMLMESSAGING_EXPORT CServer : public QObject
 {
     Q_OBJECT
 
@@ -115,6 +116,7 @@ private:
 
 /// The reply to `request`: service type two above, same ID, one fragment per request fragment with its
 /// component name and, unless `suppressRequestTrees`, its request tree.
-XmlCommon::CXmlMessage makeReply(const XmlCommon::CXmlMessage& request, bool suppressRequestTrees);
+KOLTA_XMLMESSAGING_EXPORT XmlCommon::CXmlMessage makeReply(const XmlCommon::CXmlMessage& request,
+                                                           bool suppressRequestTrees);
 
 } // namespace XmlCommunication

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
+
 #include <QtGlobal>
 
 #include <chrono>
@@ -8,7 +10,7 @@ namespace XmlCommunication {
 
 /// What a server lets its peers cost it, whatever they do. 0 switches a bound off.
 /// The configuration group "XmlServer" has a key for each, named in docs/configuration.md.
-struct ServerLimits
+struct KOLTA_XMLMESSAGING_EXPORT ServerLimits
 {
     using Milliseconds = std::chrono::milliseconds;
 

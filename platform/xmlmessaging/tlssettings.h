@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xmlmessaging/export.h>
+
 #include <QString>
 
 class QSslConfiguration;
@@ -8,7 +10,7 @@ namespace XmlCommunication {
 
 /// How a link is protected: not at all, or by TLS 1.2 or newer with certificates of an own authority. All
 /// files are PEM.
-struct TlsSettings
+struct KOLTA_XMLMESSAGING_EXPORT TlsSettings
 {
     bool required = false;
     QString caFile;          ///< who signs the peers' certificates

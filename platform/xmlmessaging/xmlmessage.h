@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xmlmessaging/datatree.h>
+#include <xmlmessaging/export.h>
 #include <xmlmessaging/faulttree.h>
 
 #include <QExplicitlySharedDataPointer>
@@ -24,7 +25,7 @@ enum eMESSAGE_TYPES : int {
 namespace XmlCommon {
 
 /// Part of a message that concerns one component of the peer: a request, data, a fault, each at most once.
-class CMsgFragment
+class KOLTA_XMLMESSAGING_EXPORT CMsgFragment
 {
 public:
     CMsgFragment() = default;
@@ -57,7 +58,7 @@ private:
 /// One message of the XML protocol. Reference-counted through ptrCXmlMessage.
 /// A message object belongs to one thread at a time; a copy shares its trees' content and may go to another
 /// thread.
-class CXmlMessage : public QSharedData
+class KOLTA_XMLMESSAGING_EXPORT CXmlMessage : public QSharedData
 {
 public:
     /// The kinds of message. Requests are answered by the kind two above their own.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QAbstractItemModel>
 #include <QString>
 #include <QStringList>
@@ -18,7 +20,7 @@ namespace Kolta {
 ///
 /// Slots may do anything, deleting the model included, but within the signals that tell of something about to
 /// happen, where the model must live on.
-class AbstractItemMapModel : public QAbstractItemModel
+class KOLTA_COMMON_EXPORT AbstractItemMapModel : public QAbstractItemModel
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <resourcemodel/demandclasses.h>
 #include <xmlmessaging/demandclassconverter.h>
 
@@ -12,7 +13,7 @@ namespace Kolta {
 /// Turns a server's answer to the query for its resource demand classes into the overview of the resource
 /// model, keeps it and answers look-ups on it. Application types are texts here: "DCP", "FFP", "DSC", "FHA"
 /// and "FHP". Lives on one thread; nothing throws.
-class AdditionalConverters : public QObject
+class KOLTA_COMMON_EXPORT AdditionalConverters : public QObject
 {
     Q_OBJECT
 

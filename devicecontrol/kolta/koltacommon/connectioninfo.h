@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -17,7 +19,7 @@ namespace Kolta {
 /// GUIDs are compared as such, so letter case and missing braces do not matter. Of several children that fit,
 /// the first in the order of the tree is taken. Look-ups take no scan: the first one makes an index,
 /// which from then on follows the tree. Lives on the tree's thread.
-class ConnectionInfo
+class KOLTA_COMMON_EXPORT ConnectionInfo
 {
 public:
     ConnectionInfo();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/convertproductionresultmap.h>
+#include <koltacommon/export.h>
 #include <koltacommon/mapoperation.h>
 
 namespace Kolta {
@@ -11,7 +12,7 @@ namespace Kolta {
 /// already; an entry that has finished is replaced. Intermediate results are its progress. Lost when the
 /// entry is erased, or belongs to another production. There is no time limit, and cancelling leaves the
 /// entry.
-class ConversionJob : public MapOperation<ConvertProductionResultMap>
+class KOLTA_COMMON_EXPORT ConversionJob : public MapOperation<ConvertProductionResultMap>
 {
     Q_OBJECT
 

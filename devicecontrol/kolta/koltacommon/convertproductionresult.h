@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/textcolumns.h>
 
 #include <recording/recordidentifier.h>
@@ -23,7 +24,8 @@ struct ConvertProductionResultRequest
 };
 
 /// Progress and outcome of the conversion of one recording. An item of ConvertProductionResultMap.
-class ConvertProductionResult : public values::valueitemmap::IKeyItemTemplate<sorel::RecordIdentifier>
+class KOLTA_COMMON_EXPORT ConvertProductionResult
+    : public values::valueitemmap::IKeyItemTemplate<sorel::RecordIdentifier>
 {
 public:
     /// It travels as 32 bits.
@@ -78,7 +80,7 @@ private:
 };
 
 /// Conversion results as text and as bytes.
-class ConvertProductionResult_ItemFormat
+class KOLTA_COMMON_EXPORT ConvertProductionResult_ItemFormat
 {
 public:
     /// "Record_" and the text of the record identifier.
@@ -91,7 +93,7 @@ public:
 };
 
 /// Conversion results in views.
-class ConvertProductionResult_TextAdapter
+class KOLTA_COMMON_EXPORT ConvertProductionResult_TextAdapter
     : public ColumnTextAdapter<ConvertProductionResult_TextAdapter, ConvertProductionResult>
 {
 public:

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <koltacommon/convertproductionresult.h>
+#include <koltacommon/export.h>
 
 namespace values::valueitemmap {
 
 /// The key field is the three texts of the identifier.
 template<>
-struct KeyTraits<sorel::RecordIdentifier>
+struct KOLTA_COMMON_EXPORT KeyTraits<sorel::RecordIdentifier>
 {
     static const sorel::RecordIdentifier& Invalid();
     static void AppendField(std::string& out, const sorel::RecordIdentifier& key);
@@ -19,7 +20,7 @@ struct KeyTraits<sorel::RecordIdentifier>
 namespace Kolta {
 
 /// The conversion results by record identifier. Who owns them adds them with Add().
-class ConvertProductionResultMap
+class KOLTA_COMMON_EXPORT ConvertProductionResultMap
     : public values::ValueItemMap<ConvertProductionResult, ConvertProductionResult_ItemFormat,
                                   ConvertProductionResult_TextAdapter>
 {

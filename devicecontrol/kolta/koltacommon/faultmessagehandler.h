@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <xmlmessaging/faulttree.h>
 
 #include <QCoreApplication>
@@ -19,7 +20,7 @@ namespace Kolta {
 
 /// A server's fault turned into text, with its chain of causes. A value: copies share the causes, which never
 /// change.
-class Fault
+class KOLTA_COMMON_EXPORT Fault
 {
     Q_DECLARE_TR_FUNCTIONS(Kolta::Fault)
 
@@ -65,7 +66,7 @@ private:
 /// The table of fault texts. Functions may be called from any thread; signals are emitted on the calling one.
 ///
 /// The table comes from the fault reference file: UTF-8, one line per fault, "<ID>|<text>".
-class FaultMessageHandler : public QObject
+class KOLTA_COMMON_EXPORT FaultMessageHandler : public QObject
 {
     Q_OBJECT
 

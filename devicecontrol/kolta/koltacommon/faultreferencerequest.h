@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
 
 #include <memory>
@@ -10,7 +11,7 @@ class FaultMessageHandler;
 
 /// Asks a server for its fault reference, gives it to the handler, then calls the receiver's slot as a
 /// ParameterRequest does, whether or not the reply held a reference. An empty reply only calls the slot.
-class FaultReferenceRequest : public ParameterRequest
+class KOLTA_COMMON_EXPORT FaultReferenceRequest : public ParameterRequest
 {
 public:
     FaultReferenceRequest(QObject* notifiedObject, const char* slot, const QString& nameOfReceiver,

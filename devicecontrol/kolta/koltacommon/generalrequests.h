@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QExplicitlySharedDataPointer>
@@ -29,7 +30,7 @@ enum class Abandonment {
 /// it. The connection calls getMessage(), handleFault() and processReply() in this order, on its owner's
 /// thread; exceptions from them are traced there. The reply arrives in the request's own message object:
 /// service type, data and fault trees become the reply's, the request trees stay.
-class KoltaRequest : public QSharedData
+class KOLTA_COMMON_EXPORT KoltaRequest : public QSharedData
 {
 public:
     virtual ~KoltaRequest();
@@ -50,7 +51,7 @@ public:
 };
 
 /// Sends a prepared message and ignores the reply. Faults surface through the connection's signal.
-class GeneralRequest : public KoltaRequest
+class KOLTA_COMMON_EXPORT GeneralRequest : public KoltaRequest
 {
 public:
     /// Makes an empty message, to be filled through getMessage().
@@ -70,7 +71,7 @@ private:
 
 /// Sends a prepared message and calls a slot of a receiver with the reply, faulty or not: the receiver looks
 /// itself.
-class ParameterRequest : public KoltaRequest
+class KOLTA_COMMON_EXPORT ParameterRequest : public KoltaRequest
 {
 public:
     /// `slot` is a signature as SLOT() or plain text gives it, normalised:
@@ -102,7 +103,7 @@ private:
 };
 
 /// Asks the server for its application description and keeps name and GUID.
-class AppDescription : public GeneralRequest
+class KOLTA_COMMON_EXPORT AppDescription : public GeneralRequest
 {
 public:
     AppDescription();
@@ -121,7 +122,7 @@ private:
 /// Asks the server for its application description and calls `slot` of the receiver, queued, with five texts:
 /// name, GUID, version, build, interface; a slot may take fewer. A reply that holds no description is
 /// dropped, and one for a slot that takes anything else is dropped with a trace line.
-class AppDescriptionSlotInvoke : public ParameterRequest
+class KOLTA_COMMON_EXPORT AppDescriptionSlotInvoke : public ParameterRequest
 {
 public:
     AppDescriptionSlotInvoke(QObject* notifiedObject, const char* slot, const QString& nameOfReceiver);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/idtable.h>
 
 #include <QString>
@@ -11,7 +12,7 @@
 namespace Kolta {
 
 /// The GUID that GuidIndex finds an element by, unless told otherwise: that of its resource.
-struct ResourceGuid
+struct KOLTA_COMMON_EXPORT ResourceGuid
 {
     template<class Element>
     static const QString& of(const Element& element)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/modelmetatypes.h>
 
 #include <QObject>
@@ -14,7 +15,7 @@ class KoltaProcessorObserver;
 /// Keeps a server's list of hardware processing in step with its running processors: entries whose MCP has
 /// stopped or disappeared are removed. One per installation is enough. Lives on one thread with its
 /// observers.
-class HardwareProcessingController : public QObject
+class KOLTA_COMMON_EXPORT HardwareProcessingController : public QObject
 {
     Q_OBJECT
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/abstractrgvalueobserver.h>
+#include <koltacommon/export.h>
 #include <koltacommon/guidindex.h>
 #include <koltacommon/modelmetatypes.h>
 
@@ -19,7 +20,8 @@ namespace Kolta {
 /// here changes the mirror and writes the whole list back; this observer's signals do not tell of that, those
 /// of all others do. Unbound, only the mirror changes. GUIDs are compared as texts, exactly. Lives on the
 /// value tree's thread.
-class HardwareProcessingObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT::HWProcessingOverview>
+class KOLTA_COMMON_EXPORT HardwareProcessingObserver
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::HWProcessingOverview>
 {
     Q_OBJECT
 

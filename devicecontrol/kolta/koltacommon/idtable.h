@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QHash>
 #include <QString>
 #include <QVector>
@@ -11,7 +13,7 @@ namespace Kolta {
 /// Finds the entries of somebody else's list by ID, of equal IDs the one entered first: what a hash map does,
 /// without a copy of the ID and an allocation per entry. The list must not change underneath it. Copies are
 /// cheap. Not thread-safe.
-class IdTable
+class KOLTA_COMMON_EXPORT IdTable
 {
 public:
     static constexpr int kNone = -1;

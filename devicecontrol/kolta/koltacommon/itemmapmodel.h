@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/abstractitemmapmodel.h>
+#include <koltacommon/export.h>
 
 #include <recording/recordidentifier.h>
 #include <values/destruction.h>
@@ -74,7 +75,7 @@ struct ItemMapLayout
 /// that the content was replaced, or that the notification comes late: an observer that was called before
 /// changed the collection again, and the entries of both changes came with the second notification. Those
 /// that are still to come are counted, so that they cost nothing.
-class ItemMapChanges
+class KOLTA_COMMON_EXPORT ItemMapChanges
 {
 public:
     /// From here on, with everything to be compared.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <values/command.h>
 #include <values/valueitemmap.h>
 
@@ -32,7 +33,7 @@
 namespace Kolta {
 
 /// Open requests by their UUID.
-struct RequestIdHash
+struct KOLTA_COMMON_EXPORT RequestIdHash
 {
     std::size_t operator()(const QUuid& id) const noexcept { return qHash(id); }
 };

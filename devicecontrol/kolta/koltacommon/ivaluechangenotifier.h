@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/instancecount.h>
 
 #include <QObject>
@@ -13,7 +14,7 @@ namespace Kolta {
 
 /// The signals that every observer of an overview value has, whatever the overview's type.
 /// Emitted on the thread of the value tree, each after the observer's own reaction to the same event.
-class IValueChangeNotifier : public QObject
+class KOLTA_COMMON_EXPORT IValueChangeNotifier : public QObject
 {
     Q_OBJECT
 

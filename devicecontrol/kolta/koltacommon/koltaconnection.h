@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/instancecount.h>
 
@@ -30,7 +31,7 @@ class FaultMessageHandler;
 /// that was in flight is sent again. A link that has not, or whose reopening fails, ends with
 /// ConnectionClosed(). A reply that never comes blocks the queue until the transport gives up waiting and
 /// ends the link.
-class KoltaConnection : public QObject
+class KOLTA_COMMON_EXPORT KoltaConnection : public QObject
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QObject>
 #include <QString>
 #include <QVector>
@@ -23,7 +25,7 @@ struct KoltaConnectionEntry
 
 /// The links of this process, for whoever wants to show them. Functions may be called from any thread;
 /// signals are emitted on the thread that makes or deletes the link's object.
-class KoltaConnectionsViewer : public QObject
+class KOLTA_COMMON_EXPORT KoltaConnectionsViewer : public QObject
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -8,7 +10,7 @@
 namespace Kolta {
 
 /// What the library throws where a failure cannot be told by a result.
-class KoltaException : public std::exception
+class KOLTA_COMMON_EXPORT KoltaException : public std::exception
 {
 public:
     explicit KoltaException(const QString& text);

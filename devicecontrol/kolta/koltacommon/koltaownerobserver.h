@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/abstractrgvalueobserver.h>
+#include <koltacommon/export.h>
 #include <koltacommon/guidindex.h>
 #include <koltacommon/modelmetatypes.h>
 
@@ -19,7 +20,8 @@ namespace Kolta {
 /// anything. Nothing is decided here: a request is fulfilled when the mirror shows it.
 ///
 /// Slots may change the value or delete the observer. Lives on the value tree's thread.
-class KoltaOwnerObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT::OwnerOverview>
+class KOLTA_COMMON_EXPORT KoltaOwnerObserver
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::OwnerOverview>
 {
     Q_OBJECT
 

@@ -2,6 +2,7 @@
 
 #include <koltacommon/abstractrgvalueobserver.h>
 #include <koltacommon/apptypes.h>
+#include <koltacommon/export.h>
 #include <koltacommon/modelmetatypes.h>
 #include <koltacommon/processorindex.h>
 
@@ -55,7 +56,8 @@ struct RunningProcessor
 ///
 /// Queries read the mirror and never contact the server. GUIDs are compared as texts, exactly; a text that is
 /// not a UUID, or is the null UUID, finds nothing. Lives on the value tree's thread.
-class KoltaProcessorObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT::ProcessorOverview>
+class KOLTA_COMMON_EXPORT KoltaProcessorObserver
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::ProcessorOverview>
 {
     Q_OBJECT
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/connectioninfo.h>
+#include <koltacommon/export.h>
 #include <koltacommon/instancecount.h>
 #include <koltacommon/valuebinding.h>
 
@@ -41,7 +42,7 @@ struct FrequencyRange
 ///
 /// Lives on the value tree's thread; takes no lock. Slots and observers may delete it at any time. Only
 /// init() throws.
-class KoltaProductionControl : public QObject, public IObserver
+class KOLTA_COMMON_EXPORT KoltaProductionControl : public QObject, public IObserver
 {
     Q_OBJECT
 

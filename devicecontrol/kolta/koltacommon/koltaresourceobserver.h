@@ -2,6 +2,7 @@
 
 #include <koltacommon/abstractrgvalueobserver.h>
 #include <koltacommon/apptypes.h>
+#include <koltacommon/export.h>
 #include <koltacommon/guidindex.h>
 #include <koltacommon/modelmetatypes.h>
 
@@ -28,7 +29,8 @@ class TavikResourceConverter;
 ///
 /// Queries read the mirror and never contact the server; what they return by pointer or reference is good
 /// until the next change. GUIDs are compared as texts, exactly. Lives on the value tree's thread.
-class KoltaResourceObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT::ResourceOverview>
+class KOLTA_COMMON_EXPORT KoltaResourceObserver
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::ResourceOverview>
 {
     Q_OBJECT
 

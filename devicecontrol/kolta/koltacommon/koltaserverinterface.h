@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/instancecount.h>
 #include <koltacommon/servernodes.h>
 #include <koltacommon/serverstates.h>
@@ -40,7 +41,7 @@ class TunerClassesObserver;
 /// the last overview meanwhile, so a view asks getState() before it shows them.
 ///
 /// Slots may delete the interface, best with DeleteLater(). Lives on the value tree's thread. Nothing throws.
-class KoltaServerInterface : public QObject, public IObserver
+class KOLTA_COMMON_EXPORT KoltaServerInterface : public QObject, public IObserver
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <values/tree.h>
 
 #include <QHash>
@@ -19,7 +20,7 @@ class KoltaServerInterface;
 /// A server that is not in the value tree yet, or only in part, is bound as soon as more of it appears there,
 /// from the event loop, once for everything that appeared in one go. A server that has vanished stays known;
 /// its interface tells that it is disconnected.
-class KoltaServerRegistry : public QObject, private values::ITreeListener
+class KOLTA_COMMON_EXPORT KoltaServerRegistry : public QObject, private values::ITreeListener
 {
     Q_OBJECT
 

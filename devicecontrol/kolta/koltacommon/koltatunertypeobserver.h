@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/abstractrgvalueobserver.h>
+#include <koltacommon/export.h>
 #include <koltacommon/modelmetatypes.h>
 
 #include <resourcemodel/tunerclasses.h>
@@ -14,7 +15,8 @@ namespace Kolta {
 ///
 /// Bound to the server's base path followed by "/ADMINISTRATION/TunerTypeOverview". Queries read the mirror
 /// and never contact the server. Lives on the value tree's thread.
-class KoltaTunerTypeObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT::TunerTypeOverview>
+class KOLTA_COMMON_EXPORT KoltaTunerTypeObserver
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::TunerTypeOverview>
 {
     Q_OBJECT
 

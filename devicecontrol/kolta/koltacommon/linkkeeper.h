@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/operation.h>
 
@@ -30,7 +31,7 @@ class KoltaConnection;
 /// When the link ends, what was not sent is kept for the next one, and so is what was sent and may be
 /// repeated; anything else that was sent hears abandoned(). Lives on one thread, which needs an event loop;
 /// receivers may do anything, also delete it.
-class LinkKeeper : public QObject
+class KOLTA_COMMON_EXPORT LinkKeeper : public QObject
 {
     Q_OBJECT
 

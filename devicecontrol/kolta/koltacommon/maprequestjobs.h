@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/mapoperation.h>
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
@@ -7,7 +8,7 @@
 namespace Kolta {
 
 /// Asks the owner of the assignments to take over one.
-class AssignmentJob : public MapRequestOperation<ShortTimeFFPAssignmentItemMap>
+class KOLTA_COMMON_EXPORT AssignmentJob : public MapRequestOperation<ShortTimeFFPAssignmentItemMap>
 {
     Q_OBJECT
 
@@ -23,7 +24,7 @@ private:
 };
 
 /// Asks the owner of the profiles to give one another type.
-class ProfileTypeJob : public MapRequestOperation<ShortTimeProfileItemMap>
+class KOLTA_COMMON_EXPORT ProfileTypeJob : public MapRequestOperation<ShortTimeProfileItemMap>
 {
     Q_OBJECT
 

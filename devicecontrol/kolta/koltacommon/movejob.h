@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/serveroperation.h>
 
 namespace Kolta {
@@ -9,7 +10,7 @@ namespace Kolta {
 /// Done when the server says so, or when the mirror has shown the FFP there for a while without a word; lost
 /// when the server comes back and shows it elsewhere, or not at all. A move that was asked for is not taken
 /// back.
-class MoveJob : public ServerOperation
+class KOLTA_COMMON_EXPORT MoveJob : public ServerOperation
 {
     Q_OBJECT
 

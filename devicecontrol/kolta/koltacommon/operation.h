@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/instancecount.h>
 
 #include <startup/clock.h>
@@ -32,7 +33,7 @@ class OpenWork;
 /// Its owner is its parent, or whoever made it. Lives on one thread, which needs an event loop: that of the
 /// value tree, or of the connection. Other threads get values out of it through queued signals, never the
 /// pointer, which may dangle there. A process that is about to end calls settleAll().
-class Operation : public QObject
+class KOLTA_COMMON_EXPORT Operation : public QObject
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/serveroperation.h>
 
 namespace Kolta {
@@ -9,7 +10,7 @@ namespace Kolta {
 /// Done when the mirror of owners shows it, at once if it does already; refused when somebody else is shown
 /// at its limit, 5 s. Whoever does not wait for a taking any more, by cancelling or deleting it, gives back
 /// what comes of it.
-class OwnershipJob : public ServerOperation
+class KOLTA_COMMON_EXPORT OwnershipJob : public ServerOperation
 {
     Q_OBJECT
 

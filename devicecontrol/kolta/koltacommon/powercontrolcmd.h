@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QStringList>
 
 #include <optional>
@@ -11,7 +13,7 @@ namespace Kolta {
 /// Its text form is "scope@switch@units": the scope's number, "1" for on or "0" for off, and the units
 /// separated by commas. A "%" or "," inside a unit is written as "%25" or "%2C"; an "@" may stand there as it
 /// is, because only the first two separate fields.
-class PowerControlCmd
+class KOLTA_COMMON_EXPORT PowerControlCmd
 {
 public:
     /// What is switched. The numbers travel.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/serveroperation.h>
 
@@ -12,7 +13,7 @@ namespace Kolta {
 /// Done when the mirror of resources shows all of them so: a tuner is on when it is accessible, a unit when
 /// it is registered, and what is not shown is off. At once if it is so already. A switching that was asked
 /// for is not taken back.
-class PowerJob : public ServerOperation
+class KOLTA_COMMON_EXPORT PowerJob : public ServerOperation
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 namespace RESOURCEMANAGEMENT {
 class DSC;
 class FFP;
@@ -21,7 +23,7 @@ namespace Kolta {
 /// upper-case initial forwards to it, for callers that were handed a converter. What an operation does not
 /// name it leaves as it was, so fresh objects are the usual argument. Copyable, without state; thread-safe as
 /// far as the objects that it is given are.
-class ProcessorConverter
+class KOLTA_COMMON_EXPORT ProcessorConverter
 {
 public:
     virtual ~ProcessorConverter() = default;

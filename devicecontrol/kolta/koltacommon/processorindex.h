@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/apptypes.h>
+#include <koltacommon/export.h>
 #include <koltacommon/guidindex.h>
 
 #include <resourcemodel/processors.h>
@@ -16,7 +17,7 @@ namespace Kolta {
 /// Of several processors with one GUID the first counts. The index holds a shared copy of its overview, so
 /// its pointers stay good as long as it lives; they point into the overview that it was built from as long as
 /// nobody edits that. Copies are cheap. Not thread-safe, not even for reading.
-class ProcessorIndex
+class KOLTA_COMMON_EXPORT ProcessorIndex
 {
 public:
     struct Processor

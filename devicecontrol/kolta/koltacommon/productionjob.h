@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/productionorder.h>
 #include <koltacommon/serveroperation.h>
 #include <koltacommon/tunerselection.h>
@@ -15,7 +16,7 @@ namespace Kolta {
 ///
 /// A server that vanishes meanwhile is waited for within the time limit. What it still, or again, runs is
 /// taken over (wasAdopted()), never asked for twice. Cancelling stops what was asked for.
-class ProductionJob : public ServerOperation
+class KOLTA_COMMON_EXPORT ProductionJob : public ServerOperation
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QSet>
 #include <QString>
 #include <QUuid>
@@ -10,7 +12,7 @@ class KoltaProcessorObserver;
 
 /// By what a production is recognised in the mirror of running processors: an SCP or MCP by its production
 /// ID; an FFP, whose production stands nowhere, as one in its MCP that has the name and was not there before.
-class ProductionMark
+class KOLTA_COMMON_EXPORT ProductionMark
 {
 public:
     ProductionMark() = default;

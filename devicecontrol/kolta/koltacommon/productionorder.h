@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/tunerneeds.h>
 
 #include <QString>
@@ -40,13 +41,13 @@ struct ProductionOrder
 };
 
 /// "SCP", "MCP" or "FFP".
-QString kindName(ProductionOrder::Kind kind);
+KOLTA_COMMON_EXPORT QString kindName(ProductionOrder::Kind kind);
 /// Why it makes no sense, whatever the server; empty when it does.
-QString problemOfOrder(const ProductionOrder& order);
+KOLTA_COMMON_EXPORT QString problemOfOrder(const ProductionOrder& order);
 /// The order with what it leaves open: name, demand class, frequency and bandwidth of its record.
-ProductionOrder completed(const ProductionOrder& order, KoltaServerInterface& server);
+KOLTA_COMMON_EXPORT ProductionOrder completed(const ProductionOrder& order, KoltaServerInterface& server);
 /// What a complete order asks of its tuner.
-TunerNeeds needsOf(const ProductionOrder& order, KoltaServerInterface& server);
+KOLTA_COMMON_EXPORT TunerNeeds needsOf(const ProductionOrder& order, KoltaServerInterface& server);
 /// The processor that a complete order describes, fed by that tuner (empty: the record's, if any), and with
 /// that production ID.
 std::shared_ptr<const REPORTGENERATOR::IRGObject>

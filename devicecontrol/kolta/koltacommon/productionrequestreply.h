@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 #include <QUuid>
 
@@ -11,7 +13,7 @@ namespace Kolta {
 ///
 /// Its text form is "production@accepted@text": the GUID in braces, "1" or "0", and the reply's text as it
 /// is; an "@" may stand in the text, because only the first two separate fields.
-class ProductionRequestReply
+class KOLTA_COMMON_EXPORT ProductionRequestReply
 {
 public:
     ProductionRequestReply(const QUuid& production, bool accepted, const QString& text);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -46,16 +48,16 @@ struct ShortTimeProfiles
     QVector<Profile> profiles; ///< in file order
 };
 
-bool operator==(const TextElement& a, const TextElement& b);
-bool operator==(const NumberElement& a, const NumberElement& b);
-bool operator==(const Profile& a, const Profile& b);
+KOLTA_COMMON_EXPORT bool operator==(const TextElement& a, const TextElement& b);
+KOLTA_COMMON_EXPORT bool operator==(const NumberElement& a, const NumberElement& b);
+KOLTA_COMMON_EXPORT bool operator==(const Profile& a, const Profile& b);
 inline bool operator==(const ShortTimeProfiles& a, const ShortTimeProfiles& b)
 {
     return a.profiles == b.profiles;
 }
 
 /// What a reader says of a file beside its content.
-struct ReadReport
+struct KOLTA_COMMON_EXPORT ReadReport
 {
     /// Empty on success; otherwise one line that names file, line and element and says what was expected.
     QString error;
@@ -67,14 +69,15 @@ struct ReadReport
 
 /// Replaces `profiles` by the content of a file; after an error `profiles` is as it was. Reads regular files
 /// of at most 64 MiB and 250,000 profiles.
-ReadReport readProfileFile(const QString& fileName, ShortTimeProfiles& profiles);
+KOLTA_COMMON_EXPORT ReadReport readProfileFile(const QString& fileName, ShortTimeProfiles& profiles);
 /// The same from the bytes of a file; `sourceName` stands for its name in messages.
-ReadReport readProfiles(const QByteArray& xml, const QString& sourceName, ShortTimeProfiles& profiles);
+KOLTA_COMMON_EXPORT ReadReport readProfiles(const QByteArray& xml, const QString& sourceName,
+                                            ShortTimeProfiles& profiles);
 
 /// Writes a file that reads back equal, replacing an old one only when the new one is whole. Returns an empty
 /// text, or what went wrong; refused are profiles with texts or numbers that XML cannot carry.
-QString writeProfileFile(const QString& fileName, const ShortTimeProfiles& profiles);
+KOLTA_COMMON_EXPORT QString writeProfileFile(const QString& fileName, const ShortTimeProfiles& profiles);
 /// The bytes of such a file; empty when `error` says what cannot be written.
-QByteArray writeProfiles(const ShortTimeProfiles& profiles, QString& error);
+KOLTA_COMMON_EXPORT QByteArray writeProfiles(const ShortTimeProfiles& profiles, QString& error);
 
 } // namespace VESK_Q9R

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <recording/recorddata.h>
 
 #include <QFlags>
@@ -51,31 +52,31 @@ struct RecordingData
 };
 
 /// All streams in their fixed order.
-const QVector<eDataStream>& GetAllStreams();
+KOLTA_COMMON_EXPORT const QVector<eDataStream>& GetAllStreams();
 
 /// Wire name; empty unless `stream` is exactly one stream.
-QString dataStreamToString(eDataStream stream);
+KOLTA_COMMON_EXPORT QString dataStreamToString(eDataStream stream);
 /// Display name in the user's language; empty unless `stream` is exactly one stream.
-QString dataStreamToDisplayString(eDataStream stream);
+KOLTA_COMMON_EXPORT QString dataStreamToDisplayString(eDataStream stream);
 /// Wire names of all streams in the set, in their fixed order.
-QStringList dataStreamsToStrings(QFlags<eDataStream> streams);
-QStringList dataStreamsToStrings(int streams);
+KOLTA_COMMON_EXPORT QStringList dataStreamsToStrings(QFlags<eDataStream> streams);
+KOLTA_COMMON_EXPORT QStringList dataStreamsToStrings(int streams);
 
 /// The first stream whose wire name or display name is `text` in any letter case; eNoDataStream for none.
-eDataStream stringToDataStream(const QString& text);
+KOLTA_COMMON_EXPORT eDataStream stringToDataStream(const QString& text);
 /// All streams named in the list; unknown texts add nothing.
-QFlags<eDataStream> stringsToDataStream(const QStringList& texts);
+KOLTA_COMMON_EXPORT QFlags<eDataStream> stringsToDataStream(const QStringList& texts);
 
 /// eNoDataStream for a format that no stream has.
-eDataStream dataFormatToStream(const SOREL_XML::SOREL_RecordData::DataFormat& format);
+KOLTA_COMMON_EXPORT eDataStream dataFormatToStream(const SOREL_XML::SOREL_RecordData::DataFormat& format);
 /// Data format of the stream that stringToDataStream() finds; eNoDataFormat for none.
-SOREL_XML::SOREL_RecordData::DataFormat stringToDataFormat(const QString& text);
+KOLTA_COMMON_EXPORT SOREL_XML::SOREL_RecordData::DataFormat stringToDataFormat(const QString& text);
 
 /// When signal was first present: the smallest time in the record's index, which counts alone, because it
 /// knows better than the record's own start time. That one is taken when there is no index.
-quint64 signalStartTimeFromRecordData(const SOREL_XML::SOREL_RecordData& record);
+KOLTA_COMMON_EXPORT quint64 signalStartTimeFromRecordData(const SOREL_XML::SOREL_RecordData& record);
 /// The same for the end: the largest time in the index, or the record's own stop time.
-quint64 signalStopTimeFromRecordData(const SOREL_XML::SOREL_RecordData& record);
+KOLTA_COMMON_EXPORT quint64 signalStopTimeFromRecordData(const SOREL_XML::SOREL_RecordData& record);
 
 } // namespace RecordingControl
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/operation.h>
 
@@ -22,7 +23,7 @@ class LinkKeeper;
 /// its reply finds nobody. The same happens at the time limit and when the operation is deleted.
 ///
 /// Lives on the thread of its connection.
-class RequestOperation : public Operation
+class KOLTA_COMMON_EXPORT RequestOperation : public Operation
 {
     Q_OBJECT
 

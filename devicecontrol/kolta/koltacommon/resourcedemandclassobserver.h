@@ -2,6 +2,7 @@
 
 #include <koltacommon/abstractrgvalueobserver.h>
 #include <koltacommon/apptypes.h>
+#include <koltacommon/export.h>
 #include <koltacommon/modelmetatypes.h>
 
 #include <resourcemodel/demandclasses.h>
@@ -25,7 +26,7 @@ namespace Kolta {
 /// and custom classes, MCP everything but a class "scp" that is not custom; other types get all.
 ///
 /// Lives on the value tree's thread.
-class ResourceDemandClassObserver
+class KOLTA_COMMON_EXPORT ResourceDemandClassObserver
     : public AbstractRGValueObserver<RESOURCEMANAGEMENT::ResourceDemandClassOverview>
 {
     Q_OBJECT

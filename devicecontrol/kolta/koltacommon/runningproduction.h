@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/instancecount.h>
 #include <koltacommon/serverdesk.h>
 
@@ -14,7 +15,7 @@ class StopJob;
 
 /// Watches one production that runs, whoever started it. It never asks for it again. Lives on the value
 /// tree's thread.
-class RunningProduction : public QObject, private ServerDesk::Client
+class KOLTA_COMMON_EXPORT RunningProduction : public QObject, private ServerDesk::Client
 {
     Q_OBJECT
 

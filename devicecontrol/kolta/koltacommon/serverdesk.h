@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/productionmark.h>
 #include <koltacommon/servertuners.h>
 #include <koltacommon/tunerplan.h>
@@ -39,7 +40,7 @@ struct ServerReply
 /// processor.
 ///
 /// A child of the interface, made on first use; it outlives the interface's parts for a moment.
-class ServerDesk : public QObject, private values::ITreeListener
+class KOLTA_COMMON_EXPORT ServerDesk : public QObject, private values::ITreeListener
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/operation.h>
 #include <koltacommon/serverdesk.h>
 
@@ -9,7 +10,7 @@ class KoltaServerInterface;
 
 /// What all operations on one server share: they begin only while it is connected, hear of it through its
 /// desk, and end as Lost when its interface goes.
-class ServerOperation : public Operation, protected ServerDesk::Client
+class KOLTA_COMMON_EXPORT ServerOperation : public Operation, protected ServerDesk::Client
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/tunerclassresourceselector.h>
 #include <koltacommon/tunerneeds.h>
 
@@ -17,7 +18,7 @@ class TunerClassTree;
 /// What choosing a tuner of one server works on: its mirrored resources, its tuner classes or, where it has
 /// none, default ones, and what is planned here. A snapshot of the overviews, but not of the plans; make a
 /// new one when they have changed. The server may die first; everything is refused then. One thread.
-class ServerTuners
+class KOLTA_COMMON_EXPORT ServerTuners
 {
 public:
     explicit ServerTuners(KoltaServerInterface& server);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/textcolumns.h>
 
 #include <values/valueitemmap.h>
@@ -13,7 +14,7 @@ namespace Kolta {
 
 /// A named spectral shape, to which the spectra of received signals are compared. An item of
 /// ShapeCollectionItemMap.
-class ShapeCollectionItem : public values::valueitemmap::IKeyItemTemplate<QString>
+class KOLTA_COMMON_EXPORT ShapeCollectionItem : public values::valueitemmap::IKeyItemTemplate<QString>
 {
 public:
     QString name;                ///< the key
@@ -32,7 +33,7 @@ public:
 };
 
 /// Shapes as text and as bytes.
-class ShapeCollectionItem_ItemFormat
+class KOLTA_COMMON_EXPORT ShapeCollectionItem_ItemFormat
 {
 public:
     /// "Shape_" and the name.
@@ -45,7 +46,7 @@ public:
 };
 
 /// Shapes in views.
-class ShapeCollectionItem_TextAdapter
+class KOLTA_COMMON_EXPORT ShapeCollectionItem_TextAdapter
     : public ColumnTextAdapter<ShapeCollectionItem_TextAdapter, ShapeCollectionItem>
 {
 public:

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/shapecollectionitem.h>
 
 namespace Kolta {
 
 /// The spectral shapes by name.
-class ShapeCollectionItemMap
+class KOLTA_COMMON_EXPORT ShapeCollectionItemMap
     : public values::ValueItemMap<ShapeCollectionItem, ShapeCollectionItem_ItemFormat,
                                   ShapeCollectionItem_TextAdapter>
 {

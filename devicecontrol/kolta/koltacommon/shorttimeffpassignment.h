@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/textcolumns.h>
 
 #include <values/valueitemmap.h>
@@ -19,7 +20,7 @@ namespace Kolta {
 
 /// Tells one FFP which short-time profiles it is to look for, and how. An item of
 /// ShortTimeFFPAssignmentItemMap.
-class ShortTimeFFPAssignment : public values::valueitemmap::IKeyItemTemplate<QString>
+class KOLTA_COMMON_EXPORT ShortTimeFFPAssignment : public values::valueitemmap::IKeyItemTemplate<QString>
 {
 public:
     QString ffpGuid;             ///< of the FFP; the key
@@ -51,7 +52,7 @@ public:
 };
 
 /// Assignments as text and as bytes.
-class ShortTimeFFPAssignment_ItemFormat
+class KOLTA_COMMON_EXPORT ShortTimeFFPAssignment_ItemFormat
 {
 public:
     /// "FFP_" and the GUID.
@@ -64,7 +65,7 @@ public:
 };
 
 /// Assignments in views.
-class ShortTimeFFPAssignment_TextAdapter
+class KOLTA_COMMON_EXPORT ShortTimeFFPAssignment_TextAdapter
     : public ColumnTextAdapter<ShortTimeFFPAssignment_TextAdapter, ShortTimeFFPAssignment>
 {
 public:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/itemmapwithrequests.h>
 #include <koltacommon/shorttimeffpassignment.h>
 
@@ -9,7 +10,7 @@ class Command_RequestFfpAssignmentChange;
 class Command_ReplyFfpAssignment;
 
 /// How clients ask for another assignment of an FFP.
-struct ShortTimeFFPAssignmentProtocol
+struct KOLTA_COMMON_EXPORT ShortTimeFFPAssignmentProtocol
 {
     using Map = values::ValueItemMap<ShortTimeFFPAssignment, ShortTimeFFPAssignment_ItemFormat,
                                      ShortTimeFFPAssignment_TextAdapter>;
@@ -26,7 +27,8 @@ struct ShortTimeFFPAssignmentProtocol
 
 /// The assignments by GUID of the FFP, and the open requests to change one. The map never changes an
 /// assignment itself: the owner of the assignments does, and replies.
-class ShortTimeFFPAssignmentItemMap : public ItemMapWithRequests<ShortTimeFFPAssignmentProtocol>
+class KOLTA_COMMON_EXPORT ShortTimeFFPAssignmentItemMap
+    : public ItemMapWithRequests<ShortTimeFFPAssignmentProtocol>
 {
 public:
     static constexpr int type = 108;
@@ -51,7 +53,8 @@ protected:
 };
 
 /// Asks for another assignment.
-class Command_RequestFfpAssignmentChange : public RequestCommand<ShortTimeFFPAssignmentProtocol>
+class KOLTA_COMMON_EXPORT Command_RequestFfpAssignmentChange
+    : public RequestCommand<ShortTimeFFPAssignmentProtocol>
 {
 public:
     using RequestCommand::RequestCommand;

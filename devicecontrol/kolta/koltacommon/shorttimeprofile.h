@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <values/valueitemmap.h>
 #include <xmlmessaging/hopperconverters.h>
 
@@ -31,13 +32,13 @@ enum eShortTimeProfileType : qint8 {
 };
 
 /// The modulation code of a text such as "FSK2", compared exactly; 0 for any other text.
-qint8 stringToModulationType(const QString& text);
+KOLTA_COMMON_EXPORT qint8 stringToModulationType(const QString& text);
 /// The text of a modulation code; "Unknown" for 0 and for codes without a text.
-QString modulationTypeToString(qint8 code);
+KOLTA_COMMON_EXPORT QString modulationTypeToString(qint8 code);
 
 /// A class of short, bursty or frequency-hopping emissions, described by ranges. A range that is not in use
 /// matches everything. An item of ShortTimeProfileItemMap.
-class ShortTimeProfile : public values::valueitemmap::IKeyItemTemplate<QString>
+class KOLTA_COMMON_EXPORT ShortTimeProfile : public values::valueitemmap::IKeyItemTemplate<QString>
 {
 public:
     QString name; ///< the key
@@ -95,7 +96,7 @@ public:
 };
 
 /// Short-time profiles as text and as bytes.
-class ShortTimeProfile_ItemFormat
+class KOLTA_COMMON_EXPORT ShortTimeProfile_ItemFormat
 {
 public:
     /// "Profile_" and the name.
@@ -109,7 +110,7 @@ public:
 
 /// Short-time profiles in views, which show them by name and tooltip only. Texts of members that are not in
 /// use are empty.
-class ShortTimeProfile_TextAdapter
+class KOLTA_COMMON_EXPORT ShortTimeProfile_TextAdapter
 {
 public:
     static constexpr int ColumnCount() { return 0; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/itemmapwithrequests.h>
 #include <koltacommon/shorttimeprofile.h>
 
@@ -9,7 +10,7 @@ class Command_RequestProfileTypeChange;
 class Command_ReplyProfileTypeChange;
 
 /// How clients ask for another type of a profile.
-struct ShortTimeProfileProtocol
+struct KOLTA_COMMON_EXPORT ShortTimeProfileProtocol
 {
     using Map =
         values::ValueItemMap<ShortTimeProfile, ShortTimeProfile_ItemFormat, ShortTimeProfile_TextAdapter>;
@@ -30,7 +31,7 @@ struct ShortTimeProfileProtocol
 
 /// The short-time profiles by name, and the open requests to change the type of one. The map never changes a
 /// type itself: the owner of the profiles does, and replies.
-class ShortTimeProfileItemMap : public ItemMapWithRequests<ShortTimeProfileProtocol>
+class KOLTA_COMMON_EXPORT ShortTimeProfileItemMap : public ItemMapWithRequests<ShortTimeProfileProtocol>
 {
 public:
     static constexpr int type = 109;
@@ -60,7 +61,7 @@ public:
 };
 
 /// Asks for another type of a profile.
-class Command_RequestProfileTypeChange : public RequestCommand<ShortTimeProfileProtocol>
+class KOLTA_COMMON_EXPORT Command_RequestProfileTypeChange : public RequestCommand<ShortTimeProfileProtocol>
 {
 public:
     using RequestCommand::RequestCommand;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/shorttimeprofile.h>
 #include <koltacommon/textcolumns.h>
 
@@ -11,7 +12,7 @@
 namespace Kolta {
 
 /// One emission that was detected and classified by short-time profiles. An item of ShortTimeResultItemMap.
-class ShortTimeResult : public values::valueitemmap::IKeyItemTemplate<unsigned int>
+class KOLTA_COMMON_EXPORT ShortTimeResult : public values::valueitemmap::IKeyItemTemplate<unsigned int>
 {
 public:
     /// The key of a result that has none yet.
@@ -37,7 +38,7 @@ public:
 };
 
 /// Results as text and as bytes.
-class ShortTimeResult_ItemFormat
+class KOLTA_COMMON_EXPORT ShortTimeResult_ItemFormat
 {
 public:
     /// "Result_" and the number.
@@ -50,7 +51,8 @@ public:
 };
 
 /// Results in views.
-class ShortTimeResult_TextAdapter : public ColumnTextAdapter<ShortTimeResult_TextAdapter, ShortTimeResult>
+class KOLTA_COMMON_EXPORT ShortTimeResult_TextAdapter
+    : public ColumnTextAdapter<ShortTimeResult_TextAdapter, ShortTimeResult>
 {
 public:
     static const TextColumns<ShortTimeResult>& columns();

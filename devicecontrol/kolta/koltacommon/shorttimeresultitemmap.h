@@ -1,11 +1,12 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/shorttimeresult.h>
 
 namespace Kolta {
 
 /// The short-time results by number.
-class ShortTimeResultItemMap
+class KOLTA_COMMON_EXPORT ShortTimeResultItemMap
     : public values::ValueItemMap<ShortTimeResult, ShortTimeResult_ItemFormat, ShortTimeResult_TextAdapter>
 {
 public:

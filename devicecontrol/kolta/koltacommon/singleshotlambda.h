@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QObject>
 
 #include <functional>
@@ -11,7 +13,7 @@ namespace Kolta {
 
 /// Runs a function once, later, on the calling thread, which needs an event loop; disposes of itself.
 /// An exception from the function is traced and goes no further.
-class SingleShotLambda : public QObject
+class KOLTA_COMMON_EXPORT SingleShotLambda : public QObject
 {
     Q_OBJECT
 

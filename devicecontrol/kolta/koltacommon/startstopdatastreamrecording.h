@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/recordingcontrol.h>
 
@@ -11,7 +12,7 @@ namespace Kolta {
 
 /// Asks a server to start or to stop recording data streams, then calls the receiver's slot as a
 /// ParameterRequest does. The reply has no data; a refusal is a fault.
-class StartStopDatastreamRecording : public ParameterRequest
+class KOLTA_COMMON_EXPORT StartStopDatastreamRecording : public ParameterRequest
 {
 public:
     /// What the message says.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/serveroperation.h>
 
 #include <QVector>
@@ -12,7 +13,7 @@ namespace Kolta {
 /// an overview that is merely empty does not count. Refused when the server says that it cannot stop one;
 /// effect() tells whether others have stopped, targets() which. After the server's return what it still runs
 /// is stopped once more, and what it does not run any more has stopped. A stop cannot be taken back.
-class StopJob : public ServerOperation
+class KOLTA_COMMON_EXPORT StopJob : public ServerOperation
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <resourcemodel/resources.h>
 
 #include <QObject>
@@ -9,7 +10,7 @@ namespace Kolta {
 
 /// Keeps a resource overview of its own and publishes it as XML in a string value of the value tree.
 /// Lives on the value tree's thread.
-class TavikResourceConverter : public QObject
+class KOLTA_COMMON_EXPORT TavikResourceConverter : public QObject
 {
     Q_OBJECT
 

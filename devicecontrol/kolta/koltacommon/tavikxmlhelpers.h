@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QSet>
 #include <QString>
 #include <QStringList>
@@ -41,50 +43,56 @@ namespace TavikXmlHelpers {
 /// Reads `xml` into `target` and checks it. Empty on success, else one line that begins "Error in parsing "
 /// and the object's name. After an error `target` holds as much as was read: parse into a fresh object.
 /// With a `reader` that has read the text before this one, only what is different is read.
-QString parseResourceManagementObject(REPORTGENERATOR::IRGObject& target, const QString& xml,
-                                      REPORTGENERATOR::TextReader* reader = nullptr);
+KOLTA_COMMON_EXPORT QString parseResourceManagementObject(REPORTGENERATOR::IRGObject& target,
+                                                          const QString& xml,
+                                                          REPORTGENERATOR::TextReader* reader = nullptr);
 
 /// Searches the processor tree by node GUID: every SCP with its FFP, its DSC and the DSC's FFPs, then every
 /// MCP with its FFPs, its FHPs (each with FHAs, then FFPs) and its DSCs (each with FFPs). First match wins.
 /// An overview that shares its lists with copies is detached only along the way to a match.
-Object2Parent FindGUID(const QString& guid, RESOURCEMANAGEMENT::ProcessorOverview& overview);
+KOLTA_COMMON_EXPORT Object2Parent FindGUID(const QString& guid,
+                                           RESOURCEMANAGEMENT::ProcessorOverview& overview);
 /// The first SCP, else the first MCP, whose production ID is set and equals `id`, which must be a UUID.
-Object2Parent FindProductionID(const QString& id, RESOURCEMANAGEMENT::ProcessorOverview& overview);
+KOLTA_COMMON_EXPORT Object2Parent FindProductionID(const QString& id,
+                                                   RESOURCEMANAGEMENT::ProcessorOverview& overview);
 /// What the tuner feeds: the first SCP by its data source; else the first MCP by its data source, or FFP in a
 /// DSC of that MCP by its own tuner GUID, MCP after MCP.
-Object2Parent FindTunerGUID(const QString& tunerGuid, RESOURCEMANAGEMENT::ProcessorOverview& overview);
+KOLTA_COMMON_EXPORT Object2Parent FindTunerGUID(const QString& tunerGuid,
+                                                RESOURCEMANAGEMENT::ProcessorOverview& overview);
 /// The first entry whose GUID is set and equals `guid`; any text is searched for.
-const RESOURCEMANAGEMENT::HWProcessing* FindGUID(const QString& guid,
-                                                 const RESOURCEMANAGEMENT::HWProcessingOverview& overview);
+KOLTA_COMMON_EXPORT const RESOURCEMANAGEMENT::HWProcessing*
+FindGUID(const QString& guid, const RESOURCEMANAGEMENT::HWProcessingOverview& overview);
 /// The first match among tuners, then processing units, then storage units.
-const REPORTGENERATOR::IRGObject* FindGUID(const QString& guid,
-                                           const RESOURCEMANAGEMENT::ResourceOverview& overview);
+KOLTA_COMMON_EXPORT const REPORTGENERATOR::IRGObject*
+FindGUID(const QString& guid, const RESOURCEMANAGEMENT::ResourceOverview& overview);
 
 /// Display name of the node with that GUID, else of the SCP or MCP with that production ID.
-QString DisplayNameForGUID(const QString& guid, const RESOURCEMANAGEMENT::ProcessorOverview& overview);
+KOLTA_COMMON_EXPORT QString DisplayNameForGUID(const QString& guid,
+                                               const RESOURCEMANAGEMENT::ProcessorOverview& overview);
 /// Display name of the first match among tuners, then processing units, then storage units. Any text but the
 /// empty one is searched for, unlike everywhere else; this is meant.
-QString DisplayNameForGUID(const QString& guid, const RESOURCEMANAGEMENT::ResourceOverview& overview);
+KOLTA_COMMON_EXPORT QString DisplayNameForGUID(const QString& guid,
+                                               const RESOURCEMANAGEMENT::ResourceOverview& overview);
 
 /// The GUIDs of a processor and of everything below it that a search visits. Nodes without a GUID add
 /// nothing.
-QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::ProcessorOverview& overview);
-QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::SCP& scp);
-QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::MCP& mcp);
+KOLTA_COMMON_EXPORT QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::ProcessorOverview& overview);
+KOLTA_COMMON_EXPORT QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::SCP& scp);
+KOLTA_COMMON_EXPORT QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::MCP& mcp);
 /// The GUIDs of all entries that have one.
-QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::HWProcessingOverview& overview);
+KOLTA_COMMON_EXPORT QSet<QString> ALL_GUIDS_OF(const RESOURCEMANAGEMENT::HWProcessingOverview& overview);
 
 /// Types, in upper case, of the interfaces between the tuner and the storage unit; empty when there are none.
-QStringList HasTunerInterfaceTo(const RESOURCEMANAGEMENT::Tuner& tuner,
-                                const RESOURCEMANAGEMENT::StorageUnit& storageUnit);
+KOLTA_COMMON_EXPORT QStringList HasTunerInterfaceTo(const RESOURCEMANAGEMENT::Tuner& tuner,
+                                                    const RESOURCEMANAGEMENT::StorageUnit& storageUnit);
 
 /// Unsets the GUID of every processor in `object`, which is any object of the processor tree, so that it can
 /// be sent as a new request; the production IDs of SCPs and MCPs too, unless they are kept. Any other object
 /// is left as it is, with a trace line.
-void clearGUIDs(REPORTGENERATOR::IRGObject& object, bool keepProductionIDs);
+KOLTA_COMMON_EXPORT void clearGUIDs(REPORTGENERATOR::IRGObject& object, bool keepProductionIDs);
 
 /// The number in decimal with leading zeros, five digits.
-QString formatTavikResourceID(unsigned short id);
+KOLTA_COMMON_EXPORT QString formatTavikResourceID(unsigned short id);
 
 } // namespace TavikXmlHelpers
 } // namespace Kolta

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <resourcemodel/resources.h>
 
 #include <QString>
@@ -44,11 +45,12 @@ struct TunerMatching
 /// no part of it does. Tuners that the same classes offer at the same costs are interchangeable and searched
 /// as one group; so are the requests of one class. With O offers, R requests, K classes and G groups of
 /// tuners this takes O(O + R K (R + G)) time, if costs depend on the tuner alone; K times more at worst.
-TunerMatching matchTuners(int tunerCount, const std::vector<std::vector<TunerOffer>>& offersOfClass,
-                          const std::vector<int>& classOfRequest);
+KOLTA_COMMON_EXPORT TunerMatching matchTuners(int tunerCount,
+                                              const std::vector<std::vector<TunerOffer>>& offersOfClass,
+                                              const std::vector<int>& classOfRequest);
 
 /// Tuners for a list of class requests.
-struct TunerAssignment
+struct KOLTA_COMMON_EXPORT TunerAssignment
 {
     struct Request
     {

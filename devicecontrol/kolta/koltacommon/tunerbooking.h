@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -15,7 +17,7 @@ namespace Kolta {
 /// once, however many of its processors share it. Two productions of one overview that need the same tuner
 /// name it twice, so that planning them fails: they cannot run together. The empty text and "none" (a data
 /// source without a tuner) are no tuners and are left out.
-class TunerBooking
+class KOLTA_COMMON_EXPORT TunerBooking
 {
 public:
     /// Not valid, without tuners.

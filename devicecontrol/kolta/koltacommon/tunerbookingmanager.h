@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/guidindex.h>
 #include <koltacommon/instancecount.h>
 #include <koltacommon/tunerbooking.h>
@@ -36,7 +37,7 @@ class KoltaResourceObserver;
 ///
 /// Error texts collect messages (see addMessage()); they are added to and never cleared here. Lives on the
 /// thread of its server interface; nothing throws.
-class TunerBookingManager : public QObject, public IObserver
+class KOLTA_COMMON_EXPORT TunerBookingManager : public QObject, public IObserver
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 #include <QVector>
 
@@ -18,7 +20,7 @@ struct TunerPlace;
 
 /// A policy that says which of several tuners is to be used. Derive from it, or from DefaultCostFunction, and
 /// hand it to TunerClassResourceSelector. What its operations throw passes through the selector.
-class AbstractTunerClassCostFunction
+class KOLTA_COMMON_EXPORT AbstractTunerClassCostFunction
 {
 public:
     virtual ~AbstractTunerClassCostFunction();
@@ -80,7 +82,7 @@ struct TunerVerdict
 /// Bandwidths that differ by less than 1 Hz do not decide, and so preference is not transitive: 0 Hz may lose
 /// to 0.6 Hz by name, that to 1.2 Hz by name too, and 1.2 Hz to 0 Hz by bandwidth. Which of them is chosen
 /// depends on their order in the list.
-class DefaultCostFunction : public AbstractTunerClassCostFunction
+class KOLTA_COMMON_EXPORT DefaultCostFunction : public AbstractTunerClassCostFunction
 {
 public:
     /// Cost and depth of a tuner that is not in the tree.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/abstractrgvalueobserver.h>
+#include <koltacommon/export.h>
 
 #include <resourcemodel/tunerclasses.h>
 
@@ -18,7 +19,8 @@ class TunerClassTree;
 ///
 /// Bound to the server's base path followed by "/ADMINISTRATION/TunerClasses". An empty text is ignored.
 /// Class names are compared exactly; of equal names the first class counts. Lives on the value tree's thread.
-class TunerClassesObserver : public AbstractRGValueObserver<RESOURCEMANAGEMENT::TunerClassOverview>
+class KOLTA_COMMON_EXPORT TunerClassesObserver
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::TunerClassOverview>
 {
     Q_OBJECT
 

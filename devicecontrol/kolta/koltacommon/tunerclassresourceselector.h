@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/tunerassignment.h>
 #include <koltacommon/tunerclasscostfunction.h>
 #include <koltacommon/tunerselection.h>
@@ -30,7 +31,7 @@ namespace Kolta {
 /// Tuners are the same if their GUIDs are; all tuners without GUID count as one. Nothing throws but what a
 /// cost function or exclude function throws; an exclude function may use the selector. Not thread-safe, and
 /// const operations are no exception.
-class TunerClassResourceSelector
+class KOLTA_COMMON_EXPORT TunerClassResourceSelector
 {
 public:
     /// Chooses by a DefaultCostFunction.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/tunerclasstreeitem.h>
 
 #include <resourcemodel/demandclasses.h>
@@ -47,7 +48,7 @@ using ptrTunerPlaces = std::shared_ptr<const std::vector<TunerPlace>>;
 ///
 /// Searches for what does not exist yield an empty handle or list; nothing throws. Look-ups by ID and the
 /// tuners of a class are indexed on first use after a change. Not thread-safe, queries included.
-class TunerClassTree
+class KOLTA_COMMON_EXPORT TunerClassTree
 {
 public:
     using Items = TunerClassTreeItem::Items;

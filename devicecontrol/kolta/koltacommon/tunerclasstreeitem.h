@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <resourcemodel/resources.h>
 
 #include <QString>
@@ -30,7 +31,7 @@ using ptrTunerClassTreeItem = std::shared_ptr<TunerClassTreeItem>;
 /// Items live in shared handles (std::make_shared); one that does not can be neither parent nor child.
 /// Searches and walks go depth-first, an item before what is below it, and do not recurse: depth is limited
 /// by memory only. Nothing throws but what a visitor throws. Not thread-safe.
-class TunerClassTreeItem : public std::enable_shared_from_this<TunerClassTreeItem>
+class KOLTA_COMMON_EXPORT TunerClassTreeItem : public std::enable_shared_from_this<TunerClassTreeItem>
 {
 public:
     /// Tag of the root's constructor.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <resourcemodel/tunerclasses.h>
 
 #include <QString>
@@ -12,7 +13,7 @@ class Tuner;
 namespace Kolta {
 
 /// Tells which text identifies a tuner in the tuner classes: the tuner ID.
-class TunerIdGetter
+class KOLTA_COMMON_EXPORT TunerIdGetter
 {
 public:
     explicit TunerIdGetter(const RESOURCEMANAGEMENT::TunerClassOverview& overview);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -27,7 +29,7 @@ namespace Kolta {
 /// or exception is read) is left behind and burns its thread until it ends. As long as four of them do, no
 /// further script is run. The memory that a script takes within its time is not bounded: who must not be able
 /// to bring the process down must not be let write scripts. Needs a QCoreApplication; any thread.
-QString evaluateTunerIdScript(const RESOURCEMANAGEMENT::Tuner& tuner, const QString& script,
-                              QStringList* errors);
+KOLTA_COMMON_EXPORT QString evaluateTunerIdScript(const RESOURCEMANAGEMENT::Tuner& tuner,
+                                                  const QString& script, QStringList* errors);
 
 } // namespace Kolta

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 
 namespace RESOURCEMANAGEMENT {
@@ -27,11 +29,11 @@ enum class TunerMisfit {
 /// Whether the tuner can do what is needed; the one place of that rule. The centre must lie within its range,
 /// ends included; an edge of the band may hang over, as receivers are tuned so at their ends. What a tuner
 /// does not say, says as 0, or as a range that is reversed refuses nobody.
-TunerMisfit misfitOf(const RESOURCEMANAGEMENT::Tuner& tuner, const TunerNeeds& needs);
+KOLTA_COMMON_EXPORT TunerMisfit misfitOf(const RESOURCEMANAGEMENT::Tuner& tuner, const TunerNeeds& needs);
 /// The same as a translated text, "needs 98.5 MHz, reaches 0.009 to 30 MHz"; empty when it fits.
-QString problemWith(const RESOURCEMANAGEMENT::Tuner& tuner, const TunerNeeds& needs);
+KOLTA_COMMON_EXPORT QString problemWith(const RESOURCEMANAGEMENT::Tuner& tuner, const TunerNeeds& needs);
 /// The same for what is fed by an MCP that works in a band of that centre and width, in Hz: the needed centre
 /// must lie in it. A width of 0 refuses nobody.
-QString problemWithBand(double centre, double width, const TunerNeeds& needs);
+KOLTA_COMMON_EXPORT QString problemWithBand(double centre, double width, const TunerNeeds& needs);
 
 } // namespace Kolta

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/tunerneeds.h>
 
 #include <QPointer>
@@ -12,7 +13,7 @@ class TunerBookingManager;
 /// One plan of one tuner, and the duty to undo it: destroying it makes the tuner free again, unless the
 /// server has reported it used or gone meanwhile, or somebody else has planned it anew. Lives on the booking
 /// manager's thread; either may die first.
-class TunerPlan
+class KOLTA_COMMON_EXPORT TunerPlan
 {
 public:
     /// No plan.

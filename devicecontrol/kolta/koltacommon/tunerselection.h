@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <koltacommon/tunerclasscostfunction.h>
 #include <koltacommon/tunerneeds.h>
 
@@ -32,7 +33,7 @@ enum class TunerRefusal {
 };
 
 /// What a tuner must be to come into question. Refuses nothing unless told to.
-class TunerFilter
+class KOLTA_COMMON_EXPORT TunerFilter
 {
 public:
     /// Returns true for a tuner that must not be used; may be empty.
@@ -91,7 +92,7 @@ struct TunerCandidate
 };
 
 /// How a choice comes about.
-struct TunerSelection
+struct KOLTA_COMMON_EXPORT TunerSelection
 {
     QString className;
     bool classExists = false;
@@ -116,10 +117,10 @@ struct TunerAllotment
 };
 
 /// Short translated texts, such as "lower cost" and "not idle"; empty for None.
-QString toText(TunerCriterion criterion);
-QString toText(TunerRefusal refusal);
+KOLTA_COMMON_EXPORT QString toText(TunerCriterion criterion);
+KOLTA_COMMON_EXPORT QString toText(TunerRefusal refusal);
 /// How many tuners were refused for which reason, "2 not idle, 1 out of range", or the detail of a single
 /// one.
-QString refusalSummary(const TunerSelection& selection);
+KOLTA_COMMON_EXPORT QString refusalSummary(const TunerSelection& selection);
 
 } // namespace Kolta

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 
 #include <optional>
@@ -12,13 +14,13 @@ namespace Kolta {
 /// The number of Hz that `text` means: a decimal number with a point, an exponent if it likes, and behind it,
 /// with or without blanks, k, M or G and Hz in any letter case: "98.5M", "98.5 MHz", "98.5e6", "300 khz".
 /// Nothing for any other text, a negative number, and one that is not finite.
-std::optional<double> hertzFromText(const QString& text);
+KOLTA_COMMON_EXPORT std::optional<double> hertzFromText(const QString& text);
 
 /// With the unit that leaves one to three digits before the point, where there is one: "98.5 MHz". As many
 /// digits as it takes for hertzFromText() to give `hertz` again.
-QString hertzToText(double hertz);
+KOLTA_COMMON_EXPORT QString hertzToText(double hertz);
 
 /// The number of MHz without a unit, for a column whose title names it: "98.5"; with all its digits.
-QString megahertzToText(double hertz);
+KOLTA_COMMON_EXPORT QString megahertzToText(double hertz);
 
 } // namespace Kolta

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/export.h>
 #include <usermanagement/activeuserproxy.h>
 
 #include <QFlags>
@@ -18,7 +19,7 @@ namespace Kolta {
 /// thread; everything but Instance() and the static look-ups is called there, and the signals are emitted
 /// there. A slot may change the rights again: it hears of that at once, before the signals that are still
 /// due.
-class UserRights : public QObject, public Nax::IActiveUserEvent
+class KOLTA_COMMON_EXPORT UserRights : public QObject, public Nax::IActiveUserEvent
 {
     Q_OBJECT
 
