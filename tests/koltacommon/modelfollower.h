@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/viewroles.h>
+
 #include <QAbstractItemModel>
 #include <QStringList>
 
@@ -12,7 +14,9 @@
 class ModelFollower : public QObject
 {
 public:
-    explicit ModelFollower(const QAbstractItemModel& model) : m_model(model)
+    /// `without`: a column that is left out; a row that is stale says so behind its texts.
+    explicit ModelFollower(const QAbstractItemModel& model, int without = -1)
+        : m_model(model), m_without(without)
     {
         using Model = QAbstractItemModel;
         m_root = read(QModelIndex());
@@ -25,13 +29,22 @@ public:
             auto& rows = at(parent).rows;
             rows.erase(rows.begin() + first, rows.begin() + last + 1);
         });
+        // Afterwards the move itself may have changed where the two parents stand.
+        connect(&model, &Model::rowsAboutToBeMoved, this,
+                [this](const QModelIndex& from, int, int, const QModelIndex& to) {
+                    m_from = &at(from);
+                    m_to = &at(to);
+                });
         connect(&model, &Model::rowsMoved, this,
-                [this](const QModelIndex& from, int first, int last, const QModelIndex& to, int target) {
-                    auto& source = at(from).rows;
-                    auto& rows = at(to).rows;
-                    rows.insert(rows.begin() + target, std::make_move_iterator(source.begin() + first),
-                                std::make_move_iterator(source.begin() + last + 1));
-                    source.erase(source.begin() + first, source.begin() + last + 1);
+                [this](const QModelIndex&, int first, int last, const QModelIndex&, int target) {
+                    std::vector<std::unique_ptr<Node>> moved(
+                        std::make_move_iterator(m_from->rows.begin() + first),
+                        std::make_move_iterator(m_from->rows.begin() + last + 1));
+                    m_from->rows.erase(m_from->rows.begin() + first, m_from->rows.begin() + last + 1);
+                    const bool isBehind = m_from == m_to && target > last; // counted with those that move
+                    const int place = isBehind ? target - (last - first + 1) : target;
+                    m_to->rows.insert(m_to->rows.begin() + place, std::make_move_iterator(moved.begin()),
+                                      std::make_move_iterator(moved.end()));
                 });
         connect(&model, &Model::dataChanged, this, [this](const QModelIndex& first, const QModelIndex& last) {
             for (int row = first.row(); row <= last.row(); ++row) {
@@ -40,7 +53,10 @@ public:
             }
         });
         connect(&model, &Model::modelReset, this, [this] { ++resets; });
-        connect(&model, &Model::layoutChanged, this, [this] { ++resets; });
+        connect(&model, &Model::layoutChanged, this, [this] {
+            ++layouts;
+            m_root = read(QModelIndex());
+        });
     }
 
     /// One line for each row, indented by its level.
@@ -49,6 +65,7 @@ public:
     QStringList modelLines() const { return linesOf(*read(QModelIndex()), QString()); }
 
     int resets = 0;
+    int layouts = 0;
 
 private:
     struct Node
@@ -60,9 +77,12 @@ private:
     QString textOf(const QModelIndex& index) const
     {
         QStringList texts;
-        for (int column = 0; index.isValid() && column < m_model.columnCount(index.parent()); ++column)
-            texts << index.sibling(index.row(), column).data().toString();
-        return texts.join(QLatin1Char('|'));
+        for (int column = 0; index.isValid() && column < m_model.columnCount(index.parent()); ++column) {
+            if (column != m_without)
+                texts << index.sibling(index.row(), column).data().toString();
+        }
+        const bool isStale = index.data(Kolta::ViewRoles::StaleRole).toBool();
+        return texts.join(QLatin1Char('|')) + (isStale ? QStringLiteral(" (stale)") : QString());
     }
     std::unique_ptr<Node> read(const QModelIndex& index) const
     {
@@ -87,5 +107,8 @@ private:
     }
 
     const QAbstractItemModel& m_model;
+    const int m_without;
     std::unique_ptr<Node> m_root;
+    Node* m_from = nullptr;
+    Node* m_to = nullptr;
 };

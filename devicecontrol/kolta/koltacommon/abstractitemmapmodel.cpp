@@ -1,5 +1,7 @@
 #include <koltacommon/abstractitemmapmodel.h>
 
+#include <koltacommon/viewroles.h>
+
 #include <QPointer>
 
 #include <algorithm>
@@ -138,9 +140,8 @@ Qt::ItemFlags AbstractItemMapModel::flags(const QModelIndex& index) const
 QHash<int, QByteArray> AbstractItemMapModel::roleNames() const
 {
     auto names = QAbstractItemModel::roleNames();
-    names.insert(KeyRole, QByteArrayLiteral("key"));
-    names.insert(ItemRole, QByteArrayLiteral("item"));
-    names.insert(GroupRole, QByteArrayLiteral("group"));
+    for (const int role : {int(KeyRole), int(ItemRole), int(GroupRole), int(ViewRoles::SortRole)})
+        names.insert(role, ViewRoles::names().value(role));
     return names;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/export.h>
+#include <koltacommon/viewroles.h>
 
 #include <QAbstractItemModel>
 #include <QString>
@@ -26,9 +27,9 @@ class KOLTA_COMMON_EXPORT AbstractItemMapModel : public QAbstractItemModel
 
 public:
     enum Role {
-        KeyRole = Qt::UserRole, ///< key of the item, also for its lines
-        ItemRole,               ///< the item, also for its lines
-        GroupRole               ///< name of the group, for everything in it too
+        KeyRole = ViewRoles::KeyRole,    ///< key of the item, also for its lines
+        ItemRole = ViewRoles::ItemRole,  ///< the item, also for its lines
+        GroupRole = ViewRoles::GroupRole ///< name of the group, for everything in it too
     };
 
     ~AbstractItemMapModel() override;

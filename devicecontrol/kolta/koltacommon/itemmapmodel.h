@@ -2,6 +2,7 @@
 
 #include <koltacommon/abstractitemmapmodel.h>
 #include <koltacommon/export.h>
+#include <koltacommon/viewroles.h>
 
 #include <recording/recordidentifier.h>
 #include <values/destruction.h>
@@ -14,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <tuple>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -51,6 +53,18 @@ struct ItemMapKey<sorel::RecordIdentifier>
     {
         return sorel::RecordIdentifier::fromString(text);
     }
+};
+
+/// Whether a text adapter has values to sort by.
+template<class Adapter, class Item, class = void>
+struct HasSortValues : std::false_type
+{
+};
+template<class Adapter, class Item>
+struct HasSortValues<Adapter, Item,
+                     std::void_t<decltype(Adapter::GetSortValue4Column(0, std::declval<const Item&>()))>>
+    : std::true_type
+{
 };
 
 /// What a model makes of the items besides rows. The functions are called once for every change of an item
@@ -137,7 +151,10 @@ private:
 /// A change of one item costs a search in the rows of its group and the shift of what follows there. All
 /// items are compared when changes are not in the change log any more, when the content is replaced, and when
 /// it is cleared. Item is declared as a metatype.
-template<class Map>
+///
+/// Another adapter than the map's may show the items; with a function GetSortValue4Column() it answers
+/// ViewRoles::SortRole, too.
+template<class Map, class TextAdapter = typename Map::Adapter>
 class ItemMapModel : public AbstractItemMapModel
 {
 public:
@@ -190,7 +207,7 @@ protected:
     QVariant itemData(const Row& row, int column, int role) const override;
 
 private:
-    using Adapter = typename Map::Adapter;
+    using Adapter = TextAdapter;
     static constexpr int kIconSize = 16;
     struct Entry : Row
     {
@@ -235,8 +252,8 @@ private:
     Listener m_listener{*this};
 };
 
-template<class Map>
-QVariant ItemMapModel<Map>::itemData(const Row& row, int column, int role) const
+template<class Map, class TextAdapter>
+QVariant ItemMapModel<Map, TextAdapter>::itemData(const Row& row, int column, int role) const
 {
     const auto& entry = static_cast<const Entry&>(row);
     switch (role) {
@@ -251,13 +268,17 @@ QVariant ItemMapModel<Map>::itemData(const Row& row, int column, int role) const
         return QVariant::fromValue(entry.key);
     case ItemRole:
         return QVariant::fromValue(entry.item);
+    case ViewRoles::SortRole:
+        if constexpr (HasSortValues<Adapter, Item>::value)
+            return Adapter::GetSortValue4Column(column, entry.item);
+        return QVariant();
     default:
         return QVariant();
     }
 }
 
-template<class Map>
-void ItemMapModel<Map>::notice(TChangeCode code)
+template<class Map, class TextAdapter>
+void ItemMapModel<Map, TextAdapter>::notice(TChangeCode code)
 {
     const Map* const map = m_map.Get();
     if (!map)
@@ -271,8 +292,8 @@ void ItemMapModel<Map>::notice(TChangeCode code)
 }
 
 /// One at a time: what a slot changes is followed after the signals of the change before.
-template<class Map>
-void ItemMapModel<Map>::follow()
+template<class Map, class TextAdapter>
+void ItemMapModel<Map, TextAdapter>::follow()
 {
     if (m_following)
         return;
@@ -285,8 +306,8 @@ void ItemMapModel<Map>::follow()
 }
 
 /// False when a slot has deleted the model; `difference` keeps the rows that go until all are gone.
-template<class Map>
-bool ItemMapModel<Map>::show(const Difference& difference)
+template<class Map, class TextAdapter>
+bool ItemMapModel<Map, TextAdapter>::show(const Difference& difference)
 {
     Rows gone;
     for (const auto& entry : difference.gone)
@@ -294,8 +315,8 @@ bool ItemMapModel<Map>::show(const Difference& difference)
     return removeItems(gone) && updateItems(difference.changed) && insertItems(difference.came);
 }
 
-template<class Map>
-auto ItemMapModel<Map>::differenceToMap() -> Difference
+template<class Map, class TextAdapter>
+auto ItemMapModel<Map, TextAdapter>::differenceToMap() -> Difference
 {
     static const typename Map::Map nothing;
     const Map* const map = m_map.Get();
@@ -322,8 +343,8 @@ auto ItemMapModel<Map>::differenceToMap() -> Difference
     return difference;
 }
 
-template<class Map>
-void ItemMapModel<Map>::compare(const Key& key, const Item* item, Difference& difference)
+template<class Map, class TextAdapter>
+void ItemMapModel<Map, TextAdapter>::compare(const Key& key, const Item* item, Difference& difference)
 {
     const auto shown = m_entries.find(key);
     if (shown == m_entries.end()) {

@@ -57,6 +57,16 @@ QString hertzToText(double hertz)
     return scaledText(hertz, kStepOfPrefix * prefix) + QLatin1Char(' ') + unit + QStringLiteral("Hz");
 }
 
+QString hertzRangeToText(double from, double to)
+{
+    QString first = hertzToText(from);
+    const QString last = hertzToText(to);
+    const int unit = last.indexOf(QLatin1Char(' '));
+    if (first.endsWith(last.midRef(unit)))
+        first.chop(last.size() - unit);
+    return first + QStringLiteral(" – ") + last;
+}
+
 QString megahertzToText(double hertz)
 {
     return scaledText(hertz, 2 * kStepOfPrefix);

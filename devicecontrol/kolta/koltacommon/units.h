@@ -20,6 +20,9 @@ KOLTA_COMMON_EXPORT std::optional<double> hertzFromText(const QString& text);
 /// digits as it takes for hertzFromText() to give `hertz` again.
 KOLTA_COMMON_EXPORT QString hertzToText(double hertz);
 
+/// From one to the other, the unit once where it is the same: "3 – 30 MHz", "9 kHz – 30 MHz".
+KOLTA_COMMON_EXPORT QString hertzRangeToText(double from, double to);
+
 /// The number of MHz without a unit, for a column whose title names it: "98.5"; with all its digits.
 KOLTA_COMMON_EXPORT QString megahertzToText(double hertz);
 

@@ -1,0 +1,36 @@
+#include "viewtexts.h"
+
+#include <koltacommon/units.h>
+
+#include <QtNumeric>
+
+namespace Kolta::ViewTexts {
+
+namespace {
+
+bool isSaid(double value)
+{
+    return qIsFinite(value) && value > 0;
+}
+
+} // namespace
+
+QString time(const QDateTime& time)
+{
+    const bool isToday = time.date() == QDate::currentDate();
+    return time.toString(isToday ? QStringLiteral("HH:mm:ss") : QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+QString range(double from, double to)
+{
+    if (!isSaid(to))
+        return isSaid(from) ? QStringLiteral("%1 –").arg(hertzToText(from)) : QString();
+    return isSaid(from) ? hertzRangeToText(from, to) : QStringLiteral("– %1").arg(hertzToText(to));
+}
+
+QString hertz(double hertz)
+{
+    return isSaid(hertz) ? hertzToText(hertz) : QString();
+}
+
+} // namespace Kolta::ViewTexts
