@@ -56,6 +56,12 @@ if(NOT output MATCHES "tuner {[-0-9a-f]+} is gone\n")
     message(FATAL_ERROR "simulate said: ${output}")
 endif()
 
+run("window" ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen "${WORK_DIR}/build/window"
+    "${prefix}/share/koltacommon/installation" --check)
+if(NOT output MATCHES "all: [1-9][0-9]*, [^\n]* free\nused: 1, [^\n]* in use\naway: 1, [^\n]* in use, stale\nback: [1-9][0-9]*, [^\n]* free\n")
+    message(FATAL_ERROR "window said: ${output}")
+endif()
+
 if(NOT PKG_CONFIG)
     message(STATUS "There is no pkg-config here; that half is left out.")
     return()
