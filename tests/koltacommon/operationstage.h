@@ -1,6 +1,7 @@
 #pragma once
 
 #include <simulation/scriptedserver.h>
+#include <support/operationend.h>
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
@@ -10,7 +11,6 @@
 
 #include <QCoreApplication>
 #include <QHash>
-#include <QMetaEnum>
 #include <QPointer>
 
 #include <functional>
@@ -108,7 +108,7 @@ public:
         QObject::connect(operation, &Kolta::Operation::finished, operation,
                          [this](Kolta::Operation* finished) {
                              ++told;
-                             end = describe(*finished);
+                             end = endOf(finished);
                          });
         if (!words.isEmpty() && words.first().startsWith(QLatin1String("in:"))) {
             const QStringList within = words.takeFirst().mid(3).split(QLatin1Char(','));
@@ -130,7 +130,7 @@ public:
             turn();
         }
         if (end.isEmpty())
-            end = operation ? describe(*operation) : QStringLiteral("gone");
+            end = endOf(operation);
     }
 
     int plans() const
@@ -142,15 +142,6 @@ public:
                     ? 1
                     : 0;
         return planned;
-    }
-    /// "Done Done None".
-    static QString describe(const Kolta::Operation& operation)
-    {
-        const auto word = [](auto value) {
-            return QString::fromLatin1(QMetaEnum::fromType<decltype(value)>().valueToKey(int(value)));
-        };
-        return QStringList{word(operation.state()), word(operation.effect()), word(operation.reason())}.join(
-            QLatin1Char(' '));
     }
     static void turn()
     {

@@ -3,6 +3,7 @@
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/linkkeeper.h>
 #include <koltacommon/requestoperation.h>
+#include <support/operationend.h>
 #include <support/rows.h>
 #include <support/testprogram.h>
 #include <support/text.h>
@@ -141,6 +142,26 @@ private Q_SLOTS:
         keeper->close();
         QCOMPARE(ends.last(), "g1+"_s);
         QCOMPARE(keeper->state(), State::Off);
+    }
+
+    /// The link ends after the server has executed one that may be repeated, then one that may not.
+    void endsOperationsWithTheirLinks()
+    {
+        RequestOperation repeatable(*keeper, makeRequest("r"_s), nullptr);
+        RequestOperation lost(*keeper, makeRequest("l"_s), nullptr);
+        RequestOperation kept(*keeper, makeRequest("k"_s), nullptr);
+        repeatable.setRepeatable(true);
+        for (const char* component : {"r", "l"}) {
+            answerAllBut(component, [&] { peer->link->close(); });
+            keeper->open();
+            QVERIFY(reaches(State::Waiting));
+        }
+        QTRY_COMPARE(endOf(&lost), "Lost Unknown LinkEnded"_s);
+        peer->rule = {};
+        keeper->open();
+        QTRY_COMPARE(endOf(&kept), "Done Done None"_s);
+        QCOMPARE(endOf(&repeatable), "Done Done None"_s);
+        QCOMPARE(sent(), "1:r:1 2:r:1 2:l:1 3:k:1"_s);
     }
 
     void opensEachLinkWithItsFilters()

@@ -1,10 +1,12 @@
 #include <koltacommon/conversionjob.h>
 #include <koltacommon/maprequestjobs.h>
+#include <support/operationend.h>
+#include <support/rows.h>
 #include <support/testprogram.h>
+#include <support/text.h>
 
 #include <values/tree.h>
 
-#include <QMetaEnum>
 #include <QPointer>
 #include <QtTest>
 
@@ -17,23 +19,6 @@ using values::Tree;
 namespace {
 
 const QString path = QStringLiteral("/RecordMapTree/S1/Map");
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
-/// "Done Done None".
-QString endOf(const Operation* operation)
-{
-    if (!operation)
-        return text("gone");
-    const auto word = [](auto value) {
-        return text(QMetaEnum::fromType<decltype(value)>().valueToKey(int(value)));
-    };
-    return QStringList{word(operation->state()), word(operation->effect()), word(operation->reason())}.join(
-        QLatin1Char(' '));
-}
 
 /// Answers a request while it is still made.
 class HastyOwner : public IObserver
@@ -64,13 +49,13 @@ class tst_MapOperations : public QObject
         for (const QString& word : script.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
             if (word.startsWith(QLatin1Char('+')))
                 clock.advance(word.mid(1).toInt());
-            else if (word == text("cancel"))
+            else if (word == "cancel"_s)
                 operation->cancel();
-            else if (word == text("delete"))
+            else if (word == "delete"_s)
                 delete operation.data();
-            else if (word == text("remove"))
+            else if (word == "remove"_s)
                 Tree::Instance().Remove(path);
-            else if (word == text("clear"))
+            else if (word == "clear"_s)
                 Tree::Instance().Clear();
             else
                 step(word);
@@ -87,11 +72,7 @@ private Q_SLOTS:
 
     void requestsAreAnswered_data()
     {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("end");
-        const auto row = [](const char* script, const char* end) {
-            QTest::newRow(script) << text(script) << text(end);
-        };
+        const Rows<QString> row("end"); // each after its script
         row("remove begin", "Refused None NotConnected");
         row("clear begin", "Refused None NotConnected");
         row("begin", "Running None None");
@@ -107,7 +88,7 @@ private Q_SLOTS:
     }
     void requestsAreAnswered()
     {
-        QFETCH(QString, script);
+        const QString script = QString::fromUtf8(QTest::currentDataTag());
         const Startup::Clock::Replacement replacement(clock);
         const auto test = [&](auto* map, const auto& make, const auto& reply) {
             QPointer<Operation> operation;
@@ -117,15 +98,15 @@ private Q_SLOTS:
             HastyOwner hasty;
             map->Attach(&hasty);
             play(script, operation, [&](const QString& word) {
-                if (word == text("hasty"))
+                if (word == "hasty"_s)
                     hasty.answer = [&] { reply(*map, id, QString()); };
-                else if (word == text("grant"))
+                else if (word == "grant"_s)
                     reply(*map, id, QString());
-                else if (word == text("refuse"))
-                    reply(*map, id, text("because"));
-                else if (word == text("other"))
-                    reply(*map, make(*map)->id(), text("nothing is open under it"));
-                else if (word == text("restart"))
+                else if (word == "refuse"_s)
+                    reply(*map, id, "because"_s);
+                else if (word == "other"_s)
+                    reply(*map, make(*map)->id(), "nothing is open under it"_s);
+                else if (word == "restart"_s)
                     map->EndRequests([](const std::string&) { return true; }, nullptr);
             });
             QTEST(endOf(operation), "end");
@@ -138,60 +119,54 @@ private Q_SLOTS:
         Tree::Instance().Clear();
         test(
             Tree::Instance().Emplace<ShortTimeProfileItemMap>(path),
-            [this](auto& map) { return new ProfileTypeJob(map, text("P"), eShortTimeProfileType(1), this); },
+            [this](auto& map) { return new ProfileTypeJob(map, "P"_s, eShortTimeProfileType(1), this); },
             [](auto& map, const QUuid& id, const QString& error) { map.ReplyTypeChange(id, error); });
     }
 
     void conversionsFinish_data()
     {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("end");
-        QTest::addColumn<QString>("result");
-        const auto row = [](const char* script, const char* end, const char* result = "") {
-            QTest::newRow(script) << text(script) << text(end) << text(result);
-        };
-        row("begin", "Running None None");
+        const Rows<QString, QString> row("end result"); // each after its script
+        row("begin", "Running None None", "");
         row("begin start half +1000000", "Running None None", "half");
         row("begin start half finish", "Done Done None", "all");
         row("begin fail", "Refused None RefusedByServer", "broken");
-        row("old begin", "Refused None Conflict");
+        row("old begin", "Refused None Conflict", "");
         row("old fail begin finish", "Done Done None", "all");
-        row("begin start erase", "Lost Unknown Ended");
-        row("begin other", "Lost Unknown Ended");
-        row("begin remove", "Lost Unknown ServerGone");
-        row("begin start cancel", "Cancelled Unknown Cancelled");
-        row("begin delete", "gone");
+        row("begin start erase", "Lost Unknown Ended", "");
+        row("begin other", "Lost Unknown Ended", "");
+        row("begin remove", "Lost Unknown ServerGone", "");
+        row("begin start cancel", "Cancelled Unknown Cancelled", "");
+        row("begin delete", "gone", "");
     }
     void conversionsFinish()
     {
-        QFETCH(QString, script);
+        const QString script = QString::fromUtf8(QTest::currentDataTag());
         const Startup::Clock::Replacement replacement(clock);
         auto* const map = Tree::Instance().Emplace<ConvertProductionResultMap>(path);
-        const sorel::RecordIdentifier record(text("s"), text("d"), text("r"));
-        const ConvertProductionResultRequest request{record, {}, text("name"), {}, {}};
+        const sorel::RecordIdentifier record("s"_s, "d"_s, "r"_s);
+        const ConvertProductionResultRequest request{record, {}, "name"_s, {}, {}};
         QPointer<ConversionJob> job;
         QPointer<Operation> operation;
         play(script, operation, [&](const QString& word) {
-            if (word == text("begin"))
+            if (word == "begin"_s)
                 operation = job = new ConversionJob(*map, request, nullptr);
-            else if (word == text("old") || word == text("other"))
+            else if (word == "old"_s || word == "other"_s)
                 map->SetAt(record,
                            ConvertProductionResult(ConvertProductionResultRequest{record, word, {}, {}, {}}));
-            else if (word == text("start"))
+            else if (word == "start"_s)
                 map->startConverting(record);
-            else if (word == text("half"))
+            else if (word == "half"_s)
                 map->setIntermediateResult(record, word);
-            else if (word == text("erase"))
+            else if (word == "erase"_s)
                 map->EraseAt(record);
             else
-                map->setFinished(record, word == text("finish"),
-                                 text(word == text("finish") ? "all" : "broken"));
+                map->setFinished(record, word == "finish"_s, word == "finish"_s ? "all"_s : "broken"_s);
         });
         QTEST(endOf(operation), "end");
         if (job)
             QTEST(job->result(), "result");
-        if (script.contains(text("half +")))
-            QCOMPARE(job->progressText(), text("half"));
+        if (script.contains("half +"_s))
+            QCOMPARE(job->progressText(), "half"_s);
         delete job.data();
     }
 };

@@ -56,16 +56,9 @@ private Q_SLOTS:
 /// Plans, requests and stops are counted at the end; "told" is how often it was told.
 void tst_ProductionJob::goesItsWay_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("end");
-    QTest::addColumn<int>("plans");
-    QTest::addColumn<int>("requests");
-    QTest::addColumn<int>("stops");
-    QTest::addColumn<int>("told");
-    const auto row = [](const char* script, const char* end, int plans, int requests, int stops,
-                        int told = 1) {
-        addRow(script, QString::fromLatin1(script), QString::fromLatin1(end), plans, requests, stops, told);
-    };
+    const Rows<QString, int, int, int, int> add("end plans requests stops told"); // each after its script
+    const auto row = [&add](const char* script, const char* end, int plans, int requests, int stops,
+                            int told = 1) { add(script, end, plans, requests, stops, told); };
     const char* const done = "Done Done None";
     row("act show accept", done, 0, 1, 0);
     row("accept act show", done, 0, 1, 0);
@@ -139,7 +132,7 @@ void tst_ProductionJob::goesItsWay_data()
 
 void tst_ProductionJob::goesItsWay()
 {
-    QFETCH(QString, script);
+    const QString script = QString::fromUtf8(QTest::currentDataTag());
     for (const auto kind :
          {ProductionOrder::Kind::Mcp, ProductionOrder::Kind::Scp, ProductionOrder::Kind::Ffp}) {
         OperationStage stage;
@@ -169,13 +162,7 @@ void tst_ProductionJob::goesItsWay()
 
 void tst_ProductionJob::refusesWhatCannotBe_data()
 {
-    QTest::addColumn<std::function<void(ProductionOrder&)>>("change");
-    QTest::addColumn<QString>("end");
-    QTest::addColumn<QString>("text");
-    using Change = std::function<void(ProductionOrder&)>;
-    const auto row = [](const char* name, const Change& change, const char* end, const char* text) {
-        addRow(name, change, QString::fromLatin1(end), QString::fromLatin1(text));
-    };
+    const Rows<std::function<void(ProductionOrder&)>, QString, QString> row("change end text");
     const auto k = [](const char* latin1) { return QString::fromLatin1(latin1); };
     row(
         "no tuner named", [](auto& o) { o.tunerClass.clear(); }, "Refused None InvalidOrder",
@@ -300,11 +287,7 @@ void tst_ProductionJob::leavesRunningWhatItWasToldTo()
 
 void tst_ProductionJob::watchesWhatRuns_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("states");
-    const auto row = [](const char* script, const char* states) {
-        addRow(script, QString::fromLatin1(script), QString::fromLatin1(states));
-    };
+    const Rows<QString> row("states"); // each after its script
     row("notice", "Ended");
     row("end show", "Ended");
     row("vanish", "Unknown");
@@ -317,7 +300,7 @@ void tst_ProductionJob::watchesWhatRuns_data()
 
 void tst_ProductionJob::watchesWhatRuns()
 {
-    QFETCH(QString, script);
+    const QString script = QString::fromUtf8(QTest::currentDataTag());
     OperationStage stage;
     stage.addMcp("M");
     QStringList states;

@@ -2,6 +2,7 @@
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/requestoperation.h>
+#include <support/operationend.h>
 #include <support/rows.h>
 #include <support/testprogram.h>
 #include <support/text.h>
@@ -15,20 +16,6 @@ using Kolta::KoltaConnection;
 using Kolta::Operation;
 using Kolta::RequestOperation;
 using XmlCommon::CXmlMessage;
-
-namespace {
-
-/// "Lost Unknown LinkClosed".
-QString endOf(const Operation& operation)
-{
-    const auto word = [](auto value) {
-        return QString::fromLatin1(QMetaEnum::fromType<decltype(value)>().valueToKey(int(value)));
-    };
-    return QStringList{word(operation.state()), word(operation.effect()), word(operation.reason())}.join(
-        QLatin1Char(' '));
-}
-
-} // namespace
 
 class tst_RequestOperation : public QObject
 {
@@ -92,8 +79,8 @@ private Q_SLOTS:
         }
         QVERIFY(told == 0 || sent.reply());
         QTRY_COMPARE(told, 2);
-        QTEST(endOf(sent), "sent");
-        QTEST(endOf(waiting), "waiting");
+        QTEST(endOf(&sent), "sent");
+        QTEST(endOf(&waiting), "waiting");
         QCOMPARE(sent.reply().constData() != nullptr,
                  sent.state() == Operation::State::Done || sent.reason() == Operation::Reason::Fault);
         QCOMPARE(peer.log.contains("1:b:1"_s),
@@ -109,12 +96,12 @@ private Q_SLOTS:
         RequestOperation closing(*connection, makeRequest("a"_s), nullptr);
         RequestOperation empty(*connection, XmlCommon::ptrCXmlMessage(), nullptr);
         QCoreApplication::processEvents();
-        QCOMPARE(endOf(closing), "Refused None NotConnected"_s);
-        QCOMPARE(endOf(empty), "Refused None InvalidOrder"_s);
+        QCOMPARE(endOf(&closing), "Refused None NotConnected"_s);
+        QCOMPARE(endOf(&empty), "Refused None InvalidOrder"_s);
         RequestOperation orphan(*connection, makeRequest("a"_s), nullptr);
         connection.reset();
         QCoreApplication::processEvents();
-        QCOMPARE(endOf(orphan), "Lost None LinkClosed"_s);
+        QCOMPARE(endOf(&orphan), "Lost None LinkClosed"_s);
     }
 
     /// One that is deleted takes its request along while that waits.
@@ -128,7 +115,7 @@ private Q_SLOTS:
         QVERIFY(connection.hasRequestsPending());
         doomed.reset();
         connection.open();
-        QTRY_COMPARE(endOf(other), "Done Done None"_s);
+        QTRY_COMPARE(endOf(&other), "Done Done None"_s);
         QVERIFY(!peer.log.contains("1:doomed:1"_s));
         QVERIFY(connection.closeAndWaitForFinished(5000, false));
     }

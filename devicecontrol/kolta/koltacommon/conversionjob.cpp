@@ -37,7 +37,8 @@ void ConversionJob::look(const ConvertProductionResultMap& map)
     if (item.sucessfullyFinished())
         settleDone();
     else if (item.finished())
-        settle(State::Refused, Effect::None, Reason::RefusedByServer, m_result);
+        settle(State::Refused, Effect::None, Reason::RefusedByServer,
+               m_result.isEmpty() ? tr("the conversion of %1 failed").arg(record) : m_result);
     else if (item.state() == ConvertProductionResult::eConverting)
         setProgress(m_result.isEmpty() ? tr("converting") : m_result);
 }

@@ -27,7 +27,7 @@ void MoveJob::ask()
 
 bool MoveJob::isThere() const
 {
-    return server()->getProcessorObserver().GetMcpGUIDFor(m_ffp.toString()) == m_mcp.toString();
+    return QUuid(server()->getProcessorObserver().GetMcpGUIDFor(m_ffp.toString())) == m_mcp;
 }
 
 void MoveJob::replied(const ServerReply& reply)

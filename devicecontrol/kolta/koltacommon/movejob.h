@@ -17,6 +17,9 @@ class KOLTA_COMMON_EXPORT MoveJob : public ServerOperation
 public:
     MoveJob(KoltaServerInterface& server, const QUuid& ffp, const QUuid& mcp, QObject* parent);
 
+    /// Of the request; known from the beginning.
+    const QUuid& id() const noexcept { return m_id; }
+
 protected:
     void ask() override;
     void cancelBegun() override { settleGivenUp(Effect::Unknown, QString()); }

@@ -3,6 +3,8 @@
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 
+#include <utility>
+
 namespace Kolta {
 
 OwnershipJob::OwnershipJob(KoltaServerInterface& server, const QString& guid, Action action, QObject* parent)
@@ -82,13 +84,18 @@ void OwnershipJob::cancelBegun()
 
 void OwnershipJob::timeIsOver()
 {
-    const bool isAsked = server() && desk() && desk()->isConnected();
+    const bool isConnected = server() && desk() && desk()->isConnected();
     const RESOURCEMANAGEMENT::Owner* const owner =
-        isAsked ? server()->getGuiOwnerObserver().FindOwner(m_guid) : nullptr;
-    if (isCancelled() || m_action == Action::Release || !owner || isOwner())
-        return settleGivenUp(Effect::Unknown, QString());
-    settle(State::Refused, Effect::None, Reason::Conflict,
-           tr("owned by %1 at %2").arg(owner->GetName(), owner->GetHost()));
+        isConnected ? server()->getGuiOwnerObserver().FindOwner(m_guid) : nullptr;
+    if (m_action == Action::Take && !isCancelled() && owner && !isOwner())
+        return settle(State::Refused, Effect::None, Reason::Conflict,
+                      tr("owned by %1 at %2").arg(owner->GetName(), owner->GetHost()));
+    // What comes of it later nobody waits for any more.
+    const QPointer<OwnershipJob> guard(this);
+    if (m_action == Action::Take && isConnected && !std::exchange(m_isGivingBack, true))
+        request(Action::Release);
+    if (guard)
+        settleGivenUp(Effect::Unknown, QString());
 }
 
 } // namespace Kolta

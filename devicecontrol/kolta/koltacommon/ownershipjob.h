@@ -8,8 +8,8 @@ namespace Kolta {
 /// Takes or gives back the ownership of a processor, or of the server itself.
 ///
 /// Done when the mirror of owners shows it, at once if it does already; refused when somebody else is shown
-/// at its limit, 5 s. Whoever does not wait for a taking any more, by cancelling or deleting it, gives back
-/// what comes of it.
+/// at its limit, 5 s. When nobody waits for a taking any more, because it was cancelled or deleted or its
+/// time is over, what comes of it is given back.
 class KOLTA_COMMON_EXPORT OwnershipJob : public ServerOperation
 {
     Q_OBJECT

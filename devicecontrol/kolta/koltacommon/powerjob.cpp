@@ -86,8 +86,11 @@ void PowerJob::timeIsOver()
 {
     QStringList late;
     for (const Unit& unit : qAsConst(m_units)) {
-        if (!unit.isDone)
-            late.append(unit.guid);
+        if (unit.isDone)
+            continue;
+        const QString name =
+            server() ? server()->getResourceObserver().GetDisplayNameByGUID(unit.guid) : QString();
+        late.append(name.isEmpty() ? unit.guid : name);
     }
     settleGivenUp(Effect::Unknown, isCancelled()
                                        ? QString()

@@ -106,8 +106,9 @@ void StopJob::processorsStopped(const QSet<QString>& processors)
 
 void StopJob::statusSaid(const QString& text)
 {
-    settleTargets(State::Refused, text,
-                  [&](const Target& target) { return text.contains(target.guid.toString()); });
+    settleTargets(State::Refused, text, [&](const Target& target) {
+        return text.contains(target.guid.toString(QUuid::WithoutBraces), Qt::CaseInsensitive);
+    });
 }
 
 void StopJob::operational(bool on)

@@ -34,6 +34,8 @@ public:
     const QString& guid() const noexcept { return m_guid; }
     /// Makes the tuner free if the plan stands. It is no plan afterwards.
     void undo();
+    /// Leaves the tuner planned, for somebody else to undo. It is no plan afterwards.
+    void leave() { m_booking.clear(); }
 
 private:
     QPointer<TunerBookingManager> m_booking;
