@@ -114,7 +114,8 @@ static QString withPlaces(const QString& text, const QStringList& from, const QS
 
 ExampleRunner::ExampleRunner(const QString& sourceFolder, bool strict) : m_strict(strict)
 {
-    QFile::link(sourceFolder + QStringLiteral("/share"), m_folder.filePath(QStringLiteral("share")));
+    for (const QString& folder : {QStringLiteral("share"), QStringLiteral("examples")})
+        QFile::link(sourceFolder + QLatin1Char('/') + folder, m_folder.filePath(folder));
 }
 
 ExampleRunner::~ExampleRunner()
