@@ -1,32 +1,13 @@
 // Asks a server for its name and prints it: a connection, a request and its reply.
-#include <koltacommon/generalrequests.h>
 #include <koltacommon/koltaconnection.h>
+#include <koltacommon/requestoperation.h>
+#include <xmlmessaging/converters.h>
 
 #include <QCoreApplication>
 
 #include <cstdio>
 
-namespace {
-
-/// The query for the server's application description; ends the connection when the answer is there.
-class WhoAreYou : public Kolta::AppDescription
-{
-public:
-    explicit WhoAreYou(Kolta::KoltaConnection& connection) : m_connection(connection) {}
-
-    Kolta::ptrKoltaRequest processReply(XmlCommon::ptrCXmlMessage reply) override
-    {
-        AppDescription::processReply(reply);
-        std::printf("%s %s\n", qPrintable(getAppName()), qPrintable(getAppGuid()));
-        m_connection.close(true);
-        return {};
-    }
-
-private:
-    Kolta::KoltaConnection& m_connection;
-};
-
-} // namespace
+using XmlCommunication::CAppDescription;
 
 int main(int argc, char* argv[])
 {
@@ -38,18 +19,22 @@ int main(int argc, char* argv[])
 
     Kolta::KoltaConnection connection(QStringLiteral("whoareyou"), QStringLiteral("1.0"),
                                       QString::fromLocal8Bit(argv[1]), false);
-    int result = 0;
-    QObject::connect(&connection, &Kolta::KoltaConnection::ConnectionError, [&](const QString& error) {
-        std::fprintf(stderr, "whoareyou: %s: %s\n", argv[1], qPrintable(error));
-        result = 1;
-    });
-    QObject::connect(&connection, &Kolta::KoltaConnection::Fault,
-                     [](const QString& text) { std::fprintf(stderr, "whoareyou: %s\n", qPrintable(text)); });
-    QObject::connect(&connection, &Kolta::KoltaConnection::ConnectionClosed, &application,
-                     [&] { QCoreApplication::exit(result); });
-
-    // Requests may be executed before the link is up; they wait in the connection's queue.
     connection.open();
-    connection.executeRequest(new WhoAreYou(connection));
+
+    // Requests may be made before the link is up; they wait in the connection's queue.
+    const XmlCommon::ptrCXmlMessage query(new XmlCommon::CXmlMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY));
+    query->addFragment(CAppDescription::makeFragment());
+    auto* const request = new Kolta::RequestOperation(connection, query, &application);
+    request->then(&application, [&](Kolta::Operation& ended) {
+        const bool isDone = ended.state() == Kolta::Operation::State::Done;
+        if (isDone) {
+            const CAppDescription description(request->reply()->getFragment(0));
+            std::printf("%s %s\n", qPrintable(description.getAppName()),
+                        qPrintable(description.getAppGuid()));
+        } else {
+            std::fprintf(stderr, "whoareyou: %s: %s\n", argv[1], qPrintable(ended.text()));
+        }
+        QCoreApplication::exit(isDone ? 0 : 1);
+    });
     return QCoreApplication::exec();
 }

@@ -61,6 +61,13 @@ void TestShell::talksAtATerminal()
         QVERIFY(terminal.shows("kolta: interrupted") && terminal.shows("kolta> "));
         QTRY_VERIFY(silent.links().isEmpty());
     }
+    QVERIFY(terminal.type("misbehave silent-production\n") && terminal.shows("kolta> "));
+    QVERIFY(terminal.type("produce mcp --class Wide --timeout 60\n"));
+    QVERIFY(terminal.shows("kolta: waiting for the answer of S1"));
+    QVERIFY(terminal.type("\x03") && terminal.shows("kolta: taking back what was asked for"));
+    QVERIFY(terminal.type("\x03") && terminal.shows("kolta: left; it may have happened (production {"));
+    QVERIFY(terminal.shows("kolta> ") && terminal.type("select Wide\n")); // what was left is still planned
+    QVERIFY(terminal.shows("EB 2") && terminal.shows("kolta> "));
     QVERIFY(terminal.type("select \"Basic hardware\"\n"));
     QVERIFY(terminal.shows("ZELM 7 West") && terminal.shows("kolta> "));
     QVERIFY(terminal.type("\x04"));

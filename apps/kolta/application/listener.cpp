@@ -13,12 +13,12 @@
 namespace KoltaCli {
 
 using Kolta::KoltaConnection;
+using Kolta::LinkKeeper;
 
 Listener::Listener(Session& session, bool json, int count) : m_session(session), m_json(json), m_count(count)
 {
-    KoltaConnection& connection = session.connection();
-    connect(&connection, &KoltaConnection::Broadcast, this, &Listener::printBroadcast);
-    connect(&connection, &KoltaConnection::Fault, this, &Listener::printFault);
+    connect(&session.keeper(), &LinkKeeper::Broadcast, this, &Listener::printBroadcast);
+    connect(&session.keeper(), &LinkKeeper::Fault, this, &Listener::printFault);
 }
 
 int Listener::run()
@@ -27,21 +27,28 @@ int Listener::run()
     const auto outputWatch = watchOutput();
     connect(&termination, &TerminationSignals::terminationRequested, this, [this] { m_interrupted = true; });
     const QString peer = m_session.endpoint().toString();
-    KoltaConnection& connection = m_session.connection();
-    const auto failed = connect(&connection, &KoltaConnection::ConnectionError, this, [this, peer] {
-        printError(QStringLiteral("the link to %1 failed: %2").arg(peer, m_session.linkError()));
-    });
-    const auto opened = connect(&connection, &KoltaConnection::ConnectionOpened, this, [peer] {
-        printError(QStringLiteral("the link to %1 is up again").arg(peer));
-    });
+    m_session.keepForEver();
+    connect(&m_session.keeper(), &LinkKeeper::stateChanged, this, &Listener::tellState);
     printError(QStringLiteral("listening to %1, Ctrl-C ends").arg(peer));
-    m_session.waitFor([this] { return hasEnough(); }, Session::kForever);
-    disconnect(failed);
-    disconnect(opened);
-    if (hasEnough())
+    if (m_session.waitFor([this] { return hasEnough(); }, Session::kForever))
         return eExitOk;
     printError(QStringLiteral("the link to %1 has ended").arg(peer));
     return eExitFailed;
+}
+
+void Listener::tellState(LinkKeeper::State state) const
+{
+    if (hasEnough())
+        return;
+    const QString peer = m_session.endpoint().toString();
+    if (state == LinkKeeper::State::Connecting)
+        printError(QStringLiteral("connecting to %1").arg(peer));
+    else if (state == LinkKeeper::State::Up)
+        printError(QStringLiteral("the link to %1 is up again").arg(peer));
+    else if (state == LinkKeeper::State::Waiting)
+        printError(QStringLiteral("the link to %1 failed: %2; waiting %3 s")
+                       .arg(peer, m_session.linkError())
+                       .arg(m_session.keeper().waitingMs() / 1000.0, 0, 'f', 1));
 }
 
 bool Listener::hasEnough() const

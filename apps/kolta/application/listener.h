@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/linkkeeper.h>
 #include <xmlmessaging/xmlmessage.h>
 
 #include <QObject>
@@ -9,7 +10,8 @@ namespace KoltaCli {
 
 class Session;
 
-/// Prints what a server says of its own accord, from its construction on.
+/// Prints what a server says of its own accord, from its construction on. How its link is it tells on
+/// standard error.
 class Listener : public QObject
 {
     Q_OBJECT
@@ -24,6 +26,7 @@ public:
 private:
     void printBroadcast(const XmlCommon::ptrCXmlMessage& message);
     void printFault(const QString& text) const;
+    void tellState(Kolta::LinkKeeper::State state) const;
     bool hasEnough() const;
 
     Session& m_session;

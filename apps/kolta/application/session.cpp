@@ -7,8 +7,14 @@
 #include <kolta/cli/output.h>
 
 #include <koltacommon/faultmessagehandler.h>
+#include <koltacommon/requestoperation.h>
+
+#include <QCoreApplication>
 
 namespace KoltaCli {
+
+using Kolta::KoltaConnection;
+using Kolta::LinkKeeper;
 
 namespace {
 
@@ -32,13 +38,16 @@ QString problemOfAddress(const QString& text)
 Session::Session(const Endpoint& endpoint)
     : m_endpoint(endpoint)
     , m_trace(kKeptTraceLines)
-    , m_connection(std::make_unique<Kolta::KoltaConnection>(
-          QStringLiteral("kolta"), QLatin1String(kInterfaceVersion), endpoint.address, endpoint.port, false))
+    , m_keeper(std::make_unique<LinkKeeper>(
+          QStringLiteral("kolta"), QLatin1String(kInterfaceVersion),
+          QStringLiteral("%1:%2").arg(endpoint.address.toString()).arg(endpoint.port), nullptr))
 {
-    connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionOpened, this, [this] { ++m_openings; });
-    connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionClosed, this, [this] { m_closed = true; });
-    connect(m_connection.get(), &Kolta::KoltaConnection::ConnectionError, this,
-            [this](const QString& error) { m_socketError = error; });
+    // The first link must come about, and one that has failed may fail once more before it is up again.
+    LinkKeeper::Settings settings = LinkKeeper::Settings::configured();
+    settings.giveUpAfterMs = 0;
+    settings.loadFaultTexts = false;
+    m_keeper->setSettings(settings);
+    connect(m_keeper.get(), &LinkKeeper::stateChanged, this, &Session::takeState);
 }
 
 Argument Session::argument()
@@ -84,28 +93,47 @@ std::unique_ptr<Session> Session::startOpen(const CommandLine& line)
 
 Session::~Session()
 {
-    m_connection->disconnect(this);
-    m_connection->closeAndWaitForFinished(1000, false);
+    m_keeper->disconnect(this);
+    if (KoltaConnection* const link = m_keeper->connection())
+        link->closeAndWaitForFinished(1000, false);
+    m_keeper.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+void Session::takeState(LinkKeeper::State state)
+{
+    if (state == LinkKeeper::State::Connecting) {
+        // What the link itself waits for is over no sooner than what is waited for here.
+        m_keeper->connection()->setTimeLimits(m_limitMs, m_limitMs);
+        connect(m_keeper->connection(), &KoltaConnection::ConnectionOpened, this,
+                [this] { m_wasOpened = true; });
+    } else if (state == LinkKeeper::State::Up && ++m_timesUp == 1) {
+        LinkKeeper::Settings settings = LinkKeeper::Settings::configured();
+        settings.giveUpAfterMs = 1;
+        settings.loadFaultTexts = false;
+        m_keeper->setSettings(settings);
+    }
 }
 
 bool Session::open(int timeoutMs)
 {
     // Reads what is configured and leaves everything as it is.
-    Kolta::KoltaConnection::getStaticFaultMessageHandler()->Init(m_connection->getName());
-    // What the link itself waits for is over no sooner: a request would be sent once more then.
-    m_connection->setTimeLimits(timeoutMs, timeoutMs);
-    m_connection->open();
-    const auto isUp = [this] { return m_openings > 0 && m_connection->isIdle(); };
+    KoltaConnection::getStaticFaultMessageHandler()->Init(QStringLiteral("kolta"));
+    m_limitMs = timeoutMs;
+    m_keeper->open();
+    const auto isUp = [this] { return m_keeper->state() == LinkKeeper::State::Up; };
     if (waitFor(isUp, timeoutMs))
         return true;
     const QString peer = m_endpoint.toString();
     const QString time = secondsText(timeoutMs);
-    if (m_openings > 0)
+    if (m_wasOpened)
         return fail(QStringLiteral("%1 takes connections, but has not answered within %2").arg(peer, time));
     if (isInterrupted())
         return fail(QString());
     m_failure = QStringLiteral("cannot connect to %1: ").arg(peer);
-    m_failure += m_closed ? linkError() : QStringLiteral("no connection within %1").arg(time);
+    m_failure += m_keeper->state() == LinkKeeper::State::GivenUp
+                     ? linkError()
+                     : QStringLiteral("no connection within %1").arg(time);
     return false;
 }
 
@@ -120,28 +148,43 @@ bool Session::open(const CommandLine& line)
 bool Session::loadFaultTexts(int timeoutMs)
 {
     m_faultTextsAnswered = false;
-    m_connection->initMessageHandler(this, SLOT(takeFaultTexts()));
+    connection().initMessageHandler(this, SLOT(takeFaultTexts()));
     waitFor([this] { return m_faultTextsAnswered; }, timeoutMs);
-    if (Kolta::KoltaConnection::getStaticFaultMessageHandler()->Init(m_connection->getName()))
+    if (KoltaConnection::getStaticFaultMessageHandler()->Init(QStringLiteral("kolta")))
         return true;
     return fail(QStringLiteral("%1 does not give the texts of its faults").arg(m_endpoint.toString()));
 }
 
 XmlCommon::ptrCXmlMessage Session::request(const XmlCommon::ptrCXmlMessage& message, int timeoutMs)
 {
-    m_reply.reset();
-    message->setAvailableTime(Kolta::KoltaConnection::availableTime(timeoutMs));
-    m_request = new Kolta::ParameterRequest(message, this, SLOT(takeReply(Kolta::ptrKoltaRequest)));
-    m_connection->executeRequest(m_request);
-    if (!waitFor([this] { return bool(m_reply); }, timeoutMs))
+    message->setAvailableTime(KoltaConnection::availableTime(timeoutMs));
+    Kolta::RequestOperation request(*m_keeper, message, nullptr);
+    request.setRepeatable(true); // a command has a token, by which the server knows it again
+    int failures = 0;
+    connect(m_keeper.get(), &LinkKeeper::stateChanged, &request, [&](LinkKeeper::State state) {
+        if (state == LinkKeeper::State::Waiting && ++failures == 2)
+            request.cancel(); // it is this request that ends the link
+    });
+    await(request, timeoutMs);
+    if (request.reply())
+        return request.reply();
+    if (failures > 0 && !isInterrupted())
+        m_failure = QStringLiteral("the link to %1 failed: %2").arg(m_endpoint.toString(), linkError());
+    else
         fail(QStringLiteral("no reply from %1 within %2").arg(m_endpoint.toString(), secondsText(timeoutMs)));
-    m_request.reset();
-    return m_reply;
+    return {};
+}
+
+void Session::keepForEver()
+{
+    LinkKeeper::Settings settings = LinkKeeper::Settings::configured();
+    settings.loadFaultTexts = m_configuration.has_value();
+    m_keeper->setSettings(settings);
 }
 
 bool Session::waitFor(const std::function<bool()>& done, int timeoutMs)
 {
-    waitUntil([&] { return m_closed || done(); }, timeoutMs);
+    waitUntil([&] { return m_keeper->state() == LinkKeeper::State::GivenUp || done(); }, timeoutMs);
     return done();
 }
 
@@ -155,25 +198,18 @@ QString Session::linkError() const
         if (record->source == QLatin1String("platform/xmlmessaging/linkworker") && reason >= 0)
             return record->text.mid(reason + 2);
     }
-    return m_socketError;
+    return m_keeper->lastError();
 }
 
 bool Session::fail(const QString& whenTimeIsOver)
 {
     if (isInterrupted())
         m_failure = QStringLiteral("interrupted");
-    else if (m_closed)
+    else if (m_keeper->state() == LinkKeeper::State::GivenUp)
         m_failure = QStringLiteral("the link to %1 failed: %2").arg(m_endpoint.toString(), linkError());
     else
         m_failure = whenTimeIsOver;
     return false;
-}
-
-void Session::takeReply(Kolta::ptrKoltaRequest request)
-{
-    // A reply that comes after its time was over belongs to nobody.
-    if (request == m_request)
-        m_reply = static_cast<Kolta::ParameterRequest*>(request.data())->getReply();
 }
 
 XmlCommon::ptrCXmlMessage makeMessage(XmlCommon::CXmlMessage::eSERVICE_TYPES type,

@@ -6,8 +6,8 @@
 #include <kolta/cli/command.h>
 #include <kolta/cli/eventwait.h>
 
-#include <koltacommon/generalrequests.h>
 #include <koltacommon/koltaconnection.h>
+#include <koltacommon/linkkeeper.h>
 #include <startup/errorhandler.h>
 #include <xmlmessaging/xmlmessage.h>
 
@@ -21,9 +21,10 @@ namespace KoltaCli {
 
 using KoltaApps::Endpoint;
 
-/// One connection to one server for the length of a command, used step by step: every waiting operation runs
-/// an event loop until it is done, its time is over, the link has ended for good or the command is
-/// interrupted.
+/// A link to one server for the length of a command, used step by step: every waiting operation runs an event
+/// loop until it is done, its time is over, the link has ended for good or the command is interrupted.
+///
+/// The link is kept: one that fails is opened once more, and what was asked for is sent again.
 class Session : public QObject
 {
     Q_OBJECT
@@ -45,7 +46,9 @@ public:
     /// Closes the link and waits at most a second for it.
     ~Session() override;
 
-    Kolta::KoltaConnection& connection() noexcept { return *m_connection; }
+    Kolta::LinkKeeper& keeper() noexcept { return *m_keeper; }
+    /// Of a link that is up.
+    Kolta::KoltaConnection& connection() { return *m_keeper->connection(); }
     const Endpoint& endpoint() const noexcept { return m_endpoint; }
 
     /// Opens the link and waits until the server has answered the start-up exchange, the subscription to
@@ -59,36 +62,34 @@ public:
     /// Sends a request and waits for its reply; null when none came in time or the link failed, see
     /// errorText().
     XmlCommon::ptrCXmlMessage request(const XmlCommon::ptrCXmlMessage& message, int timeoutMs);
-    /// Runs the event loop until `done` returns true, the link has closed, the command is interrupted or the
-    /// time is over; returns done(). Once the link has closed nothing is waited for any more.
+    /// From now on the link is opened again as often as it fails.
+    void keepForEver();
+    /// Runs the event loop until `done` returns true, the link has ended for good, the command is interrupted
+    /// or the time is over; returns done().
     bool waitFor(const std::function<bool()>& done, int timeoutMs);
 
     /// How often the link was opened again after it had failed.
-    int reconnects() const noexcept { return qMax(0, m_openings - 1); }
-    /// Whether the link has ended for good.
-    bool isClosed() const noexcept { return m_closed; }
+    int reconnects() const noexcept { return qMax(0, m_timesUp - 1); }
     /// Why the link failed last, for people; empty when it has not.
     QString linkError() const;
     /// Why the last operation failed.
     QString errorText() const { return m_failure; }
 
 private Q_SLOTS:
-    void takeReply(Kolta::ptrKoltaRequest request);
     void takeFaultTexts() { m_faultTextsAnswered = true; }
 
 private:
+    void takeState(Kolta::LinkKeeper::State state);
     bool fail(const QString& whenTimeIsOver);
 
     std::optional<TemporaryConfiguration> m_configuration; ///< with --faults
     Endpoint m_endpoint;
     Startup::TraceRecorder m_trace;
-    std::unique_ptr<Kolta::KoltaConnection> m_connection;
-    Kolta::ptrKoltaRequest m_request; ///< the one that request() waits for
-    XmlCommon::ptrCXmlMessage m_reply;
-    QString m_socketError;
+    std::unique_ptr<Kolta::LinkKeeper> m_keeper;
     QString m_failure;
-    int m_openings = 0;
-    bool m_closed = false;
+    int m_limitMs = 0; ///< of the link itself
+    int m_timesUp = 0;
+    bool m_wasOpened = false; ///< the server has taken a link, whether or not it has answered
     bool m_faultTextsAnswered = false;
 };
 

@@ -1,7 +1,5 @@
 #include "tunertables.h"
 
-#include "tunerplan.h"
-
 #include <koltacommon/tunerclasstree.h>
 #include <koltacommon/tunerselection.h>
 #include <koltacommon/units.h>
@@ -37,6 +35,13 @@ QString drawBranch(const ptrTunerClassTreeItem& item, Margins& margins)
     return margin + (isLast ? QStringLiteral("└─ ") : QStringLiteral("├─ ")) + item->getName();
 }
 
+/// Whom this process has planned a tuner for is told as shortly.
+QString shortReason(const TunerCandidate& candidate)
+{
+    const bool isPlanned = candidate.refusal == TunerRefusal::Excluded && !candidate.detail.isEmpty();
+    return isPlanned ? candidate.detail : toText(candidate.refusal);
+}
+
 QStringList cells(const TunerCandidate& candidate, int rank)
 {
     const bool isRefused = candidate.refusal != TunerRefusal::None;
@@ -48,7 +53,19 @@ QStringList cells(const TunerCandidate& candidate, int rank)
             Kolta::megahertzToText(candidate.bandwidth),
             yes(candidate.hardwareProcessing),
             yes(candidate.panoramaScan),
-            isRefused ? QStringLiteral("refused: ") + toText(candidate.refusal) : toText(candidate.ahead)};
+            isRefused ? QStringLiteral("refused: ") + shortReason(candidate) : toText(candidate.ahead)};
+}
+
+/// Why a tuner stands where it does. What is known of its holder or its range says more than the short word.
+QString reasonOf(const TunerCandidate& candidate)
+{
+    if (candidate.refusal == TunerRefusal::None)
+        return toText(candidate.ahead);
+    if (candidate.detail.isEmpty())
+        return QStringLiteral("refused: ") + toText(candidate.refusal);
+    return (candidate.refusal == TunerRefusal::NotIdle ? QStringLiteral("refused: in use by ")
+                                                       : QStringLiteral("refused: ")) +
+           candidate.detail;
 }
 
 } // namespace
@@ -104,18 +121,50 @@ Table selectionTable(const Kolta::TunerSelection& selection)
     return table;
 }
 
-Table planTable(const TunerPlan& plan)
+Table reasonTable(const Kolta::TunerSelection& selection)
 {
-    Table table({QStringLiteral("REQUEST"), QStringLiteral("CLASS"), QStringLiteral("TUNER"),
-                 QStringLiteral("COST"), QStringLiteral("BOOKED")});
-    table.alignRight({0, 3});
-    int number = 0;
-    for (const TunerPlan::Request& request : plan.requests)
-        table.addRow({QString::number(++number), request.className,
-                      request.served ? nameOf(request.tuner) : QStringLiteral("-"),
-                      request.served ? QString::number(request.cost) : QString(), yes(request.booked)});
-    table.addRow({QString(), QString(), QStringLiteral("total"), QString::number(plan.totalCost)});
+    Table table(
+        {QStringLiteral("RANK"), QStringLiteral("TUNER"), QStringLiteral("COST"), QStringLiteral("REASON")});
+    table.alignRight({0, 2});
+    int rank = 0;
+    for (const TunerCandidate& candidate : selection.candidates) {
+        const QStringList all = cells(candidate, ++rank);
+        table.addRow({all.at(0), all.at(1), all.at(2), reasonOf(candidate)});
+    }
     return table;
+}
+
+QJsonObject toJson(const TunerCandidate& candidate)
+{
+    QJsonObject object{{QStringLiteral("tuner"), nameOf(candidate.tuner)},
+                       {QStringLiteral("guid"), guidOf(candidate.tuner)},
+                       {QStringLiteral("bandwidth"), candidate.bandwidth},
+                       {QStringLiteral("hardware"), candidate.hardwareProcessing},
+                       {QStringLiteral("panorama"), candidate.panoramaScan}};
+    if (candidate.refusal != TunerRefusal::NotInTree) {
+        object[QStringLiteral("cost")] = candidate.cost;
+        object[QStringLiteral("depth")] = candidate.depth;
+    }
+    if (candidate.refusal != TunerRefusal::None)
+        object[QStringLiteral("refusal")] = toText(candidate.refusal);
+    if (!candidate.detail.isEmpty())
+        object[QStringLiteral("detail")] = candidate.detail;
+    return object;
+}
+
+QVector<QJsonObject> toJson(const Kolta::TunerSelection& selection)
+{
+    QVector<QJsonObject> objects;
+    int rank = 0;
+    for (const TunerCandidate& candidate : selection.candidates) {
+        QJsonObject object = toJson(candidate);
+        if (candidate.refusal == TunerRefusal::None)
+            object[QStringLiteral("rank")] = ++rank;
+        if (candidate.ahead != Kolta::TunerCriterion::None)
+            object[QStringLiteral("ahead")] = toText(candidate.ahead);
+        objects.append(object);
+    }
+    return objects;
 }
 
 } // namespace KoltaCli

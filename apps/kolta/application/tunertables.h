@@ -2,11 +2,14 @@
 
 #include <kolta/cli/table.h>
 
+#include <QJsonObject>
 #include <QString>
+#include <QVector>
 
 namespace Kolta {
 class TunerClassTree;
 class TunerClassTreeItem;
+struct TunerCandidate;
 struct TunerSelection;
 } // namespace Kolta
 namespace RESOURCEMANAGEMENT {
@@ -15,15 +18,17 @@ class Tuner;
 
 namespace KoltaCli {
 
-struct TunerPlan;
-
-// Tuner classes, choices and plans as tables for people.
+// Tuner classes and choices as tables for people, and choices as JSON for programs.
 
 /// The classes as a tree with branches.
 Table classTable(const Kolta::TunerClassTree& tree, const QString& title);
-/// Every candidate in the order of choice, then the refused ones.
+/// Every candidate in the order of choice with all that it depends on, then the refused ones.
 Table selectionTable(const Kolta::TunerSelection& selection);
-Table planTable(const TunerPlan& plan);
+/// The same with the cost alone and all that is known of why, narrow enough for any terminal.
+Table reasonTable(const Kolta::TunerSelection& selection);
+QJsonObject toJson(const Kolta::TunerCandidate& candidate);
+/// One object per candidate in order; `rank` is missing for the refused ones, `ahead` for the last as well.
+QVector<QJsonObject> toJson(const Kolta::TunerSelection& selection);
 
 QString nameOf(const RESOURCEMANAGEMENT::Tuner& tuner);
 QString guidOf(const RESOURCEMANAGEMENT::Tuner& tuner);

@@ -1,13 +1,14 @@
 #include "commands.h"
 
-#include <kolta/application/assignmentrequest.h>
 #include <kolta/application/processordirectory.h>
 #include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
 #include <koltacommon/guidtext.h>
+#include <koltacommon/maprequestjobs.h>
 
 #include <QJsonArray>
 
@@ -115,35 +116,25 @@ void change(ShortTimeFFPAssignment& assignment, const CommandLine& line)
         assignment.profiles.append(name.trimmed());
 }
 
-int tell(const AssignmentRequest& request, const ShortTimeFFPAssignment& assignment, const QString& address,
-         const CommandLine& line)
+int tell(const Kolta::AssignmentJob& job, const ShortTimeFFPAssignment& assignment, const QString& address,
+         bool json)
 {
-    const bool granted = request.outcome() == AssignmentRequest::Outcome::Granted;
-    if (line.json()) {
+    const bool granted = job.state() == Kolta::Operation::State::Done;
+    if (json) {
         QJsonObject object = toJson(assignment);
         object[QStringLiteral("granted")] = granted;
-        if (!request.problem().isEmpty())
-            object[QStringLiteral("problem")] = request.problem();
+        addEnd(object, job);
         printJson(object);
     } else if (granted) {
         printLine(QStringLiteral("%1 has assigned %2 to the FFP %3")
                       .arg(address, counted(assignment.profiles.size(), QStringLiteral("profile")),
                            assignment.ffpGuid));
     }
-    switch (request.outcome()) {
-    case AssignmentRequest::Outcome::Granted:
+    if (granted)
         return eExitOk;
-    case AssignmentRequest::Outcome::Refused:
-        printError(QStringLiteral("%1 refuses: %2").arg(address, request.problem()));
-        break;
-    case AssignmentRequest::Outcome::Lost:
-        printError(QStringLiteral("%1 has gone").arg(address));
-        break;
-    case AssignmentRequest::Outcome::Open:
-        printError(orInterrupted(
-            QStringLiteral("%1 has not answered within %2").arg(address, secondsText(line.timeoutMs()))));
-        break;
-    }
+    printError((job.state() == Kolta::Operation::State::Refused ? QStringLiteral("%1 refuses: %2")
+                                                                : QStringLiteral("%1: %2"))
+                   .arg(address, problemOf(job)));
     return eExitFailed;
 }
 
@@ -158,9 +149,9 @@ int set(const CommandLine& line, const Assignments& known)
         assignment.minCoverage = kDefaultCoverage;
     assignment.ffpGuid = ffp;
     change(assignment, line);
-    AssignmentRequest request(known.map(), assignment);
-    request.wait(line.timeoutMs());
-    return tell(request, assignment, known.server().getAddress(), line);
+    Kolta::AssignmentJob job(known.map(), assignment, nullptr);
+    await(job, line.timeoutMs());
+    return tell(job, assignment, known.server().getAddress(), line.json());
 }
 
 } // namespace

@@ -1,9 +1,12 @@
 #include "commands.h"
 
-#include <kolta/application/tunerallocation.h>
+#include <kolta/application/tunerchoice.h>
 #include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
+
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/tunerclasstree.h>
 
 namespace KoltaCli {
 
@@ -17,9 +20,9 @@ QString nameOf(const ptrTunerClassTreeItem& item)
 }
 
 /// One object per class; the parent of a class at the top is empty.
-void printObjects(const TunerAllocation& allocation)
+void printObjects(const TunerChoice& choice)
 {
-    allocation.tree().getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) {
+    choice.tuners().tree().getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) {
         if (!item->isClassItem())
             return;
         const TunerCount count = countTuners(*item);
@@ -37,25 +40,25 @@ void printObjects(const TunerAllocation& allocation)
                    {QStringLiteral("defaultTuner"), nameOf(item->getDefaultTuner())},
                    {QStringLiteral("free"), count.free},
                    {QStringLiteral("tuners"), count.all},
-                   {QStringLiteral("generated"), allocation.isDefault()}});
+                   {QStringLiteral("generated"), choice.tuners().isDefault()}});
     });
 }
 
-void printTree(const TunerAllocation& allocation)
+void printTree(const TunerChoice& choice)
 {
-    allocation.printOrigin();
-    classTable(allocation.tree(), allocation.serverName()).print();
-    const int outside = allocation.tree().getRootItem()->getNumberOfTunerChildren();
+    choice.printOrigin();
+    classTable(choice.tuners().tree(), choice.server().getAddress()).print();
+    const int outside = choice.tuners().tree().getRootItem()->getNumberOfTunerChildren();
     if (outside > 0)
         printLine(QStringLiteral("tuners without a class: %1").arg(outside));
 }
 
-int classes(const CommandLine& line, const TunerAllocation& allocation)
+int classes(const CommandLine& line, const TunerChoice& choice)
 {
     if (line.json())
-        printObjects(allocation);
+        printObjects(choice);
     else
-        printTree(allocation);
+        printTree(choice);
     return eExitOk;
 }
 
@@ -69,8 +72,8 @@ Command classesCommand()
             "classes, "
             "if it has none.",
             {},
-            EmbeddedInstallation::options(),
-            with(TunerAllocation::start, classes)};
+            Servers::options(),
+            with(TunerChoice::start, classes)};
 }
 
 } // namespace KoltaCli

@@ -2,12 +2,14 @@
 
 #include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
-#include <koltacommon/convertproductionresultmap.h>
+#include <koltacommon/conversionjob.h>
 
 #include <QDateTime>
+#include <QUuid>
 
 #include <algorithm>
 #include <limits>
@@ -106,36 +108,40 @@ int tell(const ConvertProductionResultMap& map, const RecordIdentifier& record, 
     return eExitOk;
 }
 
-int refuse(const RecordIdentifier& record, const char* problem)
-{
-    printError(QStringLiteral("%1 %2").arg(record.toString(), QLatin1String(problem)));
-    return eExitFailed;
-}
-
-/// What is finished is converted anew.
+/// Asks for it and plays the production that begins it. What is finished is converted anew.
 int start(const CommandLine& line, const Conversions& known)
 {
     const RecordIdentifier record = RecordIdentifier::fromString(line.argument(0));
     ConvertProductionResultMap& map = known.map();
-    if (map.contains(record) && map.At(record).state() == ConvertProductionResult::eConverting)
-        return refuse(record, "is being converted already");
     Kolta::ConvertProductionResultRequest request;
     request.record = record;
     request.productionID = QUuid::createUuid().toString();
     request.productionName = line.value("production");
     request.pirmID = QStringLiteral("kolta");
     request.resultType = line.value("type");
-    map.Add(ConvertProductionResult(request));
-    map.startConverting(record);
-    return tell(map, record, line.json());
+    Kolta::ConversionJob job(map, request, nullptr);
+    const auto isThere = [&] {
+        return job.isFinished() ||
+               (map.contains(record) && map.At(record).productionID() == request.productionID);
+    };
+    if (waitUntil(isThere, line.timeoutMs()) && !job.isFinished())
+        map.startConverting(record);
+    if (line.isSet("wait"))
+        await(job, line.timeoutMs());
+    if (job.state() == Kolta::Operation::State::Done || (!job.isFinished() && !line.isSet("wait")))
+        return tell(map, record, line.json());
+    printError(problemOf(job));
+    return eExitFailed;
 }
 
 int finish(const CommandLine& line, const Conversions& known)
 {
     const RecordIdentifier record = RecordIdentifier::fromString(line.argument(0));
     ConvertProductionResultMap& map = known.map();
-    if (!map.contains(record) || map.At(record).state() != ConvertProductionResult::eConverting)
-        return refuse(record, "is not being converted");
+    if (!map.contains(record) || map.At(record).state() != ConvertProductionResult::eConverting) {
+        printError(QStringLiteral("%1 is not being converted").arg(record.toString()));
+        return eExitFailed;
+    }
     map.setFinished(record, !line.isSet("failed"), line.value("result"));
     return tell(map, record, line.json());
 }
@@ -167,6 +173,7 @@ Command conversionsCommand()
             {},
             Servers::options(
                 {text("type", "text", "start: kind of result."),
+                 flag("wait", "start: wait until it has ended, at most --timeout seconds."),
                  text("production", "name", "start: name of the production (kolta).", "kolta"),
                  text("result", "text", "finish: the result."),
                  flag("failed", "finish: the conversion failed; tidy: erase such results too."),

@@ -24,8 +24,8 @@ Command listenCommand()
     return {
         "listen",
         "print broadcasts and faults until Ctrl-C",
-        "Prints a server's broadcasts and faults until Ctrl-C. A link that fails is opened again; when that "
-        "fails too, the command ends.",
+        "Prints a server's broadcasts and faults until Ctrl-C. A link that fails is opened again, as often "
+        "as need be and after pauses that grow; how it is stands on standard error.",
         {Session::argument()},
         {whole("count", "number", "End after so many broadcasts (0: never).", 0, kMostBroadcasts, "0"),
          Session::faultsOption()},

@@ -1,14 +1,14 @@
 #include "commands.h"
 
 #include <kolta/application/processordirectory.h>
-#include <kolta/application/productionorder.h>
 #include <kolta/application/users.h>
 #include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 
 #include <koltacommon/guidtext.h>
-#include <koltacommon/koltaproductioncontrol.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/movejob.h>
 
 namespace KoltaCli {
 
@@ -21,32 +21,26 @@ QString nameAt(const ProcessorDirectory& directory, const QString& guid)
     return entry ? entry->name : guid;
 }
 
-/// Asks for the move and waits for the answer; returns an eExitCode.
+/// Asks for the move and waits for its end; returns an eExitCode.
 int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& from, const CommandLine& line)
 {
-    const ServerAnswer answer = awaitAnswer(
-        *ffp.server,
-        [&] {
-            return ffp.server->getProductionControl().requestFFPMove(Kolta::guidFromText(ffp.guid),
-                                                                     Kolta::guidFromText(mcp.guid));
-        },
-        line.timeoutMs());
+    Kolta::MoveJob job(*ffp.server, Kolta::guidFromText(ffp.guid), Kolta::guidFromText(mcp.guid), nullptr);
+    const bool done = await(job, line.timeoutMs());
     if (line.json()) {
         QJsonObject object{{QStringLiteral("server"), ffp.server->getAddress()},
-                           {QStringLiteral("request"), answer.request.toString()},
-                           {QStringLiteral("accepted"), answer.accepted},
+                           {QStringLiteral("request"), job.id().toString()},
+                           {QStringLiteral("accepted"), done},
                            {QStringLiteral("ffp"), ffp.name},
                            {QStringLiteral("from"), from},
                            {QStringLiteral("to"), mcp.name}};
-        if (!answer.problem.isEmpty())
-            object[QStringLiteral("problem")] = answer.problem;
+        addEnd(object, job);
         printJson(object);
-    } else if (answer.accepted) {
+    } else if (done) {
         printLine(QStringLiteral("%1 has moved from %2 to %3").arg(ffp.name, from, mcp.name));
     }
-    if (!answer.accepted)
-        printError(answer.problem);
-    return answer.accepted ? eExitOk : eExitFailed;
+    if (!done)
+        printError(problemOf(job));
+    return done ? eExitOk : eExitFailed;
 }
 
 int moveFfp(const CommandLine& line, Servers& servers)

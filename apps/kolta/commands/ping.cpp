@@ -1,17 +1,23 @@
 #include "commands.h"
 
-#include <kolta/application/requesttracker.h>
 #include <kolta/application/roundtripstatistics.h>
 #include <kolta/application/session.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 
 #include <koltacommon/koltaconnection.h>
+#include <koltacommon/requestoperation.h>
 #include <xmlmessaging/converters.h>
 
 #include <QElapsedTimer>
 
+#include <memory>
+#include <vector>
+
 namespace KoltaCli {
+
+using Kolta::Operation;
+using Kolta::RequestOperation;
 
 namespace {
 
@@ -53,18 +59,29 @@ PingResult askOneAtATime(Session& session, int count, int timeoutMs)
     return result;
 }
 
-/// Hands all over to the connection, which keeps them in line.
+/// Hands all over to the link, which keeps them in line.
 PingResult askAtOnce(Session& session, int count, int timeoutMs)
 {
-    RequestTracker books(session.connection());
-    for (int i = 0; i < count; ++i)
-        books.submit(makeQuery());
-    session.waitFor([&books] { return books.allAnswered(); }, timeoutMs);
     PingResult result;
-    result.sent = books.requests();
-    result.answered = result.sent - books.lost();
-    result.faults = books.faults();
-    result.inOrder = books.inOrder() && books.duplicated() == 0;
+    int answeredLast = -1;
+    std::vector<std::unique_ptr<RequestOperation>> requests;
+    QVector<Operation*> open;
+    while (result.sent < count) {
+        requests.push_back(std::make_unique<RequestOperation>(session.keeper(), makeQuery(), nullptr));
+        RequestOperation* const request = requests.back().get();
+        request->setRepeatable(true);
+        QObject::connect(request, &Operation::finished, request, [&, request, number = result.sent] {
+            result.inOrder = result.inOrder && (!request->reply() || number == answeredLast + 1);
+            answeredLast = request->reply() ? number : answeredLast;
+        });
+        open.append(request);
+        ++result.sent;
+    }
+    await(open, timeoutMs);
+    for (const auto& request : requests) {
+        result.answered += request->reply() ? 1 : 0;
+        result.faults += request->reason() == Operation::Reason::Fault ? 1 : 0;
+    }
     return result;
 }
 

@@ -7,14 +7,18 @@
 #include <kolta/cli/table.h>
 
 #include <koltacommon/guidtext.h>
-#include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/powerjob.h>
 
 #include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace KoltaCli {
 
 using Kolta::KoltaResourceObserver;
+using Kolta::Operation;
+using Kolta::PowerJob;
 
 namespace {
 
@@ -51,29 +55,22 @@ struct Unit
     QString guid;
     QString name;
     QString kind;
-    bool on;
+    bool on = false; ///< in the end
 };
-
-template<class Resource>
-Unit makeUnit(Server& server, const Resource& resource, const char* kind, bool on)
-{
-    const auto& identity = resource.GetTavikResource();
-    return {&server, identity.GetGUID(), identity.GetDisplayName(), QLatin1String(kind), on};
-}
 
 QVector<Unit> unitsOf(Server& server)
 {
-    using namespace RESOURCEMANAGEMENT;
-    const ResourceOverview& resources = server.getResourceObserver().GetCurrentResources();
+    const auto& resources = server.getResourceObserver().GetCurrentResources();
     QVector<Unit> units;
-    for (const Tuner& tuner : resources.GetTuner())
-        units.append(makeUnit(server, tuner, "tuner", tuner.GetAccessible()));
-    for (const ProcessingUnit& unit : resources.GetProcessingUnit())
-        units.append(
-            makeUnit(server, unit, "processing unit", unit.GetRegistration() == ProcessingUnit::eRegistered));
-    for (const StorageUnit& unit : resources.GetStorageUnit())
-        units.append(
-            makeUnit(server, unit, "storage unit", unit.GetRegistration() == StorageUnit::eRegistered));
+    const auto add = [&](const auto& list, const char* kind) {
+        for (const auto& resource : list) {
+            const auto& identity = resource.GetTavikResource();
+            units.append({&server, identity.GetGUID(), identity.GetDisplayName(), QLatin1String(kind)});
+        }
+    };
+    add(resources.GetTuner(), "tuner");
+    add(resources.GetProcessingUnit(), "processing unit");
+    add(resources.GetStorageUnit(), "storage unit");
     return units;
 }
 
@@ -107,33 +104,6 @@ bool findUnits(const QStringList& words, const QVector<Unit>& all, QVector<Unit>
     return true;
 }
 
-/// The units as their servers show them now; one that has gone counts as off.
-QVector<Unit> look(const QVector<Unit>& units, const Servers& servers)
-{
-    const QVector<Unit> all = unitsOf(servers);
-    QVector<Unit> seen = units;
-    for (Unit& unit : seen) {
-        const auto now = std::find_if(all.begin(), all.end(), [&unit](const Unit& one) {
-            return one.server == unit.server && one.guid == unit.guid;
-        });
-        unit.on = now != all.end() && now->on;
-    }
-    return seen;
-}
-
-void ask(const Servers& servers, const QVector<Unit>& units,
-         KoltaResourceObserver::ePowerControlCommand command)
-{
-    for (Server* server : servers.all()) {
-        QStringList guids;
-        for (const Unit& unit : units) {
-            if (unit.server == server)
-                guids.append(unit.guid);
-        }
-        server->getResourceObserver().powerControl(command, guids);
-    }
-}
-
 void print(const QVector<Unit>& units, bool json)
 {
     Table table(
@@ -152,24 +122,33 @@ void print(const QVector<Unit>& units, bool json)
         table.print();
 }
 
-/// Asks, waits until the servers show what was asked for, and tells; returns an eExitCode.
-int switchUnits(const Switch& wanted, const QVector<Unit>& units, const Servers& servers,
-                const CommandLine& line)
+/// Asks all servers, waits until they show what was asked for, and tells; returns an eExitCode.
+int switchUnits(const Switch& wanted, QVector<Unit> units, const Servers& servers, const CommandLine& line)
 {
-    QVector<Unit> seen;
-    ask(servers, units, wanted.command);
-    const bool done = waitUntil(
-        [&] {
-            seen = look(units, servers);
-            return std::all_of(seen.begin(), seen.end(),
-                               [&wanted](const Unit& unit) { return unit.on == wanted.on; });
-        },
-        line.timeoutMs());
-    print(seen, line.json());
-    if (!done)
-        printError(orInterrupted(QStringLiteral("not everything is %1 within %2")
-                                     .arg(wanted.on ? QStringLiteral("on") : QStringLiteral("off"),
-                                          secondsText(line.timeoutMs()))));
+    std::vector<std::unique_ptr<PowerJob>> jobs;
+    QVector<Operation*> open;
+    for (Server* server : servers.all()) {
+        QStringList guids;
+        for (const Unit& unit : qAsConst(units)) {
+            if (unit.server == server)
+                guids.append(unit.guid);
+        }
+        jobs.push_back(std::make_unique<PowerJob>(*server, wanted.command, guids, nullptr));
+        if (!guids.isEmpty())
+            open.append(jobs.back().get());
+    }
+    const bool done = await(open, line.timeoutMs());
+    for (Unit& unit : units) {
+        for (const PowerJob::Unit& seen : jobs.at(servers.all().indexOf(unit.server))->units()) {
+            if (seen.guid == unit.guid)
+                unit.on = seen.isDone == wanted.on;
+        }
+    }
+    print(units, line.json());
+    for (const Operation* job : qAsConst(open)) {
+        if (job->state() != Operation::State::Done)
+            printError(problemOf(*job));
+    }
     return done ? eExitOk : eExitFailed;
 }
 

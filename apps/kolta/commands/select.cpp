@@ -1,6 +1,6 @@
 #include "commands.h"
 
-#include <kolta/application/tunerallocation.h>
+#include <kolta/application/tunerchoice.h>
 #include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
@@ -9,43 +9,14 @@
 #include <koltacommon/guidtext.h>
 #include <koltacommon/tunerselection.h>
 
+#include <algorithm>
+
 namespace KoltaCli {
 
 using Kolta::TunerCandidate;
-using Kolta::TunerRefusal;
 using Kolta::TunerSelection;
 
 namespace {
-
-QJsonObject toJson(const TunerCandidate& candidate)
-{
-    QJsonObject object{{QStringLiteral("tuner"), nameOf(candidate.tuner)},
-                       {QStringLiteral("guid"), guidOf(candidate.tuner)},
-                       {QStringLiteral("bandwidth"), candidate.bandwidth},
-                       {QStringLiteral("hardware"), candidate.hardwareProcessing},
-                       {QStringLiteral("panorama"), candidate.panoramaScan}};
-    if (candidate.refusal != TunerRefusal::NotInTree) {
-        object[QStringLiteral("cost")] = candidate.cost;
-        object[QStringLiteral("depth")] = candidate.depth;
-    }
-    if (candidate.refusal != TunerRefusal::None)
-        object[QStringLiteral("refusal")] = toText(candidate.refusal);
-    return object;
-}
-
-/// One object per candidate in order; `rank` is missing for the refused ones, `ahead` for the last as well.
-void printObjects(const TunerSelection& selection)
-{
-    int rank = 0;
-    for (const TunerCandidate& candidate : selection.candidates) {
-        QJsonObject object = toJson(candidate);
-        if (candidate.refusal == TunerRefusal::None)
-            object[QStringLiteral("rank")] = ++rank;
-        if (candidate.ahead != Kolta::TunerCriterion::None)
-            object[QStringLiteral("ahead")] = toText(candidate.ahead);
-        printJson(object);
-    }
-}
 
 void printChosen(const TunerCandidate& chosen)
 {
@@ -57,19 +28,25 @@ void printChosen(const TunerCandidate& chosen)
     table.print();
 }
 
-void print(const TunerAllocation& allocation, const TunerSelection& selection, bool json, bool explain)
+/// Every tuner of the class, and for those of whom more is known, why they were refused.
+void printAll(const TunerSelection& selection, bool json)
 {
-    if (!json)
-        allocation.printOrigin();
-    const TunerCandidate* const chosen = selection.chosen();
-    if (explain && json)
-        printObjects(selection);
-    else if (explain)
-        selectionTable(selection).print();
-    else if (chosen && json)
-        printJson(toJson(*chosen));
-    else if (chosen)
-        printChosen(*chosen);
+    if (json) {
+        for (const QJsonObject& object : toJson(selection))
+            printJson(object);
+        return;
+    }
+    selectionTable(selection).print();
+    TunerSelection known = selection;
+    const auto isPlain = [](const TunerCandidate& candidate) {
+        return candidate.detail.isEmpty() || candidate.refusal == Kolta::TunerRefusal::Excluded;
+    };
+    known.candidates.erase(std::remove_if(known.candidates.begin(), known.candidates.end(), isPlain),
+                           known.candidates.end());
+    if (known.candidates.isEmpty())
+        return;
+    printLine(QString());
+    reasonTable(known).print();
 }
 
 /// The given storages; a GUID may stand there in any form and gets that of the overviews.
@@ -84,14 +61,23 @@ QStringList storagesOf(const CommandLine& line)
     return storages;
 }
 
-int select(const CommandLine& line, const TunerAllocation& allocation)
+int select(const CommandLine& line, const TunerChoice& choice)
 {
     const QString className = line.argument(0);
-    if (!allocation.knowsClass(className))
+    if (!choice.knowsClass(className))
         return eExitFailed;
-    const TunerSelection selection = allocation.explain(className, storagesOf(line));
-    print(allocation, selection, line.json(), line.isSet("explain"));
-    if (selection.chosen())
+    const Kolta::TunerNeeds needs{line.hertz("frequency"), line.hertz("bandwidth"), false};
+    const TunerSelection selection = choice.tuners().explain(className, needs, storagesOf(line));
+    const TunerCandidate* const chosen = selection.chosen();
+    if (!line.json())
+        choice.printOrigin();
+    if (line.isSet("explain"))
+        printAll(selection, line.json());
+    else if (chosen && line.json())
+        printJson(toJson(*chosen));
+    else if (chosen)
+        printChosen(*chosen);
+    if (chosen)
         return eExitOk;
     printError(
         QStringLiteral("no tuner of class %1 qualifies: %2").arg(className, refusalSummary(selection)));
@@ -107,11 +93,13 @@ Command selectCommand()
         "choose the tuner of a class, and tell why that one",
         "Chooses the tuner of a class that is to be used, of a simulated installation inside this process.",
         {{"CLASS", "Name of a tuner class."}},
-        EmbeddedInstallation::options(
-            {text("storage", "GUID",
+        Servers::options(
+            {hertz("frequency", "Only tuners that reach it: 98.5M, 98.5e6."),
+             hertz("bandwidth", "Only tuners whose band is as wide: 5M, 300k."),
+             text("storage", "GUID",
                   "Only tuners with an interface to this storage; several times for any of several."),
              flag("explain", "Show every tuner of the class, in order of preference, and why.")}),
-        with(TunerAllocation::start, select)};
+        with(TunerChoice::start, select)};
 }
 
 } // namespace KoltaCli

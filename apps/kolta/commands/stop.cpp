@@ -7,17 +7,17 @@
 #include <kolta/cli/output.h>
 
 #include <koltacommon/guidtext.h>
-#include <koltacommon/koltaprocessorobserver.h>
-#include <koltacommon/koltaproductioncontrol.h>
 #include <koltacommon/koltaserverinterface.h>
-
-#include <QSet>
+#include <koltacommon/stopjob.h>
 
 #include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace KoltaCli {
 
-using Kolta::KoltaProductionControl;
+using Kolta::Operation;
+using Kolta::StopJob;
 using Kolta::UserRights;
 
 namespace {
@@ -26,12 +26,9 @@ namespace {
 struct Target
 {
     Server* server = nullptr;
-    QUuid guid;      ///< by which the server is asked
-    QString name;    ///< for people
-    QString running; ///< GUID of the processor; empty when no mirror shows it
+    QUuid guid;   ///< by which the server is asked
+    QString name; ///< for people
     QString kind;
-    bool stopped = false;
-    QString problem;
 };
 
 Target targetOf(const ProcessorEntry& entry)
@@ -41,7 +38,6 @@ Target targetOf(const ProcessorEntry& entry)
     const QUuid production = Kolta::guidFromText(entry.production);
     target.guid = production.isNull() ? Kolta::guidFromText(entry.guid) : production;
     target.name = entry.name;
-    target.running = entry.guid;
     target.kind = entry.kind;
     return target;
 }
@@ -71,93 +67,58 @@ bool findTargets(const QStringList& words, const Servers& servers, QVector<Targe
     return true;
 }
 
-/// Hears what the servers say of the targets.
-class StopWatch : public QObject
+/// What one server is asked to stop.
+std::unique_ptr<StopJob> makeJob(const QVector<Target>& targets, Server& server, bool all)
 {
-public:
-    explicit StopWatch(QVector<Target>& targets) : m_targets(targets)
-    {
-        QSet<Server*> servers;
-        for (const Target& target : targets)
-            servers.insert(target.server);
-        for (Server* server : qAsConst(servers)) {
-            connect(&server->getProductionControl(), &KoltaProductionControl::si_ProductionStopped, this,
-                    [this](const QUuid& guid) { m_ended.insert(guid); });
-            connect(server, &Server::si_StatusMessageChanged, this,
-                    [this](const QString& message) { m_messages.append(message); });
-        }
-    }
-
-    /// Looks again; true when something is known of every target.
-    bool isSettled()
-    {
-        for (Target& target : m_targets) {
-            target.stopped = m_ended.contains(target.guid) || hasGone(target);
-            target.problem = target.stopped ? QString() : messageOn(target);
-        }
-        return std::none_of(m_targets.begin(), m_targets.end(),
-                            [](const Target& target) { return !target.stopped && target.problem.isEmpty(); });
-    }
-
-private:
-    static bool hasGone(const Target& target)
-    {
-        return !target.running.isEmpty() &&
-               !target.server->getProcessorObserver().FindProcessor(target.running);
-    }
-    QString messageOn(const Target& target) const
-    {
-        const QString guid = target.guid.toString(QUuid::WithoutBraces);
-        for (const QString& message : m_messages) {
-            if (message.contains(guid, Qt::CaseInsensitive))
-                return QStringLiteral("%1: %2").arg(target.server->getAddress(), message);
-        }
-        return {};
-    }
-
-    QVector<Target>& m_targets;
-    QSet<QUuid> m_ended;
-    QStringList m_messages;
-};
-
-int tell(const QVector<Target>& targets, int timeoutMs, bool json)
-{
-    int exitCode = eExitOk;
+    if (all)
+        return std::unique_ptr<StopJob>(StopJob::all(server, nullptr));
+    QVector<QUuid> guids;
     for (const Target& target : targets) {
-        QString problem = target.problem;
-        if (!target.stopped && problem.isEmpty())
-            problem =
-                orInterrupted(QStringLiteral("%1 has not stopped %2 within %3")
-                                  .arg(target.server->getAddress(), target.name, secondsText(timeoutMs)));
-        if (json)
-            printJson({{QStringLiteral("server"), target.server->getAddress()},
-                       {QStringLiteral("guid"), target.guid.toString()},
-                       {QStringLiteral("name"), target.name},
-                       {QStringLiteral("stopped"), target.stopped}});
-        else if (target.stopped)
-            printLine(QStringLiteral("%1 has stopped").arg(target.name));
-        if (target.stopped)
-            continue;
-        printError(problem);
-        exitCode = eExitFailed;
+        if (target.server == &server)
+            guids.append(target.guid);
     }
-    return exitCode;
+    return guids.isEmpty() ? nullptr : std::make_unique<StopJob>(server, guids, nullptr);
 }
 
-/// Asks for all targets, server by server.
-void ask(const QVector<Target>& targets, const QVector<Server*>& servers, bool all)
+/// Prints what has become of one target.
+bool tell(const Target& target, const StopJob& job, bool json)
 {
+    const auto& results = job.targets();
+    const auto result = std::find_if(results.begin(), results.end(), [&target](const StopJob::Target& each) {
+        return each.guid == target.guid;
+    });
+    const auto state = result == results.end() ? Operation::State::Running : result->state;
+    const bool stopped = state == Operation::State::Done;
+    if (json)
+        printJson({{QStringLiteral("server"), target.server->getAddress()},
+                   {QStringLiteral("guid"), target.guid.toString()},
+                   {QStringLiteral("name"), target.name},
+                   {QStringLiteral("stopped"), stopped}});
+    else if (stopped)
+        printLine(QStringLiteral("%1 has stopped").arg(target.name));
+    if (state == Operation::State::Refused)
+        printError(QStringLiteral("%1: %2").arg(target.server->getAddress(), result->text));
+    else if (!stopped)
+        printError(QStringLiteral("%1 has not stopped %2: %3")
+                       .arg(target.server->getAddress(), target.name, problemOf(job)));
+    return stopped;
+}
+
+/// Asks all servers, waits, and tells; returns an eExitCode.
+int stop(const QVector<Target>& targets, const QVector<Server*>& servers, const CommandLine& line)
+{
+    std::vector<std::unique_ptr<StopJob>> jobs;
+    QVector<Operation*> open;
     for (Server* server : servers) {
-        QList<QUuid> guids;
-        for (const Target& target : targets) {
-            if (target.server == server)
-                guids.append(target.guid);
-        }
-        if (all)
-            server->getProductionControl().StopAllProductions();
-        else
-            server->getProductionControl().StopProductions(guids);
+        jobs.push_back(makeJob(targets, *server, line.isSet("all")));
+        if (jobs.back())
+            open.append(jobs.back().get());
     }
+    await(open, line.timeoutMs());
+    bool done = true;
+    for (const Target& target : targets)
+        done = tell(target, *jobs.at(servers.indexOf(target.server)), line.json()) && done;
+    return done ? eExitOk : eExitFailed;
 }
 
 QVector<Target> everything(const Servers& servers)
@@ -178,7 +139,7 @@ UserRights::eManagementRights rightsFor(const QVector<Target>& targets)
     return rights;
 }
 
-int stop(const CommandLine& line, Servers& servers)
+int stopTargets(const CommandLine& line, Servers& servers)
 {
     const bool all = line.isSet("all");
     if (all != line.arguments().isEmpty())
@@ -191,10 +152,7 @@ int stop(const CommandLine& line, Servers& servers)
         return eExitFailed;
     if (targets.isEmpty() && !line.json())
         printLine(QStringLiteral("nothing runs"));
-    StopWatch watch(targets);
-    ask(targets, servers.all(), all);
-    waitUntil([&watch] { return watch.isSettled(); }, line.timeoutMs());
-    return tell(targets, line.timeoutMs(), line.json());
+    return stop(targets, servers.all(), line);
 }
 
 } // namespace
@@ -208,7 +166,7 @@ Command stopCommand()
             {{"GUID", "GUID of a production or a processor, or the name of a processor; also repeatedly.",
               Argument::Any}},
             Servers::options({flag("all", "Stop everything that runs."), Users::option()}),
-            with(Servers::startUp, stop)};
+            with(Servers::startUp, stopTargets)};
 }
 
 } // namespace KoltaCli
