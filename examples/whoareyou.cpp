@@ -36,5 +36,7 @@ int main(int argc, char* argv[])
         }
         QCoreApplication::exit(isDone ? 0 : 1);
     });
-    return QCoreApplication::exec();
+    const int exitCode = QCoreApplication::exec();
+    connection.closeAndWaitForFinished(1000, false);
+    return exitCode;
 }

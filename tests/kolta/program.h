@@ -34,7 +34,16 @@ public:
     /// The event loop runs while this waits, so the server may live in this process.
     bool ends()
     {
-        return QTest::qWaitFor([this] { return state() == NotRunning; }, 20000);
+        return QTest::qWaitFor([this] { return state() == NotRunning; }, kPatience);
+    }
+    /// Whether it prints that so often, or in one of its errors, however slow the machine is.
+    bool prints(const QString& text, int times = 1)
+    {
+        return QTest::qWaitFor([&] { return output().count(text) >= times; }, kPatience);
+    }
+    bool complains(const QString& text, int times = 1)
+    {
+        return QTest::qWaitFor([&] { return errors().count(text) >= times; }, kPatience);
     }
     QString output()
     {
@@ -50,6 +59,7 @@ public:
     }
 
 private:
+    static constexpr int kPatience = 60000;
     QString m_output;
     QString m_errors;
 };

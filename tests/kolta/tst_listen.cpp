@@ -6,8 +6,6 @@
 #include <simulation/simulatedserver.h>
 #include <xmlmessaging/server.h>
 
-#include <QRegularExpression>
-
 using KoltaSimulation::SimulatedServer;
 
 namespace {
@@ -77,13 +75,13 @@ void TestListen::printsUntilInterrupted()
     QFETCH(QString, fault);
     Station station;
     Kolta kolta(station.listen(options));
-    QTRY_VERIFY(kolta.errors().contains(QStringLiteral("listening to ")));
+    QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     // From that word on nothing is missed.
     QCOMPARE(station.sayNews(), 1);
-    QTRY_VERIFY2(kolta.output().contains(broadcast), qPrintable(kolta.output()));
+    QVERIFY2(kolta.prints(broadcast), qPrintable(kolta.output()));
     const XmlCommon::CFaultTree tree(KoltaSimulation::eFaultAdministration, 1, {QStringLiteral("S1")});
     QCOMPARE(station.server.broadcastFault(QStringLiteral("News"), tree), 1);
-    QTRY_VERIFY2(kolta.output().contains(fault), qPrintable(kolta.output()));
+    QVERIFY2(kolta.prints(fault), qPrintable(kolta.output()));
     kolta.interrupt();
     QVERIFY(kolta.ends());
     QCOMPARE(kolta.exitStatus(), QProcess::NormalExit);
@@ -94,7 +92,7 @@ void TestListen::countsBroadcasts()
 {
     Station station;
     Kolta kolta(station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
-    QTRY_VERIFY(kolta.errors().contains(QStringLiteral("listening to ")));
+    QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     for (int i = 0; i < 10; ++i)
         station.sayNews();
     QVERIFY(kolta.ends());
@@ -106,28 +104,26 @@ void TestListen::outlivesALostLink()
 {
     Station station;
     Kolta kolta(station.listen());
-    QTRY_VERIFY(kolta.errors().contains(QStringLiteral("listening to ")));
+    QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     int news = 0;
     const auto hearsAgain = [&] {
         ++news;
-        QTRY_COMPARE_WITH_TIMEOUT(kolta.errors().count(QStringLiteral(" is up again\n")), news, 20000);
+        QVERIFY2(kolta.complains(QStringLiteral(" is up again\n"), news), qPrintable(kolta.errors()));
         QCOMPARE(station.sayNews(), 1); // from that word on nothing is missed
-        QTRY_COMPARE(kolta.output().count(QStringLiteral(" Broadcast News")), news);
+        QVERIFY(kolta.prints(QStringLiteral(" Broadcast News"), news));
     };
     for (int cut = 1; cut <= 2; ++cut) {
         station.server.cutLinks();
         hearsAgain();
     }
     station.server.vanish();
-    QTRY_VERIFY_WITH_TIMEOUT(kolta.errors().contains(QRegularExpression(
-                                 QStringLiteral("Connection refused; waiting \\d\\.\\d s\n"))),
-                             20000);
+    QVERIFY(kolta.complains(QStringLiteral(": Connection refused; waiting ")));
     QVERIFY(station.server.comeBack());
     hearsAgain();
     kolta.interrupt();
     QVERIFY(kolta.ends());
     QCOMPARE(kolta.exitCode(), 0);
-    QVERIFY(kolta.errors().contains(QStringLiteral("kolta: connecting to ")));
+    QCOMPARE(kolta.errors().count(QStringLiteral(" is up again\n")), news);
 }
 
 void TestListen::endsWithItsReader()
