@@ -112,7 +112,7 @@ void TestKoltaSim::keepsItsMemory()
     QVERIFY2(peak > 0 && peak <= limit, qPrintable(QString::number(peak)));
     RawClient client(address, port); // and it still serves
     client.send(KoltaSimulation::makeStatisticsQuery());
-    QTRY_COMPARE(client.messages.size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(client.messages.size(), 1, 60000);
     program.terminate();
     QVERIFY(program.waitForFinished());
 }
