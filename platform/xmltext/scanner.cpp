@@ -1,55 +1,10 @@
 #include "scanner.h"
 
-#include "characters.h"
-#include "references.h"
-
-#include <array>
 #include <cstring>
 
 namespace XmlText {
 
 namespace {
-
-/// What an ASCII character may be part of. The zero behind a text is in no class, which ends every run at the
-/// text's end.
-enum CharClass : uchar {
-    kPlain = 1,     ///< character data that means what it is
-    kNameStart = 2, ///< begins a name
-    kName = 4,      ///< continues one
-    kSpace = 8,
-    kDoubleQuoted = 16, ///< an attribute value between double quotes, as it is
-    kSingleQuoted = 32, ///< the same between single quotes
-    kRaw = 64           ///< a comment, an instruction or a character data section
-};
-
-constexpr int kAscii = 128;
-
-constexpr std::array<uchar, kAscii> makeClasses()
-{
-    std::array<uchar, kAscii> table{};
-    for (int c = 0; c < kAscii; ++c) {
-        const bool space = isSpace(static_cast<char32_t>(c));
-        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
-        const bool raw = space || c >= 0x20;
-        const bool harmless = raw && c != '<' && c != '&';
-        int flags = (space ? kSpace : 0) | (raw ? kRaw : 0);
-        flags |= harmless && c != ']' && c != '\r' ? kPlain : 0;
-        flags |= harmless && c != '"' ? kDoubleQuoted : 0;
-        flags |= harmless && c != '\'' ? kSingleQuoted : 0;
-        flags |= letter ? kNameStart | kName : 0;
-        flags |= (c >= '0' && c <= '9') || c == '-' || c == '.' ? kName : 0;
-        table[static_cast<std::size_t>(c)] = static_cast<uchar>(flags);
-    }
-    return table;
-}
-
-constexpr std::array<uchar, kAscii> kClasses = makeClasses();
-
-template<class Unit>
-bool is(Unit unit, int classes)
-{
-    return unit < kAscii && (kClasses[unit] & classes) != 0;
-}
 
 template<class Part>
 bool same(const Part& a, const Part& b)
@@ -72,45 +27,8 @@ QString toText(Scanner<char16_t>::Part part)
 
 template<class Unit>
 Scanner<Unit>::Scanner(const Unit* text, int size, const Rules& rules)
-    : m_begin(text), m_at(text), m_end(text + size), m_token(text), m_rules(rules)
+    : Cursor<Unit>(text, size), m_token(text), m_rules(rules)
 {
-}
-
-template<class Unit>
-bool Scanner<Unit>::fail(const QString& what, const QString& expected)
-{
-    m_complaint = {position(), what, expected};
-    return false;
-}
-
-template<class Unit>
-bool Scanner<Unit>::fail(const char* what, const char* expected)
-{
-    return fail(QString::fromLatin1(what), QString::fromLatin1(expected));
-}
-
-template<class Unit>
-bool Scanner<Unit>::failAt(const Unit* at, const char* what, const char* expected)
-{
-    m_at = at;
-    return fail(what, expected);
-}
-
-/// The zero behind the text ends every comparison in time.
-template<class Unit>
-bool Scanner<Unit>::startsWith(const char* text) const
-{
-    return equals(m_at, text);
-}
-
-/// Passes over what is of one of the classes.
-template<class Unit>
-void Scanner<Unit>::skip(int classes)
-{
-    const Unit* at = m_at;
-    while (is(*at, classes))
-        ++at;
-    m_at = at;
 }
 
 template<class Unit>
@@ -283,25 +201,6 @@ bool Scanner<Unit>::markup(Token& token)
 }
 
 template<class Unit>
-bool Scanner<Unit>::parseName(Part& name)
-{
-    name.begin = m_at;
-    if (is(*m_at, kNameStart))
-        skip(kName);
-    while (m_at != m_end && *m_at >= kAscii) {
-        const Character character = characterAt(m_at, m_end);
-        if (character.units == 0)
-            return beyondAscii();
-        if (m_at == name.begin ? !isNameStart(character.code) : !isNameCharacter(character.code))
-            break;
-        m_at += character.units;
-        skip(kName);
-    }
-    name.length = static_cast<int>(m_at - name.begin);
-    return name.length > 0 || fail("malformed tag", "a name");
-}
-
-template<class Unit>
 bool Scanner<Unit>::startTag()
 {
     if (m_open.empty() && m_rootSeen)
@@ -471,50 +370,6 @@ bool Scanner<Unit>::rawUntil(const char* terminator, const char* forbidden)
             return false;
     }
     return fail("text ends inside a section", terminator);
-}
-
-template<class Unit>
-bool Scanner<Unit>::reference()
-{
-    if (startsWith("&#"))
-        return characterReference();
-    for (const Entity& entity : kEntities) {
-        if (startsWith(entity.reference)) {
-            m_at += std::strlen(entity.reference);
-            return true;
-        }
-    }
-    return fail("unknown entity", "&lt; &gt; &amp; &quot; &apos; or a character reference");
-}
-
-template<class Unit>
-bool Scanner<Unit>::characterReference()
-{
-    char32_t code = 0;
-    const Unit* const behind = readCharacterReference(m_at, code);
-    if (!behind)
-        return fail("malformed character reference", "the number of a character and \";\"");
-    m_at = behind;
-    return true;
-}
-
-/// Passes over a character beyond ASCII; fails for one that may not be in a text at all.
-template<class Unit>
-bool Scanner<Unit>::beyondAscii()
-{
-    const Character character = characterAt(m_at, m_end);
-    if (character.units == 0) {
-        if constexpr (sizeof(Unit) == 1)
-            return fail("invalid byte sequence", "UTF-8");
-        else
-            return fail("half a character", "a pair of surrogates");
-    }
-    if (!isCharacter(character.code))
-        return fail(
-            QStringLiteral("control character U+%1").arg(uint(character.code), 4, 16, QLatin1Char('0')),
-            QStringLiteral("a character of XML"));
-    m_at += character.units;
-    return true;
 }
 
 template class Scanner<uchar>;

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "place.h"
-
-#include <QString>
+#include "cursor.h"
 
 #include <limits>
 #include <vector>
@@ -34,15 +32,10 @@ enum class Token {
 /// `Unit` is uchar for UTF-8 and char16_t for the text of a QString. The text must stay, and the unit behind
 /// its last one must be zero.
 template<class Unit>
-class Scanner
+class Scanner : public Cursor<Unit>
 {
 public:
-    /// A part of the text.
-    struct Part
-    {
-        const Unit* begin = nullptr;
-        int length = 0;
-    };
+    using typename Cursor<Unit>::Part;
 
     struct Attribute
     {
@@ -61,9 +54,8 @@ public:
     Part text() const { return m_text; }
     /// Whether that is what it means: without references and carriage returns.
     bool isPlain() const { return m_plain; }
-    /// Where the last token begins, and where the next one does.
+    /// Where the last token begins; the next one does at position().
     int tokenBegin() const { return static_cast<int>(m_token - m_begin); }
-    int position() const { return static_cast<int>(m_at - m_begin); }
     /// Number of elements that are open.
     int depth() const { return static_cast<int>(m_open.size()); }
 
@@ -71,16 +63,17 @@ public:
     /// text was read before. The next token is what follows it.
     void skipElement(int position);
 
-    const Complaint& complaint() const { return m_complaint; }
-    const Unit* begin() const { return m_begin; }
-    const Unit* end() const { return m_end; }
-
 private:
-    bool fail(const char* what, const char* expected);
-    bool fail(const QString& what, const QString& expected);
-    bool failAt(const Unit* at, const char* what, const char* expected);
-    bool startsWith(const char* text) const;
-    void skip(int classes);
+    using Cursor<Unit>::beyondAscii;
+    using Cursor<Unit>::fail;
+    using Cursor<Unit>::failAt;
+    using Cursor<Unit>::parseName;
+    using Cursor<Unit>::reference;
+    using Cursor<Unit>::skip;
+    using Cursor<Unit>::startsWith;
+    using Cursor<Unit>::m_at;
+    using Cursor<Unit>::m_begin;
+    using Cursor<Unit>::m_end;
 
     bool prologue();
     bool declaration();
@@ -97,21 +90,13 @@ private:
     bool instruction();
     bool section();
     bool rawUntil(const char* terminator, const char* forbidden);
-    bool reference();
-    bool characterReference();
-    bool beyondAscii();
-    bool parseName(Part& name);
 
-    const Unit* m_begin;
-    const Unit* m_at;
-    const Unit* m_end;
     const Unit* m_token;
     Rules m_rules;
     std::vector<Part> m_open;
     std::vector<Attribute> m_attributes;
     Part m_name;
     Part m_text;
-    Complaint m_complaint;
     bool m_plain = true;
     bool m_emptyElement = false; ///< its End is still to come
     bool m_rootSeen = false;
