@@ -5,7 +5,6 @@
 
 #include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
-#include <xmlmessaging/converters.h>
 #include <xmlmessaging/logger.h>
 
 #include <QPointer>
@@ -21,20 +20,10 @@ namespace Kolta {
 namespace {
 
 constexpr quint32 kAvailableTimePerMs = 100;
-/// Every multiple of this queue length is worth a warning.
-constexpr int kQueueWarningStep = 1000;
 
-/// Numbers of the trace points. Support tools match on them.
-enum eTracePoint : int {
-    eQueueLength = 288,
-    eExecuteException = 300,
-    eExecuteUnknownException = 304,
-    eDispatchException = 340,
-    eProcessReplyException = 390,
-    eSendException = 444,
-    eAbandonedException = 460,
-    eReceiverException = 470
-};
+/// Numbers of the trace points; koltaconnectionqueue.cpp has more of this source. Support tools match on
+/// them.
+enum eTracePoint : int { eDispatchException = 340, eProcessReplyException = 390, eReceiverException = 470 };
 constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaconnection");
 
 /// Lets go of a thread object without waiting: it deletes itself once the thread has ended.
@@ -46,22 +35,6 @@ void retire(CConnectionThread* thread)
     // Asked after connecting, so that a thread that ends meanwhile is not missed.
     if (!thread->isRunning())
         thread->deleteLater();
-}
-
-/// Tells the server how this client wants its request trees handled; the first message on every link.
-ptrCXmlMessage makeStartUpMessage()
-{
-    XmlCommunication::CRequestTreeConverter converter;
-    converter.setRequestTreeSuppression(false);
-    const ptrCXmlMessage message(new CXmlMessage(CXmlMessage::eSERVICE_COMMAND));
-    message->setMessageID_byGenerator();
-    message->addFragment(converter.makeFragment(), -1);
-    return message;
-}
-
-bool isReply(CXmlMessage::eSERVICE_TYPES kind)
-{
-    return kind == CXmlMessage::eSERVICE_QUERY_REPLY || kind == CXmlMessage::eSERVICE_COMMAND_REPLY;
 }
 
 QHostAddress hostOf(const QString& hostAndPort)
@@ -184,25 +157,10 @@ bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPen
         return true;
     const QPointer<KoltaConnection> guard(this);
     const auto link = thread;
-    if (sendPending) {
-        const Entries pending = queue;
-        if (!connected && !pending.isEmpty())
-            transmit(makeStartUpMessage());
-        for (const Entry& entry : pending) {
-            try {
-                const ptrCXmlMessage message = entry.request->getMessage();
-                if (guard && message && thread == link) {
-                    transmit(message);
-                    for (Entry& queued : queue)
-                        queued.wasSent = queued.wasSent || queued.request == entry.request;
-                }
-            } catch (...) {
-                kTrace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
-            }
-            if (!guard)
-                return true;
-        }
-    }
+    if (sendPending)
+        transmitAll();
+    if (!guard)
+        return true;
     Entries released;
     released.swap(queue);
     closing = true;
@@ -211,42 +169,6 @@ bool KoltaConnection::closeAndWaitForFinished(unsigned int timeout, bool sendPen
     const bool ended = link->waitForFinished(timeout);
     abandon(released, Abandonment::Closed);
     return ended;
-}
-
-void KoltaConnection::executeRequest(Kolta::ptrKoltaRequest request)
-{
-    if (request)
-        execute(request, false);
-}
-
-void KoltaConnection::execute(const ptrKoltaRequest& request, bool isStartUp)
-{
-    const Entry entry{request, isStartUp, false};
-    try {
-        return enqueue(entry);
-    } catch (...) {
-        kTrace.caught(eExecuteException, eExecuteUnknownException, "KoltaRequest::executeRequest");
-    }
-    abandon({entry}, Abandonment::Refused);
-}
-
-void KoltaConnection::executeRequest(KoltaRequest* request)
-{
-    executeRequest(ptrKoltaRequest(request));
-}
-
-void KoltaConnection::enqueue(const Entry& entry)
-{
-    const QPointer<KoltaConnection> guard(this);
-    const ptrCXmlMessage message = entry.request->getMessage();
-    if (!guard || closing || !message || message->getNumberOfFragments() == 0)
-        return abandon({entry}, Abandonment::Refused);
-    queue.append(entry);
-    const int length = queue.size();
-    if (length % kQueueWarningStep == 0)
-        kTrace(eQueueLength, QStringLiteral("!!! Warning: %1 requests in connection queue (%2) !!!")
-                                 .arg(QString::number(length), name));
-    sendNextRequest();
 }
 
 quint32 KoltaConnection::availableTime(int milliseconds)
@@ -309,17 +231,6 @@ void KoltaConnection::SlotConnected(quint32 id)
     Q_EMIT ConnectionOpened();
 }
 
-/// A link that is lost again and again before its start-up exchange was sent must not make the queue grow.
-/// The head stays: it may be in the server's hands.
-void KoltaConnection::dropStaleStartUp()
-{
-    Entries released;
-    for (int place = queue.size() - 1; place > 0; --place) {
-        if (queue.at(place).isStartUp)
-            released.append(queue.takeAt(place));
-    }
-}
-
 void KoltaConnection::SlotConnectionClosed()
 {
     connected = false;
@@ -347,7 +258,7 @@ void KoltaConnection::SlotDispatch(ptrCXmlMessage message, GLOBAL_XML_TYPES::eME
         return;
     const auto keepThread = thread;
     try {
-        if (isReply(message->getServiceType()))
+        if (isReply(message))
             processReply(message);
         else if (message->getServiceType() == CXmlMessage::eSERVICE_BROADCAST)
             processBroadcast(message);
@@ -385,106 +296,10 @@ void KoltaConnection::SlotSocketError(quint32 id, QAbstractSocket::SocketError e
     abandon(released, Abandonment::LinkEnded);
 }
 
-/// Needs the connection no more: the first of them may delete it.
-void KoltaConnection::abandon(const Entries& entries, Abandonment why)
-{
-    for (const Entry& entry : entries) {
-        try {
-            entry.request->abandoned(why, entry.wasSent);
-        } catch (...) {
-            kTrace(eAbandonedException, QStringLiteral("caught exception from KoltaRequest::abandoned"));
-        }
-    }
-}
-
-bool KoltaConnection::withdrawRequest(const ptrKoltaRequest& request)
-{
-    for (int place = queue.size() - 1; place >= (busy ? 1 : 0); --place) {
-        if (queue.at(place).request == request && !queue.at(place).wasSent) {
-            const Entry released = queue.takeAt(place);
-            return true;
-        }
-    }
-    return false;
-}
-
 void KoltaConnection::exitThread()
 {
     if (thread)
         thread->exit(0);
-}
-
-void KoltaConnection::transmit(const ptrCXmlMessage& message)
-{
-    // A request that was answered before holds that reply; it goes out as the request that it was.
-    if (isReply(message->getServiceType()))
-        clearMessageReply(message);
-    // Until it is answered a command keeps its token, by which the server knows it when it comes again.
-    if (message->getServiceType() == CXmlMessage::eSERVICE_COMMAND && message->getToken().isEmpty())
-        message->setToken_byGenerator();
-    message->setMessageID_byGenerator();
-    if (message->getAvailableTime() == 0)
-        message->setAvailableTime(availableTime(replyLimitMs));
-    thread->sendMessage(message, 0);
-    message->setSentAgain(true);
-}
-
-void KoltaConnection::sendNextRequest()
-{
-    const QPointer<KoltaConnection> guard(this);
-    while (!busy && connected && thread && !queue.isEmpty()) {
-        if (sendHead() || !guard)
-            return;
-    }
-    if (closing)
-        exitThread();
-}
-
-/// False when the head could not be sent. It would block the queue for ever and is therefore dropped.
-bool KoltaConnection::sendHead()
-{
-    const QPointer<KoltaConnection> guard(this);
-    const ptrKoltaRequest head = queue.first().request;
-    busy = true;
-    try {
-        const ptrCXmlMessage message = head->getMessage();
-        if (!guard)
-            return false;
-        if (message && thread) {
-            if (!queue.isEmpty() && queue.first().request == head)
-                queue.first().wasSent = true;
-            transmit(message);
-            return true;
-        }
-    } catch (...) {
-        kTrace(eSendException, QStringLiteral("exception caught in sendNextRequest"));
-    }
-    if (!guard)
-        return false;
-    busy = false;
-    if (!queue.isEmpty() && queue.first().request == head) {
-        const Entries released{queue.takeFirst()};
-        abandon(released, Abandonment::Refused);
-    }
-    return false;
-}
-
-/// A head that cannot even name its message when its reply has come would block the queue for ever.
-ptrCXmlMessage KoltaConnection::messageOfHead(const ptrKoltaRequest& head)
-{
-    const QPointer<KoltaConnection> guard(this);
-    try {
-        return head->getMessage();
-    } catch (...) {
-        if (guard && !queue.isEmpty() && queue.first().request == head) {
-            const Entries released{queue.takeFirst()};
-            busy = false;
-            abandon(released, Abandonment::Refused);
-            if (guard)
-                sendNextRequest();
-        }
-        throw;
-    }
 }
 
 void KoltaConnection::processReply(const ptrCXmlMessage& reply)
@@ -544,20 +359,6 @@ void KoltaConnection::processBroadcast(const ptrCXmlMessage& message)
         Q_EMIT Broadcast(message);
     if (thrown)
         std::rethrow_exception(thrown);
-}
-
-void KoltaConnection::clearMessageReply(const ptrCXmlMessage& message)
-{
-    const CXmlMessage::eSERVICE_TYPES kind = message->getServiceType();
-    for (int i = 0; i < message->getNumberOfFragments(); ++i) {
-        message->getFragment(i).setDataTree(XmlCommon::CDataTree());
-        message->getFragment(i).setFaultTree(XmlCommon::CFaultTree());
-    }
-    message->removeReplyFragments();
-    if (kind == CXmlMessage::eSERVICE_QUERY_REPLY)
-        message->setServiceType(CXmlMessage::eSERVICE_QUERY);
-    else if (kind == CXmlMessage::eSERVICE_COMMAND_REPLY)
-        message->setServiceType(CXmlMessage::eSERVICE_COMMAND);
 }
 
 } // namespace Kolta

@@ -152,7 +152,10 @@ private:
     void connectThread();
     void giveUp(const std::shared_ptr<XmlCommunication::CConnectionThread>& link);
     void exitThread();
+    static bool isReply(const XmlCommon::ptrCXmlMessage& message);
+    static XmlCommon::ptrCXmlMessage makeStartUpMessage();
     void transmit(const XmlCommon::ptrCXmlMessage& message);
+    void transmitAll();
     void enqueue(const Entry& entry);
     void dropStaleStartUp();
     void sendNextRequest();
