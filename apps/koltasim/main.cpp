@@ -52,6 +52,49 @@ void printHappening(const QString& line)
     print(stderr, QStringLiteral("%1 %2\n").arg(time, line));
 }
 
+/// Shares the tree if that is asked for; null in `link` otherwise. False with the reason in `error`.
+bool publish(const KoltaSimulation::Installation& installation, const Options& options,
+             std::unique_ptr<QObject>& link, QString& error)
+{
+    if (options.publish.isEmpty())
+        return true;
+    PublishingEvents events;
+    events.published = [](const QString& branch) {
+        print(stdout, QStringLiteral("published as %1\n").arg(branch));
+    };
+    events.failed = [](bool isTaken, const QString& reason) {
+        QCoreApplication::exit(fail(isTaken ? kExitNameTaken : kExitFailed, reason));
+    };
+    link = publishTree(installation, options, events, error);
+    return link != nullptr;
+}
+
+/// Serves until it is told to end; `server` listens and is published.
+int run(KoltaSimulation::SimulatedServer& server, const Options& options)
+{
+    KoltaSimulation::Activity activity(server, options.seed);
+    if (options.activity)
+        activity.start(options.period);
+
+    TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
+    QObject::connect(&server, &KoltaSimulation::SimulatedServer::quitRequested, qApp,
+                     &QCoreApplication::quit);
+    const KoltaSimulation::Installation& installation = server.installation();
+    const QString place =
+        QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort());
+    // Nobody would know where to find it.
+    if (!print(stdout, place))
+        return fail(kExitFailed,
+                    QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno)));
+    // The first to go, so that others see the server leave.
+    std::unique_ptr<QObject> link;
+    QString error;
+    if (!publish(installation, options, link, error))
+        return fail(kExitWrongUsage, error);
+    return QCoreApplication::exec();
+}
+
 int runServer(const Options& options)
 {
     using namespace KoltaSimulation;
@@ -74,35 +117,7 @@ int runServer(const Options& options)
             QStringLiteral("cannot listen on %1: %2").arg(server.hostAndPort(), server.errorString()));
     }
     server.publish();
-
-    Activity activity(server, options.seed);
-    if (options.activity)
-        activity.start(options.period);
-
-    TerminationSignals termination;
-    QObject::connect(&termination, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
-    QObject::connect(&server, &SimulatedServer::quitRequested, qApp, &QCoreApplication::quit);
-    const QString place =
-        QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort());
-    // Nobody would know where to find it.
-    if (!print(stdout, place))
-        return fail(kExitFailed,
-                    QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno)));
-    // The first to go, so that others see the server leave.
-    std::unique_ptr<QObject> link;
-    if (!options.publish.isEmpty()) {
-        PublishingEvents events;
-        events.published = [](const QString& branch) {
-            print(stdout, QStringLiteral("published as %1\n").arg(branch));
-        };
-        events.failed = [](bool isTaken, const QString& reason) {
-            QCoreApplication::exit(fail(isTaken ? kExitNameTaken : kExitFailed, reason));
-        };
-        link = publishTree(installation, options, events, error);
-        if (!link)
-            return fail(kExitWrongUsage, error);
-    }
-    return QCoreApplication::exec();
+    return run(server, options);
 }
 
 } // namespace

@@ -129,16 +129,22 @@ SimulationVerbs::~SimulationVerbs() = default;
 
 QVector<Command> SimulationVerbs::commands()
 {
-    const auto own = [this](int (SimulationVerbs::*verb)(const CommandLine&)) {
-        return [this, verb](const CommandLine& line) { return (this->*verb)(line); };
-    };
+    return lifeOfServers() + doingsOfServers();
+}
+
+Run SimulationVerbs::own(Verb verb)
+{
+    return [this, verb](const CommandLine& line) { return (this->*verb)(line); };
+}
+
+QVector<Command> SimulationVerbs::lifeOfServers()
+{
     const Option server = serverOption();
     return {
         {"serve",
          "let a simulated server listen on loopback",
          "Lets a server of this shell listen on the loopback interface. Commands that take HOST:PORT "
-         "understand its "
-         "name then.",
+         "understand its name then.",
          {},
          {server, whole("port", "number", "The port (0: the system picks one).", 0, kHighestPort, "0")},
          own(&SimulationVerbs::serve)},
@@ -161,6 +167,13 @@ QVector<Command> SimulationVerbs::commands()
          {},
          {server},
          own(&SimulationVerbs::cut)},
+    };
+}
+
+QVector<Command> SimulationVerbs::doingsOfServers()
+{
+    const Option server = serverOption();
+    return {
         {"misbehave",
          "let a server do something wrong, or behave again",
          "Lets a server do what \"koltasim --misbehave\" would. Without a RULE it behaves again.",

@@ -23,6 +23,12 @@ public:
 
 private:
     class Follower;
+    using Verb = int (SimulationVerbs::*)(const CommandLine&);
+
+    /// The function of a command that does what `verb` does.
+    Run own(Verb verb);
+    QVector<Command> lifeOfServers();
+    QVector<Command> doingsOfServers();
 
     int serve(const CommandLine& line);
     int vanish(const CommandLine& line);
