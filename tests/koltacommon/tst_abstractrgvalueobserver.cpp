@@ -1,14 +1,8 @@
 #include <koltacommon/abstractrgvalueobserver.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <resourcemodel/resources.h>
 #include <startup/errorhandler.h>
-
-#include <QtTest>
-
-#include <functional>
-#include <memory>
 
 using namespace Kolta;
 using RESOURCEMANAGEMENT::ResourceOverview;

@@ -1,10 +1,7 @@
 #include <koltacommon/additionalconverters.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
-
-#include <QtTest>
 
 using namespace Kolta;
 using ResourceConverter::CResourceDemandClasses;

@@ -1,10 +1,8 @@
 #include <support/commandrecorder.h>
 #include <support/probe.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/convertproductionresultmap.h>
-
-#include <QtTest>
 
 using namespace Kolta;
 using sorel::RecordIdentifier;

@@ -4,13 +4,9 @@
 
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
-
-#include <QSemaphore>
-#include <QtTest>
 
 #include <malloc.h>
 

@@ -3,16 +3,11 @@
 
 #include <koltacommon/faultmessagehandler.h>
 #include <koltacommon/koltaconnection.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/cfgcenter.h>
 #include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
 
 using Kolta::Fault;
 using Kolta::FaultMessageHandler;

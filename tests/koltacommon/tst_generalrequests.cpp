@@ -1,11 +1,8 @@
 #include <koltacommon/generalrequests.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
-
-#include <QtTest>
 
 using Kolta::AppDescriptionSlotInvoke;
 using Kolta::ParameterRequest;

@@ -1,15 +1,11 @@
 #include "processorsamples.h"
 #include <support/probe.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/hardwareprocessingcontroller.h>
 #include <koltacommon/hardwareprocessingobserver.h>
 
 #include <startup/errorhandler.h>
-
-#include <QtTest>
-
-#include <functional>
 
 using namespace Kolta;
 using namespace ProcessorSamples;

@@ -1,9 +1,6 @@
 #include <koltacommon/koltaownerobserver.h>
 #include <support/signalrecorder.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;

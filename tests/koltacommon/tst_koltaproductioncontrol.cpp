@@ -1,7 +1,6 @@
 #include <support/probe.h>
-#include <support/random.h>
 #include <support/signalrecorder.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/koltaexception.h>
 #include <koltacommon/koltaproductioncontrol.h>
@@ -12,11 +11,6 @@
 #include <startup/cfgcenter.h>
 #include <startup/errorhandler.h>
 
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <memory>
 #include <random>
 
 using namespace Kolta;

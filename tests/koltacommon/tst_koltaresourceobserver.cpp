@@ -1,6 +1,6 @@
 #include <support/probe.h>
 #include <support/signalrecorder.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
@@ -13,10 +13,7 @@
 
 #include <resourcemodel/requests.h>
 
-#include <QtTest>
-
 #include <atomic>
-#include <functional>
 
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;

@@ -5,13 +5,10 @@
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <support/signalrecorder.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
 #include <values/treeclient.h>
-
-#include <QtTest>
 
 using namespace Kolta;
 using SERVER_STATES::eServerState;

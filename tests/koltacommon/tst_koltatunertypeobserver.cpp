@@ -1,8 +1,5 @@
 #include <koltacommon/koltatunertypeobserver.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;

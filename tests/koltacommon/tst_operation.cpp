@@ -1,16 +1,8 @@
 #include <koltacommon/operation.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
 
-#include <QPointer>
-#include <QSignalSpy>
-#include <QtTest>
-
-#include <functional>
-#include <memory>
 #include <stdexcept>
 
 using Kolta::Operation;

@@ -1,10 +1,7 @@
 #include "processorsamples.h"
 
 #include <koltacommon/processorconverter.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 using namespace RESOURCEMANAGEMENT;
 using Converter = Kolta::ProcessorConverter;

@@ -1,9 +1,5 @@
 #include <koltacommon/q9rprofiles.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QTemporaryDir>
-#include <QtTest>
+#include <support/test.h>
 
 #include <limits>
 

@@ -2,16 +2,10 @@
 #include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
-#include <QElapsedTimer>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTimer>
-#include <QtTest>
 
 #include <cstdio>
 #include <sys/socket.h>

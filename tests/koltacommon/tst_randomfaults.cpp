@@ -4,15 +4,10 @@
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 #include <simulation/serverthread.h>
-#include <support/random.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
-
-#include <QTimer>
-#include <QtTest>
 
 #include <deque>
 #include <random>

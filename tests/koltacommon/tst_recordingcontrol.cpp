@@ -1,10 +1,6 @@
 #include <koltacommon/recordingcontrol.h>
 #include <koltacommon/startstopdatastreamrecording.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QTranslator>
-#include <QtTest>
+#include <support/test.h>
 
 using namespace Kolta;
 using namespace Kolta::RecordingControl;

@@ -1,14 +1,10 @@
 #include <koltacommon/singleshotlambda.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
 #include <values/tree.h>
 #include <values/value.h>
 
-#include <QtTest>
-
-#include <memory>
 #include <stdexcept>
 
 using Kolta::SingleShotLambda;

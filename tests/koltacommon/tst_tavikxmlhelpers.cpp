@@ -2,14 +2,11 @@
 
 #include <koltacommon/processorwalk.h>
 #include <koltacommon/tavikxmlhelpers.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/resources.h>
 #include <startup/errorhandler.h>
-
-#include <QtTest>
 
 using namespace Kolta;
 using namespace Kolta::TavikXmlHelpers;

@@ -2,14 +2,8 @@
 
 #include <koltacommon/tunerassignment.h>
 #include <koltacommon/tunerclassresourceselector.h>
-#include <support/random.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
-#include <QSet>
-#include <QtTest>
-
-#include <functional>
 #include <limits>
 
 using namespace Kolta;

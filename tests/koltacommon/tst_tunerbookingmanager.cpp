@@ -2,16 +2,10 @@
 #include <koltacommon/messagejoin.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerplan.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <resourcemodel/processors.h>
 #include <startup/errorhandler.h>
-
-#include <QtTest>
-
-#include <functional>
-#include <memory>
 
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;

@@ -1,12 +1,9 @@
 #include <koltacommon/tunerclassesobserver.h>
 #include <koltacommon/tunerclasstree.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <resourcemodel/resources.h>
 #include <startup/errorhandler.h>
-
-#include <QtTest>
 
 using namespace Kolta;
 using RESOURCEMANAGEMENT::ResourceOverview;

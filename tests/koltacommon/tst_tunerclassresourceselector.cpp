@@ -2,15 +2,9 @@
 
 #include <koltacommon/tunerclassresourceselector.h>
 #include <koltacommon/tunerclasstree.h>
-#include <support/random.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 #include <cmath>
-#include <functional>
 #include <limits>
 
 using namespace Kolta;

@@ -1,12 +1,5 @@
 #include <koltacommon/tunerclasstree.h>
-#include <support/random.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QRandomGenerator>
-#include <QRegularExpression>
-#include <QtTest>
+#include <support/test.h>
 
 #include <algorithm>
 

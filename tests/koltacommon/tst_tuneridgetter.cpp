@@ -1,14 +1,9 @@
 #include <koltacommon/tuneridgetter.h>
 #include <koltacommon/tuneridscript.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <resourcemodel/resources.h>
 #include <startup/cfgcenter.h>
-
-#include <QElapsedTimer>
-#include <QtTest>
 
 #include <ctime>
 

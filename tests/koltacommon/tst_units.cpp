@@ -1,7 +1,5 @@
 #include <koltacommon/units.h>
-#include <support/testprogram.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 #include <random>
 

@@ -1,11 +1,8 @@
 #include <koltacommon/userrights.h>
 #include <support/files.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/errorhandler.h>
-
-#include <QtTest>
 
 #include <atomic>
 #include <thread>

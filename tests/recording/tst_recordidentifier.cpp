@@ -1,9 +1,5 @@
 #include <recording/recordidentifier.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QSet>
-#include <QtTest>
+#include <support/test.h>
 
 #include <unordered_set>
 

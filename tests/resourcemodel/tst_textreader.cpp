@@ -1,11 +1,6 @@
 #include <resourcemodel/resources.h>
 #include <resourcemodel/textreader.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QRandomGenerator>
-#include <QRegularExpression>
-#include <QTest>
+#include <support/test.h>
 
 #include <malloc.h>
 

@@ -1,15 +1,10 @@
 #include <support/files.h>
-#include <support/rows.h>
 #include <support/simulated.h>
 
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
 #include <simulation/resourcegenerator.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QSet>
-#include <QtTest>
+#include <support/test.h>
 
 using namespace KoltaSimulation;
 

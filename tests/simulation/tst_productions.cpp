@@ -1,10 +1,7 @@
 #include "productionsfixture.h"
 
 #include <resourcemodel/requests.h>
-#include <support/random.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <random>
 

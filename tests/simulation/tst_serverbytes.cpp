@@ -1,13 +1,8 @@
 #include "rawclient.h"
 
 #include <simulation/simulatedserver.h>
-#include <support/rows.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QElapsedTimer>
-#include <QtTest>
+#include <support/test.h>
 
 using namespace KoltaSimulation;
 

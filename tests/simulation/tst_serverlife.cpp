@@ -3,10 +3,7 @@
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QTemporaryDir>
+#include <support/test.h>
 
 using namespace KoltaSimulation;
 using RESOURCEMANAGEMENT::ProcessorOverview;

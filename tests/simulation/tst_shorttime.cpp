@@ -7,12 +7,9 @@
 #include <simulation/simulatedserver.h>
 #include <support/probe.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 #include <limits>
-#include <memory>
 #include <tuple>
 
 using namespace Kolta;

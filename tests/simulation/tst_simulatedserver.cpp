@@ -3,16 +3,12 @@
 #include <simulation/faultids.h>
 #include <simulation/resourcegenerator.h>
 #include <simulation/simulatedserver.h>
-#include <support/rows.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <koltacommon/additionalconverters.h>
 #include <startup/errorhandler.h>
 #include <values/value.h>
-
-#include <QtTest>
 
 using namespace KoltaSimulation;
 using RESOURCEMANAGEMENT::ResourceOverview;

@@ -2,11 +2,7 @@
 #include <startup/errorhandler.h>
 #include <startup/translation.h>
 #include <support/files.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 using namespace Startup;
 

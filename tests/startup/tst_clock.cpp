@@ -1,10 +1,6 @@
 #include <startup/clock.h>
 #include <startup/errorhandler.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QCoreApplication>
-#include <QtTest>
+#include <support/test.h>
 
 #include <stdexcept>
 

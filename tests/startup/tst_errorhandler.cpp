@@ -1,9 +1,6 @@
 #include <startup/cfgcenter.h>
 #include <startup/errorhandler.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 #include <stdexcept>
 #include <thread>

@@ -1,13 +1,8 @@
 #include <startup/errorhandler.h>
 #include <support/files.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 #include <usermanagement/activeuserproxy.h>
 
-#include <QtTest>
-
-#include <functional>
-#include <memory>
 #include <thread>
 #include <vector>
 

@@ -1,11 +1,7 @@
 #include <support/probe.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 #include <array>
-#include <memory>
 
 using Probes = std::array<std::unique_ptr<Probe>, 3>;
 using Action = std::function<void(Probes&, std::unique_ptr<Observable>&)>;

@@ -1,14 +1,10 @@
 #include <support/probe.h>
-#include <support/random.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <values/defaultvaluecreator.h>
 #include <values/tree.h>
 #include <values/value.h>
 
-#include <QtTest>
-
-#include <memory>
 #include <random>
 
 using namespace values;

@@ -1,14 +1,10 @@
 #include "testmap.h"
 #include <support/probe.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <values/defaultvaluecreator.h>
 #include <values/tree.h>
 
-#include <QtTest>
-
-#include <memory>
 #include <stdexcept>
 
 using namespace values;

@@ -1,9 +1,5 @@
 #include "linkfixture.h"
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QElapsedTimer>
+#include <support/test.h>
 
 using namespace XmlCommon;
 using namespace XmlCommunication;

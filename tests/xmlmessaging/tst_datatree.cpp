@@ -1,9 +1,6 @@
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 #include <xmlmessaging/faulttree.h>
 #include <xmlmessaging/messagecodec.h>
-
-#include <QtTest>
 
 #include <thread>
 

@@ -1,8 +1,5 @@
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 #include <xmlmessaging/framing.h>
-
-#include <QtTest>
 
 #include <algorithm>
 #include <ctime>

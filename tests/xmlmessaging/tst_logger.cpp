@@ -1,10 +1,7 @@
 #include "linkfixture.h"
 
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 #include <xmlmessaging/logger.h>
-
-#include <QTemporaryDir>
 
 using namespace XmlCommon;
 using namespace XmlCommunication;

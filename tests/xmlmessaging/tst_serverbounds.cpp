@@ -1,5 +1,4 @@
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 #include <xmlmessaging/framing.h>
 #include <xmlmessaging/server.h>
 
@@ -7,8 +6,6 @@
 #include <startup/errorhandler.h>
 
 #include <QTcpSocket>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <sys/resource.h>
 #include <unistd.h>

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <support/random.h>
+#include <support/rows.h>
+#include <support/testprogram.h>
+#include <support/text.h>
+
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+/// \file
+/// What nearly every test needs: Qt Test and all of QtCore, KOLTA_TEST, tables of rows, texts, seeds.
