@@ -2,6 +2,7 @@
 
 #include <xmlmessaging/converters.h>
 #include <xmlmessaging/demandclassconverter.h>
+#include <xmlmessaging/hopperconverters.h>
 #include <xmlmessaging/messagecodec.h>
 
 #include <QXmlStreamReader>
@@ -63,6 +64,11 @@ void readFault(CFaultTree fault)
     }
 }
 
+void tell(bool isRead, const QByteArray& xml)
+{
+    Fuzz::outcome() += ' ' + (isRead ? xml.toStdString() : "refused");
+}
+
 /// What a converter reads from a reply it also writes, and reads the same from that.
 template<typename Converter, typename Content>
 void convertBothWays(const CMsgFragment& fragment, const Content& (Converter::*get)() const)
@@ -73,6 +79,19 @@ void convertBothWays(const CMsgFragment& fragment, const Content& (Converter::*g
     Converter::fillReply(second, (Converter(first).*get)());
     Fuzz::require(first.getDataTree().toXml() == second.getDataTree().toXml(),
                   "a converted reply comes back differently");
+    tell(Converter(fragment).isCompatible(), first.getDataTree().toXml());
+}
+
+/// The same of the command of one FFP.
+void convertCommand(const CMsgFragment& fragment)
+{
+    using SigVConverter::CSetHopperProduction;
+    const CMsgFragment first = CSetHopperProduction(fragment).makeFragment();
+    const CMsgFragment second = CSetHopperProduction(first).makeFragment();
+    const QByteArray xml = first.getRequestTree().getDataTree().toXml();
+    Fuzz::require(second.getRequestTree().getDataTree().toXml() == xml,
+                  "a converted command comes back differently");
+    tell(CSetHopperProduction(fragment).isCompatible(), xml);
 }
 
 } // namespace
@@ -102,6 +121,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         readFault(fragment.getFaultTree());
         convertBothWays(fragment, &ResourceConverter::CResourceDemandClasses::getApplications);
         convertBothWays(fragment, &ResourceConverter::CQueryFaultReference::getFaults);
+        convertBothWays(fragment, &SigVConverter::CFHSeparationParameters::getProfiles);
+        convertBothWays(fragment, &SigVConverter::CQueryHopperProduction::getSetups);
+        convertCommand(fragment);
     }
     return 0;
 }

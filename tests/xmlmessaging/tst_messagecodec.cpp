@@ -1,8 +1,5 @@
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 #include <xmlmessaging/messagecodec.h>
-
-#include <QtTest>
 
 #include <malloc.h>
 #include <vector>
@@ -35,38 +32,6 @@ class TestMessageCodec : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void roundTrip()
-    {
-        CXmlMessage message(CXmlMessage::eSERVICE_COMMAND);
-        message.setMessageID(4294967295U);
-        message.setAvailableTime(6000000);
-        CDataTree request(QLatin1String("Set"));
-        request.editRoot().append("Name", "<\"&'> ä€😀 ]]> \r\n\t end "_s);
-        request.editRoot().setAttribute("note", " \r\n\t\"<>& "_s);
-        request.editRoot().append("Blank", "   "_s);
-        CMsgFragment first("Resources \"1\" <&>"_s);
-        first.setRequestTree(CRequestTree(request));
-        first.setFaultTree(CFaultTree(7, 1700000000000, {"a"_s, QString()}, CFaultTree(8, 1)));
-        for (int i = 0; i < 3; ++i)
-            message.addFragment(CMsgFragment(QString::number(i)));
-        message.addFragment(first, 1);
-
-        const QByteArray text = encoded(message);
-        QString error;
-        const ptrCXmlMessage back = MessageCodec::decode(text, error);
-        QVERIFY2(back, qPrintable(error));
-        QCOMPARE(encoded(*back), text);
-        QCOMPARE(back->getMessageID(), 4294967295U);
-        QCOMPARE(back->getAvailableTime(), 6000000U);
-        QCOMPARE(back->getFragment(1).getComponentName(), first.getComponentName());
-        const CConstElement root = back->getFragment(1).getRequestTree().getDataTree().root();
-        QCOMPARE(root.childText("Name"), "<\"&'> ä€😀 ]]> \r\n\t end "_s);
-        QCOMPARE(root.attribute("note"), " \r\n\t\"<>& "_s);
-        QCOMPARE(root.childText("Blank"), "   "_s);
-        QVERIFY(back->getFragment(1).getFaultTree().hasCausationDataTree());
-        QVERIFY(MessageCodec::toReadable(*back).contains("\n  <Fragment"_s));
-    }
-
     void cutAnywhereIsRefused()
     {
         const QByteArray text = data("<v a='1'>&lt;\xC3\xA4<!-- c --><![CDATA[x]]></v>");
