@@ -1,22 +1,14 @@
-#include <koltacommon/itemfield.h>
 #include <koltacommon/q9rprofiles.h>
 #include <koltacommon/shorttimeffpassignment.h>
 #include <koltacommon/shorttimeprofile.h>
-#include <koltacommon/shorttimeresult.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <jobdescription/frequencystore.h>
 #include <jobdescription/shorttime.h>
 
-#include <QDataStream>
-#include <QtTest>
-
 #include <limits>
 
 using namespace Kolta;
-using Text = ShortTimeProfile_TextAdapter;
 
 namespace {
 
@@ -55,11 +47,6 @@ ShortTimeFFPAssignment fullAssignment()
     return a;
 }
 
-QByteArray bytesOf(const std::string& bytes)
-{
-    return QByteArray(bytes.data(), static_cast<int>(bytes.size()));
-}
-
 /// A hop rate and symbol rate in use, so that the profile equals itself.
 ShortTimeProfile comparable()
 {
@@ -82,82 +69,14 @@ class TestShortTimeProfiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    /// What the writer writes, Qt's stream reads, and the other way round.
-    void fieldsAreDataStreams()
+    void modulations()
     {
-        const QDateTime utc(QDate(2020, 1, 2), QTime(3, 4, 5, 678), Qt::UTC);
-        QVector<QDateTime> times = {utc, QDateTime(), utc.toLocalTime(), utc.toOffsetFromUtc(-3600)};
-        const QTimeZone zone("Europe/Berlin");
-        if (zone.isValid()) // not every machine has the table
-            times.append(utc.toTimeZone(zone));
-        times.append(utc.toTimeZone(QTimeZone(-3600))); // which comes back as a plain offset
-        const QStringList texts = {QStringLiteral("\xDC00x"), QString(), QStringLiteral("")};
-        for (const QDateTime& time : times) {
-            itemfield::Writer writer(0);
-            writer(time);
-            writer(texts);
-            writer(QVector<float>{1.5F});
-            writer(-0.5);
-            const QByteArray bytes = bytesOf(writer.take());
-            QByteArray expected;
-            QDataStream stream(&expected, QIODevice::WriteOnly);
-            stream << time << texts << QVector<float>{1.5F} << -0.5;
-            QCOMPARE(bytes.mid(4).toHex(), expected.toHex());
-            const char* at = bytes.constData();
-            itemfield::Reader reader(&at);
-            QDateTime readTime;
-            QStringList readTexts;
-            QVector<float> readNumbers;
-            reader(readTime);
-            reader(readTexts);
-            reader(readNumbers);
-            QCOMPARE(readTime, time);
-            QVERIFY(readTime.timeSpec() == time.timeSpec() || time.timeZone() == QTimeZone(-3600));
-            QCOMPARE(readTexts, texts);
-            QVERIFY(readTexts.at(1).isNull() && !readTexts.at(2).isNull());
-            QCOMPARE(readNumbers, QVector<float>{1.5F});
-        }
-    }
-
-    void numbers()
-    {
-        const auto hz = [](quint64 a, quint64 b) { return Text::formatHz(a, b); };
-        QCOMPARE(hz(1000, 1000000), "1000 Hz, 1000 kHz"_s);
-        QCOMPARE(hz(1000001, 0), "1.000001 MHz, 0 Hz"_s);
-        QCOMPARE(hz(1500000, 1001), "1.5 MHz, 1.001 kHz"_s);
-        QCOMPARE(hz(999999, 100000000), "999.999 kHz, 100 MHz"_s);
-        QCOMPARE(hz(std::numeric_limits<quint64>::max(), 1), "18446744073709.55078125 MHz, 1 Hz"_s);
-        QCOMPARE(Text::formatBd(1000001, 9600), "1.000001 MBd, 9.6 kBd"_s);
-        QCOMPARE(Text::formatBd(50, 1000), "50 Bd, 1000 Bd"_s);
-        QCOMPARE(Text::formatString(100, 0, "u"_s), "100u"_s);
         for (qint8 code = 0; code < 8; ++code)
             QCOMPARE(stringToModulationType(modulationTypeToString(code)), code);
-        QCOMPARE(modulationTypeToString(7), "PSK8A"_s);
         for (const char* none : {"fsk2", "FSK2 ", "", "Unknown"})
             QCOMPARE(int(stringToModulationType(QLatin1String(none))), 0);
         for (int none : {-128, -1, 8, 127})
             QCOMPARE(modulationTypeToString(static_cast<qint8>(none)), "Unknown"_s);
-    }
-
-    void tooltips()
-    {
-        ShortTimeProfile p = fullProfile();
-        p.frequencyMax = 2000000;
-        QCOMPARE(Text::GetText4Tooltip(p),
-                 "Frequency : 1.5 MHz, 2 MHz\nBandwidth : 25 kHz, 50 kHz\nModulation : PSK8A\n"
-                 "Duration : \nHop Rate : 0.0001005\nShift : \nSymbol Rate : 9.6 kBd, 19.2 kBd"_s);
-        p = ShortTimeProfile();
-        p.useDuration = p.useShift = true;
-        p.durationMax = 4294967295;
-        p.modulation = 2; // shown although it is not in use
-        QCOMPARE(Text::GetText4Tooltip(p),
-                 "Frequency : \nBandwidth : \nModulation : AM\nDuration : 0, 4294967295\n"
-                 "Hop Rate : \nShift : 0 Hz, 0 Hz\nSymbol Rate : "_s);
-        QVERIFY(Text::GetText4Column(0, p).isEmpty() && !Text::GetIcon4Column(0, p, 16, 16).isValid());
-
-        ShortTimeResult early;
-        early.startTime = std::numeric_limits<qint64>::min();
-        QVERIFY(ShortTimeResult_TextAdapter::GetText4Tooltip(early).endsWith("Confidence: 0 %"_s));
     }
 
     void equality()
