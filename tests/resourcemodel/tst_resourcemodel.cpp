@@ -1,14 +1,7 @@
 #include "allclasses.h"
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QFile>
-#include <QRandomGenerator>
-#include <QTest>
-#include <QXmlStreamReader>
+#include <support/test.h>
 
 #include <cmath>
-#include <functional>
 #include <limits>
 
 using namespace REPORTGENERATOR;
@@ -190,28 +183,6 @@ private Q_SLOTS:
         QVERIFY(overview.SetXmlString(
             wrapped(overview.GetObjectName(), "<HWProcessing/><x/>"_s.repeated(depth)), true));
         QCOMPARE(overview.GetHWProcessing().size(), depth);
-    }
-
-    void checkNamesMissingFields()
-    {
-        const QMap<QString, QString> texts{
-            {"ResourceOverview/Tuner[2]/TavikResource"_s,
-             "<ResourceOverview><Tuner><TavikResource/></Tuner><Tuner/></ResourceOverview>"_s},
-            {"StorageUnit/TavikResource"_s, "<StorageUnit/>"_s},
-            {"TunerManagementRequest/Tuner[1]/TavikResource"_s,
-             "<TunerManagementRequest><Tuner/></TunerManagementRequest>"_s},
-            {"ResourceDemandClass/AppType"_s,
-             "<ResourceDemandClass><DemandClassName/></ResourceDemandClass>"_s}};
-        for (auto it = texts.begin(); it != texts.end(); ++it) {
-            const QString missing = it.key() + " is missing"_s;
-            const ObjectPointer object = newObject(missing.left(missing.indexOf(QLatin1Char('/'))));
-            QVERIFY(object->SetXmlString(it.value(), false));
-            QString error;
-            QVERIFY(!object->Check(error));
-            QCOMPARE(error, missing);
-            QCOMPARE(failureOf([&] { object->GetXmlString(); }), missing);
-            QCOMPARE(failureOf([&] { object->SetXmlString(it.value(), true); }), missing);
-        }
     }
 
     void setAndUnsetAreContent()
