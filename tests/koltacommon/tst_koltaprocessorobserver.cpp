@@ -2,12 +2,7 @@
 
 #include <koltacommon/koltaprocessorobserver.h>
 #include <support/signalrecorder.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
-
-#include <functional>
+#include <support/test.h>
 
 using namespace Kolta;
 using namespace ProcessorSamples;
@@ -198,19 +193,6 @@ private Q_SLOTS:
         // Answers are never about an overview that was there before.
         QVERIFY(observer.initForOffline(overviewOf("M2"_s)));
         QVERIFY(!observer.FindProcessor(guid(1)) && observer.GetGUIDForProductionID(guid(90)).isEmpty());
-    }
-
-    void queuedDelivery()
-    {
-        O observer(path);
-        int queued = 0;
-        connect(
-            &observer, &O::si_RunningProcessorsChanged, this,
-            [&queued](const ProcessorOverview& overview) { queued = overview.GetMCP().size(); },
-            Qt::QueuedConnection);
-        publish("M1 M2");
-        QCOMPARE(queued, 0);
-        QTRY_COMPARE(queued, 2);
     }
 };
 

@@ -1,11 +1,8 @@
 #include <koltacommon/resourcedemandclassobserver.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/signalrecorder.h>
+#include <support/test.h>
 
 #include <resourcemodel/resources.h>
-
-#include <QtTest>
 
 using namespace Kolta;
 using namespace RESOURCEMANAGEMENT;
@@ -145,33 +142,23 @@ private Q_SLOTS:
         };
         auto* const value = values::Tree::Instance().Emplace<values::StringValue>(path, textOf("a DCP 1"));
         auto* const observer = new ResourceDemandClassObserver;
-        QStringList log;
-        std::function<void()> react;
-        const auto bare = qOverload<>(&ResourceDemandClassObserver::si_ResourceDemandClassesChanged);
-        const auto full = qOverload<const ResourceDemandClassOverview&>(
-            &ResourceDemandClassObserver::si_ResourceDemandClassesChanged);
-        connect(observer, bare, this, [&] {
-            log.append("bare"_s);
-            if (const auto function = std::exchange(react, nullptr))
-                function();
+        SignalRecorder recorder;
+        recorder.write<ResourceDemandClassOverview>([](const ResourceDemandClassOverview& classes) {
+            return namesOf(classes.GetResourceDemandClass());
         });
-        connect(observer, full, this, [&](const ResourceDemandClassOverview& classes) {
-            log.append(namesOf(classes.GetResourceDemandClass()));
-        });
-        connect(observer, &IValueChangeNotifier::si_ValueChanged, this, [&] { log.append("value"_s); });
+        recorder.hear(*observer,
+                      {{"si_ResourceDemandClassesChanged", "classes:%1"_s}, {"si_ValueChanged", "value"_s}});
         QVERIFY(observer->init(path));
-        QCOMPARE(log.join(QLatin1Char(' ')), "bare a value"_s);
+        QCOMPARE(recorder.taken(), "classes: classes:a value"_s);
 
         // A slot that changes the value again: from then on everybody is told of the present overview.
-        log.clear();
-        react = [&] { value->SetValue(textOf("c DCP 1")); };
+        recorder.react = [&] { value->SetValue(textOf("c DCP 1")); };
         value->SetValue(textOf("b DCP 1"));
-        QCOMPARE(log.join(QLatin1Char(' ')), "bare bare c value c value"_s);
+        QCOMPARE(recorder.taken(), "classes: classes: classes:c value classes:c value"_s);
 
-        log.clear();
-        react = [&] { delete observer; };
+        recorder.react = [&] { delete observer; };
         value->SetValue(textOf("d DCP 1"));
-        QCOMPARE(log, QStringList("bare"_s));
+        QCOMPARE(recorder.taken(), "classes:"_s);
         values::Tree::Instance().Clear();
     }
 };

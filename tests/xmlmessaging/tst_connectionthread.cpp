@@ -1,10 +1,8 @@
 #include "linkfixture.h"
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTimer>
 
 using namespace XmlCommon;
 using namespace XmlCommunication;
@@ -130,28 +128,6 @@ private Q_SLOTS:
         QTRY_COMPARE(client.state(), QAbstractSocket::UnconnectedState);
         f.thread->sendMessage(f.request(), 0);
         QTRY_COMPARE(f.messages.size(), 1);
-    }
-
-    void nestedEventLoopInASlot()
-    {
-        LinkFixture f;
-        QVERIFY(f.connected());
-        QList<quint64> finished;
-        QList<quint64> begun;
-        connect(f.thread.data(), &CConnectionThread::SignalNewJob, [&](const ptrCXmlMessage& message) {
-            const quint64 number = message->getFragment(0).getDataTree().root().attributeToUInt("number");
-            begun.append(number);
-            // Waits for all that follow, which arrived together with this one.
-            if (number == 0)
-                QVERIFY(QTest::qWaitFor([&] { return begun.size() == 300; }));
-            finished.append(number);
-        });
-        for (quint32 i = 0; i < 300; ++i)
-            f.link->send(f.broadcast(i));
-        QTRY_COMPARE(finished.size(), 300);
-        for (int i = 0; i < 300; ++i)
-            QCOMPARE(begun[i], quint64(i));
-        QCOMPARE(finished.last(), quint64(0));
     }
 
     void serverSlotsMayDeleteTheLink()

@@ -2,8 +2,7 @@
 #include "linkfixture.h"
 
 #include <startup/cfgcenter.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <QSslSocket>
 #include <QTcpServer>
@@ -109,29 +108,21 @@ void TestTls::carriesFloodsWithoutLoss()
 
 void TestTls::refusals_data()
 {
-    QTest::addColumn<TlsSettings>("serverSide");
-    QTest::addColumn<TlsSettings>("clientSide");
-    QTest::addColumn<QString>("clientTells");
-    QTest::addColumn<QString>("serverTells");
+    const Rows<TlsSettings, TlsSettings, QString, QString> row(
+        "serverSide clientSide clientTells serverTells");
     const TlsSettings plain;
     TlsSettings renamed = client();
     renamed.peerName = "other.example"_s;
-    QTest::newRow("wrong authority") << server("stranger") << client() << "certificate refused"
-                                     << "TLS";
-    QTest::newRow("wrong host") << server() << renamed << "host name did not match"
-                                << "TLS";
-    QTest::newRow("expired") << server("expired") << client() << "expired"
-                             << "TLS";
-    QTest::newRow("plain client") << server() << plain << "closed the connection"
-                                  << "plain text";
-    QTest::newRow("plain server") << plain << client() << "closed the connection during the handshake"
-                                  << "TLS where none is spoken";
-    QTest::newRow("client without certificate")
-        << server("server", "ca") << client() << "may refuse this end's certificate"
-        << "did not present any certificate";
-    QTest::newRow("client of a stranger")
-        << server("server", "ca") << client("ca", "stranger") << "may refuse this end's certificate"
-        << "certificate refused";
+    row("wrong authority", server("stranger"), client(), "certificate refused", "TLS");
+    row("wrong host", server(), renamed, "host name did not match", "TLS");
+    row("expired", server("expired"), client(), "expired", "TLS");
+    row("plain client", server(), plain, "closed the connection", "plain text");
+    row("plain server", plain, client(), "closed the connection during the handshake",
+        "TLS where none is spoken");
+    row("client without certificate", server("server", "ca"), client(), "may refuse this end's certificate",
+        "did not present any certificate");
+    row("client of a stranger", server("server", "ca"), client("ca", "stranger"),
+        "may refuse this end's certificate", "certificate refused");
 }
 
 void TestTls::refusals()
@@ -164,19 +155,18 @@ void TestTls::refusals()
 
 void TestTls::wrongSettingsNeverFallBackToPlainText_data()
 {
-    QTest::addColumn<TlsSettings>("settings");
-    QTest::addColumn<QString>("told");
+    const Rows<TlsSettings, QString> row("settings told");
     TlsSettings noCa;
     noCa.required = true;
-    QTest::newRow("no authority") << noCa << "no TlsCaFile";
-    QTest::newRow("no file") << client("missing") << "missing";
-    QTest::newRow("no certificate in the file") << client("notes") << "no certificate found";
+    row("no authority", noCa, "no TlsCaFile");
+    row("no file", client("missing"), "missing");
+    row("no certificate in the file", client("notes"), "no certificate found");
     TlsSettings noKey = client("ca", "server");
     noKey.keyFile = m_files.file("notes");
-    QTest::newRow("no key in the file") << noKey << "no key found";
+    row("no key in the file", noKey, "no key found");
     TlsSettings slip;
     slip.problem = "XmlClient/Tls: found \"on\""_s;
-    QTest::newRow("a slip in the mode") << slip << "found \"on\"";
+    row("a slip in the mode", slip, "found \"on\"");
 }
 
 void TestTls::wrongSettingsNeverFallBackToPlainText()
