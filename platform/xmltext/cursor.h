@@ -14,14 +14,14 @@ namespace XmlText {
 
 /// What an ASCII character may be part of. The zero behind a text is in no class, which ends every run at the
 /// text's end.
-enum CharClass : uchar {
-    kPlain = 1,     ///< character data that means what it is
-    kNameStart = 2, ///< begins a name
-    kName = 4,      ///< continues one
-    kSpace = 8,
-    kDoubleQuoted = 16, ///< an attribute value between double quotes, as it is
-    kSingleQuoted = 32, ///< the same between single quotes
-    kRaw = 64           ///< a comment, an instruction or a character data section
+enum eCharClass : uchar {
+    ePlain = 1,     ///< character data that means what it is
+    eNameStart = 2, ///< begins a name
+    eName = 4,      ///< continues one
+    eSpace = 8,
+    eDoubleQuoted = 16, ///< an attribute value between double quotes, as it is
+    eSingleQuoted = 32, ///< the same between single quotes
+    eRaw = 64           ///< a comment, an instruction or a character data section
 };
 
 constexpr int kAscii = 128;
@@ -34,12 +34,12 @@ constexpr std::array<uchar, kAscii> makeClasses()
         const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
         const bool raw = space || c >= 0x20;
         const bool harmless = raw && c != '<' && c != '&';
-        int flags = (space ? kSpace : 0) | (raw ? kRaw : 0);
-        flags |= harmless && c != ']' && c != '\r' ? kPlain : 0;
-        flags |= harmless && c != '"' ? kDoubleQuoted : 0;
-        flags |= harmless && c != '\'' ? kSingleQuoted : 0;
-        flags |= letter ? kNameStart | kName : 0;
-        flags |= (c >= '0' && c <= '9') || c == '-' || c == '.' ? kName : 0;
+        int flags = (space ? eSpace : 0) | (raw ? eRaw : 0);
+        flags |= harmless && c != ']' && c != '\r' ? ePlain : 0;
+        flags |= harmless && c != '"' ? eDoubleQuoted : 0;
+        flags |= harmless && c != '\'' ? eSingleQuoted : 0;
+        flags |= letter ? eNameStart | eName : 0;
+        flags |= (c >= '0' && c <= '9') || c == '-' || c == '.' ? eName : 0;
         table[static_cast<std::size_t>(c)] = static_cast<uchar>(flags);
     }
     return table;
@@ -130,8 +130,8 @@ template<class Unit>
 bool Cursor<Unit>::parseName(Part& name)
 {
     name.begin = m_at;
-    if (is(*m_at, kNameStart))
-        skip(kName);
+    if (is(*m_at, eNameStart))
+        skip(eName);
     while (m_at != m_end && *m_at >= kAscii) {
         const Character character = characterAt(m_at, m_end);
         if (character.units == 0)
@@ -139,7 +139,7 @@ bool Cursor<Unit>::parseName(Part& name)
         if (m_at == name.begin ? !isNameStart(character.code) : !isNameCharacter(character.code))
             break;
         m_at += character.units;
-        skip(kName);
+        skip(eName);
     }
     name.length = static_cast<int>(m_at - name.begin);
     return name.length > 0 || fail("malformed tag", "a name");

@@ -79,7 +79,7 @@ bool Scanner<Unit>::prologue()
     const Character first = characterAt(m_at, m_end);
     if (first.units > 0 && first.code == QChar::ByteOrderMark)
         m_at += first.units;
-    return !startsWith("<?xml") || !is(m_at[5], kSpace) || declaration();
+    return !startsWith("<?xml") || !is(m_at[5], eSpace) || declaration();
 }
 
 template<class Unit>
@@ -103,7 +103,7 @@ bool Scanner<Unit>::declaration()
     const QString alone = toText(standalone);
     if (found && alone != QLatin1String("yes") && alone != QLatin1String("no"))
         return failAt(standalone.begin, "wrong XML declaration", "\"yes\" or \"no\"");
-    skip(kSpace);
+    skip(eSpace);
     if (!startsWith("?>"))
         return fail("wrong XML declaration", "version, encoding and standalone in this order, and \"?>\"");
     m_at += 2;
@@ -114,23 +114,23 @@ template<class Unit>
 bool Scanner<Unit>::pseudoAttribute(const char* name, Part& value, bool& found)
 {
     const Unit* const before = m_at;
-    skip(kSpace);
+    skip(eSpace);
     found = m_at > before && startsWith(name);
     if (!found) {
         m_at = before;
         return true;
     }
     m_at += std::strlen(name);
-    skip(kSpace);
+    skip(eSpace);
     if (*m_at != '=')
         return fail("wrong XML declaration", "\"=\"");
     ++m_at;
-    skip(kSpace);
+    skip(eSpace);
     const Unit quote = *m_at;
     if (quote != '"' && quote != '\'')
         return fail("wrong XML declaration", "a quoted value");
     value.begin = ++m_at;
-    skip(kName);
+    skip(eName);
     value.length = static_cast<int>(m_at - value.begin);
     if (*m_at != quote || value.length == 0)
         return fail("wrong XML declaration", "a value of letters and digits");
@@ -142,7 +142,7 @@ bool Scanner<Unit>::pseudoAttribute(const char* name, Part& value, bool& found)
 template<class Unit>
 bool Scanner<Unit>::outside()
 {
-    skip(kSpace);
+    skip(eSpace);
     if (m_at == m_end || *m_at == '<')
         return true;
     const Character character = characterAt(m_at, m_end);
@@ -157,7 +157,7 @@ bool Scanner<Unit>::characterData()
 {
     m_plain = true;
     m_text.begin = m_at;
-    for (skip(kPlain); m_at != m_end && *m_at != '<'; skip(kPlain)) {
+    for (skip(ePlain); m_at != m_end && *m_at != '<'; skip(ePlain)) {
         if (*m_at == '&') {
             m_plain = false;
             if (!reference())
@@ -214,7 +214,7 @@ bool Scanner<Unit>::startTag()
     m_attributes.clear();
     for (;;) {
         const Unit* const before = m_at;
-        skip(kSpace);
+        skip(eSpace);
         m_emptyElement = *m_at == '/' && m_at[1] == '>';
         if (*m_at == '>' || m_emptyElement) {
             m_at += m_emptyElement ? 2 : 1;
@@ -251,16 +251,16 @@ bool Scanner<Unit>::attribute(Attribute& attribute)
 {
     if (!parseName(attribute.name))
         return false;
-    skip(kSpace);
+    skip(eSpace);
     if (*m_at != '=')
         return fail("malformed attribute", "\"=\"");
     ++m_at;
-    skip(kSpace);
+    skip(eSpace);
     const Unit quote = *m_at;
     if (quote != '"' && quote != '\'')
         return fail("malformed attribute", "a quoted value");
     attribute.value.begin = ++m_at;
-    const CharClass harmless = quote == '"' ? kDoubleQuoted : kSingleQuoted;
+    const eCharClass harmless = quote == '"' ? eDoubleQuoted : eSingleQuoted;
     for (skip(harmless); *m_at != quote; skip(harmless)) {
         if (m_at == m_end)
             return fail("text ends inside an attribute", "a closing quote");
@@ -284,7 +284,7 @@ bool Scanner<Unit>::endTag()
     if (m_end - found.begin <= name.length || !same(found, name))
         return wrongEndTag();
     m_at = found.begin + name.length;
-    skip(kSpace);
+    skip(eSpace);
     if (*m_at != '>')
         return wrongEndTag();
     ++m_at;
@@ -300,7 +300,7 @@ bool Scanner<Unit>::wrongEndTag()
     Part found;
     if (!parseName(found))
         return false;
-    skip(kSpace);
+    skip(eSpace);
     if (m_at == m_end || *m_at != '>')
         return fail("malformed end tag", "\">\"");
     m_at = m_token;
@@ -330,7 +330,7 @@ bool Scanner<Unit>::instruction()
         return false;
     if (toText(target).compare(QLatin1String("xml"), Qt::CaseInsensitive) == 0)
         return failAt(start, "XML declaration inside the text", "it at the beginning");
-    if (!is(*m_at, kSpace) && !startsWith("?>"))
+    if (!is(*m_at, eSpace) && !startsWith("?>"))
         return fail("malformed processing instruction", "white space or \"?>\"");
     if (!rawUntil("?>", nullptr))
         return false;
@@ -364,7 +364,7 @@ bool Scanner<Unit>::rawUntil(const char* terminator, const char* forbidden)
         if (forbidden && *m_at == first && startsWith(forbidden))
             return fail("\"--\" in a comment", "\"-->\"");
         m_plain = m_plain && *m_at != '\r';
-        if (is(*m_at, kRaw))
+        if (is(*m_at, eRaw))
             ++m_at;
         else if (!beyondAscii())
             return false;
