@@ -1,5 +1,6 @@
 #include <usermanagement/activeuserproxy.h>
 
+#include <startup/mainthread.h>
 #include <startup/tracesource.h>
 
 #include <QCoreApplication>
@@ -54,8 +55,7 @@ ActiveUserProxy& ActiveUserProxy::Instance()
 ActiveUserProxy::ActiveUserProxy()
 {
     // Whichever thread comes first: changes of the file are noticed on the main thread.
-    if (QCoreApplication::instance())
-        moveToThread(QCoreApplication::instance()->thread());
+    Startup::LiveOnMainThread(this);
 }
 
 ActiveUserProxy::~ActiveUserProxy() = default;

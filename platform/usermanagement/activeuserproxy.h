@@ -68,7 +68,8 @@ public:
     User GetActiveUser() const;
     /// Whether the active user holds the right of that full name, "VeskManagement.StartManager" for instance.
     bool HasRight(const QString& fullName) const;
-    /// How often the active user may use the right at a time; 0 for a right that is not held.
+    /// How often the active user may use the right at a time; 0 for a right that is not held. Anything above
+    /// 0 grants it; the number is for people to read.
     int GetRightCount(const QString& fullName) const;
     /// Takes the users from `file` from now on, and logs in whom it says to be logged in. An empty name
     /// stands for no users. False when the file is refused, see ConfigurationError().

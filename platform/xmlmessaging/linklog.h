@@ -30,6 +30,9 @@ public:
 private:
     void append(const QByteArray& text);
     bool openFor(qint64 size);
+    bool open();
+    bool hasItsName() const;
+    bool putAside();
     void giveUp(const QString& what);
 
     const QString m_name;

@@ -11,6 +11,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cstdio>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unordered_map>
 
 using XmlCommon::CMsgFragment;
@@ -103,41 +106,68 @@ void LinkLog::append(const QByteArray& text)
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_path.isEmpty() || !openFor(text.size()))
         return;
-    if (m_file.write(text) != text.size() || !m_file.flush())
+    const bool isWritten = m_file.write(text) == text.size() && m_file.flush();
+    flock(m_file.handle(), LOCK_UN);
+    if (!isWritten)
         giveUp(QStringLiteral("cannot write"));
 }
 
-/// Opens the file and, when the next bytes would make it too large, puts it aside first.
+/// Opens the file and locks it for the next bytes; when these would make it too large, puts it aside first.
+/// Another link of the same name, or another process with the same folder, may write the file too: who holds
+/// the lock of the file that has the name may write it or put it aside, and who finds that the name means
+/// another file by now opens that one.
 bool LinkLog::openFor(qint64 size)
 {
-    const auto open = [this] {
-        QDir().mkpath(QFileInfo(m_path).path());
-        m_file.setFileName(m_path);
-        if (!m_file.isOpen() && !m_file.open(QIODevice::WriteOnly | QIODevice::Append))
+    for (;;) {
+        if (!m_file.isOpen() && !open()) {
+            giveUp(QStringLiteral("cannot open"));
             return false;
-        // What is said on a link concerns nobody else on the machine; a file of before is closed to others
-        // too.
-        m_file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        return true;
-    };
-    if (!m_file.isOpen() && !open()) {
-        giveUp(QStringLiteral("cannot open"));
-        return false;
+        }
+        flock(m_file.handle(), LOCK_EX);
+        if (!hasItsName()) {
+            m_file.close();
+        } else if (m_file.size() == 0 || m_file.size() + size <= m_maxFileBytes) {
+            return true;
+        } else if (!putAside()) {
+            giveUp(QStringLiteral("cannot rotate"));
+            return false;
+        }
     }
-    if (m_file.size() == 0 || m_file.size() + size <= m_maxFileBytes)
-        return true;
-    const QString aside = m_path + QLatin1String(".1");
+}
+
+bool LinkLog::open()
+{
+    QDir().mkpath(QFileInfo(m_path).path());
+    m_file.setFileName(m_path);
+    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Append))
+        return false;
+    // What is said on a link concerns nobody else on the machine; a file of before is closed to others too.
+    m_file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    return true;
+}
+
+/// Whether the open file is still the one that the path names.
+bool LinkLog::hasItsName() const
+{
+    struct stat open = {};
+    struct stat named = {};
+    return fstat(m_file.handle(), &open) == 0 && stat(QFile::encodeName(m_path).constData(), &named) == 0 &&
+           open.st_ino == named.st_ino && open.st_dev == named.st_dev;
+}
+
+/// Closes the file, which ends the lock, with its new name.
+bool LinkLog::putAside()
+{
+    const QByteArray path = QFile::encodeName(m_path);
+    const bool isAside = std::rename(path.constData(), QByteArray(path + ".1").constData()) == 0;
     m_file.close();
-    QFile::remove(aside);
-    if (QFile::rename(m_path, aside) && open())
-        return true;
-    giveUp(QStringLiteral("cannot rotate"));
-    return false;
+    return isAside;
 }
 
 void LinkLog::giveUp(const QString& what)
 {
-    kTrace(eGivenUp, QStringLiteral("%1 message log \"%2\": %3").arg(what, m_path, m_file.errorString()));
+    const QString why = m_file.error() == QFile::NoError ? qt_error_string() : m_file.errorString();
+    kTrace(eGivenUp, QStringLiteral("%1 message log \"%2\": %3").arg(what, m_path, why));
     m_file.close();
     m_path.clear();
     m_writing.store(false, std::memory_order_relaxed);

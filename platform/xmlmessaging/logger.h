@@ -25,7 +25,8 @@ enum eLogMode : int {
 /// Writes the traffic of registered links into "<directory>/<name>.log", readable for people.
 /// The directory is the configuration value "MessageLogger"/"Directory"; without one nothing is written. A
 /// file that would grow over "MessageLogger"/"MaxFileBytes" (default 10,000,000) is renamed to
-/// "<name>.log.1", replacing the one before. Thread-safe; writes happen on the links' threads.
+/// "<name>.log.1", replacing the one before. Links of one name, and processes with one directory, share the
+/// file, whole lines in the order of writing. Thread-safe; writes happen on the links' threads.
 class KOLTA_XMLMESSAGING_EXPORT Logger
 {
 public:

@@ -87,7 +87,8 @@ private Q_SLOTS:
         HashTranslator translator;
         QVERIFY(QCoreApplication::installTranslator(&translator));
         QCOMPARE(dataStreamToDisplayString(eIfStream), "#I/Q Data"_s);
-        QCOMPARE(int(stringToDataStream("#i/q data"_s)), int(eIfStream));
+        for (const QString& name : {"#i/q data"_s, "i/q data"_s})
+            QCOMPARE(int(stringToDataStream(name)), int(eIfStream));
         QCOMPARE(dataStreamToString(eIfStream), "if"_s);
         QCOMPARE(int(stringToDataStream("if"_s)), int(eSymbolStream));
         StartStopDatastreamRecording request({true, {{eIfStream, {}, {}}}}, nullptr, nullptr);

@@ -20,6 +20,13 @@ const QByteArray users =
     "<Right name='VeskManagement.AdministrateSubsystem'/></User>"
     "<User id='3' name='none'/></Users>";
 
+/// Made before there is an application object, on a thread that has ended by then.
+UserRights* const early = [] {
+    UserRights* rights = nullptr;
+    std::thread([&rights] { rights = &UserRights::Instance(); }).join();
+    return rights;
+}();
+
 } // namespace
 
 class TestUserRights : public QObject
@@ -29,7 +36,7 @@ class TestUserRights : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        std::thread([this] { m_rights = &UserRights::Instance(); }).join();
+        m_rights = early;
         QCOMPARE(m_rights->thread(), qApp->thread());
         // Found by its name: the type can travel in queued signals.
         QSignalSpy queued(m_rights, SIGNAL(si_UserRightsChanged(Nax::IActiveUserEvent::tagRIGHTEVENT)));

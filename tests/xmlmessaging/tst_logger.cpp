@@ -58,18 +58,22 @@ private Q_SLOTS:
     void largeLogIsPutAside()
     {
         QTemporaryDir dir;
-        LinkFixture f;
+        LinkFixture links[2]; // which share a file, as two programs would
         Logger::instance().setDirectory(dir.path());
-        Logger::instance().registerConnection(f.thread, logger::eLogFull, "large"_s);
-        QVERIFY(f.connected());
-        const QString text(3000000, QLatin1Char('x'));
-        for (int i = 1; i <= 3; ++i) {
+        for (LinkFixture& f : links) {
+            Logger::instance().registerConnection(f.thread, logger::eLogFull, "large"_s);
+            QVERIFY(f.connected());
+        }
+        const QString text(1500000, QLatin1Char('x'));
+        for (int i = 0; i < 5; ++i) {
+            LinkFixture& f = links[i % 2];
             f.thread->sendMessage(f.request(text), 0);
-            QTRY_COMPARE_WITH_TIMEOUT(f.messages.size(), i, 20000);
+            QTRY_COMPARE_WITH_TIMEOUT(f.messages.size(), i / 2 + 1, 20000);
         }
         const QString path = Logger::instance().fileName("large"_s);
         QVERIFY(QFileInfo(path).size() > 0 && QFileInfo(path).size() <= 10000000);
         QVERIFY(QFileInfo(path + ".1"_s).size() > 3000000);
+        QCOMPARE((contents(path) + contents(path + ".1"_s)).count(" > Query "_s), 5);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 2);
     }
 

@@ -145,6 +145,9 @@ eDataStream stringToDataStream(const QString& text)
     for (const StreamDescription& description : kTable)
         if (isCalled(description, text))
             return description.stream;
+    for (const StreamDescription& description : kTable) // what was written before a translation was loaded
+        if (text.compare(QLatin1String(description.displayName), Qt::CaseInsensitive) == 0)
+            return description.stream;
     return eNoDataStream;
 }
 

@@ -62,7 +62,8 @@ KOLTA_COMMON_EXPORT QString dataStreamToDisplayString(eDataStream stream);
 KOLTA_COMMON_EXPORT QStringList dataStreamsToStrings(QFlags<eDataStream> streams);
 KOLTA_COMMON_EXPORT QStringList dataStreamsToStrings(int streams);
 
-/// The first stream whose wire name or display name is `text` in any letter case; eNoDataStream for none.
+/// The first stream whose wire name or display name is `text` in any letter case, else the first whose
+/// English display name is, as programs without the present translation wrote it; eNoDataStream for none.
 KOLTA_COMMON_EXPORT eDataStream stringToDataStream(const QString& text);
 /// All streams named in the list; unknown texts add nothing.
 KOLTA_COMMON_EXPORT QFlags<eDataStream> stringsToDataStream(const QStringList& texts);

@@ -1,10 +1,9 @@
 #include <koltacommon/userrights.h>
 
+#include <startup/mainthread.h>
 #include <startup/tracesource.h>
 
-#include <QCoreApplication>
 #include <QMetaEnum>
-#include <QThread>
 
 #include <utility>
 
@@ -28,9 +27,7 @@ const QMetaEnum& rightsEnum()
 UserRights::UserRights()
 {
     qRegisterMetaType<Nax::IActiveUserEvent::tagRIGHTEVENT>();
-    // Whichever thread comes first.
-    if (QCoreApplication::instance())
-        moveToThread(QCoreApplication::instance()->thread());
+    Startup::LiveOnMainThread(this); // whichever thread comes first
 }
 
 UserRights& UserRights::Instance()

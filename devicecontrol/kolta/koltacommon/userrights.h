@@ -52,7 +52,8 @@ public:
     Q_DECLARE_FLAGS(eManagementRights, eManagementRight)
     Q_FLAG(eManagementRights)
 
-    /// The process-wide instance, made on first use by whichever thread. It lives until the process ends.
+    /// The process-wide instance, made on first use by whichever thread, also before there is an application
+    /// object. It lives until the process ends.
     static UserRights& Instance();
 
     /// Hears of the active user from now on; when somebody is logged in already, at once.
@@ -76,6 +77,8 @@ public:
         return !rights || (m_rights & rights);
     }
     /// How often the user may use the right at a time, as the user management has it at this moment.
+    /// Information for the user: nothing here or at a server counts or enforces it, since no process sees all
+    /// that the user does.
     int GetRightCount(eManagementRight right) const;
 
     // Any thread.
