@@ -73,7 +73,7 @@ private Q_SLOTS:
         const QString path = Logger::instance().fileName("large"_s);
         QVERIFY(QFileInfo(path).size() > 0 && QFileInfo(path).size() <= 10000000);
         QVERIFY(QFileInfo(path + ".1"_s).size() > 3000000);
-        QCOMPARE((contents(path) + contents(path + ".1"_s)).count(" > Query "_s), 5);
+        QCOMPARE(QString(contents(path) + contents(path + ".1"_s)).count(" > Query "_s), 5);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 2);
     }
 
