@@ -236,6 +236,54 @@ private Q_SLOTS:
         QCOMPARE(traces.count("/ADMINISTRATION/Resources not yet available. cannot set optimization"_s), 1);
     }
 
+    /// Another life: whole, or the working state alone; one that ends while it is bound; and one whose values
+    /// come behind its working state, which takes the registry.
+    void nextLife()
+    {
+        auto& tree = Tree::Instance();
+        publish(5);
+        Client client;
+        Server server;
+        QVERIFY(server.init(path));
+        for (const QString& gone : {base, node("WorkingState"_s)}) {
+            tree.Remove(gone);
+            QVERIFY(!server.isReady());
+            server.taken();
+            client.paths.clear();
+            tree.Remove(node("HostName"_s));
+            tree.Emplace<StringValue>(node("HostName"_s), gone);
+            publish(5);
+            QVERIFY(server.taken().endsWith("connected 1 addr|state 5 addr|ready 1 addr"_s));
+            QVERIFY(server.isReady());
+            QCOMPARE(server.getHostname(), gone);
+            QCOMPARE(client.paths, QStringList({"ReplyResource"_s, "Resources"_s, "ActualConfiguration"_s}));
+        }
+        tree.Remove(base);
+        publish(5, "Quit"_s);
+        QVERIFY(!server.isReady() && server.taken().endsWith("ready 0 addr"_s));
+
+        publish(5);
+        Server brief;
+        const auto removal =
+            connect(&brief, &KoltaServerInterface::si_StateChanged, [&tree] { tree.Remove(base); });
+        QVERIFY(!brief.init(path) && !brief.isReady());
+        QVERIFY(brief.taken().endsWith("ready 0 addr"_s));
+        disconnect(removal);
+
+        KoltaServerInterface* const known = KoltaServerRegistry::Instance().addServer("a:1"_s, path);
+        for (int life = 0; life < 2; ++life) {
+            publish(5);
+            QTRY_VERIFY(known->isReady());
+            tree.Remove(base);
+            QSignalSpy ready(known, &KoltaServerInterface::si_ConnectionReady);
+            tree.Emplace<SelectionValue>(node("WorkingState"_s), QMap<int, QString>{{5, "Up"_s}}, 5);
+            QCOMPARE(ready.takeFirst().first(), QVariant(false));
+            publish(5);
+            QTRY_COMPARE(ready.size(), 1);
+            QCOMPARE(ready.first().first(), QVariant(true));
+        }
+    }
+
     void registryBindsWhenServersAppear()
     {
         auto& registry = KoltaServerRegistry::Instance();

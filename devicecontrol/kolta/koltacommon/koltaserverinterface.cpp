@@ -18,6 +18,7 @@
 #include <QPointer>
 #include <QSysInfo>
 
+#include <algorithm>
 #include <tuple>
 #include <utility>
 
@@ -226,6 +227,7 @@ bool KoltaServerInterface::init(QString path)
             return false;
         requestNode.Release();
     }
+    boundWhole = false;
     serverBasePath = fullPath;
     dataBasePath = QString(fullPath).replace(QStringLiteral("/AdminTree/"), QStringLiteral("/DataTree/"));
     recordMapBasePath =
@@ -237,15 +239,29 @@ bool KoltaServerInterface::init(QString path)
         return false;
     const bool hostnameRead = readHostname(rootFound);
     const bool valuesBound = bindValues();
-    const bool complete = rootFound && hostnameRead && valuesBound;
+    boundWhole = rootFound && hostnameRead && valuesBound;
     createRequestNode();
+    const bool wasThere = workingState() && SERVER_STATES::fromKey(workingState()->GetSelectedKey());
     if (!bindParts() || !processContents())
         return false;
+    const bool hasVanished = wasThere && state == SERVER_STATES::eDisconnected;
+    return finishBinding(boundWhole && !hasVanished);
+}
+
+bool KoltaServerInterface::finishBinding(bool complete)
+{
     ready = complete;
     if (complete)
         optimiseTransfer();
     Q_EMIT si_ConnectionReady(complete, address);
     return complete;
+}
+
+/// The server has come back: what a client learns of it once in a life is learnt anew.
+void KoltaServerInterface::followReturn()
+{
+    const bool hostnameRead = readHostname(root.Get() && !root.Get()->IsDeleted());
+    finishBinding(hostnameRead && areValuesThere());
 }
 
 bool KoltaServerInterface::bindRoot()
@@ -283,13 +299,20 @@ bool KoltaServerInterface::readHostname(bool rootFound)
 
 bool KoltaServerInterface::bindValues()
 {
-    bool all = true;
     for (std::size_t i = 0; i < bindings.size(); ++i)
-        all = bindings[i].Bind(nodePath(static_cast<ServerNodes::eNode>(i))) && all;
-    if (workingState())
-        return all;
-    bindings[ServerNodes::eWorkingState].Release();
-    return false;
+        bindings[i].Bind(nodePath(static_cast<ServerNodes::eNode>(i)));
+    if (!workingState())
+        bindings[ServerNodes::eWorkingState].Release();
+    return areValuesThere();
+}
+
+/// Deleted ones are bound, to be heard when they come back, but they are not there.
+bool KoltaServerInterface::areValuesThere() const
+{
+    return std::all_of(bindings.begin(), bindings.end(), [](const Binding& binding) {
+        const values::ValueBase* const value = binding.Get();
+        return value && !value->IsDeleted();
+    });
 }
 
 values::SelectionValue* KoltaServerInterface::workingState() const
@@ -423,6 +446,8 @@ void KoltaServerInterface::followDeletion()
         announceClient();
         if (guard)
             followWorkingState();
+        if (guard && boundWhole)
+            followReturn();
         return;
     }
     setState(SERVER_STATES::eDisconnected);

@@ -36,7 +36,8 @@ class TunerClassesObserver;
 /// makes the interfaces and binds them.
 ///
 /// The state follows the working-state value: while that value does not exist the server counts as
-/// disconnected (state 0), and when it comes back the interface goes on without being bound again. The owned
+/// disconnected (state 0), and when it comes back the interface goes on without being bound again: it reads
+/// the host name, has the transfer optimised and says si_ConnectionReady as at first. The owned
 /// parts do the same, also those that were asked for before the server had their nodes; their mirrors keep
 /// the last overview meanwhile, so a view asks getState() before it shows them.
 ///
@@ -58,8 +59,8 @@ public:
     QString getStateString(SERVER_STATES::eServerState serverState) const;
     /// The last status message; empty before the first.
     const QString& getStatusMessage() const noexcept { return statusMessage; }
-    /// Whether the last binding found every administrative value. Lost with the state 0, and back with any
-    /// other.
+    /// Set by the binding when it found every administrative value, cleared with the state 0 and set with any
+    /// other after that, whatever was found: the newest of these counts.
     bool isReady() const noexcept { return ready; }
     /// The identity under which this interface announced itself to the server.
     const QUuid& getClientId() const noexcept { return clientId; }
@@ -101,7 +102,8 @@ public:
 Q_SIGNALS:
     /// The server has appeared or vanished.
     void si_ConnectionChanged(bool connected, QString address);
-    /// The interface was bound; `ready` tells whether all administrative values were found.
+    /// The interface was bound, or a server that had been bound whole has come back; `ready` tells whether
+    /// all administrative values were found.
     void si_ConnectionReady(bool ready, QString address);
     void si_StateChanged(Kolta::SERVER_STATES::eServerState state, QString address);
     void si_StatusMessageChanged(QString message);
@@ -132,6 +134,9 @@ private:
     bool bindRoot();
     bool readHostname(bool rootFound);
     bool bindValues();
+    bool areValuesThere() const;
+    bool finishBinding(bool complete);
+    void followReturn();
     void createRequestNode();
     void announceClient();
     void withdrawClient();
@@ -145,6 +150,7 @@ private:
     Part& part();
 
     bool ready = false;
+    bool boundWhole = false; ///< init() has found everything
     QUuid clientId = QUuid::createUuid();
     QString address;
     QString serverBasePath;

@@ -59,21 +59,27 @@ KoltaServerInterface* KoltaServerRegistry::addServer(const QString& address, con
         if (server(address) == added)
             forget(address);
     });
+    connect(added, &KoltaServerInterface::si_ConnectionReady, this, [this, added, address](bool ready) {
+        if (server(address) == added)
+            setIncomplete(added->getServerBasePath(), !ready);
+    });
     m_servers.insert(address, added);
     m_addresses.append(address);
     m_basePaths.insert(basePath, address);
-    bind(*added, relativePath);
+    m_incomplete.insert(basePath);
+    added->init(relativePath);
     if (server(address) == added)
         Q_EMIT si_ServerAdded(address);
     return server(address) == added ? added : nullptr;
 }
 
-void KoltaServerRegistry::bind(KoltaServerInterface& server, const QString& path)
+/// A server lacks something at first, or when it has come back.
+void KoltaServerRegistry::setIncomplete(const QString& basePath, bool isIncomplete)
 {
-    const QString basePath = kConnectManager + path;
-    m_incomplete.insert(basePath);
-    if (!server.init(path))
+    if (isIncomplete) {
+        m_incomplete.insert(basePath);
         return;
+    }
     m_incomplete.remove(basePath);
     m_scheduled.erase(basePath); // what appeared meanwhile, this client's own entry for instance, was no news
 }
@@ -160,7 +166,7 @@ void KoltaServerRegistry::bindScheduled()
         KoltaServerInterface* const known = serverAt(basePath);
         // What its own binding has added, its place among the clients, is no reason to bind it again.
         if (known && m_incomplete.contains(basePath))
-            bind(*known, relative(basePath));
+            known->init(relative(basePath));
         else if (!known && m_discovery)
             addServer(basePath.section(QLatin1Char('/'), -1), basePath);
     }

@@ -64,7 +64,7 @@ private:
     void OnItemRemoved(values::TreeItem&) override {}
     void OnItemChanged(values::TreeItem&, TChangeCode, IObserver*) override {}
     void forget(QString address);
-    void bind(KoltaServerInterface& server, const QString& path);
+    void setIncomplete(const QString& basePath, bool isIncomplete);
     void schedule(const QString& basePath);
     void bindScheduled();
 
