@@ -49,9 +49,11 @@ BranchDriver::BranchDriver(ICarrier& carrier, StatePacker& packer, std::function
 
 void BranchDriver::Wake()
 {
+    m_isWoken = m_isBusy;
+    if (m_isBusy)
+        return;
     m_wakeAtMs = 0;
-    if (!m_isBusy)
-        schedule();
+    schedule();
 }
 
 void BranchDriver::Stop()
@@ -90,7 +92,8 @@ void BranchDriver::perform(Output output)
             }
         });
     }
-    m_wakeAtMs = output.wakeAtMs;
+    // What observers have changed in answer to the last of this step has not been looked at.
+    m_wakeAtMs = std::exchange(m_isWoken, false) ? 0 : output.wakeAtMs;
 }
 
 void BranchDriver::schedule()

@@ -79,6 +79,7 @@ private:
     QTimer m_timer;
     qint64 m_wakeAtMs = never;
     bool m_isBusy = false;
+    bool m_isWoken = false; ///< while it was busy
     values::Life m_life;
 };
 

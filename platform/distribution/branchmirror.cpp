@@ -14,7 +14,7 @@ namespace {
 constexpr qint64 firstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 longestPauseMs = 10000;
 
-enum eTracePoint : int { eMalformedLog = 1 };
+enum eTracePoint : int { eMalformed = 1 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
 
 } // namespace
@@ -55,23 +55,38 @@ Output BranchMirror::OnMessage(const Topic& topic, const Bytes& payload, qint64 
     m_nowMs = nowMs;
     if (!m_online || payload.empty())
         return finish();
-    if (topic.kind == TopicKind::Live) {
-        if (const auto live = DecodeLive(payload))
-            takeLive(*live);
-    } else if (topic.kind == TopicKind::Beat) {
-        if (const auto beat = DecodeBeat(payload))
-            takeBeat(*beat);
-    } else if (topic.kind == TopicKind::Log) {
-        takeLog(topic.channel, payload);
-    } else if (topic.kind == TopicKind::State) {
-        const auto part = DecodeStatePart(payload);
-        // Without knowing the sentinel it could not be kept back.
-        const bool usable = part && part->epoch == m_epoch && isOwnerKnown();
-        MirrorChannel* const channel = usable ? ensureChannel(topic.channel) : nullptr;
-        if (channel)
-            channel->TakeStatePart(*part, nowMs);
-    }
+    if (!take(topic, payload))
+        m_complaints(kTrace, eMalformed, QStringLiteral("%1: a malformed message").arg(m_settings.branch),
+                     nowMs);
     return finish();
+}
+
+/// False when the message is malformed.
+bool BranchMirror::take(const Topic& topic, const Bytes& payload)
+{
+    if (topic.kind == TopicKind::Live) {
+        const auto live = DecodeLive(payload);
+        if (live)
+            takeLive(*live);
+        return live.has_value();
+    }
+    if (topic.kind == TopicKind::Beat) {
+        const auto beat = DecodeBeat(payload);
+        if (beat)
+            takeBeat(*beat);
+        return beat.has_value();
+    }
+    if (topic.kind == TopicKind::Log)
+        return takeLog(topic.channel, payload);
+    if (topic.kind != TopicKind::State)
+        return true;
+    const auto part = DecodeStatePart(payload);
+    // Without knowing the sentinel it could not be kept back.
+    const bool usable = part && part->epoch == m_epoch && isOwnerKnown();
+    MirrorChannel* const channel = usable ? ensureChannel(topic.channel) : nullptr;
+    if (channel)
+        channel->TakeStatePart(*part, m_nowMs);
+    return part.has_value();
 }
 
 Output BranchMirror::OnForbidden(qint64 nowMs)
@@ -137,7 +152,7 @@ void BranchMirror::route(Changes changes)
                                   (change.operation == Operation::Add && IsCollection(change.type));
         if (m_leftovers.count(change.path) > 0)
             failed({WishResult::Refused,
-                    change.path + QStringLiteral(": the owner's content is not here yet"), change});
+                    change.path + QStringLiteral(": the owner's content is not here yet"), change, nullptr});
         else if (!writable)
             channel->Fail({change}, WishResult::Refused,
                           change.path + QStringLiteral(": its owner is not there"));
@@ -287,17 +302,16 @@ void BranchMirror::takeBeat(const BeatMessage& beat)
     }
 }
 
-void BranchMirror::takeLog(quint16 number, const Bytes& payload)
+bool BranchMirror::takeLog(quint16 number, const Bytes& payload)
 {
     const auto log = DecodeLog(payload);
-    if (!log) {
-        kTrace(eMalformedLog, QStringLiteral("%1: a malformed log message").arg(m_settings.branch));
-        return;
-    }
+    if (!log)
+        return false;
     claim(log->epoch);
     MirrorChannel* const channel = log->epoch == m_epoch ? ensureChannel(number) : nullptr;
     if (channel)
         channel->TakeLog(*log, payload, m_nowMs);
+    return true;
 }
 
 void BranchMirror::withdraw()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/complaints.h>
 #include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
@@ -36,6 +37,7 @@ struct FailedWish
     WishResult result = WishResult::Refused;
     QString reason; ///< one line
     Change change;  ///< with the scope in which requests must end now
+    Content valid;  ///< Conflict: the owner's content of the value
 };
 
 /// The tree of a branch as a mirror needs it. Whatever it is told to do it does with an originator of its
@@ -62,6 +64,8 @@ public:
     virtual void ApplyState(const QString& path, qint32 type, const Bytes& state,
                             const std::vector<Content>& own) = 0;
     virtual void OnWishFailed(const FailedWish& wish) = 0;
+    /// The owner has executed a change that has an author.
+    virtual void OnWishDone(const Change& /*change*/) {}
     virtual void OnStateChanged(BranchState state) = 0;
 };
 
@@ -131,6 +135,7 @@ private:
     void applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);
     void applyState(const QString& path, qint32 type, const Bytes& state, const std::vector<Content>& own);
     void failed(const FailedWish& wish) { m_tree.OnWishFailed(wish); }
+    void done(const Change& change) { m_tree.OnWishDone(change); }
     Bytes upTopic() const { return m_topics.Up(m_settings.branch, m_settings.user, m_settings.session); }
 
     void route(Changes changes);
@@ -138,7 +143,8 @@ private:
     MirrorChannel* ensureChannel(quint16 channel);
     void takeLive(const LiveMessage& live);
     void takeBeat(const BeatMessage& beat);
-    void takeLog(quint16 channel, const Bytes& payload);
+    bool takeLog(quint16 channel, const Bytes& payload);
+    bool take(const Topic& topic, const Bytes& payload);
     void claim(const QUuid& epoch);
     void follow(const QUuid& epoch);
     void dropCollections();
@@ -177,6 +183,7 @@ private:
     bool m_online = false;
     bool m_sentinelHidden = true;
     bool m_takingLocal = false;
+    Complaints m_complaints; ///< of the channels, too
 };
 
 } // namespace distribution

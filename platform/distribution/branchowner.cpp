@@ -1,8 +1,8 @@
 #include <distribution/branchowner.h>
 
-#include <distribution/leases.h>
 #include <distribution/ownerchannel.h>
 #include <distribution/textdelta.h>
+#include <distribution/wishdesk.h>
 
 #include <startup/tracesource.h>
 
@@ -22,36 +22,8 @@ constexpr std::size_t flushBytes = 65536;
 constexpr std::size_t partHeadBytes = 1024;
 constexpr std::size_t partBytes = 512U << 10U;
 
-enum eTracePoint : int { eAnotherOwner = 1, eMalformedMessage = 2, eForeignSession = 3, eTooManyWriters = 4 };
+enum eTracePoint : int { eAnotherOwner = 1, eMalformedMessage = 2, eOversized = 3 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchowner", Startup::eTraceWarning);
-
-/// What of a wish may be executed.
-struct ReviewedWish
-{
-    Changes changes;
-    std::vector<quint32> indices; ///< of these changes in the wish
-    Failures failures;            ///< of the others
-};
-
-/// `objectionTo` gives for a change the failure that it has, with the result Executed when it has none.
-template<class Objection>
-ReviewedWish Review(const WishMessage& wish, const Objection& objectionTo)
-{
-    ReviewedWish part;
-    quint32 index = 0;
-    for (const Change& change : wish.changes) {
-        Failure objection = objectionTo(change);
-        if (objection.result == WishResult::Executed) {
-            part.changes.push_back(change);
-            part.indices.push_back(index);
-        } else {
-            objection.index = index;
-            part.failures.push_back(std::move(objection));
-        }
-        ++index;
-    }
-    return part;
-}
 
 } // namespace
 
@@ -60,8 +32,8 @@ BranchOwner::BranchOwner(OwnerSettings settings, const Topics& topics, IOwnedTre
     : m_settings(std::move(settings))
     , m_topics(topics)
     , m_tree(tree)
-    , m_policy(std::move(policy))
-    , m_leases(std::make_unique<Leases>(m_settings.graceMs))
+    , m_desk(std::make_unique<WishDesk>(m_channels, m_collections, m_settings.roots, m_settings.graceMs,
+                                        std::move(policy)))
 {
     m_channels[0] = std::make_unique<OwnerChannel>(quint16(0), QString(), m_settings.logBytes);
     for (Change& change : initial)
@@ -86,7 +58,7 @@ Output BranchOwner::OnUp(std::size_t maximumPayload, qint64 nowMs)
     m_online = true;
     m_maximumPayload = std::min(maximumPayload, Limits::packetBytes);
     m_out.subscribe = m_topics.OwnerFilters(m_settings.branch);
-    m_leases->OnUp(nowMs);
+    m_desk->OnUp(nowMs);
     for (const auto& channel : m_channels)
         channel.second->DropUnsent();
     takeLocal();
@@ -127,7 +99,7 @@ Output BranchOwner::OnMessage(const Topic& topic, const Bytes& payload, qint64 n
             takeForeignBeat(beat->epoch, nowMs);
         break;
     case TopicKind::Presence:
-        m_leases->SetPresent(topic.session, !payload.empty(), nowMs);
+        m_desk->SetPresence(topic, payload, nowMs);
         break;
     case TopicKind::Up: {
         const auto wish = DecodeWish(payload);
@@ -137,8 +109,9 @@ Output BranchOwner::OnMessage(const Topic& topic, const Bytes& payload, qint64 n
         else if (ask && ask->epoch == m_settings.epoch)
             takeAsk(*ask, nowMs);
         else if (!wish && !ask)
-            kTrace(eMalformedMessage,
-                   QStringLiteral("a malformed message of %1").arg(QString::fromStdString(topic.user)));
+            m_complaints(kTrace, eMalformedMessage,
+                         QStringLiteral("a malformed message of %1").arg(QString::fromStdString(topic.user)),
+                         nowMs);
         break;
     }
     case TopicKind::Log:
@@ -235,6 +208,8 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
     ItemTable& items = channel.Items();
     change.id = items.IdOf(change.path);
     if (change.operation == Operation::Add) {
+        if (isOversized(change))
+            change.content = nullptr;
         change.id = ++m_lastId;
         const bool plain = !IsCollection(change.type);
         items.Insert(
@@ -246,18 +221,37 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
         return false;
     if (change.operation == Operation::Remove) {
         items.Erase(change.id);
-        m_leases->Remove(change.path);
+        m_desk->GetLeases().Remove(change.path);
         return true;
     }
     if (change.operation != Operation::Set)
         return true;
     ItemTable::Item& item = *items.Find(change.id);
+    if (isOversized(change))
+        return false;
     if (BytesOf(item.content) == BytesOf(change.content))
         return false;
     const Content former = std::exchange(item.content, change.content);
     item.changedAt = channel.GetNewest() + 1;
     item.changedBy = QUuid();
     change = MakeContentChange(change.id, change.path, former, item.content);
+    return true;
+}
+
+/// Mirrors keep what such a value had before, so that all the rest can go on; told once until it fits again.
+bool BranchOwner::isOversized(const Change& change)
+{
+    const std::size_t size = BytesOf(change.content).size();
+    if (size <= Limits::valueBytes || IsCollection(change.type)) {
+        m_oversized.remove(change.path);
+        return false;
+    }
+    if (!m_oversized.contains(change.path))
+        kTrace(eOversized, QStringLiteral("%1 is not published: %2 bytes are too many, %3 may be")
+                               .arg(change.path)
+                               .arg(size)
+                               .arg(Limits::valueBytes));
+    m_oversized.insert(change.path);
     return true;
 }
 
@@ -287,99 +281,17 @@ void BranchOwner::takeLocal()
 void BranchOwner::takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs)
 {
     OwnerChannel* const channel = find(wish.channel);
-    if (!channel || !admitsSession(*channel, topic))
+    if (!channel || !m_desk->Admits(*channel, topic, nowMs))
         return;
     const SessionNumber* const session = channel->FindSession(topic.session);
     if (wish.number != (session ? session->wish : 0) + 1)
         return;
     takeLocal();
-    const Writer writer{topic.user, topic.session};
-    const ReviewedWish part =
-        Review(wish, [&](const Change& change) { return objectionTo(writer, *channel, change); });
-    IOwnedTree::Executed executed;
-    if (!part.changes.empty())
-        executed = m_tree.Execute(writer, part.changes);
-    Entry entry;
-    entry.session = topic.session;
-    entry.wish = wish.number;
-    entry.failures = part.failures;
-    for (const Failure& failure : executed.failures) {
-        if (failure.index < part.indices.size())
-            entry.failures.push_back({part.indices[failure.index], failure.result, failure.reason});
-    }
-    record(std::move(executed.changes), channel, std::move(entry));
-    noteAuthor(*channel, topic.session, part.changes, nowMs);
-}
-
-/// What a session has added is leased to it, and a value that holds what it wished for is its own when it
-/// compares.
-void BranchOwner::noteAuthor(OwnerChannel& channel, const QUuid& session, const Changes& changes,
-                             qint64 nowMs)
-{
-    for (const Change& change : changes) {
-        ItemTable& items = channel.Items();
-        ItemTable::Item* const item = items.Find(items.IdOf(change.path));
-        if (!item)
-            continue;
-        if (change.operation == Operation::Add)
-            m_leases->Add(session, change.path, nowMs);
-        if (change.content && item->changedAt == channel.GetNewest() &&
-            BytesOf(item->content) == *change.content)
-            item->changedBy = session;
-    }
-}
-
-/// A session belongs to the user who used it first. When there are too many, one that is not present makes
-/// room.
-bool BranchOwner::admitsSession(const OwnerChannel& channel, const Topic& topic)
-{
-    const auto user = m_users.find(topic.session);
-    if (user != m_users.end() && user->second != topic.user) {
-        kTrace(eForeignSession, QStringLiteral("user %1 writes under the session of another")
-                                    .arg(QString::fromStdString(topic.user)));
-        return false;
-    }
-    if (channel.FindSession(topic.session) || channel.CountSessions() < Limits::sessions) {
-        m_users[topic.session] = topic.user;
-        return true;
-    }
-    const auto gone = std::find_if(m_users.begin(), m_users.end(),
-                                   [this](const auto& known) { return !m_leases->IsPresent(known.first); });
-    if (gone == m_users.end()) {
-        kTrace(eTooManyWriters, QStringLiteral("too many writers"));
-        return false;
-    }
-    for (const auto& other : m_channels)
-        other.second->ForgetSession(gone->first);
-    m_users.erase(gone);
-    m_users[topic.session] = topic.user;
-    return true;
-}
-
-Failure BranchOwner::objectionTo(const Writer& writer, const OwnerChannel& channel,
-                                 const Change& change) const
-{
-    const auto refused = [&change](const char* reason) {
-        return Failure{0, WishResult::Refused, change.path + QStringLiteral(": ") + QLatin1String(reason)};
-    };
-    if (std::none_of(m_settings.roots.begin(), m_settings.roots.end(),
-                     [&change](const QString& root) { return IsAtOrBelow(change.path, root); }))
-        return refused("not part of the branch");
-    if (change.operation == Operation::Add && IsCollection(change.type))
-        return refused("collections are made by their owner");
-    const auto collection = m_collections.find(change.path);
-    const quint16 own = collection == m_collections.end() ? quint16(0) : collection->second;
-    if (own != channel.GetChannel())
-        return refused("belongs to another channel");
-    const bool compare = change.base != 0;
-    const bool ownItem = m_leases->Holds(writer.session, change.path);
-    if (!m_policy->Allows({writer, change.path, change.operation, compare, ownItem}))
-        return refused("no right to do this");
-    const ItemTable::Item* const item = channel.Items().Find(change.path);
-    if (compare && item && item->changedAt > change.base && item->changedBy != writer.session)
-        return {0, WishResult::Conflict,
-                change.path + QStringLiteral(": changed by somebody else meanwhile")};
-    return {0, WishResult::Executed, QString()};
+    const WishDesk::Review review = m_desk->Look(topic, *channel, wish);
+    IOwnedTree::Executed executed = m_desk->Execute(review, m_tree);
+    record(std::move(executed.changes), channel, {topic.session, wish.number, executed.failures, {}});
+    m_desk->NoteAuthor(*channel, review, nowMs);
+    WishDesk::TellAll(review, wish, executed.failures, m_events.wishEnded);
 }
 
 void BranchOwner::takeAsk(const AskMessage& ask, qint64 nowMs)
@@ -430,7 +342,7 @@ void BranchOwner::takeForeignBeat(const QUuid& epoch, qint64 nowMs)
 void BranchOwner::removeExpired(qint64 nowMs)
 {
     Changes removals;
-    for (const QString& path : m_leases->TakeExpired(nowMs))
+    for (const QString& path : m_desk->GetLeases().TakeExpired(nowMs))
         removals.push_back(RemoveChange(path));
     if (!removals.empty())
         record(m_tree.Execute(Writer(), removals).changes, nullptr, {});
@@ -514,7 +426,7 @@ Output BranchOwner::finish(qint64 nowMs)
         return out;
     bool unsent = false;
     std::size_t unsentBytes = 0;
-    out.wakeAtMs = std::min({m_beatAtMs, m_liveAtMs, m_leases->NextMs()});
+    out.wakeAtMs = std::min({m_beatAtMs, m_liveAtMs, m_desk->GetLeases().NextMs()});
     for (const auto& channel : m_channels) {
         unsent = unsent || channel.second->HasUnsent();
         unsentBytes += channel.second->GetUnsentBytes();

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <distribution/complaints.h>
 #include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QUuid>
@@ -17,7 +19,7 @@
 namespace distribution {
 
 class OwnerChannel;
-class Leases;
+class WishDesk;
 
 /// The tree of a branch as its owner needs it. Paths are those of the tree; contents are as in messages.h.
 class KOLTA_DISTRIBUTION_EXPORT IOwnedTree
@@ -59,6 +61,9 @@ struct KOLTA_DISTRIBUTION_EXPORT OwnerSettings
 struct KOLTA_DISTRIBUTION_EXPORT OwnerEvents
 {
     std::function<void()> displaced; ///< another owner has taken the name; nothing is published any more
+    /// What came of one change that somebody wished for; the failure's result is Executed when nothing
+    /// failed.
+    std::function<void(const Writer& writer, const Change& change, const Failure& failure)> wishEnded;
 };
 
 /// Owner of one branch: puts all its changes in order, its own and those that writers wish for, and publishes
@@ -113,12 +118,10 @@ private:
     OwnerChannel& channelFor(const Change& change);
     Content contentOf(const OwnerChannel& channel) const;
     bool adopt(OwnerChannel& channel, Change& change);
+    bool isOversized(const Change& change);
     void record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry);
     void takeLocal();
     void takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs);
-    void noteAuthor(OwnerChannel& channel, const QUuid& session, const Changes& changes, qint64 nowMs);
-    bool admitsSession(const OwnerChannel& channel, const Topic& topic);
-    Failure objectionTo(const Writer& writer, const OwnerChannel& channel, const Change& change) const;
     void takeAsk(const AskMessage& ask, qint64 nowMs);
     void askState(OwnerChannel& channel, qint64 nowMs) const;
     void takeLive(const Bytes& payload, qint64 nowMs);
@@ -137,12 +140,12 @@ private:
     OwnerSettings m_settings;
     Topics m_topics;
     IOwnedTree& m_tree;
-    std::unique_ptr<IWritePolicy> m_policy;
     OwnerEvents m_events;
     Channels m_channels;
     std::map<QString, quint16> m_collections; ///< channel by path
-    std::map<QUuid, Bytes> m_users;           ///< of the sessions that have made wishes
-    std::unique_ptr<Leases> m_leases;
+    std::unique_ptr<WishDesk> m_desk;
+    QSet<QString> m_oversized; ///< paths of values whose content is too large to be published
+    Complaints m_complaints;
     Output m_out;
     std::size_t m_maximumPayload = 0;
     quint32 m_lastId = 0;

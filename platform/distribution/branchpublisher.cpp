@@ -1,6 +1,7 @@
 #include <distribution/branchpublisher.h>
 
 #include <distribution/treecontent.h>
+#include <distribution/wishaudit.h>
 
 #include <utility>
 
@@ -60,6 +61,7 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
         setState(PublicationState::Displaced,
                  QStringLiteral("another process publishes \"%1\" now").arg(m_branch.name));
     };
+    events.wishEnded = Audit;
     m_owner->SetEvents(std::move(events));
     probe();
 }

@@ -3,6 +3,7 @@
 #include <distribution/treecontent.h>
 
 #include <values/value.h>
+#include <values/wishauthor.h>
 
 #include <algorithm>
 
@@ -237,13 +238,21 @@ void ChangeCollector::OnItemRemoved(TreeItem& item)
         region->add(RemoveChange(item.GetPath()));
 }
 
-void ChangeCollector::OnItemChanged(TreeItem& item, TChangeCode /*code*/, IObserver* /*originator*/)
+void ChangeCollector::OnItemChanged(TreeItem& item, TChangeCode /*code*/, IObserver* originator)
 {
     ChangeRegion* const region = regionOf(item.GetPath());
     const qint32 type = region ? TypeOf(item) : 0;
     // Collections say their changes as commands.
-    if (type != 0 && !IsCollection(type))
-        region->add(SetChange(item.GetPath(), ContentOf(item), isCompared(item.GetPath())));
+    if (type == 0 || IsCollection(type))
+        return;
+    Change change = SetChange(item.GetPath(), ContentOf(item), isCompared(item.GetPath()));
+    if (auto* const author =
+            region->m_makesWishes ? dynamic_cast<values::IWishAuthor*>(originator) : nullptr) {
+        change.compare = true;
+        change.author = values::Weak<IObserver>(originator);
+        author->OnWishMade(dynamic_cast<ValueBase&>(item));
+    }
+    region->add(std::move(change));
 }
 
 void ChangeCollector::OnItemAnnounced(TreeItem& item, TChangeCode code, IObserver* originator)

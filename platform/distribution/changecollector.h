@@ -30,6 +30,8 @@ public:
     /// From now on the region is what is at and below these. Collections that are there already are recorded.
     void SetRoots(const QStringList& roots);
     const QStringList& GetRoots() const noexcept { return m_roots; }
+    /// What is changed here is a wish: authors are told of theirs (values::IWishAuthor).
+    void MakeWishes() { m_makesWishes = true; }
     /// Records a collection that was made without the collector hearing of it.
     void Record(values::ValueBase& collection);
 
@@ -62,6 +64,7 @@ private:
     QStringList m_roots;
     Changes m_changes;
     quint64 m_commands = 0;
+    bool m_makesWishes = false;
     std::vector<values::Weak<values::ValueBase>> m_recorded;
     std::map<QString, std::unordered_map<std::string, Bytes>> m_ownSets; ///< by path and key
 };

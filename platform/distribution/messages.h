@@ -5,6 +5,8 @@
 
 #include <values/bytestream.h>
 #include <values/command.h>
+#include <values/lifetime.h>
+#include <values/observable.h>
 
 #include <QString>
 #include <QStringList>
@@ -49,7 +51,7 @@ enum class Operation : quint8 { Add = 1, Remove = 2, Set = 3, Delta = 4, Announc
 /// type: Add (0: a node without a value); code: Announce;
 /// content: Add, Set, Commands (command after command), Delta (runs, see textdelta.h);
 /// checksum: Delta, CRC-32 of the resulting content;
-/// compare, scope: only in a program, of its own changes: see below.
+/// compare, scope, author: only in a program, of its own changes: see below.
 struct Change
 {
     Operation operation = Operation::Set;
@@ -69,6 +71,8 @@ struct Change
     bool compare = false;
     /// Commands by a program: what they write.
     values::CommandScope scope;
+    /// Who is told what becomes of it, an IWishAuthor; null: nobody.
+    values::Weak<IObserver> author;
 };
 using Changes = std::vector<Change>;
 
@@ -217,10 +221,11 @@ struct KOLTA_DISTRIBUTION_EXPORT Limits
 {
     static constexpr std::size_t pathBytes = 4096;
     static constexpr std::size_t packetBytes = 64U << 20U;
-    static constexpr std::size_t items = 100000;      ///< of a channel
-    static constexpr std::size_t sessions = 1000;     ///< of a table
-    static constexpr quint64 openWishes = 1000;       ///< of a session and channel on their way
-    static constexpr std::size_t smallContent = 1024; ///< up to so many bytes no delta is tried
+    static constexpr std::size_t valueBytes = 32U << 20U; ///< content of a plain value
+    static constexpr std::size_t items = 100000;          ///< of a channel
+    static constexpr std::size_t sessions = 1000;         ///< of a table
+    static constexpr quint64 openWishes = 1000;           ///< of a session and channel on their way
+    static constexpr std::size_t smallContent = 1024;     ///< up to so many bytes no delta is tried
 };
 
 KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const LiveMessage& message);

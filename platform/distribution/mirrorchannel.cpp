@@ -20,7 +20,7 @@ constexpr std::size_t maximumHeldBytes = 16U << 20U;
 constexpr std::size_t wishBytes = 256U << 10U; ///< what is gathered in one wish
 constexpr std::size_t queuedBytes = 16U << 20U;
 
-enum eTracePoint : int { eUnfitEntry = 1, eFallingNumbers = 2, eUnfitState = 3 };
+enum eTracePoint : int { eUnfitEntry = 11, eFallingNumbers = 12, eUnfitState = 13 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Startup::eTraceWarning);
 
 } // namespace
@@ -28,13 +28,6 @@ constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Sta
 MirrorChannel::MirrorChannel(BranchMirror& mirror, quint16 channel)
     : m_mirror(mirror), m_channel(channel), m_assembler(mirror.m_settings.stateBytes)
 {
-}
-
-std::size_t MirrorChannel::CountOpenWishes() const
-{
-    const auto& wishes = m_wishes.Wishes();
-    return static_cast<std::size_t>(
-        std::count_if(wishes.begin(), wishes.end(), [](const OpenWish& wish) { return !wish.givenUp; }));
 }
 
 void MirrorChannel::Restart(const QString& reason)
@@ -48,9 +41,8 @@ void MirrorChannel::Restart(const QString& reason)
     m_held.clear();
     m_heldBytes = 0;
     m_assembler.Clear();
-    m_pending = values::PendingChanges();
-    const auto wishes = m_wishes.TakeAll();
-    const Paths ended = endShadows(std::numeric_limits<quint64>::max());
+    Paths ended;
+    const auto wishes = m_own.TakeAll(ended);
     for (const OpenWish& wish : wishes)
         reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate, reason);
     for (const QString& path : ended)
@@ -69,7 +61,7 @@ void MirrorChannel::OnUp()
 {
     m_subscribed = false;
     m_askStateMs = m_askPauseMs = 0;
-    m_wishes.SendAnew();
+    m_own.Wishes().SendAnew();
 }
 
 void MirrorChannel::OnDown()
@@ -111,9 +103,11 @@ void MirrorChannel::play(qint64 nowMs)
         m_held.erase(m_held.begin());
         m_heldBytes -= bytes.size();
         if (!playMessage(*DecodeLog(bytes)))
-            kTrace(eUnfitEntry, QStringLiteral("%1: an entry behind number %2 does not fit what is here")
-                                    .arg(m_mirror.m_settings.branch)
-                                    .arg(m_number));
+            m_mirror.m_complaints(kTrace, eUnfitEntry,
+                                  QStringLiteral("%1: an entry behind number %2 does not fit what is here")
+                                      .arg(m_mirror.m_settings.branch)
+                                      .arg(m_number),
+                                  nowMs);
     }
     if (m_number >= m_target) {
         m_askReplayMs = never;
@@ -155,9 +149,7 @@ void MirrorChannel::apply(const Entry& entry, quint64 number)
     const bool own = entry.session == m_mirror.m_settings.session;
     Paths settled;
     if (own) {
-        m_pending.Acknowledge(entry.wish);
-        settled = endShadows(entry.wish);
-        for (const OpenWish& wish : m_wishes.TakeUpTo(entry.wish))
+        for (const OpenWish& wish : m_own.TakeUpTo(entry.wish, settled))
             report(wish, wish.number == entry.wish ? entry.failures : Failures());
         if (m_channel != 0 && !entry.failures.empty())
             NeedState(number);
@@ -170,7 +162,7 @@ void MirrorChannel::apply(const Entry& entry, quint64 number)
         showTruth(path);
     if (own && m_channel != 0) {
         for (const auto& [id, item] : m_items.All())
-            m_mirror.applyCommands(item.path, Bytes(), m_pending);
+            m_mirror.applyCommands(item.path, Bytes(), m_own.Pending());
     }
 }
 
@@ -201,7 +193,7 @@ void MirrorChannel::commit(const Change& change, bool own)
         m_mirror.apply(change);
         return;
     case Operation::Commands:
-        m_mirror.applyCommands(path, BytesOf(change.content), m_pending);
+        m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending());
         return;
     case Operation::Delta:
         return;
@@ -214,7 +206,7 @@ void MirrorChannel::commit(const Change& change, bool own)
 bool MirrorChannel::isShadowed(const QString& path)
 {
     m_mirror.takeLocal();
-    return m_shadows.contains(path);
+    return m_own.Hide(path);
 }
 
 /// The tree is to have what the owner has, unless an own change is on its way again.
@@ -227,20 +219,6 @@ void MirrorChannel::showTruth(const QString& path)
         m_mirror.apply(AddChange(path, item->type, item->content));
     else if (!item)
         m_mirror.apply(RemoveChange(path));
-}
-
-MirrorChannel::Paths MirrorChannel::endShadows(quint64 number)
-{
-    Paths ended;
-    for (auto shadow = m_shadows.begin(); shadow != m_shadows.end();) {
-        if (shadow->wish > number) {
-            ++shadow;
-            continue;
-        }
-        ended.insert(shadow.key());
-        shadow = m_shadows.erase(shadow);
-    }
-    return ended;
 }
 
 void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
@@ -277,7 +255,10 @@ void MirrorChannel::TakeStatePart(const StatePart& part, qint64 nowMs)
     StateAssembler::State state;
     const auto progress = m_assembler.Take(part, state);
     if (progress == StateAssembler::Progress::Broken)
-        kTrace(eUnfitState, QStringLiteral("%1: a state that does not fit").arg(m_mirror.m_settings.branch));
+        m_mirror.m_complaints(
+            kTrace, eUnfitState,
+            QStringLiteral("%1: a state that does not fit, or is too large").arg(m_mirror.m_settings.branch),
+            nowMs);
     if (progress == StateAssembler::Progress::Complete)
         applyState(std::move(state), nowMs);
 }
@@ -302,9 +283,7 @@ void MirrorChannel::settleByTable(const Snapshot& snapshot)
                      [this](const auto& session) { return session.session == m_mirror.m_settings.session; });
     Paths settled;
     if (table != snapshot.sessions.end()) {
-        m_pending.Acknowledge(table->wish);
-        settled = endShadows(table->wish);
-        for (const OpenWish& wish : m_wishes.TakeUpTo(table->wish)) {
+        for (const OpenWish& wish : m_own.TakeUpTo(table->wish, settled)) {
             Failures failures;
             for (const auto& [number, failure] : table->failures) {
                 if (number == wish.number)
@@ -345,14 +324,7 @@ void MirrorChannel::replaceItems(const Snapshot& snapshot, const Paths& settled)
 std::vector<Content> MirrorChannel::ownCommands()
 {
     m_mirror.takeLocal();
-    std::vector<Content> commands;
-    for (const OpenWish& wish : m_wishes.Wishes()) {
-        for (const Change& change : wish.changes) {
-            if (change.operation == Operation::Commands)
-                commands.push_back(change.content);
-        }
-    }
-    return commands;
+    return m_own.Commands();
 }
 
 void MirrorChannel::Wish(Changes changes, qint64 nowMs)
@@ -363,12 +335,12 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
         const std::size_t size = BytesOf(change.content).size();
         // What the program has seen is the content of another epoch.
         if (change.compare && m_number == 0) {
-            Fail({change}, WishResult::Conflict,
+            Fail({change}, WishResult::Restarted,
                  change.path + QStringLiteral(": the owner's content is not here yet"));
             continue;
         }
-        if (size + wishBytes / 4 > m_mirror.m_maximumPayload) {
-            Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large for the broker"));
+        if (size > Limits::valueBytes || size + wishBytes / 4 > m_mirror.m_maximumPayload) {
+            Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
             continue;
         }
         if (bytes + size > wishBytes && !part.empty()) {
@@ -384,50 +356,41 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
 
 void MirrorChannel::addWish(Changes changes, qint64 nowMs)
 {
-    if (m_wishes.GetBytes() > queuedBytes) {
+    if (m_own.Wishes().GetBytes() > queuedBytes)
         Fail(changes, WishResult::Overflow, QStringLiteral("too many changes wait for the owner"));
-        return;
-    }
-    for (Change& change : changes) {
-        const auto shadow = m_shadows.constFind(change.path);
-        if (change.compare)
-            change.base = shadow == m_shadows.constEnd() ? m_number : shadow->seenAt;
-    }
-    const OpenWish& wish = m_wishes.Add(std::move(changes), nowMs);
-    values::CommandScope scope;
-    for (const Change& change : wish.changes) {
-        if (change.operation == Operation::Commands) {
-            const values::CommandScope& own = change.scope;
-            scope.everyKey = scope.everyKey || own.everyKey;
-            scope.keys.insert(scope.keys.end(), own.keys.begin(), own.keys.end());
-            scope.requests.insert(scope.requests.end(), own.requests.begin(), own.requests.end());
-        } else if (change.operation != Operation::Announce) {
-            Shadow& shadow = m_shadows[change.path];
-            shadow.seenAt = shadow.wish == 0 ? m_number : shadow.seenAt;
-            shadow.wish = wish.number;
-        }
-    }
-    m_pending.Add(wish.number, std::move(scope));
+    else
+        m_own.Add(std::move(changes), m_number, nowMs);
 }
 
 void MirrorChannel::report(const OpenWish& wish, const Failures& failures)
 {
-    for (const Failure& failure : failures) {
-        if (failure.index < wish.changes.size())
-            m_mirror.failed({failure.result, failure.reason, wish.changes[failure.index]});
+    for (std::size_t i = 0; i < wish.changes.size(); ++i) {
+        const Change& change = wish.changes[i];
+        const auto failure = std::find_if(failures.begin(), failures.end(),
+                                          [i](const Failure& candidate) { return candidate.index == i; });
+        if (failure != failures.end())
+            m_mirror.failed({failure->result, failure->reason, change, truthOf(change.path)});
+        else if (change.author)
+            m_mirror.done(change);
     }
+}
+
+Content MirrorChannel::truthOf(const QString& path) const
+{
+    const ItemTable::Item* const item = m_items.Find(path);
+    return item ? item->content : nullptr;
 }
 
 void MirrorChannel::reportAll(const OpenWish& wish, WishResult result, const QString& reason)
 {
     for (const Change& change : wish.changes)
-        m_mirror.failed({result, change.path + QStringLiteral(": ") + reason, change});
+        m_mirror.failed({result, change.path + QStringLiteral(": ") + reason, change, nullptr});
 }
 
 void MirrorChannel::Fail(const Changes& changes, WishResult result, const QString& reason)
 {
     for (const Change& change : changes) {
-        m_mirror.failed({result, reason, change});
+        m_mirror.failed({result, reason, change, nullptr});
         if (m_channel != 0)
             NeedState(m_number);
         else
@@ -437,9 +400,8 @@ void MirrorChannel::Fail(const Changes& changes, WishResult result, const QStrin
 
 void MirrorChannel::GiveUpOld(qint64 nowMs)
 {
-    while (const auto wish = m_wishes.GiveUpNext(nowMs, m_mirror.m_settings.wishTimeoutMs)) {
-        m_pending.Acknowledge(wish->number);
-        const Paths ended = endShadows(wish->number);
+    Paths ended;
+    while (const auto wish = m_own.GiveUpNext(nowMs, m_mirror.m_settings.wishTimeoutMs, ended)) {
         if (wish->sent)
             reportAll(*wish, WishResult::Unknown,
                       QStringLiteral("not answered in time, the outcome is unknown"));
@@ -447,7 +409,7 @@ void MirrorChannel::GiveUpOld(qint64 nowMs)
             reportAll(*wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
         if (m_channel != 0)
             NeedState(m_number);
-        for (const QString& path : ended)
+        for (const QString& path : std::exchange(ended, {}))
             showTruth(path);
     }
 }
@@ -483,7 +445,7 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
     }
     if (!maySend || !m_joined)
         return;
-    for (const WishMessage& wish : m_wishes.TakeDue(m_mirror.m_epoch, m_channel, nowMs)) {
+    for (const WishMessage& wish : m_own.Wishes().TakeDue(m_mirror.m_epoch, m_channel, nowMs)) {
         out.publish.push_back({m_mirror.upTopic(), Encode(wish), Delivery::AtLeastOnce, false,
                                static_cast<quint32>(m_mirror.m_settings.wishTimeoutMs)});
     }
@@ -491,11 +453,11 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
 
 qint64 MirrorChannel::NextMs(bool maySpeak, bool maySend) const
 {
-    qint64 next = m_wishes.NextTimeoutMs(m_mirror.m_settings.wishTimeoutMs);
+    qint64 next = m_own.Wishes().NextTimeoutMs(m_mirror.m_settings.wishTimeoutMs);
     if (!maySpeak)
         return next;
     next = std::min(next, m_stateNeeded ? (m_subscribed ? m_askStateMs : 0) : m_askReplayMs);
-    return maySend && m_joined ? std::min(next, m_wishes.NextSendMs()) : next;
+    return maySend && m_joined ? std::min(next, m_own.Wishes().NextSendMs()) : next;
 }
 
 } // namespace distribution

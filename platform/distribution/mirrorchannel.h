@@ -2,11 +2,7 @@
 
 #include <distribution/branchmirror.h>
 #include <distribution/itemtable.h>
-#include <distribution/wishqueue.h>
-
-#include <values/pendingchanges.h>
-
-#include <QSet>
+#include <distribution/ownchanges.h>
 
 #include <map>
 #include <optional>
@@ -26,7 +22,7 @@ public:
     /// Joined, and up to what the owner is known to have.
     bool IsCaughtUp() const noexcept { return m_joined && !m_stateNeeded && m_number >= m_target; }
     quint64 GetNumber() const noexcept { return m_number; }
-    std::size_t CountOpenWishes() const;
+    std::size_t CountOpenWishes() const { return m_own.CountOpen(); }
     /// The owner's content. Collections' contents are in the tree alone.
     const ItemTable& Items() const noexcept { return m_items; }
 
@@ -53,19 +49,13 @@ public:
     qint64 NextMs(bool maySpeak, bool maySend) const;
 
 private:
-    /// A value whose content here is what this program wants, not yet what the owner has.
-    struct Shadow
-    {
-        quint64 wish = 0;   ///< newest open one that writes it
-        quint64 seenAt = 0; ///< number at which the program saw the owner's content last
-    };
-    using Paths = QSet<QString>;
+    using Paths = OwnChanges::Paths;
 
     void addWish(Changes changes, qint64 nowMs);
     void report(const OpenWish& wish, const Failures& failures);
     void reportAll(const OpenWish& wish, WishResult result, const QString& reason);
-    Paths endShadows(quint64 number);
     bool isShadowed(const QString& path);
+    Content truthOf(const QString& path) const;
     void showTruth(const QString& path);
     void play(qint64 nowMs);
     bool playMessage(const LogMessage& message);
@@ -95,9 +85,7 @@ private:
     std::map<quint64, Bytes> m_held; ///< log messages that wait, by their first number
     std::size_t m_heldBytes = 0;
     StateAssembler m_assembler;
-    WishQueue m_wishes;
-    QHash<QString, Shadow> m_shadows; ///< plain values, by path
-    values::PendingChanges m_pending; ///< keys and requests of the collection
+    OwnChanges m_own;
 };
 
 } // namespace distribution

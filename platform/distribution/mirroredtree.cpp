@@ -19,6 +19,7 @@ namespace distribution {
 namespace {
 
 using values::ByteReader;
+using values::IWishAuthor;
 using values::ValueBase;
 using values::Weak;
 using values::WishFailure;
@@ -39,6 +40,16 @@ WishFailure failureOf(WishResult result)
     default:
         return WishFailure::Refused;
     }
+}
+
+/// Of a string value's content.
+QString textOf(const Content& content)
+{
+    const Bytes& bytes = BytesOf(content);
+    ByteReader in(bytes.data(), bytes.size());
+    QString text;
+    values::ReadUtf8(in, text);
+    return text;
 }
 
 /// For who waits for the answer to a request; empty where nobody knows what became of it.
@@ -64,6 +75,7 @@ MirroredTree::MirroredTree(ChangeCollector& collector, MirrorEvents events)
     , m_events(std::move(events))
     , m_region(collector.MakeRegion(m_events.treeChanged))
 {
+    m_region->MakeWishes();
 }
 
 void MirroredTree::Apply(const Change& change)
@@ -294,9 +306,31 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
     }
 }
 
+void MirroredTree::OnWishDone(const Change& change)
+{
+    tellAuthor(change, IWishAuthor::WishEnd::Done, change.content);
+}
+
+/// Whether the author sees to it itself.
+bool MirroredTree::tellAuthor(const Change& change, IWishAuthor::WishEnd end, const Content& valid)
+{
+    bool isCaredFor = false;
+    if (auto* const author = dynamic_cast<IWishAuthor*>(change.author.Get())) {
+        Guarded([&] {
+            isCaredFor =
+                author->OnWishEnded(livingValue(change.path), end, textOf(change.content), textOf(valid));
+        });
+    }
+    return isCaredFor;
+}
+
 void MirroredTree::OnWishFailed(const FailedWish& wish)
 {
     const Change& change = wish.change;
+    const bool isConflict = wish.result == WishResult::Conflict;
+    if (tellAuthor(change, isConflict ? IWishAuthor::WishEnd::Conflict : IWishAuthor::WishEnd::Failed,
+                   wish.valid))
+        return;
     ValueBase* const value = livingValue(change.path);
     if (value && !change.scope.requests.empty()) {
         const auto& requests = change.scope.requests;

@@ -3,6 +3,8 @@
 #include <distribution/branchmirror.h>
 #include <distribution/changecollector.h>
 
+#include <values/wishauthor.h>
+
 #include <QSet>
 
 #include <functional>
@@ -39,9 +41,11 @@ public:
     void ApplyState(const QString& path, qint32 type, const Bytes& state,
                     const std::vector<Content>& own) override;
     void OnWishFailed(const FailedWish& wish) override;
+    void OnWishDone(const Change& change) override;
     void OnStateChanged(BranchState state) override { m_events.stateChanged(state); }
 
 private:
+    bool tellAuthor(const Change& change, values::IWishAuthor::WishEnd end, const Content& valid);
     values::ValueBase* livingValue(const QString& path) const;
     void add(const Change& change);
     void addValue(const QString& path, qint32 type, const Bytes& content);

@@ -2,6 +2,7 @@
 
 #include <startup/tracesource.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace distribution {
@@ -168,8 +169,16 @@ void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
 
 void MirrorLink::onRefused(const Bytes& bytes, const QString& text)
 {
-    kTrace(eRefused, QStringLiteral("The broker refuses \"%1\" to the user \"%2\": %3")
-                         .arg(QString::fromStdString(bytes), QString::fromStdString(m_options.User()), text));
+    const QString line =
+        QStringLiteral("the broker refuses \"%1\" to the user \"%2\": %3")
+            .arg(QString::fromStdString(bytes), QString::fromStdString(m_options.User()), text);
+    // Who may not read all branches sees none: whoever waits for them has to know why.
+    const auto filters = m_topics.MirrorFilters(QString(), m_options.collections);
+    if (std::find(filters.begin(), filters.end(), bytes) != filters.end()) {
+        m_events.linkChanged(m_isUp, line);
+        return;
+    }
+    kTrace(eRefused, line);
     for (const QString& name : qAsConst(m_wanted)) {
         Branch* const forbidden =
             bytes == m_topics.Log(name, 0) || bytes == m_topics.Live(name) ? branch(name) : nullptr;

@@ -32,6 +32,16 @@ bool isWhole(const QString& name)
 
 } // namespace
 
+QString IWritePolicy::WhyNot(const Request& /*request*/) const
+{
+    return QStringLiteral("no right to do this");
+}
+
+void IWritePolicy::Execute(const Writer& /*writer*/, const std::function<void()>& wish)
+{
+    wish();
+}
+
 /// The collections stand beside the administrative node, in the tree of the data.
 ServerPolicy::ServerPolicy(const QString& administration)
     : m_administration(administration), m_shortTime(administration.section(QLatin1Char('/'), 0, -2))

@@ -6,13 +6,17 @@
 #include <QString>
 #include <QUuid>
 
+#include <functional>
+
 namespace distribution {
 
 /// Who wishes for a change.
 struct Writer
 {
-    Bytes user; ///< name of the broker's user, which the broker vouches for
+    Bytes user; ///< name of the broker's user, for which the broker's access list vouches
     QUuid session;
+    QString host; ///< what the writer says of itself, for people; empty when it has not
+    QString program;
 };
 
 /// Decides at the owner what writers may change. On the owner's thread; it changes nothing.
@@ -29,8 +33,14 @@ public:
         Operation operation;
         bool compare;
         bool ownItem;
+        const Bytes& content; ///< of Add, Set and Commands
     };
     virtual bool Allows(const Request& request) const = 0;
+    /// Why a request is not allowed, for the writer and the record.
+    virtual QString WhyNot(const Request& request) const;
+    /// Calls `wish`, which changes the tree as `writer` wishes and is allowed to: for policies whose program
+    /// wants to know who is writing.
+    virtual void Execute(const Writer& writer, const std::function<void()>& wish);
 
     IWritePolicy(const IWritePolicy&) = delete;
     IWritePolicy& operator=(const IWritePolicy&) = delete;

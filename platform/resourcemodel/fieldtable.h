@@ -31,9 +31,12 @@ struct KOLTA_RESOURCEMODEL_EXPORT ListOperations
     void (*squeeze)(void* list);
     std::shared_ptr<const void> (*copy)(
         const void* list); ///< a list of its own that shares all with this one
+    void (*clear)(void* list);
+    void (*assign)(void* list, const void* other);
     bool (*equal)(const void* a, const void* b);
     const IRGObject& (*record)(const void* list, int index);
     IRGObject& (*appendRecord)(void* list);
+    IRGObject& (*lastRecord)(void* list);
     void (*appendCopy)(void* list, const void* other, int index); ///< shares the other list's record
     void (*shareLast)(void* list, const void* other, int index);  ///< makes it the last record
     qint32 (*number)(const void* list, int index);
@@ -142,6 +145,8 @@ struct ListOf
     static void reserve(void* list, int count) { edit(list).reserve(count); }
     static void squeeze(void* list) { edit(list).squeeze(); }
     static std::shared_ptr<const void> copy(const void* list) { return std::make_shared<List>(get(list)); }
+    static void clear(void* list) { edit(list).clear(); }
+    static void assign(void* list, const void* other) { edit(list) = get(other); }
     static bool equal(const void* a, const void* b) { return get(a) == get(b); }
     static const IRGObject& record(const void* list, int index) { return get(list).at(index); }
     static IRGObject& appendRecord(void* list)
@@ -149,6 +154,7 @@ struct ListOf
         edit(list).append(T());
         return edit(list).last();
     }
+    static IRGObject& lastRecord(void* list) { return edit(list).last(); }
     static void appendCopy(void* list, const void* other, int index)
     {
         edit(list).append(get(other).at(index));
@@ -167,10 +173,13 @@ struct ListOf
         result.reserve = reserve;
         result.squeeze = squeeze;
         result.copy = copy;
+        result.clear = clear;
+        result.assign = assign;
         result.equal = equal;
         if constexpr (std::is_base_of_v<IRGObject, T>) {
             result.record = record;
             result.appendRecord = appendRecord;
+            result.lastRecord = lastRecord;
             result.appendCopy = appendCopy;
             result.shareLast = shareLast;
         } else if constexpr (std::is_enum_v<T>) {

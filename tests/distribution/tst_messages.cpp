@@ -311,10 +311,10 @@ void TestMessages::serversRights()
 {
     QFETCH(QString, path);
     const ServerPolicy policy(QStringLiteral("/S/ADMINISTRATION"));
-    const Writer writer{"u", session};
+    const Writer writer{"u", session, {}, {}};
     Bytes allowed;
     const auto attempt = [&](const char* name, Operation operation, bool compare = false, bool own = false) {
-        if (policy.Allows({writer, path, operation, compare, own}))
+        if (policy.Allows({writer, path, operation, compare, own, Bytes()}))
             allowed += (allowed.empty() ? "" : " ") + Bytes(name);
     };
     attempt("add", Operation::Add);

@@ -163,13 +163,16 @@ private Q_SLOTS:
         QVERIFY(BrokerAddress::FromUrl(address->ToText(), error));
     }
 
-    /// Order, retained messages, wills with and without a farewell, and a line that breaks and comes back.
+    /// Order, retained messages, wills with and without a farewell, and a line that breaks and comes back;
+    /// with a reader whose inbox is full all the time.
     void messagesAndLives()
     {
         QString error;
         LocalBroker broker({});
         QVERIFY2(broker.start(error), qPrintable(error));
-        Client writer(optionsFor(broker)), reader(optionsFor(broker));
+        MqttOptions narrow = optionsFor(broker);
+        narrow.maximumInboxBytes = 1000;
+        Client writer(optionsFor(broker)), reader(narrow);
         reader.filters = {"t/#"};
         reader.open();
         writer.open("owner", {"t/will", "dead"});

@@ -114,19 +114,10 @@ public:
     }
 
 protected:
-    /// The bound value; null when nothing is bound. Owned by the tree. Observers that write it use publish().
+    /// The bound value; null when nothing is bound. Owned by the tree. Who writes it without
+    /// hearing of it sets currentValueAsString first: so the server can go back to the text before and is
+    /// heard.
     values::StringValue* boundValue() const { return binding.Get(); }
-    /// Writes `text`, the XML form of the mirror as the derived observer has changed it, into the bound value
-    /// without hearing of it itself. Does nothing when nothing is bound. The text counts as processed, so
-    /// that the server can go back to the text before it and is heard.
-    void publish(const QString& text)
-    {
-        values::StringValue* const value = binding.Get();
-        if (!value)
-            return;
-        currentValueAsString = text;
-        value->SetValue(text, this);
-    }
 
 private:
     using Hook = void (AbstractRGValueObserver::*)();

@@ -111,7 +111,8 @@ bool HardwareProcessingObserver::removeHardwareProcessingInfoNoPersist(const QSt
 
 bool HardwareProcessingObserver::persistValues(HWProcessingOverview& overview)
 {
-    if (!boundValue())
+    values::StringValue* const value = boundValue();
+    if (!value)
         return true;
     QString text;
     try {
@@ -120,8 +121,15 @@ bool HardwareProcessingObserver::persistValues(HWProcessingOverview& overview)
         traceUnwritable(eNotPersisted, exception);
         return false;
     }
-    publish(text); // last: whoever hears of it may delete this observer
+    currentValueAsString = text;   // processed: the server can go back to the text before it and is heard
+    writeText(*value, text, this); // last: whoever hears of it may delete this observer
     return true;
+}
+
+QString HardwareProcessingObserver::mergeTexts(const QString& before, const QString& mine,
+                                               const QString& valid) const
+{
+    return mergeTextsOf<HWProcessingOverview>(before, mine, valid);
 }
 
 bool HardwareProcessingObserver::removeAll(const QSet<QString>& guids)

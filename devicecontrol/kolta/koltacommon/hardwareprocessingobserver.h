@@ -4,6 +4,7 @@
 #include <koltacommon/export.h>
 #include <koltacommon/guidindex.h>
 #include <koltacommon/modelmetatypes.h>
+#include <koltacommon/wholetextwriter.h>
 
 #include <resourcemodel/hwprocessing.h>
 
@@ -18,10 +19,12 @@ namespace Kolta {
 ///
 /// Bound to the server's base path followed by "/ADMINISTRATION/HardwareProcessing". Whoever changes the list
 /// here changes the mirror and writes the whole list back; this observer's signals do not tell of that, those
-/// of all others do. Unbound, only the mirror changes. GUIDs are compared as texts, exactly. Lives on the
-/// value tree's thread.
+/// of all others do. Where another process has changed the list at the same moment both changes are in it in
+/// the end, and the signals tell of that list. Unbound, only the mirror changes. GUIDs are compared as texts,
+/// exactly. Lives on the value tree's thread.
 class KOLTA_COMMON_EXPORT HardwareProcessingObserver
-    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::HWProcessingOverview>
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::HWProcessingOverview>,
+      public WholeTextWriter
 {
     Q_OBJECT
 
@@ -67,6 +70,8 @@ protected:
     bool persistValues(RESOURCEMANAGEMENT::HWProcessingOverview& overview);
 
 private:
+    QString mergeTexts(const QString& before, const QString& mine, const QString& valid) const override;
+    void onMerged() override { UpdateAll(); }
     bool removeAll(const QSet<QString>& guids);
 
     struct EntryGuid

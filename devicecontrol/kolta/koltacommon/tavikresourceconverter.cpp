@@ -1,5 +1,7 @@
 #include <koltacommon/tavikresourceconverter.h>
 
+#include <koltacommon/wholetextwriter.h>
+
 #include <startup/tracesource.h>
 #include <values/value.h>
 
@@ -12,7 +14,24 @@ constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tavikreso
 
 } // namespace
 
-TavikResourceConverter::TavikResourceConverter(QObject* parent) : QObject(parent) {}
+/// The one by whose name the value is changed; it observes nothing.
+class TavikResourceConverter::Writer final : public IObserver, public WholeTextWriter
+{
+public:
+    void write(values::StringValue& value, const QString& text) { writeText(value, text, this); }
+    void Update(Observable* /*source*/, TChangeCode /*code*/) override {}
+
+private:
+    QString mergeTexts(const QString& before, const QString& mine, const QString& valid) const override
+    {
+        return mergeTextsOf<RESOURCEMANAGEMENT::ResourceOverview>(before, mine, valid);
+    }
+};
+
+TavikResourceConverter::TavikResourceConverter(QObject* parent)
+    : QObject(parent), m_writer(std::make_unique<Writer>())
+{
+}
 
 TavikResourceConverter::~TavikResourceConverter() = default;
 
@@ -29,7 +48,7 @@ bool TavikResourceConverter::SetResourceOverview(const RESOURCEMANAGEMENT::Resou
         auto* const value = values::Tree::Instance().FindAs<values::StringValue>(m_path);
         if (!value || value->IsDeleted())
             return false;
-        value->SetValue(text);
+        m_writer->write(*value, text);
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
         kTrace(eReportException,

@@ -6,9 +6,13 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
 namespace Kolta {
 
-/// Keeps a resource overview of its own and publishes it as XML in a string value of the value tree.
+/// Keeps a resource overview of its own and publishes it as XML in a string value of the value tree. Where
+/// another process has changed that value at the same moment, that change and what differs between the
+/// overview and the value's text are both in it in the end; the converter's own overview stays.
 /// Lives on the value tree's thread.
 class KOLTA_COMMON_EXPORT TavikResourceConverter : public QObject
 {
@@ -28,7 +32,10 @@ public:
     const RESOURCEMANAGEMENT::ResourceOverview& GetResourceOverview() const noexcept { return m_overview; }
 
 private:
+    class Writer;
+
     QString m_path;
+    std::unique_ptr<Writer> m_writer;
     RESOURCEMANAGEMENT::ResourceOverview m_overview;
 };
 

@@ -45,7 +45,7 @@ bool TunerClassesObserver::setTunerClassOverview(const TunerClassOverview& overv
         }
         // Its own change is read once, when everybody else has heard of it and may have answered it.
         const QPointer<TunerClassesObserver> guard(this);
-        value->SetValue(text, this);
+        writeText(*value, text, this);
         if (guard)
             UpdateAll();
         return true;
@@ -54,6 +54,12 @@ bool TunerClassesObserver::setTunerClassOverview(const TunerClassOverview& overv
                                      .arg(exception.GetTitle(), exception.GetText()));
         return false;
     }
+}
+
+QString TunerClassesObserver::mergeTexts(const QString& before, const QString& mine,
+                                         const QString& valid) const
+{
+    return mergeTextsOf<TunerClassOverview>(before, mine, valid);
 }
 
 std::shared_ptr<TunerClassTree>

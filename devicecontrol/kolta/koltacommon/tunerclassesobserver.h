@@ -2,6 +2,7 @@
 
 #include <koltacommon/abstractrgvalueobserver.h>
 #include <koltacommon/export.h>
+#include <koltacommon/wholetextwriter.h>
 
 #include <resourcemodel/tunerclasses.h>
 
@@ -20,7 +21,8 @@ class TunerClassTree;
 /// Bound to the server's base path followed by "/ADMINISTRATION/TunerClasses". An empty text is ignored.
 /// Class names are compared exactly; of equal names the first class counts. Lives on the value tree's thread.
 class KOLTA_COMMON_EXPORT TunerClassesObserver
-    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::TunerClassOverview>
+    : public AbstractRGValueObserver<RESOURCEMANAGEMENT::TunerClassOverview>,
+      public WholeTextWriter
 {
     Q_OBJECT
 
@@ -33,7 +35,9 @@ public:
     const RESOURCEMANAGEMENT::TunerClassOverview& getTunerClassOverview() const;
     /// Writes the overview to the server and mirrors it, with the hook and signals of any other change; the
     /// listeners of the value hear of it before those of this observer. False, with a trace line and nothing
-    /// changed, when it cannot be written as XML or there is no value to write to.
+    /// changed, when it cannot be written as XML or there is no value to write to. Where another process has
+    /// changed the classes at the same moment, that change and what differs between the overview and the
+    /// mirror are both in it in the end.
     bool setTunerClassOverview(const RESOURCEMANAGEMENT::TunerClassOverview& overview);
 
     /// A new tree of the mirrored classes and the given resources.
@@ -56,6 +60,8 @@ Q_SIGNALS:
     void si_TunerClassesChanged();
 
 private:
+    QString mergeTexts(const QString& before, const QString& mine, const QString& valid) const override;
+    void onMerged() override { UpdateAll(); }
     const RESOURCEMANAGEMENT::TunerClass* findClass(const QString& name) const;
 };
 

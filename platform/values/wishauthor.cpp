@@ -1,0 +1,7 @@
+#include <values/wishauthor.h>
+
+namespace values {
+
+IWishAuthor::~IWishAuthor() = default;
+
+} // namespace values
