@@ -33,6 +33,8 @@ public:
 
     /// Where it lives, or lived until it disappeared; null when it is to live nowhere.
     values::Tree* tree() const noexcept { return m_tree; }
+    /// See SimulatedServer::kindOf().
+    QString kindOf(const QUuid& guid) const { return m_productions.kindOf(guid); }
 
     /// Time in each working state of the next start-ups, in milliseconds; 0 comes up at once.
     void setStartupStep(int milliseconds) { m_startupStep = milliseconds; }

@@ -9,7 +9,28 @@ namespace {
 enum eTracePoint : int { eOrder = 10 };
 constexpr Startup::TraceSource kTrace("simulation/audit", Startup::eTraceInfo);
 
+Orderer& orderer()
+{
+    static Orderer current;
+    return current;
+}
+
 } // namespace
+
+const Orderer& currentOrderer()
+{
+    return orderer();
+}
+
+OrdererScope::OrdererScope(const Orderer& inner) : m_outer(orderer())
+{
+    orderer() = inner;
+}
+
+OrdererScope::~OrdererScope()
+{
+    orderer() = m_outer;
+}
 
 void audit(const QString& who, const QString& where, const QString& what, const QString& result)
 {

@@ -1,25 +1,42 @@
 #pragma once
 
+#include <koltacommon/userrights.h>
 #include <usermanagement/userdirectory.h>
 
 #include <QString>
 
 namespace KoltaSimulation {
 
-/// Who may give which command. Without a file of users everybody may.
+/// Who may give which order, at each of a server's doors: commands on the XML links, and what others write
+/// into its value tree. Without a file of users everybody may.
 class CommandRights
 {
 public:
+    using Right = Kolta::UserRights::eManagementRight;
+
     /// Reads the users. False, with an `error` that names file and line, when the file is none; then nobody
-    /// may give any command.
+    /// may give any order.
     bool load(const QString& file, QString& error);
     /// Whether the user, as the link's certificate names him, may give commands to `component`. What concerns
     /// nothing but the client's own link needs no right.
     bool allow(const QString& user, const QString& component) const;
+    /// Why the user, as the broker names him, may not write `text` into the value `node`, a path below the
+    /// administrative node; empty when he may. `stopped`: kind of what the text names, where the order is to
+    /// stop that.
+    QString objectionTo(const QString& user, const QString& node, const QString& text,
+                        const QString& stopped) const;
+
     /// The right that commands to `component` need.
-    static QString rightFor(const QString& component);
+    static Right rightFor(const QString& component);
+    /// The right to start, move and stop processors of that kind, "MCP" for instance; what is within others
+    /// goes with the FFPs.
+    static Right rightToRun(const QString& kind);
+    /// The right that writing into `node` needs; no right (0) for what everybody may write.
+    static Right rightToWrite(const QString& node, const QString& text, const QString& stopped);
 
 private:
+    bool holds(const QString& user, Right right) const;
+
     bool m_asked = false;
     Nax::UserDirectory m_users;
 };

@@ -1,7 +1,5 @@
 #include <simulation/productionhost.h>
 
-#include <simulation/audit.h>
-
 #include <simulation/installation.h>
 #include <simulation/misbehaviour.h>
 #include <simulation/resourcestate.h>
@@ -43,10 +41,9 @@ QStringList textsOfGuids(const QVector<QUuid>& guids)
     return texts;
 }
 
-/// The tree does not tell here who wrote a wish into it; what lets others write there knows.
-void auditWish(const QString& what, const QString& result)
+void auditOrder(const Orderer& orderer, const QString& what, const QString& result)
 {
-    audit(QString(), QStringLiteral("the value tree"), what, result);
+    audit(orderer.who, orderer.where, what, result);
 }
 
 } // namespace
@@ -139,10 +136,10 @@ void ProductionHost::workOff(const Waiting& waiting)
         workOffRequest(waiting);
         break;
     case Job::Stop:
-        stopGuid(waiting.text);
+        stopGuid(waiting);
         break;
     case Job::StopAll:
-        auditWish(QStringLiteral("stop all"), QStringLiteral("done"));
+        auditOrder(waiting.orderer, QStringLiteral("stop all"), QStringLiteral("done"));
         sayEnded(m_productions.stopAll());
         break;
     case Job::StopLost:
@@ -159,7 +156,7 @@ void ProductionHost::workOffRequest(const Waiting& waiting)
         decision = m_plan.decideProduction(request.kindName());
     switch (decision.kind) {
     case Misbehaviour::RefuseProduction:
-        answer(request, decision.text);
+        answer(waiting, decision.text);
         return;
     case Misbehaviour::DelayProduction:
         delay(waiting, decision.argument);
@@ -176,7 +173,7 @@ void ProductionHost::workOffRequest(const Waiting& waiting)
     default:
         break;
     }
-    answer(request, fulfil(request));
+    answer(waiting, fulfil(request));
 }
 
 /// Empty, or the reason of the refusal.
@@ -195,12 +192,13 @@ void ProductionHost::delay(const Waiting& waiting, int milliseconds)
     });
 }
 
-void ProductionHost::stopGuid(const QString& text)
+void ProductionHost::stopGuid(const Waiting& waiting)
 {
+    const QString& text = waiting.text;
     const QUuid guid = Kolta::guidFromText(text);
     const auto ended = m_productions.stop(guid);
-    auditWish(QStringLiteral("stop ") + text,
-              ended ? QStringLiteral("done") : QStringLiteral("nothing to stop"));
+    auditOrder(waiting.orderer, QStringLiteral("stop ") + text,
+               ended ? QStringLiteral("done") : QStringLiteral("nothing to stop"));
     if (ended)
         sayEnded(*ended);
     else
@@ -209,10 +207,11 @@ void ProductionHost::stopGuid(const QString& text)
 }
 
 /// `problem` is the reason of a refusal, empty for none.
-void ProductionHost::answer(const ProductionRequest& request, const QString& problem)
+void ProductionHost::answer(const Waiting& waiting, const QString& problem)
 {
-    auditWish(request.kindName() + QLatin1Char(' ') + request.id.toString(),
-              problem.isEmpty() ? QStringLiteral("done") : QStringLiteral("refused, %1").arg(problem));
+    const ProductionRequest& request = waiting.request;
+    auditOrder(waiting.orderer, request.kindName() + QLatin1Char(' ') + request.id.toString(),
+               problem.isEmpty() ? QStringLiteral("done") : QStringLiteral("refused, %1").arg(problem));
     if (request.id.isNull()) {
         m_sayings.append(
             {QString(), QStringLiteral("Refused a request that names nothing: %1").arg(problem)});

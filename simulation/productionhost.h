@@ -1,6 +1,7 @@
 #pragma once
 
 #include <simulation/adminnodes.h>
+#include <simulation/audit.h>
 #include <simulation/hardwarelist.h>
 #include <simulation/productionrequest.h>
 #include <simulation/productions.h>
@@ -40,6 +41,7 @@ public:
     void setRefusal(const QString& reason) { m_refusal = reason; }
 
     bool runs(const QUuid& processor) const { return m_productions.runs(processor); }
+    QString kindOf(const QUuid& guid) const { return m_productions.kindOf(guid); }
     void request(const QString& name, const QString& text);
     /// `text` is the GUID of a production or a processor, with or without braces, in any letter case.
     void stop(const QString& text);
@@ -65,14 +67,15 @@ private:
         QString text;
         ProductionRequest request;
         bool decided = false; ///< misbehaves no more
+        Orderer orderer = currentOrderer();
     };
     void enqueue(Waiting waiting);
     void workOff(const Waiting& waiting);
     void workOffRequest(const Waiting& waiting);
     QString fulfil(const ProductionRequest& request);
     void delay(const Waiting& waiting, int milliseconds);
-    void stopGuid(const QString& text);
-    void answer(const ProductionRequest& request, const QString& problem);
+    void stopGuid(const Waiting& waiting);
+    void answer(const Waiting& waiting, const QString& problem);
     void sayEnded(const QVector<QUuid>& ended);
     void flush();
     bool showChanges(const Productions::Changes& changes);

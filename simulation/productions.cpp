@@ -340,6 +340,12 @@ Productions::Changes Productions::takeChanges()
     return std::exchange(m_changes, Changes());
 }
 
+QString Productions::kindOf(const QUuid& guid) const
+{
+    const std::optional<Driver> known = driver(m_processors.value(guid, guid));
+    return known ? known->type : QString();
+}
+
 std::optional<Driver> Productions::driver(const QUuid& guid) const
 {
     const auto production = m_productions.constFind(guid);

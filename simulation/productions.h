@@ -70,6 +70,8 @@ public:
     Changes takeChanges();
     RESOURCEMANAGEMENT::ProcessorOverview overview() const { return m_running.overview(); }
     bool runs(const QUuid& processor) const { return m_running.contains(processor); }
+    /// The type of the driver with that GUID, or of that which the production is; empty for none.
+    QString kindOf(const QUuid& guid) const;
     /// In no order.
     QVector<QUuid> drivers() const { return m_productions.keys().toVector(); }
     /// Nothing when no driver with that GUID runs.

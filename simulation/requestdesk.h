@@ -25,6 +25,7 @@ public:
 
     /// See SimulatedServer::setUsers().
     bool setUsers(const QString& file, QString& error) { return m_rights.load(file, error); }
+    const CommandRights& rights() const noexcept { return m_rights; }
     /// Counts a request that has come.
     void count(const XmlCommon::CXmlMessage& request);
     /// The reply to `request`, which came from `peer`; the link's `settings` may change.

@@ -149,6 +149,11 @@ QString SimulatedServer::shortTimePath(const QString& name) const
     return ShortTimeOwner::path(m_installation, name);
 }
 
+QString SimulatedServer::kindOf(const QUuid& guid) const
+{
+    return m_administration->kindOf(guid);
+}
+
 bool SimulatedServer::setTunerIdle(const QString& guid, bool idle)
 {
     return told(m_resources.setTunerIdle(guid, idle));

@@ -50,6 +50,8 @@ public:
     /// Asks the users of that file, see Nax::UserDirectory, whether the user whom a client's certificate
     /// names may give a command. False when the file is none; nobody may give any then.
     bool setUsers(const QString& file, QString& error) { return m_desk.setUsers(file, error); }
+    /// What these users may do, for other doors by which orders come in.
+    const CommandRights& rights() const noexcept { return m_desk.rights(); }
     /// Stops listening and ends all links.
     void close();
     QHostAddress address() const { return m_address; }
@@ -83,6 +85,9 @@ public:
     QString nodePath(const QString& name) const;
     /// Path of a collection of short-time data, see ShortTimeOwner::path().
     QString shortTimePath(const QString& name) const;
+    /// "SCP", "MCP" or "FFP": what of these the GUID of a production or of a processor stands for; otherwise
+    /// empty.
+    QString kindOf(const QUuid& guid) const;
 
     // What happens to the server. Each change is told at once, or at the end of the batch that runs.
 

@@ -53,7 +53,7 @@ void printHappening(const QString& line)
 }
 
 /// Shares the tree if that is asked for; null in `link` otherwise. False with the reason in `error`.
-bool publish(const KoltaSimulation::Installation& installation, const Options& options,
+bool publish(const KoltaSimulation::SimulatedServer& server, const Options& options,
              std::unique_ptr<QObject>& link, QString& error)
 {
     if (options.publish.isEmpty())
@@ -65,7 +65,7 @@ bool publish(const KoltaSimulation::Installation& installation, const Options& o
     events.failed = [](bool isTaken, const QString& reason) {
         QCoreApplication::exit(fail(isTaken ? kExitNameTaken : kExitFailed, reason));
     };
-    link = publishTree(installation, options, events, error);
+    link = publishTree(server, options, events, error);
     return link != nullptr;
 }
 
@@ -90,7 +90,7 @@ int run(KoltaSimulation::SimulatedServer& server, const Options& options)
     // The first to go, so that others see the server leave.
     std::unique_ptr<QObject> link;
     QString error;
-    if (!publish(installation, options, link, error))
+    if (!publish(server, options, link, error))
         return fail(kExitWrongUsage, error);
     return QCoreApplication::exec();
 }

@@ -29,7 +29,7 @@ constexpr OptionText kOptions[] = {
     {"tls-clients", "FILE", nullptr,
      "Clients must show a certificate that the authority in FILE (PEM) has signed; it names the user."},
     {"users", "FILE", nullptr,
-     "Only users of this file who hold the right may give commands; needs --tls-clients."},
+     "Only users of this file who hold the right may give orders; needs --tls-clients or --publish."},
     {"plain-network", nullptr, nullptr,
      "Listens without TLS also where others than this machine can reach it."},
     {"log", nullptr, nullptr, "Prints links, requests, orders and misbehaviours as they happen (on stderr)."},
@@ -85,8 +85,9 @@ QString problemOfCombination(const Arguments& given)
 {
     if (given.has("tls-clients") && !given.has("tls"))
         return QStringLiteral("--tls-clients: expected --tls with it");
-    if (given.has("users") && !given.has("tls-clients"))
-        return QStringLiteral("--users: expected --tls-clients with it, or nobody is known by name");
+    if (given.has("users") && !given.has("tls-clients") && !given.has("publish"))
+        return QStringLiteral(
+            "--users: expected --tls-clients or --publish with it, or nobody is known by name");
     if (given.value("publish").isEmpty() &&
         (given.has("publish") || given.has("branch") || given.has("take-over")))
         return QStringLiteral("--branch and --take-over belong to --publish, which expects a URL");

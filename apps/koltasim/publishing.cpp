@@ -1,15 +1,77 @@
 #include "publishing.h"
 
+#include <simulation/audit.h>
 #include <simulation/installation.h>
+#include <simulation/simulatedserver.h>
+
+#include <koltacommon/guidtext.h>
+#include <koltacommon/servernodes.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 
 #include <distribution/treelink.h>
+#include <distribution/wishaudit.h>
 
-std::unique_ptr<QObject> publishTree(const KoltaSimulation::Installation& installation,
-                                     const Options& options, const PublishingEvents& events, QString& error)
+namespace {
+
+using distribution::Operation;
+using KoltaSimulation::SimulatedServer;
+
+/// What clients may write, if their users have the rights.
+class Door final : public distribution::IWritePolicy
+{
+public:
+    Door(const SimulatedServer& server, const QString& administration)
+        : m_server(server), m_administration(administration + QLatin1Char('/')), m_places(administration)
+    {
+    }
+    bool Allows(const Request& request) const override
+    {
+        return m_places.Allows(request) && objectionTo(request).isEmpty();
+    }
+    QString WhyNot(const Request& request) const override
+    {
+        return m_places.Allows(request) ? objectionTo(request) : m_places.WhyNot(request);
+    }
+    void Execute(const distribution::Writer& writer, const std::function<void()>& wish) override
+    {
+        const KoltaSimulation::OrdererScope scope(
+            {QString::fromStdString(writer.user), distribution::PlaceOf(writer)});
+        wish();
+    }
+
+private:
+    QString objectionTo(const Request& request) const
+    {
+        using namespace Kolta::ServerNodes;
+        if (request.operation == Operation::Remove)
+            return QString();
+        // Collections stand beside the administrative node.
+        const QString node = request.operation == Operation::Commands
+                                 ? QStringLiteral("ShortTime")
+                                 : request.path.mid(m_administration.size());
+        const auto* const there = values::Tree::Instance().FindAs<values::StringValue>(request.path);
+        const QString text = request.operation == Operation::Announce
+                                 ? (there ? there->GetValue() : QString())
+                                 : QString::fromStdString(request.content);
+        const QString stopped =
+            node == name(eStopResource) ? m_server.kindOf(Kolta::guidFromText(text)) : QString();
+        return m_server.rights().objectionTo(QString::fromStdString(request.writer.user), node, text,
+                                             stopped);
+    }
+
+    const SimulatedServer& m_server;
+    const QString m_administration;
+    const distribution::ServerPolicy m_places;
+};
+
+} // namespace
+
+std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Options& options,
+                                     const PublishingEvents& events, QString& error)
 {
     using namespace distribution;
+    const KoltaSimulation::Installation& installation = server.installation();
     const QString branch = options.branch.isEmpty() ? installation.serverName() : options.branch;
     auto linkOptions = BrokerAddress::FromCommandLine(options.publish, error)
                            ? LinkOptions::FromConfiguration(options.publish, error, branch)
@@ -36,13 +98,13 @@ std::unique_ptr<QObject> publishTree(const KoltaSimulation::Installation& instal
                          events.failed(state != PublicationState::Forbidden, reason);
                      });
     link->publish(branch, roots, administration + QStringLiteral("/WorkingState"),
-                  std::make_unique<ServerPolicy>(administration));
+                  std::make_unique<Door>(server, administration));
     return link;
 }
 
 #else
 
-std::unique_ptr<QObject> publishTree(const KoltaSimulation::Installation& /*installation*/,
+std::unique_ptr<QObject> publishTree(const KoltaSimulation::SimulatedServer& /*server*/,
                                      const Options& /*options*/, const PublishingEvents& /*events*/,
                                      QString& error)
 {

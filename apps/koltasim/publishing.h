@@ -9,7 +9,7 @@
 #include <memory>
 
 namespace KoltaSimulation {
-class Installation;
+class SimulatedServer;
 }
 
 /// What is told of a published tree.
@@ -20,7 +20,7 @@ struct PublishingEvents
     std::function<void(bool isTaken, const QString& reason)> failed;
 };
 
-/// Shares the value tree of the server as the options say, for as long as the result lives. Null, and why in
-/// one line, when that cannot be done.
-std::unique_ptr<QObject> publishTree(const KoltaSimulation::Installation& installation,
-                                     const Options& options, const PublishingEvents& events, QString& error);
+/// Shares the value tree of the server as the options say, for as long as the result lives; what others write
+/// there needs the rights that the server asks for. Null, and why in one line, when that cannot be done.
+std::unique_ptr<QObject> publishTree(const KoltaSimulation::SimulatedServer& server, const Options& options,
+                                     const PublishingEvents& events, QString& error);

@@ -54,7 +54,6 @@ std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandL
         return simulate(line);
     }
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
-    started->m_folder = Installation::sampleFolder();
     started->m_mirror = TreeMirror::join(line);
     return started->m_mirror ? started : nullptr;
 }

@@ -5,6 +5,8 @@
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 
+#include <simulation/commandrights.h>
+#include <startup/cfgcenter.h>
 #include <usermanagement/activeuserproxy.h>
 
 namespace KoltaCli {
@@ -13,6 +15,13 @@ using Kolta::UserRights;
 using Nax::ActiveUserProxy;
 
 namespace {
+
+QString fileOf(const EmbeddedInstallation& installation)
+{
+    return installation.isSimulated()
+               ? installation.folder() + QStringLiteral("/users.xml")
+               : Startup::CfgCenter::Instance().Text(QStringLiteral("Users"), QStringLiteral("File"));
+}
 
 QString problemOfLogIn(const QString& name)
 {
@@ -28,9 +37,7 @@ QString problemOfLogIn(const QString& name)
 
 UserRights::eManagementRight rightToRun(const QString& kind)
 {
-    if (kind == QLatin1String("SCP"))
-        return UserRights::StartAndStopScp;
-    return kind == QLatin1String("MCP") ? UserRights::StartAndStopMcp : UserRights::StartAndStopFfp;
+    return KoltaSimulation::CommandRights::rightToRun(kind);
 }
 
 Option Users::option()
@@ -42,8 +49,13 @@ Users::Users(const EmbeddedInstallation& installation, const CommandLine& line)
     : m_rights(UserRights::Instance())
 {
     m_rights.Initialize();
+    const QString file = fileOf(installation);
+    m_asked = !file.isEmpty();
     QString problem;
-    if (!m_rights.InitForStandalone(installation.folder() + QStringLiteral("/users.xml")))
+    if (!m_asked && line.isSet("user"))
+        problem = QStringLiteral("--user needs the file of the users, which the configuration names in "
+                                 "Users/File; the servers decide by the user of the broker");
+    else if (!m_rights.InitForStandalone(file))
         problem = ActiveUserProxy::Instance().ConfigurationError();
     else if (line.isSet("user"))
         problem = problemOfLogIn(line.value("user"));
@@ -59,7 +71,7 @@ Users::~Users()
 
 bool Users::may(UserRights::eManagementRights rights) const
 {
-    if (m_rights.IsUserAllowedTo(rights))
+    if (!m_asked || m_rights.IsUserAllowedTo(rights))
         return true;
     QStringList missing;
     for (int i = 0; i < UserRights::GetNumberOfRights(); ++i) {

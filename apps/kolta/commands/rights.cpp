@@ -48,6 +48,11 @@ int rights(const CommandLine& line, const EmbeddedInstallation& installation)
     const Users users(installation, line);
     if (!users.areKnown())
         return eExitFailed;
+    if (!users.areAskedHere()) {
+        printError(QStringLiteral("the servers decide what their users may do; to look into their file here, "
+                                  "name it in the configuration as Users/File"));
+        return eExitFailed;
+    }
     if (line.json())
         printObjects(UserRights::Instance());
     else
@@ -61,9 +66,8 @@ Command rightsCommand()
 {
     return {"rights",
             "list what the user may do",
-            "Lists the management rights, and which of them the user who is logged in to a simulated "
-            "installation "
-            "inside this process holds.",
+            "Lists the management rights, and which of them the user who is logged in holds: to a simulated "
+            "installation inside this process, or by the file that the configuration names in Users/File.",
             {},
             EmbeddedInstallation::options({Users::option()}),
             with(EmbeddedInstallation::start, rights)};
