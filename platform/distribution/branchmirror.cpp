@@ -103,6 +103,14 @@ Output BranchMirror::OnTime(qint64 nowMs)
     return finish();
 }
 
+void BranchMirror::Abandon()
+{
+    for (const Change& change : m_tree.TakeChanges())
+        tellAuthor(change, WishResult::Unknown);
+    for (const auto& channel : m_channels)
+        channel.second->Abandon();
+}
+
 std::vector<ChannelNumber> BranchMirror::GetNumbers() const
 {
     std::vector<ChannelNumber> numbers;

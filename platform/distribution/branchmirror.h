@@ -64,8 +64,8 @@ public:
     virtual void ApplyState(const QString& path, qint32 type, const Bytes& state,
                             const std::vector<Content>& own) = 0;
     virtual void OnWishFailed(const FailedWish& wish) = 0;
-    /// The owner has executed a change that has an author.
-    virtual void OnWishDone(const Change& /*change*/) {}
+    /// A change that has an author was executed, or nobody will hear what became of it (Unknown).
+    virtual void OnAuthorsWish(const Change& /*change*/, WishResult /*result*/) {}
     virtual void OnStateChanged(BranchState state) = 0;
 };
 
@@ -106,6 +106,9 @@ public:
     /// come.
     Output OnTime(qint64 nowMs);
 
+    /// Nothing is to follow: authors are told that nobody will hear what becomes of their changes.
+    void Abandon();
+
     BranchState GetState() const noexcept { return m_state; }
     /// Owner that is followed; null: none.
     const QUuid& GetEpoch() const noexcept { return m_epoch; }
@@ -135,7 +138,11 @@ private:
     void applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);
     void applyState(const QString& path, qint32 type, const Bytes& state, const std::vector<Content>& own);
     void failed(const FailedWish& wish) { m_tree.OnWishFailed(wish); }
-    void done(const Change& change) { m_tree.OnWishDone(change); }
+    void tellAuthor(const Change& change, WishResult result)
+    {
+        if (change.author)
+            m_tree.OnAuthorsWish(change, result);
+    }
     Bytes upTopic() const { return m_topics.Up(m_settings.branch, m_settings.user, m_settings.session); }
 
     void route(Changes changes);

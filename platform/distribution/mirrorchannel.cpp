@@ -57,6 +57,15 @@ void MirrorChannel::RemoveAll()
         m_mirror.apply(RemoveChange(item->second.path));
 }
 
+void MirrorChannel::Abandon()
+{
+    Paths ended;
+    for (const OpenWish& wish : m_own.TakeAll(ended)) {
+        for (const Change& change : wish.changes)
+            m_mirror.tellAuthor(change, WishResult::Unknown);
+    }
+}
+
 void MirrorChannel::OnUp()
 {
     m_subscribed = false;
@@ -370,8 +379,8 @@ void MirrorChannel::report(const OpenWish& wish, const Failures& failures)
                                           [i](const Failure& candidate) { return candidate.index == i; });
         if (failure != failures.end())
             m_mirror.failed({failure->result, failure->reason, change, truthOf(change.path)});
-        else if (change.author)
-            m_mirror.done(change);
+        else
+            m_mirror.tellAuthor(change, WishResult::Executed);
     }
 }
 

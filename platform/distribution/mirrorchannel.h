@@ -30,6 +30,8 @@ public:
     void Restart(const QString& reason);
     /// The owner has left and taken its content along.
     void RemoveAll();
+    /// See BranchMirror::Abandon().
+    void Abandon();
     void OnUp();
     void OnDown();
 

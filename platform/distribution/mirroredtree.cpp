@@ -306,9 +306,10 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
     }
 }
 
-void MirroredTree::OnWishDone(const Change& change)
+void MirroredTree::OnAuthorsWish(const Change& change, WishResult result)
 {
-    tellAuthor(change, IWishAuthor::WishEnd::Done, change.content);
+    const bool isDone = result == WishResult::Executed;
+    tellAuthor(change, isDone ? IWishAuthor::WishEnd::Done : IWishAuthor::WishEnd::Failed, change.content);
 }
 
 /// Whether the author sees to it itself.

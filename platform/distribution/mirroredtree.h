@@ -41,7 +41,7 @@ public:
     void ApplyState(const QString& path, qint32 type, const Bytes& state,
                     const std::vector<Content>& own) override;
     void OnWishFailed(const FailedWish& wish) override;
-    void OnWishDone(const Change& change) override;
+    void OnAuthorsWish(const Change& change, WishResult result) override;
     void OnStateChanged(BranchState state) override { m_events.stateChanged(state); }
 
 private:

@@ -72,8 +72,10 @@ MirrorLink::MirrorLink(ChangeCollector& collector, StatePacker& packer, std::uni
 
 MirrorLink::~MirrorLink()
 {
-    for (const auto& [name, branch] : m_branches)
+    for (const auto& [name, branch] : m_branches) {
         branch->driver.Stop();
+        branch->mirror.Abandon();
+    }
     if (m_isUp)
         m_carrier->Publish(
             {m_topics.Presence(m_options.User(), m_options.session), {}, Delivery::AtLeastOnce, true, 0});

@@ -106,6 +106,58 @@ private Q_SLOTS:
         QVERIFY(!tree.Find(QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")));
     }
 
+    /// Rights decide at the owner: what is refused is undone and names the right, and all is written down,
+    /// also by those who carry it out later.
+    void rightsAtTheDoor()
+    {
+        auto server =
+            simulator({QStringLiteral("--users"), installationFolder() + QStringLiteral("/users.xml")});
+        server->line();
+        QCOMPARE(server->line(), QStringLiteral("published as S1"));
+        const QString base = QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION/");
+        const struct
+        {
+            const char* user;
+            const char* node;
+            const char* missing;
+        } orders[] = {{"visitor", "stopAll", "StopJobsAndTasks"},
+                      {"visitor", "RequestsNode/id", "StartAndStopFfp"},
+                      {"visitor", "StopResource", "StartAndStopFfp"},
+                      {"nobody", "Quit", "TerminateServices"},
+                      {"operator", "ChangedTuners", "AdministrateSubsystem"},
+                      {"operator", "stopAll", ""}};
+        for (const auto& order : orders) {
+            QString error;
+            LinkOptions options = *LinkOptions::FromConfiguration(m_broker.url(), error);
+            options.mqtt.address.user = order.user;
+            values::Tree tree;
+            TreeLink link(tree, options);
+            const QSignalSpy failed(&link, &TreeLink::si_WishFailed);
+            link.mirror({QStringLiteral("S1")});
+            QVERIFY(link.waitForLive({QStringLiteral("S1")}, kPatience));
+            const QString path = base + QLatin1String(order.node);
+            const QString text = QStringLiteral("please");
+            if (auto* const value = tree.FindAs<values::StringValue>(path))
+                value->SetValue(text);
+            else
+                tree.Emplace<values::StringValue>(path, text);
+            const bool refused = *order.missing != 0;
+            const QByteArray reason = QByteArray(order.user) + " lacks the right " + order.missing;
+            const QByteArray place = "/" + QCoreApplication::applicationName().toUtf8();
+            const QByteArray audit =
+                path.toUtf8() + (refused ? ": refused, " + reason : QByteArray(": done"));
+            QTRY_VERIFY2_WITH_TIMEOUT((m_told += server->readAllStandardError()).contains(audit),
+                                      m_told.constData(), kPatience);
+            QTRY_COMPARE_WITH_TIMEOUT(failed.size(), int(refused), kPatience);
+            QVERIFY(!refused || failed.first().at(1).toString().endsWith(QString::fromLatin1(reason)));
+            QVERIFY(m_told.contains(QByteArray(order.user) + " from ") && m_told.contains(place));
+        }
+        QTRY_VERIFY_WITH_TIMEOUT((m_told += server->readAllStandardError()).contains(": stop all: done"),
+                                 kPatience);
+        QVERIFY(!m_told.contains("unknown user"));
+        m_told.clear();
+    }
+
     /// One command starts everything; every program of this user is admitted with the URL alone; and nothing
     /// is left behind, whatever has died meanwhile.
     void wholeInstallation_data()

@@ -111,7 +111,7 @@ QString listOf(const QStringList& guids)
 QStringList guidsIn(const QString& text)
 {
     HWProcessingOverview list;
-    list.SetXmlString(text, false);
+    TavikXmlHelpers::parseResourceManagementObject(list, text); // there may be none
     QStringList guids;
     for (const HWProcessing& item : list.GetHWProcessing())
         guids.append(item.GetGUID());
@@ -283,6 +283,12 @@ private Q_SLOTS:
     /// one stands upon what is there.
     void ownerGone()
     {
+        m_observer->appendHardwareProcessingInfo(entry("never sent"_s));
+        m_mine->link.reset();
+        m_mine->join();
+        m_mine->link->mirror({"*"_s});
+        m_mine->waitForServer();
+        QTRY_COMPARE(guidsIn(m_mine->text(hardware)), QStringList("old"_s));
         m_observer->appendHardwareProcessingInfo(entry("a"_s));
         m_server->link.reset();
         m_server->value(hardware)->SetValue(listOf({"new"_s}));
@@ -290,8 +296,11 @@ private Q_SLOTS:
         m_server->publish();
         QTRY_VERIFY(!m_mine->failures.isEmpty());
         QTRY_COMPARE(guidsIn(m_observer->getActiveHWProcessorsAsString()), QStringList("new"_s));
+        QTRY_COMPARE(guidsIn(m_other->text(hardware)), QStringList("new"_s));
         m_observer->appendHardwareProcessingInfo(entry("b"_s));
-        QTRY_COMPARE(guidsIn(m_server->text(hardware)), QStringList({"b"_s, "new"_s}));
+        TextWriter<HWProcessingOverview> list;
+        list.write(m_other->value(hardware), [](auto& o) { o.EditHWProcessing().append(entry("c"_s)); });
+        QTRY_COMPARE(guidsIn(m_server->text(hardware)), QStringList({"b"_s, "c"_s, "new"_s}));
         QCOMPARE(m_mine->failures.size(), 1);
     }
 

@@ -48,9 +48,11 @@ void WholeTextWriter::OnWishMade(ValueBase& value)
 bool WholeTextWriter::OnWishEnded(ValueBase* value, WishEnd end, const QString& written, const QString& valid)
 {
     const auto wish = std::find(m_open.begin(), m_open.end(), written);
-    if (!value || m_value.Get() != value || wish == m_open.end())
+    if ((value && m_value.Get() != value) || wish == m_open.end())
         return false;
     m_open.erase(wish);
+    if (!value)
+        return false;
     if (end == WishEnd::Done)
         m_before = written;
     m_isConflicted = m_isConflicted || end == WishEnd::Conflict;
