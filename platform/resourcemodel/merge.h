@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resourcemodel/export.h>
 #include <resourcemodel/rgobject.h>
 
 namespace REPORTGENERATOR {
@@ -11,6 +12,7 @@ namespace REPORTGENERATOR {
 /// their content. New ones come last, one that the target has by now stays as it is there, and what either
 /// side has removed is removed. Fields are taken one by one, texts of a list too; where both have changed the
 /// same, `mine` counts, but numbers of things are added up. The order of a list is the target's.
-void MergeChanges(const IRGObject& before, const IRGObject& mine, IRGObject& target);
+KOLTA_RESOURCEMODEL_EXPORT void MergeChanges(const IRGObject& before, const IRGObject& mine,
+                                             IRGObject& target);
 
 } // namespace REPORTGENERATOR

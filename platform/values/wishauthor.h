@@ -1,5 +1,7 @@
 #pragma once
 
+#include <values/export.h>
+
 #include <QString>
 
 namespace values {
@@ -10,7 +12,7 @@ class ValueBase;
 /// on them: an IObserver that is also this. Such changes are made by comparison, so a change that was made in
 /// ignorance of another one is a conflict, and its author may make it anew upon what is there by then. On the
 /// tree's thread.
-class IWishAuthor
+class KOLTA_VALUES_EXPORT IWishAuthor
 {
 public:
     virtual ~IWishAuthor();

@@ -12,234 +12,220 @@ class TestBranch : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void joinAndChange();
-    void ownValueWhileUnderWay_data();
-    void ownValueWhileUnderWay();
-    void requestsReadAndRemoved();
-    void announcementsOnce();
-    void collectionKeepsOwnKeys();
-    void refusedCommandsAreUndone();
-    void manyWishesAreGathered();
-    void largeContents();
-    void manyJoin();
+    void joinAndChange()
+    {
+        Installation all;
+        QCOMPARE(all.A().tree.states, (std::vector<BranchState>{BranchState::Joining, BranchState::Live}));
+        QVERIFY(all.Same());
+        QCOMPARE(all.A().tree.heard.back().path, sentinel);
+        const std::size_t start = all.A().tree.heard.size();
+        all.owner->Do(set(second, "1"));
+        all.owner->Do(add(root + QStringLiteral("/c"), "2"));
+        all.owner->Do(set(first, "3"));
+        all.owner->Do(RemoveChange(second));
+        all.owner->Do(ModelTree::Commands(map, "Sk=1;"));
+        all.world.Run(10);
+        QCOMPARE(heardSince(all.A().tree, start).substr(0, 14), Bytes("b=1 c=2 a=3 b-"));
+        QVERIFY(all.Same());
+        QCOMPARE(all.A().tree.At(map, "k"), Bytes("1"));
+        QCOMPARE(all.owner->published[TopicKind::Log], 2);
+    }
+
+    void ownValueWhileUnderWay_data()
+    {
+        const Rows<Bytes, bool, Bytes, Bytes> row("answer guest meanwhile result");
+        row("executed", Bytes(), false, Bytes(), Bytes("mine"));
+        row("answered", Bytes("yours"), false, Bytes(), Bytes("yours"));
+        row("after another's", Bytes(), false, Bytes("theirs"), Bytes("mine"));
+        row("refused", Bytes(), true, Bytes(), Bytes("a"));
+        row("refused after another's", Bytes(), true, Bytes("theirs"), Bytes("theirs"));
+    }
+
+    /// Until the owner has dealt with it the own content stays; then the owner's counts.
+    void ownValueWhileUnderWay()
+    {
+        QFETCH(Bytes, answer);
+        QFETCH(Bytes, meanwhile);
+        QFETCH(bool, guest);
+        Installation all;
+        MirrorPeer& writer = guest ? all.B() : all.A();
+        all.owner->tree.executing = [&](const Writer&, const Change& change) {
+            if (!answer.empty())
+                all.owner->tree.Do(set(change.path, answer));
+        };
+        if (!meanwhile.empty())
+            all.owner->Do(set(first, meanwhile));
+        writer.Do(set(first, "mine"));
+        // The owner's log comes before the owner has the wish.
+        all.owner->OnTime(all.world.now);
+        all.world.broker.Advance(all.world.now);
+        QCOMPARE(writer.tree.At(first), Bytes("mine"));
+        all.world.Run(10);
+        QTEST(writer.tree.At(first), "result");
+        QCOMPARE(writer.tree.failed.size(), std::size_t(guest));
+        QCOMPARE(writer.mirror->GetOpenWishes(), std::size_t(0));
+        QVERIFY(all.Same());
+    }
+
+    void requestsReadAndRemoved()
+    {
+        Installation all;
+        all.owner->tree.executing = [&](const Writer&, const Change& change) {
+            all.owner->tree.Do(RemoveChange(change.path));
+            all.owner->tree.Do(set(second, "started"));
+            all.owner->tree.Do(set(first, "accepted"));
+        };
+        const std::size_t start = all.A().tree.heard.size();
+        all.A().Do(add(root + QStringLiteral("/q1"), "please"));
+        all.world.Run(10);
+        QVERIFY(all.Same());
+        QCOMPARE(heardSince(all.A().tree, start), Bytes("q1=please q1- b=started a=accepted"));
+    }
+
+    void announcementsOnce()
+    {
+        Installation all;
+        all.world.broker.SetWeather({30, 0, 60, false});
+        all.owner->tree.executing = [&](const Writer&, const Change& change) {
+            if (change.operation == Operation::Announce)
+                all.owner->tree.Do(AnnounceChange(second, 900 + change.code));
+        };
+        const std::size_t a = all.A().tree.heard.size();
+        const std::size_t b = all.B().tree.heard.size();
+        for (int code = 1; code <= 3; ++code) {
+            all.A().Do(AnnounceChange(first, code));
+            all.world.Run(1);
+        }
+        all.world.Run(20000);
+        QCOMPARE(heardSince(all.A().tree, a), Bytes("b!901 b!902 b!903"));
+        QCOMPARE(heardSince(all.B().tree, b), Bytes("a!1 b!901 a!2 b!902 a!3 b!903"));
+    }
+
+    void collectionKeepsOwnKeys()
+    {
+        Installation all(1U << 20U, 40);
+        all.owner->Do(ModelTree::Commands(map, "Sx=1;Sy=1;"));
+        all.world.Run(200);
+        all.owner->Do(ModelTree::Commands(map, "Sx=2;C;Sz=2;"));
+        all.owner->OnTime(all.world.now);
+        all.A().Do(ModelTree::Commands(map, "Sx=mine;"));
+        all.A().OnTime(all.world.now);
+        std::set<Bytes> seen;
+        for (int i = 0; i < 100; ++i) {
+            all.world.Run(1);
+            seen.insert(all.A().tree.At(map, "x"));
+        }
+        QCOMPARE(seen, std::set<Bytes>{"mine"});
+        all.world.Run(1000);
+        QVERIFY(all.Same());
+        QCOMPARE(all.owner->tree.At(map, "x"), Bytes("mine"));
+        QCOMPARE(all.owner->tree.At(map, "y"), Bytes("none"));
+        // Nor does a state hide them, which is fetched because an entry did not fit.
+        const QString branch = QStringLiteral("S1");
+        const quint64 next = all.A().mirror->GetNumbers()[1].number + 1;
+        Change unknown = ModelTree::Commands(map, "C;");
+        unknown.id = 4000;
+        all.Intrude(Topics().Log(branch, 1),
+                    EncodeLogHead(idOf(1), next, 1) + EncodeEntry({QUuid(), 0, {}, {unknown}}));
+        all.world.Run(45);
+        StateCut cut{idOf(1), next, all.owner->owner->GetSnapshot(1), Topics().State(branch, 1), 1000, 0};
+        cut.snapshot.items[0].content = MakeContent("Sx=2;Sw=2;");
+        all.A().Do(ModelTree::Commands(map, "Sx=again;"));
+        all.A().OnTime(all.world.now);
+        all.A().carrier.onMessage(Topics().State(branch, 1) + "/0", Pack(cut)[0].payload);
+        QCOMPARE(all.A().tree.At(map, "w"), Bytes("2"));
+        QCOMPARE(all.A().tree.At(map, "x"), Bytes("again"));
+    }
+
+    void refusedCommandsAreUndone()
+    {
+        Installation all;
+        all.owner->Do(ModelTree::Commands(map, "Sx=1;Sy=1;"));
+        all.world.Run(100);
+        all.B().Do(ModelTree::Commands(map, "C;Sx=mine;"));
+        all.world.Run(2000);
+        QVERIFY(all.Same());
+        QCOMPARE(all.B().tree.failed.size(), std::size_t(1));
+        QVERIFY(all.B().tree.failed[0].change.scope.everyKey);
+        // Nobody but the owner makes collections.
+        const QString other = root + QStringLiteral("/other");
+        all.A().Do(AddChange(other, ModelTree::collection, nullptr));
+        all.world.Run(2000);
+        QCOMPARE(all.A().tree.items.count(other), std::size_t(0));
+        QVERIFY(all.Same());
+    }
+
+    void manyWishesAreGathered()
+    {
+        Installation all;
+        int executed = 0;
+        all.owner->tree.executing = [&](const Writer&, const Change& change) {
+            executed += BytesOf(change.content) == std::to_string(executed) ? 1 : 1000000;
+        };
+        all.owner->published.clear();
+        for (int i = 0; i < 2500; ++i) {
+            all.A().Do(set(first, std::to_string(i)));
+            all.A().OnTime(all.world.now);
+        }
+        QCOMPARE(all.A().published[TopicKind::Up], 1000 + 3); // with the asks for a beat and two states
+        all.world.Run(15);
+        QCOMPARE(executed, 2500);
+        QVERIFY(all.owner->published[TopicKind::Log] < 10);
+        QVERIFY(all.Same());
+        // What nobody takes away must not pile up for ever.
+        all.world.broker.Restart(true, 100000);
+        all.world.Run(1);
+        for (int i = 0; i < 22; ++i) {
+            all.A().Do(set(first, Bytes(900000, 'x')));
+            all.A().OnTime(all.world.now);
+        }
+        QCOMPARE(all.A().tree.failed.front().result, WishResult::Overflow);
+        all.world.Run(11000);
+        QCOMPARE(all.A().tree.failed.back().result, WishResult::TooLate);
+        QCOMPARE(all.A().tree.failed.size(), std::size_t(22));
+        QCOMPARE(all.A().tree.At(first), Bytes("2499"));
+    }
+
+    void largeContents()
+    {
+        Bytes tuners;
+        for (int i = 0; i < 10000; ++i)
+            tuners += "<Tuner id=\"" + std::to_string(i * 7919) + "\" state=\"free\" level=\"" +
+                      std::to_string(i % 97) + "\"/>\n";
+        Installation all(100000);
+        all.owner->Do(add(root + QStringLiteral("/tuners"), tuners));
+        all.world.Run(5000);
+        QVERIFY(all.Same()); // by a state, since no entry of that size can be sent
+        QVERIFY(all.owner->published[TopicKind::State] >= 2);
+        all.owner->largest.clear();
+        tuners.replace(tuners.find("free", tuners.size() / 2), 4, "busy");
+        all.owner->Do(set(root + QStringLiteral("/tuners"), tuners));
+        all.world.Run(10);
+        QVERIFY(all.Same());
+        QVERIFY2(all.owner->largest[TopicKind::Log] <= 256,
+                 std::to_string(all.owner->largest[TopicKind::Log]).c_str());
+        // A writer's text is not cut into parts.
+        all.A().Do(set(first, Bytes(100000, 'x')));
+        all.world.Run(10);
+        QCOMPARE(all.A().tree.failed.back().result, WishResult::Refused);
+        QVERIFY(all.Same());
+    }
+
+    void manyJoin()
+    {
+        Installation all;
+        all.owner->Do(set(first, "newer"));
+        all.world.Run(2000);
+        all.world.broker.SetWeather({100, 0, 0, false});
+        const int states = all.owner->published[TopicKind::State];
+        for (int i = 0; i < 50; ++i)
+            all.StartMirror("many");
+        all.world.Run(5000);
+        for (const auto& mirror : all.mirrors)
+            QCOMPARE(mirror->tree.Dump(), all.owner->tree.Dump());
+        QVERIFY(all.owner->published[TopicKind::State] - states <= 2 * 2);
+    }
 };
-
-void TestBranch::joinAndChange()
-{
-    Installation all;
-    QCOMPARE(all.A().tree.states, (std::vector<BranchState>{BranchState::Joining, BranchState::Live}));
-    QVERIFY(all.Same());
-    QCOMPARE(all.A().tree.heard.back().path, sentinel);
-    const std::size_t start = all.A().tree.heard.size();
-    all.owner->Do(set(second, "1"));
-    all.owner->Do(add(root + QStringLiteral("/c"), "2"));
-    all.owner->Do(set(first, "3"));
-    all.owner->Do(RemoveChange(second));
-    all.owner->Do(ModelTree::Commands(map, "Sk=1;"));
-    all.world.Run(10);
-    QCOMPARE(heardSince(all.A().tree, start).substr(0, 14), Bytes("b=1 c=2 a=3 b-"));
-    QVERIFY(all.Same());
-    QCOMPARE(all.A().tree.At(map, "k"), Bytes("1"));
-    QCOMPARE(all.owner->published[TopicKind::Log], 2);
-}
-
-void TestBranch::ownValueWhileUnderWay_data()
-{
-    QTest::addColumn<Bytes>("answer"); // what the owner's observer makes of it
-    QTest::addColumn<bool>("guest");
-    QTest::addColumn<Bytes>("meanwhile"); // what the owner had written just before
-    QTest::addColumn<Bytes>("result");
-    addRow("executed", Bytes(), false, Bytes(), Bytes("mine"));
-    addRow("answered", Bytes("yours"), false, Bytes(), Bytes("yours"));
-    addRow("after another's", Bytes(), false, Bytes("theirs"), Bytes("mine"));
-    addRow("refused", Bytes(), true, Bytes(), Bytes("a"));
-    addRow("refused after another's", Bytes(), true, Bytes("theirs"), Bytes("theirs"));
-}
-
-/// Until the owner has dealt with it the own content stays; then the owner's counts.
-void TestBranch::ownValueWhileUnderWay()
-{
-    QFETCH(Bytes, answer);
-    QFETCH(Bytes, meanwhile);
-    QFETCH(bool, guest);
-    Installation all;
-    MirrorPeer& writer = guest ? all.B() : all.A();
-    all.owner->tree.executing = [&](const Writer&, const Change& change) {
-        if (!answer.empty())
-            all.owner->tree.Do(set(change.path, answer));
-    };
-    if (!meanwhile.empty())
-        all.owner->Do(set(first, meanwhile));
-    writer.Do(set(first, "mine"));
-    // The owner's log comes before the owner has the wish.
-    all.owner->OnTime(all.world.now);
-    all.world.broker.Advance(all.world.now);
-    QCOMPARE(writer.tree.At(first), Bytes("mine"));
-    all.world.Run(10);
-    QTEST(writer.tree.At(first), "result");
-    QCOMPARE(writer.tree.failed.size(), std::size_t(guest));
-    QCOMPARE(writer.mirror->GetOpenWishes(), std::size_t(0));
-    QVERIFY(all.Same());
-}
-
-void TestBranch::requestsReadAndRemoved()
-{
-    Installation all;
-    all.owner->tree.executing = [&](const Writer&, const Change& change) {
-        all.owner->tree.Do(RemoveChange(change.path));
-        all.owner->tree.Do(set(second, "started"));
-        all.owner->tree.Do(set(first, "accepted"));
-    };
-    const std::size_t start = all.A().tree.heard.size();
-    all.A().Do(add(root + QStringLiteral("/q1"), "please"));
-    all.world.Run(10);
-    QVERIFY(all.Same());
-    QCOMPARE(heardSince(all.A().tree, start), Bytes("q1=please q1- b=started a=accepted"));
-}
-
-void TestBranch::announcementsOnce()
-{
-    Installation all;
-    all.world.broker.SetWeather({30, 0, 60, false});
-    all.owner->tree.executing = [&](const Writer&, const Change& change) {
-        if (change.operation == Operation::Announce)
-            all.owner->tree.Do(AnnounceChange(second, 900 + change.code));
-    };
-    const std::size_t a = all.A().tree.heard.size();
-    const std::size_t b = all.B().tree.heard.size();
-    for (int code = 1; code <= 3; ++code) {
-        all.A().Do(AnnounceChange(first, code));
-        all.world.Run(1);
-    }
-    all.world.Run(20000);
-    QCOMPARE(heardSince(all.A().tree, a), Bytes("b!901 b!902 b!903"));
-    QCOMPARE(heardSince(all.B().tree, b), Bytes("a!1 b!901 a!2 b!902 a!3 b!903"));
-}
-
-void TestBranch::collectionKeepsOwnKeys()
-{
-    Installation all(1U << 20U, 40);
-    all.owner->Do(ModelTree::Commands(map, "Sx=1;Sy=1;"));
-    all.world.Run(200);
-    all.owner->Do(ModelTree::Commands(map, "Sx=2;C;Sz=2;"));
-    all.owner->OnTime(all.world.now);
-    all.A().Do(ModelTree::Commands(map, "Sx=mine;"));
-    all.A().OnTime(all.world.now);
-    std::set<Bytes> seen;
-    for (int i = 0; i < 100; ++i) {
-        all.world.Run(1);
-        seen.insert(all.A().tree.At(map, "x"));
-    }
-    QCOMPARE(seen, std::set<Bytes>{"mine"});
-    all.world.Run(1000);
-    QVERIFY(all.Same());
-    QCOMPARE(all.owner->tree.At(map, "x"), Bytes("mine"));
-    QCOMPARE(all.owner->tree.At(map, "y"), Bytes("none"));
-    // Nor does a state hide them, which is fetched because an entry did not fit.
-    const QString branch = QStringLiteral("S1");
-    const quint64 next = all.A().mirror->GetNumbers()[1].number + 1;
-    Change unknown = ModelTree::Commands(map, "C;");
-    unknown.id = 4000;
-    all.Intrude(Topics().Log(branch, 1),
-                EncodeLogHead(idOf(1), next, 1) + EncodeEntry({QUuid(), 0, {}, {unknown}}));
-    all.world.Run(45);
-    StateCut cut{idOf(1), next, all.owner->owner->GetSnapshot(1), Topics().State(branch, 1), 1000, 0};
-    cut.snapshot.items[0].content = MakeContent("Sx=2;Sw=2;");
-    all.A().Do(ModelTree::Commands(map, "Sx=again;"));
-    all.A().OnTime(all.world.now);
-    all.A().carrier.onMessage(Topics().State(branch, 1) + "/0", Pack(cut)[0].payload);
-    QCOMPARE(all.A().tree.At(map, "w"), Bytes("2"));
-    QCOMPARE(all.A().tree.At(map, "x"), Bytes("again"));
-}
-
-void TestBranch::refusedCommandsAreUndone()
-{
-    Installation all;
-    all.owner->Do(ModelTree::Commands(map, "Sx=1;Sy=1;"));
-    all.world.Run(100);
-    all.B().Do(ModelTree::Commands(map, "C;Sx=mine;"));
-    all.world.Run(2000);
-    QVERIFY(all.Same());
-    QCOMPARE(all.B().tree.failed.size(), std::size_t(1));
-    QVERIFY(all.B().tree.failed[0].change.scope.everyKey);
-    // Nobody but the owner makes collections.
-    const QString other = root + QStringLiteral("/other");
-    all.A().Do(AddChange(other, ModelTree::collection, nullptr));
-    all.world.Run(2000);
-    QCOMPARE(all.A().tree.items.count(other), std::size_t(0));
-    QVERIFY(all.Same());
-}
-
-void TestBranch::manyWishesAreGathered()
-{
-    Installation all;
-    int executed = 0;
-    all.owner->tree.executing = [&](const Writer&, const Change& change) {
-        executed += BytesOf(change.content) == std::to_string(executed) ? 1 : 1000000;
-    };
-    all.owner->published.clear();
-    for (int i = 0; i < 2500; ++i) {
-        all.A().Do(set(first, std::to_string(i)));
-        all.A().OnTime(all.world.now);
-    }
-    QCOMPARE(all.A().published[TopicKind::Up], 1000 + 3); // with the asks for a beat and two states
-    all.world.Run(15);
-    QCOMPARE(executed, 2500);
-    QVERIFY(all.owner->published[TopicKind::Log] < 10);
-    QVERIFY(all.Same());
-    // What nobody takes away must not pile up for ever.
-    all.world.broker.Restart(true, 100000);
-    all.world.Run(1);
-    for (int i = 0; i < 22; ++i) {
-        all.A().Do(set(first, Bytes(900000, 'x')));
-        all.A().OnTime(all.world.now);
-    }
-    QCOMPARE(all.A().tree.failed.front().result, WishResult::Overflow);
-    all.world.Run(11000);
-    QCOMPARE(all.A().tree.failed.back().result, WishResult::TooLate);
-    QCOMPARE(all.A().tree.failed.size(), std::size_t(22));
-    QCOMPARE(all.A().tree.At(first), Bytes("2499"));
-}
-
-void TestBranch::largeContents()
-{
-    Bytes tuners;
-    for (int i = 0; i < 10000; ++i)
-        tuners += "<Tuner id=\"" + std::to_string(i * 7919) + "\" state=\"free\" level=\"" +
-                  std::to_string(i % 97) + "\"/>\n";
-    Installation all(100000);
-    all.owner->Do(add(root + QStringLiteral("/tuners"), tuners));
-    all.world.Run(5000);
-    QVERIFY(all.Same()); // by a state, since no entry of that size can be sent
-    QVERIFY(all.owner->published[TopicKind::State] >= 2);
-    all.owner->largest.clear();
-    tuners.replace(tuners.find("free", tuners.size() / 2), 4, "busy");
-    all.owner->Do(set(root + QStringLiteral("/tuners"), tuners));
-    all.world.Run(10);
-    QVERIFY(all.Same());
-    QVERIFY2(all.owner->largest[TopicKind::Log] <= 256,
-             std::to_string(all.owner->largest[TopicKind::Log]).c_str());
-    // A writer's text is not cut into parts.
-    all.A().Do(set(first, Bytes(100000, 'x')));
-    all.world.Run(10);
-    QCOMPARE(all.A().tree.failed.back().result, WishResult::Refused);
-    QVERIFY(all.Same());
-}
-
-void TestBranch::manyJoin()
-{
-    Installation all;
-    all.owner->Do(set(first, "newer"));
-    all.world.Run(2000);
-    all.world.broker.SetWeather({100, 0, 0, false});
-    const int states = all.owner->published[TopicKind::State];
-    for (int i = 0; i < 50; ++i)
-        all.StartMirror("many");
-    all.world.Run(5000);
-    for (const auto& mirror : all.mirrors)
-        QCOMPARE(mirror->tree.Dump(), all.owner->tree.Dump());
-    QVERIFY(all.owner->published[TopicKind::State] - states <= 2 * 2);
-}
 
 QTEST_GUILESS_MAIN(TestBranch)
 #include "tst_branch.moc"

@@ -1,13 +1,9 @@
-#include <distribution/localbroker.h>
-#include <distribution/treelink.h>
+#include "treeside.h"
 
-#include <values/tree.h>
-#include <values/value.h>
+#include <distribution/localbroker.h>
 
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimevalues.h>
-
-#include <QtTest>
 
 #include <csignal>
 #include <memory>
@@ -19,13 +15,6 @@ using values::StringValue;
 
 namespace {
 
-constexpr int kPatience = 8000;
-
-QString at(const char* name)
-{
-    return QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION/") + QLatin1String(name);
-}
-
 ShortTimeFFPAssignment assignment(const char* ffp, quint32 radio)
 {
     ShortTimeFFPAssignment made;
@@ -34,54 +23,15 @@ ShortTimeFFPAssignment assignment(const char* ffp, quint32 radio)
     return made;
 }
 
-/// A process's tree and its link, and what is said of it.
-struct Side : values::ITreeListener
+LinkOptions optionsFor(const LocalBroker& broker)
 {
-    explicit Side(const LocalBroker& broker)
-    {
-        QString error;
-        options = *LinkOptions::FromConfiguration(broker.url(), error);
-        options.beatMs = 200;
-        options.graceMs = 1000;
-        options.deathGraceMs = 300;
-        options.wishTimeoutMs = 2000;
-        tree.AddListener(this);
-    }
-    ~Side() override { tree.RemoveListener(this); }
-    void join()
-    {
-        link = std::make_unique<TreeLink>(tree, options);
-        QObject::connect(link.get(), &TreeLink::si_BranchChanged,
-                         [this](const QString&, BranchState state) { states << ToText(state); });
-        QObject::connect(link.get(), &TreeLink::si_PublicationFailed,
-                         [this](const QString&, PublicationState state, const QString& reason) {
-                             failures << (state == PublicationState::Displaced ? QStringLiteral("displaced")
-                                                                               : reason);
-                         });
-    }
-    void publish(std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>())
-    {
-        join();
-        QSignalSpy published(link.get(), &TreeLink::si_Published);
-        link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
-                      at("WorkingState"), std::move(policy));
-        QVERIFY(published.wait(kPatience));
-    }
-    void mirror()
-    {
-        join();
-        link->mirror({QStringLiteral("*")});
-        QVERIFY(link->waitForLive({QStringLiteral("S1")}, kPatience));
-    }
-    QString text(const char* name) const
-    {
-        const auto* const value = tree.FindAs<StringValue>(at(name));
-        return !value               ? QStringLiteral("none")
-               : value->IsDeleted() ? QStringLiteral("deleted")
-                                    : value->GetValue();
-    }
-    void set(const char* name, const QString& text) { tree.FindAs<StringValue>(at(name))->SetValue(text); }
+    QString error;
+    return *LinkOptions::FromConfiguration(broker.url(), error);
+}
 
+struct MapSide : Side
+{
+    explicit MapSide(const LocalBroker& broker) : Side(optionsFor(broker)) {}
     ShortTimeFFPAssignmentItemMap* map()
     {
         return tree.FindAs<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
@@ -95,28 +45,6 @@ struct Side : values::ITreeListener
         texts.sort();
         return texts.join(QLatin1Char(' ')) + QStringLiteral(" ?%1").arg(map()->GetPendingRequests().size());
     }
-
-    void OnItemAdded(values::TreeItem&) override {}
-    void OnItemRemoved(values::TreeItem&) override {}
-    void OnItemChanged(values::TreeItem& item, TChangeCode code, IObserver*) override
-    {
-        log << item.GetName() + QLatin1Char(':') + QString::number(code);
-    }
-    void OnItemAnnounced(values::TreeItem& item, TChangeCode code, IObserver*) override
-    {
-        log << item.GetName() + QLatin1Char('!') + QString::number(code);
-    }
-    void OnWishFailed(const QString& path, values::WishFailure failure, const QString&) override
-    {
-        failures << path.section(QLatin1Char('/'), -1) + QLatin1Char('=') + QString::number(int(failure));
-    }
-
-    values::Tree tree;
-    LinkOptions options;
-    QStringList log;
-    QStringList states;
-    QStringList failures;
-    std::unique_ptr<TreeLink> link; ///< the first to go
 };
 
 } // namespace
@@ -135,7 +63,7 @@ private Q_SLOTS:
     }
     void init()
     {
-        server = std::make_unique<Side>(*broker);
+        server = std::make_unique<MapSide>(*broker);
         server->tree.Emplace<values::SelectionValue>(at("WorkingState"),
                                                      QMap<int, QString>{{5, QStringLiteral("up")}}, 5);
         for (const char* const name : {"Resources", "ChangedTuners", "HardwareProcessing"})
@@ -149,7 +77,7 @@ private Q_SLOTS:
     void plainValues()
     {
         server->publish();
-        Side client(*broker);
+        MapSide client(*broker);
         client.mirror();
         QCOMPARE(client.text("Resources"), QStringLiteral("first"));
         QCOMPARE(client.tree.FindAs<values::SelectionValue>(at("WorkingState"))->GetStringValue(),
@@ -198,35 +126,6 @@ private Q_SLOTS:
         QCOMPARE(client.failures + server->failures, QStringList());
     }
 
-    /// What the owner does not allow is undone and told; of two that write the same whole text one is.
-    void wishesThatDoNotLast()
-    {
-        server->publish(
-            std::make_unique<ServerPolicy>(QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")));
-        Side one(*broker), other(*broker);
-        one.mirror();
-        other.mirror();
-        server->tree.Emplace<StringValue>(at("Status"), QStringLiteral("fine"));
-        QTRY_COMPARE_WITH_TIMEOUT(one.text("Status"), QStringLiteral("fine"), kPatience);
-        one.log.clear();
-        one.set("Status", QStringLiteral("mine"));
-        QTRY_COMPARE_WITH_TIMEOUT(one.failures, QStringList(QStringLiteral("Status=0")), kPatience);
-        QCOMPARE(one.text("Status"), QStringLiteral("fine"));
-        QCOMPARE(one.log.join(QLatin1Char(' ')), QStringLiteral("Status:3 Status:3"));
-
-        one.set("HardwareProcessing", QStringLiteral("first one"));
-        other.set("HardwareProcessing", QStringLiteral("first other"));
-        one.set("HardwareProcessing", QStringLiteral("first one two"));
-        QTRY_COMPARE_WITH_TIMEOUT(one.failures.size() + other.failures.size() > 1, true, kPatience);
-        Side& loser = one.failures.size() > 1 ? one : other;
-        QVERIFY2(loser.failures.last() == QStringLiteral("HardwareProcessing=1"),
-                 qPrintable(loser.failures.last()));
-        QTRY_VERIFY_WITH_TIMEOUT(one.text("HardwareProcessing") == server->text("HardwareProcessing"),
-                                 kPatience);
-        QTRY_VERIFY_WITH_TIMEOUT(other.text("HardwareProcessing") == server->text("HardwareProcessing"),
-                                 kPatience);
-    }
-
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
     /// aloud, and nobody sees anything vanish that is still there.
     void losses()
@@ -234,7 +133,7 @@ private Q_SLOTS:
         server->tree.Emplace<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
         server->map()->Add(assignment("a", 1));
         server->publish();
-        auto client = std::make_unique<Side>(*broker);
+        auto client = std::make_unique<MapSide>(*broker);
         client->mirror();
         QTRY_VERIFY_WITH_TIMEOUT(client->map() && client->items() == server->items(), kPatience);
 
@@ -292,7 +191,7 @@ private Q_SLOTS:
         server->map()->Add(null);
         client->map()->Add(empty);
         ::kill(static_cast<pid_t>(broker->pid()), SIGCONT);
-        const auto bytes = [](Side& side) {
+        const auto bytes = [](MapSide& side) {
             return Kolta::ShortTimeFFPAssignment_ItemFormat::toStandardString(
                 side.map()->At(QStringLiteral("d")));
         };
@@ -308,7 +207,7 @@ private Q_SLOTS:
     void oneOwner()
     {
         server->publish();
-        Side rival(*broker);
+        MapSide rival(*broker);
         rival.tree.Emplace<values::SelectionValue>(at("WorkingState"));
         rival.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("of the rival"));
         rival.join();
@@ -318,7 +217,7 @@ private Q_SLOTS:
         QVERIFY2(rival.failures.first().contains(QLatin1String("taken by host")),
                  qPrintable(rival.failures.first()));
 
-        Side client(*broker);
+        MapSide client(*broker);
         client.mirror();
         rival.options.takeOver = true;
         rival.publish();
@@ -330,7 +229,7 @@ private Q_SLOTS:
 
 private:
     std::unique_ptr<LocalBroker> broker;
-    std::unique_ptr<Side> server;
+    std::unique_ptr<MapSide> server;
 };
 
 QTEST_GUILESS_MAIN(TestTreeLink)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <values/lifetime.h>
 #include <values/value.h>
 #include <values/wishauthor.h>
@@ -18,7 +20,7 @@ namespace Kolta {
 /// loses no change of another process: where another one was faster, what this one has changed is made again
 /// in the text of that one, until it counts or fails for another reason. Lives on the value tree's thread; it
 /// may die while changes are under way, which are then not made again.
-class WholeTextWriter : public values::IWishAuthor
+class KOLTA_COMMON_EXPORT WholeTextWriter : public values::IWishAuthor
 {
 public:
     ~WholeTextWriter() override;
