@@ -41,13 +41,6 @@ struct Side : values::ITreeListener
         link.reset();
         link = carriers ? std::make_unique<TreeLink>(tree, carriers, options)
                         : std::make_unique<TreeLink>(tree, options);
-        QObject::connect(link.get(), &TreeLink::si_BranchChanged,
-                         [this](const QString&, BranchState state) { states << ToText(state); });
-        QObject::connect(link.get(), &TreeLink::si_PublicationFailed,
-                         [this](const QString&, PublicationState state, const QString& reason) {
-                             failures << (state == PublicationState::Displaced ? QStringLiteral("displaced")
-                                                                               : reason);
-                         });
     }
     void publish(std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>())
     {
@@ -92,7 +85,6 @@ struct Side : values::ITreeListener
     LinkOptions options;
     TreeLink::CarrierFactory carriers;
     QStringList log;
-    QStringList states;
     QStringList failures;
     std::unique_ptr<TreeLink> link; ///< the first to go
 };

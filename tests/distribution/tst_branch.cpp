@@ -82,25 +82,6 @@ private Q_SLOTS:
         QCOMPARE(heardSince(all.A().tree, start), Bytes("q1=please q1- b=started a=accepted"));
     }
 
-    void announcementsOnce()
-    {
-        Installation all;
-        all.world.broker.SetWeather({30, 0, 60, false});
-        all.owner->tree.executing = [&](const Writer&, const Change& change) {
-            if (change.operation == Operation::Announce)
-                all.owner->tree.Do(AnnounceChange(second, 900 + change.code));
-        };
-        const std::size_t a = all.A().tree.heard.size();
-        const std::size_t b = all.B().tree.heard.size();
-        for (int code = 1; code <= 3; ++code) {
-            all.A().Do(AnnounceChange(first, code));
-            all.world.Run(1);
-        }
-        all.world.Run(20000);
-        QCOMPARE(heardSince(all.A().tree, a), Bytes("b!901 b!902 b!903"));
-        QCOMPARE(heardSince(all.B().tree, b), Bytes("a!1 b!901 a!2 b!902 a!3 b!903"));
-    }
-
     void collectionKeepsOwnKeys()
     {
         Installation all(1U << 20U, 40);

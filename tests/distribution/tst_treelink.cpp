@@ -93,36 +93,12 @@ private Q_SLOTS:
         QCOMPARE(client.log.join(QLatin1Char(' ')), QStringLiteral("Resources:3 Resources:3 Resources!19"));
         QCOMPARE(client.text("Resources"), large + QLatin1Char('x'));
 
-        // A request is announced again with the same text, and a production request is read and removed at
-        // once.
+        // A request is announced again with the same text.
         server->log.clear();
         client.set("ChangedTuners", QStringLiteral("t"));
         client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce();
         QTRY_COMPARE_WITH_TIMEOUT(server->log.join(QLatin1Char(' ')),
                                   QStringLiteral("ChangedTuners:3 ChangedTuners!3"), kPatience);
-        struct Reader : IObserver
-        {
-            void Update(Observable* source, TChangeCode code) override
-            {
-                if (code == eChangeChildAdded)
-                    read << tree->FindAs<StringValue>(static_cast<values::TreeItem*>(source)->GetPath() +
-                                                      QStringLiteral("/id"))
-                                ->GetValue();
-                tree->Remove(at("RequestsNode/id"));
-            }
-            values::Tree* tree;
-            QStringList read;
-        } reader;
-        reader.tree = &server->tree;
-        server->tree.Find(at("RequestsNode"))->Attach(&reader);
-        client.tree.Emplace<StringValue>(at("RequestsNode/id"), QStringLiteral("please"));
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("RequestsNode/id"), QStringLiteral("none"), kPatience);
-        QCOMPARE(reader.read, QStringList(QStringLiteral("please")));
-
-        // What is withdrawn goes whole.
-        server->link->withdraw(QStringLiteral("S1"));
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("none"), kPatience);
-        QCOMPARE(client.states.last(), QStringLiteral("withdrawn"));
         QCOMPARE(client.failures + server->failures, QStringList());
     }
 
@@ -201,30 +177,6 @@ private Q_SLOTS:
                                  kPatience);
         QTRY_VERIFY_WITH_TIMEOUT(bytes(*client) == bytes(*server), kPatience);
         client->map()->Detach(&listener);
-    }
-
-    /// A name belongs to one process: the second one is refused, or takes over and the first one stays away.
-    void oneOwner()
-    {
-        server->publish();
-        MapSide rival(*broker);
-        rival.tree.Emplace<values::SelectionValue>(at("WorkingState"));
-        rival.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("of the rival"));
-        rival.join();
-        rival.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
-                            at("WorkingState"), std::make_unique<OpenPolicy>());
-        QTRY_COMPARE_WITH_TIMEOUT(rival.failures.size(), 1, kPatience);
-        QVERIFY2(rival.failures.first().contains(QLatin1String("taken by host")),
-                 qPrintable(rival.failures.first()));
-
-        MapSide client(*broker);
-        client.mirror();
-        rival.options.takeOver = true;
-        rival.publish();
-        QTRY_COMPARE_WITH_TIMEOUT(server->failures, QStringList(QStringLiteral("displaced")), kPatience);
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("of the rival"), kPatience);
-        QTRY_COMPARE_WITH_TIMEOUT(client.states.last(), QStringLiteral("live"), kPatience);
-        QCOMPARE(rival.failures.size(), 1);
     }
 
 private:
