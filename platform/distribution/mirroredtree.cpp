@@ -90,6 +90,7 @@ void MirroredTree::Apply(const Change& change)
             add(change);
             break;
         case Operation::Remove:
+            m_passedOver.erase(change.path);
             tree.Remove(change.path, m_collector.GetLink());
             break;
         case Operation::Set:
@@ -167,13 +168,12 @@ void MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
         if (!alive)
             return;
         if (everyKey) {
-            Guarded([&] {
-                target->EraseKeys([&](const std::string& key) { return !own.ContainsKey(key); },
-                                  m_collector.GetLink());
-            });
+            clear(*target, path, piece, own);
         } else if (keys.size() == 1 && own.ContainsKey(keys.front())) {
             if (piece.id == values::eCommandMapSetAt)
                 m_passedOver[path][keys.front()] = Bytes(piece.bytes, piece.size);
+            else
+                m_passedOver[path].erase(keys.front());
         } else if (std::none_of(requests.begin(), requests.end(),
                                 [&](const auto& request) { return own.ContainsRequest(request); })) {
             executeSet(*target, path, piece);
@@ -181,6 +181,21 @@ void MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
     }
     if (alive)
         catchUp(*target, path, own);
+}
+
+/// One by one where own changes are on their way; what they write stays, and of what was passed over there
+/// the owner has nothing now.
+void MirroredTree::clear(ValueBase& value, const QString& path, const CommandPiece& piece,
+                         const values::PendingChanges& own)
+{
+    m_passedOver.erase(path);
+    if (own.IsEmpty())
+        execute(piece);
+    else
+        Guarded([&] {
+            value.EraseKeys([&](const std::string& key) { return !own.ContainsKey(key); },
+                            m_collector.GetLink());
+        });
 }
 
 /// An item that the program has written, and that counts as equal to the owner's, gives way to that one.
@@ -249,6 +264,7 @@ void MirroredTree::ApplyState(const QString& path, qint32 type, const Bytes& sta
             addValue(path, type, state); // which says why not
             return;
         }
+        passOver(*wanted, path, state, own);
         for (const Content& commands : own) {
             const Bytes& bytes = BytesOf(commands);
             ForEachCommand(*wanted, ByteReader(bytes.data(), bytes.size()), nullptr,
@@ -260,6 +276,26 @@ void MirroredTree::ApplyState(const QString& path, qint32 type, const Bytes& sta
         else
             addValue(path, type, BytesOf(ContentOf(*wanted)));
     });
+}
+
+/// What a state has where own changes are on their way is what the owner has until its log says something.
+void MirroredTree::passOver(ValueBase& value, const QString& path, const Bytes& state,
+                            const std::vector<Content>& own)
+{
+    m_passedOver.erase(path);
+    if (own.empty())
+        return;
+    values::PendingChanges pending;
+    std::vector<CommandPiece> pieces, items;
+    for (const Content& commands : own)
+        ReadPieces(value, BytesOf(commands), nullptr, pieces);
+    for (CommandPiece& piece : pieces)
+        pending.Add(1, std::move(piece.scope));
+    ReadPieces(value, state, nullptr, items);
+    for (const CommandPiece& item : items) {
+        if (item.scope.keys.size() == 1 && pending.ContainsKey(item.scope.keys.front()))
+            m_passedOver[path][item.scope.keys.front()] = Bytes(item.bytes, item.size);
+    }
 }
 
 /// Both are compared by their bytes, so that in the end these are the same.

@@ -51,8 +51,12 @@ private:
     void addValue(const QString& path, qint32 type, const Bytes& content);
     bool execute(const CommandPiece& piece);
     void executeExactly(values::ValueBase& value, const CommandPiece& piece);
+    void clear(values::ValueBase& value, const QString& path, const CommandPiece& piece,
+               const values::PendingChanges& own);
     void executeSet(values::ValueBase& value, const QString& path, const CommandPiece& piece);
     void catchUp(values::ValueBase& value, const QString& path, const values::PendingChanges& own);
+    void passOver(values::ValueBase& value, const QString& path, const Bytes& state,
+                  const std::vector<Content>& own);
     void applyDifference(values::ValueBase& value, values::ValueBase& wanted);
     static void traceUnusable(const QString& path, const QString& why);
 
@@ -60,7 +64,7 @@ private:
     MirrorEvents m_events;
     std::unique_ptr<ChangeRegion> m_region;
     QSet<qint32> m_unknownTypes;
-    /// Items that the owner's log has set while own changes of them were on their way: by path and key the
+    /// Items that the owner has set while own changes of them were on their way: by path and key the
     /// last command. The owner may keep such an item, when what is set here only counts as equal to it.
     std::map<QString, std::map<std::string, Bytes>> m_passedOver;
 };

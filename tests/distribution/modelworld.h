@@ -9,7 +9,7 @@
 
 namespace distribution {
 
-/// A process of the model: a tree and its carrier. The world calls it when its time has come.
+/// A process: a tree, which its kind brings, and a carrier. The world calls it when its time has come.
 class Peer
 {
 public:
@@ -17,12 +17,11 @@ public:
     virtual ~Peer() = default;
 
     virtual void OnTime(qint64 nowMs) = 0;
-    /// The program changes something.
-    bool Do(const Change& change) { return tree.Do(change); }
+    /// Whether the program has done something that nobody has taken yet.
+    virtual bool HasChanges() const = 0;
     /// When OnTime() is due.
-    qint64 NextMs() const { return tree.HasChanges() ? 0 : wakeAtMs; }
+    qint64 NextMs() const { return HasChanges() ? 0 : wakeAtMs; }
 
-    ModelTree tree;
     MemoryCarrier carrier;
     Topics topics;
     qint64 wakeAtMs = never;
@@ -50,14 +49,16 @@ protected:
     }
 };
 
-class OwnerPeer final : public Peer
+/// `Tree` is a ModelTree or alike: an IOwnedTree.
+template<class Tree>
+class OwnerPeerOf final : public Peer
 {
 public:
     /// `now` is the world's clock. The tree is filled by `fill` before the owner begins.
     template<class Fill>
-    OwnerPeer(MemoryBroker& broker, const qint64& now, OwnerSettings settings, const Fill& fill,
-              std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>(),
-              std::size_t maximumPayload = 64U << 20U)
+    OwnerPeerOf(MemoryBroker& broker, const qint64& now, OwnerSettings settings, const Fill& fill,
+                std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>(),
+                std::size_t maximumPayload = 64U << 20U)
         : Peer(broker, maximumPayload)
     {
         fill(tree);
@@ -74,20 +75,27 @@ public:
         carrier.Open(owner->GetWill(), OwnerClientId(branch));
     }
     void OnTime(qint64 nowMs) override { perform(owner->OnTime(nowMs)); }
+    bool HasChanges() const override { return tree.HasChanges(); }
+    /// The program changes something.
+    bool Do(const Change& change) { return tree.Do(change); }
     void Withdraw(qint64 nowMs)
     {
         perform(owner->Withdraw(nowMs));
         carrier.Close();
     }
 
+    Tree tree;
     std::unique_ptr<BranchOwner> owner;
 };
+using OwnerPeer = OwnerPeerOf<ModelTree>;
 
-class MirrorPeer final : public Peer
+/// `Tree` is a ModelTree or alike: an IMirroredTree.
+template<class Tree>
+class MirrorPeerOf final : public Peer
 {
 public:
-    MirrorPeer(MemoryBroker& broker, const qint64& now, MirrorSettings settings,
-               std::size_t maximumPayload = 64U << 20U)
+    MirrorPeerOf(MemoryBroker& broker, const qint64& now, MirrorSettings settings,
+                 std::size_t maximumPayload = 64U << 20U)
         : Peer(broker, maximumPayload)
     {
         const Bytes presence = topics.Presence(settings.user, settings.session);
@@ -106,9 +114,14 @@ public:
         carrier.Open({presence, Bytes()}, Bytes());
     }
     void OnTime(qint64 nowMs) override { perform(mirror->OnTime(nowMs)); }
+    bool HasChanges() const override { return tree.HasChanges(); }
+    /// The program changes something.
+    bool Do(const Change& change) { return tree.Do(change); }
 
+    Tree tree;
     std::unique_ptr<BranchMirror> mirror;
 };
+using MirrorPeer = MirrorPeerOf<ModelTree>;
 
 /// A broker, a clock and the peers that live by them.
 class World
