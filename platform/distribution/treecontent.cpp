@@ -25,6 +25,16 @@ Bytes stateCommands(ValueBase& value)
     return state;
 }
 
+/// Filling a large collection waits for memory more than it computes.
+void makeRoom(ValueBase& collection, ByteReader commands)
+{
+    std::size_t count = 0;
+    values::CommandHeader header;
+    while (!commands.AtEnd() && ReadCommandHeader(commands, header) && commands.Skip(header.payload))
+        ++count;
+    collection.ExpectItems(count);
+}
+
 /// Without recursion: paths may be deep.
 void appendBelow(TreeItem& top, Changes& changes)
 {
@@ -77,6 +87,7 @@ std::unique_ptr<ValueBase> MakeValue(qint32 type, const Bytes& content, bool& is
     ByteReader in(content.data(), content.size());
     if (!IsCollection(type))
         return value->ReadContent(in, nullptr) ? std::move(value) : nullptr;
+    makeRoom(*value, in);
     const bool fits =
         ForEachCommand(*value, in, nullptr, [](values::Command& command) { command.Execute(); });
     return fits ? std::move(value) : nullptr;

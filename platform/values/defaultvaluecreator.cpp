@@ -1,7 +1,5 @@
 #include <values/defaultvaluecreator.h>
 
-#include <values/command.h>
-
 #include <mutex>
 #include <unordered_map>
 
@@ -50,18 +48,6 @@ std::unique_ptr<ValueBase> CreateDefaultValue(int type, const QString& name, TVa
         creator = found->second;
     }
     return creator(name, state);
-}
-
-std::unique_ptr<ValueBase> CreateValueForState(ByteReader& in)
-{
-    ByteReader at = in;
-    ValueHeader header;
-    if (!ReadValueHeader(at, header))
-        return nullptr;
-    auto value = CreateDefaultValue(header.type, header.path, header.state);
-    if (value)
-        in = at;
-    return value;
 }
 
 } // namespace values

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <values/bytestream.h>
 #include <values/export.h>
 #include <values/value.h>
 
@@ -19,10 +18,6 @@ KOLTA_VALUES_EXPORT bool RegisterValueCreator(int type, ValueCreator creator);
 /// An empty value of a registered type, in no tree; null for an unknown type. Any thread.
 KOLTA_VALUES_EXPORT std::unique_ptr<ValueBase> CreateDefaultValue(int type, const QString& name = QString(),
                                                                   TValueState state = eValueValid);
-/// The empty value, in no tree, that a received state is to fill: of the type in its header, named by the
-/// path there. `in` moves behind the header. Null, and `in` unchanged, for a malformed header or an unknown
-/// type.
-KOLTA_VALUES_EXPORT std::unique_ptr<ValueBase> CreateValueForState(ByteReader& in);
 
 /// Registers the makers of the plain values (TValueType).
 KOLTA_VALUES_EXPORT bool RegisterPlainValues();

@@ -10,11 +10,11 @@
 
 namespace values {
 
-/// Which items and requests have own changes on their way to a peer.
+/// Which items and requests of a collection have own changes on their way to its owner.
 class KOLTA_VALUES_EXPORT PendingChanges
 {
 public:
-    /// The group `number` writes `scope`; numbers rise.
+    /// The change `number` writes `scope`; numbers rise.
     void Add(quint64 number, CommandScope scope)
     {
         if (!scope.everyKey && scope.keys.empty() && scope.requests.empty())
@@ -24,22 +24,22 @@ public:
         for (const std::string& request : scope.requests)
             ++m_requests[request];
         m_everyKey += scope.everyKey ? 1 : 0;
-        m_groups.emplace_back(number, std::move(scope));
+        m_changes.emplace_back(number, std::move(scope));
     }
-    /// All groups up to `number` have arrived.
+    /// All changes up to `number` have been dealt with.
     void Acknowledge(quint64 number)
     {
-        while (!m_groups.empty() && m_groups.front().first <= number) {
-            const CommandScope& scope = m_groups.front().second;
+        while (!m_changes.empty() && m_changes.front().first <= number) {
+            const CommandScope& scope = m_changes.front().second;
             for (const std::string& key : scope.keys)
                 take(m_keys, key);
             for (const std::string& request : scope.requests)
                 take(m_requests, request);
             m_everyKey -= scope.everyKey ? 1 : 0;
-            m_groups.pop_front();
+            m_changes.pop_front();
         }
     }
-    bool IsEmpty() const noexcept { return m_groups.empty(); }
+    bool IsEmpty() const noexcept { return m_changes.empty(); }
     bool ContainsKey(const std::string& key) const { return m_everyKey > 0 || m_keys.count(key) > 0; }
     bool ContainsRequest(const std::string& request) const { return m_requests.count(request) > 0; }
 
@@ -52,15 +52,10 @@ private:
             counts.erase(found);
     }
 
-    std::deque<std::pair<quint64, CommandScope>> m_groups; ///< by number, oldest first
-    Counts m_keys;                                         ///< how many groups write a key
-    Counts m_requests;                                     ///< how many open or end a request
-    int m_everyKey = 0;                                    ///< how many write every key
+    std::deque<std::pair<quint64, CommandScope>> m_changes; ///< by number, oldest first
+    Counts m_keys;                                          ///< how many changes write a key
+    Counts m_requests;                                      ///< how many open or end a request
+    int m_everyKey = 0;                                     ///< how many write every key
 };
-
-/// Ends the requests of `value` that neither `state`, the commands of a received state, nor own `pending`
-/// changes know. Observers are told, but not `originator`; one may delete the value.
-KOLTA_VALUES_EXPORT void EndStaleRequests(ValueBase& value, ByteReader state, const PendingChanges& pending,
-                                          IObserver* originator);
 
 } // namespace values

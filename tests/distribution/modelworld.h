@@ -123,6 +123,16 @@ public:
 };
 using MirrorPeer = MirrorPeerOf<ModelTree>;
 
+/// Of an owner or a mirror, by channel.
+template<class Side>
+std::map<quint16, quint64> NumbersOf(const Side& side)
+{
+    std::map<quint16, quint64> numbers;
+    for (const ChannelNumber& number : side.GetNumbers())
+        numbers[number.channel] = number.number;
+    return numbers;
+}
+
 /// A broker, a clock and the peers that live by them.
 class World
 {

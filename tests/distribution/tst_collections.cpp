@@ -9,7 +9,6 @@
 #include <distribution/ownedtree.h>
 #include <distribution/treecontent.h>
 
-#include <koltacommon/shapecollectionitemmap.h>
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/shorttimeresultitemmap.h>
@@ -155,13 +154,6 @@ public:
             map.EraseAt(result.id);
         else
             what == 1 ? map.AddNew(result) : map.Add(result);
-    }
-    void change(ShapeCollectionItemMap& map)
-    {
-        ShapeCollectionItem shape;
-        shape.name = text();
-        shape.samples.fill(1.5F, static_cast<int>(below(3)));
-        below(3) == 0 ? map.EraseAt(shape.name) : static_cast<void>(map.Add(shape));
     }
     quint32 below(quint32 bound) { return m_random.bounded(bound); }
 
@@ -326,17 +318,11 @@ private:
     }
     bool isSettled() const
     {
-        const auto numbersOf = [](const auto& side) {
-            std::map<quint16, quint64> numbers;
-            for (const ChannelNumber& number : side.GetNumbers())
-                numbers[number.channel] = number.number;
-            return numbers;
-        };
         return std::all_of(m_mirrors.begin(), m_mirrors.end(), [&](const auto& peer) {
             const BranchMirror& mirror = *peer->mirror;
             return mirror.GetState() == BranchState::Live && mirror.GetOpenWishes() == 0 &&
                    mirror.GetEpoch() == m_owner->owner->GetEpoch() &&
-                   numbersOf(mirror) == numbersOf(*m_owner->owner);
+                   NumbersOf(mirror) == NumbersOf(*m_owner->owner);
         });
     }
     QString compare()
@@ -388,8 +374,8 @@ private Q_SLOTS:
     void endAlike_data()
     {
         const Rows<int, bool> row("kind isWild");
-        const char* const kinds[] = {"profiles", "assignments", "results", "shapes"};
-        for (int kind = 0; kind < 4; ++kind) {
+        const char* const kinds[] = {"profiles", "assignments", "results"};
+        for (int kind = 0; kind < 3; ++kind) {
             row(qPrintable(QLatin1String(kinds[kind]) + ", one writer"_s), kind, false);
             row(qPrintable(QLatin1String(kinds[kind]) + ", everybody"_s), kind, true);
         }
@@ -400,7 +386,7 @@ private Q_SLOTS:
         QFETCH(bool, isWild);
         using Runner = QString (*)(quint32, bool);
         constexpr Runner runners[] = {run<ShortTimeProfileItemMap>, run<ShortTimeFFPAssignmentItemMap>,
-                                      run<ShortTimeResultItemMap>, run<ShapeCollectionItemMap>};
+                                      run<ShortTimeResultItemMap>};
         const quint32 first = testSeed();
         for (quint32 seed = first; seed < first + (isWild ? 15 : 5); ++seed) {
             const QString fault = runners[kind](seed, isWild);

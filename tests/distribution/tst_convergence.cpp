@@ -341,16 +341,10 @@ void History::disturb()
 
 bool History::isSettled() const
 {
-    const auto numbersOf = [](const auto& side) {
-        std::map<quint16, quint64> numbers;
-        for (const ChannelNumber& number : side.GetNumbers())
-            numbers[number.channel] = number.number;
-        return numbers;
-    };
     return std::all_of(m_writers.begin(), m_writers.end(), [&](const Writer& writer) {
         const BranchMirror& mirror = *writer.peer->mirror;
         return mirror.GetState() == BranchState::Live && mirror.GetEpoch() == m_owner->owner->GetEpoch() &&
-               mirror.GetOpenWishes() == 0 && numbersOf(mirror) == numbersOf(*m_owner->owner);
+               mirror.GetOpenWishes() == 0 && NumbersOf(mirror) == NumbersOf(*m_owner->owner);
     });
 }
 

@@ -157,25 +157,6 @@ private Q_SLOTS:
                  qPrintable(listener.heard.first()));
         QCOMPARE(listener.heard.mid(1), QStringList({QStringLiteral("3"), QStringLiteral("2")}));
         QVERIFY(client->tree.Find(at("WorkingState")) && !client->tree.Find(at("WorkingState"))->IsDeleted());
-
-        // Items that count as equal have the same bytes everywhere, whoever wrote last.
-        ::kill(static_cast<pid_t>(broker->pid()), SIGSTOP);
-        ShortTimeFFPAssignment null = assignment("d", 1), empty = null;
-        null.profiles = QStringList(QString());
-        empty.profiles = QStringList(QStringLiteral(""));
-        QVERIFY(null == empty);
-        server->map()->Add(null);
-        client->map()->Add(empty);
-        ::kill(static_cast<pid_t>(broker->pid()), SIGCONT);
-        const auto bytes = [](MapSide& side) {
-            return Kolta::ShortTimeFFPAssignment_ItemFormat::toStandardString(
-                side.map()->At(QStringLiteral("d")));
-        };
-        server->map()->Add(assignment("e", 1));
-        QTRY_VERIFY_WITH_TIMEOUT(client->map()->Contains(QStringLiteral("e")) &&
-                                     client->link->branches().first().openWishes == 0,
-                                 kPatience);
-        QTRY_VERIFY_WITH_TIMEOUT(bytes(*client) == bytes(*server), kPatience);
         client->map()->Detach(&listener);
     }
 

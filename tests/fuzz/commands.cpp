@@ -5,29 +5,24 @@
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/shorttimeresultitemmap.h>
+#include <koltacommon/shorttimevalues.h>
 
+#include <distribution/mirroredtree.h>
+#include <distribution/ownedtree.h>
 #include <startup/errorhandler.h>
-#include <values/localreplicapair.h>
 
-#include <cstring>
 #include <map>
-#include <optional>
 #include <string>
 #include <tuple>
 
 using namespace Kolta;
 using values::ByteReader;
 using values::Command;
-using values::ReplicaLink;
 using values::ValueBase;
 
 namespace {
 
-using Bytes = std::vector<char>;
 using Content = std::map<std::string, std::string>;
-
-const QUuid ownId(0x00112233, 0x4455, 0x6677, 0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff);
-const QUuid peerId(0xffffffff, 0x4455, 0x6677, 0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0x01);
 
 template<class Protocol>
 Content requestsOf(const ItemMapWithRequests<Protocol>& map)
@@ -70,28 +65,6 @@ auto historyOf(const Map& map)
     return history;
 }
 
-/// Two that wrote at once may hold different items under a key where these count as equal.
-template<class Map>
-bool areAlike(const Map& a, const Map& b)
-{
-    if (requestsOf(a) != requestsOf(b) || a.Size() != b.Size())
-        return false;
-    for (const auto& [key, item] : a.data()) {
-        if (!b.Contains(key))
-            return false;
-        const auto& other = b.At(key);
-        if (Map::Format::toStandardString(item) != Map::Format::toStandardString(other) && item != other &&
-            other != item)
-            return false;
-    }
-    return true;
-}
-
-ByteReader readerOf(const Bytes& bytes)
-{
-    return ByteReader(bytes.data(), bytes.size());
-}
-
 std::string written(const Command& command)
 {
     std::string bytes;
@@ -117,14 +90,6 @@ public:
     }
     std::vector<std::string> commands;
 };
-
-/// Executes commands up to the first that does not fit.
-void execute(ValueBase& target, const Bytes& bytes)
-{
-    ByteReader in = readerOf(bytes);
-    while (const auto command = values::ReadCommand(target, in, nullptr))
-        command->Execute();
-}
 
 template<class Map>
 void requireStateIsWhole(Map& map)
@@ -182,137 +147,43 @@ void runStream(Fuzz::Input& input)
     original.RemoveRecorder(&recorder);
 }
 
-/// A peer that says anything: messages as they come, and bodies in messages that fit.
-class Stranger
-{
-public:
-    explicit Stranger(values::LinkRole other) : m_other(other) {}
-
-    Bytes group(const Bytes& body) const { return message(3, m_number + 1, body); }
-    /// What a secondary or a primary end begins with.
-    Bytes greeting(int type, const Bytes& body) const
-    {
-        std::string all;
-        if (m_other == values::LinkRole::Primary) {
-            values::AppendInteger(all, quint16(0x0101));
-            values::AppendUuid(all, peerId);
-            return Bytes(all.begin(), all.end());
-        }
-        values::AppendInteger(all, quint32(10));
-        values::AppendInteger(all, quint8(1));
-        values::AppendInteger(all, qint32(type));
-        values::AppendInteger(all, quint8(0));
-        values::AppendInteger(all, quint32(0));
-        all.append(body.data(), body.size());
-        return message(2, m_number, Bytes(all.begin(), all.end()));
-    }
-    /// Takes down what number the other end has come to.
-    void noteTaken(const Bytes& said)
-    {
-        quint64 number = 0;
-        if (said.size() > sizeof number && (said[0] == 2 || said[0] == 3)) {
-            std::memcpy(&number, &said[1], sizeof number);
-            m_number = std::max(m_number, number);
-        }
-    }
-
-private:
-    static Bytes message(quint8 kind, quint64 number, const Bytes& body)
-    {
-        std::string all;
-        values::AppendInteger(all, kind);
-        values::AppendInteger(all, number);
-        values::AppendInteger(all, quint64(0));
-        if (kind == 2)
-            values::AppendUuid(all, peerId);
-        values::AppendInteger(all, static_cast<quint32>(body.size()));
-        all.append(body.data(), body.size());
-        return Bytes(all.begin(), all.end());
-    }
-
-    values::LinkRole m_other;
-    quint64 m_number = 0;
-};
-
-/// A link to a stranger: what does not fit changes nothing, and a witness behind an honest link always has
-/// what the collection has.
+/// Wishes and logs of a stranger, given to the trees of an owner and of a mirror: a wish that does not fit
+/// changes nothing, and the mirror has what the owner has, once it was given the owner's state at the latest.
 template<class Map>
 void runStranger(Fuzz::Input& input)
 {
-    const auto role = input.takeByte() % 2 == 0 ? values::LinkRole::Primary : values::LinkRole::Secondary;
-    Map map, witness;
-    values::Replica replica(map, ownId), witnessReplica(witness);
-    values::LocalReplicaPair honest(replica, witnessReplica);
-    std::optional<ReplicaLink> link;
-    std::optional<Stranger> stranger;
-    const auto say = [&](const Bytes& message) {
-        const auto before = contentOf(map);
-        const unsigned int number = map.GetChangeNumber();
-        if (link->Receive(message.data(), message.size())) {
-            stranger->noteTaken(message);
-            return;
-        }
-        Fuzz::require(contentOf(map) == before && map.GetChangeNumber() == number,
-                      "a refused message changes something");
-        Fuzz::require(link->IsBroken() && !link->HasOutgoing(), "a refused message leaves the link usable");
-    };
+    const QString root = QStringLiteral("/r"), path = QStringLiteral("/r/m");
+    values::Tree owners, mirrors;
+    distribution::ChangeCollector ownersChanges(owners), mirrorsChanges(mirrors);
+    const Map& map = *owners.Emplace<Map>(path);
+    const Map& mirror = *mirrors.Emplace<Map>(path);
+    distribution::OwnedTree owned(ownersChanges, {root}, [] {});
+    distribution::MirroredTree mirrored(mirrorsChanges,
+                                        {[] {}, [](auto) {}, [](const QString&, const QString&) {}});
+    mirrored.SetRoots({root});
+    mirrored.TakeChanges();
     while (input.restSize() > 0) {
-        if (!link || link->IsBroken()) {
-            link.reset();
-            link.emplace(replica, role);
-            stranger.emplace(role);
-        }
-        const int kind = input.takeByte() % 5;
-        const Bytes piece = input.takePiece();
-        if (kind == 0)
-            say(piece);
-        else if (kind == 1)
-            say(stranger->group(piece));
-        else if (kind == 2)
-            say(stranger->greeting(Map::type, piece));
-        else if (kind == 3)
-            execute(map, piece);
-        else
-            link->TakeOutgoing();
-        Fuzz::require(honest.Deliver(), "a stranger breaks another link");
-        Fuzz::require(contentOf(witness) == contentOf(map), "a witness has another content");
-    }
-    requireStateIsWhole(map);
-}
-
-/// Writers at both ends of a link, whose messages are carried when the input says so.
-template<class Map>
-void runWriters(Fuzz::Input& input)
-{
-    Map first, second;
-    values::Replica firstReplica(first, ownId), secondReplica(second, peerId);
-    std::optional<values::LocalReplicaPair> pair(std::in_place, firstReplica, secondReplica);
-    const auto carry = [](ReplicaLink& from, ReplicaLink& to) {
-        const std::string message = from.TakeOutgoing();
-        Fuzz::require(message.empty() || to.Receive(message), "an own message does not fit");
-    };
-    while (input.restSize() > 0) {
-        const int kind = input.takeByte() % 8;
-        if (kind < 4) {
-            Map& map = kind % 2 == 0 ? first : second;
-            const Bytes piece = input.takePiece();
-            Map other;
-            execute(kind < 2 ? map : other, piece);
-            if (kind >= 2)
-                map.Assign(other);
-        } else if (kind == 4) {
-            carry(pair->GetPrimary(), pair->GetSecondary());
-        } else if (kind == 5) {
-            carry(pair->GetSecondary(), pair->GetPrimary());
-        } else if (kind == 6) {
-            Fuzz::require(pair->Deliver(), "the link broke");
+        const int kind = input.takeByte() % 3;
+        const std::vector<char> piece = input.takePiece();
+        const distribution::Bytes bytes(piece.begin(), piece.end());
+        if (kind == 0) {
+            const auto before = contentOf(map);
+            const auto executed =
+                owned.Execute({}, {distribution::CommandsChange(path, distribution::MakeContent(bytes))});
+            Fuzz::require(executed.failures.empty() || (contentOf(map) == before && executed.changes.empty()),
+                          "a refused wish changes something");
+            for (const distribution::Change& change : executed.changes)
+                mirrored.ApplyCommands(path, distribution::BytesOf(change.content), {});
         } else {
-            pair.reset();
-            pair.emplace(firstReplica, secondReplica);
+            if (kind == 1)
+                mirrored.ApplyCommands(path, bytes, {});
+            else
+                mirrored.ApplyState(path, Map::type, bytes, {});
+            mirrored.ApplyState(path, Map::type, distribution::BytesOf(owned.ReadCollection(path)), {});
         }
+        Fuzz::require(contentOf(mirror) == contentOf(map), "the mirror has another content");
+        Fuzz::require(mirrored.TakeChanges().empty(), "what a mirror repeats becomes a wish");
     }
-    Fuzz::require(pair->Deliver(), "the link broke");
-    Fuzz::require(areAlike(first, second), "the replicas differ");
 }
 
 template<class Map>
@@ -320,10 +191,8 @@ void run(int mode, Fuzz::Input& input)
 {
     if (mode == 0)
         runStream<Map>(input);
-    else if (mode == 1)
-        runStranger<Map>(input);
     else
-        runWriters<Map>(input);
+        runStranger<Map>(input);
 }
 
 } // namespace
@@ -332,7 +201,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     Startup::ErrorHandler::Instance().setMask(0);
     Fuzz::Input input(data, size);
-    const int choice = input.takeByte() % 15;
+    registerShortTimeValues();
+    const int choice = input.takeByte() % 10;
     using Runner = void (*)(int, Fuzz::Input&);
     constexpr Runner runners[] = {run<ShortTimeProfileItemMap>, run<ShortTimeFFPAssignmentItemMap>,
                                   run<ShortTimeResultItemMap>, run<ShapeCollectionItemMap>,

@@ -4,19 +4,15 @@
 #include <koltacommon/shorttimeresultitemmap.h>
 #include <koltacommon/shorttimevalues.h>
 #include <support/commandrecorder.h>
-#include <support/random.h>
-#include <support/rows.h>
 #include <support/testprogram.h>
 #include <support/text.h>
 
 #include <values/defaultvaluecreator.h>
-#include <values/localreplicapair.h>
+#include <values/tree.h>
 
-#include <QRandomGenerator>
 #include <QtTest>
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <stdexcept>
 
@@ -68,135 +64,7 @@ QString logOf(const Map& map)
     return entries.join(QLatin1Char(' '));
 }
 
-void addRequests(...) {}
-template<class Protocol>
-void addRequests(std::map<QString, std::string>* content, const ItemMapWithRequests<Protocol>* map)
-{
-    for (const auto& [id, request] : map->GetPendingRequests())
-        Protocol::AppendRequest((*content)[QLatin1Char('?') + id.toString()], request);
-}
-/// Items and open requests as bytes: profiles need not be equal to themselves.
-template<class Map>
-std::map<QString, std::string> contentOf(const Map& map)
-{
-    std::map<QString, std::string> content;
-    for (const auto& [key, item] : map.data())
-        content[Map::Traits::ToText(key)] = Map::Format::toStandardString(item);
-    addRequests(&content, &map);
-    return content;
-}
-
 const QUuid newId(0x00112233, 0x4455, 0x6677, 0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff);
-} // namespace
-
-namespace {
-
-/// Makes random changes of one kind of map, out of few keys so that they meet.
-class Writer
-{
-public:
-    explicit Writer(QRandomGenerator& random) : m_random(random) {}
-
-    void change(ShortTimeProfileItemMap& map)
-    {
-        ShortTimeProfile profile;
-        profile.name = text();
-        profile.useHopRate = profile.useSymbolRate = below(2) == 0;
-        profile.frequencyMax = below(3);
-        const quint32 what = below(8);
-        if (what == 0)
-            map.EraseAt(profile.name);
-        else if (what == 1)
-            below(10) == 0 ? map.Clear() : void();
-        else if (what == 2)
-            map.RequestTypeChange(profile.name, eShortTimeProfileHopper);
-        else if (what == 3)
-            reply(map, [&](const QUuid& id) { map.ReplyTypeChange(id, text()); });
-        else if (what == 4)
-            map.Set(std::list<ShortTimeProfile>{profile}, below(8) == 0, below(2) == 0);
-        else
-            map.Add(profile);
-    }
-    void change(ShortTimeFFPAssignmentItemMap& map)
-    {
-        ShortTimeFFPAssignment assignment = assignmentOf(below(5) ? text() : QString());
-        for (quint32 i = below(3); i > 0; --i)
-            assignment.profiles << text();
-        const quint32 what = below(5);
-        if (what == 0)
-            map.EraseAt(assignment.ffpGuid);
-        else if (what == 1)
-            map.RequestAssignmentChange(assignment);
-        else if (what == 2)
-            reply(map, [&](const QUuid& id) { map.ReplyAssignmentChange(id, text()); });
-        else
-            map.Add(assignment);
-    }
-    void change(ShortTimeResultItemMap& map)
-    {
-        ShortTimeResult result;
-        result.id = below(8);
-        result.profileName = text();
-        const quint32 what = below(4);
-        if (what == 0)
-            map.EraseAt(result.id);
-        else
-            what == 1 ? map.AddNew(result) : map.Add(result);
-    }
-    void change(ShapeCollectionItemMap& map)
-    {
-        ShapeCollectionItem shape;
-        shape.name = text();
-        shape.samples.fill(1.5F, static_cast<int>(below(3)));
-        below(3) == 0 ? map.EraseAt(shape.name) : static_cast<void>(map.Add(shape));
-    }
-    quint32 below(quint32 bound) { return m_random.bounded(bound); }
-
-private:
-    QString text() { return QString(1 + static_cast<int>(below(2)), QChar(0xD800 + below(3))); }
-    template<class Map, class Reply>
-    void reply(Map& map, const Reply& answer)
-    {
-        if (!map.GetPendingRequests().empty())
-            answer(QUuid(map.GetPendingRequests().begin()->first));
-    }
-
-    QRandomGenerator& m_random;
-};
-
-template<class Map>
-QString replicate(quint32 seed, bool bothWrite)
-{
-    QRandomGenerator random(seed);
-    Writer writer(random);
-    Map first, second, late;
-    values::Replica firstReplica(first), secondReplica(second), lateReplica(late);
-    values::LocalReplicaPair pair(firstReplica, secondReplica);
-    pair.Deliver();
-    for (int step = 0; step < 400; ++step) {
-        writer.change(bothWrite && writer.below(2) ? second : first);
-        if (bothWrite && writer.below(100) == 0)
-            first.Assign(Map()); // the state is sent again, with changes of the other end on their way
-        if (writer.below(5) == 0)
-            pair.Deliver();
-    }
-    if (!pair.Deliver())
-        return "the link broke"_s;
-    // The late joiner has been here before: it holds items and open requests that nobody else knows any more.
-    Map elsewhere;
-    for (int step = 0; step < 20; ++step)
-        writer.change(elsewhere);
-    late.Assign(elsewhere);
-    values::LocalReplicaPair joins(secondReplica, lateReplica);
-    if (!joins.Deliver() || contentOf(late) != contentOf(second))
-        return "the late joiner differs"_s;
-    if (contentOf(first) != contentOf(second))
-        return "the replicas differ"_s;
-    if (!bothWrite && first.GetChangeNumber() != second.GetChangeNumber())
-        return "change numbers differ"_s;
-    return QString();
-}
-
 } // namespace
 
 class TestShortTimeMaps : public QObject
@@ -333,13 +201,6 @@ private Q_SLOTS:
         for (const int type : {107, 108, 109, 130, 131}) {
             const auto value = values::CreateDefaultValue(type, "v"_s);
             QVERIFY(value && value->GetType() == type && !value->GetTypeName().isEmpty());
-            // The state of an empty map: its header and the command that clears.
-            std::string header;
-            std::string state;
-            values::AppendValueHeader(header, *value);
-            value->AddObjectStateStringForTransmission(state, values::eTransmitPlain);
-            QCOMPARE(QByteArray::fromStdString(state.substr(header.size())).toHex(),
-                     QByteArray("00000000160000000000"));
             QVERIFY(value->Compare(values::CreateDefaultValue(type).get()));
         }
     }
@@ -360,41 +221,6 @@ private Q_SLOTS:
         QCOMPARE(map->GetPendingRequests().at(newId).profileName, "A"_s);
         QVERIFY(!map->Assign(ShortTimeFFPAssignmentItemMap()));
         QCOMPARE(map->GetPendingRequests().size(), std::size_t(1));
-        // Who joins while observers are being told of the reply keeps no request that is answered.
-        ShortTimeProfileItemMap late;
-        values::Replica replica(*map), lateReplica(late);
-        std::unique_ptr<values::LocalReplicaPair> pair;
-        observer.action = [&] {
-            pair = std::make_unique<values::LocalReplicaPair>(replica, lateReplica);
-            pair->Deliver();
-        };
-        QVERIFY(map->ReplyTypeChange(newId, QString()));
-        QVERIFY(pair->Deliver() && late.GetPendingRequests().empty());
-    }
-
-    void replicas_data()
-    {
-        const Rows<int, bool> row("kind bothWrite");
-        const char* const kinds[] = {"profiles", "assignments", "results", "shapes"};
-        for (int kind = 0; kind < 4; ++kind) {
-            row(qPrintable(QLatin1String(kinds[kind]) + ", one writer"_s), kind, false);
-            row(qPrintable(QLatin1String(kinds[kind]) + ", two writers"_s), kind, true);
-        }
-    }
-
-    void replicas()
-    {
-        QFETCH(int, kind);
-        QFETCH(bool, bothWrite);
-        const quint32 seed = testSeed();
-        for (quint32 run = 0; run < 10; ++run) {
-            const QString fault = kind == 0 ? replicate<ShortTimeProfileItemMap>(seed + run, bothWrite)
-                                  : kind == 1
-                                      ? replicate<ShortTimeFFPAssignmentItemMap>(seed + run, bothWrite)
-                                  : kind == 2 ? replicate<ShortTimeResultItemMap>(seed + run, bothWrite)
-                                              : replicate<ShapeCollectionItemMap>(seed + run, bothWrite);
-            QVERIFY2(fault.isEmpty(), qPrintable(fault + " with seed %1"_s.arg(seed + run)));
-        }
     }
 };
 

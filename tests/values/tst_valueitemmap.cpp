@@ -259,13 +259,15 @@ private Q_SLOTS:
             QCOMPARE(hex(bytes.substr(0, start.size())), hex(start));
             QCOMPARE(bytes.find(fromHex(goldenSet)) != std::string::npos, *content != 0);
             QCOMPARE(bytes.size() == start.size(), *content == 0);
+            ValueHeader header;
             for (std::size_t size = 0; size < 16; ++size) {
                 ByteReader in(bytes.data(), size);
-                QVERIFY(!CreateValueForState(in) && in.Remaining() == size);
+                QVERIFY(!ReadValueHeader(in, header));
             }
             ByteReader in(bytes.data(), bytes.size());
-            const auto made = CreateValueForState(in);
-            QVERIFY(made && made->GetName() == "m"_s);
+            QVERIFY(ReadValueHeader(in, header) && header.path == "m"_s);
+            const auto made = CreateDefaultValue(header.type);
+            QVERIFY(made);
             const ByteReader cut(in.Position(), in.Remaining() - 1);
             QVERIFY(!ForEachCommand(*made, cut, nullptr, [](const Command&) {}));
             QVERIFY(ForEachCommand(*made, in, nullptr, [](Command& command) { command.Execute(); }));
