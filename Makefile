@@ -25,8 +25,8 @@ help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
 	@sed -n 's/^\([a-z-]*\):.*## /  \1\t/p' Makefile | expand -t 14
 
-demo: packages-build build/dev/build.ninja ## build and run the main job against a simulated server
-	@$(call build,dev) --target kolta
+demo: packages-build build/dev/build.ninja ## build and run the main job, in one process and in several
+	@$(call build,dev) --target kolta koltasim
 	@build/dev/bin/kolta demo
 
 test: packages-build+test build/dev/build.ninja ## build everything and run all tests

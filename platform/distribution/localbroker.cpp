@@ -99,6 +99,11 @@ LocalBroker::~LocalBroker()
     end(true);
 }
 
+bool LocalBroker::IsInstalled()
+{
+    return !findProgram(QStringLiteral("mosquitto")).isEmpty();
+}
+
 bool LocalBroker::start(QString& error)
 {
     const QString program = findProgram(QStringLiteral("mosquitto"));

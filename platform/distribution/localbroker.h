@@ -38,6 +38,8 @@ public:
     /// Ends it.
     ~LocalBroker() override;
 
+    /// Whether this machine has the program.
+    static bool IsInstalled();
     /// Starts it and waits until it listens; false, with the reason in one line, when it does not. After
     /// kill() and stop() it may be started again and has the port that it had before.
     bool start(QString& error);

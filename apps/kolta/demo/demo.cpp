@@ -1,5 +1,6 @@
 #include "demo.h"
 
+#include "processverbs.h"
 #include "story.h"
 
 #include <kolta/application/embeddedinstallation.h>
@@ -11,8 +12,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
+#include <memory>
+#include <vector>
 
 #include <fcntl.h>
 
@@ -42,24 +46,53 @@ private:
     QString m_before;
 };
 
+/// Null, and told, when it cannot be read.
+std::unique_ptr<ScriptInput> openScript(const QString& file)
+{
+    const int descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor >= 0)
+        return std::make_unique<ScriptInput>(descriptor);
+    printError(QStringLiteral("cannot read %1: %2").arg(file, qt_error_string(errno)));
+    return nullptr;
+}
+
+/// The scripts that are to be told one after the other.
+QStringList scriptsFor(const CommandLine& line, Story& story)
+{
+    if (line.isSet("script"))
+        return {QFileInfo(line.value("script")).absoluteFilePath()};
+    const QDir folder(shareFolder() + QStringLiteral("/demo"));
+    QStringList files{folder.filePath(QStringLiteral("demo.kolta"))};
+    QString reason;
+    if (line.isSet("one-process"))
+        return files;
+    if (ProcessVerbs::arePossible(reason))
+        files.append(folder.filePath(QStringLiteral("processes.kolta")));
+    else
+        story.setRemark(QStringLiteral("Several processes are left out: %1.").arg(reason));
+    return files;
+}
+
 int demo(const CommandLine& line)
 {
-    const QString file =
-        line.isSet("script") ? line.value("script") : shareFolder() + QStringLiteral("/demo/demo.kolta");
-    const int descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        printError(QStringLiteral("cannot read %1: %2").arg(file, qt_error_string(errno)));
-        return eExitFailed;
+    Story story(line.json());
+    const QStringList files = scriptsFor(line, story);
+    std::vector<std::unique_ptr<ScriptInput>> scripts;
+    for (const QString& file : files) {
+        scripts.push_back(openScript(file));
+        if (!scripts.back())
+            return eExitFailed;
     }
-    auto script = std::make_unique<ScriptInput>(descriptor);
     const EmbeddedInstallation::Withdrawal withdrawal;
     const auto installation = EmbeddedInstallation::simulate(line);
     if (!installation)
         return eExitFailed;
     EmbeddedInstallation::share(installation);
     const WorkingFolder folder(shareFolder());
-    Story story(line.json());
-    const int exitCode = Shell(line, *installation).run(std::move(script), story, false);
+    ProcessVerbs processes;
+    int exitCode = eExitOk;
+    for (auto script = scripts.begin(); script != scripts.end() && exitCode == eExitOk; ++script)
+        exitCode = Shell(line, *installation, processes.commands()).run(std::move(*script), story, false);
     story.finish(exitCode == eExitOk);
     return exitCode == eExitOk ? eExitOk : eExitFailed;
 }
@@ -70,11 +103,12 @@ Command demoCommand()
 {
     return {"demo",
             "the main job against a simulated installation, step by step",
-            "Runs the main job against a simulated server inside this process, step by step, and checks each "
-            "step. "
-            "Neither needs nor changes any configuration.",
+            "Runs the main job against a simulated server inside this process, and then what several "
+            "processes do together, "
+            "step by step, and checks each step. Neither needs nor changes any configuration.",
             {},
             {text("installation", "folder", "Folder with an installation's files (the sample)."),
+             flag("one-process", "Leave out what needs several processes."),
              text("script", "file",
                   "Another script of shell commands; its files are found below the folder share/.")},
             demo};

@@ -55,9 +55,12 @@ void Story::end(const QString& line, int lineNumber, int exitCode, const QString
 void Story::finish(bool well)
 {
     endStep();
-    if (!m_json)
-        printLine(well ? QStringLiteral("\nAll %1 steps went as they must.").arg(m_step)
-                       : QStringLiteral("\nStep %1 did not go as it must.").arg(m_step));
+    if (m_json)
+        return;
+    if (!m_remark.isEmpty())
+        printLine(QLatin1Char('\n') + m_remark);
+    printLine(well ? QStringLiteral("\nAll %1 steps went as they must.").arg(m_step)
+                   : QStringLiteral("\nStep %1 did not go as it must.").arg(m_step));
 }
 
 void Story::endStep()

@@ -18,6 +18,8 @@ public:
     void comment(const QString& text) override;
     int begin(const QString& line) override;
     void end(const QString& line, int lineNumber, int exitCode, const QStringList& printed) override;
+    /// A sentence that is told at the end.
+    void setRemark(const QString& remark) { m_remark = remark; }
     /// Tells how it went.
     void finish(bool well);
 
@@ -28,6 +30,7 @@ private:
     bool m_json;
     int m_step = 0; ///< counted from 1
     QString m_title;
+    QString m_remark;
     QStringList m_output; ///< of the step, for programs
     QStringList m_failures;
 };

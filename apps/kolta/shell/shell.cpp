@@ -38,11 +38,11 @@ QVector<Command> behind(QVector<Command> commands, const QVector<Command>& verbs
 
 } // namespace
 
-Shell::Shell(const CommandLine& line, EmbeddedInstallation& installation)
+Shell::Shell(const CommandLine& line, EmbeddedInstallation& installation, const QVector<Command>& further)
     : m_line(line)
     , m_installation(installation)
     , m_simulation(installation)
-    , m_table(behind(line.table().all(), m_simulation.commands() + verbs()), QString(), QString(),
+    , m_table(behind(line.table().all(), m_simulation.commands() + verbs() + further), QString(), QString(),
               QStringLiteral("\n\"help COMMAND\" tells more of each, \"exit\" leaves."))
 {
     connect(&m_signals, &TerminationSignals::terminationRequested, this, &Shell::takeSignal);

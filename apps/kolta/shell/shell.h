@@ -21,9 +21,9 @@ class Shell : public QObject
     Q_OBJECT
 
 public:
-    /// Knows the commands that are known where `line` runs, and some of its own. The installation, which must
-    /// be the shared one, and `line` must outlive this.
-    Shell(const CommandLine& line, EmbeddedInstallation& installation);
+    /// Knows the commands that are known where `line` runs, some of its own, and `further` ones. The
+    /// installation, which must be the shared one, and `line` must outlive this.
+    Shell(const CommandLine& line, EmbeddedInstallation& installation, const QVector<Command>& further = {});
     ~Shell() override;
 
     /// Takes standard input, and runs what comes from there; `keepGoing`: a script goes on when one of its
