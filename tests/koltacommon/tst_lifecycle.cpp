@@ -1,3 +1,4 @@
+#include "lifecycleserver.h"
 #include "productionstory.h"
 
 #include <simulation/simulatedserver.h>
@@ -92,18 +93,7 @@ public Q_SLOTS:
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        ResourceOverview few = m_installation.resources();
-        auto& tuners = few.EditTuner();
-        const auto busy = [](const Tuner& tuner) { return !tuner.GetAccessible() || !tuner.GetIdle(); };
-        tuners.erase(std::remove_if(tuners.begin(), tuners.end(), busy), tuners.end());
-        tuners.resize(6);
-        for (Tuner& tuner : tuners)
-            tuner.SetSupportsHardwareProcessing(true);
-        m_installation.setResources(few);
-        Startup::ErrorHandler::Instance().setMask(0);
-    }
+    void initTestCase() { Startup::ErrorHandler::Instance().setMask(0); }
 
     /// Whatever a test did, nothing of it is left.
     void cleanup()
@@ -113,6 +103,7 @@ private Q_SLOTS:
         KoltaServerRegistry::Instance().removeAllServers();
         while (!m_loose.empty())
             m_loose.pop_back();
+        m_server.reset();
         for (auto& server : m_servers)
             server.reset();
         turnOnce();
@@ -126,19 +117,33 @@ private Q_SLOTS:
         QCOMPARE(InstanceCount<KoltaConnection>::living(), 0);
     }
 
+    void oneProduction_data()
+    {
+        QTest::addColumn<bool>("elsewhere");
+        QTest::newRow("one process") << false;
+        QTest::newRow("two processes") << true;
+    }
     /// From the server's appearance to clear books, with everything that is written and signalled in its
-    /// order.
+    /// order, which is the same wherever the server runs.
     void oneProduction()
     {
+        QFETCH(bool, elsewhere);
         KoltaServerInterface& server =
             *KoltaServerRegistry::Instance().addServer("S1"_s, m_installation.basePath());
         KoltaProductionControl& control = server.getProductionControl();
         TunerBookingManager& booking = server.getBookingManager();
         server.getProcessorObserver().setEmptyOverviewDelay(0);
-        m_servers[0] = std::make_unique<SimulatedServer>(m_installation);
-        m_servers[0]->publish();
+        QString error;
+        bool isMissing = false;
+        if (elsewhere)
+            m_server = Lifecycle::serverElsewhere(error, isMissing);
+        else
+            m_server = std::make_unique<Lifecycle::ServerHere>(m_installation);
+        if (isMissing)
+            QSKIP(qPrintable(error));
+        QVERIFY2(m_server, qPrintable(error));
         turnOnce();
-        QVERIFY(server.isReady());
+        QTRY_VERIFY(server.isReady());
         QStringList tuners;
         for (const Tuner& tuner : m_installation.resources().GetTuner())
             tuners.append(tuner.GetTavikResource().GetGUID());
@@ -146,38 +151,46 @@ private Q_SLOTS:
         story.follow(server);
         const auto stage = [&story](const char* name) { story.add(QLatin1String(name)); };
         const auto shown = [&server] { return server.getProcessorObserver().GetCurrentProcessors(); };
-        QString error;
+        // What is told last of a step ends it.
+        const auto until = [&](const QString& last) {
+            const auto isOver = [&] { return m_server->hasHeardAll() && story.told(tuners).endsWith(last); };
+            turnOnce();
+            QTest::qWaitFor(isOver, kPatience);
+            turnOnce();
+        };
 
         stage("# own, plan, request");
         QVERIFY(server.getGuiOwnerObserver().requestOwnership(QString()));
+        until("owner  #1"_s);
         QVERIFY(booking.planTuner(tuners.at(0), error));
         MCP asked = mcpOn(tuners.at(0), "hw_20MHz");
         asked.EditFFP() = {ffpOn()};
         const QUuid first = control.requestProduction(asked);
-        turnOnce();
+        until("replied #4 true"_s);
         stage("# refused");
         control.requestProduction(mcpOn(tuners.at(0)));
-        turnOnce();
+        until("replied #5 false Tuner KW 1 Süd is in use"_s);
         stage("# moved");
         control.requestProduction(mcpOn(tuners.at(1)));
-        turnOnce();
+        until("replied #7 true"_s);
         control.requestFFPMove(guidOf(shown().GetMCP().at(0).GetFFP().at(0)), guidOf(shown().GetMCP().at(1)));
-        turnOnce();
+        until("replied #8 true"_s);
         stage("# dies");
-        m_servers[0]->vanish();
+        m_server->vanish();
+        until("-Status"_s);
         QVERIFY(shown().GetMCP().isEmpty() && control.getFrequencyRangesOfAllMCPs().isEmpty());
         QVERIFY(control.requestProduction(asked).isNull());
         stage("# returns");
-        m_servers[0]->comeBack();
-        turnOnce();
+        m_server->comeBack();
+        until("state 5"_s);
         QCOMPARE(server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size(), 0);
         stage("# again");
         const QUuid second = control.requestProduction(asked);
-        turnOnce();
+        until("replied #11 true"_s);
         stage("# stopped");
         control.StopProduction(first); // of the life before
         control.StopProduction(second);
-        turnOnce();
+        until("stopped #11"_s);
         QCOMPARE(booking.getNumberOfFreeTuners(), tuners.size());
         QVERIFY(control.getFrequencyRangesOfAllMCPs().isEmpty() && shown().GetMCP().isEmpty());
 
@@ -345,7 +358,9 @@ private:
             control.requestProduction(mcpOn(tuner, below(2) ? "hw" : "sw"));
     }
 
-    KoltaSimulation::Installation m_installation = sampleInstallation();
+    static constexpr int kPatience = 10000;
+    const KoltaSimulation::Installation m_installation = Lifecycle::fewTuners();
+    std::unique_ptr<Lifecycle::StoryServer> m_server;
     std::array<std::unique_ptr<SimulatedServer>, 3> m_servers;
     std::vector<std::unique_ptr<QObject>> m_loose; ///< that belong to no interface
     std::mt19937 m_random;
