@@ -62,6 +62,18 @@ if(NOT output MATCHES "all: [1-9][0-9]*, [^\n]* free\nused: 1, [^\n]* in use\naw
     message(FATAL_ERROR "window said: ${output}")
 endif()
 
+set(join "${WORK_DIR}/build/joininstallation")
+find_program(MOSQUITTO_PROGRAM mosquitto PATHS /usr/sbin /usr/local/sbin)
+if(EXISTS "${join}" AND MOSQUITTO_PROGRAM)
+    run("joininstallation" sh "${CMAKE_CURRENT_LIST_DIR}/join_installation.sh" "${prefix}/bin/kolta" "${join}")
+    execute_process(COMMAND "${join}" "http://somewhere" RESULT_VARIABLE result ERROR_VARIABLE error)
+    if(NOT result EQUAL 2 OR NOT error MATCHES "^joininstallation: [^\n]+\n$")
+        message(FATAL_ERROR "joininstallation ended with ${result} and said: ${error}")
+    endif()
+else()
+    message(STATUS "There is no mosquitto here; joining an installation is left out.")
+endif()
+
 if(NOT PKG_CONFIG)
     message(STATUS "There is no pkg-config here; that half is left out.")
     return()
