@@ -4,21 +4,17 @@
 
 namespace Startup {
 
-namespace {
-
-bool forges(QChar c)
+bool forgesLines(QChar letter)
 {
-    const QChar::Category category = c.category();
+    const QChar::Category category = letter.category();
     return category == QChar::Other_Control || category == QChar::Other_Format ||
            category == QChar::Separator_Line || category == QChar::Separator_Paragraph;
 }
 
-} // namespace
-
 QString oneLineText(QString text)
 {
-    if (std::any_of(text.cbegin(), text.cend(), forges))
-        std::replace_if(text.begin(), text.end(), forges, QChar(QChar::ReplacementCharacter));
+    if (std::any_of(text.cbegin(), text.cend(), forgesLines))
+        std::replace_if(text.begin(), text.end(), forgesLines, QChar(QChar::ReplacementCharacter));
     return text;
 }
 

@@ -6,8 +6,10 @@
 
 namespace Startup {
 
-/// `text` as it may stand in one line of a log or terminal: what begins a line, moves the cursor or turns the
-/// direction of writing becomes U+FFFD.
+/// Whether a letter begins a line, moves the cursor or turns the direction of writing.
+KOLTA_STARTUP_EXPORT bool forgesLines(QChar letter);
+
+/// `text` as it may stand in one line of a log or terminal: what forges lines becomes U+FFFD.
 KOLTA_STARTUP_EXPORT QString oneLineText(QString text);
 
 } // namespace Startup

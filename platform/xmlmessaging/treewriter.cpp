@@ -2,6 +2,8 @@
 
 #include "xmlappender.h"
 
+#include <startup/onelinetext.h>
+
 namespace XmlCommon::detail {
 
 namespace {
@@ -96,8 +98,7 @@ private:
         for (; piece != kNoNode && m_document.isText(piece); piece = m_document.next(piece))
             m_document.appendMeaning(piece, m_text);
         const bool isBlank = m_text.find_first_not_of(" \t\r\n") == std::string::npos;
-        m_out.escaped(m_text.c_str(),
-                      isBlank && besideElements ? XmlAppender::eBesideElements : XmlAppender::eCharacterData);
+        write(isBlank && besideElements ? XmlAppender::eBesideElements : XmlAppender::eCharacterData);
         return piece;
     }
 
@@ -105,7 +106,32 @@ private:
     {
         m_text.clear();
         m_document.appendMeaning(node, m_text);
-        m_out.escaped(m_text.c_str(), place);
+        write(place);
+    }
+
+    void write(XmlAppender::Place place)
+    {
+        if (m_indents)
+            writeVisibly(place);
+        else
+            m_out.escaped(m_text.c_str(), place);
+    }
+
+    /// What would begin a line of its own, or turn the direction of writing, shows as a reference.
+    void writeVisibly(XmlAppender::Place place)
+    {
+        QString run;
+        for (const QChar letter : QString::fromUtf8(m_text.c_str())) {
+            if (letter == QLatin1Char('\t') || !Startup::forgesLines(letter)) {
+                run += letter;
+                continue;
+            }
+            m_out.escaped(run.toUtf8().constData(), place);
+            run.clear();
+            const QByteArray reference = "&#x" + QByteArray::number(letter.unicode(), 16).toUpper() + ';';
+            m_out.bytes(reference.constData(), static_cast<std::size_t>(reference.size()));
+        }
+        m_out.escaped(run.toUtf8().constData(), place);
     }
 
     XmlAppender& m_out;

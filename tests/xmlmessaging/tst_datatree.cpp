@@ -109,8 +109,9 @@ private Q_SLOTS:
             copy.editRoot().setText(QString());
             QVERIFY2(copy.root().text().isEmpty() && !copy.toXml().contains('Z'), copy.toXml());
         }
-        const CDataTree nested = CDataTree::fromXml("<a><b>1<c/></b><d x=\"1\"><e/>\n</d></a>");
-        QCOMPARE(nested.toReadableXml(), "<a>\n  <b>1<c/></b>\n  <d x=\"1\">\n    <e/>\n  </d>\n</a>\n"_s);
+        const CDataTree nested = CDataTree::fromXml("<a><b>1\n<c/></b><d x=\"&#x202E;\"><e/>\n</d></a>");
+        QCOMPARE(nested.toReadableXml(),
+                 "<a>\n  <b>1&#xA;<c/></b>\n  <d x=\"&#x202E;\">\n    <e/>\n  </d>\n</a>\n"_s);
     }
 
     void namesStayWellFormed()

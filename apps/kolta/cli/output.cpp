@@ -3,6 +3,8 @@
 #include "interruption.h"
 #include "terminal.h"
 
+#include <startup/onelinetext.h>
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -30,17 +32,8 @@ QString printable(QString text, bool isOneLine)
 {
     for (QChar& letter : text) {
         const bool isAllowed = letter == QLatin1Char('\t') || (letter == QLatin1Char('\n') && !isOneLine);
-        switch (letter.category()) {
-        case QChar::Other_Control:
-        case QChar::Other_Format: // turns the direction of writing, for instance
-        case QChar::Separator_Line:
-        case QChar::Separator_Paragraph:
-            if (!isAllowed)
-                letter = QChar::ReplacementCharacter;
-            break;
-        default:
-            break;
-        }
+        if (!isAllowed && Startup::forgesLines(letter))
+            letter = QChar::ReplacementCharacter;
     }
     return text;
 }
