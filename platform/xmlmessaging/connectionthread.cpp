@@ -305,7 +305,7 @@ void CConnectionThread::Private::emitMessage(const ptrCXmlMessage& message)
     const ptrCXmlMessage request = found->second;
     inFlight.erase(found);
     request->fillWithReply(*message);
-    if (!request->missingReply().isEmpty())
+    if (!request->missingReply().isNull())
         kTrace(eMissingReply,
                QStringLiteral("%1:%2: the reply to request %3 has no fragment of component \"%4\"")
                    .arg(host)

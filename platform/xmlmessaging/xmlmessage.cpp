@@ -70,8 +70,8 @@ void CXmlMessage::fillWithReply(const CXmlMessage& reply)
         const CMsgFragment* const answer = answerTo(m_fragments[i].getComponentName(), i);
         m_fragments[i].setDataTree(answer ? answer->getDataTree() : CDataTree());
         m_fragments[i].setFaultTree(answer ? answer->getFaultTree() : CFaultTree());
-        if (!answer && m_missingReply.isEmpty())
-            m_missingReply = m_fragments[i].getComponentName();
+        if (!answer && m_missingReply.isNull())
+            m_missingReply = QLatin1String("") + m_fragments[i].getComponentName(); // which may be empty
     }
     for (std::size_t i = 0; i < taken.size(); ++i) {
         if (taken[i])

@@ -120,7 +120,7 @@ public:
     /// before took; the request trees stay, so that clearing data and faults restores the request. Fragments
     /// that only the reply has are appended. See missingReply() for a component that was not answered.
     void fillWithReply(const CXmlMessage& reply);
-    /// The first component that fillWithReply() found no answer for; empty when there is none.
+    /// The first component that fillWithReply() found no answer for; null when there is none.
     QString missingReply() const;
     /// Takes away the fragments that fillWithReply() appended.
     void removeReplyFragments();

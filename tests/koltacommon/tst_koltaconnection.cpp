@@ -114,10 +114,19 @@ private Q_SLOTS:
         client.execute("taking")->takesFaults = true;
         QTRY_VERIFY(client.connection->isIdle());
         QCOMPARE(client.answered, words("taking"));
+        // A reply that answers nothing is told too, and handled all the same.
+        peer.rule = [&](const CXmlMessage& message) {
+            CXmlMessage reply = peer.replyTo(message);
+            reply.clearFragments();
+            peer.send(reply);
+        };
+        client.execute("unanswered");
+        QTRY_VERIFY(client.connection->isIdle());
+        QCOMPARE(client.answered, words("taking unanswered"));
         CXmlMessage broadcast = *makeRequest("x"_s, CXmlMessage::eSERVICE_BROADCAST);
         broadcast.getFragment(0).setFaultTree(XmlCommon::CFaultTree(8, 1));
         peer.send(broadcast);
-        QTRY_COMPARE(client.said, words("opened fault fault broadcast"));
+        QTRY_COMPARE(client.said, words("opened fault fault fault broadcast"));
     }
 
     void survivesThrowingRequests()

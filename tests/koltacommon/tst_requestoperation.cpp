@@ -28,6 +28,7 @@ private Q_SLOTS:
         const Rows<QString, QString> row("sent waiting");
         row("answered", "Done Done None", "Done Done None");
         row("faulty", "Refused None Fault", "Refused None Fault");
+        row("unanswered", "Refused Unknown Fault", "Refused Unknown Fault");
         row("closed", "Lost Unknown LinkClosed", "Lost None LinkClosed");
         row("deleted", "Lost Unknown LinkClosed", "Lost None LinkClosed");
         row("worked off, then cut", "Lost Unknown LinkEnded", "Lost None LinkEnded");
@@ -50,6 +51,10 @@ private Q_SLOTS:
                 peer.answerWithFault(request, 7);
             else if (what == "answered"_s)
                 peer.answer(request);
+            XmlCommon::CXmlMessage empty = peer.replyTo(request);
+            empty.clearFragments();
+            if (what == "unanswered"_s)
+                peer.send(empty);
         };
         RequestOperation sent(*connection, makeRequest("a"_s), nullptr);
         RequestOperation waiting(*connection, makeRequest("b"_s), nullptr);

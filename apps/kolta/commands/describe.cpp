@@ -36,7 +36,7 @@ int describe(const CommandLine& line, Session& session)
     const auto reply = session.request(makeMessage(XmlCommon::CXmlMessage::eSERVICE_QUERY,
                                                    XmlCommunication::CAppDescription::makeFragment()),
                                        line.timeoutMs());
-    QString problem = reply ? Kolta::KoltaConnection::getFaultText(reply) : session.errorText();
+    QString problem = reply ? Kolta::KoltaConnection::getReplyProblem(reply) : session.errorText();
     if (problem.isEmpty() && (reply->getNumberOfFragments() == 0 ||
                               !XmlCommunication::CAppDescription(reply->getFragment(0)).isCompatible()))
         problem = QStringLiteral("%1 answered with something else than an application description")

@@ -51,10 +51,9 @@ PingResult askOneAtATime(Session& session, int count, int timeoutMs)
             break; // behind an unanswered one nothing would move
         ++result.answered;
         result.times.add(static_cast<double>(timer.nsecsElapsed()) / 1000.0);
-        if (Kolta::KoltaConnection::hasFault(reply)) {
-            if (result.faults++ == 0)
-                printError(Kolta::KoltaConnection::getFaultText(reply));
-        }
+        const QString problem = Kolta::KoltaConnection::getReplyProblem(reply);
+        if (!problem.isEmpty() && result.faults++ == 0)
+            printError(problem);
     }
     return result;
 }

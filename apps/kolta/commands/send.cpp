@@ -64,9 +64,10 @@ int sendAndPrint(Session& session, const XmlCommon::ptrCXmlMessage& message, con
         printJson(toJson(reply));
     else if (!line.isSet("quiet"))
         printLine(XmlCommon::MessageCodec::toReadable(*reply).trimmed());
-    if (!Kolta::KoltaConnection::hasFault(reply))
+    const QString problem = Kolta::KoltaConnection::getReplyProblem(reply);
+    if (problem.isEmpty())
         return eExitOk;
-    printError(Kolta::KoltaConnection::getFaultText(reply));
+    printError(problem);
     return eExitFailed;
 }
 

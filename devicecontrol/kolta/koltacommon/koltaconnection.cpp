@@ -335,10 +335,14 @@ void KoltaConnection::processReply(const ptrCXmlMessage& reply)
 /// Returns the follow-up request. This may be gone afterwards.
 ptrKoltaRequest KoltaConnection::handleReply(const ptrKoltaRequest& request, const ptrCXmlMessage& reply)
 {
+    const QPointer<KoltaConnection> guard(this);
     try {
-        if (request->handleFault() || !hasFault(reply))
+        const QString problem = request->handleFault() ? QString() : getReplyProblem(reply);
+        if (!problem.isNull())
+            Q_EMIT Fault(problem);
+        // What answers nothing is no fault: the request may have more to ask all the same.
+        if (guard && (problem.isNull() || !hasFault(reply)))
             return request->processReply(reply);
-        Q_EMIT Fault(getFaultText(reply));
     } catch (...) {
         kTrace.caught(eProcessReplyException, eProcessReplyException, "KoltaRequest::processReply");
     }

@@ -107,6 +107,9 @@ public:
     /// The fault texts of all fragments, one line each; a null text when there is no fault.
     static QString getFaultText(XmlCommon::ptrCXmlMessage message);
     static bool hasFault(XmlCommon::ptrCXmlMessage message);
+    /// What is wrong with a reply: the texts of its faults, else which component it should answer and does
+    /// not; a null text when it is in order.
+    static QString getReplyProblem(XmlCommon::ptrCXmlMessage reply);
     /// One line per fragment: kind, ID, component and what it holds.
     static QString getShortInfo(XmlCommon::ptrCXmlMessage message);
     /// The word for a socket error, as ConnectionError() tells it; "Unknown" for those without one.
@@ -128,7 +131,8 @@ Q_SIGNALS:
     void ConnectionError(QString error);
     /// The link is up, after open() or after a reconnection.
     void ConnectionOpened();
-    /// A broadcast, or the reply to a request that does not handle faults itself, carried a fault.
+    /// A broadcast, or the reply to a request that does not handle faults itself, carried a fault; or such a
+    /// reply lacked a component that was asked.
     void Fault(QString text);
 
 private Q_SLOTS:

@@ -59,6 +59,14 @@ bool KoltaConnection::hasFault(ptrCXmlMessage message)
     return false;
 }
 
+QString KoltaConnection::getReplyProblem(ptrCXmlMessage reply)
+{
+    if (!reply || hasFault(reply))
+        return getFaultText(reply);
+    const QString missing = reply->missingReply();
+    return missing.isNull() ? QString() : tr("The reply does not answer the component \"%1\"").arg(missing);
+}
+
 QString KoltaConnection::getShortInfo(ptrCXmlMessage message)
 {
     QStringList lines;

@@ -334,10 +334,12 @@ ptrKoltaRequest LinkKeeper::takeReply(const Kept& kept, const ptrCXmlMessage& re
     m_replyLimit.reset();
     ptrKoltaRequest followUp;
     guarded(eReplyException, [&] {
-        if (kept.request->handleFault() || !KoltaConnection::hasFault(reply))
+        const QString problem =
+            kept.request->handleFault() ? QString() : KoltaConnection::getReplyProblem(reply);
+        if (!problem.isNull())
+            Q_EMIT Fault(problem);
+        if (guard && (problem.isNull() || !KoltaConnection::hasFault(reply)))
             followUp = kept.request->processReply(reply);
-        else
-            Q_EMIT Fault(KoltaConnection::getFaultText(reply));
     });
     if (!guard) {
         if (followUp)

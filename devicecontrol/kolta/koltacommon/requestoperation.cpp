@@ -83,14 +83,14 @@ void RequestOperation::giveUp()
 void RequestOperation::takeReply(const XmlCommon::ptrCXmlMessage& received)
 {
     m_reply = received;
-    if (!KoltaConnection::hasFault(received))
+    const QString problem = KoltaConnection::getReplyProblem(received);
+    if (problem.isNull())
         return settleDone();
     bool allFaulty = true;
     for (int i = 0; i < received->getNumberOfFragments(); ++i)
         allFaulty = allFaulty && received->getFragment(i).hasFaultTree();
     // What other fragments asked for may have been done.
-    settle(State::Refused, allFaulty ? Effect::None : Effect::Unknown, Reason::Fault,
-           KoltaConnection::getFaultText(received));
+    settle(State::Refused, allFaulty ? Effect::None : Effect::Unknown, Reason::Fault, problem);
 }
 
 void RequestOperation::takeAbandonment(Abandonment why, bool wasSent)

@@ -13,8 +13,9 @@ class LinkKeeper;
 
 /// One message to a server and its reply.
 ///
-/// Done when the reply is there. Refused with Reason::Fault when it carries a fault, which is not emitted as
-/// the connection's Fault then; reply() can be read all the same. Refused with NotConnected when the
+/// Done when the reply is there. Refused with Reason::Fault when it carries a fault, or does not answer a
+/// component that was asked, which is not emitted as the connection's Fault then; reply() can be read all the
+/// same. Refused with NotConnected when the
 /// connection takes no requests; Lost when it was closed, deleted, or its link ended; TimedOut at the
 /// keeper's limit of replies or at its own. What was never sent leaves Effect::None, everything else
 /// Effect::Unknown.
