@@ -185,11 +185,13 @@ void LinkWorker::onError(QAbstractSocket::SocketError error)
                           error == QAbstractSocket::SslInvalidUserDataError;
     if (handshake || tlsError)
         report(QAbstractSocket::SslHandshakeFailedError, tlsFailure(*m_protected));
-    else if (m_protected && m_nothingCame && error == QAbstractSocket::RemoteHostClosedError)
+    else if (m_ready && m_nothingCame && error == QAbstractSocket::RemoteHostClosedError &&
+             !m_reader->hasError())
         // A server judges certificates when this end's handshake is over already.
-        report(error,
-               QStringLiteral("TLS: the peer closed the link before its first message; it may refuse this "
-                              "end's certificate"));
+        report(error, m_protected ? QStringLiteral("TLS: the peer closed the link before its first message; "
+                                                   "it may refuse this end's certificate")
+                                  : QStringLiteral("The peer closed the connection before its first "
+                                                   "message; it may expect TLS"));
     else
         report(error, m_reader->hasError() ? m_reader->error() : m_socket->errorString());
 }
@@ -307,10 +309,10 @@ void LinkWorker::onTick()
         !m_failed && m_socket && (!m_ready || m_socket->state() != QAbstractSocket::ConnectedState);
     if (connecting && now >= m_connectLimit)
         fail(QAbstractSocket::SocketTimeoutError,
-             m_socket->state() == QAbstractSocket::ConnectedState
-                 ? QStringLiteral("TLS: no handshake within 10 s; does the peer speak TLS?")
-                 : QStringLiteral("no connection within %1 s")
-                       .arg(std::chrono::duration<double>(m_connectTime).count()));
+             (m_socket->state() == QAbstractSocket::ConnectedState
+                  ? QStringLiteral("TLS: no handshake within %1 s; does the peer speak TLS?")
+                  : QStringLiteral("no connection within %1 s"))
+                 .arg(std::chrono::duration<double>(m_connectTime).count()));
     for (auto entry = m_inFlight.begin(); entry != m_inFlight.end() && !m_paused && !m_failed; ++entry) {
         if (now < entry->second)
             continue;

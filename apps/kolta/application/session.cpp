@@ -18,10 +18,10 @@ using Kolta::LinkKeeper;
 
 namespace {
 
-/// The version of the servers' interface that this program was written for.
-const char kInterfaceVersion[] = "3.1";
 /// Enough to find the reason of a failed link again.
 constexpr int kKeptTraceLines = 200;
+/// Within which a link whose time is over says why it did not come up.
+constexpr int kLinkSpeaksMs = 1000;
 
 QString problemOfAddress(const QString& text)
 {
@@ -65,20 +65,25 @@ Option Session::faultsOption()
                 "Load the texts of faults from the server first instead of from the configured file.");
 }
 
+std::optional<Endpoint> Session::find(const QString& text)
+{
+    if (const auto served = EmbeddedInstallation::endpointOf(text))
+        return served;
+    QString host;
+    QString problem;
+    Endpoint endpoint;
+    if (KoltaApps::splitHostAndPort(text, host, endpoint.port, problem) &&
+        KoltaApps::findAddress(host, endpoint.address, problem))
+        return endpoint;
+    printError(problem);
+    return std::nullopt;
+}
+
 std::unique_ptr<Session> Session::start(const CommandLine& line)
 {
-    const QString text = line.argument(0);
-    std::optional<Endpoint> endpoint = EmbeddedInstallation::endpointOf(text);
-    if (!endpoint) {
-        QString host;
-        QString problem;
-        endpoint.emplace();
-        if (!KoltaApps::splitHostAndPort(text, host, endpoint->port, problem) ||
-            !KoltaApps::findAddress(host, endpoint->address, problem)) {
-            printError(problem);
-            return nullptr;
-        }
-    }
+    const std::optional<Endpoint> endpoint = find(line.argument(0));
+    if (!endpoint)
+        return nullptr;
     auto session = std::make_unique<Session>(*endpoint);
     if (line.isSet("faults"))
         session->m_configuration.emplace();
@@ -121,8 +126,9 @@ bool Session::open(int timeoutMs)
     KoltaConnection::getStaticFaultMessageHandler()->Init(QStringLiteral("kolta"));
     m_limitMs = timeoutMs;
     m_keeper->open();
-    const auto isUp = [this] { return m_keeper->state() == LinkKeeper::State::Up; };
-    if (waitFor(isUp, timeoutMs))
+    // The link knows best why it does not come up, so it is given the time to say so.
+    if (waitFor([this] { return m_wasOpened; }, timeoutMs + kLinkSpeaksMs) &&
+        waitFor([this] { return m_keeper->state() == LinkKeeper::State::Up; }, timeoutMs))
         return true;
     const QString peer = m_endpoint.toString();
     const QString time = secondsText(timeoutMs);

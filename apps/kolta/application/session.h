@@ -32,8 +32,13 @@ class Session : public QObject
 public:
     /// A waiting time without end.
     static constexpr int kForever = kWaitForever;
+    /// The version of the servers' interface that this program was written for.
+    static constexpr char kInterfaceVersion[] = "3.1";
 
     explicit Session(const Endpoint& endpoint);
+    /// Where `text` leads, HOST:PORT or the name of a server in a shell. Prints an error and gives nothing
+    /// when there is no such host.
+    static std::optional<Endpoint> find(const QString& text);
     /// HOST:PORT, for the table of a command; its first argument.
     static Argument argument();
     /// --faults: texts of faults from the server, for the length of the command.
