@@ -2,14 +2,28 @@
 
 #include <xmlmessaging/messagecodec.h>
 
+#include <QCryptographicHash>
+
 namespace KoltaSimulation {
 
 using XmlCommon::CXmlMessage;
 using XmlCommon::MessageCodec;
 
-void CommandMemory::remember(const QString& token, const CXmlMessage& reply)
+QByteArray CommandMemory::keyOf(const CXmlMessage& command, const QString& user)
 {
-    if (token.isEmpty() || m_answers.contains(token))
+    if (command.getToken().isEmpty())
+        return QByteArray();
+    CXmlMessage same(command);
+    same.setMessageID(0); // another one each time
+    same.setAvailableTime(0);
+    QByteArray text = user.toUtf8() + '\n';
+    MessageCodec::encode(same, text);
+    return QCryptographicHash::hash(text, QCryptographicHash::Sha256);
+}
+
+void CommandMemory::remember(const QByteArray& key, const CXmlMessage& reply)
+{
+    if (key.isEmpty() || m_answers.contains(key))
         return;
     CXmlMessage answer(reply);
     for (int i = 0; i < answer.getNumberOfFragments(); ++i)
@@ -17,17 +31,17 @@ void CommandMemory::remember(const QString& token, const CXmlMessage& reply)
     QByteArray text;
     MessageCodec::encode(answer, text);
     m_bytes += text.size();
-    m_answers.insert(token, text);
-    m_order.push_back(token);
+    m_answers.insert(key, text);
+    m_order.push_back(key);
     while (m_order.size() > m_maxCommands || m_bytes > m_maxBytes) {
         m_bytes -= m_answers.take(m_order.front()).size();
         m_order.pop_front();
     }
 }
 
-bool CommandMemory::recall(const QString& token, CXmlMessage& reply) const
+bool CommandMemory::recall(const QByteArray& key, CXmlMessage& reply) const
 {
-    const auto found = m_answers.constFind(token);
+    const auto found = m_answers.constFind(key);
     QString error;
     const XmlCommon::ptrCXmlMessage answer =
         found == m_answers.constEnd() ? XmlCommon::ptrCXmlMessage() : MessageCodec::decode(*found, error);

@@ -1,6 +1,7 @@
 #include <simulation/requestdesk.h>
 
 #include <simulation/audit.h>
+#include <simulation/faultids.h>
 
 #include <xmlmessaging/server.h>
 
@@ -24,6 +25,13 @@ std::pair<QString, QString> outcome(const CMsgFragment& asked, const CMsgFragmen
     return {QStringLiteral("%1/%2").arg(asked.getComponentName(),
                                         asked.getRequestTree().getDataTree().getRootTagname().toString()),
             failed ? QStringLiteral("fault %1").arg(fault) : QStringLiteral("done")};
+}
+
+/// A command that came as a query.
+bool isOrderInDisguise(const CMsgFragment& answered)
+{
+    quint32 fault = 0;
+    return answered.getFaultTree().getFaultID(fault) && fault == eFaultWrongKind;
 }
 
 } // namespace
@@ -54,9 +62,10 @@ CXmlMessage RequestDesk::answer(const CXmlMessage& request, const QString& peer,
                          !RequestHandler::concernsLinkOnly(request);
     const QString kind =
         QStringLiteral("%1 %2: ").arg(request.servicetypeToString()).arg(request.getMessageID());
+    const QByteArray key = command ? CommandMemory::keyOf(request, settings.user) : QByteArray();
     if (command) {
         CXmlMessage known = XmlCommunication::makeReply(request, settings.suppressRequestTrees);
-        if (m_commands.recall(request.getToken(), known)) {
+        if (m_commands.recall(key, known)) {
             ++m_statistics.repeats;
             tell(kind + QStringLiteral("came before, answered from memory"));
             return known;
@@ -67,12 +76,12 @@ CXmlMessage RequestDesk::answer(const CXmlMessage& request, const QString& peer,
         const auto [what, result] = outcome(request.getFragment(i), reply.getFragment(i));
         m_statistics.faults += reply.getFragment(i).hasFaultTree() ? 1 : 0;
         tell(kind + what + QStringLiteral(": ") + result);
-        if (command)
+        if (command || isOrderInDisguise(reply.getFragment(i)))
             audit(settings.user, peer, what, result);
     }
     if (command) {
         ++m_statistics.commands;
-        m_commands.remember(request.getToken(), reply);
+        m_commands.remember(key, reply);
     }
     return reply;
 }

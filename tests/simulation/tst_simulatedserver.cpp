@@ -152,10 +152,12 @@ private Q_SLOTS:
         again.send(recording(), 2, "t-1"_s);
         again.send(recording(), 3, "t-2"_s);
         again.send(recording(), 4);
-        QTRY_COMPARE(again.messages.size(), 3);
+        again.send(XmlCommon::CMsgFragment("Recording"_s), 5, "t-1"_s); // that token is another command's
+        QTRY_COMPARE(again.messages.size(), 4);
+        QVERIFY(again.fragment(3).hasFaultTree());
         QCOMPARE(again.messages.first()->getMessageID(), 2u);
         QVERIFY(!again.fragment(0).hasFaultTree());
-        QCOMPARE(m_server->statistics().commands, quint64(3));
+        QCOMPARE(m_server->statistics().commands, quint64(4));
         QCOMPARE(m_server->statistics().repeats, quint64(1));
     }
 
