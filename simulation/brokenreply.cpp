@@ -1,5 +1,7 @@
 #include <simulation/brokenreply.h>
 
+#include <simulation/faultids.h>
+
 #include <xmlmessaging/framing.h>
 #include <xmlmessaging/messagecodec.h>
 
@@ -44,6 +46,32 @@ QByteArray withData(const CXmlMessage& reply, const QByteArray& data)
 QByteArray framedBytes(const CXmlMessage& message)
 {
     return framed(encoded(message));
+}
+
+CXmlMessage withWrongId(const CXmlMessage& reply)
+{
+    CXmlMessage wrong = reply;
+    wrong.setMessageID(reply.getMessageID() ^ 0x40000000u);
+    return wrong;
+}
+
+CXmlMessage withWrongComponent(const CXmlMessage& reply)
+{
+    CXmlMessage wrong = reply;
+    wrong.clearFragments();
+    wrong.addFragment(XmlCommon::CMsgFragment(QStringLiteral("NotAsked")));
+    return wrong;
+}
+
+CXmlMessage withForgedText(const CXmlMessage& reply)
+{
+    CXmlMessage wrong = reply;
+    for (int i = 0; i < wrong.getNumberOfFragments(); ++i) {
+        const QString text = QStringLiteral("none\nkolta: all is well\u2028\u202E");
+        wrong.getFragment(i).setDataTree(XmlCommon::CDataTree());
+        wrong.getFragment(i).setFaultTree(XmlCommon::CFaultTree(eFaultAdministration, 1, {text}));
+    }
+    return wrong;
 }
 
 QByteArray brokenFrame(const CXmlMessage& reply, int variant)

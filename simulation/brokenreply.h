@@ -9,6 +9,11 @@ namespace KoltaSimulation {
 /// `message` as it travels: encoded and framed.
 QByteArray framedBytes(const XmlCommon::CXmlMessage& message);
 
+/// Replies that are well-formed and wrong; each for one misbehaviour.
+XmlCommon::CXmlMessage withWrongId(const XmlCommon::CXmlMessage& reply);
+XmlCommon::CXmlMessage withWrongComponent(const XmlCommon::CXmlMessage& reply);
+XmlCommon::CXmlMessage withForgedText(const XmlCommon::CXmlMessage& reply);
+
 /// Bytes that look like `reply` but are wrong; each for one misbehaviour.
 QByteArray brokenFrame(const XmlCommon::CXmlMessage& reply, int variant);
 QByteArray brokenXml(const XmlCommon::CXmlMessage& reply);

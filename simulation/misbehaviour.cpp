@@ -25,6 +25,8 @@ constexpr KindInfo kKindInfos[] = {
     {Misbehaviour::Delay, "delay", Occasion::Request, 100, true},
     {Misbehaviour::WrongId, "wrong-id", Occasion::Request, -1, false},
     {Misbehaviour::Twice, "twice", Occasion::Request, -1, false},
+    {Misbehaviour::WrongComponent, "wrong-component", Occasion::Request, -1, false},
+    {Misbehaviour::ForgedText, "forged-text", Occasion::Request, -1, false},
     {Misbehaviour::Cut, "cut", Occasion::Request, -1, true},
     {Misbehaviour::Split, "split", Occasion::Request, 1, true},
     {Misbehaviour::Merge, "merge", Occasion::Request, 20, true},

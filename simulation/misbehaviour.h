@@ -19,11 +19,13 @@ enum class Misbehaviour {
     StopReading, ///< accepts the link and never reads from it
     Garbage,     ///< sends random bytes nobody asked for; argument: how many (1000)
     // on a request
-    Silent,  ///< never answers
-    Reset,   ///< resets the link instead of answering
-    Delay,   ///< answers later; argument: milliseconds (100)
-    WrongId, ///< answers with an ID that the request did not have
-    Twice,   ///< sends the reply two times
+    Silent,         ///< never answers
+    Reset,          ///< resets the link instead of answering
+    Delay,          ///< answers later; argument: milliseconds (100)
+    WrongId,        ///< answers with an ID that the request did not have
+    Twice,          ///< sends the reply two times
+    WrongComponent, ///< answers for a component that was not asked
+    ForgedText,     ///< answers with a fault whose text looks like a line of its own
     // on the bytes of a reply
     Cut,   ///< closes the link after some bytes of the reply; argument: how many (any number, by the seed)
     Split, ///< sends the reply in pieces; argument: bytes in a piece (1)

@@ -377,12 +377,15 @@ void SimulatedServer::misbehave(SimulatedLink& link, const CXmlMessage& reply,
     case Misbehaviour::Delay:
         QTimer::singleShot(decision.argument, &link, [this, &link, reply] { sendReply(link, reply); });
         break;
-    case Misbehaviour::WrongId: {
-        CXmlMessage wrong = reply;
-        wrong.setMessageID(reply.getMessageID() ^ 0x40000000u);
-        sendReply(link, wrong);
+    case Misbehaviour::WrongId:
+        sendReply(link, withWrongId(reply));
         break;
-    }
+    case Misbehaviour::WrongComponent:
+        sendReply(link, withWrongComponent(reply));
+        break;
+    case Misbehaviour::ForgedText:
+        sendReply(link, withForgedText(reply));
+        break;
     case Misbehaviour::Twice:
         sendReply(link, reply);
         sendReply(link, reply);

@@ -154,7 +154,7 @@ class Link:
         return message
 
     def ask(self, message, service):
-        """Sends a request with an ID of its own and returns the reply's fragments by component."""
+        """Sends a request with an ID of its own and returns the reply's fragments, one for each that asked."""
         self._last_id += 1
         message.set("id", str(self._last_id))
         message.set("service", str(service))
@@ -172,10 +172,16 @@ class Link:
 
     @staticmethod
     def _answers(message, reply):
-        answers = {fragment.get("component"): fragment for fragment in reply}
+        # By component, wherever it stands; of several of one component in their order.
+        left = list(reply)
+        answers = []
         for asked in message:
-            if asked.get("component") not in answers:
-                raise ProtocolError("the reply has no fragment of component %s" % asked.get("component"))
+            component = asked.get("component")
+            answer = next((fragment for fragment in left if fragment.get("component") == component), None)
+            if answer is None:
+                raise ProtocolError("the reply has no fragment of component %s" % component)
+            left.remove(answer)
+            answers.append(answer)
         return answers
 
     def subscribe(self, component="*"):
@@ -222,7 +228,7 @@ def print_fragments(fragments):
 
 
 def describe(link, _arguments):
-    fragment = link.query("Application", "<GetDescription/>")["Application"]
+    fragment = link.query("Application", "<GetDescription/>")[0]
     description = fragment.find("Data/Description")
     if description is None:
         print_fragments([fragment])
@@ -237,7 +243,7 @@ def send(link, arguments):
     for name in arguments.file:
         message = ElementTree.parse(name).getroot()
         answers = link.ask(message, number(message, "service", 255))
-        done = print_fragments(answers.values()) and done
+        done = print_fragments(answers) and done
     return done
 
 
