@@ -22,7 +22,8 @@ CommandTable programTable()
         QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
                        "Talks to the servers of a monitoring installation.\n\n"),
         QStringLiteral("\nOptions: --help, --version. \"kolta help COMMAND\" tells more of each command.\n"
-                       "Exit codes: 0 done, 1 failed, 2 wrong usage.")};
+                       "Exit codes: 0 done, 1 failed, 2 wrong usage, 4 the servers of other processes are "
+                       "not all there.")};
 }
 
 int dispatch(const QStringList& words)
