@@ -83,11 +83,20 @@ private Q_SLOTS:
         };
         QTRY_VERIFY_WITH_TIMEOUT(isUp(), kPatience);
         const int items = tree.Size();
+        const auto health = [this] {
+            return runKolta("status --health --server S1 --tree-timeout 5", m_broker.url());
+        };
+        const QByteArray alive = health();
+        QVERIFY2(alive.startsWith("OK: 1 server up, 20 of 26 tuners free, 0 productions | servers=1 up=1 ") &&
+                     alive.endsWith("\n0"),
+                 alive.constData());
 
         // Overviews stay when the server dies, its working state goes, and all is as before when it returns.
         server->kill();
         QTRY_COMPARE_WITH_TIMEOUT(states.last(), QStringLiteral("lost"), kPatience);
         QVERIFY(!isUp() && tree.Size() > items - 3);
+        const QByteArray dead = health();
+        QVERIFY2(dead.startsWith("CRITICAL: S1 is lost | ") && dead.endsWith('2'), dead.constData());
         server = simulator();
         QTRY_VERIFY_WITH_TIMEOUT(isUp() && states.last() == QStringLiteral("live"), kPatience);
 
@@ -184,41 +193,49 @@ private Q_SLOTS:
             QCOMPARE(words.value(0), QLatin1String(name));
             processes.append(words.value(1).toInt());
         }
-        const auto kolta = [&](const QStringList& words) -> QByteArray {
-            Program run(KOLTA_PROGRAM, words + QStringList{QStringLiteral("--tree"), url},
-                        configurationFile());
-            run.result();
-            return run.readAllStandardOutput() + run.readAllStandardError() +
-                   QByteArray::number(run.exitCode());
-        };
-        const QByteArray dump = kolta(
-            {QStringLiteral("tree"), QStringLiteral("dump"), QStringLiteral("/ConnectManager/AdminTree/S2")});
+        const auto kolta = [&](const char* words) { return runKolta(words, url); };
+        const QByteArray dump = kolta("tree dump /ConnectManager/AdminTree/S2");
         QVERIFY2(dump.contains("/ConnectManager/AdminTree/S2/ADMINISTRATION/Resources StringValue\n") &&
                      dump.endsWith('0'),
                  dump.right(300).constData());
-        const QByteArray order = kolta(
-            QStringLiteral("produce scp --server S2 --class HF --frequency 7.1M").split(QLatin1Char(' ')));
-        const QByteArray seen = kolta({QStringLiteral("productions"), QStringLiteral("--json")});
+        const QByteArray order = kolta("produce scp --server S2 --class HF --frequency 7.1M");
+        const QByteArray seen = kolta("productions --json");
         QVERIFY2(order.endsWith('0') && seen.contains("SCP"), QByteArray(order + seen).constData());
+        const QByteArray figures = kolta("metrics");
+        for (const char* const line :
+             {"kolta_tree_up 1\n", "kolta_server_up{server=\"S1\"} 1\n",
+              "kolta_tuners{server=\"S2\",state=\"in_use\"} 5\n", "kolta_processors{server=\"S2\"} 2\n",
+              "kolta_server_last_message_age_seconds{server=\"S2\"} "})
+            QVERIFY2(figures.contains(line), figures.constData());
 
         ::kill(processes.last(), SIGKILL);
         QTRY_VERIFY_WITH_TIMEOUT((m_told += up.readAllStandardError()).contains("S2 was started again: "),
                                  kPatience);
         processes.append(m_told.mid(m_told.indexOf("again: ") + 7).trimmed().toInt());
-        QTRY_VERIFY_WITH_TIMEOUT(
-            kolta({QStringLiteral("servers"), QStringLiteral("--json")}).count("\"live\"") == 2, kPatience);
+        QTRY_VERIFY_WITH_TIMEOUT(kolta("servers --json").count("\"live\"") == 2, kPatience);
 
         up.terminate();
         QCOMPARE(up.result(), 0);
         for (const pid_t process : processes)
             QVERIFY(::kill(process, 0) != 0);
-        const QByteArray after =
-            kolta({QStringLiteral("servers"), QStringLiteral("--tree-timeout"), QStringLiteral("1")});
+        const QByteArray after = kolta("servers --tree-timeout 1");
         QVERIFY2(after.contains("Connection refused") && after.endsWith('4'), after.constData());
+        const QByteArray health = kolta("status --health --tree-timeout 1");
+        QVERIFY2(health.startsWith("UNKNOWN: ") && health.endsWith('3'), health.constData());
         m_told.clear();
     }
 
 private:
+    /// What the command prints and, behind it, its exit code.
+    QByteArray runKolta(const char* words, const QString& url) const
+    {
+        Program run(KOLTA_PROGRAM,
+                    QString::fromUtf8(words).split(QLatin1Char(' ')) +
+                        QStringList{QStringLiteral("--tree"), url},
+                    configurationFile());
+        run.result();
+        return run.readAllStandardOutput() + run.readAllStandardError() + QByteArray::number(run.exitCode());
+    }
     QString configurationFile() const { return m_folder.filePath(QStringLiteral("kolta.ini")); }
     std::unique_ptr<Program> simulator(const QStringList& options = {}) const
     {

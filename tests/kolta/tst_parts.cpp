@@ -1,7 +1,10 @@
 #include <common/endpoint.h>
+#include <kolta/application/httppage.h>
+#include <kolta/application/metricstext.h>
 #include <kolta/application/roundtripstatistics.h>
 #include <kolta/cli/table.h>
 
+#include <QTcpSocket>
 #include <QtTest>
 
 #include <tuple>
@@ -14,7 +17,27 @@ private Q_SLOTS:
     void splitsHostAndPort();
     void fitsTables();
     void ranksRoundTrips();
+    void escapesMetrics();
+    void servesOnePageWhateverPeersDo();
 };
+
+namespace {
+
+/// Somebody who says something to a page over HTTP.
+struct Visitor : QTcpSocket
+{
+    explicit Visitor(const QString& url, const QByteArray& words = QByteArray())
+    {
+        connect(this, &QTcpSocket::readyRead, this, [this] { heard += readAll(); });
+        connectToHost(QHostAddress::LocalHost, static_cast<quint16>(QUrl(url).port()));
+        write(words);
+    }
+    bool isOver() const { return state() == UnconnectedState; }
+
+    QByteArray heard;
+};
+
+} // namespace
 
 void TestParts::splitsHostAndPort()
 {
@@ -83,6 +106,71 @@ void TestParts::ranksRoundTrips()
     QCOMPARE(times.percentile(0.99), 99.0);
     QCOMPARE(times.percentile(0.0), 1.0);
     QCOMPARE(times.percentile(1.0), 100.0);
+}
+
+void TestParts::escapesMetrics()
+{
+    KoltaCli::MetricsText text;
+    text.family("a_total", KoltaCli::MetricsText::eCounter, "One \\ two\n\"three\".");
+    text.sample(1e9, {{"x", QStringLiteral("\"S\\1\"\nb_total 7")}, {"y", QString()}});
+    text.sample(0.25);
+    QCOMPARE(text.text(), QByteArray("# HELP a_total One \\\\ two\\n\"three\".\n# TYPE a_total counter\n"
+                                     "a_total{x=\"\\\"S\\\\1\\\"\\nb_total 7\",y=\"\"} 1000000000\n"
+                                     "a_total 0.25\n"));
+}
+
+void TestParts::servesOnePageWhateverPeersDo()
+{
+    KoltaCli::HttpBounds bounds;
+    bounds.peers = 4;
+    bounds.requestBytes = 200;
+    bounds.time = std::chrono::hours(1);
+    bounds.pageAge = std::chrono::hours(1);
+    int made = 0;
+    const auto make = [&made] { return QByteArray::number(++made).rightJustified(1000000, '.'); };
+    KoltaCli::HttpPage page("/m", "text/plain", make, bounds);
+    QVERIFY(!page.listen(QHostAddress(QStringLiteral("192.0.2.1")), 0));
+    QVERIFY2(page.listen(QHostAddress::LocalHost, 0), qPrintable(page.errorString()));
+
+    const QPair<QByteArray, const char*> requests[] = {
+        {"GET /m HTTP/1.1\r\nHost: x\r\n\r\n", "200 OK"},
+        {"GET /m?a=b HTTP/1.0\n\n", "200 OK"},
+        {"HEAD /m HTTP/1.1\r\n\r\n", "200 OK"},
+        {"GET /mm HTTP/1.1\r\n\r\n", "404 Not Found"},
+        {"POST /m HTTP/1.1\r\n\r\n", "405 Method Not Allowed"},
+        {"\r\n\r\n", "400 Bad Request"},
+        {QByteArray("\x16\x03\n\n"), "400 Bad Request"},
+        {"GET /m HTTP/1.1\r\n" + QByteArray(200, 'x'), "431 "}};
+    for (const auto& [words, status] : requests) {
+        Visitor visitor(page.url(), words);
+        QTRY_VERIFY2(visitor.isOver(), words.constData());
+        QVERIFY2(visitor.heard.startsWith(QByteArray("HTTP/1.1 ") + status),
+                 visitor.heard.left(80).constData());
+        const bool hasPage = words.startsWith("GET") && QByteArray(status) == "200 OK";
+        QCOMPARE(visitor.heard.endsWith(QByteArray(1000, '.') + '1'), hasPage);
+    }
+    QCOMPARE(made, 1);
+
+    // Silent ones, half a request, and one that does not read: they give way to whoever comes next.
+    std::vector<std::unique_ptr<Visitor>> hostile;
+    for (const char* const words : {"", "GET", "GET /m HT", "GET /m HTTP/1.1\r\n\r\n", "", "", ""}) {
+        hostile.push_back(std::make_unique<Visitor>(page.url(), words));
+        hostile.back()->setReadBufferSize(1);
+    }
+    Visitor good(page.url(), requests[0].first);
+    QTRY_VERIFY(good.isOver());
+    QVERIFY(good.heard.endsWith('1'));
+    const auto areOver = [&hostile](const auto& isOver) {
+        return std::count_if(hostile.begin(), hostile.end(), isOver);
+    };
+    QTRY_VERIFY(areOver([](const auto& visitor) { return visitor->isOver(); }) >= 3);
+
+    bounds.time = std::chrono::milliseconds(50);
+    KoltaCli::HttpPage impatient("/m", "text/plain", make, bounds);
+    QVERIFY(impatient.listen(QHostAddress::LocalHost, 0));
+    Visitor silent(impatient.url());
+    QTRY_VERIFY(silent.isOver());
+    QVERIFY(silent.heard.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestParts)

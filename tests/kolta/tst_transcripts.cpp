@@ -29,7 +29,8 @@ void TestTranscripts::printsWhatIsWritten_data()
 {
     QTest::addColumn<QString>("fileName");
     const QDir transcripts(QStringLiteral(KOLTA_SOURCE_DIR "/tests/kolta/transcripts"));
-    QStringList files{QStringLiteral(KOLTA_SOURCE_DIR "/docs/commands.md")};
+    QStringList files{QStringLiteral(KOLTA_SOURCE_DIR "/docs/commands.md"),
+                      QStringLiteral(KOLTA_SOURCE_DIR "/docs/monitoring.md")};
     for (const QString& name : transcripts.entryList({QStringLiteral("*.txt")}, QDir::Files))
         files.append(transcripts.filePath(name));
     for (const QString& file : qAsConst(files))

@@ -36,6 +36,17 @@ QVector<Option> EmbeddedInstallation::options(const QVector<Option>& own)
 
 std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandLine& line)
 {
+    return startWith(line, TreeMirror::join);
+}
+
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::look(const CommandLine& line)
+{
+    return startWith(line, TreeMirror::look);
+}
+
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::startWith(const CommandLine& line,
+                                                                      MirrorStart startMirror)
+{
     if (auto running = shared().lock()) {
         if (!line.isSet("installation") && !line.isSet("tree"))
             return running;
@@ -54,7 +65,7 @@ std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandL
         return simulate(line);
     }
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
-    started->m_mirror = TreeMirror::join(line);
+    started->m_mirror = startMirror(line);
     return started->m_mirror ? started : nullptr;
 }
 

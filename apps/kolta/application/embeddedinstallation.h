@@ -43,6 +43,8 @@ public:
     /// Prints an error and gives null when that fails, and when an option asks for another than the shared
     /// one.
     static std::shared_ptr<EmbeddedInstallation> start(const CommandLine& line);
+    /// The same; but while the servers of a tree must be live there, it takes them here as they are.
+    static std::shared_ptr<EmbeddedInstallation> look(const CommandLine& line);
     /// A simulated one, without a word about it.
     static std::shared_ptr<EmbeddedInstallation> simulate(const CommandLine& line);
 
@@ -68,6 +70,8 @@ public:
 
     /// Whether the servers are simulated in this process, and not mirrored.
     bool isSimulated() const noexcept { return !m_mirror; }
+    /// Null while the servers are simulated.
+    const TreeMirror* treeMirror() const noexcept { return m_mirror.get(); }
     /// The simulated ones in the order of the command line; at least one, unless they are mirrored.
     const std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>>& servers() const
     {
@@ -97,6 +101,8 @@ public:
 
 private:
     EmbeddedInstallation() = default;
+    using MirrorStart = std::unique_ptr<TreeMirror> (*)(const CommandLine& line);
+    static std::shared_ptr<EmbeddedInstallation> startWith(const CommandLine& line, MirrorStart startMirror);
     struct Node
     {
         QString name;

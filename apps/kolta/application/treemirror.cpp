@@ -5,6 +5,8 @@
 
 #include <startup/cfgcenter.h>
 
+#include <algorithm>
+
 #ifdef KOLTA_WITH_DISTRIBUTION
 
 #include <koltacommon/shorttimevalues.h>
@@ -19,6 +21,7 @@ struct TreeMirror::Private
 
     distribution::TreeLink link;
     QString problem;
+    int connections = 0;
 };
 
 std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
@@ -37,7 +40,10 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
     Kolta::registerShortTimeValues();
     auto parts = std::make_unique<Private>(*options);
     QObject::connect(&parts->link, &distribution::TreeLink::si_LinkChanged,
-                     [own = parts.get()](bool, const QString& reason) { own->problem = reason; });
+                     [own = parts.get()](bool isUp, const QString& reason) {
+                         own->problem = reason;
+                         own->connections += isUp ? 1 : 0;
+                     });
     parts->link.mirror(options->branches);
     return std::unique_ptr<TreeMirror>(new TreeMirror(std::move(parts)));
 }
@@ -45,6 +51,11 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
 bool TreeMirror::waitForLive(int milliseconds)
 {
     return d->link.waitForLive({}, milliseconds);
+}
+
+bool TreeMirror::isOnline() const
+{
+    return d->link.isOnline();
 }
 
 QVector<TreeMirror::Branch> TreeMirror::branches() const
@@ -80,6 +91,7 @@ namespace KoltaCli {
 struct TreeMirror::Private
 {
     QString problem;
+    int connections = 0;
 };
 
 std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
@@ -89,6 +101,11 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
 }
 
 bool TreeMirror::waitForLive(int /*milliseconds*/)
+{
+    return false;
+}
+
+bool TreeMirror::isOnline() const
 {
     return false;
 }
@@ -143,9 +160,22 @@ std::unique_ptr<TreeMirror> TreeMirror::join(const CommandLine& line)
     return nullptr;
 }
 
+std::unique_ptr<TreeMirror> TreeMirror::look(const CommandLine& line)
+{
+    auto mirror = open(line);
+    if (mirror)
+        mirror->waitForLive(line.number("tree-timeout") * 1000);
+    return mirror;
+}
+
 const QString& TreeMirror::problem() const noexcept
 {
     return d->problem;
+}
+
+int TreeMirror::reconnections() const noexcept
+{
+    return std::max(0, d->connections - 1);
 }
 
 QJsonObject TreeMirror::Branch::toJson() const

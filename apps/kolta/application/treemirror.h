@@ -33,10 +33,16 @@ public:
     /// error with the states is printed, when that does not happen; the command then ends with eExitNoTree.
     static std::unique_ptr<TreeMirror> join(const CommandLine& line);
 
+    /// The same, but takes the branches as they are when that time is over.
+    static std::unique_ptr<TreeMirror> look(const CommandLine& line);
+
     /// Runs the event loop until all branches are live, and at least one; false when that takes longer.
     bool waitForLive(int milliseconds);
     /// Why there is no connection to the broker, in one line; empty while there is one.
     const QString& problem() const noexcept;
+    bool isOnline() const;
+    /// How often the connection to the broker was lost and came again.
+    int reconnections() const noexcept;
 
     struct Branch
     {

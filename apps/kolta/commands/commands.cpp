@@ -24,6 +24,7 @@ QVector<Command> allCommands()
         treeCommand(),
 
         statusCommand(),
+        metricsCommand(),
         watchCommand(),
         produceCommand(),
         productionsCommand(),

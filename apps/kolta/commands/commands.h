@@ -13,6 +13,7 @@ Command demandClassesCommand();
 Command describeCommand();
 Command helpCommand();
 Command listenCommand();
+Command metricsCommand();
 Command moveCommand();
 Command pingCommand();
 Command planCommand();

@@ -1,135 +1,108 @@
 #include "commands.h"
 
-#include <kolta/application/processordirectory.h>
-#include <kolta/application/servers.h>
+#include <kolta/application/health.h>
+#include <kolta/application/serverfigures.h>
+#include <kolta/application/session.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
-#include <koltacommon/hardwareprocessingobserver.h>
-#include <koltacommon/koltaprocessorobserver.h>
-#include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/tunerbookingmanager.h>
-
 #include <algorithm>
+#include <utility>
 
 namespace KoltaCli {
 
-using Kolta::TunerBookingManager;
-
 namespace {
 
-/// How many of what a server has.
-struct Counts
+void printObject(const ServerFigures& figures)
 {
-    int free = 0;
-    int inUse = 0;
-    int inaccessible = 0;
-    int planned = 0;
-    int processors = 0;
-    int productions = 0;
-    int hardware = 0;
-};
-
-Counts countAll(Server& server)
-{
-    Counts counts;
-    const TunerBookingManager& booking = server.getBookingManager();
-    for (const auto& tuner : booking.getAllTuners()) {
-        switch (booking.getTunerState(tuner.GetTavikResource().GetGUID())) {
-        case TunerBookingManager::eFree:
-            ++counts.free;
-            break;
-        case TunerBookingManager::eInUse:
-            ++counts.inUse;
-            break;
-        case TunerBookingManager::eInaccessible:
-            ++counts.inaccessible;
-            break;
-        case TunerBookingManager::ePlanned:
-            ++counts.planned;
-            break;
-        }
-    }
-    counts.processors = ProcessorDirectory({&server}).all().size();
-    counts.productions = server.getProcessorObserver().GetProductionIDs().size();
-    counts.hardware = server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size();
-    return counts;
-}
-
-QVector<int> figures(const Counts& counts)
-{
-    return {counts.free,       counts.inUse,       counts.inaccessible, counts.planned,
-            counts.processors, counts.productions, counts.hardware};
-}
-
-/// Of a server that has gone nobody knows what it has; what the mirrors show then is of the past.
-bool isConnected(const Server& server)
-{
-    return server.getState() != Kolta::SERVER_STATES::eDisconnected;
-}
-
-void printObject(Server& server)
-{
-    QJsonObject object{{QStringLiteral("server"), server.getAddress()},
-                       {QStringLiteral("host"), server.getHostname()},
-                       {QStringLiteral("state"), server.getState()},
-                       {QStringLiteral("stateText"), server.getStateString(server.getState())},
-                       {QStringLiteral("message"), server.getStatusMessage()},
-                       {QStringLiteral("ready"), server.isReady()}};
-    if (isConnected(server)) {
-        static const char* const names[] = {"free",       "inUse",       "inaccessible", "planned",
-                                            "processors", "productions", "hardware"};
-        const QVector<int> values = figures(countAll(server));
-        for (int i = 0; i < values.size(); ++i)
-            object[QLatin1String(names[i])] = values.at(i);
+    QJsonObject object{
+        {QStringLiteral("server"), figures.name},     {QStringLiteral("host"), figures.host},
+        {QStringLiteral("state"), figures.state},     {QStringLiteral("stateText"), figures.stateText},
+        {QStringLiteral("message"), figures.message}, {QStringLiteral("ready"), figures.isReady}};
+    if (figures.isConnected) {
+        for (const auto& [name, count] : figures.counts())
+            object[name] = count;
     }
     printJson(object);
 }
 
-void printTable(const QVector<Server*>& servers)
+void printTable(const QVector<ServerFigures>& servers)
 {
     Table table({QStringLiteral("SERVER"), QStringLiteral("HOST"), QStringLiteral("STATE"),
                  QStringLiteral("READY"), QStringLiteral("FREE"), QStringLiteral("IN USE"),
                  QStringLiteral("INACCESSIBLE"), QStringLiteral("PLANNED"), QStringLiteral("PROCESSORS"),
                  QStringLiteral("PRODUCTIONS"), QStringLiteral("HARDWARE"), QStringLiteral("MESSAGE")});
     table.alignRight({4, 5, 6, 7, 8, 9, 10});
-    for (Server* server : servers) {
-        QStringList cells{
-            server->getAddress(), server->getHostname(),
-            QStringLiteral("%1 %2").arg(server->getState()).arg(server->getStateString(server->getState())),
-            yesNo(server->isReady())};
-        const QVector<int> values = figures(countAll(*server));
-        for (const int value : values)
-            cells.append(isConnected(*server) ? QString::number(value) : QString());
-        table.addRow(cells << server->getStatusMessage());
+    for (const ServerFigures& figures : servers) {
+        QStringList cells{figures.name, figures.host,
+                          QStringLiteral("%1 %2").arg(figures.state).arg(figures.stateText),
+                          yesNo(figures.isReady)};
+        for (const auto& [name, count] : figures.counts())
+            cells.append(figures.isConnected ? QString::number(count) : QString());
+        table.addRow(cells << figures.message);
     }
     table.print();
 }
 
-int status(const CommandLine& line, const Servers& servers)
+int tell(const CommandLine& line, const Servers& servers)
 {
-    const QVector<Server*>& all = servers.all();
+    QVector<ServerFigures> all;
+    for (Server* const server : servers.all())
+        all.append(ServerFigures::of(*server));
     if (line.json())
-        std::for_each(all.begin(), all.end(), [](Server* server) { printObject(*server); });
+        std::for_each(all.begin(), all.end(), printObject);
     else
         printTable(all);
-    const auto isReady = [](const Server* server) { return server->isReady(); };
+    const auto isReady = [](const ServerFigures& figures) { return figures.isReady; };
     return std::all_of(all.begin(), all.end(), isReady) ? eExitOk : eExitFailed;
+}
+
+HealthReport check(const CommandLine& line)
+{
+    // A monitoring system reads one line, and that from standard output.
+    const OutputManner quiet(OutputManner::eSilent);
+    const auto unknown = [&quiet] {
+        takeStartFailure();
+        HealthReport report;
+        report.health = Health::Unknown;
+        report.text = quiet.lines().isEmpty() ? QString() : quiet.lines().last().section(QLatin1Char(' '), 1);
+        return report;
+    };
+    if (!line.arguments().isEmpty()) {
+        const auto session = Session::start(line);
+        return session ? healthOf(*session, line.timeoutMs()) : unknown();
+    }
+    const auto survey = Survey::start(line);
+    return survey ? healthOf(survey->servers(), survey->mirror() ? survey->mirror()->problem() : QString())
+                  : unknown();
+}
+
+int status(const CommandLine& line)
+{
+    if (line.isSet("health"))
+        return check(line).print(line.json());
+    if (!line.arguments().isEmpty())
+        return line.usageError(QStringLiteral("HOST:PORT is for --health"));
+    return with(Servers::start, tell)(line);
 }
 
 } // namespace
 
 Command statusCommand()
 {
-    return {"status",
-            "tell how the servers are",
-            "Tells how the servers of a simulated installation inside this process are: their working state "
-            "and how "
-            "much of everything they have.",
-            {},
-            Servers::options(),
-            with(Servers::start, status)};
+    Argument server = Session::argument();
+    server.count = Argument::Optional;
+    server.help = "With --health, a server that is asked over the XML protocol.";
+    return {
+        "status",
+        "tell how the servers are",
+        "Tells how the servers of an installation are: their working state and how much of everything "
+        "they have. With --health it answers as monitoring systems expect it: one line, and the exit code 0 "
+        "for OK, 1 for WARNING, 2 for CRITICAL, 3 for UNKNOWN.",
+        {server},
+        Servers::options({flag("health", "Answer a monitoring system.")}),
+        status};
 }
 
 } // namespace KoltaCli
