@@ -30,6 +30,13 @@ class Server
 {
 public:
     explicit Server(QStringList options) : m_options(std::move(options)) {}
+    ~Server()
+    {
+        if (isRunning())
+            stop();
+    }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
 
     bool start()
     {
