@@ -52,9 +52,11 @@ void tellProgress(const QVector<Operation*>& operations)
 
 bool await(const QVector<Operation*>& operations, int timeoutMs)
 {
-    const auto areOver = [&operations] {
-        return std::all_of(operations.begin(), operations.end(),
-                           [](const Operation* operation) { return operation->isFinished(); });
+    auto firstOpen = operations.begin(); // what is over stays so and is not looked at again
+    const auto areOver = [&operations, &firstOpen] {
+        firstOpen = std::find_if_not(firstOpen, operations.end(),
+                                     [](const Operation* operation) { return operation->isFinished(); });
+        return firstOpen == operations.end();
     };
     bool isCancelling = false;
     bool isLeft = false;
