@@ -11,10 +11,10 @@ inline QString words(const char* text)
 }
 
 /// One run of the command line.
-class Kolta : public QProcess
+class KoltaProcess : public QProcess
 {
 public:
-    explicit Kolta(const QStringList& arguments, const QByteArray& input = QByteArray())
+    explicit KoltaProcess(const QStringList& arguments, const QByteArray& input = QByteArray())
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const char* const name : {"KOLTA_CONFIG", "KOLTA_TREE"})
@@ -24,7 +24,7 @@ public:
         write(input);
         closeWriteChannel();
     }
-    ~Kolta() override
+    ~KoltaProcess() override
     {
         kill();
         waitForFinished();
@@ -65,11 +65,11 @@ private:
 };
 
 /// A run that has ended by itself, or was killed because it would not.
-class KoltaRun : public Kolta
+class KoltaRun : public KoltaProcess
 {
 public:
     explicit KoltaRun(const QStringList& arguments, const QByteArray& input = QByteArray())
-        : Kolta(arguments, input)
+        : KoltaProcess(arguments, input)
     {
         if (ends())
             return;

@@ -74,7 +74,7 @@ void TestListen::printsUntilInterrupted()
     QFETCH(QString, broadcast);
     QFETCH(QString, fault);
     Station station;
-    Kolta kolta(station.listen(options));
+    KoltaProcess kolta(station.listen(options));
     QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     // From that word on nothing is missed.
     QCOMPARE(station.sayNews(), 1);
@@ -91,7 +91,7 @@ void TestListen::printsUntilInterrupted()
 void TestListen::countsBroadcasts()
 {
     Station station;
-    Kolta kolta(station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
+    KoltaProcess kolta(station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
     QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     for (int i = 0; i < 10; ++i)
         station.sayNews();
@@ -103,7 +103,7 @@ void TestListen::countsBroadcasts()
 void TestListen::outlivesALostLink()
 {
     Station station;
-    Kolta kolta(station.listen());
+    KoltaProcess kolta(station.listen());
     QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     int news = 0;
     const auto hearsAgain = [&] {

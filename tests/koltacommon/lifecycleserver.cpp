@@ -4,7 +4,7 @@
 #include <support/testprogram.h>
 #include <support/text.h>
 
-#include <resourcemodel/resourceoverview.h>
+#include <resourcemodel/resources.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include <distribution/localbroker.h>

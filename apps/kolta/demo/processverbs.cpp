@@ -76,6 +76,7 @@ ProcessVerbs::ProcessVerbs() : m_environment(QProcessEnvironment::systemEnvironm
     if (configuration.open(QIODevice::WriteOnly))
         configuration.write("[Distribution]\nWishTimeoutMs=60000\n");
     m_environment.insert(QStringLiteral("KOLTA_CONFIG"), configuration.fileName());
+    m_environment.insert(QStringLiteral("XDG_DATA_HOME"), m_folder.path());
     m_environment.remove(QStringLiteral("KOLTA_TREE"));
 }
 

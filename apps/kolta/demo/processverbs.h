@@ -39,7 +39,7 @@ private:
     bool killNow(const QString& name) const;
     int printOutcome(Child& child) const;
 
-    QTemporaryDir m_folder; ///< of a configuration for all that is started
+    QTemporaryDir m_folder; ///< of configuration and data for all that is started
     QProcessEnvironment m_environment;
     std::unique_ptr<Child> m_up;
     std::map<QString, qint64> m_pids; ///< of all that was started, and is wanted, by name
