@@ -8,13 +8,6 @@ using namespace XmlCommon;
 
 namespace {
 
-QByteArray encoded(const CXmlMessage& message)
-{
-    QByteArray text;
-    MessageCodec::encode(message, text);
-    return text;
-}
-
 QByteArray fragment(const QByteArray& content)
 {
     return "<Message id=\"1\" service=\"1\"><Fragment component=\"c\">" + content + "</Fragment></Message>";
