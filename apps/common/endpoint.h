@@ -16,7 +16,7 @@ struct Endpoint
 };
 
 /// The port that lets the system pick one, for those who listen.
-constexpr quint16 anyPort = 0;
+constexpr quint16 kAnyPort = 0;
 
 /// Splits HOST:PORT at its last colon. HOST is an address or a name, an IPv6 address with or without
 /// brackets, which are taken off; PORT is a decimal number from `lowestPort` to 65535. On failure the result

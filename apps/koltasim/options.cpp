@@ -110,7 +110,7 @@ bool readMisbehaviour(const QStringList& texts, Options& options, QString& messa
 bool readListen(const QString& text, Options& options, QString& message)
 {
     QString host;
-    if (KoltaApps::splitHostAndPort(text, host, options.port, message, KoltaApps::anyPort) &&
+    if (KoltaApps::splitHostAndPort(text, host, options.port, message, KoltaApps::kAnyPort) &&
         KoltaApps::findAddress(host, options.address, message))
         return true;
     message.prepend(QStringLiteral("--listen: "));

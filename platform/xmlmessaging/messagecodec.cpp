@@ -91,7 +91,7 @@ bool MessageCodec::Decoder::messageAttribute(NodeId attribute, CXmlMessage& mess
     if (name == "token") {
         message.setToken(XmlText::textFromUtf8(valueOf(attribute)));
         const int length = message.getToken().size();
-        return (length >= 1 && length <= CXmlMessage::maxTokenLength) ||
+        return (length >= 1 && length <= CXmlMessage::kMaxTokenLength) ||
                fail(attribute, "token of a wrong length", "1 to 64 characters");
     }
     const bool isService = name == "service";

@@ -92,10 +92,10 @@ public:
     void setAvailableTime(quint32 time) noexcept { m_availableTime = time; }
 
     /// What a command is recognised by when it comes again on another link: the same text then, another one
-    /// for every other command; empty for none, at most maxTokenLength characters.
+    /// for every other command; empty for none, at most kMaxTokenLength characters.
     const QString& getToken() const noexcept { return m_token; }
     void setToken(const QString& token) { m_token = token; }
-    static constexpr int maxTokenLength = 64;
+    static constexpr int kMaxTokenLength = 64;
     /// A token that no other message has, of whichever process.
     void setToken_byGenerator();
     /// Whether this is not the first time that the message is sent; for logs, it does not travel.

@@ -48,7 +48,7 @@ void TestParts::splitsHostAndPort()
         {"[fe80::1]:1", "fe80::1", 1}};
     QString host, error;
     quint16 port = 0;
-    QVERIFY(KoltaApps::splitHostAndPort(QStringLiteral("h:0"), host, port, error, KoltaApps::anyPort));
+    QVERIFY(KoltaApps::splitHostAndPort(QStringLiteral("h:0"), host, port, error, KoltaApps::kAnyPort));
     for (const auto& [text, expectedHost, expectedPort] : good) {
         QVERIFY2(KoltaApps::splitHostAndPort(QLatin1String(text), host, port, error), text);
         QCOMPARE(host, QLatin1String(expectedHost));

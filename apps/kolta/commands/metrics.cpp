@@ -114,7 +114,7 @@ QString problemOfPlace(const QString& text)
     QString host;
     QString problem;
     quint16 port = 0;
-    KoltaApps::splitHostAndPort(text, host, port, problem, KoltaApps::anyPort);
+    KoltaApps::splitHostAndPort(text, host, port, problem, KoltaApps::kAnyPort);
     return problem;
 }
 
@@ -137,7 +137,7 @@ int metrics(const CommandLine& line)
         QString host;
         QString error;
         if (!KoltaApps::splitHostAndPort(line.value("listen"), host, endpoint.port, error,
-                                         KoltaApps::anyPort) ||
+                                         KoltaApps::kAnyPort) ||
             !KoltaApps::findAddress(host, endpoint.address, error)) {
             printError(error);
             return eExitFailed;
