@@ -102,8 +102,23 @@ void BranchDriver::schedule()
         m_timer.stop();
         return;
     }
-    const qint64 wait = std::max(m_wakeAtMs - BootTimeMs(), qint64(0));
-    m_timer.start(static_cast<int>(std::min(wait, kLongestTimerMs)));
+    const qint64 wait = m_wakeAtMs - BootTimeMs();
+    if (wait > 0) {
+        m_timer.start(static_cast<int>(std::min(wait, kLongestTimerMs)));
+        return;
+    }
+    // Behind the inputs that are here already, but without a turn around all timers and sockets.
+    m_timer.stop();
+    if (std::exchange(m_isCalled, true))
+        return;
+    QMetaObject::invokeMethod(
+        &m_timer,
+        [this] {
+            m_isCalled = false;
+            if (m_wakeAtMs <= BootTimeMs())
+                Do(m_onTime);
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace distribution

@@ -79,7 +79,8 @@ private:
     QTimer m_timer;
     qint64 m_wakeAtMs = never;
     bool m_isBusy = false;
-    bool m_isWoken = false; ///< while it was busy
+    bool m_isCalled = false; ///< time is called from the event loop
+    bool m_isWoken = false;  ///< while it was busy
     values::Life m_life;
 };
 

@@ -54,8 +54,10 @@ bool MqttConnection::order(Order order)
     if (m_shared->outstanding > 0 && m_shared->outstanding + size > m_maximumOutboxBytes)
         return false;
     m_shared->outstanding += size;
+    const bool wasEmpty = m_shared->outbox.empty();
     m_shared->outbox.push_back(std::move(order));
-    m_shared->wake();
+    if (wasEmpty)
+        m_shared->wake();
     return true;
 }
 
