@@ -35,6 +35,26 @@ void ItemTable::Erase(quint32 id)
     m_items.erase(found);
 }
 
+void ItemTable::SetContent(quint32 id, const Content& content)
+{
+    Item* const item = Find(id);
+    if (!item)
+        return;
+    item->content = content;
+    item->checksum.reset();
+}
+
+void ItemTable::Splice(quint32 id, const values::TextSplice& splice, quint32 checksum)
+{
+    Item& item = *Find(id);
+    if (item.content.use_count() > 1)
+        item.content = MakeContent(Spliced(*item.content, splice));
+    else // nobody else sees it, and large ones are not copied
+        std::const_pointer_cast<Bytes>(item.content)
+            ->replace(splice.offset, splice.removed.size(), splice.inserted);
+    item.checksum = checksum;
+}
+
 void ItemTable::Clear()
 {
     m_items.clear();
@@ -47,32 +67,76 @@ bool IsAtOrBelow(const QString& path, const QString& top)
                                     path.at(top.size()) == QLatin1Char('/'));
 }
 
+namespace {
+
+/// An item as the changes before have left it.
+struct Known
+{
+    QString path; ///< empty once it is removed
+    Content content;
+    std::optional<std::size_t> spliced; ///< index of the change that replaces a part of the content
+};
+
+/// Whether the change only replaces a part of the item's content, which it names then.
+bool resolveSplice(Change& change, const ItemTable::Item& item, std::size_t maximumBytes)
+{
+    const Bytes& content = BytesOf(item.content);
+    auto splice = AsSplice(content, BytesOf(change.content), maximumBytes);
+    if (!splice)
+        return false;
+    if (!item.checksum)
+        item.checksum = Checksum(content);
+    if (ChecksumAfter(content, *splice, *item.checksum) != change.checksum)
+        return false;
+    change.content.reset();
+    change.splice = std::make_shared<const values::TextSplice>(std::move(*splice));
+    return true;
+}
+
+/// A part was replaced and something else follows: the whole is needed.
+void makeWhole(Known& known, Changes& resolved)
+{
+    if (!known.spliced)
+        return;
+    Change& earlier = resolved[*std::exchange(known.spliced, std::nullopt)];
+    earlier.operation = Operation::Set;
+    earlier.content = known.content = MakeContent(Spliced(BytesOf(known.content), *earlier.splice));
+    earlier.splice.reset();
+}
+
+bool resolveRuns(Change& change, const Content& former, std::size_t maximumBytes)
+{
+    auto content = ApplyRuns(BytesOf(former), BytesOf(change.content), maximumBytes);
+    if (!content || Checksum(*content) != change.checksum)
+        return false;
+    change.operation = Operation::Set;
+    change.content = MakeContent(std::move(*content));
+    return true;
+}
+
+} // namespace
+
 std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items, std::size_t maximumBytes)
 {
-    struct Known
-    {
-        QString path; ///< empty once it is removed
-        Content content;
-    };
-    std::map<quint32, Known> fresh; ///< as the changes before have left it
+    std::map<quint32, Known> fresh;
     Changes resolved;
     for (Change change : changes) {
-        const auto met = fresh.find(change.id);
+        const bool isMet = fresh.count(change.id) > 0;
         const auto item = items.All().find(change.id);
         Known& known = fresh[change.id];
-        if (met == fresh.end() && item != items.All().end())
-            known = {item->second.path, item->second.content};
+        makeWhole(known, resolved);
+        if (!isMet && item != items.All().end())
+            known = {item->second.path, item->second.content, std::nullopt};
         if (change.operation == Operation::Add)
-            known = {change.path, change.content};
+            known = {change.path, change.content, std::nullopt};
         if (known.path.isEmpty())
             return std::nullopt;
         change.path = known.path;
         if (change.operation == Operation::Delta) {
-            auto content = ApplyRuns(BytesOf(known.content), BytesOf(change.content), maximumBytes);
-            if (!content || Checksum(*content) != change.checksum)
+            if (!isMet && item != items.All().end() && resolveSplice(change, item->second, maximumBytes))
+                known.spliced = resolved.size();
+            else if (!resolveRuns(change, known.content, maximumBytes))
                 return std::nullopt;
-            change.operation = Operation::Set;
-            change.content = MakeContent(std::move(*content));
         }
         if (change.operation == Operation::Set)
             known.content = change.content;

@@ -22,6 +22,8 @@ public:
         Content content;       ///< of plain values only
         quint64 changedAt = 0; ///< number of the entry that changed it last; kept by owners
         QUuid changedBy;       ///< session whose wish it holds, null when it holds anything else
+        /// Of the content, once somebody needed it; kept by mirrors.
+        mutable std::optional<quint32> checksum;
     };
     using Items = std::map<quint32, Item>;
 
@@ -36,6 +38,9 @@ public:
 
     /// Replaces what has the same identifier or path.
     void Insert(quint32 id, Item item);
+    /// Replaces a content, or part of one, which then has that checksum.
+    void SetContent(quint32 id, const Content& content);
+    void Splice(quint32 id, const values::TextSplice& splice, quint32 checksum);
     void Erase(quint32 id);
     void Clear();
 
@@ -48,8 +53,8 @@ private:
 KOLTA_DISTRIBUTION_EXPORT bool IsAtOrBelow(const QString& path, const QString& top);
 
 /// The changes of an entry with paths and whole contents instead of identifiers and runs, as they follow upon
-/// `items`, which stay as they are. Nothing when a change does not fit, or makes a content of more than
-/// `maximumBytes`.
+/// `items`, which stay as they are; a Delta that replaces one part remains one, with that part. Nothing when
+/// a change does not fit, or makes a content of more than `maximumBytes`.
 KOLTA_DISTRIBUTION_EXPORT std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items,
                                                          std::size_t maximumBytes);
 

@@ -7,6 +7,7 @@
 #include <values/command.h>
 #include <values/lifetime.h>
 #include <values/observable.h>
+#include <values/utf8.h>
 
 #include <QString>
 #include <QStringList>
@@ -34,7 +35,7 @@ inline const Bytes& BytesOf(const Content& content)
 }
 inline Content MakeContent(Bytes bytes)
 {
-    return std::make_shared<const Bytes>(std::move(bytes));
+    return std::make_shared<Bytes>(std::move(bytes));
 }
 
 /// Values of other types than these are collections, which are changed by commands.
@@ -66,6 +67,8 @@ struct Change
     /// not announce it twice.
     bool byWish = false;
     Content content;
+    /// In a mirror, of a Delta that was resolved, and of the Set that it becomes: the part that it replaces.
+    std::shared_ptr<const values::TextSplice> splice;
 
     /// Set by a program that writes back what it has read: refused when the value has changed meanwhile.
     bool compare = false;

@@ -193,8 +193,7 @@ void MirrorChannel::commit(const Change& change, bool own)
         m_items.Erase(change.id);
         break;
     case Operation::Set:
-        if (ItemTable::Item* const item = m_items.Find(change.id))
-            item->content = change.content;
+        m_items.SetContent(change.id, change.content);
         break;
     case Operation::Announce:
         if (own && change.byWish)
@@ -205,10 +204,21 @@ void MirrorChannel::commit(const Change& change, bool own)
         m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending());
         return;
     case Operation::Delta:
+        commitDelta(change);
         return;
     }
     if (!isShadowed(path))
         m_mirror.apply(change);
+}
+
+void MirrorChannel::commitDelta(const Change& change)
+{
+    m_items.Splice(change.id, *change.splice, change.checksum);
+    if (isShadowed(change.path))
+        return;
+    Change whole = SetChange(change.path, m_items.Find(change.id)->content);
+    whole.splice = change.splice;
+    m_mirror.apply(whole);
 }
 
 /// Asked right before the tree is changed: an observer may have written since.

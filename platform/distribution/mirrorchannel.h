@@ -63,6 +63,7 @@ private:
     bool playMessage(const LogMessage& message);
     void apply(const Entry& entry, quint64 number);
     void commit(const Change& change, bool own);
+    void commitDelta(const Change& change);
     void applyState(StateAssembler::State state, qint64 nowMs);
     void settleByTable(const Snapshot& snapshot);
     void replaceItems(const Snapshot& snapshot, const Paths& settled);

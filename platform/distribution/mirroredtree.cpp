@@ -94,7 +94,8 @@ void MirroredTree::Apply(const Change& change)
             tree.Remove(change.path, m_collector.GetLink());
             break;
         case Operation::Set:
-            if (value && !value->ReadContent(in, m_collector.GetLink()))
+            if (value && !(change.splice && value->SpliceContent(*change.splice, m_collector.GetLink())) &&
+                !value->ReadContent(in, m_collector.GetLink()))
                 traceUnusable(change.path, QStringLiteral("the content does not fit"));
             break;
         case Operation::Announce:

@@ -1,5 +1,7 @@
 #include <distribution/textdelta.h>
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -12,6 +14,9 @@ enum RunKind : quint8 { CopyRun = 0, InsertRun = 1 };
 constexpr std::size_t blockBytes = 32;
 /// A middle of fewer bytes is inserted as it is.
 constexpr std::size_t smallMiddle = 4 * blockBytes;
+/// Runs of a head, one insertion and a tail.
+constexpr std::size_t kSpliceRuns = 3;
+constexpr std::size_t kLargestSplice = 65536;
 
 std::size_t commonHead(const Bytes& a, const Bytes& b)
 {
@@ -150,6 +155,29 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
     runs.Insert(written, end);
 }
 
+struct Run
+{
+    quint8 kind = CopyRun;
+    quint32 offset = 0; ///< of a copy
+    quint32 count = 0;
+    const char* text = nullptr; ///< of an insertion
+};
+
+/// False for one that is malformed.
+bool readRun(values::ByteReader& in, Run& run)
+{
+    values::ByteReader text(nullptr, 0);
+    run = Run();
+    in.ReadInteger(run.kind);
+    if (run.kind > InsertRun || (run.kind == CopyRun && !in.ReadInteger(run.offset)) ||
+        !in.ReadInteger(run.count))
+        return false;
+    if (run.kind == InsertRun && !in.Split(run.count, text))
+        return false;
+    run.text = text.Position();
+    return true;
+}
+
 } // namespace
 
 Bytes MakeRuns(const Bytes& from, const Bytes& to)
@@ -169,25 +197,70 @@ std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs, std::size_t
     Bytes result;
     result.reserve(std::min(maximumBytes, from.size() + runs.size()));
     while (!in.AtEnd()) {
-        quint8 kind = 0;
-        quint32 offset = 0;
-        quint32 count = 0;
-        in.ReadInteger(kind);
-        if (kind > InsertRun || (kind == CopyRun && !in.ReadInteger(offset)) || !in.ReadInteger(count) ||
-            count > maximumBytes - result.size())
+        Run run;
+        if (!readRun(in, run) || run.count > maximumBytes - result.size())
             return std::nullopt;
-        if (kind == InsertRun) {
-            values::ByteReader text(nullptr, 0);
-            if (!in.Split(count, text))
-                return std::nullopt;
-            result.append(text.Position(), count);
+        if (run.kind == InsertRun) {
+            result.append(run.text, run.count);
         } else {
-            if (offset > from.size() || count > from.size() - offset)
+            if (run.offset > from.size() || run.count > from.size() - run.offset)
                 return std::nullopt;
-            result.append(from, offset, count);
+            result.append(from, run.offset, run.count);
         }
     }
     return result;
+}
+
+std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs, std::size_t maximumBytes)
+{
+    std::vector<Run> all;
+    values::ByteReader in(runs.data(), runs.size());
+    for (Run run; !in.AtEnd(); all.push_back(run)) {
+        if (all.size() == kSpliceRuns || !readRun(in, run))
+            return std::nullopt;
+    }
+    auto run = all.cbegin();
+    values::TextSplice splice;
+    std::size_t tail = from.size();
+    splice.formerBytes = from.size();
+    if (run != all.cend() && run->kind == CopyRun && run->offset == 0)
+        splice.offset = (run++)->count;
+    if (run != all.cend() && run->kind == InsertRun) {
+        splice.inserted.assign(run->text, run->count);
+        ++run;
+    }
+    if (run != all.cend() && run->kind == CopyRun && run->offset + std::size_t(run->count) == from.size())
+        tail = (run++)->offset;
+    if (run != all.cend() || splice.offset > tail || tail - splice.offset > kLargestSplice ||
+        splice.inserted.size() > kLargestSplice ||
+        from.size() - (tail - splice.offset) + splice.inserted.size() > maximumBytes)
+        return std::nullopt;
+    splice.removed.assign(from, splice.offset, tail - splice.offset);
+    return splice;
+}
+
+Bytes Spliced(const Bytes& from, const values::TextSplice& splice)
+{
+    return Bytes(from).replace(splice.offset, splice.removed.size(), splice.inserted);
+}
+
+quint32 ChecksumAfter(const Bytes& from, const values::TextSplice& splice, quint32 before)
+{
+    const auto sum = [](uLong start, const char* bytes, std::size_t count) {
+        return crc32_z(start, reinterpret_cast<const Bytef*>(bytes), count);
+    };
+    const std::string& inserted = splice.inserted;
+    const std::size_t tail = splice.offset + splice.removed.size();
+    const std::size_t tailBytes = from.size() - tail;
+    // The sum is linear: what differs counts as if it stood alone, before as many zeros as bytes follow.
+    if (inserted.size() == splice.removed.size())
+        return before ^
+               static_cast<quint32>(crc32_combine(sum(0, inserted.data(), inserted.size()) ^
+                                                      sum(0, splice.removed.data(), splice.removed.size()),
+                                                  0, static_cast<z_off_t>(tailBytes)));
+    const uLong head = sum(0, from.data(), splice.offset);
+    return static_cast<quint32>(
+        sum(sum(head, inserted.data(), inserted.size()), from.data() + tail, tailBytes));
 }
 
 Change MakeContentChange(quint32 id, const QString& path, const Content& from, const Content& to)

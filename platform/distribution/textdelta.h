@@ -17,6 +17,14 @@ KOLTA_DISTRIBUTION_EXPORT Bytes MakeRuns(const Bytes& from, const Bytes& to);
 KOLTA_DISTRIBUTION_EXPORT std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs,
                                                          std::size_t maximumBytes);
 
+/// The one part that runs replace, where they keep everything before and behind it and it is not large;
+/// nothing for others, and where ApplyRuns() would have nothing.
+std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs, std::size_t maximumBytes);
+Bytes Spliced(const Bytes& from, const values::TextSplice& splice);
+/// Checksum of Spliced(), without making it; `before` is that of `from`. Takes next to no time when as many
+/// bytes come as go.
+quint32 ChecksumAfter(const Bytes& from, const values::TextSplice& splice, quint32 before);
+
 /// The change that turns an item's content `from` into `to` in the fewest bytes: Delta, or Set for contents
 /// of at most Limits::smallContent bytes and where runs save less than half of the packed whole.
 KOLTA_DISTRIBUTION_EXPORT Change MakeContentChange(quint32 id, const QString& path, const Content& from,

@@ -110,6 +110,30 @@ bool readStrictly(ByteReader in, QString& text)
     return true;
 }
 
+/// Where in the text so many bytes behind `begin` are; -1 when that is no place between two characters. Known
+/// at once where the text, of so many bytes in all, is ASCII.
+int unitAt(const QString& text, int begin, std::size_t bytes, std::size_t allBytes)
+{
+    const auto units = static_cast<std::size_t>(text.size());
+    if (allBytes == units)
+        return bytes <= units - static_cast<std::size_t>(begin) ? begin + static_cast<int>(bytes) : -1;
+    const ushort* const unit = text.utf16();
+    int at = begin;
+    std::size_t passed = 0;
+    while (passed < bytes && at < text.size()) {
+        const bool isPair = isHighSurrogate(unit[at]) && at + 1 < text.size() && isLowSurrogate(unit[at + 1]);
+        passed += isPair ? 4U : unit[at] < 0x80U ? 1U : unit[at] < 0x800U ? 2U : 3U;
+        at += isPair ? 2 : 1;
+    }
+    return passed == bytes ? at : -1;
+}
+
+/// Whether it might make one character with its neighbour.
+bool hasLooseEnd(const QString& text)
+{
+    return !text.isEmpty() && (text.at(0).isLowSurrogate() || text.at(text.size() - 1).isHighSurrogate());
+}
+
 } // namespace
 
 void AppendUtf8(std::string& out, const QString& text)
@@ -140,6 +164,22 @@ bool ReadUtf8(ByteReader& in, QString& text)
     else if (!readStrictly(in, text))
         return false;
     return in.Skip(in.Remaining());
+}
+
+bool SpliceUtf8(QString& text, const TextSplice& splice, bool& isChanged)
+{
+    const int begin = unitAt(text, 0, splice.offset, splice.formerBytes);
+    const int end = begin < 0 ? -1 : unitAt(text, begin, splice.removed.size(), splice.formerBytes);
+    QString removed, inserted;
+    ByteReader removedBytes(splice.removed.data(), splice.removed.size());
+    ByteReader insertedBytes(splice.inserted.data(), splice.inserted.size());
+    if (end < 0 || !ReadUtf8(removedBytes, removed) || !ReadUtf8(insertedBytes, inserted) ||
+        text.midRef(begin, end - begin) != removed || hasLooseEnd(inserted))
+        return false;
+    isChanged = inserted != removed;
+    if (isChanged)
+        text.replace(begin, end - begin, inserted);
+    return true;
 }
 
 void AppendShortText(std::string& out, const QString& text)

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace values {
@@ -81,6 +82,9 @@ public:
     /// differs. False, and nothing happens, when it does not fit, for a tombstone, and where content travels
     /// as commands. An observer may delete the value.
     virtual bool ReadContent(ByteReader& in, IObserver* originator);
+    /// ReadContent() of the present content with one part replaced, without reading the whole. False, and
+    /// nothing happens, where it cannot be done.
+    virtual bool SpliceContent(const TextSplice& /*splice*/, IObserver* /*originator*/) { return false; }
     /// About as many more items are to come: room for them may be made at once.
     virtual void ExpectItems(std::size_t /*count*/) {}
     /// Decodes the payload of a command on this value, of which `available` bytes may be read, and moves
@@ -229,6 +233,18 @@ public:
             return false;
         SetValue(value, originator);
         return true;
+    }
+    bool SpliceContent(const TextSplice& splice, IObserver* originator) override
+    {
+        bool isChanged = false;
+        if constexpr (std::is_same_v<T, QString>) {
+            if (IsDeleted() || !SpliceUtf8(m_value, splice, isChanged))
+                return false;
+            if (isChanged)
+                Changed(eChangeValue, originator);
+            return true;
+        }
+        return isChanged;
     }
 
 protected:
