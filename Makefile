@@ -2,7 +2,7 @@
 # Variables: JOBS=<n> limits parallel compilers, PREFIX= and DESTDIR= say where to install,
 # KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest or to the benchmarks,
 # TARGETS='framing message' and SECONDS=600 choose what make fuzz runs and for how long each, MINUTES=1 how long make soak
-# takes.
+# takes, RUNS=1 SEED=123 how many runs make chaos makes, and which.
 
 PREFIX ?= /usr/local
 DESTDIR ?=
@@ -11,6 +11,8 @@ ARGS ?=
 TARGETS ?=
 SECONDS ?= 60
 MINUTES ?= 10
+RUNS ?= 200
+SEED ?=
 
 build = cmake --build --preset $(1) $(if $(JOBS),--parallel $(JOBS))
 sources = git ls-files '*.h' '*.cpp'
@@ -19,7 +21,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo test test-asan test-tsan fuzz bench soak lint format doc install clean
+.PHONY: help demo test test-asan test-tsan fuzz bench soak chaos lint format doc install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -52,6 +54,10 @@ bench: packages-build+bench build/bench/build.ninja ## build and run the benchma
 soak: packages-build+bench build/bench/build.ninja ## good and hostile clients at two servers, for MINUTES=10
 	@$(call build,bench) --target kolta_soak
 	@build/bench/bin/kolta_soak '$(MINUTES)'
+
+chaos: packages-build+bench build/bench/build.ninja ## trees alike over a broker while processes are killed, RUNS=200
+	@$(call build,bench) --target kolta_chaos
+	@build/bench/bin/kolta_chaos '$(RUNS)' $(SEED)
 
 lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes and the floors
 	@$(sources) | xargs -d '\n' clang-format --dry-run -Werror
