@@ -18,17 +18,25 @@ double median(std::vector<double> samples)
 }
 
 /// The sides of the figure that runs now: prepared once for all its repetitions, gone before the next one's.
+struct Running
+{
+    const Figure* figure = nullptr;
+    Sides sides;
+};
+Running& running()
+{
+    static Running now;
+    return now;
+}
+
 Sides& sidesOf(const Figure& figure)
 {
-    static const Figure* current = nullptr;
-    static Sides sides;
-    if (current != &figure) {
-        current = nullptr;
-        sides = Sides();
-        sides = figure.prepare();
-        current = &figure;
+    if (running().figure != &figure) {
+        endFigures();
+        running().sides = figure.prepare();
+        running().figure = &figure;
     }
-    return sides;
+    return running().sides;
 }
 
 // Both sides take turns, and take turns in going first, so that a change of the machine's speed meets both
@@ -76,6 +84,11 @@ bool addFigure(const Figure& figure)
         ->UseManualTime()
         ->Unit(benchmark::kMillisecond);
     return true;
+}
+
+void endFigures()
+{
+    running() = Running();
 }
 
 const Figure* findFigure(const std::string& name)

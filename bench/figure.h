@@ -49,6 +49,9 @@ bool addFigure(const Figure& figure);
 /// The figure of that name, or null.
 const Figure* findFigure(const std::string& name);
 
+/// Frees what the sides of the last figure hold; to be called before the end of the application.
+void endFigures();
+
 /// A side that is timed. `operations`: how many of the measured operations one call of `work` does.
 template<class Work>
 Side timed(Work work, int operations = 1)

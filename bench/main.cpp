@@ -1,3 +1,4 @@
+#include "figure.h"
 #include "ratioreporter.h"
 
 #include <QCoreApplication>
@@ -74,7 +75,9 @@ int main(int argc, char** argv)
         return eWrongUsage;
 
     Bench::RatioReporter reporter;
-    if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0)
+    const std::size_t ran = benchmark::RunSpecifiedBenchmarks(&reporter);
+    Bench::endFigures();
+    if (ran == 0)
         return eWrongUsage;
     if (!ratiosFile.empty() && !reporter.writeRatios(ratiosFile)) {
         std::fprintf(stderr, "%s cannot be written.\n", ratiosFile.c_str());
