@@ -23,7 +23,7 @@ public:
         quint64 changedAt = 0; ///< number of the entry that changed it last; kept by owners
         QUuid changedBy;       ///< session whose wish it holds, null when it holds anything else
         /// Of the content, once somebody needed it; kept by mirrors.
-        mutable std::optional<quint32> checksum;
+        mutable std::optional<quint32> checksum = std::nullopt;
     };
     using Items = std::map<quint32, Item>;
 
