@@ -43,6 +43,34 @@ private Q_SLOTS:
         }
     }
 
+    void tellsWhatWillNotBeUnderstood()
+    {
+        const std::pair<const char*, const char*> cases[] = {
+            {"<ShiftRange status='1'> +1 ,4294967295</ShiftRange>", ""},
+            {"<ShiftRange>\n</ShiftRange><ModulationType status='1'>Unknown</ModulationType>", ""},
+            {"<FrequencyRange status='1'>1,18446744073709551615</FrequencyRange>", ""},
+            {"<FrequencyRange status='1'>3 MHz,4</FrequencyRange>",
+             "1, column 56: <FrequencyRange>: expected a "
+             "whole number from 0 to 184467440737"},
+            {"<ShiftRange>1,4294967296</ShiftRange>", "1, column 41: <ShiftRange>: expected a whole number"},
+            {"\n<ShiftRange status='1'>\n \n  2,1</ShiftRange>",
+             "4, column 3: <ShiftRange>: expected the smaller"},
+            {"<ShiftRange status='1'/>", "1, column 53: <ShiftRange>: expected two whole numbers"},
+            {"<ModulationType>fsk2</ModulationType>", "1, column 45: <ModulationType>: expected one of FSK2, "
+                                                      "AM, PSK2A, PSK2B, PSK4A, PSK4B, PSK8A, found "
+                                                      "\"fsk2\", which counts as Unknown"}};
+        for (const auto& [xml, expected] : cases) {
+            ShortTimeProfiles file;
+            const ReadReport report = readProfiles("<ShortTimeProfiles><Profile>" + QByteArray(xml) +
+                                                       "</Profile></ShortTimeProfiles>",
+                                                   "f"_s, file);
+            const QString doubts = report.doubts.join(QLatin1Char('|'));
+            QVERIFY2(report.isGood() && report.doubtful == (*expected ? 1 : 0), xml);
+            QVERIFY2(*expected ? doubts.startsWith("line "_s + QLatin1String(expected)) : doubts.isEmpty(),
+                     qPrintable(doubts));
+        }
+    }
+
     void writesWhatItReads()
     {
         ShortTimeProfiles profiles{{fullProfile("a \"<&>'\n\t\r"_s), Profile(), fullProfile(QString())}};

@@ -28,11 +28,14 @@ VESK_Q9R::ReadReport read(const QString& fileName, VESK_Q9R::ShortTimeProfiles& 
 
 } // namespace
 
-std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeProfileType type)
+std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeProfileType type,
+                                     int* doubtful)
 {
     VESK_Q9R::ShortTimeProfiles file;
     const VESK_Q9R::ReadReport report = read(fileName, file);
-    for (const QString& note : report.notes)
+    if (doubtful)
+        *doubtful = report.doubtful;
+    for (const QString& note : report.notes + report.doubts)
         printError(nameOfInput(fileName) + QStringLiteral(", ") + note);
     if (!report.isGood()) {
         printError(report.error);

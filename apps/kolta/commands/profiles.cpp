@@ -135,6 +135,23 @@ void printDifference(const ProfileDifference& difference, bool json)
                   difference.profile);
 }
 
+/// Fails when something will not be understood, so that scripts can ask.
+int check(const CommandLine& line)
+{
+    int doubtful = 0;
+    const auto profiles = readProfiles(line.argument(0), Kolta::eShortTimeProfileUnspecified, &doubtful);
+    if (!profiles)
+        return eExitFailed;
+    if (line.json())
+        printJson({{QStringLiteral("profiles"), profiles->size()}, {QStringLiteral("doubtful"), doubtful}});
+    else
+        printLine(QStringLiteral("%1, %2").arg(
+            counted(profiles->size(), QStringLiteral("profile")),
+            doubtful == 0 ? QStringLiteral("all values are understood")
+                          : QStringLiteral("%1 of their values not understood").arg(doubtful)));
+    return doubtful == 0 ? eExitOk : eExitFailed;
+}
+
 /// Fails when the files differ, so that scripts can ask.
 int diff(const CommandLine& line)
 {
@@ -158,7 +175,7 @@ Command profilesCommand()
     const auto on = [](auto use) { return onShortTime<ShortTimeProfileItemMap>("Profiles", use); };
     return {
         "profiles",
-        "import, list, show, export or compare short-time profiles",
+        "import, check, list, show, export or compare short-time profiles",
         "Works on the short-time profiles of a server in a simulated installation inside this process. FILE "
         "may be \"-\" for standard input or output.",
         {},
@@ -171,6 +188,7 @@ Command profilesCommand()
          {"list", {}, "Lists all profiles.", on(list)},
          {"show", {{"NAME", ""}}, "Shows all that a profile has.", on(show)},
          {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
+         {"check", {file}, "Tells what in a file is not understood.", check},
          {"diff", {file, file}, "Compares two files.", diff}}};
 }
 

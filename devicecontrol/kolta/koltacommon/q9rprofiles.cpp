@@ -1,5 +1,7 @@
 #include "q9rprofiles.h"
 
+#include <koltacommon/shorttimeprofile.h>
+
 #include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
@@ -8,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace VESK_Q9R {
 
@@ -22,7 +25,8 @@ const QLatin1String hopRateName("HopRate");
 constexpr qint64 kLargestFile = 64 * 1024 * 1024;
 constexpr int kMostProfiles = 250'000;
 constexpr int kDeepestLevel = 64;
-constexpr int kMostNotes = 20;
+constexpr int kMostNotes = 20; ///< and as many doubts
+constexpr qint32 kInUse = 1;   ///< status
 
 /// The elements of a profile that hold a text, in the order in which they are written; the hop rate comes
 /// before the last one.
@@ -30,14 +34,16 @@ struct TextField
 {
     QLatin1String name;
     TextElement Profile::*element;
+    quint64 largest; ///< of both numbers of a range; 0: it is none
 };
+constexpr quint64 k32Bits = std::numeric_limits<quint32>::max();
 const TextField kTextFields[] = {
-    {QLatin1String("FrequencyRange"), &Profile::frequencyRange},
-    {QLatin1String("SignalDurationRange"), &Profile::signalDurationRange},
-    {QLatin1String("BandwidthRange"), &Profile::bandwidthRange},
-    {QLatin1String("SymbolrateRange"), &Profile::symbolrateRange},
-    {QLatin1String("ShiftRange"), &Profile::shiftRange},
-    {QLatin1String("ModulationType"), &Profile::modulationType},
+    {QLatin1String("FrequencyRange"), &Profile::frequencyRange, std::numeric_limits<quint64>::max()},
+    {QLatin1String("SignalDurationRange"), &Profile::signalDurationRange, k32Bits},
+    {QLatin1String("BandwidthRange"), &Profile::bandwidthRange, k32Bits},
+    {QLatin1String("SymbolrateRange"), &Profile::symbolrateRange, k32Bits},
+    {QLatin1String("ShiftRange"), &Profile::shiftRange, k32Bits},
+    {QLatin1String("ModulationType"), &Profile::modulationType, 0},
 };
 constexpr unsigned kHopRateBit = 1u << (sizeof kTextFields / sizeof *kTextFields);
 
@@ -47,6 +53,42 @@ QString shortened(const QStringRef& text)
     constexpr int longest = 40;
     const QString start = text.left(longest).toString().simplified();
     return text.size() <= longest ? start : QString(start + QLatin1String("..."));
+}
+
+/// What is wrong with a range, and what it counts as; empty when it is understood.
+QString doubtAboutRange(const QString& text, quint64 largest)
+{
+    const QStringList parts = text.split(QLatin1Char(','));
+    const QString found = shortened(QStringRef(&text));
+    if (parts.size() != 2)
+        return QStringLiteral(
+                   "expected two whole numbers with a comma between them, found \"%1\", which counts "
+                   "as not in use")
+            .arg(found);
+    quint64 numbers[2] = {};
+    for (int i = 0; i < 2; ++i) {
+        bool ok = false;
+        numbers[i] = parts.at(i).toULongLong(&ok);
+        if (!ok || numbers[i] > largest)
+            return QStringLiteral("expected a whole number from 0 to %1, found \"%2\", which counts as 0")
+                .arg(QString::number(largest), shortened(QStringRef(&parts.at(i))));
+    }
+    return numbers[0] <= numbers[1]
+               ? QString()
+               : QStringLiteral("expected the smaller number first, found \"%1\", which fits nothing")
+                     .arg(found);
+}
+
+QString doubtAboutModulation(const QString& text)
+{
+    const QString unknown = Kolta::modulationTypeToString(0);
+    if (text == unknown || Kolta::stringToModulationType(text) != 0)
+        return QString();
+    QStringList names;
+    for (qint8 code = 1; Kolta::modulationTypeToString(code) != unknown; ++code)
+        names.append(Kolta::modulationTypeToString(code));
+    return QStringLiteral("expected one of %1, found \"%2\", which counts as %3")
+        .arg(names.join(QLatin1String(", ")), shortened(QStringRef(&text)), unknown);
 }
 
 /// Thrown inside the reader only.
@@ -76,11 +118,17 @@ public:
         }
         while (next(rootName) != QXmlStreamReader::EndDocument) {
         }
-        if (m_passedOver > kMostNotes)
-            m_report.notes.append(QStringLiteral("%1 more").arg(m_passedOver - kMostNotes));
+        countRest(m_report.notes, m_passedOver);
+        countRest(m_report.doubts, m_report.doubtful);
     }
 
 private:
+    static void countRest(QStringList& lines, int count)
+    {
+        if (count > kMostNotes)
+            lines.append(QStringLiteral("%1 more").arg(count - kMostNotes));
+    }
+
     static Profile& appended(QVector<Profile>& profiles)
     {
         profiles.append(Profile());
@@ -177,8 +225,32 @@ private:
             see(field->name, 1u << (field - kTextFields));
             TextElement& element = profile.*field->element;
             element.status = statusOf(field->name);
+            const qint64 line = m_xml.lineNumber();
+            const qint64 column = m_xml.columnNumber() + 1;
             element.value = readText(field->name);
+            judge(*field, element, line, column);
         }
+    }
+
+    /// Tells of a value that will not be understood; `line` and `column` are where it begins. An element that
+    /// is neither in use nor says anything need not be understood.
+    void judge(const TextField& field, const TextElement& element, qint64 line, qint64 column)
+    {
+        const QString& text = element.value;
+        const int begin = static_cast<int>(
+            std::find_if(text.begin(), text.end(), [](QChar c) { return !c.isSpace(); }) - text.begin());
+        if (element.status != kInUse && begin == text.size())
+            return;
+        const QString doubt =
+            field.largest == 0 ? doubtAboutModulation(text) : doubtAboutRange(text, field.largest);
+        if (doubt.isEmpty() || ++m_report.doubtful > kMostNotes)
+            return;
+        const QStringRef before = text.leftRef(begin);
+        const int lastBreak = before.lastIndexOf(QLatin1Char('\n'));
+        line += before.count(QLatin1Char('\n'));
+        column = lastBreak < 0 ? column + begin : begin - lastBreak;
+        m_report.doubts.append(QStringLiteral("line %1, column %2: <%3>: %4")
+                                   .arg(QString::number(line), QString::number(column), field.name, doubt));
     }
 
     void readNumber(QLatin1String name, NumberElement& element)
@@ -191,7 +263,8 @@ private:
         bool ok = false;
         element.value = text.toDouble(&ok);
         if (!ok || !std::isfinite(element.value))
-            fail(name, QStringLiteral("expected a number, found \"%1\"").arg(shortened(&text)), line);
+            fail(name, QStringLiteral("expected a number, found \"%1\"").arg(shortened(QStringRef(&text))),
+                 line);
     }
 
     qint32 statusOf(QLatin1String name) const
@@ -243,7 +316,9 @@ ReadReport readFrom(QXmlStreamReader& xml, const QString& sourceName, ShortTimeP
 
 ReadReport refusal(const QString& sourceName, const QString& text)
 {
-    return {QStringLiteral("%1: %2").arg(sourceName, text), {}};
+    ReadReport report;
+    report.error = QStringLiteral("%1: %2").arg(sourceName, text);
+    return report;
 }
 
 ReadReport tooLarge(const QString& sourceName)

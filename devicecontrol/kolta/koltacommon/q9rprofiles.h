@@ -11,7 +11,7 @@
 /// Files of short-time profiles. docs/profiles.md describes their form.
 ///
 /// The types carry what a file says without judging it: what a range text or a modulation means is decided
-/// where profiles are made of them.
+/// where profiles are made of them. A reader tells what will then not be understood.
 
 namespace VESK_Q9R {
 
@@ -63,6 +63,11 @@ struct KOLTA_COMMON_EXPORT ReadReport
     QString error;
     /// What was passed over, one line each: elements that are not known. The last one may be a count.
     QStringList notes;
+    /// Values that cannot be read as what they should be (a unit in a range, a range that is turned round, an
+    /// unknown modulation), one line each with line and column, and what they count as. They are carried all
+    /// the same. The last line may be a count.
+    QStringList doubts;
+    int doubtful = 0; ///< how many values that is
 
     bool isGood() const noexcept { return error.isEmpty(); }
 };
