@@ -44,20 +44,26 @@ BranchDriver::BranchDriver(ICarrier& carrier, StatePacker& packer, std::function
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { Do(m_onTime); });
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { callTime(); });
 }
 
 void BranchDriver::Wake()
 {
-    m_isWoken = m_isBusy;
-    if (m_isBusy)
-        return;
+    m_isWoken = true;
     m_wakeAtMs = 0;
-    schedule();
+    if (!m_isBusy)
+        schedule();
+}
+
+void BranchDriver::callTime()
+{
+    m_isWoken = false;
+    Do(m_onTime);
 }
 
 void BranchDriver::Stop()
 {
+    m_isWoken = false;
     m_wakeAtMs = never;
     m_waiting.clear();
     m_timer.stop();
@@ -92,8 +98,9 @@ void BranchDriver::perform(Output output)
             }
         });
     }
-    // What observers have changed in answer to the last of this step has not been looked at.
-    m_wakeAtMs = std::exchange(m_isWoken, false) ? 0 : output.wakeAtMs;
+    // What was changed since time was called, by observers in this step too, is looked at when it is called
+    // again.
+    m_wakeAtMs = m_isWoken ? 0 : output.wakeAtMs;
 }
 
 void BranchDriver::schedule()
@@ -116,7 +123,7 @@ void BranchDriver::schedule()
         [this] {
             m_isCalled = false;
             if (m_wakeAtMs <= BootTimeMs())
-                Do(m_onTime);
+                callTime();
         },
         Qt::QueuedConnection);
 }

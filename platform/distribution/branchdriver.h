@@ -71,6 +71,7 @@ private:
     void run(const Step& first);
     void perform(Output output);
     void schedule();
+    void callTime();
 
     ICarrier& m_carrier;
     StatePacker& m_packer;
@@ -80,7 +81,7 @@ private:
     qint64 m_wakeAtMs = never;
     bool m_isBusy = false;
     bool m_isCalled = false; ///< time is called from the event loop
-    bool m_isWoken = false;  ///< while it was busy
+    bool m_isWoken = false;  ///< since time was called
     values::Life m_life;
 };
 

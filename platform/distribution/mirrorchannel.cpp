@@ -2,6 +2,8 @@
 
 #include <startup/tracesource.h>
 
+#include <QHash>
+
 #include <algorithm>
 #include <utility>
 
@@ -22,6 +24,18 @@ constexpr std::size_t queuedBytes = 16U << 20U;
 
 enum eTracePoint : int { eUnfitEntry = 11, eFallingNumbers = 12, eUnfitState = 13 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Startup::eTraceWarning);
+
+/// The last of each value's sets. Of an own wish the program has seen those before: they would only come
+/// back.
+QHash<QString, const Change*> lastSets(const Changes& changes)
+{
+    QHash<QString, const Change*> last;
+    for (const Change& change : changes) {
+        if (change.operation == Operation::Set)
+            last.insert(change.path, &change);
+    }
+    return last;
+}
 
 } // namespace
 
@@ -165,8 +179,13 @@ void MirrorChannel::apply(const Entry& entry, quint64 number)
     }
     for (const Change& change : entry.changes)
         settled.remove(change.operation == Operation::Announce ? QString() : change.path);
-    for (const Change& change : entry.changes)
-        commit(change, own);
+    const auto last = own ? lastSets(entry.changes) : QHash<QString, const Change*>();
+    for (const Change& change : entry.changes) {
+        const bool isOvertaken =
+            change.operation == Operation::Set && last.value(change.path, &change) != &change;
+        if (!isOvertaken)
+            commit(change, own);
+    }
     for (const QString& path : settled)
         showTruth(path);
     if (own && m_channel != 0) {

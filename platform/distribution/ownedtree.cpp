@@ -115,7 +115,7 @@ QString OwnedTree::runCommands(const Change& change)
     // Together, so that everybody repeats them as one.
     const auto transaction = value->CreateTransaction();
     for (const CommandPiece& piece : pieces)
-        piece.command->Execute();
+        Guarded([&piece] { piece.command->Execute(); });
     return QString();
 }
 

@@ -91,9 +91,8 @@ public:
     {
         m_process.closeWriteChannel();
         m_process.waitForFinished(kPatience);
-        if (m_link)
-            QTest::qWaitFor([this] { return m_link->branches().value(0).state == BranchState::Withdrawn; },
-                            kPatience);
+        const auto hasLeft = [this] { return m_link->branches().value(0).state == BranchState::Withdrawn; };
+        static_cast<void>(m_link && QTest::qWaitFor(hasLeft, kPatience));
     }
     bool start(QString& reason)
     {
