@@ -281,11 +281,18 @@ private Q_SLOTS:
         auto tree = std::make_unique<TunerClassTree>(classesOf("A:a b|B<A:c"_s), tunersOf("a b c"_s));
         const ptrTunerClassTreeItem kept = tree->findItemByID("B"_s);
         const std::weak_ptr<Item> lost = kept->getParent()->getDefaultChild();
+        const ptrTunerClassTreeItem heldTuner = tree->findItemByID("b"_s);
+        ResourceOverview later = tunersOf("a b c"_s);
+        later.EditTuner()[1].SetIdle(true);
+        std::vector<int> changed;
+        QVERIFY(tree->refresh(later, changed) && changed.size() == 3);
+        later.Reset();
         QVERIFY(!tree->getRootItem()->setParent(kept));
         QVERIFY(!kept->setParent(nullptr));
         tree.reset();
         QVERIFY(lost.expired() && !kept->getParent());
         QCOMPARE(textOf(kept), "B(*c)"_s);
+        QVERIFY(heldTuner->getID() == "b"_s && heldTuner->getTuner().GetIdle());
 
         TunerClassTree other(classesOf("D:d"_s), tunersOf("d c"_s));
         QVERIFY(!other.findItemByID("B"_s));
@@ -297,6 +304,7 @@ private Q_SLOTS:
         QVERIFY(!kept->getParent() && kept->getChildren().empty() && !kept->getDefaultChild());
         QCOMPARE(textOf(other), "root(c D(c *d))"_s);
         QCOMPARE(tuner->getParent()->getID(), "D"_s);
+        QCOMPARE(tuner->getTuner().GetTavikResource().GetGUID(), "{c}"_s);
         Item onStack((Item::RootItemType()));
         QVERIFY(!onStack.addChild(QString(), QString()));
     }

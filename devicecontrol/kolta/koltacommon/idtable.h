@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringView>
 #include <QVector>
 
 #include <vector>
@@ -53,14 +54,22 @@ public:
     template<class IdAt>
     int find(const QString& id, IdAt idAt) const
     {
-        return m_slots.isEmpty() ? kNone : m_slots.at(slotOf(id, hashOf(id), idAt)).place;
+        return find(id, hashOf(id), idAt);
     }
+    /// The same for who has asked for the hash before.
+    template<class IdAt>
+    int find(const QString& id, uint hash, IdAt idAt) const
+    {
+        return m_slots.isEmpty() ? kNone : m_slots.at(slotOf(id, hash, idAt)).place;
+    }
+    /// The hash of an ID in this table, whether or not it is entered.
+    uint hashOf(QStringView id) const { return qHash(id, m_seed); }
 
     /// Enters a place unless there is one with the same ID. Returns the one that is there now.
     template<class IdAt>
     int insert(int place, IdAt idAt)
     {
-        const QString& id = idAt(place);
+        const QStringView id = idAt(place);
         const uint hash = hashOf(id);
         Slot& slot = m_slots.data()[slotOf(id, hash, idAt)];
         if (slot.place == kNone)
@@ -75,15 +84,20 @@ private:
         int place = kNone;
     };
 
-    uint hashOf(const QString& id) const { return qHash(id, m_seed); }
+    /// Copies of one text share their characters.
+    static bool isEqual(QStringView a, QStringView b)
+    {
+        return a.size() == b.size() && (a.data() == b.data() || a == b);
+    }
     /// The slot of that ID, or the free one where it belongs.
     template<class IdAt>
-    int slotOf(const QString& id, uint hash, IdAt idAt) const
+    int slotOf(QStringView id, uint hash, IdAt idAt) const
     {
         const Slot* const table = m_slots.constData();
         const uint mask = static_cast<uint>(m_slots.size()) - 1;
         uint slot = hash & mask;
-        while (table[slot].place != kNone && (table[slot].hash != hash || idAt(table[slot].place) != id))
+        while (table[slot].place != kNone &&
+               (table[slot].hash != hash || !isEqual(id, idAt(table[slot].place))))
             slot = (slot + 1) & mask;
         return static_cast<int>(slot);
     }

@@ -229,18 +229,25 @@ bool TunerClassTree::refresh(const ResourceOverview& resources, std::vector<int>
         return false;
 
     // The list is kept and changed in place, so that pointers to its records stay good.
-    QVector<Tuner> tuners;
-    tuners.swap(m_resources.EditTuner());
-    const Tuner* const address = tuners.constData();
+    QVector<Tuner>& records = m_root->m_class->changes->records;
+    m_resources.ResetTuner();
+    const Tuner* const address = records.constData();
     for (const int place : changed) {
-        tuners[place] = after.at(place);
-        if (const ptrTunerClassTreeItem item = findItemForTuner(after.at(place)))
-            item->m_tuner = after.at(place);
+        const ptrTunerClassTreeItem item = findItemForTuner(after.at(place));
+        records[place] = after.at(place);
+        if (item)
+            item->m_id = &TunerIdGetter::idOf(m_tunerClasses, records.at(place));
     }
     m_resources = resources;
-    m_resources.SetTuner(std::move(tuners));
-    if (m_resources.GetTuner().constData() != address)
+    m_resources.SetTuner(records);
+    if (records.constData() != address) {
         m_placeIndex.reset();
+        m_root->walk([address, &records](const ptrTunerClassTreeItem& item) {
+            if (item->m_record && !item->m_own)
+                item->m_record = records.constData() + (item->m_record - address);
+            return true;
+        });
+    }
     return true;
 }
 

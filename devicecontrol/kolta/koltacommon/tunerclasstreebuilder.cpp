@@ -9,59 +9,73 @@
 namespace Kolta {
 
 using RESOURCEMANAGEMENT::ResourceOverview;
+using RESOURCEMANAGEMENT::Tuner;
 using RESOURCEMANAGEMENT::TunerClass;
 using RESOURCEMANAGEMENT::TunerClassOverview;
 
 TunerClassTreeBuilder::TunerClassTreeBuilder(const TunerClassOverview& tunerClasses,
                                              const ResourceOverview& resources)
-    : m_tunerClasses(tunerClasses), m_tuners(resources.GetTuner())
+    : m_tunerClasses(tunerClasses)
+    , m_tuners(resources.GetTuner())
+    , m_firstClass(1 + m_tuners.size())
+    , m_size(m_firstClass + tunerClasses.GetTunerClass().size())
+    , m_nodes(static_cast<std::size_t>(m_size))
+    , m_ids(static_cast<std::size_t>(m_size))
+    , m_children(static_cast<std::size_t>(1 + tunerClasses.GetTunerClass().size()))
+    , m_places(m_size)
 {
 }
 
 ptrTunerClassTreeItem TunerClassTreeBuilder::build()
 {
-    const int size = 1 + m_tuners.size() + m_tunerClasses.GetTunerClass().size();
-    m_items.reserve(static_cast<std::size_t>(size));
-    m_nodes.reserve(static_cast<std::size_t>(size));
-    m_places = IdTable(size);
-
-    m_items.push_back(std::make_shared<TunerClassTreeItem>(TunerClassTreeItem::RootItemType()));
-    m_nodes.emplace_back();
-    m_children.emplace_back();
     addTuners();
     addClasses();
     nestClasses();
     chooseDefaultChildren();
-    makeItems();
-    return m_items[kRoot];
+    return makeItems();
 }
 
 void TunerClassTreeBuilder::addTuners()
 {
-    for (const RESOURCEMANAGEMENT::Tuner& tuner : m_tuners) {
+    int place = kRoot;
+    for (const Tuner& tuner : m_tuners) {
         const QString& id = TunerIdGetter::idOf(m_tunerClasses, tuner);
+        ++place;
         if (!id.isEmpty())
-            add(std::make_shared<TunerClassTreeItem>(tuner, id));
+            add(place, id);
     }
-    m_firstClass = static_cast<int>(m_items.size());
 }
 
 void TunerClassTreeBuilder::addClasses()
 {
+    int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
-        const int place = static_cast<int>(m_items.size());
-        m_children.emplace_back();
-        add(std::make_shared<TunerClassTreeItem>(tunerClass));
-        for (const QString& id : tunerClass.GetTunerID())
-            attach(find(id), place);
+        add(place, tunerClass.GetGUID());
+        addMembers(tunerClass.GetTunerID(), place);
+        ++place;
     }
+}
+
+/// The texts are scattered in memory: all are called for before the first is looked at, and all are hashed
+/// before the first is looked up, so that waiting for one is waiting for the others.
+void TunerClassTreeBuilder::addMembers(const QVector<QString>& ids, int parent)
+{
+    for (const QString& id : ids) {
+        __builtin_prefetch(id.constData());
+        __builtin_prefetch(id.constData() + id.size());
+    }
+    m_hashes.clear();
+    for (const QString& id : ids)
+        m_hashes.push_back(m_places.hashOf(id));
+    for (int i = 0; i < ids.size(); ++i)
+        attach(m_places.find(ids.at(i), m_hashes[static_cast<std::size_t>(i)], idAt()), parent);
 }
 
 void TunerClassTreeBuilder::nestClasses()
 {
     int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
-        const int superclass = find(tunerClass.GetSuperclassGUID());
+        const int superclass = m_places.find(tunerClass.GetSuperclassGUID(), idAt());
         if (superclass != kNone && !isTuner(superclass))
             attach(place, superclass);
         ++place;
@@ -72,49 +86,56 @@ void TunerClassTreeBuilder::chooseDefaultChildren()
 {
     int place = m_firstClass;
     for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
-        const int child = find(tunerClass.GetDefaultChild());
+        const int child = m_places.find(tunerClass.GetDefaultChild(), idAt());
         if (child != kNone && nodeOf(child).parent == place)
             childrenOf(place).byDefault = child;
         ++place;
     }
 }
 
-void TunerClassTreeBuilder::makeItems()
+ptrTunerClassTreeItem TunerClassTreeBuilder::makeItems() const
 {
-    for (int place = 0; place < static_cast<int>(m_items.size()); ++place) {
-        if (isTuner(place))
-            continue;
-        const ptrTunerClassTreeItem& item = itemAt(place);
-        TunerClassTreeItem::ClassPart& part = *item->m_class;
-        part.changes = itemAt(kRoot)->m_class->changes;
-        const Children& children = childrenOf(place);
-        for (int i = children.first; i != kNone; i = nodeOf(i).next) {
-            const ptrTunerClassTreeItem& child = itemAt(i);
-            child->m_parent = item;
-            child->m_place = static_cast<qint64>(part.children.size());
-            part.tunerChildren += isTuner(i);
-            part.children.push_back(child);
-        }
-        if (children.byDefault != kNone)
-            part.defaultChild = itemAt(children.byDefault);
+    std::vector<ptrTunerClassTreeItem> classes{
+        std::make_shared<TunerClassTreeItem>(TunerClassTreeItem::RootItemType())};
+    classes.reserve(m_children.size());
+    for (const TunerClass& tunerClass : m_tunerClasses.GetTunerClass()) {
+        classes.push_back(std::make_shared<TunerClassTreeItem>(tunerClass));
+        classes.back()->m_class->changes = classes[kRoot]->m_class->changes;
     }
+    classes[kRoot]->m_class->changes->records = m_tuners;
+    for (std::size_t number = 0; number < classes.size(); ++number) {
+        const Children& children = m_children[number];
+        TunerClassTreeItem::ClassPart& part = *classes[number]->m_class;
+        for (int place = children.first; place != kNone; place = nodeOf(place).next) {
+            ptrTunerClassTreeItem child = isTuner(place) ? makeTuner(place) : classes[numberOf(place)];
+            child->m_parent = classes[number];
+            child->m_place = static_cast<qint64>(part.children.size());
+            part.tunerChildren += isTuner(place);
+            if (place == children.byDefault)
+                part.defaultChild = child;
+            part.children.push_back(std::move(child));
+        }
+    }
+    return classes[kRoot];
+}
+
+ptrTunerClassTreeItem TunerClassTreeBuilder::makeTuner(int place) const
+{
+    /// Lets std::make_shared reach a constructor that is not for everybody.
+    struct Item : TunerClassTreeItem
+    {
+        Item(const Tuner* record, const QString* id) : TunerClassTreeItem(record, id) {}
+    };
+    return std::make_shared<Item>(m_tuners.constData() + place - 1, &idOf(place));
 }
 
 /// Enters an item below the root.
-void TunerClassTreeBuilder::add(ptrTunerClassTreeItem item)
+void TunerClassTreeBuilder::add(int place, const QString& id)
 {
-    const int place = static_cast<int>(m_items.size());
-    m_items.push_back(std::move(item));
-    m_nodes.emplace_back();
+    m_ids[static_cast<std::size_t>(place)] = {&id, id};
     link(place, kRoot);
-    if (!itemAt(place)->getID().isEmpty())
-        m_places.insert(place, [this](int i) -> const QString& { return itemAt(i)->getID(); });
-}
-
-/// The first item so far with that ID, tuners before classes.
-int TunerClassTreeBuilder::find(const QString& id) const
-{
-    return m_places.find(id, [this](int i) -> const QString& { return itemAt(i)->getID(); });
+    if (!id.isEmpty())
+        m_places.insert(place, idAt());
 }
 
 /// Moves an item below another; what makes no sense is passed over.
@@ -130,7 +151,7 @@ void TunerClassTreeBuilder::link(int item, int parent)
 {
     Node& node = nodeOf(item);
     Children& siblings = childrenOf(parent);
-    if (siblings.first == kNone && itemAt(parent)->getID() != QLatin1String("root"))
+    if (siblings.first == kNone && parent != kRoot && idOf(parent) != QLatin1String("root"))
         siblings.byDefault = item;
     node.parent = parent;
     if (isTuner(item)) {
@@ -153,11 +174,6 @@ void TunerClassTreeBuilder::unlink(int item)
         siblings.byDefault = siblings.first == item ? node.next : siblings.first;
     (node.previous == kNone ? siblings.first : nodeOf(node.previous).next) = node.next;
     (node.next == kNone ? siblings.last : nodeOf(node.next).previous) = node.previous;
-}
-
-TunerClassTreeBuilder::Children& TunerClassTreeBuilder::childrenOf(int classItem)
-{
-    return m_children[static_cast<std::size_t>(classItem == kRoot ? 0 : 1 + classItem - m_firstClass)];
 }
 
 /// Whether a class is below another item.

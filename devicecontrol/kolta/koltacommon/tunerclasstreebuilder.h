@@ -6,14 +6,13 @@
 #include <QString>
 #include <QVector>
 
-#include <limits>
 #include <vector>
 
 namespace Kolta {
 
 /// Builds the items of a TunerClassTree from its two overviews, to the result that setting one parent after
-/// the other would have, in linear time: it moves numbers in linked lists and makes the items' own lists of
-/// children once, at the end. Used once.
+/// the other would have, in linear time: it moves numbers in linked lists and makes the items at the end,
+/// each once and next to its siblings in memory. Used once; the overviews must outlive it.
 class TunerClassTreeBuilder
 {
 public:
@@ -24,12 +23,12 @@ public:
 
 private:
     static constexpr int kNone = -1;
-    static constexpr int kRoot = 0; ///< its place in m_items and m_nodes
+    static constexpr int kRoot = 0; ///< its place; then come the tuners and the classes, as listed
 
-    /// Where an item stands: places in m_items.
+    /// Where an item stands, in places.
     struct Node
     {
-        int parent = kNone;
+        int parent = kNone;   ///< of a tuner without ID there is none
         int previous = kNone; ///< among the parent's children
         int next = kNone;
     };
@@ -41,29 +40,49 @@ private:
         int byDefault = kNone;
     };
 
+    /// An ID in the overviews, and its characters within reach, so that a comparison need not look for them.
+    struct Id
+    {
+        const QString* text = nullptr;
+        QStringView view;
+    };
+
     void addTuners();
     void addClasses();
+    void addMembers(const QVector<QString>& ids, int parent);
     void nestClasses();
     void chooseDefaultChildren();
-    void makeItems();
-    void add(ptrTunerClassTreeItem item);
-    int find(const QString& id) const;
+    ptrTunerClassTreeItem makeItems() const;
+    ptrTunerClassTreeItem makeTuner(int place) const;
+    void add(int place, const QString& id);
     void attach(int item, int parent);
     void link(int item, int parent);
     void unlink(int item);
     Node& nodeOf(int item) { return m_nodes[static_cast<std::size_t>(item)]; }
-    const ptrTunerClassTreeItem& itemAt(int item) const { return m_items[static_cast<std::size_t>(item)]; }
-    Children& childrenOf(int classItem);
+    const Node& nodeOf(int item) const { return m_nodes[static_cast<std::size_t>(item)]; }
+    const QString& idOf(int item) const { return *m_ids[static_cast<std::size_t>(item)].text; }
+    auto idAt() const
+    {
+        return [this](int place) { return m_ids[static_cast<std::size_t>(place)].view; };
+    }
+    /// Of the root 0, of the classes from 1.
+    std::size_t numberOf(int classItem) const
+    {
+        return static_cast<std::size_t>(classItem == kRoot ? 0 : 1 + classItem - m_firstClass);
+    }
+    Children& childrenOf(int classItem) { return m_children[numberOf(classItem)]; }
     bool isTuner(int item) const { return item != kRoot && item < m_firstClass; }
     bool isBelow(int item, int ancestor);
 
     const RESOURCEMANAGEMENT::TunerClassOverview& m_tunerClasses;
     const QVector<RESOURCEMANAGEMENT::Tuner>& m_tuners;
-    std::vector<ptrTunerClassTreeItem> m_items; ///< root, tuners, classes, each in the overview's order
-    std::vector<Node> m_nodes;                  ///< by place in m_items
-    std::vector<Children> m_children;           ///< of the root, then of the classes
-    IdTable m_places;                           ///< in m_items; the root has none
-    int m_firstClass = std::numeric_limits<int>::max();
+    const int m_firstClass; ///< place of the first class
+    const int m_size;
+    std::vector<Node> m_nodes;        ///< by place
+    std::vector<Id> m_ids;            ///< by place
+    std::vector<Children> m_children; ///< by number
+    IdTable m_places;                 ///< by ID; the root has none
+    std::vector<uint> m_hashes;       ///< of the IDs that a class lists
 };
 
 } // namespace Kolta

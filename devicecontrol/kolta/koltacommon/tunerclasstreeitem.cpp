@@ -27,7 +27,7 @@ const QString& rootID()
 } // namespace
 
 TunerClassTreeItem::TunerClassTreeItem(RootItemType)
-    : m_kind(Kind::Root), m_id(rootID()), m_name(rootID()), m_class(std::make_unique<ClassPart>())
+    : m_kind(Kind::Root), m_id(&rootID()), m_name(rootID()), m_class(std::make_unique<ClassPart>())
 {
     m_class->changes = std::make_shared<Changes>();
 }
@@ -35,18 +35,21 @@ TunerClassTreeItem::TunerClassTreeItem(RootItemType)
 TunerClassTreeItem::TunerClassTreeItem(const TunerClass& tunerClass)
     : m_kind(Kind::Class)
     , m_cost(tunerClass.GetCostPenalty())
-    , m_id(tunerClass.GetGUID())
     , m_name(tunerClass.GetName())
     , m_class(std::make_unique<ClassPart>())
 {
+    m_class->id = tunerClass.GetGUID();
+    m_id = &m_class->id;
     m_class->description = tunerClass.GetDescription();
     m_class->rdc = tunerClass.GetRDC();
     m_class->hwProcessing = tunerClass.GetHWProcessingRDC();
 }
 
 TunerClassTreeItem::TunerClassTreeItem(const Tuner& tuner, const QString& tunerID)
-    : m_kind(Kind::Tuner), m_id(tunerID), m_tuner(tuner)
+    : m_kind(Kind::Tuner), m_own(std::make_unique<OwnRecord>(OwnRecord{tuner, tunerID}))
 {
+    m_id = &m_own->id;
+    m_record = &m_own->tuner;
 }
 
 TunerClassTreeItem::~TunerClassTreeItem()
@@ -59,6 +62,8 @@ TunerClassTreeItem::~TunerClassTreeItem()
     while (!doomed.empty()) {
         const ptrTunerClassTreeItem item = std::move(doomed.back());
         doomed.pop_back();
+        if (item.use_count() > 1)
+            item->keepRecord();
         if (item.use_count() > 1 || !item->m_class)
             continue;
         item->m_class->defaultChild.reset();
@@ -66,6 +71,12 @@ TunerClassTreeItem::~TunerClassTreeItem()
         std::move(children.begin(), children.end(), std::back_inserter(doomed));
         children.clear();
     }
+}
+
+const Tuner& TunerClassTreeItem::getTuner() const noexcept
+{
+    static const Tuner none;
+    return m_record ? *m_record : none;
 }
 
 const QString& TunerClassTreeItem::getName() const noexcept
@@ -176,7 +187,7 @@ bool TunerClassTreeItem::setParent(const ptrTunerClassTreeItem& newParent)
     const auto oldTree = tree();
     newParent->insertChild(self);
     m_parent = newParent;
-    if (newParent->getNumberOfChildren() == 1 && newParent->m_id != rootID())
+    if (newParent->getNumberOfChildren() == 1 && newParent->getID() != rootID())
         newParent->m_class->defaultChild = self;
     if (oldParent)
         oldParent->deleteChildInternal(oldIndex, true);
@@ -227,7 +238,7 @@ ptrTunerClassTreeItem TunerClassTreeItem::findDescendantRecursive(const QString&
 {
     ptrTunerClassTreeItem match;
     walk([&match, &id](const ptrTunerClassTreeItem& item) {
-        if (item->m_id == id)
+        if (item->getID() == id)
             match = item;
         return !match;
     });
@@ -247,7 +258,7 @@ void TunerClassTreeItem::applyToAllDescendants(const Visitor& visitor) const
 TunerClass TunerClassTreeItem::toTunerClass() const
 {
     TunerClass record;
-    record.SetGUID(m_id);
+    record.SetGUID(getID());
     record.SetName(getName());
     record.SetDescription(getDescription());
     record.SetRDC(getRDC());
@@ -255,12 +266,12 @@ TunerClass TunerClassTreeItem::toTunerClass() const
     record.SetHWProcessingRDC(getHWProcessing());
     const ptrTunerClassTreeItem parent = getParent();
     if (parent && !parent->isRootItem())
-        record.SetSuperclassGUID(parent->m_id);
+        record.SetSuperclassGUID(parent->getID());
     if (getDefaultChild())
-        record.SetDefaultChild(getDefaultChild()->m_id);
+        record.SetDefaultChild(getDefaultChild()->getID());
     record.EditTunerID().reserve(getNumberOfTunerChildren());
     for (int i = getNumberOfTunerChildren() - 1; i >= 0; --i)
-        record.EditTunerID().append(getChildren()[static_cast<std::size_t>(i)]->m_id);
+        record.EditTunerID().append(getChildren()[static_cast<std::size_t>(i)]->getID());
     return record;
 }
 
@@ -276,6 +287,16 @@ const TunerClassTreeItem::ClassPart& TunerClassTreeItem::classPart() const noexc
 {
     static const ClassPart none;
     return m_class ? *m_class : none;
+}
+
+/// Makes a tuner independent of the tree that holds its record.
+void TunerClassTreeItem::keepRecord()
+{
+    if (!m_record || m_own)
+        return;
+    m_own = std::make_unique<OwnRecord>(OwnRecord{*m_record, *m_id});
+    m_record = &m_own->tuner;
+    m_id = &m_own->id;
 }
 
 /// Whether this class is below another item.
@@ -314,11 +335,14 @@ void TunerClassTreeItem::joinTree(const std::shared_ptr<Changes>& oldTree,
             ++changes->members;
         }
     }
+    keepRecord();
     if (!m_class)
         return;
     m_class->changes = newTree;
-    walkClasses([&newTree](const ptrTunerClassTreeItem& item) {
-        item->m_class->changes = newTree;
+    walk([&newTree](const ptrTunerClassTreeItem& item) {
+        item->keepRecord();
+        if (item->m_class)
+            item->m_class->changes = newTree;
         return true;
     });
 }

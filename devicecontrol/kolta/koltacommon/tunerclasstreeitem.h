@@ -56,7 +56,7 @@ public:
     bool isTunerItem() const noexcept { return m_kind == Kind::Tuner; }
 
     /// The class's GUID, the tuner's tuner ID, or "root".
-    const QString& getID() const noexcept { return m_id; }
+    const QString& getID() const noexcept { return *m_id; }
     /// The class's name, or the tuner's display name.
     const QString& getName() const noexcept;
     void setName(const QString& name);
@@ -73,7 +73,7 @@ public:
     bool getHWProcessing() const noexcept { return classPart().hwProcessing; }
     void setHWProcessing(bool hwProcessing);
     /// The tuner's record; an empty one for the root and for classes.
-    const RESOURCEMANAGEMENT::Tuner& getTuner() const noexcept { return m_tuner; }
+    const RESOURCEMANAGEMENT::Tuner& getTuner() const noexcept;
 
     /// Empty for the root, for an item that was removed, and when the parent is gone.
     ptrTunerClassTreeItem getParent() const { return m_parent.lock(); }
@@ -138,9 +138,11 @@ private:
     friend class TunerClassTreeBuilder;
 
     enum class Kind : quint8 { Root, Class, Tuner };
-    /// What has changed in one tree, shared by its classes; the tree's look-ups are as old as these.
+    /// What the classes of one tree share: its tuners' records, and what has changed in it; the tree's
+    /// look-ups are as old as that.
     struct Changes
     {
+        QVector<RESOURCEMANAGEMENT::Tuner> records;
         quint64 revision = 0; ///< any change of structure, names or costs
         quint64 members = 0;  ///< an item came or went
     };
@@ -148,6 +150,7 @@ private:
     /// What tuners do not have, of which there are many.
     struct ClassPart
     {
+        QString id;
         QString description;
         QString rdc;
         bool hwProcessing = false;
@@ -157,6 +160,20 @@ private:
         ptrTunerClassTreeItem defaultChild;
         std::shared_ptr<Changes> changes; ///< null outside of trees
     };
+
+    /// A record that no tree holds.
+    struct OwnRecord
+    {
+        RESOURCEMANAGEMENT::Tuner tuner;
+        QString id;
+    };
+
+    /// A tuner below a class whose `changes` hold the record, of which `tunerID` is a part or lives for ever:
+    /// to make it and to let it go touches no record.
+    TunerClassTreeItem(const RESOURCEMANAGEMENT::Tuner* record, const QString* tunerID)
+        : m_kind(Kind::Tuner), m_id(tunerID), m_record(record)
+    {
+    }
 
     /// Calls visit(item) for what is below this item, depth-first, until it returns false. The visitor must
     /// leave the tree as it is.
@@ -174,6 +191,7 @@ private:
     template<class Visit>
     void walk(Visit& visit, bool classesOnly) const;
     const ClassPart& classPart() const noexcept;
+    void keepRecord();
     bool isBelow(const TunerClassTreeItem& ancestor) const;
     void changed() const;
     std::shared_ptr<Changes> tree() const;
@@ -187,13 +205,14 @@ private:
 
     Kind m_kind;
     int m_cost = 0;
-    QString m_id;
-    QString m_name; ///< null in a tuner that has the display name
+    const QString* m_id; ///< in the class part, in the record, or in the own one
+    QString m_name;      ///< null in a tuner that has the display name
     /// Tree index plus the parent's firstPlace: an insertion at either end renumbers nobody.
     qint64 m_place = 0;
     std::weak_ptr<TunerClassTreeItem> m_parent;
-    std::unique_ptr<ClassPart> m_class; ///< null in tuners
-    RESOURCEMANAGEMENT::Tuner m_tuner;  ///< empty in classes
+    std::unique_ptr<ClassPart> m_class;                  ///< null in tuners
+    const RESOURCEMANAGEMENT::Tuner* m_record = nullptr; ///< the own one or the tree's; null in classes
+    std::unique_ptr<OwnRecord> m_own;                    ///< of tuners that no tree holds, or did not make
 };
 
 template<class Visit>
