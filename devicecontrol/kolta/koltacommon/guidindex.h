@@ -77,10 +77,10 @@ public:
         return m_places.find(guid, guids());
     }
 
-    /// The first element with that GUID; null when there is none. It belongs to the list.
-    const Element* find(const QString& guid) const
+    /// The first element with that GUID; null when there is none. It belongs to the list. `hint` as above.
+    const Element* find(const QString& guid, int hint = -1) const
     {
-        const int index = indexOf(guid);
+        const int index = indexOf(guid, hint);
         return index < 0 ? nullptr : m_list.constData() + index;
     }
 

@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QSysInfo>
 
+#include <algorithm>
 #include <utility>
 
 namespace Kolta {
@@ -97,18 +98,30 @@ bool KoltaOwnerObserver::writeRequest(OwnerRequest::Action action, const QString
 
 void KoltaOwnerObserver::onValueChange(const OwnerOverview& oldOwners, const OwnerOverview& newOwners)
 {
-    Index before;
-    Index after;
-    before.rebuild(oldOwners.GetOwner());
-    after.rebuild(newOwners.GetOwner());
+    const QVector<Owner>& oldList = oldOwners.GetOwner();
+    const QVector<Owner>& newList = newOwners.GetOwner();
+    if (!m_index.isFor(oldList))
+        m_index.rebuild(oldList);
+    const Index before = m_index;
+    const auto ownTheSame = [](const Owner& a, const Owner& b) {
+        return a.IsSameAs(b) || a.GetOwnedGUID() == b.GetOwnedGUID();
+    };
+    if (std::equal(oldList.begin(), oldList.end(), newList.begin(), newList.end(), ownTheSame))
+        m_index.moveTo(newList);
+    else
+        m_index.rebuild(newList);
+    const Index after = m_index;
     QVector<std::pair<QString, QString>> changes; // what is owned, and by which client
-    for (const Owner& owner : newOwners.GetOwner()) {
+    for (int i = 0; i < newList.size(); ++i) {
+        const Owner& owner = newList.at(i);
         const QString& owned = owner.GetOwnedGUID();
-        const Owner* const old = before.find(owned);
-        if (after.find(owned) == &owner && (!old || *old != owner))
+        if (after.indexOf(owned, i) != i)
+            continue;
+        const Owner* const old = before.find(owned, i);
+        if (!old || (!old->IsSameAs(owner) && *old != owner))
             changes.append({owned, owner.GetClientID()});
     }
-    for (const Owner& owner : oldOwners.GetOwner()) {
+    for (const Owner& owner : oldList) {
         const QString& owned = owner.GetOwnedGUID();
         if (before.find(owned) == &owner && !after.find(owned))
             changes.append({owned, QString()});

@@ -70,7 +70,7 @@ private:
     const Index& index() const;
     bool writeRequest(RESOURCEMANAGEMENT::OwnerRequest::Action action, const QString& ownedGuid);
 
-    mutable Index m_index; ///< of the mirror; built on first use after a change
+    mutable Index m_index; ///< of the mirror; handed on by a change that leaves everything at its place
     RESOURCEMANAGEMENT::Owner m_client;
 };
 
