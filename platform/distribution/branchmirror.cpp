@@ -13,6 +13,7 @@ namespace {
 
 constexpr qint64 firstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 longestPauseMs = 10000;
+constexpr std::size_t kMostWishQueues = 1000;
 
 enum eTracePoint : int { eMalformed = 1 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
@@ -188,9 +189,23 @@ MirrorChannel* BranchMirror::ensureChannel(quint16 channel)
     if (channel != 0 && !m_settings.collections)
         return nullptr;
     auto& found = m_channels[channel];
-    if (!found)
+    if (!found) {
         found = std::make_unique<MirrorChannel>(*this, channel);
+        found->GoOnWith(takeWishes(m_epoch, channel));
+    }
     return found.get();
+}
+
+/// Those that were made when that owner was followed before. It knows their numbers, so that new ones have to
+/// go on behind them.
+WishQueue BranchMirror::takeWishes(const QUuid& epoch, quint16 channel)
+{
+    const auto found = m_wishesOfOthers.find({epoch, channel});
+    if (found == m_wishesOfOthers.end())
+        return WishQueue();
+    WishQueue wishes = std::move(*found->second);
+    m_wishesOfOthers.erase(found);
+    return wishes;
 }
 
 void BranchMirror::apply(const Change& change)
@@ -269,14 +284,20 @@ void BranchMirror::follow(const QUuid& epoch)
         hideSentinel();
         setState(BranchState::Lost);
     }
-    m_epoch = epoch;
+    const QUuid former = std::exchange(m_epoch, epoch);
     m_followedMs = m_nowMs;
     m_beatSeenMs = -1;
     m_askBeatMs = m_askBeatPauseMs = 0;
     m_silentSinceMs = m_deadSinceMs = never;
-    for (const auto& channel : m_channels)
-        channel.second->Restart(first ? QStringLiteral("no owner was there")
-                                      : QStringLiteral("the owner was restarted before it answered"));
+    const QString reason = first ? QStringLiteral("no owner was there")
+                                 : QStringLiteral("the owner was restarted before it answered");
+    if (m_wishesOfOthers.size() > kMostWishQueues)
+        m_wishesOfOthers.clear();
+    for (const auto& [number, channel] : m_channels) {
+        WishQueue queue = number == 0 ? takeWishes(epoch, 0) : WishQueue();
+        channel->Restart(reason, queue);
+        m_wishesOfOthers[{former, number}] = std::make_unique<WishQueue>(std::move(queue));
+    }
     dropCollections();
     if (m_otherLive.epoch == epoch)
         m_live = m_otherLive;
@@ -326,8 +347,10 @@ void BranchMirror::withdraw()
 {
     m_withdrawn = std::exchange(m_epoch, QUuid());
     hideSentinel();
-    for (const auto& channel : m_channels)
-        channel.second->Restart(QStringLiteral("the owner has left"));
+    for (const auto& channel : m_channels) {
+        WishQueue none;
+        channel.second->Restart(QStringLiteral("the owner has left"), none);
+    }
     dropCollections();
     for (const auto& leftover : std::exchange(m_leftovers, {}))
         m_tree.Apply(RemoveChange(leftover.first));

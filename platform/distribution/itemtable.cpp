@@ -44,15 +44,22 @@ void ItemTable::SetContent(quint32 id, const Content& content)
     item->checksum.reset();
 }
 
-void ItemTable::Splice(quint32 id, const values::TextSplice& splice, quint32 checksum)
+Change ItemTable::Splice(const Change& delta, bool withPart)
 {
-    Item& item = *Find(id);
-    if (item.content.use_count() > 1)
-        item.content = MakeContent(Spliced(*item.content, splice));
-    else // nobody else sees it, and large ones are not copied
+    Item& item = *Find(delta.id);
+    const values::TextSplice& splice = *delta.splice;
+    const std::size_t bytes = item.content->size() - splice.removed.size() + splice.inserted.size();
+    const bool isAlone = item.content.use_count() == 1 && bytes <= item.content->capacity();
+    item.checksum = item.checksum->After(*item.content, splice);
+    if (isAlone) // nobody else sees it, and large ones are not copied
         std::const_pointer_cast<Bytes>(item.content)
             ->replace(splice.offset, splice.removed.size(), splice.inserted);
-    item.checksum = checksum;
+    else
+        item.content = MakeContent(Spliced(*item.content, splice));
+    Change change = SetChange(delta.path, item.content);
+    if (withPart)
+        change.splice = delta.splice;
+    return change;
 }
 
 void ItemTable::Clear()
@@ -85,8 +92,8 @@ bool resolveSplice(Change& change, const ItemTable::Item& item, std::size_t maxi
     if (!splice)
         return false;
     if (!item.checksum)
-        item.checksum = Checksum(content);
-    if (ChecksumAfter(content, *splice, *item.checksum) != change.checksum)
+        item.checksum.emplace(content);
+    if (item.checksum->After(content, *splice).Whole() != change.checksum)
         return false;
     change.content.reset();
     change.splice = std::make_shared<const values::TextSplice>(std::move(*splice));

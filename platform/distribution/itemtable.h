@@ -2,6 +2,7 @@
 
 #include <distribution/export.h>
 #include <distribution/messages.h>
+#include <distribution/textchecksum.h>
 
 #include <QHash>
 
@@ -23,7 +24,7 @@ public:
         quint64 changedAt = 0; ///< number of the entry that changed it last; kept by owners
         QUuid changedBy;       ///< session whose wish it holds, null when it holds anything else
         /// Of the content, once somebody needed it; kept by mirrors.
-        mutable std::optional<quint32> checksum = std::nullopt;
+        mutable std::optional<TextChecksum> checksum = std::nullopt;
     };
     using Items = std::map<quint32, Item>;
 
@@ -38,9 +39,10 @@ public:
 
     /// Replaces what has the same identifier or path.
     void Insert(quint32 id, Item item);
-    /// Replaces a content, or part of one, which then has that checksum.
     void SetContent(quint32 id, const Content& content);
-    void Splice(quint32 id, const values::TextSplice& splice, quint32 checksum);
+    /// Makes the content what a Delta that Resolve() has left says; that as a Set, with the replaced part for
+    /// who has the former content.
+    Change Splice(const Change& delta, bool withPart);
     void Erase(quint32 id);
     void Clear();
 

@@ -44,7 +44,7 @@ MirrorChannel::MirrorChannel(BranchMirror& mirror, quint16 channel)
 {
 }
 
-void MirrorChannel::Restart(const QString& reason)
+void MirrorChannel::Restart(const QString& reason, WishQueue& queue)
 {
     m_number = m_target = m_beatNumber = m_neededNumber = 0;
     m_joined = false;
@@ -56,7 +56,7 @@ void MirrorChannel::Restart(const QString& reason)
     m_heldBytes = 0;
     m_assembler.Clear();
     Paths ended;
-    const auto wishes = m_own.TakeAll(ended);
+    const auto wishes = m_own.Exchange(queue, ended);
     for (const OpenWish& wish : wishes)
         reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate, reason);
     for (const QString& path : ended)
@@ -74,7 +74,8 @@ void MirrorChannel::RemoveAll()
 void MirrorChannel::Abandon()
 {
     Paths ended;
-    for (const OpenWish& wish : m_own.TakeAll(ended)) {
+    WishQueue none;
+    for (const OpenWish& wish : m_own.Exchange(none, ended)) {
         for (const Change& change : wish.changes)
             m_mirror.tellAuthor(change, WishResult::Unknown);
     }
@@ -223,21 +224,13 @@ void MirrorChannel::commit(const Change& change, bool own)
         m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending());
         return;
     case Operation::Delta:
-        commitDelta(change);
+        // With an own wish the tree may have something else than the owner had before.
+        if (const Change whole = m_items.Splice(change, !own); !isShadowed(path))
+            m_mirror.apply(whole);
         return;
     }
     if (!isShadowed(path))
         m_mirror.apply(change);
-}
-
-void MirrorChannel::commitDelta(const Change& change)
-{
-    m_items.Splice(change.id, *change.splice, change.checksum);
-    if (isShadowed(change.path))
-        return;
-    Change whole = SetChange(change.path, m_items.Find(change.id)->content);
-    whole.splice = change.splice;
-    m_mirror.apply(whole);
 }
 
 /// Asked right before the tree is changed: an observer may have written since.

@@ -27,7 +27,11 @@ public:
     const ItemTable& Items() const noexcept { return m_items; }
 
     /// Another epoch: everything begins anew, but the content stays until the new one has come.
-    void Restart(const QString& reason);
+    /// `queue` are the wishes of that epoch from when it was followed before, and those of the former one,
+    /// given up, afterwards.
+    void Restart(const QString& reason, WishQueue& queue);
+    /// Of a new channel: wishes as for Restart().
+    void GoOnWith(WishQueue queue) { m_own.Wishes() = std::move(queue); }
     /// The owner has left and taken its content along.
     void RemoveAll();
     /// See BranchMirror::Abandon().
@@ -63,7 +67,6 @@ private:
     bool playMessage(const LogMessage& message);
     void apply(const Entry& entry, quint64 number);
     void commit(const Change& change, bool own);
-    void commitDelta(const Change& change);
     void applyState(StateAssembler::State state, qint64 nowMs);
     void settleByTable(const Snapshot& snapshot);
     void replaceItems(const Snapshot& snapshot, const Paths& settled);

@@ -48,7 +48,7 @@ bool MqttConnection::Unsubscribe(const Bytes& filter)
 bool MqttConnection::order(Order order)
 {
     const std::size_t size = SizeOf(order.publication.topic, order.publication.payload);
-    const std::lock_guard<std::mutex> lock(m_shared->mutex);
+    std::unique_lock<std::mutex> lock(m_shared->mutex);
     if (m_shared->isOver || m_shared->isLeaving)
         return true;
     if (m_shared->outstanding > 0 && m_shared->outstanding + size > m_maximumOutboxBytes)
@@ -56,6 +56,7 @@ bool MqttConnection::order(Order order)
     m_shared->outstanding += size;
     const bool wasEmpty = m_shared->outbox.empty();
     m_shared->outbox.push_back(std::move(order));
+    lock.unlock();
     if (wasEmpty)
         m_shared->wake();
     return true;

@@ -56,11 +56,12 @@ std::deque<OpenWish> OwnChanges::TakeUpTo(quint64 number, Paths& shown)
     return m_wishes.TakeUpTo(number);
 }
 
-std::deque<OpenWish> OwnChanges::TakeAll(Paths& shown)
+std::deque<OpenWish> OwnChanges::Exchange(WishQueue& queue, Paths& shown)
 {
     m_pending = values::PendingChanges();
     endShadows(std::numeric_limits<quint64>::max(), shown);
-    return m_wishes.TakeAll();
+    std::swap(m_wishes, queue);
+    return queue.GiveUpAll();
 }
 
 std::optional<OpenWish> OwnChanges::GiveUpNext(qint64 nowMs, qint64 timeoutMs, Paths& shown)

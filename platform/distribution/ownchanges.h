@@ -33,7 +33,8 @@ public:
     /// The owner has dealt with all wishes up to `number`, which are the result. Plain values that nothing
     /// hides any more are added to `shown`.
     std::deque<OpenWish> TakeUpTo(quint64 number, Paths& shown);
-    std::deque<OpenWish> TakeAll(Paths& shown);
+    /// All wishes that had not been given up are; these. The queue goes, and `queue` is in its place.
+    std::deque<OpenWish> Exchange(WishQueue& queue, Paths& shown);
     /// See WishQueue::GiveUpNext().
     std::optional<OpenWish> GiveUpNext(qint64 nowMs, qint64 timeoutMs, Paths& shown);
 

@@ -19,12 +19,10 @@ KOLTA_DISTRIBUTION_EXPORT std::optional<Bytes> ApplyRuns(const Bytes& from, cons
 
 /// The one part that runs replace, where they keep everything before and behind it and it is not large;
 /// nothing for others, and where ApplyRuns() would have nothing.
-std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs, std::size_t maximumBytes);
-Bytes Spliced(const Bytes& from, const values::TextSplice& splice);
-/// Checksum of Spliced(), without making it; `before` is that of `from`. Takes next to no time when as many
-/// bytes come as go.
-quint32 ChecksumAfter(const Bytes& from, const values::TextSplice& splice, quint32 before);
-
+KOLTA_DISTRIBUTION_EXPORT std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs,
+                                                                     std::size_t maximumBytes);
+/// The text with the part replaced.
+KOLTA_DISTRIBUTION_EXPORT Bytes Spliced(const Bytes& from, const values::TextSplice& splice);
 /// The change that turns an item's content `from` into `to` in the fewest bytes: Delta, or Set for contents
 /// of at most Limits::smallContent bytes and where runs save less than half of the packed whole.
 KOLTA_DISTRIBUTION_EXPORT Change MakeContentChange(quint32 id, const QString& path, const Content& from,

@@ -41,27 +41,33 @@ std::deque<OpenWish> WishQueue::TakeUpTo(quint64 number)
     return taken;
 }
 
-std::deque<OpenWish> WishQueue::TakeAll()
+std::deque<OpenWish> WishQueue::GiveUpAll()
 {
-    auto taken = std::exchange(m_wishes, {});
-    *this = WishQueue();
-    return taken;
+    std::deque<OpenWish> given;
+    for (OpenWish& wish : m_wishes) {
+        if (!wish.givenUp)
+            given.push_back(giveUp(wish));
+    }
+    m_resendMs = 0;
+    return given;
 }
 
 std::optional<OpenWish> WishQueue::GiveUpNext(qint64 nowMs, qint64 timeoutMs)
 {
-    for (OpenWish& wish : m_wishes) {
-        if (wish.givenUp)
-            continue;
-        if (nowMs - wish.madeMs < timeoutMs)
-            break;
-        OpenWish given = wish;
-        wish.givenUp = true;
-        wish.changes.clear();
-        m_bytes -= std::exchange(wish.bytes, 0);
-        return given;
-    }
-    return std::nullopt;
+    const auto open =
+        std::find_if(m_wishes.begin(), m_wishes.end(), [](const OpenWish& wish) { return !wish.givenUp; });
+    if (open == m_wishes.end() || nowMs - open->madeMs < timeoutMs)
+        return std::nullopt;
+    return giveUp(*open);
+}
+
+OpenWish WishQueue::giveUp(OpenWish& wish)
+{
+    OpenWish given = wish;
+    wish.givenUp = true;
+    wish.changes.clear();
+    m_bytes -= std::exchange(wish.bytes, 0);
+    return given;
 }
 
 std::vector<WishMessage> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qint64 nowMs)

@@ -31,8 +31,8 @@ public:
     const OpenWish& Add(Changes changes, qint64 nowMs);
     /// The owner has dealt with all up to `number`; these.
     std::deque<OpenWish> TakeUpTo(quint64 number);
-    /// Everything ends, numbers begin anew.
-    std::deque<OpenWish> TakeAll();
+    /// All that have not been given up are, as by GiveUpNext(); these.
+    std::deque<OpenWish> GiveUpAll();
     /// The next wish that is older than `timeoutMs` and has not been given up, which it is now: its contents
     /// are in the result alone. Nothing when there is none.
     std::optional<OpenWish> GiveUpNext(qint64 nowMs, qint64 timeoutMs);
@@ -47,6 +47,8 @@ public:
     qint64 NextTimeoutMs(qint64 timeoutMs) const;
 
 private:
+    OpenWish giveUp(OpenWish& wish);
+
     std::deque<OpenWish> m_wishes;
     std::size_t m_bytes = 0;
     quint64 m_last = 0;         ///< number of the newest wish

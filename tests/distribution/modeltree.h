@@ -3,6 +3,7 @@
 #include <distribution/branchmirror.h>
 #include <distribution/branchowner.h>
 #include <distribution/itemtable.h>
+#include <distribution/textdelta.h>
 
 #include <functional>
 #include <map>
@@ -196,7 +197,8 @@ private:
         if (!exists)
             items[change.path] = {change.type, BytesOf(change.content), {}};
         else if (change.operation == Operation::Set)
-            found->second.content = BytesOf(change.content);
+            found->second.content =
+                change.splice ? Spliced(found->second.content, *change.splice) : BytesOf(change.content);
         else if (change.operation == Operation::Commands)
             executeAll(found->second.map, BytesOf(change.content));
         return true;

@@ -144,6 +144,21 @@ private Q_SLOTS:
         all.world.Run(10000);
         QCOMPARE(all.StateOfA(), BranchState::Live);
         QVERIFY(all.Same());
+        // In the place of one that hangs. When that one returns it knows the numbers that its writers have
+        // used.
+        all.A().Do(set(first, "numbered"));
+        all.world.Run(10);
+        all.world.Remove(all.owner.get());
+        all.world.Run(20000);
+        claim(8, LiveState::Alive);
+        all.world.Run(10);
+        QCOMPARE(all.A().mirror->GetEpoch(), idOf(8));
+        all.world.Add(all.owner.get());
+        all.world.Run(20000);
+        all.A().Do(set(second, "numbered, too"));
+        all.world.Run(2000);
+        QCOMPARE(all.owner->tree.At(second), Bytes("numbered, too"));
+        QVERIFY(all.Same());
     }
 
     void lostMessages()

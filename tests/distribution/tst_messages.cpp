@@ -1,5 +1,6 @@
 #include <distribution/messages.h>
 #include <distribution/statetransfer.h>
+#include <distribution/textchecksum.h>
 #include <distribution/textdelta.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
@@ -220,8 +221,9 @@ void TestMessages::randomDeltas()
     std::mt19937 random(seed);
     for (int run = 0; run < 400; ++run) {
         Bytes from;
-        for (std::size_t lines = random() % 300; lines > 0; --lines)
-            from += "line " + std::to_string(random() % (run % 3 ? 1000000 : 3)) + '\n';
+        for (std::size_t lines = random() % (run % 40 ? 300 : 20000); lines > 0; --lines)
+            from += (run % 2 ? "line " : "\xc3\xa4\xf0\x9f\x98\x80 ") +
+                    std::to_string(random() % (run % 3 ? 1000000 : 3)) + '\n';
         Bytes to = from;
         std::size_t edited = 0;
         for (auto edits = random() % 4; edits > 0; --edits) {
@@ -234,8 +236,17 @@ void TestMessages::randomDeltas()
         }
         const Bytes runs = MakeRuns(from, to);
         QCOMPARE(ApplyRuns(from, runs, 1U << 20U), std::optional(to));
-        QVERIFY(runs.size() <= 20 + edited);
+        QVERIFY(run % 40 == 0 || runs.size() <= 20 + edited);
         QVERIFY(to.empty() || !ApplyRuns(from, runs, to.size() - 1));
+        // In place, where one part was replaced; not where that cuts a character.
+        if (const auto splice = AsSplice(from, runs, 1U << 20U)) {
+            QString text = QString::fromStdString(from);
+            bool isChanged = false;
+            QVERIFY(Spliced(from, *splice) == to);
+            QCOMPARE(TextChecksum(from).After(from, *splice).Whole(), Checksum(to));
+            QVERIFY(!values::SpliceUtf8(text, *splice, isChanged) || text.toStdString() == to);
+            QVERIFY(run % 2 == 0 || (text.toStdString() == to && isChanged == (from != to)));
+        }
         const Change change = MakeContentChange(1, QStringLiteral("/a"), MakeContent(from), MakeContent(to));
         QVERIFY(change.operation == Operation::Set
                     ? BytesOf(change.content) == to
