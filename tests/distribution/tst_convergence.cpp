@@ -3,8 +3,11 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <atomic>
+#include <mutex>
 #include <random>
 #include <set>
+#include <thread>
 
 using namespace distribution;
 
@@ -447,14 +450,28 @@ void TestConvergence::randomHistories()
                               ? qgetenv("KOLTA_CONVERGENCE_SEED").toULongLong()
                               : 1;
     std::map<WishResult, int> results;
+    std::map<quint64, QString> faults;
+    std::mutex mutex;
+    std::atomic<quint64> next{first};
+    const auto play = [&] {
+        for (quint64 seed = next++; seed < first + quint64(runs); seed = next++) {
+            History history(seed);
+            const QString fault = history.Run();
+            const std::lock_guard<std::mutex> lock(mutex);
+            history.AddResults(results);
+            if (!fault.isEmpty())
+                faults[seed] = fault;
+        }
+    };
     QElapsedTimer timer;
     timer.start();
-    for (quint64 seed = first; seed < first + quint64(runs); ++seed) {
-        History history(seed);
-        const QString fault = history.Run();
-        history.AddResults(results);
-        QVERIFY2(fault.isEmpty(), qPrintable(QStringLiteral("seed %1: %2").arg(seed).arg(fault)));
-    }
+    std::vector<std::thread> threads(std::max(1U, std::min(4U, std::thread::hardware_concurrency())));
+    for (std::thread& thread : threads)
+        thread = std::thread(play);
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const auto& [seed, fault] : faults)
+        QFAIL(qPrintable(QStringLiteral("seed %1: %2").arg(seed).arg(fault)));
     qInfo("seeds %llu to %llu in %lld ms", first, first + quint64(runs) - 1, timer.elapsed());
     qInfo("wishes executed %d, refused %d, in conflict %d, too late %d, unanswered %d, of a former life %d",
           results[WishResult::Executed], results[WishResult::Refused], results[WishResult::Conflict],
