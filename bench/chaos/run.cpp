@@ -33,7 +33,7 @@ constexpr Likelihood kLikelihoods[] = {
     {Event::KillBroker, 50, 2},  {Event::FreezeBroker, 25, 1}, {Event::KillOwner, 40, 2},
     {Event::FreezeOwner, 25, 1}, {Event::TakeOver, 15, 1},     {Event::Rival, 10, 1},
     {Event::KillWriter, 40, 2},  {Event::FreezeMirror, 40, 2}, {Event::Join, 50, 2},
-    {Event::Cut, 50, 3},         {Event::Flood, 6, 1},
+    {Event::Cut, 50, 3},         {Event::Flood, 10, 1},
 };
 
 QByteArray contentOf(const QString& path)
@@ -125,8 +125,8 @@ void Run::later(int milliseconds, const std::function<void()>& what)
     });
 }
 
-/// Brokers with little room lose messages, those with small packets make parts of states, and those that
-/// persist bring back what is long gone.
+/// Brokers with little room (or as much as mosquitto gives unless it is told more) lose messages, those with
+/// small packets make parts of states, and those that persist bring back what is long gone.
 LocalBroker::Settings Run::settings()
 {
     LocalBroker::Settings settings;
@@ -134,7 +134,8 @@ LocalBroker::Settings Run::settings()
     m_result.hadSmallPackets = roll(4) == 0;
     m_result.wasPersistent = roll(4) == 0;
     if (m_result.hadSmallQueue)
-        settings.furtherSettings += "max_queued_messages 20\nmax_inflight_messages 5\n";
+        settings.furtherSettings += roll(2) ? "max_queued_messages 20\nmax_inflight_messages 5\n"
+                                            : "max_queued_messages 1000\nmax_inflight_messages 20\n";
     if (m_result.hadSmallPackets)
         settings.furtherSettings += "max_packet_size 80000\n";
     if (m_result.wasPersistent)
