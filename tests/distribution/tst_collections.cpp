@@ -264,12 +264,10 @@ private:
         if (m_isWild && alive && below(3) == 0)
             replace(side, map);
     }
-    /// Without commands.
+    /// Without commands. Not where requests may be open in a mirror: that would not end them.
     void replace(RealTree& side, Map& map)
     {
-        const auto content = contentOf(map);
-        const bool hasRequests = !content.empty() && content.begin()->first.startsWith(QLatin1Char('?'));
-        if (&side == &m_owner->tree && !hasRequests)
+        if (std::is_same_v<Map, ShortTimeResultItemMap> && &side == &m_owner->tree)
             map.Assign(Map());
     }
     void disturb()

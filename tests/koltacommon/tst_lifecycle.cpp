@@ -161,7 +161,7 @@ private Q_SLOTS:
 
         stage("# own, plan, request");
         QVERIFY(server.getGuiOwnerObserver().requestOwnership(QString()));
-        until("owner  #1"_s);
+        until("owner #1"_s);
         QVERIFY(booking.planTuner(tuners.at(0), error));
         MCP asked = mcpOn(tuners.at(0), "hw_20MHz");
         asked.EditFFP() = {ffpOn()};
