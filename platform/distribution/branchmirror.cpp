@@ -257,7 +257,11 @@ void BranchMirror::takeLive(const LiveMessage& live)
         withdraw();
         return;
     }
-    m_live = live;
+    // Who says for a displaced owner that it is dead does not know its roots.
+    if (!live.roots.isEmpty())
+        m_live = live;
+    else if (isOwnerKnown())
+        m_live.state = live.state;
     if (live.state == LiveState::Dead) {
         m_deadSinceMs = std::min(m_deadSinceMs, m_nowMs);
         return;

@@ -343,6 +343,14 @@ private Q_SLOTS:
         const std::unique_ptr<OwnerPeer> former = std::move(all.owner);
         int displaced = 0;
         former->owner->SetEvents({[&displaced] { ++displaced; }, {}});
+        // Its end is told by the other one, who does not know where the tree's changes concern its mirrors.
+        LiveMessage dead;
+        dead.epoch = idOf(2);
+        dead.state = LiveState::Dead;
+        all.Intrude(Topics().Live(QStringLiteral("S1")), Encode(dead), true);
+        all.world.Run(10);
+        QCOMPARE(all.StateOfA(), BranchState::Suspect);
+        QCOMPARE(all.A().mirror->GetRoots(), QStringList{root});
         all.StartOwner(3);
         all.world.Run(30000);
         QCOMPARE(displaced, 1);
