@@ -148,6 +148,7 @@ private:
     {
         message->setMessageID(10000);
         message->setAvailableTime(6000000);
+        message->setToken_byGenerator();
         return message;
     }
 

@@ -12,6 +12,9 @@ namespace {
 using Scanner = XmlText::Scanner<uchar>;
 using XmlText::Token;
 
+constexpr int kShortText = 4096;     ///< bytes
+constexpr int kShortTextPerNode = 8; ///< bytes; most short messages have fewer nodes
+
 const uchar* bytesOf(const QByteArray& text)
 {
     return reinterpret_cast<const uchar*>(text.constData());
@@ -33,28 +36,29 @@ public:
     {
     }
 
-    /// Whether the text is well-formed; makes room for exactly as many nodes as it takes, but for layout.
-    bool check(QString& error)
+    /// Makes room for exactly as many nodes as a well-formed text takes, but for layout.
+    void reserve()
     {
         Scanner scanner = m_scanner;
         std::size_t nodes = 0;
-        for (Token token = scanner.next(); token != Token::Finish; token = scanner.next()) {
-            if (token == Token::Failure) {
-                error = XmlText::toMessage(scanner.complaint(), scanner.begin());
-                return false;
-            }
+        for (Token token = scanner.next(); token != Token::Finish && token != Token::Failure;
+             token = scanner.next()) {
             if (token == Token::Start)
                 nodes += 1 + 2 * scanner.attributes().size();
             else if (token != Token::End)
                 ++nodes;
         }
         m_document.m_nodes.reserve(nodes);
-        return true;
     }
 
-    void build()
+    /// False when the text is not well-formed.
+    bool build(QString& error)
     {
         for (Token token = m_scanner.next(); token != Token::Finish; token = m_scanner.next()) {
+            if (token == Token::Failure) {
+                error = XmlText::toMessage(m_scanner.complaint(), m_scanner.begin());
+                return false;
+            }
             if (token == Token::Start)
                 start();
             else if (token == Token::End)
@@ -62,6 +66,7 @@ public:
             else
                 m_pieces.push_back({m_scanner.text(), token == Token::Section});
         }
+        return true;
     }
 
 private:
@@ -129,10 +134,12 @@ bool Document::parse(QByteArray text, int maxDepth, QString& error)
     rules.instructions = false;
     rules.utf8 = true;
     Builder builder(*this, rules);
-    if (!builder.check(error))
-        return false;
-    builder.build();
-    return true;
+    // Going over a short text twice takes longer than making room for too many nodes.
+    if (m_text.size() > kShortText)
+        builder.reserve();
+    else
+        m_nodes.reserve(static_cast<std::size_t>(m_text.size() / kShortTextPerNode));
+    return builder.build(error);
 }
 
 QString Document::complaintAt(NodeId node, const char* what, const char* expected) const

@@ -38,7 +38,8 @@ void CXmlMessage::setToken_byGenerator()
 {
     static const QString process = QUuid::createUuid().toString(QUuid::Id128);
     static std::atomic<quint64> counter{0};
-    m_token = QStringLiteral("%1-%2").arg(process).arg(counter.fetch_add(1, std::memory_order_relaxed) + 1);
+    const quint64 number = counter.fetch_add(1, std::memory_order_relaxed) + 1;
+    m_token = process + QLatin1Char('-') + QString::number(number);
 }
 
 void CXmlMessage::addFragment(const CMsgFragment& fragment, int index)

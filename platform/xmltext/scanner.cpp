@@ -6,6 +6,9 @@ namespace XmlText {
 
 namespace {
 
+/// Levels and attributes of an element for which there is room from the beginning.
+constexpr std::size_t kUsualCount = 8;
+
 template<class Part>
 bool same(const Part& a, const Part& b)
 {
@@ -29,6 +32,8 @@ template<class Unit>
 Scanner<Unit>::Scanner(const Unit* text, int size, const Rules& rules)
     : Cursor<Unit>(text, size), m_token(text), m_rules(rules)
 {
+    m_open.reserve(kUsualCount);
+    m_attributes.reserve(kUsualCount);
 }
 
 template<class Unit>
