@@ -42,7 +42,7 @@ struct Figure
 };
 
 /// What growth at equal bytes is measured against.
-constexpr char ofTenths[] = "itself on ten worlds of a tenth of the size";
+constexpr char kOfTenths[] = "itself on ten worlds of a tenth of the size";
 
 /// Registers a figure; figures run in the order in which they were added. Always true.
 bool addFigure(const Figure& figure);

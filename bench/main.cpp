@@ -15,7 +15,7 @@ namespace {
 
 enum ExitCode { ePassed = 0, eMissed = 1, eWrongUsage = 2 };
 
-constexpr char ratiosOption[] = "--ratios=";
+constexpr char kRatiosOption[] = "--ratios=";
 
 bool beginsWith(const char* text, const char* beginning)
 {
@@ -57,8 +57,8 @@ int main(int argc, char** argv)
     char repetitions[] = "--benchmark_repetitions=7";
     std::vector<char*> arguments{argv[0], repetitions};
     for (int i = 1; i < argc; ++i) {
-        if (beginsWith(argv[i], ratiosOption)) {
-            ratiosFile = argv[i] + std::strlen(ratiosOption);
+        if (beginsWith(argv[i], kRatiosOption)) {
+            ratiosFile = argv[i] + std::strlen(kRatiosOption);
             continue;
         }
         whole =

@@ -17,8 +17,8 @@ namespace {
 using Kolta::KoltaResourceObserver;
 using RESOURCEMANAGEMENT::ResourceOverview;
 
-constexpr int many = 10000;
-constexpr int changedShare = 100; ///< one tuner in so many changes
+constexpr int kMany = 10000;
+constexpr int kChangedShare = 100; ///< one tuner in so many changes
 
 /// Two overviews of one installation, and how many signals about tuners the way from one to the other takes.
 struct Texts
@@ -34,7 +34,7 @@ Texts stateTexts(int tuners)
     Texts texts;
     ResourceOverview overview = KoltaSimulation::makeResources(tuners, 1);
     texts.text[0] = overview.GetXmlString();
-    for (int i = changedShare / 2; i < tuners; i += changedShare) {
+    for (int i = kChangedShare / 2; i < tuners; i += kChangedShare) {
         RESOURCEMANAGEMENT::Tuner& tuner = overview.EditTuner()[i];
         tuner.SetIdle(!tuner.GetIdle());
         texts.guid = tuner.GetTavikResource().GetGUID();
@@ -106,17 +106,17 @@ private:
 template<Texts makeTexts(int)>
 Sides updateAgainstScan()
 {
-    const auto mirror = std::make_shared<Mirror>(makeTexts(many), 0);
+    const auto mirror = std::make_shared<Mirror>(makeTexts(kMany), 0);
     return {timed([mirror] { mirror->update(); }), timed([mirror] { scanTokens(mirror->text()); })};
 }
 
 Sides parseAgainstScan()
 {
-    const auto text = std::make_shared<const QString>(stateTexts(many).text[0]);
+    const auto text = std::make_shared<const QString>(stateTexts(kMany).text[0]);
     const auto parse = [text] {
         ResourceOverview overview;
         overview.SetXmlString(*text, true);
-        require(overview.GetTuner().size() == many, "the overview is not complete");
+        require(overview.GetTuner().size() == kMany, "the overview is not complete");
     };
     return {timed(parse), timed([text] { scanTokens(*text); })};
 }
@@ -152,21 +152,21 @@ double mirrorBytes(const QByteArray& first, const QByteArray& second, const QStr
 
 Sides mirrorMemory()
 {
-    const Texts texts = stateTexts(many);
+    const Texts texts = stateTexts(kMany);
     const auto library = [first = texts.text[0].toUtf8(), second = texts.text[1].toUtf8(),
                           guid = texts.guid] { return mirrorBytes(first, second, guid); };
     return {library, [bytes = static_cast<double>(texts.text[1].toUtf8().size())] { return bytes; }};
 }
 
-constexpr char scan[] = "bare QXmlStreamReader token scan of the same text";
+constexpr char kScan[] = "bare QXmlStreamReader token scan of the same text";
 const bool updateAdded = addFigure(
-    {"overview_update_10k_1pct_vs_token_scan", scan, 0.08, Unit::Time, updateAgainstScan<stateTexts>});
-const bool shiftAdded = addFigure({"overview_update_10k_insert_remove_vs_token_scan", scan, 0.10, Unit::Time,
+    {"overview_update_10k_1pct_vs_token_scan", kScan, 0.08, Unit::Time, updateAgainstScan<stateTexts>});
+const bool shiftAdded = addFigure({"overview_update_10k_insert_remove_vs_token_scan", kScan, 0.10, Unit::Time,
                                    updateAgainstScan<shiftTexts>});
 const bool parseAdded =
-    addFigure({"overview_parse_10k_vs_token_scan", scan, 0.45, Unit::Time, parseAgainstScan});
-const bool growthAdded = addFigure({"overview_update_growth_at_equal_bytes", ofTenths, 1.25, Unit::Time,
-                                    [] { return growthAtEqualBytes<StateUpdate>(many); }});
+    addFigure({"overview_parse_10k_vs_token_scan", kScan, 0.45, Unit::Time, parseAgainstScan});
+const bool growthAdded = addFigure({"overview_update_growth_at_equal_bytes", kOfTenths, 1.25, Unit::Time,
+                                    [] { return growthAtEqualBytes<StateUpdate>(kMany); }});
 const bool memoryAdded = addFigure(
     {"mirror_memory_vs_text", "UTF-8 bytes of the overview's text", 3.1, Unit::Bytes, mirrorMemory});
 

@@ -17,10 +17,10 @@ using Kolta::KoltaProcessorObserver;
 using Kolta::ProcessorConverter;
 using namespace RESOURCEMANAGEMENT;
 
-constexpr int many = 10000;
-constexpr int perMcp = 10;         ///< an MCP with two FFPs and a DSC of six
-constexpr int changedShare = 100;  ///< one processor in so many changes
-constexpr int startedShare = 1000; ///< one in so many starts or stops
+constexpr int kMany = 10000;
+constexpr int kPerMcp = 10;         ///< an MCP with two FFPs and a DSC of six
+constexpr int kChangedShare = 100;  ///< one processor in so many changes
+constexpr int kStartedShare = 1000; ///< one in so many starts or stops
 
 template<class Node>
 Node processor(Node node, int number)
@@ -43,14 +43,14 @@ FFP ffp(int number)
 ProcessorOverview makeProcessors(int count)
 {
     ProcessorOverview overview;
-    for (int first = 0; first < count; first += perMcp) {
+    for (int first = 0; first < count; first += kPerMcp) {
         MCP mcp;
         ProcessorConverter::setupDefaultMCP(mcp);
         mcp.SetProductionID(QUuid(1, 1, 1, 1, 1, 1, 1, 1, 1, uchar(first >> 8), uchar(first)).toString());
         mcp.EditFFP() = {ffp(first + 1), ffp(first + 2)};
         DSC dsc;
         ProcessorConverter::setupDefaultDSC(dsc, 0);
-        for (int i = 4; i < perMcp; ++i)
+        for (int i = 4; i < kPerMcp; ++i)
             dsc.EditFFP().append(ffp(first + i));
         mcp.EditDSC().append(processor(std::move(dsc), first + 3));
         overview.EditMCP().append(processor(std::move(mcp), first));
@@ -70,9 +70,9 @@ public:
     {
         ProcessorOverview overview = makeProcessors(processors);
         m_texts[0] = overview.GetXmlString();
-        for (int mcp = 0; mcp < overview.GetMCP().size(); mcp += changedShare / perMcp)
+        for (int mcp = 0; mcp < overview.GetMCP().size(); mcp += kChangedShare / kPerMcp)
             overview.EditMCP()[mcp].EditFFP()[1].SetBandwidth(50e3);
-        for (int mcp = 1; mcp < overview.GetMCP().size(); mcp += startedShare / perMcp)
+        for (int mcp = 1; mcp < overview.GetMCP().size(); mcp += kStartedShare / kPerMcp)
             overview.EditMCP()[mcp].EditDSC()[0].EditFFP().removeLast();
         m_texts[1] = overview.GetXmlString();
         m_value = values::Tree::Instance().Emplace<values::StringValue>(m_path, m_texts[0]);
@@ -92,7 +92,7 @@ public:
         m_changes = m_overviews = 0;
         m_current = 1 - m_current;
         m_value->SetValue(m_texts[m_current]);
-        require(m_changes == m_processors / changedShare + m_processors / startedShare && m_overviews == 1,
+        require(m_changes == m_processors / kChangedShare + m_processors / kStartedShare && m_overviews == 1,
                 "an update was not announced as it should be");
     }
 
@@ -114,15 +114,15 @@ private:
 
 Sides updateAgainstScan()
 {
-    const auto mirror = std::make_shared<Mirror>(many, 0);
+    const auto mirror = std::make_shared<Mirror>(kMany, 0);
     return {timed([mirror] { mirror->work(); }), timed([mirror] { scanTokens(mirror->text()); })};
 }
 
 const bool updateAdded =
     addFigure({"processor_update_10k_1pct_vs_token_scan", "bare QXmlStreamReader token scan of the same text",
                0.12, Unit::Time, updateAgainstScan});
-const bool growthAdded = addFigure({"processor_update_growth_at_equal_bytes", ofTenths, 1.25, Unit::Time,
-                                    [] { return growthAtEqualBytes<Mirror>(many); }});
+const bool growthAdded = addFigure({"processor_update_growth_at_equal_bytes", kOfTenths, 1.25, Unit::Time,
+                                    [] { return growthAtEqualBytes<Mirror>(kMany); }});
 
 } // namespace
 

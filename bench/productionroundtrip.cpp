@@ -18,7 +18,7 @@ using RESOURCEMANAGEMENT::RequestResource;
 using values::StringValue;
 using values::Tree;
 
-constexpr int rounds = 200;
+constexpr int kRounds = 200;
 
 MCP sampleMcp()
 {
@@ -136,11 +136,11 @@ Sides productionRoundTrip()
     const auto bare = std::make_shared<Floor>();
     const auto times = [](const auto& side) {
         return [side] {
-            for (int i = 0; i < rounds; ++i)
+            for (int i = 0; i < kRounds; ++i)
                 side->ask();
         };
     };
-    return {timed(times(world), rounds), timed(times(bare), rounds)};
+    return {timed(times(world), kRounds), timed(times(bare), kRounds)};
 }
 
 /// Made before main(), so that it outlives the sides of the last figure.

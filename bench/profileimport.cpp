@@ -15,7 +15,7 @@ namespace {
 
 using Kolta::ShortTimeProfile;
 
-constexpr int many = 10000;
+constexpr int kMany = 10000;
 
 /// A file of profiles in which every element is in use.
 class ProfileFile
@@ -24,7 +24,7 @@ public:
     ProfileFile()
     {
         QList<ShortTimeProfile> profiles;
-        for (quint32 i = 0; i < many; ++i) {
+        for (quint32 i = 0; i < kMany; ++i) {
             ShortTimeProfile profile;
             profile.name = QStringLiteral("Profile %1").arg(i);
             profile.useFrequency = profile.useDuration = profile.useBandwidth = profile.useHopRate =
@@ -57,7 +57,7 @@ void import(const ProfileFile& file)
     for (const ShortTimeProfile& profile :
          ShortTimeProfile::fromQ9RProfile(read, Kolta::eShortTimeProfileHopper))
         map.Add(profile);
-    require(map.Size() == many, "profiles are missing");
+    require(map.Size() == kMany, "profiles are missing");
 }
 
 void scanTokens(const ProfileFile& file)

@@ -8,7 +8,7 @@ namespace Bench {
 
 namespace {
 
-constexpr char lineFormat[] = "%-44s %12s %12s %8s  %-15s %8s  %s\n";
+constexpr char kLineFormat[] = "%-44s %12s %12s %8s  %-15s %8s  %s\n";
 
 std::string formatted(const char* format, double value)
 {
@@ -49,7 +49,7 @@ bool RatioReporter::ReportContext(const Context&)
 #ifndef NDEBUG
     std::puts("This is not an optimised build: its figures mean nothing.");
 #endif
-    std::printf(lineFormat, "figure", "library", "peer", "ratio", "(from - to)", "limit", "");
+    std::printf(kLineFormat, "figure", "library", "peer", "ratio", "(from - to)", "limit", "");
     return true;
 }
 
@@ -74,7 +74,7 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs)
     m_rows.push_back({figure, ratio});
     const std::string spread = formatted("%.3f - ", ratios.front()) + formatted("%.3f", ratios.back());
     std::printf(
-        lineFormat, figure->name, readable(sortedCounter(runs, "library")[middle], figure->unit).c_str(),
+        kLineFormat, figure->name, readable(sortedCounter(runs, "library")[middle], figure->unit).c_str(),
         readable(sortedCounter(runs, "peer")[middle], figure->unit).c_str(), formatted("%.3f", ratio).c_str(),
         spread.c_str(), figure->limit > 0 ? formatted("%.2f", figure->limit).c_str() : "-",
         figure->limit <= 0 ? "reported"

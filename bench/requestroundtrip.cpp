@@ -26,9 +26,9 @@ using XmlCommunication::CServerLink;
 
 // A call takes a few milliseconds on either side: on a busy machine most calls are then not interrupted, and
 // none of the sides more often than the other.
-constexpr int tripsPerCall = 100;
-constexpr int rawTripsPerCall = 300;
-constexpr int patienceMs = 20000;
+constexpr int kTripsPerCall = 100;
+constexpr int kRawTripsPerCall = 300;
+constexpr int kPatienceMs = 20000;
 
 /// About 400 bytes as they go over the link.
 ptrCXmlMessage makeRequest(const XmlCommon::CRequestTree& tree)
@@ -162,7 +162,7 @@ private:
     {
         QTimer patience;
         connect(&patience, &QTimer::timeout, this, [this] { fail(QStringLiteral("no reply came")); });
-        patience.start(patienceMs);
+        patience.start(kPatienceMs);
         m_loop.exec();
         require(m_failure.isEmpty(), m_failure.toUtf8().constData());
     }
@@ -201,16 +201,16 @@ Sides roundTripAgainst()
 {
     const auto requests = std::make_shared<Requests>();
     const auto peer = std::make_shared<Peer>(requests->requestBytes(), requests->replyBytes());
-    return {timed([requests] { requests->roundTrips(tripsPerCall); }, tripsPerCall),
+    return {timed([requests] { requests->roundTrips(kTripsPerCall); }, kTripsPerCall),
             timed([peer] { peer->roundTrips(peerTrips); }, peerTrips)};
 }
 
 const bool qtAdded = addFigure({"request_roundtrip_vs_bare_qt",
                                 "bare Qt client and echo server: same threads, same bytes, no XML", 1.6,
-                                Unit::Time, roundTripAgainst<QtLink, tripsPerCall>});
+                                Unit::Time, roundTripAgainst<QtLink, kTripsPerCall>});
 const bool rawAdded = addFigure({"request_roundtrip_vs_raw_socket",
                                  "blocking sockets with TCP_NODELAY on two threads, same bytes, no XML", 0,
-                                 Unit::Time, roundTripAgainst<RawLink, rawTripsPerCall>});
+                                 Unit::Time, roundTripAgainst<RawLink, kRawTripsPerCall>});
 const bool queuedAdded = addFigure({"queued_request_bytes", "one byte", 4096, Unit::Bytes, queuedRequest});
 
 } // namespace

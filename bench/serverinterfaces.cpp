@@ -25,8 +25,8 @@ namespace {
 
 using Kolta::KoltaServerRegistry;
 
-constexpr int many = 100;
-constexpr int few = 10;
+constexpr int kMany = 100;
+constexpr int kFew = 10;
 
 /// Servers of the sample installation, published in the value tree.
 class Servers
@@ -73,9 +73,9 @@ private:
 
 Sides bindingGrowth()
 {
-    const auto large = std::make_shared<Servers>(many);
-    const auto small = std::make_shared<Servers>(few);
-    constexpr int equalWork = many / few;
+    const auto large = std::make_shared<Servers>(kMany);
+    const auto small = std::make_shared<Servers>(kFew);
+    constexpr int equalWork = kMany / kFew;
     const auto bindSmall = [small] {
         for (int i = 0; i < equalWork; ++i)
             small->bindAll();

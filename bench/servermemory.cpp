@@ -11,7 +11,7 @@ namespace {
 
 using KoltaSimulation::Hostility;
 
-constexpr qint64 mib = 1024 * 1024;
+constexpr qint64 kMib = 1024 * 1024;
 
 /// The largest memory of a server in a process of its own after `count` such peers have done their worst.
 double peakWith(Hostility kind, int count, qint64 bytes)
@@ -33,14 +33,14 @@ double peakWith(Hostility kind, int count, qint64 bytes)
 
 Sides deafPeers()
 {
-    return {[] { return peakWith(Hostility::DeafAsker, 40, 10 * mib); },
-            [] { return static_cast<double>(mib); }};
+    return {[] { return peakWith(Hostility::DeafAsker, 40, 10 * kMib); },
+            [] { return static_cast<double>(kMib); }};
 }
 
 Sides halfMessages()
 {
-    return {[] { return peakWith(Hostility::HalfMessage, 24, 16 * mib); },
-            [] { return static_cast<double>(mib); }};
+    return {[] { return peakWith(Hostility::HalfMessage, 24, 16 * kMib); },
+            [] { return static_cast<double>(kMib); }};
 }
 
 const bool deafAdded =

@@ -21,8 +21,8 @@ using Kolta::ShortTimeProfile;
 using Kolta::ShortTimeProfileItemMap;
 using PlainMap = std::unordered_map<QString, ShortTimeProfile>;
 
-constexpr int some = 10000;
-constexpr int many = 100000;
+constexpr int kSome = 10000;
+constexpr int kMany = 100000;
 
 ShortTimeProfile profileNumber(int number, int version)
 {
@@ -83,7 +83,7 @@ public:
 /// Two versions of the same profiles, so that each setting of all of them changes all.
 struct Versions
 {
-    std::vector<ShortTimeProfile> items[2] = {profiles(some, 0), profiles(some, 1)};
+    std::vector<ShortTimeProfile> items[2] = {profiles(kSome, 0), profiles(kSome, 1)};
     int current = 0;
     const std::vector<ShortTimeProfile>& next() { return items[current = 1 - current]; }
 };
@@ -139,15 +139,16 @@ Sides setAtRecording()
     return {timed(
                 [library] {
                     library->setAll();
-                    require(library->recorder.bytes.size() > std::size_t(some) * 100, "nothing was recorded");
+                    require(library->recorder.bytes.size() > std::size_t(kSome) * 100,
+                            "nothing was recorded");
                 },
-                some),
+                kSome),
             timed(
                 [floor] {
                     floor->setAll();
-                    require(floor->bytes.size() > std::size_t(some) * 75, "nothing was encoded");
+                    require(floor->bytes.size() > std::size_t(kSome) * 75, "nothing was encoded");
                 },
-                some)};
+                kSome)};
 }
 
 /// Recorded commands of two versions, and where the item fields are in them.
@@ -192,7 +193,7 @@ Sides replay()
         const unsigned int before = world->map.GetChangeNumber();
         values::ForEachCommand(world->map, values::ByteReader(bytes.data(), bytes.size()), nullptr,
                                [](values::Command& command) { command.Execute(); });
-        require(world->map.GetChangeNumber() - before == some, "not every command changed the map");
+        require(world->map.GetChangeNumber() - before == kSome, "not every command changed the map");
     };
     const auto decodeAll = [world] {
         const std::string& bytes = world->floor.next();
@@ -206,11 +207,11 @@ Sides replay()
             read(stream, profile);
             world->plain.insert_or_assign(profile.name, profile);
         }
-        require(world->plain.size() == some, "not every profile was decoded");
+        require(world->plain.size() == kSome, "not every profile was decoded");
     };
     executeAll();
     decodeAll();
-    return {timed(executeAll, some), timed(decodeAll, some)};
+    return {timed(executeAll, kSome), timed(decodeAll, kSome)};
 }
 
 /// A map's state is written and executed on an empty map.
@@ -248,7 +249,7 @@ double bytesOf(const Add& add)
 {
     const double before = heapBytes();
     Map map;
-    for (int i = 0; i < many; ++i)
+    for (int i = 0; i < kMany; ++i)
         add(map, profileNumber(i, 0));
     return heapBytes() - before;
 }
@@ -273,8 +274,8 @@ const bool setAtAdded =
 const bool replayAdded =
     addFigure({"map_replay_vs_floor", "QDataStream decoding of the same bytes plus insert_or_assign", 1.6,
                Unit::Time, replay});
-const bool stateAdded = addFigure({"map_state_growth_at_equal_bytes", ofTenths, 1.25, Unit::Time,
-                                   [] { return growthAtEqualBytes<StateTransfer>(many); }});
+const bool stateAdded = addFigure({"map_state_growth_at_equal_bytes", kOfTenths, 1.25, Unit::Time,
+                                   [] { return growthAtEqualBytes<StateTransfer>(kMany); }});
 const bool memoryAdded = addFigure(
     {"map_memory_vs_plain", "the same 100,000 profiles in a std::unordered_map", 1.3, Unit::Bytes, memory});
 

@@ -17,11 +17,11 @@ namespace {
 
 using values::TreeItem;
 
-constexpr int servers = 50;
-constexpr int tunersPerServer = 200;
+constexpr int kServers = 50;
+constexpr int kTunersPerServer = 200;
 const char* const valueNames[] = {"Accessible", "Idle",    "Type",     "SerialNumber", "Frequency",
                                   "Bandwidth",  "Antenna", "Detector", "Attenuation",  "Owner"};
-constexpr int paths = servers * tunersPerServer * 10;
+constexpr int kPaths = kServers * kTunersPerServer * 10;
 
 /// The tree of an installation and a hash table of the same values by the same paths.
 struct Lookup
@@ -32,9 +32,9 @@ struct Lookup
 
     Lookup()
     {
-        asked.reserve(paths);
-        for (int server = 0; server < servers; ++server) {
-            for (int tuner = 0; tuner < tunersPerServer; ++tuner) {
+        asked.reserve(kPaths);
+        for (int server = 0; server < kServers; ++server) {
+            for (int tuner = 0; tuner < kTunersPerServer; ++tuner) {
                 for (const char* name : valueNames)
                     add(QStringLiteral("/ConnectManager/AdminTree/Server%1/ADMINISTRATION/Tuners/T%2/%3")
                             .arg(server, 2, 10, QLatin1Char('0'))
@@ -43,7 +43,7 @@ struct Lookup
             }
         }
         std::shuffle(asked.begin(), asked.end(), std::mt19937(1));
-        require(hash.size() == paths && tree.Size() > paths, "the paths are not distinct");
+        require(hash.size() == kPaths && tree.Size() > kPaths, "the paths are not distinct");
     }
 
     void add(const QString& path)
@@ -73,7 +73,7 @@ Sides treeLookup()
     const auto inHash = [lookup] {
         lookup->askAll([&](const QString& path) { return lookup->hash.value(path); });
     };
-    return {timed(inTree, paths), timed(inHash, paths)};
+    return {timed(inTree, kPaths), timed(inHash, kPaths)};
 }
 
 const bool added = addFigure({"tree_lookup_100k_vs_qhash",

@@ -28,15 +28,15 @@ using RESOURCEMANAGEMENT::Tuner;
 using RESOURCEMANAGEMENT::TunerClass;
 using RESOURCEMANAGEMENT::TunerClassOverview;
 
-constexpr int many = 10000;
-constexpr int tunersPerClass = 20;
-constexpr int subclasses = 4; ///< of one class; 500 classes so are nested six levels deep
-constexpr int noClass = -1;
-constexpr int byGuid = 2; ///< as a choice of tuner ID
+constexpr int kMany = 10000;
+constexpr int kTunersPerClass = 20;
+constexpr int kSubclasses = 4; ///< of one class; 500 classes so are nested six levels deep
+constexpr int kNoClass = -1;
+constexpr int kByGuid = 2; ///< as a choice of tuner ID
 
 int superclassOf(int number)
 {
-    return number == 0 ? noClass : (number - 1) / subclasses;
+    return number == 0 ? kNoClass : (number - 1) / kSubclasses;
 }
 
 QString nameOf(int number)
@@ -57,7 +57,7 @@ int penaltyOf(int number)
 /// An installation all of whose tuners are below class 0; class n encloses classes 4n + 1 to 4n + 4.
 struct Installation
 {
-    explicit Installation(int tuners) : Installation(tuners, tuners / tunersPerClass) {}
+    explicit Installation(int tuners) : Installation(tuners, tuners / kTunersPerClass) {}
     Installation(int tuners, int classes);
 
     int classOf(int tuner) const { return tuner % classCount; }
@@ -75,7 +75,7 @@ Installation::Installation(int tuners, int classes)
         members[static_cast<std::size_t>(classOf(i))].append(
             resources.GetTuner().at(i).GetTavikResource().GetGUID());
     }
-    tunerClasses.EditTunerIdDefinition().SetChoice(byGuid);
+    tunerClasses.EditTunerIdDefinition().SetChoice(kByGuid);
     for (int i = 0; i < classes; ++i) {
         const int number = i * 193 % classes; // enclosing classes are listed before and after enclosed ones
         TunerClass tunerClass;
@@ -83,7 +83,7 @@ Installation::Installation(int tuners, int classes)
         tunerClass.SetName(nameOf(number));
         tunerClass.SetRDC(QStringLiteral("sw"));
         tunerClass.SetCostPenalty(penaltyOf(number));
-        if (superclassOf(number) != noClass)
+        if (superclassOf(number) != kNoClass)
             tunerClass.SetSuperclassGUID(classGuid(superclassOf(number)));
         tunerClass.SetTunerID(members[static_cast<std::size_t>(number)]);
         tunerClasses.EditTunerClass().append(tunerClass);
@@ -130,7 +130,7 @@ std::vector<Key> makeKeys(const Installation& installation)
         const Tuner& tuner = tuners.at(i);
         int cost = 0;
         int depth = 1;
-        for (int c = installation.classOf(i); c != noClass; c = superclassOf(c), ++depth)
+        for (int c = installation.classOf(i); c != kNoClass; c = superclassOf(c), ++depth)
             cost += penaltyOf(c);
         keys.push_back({tuner.GetAccessible(), tuner.GetIdle(), cost, depth,
                         std::max(tuner.GetMaxSWBandwidth(), tuner.GetMaxHWBandwidth()),
@@ -173,7 +173,7 @@ struct TreeBuilding
         tree = std::make_unique<TunerClassTree>(installation.tunerClasses, installation.resources);
         const auto& root = tree->getRootItem();
         require(root->getNumberOfChildren() == 1 &&
-                    root->getChild(0)->getNumberOfChildren() == tunersPerClass + subclasses,
+                    root->getChild(0)->getNumberOfChildren() == kTunersPerClass + kSubclasses,
                 "the tree is not complete");
     }
 
@@ -183,11 +183,11 @@ struct TreeBuilding
 
 Sides buildAgainstParsing()
 {
-    const auto building = std::make_shared<TreeBuilding>(many);
+    const auto building = std::make_shared<TreeBuilding>(kMany);
     const auto parse = [text = building->installation.resources.GetXmlString()] {
         ResourceOverview overview;
         overview.SetXmlString(text, false);
-        require(overview.GetTuner().size() == many, "the overview is not complete");
+        require(overview.GetTuner().size() == kMany, "the overview is not complete");
     };
     return {timed([building] { building->work(); }), timed(parse)};
 }
@@ -219,7 +219,7 @@ struct Selection
 
 Sides selectionAgainstScan()
 {
-    const auto selection = std::make_shared<const Selection>(many);
+    const auto selection = std::make_shared<const Selection>(kMany);
     const auto scan = [selection] {
         const Key* const choice = plainChoice(selection->keys);
         require(choice && choice->guid == selection->expected, "another tuner was chosen by the scan");
@@ -303,7 +303,7 @@ struct BookingUpdate
 
 Sides bookingAgainstPass()
 {
-    const auto update = std::make_shared<BookingUpdate>(many);
+    const auto update = std::make_shared<BookingUpdate>(kMany);
     const auto pass = [update] {
         const QVector<Tuner>& before = update->generations.overviews[0].GetTuner();
         const QVector<Tuner>& after = update->generations.overviews[1].GetTuner();
@@ -346,8 +346,8 @@ struct SelectorRefresh
 
 Sides refreshAgainstBuild()
 {
-    const auto refresh = std::make_shared<SelectorRefresh>(many);
-    const auto building = std::make_shared<TreeBuilding>(many);
+    const auto refresh = std::make_shared<SelectorRefresh>(kMany);
+    const auto building = std::make_shared<TreeBuilding>(kMany);
     return {timed([refresh] { refresh->work(); }), timed([building] { building->work(); })};
 }
 
@@ -413,7 +413,7 @@ const bool bookingAdded = addFigure({"booking_update_10k_vs_identity_pass",
 template<class World>
 bool addGrowth(const char* name)
 {
-    return addFigure({name, ofTenths, 1.25, Unit::Time, [] { return growthAtEqualBytes<World>(many); }});
+    return addFigure({name, kOfTenths, 1.25, Unit::Time, [] { return growthAtEqualBytes<World>(kMany); }});
 }
 
 const bool buildGrowthAdded = addGrowth<TreeBuilding>("class_tree_build_growth_at_equal_bytes");

@@ -21,8 +21,8 @@ namespace {
 using Kolta::KoltaResourceObserver;
 using Kolta::KoltaServerRegistry;
 
-constexpr int many = 10000;
-constexpr int changedShare = 100; ///< one tuner in so many changes
+constexpr int kMany = 10000;
+constexpr int kChangedShare = 100; ///< one tuner in so many changes
 
 /// A server whose tuners a model shows. Its overview changes to and fro in the idle state of 1 % of them,
 /// spread evenly.
@@ -31,10 +31,10 @@ class ShownServer
 public:
     ShownServer()
     {
-        m_server.resources = KoltaSimulation::makeResources(many, 1);
+        m_server.resources = KoltaSimulation::makeResources(kMany, 1);
         m_server.appear();
         m_texts[0] = m_server.resources.GetXmlString();
-        for (int i = changedShare / 2; i < many; i += changedShare) {
+        for (int i = kChangedShare / 2; i < kMany; i += kChangedShare) {
             RESOURCEMANAGEMENT::Tuner& tuner = m_server.resources.EditTuner()[i];
             tuner.SetIdle(!tuner.GetIdle());
         }
@@ -52,7 +52,7 @@ public:
                          [this](const QModelIndex& first, const QModelIndex& last) {
                              m_told += last.row() - first.row() + 1;
                          });
-        require(m_model->rowCount() == many, "the model is not complete");
+        require(m_model->rowCount() == kMany, "the model is not complete");
     }
     ~ShownServer()
     {
@@ -73,7 +73,7 @@ public:
         const auto later = now();
         QCoreApplication::processEvents();
         const std::chrono::duration<double> seconds = m_end - m_begin + (now() - later);
-        require(m_told == many / changedShare, "the model told of other rows than those that changed");
+        require(m_told == kMany / kChangedShare, "the model told of other rows than those that changed");
         return seconds.count();
     }
     const QString& text() const { return m_texts[m_current]; }

@@ -64,7 +64,7 @@ void BranchDriver::callTime()
 void BranchDriver::Stop()
 {
     m_isWoken = false;
-    m_wakeAtMs = never;
+    m_wakeAtMs = kNever;
     m_waiting.clear();
     m_timer.stop();
 }
@@ -105,7 +105,7 @@ void BranchDriver::perform(Output output)
 
 void BranchDriver::schedule()
 {
-    if (m_wakeAtMs == never) {
+    if (m_wakeAtMs == kNever) {
         m_timer.stop();
         return;
     }

@@ -78,7 +78,7 @@ private:
     Step m_onTime;
     std::deque<Step> m_waiting;
     QTimer m_timer;
-    qint64 m_wakeAtMs = never;
+    qint64 m_wakeAtMs = kNever;
     bool m_isBusy = false;
     bool m_isCalled = false; ///< time is called from the event loop
     bool m_isWoken = false;  ///< since time was called

@@ -11,8 +11,8 @@ namespace distribution {
 
 namespace {
 
-constexpr qint64 firstPauseMs = 1000; ///< between asks for a beat, doubled
-constexpr qint64 longestPauseMs = 10000;
+constexpr qint64 kFirstPauseMs = 1000; ///< between asks for a beat, doubled
+constexpr qint64 kLongestPauseMs = 10000;
 constexpr std::size_t kMostWishQueues = 1000;
 
 enum eTracePoint : int { eMalformed = 1 };
@@ -266,7 +266,7 @@ void BranchMirror::takeLive(const LiveMessage& live)
         m_deadSinceMs = std::min(m_deadSinceMs, m_nowMs);
         return;
     }
-    m_deadSinceMs = never;
+    m_deadSinceMs = kNever;
     for (const ChannelName& name : live.channels)
         ensureChannel(name.channel);
 }
@@ -277,7 +277,7 @@ void BranchMirror::claim(const QUuid& epoch)
 {
     if (epoch == m_epoch || epoch == m_withdrawn)
         return;
-    if (m_epoch.isNull() || m_deadSinceMs != never || m_nowMs > silentAtMs())
+    if (m_epoch.isNull() || m_deadSinceMs != kNever || m_nowMs > silentAtMs())
         follow(epoch);
 }
 
@@ -292,7 +292,7 @@ void BranchMirror::follow(const QUuid& epoch)
     m_followedMs = m_nowMs;
     m_beatSeenMs = -1;
     m_askBeatMs = m_askBeatPauseMs = 0;
-    m_silentSinceMs = m_deadSinceMs = never;
+    m_silentSinceMs = m_deadSinceMs = kNever;
     const QString reason = first ? QStringLiteral("no owner was there")
                                  : QStringLiteral("the owner was restarted before it answered");
     if (m_wishesOfOthers.size() > kMostWishQueues)
@@ -328,7 +328,7 @@ void BranchMirror::takeBeat(const BeatMessage& beat)
     if (beat.epoch != m_epoch)
         return;
     m_beatSeenMs = m_nowMs;
-    m_deadSinceMs = never;
+    m_deadSinceMs = kNever;
     for (const ChannelNumber& number : beat.numbers) {
         if (MirrorChannel* const channel = ensureChannel(number.channel))
             channel->TakeBeat(number.number, m_nowMs);
@@ -385,7 +385,7 @@ qint64 BranchMirror::silentAtMs() const
 qint64 BranchMirror::lostAtMs() const
 {
     const qint64 bySilence = m_silentSinceMs + m_settings.graceMs;
-    return m_deadSinceMs == never ? bySilence : std::min(bySilence, m_deadSinceMs + m_settings.deathGraceMs);
+    return m_deadSinceMs == kNever ? bySilence : std::min(bySilence, m_deadSinceMs + m_settings.deathGraceMs);
 }
 
 bool BranchMirror::isComplete() const
@@ -399,7 +399,7 @@ void BranchMirror::update()
 {
     if (m_state == BranchState::Forbidden || m_epoch.isNull())
         return;
-    if (!m_online || m_deadSinceMs != never || m_nowMs > silentAtMs()) {
+    if (!m_online || m_deadSinceMs != kNever || m_nowMs > silentAtMs()) {
         m_silentSinceMs = std::min(m_silentSinceMs, m_nowMs);
         if (m_nowMs < lostAtMs()) {
             if (m_state != BranchState::Lost)
@@ -410,7 +410,7 @@ void BranchMirror::update()
         }
         return;
     }
-    m_silentSinceMs = never;
+    m_silentSinceMs = kNever;
     // Once live it stays so while it is only behind; what was lost comes back whole.
     if (m_beatSeenMs < 0 || (m_sentinelHidden && !isComplete())) {
         setState(BranchState::Joining);
@@ -444,7 +444,7 @@ void BranchMirror::askForBeat(Output& out)
         if (!isOwnerKnown())
             out.subscribe.push_back(m_topics.Live(m_settings.branch));
         m_askBeatPauseMs =
-            std::min(longestPauseMs, m_askBeatPauseMs == 0 ? firstPauseMs : 2 * m_askBeatPauseMs);
+            std::min(kLongestPauseMs, m_askBeatPauseMs == 0 ? kFirstPauseMs : 2 * m_askBeatPauseMs);
         m_askBeatMs = m_nowMs + m_askBeatPauseMs;
         const AskMessage ask{m_epoch, 0, std::numeric_limits<quint64>::max()};
         out.publish.push_back({upTopic(), Encode(ask), Delivery::AtLeastOnce, false,
@@ -470,7 +470,7 @@ Output BranchMirror::finish()
         askForBeat(out);
     if (!following || m_state == BranchState::Lost)
         return out;
-    const bool silent = m_silentSinceMs != never;
+    const bool silent = m_silentSinceMs != kNever;
     out.wakeAtMs = std::min(out.wakeAtMs, silent ? lostAtMs() : silentAtMs() + 1);
     return out;
 }

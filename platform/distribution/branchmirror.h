@@ -190,8 +190,8 @@ private:
     qint64 m_onlineMs = 0;
     qint64 m_askBeatMs = 0;
     qint64 m_askBeatPauseMs = 0;
-    qint64 m_silentSinceMs = never;
-    qint64 m_deadSinceMs = never; ///< the broker has said that the followed owner is dead
+    qint64 m_silentSinceMs = kNever;
+    qint64 m_deadSinceMs = kNever; ///< the broker has said that the followed owner is dead
     bool m_online = false;
     bool m_sentinelHidden = true;
     bool m_takingLocal = false;

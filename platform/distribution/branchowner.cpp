@@ -13,14 +13,14 @@ namespace distribution {
 
 namespace {
 
-constexpr qint64 gatherAsksMs = 50;
-constexpr qint64 statePauseMs = 1000;  ///< between two states of a channel
-constexpr qint64 stateRenewMs = 60000; ///< after which a changed state is renewed though nobody asks
-constexpr qint64 livePauseMs = 1000;   ///< between two claims of life
-constexpr std::size_t flushBytes = 65536;
+constexpr qint64 kGatherAsksMs = 50;
+constexpr qint64 kStatePauseMs = 1000;  ///< between two states of a channel
+constexpr qint64 kStateRenewMs = 60000; ///< after which a changed state is renewed though nobody asks
+constexpr qint64 kLivePauseMs = 1000;   ///< between two claims of life
+constexpr std::size_t kFlushBytes = 65536;
 /// Room that a message needs beside its content.
-constexpr std::size_t partHeadBytes = 1024;
-constexpr std::size_t partBytes = 512U << 10U;
+constexpr std::size_t kPartHeadBytes = 1024;
+constexpr std::size_t kPartBytes = 512U << 10U;
 
 enum eTracePoint : int { eAnotherOwner = 1, eMalformedMessage = 2, eOversized = 3 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchowner", Startup::eTraceWarning);
@@ -300,14 +300,14 @@ void BranchOwner::takeAsk(const AskMessage& ask, qint64 nowMs)
     if (!channel)
         return;
     if (ask.from > channel->GetNewest()) {
-        m_beatAtMs = std::min(m_beatAtMs, nowMs + gatherAsksMs);
+        m_beatAtMs = std::min(m_beatAtMs, nowMs + kGatherAsksMs);
     } else if (!channel->CanReplay(ask.from)) {
         askState(*channel, nowMs);
     } else {
         auto& asks = channel->asks;
-        const bool waits = asks.replayAtMs != never;
+        const bool waits = asks.replayAtMs != kNever;
         asks.replayFrom = waits ? std::min(asks.replayFrom, ask.from) : ask.from;
-        asks.replayAtMs = waits ? asks.replayAtMs : nowMs + gatherAsksMs;
+        asks.replayAtMs = waits ? asks.replayAtMs : nowMs + kGatherAsksMs;
     }
 }
 
@@ -315,7 +315,7 @@ void BranchOwner::askState(OwnerChannel& channel, qint64 nowMs) const
 {
     auto& asks = channel.asks;
     asks.stateAtMs =
-        std::min(asks.stateAtMs, std::max(nowMs + gatherAsksMs, asks.stateSaidMs + statePauseMs));
+        std::min(asks.stateAtMs, std::max(nowMs + kGatherAsksMs, asks.stateSaidMs + kStatePauseMs));
 }
 
 /// Whoever claims or denies this branch's life: the claim is said again. Nobody yields to a mere claim, which
@@ -324,7 +324,7 @@ void BranchOwner::takeLive(const Bytes& payload, qint64 nowMs)
 {
     const auto live = DecodeLive(payload);
     if (!live || live->epoch != m_settings.epoch || live->state != LiveState::Alive)
-        m_liveAtMs = std::max(nowMs, m_liveSaidMs + livePauseMs);
+        m_liveAtMs = std::max(nowMs, m_liveSaidMs + kLivePauseMs);
 }
 
 /// Of two owners that beat, which bridged brokers make possible, the one with the greater epoch yields. The
@@ -366,7 +366,7 @@ void BranchOwner::publishLive(LiveState state)
 {
     m_out.publish.push_back(
         {m_topics.Live(m_settings.branch), Encode(liveMessage(state)), Delivery::AtLeastOnce, true, 0});
-    m_liveAtMs = never;
+    m_liveAtMs = kNever;
 }
 
 void BranchOwner::publishBeat(qint64 nowMs)
@@ -395,24 +395,24 @@ void BranchOwner::publishAnswers(OwnerChannel& channel, qint64 nowMs)
 {
     auto& asks = channel.asks;
     if (nowMs >= asks.replayAtMs) {
-        asks.replayAtMs = never;
+        asks.replayAtMs = kNever;
         if (channel.CanReplay(asks.replayFrom))
             publishLog(channel, channel.Replay(m_settings.epoch, asks.replayFrom, m_maximumPayload));
         else
             askState(channel, nowMs);
     }
     if (asks.stateNumber != 0 && asks.stateNumber != channel.GetNewest())
-        asks.stateAtMs = std::min(asks.stateAtMs, asks.stateSaidMs + stateRenewMs);
+        asks.stateAtMs = std::min(asks.stateAtMs, asks.stateSaidMs + kStateRenewMs);
     if (nowMs < asks.stateAtMs)
         return;
-    asks.stateAtMs = never;
+    asks.stateAtMs = kNever;
     asks.stateSaidMs = nowMs;
     StateCut cut;
     cut.epoch = m_settings.epoch;
     cut.snapshot = channel.MakeSnapshot(contentOf(channel));
     cut.number = asks.stateNumber = channel.GetNewest();
     cut.topic = m_topics.State(m_settings.branch, channel.GetChannel());
-    cut.partBytes = std::min(partBytes, m_maximumPayload - std::min(m_maximumPayload / 2, partHeadBytes));
+    cut.partBytes = std::min(kPartBytes, m_maximumPayload - std::min(m_maximumPayload / 2, kPartHeadBytes));
     cut.clearUpTo = asks.statePartsBound;
     const auto parts = static_cast<quint32>(SizeBound(cut.snapshot) / cut.partBytes + 1);
     asks.statePartsBound = std::max(asks.statePartsBound, parts);
@@ -433,7 +433,7 @@ Output BranchOwner::finish(qint64 nowMs)
         out.wakeAtMs =
             std::min({out.wakeAtMs, channel.second->asks.replayAtMs, channel.second->asks.stateAtMs});
     }
-    if (unsentBytes > flushBytes) {
+    if (unsentBytes > kFlushBytes) {
         m_out = std::move(out);
         publishLogs();
         return finish(nowMs);

@@ -149,8 +149,8 @@ private:
     Output m_out;
     std::size_t m_maximumPayload = 0;
     quint32 m_lastId = 0;
-    qint64 m_beatAtMs = never;
-    qint64 m_liveAtMs = never; ///< the claim of life is to be said again
+    qint64 m_beatAtMs = kNever;
+    qint64 m_liveAtMs = kNever; ///< the claim of life is to be said again
     qint64 m_liveSaidMs = 0;
     QUuid m_rival;            ///< epoch of a foreign owner that beats
     qint64 m_rivalSeenMs = 0; ///< time of its first beat

@@ -7,7 +7,7 @@ namespace distribution {
 namespace {
 
 /// Longest time in which a client that is alive is connected again and says so.
-constexpr qint64 reconnectMs = 15000;
+constexpr qint64 kReconnectMs = 15000;
 
 } // namespace
 
@@ -15,8 +15,8 @@ void Leases::Add(const QUuid& session, const QString& path, qint64 nowMs)
 {
     Remove(path);
     Lease& lease = m_leases[session];
-    if (!IsPresent(session) && lease.endMs == never)
-        lease.endMs = nowMs + m_graceMs + reconnectMs;
+    if (!IsPresent(session) && lease.endMs == kNever)
+        lease.endMs = nowMs + m_graceMs + kReconnectMs;
     lease.items.push_back(path);
     m_holders[path] = session;
 }
@@ -48,14 +48,14 @@ void Leases::SetPresent(const QUuid& session, bool present, qint64 nowMs)
         m_present.erase(session);
     const auto lease = m_leases.find(session);
     if (lease != m_leases.end())
-        lease->second.endMs = present ? never : nowMs + m_graceMs;
+        lease->second.endMs = present ? kNever : nowMs + m_graceMs;
 }
 
 void Leases::OnUp(qint64 nowMs)
 {
     m_present.clear();
     for (auto& lease : m_leases)
-        lease.second.endMs = nowMs + m_graceMs + reconnectMs;
+        lease.second.endMs = nowMs + m_graceMs + kReconnectMs;
 }
 
 std::vector<QString> Leases::TakeExpired(qint64 nowMs)
@@ -77,7 +77,7 @@ std::vector<QString> Leases::TakeExpired(qint64 nowMs)
 
 qint64 Leases::NextMs() const
 {
-    qint64 next = never;
+    qint64 next = kNever;
     for (const auto& lease : m_leases)
         next = std::min(next, lease.second.endMs);
     return next;

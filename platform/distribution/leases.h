@@ -36,7 +36,7 @@ private:
     struct Lease
     {
         std::vector<QString> items; ///< in the order in which they were added
-        qint64 endMs = never;
+        qint64 endMs = kNever;
     };
 
     qint64 m_graceMs;

@@ -115,7 +115,7 @@ struct MemoryBroker::Private
             if (!client.up || !isWanted(client, message->topic) ||
                 (mayBeLost && happens(weather.lossPercent)))
                 continue;
-            const qint64 expiry = publication.expiryMs == 0 ? never : now + publication.expiryMs;
+            const qint64 expiry = publication.expiryMs == 0 ? kNever : now + publication.expiryMs;
             deliver(publisher, number, message, expiry);
         }
     }
@@ -165,7 +165,7 @@ void MemoryBroker::Advance(qint64 nowMs)
 
 qint64 MemoryBroker::NextEventMs() const
 {
-    return d->events.empty() ? never : d->events.begin()->first.first;
+    return d->events.empty() ? kNever : d->events.begin()->first.first;
 }
 
 void MemoryBroker::Restart(bool keepRetained, qint64 awayMs)
@@ -243,7 +243,7 @@ void MemoryCarrier::Subscribe(const Bytes& filter)
     client.filters.push_back(filter);
     for (const auto& [topic, message] : broker.retained) {
         if (MatchesFilter(filter, topic))
-            broker.deliver(0, m_client, message, never);
+            broker.deliver(0, m_client, message, kNever);
     }
 }
 

@@ -31,7 +31,7 @@ public:
 
     /// Moves time to `nowMs` and delivers, connects and reports what is due by then.
     void Advance(qint64 nowMs);
-    /// When there is something to do next; never (see output.h) when nothing.
+    /// When there is something to do next; kNever (see output.h) when nothing.
     qint64 NextEventMs() const;
 
     /// Ends all connections at once, without wills, and forgets what was on its way; retained messages stay

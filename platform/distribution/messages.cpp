@@ -13,7 +13,7 @@ using values::ByteReader;
 
 namespace {
 
-constexpr quint8 minorVersion = 0;
+constexpr quint8 kMinorVersion = 0;
 
 /// How changes name their items: writers do not know the identifier of what they have just made.
 enum class Naming { ById, ByPath };
@@ -22,7 +22,7 @@ Bytes headOf(MessageKind kind, const QUuid& epoch)
 {
     Bytes out;
     AppendInteger(out, kind);
-    AppendInteger(out, minorVersion);
+    AppendInteger(out, kMinorVersion);
     AppendUuid(out, epoch);
     return out;
 }

@@ -11,16 +11,16 @@ namespace distribution {
 
 namespace {
 
-constexpr qint64 retainedMs = 200;  ///< within which a retained state comes without an ask
-constexpr qint64 firstAskMs = 1000; ///< pause between asks for the state, doubled
-constexpr qint64 longestAskMs = 10000;
-constexpr qint64 gapMs = 100;   ///< for which an entry that came too early waits for those before
-constexpr qint64 tailMs = 1000; ///< for which the log may be slower than the beat
-constexpr qint64 askAgainMs = 500;
-constexpr int maximumReplayAsks = 3;
-constexpr std::size_t maximumHeldBytes = 16U << 20U;
-constexpr std::size_t wishBytes = 256U << 10U; ///< what is gathered in one wish
-constexpr std::size_t queuedBytes = 16U << 20U;
+constexpr qint64 kRetainedMs = 200;  ///< within which a retained state comes without an ask
+constexpr qint64 kFirstAskMs = 1000; ///< pause between asks for the state, doubled
+constexpr qint64 kLongestAskMs = 10000;
+constexpr qint64 kGapMs = 100;   ///< for which an entry that came too early waits for those before
+constexpr qint64 kTailMs = 1000; ///< for which the log may be slower than the beat
+constexpr qint64 kAskAgainMs = 500;
+constexpr int kMaximumReplayAsks = 3;
+constexpr std::size_t kMaximumHeldBytes = 16U << 20U;
+constexpr std::size_t kWishBytes = 256U << 10U; ///< what is gathered in one wish
+constexpr std::size_t kQueuedBytes = 16U << 20U;
 
 enum eTracePoint : int { eUnfitEntry = 11, eFallingNumbers = 12, eUnfitState = 13 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Startup::eTraceWarning);
@@ -50,7 +50,7 @@ void MirrorChannel::Restart(const QString& reason, WishQueue& queue)
     m_joined = false;
     m_stateNeeded = true;
     m_askStateMs = m_askPauseMs = 0;
-    m_askReplayMs = never;
+    m_askReplayMs = kNever;
     m_replayAsks = 0;
     m_held.clear();
     m_heldBytes = 0;
@@ -111,8 +111,8 @@ void MirrorChannel::TakeLog(const LogMessage& message, const Bytes& bytes, qint6
         m_heldBytes += bytes.size() - held.size();
         held = bytes;
     }
-    noteTarget(end - 1, nowMs + gapMs);
-    if (m_heldBytes > maximumHeldBytes) {
+    noteTarget(end - 1, nowMs + kGapMs);
+    if (m_heldBytes > kMaximumHeldBytes) {
         m_held.clear();
         m_heldBytes = 0;
     }
@@ -134,10 +134,10 @@ void MirrorChannel::play(qint64 nowMs)
                                   nowMs);
     }
     if (m_number >= m_target) {
-        m_askReplayMs = never;
+        m_askReplayMs = kNever;
         m_replayAsks = 0;
-    } else if (m_askReplayMs == never) {
-        m_askReplayMs = nowMs + gapMs;
+    } else if (m_askReplayMs == kNever) {
+        m_askReplayMs = nowMs + kGapMs;
     }
 }
 
@@ -268,7 +268,7 @@ void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
         m_heldBytes = 0;
         NeedState(0);
     }
-    noteTarget(number, nowMs + tailMs);
+    noteTarget(number, nowMs + kTailMs);
 }
 
 void MirrorChannel::NeedState(quint64 number)
@@ -370,11 +370,11 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
                  change.path + QStringLiteral(": the owner's content is not here yet"));
             continue;
         }
-        if (size > Limits::valueBytes || size + wishBytes / 4 > m_mirror.m_maximumPayload) {
+        if (size > Limits::valueBytes || size + kWishBytes / 4 > m_mirror.m_maximumPayload) {
             Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
             continue;
         }
-        if (bytes + size > wishBytes && !part.empty()) {
+        if (bytes + size > kWishBytes && !part.empty()) {
             addWish(std::exchange(part, {}), nowMs);
             bytes = 0;
         }
@@ -387,7 +387,7 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
 
 void MirrorChannel::addWish(Changes changes, qint64 nowMs)
 {
-    if (m_own.Wishes().GetBytes() > queuedBytes)
+    if (m_own.Wishes().GetBytes() > kQueuedBytes)
         Fail(changes, WishResult::Overflow, QStringLiteral("too many changes wait for the owner"));
     else
         m_own.Add(std::move(changes), m_number, nowMs);
@@ -457,16 +457,16 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
             .push_back(m_mirror.m_topics.StateFilter(m_mirror.m_settings.branch, m_channel));
         m_subscribed = m_stateNeeded;
         // What is needed after a certain entry was hardly made before.
-        m_askStateMs = m_neededNumber > 0 ? nowMs : nowMs + retainedMs;
+        m_askStateMs = m_neededNumber > 0 ? nowMs : nowMs + kRetainedMs;
     }
     if (m_stateNeeded && nowMs >= m_askStateMs) {
-        m_askPauseMs = std::min(longestAskMs, m_askPauseMs == 0 ? firstAskMs : 2 * m_askPauseMs);
+        m_askPauseMs = std::min(kLongestAskMs, m_askPauseMs == 0 ? kFirstAskMs : 2 * m_askPauseMs);
         m_askStateMs = nowMs + m_askPauseMs;
         ask(0);
     }
     if (!m_stateNeeded && nowMs >= m_askReplayMs) {
-        m_askReplayMs = nowMs + askAgainMs;
-        if (++m_replayAsks > maximumReplayAsks) {
+        m_askReplayMs = nowMs + kAskAgainMs;
+        if (++m_replayAsks > kMaximumReplayAsks) {
             m_replayAsks = 0;
             NeedState(m_number);
             Speak(out, maySend, nowMs);

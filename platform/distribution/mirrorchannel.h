@@ -86,7 +86,7 @@ private:
     bool m_subscribed = false;  ///< to the states
     qint64 m_askStateMs = 0;
     qint64 m_askPauseMs = 0;
-    qint64 m_askReplayMs = never;
+    qint64 m_askReplayMs = kNever;
     int m_replayAsks = 0;
     std::map<quint64, Bytes> m_held; ///< log messages that wait, by their first number
     std::size_t m_heldBytes = 0;

@@ -53,7 +53,7 @@ Output NameProbe::OnTime(qint64 nowMs)
 Output NameProbe::finish() const
 {
     Output out;
-    out.wakeAtMs = m_result == Result::Waiting ? m_endAtMs : never;
+    out.wakeAtMs = m_result == Result::Waiting ? m_endAtMs : kNever;
     return out;
 }
 

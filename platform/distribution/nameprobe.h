@@ -40,7 +40,7 @@ private:
     QUuid m_own;
     QUuid m_claim;
     qint64 m_beatMs;
-    qint64 m_endAtMs = never;
+    qint64 m_endAtMs = kNever;
     Result m_result = Result::Waiting;
 };
 

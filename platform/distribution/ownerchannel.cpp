@@ -7,9 +7,9 @@ namespace distribution {
 
 namespace {
 
-constexpr std::size_t maximumEntries = 100000;
+constexpr std::size_t kMaximumEntries = 100000;
 /// Room for the head of a log message.
-constexpr std::size_t headBytes = 64;
+constexpr std::size_t kHeadBytes = 64;
 
 } // namespace
 
@@ -39,7 +39,7 @@ void OwnerChannel::Append(const Entry& entry)
     m_unsentBytes += encoded.size();
     m_log.push_back(std::move(encoded));
     ++m_newest;
-    while (m_log.size() > 1 && (m_bytes > m_logBytes || m_log.size() > maximumEntries)) {
+    while (m_log.size() > 1 && (m_bytes > m_logBytes || m_log.size() > kMaximumEntries)) {
         m_bytes -= m_log.front().size();
         m_log.pop_front();
         ++m_first;
@@ -71,7 +71,7 @@ std::vector<Bytes> OwnerChannel::messages(const QUuid& epoch, quint64 from, std:
     std::vector<Bytes> messages;
     while (from <= m_newest) {
         const quint64 first = from;
-        std::size_t size = headBytes;
+        std::size_t size = kHeadBytes;
         const auto entryAt = [this](quint64 number) -> const Bytes& {
             return m_log[static_cast<std::size_t>(number - m_first)];
         };

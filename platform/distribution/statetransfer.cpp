@@ -10,12 +10,12 @@ namespace distribution {
 namespace {
 
 /// Smaller states are not worth the packing.
-constexpr std::size_t unpackedBytes = 4096;
+constexpr std::size_t kUnpackedBytes = 4096;
 
 /// Empty when it does not become smaller.
 Bytes packed(const Bytes& whole)
 {
-    if (whole.size() <= unpackedBytes)
+    if (whole.size() <= kUnpackedBytes)
         return Bytes();
     uLongf size = compressBound(whole.size());
     Bytes bytes(size, '\0');

@@ -9,9 +9,9 @@ namespace distribution {
 namespace {
 
 enum RunKind : quint8 { CopyRun = 0, InsertRun = 1 };
-constexpr std::size_t blockBytes = 32;
+constexpr std::size_t kBlockBytes = 32;
 /// A middle of fewer bytes is inserted as it is.
-constexpr std::size_t smallMiddle = 4 * blockBytes;
+constexpr std::size_t kSmallMiddle = 4 * kBlockBytes;
 /// At once, which takes a fraction of the time that byte by byte does.
 constexpr std::size_t kComparedBytes = 1024;
 /// Runs of a head, one insertion and a tail.
@@ -50,7 +50,7 @@ class RollingSum
 public:
     explicit RollingSum(const char* at)
     {
-        for (std::size_t i = 0; i < blockBytes; ++i)
+        for (std::size_t i = 0; i < kBlockBytes; ++i)
             m_sum = m_sum * factor + byte(at[i]);
     }
     void Roll(char out, char in) { m_sum = (m_sum - byte(out) * highest()) * factor + byte(in); }
@@ -62,7 +62,7 @@ private:
     static constexpr quint32 highest()
     {
         quint32 power = 1;
-        for (std::size_t i = 1; i < blockBytes; ++i)
+        for (std::size_t i = 1; i < kBlockBytes; ++i)
             power *= factor;
         return power;
     }
@@ -78,10 +78,10 @@ public:
     BlockIndex(const Bytes& text, std::size_t begin, std::size_t end)
     {
         std::size_t slots = 1;
-        while (slots < 2 * ((end - begin) / blockBytes))
+        while (slots < 2 * ((end - begin) / kBlockBytes))
             slots *= 2;
         m_slots.assign(slots, Slot());
-        for (std::size_t at = begin; at + blockBytes <= end; at += blockBytes) {
+        for (std::size_t at = begin; at + kBlockBytes <= end; at += kBlockBytes) {
             const quint32 sum = RollingSum(text.data() + at).Value();
             slot(sum) = {sum, at};
         }
@@ -136,19 +136,20 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
                  std::size_t end)
 {
     std::size_t written = begin;
-    if (fromEnd - begin >= blockBytes && end - begin > smallMiddle) {
+    if (fromEnd - begin >= kBlockBytes && end - begin > kSmallMiddle) {
         const BlockIndex index(from, begin, fromEnd);
         std::size_t at = begin;
         RollingSum sum(to.data() + at);
-        while (at + blockBytes <= end) {
+        while (at + kBlockBytes <= end) {
             std::size_t source = index.Find(sum.Value());
-            if (source == Bytes::npos || std::memcmp(from.data() + source, to.data() + at, blockBytes) != 0) {
-                if (at + blockBytes < end)
-                    sum.Roll(to[at], to[at + blockBytes]);
+            if (source == Bytes::npos ||
+                std::memcmp(from.data() + source, to.data() + at, kBlockBytes) != 0) {
+                if (at + kBlockBytes < end)
+                    sum.Roll(to[at], to[at + kBlockBytes]);
                 ++at;
                 continue;
             }
-            std::size_t count = blockBytes;
+            std::size_t count = kBlockBytes;
             while (source + count < from.size() && at + count < end && from[source + count] == to[at + count])
                 ++count;
             for (; source > 0 && at > written && from[source - 1] == to[at - 1]; ++count) {
@@ -159,7 +160,7 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
             runs.Copy(source, count);
             at += count;
             written = at;
-            if (at + blockBytes <= end)
+            if (at + kBlockBytes <= end)
                 sum = RollingSum(to.data() + at);
         }
     }

@@ -9,7 +9,7 @@ namespace distribution {
 namespace {
 
 /// Version of the encoding of all messages.
-constexpr char version[] = "/1";
+constexpr char kVersion[] = "/1";
 
 bool isSpecial(char c)
 {
@@ -104,7 +104,7 @@ Topics::Topics(const Bytes& prefix) : m_prefix(prefix)
 {
     while (!m_prefix.empty() && m_prefix.back() == '/')
         m_prefix.pop_back();
-    m_prefix += version;
+    m_prefix += kVersion;
 }
 
 Bytes Topics::ofBranch(const QString& branch) const

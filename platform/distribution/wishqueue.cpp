@@ -7,11 +7,11 @@ namespace distribution {
 
 namespace {
 
-constexpr qint64 resendMs = 1000;
+constexpr qint64 kResendMs = 1000;
 /// Contents on their way at once, so that a resend does not flood the broker.
-constexpr std::size_t windowBytes = 1U << 20U;
+constexpr std::size_t kWindowBytes = 1U << 20U;
 /// What a change takes beside its content, roughly.
-constexpr std::size_t changeBytes = 100;
+constexpr std::size_t kChangeBytes = 100;
 
 } // namespace
 
@@ -20,7 +20,7 @@ const OpenWish& WishQueue::Add(Changes changes, qint64 nowMs)
     OpenWish wish;
     wish.number = ++m_last;
     for (const Change& change : changes)
-        wish.bytes += changeBytes + BytesOf(change.content).size();
+        wish.bytes += kChangeBytes + BytesOf(change.content).size();
     wish.changes = std::move(changes);
     wish.madeMs = nowMs;
     m_bytes += wish.bytes;
@@ -79,7 +79,7 @@ std::vector<WishMessage> WishQueue::TakeDue(const QUuid& epoch, quint16 channel,
     for (OpenWish& wish : m_wishes) {
         bytes += wish.bytes;
         const bool inWindow = wish.number < m_wishes.front().number + Limits::openWishes &&
-                              (bytes <= windowBytes || &wish == &m_wishes.front());
+                              (bytes <= kWindowBytes || &wish == &m_wishes.front());
         if (!inWindow)
             break;
         if (!all && wish.number <= m_sentUpTo)
@@ -89,14 +89,14 @@ std::vector<WishMessage> WishQueue::TakeDue(const QUuid& epoch, quint16 channel,
         due.push_back({epoch, channel, wish.number, wish.changes});
     }
     if (all || due.size() == m_wishes.size())
-        m_resendMs = nowMs + resendMs;
+        m_resendMs = nowMs + kResendMs;
     return due;
 }
 
 qint64 WishQueue::NextSendMs() const
 {
     if (m_wishes.empty())
-        return never;
+        return kNever;
     return m_mayHaveRoom && m_wishes.back().number > m_sentUpTo ? 0 : m_resendMs;
 }
 
@@ -104,7 +104,7 @@ qint64 WishQueue::NextTimeoutMs(qint64 timeoutMs) const
 {
     const auto open =
         std::find_if(m_wishes.begin(), m_wishes.end(), [](const OpenWish& wish) { return !wish.givenUp; });
-    return open == m_wishes.end() ? never : open->madeMs + timeoutMs;
+    return open == m_wishes.end() ? kNever : open->madeMs + timeoutMs;
 }
 
 } // namespace distribution

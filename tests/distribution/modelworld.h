@@ -24,7 +24,7 @@ public:
 
     MemoryCarrier carrier;
     Topics topics;
-    qint64 wakeAtMs = never;
+    qint64 wakeAtMs = kNever;
     std::map<TopicKind, int> published;       ///< messages
     std::map<TopicKind, std::size_t> largest; ///< of their payloads
 
