@@ -17,7 +17,8 @@ constexpr int kRefusedRetryMs = 30000;
 /// A connection that held so long was a good one.
 constexpr int kGoodAfterMs = 5000;
 constexpr int kPatienceMs = 15000;
-constexpr int kLeaveLimitMs = 1000;
+/// Longer than a connection takes to leave, so that its farewell is not lost.
+constexpr int kLeaveLimitMs = 2000;
 
 /// A listener may destroy the carrier, and the function with it.
 template<class... Arguments>

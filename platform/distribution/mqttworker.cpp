@@ -299,6 +299,7 @@ void MqttConnection::Worker::carryOut(const Order& order)
     const Publication& what = order.publication;
     int id = 0;
     int code = MOSQ_ERR_SUCCESS;
+    m_endedEarly = 0;
     if (order.command == Command::Publish) {
         Properties properties;
         if (what.expiryMs > 0)
@@ -312,7 +313,7 @@ void MqttConnection::Worker::carryOut(const Order& order)
         code = mosquitto_unsubscribe_v5(handle, &id, what.topic.c_str(), nullptr);
     }
     account(id, order);
-    if (code == MOSQ_ERR_SUCCESS && order.command != Command::Unsubscribe)
+    if (code == MOSQ_ERR_SUCCESS && order.command != Command::Unsubscribe && m_endedEarly != id)
         return;
     settle(id);
     if (code == MOSQ_ERR_OVERSIZE_PACKET || code == MOSQ_ERR_INVAL || code == MOSQ_ERR_MALFORMED_UTF8)
@@ -327,8 +328,11 @@ void MqttConnection::Worker::account(int id, const Order& order)
 void MqttConnection::Worker::settle(int id)
 {
     const auto found = m_waiting.find(id);
-    if (found == m_waiting.end())
+    if (found == m_waiting.end()) {
+        // What needs no acknowledgement is told as sent within the very call that sends it.
+        m_endedEarly = id;
         return;
+    }
     const std::lock_guard<std::mutex> lock(m_shared->mutex);
     m_shared->outstanding -= found->second.bytes;
     m_waiting.erase(found);

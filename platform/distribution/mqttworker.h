@@ -141,6 +141,7 @@ private:
         std::size_t bytes;
     };
     std::unordered_map<int, Waiting> m_waiting; ///< by packet identifier: not acknowledged
+    int m_endedEarly = 0; ///< ended in the call that sent it, before it was entered here
     bool m_isUp = false;
     bool m_isDown = false;
     bool m_isLeaving = false;
