@@ -261,4 +261,16 @@ void ChangeCollector::OnItemAnnounced(TreeItem& item, TChangeCode code, IObserve
         region->add(AnnounceChange(item.GetPath(), code, originator == &m_writer));
 }
 
+/// Whether it is new is seen where it is dealt with, at the owner.
+void ChangeCollector::OnItemOrdered(TreeItem& item, bool isNew, IObserver* originator)
+{
+    ChangeRegion* const region = regionOf(item.GetPath());
+    if (region && region->m_makesWishes)
+        region->add(OrderChange(item.GetPath(), ContentOf(item)));
+    else if (isNew)
+        OnItemChanged(item, eChangeValue, originator);
+    else
+        OnItemAnnounced(item, eChangeValue, originator);
+}
+
 } // namespace distribution

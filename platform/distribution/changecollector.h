@@ -104,6 +104,7 @@ private:
     void OnItemRemoved(values::TreeItem& item) override;
     void OnItemChanged(values::TreeItem& item, TChangeCode code, IObserver* originator) override;
     void OnItemAnnounced(values::TreeItem& item, TChangeCode code, IObserver* originator) override;
+    void OnItemOrdered(values::TreeItem& item, bool isNew, IObserver* originator) override;
 
     ChangeRegion* regionOf(const QString& path) const;
     bool isCompared(const QString& path) const;

@@ -73,6 +73,7 @@ void appendChange(Bytes& out, const Change& change, Naming naming)
             AppendInteger(out, static_cast<quint8>(change.byWish));
         return;
     case Operation::Commands:
+    case Operation::Order:
         break;
     }
     appendBlock(out, BytesOf(change.content));
@@ -101,7 +102,7 @@ Change readChange(FieldReader& in, Naming naming)
 {
     Change change;
     const auto operation = in.Integer<quint8>();
-    if (operation < quint8(Operation::Add) || operation > quint8(Operation::Commands))
+    if (operation < quint8(Operation::Add) || operation > quint8(Operation::Order))
         in.Refuse();
     change.operation = in.Fits() ? static_cast<Operation>(operation) : Operation::Remove;
     if (naming == Naming::ById && (change.id = in.Integer<quint32>()) == 0)
@@ -131,6 +132,10 @@ Change readChange(FieldReader& in, Naming naming)
         change.byWish = byWish == 1;
         return change;
     }
+    case Operation::Order:
+        if (naming == Naming::ById)
+            in.Refuse();
+        break;
     case Operation::Commands:
         break;
     }
@@ -174,6 +179,11 @@ Change SetChange(const QString& path, Content content, bool compare)
     Change change = changeOf(Operation::Set, path, std::move(content));
     change.compare = compare;
     return change;
+}
+
+Change OrderChange(const QString& path, Content content)
+{
+    return changeOf(Operation::Order, path, std::move(content));
 }
 
 Change AnnounceChange(const QString& path, qint32 code, bool byWish)

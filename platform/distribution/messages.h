@@ -45,12 +45,20 @@ inline bool IsCollection(qint32 type)
 }
 
 /// What happens to an item. The numbers travel.
-enum class Operation : quint8 { Add = 1, Remove = 2, Set = 3, Delta = 4, Announce = 5, Commands = 6 };
+enum class Operation : quint8 {
+    Add = 1,
+    Remove = 2,
+    Set = 3,
+    Delta = 4,
+    Announce = 5,
+    Commands = 6,
+    Order = 7
+};
 
 /// One change of one item. Which members mean something:
 /// path: everywhere in a program; it travels in wishes and with Add only, otherwise the owner's `id` does;
 /// type: Add (0: a node without a value); code: Announce;
-/// content: Add, Set, Commands (command after command), Delta (runs, see textdelta.h);
+/// content: Add, Set, Order, Commands (command after command), Delta (runs, see textdelta.h);
 /// checksum: Delta, CRC-32 of the resulting content;
 /// compare, scope, author: only in a program, of its own changes: see below.
 struct Change
@@ -82,6 +90,8 @@ using Changes = std::vector<Change>;
 KOLTA_DISTRIBUTION_EXPORT Change AddChange(const QString& path, qint32 type, Content content);
 KOLTA_DISTRIBUTION_EXPORT Change RemoveChange(const QString& path);
 KOLTA_DISTRIBUTION_EXPORT Change SetChange(const QString& path, Content content, bool compare = false);
+/// Only in a wish: Set, or Announce with code eChangeValue where the owner has that content already.
+KOLTA_DISTRIBUTION_EXPORT Change OrderChange(const QString& path, Content content);
 KOLTA_DISTRIBUTION_EXPORT Change AnnounceChange(const QString& path, qint32 code, bool byWish = false);
 KOLTA_DISTRIBUTION_EXPORT Change CommandsChange(const QString& path, Content commands,
                                                 values::CommandScope scope = {});

@@ -220,6 +220,8 @@ void MirrorChannel::commit(const Change& change, bool own)
             return;
         m_mirror.apply(change);
         return;
+    case Operation::Order: // the log says what it has become
+        return;
     case Operation::Commands:
         m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending());
         return;

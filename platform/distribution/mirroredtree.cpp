@@ -104,6 +104,7 @@ void MirroredTree::Apply(const Change& change)
             break;
         case Operation::Delta:
         case Operation::Commands:
+        case Operation::Order:
             break;
         }
     });

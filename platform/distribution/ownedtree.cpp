@@ -61,6 +61,8 @@ QString OwnedTree::perform(const Change& change)
         return QString();
     case Operation::Set:
         return lives ? set(change) : QStringLiteral("there is no value %1").arg(change.path);
+    case Operation::Order:
+        return lives ? order(change) : QStringLiteral("there is no value %1").arg(change.path);
     case Operation::Announce:
         if (!lives)
             return QStringLiteral("there is no value %1").arg(change.path);
@@ -102,6 +104,16 @@ QString OwnedTree::set(const Change& change)
     const Bytes& content = BytesOf(change.content);
     values::ByteReader in(content.data(), content.size());
     return value->ReadContent(in, m_collector.GetWriter())
+               ? QString()
+               : QStringLiteral("the content does not fit %1").arg(change.path);
+}
+
+QString OwnedTree::order(const Change& change)
+{
+    auto* const value = m_collector.GetTree().FindAs<ValueBase>(change.path);
+    const Bytes& content = BytesOf(change.content);
+    values::ByteReader in(content.data(), content.size());
+    return value->OrderContent(in, m_collector.GetWriter())
                ? QString()
                : QStringLiteral("the content does not fit %1").arg(change.path);
 }

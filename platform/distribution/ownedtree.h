@@ -23,6 +23,7 @@ private:
     QString perform(const Change& change);
     QString add(const Change& change);
     QString set(const Change& change);
+    QString order(const Change& change);
     QString runCommands(const Change& change);
 
     ChangeCollector& m_collector;

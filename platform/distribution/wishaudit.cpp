@@ -20,6 +20,8 @@ QString ToText(Operation operation)
         return QStringLiteral("set");
     case Operation::Announce:
         return QStringLiteral("announce");
+    case Operation::Order:
+        return QStringLiteral("order");
     case Operation::Commands:
         return QStringLiteral("commands on");
     case Operation::Delta:

@@ -68,6 +68,7 @@ bool ServerPolicy::Allows(const Request& request) const
         return (direct && isRequest(first)) || (direct && isWhole(first) && request.compare) ||
                (isShelf(first) && request.ownItem);
     case Operation::Announce:
+    case Operation::Order:
         return (direct && isRequest(first)) || (isShelf(first) && request.ownItem);
     case Operation::Commands:
         return first == QLatin1String("ShortTime") && !direct;

@@ -350,8 +350,10 @@ void Tree::changed(ValueBase& value, Event event, TChangeCode code, IObserver* o
     tell(originator, [&](ITreeListener& listener) {
         if (event == Event::Announcement)
             listener.OnItemAnnounced(value, code, originator);
-        else
+        else if (event == Event::Change)
             listener.OnItemChanged(value, code, originator);
+        else
+            listener.OnItemOrdered(value, event == Event::Order, originator);
     });
     if (!value.IsDeleted())
         value.Notify(code, originator);

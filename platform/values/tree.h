@@ -102,6 +102,14 @@ public:
     {
         OnItemChanged(item, code, originator);
     }
+    /// The same for a value that was written as an order, see Value::Order(). `isNew`: its content changed.
+    virtual void OnItemOrdered(TreeItem& item, bool isNew, IObserver* originator)
+    {
+        if (isNew)
+            OnItemChanged(item, eChangeValue, originator);
+        else
+            OnItemAnnounced(item, eChangeValue, originator);
+    }
     /// A change that was made here at `path` did not last; see Tree::TellWishFailed(). `reason` is for
     /// people.
     virtual void OnWishFailed(const QString& /*path*/, WishFailure /*failure*/, const QString& /*reason*/) {}
@@ -194,7 +202,7 @@ private:
     void removeBelow(TreeItem& top, IObserver* originator);
     void removeItem(TreeItem& item, IObserver* originator);
     void drop(TreeItem* item);
-    enum class Event { Change, Announcement };
+    enum class Event { Change, Announcement, Order, RepeatedOrder };
     void changed(ValueBase& value, Event event, TChangeCode code, IObserver* originator);
     template<class Call>
     void tell(const IObserver* originator, const Call& call);

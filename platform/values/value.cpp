@@ -31,20 +31,25 @@ ValueBase::~ValueBase() = default;
 
 void ValueBase::Announce(TChangeCode code, IObserver* originator)
 {
-    tell(true, code, originator);
+    tell(Tree::Event::Announcement, code, originator);
 }
 
 void ValueBase::Changed(TChangeCode code, IObserver* originator)
 {
-    tell(false, code, originator);
+    tell(Tree::Event::Change, code, originator);
 }
 
-void ValueBase::tell(bool isAnnounced, TChangeCode code, IObserver* originator)
+void ValueBase::Ordered(bool isNew, IObserver* originator)
+{
+    tell(isNew ? Tree::Event::Order : Tree::Event::RepeatedOrder, eChangeValue, originator);
+}
+
+void ValueBase::tell(Tree::Event event, TChangeCode code, IObserver* originator)
 {
     if (IsDeleted())
         return;
     if (Tree* const tree = GetTree())
-        tree->changed(*this, isAnnounced ? Tree::Event::Announcement : Tree::Event::Change, code, originator);
+        tree->changed(*this, event, code, originator);
     else
         Notify(code, originator);
 }
@@ -264,9 +269,7 @@ bool WriteOrAnnounce(const QString& path, const QString& text, IObserver* origin
     auto* const value = Tree::Instance().FindAs<StringValue>(path);
     if (!value || value->IsDeleted())
         return false;
-    if (!value->SetValue(text, originator))
-        value->Announce(eChangeValue, originator);
-    return true;
+    return value->Order(text, originator);
 }
 
 } // namespace values

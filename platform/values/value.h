@@ -82,6 +82,8 @@ public:
     /// differs. False, and nothing happens, when it does not fit, for a tombstone, and where content travels
     /// as commands. An observer may delete the value.
     virtual bool ReadContent(ByteReader& in, IObserver* originator);
+    /// Takes over such a content as an order, see Value::Order().
+    virtual bool OrderContent(ByteReader& /*in*/, IObserver* /*originator*/) { return false; }
     /// ReadContent() of the present content with one part replaced, without reading the whole. False, and
     /// nothing happens, where it cannot be done.
     virtual bool SpliceContent(const TextSplice& /*splice*/, IObserver* /*originator*/) { return false; }
@@ -119,6 +121,8 @@ protected:
     /// To be called after every change of the content, as the last step: an observer may delete the value.
     /// Does nothing for a tombstone.
     void Changed(TChangeCode code, IObserver* originator);
+    /// Instead of it where the content is an order; `isNew`: it has changed.
+    void Ordered(bool isNew, IObserver* originator);
     /// Empties the content when the value becomes a tombstone. Tells nobody.
     void ClearContent() override = 0;
     /// For a series of changes: calls `change(element, originator)` for every element while the value lives,
@@ -146,7 +150,7 @@ private:
     struct Recording;
     Recording& recording();
     void endTransaction() noexcept;
-    void tell(bool isAnnounced, TChangeCode code, IObserver* originator);
+    void tell(Tree::Event event, TChangeCode code, IObserver* originator);
 
     std::unique_ptr<Recording> m_recording; ///< null until somebody records or opens a transaction
     Life m_life;
@@ -205,6 +209,19 @@ public:
         return true;
     }
 
+    /// Sets the content as something that its reader is to do: where it is there already it is announced with
+    /// code eChangeValue. In a tree that other processes share, whether it is there already is decided where
+    /// the reader is. False, and nothing happens, for a tombstone.
+    bool Order(const T& value, IObserver* originator = nullptr)
+    {
+        if (IsDeleted())
+            return false;
+        const bool isNew = !(m_value == value);
+        m_value = value;
+        Ordered(isNew, originator);
+        return true;
+    }
+
     int GetType() const override { return Traits::type; }
     QString GetTypeName() const override { return Traits::typeName(); }
     QString GetStringValue() const override { return Traits::toText(m_value); }
@@ -233,6 +250,11 @@ public:
             return false;
         SetValue(value, originator);
         return true;
+    }
+    bool OrderContent(ByteReader& in, IObserver* originator) override
+    {
+        T value{};
+        return !IsDeleted() && Traits::readContent(in, value) && Order(value, originator);
     }
     bool SpliceContent(const TextSplice& splice, IObserver* originator) override
     {

@@ -128,7 +128,11 @@ void TestMessages::goldenBytes_data()
     addRow("state", Encode(StatePart{epoch, 5, 1, 2, true, 6, 7, values::ByteReader("abc", 3)}));
     Change compared = SetChange(path, MakeContent("y"));
     compared.base = 4;
-    addRow("wish", Encode(WishMessage{epoch, 1, 3, {compared, RemoveChange(path), AnnounceChange(path, 3)}}));
+    addRow("wish", Encode(WishMessage{epoch,
+                                      1,
+                                      3,
+                                      {compared, RemoveChange(path), AnnounceChange(path, 3),
+                                       OrderChange(path, MakeContent("o"))}}));
     addRow("ask", Encode(AskMessage{epoch, 1, 6}));
     addRow("presence", Encode(PresenceMessage{QStringLiteral("h"), QStringLiteral("p")}));
 }

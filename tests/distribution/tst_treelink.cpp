@@ -93,13 +93,19 @@ private Q_SLOTS:
         QCOMPARE(client.log.join(QLatin1Char(' ')), QStringLiteral("Resources:3 Resources:3 Resources!19"));
         QCOMPARE(client.text("Resources"), large + QLatin1Char('x'));
 
-        // A request is announced again with the same text.
+        // Each request is dealt with, also where two writers make the same one and none sees that of the
+        // other.
+        MapSide other(*broker);
+        other.mirror();
         server->log.clear();
-        client.set("ChangedTuners", QStringLiteral("t"));
-        client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce();
+        for (MapSide* const side : {&client, &client, &other})
+            side->tree.FindAs<StringValue>(at("ChangedTuners"))->Order(QStringLiteral("t"));
         QTRY_COMPARE_WITH_TIMEOUT(server->log.join(QLatin1Char(' ')),
-                                  QStringLiteral("ChangedTuners:3 ChangedTuners!3"), kPatience);
-        QCOMPARE(client.failures + server->failures, QStringList());
+                                  QStringLiteral("ChangedTuners:3 ChangedTuners!3 ChangedTuners!3"),
+                                  kPatience);
+        client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce(eChangeUser);
+        QTRY_COMPARE_WITH_TIMEOUT(server->log.last(), QStringLiteral("ChangedTuners!19"), kPatience);
+        QCOMPARE(client.failures + other.failures + server->failures, QStringList());
     }
 
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
