@@ -9,9 +9,16 @@
 /// "/ADMINISTRATION".
 namespace Kolta::ServerNodes {
 
-inline constexpr QLatin1String kConnectManager("/ConnectManager");      ///< what comes from other processes
-inline constexpr QLatin1String kAdminTree("/ConnectManager/AdminTree"); ///< a node for each server
-inline constexpr QLatin1String kAdministration("/ADMINISTRATION");      ///< below the server's node
+/// The literal with its length: not every compiler counts it when it compiles.
+template<std::size_t size>
+constexpr QLatin1String literal(const char (&text)[size])
+{
+    return QLatin1String(text, static_cast<int>(size) - 1);
+}
+
+inline constexpr QLatin1String kConnectManager = literal("/ConnectManager"); ///< what other processes tell
+inline constexpr QLatin1String kAdminTree = literal("/ConnectManager/AdminTree"); ///< a node for each server
+inline constexpr QLatin1String kAdministration = literal("/ADMINISTRATION");      ///< below the server's node
 
 /// The nodes below "/ADMINISTRATION". The values that make a server complete come first.
 enum eNode : int {
