@@ -70,6 +70,7 @@ private:
 
 } // namespace REPORTGENERATOR::Fields
 
+// Types and members take no parentheses: NOLINTBEGIN(bugprone-macro-parentheses)
 // clang-format off
 #define RG_OBJECT(Class)                                                                                     \
 private:                                                                                                     \
@@ -187,7 +188,6 @@ public:                                                                         
 #define RG_ACCESSORS_UInt(Type, Name) RG_ACCESSORS_NUMBER(Type, quint64, Name)
 #define RG_ACCESSORS_Double(Type, Name) RG_ACCESSORS_NUMBER(double, double, Name)
 #define RG_ACCESSORS_Enum(Type, Name) RG_ACCESSORS_NUMBER(Type, qint32, Name)
-// Type is a type and takes no parentheses: NOLINTBEGIN(bugprone-macro-parentheses)
 #define RG_ACCESSORS_Record(Type, Name)                                                                      \
     RG_ACCESSORS_OBJECT(Type, Name)                                                                          \
     Type& Edit##Name()                                                                                       \

@@ -40,6 +40,11 @@ QStringList linesOf(const QByteArray& output)
     return QString::fromUtf8(output).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
+Argument processName()
+{
+    return {"NAME", "The broker, or a server by its name."};
+}
+
 } // namespace
 
 /// A "kolta" of its own, which ends when this process does, however that comes about.
@@ -95,11 +100,16 @@ bool ProcessVerbs::arePossible(QString& reason)
 
 QVector<Command> ProcessVerbs::commands()
 {
-    const auto own = [this](int (ProcessVerbs::*verb)(const CommandLine&)) {
-        return [this, verb](const CommandLine& line) { return (this->*verb)(line); };
-    };
-    const Argument name{"NAME", "The broker, or a server by its name."};
-    const Argument words{"COMMAND", "With its options and arguments.", Argument::Words};
+    return lifeOfProcesses() + workOnProcesses();
+}
+
+Run ProcessVerbs::own(Verb verb)
+{
+    return [this, verb](const CommandLine& line) { return (this->*verb)(line); };
+}
+
+QVector<Command> ProcessVerbs::lifeOfProcesses()
+{
     return {
         {"start",
          "start an installation of processes",
@@ -107,6 +117,25 @@ QVector<Command> ProcessVerbs::commands()
          {},
          {whole("servers", "number", "How many servers (1).", 1, 100, "1")},
          own(&ProcessVerbs::start)},
+        {"kill",
+         "kill a process and wait until it was started again",
+         "Kills a process of the installation and waits until it was started again.",
+         {processName()},
+         {},
+         own(&ProcessVerbs::kill)},
+        {"end",
+         "end the installation",
+         "Ends the installation and fails unless nothing is left of it.",
+         {},
+         {},
+         own(&ProcessVerbs::end)},
+    };
+}
+
+QVector<Command> ProcessVerbs::workOnProcesses()
+{
+    const Argument words{"COMMAND", "With its options and arguments.", Argument::Words};
+    return {
         {"elsewhere",
          "run a command of kolta in a process of its own",
          "Runs a command of kolta in a process of its own on the installation that was started.",
@@ -119,25 +148,14 @@ QVector<Command> ProcessVerbs::commands()
          {words},
          {},
          own(&ProcessVerbs::alike)},
-        {"kill",
-         "kill a process and wait until it was started again",
-         "Kills a process of the installation and waits until it was started again.",
-         {name},
-         {},
-         own(&ProcessVerbs::kill)},
         {"killing",
          "run a command while a process is killed",
          "Kills a process of the installation in the moment in which an application that has joined before "
          "runs a command, and waits for both.",
-         {name, words},
+         {processName(), words},
          {},
          own(&ProcessVerbs::killing)},
-        {"end",
-         "end the installation",
-         "Ends the installation and fails unless nothing is left of it.",
-         {},
-         {},
-         own(&ProcessVerbs::end)}};
+    };
 }
 
 int ProcessVerbs::start(const CommandLine& line)

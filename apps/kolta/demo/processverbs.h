@@ -28,6 +28,12 @@ public:
 
 private:
     class Child;
+    using Verb = int (ProcessVerbs::*)(const CommandLine&);
+
+    /// The function of a command that does what `verb` does.
+    Run own(Verb verb);
+    QVector<Command> lifeOfProcesses();
+    QVector<Command> workOnProcesses();
 
     int start(const CommandLine& line);
     int elsewhere(const CommandLine& line);
