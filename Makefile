@@ -21,7 +21,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo test test-asan test-tsan fuzz bench soak chaos lint format doc install clean
+.PHONY: help demo test test-asan test-tsan test-static fuzz bench soak chaos lint nightly format doc install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -42,6 +42,9 @@ test-asan: packages-build+test build/asan/build.ninja ## the tests under Address
 test-tsan: packages-build+test build/tsan/build.ninja ## the messaging tests under ThreadSanitizer
 	@$(call build,tsan)
 	@$(fixed_addresses) ctest --preset tsan $(ARGS)
+
+test-static: packages-build+test build/static/build.ninja ## build and use the package of static libraries
+	@ctest --preset static
 
 fuzz: packages-build+fuzz build/fuzz/build.ninja ## search the decoders for faults, each for SECONDS=60
 	@$(call build,fuzz)
@@ -65,10 +68,11 @@ lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes
 	@$(call build,dev)
 	@tools/run-clang-tidy build/dev $(or $(JOBS),2)
 
-nightly: ## lint, sanitizers, a minute per fuzz target, manual and benchmarks, all of them
+nightly: ## lint, sanitizers, static package, a minute per fuzz target, manual, benchmarks
 	@$(MAKE) --no-print-directory lint
 	@$(MAKE) --no-print-directory test-asan
 	@$(MAKE) --no-print-directory test-tsan
+	@$(MAKE) --no-print-directory test-static
 	@$(MAKE) --no-print-directory fuzz SECONDS=60
 	@$(MAKE) --no-print-directory doc
 	@$(MAKE) --no-print-directory bench
