@@ -86,6 +86,26 @@ void print(const char* when, const QAbstractItemModel& rows)
                 first.data(Roles::StaleRole).toBool() ? ", stale" : "");
 }
 
+/// What becomes of the first tuner when something runs on it, when its server goes and when it returns.
+void printLife(LocalServer& played, View& tunerView)
+{
+    print("all", tunerView.rows());
+    RESOURCEMANAGEMENT::MCP mcp;
+    mcp.EditKoltaProcessor().EditTavikResource().SetDisplayName(QStringLiteral("watch"));
+    const QModelIndex first = tunerView.rows().index(0, 0);
+    mcp.EditDataSource().SetTunerGUID(first.data(Roles::GuidRole).toString());
+    played.start(mcp);
+    tunerView.filter(QStringLiteral("watch"));
+    print("used", tunerView.rows());
+    played.vanish();
+    print("away", tunerView.rows());
+    played.forget();
+    played.appear();
+    tunerView.filter(QString());
+    print("back", tunerView.rows());
+    QApplication::processEvents(); // paints
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -118,20 +138,6 @@ int main(int argc, char* argv[])
     if (arguments.size() == 2)
         return QApplication::exec();
 
-    print("all", tunerView->rows());
-    RESOURCEMANAGEMENT::MCP mcp;
-    mcp.EditKoltaProcessor().EditTavikResource().SetDisplayName(QStringLiteral("watch"));
-    const QModelIndex first = tunerView->rows().index(0, 0);
-    mcp.EditDataSource().SetTunerGUID(first.data(Roles::GuidRole).toString());
-    played.start(mcp);
-    tunerView->filter(QStringLiteral("watch"));
-    print("used", tunerView->rows());
-    played.vanish();
-    print("away", tunerView->rows());
-    played.forget();
-    played.appear();
-    tunerView->filter(QString());
-    print("back", tunerView->rows());
-    QApplication::processEvents(); // paints
+    printLife(played, *tunerView);
     return 0;
 }

@@ -284,44 +284,38 @@ void Run::happen(Event event)
     Member* const mirror = someMirror(false);
     switch (event) {
     case Event::KillBroker:
-        killBroker();
-        break;
+        return killBroker();
     case Event::FreezeBroker:
         if (m_broker->isRunning())
             freeze(m_broker->pid(), int(20 + roll(900)));
-        break;
+        return;
     case Event::KillOwner:
-        killOwner();
-        break;
+        return killOwner();
     case Event::FreezeOwner:
         if (present)
             freeze(present->process->processId(), int(20 + roll(1500)));
-        break;
+        return;
     case Event::TakeOver:
         startMember("successor");
-        break;
+        return;
     case Event::Rival:
         startMember("owner");
-        break;
+        return;
     case Event::KillWriter:
-        killWriter();
-        break;
+        return killWriter();
     case Event::FreezeMirror:
         if (mirror)
             freeze(mirror->process->processId(), int(20 + roll(1200)));
-        break;
+        return;
     case Event::Join:
         startMember(roll(2) ? "reader" : "writer");
-        break;
+        return;
     case Event::Cut:
-        if (roll(3) == 0 && present)
-            present->tell("cut\n");
-        else if (mirror)
-            mirror->tell("cut\n");
-        break;
+        if (Member* const member = roll(3) == 0 && present ? present : mirror)
+            member->tell("cut\n");
+        return;
     case Event::Flood:
-        flood();
-        break;
+        return flood();
     }
 }
 

@@ -6,6 +6,7 @@ namespace XmlCommunication {
 
 namespace {
 
+// This is a part of the server, and the causes are points of its traces.
 constexpr Startup::TraceSource kTrace("platform/xmlmessaging/server");
 
 constexpr auto kInterval = std::chrono::minutes(1);
