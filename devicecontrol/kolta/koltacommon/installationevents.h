@@ -1,0 +1,77 @@
+#pragma once
+
+#include <koltacommon/event.h>
+#include <koltacommon/export.h>
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace Kolta {
+
+class KoltaServerInterface;
+class KoltaServerRegistry;
+class Operation;
+class ServerEvents;
+class UserRights;
+
+/// The one source of what happens in an installation, for logs, journals and views: servers that come, vanish
+/// and return, their states and messages, tuners and units, processors, productions, ownership, operations of
+/// this process, the user.
+///
+/// Makes those parts of the interfaces that it listens to, so that their mirrors are kept up. Follows what it
+/// is given until that dies. Slots may do anything, deleting this, a server or its interface included. Lives
+/// on the value tree's thread.
+class KOLTA_COMMON_EXPORT InstallationEvents : public QObject
+{
+    Q_OBJECT
+
+public:
+    using TimeSource = std::function<QDateTime()>;
+
+    explicit InstallationEvents(QObject* parent = nullptr);
+    ~InstallationEvents() override;
+
+    /// Follows the servers of the registry, those that come later too, until they are removed from it.
+    void followRegistry(KoltaServerRegistry& registry);
+    /// False when one with that address is followed.
+    bool addServer(KoltaServerInterface& server);
+    /// Tells of another user and of other rights.
+    void followUser(UserRights& rights);
+    /// Tells how the operation ends unless it is done, as "PURPOSE: refused, ...".
+    void followOperation(Operation& operation, const QString& server, const QString& purpose);
+    /// Tells of something that this cannot see; without a time, now.
+    void tell(Event event);
+
+    /// What the time of events is taken from: the machine's unless told otherwise.
+    void setTimeSource(TimeSource source) { m_timeSource = std::move(source); }
+    QDateTime now() const { return m_timeSource ? m_timeSource() : QDateTime::currentDateTime(); }
+
+    /// The states of all that is followed and not as usual, as events that were not told: each server, the
+    /// tuners that are not free, the units that are not registered, the processors that run.
+    QVector<Event> present() const;
+    /// Addresses of the servers that are followed.
+    QStringList servers() const;
+
+Q_SIGNALS:
+    /// For people too.
+    void happened(const Kolta::Event& event);
+    /// A state that is worth remembering and not worth a line: what a server that appears has already.
+    void noticed(const Kolta::Event& event);
+
+private:
+    friend class ServerEvents;
+
+    void removeServer(const QString& address);
+
+    TimeSource m_timeSource;
+    std::map<QString, ServerEvents*> m_servers; ///< children
+};
+
+} // namespace Kolta

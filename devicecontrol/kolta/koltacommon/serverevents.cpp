@@ -1,0 +1,312 @@
+#include "serverevents.h"
+
+#include "serverrequestwatch.h"
+
+#include <koltacommon/hardwareprocessingobserver.h>
+#include <koltacommon/installationevents.h>
+#include <koltacommon/koltaownerobserver.h>
+#include <koltacommon/koltaprocessorobserver.h>
+#include <koltacommon/koltaproductioncontrol.h>
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/operation.h>
+#include <koltacommon/tunerbookingmanager.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Kolta {
+
+using RESOURCEMANAGEMENT::ProcessingUnit;
+using RESOURCEMANAGEMENT::StorageUnit;
+using RESOURCEMANAGEMENT::Tuner;
+
+namespace {
+
+/// How long after a server's return what it shows counts as found.
+constexpr int kFreshMs = 3000;
+constexpr int kMostEarly = 20000;
+
+int stateOf(const Tuner& tuner)
+{
+    if (!tuner.GetAccessible())
+        return TunerBookingManager::eInaccessible;
+    return tuner.GetIdle() ? TunerBookingManager::eFree : TunerBookingManager::eInUse;
+}
+
+template<class Unit>
+bool isRegistered(const Unit& unit)
+{
+    return unit.IsRegistrationSet() && unit.GetRegistration() == Unit::eRegistered;
+}
+
+QString durationText(qint64 milliseconds)
+{
+    const qint64 seconds = milliseconds / 1000;
+    if (seconds < 120)
+        return InstallationEvents::tr("%1 s").arg(seconds);
+    return seconds < 7200 ? InstallationEvents::tr("%1 min").arg(seconds / 60)
+                          : InstallationEvents::tr("%1 h").arg(seconds / 3600);
+}
+
+} // namespace
+
+ServerEvents::ServerEvents(KoltaServerInterface& server, InstallationEvents& owner)
+    : QObject(&owner)
+    , m_server(&server)
+    , m_owner(owner)
+    , m_address(server.getAddress())
+    , m_ledger(server)
+    , m_requests(
+          std::make_unique<ServerRequestWatch>([this](const QString& text) { tellStartupErrors(text); }))
+    , m_state(server.getState())
+    , m_wasThere(!isAway())
+{
+    followServer();
+    followResources();
+    followProcessors();
+    followProductions();
+    followHardware();
+    followOwners();
+    m_requests->bind(server.getServerBasePath());
+    m_isFirstLook = false;
+}
+
+ServerEvents::~ServerEvents() = default;
+
+void ServerEvents::retire()
+{
+    m_requests.reset();
+    m_freshLook.reset();
+    if (m_server) {
+        m_server->disconnect(this);
+        m_server->getResourceObserver().disconnect(this);
+        m_server->getProcessorObserver().disconnect(this);
+        m_server->getProductionControl().disconnect(this);
+        m_server->getHWProcessingObserver().disconnect(this);
+        m_server->getGuiOwnerObserver().disconnect(this);
+    }
+    m_ledger.disconnect(this);
+    deleteLater();
+}
+
+bool ServerEvents::isAway() const
+{
+    return !m_server || m_server->getState() == SERVER_STATES::eDisconnected;
+}
+
+Event ServerEvents::make(Kind kind, Type type, const QString& guid, const QString& text) const
+{
+    Event event;
+    event.time = m_owner.now();
+    event.kind = kind;
+    event.subject = {type, m_address, guid};
+    event.sawBegin = !m_freshLook;
+    event.text = text;
+    return event;
+}
+
+/// A server shows what it has before it is there; that is told when it is.
+bool ServerEvents::tell(const Event& event)
+{
+    if (isAway() && event.kind != Kind::State) {
+        if (m_early.size() < kMostEarly)
+            m_early.append(event);
+        return true;
+    }
+    const QPointer<ServerEvents> guard(this);
+    Q_EMIT m_owner.happened(event);
+    return guard;
+}
+
+bool ServerEvents::tell(Kind kind, Type type, const QString& guid, const QString& text, Weight weight)
+{
+    Event event = make(kind, type, guid, text);
+    event.weight = weight;
+    return tell(event);
+}
+
+void ServerEvents::followServer()
+{
+    KoltaServerInterface* const server = m_server;
+    connect(server, &KoltaServerInterface::si_ConnectionChanged, this,
+            [this](bool connected) { connected ? come() : vanish(); });
+    connect(server, &KoltaServerInterface::si_StateChanged, this, &ServerEvents::takeState);
+    connect(server, &KoltaServerInterface::si_StatusMessageChanged, this, [this](const QString& message) {
+        if (!message.isEmpty() || !isAway())
+            tell(Kind::Message, Type::Server, QString(), InstallationEvents::tr("says: %1").arg(message));
+    });
+    connect(server, &KoltaServerInterface::si_ConnectionReady, this, [this] {
+        if (m_requests)
+            m_requests->bind(m_server->getServerBasePath());
+    });
+}
+
+void ServerEvents::come()
+{
+    m_freshLook = ringIn(kFreshMs, [this] { m_freshLook.reset(); });
+    const qint64 vanishedAt = std::exchange(m_vanishedAt, -1);
+    const qint64 gone = Startup::Clock::instance().now() - vanishedAt;
+    const bool isReturn = std::exchange(m_wasThere, true) && vanishedAt >= 0;
+    Event event = make(Kind::State, Type::Server, QString(),
+                       isReturn ? InstallationEvents::tr("is back after %1").arg(durationText(gone))
+                                : InstallationEvents::tr("has appeared"));
+    event.state = m_server->getState();
+    event.sawBegin = true;
+    if (!tell(event))
+        return;
+    for (Event& early : std::exchange(m_early, {})) {
+        early.time = m_owner.now();
+        early.sawBegin = false;
+        if (!tell(early))
+            return;
+    }
+}
+
+void ServerEvents::vanish()
+{
+    m_vanishedAt = Startup::Clock::instance().now();
+    m_state = SERVER_STATES::eDisconnected;
+    m_freshLook.reset();
+    for (auto running = m_running.begin(); running != m_running.end(); ++running)
+        m_expected.insert(running.key());
+    m_adopted.clear();
+    const bool isAskedFor = m_requests && m_requests->isEndAskedFor();
+    Event event = make(Kind::State, Type::Server, QString(),
+                       isAskedFor ? InstallationEvents::tr("has gone, as it was asked to")
+                                  : InstallationEvents::tr("has vanished"));
+    event.weight = isAskedFor ? Weight::Note : Weight::Alarm;
+    event.state = SERVER_STATES::eDisconnected;
+    tell(event);
+}
+
+void ServerEvents::takeState(SERVER_STATES::eServerState state)
+{
+    const auto before = std::exchange(m_state, state);
+    if (state == SERVER_STATES::eDisconnected) // told already
+        return;
+    Event event = make(Kind::State, Type::Server, QString(),
+                       InstallationEvents::tr("state %1 %2").arg(state).arg(m_server->getStateString(state)));
+    event.state = state;
+    event.sawBegin = true;
+    if (before == SERVER_STATES::eOperational && !m_requests->isEndAskedFor())
+        event.weight = Weight::Attention;
+    if (tell(event) && !isAway())
+        compareAfterReturn();
+}
+
+void ServerEvents::tellStartupErrors(const QString& errors)
+{
+    if (errors == std::exchange(m_startupErrors, errors) || errors.trimmed().isEmpty() || m_isFirstLook)
+        return;
+    tell(Kind::Startup, Type::Server, QString(),
+         InstallationEvents::tr("errors of its start-up: %1").arg(errors.simplified()), Weight::Attention);
+}
+
+void ServerEvents::appendPresent(QVector<Event>& events) const
+{
+    const auto add = [&](Kind kind, Type type, const QString& guid, int state,
+                         const QString& name) -> Event& {
+        Event event = make(kind, type, guid, QString());
+        event.state = state;
+        event.sawBegin = false;
+        event.name = name;
+        events.append(event);
+        return events.last();
+    };
+    add(Kind::State, Type::Server, QString(), m_state, m_address);
+    if (isAway())
+        return;
+    const auto& resources = m_server->getResourceObserver().GetCurrentResources();
+    for (const Tuner& tuner : resources.GetTuner()) {
+        const auto& identity = tuner.GetTavikResource();
+        if (stateOf(tuner) != TunerBookingManager::eFree)
+            add(Kind::Resource, Type::Tuner, identity.GetGUID(), stateOf(tuner), identity.GetDisplayName());
+    }
+    const auto addUnits = [&add](const auto& units) {
+        for (const auto& unit : units) {
+            const auto& identity = unit.GetTavikResource();
+            if (!isRegistered(unit))
+                add(Kind::Resource, Type::Unit, identity.GetGUID(), 0, identity.GetDisplayName());
+        }
+    };
+    addUnits(resources.GetProcessingUnit());
+    addUnits(resources.GetStorageUnit());
+    for (auto running = m_running.begin(); running != m_running.end(); ++running) {
+        Event& event = add(Kind::Processor, Type::Processor, running.key(), 1, running->name);
+        event = processorEvent(running.key(), *running, QString());
+        event.state = 1;
+        event.sawBegin = false;
+    }
+}
+
+void ServerEvents::followResources()
+{
+    const KoltaResourceObserver* const resources = &m_server->getResourceObserver();
+    for (const Tuner& tuner : resources->GetCurrentResources().GetTuner())
+        resourceName(tuner.GetTavikResource().GetGUID());
+    const auto tr = [](const char* text) { return InstallationEvents::tr(text); };
+    connect(resources, &KoltaResourceObserver::si_NewTuner, this,
+            [this, tr](const QString& guid) { tellTuner(guid, tr("tuner %1 is new"), Weight::Note); });
+    connect(resources, &KoltaResourceObserver::si_RemovedTuner, this,
+            [this, tr](const QString& guid) { tellTuner(guid, tr("tuner %1 has gone"), Weight::Attention); });
+    connect(resources, &KoltaResourceObserver::si_TunerAccessiblityChanged, this,
+            [this, tr](const QString& guid, bool accessible) {
+                const bool isExpected = accessible || m_requests->isSwitched();
+                tellTuner(guid, accessible ? tr("tuner %1 is accessible") : tr("tuner %1 is not accessible"),
+                          isExpected ? Weight::Note : Weight::Alarm);
+            });
+    connect(resources, &KoltaResourceObserver::si_TunerIdleStateChanged, this,
+            [this, tr](const QString& guid, bool idle) {
+                tellTuner(guid, idle ? tr("tuner %1 is free") : tr("tuner %1 is busy"), Weight::Note);
+            });
+    const auto tellRegistration = [this](const QString& guid, const QString& text, bool isRegistered) {
+        tellUnit(guid,
+                 text.arg(resourceName(guid), isRegistered ? InstallationEvents::tr("registered")
+                                                           : InstallationEvents::tr("not registered")),
+                 isRegistered ? 1 : 0);
+    };
+    connect(resources, &KoltaResourceObserver::si_PuRegistrationChanged, this,
+            [tellRegistration, tr](const QString& guid, ProcessingUnit::Registration registration) {
+                tellRegistration(guid, tr("processing unit %1 is %2"),
+                                 registration == ProcessingUnit::eRegistered);
+            });
+    connect(resources, &KoltaResourceObserver::si_SuRegistrationChanged, this,
+            [tellRegistration, tr](const QString& guid, StorageUnit::Registration registration) {
+                tellRegistration(guid, tr("storage unit %1 is %2"), registration == StorageUnit::eRegistered);
+            });
+}
+
+QString ServerEvents::resourceName(const QString& guid)
+{
+    const QString name = m_server->getResourceObserver().GetDisplayNameByGUID(guid);
+    if (!name.isEmpty())
+        m_resourceNames.insert(guid, name);
+    return m_resourceNames.value(guid, guid);
+}
+
+int ServerEvents::tunerState(const QString& guid) const
+{
+    const auto* const tuner = dynamic_cast<const Tuner*>(m_server->getResourceObserver().FindResource(guid));
+    return tuner ? stateOf(*tuner) : Event::kGone;
+}
+
+void ServerEvents::tellTuner(const QString& guid, const QString& text, Weight weight)
+{
+    const QString name = resourceName(guid);
+    Event event = make(Kind::Resource, Type::Tuner, guid, text.arg(name));
+    event.state = tunerState(guid);
+    event.name = name;
+    event.weight = weight;
+    tell(event);
+}
+
+void ServerEvents::tellUnit(const QString& guid, const QString& text, int state)
+{
+    Event event = make(Kind::Resource, Type::Unit, guid, text);
+    event.state = state;
+    event.name = resourceName(guid);
+    event.weight = state == 1 || m_requests->isSwitched() ? Weight::Note : Weight::Alarm;
+    tell(event);
+}
+
+} // namespace Kolta
