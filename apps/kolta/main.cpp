@@ -2,6 +2,7 @@
 #include <kolta/cli/output.h>
 #include <kolta/commands/commands.h>
 #include <kolta/demo/demo.h>
+#include <kolta/shell/completecommand.h>
 #include <kolta/shell/shell.h>
 
 #include <QCoreApplication>
@@ -17,13 +18,18 @@ namespace {
 
 CommandTable programTable()
 {
+    QStringList codes;
+    for (const ExitCode& code : exitCodes())
+        codes.append(QStringLiteral("%1 %2").arg(code.code).arg(QLatin1String(code.meaning)));
     return {
-        QVector<Command>{demoCommand(), shellCommand()} + allCommands(), QStringLiteral("kolta "),
+        QVector<Command>{demoCommand(), shellCommand()} + allCommands() +
+            QVector<Command>{manualCommand(), completeCommand()},
+        QStringLiteral("kolta "),
         QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
                        "Talks to the servers of a monitoring installation.\n\n"),
         QStringLiteral("\nOptions: --help, --version. \"kolta help COMMAND\" tells more of each command.\n"
-                       "Exit codes: 0 done, 1 failed, 2 wrong usage, 4 the servers of other processes are "
-                       "not all there.")};
+                       "Exit codes: %1.")
+            .arg(listed(codes))};
 }
 
 int dispatch(const QStringList& words)

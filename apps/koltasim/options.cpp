@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <common/endpoint.h>
+#include <common/manualpage.h>
 
 #include <simulation/installation.h>
 
@@ -56,15 +57,38 @@ constexpr char kDescription[] =
     "the name "
     "is taken or was taken over.";
 
+QString helpOf(const OptionText& text)
+{
+    const QString help = QString::fromUtf8(text.help);
+    return help.contains(QLatin1String("%1"))
+               ? help.arg(KoltaSimulation::misbehaviourNames().join(QStringLiteral(", ")))
+               : help;
+}
+
 QCommandLineOption makeOption(const OptionText& text)
 {
-    QString help = QString::fromUtf8(text.help);
-    if (help.contains(QLatin1String("%1")))
-        help = help.arg(KoltaSimulation::misbehaviourNames().join(QStringLiteral(", ")));
-    QCommandLineOption option(QString::fromLatin1(text.name), help, QString::fromLatin1(text.value));
+    QCommandLineOption option(QString::fromLatin1(text.name), helpOf(text), QString::fromLatin1(text.value));
     if (text.preset)
         option.setDefaultValue(QString::fromLatin1(text.preset));
     return option;
+}
+
+bool writeManual(const QString& folder, QString& error)
+{
+    KoltaApps::ManualPage page(QCoreApplication::applicationName(),
+                               QStringLiteral("simulate a server of a monitoring installation"),
+                               QCoreApplication::applicationVersion());
+    page.addSection(QStringLiteral("SYNOPSIS"));
+    page.addUsage(QCoreApplication::applicationName(), QStringLiteral("[options]"));
+    page.addSection(QStringLiteral("DESCRIPTION"));
+    page.addText(QString::fromLatin1(kDescription));
+    page.addSection(QStringLiteral("OPTIONS"));
+    for (const OptionText& text : kOptions)
+        page.addEntry(
+            QStringLiteral("--%1 %2").arg(QLatin1String(text.name), QLatin1String(text.value)).trimmed(),
+            helpOf(text));
+    page.addReferences({QStringLiteral("kolta")});
+    return page.write(folder, error);
 }
 
 /// Parsed arguments by the names of the table.
@@ -161,10 +185,17 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
                                   QStringLiteral("Shows this help."));
     parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
+    QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
+    manual.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(manual);
 
     if (!parser.parse(arguments)) {
         message = parser.errorText();
         return ParseResult::Wrong;
+    }
+    if (parser.isSet(manual)) {
+        message.clear();
+        return writeManual(parser.value(manual), message) ? ParseResult::Show : ParseResult::Wrong;
     }
     if (parser.isSet(help) || parser.isSet(version)) {
         message = parser.isSet(help) ? parser.helpText()

@@ -68,8 +68,13 @@ void TestShell::talksAtATerminal()
     QVERIFY(terminal.type("\x03") && terminal.shows("kolta: left; it may have happened (production {"));
     QVERIFY(terminal.shows("kolta> ") && terminal.type("select Wide\n")); // what was left is still planned
     QVERIFY(terminal.shows("EB 2") && terminal.shows("kolta> "));
-    QVERIFY(terminal.type("select \"Basic hardware\"\n"));
+    QVERIFY(
+        terminal.type("select \"Basic h\t\n")); // names that are known here, with the quotes that they need
     QVERIFY(terminal.shows("ZELM 7 West") && terminal.shows("kolta> "));
+    QVERIFY(terminal.type("misbehave\nproduce mcp --name \"My own\" --class D\t\n"));
+    QVERIFY(terminal.shows("My own") && terminal.shows("kolta> "));
+    QVERIFY(terminal.type("stop My\t\n"));
+    QVERIFY(terminal.shows("My own has stopped") && terminal.shows("kolta> "));
     QVERIFY(terminal.type("\x04"));
     QVERIFY(terminal.ends());
     QCOMPARE(terminal.exitStatus(), QProcess::NormalExit);

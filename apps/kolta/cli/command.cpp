@@ -1,10 +1,67 @@
 #include "command.h"
 
+#include "output.h"
+
 namespace KoltaCli {
 
 QString Option::typed() const
 {
     return (qstrlen(name) == 1 ? QStringLiteral("-") : QStringLiteral("--")) + QLatin1String(name);
+}
+
+namespace {
+
+QString withChoices(const char* help, const QStringList& choices)
+{
+    const QString text = QString::fromUtf8(help);
+    return choices.isEmpty() ? text : text + QStringLiteral(" One of %1.").arg(listed(choices));
+}
+
+} // namespace
+
+QString Option::fullHelp() const
+{
+    return withChoices(help, choices);
+}
+
+QString Argument::fullHelp() const
+{
+    return withChoices(help, choices);
+}
+
+QString Argument::shown() const
+{
+    const QString text = QLatin1String(name);
+    switch (count) {
+    case Once:
+        break;
+    case Several:
+    case Words:
+        return text + QStringLiteral("...");
+    case Any:
+        return QStringLiteral("[%1...]").arg(text);
+    case Optional:
+        return QStringLiteral("[%1]").arg(text);
+    }
+    return text;
+}
+
+QString Action::shown() const
+{
+    QStringList words{QLatin1String(name)};
+    for (const Argument& argument : arguments)
+        words.append(QLatin1String(argument.name));
+    return words.join(QLatin1Char(' '));
+}
+
+QString Command::usage() const
+{
+    QStringList words{QStringLiteral("[options]")};
+    if (!actions.isEmpty())
+        words.append(QStringLiteral("ACTION"));
+    for (const Argument& argument : arguments)
+        words.append(argument.shown());
+    return words.join(QLatin1Char(' '));
 }
 
 Option flag(const char* name, const char* help)
@@ -48,6 +105,17 @@ const QVector<Option>& commonOptions()
         flag("trace", "Write trace lines to standard error, for support."),
     };
     return options;
+}
+
+const QVector<ExitCode>& exitCodes()
+{
+    static const QVector<ExitCode> codes{
+        {eExitOk, "done"},
+        {eExitFailed, "failed"},
+        {eExitUsage, "wrong usage"},
+        {eExitNoTree, "the servers of other processes are not all there"},
+    };
+    return codes;
 }
 
 QString listed(const QStringList& words)

@@ -52,6 +52,8 @@ struct Option
 
     /// As it is typed.
     QString typed() const;
+    /// What help says of it, its choices included.
+    QString fullHelp() const;
 };
 
 /// A word behind the name of a command, or several of them.
@@ -69,6 +71,11 @@ struct Argument
     eCount count = Once;      ///< all but the last are there once
     QStringList choices = {}; ///< what it may be, in any letter case; empty for anything
     Check check = nullptr;
+
+    /// As the usage shows it.
+    QString shown() const;
+    /// What help says of it, its choices included.
+    QString fullHelp() const;
 };
 
 /// What the first argument of a command may ask for.
@@ -78,9 +85,13 @@ struct Action
     QVector<Argument> arguments; ///< that follow it
     const char* help;
     Run run;
+
+    /// As it is typed, with its arguments.
+    QString shown() const;
 };
 
-/// All there is to say of one command: parsing, help and completion come from here.
+/// All there is to say of one command: parsing, help, completion and manual pages come from here. Completion
+/// knows by the name of an argument or an option, CLASS or --class for instance, what names belong there.
 struct Command
 {
     const char* name;
@@ -90,6 +101,10 @@ struct Command
     QVector<Option> options; ///< beside those that every command has
     Run run;                 ///< of a command without actions
     QVector<Action> actions = {};
+    bool isHidden = false; ///< meant for programs; help does not list it
+
+    /// How it is used: what stands behind its name.
+    QString usage() const;
 };
 
 Option flag(const char* name, const char* help);
@@ -102,6 +117,14 @@ Option checked(Option option, Check check);
 
 /// --help, --json, --timeout and --trace.
 const QVector<Option>& commonOptions();
+
+/// A code with which the program may end.
+struct ExitCode
+{
+    int code; ///< an eExitCode
+    const char* meaning;
+};
+const QVector<ExitCode>& exitCodes();
 
 /// "a, b, c".
 QString listed(const QStringList& words);

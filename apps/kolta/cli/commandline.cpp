@@ -49,24 +49,6 @@ QString wishOf(const Option& option, const QString& value)
                                                : QStringLiteral("one of ") + listed(option.choices);
 }
 
-/// As the usage shows it.
-QString shown(const Argument& argument)
-{
-    const QString name = QLatin1String(argument.name);
-    switch (argument.count) {
-    case Argument::Once:
-        break;
-    case Argument::Several:
-    case Argument::Words:
-        return name + QStringLiteral("...");
-    case Argument::Any:
-        return QStringLiteral("[%1...]").arg(name);
-    case Argument::Optional:
-        return QStringLiteral("[%1]").arg(name);
-    }
-    return name;
-}
-
 } // namespace
 
 CommandLine::CommandLine(const Command& command, const CommandTable& table)
@@ -78,27 +60,16 @@ CommandLine::CommandLine(const Command& command, const CommandTable& table)
             QStringList names{QLatin1String(option.name)};
             if (names.first() == QLatin1String("help"))
                 names.prepend(QStringLiteral("h"));
-            QString help = QString::fromUtf8(option.help);
-            if (!option.choices.isEmpty())
-                help += QStringLiteral(" One of %1.").arg(listed(option.choices));
-            m_parser.addOption(
-                {names, help, QString::fromUtf8(option.valueName), QString::fromUtf8(option.preset)});
+            m_parser.addOption({names, option.fullHelp(), QString::fromUtf8(option.valueName),
+                                QString::fromUtf8(option.preset)});
         }
     }
     if (!command.arguments.isEmpty() && command.arguments.last().count == Argument::Words)
         m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    for (const Argument& argument : command.arguments) {
-        QString help = QString::fromUtf8(argument.help);
-        if (!argument.choices.isEmpty())
-            help += QStringLiteral(" One of %1.").arg(listed(argument.choices));
-        m_parser.addPositionalArgument(QLatin1String(argument.name), help);
-    }
-    for (const Action& action : command.actions) {
-        QStringList words{QLatin1String(action.name)};
-        for (const Argument& argument : action.arguments)
-            words.append(QLatin1String(argument.name));
-        m_parser.addPositionalArgument(words.join(QLatin1Char(' ')), QString::fromUtf8(action.help));
-    }
+    for (const Argument& argument : command.arguments)
+        m_parser.addPositionalArgument(QLatin1String(argument.name), argument.fullHelp());
+    for (const Action& action : command.actions)
+        m_parser.addPositionalArgument(action.shown(), QString::fromUtf8(action.help));
 }
 
 int CommandLine::run(const QStringList& words)
@@ -224,15 +195,11 @@ int CommandLine::choice(int index) const
 /// The parser knows nothing of commands; the first line of its text, which shows the usage, is made here.
 QString CommandLine::help() const
 {
-    QStringList words{m_table.prefix() + QLatin1String(m_command.name), QStringLiteral("[options]")};
-    if (!m_command.actions.isEmpty())
-        words.append(QStringLiteral("ACTION"));
-    for (const Argument& argument : m_command.arguments)
-        words.append(shown(argument));
     QString text = m_parser.helpText().trimmed();
     if (!m_command.actions.isEmpty())
         text.replace(QStringLiteral("\nArguments:\n"), QStringLiteral("\nActions:\n"));
-    return QStringLiteral("Usage: ") + words.join(QLatin1Char(' ')) +
+    return QStringLiteral("Usage: %1%2 %3")
+               .arg(m_table.prefix(), QLatin1String(m_command.name), m_command.usage()) +
            text.mid(text.indexOf(QLatin1Char('\n')));
 }
 

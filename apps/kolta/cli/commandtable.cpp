@@ -29,20 +29,6 @@ int distance(const QString& a, const QString& b)
     return steps[a.size()][b.size()];
 }
 
-/// Where the command's name stands: options that every command has may come first. -1 when there is none.
-int placeOfName(const QStringList& words)
-{
-    for (int place = 0; place < words.size(); ++place) {
-        if (!words.at(place).startsWith(QLatin1Char('-')))
-            return place;
-        for (const Option& option : commonOptions()) {
-            if (option.value != Value::None && words.at(place) == option.typed())
-                ++place; // its value
-        }
-    }
-    return -1;
-}
-
 } // namespace
 
 CommandTable::CommandTable(const QVector<Command>& commands, const QString& prefix, const QString& intro,
@@ -65,7 +51,7 @@ QString CommandTable::problemOf(const QString& name) const
     int least = std::min(kFurthestGuess, name.size() - 1) + 1;
     for (const Command& command : m_commands) {
         const int steps = distance(name, QLatin1String(command.name));
-        if (steps < least) {
+        if (steps < least && !command.isHidden) {
             least = steps;
             nearest = &command;
         }
@@ -75,13 +61,28 @@ QString CommandTable::problemOf(const QString& name) const
                    : problem;
 }
 
+int CommandTable::placeOfName(const QStringList& words)
+{
+    for (int place = 0; place < words.size(); ++place) {
+        if (!words.at(place).startsWith(QLatin1Char('-')))
+            return place;
+        for (const Option& option : commonOptions()) {
+            if (option.value != Value::None && words.at(place) == option.typed())
+                ++place; // its value
+        }
+    }
+    return -1;
+}
+
 QString CommandTable::overview() const
 {
     QString text = m_intro + QStringLiteral("Commands:\n");
-    for (const Command& command : m_commands)
-        text += QStringLiteral("  %1%2\n")
-                    .arg(QLatin1String(command.name), -16)
-                    .arg(QString::fromUtf8(command.summary));
+    for (const Command& command : m_commands) {
+        if (!command.isHidden)
+            text += QStringLiteral("  %1%2\n")
+                        .arg(QLatin1String(command.name), -16)
+                        .arg(QString::fromUtf8(command.summary));
+    }
     return text + m_outro;
 }
 

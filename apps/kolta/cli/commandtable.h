@@ -24,6 +24,9 @@ public:
     const Command* find(const QString& name) const;
     /// Says that there is none of that name, and which one may have been meant.
     QString problemOf(const QString& name) const;
+    /// Where the command's name stands among words: options that every command has may come first. -1 when
+    /// there is none.
+    static int placeOfName(const QStringList& words);
     /// What help shows.
     QString overview() const;
 

@@ -13,6 +13,7 @@ Command demandClassesCommand();
 Command describeCommand();
 Command helpCommand();
 Command listenCommand();
+Command manualCommand();
 Command metricsCommand();
 Command moveCommand();
 Command pingCommand();

@@ -186,7 +186,7 @@ Command profilesCommand()
         nullptr,
         {{"import", {file}, "Adds the profiles of a file.", on(importFile)},
          {"list", {}, "Lists all profiles.", on(list)},
-         {"show", {{"NAME", ""}}, "Shows all that a profile has.", on(show)},
+         {"show", {{"PROFILE", ""}}, "Shows all that a profile has.", on(show)},
          {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
          {"check", {file}, "Tells what in a file is not understood.", check},
          {"diff", {file, file}, "Compares two files.", diff}}};

@@ -1,21 +1,33 @@
 #pragma once
 
+#include "lineparts.h"
+
+#include <kolta/application/knownnames.h>
+
 #include <QString>
 #include <QStringList>
+
+#include <functional>
 
 namespace KoltaCli {
 
 class CommandTable;
 
-/// How the last word of a line may go on.
+/// knownNames(), or what stands for it.
+using NameSource = std::function<QStringList(NameKind kind, const QString& begin, const QStringList& words)>;
+
+/// How the last of some words may go on: as a command, an option or its value, an action, or another
+/// argument. Whole words, sorted; what more may follow at once, behind a folder or "=", ends with "/" or "=".
+QStringList completionsOf(const QStringList& words, const CommandTable& table,
+                          const NameSource& names = knownNames);
+
+/// How the last word of a line at the prompt goes on.
 struct Completion
 {
     QStringList candidates; ///< the whole words, sorted
-    QString missing;        ///< what all of them have behind what is there, and a blank when there is but one
+    int typed = 0;          ///< how much of the end of the line `text` replaces
+    QString text; ///< what all candidates begin with, and a blank when there is but one; or as it is
 };
-
-/// Completes `line`, which ends where the next letter would stand: its first word to a command of the table,
-/// a later one that begins with "-" to an option of that command, any other to what may stand there.
 Completion completeLine(const QString& line, const CommandTable& table);
 
 } // namespace KoltaCli

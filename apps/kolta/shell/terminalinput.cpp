@@ -97,12 +97,12 @@ int TerminalInput::readCharacter(editline* editor, wchar_t* character)
 unsigned char TerminalInput::complete(editline* editor, int)
 {
     const LineInfo* const line = ::el_line(editor);
-    const Completion completion =
-        completeLine(QString::fromLocal8Bit(line->buffer, static_cast<int>(line->cursor - line->buffer)),
-                     of(editor).m_table);
-    if (!completion.missing.isEmpty())
-        return ::el_insertstr(editor, completion.missing.toLocal8Bit().constData()) == 0 ? CC_REFRESH
-                                                                                         : CC_ERROR;
+    const QString text = QString::fromLocal8Bit(line->buffer, static_cast<int>(line->cursor - line->buffer));
+    const Completion completion = completeLine(text, of(editor).m_table);
+    if (!text.endsWith(completion.text)) {
+        ::el_deletestr(editor, text.right(completion.typed).toUcs4().size());
+        return ::el_insertstr(editor, completion.text.toLocal8Bit().constData()) == 0 ? CC_REFRESH : CC_ERROR;
+    }
     if (completion.candidates.size() < 2)
         return CC_ERROR;
     printLine(QLatin1Char('\n') + completion.candidates.join(QStringLiteral("  ")));
