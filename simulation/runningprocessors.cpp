@@ -9,13 +9,7 @@
 
 namespace KoltaSimulation {
 
-using RESOURCEMANAGEMENT::DSC;
-using RESOURCEMANAGEMENT::FFP;
-using RESOURCEMANAGEMENT::FHA;
-using RESOURCEMANAGEMENT::FHP;
-using RESOURCEMANAGEMENT::MCP;
-using RESOURCEMANAGEMENT::ProcessorOverview;
-using RESOURCEMANAGEMENT::SCP;
+using namespace RESOURCEMANAGEMENT;
 namespace Walk = Kolta::ProcessorWalk;
 
 namespace {
@@ -27,17 +21,6 @@ QUuid keyOf(const Node& node)
 }
 
 template<class Node>
-QString tunerOf(const Node& node)
-{
-    QString tuner;
-    if constexpr (Walk::isA<Node, FFP>)
-        tuner = node.GetTunerGUID();
-    else if constexpr (Walk::isA<Node, SCP> || Walk::isA<Node, MCP>)
-        tuner = node.GetDataSource().GetTunerGUID();
-    return tuner == QLatin1String("none") ? QString() : tuner;
-}
-
-template<class Node>
 ProcessorFacts factsOf(const Node& node)
 {
     const auto& record = node.GetKoltaProcessor();
@@ -46,7 +29,7 @@ ProcessorFacts factsOf(const Node& node)
                          node.GetObjectName(),
                          unit.GetGUID(),
                          unit.GetCredits(),
-                         tunerOf(node),
+                         Walk::tunerOf(node),
                          record.GetDemandClassName(),
                          0.0,
                          0.0};

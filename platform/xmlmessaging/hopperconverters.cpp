@@ -160,6 +160,19 @@ ProductionSetup readSetup(AttributeReader& reader, CConstElement element)
     return setup;
 }
 
+/// Appends what `read` makes of the elements of that name. False, and nothing is left, when one of them is
+/// bad.
+template<class Item, class Read>
+bool readAll(const CConstElement& root, const char* name, Read read, QVector<Item>& items)
+{
+    AttributeReader reader;
+    for (CConstElement entry = root.child(name); entry; entry = entry.next(name))
+        items.append(read(reader, entry));
+    if (!reader.isGood())
+        items.clear();
+    return reader.isGood();
+}
+
 } // namespace
 
 CMsgFragment CFHSeparationParameters::makeFragment()
@@ -194,12 +207,7 @@ CFHSeparationParameters::CFHSeparationParameters(const CMsgFragment& fragment)
     if (!command &&
         (fragment.getComponentName() != QLatin1String(kSeparation) || !root.hasName("Parameters")))
         return;
-    AttributeReader reader;
-    for (CConstElement entry = root.child("Profile"); entry; entry = entry.next("Profile"))
-        m_profiles.append(readProfile(reader, entry));
-    m_compatible = reader.isGood();
-    if (!m_compatible)
-        m_profiles.clear();
+    m_compatible = readAll(root, "Profile", readProfile, m_profiles);
 }
 
 CMsgFragment CQueryHopperProduction::makeFragment()
@@ -230,12 +238,7 @@ CQueryHopperProduction::CQueryHopperProduction(const CMsgFragment& fragment)
     const CConstElement root = fragment.getDataTree().root();
     if (fragment.getComponentName() != QLatin1String(kProduction) || !root.hasName("Production"))
         return;
-    AttributeReader reader;
-    for (CConstElement entry = root.child("Setup"); entry; entry = entry.next("Setup"))
-        m_setups.append(readSetup(reader, entry));
-    m_compatible = reader.isGood();
-    if (!m_compatible)
-        m_setups.clear();
+    m_compatible = readAll(root, "Setup", readSetup, m_setups);
 }
 
 CSetHopperProduction::CSetHopperProduction(const CMsgFragment& fragment)

@@ -1,5 +1,6 @@
 #include "tunertables.h"
 
+#include <koltacommon/guidindex.h>
 #include <koltacommon/tunerclasstree.h>
 #include <koltacommon/tunerselection.h>
 #include <koltacommon/units.h>
@@ -77,7 +78,7 @@ QString nameOf(const Tuner& tuner)
 
 QString guidOf(const Tuner& tuner)
 {
-    return tuner.GetTavikResource().GetGUID();
+    return Kolta::ResourceGuid::of(tuner);
 }
 
 TunerCount countTuners(const TunerClassTreeItem& item)

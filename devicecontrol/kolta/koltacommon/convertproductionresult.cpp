@@ -91,6 +91,18 @@ QString ConvertProductionResult_ItemFormat::GetString(const Result& item)
     return QLatin1String("Record_") + item.m_record.toString();
 }
 
+template<class Field, class Item>
+void ConvertProductionResult_ItemFormat::doRest(Field& field, Item& item)
+{
+    field(item.m_state);
+    field(item.m_productionID);
+    field(item.m_productionName);
+    field(item.m_pirmID);
+    field(item.m_resultType);
+    field(item.m_success);
+    field(item.m_result);
+}
+
 std::string ConvertProductionResult_ItemFormat::toStandardString(const Result& item)
 {
     constexpr std::size_t usualSize = 256;
@@ -99,13 +111,7 @@ std::string ConvertProductionResult_ItemFormat::toStandardString(const Result& i
     field(item.m_record.subSystem());
     field(item.m_record.deviceID());
     field(item.m_record.recordID());
-    field(item.m_state);
-    field(item.m_productionID);
-    field(item.m_productionName);
-    field(item.m_pirmID);
-    field(item.m_resultType);
-    field(item.m_success);
-    field(item.m_result);
+    doRest(field, item);
     return field.take();
 }
 
@@ -120,13 +126,7 @@ bool ConvertProductionResult_ItemFormat::fromCharStream(const char** stream, Res
     field(deviceID);
     field(recordID);
     item.m_record = sorel::RecordIdentifier(subSystem, deviceID, recordID);
-    field(item.m_state);
-    field(item.m_productionID);
-    field(item.m_productionName);
-    field(item.m_pirmID);
-    field(item.m_resultType);
-    field(item.m_success);
-    field(item.m_result);
+    doRest(field, item);
     return true;
 }
 

@@ -90,6 +90,11 @@ public:
     /// Reads an item field, which must be there as a whole, and moves `*stream` behind it. What the field
     /// lacks reads as zero or empty. Always true.
     static bool fromCharStream(const char** stream, ConvertProductionResult& item);
+
+private:
+    /// Writes or reads the fields behind the record.
+    template<class Field, class Item>
+    static void doRest(Field& field, Item& item);
 };
 
 /// Conversion results in views.

@@ -47,12 +47,6 @@ struct Change
 };
 using Changes = std::vector<Change>;
 
-template<class Element>
-const QString& guidOf(const Element& element)
-{
-    return element.GetTavikResource().GetGUID();
-}
-
 bool isFree(const Tuner& tuner)
 {
     return tuner.GetAccessible() && tuner.GetIdle();
@@ -72,23 +66,23 @@ bool offersLocalStorage(const ProcessingUnit& unit)
 void compareElements(const Tuner& before, const Tuner& after, Changes& changes)
 {
     if (before.GetAccessible() != after.GetAccessible())
-        changes.push_back({eTunerAccessible, guidOf(after), after.GetAccessible()});
+        changes.push_back({eTunerAccessible, ResourceGuid::of(after), after.GetAccessible()});
     if (before.GetIdle() != after.GetIdle())
-        changes.push_back({eTunerIdle, guidOf(after), after.GetIdle()});
+        changes.push_back({eTunerIdle, ResourceGuid::of(after), after.GetIdle()});
 }
 
 void compareElements(const ProcessingUnit& before, const ProcessingUnit& after, Changes& changes)
 {
     if (before.GetRegistration() != after.GetRegistration())
-        changes.push_back({ePuRegistration, guidOf(after), after.GetRegistration()});
+        changes.push_back({ePuRegistration, ResourceGuid::of(after), after.GetRegistration()});
     if (before.GetLocalStorage() != after.GetLocalStorage())
-        changes.push_back({ePuLocalStorage, guidOf(after), after.GetLocalStorage()});
+        changes.push_back({ePuLocalStorage, ResourceGuid::of(after), after.GetLocalStorage()});
 }
 
 void compareElements(const StorageUnit& before, const StorageUnit& after, Changes& changes)
 {
     if (before.GetRegistration() != after.GetRegistration())
-        changes.push_back({eSuRegistration, guidOf(after), after.GetRegistration()});
+        changes.push_back({eSuRegistration, ResourceGuid::of(after), after.GetRegistration()});
 }
 
 template<class Element>
@@ -118,7 +112,7 @@ public:
         const int expected = m_place + m_shift;
         isSame = m_index.isUnique() && expected >= 0 && expected < m_before.size() &&
                  m_before.at(expected).IsSameAs(m_after.at(m_place));
-        const int old = isSame ? expected : m_index.indexOf(guidOf(m_after.at(m_place)), expected);
+        const int old = isSame ? expected : m_index.indexOf(ResourceGuid::of(m_after.at(m_place)), expected);
         if (old < 0) {
             m_fresh.push_back(m_place);
         } else {
@@ -169,15 +163,15 @@ void compareLists(const QVector<Element>& before, const QVector<Element>& after,
         bool isSame = false;
         const int old = matching.next(isSame);
         if (old < 0)
-            changes.push_back({added, guidOf(element)});
+            changes.push_back({added, ResourceGuid::of(element)});
         else if (!isSame)
             compareElements(before.at(old), element, changes);
     }
     // By count alone nothing can have gone. With GUIDs that occur twice this may miss one; it is meant.
     const bool mayBeGone = before.size() > after.size() - matching.added();
     for (int old = 0; mayBeGone && old < before.size(); ++old) {
-        if (matching.isGone(old) && matching.isGone(index.indexOf(guidOf(before.at(old)))))
-            changes.push_back({removed, guidOf(before.at(old))});
+        if (matching.isGone(old) && matching.isGone(index.indexOf(ResourceGuid::of(before.at(old)))))
+            changes.push_back({removed, ResourceGuid::of(before.at(old))});
     }
     matching.hand(index);
 }
@@ -236,7 +230,7 @@ void appendGuids(const QVector<Element>& list, const QString& displayName, QStri
 {
     for (const Element& element : list) {
         if (element.GetTavikResource().GetDisplayName() == displayName)
-            guids.append(guidOf(element));
+            guids.append(ResourceGuid::of(element));
     }
 }
 
@@ -334,8 +328,8 @@ QStringList KoltaResourceObserver::GetGUIDForDisplayName(const QString& name) co
 QString KoltaResourceObserver::GetGUIDForFreeTuner(const QString& typeOrGuid) const
 {
     for (const Tuner& tuner : m_currentOverview->GetTuner()) {
-        if (isFree(tuner) && (tuner.GetType() == typeOrGuid || guidOf(tuner) == typeOrGuid))
-            return guidOf(tuner);
+        if (isFree(tuner) && (tuner.GetType() == typeOrGuid || ResourceGuid::of(tuner) == typeOrGuid))
+            return ResourceGuid::of(tuner);
     }
     return QString();
 }

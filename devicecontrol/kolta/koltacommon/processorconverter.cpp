@@ -28,7 +28,7 @@ void setupRecord(Node& node, eAppType appType)
 DataSource noTuner()
 {
     DataSource source;
-    source.SetTunerGUID(QStringLiteral("none"));
+    source.SetTunerGUID(QLatin1String(ProcessorWalk::kNoTuner));
     return source;
 }
 

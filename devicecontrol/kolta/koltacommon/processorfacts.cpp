@@ -1,5 +1,7 @@
 #include "processorfacts.h"
 
+#include <koltacommon/processorwalk.h>
+
 namespace Kolta::ProcessorFacts {
 
 using Processor = ProcessorIndex::Processor;
@@ -15,12 +17,6 @@ const Node& as(const Processor& processor)
     return static_cast<const Node&>(*processor.object);
 }
 
-/// What productions without a tuner write in its place.
-const QString& tunerIn(const DataSource& source)
-{
-    return source.GetTunerGUID() == QLatin1String("none") ? kNothing : source.GetTunerGUID();
-}
-
 template<class Node>
 Band bandIn(const Node& node)
 {
@@ -29,17 +25,17 @@ Band bandIn(const Node& node)
 
 } // namespace
 
-const QString& tunerOf(const Processor& processor)
+QString tunerOf(const Processor& processor)
 {
     switch (processor.kind) {
     case eAppSCP:
-        return tunerIn(as<SCP>(processor).GetDataSource());
+        return ProcessorWalk::tunerOf(as<SCP>(processor));
     case eAppMCP:
-        return tunerIn(as<MCP>(processor).GetDataSource());
+        return ProcessorWalk::tunerOf(as<MCP>(processor));
     case eAppFFP:
-        return as<FFP>(processor).GetTunerGUID();
+        return ProcessorWalk::tunerOf(as<FFP>(processor));
     default:
-        return kNothing;
+        return QString();
     }
 }
 

@@ -6,7 +6,7 @@
 namespace Kolta::ProcessorFacts {
 
 /// GUID of the tuner that feeds it: an SCP's or MCP's data source, an FFP's own. Empty for none.
-const QString& tunerOf(const ProcessorIndex::Processor& processor);
+QString tunerOf(const ProcessorIndex::Processor& processor);
 /// GUID of the production that an SCP or MCP serves.
 const QString& productionOf(const ProcessorIndex::Processor& processor);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/guidindex.h>
 #include <resourcemodel/processors.h>
 
 #include <type_traits>
@@ -239,7 +240,29 @@ bool sameOwnData(const Node& a, const Node& b)
 template<class Node>
 const QString& guidOf(const Node& node)
 {
-    return node.GetKoltaProcessor().GetTavikResource().GetGUID();
+    return ResourceGuid::of(node.GetKoltaProcessor());
+}
+
+/// What stands for the GUID of a tuner where there is none.
+inline constexpr char kNoTuner[] = "none";
+
+/// The GUID of the tuner that an FFP or a data source names; empty when that is none.
+template<class Owner>
+QString tunerIn(const Owner& owner)
+{
+    return owner.GetTunerGUID() == QLatin1String(kNoTuner) ? QString() : owner.GetTunerGUID();
+}
+
+/// The GUID of the tuner that feeds a node; empty when none does so directly.
+template<class Node>
+QString tunerOf(const Node& node)
+{
+    if constexpr (isA<Node, FFP>)
+        return tunerIn(node);
+    else if constexpr (isA<Node, SCP> || isA<Node, MCP>)
+        return tunerIn(node.GetDataSource());
+    else
+        return QString();
 }
 
 } // namespace Kolta::ProcessorWalk

@@ -1,5 +1,6 @@
 #include <koltacommon/productionjob.h>
 
+#include <koltacommon/guidindex.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
 #include <koltacommon/koltaresourceobserver.h>
@@ -14,11 +15,6 @@ namespace Kolta {
 using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
-
-const QString& guidOf(const Tuner& tuner)
-{
-    return tuner.GetTavikResource().GetGUID();
-}
 
 QString nameOf(const Tuner& tuner)
 {
@@ -83,10 +79,10 @@ void ProductionJob::choose()
         chosen = chooseOfClass(needs);
     if (!chosen || isFinished())
         return;
-    if (!guidOf(m_tuner).isEmpty()) {
+    if (!ResourceGuid::of(m_tuner).isEmpty()) {
         QString problem;
         const QPointer<ProductionJob> guard(this);
-        TunerPlan plan = desk()->plan(guidOf(m_tuner), needs, m_order.displayName, problem);
+        TunerPlan plan = desk()->plan(ResourceGuid::of(m_tuner), needs, m_order.displayName, problem);
         if (!guard || isFinished())
             return;
         m_plan = std::move(plan);
@@ -119,8 +115,8 @@ bool ProductionJob::takeTuner(const TunerNeeds& needs)
 {
     const QString& guid = m_order.tunerGuid;
     const QVector<Tuner>& tuners = server()->getResourceObserver().GetCurrentResources().GetTuner();
-    const auto tuner =
-        std::find_if(tuners.begin(), tuners.end(), [&](const Tuner& each) { return guidOf(each) == guid; });
+    const auto tuner = std::find_if(tuners.begin(), tuners.end(),
+                                    [&](const Tuner& each) { return ResourceGuid::of(each) == guid; });
     if (tuner == tuners.end()) {
         refuse(Reason::NoSuchThing, tr("there is no tuner %1").arg(guid));
         return false;
@@ -147,7 +143,7 @@ bool ProductionJob::chooseOfClass(const TunerNeeds& needs)
     const std::shared_ptr<const ServerTuners> tuners = desk()->tuners();
     const QString& name = m_order.tunerClass;
     m_tuner = tuners->selector().selectTuner(name, tuners->filter(needs, m_order.storageGuids));
-    const bool chosen = !guidOf(m_tuner).isEmpty();
+    const bool chosen = !ResourceGuid::of(m_tuner).isEmpty();
     if (!chosen || m_explained)
         m_selection = tuners->explain(name, needs, m_order.storageGuids);
     if (chosen)
@@ -187,7 +183,7 @@ QUuid ProductionJob::request()
 {
     const QPointer<ProductionJob> guard(this);
     KoltaProductionControl& control = server()->getProductionControl();
-    const QString tuner = guidOf(m_tuner).isEmpty() ? m_order.tunerGuid : guidOf(m_tuner);
+    const QString tuner = ResourceGuid::of(m_tuner).isEmpty() ? m_order.tunerGuid : ResourceGuid::of(m_tuner);
     if (m_order.kind != ProductionOrder::Kind::Ffp) {
         m_production = m_order.production.isNull() ? QUuid::createUuid() : m_order.production;
         m_mark = ProductionMark::ofTop(m_production);
@@ -283,8 +279,9 @@ void ProductionJob::takeRefusal()
 /// Whether the chosen tuner of the class is used by somebody else meanwhile.
 bool ProductionJob::wasSomebodyFaster() const
 {
-    return !m_order.tunerClass.isEmpty() && !guidOf(m_tuner).isEmpty() && server() &&
-           server()->getBookingManager().getTunerState(guidOf(m_tuner)) == TunerBookingManager::eInUse;
+    return !m_order.tunerClass.isEmpty() && !ResourceGuid::of(m_tuner).isEmpty() && server() &&
+           server()->getBookingManager().getTunerState(ResourceGuid::of(m_tuner)) ==
+               TunerBookingManager::eInUse;
 }
 
 void ProductionJob::accept()

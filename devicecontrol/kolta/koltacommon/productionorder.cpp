@@ -55,17 +55,6 @@ auto withRecord(const ProductionOrder& order, const Function& function)
     return function(recordOf<MCP>(order));
 }
 
-template<class Node>
-QString tunerOf(const Node& node)
-{
-    QString tuner;
-    if constexpr (ProcessorWalk::isA<Node, FFP>)
-        tuner = node.GetTunerGUID();
-    else
-        tuner = node.GetDataSource().GetTunerGUID();
-    return tuner == QLatin1String("none") ? QString() : tuner;
-}
-
 /// "MCP 1", with the lowest number that no running processor has.
 QString unusedName(const KoltaProcessorObserver& processors, ProductionOrder::Kind kind)
 {
@@ -132,7 +121,7 @@ ProductionOrder completed(const ProductionOrder& wanted, KoltaServerInterface& s
         if (order.bandwidth == 0.0 && order.processor)
             order.bandwidth = node.GetBandwidth();
         if (order.tunerGuid.isEmpty() && order.tunerClass.isEmpty())
-            order.tunerGuid = tunerOf(node);
+            order.tunerGuid = ProcessorWalk::tunerOf(node);
         if (order.demandClass.isEmpty() && order.kind == ProductionOrder::Kind::Mcp &&
             !order.tunerClass.isEmpty())
             order.demandClass =

@@ -2,6 +2,7 @@
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/tunerssection.h>
 #include <koltacommon/viewroles.h>
 
 #include <algorithm>
@@ -83,6 +84,18 @@ void ServersModel::follow(Section& section)
 {
     section.m_isDue = true;
     work();
+}
+
+void ServersModel::followBoard(TunersSection& section)
+{
+    connect(&section.board, &TunerBoard::changed, this, [this, &section](const std::vector<int>& places) {
+        section.duePlaces.insert(section.duePlaces.end(), places.begin(), places.end());
+        follow(section);
+    });
+    connect(&section.board, &TunerBoard::rebuilt, this, [this, &section] {
+        section.isAllDue = true;
+        follow(section);
+    });
 }
 
 void ServersModel::followDoubt(Section& section)

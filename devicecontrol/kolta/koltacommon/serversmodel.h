@@ -58,6 +58,7 @@ protected:
         bool m_isStaleDue = false;
         bool m_isGone = false;
     };
+    struct TunersSection;
     using Sections = std::vector<std::unique_ptr<Section>>;
 
     template<int N>
@@ -77,6 +78,8 @@ protected:
 
     /// What the section shows has changed: shows it, at once or after what is being told.
     void follow(Section& section);
+    /// From now on notes what changes on the section's board, and follows.
+    void followBoard(TunersSection& section);
     /// Asks anew whether the section is stale.
     void followDoubt(Section& section);
     const Sections& sections() const { return m_sections; }

@@ -1,5 +1,6 @@
 #include <koltacommon/servertuners.h>
 
+#include <koltacommon/guidindex.h>
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaresourceobserver.h>
@@ -21,11 +22,6 @@ namespace {
 QString translated(const char* text)
 {
     return QCoreApplication::translate("Kolta::ServerTuners", text);
-}
-
-const QString& guidOf(const Tuner& tuner)
-{
-    return tuner.GetTavikResource().GetGUID();
 }
 
 /// "MCP 'X' (production {…})".
@@ -78,8 +74,8 @@ TunerFilter ServerTuners::filter(const TunerNeeds& needs, const QStringList& sto
 {
     const QPointer<KoltaServerInterface> server = m_server;
     const auto isPlanned = [server](const Tuner& tuner) {
-        return !server ||
-               server->getBookingManager().getTunerState(guidOf(tuner)) == TunerBookingManager::ePlanned;
+        return !server || server->getBookingManager().getTunerState(ResourceGuid::of(tuner)) ==
+                              TunerBookingManager::ePlanned;
     };
     return TunerFilter::freeTuners(isPlanned, storageGuids).withNeeds(needs);
 }
@@ -91,7 +87,7 @@ TunerSelection ServerTuners::explain(const QString& className, const TunerNeeds&
     for (TunerCandidate& candidate : selection.candidates) {
         if (m_server &&
             (candidate.refusal == TunerRefusal::NotIdle || candidate.refusal == TunerRefusal::Excluded))
-            candidate.detail = holderOf(*m_server, guidOf(candidate.tuner));
+            candidate.detail = holderOf(*m_server, ResourceGuid::of(candidate.tuner));
     }
     return selection;
 }

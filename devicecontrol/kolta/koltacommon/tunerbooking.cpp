@@ -29,10 +29,8 @@ public:
     template<class Owner>
     void add(const Owner& owner)
     {
-        if (!owner.IsTunerGUIDSet())
-            return;
-        const QString& guid = owner.GetTunerGUID();
-        if (guid.isEmpty() || guid == QLatin1String("none") || m_named.contains(guid))
+        const QString guid = tunerIn(owner);
+        if (guid.isEmpty() || m_named.contains(guid))
             return;
         m_named.insert(guid);
         m_guids.append(guid);

@@ -1,9 +1,9 @@
 #include <koltacommon/tunerclassmodel.h>
 
 #include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/tunerboard.h>
 #include <koltacommon/tunerclasstree.h>
 #include <koltacommon/tunermodel.h>
+#include <koltacommon/tunerssection.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
 
@@ -139,20 +139,14 @@ struct TunerClassModel::TunerRow : Row
     int tunerPlace = 0; ///< in its section
 };
 
-struct TunerClassModel::ClassSection : Section
+struct TunerClassModel::ClassSection : TunersSection
 {
-    explicit ClassSection(KoltaServerInterface& source)
-        : Section(source), board(source, TunerBoard::Detail::ClassesAndUsers)
-    {
-    }
+    using TunersSection::TunersSection;
     std::unique_ptr<ClassRow> makeRows();
     std::unique_ptr<Row> makeTuner(const TunerClassTreeItem& item, ClassRow& above);
     std::unique_ptr<ClassRow> makeClass(const TunerClassTreeItem& item, const Row& above);
     void enter(const Row& row);
 
-    TunerBoard board;
-    bool isAllDue = true;
-    std::vector<int> duePlaces;
     std::vector<TunerRow*> rows; ///< by place; null for tuners that are not in the tree
     QSet<QString> keys;          ///< while rows are made
 };
@@ -239,15 +233,7 @@ TunerClassModel::~TunerClassModel() = default;
 std::unique_ptr<ServersModel::Section> TunerClassModel::makeSection(KoltaServerInterface& server)
 {
     auto made = std::make_unique<ClassSection>(server);
-    ClassSection& section = *made;
-    connect(&section.board, &TunerBoard::changed, this, [this, &section](const std::vector<int>& places) {
-        section.duePlaces.insert(section.duePlaces.end(), places.begin(), places.end());
-        follow(section);
-    });
-    connect(&section.board, &TunerBoard::rebuilt, this, [this, &section] {
-        section.isAllDue = true;
-        follow(section);
-    });
+    followBoard(*made);
     return made;
 }
 

@@ -1,7 +1,7 @@
 #include <koltacommon/tunermodel.h>
 
 #include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/tunerboard.h>
+#include <koltacommon/tunerssection.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
 
@@ -150,16 +150,10 @@ struct TunerModel::GroupRow : Row
     int all = 0;
 };
 
-struct TunerModel::TunerSection : Section
+struct TunerModel::TunerSection : TunersSection
 {
-    explicit TunerSection(KoltaServerInterface& shown)
-        : Section(shown), board(shown, TunerBoard::Detail::ClassesAndUsers)
-    {
-    }
+    using TunersSection::TunersSection;
 
-    TunerBoard board;
-    bool isAllDue = true;
-    std::vector<int> duePlaces;
     std::vector<TunerRow*> rows; ///< by place; with groups only
 };
 
@@ -193,15 +187,7 @@ QString TunerModel::stateText(TunerBookingManager::eTunerState state)
 std::unique_ptr<ServersModel::Section> TunerModel::makeSection(KoltaServerInterface& server)
 {
     auto made = std::make_unique<TunerSection>(server);
-    TunerSection& section = *made;
-    connect(&section.board, &TunerBoard::changed, this, [this, &section](const std::vector<int>& places) {
-        section.duePlaces.insert(section.duePlaces.end(), places.begin(), places.end());
-        follow(section);
-    });
-    connect(&section.board, &TunerBoard::rebuilt, this, [this, &section] {
-        section.isAllDue = true;
-        follow(section);
-    });
+    followBoard(*made);
     return made;
 }
 
