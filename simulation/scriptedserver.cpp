@@ -5,11 +5,9 @@
 
 #include <values/value.h>
 
-#include <algorithm>
-#include <iterator>
-
 namespace KoltaSimulation {
 
+namespace ServerNodes = Kolta::ServerNodes;
 using Kolta::guidFromText;
 using RESOURCEMANAGEMENT::FFP;
 using RESOURCEMANAGEMENT::MCP;
@@ -20,11 +18,14 @@ using values::Tree;
 
 namespace {
 
-/// Values that hold a text from the beginning, and those that clients write.
-constexpr const char* kPlainValues[] = {"HostName",        "Quit",   "reset",         "StartupErrors",
-                                        "StartupProgress", "Status", "InternalState", "ReplyResource",
-                                        "StoppedResource"};
-constexpr const char* kWishValues[] = {"StopResource", "stopAll", "OwnerRequest", "UnitPowerControl"};
+/// Values that hold a text from the beginning.
+constexpr ServerNodes::eNode kValues[] = {ServerNodes::eHostName,        ServerNodes::eQuit,
+                                          ServerNodes::eReset,           ServerNodes::eStartupErrors,
+                                          ServerNodes::eStartupProgress, ServerNodes::eStatus,
+                                          ServerNodes::eInternalState,   ServerNodes::eReplyResource,
+                                          ServerNodes::eStoppedResource, ServerNodes::eStopResource,
+                                          ServerNodes::eStopAll,         ServerNodes::eOwnerRequest,
+                                          ServerNodes::eUnitPowerControl};
 
 constexpr int kMoveRequest = 3;
 
@@ -48,8 +49,7 @@ QUuid guidOf(const FFP& ffp)
 } // namespace
 
 ScriptedServer::ScriptedServer(const QString& serverName)
-    : m_name(serverName)
-    , m_base(QStringLiteral("/ConnectManager/AdminTree/%1/ADMINISTRATION/").arg(serverName))
+    : m_name(serverName), m_base(ServerNodes::kAdminTree + QLatin1Char('/') + serverName)
 {
     Tree::Instance().AddListener(this);
 }
@@ -60,52 +60,50 @@ ScriptedServer::~ScriptedServer()
     Tree::Instance().RemoveListener(this);
 }
 
-QString ScriptedServer::node(const char* value) const
+QString ScriptedServer::pathOf(ServerNodes::eNode node) const
 {
-    return m_base + QLatin1String(value);
+    return ServerNodes::path(m_base, node);
 }
 
-void ScriptedServer::write(const char* value, const QString& text)
+void ScriptedServer::write(ServerNodes::eNode node, const QString& text)
 {
-    if (!values::WriteOrAnnounce(node(value), text))
-        Tree::Instance().Emplace<StringValue>(node(value), text);
+    if (!values::WriteOrAnnounce(pathOf(node), text))
+        Tree::Instance().Emplace<StringValue>(pathOf(node), text);
 }
 
 void ScriptedServer::appear(int state)
 {
-    for (const char* const value : kPlainValues)
-        Tree::Instance().Emplace<StringValue>(node(value));
-    for (const char* const value : kWishValues)
-        Tree::Instance().Emplace<StringValue>(node(value));
-    Tree::Instance().EnsureNode(node("RequestsNode"));
+    for (const ServerNodes::eNode node : kValues)
+        Tree::Instance().Emplace<StringValue>(pathOf(node));
+    Tree::Instance().EnsureNode(pathOf(ServerNodes::eRequestsNode));
     show();
     const QMap<int, QString> names{{kOperationalState, QStringLiteral("Operational")}};
-    Tree::Instance().Emplace<SelectionValue>(node("WorkingState"), names, state);
+    Tree::Instance().Emplace<SelectionValue>(pathOf(ServerNodes::eWorkingState), names, state);
 }
 
 void ScriptedServer::vanish()
 {
-    Tree::Instance().Remove(node("WorkingState")); // before all the rest, as in good order
-    Tree::Instance().Remove(m_base.chopped(1));
+    Tree::Instance().Remove(pathOf(ServerNodes::eWorkingState)); // before all the rest, as in good order
+    Tree::Instance().Remove(m_base + ServerNodes::kAdministration);
 }
 
 void ScriptedServer::setState(int state)
 {
-    if (auto* const value = Tree::Instance().FindAs<SelectionValue>(node("WorkingState")))
+    if (auto* const value = Tree::Instance().FindAs<SelectionValue>(pathOf(ServerNodes::eWorkingState)))
         value->SetSelectedKey(state);
 }
 
 void ScriptedServer::show()
 {
-    write("TunerClasses", classes.GetXmlString());
-    write("Resources", resources.GetXmlString());
-    write("Owners", owners.GetXmlString());
-    write("ActualConfiguration", running.GetXmlString());
+    write(ServerNodes::eTunerClasses, classes.GetXmlString());
+    write(ServerNodes::eResources, resources.GetXmlString());
+    write(ServerNodes::eOwners, owners.GetXmlString());
+    write(ServerNodes::eActualConfiguration, running.GetXmlString());
 }
 
 void ScriptedServer::say(const QString& status)
 {
-    write("Status", status);
+    write(ServerNodes::eStatus, status);
 }
 
 QUuid ScriptedServer::idOf(const RequestResource& request)
@@ -154,7 +152,7 @@ void ScriptedServer::act(const RequestResource& request)
 
 void ScriptedServer::answer(const QUuid& request, bool accepted, const QString& text)
 {
-    write("ReplyResource", Kolta::ProductionRequestReply(request, accepted, text).toString());
+    write(ServerNodes::eReplyResource, Kolta::ProductionRequestReply(request, accepted, text).toString());
 }
 
 void ScriptedServer::end(const QUuid& production)
@@ -180,7 +178,7 @@ void ScriptedServer::end(const QUuid& production)
 
 void ScriptedServer::tellEnded(const QUuid& production)
 {
-    write("StoppedResource", production.toString());
+    write(ServerNodes::eStoppedResource, production.toString());
 }
 
 void ScriptedServer::setTunerIdle(const QString& guid, bool idle)
@@ -194,7 +192,7 @@ void ScriptedServer::setTunerIdle(const QString& guid, bool idle)
 void ScriptedServer::OnItemAdded(values::TreeItem& item)
 {
     const auto* const value = dynamic_cast<const StringValue*>(&item);
-    if (!value || !item.GetPath().startsWith(node("RequestsNode/")))
+    if (!value || !item.GetPath().startsWith(pathOf(ServerNodes::eRequestsNode) + QLatin1Char('/')))
         return;
     RequestResource request;
     request.SetXmlString(value->GetValue(), true);
@@ -208,8 +206,8 @@ void ScriptedServer::OnItemChanged(values::TreeItem& item, TChangeCode code, IOb
 {
     Q_UNUSED(originator)
     const auto* const value = dynamic_cast<const StringValue*>(&item);
-    const auto isIt = [&](const char* name) { return item.GetPath() == node(name); };
-    if (!value || code != eChangeValue || !std::any_of(std::begin(kWishValues), std::end(kWishValues), isIt))
+    const ServerNodes::Row* const row = code == eChangeValue ? ServerNodes::find(item.GetName()) : nullptr;
+    if (!value || !row || !(row->use & ServerNodes::eRequest) || item.GetPath() != pathOf(row->node))
         return;
     const QString wish = item.GetName() + QLatin1Char(' ') + value->GetValue();
     wishes.append(wish);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/servernodes.h>
 #include <resourcemodel/owners.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/requests.h>
@@ -76,8 +77,8 @@ private:
     void OnItemRemoved(values::TreeItem&) override {}
     void OnItemChanged(values::TreeItem& item, TChangeCode code, IObserver* originator) override;
 
-    QString node(const char* value) const;
-    void write(const char* value, const QString& text);
+    QString pathOf(Kolta::ServerNodes::eNode node) const;
+    void write(Kolta::ServerNodes::eNode node, const QString& text);
 
     const QString m_name;
     const QString m_base;

@@ -17,12 +17,20 @@ namespace {
 using distribution::Operation;
 using KoltaSimulation::SimulatedServer;
 
+distribution::ServerPlaces clientsPlaces()
+{
+    using namespace Kolta::ServerNodes;
+    return {names(eFolder), names(eRequest, eFolder), names(eWhole)};
+}
+
 /// What clients may write, if their users have the rights.
 class Door final : public distribution::IWritePolicy
 {
 public:
     Door(const SimulatedServer& server, const QString& administration)
-        : m_server(server), m_administration(administration + QLatin1Char('/')), m_places(administration)
+        : m_server(server)
+        , m_administration(administration + QLatin1Char('/'))
+        , m_places(administration, clientsPlaces())
     {
     }
     bool Allows(const Request& request) const override
@@ -81,7 +89,7 @@ std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Option
     linkOptions->takeOver = linkOptions->takeOver || options.takeOver;
 
     const QString base = installation.basePath();
-    const QString administration = base + QStringLiteral("/ADMINISTRATION");
+    const QString administration = base + Kolta::ServerNodes::kAdministration;
     QStringList roots{base};
     for (const char* const tree : {"DataTree", "RecordMapTree"})
         roots.append(QString(base).replace(QLatin1String("/AdminTree/"),
@@ -97,7 +105,7 @@ std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Option
                      [events](const QString&, PublicationState state, const QString& reason) {
                          events.failed(state != PublicationState::Forbidden, reason);
                      });
-    link->publish(branch, roots, administration + QStringLiteral("/WorkingState"),
+    link->publish(branch, roots, Kolta::ServerNodes::path(base, Kolta::ServerNodes::eWorkingState),
                   std::make_unique<Door>(server, administration));
     return link;
 }

@@ -4,6 +4,7 @@
 #include <distribution/messages.h>
 
 #include <QString>
+#include <QStringList>
 #include <QUuid>
 
 #include <functional>
@@ -56,19 +57,28 @@ public:
     bool Allows(const Request& /*request*/) const override { return true; }
 };
 
+/// Names of the nodes below a server's administrative node into which clients write.
+struct ServerPlaces
+{
+    QStringList shelves;  ///< below these they keep items of their own
+    QStringList requests; ///< values by which they ask for something
+    QStringList wholes;   ///< values that they read, change and write back as a whole
+};
+
 /// What clients of a server do below its administrative node, and nothing else:
-/// add below RequestsNode, Clients and ConnectionInfo, change there what the own session has added, and
-/// remove it; set and announce the request values; compare-and-set the texts that are written as a whole;
-/// commands on the collections of short-time data.
+/// add below the shelves, change there what the own session has added, and remove it; set and announce the
+/// request values; compare-and-set the texts that are written as a whole; commands on the collections of
+/// short-time data.
 class KOLTA_DISTRIBUTION_EXPORT ServerPolicy final : public IWritePolicy
 {
 public:
     /// `administration`: path of the node, ".../ADMINISTRATION".
-    explicit ServerPolicy(const QString& administration);
+    ServerPolicy(const QString& administration, const ServerPlaces& places);
     bool Allows(const Request& request) const override;
 
 private:
     QString m_administration;
+    ServerPlaces m_places;
     QString m_shortTime; ///< what the paths of the collections begin with
 };
 

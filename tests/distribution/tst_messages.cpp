@@ -325,7 +325,9 @@ void TestMessages::serversRights_data()
 void TestMessages::serversRights()
 {
     QFETCH(QString, path);
-    const ServerPolicy policy(QStringLiteral("/S/ADMINISTRATION"));
+    const ServerPolicy policy(
+        QStringLiteral("/S/ADMINISTRATION"),
+        {{QStringLiteral("RequestsNode")}, {QStringLiteral("StopResource")}, {QStringLiteral("Resources")}});
     const Writer writer{"u", session, {}, {}};
     Bytes allowed;
     const auto attempt = [&](const char* name, Operation operation, bool compare = false, bool own = false) {

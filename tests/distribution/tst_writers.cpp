@@ -3,6 +3,7 @@
 #include <distribution/memorycarrier.h>
 
 #include <koltacommon/hardwareprocessingobserver.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/tavikresourceconverter.h>
 #include <koltacommon/tunerclassesobserver.h>
 
@@ -284,7 +285,10 @@ private:
     }
     static std::unique_ptr<IWritePolicy> policy()
     {
-        return std::make_unique<ServerPolicy>("/ConnectManager/AdminTree/S1/ADMINISTRATION"_s);
+        using namespace ServerNodes;
+        return std::make_unique<ServerPolicy>(
+            "/ConnectManager/AdminTree/S1/ADMINISTRATION"_s,
+            ServerPlaces{names(eFolder), names(eRequest, eFolder), names(eWhole)});
     }
 
     QElapsedTimer m_clock;

@@ -1,5 +1,6 @@
 #include "lifecycleserver.h"
 
+#include <koltacommon/servernodes.h>
 #include <support/simulated.h>
 #include <support/testprogram.h>
 #include <support/text.h>
@@ -57,6 +58,7 @@ std::unique_ptr<TreeLink> linkTo(const QString& url)
 /// The program of the other process: "v" on standard input lets the server vanish, "r" return.
 int serve(int argc, char** argv)
 {
+    using namespace Kolta::ServerNodes;
     QCoreApplication application(argc, argv);
     const Installation installation = fewTuners();
     KoltaSimulation::SimulatedServer server(installation);
@@ -68,7 +70,9 @@ int serve(int argc, char** argv)
         std::fflush(stdout);
     });
     link->publish(installation.serverName(), {base}, base + "/ADMINISTRATION/WorkingState"_s,
-                  std::make_unique<ServerPolicy>(base + "/ADMINISTRATION"_s));
+                  std::make_unique<ServerPolicy>(
+                      base + "/ADMINISTRATION"_s,
+                      ServerPlaces{names(eFolder), names(eRequest, eFolder), names(eWhole)}));
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, [&server] {
         char order = 0;

@@ -6,6 +6,7 @@
 #include <common/endpoint.h>
 #include <kolta/cli/command.h>
 
+#include <koltacommon/servernodes.h>
 #include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
 
@@ -86,17 +87,17 @@ public:
     /// are mirrored.
     const QString& folder() const noexcept { return m_folder; }
 
-    /// Binds an observer to the administrative node `name` of the first server. Prints an error and gives
-    /// false when there is no such node, or when its first text is none that the observer understands.
+    /// Binds an observer to an administrative node of the first server. Prints an error and gives false when
+    /// the node is not there, or when its first text is none that the observer understands.
     template<class Observer>
-    bool mirror(Observer& observer, const QString& name) const
+    bool mirror(Observer& observer, Kolta::ServerNodes::eNode node) const
     {
         QString error;
         const auto watch = QObject::connect(&observer, &Observer::si_ParsingError,
                                             [&error](const QString& text) { error = text; });
-        const bool bound = observer.init(firstPath() + QStringLiteral("/ADMINISTRATION/") + name);
+        const bool bound = observer.init(Kolta::ServerNodes::path(firstPath(), node));
         QObject::disconnect(watch);
-        return report(bound, name, error);
+        return report(bound, Kolta::ServerNodes::name(node), error);
     }
 
 private:

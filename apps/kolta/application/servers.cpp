@@ -6,6 +6,7 @@
 
 #include <koltacommon/connectioninfo.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/servernodes.h>
 
 #include <algorithm>
 
@@ -13,14 +14,15 @@ namespace KoltaCli {
 
 QString administrationPath(const Server& server)
 {
-    return server.getServerBasePath() + QStringLiteral("/ADMINISTRATION");
+    return server.getServerBasePath() + Kolta::ServerNodes::kAdministration;
 }
 
 /// A server that tells of no progress does not start in steps.
 bool isUp(const Server& server)
 {
+    namespace Nodes = Kolta::ServerNodes;
     const QString progress =
-        Kolta::ConnectionInfo::text(administrationPath(server), QStringLiteral("StartupProgress"));
+        Kolta::ConnectionInfo::text(administrationPath(server), Nodes::name(Nodes::eStartupProgress));
     return server.isReady() && server.getState() != Kolta::SERVER_STATES::eDisconnected &&
            (progress.isEmpty() || progress.toInt() >= 100);
 }

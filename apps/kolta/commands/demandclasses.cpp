@@ -88,8 +88,8 @@ int demandClasses(const CommandLine& line, const EmbeddedInstallation& installat
     const auto appType = static_cast<eAppType>(Kolta::eAppSCP + line.choice("app-type") % kAppTypes);
     ResourceDemandClassObserver observer;
     Kolta::KoltaResourceObserver resources;
-    if (!installation.mirror(observer, QStringLiteral("DemandClasses")) ||
-        !installation.mirror(resources, QStringLiteral("Resources")))
+    if (!installation.mirror(observer, Kolta::ServerNodes::eDemandClasses) ||
+        !installation.mirror(resources, Kolta::ServerNodes::eResources))
         return eExitFailed;
     QVector<ResourceDemandClass> classes;
     const QString guid = line.value("tuner");

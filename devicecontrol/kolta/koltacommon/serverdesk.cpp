@@ -138,10 +138,10 @@ void ServerDesk::noteWriter(const values::TreeItem& item)
     const QString base = m_server.getAdministrationBasePath();
     if (!path.startsWith(base))
         return;
-    const QString name = path.mid(base.size());
-    const bool isWish = name == QLatin1String("StopResource") || name == QLatin1String("stopAll") ||
-                        name == QLatin1String("OwnerRequest") || name == QLatin1String("UnitPowerControl");
-    if (!isWish && !name.startsWith(QLatin1String("RequestsNode/")))
+    const QString place = path.mid(base.size());
+    const ServerNodes::Row* const row = ServerNodes::find(place.section(QLatin1Char('/'), 0, 0));
+    const bool isBelow = place.contains(QLatin1Char('/'));
+    if (!row || !(row->use & ServerNodes::eRequest) || isBelow != bool(row->use & ServerNodes::eFolder))
         return;
     m_writers.insert(path, m_asking);
     if (!client->m_written.contains(path))

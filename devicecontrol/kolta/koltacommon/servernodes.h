@@ -2,6 +2,7 @@
 
 #include <QLatin1String>
 #include <QString>
+#include <QStringList>
 
 #include <cstddef>
 
@@ -54,10 +55,11 @@ enum eNode : int {
 
 /// What a node is for.
 enum eUse : unsigned {
-    eBound = 1,    ///< a client binds it, in the table's order; a server that lacks one is not complete
-    eRequest = 2,  ///< clients write into it, or add below it
-    eFolder = 4,   ///< has no value of its own
-    eOptimised = 8 ///< its transfer is optimised, in the table's order
+    eBound = 1,     ///< a client binds it, in the table's order; a server that lacks one is not complete
+    eRequest = 2,   ///< clients write into it, or add below it
+    eFolder = 4,    ///< has no value of its own; clients keep items of theirs below it
+    eOptimised = 8, ///< its transfer is optimised, in the table's order
+    eWhole = 16     ///< clients read the text, change it and write it back as a whole
 };
 
 struct Row
@@ -80,11 +82,11 @@ inline constexpr Row kTable[] = {{eQuit, "Quit", eBound | eRequest},
                                  {eHostName, "HostName", 0},
                                  {eReplyResource, "ReplyResource", eOptimised},
                                  {eStoppedResource, "StoppedResource", 0},
-                                 {eResources, "Resources", eOptimised},
+                                 {eResources, "Resources", eOptimised | eWhole},
                                  {eActualConfiguration, "ActualConfiguration", eOptimised},
-                                 {eHardwareProcessing, "HardwareProcessing", 0},
+                                 {eHardwareProcessing, "HardwareProcessing", eWhole},
                                  {eDemandClasses, "DemandClasses", 0},
-                                 {eTunerClasses, "TunerClasses", 0},
+                                 {eTunerClasses, "TunerClasses", eWhole},
                                  {eTunerTypeOverview, "TunerTypeOverview", 0},
                                  {eOwners, "Owners", 0},
                                  {eStopResource, "StopResource", eRequest},
@@ -121,6 +123,27 @@ static_assert(isInOrder(), "row i is node i, bound ones first");
 inline QString name(eNode node)
 {
     return QLatin1String(kTable[node].name);
+}
+
+/// The node of that name; null when there is none.
+inline const Row* find(const QString& name)
+{
+    for (const Row& row : kTable) {
+        if (name == QLatin1String(row.name))
+            return &row;
+    }
+    return nullptr;
+}
+
+/// Names of the nodes that are used so, and not in that other way.
+inline QStringList names(unsigned use, unsigned otherwise = 0)
+{
+    QStringList list;
+    for (const Row& row : kTable) {
+        if ((row.use & use) == use && (row.use & otherwise) == 0)
+            list.append(name(row.node));
+    }
+    return list;
 }
 
 /// "/" and the node's name, to be put behind the path of the administrative node.
