@@ -1,8 +1,6 @@
 #include "modelworld.h"
 
-#include <support/random.h>
-#include <support/rows.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <distribution/guard.h>
 #include <distribution/mirroredtree.h>
@@ -13,10 +11,6 @@
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/shorttimeresultitemmap.h>
 #include <koltacommon/shorttimevalues.h>
-#include <startup/errorhandler.h>
-
-#include <QRandomGenerator>
-#include <QtTest>
 
 #include <stdexcept>
 

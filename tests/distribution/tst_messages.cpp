@@ -5,10 +5,7 @@
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
 
-#include <support/rows.h>
-
-#include <QFile>
-#include <QTest>
+#include <support/test.h>
 
 #include <random>
 

@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QPointer>
+#include <QtTest>
 
 #include <functional>
 #include <memory>
@@ -167,4 +168,19 @@ public:
     QHash<QString, std::function<void()>> actions;
     QString end; ///< what finished() told; what it is at the end of the script if that never came
     int told = 0;
+};
+
+/// Tests on stages, of which nothing is left after each.
+class StageTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        QCOMPARE(Kolta::InstanceCount<Kolta::Operation>::living(), 0);
+        QCOMPARE(Kolta::InstanceCount<Kolta::KoltaServerInterface>::living(), 0);
+        values::Tree::Instance().Clear();
+        QVERIFY(Kolta::Operation::settleAll(0));
+    }
 };

@@ -2,7 +2,6 @@
 #include <support/test.h>
 
 #include <resourcemodel/resources.h>
-#include <startup/errorhandler.h>
 
 using namespace Kolta;
 using RESOURCEMANAGEMENT::ResourceOverview;

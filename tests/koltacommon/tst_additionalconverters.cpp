@@ -1,8 +1,6 @@
 #include <koltacommon/additionalconverters.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
-
 using namespace Kolta;
 using ResourceConverter::CResourceDemandClasses;
 

@@ -6,7 +6,6 @@
 #include <support/test.h>
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
 
 using Kolta::Fault;

@@ -1,7 +1,6 @@
 #include <koltacommon/generalrequests.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
 
 using Kolta::AppDescriptionSlotInvoke;

@@ -5,8 +5,6 @@
 #include <koltacommon/hardwareprocessingcontroller.h>
 #include <koltacommon/hardwareprocessingobserver.h>
 
-#include <startup/errorhandler.h>
-
 using namespace Kolta;
 using namespace ProcessorSamples;
 using namespace RESOURCEMANAGEMENT;

@@ -1,18 +1,13 @@
 #include "modelfollower.h"
 #include <support/probe.h>
-#include <support/random.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/shorttimemodels.h>
 
 #include <values/tree.h>
 
 #include <QAbstractItemModelTester>
-#include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QtTest>
 
-#include <functional>
 #include <map>
 #include <tuple>
 

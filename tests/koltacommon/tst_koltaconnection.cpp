@@ -3,7 +3,6 @@
 #include <koltacommon/koltaconnectionsviewer.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
 #include <xmlmessaging/converters.h>
 
 using namespace ConnectionClient;

@@ -4,7 +4,6 @@
 #include <support/signalrecorder.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
 #include <xmlmessaging/logger.h>
 
 #include <tuple>

@@ -9,7 +9,6 @@
 
 #include <resourcemodel/requests.h>
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
 
 #include <random>
 

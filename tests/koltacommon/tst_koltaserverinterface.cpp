@@ -7,7 +7,6 @@
 #include <support/signalrecorder.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
 #include <values/treeclient.h>
 
 using namespace Kolta;

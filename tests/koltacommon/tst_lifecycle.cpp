@@ -2,10 +2,8 @@
 #include "productionstory.h"
 
 #include <simulation/simulatedserver.h>
-#include <support/random.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/hardwareprocessingcontroller.h>
@@ -14,11 +12,6 @@
 #include <koltacommon/koltatunertypeobserver.h>
 #include <koltacommon/resourcedemandclassobserver.h>
 #include <koltacommon/tunerclassesobserver.h>
-#include <startup/errorhandler.h>
-
-#include <QMetaMethod>
-#include <QRandomGenerator>
-#include <QtTest>
 
 #include <array>
 #include <exception>

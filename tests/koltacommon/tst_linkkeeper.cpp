@@ -4,17 +4,10 @@
 #include <koltacommon/linkkeeper.h>
 #include <koltacommon/requestoperation.h>
 #include <support/operationend.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <startup/cfgcenter.h>
 
-#include <QPointer>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <memory>
 #include <stdexcept>
 
 using Kolta::Abandonment;

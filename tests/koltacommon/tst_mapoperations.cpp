@@ -1,17 +1,9 @@
 #include <koltacommon/conversionjob.h>
 #include <koltacommon/maprequestjobs.h>
 #include <support/operationend.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <values/tree.h>
-
-#include <QPointer>
-#include <QtTest>
-
-#include <functional>
-#include <memory>
 
 using namespace Kolta;
 using values::Tree;

@@ -1,8 +1,6 @@
 #include <koltacommon/operation.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
-
 #include <stdexcept>
 
 using Kolta::Operation;

@@ -4,11 +4,7 @@
 #include <koltacommon/productionjob.h>
 #include <koltacommon/runningproduction.h>
 #include <koltacommon/stopjob.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-
-#include <QElapsedTimer>
-#include <QtTest>
+#include <support/test.h>
 
 using namespace Kolta;
 using State = Operation::State;
@@ -28,19 +24,11 @@ ProductionOrder orderOf(const char* tunerClass = "K")
 
 Q_DECLARE_METATYPE(std::function<void(ProductionOrder&)>)
 
-class tst_ProductionJob : public QObject
+class tst_ProductionJob : public StageTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup()
-    {
-        QCOMPARE(InstanceCount<Operation>::living(), 0);
-        QCOMPARE(InstanceCount<KoltaServerInterface>::living(), 0);
-        values::Tree::Instance().Clear();
-        QVERIFY(Operation::settleAll(0));
-    }
-
     void goesItsWay_data();
     void goesItsWay();
     void refusesWhatCannotBe_data();

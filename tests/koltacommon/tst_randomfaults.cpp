@@ -7,8 +7,6 @@
 #include <support/simulated.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
-
 #include <deque>
 #include <random>
 

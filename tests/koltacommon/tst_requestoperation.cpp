@@ -3,14 +3,7 @@
 #include <koltacommon/koltaconnection.h>
 #include <koltacommon/requestoperation.h>
 #include <support/operationend.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QPointer>
-#include <QtTest>
-
-#include <memory>
+#include <support/test.h>
 
 using Kolta::KoltaConnection;
 using Kolta::Operation;

@@ -4,27 +4,16 @@
 #include <koltacommon/ownershipjob.h>
 #include <koltacommon/powerjob.h>
 #include <koltacommon/stopjob.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
-
-#include <QtTest>
+#include <support/test.h>
 
 using namespace Kolta;
 
 /// Moves, stops, ownership and power, each on a stage with two MCPs, M with an FFP F, and N.
-class tst_ServerOperations : public QObject
+class tst_ServerOperations : public StageTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup()
-    {
-        QCOMPARE(InstanceCount<Operation>::living(), 0);
-        QCOMPARE(InstanceCount<KoltaServerInterface>::living(), 0);
-        values::Tree::Instance().Clear();
-        QVERIFY(Operation::settleAll(0));
-    }
     void goTheirWay_data();
     void goTheirWay();
     void stopsSeveral();

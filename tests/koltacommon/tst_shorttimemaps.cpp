@@ -4,16 +4,11 @@
 #include <koltacommon/shorttimeresultitemmap.h>
 #include <koltacommon/shorttimevalues.h>
 #include <support/commandrecorder.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <values/defaultvaluecreator.h>
 #include <values/tree.h>
 
-#include <QtTest>
-
-#include <functional>
-#include <memory>
 #include <stdexcept>
 
 using namespace Kolta;

@@ -1,7 +1,6 @@
 #include <koltacommon/singleshotlambda.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
 #include <values/tree.h>
 #include <values/value.h>
 

@@ -6,7 +6,6 @@
 
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/resources.h>
-#include <startup/errorhandler.h>
 
 using namespace Kolta;
 using namespace Kolta::TavikXmlHelpers;

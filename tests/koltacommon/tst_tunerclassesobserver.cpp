@@ -3,7 +3,6 @@
 #include <support/test.h>
 
 #include <resourcemodel/resources.h>
-#include <startup/errorhandler.h>
 
 using namespace Kolta;
 using RESOURCEMANAGEMENT::ResourceOverview;

@@ -2,8 +2,6 @@
 #include <support/files.h>
 #include <support/test.h>
 
-#include <startup/errorhandler.h>
-
 #include <atomic>
 #include <thread>
 

@@ -1,8 +1,7 @@
 #include "modelfollower.h"
 #include "randomlife.h"
-#include <support/random.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/processormodel.h>
 #include <koltacommon/servermodel.h>
@@ -13,12 +12,8 @@
 #include <startup/clock.h>
 
 #include <QAbstractItemModelTester>
-#include <QSignalSpy>
-#include <QSortFilterProxyModel>
-#include <QtTest>
 
 #include <algorithm>
-#include <functional>
 #include <random>
 
 using namespace Kolta;

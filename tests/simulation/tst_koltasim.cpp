@@ -4,15 +4,9 @@
 #include <simulation/hostilepeers.h>
 #include <simulation/requesthandler.h>
 #include <support/installation.h>
-#include <support/rows.h>
-#include <support/testprogram.h>
-#include <support/text.h>
+#include <support/test.h>
 
 #include <xmlmessaging/converters.h>
-
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <csignal>
 

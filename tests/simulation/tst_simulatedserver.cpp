@@ -7,7 +7,6 @@
 #include <support/test.h>
 
 #include <koltacommon/additionalconverters.h>
-#include <startup/errorhandler.h>
 #include <values/value.h>
 
 using namespace KoltaSimulation;

@@ -1,5 +1,4 @@
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
 #include <startup/translation.h>
 #include <support/files.h>
 #include <support/test.h>

@@ -1,5 +1,4 @@
 #include <startup/clock.h>
-#include <startup/errorhandler.h>
 #include <support/test.h>
 
 #include <stdexcept>

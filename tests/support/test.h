@@ -1,5 +1,6 @@
 #pragma once
 
+#include <startup/errorhandler.h>
 #include <support/random.h>
 #include <support/rows.h>
 #include <support/testprogram.h>
@@ -11,4 +12,5 @@
 #include <memory>
 
 /// \file
-/// What nearly every test needs: Qt Test and all of QtCore, KOLTA_TEST, tables of rows, texts, seeds.
+/// What nearly every test needs: Qt Test and all of QtCore, KOLTA_TEST, tables of rows, texts, seeds, a
+/// recorder of trace lines.

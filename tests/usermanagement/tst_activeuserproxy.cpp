@@ -1,4 +1,3 @@
-#include <startup/errorhandler.h>
 #include <support/files.h>
 #include <support/test.h>
 #include <usermanagement/activeuserproxy.h>

@@ -3,7 +3,6 @@
 #include <xmlmessaging/server.h>
 
 #include <startup/cfgcenter.h>
-#include <startup/errorhandler.h>
 
 #include <QTcpSocket>
 

@@ -30,23 +30,18 @@ private Q_SLOTS:
     void networkNeedsTlsOrPermission();
 
 private:
-    TlsSettings client(const char* ca = "ca", const char* own = nullptr) const
+    TlsSettings settingsOf(const char* ca, const char* own) const
     {
-        TlsSettings settings;
-        settings.required = true;
-        settings.caFile = m_files.file(ca);
-        if (own)
-            settings.certificateFile = m_files.file(own);
-        return settings;
+        TlsSettings made;
+        made.required = true;
+        made.caFile = ca ? m_files.file(ca) : QString();
+        made.certificateFile = own ? m_files.file(own) : QString();
+        return made;
     }
-    TlsSettings server(const char* own = "server", const char* clientCa = nullptr) const
+    TlsSettings client(const char* ca = "ca", const char* own = nullptr) const { return settingsOf(ca, own); }
+    TlsSettings server(const char* own = "server", const char* ca = nullptr) const
     {
-        TlsSettings settings;
-        settings.required = true;
-        settings.certificateFile = m_files.file(own);
-        if (clientCa)
-            settings.caFile = m_files.file(clientCa);
-        return settings;
+        return settingsOf(ca, own);
     }
     /// A server and a client link of these settings, plain where there are none.
     static std::unique_ptr<LinkFixture> fixture(const TlsSettings& server, const TlsSettings& client,
