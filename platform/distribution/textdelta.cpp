@@ -8,7 +8,7 @@ namespace distribution {
 
 namespace {
 
-enum RunKind : quint8 { CopyRun = 0, InsertRun = 1 };
+enum eRunKind : quint8 { eCopyRun = 0, eInsertRun = 1 };
 constexpr std::size_t kBlockBytes = 32;
 /// A middle of fewer bytes is inserted as it is.
 constexpr std::size_t kSmallMiddle = 4 * kBlockBytes;
@@ -112,7 +112,7 @@ public:
     {
         if (count == 0)
             return;
-        values::AppendInteger(m_runs, CopyRun);
+        values::AppendInteger(m_runs, eCopyRun);
         values::AppendInteger(m_runs, static_cast<quint32>(offset));
         values::AppendInteger(m_runs, static_cast<quint32>(count));
     }
@@ -120,7 +120,7 @@ public:
     {
         if (begin == end)
             return;
-        values::AppendInteger(m_runs, InsertRun);
+        values::AppendInteger(m_runs, eInsertRun);
         values::AppendInteger(m_runs, static_cast<quint32>(end - begin));
         m_runs.append(m_to, begin, end - begin);
     }
@@ -169,7 +169,7 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
 
 struct Run
 {
-    quint8 kind = CopyRun;
+    quint8 kind = eCopyRun;
     quint32 offset = 0; ///< of a copy
     quint32 count = 0;
     const char* text = nullptr; ///< of an insertion
@@ -181,10 +181,10 @@ bool readRun(values::ByteReader& in, Run& run)
     values::ByteReader text(nullptr, 0);
     run = Run();
     in.ReadInteger(run.kind);
-    if (run.kind > InsertRun || (run.kind == CopyRun && !in.ReadInteger(run.offset)) ||
+    if (run.kind > eInsertRun || (run.kind == eCopyRun && !in.ReadInteger(run.offset)) ||
         !in.ReadInteger(run.count))
         return false;
-    if (run.kind == InsertRun && !in.Split(run.count, text))
+    if (run.kind == eInsertRun && !in.Split(run.count, text))
         return false;
     run.text = text.Position();
     return true;
@@ -212,7 +212,7 @@ std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs, std::size_t
         Run run;
         if (!readRun(in, run) || run.count > maximumBytes - result.size())
             return std::nullopt;
-        if (run.kind == InsertRun) {
+        if (run.kind == eInsertRun) {
             result.append(run.text, run.count);
         } else {
             if (run.offset > from.size() || run.count > from.size() - run.offset)
@@ -235,13 +235,13 @@ std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs,
     values::TextSplice splice;
     std::size_t tail = from.size();
     splice.formerBytes = from.size();
-    if (run != all.cend() && run->kind == CopyRun && run->offset == 0)
+    if (run != all.cend() && run->kind == eCopyRun && run->offset == 0)
         splice.offset = (run++)->count;
-    if (run != all.cend() && run->kind == InsertRun) {
+    if (run != all.cend() && run->kind == eInsertRun) {
         splice.inserted.assign(run->text, run->count);
         ++run;
     }
-    if (run != all.cend() && run->kind == CopyRun && run->offset + std::size_t(run->count) == from.size())
+    if (run != all.cend() && run->kind == eCopyRun && run->offset + std::size_t(run->count) == from.size())
         tail = (run++)->offset;
     if (run != all.cend() || splice.offset > tail || tail - splice.offset > kLargestSplice ||
         splice.inserted.size() > kLargestSplice ||

@@ -7,11 +7,11 @@ namespace sorel {
 
 namespace {
 
-constexpr QLatin1Char separator('/');
+constexpr QLatin1Char kSeparator('/');
 
 QString escaped(QString part)
 {
-    return part.replace(QLatin1Char('%'), QLatin1String("%25")).replace(separator, QLatin1String("%2F"));
+    return part.replace(QLatin1Char('%'), QLatin1String("%25")).replace(kSeparator, QLatin1String("%2F"));
 }
 
 /// False when `part` holds a "%" that escaped() did not write.
@@ -21,7 +21,7 @@ bool unescape(QString& part)
         const QStringRef code = part.midRef(at, 3);
         if (code != QLatin1String("%25") && code != QLatin1String("%2F"))
             return false;
-        part.replace(at, 3, code.endsWith(QLatin1Char('F')) ? separator : QLatin1Char('%'));
+        part.replace(at, 3, code.endsWith(QLatin1Char('F')) ? kSeparator : QLatin1Char('%'));
     }
     return true;
 }
@@ -32,12 +32,12 @@ QString RecordIdentifier::toString() const
 {
     if (*this == RecordIdentifier())
         return QString();
-    return escaped(m_subSystem) + separator + escaped(m_deviceID) + separator + escaped(m_recordID);
+    return escaped(m_subSystem) + kSeparator + escaped(m_deviceID) + kSeparator + escaped(m_recordID);
 }
 
 RecordIdentifier RecordIdentifier::fromString(const QString& text)
 {
-    QStringList parts = text.split(separator);
+    QStringList parts = text.split(kSeparator);
     if (parts.size() != 3 || !unescape(parts[0]) || !unescape(parts[1]) || !unescape(parts[2]))
         return RecordIdentifier();
     return RecordIdentifier(parts[0], parts[1], parts[2]);

@@ -23,7 +23,7 @@ namespace {
 
 constexpr int kDefaultTimeLimitMs = 500;
 constexpr int kCheckIntervalMs = 5;             ///< how often a looping script looks at the time
-constexpr std::chrono::milliseconds grace(100); ///< for a stopped script to come to its end
+constexpr std::chrono::milliseconds kGrace(100); ///< for a stopped script to come to its end
 constexpr int kMostLeftBehind = 4;
 constexpr uint kStackBytes = 64u << 20; ///< enough for the engine's own limits of nesting
 
@@ -152,7 +152,7 @@ bool runInTime(const std::shared_ptr<Run>& run)
         return true;
     }
     std::unique_lock<std::mutex> lock(run->mutex);
-    if (run->ended.wait_for(lock, std::chrono::milliseconds(run->timeLimitMs) + grace,
+    if (run->ended.wait_for(lock, std::chrono::milliseconds(run->timeLimitMs) + kGrace,
                             [&run] { return run->done; })) {
         lock.unlock();
         thread->wait();
