@@ -23,11 +23,6 @@ using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
-const QString& guidOf(const Tuner& tuner)
-{
-    return tuner.GetTavikResource().GetGUID();
-}
-
 /// Whether default classes, which are made from these, hold both in the same way.
 bool areOfOneKind(const Tuner& a, const Tuner& b)
 {
@@ -46,7 +41,7 @@ QVariant TunerEntry::value(int role) const
     case ViewRoles::GroupRole:
         return tunerClass;
     case ViewRoles::GuidRole:
-        return guidOf(record);
+        return ResourceGuid::of(record);
     case ViewRoles::StateRole:
         return static_cast<int>(state);
     case ViewRoles::PlannedRole:
@@ -159,7 +154,7 @@ bool TunerBoard::takeTuners(const QVector<Tuner>& tuners, std::vector<int>& plac
     for (int place = 0; place < tuners.size(); ++place) {
         if (m_list.at(place).IsSameAs(tuners.at(place)))
             continue;
-        if (guidOf(m_list.at(place)) != guidOf(tuners.at(place)))
+        if (ResourceGuid::of(m_list.at(place)) != ResourceGuid::of(tuners.at(place)))
             return false;
         places.push_back(place);
     }
@@ -182,7 +177,7 @@ void TunerBoard::rebuildTuners(const QVector<Tuner>& tuners)
     QHash<QString, int> numbers; // of those with one GUID
     QSet<QString> keys;
     for (const Tuner& tuner : tuners) {
-        const QString& guid = guidOf(tuner);
+        const QString& guid = ResourceGuid::of(tuner);
         QString key = guid;
         while (keys.contains(key))
             key = guid + QLatin1Char('\n') + QString::number(++numbers[guid] + 1);
@@ -236,7 +231,7 @@ void TunerBoard::buildClasses()
     if (!m_index.isUnique())
         return;
     m_classes->getRootItem()->applyToAllDescendants([&](const ptrTunerClassTreeItem& item) {
-        const int place = item->isTunerItem() ? m_index.indexOf(guidOf(item->getTuner())) : -1;
+        const int place = item->isTunerItem() ? m_index.indexOf(ResourceGuid::of(item->getTuner())) : -1;
         if (place >= 0)
             m_tuners[static_cast<std::size_t>(place)].tunerClass = nameOf(item->getParent());
     });
@@ -306,8 +301,8 @@ bool TunerBoard::takeUser(TunerEntry& entry) const
     QString user;
     QString holder;
     if (entry.state == TunerBookingManager::ePlanned) {
-        user = holder = ServerTuners::holderOf(*m_server, guidOf(entry.record));
-    } else if (const auto found = m_users.find(guidOf(entry.record)); found != m_users.end()) {
+        user = holder = ServerTuners::holderOf(*m_server, ResourceGuid::of(entry.record));
+    } else if (const auto found = m_users.find(ResourceGuid::of(entry.record)); found != m_users.end()) {
         user = found->text;
         holder = found->holder;
     }
@@ -320,12 +315,10 @@ bool TunerBoard::takeUser(TunerEntry& entry) const
 TunerBoard::State TunerBoard::stateOf(const TunerEntry& entry) const
 {
     const TunerBookingManager& booking = m_server->getBookingManager();
-    const QString& guid = guidOf(entry.record);
+    const QString& guid = ResourceGuid::of(entry.record);
     if (booking.existsTuner(guid) || guid.isEmpty())
         return booking.getTunerState(guid);
-    if (!entry.record.GetAccessible())
-        return TunerBookingManager::eInaccessible;
-    return entry.record.GetIdle() ? TunerBookingManager::eFree : TunerBookingManager::eInUse;
+    return TunerBookingManager::reportedState(entry.record);
 }
 
 /// Whether it is another state.
@@ -379,7 +372,7 @@ std::vector<int> TunerBoard::placesOf(const QString& guid) const
         return places;
     }
     for (int place = 0; place < m_list.size(); ++place) {
-        if (guidOf(m_list.at(place)) == guid)
+        if (ResourceGuid::of(m_list.at(place)) == guid)
             places.push_back(place);
     }
     return places;

@@ -1,5 +1,6 @@
 #include <koltacommon/tunerbookingmanager.h>
 
+#include <koltacommon/guidindex.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/messagejoin.h>
 #include <koltacommon/servernodes.h>
@@ -35,18 +36,6 @@ constexpr const char* kPlannedText = QT_TRANSLATE_NOOP("Kolta::TunerBookingManag
 enum eTracePoint : int { eReportException = 100, eNotInitialized = 200 };
 constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerbookingmanager");
 
-const QString& guidOf(const Tuner& tuner)
-{
-    return tuner.GetTavikResource().GetGUID();
-}
-
-State reportedState(const Tuner& tuner)
-{
-    if (!tuner.GetAccessible())
-        return TunerBookingManager::eInaccessible;
-    return tuner.GetIdle() ? TunerBookingManager::eFree : TunerBookingManager::eInUse;
-}
-
 /// Where the reported state differs, when both lists have the same GUIDs at the same places; else nothing.
 /// Records that are the same are not looked into: large lists do not fit into the cache.
 std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, const QVector<Tuner>& after)
@@ -57,9 +46,10 @@ std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, cons
     for (int i = 0; i < after.size(); ++i) {
         if (before.at(i).IsSameAs(after.at(i)))
             continue;
-        if (guidOf(before.at(i)) != guidOf(after.at(i)))
+        if (ResourceGuid::of(before.at(i)) != ResourceGuid::of(after.at(i)))
             return std::nullopt;
-        if (reportedState(before.at(i)) != reportedState(after.at(i)))
+        if (TunerBookingManager::reportedState(before.at(i)) !=
+            TunerBookingManager::reportedState(after.at(i)))
             places.push_back(i);
     }
     return places;
@@ -134,6 +124,13 @@ bool TunerBookingManager::init(const QString& serverPath)
     return ready;
 }
 
+TunerBookingManager::eTunerState TunerBookingManager::reportedState(const Tuner& tuner)
+{
+    if (!tuner.GetAccessible())
+        return eInaccessible;
+    return tuner.GetIdle() ? eFree : eInUse;
+}
+
 State TunerBookingManager::getTunerState(const QString& guid) const
 {
     return m_states.value(guid, isListed(guid) ? eFree : eInaccessible);
@@ -161,7 +158,7 @@ int TunerBookingManager::getOverallNumberOfTuners() const
 
 bool TunerBookingManager::isFree(const Tuner& tuner) const
 {
-    return !guidOf(tuner).isEmpty() && !m_states.contains(guidOf(tuner));
+    return !ResourceGuid::of(tuner).isEmpty() && !m_states.contains(ResourceGuid::of(tuner));
 }
 
 QVector<Tuner> TunerBookingManager::getFreeTuners() const
@@ -316,7 +313,7 @@ void TunerBookingManager::sl_updateTuners(const ResourceOverview& overview)
 
 void TunerBookingManager::enter(const Tuner& tuner)
 {
-    const QString& guid = guidOf(tuner);
+    const QString& guid = ResourceGuid::of(tuner);
     const State reported = reportedState(tuner);
     const State old = m_states.value(guid, eFree);
     // A planned tuner stays planned while the server calls it idle; this is meant.

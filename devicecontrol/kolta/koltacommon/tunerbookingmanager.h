@@ -70,6 +70,8 @@ public:
     /// in the latter case a good text that follows is still taken over. An empty text is no overview yet.
     bool init(const QString& serverPath);
 
+    /// What a server's record says of its tuner.
+    static eTunerState reportedState(const RESOURCEMANAGEMENT::Tuner& tuner);
     /// Inaccessible for an unknown GUID.
     eTunerState getTunerState(const QString& guid) const;
     /// Whether the tuner is known.
