@@ -118,6 +118,14 @@ protected:
     /// hearing of it sets currentValueAsString first: so the server can go back to the text before and is
     /// heard.
     values::StringValue* boundValue() const { return binding.Get(); }
+    /// Empties the mirror of a server that is gone, and releases what was kept of its text; the same text
+    /// counts again when the server returns. Returns what was mirrored.
+    T forgetMirror()
+    {
+        m_reader.forget();
+        currentValueAsString.clear();
+        return std::exchange(currentValue, T());
+    }
 
 private:
     using Hook = void (AbstractRGValueObserver::*)();

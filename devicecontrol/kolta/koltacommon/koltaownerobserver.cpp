@@ -137,9 +137,7 @@ void KoltaOwnerObserver::onValueChange(const OwnerOverview& oldOwners, const Own
 
 void KoltaOwnerObserver::onVtDelete()
 {
-    // The same text counts again when the server returns.
-    currentValueAsString.clear();
-    onValueChange(std::exchange(currentValue, OwnerOverview()), OwnerOverview());
+    onValueChange(forgetMirror(), OwnerOverview());
 }
 
 } // namespace Kolta

@@ -184,8 +184,7 @@ void KoltaProcessorObserver::forget()
     m_doubt->stop();
     m_announced = ProcessorIndex();
     m_index = ProcessorIndex();
-    currentValue.Reset();
-    currentValueAsString.clear();
+    forgetMirror();
 }
 
 void KoltaProcessorObserver::onValueChange(const ProcessorOverview&, const ProcessorOverview& newOverview)

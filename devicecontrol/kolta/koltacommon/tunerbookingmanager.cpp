@@ -95,6 +95,7 @@ void TunerBookingManager::dropSource()
 {
     disconnect(m_observerConnection);
     m_binding.Release();
+    m_reader.forget();
 }
 
 void TunerBookingManager::init(const KoltaResourceObserver& resourceObserver)
@@ -113,10 +114,10 @@ bool TunerBookingManager::init(const QString& serverPath)
     dropSource();
     const bool bound = m_binding.Bind(path);
     const QString text = bound ? m_binding.Get()->GetStringValue() : QString();
-    if (m_updateMode == eReadOnce)
-        m_binding.Release();
     ResourceOverview overview;
     const bool ready = bound && (text.isEmpty() || read(m_reader, overview, text));
+    if (m_updateMode == eReadOnce)
+        dropSource();
     if (!ready)
         kTrace(eNotInitialized, QStringLiteral("Could not initialize."));
     else if (!text.isEmpty())
