@@ -81,6 +81,9 @@ public:
     /// The text that the server wrote last, also when it could not be parsed and the mirror is older.
     QString GetCurrentProcessorsAsString() const;
 
+    /// The mirror as one list. Good until the next change; copies are cheap.
+    const ProcessorIndex& index() const;
+
     /// The processor with that GUID.
     RunningProcessor FindProcessor(const QString& guid) const;
     /// Display name of the processor with that GUID, else of the SCP or MCP with that production ID.
@@ -125,7 +128,6 @@ private:
         RESOURCEMANAGEMENT::ProcessorOverview overview;
     };
 
-    const ProcessorIndex& index() const;
     void forget();
     void compareWith(const ProcessorIndex& now);
     void announceDue();

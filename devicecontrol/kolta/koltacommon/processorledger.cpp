@@ -13,7 +13,7 @@ ProcessorLedger::ProcessorLedger(KoltaServerInterface& server) : m_server(&serve
             &ProcessorLedger::believeEmpty);
     // Not the connection: the mirrors are read afresh when the server is operational.
     connect(&server, &KoltaServerInterface::si_StateChanged, this, &ProcessorLedger::read);
-    m_processors = ProcessorIndex(observer.GetCurrentProcessors());
+    m_processors = observer.index();
 }
 
 ProcessorLedger::~ProcessorLedger() = default;
@@ -28,8 +28,7 @@ void ProcessorLedger::read()
 {
     if (isAway())
         return m_limit.reset();
-    const auto& overview = m_server->getProcessorObserver().GetCurrentProcessors();
-    const ProcessorIndex now(overview, m_processors);
+    const ProcessorIndex now = m_server->getProcessorObserver().index();
     if (!now.isEmpty() || m_processors.isEmpty())
         return believe(now);
     setLimit();
