@@ -107,6 +107,36 @@ class TestTunerBookingManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    /// What is not looked into because it is the former record, wherever it stands now, makes no difference.
+    void sharedRecordsGiveTheSame()
+    {
+        QRandomGenerator random(testSeed());
+        Desk sharing;
+        Desk plain;
+        ResourceOverview overview;
+        for (int round = 0; round < 2000; ++round) {
+            const QString name(QChar('A' + random.bounded(24)));
+            QVector<Tuner>& tuners = overview.EditTuner();
+            const int at = random.bounded(tuners.size() + 1);
+            if (tuners.size() > 8 || (at < tuners.size() && random.bounded(3) == 0))
+                tuners.removeAt(qMin(at, tuners.size() - 1));
+            if (at < tuners.size() && random.bounded(2) == 0)
+                tuners[at].SetIdle(!tuners.at(at).GetIdle());
+            else
+                tuners.insert(qMin(at, tuners.size()),
+                              overviewOf(name + QString::number(random.bounded(3))).GetTuner().first());
+            ResourceOverview copy;
+            copy.SetXmlString(overview.GetXmlString(), true);
+            for (Desk* const desk : {&sharing, &plain}) {
+                desk->log.clear();
+                desk->run("tuner "_s + name);
+                desk->manager->sl_updateTuners(desk == &sharing ? overview : copy);
+            }
+            QCOMPARE(sharing.log, plain.log);
+            QCOMPARE(sharing.states(), plain.states());
+        }
+    }
+
     void statesAndMessages()
     {
         const char* const steps[][3] = {

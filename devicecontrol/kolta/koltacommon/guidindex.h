@@ -84,6 +84,9 @@ public:
         return index < 0 ? nullptr : m_list.constData() + index;
     }
 
+    /// Whether the element at that place is the one that its GUID finds.
+    bool isFirst(int place) const { return indexOf(guidAt(place), place) == place; }
+
 private:
     const QString& guidAt(int index) const { return Guid::of(m_list.at(index)); }
     auto guids() const

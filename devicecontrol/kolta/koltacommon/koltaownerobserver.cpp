@@ -1,12 +1,13 @@
 #include <koltacommon/koltaownerobserver.h>
 
+#include <koltacommon/listmatching.h>
 #include <koltacommon/servernodes.h>
 
 #include <QPointer>
 #include <QSysInfo>
 
-#include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace Kolta {
 
@@ -102,30 +103,27 @@ void KoltaOwnerObserver::onValueChange(const OwnerOverview& oldOwners, const Own
     const QVector<Owner>& newList = newOwners.GetOwner();
     if (!m_index.isFor(oldList))
         m_index.rebuild(oldList);
-    const Index before = m_index;
-    const auto ownTheSame = [](const Owner& a, const Owner& b) {
-        return a.IsSameAs(b) || a.GetOwnedGUID() == b.GetOwnedGUID();
-    };
-    if (std::equal(oldList.begin(), oldList.end(), newList.begin(), newList.end(), ownTheSame))
-        m_index.moveTo(newList);
-    else
-        m_index.rebuild(newList);
-    const Index after = m_index;
+    ListMatching<Owner, OwnedGuid> matching(oldList, newList, m_index);
+    std::vector<int> others; // places of new and of other records
+    for (int place = 0; place < newList.size(); ++place) {
+        bool isSame = false;
+        const int old = matching.next(isSame);
+        if (old < 0 || (!isSame && oldList.at(old) != newList.at(place)))
+            others.push_back(place);
+    }
+    QStringList lost;
+    for (int old = 0; old < oldList.size(); ++old) {
+        if (matching.isGone(old) && m_index.isFirst(old))
+            lost.append(oldList.at(old).GetOwnedGUID());
+    }
+    matching.hand(m_index);
     QVector<std::pair<QString, QString>> changes; // what is owned, and by which client
-    for (int i = 0; i < newList.size(); ++i) {
-        const Owner& owner = newList.at(i);
-        const QString& owned = owner.GetOwnedGUID();
-        if (after.indexOf(owned, i) != i)
-            continue;
-        const Owner* const old = before.find(owned, i);
-        if (!old || (!old->IsSameAs(owner) && *old != owner))
-            changes.append({owned, owner.GetClientID()});
+    for (const int place : others) {
+        if (m_index.isFirst(place))
+            changes.append({newList.at(place).GetOwnedGUID(), newList.at(place).GetClientID()});
     }
-    for (const Owner& owner : oldList) {
-        const QString& owned = owner.GetOwnedGUID();
-        if (before.find(owned) == &owner && !after.find(owned))
-            changes.append({owned, QString()});
-    }
+    for (const QString& owned : qAsConst(lost))
+        changes.append({owned, QString()});
     const QPointer<KoltaOwnerObserver> guard(this);
     for (const auto& [owned, client] : changes) {
         Q_EMIT si_OwnerChanged(owned, client);

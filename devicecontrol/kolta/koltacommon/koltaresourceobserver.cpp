@@ -1,6 +1,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 
 #include <koltacommon/guidtext.h>
+#include <koltacommon/listmatching.h>
 #include <koltacommon/powercontrolcmd.h>
 #include <koltacommon/servernodes.h>
 #include <koltacommon/tavikresourceconverter.h>
@@ -92,65 +93,6 @@ void makeIndexFor(GuidIndex<Element>& index, const QVector<Element>& list)
         index.rebuild(list);
 }
 
-/// Where the elements of a list stand in the list that follows it. The same records, which nothing happened
-/// to, are found without a look into them; they stand a fixed number of places away, as a rule.
-template<class Element>
-class Matching
-{
-public:
-    Matching(const QVector<Element>& before, const QVector<Element>& after, const GuidIndex<Element>& index)
-        : m_before(before)
-        , m_after(after)
-        , m_index(index)
-        , m_newPlaces(static_cast<std::size_t>(before.size()), -1)
-    {
-    }
-
-    /// Finds where the element at the next place of the new list stood; -1 when it is new.
-    int next(bool& isSame)
-    {
-        const int expected = m_place + m_shift;
-        isSame = m_index.isUnique() && expected >= 0 && expected < m_before.size() &&
-                 m_before.at(expected).IsSameAs(m_after.at(m_place));
-        const int old = isSame ? expected : m_index.indexOf(ResourceGuid::of(m_after.at(m_place)), expected);
-        if (old < 0) {
-            m_fresh.push_back(m_place);
-        } else {
-            m_shift = old - m_place;
-            int& newPlace = m_newPlaces[static_cast<std::size_t>(old)];
-            m_isUnique = m_isUnique && newPlace < 0;
-            newPlace = m_place;
-        }
-        m_samePlaces = m_samePlaces && old == m_place;
-        ++m_place;
-        return old;
-    }
-
-    bool isGone(int old) const { return m_newPlaces[static_cast<std::size_t>(old)] < 0; }
-    int added() const { return static_cast<int>(m_fresh.size()); }
-    /// Makes the index of the old list, when all elements were gone through, the one of the new list.
-    void hand(GuidIndex<Element>& index) const
-    {
-        if (m_samePlaces && m_before.size() == m_after.size())
-            index.moveTo(m_after);
-        else if (m_isUnique)
-            index.rebuild(m_after, GuidIndex<Element>(index), m_newPlaces, m_fresh);
-        else
-            index.rebuild(m_after);
-    }
-
-private:
-    const QVector<Element>& m_before;
-    const QVector<Element>& m_after;
-    const GuidIndex<Element>& m_index;
-    int m_place = 0;
-    int m_shift = 0;
-    bool m_samePlaces = true;
-    bool m_isUnique = true; ///< no two of the new list were found as one of the old
-    std::vector<int> m_newPlaces;
-    std::vector<int> m_fresh;
-};
-
 /// Appends the differences of one list. `index` is the index of any list; it serves the old list and is
 /// handed on to the new one.
 template<class Element>
@@ -158,7 +100,7 @@ void compareLists(const QVector<Element>& before, const QVector<Element>& after,
                   eChangeKind added, eChangeKind removed, Changes& changes)
 {
     makeIndexFor(index, before);
-    Matching<Element> matching(before, after, index);
+    ListMatching<Element> matching(before, after, index);
     for (const Element& element : after) {
         bool isSame = false;
         const int old = matching.next(isSame);

@@ -3,6 +3,7 @@
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/listmatching.h>
 #include <koltacommon/processorfacts.h>
 #include <koltacommon/resourcedemandclassobserver.h>
 #include <koltacommon/servertuners.h>
@@ -149,15 +150,11 @@ void TunerBoard::readResources()
 /// False when they are not the same tuners at the same places; `places` are those of changed records else.
 bool TunerBoard::takeTuners(const QVector<Tuner>& tuners, std::vector<int>& places)
 {
-    if (tuners.size() != m_list.size())
+    const auto haveOneGuid = [](const Tuner& a, const Tuner& b) {
+        return ResourceGuid::of(a) == ResourceGuid::of(b);
+    };
+    if (!findChangedPlaces(m_list, tuners, haveOneGuid, places))
         return false;
-    for (int place = 0; place < tuners.size(); ++place) {
-        if (m_list.at(place).IsSameAs(tuners.at(place)))
-            continue;
-        if (ResourceGuid::of(m_list.at(place)) != ResourceGuid::of(tuners.at(place)))
-            return false;
-        places.push_back(place);
-    }
     m_list = tuners;
     m_index.moveTo(tuners);
     for (const int place : places)

@@ -2,6 +2,7 @@
 
 #include <koltacommon/guidindex.h>
 #include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/listmatching.h>
 #include <koltacommon/messagejoin.h>
 #include <koltacommon/servernodes.h>
 
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -36,21 +36,18 @@ constexpr const char* kPlannedText = QT_TRANSLATE_NOOP("Kolta::TunerBookingManag
 enum eTracePoint : int { eReportException = 100, eNotInitialized = 200 };
 constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/tunerbookingmanager");
 
-/// Where the reported state differs, when both lists have the same GUIDs at the same places; else nothing.
-/// Records that are the same are not looked into: large lists do not fit into the cache.
-std::optional<std::vector<int>> changedPlaces(const QVector<Tuner>& before, const QVector<Tuner>& after)
+/// Goes along both lists. The places where another state is reported than before, new tuners included; the
+/// same records have theirs already.
+std::vector<int> otherStates(const QVector<Tuner>& before, const QVector<Tuner>& after,
+                             ListMatching<Tuner>& matching)
 {
-    if (before.size() != after.size())
-        return std::nullopt;
     std::vector<int> places;
-    for (int i = 0; i < after.size(); ++i) {
-        if (before.at(i).IsSameAs(after.at(i)))
-            continue;
-        if (ResourceGuid::of(before.at(i)) != ResourceGuid::of(after.at(i)))
-            return std::nullopt;
-        if (TunerBookingManager::reportedState(before.at(i)) !=
-            TunerBookingManager::reportedState(after.at(i)))
-            places.push_back(i);
+    for (int place = 0; place < after.size(); ++place) {
+        bool isSame = false;
+        const int old = matching.next(isSame);
+        if (!isSame && (old < 0 || TunerBookingManager::reportedState(before.at(old)) !=
+                                       TunerBookingManager::reportedState(after.at(place))))
+            places.push_back(place);
     }
     return places;
 }
@@ -298,14 +295,14 @@ void TunerBookingManager::sl_updateTuners(const ResourceOverview& overview)
 {
     const ResourceOverview previous = std::exchange(m_overview, overview);
     const QVector<Tuner>& after = tuners();
-    const auto places = m_listedGuids.isUnique() ? changedPlaces(previous.GetTuner(), after) : std::nullopt;
-    if (places) {
-        // The usual case: what the server reports as before has its state already, so no look-up is needed.
-        m_listedGuids.moveTo(after);
-        for (const int place : *places)
+    const bool wasUnique = m_listedGuids.isUnique();
+    ListMatching<Tuner> matching(previous.GetTuner(), after, m_listedGuids);
+    const std::vector<int> places = otherStates(previous.GetTuner(), after, matching);
+    matching.hand(m_listedGuids);
+    if (wasUnique && m_listedGuids.isUnique()) {
+        for (const int place : places)
             enter(after.at(place));
     } else {
-        m_listedGuids.rebuild(after);
         for (const Tuner& tuner : after)
             enter(tuner);
     }

@@ -2,6 +2,7 @@
 
 #include <koltacommon/defaulttunerhierarchy.h>
 #include <koltacommon/idtable.h>
+#include <koltacommon/listmatching.h>
 #include <koltacommon/tunerclasstreebuilder.h>
 #include <koltacommon/tuneridgetter.h>
 
@@ -214,18 +215,12 @@ bool TunerClassTree::refresh(const ResourceOverview& resources, std::vector<int>
 {
     const QVector<Tuner>& before = m_resources.GetTuner();
     const QVector<Tuner>& after = resources.GetTuner();
+    const auto haveOneId = [this](const Tuner& a, const Tuner& b) {
+        return TunerIdGetter::idOf(m_tunerClasses, a) == TunerIdGetter::idOf(m_tunerClasses, b);
+    };
     changed.clear();
-    if (before.size() != after.size() || m_root->m_class->changes->revision != m_builtRevision)
-        return false;
-    for (int i = 0; i < after.size(); ++i) {
-        if (before.at(i).IsSameAs(after.at(i)))
-            continue;
-        if (TunerIdGetter::idOf(m_tunerClasses, before.at(i)) !=
-            TunerIdGetter::idOf(m_tunerClasses, after.at(i)))
-            return false;
-        changed.push_back(i);
-    }
-    if (!changed.empty() && !itemIndex().unique)
+    if (m_root->m_class->changes->revision != m_builtRevision ||
+        !findChangedPlaces(before, after, haveOneId, changed) || (!changed.empty() && !itemIndex().unique))
         return false;
 
     // The list is kept and changed in place, so that pointers to its records stay good.
