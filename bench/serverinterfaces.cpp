@@ -26,26 +26,25 @@ namespace {
 using Kolta::KoltaServerRegistry;
 
 constexpr int kMany = 100;
-constexpr int kFew = 10;
 
 /// Servers of the sample installation, published in the value tree.
 class Servers
 {
 public:
-    explicit Servers(int count)
+    Servers(int count, int number)
     {
         QString error;
         KoltaSimulation::Installation installation;
         require(installation.load(QStringLiteral(KOLTA_INSTALLATION_DIR), error), "the installation is bad");
         for (int i = 0; i < count; ++i) {
-            installation.setServerName(QStringLiteral("B%1-%2").arg(count).arg(i));
+            installation.setServerName(QStringLiteral("B%1-%2").arg(number).arg(i));
             m_servers.push_back(std::make_unique<KoltaSimulation::SimulatedServer>(installation));
             m_servers.back()->publish();
         }
     }
 
     /// Binds an interface to every server, with all its parts, and lets them go again.
-    void bindAll() const
+    void work() const
     {
         auto& registry = KoltaServerRegistry::Instance();
         for (const auto& server : m_servers) {
@@ -71,21 +70,8 @@ private:
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
 };
 
-Sides bindingGrowth()
-{
-    const auto large = std::make_shared<Servers>(kMany);
-    const auto small = std::make_shared<Servers>(kFew);
-    constexpr int equalWork = kMany / kFew;
-    const auto bindSmall = [small] {
-        for (int i = 0; i < equalWork; ++i)
-            small->bindAll();
-    };
-    return {timed([large] { large->bindAll(); }), timed(bindSmall, equalWork)};
-}
-
-const bool added =
-    addFigure({"server_interfaces_100_growth_over_10", "itself with 10 servers: bound, mirrored and ready",
-               12, Unit::Time, bindingGrowth});
+const bool added = addFigure({"server_interfaces_growth_at_equal_bytes", kOfTenths, 1.25, Unit::Time,
+                              [] { return growthAtEqualBytes<Servers>(kMany); }});
 
 } // namespace
 

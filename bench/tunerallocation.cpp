@@ -255,14 +255,19 @@ struct DefaultHierarchy
     QVector<ResourceDemandClass> demandClasses;
 };
 
-/// Two overviews as they come from a server one after the other, with 1 % of the tuners changed.
+/// Two overviews as they come from a server one after the other, with 1 % of the tuners changed; shifted:
+/// with one more at the front and one less at the end, besides.
 struct Generations
 {
-    explicit Generations(int tunerCount) : changes(tunerCount / 100)
+    explicit Generations(int tunerCount, bool isShifted = false) : changes(tunerCount / 100)
     {
         REPORTGENERATOR::TextReader reader;
         ResourceOverview overview = KoltaSimulation::makeResources(tunerCount, 1);
         reader.read(overview.GetXmlString(), overviews[0]);
+        if (isShifted) {
+            overview.EditTuner().prepend(KoltaSimulation::makeTuner(tunerCount, 1));
+            overview.EditTuner().removeLast();
+        }
         for (int i = 50; i < tunerCount; i += 100) {
             Tuner& tuner = overview.EditTuner()[i];
             tuner.SetIdle(!tuner.GetIdle());
@@ -283,7 +288,8 @@ struct Generations
 
 struct BookingUpdate
 {
-    explicit BookingUpdate(int tunerCount, int /*number*/ = 0) : generations(tunerCount)
+    explicit BookingUpdate(int tunerCount, int /*number*/ = 0, bool isShifted = false)
+        : generations(tunerCount, isShifted)
     {
         manager.sl_updateTuners(generations.overviews[0]);
         QObject::connect(&manager, &TunerBookingManager::si_TunerStateChanged, [this] { ++announced; });
@@ -301,16 +307,18 @@ struct BookingUpdate
     TunerBookingManager manager;
 };
 
+template<bool isShifted>
 Sides bookingAgainstPass()
 {
-    const auto update = std::make_shared<BookingUpdate>(kMany);
+    const auto update = std::make_shared<BookingUpdate>(kMany, 0, isShifted);
     const auto pass = [update] {
         const QVector<Tuner>& before = update->generations.overviews[0].GetTuner();
         const QVector<Tuner>& after = update->generations.overviews[1].GetTuner();
         int changes = 0;
-        for (int i = 0; i < after.size(); ++i) {
-            if (!before.at(i).IsSameAs(after.at(i)))
-                changes += before.at(i).GetIdle() != after.at(i).GetIdle();
+        for (int i = isShifted ? 1 : 0; i < after.size(); ++i) {
+            const Tuner& former = before.at(isShifted ? i - 1 : i);
+            if (!former.IsSameAs(after.at(i)))
+                changes += former.GetIdle() != after.at(i).GetIdle();
         }
         require(changes == update->generations.changes, "the overviews do not share their records");
     };
@@ -408,7 +416,10 @@ const bool selectionAdded = addFigure({"select_tuner_10k_vs_plain_scan",
                                        6.0, Unit::Time, selectionAgainstScan});
 const bool bookingAdded = addFigure({"booking_update_10k_vs_identity_pass",
                                      "one pass over both lists, with a look into the records that changed", 4,
-                                     Unit::Time, bookingAgainstPass});
+                                     Unit::Time, bookingAgainstPass<false>});
+const bool bookingShiftAdded = addFigure({"booking_insert_remove_10k_vs_identity_pass",
+                                          "one pass over both lists, each record beside its former one", 0,
+                                          Unit::Time, bookingAgainstPass<true>});
 
 template<class World>
 bool addGrowth(const char* name)
