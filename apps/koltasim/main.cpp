@@ -100,6 +100,8 @@ int runServer(const Options& options)
     using namespace KoltaSimulation;
     Installation installation;
     QString error;
+    if (!canPublish(options, error))
+        return fail(kExitWrongUsage, error);
     if (!installation.load(options.installation, error))
         return fail(kExitFailed, error);
 

@@ -73,7 +73,26 @@ private:
     const distribution::ServerPolicy m_places;
 };
 
+std::optional<distribution::LinkOptions> linkOptionsOf(const Options& options, const QString& branch,
+                                                       QString& error)
+{
+    using namespace distribution;
+    auto linkOptions = BrokerAddress::FromCommandLine(options.publish, error)
+                           ? LinkOptions::FromConfiguration(options.publish, error, branch)
+                           : std::nullopt;
+    if (linkOptions)
+        linkOptions->takeOver = linkOptions->takeOver || options.takeOver;
+    else
+        error.prepend(QStringLiteral("--publish: "));
+    return linkOptions;
+}
+
 } // namespace
+
+bool canPublish(const Options& options, QString& error)
+{
+    return options.publish.isEmpty() || linkOptionsOf(options, options.branch, error);
+}
 
 std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Options& options,
                                      const PublishingEvents& events, QString& error)
@@ -81,12 +100,9 @@ std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Option
     using namespace distribution;
     const KoltaSimulation::Installation& installation = server.installation();
     const QString branch = options.branch.isEmpty() ? installation.serverName() : options.branch;
-    auto linkOptions = BrokerAddress::FromCommandLine(options.publish, error)
-                           ? LinkOptions::FromConfiguration(options.publish, error, branch)
-                           : std::nullopt;
+    const auto linkOptions = linkOptionsOf(options, branch, error);
     if (!linkOptions)
         return nullptr;
-    linkOptions->takeOver = linkOptions->takeOver || options.takeOver;
 
     const QString base = installation.basePath();
     const QString administration = base + Kolta::ServerNodes::kAdministration;
@@ -112,11 +128,17 @@ std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Option
 
 #else
 
-std::unique_ptr<QObject> publishTree(const KoltaSimulation::SimulatedServer& /*server*/,
-                                     const Options& /*options*/, const PublishingEvents& /*events*/,
-                                     QString& error)
+bool canPublish(const Options& options, QString& error)
 {
     error = QStringLiteral("--publish: built without the distribution of value trees (KOLTA_DISTRIBUTION)");
+    return options.publish.isEmpty();
+}
+
+std::unique_ptr<QObject> publishTree(const KoltaSimulation::SimulatedServer& /*server*/,
+                                     const Options& options, const PublishingEvents& /*events*/,
+                                     QString& error)
+{
+    canPublish(options, error);
     return nullptr;
 }
 

@@ -20,6 +20,8 @@ struct PublishingEvents
     std::function<void(bool isTaken, const QString& reason)> failed;
 };
 
+/// Whether the options make sense for publishTree(), which opens connections; else why not, in one line.
+bool canPublish(const Options& options, QString& error);
 /// Shares the value tree of the server as the options say, for as long as the result lives; what others write
 /// there needs the rights that the server asks for. Null, and why in one line, when that cannot be done.
 std::unique_ptr<QObject> publishTree(const KoltaSimulation::SimulatedServer& server, const Options& options,

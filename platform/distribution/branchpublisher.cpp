@@ -57,6 +57,7 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
     QObject::connect(&m_again, &QTimer::timeout, &m_again, [this] { probe(); });
     OwnerEvents events;
     events.displaced = [this] {
+        m_isUp = false;
         m_again.stop();
         setState(PublicationState::Displaced,
                  QStringLiteral("another process publishes \"%1\" now").arg(m_branch.name));
@@ -68,7 +69,7 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
 
 BranchPublisher::~BranchPublisher()
 {
-    if (m_state == PublicationState::Online)
+    if (m_isUp)
         m_driver.Do([this](qint64 nowMs) { return m_owner->Withdraw(nowMs); });
     m_driver.Stop();
     m_carrier->Close();
@@ -100,15 +101,16 @@ void BranchPublisher::onUp(std::size_t maximumPayload)
         m_carrier->Publish({m_topics.Live(m_branch.name), Encode(dead), Delivery::AtLeastOnce, true, 0});
     }
     m_driver.Do([this, maximumPayload](qint64 nowMs) { return m_owner->OnUp(maximumPayload, nowMs); });
-    m_wasOnline = true;
-    setState(PublicationState::Online);
+    m_isUp = true;
+    m_wasUp = true;
 }
 
 void BranchPublisher::onDown(DownReason reason, const QString& text)
 {
+    m_isUp = false;
     if (m_state != PublicationState::Waiting && m_state != PublicationState::Online)
         return;
-    if (!m_probe && m_wasOnline) {
+    if (!m_probe && m_wasUp) {
         m_driver.Do([this, reason](qint64 nowMs) { return m_owner->OnDown(reason, nowMs); });
         if (m_owner->IsDisplaced())
             return;
@@ -132,6 +134,17 @@ void BranchPublisher::onMessage(const Bytes& bytes, const Bytes& payload)
             return output;
         },
         *topic, payload);
+    // Nobody has the claim while the broker may still refuse it.
+    if (m_isUp && isOwnClaim(*topic, payload))
+        setState(PublicationState::Online);
+}
+
+bool BranchPublisher::isOwnClaim(const Topic& topic, const Bytes& payload) const
+{
+    if (topic.kind != TopicKind::Live)
+        return false;
+    const auto live = DecodeLive(payload);
+    return live && live->state == LiveState::Alive && live->epoch == m_owner->GetEpoch();
 }
 
 /// Does what the probe has found out, from the event loop: an input is being dealt with.
@@ -144,7 +157,7 @@ void BranchPublisher::endProbe()
             return;
         const bool isTaken = m_probe->GetResult() == NameProbe::Result::Taken;
         const QString host = m_probe->GetHost();
-        if (isTaken && m_wasOnline)
+        if (isTaken && m_wasUp)
             end(PublicationState::Displaced,
                 QStringLiteral("another process publishes \"%1\" now, on host %2").arg(m_branch.name, host));
         else if (isTaken && !m_options.takeOver)
@@ -172,6 +185,7 @@ void BranchPublisher::end(PublicationState state, const QString& reason)
     m_driver.Stop();
     m_again.stop();
     m_carrier->Close();
+    m_isUp = false;
     setState(state, reason);
 }
 

@@ -56,6 +56,7 @@ private:
     void onRefused(const Bytes& topic, const QString& text);
     void endProbe();
     void end(PublicationState state, const QString& reason);
+    bool isOwnClaim(const Topic& topic, const Bytes& payload) const;
     void setState(PublicationState state, const QString& reason = QString());
 
     const LinkOptions m_options;
@@ -69,8 +70,9 @@ private:
     BranchDriver m_driver;
     QTimer m_again;
     PublicationState m_state = PublicationState::Waiting;
-    QUuid m_displaced; ///< epoch of the owner that is displaced by this one
-    bool m_wasOnline = false;
+    QUuid m_displaced;   ///< epoch of the owner that is displaced by this one
+    bool m_isUp = false; ///< the owner's connection is
+    bool m_wasUp = false;
 };
 
 } // namespace distribution

@@ -64,7 +64,7 @@ MirrorLink::MirrorLink(ChangeCollector& collector, StatePacker& packer, std::uni
     , m_carrier(std::move(carrier))
 {
     m_carrier->onUp = [this](std::size_t maximumPayload) { onUp(maximumPayload); };
-    m_carrier->onDown = [this](DownReason, const QString& text) { onDown(text); };
+    m_carrier->onDown = [this](DownReason reason, const QString& text) { onDown(reason, text); };
     m_carrier->onMessage = [this](const Bytes& topic, const Bytes& payload) { onMessage(topic, payload); };
     m_carrier->onRefused = [this](const Bytes& topic, const QString& text) { onRefused(topic, text); };
     m_carrier->Open({m_topics.Presence(m_options.User(), m_options.session), {}}, {});
@@ -139,6 +139,7 @@ void MirrorLink::subscribe()
 void MirrorLink::onUp(std::size_t maximumPayload)
 {
     m_isUp = true;
+    m_isRefused = false;
     m_maximumPayload = maximumPayload;
     PresenceMessage presence;
     presence.host = m_options.host;
@@ -151,9 +152,10 @@ void MirrorLink::onUp(std::size_t maximumPayload)
     m_events.linkChanged(true, QString());
 }
 
-void MirrorLink::onDown(const QString& text)
+void MirrorLink::onDown(DownReason reason, const QString& text)
 {
     m_isUp = false;
+    m_isRefused = reason == DownReason::Refused;
     for (const auto& [name, branch] : m_branches) {
         BranchMirror* const mirror = &branch->mirror;
         branch->driver.Do([mirror](qint64 nowMs) { return mirror->OnDown(nowMs); });
@@ -177,6 +179,7 @@ void MirrorLink::onRefused(const Bytes& bytes, const QString& text)
     // Who may not read all branches sees none: whoever waits for them has to know why.
     const auto filters = m_topics.MirrorFilters(QString(), m_options.collections);
     if (std::find(filters.begin(), filters.end(), bytes) != filters.end()) {
+        m_isRefused = true;
         m_events.linkChanged(m_isUp, line);
         return;
     }

@@ -37,6 +37,8 @@ public:
     void Exclude(const QString& branch) { m_excluded.append(branch); }
 
     bool IsUp() const noexcept { return m_isUp; }
+    /// The broker does not admit this process, or does not let it read; waiting does not help.
+    bool IsRefused() const noexcept { return m_isRefused; }
     /// Null for a branch that nobody has heard of.
     const BranchMirror* Find(const QString& branch) const;
     QStringList GetBranches() const;
@@ -50,7 +52,7 @@ private:
     Branch* branch(const QString& name);
     void subscribe();
     void onUp(std::size_t maximumPayload);
-    void onDown(const QString& text);
+    void onDown(DownReason reason, const QString& text);
     void onMessage(const Bytes& bytes, const Bytes& payload);
     void onRefused(const Bytes& bytes, const QString& text);
 
@@ -65,6 +67,7 @@ private:
     std::map<QString, std::unique_ptr<Branch>> m_branches;
     std::size_t m_maximumPayload = 0;
     bool m_isUp = false;
+    bool m_isRefused = false;
 };
 
 } // namespace distribution

@@ -11,6 +11,7 @@
 
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QMetaMethod>
 #include <QTimer>
 
 #include <algorithm>
@@ -21,6 +22,12 @@ namespace {
 
 /// For so long after the last news branches that nobody has named are still looked for.
 constexpr int kDiscoveryMs = 300;
+
+/// Nothing is to be expected of it for now.
+bool isGone(BranchState state)
+{
+    return state == BranchState::Lost || state == BranchState::Withdrawn || state == BranchState::Forbidden;
+}
 
 enum eTracePoint : int { ePublication = 1, eLinkDown = 2, eBranch = 3, eWishFailed = 4 };
 constexpr Startup::TraceSource kTrace("platform/distribution/treelink", Startup::eTraceWarning);
@@ -83,11 +90,14 @@ bool TreeLink::publish(const QString& branch, const QStringList& roots, const QS
     m_published.push_back(std::make_unique<BranchPublisher>(
         *m_collector, *m_packer, m_carriers(), m_options, PublishedBranch{branch, roots, sentinel},
         std::move(policy), [this, branch](PublicationState state, const QString& reason) {
-            if (!reason.isEmpty())
+            const bool isOver = state != PublicationState::Online && state != PublicationState::Waiting;
+            const auto failed = QMetaMethod::fromSignal(&TreeLink::si_PublicationFailed);
+            // Once: by whoever wants to hear of it, else here.
+            if (!reason.isEmpty() && !(isOver && isSignalConnected(failed)))
                 kTrace(ePublication, QStringLiteral("Branch \"%1\": %2").arg(branch, reason));
             if (state == PublicationState::Online)
                 Q_EMIT si_Published(branch);
-            else if (state != PublicationState::Waiting)
+            else if (isOver)
                 Q_EMIT si_PublicationFailed(branch, state, reason);
         }));
     return true;
@@ -171,14 +181,16 @@ bool TreeLink::areLive(const QStringList& branches) const
     if (!isOnline())
         return false;
     const QStringList known = m_mirrors->GetBranches();
-    const QStringList& wanted = branches.isEmpty() ? known : branches;
-    return !wanted.isEmpty() &&
-           std::all_of(wanted.begin(), wanted.end(), [this, &branches](const QString& name) {
-               const BranchMirror* const mirror = m_mirrors->Find(name);
-               // Of those that were not named the dead ones do not count.
-               return mirror && (mirror->GetState() == BranchState::Live ||
-                                 (branches.isEmpty() && mirror->GetState() == BranchState::Withdrawn));
-           });
+    const auto stateOf = [this](const QString& name) {
+        const BranchMirror* const mirror = m_mirrors->Find(name);
+        return mirror ? mirror->GetState() : BranchState::Unknown;
+    };
+    const auto isLive = [&](const QString& name) { return stateOf(name) == BranchState::Live; };
+    if (!branches.isEmpty())
+        return std::all_of(branches.begin(), branches.end(), isLive);
+    return std::any_of(known.begin(), known.end(), isLive) &&
+           std::all_of(known.begin(), known.end(),
+                       [&](const QString& name) { return isLive(name) || isGone(stateOf(name)); });
 }
 
 bool TreeLink::waitForLive(const QStringList& branches, int milliseconds)
@@ -190,7 +202,9 @@ bool TreeLink::waitForLive(const QStringList& branches, int milliseconds)
     bool isLive = false;
     const auto look = [&] {
         isLive = areLive(branches);
-        if (!isLive)
+        if (m_mirrors && m_mirrors->IsRefused())
+            loop.quit();
+        else if (!isLive)
             settled.stop();
         else if (branches.isEmpty())
             settled.start(kDiscoveryMs);

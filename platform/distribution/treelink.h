@@ -73,8 +73,9 @@ public:
     bool isOnline() const;
     /// By name.
     QVector<BranchStatus> branches() const;
-    /// Runs the event loop until the named branches are live, or, when none is named, those that have been
-    /// heard of and at least one; false when that takes more than `milliseconds`.
+    /// Runs the event loop until the named branches are live, or, when none is named, at least one and all
+    /// that have been heard of but those that are known to be gone. False when that takes more than
+    /// `milliseconds`, and at once when the broker does not admit this process.
     bool waitForLive(const QStringList& branches, int milliseconds);
 
     /// Large values travel as differences in any case.
@@ -84,7 +85,8 @@ Q_SIGNALS:
     /// Of the mirrors' connection. `reason`: why it is down, in one line.
     void si_LinkChanged(bool online, const QString& reason);
     void si_BranchChanged(const QString& branch, distribution::BranchState state);
-    /// The branch is published, and will be until si_PublicationFailed, or again after a loss of the line.
+    /// The branch is published, the broker has taken the claim to it, and will be until si_PublicationFailed,
+    /// or again after a loss of the line.
     void si_Published(const QString& branch);
     /// The branch is not published, for the reason that `state` names, and nothing is tried any more.
     void si_PublicationFailed(const QString& branch, distribution::PublicationState state,
