@@ -22,10 +22,13 @@ constexpr char kWorkingState[] = "/ConnectManager/AdminTree/S1/ADMINISTRATION/Wo
 class Program : public QProcess
 {
 public:
-    Program(const char* path, const QStringList& arguments, const QString& configuration)
+    Program(const char* path, const QStringList& arguments, const QString& configuration,
+            const QString& data = QString())
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("KOLTA_CONFIG"), configuration);
+        if (!data.isEmpty())
+            environment.insert(QStringLiteral("XDG_DATA_HOME"), data);
         setProcessEnvironment(environment);
         start(QLatin1String(path), arguments);
     }
@@ -164,6 +167,88 @@ private Q_SLOTS:
                                  kPatience);
         QVERIFY(!m_told.contains("unknown user"));
         m_told.clear();
+    }
+
+    /// What a broker refuses is told once and at once, and not before it was published after all.
+    void refusedByTheBroker()
+    {
+        LocalBroker::Settings settings;
+        settings.users = {{"visitor", "right"}};
+        settings.accessList = LocalBroker::AccessList("kolta", {"S1"});
+        LocalBroker broker(settings);
+        QString error;
+        QVERIFY2(broker.start(error), qPrintable(error));
+        const QString configuration = m_folder.filePath(QStringLiteral("visitor.ini"));
+        const auto configure = [&](const char* password) {
+            QFile secret(m_folder.filePath(QStringLiteral("password")));
+            QFile file(configuration);
+            return secret.open(QIODevice::WriteOnly) && secret.write(password) > 0 &&
+                   file.open(QIODevice::WriteOnly) &&
+                   file.write("[Distribution]\nUser=visitor\nPasswordFile=" + secret.fileName().toUtf8()) > 0;
+        };
+        QVERIFY(configure("right"));
+        Program server(KOLTASIM_PROGRAM,
+                       {QStringLiteral("--installation"), installationFolder(), QStringLiteral("--publish"),
+                        broker.url()},
+                       configuration);
+        QCOMPARE(server.result(), 1);
+        const QByteArray told = server.readAllStandardError();
+        QVERIFY2(told.count("does not let the user \"visitor\" publish \"S1\"") == 1, told.constData());
+        QCOMPARE(server.readAllStandardOutput().count('\n'), 1);
+
+        QVERIFY(configure("wrong"));
+        Program client(KOLTA_PROGRAM,
+                       {QStringLiteral("status"), QStringLiteral("--tree"), broker.url(),
+                        QStringLiteral("--tree-timeout"), QStringLiteral("3600")},
+                       configuration);
+        QCOMPARE(client.result(), 4);
+        const QByteArray refused = client.readAllStandardError();
+        QVERIFY2(refused.contains("does not admit the user \"visitor\" with this password") &&
+                     refused.count('\n') == 1,
+                 refused.constData());
+    }
+
+    /// What cannot come up ends at once, says why, and leaves no password behind.
+    void installationThatFails()
+    {
+        const auto place = [this](const char* name) { return m_folder.filePath(QLatin1String(name)); };
+        const auto up = [&] {
+            return std::make_unique<Program>(qPrintable(place("bin/kolta")),
+                                             QStringList{QStringLiteral("up")}, configurationFile(),
+                                             place("data"));
+        };
+        const auto simulator = [&](const char* script) {
+            QFile file(place("bin/koltasim"));
+            return file.open(QIODevice::WriteOnly) && file.write(script) > 0 &&
+                   file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        };
+        const auto said = [](Program& program) {
+            const QByteArray code = QByteArray::number(program.result());
+            return QByteArray(code + ' ' + program.readAllStandardError());
+        };
+        QVERIFY(QDir(m_folder.path()).mkpath(place("bin")) &&
+                QDir(m_folder.path()).mkpath(place("share/koltacommon")));
+        QVERIFY(QFile::copy(QLatin1String(KOLTA_PROGRAM), place("bin/kolta")));
+        const QByteArray noSample = said(*up());
+        QVERIFY2(noSample.startsWith("1 kolta: ") &&
+                     noSample.contains("share/koltacommon/installation/insta"),
+                 noSample.constData());
+        QVERIFY(QFile::link(installationFolder(), place("share/koltacommon/installation")));
+        const QByteArray noSimulator = said(*up());
+        QVERIFY2(noSimulator.startsWith("1 kolta: S1 cannot be started: "), noSimulator.constData());
+        QVERIFY(simulator("#!/bin/sh\necho as it must >&2\nexit 7\n"));
+        QCOMPARE(said(*up()), QByteArray("1 kolta: S1 has ended with 7: as it must\n"));
+
+        QVERIFY(simulator("#!/bin/sh\ntouch ${0%/bin/*}/runs\nexec sleep 1000\n"));
+        const auto waiting = up();
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(place("runs")), kPatience);
+        const QFileInfo secrets(place("data/kolta/brokers"));
+        constexpr auto others = QFile::Permissions(0x77);
+        QCOMPARE(secrets.permissions() & others, QFile::Permissions());
+        QCOMPARE(QDir(secrets.filePath()).entryList(QDir::Files).size(), 1);
+        ::kill(static_cast<pid_t>(waiting->processId()), SIGINT);
+        QCOMPARE(said(*waiting), QByteArray("1 kolta: interrupted\n"));
+        QVERIFY(QDir(secrets.filePath()).isEmpty());
     }
 
     /// One command starts everything; every program of this user is admitted with the URL alone; and nothing

@@ -1,19 +1,26 @@
 #include "localinstallation.h"
 
 #include <kolta/cli/eventwait.h>
+#include <kolta/cli/output.h>
 
 #include <simulation/installation.h>
 #include <simulation/resourcegenerator.h>
+#include <startup/errorhandler.h>
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcessEnvironment>
 #include <QRandomGenerator>
 #include <QTimer>
 
+#include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 
 namespace KoltaCli {
@@ -32,6 +39,18 @@ protected:
     void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
 };
 
+/// The servers' own lines are told as they come: of what goes well there is too much for that, such as a line
+/// for every order.
+QProcessEnvironment environmentOfServers()
+{
+    const QString mask = QStringLiteral("KOLTA_TRACE_MASK");
+    constexpr quint32 problems = Startup::eTraceFatal | Startup::eTraceError | Startup::eTraceWarning;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (!environment.contains(mask))
+        environment.insert(mask, QString::number(Startup::ErrorHandler::Instance().mask() & problems));
+    return environment;
+}
+
 QByteArray freshPassword()
 {
     QByteArray password;
@@ -40,15 +59,45 @@ QByteArray freshPassword()
     return password;
 }
 
-/// Readable for this user alone from the beginning.
+/// Readable for this user alone from the beginning, like the folder, which is made when it is not there.
 bool writeSecret(const QString& path, const QByteArray& content, QString& error)
 {
+    const QFileInfo info(path);
+    const QByteArray folder = QFile::encodeName(info.path());
+    QDir().mkpath(QFileInfo(info.path()).path());
     QFile::remove(path);
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly) &&
-        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.write(content) == content.size())
+    const auto fail = [&error, &path] {
+        error = QStringLiteral("%1: %2").arg(path, qt_error_string(errno));
+        return false;
+    };
+    if ((::mkdir(folder.constData(), S_IRWXU) != 0 && errno != EEXIST) ||
+        ::chmod(folder.constData(), S_IRWXU) != 0)
+        return fail();
+    const int made = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                            S_IRUSR | S_IWUSR);
+    if (made < 0)
+        return fail();
+    QFile file;
+    if (file.open(made, QIODevice::WriteOnly, QFile::AutoCloseHandle) &&
+        file.write(content) == content.size() && file.flush())
         return true;
     error = QStringLiteral("%1: %2").arg(path, file.errorString());
+    return false;
+}
+
+bool copyFile(const QString& from, const QString& to, const std::function<QByteArray(QByteArray)>& changed,
+              QString& error)
+{
+    QFile source(from);
+    QFile target(to);
+    if (!source.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("%1: %2").arg(from, source.errorString());
+        return false;
+    }
+    const QByteArray content = changed(source.readAll());
+    if (target.open(QIODevice::WriteOnly) && target.write(content) == content.size() && target.flush())
+        return true;
+    error = QStringLiteral("%1: %2").arg(to, target.errorString());
     return false;
 }
 
@@ -69,9 +118,13 @@ LocalInstallation::LocalInstallation(const Settings& settings) : m_settings(sett
 LocalInstallation::~LocalInstallation()
 {
     m_isEnding = true;
-    for (Server& server : m_servers)
-        server.process->terminate();
     for (Server& server : m_servers) {
+        if (server.process)
+            server.process->terminate();
+    }
+    for (Server& server : m_servers) {
+        if (!server.process)
+            continue;
         if (!server.process->waitForFinished(kEndLimitMs))
             server.process->kill();
         server.process->waitForFinished(kEndLimitMs);
@@ -81,23 +134,50 @@ LocalInstallation::~LocalInstallation()
         QFile::remove(m_accessFile);
 }
 
-bool LocalInstallation::start(int milliseconds, QString& error)
+bool LocalInstallation::start(int milliseconds, const std::function<bool()>& isUnwanted, QString& error)
 {
+    if (!m_folder.isValid()) {
+        error = QStringLiteral("no folder for files of the servers: %1").arg(m_folder.errorString());
+        return false;
+    }
     if (!makeBroker(error))
         return false;
     for (int number = 1; number <= m_settings.servers; ++number) {
         if (!makeServer(QStringLiteral("S%1").arg(number), error))
             return false;
     }
+    m_isStarting = true;
     for (Server& server : m_servers)
         startServer(server);
-    const auto isPublished = [](const Server& server) { return server.isPublished; };
-    if (waitUntil([&] { return std::all_of(m_servers.begin(), m_servers.end(), isPublished); }, milliseconds))
+    const auto areUp = [this] {
+        return std::all_of(m_servers.begin(), m_servers.end(),
+                           [](const Server& server) { return server.isPublished; });
+    };
+    const auto hasFailed = [this] {
+        return std::any_of(m_servers.begin(), m_servers.end(),
+                           [](const Server& server) { return !server.problem.isEmpty(); });
+    };
+    waitUntil([&] { return isUnwanted() || hasFailed() || areUp(); }, milliseconds);
+    m_isStarting = false;
+    if (!isUnwanted() && !hasFailed() && areUp())
         return true;
-    const auto missing = std::find_if_not(m_servers.begin(), m_servers.end(), isPublished);
-    error = QStringLiteral("%1 did not come up: %2")
-                .arg(missing->name, QString::fromUtf8(missing->process->readAllStandardError()).simplified());
+    error = isUnwanted() ? QStringLiteral("interrupted") : whyNotUp(milliseconds);
     return false;
+}
+
+QString LocalInstallation::whyNotUp(int milliseconds) const
+{
+    for (const Server& server : m_servers) {
+        if (!server.problem.isEmpty())
+            return server.problem;
+    }
+    const auto missing = std::find_if_not(m_servers.begin(), m_servers.end(),
+                                          [](const Server& server) { return server.isPublished; });
+    QString text =
+        QStringLiteral("%1 did not come up within %2").arg(missing->name, secondsText(milliseconds));
+    if (!missing->said.isEmpty())
+        text += QStringLiteral(": ") + missing->said;
+    return text;
 }
 
 bool LocalInstallation::makeBroker(QString& error)
@@ -158,50 +238,51 @@ bool LocalInstallation::writeAccess(QString& error) const
 bool LocalInstallation::makeServer(const QString& name, QString& error)
 {
     const QDir sample(KoltaSimulation::Installation::sampleFolder());
+    const QString installation = QStringLiteral("installation.ini");
     Server server;
     server.name = name;
     server.folder = path(name);
     QDir().mkpath(server.folder);
-    for (const QString& file : sample.entryList(QDir::Files))
-        QFile::copy(sample.filePath(file), server.folder + QLatin1Char('/') + file);
-    const auto rewrite = [&](const char* file, const std::function<QByteArray(QByteArray)>& change) {
-        const QString target = server.folder + QLatin1Char('/') + QLatin1String(file);
-        QFile source(sample.filePath(QLatin1String(file)));
-        QFile::remove(target);
-        QFile written(target);
-        if (source.open(QIODevice::ReadOnly) && written.open(QIODevice::WriteOnly) &&
-            written.write(change(source.readAll())) >= 0)
-            return true;
-        error = QStringLiteral("%1: %2").arg(target, written.errorString());
-        return false;
-    };
-    const bool renamed = rewrite("installation.ini", [&](QByteArray text) {
-        return text.replace("Name=S1\n", "Name=" + name.toUtf8() + '\n')
-            .replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n');
-    });
-    const bool equipped =
-        m_settings.tuners == 0 || rewrite("resources.xml", [&](const QByteArray&) {
+    const auto changed = [&](const QString& file, QByteArray content) {
+        if (file == installation)
+            return content.replace("Name=S1\n", "Name=" + name.toUtf8() + '\n')
+                .replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n');
+        if (file == QLatin1String("resources.xml") && m_settings.tuners > 0)
             return KoltaSimulation::makeResources(m_settings.tuners, quint32(m_servers.size() + 1))
                 .GetXmlString()
                 .toUtf8();
-        });
+        return content;
+    };
+    QStringList files = sample.entryList(QDir::Files);
+    if (!files.contains(installation))
+        files.prepend(installation); // it is told that this one is missing
+    for (const QString& file : qAsConst(files)) {
+        const bool isCopied = copyFile(
+            sample.filePath(file), server.folder + QLatin1Char('/') + file,
+            [&](const QByteArray& content) { return changed(file, content); }, error);
+        if (!isCopied)
+            return false;
+    }
     m_servers.push_back(std::move(server));
-    return renamed && equipped;
+    return true;
 }
 
 void LocalInstallation::startServer(Server& server)
 {
     server.isPublished = false;
+    server.said.clear();
     server.process = std::make_unique<Child>();
     QProcess* const process = server.process.get();
     connect(process, &QProcess::readyReadStandardOutput, this, [this, &server] { readOutput(server); });
+    connect(process, &QProcess::readyReadStandardError, this, [this, &server] { readErrors(server); });
     connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
             [this, &server] { onServerEnd(server); });
-    connect(process, &QProcess::readyReadStandardError, this, [this, &server] {
-        if (server.isPublished && !m_isEnding)
-            Q_EMIT si_Told(server.name + QStringLiteral(": ") +
-                           QString::fromUtf8(server.process->readAllStandardError()).trimmed());
+    connect(process, &QProcess::errorOccurred, this, [this, &server](QProcess::ProcessError what) {
+        if (what == QProcess::FailedToStart)
+            onServerEnd(server, QStringLiteral("cannot be started: %1: %2")
+                                    .arg(server.process->program(), server.process->errorString()));
     });
+    process->setProcessEnvironment(environmentOfServers());
     process->start(
         QCoreApplication::applicationDirPath() + QStringLiteral("/koltasim"),
         {QStringLiteral("--installation"), server.folder, QStringLiteral("--publish"), m_broker->url()});
@@ -218,21 +299,46 @@ void LocalInstallation::readOutput(Server& server)
     }
 }
 
+void LocalInstallation::readErrors(Server& server)
+{
+    server.process->setReadChannel(QProcess::StandardError);
+    while (server.process->canReadLine()) {
+        server.said = QString::fromUtf8(server.process->readLine()).trimmed();
+        if (server.isPublished && !m_isEnding)
+            Q_EMIT si_Told(QStringLiteral("%1: %2").arg(server.name, server.said));
+    }
+    server.process->setReadChannel(QProcess::StandardOutput);
+}
+
 void LocalInstallation::onServerEnd(Server& server)
+{
+    QString how = server.process->exitStatus() == QProcess::CrashExit
+                      ? QStringLiteral("was killed")
+                      : QStringLiteral("has ended with %1").arg(server.process->exitCode());
+    // What a published one has said was told at once.
+    if (!server.isPublished && !server.said.isEmpty())
+        how += QStringLiteral(": ") + server.said;
+    onServerEnd(server, how);
+}
+
+void LocalInstallation::onServerEnd(Server& server, const QString& how)
 {
     if (m_isEnding)
         return;
-    const QString how = server.process->exitStatus() == QProcess::CrashExit
-                            ? QStringLiteral("was killed")
-                            : QStringLiteral("has ended with %1").arg(server.process->exitCode());
-    Q_EMIT si_Told(QStringLiteral("%1 %2").arg(server.name, how));
+    const QString text = QStringLiteral("%1 %2").arg(server.name, how);
+    const bool isStarted = server.process->error() != QProcess::FailedToStart;
+    if (m_isStarting && !(m_settings.restart && isStarted)) {
+        server.problem = text;
+        return;
+    }
+    Q_EMIT si_Told(text);
     if (!m_settings.restart)
         return;
     QTimer::singleShot(kRestartMs, this, [this, &server] {
         startServer(server);
-        server.process->waitForStarted();
-        Q_EMIT si_Told(
-            QStringLiteral("%1 was started again: %2").arg(server.name).arg(server.process->processId()));
+        if (server.process->waitForStarted())
+            Q_EMIT si_Told(
+                QStringLiteral("%1 was started again: %2").arg(server.name).arg(server.process->processId()));
     });
 }
 
@@ -240,7 +346,12 @@ void LocalInstallation::onBrokerEnd()
 {
     if (m_isEnding)
         return;
-    Q_EMIT si_Told(QStringLiteral("the broker has ended"));
+    const QString text = QStringLiteral("the broker has ended");
+    if (m_isStarting && !m_settings.restart) {
+        m_servers.front().problem = text;
+        return;
+    }
+    Q_EMIT si_Told(text);
     if (!m_settings.restart)
         return;
     QTimer::singleShot(kRestartMs, this, [this] {

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -32,8 +33,8 @@ public:
     ~LocalInstallation() override;
 
     /// Starts everything and waits until all servers are published; false, with the reason in one line, when
-    /// that does not come about within `milliseconds`.
-    bool start(int milliseconds, QString& error);
+    /// that does not come about within `milliseconds`, when it cannot any more, and when `isUnwanted()`.
+    bool start(int milliseconds, const std::function<bool()>& isUnwanted, QString& error);
 
     QString url() const { return m_broker->url(); }
     qint64 brokerPid() const { return m_broker->pid(); }
@@ -43,6 +44,8 @@ public:
         QString folder;   ///< with its installation's files
         QString endpoint; ///< HOST:PORT, once it listens
         bool isPublished = false;
+        QString problem; ///< why it will not be published, while all are started
+        QString said;    ///< its last line on standard error
         std::unique_ptr<QProcess> process;
     };
     const std::vector<Server>& servers() const noexcept { return m_servers; }
@@ -58,7 +61,10 @@ private:
     bool makeServer(const QString& name, QString& error);
     void startServer(Server& server);
     void readOutput(Server& server);
+    void readErrors(Server& server);
     void onServerEnd(Server& server);
+    void onServerEnd(Server& server, const QString& how);
+    QString whyNotUp(int milliseconds) const;
     void onBrokerEnd();
     QString path(const QString& name) const { return m_folder.filePath(name); }
 
@@ -68,6 +74,7 @@ private:
     distribution::LocalBroker::Settings m_brokerSettings;
     std::vector<Server> m_servers;
     QString m_accessFile;
+    bool m_isStarting = false;
     bool m_isEnding = false;
 };
 

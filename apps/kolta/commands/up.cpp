@@ -42,7 +42,9 @@ int up(const CommandLine& line)
     QObject::connect(&installation, &LocalInstallation::si_Told,
                      [](const QString& text) { printError(text); });
     QString error;
-    if (!installation.start(line.isSet("timeout") ? line.timeoutMs() : kStartLimitMs, error)) {
+    const int limitMs = line.isSet("timeout") ? line.timeoutMs() : kStartLimitMs;
+    if (!installation.start(
+            limitMs, [&isOver] { return isOver; }, error)) {
         printError(error);
         return eExitFailed;
     }
