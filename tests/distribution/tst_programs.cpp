@@ -100,6 +100,7 @@ private Q_SLOTS:
         QVERIFY(!isUp() && tree.Size() > items - 3);
         const QByteArray dead = health();
         QVERIFY2(dead.startsWith("CRITICAL: S1 is lost | ") && dead.endsWith('2'), dead.constData());
+        goOnWithout(QByteArray("kolta: S1 is lost\n"));
         server = simulator();
         QTRY_VERIFY_WITH_TIMEOUT(isUp() && states.last() == QStringLiteral("live"), kPatience);
 
@@ -311,6 +312,28 @@ private Q_SLOTS:
     }
 
 private:
+    /// Commands work on the servers that are there, but do not order from one for want of another.
+    void goOnWithout(const QByteArray& told)
+    {
+        const QString folder = m_folder.filePath(QStringLiteral("S2"));
+        QFile settings(installationFolder() + QStringLiteral("/installation.ini"));
+        QVERIFY(settings.open(QIODevice::ReadOnly) && QDir().mkpath(folder));
+        QVERIFY(copyInstallation(installationFolder(), folder, "installation.ini",
+                                 settings.readAll().replace("S1\n", "S2\n")));
+        auto other = simulator({QStringLiteral("--installation"), folder});
+        other->line();
+        QCOMPARE(other->line(), QStringLiteral("published as S2"));
+        const auto kolta = [&](const char* words) { return runKolta(words, m_broker.url()); };
+        QCOMPARE(kolta("productions"), QByteArray("nothing runs\n" + told + '0'));
+        QCOMPARE(kolta("productions --server S2"), QByteArray("nothing runs\n0"));
+        QCOMPARE(kolta("productions --server S1 --tree-timeout 3"), QByteArray(told + '4'));
+        const QByteArray unclear = kolta("produce scp --class HF");
+        QVERIFY2(unclear.contains("name one with --server: S1, S2\n1"), unclear.constData());
+        const QByteArray all = kolta("status --json");
+        QVERIFY2(all.contains("\"server\":\"S1\"") && all.contains("\"server\":\"S2\"") && all.endsWith('1'),
+                 all.constData());
+    }
+
     /// What the command prints and, behind it, its exit code.
     QByteArray runKolta(const char* words, const QString& url) const
     {

@@ -9,6 +9,8 @@
 #include <QCoreApplication>
 #include <QEvent>
 
+#include <algorithm>
+
 namespace KoltaCli {
 
 using Kolta::KoltaServerRegistry;
@@ -36,16 +38,36 @@ QVector<Option> EmbeddedInstallation::options(const QVector<Option>& own)
 
 std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::start(const CommandLine& line)
 {
-    return startWith(line, TreeMirror::join);
+    return startFor(line, {});
+}
+
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::startFor(const CommandLine& line,
+                                                                     const QStringList& wanted)
+{
+    auto started = startWith(line, wanted, TreeMirror::join);
+    // Within a shell they were live when it began.
+    const bool isMirrored = started && started->m_mirror && started == shared().lock();
+    return isMirrored && !started->m_mirror->admit(line, wanted) ? nullptr : started;
+}
+
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::reach(const CommandLine& line)
+{
+    return reachFor(line, {});
+}
+
+std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::reachFor(const CommandLine& line,
+                                                                     const QStringList& wanted)
+{
+    return startWith(line, wanted, TreeMirror::reach);
 }
 
 std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::look(const CommandLine& line)
 {
-    return startWith(line, TreeMirror::look);
+    return startWith(line, {}, TreeMirror::look);
 }
 
-std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::startWith(const CommandLine& line,
-                                                                      MirrorStart startMirror)
+std::shared_ptr<EmbeddedInstallation>
+EmbeddedInstallation::startWith(const CommandLine& line, const QStringList& wanted, MirrorStart startMirror)
 {
     if (auto running = shared().lock()) {
         if (!line.isSet("installation") && !line.isSet("tree"))
@@ -65,7 +87,7 @@ std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::startWith(const Comm
         return simulate(line);
     }
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
-    started->m_mirror = startMirror(line);
+    started->m_mirror = startMirror(line, wanted);
     return started->m_mirror ? started : nullptr;
 }
 
@@ -98,11 +120,11 @@ QVector<EmbeddedInstallation::Node> EmbeddedInstallation::nodes() const
 {
     QVector<Node> nodes;
     for (const auto& server : m_servers)
-        nodes.append({server->installation().serverName(), server->installation().basePath()});
+        nodes.append({server->installation().serverName(), server->installation().basePath(), true});
     const auto branches = m_mirror ? m_mirror->branches() : QVector<TreeMirror::Branch>();
     for (const TreeMirror::Branch& branch : branches) {
         if (!branch.basePath.isEmpty())
-            nodes.append({branch.name, branch.basePath});
+            nodes.append({branch.name, branch.basePath, branch.isLive()});
     }
     return nodes;
 }
@@ -110,7 +132,8 @@ QVector<EmbeddedInstallation::Node> EmbeddedInstallation::nodes() const
 QString EmbeddedInstallation::firstPath() const
 {
     const QVector<Node> all = nodes();
-    return all.isEmpty() ? QString() : all.first().basePath;
+    const auto live = std::find_if(all.begin(), all.end(), [](const Node& node) { return node.isLive; });
+    return live == all.end() ? QString() : live->basePath;
 }
 
 QVector<Kolta::KoltaServerInterface*> EmbeddedInstallation::interfaces()

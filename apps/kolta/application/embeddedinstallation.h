@@ -44,7 +44,13 @@ public:
     /// Prints an error and gives null when that fails, and when an option asks for another than the shared
     /// one.
     static std::shared_ptr<EmbeddedInstallation> start(const CommandLine& line);
-    /// The same; but while the servers of a tree must be live there, it takes them here as they are.
+    /// The same, of which only these servers are needed; all when none is named. Of a tree's servers those
+    /// that are not live are told, and it fails when none is.
+    static std::shared_ptr<EmbeddedInstallation> startFor(const CommandLine& line, const QStringList& wanted);
+    /// The same; but takes the servers of a tree as they are, and fails when there are none.
+    static std::shared_ptr<EmbeddedInstallation> reach(const CommandLine& line);
+    static std::shared_ptr<EmbeddedInstallation> reachFor(const CommandLine& line, const QStringList& wanted);
+    /// The same, but does without any.
     static std::shared_ptr<EmbeddedInstallation> look(const CommandLine& line);
     /// A simulated one, without a word about it.
     static std::shared_ptr<EmbeddedInstallation> simulate(const CommandLine& line);
@@ -102,12 +108,14 @@ public:
 
 private:
     EmbeddedInstallation() = default;
-    using MirrorStart = std::unique_ptr<TreeMirror> (*)(const CommandLine& line);
-    static std::shared_ptr<EmbeddedInstallation> startWith(const CommandLine& line, MirrorStart startMirror);
+    using MirrorStart = std::unique_ptr<TreeMirror> (*)(const CommandLine& line, const QStringList& wanted);
+    static std::shared_ptr<EmbeddedInstallation> startWith(const CommandLine& line, const QStringList& wanted,
+                                                           MirrorStart startMirror);
     struct Node
     {
         QString name;
         QString basePath;
+        bool isLive = true;
     };
     QVector<Node> nodes() const;
     QString firstPath() const;

@@ -34,15 +34,32 @@ QVector<Option> Servers::options(const QVector<Option>& own)
                                    "Only this server of the installation; several times for several.")});
 }
 
+std::optional<Servers> Servers::reach(const CommandLine& line)
+{
+    const QStringList wanted = line.values("server");
+    return take(EmbeddedInstallation::reachFor(line, wanted), wanted);
+}
+
 std::optional<Servers> Servers::start(const CommandLine& line)
 {
+    const QStringList wanted = line.values("server");
+    std::optional<Servers> servers = take(EmbeddedInstallation::startFor(line, wanted), wanted);
+    if (servers)
+        servers->keepLive();
+    return servers;
+}
+
+std::optional<Servers> Servers::take(std::shared_ptr<EmbeddedInstallation> installation,
+                                     const QStringList& wanted)
+{
+    if (!installation)
+        return std::nullopt;
     Servers servers;
-    servers.m_installation = EmbeddedInstallation::start(line);
-    if (!servers.m_installation)
-        return std::nullopt;
+    servers.m_installation = std::move(installation);
     servers.m_servers = servers.m_installation->interfaces();
-    if (!servers.keepNamed(line.values("server")))
+    if (!servers.keepNamed(wanted))
         return std::nullopt;
+    servers.m_chosen = servers.names();
     return servers;
 }
 
@@ -78,6 +95,19 @@ bool Servers::keepNamed(const QStringList& wanted)
     return true;
 }
 
+void Servers::keepLive()
+{
+    const TreeMirror* const mirror = m_installation->treeMirror();
+    const auto branches = mirror ? mirror->branches() : QVector<TreeMirror::Branch>();
+    for (const TreeMirror::Branch& branch : branches) {
+        const auto isIt = [&branch](const Server* server) { return server->getAddress() == branch.name; };
+        if (!branch.isLive())
+            m_servers.erase(std::remove_if(m_servers.begin(), m_servers.end(), isIt), m_servers.end());
+        if (branch.hasLeft())
+            m_chosen.removeAll(branch.name);
+    }
+}
+
 bool Servers::waitUntilUp(int timeoutMs) const
 {
     const auto isDown = [](const Server* server) { return !isUp(*server); };
@@ -93,9 +123,9 @@ bool Servers::waitUntilUp(int timeoutMs) const
 
 Server* Servers::only() const
 {
-    if (m_servers.size() == 1)
+    if (m_servers.size() == 1 && m_chosen.size() == 1)
         return m_servers.first();
-    printError(QStringLiteral("there are several servers, name one with --server: %1").arg(listed(names())));
+    printError(QStringLiteral("there are several servers, name one with --server: %1").arg(listed(m_chosen)));
     return nullptr;
 }
 

@@ -48,9 +48,9 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
     return std::unique_ptr<TreeMirror>(new TreeMirror(std::move(parts)));
 }
 
-bool TreeMirror::waitForLive(int milliseconds)
+bool TreeMirror::waitForLive(const QStringList& wanted, int milliseconds)
 {
-    return d->link.waitForLive({}, milliseconds);
+    return d->link.waitForLive(wanted, milliseconds);
 }
 
 bool TreeMirror::isOnline() const
@@ -69,10 +69,8 @@ QVector<TreeMirror::Branch> TreeMirror::branches() const
         branch.epoch = status.epoch.isNull() ? QString() : status.epoch.toString(QUuid::WithoutBraces);
         branch.beatAgeMs = status.beatAgeMs;
         branch.openWishes = static_cast<int>(status.openWishes);
-        QStringList numbers;
-        for (const distribution::ChannelNumber& channel : status.numbers)
-            numbers.append(QString::number(channel.number));
-        branch.numbers = numbers.join(QLatin1Char(' '));
+        for (const distribution::ChannelNumber& number : status.numbers)
+            branch.numbers.append({number.channel, number.number});
         for (const QString& root : status.roots) {
             if (root.startsWith(QLatin1String("/ConnectManager/AdminTree/")))
                 branch.basePath = root;
@@ -100,7 +98,7 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
     return nullptr;
 }
 
-bool TreeMirror::waitForLive(int /*milliseconds*/)
+bool TreeMirror::waitForLive(const QStringList& /*wanted*/, int /*milliseconds*/)
 {
     return false;
 }
@@ -145,27 +143,68 @@ QString TreeMirror::urlOf(const CommandLine& line)
                : environment;
 }
 
-std::unique_ptr<TreeMirror> TreeMirror::join(const CommandLine& line)
+std::unique_ptr<TreeMirror> TreeMirror::join(const CommandLine& line, const QStringList& wanted)
 {
     auto mirror = open(line);
-    if (!mirror || mirror->waitForLive(line.number("tree-timeout") * 1000))
-        return mirror;
-    QStringList states;
-    for (const Branch& branch : mirror->branches())
-        states.append(QStringLiteral("%1 is %2").arg(branch.name, branch.state));
-    printError(!mirror->problem().isEmpty() ? mirror->problem()
-               : states.isEmpty()           ? QStringLiteral("no server publishes itself there")
-                                            : listed(states));
-    setStartFailure(eExitNoTree);
-    return nullptr;
+    return mirror && mirror->admit(line, wanted) ? std::move(mirror) : nullptr;
 }
 
-std::unique_ptr<TreeMirror> TreeMirror::look(const CommandLine& line)
+std::unique_ptr<TreeMirror> TreeMirror::reach(const CommandLine& line, const QStringList& wanted)
+{
+    auto mirror = look(line, wanted);
+    if (mirror && mirror->branches().isEmpty()) {
+        mirror->fail(QStringLiteral("no server publishes itself there"));
+        return nullptr;
+    }
+    return mirror;
+}
+
+std::unique_ptr<TreeMirror> TreeMirror::look(const CommandLine& line, const QStringList& wanted)
 {
     auto mirror = open(line);
     if (mirror)
-        mirror->waitForLive(line.number("tree-timeout") * 1000);
+        mirror->waitForLive(wanted, line.number("tree-timeout") * 1000);
     return mirror;
+}
+
+bool TreeMirror::admit(const CommandLine& line, const QStringList& wanted)
+{
+    RollCall found = callRoll(wanted);
+    if (!found.isAnyLive || !found.missing.isEmpty()) {
+        waitForLive(wanted, line.number("tree-timeout") * 1000);
+        found = callRoll(wanted);
+    }
+    const QString missing = listed(found.missing);
+    if (!found.isAnyLive)
+        return fail(missing.isEmpty() ? QStringLiteral("no server publishes itself there") : missing);
+    if (!missing.isEmpty())
+        printError(missing);
+    return true;
+}
+
+TreeMirror::RollCall TreeMirror::callRoll(const QStringList& wanted) const
+{
+    RollCall found;
+    QStringList unknown = wanted;
+    for (const Branch& branch : branches()) {
+        unknown.removeAll(branch.name);
+        if (!wanted.isEmpty() && !wanted.contains(branch.name))
+            continue;
+        found.isAnyLive = found.isAnyLive || branch.isLive();
+        if (!branch.isLive() && !(wanted.isEmpty() && branch.hasLeft()))
+            found.missing.append(QStringLiteral("%1 is %2").arg(branch.name, branch.state));
+    }
+    for (const QString& name : qAsConst(unknown))
+        found.missing.append(QStringLiteral("%1 is not known").arg(name));
+    return found;
+}
+
+/// What the broker has to say goes first.
+bool TreeMirror::fail(const QString& unlessProblem) const
+{
+    printError(problem().isEmpty() ? unlessProblem : problem());
+    setStartFailure(eExitNoTree);
+    return false;
 }
 
 const QString& TreeMirror::problem() const noexcept
@@ -180,9 +219,12 @@ int TreeMirror::reconnections() const noexcept
 
 QJsonObject TreeMirror::Branch::toJson() const
 {
-    QJsonObject object{{QStringLiteral("branch"), name},     {QStringLiteral("state"), state},
-                       {QStringLiteral("host"), host},       {QStringLiteral("epoch"), epoch},
-                       {QStringLiteral("numbers"), numbers}, {QStringLiteral("openWishes"), openWishes}};
+    QJsonObject newest;
+    for (const auto& [channel, number] : numbers)
+        newest[QString::number(channel)] = static_cast<double>(number);
+    QJsonObject object{{QStringLiteral("branch"), name},    {QStringLiteral("state"), state},
+                       {QStringLiteral("host"), host},      {QStringLiteral("epoch"), epoch},
+                       {QStringLiteral("numbers"), newest}, {QStringLiteral("openWishes"), openWishes}};
     if (beatAgeMs >= 0)
         object[QStringLiteral("beatAgeMs")] = static_cast<double>(beatAgeMs);
     return object;

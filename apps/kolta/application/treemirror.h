@@ -29,15 +29,21 @@ public:
     /// Begins to mirror all branches at urlOf(). Null, and an error is printed, when the URL does not fit or
     /// a word of the command line has a password.
     static std::unique_ptr<TreeMirror> open(const CommandLine& line);
-    /// The same, and waits as long as --tree-timeout allows until those that there are are live. Null, and an
-    /// error with the states is printed, when that does not happen; the command then ends with eExitNoTree.
-    static std::unique_ptr<TreeMirror> join(const CommandLine& line);
+    /// The same, and admit()s them; the command ends with eExitNoTree when that fails.
+    static std::unique_ptr<TreeMirror> join(const CommandLine& line, const QStringList& wanted);
+    /// The same, but takes the branches as they are when that time is over; null, and an error is printed,
+    /// only when there are none.
+    static std::unique_ptr<TreeMirror> reach(const CommandLine& line, const QStringList& wanted);
+    /// The same, but does without any.
+    static std::unique_ptr<TreeMirror> look(const CommandLine& line, const QStringList& wanted);
 
-    /// The same, but takes the branches as they are when that time is over.
-    static std::unique_ptr<TreeMirror> look(const CommandLine& line);
-
-    /// Runs the event loop until all branches are live, and at least one; false when that takes longer.
-    bool waitForLive(int milliseconds);
+    /// Waits as long as --tree-timeout allows until the branches `wanted` are live, or, when none is named,
+    /// at least one and all that are not known to be gone. Tells in one line which are not then. False when
+    /// none is.
+    bool admit(const CommandLine& line, const QStringList& wanted);
+    /// Runs the event loop until these branches are live, or, when none is named, at least one and all that
+    /// are not known to be gone; false when that takes longer.
+    bool waitForLive(const QStringList& wanted, int milliseconds);
     /// Why there is no connection to the broker, in one line; empty while there is one.
     const QString& problem() const noexcept;
     bool isOnline() const;
@@ -52,9 +58,12 @@ public:
         QString epoch;
         QString basePath; ///< of the server's administrative node; empty when it has none
         qint64 beatAgeMs = -1;
-        QString numbers; ///< of the newest change of each of its channels
+        QVector<QPair<int, quint64>> numbers; ///< each of its channels, and its newest change
         int openWishes = 0;
 
+        bool isLive() const { return state == QLatin1String("live"); }
+        /// By itself.
+        bool hasLeft() const { return state == QLatin1String("withdrawn"); }
         QJsonObject toJson() const;
     };
     /// All that have been heard of, by name.
@@ -63,6 +72,13 @@ public:
 private:
     struct Private;
     explicit TreeMirror(std::unique_ptr<Private> parts);
+    struct RollCall
+    {
+        bool isAnyLive = false;
+        QStringList missing; ///< "S1 is lost"
+    };
+    RollCall callRoll(const QStringList& wanted) const;
+    bool fail(const QString& unlessProblem) const;
 
     const std::unique_ptr<Private> d;
 };

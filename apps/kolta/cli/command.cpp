@@ -113,7 +113,7 @@ const QVector<ExitCode>& exitCodes()
         {eExitOk, "done"},
         {eExitFailed, "failed"},
         {eExitUsage, "wrong usage"},
-        {eExitNoTree, "the servers of other processes are not all there"},
+        {eExitNoTree, "none of the other processes' servers that are needed is live"},
     };
     return codes;
 }

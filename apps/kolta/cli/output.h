@@ -11,7 +11,7 @@ enum eExitCode : int {
     eExitOk = 0,     ///< all went as it must
     eExitFailed = 1, ///< the work could not be done
     eExitUsage = 2,  ///< the command line is wrong
-    eExitNoTree = 4  ///< the servers of other processes are not all there
+    eExitNoTree = 4  ///< none of the other processes' servers that are needed is there
 };
 /// With which code a command ends that did not get what it needs: eExitFailed, unless somebody has said
 /// another since the last question.

@@ -22,7 +22,10 @@ void printBranches(const QVector<TreeMirror::Branch>& branches)
             branch.beatAgeMs < 0
                 ? QString()
                 : secondsText(static_cast<int>(std::min(branch.beatAgeMs, qint64(999999999))));
-        table.addRow({branch.name, branch.state, branch.host, age, branch.numbers,
+        QStringList numbers;
+        for (const auto& [channel, number] : branch.numbers)
+            numbers.append(QStringLiteral("%1:%2").arg(channel).arg(number));
+        table.addRow({branch.name, branch.state, branch.host, age, numbers.join(QLatin1Char(' ')),
                       QString::number(branch.openWishes), branch.epoch});
     }
     printTable(table, QStringLiteral("no server publishes itself there"));
@@ -32,11 +35,12 @@ void printBranches(const QVector<TreeMirror::Branch>& branches)
 int servers(const CommandLine& line)
 {
     if (TreeMirror::urlOf(line).isEmpty())
-        return line.usageError(QStringLiteral("there is no tree to look at; name one with --tree"));
+        return line.usageError(QStringLiteral("there is no tree to look at; name one with --tree, KOLTA_TREE "
+                                              "or the configuration's Distribution/Url"));
     const auto mirror = TreeMirror::open(line);
     if (!mirror)
         return takeStartFailure();
-    const bool areLive = mirror->waitForLive(line.number("tree-timeout") * 1000);
+    mirror->waitForLive({}, line.number("tree-timeout") * 1000);
     if (!mirror->problem().isEmpty()) {
         printError(mirror->problem());
         return eExitNoTree;
@@ -47,7 +51,12 @@ int servers(const CommandLine& line)
                       [](const auto& branch) { printJson(branch.toJson()); });
     else
         printBranches(branches);
-    return areLive ? eExitOk : eExitNoTree;
+    const auto isThere = [](const auto& branch) { return branch.isLive() || branch.hasLeft(); };
+    const auto isLive = [](const auto& branch) { return branch.isLive(); };
+    return std::any_of(branches.begin(), branches.end(), isLive) &&
+                   std::all_of(branches.begin(), branches.end(), isThere)
+               ? eExitOk
+               : eExitNoTree;
 }
 
 } // namespace
@@ -58,7 +67,8 @@ Command serversCommand()
             "list the servers that publish their value trees",
             "Lists the servers that publish themselves at a broker: how this process stands to each, its "
             "host, the age of "
-            "its last sign of life, and the numbers of its newest changes. Ends with 4 unless all are live.",
+            "its last sign of life, and the numbers of its newest changes. Ends with 4 unless all are live "
+            "that have not left by themselves, and at least one is.",
             {},
             TreeMirror::options(),
             servers};

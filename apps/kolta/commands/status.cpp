@@ -84,7 +84,7 @@ int status(const CommandLine& line)
         return check(line).print(line.json());
     if (!line.arguments().isEmpty())
         return line.usageError(QStringLiteral("HOST:PORT is for --health"));
-    return with(Servers::start, tell)(line);
+    return with(Servers::reach, tell)(line);
 }
 
 } // namespace

@@ -211,11 +211,11 @@ Command treeCommand()
             EmbeddedInstallation::options(
                 {whole("count", "number", "End \"watch\" after so many lines (0: never).", 0, 1000000, "0")}),
             {},
-            {{"list", path, "what is directly below an item", with(EmbeddedInstallation::start, list)},
+            {{"list", path, "what is directly below an item", with(EmbeddedInstallation::reach, list)},
              {"dump", path, "everything at and below an item: paths, types and contents",
-              with(EmbeddedInstallation::start, dump)},
+              with(EmbeddedInstallation::reach, dump)},
              {"watch", path, "what happens at and below an item, until Ctrl-C",
-              with(EmbeddedInstallation::start, watch)}}};
+              with(EmbeddedInstallation::reach, watch)}}};
 }
 
 } // namespace KoltaCli

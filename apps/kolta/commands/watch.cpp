@@ -112,7 +112,7 @@ Command watchCommand()
                               "yield results meanwhile."),
              whole("period", "ms", "Time between two such changes in milliseconds (500).", 1, kLongestPeriod,
                    "500")}),
-        with(Servers::start, watch)};
+        with(Servers::reach, watch)};
 }
 
 } // namespace KoltaCli
