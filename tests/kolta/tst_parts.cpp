@@ -1,12 +1,20 @@
 #include <common/endpoint.h>
 #include <kolta/application/httppage.h>
+#include <kolta/application/itemcontent.h>
 #include <kolta/application/metricstext.h>
 #include <kolta/application/roundtripstatistics.h>
 #include <kolta/cli/table.h>
 
+#include <startup/onelinetext.h>
+
+#include <values/tree.h>
+#include <values/value.h>
+
 #include <QTcpSocket>
 #include <QtTest>
 
+#include <algorithm>
+#include <iterator>
 #include <tuple>
 
 class TestParts : public QObject
@@ -18,6 +26,7 @@ private Q_SLOTS:
     void fitsTables();
     void ranksRoundTrips();
     void escapesMetrics();
+    void showsContents();
     void servesOnePageWhateverPeersDo();
 };
 
@@ -117,6 +126,39 @@ void TestParts::escapesMetrics()
     QCOMPARE(text.text(), QByteArray("# HELP a_total One \\\\ two\\n\"three\".\n# TYPE a_total counter\n"
                                      "a_total{x=\"\\\"S\\\\1\\\"\\nb_total 7\",y=\"\"} 1000000000\n"
                                      "a_total 0.25\n"));
+}
+
+/// Different contents never look alike, and JSON reads back as it was.
+void TestParts::showsContents()
+{
+    values::Tree tree;
+    const QString texts[] = {QString(QChar(0xd800)),
+                             QString(QChar(0xdc00)),
+                             QString(QChar(QChar::ReplacementCharacter)),
+                             QStringLiteral("\\ud800"),
+                             QStringLiteral("a\n\"b\"\\"),
+                             QStringLiteral("a\\n\"b\"\\"),
+                             QString::fromUtf8("\u202e\x1b[2J \U0001f4e1")};
+    QSet<QString> seen;
+    for (const QString& text : texts) {
+        auto* const value = tree.Emplace<values::StringValue>(QStringLiteral("/a"), text);
+        const KoltaCli::ItemContent content = KoltaCli::ItemContent::of(*value);
+        seen.insert(content.lines.join(QLatin1Char('\n')));
+        QCOMPARE(content.lines.size(), 1);
+        QVERIFY(std::none_of(content.json.begin(), content.json.end(), Startup::forgesLines));
+        if (!text.front().isSurrogate())
+            QCOMPARE(QJsonDocument::fromJson('[' + content.json.toUtf8() + ']').array().first().toString(),
+                     text);
+        tree.Remove(QStringLiteral("/a"));
+    }
+    QCOMPARE(seen.size(), int(std::size(texts)));
+    auto* const choice = tree.Emplace<values::SelectionValue>(
+        QStringLiteral("/s"), QMap<int, QString>{{1, QStringLiteral("off")}, {5, QStringLiteral("on \"2\"")}},
+        5);
+    const KoltaCli::ItemContent content = KoltaCli::ItemContent::of(*choice);
+    QCOMPARE(content.lines.join(QLatin1Char('|')), QStringLiteral("selected 5|1 off|5 on \"2\""));
+    QCOMPARE(content.json,
+             QStringLiteral("{\"items\":{\"1\":\"off\",\"5\":\"on \\\"2\\\"\"},\"selected\":5}"));
 }
 
 void TestParts::servesOnePageWhateverPeersDo()

@@ -2,16 +2,14 @@
 
 #include <common/terminationsignals.h>
 #include <kolta/application/embeddedinstallation.h>
+#include <kolta/application/itemcontent.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
-#include <values/command.h>
 #include <values/tree.h>
 #include <values/value.h>
-
-#include <QJsonArray>
 
 #include <algorithm>
 
@@ -20,45 +18,11 @@ namespace KoltaCli {
 namespace {
 
 using values::TreeItem;
-using values::ValueBase;
 
 QString typeOf(const TreeItem& item)
 {
-    const auto* const value = dynamic_cast<const ValueBase*>(&item);
+    const auto* const value = dynamic_cast<const values::ValueBase*>(&item);
     return value ? value->GetTypeName() : QStringLiteral("Node");
-}
-
-/// The content in a form that is the same in every process: what stands in no order is sorted.
-QStringList contentOf(TreeItem& item)
-{
-    auto* const value = dynamic_cast<ValueBase*>(&item);
-    if (!value)
-        return {};
-    std::string content;
-    if (value->AppendContent(content)) {
-        const QByteArray escaped = QByteArray::fromStdString(content)
-                                       .replace('\\', "\\\\")
-                                       .replace('\n', "\\n")
-                                       .replace('\r', "\\r");
-        const bool isText = value->GetType() == values::eTypeString;
-        return {isText ? QString::fromUtf8(escaped)
-                       : QString::fromLatin1(QByteArray::fromStdString(content).toHex())};
-    }
-    value->AddObjectStateStringForTransmission(content, values::eTransmitPlain);
-    values::ByteReader in(content.data(), content.size());
-    values::ValueHeader state;
-    QStringList commands;
-    ReadValueHeader(in, state);
-    while (!in.AtEnd()) {
-        const char* const start = in.Position();
-        values::CommandHeader header;
-        if (!ReadCommandHeader(in, header) || !in.Skip(header.payload))
-            break;
-        commands.append(
-            QString::fromLatin1(QByteArray(start, static_cast<int>(in.Position() - start)).toHex()));
-    }
-    commands.sort();
-    return commands;
 }
 
 /// At and below `path`, by path.
@@ -118,15 +82,15 @@ int dump(const CommandLine& line, const EmbeddedInstallation& /*installation*/)
     if (!exists(path))
         return eExitFailed;
     for (TreeItem* const item : itemsBelow(path)) {
-        const QStringList content = contentOf(*item);
+        const ItemContent content = ItemContent::of(*item);
         if (line.json()) {
-            printJson({{QStringLiteral("path"), item->GetPath()},
-                       {QStringLiteral("type"), typeOf(*item)},
-                       {QStringLiteral("content"), QJsonArray::fromStringList(content)}});
+            printLine(QStringLiteral("{\"content\":") + content.json + QStringLiteral(",\"path\":") +
+                      jsonString(item->GetPath()) + QStringLiteral(",\"type\":") + jsonString(content.type) +
+                      QLatin1Char('}'));
             continue;
         }
-        printLine(item->GetPath() + QLatin1Char(' ') + typeOf(*item));
-        for (const QString& part : content)
+        printLine(escaped(item->GetPath()) + QLatin1Char(' ') + content.type);
+        for (const QString& part : content.lines)
             printLine(QStringLiteral("  ") + part);
     }
     return eExitOk;
