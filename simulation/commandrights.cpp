@@ -3,31 +3,45 @@
 #include <simulation/productionrequest.h>
 
 #include <koltacommon/servernodes.h>
+#include <resourcemodel/owners.h>
 
 namespace KoltaSimulation {
 
+using Kolta::UserAction;
 using Kolta::UserRights;
 using namespace Kolta::ServerNodes;
 
 namespace {
 
-/// What clients write, but for productions. The list of hardware processing follows the MCPs.
+/// What clients write, but for productions and ownership.
 constexpr struct
 {
     eNode node;
-    UserRights::eManagementRight right;
-} kNodes[] = {{eQuit, UserRights::TerminateServices},
-              {eReset, UserRights::TerminateServices},
-              {eStopAll, UserRights::StopJobsAndTasks},
-              {eOwnerRequest, UserRights::RequestOwnership},
-              {eHardwareProcessing, UserRights::StartAndStopMcp},
-              {eUnitPowerControl, UserRights::AdministrateSubsystem},
-              {eChangedTuners, UserRights::AdministrateSubsystem},
-              {eChangedPUs, UserRights::AdministrateSubsystem},
-              {eChangedSUs, UserRights::AdministrateSubsystem},
-              {eResources, UserRights::AdministrateSubsystem},
-              {eTunerClasses, UserRights::AdministrateSubsystem}};
-constexpr UserRights::eManagementRight kNone{};
+    UserAction action;
+} kNodes[] = {{eQuit, UserAction::QuitServer},
+              {eReset, UserAction::ResetServer},
+              {eStopAll, UserAction::StopAll},
+              {eHardwareProcessing, UserAction::ChangeHardwareProcessing},
+              {eUnitPowerControl, UserAction::SwitchPower},
+              {eChangedTuners, UserAction::ChangeUnits},
+              {eChangedPUs, UserAction::ChangeUnits},
+              {eChangedSUs, UserAction::ChangeUnits},
+              {eResources, UserAction::ChangeUnits},
+              {eTunerClasses, UserAction::ChangeTunerClasses}};
+
+/// What cannot be read is no force: nothing will come of it.
+UserAction actionOfOwnerRequest(const QString& text)
+{
+    RESOURCEMANAGEMENT::OwnerRequest request;
+    try {
+        const bool isForced = request.SetXmlString(text, true) &&
+                              request.GetAction() != RESOURCEMANAGEMENT::OwnerRequest::eTake &&
+                              request.GetAction() != RESOURCEMANAGEMENT::OwnerRequest::eRelease;
+        return isForced ? UserAction::ForceOwnership : UserAction::TakeOwnership;
+    } catch (const REPORTGENERATOR::RGException&) {
+        return UserAction::TakeOwnership;
+    }
+}
 
 } // namespace
 
@@ -37,56 +51,56 @@ bool CommandRights::load(const QString& file, QString& error)
     return m_users.load(file, error);
 }
 
-CommandRights::Right CommandRights::rightFor(const QString& component)
+UserAction CommandRights::actionFor(const QString& component)
 {
-    // Whoever may put recordings away may make them; everything else is the administrators'.
-    return component == QLatin1String("Recording") ? UserRights::ArchiveRecordings
-                                                   : UserRights::AdministrateSubsystem;
+    return component == QLatin1String("Recording") ? UserAction::Record : UserAction::CommandServer;
 }
 
-CommandRights::Right CommandRights::rightToRun(const QString& kind)
-{
-    if (kind == QLatin1String("SCP"))
-        return UserRights::StartAndStopScp;
-    return kind == QLatin1String("MCP") ? UserRights::StartAndStopMcp : UserRights::StartAndStopFfp;
-}
-
-CommandRights::Right CommandRights::rightToWrite(const QString& node, const QString& text,
-                                                 const QString& stopped)
+UserAction CommandRights::actionToWrite(const QString& node, const QString& text, const QString& stopped)
 {
     const QString first = node.section(QLatin1Char('/'), 0, 0);
-    if (first == QLatin1String("ShortTime"))
-        return UserRights::ManageShortTime;
-    if (first == name(eRequestsNode))
-        return rightToRun(ProductionRequest::read(node.section(QLatin1Char('/'), 1), text).kindName());
+    if (first == name(eRequestsNode)) {
+        const auto request = ProductionRequest::read(node.section(QLatin1Char('/'), 1), text);
+        return request.kind == ProductionRequest::Kind::Move ? UserAction::MoveFfp
+                                                             : Kolta::actionToRun(request.kindName());
+    }
     if (first == name(eStopResource))
-        return rightToRun(stopped);
+        return Kolta::actionToRun(stopped);
+    if (first == name(eOwnerRequest))
+        return actionOfOwnerRequest(text);
     for (const auto& row : kNodes) {
         if (first == name(row.node))
-            return row.right;
+            return row.action;
     }
-    return kNone;
+    return UserAction::PlanTuner;
 }
 
 bool CommandRights::allow(const QString& user, const QString& component) const
 {
-    return !m_asked || holds(user, rightFor(component));
+    return objectionTo(user, actionFor(component)).isEmpty();
 }
 
 QString CommandRights::objectionTo(const QString& user, const QString& node, const QString& text,
                                    const QString& stopped) const
 {
-    const Right right = m_asked ? rightToWrite(node, text, stopped) : kNone;
-    return right == kNone || holds(user, right)
-               ? QString()
-               : QStringLiteral("%1 lacks the right %2")
-                     .arg(user, UserRights::GetRightNameByValue(right, false));
+    return m_asked ? objectionTo(user, actionToWrite(node, text, stopped)) : QString();
 }
 
-bool CommandRights::holds(const QString& user, Right right) const
+QString CommandRights::objectionToChange(const QString& user, const QString& collection, bool removes) const
 {
+    if (collection != QLatin1String("Conversions"))
+        return objectionTo(user, UserAction::EditProfiles);
+    return objectionTo(user, removes ? UserAction::RemoveConversions : UserAction::Convert);
+}
+
+QString CommandRights::objectionTo(const QString& user, UserAction action) const
+{
+    if (!m_asked)
+        return QString();
     const Nax::User* const known = m_users.findByName(user);
-    return known && known->rights.contains(UserRights::GetRightNameByValue(right, true));
+    return Kolta::objectionTo({action}, user, [known](UserRights::eManagementRight right) {
+        return known && known->rights.contains(UserRights::GetRightNameByValue(right, true));
+    });
 }
 
 } // namespace KoltaSimulation

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <koltacommon/userrights.h>
+#include <koltacommon/actionrights.h>
 #include <usermanagement/userdirectory.h>
 
 #include <QString>
@@ -12,8 +12,6 @@ namespace KoltaSimulation {
 class CommandRights
 {
 public:
-    using Right = Kolta::UserRights::eManagementRight;
-
     /// Reads the users. False, with an `error` that names file and line, when the file is none; then nobody
     /// may give any order.
     bool load(const QString& file, QString& error);
@@ -26,16 +24,16 @@ public:
     QString objectionTo(const QString& user, const QString& node, const QString& text,
                         const QString& stopped) const;
 
-    /// The right that commands to `component` need.
-    static Right rightFor(const QString& component);
-    /// The right to start, move and stop processors of that kind, "MCP" for instance; what is within others
-    /// goes with the FFPs.
-    static Right rightToRun(const QString& kind);
-    /// The right that writing into `node` needs; no right (0) for what everybody may write.
-    static Right rightToWrite(const QString& node, const QString& text, const QString& stopped);
+    /// The same for changing short-time data, "Profiles" for instance; `removes`: takes items away.
+    QString objectionToChange(const QString& user, const QString& collection, bool removes) const;
+
+    /// What commands to `component` do.
+    static Kolta::UserAction actionFor(const QString& component);
+    /// What writing into `node` does; PlanTuner, which needs no right, for what everybody may write.
+    static Kolta::UserAction actionToWrite(const QString& node, const QString& text, const QString& stopped);
 
 private:
-    bool holds(const QString& user, Right right) const;
+    QString objectionTo(const QString& user, Kolta::UserAction action) const;
 
     bool m_asked = false;
     Nax::UserDirectory m_users;

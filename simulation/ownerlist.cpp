@@ -25,13 +25,15 @@ QString OwnerList::obey(const OwnerRequest& request, bool runs)
     const auto present = std::find_if(m_owners.begin(), m_owners.end(), [&owned](const Owner& owner) {
         return guidFromText(owner.GetOwnedGUID()) == owned;
     });
-    if (present != m_owners.end() && guidFromText(present->GetClientID()) != client) {
+    const bool isForced =
+        request.GetAction() == OwnerRequest::eForceTake || request.GetAction() == OwnerRequest::eForceRelease;
+    if (!isForced && present != m_owners.end() && guidFromText(present->GetClientID()) != client) {
         const QString name = present->GetName().isEmpty() ? present->GetClientID() : present->GetName();
         return QStringLiteral("The owner is %1").arg(name);
     }
     if (present != m_owners.end())
         m_owners.erase(present);
-    if (request.GetAction() != OwnerRequest::eTake)
+    if (request.GetAction() != OwnerRequest::eTake && request.GetAction() != OwnerRequest::eForceTake)
         return QString();
     Owner owner = asked;
     owner.SetClientID(client.toString());

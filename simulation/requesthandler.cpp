@@ -130,9 +130,9 @@ void RequestHandler::answerFragment(const CMsgFragment& request, bool command, C
     if (isCommand && !command)
         reply.setFaultTree(makeFault(eFaultWrongKind, {component, operation}));
     else if (isCommand && !isLinkCommand(request) && !m_rights.allow(settings.user, component))
-        reply.setFaultTree(
-            makeFault(eFaultNoRight, {settings.user, Kolta::UserRights::GetRightNameByValue(
-                                                         CommandRights::rightFor(component), true)}));
+        reply.setFaultTree(makeFault(
+            eFaultNoRight, {settings.user, Kolta::UserRights::GetRightNameByValue(
+                                               rightFor(CommandRights::actionFor(component)), true)}));
     else if (isCommand ? execute(request, reply, settings) : answerQuery(request, reply)) {
         if (command && !isCommand)
             reply = faultFragment(eFaultWrongKind, {component, operation});

@@ -11,6 +11,7 @@
 
 #include <distribution/treelink.h>
 #include <distribution/wishaudit.h>
+#include <values/command.h>
 
 namespace {
 
@@ -21,6 +22,19 @@ distribution::ServerPlaces clientsPlaces()
 {
     using namespace Kolta::ServerNodes;
     return {names(eFolder), names(eRequest, eFolder), names(eWhole)};
+}
+
+/// Whether commands on a collection take items away. Several in one may, too; nothing but tidying up makes
+/// such.
+bool removesItems(const distribution::Bytes& commands)
+{
+    values::ByteReader in(commands.data(), commands.size());
+    values::CommandHeader header;
+    while (!in.AtEnd() && values::ReadCommandHeader(in, header) && in.Skip(header.payload)) {
+        if (header.id != values::eCommandMapSetAt)
+            return true;
+    }
+    return !in.AtEnd();
 }
 
 /// What clients may write, if their users have the rights.
@@ -54,18 +68,19 @@ private:
         using namespace Kolta::ServerNodes;
         if (request.operation == Operation::Remove)
             return QString();
+        const QString user = QString::fromStdString(request.writer.user);
         // Collections stand beside the administrative node.
-        const QString node = request.operation == Operation::Commands
-                                 ? QStringLiteral("ShortTime")
-                                 : request.path.mid(m_administration.size());
+        if (request.operation == Operation::Commands)
+            return m_server.rights().objectionToChange(user, request.path.section(QLatin1Char('/'), -1),
+                                                       removesItems(request.content));
+        const QString node = request.path.mid(m_administration.size());
         const auto* const there = values::Tree::Instance().FindAs<values::StringValue>(request.path);
         const QString text = request.operation == Operation::Announce
                                  ? (there ? there->GetValue() : QString())
                                  : QString::fromStdString(request.content);
         const QString stopped =
             node == name(eStopResource) ? m_server.kindOf(Kolta::guidFromText(text)) : QString();
-        return m_server.rights().objectionTo(QString::fromStdString(request.writer.user), node, text,
-                                             stopped);
+        return m_server.rights().objectionTo(user, node, text, stopped);
     }
 
     const SimulatedServer& m_server;

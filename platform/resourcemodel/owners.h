@@ -29,14 +29,19 @@ class KOLTA_RESOURCEMODEL_EXPORT OwnerOverview final : public REPORTGENERATOR::I
 };
 
 #define RG_FIELDS_OwnerRequest(F)                                                                            \
-    F(Enum, Action, Action, Required, "0 release, 1 take")                                                   \
+    F(Enum, Action, Action, Required, "0 release, 1 take, 2 take by force, 3 release by force")                                                   \
     F(Record, Owner, Owner, Required, "what is to be owned, and by whom")
 
 /// Asks the server for ownership, or gives it back.
 class KOLTA_RESOURCEMODEL_EXPORT OwnerRequest final : public REPORTGENERATOR::IRGObject
 {
 public:
-    enum Action : int { eRelease = 0, eTake = 1 };
+    enum Action : int {
+        eRelease = 0,
+        eTake = 1,
+        eForceTake = 2,   ///< whoever owns it
+        eForceRelease = 3 ///< the same
+    };
 
     RG_OBJECT(OwnerRequest)
 };

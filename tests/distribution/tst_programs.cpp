@@ -138,6 +138,7 @@ private Q_SLOTS:
                       {"visitor", "StopResource", "StartAndStopFfp"},
                       {"nobody", "Quit", "TerminateServices"},
                       {"operator", "ChangedTuners", "AdministrateSubsystem"},
+                      {"operator", "OwnerRequest", "ForceOwnership"},
                       {"operator", "stopAll", ""}};
         for (const auto& order : orders) {
             QString error;
@@ -149,7 +150,11 @@ private Q_SLOTS:
             link.mirror({QStringLiteral("S1")});
             QVERIFY(link.waitForLive({QStringLiteral("S1")}, kPatience));
             const QString path = base + QLatin1String(order.node);
-            const QString text = QStringLiteral("please");
+            const QString text =
+                qstrcmp(order.node, "OwnerRequest") == 0
+                    ? QStringLiteral("<OwnerRequest><Action>2</Action><Owner><ClientID>x</ClientID></Owner>"
+                                     "</OwnerRequest>")
+                    : QStringLiteral("please");
             if (auto* const value = tree.FindAs<values::StringValue>(path))
                 value->SetValue(text);
             else

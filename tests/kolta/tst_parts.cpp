@@ -1,15 +1,22 @@
+#include <common/actionlines.h>
 #include <common/endpoint.h>
+#include <common/shellwords.h>
 #include <kolta/application/httppage.h>
 #include <kolta/application/itemcontent.h>
 #include <kolta/application/metricstext.h>
+#include <kolta/application/orderoptions.h>
 #include <kolta/application/roundtripstatistics.h>
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/commandtable.h>
 #include <kolta/cli/table.h>
+#include <support/random.h>
 
 #include <startup/onelinetext.h>
 
 #include <values/tree.h>
 #include <values/value.h>
 
+#include <QProcess>
 #include <QTcpSocket>
 #include <QtTest>
 
@@ -27,6 +34,7 @@ private Q_SLOTS:
     void ranksRoundTrips();
     void escapesMetrics();
     void showsContents();
+    void saysOrdersAsLines();
     void servesOnePageWhateverPeersDo();
 };
 
@@ -115,6 +123,67 @@ void TestParts::ranksRoundTrips()
     QCOMPARE(times.percentile(0.99), 99.0);
     QCOMPARE(times.percentile(0.0), 1.0);
     QCOMPARE(times.percentile(1.0), 100.0);
+}
+
+/// What a line says is what was ordered, whatever the names are.
+void TestParts::saysOrdersAsLines()
+{
+    using Kolta::ProductionOrder;
+    QRandomGenerator random(testSeed());
+    const QStringList names{QString(),
+                            QStringLiteral("Wide"),
+                            QStringLiteral("a b"),
+                            QStringLiteral("it's \"$HOME\" `x` \\ !"),
+                            QStringLiteral("--class"),
+                            QStringLiteral("'"),
+                            QString::fromUtf8("Süd {1,2} *")};
+    const auto any = [&](const QStringList& texts) { return texts.at(random.bounded(texts.size())); };
+    for (int i = 0; i < 2000; ++i) {
+        ProductionOrder order;
+        order.kind = static_cast<ProductionOrder::Kind>(random.bounded(3));
+        const bool isFfp = order.kind == ProductionOrder::Kind::Ffp;
+        order.tunerClass = any(names.mid(isFfp ? 0 : 1));
+        if (random.bounded(3) == 0) {
+            order.tunerClass.clear();
+            order.tunerGuid = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        }
+        if (isFfp)
+            order.mcp = QUuid::createUuid();
+        order.demandClass = any(names);
+        order.displayName = any(names);
+        order.frequency = random.bounded(2) == 0 ? 0 : random.generateDouble() * 3e9;
+        order.bandwidth = random.bounded(2) == 0 ? 0 : random.bounded(20000000);
+        for (int storage = random.bounded(3); storage > 0; --storage)
+            order.storageGuids.append(any(names.mid(1)));
+        const QString line = KoltaApps::ActionLines(any(names)).produce(order);
+        const QStringList words = KoltaApps::shellWords(line);
+        ProductionOrder read;
+        const auto take = [&read](const KoltaCli::CommandLine& typed) {
+            return readOrder(typed, read).isEmpty() ? 0 : 1;
+        };
+        const KoltaCli::Command produce{"produce",
+                                        "",
+                                        "",
+                                        {{"KIND", "", KoltaCli::Argument::Once, KoltaCli::orderKinds()}},
+                                        KoltaCli::orderOptions() +
+                                            QVector<KoltaCli::Option>{KoltaCli::text("server", "name", "")},
+                                        take};
+        const KoltaCli::CommandTable table({produce}, QString(), QString(), QString());
+        QVERIFY2(table.run(words.mid(1)) == 0, qPrintable(line));
+        QVERIFY2(read.kind == order.kind && read.tunerClass == order.tunerClass &&
+                     read.tunerGuid == order.tunerGuid && read.mcp == order.mcp &&
+                     read.demandClass == order.demandClass && read.displayName == order.displayName &&
+                     read.frequency == order.frequency && read.bandwidth == order.bandwidth &&
+                     read.storageGuids == order.storageGuids,
+                 qPrintable(line));
+        if (i < 20) { // the real shell
+            QProcess shell;
+            shell.start(QStringLiteral("sh"),
+                        {QStringLiteral("-c"), QStringLiteral("printf '%s\\n' ") + line});
+            QVERIFY(shell.waitForFinished());
+            QCOMPARE(QString::fromUtf8(shell.readAll()), words.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+        }
+    }
 }
 
 void TestParts::escapesMetrics()

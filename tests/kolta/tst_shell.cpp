@@ -1,6 +1,10 @@
 #include "program.h"
 #include "terminal.h"
 
+#include <common/actionlines.h>
+#include <koltacommon/productionorder.h>
+#include <koltacommon/shorttimeffpassignment.h>
+#include <koltacommon/shorttimeprofile.h>
 #include <xmlmessaging/server.h>
 
 /// The shell with somebody at the other end, who types and waits.
@@ -10,6 +14,7 @@ class TestShell : public QObject
 
 private Q_SLOTS:
     void runsLinesAsTheyCome();
+    void runsTheLinesOfActions();
     void talksAtATerminal();
 };
 
@@ -30,6 +35,57 @@ void TestShell::runsLinesAsTheyCome()
         QCOMPARE(kolta.exitStatus(), QProcess::NormalExit);
         QCOMPARE(kolta.exitCode(), byHand ? 1 : 0);
     }
+}
+
+/// Each line that other programs show for an action does it.
+void TestShell::runsTheLinesOfActions()
+{
+    using Own = Kolta::OwnershipJob::Action;
+    using Terminate = Kolta::TerminationJob::Action;
+    const KoltaApps::ActionLines lines(words("S1"));
+    Kolta::ProductionOrder order;
+    order.tunerClass = words("Basic hardware");
+    order.frequency = 98.5e6;
+    Kolta::ShortTimeProfile profile;
+    profile.name = words("O'Hara \"1\"");
+    profile.type = Kolta::eShortTimeProfileBurst;
+    profile.useBandwidth = profile.useShift = profile.useHopRate = profile.useModulation = true;
+    profile.bandwidthMax = 25001;
+    profile.shiftMin = profile.shiftMax = 850;
+    profile.hopRate = 12.5;
+    profile.modulation = Kolta::stringToModulationType(words("FSK2"));
+    Kolta::ShortTimeFFPAssignment assignment;
+    assignment.ffpGuid = words("{0d0d0d0d-0000-4000-8000-00000000000d}");
+    assignment.profiles = QStringList{profile.name};
+    assignment.minCoverage = 70;
+    const QString record = words("archive/disk-1/4711");
+    const QPair<QString, const char*> actions[] = {
+        {lines.produce(order), "MCP 1"},
+        {lines.explain(order), "not idle"},
+        {lines.plan({words("Wide"), words("HF")}, true), "yes"},
+        {lines.clearPlan(), ""},
+        {lines.own(words("MCP 1"), Own::ForceTake) + words(" --user administrator"), "is owned by kolta"},
+        {lines.own(words("MCP 1"), Own::Release), "nobody owns MCP 1"},
+        {lines.own(QString(), Own::Take), "S1 is owned by kolta"},
+        {lines.frontEnd(words("MCP 1")) + words(" --dry-run"), "would start "},
+        {lines.setProfile(profile), "0 to 25001 Hz"},
+        {lines.assign(assignment), "has assigned 1 profile"},
+        {lines.removeProfiles({profile.name}), "1 profile removed"},
+        {lines.startConversion(record, words("wav"), words("a b")), "4711: converting"},
+        {lines.finishConversion(record, false, words("-x.wav")), "4711: finished"},
+        {lines.tidyConversions(0, QDateTime(), true) + words(" --user administrator"), "1 result erased"},
+        {lines.power(words("off"), {words("KW 1 S\u00fcd")}) + words(" --user administrator"), "off"},
+        {lines.stop({words("MCP 1")}), "MCP 1 has stopped"},
+        {lines.stopAll(), "nothing runs"},
+        {lines.terminate(Terminate::Reset) + words(" --user administrator"), "S1 has restarted"},
+        {lines.terminate(Terminate::Quit) + words(" --user administrator"), "S1 has ended"}};
+    QByteArray input;
+    for (const auto& [line, shown] : actions)
+        input +=
+            line.mid(6).toUtf8() + (*shown ? "\nexpect \"" + QByteArray(shown) + "\"\n" : QByteArray("\n"));
+    KoltaProcess kolta({words("shell")}, input);
+    QVERIFY(kolta.ends());
+    QVERIFY2(kolta.exitCode() == 0, (kolta.readAllStandardError() + kolta.readAll()).constData());
 }
 
 void TestShell::talksAtATerminal()

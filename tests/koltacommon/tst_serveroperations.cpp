@@ -4,6 +4,7 @@
 #include <koltacommon/ownershipjob.h>
 #include <koltacommon/powerjob.h>
 #include <koltacommon/stopjob.h>
+#include <koltacommon/terminationjob.h>
 #include <support/test.h>
 
 using namespace Kolta;
@@ -76,6 +77,14 @@ void tst_ServerOperations::goTheirWay_data()
     row("power", "half show", "Running None None", 1);
     row("power", "do vanish appear", done, 1);
     row("power", "vanish appear do show", done, 1);
+    row("seize", "do show", done, 1);
+    row("free", "do show", done, 1);
+
+    row("quit", "vanish", done, 1);
+    row("quit", "leave", done, 1);
+    row("reset", "vanish appear", done, 1);
+    row("reset", "tooOld", "Running None None", 1);
+    row("reset", "deny", "Refused None RefusedByOwner", 1);
 }
 
 void tst_ServerOperations::goTheirWay()
@@ -127,6 +136,19 @@ void tst_ServerOperations::goTheirWay()
             };
             return new PowerJob(server, KoltaResourceObserver::eUnitOff, {stage.tuner(0), stage.tuner(1)},
                                 nullptr);
+        }
+        if (kind == "quit"_s || kind == "reset"_s)
+            return new TerminationJob(
+                server, kind == "quit"_s ? TerminationJob::Action::Quit : TerminationJob::Action::Reset,
+                nullptr);
+        if (kind == "seize"_s || kind == "free"_s) {
+            own(QUuid::createUuid());
+            stage.server.show();
+            const bool seizes = kind == "seize"_s;
+            actions["do"_s] = seizes ? std::function<void()>(take) : free;
+            return new OwnershipJob(
+                server, m, seizes ? OwnershipJob::Action::ForceTake : OwnershipJob::Action::ForceRelease,
+                nullptr);
         }
         const bool takes = kind == "take"_s;
         actions["do"_s] = takes ? std::function<void()>(take) : free;

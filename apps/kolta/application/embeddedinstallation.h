@@ -77,6 +77,8 @@ public:
 
     /// Whether the servers are simulated in this process, and not mirrored.
     bool isSimulated() const noexcept { return !m_mirror; }
+    /// See TreeMirror::settle(); at once where the servers are simulated here.
+    QString settle(int milliseconds) const { return m_mirror ? m_mirror->settle(milliseconds) : QString(); }
     /// Null while the servers are simulated.
     const TreeMirror* treeMirror() const noexcept { return m_mirror.get(); }
     /// The simulated ones in the order of the command line; at least one, unless they are mirrored.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "servers.h"
+#include "users.h"
 
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
@@ -22,6 +23,7 @@ class ShortTimeCollection
 {
 public:
     Server& server() const { return *m_server; }
+    const EmbeddedInstallation& installation() const { return m_servers.installation(); }
     Map& map() const { return *m_map; }
     /// Of all items in the order of their texts.
     QStringList keys() const
@@ -67,6 +69,25 @@ Run onShortTime(const char* name, Use use)
 {
     return with([name](const CommandLine& line) { return ShortTimeCollection<Map>::startUp(line, name); },
                 use);
+}
+
+/// The same for what changes the collection: asks for the right before, and tells when the owner of the
+/// collection does not let the change stand. The command takes Users::option().
+template<class Map, class Use>
+Run changeShortTime(const char* name, Kolta::UserAction action, Use use)
+{
+    return onShortTime<Map>(
+        name, [action, use](const CommandLine& line, const ShortTimeCollection<Map>& collection) {
+            const Users users(collection.installation(), line);
+            if (!users.areKnown() || !users.may(action))
+                return int(eExitFailed);
+            collection.installation().settle(0); // what failed before is not this command's
+            const int exitCode = use(line, collection);
+            const QString problem = collection.installation().settle(line.timeoutMs());
+            if (!problem.isEmpty())
+                printError(problem);
+            return problem.isEmpty() ? exitCode : int(eExitFailed);
+        });
 }
 
 } // namespace KoltaCli

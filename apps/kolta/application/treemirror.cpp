@@ -1,11 +1,15 @@
 #include "treemirror.h"
 
 #include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 
 #include <startup/cfgcenter.h>
 
+#include <QTimer>
+
 #include <algorithm>
+#include <utility>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 
@@ -21,6 +25,7 @@ struct TreeMirror::Private
 
     distribution::TreeLink link;
     QString problem;
+    QString failure; ///< the first of changes made here that did not last
     int connections = 0;
 };
 
@@ -44,6 +49,11 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
                          own->problem = reason;
                          own->connections += isUp ? 1 : 0;
                      });
+    QObject::connect(&parts->link, &distribution::TreeLink::si_WishFailed,
+                     [own = parts.get()](const QString& path, const QString& reason) {
+                         if (own->failure.isEmpty())
+                             own->failure = QStringLiteral("%1: %2").arg(path, reason);
+                     });
     parts->link.mirror(options->branches);
     return std::unique_ptr<TreeMirror>(new TreeMirror(std::move(parts)));
 }
@@ -56,6 +66,25 @@ bool TreeMirror::waitForLive(const QStringList& wanted, int milliseconds)
 bool TreeMirror::isOnline() const
 {
     return d->link.isOnline();
+}
+
+QString TreeMirror::settle(int milliseconds)
+{
+    // Changes are gathered until control is in the event loop.
+    QObject context;
+    bool areGathered = false;
+    QTimer::singleShot(0, &context, [&areGathered] { areGathered = true; });
+    const auto isOpen = [](const Branch& branch) { return branch.openWishes > 0; };
+    const bool isSettled = waitUntil(
+        [&] {
+            const QVector<Branch> all = branches();
+            return areGathered && std::none_of(all.begin(), all.end(), isOpen);
+        },
+        milliseconds);
+    const QString failure = std::exchange(d->failure, QString());
+    return isSettled || !failure.isEmpty()
+               ? failure
+               : orInterrupted(QStringLiteral("the owner has not answered; it may have happened"));
 }
 
 QVector<TreeMirror::Branch> TreeMirror::branches() const
@@ -106,6 +135,11 @@ bool TreeMirror::waitForLive(const QStringList& /*wanted*/, int /*milliseconds*/
 bool TreeMirror::isOnline() const
 {
     return false;
+}
+
+QString TreeMirror::settle(int /*milliseconds*/)
+{
+    return {};
 }
 
 QVector<TreeMirror::Branch> TreeMirror::branches() const

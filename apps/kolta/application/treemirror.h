@@ -50,6 +50,10 @@ public:
     /// How often the connection to the broker was lost and came again.
     int reconnections() const noexcept;
 
+    /// Runs the event loop until the owners have dealt with all that was changed here, or the time is over.
+    /// Empty when all of it lasts; else one line that says what did not since the last call.
+    QString settle(int milliseconds);
+
     struct Branch
     {
         QString name;

@@ -5,7 +5,6 @@
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 
-#include <simulation/commandrights.h>
 #include <startup/cfgcenter.h>
 #include <usermanagement/activeuserproxy.h>
 
@@ -34,11 +33,6 @@ QString problemOfLogIn(const QString& name)
 }
 
 } // namespace
-
-UserRights::eManagementRight rightToRun(const QString& kind)
-{
-    return KoltaSimulation::CommandRights::rightToRun(kind);
-}
 
 Option Users::option()
 {
@@ -69,23 +63,12 @@ Users::~Users()
     m_rights.InitForStandalone(QString());
 }
 
-bool Users::may(UserRights::eManagementRights rights) const
+bool Users::may(const QVector<Kolta::UserAction>& actions) const
 {
-    if (!m_asked || m_rights.IsUserAllowedTo(rights))
-        return true;
-    QStringList missing;
-    for (int i = 0; i < UserRights::GetNumberOfRights(); ++i) {
-        const auto right = UserRights::GetRightValueByIndex(i);
-        if (rights.testFlag(right) && !m_rights.IsUserAllowedTo(right))
-            missing.append(UserRights::GetRightNameByIndex(i, false));
-    }
-    const QString user = m_rights.GetActiveUserName();
-    printError(QStringLiteral("%1 the %2 %3")
-                   .arg(user.isEmpty() ? QStringLiteral("nobody is logged in; this needs")
-                                       : user + QStringLiteral(" lacks"),
-                        missing.size() == 1 ? QStringLiteral("right") : QStringLiteral("rights"),
-                        missing.join(QStringLiteral(", "))));
-    return false;
+    const QString objection = m_asked ? Kolta::objectionTo(actions) : QString();
+    if (!objection.isEmpty())
+        printError(objection);
+    return objection.isEmpty();
 }
 
 } // namespace KoltaCli

@@ -2,15 +2,11 @@
 
 #include <kolta/cli/command.h>
 
-#include <koltacommon/userrights.h>
+#include <koltacommon/actionrights.h>
 
 namespace KoltaCli {
 
 class EmbeddedInstallation;
-
-/// The right to start, move and stop processors of that kind, "MCP" for instance; what is within others goes
-/// with the FFPs.
-Kolta::UserRights::eManagementRight rightToRun(const QString& kind);
 
 /// The users of an installation while a command runs; after that there are none.
 ///
@@ -34,9 +30,10 @@ public:
     bool areKnown() const noexcept { return m_known; }
     /// False when the servers alone decide.
     bool areAskedHere() const noexcept { return m_asked; }
-    /// Whether the user who is logged in holds all these rights; prints an error that names them otherwise.
-    /// True where the servers decide.
-    bool may(Kolta::UserRights::eManagementRights rights) const;
+    /// Whether the user who is logged in may do all of this; prints an error that names the rights that are
+    /// missing otherwise. True where the servers decide.
+    bool may(const QVector<Kolta::UserAction>& actions) const;
+    bool may(Kolta::UserAction action) const { return may(QVector<Kolta::UserAction>{action}); }
 
 private:
     Kolta::UserRights& m_rights;

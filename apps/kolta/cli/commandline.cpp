@@ -38,10 +38,10 @@ QString wishOf(const Option& option, const QString& value)
             return {};
         return QStringLiteral("a whole number from %1 to %2").arg(option.minimum).arg(option.maximum);
     }
-    case Value::Hertz:
-        return Kolta::hertzFromText(value).value_or(0) > 0
-                   ? QString()
-                   : QStringLiteral("a frequency above 0 such as 98.5M, \"98.5 MHz\" or 98.5e6");
+    case Value::Hertz: {
+        const Kolta::QuantityReading reading = Kolta::readQuantity(value, Kolta::Quantity::Frequency);
+        return reading.value > 0 ? QString() : QStringLiteral("a frequency above 0 such as 98.5MHz");
+    }
     case Value::Choice:
         break;
     }
@@ -148,7 +148,9 @@ QString CommandLine::problemOfOptions()
         if (!isSet(option.name))
             continue;
         for (const QString& given : values(option.name)) {
-            const QString problem = option.check ? option.check(given) : QString();
+            QString problem = option.check ? option.check(given) : QString();
+            if (option.value == Value::Hertz)
+                problem = Kolta::readQuantity(given, Kolta::Quantity::Frequency).problem;
             if (!problem.isEmpty())
                 return QStringLiteral("%1: %2").arg(option.typed(), problem);
             const QString wish = wishOf(option, given);
@@ -205,8 +207,10 @@ QString CommandLine::help() const
 
 int CommandLine::usageError(const QString& text) const
 {
-    printError(QStringLiteral("%1. Try \"%2%3 --help\".")
-                   .arg(text, m_table.prefix(), QLatin1String(m_command.name)));
+    const bool isQuestion = text.endsWith(QLatin1Char('?'));
+    printError(QStringLiteral("%1%2 Try \"%3%4 --help\".")
+                   .arg(text, isQuestion ? QString() : QStringLiteral("."), m_table.prefix(),
+                        QLatin1String(m_command.name)));
     return eExitUsage;
 }
 

@@ -174,11 +174,15 @@ Command assignmentsCommand()
                    std::numeric_limits<quint16>::max()),
              whole("coverage", "number", "set: minimum coverage in per cent (50).", 0, 100),
              flag("disabled", "set: the FFP does not look for them yet."),
-             flag("record", "set: record the emissions that are detected.")}),
+             flag("record", "set: record the emissions that are detected."), Users::option()}),
         nullptr,
         {{"list", {}, "Lists all assignments.", on(list)},
          {"show", {ffp}, "Shows that of an FFP.", on(show)},
-         {"set", {ffp}, "Asks the server for another one.", on(set)}}};
+         {"set",
+          {ffp},
+          "Asks the server for another one.",
+          changeShortTime<ShortTimeFFPAssignmentItemMap>("Assignments", Kolta::UserAction::EditAssignments,
+                                                         set)}}};
 }
 
 } // namespace KoltaCli

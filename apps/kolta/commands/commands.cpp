@@ -30,7 +30,10 @@ QVector<Command> allCommands()
         productionsCommand(),
         moveCommand(),
         stopCommand(),
+        ownCommand(),
+        frontEndCommand(),
         powerCommand(),
+        serverCommand(),
 
         profilesCommand(),
         assignmentsCommand(),

@@ -18,6 +18,7 @@ namespace KoltaCli {
 
 using Kolta::ConvertProductionResult;
 using Kolta::ConvertProductionResultMap;
+using Kolta::UserAction;
 using sorel::RecordIdentifier;
 
 namespace {
@@ -165,6 +166,9 @@ Command conversionsCommand()
 {
     const Argument record{"RECORD", "SUBSYSTEM/DEVICE/RECORD.", Argument::Once, {}, problemOfRecord};
     const auto on = [](auto use) { return onShortTime<ConvertProductionResultMap>("Conversions", use); };
+    const auto change = [](UserAction action, auto use) {
+        return changeShortTime<ConvertProductionResultMap>("Conversions", action, use);
+    };
     return {"conversions",
             "list, start, finish or tidy up conversions of recordings",
             "Works on the results of conversions of recordings on a server in a simulated installation "
@@ -180,12 +184,13 @@ Command conversionsCommand()
                  whole("keep", "number", "tidy: results that are left (0).", 0,
                        std::numeric_limits<int>::max(), "0"),
                  checked(text("older-than", "time", "tidy: erase only results made before this time."),
-                         problemOfTime)}),
+                         problemOfTime),
+                 Users::option()}),
             nullptr,
             {{"list", {}, "Lists all, the oldest first.", on(list)},
-             {"start", {record}, "Begins one.", on(start)},
-             {"finish", {record}, "Ends one.", on(finish)},
-             {"tidy", {}, "Erases results, the oldest first.", on(tidy)}}};
+             {"start", {record}, "Begins one.", change(UserAction::Convert, start)},
+             {"finish", {record}, "Ends one.", change(UserAction::Convert, finish)},
+             {"tidy", {}, "Erases results, the oldest first.", change(UserAction::RemoveConversions, tidy)}}};
 }
 
 } // namespace KoltaCli

@@ -46,7 +46,7 @@ int move(const ProcessorEntry& ffp, const ProcessorEntry& mcp, const QString& fr
 int moveFfp(const CommandLine& line, Servers& servers)
 {
     const Users users(servers.installation(), line);
-    if (!users.areKnown() || !users.may(rightToRun(QStringLiteral("FFP"))))
+    if (!users.areKnown() || !users.may(Kolta::UserAction::MoveFfp))
         return eExitFailed;
     const ProcessorDirectory directory(servers.all());
     QString problem;

@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include <kolta/application/servers.h>
+#include <kolta/application/users.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
@@ -154,8 +155,10 @@ int switchUnits(const Switch& wanted, QVector<Unit> units, const Servers& server
 
 int power(const CommandLine& line, const Servers& servers)
 {
+    const Users users(servers.installation(), line);
     QVector<Unit> units;
-    if (!findUnits(line.arguments().mid(1), unitsOf(servers), units))
+    if (!users.areKnown() || !users.may(Kolta::UserAction::SwitchPower) ||
+        !findUnits(line.arguments().mid(1), unitsOf(servers), units))
         return eExitFailed;
     return switchUnits(kSwitches[line.choice(0)], units, servers, line);
 }
@@ -170,7 +173,7 @@ Command powerCommand()
             {{"SWITCH", "What to do.", Argument::Once, switchWords()},
              {"UNIT", "GUID or name of a tuner, processing or storage unit; also repeatedly.",
               Argument::Several}},
-            Servers::options(),
+            Servers::options({Users::option()}),
             with(Servers::startUp, power)};
 }
 

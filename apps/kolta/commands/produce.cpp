@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <kolta/application/orderoptions.h>
 #include <kolta/application/processordirectory.h>
 #include <kolta/application/tunertables.h>
 #include <kolta/application/users.h>
@@ -23,25 +24,6 @@ using Kolta::ProductionOrder;
 using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
-
-/// Reads the words; an exit code when they are wrong, which was told.
-std::optional<int> readOrder(const CommandLine& line, ProductionOrder& order)
-{
-    order.kind = static_cast<ProductionOrder::Kind>(line.choice(0));
-    order.tunerClass = line.value("class");
-    order.demandClass = line.value("demand-class");
-    order.displayName = line.value("name");
-    order.frequency = line.hertz("frequency");
-    order.bandwidth = line.hertz("bandwidth");
-    const bool isFfp = order.kind == ProductionOrder::Kind::Ffp;
-    if (line.isSet("tuner") && !order.tunerClass.isEmpty())
-        return line.usageError(QStringLiteral("--tuner and --class exclude each other"));
-    if (!isFfp && order.tunerClass.isEmpty() && !line.isSet("tuner"))
-        return line.usageError(QStringLiteral("--class is missing"));
-    if (!isFfp && line.isSet("mcp"))
-        return line.usageError(QStringLiteral("--mcp is for an FFP"));
-    return std::nullopt;
-}
 
 /// The server that the order goes to, and the MCP of an FFP. Prints an error and gives null when either is
 /// not clear.
@@ -78,6 +60,31 @@ QString findTuner(Server& server, const QString& text)
             ? QStringLiteral("%1 has no tuner \"%2\"").arg(server.getAddress(), text)
             : QStringLiteral("%1 tuners are called \"%2\", give its GUID").arg(found.size()).arg(text));
     return {};
+}
+
+/// Replaces names of storage units by their GUIDs. Prints an error and gives false when one names none or
+/// several.
+bool findStorages(Server& server, ProductionOrder& order)
+{
+    for (QString& storage : order.storageGuids) {
+        const QUuid guid = Kolta::guidFromText(storage);
+        QStringList found;
+        for (const auto& unit : server.getResourceObserver().GetCurrentResources().GetStorageUnit()) {
+            const auto& identity = unit.GetTavikResource();
+            if (guid.isNull() ? identity.GetDisplayName() == storage
+                              : Kolta::guidFromText(identity.GetGUID()) == guid)
+                found.append(identity.GetGUID());
+        }
+        if (found.size() != 1) {
+            printError(QStringLiteral("%1 has %2 storage unit \"%3\"")
+                           .arg(server.getAddress(),
+                                found.isEmpty() ? QStringLiteral("no") : QStringLiteral("more than one"),
+                                storage));
+            return false;
+        }
+        storage = found.first();
+    }
+    return true;
 }
 
 QJsonObject describe(const Server& server, const ProductionJob& job, bool explain)
@@ -132,15 +139,16 @@ int tell(const Server& server, const ProductionJob& job, const CommandLine& line
 int startProduction(const CommandLine& line, Servers& servers)
 {
     ProductionOrder order;
-    if (const auto exitCode = readOrder(line, order))
-        return *exitCode;
+    const QString problem = readOrder(line, order);
+    if (!problem.isEmpty())
+        return line.usageError(problem);
     const Users users(servers.installation(), line);
-    if (!users.areKnown() || !users.may(rightToRun(kindName(order.kind))))
+    if (!users.areKnown() || !users.may(Kolta::actionToRun(kindName(order.kind))))
         return eExitFailed;
     Server* const server = findPlace(line, servers, order);
     if (server && line.isSet("tuner"))
         order.tunerGuid = findTuner(*server, line.value("tuner"));
-    if (!server || (line.isSet("tuner") && order.tunerGuid.isEmpty()))
+    if (!server || (line.isSet("tuner") && order.tunerGuid.isEmpty()) || !findStorages(*server, order))
         return eExitFailed;
     ProductionJob job(*server, order, nullptr);
     job.setExplained(line.isSet("explain"));
@@ -152,27 +160,16 @@ int startProduction(const CommandLine& line, Servers& servers)
 
 Command produceCommand()
 {
-    const QStringList kinds{QStringLiteral("scp"), QStringLiteral("mcp"), QStringLiteral("ffp")};
     return {"produce",
             "start a production, with the tuner that it needs",
             "Starts a production on a server of a simulated installation inside this process, and plans the "
             "tuner that it needs.",
-            {{"KIND", "What to start.", Argument::Once, kinds}},
+            {{"KIND", "What to start.", Argument::Once, orderKinds()}},
             Servers::options(
-                {text("class", "name",
-                      "Tuner class; its cheapest free tuner is taken. An FFP without one is fed by the tuner "
-                      "of its "
-                      "MCP."),
-                 text("tuner", "tuner", "GUID or name of a tuner, instead of a class."),
-                 text("demand-class", "name",
-                      "Resource demand class, instead of that of the tuner class or the kind."),
-                 text("mcp", "MCP",
-                      "The MCP that an FFP runs in: GUID or name; not needed while there is only one."),
-                 text("name", "name", "Display name (the kind and a number)."),
-                 hertz("frequency", "Centre frequency: 98.5M, 98.5e6."),
-                 hertz("bandwidth", "Bandwidth: 5M, 300k."),
-                 flag("explain", "Show every tuner of the class, in order of preference, and why."),
-                 Users::option()}),
+                orderOptions() +
+                QVector<Option>{
+                    flag("explain", "Show every tuner of the class, in order of preference, and why."),
+                    Users::option()}),
             with(Servers::startUp, startProduction)};
 }
 

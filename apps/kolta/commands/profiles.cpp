@@ -2,13 +2,18 @@
 
 #include <kolta/application/profilefile.h>
 #include <kolta/application/profilemembers.h>
+#include <kolta/application/profileoptions.h>
 #include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
+#include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/standardstreams.h>
 #include <kolta/cli/table.h>
 
+#include <koltacommon/maprequestjobs.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
+
+#include <algorithm>
 
 namespace KoltaCli {
 
@@ -69,15 +74,9 @@ int list(const CommandLine& line, const Profiles& profiles)
     return eExitOk;
 }
 
-int show(const CommandLine& line, const Profiles& profiles)
+int print(const ShortTimeProfile& profile, bool json)
 {
-    const QString name = line.argument(0);
-    if (!profiles.map().Contains(name)) {
-        printError(QStringLiteral("there is no profile \"%1\"").arg(name));
-        return eExitFailed;
-    }
-    const ShortTimeProfile& profile = profiles.map().At(name);
-    if (line.json()) {
+    if (json) {
         printJson(toJson(profile));
         return eExitOk;
     }
@@ -87,6 +86,59 @@ int show(const CommandLine& line, const Profiles& profiles)
         table.addRow(
             {QLatin1String(member.name), member.text.isEmpty() ? QStringLiteral("not in use") : member.text});
     table.print();
+    return eExitOk;
+}
+
+/// Prints an error when there is none of that name.
+bool knows(const Profiles& profiles, const QString& name)
+{
+    if (profiles.map().Contains(name))
+        return true;
+    printError(QStringLiteral("there is no profile \"%1\"").arg(name));
+    return false;
+}
+
+int show(const CommandLine& line, const Profiles& profiles)
+{
+    const QString name = line.argument(0);
+    return knows(profiles, name) ? print(profiles.map().At(name), line.json()) : int(eExitFailed);
+}
+
+/// Creates a profile or changes what the options name. The type of one that exists is its owner's to change.
+int set(const CommandLine& line, const Profiles& profiles)
+{
+    const QString name = line.argument(0);
+    ShortTimeProfile profile = profiles.map().Contains(name) ? profiles.map().At(name) : ShortTimeProfile();
+    const bool isNew = profile.isNull();
+    profile.name = name;
+    takeMembers(line, profile);
+    const auto type = line.isSet("type") ? typeFromText(line.value("type").toLower()) : std::nullopt;
+    if (isNew)
+        profile.type = type.value_or(Kolta::eShortTimeProfileUnspecified);
+    profiles.map().SetAt(name, profile, nullptr);
+    if (!isNew && type && *type != profile.type) {
+        Kolta::ProfileTypeJob job(profiles.map(), name, *type, nullptr);
+        if (!await(job, line.timeoutMs())) {
+            printError(QStringLiteral("the type of %1: %2").arg(name, problemOf(job)));
+            return eExitFailed;
+        }
+    }
+    return knows(profiles, name) ? print(profiles.map().At(name), line.json()) : int(eExitFailed);
+}
+
+int remove(const CommandLine& line, const Profiles& profiles)
+{
+    const QStringList names = line.arguments();
+    if (!std::all_of(names.begin(), names.end(), [&](const QString& name) { return knows(profiles, name); }))
+        return eExitFailed;
+    for (const QString& name : names)
+        profiles.map().EraseAt(name);
+    const int left = static_cast<int>(profiles.map().Size());
+    if (line.json())
+        printJson({{QStringLiteral("removed"), names.size()}, {QStringLiteral("profiles"), left}});
+    else
+        printLine(QStringLiteral("%1 removed, %2 left")
+                      .arg(counted(names.size(), QStringLiteral("profile")), QString::number(left)));
     return eExitOk;
 }
 
@@ -173,20 +225,27 @@ Command profilesCommand()
 {
     const Argument file{"FILE", "A file of profiles; \"-\" for standard input or output."};
     const auto on = [](auto use) { return onShortTime<ShortTimeProfileItemMap>("Profiles", use); };
+    const auto change = [](auto use) {
+        return changeShortTime<ShortTimeProfileItemMap>("Profiles", Kolta::UserAction::EditProfiles, use);
+    };
     return {
         "profiles",
-        "import, check, list, show, export or compare short-time profiles",
+        "import, set, remove, list, show, export or compare short-time profiles",
         "Works on the short-time profiles of a server in a simulated installation inside this process. FILE "
         "may be \"-\" for standard input or output.",
         {},
         Servers::options(
-            {choice("type", "type", "import: type of the profiles; known ones keep theirs otherwise.",
-                    typeNames()),
-             flag("replace", "import: leave nothing but the imported profiles.")}),
+            QVector<Option>{
+                choice("type", "type", "import, set: type of the profiles; known ones keep theirs otherwise.",
+                       typeNames()),
+                flag("replace", "import: leave nothing but the imported profiles."), Users::option()} +
+            memberOptions()),
         nullptr,
-        {{"import", {file}, "Adds the profiles of a file.", on(importFile)},
+        {{"import", {file}, "Adds the profiles of a file.", change(importFile)},
          {"list", {}, "Lists all profiles.", on(list)},
          {"show", {{"PROFILE", ""}}, "Shows all that a profile has.", on(show)},
+         {"set", {{"PROFILE", ""}}, "Creates a profile, or changes what the options name.", change(set)},
+         {"remove", {{"PROFILE", "", Argument::Several}}, "Removes profiles.", change(remove)},
          {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
          {"check", {file}, "Tells what in a file is not understood.", check},
          {"diff", {file, file}, "Compares two files.", diff}}};

@@ -18,7 +18,6 @@ namespace KoltaCli {
 
 using Kolta::Operation;
 using Kolta::StopJob;
-using Kolta::UserRights;
 
 namespace {
 
@@ -131,12 +130,12 @@ QVector<Target> everything(const Servers& servers)
     return targets;
 }
 
-UserRights::eManagementRights rightsFor(const QVector<Target>& targets)
+QVector<Kolta::UserAction> actionsFor(const QVector<Target>& targets)
 {
-    UserRights::eManagementRights rights;
+    QVector<Kolta::UserAction> actions;
     for (const Target& target : targets)
-        rights |= rightToRun(target.kind);
-    return rights;
+        actions.append(Kolta::actionToRun(target.kind));
+    return actions;
 }
 
 int stopTargets(const CommandLine& line, Servers& servers)
@@ -148,7 +147,7 @@ int stopTargets(const CommandLine& line, Servers& servers)
     const Users users(servers.installation(), line);
     QVector<Target> targets = all ? everything(servers) : QVector<Target>();
     if (!users.areKnown() || (!all && !findTargets(line.arguments(), servers, targets)) ||
-        !users.may(rightsFor(targets)))
+        !(all ? users.may(Kolta::UserAction::StopAll) : users.may(actionsFor(targets))))
         return eExitFailed;
     if (targets.isEmpty() && !line.json())
         printLine(QStringLiteral("nothing runs"));

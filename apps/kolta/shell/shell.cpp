@@ -5,10 +5,10 @@
 #include <kolta/cli/interruption.h>
 #include <kolta/cli/output.h>
 
+#include <common/shellwords.h>
 #include <startup/errorhandler.h>
 
 #include <QCoreApplication>
-#include <QProcess>
 
 #include <algorithm>
 #include <cerrno>
@@ -101,7 +101,7 @@ int Shell::run(std::unique_ptr<ShellInput> input, Teller& teller, bool keepGoing
             teller.comment(line.mid(1));
             continue;
         }
-        const QStringList words = QProcess::splitCommand(line);
+        const QStringList words = KoltaApps::shellWords(line);
         const int exitCode = words.isEmpty() ? int(eExitOk) : execute(line, words);
         if (exitCode == eExitOk || m_input->isTerminal())
             continue;

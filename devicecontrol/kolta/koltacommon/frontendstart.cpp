@@ -4,6 +4,7 @@
 #include <startup/tracesource.h>
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QProcess>
 
 #include <algorithm>
@@ -81,6 +82,17 @@ QProcess* FrontEndStart::run(QObject* parent) const
     kTrace(eNoFrontEnd, QStringLiteral("Front end %1 cannot be started in %2: %3")
                             .arg(executable, workingDirectory, process->errorString()));
     return nullptr;
+}
+
+QString FrontEndStart::runOnItsOwn() const
+{
+    if (!QFileInfo(executable).isExecutable()) // which the process would not tell
+        return QCoreApplication::translate("Kolta::FrontEndStart", "there is no such program");
+    QProcess process;
+    process.setProgram(executable);
+    process.setArguments(arguments);
+    process.setWorkingDirectory(workingDirectory);
+    return process.startDetached() ? QString() : process.errorString();
 }
 
 bool FrontEndStart::runDetached(const QString& type, const QString& address)

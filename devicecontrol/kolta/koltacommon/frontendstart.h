@@ -1,5 +1,7 @@
 #pragma once
 
+#include <koltacommon/export.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -9,7 +11,7 @@ class QProcess;
 namespace Kolta {
 
 /// How the graphical front end of a driver is started: a program in the application's own folder.
-struct FrontEndStart
+struct KOLTA_COMMON_EXPORT FrontEndStart
 {
     QString executable;
     QStringList arguments;
@@ -22,6 +24,8 @@ struct FrontEndStart
     /// Starts the front end and waits until it runs; its output is not read. Null, with a trace line, when it
     /// cannot be started.
     QProcess* run(QObject* parent) const;
+    /// Starts it so that it outlives this program. Empty, or why it cannot be started.
+    QString runOnItsOwn() const;
     /// Lets the GUI starter start the front end of such a driver. False, with a trace line, when the starter
     /// cannot be started.
     static bool runDetached(const QString& type, const QString& address);

@@ -69,14 +69,14 @@ void KoltaOwnerObserver::setClient(const QUuid& clientId, const QString& name, c
     m_client.SetHost(host.isEmpty() ? QSysInfo::machineHostName() : host);
 }
 
-bool KoltaOwnerObserver::requestOwnership(const QString& ownedGuid)
+bool KoltaOwnerObserver::requestOwnership(const QString& ownedGuid, bool force)
 {
-    return writeRequest(OwnerRequest::eTake, ownedGuid);
+    return writeRequest(force ? OwnerRequest::eForceTake : OwnerRequest::eTake, ownedGuid);
 }
 
-bool KoltaOwnerObserver::releaseOwnership(const QString& ownedGuid)
+bool KoltaOwnerObserver::releaseOwnership(const QString& ownedGuid, bool force)
 {
-    return writeRequest(OwnerRequest::eRelease, ownedGuid);
+    return writeRequest(force ? OwnerRequest::eForceRelease : OwnerRequest::eRelease, ownedGuid);
 }
 
 bool KoltaOwnerObserver::writeRequest(OwnerRequest::Action action, const QString& ownedGuid)

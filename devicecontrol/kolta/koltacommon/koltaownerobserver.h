@@ -45,8 +45,9 @@ public:
     /// These write a request for the server into the value "OwnerRequest" beside the mirrored one; an
     /// identical request is announced again. False, and nothing is written, without client ID, when there is
     /// no such value, or when the request cannot be written as XML, which is traced.
-    bool requestOwnership(const QString& ownedGuid);
-    bool releaseOwnership(const QString& ownedGuid);
+    /// `force`: whoever owns it, which needs a right of its own.
+    bool requestOwnership(const QString& ownedGuid, bool force = false);
+    bool releaseOwnership(const QString& ownedGuid, bool force = false);
 
     void onValueChange(const RESOURCEMANAGEMENT::OwnerOverview& oldOwners,
                        const RESOURCEMANAGEMENT::OwnerOverview& newOwners) override;

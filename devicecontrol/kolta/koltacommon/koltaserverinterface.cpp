@@ -210,6 +210,12 @@ bool KoltaServerInterface::restartServer()
            values::WriteOrAnnounce(nodePath(ServerNodes::eReset), clientId.toString());
 }
 
+bool KoltaServerInterface::quitServer()
+{
+    return state != SERVER_STATES::eDisconnected &&
+           values::WriteOrAnnounce(nodePath(ServerNodes::eQuit), clientId.toString());
+}
+
 QProcess* KoltaServerInterface::startGUI(const QString& guid, QObject* parent)
 {
     return getProductionControl().startGUI(guid, parent);

@@ -91,6 +91,8 @@ public:
 
     /// Asks the server to restart. False when it is not connected.
     bool restartServer();
+    /// Asks the server to end, for good. False when it is not connected.
+    bool quitServer();
     /// Starts the front end of the driver with that GUID, see KoltaProductionControl::startGUI().
     QProcess* startGUI(const QString& guid, QObject* parent);
     /// Deletes the interface once control is back in the event loop.

@@ -15,16 +15,18 @@ OwnershipJob::OwnershipJob(KoltaServerInterface& server, const QString& guid, Ac
 
 OwnershipJob::~OwnershipJob()
 {
-    const bool takes = wasAsked() && !isFinished() && m_action == Action::Take && !m_isGivingBack;
+    const bool isTaking = wasAsked() && !isFinished() && takes() && !m_isGivingBack;
     detach();
-    if (takes && server())
+    if (isTaking && server())
         request(Action::Release);
 }
 
 bool OwnershipJob::request(Action action)
 {
     KoltaOwnerObserver& owners = server()->getGuiOwnerObserver();
-    return action == Action::Take ? owners.requestOwnership(m_guid) : owners.releaseOwnership(m_guid);
+    const bool isForced = action == Action::ForceTake || action == Action::ForceRelease;
+    return action == Action::Take || action == Action::ForceTake ? owners.requestOwnership(m_guid, isForced)
+                                                                 : owners.releaseOwnership(m_guid, isForced);
 }
 
 bool OwnershipJob::isOwner() const
@@ -32,9 +34,16 @@ bool OwnershipJob::isOwner() const
     return server()->getGuiOwnerObserver().IsOwnedBy(m_guid, server()->getClientId());
 }
 
+bool OwnershipJob::isAsWished() const
+{
+    if (m_action == Action::ForceRelease)
+        return !server()->getGuiOwnerObserver().FindOwner(m_guid);
+    return isOwner() == takes();
+}
+
 void OwnershipJob::ask()
 {
-    if (isOwner() == (m_action == Action::Take))
+    if (isAsWished())
         return settleDone();
     setAsked();
     setProgress(tr("waiting for %1 to show the owner").arg(serverName()));
@@ -50,7 +59,7 @@ void OwnershipJob::evaluate()
         return;
     if (m_isGivingBack && !isOwner())
         return settleGivenUp(Effect::None, QString());
-    if (isOwner() != (m_action == Action::Take) || m_isGivingBack)
+    if (!isAsWished() || m_isGivingBack)
         return;
     if (!isCancelled())
         return settleDone();
@@ -76,7 +85,7 @@ void OwnershipJob::operational(bool on)
 
 void OwnershipJob::cancelBegun()
 {
-    if (m_action == Action::Release)
+    if (!takes())
         settleGivenUp(Effect::Unknown, QString());
     else
         setProgress(tr("waiting for the ownership, to give it back"));
@@ -87,12 +96,12 @@ void OwnershipJob::timeIsOver()
     const bool isConnected = server() && desk() && desk()->isConnected();
     const RESOURCEMANAGEMENT::Owner* const owner =
         isConnected ? server()->getGuiOwnerObserver().FindOwner(m_guid) : nullptr;
-    if (m_action == Action::Take && !isCancelled() && owner && !isOwner())
+    if (takes() && !isCancelled() && owner && !isOwner())
         return settle(State::Refused, Effect::None, Reason::Conflict,
                       tr("owned by %1 at %2").arg(owner->GetName(), owner->GetHost()));
     // What comes of it later nobody waits for any more.
     const QPointer<OwnershipJob> guard(this);
-    if (m_action == Action::Take && isConnected && !std::exchange(m_isGivingBack, true))
+    if (takes() && isConnected && !std::exchange(m_isGivingBack, true))
         request(Action::Release);
     if (guard)
         settleGivenUp(Effect::Unknown, QString());

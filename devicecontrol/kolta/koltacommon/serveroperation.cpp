@@ -11,6 +11,11 @@ ServerOperation::ServerOperation(KoltaServerInterface& server, QObject* parent)
 
 ServerOperation::~ServerOperation() = default;
 
+KoltaServerInterface* ServerOperation::server() const
+{
+    return m_server;
+}
+
 QString ServerOperation::serverName() const
 {
     return m_server ? m_server->getAddress() : QString();

@@ -24,7 +24,7 @@ protected:
     void setAsked() noexcept { m_asked = true; }
     bool wasAsked() const noexcept { return m_asked; }
     /// Null when its interface has gone.
-    KoltaServerInterface* server() const { return m_server; }
+    KoltaServerInterface* server() const;
     QString serverName() const;
 
     void begin() final;

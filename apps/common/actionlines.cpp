@@ -1,0 +1,277 @@
+#include "actionlines.h"
+
+#include "shellwords.h"
+
+#include <koltacommon/productionorder.h>
+#include <koltacommon/shorttimeffpassignment.h>
+#include <koltacommon/shorttimeprofile.h>
+#include <koltacommon/units.h>
+
+#include <algorithm>
+
+namespace KoltaApps {
+
+using Kolta::OwnershipJob;
+using Kolta::ProductionOrder;
+using Kolta::Quantity;
+using Kolta::ShortTimeProfile;
+
+namespace {
+
+/// An option with its value, in one word where a value of its own would look like an option.
+void add(QStringList& words, const char* option, const QString& value)
+{
+    const QString name = QStringLiteral("--") + QLatin1String(option);
+    if (value.startsWith(QLatin1Char('-')))
+        words.append(name + QLatin1Char('=') + value);
+    else
+        words << name << value;
+}
+
+void addUnlessEmpty(QStringList& words, const char* option, const QString& value)
+{
+    if (!value.isEmpty())
+        add(words, option, value);
+}
+
+QString withoutBlanks(QString text)
+{
+    return text.remove(QLatin1Char(' '));
+}
+
+void addHertz(QStringList& words, const char* option, double hertz)
+{
+    if (hertz > 0)
+        add(words, option, withoutBlanks(Kolta::hertzToText(hertz)));
+}
+
+/// A range with its ends in full: the shorter forms leave out an end of 0.
+void addRange(QStringList& words, const char* option, bool use, quint64 from, quint64 to, Quantity quantity)
+{
+    const auto text = [quantity](quint64 value) {
+        return withoutBlanks(quantityToText(static_cast<double>(value), quantity));
+    };
+    add(words, option, use ? text(from) + QLatin1Char('-') + text(to) : QString());
+}
+
+QString typeName(Kolta::eShortTimeProfileType type)
+{
+    switch (type) {
+    case Kolta::eShortTimeProfileBurst:
+        return QStringLiteral("burst");
+    case Kolta::eShortTimeProfileHopper:
+        return QStringLiteral("hopper");
+    case Kolta::eShortTimeProfileIgnore:
+        return QStringLiteral("ignore");
+    case Kolta::eShortTimeProfileUnspecified:
+        break;
+    }
+    return QStringLiteral("unspecified");
+}
+
+QString guidText(const QUuid& guid)
+{
+    return guid.toString(QUuid::WithoutBraces);
+}
+
+/// GUIDs without braces, which mean something to shells, and everything else as it is.
+QString thing(const QString& guidOrName)
+{
+    const QUuid guid(guidOrName);
+    return guid.isNull() ? guidOrName : guidText(guid);
+}
+
+QStringList things(const QStringList& guidsOrNames)
+{
+    QStringList texts;
+    for (const QString& text : guidsOrNames)
+        texts.append(thing(text));
+    return texts;
+}
+
+/// Behind "--", what begins with "-" is no option.
+QStringList arguments(const QStringList& words)
+{
+    const auto looksLikeOption = [](const QString& word) { return word.startsWith(QLatin1Char('-')); };
+    return std::any_of(words.begin(), words.end(), looksLikeOption)
+               ? QStringList{QStringLiteral("--")} + words
+               : words;
+}
+
+QString kindWord(const ProductionOrder& order)
+{
+    return kindName(order.kind).toLower();
+}
+
+} // namespace
+
+/// `words` without their arguments, which come last.
+QString ActionLines::line(const QStringList& words) const
+{
+    QStringList all{QStringLiteral("kolta")};
+    all += words;
+    if (!m_server.isEmpty())
+        all = all.mid(0, 2) + QStringList{QStringLiteral("--server"), m_server} + all.mid(2);
+    return shellLine(all);
+}
+
+QString ActionLines::produce(const ProductionOrder& order) const
+{
+    if (order.processor || !order.production.isNull() || order.attempts != ProductionOrder().attempts)
+        return QString();
+    QStringList words{QStringLiteral("produce"), kindWord(order)};
+    if (order.tunerGuid.isEmpty())
+        addUnlessEmpty(words, "class", order.tunerClass);
+    else
+        add(words, "tuner", thing(order.tunerGuid));
+    if (!order.mcp.isNull())
+        add(words, "mcp", guidText(order.mcp));
+    addHertz(words, "frequency", order.frequency);
+    addHertz(words, "bandwidth", order.bandwidth);
+    addUnlessEmpty(words, "demand-class", order.demandClass);
+    for (const QString& storage : order.storageGuids)
+        add(words, "storage", thing(storage));
+    addUnlessEmpty(words, "name", order.displayName);
+    return line(words);
+}
+
+QString ActionLines::explain(const ProductionOrder& order) const
+{
+    if (order.tunerClass.isEmpty())
+        return QString();
+    QStringList words{QStringLiteral("select"), QStringLiteral("--explain")};
+    addHertz(words, "frequency", order.frequency);
+    addHertz(words, "bandwidth", order.bandwidth);
+    for (const QString& storage : order.storageGuids)
+        add(words, "storage", thing(storage));
+    return line(words + arguments({order.tunerClass}));
+}
+
+QString ActionLines::plan(const QStringList& tunerClasses, bool optimal) const
+{
+    QStringList words{QStringLiteral("plan")};
+    if (optimal)
+        words.append(QStringLiteral("--optimal"));
+    return line(words + arguments(tunerClasses));
+}
+
+QString ActionLines::clearPlan() const
+{
+    return line({QStringLiteral("plan"), QStringLiteral("--clear")});
+}
+
+QString ActionLines::stop(const QStringList& processors) const
+{
+    return line(QStringList{QStringLiteral("stop")} + arguments(things(processors)));
+}
+
+QString ActionLines::stopAll() const
+{
+    return line({QStringLiteral("stop"), QStringLiteral("--all")});
+}
+
+QString ActionLines::move(const QString& ffp, const QString& mcp) const
+{
+    return line(QStringList{QStringLiteral("move")} + arguments(things({ffp, mcp})));
+}
+
+QString ActionLines::own(const QString& processor, OwnershipJob::Action action) const
+{
+    QStringList words{QStringLiteral("own")};
+    if (action == OwnershipJob::Action::ForceTake || action == OwnershipJob::Action::ForceRelease)
+        words.append(QStringLiteral("--force"));
+    if (action == OwnershipJob::Action::Release || action == OwnershipJob::Action::ForceRelease)
+        words.append(QStringLiteral("--release"));
+    return line(processor.isEmpty() ? words : words + arguments(things({processor})));
+}
+
+QString ActionLines::frontEnd(const QString& processor) const
+{
+    return line(QStringList{QStringLiteral("front-end")} + arguments(things({processor})));
+}
+
+QString ActionLines::power(const QString& action, const QStringList& units) const
+{
+    return line(QStringList{QStringLiteral("power")} + arguments(QStringList{action} + things(units)));
+}
+
+QString ActionLines::setProfile(const ShortTimeProfile& p) const
+{
+    QStringList words{QStringLiteral("profiles"), QStringLiteral("--type"), typeName(p.type)};
+    addRange(words, "frequency", p.useFrequency, p.frequencyMin, p.frequencyMax, Quantity::Frequency);
+    addRange(words, "bandwidth", p.useBandwidth, p.bandwidthMin, p.bandwidthMax, Quantity::Frequency);
+    add(words, "duration",
+        p.useDuration ? QStringLiteral("%1-%2").arg(p.durationMin).arg(p.durationMax) : QString());
+    addRange(words, "symbol-rate", p.useSymbolRate, p.symbolRateMin, p.symbolRateMax, Quantity::SymbolRate);
+    addRange(words, "shift", p.useShift, p.shiftMin, p.shiftMax, Quantity::Frequency);
+    add(words, "hop-rate",
+        p.useHopRate ? withoutBlanks(quantityToText(p.hopRate, Quantity::Rate)) : QString());
+    add(words, "modulation", p.useModulation ? Kolta::modulationTypeToString(p.modulation) : QString());
+    return line(words + arguments({QStringLiteral("set"), p.name}));
+}
+
+QString ActionLines::removeProfiles(const QStringList& names) const
+{
+    return line(QStringList{QStringLiteral("profiles")} +
+                arguments(QStringList{QStringLiteral("remove")} + names));
+}
+
+QString ActionLines::importProfiles(const QString& file, bool replace) const
+{
+    QStringList words{QStringLiteral("profiles")};
+    if (replace)
+        words.append(QStringLiteral("--replace"));
+    return line(words + arguments({QStringLiteral("import"), file}));
+}
+
+QString ActionLines::assign(const Kolta::ShortTimeFFPAssignment& assignment) const
+{
+    QStringList words{QStringLiteral("assignments")};
+    add(words, "profiles", assignment.profiles.join(QLatin1Char(',')));
+    add(words, "radio", QString::number(assignment.radioId));
+    add(words, "resource", QString::number(assignment.tavikResourceId));
+    add(words, "coverage", QString::number(assignment.minCoverage));
+    if (!assignment.enabled)
+        words.append(QStringLiteral("--disabled"));
+    if (assignment.autoRecording)
+        words.append(QStringLiteral("--record"));
+    return line(words + QStringList{QStringLiteral("set"), thing(assignment.ffpGuid)});
+}
+
+QString ActionLines::startConversion(const QString& record, const QString& resultType,
+                                     const QString& production) const
+{
+    QStringList words{QStringLiteral("conversions")};
+    addUnlessEmpty(words, "type", resultType);
+    addUnlessEmpty(words, "production", production);
+    return line(words + arguments({QStringLiteral("start"), record}));
+}
+
+QString ActionLines::finishConversion(const QString& record, bool failed, const QString& result) const
+{
+    QStringList words{QStringLiteral("conversions")};
+    if (failed)
+        words.append(QStringLiteral("--failed"));
+    addUnlessEmpty(words, "result", result);
+    return line(words + arguments({QStringLiteral("finish"), record}));
+}
+
+QString ActionLines::tidyConversions(int keep, const QDateTime& olderThan, bool failedToo) const
+{
+    QStringList words{QStringLiteral("conversions"), QStringLiteral("tidy")};
+    add(words, "keep", QString::number(keep));
+    if (olderThan.isValid())
+        add(words, "older-than", olderThan.toUTC().toString(Qt::ISODate));
+    if (failedToo)
+        words.append(QStringLiteral("--failed"));
+    return line(words);
+}
+
+QString ActionLines::terminate(Kolta::TerminationJob::Action action) const
+{
+    const bool isReset = action == Kolta::TerminationJob::Action::Reset;
+    return shellLine(QStringList{QStringLiteral("kolta"), QStringLiteral("server")} +
+                     arguments({isReset ? QStringLiteral("reset") : QStringLiteral("quit"), m_server}));
+}
+
+} // namespace KoltaApps
