@@ -57,6 +57,7 @@ constexpr NamedKind kOptions[] = {
     {"class", NameKind::TunerClass},
     {"demand-class", NameKind::DemandClass},
     {"tuner", NameKind::Tuner},
+    {"storage", NameKind::Unit},
     {"mcp", NameKind::Mcp},
     {"ffp", NameKind::Ffp},
     {"profile", NameKind::Profile},

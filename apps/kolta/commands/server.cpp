@@ -68,7 +68,7 @@ Run terminating(TerminationJob::Action action)
 
 Command serverCommand()
 {
-    const Argument name{"NAME", "The server."};
+    const Argument name{"SERVER", "Its name."};
     return {"server",
             "restart or end a server",
             "Asks a server to restart or to end, and waits until it has; give a slow one more --timeout. "
