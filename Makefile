@@ -21,7 +21,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo test test-asan test-tsan test-static fuzz bench soak chaos lint nightly format doc install clean
+.PHONY: help demo test test-asan test-tsan test-static fuzz bench soak chaos lint nightly format doc deb test-deb install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -80,10 +80,15 @@ nightly: ## lint, sanitizers, static package, a minute per fuzz target, manual, 
 format: packages-format ## lay out all sources
 	@$(sources) | xargs -d '\n' clang-format -i
 
-doc: packages-doc ## make the reference manual, build/doc/html/index.html
-	@mkdir -p build/doc
-	@doxygen Doxyfile
-	@echo 'The manual begins at build/doc/html/index.html'
+doc: packages-doc ## make the site of guide and reference, build/doc/html/index.html
+	@tools/make-site build/doc
+	@echo 'The site begins at build/doc/html/index.html'
+
+deb: packages-build+deb ## build the Debian packages, build/deb/*.deb
+	@tools/make-packages build/deb $(JOBS)
+
+test-deb: packages-testdeb ## install, use and remove them in an empty system; as root
+	@tools/test-packages build/deb
 
 install: packages-build ## build for release and install below PREFIX (and DESTDIR)
 	@cmake --preset release -DCMAKE_INSTALL_PREFIX='$(PREFIX)'
