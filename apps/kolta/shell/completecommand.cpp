@@ -1,6 +1,7 @@
 #include "completecommand.h"
 
 #include "completion.h"
+#include "lineparts.h"
 
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>

@@ -1,5 +1,8 @@
 #include "completion.h"
 
+#include "lineparts.h"
+
+#include <kolta/application/knownnames.h>
 #include <kolta/cli/commandtable.h>
 
 #include <algorithm>
@@ -157,7 +160,7 @@ QString commonBegin(const QStringList& sorted)
 
 } // namespace
 
-QStringList completionsOf(const QStringList& words, const CommandTable& table, const NameSource& names)
+QStringList completionsOf(const QStringList& words, const CommandTable& table)
 {
     const QString word = words.last();
     const Place place = placeOf(words.mid(0, words.size() - 1), word, table);
@@ -166,7 +169,7 @@ QStringList completionsOf(const QStringList& words, const CommandTable& table, c
     if (place.kind == NameKind::Command)
         possible += namesOf(table);
     else if (place.kind != NameKind::None)
-        possible += names(place.kind, begin, words);
+        possible += knownNames(place.kind, begin, words);
     QStringList found;
     for (const QString& each : qAsConst(possible)) {
         if (!each.isEmpty() && each.startsWith(begin))

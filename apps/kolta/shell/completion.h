@@ -1,25 +1,15 @@
 #pragma once
 
-#include "lineparts.h"
-
-#include <kolta/application/knownnames.h>
-
 #include <QString>
 #include <QStringList>
-
-#include <functional>
 
 namespace KoltaCli {
 
 class CommandTable;
 
-/// knownNames(), or what stands for it.
-using NameSource = std::function<QStringList(NameKind kind, const QString& begin, const QStringList& words)>;
-
 /// How the last of some words may go on: as a command, an option or its value, an action, or another
-/// argument. Whole words, sorted; what more may follow at once, behind a folder or "=", ends with "/" or "=".
-QStringList completionsOf(const QStringList& words, const CommandTable& table,
-                          const NameSource& names = knownNames);
+/// argument. Whole words, sorted; a folder ends with "/".
+QStringList completionsOf(const QStringList& words, const CommandTable& table);
 
 /// How the last word of a line at the prompt goes on.
 struct Completion
