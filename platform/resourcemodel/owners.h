@@ -29,7 +29,7 @@ class KOLTA_RESOURCEMODEL_EXPORT OwnerOverview final : public REPORTGENERATOR::I
 };
 
 #define RG_FIELDS_OwnerRequest(F)                                                                            \
-    F(Enum, Action, Action, Required, "0 release, 1 take, 2 take by force, 3 release by force")                                                   \
+    F(Enum, Action, Action, Required, "0 release, 1 take, 2 take by force, 3 release by force")              \
     F(Record, Owner, Owner, Required, "what is to be owned, and by whom")
 
 /// Asks the server for ownership, or gives it back.

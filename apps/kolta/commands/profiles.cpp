@@ -112,12 +112,12 @@ int set(const CommandLine& line, const Profiles& profiles)
     const bool isNew = profile.isNull();
     profile.name = name;
     takeMembers(line, profile);
-    const auto type = line.isSet("type") ? typeFromText(line.value("type").toLower()) : std::nullopt;
+    const auto type = typeFromText(line.value("type").toLower()).value_or(profile.type);
     if (isNew)
-        profile.type = type.value_or(Kolta::eShortTimeProfileUnspecified);
+        profile.type = type;
     profiles.map().SetAt(name, profile, nullptr);
-    if (!isNew && type && *type != profile.type) {
-        Kolta::ProfileTypeJob job(profiles.map(), name, *type, nullptr);
+    if (!isNew && type != profile.type) {
+        Kolta::ProfileTypeJob job(profiles.map(), name, type, nullptr);
         if (!await(job, line.timeoutMs())) {
             printError(QStringLiteral("the type of %1: %2").arg(name, problemOf(job)));
             return eExitFailed;

@@ -22,7 +22,7 @@ namespace Kolta {
 namespace {
 
 constexpr int kDefaultTimeLimitMs = 500;
-constexpr int kCheckIntervalMs = 5;             ///< how often a looping script looks at the time
+constexpr int kCheckIntervalMs = 5;              ///< how often a looping script looks at the time
 constexpr std::chrono::milliseconds kGrace(100); ///< for a stopped script to come to its end
 constexpr int kMostLeftBehind = 4;
 constexpr uint kStackBytes = 64u << 20; ///< enough for the engine's own limits of nesting
