@@ -85,7 +85,8 @@ void TestShell::runsTheLinesOfActions()
             line.mid(6).toUtf8() + (*shown ? "\nexpect \"" + QByteArray(shown) + "\"\n" : QByteArray("\n"));
     KoltaProcess kolta({words("shell")}, input);
     QVERIFY(kolta.ends());
-    QVERIFY2(kolta.exitCode() == 0, (kolta.readAllStandardError() + kolta.readAll()).constData());
+    const QByteArray told = kolta.readAllStandardError() + kolta.readAll();
+    QVERIFY2(kolta.exitCode() == 0, told.constData());
 }
 
 void TestShell::talksAtATerminal()
