@@ -318,8 +318,6 @@ QString rangeToText(double from, double to, Quantity quantity)
     if (!qIsFinite(to))
         return quantityToText(from, quantity) + dash.left(2);
     const QString last = quantityToText(to, quantity);
-    if (from == 0 && to > 0)
-        return dash.mid(1) + last;
     QString first = quantityToText(from, quantity);
     if (first == last)
         return first;
