@@ -94,6 +94,7 @@ EmbeddedInstallation::startWith(const CommandLine& line, const QStringList& want
 std::shared_ptr<EmbeddedInstallation> EmbeddedInstallation::simulate(const CommandLine& line)
 {
     std::shared_ptr<EmbeddedInstallation> started(new EmbeddedInstallation);
+    started->m_configuration.emplace();
     QStringList folders = line.values("installation");
     if (folders.isEmpty())
         folders.append(Installation::sampleFolder());

@@ -126,7 +126,9 @@ private:
     void forgetInterfaces() const;
     bool report(bool bound, const QString& name, const QString& error) const;
 
-    TemporaryConfiguration m_configuration;
+    /// While the servers are simulated; who looks at an installation is the user, with users and passwords of
+    /// the user's configuration.
+    std::optional<TemporaryConfiguration> m_configuration;
     QString m_folder;
     std::unique_ptr<TreeMirror> m_mirror; ///< null while the servers are simulated
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
