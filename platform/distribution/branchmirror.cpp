@@ -258,7 +258,8 @@ void BranchMirror::takeLive(const LiveMessage& live)
         return;
     }
     // Who says for a displaced owner that it is dead does not know its roots.
-    if (!live.roots.isEmpty())
+    const bool isHearsay = live.state == LiveState::Dead && live.roots.isEmpty();
+    if (!isHearsay)
         m_live = live;
     else if (isOwnerKnown())
         m_live.state = live.state;
