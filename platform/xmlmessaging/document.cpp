@@ -36,29 +36,30 @@ public:
     {
     }
 
-    /// Makes room for exactly as many nodes as a well-formed text takes, but for layout.
-    void reserve()
+    /// Makes room for exactly as many nodes as the text takes, but for layout; false when it is not
+    /// well-formed.
+    bool reserve(QString& error)
     {
         Scanner scanner = m_scanner;
         std::size_t nodes = 0;
-        for (Token token = scanner.next(); token != Token::Finish && token != Token::Failure;
-             token = scanner.next()) {
+        for (Token token = scanner.next(); token != Token::Finish; token = scanner.next()) {
+            if (token == Token::Failure)
+                return fail(scanner, error);
             if (token == Token::Start)
                 nodes += 1 + 2 * scanner.attributes().size();
             else if (token != Token::End)
                 ++nodes;
         }
         m_document.m_nodes.reserve(nodes);
+        return true;
     }
 
     /// False when the text is not well-formed.
     bool build(QString& error)
     {
         for (Token token = m_scanner.next(); token != Token::Finish; token = m_scanner.next()) {
-            if (token == Token::Failure) {
-                error = XmlText::toMessage(m_scanner.complaint(), m_scanner.begin());
-                return false;
-            }
+            if (token == Token::Failure)
+                return fail(m_scanner, error);
             if (token == Token::Start)
                 start();
             else if (token == Token::End)
@@ -70,6 +71,12 @@ public:
     }
 
 private:
+    static bool fail(const Scanner& scanner, QString& error)
+    {
+        error = XmlText::toMessage(scanner.complaint(), scanner.begin());
+        return false;
+    }
+
     struct Level
     {
         NodeId element;
@@ -134,11 +141,12 @@ bool Document::parse(QByteArray text, int maxDepth, QString& error)
     rules.instructions = false;
     rules.utf8 = true;
     Builder builder(*this, rules);
-    // Going over a short text twice takes longer than making room for too many nodes.
-    if (m_text.size() > kShortText)
-        builder.reserve();
-    else
+    // Going over a short text twice takes longer than making room for too many nodes. Of a long one that is
+    // not well-formed no nodes are made.
+    if (m_text.size() <= kShortText)
         m_nodes.reserve(static_cast<std::size_t>(m_text.size() / kShortTextPerNode));
+    else if (!builder.reserve(error))
+        return false;
     return builder.build(error);
 }
 
