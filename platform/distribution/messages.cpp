@@ -1,7 +1,7 @@
 #include <distribution/fieldreader.h>
 #include <distribution/messages.h>
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <utility>
 
@@ -484,7 +484,7 @@ std::optional<MessageKind> KindOf(const Bytes& bytes)
 
 quint32 Checksum(const Bytes& bytes)
 {
-    return static_cast<quint32>(crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+    return libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
 } // namespace distribution

@@ -1,8 +1,9 @@
 #include <distribution/statetransfer.h>
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace distribution {
@@ -12,29 +13,34 @@ namespace {
 /// Smaller states are not worth the packing.
 constexpr std::size_t kUnpackedBytes = 4096;
 
+constexpr int kFastest = 1;
+
 /// Empty when it does not become smaller.
 Bytes packed(const Bytes& whole)
 {
     if (whole.size() <= kUnpackedBytes)
         return Bytes();
-    uLongf size = compressBound(whole.size());
-    Bytes bytes(size, '\0');
-    const int result = compress2(reinterpret_cast<Bytef*>(&bytes[0]), &size,
-                                 reinterpret_cast<const Bytef*>(whole.data()), whole.size(), Z_BEST_SPEED);
-    if (result != Z_OK || size >= whole.size())
+    const std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)> compressor(
+        libdeflate_alloc_compressor(kFastest), &libdeflate_free_compressor);
+    if (!compressor)
         return Bytes();
-    bytes.resize(size);
+    Bytes bytes(whole.size() - 1, '\0');
+    bytes.resize(
+        libdeflate_zlib_compress(compressor.get(), whole.data(), whole.size(), &bytes[0], bytes.size()));
     return bytes;
 }
 
 bool unpack(Bytes& bytes, std::size_t wholeBytes)
 {
+    const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> decompressor(
+        libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
     Bytes whole(wholeBytes, '\0');
-    uLongf size = wholeBytes;
-    const int result = uncompress(reinterpret_cast<Bytef*>(&whole[0]), &size,
-                                  reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
+    // Without a place for their number exactly so many bytes have to come.
+    const bool isWhole =
+        decompressor && libdeflate_zlib_decompress(decompressor.get(), bytes.data(), bytes.size(), &whole[0],
+                                                   whole.size(), nullptr) == LIBDEFLATE_SUCCESS;
     bytes = std::move(whole);
-    return result == Z_OK && size == wholeBytes;
+    return isWhole;
 }
 
 Publication partPublication(const Bytes& topic, std::size_t part, Bytes payload)
