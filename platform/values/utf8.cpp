@@ -139,15 +139,7 @@ int unitAt(const QString& text, int begin, std::size_t bytes, std::size_t allByt
     return passed == bytes ? at : -1;
 }
 
-/// Whether it might make one character with its neighbour.
-bool hasLooseEnd(const QString& text)
-{
-    return !text.isEmpty() && (text.at(0).isLowSurrogate() || text.at(text.size() - 1).isHighSurrogate());
-}
-
-} // namespace
-
-void AppendUtf8(std::string& out, const QString& text)
+void appendBlock(std::string& out, const QString& text)
 {
     if (isPaired(text)) {
         const QByteArray bytes = text.toUtf8();
@@ -159,6 +151,28 @@ void AppendUtf8(std::string& out, const QString& text)
         const bool pair = unit.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
         appendCharacter(out, pair ? QChar::surrogateToUcs4(unit, text.at(i + 1)) : unit.unicode());
         i += pair ? 1 : 0;
+    }
+}
+
+/// Whether it might make one character with its neighbour.
+bool hasLooseEnd(const QString& text)
+{
+    return !text.isEmpty() && (text.at(0).isLowSurrogate() || text.at(text.size() - 1).isHighSurrogate());
+}
+
+} // namespace
+
+/// In blocks, which stay in the cache from one step to the next.
+void AppendUtf8(std::string& out, const QString& text)
+{
+    constexpr int kBlock = 16384;
+    out.reserve(out.size() + static_cast<std::size_t>(text.size()));
+    for (int at = 0, count = 0; at < text.size(); at += count) {
+        count = std::min(kBlock, text.size() - at);
+        const bool cutsPair = at + count < text.size() && text.at(at + count - 1).isHighSurrogate() &&
+                              text.at(at + count).isLowSurrogate();
+        count += cutsPair ? 1 : 0;
+        appendBlock(out, QString::fromRawData(text.constData() + at, count));
     }
 }
 

@@ -260,9 +260,10 @@ private Q_SLOTS:
         QString everyUnit;
         for (int unit = 0; unit <= 0xffff; ++unit)
             everyUnit += QChar(unit);
-        const QString high(QChar(0xd800)), low(QChar(0xdc00));
+        const QString high(QChar(0xd800)), low(QChar(0xdc00)), block(16383, QLatin1Char('x'));
         for (const QString& text :
              QStringList{QString(), QString(QChar(0xfeff)), everyUnit, low + high, high + low, high,
+                         block + high + low, block + high + high + low,
                          QString::fromUcs4(U"a\u00e4\u20ac\U0001f4e1\U0010ffff")}) {
             const auto other = CreateDefaultValue(eTypeString);
             QVERIFY(read(*other, contentOf(StringValue(text))));
