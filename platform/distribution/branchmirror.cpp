@@ -132,7 +132,7 @@ Snapshot BranchMirror::GetSnapshot() const
 {
     Snapshot snapshot;
     for (const auto& [id, item] : m_channels.at(0)->Items().All())
-        snapshot.items.push_back({id, item.path, item.type, item.content});
+        snapshot.items.push_back({id, item.path, item.type, item.Whole()});
     return snapshot;
 }
 
@@ -224,6 +224,13 @@ void BranchMirror::apply(const Change& change)
             IsAtOrBelow(items.begin()->second.path, change.path))
             channel.second->NeedState(channel.second->GetNumber());
     }
+}
+
+/// False when the value has another text than the owner had; the whole has to follow.
+bool BranchMirror::applySplice(const QString& path, const values::TextSplice& splice)
+{
+    takeLocal();
+    return (m_sentinelHidden && path == m_live.sentinel) || m_tree.ApplySplice(path, splice);
 }
 
 void BranchMirror::applyCommands(const QString& path, const Bytes& commands,
@@ -375,7 +382,7 @@ void BranchMirror::showSentinel()
     if (!std::exchange(m_sentinelHidden, false))
         return;
     if (const ItemTable::Item* const item = m_channels.at(0)->Items().Find(m_live.sentinel))
-        apply(AddChange(item->path, item->type, item->content));
+        apply(AddChange(item->path, item->type, item->Whole()));
 }
 
 qint64 BranchMirror::silentAtMs() const

@@ -56,6 +56,9 @@ public:
     /// find the same. Only Add, Remove, Set and Announce of nodes and plain values, and Remove of
     /// collections.
     virtual void Apply(const Change& change) = 0;
+    /// Replaces a part of a value's text. False, and nothing happens, when the value has another text: a Set
+    /// of the whole follows then.
+    virtual bool ApplySplice(const QString& path, const values::TextSplice& splice) = 0;
     /// Executes commands on a collection, but leaves alone the keys and requests of `own`, which have own
     /// changes on their way. Also called, without commands, when `own` has become smaller.
     virtual void ApplyCommands(const QString& path, const Bytes& commands,
@@ -137,6 +140,7 @@ private:
     // For the channels.
     void takeLocal();
     void apply(const Change& change);
+    bool applySplice(const QString& path, const values::TextSplice& splice);
     void applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);
     void applyState(const QString& path, qint32 type, const Bytes& state, const std::vector<Content>& own);
     void failed(const FailedWish& wish) { m_tree.OnWishFailed(wish); }

@@ -41,25 +41,12 @@ void ItemTable::SetContent(quint32 id, const Content& content)
     if (!item)
         return;
     item->content = content;
-    item->checksum.reset();
+    item->parts.reset();
 }
 
-Change ItemTable::Splice(const Change& delta, bool withPart)
+void ItemTable::Apply(quint32 id, TextEdit& edit)
 {
-    Item& item = *Find(delta.id);
-    const values::TextSplice& splice = *delta.splice;
-    const std::size_t bytes = item.content->size() - splice.removed.size() + splice.inserted.size();
-    const bool isAlone = item.content.use_count() == 1 && bytes <= item.content->capacity();
-    item.checksum = item.checksum->After(*item.content, splice);
-    if (isAlone) // nobody else sees it, and large ones are not copied
-        std::const_pointer_cast<Bytes>(item.content)
-            ->replace(splice.offset, splice.removed.size(), splice.inserted);
-    else
-        item.content = MakeContent(Spliced(*item.content, splice));
-    Change change = SetChange(delta.path, item.content);
-    if (withPart)
-        change.splice = delta.splice;
-    return change;
+    Find(id)->parts->Apply(edit);
 }
 
 void ItemTable::Clear()
@@ -81,34 +68,46 @@ struct Known
 {
     QString path; ///< empty once it is removed
     Content content;
-    std::optional<std::size_t> spliced; ///< index of the change that replaces a part of the content
+    ItemTable::Item* item = nullptr;   ///< whose content it still is
+    std::optional<std::size_t> edited; ///< index of the change that replaces a part of it
+
+    Content Whole() const { return item ? item->Whole() : content; }
+    void Set(const Content& replaced)
+    {
+        content = replaced;
+        item = nullptr;
+    }
 };
 
 /// Whether the change only replaces a part of the item's content, which it names then.
-bool resolveSplice(Change& change, const ItemTable::Item& item, std::size_t maximumBytes)
+bool resolveEdit(Change& change, ItemTable::Item& item, std::size_t maximumBytes)
 {
-    const Bytes& content = BytesOf(item.content);
-    auto splice = AsSplice(content, BytesOf(change.content), maximumBytes);
+    const auto partOf = [&item](std::size_t offset, std::size_t count) {
+        return item.parts ? item.parts->Range(offset, count) : BytesOf(item.content).substr(offset, count);
+    };
+    auto splice = AsSplice(item.Size(), partOf, BytesOf(change.content), maximumBytes);
     if (!splice)
         return false;
-    if (!item.checksum)
-        item.checksum.emplace(content);
-    if (item.checksum->After(content, *splice).Whole() != change.checksum)
+    if (!item.parts)
+        item.parts.emplace(BytesOf(std::exchange(item.content, nullptr)));
+    auto edit = std::make_shared<TextEdit>(item.parts->Prepare(std::move(*splice)));
+    if (item.parts->SumAfter(*edit) != change.checksum)
         return false;
     change.content.reset();
-    change.splice = std::make_shared<const values::TextSplice>(std::move(*splice));
+    change.edit = std::move(edit);
     return true;
 }
 
 /// A part was replaced and something else follows: the whole is needed.
 void makeWhole(Known& known, Changes& resolved)
 {
-    if (!known.spliced)
+    if (!known.edited)
         return;
-    Change& earlier = resolved[*std::exchange(known.spliced, std::nullopt)];
+    Change& earlier = resolved[*std::exchange(known.edited, std::nullopt)];
     earlier.operation = Operation::Set;
-    earlier.content = known.content = MakeContent(Spliced(BytesOf(known.content), *earlier.splice));
-    earlier.splice.reset();
+    earlier.content = MakeContent(Spliced(BytesOf(known.Whole()), earlier.edit->splice));
+    earlier.edit.reset();
+    known.Set(earlier.content);
 }
 
 bool resolveRuns(Change& change, const Content& former, std::size_t maximumBytes)
@@ -123,30 +122,30 @@ bool resolveRuns(Change& change, const Content& former, std::size_t maximumBytes
 
 } // namespace
 
-std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items, std::size_t maximumBytes)
+std::optional<Changes> Resolve(const Changes& changes, ItemTable& items, std::size_t maximumBytes)
 {
     std::map<quint32, Known> fresh;
     Changes resolved;
     for (Change change : changes) {
         const bool isMet = fresh.count(change.id) > 0;
-        const auto item = items.All().find(change.id);
+        ItemTable::Item* const item = items.Find(change.id);
         Known& known = fresh[change.id];
         makeWhole(known, resolved);
-        if (!isMet && item != items.All().end())
-            known = {item->second.path, item->second.content, std::nullopt};
+        if (!isMet && item)
+            known = {item->path, nullptr, item, std::nullopt};
         if (change.operation == Operation::Add)
-            known = {change.path, change.content, std::nullopt};
+            known = {change.path, change.content, nullptr, std::nullopt};
         if (known.path.isEmpty())
             return std::nullopt;
         change.path = known.path;
         if (change.operation == Operation::Delta) {
-            if (!isMet && item != items.All().end() && resolveSplice(change, item->second, maximumBytes))
-                known.spliced = resolved.size();
-            else if (!resolveRuns(change, known.content, maximumBytes))
+            if (!isMet && item && resolveEdit(change, *item, maximumBytes))
+                known.edited = resolved.size();
+            else if (!resolveRuns(change, known.Whole(), maximumBytes))
                 return std::nullopt;
         }
         if (change.operation == Operation::Set)
-            known.content = change.content;
+            known.Set(change.content);
         else if (change.operation == Operation::Remove)
             known.path.clear();
         resolved.push_back(std::move(change));

@@ -2,7 +2,7 @@
 
 #include <distribution/export.h>
 #include <distribution/messages.h>
-#include <distribution/textchecksum.h>
+#include <distribution/textparts.h>
 
 #include <QHash>
 
@@ -20,11 +20,14 @@ public:
     {
         QString path;
         qint32 type = 0;
-        Content content;       ///< of plain values only
+        Content content;       ///< of plain values only; null while it is in parts
         quint64 changedAt = 0; ///< number of the entry that changed it last; kept by owners
         QUuid changedBy;       ///< session whose wish it holds, null when it holds anything else
-        /// Of the content, once somebody needed it; kept by mirrors.
-        mutable std::optional<TextChecksum> checksum = std::nullopt;
+        /// Instead of the content, once a part of that was replaced; in mirrors only.
+        std::optional<TextParts> parts = std::nullopt;
+
+        std::size_t Size() const { return parts ? parts->Size() : BytesOf(content).size(); }
+        Content Whole() const { return parts ? MakeContent(parts->Whole()) : content; }
     };
     using Items = std::map<quint32, Item>;
 
@@ -40,9 +43,8 @@ public:
     /// Replaces what has the same identifier or path.
     void Insert(quint32 id, Item item);
     void SetContent(quint32 id, const Content& content);
-    /// Makes the content what a Delta that Resolve() has left says; that as a Set, with the replaced part for
-    /// who has the former content.
-    Change Splice(const Change& delta, bool withPart);
+    /// Of an item that is there, and the edit prepared for it.
+    void Apply(quint32 id, TextEdit& edit);
     void Erase(quint32 id);
     void Clear();
 
@@ -55,9 +57,9 @@ private:
 KOLTA_DISTRIBUTION_EXPORT bool IsAtOrBelow(const QString& path, const QString& top);
 
 /// The changes of an entry with paths and whole contents instead of identifiers and runs, as they follow upon
-/// `items`, which stay as they are; a Delta that replaces one part remains one, with that part. Nothing when
-/// a change does not fit, or makes a content of more than `maximumBytes`.
-KOLTA_DISTRIBUTION_EXPORT std::optional<Changes> Resolve(const Changes& changes, const ItemTable& items,
+/// `items`, whose contents stay as they are; a Delta that replaces one part remains one, with that part.
+/// Nothing when a change does not fit, or makes a content of more than `maximumBytes`.
+KOLTA_DISTRIBUTION_EXPORT std::optional<Changes> Resolve(const Changes& changes, ItemTable& items,
                                                          std::size_t maximumBytes);
 
 } // namespace distribution

@@ -55,6 +55,8 @@ enum class Operation : quint8 {
     Order = 7
 };
 
+struct TextEdit;
+
 /// One change of one item. Which members mean something:
 /// path: everywhere in a program; it travels in wishes and with Add only, otherwise the owner's `id` does;
 /// type: Add (0: a node without a value); code: Announce;
@@ -75,8 +77,8 @@ struct Change
     /// not announce it twice.
     bool byWish = false;
     Content content;
-    /// In a mirror, of a Delta that was resolved, and of the Set that it becomes: the part that it replaces.
-    std::shared_ptr<const values::TextSplice> splice;
+    /// In a mirror, of a Delta that was resolved: the part that it replaces, instead of a content.
+    std::shared_ptr<TextEdit> edit;
 
     /// Set by a program that writes back what it has read: refused when the value has changed meanwhile.
     bool compare = false;
@@ -178,7 +180,7 @@ struct StatePart
     quint64 number = 0; ///< of the last entry that the state contains
     quint16 part = 0;
     quint16 parts = 1;
-    bool packed = false;    ///< the whole is packed by zlib
+    bool packed = false;    ///< the whole is packed, in zlib's format
     quint32 wholeBytes = 0; ///< of all parts, unpacked
     quint32 checksum = 0;   ///< CRC-32 of the whole, unpacked
     values::ByteReader bytes{nullptr, 0};

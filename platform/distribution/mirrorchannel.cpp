@@ -226,9 +226,10 @@ void MirrorChannel::commit(const Change& change, bool own)
         m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending());
         return;
     case Operation::Delta:
+        m_items.Apply(change.id, *change.edit);
         // With an own wish the tree may have something else than the owner had before.
-        if (const Change whole = m_items.Splice(change, !own); !isShadowed(path))
-            m_mirror.apply(whole);
+        if (!isShadowed(path) && (own || !m_mirror.applySplice(path, change.edit->splice)))
+            m_mirror.apply(SetChange(path, m_items.Find(change.id)->Whole()));
         return;
     }
     if (!isShadowed(path))
@@ -249,7 +250,7 @@ void MirrorChannel::showTruth(const QString& path)
         return;
     const ItemTable::Item* const item = m_items.Find(path);
     if (item && !IsCollection(item->type))
-        m_mirror.apply(AddChange(path, item->type, item->content));
+        m_mirror.apply(AddChange(path, item->type, item->Whole()));
     else if (!item)
         m_mirror.apply(RemoveChange(path));
 }
@@ -345,7 +346,7 @@ void MirrorChannel::replaceItems(const Snapshot& snapshot, const Paths& settled)
         if (IsCollection(item.type))
             m_mirror.applyState(item.path, item.type, BytesOf(item.content), ownCommands());
         else if (!before || before->type != item.type || settled.contains(item.path) ||
-                 BytesOf(before->content) != BytesOf(item.content))
+                 BytesOf(before->Whole()) != BytesOf(item.content))
             showTruth(item.path);
     }
     for (const QString& path : settled) {
@@ -411,7 +412,7 @@ void MirrorChannel::report(const OpenWish& wish, const Failures& failures)
 Content MirrorChannel::truthOf(const QString& path) const
 {
     const ItemTable::Item* const item = m_items.Find(path);
-    return item ? item->content : nullptr;
+    return item ? item->Whole() : nullptr;
 }
 
 void MirrorChannel::reportAll(const OpenWish& wish, WishResult result, const QString& reason)

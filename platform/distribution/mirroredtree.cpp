@@ -94,8 +94,7 @@ void MirroredTree::Apply(const Change& change)
             tree.Remove(change.path, m_collector.GetLink());
             break;
         case Operation::Set:
-            if (value && !(change.splice && value->SpliceContent(*change.splice, m_collector.GetLink())) &&
-                !value->ReadContent(in, m_collector.GetLink()))
+            if (value && !value->ReadContent(in, m_collector.GetLink()))
                 traceUnusable(change.path, QStringLiteral("the content does not fit"));
             break;
         case Operation::Announce:
@@ -108,6 +107,14 @@ void MirroredTree::Apply(const Change& change)
             break;
         }
     });
+}
+
+bool MirroredTree::ApplySplice(const QString& path, const values::TextSplice& splice)
+{
+    ValueBase* const value = livingValue(path);
+    bool fits = true; // also when an observer throws
+    Guarded([&] { fits = !value || value->SpliceContent(splice, m_collector.GetLink()); });
+    return fits;
 }
 
 ValueBase* MirroredTree::livingValue(const QString& path) const

@@ -17,8 +17,6 @@ constexpr std::size_t kComparedBytes = 1024;
 /// Runs of a head, one insertion and a tail.
 constexpr std::size_t kSpliceRuns = 3;
 constexpr std::size_t kLargestSplice = 65536;
-/// For the next ones, so that a text that grows a little is not copied for each.
-constexpr std::size_t kSpliceRoom = 1024;
 
 std::size_t commonHead(const Bytes& a, const Bytes& b)
 {
@@ -223,7 +221,9 @@ std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs, std::size_t
     return result;
 }
 
-std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs, std::size_t maximumBytes)
+std::optional<values::TextSplice>
+AsSplice(std::size_t formerBytes, const std::function<Bytes(std::size_t offset, std::size_t count)>& partOf,
+         const Bytes& runs, std::size_t maximumBytes)
 {
     std::vector<Run> all;
     values::ByteReader in(runs.data(), runs.size());
@@ -233,21 +233,21 @@ std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs,
     }
     auto run = all.cbegin();
     values::TextSplice splice;
-    std::size_t tail = from.size();
-    splice.formerBytes = from.size();
+    std::size_t tail = formerBytes;
+    splice.formerBytes = formerBytes;
     if (run != all.cend() && run->kind == eCopyRun && run->offset == 0)
         splice.offset = (run++)->count;
     if (run != all.cend() && run->kind == eInsertRun) {
         splice.inserted.assign(run->text, run->count);
         ++run;
     }
-    if (run != all.cend() && run->kind == eCopyRun && run->offset + std::size_t(run->count) == from.size())
+    if (run != all.cend() && run->kind == eCopyRun && run->offset + std::size_t(run->count) == formerBytes)
         tail = (run++)->offset;
     if (run != all.cend() || splice.offset > tail || tail - splice.offset > kLargestSplice ||
         splice.inserted.size() > kLargestSplice ||
-        from.size() - (tail - splice.offset) + splice.inserted.size() > maximumBytes)
+        formerBytes - (tail - splice.offset) + splice.inserted.size() > maximumBytes)
         return std::nullopt;
-    splice.removed.assign(from, splice.offset, tail - splice.offset);
+    splice.removed = partOf(splice.offset, tail - splice.offset);
     return splice;
 }
 
@@ -255,7 +255,7 @@ Bytes Spliced(const Bytes& from, const values::TextSplice& splice)
 {
     const std::size_t tail = splice.offset + splice.removed.size();
     Bytes text;
-    text.reserve(from.size() - splice.removed.size() + splice.inserted.size() + kSpliceRoom);
+    text.reserve(from.size() - splice.removed.size() + splice.inserted.size());
     text.append(from, 0, splice.offset);
     text.append(splice.inserted);
     text.append(from, tail, from.size() - tail);

@@ -3,6 +3,7 @@
 #include <distribution/export.h>
 #include <distribution/messages.h>
 
+#include <functional>
 #include <optional>
 
 namespace distribution {
@@ -18,9 +19,11 @@ KOLTA_DISTRIBUTION_EXPORT std::optional<Bytes> ApplyRuns(const Bytes& from, cons
                                                          std::size_t maximumBytes);
 
 /// The one part that runs replace, where they keep everything before and behind it and it is not large;
-/// nothing for others, and where ApplyRuns() would have nothing.
-KOLTA_DISTRIBUTION_EXPORT std::optional<values::TextSplice> AsSplice(const Bytes& from, const Bytes& runs,
-                                                                     std::size_t maximumBytes);
+/// nothing for others, and where ApplyRuns() would have nothing. Of the text, which has `formerBytes`, only
+/// what is removed is asked for.
+KOLTA_DISTRIBUTION_EXPORT std::optional<values::TextSplice>
+AsSplice(std::size_t formerBytes, const std::function<Bytes(std::size_t offset, std::size_t count)>& partOf,
+         const Bytes& runs, std::size_t maximumBytes);
 /// The text with the part replaced.
 KOLTA_DISTRIBUTION_EXPORT Bytes Spliced(const Bytes& from, const values::TextSplice& splice);
 /// The change that turns an item's content `from` into `to` in the fewest bytes: Delta, or Set for contents

@@ -103,6 +103,19 @@ public:
             items[change.path] = {change.type, BytesOf(change.content), {}};
         tell(change);
     }
+    bool ApplySplice(const QString& path, const values::TextSplice& splice) override
+    {
+        const auto found = items.find(path);
+        if (found == items.end())
+            return true;
+        Bytes& content = found->second.content;
+        if (content.size() != splice.formerBytes ||
+            content.compare(splice.offset, splice.removed.size(), splice.removed) != 0)
+            return false;
+        content.replace(splice.offset, splice.removed.size(), splice.inserted);
+        tell(SetChange(path, MakeContent(content)));
+        return true;
+    }
     void ApplyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own) override
     {
         const auto found = items.find(path);
@@ -197,8 +210,7 @@ private:
         if (!exists)
             items[change.path] = {change.type, BytesOf(change.content), {}};
         else if (change.operation == Operation::Set)
-            found->second.content =
-                change.splice ? Spliced(found->second.content, *change.splice) : BytesOf(change.content);
+            found->second.content = BytesOf(change.content);
         else if (change.operation == Operation::Commands)
             executeAll(found->second.map, BytesOf(change.content));
         return true;

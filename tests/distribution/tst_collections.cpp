@@ -61,6 +61,10 @@ public:
         return m_mirrored.TakeChanges();
     }
     void Apply(const Change& change) override { m_mirrored.Apply(change); }
+    bool ApplySplice(const QString& path, const values::TextSplice& splice) override
+    {
+        return m_mirrored.ApplySplice(path, splice);
+    }
     void ApplyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own) override
     {
         m_mirrored.ApplyCommands(path, commands, own);

@@ -1,7 +1,7 @@
 #include <distribution/messages.h>
 #include <distribution/statetransfer.h>
-#include <distribution/textchecksum.h>
 #include <distribution/textdelta.h>
+#include <distribution/textparts.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
 
@@ -240,11 +240,18 @@ void TestMessages::randomDeltas()
         QVERIFY(run % 40 == 0 || runs.size() <= 20 + edited);
         QVERIFY(to.empty() || !ApplyRuns(from, runs, to.size() - 1));
         // In place, where one part was replaced; not where that cuts a character.
-        if (const auto splice = AsSplice(from, runs, 1U << 20U)) {
+        const auto partOf = [&from](std::size_t offset, std::size_t count) {
+            return from.substr(offset, count);
+        };
+        if (const auto splice = AsSplice(from.size(), partOf, runs, 1U << 20U)) {
+            TextParts parts(from);
             QString text = QString::fromStdString(from);
             bool isChanged = false;
             QVERIFY(Spliced(from, *splice) == to);
-            QCOMPARE(TextChecksum(from).After(from, *splice).Whole(), Checksum(to));
+            TextEdit edit = parts.Prepare(*splice);
+            QCOMPARE(parts.SumAfter(edit), Checksum(to));
+            parts.Apply(edit);
+            QVERIFY(parts.Whole() == to && parts.Size() == to.size());
             QVERIFY(!values::SpliceUtf8(text, *splice, isChanged) || text.toStdString() == to);
             QVERIFY(run % 2 == 0 || (text.toStdString() == to && isChanged == (from != to)));
         }
