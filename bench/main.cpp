@@ -1,6 +1,8 @@
 #include "figure.h"
 #include "ratioreporter.h"
 
+#include <startup/errorhandler.h>
+
 #include <QCoreApplication>
 
 #include <cstdio>
@@ -42,6 +44,13 @@ void keepMemory()
         std::fputs("Memory goes back to the system between calls; large figures will scatter\n", stderr);
 }
 
+// As the servers of an installation are started: a line for every wish would be measured with it.
+void traceProblemsOnly()
+{
+    Startup::ErrorHandler::Instance().setMask(Startup::eTraceFatal | Startup::eTraceError |
+                                              Startup::eTraceWarning);
+}
+
 } // namespace
 
 // [--ratios=FILE] and Google Benchmark's own options: --benchmark_filter=REGEX, --benchmark_list_tests,
@@ -50,6 +59,7 @@ int main(int argc, char** argv)
 {
     pinToThisCpu();
     keepMemory();
+    traceProblemsOnly();
     QCoreApplication application(argc, argv);
 
     std::string ratiosFile;

@@ -71,6 +71,11 @@ void RawMqtt::publish(const std::string& topic, const std::string& payload, bool
                          1, retained, nullptr);
 }
 
+bool RawMqtt::isSending() const
+{
+    return mosquitto_want_write(d->handle);
+}
+
 void RawMqtt::watch(pollfd& line) const
 {
     const int wanted = POLLIN | (mosquitto_want_write(d->handle) ? POLLOUT : 0);

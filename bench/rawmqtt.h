@@ -24,6 +24,8 @@ public:
     /// Asked for, not granted yet.
     void subscribe(const std::string& filter);
     void publish(const std::string& topic, const std::string& payload, bool retained = false);
+    /// Whether something is still to be written to the line.
+    bool isSending() const;
     std::function<void(const char* topic, std::string_view payload)> onMessage;
     /// Sends and receives until `isDone` says so; throws after a minute without
     /// anything to do.

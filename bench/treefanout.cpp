@@ -4,6 +4,12 @@
 
 #include <simulation/resourcegenerator.h>
 
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace Bench {
@@ -32,7 +38,31 @@ struct Texts
     }
 };
 
-/// An owner and its mirrors.
+/// Waits until as many threads as there are mirrors have said that they are done.
+class Finish
+{
+public:
+    void begin() { m_done = 0; }
+    void sayDone()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (++m_done == kMirrors)
+            m_all.notify_one();
+    }
+    void wait()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        require(m_all.wait_for(lock, std::chrono::minutes(1), [this] { return m_done == kMirrors; }),
+                "a text does not come");
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_all;
+    int m_done = 0;
+};
+
+/// An owner and its mirrors, each on a thread of its own, as in so many processes.
 class TreeFanOut
 {
 public:
@@ -45,14 +75,14 @@ public:
             return true;
         });
         for (int i = 0; i < kMirrors; ++i) {
-            m_mirrors.push_back(std::make_unique<TreeSide>(m_broker->url()));
-            TreeSide& mirror = *m_mirrors.back();
-            mirror.link->mirror({kBranch});
-            require(mirror.link->waitForLive({kBranch}, 60000), "a mirror does not become live");
-            mirror.onText = [this](StringValue&) {
-                if (++m_told == kMirrors)
-                    m_loop->quit();
-            };
+            m_mirrors.push_back(std::make_unique<TreeThread>(m_broker->url()));
+            const bool isLive = m_mirrors.back()->call([this](TreeSide& side) {
+                side.link->mirror({kBranch});
+                const bool came = side.link->waitForLive({kBranch}, 60000);
+                side.onText = [this](StringValue&) { m_finish.sayDone(); };
+                return came;
+            });
+            require(isLive, "a mirror does not become live");
         }
         checkPayload();
     }
@@ -60,18 +90,18 @@ public:
     /// Seconds from the change until all have the text.
     double change()
     {
-        m_told = 0;
+        m_finish.begin();
         m_current = 1 - m_current;
-        QEventLoop loop;
-        m_loop = &loop;
         const auto start = std::chrono::steady_clock::now();
         m_owner.call([this](TreeSide& side) {
             return side.tree.FindAs<StringValue>(kPath)->SetValue(m_texts->text[m_current]);
         });
-        runLoop(loop);
+        m_finish.wait();
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
         for (const auto& mirror : m_mirrors)
-            require(mirror->tree.FindAs<StringValue>(kPath)->GetValue() == m_texts->text[m_current],
+            require(mirror->call([this](TreeSide& side) {
+                return side.tree.FindAs<StringValue>(kPath)->GetValue() == m_texts->text[m_current];
+            }),
                     "a mirror has another text");
         return seconds.count();
     }
@@ -90,53 +120,71 @@ private:
     std::shared_ptr<const Texts> m_texts;
     std::unique_ptr<distribution::LocalBroker> m_broker;
     TreeThread m_owner;
-    std::vector<std::unique_ptr<TreeSide>> m_mirrors;
-    QEventLoop* m_loop = nullptr;
+    Finish m_finish;
+    std::vector<std::unique_ptr<TreeThread>> m_mirrors;
     int m_current = 0;
-    int m_told = 0;
 };
 
-/// The whole text from one plain client to many, each of which makes a text of it.
+/// A plain client on a thread of its own that makes a text of what it receives.
+class RawReader
+{
+public:
+    RawReader(quint16 port, Finish& finish) : m_client(port, {"raw/text"}), m_finish(finish)
+    {
+        m_client.onMessage = [this](const char*, std::string_view payload) {
+            m_text = QString::fromUtf8(payload.data(), int(payload.size()));
+            m_finish.sayDone();
+        };
+        m_thread = std::thread([this] { m_client.runUntil([this] { return m_isOver.load(); }); });
+    }
+    ~RawReader()
+    {
+        m_isOver = true;
+        m_thread.join();
+    }
+    /// To be asked for only once it has said that it is done.
+    const QString& text() const { return m_text; }
+
+private:
+    RawMqtt m_client;
+    Finish& m_finish;
+    QString m_text;
+    std::atomic<bool> m_isOver{false};
+    std::thread m_thread;
+};
+
+/// The whole text from one plain client to many.
 class RawFanOut
 {
 public:
     explicit RawFanOut(std::shared_ptr<const Texts> texts)
-        : m_texts(std::move(texts)), m_broker(startBroker()), m_received(kMirrors)
+        : m_texts(std::move(texts)), m_broker(startBroker()), m_writer(m_broker->port())
     {
-        for (int i = 0; i < kMirrors; ++i) {
-            m_clients.push_back(
-                std::make_unique<RawMqtt>(m_broker->port(), std::vector<std::string>{"raw/text"}));
-            m_clients.back()->onMessage = [this, i](const char*, std::string_view payload) {
-                m_received[std::size_t(i)] = QString::fromUtf8(payload.data(), int(payload.size()));
-                ++m_told;
-            };
-            m_all.push_back(m_clients.back().get());
-        }
-        m_clients.push_back(std::make_unique<RawMqtt>(m_broker->port()));
-        m_all.push_back(m_clients.back().get());
+        for (int i = 0; i < kMirrors; ++i)
+            m_readers.push_back(std::make_unique<RawReader>(m_broker->port(), m_finish));
     }
 
     double change()
     {
-        m_told = 0;
+        m_finish.begin();
         m_current = 1 - m_current;
         const auto start = std::chrono::steady_clock::now();
-        m_clients.back()->publish("raw/text", m_texts->text[m_current].toUtf8().toStdString());
-        RawMqtt::runAll(m_all, [this] { return m_told == kMirrors; });
+        m_writer.publish("raw/text", m_texts->text[m_current].toUtf8().toStdString());
+        m_writer.runUntil([this] { return !m_writer.isSending(); });
+        m_finish.wait();
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-        for (const QString& text : m_received)
-            require(text == m_texts->text[m_current], "a plain client has another text");
+        for (const auto& reader : m_readers)
+            require(reader->text() == m_texts->text[m_current], "a plain client has another text");
         return seconds.count();
     }
 
 private:
     std::shared_ptr<const Texts> m_texts;
     std::unique_ptr<distribution::LocalBroker> m_broker;
-    std::vector<QString> m_received;
-    std::vector<std::unique_ptr<RawMqtt>> m_clients; ///< the last one publishes
-    std::vector<RawMqtt*> m_all;
+    RawMqtt m_writer;
+    Finish m_finish;
+    std::vector<std::unique_ptr<RawReader>> m_readers;
     int m_current = 0;
-    int m_told = 0;
 };
 
 Sides changeToMany()
