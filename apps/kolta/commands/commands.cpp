@@ -26,6 +26,7 @@ QVector<Command> allCommands()
         statusCommand(),
         metricsCommand(),
         watchCommand(),
+        eventsCommand(),
         produceCommand(),
         productionsCommand(),
         moveCommand(),

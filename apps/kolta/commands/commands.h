@@ -11,6 +11,7 @@ Command classesCommand();
 Command conversionsCommand();
 Command demandClassesCommand();
 Command describeCommand();
+Command eventsCommand();
 Command frontEndCommand();
 Command helpCommand();
 Command listenCommand();

@@ -2,12 +2,13 @@
 
 #include <common/terminationsignals.h>
 #include <kolta/application/servers.h>
-#include <kolta/application/serverwatch.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/liveoutput.h>
 #include <kolta/cli/output.h>
 
+#include <koltacommon/installationevents.h>
+#include <koltacommon/journal.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <simulation/activity.h>
 
@@ -28,17 +29,14 @@ public:
     /// `count` events are enough; 0 stands for never enough.
     Watcher(const QVector<Server*>& servers, bool json, int count) : m_json(json), m_count(count)
     {
-        for (Server* server : servers) {
-            m_watches.push_back(std::make_unique<ServerWatch>(*server));
-            connect(
-                m_watches.back().get(), &ServerWatch::happened, this,
-                [this, name = server->getAddress()](const QString& kind, const QString& guid,
-                                                    const QString& text) { print(name, kind, guid, text); });
-        }
+        for (Server* server : servers)
+            m_events.addServer(*server);
+        connect(&m_events, &Kolta::InstallationEvents::happened, this, &Watcher::print);
         connect(&m_termination, &TerminationSignals::terminationRequested, this,
                 [this] { m_interrupted = true; });
     }
 
+    Kolta::InstallationEvents& events() { return m_events; }
     /// Nobody wants more.
     bool hasEnough() const
     {
@@ -46,24 +44,19 @@ public:
     }
 
 private:
-    void print(const QString& server, const QString& kind, const QString& guid, const QString& text)
+    void print(const Kolta::Event& event)
     {
         if (hasEnough())
             return;
         ++m_printed;
-        if (!m_json)
-            return printLine(QStringLiteral("%1 %2 %3").arg(now(), server, text));
-        QJsonObject object{{QStringLiteral("time"), now()},
-                           {QStringLiteral("server"), server},
-                           {QStringLiteral("kind"), kind},
-                           {QStringLiteral("text"), text}};
-        if (!guid.isEmpty())
-            object[QStringLiteral("guid")] = guid;
-        printJson(object);
+        if (m_json)
+            printJson(event.toJson());
+        else
+            printLine(QStringLiteral("%1 %2 %3").arg(event.timeText(), event.server(), event.text));
     }
 
     TerminationSignals m_termination;
-    std::vector<std::unique_ptr<ServerWatch>> m_watches;
+    Kolta::InstallationEvents m_events;
     bool m_json;
     int m_count;
     int m_printed = 0;
@@ -75,6 +68,12 @@ int watch(const CommandLine& line, Servers& servers)
     if (line.isSet("period") && !line.isSet("activity"))
         return line.usageError(QStringLiteral("--period is for --activity"));
     Watcher watcher(servers.all(), line.json(), line.number("count"));
+    Kolta::Journal journal;
+    if (line.isSet("journal") && !journal.open(line.value("journal"))) {
+        printError(journal.problem());
+        return eExitFailed;
+    }
+    journal.follow(watcher.events());
     const auto outputWatch = watchOutput();
     std::vector<std::unique_ptr<KoltaSimulation::Activity>> activities;
     quint32 seed = 0;
@@ -108,6 +107,7 @@ Command watchCommand()
         {},
         Servers::options(
             {whole("count", "number", "End after so many lines (0: never).", 0, kMostLines, "0"),
+             text("journal", "file", "Keep what happens in this file, too, for \"events\"."),
              flag("activity", "Let tuners become busy and free, conversions go on, and enabled assignments "
                               "yield results meanwhile."),
              whole("period", "ms", "Time between two such changes in milliseconds (500).", 1, kLongestPeriod,

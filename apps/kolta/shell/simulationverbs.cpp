@@ -2,12 +2,12 @@
 
 #include <kolta/application/embeddedinstallation.h>
 #include <kolta/application/servers.h>
-#include <kolta/application/serverwatch.h>
 #include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 
 #include <koltacommon/guidtext.h>
+#include <koltacommon/installationevents.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <simulation/resourcegenerator.h>
 
@@ -103,24 +103,21 @@ class SimulationVerbs::Follower : public QObject
 public:
     Follower(const QVector<Server*>& servers, bool json)
     {
-        for (Server* server : servers) {
-            m_watches.push_back(std::make_unique<ServerWatch>(*server));
-            connect(m_watches.back().get(), &ServerWatch::happened, this,
-                    [json, name = server->getAddress()](const QString& kind, const QString& guid,
-                                                        const QString& text) {
-                        if (json)
-                            printJson({{QStringLiteral("server"), name},
-                                       {QStringLiteral("kind"), kind},
-                                       {QStringLiteral("guid"), guid},
-                                       {QStringLiteral("text"), text}});
-                        else
-                            printLine(name + QLatin1Char(' ') + text);
-                    });
-        }
+        for (Server* server : servers)
+            m_events.addServer(*server);
+        connect(&m_events, &Kolta::InstallationEvents::happened, this, [json](const Kolta::Event& event) {
+            if (json)
+                printJson({{QStringLiteral("server"), event.server()},
+                           {QStringLiteral("kind"), Kolta::Event::word(event.kind)},
+                           {QStringLiteral("guid"), event.guid()},
+                           {QStringLiteral("text"), event.text}});
+            else
+                printLine(event.server() + QLatin1Char(' ') + event.text);
+        });
     }
 
 private:
-    std::vector<std::unique_ptr<ServerWatch>> m_watches;
+    Kolta::InstallationEvents m_events;
 };
 
 SimulationVerbs::SimulationVerbs(EmbeddedInstallation& installation) : m_installation(installation) {}

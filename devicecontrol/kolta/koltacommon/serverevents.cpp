@@ -48,6 +48,12 @@ QString durationText(qint64 milliseconds)
                           : InstallationEvents::tr("%1 h").arg(seconds / 3600);
 }
 
+QString returnText(qint64 gone)
+{
+    return gone < 1000 ? InstallationEvents::tr("is back")
+                       : InstallationEvents::tr("is back after %1").arg(durationText(gone));
+}
+
 } // namespace
 
 ServerEvents::ServerEvents(KoltaServerInterface& server, InstallationEvents& owner)
@@ -148,8 +154,7 @@ void ServerEvents::come()
     const qint64 gone = Startup::Clock::instance().now() - vanishedAt;
     const bool isReturn = std::exchange(m_wasThere, true) && vanishedAt >= 0;
     Event event = make(Kind::State, Type::Server, QString(),
-                       isReturn ? InstallationEvents::tr("is back after %1").arg(durationText(gone))
-                                : InstallationEvents::tr("has appeared"));
+                       isReturn ? returnText(gone) : InstallationEvents::tr("has appeared"));
     event.state = m_server->getState();
     event.sawBegin = true;
     if (!tell(event))
@@ -160,6 +165,7 @@ void ServerEvents::come()
         if (!tell(early))
             return;
     }
+    compareOwners();
 }
 
 void ServerEvents::vanish()
@@ -198,8 +204,12 @@ void ServerEvents::tellStartupErrors(const QString& errors)
 {
     if (errors == std::exchange(m_startupErrors, errors) || errors.trimmed().isEmpty() || m_isFirstLook)
         return;
+    QStringList lines;
+    for (const QString& line : errors.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        lines.append(line.simplified());
     tell(Kind::Startup, Type::Server, QString(),
-         InstallationEvents::tr("errors of its start-up: %1").arg(errors.simplified()), Weight::Attention);
+         InstallationEvents::tr("errors of its start-up: %1").arg(lines.join(QStringLiteral("; "))),
+         Weight::Attention);
 }
 
 void ServerEvents::appendPresent(QVector<Event>& events) const

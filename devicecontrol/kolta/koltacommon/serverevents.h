@@ -90,6 +90,7 @@ private:
     void followHardware();
     void takeHardware();
     void followOwners();
+    bool compareOwners();
     void takeOwner(const QString& guid, const QString& client);
     QString ownerText(const QString& guid) const;
 

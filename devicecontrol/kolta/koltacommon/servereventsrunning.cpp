@@ -197,8 +197,6 @@ void ServerEvents::followHardware()
 
 void ServerEvents::takeHardware()
 {
-    if (isAway())
-        return;
     const QSet<QString> before = m_hardware;
     m_hardware = guidsOf(m_server->getHWProcessingObserver());
     const QSet<QString> after = m_hardware; // a slot may make the list change again
@@ -230,6 +228,22 @@ void ServerEvents::followOwners()
     for (const auto& owner : owners->GetCurrentOwners().GetOwner())
         m_owners.insert(owner.GetOwnedGUID(), {owner.GetClientID(), ownerText(owner.GetOwnedGUID())});
     connect(owners, &KoltaOwnerObserver::si_OwnerChanged, this, &ServerEvents::takeOwner);
+}
+
+/// What was different while the server was away.
+bool ServerEvents::compareOwners()
+{
+    QHash<QString, QString> clients;
+    for (const QString& guid : m_owners.keys())
+        clients.insert(guid, QString());
+    for (const auto& owner : m_server->getGuiOwnerObserver().GetCurrentOwners().GetOwner()) {
+        if (clients.value(owner.GetOwnedGUID()).isEmpty())
+            clients.insert(owner.GetOwnedGUID(), owner.GetClientID());
+    }
+    const QPointer<ServerEvents> guard(this);
+    for (auto client = clients.begin(); guard && !isAway() && client != clients.end(); ++client)
+        takeOwner(client.key(), client.value());
+    return guard;
 }
 
 void ServerEvents::takeOwner(const QString& guid, const QString& client)

@@ -1,0 +1,147 @@
+#include "commands.h"
+
+#include <kolta/cli/commandline.h>
+#include <kolta/cli/output.h>
+#include <kolta/cli/table.h>
+
+#include <koltacommon/eventmodel.h>
+#include <koltacommon/journal.h>
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace KoltaCli {
+
+using Kolta::Event;
+using Kolta::JournalEntry;
+
+namespace {
+
+constexpr int kMostLines = 1000000000;
+constexpr const char* kTimeFormats[] = {
+    "yyyy-MM-ddTHH:mm:ss.zzz", "yyyy-MM-ddTHH:mm:ss", "yyyy-MM-ddTHH:mm", "yyyy-MM-dd", "HH:mm:ss", "HH:mm"};
+
+/// A time of day is one of today.
+QDateTime timeOf(const QString& text)
+{
+    for (const char* const format : kTimeFormats) {
+        QDateTime time = QDateTime::fromString(text, QLatin1String(format));
+        if (time.isValid() && *format == 'H')
+            time.setDate(QDate::currentDate());
+        if (time.isValid())
+            return time;
+    }
+    return {};
+}
+
+QString checkTime(const QString& text)
+{
+    return timeOf(text).isValid() ? QString()
+                                  : QStringLiteral("is no time such as 2026-11-21T09:58 or 09:58");
+}
+
+QStringList kindWords()
+{
+    QStringList words;
+    for (int kind = 0; kind < Event::kKindCount; ++kind)
+        words << Event::word(static_cast<Event::Kind>(kind));
+    return words;
+}
+
+QStringList weightWords()
+{
+    return {Event::word(Event::Weight::Note), Event::word(Event::Weight::Attention),
+            Event::word(Event::Weight::Alarm)};
+}
+
+Kolta::EventFilter filterOf(const CommandLine& line)
+{
+    Kolta::EventFilter filter;
+    filter.servers = line.values("server");
+    if (line.isSet("kind"))
+        filter.kinds = {static_cast<Event::Kind>(line.choice("kind"))};
+    if (line.isSet("weight"))
+        filter.least = static_cast<Event::Weight>(line.choice("weight"));
+    filter.from = timeOf(line.value("from"));
+    filter.to = timeOf(line.value("to"));
+    filter.words = line.values("word");
+    return filter;
+}
+
+QJsonObject objectOf(const JournalEntry& entry)
+{
+    QJsonObject object = entry.event.toJson();
+    if (entry.count > 1) {
+        object[QStringLiteral("count")] = entry.count;
+        object[QStringLiteral("last")] = entry.last.toString(Qt::ISODateWithMs);
+    }
+    return object;
+}
+
+/// The newest last, as in every log.
+void print(const CommandLine& line, const Kolta::Journal& journal)
+{
+    const Kolta::EventFilter filter = filterOf(line);
+    const int most = line.number("count");
+    QVector<const JournalEntry*> entries;
+    for (quint64 number = journal.endNumber(); number-- > journal.firstNumber();) {
+        const JournalEntry* const entry = journal.entry(number);
+        if (filter.matches(entry->event))
+            entries.append(entry);
+        if (most > 0 && entries.size() == most)
+            break;
+    }
+    std::reverse(entries.begin(), entries.end());
+    Table table({QStringLiteral("TIME"), QStringLiteral("SERVER"), QStringLiteral("WEIGHT"),
+                 QStringLiteral("WHAT HAPPENED")});
+    for (const JournalEntry* const entry : qAsConst(entries)) {
+        if (line.json())
+            printJson(objectOf(*entry));
+        else
+            table.addRow({entry->event.timeText(), entry->event.server(), Event::word(entry->event.weight),
+                          entry->text()});
+    }
+    if (!line.json())
+        table.print();
+}
+
+int events(const CommandLine& line)
+{
+    const QString path = line.argument(0);
+    if (!QFileInfo::exists(path)) {
+        printError(QStringLiteral("%1: there is no such file").arg(path));
+        return eExitFailed;
+    }
+    Kolta::Journal journal;
+    if (!journal.read(path)) {
+        printError(journal.problem());
+        return eExitFailed;
+    }
+    if (!journal.problem().isEmpty()) // what a crash has cut; the rest is good
+        printError(journal.problem());
+    print(line, journal);
+    return eExitOk;
+}
+
+} // namespace
+
+Command eventsCommand()
+{
+    return {
+        "events",
+        "print what a journal has kept of what happened",
+        "Prints the newest events of a journal that \"watch --journal\" or the console has written, the "
+        "newest last. Repeated ones are one line.",
+        {{"FILE", "The journal.", Argument::Once}},
+        {text("server", "name", "Of this server; may be given several times."),
+         choice("kind", "kind", "Of this kind.", kindWords()),
+         choice("weight", "weight", "At least this heavy.", weightWords()),
+         text("word", "text", "With this text in it; may be given several times."),
+         checked(text("from", "time", "From this time on: a date and time, or a time of today."), checkTime),
+         checked(text("to", "time", "Before this time."), checkTime),
+         whole("count", "number", "So many at most (0: all).", 0, kMostLines, "100")},
+        events};
+}
+
+} // namespace KoltaCli
