@@ -134,6 +134,16 @@ quint32 CConnectionThread::getLinkId() const noexcept
     return d->linkId;
 }
 
+quint64 CConnectionThread::getBytesSent() const noexcept
+{
+    return d->worker.bytesSent();
+}
+
+quint64 CConnectionThread::getBytesReceived() const noexcept
+{
+    return d->worker.bytesReceived();
+}
+
 QString CConnectionThread::getHost() const
 {
     return d->host;

@@ -45,6 +45,9 @@ public:
     quint32 getLinkId() const noexcept;
     QString getHost() const;
     quint16 getPort() const noexcept;
+    // With the frames around messages, before a protected link encrypts them. Any thread.
+    quint64 getBytesSent() const noexcept;
+    quint64 getBytesReceived() const noexcept;
 
     /// Queues the message for sending; from the owner's thread. `priority` is kept for the interface and must
     /// be 0.

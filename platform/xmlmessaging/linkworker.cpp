@@ -202,6 +202,7 @@ void LinkWorker::onReadyRead()
         const qint64 count = m_socket->read(m_readBuffer.get(), kReadBytes);
         if (count <= 0)
             return;
+        m_bytesReceived.fetch_add(static_cast<quint64>(count), std::memory_order_relaxed);
         m_reader->feed(m_readBuffer.get(), static_cast<int>(count));
         if (!deliver())
             return;
@@ -277,6 +278,7 @@ int LinkWorker::writeOutbox()
         ++count;
     }
     if (count > 0) {
+        m_bytesSent.fetch_add(static_cast<quint64>(m_frames.size()), std::memory_order_relaxed);
         m_socket->write(m_frames);
         m_socket->flush();
     }

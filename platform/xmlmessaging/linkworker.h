@@ -8,6 +8,7 @@
 
 #include <QAbstractSocket>
 
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <memory>
@@ -45,6 +46,9 @@ public:
     ~LinkWorker() override;
 
     Outbox& outbox() noexcept { return m_outbox; }
+    // Any thread.
+    quint64 bytesSent() const noexcept { return m_bytesSent.load(std::memory_order_relaxed); }
+    quint64 bytesReceived() const noexcept { return m_bytesReceived.load(std::memory_order_relaxed); }
     void setLimits(const XmlCommon::MessageLimits& limits) { m_limits = limits; }
     void setConnectTime(std::chrono::milliseconds time) { m_connectTime = time; }
     void setTls(const TlsSettings& settings) { m_tls = settings; }
@@ -107,6 +111,8 @@ private:
     Clock::time_point m_connectLimit;
     Clock::time_point m_pausedAt;
     std::exception_ptr m_exception;
+    std::atomic<quint64> m_bytesSent{0};
+    std::atomic<quint64> m_bytesReceived{0};
     int m_tickTimer = 0;
     bool m_ready = false; ///< connected, and the handshake of a protected link is over
     bool m_nothingCame = true;

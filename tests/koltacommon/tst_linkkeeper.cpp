@@ -1,6 +1,7 @@
 #include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
+#include <koltacommon/koltaconnectionsviewer.h>
 #include <koltacommon/linkkeeper.h>
 #include <koltacommon/requestoperation.h>
 #include <support/operationend.h>
@@ -110,6 +111,11 @@ private Q_SLOTS:
     /// What waits, what may be repeated and what may not, over the end of a link.
     void carriesRequestsToTheNextLink()
     {
+        auto& viewer = Kolta::KoltaConnectionsViewer::Instance();
+        int passed[2] = {0, 0};
+        QVERIFY(viewer.tap(keeper->figures().id, keeper, [&passed](bool isSent, const auto& message) {
+            passed[isSent] += message ? 1 : 0;
+        }));
         for (const char* component : {"a", "b"})
             execute(component, component[0] == 'b');
         execute("r", false, {}, LinkKeeper::WhileDown::Refuse);
@@ -131,6 +137,19 @@ private Q_SLOTS:
         QTRY_COMPARE(ends.join(QLatin1Char(' ')), "r0 a b c2+ d e f"_s);
         QCOMPARE(sent(), "1:a:1 1:b:1 2:b:1 2:c:1 3:d:1 3:e:1 3:f:1"_s);
         QCOMPARE(keeper->state(), State::Up);
+
+        // All three connections are one link.
+        QCOMPARE(viewer.links().size(), 1);
+        const Kolta::LinkFigures figures = viewer.links().first();
+        QVERIFY(figures.state == Kolta::LinkFigures::State::Up && figures.upSince.isValid());
+        QCOMPARE(figures.reconnections, 2);
+        QCOMPARE(figures.lastFault, "RemoteHostClosed"_s);
+        QCOMPARE(figures.queued + figures.nextTryMs, 0);
+        QCOMPARE(figures.headAgeMs, -1);
+        QCOMPARE(figures.roundTripMs, 0); // the clock stands still
+        QCOMPARE(figures.messagesOut, quint64(passed[true]));
+        QCOMPARE(figures.messagesIn, quint64(passed[false]));
+        QVERIFY(figures.messagesIn >= 7 && figures.bytesIn > 7 * 100 && figures.bytesOut > 7 * 100);
         execute("g", true);
         keeper->close();
         QCOMPARE(ends.last(), "g1+"_s);

@@ -2,6 +2,7 @@
 
 #include "serverevents.h"
 
+#include <koltacommon/koltaconnectionsviewer.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/operation.h>
@@ -88,6 +89,50 @@ void InstallationEvents::followUser(UserRights& rights)
         event.text = tr("the user has %1 of %2 rights").arg(held).arg(UserRights::GetNumberOfRights());
         tell(event);
     });
+}
+
+void InstallationEvents::followConnections(KoltaConnectionsViewer& viewer)
+{
+    // From the event loop: the link is in the middle of what it does.
+    connect(
+        &viewer, &KoltaConnectionsViewer::si_linkChanged, this, [this, &viewer] { takeLinks(viewer, true); },
+        Qt::QueuedConnection);
+    takeLinks(viewer, false);
+}
+
+/// One that is closed here was not lost.
+void InstallationEvents::takeLinks(const KoltaConnectionsViewer& viewer, bool isTold)
+{
+    using State = LinkFigures::State;
+    const QPointer<InstallationEvents> guard(this);
+    const QHash<quint32, int> before = std::exchange(m_links, {});
+    QVector<Event> events;
+    for (const LinkFigures& link : viewer.links()) {
+        m_links.insert(link.id, static_cast<int>(link.state));
+        const bool isUp = link.state == State::Up;
+        const bool wasUp = before.value(link.id) == static_cast<int>(State::Up);
+        Event event;
+        event.kind = Event::Kind::Link;
+        const QString peer = QStringLiteral("%1:%2").arg(link.host).arg(link.port);
+        event.name = link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer);
+        event.subject = {EventSubject::Type::Link, QString(), event.name};
+        event.state = static_cast<int>(link.state);
+        if (isUp && !wasUp) {
+            event.text = tr("link %1 is up").arg(event.name);
+        } else if (wasUp && (link.state == State::Waiting || link.state == State::GivenUp)) {
+            event.weight = Event::Weight::Alarm;
+            event.text = tr("link %1 was lost: %2").arg(event.name, link.lastFault);
+        } else if (link.state == State::GivenUp && link.state != static_cast<State>(before.value(link.id))) {
+            event.weight = Event::Weight::Attention;
+            event.text = tr("link %1 was given up: %2").arg(event.name, link.lastFault);
+        }
+        if (!event.text.isEmpty())
+            events.append(event);
+    }
+    for (const Event& event : qAsConst(events)) {
+        if (guard && isTold)
+            tell(event);
+    }
 }
 
 void InstallationEvents::followOperation(Operation& operation, const QString& server, const QString& purpose)

@@ -3,6 +3,7 @@
 #include <koltacommon/event.h>
 #include <koltacommon/export.h>
 
+#include <QHash>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -15,6 +16,7 @@
 
 namespace Kolta {
 
+class KoltaConnectionsViewer;
 class KoltaServerInterface;
 class KoltaServerRegistry;
 class Operation;
@@ -44,6 +46,8 @@ public:
     bool addServer(KoltaServerInterface& server);
     /// Tells of another user and of other rights.
     void followUser(UserRights& rights);
+    /// Tells of links to servers of this thread that come up and are lost.
+    void followConnections(KoltaConnectionsViewer& viewer);
     /// Tells how the operation ends unless it is done, as "PURPOSE: refused, ...".
     void followOperation(Operation& operation, const QString& server, const QString& purpose);
     /// Tells of something that this cannot see; without a time, now.
@@ -69,9 +73,11 @@ private:
     friend class ServerEvents;
 
     void removeServer(const QString& address);
+    void takeLinks(const KoltaConnectionsViewer& viewer, bool isTold);
 
     TimeSource m_timeSource;
     std::map<QString, ServerEvents*> m_servers; ///< children
+    QHash<quint32, int> m_links;                ///< states by id
 };
 
 } // namespace Kolta

@@ -1,8 +1,11 @@
 #include <koltacommon/koltaconnection.h>
 
+#include "linkaccount.h"
+
 #include <koltacommon/eventfilterall.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 
+#include <startup/clock.h>
 #include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/logger.h>
@@ -72,10 +75,13 @@ KoltaConnection::KoltaConnection(const QString& connectionName, const QString& v
     Q_UNUSED(requestType)
 
     eventFilterRequests.append(ptrKoltaRequest(new EventFilterAll));
+    keepAccountIn(std::make_shared<LinkAccount>(name, host, peerPort));
 }
 
 KoltaConnection::~KoltaConnection()
 {
+    endFigures();
+    account->setConnection(nullptr);
     if (thread) {
         thread->disconnect(this);
         exitThread();
@@ -91,6 +97,36 @@ KoltaConnection::~KoltaConnection()
     abandon(released, Abandonment::Closed);
 }
 
+/// This one's own, or that of the keeper who has made this.
+void KoltaConnection::keepAccountIn(const std::shared_ptr<LinkAccount>& other)
+{
+    account = other;
+    account->setConnection([this](LinkFigures& figures) { fillFigures(figures); });
+}
+
+void KoltaConnection::fillFigures(LinkFigures& figures) const
+{
+    figures.queued += queue.size();
+    if (!queue.isEmpty())
+        figures.headAgeMs = Startup::Clock::instance().now() - queue.first().since;
+    if (thread) {
+        figures.bytesOut += thread->getBytesSent();
+        figures.bytesIn += thread->getBytesReceived();
+    }
+}
+
+/// Takes over what the present thread has counted.
+void KoltaConnection::endFigures()
+{
+    if (thread)
+        account->addBytes(thread->getBytesSent(), thread->getBytesReceived());
+}
+
+LinkFigures KoltaConnection::figures() const
+{
+    return account->figures();
+}
+
 void KoltaConnection::open()
 {
     if (thread)
@@ -101,6 +137,10 @@ void KoltaConnection::open()
                                                   &retire);
     link->setConnectTime(std::chrono::milliseconds(connectLimitMs));
     thread = link;
+    if (!account->hasKeeper())
+        account->setState(LinkFigures::State::Connecting);
+    if (!guard || thread != link)
+        return;
     connectThread();
     const bool fullLog = debug;
     const QString log = logName;
@@ -211,6 +251,10 @@ void KoltaConnection::SlotConnected(quint32 id)
     Q_UNUSED(id)
     const QPointer<KoltaConnection> guard(this);
     const auto keepThread = thread;
+    if (!account->hasKeeper())
+        account->setState(LinkFigures::State::Up);
+    if (!guard || thread != keepThread)
+        return;
     connected = true;
     busy = false;
     dropStaleStartUp();
@@ -233,6 +277,7 @@ void KoltaConnection::SlotConnected(quint32 id)
 
 void KoltaConnection::SlotConnectionClosed()
 {
+    endFigures();
     connected = false;
     if (thread) {
         // Nothing that the ended link still has to say may reach the next one.
@@ -246,6 +291,9 @@ void KoltaConnection::SlotConnectionClosed()
     if (closing)
         released.swap(queue);
     const QPointer<KoltaConnection> guard(this);
+    const auto keepAccount = account;
+    if (!account->hasKeeper())
+        account->setState(LinkFigures::State::Closed);
     abandon(released, Abandonment::LinkEnded);
     if (guard)
         Q_EMIT ConnectionClosed();
@@ -256,7 +304,12 @@ void KoltaConnection::SlotDispatch(ptrCXmlMessage message, GLOBAL_XML_TYPES::eME
     Q_UNUSED(messageType)
     if (!message)
         return;
+    const QPointer<KoltaConnection> guard(this);
     const auto keepThread = thread;
+    const auto keepAccount = account;
+    account->noteReceived(message);
+    if (!guard)
+        return;
     try {
         if (isReply(message))
             processReply(message);
@@ -272,6 +325,7 @@ void KoltaConnection::SlotSocketError(quint32 id, QAbstractSocket::SocketError e
     Q_UNUSED(id)
     const QPointer<KoltaConnection> guard(this);
     const auto link = thread;
+    account->fail(getSocketError(error));
     try {
         Q_EMIT ConnectionError(getSocketError(error));
     } catch (...) { // what follows decides whether the link is opened again
@@ -318,6 +372,7 @@ void KoltaConnection::processReply(const ptrCXmlMessage& reply)
     if (queue.isEmpty() || queue.first().request != head)
         return;
     queue.removeFirst();
+    account->noteAnswer();
     message->setToken(QString());
     message->setSentAgain(false);
     reconnectState = 1;

@@ -3,6 +3,7 @@
 #include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
 #include <koltacommon/instancecount.h>
+#include <koltacommon/linkfigures.h>
 
 #include <QAbstractSocket>
 #include <QHostAddress>
@@ -19,6 +20,7 @@ class CConnectionThread;
 namespace Kolta {
 
 class FaultMessageHandler;
+class LinkAccount;
 
 /// The client end of one TCP link to one server: a first-in-first-out queue of requests, one in flight at a
 /// time.
@@ -115,6 +117,9 @@ public:
     /// The word for a socket error, as ConnectionError() tells it; "Unknown" for those without one.
     static QString getSocketError(QAbstractSocket::SocketError error);
 
+    /// Figures of this link, see KoltaConnectionsViewer.
+    LinkFigures figures() const;
+
     const QString& getName() const noexcept { return name; }
     /// "KoltaConnection(<name>,<address>,<port>)".
     const QString& getInfo() const noexcept { return info; }
@@ -148,9 +153,14 @@ private:
         Kolta::ptrKoltaRequest request;
         bool isStartUp = false; ///< queued by a start-up exchange, which the next one repeats
         bool wasSent = false;   ///< handed to a link at least once
+        qint64 since = 0;       ///< in the queue, by the clock
     };
     using Entries = QList<Entry>;
     static void abandon(const Entries& entries, Abandonment why);
+    friend class LinkKeeper;
+    void keepAccountIn(const std::shared_ptr<LinkAccount>& other);
+    void fillFigures(LinkFigures& figures) const;
+    void endFigures();
     void execute(const Kolta::ptrKoltaRequest& request, bool isStartUp);
 
     void connectThread();
@@ -188,6 +198,7 @@ private:
     bool busy = false;
     QList<Kolta::ptrKoltaRequest> eventFilterRequests;
     qint32 reconnectState = 0; ///< 0: not wanted, 1: on the next socket error, 2: when the thread has ended
+    std::shared_ptr<LinkAccount> account;
     InstanceCount<KoltaConnection> instanceCount;
 
     static std::shared_ptr<FaultMessageHandler> m_pFaultMessageHandler;

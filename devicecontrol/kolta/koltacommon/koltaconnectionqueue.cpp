@@ -1,6 +1,9 @@
 // The queue of a connection: what waits, in which order it is sent, and who hears that it was let go of.
 #include <koltacommon/koltaconnection.h>
 
+#include "linkaccount.h"
+
+#include <startup/clock.h>
 #include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/converters.h>
@@ -37,7 +40,7 @@ void KoltaConnection::executeRequest(Kolta::ptrKoltaRequest request)
 
 void KoltaConnection::execute(const ptrKoltaRequest& request, bool isStartUp)
 {
-    const Entry entry{request, isStartUp, false};
+    const Entry entry{request, isStartUp, false, Startup::Clock::instance().now()};
     try {
         return enqueue(entry);
     } catch (...) {
@@ -129,6 +132,7 @@ void KoltaConnection::transmit(const ptrCXmlMessage& message)
         message->setAvailableTime(availableTime(replyLimitMs));
     thread->sendMessage(message, 0);
     message->setSentAgain(true);
+    account->noteSent(message);
 }
 
 /// Hands the messages of all queued requests to the link, which is about to end. This may be gone afterwards.
@@ -144,6 +148,8 @@ void KoltaConnection::transmitAll()
             const ptrCXmlMessage message = entry.request->getMessage();
             if (guard && message && thread == link) {
                 transmit(message);
+                if (!guard)
+                    return;
                 for (Entry& queued : queue)
                     queued.wasSent = queued.wasSent || queued.request == entry.request;
             }

@@ -1,6 +1,10 @@
 #include <koltacommon/koltaconnectionsviewer.h>
 
+#include "linkaccount.h"
+
 #include <xmlmessaging/connectionthread.h>
+
+#include <QThread>
 
 #include <algorithm>
 
@@ -59,6 +63,55 @@ void KoltaConnectionsViewer::remove(const QObject* thread)
         m_rows.erase(row);
     }
     Q_EMIT si_connectionRemoved(linkId);
+}
+
+/// A constructor lists the link, which is not yet to be looked at.
+void KoltaConnectionsViewer::addLink(LinkAccount& account)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_accounts.append(&account);
+}
+
+void KoltaConnectionsViewer::removeLink(LinkAccount& account)
+{
+    const quint32 id = account.figures().id;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_accounts.removeOne(&account);
+    }
+    Q_EMIT si_linkChanged(id);
+}
+
+void KoltaConnectionsViewer::tellLink(quint32 id)
+{
+    Q_EMIT si_linkChanged(id);
+}
+
+/// Those of the calling thread, which nobody else ends.
+QVector<LinkAccount*> KoltaConnectionsViewer::accounts() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    QVector<LinkAccount*> own;
+    std::copy_if(m_accounts.begin(), m_accounts.end(), std::back_inserter(own),
+                 [](const LinkAccount* account) { return account->thread() == QThread::currentThread(); });
+    return own;
+}
+
+QVector<LinkFigures> KoltaConnectionsViewer::links() const
+{
+    QVector<LinkFigures> figures;
+    for (const LinkAccount* const account : accounts())
+        figures.append(account->figures());
+    return figures;
+}
+
+bool KoltaConnectionsViewer::tap(quint32 id, const QObject* context, const Tap& function) const
+{
+    for (const LinkAccount* const account : accounts()) {
+        if (account->figures().id == id)
+            return connect(account, &LinkAccount::passed, context, function);
+    }
+    return false;
 }
 
 } // namespace Kolta

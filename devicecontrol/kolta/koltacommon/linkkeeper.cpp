@@ -1,5 +1,7 @@
 #include <koltacommon/linkkeeper.h>
 
+#include "linkaccount.h"
+
 #include <koltacommon/eventfilterall.h>
 #include <koltacommon/koltaconnection.h>
 
@@ -108,10 +110,18 @@ LinkKeeper::LinkKeeper(const QString& name, const QString& version, const QStrin
     , m_filters{ptrKoltaRequest(new EventFilterAll)}
 {
     qRegisterMetaType<State>("Kolta::LinkKeeper::State");
+    const int colon = hostAndPort.lastIndexOf(QLatin1Char(':'));
+    m_account =
+        std::make_shared<LinkAccount>(name, hostAndPort.left(colon), hostAndPort.mid(colon + 1).toUShort());
+    m_account->setKeeper([this](LinkFigures& figures) {
+        figures.queued += static_cast<int>(m_waiting.size() + m_startUp.size());
+        figures.nextTryMs = waitingMs();
+    });
 }
 
 LinkKeeper::~LinkKeeper()
 {
+    m_account->setKeeper(nullptr);
     m_state = State::Off;
     letGoOfConnection();
     abandonKept(Abandonment::Closed);
@@ -122,7 +132,25 @@ void LinkKeeper::setState(State state)
     if (state == m_state)
         return;
     m_state = state;
-    Q_EMIT stateChanged(state);
+    const QPointer<LinkKeeper> guard(this);
+    noteState();
+    if (guard && m_state == state)
+        Q_EMIT stateChanged(state);
+}
+
+LinkFigures LinkKeeper::figures() const
+{
+    return m_account->figures();
+}
+
+/// Whoever hears of it may delete this.
+void LinkKeeper::noteState()
+{
+    constexpr LinkFigures::State kStates[] = {LinkFigures::State::Closed, LinkFigures::State::Connecting,
+                                              LinkFigures::State::Up, LinkFigures::State::Waiting,
+                                              LinkFigures::State::GivenUp};
+    const auto account = m_account;
+    account->setState(kStates[static_cast<int>(m_state)]);
 }
 
 int LinkKeeper::waitingMs() const
@@ -147,6 +175,7 @@ void LinkKeeper::connectNow()
     letGoOfConnection();
     m_connection = new KoltaConnection(m_name, m_version, m_hostAndPort, false);
     m_connection->setParent(this);
+    m_connection->keepAccountIn(m_account);
     m_isFailing = false;
     m_connection->DisableFilter();
     connect(m_connection, &KoltaConnection::ConnectionOpened, this, &LinkKeeper::linkOpened);
@@ -188,6 +217,7 @@ void LinkKeeper::linkOpened()
 void LinkKeeper::linkFailed(const QString& error)
 {
     m_lastError = error;
+    m_account->fail(error);
     m_isFailing = true;
     // Before it opens itself again.
     if (m_connection)
@@ -223,6 +253,9 @@ void LinkKeeper::giveUp()
 {
     m_state = State::GivenUp;
     const QPointer<LinkKeeper> guard(this);
+    noteState();
+    if (!guard || m_state != State::GivenUp)
+        return;
     abandonKept(Abandonment::LinkEnded);
     if (guard && m_state == State::GivenUp)
         Q_EMIT stateChanged(m_state);
@@ -237,6 +270,8 @@ void LinkKeeper::close()
     letGoOfConnection();
     if (guard)
         abandonKept(Abandonment::Closed);
+    if (guard && m_state == State::Off)
+        noteState();
     if (guard && m_state == State::Off)
         Q_EMIT stateChanged(m_state);
 }

@@ -2,6 +2,7 @@
 
 #include <koltacommon/export.h>
 #include <koltacommon/generalrequests.h>
+#include <koltacommon/linkfigures.h>
 #include <koltacommon/operation.h>
 
 #include <QList>
@@ -10,11 +11,13 @@
 #include <QString>
 
 #include <deque>
+#include <memory>
 #include <optional>
 
 namespace Kolta {
 
 class KoltaConnection;
+class LinkAccount;
 
 /// Keeps a link to one server up: each time that it ends, a new one is opened after a pause.
 ///
@@ -95,6 +98,8 @@ public:
     const QString& lastError() const noexcept { return m_lastError; }
     /// Null between two links. To look at: what is executed on it directly is not kept.
     KoltaConnection* connection() const { return m_connection; }
+    /// Of all its connections together.
+    LinkFigures figures() const;
 
 Q_SIGNALS:
     void stateChanged(Kolta::LinkKeeper::State state);
@@ -117,6 +122,7 @@ private:
     };
 
     void setState(State state);
+    void noteState();
     void connectNow();
     void linkOpened();
     void linkFailed(const QString& error);
@@ -139,6 +145,7 @@ private:
     QList<ptrKoltaRequest> m_filters;
     State m_state = State::Off;
     QString m_lastError;
+    std::shared_ptr<LinkAccount> m_account;
     QPointer<KoltaConnection> m_connection; ///< a child
     std::deque<Kept> m_startUp;             ///< what this link still has to be opened with
     std::deque<Kept> m_waiting;
