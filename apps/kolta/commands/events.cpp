@@ -37,8 +37,9 @@ QDateTime timeOf(const QString& text)
 
 QString checkTime(const QString& text)
 {
-    return timeOf(text).isValid() ? QString()
-                                  : QStringLiteral("is no time such as 2026-11-21T09:58 or 09:58");
+    return timeOf(text).isValid()
+               ? QString()
+               : QStringLiteral("\"%1\" is no time such as 2026-11-21T09:58 or 09:58").arg(text);
 }
 
 QStringList kindWords()

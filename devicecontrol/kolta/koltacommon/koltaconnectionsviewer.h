@@ -56,7 +56,7 @@ public:
 Q_SIGNALS:
     void si_connectionAdded(quint32 linkId);
     void si_connectionRemoved(quint32 linkId);
-    /// A link is new, in another state, or no more; on its thread.
+    /// A link is in another state, or no more; on its thread. A new one is closed.
     void si_linkChanged(quint32 id);
 
 private:
