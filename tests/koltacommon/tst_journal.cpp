@@ -128,6 +128,19 @@ private Q_SLOTS:
         QCOMPARE(taken(), (QStringList{"note is back after 3 min"_s, "note tuner T1 is free"_s,
                                        "note state 5 Operational"_s, "note still running: d, e"_s,
                                        "alarm c was lost with its server"_s}));
+
+        // An empty list is believed after a while; what was lost has not stopped, too.
+        server.go();
+        server.come();
+        taken();
+        server.go();
+        server.running = ProcessorSamples::overviewOf(QString());
+        server.come();
+        taken();
+        m_time->advance(60000);
+        const QStringList lost = taken();
+        QVERIFY2(lost.size() == 2 && lost.filter("lost with"_s) == lost, qPrintable(lost.join("; "_s)));
+
         values::WriteOrAnnounce(ServerNodes::path(interface.getServerBasePath(), ServerNodes::eReset), "x"_s);
         server.go();
         QCOMPARE(taken(), QStringList{"note has gone, as it was asked to"_s});

@@ -80,7 +80,7 @@ public:
     /// See TreeMirror::settle(); at once where the servers are simulated here.
     QString settle(int milliseconds) const { return m_mirror ? m_mirror->settle(milliseconds) : QString(); }
     /// Null while the servers are simulated.
-    const TreeMirror* treeMirror() const noexcept { return m_mirror.get(); }
+    TreeMirror* treeMirror() const noexcept { return m_mirror.get(); }
     /// The simulated ones in the order of the command line; at least one, unless they are mirrored.
     const std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>>& servers() const
     {

@@ -27,6 +27,7 @@ struct TreeMirror::Private
     QString problem;
     QString failure; ///< the first of changes made here that did not last
     int connections = 0;
+    std::function<void(bool, const QString&)> listener;
 };
 
 std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
@@ -48,6 +49,8 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
                      [own = parts.get()](bool isUp, const QString& reason) {
                          own->problem = reason;
                          own->connections += isUp ? 1 : 0;
+                         if (own->listener && own->connections > 0)
+                             own->listener(isUp, reason);
                      });
     QObject::connect(&parts->link, &distribution::TreeLink::si_WishFailed,
                      [own = parts.get()](const QString& path, const QString& reason) {
@@ -119,6 +122,7 @@ struct TreeMirror::Private
 {
     QString problem;
     int connections = 0;
+    std::function<void(bool, const QString&)> listener;
 };
 
 std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
@@ -244,6 +248,11 @@ bool TreeMirror::fail(const QString& unlessProblem) const
 const QString& TreeMirror::problem() const noexcept
 {
     return d->problem;
+}
+
+void TreeMirror::setLinkListener(std::function<void(bool, const QString&)> listener)
+{
+    d->listener = std::move(listener);
 }
 
 int TreeMirror::reconnections() const noexcept

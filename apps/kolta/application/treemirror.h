@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
 #include <memory>
 
 namespace KoltaCli {
@@ -47,6 +48,8 @@ public:
     /// Why there is no connection to the broker, in one line; empty while there is one.
     const QString& problem() const noexcept;
     bool isOnline() const;
+    /// Called with the same when that changes, and once the connection is back; not before the first one.
+    void setLinkListener(std::function<void(bool isUp, const QString& problem)> listener);
     /// How often the connection to the broker was lost and came again.
     int reconnections() const noexcept;
 

@@ -37,6 +37,17 @@ public:
     }
 
     Kolta::InstallationEvents& events() { return m_events; }
+    /// Nothing is heard of the servers while the broker is away.
+    void tellBroker(bool isThere, const QString& problem)
+    {
+        Kolta::Event event;
+        event.kind = Kolta::Event::Kind::Link;
+        event.weight = isThere ? Kolta::Event::Weight::Note : Kolta::Event::Weight::Alarm;
+        event.subject.type = Kolta::EventSubject::Type::Link;
+        event.subject.guid = QStringLiteral("broker");
+        event.text = isThere ? QStringLiteral("the broker is back") : problem;
+        m_events.tell(event);
+    }
     /// Nobody wants more.
     bool hasEnough() const
     {
@@ -52,7 +63,9 @@ private:
         if (m_json)
             printJson(event.toJson());
         else
-            printLine(QStringLiteral("%1 %2 %3").arg(event.timeText(), event.server(), event.text));
+            printLine(event.server().isEmpty()
+                          ? QStringLiteral("%1 %2").arg(event.timeText(), event.text)
+                          : QStringLiteral("%1 %2 %3").arg(event.timeText(), event.server(), event.text));
     }
 
     TerminationSignals m_termination;
@@ -88,8 +101,14 @@ int watch(const CommandLine& line, Servers& servers)
         }
     }
     printError(QStringLiteral("watching %1, Ctrl-C ends").arg(listed(servers.names())));
+    TreeMirror* const mirror = servers.installation().treeMirror();
+    if (mirror)
+        mirror->setLinkListener(
+            [&watcher](bool isUp, const QString& problem) { watcher.tellBroker(isUp, problem); });
     waitUntil([&watcher] { return watcher.hasEnough(); },
               line.isSet("timeout") ? line.timeoutMs() : kWaitForever);
+    if (mirror)
+        mirror->setLinkListener(nullptr);
     return eExitOk;
 }
 

@@ -79,6 +79,9 @@ private:
     void followProcessors();
     Running runningNow(const QString& guid) const;
     Running known(const QString& guid) const;
+    Running end(const QString& guid);
+    bool lose(const QString& guid);
+    QString producerOf(const QString& guid) const;
     Event processorEvent(const QString& guid, const Running& running, const QString& text) const;
     void start(const QString& guid);
     void change(const QString& guid);

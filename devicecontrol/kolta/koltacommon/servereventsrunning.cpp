@@ -47,7 +47,9 @@ void ServerEvents::followProcessors()
     connect(observer, &KoltaProcessorObserver::si_ProcessorChanged, this, &ServerEvents::change);
     connect(observer, &KoltaProcessorObserver::si_ProcessorStopped, this, &ServerEvents::stop);
     connect(observer, &KoltaProcessorObserver::si_AllProcessorsStopped, this, [this] {
-        tell(Kind::Processor, Type::Server, QString(), InstallationEvents::tr("all processors have stopped"));
+        if (!m_running.isEmpty() && m_expected.isEmpty()) // else they were lost, which is told
+            tell(Kind::Processor, Type::Server, QString(),
+                 InstallationEvents::tr("all processors have stopped"));
     });
     connect(&m_ledger, &ProcessorLedger::changed, this, &ServerEvents::compareAfterReturn);
 }
@@ -62,6 +64,10 @@ ServerEvents::Running ServerEvents::runningNow(const QString& guid) const
         running.production = ProcessorFacts::productionOf(facts);
         running.tuner = ProcessorFacts::tunerOf(facts);
     }
+    // So is called what nobody has named.
+    if (found && running.name == QLatin1String("Default") && !running.holder.isEmpty())
+        running.name = InstallationEvents::tr("%1 of %2")
+                           .arg(found.object->GetObjectName(), observer.GetDisplayNameByGUID(running.holder));
     if (running.name.isEmpty())
         running.name = guid;
     return running;
@@ -105,16 +111,37 @@ void ServerEvents::change(const QString& guid)
 
 void ServerEvents::stop(const QString& guid)
 {
-    m_expected.remove(guid);
-    const Running stopped = known(guid);
-    m_running.remove(guid);
-    if (m_gone.size() > kMostGone)
-        m_gone.clear();
-    m_gone.insert(guid, stopped);
+    if (!m_running.contains(guid)) // its loss was told
+        return;
+    if (m_expected.remove(guid)) {
+        lose(guid);
+        return;
+    }
+    const Running stopped = end(guid);
     Event event = processorEvent(guid, stopped, InstallationEvents::tr("%1 has stopped"));
     event.state = Event::kGone;
     event.weight = isStopAskedFor(guid, stopped) ? Weight::Note : Weight::Alarm;
     tell(event);
+}
+
+/// With its server, which has come back without it. False when a slot has deleted this.
+bool ServerEvents::lose(const QString& guid)
+{
+    Event event = processorEvent(guid, end(guid), InstallationEvents::tr("%1 was lost with its server"));
+    event.state = Event::kGone;
+    event.weight = Weight::Alarm;
+    return tell(event);
+}
+
+/// Moves it to what is gone.
+ServerEvents::Running ServerEvents::end(const QString& guid)
+{
+    const Running ended = known(guid);
+    m_running.remove(guid);
+    if (m_gone.size() > kMostGone)
+        m_gone.clear();
+    m_gone.insert(guid, ended);
+    return ended;
 }
 
 /// What is known of it, also after it has stopped; at least a name.
@@ -158,14 +185,7 @@ void ServerEvents::compareAfterReturn()
                                     InstallationEvents::tr("still running: %1").arg(listed(adopted))))
         return;
     for (const QString& guid : expected) {
-        if (m_ledger.processors().find(guid) >= 0)
-            continue;
-        const Running lost = known(guid);
-        m_running.remove(guid);
-        Event event = processorEvent(guid, lost, InstallationEvents::tr("%1 was lost with its server"));
-        event.state = Event::kGone;
-        event.weight = Weight::Alarm;
-        if (!tell(event))
+        if (m_ledger.processors().find(guid) < 0 && m_running.contains(guid) && !lose(guid))
             return;
     }
 }
@@ -176,16 +196,33 @@ void ServerEvents::followProductions()
     connect(control, &KoltaProductionControl::si_ProductionRequestReplied, this,
             [this](const QUuid& production, bool accepted, const QString& text) {
                 const QString guid = production.toString();
+                const QString name = producerOf(guid);
+                const QString request = name.isEmpty() ? InstallationEvents::tr("request %1").arg(guid)
+                                                       : InstallationEvents::tr("request for %1").arg(name);
                 tell(Kind::Production, Type::Production, guid,
-                     accepted ? InstallationEvents::tr("request %1 is accepted").arg(guid)
-                              : InstallationEvents::tr("request %1 is refused: %2").arg(guid, text),
+                     accepted ? InstallationEvents::tr("%1 is accepted").arg(request)
+                              : InstallationEvents::tr("%1 is refused: %2").arg(request, text),
                      accepted ? Weight::Note : Weight::Attention);
             });
     connect(control, &KoltaProductionControl::si_ProductionStopped, this, [this](const QUuid& production) {
         const QString guid = production.toString();
+        const QString name = producerOf(guid);
         tell(Kind::Production, Type::Production, guid,
-             InstallationEvents::tr("production %1 has ended").arg(guid));
+             name.isEmpty() ? InstallationEvents::tr("production %1 has ended").arg(guid)
+                            : InstallationEvents::tr("production of %1 has ended").arg(name));
     });
+}
+
+/// The name of the processor that serves it; empty where none is shown.
+QString ServerEvents::producerOf(const QString& guid) const
+{
+    for (const auto* const processors : {&m_running, &m_gone}) {
+        for (const Running& running : *processors) {
+            if (running.production.compare(guid, Qt::CaseInsensitive) == 0)
+                return running.name;
+        }
+    }
+    return {};
 }
 
 void ServerEvents::followHardware()
