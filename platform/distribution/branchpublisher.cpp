@@ -77,7 +77,7 @@ BranchPublisher::~BranchPublisher()
 
 void BranchPublisher::probe()
 {
-    m_probe.emplace(m_branch.name, m_topics, m_options.beatMs, m_owner->GetEpoch());
+    m_probe.emplace(m_branch.name, m_topics, m_options.User(), m_options.beatMs, m_owner->GetEpoch());
     m_carrier->Open({}, {});
 }
 
@@ -173,6 +173,8 @@ void BranchPublisher::endProbe()
 
 void BranchPublisher::onRefused(const Bytes& topic, const QString& text)
 {
+    if (m_probe)
+        m_driver.Do([this](qint64 nowMs) { return m_probe ? m_probe->OnRefused(nowMs) : Output(); });
     if (m_probe || topic != m_topics.Live(m_branch.name))
         return;
     end(PublicationState::Forbidden,

@@ -9,20 +9,25 @@
 
 namespace distribution {
 
-/// Finds out whether a branch's name is free before an owner claims it: listens, over a connection of its own
-/// with a random client identifier, for a beat. A claim of life without one proves nothing. Inputs and
-/// outputs as with BranchOwner.
+/// Finds out whether a branch's name is free before an owner claims it: over a connection of its own with a
+/// random client identifier it asks who claims to have the name for a beat, since a claim of life without one
+/// proves nothing. Soon after a message to itself has come back, on however slow a line, there is no claim.
+/// Inputs and outputs as with BranchOwner.
 class KOLTA_DISTRIBUTION_EXPORT NameProbe
 {
 public:
     enum class Result { Waiting, Free, Taken };
 
-    /// `own`: epoch of an owner in this process, whose claim of life is no obstacle.
-    NameProbe(QString branch, const Topics& topics, qint64 beatMs = 5000, const QUuid& own = QUuid());
+    /// `user`: the broker's name for this process. `own`: epoch of an owner in this process, whose claim of
+    /// life is no obstacle.
+    NameProbe(QString branch, const Topics& topics, const Bytes& user, qint64 beatMs = 5000,
+              const QUuid& own = QUuid());
 
     /// Listening starts anew.
     Output OnUp(qint64 nowMs);
     Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
+    /// The broker has refused something.
+    Output OnRefused(qint64 nowMs);
     Output OnTime(qint64 nowMs);
 
     Result GetResult() const noexcept { return m_result; }
@@ -33,8 +38,12 @@ public:
 
 private:
     Output finish() const;
+    Bytes upTopic() const { return m_topics.Up(m_branch, m_user, m_session); }
+    Publication ask(const QUuid& epoch) const;
 
     QString m_branch;
+    Bytes m_user;
+    QUuid m_session = QUuid::createUuid();
     Topics m_topics;
     QString m_host;
     QUuid m_own;

@@ -323,19 +323,44 @@ private Q_SLOTS:
         for (const bool taken : {true, false}) {
             if (!taken)
                 all.KillOwner(false);
-            NameProbe probe(QStringLiteral("S1"), Topics());
+            NameProbe probe(QStringLiteral("S1"), Topics(), "anonymous");
             MemoryCarrier carrier(all.world.broker);
             carrier.onMessage = [&](const Bytes& topic, const Bytes& payload) {
                 probe.OnMessage(*Topics().Parse(topic), payload, all.world.now);
             };
             carrier.Open({}, Bytes());
             all.world.Run(1);
-            for (const Bytes& filter : probe.OnUp(all.world.now).subscribe)
+            const Output out = probe.OnUp(all.world.now);
+            for (const Bytes& filter : out.subscribe)
                 carrier.Subscribe(filter);
+            for (const Publication& publication : out.publish)
+                carrier.Publish(publication);
             all.world.Run(12600);
             probe.OnTime(all.world.now);
             QCOMPARE(probe.GetResult(), taken ? NameProbe::Result::Taken : NameProbe::Result::Free);
             QCOMPARE(probe.GetHost(), QStringLiteral("host"));
+        }
+        // On a slow line what the broker keeps comes late.
+        for (const bool taken : {true, false}) {
+            const Topics topics;
+            NameProbe probe(QStringLiteral("S1"), topics, "anonymous");
+            const Bytes echo = probe.OnUp(0).publish.front().topic;
+            probe.OnTime(2900);
+            LiveMessage live;
+            live.epoch = QUuid::createUuid();
+            if (taken) {
+                const Output out =
+                    probe.OnMessage(*topics.Parse(topics.Live(QStringLiteral("S1"))), Encode(live), 3000);
+                QCOMPARE(DecodeAsk(out.publish.front().payload)->epoch, live.epoch);
+            }
+            probe.OnMessage(*topics.Parse(echo), Bytes(), 3000);
+            QCOMPARE(probe.GetResult(), NameProbe::Result::Waiting);
+            probe.OnTime(3600);
+            QCOMPARE(probe.GetResult(), taken ? NameProbe::Result::Waiting : NameProbe::Result::Free);
+            if (taken)
+                probe.OnMessage(*topics.Parse(topics.Beat(QStringLiteral("S1"))),
+                                Encode(BeatMessage{live.epoch, {}}), 9000);
+            QCOMPARE(probe.GetResult(), taken ? NameProbe::Result::Taken : NameProbe::Result::Free);
         }
         // One that takes over displaces the first, which stays silent.
         all.StartOwner(2);
