@@ -32,7 +32,6 @@ WishFailure failureOf(WishResult result)
     switch (result) {
     case WishResult::Conflict:
         return WishFailure::Conflict;
-    case WishResult::TooLate:
     case WishResult::Unknown:
         return WishFailure::TooOld;
     case WishResult::Restarted:

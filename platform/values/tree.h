@@ -76,7 +76,7 @@ public:
 /// Why a change that was made here is not wanted by the process that decides on the item. The link that
 /// carried it has put the item back to what is valid there.
 enum class WishFailure {
-    Refused,   ///< the owner does not allow it
+    Refused,   ///< it was not done: the owner does not allow it, or it could not be sent in time
     Conflict,  ///< made on a content that another had changed meanwhile
     TooOld,    ///< nobody has decided on it in time; it may have happened
     EpochEnded ///< the owner has begun a new life; it may have happened
