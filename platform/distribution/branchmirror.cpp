@@ -15,7 +15,7 @@ constexpr qint64 kFirstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 kLongestPauseMs = 10000;
 constexpr std::size_t kMostWishQueues = 1000;
 
-enum eTracePoint : int { eMalformed = 1 };
+enum eTracePoint : int { eMalformed = 1, eOutside = 2 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
 
 } // namespace
@@ -208,10 +208,22 @@ WishQueue BranchMirror::takeWishes(const QUuid& epoch, quint16 channel)
     return wishes;
 }
 
+/// Whatever its owner says, a branch writes below its roots only; false, and complained of, elsewhere.
+bool BranchMirror::covers(const QString& path)
+{
+    const auto isAbove = [&path](const QString& root) { return IsAtOrBelow(path, root); };
+    if (std::any_of(m_live.roots.begin(), m_live.roots.end(), isAbove))
+        return true;
+    m_complaints(kTrace, eOutside,
+                 QStringLiteral("%1: \"%2\" is outside its roots").arg(m_settings.branch, path), m_nowMs);
+    return false;
+}
+
 void BranchMirror::apply(const Change& change)
 {
     takeLocal();
-    if (m_sentinelHidden && change.path == m_live.sentinel && change.operation != Operation::Remove)
+    const bool isHidden = m_sentinelHidden && change.path == m_live.sentinel;
+    if (change.operation != Operation::Remove && (isHidden || !covers(change.path)))
         return;
     m_tree.Apply(change);
     if (change.operation != Operation::Remove)
@@ -243,6 +255,8 @@ void BranchMirror::applyCommands(const QString& path, const Bytes& commands,
 void BranchMirror::applyState(const QString& path, qint32 type, const Bytes& state,
                               const std::vector<Content>& own)
 {
+    if (!covers(path))
+        return;
     m_leftovers.erase(path);
     m_tree.ApplyState(path, type, state, own);
 }

@@ -139,6 +139,7 @@ private:
 
     // For the channels.
     void takeLocal();
+    bool covers(const QString& path);
     void apply(const Change& change);
     bool applySplice(const QString& path, const values::TextSplice& splice);
     void applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);

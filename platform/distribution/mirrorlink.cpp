@@ -1,5 +1,7 @@
 #include <distribution/mirrorlink.h>
 
+#include <distribution/branchpublisher.h>
+
 #include <startup/tracesource.h>
 
 #include <algorithm>
@@ -9,7 +11,7 @@ namespace distribution {
 
 namespace {
 
-enum eTracePoint : int { eRefused = 1 };
+enum eTracePoint : int { eRefused = 1, ePlaceTaken = 2 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorlink", Startup::eTraceError);
 
 /// Of branches that are heard of: each costs memory, and their names come from outside.
@@ -80,6 +82,13 @@ MirrorLink::~MirrorLink()
         m_carrier->Publish(
             {m_topics.Presence(m_options.User(), m_options.session), {}, Delivery::AtLeastOnce, true, 0});
     m_carrier->Close();
+}
+
+void MirrorLink::Exclude(const PublishedBranch& own)
+{
+    m_excluded.append(own.name);
+    for (const QString& root : own.roots)
+        m_holders[root] = own.name;
 }
 
 void MirrorLink::Mirror(const QStringList& branches)
@@ -167,8 +176,60 @@ void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
 {
     const auto topic = m_topics.Parse(bytes);
     Branch* const to = topic && topic->kind != TopicKind::Presence ? branch(topic->branch) : nullptr;
-    if (to)
+    if (to && topic->kind == TopicKind::Live && !admit(topic->branch, payload))
+        return;
+    if (to && m_refused.count(topic->branch) == 0)
         to->onMessage(*topic, payload);
+}
+
+/// Two branches in one place would overwrite each other without end. The first one keeps it until it leaves
+/// by itself; of the other nothing is taken.
+bool MirrorLink::admit(const QString& name, const Bytes& live)
+{
+    const auto said = live.empty() ? std::nullopt : DecodeLive(live);
+    if (!said || (said->roots.isEmpty() && said->state != LiveState::Withdrawn))
+        return true;
+    const QStringList roots = said->state == LiveState::Withdrawn ? QStringList() : said->roots;
+    for (const QString& root : roots) {
+        const QString holder = holderOf(root, name);
+        if (holder.isEmpty())
+            continue;
+        if (m_refused.insert(name).second)
+            kTrace(ePlaceTaken,
+                   QStringLiteral("Branch \"%1\" is not mirrored: its place %2 belongs to \"%3\"")
+                       .arg(name, root, holder));
+        return false;
+    }
+    for (auto held = m_holders.begin(); held != m_holders.end();)
+        held = held->second == name ? m_holders.erase(held) : std::next(held);
+    for (const QString& root : roots)
+        m_holders[root] = name;
+    m_refused.erase(name);
+    if (roots.isEmpty()) {
+        // Its place may be somebody else's now, whose claim the broker keeps.
+        for (const QString& refused : m_refused)
+            m_carrier->Subscribe(m_topics.Live(refused));
+    }
+    return true;
+}
+
+/// Of the place itself, of one around it or of one in it; empty for none but `but`.
+QString MirrorLink::holderOf(const QString& root, const QString& but) const
+{
+    for (QString above = root;; above.truncate(std::max(1, above.lastIndexOf(QLatin1Char('/'))))) {
+        const auto held = m_holders.find(above);
+        if (held != m_holders.end() && held->second != but)
+            return held->second;
+        if (above.size() <= 1)
+            break;
+    }
+    const QString below = root + QLatin1Char('/');
+    for (auto held = m_holders.lower_bound(below); held != m_holders.end() && held->first.startsWith(below);
+         ++held) {
+        if (held->second != but)
+            return held->second;
+    }
+    return QString();
 }
 
 void MirrorLink::onRefused(const Bytes& bytes, const QString& text)

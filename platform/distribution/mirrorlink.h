@@ -11,8 +11,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 
 namespace distribution {
+
+struct PublishedBranch;
 
 /// What a MirrorLink tells.
 struct MirrorLinkEvents
@@ -34,7 +37,7 @@ public:
     /// Names, or "*" for all.
     void Mirror(const QStringList& branches);
     /// A branch of this process, which is never mirrored here.
-    void Exclude(const QString& branch) { m_excluded.append(branch); }
+    void Exclude(const PublishedBranch& own);
 
     bool IsUp() const noexcept { return m_isUp; }
     /// The broker does not admit this process, or does not let it read; waiting does not help.
@@ -50,6 +53,8 @@ private:
     struct Branch;
 
     Branch* branch(const QString& name);
+    bool admit(const QString& name, const Bytes& live);
+    QString holderOf(const QString& root, const QString& but) const;
     void subscribe();
     void onUp(std::size_t maximumPayload);
     void onDown(DownReason reason, const QString& text);
@@ -65,6 +70,8 @@ private:
     QStringList m_wanted;
     QStringList m_excluded;
     std::map<QString, std::unique_ptr<Branch>> m_branches;
+    std::map<QString, QString> m_holders; ///< by root: the branch to which that place in the tree belongs
+    std::set<QString> m_refused;          ///< branches that want another one's place
     std::size_t m_maximumPayload = 0;
     bool m_isUp = false;
     bool m_isRefused = false;

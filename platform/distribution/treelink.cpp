@@ -86,7 +86,7 @@ bool TreeLink::publish(const QString& branch, const QStringList& roots, const QS
     if (isPublished)
         return false;
     if (m_mirrors)
-        m_mirrors->Exclude(branch);
+        m_mirrors->Exclude({branch, roots, sentinel});
     m_published.push_back(std::make_unique<BranchPublisher>(
         *m_collector, *m_packer, m_carriers(), m_options, PublishedBranch{branch, roots, sentinel},
         std::move(policy), [this, branch](PublicationState state, const QString& reason) {
@@ -132,7 +132,7 @@ void TreeLink::mirror(const QStringList& branches)
         m_mirrors =
             std::make_unique<MirrorLink>(*m_collector, *m_packer, m_carriers(), m_options, std::move(events));
         for (const auto& publisher : m_published)
-            m_mirrors->Exclude(publisher->GetBranch().name);
+            m_mirrors->Exclude(publisher->GetBranch());
     }
     m_mirrors->Mirror(branches);
 }

@@ -108,6 +108,32 @@ private Q_SLOTS:
         QCOMPARE(client.failures + other.failures + server->failures, QStringList());
     }
 
+    /// Of two branches for one place, or one within the other's, the second is not taken until the first has
+    /// left; and a branch writes nothing outside its roots, whatever its owner says.
+    void placesTaken()
+    {
+        server->publish();
+        MapSide client(*broker), intruder(*broker);
+        client.mirror();
+        intruder.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("intruder's"));
+        intruder.join();
+        QSignalSpy published(intruder.link.get(), &TreeLink::si_Published);
+        intruder.link->publish(QStringLiteral("X"),
+                               {QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")}, QString(),
+                               std::make_unique<OpenPolicy>());
+        QVERIFY(published.wait(kPatience));
+        MapSide late(*broker);
+        late.join();
+        late.link->mirror({QStringLiteral("S1"), QStringLiteral("X")});
+        QVERIFY(!late.link->waitForLive({QStringLiteral("S1"), QStringLiteral("X")}, 1500));
+        server->set("Resources", QStringLiteral("second"));
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("second"), kPatience);
+        const QStringList both{QStringLiteral("second"), QStringLiteral("intruder's")};
+        QVERIFY(both.contains(late.text("Resources"))); // whoever was heard of first
+
+        server.reset();
+        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("intruder's"), 3 * kPatience);
+    }
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
     /// aloud, and nobody sees anything vanish that is still there.
     void losses()
