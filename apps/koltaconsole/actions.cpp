@@ -1,0 +1,109 @@
+#include "actions.h"
+
+#include "session.h"
+
+#include <QAction>
+#include <QWidget>
+
+namespace KoltaConsole {
+
+using Kolta::UserRights;
+
+ActionTable::ActionTable(Session& session, QObject* parent) : QObject(parent), m_session(session)
+{
+    connect(&session, &Session::si_LinkChanged, this, &ActionTable::refresh);
+    connect(&session, &Session::si_UserChanged, this, &ActionTable::refresh);
+}
+
+void ActionTable::add(const Entry& entry, QWidget* owner)
+{
+    if (m_entries.contains(entry.id)) {
+        m_ids.removeOne(entry.id);
+        delete m_actions.take(entry.id);
+    }
+    m_ids.append(entry.id);
+    m_entries.insert(entry.id, entry);
+    auto* const action = new QAction(entry.text, owner);
+    action->setShortcut(entry.shortcut);
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    owner->addAction(action);
+    connect(action, &QAction::triggered, this, [this, id = entry.id] { run(id); });
+    connect(action, &QObject::destroyed, this, [this, id = entry.id](QObject* gone) {
+        if (m_actions.value(id) != gone)
+            return;
+        m_actions.remove(id);
+        m_entries.remove(id);
+        m_ids.removeOne(id);
+    });
+    m_actions.insert(entry.id, action);
+    refresh();
+}
+
+QStringList ActionTable::ids() const
+{
+    return m_ids;
+}
+
+const ActionTable::Entry* ActionTable::find(const QString& id) const
+{
+    const auto found = m_entries.constFind(id);
+    return found == m_entries.constEnd() ? nullptr : &*found;
+}
+
+QAction* ActionTable::action(const QString& id) const
+{
+    return m_actions.value(id);
+}
+
+QString ActionTable::enabledBecause(const QString& id) const
+{
+    const Entry* const entry = find(id);
+    if (!entry)
+        return tr("There is no such action.");
+    if (entry->changes && m_session.isReadOnly())
+        return tr("The console was started to look only.");
+    if ((entry->needs & eLink) && !m_session.link().isUp)
+        return tr("It needs the link to the broker.");
+    for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {
+        const auto right = UserRights::GetRightValueByIndex(place);
+        if (entry->rights.testFlag(right) && !m_session.mayDo(right))
+            return tr("It needs the right %1.").arg(UserRights::GetRightNameByIndex(place, false));
+    }
+    if ((entry->needs & eSelection) && !m_hasSelection)
+        return tr("Nothing is selected.");
+    return entry->problem ? entry->problem() : QString();
+}
+
+bool ActionTable::run(const QString& id)
+{
+    if (!enabledBecause(id).isEmpty())
+        return false;
+    // The action may remove itself with its page.
+    const Entry entry = *find(id);
+    const QString line = entry.line ? entry.line() : QString();
+    if (entry.run)
+        entry.run();
+    Q_EMIT si_Ran(id, line);
+    return true;
+}
+
+void ActionTable::setSelection(bool isThere)
+{
+    m_hasSelection = isThere;
+    refresh();
+}
+
+void ActionTable::refresh()
+{
+    for (const QString& id : qAsConst(m_ids)) {
+        QAction* const action = m_actions.value(id);
+        const QString problem = enabledBecause(id);
+        const QString shown = problem.isEmpty() ? m_entries.value(id).text : problem;
+        action->setEnabled(problem.isEmpty());
+        const QString keys = action->shortcut().toString(QKeySequence::NativeText);
+        action->setToolTip(keys.isEmpty() ? shown : QStringLiteral("%1 (%2)").arg(shown, keys));
+        action->setStatusTip(shown);
+    }
+}
+
+} // namespace KoltaConsole

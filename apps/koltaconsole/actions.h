@@ -1,0 +1,72 @@
+#pragma once
+
+#include <koltacommon/userrights.h>
+
+#include <QHash>
+#include <QKeySequence>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <functional>
+
+class QAction;
+class QWidget;
+
+namespace KoltaConsole {
+
+class Session;
+
+/// What can be done in the console, in one place: menus, buttons, the palette and tool tips come from here.
+class ActionTable : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What must be there before an action can be done.
+    enum Need : unsigned { eNothing = 0, eLink = 1, eSelection = 2 };
+
+    struct Entry
+    {
+        QString id;
+        QString text;
+        QKeySequence shortcut;
+        Kolta::UserRights::eManagementRights rights; ///< all of them; none: everybody may
+        unsigned needs = eNothing;
+        std::function<QString()> line; ///< the `kolta` line that does the same; empty for none
+        std::function<void()> run;
+        std::function<QString()> problem; ///< a further reason why it cannot be done now; empty: none
+        bool changes = false;             ///< the installation, which --read-only forbids
+    };
+
+    ActionTable(Session& session, QObject* parent);
+
+    /// Adds an action; one with the same ID is replaced. The shortcut works within `owner` and below.
+    void add(const Entry& entry, QWidget* owner);
+    QStringList ids() const;
+    /// Null when there is none.
+    const Entry* find(const QString& id) const;
+    /// For menus and buttons; null when there is none.
+    QAction* action(const QString& id) const;
+    /// The reason why the action cannot be done now, as a sentence; empty when it can.
+    QString enabledBecause(const QString& id) const;
+    bool run(const QString& id);
+    /// Whether something is selected, for actions that need it.
+    void setSelection(bool isThere);
+
+Q_SIGNALS:
+    /// An action was triggered; `line` is what does the same in a terminal, empty for none.
+    void si_Ran(const QString& id, const QString& line);
+
+private:
+    void refresh();
+
+    Session& m_session;
+    QStringList m_ids;
+    QHash<QString, Entry> m_entries;
+    QHash<QString, QAction*> m_actions;
+    bool m_hasSelection = false;
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "marks.h"
+
+#include <QSortFilterProxyModel>
+#include <QTreeView>
+
+#include <optional>
+
+namespace KoltaConsole {
+
+class Session;
+
+/// Servers, below them classes with what is free, below these what is in use.
+class InstallationModel : public QSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    InstallationModel(Session& session, QObject* parent);
+
+    /// Of a server or tuner in the second column.
+    std::optional<Look> lookOf(const QModelIndex& index) const;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
+
+private:
+    Session& m_session;
+};
+
+/// The tree at the left. What is selected there is what the pages show.
+class InstallationTree : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    InstallationTree(Session& session, QWidget* parent);
+
+    void selectServer(const QString& address);
+
+Q_SIGNALS:
+    /// Empty: all of them.
+    void si_ServerSelected(const QString& address);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+
+private:
+    InstallationModel m_model;
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,108 @@
+#include "mainwindow.h"
+#include "options.h"
+#include "session.h"
+
+#include <simulation/simulatedserver.h>
+
+#include <QApplication>
+#include <QLocale>
+#include <QTimer>
+#include <QTranslator>
+
+#include <cstdio>
+
+namespace {
+
+using namespace KoltaConsole;
+
+constexpr int kUsage = 2;
+constexpr int kPictureLimitMs = 20000;
+constexpr int kSettleMs = 600; ///< from the filled page to the picture
+
+int tell(const QString& text, int exitCode)
+{
+    std::fputs(qPrintable(exitCode == 0 ? text.trimmed() : QStringLiteral("koltaconsole: ") + text),
+               exitCode == 0 ? stdout : stderr);
+    std::fputc('\n', exitCode == 0 ? stdout : stderr);
+    return exitCode;
+}
+
+/// Qt ends the process with a page of text where there is no display to connect to.
+bool hasDisplay()
+{
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (!platform.isEmpty() && platform != "xcb" && !platform.startsWith("wayland"))
+        return true;
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+QString wordOf(int argc, char** argv, const char* option)
+{
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (qstrcmp(argv[i], option) == 0)
+            return QString::fromLocal8Bit(argv[i + 1]);
+    }
+    return QString();
+}
+
+/// Writes the picture when the page has filled, and ends the program.
+void photograph(MainWindow& window, Session& session, const Options& options)
+{
+    auto* const waiting = new QTimer(&window);
+    const auto take = [&window, &options] {
+        const bool isWritten = window.grab().save(options.screenshot);
+        if (!isWritten)
+            tell(QStringLiteral("%1 cannot be written").arg(options.screenshot), 1);
+        QApplication::exit(isWritten ? 0 : 1);
+    };
+    QObject::connect(waiting, &QTimer::timeout, &window, [&, waiting, take] {
+        if (!window.isFilled())
+            return;
+        waiting->stop();
+        if (auto* const server = session.simulated(options.vanish))
+            server->vanish();
+        QTimer::singleShot(kSettleMs, &window, take);
+    });
+    waiting->start(50);
+    QTimer::singleShot(kPictureLimitMs, &window, [] {
+        QApplication::exit(
+            tell(QStringLiteral("the page has not filled within %1 s").arg(kPictureLimitMs / 1000), 1));
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // A picture needs no display.
+    if (!wordOf(argc, argv, "--screenshot").isEmpty() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words.append(QString::fromLocal8Bit(argv[i]));
+    QCoreApplication::setOrganizationName(QStringLiteral("kolta"));
+    QCoreApplication::setApplicationName(QStringLiteral("koltaconsole"));
+    int exitCode = -1;
+    QString text;
+    const Options options = Options::read(words, exitCode, text);
+    if (exitCode >= 0)
+        return tell(text, exitCode);
+    if (!hasDisplay())
+        return tell(QStringLiteral("there is no display (DISPLAY is not set)"), kUsage);
+
+    QApplication application(argc, argv);
+    QTranslator german;
+    if (QLocale().language() == QLocale::German &&
+        german.load(QStringLiteral(":/translations/koltaconsole_de.qm")))
+        QApplication::installTranslator(&german);
+    Theme::instance().apply(options.theme);
+    QString error;
+    const auto session = Session::start(options, error);
+    if (!session)
+        return tell(error, kUsage);
+    MainWindow window(*session, options);
+    window.show();
+    if (!options.screenshot.isEmpty())
+        photograph(window, *session, options);
+    return QApplication::exec();
+}

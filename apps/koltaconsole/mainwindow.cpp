@@ -1,0 +1,323 @@
+#include "mainwindow.h"
+
+#include "attentionlist.h"
+#include "installationtree.h"
+#include "options.h"
+#include "pages/page.h"
+#include "pages/pages.h"
+#include "palette.h"
+#include "session.h"
+#include "stateitemdelegate.h"
+#include "topbar.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QSplitter>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+namespace {
+
+constexpr int kTreeWidth = 256;
+constexpr int kEventsHeight = 99; ///< four rows
+
+} // namespace
+
+MainWindow::MainWindow(Session& session, const Options& options)
+    : m_session(session)
+    , m_isRemembered(options.screenshot.isEmpty())
+    , m_actions(session, this)
+    , m_eventModel(session, this)
+    , m_tree(new InstallationTree(session, this))
+    , m_tabs(new QTabWidget(this))
+    , m_banner(new QLabel(this))
+    , m_commandLine(new QLineEdit(this))
+    , m_events(new QTreeView(this))
+    , m_sideways(new QSplitter(Qt::Horizontal, this))
+    , m_upright(new QSplitter(Qt::Vertical, this))
+    , m_attention(new AttentionList(session, this))
+    , m_palette(new Palette(session, m_actions, this))
+{
+    setWindowTitle(tr("Kolta – %1").arg(session.url()));
+    setMinimumSize(1024, 640);
+    auto* const top = new TopBar(session, this);
+    m_sideways->addWidget(m_tree);
+    m_sideways->addWidget(m_tabs);
+    m_sideways->setStretchFactor(1, 1);
+    makeEvents();
+    auto* const below = new QWidget(this);
+    auto* const belowLayout = new QVBoxLayout(below);
+    belowLayout->setContentsMargins(0, 0, 0, 0);
+    belowLayout->setSpacing(0);
+    belowLayout->addWidget(makeCommandLine());
+    belowLayout->addWidget(m_events, 1);
+    m_upright->addWidget(m_sideways);
+    m_upright->addWidget(below);
+    m_upright->setStretchFactor(0, 1);
+    m_upright->setHandleWidth(1);
+    m_sideways->setHandleWidth(1);
+    auto* const all = new QWidget(this);
+    auto* const layout = new QVBoxLayout(all);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(top);
+    layout->addWidget(m_banner);
+    layout->addWidget(m_upright, 1);
+    setCentralWidget(all);
+    m_banner->setProperty("badge", QStringLiteral("alarm"));
+    m_banner->setContentsMargins(12, 5, 12, 5);
+    m_tabs->setDocumentMode(true);
+    for (const PageEntry& page : pageTable()) {
+        auto* const place = new QWidget(m_tabs);
+        (new QVBoxLayout(place))->setContentsMargins(0, 0, 0, 0);
+        m_tabs->addTab(place, QCoreApplication::translate("Pages", page.title));
+        m_pages.append(nullptr);
+    }
+    makeActions();
+    makeRegionActions();
+    connect(m_tabs, &QTabWidget::currentChanged, this, &MainWindow::showTab);
+    connect(m_tree, &InstallationTree::si_ServerSelected, this, &MainWindow::showServer);
+    connect(top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
+    connect(top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
+    connect(m_attention, &AttentionList::si_ServerWanted, m_tree, &InstallationTree::selectServer);
+    connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
+    connect(&session, &Session::si_LinkChanged, this, &MainWindow::showBanner);
+    connect(&m_actions, &ActionTable::si_Ran, this, [this](const QString& /*id*/, const QString& line) {
+        if (!line.isEmpty())
+            showCommandLine(line);
+    });
+    restore(options.page);
+    showBanner();
+}
+
+MainWindow::~MainWindow()
+{
+    if (m_isRemembered)
+        save();
+}
+
+QWidget* MainWindow::makeCommandLine()
+{
+    auto* const bar = new QWidget(this);
+    bar->setFixedHeight(35);
+    auto* const copy = new QPushButton(tr("Copy"), bar);
+    m_commandLine->setReadOnly(true);
+    m_commandLine->setFrame(false);
+    m_commandLine->setStyleSheet(QStringLiteral("border: none; background: transparent;"));
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(9);
+    m_commandLine->setFont(font);
+    m_commandLine->setProperty("dim", true);
+    m_commandLine->setAccessibleName(tr("The command that does the same"));
+    auto* const layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(6, 2, 12, 2);
+    layout->addWidget(m_commandLine, 1);
+    layout->addWidget(copy);
+    connect(copy, &QPushButton::clicked, this,
+            [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
+    return bar;
+}
+
+void MainWindow::makeEvents()
+{
+    m_events->setModel(&m_eventModel);
+    m_events->setItemDelegate(new StateItemDelegate(m_events, [this](const QModelIndex& index) {
+        return index.column() == EventModel::eWeightColumn
+                   ? std::optional<Look>(m_eventModel.lookOf(index.row()))
+                   : std::nullopt;
+    }));
+    m_events->setHeaderHidden(true);
+    m_events->setRootIsDecorated(false);
+    m_events->setUniformRowHeights(true);
+    m_events->setAlternatingRowColors(true);
+    m_events->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    const int widths[] = {104, 104, 70, 110, 400};
+    for (int column = 0; column < EventModel::eColumnCount; ++column)
+        m_events->header()->resizeSection(column, widths[column]);
+    m_events->setAccessibleName(tr("What happened"));
+}
+
+void MainWindow::makeActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& run) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.run = run;
+        m_actions.add(entry, this);
+    };
+    for (int tab = 0; tab < m_tabs->count(); ++tab) {
+        const QByteArray id = QByteArray("page-") + pageTable().at(tab).id;
+        add(id.constData(), tr("Go to %1").arg(m_tabs->tabText(tab)),
+            QKeySequence(Qt::CTRL + Qt::Key_1 + tab), [this, tab] { m_tabs->setCurrentIndex(tab); });
+    }
+    add("palette", tr("Command palette"), QKeySequence(Qt::CTRL + Qt::Key_K), [this] { m_palette->open(); });
+    add("attention-next", tr("Next that needs attention"), QKeySequence(Qt::Key_F8),
+        [this] { m_attention->step(1); });
+    add("attention-before", tr("The one before that needs attention"), QKeySequence(Qt::SHIFT + Qt::Key_F8),
+        [this] { m_attention->step(-1); });
+    add("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
+        [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
+    add("theme", tr("Light or dark"), QKeySequence(), [] {
+        Theme& theme = Theme::instance();
+        theme.apply(theme.kind() == Theme::Kind::Light ? Theme::Choice::Dark : Theme::Choice::Light);
+    });
+}
+
+void MainWindow::makeRegionActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& run) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.run = run;
+        m_actions.add(entry, this);
+    };
+    add("filter", tr("Filter the page"), QKeySequence(Qt::Key_Slash), [this] {
+        if (Page* const page = currentPage(); page && page->filterLine())
+            page->filterLine()->setFocus();
+    });
+    add("tree", tr("Show or hide the tree"), QKeySequence(Qt::CTRL + Qt::Key_B),
+        [this] { m_tree->setVisible(!m_tree->isVisible()); });
+    add("events", tr("Show or hide the events"), QKeySequence(Qt::CTRL + Qt::Key_E),
+        [this] { m_events->setVisible(!m_events->isVisible()); });
+    add("region", tr("Next part of the window"), QKeySequence(Qt::Key_F6), [this] {
+        QWidget* const regions[] = {m_tree, currentPage(), m_events};
+        for (int place = 0; place < 3; ++place) {
+            QWidget* const region = regions[place];
+            if (region && (region->hasFocus() || region->isAncestorOf(QApplication::focusWidget()))) {
+                QWidget* const next = regions[(place + 1) % 3];
+                (next->focusPolicy() == Qt::NoFocus ? next->nextInFocusChain() : next)->setFocus();
+                return;
+            }
+        }
+        m_tree->setFocus();
+    });
+    add("all-servers", tr("Show all servers"), QKeySequence(), [this] { m_tree->selectServer(QString()); });
+}
+
+Page* MainWindow::pageAt(int tab)
+{
+    if (tab < 0 || m_pages.at(tab))
+        return tab < 0 ? nullptr : m_pages.at(tab);
+    QWidget* const place = m_tabs->widget(tab);
+    Page* const page = pageTable().at(tab).make(m_session, m_actions, place);
+    m_pages[tab] = page;
+    place->layout()->addWidget(page);
+    if (QLineEdit* const filter = page->filterLine(); filter && m_isRemembered)
+        filter->setText(QSettings()
+                            .value(QStringLiteral("filter/%1").arg(QLatin1String(pageTable().at(tab).id)))
+                            .toString());
+    page->showServer(m_server);
+    connect(page, &Page::si_ServerWanted, m_tree, &InstallationTree::selectServer);
+    connect(page, &Page::si_CommandLineChanged, this, [this, page] {
+        if (page == currentPage())
+            showCommandLine(page->commandLine());
+    });
+    return page;
+}
+
+Page* MainWindow::showPage(const QString& id)
+{
+    const int tab = pageIds().indexOf(id);
+    if (tab < 0)
+        return nullptr;
+    m_tabs->setCurrentIndex(tab);
+    showTab(tab);
+    return pageAt(tab);
+}
+
+Page* MainWindow::currentPage() const
+{
+    return m_pages.value(m_tabs->currentIndex());
+}
+
+void MainWindow::showTab(int tab)
+{
+    if (const Page* const page = pageAt(tab))
+        showCommandLine(page->commandLine());
+}
+
+bool MainWindow::isFilled() const
+{
+    const Page* const page = currentPage();
+    return page && !m_session.facts().isEmpty() && page->isFilled();
+}
+
+void MainWindow::showBanner()
+{
+    const LinkState& link = m_session.link();
+    m_banner->setVisible(!link.isUp && link.wasUp);
+    m_banner->setText(
+        tr("Everything below is last known of %1. Nothing is sent later by itself; what you were "
+           "writing is kept.")
+            .arg(timeText(link.since)));
+}
+
+void MainWindow::showCommandLine(const QString& line)
+{
+    m_commandLine->setText(QStringLiteral("$ ") + line);
+    m_commandLine->setCursorPosition(0);
+}
+
+void MainWindow::showServer(const QString& address)
+{
+    m_server = address;
+    for (Page* const page : qAsConst(m_pages)) {
+        if (page)
+            page->showServer(address);
+    }
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    m_attention->move(330, 38);
+    m_palette->move(width() - 660, 38);
+}
+
+void MainWindow::restore(const QString& page)
+{
+    resize(1280, 800);
+    m_sideways->setSizes({kTreeWidth, 1280 - kTreeWidth});
+    m_upright->setSizes({800 - kEventsHeight - 35 - 38, kEventsHeight + 35});
+    QString first = page;
+    if (m_isRemembered) {
+        const QSettings settings;
+        restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
+        m_sideways->restoreState(settings.value(QStringLiteral("sideways")).toByteArray());
+        m_upright->restoreState(settings.value(QStringLiteral("upright")).toByteArray());
+        if (first.isEmpty())
+            first = settings.value(QStringLiteral("page")).toString();
+    }
+    if (!showPage(first))
+        showPage(pageIds().first());
+}
+
+void MainWindow::save() const
+{
+    QSettings settings;
+    settings.setValue(QStringLiteral("geometry"), saveGeometry());
+    settings.setValue(QStringLiteral("sideways"), m_sideways->saveState());
+    settings.setValue(QStringLiteral("upright"), m_upright->saveState());
+    settings.setValue(QStringLiteral("page"), pageIds().value(m_tabs->currentIndex()));
+    for (int tab = 0; tab < m_pages.size(); ++tab) {
+        if (const Page* const page = m_pages.at(tab); page && page->filterLine())
+            settings.setValue(QStringLiteral("filter/%1").arg(pageIds().at(tab)), page->filterLine()->text());
+    }
+}
+
+} // namespace KoltaConsole

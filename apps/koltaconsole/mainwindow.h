@@ -1,0 +1,75 @@
+#pragma once
+
+#include "actions.h"
+#include "eventmodel.h"
+
+#include <QMainWindow>
+#include <QVector>
+
+class QFrame;
+class QLabel;
+class QLineEdit;
+class QSplitter;
+class QTabWidget;
+class QTreeView;
+
+namespace KoltaConsole {
+
+class AttentionList;
+class InstallationTree;
+class Page;
+class Palette;
+class Session;
+struct Options;
+
+/// The frame: bar at the top, the installation at the left, the pages, the `kolta` line of what they show,
+/// and what happened. Layout and filter lines are remembered, but for pictures.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow(Session& session, const Options& options);
+    ~MainWindow() override;
+
+    ActionTable& actions() { return m_actions; }
+    /// Makes it if need be. Null for a name that none has.
+    Page* showPage(const QString& id);
+    Page* currentPage() const;
+    /// Whether there is something to see: the installation is known and the page shows it.
+    bool isFilled() const;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QWidget* makeCommandLine();
+    void makeEvents();
+    void makeActions();
+    void makeRegionActions();
+    Page* pageAt(int tab);
+    void showTab(int tab);
+    void showBanner();
+    void showCommandLine(const QString& line);
+    void showServer(const QString& address);
+    void restore(const QString& page);
+    void save() const;
+
+    Session& m_session;
+    const bool m_isRemembered;
+    ActionTable m_actions;
+    EventModel m_eventModel;
+    InstallationTree* m_tree;
+    QTabWidget* m_tabs;
+    QLabel* m_banner;
+    QLineEdit* m_commandLine;
+    QTreeView* m_events;
+    QSplitter* m_sideways;
+    QSplitter* m_upright;
+    AttentionList* m_attention;
+    Palette* m_palette;
+    QVector<Page*> m_pages; ///< by tab; null until shown
+    QString m_server;
+};
+
+} // namespace KoltaConsole

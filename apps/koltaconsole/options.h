@@ -1,0 +1,27 @@
+#pragma once
+
+#include "theme.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace KoltaConsole {
+
+/// What the words of the command line ask for.
+struct Options
+{
+    QString url;     ///< of the tree; empty while servers are simulated
+    int servers = 0; ///< that are simulated; 0: none
+    int tuners = 0;  ///< of each of them; 0: those of the sample
+    QString vanish;  ///< the simulated server that vanishes once the page has filled
+    bool isReadOnly = false;
+    Theme::Choice theme = Theme::Choice::System;
+    QString page;       ///< name of the page that is shown first
+    QString screenshot; ///< file that a picture is written to; empty: none
+
+    /// Reads the words behind the program's name; `exitCode` is set when the program is to end now, with
+    /// `text` as its last words.
+    static Options read(const QStringList& arguments, int& exitCode, QString& text);
+};
+
+} // namespace KoltaConsole

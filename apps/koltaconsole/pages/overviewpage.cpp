@@ -1,0 +1,92 @@
+#include "overviewpage.h"
+
+#include "../session.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* parent)
+    : Page(session, actions, parent)
+    , m_heading(new QLabel(this))
+    , m_explanation(new QLabel(this))
+    , m_area(new QScrollArea(this))
+    , m_cards(new ServerCards(session, m_area))
+{
+    m_heading->setProperty("heading", true);
+    m_explanation->setProperty("dim", true);
+    m_explanation->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 8, 8, 2);
+    top->addWidget(m_heading);
+    top->addWidget(m_explanation, 1);
+    m_area->setWidget(m_cards);
+    m_area->setWidgetResizable(true);
+    m_area->setFrameShape(QFrame::NoFrame);
+    m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_area, 1);
+    setFocusProxy(m_cards);
+    connect(&session, &Session::si_FactsChanged, this, &OverviewPage::refresh);
+    connect(m_cards, &ServerCards::si_Activated, this, &Page::si_ServerWanted);
+    connect(m_cards, &ServerCards::si_CurrentChanged, this, [this](const QRect& place) {
+        m_area->ensureVisible(place.center().x(), place.center().y(), 0, place.height() / 2 + 8);
+    });
+    refresh();
+}
+
+void OverviewPage::refresh()
+{
+    if (!isVisible())
+        return;
+    m_cards->refresh(m_only);
+    if (m_cards->count() == 0) {
+        m_heading->setText(tr("No server has been seen yet"));
+        m_explanation->setText(
+            tr("at %1; \"koltasim --publish URL\" publishes a simulated one, \"--simulate\" plays some here")
+                .arg(session().url()));
+        return;
+    }
+    m_heading->setText(tr("Servers: %1").arg(m_cards->count()));
+    m_explanation->setText(m_only.isEmpty()
+                               ? tr("worst first · strip: the last 24 h, dotted where nobody watched")
+                               : tr("%1 alone; Esc in the tree shows all").arg(m_only));
+}
+
+void OverviewPage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    refresh();
+}
+
+bool OverviewPage::isFilled() const
+{
+    // A server that has just appeared has told nothing of its tuners yet.
+    const auto& facts = session().facts();
+    return m_cards->count() > 0 && std::all_of(facts.begin(), facts.end(), [](const ServerFacts& each) {
+               return each.condition != Condition::Starting;
+           });
+}
+
+QString OverviewPage::commandLine() const
+{
+    return m_only.isEmpty() ? QStringLiteral("kolta status")
+                            : QStringLiteral("kolta status --server %1").arg(m_only);
+}
+
+void OverviewPage::showServer(const QString& address)
+{
+    m_only = address;
+    refresh();
+    Q_EMIT si_CommandLineChanged();
+}
+
+} // namespace KoltaConsole

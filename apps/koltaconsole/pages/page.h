@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QWidget>
+
+class QLineEdit;
+
+namespace KoltaConsole {
+
+class ActionTable;
+class Session;
+
+/// One page of the console. It is made when it is first shown, knows no other page, and neither paints nor
+/// counts while it is hidden.
+class Page : public QWidget
+{
+    Q_OBJECT
+
+public:
+    Page(Session& session, ActionTable& actions, QWidget* parent)
+        : QWidget(parent), m_session(session), m_actions(actions)
+    {
+    }
+
+    /// Whether it shows what there is, for a picture.
+    virtual bool isFilled() const = 0;
+    /// The `kolta` line that tells what the page shows.
+    virtual QString commandLine() const = 0;
+    /// Shows only what belongs to that server; empty: all.
+    virtual void showServer(const QString& /*address*/) {}
+    /// What "/" goes to; null for none.
+    virtual QLineEdit* filterLine() const { return nullptr; }
+
+Q_SIGNALS:
+    /// commandLine() is another.
+    void si_CommandLineChanged();
+    /// The user wants to see that server alone.
+    void si_ServerWanted(const QString& address);
+
+protected:
+    Session& session() const { return m_session; }
+    ActionTable& actions() const { return m_actions; }
+
+private:
+    Session& m_session;
+    ActionTable& m_actions;
+};
+
+} // namespace KoltaConsole

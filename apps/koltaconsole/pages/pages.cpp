@@ -1,0 +1,35 @@
+#include "pages.h"
+
+#include "overviewpage.h"
+#include "tunerspage.h"
+
+namespace KoltaConsole {
+
+namespace {
+
+template<class Made>
+Page* make(Session& session, ActionTable& actions, QWidget* parent)
+{
+    return new Made(session, actions, parent);
+}
+
+} // namespace
+
+const QVector<PageEntry>& pageTable()
+{
+    static const QVector<PageEntry> pages{
+        {"overview", QT_TRANSLATE_NOOP("Pages", "Overview"), make<OverviewPage>},
+        {"tuners", QT_TRANSLATE_NOOP("Pages", "Tuners"), make<TunersPage>},
+    };
+    return pages;
+}
+
+QStringList pageIds()
+{
+    QStringList ids;
+    for (const PageEntry& page : pageTable())
+        ids.append(QLatin1String(page.id));
+    return ids;
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,182 @@
+#include "palette.h"
+
+#include "actions.h"
+#include "session.h"
+
+#include <kolta/commands/commands.h>
+#include <kolta/shell/completion.h>
+
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+namespace {
+
+constexpr int kActionRole = Qt::UserRole; ///< ID; empty: the item completes a line
+constexpr int kLineRole = Qt::UserRole + 1;
+
+} // namespace
+
+Palette::Palette(Session& session, ActionTable& actions, QWidget* parent)
+    : QFrame(parent)
+    , m_session(session)
+    , m_actions(actions)
+    , m_commands(KoltaCli::allCommands(), QStringLiteral("kolta "), QString(), QString())
+    , m_line(new QLineEdit(this))
+    , m_list(new QListWidget(this))
+    , m_told(new QLabel(this))
+{
+    setFrameShape(QFrame::Box);
+    setAutoFillBackground(true);
+    m_line->setPlaceholderText(tr("an action, a server, or a command of kolta"));
+    m_line->setAccessibleName(tr("Command palette"));
+    m_line->installEventFilter(this);
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setFocusPolicy(Qt::NoFocus);
+    m_told->setProperty("dim", true);
+    m_told->setWordWrap(true);
+    m_told->setContentsMargins(6, 2, 6, 4);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(6, 6, 6, 2);
+    layout->addWidget(m_line);
+    layout->addWidget(m_list, 1);
+    layout->addWidget(m_told);
+    connect(m_line, &QLineEdit::textChanged, this, &Palette::fill);
+    connect(m_list, &QListWidget::currentRowChanged, this, &Palette::tell);
+    connect(m_list, &QListWidget::itemClicked, this, &Palette::take);
+    hide();
+}
+
+void Palette::open()
+{
+    resize(520, 320);
+    m_line->clear();
+    m_historyPlace = m_history.size();
+    fill();
+    raise();
+    show();
+    m_line->setFocus();
+}
+
+void Palette::addActions(const QString& words)
+{
+    const QStringList wanted = words.toLower().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString& id : m_actions.ids()) {
+        const ActionTable::Entry& entry = *m_actions.find(id);
+        const auto fits = [&entry](const QString& word) { return entry.text.toLower().contains(word); };
+        if (!std::all_of(wanted.begin(), wanted.end(), fits))
+            continue;
+        const QString keys = entry.shortcut.toString(QKeySequence::NativeText);
+        auto* const item = new QListWidgetItem(
+            keys.isEmpty() ? entry.text : QStringLiteral("%1    %2").arg(entry.text, keys), m_list);
+        item->setData(kActionRole, id);
+    }
+}
+
+void Palette::addCompletions(const QString& line)
+{
+    const KoltaCli::Completion completion = KoltaCli::completeLine(line, m_commands);
+    const QString head = line.left(line.size() - completion.typed);
+    QStringList words = completion.candidates;
+    const QString begin = line.mid(line.lastIndexOf(QLatin1Char(' ')) + 1);
+    if (words.isEmpty() && line.contains(QLatin1Char(' '))) {
+        for (const ServerFacts& facts : m_session.facts()) {
+            if (facts.address.startsWith(begin, Qt::CaseInsensitive))
+                words.append(facts.address);
+        }
+    }
+    for (const QString& word : qAsConst(words)) {
+        auto* const item = new QListWidgetItem(QStringLiteral("$ kolta ") + head + word, m_list);
+        item->setData(kLineRole, QString(head + word));
+    }
+}
+
+void Palette::fill()
+{
+    QString line = m_line->text();
+    if (line.startsWith(QLatin1String("kolta ")))
+        line.remove(0, 6);
+    m_list->clear();
+    addActions(line);
+    addCompletions(line);
+    m_list->setCurrentRow(m_list->count() > 0 ? 0 : -1);
+    tell();
+}
+
+/// What Enter will do.
+void Palette::tell()
+{
+    const QListWidgetItem* const item = m_list->currentItem();
+    const QString id = item ? item->data(kActionRole).toString() : QString();
+    if (!id.isEmpty()) {
+        const QString problem = m_actions.enabledBecause(id);
+        m_told->setText(problem.isEmpty() ? tr("Enter: %1").arg(m_actions.find(id)->text) : problem);
+        return;
+    }
+    const QString name =
+        (item ? item->data(kLineRole).toString() : m_line->text()).section(QLatin1Char(' '), 0, 0);
+    const KoltaCli::Command* const command = m_commands.find(name);
+    m_told->setText(
+        command ? tr("Tab completes, Enter puts the line below: %1").arg(QLatin1String(command->summary))
+                : tr("Nothing is called so."));
+}
+
+void Palette::take()
+{
+    const QListWidgetItem* const item = m_list->currentItem();
+    const QString id = item ? item->data(kActionRole).toString() : QString();
+    m_history.append(m_line->text());
+    if (!id.isEmpty()) {
+        if (!m_actions.enabledBecause(id).isEmpty())
+            return tell();
+        hide();
+        m_actions.run(id);
+        return;
+    }
+    const QString line = item ? item->data(kLineRole).toString() : m_line->text();
+    const bool isWhole = m_line->text().startsWith(line) || !item;
+    if (!m_commands.find(line.section(QLatin1Char(' '), 0, 0)))
+        return tell();
+    hide();
+    Q_EMIT si_Line(QStringLiteral("kolta ") + (isWhole ? m_line->text() : line));
+}
+
+bool Palette::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::KeyPress)
+        return QFrame::eventFilter(watched, event);
+    const int row = m_list->currentRow();
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Escape:
+        hide();
+        parentWidget()->setFocus();
+        return true;
+    case Qt::Key_Down:
+        m_list->setCurrentRow(qMin(row + 1, m_list->count() - 1));
+        return true;
+    case Qt::Key_Up:
+        if (row > 0)
+            m_list->setCurrentRow(row - 1);
+        else if (m_historyPlace > 0)
+            m_line->setText(m_history.at(--m_historyPlace));
+        return true;
+    case Qt::Key_Tab:
+        if (const auto* const item = m_list->currentItem(); item && item->data(kActionRole).isNull())
+            m_line->setText(item->data(kLineRole).toString() + QLatin1Char(' '));
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        take();
+        return true;
+    default:
+        return QFrame::eventFilter(watched, event);
+    }
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <kolta/cli/commandtable.h>
+
+#include <QFrame>
+#include <QStringList>
+
+class QLabel;
+class QLineEdit;
+class QListWidget;
+
+namespace KoltaConsole {
+
+class ActionTable;
+class Session;
+
+/// Ctrl+K: the console's actions and the words of the command line, completed from the same table as in a
+/// terminal. An action is done by Enter; a line of `kolta` is copied, for a terminal.
+class Palette : public QFrame
+{
+    Q_OBJECT
+
+public:
+    Palette(Session& session, ActionTable& actions, QWidget* parent);
+
+    void open();
+
+Q_SIGNALS:
+    /// A `kolta` line was put together.
+    void si_Line(const QString& line);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void fill();
+    void addActions(const QString& words);
+    void addCompletions(const QString& line);
+    void take();
+    void tell();
+
+    Session& m_session;
+    ActionTable& m_actions;
+    const KoltaCli::CommandTable m_commands;
+    QLineEdit* m_line;
+    QListWidget* m_list;
+    QLabel* m_told;
+    QStringList m_history; ///< newest last
+    int m_historyPlace = 0;
+};
+
+} // namespace KoltaConsole

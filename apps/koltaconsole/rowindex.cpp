@@ -1,0 +1,314 @@
+#include "rowindex.h"
+
+#include <koltacommon/viewroles.h>
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace KoltaConsole {
+
+namespace {
+
+std::size_t at(int place)
+{
+    return static_cast<std::size_t>(place);
+}
+
+} // namespace
+
+RowIndex::RowIndex(QObject* parent) : QAbstractProxyModel(parent) {}
+
+void RowIndex::setSourceModel(QAbstractItemModel* model)
+{
+    beginResetModel();
+    if (sourceModel())
+        sourceModel()->disconnect(this);
+    QAbstractProxyModel::setSourceModel(model);
+    if (model)
+        follow();
+    readAll();
+    endResetModel();
+}
+
+void RowIndex::follow()
+{
+    const QAbstractItemModel* const source = sourceModel();
+    connect(source, &QAbstractItemModel::dataChanged, this, &RowIndex::takeChanges);
+    connect(source, &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex& parent, int first, int last) {
+                if (!parent.isValid())
+                    takeInsertion(first, last);
+            });
+    connect(source, &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            [this](const QModelIndex& parent, int first, int last) {
+                if (!parent.isValid())
+                    beginRemoval(first, last);
+            });
+    connect(source, &QAbstractItemModel::rowsRemoved, this,
+            [this](const QModelIndex& parent, int first, int last) {
+                if (!parent.isValid())
+                    endRemoval(first, last);
+            });
+    const auto begin = [this] { beginResetModel(); };
+    const auto end = [this] {
+        readAll();
+        endResetModel();
+    };
+    connect(source, &QAbstractItemModel::rowsAboutToBeMoved, this, begin);
+    connect(source, &QAbstractItemModel::rowsMoved, this, end);
+    connect(source, &QAbstractItemModel::layoutAboutToBeChanged, this, begin);
+    connect(source, &QAbstractItemModel::layoutChanged, this, end);
+    connect(source, &QAbstractItemModel::modelAboutToBeReset, this, begin);
+    connect(source, &QAbstractItemModel::modelReset, this, end);
+}
+
+RowIndex::Entry RowIndex::read(int sourceRow) const
+{
+    Entry entry;
+    entry.search = sourceModel()->index(sourceRow, 0).data(Kolta::ViewRoles::SearchRole).toString();
+    if (m_column < 0)
+        return entry;
+    const QVariant key = sourceModel()->index(sourceRow, m_column).data(Kolta::ViewRoles::SortRole);
+    if (key.userType() == QMetaType::QDateTime) {
+        const QDateTime time = key.toDateTime();
+        entry.number = time.isValid() ? static_cast<double>(time.toMSecsSinceEpoch())
+                                      : -std::numeric_limits<double>::infinity();
+    } else if (key.userType() == QMetaType::QString) {
+        entry.text = key.toString();
+    } else {
+        entry.number = key.toDouble();
+    }
+    return entry;
+}
+
+void RowIndex::readAll()
+{
+    const int count = sourceModel() ? sourceModel()->rowCount() : 0;
+    m_entries.clear();
+    m_entries.reserve(at(count));
+    for (int row = 0; row < count; ++row)
+        m_entries.push_back(read(row));
+    arrange();
+}
+
+bool RowIndex::isShown(int sourceRow) const
+{
+    return !m_filter || m_filter(sourceRow, m_entries[at(sourceRow)].search);
+}
+
+bool RowIndex::isBefore(int a, int b) const
+{
+    if (m_column < 0)
+        return a < b;
+    const Entry& first = m_entries[at(a)];
+    const Entry& second = m_entries[at(b)];
+    const bool isUp = m_order == Qt::AscendingOrder;
+    if (first.number != second.number)
+        return isUp == (first.number < second.number);
+    const int order = first.text.compare(second.text);
+    return order == 0 ? a < b : isUp == (order < 0);
+}
+
+void RowIndex::arrange()
+{
+    m_rows.clear();
+    for (int row = 0; row < static_cast<int>(m_entries.size()); ++row) {
+        if (isShown(row))
+            m_rows.push_back(row);
+    }
+    std::sort(m_rows.begin(), m_rows.end(), [this](int a, int b) { return isBefore(a, b); });
+    note();
+}
+
+void RowIndex::note()
+{
+    m_places.assign(m_entries.size(), -1);
+    for (std::size_t place = 0; place < m_rows.size(); ++place)
+        m_places[at(m_rows[place])] = static_cast<int>(place);
+}
+
+void RowIndex::reset()
+{
+    beginResetModel();
+    arrange();
+    endResetModel();
+}
+
+void RowIndex::setFilter(Filter filter)
+{
+    m_filter = std::move(filter);
+    reset();
+}
+
+void RowIndex::sort(int column, Qt::SortOrder order)
+{
+    beginResetModel();
+    m_column = column;
+    m_order = order;
+    readAll();
+    endResetModel();
+}
+
+int RowIndex::placeFor(int sourceRow) const
+{
+    const auto place = std::lower_bound(m_rows.begin(), m_rows.end(), sourceRow,
+                                        [this](int a, int b) { return isBefore(a, b); });
+    return static_cast<int>(place - m_rows.begin());
+}
+
+void RowIndex::show(int sourceRow)
+{
+    const int place = placeFor(sourceRow);
+    beginInsertRows({}, place, place);
+    m_rows.insert(m_rows.begin() + place, sourceRow);
+    note();
+    endInsertRows();
+}
+
+void RowIndex::hide(int sourceRow)
+{
+    const int place = m_places[at(sourceRow)];
+    beginRemoveRows({}, place, place);
+    m_rows.erase(m_rows.begin() + place);
+    note();
+    endRemoveRows();
+}
+
+/// A row that is shown before and after; its entry is the new one.
+void RowIndex::change(int sourceRow)
+{
+    const int place = m_places[at(sourceRow)];
+    const int last = static_cast<int>(m_rows.size()) - 1;
+    const bool fits = (place == 0 || isBefore(m_rows[at(place - 1)], sourceRow)) &&
+                      (place == last || isBefore(sourceRow, m_rows[at(place + 1)]));
+    if (!fits) {
+        std::vector<int> others = m_rows;
+        others.erase(others.begin() + place);
+        const auto found = std::lower_bound(others.begin(), others.end(), sourceRow,
+                                            [this](int a, int b) { return isBefore(a, b); });
+        const int target = static_cast<int>(found - others.begin());
+        beginMoveRows({}, place, place, {}, target < place ? target : target + 1);
+        others.insert(found, sourceRow);
+        m_rows = std::move(others);
+        note();
+        endMoveRows();
+    }
+    const int now = m_places[at(sourceRow)];
+    Q_EMIT dataChanged(index(now, 0), index(now, columnCount() - 1));
+}
+
+void RowIndex::takeChanges(const QModelIndex& first, const QModelIndex& last)
+{
+    if (first.parent().isValid())
+        return;
+    if (last.row() - first.row() >= kSingleChanges) {
+        beginResetModel();
+        for (int row = first.row(); row <= last.row(); ++row)
+            m_entries[at(row)] = read(row);
+        arrange();
+        endResetModel();
+        return;
+    }
+    for (int row = first.row(); row <= last.row(); ++row) {
+        const bool wasShown = m_places[at(row)] >= 0;
+        Entry entry = read(row);
+        std::swap(m_entries[at(row)], entry);
+        const bool is = isShown(row);
+        if (!wasShown && is)
+            show(row);
+        else if (wasShown && !is)
+            hide(row);
+        else if (is)
+            change(row);
+    }
+}
+
+void RowIndex::takeInsertion(int first, int last)
+{
+    const int count = last - first + 1;
+    const bool isLarge = count > kSingleChanges;
+    if (isLarge)
+        beginResetModel();
+    for (int& row : m_rows)
+        row += row >= first ? count : 0;
+    m_entries.insert(m_entries.begin() + first, at(count), Entry());
+    note();
+    for (int row = first; row <= last; ++row)
+        m_entries[at(row)] = read(row);
+    if (isLarge) {
+        arrange();
+        endResetModel();
+        return;
+    }
+    for (int row = first; row <= last; ++row) {
+        if (isShown(row))
+            show(row);
+    }
+}
+
+void RowIndex::beginRemoval(int first, int last)
+{
+    m_isResetting = last - first >= kSingleChanges;
+    if (m_isResetting) {
+        beginResetModel();
+        return;
+    }
+    for (int row = last; row >= first; --row) {
+        if (m_places[at(row)] >= 0)
+            hide(row);
+    }
+}
+
+void RowIndex::endRemoval(int first, int last)
+{
+    m_entries.erase(m_entries.begin() + first, m_entries.begin() + last + 1);
+    if (m_isResetting) {
+        arrange();
+        m_isResetting = false;
+        endResetModel();
+        return;
+    }
+    const int count = last - first + 1;
+    for (int& row : m_rows)
+        row -= row > last ? count : 0;
+    note();
+}
+
+QModelIndex RowIndex::mapToSource(const QModelIndex& proxyIndex) const
+{
+    return proxyIndex.isValid() ? sourceModel()->index(sourceRow(proxyIndex.row()), proxyIndex.column())
+                                : QModelIndex();
+}
+
+QModelIndex RowIndex::mapFromSource(const QModelIndex& sourceIndex) const
+{
+    if (!sourceIndex.isValid() || sourceIndex.parent().isValid())
+        return {};
+    const int row = rowOf(sourceIndex.row());
+    return row < 0 ? QModelIndex() : createIndex(row, sourceIndex.column());
+}
+
+QModelIndex RowIndex::index(int row, int column, const QModelIndex& parent) const
+{
+    return hasIndex(row, column, parent) ? createIndex(row, column) : QModelIndex();
+}
+
+QModelIndex RowIndex::parent(const QModelIndex& /*child*/) const
+{
+    return {};
+}
+
+int RowIndex::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+int RowIndex::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() || !sourceModel() ? 0 : sourceModel()->columnCount();
+}
+
+} // namespace KoltaConsole

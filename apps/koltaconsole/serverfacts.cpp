@@ -1,0 +1,122 @@
+#include "serverfacts.h"
+
+#include <koltacommon/servermodel.h>
+#include <koltacommon/serverstates.h>
+#include <koltacommon/viewroles.h>
+
+#include <QCoreApplication>
+#include <QLocale>
+
+namespace KoltaConsole {
+
+using Kolta::ServerModel;
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(ServerFacts)
+};
+
+Condition conditionOf(const ServerFacts& facts, int state, BranchCondition branch)
+{
+    using namespace Kolta::SERVER_STATES;
+    if (branch == BranchCondition::Withdrawn)
+        return Condition::Withdrawn;
+    if (branch == BranchCondition::Forbidden)
+        return Condition::Forbidden;
+    if (state == eDisconnected)
+        return Condition::Vanished;
+    if (branch == BranchCondition::Silent)
+        return Condition::Silent;
+    const bool isStarting = state < eOperational || (facts.progress >= 0 && facts.progress < 100);
+    if (isStarting)
+        return Condition::Starting;
+    return state > eOperational || facts.areUnitsMissing ? Condition::Attention : Condition::Operational;
+}
+
+} // namespace
+
+ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
+{
+    const auto cell = [&](int column) { return model.index(row, column).data().toString(); };
+    const auto number = [&](int column) { return cell(column).toInt(); };
+    ServerFacts facts;
+    facts.address = cell(ServerModel::eAddressColumn);
+    facts.host = cell(ServerModel::eHostColumn);
+    facts.stateText = cell(ServerModel::eStateColumn);
+    bool hasProgress = false;
+    const int progress = cell(ServerModel::eProgressColumn).toInt(&hasProgress);
+    facts.progress = hasProgress ? progress : -1;
+    facts.tuners = {number(ServerModel::eFreeColumn), number(ServerModel::eInUseColumn),
+                    number(ServerModel::ePlannedColumn), number(ServerModel::eOutOfReachColumn)};
+    facts.productions = number(ServerModel::eRunningColumn);
+    facts.units = cell(ServerModel::eUnitsColumn);
+    const QModelIndex units = model.index(row, ServerModel::eUnitsColumn);
+    const int registered = units.data(Kolta::ViewRoles::SortRole).toInt();
+    facts.areUnitsMissing =
+        !facts.units.isEmpty() && registered < facts.units.section(QLatin1Char(' '), -1).toInt();
+    facts.message = cell(ServerModel::eMessageColumn);
+    const QModelIndex first = model.index(row, 0);
+    facts.since = first.data(Kolta::ViewRoles::SinceRole).toDateTime();
+    facts.lastKnown = first.data(Kolta::ViewRoles::LastKnownRole).toDateTime();
+    facts.condition = conditionOf(facts, first.data(Kolta::ViewRoles::StateRole).toInt(), branch);
+    return facts;
+}
+
+Look ServerFacts::look() const
+{
+    switch (condition) {
+    case Condition::Vanished:
+        return {Mark::Octagon, Role::Alarm, Texts::tr("Vanished"), true};
+    case Condition::Attention:
+        return {Mark::Triangle, Role::Attention, Texts::tr("Attention"), true};
+    case Condition::Silent:
+        return {Mark::Triangle, Role::Attention, Texts::tr("Silent"), true};
+    case Condition::Starting:
+        return {Mark::Half, Role::InUse,
+                progress < 0 ? Texts::tr("Starting") : Texts::tr("Starting %1 %").arg(progress), false};
+    case Condition::Operational:
+        return {Mark::Disc, Role::InUse, Texts::tr("Operational"), false};
+    case Condition::Withdrawn:
+        return {Mark::Cross, Role::Dim, Texts::tr("Withdrawn"), false};
+    case Condition::Forbidden:
+        break;
+    }
+    return {Mark::Cross, Role::Dim, Texts::tr("Forbidden"), false};
+}
+
+QString ServerFacts::reason() const
+{
+    switch (condition) {
+    case Condition::Vanished:
+    case Condition::Withdrawn:
+        return lastKnown.isValid() ? Texts::tr("last known %1").arg(timeText(lastKnown))
+                                   : Texts::tr("not seen yet");
+    case Condition::Attention:
+        return areUnitsMissing ? Texts::tr("%1 units").arg(units) : stateText;
+    case Condition::Silent:
+        return Texts::tr("no beat for some seconds");
+    case Condition::Starting:
+        return stateText;
+    case Condition::Forbidden:
+        return Texts::tr("this user may not read it");
+    case Condition::Operational:
+        break;
+    }
+    return QString();
+}
+
+QString timeText(const QDateTime& time)
+{
+    if (!time.isValid())
+        return QString();
+    const qint64 days = time.date().daysTo(QDate::currentDate());
+    if (days == 0)
+        return time.toString(QStringLiteral("HH:mm:ss"));
+    if (days == 1)
+        return Texts::tr("yesterday %1").arg(time.toString(QStringLiteral("HH:mm")));
+    return QLocale().toString(time, QLocale::ShortFormat);
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "marks.h"
+
+#include <QDateTime>
+#include <QString>
+
+namespace Kolta {
+class ServerModel;
+}
+
+namespace KoltaConsole {
+
+/// How a server is, worst first.
+enum class Condition { Vanished, Attention, Silent, Starting, Operational, Withdrawn, Forbidden };
+
+/// What the link knows of a server's branch beside what the server says.
+enum class BranchCondition { Normal, Silent, Withdrawn, Forbidden };
+
+/// A server as overview, tree and attention list show it. A value.
+struct ServerFacts
+{
+    QString address;
+    QString host;
+    Condition condition = Condition::Operational;
+    QString stateText; ///< the server's own word
+    int progress = -1; ///< of its start, percent; -1: not told
+    TunerCounts tuners;
+    int productions = 0;
+    QString units; ///< "9 of 10"
+    bool areUnitsMissing = false;
+    QString message;
+    QDateTime since; ///< that it is so; invalid: since before this was watched
+    QDateTime lastKnown;
+
+    bool needsAttention() const { return condition <= Condition::Silent; }
+    bool isStale() const { return condition == Condition::Vanished || condition >= Condition::Withdrawn; }
+    Look look() const;
+    /// Why it is so and since when, in a few words.
+    QString reason() const;
+};
+
+/// Of that row of the model.
+ServerFacts readFacts(const Kolta::ServerModel& model, int row, BranchCondition branch);
+/// "12:03:10" today, "yesterday 23:14", else the date.
+QString timeText(const QDateTime& time);
+
+} // namespace KoltaConsole

@@ -1,0 +1,295 @@
+#include "session.h"
+
+#include "options.h"
+
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/processormodel.h>
+#include <koltacommon/servermodel.h>
+#include <koltacommon/shorttimevalues.h>
+#include <koltacommon/tunerclassmodel.h>
+#include <koltacommon/tunermodel.h>
+
+#include <simulation/installation.h>
+#include <simulation/resourcegenerator.h>
+#include <simulation/simulatedserver.h>
+#include <startup/cfgcenter.h>
+
+#ifdef KOLTA_WITH_DISTRIBUTION
+#include <distribution/treelink.h>
+#endif
+
+#include <QCollator>
+#include <QTimer>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace KoltaConsole {
+
+using Kolta::KoltaServerRegistry;
+using Kolta::UserRights;
+using KoltaSimulation::SimulatedServer;
+
+namespace {
+
+constexpr int kGatherMs = 100;
+
+} // namespace
+
+struct Session::Parts
+{
+    std::vector<std::unique_ptr<SimulatedServer>> simulated;
+#ifdef KOLTA_WITH_DISTRIBUTION
+    std::unique_ptr<distribution::TreeLink> link;
+#endif
+    Kolta::ServerModel servers;
+    Kolta::TunerModel tuners;
+    Kolta::TunerClassModel classes;
+    Kolta::ProcessorModel processors;
+    QTimer gathering;
+
+    BranchCondition branchOf(const QString& address) const;
+};
+
+BranchCondition Session::Parts::branchOf(const QString& address) const
+{
+#ifdef KOLTA_WITH_DISTRIBUTION
+    if (!link)
+        return BranchCondition::Normal;
+    for (const distribution::BranchStatus& branch : link->branches()) {
+        if (branch.name != address)
+            continue;
+        switch (branch.state) {
+        case distribution::BranchState::Suspect:
+            return BranchCondition::Silent;
+        case distribution::BranchState::Withdrawn:
+            return BranchCondition::Withdrawn;
+        case distribution::BranchState::Forbidden:
+            return BranchCondition::Forbidden;
+        default:
+            break;
+        }
+    }
+#else
+    Q_UNUSED(address)
+#endif
+    return BranchCondition::Normal;
+}
+
+Session::Session() : d(std::make_unique<Parts>())
+{
+    d->gathering.setSingleShot(true);
+    connect(&d->gathering, &QTimer::timeout, this, &Session::readFacts);
+    auto& rights = UserRights::Instance();
+    connect(&rights, &UserRights::si_UserChanged, this, &Session::si_UserChanged);
+    connect(&rights, &UserRights::si_UserRightsChanged, this, &Session::si_UserChanged);
+}
+
+std::unique_ptr<Session> Session::start(const Options& options, QString& error)
+{
+    std::unique_ptr<Session> session(new Session);
+    session->m_isReadOnly = options.isReadOnly;
+    Kolta::registerShortTimeValues();
+    if (options.servers > 0 ? !session->simulate(options, error) : !session->mirror(options, error))
+        return nullptr;
+    auto& registry = KoltaServerRegistry::Instance();
+    registry.setDiscovery(true);
+    Parts& parts = *session->d;
+    parts.servers.followRegistry(registry);
+    parts.tuners.followRegistry(registry);
+    parts.classes.followRegistry(registry);
+    parts.processors.followRegistry(registry);
+    Session* const own = session.get();
+    const auto gather = [own] { own->gather(); };
+    connect(&parts.servers, &QAbstractItemModel::dataChanged, own, gather);
+    connect(&parts.servers, &QAbstractItemModel::rowsInserted, own, gather);
+    connect(&parts.servers, &QAbstractItemModel::rowsRemoved, own, gather);
+    connect(&parts.servers, &QAbstractItemModel::rowsMoved, own, gather);
+    own->readFacts();
+    return session;
+}
+
+Session::~Session()
+{
+    disconnect();
+    auto& registry = KoltaServerRegistry::Instance();
+    registry.setDiscovery(false);
+    registry.removeAllServers();
+    if (m_areUsersKnown)
+        UserRights::Instance().Reset();
+}
+
+bool Session::simulate(const Options& options, QString& error)
+{
+    const QString folder = KoltaSimulation::Installation::sampleFolder();
+    for (int number = 1; number <= options.servers; ++number) {
+        KoltaSimulation::Installation installation;
+        if (!installation.load(folder, error))
+            return false;
+        installation.setServerName(QStringLiteral("S%1").arg(number));
+        if (options.tuners > 0)
+            installation.setResources(
+                KoltaSimulation::makeResources(options.tuners, static_cast<quint32>(number)));
+        d->simulated.push_back(std::make_unique<SimulatedServer>(installation));
+        d->simulated.back()->publish();
+    }
+    m_url = tr("simulated");
+    m_link = {true, true, QDateTime::currentDateTime(), tr("simulated in this process")};
+    startUsers(folder + QStringLiteral("/users.xml"));
+    return true;
+}
+
+#ifdef KOLTA_WITH_DISTRIBUTION
+
+bool Session::mirror(const Options& options, QString& error)
+{
+    QString problem;
+    const auto link = distribution::LinkOptions::FromConfiguration(options.url, problem);
+    if (!link) {
+        error = QStringLiteral("--tree: %1").arg(problem);
+        return false;
+    }
+    m_url = options.url;
+    m_link = {false, false, QDateTime::currentDateTime(), tr("connecting")};
+    d->link = std::make_unique<distribution::TreeLink>(values::Tree::Instance(), *link);
+    connect(d->link.get(), &distribution::TreeLink::si_LinkChanged, this, &Session::noteLink);
+    connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, this, &Session::gather);
+    d->link->mirror(link->branches);
+    startUsers(Startup::CfgCenter::Instance().Text(QStringLiteral("Users"), QStringLiteral("File")));
+    return true;
+}
+
+#else
+
+bool Session::mirror(const Options& /*options*/, QString& error)
+{
+    error = QStringLiteral("built without the distribution of value trees (KOLTA_DISTRIBUTION)");
+    return false;
+}
+
+#endif
+
+void Session::noteLink(bool isUp, const QString& reason)
+{
+    if (m_link.isUp != isUp || !m_link.since.isValid())
+        m_link.since = QDateTime::currentDateTime();
+    m_link.isUp = isUp;
+    m_link.wasUp = m_link.wasUp || isUp;
+    m_link.text = reason;
+    gather();
+    Q_EMIT si_LinkChanged();
+}
+
+void Session::startUsers(const QString& file)
+{
+    m_areUsersKnown = !file.isEmpty() && UserRights::Instance().InitForStandalone(file);
+}
+
+Kolta::ServerModel& Session::servers() const
+{
+    return d->servers;
+}
+
+Kolta::TunerModel& Session::tuners() const
+{
+    return d->tuners;
+}
+
+Kolta::TunerClassModel& Session::classes() const
+{
+    return d->classes;
+}
+
+Kolta::ProcessorModel& Session::processors() const
+{
+    return d->processors;
+}
+
+Kolta::KoltaServerInterface* Session::server(const QString& address) const
+{
+    return KoltaServerRegistry::Instance().server(address);
+}
+
+ServerFacts Session::factsOf(const QString& address) const
+{
+    const auto found = std::find_if(m_facts.begin(), m_facts.end(),
+                                    [&](const ServerFacts& facts) { return facts.address == address; });
+    return found == m_facts.end() ? ServerFacts() : *found;
+}
+
+int Session::attentionCount() const
+{
+    return static_cast<int>(std::count_if(m_facts.begin(), m_facts.end(),
+                                          [](const ServerFacts& facts) { return facts.needsAttention(); }));
+}
+
+bool Session::isSimulated() const noexcept
+{
+    return !d->simulated.empty();
+}
+
+QString Session::userName() const
+{
+    return UserRights::Instance().GetActiveUserName();
+}
+
+int Session::rightCount() const
+{
+    int count = 0;
+    for (int place = 0; place < UserRights::GetNumberOfRights(); ++place)
+        count += UserRights::Instance().IsUserAllowedTo(UserRights::GetRightValueByIndex(place)) ? 1 : 0;
+    return count;
+}
+
+bool Session::mayDo(UserRights::eManagementRights rights) const
+{
+    return !m_areUsersKnown || UserRights::Instance().IsUserAllowedTo(rights);
+}
+
+SimulatedServer* Session::simulated(const QString& address) const
+{
+    for (const auto& server : d->simulated) {
+        if (server->installation().serverName() == address)
+            return server.get();
+    }
+    return nullptr;
+}
+
+/// What changes meanwhile is looked at together.
+void Session::gather()
+{
+    if (!d->gathering.isActive())
+        d->gathering.start(kGatherMs);
+}
+
+void Session::readFacts()
+{
+    QVector<ServerFacts> facts;
+    for (int row = 0; row < d->servers.rowCount(); ++row) {
+        const QString address = d->servers.index(row, 0).data().toString();
+        facts.append(KoltaConsole::readFacts(d->servers, row, d->branchOf(address)));
+    }
+    QCollator names;
+    names.setNumericMode(true);
+    std::sort(facts.begin(), facts.end(), [&names](const ServerFacts& a, const ServerFacts& b) {
+        if (a.condition != b.condition)
+            return a.condition < b.condition;
+        // Those that are well keep their places.
+        if (a.needsAttention() && a.since != b.since)
+            return a.since < b.since;
+        return names.compare(a.address, b.address) < 0;
+    });
+    const QVector<ServerFacts> before = std::exchange(m_facts, facts);
+    Q_EMIT si_FactsChanged();
+    for (const ServerFacts& now : qAsConst(facts)) {
+        const auto was = std::find_if(before.begin(), before.end(),
+                                      [&](const ServerFacts& old) { return old.address == now.address; });
+        const QString word = was == before.end() ? QString() : was->look().word;
+        if (word != now.look().word)
+            Q_EMIT si_ConditionChanged(now.address, word, now.look().word);
+    }
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "serverfacts.h"
+
+#include <koltacommon/userrights.h>
+
+#include <QDateTime>
+#include <QObject>
+#include <QString>
+#include <QVector>
+
+#include <memory>
+
+namespace Kolta {
+class KoltaServerInterface;
+class ProcessorModel;
+class ServerModel;
+class TunerClassModel;
+class TunerModel;
+} // namespace Kolta
+
+namespace KoltaSimulation {
+class SimulatedServer;
+}
+
+namespace KoltaConsole {
+
+struct Options;
+
+/// How the way to the servers is.
+struct LinkState
+{
+    bool isUp = false;
+    bool wasUp = false; ///< ever
+    QDateTime since;    ///< the state began
+    QString text;       ///< "broker up", and why it is not
+};
+
+/// The installation that the window shows: the tree of other processes or simulated servers, with all models
+/// that pages share. The only class that knows how they are connected; it lives as long as the window.
+class Session : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Null, and what is wrong in one line, when there is no such installation to be tried.
+    static std::unique_ptr<Session> start(const Options& options, QString& error);
+    ~Session() override;
+
+    Kolta::ServerModel& servers() const;
+    Kolta::TunerModel& tuners() const; ///< without groups
+    Kolta::TunerClassModel& classes() const;
+    Kolta::ProcessorModel& processors() const;
+    /// Null when there is none. For operations, desks and whatever a server has.
+    Kolta::KoltaServerInterface* server(const QString& address) const;
+
+    /// Every server, worst first, within a state by how long it is so, then by name.
+    const QVector<ServerFacts>& facts() const noexcept { return m_facts; }
+    /// A server without a name when there is none of that one.
+    ServerFacts factsOf(const QString& address) const;
+    int attentionCount() const;
+
+    bool isSimulated() const noexcept;
+    /// The broker's address, "simulated" without one.
+    const QString& url() const noexcept { return m_url; }
+    const LinkState& link() const noexcept { return m_link; }
+    bool isReadOnly() const noexcept { return m_isReadOnly; }
+    /// When this process began to watch.
+    const QDateTime& startTime() const noexcept { return m_startTime; }
+
+    /// Whether users are asked here; otherwise the servers decide.
+    bool areUsersKnown() const noexcept { return m_areUsersKnown; }
+    QString userName() const;
+    /// How many rights the user has.
+    int rightCount() const;
+    /// Also true where the servers decide.
+    bool mayDo(Kolta::UserRights::eManagementRights rights) const;
+
+    /// Null unless that server is simulated.
+    KoltaSimulation::SimulatedServer* simulated(const QString& address) const;
+
+Q_SIGNALS:
+    void si_LinkChanged();
+    void si_UserChanged();
+    /// facts() may be others; at most ten times a second.
+    void si_FactsChanged();
+    /// A server has come into another condition; `before` is empty for a new one.
+    void si_ConditionChanged(const QString& address, const QString& before, const QString& now);
+
+private:
+    struct Parts;
+    Session();
+    bool simulate(const Options& options, QString& error);
+    bool mirror(const Options& options, QString& error);
+    void noteLink(bool isUp, const QString& reason);
+    void startUsers(const QString& file);
+    void gather();
+    void readFacts();
+
+    std::unique_ptr<Parts> d;
+    QString m_url;
+    LinkState m_link;
+    bool m_isReadOnly = false;
+    bool m_areUsersKnown = false;
+    QDateTime m_startTime = QDateTime::currentDateTime();
+    QVector<ServerFacts> m_facts;
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,87 @@
+#include "stateitemdelegate.h"
+
+#include <koltacommon/viewroles.h>
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QToolTip>
+
+#include <utility>
+
+namespace KoltaConsole {
+
+namespace {
+
+constexpr int kMarkSize = 11;
+constexpr int kMarkRoom = 18;
+constexpr int kAir = 7;
+
+} // namespace
+
+StateItemDelegate::StateItemDelegate(QObject* parent, LookOf lookOf)
+    : QStyledItemDelegate(parent), m_lookOf(std::move(lookOf))
+{
+}
+
+void StateItemDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const
+{
+    QStyledItemDelegate::initStyleOption(option, index);
+    option->textElideMode = Qt::ElideRight;
+    const Theme& theme = Theme::instance();
+    if (index.data(Kolta::ViewRoles::StaleRole).toBool()) {
+        option->palette.setColor(QPalette::Text, theme.color(Role::Dim));
+        option->palette.setColor(QPalette::HighlightedText, theme.onSelection(Role::Dim));
+    }
+}
+
+void StateItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                              const QModelIndex& index) const
+{
+    const std::optional<Look> look = lookOf(index);
+    if (!look) {
+        QStyledItemDelegate::paint(painter, option, index);
+        return;
+    }
+    QStyleOptionViewItem cell = option;
+    initStyleOption(&cell, index);
+    cell.text.clear();
+    const QStyle* const style = cell.widget ? cell.widget->style() : QApplication::style();
+    style->drawControl(QStyle::CE_ItemViewItem, &cell, painter, cell.widget);
+    const Theme& theme = Theme::instance();
+    const bool isSelected = cell.state.testFlag(QStyle::State_Selected);
+    const bool isStale = index.data(Kolta::ViewRoles::StaleRole).toBool() && !look->isLoud;
+    const Role role = isStale ? Role::Dim : look->role;
+    const QColor color = isSelected ? theme.onSelection(role) : theme.color(role);
+    const QRectF square(cell.rect.left() + kAir, cell.rect.center().y() - kMarkSize / 2.0 + 0.5, kMarkSize,
+                        kMarkSize);
+    paintMark(*painter, square, look->mark, color);
+    painter->save();
+    QFont font = cell.font;
+    font.setBold(look->isLoud);
+    painter->setFont(font);
+    painter->setPen(
+        look->isLoud ? color : cell.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Text));
+    const QRect room = cell.rect.adjusted(kAir + kMarkRoom, 0, -4, 0);
+    painter->drawText(room, Qt::AlignVCenter | Qt::AlignLeft,
+                      QFontMetrics(font).elidedText(look->word, Qt::ElideRight, room.width()));
+    painter->restore();
+}
+
+bool StateItemDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                                  const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    const auto look = lookOf(index);
+    const QString text = look ? look->word : index.data().toString();
+    const QString more = index.data(Qt::ToolTipRole).toString();
+    if (event->type() == QEvent::ToolTip && more.isEmpty() &&
+        option.fontMetrics.horizontalAdvance(text) + 2 * kAir + (look ? kMarkRoom : 0) >
+            option.rect.width()) {
+        QToolTip::showText(event->globalPos(), text, view);
+        return true;
+    }
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
+}
+
+} // namespace KoltaConsole

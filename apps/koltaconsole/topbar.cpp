@@ -1,0 +1,117 @@
+#include "topbar.h"
+
+#include "marks.h"
+#include "session.h"
+
+#include <koltacommon/userrights.h>
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QStyle>
+
+namespace KoltaConsole {
+
+namespace {
+
+/// Makes a style sheet's conditions look at the property anew.
+void setLook(QWidget& widget, const char* property, const QVariant& value)
+{
+    if (widget.property(property) == value)
+        return;
+    widget.setProperty(property, value);
+    widget.style()->unpolish(&widget);
+    widget.style()->polish(&widget);
+}
+
+QIcon markIcon(Mark mark, Role role)
+{
+    QPixmap picture(32, 32);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    paintMark(painter, QRectF(2, 2, 28, 28), mark, Theme::instance().color(role));
+    painter.end();
+    return QIcon(picture);
+}
+
+} // namespace
+
+TopBar::TopBar(Session& session, QWidget* parent)
+    : QWidget(parent)
+    , m_session(session)
+    , m_url(new QLabel(session.url(), this))
+    , m_link(new QLabel(this))
+    , m_attention(new QPushButton(this))
+    , m_palette(new QPushButton(tr("Ctrl+K  kolta …"), this))
+    , m_user(new QLabel(this))
+{
+    setFixedHeight(38);
+    auto* const name = new QLabel(QStringLiteral("Kolta"), this);
+    name->setProperty("heading", true);
+    m_url->setProperty("dim", true);
+    m_url->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
+    m_link->setContentsMargins(8, 4, 8, 4);
+    m_attention->setIconSize({11, 11});
+    m_attention->setAccessibleName(tr("What needs attention"));
+    m_palette->setMinimumWidth(200);
+    m_palette->setStyleSheet(QStringLiteral("text-align: left;"));
+    m_palette->setAccessibleName(tr("Command palette"));
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(12, 2, 12, 2);
+    layout->setSpacing(8);
+    for (QWidget* const widget : std::initializer_list<QWidget*>{name, m_url, m_link, m_attention})
+        layout->addWidget(widget);
+    layout->addStretch(1);
+    layout->addWidget(m_palette);
+    layout->addWidget(m_user);
+    connect(m_attention, &QPushButton::clicked, this, &TopBar::si_AttentionWanted);
+    connect(m_palette, &QPushButton::clicked, this, &TopBar::si_PaletteWanted);
+    connect(&session, &Session::si_LinkChanged, this, &TopBar::showLink);
+    connect(&session, &Session::si_FactsChanged, this, &TopBar::showAttention);
+    connect(&session, &Session::si_UserChanged, this, &TopBar::showUser);
+    connect(&Theme::instance(), &Theme::si_Changed, this, &TopBar::showAttention);
+    showLink();
+    showAttention();
+    showUser();
+}
+
+void TopBar::showLink()
+{
+    const LinkState& link = m_session.link();
+    const QString since = timeText(link.since);
+    if (m_session.isSimulated())
+        m_link->setText(link.text);
+    else if (link.isUp)
+        m_link->setText(tr("broker up since %1").arg(since));
+    else if (link.wasUp)
+        m_link->setText(tr("broker gone since %1").arg(since));
+    else
+        m_link->setText(tr("no broker yet: %1").arg(link.text));
+    m_link->setToolTip(link.text);
+    setLook(*m_link, "badge", link.isUp ? QVariant() : QVariant(QStringLiteral("alarm")));
+    setLook(*m_link, "dim", link.isUp);
+}
+
+void TopBar::showAttention()
+{
+    const int count = m_session.attentionCount();
+    m_attention->setIcon(count > 0 ? markIcon(Mark::Triangle, Role::Attention) : QIcon());
+    m_attention->setText(count > 0 ? tr("%n need attention", nullptr, count) : tr("nothing needs attention"));
+    m_attention->setFlat(count == 0);
+    setLook(*m_attention, "badge", count > 0 ? QVariant(QStringLiteral("attention")) : QVariant());
+}
+
+void TopBar::showUser()
+{
+    const QString rights =
+        tr("%1 of %2 rights").arg(m_session.rightCount()).arg(Kolta::UserRights::GetNumberOfRights());
+    QString text = m_session.areUsersKnown() && !m_session.userName().isEmpty()
+                       ? QStringLiteral("%1 · %2").arg(m_session.userName(), rights)
+                       : tr("the servers decide on rights");
+    if (m_session.isReadOnly())
+        text += tr(" · read only");
+    m_user->setText(text);
+}
+
+} // namespace KoltaConsole
