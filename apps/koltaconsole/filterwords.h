@@ -26,7 +26,7 @@ public:
     /// Whether there is a word about frequencies, for those who would have to fetch a band first.
     bool wantsBand() const;
     /// `search`: the row's texts in lower case.
-    bool matches(const QString& search, const Band& band = Band()) const;
+    bool matches(const QString& search, const Band& band) const;
 
 private:
     enum class Kind { Text, Reaches, Wider, Narrower };

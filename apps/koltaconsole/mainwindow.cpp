@@ -10,6 +10,8 @@
 #include "stateitemdelegate.h"
 #include "topbar.h"
 
+#include <koltacommon/viewroles.h>
+
 #include <QApplication>
 #include <QClipboard>
 #include <QFontDatabase>
@@ -25,6 +27,8 @@
 
 namespace KoltaConsole {
 
+using Kolta::EventModel;
+
 namespace {
 
 constexpr int kTreeWidth = 256;
@@ -36,7 +40,7 @@ MainWindow::MainWindow(Session& session, const Options& options)
     : m_session(session)
     , m_isRemembered(options.screenshot.isEmpty())
     , m_actions(session, this)
-    , m_eventModel(session, this)
+    , m_eventModel(session.journal(), this)
     , m_tree(new InstallationTree(session, this))
     , m_tabs(new QTabWidget(this))
     , m_banner(new QLabel(this))
@@ -130,9 +134,9 @@ QWidget* MainWindow::makeCommandLine()
 void MainWindow::makeEvents()
 {
     m_events->setModel(&m_eventModel);
-    m_events->setItemDelegate(new StateItemDelegate(m_events, [this](const QModelIndex& index) {
+    m_events->setItemDelegate(new StateItemDelegate(m_events, [](const QModelIndex& index) {
         return index.column() == EventModel::eWeightColumn
-                   ? std::optional<Look>(m_eventModel.lookOf(index.row()))
+                   ? std::optional<Look>(eventLook(index.data(Kolta::ViewRoles::StateRole).toInt()))
                    : std::nullopt;
     }));
     m_events->setHeaderHidden(true);

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "actions.h"
-#include "eventmodel.h"
+
+#include <koltacommon/eventmodel.h>
 
 #include <QMainWindow>
 #include <QVector>
@@ -58,7 +59,7 @@ private:
     Session& m_session;
     const bool m_isRemembered;
     ActionTable m_actions;
-    EventModel m_eventModel;
+    Kolta::EventModel m_eventModel;
     InstallationTree* m_tree;
     QTabWidget* m_tabs;
     QLabel* m_banner;

@@ -1,5 +1,6 @@
 #include "marks.h"
 
+#include <koltacommon/event.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunermodel.h>
 
@@ -15,7 +16,7 @@ namespace {
 QPolygonF octagon(const QRectF& square)
 {
     const double cut = square.width() * 0.29;
-    return QPolygonF{{square.left() + cut, square.top()},     {square.right() - cut, square.top()},
+    return QVector<QPointF>{{square.left() + cut, square.top()},     {square.right() - cut, square.top()},
                      {square.right(), square.top() + cut},    {square.right(), square.bottom() - cut},
                      {square.right() - cut, square.bottom()}, {square.left() + cut, square.bottom()},
                      {square.left(), square.bottom() - cut},  {square.left(), square.top() + cut}};
@@ -59,7 +60,7 @@ void paintMark(QPainter& painter, const QRectF& square, Mark mark, const QColor&
         painter.drawEllipse(inner);
         break;
     case Mark::Triangle:
-        painter.drawPolygon(QPolygonF{{square.center().x(), square.top()},
+        painter.drawPolygon(QVector<QPointF>{{square.center().x(), square.top()},
                                       {square.right(), square.bottom() - 1},
                                       {square.left(), square.bottom() - 1}});
         break;
@@ -103,6 +104,21 @@ void paintTunerBar(QPainter& painter, const QRectF& bar, const TunerCounts& coun
         painter.drawRect(part.adjusted(1, 0, -1, -1));
     }
     painter.restore();
+}
+
+Look eventLook(int weight)
+{
+    const auto known = static_cast<Kolta::Event::Weight>(weight);
+    const QString word = Kolta::Event::title(known);
+    switch (known) {
+    case Kolta::Event::Weight::Alarm:
+        return {Mark::Octagon, Role::Alarm, word, true};
+    case Kolta::Event::Weight::Attention:
+        return {Mark::Triangle, Role::Attention, word, true};
+    case Kolta::Event::Weight::Note:
+        break;
+    }
+    return {Mark::Disc, Role::InUse, word, false};
 }
 
 Look tunerLook(int state)

@@ -46,6 +46,8 @@ struct TunerCounts
 /// A bar of them: in use solid, planned hatched, free light, out of reach dotted.
 void paintTunerBar(QPainter& painter, const QRectF& bar, const TunerCounts& counts, bool isStale);
 
+/// How the weight of an event, a Kolta::Event::Weight, looks.
+Look eventLook(int weight);
 /// How a tuner's state, a TunerBookingManager::eTunerState, looks.
 Look tunerLook(int state);
 

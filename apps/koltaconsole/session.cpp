@@ -2,6 +2,8 @@
 
 #include "options.h"
 
+#include <koltacommon/installationevents.h>
+#include <koltacommon/journal.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processormodel.h>
@@ -23,7 +25,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 namespace KoltaConsole {
@@ -48,6 +49,8 @@ struct Session::Parts
     Kolta::TunerModel tuners;
     Kolta::TunerClassModel classes;
     Kolta::ProcessorModel processors;
+    Kolta::InstallationEvents events;
+    Kolta::Journal journal;
     QTimer gathering;
 
     BranchCondition branchOf(const QString& address) const;
@@ -101,6 +104,9 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     parts.tuners.followRegistry(registry);
     parts.classes.followRegistry(registry);
     parts.processors.followRegistry(registry);
+    parts.events.followRegistry(registry);
+    session->startJournal(options.servers > 0 ? QString() : Kolta::Journal::pathFor(options.url),
+                          options.screenshot.isEmpty());
     Session* const own = session.get();
     const auto gather = [own] { own->gather(); };
     connect(&parts.servers, &QAbstractItemModel::dataChanged, own, gather);
@@ -171,13 +177,41 @@ bool Session::mirror(const Options& /*options*/, QString& error)
 
 #endif
 
+/// What simulated servers did is of no interest later, and a picture leaves no trace.
+void Session::startJournal(const QString& file, bool isWritten)
+{
+    if (!file.isEmpty() && !(isWritten ? d->journal.open(file) : d->journal.read(file)))
+        tell(tr("the journal is kept in memory alone: %1").arg(d->journal.problem()),
+             Kolta::Event::Weight::Attention);
+    d->events.followUser(UserRights::Instance());
+    d->journal.follow(d->events);
+}
+
+void Session::tell(const QString& text, Kolta::Event::Weight weight)
+{
+    Kolta::Event event;
+    event.weight = weight;
+    event.text = text;
+    d->journal.take(event);
+}
+
 void Session::noteLink(bool isUp, const QString& reason)
 {
-    if (m_link.isUp != isUp || !m_link.since.isValid())
+    const bool isOther = m_link.isUp != isUp;
+    if (isOther)
         m_link.since = QDateTime::currentDateTime();
     m_link.isUp = isUp;
-    m_link.wasUp = m_link.wasUp || isUp;
     m_link.text = reason;
+    if (isOther) {
+        Kolta::Event event;
+        event.kind = Kolta::Event::Kind::Link;
+        event.weight = isUp ? Kolta::Event::Weight::Note : Kolta::Event::Weight::Alarm;
+        event.subject.type = Kolta::EventSubject::Type::Link;
+        event.subject.guid = m_url;
+        event.text = isUp ? tr("the broker is there") : tr("the broker is gone: %1").arg(reason);
+        d->events.tell(event);
+    }
+    m_link.wasUp = m_link.wasUp || isUp;
     gather();
     Q_EMIT si_LinkChanged();
 }
@@ -205,6 +239,16 @@ Kolta::TunerClassModel& Session::classes() const
 Kolta::ProcessorModel& Session::processors() const
 {
     return d->processors;
+}
+
+Kolta::InstallationEvents& Session::events() const
+{
+    return d->events;
+}
+
+Kolta::Journal& Session::journal() const
+{
+    return d->journal;
 }
 
 Kolta::KoltaServerInterface* Session::server(const QString& address) const
@@ -281,15 +325,8 @@ void Session::readFacts()
             return a.since < b.since;
         return names.compare(a.address, b.address) < 0;
     });
-    const QVector<ServerFacts> before = std::exchange(m_facts, facts);
+    m_facts = facts;
     Q_EMIT si_FactsChanged();
-    for (const ServerFacts& now : qAsConst(facts)) {
-        const auto was = std::find_if(before.begin(), before.end(),
-                                      [&](const ServerFacts& old) { return old.address == now.address; });
-        const QString word = was == before.end() ? QString() : was->look().word;
-        if (word != now.look().word)
-            Q_EMIT si_ConditionChanged(now.address, word, now.look().word);
-    }
 }
 
 } // namespace KoltaConsole

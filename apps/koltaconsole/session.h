@@ -2,6 +2,7 @@
 
 #include "serverfacts.h"
 
+#include <koltacommon/event.h>
 #include <koltacommon/userrights.h>
 
 #include <QDateTime>
@@ -12,6 +13,8 @@
 #include <memory>
 
 namespace Kolta {
+class InstallationEvents;
+class Journal;
 class KoltaServerInterface;
 class ProcessorModel;
 class ServerModel;
@@ -51,6 +54,10 @@ public:
     Kolta::TunerModel& tuners() const; ///< without groups
     Kolta::TunerClassModel& classes() const;
     Kolta::ProcessorModel& processors() const;
+    /// What happens; who orders something tells it of the operation.
+    Kolta::InstallationEvents& events() const;
+    /// What happened, in earlier sessions too where there is a broker.
+    Kolta::Journal& journal() const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
 
@@ -59,14 +66,14 @@ public:
     /// A server without a name when there is none of that one.
     ServerFacts factsOf(const QString& address) const;
     int attentionCount() const;
+    /// Notes that the console itself has something to say.
+    void tell(const QString& text, Kolta::Event::Weight weight);
 
     bool isSimulated() const noexcept;
     /// The broker's address, "simulated" without one.
     const QString& url() const noexcept { return m_url; }
     const LinkState& link() const noexcept { return m_link; }
     bool isReadOnly() const noexcept { return m_isReadOnly; }
-    /// When this process began to watch.
-    const QDateTime& startTime() const noexcept { return m_startTime; }
 
     /// Whether users are asked here; otherwise the servers decide.
     bool areUsersKnown() const noexcept { return m_areUsersKnown; }
@@ -84,14 +91,13 @@ Q_SIGNALS:
     void si_UserChanged();
     /// facts() may be others; at most ten times a second.
     void si_FactsChanged();
-    /// A server has come into another condition; `before` is empty for a new one.
-    void si_ConditionChanged(const QString& address, const QString& before, const QString& now);
 
 private:
     struct Parts;
     Session();
     bool simulate(const Options& options, QString& error);
     bool mirror(const Options& options, QString& error);
+    void startJournal(const QString& file, bool isWritten);
     void noteLink(bool isUp, const QString& reason);
     void startUsers(const QString& file);
     void gather();
@@ -102,7 +108,6 @@ private:
     LinkState m_link;
     bool m_isReadOnly = false;
     bool m_areUsersKnown = false;
-    QDateTime m_startTime = QDateTime::currentDateTime();
     QVector<ServerFacts> m_facts;
 };
 

@@ -85,6 +85,15 @@ QColor Theme::onSelection(Role role) const
     return m_kind == Kind::Dark ? color(Role::Text) : color(role);
 }
 
+QColor Theme::past(Role role) const
+{
+    constexpr double kKept = 0.45;
+    const QColor loud = color(role), base = color(Role::Base);
+    const auto mix = [](double a, double b) { return a * kKept + b * (1 - kKept); };
+    return QColor::fromRgbF(mix(loud.redF(), base.redF()), mix(loud.greenF(), base.greenF()),
+                            mix(loud.blueF(), base.blueF()));
+}
+
 void Theme::apply(Choice choice)
 {
     // A desktop's own palette is known only before this one is set.

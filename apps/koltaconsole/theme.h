@@ -38,6 +38,8 @@ public:
     static QColor color(Kind kind, Role role);
     QColor color(Role role) const { return color(m_kind, role); }
     Kind kind() const noexcept { return m_kind; }
+    /// Of what is over, in strips: mixed with the base.
+    QColor past(Role role) const;
     /// Text that stands on a selection is Text where the dark theme's other colours would be too weak.
     QColor onSelection(Role role) const;
 

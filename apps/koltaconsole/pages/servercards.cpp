@@ -2,6 +2,8 @@
 
 #include "../session.h"
 
+#include <koltacommon/journal.h>
+#include <koltacommon/serverstates.h>
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/viewroles.h>
 
@@ -327,6 +329,21 @@ void ServerCards::paintTile(QPainter& painter, const Place& place) const
                   facts.isStale());
 }
 
+namespace {
+
+/// Of a server's working state, as a strip shows it.
+Role roleOfState(int state)
+{
+    using namespace Kolta::SERVER_STATES;
+    if (state == Kolta::Event::kGone || state == eDisconnected)
+        return Role::Alarm;
+    if (state == eOperational)
+        return Role::Free;
+    return state > eOperational ? Role::Attention : Role::InUse;
+}
+
+} // namespace
+
 /// What nobody watched is dotted, what is past is pale.
 void ServerCards::paintStrip(QPainter& painter, const QRect& rect, const ServerFacts& facts) const
 {
@@ -336,14 +353,22 @@ void ServerCards::paintStrip(QPainter& painter, const QRect& rect, const ServerF
         const double share = 1.0 - std::min(1.0, static_cast<double>(time.msecsTo(now)) / 86400000.0);
         return rect.left() + static_cast<int>(share * (rect.width() - 4));
     };
-    const int watched = xOf(m_session.startTime());
-    painter.setPen(QPen(theme.color(Role::Line), 1, Qt::DotLine));
-    painter.drawLine(rect.left(), rect.center().y(), watched, rect.center().y());
-    painter.fillRect(QRect(QPoint(watched, rect.top()), rect.bottomRight()), theme.color(Role::Free));
-    if (!facts.needsAttention())
-        return;
-    const int from = facts.since.isValid() ? xOf(facts.since) : watched;
-    painter.fillRect(QRect(QPoint(from, rect.top()), rect.bottomRight()), theme.color(facts.look().role));
+    const auto& book = m_session.journal().book();
+    const Kolta::EventSubject server{Kolta::EventSubject::Type::Server, facts.address, QString()};
+    for (const Kolta::Stretch& stretch : book.stretches(server, now.addDays(-1), now)) {
+        const QRect part(QPoint(xOf(stretch.from), rect.top()),
+                         QPoint(std::max(xOf(stretch.from), xOf(stretch.to) - 1), rect.bottom()));
+        if (!stretch.isWatched) {
+            painter.setPen(QPen(theme.color(Role::Border), 1, Qt::DotLine));
+            painter.drawLine(part.left(), rect.center().y(), part.right(), rect.center().y());
+            continue;
+        }
+        const Role role = roleOfState(stretch.state);
+        painter.fillRect(part, role == Role::Free || stretch.isOpen ? theme.color(role) : theme.past(role));
+    }
+    // What needs attention for another reason than its state is not in the book.
+    const QRect present(QPoint(rect.right() - 3, rect.top()), rect.bottomRight());
+    painter.fillRect(present, theme.color(facts.needsAttention() ? facts.look().role : Role::Free));
 }
 
 void ServerCards::resizeEvent(QResizeEvent* event)
