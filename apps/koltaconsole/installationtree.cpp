@@ -99,10 +99,11 @@ void InstallationTree::selectServer(const QString& address)
     setCurrentIndex(QModelIndex());
 }
 
-void InstallationTree::currentChanged(const QModelIndex& current, const QModelIndex& previous)
+/// The current row is another thing: a tree that gets the focus makes its first row that.
+void InstallationTree::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
-    QTreeView::currentChanged(current, previous);
-    QModelIndex server = current;
+    QTreeView::selectionChanged(selected, deselected);
+    QModelIndex server = selectionModel()->selectedIndexes().value(0);
     while (server.parent().isValid())
         server = server.parent();
     Q_EMIT si_ServerSelected(server.isValid() ? server.sibling(server.row(), 0).data().toString()

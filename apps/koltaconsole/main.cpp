@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 #include "options.h"
 #include "session.h"
+#include "simulatedinstallation.h"
 
 #include <simulation/simulatedserver.h>
 
@@ -56,10 +57,11 @@ void photograph(MainWindow& window, Session& session, const Options& options)
         QApplication::exit(isWritten ? 0 : 1);
     };
     QObject::connect(waiting, &QTimer::timeout, &window, [&, waiting, take] {
-        if (!window.isFilled())
+        SimulatedInstallation* const simulation = session.simulation();
+        if (!window.isFilled() || (simulation && !simulation->isSettled()))
             return;
         waiting->stop();
-        if (auto* const server = session.simulated(options.vanish))
+        if (auto* const server = simulation ? simulation->server(options.vanish) : nullptr)
             server->vanish();
         QTimer::singleShot(kSettleMs, &window, take);
     });

@@ -14,7 +14,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -116,10 +115,8 @@ QWidget* MainWindow::makeCommandLine()
     auto* const copy = new QPushButton(tr("Copy"), bar);
     m_commandLine->setReadOnly(true);
     m_commandLine->setFrame(false);
-    m_commandLine->setStyleSheet(QStringLiteral("border: none; background: transparent;"));
-    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPointSizeF(9);
-    m_commandLine->setFont(font);
+    m_commandLine->setStyleSheet(
+        QStringLiteral("border: none; background: transparent; font: 9pt \"DejaVu Sans Mono\", monospace;"));
     m_commandLine->setProperty("dim", true);
     m_commandLine->setAccessibleName(tr("The command that does the same"));
     auto* const layout = new QHBoxLayout(bar);

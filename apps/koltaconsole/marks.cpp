@@ -17,9 +17,9 @@ QPolygonF octagon(const QRectF& square)
 {
     const double cut = square.width() * 0.29;
     return QVector<QPointF>{{square.left() + cut, square.top()},     {square.right() - cut, square.top()},
-                     {square.right(), square.top() + cut},    {square.right(), square.bottom() - cut},
-                     {square.right() - cut, square.bottom()}, {square.left() + cut, square.bottom()},
-                     {square.left(), square.bottom() - cut},  {square.left(), square.top() + cut}};
+                            {square.right(), square.top() + cut},    {square.right(), square.bottom() - cut},
+                            {square.right() - cut, square.bottom()}, {square.left() + cut, square.bottom()},
+                            {square.left(), square.bottom() - cut},  {square.left(), square.top() + cut}};
 }
 
 void paintHatched(QPainter& painter, const QRectF& area, const QColor& color)
@@ -61,8 +61,8 @@ void paintMark(QPainter& painter, const QRectF& square, Mark mark, const QColor&
         break;
     case Mark::Triangle:
         painter.drawPolygon(QVector<QPointF>{{square.center().x(), square.top()},
-                                      {square.right(), square.bottom() - 1},
-                                      {square.left(), square.bottom() - 1}});
+                                             {square.right(), square.bottom() - 1},
+                                             {square.left(), square.bottom() - 1}});
         break;
     case Mark::Octagon:
         painter.drawPolygon(octagon(square));

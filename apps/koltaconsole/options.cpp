@@ -34,6 +34,10 @@ void describe(QCommandLineParser& parser)
           QStringLiteral("number"), QStringLiteral("5")},
          {QStringLiteral("tuners"), QStringLiteral("How many tuners each of them has (those of the sample)."),
           QStringLiteral("number"), QStringLiteral("0")},
+         {QStringLiteral("activity"),
+          QStringLiteral("Lets something happen to tuners and results in each of them every so many "
+                         "milliseconds (0: never)."),
+          QStringLiteral("milliseconds"), QStringLiteral("0")},
          {QStringLiteral("vanish"),
           QStringLiteral("The simulated server that vanishes before the picture is made."),
           QStringLiteral("server")},
@@ -65,7 +69,8 @@ QString problemOf(const QCommandLineParser& parser, Options& options)
     if (!parser.positionalArguments().isEmpty())
         return QStringLiteral("unexpected \"%1\"").arg(parser.positionalArguments().first());
     for (const QString& problem :
-         {number("servers", 1, 1000, options.servers), number("tuners", 0, 100000, options.tuners)}) {
+         {number("servers", 1, 1000, options.servers), number("tuners", 0, 100000, options.tuners),
+          number("activity", 0, 3600000, options.activityMs)}) {
         if (!problem.isEmpty())
             return problem;
     }

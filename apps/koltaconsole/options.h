@@ -10,10 +10,11 @@ namespace KoltaConsole {
 /// What the words of the command line ask for.
 struct Options
 {
-    QString url;     ///< of the tree; empty while servers are simulated
-    int servers = 0; ///< that are simulated; 0: none
-    int tuners = 0;  ///< of each of them; 0: those of the sample
-    QString vanish;  ///< the simulated server that vanishes once the page has filled
+    QString url;        ///< of the tree; empty while servers are simulated
+    int servers = 0;    ///< that are simulated; 0: none
+    int tuners = 0;     ///< of each of them; 0: those of the sample
+    int activityMs = 0; ///< how often something happens to these; 0: never by itself
+    QString vanish;     ///< the simulated server that vanishes once the page has filled
     bool isReadOnly = false;
     Theme::Choice theme = Theme::Choice::System;
     QString page;       ///< name of the page that is shown first

@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include "options.h"
+#include "simulatedinstallation.h"
 
 #include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>
@@ -12,9 +13,6 @@
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/tunermodel.h>
 
-#include <simulation/installation.h>
-#include <simulation/resourcegenerator.h>
-#include <simulation/simulatedserver.h>
 #include <startup/cfgcenter.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
@@ -25,13 +23,11 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <vector>
 
 namespace KoltaConsole {
 
 using Kolta::KoltaServerRegistry;
 using Kolta::UserRights;
-using KoltaSimulation::SimulatedServer;
 
 namespace {
 
@@ -41,7 +37,7 @@ constexpr int kGatherMs = 100;
 
 struct Session::Parts
 {
-    std::vector<std::unique_ptr<SimulatedServer>> simulated;
+    std::unique_ptr<SimulatedInstallation> simulation;
 #ifdef KOLTA_WITH_DISTRIBUTION
     std::unique_ptr<distribution::TreeLink> link;
 #endif
@@ -129,21 +125,12 @@ Session::~Session()
 
 bool Session::simulate(const Options& options, QString& error)
 {
-    const QString folder = KoltaSimulation::Installation::sampleFolder();
-    for (int number = 1; number <= options.servers; ++number) {
-        KoltaSimulation::Installation installation;
-        if (!installation.load(folder, error))
-            return false;
-        installation.setServerName(QStringLiteral("S%1").arg(number));
-        if (options.tuners > 0)
-            installation.setResources(
-                KoltaSimulation::makeResources(options.tuners, static_cast<quint32>(number)));
-        d->simulated.push_back(std::make_unique<SimulatedServer>(installation));
-        d->simulated.back()->publish();
-    }
+    d->simulation = std::make_unique<SimulatedInstallation>();
+    if (!d->simulation->start(options, error))
+        return false;
     m_url = tr("simulated");
     m_link = {true, true, QDateTime::currentDateTime(), tr("simulated in this process")};
-    startUsers(folder + QStringLiteral("/users.xml"));
+    startUsers(SimulatedInstallation::folder() + QStringLiteral("/users.xml"));
     return true;
 }
 
@@ -218,6 +205,7 @@ void Session::noteLink(bool isUp, const QString& reason)
 
 void Session::startUsers(const QString& file)
 {
+    UserRights::Instance().Initialize();
     m_areUsersKnown = !file.isEmpty() && UserRights::Instance().InitForStandalone(file);
 }
 
@@ -271,7 +259,7 @@ int Session::attentionCount() const
 
 bool Session::isSimulated() const noexcept
 {
-    return !d->simulated.empty();
+    return d->simulation != nullptr;
 }
 
 QString Session::userName() const
@@ -292,13 +280,9 @@ bool Session::mayDo(UserRights::eManagementRights rights) const
     return !m_areUsersKnown || UserRights::Instance().IsUserAllowedTo(rights);
 }
 
-SimulatedServer* Session::simulated(const QString& address) const
+SimulatedInstallation* Session::simulation() const
 {
-    for (const auto& server : d->simulated) {
-        if (server->installation().serverName() == address)
-            return server.get();
-    }
-    return nullptr;
+    return d->simulation.get();
 }
 
 /// What changes meanwhile is looked at together.

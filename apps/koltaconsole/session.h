@@ -22,12 +22,9 @@ class TunerClassModel;
 class TunerModel;
 } // namespace Kolta
 
-namespace KoltaSimulation {
-class SimulatedServer;
-}
-
 namespace KoltaConsole {
 
+class SimulatedInstallation;
 struct Options;
 
 /// How the way to the servers is.
@@ -83,8 +80,8 @@ public:
     /// Also true where the servers decide.
     bool mayDo(Kolta::UserRights::eManagementRights rights) const;
 
-    /// Null unless that server is simulated.
-    KoltaSimulation::SimulatedServer* simulated(const QString& address) const;
+    /// Null unless the servers are simulated.
+    SimulatedInstallation* simulation() const;
 
 Q_SIGNALS:
     void si_LinkChanged();

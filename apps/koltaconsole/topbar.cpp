@@ -52,7 +52,7 @@ TopBar::TopBar(Session& session, QWidget* parent)
     m_url->setProperty("dim", true);
     m_url->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
     m_link->setContentsMargins(8, 4, 8, 4);
-    m_attention->setIconSize({11, 11});
+    m_attention->setIconSize({14, 11});
     m_attention->setAccessibleName(tr("What needs attention"));
     m_palette->setMinimumWidth(200);
     m_palette->setStyleSheet(QStringLiteral("text-align: left;"));

@@ -23,6 +23,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
     m_explanation->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 8, 8, 2);
+    top->setSpacing(8);
     top->addWidget(m_heading);
     top->addWidget(m_explanation, 1);
     m_area->setWidget(m_cards);

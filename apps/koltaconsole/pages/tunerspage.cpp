@@ -41,6 +41,7 @@ TunersPage::TunersPage(Session& session, ActionTable& actions, QWidget* parent)
     makeTable();
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(8);
     top->addWidget(m_filter);
     top->addWidget(m_count, 1);
     auto* const layout = new QVBoxLayout(this);
