@@ -70,6 +70,7 @@ public:
 
     /// Makes this another server of the same kind: its name is also the last part of its base path.
     void setServerName(const QString& name);
+    void setHostName(const QString& name) { m_hostName = name; }
     void setResources(const RESOURCEMANAGEMENT::ResourceOverview& resources) { m_resources = resources; }
     void setCreditsPerUnit(int credits) { m_creditsPerUnit = credits; }
 

@@ -6,7 +6,6 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <optional>
 
 namespace KoltaConsole {
 
@@ -30,53 +29,42 @@ QString closed(QString text)
     return joined.contains(range) ? joined : text;
 }
 
-/// Of something that names its unit; a bare number is a text.
-std::optional<double> frequency(const QString& text)
+/// A sign that waits for what is to be behind it.
+bool isBegun(const QString& word)
 {
-    return text.endsWith(QLatin1String("hz"), Qt::CaseInsensitive) ? Kolta::hertzFromText(text)
-                                                                   : std::nullopt;
+    return word == QLatin1String("!") || word == QLatin1String("<") || word == QLatin1String(">");
 }
 
 } // namespace
 
 FilterWords::FilterWords(const QString& text)
 {
-    for (const QString& word : closed(text.simplified()).split(QLatin1Char(' '), Qt::SkipEmptyParts))
-        m_words.append(wordOf(word));
+    for (const QString& word : closed(text.simplified()).split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        if (!isBegun(word))
+            m_words.append(wordOf(word));
+    }
 }
 
 FilterWords::Word FilterWords::wordOf(QString text)
 {
     Word word;
-    if (text.size() > 1 && text.startsWith(QLatin1Char('!'))) {
+    if (text.startsWith(QLatin1Char('!'))) {
         word.isNegated = true;
         text.remove(0, 1);
     }
     word.text = text.toLower();
+    // A bare number is a text.
+    if (!word.text.endsWith(QLatin1String("hz")))
+        return word;
     const QChar sign = text.at(0);
-    if (sign == QLatin1Char('>') || sign == QLatin1Char('<')) {
-        if (const auto hertz = frequency(text.mid(1))) {
-            word.kind = sign == QLatin1Char('>') ? Kind::Wider : Kind::Narrower;
-            word.from = *hertz;
-        }
+    const bool isBandwidth = sign == QLatin1Char('>') || sign == QLatin1Char('<');
+    const Kolta::RangeReading range =
+        Kolta::readRange(isBandwidth ? text.mid(1) : text, Kolta::Quantity::Frequency);
+    if (!range.isGood())
         return word;
-    }
-    const QStringList ends = text.split(QLatin1Char('-'));
-    const auto to = frequency(ends.last());
-    if (!to || ends.size() > 2)
-        return word;
-    // The first number of a range has the unit of the second unless it has one of its own.
-    QString first = ends.first();
-    if (!first.endsWith(QLatin1String("hz"), Qt::CaseInsensitive)) {
-        static const QRegularExpression unit(QStringLiteral("[kmgKMG]?[hH][zZ]$"));
-        first += unit.match(ends.last()).captured();
-    }
-    const auto from = frequency(first);
-    if (!from)
-        return word;
-    word.kind = Kind::Reaches;
-    word.from = std::min(*from, *to);
-    word.to = std::max(*from, *to);
+    word.kind = !isBandwidth ? Kind::Reaches : sign == QLatin1Char('>') ? Kind::Wider : Kind::Narrower;
+    word.from = range.from;
+    word.to = range.to;
     return word;
 }
 

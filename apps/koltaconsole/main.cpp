@@ -4,6 +4,7 @@
 #include "simulatedinstallation.h"
 
 #include <simulation/simulatedserver.h>
+#include <startup/errorhandler.h>
 
 #include <QApplication>
 #include <QLocale>
@@ -11,6 +12,7 @@
 #include <QTranslator>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -28,7 +30,18 @@ int tell(const QString& text, int exitCode)
     return exitCode;
 }
 
-/// Qt ends the process with a page of text where there is no display to connect to.
+/// Qt aborts the process with a page of text where the display cannot be reached.
+void tellFatal(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
+{
+    if (type != QtFatalMsg)
+        return;
+    const QString display = qEnvironmentVariable("DISPLAY", qEnvironmentVariable("WAYLAND_DISPLAY"));
+    std::_Exit(tell(text.contains(QLatin1String("platform plugin"))
+                        ? QStringLiteral("the display \"%1\" cannot be reached").arg(display)
+                        : text,
+                    kUsage));
+}
+
 bool hasDisplay()
 {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
@@ -86,17 +99,25 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("koltaconsole"));
     int exitCode = -1;
     QString text;
-    const Options options = Options::read(words, exitCode, text);
+    Options options;
+    {
+        const QCoreApplication early(argc, argv); // for the help's sake, without a display
+        options = Options::read(words, exitCode, text);
+    }
     if (exitCode >= 0)
         return tell(text, exitCode);
     if (!hasDisplay())
         return tell(QStringLiteral("there is no display (DISPLAY is not set)"), kUsage);
 
+    const QtMessageHandler usual = qInstallMessageHandler(tellFatal);
     QApplication application(argc, argv);
-    QTranslator german;
-    if (QLocale().language() == QLocale::German &&
-        german.load(QStringLiteral(":/translations/koltaconsole_de.qm")))
-        QApplication::installTranslator(&german);
+    qInstallMessageHandler(usual);
+    Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
+    QTranslator texts; // English ones for the sake of plurals
+    const bool isGerman = QLocale().language() == QLocale::German;
+    if (texts.load(isGerman ? QStringLiteral(":/translations/koltaconsole_de.qm")
+                            : QStringLiteral(":/translations/koltaconsole_en.qm")))
+        QApplication::installTranslator(&texts);
     Theme::instance().apply(options.theme);
     QString error;
     const auto session = Session::start(options, error);

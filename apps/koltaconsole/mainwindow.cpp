@@ -37,7 +37,7 @@ constexpr int kEventsHeight = 99; ///< four rows
 
 MainWindow::MainWindow(Session& session, const Options& options)
     : m_session(session)
-    , m_isRemembered(options.screenshot.isEmpty())
+    , m_isRemembered(options.isRemembered)
     , m_actions(session, this)
     , m_eventModel(session.journal(), this)
     , m_tree(new InstallationTree(session, this))
@@ -306,6 +306,7 @@ void MainWindow::restore(const QString& page)
     }
     if (!showPage(first))
         showPage(pageIds().first());
+    currentPage()->setFocus();
 }
 
 void MainWindow::save() const

@@ -42,6 +42,7 @@ void describe(QCommandLineParser& parser)
           QStringLiteral("The simulated server that vanishes before the picture is made."),
           QStringLiteral("server")},
          {QStringLiteral("read-only"), QStringLiteral("Nothing can be changed.")},
+         {QStringLiteral("trace"), QStringLiteral("Writes trace lines to standard error, for support.")},
          {QStringLiteral("theme"), QStringLiteral("light, dark or system (system)."), QStringLiteral("theme"),
           QStringLiteral("system")},
          {QStringLiteral("page"),
@@ -119,7 +120,9 @@ Options Options::read(const QStringList& arguments, int& exitCode, QString& text
     }
     options.vanish = parser.value(QStringLiteral("vanish"));
     options.isReadOnly = parser.isSet(QStringLiteral("read-only"));
+    options.isTracing = parser.isSet(QStringLiteral("trace"));
     options.screenshot = parser.value(QStringLiteral("screenshot"));
+    options.isRemembered = options.screenshot.isEmpty();
     return options;
 }
 

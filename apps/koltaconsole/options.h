@@ -16,9 +16,12 @@ struct Options
     int activityMs = 0; ///< how often something happens to these; 0: never by itself
     QString vanish;     ///< the simulated server that vanishes once the page has filled
     bool isReadOnly = false;
+    bool isTracing = false;
     Theme::Choice theme = Theme::Choice::System;
     QString page;       ///< name of the page that is shown first
     QString screenshot; ///< file that a picture is written to; empty: none
+
+    bool isRemembered = true; ///< layout, filters and events; not for a picture
 
     /// Reads the words behind the program's name; `exitCode` is set when the program is to end now, with
     /// `text` as its last words.

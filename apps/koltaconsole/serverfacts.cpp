@@ -43,6 +43,7 @@ ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
     const auto number = [&](int column) { return cell(column).toInt(); };
     ServerFacts facts;
     facts.address = cell(ServerModel::eAddressColumn);
+    facts.sortText = Kolta::ViewRoles::sortText(facts.address);
     facts.host = cell(ServerModel::eHostColumn);
     facts.stateText = cell(ServerModel::eStateColumn);
     bool hasProgress = false;

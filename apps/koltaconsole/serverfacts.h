@@ -21,6 +21,7 @@ enum class BranchCondition { Normal, Silent, Withdrawn, Forbidden };
 struct ServerFacts
 {
     QString address;
+    QString sortText; ///< of the address
     QString host;
     Condition condition = Condition::Operational;
     QString stateText; ///< the server's own word

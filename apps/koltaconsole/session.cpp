@@ -19,7 +19,6 @@
 #include <distribution/treelink.h>
 #endif
 
-#include <QCollator>
 #include <QTimer>
 
 #include <algorithm>
@@ -102,7 +101,7 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     parts.processors.followRegistry(registry);
     parts.events.followRegistry(registry);
     session->startJournal(options.servers > 0 ? QString() : Kolta::Journal::pathFor(options.url),
-                          options.screenshot.isEmpty());
+                          options.isRemembered);
     Session* const own = session.get();
     const auto gather = [own] { own->gather(); };
     connect(&parts.servers, &QAbstractItemModel::dataChanged, own, gather);
@@ -299,15 +298,13 @@ void Session::readFacts()
         const QString address = d->servers.index(row, 0).data().toString();
         facts.append(KoltaConsole::readFacts(d->servers, row, d->branchOf(address)));
     }
-    QCollator names;
-    names.setNumericMode(true);
-    std::sort(facts.begin(), facts.end(), [&names](const ServerFacts& a, const ServerFacts& b) {
+    std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {
         if (a.condition != b.condition)
             return a.condition < b.condition;
         // Those that are well keep their places.
         if (a.needsAttention() && a.since != b.since)
             return a.since < b.since;
-        return names.compare(a.address, b.address) < 0;
+        return a.sortText < b.sortText;
     });
     m_facts = facts;
     Q_EMIT si_FactsChanged();

@@ -66,6 +66,7 @@ bool SimulatedInstallation::start(const Options& options, QString& error)
     for (int number = 1; number <= options.servers; ++number) {
         Installation installation = sample;
         installation.setServerName(QStringLiteral("S%1").arg(number));
+        installation.setHostName(QStringLiteral("station-%1.kolta.example").arg(number));
         if (options.tuners > 0)
             installation.setResources(
                 KoltaSimulation::makeResources(options.tuners, static_cast<quint32>(number)));

@@ -9,7 +9,12 @@
 #include <QVector>
 
 class QLabel;
+class QModelIndex;
 class QScrollArea;
+
+namespace Kolta {
+class TunerClassModel;
+}
 
 namespace KoltaConsole {
 
@@ -47,6 +52,7 @@ private:
     {
         QString name;
         QString free; ///< "3 of 6"
+        int depth = 0;
     };
     struct Place
     {
@@ -69,6 +75,8 @@ private:
     void setCurrent(const QString& address);
     void step(int by);
     QVector<ClassFigure> classesOf(const QString& address) const;
+    static void appendClasses(const Kolta::TunerClassModel& model, const QModelIndex& parent, int depth,
+                              QVector<ClassFigure>& figures);
     void paint(QPainter& painter, const Place& place) const;
     void paintCard(QPainter& painter, const Place& place) const;
     void paintClasses(QPainter& painter, const Place& place, QRect rect) const;

@@ -24,8 +24,8 @@ namespace {
 constexpr int kGap = 8;
 constexpr int kTallAtMost = 6;
 constexpr int kCardsAtMost = 24;
-constexpr QSize kTall(330, 242), kCard(250, 132), kTile(105, 29);
-constexpr int kLineHeight = 28, kHeading = 26;
+constexpr QSize kTall(320, 242), kCard(250, 132), kTile(105, 29);
+constexpr int kClassHeight = 15, kLineHeight = 28, kHeading = 26;
 
 } // namespace
 
@@ -115,6 +115,20 @@ int ServerCards::arrangeMany()
     return m_places.isEmpty() ? y : m_places.last().rect.bottom();
 }
 
+/// Those below that one, and what is nested in them.
+void ServerCards::appendClasses(const TunerClassModel& model, const QModelIndex& parent, int depth,
+                                QVector<ClassFigure>& figures)
+{
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QModelIndex name = model.index(row, TunerClassModel::eNameColumn, parent);
+        if (name.data(Kolta::ViewRoles::StateRole).isValid()) // a tuner
+            continue;
+        const QString free = model.index(row, TunerClassModel::eFreeColumn, parent).data().toString();
+        figures.append({name.data().toString(), free, depth});
+        appendClasses(model, name, depth + 1, figures);
+    }
+}
+
 QVector<ServerCards::ClassFigure> ServerCards::classesOf(const QString& address) const
 {
     QVector<ClassFigure> figures;
@@ -123,12 +137,7 @@ QVector<ServerCards::ClassFigure> ServerCards::classesOf(const QString& address)
         const QModelIndex server = model.index(row, 0);
         if (server.data().toString() != address)
             continue;
-        for (int child = 0; child < model.rowCount(server); ++child) {
-            const QModelIndex name = model.index(child, TunerClassModel::eNameColumn, server);
-            if (!name.data(Kolta::ViewRoles::StateRole).isValid()) // no tuner
-                figures.append({name.data().toString(),
-                                model.index(child, TunerClassModel::eFreeColumn, server).data().toString()});
-        }
+        appendClasses(model, server, 0, figures);
     }
     return figures;
 }
@@ -263,10 +272,10 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
 void ServerCards::paintClasses(QPainter& painter, const Place& place, QRect rect) const
 {
     const int rowHeight = std::min(20, rect.height() / std::max(1, place.classes.size()));
-    const int shown = rowHeight < 15 ? rect.height() / 15 : place.classes.size();
+    const int shown = rowHeight < kClassHeight ? rect.height() / kClassHeight : place.classes.size();
     for (int i = 0; i < shown && i < place.classes.size(); ++i) {
-        const QRect row(rect.left(), rect.top() + i * std::max(15, rowHeight), rect.width(),
-                        std::max(15, rowHeight));
+        const QRect row(rect.left(), rect.top() + i * std::max(kClassHeight, rowHeight), rect.width(),
+                        std::max(kClassHeight, rowHeight));
         const ClassFigure& figure = place.classes.at(i);
         painter.setPen(textColor(place.facts, false));
         const bool isLast = i == shown - 1 && shown < place.classes.size();
@@ -274,8 +283,11 @@ void ServerCards::paintClasses(QPainter& painter, const Place& place, QRect rect
             drawText(painter, row, Qt::AlignLeft, tr("and %1 more classes").arg(place.classes.size() - i));
             return;
         }
-        drawText(painter, row.adjusted(0, 0, -110, 0), Qt::AlignLeft, figure.name);
-        const QString free = tr("%1 free").arg(figure.free);
+        drawText(painter, row.adjusted(figure.depth * 12, 0, -110, 0), Qt::AlignLeft, figure.name);
+        // Of a server that is away nobody knows how many are free.
+        const QString free = place.facts.isStale()
+                                 ? tr("%1 tuners").arg(figure.free.section(QLatin1Char(' '), -1))
+                                 : tr("%1 free").arg(figure.free);
         const bool isNone = figure.free.startsWith(QLatin1String("0 ")) && !place.facts.isStale();
         painter.setPen(Theme::instance().color(Role::Dim));
         if (isNone)

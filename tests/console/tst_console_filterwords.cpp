@@ -1,0 +1,47 @@
+#include <koltaconsole/filterwords.h>
+
+#include <support/test.h>
+
+using KoltaConsole::FilterWords;
+
+/// What people type into a filter line, against one tuner: "KW 1 Nord", HF, 9 kHz to 30 MHz, 1 MHz wide.
+class TestFilterWords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void matches_data()
+    {
+        const Rows<QString, bool> row("words expected");
+        row("nothing", "  ", true);
+        row("all words, any case", "nord HF", true);
+        row("one word is missing", "nord wide", false);
+        row("not", "!wide", true);
+        row("not, but it is", "nord !hf", false);
+        row("reaches", "7.1 MHz", true);
+        row("reaches with a comma", "7,1MHz", true);
+        row("does not reach", "98.5 MHz", false);
+        row("overlaps", "28-88 MHz", true);
+        row("overlaps, with blanks", "28 MHz - 88 MHz", true);
+        row("apart", "118-137 MHz", false);
+        row("wider", ">500 kHz", true);
+        row("too narrow", "> 20 MHz", false);
+        row("narrower", "<2MHz", true);
+        row("words and frequencies", "free 7.1 MHz !S3", true);
+        row("a number without a unit is a text", "1", true);
+        row("so is a range without one", "1-2", false);
+        row("not that frequency", "!98.5MHz", true);
+        row("begun", "!", true);
+        row("begun sign", ">", true);
+    }
+    void matches()
+    {
+        QFETCH(QString, words);
+        QFETCH(bool, expected);
+        const FilterWords::Band band{9e3, 30e6, 1e6};
+        QCOMPARE(FilterWords(words).matches(QStringLiteral("kw 1 nord\nfree\nhf\ns1"), band), expected);
+    }
+};
+
+KOLTA_TEST(TestFilterWords);
+#include "tst_console_filterwords.moc"

@@ -1,0 +1,90 @@
+#include "consoletest.h"
+
+#include <koltaconsole/pages/overviewpage.h>
+#include <koltaconsole/pages/tunerspage.h>
+
+#include <koltacommon/tunermodel.h>
+#include <koltacommon/viewroles.h>
+#include <simulation/simulatedserver.h>
+
+#include <QLineEdit>
+#include <QTreeView>
+
+using namespace KoltaConsole;
+namespace Roles = Kolta::ViewRoles;
+
+/// The pages as somebody uses them, with keys, while servers come and go.
+class TestPages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// A server that vanishes comes first, is led to by F8, and is shown alone until Esc.
+    void overview()
+    {
+        Stage stage;
+        QTRY_VERIFY(stage.isSettled());
+        auto* const cards = stage.window->findChild<ServerCards*>();
+        QCOMPARE(cards->count(), 5);
+        const QRect first = cards->placeOf(QStringLiteral("S4")); // it lacks a unit
+        QCOMPARE(stage.session->attentionCount(), 1);
+        stage.session->simulation()->server(QStringLiteral("S2"))->vanish();
+        QTRY_COMPARE(cards->placeOf(QStringLiteral("S2")), first);
+        QCOMPARE(stage.session->facts().first().condition, Condition::Vanished);
+        QVERIFY(stage.session->facts().first().isStale());
+        QTest::keyClick(stage.window.get(), Qt::Key_F8);
+        QTest::keyClick(stage.window.get(), Qt::Key_F8); // the next one: S4
+        QTRY_COMPARE(cards->count(), 1);
+        QVERIFY(cards->placeOf(QStringLiteral("S4")).isValid());
+        stage.session->simulation()->server(QStringLiteral("S2"))->comeBack();
+        QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S2")).condition, Condition::Operational);
+        stage.window->actions().run(QStringLiteral("all-servers"));
+        QCOMPARE(cards->count(), 5);
+        cards->setFocus();
+        QTest::keyClick(cards, Qt::Key_Right);
+        QTest::keyClick(cards, Qt::Key_Right);
+        QCOMPARE(cards->current(), QStringLiteral("S1"));
+        QTest::keyClick(cards, Qt::Key_Return);
+        QTRY_COMPARE(cards->count(), 1);
+    }
+
+    /// Filter, order and selection outlive a server's absence; the selected row stays the same tuner.
+    void tuners()
+    {
+        Options options;
+        options.page = QStringLiteral("tuners");
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        auto* const page = static_cast<TunersPage*>(stage.window->currentPage());
+        auto* const table = page->findChild<QTreeView*>();
+        QCOMPARE(page->rows().rowCount(), 130);
+        QTest::keyClick(stage.window.get(), Qt::Key_Slash);
+        QTest::keyClicks(page->filterLine(), QStringLiteral("HF !S3 \"KW 1\""));
+        page->filterLine()->setText(QStringLiteral("HF !S3"));
+        QCOMPARE(page->rows().rowCount(), 28);
+        table->sortByColumn(Kolta::TunerModel::eServerColumn, Qt::DescendingOrder);
+        QCOMPARE(table->model()->index(0, 0).data(Roles::ServerRole).toString(), QStringLiteral("S5"));
+        const QModelIndex chosen = table->model()->index(9, 0);
+        table->setCurrentIndex(chosen);
+        const QString key = chosen.data(Roles::KeyRole).toString();
+        QCOMPARE(chosen.data(Roles::ServerRole).toString(), QStringLiteral("S4"));
+        auto* const server = stage.session->simulation()->server(QStringLiteral("S4"));
+        server->vanish();
+        QTRY_VERIFY(table->currentIndex().data(Roles::StaleRole).toBool());
+        QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
+        QCOMPARE(page->rows().rowCount(), 28);
+        QTest::keyClicks(page->filterLine(), QStringLiteral(" free"));
+        QVERIFY(page->rows().rowCount() < 28);
+        page->filterLine()->setText(QStringLiteral("HF !S3"));
+        server->comeBack();
+        QTRY_VERIFY(!table->currentIndex().data(Roles::StaleRole).toBool());
+        QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
+        page->filterLine()->setText(QStringLiteral("nothing like this"));
+        QCOMPARE(page->rows().rowCount(), 0);
+        page->filterLine()->clear();
+        QTRY_COMPARE(page->rows().rowCount(), 130);
+    }
+};
+
+KOLTA_CONSOLE_TEST(TestPages);
+#include "tst_console_pages.moc"
