@@ -1,0 +1,66 @@
+#include <support/test.h>
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+/// What the program says and how it ends, before there is a window.
+class TestProgramEnds : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// One line on standard error and exit code 2.
+    void withOneLine_data()
+    {
+        const Rows<QString, QString, QString> row("words platform expected");
+        row("nothing to show", "", "offscreen", "which installation?");
+        row("unknown page", "--simulate --page x", "offscreen", "--page: expected one of overview");
+        row("unknown option", "--simulate --pages", "offscreen", "pages");
+        row("two installations", "--simulate --tree mqtt://h", "offscreen", "exclude each other");
+        row("a URL that is none", "--tree nonsense", "offscreen", "expected mqtt");
+        row("no number", "--simulate --servers 0", "offscreen", "from 1 to 1000");
+        row("no display", "--simulate", "", "DISPLAY is not set");
+        row("a display that is not there", "--simulate", "xcb", "cannot be reached");
+    }
+    void withOneLine()
+    {
+        QFETCH(QString, words);
+        QFETCH(QString, platform);
+        QFETCH(QString, expected);
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"KOLTA_TREE", "DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            environment.remove(QLatin1String(name));
+        if (!platform.isEmpty())
+            environment.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
+        if (platform == QLatin1String("xcb"))
+            environment.insert(QStringLiteral("DISPLAY"), QStringLiteral("127.0.0.1:9"));
+        program.setProcessEnvironment(environment);
+        program.start(QStringLiteral(KOLTACONSOLE_PROGRAM),
+                      words.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+        QVERIFY(program.waitForFinished());
+        const QString said = QString::fromLocal8Bit(program.readAllStandardError());
+        QCOMPARE(program.exitCode(), 2);
+        QCOMPARE(said.count(QLatin1Char('\n')), 1);
+        QVERIFY2(said.startsWith(QLatin1String("koltaconsole: ")) && said.contains(expected),
+                 qPrintable(said));
+    }
+
+    /// A picture needs no display; one that cannot be written is an error.
+    void photographs()
+    {
+        const QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("page.png"));
+        for (const QString& target : {file, folder.filePath(QStringLiteral("none/page.png"))}) {
+            QProcess program;
+            program.start(QStringLiteral(KOLTACONSOLE_PROGRAM),
+                          {QStringLiteral("--simulate"), QStringLiteral("--screenshot"), target});
+            QVERIFY(program.waitForFinished(60000));
+            QCOMPARE(program.exitCode(), target == file ? 0 : 1);
+        }
+        QVERIFY(QFile(file).size() > 10000);
+    }
+};
+
+KOLTA_TEST(TestProgramEnds);
+#include "tst_console_program.moc"
