@@ -24,22 +24,33 @@ QString translated(const char* text)
     return QCoreApplication::translate("Kolta::ServerTuners", text);
 }
 
-/// "MCP 'X' (production {…})".
-QString describe(const RunningProcessor& processor)
+} // namespace
+
+QString TunerHolder::text() const
 {
-    const QString name = processor.record->GetTavikResource().GetDisplayName();
-    const QString text = QStringLiteral("%1 '%2'").arg(processor.object->GetObjectName(), name);
-    QString production;
-    if (processor.kind == eAppMCP)
-        production = static_cast<const RESOURCEMANAGEMENT::MCP*>(processor.object)->GetProductionID();
-    else if (processor.kind == eAppSCP)
-        production = static_cast<const RESOURCEMANAGEMENT::SCP*>(processor.object)->GetProductionID();
-    return production.isEmpty() ? text
-                                : translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "%1 (production %2)"))
-                                      .arg(text, production);
+    if (isPlan)
+        return purpose.isEmpty()
+                   ? translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "planned here"))
+                   : translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "planned here for '%1'"))
+                         .arg(purpose);
+    if (processor.isEmpty())
+        return QString();
+    QString what = QStringLiteral("%1 '%2'").arg(kind, name);
+    if (!production.isEmpty())
+        what =
+            translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "%1 (production %2)")).arg(what, production);
+    return owner.isEmpty() && ownerHost.isEmpty()
+               ? what
+               : translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "%1, operated by %2 at %3"))
+                     .arg(what, owner, ownerHost);
 }
 
-} // namespace
+bool TunerHolder::operator==(const TunerHolder& other) const
+{
+    return isPlan == other.isPlan && purpose == other.purpose && processor == other.processor &&
+           kind == other.kind && name == other.name && production == other.production &&
+           owner == other.owner && ownerHost == other.ownerHost;
+}
 
 ServerTuners::ServerTuners(KoltaServerInterface& server)
     : m_server(&server)
@@ -83,7 +94,7 @@ TunerFilter ServerTuners::filter(const TunerNeeds& needs, const QStringList& sto
 TunerSelection ServerTuners::explain(const QString& className, const TunerNeeds& needs,
                                      const QStringList& storageGuids) const
 {
-    TunerSelection selection = m_selector.explainSelection(className, filter(needs, storageGuids));
+    TunerSelection selection = weigh(className, needs, storageGuids);
     for (TunerCandidate& candidate : selection.candidates) {
         if (m_server &&
             (candidate.refusal == TunerRefusal::NotIdle || candidate.refusal == TunerRefusal::Excluded))
@@ -92,25 +103,50 @@ TunerSelection ServerTuners::explain(const QString& className, const TunerNeeds&
     return selection;
 }
 
-QString ServerTuners::holderOf(KoltaServerInterface& server, const QString& tunerGuid)
+TunerSelection ServerTuners::weigh(const QString& className, const TunerNeeds& needs,
+                                   const QStringList& storageGuids) const
 {
+    return m_selector.explainSelection(className, filter(needs, storageGuids));
+}
+
+bool ServerTuners::refresh()
+{
+    if (m_isDefault || !m_server)
+        return false;
+    m_selector.setResourceOverview(m_server->getResourceObserver().GetCurrentResources());
+    return true;
+}
+
+TunerHolder ServerTuners::holder(KoltaServerInterface& server, const QString& tunerGuid)
+{
+    TunerHolder holder;
     if (server.getBookingManager().getTunerState(tunerGuid) == TunerBookingManager::ePlanned) {
-        const QString purpose = ServerDesk::of(server).purposeOfPlan(tunerGuid);
-        return purpose.isEmpty()
-                   ? translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "planned here"))
-                   : translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "planned here for '%1'"))
-                         .arg(purpose);
+        holder.isPlan = true;
+        holder.purpose = ServerDesk::of(server).purposeOfPlan(tunerGuid);
+        return holder;
     }
     KoltaProcessorObserver& processors = server.getProcessorObserver();
     const QStringList fed = processors.GetGUIDsFedByTuner(tunerGuid);
-    const RunningProcessor holder =
-        fed.isEmpty() ? RunningProcessor() : processors.FindProcessor(fed.first());
-    if (!holder)
-        return QString();
-    const RESOURCEMANAGEMENT::Owner* const owner = server.getGuiOwnerObserver().FindOwner(fed.first());
-    return owner ? translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "%1, operated by %2 at %3"))
-                       .arg(describe(holder), owner->GetName(), owner->GetHost())
-                 : describe(holder);
+    const RunningProcessor found = fed.isEmpty() ? RunningProcessor() : processors.FindProcessor(fed.first());
+    if (!found)
+        return holder;
+    holder.processor = fed.first();
+    holder.kind = found.object->GetObjectName();
+    holder.name = found.record->GetTavikResource().GetDisplayName();
+    if (found.kind == eAppMCP)
+        holder.production = static_cast<const RESOURCEMANAGEMENT::MCP*>(found.object)->GetProductionID();
+    else if (found.kind == eAppSCP)
+        holder.production = static_cast<const RESOURCEMANAGEMENT::SCP*>(found.object)->GetProductionID();
+    if (const RESOURCEMANAGEMENT::Owner* const owner = server.getGuiOwnerObserver().FindOwner(fed.first())) {
+        holder.owner = owner->GetName();
+        holder.ownerHost = owner->GetHost();
+    }
+    return holder;
+}
+
+QString ServerTuners::holderOf(KoltaServerInterface& server, const QString& tunerGuid)
+{
+    return holder(server, tunerGuid).text();
 }
 
 } // namespace Kolta

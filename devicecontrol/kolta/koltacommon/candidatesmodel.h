@@ -1,0 +1,56 @@
+#pragma once
+
+#include <koltacommon/export.h>
+#include <koltacommon/productionorder.h>
+#include <koltacommon/serversmodel.h>
+
+#include <memory>
+
+namespace Kolta {
+
+/// The tuners that come into question for an order, on all servers that are shown: those of each server in
+/// the order in which they would be taken, behind them those that are refused, each with the reason.
+///
+/// Follows the order and the servers; what changes within one turn of the event loop is shown in the next as
+/// one change. The key of a row is its tuner on its server, so a selected tuner stays the selected one
+/// whatever becomes of its rank. The state (ViewRoles::StateRole) is a TunerBookingManager::eTunerState, the
+/// OrderCandidate is in ViewRoles::ItemRole.
+class KOLTA_COMMON_EXPORT CandidatesModel final : public ServersModel
+{
+    Q_OBJECT
+
+public:
+    enum eColumn : int {
+        eRankColumn, ///< on its server; empty for a refused one
+        eTunerColumn,
+        eCostColumn,
+        eReachesColumn,
+        eBandwidthColumn,
+        eServerColumn,
+        eReasonColumn,
+        eColumnCount
+    };
+
+    explicit CandidatesModel(QObject* parent = nullptr);
+    ~CandidatesModel() override;
+
+    void setOrder(const ProductionOrder& order);
+    const ProductionOrder& order() const noexcept { return m_order; }
+    /// Why a shown server has no candidates; empty when it has, or is not shown.
+    QString problemOf(const QString& address) const;
+
+Q_SIGNALS:
+    /// The rows of a server, or its problem, are up to date again after a change. A receiver may delete this.
+    void si_ChoiceChanged(const QString& address);
+
+private:
+    struct CandidateRow;
+    struct CandidateSection;
+
+    std::unique_ptr<Section> makeSection(KoltaServerInterface& server) override;
+    bool show(Section& section) override;
+
+    ProductionOrder m_order;
+};
+
+} // namespace Kolta
