@@ -72,6 +72,11 @@ public:
     void setServerName(const QString& name);
     void setHostName(const QString& name) { m_hostName = name; }
     void setResources(const RESOURCEMANAGEMENT::ResourceOverview& resources) { m_resources = resources; }
+    /// The text of the further overview with that node, "TunerClasses" for instance.
+    void setFurtherOverview(const QString& node, const QString& text)
+    {
+        m_furtherOverviews.insert(node, text);
+    }
     void setCreditsPerUnit(int credits) { m_creditsPerUnit = credits; }
 
 private:

@@ -3,6 +3,7 @@
 #include "session.h"
 
 #include <QAction>
+#include <QPushButton>
 #include <QWidget>
 
 namespace KoltaConsole {
@@ -53,6 +54,22 @@ const ActionTable::Entry* ActionTable::find(const QString& id) const
 QAction* ActionTable::action(const QString& id) const
 {
     return m_actions.value(id);
+}
+
+QPushButton* ActionTable::makeButton(const QString& id, QWidget* parent) const
+{
+    QAction* const action = m_actions.value(id);
+    auto* const button = new QPushButton(action->text(), parent);
+    const auto follow = [button, action] {
+        button->setEnabled(action->isEnabled());
+        button->setToolTip(action->toolTip());
+        button->setStatusTip(action->statusTip());
+        button->setAccessibleDescription(action->isEnabled() ? QString() : action->statusTip());
+    };
+    connect(button, &QPushButton::clicked, action, &QAction::trigger);
+    connect(action, &QAction::changed, button, follow);
+    follow();
+    return button;
 }
 
 QString ActionTable::enabledBecause(const QString& id) const

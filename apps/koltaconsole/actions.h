@@ -12,6 +12,7 @@
 #include <functional>
 
 class QAction;
+class QPushButton;
 class QWidget;
 
 namespace KoltaConsole {
@@ -49,19 +50,21 @@ public:
     const Entry* find(const QString& id) const;
     /// For menus and buttons; null when there is none.
     QAction* action(const QString& id) const;
+    /// A button that does it, and says why it cannot. The action must be there.
+    QPushButton* makeButton(const QString& id, QWidget* parent) const;
     /// The reason why the action cannot be done now, as a sentence; empty when it can.
     QString enabledBecause(const QString& id) const;
     bool run(const QString& id);
     /// Whether something is selected, for actions that need it.
     void setSelection(bool isThere);
+    /// Asks anew what can be done; for those whose reasons have changed.
+    void refresh();
 
 Q_SIGNALS:
     /// An action was triggered; `line` is what does the same in a terminal, empty for none.
     void si_Ran(const QString& id, const QString& line);
 
 private:
-    void refresh();
-
     Session& m_session;
     QStringList m_ids;
     QHash<QString, Entry> m_entries;

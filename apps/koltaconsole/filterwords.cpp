@@ -39,9 +39,14 @@ bool isBegun(const QString& word)
 
 FilterWords::FilterWords(const QString& text)
 {
-    for (const QString& word : closed(text.simplified()).split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
-        if (!isBegun(word))
-            m_words.append(wordOf(word));
+    static const QRegularExpression words(QStringLiteral("(!?)\"([^\"]*)\"?|\\S+"));
+    const QString typed = closed(text.simplified());
+    for (auto found = words.globalMatch(typed); found.hasNext();) {
+        const QRegularExpressionMatch word = found.next();
+        if (word.capturedStart(2) >= 0)
+            m_words.append({Kind::Text, !word.captured(1).isEmpty(), word.captured(2).toLower(), 0.0, 0.0});
+        else if (!isBegun(word.captured()))
+            m_words.append(wordOf(word.captured()));
     }
 }
 

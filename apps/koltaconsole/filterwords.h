@@ -7,7 +7,7 @@ namespace KoltaConsole {
 
 /// What somebody typed into a filter line, taken apart once: words that all must fit. "!word" must not fit;
 /// "98.5 MHz" wants a range that reaches it, "118-137 MHz" one that overlaps it, ">20 MHz" and "<1 MHz" a
-/// bandwidth. Anything else is looked for in all columns.
+/// bandwidth. Anything else, and what stands in double quotes, is looked for in all columns.
 class FilterWords
 {
 public:

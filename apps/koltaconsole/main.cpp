@@ -2,6 +2,7 @@
 #include "options.h"
 #include "session.h"
 #include "simulatedinstallation.h"
+#include "texts.h"
 
 #include <simulation/simulatedserver.h>
 #include <startup/errorhandler.h>
@@ -113,10 +114,9 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     qInstallMessageHandler(usual);
     Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
-    QTranslator texts; // English ones for the sake of plurals
+    QTranslator texts;
     const bool isGerman = QLocale().language() == QLocale::German;
-    if (texts.load(isGerman ? QStringLiteral(":/translations/koltaconsole_de.qm")
-                            : QStringLiteral(":/translations/koltaconsole_en.qm")))
+    if (loadTexts(texts, isGerman ? QStringLiteral("de") : QStringLiteral("en")))
         QApplication::installTranslator(&texts);
     Theme::instance().apply(options.theme);
     QString error;

@@ -3,6 +3,7 @@
 #include "attentionlist.h"
 #include "installationtree.h"
 #include "options.h"
+#include "orderdraft.h"
 #include "pages/page.h"
 #include "pages/pages.h"
 #include "palette.h"
@@ -301,6 +302,7 @@ void MainWindow::restore(const QString& page)
         restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
         m_sideways->restoreState(settings.value(QStringLiteral("sideways")).toByteArray());
         m_upright->restoreState(settings.value(QStringLiteral("upright")).toByteArray());
+        m_session.draft().restore();
         if (first.isEmpty())
             first = settings.value(QStringLiteral("page")).toString();
     }
@@ -312,6 +314,7 @@ void MainWindow::restore(const QString& page)
 void MainWindow::save() const
 {
     QSettings settings;
+    m_session.draft().save();
     settings.setValue(QStringLiteral("geometry"), saveGeometry());
     settings.setValue(QStringLiteral("sideways"), m_sideways->saveState());
     settings.setValue(QStringLiteral("upright"), m_upright->saveState());

@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include "options.h"
+#include "orderdraft.h"
 #include "simulatedinstallation.h"
 
 #include <koltacommon/installationevents.h>
@@ -46,6 +47,7 @@ struct Session::Parts
     Kolta::ProcessorModel processors;
     Kolta::InstallationEvents events;
     Kolta::Journal journal;
+    OrderDraft draft;
     QTimer gathering;
 
     BranchCondition branchOf(const QString& address) const;
@@ -236,6 +238,11 @@ Kolta::InstallationEvents& Session::events() const
 Kolta::Journal& Session::journal() const
 {
     return d->journal;
+}
+
+OrderDraft& Session::draft() const
+{
+    return d->draft;
 }
 
 Kolta::KoltaServerInterface* Session::server(const QString& address) const

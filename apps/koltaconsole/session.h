@@ -24,6 +24,7 @@ class TunerModel;
 
 namespace KoltaConsole {
 
+class OrderDraft;
 class SimulatedInstallation;
 struct Options;
 
@@ -55,6 +56,8 @@ public:
     Kolta::InstallationEvents& events() const;
     /// What happened, in earlier sessions too where there is a broker.
     Kolta::Journal& journal() const;
+    /// What somebody is about to order.
+    OrderDraft& draft() const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
 

@@ -5,12 +5,16 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/productionjob.h>
+#include <koltacommon/servernodes.h>
+#include <resourcemodel/tunerclasses.h>
 #include <simulation/activity.h>
 #include <simulation/installation.h>
 #include <simulation/resourcegenerator.h>
 #include <simulation/simulatedserver.h>
 
+#include <QHash>
 #include <QUuid>
+#include <QVector>
 
 namespace KoltaConsole {
 
@@ -33,6 +37,25 @@ void registerUnits(Installation& installation)
     for (auto& unit : resources.EditProcessingUnit())
         unit.SetRegistration(RESOURCEMANAGEMENT::ProcessingUnit::eRegistered);
     installation.setResources(resources);
+}
+
+/// Puts generated tuners, of which the sample's classes know nothing, into these.
+void classify(Installation& installation)
+{
+    static const QHash<QString, QString> classOfType{
+        {QStringLiteral("KW"), QStringLiteral("HF")},
+        {QStringLiteral("ZELM"), QStringLiteral("Basic")},
+        {QStringLiteral("EB"), QStringLiteral("Wide")},
+        {QStringLiteral("DX"), QStringLiteral("Direction finding")}};
+    const QString node = Kolta::ServerNodes::name(Kolta::ServerNodes::eTunerClasses);
+    RESOURCEMANAGEMENT::TunerClassOverview classes;
+    classes.SetXmlString(installation.furtherOverviews().value(node), true);
+    QHash<QString, QVector<QString>> ids;
+    for (const auto& tuner : installation.resources().GetTuner())
+        ids[classOfType.value(tuner.GetType())].append(tuner.GetTavikResource().GetAddress());
+    for (auto& tunerClass : classes.EditTunerClass())
+        tunerClass.SetTunerID(ids.value(tunerClass.GetName()));
+    installation.setFurtherOverview(node, classes.GetXmlString());
 }
 
 ProductionOrder orderOf(ProductionOrder::Kind kind, const QString& tunerClass, double frequency,
@@ -67,9 +90,11 @@ bool SimulatedInstallation::start(const Options& options, QString& error)
         Installation installation = sample;
         installation.setServerName(QStringLiteral("S%1").arg(number));
         installation.setHostName(QStringLiteral("station-%1.kolta.example").arg(number));
-        if (options.tuners > 0)
+        if (options.tuners > 0) {
             installation.setResources(
                 KoltaSimulation::makeResources(options.tuners, static_cast<quint32>(number)));
+            classify(installation);
+        }
         if (number != kNumberThatLacksAUnit)
             registerUnits(installation);
         m_servers.push_back(std::make_unique<SimulatedServer>(installation));

@@ -136,6 +136,9 @@ QString Theme::styleSheet() const
         "QToolTip { background: @base; color: @text; border: 1px solid @border; }"
         "*[dim=\"true\"] { color: @dim; }"
         "*[badge=\"attention\"] { background: @warnfill; color: @text; font-weight: bold; border: none; }"
+        "*[warning=\"true\"] { color: @attention; font-weight: bold; }"
+        "QLineEdit[wrong=\"true\"] { border: 2px solid @attention; padding: 2px 7px; }"
+        "*[badge=\"quiet\"] { background: transparent; color: @dim; border: none; }"
         "*[badge=\"alarm\"] { background: @alarmfill; color: @text; font-weight: bold; }"
         "*[heading=\"true\"] { font-size: 10.5pt; font-weight: bold; }");
     const std::pair<const char*, Role> names[] = {{"@border", Role::Border},
@@ -147,6 +150,7 @@ QString Theme::styleSheet() const
                                                   {"@text", Role::Text},
                                                   {"@window", Role::Window},
                                                   {"@dim", Role::Dim},
+                                                  {"@attention", Role::Attention},
                                                   {"@warnfill", Role::AttentionFill},
                                                   {"@alarmfill", Role::AlarmFill}};
     for (const auto& [word, role] : names)

@@ -99,8 +99,7 @@ void TopBar::showAttention()
     m_attention->setIcon(count > 0 ? markIcon(Mark::Triangle, Role::Attention) : QIcon());
     m_attention->setText(count > 0 ? tr("%n need(s) attention", nullptr, count)
                                    : tr("nothing needs attention"));
-    m_attention->setFlat(count == 0);
-    setLook(*m_attention, "badge", count > 0 ? QVariant(QStringLiteral("attention")) : QVariant());
+    setLook(*m_attention, "badge", count > 0 ? QStringLiteral("attention") : QStringLiteral("quiet"));
 }
 
 void TopBar::showUser()

@@ -31,6 +31,9 @@ private Q_SLOTS:
         row("a number without a unit is a text", "1", true);
         row("so is a range without one", "1-2", false);
         row("not that frequency", "!98.5MHz", true);
+        row("a quoted word", "\"1 nord\" hf", true);
+        row("a quoted word that is not there", "\"nord 1\"", false);
+        row("not quoted, quote still open", "!\"1 nord", false);
         row("begun", "!", true);
         row("begun sign", ">", true);
     }

@@ -1,5 +1,6 @@
 #include "pages.h"
 
+#include "orderpage.h"
 #include "overviewpage.h"
 #include "tunerspage.h"
 
@@ -20,6 +21,7 @@ const QVector<PageEntry>& pageTable()
     static const QVector<PageEntry> pages{
         {"overview", QT_TRANSLATE_NOOP("Pages", "Overview"), make<OverviewPage>},
         {"tuners", QT_TRANSLATE_NOOP("Pages", "Tuners"), make<TunersPage>},
+        {"order", QT_TRANSLATE_NOOP("Pages", "Order"), make<OrderPage>},
     };
     return pages;
 }

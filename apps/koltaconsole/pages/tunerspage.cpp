@@ -1,12 +1,21 @@
 #include "tunerspage.h"
 
 #include "../actions.h"
+#include "../orderdraft.h"
+#include "../plots/frequencyaxis.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
+#include "tunerlanes.h"
+#include "whynot.h"
 
+#include <common/actionlines.h>
+
+#include <koltacommon/processormodel.h>
 #include <koltacommon/tunermodel.h>
+#include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 
+#include <QComboBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -14,6 +23,7 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSplitter>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -22,41 +32,119 @@ namespace KoltaConsole {
 namespace Roles = Kolta::ViewRoles;
 using Kolta::TunerModel;
 
+namespace {
+
+constexpr int kLanesMs = 250; ///< at most so often
+
+} // namespace
+
 TunersPage::TunersPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
     , m_filter(new QLineEdit(this))
     , m_count(new QLabel(this))
+    , m_groups(new QComboBox(this))
+    , m_axis(new FrequencyAxis(this))
     , m_table(new QTreeView(this))
     , m_answer(new QLabel(this))
     , m_rows(this)
+{
+    m_answer->setContentsMargins(8, 4, 8, 4);
+    m_answer->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_answer->setAccessibleName(tr("Why the selected tuner cannot be had"));
+    m_answer->hide();
+    m_rows.setSourceModel(&session.tuners());
+    m_following.setSingleShot(true);
+    m_following.setInterval(kLanesMs);
+    makeTable();
+    makeActions();
+    auto* const parts = new QSplitter(Qt::Vertical, this);
+    parts->addWidget(m_axis);
+    parts->addWidget(m_table);
+    parts->setSizes({250, 280});
+    parts->setStretchFactor(1, 1);
+    parts->setChildrenCollapsible(true);
+    parts->setHandleWidth(1);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(makeTop());
+    layout->addWidget(parts, 1);
+    layout->addWidget(m_answer);
+    connectAll();
+    showCount();
+    setFocusProxy(m_table);
+}
+
+QLayout* TunersPage::makeTop()
 {
     m_filter->setPlaceholderText(tr("Filter: HF free, 118-137 MHz, >20 MHz, !S3"));
     m_filter->setClearButtonEnabled(true);
     m_filter->setFixedWidth(330);
     m_filter->setAccessibleName(tr("Filter of tuners"));
+    m_groups->addItems({tr("by class"), tr("by server"), tr("by type"), tr("all in one")});
+    m_groups->setAccessibleName(tr("Groups of tuners"));
     m_count->setProperty("dim", true);
-    m_answer->setContentsMargins(8, 4, 8, 4);
-    m_answer->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    m_rows.setSourceModel(&session.tuners());
-    makeTable();
+    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
     top->addWidget(m_filter);
+    top->addWidget(m_groups);
     top->addWidget(m_count, 1);
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addLayout(top);
-    layout->addWidget(m_table, 1);
-    layout->addWidget(m_answer);
+    for (const char* const id : {"tuner-why-not", "tuner-order"})
+        top->addWidget(actions().makeButton(QLatin1String(id), this));
+    return top;
+}
+
+void TunersPage::makeActions()
+{
+    ActionTable::Entry why;
+    why.id = QStringLiteral("tuner-why-not");
+    why.text = tr("Why not?");
+    why.shortcut = QKeySequence(Qt::Key_W);
+    why.run = [this] { explain(); };
+    why.problem = [this] {
+        return m_table->currentIndex().isValid() ? QString() : tr("No tuner is selected.");
+    };
+    why.line = [this] {
+        return KoltaApps::ActionLines(session().draft().server()).explain(session().draft().order());
+    };
+    actions().add(why, this);
+    ActionTable::Entry order;
+    order.id = QStringLiteral("tuner-order");
+    order.text = tr("Order…");
+    order.shortcut = QKeySequence(Qt::CTRL + Qt::Key_Return);
+    order.run = [this] {
+        const QModelIndex current = m_table->currentIndex();
+        if (current.isValid()) {
+            Kolta::ProductionOrder wanted = session().draft().order();
+            wanted.tunerClass = current.sibling(current.row(), TunerModel::eClassColumn).data().toString();
+            session().draft().set(wanted, current.data(Roles::ServerRole).toString());
+        }
+        actions().run(QStringLiteral("page-order"));
+    };
+    actions().add(order, this);
+}
+
+void TunersPage::connectAll()
+{
     connect(m_filter, &QLineEdit::textChanged, this, &TunersPage::applyFilter);
+    connect(m_groups, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &TunersPage::showLanes);
     connect(&m_rows, &QAbstractItemModel::modelAboutToBeReset, this, &TunersPage::remember);
     connect(&m_rows, &QAbstractItemModel::modelReset, this, &TunersPage::restore);
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&m_rows, signal, this, &TunersPage::showCount);
-    connect(&m_rows, &QAbstractItemModel::dataChanged, this, &TunersPage::explain);
-    showCount();
+    connect(&m_rows, &QAbstractItemModel::dataChanged, this, &TunersPage::followLater);
+    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(&session().processors(), signal, this, &TunersPage::followLater);
+    connect(&m_following, &QTimer::timeout, this, &TunersPage::showLanes);
+    connect(m_axis, &FrequencyAxis::si_TunerChosen, this, &TunersPage::select);
+    connect(m_axis, &FrequencyAxis::si_LaneChosen, this, &TunersPage::showLane);
+    connect(m_axis, &FrequencyAxis::si_BandMarked, this, [this](double from, double to) {
+        session().draft().setBand(from, to);
+        actions().run(QStringLiteral("page-order"));
+    });
+    connect(&session().draft(), &OrderDraft::si_Changed, this, [this] { m_answer->hide(); });
 }
 
 void TunersPage::makeTable()
@@ -79,7 +167,7 @@ void TunersPage::makeTable()
     for (int column = 0; column < TunerModel::eColumnCount; ++column)
         header->resizeSection(column, widths[column]);
     m_table->setColumnHidden(TunerModel::eTypeColumn, true);
-    connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &TunersPage::explain);
+    connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &TunersPage::tellCurrent);
 }
 
 void TunersPage::applyFilter()
@@ -113,15 +201,17 @@ void TunersPage::remember()
 void TunersPage::restore()
 {
     showCount();
-    for (int row = 0; !m_currentKey.isEmpty() && row < m_rows.rowCount(); ++row) {
+    select(m_currentKey);
+    m_table->verticalScrollBar()->setValue(m_topRow);
+}
+
+void TunersPage::select(const QString& key)
+{
+    for (int row = 0; !key.isEmpty() && row < m_rows.rowCount(); ++row) {
         const QModelIndex index = m_rows.index(row, 0);
-        if (index.data(Roles::KeyRole).toString() != m_currentKey)
-            continue;
-        m_table->setCurrentIndex(index);
-        m_table->verticalScrollBar()->setValue(m_topRow);
-        return;
+        if (index.data(Roles::KeyRole).toString() == key)
+            return m_table->setCurrentIndex(index);
     }
-    explain();
 }
 
 void TunersPage::showCount()
@@ -131,26 +221,60 @@ void TunersPage::showCount()
     if (shown == 0 && all > 0)
         m_count->setText(tr("No tuner matches \"%1\"").arg(m_filter->text()));
     else if (shown == all)
-        m_count->setText(tr("%1 tuners").arg(locale.toString(all)));
+        m_count->setText(tr("%Ln tuner(s)", nullptr, all));
     else
         m_count->setText(tr("%1 of %2 tuners").arg(locale.toString(shown), locale.toString(all)));
+    followLater();
 }
 
-/// Why the selected tuner cannot be had.
+/// A hidden page counts nothing.
+void TunersPage::followLater()
+{
+    if (isVisible() && !m_following.isActive())
+        m_following.start();
+}
+
+void TunersPage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    showLanes();
+}
+
+void TunersPage::showLanes()
+{
+    m_following.stop();
+    m_axis->setLanes(lanesOf(session(), m_rows, static_cast<TunerGroups>(m_groups->currentIndex())));
+}
+
+/// By a word of the filter line, where everybody sees it and can take it out.
+void TunersPage::showLane(const QString& name)
+{
+    if (m_groups->currentIndex() != static_cast<int>(TunerGroups::None))
+        m_filter->setText(QStringLiteral("\"%1\"").arg(name));
+}
+
+void TunersPage::tellCurrent()
+{
+    const QModelIndex current = m_table->currentIndex();
+    m_axis->setCurrent(current.data(Roles::KeyRole).toString());
+    if (m_answer->isVisible())
+        explain();
+    actions().refresh();
+}
+
+/// Why the selected tuner cannot be had for what somebody is about to order.
 void TunersPage::explain()
 {
     const QModelIndex current = m_table->currentIndex();
     m_answer->setVisible(current.isValid());
     if (!current.isValid())
         return;
-    const QString name = current.sibling(current.row(), TunerModel::eNameColumn).data().toString();
-    const QString holder = current.data(Roles::HolderRole).toString();
-    const QString state = current.sibling(current.row(), TunerModel::eStateColumn).data().toString();
-    const bool isStale = current.data(Roles::StaleRole).toBool();
-    m_answer->setText(tr("%1: %2").arg(name, holder.isEmpty() ? state : holder) +
-                      (isStale ? tr(", last known %1; its server is away")
-                                     .arg(timeText(current.data(Roles::LastKnownRole).toDateTime()))
-                               : QString()));
+    QString text = whyNot(session(), current);
+    if (current.data(Roles::StaleRole).toBool())
+        text += tr(" Last known %1; its server is away.")
+                    .arg(timeText(current.data(Roles::LastKnownRole).toDateTime()));
+    m_answer->setText(text);
+    m_answer->setToolTip(text);
 }
 
 bool TunersPage::isFilled() const

@@ -36,7 +36,7 @@ struct KOLTA_COMMON_EXPORT OrderCandidate
 };
 
 /// All tuners that were considered for an order, as at the moment when it was asked for.
-struct OrderChoice
+struct KOLTA_COMMON_EXPORT OrderChoice
 {
     QString problem; ///< why there is nothing to choose from; empty when there is
     /// As they would be taken one after the other, then the refused ones.

@@ -1,0 +1,175 @@
+#include "candidatestable.h"
+
+#include "../orderdraft.h"
+#include "../session.h"
+#include "../stateitemdelegate.h"
+
+#include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/ordercandidates.h>
+#include <koltacommon/units.h>
+#include <koltacommon/viewroles.h>
+
+#include <QHeaderView>
+
+#include <algorithm>
+#include <limits>
+
+namespace KoltaConsole {
+
+namespace Roles = Kolta::ViewRoles;
+using Kolta::CandidatesModel;
+using Kolta::OrderCandidate;
+
+namespace {
+
+/// As the delegate asks for texts of refused ones: dim.
+class CandidateDelegate : public StateItemDelegate
+{
+public:
+    using StateItemDelegate::StateItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        StateItemDelegate::initStyleOption(option, index);
+        const bool isRefused =
+            index.sibling(index.row(), CandidatesModel::eRankColumn).data().toString().isEmpty();
+        if (!isRefused)
+            return;
+        option->palette.setColor(QPalette::Text, Theme::instance().color(Role::Dim));
+        option->palette.setColor(QPalette::HighlightedText, Theme::instance().onSelection(Role::Dim));
+    }
+};
+
+} // namespace
+
+bool CandidatesTable::Rows::filterAcceptsRow(int row, const QModelIndex& parent) const
+{
+    return server.isEmpty() ||
+           sourceModel()->index(row, 0, parent).data(Roles::ServerRole).toString() == server;
+}
+
+/// The rank is that on the own server.
+bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b) const
+{
+    const auto key = [](const QModelIndex& index, int column) {
+        return index.sibling(index.row(), column).data(Roles::SortRole).toInt();
+    };
+    const int ranks[] = {key(a, CandidatesModel::eRankColumn), key(b, CandidatesModel::eRankColumn)};
+    constexpr int kRefused = std::numeric_limits<int>::max();
+    if ((ranks[0] == kRefused) != (ranks[1] == kRefused))
+        return ranks[1] == kRefused;
+    const int costs[] = {key(a, CandidatesModel::eCostColumn), key(b, CandidatesModel::eCostColumn)};
+    if (costs[0] != costs[1])
+        return costs[0] < costs[1];
+    return ranks[0] != ranks[1] ? ranks[0] < ranks[1] : a.row() < b.row();
+}
+
+CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(parent), m_session(session)
+{
+    m_rows.setSourceModel(&m_model);
+    m_rows.setDynamicSortFilter(true);
+    m_rows.sort(0);
+    setModel(&m_rows);
+    setItemDelegate(new CandidateDelegate(this, [](const QModelIndex& index) {
+        if (index.column() != CandidatesModel::eTunerColumn)
+            return std::optional<Look>();
+        Look look = tunerLook(index.data(Roles::StateRole).toInt());
+        look.word = index.data().toString();
+        return std::optional<Look>(look);
+    }));
+    setRootIsDecorated(false);
+    setUniformRowHeights(true);
+    setAlternatingRowColors(true);
+    setAccessibleName(tr("Candidates"));
+    const int widths[] = {52, 150, 56, 150, 90, 70, 300};
+    for (int column = 0; column < CandidatesModel::eColumnCount; ++column)
+        header()->resizeSection(column, widths[column]);
+    setColumnHidden(CandidatesModel::eBandwidthColumn, true);
+    m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
+    connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);
+    connect(&session.draft(), &OrderDraft::si_Changed, this, &CandidatesTable::follow);
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &CandidatesTable::si_Changed);
+    follow();
+}
+
+void CandidatesTable::follow()
+{
+    Kolta::ProductionOrder order = m_session.draft().order();
+    order.tunerGuid.clear();
+    m_model.setOrder(order);
+    if (m_rows.server != m_session.draft().server()) {
+        m_rows.server = m_session.draft().server();
+        m_rows.refresh();
+    }
+    Q_EMIT si_Changed();
+}
+
+OrderCandidate CandidatesTable::candidate(int row) const
+{
+    return m_rows.index(row, 0).data(Roles::ItemRole).value<OrderCandidate>();
+}
+
+Offer CandidatesTable::offer() const
+{
+    const QModelIndexList chosen = selectionModel()->selectedRows();
+    const int row = chosen.isEmpty() ? 0 : chosen.first().row();
+    if (row >= m_rows.rowCount() || m_rows.index(row, 0).data(Roles::StaleRole).toBool())
+        return {};
+    const OrderCandidate found = candidate(row);
+    if (found.rank == 0)
+        return {};
+    return {m_rows.index(row, 0).data(Roles::ServerRole).toString(), found.guid(),
+            found.facts.tuner.GetTavikResource().GetDisplayName(), found.facts.cost};
+}
+
+bool CandidatesTable::isOwnChoice() const
+{
+    const QModelIndexList chosen = selectionModel()->selectedRows();
+    return !chosen.isEmpty() && chosen.first().data().toInt() > 1;
+}
+
+int CandidatesTable::acceptedCount() const
+{
+    int count = 0;
+    while (count < m_rows.rowCount() && !m_rows.index(count, 0).data().toString().isEmpty())
+        ++count;
+    return count;
+}
+
+int CandidatesTable::refusedCount() const
+{
+    return m_rows.rowCount() - acceptedCount();
+}
+
+QString CandidatesTable::reach() const
+{
+    double from = std::numeric_limits<double>::infinity(), to = 0.0;
+    for (int row = 0; row < m_rows.rowCount(); ++row) {
+        const OrderCandidate each = candidate(row);
+        from = std::min(from, each.facts.tuner.GetMinFrequency());
+        to = std::max(to, each.facts.tuner.GetMaxFrequency());
+    }
+    return to > from ? Kolta::hertzRangeToText(from, to) : QString();
+}
+
+int CandidatesTable::tooNarrowCount() const
+{
+    int count = 0;
+    for (int row = 0; row < m_rows.rowCount(); ++row)
+        count += candidate(row).facts.refusal == Kolta::TunerRefusal::TooNarrow ? 1 : 0;
+    return count;
+}
+
+QString CandidatesTable::problem() const
+{
+    const QString server = m_session.draft().server();
+    for (const QString& address : m_model.addresses()) {
+        const QString text = server.isEmpty() || address == server ? m_model.problemOf(address) : QString();
+        if (!text.isEmpty() && m_rows.rowCount() == 0)
+            return text;
+    }
+    return QString();
+}
+
+} // namespace KoltaConsole

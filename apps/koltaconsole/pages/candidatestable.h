@@ -1,0 +1,60 @@
+#pragma once
+
+#include "cart.h"
+
+#include <koltacommon/candidatesmodel.h>
+#include <koltacommon/ordercandidates.h>
+
+#include <QSortFilterProxyModel>
+#include <QTreeView>
+
+namespace KoltaConsole {
+
+/// The tuners that come into question for the draft of an order: first those that can take it, the cheapest
+/// of all servers first, then those that are refused, dim, with the reason.
+class CandidatesTable : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    CandidatesTable(Session& session, QWidget* parent);
+
+    /// What the order gets: the row that somebody chose, else the first. None when nothing can take it.
+    Offer offer() const;
+    /// Whether somebody chose another one than that which the servers would take.
+    bool isOwnChoice() const;
+    int acceptedCount() const;
+    int refusedCount() const;
+    const QAbstractItemModel& rows() const { return m_rows; }
+    /// For the fields: "20 MHz – 3.6 GHz", what all of them together reach; empty for nothing.
+    QString reach() const;
+    /// How many are refused since they are too narrow.
+    int tooNarrowCount() const;
+    /// Why a server has none; empty when all have.
+    QString problem() const;
+
+Q_SIGNALS:
+    /// The rows, or the chosen one, are others.
+    void si_Changed();
+
+private:
+    class Rows : public QSortFilterProxyModel
+    {
+    public:
+        QString server; ///< the only one that is shown; empty: all
+        void refresh() { invalidateFilter(); }
+
+    protected:
+        bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
+        bool lessThan(const QModelIndex& a, const QModelIndex& b) const override;
+    };
+
+    void follow();
+    Kolta::OrderCandidate candidate(int row) const;
+
+    Session& m_session;
+    Kolta::CandidatesModel m_model;
+    Rows m_rows;
+};
+
+} // namespace KoltaConsole

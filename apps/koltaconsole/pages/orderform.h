@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QWidget>
+
+class QComboBox;
+class QFormLayout;
+class QLabel;
+class QLineEdit;
+
+namespace KoltaConsole {
+
+class Session;
+
+/// The fields of the order that is being written. What is typed goes into the session's draft at once, and
+/// what others put there is shown. A field that cannot be read says so below itself.
+class OrderForm : public QWidget
+{
+    Q_OBJECT
+
+public:
+    OrderForm(Session& session, QWidget* parent);
+
+    /// What a field says that cannot be read; empty when all can.
+    const QString& problem() const noexcept { return m_problem; }
+    /// Below the fields, where they can be read: what the class reaches, and what is too narrow.
+    void setHints(const QString& frequency, const QString& bandwidth, bool isBandwidthWarning);
+    /// Asks the servers anew what there is to choose from.
+    void readChoices();
+
+private:
+    QLabel* addHint(QFormLayout& layout);
+    void fill(QComboBox& box, const QVector<QPair<QString, QString>>& choices);
+    void show();
+    void take();
+    double readHertz(QLineEdit& field, QLabel& hint);
+    static void tell(QLabel& hint, const QString& text, bool isWarning);
+
+    Session& m_session;
+    QComboBox* m_kind;
+    QComboBox* m_class;
+    QLineEdit* m_frequency;
+    QLabel* m_frequencyHint;
+    QLineEdit* m_bandwidth;
+    QLabel* m_bandwidthHint;
+    QComboBox* m_mcp;
+    QComboBox* m_demandClass;
+    QComboBox* m_storage;
+    QComboBox* m_server;
+    QLineEdit* m_name;
+    QString m_problem;
+    bool m_isShowing = false; ///< fields change because the draft has
+};
+
+} // namespace KoltaConsole

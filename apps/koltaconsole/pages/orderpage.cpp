@@ -1,0 +1,370 @@
+#include "orderpage.h"
+
+#include "../actions.h"
+#include "../orderdraft.h"
+#include "../session.h"
+#include "../stateitemdelegate.h"
+#include "candidatestable.h"
+#include "orderform.h"
+
+#include <common/actionlines.h>
+
+#include <koltacommon/actionrights.h>
+#include <koltacommon/installationevents.h>
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/processormodel.h>
+#include <koltacommon/productionjob.h>
+#include <koltacommon/viewroles.h>
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTimer>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+namespace Roles = Kolta::ViewRoles;
+using Kolta::Operation;
+using Kolta::ProductionJob;
+using Kolta::ProductionOrder;
+
+OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
+    : Page(session, actions, parent)
+    , m_form(new OrderForm(session, this))
+    , m_candidates(new CandidatesTable(session, this))
+    , m_heading(new QLabel(this))
+    , m_state(new QLabel(this))
+    , m_cart(session, this)
+    , m_cartHeading(new QLabel(this))
+    , m_cartTable(new QTreeView(this))
+{
+    for (QLabel* const heading : {m_heading, m_cartHeading}) {
+        heading->setProperty("heading", true);
+        heading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+    m_state->setWordWrap(true);
+    m_state->setContentsMargins(8, 0, 8, 0);
+    m_state->setAccessibleName(tr("How the order is"));
+    makeActions();
+    makeCartActions();
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(makeLeft());
+    layout->addWidget(makeRight(), 1);
+    connect(m_candidates, &CandidatesTable::si_Changed, this, &OrderPage::refreshLater);
+    connect(&m_cart, &Cart::si_Changed, this, &OrderPage::refreshCart);
+    connect(&session, &Session::si_FactsChanged, this, [this] {
+        if (isVisible())
+            m_form->readChoices();
+        refreshLater();
+    });
+    setFocusProxy(m_form);
+    refresh();
+    refreshCart();
+}
+
+QWidget* OrderPage::makeLeft()
+{
+    auto* const left = new QWidget(this);
+    auto* const heading = new QLabel(tr("Order"), left);
+    heading->setProperty("heading", true);
+    heading->setContentsMargins(8, 8, 0, 0);
+    auto* const buttons = new QHBoxLayout;
+    buttons->setContentsMargins(8, 8, 8, 12);
+    buttons->setSpacing(6);
+    for (const char* const id : {"order-start", "order-plan", "order-add", "order-cancel"}) {
+        QPushButton* const button = actions().makeButton(QLatin1String(id), left);
+        button->setDefault(qstrcmp(id, "order-start") == 0);
+        buttons->addWidget(button);
+    }
+    buttons->addStretch(1);
+    auto* const layout = new QVBoxLayout(left);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(heading);
+    layout->addWidget(m_form);
+    layout->addStretch(1);
+    layout->addWidget(m_state);
+    layout->addLayout(buttons);
+    left->setFixedWidth(m_form->width());
+    return left;
+}
+
+QWidget* OrderPage::makeRight()
+{
+    auto* const upper = new QWidget(this);
+    auto* const layout = new QVBoxLayout(upper);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    m_heading->setContentsMargins(8, 8, 8, 2);
+    layout->addWidget(m_heading);
+    layout->addWidget(m_candidates, 1);
+    auto* const right = new QSplitter(Qt::Vertical, this);
+    right->addWidget(upper);
+    right->addWidget(makeCart());
+    right->setSizes({400, 180});
+    right->setStretchFactor(0, 1);
+    right->setHandleWidth(1);
+    return right;
+}
+
+QWidget* OrderPage::makeCart()
+{
+    auto* const lower = new QWidget(this);
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(6);
+    top->addWidget(m_cartHeading, 1);
+    for (const char* const id : {"cart-share", "cart-start", "cart-clear"})
+        top->addWidget(actions().makeButton(QLatin1String(id), lower));
+    m_cartTable->setModel(&m_cart);
+    m_cartTable->setItemDelegate(new StateItemDelegate(m_cartTable, [this](const QModelIndex& index) {
+        return index.column() == Cart::eStateColumn ? std::optional<Look>(m_cart.lookOf(index.row()))
+                                                    : std::nullopt;
+    }));
+    m_cartTable->setRootIsDecorated(false);
+    m_cartTable->setUniformRowHeights(true);
+    m_cartTable->setAlternatingRowColors(true);
+    m_cartTable->setAccessibleName(tr("Cart"));
+    const int widths[] = {36, 140, 96, 90, 140, 56, 220};
+    for (int column = 0; column < Cart::eColumnCount; ++column)
+        m_cartTable->header()->resizeSection(column, widths[column]);
+    auto* const layout = new QVBoxLayout(lower);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_cartTable, 1);
+    return lower;
+}
+
+void OrderPage::makeActions()
+{
+    const auto line = [this] {
+        const ProductionOrder order = wanted();
+        return KoltaApps::ActionLines(serverOf(order)).produce(order);
+    };
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& run, const std::function<QString()>& why,
+                            const std::function<QString()>& shownLine) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.run = run;
+        entry.problem = why;
+        entry.line = shownLine;
+        entry.changes = true;
+        actions().add(entry, this);
+    };
+    add(
+        "order-start", tr("Start"), QKeySequence(Qt::CTRL + Qt::Key_Return), [this] { start(); },
+        [this] { return whyNotStart(); }, line);
+    add(
+        "order-plan", tr("Plan"), QKeySequence(), [this] { addToCart(true); },
+        [this] { return m_candidates->offer().isNone() ? tr("There is no tuner to plan.") : problem(); },
+        [this] {
+            return KoltaApps::ActionLines(session().draft().server()).plan({wanted().tunerClass}, false);
+        });
+    add(
+        "order-add", tr("To cart"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Return),
+        [this] { addToCart(false); }, [this] { return problem(); }, {});
+    add(
+        "order-cancel", tr("Cancel"), QKeySequence(),
+        [this] {
+            if (m_job)
+                m_job->cancel();
+        },
+        [this] { return m_job ? QString() : tr("No order is under way."); }, {});
+}
+
+void OrderPage::makeCartActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& run, const std::function<QString()>& why,
+                            const std::function<QString()>& line) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.run = run;
+        entry.problem = why;
+        entry.line = line;
+        entry.changes = true;
+        actions().add(entry, this);
+    };
+    const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
+    add(
+        "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); }, isEmpty,
+        [this] {
+            return KoltaApps::ActionLines(session().draft().server()).plan(m_cart.waitingClasses(), true);
+        });
+    add(
+        "cart-start", tr("Start the cart"), QKeySequence(), [this] { m_cart.start(); },
+        [this] {
+            return m_cart.readyCount() == 0 ? tr("Nothing in the cart has a tuner; share out first.")
+                                            : QString();
+        },
+        {});
+    add("cart-clear", tr("Empty"), QKeySequence(), [this] { m_cart.clear(); }, isEmpty, {});
+    add(
+        "cart-remove", tr("Take the line out of the cart"), QKeySequence(Qt::Key_Delete),
+        [this] { m_cart.remove(m_cartTable->currentIndex().row()); },
+        [this] {
+            return m_cartTable->currentIndex().isValid() ? QString() : tr("No line of the cart is selected.");
+        },
+        {});
+}
+
+void OrderPage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    m_form->readChoices();
+    refresh();
+}
+
+/// Once for all that changes in one turn.
+void OrderPage::refreshLater()
+{
+    if (m_isDue)
+        return;
+    m_isDue = true;
+    QTimer::singleShot(0, this, [this] {
+        m_isDue = false;
+        refresh();
+    });
+}
+
+void OrderPage::refresh()
+{
+    const int accepted = m_candidates->acceptedCount(), refused = m_candidates->refusedCount();
+    const QString why = problem();
+    m_heading->setText(accepted + refused > 0
+                           ? tr("Candidates: %1 can take it, %2 refused").arg(accepted).arg(refused)
+                           : tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why));
+    const QString reach = m_candidates->reach();
+    const int narrow = m_candidates->tooNarrowCount();
+    m_form->setHints(
+        reach.isEmpty() ? QString() : tr("reaches %1").arg(reach),
+        narrow == 0 ? QString() : tr("%1 of %2 are too narrow").arg(narrow).arg(accepted + refused), true);
+    actions().refresh();
+    Q_EMIT si_CommandLineChanged();
+}
+
+void OrderPage::refreshCart()
+{
+    m_cartHeading->setText(m_cart.summary());
+    refreshLater();
+}
+
+/// Why the order cannot even be written down.
+QString OrderPage::problem() const
+{
+    if (!m_form->problem().isEmpty())
+        return m_form->problem();
+    if (session().areUsersKnown()) {
+        const QString objection =
+            Kolta::objectionTo(Kolta::actionToRun(kindName(session().draft().order().kind)));
+        if (!objection.isEmpty())
+            return objection;
+    }
+    return Kolta::problemOfOrder(session().draft().order());
+}
+
+QString OrderPage::whyNotStart() const
+{
+    if (m_job)
+        return tr("An order is under way: %1").arg(m_job->progressText());
+    const QString text = problem();
+    if (!text.isEmpty())
+        return text;
+    const ProductionOrder& order = session().draft().order();
+    if (!order.tunerClass.isEmpty() && m_candidates->offer().isNone())
+        return m_candidates->refusedCount() > 0 ? tr("No tuner can take it; the reasons stand beside them.")
+                                                : m_candidates->problem();
+    return serverOf(wanted()).isEmpty() ? tr("No server is there to ask.") : QString();
+}
+
+/// The draft, with the tuner where somebody chose another than the server would.
+ProductionOrder OrderPage::wanted() const
+{
+    ProductionOrder order = session().draft().order();
+    if (m_candidates->isOwnChoice())
+        order.tunerGuid = m_candidates->offer().guid;
+    return order;
+}
+
+/// That of the tuner; of an FFP without one, that of its MCP.
+QString OrderPage::serverOf(const ProductionOrder& order) const
+{
+    const Offer offer = m_candidates->offer();
+    if (!offer.isNone())
+        return offer.server;
+    const Kolta::ProcessorModel& model = session().processors();
+    for (int row = 0; !order.mcp.isNull() && row < model.rowCount(); ++row) {
+        if (QUuid(model.index(row, 0).data(Roles::GuidRole).toString()) == order.mcp)
+            return model.index(row, Kolta::ProcessorModel::eServerColumn).data().toString();
+    }
+    return session().draft().server();
+}
+
+void OrderPage::start()
+{
+    const ProductionOrder order = wanted();
+    Kolta::KoltaServerInterface* const server = session().server(serverOf(order));
+    if (!server)
+        return;
+    m_job = new ProductionJob(*server, order, this);
+    m_job->deleteWhenFinished();
+    session().events().followOperation(*m_job, server->getAddress(),
+                                       tr("order of %1").arg(kindName(order.kind)));
+    m_state->setText(tr("◐ asked %1").arg(server->getAddress()));
+    connect(m_job, &Operation::progressed, m_state,
+            [this](const QString& text) { m_state->setText(QStringLiteral("◐ ") + text); });
+    m_job->then(this, [this](const Operation& operation) { takeEnd(operation); });
+    actions().refresh();
+}
+
+void OrderPage::takeEnd(const Operation& operation)
+{
+    const auto& job = static_cast<const ProductionJob&>(operation);
+    m_job.clear();
+    m_state->setText(operation.state() == Operation::State::Done
+                         ? tr("■ %1 runs on %2")
+                               .arg(job.order().displayName, job.tuner().GetTavikResource().GetDisplayName())
+                         : QStringLiteral("▲ ") + operation.text());
+    refreshLater();
+}
+
+void OrderPage::addToCart(bool isPlanned)
+{
+    const Offer offer = m_candidates->offer();
+    const ProductionOrder order = wanted();
+    m_cart.add(order, order.tunerClass.isEmpty() ? serverOf(order) : session().draft().server());
+    if (isPlanned)
+        m_cart.plan(m_cart.rowCount() - 1, offer);
+}
+
+bool OrderPage::isFilled() const
+{
+    return m_candidates->rows().rowCount() > 0 || session().draft().isEmpty();
+}
+
+QString OrderPage::commandLine() const
+{
+    const ProductionOrder order = wanted();
+    const QString line = KoltaApps::ActionLines(serverOf(order)).produce(order);
+    return line;
+}
+
+void OrderPage::showServer(const QString& address)
+{
+    if (session().draft().server() != address)
+        session().draft().set(session().draft().order(), address);
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "cart.h"
+#include "page.h"
+
+#include <koltacommon/productionorder.h>
+
+#include <QPointer>
+
+class QLabel;
+class QPushButton;
+class QTreeView;
+
+namespace Kolta {
+class Operation;
+class ProductionJob;
+} // namespace Kolta
+
+namespace KoltaConsole {
+
+class CandidatesTable;
+class OrderForm;
+
+/// An order, the tuners that come into question for it, and the cart of those that are to be started
+/// together.
+class OrderPage : public Page
+{
+    Q_OBJECT
+
+public:
+    OrderPage(Session& session, ActionTable& actions, QWidget* parent);
+
+    bool isFilled() const override;
+    QString commandLine() const override;
+    void showServer(const QString& address) override;
+
+    const Cart& cart() const { return m_cart; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void makeActions();
+    void makeCartActions();
+    QWidget* makeLeft();
+    QWidget* makeRight();
+    QWidget* makeCart();
+    void refresh();
+    void refreshLater();
+    void refreshCart();
+    QString problem() const;
+    QString whyNotStart() const;
+    Kolta::ProductionOrder wanted() const;
+    QString serverOf(const Kolta::ProductionOrder& order) const;
+    void start();
+    void takeEnd(const Kolta::Operation& operation);
+    void addToCart(bool isPlanned);
+
+    OrderForm* m_form;
+    CandidatesTable* m_candidates;
+    QLabel* m_heading;
+    QLabel* m_state;
+    Cart m_cart;
+    QLabel* m_cartHeading;
+    QTreeView* m_cartTable;
+    QPointer<Kolta::ProductionJob> m_job;
+    bool m_isDue = false;
+};
+
+} // namespace KoltaConsole

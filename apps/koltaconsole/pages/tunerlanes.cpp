@@ -1,0 +1,102 @@
+#include "tunerlanes.h"
+
+#include "../rowindex.h"
+#include "../session.h"
+
+#include <koltacommon/processormodel.h>
+#include <koltacommon/tunermodel.h>
+#include <koltacommon/viewroles.h>
+
+#include <QCoreApplication>
+#include <QHash>
+
+#include <algorithm>
+#include <map>
+
+namespace KoltaConsole {
+
+namespace Roles = Kolta::ViewRoles;
+using Kolta::ProcessorModel;
+using Kolta::TunerBookingManager;
+using Kolta::TunerModel;
+
+namespace {
+
+struct Band
+{
+    double centre = 0.0;
+    double width = 0.0;
+};
+
+/// Two tuners of one server may have the same name; then both show the band.
+QString placeOf(const QString& server, const QString& tuner)
+{
+    return server + QLatin1Char('\n') + tuner;
+}
+
+/// What runs, by server and tuner. What is within another processor lies in its band.
+void readBands(const ProcessorModel& model, const QModelIndex& parent, QHash<QString, Band>& bands)
+{
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const auto cell = [&](int column) { return model.index(row, column, parent); };
+        const QString tuner = cell(ProcessorModel::eTunerColumn).data().toString();
+        const double centre = cell(ProcessorModel::eFrequencyColumn).data(Roles::SortRole).toDouble();
+        const QString place = placeOf(cell(ProcessorModel::eServerColumn).data().toString(), tuner);
+        if (!tuner.isEmpty() && centre > 0 && !bands.contains(place))
+            bands.insert(place,
+                         {centre, cell(ProcessorModel::eBandwidthColumn).data(Roles::SortRole).toDouble()});
+        readBands(model, cell(0), bands);
+    }
+}
+
+QString groupOf(const TunerModel& model, int row, TunerGroups groups)
+{
+    const auto cell = [&](int column) { return model.index(row, column).data().toString(); };
+    switch (groups) {
+    case TunerGroups::ByClass:
+        return cell(TunerModel::eClassColumn);
+    case TunerGroups::ByServer:
+        return cell(TunerModel::eServerColumn);
+    case TunerGroups::ByType:
+        return cell(TunerModel::eTypeColumn);
+    case TunerGroups::None:
+        break;
+    }
+    return QCoreApplication::translate("KoltaConsole::TunersPage", "All tuners");
+}
+
+} // namespace
+
+QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups groups)
+{
+    QHash<QString, Band> bands;
+    readBands(session.processors(), {}, bands);
+    const TunerModel& model = session.tuners();
+    std::map<QString, Lane> byName; // by what names are sorted by
+    for (int shown = 0; shown < rows.rowCount(); ++shown) {
+        const int row = rows.sourceRow(shown);
+        const QModelIndex index = model.index(row, TunerModel::eNameColumn);
+        const auto record = index.data(Roles::ItemRole).value<RESOURCEMANAGEMENT::Tuner>();
+        LaneTuner tuner;
+        tuner.key = index.data(Roles::KeyRole).toString();
+        tuner.from = record.GetMinFrequency();
+        tuner.to = record.GetMaxFrequency();
+        tuner.state = index.data(Roles::StateRole).toInt();
+        tuner.isStale = index.data(Roles::StaleRole).toBool();
+        const Band band =
+            bands.value(placeOf(index.data(Roles::ServerRole).toString(), index.data().toString()));
+        tuner.centre = band.centre;
+        tuner.width = band.width;
+        const QString name = groupOf(model, row, groups);
+        Lane& lane = byName[Roles::sortText(name)];
+        lane.name = name;
+        lane.free += tuner.state == TunerBookingManager::eFree && !tuner.isStale ? 1 : 0;
+        lane.tuners.append(tuner);
+    }
+    QVector<Lane> lanes;
+    for (const auto& [sortText, lane] : byName)
+        lanes.append(lane);
+    return lanes;
+}
+
+} // namespace KoltaConsole

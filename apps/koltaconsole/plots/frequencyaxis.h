@@ -1,0 +1,79 @@
+#pragma once
+
+#include "frequencylanes.h"
+
+#include <QPoint>
+#include <QVector>
+#include <QWidget>
+
+#include <memory>
+
+class QScrollBar;
+class QToolButton;
+
+namespace KoltaConsole {
+
+class LanesPlot;
+
+/// What tuners reach and what runs where, as lanes above a frequency axis: logarithmic until a decade is on
+/// screen, then linear. Wheel, keys (+ − ← → 0) and buttons zoom and move; dragging moves; dragging with
+/// Shift marks a band, which begins an order and tunes nothing.
+class FrequencyAxis : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit FrequencyAxis(QWidget* parent);
+    ~FrequencyAxis() override;
+
+    void setLanes(const QVector<Lane>& lanes);
+    const QVector<Lane>& lanes() const;
+    /// Outlines that tuner; empty: none.
+    void setCurrent(const QString& key);
+
+    double from() const; ///< Hz, at the left edge
+    double to() const;
+    /// Within what the tuners reach, at least 1 kHz wide.
+    void setRange(double from, double to);
+    /// Makes what is shown wider (factor above 1) or narrower around that frequency.
+    void zoom(double factor, double around);
+    /// Moves by that part of what is shown.
+    void pan(double part);
+    void showAll();
+
+Q_SIGNALS:
+    void si_BandMarked(double from, double to);
+    void si_TunerChosen(const QString& key);
+    void si_RangeChanged();
+    /// Somebody wants to see the tuners of that lane alone.
+    void si_LaneChosen(const QString& name);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    class Gutter;
+    enum class Drag { None, Move, Mark };
+
+    QWidget* makeLegend();
+    void layOut();
+    QRectF laneRoom(int lane) const;
+    int laneAt(int y) const;
+    void press(const QPoint& point, bool marks);
+    void drag(const QPoint& point);
+    void release(const QPoint& point);
+    void choose(const QPoint& point);
+    double frequencyAt(int x) const;
+
+    std::unique_ptr<LanesPlot> m_plot;
+    Gutter* m_gutter;
+    QScrollBar* m_scroll;
+    Drag m_drag = Drag::None;
+    QPoint m_pressed;
+    double m_pressedFrom = 0.0;
+    double m_pressedTo = 0.0;
+};
+
+} // namespace KoltaConsole

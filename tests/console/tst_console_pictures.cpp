@@ -1,0 +1,106 @@
+#include "consoletest.h"
+
+#include <koltaconsole/orderdraft.h>
+#include <koltaconsole/pages/pages.h>
+#include <koltaconsole/texts.h>
+
+#include <simulation/simulatedserver.h>
+
+#include <QAbstractButton>
+#include <QHeaderView>
+#include <QLabel>
+#include <QTemporaryDir>
+#include <QTranslator>
+#include <QTreeView>
+
+using namespace KoltaConsole;
+
+/// Every page as people see it, in both languages and themes: nothing is cut off, stands outside or lacks a
+/// name. KOLTA_PICTURES names a folder that the pictures are written to.
+class TestPictures : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyPage_data()
+    {
+        const Rows<QString, QString, bool> row("language theme vanished");
+        row("english light", "en", "light", false);
+        row("english dark, a server vanished", "en", "dark", true);
+        row("german light, a server vanished", "de", "light", true);
+    }
+    void everyPage();
+
+private:
+    static QString faultOf(QWidget& window);
+};
+
+/// What a person would complain of; empty for nothing.
+QString TestPictures::faultOf(QWidget& window)
+{
+    for (const QWidget* const widget : window.findChildren<QWidget*>()) {
+        if (!widget->isVisible())
+            continue;
+        const QString what =
+            QStringLiteral("%1 \"%2\"")
+                .arg(QLatin1String(widget->metaObject()->className()), widget->accessibleName());
+        if (const auto* const button = qobject_cast<const QAbstractButton*>(widget);
+            button && button->width() < button->fontMetrics().horizontalAdvance(button->text()))
+            return what + QStringLiteral(" cuts ") + button->text();
+        if (const auto* const header = qobject_cast<const QHeaderView*>(widget);
+            header && header->orientation() == Qt::Horizontal) {
+            for (int i = 0; i < header->count(); ++i) {
+                const QString title = header->model()->headerData(i, Qt::Horizontal).toString();
+                if (!header->isSectionHidden(i) &&
+                    header->sectionSize(i) < header->fontMetrics().horizontalAdvance(title))
+                    return what + QStringLiteral(" cuts ") + title;
+            }
+        }
+        const QRect place(widget->mapTo(&window, QPoint()), widget->size());
+        if (widget->parentWidget() == &window && !window.rect().contains(place))
+            return what + QStringLiteral(" is outside");
+    }
+    return QString();
+}
+
+void TestPictures::everyPage()
+{
+    QFETCH(QString, language);
+    QFETCH(QString, theme);
+    QFETCH(bool, vanished);
+    QTranslator texts;
+    QVERIFY(loadTexts(texts, language));
+    QCoreApplication::installTranslator(&texts);
+    Theme::instance().apply(theme == QLatin1String("dark") ? Theme::Choice::Dark : Theme::Choice::Light);
+    const QTemporaryDir folder;
+    const QString target = qEnvironmentVariable("KOLTA_PICTURES", folder.path());
+    Stage stage;
+    stage.window->resize(1280, 800);
+    QTRY_VERIFY(stage.isSettled());
+    Kolta::ProductionOrder order;
+    order.tunerClass = QStringLiteral("Wide");
+    order.frequency = 98.5e6;
+    order.bandwidth = 8e6;
+    order.displayName = QStringLiteral("MCP 7");
+    stage.session->draft().set(order, QString());
+    if (vanished) {
+        stage.session->simulation()->server(QStringLiteral("S3"))->vanish();
+        QTRY_COMPARE(stage.session->attentionCount(), 2);
+    }
+    for (const QString& id : pageIds()) {
+        QVERIFY(stage.window->showPage(id) != nullptr);
+        QTRY_VERIFY(stage.isSettled());
+        QCoreApplication::processEvents();
+        const QString fault = faultOf(*stage.window);
+        const QString name = QStringLiteral("%1/%2-%3-%4.png").arg(target, id, language, theme);
+        QVERIFY2(stage.window->grab().save(name), qPrintable(name));
+        QVERIFY2(fault.isEmpty(), qPrintable(id + QStringLiteral(": ") + fault));
+        QCOMPARE(stage.window->size(), QSize(1280, 800));
+    }
+    stage.window->resize(1024, 640);
+    QCOMPARE(stage.window->size(), QSize(1024, 640));
+    QCoreApplication::removeTranslator(&texts);
+}
+
+KOLTA_CONSOLE_TEST(TestPictures);
+#include "tst_console_pictures.moc"
