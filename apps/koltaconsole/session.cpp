@@ -121,7 +121,7 @@ Session::~Session()
     registry.setDiscovery(false);
     registry.removeAllServers();
     if (m_areUsersKnown)
-        UserRights::Instance().Reset();
+        UserRights::Instance().InitForStandalone(QString());
 }
 
 bool Session::simulate(const Options& options, QString& error)

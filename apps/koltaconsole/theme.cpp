@@ -115,12 +115,13 @@ QString Theme::styleSheet() const
 {
     const auto name = [this](Role role) { return color(role).name(); };
     QString sheet = QStringLiteral(
-        "QLineEdit, QComboBox, QPushButton { border: 1px solid @border; border-radius: 3px; padding: 3px "
+        "QLineEdit, QPushButton { border: 1px solid @border; border-radius: 3px; padding: 3px "
         "8px; "
         "background: @base; min-height: 18px; }"
         "QPushButton:disabled { border: 1px dashed @line; color: @dim; }"
-        "QLineEdit:focus, QComboBox:focus, QPushButton:focus { border: 2px solid @planned; padding: 2px 7px; "
+        "QLineEdit:focus, QPushButton:focus { border: 2px solid @planned; padding: 2px 7px; "
         "}"
+        "QPushButton:default { border: 2px solid @planned; padding: 2px 7px; font-weight: bold; }"
         "QTreeView, QTableView { border: none; background: @base; alternate-background-color: @alternate; "
         "selection-background-color: @selection; selection-color: @text; }"
         "QTreeView::item { height: 24px; }"

@@ -49,7 +49,14 @@ bool CandidatesTable::Rows::filterAcceptsRow(int row, const QModelIndex& parent)
            sourceModel()->index(row, 0, parent).data(Roles::ServerRole).toString() == server;
 }
 
-/// The rank is that on the own server.
+QVariant CandidatesTable::Rows::data(const QModelIndex& index, int role) const
+{
+    const QVariant own = QSortFilterProxyModel::data(index, role);
+    const bool isRank = role == Qt::DisplayRole && index.column() == CandidatesModel::eRankColumn;
+    return isRank && !own.toString().isEmpty() ? QVariant(index.row() + 1) : own;
+}
+
+/// By rank on the own server where costs are equal.
 bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b) const
 {
     const auto key = [](const QModelIndex& index, int column) {
@@ -82,8 +89,9 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(
     setUniformRowHeights(true);
     setAlternatingRowColors(true);
     setAccessibleName(tr("Candidates"));
-    const int widths[] = {52, 150, 56, 150, 90, 70, 300};
-    for (int column = 0; column < CandidatesModel::eColumnCount; ++column)
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    const int widths[] = {48, 130, 56, 130, 90, 64};
+    for (int column = 0; column < CandidatesModel::eReasonColumn; ++column)
         header()->resizeSection(column, widths[column]);
     setColumnHidden(CandidatesModel::eBandwidthColumn, true);
     m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
@@ -126,7 +134,7 @@ Offer CandidatesTable::offer() const
 bool CandidatesTable::isOwnChoice() const
 {
     const QModelIndexList chosen = selectionModel()->selectedRows();
-    return !chosen.isEmpty() && chosen.first().data().toInt() > 1;
+    return !chosen.isEmpty() && chosen.first().data(Roles::SortRole).toInt() > 1;
 }
 
 int CandidatesTable::acceptedCount() const

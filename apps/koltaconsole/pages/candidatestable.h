@@ -43,6 +43,8 @@ private:
     public:
         QString server; ///< the only one that is shown; empty: all
         void refresh() { invalidateFilter(); }
+        /// The rank among all that are shown.
+        QVariant data(const QModelIndex& index, int role) const override;
 
     protected:
         bool filterAcceptsRow(int row, const QModelIndex& parent) const override;

@@ -139,6 +139,8 @@ OrderForm::OrderForm(Session& session, QWidget* parent)
     }
     for (QLineEdit* const line : {m_frequency, m_bandwidth, m_name})
         connect(line, &QLineEdit::textEdited, this, &OrderForm::take);
+    for (QLineEdit* const line : {m_frequency, m_bandwidth})
+        connect(line, &QLineEdit::editingFinished, this, &OrderForm::show); // with its unit
     connect(&session.draft(), &OrderDraft::si_Changed, this, &OrderForm::show);
     show();
 }
@@ -224,8 +226,8 @@ void OrderForm::show()
     const auto choose = [](QComboBox& box, const QString& value) {
         box.setCurrentIndex(qMax(0, box.findData(value)));
     };
-    const auto write = [](QLineEdit& line, const QString& text) {
-        if (!line.hasFocus())
+    const auto write = [this](QLineEdit& line, const QString& text) {
+        if (!m_isTaking && !line.property("wrong").toBool())
             line.setText(text);
     };
     const auto hertz = [](double value) { return value > 0 ? Kolta::hertzToText(value) : QString(); };
@@ -285,7 +287,9 @@ void OrderForm::take()
     const bool isSameServer = server == m_session.draft().server();
     order.storageGuids = storage.isEmpty() || !isSameServer ? QStringList() : QStringList(storage);
     order.displayName = m_name->text().trimmed();
+    m_isTaking = true;
     m_session.draft().set(order, server);
+    m_isTaking = false;
 }
 
 } // namespace KoltaConsole

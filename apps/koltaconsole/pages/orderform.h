@@ -49,6 +49,7 @@ private:
     QLineEdit* m_name;
     QString m_problem;
     bool m_isShowing = false; ///< fields change because the draft has
+    bool m_isTaking = false;  ///< the draft changes because a field has
 };
 
 } // namespace KoltaConsole

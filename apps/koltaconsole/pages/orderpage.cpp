@@ -131,8 +131,9 @@ QWidget* OrderPage::makeCart()
     m_cartTable->setUniformRowHeights(true);
     m_cartTable->setAlternatingRowColors(true);
     m_cartTable->setAccessibleName(tr("Cart"));
-    const int widths[] = {36, 140, 96, 90, 140, 56, 220};
-    for (int column = 0; column < Cart::eColumnCount; ++column)
+    m_cartTable->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    const int widths[] = {32, 110, 86, 86, 120, 50};
+    for (int column = 0; column < Cart::eStateColumn; ++column)
         m_cartTable->header()->resizeSection(column, widths[column]);
     auto* const layout = new QVBoxLayout(lower);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -357,8 +358,7 @@ bool OrderPage::isFilled() const
 QString OrderPage::commandLine() const
 {
     const ProductionOrder order = wanted();
-    const QString line = KoltaApps::ActionLines(serverOf(order)).produce(order);
-    return line;
+    return KoltaApps::ActionLines(serverOf(order)).produce(order);
 }
 
 void OrderPage::showServer(const QString& address)

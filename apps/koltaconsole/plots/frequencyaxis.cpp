@@ -6,6 +6,8 @@
 
 #include <qwt_scale_map.h>
 
+#include <qwt_scale_map.h>
+
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -393,7 +395,7 @@ void FrequencyAxis::drag(const QPoint& point)
         m_plot->replot();
     } else if (m_drag == Drag::Move && (point - m_pressed).manhattanLength() >= kDragFrom) {
         m_plot->setRange(m_pressedFrom, m_pressedTo);
-        pan(static_cast<double>(m_pressed.x() - point.x()) / std::max(1, m_plot->canvas()->width()));
+        pan((m_pressed.x() - point.x()) / std::max(1.0, m_plot->canvasMap(QwtPlot::xBottom).pDist()));
     }
 }
 

@@ -10,6 +10,7 @@
 #include <qwt_scale_draw.h>
 #include <qwt_scale_engine.h>
 #include <qwt_scale_map.h>
+#include <qwt_scale_widget.h>
 
 #include <QPainter>
 
@@ -58,6 +59,7 @@ LanesPlot::LanesPlot(QWidget* parent, std::function<QRectF(int)> roomOf)
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     setMinimumSize(100, 60);
+    axisWidget(QwtPlot::xBottom)->setMinBorderDist(28, 28); // room for the labels at both ends
     m_item->attach(this);
     dress();
 }

@@ -1,0 +1,201 @@
+#include "consoletest.h"
+
+#include <koltaconsole/orderdraft.h>
+#include <koltaconsole/pages/candidatestable.h>
+#include <koltaconsole/pages/orderform.h>
+#include <koltaconsole/pages/orderpage.h>
+#include <koltaconsole/plots/frequencyaxis.h>
+
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/processormodel.h>
+#include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/viewroles.h>
+#include <simulation/simulatedserver.h>
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QSignalSpy>
+
+#include <cmath>
+
+using namespace KoltaConsole;
+
+namespace {
+
+/// As a mouse would, which cannot be had off screen.
+void sendMouse(QWidget& widget, QEvent::Type type, const QPoint& point, Qt::KeyboardModifiers keys)
+{
+    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+    QMouseEvent event(type, point, widget.mapToGlobal(point), button, held, keys);
+    QCoreApplication::sendEvent(&widget, &event);
+}
+
+void drag(QWidget& widget, const QPoint& from, const QPoint& to, Qt::KeyboardModifiers keys)
+{
+    sendMouse(widget, QEvent::MouseButtonPress, from, keys);
+    sendMouse(widget, QEvent::MouseMove, (from + to) / 2, keys);
+    sendMouse(widget, QEvent::MouseMove, to, keys);
+    sendMouse(widget, QEvent::MouseButtonRelease, to, keys);
+}
+
+int topLevelCount(const Stage& stage)
+{
+    return stage.session->processors().rowCount();
+}
+
+} // namespace
+
+/// From a band on the axis to what runs.
+class TestOrder : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void axis();
+    void startsWhatIsWritten();
+    void cart();
+
+private:
+    static QLineEdit& field(OrderPage& page, const char* name)
+    {
+        for (QLineEdit* const line : page.findChildren<QLineEdit*>()) {
+            if (line->accessibleName() == QLatin1String(name))
+                return *line;
+        }
+        qFatal("no field %s", name);
+    }
+    static void choose(OrderPage& page, const char* name, const char* value)
+    {
+        for (QComboBox* const box : page.findChildren<QComboBox*>()) {
+            if (box->accessibleName() != QLatin1String(name))
+                continue;
+            box->setCurrentIndex(box->findData(QLatin1String(value)));
+            Q_EMIT box->activated(box->currentIndex());
+        }
+    }
+};
+
+/// Zooming keeps the frequency under the pointer, moving keeps the width, neither leaves what there is; only
+/// dragging with Shift begins an order.
+void TestOrder::axis()
+{
+    Options options;
+    options.page = QStringLiteral("tuners");
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const axis = stage.window->findChild<FrequencyAxis*>();
+    QTRY_COMPARE(axis->lanes().size(), 5);
+    QCOMPARE(axis->from(), 9e3);
+    QCOMPARE(axis->to(), 18e9);
+    QTest::keyClick(axis, Qt::Key_Plus);
+    QVERIFY(std::abs(std::sqrt(axis->from() * axis->to()) / std::sqrt(9e3 * 18e9) - 1) < 1e-6);
+    QTest::keyClick(axis, Qt::Key_Minus);
+    QTest::keyClick(axis, Qt::Key_Minus);
+    QTest::keyClick(axis, Qt::Key_Left);
+    QCOMPARE(axis->from(), 9e3);
+    QCOMPARE(axis->to(), 18e9);
+    axis->setRange(88e6, 108e6);
+    axis->pan(0.5);
+    QCOMPARE(axis->from(), 98e6);
+    QCOMPARE(axis->to(), 118e6);
+    axis->zoom(0.5, 100e6);
+    QCOMPARE(axis->from(), 99e6);
+    QCOMPARE(axis->to(), 109e6);
+    QWidget* const canvas = axis->findChild<QWidget*>(QStringLiteral("QwtPlotCanvas"));
+    const QPoint left(canvas->width() / 4, 20), right(canvas->width() / 2, 20);
+    const QSignalSpy marked(axis, &FrequencyAxis::si_BandMarked);
+    drag(*canvas, right, left, Qt::NoModifier);
+    QCOMPARE(marked.size(), 0);
+    QVERIFY(axis->from() > 99e6);
+    axis->setRange(100e6, 110e6);
+    drag(*canvas, right, left, Qt::ShiftModifier);
+    QCOMPARE(marked.size(), 1);
+    const auto& order = stage.session->draft().order();
+    QVERIFY(std::abs(order.frequency - 103.75e6) < 0.1e6);
+    QVERIFY(order.bandwidth > 2.4e6 && order.bandwidth < 2.9e6);
+    QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
+    QCOMPARE(topLevelCount(stage), 5); // nothing was started
+}
+
+/// Candidates follow every key; a server that vanishes between choosing and starting is not asked; what
+/// cannot be read is told and cannot be started.
+void TestOrder::startsWhatIsWritten()
+{
+    Stage stage;
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    ActionTable& actions = stage.window->actions();
+    auto* const candidates = page->findChild<CandidatesTable*>();
+    QVERIFY(!actions.enabledBecause(QStringLiteral("order-start")).isEmpty());
+    choose(*page, "Class", "Wide");
+    QTRY_COMPARE(candidates->acceptedCount(), 22); // of 30, some of which are in use or out of reach
+    QTest::keyClicks(&field(*page, "Frequency"), QStringLiteral("7,1"));
+    QTRY_COMPARE(candidates->acceptedCount(), 0);
+    QVERIFY(!actions.run(QStringLiteral("order-start")));
+    field(*page, "Frequency").clear();
+    QTest::keyClicks(&field(*page, "Frequency"), QStringLiteral("98.5x"));
+    QVERIFY(actions.enabledBecause(QStringLiteral("order-start")).contains(QLatin1String("98.5 x")));
+    QTest::keyClick(&field(*page, "Frequency"), Qt::Key_Backspace);
+    QCOMPARE(stage.session->draft().order().frequency, 98.5e6);
+    QTRY_COMPARE(candidates->acceptedCount(), 22);
+
+    // The row that somebody chose stays that tuner, whatever becomes of its rank.
+    candidates->setCurrentIndex(candidates->rows().index(7, 0));
+    const Offer chosen = candidates->offer();
+    QVERIFY(!chosen.isNone() && candidates->isOwnChoice());
+    stage.session->simulation()->server(chosen.server)->vanish();
+    QTRY_VERIFY(candidates->offer().isNone());
+    QVERIFY(!actions.run(QStringLiteral("order-start")));
+    stage.session->simulation()->server(chosen.server)->comeBack();
+    QTRY_COMPARE(candidates->offer().guid, chosen.guid);
+    QVERIFY(page->commandLine().contains(chosen.guid));
+
+    const int before = topLevelCount(stage);
+    QTest::keyClick(page, Qt::Key_Return, Qt::ControlModifier);
+    QVERIFY(!actions.enabledBecause(QStringLiteral("order-start")).isEmpty()); // one at a time
+    QTRY_VERIFY(topLevelCount(stage) > before);
+    QTRY_VERIFY(actions.enabledBecause(QStringLiteral("order-cancel")).size() > 0);
+    QVERIFY(candidates->offer().guid != chosen.guid); // it is in use now
+}
+
+/// What is shared out is planned, once each; what is taken out is given back.
+void TestOrder::cart()
+{
+    Options options;
+    options.servers = 1;
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    ActionTable& actions = stage.window->actions();
+    auto& booking = stage.session->server(QStringLiteral("S1"))->getBookingManager();
+    const int free = booking.getNumberOfFreeTuners();
+    choose(*page, "Class", "Wide");
+    QTRY_COMPARE(page->findChild<CandidatesTable*>()->acceptedCount(), 4);
+    for (int i = 0; i < 5; ++i)
+        QVERIFY(actions.run(QStringLiteral("order-add")));
+    QCOMPARE(page->cart().readyCount(), 0);
+    QVERIFY(actions.run(QStringLiteral("cart-share")));
+    QCOMPARE(page->cart().readyCount(), 4); // four tuners for five orders
+    QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
+    QCOMPARE(page->cart().lookOf(4).role, Role::Attention);
+    QVERIFY(page->cart().lookOf(4).word.contains(QLatin1String("1, 2, 3, 4")));
+    QVERIFY(actions.run(QStringLiteral("cart-share"))); // the same again
+    QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
+    const int before = topLevelCount(stage);
+    QVERIFY(actions.run(QStringLiteral("cart-start")));
+    QTRY_COMPARE(topLevelCount(stage), before + 4);
+    QTRY_COMPARE(page->cart().lookOf(3).mark, Mark::Square);
+    QVERIFY(actions.run(QStringLiteral("cart-clear")));
+    QCOMPARE(page->cart().rowCount(), 0);
+    QCOMPARE(booking.getNumberOfFreeTuners(), free - 4); // what runs goes on
+    choose(*page, "Class", "HF");
+    QTRY_VERIFY(actions.run(QStringLiteral("order-plan")));
+    QCOMPARE(booking.getNumberOfFreeTuners(), free - 5);
+    QVERIFY(actions.run(QStringLiteral("cart-clear")));
+    QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
+}
+
+KOLTA_CONSOLE_TEST(TestOrder);
+#include "tst_console_order.moc"
