@@ -162,7 +162,8 @@ void MainWindow::makeActions()
     for (int tab = 0; tab < m_tabs->count(); ++tab) {
         const QByteArray id = QByteArray("page-") + pageTable().at(tab).id;
         add(id.constData(), tr("Go to %1").arg(m_tabs->tabText(tab)),
-            QKeySequence(Qt::CTRL + Qt::Key_1 + tab), [this, tab] { m_tabs->setCurrentIndex(tab); });
+            QKeySequence(Qt::CTRL + Qt::Key_1 + tab),
+            [this, tab] { showPage(pageIds().at(tab))->setFocus(); });
     }
     add("palette", tr("Command palette"), QKeySequence(Qt::CTRL + Qt::Key_K), [this] { m_palette->open(); });
     add("attention-next", tr("Next that needs attention"), QKeySequence(Qt::Key_F8),

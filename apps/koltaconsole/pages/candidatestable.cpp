@@ -96,6 +96,8 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(
     setColumnHidden(CandidatesModel::eBandwidthColumn, true);
     m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);
+    // A server that is away or back changes rows alone.
+    connect(&m_rows, &QAbstractItemModel::dataChanged, this, &CandidatesTable::si_Changed);
     connect(&session.draft(), &OrderDraft::si_Changed, this, &CandidatesTable::follow);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &CandidatesTable::si_Changed);
     follow();

@@ -109,6 +109,7 @@ OrderForm::OrderForm(Session& session, QWidget* parent)
     , m_name(new QLineEdit(this))
 {
     setFixedWidth(kWidth);
+    setFocusProxy(m_class);
     auto* const layout = new QFormLayout(this);
     layout->setContentsMargins(8, 8, 8, 8);
     layout->setHorizontalSpacing(8);
