@@ -54,10 +54,30 @@ MainWindow::MainWindow(Session& session, const Options& options)
     setWindowTitle(tr("Kolta – %1").arg(session.url()));
     setMinimumSize(1024, 640);
     auto* const top = new TopBar(session, this);
+    makeEvents();
+    arrange(top);
+    for (const PageEntry& page : pageTable()) {
+        auto* const place = new QWidget(m_tabs);
+        (new QVBoxLayout(place))->setContentsMargins(0, 0, 0, 0);
+        m_tabs->addTab(place, QCoreApplication::translate("Pages", page.title));
+        m_pages.append(nullptr);
+    }
+    makeActions();
+    makeRegionActions();
+    connectAll();
+    connect(top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
+    connect(top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
+    restore(options.page);
+    showBanner();
+}
+
+void MainWindow::arrange(QWidget* top)
+{
+    m_tabs->setDocumentMode(true);
     m_sideways->addWidget(m_tree);
     m_sideways->addWidget(m_tabs);
     m_sideways->setStretchFactor(1, 1);
-    makeEvents();
+    m_sideways->setHandleWidth(1);
     auto* const below = new QWidget(this);
     auto* const belowLayout = new QVBoxLayout(below);
     belowLayout->setContentsMargins(0, 0, 0, 0);
@@ -68,7 +88,8 @@ MainWindow::MainWindow(Session& session, const Options& options)
     m_upright->addWidget(below);
     m_upright->setStretchFactor(0, 1);
     m_upright->setHandleWidth(1);
-    m_sideways->setHandleWidth(1);
+    m_banner->setProperty("badge", QStringLiteral("alarm"));
+    m_banner->setContentsMargins(12, 5, 12, 5);
     auto* const all = new QWidget(this);
     auto* const layout = new QVBoxLayout(all);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -77,30 +98,19 @@ MainWindow::MainWindow(Session& session, const Options& options)
     layout->addWidget(m_banner);
     layout->addWidget(m_upright, 1);
     setCentralWidget(all);
-    m_banner->setProperty("badge", QStringLiteral("alarm"));
-    m_banner->setContentsMargins(12, 5, 12, 5);
-    m_tabs->setDocumentMode(true);
-    for (const PageEntry& page : pageTable()) {
-        auto* const place = new QWidget(m_tabs);
-        (new QVBoxLayout(place))->setContentsMargins(0, 0, 0, 0);
-        m_tabs->addTab(place, QCoreApplication::translate("Pages", page.title));
-        m_pages.append(nullptr);
-    }
-    makeActions();
-    makeRegionActions();
+}
+
+void MainWindow::connectAll()
+{
     connect(m_tabs, &QTabWidget::currentChanged, this, &MainWindow::showTab);
     connect(m_tree, &InstallationTree::si_ServerSelected, this, &MainWindow::showServer);
-    connect(top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
-    connect(top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
     connect(m_attention, &AttentionList::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
-    connect(&session, &Session::si_LinkChanged, this, &MainWindow::showBanner);
+    connect(&m_session, &Session::si_LinkChanged, this, &MainWindow::showBanner);
     connect(&m_actions, &ActionTable::si_Ran, this, [this](const QString& /*id*/, const QString& line) {
         if (!line.isEmpty())
             showCommandLine(line);
     });
-    restore(options.page);
-    showBanner();
 }
 
 MainWindow::~MainWindow()

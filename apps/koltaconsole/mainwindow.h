@@ -44,6 +44,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void arrange(QWidget* top);
+    void connectAll();
     QWidget* makeCommandLine();
     void makeEvents();
     void makeActions();

@@ -29,6 +29,14 @@ void paintHatched(QPainter& painter, const QRectF& area, const QColor& color)
     painter.drawRect(area);
 }
 
+void paintHalf(QPainter& painter, const QRectF& area, const QColor& color)
+{
+    painter.drawPie(area, 90 * 16, 180 * 16);
+    painter.setPen(QPen(color, 1.3));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(area);
+}
+
 } // namespace
 
 void paintMark(QPainter& painter, const QRectF& square, Mark mark, const QColor& color)
@@ -54,10 +62,7 @@ void paintMark(QPainter& painter, const QRectF& square, Mark mark, const QColor&
         paintHatched(painter, inner, color);
         break;
     case Mark::Half:
-        painter.drawPie(inner, 90 * 16, 180 * 16);
-        painter.setPen(QPen(color, 1.3));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawEllipse(inner);
+        paintHalf(painter, inner, color);
         break;
     case Mark::Triangle:
         painter.drawPolygon(QVector<QPointF>{{square.center().x(), square.top()},

@@ -25,6 +25,34 @@ constexpr Pair kColors[] = {{0xffe9eaec, 0xff1f2327}, {0xfff7f7f8, 0xff262b30}, 
                             {0xff566b7d, 0xff9db2c4}, {0xffcbd0d5, 0xff4a525a}, {0xffc4c8cc, 0xff454c54},
                             {0xff747c84, 0xff7f8891}, {0xfff5ddb0, 0xff4a3a16}, {0xfff6d3cf, 0xff552523}};
 
+/// Words with an @ are colours.
+constexpr char kSheet[] = R"(
+QLineEdit, QPushButton { border: 1px solid @border; border-radius: 3px; padding: 3px 8px; background: @base;
+    min-height: 18px; }
+QPushButton:disabled { border: 1px dashed @line; color: @dim; }
+QLineEdit:focus, QPushButton:focus { border: 2px solid @planned; padding: 2px 7px; }
+QPushButton:default { border: 2px solid @planned; padding: 2px 7px; font-weight: bold; }
+QTreeView, QTableView { border: none; background: @base; alternate-background-color: @alternate; selection-
+    background-color: @selection; selection-color: @text; }
+QTreeView::item { height: 24px; }
+QHeaderView::section { background: @window; border: none; border-bottom: 1px solid @line; padding: 4px 8px;
+    min-height: 22px; }
+QTabWidget::pane { border: none; border-top: 1px solid @line; }
+QTabBar::tab { padding: 5px 11px; border: 1px solid @line; border-bottom: none; background: @window; margin-
+    top: 3px; color: @text; }
+QTabBar::tab:selected { background: @base; margin-top: 0px; }
+QTabBar:focus { border-bottom: 2px solid @planned; }
+QSplitter::handle { background: @line; }
+QToolTip { background: @base; color: @text; border: 1px solid @border; }
+*[dim="true"] { color: @dim; }
+*[badge="attention"] { background: @warnfill; color: @text; font-weight: bold; border: none; }
+*[warning="true"] { color: @attention; font-weight: bold; }
+QLineEdit[wrong="true"] { border: 2px solid @attention; padding: 2px 7px; }
+*[badge="quiet"] { background: transparent; color: @dim; border: none; }
+*[badge="alarm"] { background: @alarmfill; color: @text; font-weight: bold; }
+*[heading="true"] { font-size: 10.5pt; font-weight: bold; }
+)";
+
 /// Gives cells air.
 class Style : public QProxyStyle
 {
@@ -114,34 +142,7 @@ void Theme::apply(Choice choice)
 QString Theme::styleSheet() const
 {
     const auto name = [this](Role role) { return color(role).name(); };
-    QString sheet = QStringLiteral(
-        "QLineEdit, QPushButton { border: 1px solid @border; border-radius: 3px; padding: 3px "
-        "8px; "
-        "background: @base; min-height: 18px; }"
-        "QPushButton:disabled { border: 1px dashed @line; color: @dim; }"
-        "QLineEdit:focus, QPushButton:focus { border: 2px solid @planned; padding: 2px 7px; "
-        "}"
-        "QPushButton:default { border: 2px solid @planned; padding: 2px 7px; font-weight: bold; }"
-        "QTreeView, QTableView { border: none; background: @base; alternate-background-color: @alternate; "
-        "selection-background-color: @selection; selection-color: @text; }"
-        "QTreeView::item { height: 24px; }"
-        "QHeaderView::section { background: @window; border: none; border-bottom: 1px solid @line; "
-        "padding: 4px 8px; min-height: 22px; }"
-        "QTabWidget::pane { border: none; border-top: 1px solid @line; }"
-        "QTabBar::tab { padding: 5px 11px; border: 1px solid @line; border-bottom: none; background: "
-        "@window; "
-        "margin-top: 3px; color: @text; }"
-        "QTabBar::tab:selected { background: @base; margin-top: 0px; }"
-        "QTabBar:focus { border-bottom: 2px solid @planned; }"
-        "QSplitter::handle { background: @line; }"
-        "QToolTip { background: @base; color: @text; border: 1px solid @border; }"
-        "*[dim=\"true\"] { color: @dim; }"
-        "*[badge=\"attention\"] { background: @warnfill; color: @text; font-weight: bold; border: none; }"
-        "*[warning=\"true\"] { color: @attention; font-weight: bold; }"
-        "QLineEdit[wrong=\"true\"] { border: 2px solid @attention; padding: 2px 7px; }"
-        "*[badge=\"quiet\"] { background: transparent; color: @dim; border: none; }"
-        "*[badge=\"alarm\"] { background: @alarmfill; color: @text; font-weight: bold; }"
-        "*[heading=\"true\"] { font-size: 10.5pt; font-weight: bold; }");
+    QString sheet = QLatin1String(kSheet);
     const std::pair<const char*, Role> names[] = {{"@border", Role::Border},
                                                   {"@base", Role::Base},
                                                   {"@line", Role::Line},

@@ -9,6 +9,7 @@
 #include <QAbstractButton>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTranslator>
 #include <QTreeView>
@@ -32,8 +33,28 @@ private Q_SLOTS:
     void everyPage();
 
 private:
+    static void prepare(Stage& stage, const QString& page);
     static QString faultOf(QWidget& window);
 };
+
+/// Gives the page something to show.
+void TestPictures::prepare(Stage& stage, const QString& page)
+{
+    ActionTable& actions = stage.window->actions();
+    if (page == QLatin1String("tuners")) {
+        auto* const table = stage.window->currentPage()->findChild<QTreeView*>();
+        stage.window->currentPage()->filterLine()->setText(QStringLiteral("S1"));
+        table->setCurrentIndex(table->model()->index(6, 0));
+        QVERIFY(actions.run(QStringLiteral("tuner-why-not")));
+        QTest::qWait(300); // the axis follows
+    } else if (page == QLatin1String("order")) {
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(actions.run(QStringLiteral("order-add")));
+        QVERIFY(actions.run(QStringLiteral("cart-share")));
+        QVERIFY(actions.run(QStringLiteral("order-add")));
+        QCoreApplication::processEvents();
+    }
+}
 
 /// What a person would complain of; empty for nothing.
 QString TestPictures::faultOf(QWidget& window)
@@ -90,6 +111,7 @@ void TestPictures::everyPage()
     for (const QString& id : pageIds()) {
         QVERIFY(stage.window->showPage(id) != nullptr);
         QTRY_VERIFY(stage.isSettled());
+        prepare(stage, id);
         QCoreApplication::processEvents();
         const QString fault = faultOf(*stage.window);
         const QString name = QStringLiteral("%1/%2-%3-%4.png").arg(target, id, language, theme);

@@ -132,7 +132,7 @@ QWidget* OrderPage::makeCart()
     m_cartTable->setAlternatingRowColors(true);
     m_cartTable->setAccessibleName(tr("Cart"));
     m_cartTable->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    const int widths[] = {32, 110, 86, 86, 120, 50};
+    const int widths[] = {32, 138, 84, 84, 124, 46};
     for (int column = 0; column < Cart::eStateColumn; ++column)
         m_cartTable->header()->resizeSection(column, widths[column]);
     auto* const layout = new QVBoxLayout(lower);
