@@ -31,7 +31,7 @@ QLineEdit, QPushButton { border: 1px solid @border; border-radius: 3px; padding:
     min-height: 18px; }
 QPushButton:disabled { border: 1px dashed @line; color: @dim; }
 QLineEdit:focus, QPushButton:focus { border: 2px solid @planned; padding: 2px 7px; }
-QPushButton:default { border: 2px solid @planned; padding: 2px 7px; font-weight: bold; }
+QPushButton:default { border: 2px solid @planned; padding: 2px 7px; }
 QTreeView, QTableView { border: none; background: @base; alternate-background-color: @alternate; selection-
     background-color: @selection; selection-color: @text; }
 QTreeView::item { height: 24px; }

@@ -72,8 +72,7 @@ QString TestPictures::faultOf(QWidget& window)
             header && header->orientation() == Qt::Horizontal) {
             for (int i = 0; i < header->count(); ++i) {
                 const QString title = header->model()->headerData(i, Qt::Horizontal).toString();
-                if (!header->isSectionHidden(i) &&
-                    header->sectionSize(i) < header->fontMetrics().horizontalAdvance(title))
+                if (!header->isSectionHidden(i) && header->sectionSize(i) < header->sectionSizeHint(i))
                     return what + QStringLiteral(" cuts ") + title;
             }
         }

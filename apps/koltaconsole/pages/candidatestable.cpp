@@ -1,5 +1,6 @@
 #include "candidatestable.h"
 
+#include "../columns.h"
 #include "../orderdraft.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
@@ -8,8 +9,6 @@
 #include <koltacommon/ordercandidates.h>
 #include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
-
-#include <QHeaderView>
 
 #include <algorithm>
 #include <limits>
@@ -90,9 +89,7 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(
     setAlternatingRowColors(true);
     setAccessibleName(tr("Candidates"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    const int widths[] = {48, 130, 56, 130, 90, 64};
-    for (int column = 0; column < CandidatesModel::eReasonColumn; ++column)
-        header()->resizeSection(column, widths[column]);
+    setColumnWidths(*this, {48, 130, 56, 130, 90, 64});
     setColumnHidden(CandidatesModel::eBandwidthColumn, true);
     m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);

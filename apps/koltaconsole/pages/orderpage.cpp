@@ -1,6 +1,7 @@
 #include "orderpage.h"
 
 #include "../actions.h"
+#include "../columns.h"
 #include "../orderdraft.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
@@ -17,7 +18,6 @@
 #include <koltacommon/viewroles.h>
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QSplitter>
@@ -132,9 +132,7 @@ QWidget* OrderPage::makeCart()
     m_cartTable->setAlternatingRowColors(true);
     m_cartTable->setAccessibleName(tr("Cart"));
     m_cartTable->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    const int widths[] = {32, 138, 84, 84, 124, 46};
-    for (int column = 0; column < Cart::eStateColumn; ++column)
-        m_cartTable->header()->resizeSection(column, widths[column]);
+    setColumnWidths(*m_cartTable, {32, 138, 84, 84, 124, 46});
     auto* const layout = new QVBoxLayout(lower);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);

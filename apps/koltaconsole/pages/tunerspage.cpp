@@ -1,6 +1,7 @@
 #include "tunerspage.h"
 
 #include "../actions.h"
+#include "../columns.h"
 #include "../orderdraft.h"
 #include "../plots/frequencyaxis.h"
 #include "../session.h"
@@ -163,9 +164,7 @@ void TunersPage::makeTable()
     m_table->setAccessibleName(tr("Tuners"));
     QHeaderView* const header = m_table->header();
     header->moveSection(header->visualIndex(TunerModel::eStateColumn), 1);
-    const int widths[] = {150, 130, 110, 150, 100, 120, 150, 110, 90};
-    for (int column = 0; column < TunerModel::eColumnCount; ++column)
-        header->resizeSection(column, widths[column]);
+    setColumnWidths(*m_table, {140, 130, 110, 145, 96, 142, 140, 100});
     m_table->setColumnHidden(TunerModel::eTypeColumn, true);
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &TunersPage::tellCurrent);
 }

@@ -1,4 +1,2396 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
+<context>
+    <name>Kolta::AbstractItemMapModel</name>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::CandidatesModel</name>
+    <message>
+        <source>Rank</source>
+        <translation>Rang</translation>
+    </message>
+    <message>
+        <source>Tuner</source>
+        <translation>Tuner</translation>
+    </message>
+    <message>
+        <source>Cost</source>
+        <translation>Kosten</translation>
+    </message>
+    <message>
+        <source>Reaches</source>
+        <translation>Reichweite</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Reason</source>
+        <translation>Grund</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ConversionJob</name>
+    <message>
+        <source>the recording has no identifier</source>
+        <translation>die Aufzeichnung hat keine Kennung</translation>
+    </message>
+    <message>
+        <source>%1 is being converted already</source>
+        <translation>%1 wird schon konvertiert</translation>
+    </message>
+    <message>
+        <source>the entry of %1 was erased</source>
+        <translation>der Eintrag von %1 wurde gelöscht</translation>
+    </message>
+    <message>
+        <source>%1 is converted by somebody else</source>
+        <translation>%1 konvertiert jemand anderes</translation>
+    </message>
+    <message>
+        <source>the conversion of %1 failed</source>
+        <translation>die Konvertierung von %1 ist gescheitert</translation>
+    </message>
+    <message>
+        <source>converting</source>
+        <translation>wird konvertiert</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ConvertProductionResult_TextAdapter</name>
+    <message>
+        <source>finished</source>
+        <translation>fertig</translation>
+    </message>
+    <message>
+        <source>not started</source>
+        <translation>nicht begonnen</translation>
+    </message>
+    <message>
+        <source>converting</source>
+        <translation>wird konvertiert</translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation>gescheitert</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>Ergebnis</translation>
+    </message>
+    <message>
+        <source>Result type</source>
+        <translation>Ergebnisart</translation>
+    </message>
+    <message>
+        <source>Production</source>
+        <translation>Produktion</translation>
+    </message>
+    <message>
+        <source>Requested by</source>
+        <translation>Verlangt von</translation>
+    </message>
+    <message>
+        <source>Created</source>
+        <translation>Angelegt</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::Event</name>
+    <message>
+        <source>Note</source>
+        <translation>Hinweis</translation>
+    </message>
+    <message>
+        <source>Attention</source>
+        <translation>Achtung</translation>
+    </message>
+    <message>
+        <source>Alarm</source>
+        <translation>Alarm</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>Meldung</translation>
+    </message>
+    <message>
+        <source>Start-up</source>
+        <translation>Anlauf</translation>
+    </message>
+    <message>
+        <source>Resource</source>
+        <translation>Tuner, Einheit</translation>
+    </message>
+    <message>
+        <source>Processor</source>
+        <translation>Prozessor</translation>
+    </message>
+    <message>
+        <source>Production</source>
+        <translation>Produktion</translation>
+    </message>
+    <message>
+        <source>Hardware</source>
+        <translation>Hardware</translation>
+    </message>
+    <message>
+        <source>Ownership</source>
+        <translation>Besitz</translation>
+    </message>
+    <message>
+        <source>Link</source>
+        <translation>Verbindung</translation>
+    </message>
+    <message>
+        <source>Branch</source>
+        <translation>Zweig</translation>
+    </message>
+    <message>
+        <source>Operation</source>
+        <translation>Vorgang</translation>
+    </message>
+    <message>
+        <source>User</source>
+        <translation>Benutzer</translation>
+    </message>
+    <message>
+        <source>Program</source>
+        <translation>Programm</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::EventModel</name>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>Weight</source>
+        <translation>Gewicht</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>Art</translation>
+    </message>
+    <message>
+        <source>What happened</source>
+        <translation>Was geschah</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::Fault</name>
+    <message>
+        <source>&lt;No description because of unknown Fault ID: %1&gt;</source>
+        <translation>&lt;Keine Beschreibung, da die Fehlerkennung unbekannt ist: %1&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;Invalid fault description received&gt;</source>
+        <translation>&lt;Ungültige Fehlerbeschreibung empfangen&gt;</translation>
+    </message>
+    <message>
+        <source>Caused by:</source>
+        <translation>Verursacht durch:</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::FrontEndStart</name>
+    <message>
+        <source>there is no such program</source>
+        <translation>ein solches Programm gibt es nicht</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::InstallationEvents</name>
+    <message>
+        <source>is not followed any longer</source>
+        <translation>wird nicht mehr verfolgt</translation>
+    </message>
+    <message>
+        <source>nobody is logged in any more</source>
+        <translation>niemand ist mehr angemeldet</translation>
+    </message>
+    <message>
+        <source>%1 has logged in</source>
+        <translation>%1 hat sich angemeldet</translation>
+    </message>
+    <message>
+        <source>the user has %1 of %2 rights</source>
+        <translation>der Benutzer hat %1 von %2 Rechten</translation>
+    </message>
+    <message>
+        <source>link %1 is up</source>
+        <translation>Verbindung %1 steht</translation>
+    </message>
+    <message>
+        <source>link %1 was lost: %2</source>
+        <translation>Verbindung %1 ist abgerissen: %2</translation>
+    </message>
+    <message>
+        <source>link %1 was given up: %2</source>
+        <translation>Verbindung %1 wurde aufgegeben: %2</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 h</source>
+        <translation>%1 h</translation>
+    </message>
+    <message>
+        <source>is back</source>
+        <translation>ist wieder da</translation>
+    </message>
+    <message>
+        <source>is back after %1</source>
+        <translation>ist nach %1 wieder da</translation>
+    </message>
+    <message>
+        <source>says: %1</source>
+        <translation>meldet: %1</translation>
+    </message>
+    <message>
+        <source>has appeared</source>
+        <translation>ist erschienen</translation>
+    </message>
+    <message>
+        <source>has gone, as it was asked to</source>
+        <translation>ist wie verlangt gegangen</translation>
+    </message>
+    <message>
+        <source>has vanished</source>
+        <translation>ist verschwunden</translation>
+    </message>
+    <message>
+        <source>state %1 %2</source>
+        <translation>Zustand %1 %2</translation>
+    </message>
+    <message>
+        <source>errors of its start-up: %1</source>
+        <translation>Fehler beim Anlauf: %1</translation>
+    </message>
+    <message>
+        <source>registered</source>
+        <translation>angemeldet</translation>
+    </message>
+    <message>
+        <source>not registered</source>
+        <translation>nicht angemeldet</translation>
+    </message>
+    <message>
+        <source>%1 and %2 more</source>
+        <translation>%1 und %2 weitere</translation>
+    </message>
+    <message>
+        <source>all processors have stopped</source>
+        <translation>alle Prozessoren haben angehalten</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>%1 has started</source>
+        <translation>%1 läuft</translation>
+    </message>
+    <message>
+        <source>%1 has changed</source>
+        <translation>%1 hat sich geändert</translation>
+    </message>
+    <message>
+        <source>%1 has stopped</source>
+        <translation>%1 hat angehalten</translation>
+    </message>
+    <message>
+        <source>%1 was lost with its server</source>
+        <translation>%1 ging mit dem Server verloren</translation>
+    </message>
+    <message>
+        <source>still running: %1</source>
+        <translation>läuft noch: %1</translation>
+    </message>
+    <message>
+        <source>request %1</source>
+        <translation>Anforderung %1</translation>
+    </message>
+    <message>
+        <source>request for %1</source>
+        <translation>Anforderung von %1</translation>
+    </message>
+    <message>
+        <source>%1 is accepted</source>
+        <translation>%1 ist angenommen</translation>
+    </message>
+    <message>
+        <source>%1 is refused: %2</source>
+        <translation>%1 ist abgelehnt: %2</translation>
+    </message>
+    <message>
+        <source>production %1 has ended</source>
+        <translation>Produktion %1 ist beendet</translation>
+    </message>
+    <message>
+        <source>production of %1 has ended</source>
+        <translation>Produktion von %1 ist beendet</translation>
+    </message>
+    <message>
+        <source>hardware processing of %1 has begun</source>
+        <translation>Hardware-Verarbeitung von %1 hat begonnen</translation>
+    </message>
+    <message>
+        <source>hardware processing of %1 has ended</source>
+        <translation>Hardware-Verarbeitung von %1 ist beendet</translation>
+    </message>
+    <message>
+        <source>%1 at %2</source>
+        <translation>%1 auf %2</translation>
+    </message>
+    <message>
+        <source>the server</source>
+        <translation>den Server</translation>
+    </message>
+    <message>
+        <source>nobody owns %1 any more</source>
+        <translation>niemand besitzt %1 mehr</translation>
+    </message>
+    <message>
+        <source>%1 owns %2</source>
+        <translation>%1 besitzt %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ItemMapWithRequests</name>
+    <message>
+        <source>The outcome of the request is unknown; it may have been granted.</source>
+        <translation>Wie die Anfrage ausging, ist unbekannt; sie kann bewilligt worden sein.</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::Journal</name>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 (×%2 in %3: flutters)</source>
+        <translation>%1 (×%2 in %3: flattert)</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::JournalFile</name>
+    <message>
+        <source>%1 cannot be read: %2</source>
+        <translation>%1 ist nicht lesbar: %2</translation>
+    </message>
+    <message>
+        <source>%1 is no journal</source>
+        <translation>%1 ist kein Journal</translation>
+    </message>
+    <message>
+        <source>%1, line %2: %3 lines cannot be read</source>
+        <translation>%1, Zeile %2: %3 Zeilen sind nicht lesbar</translation>
+    </message>
+    <message>
+        <source>%1 is written by another process</source>
+        <translation>%1 wird von einem anderen Prozess geschrieben</translation>
+    </message>
+    <message>
+        <source>%1 cannot be written: %2</source>
+        <translation>%1 kann nicht geschrieben werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::KoltaConnection</name>
+    <message>
+        <source>The reply does not answer the component &quot;%1&quot;</source>
+        <translation>Die Antwort gilt nicht der Komponente „%1“</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::KoltaProductionControl</name>
+    <message>
+        <source>Move FFP</source>
+        <translation>FFP verschieben</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::KoltaServerInterface</name>
+    <message>
+        <source>Disconnected</source>
+        <translation>Getrennt</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::LinksModel</name>
+    <message>
+        <source>Link</source>
+        <translation>Verbindung</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Up since</source>
+        <translation>Besteht seit</translation>
+    </message>
+    <message>
+        <source>Round trip</source>
+        <translation>Umlaufzeit</translation>
+    </message>
+    <message>
+        <source>Queue</source>
+        <translation>Warteschlange</translation>
+    </message>
+    <message>
+        <source>Reconnections</source>
+        <translation>Neuverbindungen</translation>
+    </message>
+    <message>
+        <source>Last fault</source>
+        <translation>Letzter Fehler</translation>
+    </message>
+    <message>
+        <source>closed</source>
+        <translation>geschlossen</translation>
+    </message>
+    <message>
+        <source>connecting</source>
+        <translation>verbindet</translation>
+    </message>
+    <message>
+        <source>up</source>
+        <translation>steht</translation>
+    </message>
+    <message>
+        <source>waiting, next try in %1 s</source>
+        <translation>wartet, nächster Versuch in %1 s</translation>
+    </message>
+    <message>
+        <source>given up</source>
+        <translation>aufgegeben</translation>
+    </message>
+    <message>
+        <source>%1 at %2</source>
+        <translation>%1 auf %2</translation>
+    </message>
+    <message>
+        <source>%1 ms</source>
+        <translation>%1 ms</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::MapOperation</name>
+    <message>
+        <source>the collection does not exist</source>
+        <translation>die Sammlung gibt es nicht</translation>
+    </message>
+    <message>
+        <source>the collection was deleted</source>
+        <translation>die Sammlung wurde gelöscht</translation>
+    </message>
+    <message>
+        <source>waiting for the answer</source>
+        <translation>wartet auf die Antwort</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::MoveJob</name>
+    <message>
+        <source>a null GUID names no processor</source>
+        <translation>eine leere GUID benennt keinen Prozessor</translation>
+    </message>
+    <message>
+        <source>waiting for the answer of %1</source>
+        <translation>wartet auf die Antwort von %1</translation>
+    </message>
+    <message>
+        <source>%1 takes no requests</source>
+        <translation>%1 nimmt keine Anforderungen an</translation>
+    </message>
+    <message>
+        <source>%1 refuses: %2</source>
+        <translation>%1 lehnt ab: %2</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to return</source>
+        <translation>wartet auf die Rückkehr von %1</translation>
+    </message>
+    <message>
+        <source>%1 came back without it</source>
+        <translation>%1 kam ohne das zurück</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::Operation</name>
+    <message>
+        <source>; it may have happened</source>
+        <translation>; es kann geschehen sein</translation>
+    </message>
+    <message>
+        <source>cancelled</source>
+        <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>not done within %1 s</source>
+        <translation>nicht innerhalb von %1 s erledigt</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::OrderExplainer</name>
+    <message>
+        <source>the server is away</source>
+        <translation>der Server ist fort</translation>
+    </message>
+    <message>
+        <source>it is fed by the tuner of its MCP</source>
+        <translation>es wird vom Tuner seiner MCP gespeist</translation>
+    </message>
+    <message>
+        <source>%1 has no tuner %2</source>
+        <translation>%1 hat keinen Tuner %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::OwnershipJob</name>
+    <message>
+        <source>waiting for %1 to show the owner</source>
+        <translation>wartet, bis %1 den Besitzer zeigt</translation>
+    </message>
+    <message>
+        <source>%1 takes no requests</source>
+        <translation>%1 nimmt keine Anforderungen an</translation>
+    </message>
+    <message>
+        <source>waiting for the ownership, to give it back</source>
+        <translation>wartet auf den Besitz, um ihn zurückzugeben</translation>
+    </message>
+    <message>
+        <source>owned by %1 at %2</source>
+        <translation>im Besitz von %1 auf %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::PowerJob</name>
+    <message>
+        <source>there is no unit %1</source>
+        <translation>eine Einheit %1 gibt es nicht</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to switch</source>
+        <translation>wartet, bis %1 schaltet</translation>
+    </message>
+    <message>
+        <source>not switched in time: %1</source>
+        <translation>nicht rechtzeitig geschaltet: %1</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ProcessorModel</name>
+    <message>
+        <source>Processor</source>
+        <translation>Prozessor</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>Art</translation>
+    </message>
+    <message>
+        <source>Tuner</source>
+        <translation>Tuner</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Demand class</source>
+        <translation>Bedarfsklasse</translation>
+    </message>
+    <message>
+        <source>Unit</source>
+        <translation>Einheit</translation>
+    </message>
+    <message>
+        <source>Owner</source>
+        <translation>Besitzer</translation>
+    </message>
+    <message>
+        <source>Production</source>
+        <translation>Produktion</translation>
+    </message>
+    <message>
+        <source>Since</source>
+        <translation>Seit</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>operated by %1 at %2</source>
+        <translation>bedient von %1 auf %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ProductionJob</name>
+    <message>
+        <source>no MCP %1 runs</source>
+        <translation>es läuft keine MCP %1</translation>
+    </message>
+    <message>
+        <source>there is no tuner %1</source>
+        <translation>einen Tuner %1 gibt es nicht</translation>
+    </message>
+    <message>
+        <source>tuner %1 does not fit: %2</source>
+        <translation>Tuner %1 passt nicht: %2</translation>
+    </message>
+    <message>
+        <source>tuner %1 is not free</source>
+        <translation>Tuner %1 ist nicht frei</translation>
+    </message>
+    <message>
+        <source>tuner %1 is taken: %2</source>
+        <translation>Tuner %1 ist vergeben: %2</translation>
+    </message>
+    <message>
+        <source>no tuner of class %1 can be had: %2</source>
+        <translation>kein Tuner der Klasse %1 ist zu haben: %2</translation>
+    </message>
+    <message>
+        <source>waiting for the answer of %1</source>
+        <translation>wartet auf die Antwort von %1</translation>
+    </message>
+    <message>
+        <source>%1 takes no requests</source>
+        <translation>%1 nimmt keine Anforderungen an</translation>
+    </message>
+    <message>
+        <source>%1 refuses: %2</source>
+        <translation>%1 lehnt ab: %2</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to show it</source>
+        <translation>wartet, bis %1 es zeigt</translation>
+    </message>
+    <message>
+        <source>stopping</source>
+        <translation>hält an</translation>
+    </message>
+    <message>
+        <source>%1 ended it before it was seen to run</source>
+        <translation>%1 beendete es, bevor es lief</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to return</source>
+        <translation>wartet auf die Rückkehr von %1</translation>
+    </message>
+    <message>
+        <source>%1 came back without it</source>
+        <translation>%1 kam ohne das zurück</translation>
+    </message>
+    <message>
+        <source>waiting for the answer of %1, to take it back</source>
+        <translation>wartet auf die Antwort von %1, um es zurückzunehmen</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ProductionOrder</name>
+    <message>
+        <source>frequency and bandwidth must be numbers of at least 0</source>
+        <translation>Frequenz und Bandbreite müssen Zahlen ab 0 sein</translation>
+    </message>
+    <message>
+        <source>the record is no %1</source>
+        <translation>der Datensatz ist kein %1</translation>
+    </message>
+    <message>
+        <source>an FFP needs an MCP</source>
+        <translation>eine FFP braucht eine MCP</translation>
+    </message>
+    <message>
+        <source>neither a tuner nor a tuner class is named</source>
+        <translation>weder Tuner noch Tunerklasse sind genannt</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::RecordModel</name>
+    <message>
+        <source>last known %1</source>
+        <translation>zuletzt bekannt %1</translation>
+    </message>
+    <message>
+        <source>last known before this program looked</source>
+        <translation>zuletzt bekannt, bevor dieses Programm hinsah</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::RequestOperation</name>
+    <message>
+        <source>the connection was deleted</source>
+        <translation>die Verbindung wurde gelöscht</translation>
+    </message>
+    <message>
+        <source>there is nothing to send</source>
+        <translation>es gibt nichts zu senden</translation>
+    </message>
+    <message>
+        <source>waiting for the reply</source>
+        <translation>wartet auf die Antwort</translation>
+    </message>
+    <message>
+        <source>the connection takes no requests</source>
+        <translation>die Verbindung nimmt keine Anfragen an</translation>
+    </message>
+    <message>
+        <source>the connection was closed</source>
+        <translation>die Verbindung wurde geschlossen</translation>
+    </message>
+    <message>
+        <source>the link to the server failed</source>
+        <translation>die Verbindung zum Server ist abgerissen</translation>
+    </message>
+    <message>
+        <source>the server did not answer in time</source>
+        <translation>der Server hat nicht rechtzeitig geantwortet</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::RunningProduction</name>
+    <message>
+        <source>%1 is away</source>
+        <translation>%1 ist fort</translation>
+    </message>
+    <message>
+        <source>it was ended</source>
+        <translation>es wurde beendet</translation>
+    </message>
+    <message>
+        <source>its processor has stopped</source>
+        <translation>der Prozessor hat angehalten</translation>
+    </message>
+    <message>
+        <source>%1 came back without it</source>
+        <translation>%1 kam ohne das zurück</translation>
+    </message>
+    <message>
+        <source>the server is not known any more</source>
+        <translation>der Server ist nicht mehr bekannt</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ServerEvents</name>
+    <message>
+        <source>tuner %1 is new</source>
+        <translation>Tuner %1 ist neu</translation>
+    </message>
+    <message>
+        <source>tuner %1 has gone</source>
+        <translation>Tuner %1 ist fort</translation>
+    </message>
+    <message>
+        <source>tuner %1 is accessible</source>
+        <translation>Tuner %1 ist erreichbar</translation>
+    </message>
+    <message>
+        <source>tuner %1 is not accessible</source>
+        <translation>Tuner %1 ist nicht erreichbar</translation>
+    </message>
+    <message>
+        <source>tuner %1 is free</source>
+        <translation>Tuner %1 ist frei</translation>
+    </message>
+    <message>
+        <source>tuner %1 is busy</source>
+        <translation>Tuner %1 ist belegt</translation>
+    </message>
+    <message>
+        <source>processing unit %1 is %2</source>
+        <translation>Verarbeitungseinheit %1 ist %2</translation>
+    </message>
+    <message>
+        <source>storage unit %1 is %2</source>
+        <translation>Speichereinheit %1 ist %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ServerModel</name>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Host</source>
+        <translation>Rechner</translation>
+    </message>
+    <message>
+        <source>Free</source>
+        <translation>Frei</translation>
+    </message>
+    <message>
+        <source>In use</source>
+        <translation>Belegt</translation>
+    </message>
+    <message>
+        <source>Planned here</source>
+        <translation>Hier geplant</translation>
+    </message>
+    <message>
+        <source>Out of reach</source>
+        <translation>Nicht erreichbar</translation>
+    </message>
+    <message>
+        <source>Tuners</source>
+        <translation>Tuner</translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation>Läuft</translation>
+    </message>
+    <message>
+        <source>Units</source>
+        <translation>Einheiten</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>Fortschritt</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>Meldung</translation>
+    </message>
+    <message>
+        <source>Since</source>
+        <translation>Seit</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ServerOperation</name>
+    <message>
+        <source>%1 is not connected</source>
+        <translation>%1 ist nicht verbunden</translation>
+    </message>
+    <message>
+        <source>the server is not known any more</source>
+        <translation>der Server ist nicht mehr bekannt</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ServerTuners</name>
+    <message>
+        <source>planned here</source>
+        <translation>hier geplant</translation>
+    </message>
+    <message>
+        <source>planned here for &apos;%1&apos;</source>
+        <translation>hier geplant für „%1“</translation>
+    </message>
+    <message>
+        <source>%1 (production %2)</source>
+        <translation>%1 (Produktion %2)</translation>
+    </message>
+    <message>
+        <source>%1, operated by %2 at %3</source>
+        <translation>%1, bedient von %2 auf %3</translation>
+    </message>
+    <message>
+        <source>there is no tuner class &quot;%1&quot;; known: %2</source>
+        <translation>eine Tunerklasse „%1“ gibt es nicht; bekannt: %2</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ShapeCollectionItem_TextAdapter</name>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation>Klasse</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Span</source>
+        <translation>Spanne</translation>
+    </message>
+    <message>
+        <source>Tolerance</source>
+        <translation>Toleranz</translation>
+    </message>
+    <message>
+        <source>Samples</source>
+        <translation>Abtastwerte</translation>
+    </message>
+    <message>
+        <source>Description</source>
+        <translation>Beschreibung</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ShortTimeFFPAssignment_TextAdapter</name>
+    <message>
+        <source>FFP</source>
+        <translation>FFP</translation>
+    </message>
+    <message>
+        <source>Enabled</source>
+        <translation>Eingeschaltet</translation>
+    </message>
+    <message>
+        <source>Profiles</source>
+        <translation>Profile</translation>
+    </message>
+    <message>
+        <source>Recording</source>
+        <translation>Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>Minimum coverage</source>
+        <translation>Mindestabdeckung</translation>
+    </message>
+    <message>
+        <source>Radio</source>
+        <translation>Funkgerät</translation>
+    </message>
+    <message>
+        <source>Resource</source>
+        <translation>Betriebsmittel</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ShortTimeProfile_ColumnAdapter</name>
+    <message>
+        <source>unspecified</source>
+        <translation>ohne Angabe</translation>
+    </message>
+    <message>
+        <source>burst</source>
+        <translation>Burst</translation>
+    </message>
+    <message>
+        <source>hopper</source>
+        <translation>Springer</translation>
+    </message>
+    <message>
+        <source>ignore</source>
+        <translation>übergehen</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Typ</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Modulation</source>
+        <translation>Modulation</translation>
+    </message>
+    <message>
+        <source>Duration</source>
+        <translation>Dauer</translation>
+    </message>
+    <message>
+        <source>Hop rate</source>
+        <translation>Sprungrate</translation>
+    </message>
+    <message>
+        <source>Shift</source>
+        <translation>Hub</translation>
+    </message>
+    <message>
+        <source>Symbol rate</source>
+        <translation>Symbolrate</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ShortTimeProfile_TextAdapter</name>
+    <message>
+        <source>Frequency : </source>
+        <translation>Frequenz: </translation>
+    </message>
+    <message>
+        <source>Bandwidth : </source>
+        <translation>Bandbreite: </translation>
+    </message>
+    <message>
+        <source>Modulation : </source>
+        <translation>Modulation: </translation>
+    </message>
+    <message>
+        <source>Duration : </source>
+        <translation>Dauer: </translation>
+    </message>
+    <message>
+        <source>Hop Rate : </source>
+        <translation>Sprungrate: </translation>
+    </message>
+    <message>
+        <source>Shift : </source>
+        <translation>Hub: </translation>
+    </message>
+    <message>
+        <source>Symbol Rate : </source>
+        <translation>Symbolrate: </translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ShortTimeResult_TextAdapter</name>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Duration</source>
+        <translation>Dauer</translation>
+    </message>
+    <message>
+        <source>Level</source>
+        <translation>Pegel</translation>
+    </message>
+    <message>
+        <source>Symbol rate</source>
+        <translation>Symbolrate</translation>
+    </message>
+    <message>
+        <source>Modulation</source>
+        <translation>Modulation</translation>
+    </message>
+    <message>
+        <source>Profile</source>
+        <translation>Profil</translation>
+    </message>
+    <message>
+        <source>Confidence</source>
+        <translation>Sicherheit</translation>
+    </message>
+    <message>
+        <source>FFP</source>
+        <translation>FFP</translation>
+    </message>
+    <message>
+        <source>Recording</source>
+        <translation>Aufzeichnung</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::StopJob</name>
+    <message>
+        <source>a null GUID names no production</source>
+        <translation>eine leere GUID benennt keine Produktion</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to stop</source>
+        <translation>wartet, bis %1 anhält</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to return</source>
+        <translation>wartet auf die Rückkehr von %1</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TerminationJob</name>
+    <message>
+        <source>waiting for %1 to end</source>
+        <translation>wartet auf das Ende von %1</translation>
+    </message>
+    <message>
+        <source>%1 takes no requests</source>
+        <translation>%1 nimmt keine Anforderungen an</translation>
+    </message>
+    <message>
+        <source>waiting for %1 to return</source>
+        <translation>wartet auf die Rückkehr von %1</translation>
+    </message>
+    <message>
+        <source>%1 has ended, but not returned</source>
+        <translation>%1 ist beendet, aber nicht zurückgekehrt</translation>
+    </message>
+    <message>
+        <source>%1 has not ended</source>
+        <translation>%1 ist nicht beendet</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TunerBookingManager</name>
+    <message>
+        <source>free</source>
+        <translation>frei</translation>
+    </message>
+    <message>
+        <source>already in use</source>
+        <translation>schon belegt</translation>
+    </message>
+    <message>
+        <source>inaccessiblealready planned</source>
+        <translation>nicht erreichbar, schon geplant</translation>
+    </message>
+    <message>
+        <source>already planned</source>
+        <translation>schon geplant</translation>
+    </message>
+    <message>
+        <source>Tuner with GUID %1 is %2.</source>
+        <translation>Der Tuner mit der GUID %1 ist %2.</translation>
+    </message>
+    <message>
+        <source>Invalid type of IRGObject passed.</source>
+        <translation>Ein Objekt eines ungültigen Typs wurde übergeben.</translation>
+    </message>
+    <message>
+        <source>No Tuner with GUID %1 exists</source>
+        <translation>Einen Tuner mit der GUID %1 gibt es nicht</translation>
+    </message>
+    <message>
+        <source>Tuner with GUID %1 does not fit: %2</source>
+        <translation>Der Tuner mit der GUID %1 passt nicht: %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TunerClassModel</name>
+    <message>
+        <source>Class</source>
+        <translation>Klasse</translation>
+    </message>
+    <message>
+        <source>Free</source>
+        <translation>Frei</translation>
+    </message>
+    <message>
+        <source>Demand class</source>
+        <translation>Bedarfsklasse</translation>
+    </message>
+    <message>
+        <source>Cost</source>
+        <translation>Kosten</translation>
+    </message>
+    <message>
+        <source>Description</source>
+        <translation>Beschreibung</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TunerClassResourceSelector</name>
+    <message>
+        <source>Not enough tuners of class %1 available.</source>
+        <translation>Es sind nicht genug Tuner der Klasse %1 da.</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TunerModel</name>
+    <message>
+        <source>Tuner</source>
+        <translation>Tuner</translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation>Klasse</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Typ</translation>
+    </message>
+    <message>
+        <source>Range</source>
+        <translation>Bereich</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Used by</source>
+        <translation>Belegt von</translation>
+    </message>
+    <message>
+        <source>Since</source>
+        <translation>Seit</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>%1 of %2 free</source>
+        <translation>%1 von %2 frei</translation>
+    </message>
+    <message>
+        <source>free</source>
+        <translation>frei</translation>
+    </message>
+    <message>
+        <source>in use</source>
+        <translation>belegt</translation>
+    </message>
+    <message>
+        <source>planned here</source>
+        <translation>hier geplant</translation>
+    </message>
+    <message>
+        <source>out of reach</source>
+        <translation>nicht erreichbar</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TunerNeeds</name>
+    <message>
+        <source>needs %1 MHz, reaches %2 to %3 MHz</source>
+        <translation>braucht %1 MHz, reicht von %2 bis %3 MHz</translation>
+    </message>
+    <message>
+        <source>needs %1 MHz, begins at %2 MHz</source>
+        <translation>braucht %1 MHz, beginnt bei %2 MHz</translation>
+    </message>
+    <message>
+        <source>needs hardware processing</source>
+        <translation>braucht Hardware-Verarbeitung</translation>
+    </message>
+    <message>
+        <source>needs a bandwidth of %1 MHz, has %2 MHz</source>
+        <translation>braucht %1 MHz Bandbreite, hat %2 MHz</translation>
+    </message>
+    <message>
+        <source>needs %1 MHz, the MCP covers %2 to %3 MHz</source>
+        <translation>braucht %1 MHz, die MCP deckt %2 bis %3 MHz ab</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::TunerSelection</name>
+    <message>
+        <source>lower cost</source>
+        <translation>geringere Kosten</translation>
+    </message>
+    <message>
+        <source>fewer enclosing classes</source>
+        <translation>weniger umgebende Klassen</translation>
+    </message>
+    <message>
+        <source>smaller bandwidth</source>
+        <translation>kleinere Bandbreite</translation>
+    </message>
+    <message>
+        <source>no hardware processing</source>
+        <translation>keine Hardware-Verarbeitung</translation>
+    </message>
+    <message>
+        <source>no panorama scan</source>
+        <translation>keine Panoramasuche</translation>
+    </message>
+    <message>
+        <source>name sorts first</source>
+        <translation>Name kommt zuerst</translation>
+    </message>
+    <message>
+        <source>GUID sorts first</source>
+        <translation>GUID kommt zuerst</translation>
+    </message>
+    <message>
+        <source>listed first</source>
+        <translation>steht weiter vorn</translation>
+    </message>
+    <message>
+        <source>preferred by the cost function</source>
+        <translation>von der Kostenfunktion bevorzugt</translation>
+    </message>
+    <message>
+        <source>not accessible</source>
+        <translation>nicht erreichbar</translation>
+    </message>
+    <message>
+        <source>not idle</source>
+        <translation>belegt</translation>
+    </message>
+    <message>
+        <source>excluded</source>
+        <translation>ausgeschlossen</translation>
+    </message>
+    <message>
+        <source>no matching storage</source>
+        <translation>kein passender Speicher</translation>
+    </message>
+    <message>
+        <source>not chosen by the cost function</source>
+        <translation>von der Kostenfunktion nicht gewählt</translation>
+    </message>
+    <message>
+        <source>not in the tuner class tree</source>
+        <translation>nicht im Baum der Tunerklassen</translation>
+    </message>
+    <message>
+        <source>out of range</source>
+        <translation>außerhalb des Bereichs</translation>
+    </message>
+    <message>
+        <source>too narrow</source>
+        <translation>zu schmal</translation>
+    </message>
+    <message>
+        <source>the class is empty</source>
+        <translation>die Klasse ist leer</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::Units</name>
+    <message>
+        <source>frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>symbol rate</source>
+        <translation>Symbolrate</translation>
+    </message>
+    <message>
+        <source>rate</source>
+        <translation>Rate</translation>
+    </message>
+    <message>
+        <source>did you mean %1?</source>
+        <translation>ist %1 gemeint?</translation>
+    </message>
+    <message>
+        <source>it could be %1 or %2</source>
+        <translation>es kann %1 oder %2 sein</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no %2: %3</source>
+        <translation>„%1“ ist keine %2: %3</translation>
+    </message>
+    <message>
+        <source>too large</source>
+        <translation>zu groß</translation>
+    </message>
+    <message>
+        <source>there is no unit &quot;%1&quot; of it; %2</source>
+        <translation>eine Einheit „%1“ dafür gibt es nicht; %2</translation>
+    </message>
+    <message>
+        <source>known are %1</source>
+        <translation>bekannt sind %1</translation>
+    </message>
+    <message>
+        <source>it must be at least 0; %1</source>
+        <translation>sie muss mindestens 0 sein; %1</translation>
+    </message>
+    <message>
+        <source>expected one such as %1</source>
+        <translation>erwartet wird etwas wie %1</translation>
+    </message>
+    <message>
+        <source>it is turned round; %1</source>
+        <translation>die Enden sind vertauscht; %1</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::UserAction</name>
+    <message>
+        <source>nobody is logged in; this needs the right %1</source>
+        <translation>niemand ist angemeldet; dies braucht das Recht %1</translation>
+    </message>
+    <message>
+        <source>nobody is logged in; this needs the rights %1</source>
+        <translation>niemand ist angemeldet; dies braucht die Rechte %1</translation>
+    </message>
+    <message>
+        <source>%1 lacks the right %2</source>
+        <translation>%1 fehlt das Recht %2</translation>
+    </message>
+    <message>
+        <source>%1 lacks the rights %2</source>
+        <translation>%1 fehlen die Rechte %2</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ActionTable</name>
+    <message>
+        <source>There is no such action.</source>
+        <translation>Eine solche Aktion gibt es nicht.</translation>
+    </message>
+    <message>
+        <source>The console was started to look only.</source>
+        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
+    </message>
+    <message>
+        <source>It needs the link to the broker.</source>
+        <translation>Dazu braucht es die Verbindung zum Broker.</translation>
+    </message>
+    <message>
+        <source>It needs the right %1.</source>
+        <translation>Dazu braucht es das Recht %1.</translation>
+    </message>
+    <message>
+        <source>Nothing is selected.</source>
+        <translation>Nichts ist ausgewählt.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::AttentionList</name>
+    <message>
+        <source>What needs attention</source>
+        <translation>Was Beachtung braucht</translation>
+    </message>
+    <message>
+        <source>nothing needs attention</source>
+        <translation>nichts braucht Beachtung</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::CandidatesTable</name>
+    <message>
+        <source>Candidates</source>
+        <translation>Kandidaten</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::Cart</name>
+    <message>
+        <source>%1 is not there</source>
+        <translation>%1 ist nicht da</translation>
+    </message>
+    <message>
+        <source>conflict with %1: too few tuners</source>
+        <translation>Konflikt mit %1: zu wenig Tuner</translation>
+    </message>
+    <message>
+        <source>no tuner of class %1</source>
+        <translation>kein Tuner der Klasse %1</translation>
+    </message>
+    <message>
+        <source>the server is not there</source>
+        <translation>der Server ist nicht da</translation>
+    </message>
+    <message>
+        <source>order %1</source>
+        <translation>Auftrag %1</translation>
+    </message>
+    <message>
+        <source>asked %1</source>
+        <translation>%1 gefragt</translation>
+    </message>
+    <message>
+        <source>The cart is empty</source>
+        <translation>Der Korb ist leer</translation>
+    </message>
+    <message numerus="yes">
+        <source>Cart: %n order(s), total cost %1</source>
+        <translation>
+            <numerusform>Korb: %n Auftrag, Kosten %1</numerusform>
+            <numerusform>Korb: %n Aufträge, Kosten %1</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>, %n conflict(s)</source>
+        <translation>
+            <numerusform>, %n Konflikt</numerusform>
+            <numerusform>, %n Konflikte</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>planned here</source>
+        <translation>hier geplant</translation>
+    </message>
+    <message>
+        <source>running</source>
+        <translation>läuft</translation>
+    </message>
+    <message>
+        <source>ready to start</source>
+        <translation>startbereit</translation>
+    </message>
+    <message>
+        <source>not shared out yet</source>
+        <translation>noch nicht verteilt</translation>
+    </message>
+    <message>
+        <source>%1, class %2</source>
+        <translation>%1, Klasse %2</translation>
+    </message>
+    <message>
+        <source>the MCP&apos;s tuner</source>
+        <translation>der Tuner der MCP</translation>
+    </message>
+    <message>
+        <source>Order</source>
+        <translation>Auftrag</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Gets</source>
+        <translation>Erhält</translation>
+    </message>
+    <message>
+        <source>Cost</source>
+        <translation>Kosten</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::FrequencyAxis</name>
+    <message>
+        <source>Groups of tuners</source>
+        <translation>Gruppen von Tunern</translation>
+    </message>
+    <message>
+        <source>%1 of %2 free</source>
+        <translation>%1 von %2 frei</translation>
+    </message>
+    <message>
+        <source>Frequencies that the tuners reach</source>
+        <translation>Frequenzen, die die Tuner erreichen</translation>
+    </message>
+    <message>
+        <source>what runs</source>
+        <translation>was läuft</translation>
+    </message>
+    <message>
+        <source>wheel: zoom · drag: move · Shift+drag: order that band</source>
+        <translation>Rad: Zoom · ziehen: schieben · Umschalt+ziehen: Band bestellen</translation>
+    </message>
+    <message>
+        <source>Lower frequencies (←)</source>
+        <translation>Niedrigere Frequenzen (←)</translation>
+    </message>
+    <message>
+        <source>Higher frequencies (→)</source>
+        <translation>Höhere Frequenzen (→)</translation>
+    </message>
+    <message>
+        <source>Zoom in (+)</source>
+        <translation>Vergrößern (+)</translation>
+    </message>
+    <message>
+        <source>Zoom out (−)</source>
+        <translation>Verkleinern (−)</translation>
+    </message>
+    <message>
+        <source>Show all (0)</source>
+        <translation>Alles zeigen (0)</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::InstallationModel</name>
+    <message>
+        <source>%1 free</source>
+        <translation>%1 frei</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::InstallationTree</name>
+    <message>
+        <source>The installation</source>
+        <translation>Die Anlage</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::MainWindow</name>
+    <message>
+        <source>Kolta – %1</source>
+        <translation>Kolta – %1</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Kopieren</translation>
+    </message>
+    <message>
+        <source>The command that does the same</source>
+        <translation>Der Befehl, der dasselbe tut</translation>
+    </message>
+    <message>
+        <source>What happened</source>
+        <translation>Was geschah</translation>
+    </message>
+    <message>
+        <source>Go to %1</source>
+        <translation>Zu „%1“</translation>
+    </message>
+    <message>
+        <source>Command palette</source>
+        <translation>Befehlspalette</translation>
+    </message>
+    <message>
+        <source>Next that needs attention</source>
+        <translation>Nächster, der Beachtung braucht</translation>
+    </message>
+    <message>
+        <source>The one before that needs attention</source>
+        <translation>Voriger, der Beachtung braucht</translation>
+    </message>
+    <message>
+        <source>Copy the kolta line</source>
+        <translation>Die kolta-Zeile kopieren</translation>
+    </message>
+    <message>
+        <source>Light or dark</source>
+        <translation>Hell oder dunkel</translation>
+    </message>
+    <message>
+        <source>Filter the page</source>
+        <translation>Die Seite filtern</translation>
+    </message>
+    <message>
+        <source>Show or hide the tree</source>
+        <translation>Den Baum zeigen oder verbergen</translation>
+    </message>
+    <message>
+        <source>Show or hide the events</source>
+        <translation>Die Ereignisse zeigen oder verbergen</translation>
+    </message>
+    <message>
+        <source>Next part of the window</source>
+        <translation>Nächster Teil des Fensters</translation>
+    </message>
+    <message>
+        <source>Show all servers</source>
+        <translation>Alle Server zeigen</translation>
+    </message>
+    <message>
+        <source>Everything below is last known of %1. Nothing is sent later by itself; what you were writing is kept.</source>
+        <translation>Alles darunter ist der letzte Stand von %1. Nichts wird später von selbst gesendet; was Sie schrieben, bleibt erhalten.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::OrderForm</name>
+    <message>
+        <source>the MCP&apos;s tuner</source>
+        <translation>der Tuner der MCP</translation>
+    </message>
+    <message>
+        <source>choose a class</source>
+        <translation>Klasse wählen</translation>
+    </message>
+    <message>
+        <source>%1  (%2 of %3 free)</source>
+        <translation>%1  (%2 von %3 frei)</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>Art</translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation>Klasse</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Runs in</source>
+        <translation>Läuft in</translation>
+    </message>
+    <message>
+        <source>Demand class</source>
+        <translation>Bedarfsklasse</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Speicher</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>98.5 MHz</source>
+        <translation>98,5 MHz</translation>
+    </message>
+    <message>
+        <source>as the demand class</source>
+        <translation>wie die Bedarfsklasse</translation>
+    </message>
+    <message>
+        <source>kind and number</source>
+        <translation>Art und Nummer</translation>
+    </message>
+    <message>
+        <source>a new one</source>
+        <translation>eine neue</translation>
+    </message>
+    <message>
+        <source>any server</source>
+        <translation>jeder Server</translation>
+    </message>
+    <message>
+        <source>as the class says</source>
+        <translation>wie die Klasse sagt</translation>
+    </message>
+    <message>
+        <source>any</source>
+        <translation>beliebig</translation>
+    </message>
+    <message>
+        <source>choose a server first</source>
+        <translation>zuerst einen Server wählen</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::OrderPage</name>
+    <message>
+        <source>How the order is</source>
+        <translation>Wie es um den Auftrag steht</translation>
+    </message>
+    <message>
+        <source>Order</source>
+        <translation>Auftrag</translation>
+    </message>
+    <message>
+        <source>Cart</source>
+        <translation>Korb</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>Starten</translation>
+    </message>
+    <message>
+        <source>Plan</source>
+        <translation>Planen</translation>
+    </message>
+    <message>
+        <source>There is no tuner to plan.</source>
+        <translation>Es gibt keinen Tuner zu planen.</translation>
+    </message>
+    <message>
+        <source>To cart</source>
+        <translation>In Korb</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbruch</translation>
+    </message>
+    <message>
+        <source>No order is under way.</source>
+        <translation>Kein Auftrag ist unterwegs.</translation>
+    </message>
+    <message>
+        <source>The cart is empty.</source>
+        <translation>Der Korb ist leer.</translation>
+    </message>
+    <message>
+        <source>Share out at least cost</source>
+        <translation>Am günstigsten verteilen</translation>
+    </message>
+    <message>
+        <source>Start the cart</source>
+        <translation>Korb starten</translation>
+    </message>
+    <message>
+        <source>Nothing in the cart has a tuner; share out first.</source>
+        <translation>Nichts im Korb hat einen Tuner; zuerst verteilen.</translation>
+    </message>
+    <message>
+        <source>Empty</source>
+        <translation>Leeren</translation>
+    </message>
+    <message>
+        <source>Take the line out of the cart</source>
+        <translation>Die Zeile aus dem Korb nehmen</translation>
+    </message>
+    <message>
+        <source>No line of the cart is selected.</source>
+        <translation>Keine Zeile des Korbs ist ausgewählt.</translation>
+    </message>
+    <message>
+        <source>Candidates: %1 can take it, %2 refused</source>
+        <translation>Kandidaten: %1 können es, %2 abgelehnt</translation>
+    </message>
+    <message>
+        <source>No candidates: %1</source>
+        <translation>Keine Kandidaten: %1</translation>
+    </message>
+    <message>
+        <source>reaches %1</source>
+        <translation>reicht %1</translation>
+    </message>
+    <message>
+        <source>%1 of %2 are too narrow</source>
+        <translation>%1 von %2 sind zu schmal</translation>
+    </message>
+    <message>
+        <source>An order is under way: %1</source>
+        <translation>Ein Auftrag ist unterwegs: %1</translation>
+    </message>
+    <message>
+        <source>No tuner can take it; the reasons stand beside them.</source>
+        <translation>Kein Tuner kann es; die Gründe stehen daneben.</translation>
+    </message>
+    <message>
+        <source>No server is there to ask.</source>
+        <translation>Kein Server ist da, den man fragen könnte.</translation>
+    </message>
+    <message>
+        <source>order of %1</source>
+        <translation>Auftrag %1</translation>
+    </message>
+    <message>
+        <source>◐ asked %1</source>
+        <translation>◐ %1 gefragt</translation>
+    </message>
+    <message>
+        <source>■ %1 runs on %2</source>
+        <translation>■ %1 läuft auf %2</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::OverviewPage</name>
+    <message>
+        <source>No server has been seen yet</source>
+        <translation>Noch kein Server wurde gesehen</translation>
+    </message>
+    <message>
+        <source>at %1; &quot;koltasim --publish URL&quot; publishes a simulated one, &quot;--simulate&quot; plays some here</source>
+        <translation>unter %1; „koltasim --publish URL“ veröffentlicht einen simulierten, „--simulate“ spielt hier welche</translation>
+    </message>
+    <message>
+        <source>Servers: %1</source>
+        <translation>Server: %1</translation>
+    </message>
+    <message>
+        <source>worst first · strip: the last 24 h, dotted where nobody watched</source>
+        <translation>das Schlimmste zuerst · Streifen: die letzten 24 h, gepunktet, wo niemand hinsah</translation>
+    </message>
+    <message>
+        <source>%1 alone; Esc in the tree shows all</source>
+        <translation>nur %1; Esc im Baum zeigt alle</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::Palette</name>
+    <message>
+        <source>an action, a server, or a command of kolta</source>
+        <translation>eine Aktion, ein Server oder ein Befehl von kolta</translation>
+    </message>
+    <message>
+        <source>Command palette</source>
+        <translation>Befehlspalette</translation>
+    </message>
+    <message>
+        <source>Enter: %1</source>
+        <translation>Eingabe: %1</translation>
+    </message>
+    <message>
+        <source>Tab completes, Enter puts the line below: %1</source>
+        <translation>Tab ergänzt, Eingabe stellt die Zeile nach unten: %1</translation>
+    </message>
+    <message>
+        <source>Nothing is called so.</source>
+        <translation>So heißt nichts.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ServerCards</name>
+    <message>
+        <source>Servers</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Need attention or start: %1</source>
+        <translation>Brauchen Beachtung oder laufen an: %1</translation>
+    </message>
+    <message>
+        <source>worst first, then longest</source>
+        <translation>das Schlimmste zuerst, dann das Längste</translation>
+    </message>
+    <message>
+        <source>The rest: %1</source>
+        <translation>Die übrigen: %1</translation>
+    </message>
+    <message>
+        <source>by name · Enter opens a server</source>
+        <translation>nach Namen · Eingabe öffnet einen Server</translation>
+    </message>
+    <message>
+        <source>%1 free</source>
+        <translation>%1 frei</translation>
+    </message>
+    <message>
+        <source>%1 in use</source>
+        <translation>%1 belegt</translation>
+    </message>
+    <message>
+        <source>%1 planned</source>
+        <translation>%1 geplant</translation>
+    </message>
+    <message>
+        <source>%1 out</source>
+        <translation>%1 fort</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n production(s)</source>
+        <translation>
+            <numerusform>%n Produktion</numerusform>
+            <numerusform>%n Produktionen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 units</source>
+        <translation>%1 Einheiten</translation>
+    </message>
+    <message>
+        <source>and %1 more classes</source>
+        <translation>und %1 weitere Klassen</translation>
+    </message>
+    <message>
+        <source>%1 tuners</source>
+        <translation>%1 Tuner</translation>
+    </message>
+    <message>
+        <source>%1 prod.</source>
+        <translation>%1 Prod.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::Session</name>
+    <message>
+        <source>simulated</source>
+        <translation>simuliert</translation>
+    </message>
+    <message>
+        <source>simulated in this process</source>
+        <translation>in diesem Prozess simuliert</translation>
+    </message>
+    <message>
+        <source>connecting</source>
+        <translation>verbindet</translation>
+    </message>
+    <message>
+        <source>the journal is kept in memory alone: %1</source>
+        <translation>das Journal steht nur im Speicher: %1</translation>
+    </message>
+    <message>
+        <source>the broker is there</source>
+        <translation>der Broker ist da</translation>
+    </message>
+    <message>
+        <source>the broker is gone: %1</source>
+        <translation>der Broker ist fort: %1</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::TopBar</name>
+    <message>
+        <source>Ctrl+K  kolta …</source>
+        <translation>Strg+K  kolta …</translation>
+    </message>
+    <message>
+        <source>What needs attention</source>
+        <translation>Was Beachtung braucht</translation>
+    </message>
+    <message>
+        <source>Command palette</source>
+        <translation>Befehlspalette</translation>
+    </message>
+    <message>
+        <source>broker up since %1</source>
+        <translation>Broker da seit %1</translation>
+    </message>
+    <message>
+        <source>broker gone since %1</source>
+        <translation>Broker fort seit %1</translation>
+    </message>
+    <message>
+        <source>no broker yet: %1</source>
+        <translation>noch kein Broker: %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n need(s) attention</source>
+        <translation>
+            <numerusform>%n braucht Beachtung</numerusform>
+            <numerusform>%n brauchen Beachtung</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>nothing needs attention</source>
+        <translation>nichts braucht Beachtung</translation>
+    </message>
+    <message>
+        <source>%1 of %2 rights</source>
+        <translation>%1 von %2 Rechten</translation>
+    </message>
+    <message>
+        <source>the servers decide on rights</source>
+        <translation>die Server entscheiden über Rechte</translation>
+    </message>
+    <message>
+        <source> · read only</source>
+        <translation> · nur lesen</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::TunersPage</name>
+    <message>
+        <source>All tuners</source>
+        <translation>Alle Tuner</translation>
+    </message>
+    <message>
+        <source>Why the selected tuner cannot be had</source>
+        <translation>Warum der gewählte Tuner nicht zu haben ist</translation>
+    </message>
+    <message>
+        <source>Filter: HF free, 118-137 MHz, &gt;20 MHz, !S3</source>
+        <translation>Filter: HF frei, 118-137 MHz, &gt;20 MHz, !S3</translation>
+    </message>
+    <message>
+        <source>Filter of tuners</source>
+        <translation>Filter der Tuner</translation>
+    </message>
+    <message>
+        <source>by class</source>
+        <translation>nach Klasse</translation>
+    </message>
+    <message>
+        <source>by server</source>
+        <translation>nach Server</translation>
+    </message>
+    <message>
+        <source>by type</source>
+        <translation>nach Typ</translation>
+    </message>
+    <message>
+        <source>all in one</source>
+        <translation>alle in einer</translation>
+    </message>
+    <message>
+        <source>Groups of tuners</source>
+        <translation>Gruppen von Tunern</translation>
+    </message>
+    <message>
+        <source>Why not?</source>
+        <translation>Warum nicht?</translation>
+    </message>
+    <message>
+        <source>No tuner is selected.</source>
+        <translation>Kein Tuner ist ausgewählt.</translation>
+    </message>
+    <message>
+        <source>Order…</source>
+        <translation>Auftrag …</translation>
+    </message>
+    <message>
+        <source>Tuners</source>
+        <translation>Tuner</translation>
+    </message>
+    <message>
+        <source>No tuner matches &quot;%1&quot;</source>
+        <translation>Kein Tuner passt zu „%1“</translation>
+    </message>
+    <message numerus="yes">
+        <source>%Ln tuner(s)</source>
+        <translation>
+            <numerusform>%Ln Tuner</numerusform>
+            <numerusform>%Ln Tuner</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 of %2 tuners</source>
+        <translation>%1 von %2 Tunern</translation>
+    </message>
+    <message>
+        <source> Last known %1; its server is away.</source>
+        <translation> Zuletzt bekannt %1; sein Server ist fort.</translation>
+    </message>
+</context>
+<context>
+    <name>Pages</name>
+    <message>
+        <source>Overview</source>
+        <translation>Übersicht</translation>
+    </message>
+    <message>
+        <source>Tuners</source>
+        <translation>Tuner</translation>
+    </message>
+    <message>
+        <source>Order</source>
+        <translation>Auftrag</translation>
+    </message>
+</context>
+<context>
+    <name>ServerFacts</name>
+    <message>
+        <source>Vanished</source>
+        <translation>Verschwunden</translation>
+    </message>
+    <message>
+        <source>Attention</source>
+        <translation>Achtung</translation>
+    </message>
+    <message>
+        <source>Silent</source>
+        <translation>Stumm</translation>
+    </message>
+    <message>
+        <source>Starting</source>
+        <translation>Läuft an</translation>
+    </message>
+    <message>
+        <source>Starting %1 %</source>
+        <translation>Läuft an %1 %</translation>
+    </message>
+    <message>
+        <source>Operational</source>
+        <translation>In Betrieb</translation>
+    </message>
+    <message>
+        <source>Withdrawn</source>
+        <translation>Abgemeldet</translation>
+    </message>
+    <message>
+        <source>Forbidden</source>
+        <translation>Verboten</translation>
+    </message>
+    <message>
+        <source>last known %1</source>
+        <translation>zuletzt bekannt %1</translation>
+    </message>
+    <message>
+        <source>not seen yet</source>
+        <translation>noch nicht gesehen</translation>
+    </message>
+    <message>
+        <source>%1 units</source>
+        <translation>%1 Einheiten</translation>
+    </message>
+    <message>
+        <source>no beat for some seconds</source>
+        <translation>seit Sekunden kein Lebenszeichen</translation>
+    </message>
+    <message>
+        <source>this user may not read it</source>
+        <translation>dieser Benutzer darf ihn nicht lesen</translation>
+    </message>
+    <message>
+        <source>yesterday %1</source>
+        <translation>gestern %1</translation>
+    </message>
+</context>
+<context>
+    <name>VeskDataStream</name>
+    <message>
+        <source>Bit Stream</source>
+        <translation>Bitstrom</translation>
+    </message>
+    <message>
+        <source>Instantaneous Data</source>
+        <translation>Momentandaten</translation>
+    </message>
+    <message>
+        <source>Image Data</source>
+        <translation>Bilddaten</translation>
+    </message>
+    <message>
+        <source>DDem Result</source>
+        <translation>DDem-Ergebnis</translation>
+    </message>
+    <message>
+        <source>Digital Audio</source>
+        <translation>Digitales Audio</translation>
+    </message>
+    <message>
+        <source>Analog Audio</source>
+        <translation>Analoges Audio</translation>
+    </message>
+    <message>
+        <source>Special Data</source>
+        <translation>Sonderdaten</translation>
+    </message>
+    <message>
+        <source>Decoded Text</source>
+        <translation>Dekodierter Text</translation>
+    </message>
+    <message>
+        <source>Spectrum</source>
+        <translation>Spektrum</translation>
+    </message>
+    <message>
+        <source>Tuner Spectrum</source>
+        <translation>Tunerspektrum</translation>
+    </message>
+    <message>
+        <source>Tuner Polychrome Spectrum</source>
+        <translation>Polychromes Tunerspektrum</translation>
+    </message>
+    <message>
+        <source>Segmentation Spectrum</source>
+        <translation>Segmentierungsspektrum</translation>
+    </message>
+    <message>
+        <source>Time Domain</source>
+        <translation>Zeitbereich</translation>
+    </message>
+    <message>
+        <source>I/Q Data</source>
+        <translation>I/Q-Daten</translation>
+    </message>
+    <message>
+        <source>Emission List</source>
+        <translation>Emissionsliste</translation>
+    </message>
+    <message>
+        <source>Detector Spectrum</source>
+        <translation>Detektorspektrum</translation>
+    </message>
+    <message>
+        <source>Detector Threshold</source>
+        <translation>Detektorschwelle</translation>
+    </message>
+    <message>
+        <source>Burst Data</source>
+        <translation>Burstdaten</translation>
+    </message>
+    <message>
+        <source>Emission List Burst</source>
+        <translation>Emissionsliste Bursts</translation>
+    </message>
+    <message>
+        <source>Analyzed Burst Info</source>
+        <translation>Analysierte Bursts</translation>
+    </message>
+    <message>
+        <source>Histogram</source>
+        <translation>Histogramm</translation>
+    </message>
+    <message>
+        <source>HopDensity</source>
+        <translation>Sprungdichte</translation>
+    </message>
+    <message>
+        <source>Raw Data</source>
+        <translation>Rohdaten</translation>
+    </message>
+    <message>
+        <source>QM410 Data</source>
+        <translation>QM410-Daten</translation>
+    </message>
+</context>
+<context>
+    <name>WhyNot</name>
+    <message>
+        <source>It can be had: rank %1 of %2 on its server, cost %3%4.</source>
+        <translation>Er ist zu haben: Rang %1 von %2 auf seinem Server, Kosten %3%4.</translation>
+    </message>
+    <message>
+        <source>Why not %1?  </source>
+        <translation>Warum nicht %1?  </translation>
+    </message>
+    <message>
+        <source>Its server is not there any more.</source>
+        <translation>Sein Server ist nicht mehr da.</translation>
+    </message>
+    <message>
+        <source>Nothing can be ordered: %1.</source>
+        <translation>Nichts kann bestellt werden: %1.</translation>
+    </message>
+    <message>
+        <source>Refused: %1.</source>
+        <translation>Abgelehnt: %1.</translation>
+    </message>
+    <message>
+        <source>It can be had; nothing that excludes it has been ordered yet.</source>
+        <translation>Er ist zu haben; noch ist nichts bestellt, was ihn ausschließt.</translation>
+    </message>
+    <message>
+        <source>It is not of class %1, but could be taken by itself.</source>
+        <translation>Er ist nicht von der Klasse %1, ließe sich aber für sich nehmen.</translation>
+    </message>
+</context>
 </TS>
