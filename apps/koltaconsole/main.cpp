@@ -25,6 +25,8 @@ constexpr int kSettleMs = 600; ///< from the filled page to the picture
 
 int tell(const QString& text, int exitCode)
 {
+    if (text.isEmpty())
+        return exitCode;
     std::fputs(qPrintable(exitCode == 0 ? text.trimmed() : QStringLiteral("koltaconsole: ") + text),
                exitCode == 0 ? stdout : stderr);
     std::fputc('\n', exitCode == 0 ? stdout : stderr);

@@ -2,6 +2,8 @@
 
 #include "pages/pages.h"
 
+#include <common/manualpage.h>
+
 #include <startup/cfgcenter.h>
 
 #include <QCommandLineParser>
@@ -20,37 +22,71 @@ QString urlOf(const QCommandLineParser& parser)
                : environment;
 }
 
+struct OptionText
+{
+    const char* name;
+    const char* value; ///< null: it is a switch
+    const char* preset;
+    const char* help;
+};
+
+/// In the order of the help.
+constexpr OptionText kOptions[] = {
+    {"tree", "URL", nullptr,
+     "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] (environment "
+     "KOLTA_TREE, configuration Distribution/Url)."},
+    {"simulate", nullptr, nullptr, "An installation of its own, in this process."},
+    {"servers", "NUMBER", "5", "How many servers are simulated (5)."},
+    {"tuners", "NUMBER", "0", "How many tuners each of them has (those of the sample)."},
+    {"activity", "MS", "0",
+     "Lets something happen to tuners and results in each of them every so many milliseconds (never)."},
+    {"vanish", "SERVER", nullptr, "The simulated server that vanishes before the picture is made."},
+    {"read-only", nullptr, nullptr, "Nothing can be changed."},
+    {"trace", nullptr, nullptr, "Writes trace lines to standard error, for support."},
+    {"theme", "THEME", "system", "light, dark or system (system)."},
+    {"page", "NAME", nullptr, "The page that is shown first: %1."},
+    {"screenshot", "FILE", nullptr, "Writes a picture of the page once it has filled, and ends."}};
+
+constexpr char kDescription[] =
+    "One window on a monitoring installation: its servers, tuners and productions as they change, orders "
+    "with "
+    "the reason for each choice of a tuner, and what happened. Exit codes: 0 closed, 1 the picture cannot be "
+    "made, 2 wrong usage, no display, no such installation.";
+
+QString helpOf(const OptionText& text)
+{
+    const QString help = QString::fromUtf8(text.help);
+    return help.contains(QLatin1String("%1")) ? help.arg(pageIds().join(QStringLiteral(", "))) : help;
+}
+
 void describe(QCommandLineParser& parser)
 {
-    parser.setApplicationDescription(QStringLiteral("One window on a monitoring installation."));
-    parser.addOptions(
-        {{QStringLiteral("tree"),
-          QStringLiteral(
-              "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] "
-              "(environment KOLTA_TREE)."),
-          QStringLiteral("URL")},
-         {QStringLiteral("simulate"), QStringLiteral("An installation of its own, in this process.")},
-         {QStringLiteral("servers"), QStringLiteral("How many servers are simulated (5)."),
-          QStringLiteral("number"), QStringLiteral("5")},
-         {QStringLiteral("tuners"), QStringLiteral("How many tuners each of them has (those of the sample)."),
-          QStringLiteral("number"), QStringLiteral("0")},
-         {QStringLiteral("activity"),
-          QStringLiteral("Lets something happen to tuners and results in each of them every so many "
-                         "milliseconds (0: never)."),
-          QStringLiteral("milliseconds"), QStringLiteral("0")},
-         {QStringLiteral("vanish"),
-          QStringLiteral("The simulated server that vanishes before the picture is made."),
-          QStringLiteral("server")},
-         {QStringLiteral("read-only"), QStringLiteral("Nothing can be changed.")},
-         {QStringLiteral("trace"), QStringLiteral("Writes trace lines to standard error, for support.")},
-         {QStringLiteral("theme"), QStringLiteral("light, dark or system (system)."), QStringLiteral("theme"),
-          QStringLiteral("system")},
-         {QStringLiteral("page"),
-          QStringLiteral("The page that is shown first: %1.").arg(pageIds().join(QStringLiteral(", "))),
-          QStringLiteral("name")},
-         {QStringLiteral("screenshot"),
-          QStringLiteral("Writes a picture of the page once it has filled, and ends."),
-          QStringLiteral("file")}});
+    parser.setApplicationDescription(QString::fromUtf8(kDescription));
+    for (const OptionText& text : kOptions) {
+        QCommandLineOption option(QString::fromLatin1(text.name), helpOf(text),
+                                  QString::fromLatin1(text.value));
+        if (text.preset)
+            option.setDefaultValue(QString::fromLatin1(text.preset));
+        parser.addOption(option);
+    }
+}
+
+bool writeManual(const QString& folder, QString& error)
+{
+    const QString name = QStringLiteral("koltaconsole");
+    KoltaApps::ManualPage page(name, QStringLiteral("watch and steer a monitoring installation"),
+                               QStringLiteral(KOLTA_VERSION));
+    page.addSection(QStringLiteral("SYNOPSIS"));
+    page.addUsage(name, QStringLiteral("[options]"));
+    page.addSection(QStringLiteral("DESCRIPTION"));
+    page.addText(QString::fromUtf8(kDescription));
+    page.addSection(QStringLiteral("OPTIONS"));
+    for (const OptionText& text : kOptions)
+        page.addEntry(
+            QStringLiteral("--%1 %2").arg(QLatin1String(text.name), QLatin1String(text.value)).trimmed(),
+            helpOf(text));
+    page.addReferences({QStringLiteral("kolta"), QStringLiteral("koltasim")});
+    return page.write(folder, error);
 }
 
 /// What is wrong, in one line.
@@ -103,6 +139,9 @@ Options Options::read(const QStringList& arguments, int& exitCode, QString& text
     describe(parser);
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
+    QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
+    manual.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(manual);
     Options options;
     exitCode = -1;
     const QStringList words = QStringList{QStringLiteral("koltaconsole")} + arguments;
@@ -115,6 +154,8 @@ Options Options::read(const QStringList& arguments, int& exitCode, QString& text
     } else if (parser.isSet(version)) {
         text = QStringLiteral("koltaconsole " KOLTA_VERSION);
         exitCode = 0;
+    } else if (parser.isSet(manual)) {
+        exitCode = writeManual(parser.value(manual), text) ? 0 : 1;
     } else if (text = problemOf(parser, options); !text.isEmpty()) {
         exitCode = 2;
     }
