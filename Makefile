@@ -21,7 +21,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo test test-asan test-tsan test-static fuzz bench soak chaos lint nightly format doc deb test-deb install clean
+.PHONY: help demo console test test-asan test-tsan test-static fuzz bench soak chaos lint nightly format doc deb test-deb install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -30,6 +30,10 @@ help: ## list these targets
 demo: packages-build build/dev/build.ninja ## build and run the main job, in one process and in several
 	@$(call build,dev) --target kolta koltasim
 	@build/dev/bin/kolta demo
+
+console: packages-build build/dev/build.ninja ## build the operator's console, and show an installation of five servers
+	@$(call build,dev) --target kolta koltasim koltaconsole
+	@tools/run-console build/dev/bin
 
 test: packages-build+test build/dev/build.ninja ## build everything and run all tests
 	@$(call build,dev)

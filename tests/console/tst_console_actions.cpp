@@ -45,6 +45,25 @@ private Q_SLOTS:
         }
     }
 
+    /// The manual names every action, and its key.
+    void areInTheManual()
+    {
+        Stage stage;
+        for (const QString& id : pageIds())
+            QVERIFY(stage.window->showPage(id) != nullptr);
+        QFile manual(QStringLiteral(KOLTA_SOURCE_DIR "/docs/console.md"));
+        QVERIFY(manual.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(manual.readAll());
+        const ActionTable& actions = stage.window->actions();
+        for (const QString& id : actions.ids()) {
+            const ActionTable::Entry& entry = *actions.find(id);
+            const bool isPage = id.startsWith(QLatin1String("page-")); // Ctrl+1 and so on
+            QVERIFY2(isPage || text.contains(entry.text), qPrintable(entry.text));
+            QVERIFY2(isPage || text.contains(entry.shortcut.toString()),
+                     qPrintable(entry.shortcut.toString()));
+        }
+    }
+
     /// Who only looks can change nothing, and is told why.
     void readOnlyChangesNothing()
     {
