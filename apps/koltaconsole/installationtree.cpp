@@ -82,7 +82,7 @@ InstallationTree::InstallationTree(Session& session, QWidget* parent)
     header()->setSectionResizeMode(0, QHeaderView::Stretch);
     header()->setSectionResizeMode(1, QHeaderView::Fixed);
     header()->setMinimumSectionSize(60);
-    header()->resizeSection(1, 124);
+    header()->resizeSection(1, 136);
     setAccessibleName(tr("The installation"));
 }
 

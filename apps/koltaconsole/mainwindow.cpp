@@ -13,6 +13,7 @@
 
 #include <koltacommon/viewroles.h>
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QClipboard>
 #include <QHBoxLayout>
@@ -107,6 +108,12 @@ void MainWindow::connectAll()
     connect(m_attention, &AttentionList::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
     connect(&m_session, &Session::si_LinkChanged, this, &MainWindow::showBanner);
+    connect(qApp, &QApplication::focusChanged, this, [this](const QWidget* /*old*/, const QWidget* now) {
+        for (QWidget* const list : {static_cast<QWidget*>(m_attention), static_cast<QWidget*>(m_palette)}) {
+            if (now && list->isVisible() && !list->isAncestorOf(now))
+                list->hide();
+        }
+    });
     connect(&m_actions, &ActionTable::si_Ran, this, [this](const QString& /*id*/, const QString& line) {
         if (!line.isEmpty())
             showCommandLine(line);
@@ -180,6 +187,9 @@ void MainWindow::makeActions()
         [this] { m_attention->step(1); });
     add("attention-before", tr("The one before that needs attention"), QKeySequence(Qt::SHIFT + Qt::Key_F8),
         [this] { m_attention->step(-1); });
+    add("keys", tr("All actions and their keys"), QKeySequence(Qt::Key_F1), [this] { m_palette->open(); });
+    add("copy-rows", tr("Copy the selected rows as text"), QKeySequence(QKeySequence::Copy),
+        [this] { copyRows(); });
     add("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
         [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
     add("theme", tr("Light or dark"), QKeySequence(), [] {
@@ -268,6 +278,23 @@ bool MainWindow::isFilled() const
 {
     const Page* const page = currentPage();
     return page && !m_session.facts().isEmpty() && page->isFilled();
+}
+
+/// Of the table that has the focus, with a tabulator between the cells.
+void MainWindow::copyRows() const
+{
+    const auto* const view = qobject_cast<const QAbstractItemView*>(QApplication::focusWidget());
+    if (!view || !view->selectionModel())
+        return;
+    QStringList lines;
+    for (const QModelIndex& row : view->selectionModel()->selectedRows()) {
+        QStringList cells;
+        for (int column = 0; column < view->model()->columnCount(row.parent()); ++column)
+            cells.append(row.sibling(row.row(), column).data().toString());
+        lines.append(cells.join(QLatin1Char('\t')));
+    }
+    if (!lines.isEmpty())
+        QApplication::clipboard()->setText(lines.join(QLatin1Char('\n')));
 }
 
 void MainWindow::showBanner()

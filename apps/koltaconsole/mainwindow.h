@@ -52,6 +52,7 @@ private:
     void makeRegionActions();
     Page* pageAt(int tab);
     void showTab(int tab);
+    void copyRows() const;
     void showBanner();
     void showCommandLine(const QString& line);
     void showServer(const QString& address);

@@ -41,6 +41,7 @@ Palette::Palette(Session& session, ActionTable& actions, QWidget* parent)
     m_list->setFocusPolicy(Qt::NoFocus);
     m_told->setProperty("dim", true);
     m_told->setWordWrap(true);
+    m_told->setMinimumHeight(2 * fontMetrics().lineSpacing() + 8);
     m_told->setContentsMargins(6, 2, 6, 4);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 2);

@@ -41,6 +41,7 @@ TopBar::TopBar(Session& session, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
     , m_url(new QLabel(session.url(), this))
+    , m_linkMark(new QLabel(this))
     , m_link(new QLabel(this))
     , m_attention(new QPushButton(this))
     , m_palette(new QPushButton(tr("Ctrl+K  kolta …"), this))
@@ -51,7 +52,7 @@ TopBar::TopBar(Session& session, QWidget* parent)
     name->setProperty("heading", true);
     m_url->setProperty("dim", true);
     m_url->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
-    m_link->setContentsMargins(8, 4, 8, 4);
+    m_link->setContentsMargins(2, 4, 8, 4);
     m_attention->setIconSize({14, 11});
     m_attention->setAccessibleName(tr("What needs attention"));
     m_palette->setMinimumWidth(200);
@@ -60,7 +61,8 @@ TopBar::TopBar(Session& session, QWidget* parent)
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(12, 2, 12, 2);
     layout->setSpacing(8);
-    for (QWidget* const widget : std::initializer_list<QWidget*>{name, m_url, m_link, m_attention})
+    for (QWidget* const widget :
+         std::initializer_list<QWidget*>{name, m_url, m_linkMark, m_link, m_attention})
         layout->addWidget(widget);
     layout->addStretch(1);
     layout->addWidget(m_palette);
@@ -71,6 +73,7 @@ TopBar::TopBar(Session& session, QWidget* parent)
     connect(&session, &Session::si_FactsChanged, this, &TopBar::showAttention);
     connect(&session, &Session::si_UserChanged, this, &TopBar::showUser);
     connect(&Theme::instance(), &Theme::si_Changed, this, &TopBar::showAttention);
+    connect(&Theme::instance(), &Theme::si_Changed, this, &TopBar::showLink);
     showLink();
     showAttention();
     showUser();
@@ -88,8 +91,13 @@ void TopBar::showLink()
         m_link->setText(tr("broker gone since %1").arg(since));
     else
         m_link->setText(tr("no broker yet: %1").arg(link.text));
+    m_linkMark->setPixmap(markIcon(link.isUp    ? Mark::Disc
+                                   : link.wasUp ? Mark::Octagon
+                                                : Mark::Half,
+                                   link.isUp || !link.wasUp ? Role::InUse : Role::Alarm)
+                              .pixmap(11, 11));
     m_link->setToolTip(link.text);
-    setLook(*m_link, "badge", link.isUp ? QVariant() : QVariant(QStringLiteral("alarm")));
+    setLook(*m_link, "badge", link.isUp || !link.wasUp ? QVariant() : QVariant(QStringLiteral("alarm")));
     setLook(*m_link, "dim", link.isUp);
 }
 

@@ -29,6 +29,7 @@ private:
 
     Session& m_session;
     QLabel* m_url;
+    QLabel* m_linkMark;
     QLabel* m_link;
     QPushButton* m_attention;
     QPushButton* m_palette;

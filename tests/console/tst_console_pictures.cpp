@@ -138,6 +138,16 @@ void TestPictures::everyPage()
         QVERIFY2(fault.isEmpty(), qPrintable(id + QStringLiteral(": ") + fault));
         QCOMPARE(stage.window->size(), QSize(1280, 800));
     }
+    for (const char* const id : {"attention-next", "palette"}) {
+        QVERIFY(stage.window->actions().run(QLatin1String(id)));
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("pro"));
+        QCOMPARE(faultOf(*stage.window), QString());
+        QVERIFY(
+            small(stage.window->grab().toImage())
+                .save(
+                    QStringLiteral("%1/console-%2-%3-%4.png").arg(target, QLatin1String(id), language, theme),
+                    "PNG", 0));
+    }
     stage.window->resize(1024, 640);
     QCOMPARE(stage.window->size(), QSize(1024, 640));
     QCoreApplication::removeTranslator(&texts);

@@ -1739,6 +1739,14 @@
         <source>Everything below is last known of %1. Nothing is sent later by itself; what you were writing is kept.</source>
         <translation>Alles darunter ist der letzte Stand von %1. Nichts wird später von selbst gesendet; was Sie schrieben, bleibt erhalten.</translation>
     </message>
+    <message>
+        <source>All actions and their keys</source>
+        <translation>Alle Aktionen und ihre Tasten</translation>
+    </message>
+    <message>
+        <source>Copy the selected rows as text</source>
+        <translation>Die gewählten Zeilen als Text kopieren</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::OrderForm</name>
