@@ -89,6 +89,7 @@ void MainWindow::arrange(QWidget* top)
     m_upright->addWidget(below);
     m_upright->setStretchFactor(0, 1);
     m_upright->setHandleWidth(1);
+    m_banner->setObjectName(QStringLiteral("banner"));
     m_banner->setProperty("badge", QStringLiteral("alarm"));
     m_banner->setContentsMargins(12, 5, 12, 5);
     auto* const all = new QWidget(this);

@@ -32,7 +32,8 @@ struct Stage
 {
     explicit Stage(KoltaConsole::Options wanted = KoltaConsole::Options()) : options(wanted)
     {
-        options.servers = options.servers > 0 ? options.servers : 5;
+        if (options.url.isEmpty() && options.servers == 0)
+            options.servers = 5;
         options.isRemembered = false;
         QString error;
         session = KoltaConsole::Session::start(options, error);
@@ -41,7 +42,10 @@ struct Stage
         window = std::make_unique<KoltaConsole::MainWindow>(*session, options);
         window->show();
     }
-    bool isSettled() const { return session->simulation()->isSettled() && window->isFilled(); }
+    bool isSettled() const
+    {
+        return (!session->simulation() || session->simulation()->isSettled()) && window->isFilled();
+    }
 
     KoltaConsole::Options options;
     std::unique_ptr<KoltaConsole::Session> session;

@@ -158,6 +158,7 @@ void OrderPage::makeActions()
         entry.problem = why;
         entry.line = shownLine;
         entry.changes = true;
+        entry.needs = ActionTable::eLink;
         actions().add(entry, this);
     };
     add(
@@ -194,6 +195,7 @@ void OrderPage::makeCartActions()
         entry.problem = why;
         entry.line = line;
         entry.changes = true;
+        entry.needs = ActionTable::eLink;
         actions().add(entry, this);
     };
     const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
