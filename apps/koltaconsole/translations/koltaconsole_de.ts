@@ -1517,6 +1517,17 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::ButtonRow</name>
+    <message>
+        <source>More</source>
+        <translation>Mehr</translation>
+    </message>
+    <message>
+        <source>Further actions</source>
+        <translation>Weitere Aktionen</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::CandidatesTable</name>
     <message>
         <source>Candidates</source>
@@ -1617,6 +1628,81 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::EventsPage</name>
+    <message>
+        <source>Filter: S3, alarm, tuner, 11:00-12:00, text</source>
+        <translation>Filter: S3, Alarm, Tuner, 11:00-12:00, Text</translation>
+    </message>
+    <message>
+        <source>Filter of events</source>
+        <translation>Filter der Ereignisse</translation>
+    </message>
+    <message>
+        <source>Events</source>
+        <translation>Ereignisse</translation>
+    </message>
+    <message>
+        <source>Links</source>
+        <translation>Verbindungen</translation>
+    </message>
+    <message>
+        <source>Go on (%1 new)</source>
+        <translation>Weiter (%1 neu)</translation>
+    </message>
+    <message>
+        <source>Kind of events</source>
+        <translation>Art der Ereignisse</translation>
+    </message>
+    <message>
+        <source>everything</source>
+        <translation>alles</translation>
+    </message>
+    <message>
+        <source>attention and alarms</source>
+        <translation>Achtung und Alarme</translation>
+    </message>
+    <message>
+        <source>alarms alone</source>
+        <translation>nur Alarme</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Save…</source>
+        <translation>Sichern …</translation>
+    </message>
+    <message>
+        <source>No event matches &quot;%1&quot;.</source>
+        <translation>Kein Ereignis passt zu „%1“.</translation>
+    </message>
+    <message>
+        <source>No event of %1 matches &quot;%2&quot;.</source>
+        <translation>Kein Ereignis von %1 passt zu „%2“.</translation>
+    </message>
+    <message>
+        <source>%1 of %2 events; the newest on top</source>
+        <translation>%1 von %2 Ereignissen; das neueste oben</translation>
+    </message>
+    <message>
+        <source>Save events</source>
+        <translation>Ereignisse sichern</translation>
+    </message>
+    <message>
+        <source>Table (*.csv);;JSON lines (*.jsonl)</source>
+        <translation>Tabelle (*.csv);;JSON-Zeilen (*.jsonl)</translation>
+    </message>
+    <message>
+        <source>%1 events saved in %2</source>
+        <translation>%1 Ereignisse in %2 gesichert</translation>
+    </message>
+    <message>
+        <source>events cannot be saved in %1: %2</source>
+        <translation>Ereignisse lassen sich nicht in %1 sichern: %2</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::FrequencyAxis</name>
     <message>
         <source>Groups of tuners</source>
@@ -1671,6 +1757,17 @@
     <message>
         <source>The installation</source>
         <translation>Die Anlage</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::LinksView</name>
+    <message>
+        <source>There are no links: the servers are simulated in this process.</source>
+        <translation>Es gibt keine Verbindungen: die Server sind in diesem Prozess simuliert.</translation>
+    </message>
+    <message>
+        <source>Links</source>
+        <translation>Verbindungen</translation>
     </message>
 </context>
 <context>
@@ -1985,6 +2082,302 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::ProductionOrders</name>
+    <message>
+        <source>The console was started to look only.</source>
+        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
+    </message>
+    <message>
+        <source>It needs the link to the broker.</source>
+        <translation>Dazu braucht es die Verbindung zum Broker.</translation>
+    </message>
+    <message>
+        <source>Nothing is selected.</source>
+        <translation>Nichts ist ausgewählt.</translation>
+    </message>
+    <message>
+        <source>%1 has ended.</source>
+        <translation>%1 ist beendet.</translation>
+    </message>
+    <message>
+        <source>That is no processor.</source>
+        <translation>Das ist kein Prozessor.</translation>
+    </message>
+    <message>
+        <source>%1 is away; %2 is what was known last.</source>
+        <translation>%1 ist fort; %2 ist der letzte Stand.</translation>
+    </message>
+    <message>
+        <source>%1: %2.</source>
+        <translation>%1: %2.</translation>
+    </message>
+    <message>
+        <source>One FFP is moved at a time.</source>
+        <translation>Es wird eine FFP auf einmal verschoben.</translation>
+    </message>
+    <message>
+        <source>Only FFPs can be moved.</source>
+        <translation>Nur FFPs lassen sich verschieben.</translation>
+    </message>
+    <message>
+        <source>One processor is taken at a time.</source>
+        <translation>Es wird ein Prozessor auf einmal übernommen.</translation>
+    </message>
+    <message>
+        <source>%1 is operated from here already.</source>
+        <translation>%1 wird schon von hier bedient.</translation>
+    </message>
+    <message>
+        <source>%1 is not operated from here.</source>
+        <translation>%1 wird nicht von hier bedient.</translation>
+    </message>
+    <message>
+        <source>Nobody operates %1; asking is enough.</source>
+        <translation>Niemand bedient %1; fragen genügt.</translation>
+    </message>
+    <message>
+        <source>One front end is started at a time.</source>
+        <translation>Es wird eine Oberfläche auf einmal gestartet.</translation>
+    </message>
+    <message>
+        <source>%1 has no driver that tells how it is reached.</source>
+        <translation>%1 hat keinen Treiber, der sagt, wie er zu erreichen ist.</translation>
+    </message>
+    <message>
+        <source>%1 on %2</source>
+        <translation>%1 auf %2</translation>
+    </message>
+    <message>
+        <source>%1 on %2, %3</source>
+        <translation>%1 auf %2, %3</translation>
+    </message>
+    <message>
+        <source>%1: not asked for. %2</source>
+        <translation>%1: nicht verlangt. %2</translation>
+    </message>
+    <message>
+        <source>%1 since %2</source>
+        <translation>%1 seit %2</translation>
+    </message>
+    <message>
+        <source>stop</source>
+        <translation>anhalten</translation>
+    </message>
+    <message>
+        <source>stopping</source>
+        <translation>hält an</translation>
+    </message>
+    <message>
+        <source>stop %1</source>
+        <translation>%1 anhalten</translation>
+    </message>
+    <message>
+        <source>The MCP has gone.</source>
+        <translation>Die MCP ist fort.</translation>
+    </message>
+    <message>
+        <source>move</source>
+        <translation>verschieben</translation>
+    </message>
+    <message>
+        <source>moving</source>
+        <translation>wird verschoben</translation>
+    </message>
+    <message>
+        <source>move %1 to %2</source>
+        <translation>%1 nach %2 verschieben</translation>
+    </message>
+    <message>
+        <source>ownership</source>
+        <translation>Besitz</translation>
+    </message>
+    <message>
+        <source>asking</source>
+        <translation>fragt</translation>
+    </message>
+    <message>
+        <source>ownership of %1</source>
+        <translation>Besitz von %1</translation>
+    </message>
+    <message>
+        <source>front end: %1</source>
+        <translation>Oberfläche: %1</translation>
+    </message>
+    <message>
+        <source>its driver tells nothing that could be started</source>
+        <translation>sein Treiber nennt nichts, was sich starten ließe</translation>
+    </message>
+    <message>
+        <source>front end of %1 started</source>
+        <translation>Oberfläche von %1 gestartet</translation>
+    </message>
+    <message>
+        <source>front end of %1 cannot be started: %2</source>
+        <translation>Oberfläche von %1 lässt sich nicht starten: %2</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProductionRows</name>
+    <message>
+        <source>only a running FFP can be moved</source>
+        <translation>nur eine laufende FFP lässt sich verschieben</translation>
+    </message>
+    <message>
+        <source>its server is away</source>
+        <translation>ihr Server ist fort</translation>
+    </message>
+    <message>
+        <source>is no running MCP</source>
+        <translation>ist keine laufende MCP</translation>
+    </message>
+    <message>
+        <source>runs on another server, %1</source>
+        <translation>läuft auf einem anderen Server, %1</translation>
+    </message>
+    <message>
+        <source>it runs there already</source>
+        <translation>sie läuft dort schon</translation>
+    </message>
+    <message>
+        <source>lost %1</source>
+        <translation>verloren %1</translation>
+    </message>
+    <message>
+        <source>ended %1</source>
+        <translation>beendet %1</translation>
+    </message>
+    <message>
+        <source>ended after %1</source>
+        <translation>beendet nach %1</translation>
+    </message>
+    <message>
+        <source>running</source>
+        <translation>läuft</translation>
+    </message>
+    <message>
+        <source>last known</source>
+        <translation>zuletzt bekannt</translation>
+    </message>
+    <message>
+        <source>%1 — %2, last known %3</source>
+        <translation>%1 — %2, zuletzt bekannt %3</translation>
+    </message>
+    <message>
+        <source>Ended in the last 24 h: %1</source>
+        <translation>In den letzten 24 h beendet: %1</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProductionsModel</name>
+    <message>
+        <source>Processor</source>
+        <translation>Prozessor</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Hardware</source>
+        <translation>Hardware</translation>
+    </message>
+    <message>
+        <source>Owner</source>
+        <translation>Besitzer</translation>
+    </message>
+    <message>
+        <source>The last 24 hours</source>
+        <translation>Die letzten 24 Stunden</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProductionsPage</name>
+    <message>
+        <source>Filter: FFP, S1, operator, 121.5 MHz</source>
+        <translation>Filter: FFP, S1, operator, 121,5 MHz</translation>
+    </message>
+    <message>
+        <source>Filter of productions</source>
+        <translation>Filter der Produktionen</translation>
+    </message>
+    <message>
+        <source>Productions</source>
+        <translation>Produktionen</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Move to…</source>
+        <translation>Verschieben …</translation>
+    </message>
+    <message>
+        <source>Front end</source>
+        <translation>Oberfläche</translation>
+    </message>
+    <message>
+        <source>Take the ownership from %1?</source>
+        <translation>%1 den Besitz nehmen?</translation>
+    </message>
+    <message>
+        <source>Take ownership</source>
+        <translation>Besitz nehmen</translation>
+    </message>
+    <message>
+        <source>Ask for ownership</source>
+        <translation>Besitz erbitten</translation>
+    </message>
+    <message>
+        <source>Give ownership back</source>
+        <translation>Besitz zurückgeben</translation>
+    </message>
+    <message>
+        <source>%1 running</source>
+        <translation>%1 laufen</translation>
+    </message>
+    <message>
+        <source>%1 last known</source>
+        <translation>%1 zuletzt bekannt</translation>
+    </message>
+    <message>
+        <source>%1 ended</source>
+        <translation>%1 beendet</translation>
+    </message>
+    <message>
+        <source>No production matches &quot;%1&quot;.</source>
+        <translation>Keine Produktion passt zu „%1“.</translation>
+    </message>
+    <message>
+        <source>No server has been seen yet.</source>
+        <translation>Noch kein Server wurde gesehen.</translation>
+    </message>
+    <message>
+        <source>Nothing runs, and nothing has ended in the last 24 h.</source>
+        <translation>Nichts läuft, und nichts endete in den letzten 24 h.</translation>
+    </message>
+    <message>
+        <source>Stop all of these?</source>
+        <translation>All diese anhalten?</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>und %1 weitere</translation>
+    </message>
+    <message>
+        <source>No MCP runs</source>
+        <translation>Keine MCP läuft</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::ServerCards</name>
     <message>
         <source>Servers</source>
@@ -2074,6 +2467,21 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::TimelineDelegate</name>
+    <message>
+        <source>%1 – %2: not watched</source>
+        <translation>%1 – %2: nicht beobachtet</translation>
+    </message>
+    <message>
+        <source>before %1 – %2: ran</source>
+        <translation>vor %1 – %2: lief</translation>
+    </message>
+    <message>
+        <source>%1 – %2: ran</source>
+        <translation>%1 – %2: lief</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::TopBar</name>
     <message>
         <source>Ctrl+K  kolta …</source>
@@ -2121,6 +2529,53 @@
     <message>
         <source> · read only</source>
         <translation> · nur lesen</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::TreeBranches</name>
+    <message>
+        <source>never heard of</source>
+        <translation>nie gehört</translation>
+    </message>
+    <message>
+        <source>joining</source>
+        <translation>tritt bei</translation>
+    </message>
+    <message>
+        <source>live</source>
+        <translation>live</translation>
+    </message>
+    <message>
+        <source>silent</source>
+        <translation>stumm</translation>
+    </message>
+    <message>
+        <source>lost</source>
+        <translation>verloren</translation>
+    </message>
+    <message>
+        <source>has left</source>
+        <translation>hat sich abgemeldet</translation>
+    </message>
+    <message>
+        <source>forbidden</source>
+        <translation>verboten</translation>
+    </message>
+    <message>
+        <source>no beat since %1</source>
+        <translation>kein Lebenszeichen seit %1</translation>
+    </message>
+    <message>
+        <source>the broker forbids it</source>
+        <translation>der Broker verbietet es</translation>
+    </message>
+    <message>
+        <source>up</source>
+        <translation>steht</translation>
+    </message>
+    <message>
+        <source>waiting for the next try</source>
+        <translation>wartet auf den nächsten Versuch</translation>
     </message>
 </context>
 <context>
@@ -2210,6 +2665,14 @@
     <message>
         <source>Order</source>
         <translation>Auftrag</translation>
+    </message>
+    <message>
+        <source>Productions</source>
+        <translation>Produktionen</translation>
+    </message>
+    <message>
+        <source>Events and links</source>
+        <translation>Ereignisse und Verbindungen</translation>
     </message>
 </context>
 <context>
