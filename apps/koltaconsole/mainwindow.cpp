@@ -301,7 +301,10 @@ void MainWindow::copyRows() const
 void MainWindow::showBanner()
 {
     const LinkState& link = m_session.link();
-    m_banner->setVisible(!link.isUp && link.wasUp);
+    m_banner->setVisible(m_session.isOutOfSight());
+    StateItemDelegate::setAllStale(m_session.isOutOfSight());
+    for (QAbstractItemView* const view : findChildren<QAbstractItemView*>())
+        view->viewport()->update();
     m_banner->setText(
         tr("Everything below is last known of %1. Nothing is sent later by itself; what you were "
            "writing is kept.")

@@ -33,9 +33,13 @@ struct ServerFacts
     QString message;
     QDateTime since; ///< that it is so; invalid: since before this was watched
     QDateTime lastKnown;
+    bool isOutOfSight = false; ///< the link that shows it is down
 
     bool needsAttention() const { return condition <= Condition::Silent; }
-    bool isStale() const { return condition == Condition::Vanished || condition >= Condition::Withdrawn; }
+    bool isStale() const
+    {
+        return isOutOfSight || condition == Condition::Vanished || condition >= Condition::Withdrawn;
+    }
     Look look() const;
     /// Why it is so and since when, in a few words.
     QString reason() const;

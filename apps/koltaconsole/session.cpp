@@ -304,6 +304,7 @@ void Session::readFacts()
     for (int row = 0; row < d->servers.rowCount(); ++row) {
         const QString address = d->servers.index(row, 0).data().toString();
         facts.append(KoltaConsole::readFacts(d->servers, row, d->branchOf(address)));
+        facts.last().isOutOfSight = isOutOfSight();
     }
     std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {
         if (a.condition != b.condition)

@@ -73,6 +73,8 @@ public:
     /// The broker's address, "simulated" without one.
     const QString& url() const noexcept { return m_url; }
     const LinkState& link() const noexcept { return m_link; }
+    /// The link was there and is not any more: all there is to see was known last.
+    bool isOutOfSight() const noexcept { return !m_link.isUp && m_link.wasUp; }
     bool isReadOnly() const noexcept { return m_isReadOnly; }
 
     /// Whether users are asked here; otherwise the servers decide.

@@ -18,6 +18,13 @@ constexpr int kMarkSize = 11;
 constexpr int kMarkRoom = 18;
 constexpr int kAir = 7;
 
+bool areAllStale = false;
+
+bool isStale(const QModelIndex& index)
+{
+    return areAllStale || index.data(Kolta::ViewRoles::StaleRole).toBool();
+}
+
 } // namespace
 
 StateItemDelegate::StateItemDelegate(QObject* parent, LookOf lookOf)
@@ -25,12 +32,17 @@ StateItemDelegate::StateItemDelegate(QObject* parent, LookOf lookOf)
 {
 }
 
+void StateItemDelegate::setAllStale(bool areStale)
+{
+    areAllStale = areStale;
+}
+
 void StateItemDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const
 {
     QStyledItemDelegate::initStyleOption(option, index);
     option->textElideMode = Qt::ElideRight;
     const Theme& theme = Theme::instance();
-    if (index.data(Kolta::ViewRoles::StaleRole).toBool()) {
+    if (isStale(index)) {
         option->palette.setColor(QPalette::Text, theme.color(Role::Dim));
         option->palette.setColor(QPalette::HighlightedText, theme.onSelection(Role::Dim));
     }
@@ -51,8 +63,7 @@ void StateItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     style->drawControl(QStyle::CE_ItemViewItem, &cell, painter, cell.widget);
     const Theme& theme = Theme::instance();
     const bool isSelected = cell.state.testFlag(QStyle::State_Selected);
-    const bool isStale = index.data(Kolta::ViewRoles::StaleRole).toBool() && !look->isLoud;
-    const Role role = isStale ? Role::Dim : look->role;
+    const Role role = isStale(index) && !look->isLoud ? Role::Dim : look->role;
     const QColor color = isSelected ? theme.onSelection(role) : theme.color(role);
     const QRectF square(cell.rect.left() + kAir, cell.rect.center().y() - kMarkSize / 2.0 + 0.5, kMarkSize,
                         kMarkSize);

@@ -21,6 +21,9 @@ public:
 
     explicit StateItemDelegate(QObject* parent, LookOf lookOf = {});
 
+    /// Whether all rows, of all views, are only known from before.
+    static void setAllStale(bool areStale);
+
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,

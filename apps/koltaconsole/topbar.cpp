@@ -52,7 +52,8 @@ TopBar::TopBar(Session& session, QWidget* parent)
     name->setProperty("heading", true);
     m_url->setProperty("dim", true);
     m_url->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
-    m_link->setContentsMargins(2, 4, 8, 4);
+    m_linkMark->setContentsMargins(8, 4, 4, 4);
+    m_link->setContentsMargins(0, 4, 8, 4);
     m_attention->setIconSize({14, 11});
     m_attention->setAccessibleName(tr("What needs attention"));
     m_palette->setMinimumWidth(200);
@@ -97,6 +98,7 @@ void TopBar::showLink()
                                    link.isUp || !link.wasUp ? Role::InUse : Role::Alarm)
                               .pixmap(11, 11));
     m_link->setToolTip(link.text);
+    setLook(*m_linkMark, "badge", link.isUp || !link.wasUp ? QVariant() : QVariant(QStringLiteral("alarm")));
     setLook(*m_link, "badge", link.isUp || !link.wasUp ? QVariant() : QVariant(QStringLiteral("alarm")));
     setLook(*m_link, "dim", link.isUp);
 }

@@ -95,6 +95,7 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);
     // A server that is away or back changes rows alone.
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &CandidatesTable::si_Changed);
+    connect(&session, &Session::si_LinkChanged, this, &CandidatesTable::si_Changed);
     connect(&session.draft(), &OrderDraft::si_Changed, this, &CandidatesTable::follow);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &CandidatesTable::si_Changed);
     follow();
@@ -121,7 +122,8 @@ Offer CandidatesTable::offer() const
 {
     const QModelIndexList chosen = selectionModel()->selectedRows();
     const int row = chosen.isEmpty() ? 0 : chosen.first().row();
-    if (row >= m_rows.rowCount() || m_rows.index(row, 0).data(Roles::StaleRole).toBool())
+    if (m_session.isOutOfSight() || row >= m_rows.rowCount() ||
+        m_rows.index(row, 0).data(Roles::StaleRole).toBool())
         return {};
     const OrderCandidate found = candidate(row);
     if (found.rank == 0)

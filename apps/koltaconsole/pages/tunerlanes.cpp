@@ -82,7 +82,7 @@ QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups 
         tuner.from = record.GetMinFrequency();
         tuner.to = record.GetMaxFrequency();
         tuner.state = index.data(Roles::StateRole).toInt();
-        tuner.isStale = index.data(Roles::StaleRole).toBool();
+        tuner.isStale = session.isOutOfSight() || index.data(Roles::StaleRole).toBool();
         const Band band =
             bands.value(placeOf(index.data(Roles::ServerRole).toString(), index.data().toString()));
         tuner.centre = band.centre;

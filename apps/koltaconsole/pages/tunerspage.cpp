@@ -138,6 +138,7 @@ void TunersPage::connectAll()
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &TunersPage::followLater);
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&session().processors(), signal, this, &TunersPage::followLater);
+    connect(&session(), &Session::si_LinkChanged, this, &TunersPage::followLater);
     connect(&m_following, &QTimer::timeout, this, &TunersPage::showLanes);
     connect(m_axis, &FrequencyAxis::si_TunerChosen, this, &TunersPage::select);
     connect(m_axis, &FrequencyAxis::si_LaneChosen, this, &TunersPage::showLane);
@@ -164,7 +165,7 @@ void TunersPage::makeTable()
     m_table->setAccessibleName(tr("Tuners"));
     QHeaderView* const header = m_table->header();
     header->moveSection(header->visualIndex(TunerModel::eStateColumn), 1);
-    setColumnWidths(*m_table, {140, 130, 110, 145, 96, 142, 140, 100});
+    setColumnWidths(*m_table, {130, 130, 110, 145, 96, 142, 140, 100});
     m_table->setColumnHidden(TunerModel::eTypeColumn, true);
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &TunersPage::tellCurrent);
 }
