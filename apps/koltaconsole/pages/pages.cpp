@@ -2,6 +2,7 @@
 
 #include "orderpage.h"
 #include "overviewpage.h"
+#include "productionspage.h"
 #include "tunerspage.h"
 
 namespace KoltaConsole {
@@ -22,6 +23,7 @@ const QVector<PageEntry>& pageTable()
         {"overview", QT_TRANSLATE_NOOP("Pages", "Overview"), make<OverviewPage>},
         {"tuners", QT_TRANSLATE_NOOP("Pages", "Tuners"), make<TunersPage>},
         {"order", QT_TRANSLATE_NOOP("Pages", "Order"), make<OrderPage>},
+        {"productions", QT_TRANSLATE_NOOP("Pages", "Productions"), make<ProductionsPage>},
     };
     return pages;
 }

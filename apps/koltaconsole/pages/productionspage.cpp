@@ -1,0 +1,440 @@
+#include "productionspage.h"
+
+#include "../actions.h"
+#include "../buttonrow.h"
+#include "../serverfacts.h"
+#include "../session.h"
+
+#include <koltacommon/journal.h>
+#include <koltacommon/processormodel.h>
+#include <koltacommon/viewroles.h>
+
+#include <QDrag>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPointer>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+using Kolta::OwnershipJob;
+
+namespace {
+
+constexpr int kGatherMs = 100;
+constexpr int kMinuteMs = 60000;
+constexpr int kNamesAsked = 12;
+
+const char* const kActions[] = {"stop", "move", "own", "own-force", "front-end"};
+
+} // namespace
+
+void ProductionsView::startDrag(Qt::DropActions supported)
+{
+    const QModelIndex index = currentIndex();
+    if (!index.flags().testFlag(Qt::ItemIsDragEnabled))
+        return;
+    const QPointer<ProductionsView> alive(this);
+    auto* const drag = new QDrag(this);
+    drag->setMimeData(model()->mimeData({index}));
+    Q_EMIT si_Dragged(index.data(Kolta::ViewRoles::KeyRole).toString());
+    // What is dropped is asked for; the row moves when the server shows it there.
+    drag->exec(supported, Qt::MoveAction);
+    if (alive)
+        Q_EMIT si_Dragged(QString());
+}
+
+ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget* parent)
+    : Page(session, actions, parent)
+    , m_filter(new QLineEdit(this))
+    , m_count(new QLabel(this))
+    , m_view(new ProductionsView(this))
+    , m_header(new TimelineHeader(m_view))
+    , m_reasons(new QLabel(this))
+    , m_nothing(new QLabel(this))
+    , m_rows(session)
+    , m_model(this)
+    , m_orders(session, m_model, this)
+{
+    m_filter->setPlaceholderText(tr("Filter: FFP, S1, operator, 121.5 MHz"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setFixedWidth(250);
+    m_filter->setAccessibleName(tr("Filter of productions"));
+    m_count->setProperty("dim", true);
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 4, 8, 4);
+    m_reasons->setProperty("dim", true);
+    m_reasons->setContentsMargins(8, 4, 8, 4);
+    for (QLabel* const label : {m_count, m_reasons})
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    makeView();
+    makeActions();
+    makeOwnerActions();
+    QStringList ids;
+    for (const char* const id : kActions)
+        ids.append(QLatin1String(id));
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(8);
+    top->addWidget(m_filter);
+    top->addWidget(m_count, 1);
+    top->addWidget(new ButtonRow(actions, ids, 1, this), 3);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_nothing);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(m_reasons);
+    follow();
+    m_rows.readEnded();
+    refresh();
+}
+
+void ProductionsPage::makeView()
+{
+    m_view->setHeader(m_header);
+    m_view->setModel(&m_model);
+    m_view->setItemDelegate(new TimelineDelegate(m_view, [this](const QModelIndex& index) {
+        const ProductionRow* const row = m_model.rowAt(index);
+        const bool isServer = row && row->kind == ProductionRow::Kind::Server;
+        const bool hasState = row && (row->isRunning() || row->kind == ProductionRow::Kind::Ended);
+        return (isServer && index.column() == 0) ||
+                       (hasState && index.column() == ProductionsModel::eStateColumn)
+                   ? std::optional<Look>(row->look)
+                   : std::nullopt;
+    }));
+    m_view->setUniformRowHeights(true);
+    m_view->setAlternatingRowColors(true);
+    m_view->setAllColumnsShowFocus(true);
+    m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_view->setDragDropMode(QAbstractItemView::DragDrop);
+    m_view->setDefaultDropAction(Qt::MoveAction);
+    m_view->setExpandsOnDoubleClick(false);
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_view->setAccessibleName(tr("Productions"));
+    m_view->setIndentation(16);
+    const int widths[] = {190, 130, 90, 90, 116, 96};
+    for (int column = 0; column < ProductionsModel::eTimelineColumn; ++column)
+        m_header->resizeSection(column, widths[column]);
+    connect(m_view, &QWidget::customContextMenuRequested, this, &ProductionsPage::showMenu);
+    connect(m_view, &ProductionsView::si_Dragged, &m_model, &ProductionsModel::setDragged);
+    connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        m_line.clear();
+        actions().refresh();
+        showReasons();
+        Q_EMIT si_CommandLineChanged();
+    });
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProductionsPage::span);
+}
+
+/// Rows of servers have one text, and what is new is open.
+void ProductionsPage::span(const QModelIndex& parent, int first, int last)
+{
+    for (int row = first; row <= last; ++row) {
+        const QModelIndex index = m_model.index(row, 0, parent);
+        if (!parent.isValid())
+            m_view->setFirstColumnSpanned(row, parent, true);
+        m_view->setExpanded(index, true);
+        if (m_model.rowCount(index) > 0)
+            span(index, 0, m_model.rowCount(index) - 1);
+    }
+    if (parent.isValid())
+        m_view->setExpanded(parent, true);
+}
+
+void ProductionsPage::makeActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.needs = ActionTable::eLink;
+        entry.changes = true;
+        return entry;
+    };
+    ActionTable::Entry stop = add("stop", tr("Stop"), QKeySequence::Delete);
+    stop.problem = [this] { return m_orders.objectionToStop(selected()); };
+    stop.line = [this] { return m_line = m_orders.stopLine(selected()); };
+    stop.run = [this] { askToStop(selected()); };
+    ActionTable::Entry move = add("move", tr("Move to…"), QKeySequence(Qt::Key_M));
+    move.problem = [this] { return m_orders.objectionToMove(selected()); };
+    move.run = [this] { offerTargets(); };
+    ActionTable::Entry frontEnd = add("front-end", tr("Front end"), QKeySequence(Qt::Key_Return));
+    frontEnd.needs = ActionTable::eNothing;
+    frontEnd.changes = false;
+    frontEnd.problem = [this] { return m_orders.objectionToFrontEnd(selected()); };
+    frontEnd.line = [this] { return m_line = m_orders.frontEndLine(selected().value(0)); };
+    frontEnd.run = [this] { m_orders.showFrontEnd(selected().value(0)); };
+    for (const ActionTable::Entry& entry : {stop, move, frontEnd})
+        actions().add(entry, m_view);
+}
+
+void ProductionsPage::makeOwnerActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            OwnershipJob::Action action) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.needs = ActionTable::eLink;
+        entry.changes = true;
+        entry.problem = [this, action] { return m_orders.objectionToOwn(selected(), action); };
+        entry.line = [this, action] { return m_line = m_orders.ownLine(selected().value(0), action); };
+        entry.run = [this, action] {
+            const QString key = selected().value(0);
+            const ProductionRow* const row = m_model.find(key);
+            const auto own = [this, key, action] { m_orders.own(key, action); };
+            if (action != OwnershipJob::Action::ForceTake || !row)
+                own();
+            else
+                ask(tr("Take the ownership from %1?").arg(row->owner), {row->name}, tr("Take ownership"),
+                    own);
+        };
+        actions().add(entry, m_view);
+    };
+    add("own", tr("Ask for ownership"), QKeySequence(Qt::Key_O), OwnershipJob::Action::Take);
+    add("own-force", tr("Take ownership"), QKeySequence(), OwnershipJob::Action::ForceTake);
+    add("own-release", tr("Give ownership back"), QKeySequence(Qt::SHIFT + Qt::Key_O),
+        OwnershipJob::Action::Release);
+}
+
+void ProductionsPage::follow()
+{
+    m_gathering.setSingleShot(true);
+    m_gathering.setInterval(kGatherMs);
+    m_minute.start(kMinuteMs);
+    connect(&m_gathering, &QTimer::timeout, this, &ProductionsPage::refresh);
+    connect(&m_minute, &QTimer::timeout, this, &ProductionsPage::gather);
+    const auto due = [this] { gather(); };
+    const QAbstractItemModel* const processors = &session().processors();
+    connect(processors, &QAbstractItemModel::dataChanged, this, due);
+    connect(processors, &QAbstractItemModel::rowsInserted, this, due);
+    connect(processors, &QAbstractItemModel::rowsRemoved, this, due);
+    connect(processors, &QAbstractItemModel::rowsMoved, this, due);
+    connect(processors, &QAbstractItemModel::layoutChanged, this, due);
+    connect(&session(), &Session::si_FactsChanged, this, due);
+    connect(&session(), &Session::si_LinkChanged, this, due);
+    connect(&session(), &Session::si_UserChanged, this, due);
+    connect(&m_orders, &ProductionOrders::si_PendingChanged, this, due);
+    connect(&session().journal(), &Kolta::Journal::statesChanged, this,
+            [this](const QVector<Kolta::EventSubject>& subjects) {
+                m_rows.readEnded(subjects);
+                gather();
+            });
+    connect(&session().journal(), &Kolta::Journal::reset, this, [this] {
+        m_rows.readEnded();
+        gather();
+    });
+    connect(m_filter, &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_words = FilterWords(text);
+        refresh();
+    });
+    connect(&m_model, &ProductionsModel::si_MoveWanted, this, [this](const QString& ffp, const QString& mcp) {
+        m_line = m_orders.moveLine(ffp, mcp);
+        m_orders.move(ffp, mcp);
+        Q_EMIT si_CommandLineChanged();
+    });
+}
+
+/// What changes within a moment is shown together, and while the page is hidden when it is shown again.
+void ProductionsPage::gather()
+{
+    m_isDue = true;
+    if (isVisible() && !m_gathering.isActive())
+        m_gathering.start();
+}
+
+void ProductionsPage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    if (m_isDue)
+        refresh();
+}
+
+void ProductionsPage::refresh()
+{
+    m_isDue = false;
+    m_model.setMovable(m_orders.mayMove());
+    m_model.take(filtered(m_rows.gather(m_orders.pending()), false));
+    const QDateTime now = QDateTime::currentDateTime();
+    m_header->setRange(now.addSecs(-3600 * Timeline::kHours), now);
+    actions().refresh();
+    showCount();
+    showReasons();
+}
+
+/// Those that fit, with what holds them and what they hold.
+std::vector<ProductionRow> ProductionsPage::filtered(std::vector<ProductionRow> rows, bool isAll) const
+{
+    std::vector<ProductionRow> result;
+    for (ProductionRow& row : rows) {
+        if (row.kind == ProductionRow::Kind::Server && !m_only.isEmpty() && row.server != m_only)
+            continue;
+        if (row.kind == ProductionRow::Kind::Ended && !m_only.isEmpty() && row.server != m_only)
+            continue;
+        const bool isWanted = isAll || m_words.isEmpty() || (!row.isGroup() && row.matches(m_words));
+        row.children = filtered(std::move(row.children), isWanted && !row.isGroup());
+        if (row.isGroup() ? !row.children.empty() : isWanted || !row.children.empty())
+            result.push_back(std::move(row));
+    }
+    return result;
+}
+
+void ProductionsPage::showCount()
+{
+    int runs = 0, lastKnown = 0, ended = 0;
+    const std::function<void(const QModelIndex&)> count = [&](const QModelIndex& parent) {
+        for (int place = 0; place < m_model.rowCount(parent); ++place) {
+            const QModelIndex index = m_model.index(place, 0, parent);
+            const ProductionRow& row = *m_model.rowAt(index);
+            runs += row.isRunning() && !row.isStale ? 1 : 0;
+            lastKnown += row.isRunning() && row.isStale ? 1 : 0;
+            ended += row.kind == ProductionRow::Kind::Ended ? 1 : 0;
+            count(index);
+        }
+    };
+    count(QModelIndex());
+    QStringList parts{tr("%1 running").arg(runs)};
+    if (lastKnown > 0)
+        parts.append(tr("%1 last known").arg(lastKnown));
+    if (ended > 0)
+        parts.append(tr("%1 ended").arg(ended));
+    m_count->setText(parts.join(QStringLiteral(", ")));
+    m_count->setToolTip(m_count->text());
+    const bool isEmpty = m_model.rowCount() == 0;
+    m_nothing->setVisible(isEmpty);
+    if (!isEmpty)
+        return;
+    if (!m_words.isEmpty())
+        m_nothing->setText(tr("No production matches \"%1\".").arg(m_filter->text()));
+    else if (session().facts().isEmpty())
+        m_nothing->setText(tr("No server has been seen yet."));
+    else
+        m_nothing->setText(tr("Nothing runs, and nothing has ended in the last 24 h."));
+}
+
+/// Why the buttons that cannot be pressed cannot, each reason once.
+void ProductionsPage::showReasons()
+{
+    QStringList reasons;
+    QMap<QString, QStringList> byReason;
+    for (const char* const name : kActions) {
+        const QString id = QLatin1String(name);
+        const QString reason = actions().enabledBecause(id);
+        if (reason.isEmpty())
+            continue;
+        if (!byReason.contains(reason))
+            reasons.append(reason);
+        byReason[reason].append(actions().find(id)->text);
+    }
+    QStringList texts;
+    for (const QString& reason : qAsConst(reasons)) {
+        texts.append(
+            byReason.value(reason).size() == int(std::size(kActions))
+                ? reason
+                : QStringLiteral("%1: %2").arg(byReason.value(reason).join(QStringLiteral(", ")), reason));
+    }
+    const QString text = texts.join(QLatin1Char(' '));
+    m_reasons->setText(
+        m_reasons->fontMetrics().elidedText(text, Qt::ElideRight, qMax(m_reasons->width() - 16, 200)));
+    m_reasons->setToolTip(texts.join(QLatin1Char('\n')));
+}
+
+QStringList ProductionsPage::selected() const
+{
+    QStringList keys;
+    for (const QModelIndex& index : m_view->selectionModel()->selectedRows())
+        keys.append(index.data(Kolta::ViewRoles::KeyRole).toString());
+    return keys;
+}
+
+void ProductionsPage::askToStop(const QStringList& keys)
+{
+    const auto stop = [this, keys] { m_orders.stop(keys); };
+    if (m_orders.isGrave(keys))
+        ask(tr("Stop all of these?"), m_orders.victims(keys), tr("Stop"), stop);
+    else
+        stop();
+}
+
+void ProductionsPage::ask(const QString& question, const QStringList& names, const QString& yes,
+                          const std::function<void()>& then)
+{
+    auto* const box =
+        new QMessageBox(QMessageBox::NoIcon, session().url(), question, QMessageBox::Cancel, this);
+    QStringList shown = names.mid(0, kNamesAsked);
+    if (names.size() > kNamesAsked)
+        shown.append(tr("and %1 more").arg(names.size() - kNamesAsked));
+    box->setInformativeText(shown.join(QLatin1Char('\n')));
+    QPushButton* const accept = box->addButton(yes, QMessageBox::AcceptRole);
+    box->setDefaultButton(QMessageBox::Cancel);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(accept, &QPushButton::clicked, this, then);
+    box->open();
+}
+
+/// All MCPs; those where it cannot go are there too, with the reason.
+void ProductionsPage::offerTargets()
+{
+    const QString key = selected().value(0);
+    const ProductionRow* const ffp = m_model.find(key);
+    if (!ffp)
+        return;
+    auto* const menu = new QMenu(m_view);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    connect(menu, &QObject::destroyed, &m_model, [this] { m_model.setDragged(QString()); });
+    m_model.setDragged(key);
+    for (const ProductionRow* const mcp : m_model.mcps()) {
+        const QString objection = objectionToMove(*ffp, *mcp);
+        QAction* const target = menu->addAction(
+            objection.isEmpty() ? mcp->name : QStringLiteral("%1 — %2").arg(mcp->name, objection));
+        target->setEnabled(objection.isEmpty());
+        connect(target, &QAction::triggered, this,
+                [this, key, to = mcp->key] { Q_EMIT m_model.si_MoveWanted(key, to); });
+    }
+    if (menu->isEmpty())
+        menu->addAction(tr("No MCP runs"))->setEnabled(false);
+    const QRect place = m_view->visualRect(m_model.indexOf(key));
+    menu->popup(m_view->viewport()->mapToGlobal(place.bottomLeft() + QPoint(place.width() / 2, 0)));
+}
+
+void ProductionsPage::showMenu(const QPoint& place)
+{
+    auto* const menu = new QMenu(m_view);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setToolTipsVisible(true);
+    for (const char* const id : kActions)
+        menu->addAction(actions().action(QLatin1String(id)));
+    menu->addAction(actions().action(QStringLiteral("own-release")));
+    menu->popup(m_view->viewport()->mapToGlobal(place));
+}
+
+bool ProductionsPage::isFilled() const
+{
+    return m_model.rowCount() > 0;
+}
+
+QString ProductionsPage::commandLine() const
+{
+    if (!m_line.isEmpty())
+        return m_line;
+    return m_only.isEmpty() ? QStringLiteral("kolta productions")
+                            : QStringLiteral("kolta productions --server %1").arg(m_only);
+}
+
+void ProductionsPage::showServer(const QString& address)
+{
+    m_only = address;
+    refresh();
+    Q_EMIT si_CommandLineChanged();
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "page.h"
+
+#include "productionorders.h"
+#include "productionrows.h"
+#include "productionsmodel.h"
+
+#include <QTimer>
+#include <QTreeView>
+
+class QLabel;
+
+namespace KoltaConsole {
+
+class ButtonRow;
+
+/// The tree of productions. While an FFP is dragged it shows where it may go.
+class ProductionsView : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    using QTreeView::QTreeView;
+
+Q_SIGNALS:
+    /// Empty when it is over.
+    void si_Dragged(const QString& key);
+
+protected:
+    void startDrag(Qt::DropActions supported) override;
+};
+
+/// What runs on which server, when it ran within the last day, and what is done about it.
+class ProductionsPage : public Page
+{
+    Q_OBJECT
+
+public:
+    ProductionsPage(Session& session, ActionTable& actions, QWidget* parent);
+
+    bool isFilled() const override;
+    QString commandLine() const override;
+    void showServer(const QString& address) override;
+    QLineEdit* filterLine() const override { return m_filter; }
+
+    const ProductionsModel& model() const { return m_model; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void makeView();
+    void makeActions();
+    void makeOwnerActions();
+    void follow();
+    void gather();
+    void refresh();
+    std::vector<ProductionRow> filtered(std::vector<ProductionRow> rows, bool isAll) const;
+    void span(const QModelIndex& parent, int first, int last);
+    void showCount();
+    void showReasons();
+    QStringList selected() const;
+    void askToStop(const QStringList& keys);
+    void ask(const QString& question, const QStringList& names, const QString& yes,
+             const std::function<void()>& then);
+    void offerTargets();
+    void showMenu(const QPoint& place);
+
+    QLineEdit* m_filter;
+    QLabel* m_count;
+    ProductionsView* m_view;
+    TimelineHeader* m_header;
+    QLabel* m_reasons;
+    QLabel* m_nothing;
+    ProductionRows m_rows;
+    ProductionsModel m_model;
+    ProductionOrders m_orders;
+    FilterWords m_words;
+    QString m_only;
+    QString m_line; ///< of the latest order
+    QTimer m_gathering;
+    QTimer m_minute;
+    bool m_isDue = true;
+};
+
+} // namespace KoltaConsole
