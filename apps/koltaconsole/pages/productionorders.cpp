@@ -211,7 +211,8 @@ void ProductionOrders::stop(const QStringList& keys)
         }
         const ProductionRow row = *m_model.find(server.value().first());
         auto* const job = new Kolta::StopJob(*m_session.server(server.key()), guids, this);
-        follow(*job, row, server.value(), tr("stopping"), tr("stop %1").arg(names.join(QStringLiteral(", "))));
+        follow(*job, row, server.value(), tr("stopping"),
+               tr("stop %1").arg(names.join(QStringLiteral(", "))));
     }
 }
 
@@ -277,8 +278,9 @@ QString ProductionOrders::stopLine(const QStringList& keys) const
             servers.insert(row->server);
         }
     }
-    return words.isEmpty() ? QString()
-                           : KoltaApps::ActionLines(servers.size() == 1 ? *servers.begin() : QString()).stop(words);
+    return words.isEmpty()
+               ? QString()
+               : KoltaApps::ActionLines(servers.size() == 1 ? *servers.begin() : QString()).stop(words);
 }
 
 QString ProductionOrders::moveLine(const QString& ffp, const QString& mcp) const

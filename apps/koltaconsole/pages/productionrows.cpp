@@ -93,8 +93,8 @@ Timeline ProductionRows::timelineOf(const QString& server, const QString& guid) 
     Timeline timeline;
     timeline.to = m_now;
     timeline.from = m_now.addSecs(-3600 * Timeline::kHours);
-    timeline.stretches = m_session.journal().book().stretches(
-        {EventSubject::Type::Processor, server, guid}, timeline.from, timeline.to);
+    timeline.stretches = m_session.journal().book().stretches({EventSubject::Type::Processor, server, guid},
+                                                              timeline.from, timeline.to);
     return timeline;
 }
 
@@ -106,7 +106,8 @@ void ProductionRows::readEnded()
 
 void ProductionRows::readEnded(const QVector<EventSubject>& subjects)
 {
-    m_now = QDateTime::currentDateTime();
+    // What has ended just now has been over for a moment.
+    m_now = QDateTime::currentDateTime().addMSecs(1);
     for (const EventSubject& subject : subjects) {
         if (subject.type == EventSubject::Type::Processor)
             noteEnd(subject);
@@ -164,12 +165,10 @@ ProductionRow ProductionRows::rowOf(const QModelIndex& index, const Pending& pen
     row.guid = index.data(Roles::GuidRole).toString();
     row.name = textAt(index, ProcessorModel::eNameColumn);
     row.type = textAt(index, ProcessorModel::eKindColumn);
-    row.frequency = index.sibling(index.row(), ProcessorModel::eFrequencyColumn)
-                        .data(Roles::SortRole)
-                        .toDouble();
-    row.bandwidth = index.sibling(index.row(), ProcessorModel::eBandwidthColumn)
-                        .data(Roles::SortRole)
-                        .toDouble();
+    row.frequency =
+        index.sibling(index.row(), ProcessorModel::eFrequencyColumn).data(Roles::SortRole).toDouble();
+    row.bandwidth =
+        index.sibling(index.row(), ProcessorModel::eBandwidthColumn).data(Roles::SortRole).toDouble();
     const QString unit = textAt(index, ProcessorModel::eUnitColumn);
     const QString tuner = textAt(index, ProcessorModel::eTunerColumn);
     const bool isTop = !index.parent().isValid();

@@ -1,0 +1,229 @@
+#include "consoletest.h"
+
+#include <koltaconsole/buttonrow.h>
+#include <koltaconsole/pages/productionspage.h>
+
+#include <koltacommon/journal.h>
+#include <koltacommon/productionjob.h>
+#include <koltacommon/viewroles.h>
+#include <simulation/simulatedserver.h>
+
+#include <QAction>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+
+using namespace KoltaConsole;
+using Kolta::Event;
+
+namespace {
+
+/// The page on two servers; S1 has a second MCP that is empty.
+struct ProductionsStage : Stage
+{
+    static Options twoServers()
+    {
+        Options options;
+        options.servers = 2;
+        options.page = QStringLiteral("productions");
+        return options;
+    }
+    ProductionsStage() : Stage(twoServers())
+    {
+        page = static_cast<ProductionsPage*>(window->currentPage());
+        view = page->findChild<ProductionsView*>();
+    }
+    bool isReady()
+    {
+        if (!isSettled() || keyOf("FFP 1").isEmpty())
+            return false;
+        if (!m_isAsked) {
+            Kolta::ProductionOrder order;
+            order.kind = Kolta::ProductionOrder::Kind::Mcp;
+            order.tunerClass = QStringLiteral("Wide");
+            order.frequency = 98.5e6;
+            order.bandwidth = 8e6;
+            order.displayName = QStringLiteral("MCP 2");
+            (new Kolta::ProductionJob(*session->server(QStringLiteral("S1")), order, page))
+                ->deleteWhenFinished();
+            m_isAsked = true;
+        }
+        return !keyOf("MCP 2").isEmpty();
+    }
+    /// Of the row of S1 with that name.
+    QString keyOf(const char* name) const
+    {
+        const QModelIndexList found =
+            page->model().match(page->model().index(0, 0), Qt::DisplayRole, QLatin1String(name), 1,
+                                Qt::MatchExactly | Qt::MatchRecursive);
+        return found.isEmpty() ? QString() : page->model().rowAt(found.first())->key;
+    }
+    const ProductionRow* row(const QString& key) const { return page->model().find(key); }
+    void select(const QString& key)
+    {
+        QApplication::setActiveWindow(window.get()); // a box may have been before it
+        view->setCurrentIndex(page->model().indexOf(key));
+        view->setFocus();
+    }
+    bool canDo(const char* id) { return window->actions().enabledBecause(QLatin1String(id)).isEmpty(); }
+    KoltaSimulation::SimulatedServer& server() const
+    {
+        return *session->simulation()->server(QStringLiteral("S1"));
+    }
+    QMessageBox* box() const { return page->findChild<QMessageBox*>(); }
+    void answer(const char* button) const
+    {
+        for (QAbstractButton* const each : box()->buttons()) {
+            if (each->text().remove(QLatin1Char('&')) == QLatin1String(button))
+                each->click();
+        }
+    }
+
+    ProductionsPage* page;
+    ProductionsView* view;
+
+private:
+    bool m_isAsked = false;
+};
+
+bool wasTold(const Session& session, const QString& words)
+{
+    const Kolta::Journal& journal = session.journal();
+    for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number) {
+        if (journal.entry(number)->text().contains(words))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+/// The page of productions with keys and drops, while servers come and go.
+class TestProductions : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// A row that moves keeps its selection; where it cannot go says why, before and during the drag.
+    void move()
+    {
+        ProductionsStage stage;
+        QTRY_VERIFY(stage.isReady());
+        const QString ffp = stage.keyOf("FFP 1"), from = stage.keyOf("MCP 1"), to = stage.keyOf("MCP 2");
+        stage.select(ffp);
+        auto& model = const_cast<ProductionsModel&>(stage.page->model());
+        const std::unique_ptr<QMimeData> data(model.mimeData({model.indexOf(ffp)}));
+        const QModelIndex there = model.indexOf(from);
+        QVERIFY(!model.dropMimeData(data.get(), Qt::MoveAction, -1, -1, there));
+        QVERIFY(!model.dropMimeData(data.get(), Qt::MoveAction, -1, -1, QModelIndex()));
+        model.setDragged(ffp);
+        QVERIFY(there.data(Kolta::ViewRoles::StaleRole).toBool());
+        QVERIFY(!there.data(Qt::ToolTipRole).toString().isEmpty());
+        QVERIFY(!model.indexOf(to).data(Kolta::ViewRoles::StaleRole).toBool());
+        model.setDragged(QString());
+        QVERIFY(model.dropMimeData(data.get(), Qt::MoveAction, -1, -1, model.indexOf(to)));
+        QCOMPARE(stage.page->commandLine(), QStringLiteral("kolta move --server S1 \"FFP 1\" \"MCP 2\""));
+        QTRY_COMPARE(stage.row(ffp)->holderKey, to);
+        QCOMPARE(model.indexOf(ffp).parent(), model.indexOf(to));
+        QCOMPARE(stage.view->currentIndex(), model.indexOf(ffp));
+
+        QTRY_VERIFY(stage.canDo("move"));
+        QTest::keyClick(stage.view, Qt::Key_M);
+        auto* const menu = stage.view->findChild<QMenu*>();
+        QVERIFY(menu);
+        QCOMPARE(menu->actions().size(), 2);
+        QVERIFY(menu->actions().at(0)->isEnabled());
+        QVERIFY(!menu->actions().at(1)->isEnabled());
+        menu->actions().at(0)->trigger();
+        menu->close();
+        QTRY_COMPARE(stage.row(ffp)->holderKey, from);
+    }
+
+    /// What would end with it is named, the default is to leave it, and what has ended is kept below.
+    void stop()
+    {
+        ProductionsStage stage;
+        QTRY_VERIFY(stage.isReady());
+        QVERIFY(!stage.canDo("stop"));
+        const QString mcp = stage.keyOf("MCP 1"), empty = stage.keyOf("MCP 2");
+        stage.select(mcp);
+        QVERIFY(stage.canDo("stop"));
+        QTest::keyClick(stage.view, Qt::Key_Delete);
+        QVERIFY(stage.box());
+        QVERIFY(stage.box()->informativeText().contains(QStringLiteral("FFP 1")));
+        QCOMPARE(stage.box()->defaultButton(), stage.box()->button(QMessageBox::Cancel));
+        stage.answer("Cancel");
+        QTRY_VERIFY(!stage.box());
+        QVERIFY(stage.row(mcp) && stage.canDo("stop"));
+
+        stage.select(empty); // hits nobody else, so nobody is asked
+        QTest::keyClick(stage.view, Qt::Key_Delete);
+        QVERIFY(!stage.box());
+        QTRY_VERIFY(!stage.row(empty));
+        QTRY_VERIFY(stage.row(QStringLiteral("ended:") + empty));
+        const ProductionRow& ended = *stage.row(QStringLiteral("ended:") + empty);
+        QCOMPARE(ended.frequency, 98.5e6);
+        QVERIFY(!ended.timeline.isLost);
+        QCOMPARE(ended.timeline.stretches.first().isWatched, false);
+        stage.page->filterLine()->setText(QStringLiteral("ended"));
+        QCOMPARE(stage.page->model().rowCount(), 1);
+        stage.page->filterLine()->setText(QStringLiteral("98.1 MHz FFP"));
+        QVERIFY(stage.row(mcp) && !stage.row(QStringLiteral("ended:") + empty));
+    }
+
+    /// Between the question and the answer the server goes: nothing is asked for, now or later.
+    void serverGoesMeanwhile()
+    {
+        ProductionsStage stage;
+        QTRY_VERIFY(stage.isReady());
+        const QString mcp = stage.keyOf("MCP 1");
+        stage.select(mcp);
+        QTest::keyClick(stage.view, Qt::Key_Delete);
+        QVERIFY(stage.box());
+        stage.server().vanish();
+        QTRY_VERIFY(stage.row(mcp)->isStale);
+        QVERIFY(!stage.canDo("stop") && !stage.canDo("move") && !stage.canDo("own"));
+        stage.answer("Stop");
+        QTRY_VERIFY(wasTold(*stage.session, QStringLiteral("stop: not asked for. S1 is away")));
+        stage.server().comeBack();
+        // It comes back without what it ran, which is told as lost and not as stopped.
+        const QString ended = QStringLiteral("ended:") + mcp;
+        QTRY_VERIFY_WITH_TIMEOUT(stage.row(ended), 20000);
+        QVERIFY(!stage.row(mcp));
+        QTRY_VERIFY(stage.row(ended)->timeline.isLost);
+        QCOMPARE(stage.row(ended)->look.mark, Mark::Cross);
+    }
+
+    /// Ownership is asked for, shown and given back.
+    void ownership()
+    {
+        ProductionsStage stage;
+        QTRY_VERIFY(stage.isReady());
+        const QString mcp = stage.keyOf("MCP 1");
+        stage.select(mcp);
+        QVERIFY(!stage.canDo("own-release"));
+        QTest::keyClick(stage.view, Qt::Key_O);
+        QTRY_VERIFY(stage.row(mcp)->isMine);
+        QTRY_VERIFY(stage.canDo("own-release"));
+        QVERIFY(!stage.canDo("own"));
+        QTest::keyClick(stage.view, Qt::Key_O, Qt::ShiftModifier);
+        QTRY_VERIFY(!stage.row(mcp)->isMine);
+    }
+
+    /// Where there is no room buttons go into the menu, the first ones last.
+    void narrow()
+    {
+        ProductionsStage stage;
+        auto* const buttons = stage.page->findChild<ButtonRow*>();
+        buttons->resize(buttons->sizeHint().width(), buttons->height());
+        QCOMPARE(buttons->hiddenCount(), 0);
+        buttons->resize(buttons->minimumSizeHint().width() - 1, buttons->height());
+        QCOMPARE(buttons->hiddenCount(), 4);
+        QCOMPARE(buttons->findChild<QMenu*>()->actions().size(), 4);
+    }
+};
+
+KOLTA_CONSOLE_TEST(TestProductions);
+#include "tst_console_productions.moc"
