@@ -17,6 +17,8 @@
 #include <startup/cfgcenter.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
+#include "treebranches.h"
+
 #include <distribution/treelink.h>
 #endif
 
@@ -40,6 +42,7 @@ struct Session::Parts
     std::unique_ptr<SimulatedInstallation> simulation;
 #ifdef KOLTA_WITH_DISTRIBUTION
     std::unique_ptr<distribution::TreeLink> link;
+    std::unique_ptr<TreeBranches> branches;
 #endif
     Kolta::ServerModel servers;
     Kolta::TunerModel tuners;
@@ -148,6 +151,7 @@ bool Session::mirror(const Options& options, QString& error)
     m_url = options.url;
     m_link = {false, false, QDateTime::currentDateTime(), tr("connecting")};
     d->link = std::make_unique<distribution::TreeLink>(values::Tree::Instance(), *link);
+    d->branches = std::make_unique<TreeBranches>(*d->link, m_url);
     connect(d->link.get(), &distribution::TreeLink::si_LinkChanged, this, &Session::noteLink);
     connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, this, &Session::gather);
     d->link->mirror(link->branches);
@@ -243,6 +247,15 @@ Kolta::Journal& Session::journal() const
 OrderDraft& Session::draft() const
 {
     return d->draft;
+}
+
+const Kolta::IBranchSource* Session::branches() const
+{
+#ifdef KOLTA_WITH_DISTRIBUTION
+    return d->branches.get();
+#else
+    return nullptr;
+#endif
 }
 
 Kolta::KoltaServerInterface* Session::server(const QString& address) const

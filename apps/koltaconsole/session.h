@@ -13,6 +13,7 @@
 #include <memory>
 
 namespace Kolta {
+class IBranchSource;
 class InstallationEvents;
 class Journal;
 class KoltaServerInterface;
@@ -58,6 +59,8 @@ public:
     Kolta::Journal& journal() const;
     /// What somebody is about to order.
     OrderDraft& draft() const;
+    /// The broker and the branches behind it; null where there is no broker.
+    const Kolta::IBranchSource* branches() const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
 

@@ -1,5 +1,6 @@
 #include "pages.h"
 
+#include "eventspage.h"
 #include "orderpage.h"
 #include "overviewpage.h"
 #include "productionspage.h"
@@ -24,6 +25,7 @@ const QVector<PageEntry>& pageTable()
         {"tuners", QT_TRANSLATE_NOOP("Pages", "Tuners"), make<TunersPage>},
         {"order", QT_TRANSLATE_NOOP("Pages", "Order"), make<OrderPage>},
         {"productions", QT_TRANSLATE_NOOP("Pages", "Productions"), make<ProductionsPage>},
+        {"events", QT_TRANSLATE_NOOP("Pages", "Events and links"), make<EventsPage>},
     };
     return pages;
 }

@@ -2,6 +2,7 @@
 
 #include "../actions.h"
 #include "../buttonrow.h"
+#include "../rowtexts.h"
 #include "../serverfacts.h"
 #include "../session.h"
 
@@ -119,6 +120,7 @@ void ProductionsPage::makeView()
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     m_view->setAccessibleName(tr("Productions"));
     m_view->setIndentation(16);
+    offerCopy(*m_view);
     const int widths[] = {190, 130, 90, 90, 116, 96};
     for (int column = 0; column < ProductionsModel::eTimelineColumn; ++column)
         m_header->resizeSection(column, widths[column]);

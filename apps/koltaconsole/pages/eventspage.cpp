@@ -1,0 +1,241 @@
+#include "eventspage.h"
+
+#include "../actions.h"
+#include "../rowtexts.h"
+#include "../session.h"
+#include "../stateitemdelegate.h"
+#include "eventwords.h"
+#include "linksview.h"
+
+#include <koltacommon/journal.h>
+#include <koltacommon/viewroles.h>
+
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QPushButton>
+#include <QSaveFile>
+#include <QTabWidget>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+using Kolta::Event;
+using Kolta::EventModel;
+
+namespace {
+
+/// A journal of 100,000 lines is gone over after a pause in the typing, not at each key.
+constexpr int kTypingMs = 150;
+constexpr int kCountMs = 250;
+
+// Data of the choices: a weight at least, or a kind.
+constexpr int kFirstKind = 100;
+
+} // namespace
+
+EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
+    : Page(session, actions, parent)
+    , m_filter(new QLineEdit(this))
+    , m_kinds(new QComboBox(this))
+    , m_count(new QLabel(this))
+    , m_table(new QTreeView(this))
+    , m_tabs(new QTabWidget(this))
+    , m_model(session.journal())
+{
+    m_filter->setPlaceholderText(tr("Filter: S3, alarm, tuner, 11:00-12:00, text"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setFixedWidth(330);
+    m_filter->setAccessibleName(tr("Filter of events"));
+    m_count->setProperty("dim", true);
+    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    makeTable();
+    makeKinds();
+    makeActions();
+    m_tabs->setDocumentMode(true);
+    m_tabs->addTab(makeEvents(), tr("Events"));
+    m_tabs->addTab(new LinksView(session, m_tabs), tr("Links"));
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 4, 0, 0);
+    layout->addWidget(m_tabs);
+    m_typing.setSingleShot(true);
+    m_typing.setInterval(kTypingMs);
+    m_counting.setSingleShot(true);
+    m_counting.setInterval(kCountMs);
+    connect(m_filter, &QLineEdit::textChanged, &m_typing, qOverload<>(&QTimer::start));
+    connect(&m_typing, &QTimer::timeout, this, &EventsPage::applyFilter);
+    connect(&m_counting, &QTimer::timeout, this, &EventsPage::showCount);
+    connect(m_kinds, qOverload<int>(&QComboBox::currentIndexChanged), this, &EventsPage::applyFilter);
+    const auto count = [this] {
+        if (!m_counting.isActive())
+            m_counting.start();
+    };
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, count);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, count);
+    connect(&m_model, &QAbstractItemModel::modelReset, this, &EventsPage::showCount);
+    connect(&m_model, &EventModel::heldBackChanged, this, count);
+    connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
+    showCount();
+}
+
+QWidget* EventsPage::makeEvents()
+{
+    auto* const events = new QWidget(m_tabs);
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->addWidget(m_filter);
+    top->addWidget(m_kinds);
+    top->addWidget(m_count, 1);
+    m_pause = actions().makeButton(QStringLiteral("events-pause"), events);
+    // As wide as it becomes while it is stopped.
+    m_pause->setMinimumWidth(m_pause->fontMetrics().horizontalAdvance(tr("Go on (%1 new)").arg(99999)) + 24);
+    top->addWidget(m_pause);
+    top->addWidget(actions().makeButton(QStringLiteral("events-save"), events));
+    auto* const layout = new QVBoxLayout(events);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_table, 1);
+    return events;
+}
+
+void EventsPage::makeTable()
+{
+    m_table->setModel(&m_model);
+    m_table->setItemDelegate(new StateItemDelegate(m_table, [](const QModelIndex& index) {
+        return index.column() == EventModel::eWeightColumn
+                   ? std::optional<Look>(eventLook(index.data(Kolta::ViewRoles::StateRole).toInt()))
+                   : std::nullopt;
+    }));
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setAlternatingRowColors(true);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_table->setAccessibleName(tr("Events"));
+    const int widths[] = {130, 110, 80, 120, 400};
+    for (int column = 0; column < EventModel::eColumnCount; ++column)
+        m_table->header()->resizeSection(column, widths[column]);
+    offerCopy(*m_table);
+}
+
+void EventsPage::makeKinds()
+{
+    m_kinds->setAccessibleName(tr("Kind of events"));
+    m_kinds->addItem(tr("everything"), static_cast<int>(Event::Weight::Note));
+    m_kinds->addItem(tr("attention and alarms"), static_cast<int>(Event::Weight::Attention));
+    m_kinds->addItem(tr("alarms alone"), static_cast<int>(Event::Weight::Alarm));
+    m_kinds->insertSeparator(m_kinds->count());
+    for (int kind = 0; kind < Event::kKindCount; ++kind)
+        m_kinds->addItem(Event::title(static_cast<Event::Kind>(kind)), kFirstKind + kind);
+    m_kinds->setMaxVisibleItems(m_kinds->count());
+}
+
+void EventsPage::makeActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& run) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.run = run;
+        actions().add(entry, this);
+    };
+    add("events-pause", tr("Pause"), QKeySequence(Qt::CTRL + Qt::Key_P), [this] { pause(); });
+    add("events-save", tr("Save…"), QKeySequence::Save, [this] { askWhereTo(); });
+}
+
+void EventsPage::applyFilter()
+{
+    Kolta::EventFilter filter = eventFilterOf(m_filter->text(), QDate::currentDate());
+    const int choice = m_kinds->currentData().toInt();
+    if (choice >= kFirstKind)
+        filter.kinds = {static_cast<Event::Kind>(choice - kFirstKind)};
+    else
+        filter.least = static_cast<Event::Weight>(choice);
+    if (!m_only.isEmpty())
+        filter.servers = QStringList(m_only);
+    m_model.setFilter(filter);
+}
+
+void EventsPage::pause()
+{
+    m_model.setHeld(!m_model.isHeld());
+    showCount();
+}
+
+void EventsPage::showCount()
+{
+    const QLocale locale;
+    const Kolta::Journal& journal = session().journal();
+    const auto all = static_cast<qulonglong>(journal.endNumber() - journal.firstNumber());
+    const int shown = m_model.rowCount();
+    if (shown == 0 && all > 0)
+        m_count->setText(m_only.isEmpty()
+                             ? tr("No event matches \"%1\".").arg(m_filter->text())
+                             : tr("No event of %1 matches \"%2\".").arg(m_only, m_filter->text()));
+    else
+        m_count->setText(
+            tr("%1 of %2 events; the newest on top").arg(locale.toString(shown), locale.toString(all)));
+    m_count->setToolTip(m_count->text());
+    m_pause->setText(m_model.isHeld() ? tr("Go on (%1 new)").arg(locale.toString(m_model.heldBack()))
+                                      : tr("Pause"));
+}
+
+/// What is shown when the place has been chosen is what is saved.
+void EventsPage::askWhereTo()
+{
+    auto* const dialog =
+        new QFileDialog(this, tr("Save events"), QString(), tr("Table (*.csv);;JSON lines (*.jsonl)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(QStringLiteral("csv"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QFileDialog::filterSelected, dialog, [dialog](const QString& filter) {
+        dialog->setDefaultSuffix(filter.contains(QLatin1String("jsonl")) ? QStringLiteral("jsonl")
+                                                                         : QStringLiteral("csv"));
+    });
+    connect(dialog, &QFileDialog::fileSelected, this, &EventsPage::saveTo);
+    dialog->open();
+}
+
+bool EventsPage::saveTo(const QString& file)
+{
+    const bool isTable = file.endsWith(QLatin1String(".csv"), Qt::CaseInsensitive);
+    QSaveFile target(file);
+    const bool isSaved =
+        target.open(QIODevice::WriteOnly) &&
+        target.write(eventsAs(isTable ? EventFormat::Csv : EventFormat::JsonLines, m_model)) >= 0 &&
+        target.commit();
+    if (isSaved)
+        session().tell(tr("%1 events saved in %2").arg(QLocale().toString(m_model.rowCount()), file),
+                       Event::Weight::Note);
+    else
+        session().tell(tr("events cannot be saved in %1: %2").arg(file, target.errorString()),
+                       Event::Weight::Attention);
+    return isSaved;
+}
+
+bool EventsPage::isFilled() const
+{
+    return m_model.rowCount() > 0;
+}
+
+QString EventsPage::commandLine() const
+{
+    return m_only.isEmpty() ? QStringLiteral("kolta watch")
+                            : QStringLiteral("kolta watch --server %1").arg(m_only);
+}
+
+void EventsPage::showServer(const QString& address)
+{
+    m_only = address;
+    applyFilter();
+    Q_EMIT si_CommandLineChanged();
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "page.h"
+
+#include <koltacommon/eventmodel.h>
+
+#include <QTimer>
+
+class QComboBox;
+class QLabel;
+class QPushButton;
+class QTabWidget;
+class QTreeView;
+
+namespace KoltaConsole {
+
+class LinksView;
+
+/// What happened, newest on top, to be filtered, stopped and saved; and how the links are.
+class EventsPage : public Page
+{
+    Q_OBJECT
+
+public:
+    EventsPage(Session& session, ActionTable& actions, QWidget* parent);
+
+    bool isFilled() const override;
+    QString commandLine() const override;
+    void showServer(const QString& address) override;
+    QLineEdit* filterLine() const override { return m_filter; }
+
+    const Kolta::EventModel& model() const { return m_model; }
+    /// As CSV where the name ends so, else as JSON lines. Tells how that went.
+    bool saveTo(const QString& file);
+
+private:
+    QWidget* makeEvents();
+    void makeTable();
+    void makeKinds();
+    void makeActions();
+    void applyFilter();
+    void pause();
+    void askWhereTo();
+    void showCount();
+
+    QLineEdit* m_filter;
+    QComboBox* m_kinds;
+    QLabel* m_count;
+    QPushButton* m_pause = nullptr;
+    QTreeView* m_table;
+    QTabWidget* m_tabs;
+    Kolta::EventModel m_model;
+    QTimer m_typing;
+    QTimer m_counting;
+    QString m_only;
+};
+
+} // namespace KoltaConsole

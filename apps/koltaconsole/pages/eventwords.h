@@ -1,0 +1,19 @@
+#pragma once
+
+#include <koltacommon/eventmodel.h>
+
+class QByteArray;
+
+namespace KoltaConsole {
+
+/// What a filter line of events says: words that all occur, and times of day, "11:00-12:00", "11:00-" or
+/// "-12:00". They are of today; a range that would end before it begins has begun yesterday. Words in double
+/// quotes belong together.
+Kolta::EventFilter eventFilterOf(const QString& text, const QDate& today);
+
+enum class EventFormat { Csv, JsonLines };
+/// What the model shows, oldest first. Lines of a table for spreadsheets and programs, in UTF-8, with a line
+/// of titles; or one JSON object a line. What repeats is one line with its count.
+QByteArray eventsAs(EventFormat format, const Kolta::EventModel& model);
+
+} // namespace KoltaConsole

@@ -1,0 +1,40 @@
+#include "rowtexts.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QHeaderView>
+#include <QShortcut>
+#include <QTreeView>
+
+namespace KoltaConsole {
+
+QString selectedText(const QTreeView& view)
+{
+    const QHeaderView* const header = view.header();
+    QStringList lines;
+    QModelIndex index = view.model()->index(0, 0);
+    for (; index.isValid(); index = view.indexBelow(index)) {
+        if (!view.selectionModel()->isRowSelected(index.row(), index.parent()))
+            continue;
+        QStringList cells;
+        for (int place = 0; place < header->count(); ++place) {
+            const int column = header->logicalIndex(place);
+            if (!header->isSectionHidden(column))
+                cells.append(index.sibling(index.row(), column).data().toString());
+        }
+        lines.append(cells.join(QLatin1Char('\t')));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+void offerCopy(QTreeView& view)
+{
+    auto* const shortcut = new QShortcut(QKeySequence::Copy, &view, nullptr, nullptr, Qt::WidgetShortcut);
+    QObject::connect(shortcut, &QShortcut::activated, &view, [&view] {
+        const QString text = selectedText(view);
+        if (!text.isEmpty())
+            QApplication::clipboard()->setText(text);
+    });
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,87 @@
+#include "treebranches.h"
+
+#include "serverfacts.h"
+
+#include <distribution/treelink.h>
+
+namespace KoltaConsole {
+
+using distribution::BranchState;
+using State = Kolta::LinkFigures::State;
+
+namespace {
+
+/// How it looks among links, and its word.
+std::pair<State, QString> looksOf(BranchState state)
+{
+    switch (state) {
+    case BranchState::Unknown:
+        return {State::Closed, TreeBranches::tr("never heard of")};
+    case BranchState::Joining:
+        return {State::Connecting, TreeBranches::tr("joining")};
+    case BranchState::Live:
+        return {State::Up, TreeBranches::tr("live")};
+    case BranchState::Suspect:
+        return {State::Waiting, TreeBranches::tr("silent")};
+    case BranchState::Lost:
+        return {State::GivenUp, TreeBranches::tr("lost")};
+    case BranchState::Withdrawn:
+        return {State::Closed, TreeBranches::tr("has left")};
+    case BranchState::Forbidden:
+        return {State::GivenUp, TreeBranches::tr("forbidden")};
+    }
+    return {State::Closed, QString()};
+}
+
+} // namespace
+
+TreeBranches::TreeBranches(distribution::TreeLink& link, const QString& broker)
+    : m_link(link), m_broker(broker)
+{
+    connect(&link, &distribution::TreeLink::si_LinkChanged, this,
+            [this](bool isUp, const QString& reason) { enter(m_line, isUp, reason); });
+    connect(&link, &distribution::TreeLink::si_BranchChanged, this, &TreeBranches::takeBranch);
+}
+
+void TreeBranches::enter(Past& past, bool isLive, const QString& fault)
+{
+    if (!isLive && !fault.isEmpty())
+        past.lastFault = fault;
+    if (isLive == past.liveSince.isValid())
+        return;
+    past.liveSince = isLive ? QDateTime::currentDateTime() : QDateTime();
+    past.reconnections += isLive && past.wasLive ? 1 : 0;
+    past.wasLive = past.wasLive || isLive;
+}
+
+void TreeBranches::takeBranch(const QString& name, BranchState state)
+{
+    QString fault;
+    if (state == BranchState::Suspect || state == BranchState::Lost)
+        fault = tr("no beat since %1").arg(timeText(QDateTime::currentDateTime()));
+    else if (state == BranchState::Forbidden)
+        fault = tr("the broker forbids it");
+    // A silent branch is not a lost one: what it comes back from counts once.
+    if (state == BranchState::Suspect)
+        m_pasts[name].lastFault = fault;
+    else
+        enter(m_pasts[name], state == BranchState::Live, fault);
+}
+
+QVector<Kolta::BranchFigures> TreeBranches::branches() const
+{
+    QVector<Kolta::BranchFigures> result;
+    const bool isUp = m_link.isOnline();
+    result.append({m_broker, QString(), isUp ? State::Up : State::Waiting,
+                   isUp ? tr("up") : tr("waiting for the next try"), m_line.liveSince, -1, 0,
+                   m_line.reconnections, m_line.lastFault});
+    for (const distribution::BranchStatus& branch : m_link.branches()) {
+        const Past past = m_pasts.value(branch.name);
+        const auto [state, text] = looksOf(branch.state);
+        result.append({branch.name, branch.host, state, text, past.liveSince, branch.beatAgeMs,
+                       static_cast<int>(branch.openWishes), past.reconnections, past.lastFault});
+    }
+    return result;
+}
+
+} // namespace KoltaConsole

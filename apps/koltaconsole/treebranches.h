@@ -1,0 +1,44 @@
+#pragma once
+
+#include <koltacommon/linksmodel.h>
+
+#include <QHash>
+#include <QObject>
+
+namespace distribution {
+class TreeLink;
+enum class BranchState;
+} // namespace distribution
+
+namespace KoltaConsole {
+
+/// The line to the broker and the branches behind it, with their figures since this was made.
+class TreeBranches : public QObject, public Kolta::IBranchSource
+{
+    Q_OBJECT
+
+public:
+    /// `link` outlives this.
+    TreeBranches(distribution::TreeLink& link, const QString& broker);
+
+    QVector<Kolta::BranchFigures> branches() const override;
+
+private:
+    struct Past
+    {
+        QDateTime liveSince; ///< invalid: it is not live
+        bool wasLive = false;
+        int reconnections = 0;
+        QString lastFault;
+    };
+
+    static void enter(Past& past, bool isLive, const QString& fault);
+    void takeBranch(const QString& name, distribution::BranchState state);
+
+    distribution::TreeLink& m_link;
+    const QString m_broker;
+    Past m_line;
+    QHash<QString, Past> m_pasts;
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,102 @@
+#include "consoletest.h"
+
+#include <koltaconsole/pages/eventspage.h>
+#include <koltaconsole/pages/eventwords.h>
+
+#include <koltacommon/journal.h>
+#include <simulation/simulatedserver.h>
+
+#include <QComboBox>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+
+using namespace KoltaConsole;
+using Kolta::Event;
+using Kolta::EventFilter;
+
+namespace {
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+/// What happened, as somebody looks for it and takes it away.
+class TestEvents : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void filterLine_data()
+    {
+        const Rows<QString, QString, QString, QString> row("text words from to");
+        row("words", "alarm, S3 \"is away\"", "alarm|S3|is away", "", "");
+        row("times", "11:00-12:30 fault", "fault", "2026-03-10 11:00", "2026-03-10 12:30");
+        row("over midnight", "23:30-0:15", "", "2026-03-09 23:30", "2026-03-10 00:15");
+        row("from", "9:05-", "", "2026-03-10 09:05", "");
+        row("until", "-9:05", "", "", "2026-03-10 09:05");
+        row("no times", "25:00-26:00 - 11:00", "25:00-26:00|-|11:00", "", "");
+    }
+    void filterLine()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, words);
+        QFETCH(QString, from);
+        QFETCH(QString, to);
+        const EventFilter filter = eventFilterOf(text, QDate(2026, 3, 10));
+        const QString form = QStringLiteral("yyyy-MM-dd HH:mm");
+        QCOMPARE(filter.words.join(QLatin1Char('|')), words);
+        QCOMPARE(filter.from.toString(form), from);
+        QCOMPARE(filter.to.toString(form), to);
+    }
+
+    /// A stopped view stands still and counts, filters hold meanwhile, and a file has what is shown.
+    void page()
+    {
+        Options options;
+        options.servers = 2;
+        options.page = QStringLiteral("events");
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        auto* const page = static_cast<EventsPage*>(stage.window->currentPage());
+        page->showServer(QStringLiteral("S2"));
+        page->findChild<QComboBox*>()->setCurrentIndex(1);
+        QVERIFY(stage.window->actions().run(QStringLiteral("events-pause")));
+        const int before = page->model().rowCount();
+        stage.session->simulation()->server(QStringLiteral("S2"))->vanish();
+        QTRY_VERIFY(page->model().heldBack() > 0);
+        QCOMPARE(page->model().rowCount(), before);
+        QVERIFY(stage.window->actions().run(QStringLiteral("events-pause")));
+        QTRY_VERIFY(page->model().rowCount() > before);
+        page->filterLine()->setText(QStringLiteral("no such word"));
+        QTRY_COMPARE(page->model().rowCount(), 0);
+
+        page->showServer(QString());
+        stage.session->tell(QStringLiteral("weighs, \"at most\"; 5 kg\nand more"), Event::Weight::Attention);
+        page->filterLine()->setText(QStringLiteral("weighs"));
+        QTRY_COMPARE(page->model().rowCount(), 1);
+        const QTemporaryDir folder;
+        QVERIFY(page->saveTo(folder.filePath(QStringLiteral("e.csv"))));
+        const QByteArray table = contentOf(folder.filePath(QStringLiteral("e.csv")));
+        QVERIFY2(table.startsWith("time,weight,server,kind,text,guid\r\n"), table);
+        QVERIFY2(table.endsWith(",attention,,program,\"weighs, \"\"at most\"\"; 5 kg\nand more\",\r\n"),
+                 table);
+        QVERIFY(page->saveTo(folder.filePath(QStringLiteral("e.jsonl"))));
+        const QByteArray lines = contentOf(folder.filePath(QStringLiteral("e.jsonl")));
+        QCOMPARE(lines.count('\n'), 1);
+        QCOMPARE(QJsonDocument::fromJson(lines).object().value(QStringLiteral("weight")).toString(),
+                 QStringLiteral("attention"));
+        QVERIFY(!page->saveTo(folder.filePath(QStringLiteral("missing/e.csv"))));
+        page->filterLine()->setText(QStringLiteral("cannot be saved"));
+        QTRY_COMPARE(page->model().rowCount(), 1);
+    }
+};
+
+KOLTA_CONSOLE_TEST(TestEvents);
+#include "tst_console_events.moc"
