@@ -88,6 +88,7 @@ QWidget* EventsPage::makeEvents()
     auto* const events = new QWidget(m_tabs);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(8);
     top->addWidget(m_filter);
     top->addWidget(m_kinds);
     top->addWidget(m_count, 1);
