@@ -7,6 +7,7 @@
 #include "pages/page.h"
 #include "pages/pages.h"
 #include "palette.h"
+#include "rowtexts.h"
 #include "session.h"
 #include "stateitemdelegate.h"
 #include "topbar.h"
@@ -24,6 +25,7 @@
 #include <QSettings>
 #include <QSplitter>
 #include <QTabWidget>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 namespace KoltaConsole {
@@ -281,21 +283,13 @@ bool MainWindow::isFilled() const
     return page && !m_session.facts().isEmpty() && page->isFilled();
 }
 
-/// Of the table that has the focus, with a tabulator between the cells.
+/// Of the table that has the focus.
 void MainWindow::copyRows() const
 {
-    const auto* const view = qobject_cast<const QAbstractItemView*>(QApplication::focusWidget());
-    if (!view || !view->selectionModel())
-        return;
-    QStringList lines;
-    for (const QModelIndex& row : view->selectionModel()->selectedRows()) {
-        QStringList cells;
-        for (int column = 0; column < view->model()->columnCount(row.parent()); ++column)
-            cells.append(row.sibling(row.row(), column).data().toString());
-        lines.append(cells.join(QLatin1Char('\t')));
-    }
-    if (!lines.isEmpty())
-        QApplication::clipboard()->setText(lines.join(QLatin1Char('\n')));
+    const auto* const view = qobject_cast<const QTreeView*>(QApplication::focusWidget());
+    const QString text = view && view->model() ? selectedText(*view) : QString();
+    if (!text.isEmpty())
+        QApplication::clipboard()->setText(text);
 }
 
 void MainWindow::showBanner()

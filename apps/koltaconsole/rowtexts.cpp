@@ -1,9 +1,6 @@
 #include "rowtexts.h"
 
-#include <QApplication>
-#include <QClipboard>
 #include <QHeaderView>
-#include <QShortcut>
 #include <QTreeView>
 
 namespace KoltaConsole {
@@ -25,16 +22,6 @@ QString selectedText(const QTreeView& view)
         lines.append(cells.join(QLatin1Char('\t')));
     }
     return lines.join(QLatin1Char('\n'));
-}
-
-void offerCopy(QTreeView& view)
-{
-    auto* const shortcut = new QShortcut(QKeySequence::Copy, &view, nullptr, nullptr, Qt::WidgetShortcut);
-    QObject::connect(shortcut, &QShortcut::activated, &view, [&view] {
-        const QString text = selectedText(view);
-        if (!text.isEmpty())
-            QApplication::clipboard()->setText(text);
-    });
 }
 
 } // namespace KoltaConsole

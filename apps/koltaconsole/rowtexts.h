@@ -8,7 +8,5 @@ namespace KoltaConsole {
 /// The selected rows of a view as text: cells that are shown with tabs between them, one row a line, in the
 /// order that is shown.
 QString selectedText(const QTreeView& view);
-/// Lets Ctrl+C put them into the clipboard.
-void offerCopy(QTreeView& view);
 
 } // namespace KoltaConsole

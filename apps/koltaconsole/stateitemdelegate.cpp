@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QToolTip>
 
+#include <algorithm>
 #include <utility>
 
 namespace KoltaConsole {
@@ -17,6 +18,7 @@ namespace {
 constexpr int kMarkSize = 11;
 constexpr int kMarkRoom = 18;
 constexpr int kAir = 7;
+constexpr int kRowHeight = 24;
 
 bool areAllStale = false;
 
@@ -78,6 +80,12 @@ void StateItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     painter->drawText(room, Qt::AlignVCenter | Qt::AlignLeft,
                       QFontMetrics(font).elidedText(look->word, Qt::ElideRight, room.width()));
     painter->restore();
+}
+
+QSize StateItemDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const
+{
+    const QSize needed = QStyledItemDelegate::sizeHint(option, index);
+    return {needed.width(), std::max(needed.height(), kRowHeight)};
 }
 
 bool StateItemDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,

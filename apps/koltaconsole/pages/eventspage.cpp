@@ -1,7 +1,7 @@
 #include "eventspage.h"
 
 #include "../actions.h"
-#include "../rowtexts.h"
+#include "../columns.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
 #include "eventwords.h"
@@ -118,10 +118,7 @@ void EventsPage::makeTable()
     m_table->setAlternatingRowColors(true);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAccessibleName(tr("Events"));
-    const int widths[] = {130, 110, 80, 120, 400};
-    for (int column = 0; column < EventModel::eColumnCount; ++column)
-        m_table->header()->resizeSection(column, widths[column]);
-    offerCopy(*m_table);
+    setColumnWidths(*m_table, {130, 110, 80, 120});
 }
 
 void EventsPage::makeKinds()

@@ -1,6 +1,6 @@
 #include "linksview.h"
 
-#include "../rowtexts.h"
+#include "../columns.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
 
@@ -53,10 +53,7 @@ LinksView::LinksView(Session& session, QWidget* parent)
     m_table->setUniformRowHeights(true);
     m_table->setAlternatingRowColors(true);
     m_table->setAccessibleName(tr("Links"));
-    const int widths[] = {260, 200, 110, 100, 70, 110, 150};
-    for (int column = 0; column < LinksModel::eColumnCount; ++column)
-        m_table->header()->resizeSection(column, widths[column]);
-    offerCopy(*m_table);
+    setColumnWidths(*m_table, {260, 200, 110, 100, 70, 110});
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);

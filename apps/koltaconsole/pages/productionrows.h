@@ -32,8 +32,8 @@ struct ProductionRow
     QString hardware;
     QString owner;
     QString ownerInFull;
-    QString production; ///< GUID; of SCPs and MCPs
-    QString holderKey;  ///< of the row that holds it
+    QString production;  ///< GUID; of SCPs and MCPs
+    QString holderKey;   ///< of the row that holds it
     bool isMine = false; ///< this program owns it
     bool isStale = false;
     QDateTime ended;

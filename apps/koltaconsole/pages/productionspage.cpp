@@ -2,7 +2,7 @@
 
 #include "../actions.h"
 #include "../buttonrow.h"
-#include "../rowtexts.h"
+#include "../columns.h"
 #include "../serverfacts.h"
 #include "../session.h"
 
@@ -120,10 +120,7 @@ void ProductionsPage::makeView()
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     m_view->setAccessibleName(tr("Productions"));
     m_view->setIndentation(16);
-    offerCopy(*m_view);
-    const int widths[] = {190, 130, 90, 90, 116, 96};
-    for (int column = 0; column < ProductionsModel::eTimelineColumn; ++column)
-        m_header->resizeSection(column, widths[column]);
+    setColumnWidths(*m_view, {190, 130, 90, 90, 116, 96});
     connect(m_view, &QWidget::customContextMenuRequested, this, &ProductionsPage::showMenu);
     connect(m_view, &ProductionsView::si_Dragged, &m_model, &ProductionsModel::setDragged);
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
