@@ -148,21 +148,21 @@ void MqttCarrier::takeEvents()
 void MqttCarrier::tell(const MqttConnection::Event& event)
 {
     switch (event.kind) {
-    case MqttConnection::Event::Up:
+    case MqttConnection::Event::Kind::Up:
         m_patience.stop();
         m_upSince.start();
         m_isUp = true;
         m_said.clear();
         call(onUp, event.maximumPayload);
         break;
-    case MqttConnection::Event::Down:
+    case MqttConnection::Event::Kind::Down:
         down(event.reason, event.text);
         break;
-    case MqttConnection::Event::Message:
+    case MqttConnection::Event::Kind::Message:
         if (m_isUp)
             call(onMessage, event.topic, event.payload);
         break;
-    case MqttConnection::Event::Refused:
+    case MqttConnection::Event::Kind::Refused:
         if (m_isUp)
             call(onRefused, event.topic, event.text);
         break;

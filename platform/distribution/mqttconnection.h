@@ -19,7 +19,8 @@ class KOLTA_DISTRIBUTION_EXPORT MqttConnection
 public:
     struct Event
     {
-        enum Kind { Up, Down, Message, Refused } kind;
+        enum class Kind { Up, Down, Message, Refused };
+        Kind kind;
         Bytes topic;
         Bytes payload;
         std::size_t maximumPayload = 0; ///< Up

@@ -75,7 +75,7 @@ void MqttConnection::Worker::Run()
         m_shared->isOver = true;
         m_shared->outbox.clear();
     }
-    m_shared->push({Event::Down, {}, {}, 0, m_verdict.reason, m_verdict.text});
+    m_shared->push({Event::Kind::Down, {}, {}, 0, m_verdict.reason, m_verdict.text});
     m_shared->hasEnded.notify_all();
 }
 
@@ -317,7 +317,7 @@ void MqttConnection::Worker::carryOut(const Order& order)
         return;
     settle(id);
     if (code == MOSQ_ERR_OVERSIZE_PACKET || code == MOSQ_ERR_INVAL || code == MOSQ_ERR_MALFORMED_UTF8)
-        m_shared->push({Event::Refused, what.topic, {}, 0, {}, QString::fromUtf8(mosquitto_strerror(code))});
+        m_shared->push({Event::Kind::Refused, what.topic, {}, 0, {}, QString::fromUtf8(mosquitto_strerror(code))});
 }
 
 void MqttConnection::Worker::account(int id, const Order& order)
@@ -375,7 +375,7 @@ void MqttConnection::Worker::onConnect(int code, const mosquitto_property* prope
     }
     const std::size_t largest =
         largestPacket > 2 * kPacketOverhead ? largestPacket - kPacketOverhead : kLargestPayload;
-    m_shared->push({Event::Up, {}, {}, std::min(largest, kLargestPayload), {}, {}});
+    m_shared->push({Event::Kind::Up, {}, {}, std::min(largest, kLargestPayload), {}, {}});
 }
 
 void MqttConnection::Worker::onDisconnect(int code)
@@ -393,7 +393,7 @@ void MqttConnection::Worker::onPublished(int id, int code)
 {
     const auto found = m_waiting.find(id);
     if (found != m_waiting.end() && code >= MQTT_RC_UNSPECIFIED)
-        m_shared->push({Event::Refused,
+        m_shared->push({Event::Kind::Refused,
                         found->second.topic,
                         {},
                         0,
@@ -406,7 +406,7 @@ void MqttConnection::Worker::onSubscribed(int id, int count, const int* granted)
 {
     const auto found = m_waiting.find(id);
     if (found != m_waiting.end() && count > 0 && granted[0] >= MQTT_RC_UNSPECIFIED)
-        m_shared->push({Event::Refused,
+        m_shared->push({Event::Kind::Refused,
                         found->second.topic,
                         {},
                         0,
@@ -418,7 +418,7 @@ void MqttConnection::Worker::onSubscribed(int id, int count, const int* granted)
 void MqttConnection::Worker::onMessage(const mosquitto_message& message)
 {
     m_shared->push(
-        {Event::Message,
+        {Event::Kind::Message,
          message.topic,
          Bytes(static_cast<const char*>(message.payload), static_cast<std::size_t>(message.payloadlen)),
          0,

@@ -164,7 +164,7 @@ void TestParts::saysOrdersAsLines()
         const KoltaCli::Command produce{"produce",
                                         "",
                                         "",
-                                        {{"KIND", "", KoltaCli::Argument::Once, KoltaCli::orderKinds()}},
+                                        {{"KIND", "", KoltaCli::Argument::eOnce, KoltaCli::orderKinds()}},
                                         KoltaCli::orderOptions() +
                                             QVector<KoltaCli::Option>{KoltaCli::text("server", "name", "")},
                                         take};

@@ -54,7 +54,7 @@ Argument Session::argument()
 {
     return {"HOST:PORT",
             "The server's address; in a shell also the name of one that \"serve\" made listen.",
-            Argument::Once,
+            Argument::eOnce,
             {},
             problemOfAddress};
 }

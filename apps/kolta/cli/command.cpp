@@ -33,14 +33,14 @@ QString Argument::shown() const
 {
     const QString text = QLatin1String(name);
     switch (count) {
-    case Once:
+    case eOnce:
         break;
-    case Several:
-    case Words:
+    case eSeveral:
+    case eWords:
         return text + QStringLiteral("...");
-    case Any:
+    case eAny:
         return QStringLiteral("[%1...]").arg(text);
-    case Optional:
+    case eOptional:
         return QStringLiteral("[%1]").arg(text);
     }
     return text;

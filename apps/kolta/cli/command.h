@@ -59,16 +59,16 @@ struct Option
 /// A word behind the name of a command, or several of them.
 struct Argument
 {
-    enum eCount {
-        Once,
-        Several,
-        Any,
-        Optional,
-        Words ///< all that is left, with what begins with "-"; at least one
+    enum Count {
+        eOnce,
+        eSeveral,
+        eAny,
+        eOptional,
+        eWords ///< all that is left, with what begins with "-"; at least one
     };
     const char* name;
     const char* help;
-    eCount count = Once;      ///< all but the last are there once
+    Count count = eOnce;      ///< all but the last are there once
     QStringList choices = {}; ///< what it may be, in any letter case; empty for anything
     Check check = nullptr;
 

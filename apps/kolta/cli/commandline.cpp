@@ -64,7 +64,7 @@ CommandLine::CommandLine(const Command& command, const CommandTable& table)
                                 QString::fromUtf8(option.preset)});
         }
     }
-    if (!command.arguments.isEmpty() && command.arguments.last().count == Argument::Words)
+    if (!command.arguments.isEmpty() && command.arguments.last().count == Argument::eWords)
         m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     for (const Argument& argument : command.arguments)
         m_parser.addPositionalArgument(QLatin1String(argument.name), argument.fullHelp());
@@ -123,9 +123,9 @@ QString CommandLine::readAction()
 QString CommandLine::problemOfArguments(const QVector<Argument>& wanted, const QStringList& given) const
 {
     const QString place = m_action ? QLatin1String(m_action->name) + QStringLiteral(": ") : QString();
-    const auto last = wanted.isEmpty() ? Argument::Once : wanted.last().count;
-    const bool mayLack = last == Argument::Any || last == Argument::Optional;
-    const bool mayRepeat = last != Argument::Once && last != Argument::Optional;
+    const auto last = wanted.isEmpty() ? Argument::eOnce : wanted.last().count;
+    const bool mayLack = last == Argument::eAny || last == Argument::eOptional;
+    const bool mayRepeat = last != Argument::eOnce && last != Argument::eOptional;
     if (given.size() < wanted.size() - (mayLack ? 1 : 0))
         return place + QStringLiteral("%1 is missing").arg(QLatin1String(wanted.at(given.size()).name));
     if (given.size() > wanted.size() && !mayRepeat)

@@ -164,7 +164,7 @@ int tidy(const CommandLine& line, const Conversions& known)
 
 Command conversionsCommand()
 {
-    const Argument record{"RECORD", "SUBSYSTEM/DEVICE/RECORD.", Argument::Once, {}, problemOfRecord};
+    const Argument record{"RECORD", "SUBSYSTEM/DEVICE/RECORD.", Argument::eOnce, {}, problemOfRecord};
     const auto on = [](auto use) { return onShortTime<ConvertProductionResultMap>("Conversions", use); };
     const auto change = [](UserAction action, auto use) {
         return changeShortTime<ConvertProductionResultMap>("Conversions", action, use);

@@ -134,7 +134,7 @@ Command eventsCommand()
         "print what a journal has kept of what happened",
         "Prints the newest events of a journal that \"watch --journal\" or the console has written, the "
         "newest last. Repeated ones are one line.",
-        {{"FILE", "The journal.", Argument::Once}},
+        {{"FILE", "The journal.", Argument::eOnce}},
         {text("server", "name", "Of this server; may be given several times."),
          choice("kind", "kind", "Of this kind.", kindWords()),
          choice("weight", "weight", "At least this heavy.", weightWords()),

@@ -30,7 +30,7 @@ Command helpCommand()
     return {"help",
             "list the commands, or tell more of one",
             "Lists the commands, or tells more of one.",
-            {{"COMMAND", "What to tell more of.", Argument::Optional}},
+            {{"COMMAND", "What to tell more of.", Argument::eOptional}},
             {},
             help};
 }

@@ -160,7 +160,7 @@ int metrics(const CommandLine& line)
 Command metricsCommand()
 {
     Argument server = Session::argument();
-    server.count = Argument::Any;
+    server.count = Argument::eAny;
     server.help = "A server that is linked to over the XML protocol, instead of those of an installation.";
     return {
         "metrics",

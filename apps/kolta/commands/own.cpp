@@ -121,7 +121,7 @@ Command ownCommand()
         "Takes the ownership of a processor, or of a whole server, so that others see who operates it. It "
         "stays until it is released or the processor stops, also when this program has ended: who runs "
         "another one then releases it with --force.",
-        {{"PROCESSOR", "GUID or name of a processor; none for the server itself.", Argument::Optional}},
+        {{"PROCESSOR", "GUID or name of a processor; none for the server itself.", Argument::eOptional}},
         Servers::options({flag("force", "Whoever owns it; needs a right of its own."),
                           flag("release", "Give it back."), Users::option()}),
         with(Servers::startUp, own)};

@@ -236,7 +236,7 @@ Command planCommand()
         "give tuners to several classes at once",
         "Gives each class a free tuner of its own, in a simulated installation inside this process: each in "
         "turn its cheapest one that is left. Within a shell the tuners stay planned if all classes got one.",
-        {{"CLASS", "Name of a tuner class; also repeatedly.", Argument::Any}},
+        {{"CLASS", "Name of a tuner class; also repeatedly.", Argument::eAny}},
         Servers::options(
             {flag("clear", "Give back first what is planned; then no class is needed."),
              flag("optimal",

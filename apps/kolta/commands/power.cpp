@@ -170,9 +170,9 @@ Command powerCommand()
     return {"power",
             "switch units on or off",
             "Switches units of a simulated installation inside this process on or off.",
-            {{"SWITCH", "What to do.", Argument::Once, switchWords()},
+            {{"SWITCH", "What to do.", Argument::eOnce, switchWords()},
              {"UNIT", "GUID or name of a tuner, processing or storage unit; also repeatedly.",
-              Argument::Several}},
+              Argument::eSeveral}},
             Servers::options({Users::option()}),
             with(Servers::startUp, power)};
 }

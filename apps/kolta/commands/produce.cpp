@@ -164,7 +164,7 @@ Command produceCommand()
             "start a production, with the tuner that it needs",
             "Starts a production on a server of a simulated installation inside this process, and plans the "
             "tuner that it needs.",
-            {{"KIND", "What to start.", Argument::Once, orderKinds()}},
+            {{"KIND", "What to start.", Argument::eOnce, orderKinds()}},
             Servers::options(
                 orderOptions() +
                 QVector<Option>{

@@ -245,7 +245,7 @@ Command profilesCommand()
          {"list", {}, "Lists all profiles.", on(list)},
          {"show", {{"PROFILE", ""}}, "Shows all that a profile has.", on(show)},
          {"set", {{"PROFILE", ""}}, "Creates a profile, or changes what the options name.", change(set)},
-         {"remove", {{"PROFILE", "", Argument::Several}}, "Removes profiles.", change(remove)},
+         {"remove", {{"PROFILE", "", Argument::eSeveral}}, "Removes profiles.", change(remove)},
          {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
          {"check", {file}, "Tells what in a file is not understood.", check},
          {"diff", {file, file}, "Compares two files.", diff}}};

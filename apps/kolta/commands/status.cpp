@@ -92,7 +92,7 @@ int status(const CommandLine& line)
 Command statusCommand()
 {
     Argument server = Session::argument();
-    server.count = Argument::Optional;
+    server.count = Argument::eOptional;
     server.help = "With --health, a server that is asked over the XML protocol.";
     return {
         "status",

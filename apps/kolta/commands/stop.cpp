@@ -163,7 +163,7 @@ Command stopCommand()
             "Stops productions or single processors on the servers of a simulated installation inside this "
             "process.",
             {{"GUID", "GUID of a production or a processor, or the name of a processor; also repeatedly.",
-              Argument::Any}},
+              Argument::eAny}},
             Servers::options({flag("all", "Stop everything that runs."), Users::option()}),
             with(Servers::startUp, stopTargets)};
 }

@@ -165,7 +165,7 @@ int watch(const CommandLine& line, const EmbeddedInstallation& /*installation*/)
 
 Command treeCommand()
 {
-    const QVector<Argument> path{{"PATH", "Path of an item, \"/\" unless given.", Argument::Optional}};
+    const QVector<Argument> path{{"PATH", "Path of an item, \"/\" unless given.", Argument::eOptional}};
     return {"tree",
             "show the value tree itself",
             "Shows items of the value tree. What \"dump\" prints is the same for equal trees, so that those "

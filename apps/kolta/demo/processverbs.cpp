@@ -134,7 +134,7 @@ QVector<Command> ProcessVerbs::lifeOfProcesses()
 
 QVector<Command> ProcessVerbs::workOnProcesses()
 {
-    const Argument words{"COMMAND", "With its options and arguments.", Argument::Words};
+    const Argument words{"COMMAND", "With its options and arguments.", Argument::eWords};
     return {
         {"elsewhere",
          "run a command of kolta in a process of its own",

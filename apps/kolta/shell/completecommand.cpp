@@ -30,7 +30,7 @@ Command completeCommand()
                     "Prints how the last word of a line of bash may go on, from the last of the letters that "
                     "part words there.",
                     {{"LINE", "Up to the cursor, with the name of the program."},
-                     {"BREAKS", "Letters that part words.", Argument::Optional}},
+                     {"BREAKS", "Letters that part words.", Argument::eOptional}},
                     {},
                     complete};
     command.isHidden = true;

@@ -85,7 +85,7 @@ private:
     bool isInner(int place) const
     {
         const QVector<Argument>& all = m_command.arguments;
-        return !all.isEmpty() && all.last().count == Argument::Words && place >= all.size() - 1;
+        return !all.isEmpty() && all.last().count == Argument::eWords && place >= all.size() - 1;
     }
 
     void take(const QString& word)
@@ -118,7 +118,7 @@ private:
             }
         }
         if (index >= wanted.size() && !wanted.isEmpty() &&
-            (wanted.last().count == Argument::Any || wanted.last().count == Argument::Several))
+            (wanted.last().count == Argument::eAny || wanted.last().count == Argument::eSeveral))
             index = wanted.size() - 1;
         return index < wanted.size() ? Place{QString(), wanted.at(index).choices, kindOf(wanted.at(index))}
                                      : Place();

@@ -61,13 +61,13 @@ QVector<Command> Shell::verbs()
              "Fails unless each TEXT stands in what the command before has printed, errors included. Blanks "
              "more or "
              "less and double quotes do not matter.",
-             {{"TEXT", "What must be there.", Argument::Several}},
+             {{"TEXT", "What must be there.", Argument::eSeveral}},
              {flag("none", "What must not be there.")},
              [this](const CommandLine& line) { return expect(line); }},
             {"fails",
              "run a command that must fail",
              "Runs a command that must end with exit code 1; its errors are output then.",
-             {{"COMMAND", "With its options and arguments.", Argument::Words}},
+             {{"COMMAND", "With its options and arguments.", Argument::eWords}},
              {},
              [this](const CommandLine& line) { return fails(line); }},
             {"exit", "leave", "Leaves the shell.", {}, {}, leave},
