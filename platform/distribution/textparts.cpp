@@ -10,7 +10,7 @@ namespace distribution {
 
 namespace {
 /// The parts of a text have from so many bytes to twice as many, or half as many after a removal.
-constexpr std::size_t kPartBytes = 32768;
+constexpr std::size_t kPartBytes = 16384;
 
 std::vector<TextPart> partsOf(const Bytes& text)
 {

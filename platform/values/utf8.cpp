@@ -1,6 +1,7 @@
 #include <values/utf8.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace values {
 
@@ -141,9 +142,12 @@ int unitAt(const QString& text, int begin, std::size_t bytes, std::size_t allByt
 
 void appendBlock(std::string& out, const QString& text)
 {
-    if (isPaired(text)) {
-        const QByteArray bytes = text.toUtf8();
-        out.append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    const QByteArray bytes = text.toUtf8();
+    const auto size = static_cast<std::size_t>(bytes.size());
+    // Which Qt writes for what has no form in UTF-8.
+    const bool hasQuestionMark = std::memchr(bytes.constData(), '?', size) != nullptr;
+    if (!hasQuestionMark || isPaired(text)) {
+        out.append(bytes.constData(), size);
         return;
     }
     for (int i = 0; i < text.size(); ++i) {
