@@ -3,6 +3,7 @@
 #include <kolta/commands/commands.h>
 #include <kolta/demo/demo.h>
 #include <kolta/shell/completecommand.h>
+#include <kolta/shell/replayverbs.h>
 #include <kolta/shell/shell.h>
 
 #include <QCoreApplication>
@@ -22,7 +23,11 @@ CommandTable programTable()
     for (const ExitCode& code : exitCodes())
         codes.append(QStringLiteral("%1 %2").arg(code.code).arg(QLatin1String(code.meaning)));
     return {
-        QVector<Command>{demoCommand(), shellCommand()} + allCommands() +
+        QVector<Command>{demoCommand(), shellCommand(),
+#ifdef KOLTA_WITH_DISTRIBUTION
+                         replayCommand()
+#endif
+        } + allCommands() +
             QVector<Command>{manualCommand(), completeCommand()},
         QStringLiteral("kolta "),
         QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"

@@ -2,23 +2,9 @@
 
 #include <QMetaObject>
 
-#include <ctime>
-
-#include <algorithm>
 #include <utility>
 
 namespace distribution {
-
-namespace {
-constexpr qint64 kLongestTimerMs = 3600 * 1000;
-}
-
-qint64 BootTimeMs()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_BOOTTIME, &time);
-    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
-}
 
 StatePacker::StatePacker()
 {
@@ -40,11 +26,8 @@ void StatePacker::Pack(StateCut cut, std::function<void(const Publications&)> do
 }
 
 BranchDriver::BranchDriver(ICarrier& carrier, StatePacker& packer, std::function<Output(qint64 nowMs)> onTime)
-    : m_carrier(carrier), m_packer(packer), m_onTime(std::move(onTime))
+    : m_carrier(carrier), m_packer(packer), m_onTime(std::move(onTime)), m_clock(carrier.GetClock())
 {
-    m_timer.setSingleShot(true);
-    m_timer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { callTime(); });
 }
 
 void BranchDriver::Wake()
@@ -66,17 +49,17 @@ void BranchDriver::Stop()
     m_isWoken = false;
     m_wakeAtMs = kNever;
     m_waiting.clear();
-    m_timer.stop();
+    m_alarm.reset();
 }
 
 void BranchDriver::run(const Step& first)
 {
     m_isBusy = true;
-    perform(first(BootTimeMs()));
+    perform(first(m_clock.now()));
     while (!m_waiting.empty()) {
         const Step next = std::move(m_waiting.front());
         m_waiting.pop_front();
-        perform(next(BootTimeMs()));
+        perform(next(m_clock.now()));
     }
     m_isBusy = false;
     schedule();
@@ -106,26 +89,40 @@ void BranchDriver::perform(Output output)
 void BranchDriver::schedule()
 {
     if (m_wakeAtMs == kNever) {
-        m_timer.stop();
+        m_alarm.reset();
         return;
     }
-    const qint64 wait = m_wakeAtMs - BootTimeMs();
-    if (wait > 0) {
-        m_timer.start(static_cast<int>(std::min(wait, kLongestTimerMs)));
+    if (m_wakeAtMs > m_clock.now()) {
+        setAlarm();
         return;
     }
     // Behind the inputs that are here already, but without a turn around all timers and sockets.
-    m_timer.stop();
+    m_alarm.reset();
     if (std::exchange(m_isCalled, true))
         return;
     QMetaObject::invokeMethod(
-        &m_timer,
+        &m_context,
         [this] {
             m_isCalled = false;
-            if (m_wakeAtMs <= BootTimeMs())
+            if (m_wakeAtMs <= m_clock.now())
                 callTime();
         },
         Qt::QueuedConnection);
+}
+
+/// Nearly every input moves the time of the next call on: an alarm that rings too early is set anew then.
+void BranchDriver::setAlarm()
+{
+    if (m_alarm && m_alarmMs <= m_wakeAtMs)
+        return;
+    m_alarmMs = m_wakeAtMs;
+    m_alarm = m_clock.ringAt(m_alarmMs, [this] {
+        m_alarm.reset();
+        if (m_isBusy || m_wakeAtMs <= m_clock.now())
+            callTime();
+        else
+            schedule();
+    });
 }
 
 } // namespace distribution

@@ -3,20 +3,18 @@
 #include <distribution/carrier.h>
 #include <distribution/output.h>
 
+#include <startup/clock.h>
+
 #include <values/lifetime.h>
 
 #include <QObject>
 #include <QThreadPool>
-#include <QTimer>
 
 #include <deque>
 #include <functional>
 #include <vector>
 
 namespace distribution {
-
-/// Milliseconds of a clock that only rises, also while the machine sleeps.
-qint64 BootTimeMs();
 
 /// Packs states on a thread of its own, one after the other.
 class StatePacker
@@ -38,8 +36,8 @@ private:
 };
 
 /// Gives a branch's owner or mirror its inputs, one after the other, and does what comes out of them: an
-/// input that comes while another is dealt with, because an observer runs an event loop, waits. Needs an
-/// event loop on the tree's thread.
+/// input that comes while another is dealt with, because an observer runs an event loop, waits. Time is that
+/// of the carrier. Needs an event loop on the tree's thread.
 class BranchDriver
 {
 public:
@@ -71,13 +69,17 @@ private:
     void run(const Step& first);
     void perform(Output output);
     void schedule();
+    void setAlarm();
     void callTime();
 
     ICarrier& m_carrier;
     StatePacker& m_packer;
     Step m_onTime;
     std::deque<Step> m_waiting;
-    QTimer m_timer;
+    QObject m_context;
+    Startup::Clock& m_clock;
+    Startup::ptrAlarm m_alarm; ///< set for m_alarmMs, which is not later than m_wakeAtMs
+    qint64 m_alarmMs = kNever;
     qint64 m_wakeAtMs = kNever;
     bool m_isBusy = false;
     bool m_isCalled = false; ///< time is called from the event loop

@@ -162,6 +162,9 @@ void BranchMirror::route(Changes changes)
         if (m_leftovers.count(change.path) > 0)
             failed({WishResult::Refused,
                     change.path + QStringLiteral(": the owner's content is not here yet"), change, nullptr});
+        else if (!m_settings.refusal.isEmpty())
+            channel->Fail({change}, WishResult::Refused,
+                          change.path + QStringLiteral(": ") + m_settings.refusal);
         else if (!writable)
             channel->Fail({change}, WishResult::Refused,
                           change.path + QStringLiteral(": its owner is not there"));

@@ -11,6 +11,7 @@
 #include <QString>
 #include <QUuid>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <utility>
@@ -84,6 +85,15 @@ struct MirrorSettings
     qint64 deathGraceMs = 2000;
     qint64 wishTimeoutMs = 10000;
     std::size_t stateBytes = 64U << 20U; ///< largest unpacked state and content
+    QString refusal;                     ///< why no change of this program can be executed; empty: it can
+};
+
+/// A message that a mirror has heard, or would have to hear, at a time of its clock.
+struct TimedMessage
+{
+    qint64 timeMs = 0;
+    Bytes topic;
+    Bytes payload;
 };
 
 /// Mirror of one branch of another process: follows its owner, repeats in the own tree what the owner's log
@@ -127,6 +137,13 @@ public:
     std::size_t GetOpenWishes() const;
     /// The owner's channel 0 as far as it is known here, in the form in which the owner gives it.
     Snapshot GetSnapshot() const;
+    /// What another mirror would have to hear at which times to be where this one is now: a claim of life,
+    /// the states of all channels, the last beat, and a claim of death where there was one. `contentOf` gives
+    /// collections' contents. What is longer ago than kLongestAgeMs is said to be as long ago as that.
+    std::vector<TimedMessage> GetJoin(const std::function<Content(const QString& path)>& contentOf) const;
+    static constexpr qint64 kLongestAgeMs = 3600 * 1000;
+    /// Nothing that has come waits for something that has not.
+    bool IsSettled() const;
     /// The roots of the branch, as far as they are known: where the tree's changes concern this mirror.
     const QStringList& GetRoots() const noexcept { return m_live.roots; }
 

@@ -9,6 +9,10 @@
 #include <functional>
 #include <string>
 
+namespace Startup {
+class Clock;
+}
+
 namespace distribution {
 
 /// Bytes of a topic or of a message.
@@ -49,7 +53,7 @@ enum class DownReason {
 class KOLTA_DISTRIBUTION_EXPORT ICarrier
 {
 public:
-    virtual ~ICarrier() = default;
+    virtual ~ICarrier();
 
     /// Connects, and again after every loss, until Close(). An empty `clientId` means a random one.
     virtual void Open(const Will& will, const Bytes& clientId) = 0;
@@ -62,6 +66,9 @@ public:
     /// match come again with every call.
     virtual void Subscribe(const Bytes& filter) = 0;
     virtual void Unsubscribe(const Bytes& filter) = 0;
+    /// The time in which the messages come: whoever waits for them, or takes their absence for a sign, waits
+    /// by it. The machine's, unless the carrier plays another one. It lives as long as the carrier.
+    virtual Startup::Clock& GetClock() const;
 
     /// The connection is up; a larger payload than `maximumPayload` bytes is not taken by the broker.
     std::function<void(std::size_t maximumPayload)> onUp;
@@ -75,7 +82,7 @@ public:
     ICarrier& operator=(const ICarrier&) = delete;
 
 protected:
-    ICarrier() = default;
+    ICarrier();
 };
 
 } // namespace distribution

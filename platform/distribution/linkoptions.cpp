@@ -1,5 +1,7 @@
 #include <distribution/linkoptions.h>
 
+#include <distribution/replay.h>
+
 #include <startup/cfgcenter.h>
 
 #include <QCoreApplication>
@@ -68,21 +70,36 @@ private:
     const QString m_name = QStringLiteral("Distribution");
 };
 
+/// The address under which the recording's messages were published.
+std::optional<BrokerAddress> playRecording(const QString& url, LinkOptions& options, QString& error)
+{
+    const auto recording = ReplayAddress::FromUrl(url, error);
+    options.replay = recording ? Replay::Open(*recording, error) : nullptr;
+    if (!options.replay)
+        return std::nullopt;
+    options.refusal = QStringLiteral("this is a recording, in which nothing can be changed");
+    BrokerAddress address;
+    address.prefix = options.replay->head().prefix.toUtf8();
+    return address;
+}
+
 } // namespace
 
 std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QString& error,
                                                           const QString& server)
 {
     const Group group;
-    const auto address = BrokerAddress::FromUrl(url.isEmpty() ? group.text("Url") : url, error);
+    const QString source = url.isEmpty() ? group.text("Url") : url;
+    LinkOptions options;
+    const auto address = ReplayAddress::IsMeant(source) ? playRecording(source, options, error)
+                                                        : BrokerAddress::FromUrl(source, error);
     if (!address)
         return std::nullopt;
-    LinkOptions options;
     options.mqtt.address = *address;
     if (options.mqtt.address.user.isEmpty())
         options.mqtt.address.user = group.text("User").toUtf8();
     const QByteArray prefix = group.text("Prefix").toUtf8();
-    if (!prefix.isEmpty() && address->prefix == BrokerAddress().prefix)
+    if (!prefix.isEmpty() && !options.replay && address->prefix == BrokerAddress().prefix)
         options.mqtt.address.prefix = prefix;
     options.mqtt.passwordFile = group.text("PasswordFile");
     options.mqtt.caFile = group.text("CaFile");
@@ -104,7 +121,7 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
     group.read("TakeOver", options.takeOver);
     options.host = QSysInfo::machineHostName();
     options.program = QCoreApplication::applicationName();
-    if (options.mqtt.address.user.isEmpty())
+    if (options.mqtt.address.user.isEmpty() && !options.replay)
         takeAccess(options.mqtt, server);
     return options;
 }

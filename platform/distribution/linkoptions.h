@@ -8,9 +8,12 @@
 #include <QUuid>
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 
 namespace distribution {
+
+class Replay;
 
 /// How a program takes part in a distributed tree. The names of the members are those of the configuration's
 /// group "Distribution", where they may be set.
@@ -32,16 +35,19 @@ struct KOLTA_DISTRIBUTION_EXPORT LinkOptions
     QString host;    ///< of this process, for people
     QString program; ///< the same
     QUuid session = QUuid::createUuid();
+    std::shared_ptr<Replay> replay; ///< that is played in the place of a broker; null: none
+    QString refusal;                ///< why nothing can be changed; empty: it can
     /// Ends of the paths of values that programs read, change and write back as a whole; of two that do so at
     /// once one is told.
     QStringList compared{QStringLiteral("/ADMINISTRATION/HardwareProcessing"),
                          QStringLiteral("/ADMINISTRATION/TunerClasses"),
                          QStringLiteral("/ADMINISTRATION/Resources")};
 
-    /// Those of the configuration; `url` stands for the one there unless it is empty. A user and a password
+    /// Those of the configuration; `url` stands for the one there unless it is empty. The URL of a recording
+    /// (see ReplayAddress) gives an opened replay. A user and a password
     /// that neither of them has are taken from the broker's access file, if this user has one: that of
     /// `server` if there is one of that name, else the first. Nothing, and what is wrong in one line, when a
-    /// URL does not fit.
+    /// URL does not fit or a recording cannot be played.
     static std::optional<LinkOptions> FromConfiguration(const QString& url, QString& error,
                                                         const QString& server = QString());
 

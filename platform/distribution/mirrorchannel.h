@@ -22,6 +22,8 @@ public:
     /// Joined, and up to what the owner is known to have.
     bool IsCaughtUp() const noexcept { return m_joined && !m_stateNeeded && m_number >= m_target; }
     quint64 GetNumber() const noexcept { return m_number; }
+    /// Something that has come waits for something that has not.
+    bool IsWaiting() const noexcept { return !m_held.empty() || !m_assembler.IsEmpty(); }
     std::size_t CountOpenWishes() const { return m_own.CountOpen(); }
     /// The owner's content. Collections' contents are in the tree alone.
     const ItemTable& Items() const noexcept { return m_items; }

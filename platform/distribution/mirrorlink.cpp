@@ -1,10 +1,13 @@
 #include <distribution/mirrorlink.h>
 
 #include <distribution/branchpublisher.h>
+#include <distribution/treecontent.h>
 
+#include <startup/clock.h>
 #include <startup/tracesource.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace distribution {
@@ -112,6 +115,33 @@ QStringList MirrorLink::GetBranches() const
     return names;
 }
 
+qint64 MirrorLink::GetNowMs() const
+{
+    return m_carrier->GetClock().now();
+}
+
+std::vector<TimedMessage> MirrorLink::GetJoin() const
+{
+    std::vector<TimedMessage> all;
+    const auto contentOf = [this](const QString& path) {
+        values::TreeItem* const item = m_collector.GetTree().Find(path);
+        return item && !item->IsDeleted() ? ContentOf(*item) : nullptr;
+    };
+    for (const auto& [name, branch] : m_branches) {
+        auto messages = branch->mirror.GetJoin(contentOf);
+        std::move(messages.begin(), messages.end(), std::back_inserter(all));
+    }
+    std::stable_sort(all.begin(), all.end(),
+                     [](const auto& one, const auto& other) { return one.timeMs < other.timeMs; });
+    return all;
+}
+
+bool MirrorLink::IsSettled() const
+{
+    return std::all_of(m_branches.begin(), m_branches.end(),
+                       [](const auto& branch) { return branch.second->mirror.IsSettled(); });
+}
+
 /// Null for one that is not to be mirrored.
 MirrorLink::Branch* MirrorLink::branch(const QString& name)
 {
@@ -130,6 +160,7 @@ MirrorLink::Branch* MirrorLink::branch(const QString& name)
     settings.deathGraceMs = m_options.deathGraceMs;
     settings.wishTimeoutMs = m_options.wishTimeoutMs;
     settings.stateBytes = m_options.maxStateBytes;
+    settings.refusal = m_options.refusal;
     Branch& made = *m_branches.emplace(name, std::make_unique<Branch>(*this, name, settings)).first->second;
     if (m_isUp)
         made.onUp(m_maximumPayload);

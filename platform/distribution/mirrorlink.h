@@ -45,6 +45,13 @@ public:
     /// Null for a branch that nobody has heard of.
     const BranchMirror* Find(const QString& branch) const;
     QStringList GetBranches() const;
+    /// Of the carrier's clock.
+    qint64 GetNowMs() const;
+    /// What mirrors of these branches would have to hear at which times of that clock to be where these are
+    /// now, in the order of the times.
+    std::vector<TimedMessage> GetJoin() const;
+    /// Nothing that has come waits for something that has not.
+    bool IsSettled() const;
 
     MirrorLink(const MirrorLink&) = delete;
     MirrorLink& operator=(const MirrorLink&) = delete;

@@ -38,6 +38,7 @@ public:
     enum class Progress { Partial, Complete, Broken };
     /// Complete: `state` has been filled. Broken: the parts did not make a state and are forgotten.
     Progress Take(const StatePart& part, State& state);
+    bool IsEmpty() const noexcept { return m_parts.empty(); }
     void Clear()
     {
         m_parts.clear();

@@ -4,6 +4,9 @@
 #include <distribution/changecollector.h>
 #include <distribution/mirrorlink.h>
 #include <distribution/mqttcarrier.h>
+#include <distribution/replay.h>
+#include <distribution/replaycarrier.h>
+#include <distribution/treecontent.h>
 
 #include <startup/tracesource.h>
 
@@ -71,7 +74,13 @@ TreeLink::TreeLink(values::Tree& tree, CarrierFactory carriers, const LinkOption
 
 TreeLink::TreeLink(values::Tree& tree, const LinkOptions& options, QObject* parent)
     : TreeLink(
-          tree, [mqtt = options.mqtt] { return std::make_unique<MqttCarrier>(mqtt); }, options, parent)
+          tree,
+          [mqtt = options.mqtt, replay = options.replay]() -> std::unique_ptr<ICarrier> {
+              if (replay)
+                  return std::make_unique<ReplayCarrier>(replay);
+              return std::make_unique<MqttCarrier>(mqtt);
+          },
+          options, parent)
 {
 }
 
@@ -128,6 +137,7 @@ void TreeLink::mirror(const QStringList& branches)
         events.wishFailed = [this](const QString& path, const QString& reason) {
             kTrace(eWishFailed, QStringLiteral("A change did not last: %1").arg(reason));
             Q_EMIT si_WishFailed(path, reason);
+            restoreCollection(path);
         };
         m_mirrors =
             std::make_unique<MirrorLink>(*m_collector, *m_packer, m_carriers(), m_options, std::move(events));
@@ -135,6 +145,14 @@ void TreeLink::mirror(const QStringList& branches)
             m_mirrors->Exclude(publisher->GetBranch());
     }
     m_mirrors->Mirror(branches);
+}
+
+/// The owner of a collection, who would say what it holds, is not there to be asked in a replay.
+void TreeLink::restoreCollection(const QString& path)
+{
+    const values::TreeItem* const item = m_collector->GetTree().Find(path);
+    if (replay() && item && IsCollection(TypeOf(*item)))
+        replay()->restore();
 }
 
 bool TreeLink::isOnline() const
@@ -167,7 +185,7 @@ QVector<BranchStatus> TreeLink::branches() const
         status.epoch = mirror.GetEpoch();
         status.roots = mirror.GetRoots();
         if (mirror.GetLastBeatMs() >= 0)
-            status.beatAgeMs = BootTimeMs() - mirror.GetLastBeatMs();
+            status.beatAgeMs = m_mirrors->GetNowMs() - mirror.GetLastBeatMs();
         status.numbers = mirror.GetNumbers();
         status.openWishes = mirror.GetOpenWishes();
         all.append(status);

@@ -55,7 +55,7 @@ public:
     using CarrierFactory = std::function<std::unique_ptr<ICarrier>()>;
     TreeLink(values::Tree& tree, CarrierFactory carriers, const LinkOptions& options,
              QObject* parent = nullptr);
-    /// Over MQTT, as the options say.
+    /// Over MQTT or from a recording, as the options say.
     TreeLink(values::Tree& tree, const LinkOptions& options, QObject* parent = nullptr);
     /// Withdraws what is published. What was mirrored stays in the tree.
     ~TreeLink() override;
@@ -71,6 +71,8 @@ public:
     void mirror(const QStringList& branches);
 
     bool isOnline() const;
+    /// What is played here; null when the messages come from a broker.
+    Replay* replay() const noexcept { return m_options.replay.get(); }
     /// By name.
     QVector<BranchStatus> branches() const;
     /// Runs the event loop until the named branches are live, or, when none is named, at least one and all
@@ -95,6 +97,8 @@ Q_SIGNALS:
     void si_WishFailed(const QString& path, const QString& reason);
 
 private:
+    friend class TreeRecorder;
+    void restoreCollection(const QString& path);
     bool areLive(const QStringList& branches) const;
 
     const LinkOptions m_options;

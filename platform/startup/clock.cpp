@@ -81,8 +81,7 @@ public:
 
 std::atomic<Clock*>& current()
 {
-    static MachineClock machine;
-    static std::atomic<Clock*> clock{&machine};
+    static std::atomic<Clock*> clock{&Clock::machine()};
     return clock;
 }
 
@@ -105,6 +104,12 @@ void Clock::ring(const Function& function) noexcept
         kTrace(eAlarmException, QStringLiteral("caught exception from an alarm: ") +
                                     CurrentExceptionText(QStringLiteral("unknown")));
     }
+}
+
+Clock& Clock::machine()
+{
+    static MachineClock clock;
+    return clock;
 }
 
 Clock::Replacement::Replacement(Clock& clock) : m_before(current().exchange(&clock)) {}

@@ -37,6 +37,8 @@ public:
 
     /// The clock of this process: that of the machine, unless a Replacement lives.
     static Clock& instance();
+    /// That of the machine in any case, for what talks to other processes.
+    static Clock& machine();
 
     /// Milliseconds since some moment that stays the same.
     virtual qint64 now() const = 0;

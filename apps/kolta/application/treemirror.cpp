@@ -15,9 +15,32 @@
 
 #include <koltacommon/shorttimevalues.h>
 
+#include <distribution/replay.h>
 #include <distribution/treelink.h>
 
 namespace KoltaCli {
+
+namespace {
+
+/// A branch of a recording that is not live by then is not live at that time.
+constexpr int kReplayLiveMs = 400;
+
+std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QString& error)
+{
+    using namespace distribution;
+    const QString url = TreeMirror::urlOf(line);
+    const bool isRecording = ReplayAddress::IsMeant(url);
+    const bool fits = isRecording ? ReplayAddress::FromUrl(url, error).has_value()
+                                  : !line.isSet("tree") || BrokerAddress::FromCommandLine(url, error);
+    auto options = fits ? LinkOptions::FromConfiguration(url, error) : std::nullopt;
+    if (!options)
+        setStartFailure(fits && isRecording ? eExitFailed : eExitUsage);
+    if (!options && !(fits && isRecording))
+        error.prepend(QStringLiteral("--tree: "));
+    return options;
+}
+
+} // namespace
 
 struct TreeMirror::Private
 {
@@ -27,22 +50,20 @@ struct TreeMirror::Private
     QString problem;
     QString failure; ///< the first of changes made here that did not last
     int connections = 0;
+    bool wasAdmitted = false; ///< to a recording
     std::function<void(bool, const QString&)> listener;
 };
 
 std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
 {
-    using distribution::LinkOptions;
-    const QString url = urlOf(line);
     QString error;
-    const auto options = line.isSet("tree") && !distribution::BrokerAddress::FromCommandLine(url, error)
-                             ? std::nullopt
-                             : LinkOptions::FromConfiguration(url, error);
+    const auto options = optionsOf(line, error);
     if (!options) {
-        printError(QStringLiteral("--tree: %1").arg(error));
-        setStartFailure(eExitUsage);
+        printError(error);
         return nullptr;
     }
+    if (options->replay && !options->replay->cut().isEmpty())
+        printError(QStringLiteral("%1: %2").arg(options->replay->file(), options->replay->cut()));
     Kolta::registerShortTimeValues();
     auto parts = std::make_unique<Private>(*options);
     QObject::connect(&parts->link, &distribution::TreeLink::si_LinkChanged,
@@ -63,7 +84,33 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
 
 bool TreeMirror::waitForLive(const QStringList& wanted, int milliseconds)
 {
-    return d->link.waitForLive(wanted, milliseconds);
+    if (!replay())
+        return d->link.waitForLive(wanted, milliseconds);
+    // Nothing is to be missed meanwhile.
+    const bool isGoing = !replay()->isPaused();
+    replay()->pause();
+    const bool isLive =
+        waitForReplay(milliseconds) && d->link.waitForLive(wanted, std::min(milliseconds, kReplayLiveMs));
+    if (isGoing)
+        replay()->go();
+    return isLive;
+}
+
+distribution::Replay* TreeMirror::replay() const
+{
+    return d->link.replay();
+}
+
+std::function<QDateTime()> TreeMirror::timeSource() const
+{
+    if (!replay())
+        return nullptr;
+    return [replay = replay()] { return replay->timeAt(replay->position()); };
+}
+
+bool TreeMirror::waitForReplay(int milliseconds) const
+{
+    return waitUntil([this] { return !replay()->isMoving(); }, milliseconds);
 }
 
 bool TreeMirror::isOnline() const
@@ -122,6 +169,7 @@ struct TreeMirror::Private
 {
     QString problem;
     int connections = 0;
+    bool wasAdmitted = false; ///< to a recording
     std::function<void(bool, const QString&)> listener;
 };
 
@@ -132,6 +180,21 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
 }
 
 bool TreeMirror::waitForLive(const QStringList& /*wanted*/, int /*milliseconds*/)
+{
+    return false;
+}
+
+distribution::Replay* TreeMirror::replay() const
+{
+    return nullptr;
+}
+
+std::function<QDateTime()> TreeMirror::timeSource() const
+{
+    return nullptr;
+}
+
+bool TreeMirror::waitForReplay(int /*milliseconds*/) const
 {
     return false;
 }
@@ -163,12 +226,11 @@ TreeMirror::~TreeMirror() = default;
 
 QVector<Option> TreeMirror::options()
 {
-    return {
-        text(
-            "tree", "URL",
-            "Look at the servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] "
-            "(environment KOLTA_TREE)."),
-        whole("tree-timeout", "seconds", "How long they may take to be live (5).", 1, 3600, "5")};
+    return {text("tree", "URL",
+                 "Look at the servers that publish themselves at the broker "
+                 "mqtt[s]://[USER@]HOST[:PORT][/PREFIX], "
+                 "or that did in the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE)."),
+            whole("tree-timeout", "seconds", "How long they may take to be live (5).", 1, 3600, "5")};
 }
 
 QString TreeMirror::urlOf(const CommandLine& line)
@@ -207,6 +269,11 @@ std::unique_ptr<TreeMirror> TreeMirror::look(const CommandLine& line, const QStr
 
 bool TreeMirror::admit(const CommandLine& line, const QStringList& wanted)
 {
+    if (replay()) {
+        if (!std::exchange(d->wasAdmitted, true))
+            waitForLive(wanted, line.number("tree-timeout") * 1000);
+        return waitForReplay(line.number("tree-timeout") * 1000);
+    }
     RollCall found = callRoll(wanted);
     if (!found.isAnyLive || !found.missing.isEmpty()) {
         waitForLive(wanted, line.number("tree-timeout") * 1000);

@@ -2,6 +2,7 @@
 
 #include <kolta/cli/command.h>
 
+#include <QDateTime>
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
@@ -9,6 +10,10 @@
 
 #include <functional>
 #include <memory>
+
+namespace distribution {
+class Replay;
+}
 
 namespace KoltaCli {
 
@@ -27,8 +32,9 @@ public:
     /// The tree that a command is to look at: that of --tree, else of the environment's KOLTA_TREE, else of
     /// the configuration's Distribution/Url; empty for none.
     static QString urlOf(const CommandLine& line);
-    /// Begins to mirror all branches at urlOf(). Null, and an error is printed, when the URL does not fit or
-    /// a word of the command line has a password.
+    /// Begins to mirror all branches at urlOf(), or in the recording that it names. Null, and an error is
+    /// printed, when the URL does not fit, a word of the command line has a password or the recording cannot
+    /// be played.
     static std::unique_ptr<TreeMirror> open(const CommandLine& line);
     /// The same, and admit()s them; the command ends with eExitNoTree when that fails.
     static std::unique_ptr<TreeMirror> join(const CommandLine& line, const QStringList& wanted);
@@ -40,11 +46,17 @@ public:
 
     /// Waits as long as --tree-timeout allows until the branches `wanted` are live, or, when none is named,
     /// at least one and all that are not known to be gone. Tells in one line which are not then. False when
-    /// none is.
+    /// none is. A recording is taken as it is, so that one can look at servers that were not there.
     bool admit(const CommandLine& line, const QStringList& wanted);
     /// Runs the event loop until these branches are live, or, when none is named, at least one and all that
     /// are not known to be gone; false when that takes longer.
     bool waitForLive(const QStringList& wanted, int milliseconds);
+    /// What is played here; null when the messages come from a broker.
+    distribution::Replay* replay() const;
+    /// The time of day in what is played, while this lives; null for that of the machine.
+    std::function<QDateTime()> timeSource() const;
+    /// Runs the event loop until what was recorded up to the time that was wanted has been told.
+    bool waitForReplay(int milliseconds) const;
     /// Why there is no connection to the broker, in one line; empty while there is one.
     const QString& problem() const noexcept;
     bool isOnline() const;

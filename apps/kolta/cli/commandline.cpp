@@ -6,6 +6,8 @@
 #include <koltacommon/units.h>
 #include <startup/errorhandler.h>
 
+#include <QRegularExpression>
+
 #include <algorithm>
 
 namespace KoltaCli {
@@ -86,9 +88,26 @@ int CommandLine::run(const QStringList& words)
     return m_action ? m_action->run(*this) : m_command.run(*this);
 }
 
+/// A last argument that is a number below zero is no option: "jump -1.5".
+QStringList CommandLine::withNumberMarked(QStringList words) const
+{
+    static const QRegularExpression number(QStringLiteral("^-[0-9.]"));
+    if (words.isEmpty() || !number.match(words.last()).hasMatch() || words.contains(QStringLiteral("--")))
+        return words;
+    const QString before = words.value(words.size() - 2);
+    for (const QVector<Option>& options : {commonOptions(), m_command.options}) {
+        for (const Option& option : options) {
+            if (before == QLatin1String("--") + QLatin1String(option.name) && *option.valueName)
+                return words;
+        }
+    }
+    words.insert(words.size() - 1, QStringLiteral("--"));
+    return words;
+}
+
 QString CommandLine::problemOfWords(const QStringList& words)
 {
-    if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + words)) {
+    if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + withNumberMarked(words))) {
         QString text = m_parser.errorText();
         while (text.endsWith(QLatin1Char('.')))
             text.chop(1);

@@ -51,6 +51,7 @@ public:
     int usageError(const QString& text) const;
 
 private:
+    QStringList withNumberMarked(QStringList words) const;
     QString problemOfWords(const QStringList& words);
     QString problemOfOptions();
     QString problemOfArguments(const QVector<Argument>& wanted, const QStringList& given) const;

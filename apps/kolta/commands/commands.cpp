@@ -22,6 +22,9 @@ QVector<Command> allCommands()
 #endif
         serversCommand(),
         treeCommand(),
+#ifdef KOLTA_WITH_DISTRIBUTION
+        recordCommand(),
+#endif
 
         statusCommand(),
         metricsCommand(),

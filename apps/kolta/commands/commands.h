@@ -35,6 +35,7 @@ Command statusCommand();
 Command stopCommand();
 Command treeCommand();
 #ifdef KOLTA_WITH_DISTRIBUTION
+Command recordCommand();
 Command upCommand();
 #endif
 Command watchCommand();

@@ -1,6 +1,6 @@
 #include "commands.h"
 
-#include <kolta/application/treemirror.h>
+#include <kolta/application/embeddedinstallation.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
@@ -34,10 +34,15 @@ void printBranches(const QVector<TreeMirror::Branch>& branches)
 /// Shows the dead ones too, so it does not fail for them.
 int servers(const CommandLine& line)
 {
-    if (TreeMirror::urlOf(line).isEmpty())
+    // Two mirrors in one tree would take each other's changes for those of their program.
+    const auto shell = EmbeddedInstallation::isShared() ? EmbeddedInstallation::look(line) : nullptr;
+    if (EmbeddedInstallation::isShared() && !shell)
+        return takeStartFailure();
+    if (shell ? shell->isSimulated() : TreeMirror::urlOf(line).isEmpty())
         return line.usageError(QStringLiteral("there is no tree to look at; name one with --tree, KOLTA_TREE "
                                               "or the configuration's Distribution/Url"));
-    const auto mirror = TreeMirror::open(line);
+    const auto own = shell ? nullptr : TreeMirror::open(line);
+    TreeMirror* const mirror = shell ? shell->treeMirror() : own.get();
     if (!mirror)
         return takeStartFailure();
     mirror->waitForLive({}, line.number("tree-timeout") * 1000);

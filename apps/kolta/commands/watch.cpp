@@ -102,9 +102,11 @@ int watch(const CommandLine& line, Servers& servers)
     }
     printError(QStringLiteral("watching %1, Ctrl-C ends").arg(listed(servers.names())));
     TreeMirror* const mirror = servers.installation().treeMirror();
-    if (mirror)
+    if (mirror) {
+        watcher.events().setTimeSource(mirror->timeSource());
         mirror->setLinkListener(
             [&watcher](bool isUp, const QString& problem) { watcher.tellBroker(isUp, problem); });
+    }
     waitUntil([&watcher] { return watcher.hasEnough(); },
               line.isSet("timeout") ? line.timeoutMs() : kWaitForever);
     if (mirror)

@@ -1,5 +1,7 @@
 #include "shell.h"
 
+#include "replayverbs.h"
+
 #include <kolta/application/embeddedinstallation.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/interruption.h>
@@ -212,7 +214,12 @@ int shell(const CommandLine& line)
     if (!installation)
         return takeStartFailure();
     EmbeddedInstallation::share(installation);
-    Shell shell(line, *installation);
+    QVector<Command> verbs;
+#ifdef KOLTA_WITH_DISTRIBUTION
+    if (const TreeMirror* const mirror = installation->treeMirror())
+        verbs = replayVerbs(mirror->replay());
+#endif
+    Shell shell(line, *installation, verbs);
     return shell.run(line.isSet("keep-going"));
 }
 

@@ -8,6 +8,8 @@
 #include <koltacommon/operation.h>
 #include <koltacommon/userrights.h>
 
+#include <startup/clock.h>
+
 #include <utility>
 
 namespace Kolta {
@@ -68,6 +70,12 @@ void InstallationEvents::removeServer(const QString& address)
     event.state = Event::kGone;
     event.text = tr("is not followed any longer");
     tell(event);
+}
+
+/// For differences of times: that of a time source, else by the clock, which nobody sets.
+qint64 InstallationEvents::elapsedMs() const
+{
+    return m_timeSource ? m_timeSource().toMSecsSinceEpoch() : Startup::Clock::instance().now();
 }
 
 void InstallationEvents::followUser(UserRights& rights)

@@ -72,6 +72,7 @@ Q_SIGNALS:
 private:
     friend class ServerEvents;
 
+    qint64 elapsedMs() const;
     void removeServer(const QString& address);
     void takeLinks(const KoltaConnectionsViewer& viewer, bool isTold);
 

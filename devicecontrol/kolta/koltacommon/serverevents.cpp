@@ -151,7 +151,7 @@ void ServerEvents::come()
 {
     m_freshLook = ringIn(kFreshMs, [this] { m_freshLook.reset(); });
     const qint64 vanishedAt = std::exchange(m_vanishedAt, -1);
-    const qint64 gone = Startup::Clock::instance().now() - vanishedAt;
+    const qint64 gone = m_owner.elapsedMs() - vanishedAt;
     const bool isReturn = std::exchange(m_wasThere, true) && vanishedAt >= 0;
     Event event = make(Kind::State, Type::Server, QString(),
                        isReturn ? returnText(gone) : InstallationEvents::tr("has appeared"));
@@ -170,7 +170,7 @@ void ServerEvents::come()
 
 void ServerEvents::vanish()
 {
-    m_vanishedAt = Startup::Clock::instance().now();
+    m_vanishedAt = m_owner.elapsedMs();
     m_state = SERVER_STATES::eDisconnected;
     m_freshLook.reset();
     for (auto running = m_running.begin(); running != m_running.end(); ++running)

@@ -1,0 +1,286 @@
+#include "treeside.h"
+
+#include <distribution/localbroker.h>
+#include <distribution/replay.h>
+#include <distribution/treerecorder.h>
+#include <support/installation.h>
+
+#include <csignal>
+#include <functional>
+#include <memory>
+
+using namespace distribution;
+
+namespace {
+
+constexpr int kLongPatience = 60000;
+
+/// A program of the installation, and all that it has said.
+class Program : public QProcess
+{
+public:
+    explicit Program(const QString& path, const QStringList& arguments, const QByteArray& input = {})
+    {
+        setProcessChannelMode(MergedChannels);
+        start(path, arguments);
+        write(input);
+        closeWriteChannel();
+    }
+    ~Program() override
+    {
+        kill();
+        waitForFinished();
+    }
+    bool says(const char* text)
+    {
+        return QTest::qWaitFor([&] { return (said += readAll()).contains(text); }, kLongPatience);
+    }
+    /// All that it has said, and its exit code.
+    QByteArray result()
+    {
+        waitForFinished(kLongPatience);
+        return (said += readAll()) + QByteArray::number(exitCode());
+    }
+    void signal(int number) const { ::kill(static_cast<pid_t>(processId()), number); }
+
+    QByteArray said;
+};
+
+QByteArray kolta(const QStringList& words, const QByteArray& input = {})
+{
+    return Program(QStringLiteral(KOLTA_PROGRAM), words, input).result();
+}
+
+/// For what takes long to look at.
+bool becomesTrue(const std::function<bool()>& condition)
+{
+    for (const QDeadlineTimer limit(kLongPatience); !limit.hasExpired();) {
+        if (condition())
+            return true;
+    }
+    return false;
+}
+
+QByteArray bytesOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+/// Recordings of real installations, and what becomes of them when something fails.
+class TestRecording : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // Of all programs: what writers had is gone soon after they are.
+        QFile configuration(m_folder.filePath(QStringLiteral("brief.ini")));
+        QVERIFY(configuration.open(QIODevice::WriteOnly));
+        QVERIFY(configuration.write("[Distribution]\nBeatMs=200\nGraceMs=2000\nDeathGraceMs=200\n") > 0);
+        qputenv("KOLTA_CONFIG", QFile::encodeName(configuration.fileName()));
+        qunsetenv("KOLTA_TREE");
+        QString error;
+        QVERIFY2(m_broker.start(error), qPrintable(error));
+    }
+
+    /// Orders, a server that is killed and returns, a broker that goes and returns; then the same from the
+    /// file: at its end, at once, step by step and backwards.
+    void sessionIsPlayedAsItWas()
+    {
+        const QString file = m_folder.filePath(QStringLiteral("a session?.rec"));
+        auto one = simulator(QStringLiteral("S1"));
+        auto two = simulator(QStringLiteral("S2"));
+        QVERIFY2(one->says("published as S1") && two->says("published as S2"), one->said.constData());
+        const auto recorder = recorderOf({file});
+        QVERIFY2(recorder->says("Ctrl-C ends"), recorder->said.constData());
+        const QByteArray order = live("produce scp --server S1 --class HF --frequency 7.1M");
+        QVERIFY2(order.endsWith('0'), order.constData());
+        m_broker.kill();
+        QVERIFY(recorder->says("Connection refused"));
+        QString error;
+        QVERIFY2(m_broker.start(error), qPrintable(error));
+        QVERIFY(recorder->says("the broker is back"));
+        const auto areBack = [this] { return live("servers --json").count("\"live\"") == 2; };
+        QVERIFY(becomesTrue(areBack)); // the broker has forgotten them
+        two->kill();
+        QVERIFY(becomesTrue([this] { return live("servers --tree-timeout 1 --json").contains("\"lost\""); }));
+        two = simulator(QStringLiteral("S2"));
+        QVERIFY(two->says("published as S2"));
+        QVERIFY(becomesTrue(areBack));
+        QVERIFY(becomesTrue([this] { return !live("tree dump /").contains("/Clients/{"); }));
+        const QByteArray dump = live("tree dump /");
+        QVERIFY2(dump.endsWith('0') && dump.contains("S2/ADMINISTRATION/WorkingState"), dump.constData());
+        recorder->signal(SIGINT);
+        const QByteArray told = recorder->result();
+        QVERIFY2(told.contains(" messages in ") && told.endsWith('0'), told.constData());
+
+        QCOMPARE(atEndOf(file), dump);
+        for (const char* const way :
+             {"speed 10000\ngo end\n", "jump end\njump begin\nstep --number 1000000\n",
+              "go +0.1\njump end\njump -1\ngo end\nfails stop --all\n"}) {
+            const QByteArray played =
+                kolta(words("replay --speed 100") + QStringList(file), QByteArray(way) + "tree dump /\n");
+            QVERIFY2(played.mid(played.indexOf("\n/ ") + 1) == dump, way);
+            QCOMPARE(played.contains("this is a recording, in which nothing can be changed"),
+                     QByteArray(way).contains("stop"));
+        }
+        const QByteArray watched = kolta(words("watch --timeout 2 --tree") +
+                                         QStringList(ReplayAddress{file, 100, QString()}.ToUrl()));
+        QVERIFY2(watched.contains("S2 has vanished") && watched.contains("request for SCP 1 is accepted"),
+                 watched.constData());
+    }
+
+    /// More is said than the file may hold; what it holds then is the end, and time stands still in a pause.
+    void boundedAndPaused()
+    {
+        QString error;
+        const LinkOptions options = *LinkOptions::FromConfiguration(m_broker.url(), error);
+        Side owner(options);
+        owner.tree.Emplace<values::StringValue>(at("WorkingState"), QStringLiteral("up"));
+        owner.tree.Emplace<values::StringValue>(at("Text"), QString());
+        owner.publish();
+        const QString file = m_folder.filePath(QStringLiteral("bounded.rec"));
+        constexpr int kBound = 1 << 20;
+        TreeRecorder recorder(options, file, kBound);
+        QVERIFY(recorder.link().waitForLive({QStringLiteral("S1")}, kPatience));
+        QVERIFY2(recorder.start(error), qPrintable(error));
+        qint64 largest = 0;
+        for (quint64 said = 0; recorder.segmentsDropped() < 30; ++said) {
+            QVERIFY(said < 2000 && recorder.isRecording());
+            QString text;
+            for (int i = 0; i < 1000; ++i)
+                text += QUuid::createUuid().toString();
+            owner.set("Text", text);
+            const quint64 before = recorder.messages();
+            QTRY_VERIFY_WITH_TIMEOUT(recorder.messages() > before, kPatience);
+            largest = std::max(largest, QFileInfo(file).size());
+        }
+        QVERIFY2(largest > kBound / 2 && largest <= kBound, QByteArray::number(largest).constData());
+        recorder.stop(QStringLiteral("enough"));
+
+        for (const char* const from : {"begin", "end"}) {
+            const QString url = ReplayAddress{file, 1, QLatin1String(from)}.ToUrl();
+            const auto replayed = LinkOptions::FromConfiguration(url, error);
+            QVERIFY2(replayed, qPrintable(error));
+            Side mirror(*replayed);
+            mirror.mirror();
+            Replay& replay = *mirror.link->replay();
+            replay.pause();
+            const qint64 position = replay.position();
+            QTest::qWait(1000); // five beats of the owner
+            QVERIFY(replay.position() == position &&
+                    mirror.link->branches().first().state == BranchState::Live);
+            replay.jump(replay.end());
+            QTRY_VERIFY(replay.isAtEnd());
+            QCOMPARE(mirror.text("Text"), owner.text("Text"));
+            mirror.set("Text", QStringLiteral("other"));
+            QTRY_COMPARE(mirror.text("Text"), owner.text("Text"));
+            QCOMPARE(mirror.failures.size(), 1);
+        }
+    }
+
+    /// Whoever writes it dies, or the disk is full: what was written can be played.
+    void crashesAndFullDisks()
+    {
+        auto one = simulator(QStringLiteral("S1"));
+        QVERIFY2(one->says("published as S1"), one->said.constData());
+        const QString killed = m_folder.filePath(QStringLiteral("killed.rec"));
+        {
+            const auto recorder = recorderOf({killed});
+            QVERIFY(recorder->says("Ctrl-C ends"));
+            live("produce scp --server S1 --class HF --frequency 7.1M");
+            recorder->kill();
+            recorder->result();
+        }
+        const QByteArray dump = live("tree dump /");
+        QByteArray played = atEndOf(killed);
+        QVERIFY(played.contains("was not ended") && played.endsWith(dump.mid(dump.indexOf("/ "))));
+
+        // As long as one segment is there, any part can be played, up to the cut.
+        const QByteArray whole = bytesOf(killed);
+        QVERIFY(whole.size() > 2000);
+        for (const int size : {whole.size() - 1, whole.size() - 9, whole.size() - 500}) {
+            played = atEndOf(written("cut.rec", whole.left(size)));
+            QVERIFY2(played.contains("bytes are not played") && played.contains("WorkingState") &&
+                         played.endsWith('0'),
+                     played.left(1000).constData());
+        }
+        const struct
+        {
+            QByteArray content;
+            const char* problem;
+        } bad[] = {{whole.left(1000), "it was cut off before anything was recorded"},
+                   {QByteArray("KOLTALOG\2\0\0\0", 12), "it is a recording of version"},
+                   {"<?xml version='1.0'?><something/>", "it is no recording"},
+                   {"", "it is no recording"}};
+        for (const auto& file : bad) {
+            played = kolta(words("replay") + QStringList(written("bad.rec", file.content)));
+            QVERIFY2(played.contains(file.problem) && played.count('\n') == 1 && played.endsWith('1'),
+                     played.constData());
+        }
+        played = kolta(words("record --tree") + QStringList{m_broker.url(), killed});
+        QVERIFY2(played.contains("File exists") && bytesOf(killed) == whole, played.constData());
+
+        const QString full = m_folder.filePath(QStringLiteral("full.rec"));
+        Program limited(QStringLiteral("sh"),
+                        {QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 128; exec \"$@\""),
+                         QStringLiteral("sh"), QStringLiteral(KOLTA_PROGRAM), QStringLiteral("record"), full,
+                         QStringLiteral("--tree"), m_broker.url()});
+        QVERIFY(limited.says("Ctrl-C ends"));
+        for (int i = 0; i < 100 && !limited.waitForFinished(1); ++i) {
+            live("produce scp --server S1 --class HF --frequency 7.1M");
+            live("stop --all");
+        }
+        played = limited.result();
+        QVERIFY2(played.count("cannot be written: File too large") == 1 && played.endsWith('1'),
+                 played.constData());
+        played = atEndOf(full);
+        QVERIFY2(played.contains("WorkingState") && played.endsWith('0'), played.left(1000).constData());
+    }
+
+private:
+    static QStringList words(const char* text) { return QString::fromUtf8(text).split(QLatin1Char(' ')); }
+    QString written(const char* name, const QByteArray& content) const
+    {
+        const QString path = m_folder.filePath(QLatin1String(name));
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? path : QString();
+    }
+    QByteArray live(const char* command) const
+    {
+        return kolta(words(command) + QStringList{QStringLiteral("--tree"), m_broker.url()});
+    }
+    static QByteArray atEndOf(const QString& file)
+    {
+        return kolta(words("tree dump / --tree") +
+                     QStringList(ReplayAddress{file, 0, QStringLiteral("end")}.ToUrl()));
+    }
+    std::unique_ptr<Program> recorderOf(const QStringList& further) const
+    {
+        return std::make_unique<Program>(QStringLiteral(KOLTA_PROGRAM),
+                                         words("record --tree") + QStringList(m_broker.url()) + further);
+    }
+    std::unique_ptr<Program> simulator(const QString& name) const
+    {
+        const QString folder = m_folder.filePath(name);
+        QDir().mkpath(folder);
+        const QByteArray sample = bytesOf(installationFolder() + QStringLiteral("/installation.ini"));
+        const QByteArray text = QByteArray(sample)
+                                    .replace("=S1\n", '=' + name.toUtf8() + '\n')
+                                    .replace("/S1\n", '/' + name.toUtf8() + '\n');
+        copyInstallation(installationFolder(), folder, "installation.ini", text);
+        return std::make_unique<Program>(QStringLiteral(KOLTASIM_PROGRAM),
+                                         QStringList{QStringLiteral("--installation"), folder,
+                                                     QStringLiteral("--publish"), m_broker.url()});
+    }
+
+    QTemporaryDir m_folder;
+    LocalBroker m_broker{LocalBroker::Settings()};
+};
+
+QTEST_GUILESS_MAIN(TestRecording)
+#include "tst_recording.moc"
