@@ -196,6 +196,7 @@ void Replay::turn()
     // A listener may run an event loop, and time stands still for it then.
     if (!m_carrier || m_isTelling)
         return;
+    const auto alive = shared_from_this(); // who is told may destroy all that holds this
     m_isTelling = true;
     m_sliceAge.start();
     if (m_goal)

@@ -42,7 +42,7 @@ struct KOLTA_DISTRIBUTION_EXPORT ReplayAddress
 ///
 /// Times are milliseconds of the recording. Lives on one thread, that of its carrier, and needs its event
 /// loop; what it is told to do is done from there, in slices that let others have their turn.
-class KOLTA_DISTRIBUTION_EXPORT Replay : public QObject
+class KOLTA_DISTRIBUTION_EXPORT Replay : public QObject, public std::enable_shared_from_this<Replay>
 {
     Q_OBJECT
 

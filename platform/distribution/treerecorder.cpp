@@ -133,7 +133,9 @@ void TreeRecorder::fail(const QString& reason)
     m_writtenMs = nowMs();
     m_timer.stop();
     m_writer.Close();
-    Q_EMIT si_Failed(reason);
+    // From the event loop: the mirrors have not had the message yet.
+    QMetaObject::invokeMethod(
+        &m_context, [this, reason] { Q_EMIT si_Failed(reason); }, Qt::QueuedConnection);
 }
 
 void TreeRecorder::onUp()
