@@ -12,6 +12,14 @@ constexpr std::size_t kPartBytes = 1U << 20U;
 
 } // namespace
 
+Snapshot BranchMirror::GetSnapshot() const
+{
+    Snapshot snapshot;
+    for (const auto& [id, item] : m_channels.at(0)->Items().All())
+        snapshot.items.push_back({id, item.path, item.type, item.Whole()});
+    return snapshot;
+}
+
 bool BranchMirror::IsSettled() const
 {
     const bool isNamed = m_epoch.isNull() || isOwnerKnown();

@@ -128,14 +128,6 @@ std::size_t BranchMirror::GetOpenWishes() const
     return open;
 }
 
-Snapshot BranchMirror::GetSnapshot() const
-{
-    Snapshot snapshot;
-    for (const auto& [id, item] : m_channels.at(0)->Items().All())
-        snapshot.items.push_back({id, item.path, item.type, item.Whole()});
-    return snapshot;
-}
-
 /// Own changes become wishes before anything else happens to the tree: what the program wrote first must not
 /// be taken for something that it wrote upon what it is about to hear.
 void BranchMirror::takeLocal()
