@@ -1,6 +1,6 @@
 # The one way in: every target below works on a fresh Debian 12 machine and drives the presets of CMakePresets.json.
 # Variables: JOBS=<n> limits parallel compilers, PREFIX= and DESTDIR= say where to install,
-# KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest or to the benchmarks,
+# KOLTA_PACKAGES=skip leaves the machine's packages alone, ARGS=<...> is passed on to ctest, the benchmarks or the mutations,
 # TARGETS='framing message' and SECONDS=600 choose what make fuzz runs and for how long each, MINUTES=1 how long make soak
 # takes, RUNS=1 SEED=123 how many runs make chaos makes, and which.
 
@@ -21,7 +21,8 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo console test test-asan test-tsan test-static fuzz bench soak chaos lint nightly format doc deb test-deb install clean
+.PHONY: help demo console test test-asan test-tsan test-static fuzz bench soak chaos mutations lint nightly format doc deb \
+        test-deb install clean
 
 help: ## list these targets
 	@echo 'make <target>, where <target> is one of'
@@ -65,6 +66,9 @@ soak: packages-build+bench build/bench/build.ninja ## good and hostile clients a
 chaos: packages-build+bench build/bench/build.ninja ## trees alike over a broker while processes are killed, RUNS=200
 	@$(call build,bench) --target kolta_chaos
 	@build/bench/bin/kolta_chaos '$(RUNS)' $(SEED)
+
+mutations: packages-build+test+mutate ## do the tests of the distribution notice faults, one after the other
+	@$(if $(JOBS),CMAKE_BUILD_PARALLEL_LEVEL=$(JOBS)) tools/try-mutations build/mutations $(ARGS)
 
 lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes and the floors
 	@$(sources) | xargs -d '\n' clang-format --dry-run -Werror

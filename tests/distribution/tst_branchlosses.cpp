@@ -355,7 +355,7 @@ private Q_SLOTS:
             }
             probe.OnMessage(*topics.Parse(echo), Bytes(), 3000);
             QCOMPARE(probe.GetResult(), NameProbe::Result::Waiting);
-            probe.OnTime(3600);
+            probe.OnTime(taken ? 8999 : 3600);
             QCOMPARE(probe.GetResult(), taken ? NameProbe::Result::Waiting : NameProbe::Result::Free);
             if (taken)
                 probe.OnMessage(*topics.Parse(topics.Beat(QStringLiteral("S1"))),

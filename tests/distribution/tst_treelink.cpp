@@ -108,19 +108,24 @@ private Q_SLOTS:
         QCOMPARE(client.failures + other.failures + server->failures, QStringList());
     }
 
+    void placesTaken_data()
+    {
+        QTest::addColumn<QString>("place");
+        QTest::newRow("within") << QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION");
+        QTest::newRow("around") << QStringLiteral("/ConnectManager");
+    }
     /// Of two branches for one place, or one within the other's, the second is not taken until the first has
     /// left; and a branch writes nothing outside its roots, whatever its owner says.
     void placesTaken()
     {
+        QFETCH(QString, place);
         server->publish();
         MapSide client(*broker), intruder(*broker);
         client.mirror();
         intruder.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("intruder's"));
         intruder.join();
         QSignalSpy published(intruder.link.get(), &TreeLink::si_Published);
-        intruder.link->publish(QStringLiteral("X"),
-                               {QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")}, QString(),
-                               std::make_unique<OpenPolicy>());
+        intruder.link->publish(QStringLiteral("X"), {place}, QString(), std::make_unique<OpenPolicy>());
         QVERIFY(published.wait(kPatience));
         MapSide late(*broker);
         late.join();
