@@ -1,0 +1,266 @@
+#include "assignmentmatrix.h"
+
+#include "shorttimemaps.h"
+
+#include <koltacommon/processormodel.h>
+#include <koltacommon/tunermodel.h>
+#include <koltacommon/viewroles.h>
+
+#include <QFont>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+namespace Roles = Kolta::ViewRoles;
+using Kolta::ProcessorModel;
+using Kolta::ShortTimeFFPAssignment;
+using Kolta::ShortTimeProfile;
+
+namespace {
+
+constexpr quint32 kDefaultCoverage = 50;
+
+} // namespace
+
+AssignmentMatrix::AssignmentMatrix(Session& session, QObject* parent)
+    : QAbstractTableModel(parent), m_session(session)
+{
+}
+
+void AssignmentMatrix::showServer(const QString& address)
+{
+    if (address != m_server) {
+        m_server = address;
+        m_draft.clear();
+        Q_EMIT si_DraftChanged();
+    }
+    refresh();
+}
+
+void AssignmentMatrix::readReach(const QString& tuner, Ffp& ffp) const
+{
+    const Kolta::TunerModel& model = m_session.tuners();
+    for (int row = 0; row < model.rowCount(); ++row) {
+        const QModelIndex index = model.index(row, Kolta::TunerModel::eNameColumn);
+        if (index.data().toString() != tuner || index.data(Roles::ServerRole).toString() != m_server)
+            continue;
+        const auto record = index.data(Roles::ItemRole).value<RESOURCEMANAGEMENT::Tuner>();
+        ffp.from = record.GetMinFrequency();
+        ffp.to = record.GetMaxFrequency();
+        return;
+    }
+}
+
+void AssignmentMatrix::readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const
+{
+    const ProcessorModel& model = m_session.processors();
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const auto cell = [&](int column) { return model.index(row, column, parent).data().toString(); };
+        const QModelIndex index = model.index(row, 0, parent);
+        if (index.data(Roles::ServerRole).toString() != m_server)
+            continue;
+        const QString name = cell(ProcessorModel::eNameColumn);
+        if (cell(ProcessorModel::eKindColumn) == QLatin1String("FFP")) {
+            Ffp ffp;
+            ffp.guid = index.data(Roles::GuidRole).toString();
+            ffp.name = above.isEmpty() ? name : QStringLiteral("%1 · %2").arg(above, name);
+            const QString tuner = cell(ProcessorModel::eTunerColumn);
+            readReach(tuner.isEmpty() && parent.isValid()
+                          ? parent.sibling(parent.row(), ProcessorModel::eTunerColumn).data().toString()
+                          : tuner,
+                      ffp);
+            ffps.append(ffp);
+        }
+        readFfps(index, name, ffps);
+    }
+}
+
+void AssignmentMatrix::refresh()
+{
+    QVector<Ffp> ffps;
+    QVector<ShortTimeProfile> profiles;
+    if (!m_server.isEmpty())
+        readFfps(QModelIndex(), QString(), ffps);
+    if (const auto* const map =
+            shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments")) {
+        for (const auto& entry : map->data()) {
+            const auto found = std::find_if(ffps.begin(), ffps.end(), [&](const Ffp& ffp) {
+                return QUuid(ffp.guid) == QUuid(entry.first);
+            });
+            if (found != ffps.end())
+                found->assignment = entry.second;
+        }
+    }
+    if (const auto* const map =
+            shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server, "Profiles")) {
+        for (const auto& entry : map->data())
+            profiles.append(entry.second);
+    }
+    std::sort(profiles.begin(), profiles.end(), [](const ShortTimeProfile& a, const ShortTimeProfile& b) {
+        return Roles::sortText(a.name) < Roles::sortText(b.name);
+    });
+    const bool isSameShape =
+        ffps == m_ffps && std::equal(profiles.begin(), profiles.end(), m_profiles.begin(), m_profiles.end(),
+                                     [](const auto& a, const auto& b) { return a.name == b.name; });
+    if (!isSameShape)
+        beginResetModel();
+    m_ffps = ffps;
+    m_profiles = profiles;
+    if (!isSameShape)
+        endResetModel();
+    else if (!m_ffps.isEmpty() && !m_profiles.isEmpty())
+        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+    Q_EMIT si_DraftChanged();
+}
+
+bool AssignmentMatrix::isTicked(const Ffp& ffp, const QString& profile) const
+{
+    return m_draft.value(ffp.guid).value(profile, ffp.assignment.profiles.contains(profile));
+}
+
+bool AssignmentMatrix::isOutOfReach(const Ffp& ffp, const ShortTimeProfile& profile)
+{
+    return profile.useFrequency && ffp.to > 0 &&
+           (static_cast<double>(profile.frequencyMin) > ffp.to ||
+            static_cast<double>(profile.frequencyMax) < ffp.from);
+}
+
+void AssignmentMatrix::set(const QModelIndexList& indexes, bool isOn)
+{
+    for (const QModelIndex& cell : indexes) {
+        const Ffp& ffp = m_ffps.at(cell.row());
+        const QString& profile = m_profiles.at(cell.column()).name;
+        if (ffp.assignment.profiles.contains(profile) == isOn)
+            m_draft[ffp.guid].remove(profile);
+        else
+            m_draft[ffp.guid][profile] = isOn;
+        if (m_draft.value(ffp.guid).isEmpty())
+            m_draft.remove(ffp.guid);
+        Q_EMIT dataChanged(cell, cell);
+    }
+    Q_EMIT si_DraftChanged();
+}
+
+void AssignmentMatrix::toggleAll(const QModelIndexList& indexes)
+{
+    const bool areAllOn = std::all_of(indexes.begin(), indexes.end(),
+                                      [](const QModelIndex& index) { return index.data(TickRole).toBool(); });
+    set(indexes, !areAllOn);
+}
+
+int AssignmentMatrix::changeCount() const
+{
+    int count = 0;
+    for (const Ffp& ffp : m_ffps) {
+        for (const ShortTimeProfile& profile : m_profiles)
+            count += isTicked(ffp, profile.name) != ffp.assignment.profiles.contains(profile.name) ? 1 : 0;
+    }
+    return count;
+}
+
+void AssignmentMatrix::undo()
+{
+    m_draft.clear();
+    refresh();
+}
+
+QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
+{
+    QVector<ShortTimeFFPAssignment> result;
+    for (const Ffp& ffp : m_ffps) {
+        ShortTimeFFPAssignment assignment = ffp.assignment;
+        if (assignment.isNull()) {
+            assignment.ffpGuid = ffp.guid;
+            assignment.minCoverage = kDefaultCoverage;
+            assignment.enabled = true;
+        }
+        // What is assigned and not a column, because the profile has gone, stays as it is.
+        for (const ShortTimeProfile& profile : m_profiles) {
+            const bool isOn = isTicked(ffp, profile.name), was = assignment.profiles.contains(profile.name);
+            if (isOn && !was)
+                assignment.profiles.append(profile.name);
+            else if (!isOn && was)
+                assignment.profiles.removeAll(profile.name);
+        }
+        if (assignment.profiles != ffp.assignment.profiles)
+            result.append(assignment);
+    }
+    return result;
+}
+
+void AssignmentMatrix::forgetDraft(const QString& ffp)
+{
+    for (const Ffp& known : m_ffps) {
+        if (QUuid(known.guid) == QUuid(ffp))
+            m_draft.remove(known.guid);
+    }
+    refresh();
+}
+
+int AssignmentMatrix::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : m_ffps.size();
+}
+
+int AssignmentMatrix::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : m_profiles.size();
+}
+
+QString AssignmentMatrix::cellText(const Ffp& ffp, const ShortTimeProfile& profile) const
+{
+    const bool isOn = isTicked(ffp, profile.name);
+    const bool isNew = isOn != ffp.assignment.profiles.contains(profile.name);
+    if (isOn && isOutOfReach(ffp, profile))
+        return tr("no cover");
+    if (isNew)
+        return isOn ? tr("new") : tr("taken off");
+    return isOn ? tr("%1 %").arg(ffp.assignment.minCoverage) : QString();
+}
+
+QVariant AssignmentMatrix::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid())
+        return QVariant();
+    const Ffp& ffp = m_ffps.at(index.row());
+    const ShortTimeProfile& profile = m_profiles.at(index.column());
+    switch (role) {
+    case Qt::DisplayRole:
+        return cellText(ffp, profile);
+    case Qt::ToolTipRole:
+    case Qt::AccessibleTextRole:
+        return QStringLiteral("%1, %2: %3 %4")
+            .arg(ffp.name, profile.name, isTicked(ffp, profile.name) ? tr("assigned") : tr("not assigned"),
+                 cellText(ffp, profile));
+    case TickRole:
+        return isTicked(ffp, profile.name);
+    case NewRole:
+        return isTicked(ffp, profile.name) != ffp.assignment.profiles.contains(profile.name);
+    case NoCoverRole:
+        return isTicked(ffp, profile.name) && isOutOfReach(ffp, profile);
+    case CoverageRole:
+        return ffp.assignment.minCoverage;
+    default:
+        return QVariant();
+    }
+}
+
+QVariant AssignmentMatrix::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    const bool isAcross = orientation == Qt::Horizontal;
+    if (section < 0 || section >= (isAcross ? m_profiles.size() : m_ffps.size()))
+        return QVariant();
+    if (role == Qt::TextAlignmentRole)
+        return (isAcross ? static_cast<int>(Qt::AlignCenter) | static_cast<int>(Qt::TextWordWrap)
+                         : static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter));
+    if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
+        return QVariant();
+    if (isAcross)
+        return m_profiles.at(section).name;
+    const Ffp& ffp = m_ffps.at(section);
+    return ffp.assignment.isNull() || ffp.assignment.enabled ? ffp.name
+                                                             : tr("%1 (not enabled)").arg(ffp.name);
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <koltacommon/shorttimemodels.h>
+
+#include <QAbstractTableModel>
+#include <QHash>
+#include <QMap>
+#include <QSet>
+
+namespace KoltaConsole {
+
+class Session;
+
+/// Which FFP looks for which profile: FFPs down, profiles across. Ticks are a draft until they are sent; what
+/// others change meanwhile shows where nothing was touched.
+class AssignmentMatrix : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Role : int {
+        TickRole = Qt::UserRole + 200, ///< bool: assigned, in the draft
+        NewRole,                       ///< bool: not sent yet
+        NoCoverRole,                   ///< bool: the FFP's tuner cannot reach the profile
+        CoverageRole                   ///< int: per cent; of what is assigned
+    };
+
+    AssignmentMatrix(Session& session, QObject* parent);
+
+    void showServer(const QString& address);
+    /// Reads anew what there is.
+    void refresh();
+    void toggle(const QModelIndex& index) { set({index}, !index.data(TickRole).toBool()); }
+    /// Ticks all of them or none: all, unless all are.
+    void toggleAll(const QModelIndexList& indexes);
+    int changeCount() const; ///< ticks that differ from what is so
+    void undo();
+    /// The assignments to ask for, one for each FFP whose ticks differ.
+    QVector<Kolta::ShortTimeFFPAssignment> wanted() const;
+    /// These have been sent; what they become is the server's to say.
+    void forgetDraft(const QString& ffp);
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+Q_SIGNALS:
+    void si_DraftChanged();
+
+private:
+    struct Ffp
+    {
+        QString guid;
+        QString name;      ///< "MCP 1 · FFP 1"
+        double from = 0.0; ///< what its tuner reaches, Hz; both 0: not told
+        double to = 0.0;
+        Kolta::ShortTimeFFPAssignment assignment; ///< null: none
+
+        bool operator==(const Ffp& other) const { return guid == other.guid && name == other.name; }
+    };
+
+    void set(const QModelIndexList& indexes, bool isOn);
+    void readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const;
+    void readReach(const QString& tuner, Ffp& ffp) const;
+    bool isTicked(const Ffp& ffp, const QString& profile) const;
+    QString cellText(const Ffp& ffp, const Kolta::ShortTimeProfile& profile) const;
+    static bool isOutOfReach(const Ffp& ffp, const Kolta::ShortTimeProfile& profile);
+
+    Session& m_session;
+    QString m_server;
+    QVector<Ffp> m_ffps;
+    QVector<Kolta::ShortTimeProfile> m_profiles;
+    QHash<QString, QMap<QString, bool>> m_draft; ///< by FFP and profile, what was touched
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,238 @@
+#include "profileeditor.h"
+
+#include "../serverfacts.h"
+
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include <limits>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeProfile;
+
+namespace {
+
+const char* const kTitles[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Name"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Frequency"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Duration"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Bandwidth"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Symbol rate"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
+
+/// Equal but for the rule that profiles without a hop or symbol rate are equal to none.
+bool isSame(const ShortTimeProfile& a, const ShortTimeProfile& b)
+{
+    for (int field = 0; field < kProfileFieldCount; ++field) {
+        if (fieldText(a, static_cast<ProfileField>(field)) != fieldText(b, static_cast<ProfileField>(field)))
+            return false;
+    }
+    return a.useModulation == b.useModulation && (!a.useModulation || a.modulation == b.modulation) &&
+           a.type == b.type;
+}
+
+} // namespace
+
+ProfileEditor::ProfileEditor(QWidget* parent)
+    : QWidget(parent)
+    , m_heading(new QLabel(this))
+    , m_save(new QPushButton(tr("Save"), this))
+    , m_undo(new QPushButton(tr("Undo"), this))
+    , m_take(new QPushButton(tr("Take theirs"), this))
+    , m_modulation(new QComboBox(this))
+    , m_type(new QComboBox(this))
+{
+    makeHeading();
+    makeFields();
+    fill();
+}
+
+void ProfileEditor::makeHeading()
+{
+    m_heading->setProperty("heading", true);
+    m_heading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    connect(m_save, &QPushButton::clicked, this, &ProfileEditor::si_Save);
+    connect(m_undo, &QPushButton::clicked, this, [this] { edit(m_theirs.value_or(m_original)); });
+    connect(m_take, &QPushButton::clicked, this, [this] { edit(m_theirs.value_or(m_original)); });
+    m_modulation->setAccessibleName(tr("Modulation"));
+    m_modulation->addItem(tr("not in use"), 0);
+    for (int code = 1; code <= std::numeric_limits<qint8>::max(); ++code) {
+        const QString name = Kolta::modulationTypeToString(static_cast<qint8>(code));
+        if (Kolta::stringToModulationType(name) == code)
+            m_modulation->addItem(name, code);
+    }
+    m_type->setAccessibleName(tr("Type"));
+    const QString types[] = {tr("unspecified"), tr("burst"), tr("hopper"), tr("ignore")};
+    for (int type = 0; type < 4; ++type)
+        m_type->addItem(types[type], type);
+    for (QComboBox* const box : {m_modulation, m_type})
+        connect(box, qOverload<int>(&QComboBox::currentIndexChanged), this, &ProfileEditor::read);
+}
+
+void ProfileEditor::makeFields()
+{
+    auto* const top = new QHBoxLayout;
+    top->setSpacing(8);
+    top->addWidget(m_heading, 1);
+    for (QPushButton* const button : {m_take, m_save, m_undo})
+        top->addWidget(button);
+    auto* const grid = new QGridLayout;
+    grid->setHorizontalSpacing(8);
+    grid->setVerticalSpacing(2);
+    constexpr int kAcross = 3;
+    const auto place = [grid, this](int cell, const QString& title, QWidget* field, QWidget* hint) {
+        const int row = cell / kAcross * 2, column = cell % kAcross * 2;
+        auto* const label = new QLabel(title, this);
+        label->setBuddy(field);
+        grid->addWidget(label, row, column);
+        grid->addWidget(field, row, column + 1);
+        if (hint)
+            grid->addWidget(hint, row + 1, column + 1);
+        grid->setColumnStretch(column + 1, 1);
+    };
+    for (int i = 0; i < kProfileFieldCount; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        m_lines[at] = new QLineEdit(this);
+        m_lines[at]->setPlaceholderText(i == 0 ? tr("of the profile") : tr("not in use"));
+        m_lines[at]->setAccessibleName(tr(kTitles[i]));
+        m_hints[at] = new QLabel(this);
+        m_hints[at]->setProperty("warning", true);
+        m_hints[at]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+        m_hints[at]->setWordWrap(true);
+        m_hints[at]->hide();
+        connect(m_lines[at], &QLineEdit::textChanged, this, &ProfileEditor::read);
+        place(i, tr(kTitles[i]), m_lines[at], m_hints[at]);
+    }
+    place(kProfileFieldCount, tr("Modulation"), m_modulation, nullptr);
+    place(kProfileFieldCount + 1, tr("Type"), m_type, nullptr);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(8, 6, 8, 6);
+    layout->addLayout(top);
+    layout->addLayout(grid);
+}
+
+void ProfileEditor::edit(const ShortTimeProfile& profile)
+{
+    m_original = m_draft = profile;
+    m_theirs.reset();
+    m_news.clear();
+    fill();
+}
+
+void ProfileEditor::fill()
+{
+    m_isFilling = true;
+    for (int i = 0; i < kProfileFieldCount; ++i)
+        m_lines[static_cast<std::size_t>(i)]->setText(fieldText(m_draft, static_cast<ProfileField>(i)));
+    m_modulation->setCurrentIndex(
+        qMax(0, m_modulation->findData(m_draft.useModulation ? m_draft.modulation : 0)));
+    m_type->setCurrentIndex(qMax(0, m_type->findData(static_cast<int>(m_draft.type))));
+    m_isFilling = false;
+    read();
+}
+
+void ProfileEditor::read()
+{
+    if (m_isFilling)
+        return;
+    m_wrong = 0;
+    bool isOther = false;
+    for (int i = 0; i < kProfileFieldCount; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        const auto field = static_cast<ProfileField>(i);
+        const QString text = m_lines[at]->text();
+        isOther = isOther || text != fieldText(m_original, field);
+        // An empty new profile is not wrong yet.
+        const bool isUntouched = text.isEmpty() && fieldText(m_original, field).isEmpty();
+        const QString problem = takeField(m_draft, field, text);
+        m_wrong += problem.isEmpty() ? 0 : 1;
+        const bool isShown = !problem.isEmpty() && !isUntouched;
+        m_hints[at]->setVisible(isShown);
+        m_hints[at]->setText(QStringLiteral("▲ ") + problem);
+        m_hints[at]->setToolTip(problem);
+        if (m_lines[at]->property("wrong").toBool() != isShown) {
+            m_lines[at]->setProperty("wrong", isShown);
+            m_lines[at]->style()->unpolish(m_lines[at]);
+            m_lines[at]->style()->polish(m_lines[at]);
+        }
+    }
+    const auto modulation = static_cast<qint8>(m_modulation->currentData().toInt());
+    m_draft.useModulation = modulation != 0;
+    m_draft.modulation = modulation;
+    m_draft.type = static_cast<Kolta::eShortTimeProfileType>(m_type->currentData().toInt());
+    m_isChanged = isOther || !isSame(m_draft, m_original);
+    showHeading();
+}
+
+void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
+{
+    if (isSame(profile, m_original))
+        return;
+    if (!m_isChanged || isSame(profile, m_draft)) {
+        edit(profile);
+        return;
+    }
+    m_theirs = profile;
+    m_news = tr("changed by others at %1").arg(timeText(QDateTime::currentDateTime()));
+    showHeading();
+}
+
+void ProfileEditor::takeRemoval()
+{
+    if (!m_isChanged) {
+        edit(ShortTimeProfile());
+        return;
+    }
+    m_theirs.reset();
+    m_news = tr("removed by others at %1").arg(timeText(QDateTime::currentDateTime()));
+    showHeading();
+}
+
+void ProfileEditor::showHeading()
+{
+    QStringList parts{m_draft.name.isEmpty() ? tr("New profile") : m_draft.name};
+    if (m_isChanged)
+        parts.append(tr("changed, not saved"));
+    else if (!m_use.isEmpty())
+        parts.append(m_use);
+    if (!m_news.isEmpty())
+        parts.append(m_news);
+    m_heading->setText(parts.join(QStringLiteral(" — ")));
+    m_heading->setToolTip(m_heading->text());
+    const QString objection = objectionToSave();
+    m_save->setEnabled(objection.isEmpty());
+    m_save->setToolTip(objection);
+    m_save->setAccessibleDescription(objection);
+    m_undo->setEnabled(m_isChanged);
+    m_take->setVisible(m_theirs.has_value());
+}
+
+QString ProfileEditor::objectionToSave() const
+{
+    if (!m_objection.isEmpty())
+        return m_objection;
+    if (m_wrong > 0)
+        return tr("A field cannot be read.");
+    return m_isChanged ? QString() : tr("Nothing has changed.");
+}
+
+void ProfileEditor::setObjection(const QString& objection)
+{
+    m_objection = objection;
+    showHeading();
+}
+
+void ProfileEditor::setUse(const QString& use)
+{
+    m_use = use;
+    showHeading();
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,130 @@
+#include "profilefields.h"
+
+#include <koltacommon/units.h>
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+#include <cmath>
+#include <limits>
+
+namespace KoltaConsole {
+
+using Kolta::Quantity;
+using Kolta::RangeReading;
+using Kolta::ShortTimeProfile;
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(KoltaConsole::ProfileFields)
+};
+
+constexpr double kLargest32 = std::numeric_limits<quint32>::max();
+/// Up to which doubles have all whole numbers.
+constexpr double kLargestWhole = 9007199254740992.0;
+
+QString rangeText(bool isUsed, double from, double to, Quantity quantity)
+{
+    return isUsed ? Kolta::rangeToText(from, to, quantity) : QString();
+}
+
+/// Durations are in the unit in which the processors count, which nobody here knows.
+RangeReading readDuration(const QString& text)
+{
+    static const QRegularExpression form(QStringLiteral("^\\s*(\\d+)\\s*(?:[-,\u2013]\\s*(\\d+))?\\s*$"));
+    const QRegularExpressionMatch match = form.match(text);
+    RangeReading range;
+    range.from = match.captured(1).toDouble();
+    range.to = match.captured(2).isEmpty() ? range.from : match.captured(2).toDouble();
+    if (!match.hasMatch())
+        range.problem = Texts::tr("expected whole numbers in the processors' own unit, such as 7000 – 9500");
+    else if (range.from > range.to)
+        range.problem = Texts::tr("reversed; %1 – %2 meant?").arg(match.captured(2), match.captured(1));
+    return range;
+}
+
+template<class Number>
+QString takeRange(const QString& text, const RangeReading& range, double largest, bool& isUsed, Number& from,
+                  Number& to)
+{
+    if (text.isEmpty()) {
+        isUsed = false;
+        from = to = 0;
+        return QString();
+    }
+    if (!range.isGood())
+        return range.problem;
+    if (!std::isfinite(range.to))
+        return Texts::tr("a profile needs both ends of a range");
+    if (std::round(range.to) > largest)
+        return Texts::tr("more than a profile can hold, which is %1").arg(largest, 0, 'f', 0);
+    isUsed = true;
+    from = static_cast<Number>(std::round(range.from));
+    to = static_cast<Number>(std::round(range.to));
+    return QString();
+}
+
+QString takeHopRate(ShortTimeProfile& profile, const QString& text)
+{
+    const auto rate = text.isEmpty() ? Kolta::QuantityReading() : readQuantity(text, Quantity::Rate);
+    if (!rate.isGood())
+        return rate.problem;
+    profile.useHopRate = !text.isEmpty();
+    profile.hopRate = rate.value;
+    return QString();
+}
+
+} // namespace
+
+QString fieldText(const ShortTimeProfile& p, ProfileField field)
+{
+    const auto number = [](quint64 value) { return static_cast<double>(value); };
+    switch (field) {
+    case ProfileField::Name:
+        return p.name;
+    case ProfileField::Frequency:
+        return rangeText(p.useFrequency, number(p.frequencyMin), number(p.frequencyMax), Quantity::Frequency);
+    case ProfileField::Duration:
+        return p.useDuration ? QStringLiteral("%1 – %2").arg(p.durationMin).arg(p.durationMax) : QString();
+    case ProfileField::Bandwidth:
+        return rangeText(p.useBandwidth, p.bandwidthMin, p.bandwidthMax, Quantity::Frequency);
+    case ProfileField::SymbolRate:
+        return rangeText(p.useSymbolRate, p.symbolRateMin, p.symbolRateMax, Quantity::SymbolRate);
+    case ProfileField::HopRate:
+        return p.useHopRate ? quantityToText(p.hopRate, Quantity::Rate) : QString();
+    case ProfileField::Shift:
+        return rangeText(p.useShift, p.shiftMin, p.shiftMax, Quantity::Frequency);
+    }
+    return QString();
+}
+
+QString takeField(ShortTimeProfile& p, ProfileField field, const QString& typed)
+{
+    const QString text = typed.trimmed();
+    const RangeReading hertz = readRange(text, Quantity::Frequency);
+    switch (field) {
+    case ProfileField::Name:
+        if (text.isEmpty())
+            return Texts::tr("a profile needs a name");
+        p.name = text;
+        return QString();
+    case ProfileField::Frequency:
+        return takeRange(text, hertz, kLargestWhole, p.useFrequency, p.frequencyMin, p.frequencyMax);
+    case ProfileField::Duration:
+        return takeRange(text, readDuration(text), kLargest32, p.useDuration, p.durationMin, p.durationMax);
+    case ProfileField::Bandwidth:
+        return takeRange(text, hertz, kLargest32, p.useBandwidth, p.bandwidthMin, p.bandwidthMax);
+    case ProfileField::SymbolRate:
+        return takeRange(text, readRange(text, Quantity::SymbolRate), kLargest32, p.useSymbolRate,
+                         p.symbolRateMin, p.symbolRateMax);
+    case ProfileField::HopRate:
+        return takeHopRate(p, text);
+    case ProfileField::Shift:
+        return takeRange(text, hertz, kLargest32, p.useShift, p.shiftMin, p.shiftMax);
+    }
+    return QString();
+}
+
+} // namespace KoltaConsole

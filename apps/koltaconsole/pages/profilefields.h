@@ -1,0 +1,19 @@
+#pragma once
+
+#include <koltacommon/shorttimeprofile.h>
+
+#include <QString>
+
+namespace KoltaConsole {
+
+/// What of a short-time profile is written as a text.
+enum class ProfileField { Name, Frequency, Duration, Bandwidth, SymbolRate, HopRate, Shift };
+constexpr int kProfileFieldCount = 7;
+
+/// As somebody would write it, "30 – 88 MHz"; empty when it is not in use.
+QString fieldText(const Kolta::ShortTimeProfile& profile, ProfileField field);
+/// Takes over what the text says; empty takes it out of use. The sentence of what is wrong with it, with a
+/// proposal where there is one; nothing is changed then.
+QString takeField(Kolta::ShortTimeProfile& profile, ProfileField field, const QString& text);
+
+} // namespace KoltaConsole

@@ -1,0 +1,97 @@
+#include "profileimport.h"
+
+#include <kolta/application/profilefile.h>
+#include <kolta/application/profilemembers.h>
+#include <koltacommon/q9rprofiles.h>
+
+#include <QCoreApplication>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeProfile;
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(KoltaConsole::ProfileImport)
+};
+
+/// Whether a value of that profile alone would not be understood.
+bool isDoubtful(const VESK_Q9R::Profile& profile)
+{
+    VESK_Q9R::ShortTimeProfiles alone, again;
+    alone.profiles = {profile};
+    QString error;
+    const QByteArray bytes = VESK_Q9R::writeProfiles(alone, error);
+    return !error.isEmpty() || VESK_Q9R::readProfiles(bytes, QString(), again).doubtful > 0;
+}
+
+QString summary(const ShortTimeProfile& profile)
+{
+    QStringList parts;
+    for (const KoltaCli::ProfileMember& member : KoltaCli::membersOf(profile)) {
+        if (!member.text.isEmpty())
+            parts.append(member.text);
+    }
+    return parts.join(QStringLiteral(", "));
+}
+
+/// The members that differ, one line each.
+QVector<ProfileImport::Line> difference(const ShortTimeProfile& now, const ShortTimeProfile& then)
+{
+    QVector<ProfileImport::Line> lines;
+    const auto before = KoltaCli::membersOf(now), after = KoltaCli::membersOf(then);
+    const auto shown = [](const QString& text) { return text.isEmpty() ? Texts::tr("not in use") : text; };
+    for (int i = 0; i < after.size(); ++i) {
+        if (before.at(i).text != after.at(i).text)
+            lines.append(
+                {Texts::tr("changed: %1, %2").arg(then.name, QString::fromLatin1(after.at(i).name).toLower()),
+                 shown(before.at(i).text), shown(after.at(i).text), false});
+    }
+    return lines;
+}
+
+} // namespace
+
+ProfileImport ProfileImport::read(const QString& file, const Kolta::ShortTimeProfileItemMap& map)
+{
+    ProfileImport import;
+    import.file = file;
+    VESK_Q9R::ShortTimeProfiles content;
+    const VESK_Q9R::ReadReport report = VESK_Q9R::readProfileFile(file, content);
+    import.error = report.error;
+    const auto profiles = ShortTimeProfile::fromQ9RProfile(content, Kolta::eShortTimeProfileUnspecified);
+    QStringList names;
+    for (int i = 0; report.isGood() && i < profiles.size(); ++i) {
+        ShortTimeProfile profile = profiles.at(i);
+        const bool isTwice = names.contains(profile.name);
+        names.append(profile.name);
+        if (isTwice || isDoubtful(content.profiles.at(i))) {
+            ++import.refused;
+            import.lines.append({Texts::tr("refused: %1").arg(profile.name), QString(),
+                                 isTwice ? Texts::tr("the name is there twice")
+                                         : Texts::tr("a value is not understood, see below"),
+                                 true});
+            continue;
+        }
+        const bool isKnown = map.Contains(profile.name);
+        if (isKnown)
+            profile.type = map.At(profile.name).type;
+        const QVector<Line> changes = isKnown ? difference(map.At(profile.name), profile) : QVector<Line>();
+        if (isKnown && changes.isEmpty())
+            continue;
+        import.wanted.append(profile);
+        import.lines += isKnown ? changes
+                                : QVector<Line>{
+                                      { Texts::tr("new: %1").arg(profile.name),
+                                        QString(),
+                                        summary(profile),
+                                        false }};
+    }
+    for (const QString& doubt : report.doubts)
+        import.lines.append({doubt, QString(), QString(), true});
+    return import;
+}
+
+} // namespace KoltaConsole

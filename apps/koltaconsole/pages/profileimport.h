@@ -1,0 +1,34 @@
+#pragma once
+
+#include <koltacommon/shorttimeprofileitemmap.h>
+
+#include <QList>
+#include <QStringList>
+#include <QVector>
+
+namespace KoltaConsole {
+
+/// What a file of short-time profiles would change, before it does.
+struct ProfileImport
+{
+    struct Line
+    {
+        QString what; ///< "new: UHF burst 5"
+        QString now;
+        QString becomes;
+        bool isRefused = false;
+    };
+
+    QString file;
+    QString error; ///< the file cannot be read; nothing else is there then
+    QVector<Line> lines;
+    QList<Kolta::ShortTimeProfile> wanted; ///< what is new or other, and can be taken over
+    int refused = 0;                       ///< profiles
+
+    int count() const { return wanted.size() + refused; }
+    /// Compares the file with what is there. Profiles with a value that cannot be understood are refused;
+    /// known ones keep their type, which files do not have.
+    static ProfileImport read(const QString& file, const Kolta::ShortTimeProfileItemMap& map);
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,318 @@
+#include "profilesview.h"
+
+#include "../stateitemdelegate.h"
+#include "profileeditor.h"
+#include "shorttimemaps.h"
+
+#include <common/actionlines.h>
+#include <koltacommon/installationevents.h>
+#include <koltacommon/maprequestjobs.h>
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTreeView>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeProfile;
+using Kolta::ShortTimeProfileItemMap;
+using Kolta::UserAction;
+
+QString objectionToShortTime(const Session& session, const QString& server, bool isThere, UserAction action)
+{
+    if (session.isReadOnly())
+        return ProfilesView::tr("The console was started to look only.");
+    if (!session.link().isUp)
+        return ProfilesView::tr("It needs the link to the broker.");
+    if (!isThere)
+        return server.isEmpty() ? ProfilesView::tr("No server is chosen.")
+                                : ProfilesView::tr("%1 is away, or has no such data.").arg(server);
+    return session.areUsersKnown() ? Kolta::objectionTo(action) : QString();
+}
+
+ProfilesView::ProfilesView(Session& session, QWidget* parent)
+    : QWidget(parent)
+    , m_session(session)
+    , m_table(new QTreeView(this))
+    , m_nothing(new QLabel(tr("There are no profiles."), this))
+    , m_editor(new ProfileEditor(this))
+    , m_new(new QPushButton(tr("New"), this))
+    , m_remove(new QPushButton(tr("Remove"), this))
+    , m_open(new QPushButton(tr("Import…"), this))
+{
+    makeTable();
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 4, 8, 4);
+    m_import = makeImport();
+    auto* const buttons = new QHBoxLayout;
+    buttons->setContentsMargins(8, 4, 8, 4);
+    buttons->setSpacing(8);
+    buttons->addWidget(m_nothing, 1);
+    for (QPushButton* const button : {m_new, m_remove, m_open})
+        buttons->addWidget(button);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(buttons);
+    layout->addWidget(m_table, 1);
+    layout->addWidget(m_editor);
+    layout->addWidget(m_import);
+    closeImport();
+    follow();
+}
+
+void ProfilesView::makeTable()
+{
+    m_table->setModel(&m_model);
+    m_table->setItemDelegate(new StateItemDelegate(m_table));
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setAlternatingRowColors(true);
+    m_table->setAccessibleName(tr("Profiles"));
+    const int widths[] = {160, 96, 150, 128, 84, 124, 70, 90, 108};
+    for (int column = 0; column < m_model.columnCount(); ++column)
+        m_table->header()->resizeSection(column, widths[column]);
+}
+
+QWidget* ProfilesView::makeImport()
+{
+    auto* const box = new QWidget(this);
+    m_importTitle = new QLabel(box);
+    m_importTitle->setProperty("heading", true);
+    m_importTitle->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_confirm = new QPushButton(box);
+    auto* const cancel = new QPushButton(tr("Cancel"), box);
+    m_differences = new QTreeWidget(box);
+    m_differences->setHeaderLabels({tr("Difference"), tr("Now"), tr("Becomes")});
+    m_differences->setRootIsDecorated(false);
+    m_differences->setUniformRowHeights(true);
+    m_differences->setAlternatingRowColors(true);
+    m_differences->setAccessibleName(tr("What the file would change"));
+    m_differences->header()->resizeSection(0, 330);
+    m_differences->header()->resizeSection(1, 260);
+    m_differences->setItemDelegate(new StateItemDelegate(m_differences, [](const QModelIndex& index) {
+        return index.data(Qt::UserRole).toBool()
+                   ? std::optional<Look>(Look{Mark::Triangle, Role::Attention, index.data().toString(), true})
+                   : std::nullopt;
+    }));
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 4, 8, 4);
+    top->setSpacing(8);
+    top->addWidget(m_importTitle, 1);
+    top->addWidget(m_confirm);
+    top->addWidget(cancel);
+    auto* const layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_differences);
+    m_differences->setFixedHeight(130);
+    connect(m_confirm, &QPushButton::clicked, this, &ProfilesView::confirmImport);
+    connect(cancel, &QPushButton::clicked, this, &ProfilesView::closeImport);
+    return box;
+}
+
+void ProfilesView::follow()
+{
+    connect(m_new, &QPushButton::clicked, this, [this] {
+        m_table->clearSelection();
+        m_table->setCurrentIndex(QModelIndex());
+        m_editor->edit(ShortTimeProfile());
+        m_editor->line(ProfileField::Name)->setFocus();
+    });
+    connect(m_remove, &QPushButton::clicked, this, &ProfilesView::remove);
+    connect(m_open, &QPushButton::clicked, this, &ProfilesView::askForFile);
+    connect(m_editor, &ProfileEditor::si_Save, this, &ProfilesView::save);
+    connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &ProfilesView::choose);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& first, const QModelIndex& last) {
+                for (int row = first.row(); row <= last.row(); ++row) {
+                    const ShortTimeProfile* const profile = m_model.itemAt(m_model.index(row, 0));
+                    if (profile && profile->name == m_editor->original().name)
+                        m_editor->takeTheirs(*profile);
+                }
+            });
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProfilesView::refresh);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
+        const QString name = m_editor->original().name;
+        if (!name.isEmpty() && map() && !m_model.indexOf(name).isValid())
+            m_editor->takeRemoval();
+        refresh();
+    });
+}
+
+ShortTimeProfileItemMap* ProfilesView::map() const
+{
+    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
+}
+
+void ProfilesView::showServer(const QString& address)
+{
+    if (m_server != address) {
+        m_server = address;
+        closeImport();
+        m_editor->edit(ShortTimeProfile());
+    }
+    refresh();
+}
+
+/// While a server is away its collection is empty; what somebody types stays.
+void ProfilesView::refresh()
+{
+    ShortTimeProfileItemMap* const now = map();
+    if (m_model.map() != now)
+        m_model.setMap(now);
+    const QString objection = objectionToShortTime(m_session, m_server, now, UserAction::EditProfiles);
+    m_editor->setObjection(objection);
+    for (QPushButton* const button : {m_open, m_confirm, m_remove}) {
+        button->setToolTip(objection);
+        button->setAccessibleDescription(objection);
+    }
+    m_open->setEnabled(objection.isEmpty());
+    m_remove->setEnabled(objection.isEmpty() && m_table->currentIndex().isValid());
+    m_confirm->setEnabled(objection.isEmpty() && !m_pending.wanted.isEmpty());
+    m_nothing->setText(!now                      ? objection
+                       : m_model.rowCount() == 0 ? tr("There are no profiles.")
+                                                 : tr("%1 profiles").arg(m_model.rowCount()));
+}
+
+/// A draft that is not saved is not lost to a click; it has to be undone first.
+void ProfilesView::choose()
+{
+    const ShortTimeProfile* const profile = m_model.itemAt(m_table->currentIndex());
+    if (profile && !m_editor->isChanged()) {
+        m_editor->edit(*profile);
+        m_editor->setUse(useOf(profile->name));
+    }
+    refresh();
+}
+
+QString ProfilesView::useOf(const QString& profile) const
+{
+    const auto* const assignments =
+        shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
+    int count = 0;
+    if (assignments) {
+        for (const auto& entry : assignments->data())
+            count += entry.second.profiles.contains(profile) ? 1 : 0;
+    }
+    return count == 0 ? tr("in use by no FFP") : tr("in use by %1 FFP").arg(count);
+}
+
+void ProfilesView::tellLine(const QString& line)
+{
+    m_line = line;
+    Q_EMIT si_LineChanged();
+}
+
+void ProfilesView::save()
+{
+    ShortTimeProfileItemMap* const profiles = map();
+    if (!profiles || !m_editor->objectionToSave().isEmpty())
+        return;
+    ShortTimeProfile draft = m_editor->draft();
+    const QString before = m_editor->original().name;
+    const bool isKnown = profiles->Contains(draft.name);
+    if (isKnown && draft.name != before) {
+        m_session.tell(tr("profile %1 is not saved: there is one of that name").arg(draft.name),
+                       Kolta::Event::Weight::Attention);
+        return;
+    }
+    tellLine(KoltaApps::ActionLines(m_server).setProfile(draft));
+    const auto type = draft.type;
+    // The type of one that exists is its owner's to change.
+    if (isKnown)
+        draft.type = profiles->At(draft.name).type;
+    m_editor->edit(draft);
+    profiles->SetAt(draft.name, draft, nullptr);
+    if (!isKnown || type == draft.type)
+        return;
+    auto* const job = new Kolta::ProfileTypeJob(*profiles, draft.name, type, this);
+    m_session.events().followOperation(*job, m_server, tr("type of profile %1").arg(draft.name));
+    job->deleteWhenFinished();
+}
+
+void ProfilesView::remove()
+{
+    ShortTimeProfileItemMap* const profiles = map();
+    const ShortTimeProfile* const profile = m_model.itemAt(m_table->currentIndex());
+    if (!profiles || !profile)
+        return;
+    const QString name = profile->name;
+    tellLine(KoltaApps::ActionLines(m_server).removeProfiles({name}));
+    profiles->EraseAt(name);
+}
+
+void ProfilesView::askForFile()
+{
+    auto* const dialog = new QFileDialog(this, tr("Import profiles"), QString(), tr("Profiles (*.xml)"));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QFileDialog::fileSelected, this, &ProfilesView::previewImport);
+    dialog->open();
+}
+
+void ProfilesView::previewImport(const QString& file)
+{
+    const ShortTimeProfileItemMap* const profiles = map();
+    if (!profiles)
+        return;
+    m_pending = ProfileImport::read(file, *profiles);
+    if (!m_pending.error.isEmpty()) {
+        m_session.tell(tr("profiles are not imported: %1").arg(m_pending.error),
+                       Kolta::Event::Weight::Attention);
+        closeImport();
+        return;
+    }
+    m_importTitle->setText(m_pending.lines.isEmpty()
+                               ? tr("Import of %1: nothing differs").arg(QFileInfo(file).fileName())
+                               : tr("Import of %1").arg(QFileInfo(file).fileName()));
+    m_confirm->setText(tr("Import %1 of %2").arg(m_pending.wanted.size()).arg(m_pending.count()));
+    m_differences->clear();
+    for (const ProfileImport::Line& line : qAsConst(m_pending.lines)) {
+        auto* const item = new QTreeWidgetItem(m_differences, {line.what, line.now, line.becomes});
+        item->setData(0, Qt::UserRole, line.isRefused);
+        item->setFirstColumnSpanned(line.now.isEmpty() && line.becomes.isEmpty());
+        for (int column = 0; column < 3; ++column)
+            item->setToolTip(column, item->text(column));
+    }
+    m_import->show();
+    refresh();
+}
+
+/// What others changed since the preview is compared again.
+void ProfilesView::confirmImport()
+{
+    ShortTimeProfileItemMap* const profiles = map();
+    if (!profiles || m_pending.wanted.isEmpty())
+        return;
+    const ProfileImport now = ProfileImport::read(m_pending.file, *profiles);
+    std::list<ShortTimeProfile> items;
+    for (const ShortTimeProfile& profile : now.wanted) {
+        const bool wasShown = std::any_of(m_pending.wanted.cbegin(), m_pending.wanted.cend(),
+                                          [&](const ShortTimeProfile& p) { return p.name == profile.name; });
+        if (wasShown)
+            items.push_back(profile);
+    }
+    tellLine(KoltaApps::ActionLines(m_server).importProfiles(m_pending.file, false));
+    m_session.tell(tr("%1 profiles of %2 imported").arg(items.size()).arg(m_pending.file),
+                   Kolta::Event::Weight::Note);
+    closeImport();
+    profiles->Set(items, false, true);
+}
+
+void ProfilesView::closeImport()
+{
+    m_pending = ProfileImport();
+    m_differences->clear();
+    m_import->hide();
+}
+
+} // namespace KoltaConsole

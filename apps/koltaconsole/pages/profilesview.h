@@ -1,0 +1,71 @@
+#pragma once
+
+#include "profileimport.h"
+
+#include <koltacommon/shorttimeprofilemodel.h>
+
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+class QTreeView;
+class QTreeWidget;
+
+namespace KoltaConsole {
+
+class ProfileEditor;
+class Session;
+
+/// The short-time profiles of a server in a table, the chosen one in an editor, and files that come in.
+class ProfilesView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    ProfilesView(Session& session, QWidget* parent);
+
+    /// Empty for none.
+    void showServer(const QString& address);
+    /// Follows what came or went, and what is allowed.
+    void refresh();
+    /// Shows what the file would change; nothing is changed before confirmImport().
+    void previewImport(const QString& file);
+    void confirmImport();
+    const Kolta::ShortTimeProfileTableModel& model() const { return m_model; }
+    /// The `kolta` line of what was done last; empty for nothing.
+    const QString& line() const noexcept { return m_line; }
+
+Q_SIGNALS:
+    void si_LineChanged();
+
+private:
+    QWidget* makeImport();
+    void makeTable();
+    void follow();
+    Kolta::ShortTimeProfileItemMap* map() const;
+    void choose();
+    void save();
+    void remove();
+    void askForFile();
+    void closeImport();
+    void tellLine(const QString& line);
+    QString useOf(const QString& profile) const;
+
+    Session& m_session;
+    QString m_server;
+    Kolta::ShortTimeProfileTableModel m_model;
+    QTreeView* m_table;
+    QLabel* m_nothing;
+    ProfileEditor* m_editor;
+    QPushButton* m_new;
+    QPushButton* m_remove;
+    QPushButton* m_open;
+    QWidget* m_import;
+    QLabel* m_importTitle;
+    QTreeWidget* m_differences;
+    QPushButton* m_confirm;
+    ProfileImport m_pending;
+    QString m_line;
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,179 @@
+#include "resultsview.h"
+
+#include "../plots/resultsplot.h"
+#include "../stateitemdelegate.h"
+#include "shorttimemaps.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLocale>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeResult;
+
+namespace {
+
+constexpr int kGatherMs = 250;
+/// As ResultsPlot draws them, in the order of the shapes, the last for all others.
+const char* const kSigns[] = {"■", "●", "▲", "◆", "▼", "+", "✕", "○", "□"};
+
+QString nameOf(const QString& profile)
+{
+    return profile.isEmpty() ? ResultsView::tr("none matches") : profile;
+}
+
+} // namespace
+
+QVariant SortableResult::GetSortValue4Column(int column, const ShortTimeResult& result)
+{
+    const QVariant numbers[] = {static_cast<double>(result.startTime),
+                                static_cast<double>(result.frequency),
+                                result.bandwidth,
+                                result.duration,
+                                result.level,
+                                result.symbolRate};
+    if (column >= 0 && column < static_cast<int>(std::size(numbers)))
+        return numbers[column];
+    return Kolta::ViewRoles::sortText(GetText4Column(column, result));
+}
+
+ResultsView::ResultsView(Session& session, QWidget* parent)
+    : QWidget(parent)
+    , m_session(session)
+    , m_plot(new ResultsPlot(this))
+    , m_table(new QTreeView(this))
+    , m_heading(new QLabel(this))
+    , m_legend(new QLabel(this))
+    , m_follow(new QPushButton(tr("Follow"), this))
+{
+    m_heading->setProperty("heading", true);
+    m_legend->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_follow->setToolTip(tr("The newest result stays in sight"));
+    m_rows.setSourceModel(&m_model);
+    makeTable();
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(12);
+    top->addWidget(m_heading);
+    top->addWidget(m_legend, 1);
+    top->addWidget(m_follow);
+    auto* const parts = new QSplitter(Qt::Vertical, this);
+    parts->setHandleWidth(1);
+    parts->addWidget(m_plot);
+    parts->addWidget(m_table);
+    parts->setSizes({340, 150});
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(parts, 1);
+    m_gathering.setSingleShot(true);
+    m_gathering.setInterval(kGatherMs);
+    connect(&m_gathering, &QTimer::timeout, this, &ResultsView::draw);
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ResultsView::gather);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, &ResultsView::gather);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, &ResultsView::gather);
+    connect(m_follow, &QPushButton::clicked, this, [this] { m_plot->setFollowing(true); });
+    connect(m_plot, &ResultsPlot::si_FollowingChanged, this, [this](bool on) { m_follow->setEnabled(!on); });
+    connect(m_plot, &ResultsPlot::si_RangeChanged, this, &ResultsView::showLegend);
+    m_follow->setEnabled(false);
+    showLegend();
+}
+
+void ResultsView::makeTable()
+{
+    m_table->setModel(&m_rows);
+    m_table->setItemDelegate(new StateItemDelegate(m_table));
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setAlternatingRowColors(true);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_table->setAccessibleName(tr("Results"));
+    m_table->header()->setDefaultSectionSize(100);
+    m_table->header()->resizeSection(0, 190);
+    m_table->setSortingEnabled(true);
+    m_table->sortByColumn(0, Qt::DescendingOrder);
+}
+
+void ResultsView::showServer(const QString& address)
+{
+    auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address, "Results");
+    if (m_model.map() != map)
+        m_model.setMap(map);
+    if (m_server != address) {
+        m_server = address;
+        m_shapes.clear();
+        gather();
+    }
+}
+
+/// Hidden, it waits until it is seen.
+void ResultsView::gather()
+{
+    m_isDue = true;
+    if (isVisible() && !m_gathering.isActive())
+        m_gathering.start();
+}
+
+void ResultsView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (m_isDue)
+        draw();
+}
+
+void ResultsView::draw()
+{
+    m_isDue = false;
+    m_counts.clear();
+    QVector<ResultsPlot::Point> points;
+    const int first = qMax(0, m_model.rowCount() - kMost);
+    for (int row = first; row < m_model.rowCount(); ++row) {
+        const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
+        if (!result)
+            continue;
+        int shape = m_shapes.indexOf(result->profileName);
+        if (shape < 0 && m_shapes.size() < ResultsPlot::kShapes) {
+            shape = m_shapes.size();
+            m_shapes.append(result->profileName);
+        }
+        ++m_counts[shape < 0 ? QString(QChar::Null) : result->profileName];
+        points.append({result->startTime, static_cast<double>(result->duration),
+                       static_cast<double>(result->frequency), static_cast<double>(result->bandwidth),
+                       shape < 0 ? ResultsPlot::kShapes : shape});
+    }
+    m_plot->setPoints(points);
+    showLegend();
+}
+
+void ResultsView::showLegend()
+{
+    const QLocale locale;
+    m_heading->setText(tr("%1 of %2 results")
+                           .arg(locale.toString(m_plot->shownCount()), locale.toString(m_model.rowCount())));
+    QStringList parts;
+    for (int shape = 0; shape < m_shapes.size(); ++shape) {
+        const QString& name = m_shapes.at(shape);
+        if (m_counts.value(name) > 0)
+            parts.append(QStringLiteral("%1 %2 (%3)")
+                             .arg(QString::fromUtf8(kSigns[shape]), nameOf(name),
+                                  locale.toString(m_counts.value(name))));
+    }
+    if (const int others = m_counts.value(QString(QChar::Null)); others > 0)
+        parts.append(
+            QStringLiteral("%1 %2 (%3)")
+                .arg(QString::fromUtf8(kSigns[ResultsPlot::kShapes]), tr("others"), locale.toString(others)));
+    m_legend->setText(parts.isEmpty() ? tr("Nothing has been found yet.")
+                                      : parts.join(QStringLiteral("   ")));
+    m_legend->setToolTip(parts.join(QLatin1Char('\n')));
+}
+
+} // namespace KoltaConsole

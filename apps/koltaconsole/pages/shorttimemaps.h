@@ -1,0 +1,28 @@
+#pragma once
+
+#include "../session.h"
+
+#include <koltacommon/actionrights.h>
+#include <koltacommon/koltaserverinterface.h>
+#include <values/tree.h>
+
+namespace KoltaConsole {
+
+/// A collection of short-time data of that server, "Profiles" for instance; null when it has none, and while
+/// it is away.
+template<class Map>
+Map* shortTimeMap(const Session& session, const QString& server, const char* name)
+{
+    const Kolta::KoltaServerInterface* const known = session.server(server);
+    if (!known)
+        return nullptr;
+    auto* const map = values::Tree::Instance().FindAs<Map>(
+        known->getDataBasePath() + QStringLiteral("/ShortTime/") + QLatin1String(name));
+    return map && !map->IsDeleted() ? map : nullptr;
+}
+
+/// Why the user cannot change short-time data of that server, as a sentence; empty: it is possible.
+QString objectionToShortTime(const Session& session, const QString& server, bool isThere,
+                             Kolta::UserAction action);
+
+} // namespace KoltaConsole

@@ -1,0 +1,124 @@
+#include "shorttimepage.h"
+
+#include "../session.h"
+#include "../stateitemdelegate.h"
+#include "assignmentsview.h"
+#include "profilesview.h"
+#include "resultsview.h"
+#include "shorttimemaps.h"
+
+#include <koltacommon/viewroles.h>
+
+#include <QComboBox>
+#include <QHeaderView>
+#include <QSignalBlocker>
+#include <QTabWidget>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* parent)
+    : Page(session, actions, parent)
+    , m_servers(new QComboBox(this))
+    , m_tabs(new QTabWidget(this))
+    , m_profiles(new ProfilesView(session, m_tabs))
+    , m_assignments(new AssignmentsView(session, m_tabs))
+    , m_results(new ResultsView(session, m_tabs))
+    , m_conversions(new QTreeView(m_tabs))
+{
+    m_servers->setAccessibleName(tr("Server"));
+    m_tabs->setDocumentMode(true);
+    m_tabs->setCornerWidget(m_servers);
+    m_tabs->addTab(m_profiles, tr("Profiles"));
+    m_tabs->addTab(m_assignments, tr("Assignments"));
+    m_tabs->addTab(m_results, tr("Results"));
+    m_tabs->addTab(m_conversions, tr("Conversions"));
+    m_conversions->setModel(&m_conversionModel);
+    m_conversions->setItemDelegate(new StateItemDelegate(m_conversions));
+    m_conversions->setRootIsDecorated(false);
+    m_conversions->setUniformRowHeights(true);
+    m_conversions->setAlternatingRowColors(true);
+    m_conversions->setAccessibleName(tr("Conversions"));
+    for (int column = 0; column < m_conversionModel.columnCount(); ++column)
+        m_conversions->header()->resizeSection(column, 150);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 4, 0, 0);
+    layout->addWidget(m_tabs);
+    connect(&session, &Session::si_FactsChanged, this, &ShortTimePage::readServers);
+    connect(&session, &Session::si_LinkChanged, this, &ShortTimePage::refresh);
+    connect(&session, &Session::si_UserChanged, this, &ShortTimePage::refresh);
+    connect(m_servers, qOverload<int>(&QComboBox::currentIndexChanged), this, &ShortTimePage::refresh);
+    connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
+    connect(m_profiles, &ProfilesView::si_LineChanged, this, &Page::si_CommandLineChanged);
+    connect(m_assignments, &AssignmentsView::si_LineChanged, this, &Page::si_CommandLineChanged);
+    readServers();
+}
+
+QString ShortTimePage::server() const
+{
+    return m_servers->currentData().toString();
+}
+
+/// The one that is chosen stays, also while it is away.
+void ShortTimePage::readServers()
+{
+    QStringList names;
+    for (const ServerFacts& facts : session().facts())
+        names.append(facts.address);
+    std::sort(names.begin(), names.end(), [](const QString& a, const QString& b) {
+        return Kolta::ViewRoles::sortText(a) < Kolta::ViewRoles::sortText(b);
+    });
+    QStringList shown;
+    for (int i = 0; i < m_servers->count(); ++i)
+        shown.append(m_servers->itemData(i).toString());
+    if (shown != names) {
+        const QString chosen = server();
+        const QSignalBlocker quiet(m_servers);
+        m_servers->clear();
+        for (const QString& name : qAsConst(names))
+            m_servers->addItem(name, name);
+        m_servers->setCurrentIndex(qMax(0, m_servers->findData(chosen)));
+    }
+    refresh();
+}
+
+void ShortTimePage::refresh()
+{
+    m_profiles->showServer(server());
+    m_assignments->showServer(server());
+    m_results->showServer(server());
+    auto* const map = shortTimeMap<Kolta::ConvertProductionResultMap>(session(), server(), "Conversions");
+    if (m_conversionModel.map() != map)
+        m_conversionModel.setMap(map);
+    Q_EMIT si_CommandLineChanged();
+}
+
+bool ShortTimePage::isFilled() const
+{
+    return m_profiles->model().rowCount() > 0;
+}
+
+QString ShortTimePage::commandLine() const
+{
+    const QWidget* const view = m_tabs->currentWidget();
+    if (view == m_profiles && !m_profiles->line().isEmpty())
+        return m_profiles->line();
+    if (view == m_assignments && !m_assignments->line().isEmpty())
+        return m_assignments->line();
+    const char* const command = view == m_profiles      ? "profiles"
+                                : view == m_assignments ? "assignments"
+                                                        : "conversions";
+    return QStringLiteral("kolta %1 list --server %2").arg(QLatin1String(command), server());
+}
+
+void ShortTimePage::showServer(const QString& address)
+{
+    const int place = m_servers->findData(address);
+    if (place >= 0)
+        m_servers->setCurrentIndex(place);
+}
+
+} // namespace KoltaConsole

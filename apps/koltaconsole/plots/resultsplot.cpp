@@ -1,0 +1,248 @@
+#include "resultsplot.h"
+
+#include "../theme.h"
+
+#include <koltacommon/units.h>
+
+#include <qwt_plot_canvas.h>
+#include <qwt_plot_item.h>
+#include <qwt_plot_panner.h>
+#include <qwt_scale_div.h>
+#include <qwt_scale_draw.h>
+#include <qwt_scale_map.h>
+
+#include <QDateTime>
+#include <QPainter>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace KoltaConsole {
+
+namespace {
+
+constexpr double kLeast = 4.0;                            ///< px of a rectangle that is seen as one
+constexpr double kSymbol = 7.0;                           ///< px
+constexpr double kShortest = 1e6, kLongest = 7 * 86400e6; ///< microseconds on screen
+
+class HertzScale : public QwtScaleDraw
+{
+public:
+    QwtText label(double hertz) const override
+    {
+        return Kolta::hertzToText(QString::number(hertz, 'g', 9).toDouble());
+    }
+};
+
+class TimeScale : public QwtScaleDraw
+{
+public:
+    QwtText label(double microseconds) const override
+    {
+        const auto milliseconds = static_cast<qint64>(microseconds / 1000);
+        return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toString(QStringLiteral("HH:mm:ss"));
+    }
+};
+
+Role roleOf(int shape)
+{
+    constexpr Role kRoles[] = {Role::InUse, Role::Text, Role::Dim};
+    return kRoles[shape % 3];
+}
+
+QPolygonF polygon(const QRectF& r, int shape)
+{
+    const QPointF c = r.center();
+    switch (shape) {
+    case 2:
+        return QVector<QPointF>{{c.x(), r.top()}, r.bottomRight(), r.bottomLeft()};
+    case 3:
+        return QVector<QPointF>{{c.x(), r.top()}, {r.right(), c.y()}, {c.x(), r.bottom()}, {r.left(), c.y()}};
+    default:
+        return QVector<QPointF>{r.topLeft(), r.topRight(), {c.x(), r.bottom()}};
+    }
+}
+
+} // namespace
+
+class ResultsPlot::Item : public QwtPlotItem
+{
+public:
+    explicit Item(ResultsPlot& plot) : m_plot(plot) {}
+    void draw(QPainter* painter, const QwtScaleMap& across, const QwtScaleMap& up,
+              const QRectF& room) const override
+    {
+        m_plot.paint(*painter, across, up, room);
+    }
+
+private:
+    ResultsPlot& m_plot;
+};
+
+ResultsPlot::ResultsPlot(QWidget* parent) : QwtPlot(parent), m_item(new Item(*this))
+{
+    setAxisScaleDraw(QwtPlot::xBottom, new TimeScale);
+    setAxisScaleDraw(QwtPlot::yLeft, new HertzScale);
+    static_cast<QwtPlotCanvas*>(canvas())->setFrameStyle(QFrame::NoFrame);
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    setMinimumSize(200, 120);
+    setAccessibleName(tr("Results over time and frequency"));
+    auto* const panner = new QwtPlotPanner(canvas());
+    connect(panner, &QwtPanner::panned, this, [this] {
+        setFollowing(false);
+        Q_EMIT si_RangeChanged();
+    });
+    canvas()->installEventFilter(this);
+    m_item->attach(this);
+    connect(&Theme::instance(), &Theme::si_Changed, this, &ResultsPlot::dress);
+    dress();
+    arrange();
+}
+
+ResultsPlot::~ResultsPlot() = default;
+
+void ResultsPlot::dress()
+{
+    setCanvasBackground(Theme::instance().color(Role::Base));
+    QFont small = font();
+    small.setPointSizeF(8.5);
+    for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft})
+        setAxisFont(axis, small);
+    replot();
+}
+
+void ResultsPlot::setPoints(QVector<Point> points)
+{
+    const bool isFirst = m_points.isEmpty();
+    m_points = std::move(points);
+    if (m_isFollowing || isFirst)
+        arrange();
+    else
+        replot();
+}
+
+void ResultsPlot::setFollowing(bool on)
+{
+    if (m_isFollowing == on)
+        return;
+    m_isFollowing = on;
+    if (on)
+        arrange();
+    Q_EMIT si_FollowingChanged(on);
+}
+
+/// The newest at the right, all frequencies from top to bottom.
+void ResultsPlot::arrange()
+{
+    double newest = static_cast<double>(QDateTime::currentMSecsSinceEpoch()) * 1000;
+    double lowest = 30e6, highest = 90e6;
+    if (!m_points.isEmpty()) {
+        newest = 0.0;
+        lowest = 1e15;
+        highest = 0.0;
+        for (const Point& point : qAsConst(m_points)) {
+            newest = std::max(newest, static_cast<double>(point.start) + point.duration);
+            lowest = std::min(lowest, point.frequency - point.bandwidth);
+            highest = std::max(highest, point.frequency + point.bandwidth);
+        }
+    }
+    const double air = std::max((highest - lowest) * 0.05, 1e3);
+    setAxisScale(QwtPlot::yLeft, std::max(lowest - air, 0.0), highest + air);
+    setAxisScale(QwtPlot::xBottom, newest - m_span, newest + m_span * 0.02);
+    replot();
+    Q_EMIT si_RangeChanged();
+}
+
+int ResultsPlot::shownCount() const
+{
+    const auto range = axisScaleDiv(QwtPlot::xBottom);
+    return static_cast<int>(std::count_if(m_points.begin(), m_points.end(), [&](const Point& point) {
+        const auto start = static_cast<double>(point.start);
+        return start <= range.upperBound() && start + point.duration >= range.lowerBound();
+    }));
+}
+
+void ResultsPlot::paintShape(QPainter& painter, const QRectF& r, int shape)
+{
+    const QColor color = Theme::instance().color(roleOf(shape));
+    painter.setPen(QPen(color, 1.5));
+    painter.setBrush(shape < 4 || shape == 4 ? QBrush(color) : QBrush(Qt::NoBrush));
+    const QPointF c = r.center();
+    if (shape == 0)
+        painter.fillRect(r, color);
+    else if (shape == 1 || shape == 7)
+        painter.drawEllipse(r);
+    else if (shape <= 4)
+        painter.drawPolygon(polygon(r, shape));
+    else if (shape == 5) {
+        painter.drawLine(QPointF(c.x(), r.top()), QPointF(c.x(), r.bottom()));
+        painter.drawLine(QPointF(r.left(), c.y()), QPointF(r.right(), c.y()));
+    } else if (shape == 6) {
+        painter.drawLine(r.topLeft(), r.bottomRight());
+        painter.drawLine(r.topRight(), r.bottomLeft());
+    } else {
+        painter.drawRect(r);
+    }
+}
+
+void ResultsPlot::paint(QPainter& painter, const QwtScaleMap& across, const QwtScaleMap& up,
+                        const QRectF& room) const
+{
+    painter.setPen(QPen(Theme::instance().color(Role::Line), 1, Qt::DotLine));
+    for (const double tick : axisScaleDiv(QwtPlot::xBottom).ticks(QwtScaleDiv::MajorTick))
+        painter.drawLine(QPointF(across.transform(tick), room.top()),
+                         QPointF(across.transform(tick), room.bottom()));
+    for (const double tick : axisScaleDiv(QwtPlot::yLeft).ticks(QwtScaleDiv::MajorTick))
+        painter.drawLine(QPointF(room.left(), up.transform(tick)), QPointF(room.right(), up.transform(tick)));
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const Point& point : m_points) {
+        const auto start = static_cast<double>(point.start);
+        const double left = across.transform(start), right = across.transform(start + point.duration);
+        const double top = up.transform(point.frequency + point.bandwidth / 2);
+        const double bottom = up.transform(point.frequency - point.bandwidth / 2);
+        if (right < room.left() || left > room.right() || bottom < room.top() || top > room.bottom())
+            continue;
+        if (right - left >= kLeast && bottom - top >= kLeast) {
+            const QColor color = Theme::instance().color(roleOf(point.shape));
+            painter.setPen(QPen(color, 1));
+            painter.setBrush(QBrush(color, point.shape % 2 == 0 ? Qt::SolidPattern : Qt::BDiagPattern));
+            painter.drawRect(QRectF(left, top, right - left, bottom - top));
+            continue;
+        }
+        const QPointF centre((left + right) / 2, (top + bottom) / 2);
+        paintShape(painter, QRectF(centre.x() - kSymbol / 2, centre.y() - kSymbol / 2, kSymbol, kSymbol),
+                   point.shape);
+    }
+}
+
+/// What stands at `at` stays there.
+void ResultsPlot::zoom(double factor, double at)
+{
+    const auto range = axisScaleDiv(QwtPlot::xBottom);
+    const double span = range.upperBound() - range.lowerBound();
+    const double wanted = std::clamp(span * factor, kShortest, kLongest);
+    m_span = wanted / 1.02;
+    if (m_isFollowing) {
+        arrange();
+        return;
+    }
+    const double part = (at - range.lowerBound()) / span;
+    setAxisScale(QwtPlot::xBottom, at - wanted * part, at + wanted * (1 - part));
+    replot();
+    Q_EMIT si_RangeChanged();
+}
+
+bool ResultsPlot::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == canvas() && event->type() == QEvent::Wheel) {
+        const auto* const wheel = static_cast<QWheelEvent*>(event);
+        const double steps = wheel->angleDelta().y() / 120.0;
+        zoom(std::pow(0.8, steps), invTransform(QwtPlot::xBottom, qRound(wheel->position().x())));
+        return true;
+    }
+    return QwtPlot::eventFilter(watched, event);
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <qwt_plot.h>
+
+#include <QStringList>
+#include <QVector>
+
+namespace KoltaConsole {
+
+/// Results of short-time profiles over time and frequency: a rectangle as long and as wide as the emission
+/// where that can be seen, else a symbol; one shape for each of the first eight profiles, one for all others.
+class ResultsPlot : public QwtPlot
+{
+    Q_OBJECT
+
+public:
+    struct Point
+    {
+        qint64 start = 0;       ///< microseconds since 1970
+        double duration = 0.0;  ///< microseconds
+        double frequency = 0.0; ///< Hz, centre
+        double bandwidth = 0.0; ///< Hz
+        int shape = 0;
+    };
+    static constexpr int kShapes = 8; ///< of profiles; the next one is that of all others
+
+    explicit ResultsPlot(QWidget* parent);
+    ~ResultsPlot() override;
+
+    void setPoints(QVector<Point> points);
+    /// While it follows, the newest result stands at the right edge.
+    void setFollowing(bool on);
+    bool isFollowing() const noexcept { return m_isFollowing; }
+    /// How many points the time on screen has.
+    int shownCount() const;
+    /// Paints the mark of that shape, for legends.
+    static void paintShape(QPainter& painter, const QRectF& square, int shape);
+
+Q_SIGNALS:
+    void si_FollowingChanged(bool on);
+    void si_RangeChanged();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    class Item;
+    void dress();
+    void arrange();
+    void paint(QPainter& painter, const QwtScaleMap& across, const QwtScaleMap& up, const QRectF& room) const;
+    void zoom(double factor, double at);
+
+    QVector<Point> m_points;
+    double m_span = 600e6; ///< microseconds on screen
+    bool m_isFollowing = true;
+    Item* m_item; ///< owned by the plot while it is attached
+};
+
+} // namespace KoltaConsole
