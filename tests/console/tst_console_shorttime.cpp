@@ -105,6 +105,10 @@ private Q_SLOTS:
         theirs.frequencyMax = 2000000;
         stage.profiles().SetAt(name, theirs, nullptr);
         QCOMPARE(band->text(), QStringLiteral("25-16 kHz"));
+        const auto buttons = editor->findChildren<QPushButton*>();
+        QVERIFY(std::any_of(buttons.begin(), buttons.end(), [](const QPushButton* button) {
+            return button->isVisible() && button->text() == QStringLiteral("Take theirs");
+        }));
         stage.server().vanish();
         QTRY_VERIFY(editor->objectionToSave().contains(QStringLiteral("S1")));
         QCOMPARE(band->text(), QStringLiteral("25-16 kHz"));
@@ -116,7 +120,7 @@ private Q_SLOTS:
         Q_EMIT editor->si_Save();
         QCOMPARE(stage.profiles().At(name).bandwidthMax, 25000u);
         QVERIFY(!editor->isChanged());
-        QVERIFY2(stage.page->commandLine().startsWith(QStringLiteral("kolta profiles set --server S1")),
+        QVERIFY2(stage.page->commandLine().startsWith(QStringLiteral("kolta profiles --server S1 ")),
                  qPrintable(stage.page->commandLine()));
     }
 
