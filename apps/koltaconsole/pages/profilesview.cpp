@@ -76,7 +76,7 @@ void ProfilesView::makeTable()
     m_table->setUniformRowHeights(true);
     m_table->setAlternatingRowColors(true);
     m_table->setAccessibleName(tr("Profiles"));
-    const int widths[] = {160, 96, 150, 128, 84, 124, 70, 90, 108};
+    const int widths[] = {150, 96, 146, 128, 98, 122, 76, 90, 104};
     for (int column = 0; column < m_model.columnCount(); ++column)
         m_table->header()->resizeSection(column, widths[column]);
 }
