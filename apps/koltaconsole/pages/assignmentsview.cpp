@@ -120,8 +120,8 @@ void AssignmentsView::showState()
     const QString counts = tr("%1 FFPs, %2 profiles").arg(m_matrix.rowCount()).arg(m_matrix.columnCount());
     m_heading->setText(!isThere       ? objection
                        : changes == 0 ? counts
-                                      : tr("%1; %2 changes are not sent").arg(counts).arg(changes));
-    m_send->setText(tr("Send %1 changes").arg(changes));
+                                      : tr("%1; %n change(s) not sent", "", changes).arg(counts));
+    m_send->setText(tr("Send %n change(s)", "", changes));
     if (objection.isEmpty() && changes == 0)
         objection = tr("Nothing has changed.");
     m_send->setEnabled(objection.isEmpty());

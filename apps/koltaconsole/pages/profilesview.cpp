@@ -180,7 +180,7 @@ void ProfilesView::refresh()
     m_confirm->setEnabled(objection.isEmpty() && !m_pending.wanted.isEmpty());
     m_nothing->setText(!now                      ? objection
                        : m_model.rowCount() == 0 ? tr("There are no profiles.")
-                                                 : tr("%1 profiles").arg(m_model.rowCount()));
+                                                 : tr("%n profile(s)", "", m_model.rowCount()));
 }
 
 /// A draft that is not saved is not lost to a click; it has to be undone first.
@@ -203,7 +203,7 @@ QString ProfilesView::useOf(const QString& profile) const
         for (const auto& entry : assignments->data())
             count += entry.second.profiles.contains(profile) ? 1 : 0;
     }
-    return count == 0 ? tr("in use by no FFP") : tr("in use by %1 FFP").arg(count);
+    return count == 0 ? tr("in use by no FFP") : tr("in use by %n FFP(s)", "", count);
 }
 
 void ProfilesView::tellLine(const QString& line)

@@ -2674,6 +2674,10 @@
         <source>Events and links</source>
         <translation>Ereignisse und Verbindungen</translation>
     </message>
+    <message>
+        <source>Short-time</source>
+        <translation>Kurzzeit</translation>
+    </message>
 </context>
 <context>
     <name>ServerFacts</name>
@@ -2862,6 +2866,401 @@
     <message>
         <source>It is not of class %1, but could be taken by itself.</source>
         <translation>Er ist nicht von der Klasse %1, ließe sich aber für sich nehmen.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::AssignmentMatrix</name>
+    <message>
+        <source>no cover</source>
+        <translation>außer Reichweite</translation>
+    </message>
+    <message>
+        <source>new</source>
+        <translation>neu</translation>
+    </message>
+    <message>
+        <source>taken off</source>
+        <translation>entfernt</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>assigned</source>
+        <translation>zugeordnet</translation>
+    </message>
+    <message>
+        <source>not assigned</source>
+        <translation>nicht zugeordnet</translation>
+    </message>
+    <message>
+        <source>%1 (not enabled)</source>
+        <translation>%1 (nicht freigegeben)</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::AssignmentsView</name>
+    <message>
+        <source>Undo</source>
+        <translation>Zurücknehmen</translation>
+    </message>
+    <message>
+        <source>Assignments</source>
+        <translation>Zuordnungen</translation>
+    </message>
+    <message>
+        <source>Space: on or off · Ctrl+Space: whole column · Shift+Space: whole row · no cover: the tuner does not reach the profile</source>
+        <translation>Leertaste: an oder aus · Strg+Leertaste: ganze Spalte · Umschalt+Leertaste: ganze Zeile · außer Reichweite: der Tuner erreicht das Profil nicht</translation>
+    </message>
+    <message>
+        <source>%1 FFPs, %2 profiles</source>
+        <translation>%1 FFPs, %2 Profile</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1; %n change(s) not sent</source>
+        <translation>
+            <numerusform>%1; %n Änderung nicht gesendet</numerusform>
+            <numerusform>%1; %n Änderungen nicht gesendet</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Send %n change(s)</source>
+        <translation>
+            <numerusform>%n Änderung senden</numerusform>
+            <numerusform>%n Änderungen senden</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Nothing has changed.</source>
+        <translation>Nichts ist geändert.</translation>
+    </message>
+    <message>
+        <source>assignment of %1</source>
+        <translation>Zuordnung von %1</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfileEditor</name>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Duration</source>
+        <translation>Dauer</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Symbol rate</source>
+        <translation>Symbolrate</translation>
+    </message>
+    <message>
+        <source>Hop rate</source>
+        <translation>Sprungrate</translation>
+    </message>
+    <message>
+        <source>Shift</source>
+        <translation>Hub</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>Undo</source>
+        <translation>Zurücknehmen</translation>
+    </message>
+    <message>
+        <source>Take theirs</source>
+        <translation>Deren Stand nehmen</translation>
+    </message>
+    <message>
+        <source>Modulation</source>
+        <translation>Modulation</translation>
+    </message>
+    <message>
+        <source>not in use</source>
+        <translation>unbenutzt</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Typ</translation>
+    </message>
+    <message>
+        <source>unspecified</source>
+        <translation>unbestimmt</translation>
+    </message>
+    <message>
+        <source>burst</source>
+        <translation>Burst</translation>
+    </message>
+    <message>
+        <source>hopper</source>
+        <translation>Springer</translation>
+    </message>
+    <message>
+        <source>ignore</source>
+        <translation>übergehen</translation>
+    </message>
+    <message>
+        <source>of the profile</source>
+        <translation>des Profils</translation>
+    </message>
+    <message>
+        <source>changed by others at %1</source>
+        <translation>von anderen geändert um %1</translation>
+    </message>
+    <message>
+        <source>removed by others at %1</source>
+        <translation>von anderen entfernt um %1</translation>
+    </message>
+    <message>
+        <source>New profile</source>
+        <translation>Neues Profil</translation>
+    </message>
+    <message>
+        <source>changed, not saved</source>
+        <translation>geändert, nicht gespeichert</translation>
+    </message>
+    <message>
+        <source>A field cannot be read.</source>
+        <translation>Ein Feld ist nicht lesbar.</translation>
+    </message>
+    <message>
+        <source>Nothing has changed.</source>
+        <translation>Nichts ist geändert.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfileFields</name>
+    <message>
+        <source>expected whole numbers in the processors&apos; own unit, such as 7000 – 9500</source>
+        <translation>erwartet werden ganze Zahlen in der Einheit der Prozessoren, etwa 7000 – 9500</translation>
+    </message>
+    <message>
+        <source>reversed; %1 – %2 meant?</source>
+        <translation>vertauscht; %1 – %2 gemeint?</translation>
+    </message>
+    <message>
+        <source>a profile needs both ends of a range</source>
+        <translation>ein Profil braucht beide Enden eines Bereichs</translation>
+    </message>
+    <message>
+        <source>more than a profile can hold, which is %1</source>
+        <translation>mehr als ein Profil aufnimmt, nämlich %1</translation>
+    </message>
+    <message>
+        <source>a profile needs a name</source>
+        <translation>ein Profil braucht einen Namen</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfileImport</name>
+    <message>
+        <source>not in use</source>
+        <translation>unbenutzt</translation>
+    </message>
+    <message>
+        <source>changed: %1, %2</source>
+        <translation>geändert: %1, %2</translation>
+    </message>
+    <message>
+        <source>refused: %1</source>
+        <translation>abgelehnt: %1</translation>
+    </message>
+    <message>
+        <source>the name is there twice</source>
+        <translation>der Name kommt zweimal vor</translation>
+    </message>
+    <message>
+        <source>a value is not understood, see below</source>
+        <translation>ein Wert ist unverständlich, siehe unten</translation>
+    </message>
+    <message>
+        <source>new: %1</source>
+        <translation>neu: %1</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfilesView</name>
+    <message>
+        <source>The console was started to look only.</source>
+        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
+    </message>
+    <message>
+        <source>It needs the link to the broker.</source>
+        <translation>Dazu ist die Verbindung zum Broker nötig.</translation>
+    </message>
+    <message>
+        <source>No server is chosen.</source>
+        <translation>Kein Server ist gewählt.</translation>
+    </message>
+    <message>
+        <source>%1 is away, or has no such data.</source>
+        <translation>%1 ist weg oder hat solche Daten nicht.</translation>
+    </message>
+    <message>
+        <source>There are no profiles.</source>
+        <translation>Es gibt keine Profile.</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation>Neu</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>Import…</source>
+        <translation>Einlesen …</translation>
+    </message>
+    <message>
+        <source>Profiles</source>
+        <translation>Profile</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Difference</source>
+        <translation>Unterschied</translation>
+    </message>
+    <message>
+        <source>Now</source>
+        <translation>Jetzt</translation>
+    </message>
+    <message>
+        <source>Becomes</source>
+        <translation>Wird</translation>
+    </message>
+    <message>
+        <source>What the file would change</source>
+        <translation>Was die Datei ändern würde</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n profile(s)</source>
+        <translation>
+            <numerusform>%n Profil</numerusform>
+            <numerusform>%n Profile</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>in use by no FFP</source>
+        <translation>von keinem FFP benutzt</translation>
+    </message>
+    <message numerus="yes">
+        <source>in use by %n FFP(s)</source>
+        <translation>
+            <numerusform>benutzt von %n FFP</numerusform>
+            <numerusform>benutzt von %n FFPs</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>profile %1 is not saved: there is one of that name</source>
+        <translation>Profil %1 ist nicht gespeichert: der Name ist vergeben</translation>
+    </message>
+    <message>
+        <source>type of profile %1</source>
+        <translation>Typ des Profils %1</translation>
+    </message>
+    <message>
+        <source>Import profiles</source>
+        <translation>Profile einlesen</translation>
+    </message>
+    <message>
+        <source>Profiles (*.xml)</source>
+        <translation>Profile (*.xml)</translation>
+    </message>
+    <message>
+        <source>profiles are not imported: %1</source>
+        <translation>Profile sind nicht eingelesen: %1</translation>
+    </message>
+    <message>
+        <source>Import of %1: nothing differs</source>
+        <translation>Einlesen von %1: kein Unterschied</translation>
+    </message>
+    <message>
+        <source>Import of %1</source>
+        <translation>Einlesen von %1</translation>
+    </message>
+    <message>
+        <source>Import %1 of %2</source>
+        <translation>%1 von %2 einlesen</translation>
+    </message>
+    <message>
+        <source>%1 profiles of %2 imported</source>
+        <translation>%1 Profile aus %2 eingelesen</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ResultsPlot</name>
+    <message>
+        <source>Results over time and frequency</source>
+        <translation>Ergebnisse über Zeit und Frequenz</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ResultsView</name>
+    <message>
+        <source>none matches</source>
+        <translation>keines passt</translation>
+    </message>
+    <message>
+        <source>Follow</source>
+        <translation>Folgen</translation>
+    </message>
+    <message>
+        <source>The newest result stays in sight</source>
+        <translation>Das neueste Ergebnis bleibt im Blick</translation>
+    </message>
+    <message>
+        <source>Results</source>
+        <translation>Ergebnisse</translation>
+    </message>
+    <message>
+        <source>%1 of %2 results</source>
+        <translation>%1 von %2 Ergebnissen</translation>
+    </message>
+    <message>
+        <source>others</source>
+        <translation>andere</translation>
+    </message>
+    <message>
+        <source>Nothing has been found yet.</source>
+        <translation>Noch ist nichts gefunden.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ShortTimePage</name>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Profiles</source>
+        <translation>Profile</translation>
+    </message>
+    <message>
+        <source>Assignments</source>
+        <translation>Zuordnungen</translation>
+    </message>
+    <message>
+        <source>Results</source>
+        <translation>Ergebnisse</translation>
+    </message>
+    <message>
+        <source>Conversions</source>
+        <translation>Umwandlungen</translation>
     </message>
 </context>
 </TS>

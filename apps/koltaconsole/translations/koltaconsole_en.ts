@@ -48,4 +48,38 @@
         </translation>
     </message>
 </context>
+<context>
+    <name>KoltaConsole::AssignmentsView</name>
+    <message numerus="yes">
+        <source>%1; %n change(s) not sent</source>
+        <translation>
+            <numerusform>%1; %n change not sent</numerusform>
+            <numerusform>%1; %n changes not sent</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Send %n change(s)</source>
+        <translation>
+            <numerusform>Send %n change</numerusform>
+            <numerusform>Send %n changes</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfilesView</name>
+    <message numerus="yes">
+        <source>%n profile(s)</source>
+        <translation>
+            <numerusform>%n profile</numerusform>
+            <numerusform>%n profiles</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>in use by %n FFP(s)</source>
+        <translation>
+            <numerusform>in use by %n FFP</numerusform>
+            <numerusform>in use by %n FFPs</numerusform>
+        </translation>
+    </message>
+</context>
 </TS>
