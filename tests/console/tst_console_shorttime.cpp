@@ -29,7 +29,7 @@ struct ShortTimeStage : Stage
     {
         Options options;
         options.servers = 1;
-        options.page = QStringLiteral("shorttime");
+        options.page = QStringLiteral("short-time");
         return options;
     }
     ShortTimeStage() : Stage(oneServer()), page(static_cast<ShortTimePage*>(window->currentPage())) {}

@@ -26,7 +26,7 @@ const QVector<PageEntry>& pageTable()
         {"tuners", QT_TRANSLATE_NOOP("Pages", "Tuners"), make<TunersPage>},
         {"order", QT_TRANSLATE_NOOP("Pages", "Order"), make<OrderPage>},
         {"productions", QT_TRANSLATE_NOOP("Pages", "Productions"), make<ProductionsPage>},
-        {"shorttime", QT_TRANSLATE_NOOP("Pages", "Short-time"), make<ShortTimePage>},
+        {"short-time", QT_TRANSLATE_NOOP("Pages", "Short-time"), make<ShortTimePage>},
         {"events", QT_TRANSLATE_NOOP("Pages", "Events and links"), make<EventsPage>},
     };
     return pages;

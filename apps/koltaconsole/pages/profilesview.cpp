@@ -1,5 +1,6 @@
 #include "profilesview.h"
 
+#include "../columns.h"
 #include "../stateitemdelegate.h"
 #include "profileeditor.h"
 #include "shorttimemaps.h"
@@ -76,9 +77,7 @@ void ProfilesView::makeTable()
     m_table->setUniformRowHeights(true);
     m_table->setAlternatingRowColors(true);
     m_table->setAccessibleName(tr("Profiles"));
-    const int widths[] = {150, 96, 146, 128, 98, 122, 76, 90, 104};
-    for (int column = 0; column < m_model.columnCount(); ++column)
-        m_table->header()->resizeSection(column, widths[column]);
+    setColumnWidths(*m_table, {140, 90, 140, 120, 96, 118, 76, 90});
 }
 
 QWidget* ProfilesView::makeImport()
