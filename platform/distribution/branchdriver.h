@@ -57,6 +57,8 @@ public:
     void Wake();
     /// Nothing waits any more and no time is called.
     void Stop();
+    /// An input is dealt with, further up in the call stack.
+    bool IsBusy() const noexcept { return m_isBusy; }
 
     /// For values::Weak.
     const values::Life& GetLife() const noexcept { return m_life; }

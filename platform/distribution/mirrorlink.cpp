@@ -72,6 +72,9 @@ MirrorLink::MirrorLink(ChangeCollector& collector, StatePacker& packer, std::uni
     m_carrier->onDown = [this](DownReason reason, const QString& text) { onDown(reason, text); };
     m_carrier->onMessage = [this](const Bytes& topic, const Bytes& payload) { onMessage(topic, payload); };
     m_carrier->onRefused = [this](const Bytes& topic, const QString& text) { onRefused(topic, text); };
+    m_deleteFormer.setSingleShot(true);
+    m_deleteFormer.setInterval(100);
+    QObject::connect(&m_deleteFormer, &QTimer::timeout, [this] { deleteFormer(); });
     m_carrier->Open({m_topics.Presence(m_options.User(), m_options.session), {}}, {});
 }
 
@@ -90,8 +93,40 @@ MirrorLink::~MirrorLink()
 void MirrorLink::Exclude(const PublishedBranch& own)
 {
     m_excluded.append(own.name);
+    m_ended.erase(own.name);
     for (const QString& root : own.roots)
         m_holders[root] = own.name;
+    const auto found = m_branches.find(own.name);
+    if (found == m_branches.end())
+        return;
+    found->second->driver.Stop();
+    found->second->mirror.Abandon();
+    found->second->tree.SetRoots({});
+    m_former.push_back(std::move(found->second));
+    m_branches.erase(found);
+    m_deleteFormer.start();
+}
+
+/// Later, for who publishes instead of a lost owner does so when that one's mirror says that it is lost.
+void MirrorLink::deleteFormer()
+{
+    m_former.erase(std::remove_if(m_former.begin(), m_former.end(),
+                                  [](const auto& branch) { return !branch->driver.IsBusy(); }),
+                   m_former.end());
+    if (!m_former.empty())
+        m_deleteFormer.start();
+}
+
+void MirrorLink::Readmit(const PublishedBranch& own, const QUuid& ended)
+{
+    m_excluded.removeAll(own.name);
+    m_ended[own.name] = ended;
+    release(own.name);
+    if (!m_isUp)
+        return;
+    // Another one's claim may stand already, and is told only to those who ask.
+    m_carrier->Subscribe(m_topics.Live(own.name));
+    askForRefused();
 }
 
 void MirrorLink::Mirror(const QStringList& branches)
@@ -206,11 +241,27 @@ void MirrorLink::onDown(DownReason reason, const QString& text)
 void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
 {
     const auto topic = m_topics.Parse(bytes);
-    Branch* const to = topic && topic->kind != TopicKind::Presence ? branch(topic->branch) : nullptr;
+    if (!topic || topic->kind == TopicKind::Presence || !hasBegunAnew(*topic, payload))
+        return;
+    Branch* const to = branch(topic->branch);
     if (to && topic->kind == TopicKind::Live && !admit(topic->branch, payload))
         return;
     if (to && m_refused.count(topic->branch) == 0)
         to->onMessage(*topic, payload);
+}
+
+/// Only the claim of another owner ends the silence around a branch that this process has given up.
+bool MirrorLink::hasBegunAnew(const Topic& topic, const Bytes& payload)
+{
+    const auto ended = m_ended.find(topic.branch);
+    if (ended == m_ended.end())
+        return true;
+    const auto said =
+        topic.kind == TopicKind::Live && !payload.empty() ? DecodeLive(payload) : std::nullopt;
+    if (!said || said->epoch == ended->second)
+        return false;
+    m_ended.erase(ended);
+    return true;
 }
 
 /// Two branches in one place would overwrite each other without end. The first one keeps it until it leaves
@@ -231,17 +282,26 @@ bool MirrorLink::admit(const QString& name, const Bytes& live)
                        .arg(name, root, holder));
         return false;
     }
-    for (auto held = m_holders.begin(); held != m_holders.end();)
-        held = held->second == name ? m_holders.erase(held) : std::next(held);
+    release(name);
     for (const QString& root : roots)
         m_holders[root] = name;
     m_refused.erase(name);
-    if (roots.isEmpty()) {
-        // Its place may be somebody else's now, whose claim the broker keeps.
-        for (const QString& refused : m_refused)
-            m_carrier->Subscribe(m_topics.Live(refused));
-    }
+    if (roots.isEmpty())
+        askForRefused();
     return true;
+}
+
+void MirrorLink::release(const QString& name)
+{
+    for (auto held = m_holders.begin(); held != m_holders.end();)
+        held = held->second == name ? m_holders.erase(held) : std::next(held);
+}
+
+/// A place that has become free may be theirs now; the broker keeps what they claim.
+void MirrorLink::askForRefused()
+{
+    for (const QString& refused : m_refused)
+        m_carrier->Subscribe(m_topics.Live(refused));
 }
 
 /// Of the place itself, of one around it or of one in it; empty for none but `but`.

@@ -4,14 +4,18 @@
 #include <distribution/branchmirror.h>
 #include <distribution/linkoptions.h>
 #include <distribution/mirroredtree.h>
+#include <distribution/topics.h>
 
 #include <QString>
 #include <QStringList>
+#include <QTimer>
+#include <QUuid>
 
 #include <functional>
 #include <map>
 #include <memory>
 #include <set>
+#include <vector>
 
 namespace distribution {
 
@@ -36,8 +40,12 @@ public:
 
     /// Names, or "*" for all.
     void Mirror(const QStringList& branches);
-    /// A branch of this process, which is never mirrored here.
+    /// A branch of this process, which is not mirrored here, any more: what its mirror had put into the tree is
+    /// the program's own from now on.
     void Exclude(const PublishedBranch& own);
+    /// This process has given it up. Whoever publishes it next, or wants its place, is mirrored; what was said
+    /// in the epoch that has ended is not, so that the program keeps what it had published.
+    void Readmit(const PublishedBranch& own, const QUuid& ended);
 
     bool IsUp() const noexcept { return m_isUp; }
     /// The broker does not admit this process, or does not let it read; waiting does not help.
@@ -60,7 +68,11 @@ private:
     struct Branch;
 
     Branch* branch(const QString& name);
+    bool hasBegunAnew(const Topic& topic, const Bytes& payload);
     bool admit(const QString& name, const Bytes& live);
+    void release(const QString& name);
+    void askForRefused();
+    void deleteFormer();
     QString holderOf(const QString& root, const QString& but) const;
     void subscribe();
     void onUp(std::size_t maximumPayload);
@@ -76,10 +88,13 @@ private:
     std::unique_ptr<ICarrier> m_carrier;
     QStringList m_wanted;
     QStringList m_excluded;
+    std::map<QString, QUuid> m_ended; ///< branches that this process has given up, until others have them
     std::map<QString, std::unique_ptr<Branch>> m_branches;
+    std::vector<std::unique_ptr<Branch>> m_former; ///< excluded by an observer of theirs, perhaps
     std::map<QString, QString> m_holders; ///< by root: the branch to which that place in the tree belongs
     std::set<QString> m_refused;          ///< branches that want another one's place
     std::size_t m_maximumPayload = 0;
+    QTimer m_deleteFormer;
     bool m_isUp = false;
     bool m_isRefused = false;
 };

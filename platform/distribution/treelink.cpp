@@ -114,10 +114,16 @@ bool TreeLink::publish(const QString& branch, const QStringList& roots, const QS
 
 void TreeLink::withdraw(const QString& branch)
 {
-    m_published.erase(
-        std::remove_if(m_published.begin(), m_published.end(),
-                       [&](const auto& publisher) { return publisher->GetBranch().name == branch; }),
-        m_published.end());
+    const auto found = std::find_if(m_published.begin(), m_published.end(), [&](const auto& publisher) {
+        return publisher->GetBranch().name == branch;
+    });
+    if (found == m_published.end())
+        return;
+    const PublishedBranch own = (*found)->GetBranch();
+    const QUuid ended = (*found)->GetOwner().GetEpoch();
+    m_published.erase(found);
+    if (m_mirrors)
+        m_mirrors->Readmit(own, ended);
 }
 
 void TreeLink::mirror(const QStringList& branches)

@@ -139,6 +139,31 @@ private Q_SLOTS:
         server.reset();
         QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("intruder's"), 3 * kPatience);
     }
+    /// A branch goes from one process to another that had mirrored it, and which takes it the moment its mirror
+    /// says that it has been left. The former owner keeps what it has, and mirrors it from then on.
+    void handOver()
+    {
+        MapSide next(*broker);
+        server->publish();
+        server->link->mirror({QStringLiteral("*")});
+        next.mirror();
+        connect(next.link.get(), &TreeLink::si_BranchChanged, next.link.get(), [&](const QString& branch) {
+            if (next.link->branches().first().state != BranchState::Withdrawn)
+                return;
+            next.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("taken"));
+            next.link->publish(branch, {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
+                               std::make_unique<OpenPolicy>());
+        });
+        server->log.clear();
+        server->link->withdraw(QStringLiteral("S1"));
+        QTRY_COMPARE_WITH_TIMEOUT(server->text("Resources"), QStringLiteral("taken"), kPatience);
+        QCOMPARE(server->log, QStringList(QStringLiteral("Resources:3")));
+        server->set("Resources", QStringLiteral("asked for"));
+        QTRY_COMPARE_WITH_TIMEOUT(next.text("Resources"), QStringLiteral("asked for"), kPatience);
+        next.set("Resources", QStringLiteral("answered"));
+        QTRY_COMPARE_WITH_TIMEOUT(server->text("Resources"), QStringLiteral("answered"), kPatience);
+        QCOMPARE(server->failures + next.failures, QStringList());
+    }
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
     /// aloud, and nobody sees anything vanish that is still there.
     void losses()
