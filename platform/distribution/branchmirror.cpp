@@ -13,7 +13,7 @@ namespace {
 
 constexpr qint64 kFirstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 kLongestPauseMs = 10000;
-constexpr std::size_t kMostWishQueues = 1000;
+constexpr std::size_t kMostFormerChannels = 1000;
 
 enum eTracePoint : int { eMalformed = 1, eOutside = 2 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
@@ -186,21 +186,20 @@ MirrorChannel* BranchMirror::ensureChannel(quint16 channel)
     auto& found = m_channels[channel];
     if (!found) {
         found = std::make_unique<MirrorChannel>(*this, channel);
-        found->GoOnWith(takeWishes(m_epoch, channel));
+        found->GoOnWith(takeFormer(m_epoch, channel));
     }
     return found.get();
 }
 
-/// Those that were made when that owner was followed before. It knows their numbers, so that new ones have to
-/// go on behind them.
-WishQueue BranchMirror::takeWishes(const QUuid& epoch, quint16 channel)
+/// What was left of it when that owner was followed before.
+FormerChannel BranchMirror::takeFormer(const QUuid& epoch, quint16 channel)
 {
-    const auto found = m_wishesOfOthers.find({epoch, channel});
-    if (found == m_wishesOfOthers.end())
-        return WishQueue();
-    WishQueue wishes = std::move(*found->second);
-    m_wishesOfOthers.erase(found);
-    return wishes;
+    const auto found = m_formerChannels.find({epoch, channel});
+    if (found == m_formerChannels.end())
+        return FormerChannel();
+    FormerChannel former = std::move(*found->second);
+    m_formerChannels.erase(found);
+    return former;
 }
 
 /// Whatever its owner says, a branch writes below its roots only; false, and complained of, elsewhere.
@@ -312,12 +311,11 @@ void BranchMirror::follow(const QUuid& epoch)
     m_silentSinceMs = m_deadSinceMs = kNever;
     const QString reason = first ? QStringLiteral("no owner was there")
                                  : QStringLiteral("the owner was restarted before it answered");
-    if (m_wishesOfOthers.size() > kMostWishQueues)
-        m_wishesOfOthers.clear();
+    if (m_formerChannels.size() > kMostFormerChannels)
+        m_formerChannels.clear();
     for (const auto& [number, channel] : m_channels) {
-        WishQueue queue = number == 0 ? takeWishes(epoch, 0) : WishQueue();
-        channel->Restart(reason, queue);
-        m_wishesOfOthers[{former, number}] = std::make_unique<WishQueue>(std::move(queue));
+        FormerChannel left = channel->Restart(reason, number == 0 ? takeFormer(epoch, 0) : FormerChannel());
+        m_formerChannels[{former, number}] = std::make_unique<FormerChannel>(std::move(left));
     }
     dropCollections();
     if (m_otherLive.epoch == epoch)
@@ -369,8 +367,7 @@ void BranchMirror::withdraw()
     m_withdrawn = std::exchange(m_epoch, QUuid());
     hideSentinel();
     for (const auto& channel : m_channels) {
-        WishQueue none;
-        channel.second->Restart(QStringLiteral("the owner has left"), none);
+        channel.second->Restart(QStringLiteral("the owner has left"), FormerChannel());
     }
     dropCollections();
     for (const auto& leftover : std::exchange(m_leftovers, {}))

@@ -20,7 +20,7 @@
 namespace distribution {
 
 class MirrorChannel;
-class WishQueue;
+struct FormerChannel;
 
 /// How a mirror stands to its branch.
 enum class BranchState {
@@ -178,7 +178,7 @@ private:
     bool take(const Topic& topic, const Bytes& payload);
     void claim(const QUuid& epoch);
     void follow(const QUuid& epoch);
-    WishQueue takeWishes(const QUuid& epoch, quint16 channel);
+    FormerChannel takeFormer(const QUuid& epoch, quint16 channel);
     void dropCollections();
     void withdraw();
     void update();
@@ -198,8 +198,8 @@ private:
     IMirroredTree& m_tree;
     Channels m_channels;
     std::map<QString, qint32> m_leftovers; ///< collections of a former epoch that this one has not shown yet
-    /// Given up, of owners that were followed before, by epoch and channel.
-    std::map<std::pair<QUuid, quint16>, std::unique_ptr<WishQueue>> m_wishesOfOthers;
+    /// Of owners that were followed before, by epoch and channel.
+    std::map<std::pair<QUuid, quint16>, std::unique_ptr<FormerChannel>> m_formerChannels;
     QUuid m_epoch;
     QUuid m_withdrawn;       ///< epoch that has left; it never comes back
     LiveMessage m_live;      ///< of the followed owner, or still of the former one

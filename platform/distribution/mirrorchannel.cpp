@@ -44,8 +44,9 @@ MirrorChannel::MirrorChannel(BranchMirror& mirror, quint16 channel)
 {
 }
 
-void MirrorChannel::Restart(const QString& reason, WishQueue& queue)
+FormerChannel MirrorChannel::Restart(const QString& reason, FormerChannel next)
 {
+    const quint64 told = std::max(std::exchange(m_toldBefore, next.told), m_number);
     m_number = m_target = m_beatNumber = m_neededNumber = 0;
     m_joined = false;
     m_stateNeeded = true;
@@ -56,11 +57,12 @@ void MirrorChannel::Restart(const QString& reason, WishQueue& queue)
     m_heldBytes = 0;
     m_assembler.Clear();
     Paths ended;
-    const auto wishes = m_own.Exchange(queue, ended);
+    const auto wishes = m_own.Exchange(next.wishes, ended);
     for (const OpenWish& wish : wishes)
         reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate, reason);
     for (const QString& path : ended)
         showTruth(path);
+    return {std::move(next.wishes), told};
 }
 
 void MirrorChannel::RemoveAll()
@@ -184,7 +186,8 @@ void MirrorChannel::apply(const Entry& entry, quint64 number)
     for (const Change& change : entry.changes) {
         const bool isOvertaken =
             change.operation == Operation::Set && last.value(change.path, &change) != &change;
-        if (!isOvertaken)
+        const bool wasTold = change.operation == Operation::Announce && number <= m_toldBefore;
+        if (!isOvertaken && !wasTold)
             commit(change, own);
     }
     for (const QString& path : settled)

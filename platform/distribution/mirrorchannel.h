@@ -28,12 +28,15 @@ public:
     /// The owner's content. Collections' contents are in the tree alone.
     const ItemTable& Items() const noexcept { return m_items; }
 
-    /// Another epoch: everything begins anew, but the content stays until the new one has come.
-    /// `queue` are the wishes of that epoch from when it was followed before, and those of the former one,
-    /// given up, afterwards.
-    void Restart(const QString& reason, WishQueue& queue);
-    /// Of a new channel: wishes as for Restart().
-    void GoOnWith(WishQueue queue) { m_own.Wishes() = std::move(queue); }
+    /// Another epoch: everything begins anew, but the content stays until the new one has come. `next` is
+    /// what was left of that epoch when it was followed before; the result is what is left of this one.
+    FormerChannel Restart(const QString& reason, FormerChannel next);
+    /// Of a new channel: `former` as for Restart().
+    void GoOnWith(FormerChannel former)
+    {
+        m_own.Wishes() = std::move(former.wishes);
+        m_toldBefore = former.told;
+    }
     /// The owner has left and taken its content along.
     void RemoveAll();
     /// See BranchMirror::Abandon().
@@ -78,7 +81,9 @@ private:
     BranchMirror& m_mirror;
     quint16 m_channel;
     ItemTable m_items;
-    quint64 m_number = 0;     ///< of the last entry that has been applied
+    quint64 m_number = 0; ///< of the last entry that has been applied
+    quint64 m_toldBefore =
+        0; ///< up to here the program has heard announcements when it followed this epoch before
     quint64 m_target = 0;     ///< of the newest entry that is known to exist
     quint64 m_beatNumber = 0; ///< highest that a beat has said
     qint64 m_beatMs = 0;      ///< time of the last beat that said as much

@@ -253,13 +253,11 @@ bool MirroredTree::execute(const CommandPiece& piece)
     return m_region->GetCommandCount() != before;
 }
 
-/// Setting an item that counts as equal to the stored one changes nothing, so that one has to go first.
+/// Without this, setting an item that counts as equal to the stored one changes nothing.
 void MirroredTree::executeExactly(ValueBase& value, const CommandPiece& piece)
 {
-    const Weak<ValueBase> alive(&value);
-    Guarded([&] { EraseKey(value, piece.scope.keys.front(), m_collector.GetLink()); });
-    if (alive)
-        execute(piece);
+    value.ReplaceNextEqual();
+    execute(piece);
 }
 
 void MirroredTree::ApplyState(const QString& path, qint32 type, const Bytes& state,

@@ -256,8 +256,7 @@ bool MirrorLink::hasBegunAnew(const Topic& topic, const Bytes& payload)
     const auto ended = m_ended.find(topic.branch);
     if (ended == m_ended.end())
         return true;
-    const auto said =
-        topic.kind == TopicKind::Live && !payload.empty() ? DecodeLive(payload) : std::nullopt;
+    const auto said = topic.kind == TopicKind::Live && !payload.empty() ? DecodeLive(payload) : std::nullopt;
     if (!said || said->epoch == ended->second)
         return false;
     m_ended.erase(ended);

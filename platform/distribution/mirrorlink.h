@@ -40,11 +40,11 @@ public:
 
     /// Names, or "*" for all.
     void Mirror(const QStringList& branches);
-    /// A branch of this process, which is not mirrored here, any more: what its mirror had put into the tree is
-    /// the program's own from now on.
+    /// A branch of this process, which is not mirrored here, any more: what its mirror had put into the tree
+    /// is the program's own from now on.
     void Exclude(const PublishedBranch& own);
-    /// This process has given it up. Whoever publishes it next, or wants its place, is mirrored; what was said
-    /// in the epoch that has ended is not, so that the program keeps what it had published.
+    /// This process has given it up. Whoever publishes it next, or wants its place, is mirrored; what was
+    /// said in the epoch that has ended is not, so that the program keeps what it had published.
     void Readmit(const PublishedBranch& own, const QUuid& ended);
 
     bool IsUp() const noexcept { return m_isUp; }

@@ -317,7 +317,8 @@ void MqttConnection::Worker::carryOut(const Order& order)
         return;
     settle(id);
     if (code == MOSQ_ERR_OVERSIZE_PACKET || code == MOSQ_ERR_INVAL || code == MOSQ_ERR_MALFORMED_UTF8)
-        m_shared->push({Event::Kind::Refused, what.topic, {}, 0, {}, QString::fromUtf8(mosquitto_strerror(code))});
+        m_shared->push(
+            {Event::Kind::Refused, what.topic, {}, 0, {}, QString::fromUtf8(mosquitto_strerror(code))});
 }
 
 void MqttConnection::Worker::account(int id, const Order& order)

@@ -57,4 +57,12 @@ private:
     qint64 m_resendMs = 0;
 };
 
+/// What a mirror keeps of a channel of an owner that it does not follow any more, for it may follow it again:
+/// an owner that was silent and another one in its place may take turns.
+struct FormerChannel
+{
+    WishQueue wishes; ///< given up; the owner knows their numbers, so that new ones go on behind them
+    quint64 told = 0; ///< number up to which the program has heard announcements
+};
+
 } // namespace distribution

@@ -98,6 +98,9 @@ public:
     using KeyFilter = std::function<bool(const std::string& key)>;
     /// Erases items one by one, where the value is a keyed collection; otherwise does nothing.
     virtual void EraseKeys(const KeyFilter& filter, IObserver* originator);
+    /// The next item that is set takes the place of the stored one also when both count as equal, so that it
+    /// has the same bytes everywhere; where the value is a keyed collection.
+    virtual void ReplaceNextEqual() {}
     /// Called before a received state is executed, which adds the open requests of its sender but ends none.
     /// A value with requests ends those that `isStale` names; others have nothing to do. Who made one is told
     /// `error`, or, when that is empty, that nobody knows what became of it.

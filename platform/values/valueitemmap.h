@@ -137,6 +137,7 @@ public:
     void ExpectItems(std::size_t count) override { m_items.reserve(m_items.size() + count); }
     Command* CreateNextCommand(int id, const char** stream, IObserver* observer, int available) override;
     void EraseKeys(const KeyFilter& filter, IObserver* observer) override;
+    void ReplaceNextEqual() override { m_replacesEqual = true; }
 
 protected:
     ValueItemMapBase() = default;
@@ -173,6 +174,7 @@ private:
     Map m_items = sparseMap();
     ChangeLogTemplate<char, QString> m_changeLog;
     unsigned int m_changeNumber = 0;
+    bool m_replacesEqual = false;
     QString m_filename;
 };
 

@@ -15,9 +15,10 @@ auto ValueItemMapBase<Item, ItemFormat, TextAdapter>::SetAt(Key key, const Item&
         return GetInvalidKey();
     if (key == GetInvalidKey())
         key = CreateNewUniqueKey();
+    const bool replacesEqual = std::exchange(m_replacesEqual, false);
     const auto [stored, inserted] = m_items.try_emplace(key, item);
     if (!inserted) {
-        if (stored->second == item)
+        if (stored->second == item && !replacesEqual)
             return key;
         stored->second = item;
     }

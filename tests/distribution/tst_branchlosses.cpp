@@ -145,9 +145,12 @@ private Q_SLOTS:
         QCOMPARE(all.StateOfA(), BranchState::Live);
         QVERIFY(all.Same());
         // In the place of one that hangs. When that one returns it knows the numbers that its writers have
-        // used.
+        // used, and what it had announced is not heard again.
         all.A().Do(set(first, "numbered"));
+        all.owner->Do(AnnounceChange(first, 77));
         all.world.Run(10);
+        const auto heard = all.A().tree.heard.size();
+        QVERIFY(heardSince(all.A().tree, 0).find("!77") != Bytes::npos);
         all.world.Remove(all.owner.get());
         all.world.Run(20000);
         claim(8, LiveState::Alive);
@@ -158,6 +161,7 @@ private Q_SLOTS:
         all.A().Do(set(second, "numbered, too"));
         all.world.Run(2000);
         QCOMPARE(all.owner->tree.At(second), Bytes("numbered, too"));
+        QCOMPARE(heardSince(all.A().tree, heard).find("!77"), Bytes::npos);
         QVERIFY(all.Same());
     }
 

@@ -139,8 +139,8 @@ private Q_SLOTS:
         server.reset();
         QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("intruder's"), 3 * kPatience);
     }
-    /// A branch goes from one process to another that had mirrored it, and which takes it the moment its mirror
-    /// says that it has been left. The former owner keeps what it has, and mirrors it from then on.
+    /// A branch goes from one process to another that had mirrored it, and which takes it the moment its
+    /// mirror says that it has been left. The former owner keeps what it has, and mirrors it from then on.
     void handOver()
     {
         MapSide next(*broker);
