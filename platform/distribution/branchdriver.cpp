@@ -6,6 +6,12 @@
 
 namespace distribution {
 
+namespace {
+
+constexpr std::size_t kMostWaitingBytes = 64U << 20U;
+
+} // namespace
+
 StatePacker::StatePacker()
 {
     m_thread.setMaxThreadCount(1);
@@ -44,11 +50,23 @@ void BranchDriver::callTime()
     Do(m_onTime);
 }
 
+/// Whether the message may wait, which is counted then.
+bool BranchDriver::hasRoom(const Topic& topic, const Bytes& payload)
+{
+    const bool comesAgain =
+        topic.kind == TopicKind::Log || topic.kind == TopicKind::State || topic.kind == TopicKind::Up;
+    if (comesAgain && m_waitingBytes + payload.size() > kMostWaitingBytes)
+        return false;
+    m_waitingBytes += payload.size();
+    return true;
+}
+
 void BranchDriver::Stop()
 {
     m_isWoken = false;
     m_wakeAtMs = kNever;
     m_waiting.clear();
+    m_waitingBytes = 0;
     m_alarm.reset();
 }
 

@@ -2,6 +2,7 @@
 
 #include <distribution/carrier.h>
 #include <distribution/output.h>
+#include <distribution/topics.h>
 
 #include <startup/clock.h>
 
@@ -10,6 +11,7 @@
 #include <QObject>
 #include <QThreadPool>
 
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <vector>
@@ -53,6 +55,20 @@ public:
         else
             run([&](qint64 nowMs) { return input(arguments..., nowMs); });
     }
+    /// Do() for a message. When too many wait, those are dropped that are asked for or sent again: what is
+    /// missing in a log or a state, and wishes.
+    template<class Input>
+    void DoMessage(const Input& input, const Topic& topic, const Bytes& payload)
+    {
+        if (m_isBusy && !hasRoom(topic, payload))
+            return;
+        Do(
+            [this, input](const Topic& parsed, const Bytes& content, qint64 nowMs) {
+                m_waitingBytes -= std::min(m_waitingBytes, content.size());
+                return input(parsed, content, nowMs);
+            },
+            topic, payload);
+    }
     /// The tree has changed: time is called once the turn of the event loop has ended.
     void Wake();
     /// Nothing waits any more and no time is called.
@@ -68,6 +84,7 @@ public:
 
 private:
     using Step = std::function<Output(qint64 nowMs)>;
+    bool hasRoom(const Topic& topic, const Bytes& payload);
     void run(const Step& first);
     void perform(Output output);
     void schedule();
@@ -78,6 +95,7 @@ private:
     StatePacker& m_packer;
     Step m_onTime;
     std::deque<Step> m_waiting;
+    std::size_t m_waitingBytes = 0; ///< of messages
     QObject m_context;
     Startup::Clock& m_clock;
     Startup::ptrAlarm m_alarm; ///< set for m_alarmMs, which is not later than m_wakeAtMs

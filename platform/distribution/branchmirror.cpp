@@ -13,7 +13,6 @@ namespace {
 
 constexpr qint64 kFirstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 kLongestPauseMs = 10000;
-constexpr std::size_t kMostFormerChannels = 1000;
 
 enum eTracePoint : int { eMalformed = 1, eOutside = 2 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
@@ -205,8 +204,7 @@ FormerChannel BranchMirror::takeFormer(const QUuid& epoch, quint16 channel)
 /// Whatever its owner says, a branch writes below its roots only; false, and complained of, elsewhere.
 bool BranchMirror::covers(const QString& path)
 {
-    const auto isAbove = [&path](const QString& root) { return IsAtOrBelow(path, root); };
-    if (std::any_of(m_live.roots.begin(), m_live.roots.end(), isAbove))
+    if (IsAtOrBelow(path, m_live.roots))
         return true;
     m_complaints(kTrace, eOutside,
                  QStringLiteral("%1: \"%2\" is outside its roots").arg(m_settings.branch, path), m_nowMs);
@@ -216,11 +214,13 @@ bool BranchMirror::covers(const QString& path)
 void BranchMirror::apply(const Change& change)
 {
     takeLocal();
+    const bool isRemoval = change.operation == Operation::Remove;
     const bool isHidden = m_sentinelHidden && change.path == m_live.sentinel;
-    if (change.operation != Operation::Remove && (isHidden || !covers(change.path)))
+    // What lies in places that the owner has given up is gone already.
+    if (isRemoval ? !IsAtOrBelow(change.path, m_live.roots) : isHidden || !covers(change.path))
         return;
     m_tree.Apply(change);
-    if (change.operation != Operation::Remove)
+    if (!isRemoval)
         return;
     // The tree removes all that is below, but a collection has an order of its own and may have come anew
     // since.
@@ -236,14 +236,15 @@ void BranchMirror::apply(const Change& change)
 bool BranchMirror::applySplice(const QString& path, const values::TextSplice& splice)
 {
     takeLocal();
-    return (m_sentinelHidden && path == m_live.sentinel) || m_tree.ApplySplice(path, splice);
+    return (m_sentinelHidden && path == m_live.sentinel) || !covers(path) || m_tree.ApplySplice(path, splice);
 }
 
-void BranchMirror::applyCommands(const QString& path, const Bytes& commands,
+/// False when they do not fit the collection; its state has to follow.
+bool BranchMirror::applyCommands(const QString& path, const Bytes& commands,
                                  const values::PendingChanges& own)
 {
     takeLocal();
-    m_tree.ApplyCommands(path, commands, own);
+    return !covers(path) || m_tree.ApplyCommands(path, commands, own);
 }
 
 void BranchMirror::applyState(const QString& path, qint32 type, const Bytes& state,
@@ -253,127 +254,6 @@ void BranchMirror::applyState(const QString& path, qint32 type, const Bytes& sta
         return;
     m_leftovers.erase(path);
     m_tree.ApplyState(path, type, state, own);
-}
-
-void BranchMirror::takeLive(const LiveMessage& live)
-{
-    if (live.epoch == m_withdrawn)
-        return;
-    if (live.epoch != m_epoch) {
-        m_otherLive = live;
-        if (live.state == LiveState::Alive || (live.state == LiveState::Dead && m_epoch.isNull()))
-            claim(live.epoch);
-        else if (live.state == LiveState::Withdrawn && m_epoch.isNull())
-            setState(BranchState::Withdrawn);
-    }
-    if (live.epoch != m_epoch)
-        return;
-    if (live.state == LiveState::Withdrawn) {
-        withdraw();
-        return;
-    }
-    // Who says for a displaced owner that it is dead does not know its roots.
-    const bool isHearsay = live.state == LiveState::Dead && live.roots.isEmpty();
-    if (!isHearsay)
-        m_live = live;
-    else if (isOwnerKnown())
-        m_live.state = live.state;
-    if (live.state == LiveState::Dead) {
-        m_deadSinceMs = std::min(m_deadSinceMs, m_nowMs);
-        return;
-    }
-    m_deadSinceMs = kNever;
-    for (const ChannelName& name : live.channels)
-        ensureChannel(name.channel);
-}
-
-/// Who beats is followed. A claim counts only while the followed owner is known to be dead or has been
-/// silent, since a broker or a bridge may bring the claim of a former life late, or for ever.
-void BranchMirror::claim(const QUuid& epoch)
-{
-    if (epoch == m_epoch || epoch == m_withdrawn)
-        return;
-    if (m_epoch.isNull() || m_deadSinceMs != kNever || m_nowMs > silentAtMs())
-        follow(epoch);
-}
-
-void BranchMirror::follow(const QUuid& epoch)
-{
-    const bool first = m_epoch.isNull();
-    if (!m_sentinelHidden) {
-        hideSentinel();
-        setState(BranchState::Lost);
-    }
-    const QUuid former = std::exchange(m_epoch, epoch);
-    m_followedMs = m_nowMs;
-    m_beatSeenMs = -1;
-    m_askBeatMs = m_askBeatPauseMs = 0;
-    m_silentSinceMs = m_deadSinceMs = kNever;
-    const QString reason = first ? QStringLiteral("no owner was there")
-                                 : QStringLiteral("the owner was restarted before it answered");
-    if (m_formerChannels.size() > kMostFormerChannels)
-        m_formerChannels.clear();
-    for (const auto& [number, channel] : m_channels) {
-        FormerChannel left = channel->Restart(reason, number == 0 ? takeFormer(epoch, 0) : FormerChannel());
-        m_formerChannels[{former, number}] = std::make_unique<FormerChannel>(std::move(left));
-    }
-    dropCollections();
-    if (m_otherLive.epoch == epoch)
-        m_live = m_otherLive;
-    if (m_otherLive.epoch == epoch) {
-        for (const ChannelName& name : m_otherLive.channels)
-            ensureChannel(name.channel);
-    }
-    setState(BranchState::Joining);
-}
-
-/// Channels of collections belong to an epoch, the collections do not.
-void BranchMirror::dropCollections()
-{
-    for (auto channel = std::next(m_channels.begin()); channel != m_channels.end(); ++channel) {
-        for (const auto& item : channel->second->Items().All())
-            m_leftovers[item.second.path] = item.second.type;
-    }
-    m_channels.erase(std::next(m_channels.begin()), m_channels.end());
-}
-
-void BranchMirror::takeBeat(const BeatMessage& beat)
-{
-    claim(beat.epoch);
-    if (beat.epoch != m_epoch)
-        return;
-    m_beatSeenMs = m_nowMs;
-    m_deadSinceMs = kNever;
-    for (const ChannelNumber& number : beat.numbers) {
-        if (MirrorChannel* const channel = ensureChannel(number.channel))
-            channel->TakeBeat(number.number, m_nowMs);
-    }
-}
-
-bool BranchMirror::takeLog(quint16 number, const Bytes& payload)
-{
-    const auto log = DecodeLog(payload);
-    if (!log)
-        return false;
-    claim(log->epoch);
-    MirrorChannel* const channel = log->epoch == m_epoch ? ensureChannel(number) : nullptr;
-    if (channel)
-        channel->TakeLog(*log, payload, m_nowMs);
-    return true;
-}
-
-void BranchMirror::withdraw()
-{
-    m_withdrawn = std::exchange(m_epoch, QUuid());
-    hideSentinel();
-    for (const auto& channel : m_channels) {
-        channel.second->Restart(QStringLiteral("the owner has left"), FormerChannel());
-    }
-    dropCollections();
-    for (const auto& leftover : std::exchange(m_leftovers, {}))
-        m_tree.Apply(RemoveChange(leftover.first));
-    m_channels.at(0)->RemoveAll();
-    setState(BranchState::Withdrawn);
 }
 
 void BranchMirror::hideSentinel()
@@ -452,7 +332,8 @@ bool BranchMirror::maySend() const
 /// of all.
 void BranchMirror::askForBeat(Output& out)
 {
-    if (m_beatSeenMs >= std::max(m_onlineMs, m_followedMs) && isOwnerKnown())
+    const bool isBeating = m_deadSinceMs == kNever && m_beatSeenMs >= std::max(m_onlineMs, m_followedMs);
+    if (isBeating && isOwnerKnown())
         return;
     if (m_nowMs >= m_askBeatMs) {
         if (!isOwnerKnown())

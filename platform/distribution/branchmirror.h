@@ -61,8 +61,9 @@ public:
     /// of the whole follows then.
     virtual bool ApplySplice(const QString& path, const values::TextSplice& splice) = 0;
     /// Executes commands on a collection, but leaves alone the keys and requests of `own`, which have own
-    /// changes on their way. Also called, without commands, when `own` has become smaller.
-    virtual void ApplyCommands(const QString& path, const Bytes& commands,
+    /// changes on their way. Also called, without commands, when `own` has become smaller. False, and nothing
+    /// happens, when they do not fit the collection: its state follows then.
+    virtual bool ApplyCommands(const QString& path, const Bytes& commands,
                                const values::PendingChanges& own) = 0;
     /// Makes the collection, where it is missing, and gives it the content that `state` and after it each of
     /// `own` would leave in an empty one, as a difference. Requests that are open here and in neither of them
@@ -159,7 +160,7 @@ private:
     bool covers(const QString& path);
     void apply(const Change& change);
     bool applySplice(const QString& path, const values::TextSplice& splice);
-    void applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);
+    bool applyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own);
     void applyState(const QString& path, qint32 type, const Bytes& state, const std::vector<Content>& own);
     void failed(const FailedWish& wish) { m_tree.OnWishFailed(wish); }
     void tellAuthor(const Change& change, WishResult result)
@@ -173,6 +174,8 @@ private:
     MirrorChannel* channelOf(const QString& path) const;
     MirrorChannel* ensureChannel(quint16 channel);
     void takeLive(const LiveMessage& live);
+    void takeWithdrawalOfOther();
+    void adopt(const LiveMessage& live);
     void takeBeat(const BeatMessage& beat);
     bool takeLog(quint16 channel, const Bytes& payload);
     bool take(const Topic& topic, const Bytes& payload);
@@ -180,7 +183,8 @@ private:
     void follow(const QUuid& epoch);
     FormerChannel takeFormer(const QUuid& epoch, quint16 channel);
     void dropCollections();
-    void withdraw();
+    void withdraw(const QUuid& epoch);
+    bool isOwnerGone() const;
     void update();
     void setState(BranchState state);
     void hideSentinel();

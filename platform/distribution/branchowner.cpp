@@ -208,6 +208,8 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
     ItemTable& items = channel.Items();
     change.id = items.IdOf(change.path);
     if (change.operation == Operation::Add) {
+        if (isBeyondLimits(channel, change))
+            return false;
         if (isOversized(change))
             change.content = nullptr;
         change.id = ++m_lastId;
@@ -235,6 +237,20 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
     item.changedAt = channel.GetNewest() + 1;
     item.changedBy = QUuid();
     change = MakeContentChange(change.id, change.path, former, item.content);
+    return true;
+}
+
+/// An item that no mirror would read is left out, so that all the rest can go on; told once.
+bool BranchOwner::isBeyondLimits(const OwnerChannel& channel, const Change& change)
+{
+    const bool isTooMany = channel.Items().Size() >= Limits::items;
+    if (!isTooMany && static_cast<std::size_t>(change.path.toUtf8().size()) <= Limits::pathBytes)
+        return false;
+    if (!std::exchange(m_hasLeftOut, true))
+        kTrace(eOversized,
+               QStringLiteral("%1 is not published, and perhaps more: ").arg(change.path.left(200)) +
+                   (isTooMany ? QStringLiteral("there are too many items")
+                              : QStringLiteral("its path is too long")));
     return true;
 }
 
@@ -281,16 +297,18 @@ void BranchOwner::takeLocal()
 void BranchOwner::takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs)
 {
     OwnerChannel* const channel = find(wish.channel);
-    if (!channel || !m_desk->Admits(*channel, topic, nowMs))
-        return;
-    const SessionNumber* const session = channel->FindSession(topic.session);
-    if (wish.number != (session ? session->wish : 0) + 1)
+    if (!channel || !m_desk->Admits(*channel, topic, wish.number, nowMs))
         return;
     takeLocal();
     const WishDesk::Review review = m_desk->Look(topic, *channel, wish);
     IOwnedTree::Executed executed = m_desk->Execute(review, m_tree);
+    QSet<QString> added;
+    for (const Change& change : executed.changes) {
+        if (change.operation == Operation::Add)
+            added.insert(change.path);
+    }
     record(std::move(executed.changes), channel, {topic.session, wish.number, executed.failures, {}});
-    m_desk->NoteAuthor(*channel, review, nowMs);
+    m_desk->NoteAuthor(*channel, review, added, nowMs);
     WishDesk::TellAll(review, wish, executed.failures, m_events.wishEnded);
 }
 

@@ -118,6 +118,7 @@ private:
     OwnerChannel& channelFor(const Change& change);
     Content contentOf(const OwnerChannel& channel) const;
     bool adopt(OwnerChannel& channel, Change& change);
+    bool isBeyondLimits(const OwnerChannel& channel, const Change& change);
     bool isOversized(const Change& change);
     void record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry);
     void takeLocal();
@@ -157,6 +158,7 @@ private:
     bool m_online = false;
     bool m_displaced = false;
     bool m_withdrawn = false;
+    bool m_hasLeftOut = false;
 };
 
 } // namespace distribution

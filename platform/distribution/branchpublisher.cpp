@@ -3,11 +3,16 @@
 #include <distribution/treecontent.h>
 #include <distribution/wishaudit.h>
 
+#include <startup/tracesource.h>
+
 #include <utility>
 
 namespace distribution {
 
 namespace {
+
+enum eTracePoint : int { eRefused = 1 };
+constexpr Startup::TraceSource kTrace("platform/distribution/branchpublisher", Startup::eTraceWarning);
 
 /// After a loss, so long another owner that took the line has to say so.
 constexpr int kAgainAfterMs = 300;
@@ -59,6 +64,11 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
     events.displaced = [this] {
         m_isUp = false;
         m_again.stop();
+        // The identifier is the other one's now. Later: an input is being dealt with.
+        QTimer::singleShot(0, &m_again, [this] {
+            m_driver.Stop();
+            m_carrier->Close();
+        });
         setState(PublicationState::Displaced,
                  QStringLiteral("another process publishes \"%1\" now").arg(m_branch.name));
     };
@@ -77,8 +87,13 @@ BranchPublisher::~BranchPublisher()
 
 void BranchPublisher::probe()
 {
-    m_probe.emplace(m_branch.name, m_topics, m_options.User(), m_options.beatMs, m_owner->GetEpoch());
+    startProbe();
     m_carrier->Open({}, {});
+}
+
+void BranchPublisher::startProbe()
+{
+    m_probe.emplace(m_branch.name, m_topics, m_options.User(), m_options.beatMs, m_owner->GetEpoch());
 }
 
 void BranchPublisher::claim()
@@ -117,6 +132,9 @@ void BranchPublisher::onDown(DownReason reason, const QString& text)
         m_carrier->Close();
         m_again.start();
     }
+    // What it has not heard while there was no line proves nothing.
+    if (m_probe)
+        startProbe();
     setState(PublicationState::Waiting, text);
 }
 
@@ -125,7 +143,7 @@ void BranchPublisher::onMessage(const Bytes& bytes, const Bytes& payload)
     const auto topic = m_topics.Parse(bytes);
     if (!topic)
         return;
-    m_driver.Do(
+    m_driver.DoMessage(
         [this](const Topic& parsed, const Bytes& content, qint64 nowMs) {
             if (!m_probe)
                 return m_owner->OnMessage(parsed, content, nowMs);
@@ -153,10 +171,12 @@ void BranchPublisher::endProbe()
     if (m_probe->GetResult() == NameProbe::Result::Waiting)
         return;
     QTimer::singleShot(0, &m_again, [this] {
-        if (!m_probe)
+        if (!m_probe || m_probe->GetResult() == NameProbe::Result::Waiting)
             return;
         const bool isTaken = m_probe->GetResult() == NameProbe::Result::Taken;
         const QString host = m_probe->GetHost();
+        const QUuid holder = m_probe->GetClaim();
+        m_probe.reset();
         if (isTaken && m_wasUp)
             end(PublicationState::Displaced,
                 QStringLiteral("another process publishes \"%1\" now, on host %2").arg(m_branch.name, host));
@@ -164,8 +184,7 @@ void BranchPublisher::endProbe()
             end(PublicationState::NameTaken,
                 QStringLiteral("the name \"%1\" is taken by host %2").arg(m_branch.name, host));
         else {
-            m_displaced = isTaken ? m_probe->GetClaim() : QUuid();
-            m_probe.reset();
+            m_displaced = isTaken ? holder : QUuid();
             claim();
         }
     });
@@ -175,8 +194,17 @@ void BranchPublisher::onRefused(const Bytes& topic, const QString& text)
 {
     if (m_probe)
         m_driver.Do([this](qint64 nowMs) { return m_probe ? m_probe->OnRefused(nowMs) : Output(); });
-    if (m_probe || topic != m_topics.Live(m_branch.name))
+    if (m_probe)
         return;
+    // Without these nobody can join or ask for anything.
+    if (topic != m_topics.Live(m_branch.name) && topic != m_topics.UpFilter(m_branch.name)) {
+        // Once: it is refused again and again.
+        if (m_refused.insert(topic).second)
+            kTrace(eRefused, QStringLiteral("Branch \"%1\": the broker refuses \"%2\" to the user \"%3\": %4")
+                                 .arg(m_branch.name, QString::fromStdString(topic),
+                                      QString::fromStdString(m_options.User()), text));
+        return;
+    }
     end(PublicationState::Forbidden,
         QStringLiteral("the broker does not let the user \"%1\" publish \"%2\": %3")
             .arg(QString::fromStdString(m_options.User()), m_branch.name, text));

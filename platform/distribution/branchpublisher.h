@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 
 namespace distribution {
 
@@ -43,12 +44,15 @@ public:
     const PublishedBranch& GetBranch() const noexcept { return m_branch; }
     PublicationState GetState() const noexcept { return m_state; }
     const BranchOwner& GetOwner() const noexcept { return *m_owner; }
+    /// An input is dealt with, further up in the call stack: not the time to delete it.
+    bool IsBusy() const noexcept { return m_driver.IsBusy(); }
 
     BranchPublisher(const BranchPublisher&) = delete;
     BranchPublisher& operator=(const BranchPublisher&) = delete;
 
 private:
     void probe();
+    void startProbe();
     void claim();
     void onUp(std::size_t maximumPayload);
     void onDown(DownReason reason, const QString& text);
@@ -69,6 +73,7 @@ private:
     std::optional<NameProbe> m_probe; ///< while it is not sure that the name is free
     BranchDriver m_driver;
     QTimer m_again;
+    std::set<Bytes> m_refused; ///< topics without which the branch is published all the same
     PublicationState m_state = PublicationState::Waiting;
     QUuid m_displaced;   ///< epoch of the owner that is displaced by this one
     bool m_isUp = false; ///< the owner's connection is

@@ -131,7 +131,8 @@ void ChangeRegion::OnCommand(ValueBase& value, std::unique_ptr<values::Command> 
             return;
         part.AddCommandString(parts, values::eTransmitPlain);
         part.AddScope(scope);
-        rememberOwnSet(value.GetPath(), part);
+        if (m_makesWishes)
+            rememberOwnSet(value.GetPath(), part);
         ++count;
     });
     if (count == 0)
@@ -234,8 +235,10 @@ void ChangeCollector::OnItemAdded(TreeItem& item)
 
 void ChangeCollector::OnItemRemoved(TreeItem& item)
 {
-    if (ChangeRegion* const region = regionOf(item.GetPath()))
+    if (ChangeRegion* const region = regionOf(item.GetPath())) {
+        region->m_ownSets.erase(item.GetPath());
         region->add(RemoveChange(item.GetPath()));
+    }
 }
 
 void ChangeCollector::OnItemChanged(TreeItem& item, TChangeCode /*code*/, IObserver* originator)

@@ -61,6 +61,12 @@ bool IsAtOrBelow(const QString& path, const QString& top)
                                     path.at(top.size()) == QLatin1Char('/'));
 }
 
+bool IsAtOrBelow(const QString& path, const QStringList& tops)
+{
+    return std::any_of(tops.begin(), tops.end(),
+                       [&path](const QString& top) { return IsAtOrBelow(path, top); });
+}
+
 namespace {
 
 /// An item as the changes before have left it.

@@ -5,6 +5,7 @@
 #include <distribution/textparts.h>
 
 #include <QHash>
+#include <QStringList>
 
 #include <map>
 #include <optional>
@@ -55,6 +56,7 @@ private:
 
 /// Whether `path` is `top` or below it.
 KOLTA_DISTRIBUTION_EXPORT bool IsAtOrBelow(const QString& path, const QString& top);
+KOLTA_DISTRIBUTION_EXPORT bool IsAtOrBelow(const QString& path, const QStringList& tops);
 
 /// The changes of an entry with paths and whole contents instead of identifiers and runs, as they follow upon
 /// `items`, whose contents stay as they are; a Delta that replaces one part remains one, with that part.

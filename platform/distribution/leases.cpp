@@ -34,10 +34,10 @@ void Leases::Remove(const QString& path)
     m_holders.erase(holder);
 }
 
-bool Leases::Holds(const QUuid& session, const QString& path) const
+QUuid Leases::HolderOf(const QString& path) const
 {
     const auto holder = m_holders.find(path);
-    return holder != m_holders.end() && holder->second == session;
+    return holder == m_holders.end() ? QUuid() : holder->second;
 }
 
 void Leases::SetPresent(const QUuid& session, bool present, qint64 nowMs)

@@ -21,7 +21,12 @@ public:
     void Add(const QUuid& session, const QString& path, qint64 nowMs);
     /// The item is gone.
     void Remove(const QString& path);
-    bool Holds(const QUuid& session, const QString& path) const;
+    bool Holds(const QUuid& session, const QString& path) const
+    {
+        return !session.isNull() && HolderOf(path) == session;
+    }
+    /// Null: nobody.
+    QUuid HolderOf(const QString& path) const;
 
     void SetPresent(const QUuid& session, bool present, qint64 nowMs);
     bool IsPresent(const QUuid& session) const { return m_present.count(session) > 0; }

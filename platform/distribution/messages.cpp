@@ -14,6 +14,8 @@ using values::ByteReader;
 namespace {
 
 constexpr quint8 kMinorVersion = 0;
+/// That a unit of UTF-16 makes at most.
+constexpr std::size_t kUnitBytes = 3;
 
 /// How changes name their items: writers do not know the identifier of what they have just made.
 enum class Naming { ById, ByPath };
@@ -98,6 +100,15 @@ std::optional<Message> finished(const FieldReader& in, Message& message)
     return std::move(message);
 }
 
+void readAnnouncement(FieldReader& in, Naming naming, Change& change)
+{
+    change.code = in.Integer<qint32>();
+    const auto byWish = naming == Naming::ById ? in.Integer<quint8>() : quint8(0);
+    if (byWish > 1)
+        in.Refuse();
+    change.byWish = byWish == 1;
+}
+
 Change readChange(FieldReader& in, Naming naming)
 {
     Change change;
@@ -124,14 +135,9 @@ Change readChange(FieldReader& in, Naming naming)
             in.Refuse();
         change.checksum = in.Integer<quint32>();
         break;
-    case Operation::Announce: {
-        change.code = in.Integer<qint32>();
-        const auto byWish = naming == Naming::ById ? in.Integer<quint8>() : quint8(0);
-        if (byWish > 1)
-            in.Refuse();
-        change.byWish = byWish == 1;
+    case Operation::Announce:
+        readAnnouncement(in, naming, change);
         return change;
-    }
     case Operation::Order:
         if (naming == Naming::ById)
             in.Refuse();
@@ -367,6 +373,8 @@ std::optional<WishMessage> DecodeWish(const Bytes& bytes)
     if (message.number == 0)
         in.Refuse();
     message.changes = readChanges(in, Naming::ByPath);
+    if (message.changes.size() > Limits::wishChanges)
+        in.Refuse();
     return finished(in, message);
 }
 
@@ -429,18 +437,21 @@ Bytes EncodeSnapshot(const Snapshot& snapshot)
     return out;
 }
 
+std::size_t BoundOf(const Change& change)
+{
+    return 100 + kUnitBytes * static_cast<std::size_t>(change.path.size()) + BytesOf(change.content).size();
+}
+
 std::size_t SizeBound(const Snapshot& snapshot)
 {
-    // A UTF-16 unit makes at most three bytes.
-    constexpr std::size_t unitBytes = 3;
     std::size_t size = 2 * sizeof(quint32);
     for (const SessionNumber& session : snapshot.sessions) {
         size += 28;
         for (const auto& failure : session.failures)
-            size += 17 + unitBytes * static_cast<std::size_t>(failure.second.reason.size());
+            size += 17 + kUnitBytes * static_cast<std::size_t>(failure.second.reason.size());
     }
     for (const SnapshotItem& item : snapshot.items)
-        size += 16 + unitBytes * static_cast<std::size_t>(item.path.size()) + BytesOf(item.content).size();
+        size += 16 + kUnitBytes * static_cast<std::size_t>(item.path.size()) + BytesOf(item.content).size();
     return size;
 }
 

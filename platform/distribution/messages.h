@@ -112,6 +112,9 @@ enum class WishResult : quint8 {
 /// A change of a wish that was not executed.
 struct Failure
 {
+    /// Instead of an index: of each change nobody knows any more whether it has failed.
+    static constexpr quint32 kEveryChange = 0xFFFFFFFF;
+
     quint32 index = 0; ///< in the wish, from 0
     WishResult result = WishResult::Refused;
     QString reason;
@@ -236,13 +239,17 @@ struct KOLTA_DISTRIBUTION_EXPORT Limits
 {
     static constexpr std::size_t pathBytes = 4096;
     static constexpr std::size_t packetBytes = 64U << 20U;
-    static constexpr std::size_t valueBytes = 32U << 20U; ///< content of a plain value
-    static constexpr std::size_t items = 100000;          ///< of a channel
-    static constexpr std::size_t sessions = 1000;         ///< of a table
-    static constexpr quint64 openWishes = 1000;           ///< of a session and channel on their way
-    static constexpr std::size_t smallContent = 1024;     ///< up to so many bytes no delta is tried
+    static constexpr std::size_t valueBytes = 32U << 20U;    ///< content of a plain value
+    static constexpr std::size_t items = 100000;             ///< of a channel
+    static constexpr std::size_t sessions = 1000;            ///< of a table
+    static constexpr std::size_t wishChanges = 1000;         ///< of one wish
+    static constexpr std::size_t failureBytes = 256U << 10U; ///< of a session's failures in a table, about
+    static constexpr quint64 openWishes = 1000;              ///< of a session and channel on their way
+    static constexpr std::size_t smallContent = 1024;        ///< up to so many bytes no delta is tried
 };
 
+/// No less than the bytes that a change takes in a wish.
+KOLTA_DISTRIBUTION_EXPORT std::size_t BoundOf(const Change& change);
 KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const LiveMessage& message);
 KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const BeatMessage& message);
 KOLTA_DISTRIBUTION_EXPORT Bytes Encode(const WishMessage& message);

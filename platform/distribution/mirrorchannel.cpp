@@ -19,8 +19,6 @@ constexpr qint64 kTailMs = 1000; ///< for which the log may be slower than the b
 constexpr qint64 kAskAgainMs = 500;
 constexpr int kMaximumReplayAsks = 3;
 constexpr std::size_t kMaximumHeldBytes = 16U << 20U;
-constexpr std::size_t kWishBytes = 256U << 10U; ///< what is gathered in one wish
-constexpr std::size_t kQueuedBytes = 16U << 20U;
 
 enum eTracePoint : int { eUnfitEntry = 11, eFallingNumbers = 12, eUnfitState = 13 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Startup::eTraceWarning);
@@ -226,7 +224,8 @@ void MirrorChannel::commit(const Change& change, bool own)
     case Operation::Order: // the log says what it has become
         return;
     case Operation::Commands:
-        m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending());
+        if (!m_mirror.applyCommands(path, BytesOf(change.content), m_own.Pending()))
+            NeedState(m_number + 1);
         return;
     case Operation::Delta:
         m_items.Apply(change.id, *change.edit);
@@ -364,93 +363,6 @@ std::vector<Content> MirrorChannel::ownCommands()
     return m_own.Commands();
 }
 
-void MirrorChannel::Wish(Changes changes, qint64 nowMs)
-{
-    Changes part;
-    std::size_t bytes = 0;
-    for (Change& change : changes) {
-        const std::size_t size = BytesOf(change.content).size();
-        // What the program has seen is the content of another epoch.
-        if (change.compare && m_number == 0) {
-            Fail({change}, WishResult::Restarted,
-                 change.path + QStringLiteral(": the owner's content is not here yet"));
-            continue;
-        }
-        if (size > Limits::valueBytes || size + kWishBytes / 4 > m_mirror.m_maximumPayload) {
-            Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
-            continue;
-        }
-        if (bytes + size > kWishBytes && !part.empty()) {
-            addWish(std::exchange(part, {}), nowMs);
-            bytes = 0;
-        }
-        bytes += size;
-        part.push_back(std::move(change));
-    }
-    if (!part.empty())
-        addWish(std::move(part), nowMs);
-}
-
-void MirrorChannel::addWish(Changes changes, qint64 nowMs)
-{
-    if (m_own.Wishes().GetBytes() > kQueuedBytes)
-        Fail(changes, WishResult::Overflow, QStringLiteral("too many changes wait for the owner"));
-    else
-        m_own.Add(std::move(changes), m_number, nowMs);
-}
-
-void MirrorChannel::report(const OpenWish& wish, const Failures& failures)
-{
-    for (std::size_t i = 0; i < wish.changes.size(); ++i) {
-        const Change& change = wish.changes[i];
-        const auto failure = std::find_if(failures.begin(), failures.end(),
-                                          [i](const Failure& candidate) { return candidate.index == i; });
-        if (failure != failures.end())
-            m_mirror.failed({failure->result, failure->reason, change, truthOf(change.path)});
-        else
-            m_mirror.tellAuthor(change, WishResult::Executed);
-    }
-}
-
-Content MirrorChannel::truthOf(const QString& path) const
-{
-    const ItemTable::Item* const item = m_items.Find(path);
-    return item ? item->Whole() : nullptr;
-}
-
-void MirrorChannel::reportAll(const OpenWish& wish, WishResult result, const QString& reason)
-{
-    for (const Change& change : wish.changes)
-        m_mirror.failed({result, change.path + QStringLiteral(": ") + reason, change, nullptr});
-}
-
-void MirrorChannel::Fail(const Changes& changes, WishResult result, const QString& reason)
-{
-    for (const Change& change : changes) {
-        m_mirror.failed({result, reason, change, nullptr});
-        if (m_channel != 0)
-            NeedState(m_number);
-        else
-            showTruth(change.path);
-    }
-}
-
-void MirrorChannel::GiveUpOld(qint64 nowMs)
-{
-    Paths ended;
-    while (const auto wish = m_own.GiveUpNext(nowMs, m_mirror.m_settings.wishTimeoutMs, ended)) {
-        if (wish->sent)
-            reportAll(*wish, WishResult::Unknown,
-                      QStringLiteral("not answered in time, the outcome is unknown"));
-        else
-            reportAll(*wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
-        if (m_channel != 0)
-            NeedState(m_number);
-        for (const QString& path : std::exchange(ended, {}))
-            showTruth(path);
-    }
-}
-
 void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
 {
     const auto ask = [&](quint64 from) {
@@ -482,9 +394,10 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
     }
     if (!maySend || !m_joined)
         return;
-    for (const WishMessage& wish : m_own.Wishes().TakeDue(m_mirror.m_epoch, m_channel, nowMs)) {
-        out.publish.push_back({m_mirror.upTopic(), Encode(wish), Delivery::AtLeastOnce, false,
-                               static_cast<quint32>(m_mirror.m_settings.wishTimeoutMs)});
+    const qint64 timeoutMs = m_mirror.m_settings.wishTimeoutMs;
+    for (const DueWish& due : m_own.Wishes().TakeDue(m_mirror.m_epoch, m_channel, timeoutMs, nowMs)) {
+        out.publish.push_back(
+            {m_mirror.upTopic(), Encode(due.message), Delivery::AtLeastOnce, false, due.expiryMs});
     }
 }
 

@@ -159,22 +159,22 @@ void MirroredTree::addValue(const QString& path, qint32 type, const Bytes& conte
         m_region->Record(*added);
 }
 
-void MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
+bool MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
                                  const values::PendingChanges& own)
 {
     ValueBase* const target = livingValue(path);
     std::vector<CommandPiece> pieces;
     if (!target)
-        return;
+        return true;
     if (!ReadPieces(*target, commands, m_collector.GetLink(), pieces)) {
         traceUnusable(path, QStringLiteral("its commands do not fit"));
-        return;
+        return false;
     }
     const Weak<ValueBase> alive(target);
     for (const CommandPiece& piece : pieces) {
         const auto& [everyKey, keys, requests] = piece.scope;
         if (!alive)
-            return;
+            return true;
         if (everyKey) {
             clear(*target, path, piece, own);
         } else if (keys.size() == 1 && own.ContainsKey(keys.front())) {
@@ -189,6 +189,7 @@ void MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
     }
     if (alive)
         catchUp(*target, path, own);
+    return true;
 }
 
 /// One by one where own changes are on their way; what they write stays, and of what was passed over there

@@ -37,7 +37,7 @@ public:
     Changes TakeChanges() override { return m_region->Take(); }
     void Apply(const Change& change) override;
     bool ApplySplice(const QString& path, const values::TextSplice& splice) override;
-    void ApplyCommands(const QString& path, const Bytes& commands,
+    bool ApplyCommands(const QString& path, const Bytes& commands,
                        const values::PendingChanges& own) override;
     void ApplyState(const QString& path, qint32 type, const Bytes& state,
                     const std::vector<Content>& own) override;

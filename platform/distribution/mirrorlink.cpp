@@ -41,7 +41,7 @@ struct MirrorLink::Branch
     }
     void onMessage(const Topic& topic, const Bytes& payload)
     {
-        driver.Do(
+        driver.DoMessage(
             [this](const Topic& parsed, const Bytes& bytes, qint64 nowMs) {
                 Output output = mirror.OnMessage(parsed, bytes, nowMs);
                 tree.SetRoots(mirror.GetRoots());
@@ -335,9 +335,11 @@ void MirrorLink::onRefused(const Bytes& bytes, const QString& text)
         return;
     }
     kTrace(eRefused, line);
-    for (const QString& name : qAsConst(m_wanted)) {
-        Branch* const forbidden =
-            bytes == m_topics.Log(name, 0) || bytes == m_topics.Live(name) ? branch(name) : nullptr;
+    QStringList names = m_wanted + GetBranches();
+    names.removeAll(QStringLiteral("*"));
+    names.removeDuplicates();
+    for (const QString& name : qAsConst(names)) {
+        Branch* const forbidden = m_topics.IsReadOf(name, bytes) ? branch(name) : nullptr;
         if (forbidden)
             forbidden->driver.Do([forbidden](qint64 nowMs) { return forbidden->mirror.OnForbidden(nowMs); });
     }

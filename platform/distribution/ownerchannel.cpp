@@ -1,6 +1,7 @@
 #include <distribution/ownerchannel.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace distribution {
@@ -10,6 +11,34 @@ namespace {
 constexpr std::size_t kMaximumEntries = 100000;
 /// Room for the head of a log message.
 constexpr std::size_t kHeadBytes = 64;
+
+using WishFailures = std::vector<std::pair<quint64, Failure>>;
+
+std::size_t sizeOf(const Failure& failure)
+{
+    return sizeof failure + sizeof(QChar) * static_cast<std::size_t>(failure.reason.size());
+}
+
+/// A writer whose changes are nearly all refused costs no more memory than others: of its older wishes it is
+/// only known that something failed.
+void boundFailures(WishFailures& failures)
+{
+    std::size_t size = 0;
+    auto kept = failures.rbegin();
+    while (kept != failures.rend() && size <= Limits::failureBytes)
+        size += sizeOf((kept++)->second);
+    if (kept == failures.rend())
+        return;
+    WishFailures bounded;
+    for (auto old = failures.begin(); old != kept.base(); ++old) {
+        if (bounded.empty() || bounded.back().first != old->first)
+            bounded.emplace_back(old->first, Failure{Failure::kEveryChange, WishResult::Unknown,
+                                                     QStringLiteral("the outcome is unknown")});
+    }
+    bounded.insert(bounded.end(), std::make_move_iterator(kept.base()),
+                   std::make_move_iterator(failures.end()));
+    failures = std::move(bounded);
+}
 
 } // namespace
 
@@ -33,6 +62,7 @@ void OwnerChannel::Append(const Entry& entry)
                        }));
         for (const Failure& failure : entry.failures)
             failures.emplace_back(entry.wish, failure);
+        boundFailures(failures);
     }
     Bytes encoded = EncodeEntry(entry);
     m_bytes += encoded.size();

@@ -144,7 +144,13 @@ std::vector<Bytes> Topics::MirrorFilters(const QString& branch, bool collections
 
 std::vector<Bytes> Topics::OwnerFilters(const QString& branch) const
 {
-    return {Live(branch), Beat(branch), ofBranch(branch) + "/up/#", m_prefix + "/c/#"};
+    return {Live(branch), Beat(branch), UpFilter(branch), m_prefix + "/c/#"};
+}
+
+bool Topics::IsReadOf(const QString& branch, const Bytes& filter) const
+{
+    const Bytes start = ofBranch(branch) + '/';
+    return filter.compare(0, start.size(), start) == 0 && filter.compare(start.size(), 3, "up/") != 0;
 }
 
 std::optional<Topic> Topics::Parse(const Bytes& topic) const

@@ -41,12 +41,15 @@ public:
     Bytes Up(const QString& branch, const Bytes& user, const QUuid& session) const;
     Bytes Presence(const Bytes& user, const QUuid& session) const;
 
-    /// Filters: all parts of a channel's state; what a mirror follows for good, of one branch or (empty) of
-    /// all; what an owner does.
+    /// Filters: what all writers say to an owner; all parts of a channel's state; what a mirror follows for
+    /// good, of one branch or (empty) of all; what an owner does.
+    Bytes UpFilter(const QString& branch) const { return ofBranch(branch) + "/up/#"; }
     Bytes StateFilter(const QString& branch, quint16 channel) const;
     std::vector<Bytes> MirrorFilters(const QString& branch = QString(), bool collections = true) const;
     std::vector<Bytes> OwnerFilters(const QString& branch) const;
 
+    /// Whether a filter of MirrorFilters() or StateFilter() concerns this branch and no other.
+    bool IsReadOf(const QString& branch, const Bytes& filter) const;
     /// Nothing for a topic that is none of these.
     std::optional<Topic> Parse(const Bytes& topic) const;
 

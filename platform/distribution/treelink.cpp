@@ -119,11 +119,21 @@ void TreeLink::withdraw(const QString& branch)
     });
     if (found == m_published.end())
         return;
-    const PublishedBranch own = (*found)->GetBranch();
-    const QUuid ended = (*found)->GetOwner().GetEpoch();
-    m_published.erase(found);
     if (m_mirrors)
-        m_mirrors->Readmit(own, ended);
+        m_mirrors->Readmit((*found)->GetBranch(), (*found)->GetOwner().GetEpoch());
+    m_leaving.push_back(std::move(*found));
+    m_published.erase(found);
+    QTimer::singleShot(0, this, &TreeLink::deleteLeaving);
+}
+
+/// Later, for a program may withdraw a branch when it is told something of it.
+void TreeLink::deleteLeaving()
+{
+    m_leaving.erase(std::remove_if(m_leaving.begin(), m_leaving.end(),
+                                   [](const auto& publisher) { return !publisher->IsBusy(); }),
+                    m_leaving.end());
+    if (!m_leaving.empty())
+        QTimer::singleShot(100, this, &TreeLink::deleteLeaving);
 }
 
 void TreeLink::mirror(const QStringList& branches)

@@ -99,6 +99,7 @@ Q_SIGNALS:
 private:
     friend class TreeRecorder;
     void restoreCollection(const QString& path);
+    void deleteLeaving();
     bool areLive(const QStringList& branches) const;
 
     const LinkOptions m_options;
@@ -107,6 +108,7 @@ private:
     std::unique_ptr<StatePacker> m_packer;
     std::unique_ptr<MirrorLink> m_mirrors; ///< null until mirror() is called
     std::vector<std::unique_ptr<BranchPublisher>> m_published;
+    std::vector<std::unique_ptr<BranchPublisher>> m_leaving; ///< withdrawn, perhaps by who was told of them
 };
 
 } // namespace distribution

@@ -9,6 +9,11 @@ namespace distribution {
 
 namespace {
 
+/// Of present ones: each costs memory.
+constexpr std::size_t kMostPresent = 10000;
+/// After a loss nobody is present until he has said so again.
+constexpr qint64 kSilenceMs = 20000;
+
 enum eTracePoint : int { eForeignSession = 1, eTooManyWriters = 2 };
 constexpr Startup::TraceSource kTrace("platform/distribution/wishdesk", Startup::eTraceWarning);
 
@@ -35,6 +40,10 @@ void WishDesk::SetPresence(const Topic& topic, const Bytes& payload, qint64 nowM
 {
     if (!isOwnSession(topic, nowMs))
         return;
+    if (!payload.empty() && m_present.size() >= kMostPresent && m_present.count(topic.session) == 0) {
+        m_complaints(kTrace, eTooManyWriters, QStringLiteral("too many clients"), nowMs);
+        return;
+    }
     m_leases.SetPresent(topic.session, !payload.empty(), nowMs);
     const auto presence = payload.empty() ? std::nullopt : DecodePresence(payload);
     if (presence)
@@ -45,8 +54,8 @@ void WishDesk::SetPresence(const Topic& topic, const Bytes& payload, qint64 nowM
 
 bool WishDesk::isOwnSession(const Topic& topic, qint64 nowMs)
 {
-    const auto user = m_users.find(topic.session);
-    if (user == m_users.end() || user->second == topic.user)
+    const auto known = m_known.find(topic.session);
+    if (known == m_known.end() || known->second.user == topic.user)
         return true;
     m_complaints(
         kTrace, eForeignSession,
@@ -55,30 +64,39 @@ bool WishDesk::isOwnSession(const Topic& topic, qint64 nowMs)
     return false;
 }
 
-bool WishDesk::Admits(const OwnerChannel& channel, const Topic& topic, qint64 nowMs)
+bool WishDesk::Admits(const OwnerChannel& channel, const Topic& topic, quint64 wish, qint64 nowMs)
 {
-    if (!isOwnSession(topic, nowMs))
+    const SessionNumber* const session = channel.FindSession(topic.session);
+    if (wish != (session ? session->wish : 0) + 1 || !isOwnSession(topic, nowMs))
         return false;
-    if (channel.FindSession(topic.session) || channel.CountSessions() < Limits::sessions) {
-        m_users[topic.session] = topic.user;
-        return true;
+    if (!session && channel.CountSessions() >= Limits::sessions && !makeRoom(channel, nowMs))
+        return false;
+    m_known[topic.session] = {topic.user, nowMs};
+    return true;
+}
+
+bool WishDesk::makeRoom(const OwnerChannel& channel, qint64 nowMs)
+{
+    auto oldest = m_known.end();
+    for (auto known = m_known.begin(); known != m_known.end(); ++known) {
+        const bool mayGo = channel.FindSession(known->first) && !m_leases.IsPresent(known->first) &&
+                           nowMs - known->second.usedMs >= kSilenceMs;
+        if (mayGo && (oldest == m_known.end() || known->second.usedMs < oldest->second.usedMs))
+            oldest = known;
     }
-    const auto gone = std::find_if(m_users.begin(), m_users.end(),
-                                   [this](const auto& known) { return !m_leases.IsPresent(known.first); });
-    if (gone == m_users.end()) {
+    if (oldest == m_known.end()) {
         m_complaints(kTrace, eTooManyWriters, QStringLiteral("too many writers"), nowMs);
         return false;
     }
     for (const auto& other : m_channels)
-        other.second->ForgetSession(gone->first);
-    m_users.erase(gone);
-    m_users[topic.session] = topic.user;
+        other.second->ForgetSession(oldest->first);
+    m_known.erase(oldest);
     return true;
 }
 
-WishDesk::Review WishDesk::Look(const Topic& topic, const OwnerChannel& channel,
-                                const WishMessage& wish) const
+WishDesk::Review WishDesk::Look(const Topic& topic, const OwnerChannel& channel, const WishMessage& wish)
 {
+    m_adding.clear();
     Review review;
     review.writer = {topic.user, topic.session, {}, {}};
     const auto present = m_present.find(topic.session);
@@ -90,6 +108,8 @@ WishDesk::Review WishDesk::Look(const Topic& topic, const OwnerChannel& channel,
     for (const Change& change : wish.changes) {
         Failure objection = objectionTo(review.writer, channel, change);
         if (objection.result == WishResult::Executed) {
+            if (change.operation == Operation::Add)
+                m_adding.insert(change.path);
             review.changes.push_back(change);
             review.indices.push_back(index);
         } else {
@@ -107,8 +127,7 @@ Failure WishDesk::objectionTo(const Writer& writer, const OwnerChannel& channel,
     const auto refused = [&change](const QString& reason) {
         return Failure{0, WishResult::Refused, change.path + QStringLiteral(": ") + reason};
     };
-    if (std::none_of(m_roots.begin(), m_roots.end(),
-                     [&change](const QString& root) { return IsAtOrBelow(change.path, root); }))
+    if (!IsAtOrBelow(change.path, m_roots))
         return refused(QStringLiteral("not part of the branch"));
     if (change.operation == Operation::Add && IsCollection(change.type))
         return refused(QStringLiteral("collections are made by their owner"));
@@ -118,13 +137,20 @@ Failure WishDesk::objectionTo(const Writer& writer, const OwnerChannel& channel,
         return refused(QStringLiteral("belongs to another channel"));
     if (BytesOf(change.content).size() > Limits::valueBytes)
         return refused(QStringLiteral("too large to be shared"));
+    const ItemTable::Item* const item = channel.Items().Find(change.path);
+    // To add what is there is to set it.
+    const bool isSet = change.operation == Operation::Add && change.type != 0 && item;
     const bool compare = change.base != 0;
-    const bool ownItem = m_leases.Holds(writer.session, change.path);
-    const IWritePolicy::Request request{writer,  change.path, change.operation,
-                                        compare, ownItem,     BytesOf(change.content)};
+    const IWritePolicy::Request request{writer,
+                                        change.path,
+                                        isSet ? Operation::Set : change.operation,
+                                        compare,
+                                        isOwnItem(writer, change),
+                                        BytesOf(change.content)};
     if (!m_policy->Allows(request))
         return refused(m_policy->WhyNot(request));
-    const ItemTable::Item* const item = channel.Items().Find(change.path);
+    if (change.operation == Operation::Add && !item && channel.Items().Size() >= Limits::items)
+        return refused(QStringLiteral("there are too many items already"));
     if (compare && item && item->changedAt > change.base && item->changedBy != writer.session)
         return {0, WishResult::Conflict,
                 change.path + QStringLiteral(": changed by somebody else meanwhile")};
@@ -145,7 +171,19 @@ IOwnedTree::Executed WishDesk::Execute(const Review& review, IOwnedTree& tree) c
     return executed;
 }
 
-void WishDesk::NoteAuthor(OwnerChannel& channel, const Review& review, qint64 nowMs)
+/// Added by the session, in this wish or earlier. A program that was started anew finds the items of its
+/// former life, whose time is not up yet.
+bool WishDesk::isOwnItem(const Writer& writer, const Change& change) const
+{
+    if (m_adding.contains(change.path) || m_leases.Holds(writer.session, change.path))
+        return true;
+    const auto former = m_known.find(m_leases.HolderOf(change.path));
+    return change.operation == Operation::Add && former != m_known.end() &&
+           former->second.user == writer.user;
+}
+
+void WishDesk::NoteAuthor(OwnerChannel& channel, const Review& review, const QSet<QString>& added,
+                          qint64 nowMs)
 {
     const QUuid& session = review.writer.session;
     for (const Change& change : review.changes) {
@@ -153,7 +191,9 @@ void WishDesk::NoteAuthor(OwnerChannel& channel, const Review& review, qint64 no
         ItemTable::Item* const item = items.Find(items.IdOf(change.path));
         if (!item)
             continue;
-        if (change.operation == Operation::Add)
+        const bool isLeased = !m_leases.HolderOf(change.path).isNull();
+        if (change.operation == Operation::Add &&
+            (added.contains(change.path) || (isLeased && isOwnItem(review.writer, change))))
             m_leases.Add(session, change.path, nowMs);
         if (change.content && item->changedAt == channel.GetNewest() &&
             BytesOf(item->content) == *change.content)

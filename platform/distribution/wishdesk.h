@@ -6,6 +6,7 @@
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QUuid>
@@ -33,9 +34,9 @@ public:
     void OnUp(qint64 nowMs);
     /// A message about a writer's presence.
     void SetPresence(const Topic& topic, const Bytes& payload, qint64 nowMs);
-    /// Whether wishes of the topic's session are dealt with: it belongs to the user who used it first. When
-    /// there are too many, one that is not present makes room.
-    bool Admits(const OwnerChannel& channel, const Topic& topic, qint64 nowMs);
+    /// Whether this is the next wish of the topic's session, which belongs to the user who used it first.
+    /// When there are too many sessions, those make room that are not present and have been silent longest.
+    bool Admits(const OwnerChannel& channel, const Topic& topic, quint64 wish, qint64 nowMs);
 
     /// What of a wish may be executed.
     struct Review
@@ -45,19 +46,28 @@ public:
         std::vector<quint32> indices; ///< of these changes in the wish
         Failures failures;            ///< of the others
     };
-    Review Look(const Topic& topic, const OwnerChannel& channel, const WishMessage& wish) const;
+    Review Look(const Topic& topic, const OwnerChannel& channel, const WishMessage& wish);
     /// Executes what may be. All that has failed, this included, is among the result's failures.
     IOwnedTree::Executed Execute(const Review& review, IOwnedTree& tree) const;
-    /// The wish has an entry: what its session has added is leased to it, and a value that holds what it
-    /// wished for is its own when it compares.
-    void NoteAuthor(OwnerChannel& channel, const Review& review, qint64 nowMs);
+    /// The wish has an entry: what its session has added, or has of a former session of its user, is leased
+    /// to it, and a value that holds what it wished for is its own when it compares. `added`: paths of all
+    /// items that came with it.
+    void NoteAuthor(OwnerChannel& channel, const Review& review, const QSet<QString>& added, qint64 nowMs);
     /// Calls `tell` with what came of each change of the wish.
     using Tell = std::function<void(const Writer& writer, const Change& change, const Failure& failure)>;
     static void TellAll(const Review& review, const WishMessage& wish, const Failures& failures,
                         const Tell& tell);
 
 private:
+    /// A session that has made wishes.
+    struct Known
+    {
+        Bytes user;
+        qint64 usedMs = 0; ///< time of its last wish
+    };
     bool isOwnSession(const Topic& topic, qint64 nowMs);
+    bool makeRoom(const OwnerChannel& channel, qint64 nowMs);
+    bool isOwnItem(const Writer& writer, const Change& change) const;
     Failure objectionTo(const Writer& writer, const OwnerChannel& channel, const Change& change) const;
 
     const Channels& m_channels;
@@ -65,7 +75,8 @@ private:
     const QStringList m_roots;
     const std::unique_ptr<IWritePolicy> m_policy;
     Leases m_leases;
-    std::map<QUuid, Bytes> m_users; ///< of the sessions that have made wishes
+    std::map<QUuid, Known> m_known;
+    QSet<QString> m_adding; ///< items of the wish that is looked at
     std::map<QUuid, PresenceMessage> m_present;
     Complaints m_complaints;
 };

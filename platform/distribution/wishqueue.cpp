@@ -10,8 +10,6 @@ namespace {
 constexpr qint64 kResendMs = 1000;
 /// Contents on their way at once, so that a resend does not flood the broker.
 constexpr std::size_t kWindowBytes = 1U << 20U;
-/// What a change takes beside its content, roughly.
-constexpr std::size_t kChangeBytes = 100;
 
 } // namespace
 
@@ -20,7 +18,7 @@ const OpenWish& WishQueue::Add(Changes changes, qint64 nowMs)
     OpenWish wish;
     wish.number = ++m_last;
     for (const Change& change : changes)
-        wish.bytes += kChangeBytes + BytesOf(change.content).size();
+        wish.bytes += BoundOf(change);
     wish.changes = std::move(changes);
     wish.madeMs = nowMs;
     m_bytes += wish.bytes;
@@ -70,9 +68,9 @@ OpenWish WishQueue::giveUp(OpenWish& wish)
     return given;
 }
 
-std::vector<WishMessage> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qint64 nowMs)
+std::vector<DueWish> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qint64 timeoutMs, qint64 nowMs)
 {
-    std::vector<WishMessage> due;
+    std::vector<DueWish> due;
     const bool all = nowMs >= m_resendMs;
     m_mayHaveRoom = false;
     std::size_t bytes = 0;
@@ -86,7 +84,10 @@ std::vector<WishMessage> WishQueue::TakeDue(const QUuid& epoch, quint16 channel,
             continue;
         wish.sent = true;
         m_sentUpTo = std::max(m_sentUpTo, wish.number);
-        due.push_back({epoch, channel, wish.number, wish.changes});
+        // One that was given up is a mere number, which may come at any time.
+        const qint64 leftMs = wish.givenUp ? timeoutMs : wish.madeMs + timeoutMs - nowMs;
+        due.push_back(
+            {{epoch, channel, wish.number, wish.changes}, static_cast<quint32>(std::max<qint64>(leftMs, 1))});
     }
     if (all || due.size() == m_wishes.size())
         m_resendMs = nowMs + kResendMs;

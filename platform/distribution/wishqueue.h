@@ -19,6 +19,12 @@ struct OpenWish
     bool givenUp = false;
 };
 
+struct DueWish
+{
+    WishMessage message;
+    quint32 expiryMs = 0; ///< for the broker
+};
+
 /// The wishes of one channel in one epoch that the owner has not dealt with, oldest first.
 class WishQueue
 {
@@ -38,8 +44,8 @@ public:
     std::optional<OpenWish> GiveUpNext(qint64 nowMs, qint64 timeoutMs);
 
     /// Wishes that are to be sent now, and that are taken for sent then: those that never were and, once a
-    /// second, all; never more than the owner remembers.
-    std::vector<WishMessage> TakeDue(const QUuid& epoch, quint16 channel, qint64 nowMs);
+    /// second, all; never more than the owner remembers. They expire when GiveUpNext() gives them up.
+    std::vector<DueWish> TakeDue(const QUuid& epoch, quint16 channel, qint64 timeoutMs, qint64 nowMs);
     /// Sent again as soon as possible.
     void SendAnew() { m_resendMs = 0; }
     /// When TakeDue() has something again, and when GiveUpNext() has.

@@ -116,11 +116,11 @@ public:
         tell(SetChange(path, MakeContent(content)));
         return true;
     }
-    void ApplyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own) override
+    bool ApplyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own) override
     {
         const auto found = items.find(path);
         if (found == items.end())
-            return;
+            return true;
         auto& map = found->second.map;
         forEachCommand(commands, [&](char kind, const Bytes& key, const Bytes& item) {
             if (kind == 'C') {
@@ -131,6 +131,7 @@ public:
             }
         });
         tell(Commands(path, commands));
+        return true;
     }
     void ApplyState(const QString& path, qint32 type, const Bytes& state,
                     const std::vector<Content>& own) override

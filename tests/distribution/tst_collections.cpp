@@ -65,9 +65,9 @@ public:
     {
         return m_mirrored.ApplySplice(path, splice);
     }
-    void ApplyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own) override
+    bool ApplyCommands(const QString& path, const Bytes& commands, const values::PendingChanges& own) override
     {
-        m_mirrored.ApplyCommands(path, commands, own);
+        return m_mirrored.ApplyCommands(path, commands, own);
     }
     void ApplyState(const QString& path, qint32 type, const Bytes& state,
                     const std::vector<Content>& own) override

@@ -1,0 +1,111 @@
+#include <distribution/mirrorchannel.h>
+
+#include <algorithm>
+#include <utility>
+
+/// \file
+/// The program's own changes of a channel, on their way to the owner and back.
+
+namespace distribution {
+
+namespace {
+
+constexpr std::size_t kWishBytes = 256U << 10U; ///< what is gathered in one wish
+/// Room that the owner's entry needs beside what was wished for.
+constexpr std::size_t kRoomBytes = 64U << 10U;
+constexpr std::size_t kQueuedBytes = 16U << 20U;
+
+} // namespace
+
+void MirrorChannel::Wish(Changes changes, qint64 nowMs)
+{
+    const std::size_t maximum =
+        std::min(kWishBytes, m_mirror.m_maximumPayload - std::min(m_mirror.m_maximumPayload, kRoomBytes));
+    Changes part;
+    std::size_t bytes = 0;
+    for (Change& change : changes) {
+        const std::size_t size = BoundOf(change);
+        // What the program has seen is the content of another epoch.
+        if (change.compare && m_number == 0) {
+            Fail({change}, WishResult::Restarted,
+                 change.path + QStringLiteral(": the owner's content is not here yet"));
+            continue;
+        }
+        if (BytesOf(change.content).size() > Limits::valueBytes ||
+            size + kRoomBytes > m_mirror.m_maximumPayload) {
+            Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
+            continue;
+        }
+        if (!part.empty() && (bytes + size > maximum || part.size() == Limits::wishChanges)) {
+            addWish(std::exchange(part, {}), nowMs);
+            bytes = 0;
+        }
+        bytes += size;
+        part.push_back(std::move(change));
+    }
+    if (!part.empty())
+        addWish(std::move(part), nowMs);
+}
+
+void MirrorChannel::addWish(Changes changes, qint64 nowMs)
+{
+    if (m_own.Wishes().GetBytes() > kQueuedBytes)
+        Fail(changes, WishResult::Overflow, QStringLiteral("too many changes wait for the owner"));
+    else
+        m_own.Add(std::move(changes), m_number, nowMs);
+}
+
+void MirrorChannel::report(const OpenWish& wish, const Failures& failures)
+{
+    for (std::size_t i = 0; i < wish.changes.size(); ++i) {
+        const Change& change = wish.changes[i];
+        const auto failure = std::find_if(failures.begin(), failures.end(), [i](const Failure& candidate) {
+            return candidate.index == i || candidate.index == Failure::kEveryChange;
+        });
+        if (failure != failures.end())
+            m_mirror.failed({failure->result, failure->reason, change, truthOf(change.path)});
+        else
+            m_mirror.tellAuthor(change, WishResult::Executed);
+    }
+}
+
+Content MirrorChannel::truthOf(const QString& path) const
+{
+    const ItemTable::Item* const item = m_items.Find(path);
+    return item ? item->Whole() : nullptr;
+}
+
+void MirrorChannel::reportAll(const OpenWish& wish, WishResult result, const QString& reason)
+{
+    for (const Change& change : wish.changes)
+        m_mirror.failed({result, change.path + QStringLiteral(": ") + reason, change, nullptr});
+}
+
+void MirrorChannel::Fail(const Changes& changes, WishResult result, const QString& reason)
+{
+    for (const Change& change : changes) {
+        m_mirror.failed({result, reason, change, nullptr});
+        if (m_channel != 0)
+            NeedState(m_number);
+        else
+            showTruth(change.path);
+    }
+}
+
+void MirrorChannel::GiveUpOld(qint64 nowMs)
+{
+    Paths ended;
+    while (const auto wish = m_own.GiveUpNext(nowMs, m_mirror.m_settings.wishTimeoutMs, ended)) {
+        if (wish->sent)
+            reportAll(*wish, WishResult::Unknown,
+                      QStringLiteral("not answered in time, the outcome is unknown"));
+        else
+            reportAll(*wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
+        if (m_channel != 0)
+            NeedState(m_number);
+        for (const QString& path : std::exchange(ended, {}))
+            showTruth(path);
+    }
+}
+
+} // namespace distribution
