@@ -216,8 +216,10 @@ void BranchMirror::apply(const Change& change)
     takeLocal();
     const bool isRemoval = change.operation == Operation::Remove;
     const bool isHidden = m_sentinelHidden && change.path == m_live.sentinel;
-    // What lies in places that the owner has given up is gone already.
-    if (isRemoval ? !IsAtOrBelow(change.path, m_live.roots) : isHidden || !covers(change.path))
+    // What lies in places that the owner has given up is gone already. Before any owner is known only the
+    // program's own changes are taken back.
+    const bool isGone = !m_live.epoch.isNull() && !IsAtOrBelow(change.path, m_live.roots);
+    if (isRemoval ? isGone : isHidden || !covers(change.path))
         return;
     m_tree.Apply(change);
     if (!isRemoval)

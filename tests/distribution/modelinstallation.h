@@ -31,11 +31,16 @@ inline Change add(const QString& path, const Bytes& content)
     return AddChange(path, ModelTree::text, MakeContent(content));
 }
 
-/// Lets everybody but one write.
-class NoSuchUser final : public IWritePolicy
+/// Lets everybody but one write, and on the shelf only what is one's own.
+class ModelPolicy final : public IWritePolicy
 {
 public:
-    bool Allows(const Request& request) const override { return request.writer.user != "guest"; }
+    bool Allows(const Request& request) const override
+    {
+        const bool isShelf = request.path.startsWith(root + QStringLiteral("/shelf/"));
+        return request.writer.user != "guest" &&
+               (!isShelf || request.ownItem || request.operation == Operation::Add);
+    }
 };
 
 /// An owner and two mirrors of its branch.
@@ -69,7 +74,7 @@ struct Installation
                 if (fill)
                     fill(tree);
             },
-            std::make_unique<NoSuchUser>(), payload);
+            std::make_unique<ModelPolicy>(), payload);
         world.Add(owner.get());
     }
     MirrorPeer& StartMirror(const Bytes& user)

@@ -77,6 +77,9 @@ public:
         for (std::size_t i = 0; i < changes.size(); ++i) {
             Change change = changes[i];
             change.byWish = change.operation == Operation::Announce;
+            // To add what is there is to set it.
+            if (change.operation == Operation::Add && change.type == text && items.count(change.path) > 0)
+                change.operation = Operation::Set;
             if (!Do(change)) {
                 result.failures.push_back({static_cast<quint32>(i), WishResult::Refused, change.path});
                 continue;

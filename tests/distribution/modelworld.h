@@ -27,6 +27,7 @@ public:
     qint64 wakeAtMs = kNever;
     std::map<TopicKind, int> published;       ///< messages
     std::map<TopicKind, std::size_t> largest; ///< of their payloads
+    quint32 expiryMs = 0;                     ///< of the last one
 
 protected:
     void perform(Output out)
@@ -43,6 +44,7 @@ protected:
             const TopicKind kind = topics.Parse(publication.topic)->kind;
             largest[kind] = std::max(largest[kind], publication.payload.size());
             ++published[kind];
+            expiryMs = publication.expiryMs;
             carrier.Publish(std::move(publication));
         }
         wakeAtMs = out.wakeAtMs;

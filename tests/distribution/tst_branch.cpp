@@ -185,6 +185,12 @@ private Q_SLOTS:
         QVERIFY(all.Same());
         QVERIFY2(all.owner->largest[TopicKind::Log] <= 256,
                  std::to_string(all.owner->largest[TopicKind::Log]).c_str());
+        // Many small ones go in as many wishes as the broker takes.
+        for (int i = 0; i < 20; ++i)
+            all.A().Do(add(root + QStringLiteral("/many%1").arg(i), Bytes(9000, 'm')));
+        all.world.Run(100);
+        QVERIFY(all.A().largest[TopicKind::Up] < 100000);
+        QCOMPARE(all.owner->tree.At(root + QStringLiteral("/many19")).size(), std::size_t(9000));
         // A writer's text is not cut into parts.
         all.A().Do(set(first, Bytes(100000, 'x')));
         all.world.Run(10);

@@ -218,6 +218,9 @@ private Q_SLOTS:
         row("an entry's delta", topics.Log(branch, 0), log(delta), "does not fit", 2);
         row("wish", up, "\5garbage", "a malformed message of mallory", 1);
         row("a wish's path", up, wish(QStringLiteral("no path")), "a malformed message of mallory", 1);
+        row("a wish of very many changes", up,
+            Encode(WishMessage{idOf(1), 0, 1, Changes(Limits::wishChanges + 1, set(second, "half"))}),
+            "a malformed message of mallory", 1);
         row("leave in another's name", topics.Presence("mallory", idOf(100)), "",
             "user mallory speaks under the session of another", 1);
     }
@@ -253,6 +256,119 @@ private Q_SLOTS:
         QVERIFY(all.Same());
     }
 
+    /// An owner that writes into another branch's place changes nothing there, whatever it says.
+    void outsideTheRoots()
+    {
+        Installation all;
+        const QString theirs = QStringLiteral("/s/x"), list = QStringLiteral("/s/list");
+        all.A().tree.items[theirs].content = "theirs";
+        all.A().tree.items[list] = {ModelTree::collection, Bytes(), {{"k", "theirs"}}};
+        const Startup::TraceRecorder traces;
+        all.owner->Do(add(theirs, "mine"));
+        all.owner->Do(AddChange(list, ModelTree::collection, nullptr));
+        all.world.Run(10);
+        all.owner->Do(set(theirs, "changed"));
+        all.owner->Do(ModelTree::Commands(list, "Sk=mine;"));
+        all.world.Run(10);
+        all.owner->Do(RemoveChange(theirs));
+        all.owner->Do(RemoveChange(list));
+        all.world.Run(10);
+        LiveMessage live;
+        live.epoch = idOf(1);
+        live.roots = QStringList{root};
+        live.sentinel = theirs;
+        all.Intrude(Topics().Live(QStringLiteral("S1")), Encode(live));
+        all.KillOwner(true);
+        all.world.Run(20000);
+        QCOMPARE(all.StateOfA(), BranchState::Lost);
+        QCOMPARE(all.A().tree.At(theirs), Bytes("theirs"));
+        QCOMPARE(all.A().tree.At(list, "k"), Bytes("theirs"));
+        QVERIFY(traces.count(QStringLiteral("outside its roots")) > 0);
+    }
+
+    /// What writers do costs an owner only so much, and its state can be read by who joins then.
+    void manyWriters()
+    {
+        Installation all;
+        const Topics topics;
+        const auto wish = [&](uint session, const Bytes& user, quint64 number, const Changes& changes) {
+            all.Intrude(topics.Up(QStringLiteral("S1"), user, idOf(session)),
+                        Encode(WishMessage{idOf(1), 0, number, changes}));
+        };
+        for (quint64 number = 1; number <= 100; ++number)
+            wish(5000, "guest", number, Changes(Limits::wishChanges, set(first, "no")));
+        for (uint session = 0; session < Limits::sessions; ++session)
+            wish(10000 + session, "u", 1, {set(first, std::to_string(session).c_str())});
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::sessions - 2)));
+        all.world.Run(30000);
+        wish(20000, "u", 1, {set(first, "one more")});
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(first), Bytes("one more"));
+        const auto sessions = all.owner->owner->GetSnapshot(0).sessions;
+        QCOMPARE(sessions.size(), Limits::sessions);
+        for (const SessionNumber& session : sessions)
+            QVERIFY(session.failures.size() < 10000);
+        MirrorPeer& late = all.StartMirror("late");
+        all.world.Run(5000);
+        QCOMPARE(late.mirror->GetState(), BranchState::Live);
+        QCOMPARE(late.tree.Dump(), all.owner->tree.Dump());
+    }
+
+    /// Whose an item is.
+    void ownItems()
+    {
+        Installation all;
+        const QString mine = root + QStringLiteral("/shelf/mine"),
+                      owners = root + QStringLiteral("/shelf/own");
+        const auto wish = [&](const Bytes& user, uint session, quint64 number, const Change& change) {
+            all.Intrude(Topics().Up(QStringLiteral("S1"), user, idOf(session)),
+                        Encode(WishMessage{idOf(1), 0, number, {change}}));
+            all.world.Run(10);
+        };
+        all.owner->Do(add(owners, "owner's"));
+        all.A().Do(add(mine, "1"));
+        all.A().Do(set(mine, "2"));
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(mine), Bytes("2"));
+        QVERIFY(all.A().tree.failed.empty());
+        wish("another", 300, 1, add(mine, "3"));
+        wish("another", 300, 2, add(owners, "3"));
+        QCOMPARE(all.owner->tree.At(mine), Bytes("2"));
+        QCOMPARE(all.owner->tree.At(owners), Bytes("owner's"));
+        wish("operator", 301, 1, add(mine, "4")); // the next life of that program
+        QCOMPARE(all.owner->tree.At(mine), Bytes("4"));
+        all.world.Run(60000);
+        QCOMPARE(all.owner->tree.At(mine), Bytes("none"));
+        QCOMPARE(all.owner->tree.At(owners), Bytes("owner's"));
+    }
+
+    /// What is heard of lives that come and go is taken for what it proves.
+    void livesHeardOf()
+    {
+        Installation all;
+        const Bytes topic = Topics().Live(QStringLiteral("S1"));
+        LiveMessage live;
+        live.epoch = idOf(1);
+        live.roots = QStringList{root};
+        live.sentinel = sentinel;
+        all.KillOwner(true);
+        all.world.Run(4000);
+        QCOMPARE(all.StateOfA(), BranchState::Lost);
+        all.Intrude(topic, Encode(live));
+        all.world.Run(100);
+        QCOMPARE(all.StateOfA(), BranchState::Lost); // without a beat
+        // A whole life, while A was away.
+        all.world.broker.Cut(all.A().carrier, 60000);
+        all.StartOwner(2);
+        all.world.Run(20000);
+        all.owner->Withdraw(all.world.now);
+        all.world.Remove(all.owner.get());
+        all.world.Run(60000);
+        QCOMPARE(all.StateOfA(), BranchState::Withdrawn);
+        QVERIFY(all.A().tree.items.empty());
+    }
+
     void timeOutAndSleep()
     {
         Installation all;
@@ -263,6 +379,7 @@ private Q_SLOTS:
         all.A().Do(set(first, "mine"));
         all.world.Run(9999);
         QCOMPARE(all.A().tree.At(first), Bytes("mine"));
+        QVERIFY(all.A().expiryMs <= 1000); // what is sent again does not live longer
         all.world.Run(2);
         QCOMPARE(all.A().tree.failed.back().result, WishResult::Unknown);
         QCOMPARE(all.A().tree.At(first), Bytes("a"));

@@ -163,6 +163,16 @@ private Q_SLOTS:
         next.set("Resources", QStringLiteral("answered"));
         QTRY_COMPARE_WITH_TIMEOUT(server->text("Resources"), QStringLiteral("answered"), kPatience);
         QCOMPARE(server->failures + next.failures, QStringList());
+        // Who cannot have the name gives it up the moment he hears of it.
+        MapSide rival(*broker);
+        rival.join();
+        QSignalSpy failed(rival.link.get(), &TreeLink::si_PublicationFailed);
+        connect(rival.link.get(), &TreeLink::si_PublicationFailed, rival.link.get(),
+                [&](const QString& branch) { rival.link->withdraw(branch); });
+        rival.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
+                            std::make_unique<OpenPolicy>());
+        QVERIFY(failed.wait(kPatience));
+        QTRY_VERIFY(rival.link->branches().isEmpty());
     }
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
     /// aloud, and nobody sees anything vanish that is still there.
