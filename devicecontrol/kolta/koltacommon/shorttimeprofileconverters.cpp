@@ -63,33 +63,32 @@ void readSettings(ShortTimeProfile& profile, const ShortTimeSettings& settings)
     if (hasStart || hasStop) {
         profile.frequencyMin = wholeHz(settings.GetRangeStartFrequency());
         profile.frequencyMax = wholeHz(settings.GetRangeStopFrequency());
-        profile.useFrequency = settings.IsUseRangeSet() ? settings.GetUseRange() : hasStart && hasStop;
     }
+    profile.useFrequency = settings.IsUseRangeSet() ? settings.GetUseRange() : hasStart && hasStop;
     const bool hasShortest = settings.IsSignalLengthMinSet();
     const bool hasLongest = settings.IsSignalLengthMaxSet();
     if (hasShortest || hasLongest) {
         profile.durationMin = settings.GetSignalLengthMin();
         profile.durationMax = settings.GetSignalLengthMax();
-        profile.useDuration =
-            settings.IsUseSignalLengthSet() ? settings.GetUseSignalLength() : hasShortest && hasLongest;
     }
+    profile.useDuration =
+        settings.IsUseSignalLengthSet() ? settings.GetUseSignalLength() : hasShortest && hasLongest;
     if (settings.IsBandwidthMinSet() && settings.IsBandwidthMaxSet()) {
         profile.bandwidthMin = settings.GetBandwidthMin();
         profile.bandwidthMax = settings.GetBandwidthMax();
         profile.useBandwidth = !settings.IsUseBandwidthSet() || settings.GetUseBandwidth();
     }
-    if (settings.IsHopsPerSecondSet()) {
+    if (settings.IsHopsPerSecondSet())
         profile.hopRate = settings.GetHopsPerSecond();
-        profile.useHopRate = !settings.IsUseHopsPerSecondSet() || settings.GetUseHopsPerSecond();
-    }
+    profile.useHopRate =
+        settings.IsUseHopsPerSecondSet() ? settings.GetUseHopsPerSecond() : settings.IsHopsPerSecondSet();
 }
 
 void readSystem(ShortTimeProfile& profile, const TransmissionSystem& system)
 {
-    if (system.IsModeSet()) {
+    if (system.IsModeSet())
         profile.modulation = stringToModulationType(system.GetMode());
-        profile.useModulation = !system.IsUseModeSet() || system.GetUseMode();
-    }
+    profile.useModulation = system.IsUseModeSet() ? system.GetUseMode() : system.IsModeSet();
     if (system.IsBaudRateMinSet() && system.IsBaudRateMaxSet()) {
         profile.symbolRateMin = system.GetBaudRateMin();
         profile.symbolRateMax = system.GetBaudRateMax();
