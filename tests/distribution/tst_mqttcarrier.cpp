@@ -260,6 +260,23 @@ private Q_SLOTS:
         ::kill(static_cast<pid_t>(stopped.pid()), SIGCONT);
     }
 
+    /// A line over which nothing comes any more is noticed by its keep-alive, and mended.
+    void halfOpen()
+    {
+        QString error;
+        LocalBroker broker({});
+        QVERIFY2(broker.start(error), qPrintable(error));
+        MqttOptions options = optionsFor(broker);
+        options.keepAliveS = 5;
+        Client client(options);
+        client.open();
+        QTRY_COMPARE_WITH_TIMEOUT(client.ups, 1, kPatience);
+        ::kill(static_cast<pid_t>(broker.pid()), SIGSTOP);
+        QTRY_COMPARE_WITH_TIMEOUT(client.downs.size(), 1, 30000);
+        ::kill(static_cast<pid_t>(broker.pid()), SIGCONT);
+        QTRY_COMPARE_WITH_TIMEOUT(client.ups, 2, 30000);
+    }
+
     void rights()
     {
         QString error;
