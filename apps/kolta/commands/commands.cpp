@@ -2,21 +2,22 @@
 
 namespace KoltaCli {
 
-QVector<Command> allCommands()
+namespace {
+
+/// What talks to one server by its address.
+QVector<Command> linkCommands()
+{
+    return {describeCommand(), sendCommand(), listenCommand(), pingCommand()};
+}
+
+QVector<Command> tunerCommands()
+{
+    return {demandClassesCommand(), classesCommand(), selectCommand(), planCommand(), resourcesCommand()};
+}
+
+QVector<Command> treeCommands()
 {
     return {
-        describeCommand(),
-        sendCommand(),
-        listenCommand(),
-        pingCommand(),
-
-        demandClassesCommand(),
-        classesCommand(),
-        selectCommand(),
-        planCommand(),
-
-        resourcesCommand(),
-
 #ifdef KOLTA_WITH_DISTRIBUTION
         upCommand(),
 #endif
@@ -25,27 +26,24 @@ QVector<Command> allCommands()
 #ifdef KOLTA_WITH_DISTRIBUTION
         recordCommand(),
 #endif
-
-        statusCommand(),
-        metricsCommand(),
-        watchCommand(),
-        eventsCommand(),
-        produceCommand(),
-        productionsCommand(),
-        moveCommand(),
-        stopCommand(),
-        ownCommand(),
-        frontEndCommand(),
-        powerCommand(),
-        serverCommand(),
-
-        profilesCommand(),
-        assignmentsCommand(),
-        conversionsCommand(),
-
-        rightsCommand(),
-        helpCommand(),
     };
+}
+
+/// What looks at servers and steers them.
+QVector<Command> serverCommands()
+{
+    return {statusCommand(),   metricsCommand(),     watchCommand(),      eventsCommand(),
+            produceCommand(),  productionsCommand(), moveCommand(),       stopCommand(),
+            ownCommand(),      frontEndCommand(),    powerCommand(),      serverCommand(),
+            profilesCommand(), assignmentsCommand(), conversionsCommand()};
+}
+
+} // namespace
+
+QVector<Command> allCommands()
+{
+    return linkCommands() + tunerCommands() + treeCommands() + serverCommands() +
+           QVector<Command>{rightsCommand(), helpCommand()};
 }
 
 } // namespace KoltaCli

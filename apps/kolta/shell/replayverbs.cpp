@@ -7,8 +7,7 @@
 
 #include <distribution/replay.h>
 
-#include <QDir>
-
+#include <functional>
 #include <optional>
 
 namespace KoltaCli {
@@ -138,20 +137,19 @@ int replayFile(const CommandLine& line)
     return line.table().run(words);
 }
 
-} // namespace
-
-QVector<Command> replayVerbs(Replay* replay)
+Argument timeArgument(Argument::Count count)
 {
-    if (!replay)
-        return {};
-    const auto own = [replay](int (*verb)(const CommandLine&, Replay&)) {
-        return [replay, verb](const CommandLine& line) { return verb(line, *replay); };
-    };
-    const Argument when{"TIME",
-                        "begin, end, a time of day such as 12:03:10, with its date before it and a T or "
-                        "not, or +SECONDS and -SECONDS from here."};
-    Argument until = when;
-    until.count = Argument::eOptional;
+    Argument time{"TIME", "begin, end, a time of day such as 12:03:10, with its date before it and a T or "
+                          "not, or +SECONDS and -SECONDS from here."};
+    time.count = count;
+    return time;
+}
+
+/// Makes the run of a command from what one of these does with the recording.
+using Own = std::function<Run(int (*verb)(const CommandLine&, Replay&))>;
+
+QVector<Command> verbsOfPlaying(const Own& own)
+{
     return {{"pause",
              "let the time of the recording stand still",
              "Lets the time of the recording stand still.",
@@ -161,7 +159,7 @@ QVector<Command> replayVerbs(Replay* replay)
             {"go",
              "let the recording go on",
              "Lets the recording go on. With a TIME it waits until that is reached, and pauses there.",
-             {until},
+             {timeArgument(Argument::eOptional)},
              {},
              own(go)},
             {"step",
@@ -169,11 +167,15 @@ QVector<Command> replayVerbs(Replay* replay)
              "Plays up to the next message that is no mere sign of life, and pauses.",
              {},
              {whole("number", "number", "So many messages (1).", 1, kMostSteps, "1")},
-             own(step)},
-            {"jump",
+             own(step)}};
+}
+
+QVector<Command> verbsOfTime(const Own& own)
+{
+    return {{"jump",
              "go to another time of the recording",
              "Goes to another time of the recording, also an earlier one.",
-             {when},
+             {timeArgument(Argument::eOnce)},
              {},
              own(jump)},
             {"speed",
@@ -188,6 +190,18 @@ QVector<Command> replayVerbs(Replay* replay)
              {},
              {},
              own(position)}};
+}
+
+} // namespace
+
+QVector<Command> replayVerbs(Replay* replay)
+{
+    if (!replay)
+        return {};
+    const Own own = [replay](int (*verb)(const CommandLine&, Replay&)) {
+        return [replay, verb](const CommandLine& line) { return verb(line, *replay); };
+    };
+    return verbsOfPlaying(own) + verbsOfTime(own);
 }
 
 Command replayCommand()
