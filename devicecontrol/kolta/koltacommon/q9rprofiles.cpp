@@ -16,11 +16,11 @@ namespace VESK_Q9R {
 
 namespace {
 
-const QLatin1String rootName("ShortTimeProfiles");
-const QLatin1String profileName("Profile");
-const QLatin1String nameAttribute("name");
-const QLatin1String statusAttribute("status");
-const QLatin1String hopRateName("HopRate");
+const QLatin1String kRootName("ShortTimeProfiles");
+const QLatin1String kProfileName("Profile");
+const QLatin1String kNameAttribute("name");
+const QLatin1String kStatusAttribute("status");
+const QLatin1String kHopRateName("HopRate");
 
 constexpr qint64 kLargestFile = 64 * 1024 * 1024;
 constexpr int kMostProfiles = 250'000;
@@ -104,19 +104,19 @@ public:
 
     void read(QVector<Profile>& profiles)
     {
-        while (next(rootName) != QXmlStreamReader::StartElement) {
+        while (next(kRootName) != QXmlStreamReader::StartElement) {
         }
-        if (m_xml.name() != rootName)
-            fail(m_xml.name(), QStringLiteral("expected the root element <%1>").arg(rootName));
-        while (nextChild(rootName)) {
-            if (m_xml.name() != profileName)
-                passOver(rootName);
+        if (m_xml.name() != kRootName)
+            fail(m_xml.name(), QStringLiteral("expected the root element <%1>").arg(kRootName));
+        while (nextChild(kRootName)) {
+            if (m_xml.name() != kProfileName)
+                passOver(kRootName);
             else if (profiles.size() == kMostProfiles)
-                fail(profileName, QStringLiteral("expected at most %1 profiles").arg(kMostProfiles));
+                fail(kProfileName, QStringLiteral("expected at most %1 profiles").arg(kMostProfiles));
             else
                 readProfile(appended(profiles));
         }
-        while (next(rootName) != QXmlStreamReader::EndDocument) {
+        while (next(kRootName) != QXmlStreamReader::EndDocument) {
         }
         countRest(m_report.notes, m_passedOver);
         countRest(m_report.doubts, m_report.doubtful);
@@ -160,7 +160,7 @@ private:
     {
         const QXmlStreamReader::TokenType token = m_xml.readNext();
         if (token == QXmlStreamReader::DTD)
-            fail(rootName, QStringLiteral("expected no document type declaration"));
+            fail(kRootName, QStringLiteral("expected no document type declaration"));
         if (token == QXmlStreamReader::Invalid)
             throw Failure{QStringLiteral("line %1, column %2: <%3>: expected well-formed XML: %4")
                               .arg(m_xml.lineNumber())
@@ -202,24 +202,24 @@ private:
 
     void readProfile(Profile& profile)
     {
-        profile.name = m_xml.attributes().value(nameAttribute).toString();
+        profile.name = m_xml.attributes().value(kNameAttribute).toString();
         unsigned seen = 0;
         const auto see = [&](QLatin1String name, unsigned bit) {
             if ((seen & bit) != 0)
                 fail(name, QStringLiteral("expected at most once in a profile"));
             seen |= bit;
         };
-        while (nextChild(profileName)) {
+        while (nextChild(kProfileName)) {
             const QStringRef name = m_xml.name();
-            if (name == hopRateName) {
-                see(hopRateName, kHopRateBit);
-                readNumber(hopRateName, profile.hopRate);
+            if (name == kHopRateName) {
+                see(kHopRateName, kHopRateBit);
+                readNumber(kHopRateName, profile.hopRate);
                 continue;
             }
             const TextField* field = std::find_if(std::begin(kTextFields), std::end(kTextFields),
                                                   [&name](const TextField& f) { return name == f.name; });
             if (field == std::end(kTextFields)) {
-                passOver(profileName);
+                passOver(kProfileName);
                 continue;
             }
             see(field->name, 1u << (field - kTextFields));
@@ -270,9 +270,9 @@ private:
     qint32 statusOf(QLatin1String name) const
     {
         const QXmlStreamAttributes attributes = m_xml.attributes();
-        if (!attributes.hasAttribute(statusAttribute))
+        if (!attributes.hasAttribute(kStatusAttribute))
             return 0;
-        const QStringRef text = attributes.value(statusAttribute);
+        const QStringRef text = attributes.value(kStatusAttribute);
         bool ok = false;
         const qint32 status = text.toInt(&ok);
         if (!ok)
@@ -330,19 +330,19 @@ template<typename Text>
 void writeElement(QXmlStreamWriter& xml, QLatin1String name, qint32 status, const Text& text)
 {
     xml.writeStartElement(name);
-    xml.writeAttribute(statusAttribute, QString::number(status));
+    xml.writeAttribute(kStatusAttribute, QString::number(status));
     xml.writeCharacters(text);
     xml.writeEndElement();
 }
 
 void writeProfile(QXmlStreamWriter& xml, const Profile& profile)
 {
-    xml.writeStartElement(profileName);
+    xml.writeStartElement(kProfileName);
     if (!profile.name.isEmpty())
-        xml.writeAttribute(nameAttribute, profile.name);
+        xml.writeAttribute(kNameAttribute, profile.name);
     for (const TextField& field : kTextFields) {
         if (field.element == &Profile::modulationType)
-            writeElement(xml, hopRateName, profile.hopRate.status,
+            writeElement(xml, kHopRateName, profile.hopRate.status,
                          QString::number(profile.hopRate.value, 'g', QLocale::FloatingPointShortest));
         const TextElement& element = profile.*field.element;
         writeElement(xml, field.name, element.status, element.value);
@@ -357,7 +357,7 @@ QByteArray writeAll(const ShortTimeProfiles& profiles)
     xml.setAutoFormatting(true);
     xml.setAutoFormattingIndent(2);
     xml.writeStartDocument();
-    xml.writeStartElement(rootName);
+    xml.writeStartElement(kRootName);
     for (const Profile& profile : profiles.profiles)
         writeProfile(xml, profile);
     xml.writeEndDocument();

@@ -38,7 +38,7 @@ void ShortTimeProfileItemMap::EraseAt(QString key, IObserver* observer)
 {
     if (!Contains(key))
         return;
-    AddChange(eraseAheadKind, key);
+    AddChange(kEraseAheadKind, key);
     ItemMapWithRequests::EraseAt(std::move(key), observer);
 }
 

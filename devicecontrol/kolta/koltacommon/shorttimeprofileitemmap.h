@@ -37,7 +37,7 @@ public:
     static constexpr int type = 109;
     /// Kind of the entry that the change log gets ahead of the erasing of a profile, while it is still
     /// stored.
-    static constexpr char eraseAheadKind = '4';
+    static constexpr char kEraseAheadKind = '4';
     /// What is asked for.
     using TypeChange = Request;
 
