@@ -335,7 +335,7 @@ private Q_SLOTS:
         QVERIFY(tree.getAllClassesWithDefaultTuner(tuners.at(0)).empty());
     }
 
-    /// As deep as it may be: the default tuner of all classes is found in a moment, not in many seconds.
+    /// As deep as hostile overviews may be: no walk recurses.
     void defaultTunersOfDeepTrees()
     {
         TunerClassTree tree(TunerClassOverview(), tunersOf("a b"_s));
@@ -346,11 +346,8 @@ private Q_SLOTS:
             item->makeDefaultChild();
         }
         QVERIFY(tree.findItemByID("b"_s)->setParent(item));
-        QElapsedTimer timer;
-        timer.start();
         const auto tuners = tree.getAllDefaultTuners();
         const auto classes = tree.getAllClassesWithDefaultTuner(tree.getResources().GetTuner().at(1));
-        QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(int(tuners.size()), depth);
         QCOMPARE(int(classes.size()), depth);
         QCOMPARE(tuners.front()->getID(), "b"_s);
