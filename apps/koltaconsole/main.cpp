@@ -10,7 +10,6 @@
 #include <QApplication>
 #include <QLocale>
 #include <QTimer>
-#include <QTranslator>
 
 #include <cstdio>
 #include <cstdlib>
@@ -116,10 +115,8 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     qInstallMessageHandler(usual);
     Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
-    QTranslator texts;
     const bool isGerman = QLocale().language() == QLocale::German;
-    if (loadTexts(texts, isGerman ? QStringLiteral("de") : QStringLiteral("en")))
-        QApplication::installTranslator(&texts);
+    installTexts(isGerman ? QStringLiteral("de") : QStringLiteral("en"));
     Theme::instance().apply(options.theme);
     QString error;
     const auto session = Session::start(options, error);

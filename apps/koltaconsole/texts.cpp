@@ -1,24 +1,28 @@
 #include "texts.h"
 
+#include <startup/translation.h>
+
 #include <QString>
-#include <QTranslator>
 
 #ifdef KOLTA_WITH_TEXTS
 /// Resources of a static library are linked only where somebody asks for them, outside of any namespace.
-static void linkTexts()
+static bool linkTexts()
 {
     Q_INIT_RESOURCE(translations);
+    return true;
 }
 #else
-static void linkTexts() {}
+static bool linkTexts()
+{
+    return false;
+}
 #endif
 
 namespace KoltaConsole {
 
-bool loadTexts(QTranslator& translator, const QString& language)
+bool installTexts(const QString& language)
 {
-    linkTexts();
-    return translator.load(QStringLiteral(":/translations/koltaconsole_%1.qm").arg(language));
+    return linkTexts() && Startup::InstallTranslation(language, QStringLiteral(":/translations"));
 }
 
 } // namespace KoltaConsole

@@ -1,12 +1,11 @@
 #pragma once
 
 class QString;
-class QTranslator;
 
 namespace KoltaConsole {
 
-/// Loads the program's texts in that language, "de" or "en" (for the sake of plurals). False when the program
-/// was built without them.
-bool loadTexts(QTranslator& translator, const QString& language);
+/// Lets the program speak that language, "de" or "en" (for the sake of plurals); empty: the plain English of
+/// the sources. False when the program was built without texts.
+bool installTexts(const QString& language);
 
 } // namespace KoltaConsole

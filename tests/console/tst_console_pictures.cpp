@@ -11,7 +11,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTemporaryDir>
-#include <QTranslator>
 #include <QTreeView>
 
 using namespace KoltaConsole;
@@ -108,9 +107,7 @@ void TestPictures::everyPage()
     QFETCH(QString, language);
     QFETCH(QString, theme);
     QFETCH(bool, vanished);
-    QTranslator texts;
-    QVERIFY(loadTexts(texts, language));
-    QCoreApplication::installTranslator(&texts);
+    QVERIFY(installTexts(language));
     Theme::instance().apply(theme == QLatin1String("dark") ? Theme::Choice::Dark : Theme::Choice::Light);
     const QTemporaryDir folder;
     const QString target = qEnvironmentVariable("KOLTA_PICTURES", folder.path());
@@ -150,7 +147,7 @@ void TestPictures::everyPage()
     }
     stage.window->resize(1024, 640);
     QCOMPARE(stage.window->size(), QSize(1024, 640));
-    QCoreApplication::removeTranslator(&texts);
+    installTexts(QString());
 }
 
 KOLTA_CONSOLE_TEST(TestPictures);
