@@ -6,6 +6,7 @@
 #include <simulation/installation.h>
 #include <simulation/resourcestate.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/startstopdatastreamrecording.h>
 #include <xmlmessaging/demandclassconverter.h>
 #include <xmlmessaging/server.h>
@@ -165,7 +166,7 @@ bool RequestHandler::execute(const CMsgFragment& request, CMsgFragment& reply, L
         if (!content)
             reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("DataStream")}));
         else if (std::any_of(content->recordings.begin(), content->recordings.end(),
-                             [](const auto& recording) { return QUuid(recording.producer).isNull(); }))
+                             [](const auto& recording) { return !Kolta::isGuid(recording.producer); }))
             reply.setFaultTree(makeFault(eFaultParameterMissing, {QStringLiteral("producer")}));
     }
     return true;

@@ -61,7 +61,7 @@ std::vector<QUuid> openRequests(const Map& map)
     QSet<QUuid> logged;
     for (std::size_t i = 0; i < map.GetChangeLog().Size(); ++i) {
         const auto& entry = map.GetChangeLog().At(i);
-        const QUuid id = entry.kind == Protocol::requestKind ? QUuid(entry.key) : QUuid();
+        const QUuid id = entry.kind == Protocol::requestKind ? Kolta::guidFromText(entry.key) : QUuid();
         if (pending.count(id) == 0 || logged.contains(id))
             continue;
         logged.insert(id);

@@ -2,6 +2,7 @@
 
 #include "shellwords.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/productionorder.h>
 #include <koltacommon/shorttimeffpassignment.h>
 #include <koltacommon/shorttimeprofile.h>
@@ -77,7 +78,7 @@ QString guidText(const QUuid& guid)
 /// GUIDs without braces, which mean something to shells, and everything else as it is.
 QString thing(const QString& guidOrName)
 {
-    const QUuid guid(guidOrName);
+    const QUuid guid = Kolta::guidFromText(guidOrName);
     return guid.isNull() ? guidOrName : guidText(guid);
 }
 

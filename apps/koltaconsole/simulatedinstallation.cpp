@@ -2,6 +2,7 @@
 
 #include "options.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/productionjob.h>
@@ -152,7 +153,7 @@ void SimulatedInstallation::startProductions(const QString& address)
         if (done.state() != Operation::State::Done)
             return;
         ProductionOrder ffp = orderOf(ProductionOrder::Kind::Ffp, QString(), 98.1e6, 300e3);
-        ffp.mcp = QUuid(done.processor());
+        ffp.mcp = Kolta::guidFromText(done.processor());
         run(ffp);
     });
 }

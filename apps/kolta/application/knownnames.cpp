@@ -6,6 +6,7 @@
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/resourcedemandclassobserver.h>
@@ -153,7 +154,7 @@ QStringList namesOfProcessors(const QVector<Server*>& servers, const QString& ki
         if (kind.isEmpty() || entry.kind == kind)
             names.append(directory.find(entry.name, kind, problem)
                              ? entry.name
-                             : QUuid(entry.guid).toString(QUuid::WithoutBraces));
+                             : Kolta::guidFromText(entry.guid).toString(QUuid::WithoutBraces));
     }
     return names;
 }

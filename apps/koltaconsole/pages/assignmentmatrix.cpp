@@ -2,6 +2,7 @@
 
 #include "shorttimemaps.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
@@ -86,7 +87,7 @@ void AssignmentMatrix::refresh()
             shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments")) {
         for (const auto& entry : map->data()) {
             const auto found = std::find_if(ffps.begin(), ffps.end(), [&](const Ffp& ffp) {
-                return QUuid(ffp.guid) == QUuid(entry.first);
+                return Kolta::isSameGuid(ffp.guid, entry.first);
             });
             if (found != ffps.end())
                 found->assignment = entry.second;
@@ -192,7 +193,7 @@ QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
 void AssignmentMatrix::forgetDraft(const QString& ffp)
 {
     for (const Ffp& known : m_ffps) {
-        if (QUuid(known.guid) == QUuid(ffp))
+        if (Kolta::isSameGuid(known.guid, ffp))
             m_draft.remove(known.guid);
     }
     refresh();

@@ -11,6 +11,7 @@
 #include <common/actionlines.h>
 
 #include <koltacommon/actionrights.h>
+#include <koltacommon/guidtext.h>
 #include <koltacommon/installationevents.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processormodel.h>
@@ -307,7 +308,7 @@ QString OrderPage::serverOf(const ProductionOrder& order) const
         return offer.server;
     const Kolta::ProcessorModel& model = session().processors();
     for (int row = 0; !order.mcp.isNull() && row < model.rowCount(); ++row) {
-        if (QUuid(model.index(row, 0).data(Roles::GuidRole).toString()) == order.mcp)
+        if (Kolta::guidFromText(model.index(row, 0).data(Roles::GuidRole).toString()) == order.mcp)
             return model.index(row, Kolta::ProcessorModel::eServerColumn).data().toString();
     }
     return session().draft().server();

@@ -22,4 +22,10 @@ inline bool isGuid(const QString& text)
     return !guidFromText(text).isNull();
 }
 
+/// Whether both texts are the same GUID. What is none is the same as nothing, not even as itself.
+inline bool isSameGuid(const QString& a, const QString& b)
+{
+    return isGuid(a) && guidFromText(a) == guidFromText(b);
+}
+
 } // namespace Kolta

@@ -1,5 +1,6 @@
 #include <koltacommon/koltaownerobserver.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/listmatching.h>
 #include <koltacommon/servernodes.h>
 
@@ -40,7 +41,7 @@ const Owner* KoltaOwnerObserver::FindOwner(const QString& ownedGuid) const
 bool KoltaOwnerObserver::IsOwnedBy(const QString& ownedGuid, const QUuid& clientId) const
 {
     const Owner* const owner = FindOwner(ownedGuid);
-    return owner && !clientId.isNull() && QUuid(owner->GetClientID()) == clientId;
+    return owner && !clientId.isNull() && guidFromText(owner->GetClientID()) == clientId;
 }
 
 QStringList KoltaOwnerObserver::GetGUIDsOwnedBy(const QUuid& clientId) const

@@ -1,5 +1,6 @@
 #include <koltacommon/movejob.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
 #include <koltacommon/koltaserverinterface.h>
@@ -27,7 +28,7 @@ void MoveJob::ask()
 
 bool MoveJob::isThere() const
 {
-    return QUuid(server()->getProcessorObserver().GetMcpGUIDFor(m_ffp.toString())) == m_mcp;
+    return guidFromText(server()->getProcessorObserver().GetMcpGUIDFor(m_ffp.toString())) == m_mcp;
 }
 
 void MoveJob::replied(const ServerReply& reply)

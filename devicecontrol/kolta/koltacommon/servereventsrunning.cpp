@@ -2,6 +2,7 @@
 #include "serverevents.h"
 #include "serverrequestwatch.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/hardwareprocessingobserver.h>
 #include <koltacommon/installationevents.h>
 #include <koltacommon/koltaownerobserver.h>
@@ -296,8 +297,8 @@ void ServerEvents::takeOwner(const QString& guid, const QString& client)
     if (before.client == now.client && before.text == now.text)
         return;
     const QString name = guid.isEmpty() ? InstallationEvents::tr("the server") : known(guid).name;
-    const bool isTaken =
-        !client.isEmpty() && QUuid(before.client) == m_server->getClientId() && before.client != client;
+    const bool isTaken = !client.isEmpty() && guidFromText(before.client) == m_server->getClientId() &&
+                         before.client != client;
     tell(Kind::Ownership, guid.isEmpty() ? Type::Server : Type::Processor, guid,
          client.isEmpty() ? InstallationEvents::tr("nobody owns %1 any more").arg(name)
                           : InstallationEvents::tr("%1 owns %2").arg(now.text, name),

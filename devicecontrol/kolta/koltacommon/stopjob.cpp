@@ -1,5 +1,6 @@
 #include <koltacommon/stopjob.h>
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaproductioncontrol.h>
 #include <koltacommon/koltaserverinterface.h>
@@ -45,7 +46,7 @@ void StopJob::ask()
 void StopJob::collectAll()
 {
     for (const QString& id : server()->getProcessorObserver().GetProductionIDs())
-        m_targets.append({QUuid(id), QString(), State::Running, QString()});
+        m_targets.append({guidFromText(id), QString(), State::Running, QString()});
 }
 
 /// Asks for what is not settled; the answers may come meanwhile and end this.
