@@ -4,6 +4,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
 #include <values/tree.h>
 
@@ -58,12 +59,13 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     const QString url = argc > 1 ? QString::fromLocal8Bit(argv[1]) : qEnvironmentVariable("KOLTA_TREE");
     QString error = QStringLiteral("usage: joininstallation [URL], or the URL in KOLTA_TREE");
-    const auto options =
+    auto options =
         argc > 2 || url.isEmpty() ? std::nullopt : distribution::LinkOptions::FromConfiguration(url, error);
     if (!options) {
         std::fprintf(stderr, "joininstallation: %s\n", qPrintable(error));
         return 2;
     }
+    options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
     Kolta::registerShortTimeValues(); // so that collections come along
     distribution::TreeLink link(values::Tree::Instance(), *options);
     QObject::connect(

@@ -5,6 +5,7 @@
 #include <koltacommon/convertproductionresultmap.h>
 #include <koltacommon/guidtext.h>
 #include <koltacommon/q9rprofiles.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/shapecollectionitemmap.h>
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
@@ -138,9 +139,7 @@ ShortTimeOwner::~ShortTimeOwner()
 
 QString ShortTimeOwner::path(const Installation& installation, const QString& name)
 {
-    QString base = installation.basePath();
-    base.replace(QStringLiteral("/AdminTree/"), QStringLiteral("/DataTree/"));
-    return base + QStringLiteral("/ShortTime/") + name;
+    return Kolta::ServerNodes::shortTimePath(installation.basePath(), name);
 }
 
 template<class Map>

@@ -10,6 +10,7 @@
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/servermodel.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/tunermodel.h>
@@ -143,11 +144,12 @@ bool Session::simulate(const Options& options, QString& error)
 bool Session::mirror(const Options& options, QString& error)
 {
     QString problem;
-    const auto link = distribution::LinkOptions::FromConfiguration(options.url, problem);
+    auto link = distribution::LinkOptions::FromConfiguration(options.url, problem);
     if (!link) {
         error = QStringLiteral("--tree: %1").arg(problem);
         return false;
     }
+    link->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
     m_url = options.url;
     m_link = {false, false, QDateTime::currentDateTime(), tr("connecting")};
     d->link = std::make_unique<distribution::TreeLink>(values::Tree::Instance(), *link);

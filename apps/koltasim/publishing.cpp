@@ -95,10 +95,12 @@ std::optional<distribution::LinkOptions> linkOptionsOf(const Options& options, c
     auto linkOptions = BrokerAddress::FromCommandLine(options.publish, error)
                            ? LinkOptions::FromConfiguration(options.publish, error, branch)
                            : std::nullopt;
-    if (linkOptions)
-        linkOptions->takeOver = linkOptions->takeOver || options.takeOver;
-    else
+    if (!linkOptions) {
         error.prepend(QStringLiteral("--publish: "));
+        return std::nullopt;
+    }
+    linkOptions->takeOver = linkOptions->takeOver || options.takeOver;
+    linkOptions->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
     return linkOptions;
 }
 
@@ -121,10 +123,8 @@ std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Option
 
     const QString base = installation.basePath();
     const QString administration = base + Kolta::ServerNodes::kAdministration;
-    QStringList roots{base};
-    for (const char* const tree : {"DataTree", "RecordMapTree"})
-        roots.append(QString(base).replace(QLatin1String("/AdminTree/"),
-                                           QStringLiteral("/%1/").arg(QLatin1String(tree))));
+    const QStringList roots{base, Kolta::ServerNodes::dataPath(base),
+                            Kolta::ServerNodes::recordMapPath(base)};
 
     auto link = std::make_unique<TreeLink>(values::Tree::Instance(), *linkOptions);
     QObject::connect(link.get(), &TreeLink::si_Published, link.get(),

@@ -38,10 +38,8 @@ struct KOLTA_DISTRIBUTION_EXPORT LinkOptions
     std::shared_ptr<Replay> replay; ///< that is played in the place of a broker; null: none
     QString refusal;                ///< why nothing can be changed; empty: it can
     /// Ends of the paths of values that programs read, change and write back as a whole; of two that do so at
-    /// once one is told.
-    QStringList compared{QStringLiteral("/ADMINISTRATION/HardwareProcessing"),
-                         QStringLiteral("/ADMINISTRATION/TunerClasses"),
-                         QStringLiteral("/ADMINISTRATION/Resources")};
+    /// once one is told. To be filled by who knows the installation's nodes.
+    QStringList compared;
 
     /// Those of the configuration; `url` stands for the one there unless it is empty. The URL of a recording
     /// (see ReplayAddress) gives an opened replay. A user and a password

@@ -275,6 +275,7 @@ private:
     std::unique_ptr<Side> side(const char* user, values::Tree* tree = nullptr)
     {
         LinkOptions options;
+        options.compared = ServerNodes::pathEnds(ServerNodes::eWhole);
         options.mqtt.address.user = user;
         const auto carriers = [this] {
             auto made = std::make_unique<MemoryCarrier>(*m_broker);

@@ -52,7 +52,9 @@ const char* const serverProgram = "lifecycleserver";
 std::unique_ptr<TreeLink> linkTo(const QString& url)
 {
     QString error;
-    return std::make_unique<TreeLink>(values::Tree::Instance(), *LinkOptions::FromConfiguration(url, error));
+    LinkOptions options = *LinkOptions::FromConfiguration(url, error);
+    options.compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
+    return std::make_unique<TreeLink>(values::Tree::Instance(), options);
 }
 
 /// The program of the other process: "v" on standard input lets the server vanish, "r" return.

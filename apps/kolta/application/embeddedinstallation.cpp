@@ -5,6 +5,7 @@
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/servernodes.h>
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -199,7 +200,7 @@ bool EmbeddedInstallation::add(const QString& folder)
         printError(error);
         return false;
     }
-    if (!installation.basePath().startsWith(QLatin1String("/ConnectManager/"))) {
+    if (!installation.basePath().startsWith(Kolta::ServerNodes::kConnectManager + QLatin1Char('/'))) {
         printError(QStringLiteral("%1: found the base path %2, expected one below /ConnectManager")
                        .arg(folder, installation.basePath()));
         return false;

@@ -10,6 +10,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/resourcedemandclassobserver.h>
+#include <koltacommon/servernodes.h>
 #include <koltacommon/servertuners.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/tunerclasstree.h>
@@ -135,7 +136,7 @@ QStringList namesOfDemandClasses(Server& server)
 QStringList namesOfProfiles(Server& server)
 {
     const auto* const map = values::Tree::Instance().FindAs<Kolta::ShortTimeProfileItemMap>(
-        server.getDataBasePath() + QStringLiteral("/ShortTime/Profiles"));
+        Kolta::ServerNodes::shortTimePath(server.getServerBasePath(), QStringLiteral("Profiles")));
     QStringList names;
     if (map && !map->IsDeleted()) {
         for (const auto& entry : map->data())

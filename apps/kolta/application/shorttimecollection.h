@@ -7,6 +7,7 @@
 #include <kolta/cli/output.h>
 
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/servernodes.h>
 #include <values/tree.h>
 
 #include <QString>
@@ -43,7 +44,8 @@ public:
         Server* const server = servers ? servers->only() : nullptr;
         if (!server)
             return std::nullopt;
-        const QString path = server->getDataBasePath() + QStringLiteral("/ShortTime/") + QLatin1String(name);
+        const QString path =
+            Kolta::ServerNodes::shortTimePath(server->getServerBasePath(), QLatin1String(name));
         auto* const map = values::Tree::Instance().FindAs<Map>(path);
         if (map && !map->IsDeleted())
             return ShortTimeCollection(std::move(*servers), *server, *map);

@@ -13,6 +13,7 @@
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 
+#include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
 
 #include <distribution/replay.h>
@@ -37,6 +38,8 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QStr
         setStartFailure(fits && isRecording ? eExitFailed : eExitUsage);
     if (!options && !(fits && isRecording))
         error.prepend(QStringLiteral("--tree: "));
+    if (options)
+        options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
     return options;
 }
 
@@ -151,7 +154,7 @@ QVector<TreeMirror::Branch> TreeMirror::branches() const
         for (const distribution::ChannelNumber& number : status.numbers)
             branch.numbers.append({number.channel, number.number});
         for (const QString& root : status.roots) {
-            if (root.startsWith(QLatin1String("/ConnectManager/AdminTree/")))
+            if (root.startsWith(Kolta::ServerNodes::kAdminTree + QLatin1Char('/')))
                 branch.basePath = root;
         }
         all.append(branch);

@@ -6,6 +6,7 @@
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 
+#include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
 
 #include <distribution/replay.h>
@@ -34,7 +35,9 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line)
     const bool fits =
         !url.isEmpty() && !isRecording && (!line.isSet("tree") || BrokerAddress::FromCommandLine(url, error));
     auto options = fits ? LinkOptions::FromConfiguration(url, error) : std::nullopt;
-    if (!options)
+    if (options)
+        options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
+    else
         line.usageError(error);
     return options;
 }

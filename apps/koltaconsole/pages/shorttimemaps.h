@@ -4,6 +4,7 @@
 
 #include <koltacommon/actionrights.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/servernodes.h>
 #include <values/tree.h>
 
 namespace KoltaConsole {
@@ -17,7 +18,7 @@ Map* shortTimeMap(const Session& session, const QString& server, const char* nam
     if (!known)
         return nullptr;
     auto* const map = values::Tree::Instance().FindAs<Map>(
-        known->getDataBasePath() + QStringLiteral("/ShortTime/") + QLatin1String(name));
+        Kolta::ServerNodes::shortTimePath(known->getServerBasePath(), QLatin1String(name)));
     return map && !map->IsDeleted() ? map : nullptr;
 }
 

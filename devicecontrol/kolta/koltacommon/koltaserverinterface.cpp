@@ -235,9 +235,8 @@ bool KoltaServerInterface::init(QString path)
     }
     boundWhole = false;
     serverBasePath = fullPath;
-    dataBasePath = QString(fullPath).replace(QStringLiteral("/AdminTree/"), QStringLiteral("/DataTree/"));
-    recordMapBasePath =
-        QString(fullPath).replace(QStringLiteral("/AdminTree"), QStringLiteral("/RecordMapTree"));
+    dataBasePath = ServerNodes::dataPath(fullPath);
+    recordMapBasePath = ServerNodes::recordMapPath(fullPath);
 
     const bool rootFound = bindRoot();
     announceClient();

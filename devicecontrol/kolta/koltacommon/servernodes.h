@@ -146,6 +146,15 @@ inline QStringList names(unsigned use, unsigned otherwise = 0)
     return list;
 }
 
+/// Ends of the paths of the nodes that are used so: "/ADMINISTRATION/Resources".
+inline QStringList pathEnds(unsigned use)
+{
+    QStringList list;
+    for (const QString& node : names(use))
+        list.append(kAdministration + QLatin1Char('/') + node);
+    return list;
+}
+
 /// "/" and the node's name, to be put behind the path of the administrative node.
 inline QString suffix(eNode node)
 {
@@ -156,6 +165,24 @@ inline QString suffix(eNode node)
 inline QString path(const QString& basePath, eNode node)
 {
     return basePath + kAdministration + suffix(node);
+}
+
+/// Where the data of the server at `basePath` stand.
+inline QString dataPath(QString basePath)
+{
+    return basePath.replace(QLatin1String("/AdminTree/"), QLatin1String("/DataTree/"));
+}
+
+/// Where the descriptions of the records of the server at `basePath` stand.
+inline QString recordMapPath(QString basePath)
+{
+    return basePath.replace(QLatin1String("/AdminTree"), QLatin1String("/RecordMapTree"));
+}
+
+/// The path of a collection of short-time data, "Profiles" for instance, of the server at `basePath`.
+inline QString shortTimePath(const QString& basePath, const QString& name)
+{
+    return dataPath(basePath) + QLatin1String("/ShortTime/") + name;
 }
 
 } // namespace Kolta::ServerNodes
