@@ -3,8 +3,7 @@
 #include "pages/pages.h"
 
 #include <common/manualpage.h>
-
-#include <startup/cfgcenter.h>
+#include <common/usualtree.h>
 
 #include <QCommandLineParser>
 
@@ -14,12 +13,8 @@ namespace {
 
 QString urlOf(const QCommandLineParser& parser)
 {
-    if (parser.isSet(QStringLiteral("tree")))
-        return parser.value(QStringLiteral("tree"));
-    const QString environment = qEnvironmentVariable("KOLTA_TREE");
-    return environment.isEmpty()
-               ? Startup::CfgCenter::Instance().Text(QStringLiteral("Distribution"), QStringLiteral("Url"))
-               : environment;
+    const QString option = QStringLiteral("tree");
+    return parser.isSet(option) ? parser.value(option) : KoltaApps::usualTreeUrl();
 }
 
 struct OptionText

@@ -1,10 +1,9 @@
 #include "treemirror.h"
 
+#include <common/usualtree.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
-
-#include <startup/cfgcenter.h>
 
 #include <QTimer>
 
@@ -238,12 +237,7 @@ QVector<Option> TreeMirror::options()
 
 QString TreeMirror::urlOf(const CommandLine& line)
 {
-    if (line.isSet("tree"))
-        return line.value("tree");
-    const QString environment = qEnvironmentVariable("KOLTA_TREE");
-    return environment.isEmpty()
-               ? Startup::CfgCenter::Instance().Text(QStringLiteral("Distribution"), QStringLiteral("Url"))
-               : environment;
+    return line.isSet("tree") ? line.value("tree") : KoltaApps::usualTreeUrl();
 }
 
 std::unique_ptr<TreeMirror> TreeMirror::join(const CommandLine& line, const QStringList& wanted)
