@@ -5,8 +5,6 @@
 #include <koltacommon/shorttimeprofile.h>
 #include <koltacommon/units.h>
 
-#include <QRegularExpression>
-
 #include <cmath>
 #include <limits>
 
@@ -60,28 +58,9 @@ QString problemOfHopRate(const QString& text)
     return text.isEmpty() ? QString() : readQuantity(text, Quantity::Rate).problem;
 }
 
-/// Their unit is the processors' own.
-RangeReading readDuration(const QString& text)
-{
-    static const QRegularExpression form(QStringLiteral("^\\s*(\\d+)\\s*(?:[-,\u2013]\\s*(\\d+))?\\s*$"));
-    const QRegularExpressionMatch match = form.match(text);
-    RangeReading range;
-    range.from = match.captured(1).toDouble();
-    range.to = match.captured(2).isEmpty() ? range.from : match.captured(2).toDouble();
-    if (!match.hasMatch() || range.to > kLargest32)
-        range.problem =
-            QStringLiteral("\"%1\" is no duration: expected whole numbers such as 7000-9500, in the "
-                           "unit in which the processors count")
-                .arg(text);
-    else if (range.from > range.to)
-        range.problem = QStringLiteral("\"%1\" is no duration: it is turned round; did you mean %2-%3?")
-                            .arg(text, match.captured(2), match.captured(1));
-    return range;
-}
-
 QString problemOfDuration(const QString& text)
 {
-    return text.isEmpty() ? QString() : readDuration(text).problem;
+    return text.isEmpty() ? QString() : Kolta::readProfileDuration(text).problem;
 }
 
 QString problemOfModulation(const QString& text)
@@ -130,7 +109,8 @@ void takeMembers(const CommandLine& line, ShortTimeProfile& p)
     };
     take(line, "frequency", hertz("frequency"), p.useFrequency, p.frequencyMin, p.frequencyMax);
     take(line, "bandwidth", hertz("bandwidth"), p.useBandwidth, p.bandwidthMin, p.bandwidthMax);
-    take(line, "duration", readDuration(line.value("duration")), p.useDuration, p.durationMin, p.durationMax);
+    take(line, "duration", Kolta::readProfileDuration(line.value("duration")), p.useDuration, p.durationMin,
+         p.durationMax);
     take(line, "symbol-rate", readRange(line.value("symbol-rate"), Quantity::SymbolRate), p.useSymbolRate,
          p.symbolRateMin, p.symbolRateMax);
     take(line, "shift", hertz("shift"), p.useShift, p.shiftMin, p.shiftMax);

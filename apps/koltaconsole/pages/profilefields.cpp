@@ -3,7 +3,6 @@
 #include <koltacommon/units.h>
 
 #include <QCoreApplication>
-#include <QRegularExpression>
 
 #include <cmath>
 #include <limits>
@@ -28,21 +27,6 @@ constexpr double kLargestWhole = 9007199254740992.0;
 QString rangeText(bool isUsed, double from, double to, Quantity quantity)
 {
     return isUsed ? Kolta::rangeToText(from, to, quantity) : QString();
-}
-
-/// Durations are in the unit in which the processors count, which nobody here knows.
-RangeReading readDuration(const QString& text)
-{
-    static const QRegularExpression form(QStringLiteral("^\\s*(\\d+)\\s*(?:[-,\u2013]\\s*(\\d+))?\\s*$"));
-    const QRegularExpressionMatch match = form.match(text);
-    RangeReading range;
-    range.from = match.captured(1).toDouble();
-    range.to = match.captured(2).isEmpty() ? range.from : match.captured(2).toDouble();
-    if (!match.hasMatch())
-        range.problem = Texts::tr("expected whole numbers in the processors' own unit, such as 7000 – 9500");
-    else if (range.from > range.to)
-        range.problem = Texts::tr("reversed; %1 – %2 meant?").arg(match.captured(2), match.captured(1));
-    return range;
 }
 
 template<class Number>
@@ -113,7 +97,8 @@ QString takeField(ShortTimeProfile& p, ProfileField field, const QString& typed)
     case ProfileField::Frequency:
         return takeRange(text, hertz, kLargestWhole, p.useFrequency, p.frequencyMin, p.frequencyMax);
     case ProfileField::Duration:
-        return takeRange(text, readDuration(text), kLargest32, p.useDuration, p.durationMin, p.durationMax);
+        return takeRange(text, Kolta::readProfileDuration(text), kLargest32, p.useDuration, p.durationMin,
+                         p.durationMax);
     case ProfileField::Bandwidth:
         return takeRange(text, hertz, kLargest32, p.useBandwidth, p.bandwidthMin, p.bandwidthMax);
     case ProfileField::SymbolRate:

@@ -1462,6 +1462,14 @@
         <source>it is turned round; %1</source>
         <translation>die Enden sind vertauscht; %1</translation>
     </message>
+    <message>
+        <source>expected whole numbers such as 7000-9500, in the unit in which the processors count</source>
+        <translation>erwartet werden ganze Zahlen wie 7000-9500 in der Einheit, in der die Prozessoren zählen</translation>
+    </message>
+    <message>
+        <source>duration</source>
+        <translation>Dauer</translation>
+    </message>
 </context>
 <context>
     <name>Kolta::UserAction</name>
@@ -3041,14 +3049,6 @@
 </context>
 <context>
     <name>KoltaConsole::ProfileFields</name>
-    <message>
-        <source>expected whole numbers in the processors&apos; own unit, such as 7000 – 9500</source>
-        <translation>erwartet werden ganze Zahlen in der Einheit der Prozessoren, etwa 7000 – 9500</translation>
-    </message>
-    <message>
-        <source>reversed; %1 – %2 meant?</source>
-        <translation>vertauscht; %1 – %2 gemeint?</translation>
-    </message>
     <message>
         <source>a profile needs both ends of a range</source>
         <translation>ein Profil braucht beide Enden eines Bereichs</translation>

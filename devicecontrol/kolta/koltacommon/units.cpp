@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 namespace Kolta {
@@ -39,48 +40,72 @@ struct Units
 constexpr int kThousand = 3;
 constexpr int kMillion = 6;
 
+QString named(const char* name)
+{
+    return QString::fromUtf8(name);
+}
+
+const Units& unitsOfFrequency()
+{
+    static const Units units{QT_TRANSLATE_NOOP("Kolta::Units", "frequency"),
+                             "98.5 MHz",
+                             {{named("Hz"), 0, 1, {}},
+                              {named("kHz"), kThousand, 1, {named("k")}},
+                              {named("MHz"), kMillion, 1, {named("M")}},
+                              {named("GHz"), 9, 1, {named("G")}}},
+                             0};
+    return units;
+}
+
+const Units& unitsOfDuration()
+{
+    static const Units units{QT_TRANSLATE_NOOP("Kolta::Units", "time"),
+                             "20 ms",
+                             {{named("ns"), -9, 1, {}},
+                              {named("us"), -6, 1, {named("\u00b5s"), named("\u03bcs")}},
+                              {named("ms"), -3, 1, {}},
+                              {named("s"), 0, 1, {named("sec")}},
+                              {named("min"), 0, 60, {}},
+                              {named("h"), 0, 3600, {}}},
+                             3};
+    return units;
+}
+
+const Units& unitsOfSymbolRate()
+{
+    static const Units units{QT_TRANSLATE_NOOP("Kolta::Units", "symbol rate"),
+                             "2.4 kBd",
+                             {{named("Bd"), 0, 1, {named("baud")}},
+                              {named("kBd"), kThousand, 1, {named("k"), named("kbaud")}},
+                              {named("MBd"), kMillion, 1, {named("M"), named("Mbaud")}}},
+                             0};
+    return units;
+}
+
+const Units& unitsOfRate()
+{
+    static const Units units{QT_TRANSLATE_NOOP("Kolta::Units", "rate"),
+                             "50 /s",
+                             {{named("/s"), 0, 1, {named("per s"), named("hops/s")}},
+                              {named("k/s"), kThousand, 1, {named("k")}},
+                              {named("M/s"), kMillion, 1, {named("M")}}},
+                             0};
+    return units;
+}
+
 const Units& unitsOf(Quantity quantity)
 {
-    const auto text = [](const char* name) { return QString::fromUtf8(name); };
-    static const Units frequency{QT_TRANSLATE_NOOP("Kolta::Units", "frequency"),
-                                 "98.5 MHz",
-                                 {{text("Hz"), 0, 1, {}},
-                                  {text("kHz"), kThousand, 1, {text("k")}},
-                                  {text("MHz"), kMillion, 1, {text("M")}},
-                                  {text("GHz"), 9, 1, {text("G")}}},
-                                 0};
-    static const Units duration{QT_TRANSLATE_NOOP("Kolta::Units", "time"),
-                                "20 ms",
-                                {{text("ns"), -9, 1, {}},
-                                 {text("us"), -6, 1, {text("\u00b5s"), text("\u03bcs")}},
-                                 {text("ms"), -3, 1, {}},
-                                 {text("s"), 0, 1, {text("sec")}},
-                                 {text("min"), 0, 60, {}},
-                                 {text("h"), 0, 3600, {}}},
-                                3};
-    static const Units symbolRate{QT_TRANSLATE_NOOP("Kolta::Units", "symbol rate"),
-                                  "2.4 kBd",
-                                  {{text("Bd"), 0, 1, {text("baud")}},
-                                   {text("kBd"), kThousand, 1, {text("k"), text("kbaud")}},
-                                   {text("MBd"), kMillion, 1, {text("M"), text("Mbaud")}}},
-                                  0};
-    static const Units rate{QT_TRANSLATE_NOOP("Kolta::Units", "rate"),
-                            "50 /s",
-                            {{text("/s"), 0, 1, {text("per s"), text("hops/s")}},
-                             {text("k/s"), kThousand, 1, {text("k")}},
-                             {text("M/s"), kMillion, 1, {text("M")}}},
-                            0};
     switch (quantity) {
     case Quantity::Duration:
-        return duration;
+        return unitsOfDuration();
     case Quantity::SymbolRate:
-        return symbolRate;
+        return unitsOfSymbolRate();
     case Quantity::Rate:
-        return rate;
+        return unitsOfRate();
     case Quantity::Frequency:
         break;
     }
-    return frequency;
+    return unitsOfFrequency();
 }
 
 const Unit* findUnit(const Units& units, const QString& name)
@@ -128,6 +153,12 @@ QString proposal(const QString& text)
     return translated(QT_TRANSLATE_NOOP("Kolta::Units", "did you mean %1?")).arg(text);
 }
 
+QString notA(const QString& text, const char* noun, const QString& why)
+{
+    return translated(QT_TRANSLATE_NOOP("Kolta::Units", "\"%1\" is no %2: %3"))
+        .arg(text.simplified(), translated(noun), why);
+}
+
 /// Reads one text at a time.
 class Reader
 {
@@ -165,11 +196,7 @@ public:
 
     RangeReading range(const QString& text) const;
 
-    QString wrongText(const QString& text, const QString& why) const
-    {
-        return translated(QT_TRANSLATE_NOOP("Kolta::Units", "\"%1\" is no %2: %3"))
-            .arg(text.simplified(), translated(m_units.noun), why);
-    }
+    QString wrongText(const QString& text, const QString& why) const { return notA(text, m_units.noun, why); }
 
 private:
     QuantityReading wrong(const QString& text, const QString& why) const
@@ -295,6 +322,27 @@ RangeReading readRange(const QString& text, Quantity quantity, const QString& pl
         range.problem =
             reader.wrongText(text, translated(QT_TRANSLATE_NOOP("Kolta::Units", "it is turned round; %1"))
                                        .arg(proposal(rangeToText(range.to, range.from, quantity))));
+    return range;
+}
+
+RangeReading readProfileDuration(const QString& text)
+{
+    static const QRegularExpression form(QStringLiteral("^\\s*(\\d+)\\s*(?:[-,\u2013]\\s*(\\d+))?\\s*$"));
+    const QRegularExpressionMatch match = form.match(text);
+    const QString first = match.captured(1);
+    const QString last = match.captured(2).isEmpty() ? first : match.captured(2);
+    RangeReading range;
+    range.from = first.toDouble();
+    range.to = last.toDouble();
+    QString why;
+    if (!match.hasMatch() || range.to > std::numeric_limits<quint32>::max())
+        why = translated(QT_TRANSLATE_NOOP("Kolta::Units", "expected whole numbers such as 7000-9500, in the "
+                                                           "unit in which the processors count"));
+    else if (range.from > range.to)
+        why = translated(QT_TRANSLATE_NOOP("Kolta::Units", "it is turned round; %1"))
+                  .arg(proposal(last + QLatin1Char('-') + first));
+    if (!why.isEmpty())
+        range.problem = notA(text, QT_TRANSLATE_NOOP("Kolta::Units", "duration"), why);
     return range;
 }
 

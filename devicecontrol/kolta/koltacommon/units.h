@@ -54,6 +54,10 @@ KOLTA_COMMON_EXPORT QuantityReading readQuantity(const QString& text, Quantity q
 KOLTA_COMMON_EXPORT RangeReading readRange(const QString& text, Quantity quantity,
                                            const QString& plainUnit = QString());
 
+/// Reads durations of short-time profiles, which are whole numbers of 32 bits in the unit in which the
+/// processors count: "7000-9500", "7000 – 9500", or one number for both ends.
+KOLTA_COMMON_EXPORT RangeReading readProfileDuration(const QString& text);
+
 /// With the unit that leaves one to three digits before the point, where there is one: "98.5 MHz", "20 ms",
 /// "1.2 kBd", "50 /s". As many digits as it takes for readQuantity() to give `value` again.
 KOLTA_COMMON_EXPORT QString quantityToText(double value, Quantity quantity);
