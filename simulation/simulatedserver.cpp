@@ -6,6 +6,7 @@
 #include <simulation/shorttimeowner.h>
 #include <simulation/simulatedlink.h>
 
+#include <startup/hostandport.h>
 #include <startup/onelinetext.h>
 #include <startup/tracesource.h>
 #include <xmlmessaging/server.h>
@@ -99,7 +100,7 @@ void SimulatedServer::close()
 
 QString SimulatedServer::hostAndPort() const
 {
-    return QStringLiteral("%1:%2").arg(m_address.toString()).arg(m_port);
+    return Startup::joinHostAndPort(m_address.toString(), m_port);
 }
 
 QString SimulatedServer::errorString() const

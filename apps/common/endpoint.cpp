@@ -1,5 +1,7 @@
 #include "endpoint.h"
 
+#include <startup/hostandport.h>
+
 #include <QHostInfo>
 
 #include <algorithm>
@@ -22,34 +24,20 @@ bool readPort(const QString& text, quint16 lowest, quint16& port)
     return true;
 }
 
-bool takeBrackets(QString& host)
-{
-    const bool opens = host.startsWith(QLatin1Char('['));
-    const bool closes = host.endsWith(QLatin1Char(']'));
-    if (opens && closes)
-        host = host.mid(1, host.size() - 2);
-    return opens == closes && !host.isEmpty();
-}
-
 } // namespace
 
 QString Endpoint::toString() const
 {
-    const QString host = address.protocol() == QAbstractSocket::IPv6Protocol
-                             ? QString(QLatin1Char('[') + address.toString() + QLatin1Char(']'))
-                             : address.toString();
-    return host + QLatin1Char(':') + QString::number(port);
+    return Startup::joinHostAndPort(address.toString(), port);
 }
 
 bool splitHostAndPort(const QString& text, QString& host, quint16& port, QString& error, quint16 lowestPort)
 {
-    const int colon = text.lastIndexOf(QLatin1Char(':'));
-    host = text.left(colon);
-    if (colon < 0 || !takeBrackets(host)) {
+    QString portText;
+    if (!Startup::splitHostAndPort(text, host, portText) || host.isEmpty()) {
         error = QStringLiteral("\"%1\" is not HOST:PORT like 127.0.0.1:4711 or [::1]:4711").arg(text);
         return false;
     }
-    const QString portText = text.mid(colon + 1);
     if (!readPort(portText, lowestPort, port)) {
         error = QStringLiteral("\"%1\" is not a port: expected a number from %2 to 65535")
                     .arg(portText, QString::number(lowestPort));

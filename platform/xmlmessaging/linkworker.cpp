@@ -4,6 +4,7 @@
 #include "socketoptions.h"
 #include "tlssocket.h"
 
+#include <startup/hostandport.h>
 #include <startup/tracesource.h>
 
 #include <QNetworkProxy>
@@ -162,7 +163,8 @@ void LinkWorker::onReady()
 {
     m_ready = true;
     note(QStringLiteral("opened to %1%2")
-             .arg(endpointName(m_host, m_port), m_protected ? QStringLiteral(", TLS") : QString()));
+             .arg(Startup::joinHostAndPort(m_host, m_port),
+                  m_protected ? QStringLiteral(", TLS") : QString()));
     push(LinkNews::eState, QAbstractSocket::ConnectedState);
     if (!m_ending)
         writeOutbox();
@@ -362,7 +364,7 @@ void LinkWorker::push(LinkNews::Kind kind, int value)
 
 QString LinkWorker::linkName() const
 {
-    const QString peer = endpointName(m_host, m_port);
+    const QString peer = Startup::joinHostAndPort(m_host, m_port);
     return m_log ? QStringLiteral("%1/%2").arg(m_log->name(), peer) : peer;
 }
 

@@ -5,6 +5,8 @@
 #include "socketoptions.h"
 #include "tlssocket.h"
 
+#include <startup/hostandport.h>
+
 #include <QPointer>
 #include <QSslSocket>
 #include <QTcpSocket>
@@ -35,8 +37,9 @@ struct CServerLink::Private
         , port(peer->peerPort())
         , buffer(std::make_unique<char[]>(kReadBytes))
     {
-        bounds = std::make_unique<LinkBounds>(server, address, endpointName(address.toString(), port),
-                                              [this](const QString& reason) { end(reason); });
+        bounds =
+            std::make_unique<LinkBounds>(server, address, Startup::joinHostAndPort(address.toString(), port),
+                                         [this](const QString& reason) { end(reason); });
     }
 
     void read();
@@ -142,7 +145,7 @@ quint16 CServerLink::getPeerPort() const
 
 QString CServerLink::getPeerName() const
 {
-    return endpointName(d->address.toString(), d->port);
+    return Startup::joinHostAndPort(d->address.toString(), d->port);
 }
 
 QString CServerLink::getPeerUser() const

@@ -21,13 +21,6 @@ void setTcpOption(QAbstractSocket& socket, int option, int value)
 
 } // namespace
 
-QString endpointName(const QString& host, quint16 port)
-{
-    const QString pattern =
-        host.contains(QLatin1Char(':')) ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2");
-    return pattern.arg(host).arg(port);
-}
-
 void tuneSocket(QAbstractSocket& socket)
 {
     socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);

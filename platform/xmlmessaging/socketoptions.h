@@ -1,15 +1,10 @@
 #pragma once
 
-#include <QString>
-
 #include <chrono>
 
 class QAbstractSocket;
 
 namespace XmlCommunication {
-
-/// "host:port", with brackets around an IPv6 address.
-QString endpointName(const QString& host, quint16 port);
 
 /// What both ends of a link set once they are connected: no delay, and probes that show a dead peer within a
 /// minute.

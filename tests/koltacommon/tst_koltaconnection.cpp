@@ -22,9 +22,13 @@ private Q_SLOTS:
 
     void splitsHostAndPort()
     {
-        const char* const table[][2] = {
-            {"10.0.0.1:1234", "10.0.0.1,1234"}, {"::1:1234", "::1,1234"},         {"10.0.0.1", ",0"},
-            {"10.0.0.1:abc", "10.0.0.1,0"},     {"10.0.0.1:70000", "10.0.0.1,0"}, {":1234", ",1234"}};
+        const char* const table[][2] = {{"10.0.0.1:1234", "10.0.0.1,1234"},
+                                        {"::1:1234", "::1,1234"},
+                                        {"[::1]:1234", "::1,1234"},
+                                        {"10.0.0.1", ",0"},
+                                        {"10.0.0.1:abc", "10.0.0.1,0"},
+                                        {"10.0.0.1:70000", "10.0.0.1,0"},
+                                        {":1234", ",1234"}};
         for (const auto& [given, parts] : table) {
             const KoltaConnection connection("a%2"_s, "1.0"_s, QString::fromLatin1(given), false);
             QCOMPARE(connection.getInfo(),

@@ -19,17 +19,12 @@ namespace {
 
 constexpr int kAskEveryMs = 5000;
 
-/// Without the brackets that people put around an IPv6 address.
-QString peerOf(const KoltaApps::Endpoint& endpoint)
-{
-    return QStringLiteral("%1:%2").arg(endpoint.address.toString()).arg(endpoint.port);
-}
-
 } // namespace
 
 LinkMonitor::LinkMonitor(const QString& name, const KoltaApps::Endpoint& endpoint)
     : m_name(name)
-    , m_keeper(QStringLiteral("kolta"), QLatin1String(Session::kInterfaceVersion), peerOf(endpoint), nullptr)
+    , m_keeper(QStringLiteral("kolta"), QLatin1String(Session::kInterfaceVersion), endpoint.toString(),
+               nullptr)
 {
     connect(&m_keeper, &LinkKeeper::stateChanged, this, &LinkMonitor::noteState);
     connect(&m_keeper, &LinkKeeper::Fault, this, [this] { ++m_faults; });

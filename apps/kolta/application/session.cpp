@@ -38,9 +38,8 @@ QString problemOfAddress(const QString& text)
 Session::Session(const Endpoint& endpoint)
     : m_endpoint(endpoint)
     , m_trace(kKeptTraceLines)
-    , m_keeper(std::make_unique<LinkKeeper>(
-          QStringLiteral("kolta"), QLatin1String(kInterfaceVersion),
-          QStringLiteral("%1:%2").arg(endpoint.address.toString()).arg(endpoint.port), nullptr))
+    , m_keeper(std::make_unique<LinkKeeper>(QStringLiteral("kolta"), QLatin1String(kInterfaceVersion),
+                                            endpoint.toString(), nullptr))
 {
     // The first link must come about, and one that has failed may fail once more before it is up again.
     LinkKeeper::Settings settings = LinkKeeper::Settings::configured();

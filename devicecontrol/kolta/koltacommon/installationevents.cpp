@@ -9,6 +9,7 @@
 #include <koltacommon/userrights.h>
 
 #include <startup/clock.h>
+#include <startup/hostandport.h>
 
 #include <utility>
 
@@ -121,7 +122,7 @@ void InstallationEvents::takeLinks(const KoltaConnectionsViewer& viewer, bool is
         const bool wasUp = before.value(link.id) == static_cast<int>(State::Up);
         Event event;
         event.kind = Event::Kind::Link;
-        const QString peer = QStringLiteral("%1:%2").arg(link.host).arg(link.port);
+        const QString peer = Startup::joinHostAndPort(link.host, link.port);
         event.name = link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer);
         event.subject = {EventSubject::Type::Link, QString(), event.name};
         event.state = static_cast<int>(link.state);

@@ -6,6 +6,7 @@
 #include <koltacommon/koltaconnectionsviewer.h>
 
 #include <startup/clock.h>
+#include <startup/hostandport.h>
 #include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/logger.h>
@@ -42,14 +43,16 @@ void retire(CConnectionThread* thread)
 
 QHostAddress hostOf(const QString& hostAndPort)
 {
-    const int colon = hostAndPort.lastIndexOf(QLatin1Char(':'));
-    return colon < 0 ? QHostAddress() : QHostAddress(hostAndPort.left(colon));
+    QString host;
+    QString port;
+    return Startup::splitHostAndPort(hostAndPort, host, port) ? QHostAddress(host) : QHostAddress();
 }
 
 quint16 portOf(const QString& hostAndPort)
 {
-    const int colon = hostAndPort.lastIndexOf(QLatin1Char(':'));
-    return colon < 0 ? quint16(0) : hostAndPort.mid(colon + 1).toUShort(nullptr, 10);
+    QString host;
+    QString port;
+    return Startup::splitHostAndPort(hostAndPort, host, port) ? port.toUShort() : quint16(0);
 }
 
 } // namespace

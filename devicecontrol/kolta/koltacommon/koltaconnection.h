@@ -38,9 +38,9 @@ class KOLTA_COMMON_EXPORT KoltaConnection : public QObject
     Q_OBJECT
 
 public:
-    /// `hostAndPort` is split at its last ':', so "10.0.0.1:1234" and "::1:1234" both work. A text without
-    /// ':' gives a null address and port 0, an unreadable number gives port 0; open() then ends with a socket
-    /// error. With `debugLog` the message log holds whole messages instead of one line each.
+    /// `hostAndPort` is split at its last ':', so "10.0.0.1:1234", "[::1]:1234" and "::1:1234" all work. A
+    /// text without ':' gives a null address and port 0, an unreadable number gives port 0; open() then ends
+    /// with a socket error. With `debugLog` the message log holds whole messages instead of one line each.
     KoltaConnection(const QString& connectionName, const QString& version, const QString& hostAndPort,
                     bool debugLog);
     KoltaConnection(const QString& connectionName, const QString& version, const QHostAddress& address,

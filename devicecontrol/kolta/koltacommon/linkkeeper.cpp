@@ -6,6 +6,7 @@
 #include <koltacommon/koltaconnection.h>
 
 #include <startup/cfgcenter.h>
+#include <startup/hostandport.h>
 #include <startup/tracesource.h>
 
 #include <QRandomGenerator>
@@ -110,9 +111,10 @@ LinkKeeper::LinkKeeper(const QString& name, const QString& version, const QStrin
     , m_filters{ptrKoltaRequest(new EventFilterAll)}
 {
     qRegisterMetaType<State>("Kolta::LinkKeeper::State");
-    const int colon = hostAndPort.lastIndexOf(QLatin1Char(':'));
-    m_account =
-        std::make_shared<LinkAccount>(name, hostAndPort.left(colon), hostAndPort.mid(colon + 1).toUShort());
+    QString host = hostAndPort;
+    QString port;
+    Startup::splitHostAndPort(hostAndPort, host, port);
+    m_account = std::make_shared<LinkAccount>(name, host, port.toUShort());
     m_account->setKeeper([this](LinkFigures& figures) {
         figures.queued += static_cast<int>(m_waiting.size() + m_startUp.size());
         figures.nextTryMs = waitingMs();

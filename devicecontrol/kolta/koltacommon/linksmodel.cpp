@@ -4,6 +4,8 @@
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
 
+#include <startup/hostandport.h>
+
 #include <QPointer>
 
 #include <algorithm>
@@ -73,7 +75,7 @@ void LinksModel::setBranches(const IBranchSource* source)
 
 LinksModel::Row LinksModel::rowOf(const LinkFigures& link)
 {
-    const QString peer = QStringLiteral("%1:%2").arg(link.host).arg(link.port);
+    const QString peer = Startup::joinHostAndPort(link.host, link.port);
     return {QStringLiteral("link/%1").arg(link.id),
             {{link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer), stateText(link),
               link.upSince, known(link.roundTripMs), link.queued, link.reconnections, link.lastFault}},

@@ -1,0 +1,27 @@
+#include <startup/hostandport.h>
+
+namespace Startup {
+
+QString joinHostAndPort(const QString& host, quint16 port)
+{
+    const QString pattern =
+        host.contains(QLatin1Char(':')) ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2");
+    return pattern.arg(host, QString::number(port));
+}
+
+bool splitHostAndPort(const QString& text, QString& host, QString& port)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    QString name = text.left(colon);
+    const bool opens = name.startsWith(QLatin1Char('['));
+    const bool closes = name.endsWith(QLatin1Char(']'));
+    if (opens && closes)
+        name = name.mid(1, name.size() - 2);
+    if (colon < 0 || opens != closes)
+        return false;
+    host = name;
+    port = text.mid(colon + 1);
+    return true;
+}
+
+} // namespace Startup

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <startup/export.h>
+
+#include <QString>
+
+namespace Startup {
+
+/// "HOST:PORT", with brackets around an IPv6 address.
+KOLTA_STARTUP_EXPORT QString joinHostAndPort(const QString& host, quint16 port);
+
+/// HOST:PORT as people write it, split at its last colon. An IPv6 address may have brackets, which are taken
+/// off. False without a colon and for brackets of which one is missing; `host` and `port` then stay as they
+/// are. What host and port look like, and whether they are there, is not judged.
+KOLTA_STARTUP_EXPORT bool splitHostAndPort(const QString& text, QString& host, QString& port);
+
+} // namespace Startup
