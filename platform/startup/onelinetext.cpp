@@ -6,6 +6,8 @@ namespace Startup {
 
 bool forgesLines(QChar letter)
 {
+    if (letter == QLatin1Char('\t'))
+        return false;
     const QChar::Category category = letter.category();
     return category == QChar::Other_Control || category == QChar::Other_Format ||
            category == QChar::Separator_Line || category == QChar::Separator_Paragraph;

@@ -122,7 +122,7 @@ private:
     {
         QString run;
         for (const QChar letter : QString::fromUtf8(m_text.c_str())) {
-            if (letter == QLatin1Char('\t') || !Startup::forgesLines(letter)) {
+            if (!Startup::forgesLines(letter)) {
                 run += letter;
                 continue;
             }

@@ -179,6 +179,21 @@ private Q_SLOTS:
         QCoreApplication::processEvents(); // what is still due
     }
 
+    /// One line per right, set in by a tab.
+    void printsRights()
+    {
+        static QStringList lines;
+        QVERIFY(ActiveUserProxy::Instance().LogIn("few"_s));
+        Startup::ErrorHandler::Instance().setLoggingEnabled(true);
+        const auto usual = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { lines << text; });
+        m_rights->printRights();
+        qInstallMessageHandler(usual);
+        Startup::ErrorHandler::Instance().setLoggingEnabled(false);
+        QCOMPARE(lines.size(), UserRights::GetNumberOfRights());
+        QCOMPARE(lines.filter(" \tStartManager: true"_s).size(), 1);
+    }
+
 private:
     /// What was signalled since the last call: "user ID name" and "rights EVENT".
     QStringList heard() { return std::exchange(m_heard, {}); }

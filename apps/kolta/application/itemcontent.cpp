@@ -69,7 +69,7 @@ QString escaped(const QString& text)
             result += QLatin1String("\\\\");
         else if (letter == QLatin1Char('\n'))
             result += QLatin1String("\\n");
-        else if (Startup::forgesLines(letter) || isHalf(text, place))
+        else if (letter == QLatin1Char('\t') || Startup::forgesLines(letter) || isHalf(text, place))
             result += QStringLiteral("\\u%1").arg(letter.unicode(), 4, 16, QLatin1Char('0'));
         else
             result += letter;

@@ -31,7 +31,7 @@ OutputManner* innermost = nullptr;
 QString printable(QString text, bool isOneLine)
 {
     for (QChar& letter : text) {
-        const bool isAllowed = letter == QLatin1Char('\t') || (letter == QLatin1Char('\n') && !isOneLine);
+        const bool isAllowed = letter == QLatin1Char('\n') && !isOneLine;
         if (!isAllowed && Startup::forgesLines(letter))
             letter = QChar::ReplacementCharacter;
     }
