@@ -8,6 +8,7 @@
 #include <resourcemodel/hwprocessing.h>
 #include <resourcemodel/processors.h>
 #include <resourcemodel/tunerclasses.h>
+#include <startup/textplace.h>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -28,6 +29,7 @@ using RESOURCEMANAGEMENT::ProcessorOverview;
 using RESOURCEMANAGEMENT::ResourceDemandClassOverview;
 using RESOURCEMANAGEMENT::TunerClassOverview;
 using RESOURCEMANAGEMENT::TunerTypeOverview;
+using Startup::TextPlace;
 
 namespace {
 
@@ -54,11 +56,6 @@ constexpr struct
     {"hardwareprocessing.xml", Kolta::ServerNodes::eHardwareProcessing, make<HWProcessingOverview>},
     {"actualconfiguration.xml", Kolta::ServerNodes::eActualConfiguration, make<ProcessorOverview>}};
 
-QString located(const QString& file, qint64 line, const QString& text)
-{
-    return QStringLiteral("%1:%2: %3").arg(file).arg(line).arg(text);
-}
-
 /// Reads a whole UTF-8 text file.
 bool readText(const QString& file, QString& text, QString& error)
 {
@@ -72,8 +69,9 @@ bool readText(const QString& file, QString& text, QString& error)
     text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0) {
         const int position = text.indexOf(QChar::ReplacementCharacter);
-        const int line = 1 + static_cast<int>(text.leftRef(qMax(0, position)).count(QLatin1Char('\n')));
-        error = located(file, line, QStringLiteral("not UTF-8, expected text in UTF-8"));
+        error = TextPlace()
+                    .behind(text.left(qMax(0, position)))
+                    .message(file, QStringLiteral("not UTF-8, expected text in UTF-8"));
         return false;
     }
     return true;
@@ -87,11 +85,8 @@ bool checkXml(const QString& file, const QString& text, QString& error)
         reader.readNext();
     if (!reader.hasError())
         return true;
-    error = QStringLiteral("%1:%2:%3: %4 Expected a well-formed XML document")
-                .arg(file)
-                .arg(reader.lineNumber())
-                .arg(reader.columnNumber())
-                .arg(reader.errorString());
+    error = TextPlace::of(reader).message(file, reader.errorString() +
+                                                    QStringLiteral(" Expected a well-formed XML document"));
     return false;
 }
 
@@ -309,12 +304,13 @@ bool Installation::loadFaults(const QString& file, QString& error)
         const quint32 id = line.section(QLatin1Char('|'), 0, 0).toUInt(&ok);
         const QString description = line.section(QLatin1Char('|'), 1);
         if (!ok || description.isEmpty()) {
-            error = located(file, i + 1, QStringLiteral("found \"%1\", expected NUMBER|TEXT").arg(line));
+            error = TextPlace{i + 1, 1}.message(
+                file, QStringLiteral("found \"%1\", expected NUMBER|TEXT").arg(line));
             return false;
         }
         if (known.contains(id)) {
-            error =
-                located(file, i + 1, QStringLiteral("fault %1 stands here again, expected it once").arg(id));
+            error = TextPlace{i + 1, 1}.message(
+                file, QStringLiteral("fault %1 stands here again, expected it once").arg(id));
             return false;
         }
         known.insert(id);
@@ -322,9 +318,8 @@ bool Installation::loadFaults(const QString& file, QString& error)
     }
     for (const FaultId id : kReportedFaults) {
         if (!known.contains(id)) {
-            error =
-                located(file, lines.size(),
-                        QStringLiteral("no fault %1 up to here, expected a line %1|TEXT").arg(quint32(id)));
+            error = TextPlace{lines.size(), 1}.message(
+                file, QStringLiteral("no fault %1 up to here, expected a line %1|TEXT").arg(quint32(id)));
             return false;
         }
     }

@@ -1,5 +1,7 @@
 #include <usermanagement/userdirectory.h>
 
+#include <startup/textplace.h>
+
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
@@ -37,18 +39,18 @@ public:
                                        .arg(withoutStop(m_xml.errorString()))
                                  : m_error;
     }
-    qint64 line() const { return m_error.isEmpty() ? m_xml.lineNumber() : m_line; }
+    Startup::TextPlace place() const { return m_error.isEmpty() ? Startup::TextPlace::of(m_xml) : m_place; }
 
 private:
-    void fail(const QString& text, qint64 line)
+    void fail(const QString& text, const Startup::TextPlace& place)
     {
         if (m_xml.hasError()) // what comes first counts, and the rest follows from it
             return;
         m_error = text;
-        m_line = line;
+        m_place = place;
         m_xml.raiseError();
     }
-    void fail(const QString& text) { fail(text, m_xml.lineNumber()); }
+    void fail(const QString& text) { fail(text, Startup::TextPlace::of(m_xml)); }
 
     /// Goes to the next element within the present one, which must have that name; false when there is none.
     bool nextElement(const QString& name)
@@ -135,14 +137,14 @@ private:
 
     void readUsers()
     {
-        const qint64 line = m_xml.lineNumber();
+        const auto place = Startup::TextPlace::of(m_xml);
         m_target.m_loggedIn = attributes({"loggedIn"}).value(QLatin1String("loggedIn")).toString();
         while (nextElement(QStringLiteral("User")))
             readUser();
         if (!m_target.m_loggedIn.isEmpty() && !m_names.contains(m_target.m_loggedIn))
             fail(QStringLiteral("<Users> has loggedIn=\"%1\", expected the name of a user of this file")
                      .arg(m_target.m_loggedIn),
-                 line);
+                 place);
     }
 
     void readUser()
@@ -178,7 +180,7 @@ private:
     QSet<qint32> m_ids;
     QSet<QString> m_names;
     QString m_error;
-    qint64 m_line = 0;
+    Startup::TextPlace m_place;
 };
 
 bool UserDirectory::load(const QString& file, QString& error)
@@ -202,7 +204,7 @@ bool UserDirectory::load(const QString& file, QString& error)
     UserDirectory fresh;
     Reader reader(text, fresh);
     if (!reader.read()) {
-        error = QStringLiteral("%1:%2: %3").arg(file).arg(reader.line()).arg(reader.error());
+        error = reader.place().message(file, reader.error());
         return false;
     }
     *this = fresh;

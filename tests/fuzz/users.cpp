@@ -67,8 +67,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     UserDirectory users;
     QString error;
     if (!users.load(file.path(), error)) {
-        Fuzz::require(error.startsWith(file.path() + QLatin1Char(':')) && !error.contains(QLatin1Char('\n')),
-                      "an error does not name the file in one line");
+        Fuzz::require(error.startsWith(file.path() + QLatin1String(", line ")) &&
+                          !error.contains(QLatin1Char('\n')),
+                      "an error does not name file and line in one line");
         Fuzz::require(users.names().isEmpty() && users.loggedIn().isEmpty(), "a refused file has users");
         Fuzz::outcome() = error.mid(file.path().size()).toStdString();
         return 0;

@@ -33,7 +33,7 @@ private Q_SLOTS:
         const ShortTimeProfiles before{{fullProfile("kept"_s)}};
         const std::pair<QByteArray, QString> files[] = {
             {"<ShortTimeProfiles>" + QByteArray("<Profile/>").repeated(250001) + "</ShortTimeProfiles>",
-             "f, line 1: <Profile>: expected at most 250000 profiles"_s},
+             "f, line 1, column 2500030: <Profile>: expected at most 250000 profiles"_s},
             {QByteArray(64 * 1024 * 1024 + 1, ' '), "f: expected at most 64 MiB"_s}};
         for (const auto& [xml, complaint] : files) {
             ShortTimeProfiles file = before;

@@ -32,14 +32,15 @@ private Q_SLOTS:
             ": [Startup] StepMs is \"-1\", expected a number");
         row("no faults", sfr, "", "", ": No such file");
         row("fault without a bar", sfr, "102|Unknown", "102 Unknown",
-            ":3: found \"102 Unknown component\", expected");
+            ", line 3, column 1: found \"102 Unknown component\", expected");
         row("fault without a number", sfr, "101|", "x1|",
-            ":2: found \"x1|Request not understood\", expected");
-        row("fault twice", sfr, "103|", "102|", ":4: fault 102 stands here again, expected it once");
+            ", line 2, column 1: found \"x1|Request not understood\", expected");
+        row("fault twice", sfr, "103|", "102|",
+            ", line 4, column 1: fault 102 stands here again, expected it once");
         row("fault that is needed", sfr, "201|", "299|", "no fault 201 up to here, expected a line 201|TEXT");
-        row("faults not UTF-8", sfr, "S\xC3\xBC", "S\xFC", ":24: not UTF-8");
+        row("faults not UTF-8", sfr, "S\xC3\xBC", "S\xFC", ", line 24, column 39: not UTF-8");
         row("no resources", xml, "", "", ": No such file");
-        row("XML not closed", xml, "</TavikResource>", "", ":23:");
+        row("XML not closed", xml, "</TavikResource>", "", ", line 23, column ");
         row("other root", xml, "<ResourceOverview>", "<Resources><!--", "");
         row("number that is none", xml, "<ResourceID>1001<", "<ResourceID>many<", "ResourceID");
         row("no tuner", xml, "<Tuner>", "<!--", "");
@@ -48,7 +49,7 @@ private Q_SLOTS:
             "{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}",
             ": Tuner 2: \"{06e82a01-2b5c-4cd1-a7ca-430e92ac3d42}\" is already taken");
         row("profile file", "profiles.xml", "status=\"1\"", "status=\"x\"", ", line ");
-        row("further overview", "tunertypes.xml", "</TypeName>", "", ":");
+        row("further overview", "tunertypes.xml", "</TypeName>", "", ", line ");
         row("overview of another class", "tunerclasses.xml", "<CostPenalty>0<", "<CostPenalty>much<",
             "TunerClassOverview/TunerClass[1]/CostPenalty");
     }

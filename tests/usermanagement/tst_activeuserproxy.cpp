@@ -79,7 +79,7 @@ private Q_SLOTS:
         Startup::TraceRecorder traces;
         QVERIFY(writeFile(m_file, good.chopped(10)));
         QVERIFY(!proxy.Reload());
-        QVERIFY(proxy.ConfigurationError().startsWith(m_file + ":5: Premature end of document"_s));
+        QVERIFY(proxy.ConfigurationError().startsWith(m_file + ", line 5, column "_s));
         QVERIFY(!proxy.Reload());
         QCOMPARE(traces.count(proxy.ConfigurationError()), 1); // told once
         QCOMPARE(listener.take(), (QVector<int>{1, 6}));

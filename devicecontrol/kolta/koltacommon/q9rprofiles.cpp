@@ -1,6 +1,7 @@
 #include "q9rprofiles.h"
 
 #include <koltacommon/shorttimeprofile.h>
+#include <startup/textplace.h>
 
 #include <QFileInfo>
 #include <QLocale>
@@ -13,6 +14,8 @@
 #include <limits>
 
 namespace VESK_Q9R {
+
+using Startup::TextPlace;
 
 namespace {
 
@@ -94,6 +97,7 @@ QString doubtAboutModulation(const QString& text)
 /// Thrown inside the reader only.
 struct Failure
 {
+    TextPlace place;
     QString text;
 };
 
@@ -136,22 +140,22 @@ private:
     }
 
     template<typename Name>
-    [[noreturn]] void fail(const Name& element, const QString& text, qint64 line) const
+    [[noreturn]] void fail(const Name& element, const QString& text, const TextPlace& place) const
     {
-        throw Failure{QStringLiteral("line %1: <%2>: %3").arg(line).arg(element).arg(text)};
+        throw Failure{place, QStringLiteral("<%1>: %2").arg(element, text)};
     }
     template<typename Name>
     [[noreturn]] void fail(const Name& element, const QString& text) const
     {
-        fail(element, text, m_xml.lineNumber());
+        fail(element, text, TextPlace::of(m_xml));
     }
-    /// Fails for the text that has just been read; `line` is where it begins.
-    [[noreturn]] void failForText(QLatin1String parent, qint64 line) const
+    /// Fails for the text that has just been read; `place` is where it begins.
+    [[noreturn]] void failForText(QLatin1String parent, const TextPlace& place) const
     {
         const QStringRef text = m_xml.text();
         const QStringRef found = text.trimmed();
-        line += text.left(found.position() - text.position()).count(QLatin1Char('\n'));
-        fail(parent, QStringLiteral("expected elements, found \"%1\"").arg(shortened(found)), line);
+        fail(parent, QStringLiteral("expected elements, found \"%1\"").arg(shortened(found)),
+             place.behind(text.left(found.position() - text.position()).toString()));
     }
 
     /// The next token; fails when there is none, and for document types, with which entities would come.
@@ -162,10 +166,8 @@ private:
         if (token == QXmlStreamReader::DTD)
             fail(kRootName, QStringLiteral("expected no document type declaration"));
         if (token == QXmlStreamReader::Invalid)
-            throw Failure{QStringLiteral("line %1, column %2: <%3>: expected well-formed XML: %4")
-                              .arg(m_xml.lineNumber())
-                              .arg(m_xml.columnNumber())
-                              .arg(element, m_xml.errorString().simplified())}; // it quotes the document
+            fail(element, QStringLiteral("expected well-formed XML: %1")
+                              .arg(m_xml.errorString().simplified())); // it quotes the document
         return token;
     }
 
@@ -173,23 +175,22 @@ private:
     bool nextChild(QLatin1String parent)
     {
         for (;;) {
-            const qint64 line = m_xml.lineNumber();
+            const auto place = TextPlace::of(m_xml);
             const QXmlStreamReader::TokenType token = next(parent);
             if (token == QXmlStreamReader::StartElement)
                 return true;
             if (token == QXmlStreamReader::EndElement)
                 return false;
             if (token == QXmlStreamReader::Characters && !m_xml.isWhitespace())
-                failForText(parent, line);
+                failForText(parent, place);
         }
     }
 
     void passOver(QLatin1String parent)
     {
         if (++m_passedOver <= kMostNotes)
-            m_report.notes.append(QStringLiteral("line %1: <%2> inside <%3> is not known and was passed over")
-                                      .arg(m_xml.lineNumber())
-                                      .arg(shortened(m_xml.name()), parent));
+            m_report.notes.append(QStringLiteral("%1: <%2> inside <%3> is not known and was passed over")
+                                      .arg(TextPlace::of(m_xml).toString(), shortened(m_xml.name()), parent));
         for (int depth = 1; depth > 0;) {
             const QXmlStreamReader::TokenType token = next(parent);
             if (token == QXmlStreamReader::StartElement && ++depth > kDeepestLevel)
@@ -225,16 +226,15 @@ private:
             see(field->name, 1u << (field - kTextFields));
             TextElement& element = profile.*field->element;
             element.status = statusOf(field->name);
-            const qint64 line = m_xml.lineNumber();
-            const qint64 column = m_xml.columnNumber() + 1;
+            const auto place = TextPlace::of(m_xml);
             element.value = readText(field->name);
-            judge(*field, element, line, column);
+            judge(*field, element, place);
         }
     }
 
-    /// Tells of a value that will not be understood; `line` and `column` are where it begins. An element that
-    /// is neither in use nor says anything need not be understood.
-    void judge(const TextField& field, const TextElement& element, qint64 line, qint64 column)
+    /// Tells of a value that will not be understood; `place` is where it begins. An element that is neither
+    /// in use nor says anything need not be understood.
+    void judge(const TextField& field, const TextElement& element, const TextPlace& place)
     {
         const QString& text = element.value;
         const int begin = static_cast<int>(
@@ -245,26 +245,23 @@ private:
             field.largest == 0 ? doubtAboutModulation(text) : doubtAboutRange(text, field.largest);
         if (doubt.isEmpty() || ++m_report.doubtful > kMostNotes)
             return;
-        const QStringRef before = text.leftRef(begin);
-        const int lastBreak = before.lastIndexOf(QLatin1Char('\n'));
-        line += before.count(QLatin1Char('\n'));
-        column = lastBreak < 0 ? column + begin : begin - lastBreak;
-        m_report.doubts.append(QStringLiteral("line %1, column %2: <%3>: %4")
-                                   .arg(QString::number(line), QString::number(column), field.name, doubt));
+        m_report.doubts.append(
+            QStringLiteral("%1: <%2>: %3").arg(place.behind(text.left(begin)).toString(), field.name, doubt));
     }
 
     void readNumber(QLatin1String name, NumberElement& element)
     {
         element.status = statusOf(name);
-        const qint64 line = m_xml.lineNumber();
-        const QString text = readText(name).trimmed();
+        const auto place = TextPlace::of(m_xml);
+        const QString given = readText(name);
+        const QString text = given.trimmed();
         if (text.isEmpty())
             return;
         bool ok = false;
         element.value = text.toDouble(&ok);
         if (!ok || !std::isfinite(element.value))
             fail(name, QStringLiteral("expected a number, found \"%1\"").arg(shortened(QStringRef(&text))),
-                 line);
+                 place.behind(given.left(given.indexOf(text))));
     }
 
     qint32 statusOf(QLatin1String name) const
@@ -309,7 +306,7 @@ ReadReport readFrom(QXmlStreamReader& xml, const QString& sourceName, ShortTimeP
         Reader(xml, report).read(read);
         profiles.profiles.swap(read);
     } catch (const Failure& failure) {
-        report.error = QStringLiteral("%1, %2").arg(sourceName, failure.text);
+        report.error = failure.place.message(sourceName, failure.text);
     }
     return report;
 }
