@@ -3,6 +3,7 @@
 #include "options.h"
 #include "orderdraft.h"
 #include "simulatedinstallation.h"
+#include "tracelines.h"
 
 #include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>
@@ -42,6 +43,7 @@ struct Session::Parts
 {
     std::unique_ptr<SimulatedInstallation> simulation;
 #ifdef KOLTA_WITH_DISTRIBUTION
+    TraceLines trace;
     std::unique_ptr<distribution::TreeLink> link;
     std::unique_ptr<TreeBranches> branches;
 #endif
@@ -289,6 +291,11 @@ QString Session::userName() const
 }
 
 int Session::rightCount() const
+TraceLines& Session::trace() const
+{
+    return d->trace;
+}
+
 {
     int count = 0;
     for (int place = 0; place < UserRights::GetNumberOfRights(); ++place)

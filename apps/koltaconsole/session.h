@@ -31,6 +31,7 @@ struct Options;
 
 /// How the way to the servers is.
 struct LinkState
+class TraceLines;
 {
     bool isUp = false;
     bool wasUp = false; ///< ever
@@ -63,6 +64,8 @@ public:
     const Kolta::IBranchSource* branches() const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
+    /// What this process has traced.
+    TraceLines& trace() const;
 
     /// Every server, worst first, within a state by how long it is so, then by name.
     const QVector<ServerFacts>& facts() const noexcept { return m_facts; }

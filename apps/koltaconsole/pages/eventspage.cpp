@@ -6,6 +6,7 @@
 #include "../stateitemdelegate.h"
 #include "eventwords.h"
 #include "linksview.h"
+#include "traceview.h"
 
 #include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>
@@ -59,7 +60,8 @@ EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
     makeActions();
     m_tabs->setDocumentMode(true);
     m_tabs->addTab(makeEvents(), tr("Events"));
-    m_tabs->addTab(new LinksView(session, m_tabs), tr("Links"));
+    m_tabs->addTab(new LinksView(session, actions, m_tabs), tr("Links"));
+    m_tabs->addTab(new TraceView(session, m_tabs), tr("Trace"));
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 4, 0, 0);
     layout->addWidget(m_tabs);

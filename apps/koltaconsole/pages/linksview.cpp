@@ -1,13 +1,17 @@
 #include "linksview.h"
 
+#include "../actions.h"
 #include "../columns.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
+#include "linkmessages.h"
+#include "linktraffic.h"
 
 #include <koltacommon/viewroles.h>
 
 #include <QHeaderView>
 #include <QLabel>
+#include <QSplitter>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -38,15 +42,42 @@ std::optional<Look> lookOf(const QModelIndex& index)
     return Look{Mark::Cross, Role::Dim, word, false};
 }
 
+/// Keys of links are told from those of branches by this.
+const QString kLinkKey = QStringLiteral("link/");
+
 } // namespace
 
-LinksView::LinksView(Session& session, QWidget* parent)
-    : QWidget(parent), m_nothing(new QLabel(this)), m_table(new QTreeView(this))
+LinksView::LinksView(Session& session, ActionTable& actions, QWidget* parent)
+    : QWidget(parent)
+    , m_actions(actions)
+    , m_nothing(new QLabel(this))
+    , m_table(new QTreeView(this))
+    , m_parts(new QSplitter(Qt::Vertical, this))
 {
     m_model.setBranches(session.branches());
     m_nothing->setText(tr("There are no links: the servers are simulated in this process."));
     m_nothing->setProperty("dim", true);
     m_nothing->setContentsMargins(8, 8, 8, 8);
+    connectAll();
+    makeTable();
+    makeAction();
+    m_messages = new LinkMessages(actions, this);
+    m_parts->addWidget(m_table);
+    m_parts->addWidget(m_messages);
+    m_parts->setSizes({150, 400});
+    m_parts->setStretchFactor(1, 1);
+    m_parts->setHandleWidth(1);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_nothing);
+    layout->addWidget(m_parts, 1);
+    showWhetherThereAreAny();
+    showLink();
+}
+
+void LinksView::makeTable()
+{
     m_table->setModel(&m_model);
     m_table->setItemDelegate(new StateItemDelegate(m_table, &lookOf));
     m_table->setRootIsDecorated(false);
@@ -54,21 +85,106 @@ LinksView::LinksView(Session& session, QWidget* parent)
     m_table->setAlternatingRowColors(true);
     m_table->setAccessibleName(tr("Links"));
     setColumnWidths(*m_table, {260, 200, 110, 100, 70, 110});
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(m_nothing);
-    layout->addWidget(m_table, 1);
+    connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &LinksView::choose);
+}
+
+void LinksView::makeAction()
+{
+    ActionTable::Entry entry;
+    entry.id = QStringLiteral("link-read");
+    entry.text = tr("Read the traffic");
+    entry.run = [this] { readOrStop(); };
+    entry.problem = [this] { return whyNotRead(); };
+    m_actions.add(entry, this);
+}
+
+/// Before the table is: what it chooses when a row goes away is not what somebody chose.
+void LinksView::connectAll()
+{
+    connect(&m_model, &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            [this](const QModelIndex&, int first, int last) { beginRemoval(first, last); });
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &LinksView::showWhetherThereAreAny);
-    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, &LinksView::showWhetherThereAreAny);
-    showWhetherThereAreAny();
+    connect(
+        &m_model, &QAbstractItemModel::rowsRemoved, this, [this] { endRemoval(); }, Qt::QueuedConnection);
 }
 
 void LinksView::showWhetherThereAreAny()
 {
-    const bool isEmpty = m_model.rowCount() == 0;
+    const bool isEmpty = m_model.rowCount() == 0 && m_key.isEmpty();
     m_nothing->setVisible(isEmpty);
-    m_table->setVisible(!isEmpty);
+    m_parts->setVisible(!isEmpty);
+}
+
+QString LinksView::whyNotRead() const
+{
+    if (m_key.isEmpty())
+        return tr("Choose a link to read its traffic.");
+    if (!m_key.startsWith(kLinkKey))
+        return tr("What the broker and the branches of servers say has no messages that could be read here; "
+                  "kolta record writes it down.");
+    return m_isGone ? tr("The link is no more.") : QString();
+}
+
+void LinksView::choose()
+{
+    const QModelIndex current = m_table->currentIndex();
+    if (m_isRemoving || !current.isValid())
+        return;
+    const QString key = current.data(Kolta::ViewRoles::KeyRole).toString();
+    if (m_isGone && key != m_key)
+        delete m_traffics.take(m_key);
+    m_key = key;
+    m_name = current.sibling(current.row(), LinksModel::eLinkColumn).data().toString();
+    m_isGone = false;
+    showLink();
+}
+
+void LinksView::showLink()
+{
+    LinkTraffic* const shown = traffic();
+    QString instead = whyNotRead();
+    if (instead.isEmpty())
+        instead = tr("Nobody reads the messages of this link, which costs nothing.");
+    m_messages->show(shown, m_name, m_isGone, instead);
+    m_actions.refresh();
+}
+
+void LinksView::readOrStop()
+{
+    LinkTraffic*& traffic = m_traffics[m_key];
+    if (!traffic)
+        traffic = new LinkTraffic(m_key.midRef(kLinkKey.size()).toUInt(), this);
+    if (traffic->isReading())
+        traffic->stop();
+    else
+        traffic->start();
+    showLink();
+}
+
+/// What was read of the link that is shown stays until another one is chosen.
+void LinksView::beginRemoval(int first, int last)
+{
+    m_isRemoving = true;
+    for (int row = first; row <= last; ++row) {
+        const QString key = m_model.index(row, 0).data(Kolta::ViewRoles::KeyRole).toString();
+        if (LinkTraffic* const traffic = m_traffics.value(key))
+            traffic->stop();
+        if (key == m_key)
+            m_isGone = true;
+        else
+            delete m_traffics.take(key);
+    }
+}
+
+void LinksView::endRemoval()
+{
+    if (!m_isRemoving)
+        return;
+    if (m_isGone)
+        m_table->selectionModel()->clear();
+    m_isRemoving = false;
+    showWhetherThereAreAny();
+    showLink();
 }
 
 } // namespace KoltaConsole

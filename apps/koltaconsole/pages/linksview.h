@@ -2,31 +2,56 @@
 
 #include <koltacommon/linksmodel.h>
 
+#include <QHash>
 #include <QWidget>
 
 class QLabel;
+class QSplitter;
 class QTreeView;
 
 namespace KoltaConsole {
 
+class ActionTable;
+class LinkMessages;
+class LinkTraffic;
 class Session;
 
-/// The broker, its branches and the links of this program with their figures.
+/// The broker, its branches and the links of this program with their figures; below it the messages of the
+/// link that is chosen, if somebody wants to read them.
 class LinksView : public QWidget
 {
     Q_OBJECT
 
 public:
-    LinksView(Session& session, QWidget* parent);
+    LinksView(Session& session, ActionTable& actions, QWidget* parent);
 
     const Kolta::LinksModel& model() const { return m_model; }
+    /// Of the link that is chosen or was when it ended; null while nobody has read its messages.
+    LinkTraffic* traffic() const { return m_traffics.value(m_key); }
 
 private:
+    void makeTable();
+    void makeAction();
+    void connectAll();
     void showWhetherThereAreAny();
+    void showLink();
+    void choose();
+    void readOrStop();
+    QString whyNotRead() const;
+    void beginRemoval(int first, int last);
+    void endRemoval();
 
+    ActionTable& m_actions;
     Kolta::LinksModel m_model;
     QLabel* m_nothing;
     QTreeView* m_table;
+    LinkMessages* m_messages = nullptr;
+    QSplitter* m_parts;
+    QHash<QString, LinkTraffic*> m_traffics; ///< by the key of the link; children of this
+    QString m_key;                           ///< of the link that is chosen
+    QString m_name;
+    bool m_isGone = false;
+    bool m_isRemoving = false;
 };
 
 } // namespace KoltaConsole

@@ -1709,6 +1709,10 @@
         <source>events cannot be saved in %1: %2</source>
         <translation>Ereignisse lassen sich nicht in %1 sichern: %2</translation>
     </message>
+    <message>
+        <source>Trace</source>
+        <translation>Trace</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::FrequencyAxis</name>
@@ -1768,6 +1772,136 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::LinkMessages</name>
+    <message>
+        <source>Traffic</source>
+        <translation>Verkehr</translation>
+    </message>
+    <message>
+        <source>Read the traffic</source>
+        <translation>Verkehr mitlesen</translation>
+    </message>
+    <message>
+        <source>Stop reading</source>
+        <translation>Nicht mehr mitlesen</translation>
+    </message>
+    <message>
+        <source>Messages of the link</source>
+        <translation>Nachrichten der Verbindung</translation>
+    </message>
+    <message>
+        <source>Text of the message</source>
+        <translation>Text der Nachricht</translation>
+    </message>
+    <message>
+        <source>Traffic of %1</source>
+        <translation>Verkehr von %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>The link is no more; %n message(s) were read until %1.</source>
+        <translation>
+            <numerusform>Die Verbindung gibt es nicht mehr; bis %1 wurde %n Nachricht gelesen.</numerusform>
+            <numerusform>Die Verbindung gibt es nicht mehr; bis %1 wurden %n Nachrichten gelesen.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n message(s), at most %1 are kept; read since %2</source>
+        <translation>
+            <numerusform>%n Nachricht, höchstens %1 bleiben; mitgelesen seit %2</numerusform>
+            <numerusform>%n Nachrichten, höchstens %1 bleiben; mitgelesen seit %2</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n message(s); not read since %1</source>
+        <translation>
+            <numerusform>%n Nachricht; seit %1 wird nicht mitgelesen</numerusform>
+            <numerusform>%n Nachrichten; seit %1 wird nicht mitgelesen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Choose a message to see all of it.</source>
+        <translation>Wählen Sie eine Nachricht, um sie ganz zu sehen.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::LinkTraffic</name>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>Direction</source>
+        <translation>Richtung</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>Nachricht</translation>
+    </message>
+    <message>
+        <source>Bytes</source>
+        <translation>Bytes</translation>
+    </message>
+    <message>
+        <source>Took</source>
+        <translation>Dauer</translation>
+    </message>
+    <message>
+        <source>%1 refuses: %2</source>
+        <translation>%1 weist ab: %2</translation>
+    </message>
+    <message>
+        <source>asks %1 for %2</source>
+        <translation>fragt %1 nach %2</translation>
+    </message>
+    <message>
+        <source>orders %2 from %1</source>
+        <translation>verlangt %2 von %1</translation>
+    </message>
+    <message>
+        <source>%1 has done it</source>
+        <translation>%1 hat es getan</translation>
+    </message>
+    <message>
+        <source>%1 answers with %2</source>
+        <translation>%1 antwortet mit %2</translation>
+    </message>
+    <message>
+        <source>%1 tells of %2</source>
+        <translation>%1 meldet %2</translation>
+    </message>
+    <message>
+        <source>a message of an unknown kind, about %1</source>
+        <translation>eine Nachricht unbekannter Art, zu %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n more part(s)</source>
+        <translation>
+            <numerusform>%n weiterer Teil</numerusform>
+            <numerusform>%n weitere Teile</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>an empty message</source>
+        <translation>eine leere Nachricht</translation>
+    </message>
+    <message>
+        <source>… shortened: this is the beginning of %1 bytes.</source>
+        <translation>… gekürzt: Das ist der Anfang von %1 Bytes.</translation>
+    </message>
+    <message>
+        <source>sent</source>
+        <translation>gesendet</translation>
+    </message>
+    <message>
+        <source>received</source>
+        <translation>empfangen</translation>
+    </message>
+    <message>
+        <source>%1 ms</source>
+        <translation>%1 ms</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::LinksView</name>
     <message>
         <source>There are no links: the servers are simulated in this process.</source>
@@ -1776,6 +1910,26 @@
     <message>
         <source>Links</source>
         <translation>Verbindungen</translation>
+    </message>
+    <message>
+        <source>Read the traffic</source>
+        <translation>Verkehr mitlesen</translation>
+    </message>
+    <message>
+        <source>Choose a link to read its traffic.</source>
+        <translation>Wählen Sie eine Verbindung, um ihren Verkehr mitzulesen.</translation>
+    </message>
+    <message>
+        <source>What the broker and the branches of servers say has no messages that could be read here; kolta record writes it down.</source>
+        <translation>Was der Broker und die Zweige der Server sagen, kommt nicht in Nachrichten, die hier zu lesen wären; kolta record schreibt es auf.</translation>
+    </message>
+    <message>
+        <source>The link is no more.</source>
+        <translation>Die Verbindung gibt es nicht mehr.</translation>
+    </message>
+    <message>
+        <source>Nobody reads the messages of this link, which costs nothing.</source>
+        <translation>Niemand liest die Nachrichten dieser Verbindung mit; das kostet nichts.</translation>
     </message>
 </context>
 <context>
@@ -2537,6 +2691,96 @@
     <message>
         <source> · read only</source>
         <translation> · nur lesen</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::TraceLines</name>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>Channel</source>
+        <translation>Kanal</translation>
+    </message>
+    <message>
+        <source>Source and point</source>
+        <translation>Quelle und Stelle</translation>
+    </message>
+    <message>
+        <source>What was traced</source>
+        <translation>Was aufgezeichnet wurde</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::TraceView</name>
+    <message>
+        <source>the process cannot go on</source>
+        <translation>der Prozess kann nicht weiter</translation>
+    </message>
+    <message>
+        <source>an operation failed, and nobody else was told</source>
+        <translation>etwas ist gescheitert, und niemand sonst erfuhr es</translation>
+    </message>
+    <message>
+        <source>something looks wrong, work goes on</source>
+        <translation>etwas sieht falsch aus, es geht weiter</translation>
+    </message>
+    <message>
+        <source>life cycle: links opened, files loaded</source>
+        <translation>Lebenslauf: Verbindungen geöffnet, Dateien geladen</translation>
+    </message>
+    <message>
+        <source>configuration read and written</source>
+        <translation>Konfiguration gelesen und geschrieben</translation>
+    </message>
+    <message>
+        <source>what support reads first</source>
+        <translation>was der Kundendienst zuerst liest</translation>
+    </message>
+    <message>
+        <source>detail that only a closer look needs</source>
+        <translation>Einzelheiten für genaueres Hinsehen</translation>
+    </message>
+    <message>
+        <source>Filter: warning, xmlmessaging, !detail, text</source>
+        <translation>Filter: warning, xmlmessaging, !detail, Text</translation>
+    </message>
+    <message>
+        <source>Filter of trace lines</source>
+        <translation>Filter der Trace-Zeilen</translation>
+    </message>
+    <message>
+        <source>Channel</source>
+        <translation>Kanal</translation>
+    </message>
+    <message>
+        <source>Number</source>
+        <translation>Nummer</translation>
+    </message>
+    <message>
+        <source>Lines</source>
+        <translation>Zeilen</translation>
+    </message>
+    <message>
+        <source>What it tells</source>
+        <translation>Was er sagt</translation>
+    </message>
+    <message>
+        <source>Trace channels</source>
+        <translation>Trace-Kanäle</translation>
+    </message>
+    <message>
+        <source>Trace lines</source>
+        <translation>Trace-Zeilen</translation>
+    </message>
+    <message>
+        <source>No line matches &quot;%1&quot;.</source>
+        <translation>Keine Zeile passt zu „%1“.</translation>
+    </message>
+    <message>
+        <source>%1 of %2 lines; the newest on top</source>
+        <translation>%1 von %2 Zeilen; die neuesten oben</translation>
     </message>
 </context>
 <context>

@@ -19,6 +19,40 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::LinkMessages</name>
+    <message numerus="yes">
+        <source>The link is no more; %n message(s) were read until %1.</source>
+        <translation>
+            <numerusform>The link is no more; %n message was read until %1.</numerusform>
+            <numerusform>The link is no more; %n messages were read until %1.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n message(s), at most %1 are kept; read since %2</source>
+        <translation>
+            <numerusform>%n message, at most %1 are kept; read since %2</numerusform>
+            <numerusform>%n messages, at most %1 are kept; read since %2</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n message(s); not read since %1</source>
+        <translation>
+            <numerusform>%n message; not read since %1</numerusform>
+            <numerusform>%n messages; not read since %1</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::LinkTraffic</name>
+    <message numerus="yes">
+        <source>%n more part(s)</source>
+        <translation>
+            <numerusform>%n more part</numerusform>
+            <numerusform>%n more parts</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::ServerCards</name>
     <message numerus="yes">
         <source>%n production(s)</source>
