@@ -78,7 +78,7 @@ QString ActionTable::enabledBecause(const QString& id) const
     if (!entry)
         return tr("There is no such action.");
     if (entry->changes && m_session.isReadOnly())
-        return tr("The console was started to look only.");
+        return m_session.whyReadOnly();
     if ((entry->needs & eLink) && !m_session.link().isUp)
         return tr("It needs the link to the broker.");
     for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {

@@ -12,6 +12,10 @@
 #include "stateitemdelegate.h"
 #include "topbar.h"
 
+#ifdef KOLTA_WITH_DISTRIBUTION
+#include "replaybar.h"
+#endif
+
 #include <koltacommon/viewroles.h>
 
 #include <QAbstractItemView>
@@ -36,6 +40,7 @@ namespace {
 
 constexpr int kTreeWidth = 256;
 constexpr int kEventsHeight = 99; ///< four rows
+constexpr int kFrame = 4;
 
 } // namespace
 
@@ -99,9 +104,25 @@ void MainWindow::arrange(QWidget* top)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(top);
+    addReplay(*all);
     layout->addWidget(m_banner);
     layout->addWidget(m_upright, 1);
     setCentralWidget(all);
+}
+
+/// A frame around all that is shown says that it is not the present.
+void MainWindow::addReplay(QWidget& all)
+{
+#ifdef KOLTA_WITH_DISTRIBUTION
+    if (!m_session.replay())
+        return;
+    all.setProperty("replay", true);
+    all.setAttribute(Qt::WA_StyledBackground);
+    all.layout()->setContentsMargins(kFrame, kFrame, kFrame, kFrame);
+    all.layout()->addWidget(new ReplayBar(m_session, m_actions, &all));
+#else
+    Q_UNUSED(all)
+#endif
 }
 
 void MainWindow::connectAll()

@@ -45,6 +45,7 @@ protected:
 
 private:
     void arrange(QWidget* top);
+    void addReplay(QWidget& all);
     void connectAll();
     QWidget* makeCommandLine();
     void makeEvents();

@@ -28,8 +28,10 @@ struct OptionText
 /// In the order of the help.
 constexpr OptionText kOptions[] = {
     {"tree", "URL", nullptr,
-     "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX] (environment "
-     "KOLTA_TREE, configuration Distribution/Url)."},
+     "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX], or that did "
+     "in "
+     "the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE, configuration "
+     "Distribution/Url)."},
     {"simulate", nullptr, nullptr, "An installation of its own, in this process."},
     {"servers", "NUMBER", "5", "How many servers are simulated (5)."},
     {"tuners", "NUMBER", "0", "How many tuners each of them has (those of the sample)."},

@@ -21,9 +21,11 @@
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "treebranches.h"
 
+#include <distribution/replay.h>
 #include <distribution/treelink.h>
 #endif
 
+#include <QFileInfo>
 #include <QTimer>
 
 #include <algorithm>
@@ -41,9 +43,9 @@ constexpr int kGatherMs = 100;
 
 struct Session::Parts
 {
+    TraceLines trace;
     std::unique_ptr<SimulatedInstallation> simulation;
 #ifdef KOLTA_WITH_DISTRIBUTION
-    TraceLines trace;
     std::unique_ptr<distribution::TreeLink> link;
     std::unique_ptr<TreeBranches> branches;
 #endif
@@ -108,8 +110,8 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     parts.classes.followRegistry(registry);
     parts.processors.followRegistry(registry);
     parts.events.followRegistry(registry);
-    session->startJournal(options.servers > 0 ? QString() : Kolta::Journal::pathFor(options.url),
-                          options.isRemembered);
+    const bool hasFile = options.servers == 0 && !session->replay();
+    session->startJournal(hasFile ? Kolta::Journal::pathFor(options.url) : QString(), options.isRemembered);
     Session* const own = session.get();
     const auto gather = [own] { own->gather(); };
     connect(&parts.servers, &QAbstractItemModel::dataChanged, own, gather);
@@ -155,6 +157,8 @@ bool Session::mirror(const Options& options, QString& error)
     m_url = options.url;
     m_link = {false, false, QDateTime::currentDateTime(), tr("connecting")};
     d->link = std::make_unique<distribution::TreeLink>(values::Tree::Instance(), *link);
+    if (replay())
+        beginReplay();
     d->branches = std::make_unique<TreeBranches>(*d->link, m_url);
     connect(d->link.get(), &distribution::TreeLink::si_LinkChanged, this, &Session::noteLink);
     connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, this, &Session::gather);
@@ -163,7 +167,40 @@ bool Session::mirror(const Options& options, QString& error)
     return true;
 }
 
+/// Events have the recording's times, and nobody is to believe that something could be done.
+void Session::beginReplay()
+{
+    m_isReadOnly = true;
+    m_url = tr("replay of %1").arg(QFileInfo(replay()->file()).fileName());
+    d->events.setTimeSource([this] { return now(); });
+    m_link.since = now();
+    if (!replay()->cut().isEmpty())
+        tell(QStringLiteral("%1: %2").arg(replay()->file(), replay()->cut()),
+             Kolta::Event::Weight::Attention);
+}
+
+distribution::Replay* Session::replay() const
+{
+    return d->link ? d->link->replay() : nullptr;
+}
+
+QDateTime Session::now() const
+{
+    const distribution::Replay* const played = replay();
+    return played ? played->timeAt(played->position()) : QDateTime::currentDateTime();
+}
+
 #else
+
+distribution::Replay* Session::replay() const
+{
+    return nullptr;
+}
+
+QDateTime Session::now() const
+{
+    return QDateTime::currentDateTime();
+}
 
 bool Session::mirror(const Options& /*options*/, QString& error)
 {
@@ -186,6 +223,7 @@ void Session::startJournal(const QString& file, bool isWritten)
 void Session::tell(const QString& text, Kolta::Event::Weight weight)
 {
     Kolta::Event event;
+    event.time = now();
     event.weight = weight;
     event.text = text;
     d->journal.take(event);
@@ -195,7 +233,7 @@ void Session::noteLink(bool isUp, const QString& reason)
 {
     const bool isOther = m_link.isUp != isUp;
     if (isOther)
-        m_link.since = QDateTime::currentDateTime();
+        m_link.since = now();
     m_link.isUp = isUp;
     m_link.text = reason;
     if (isOther) {
@@ -253,6 +291,11 @@ OrderDraft& Session::draft() const
     return d->draft;
 }
 
+TraceLines& Session::trace() const
+{
+    return d->trace;
+}
+
 const Kolta::IBranchSource* Session::branches() const
 {
 #ifdef KOLTA_WITH_DISTRIBUTION
@@ -285,17 +328,18 @@ bool Session::isSimulated() const noexcept
     return d->simulation != nullptr;
 }
 
+QString Session::whyReadOnly() const
+{
+    return replay() ? tr("This is a replay, in which nothing can be changed.")
+                    : tr("The console was started to look only.");
+}
+
 QString Session::userName() const
 {
     return UserRights::Instance().GetActiveUserName();
 }
 
 int Session::rightCount() const
-TraceLines& Session::trace() const
-{
-    return d->trace;
-}
-
 {
     int count = 0;
     for (int place = 0; place < UserRights::GetNumberOfRights(); ++place)

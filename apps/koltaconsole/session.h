@@ -23,15 +23,19 @@ class TunerClassModel;
 class TunerModel;
 } // namespace Kolta
 
+namespace distribution {
+class Replay;
+}
+
 namespace KoltaConsole {
 
 class OrderDraft;
 class SimulatedInstallation;
+class TraceLines;
 struct Options;
 
 /// How the way to the servers is.
 struct LinkState
-class TraceLines;
 {
     bool isUp = false;
     bool wasUp = false; ///< ever
@@ -60,12 +64,12 @@ public:
     Kolta::Journal& journal() const;
     /// What somebody is about to order.
     OrderDraft& draft() const;
+    /// What this process has traced.
+    TraceLines& trace() const;
     /// The broker and the branches behind it; null where there is no broker.
     const Kolta::IBranchSource* branches() const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
-    /// What this process has traced.
-    TraceLines& trace() const;
 
     /// Every server, worst first, within a state by how long it is so, then by name.
     const QVector<ServerFacts>& facts() const noexcept { return m_facts; }
@@ -76,12 +80,18 @@ public:
     void tell(const QString& text, Kolta::Event::Weight weight);
 
     bool isSimulated() const noexcept;
-    /// The broker's address, "simulated" without one.
+    /// The broker's address, "simulated" without one, the file of a replay.
     const QString& url() const noexcept { return m_url; }
     const LinkState& link() const noexcept { return m_link; }
     /// The link was there and is not any more: all there is to see was known last.
     bool isOutOfSight() const noexcept { return !m_link.isUp && m_link.wasUp; }
     bool isReadOnly() const noexcept { return m_isReadOnly; }
+    /// As a sentence.
+    QString whyReadOnly() const;
+    /// What is played here; null unless the tree is a recording.
+    distribution::Replay* replay() const;
+    /// The time of day, in a replay that of the recording.
+    QDateTime now() const;
 
     /// Whether users are asked here; otherwise the servers decide.
     bool areUsersKnown() const noexcept { return m_areUsersKnown; }
@@ -107,6 +117,7 @@ private:
     bool mirror(const Options& options, QString& error);
     void startJournal(const QString& file, bool isWritten);
     void noteLink(bool isUp, const QString& reason);
+    void beginReplay();
     void startUsers(const QString& file);
     void gather();
     void readFacts();

@@ -45,6 +45,7 @@ QTabBar:focus { border-bottom: 2px solid @planned; }
 QSplitter::handle { background: @line; }
 QToolTip { background: @base; color: @text; border: 1px solid @border; }
 *[dim="true"] { color: @dim; }
+*[replay="true"] { border: 4px solid @warnfill; }
 *[badge="attention"] { background: @warnfill; color: @text; font-weight: bold; border: none; }
 *[warning="true"] { color: @attention; font-weight: bold; }
 QLineEdit[wrong="true"] { border: 2px solid @attention; padding: 2px 7px; }

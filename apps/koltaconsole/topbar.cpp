@@ -86,6 +86,8 @@ void TopBar::showLink()
     const QString since = timeText(link.since);
     if (m_session.isSimulated())
         m_link->setText(link.text);
+    else if (m_session.replay() && (link.isUp || !link.wasUp))
+        m_link->setText(tr("recorded; nothing can be changed"));
     else if (link.isUp)
         m_link->setText(tr("broker up since %1").arg(since));
     else if (link.wasUp)

@@ -18,6 +18,7 @@ private Q_SLOTS:
         row("unknown option", "--simulate --pages", "offscreen", "pages");
         row("two installations", "--simulate --tree mqtt://h", "offscreen", "exclude each other");
         row("a URL that is none", "--tree nonsense", "offscreen", "expected mqtt");
+        row("no recording", "--tree replay:/no/such/file", "offscreen", "/no/such/file");
         row("no number", "--simulate --servers 0", "offscreen", "from 1 to 1000");
         row("no display", "--simulate", "", "DISPLAY is not set");
         row("a display that is not there", "--simulate", "xcb", "cannot be reached");

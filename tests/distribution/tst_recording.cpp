@@ -229,6 +229,8 @@ private Q_SLOTS:
             QVERIFY2(played.contains(file.problem) && played.count('\n') == 1 && played.endsWith('1'),
                      played.constData());
         }
+        played = kolta(words("replay --from 25:00") + QStringList(killed));
+        QVERIFY2(played.count('\n') == 1 && played.endsWith('2'), played.constData());
         played = kolta(words("record --tree") + QStringList{m_broker.url(), killed});
         QVERIFY2(played.contains("File exists") && bytesOf(killed) == whole, played.constData());
 

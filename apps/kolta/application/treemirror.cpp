@@ -25,6 +25,17 @@ namespace {
 /// A branch of a recording that is not live by then is not live at that time.
 constexpr int kReplayLiveMs = 400;
 
+/// Whether the recording can be played, but not from the time that somebody wants.
+bool isTimeAtFault(const QString& url)
+{
+    QString error;
+    auto address = distribution::ReplayAddress::FromUrl(url, error);
+    const bool hasTime = address && !address->from.isEmpty();
+    if (hasTime)
+        address->from.clear();
+    return hasTime && distribution::Replay::Open(*address, error);
+}
+
 std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QString& error)
 {
     using namespace distribution;
@@ -34,7 +45,7 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QStr
                                   : !line.isSet("tree") || BrokerAddress::FromCommandLine(url, error);
     auto options = fits ? LinkOptions::FromConfiguration(url, error) : std::nullopt;
     if (!options)
-        setStartFailure(fits && isRecording ? eExitFailed : eExitUsage);
+        setStartFailure(fits && isRecording && !isTimeAtFault(url) ? eExitFailed : eExitUsage);
     if (!options && !(fits && isRecording))
         error.prepend(QStringLiteral("--tree: "));
     if (options)

@@ -55,7 +55,7 @@ ProductionOrders::ProductionOrders(Session& session, const ProductionsModel& mod
 QString ProductionOrders::objectionToChange() const
 {
     if (m_session.isReadOnly())
-        return tr("The console was started to look only.");
+        return m_session.whyReadOnly();
     return m_session.link().isUp ? QString() : tr("It needs the link to the broker.");
 }
 

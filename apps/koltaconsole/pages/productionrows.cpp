@@ -107,7 +107,7 @@ void ProductionRows::readEnded()
 void ProductionRows::readEnded(const QVector<EventSubject>& subjects)
 {
     // What has ended just now has been over for a moment.
-    m_now = QDateTime::currentDateTime().addMSecs(1);
+    m_now = m_session.now().addMSecs(1);
     for (const EventSubject& subject : subjects) {
         if (subject.type == EventSubject::Type::Processor)
             noteEnd(subject);
@@ -228,7 +228,7 @@ void ProductionRows::forget()
 
 std::vector<ProductionRow> ProductionRows::gather(const Pending& pending)
 {
-    m_now = QDateTime::currentDateTime();
+    m_now = m_session.now();
     forget();
     std::map<QString, ProductionRow> servers; // by sorting text
     const ProcessorModel& model = m_session.processors();

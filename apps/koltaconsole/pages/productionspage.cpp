@@ -263,7 +263,7 @@ void ProductionsPage::refresh()
     m_isDue = false;
     m_model.setMovable(m_orders.mayMove());
     m_model.take(filtered(m_rows.gather(m_orders.pending()), false));
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = session().now();
     m_header->setRange(now.addSecs(-3600 * Timeline::kHours), now);
     actions().refresh();
     showCount();

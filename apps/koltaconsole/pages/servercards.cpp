@@ -360,7 +360,7 @@ Role roleOfState(int state)
 void ServerCards::paintStrip(QPainter& painter, const QRect& rect, const ServerFacts& facts) const
 {
     const Theme& theme = Theme::instance();
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = m_session.now();
     const auto xOf = [&](const QDateTime& time) {
         const double share = 1.0 - std::min(1.0, static_cast<double>(time.msecsTo(now)) / 86400000.0);
         return rect.left() + static_cast<int>(share * (rect.width() - 4));

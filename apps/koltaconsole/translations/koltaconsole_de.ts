@@ -1497,10 +1497,6 @@
         <translation>Eine solche Aktion gibt es nicht.</translation>
     </message>
     <message>
-        <source>The console was started to look only.</source>
-        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
-    </message>
-    <message>
         <source>It needs the link to the broker.</source>
         <translation>Dazu braucht es die Verbindung zum Broker.</translation>
     </message>
@@ -2246,10 +2242,6 @@
 <context>
     <name>KoltaConsole::ProductionOrders</name>
     <message>
-        <source>The console was started to look only.</source>
-        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
-    </message>
-    <message>
         <source>It needs the link to the broker.</source>
         <translation>Dazu braucht es die Verbindung zum Broker.</translation>
     </message>
@@ -2540,6 +2532,69 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::ReplayBar</name>
+    <message>
+        <source>Place in the recording</source>
+        <translation>Stelle der Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>12:03:10, +30, end</source>
+        <translation>12:03:10, +30, end</translation>
+    </message>
+    <message>
+        <source>Time to jump to</source>
+        <translation>Zeit, zu der gesprungen wird</translation>
+    </message>
+    <message>
+        <source>Speed of the replay</source>
+        <translation>Geschwindigkeit der Wiedergabe</translation>
+    </message>
+    <message>
+        <source>The recording is at its end.</source>
+        <translation>Die Aufzeichnung ist zu Ende.</translation>
+    </message>
+    <message>
+        <source>Pause or go on</source>
+        <translation>Anhalten oder weiter</translation>
+    </message>
+    <message>
+        <source>One step</source>
+        <translation>Ein Schritt</translation>
+    </message>
+    <message>
+        <source>Jump to…</source>
+        <translation>Springen zu …</translation>
+    </message>
+    <message>
+        <source>From the beginning</source>
+        <translation>Von Anfang an</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Go on</source>
+        <translation>Weiter</translation>
+    </message>
+    <message>
+        <source>replay of %1, %2, %3</source>
+        <translation>Wiedergabe von %1, %2, %3</translation>
+    </message>
+    <message>
+        <source>, at its end</source>
+        <translation>, am Ende</translation>
+    </message>
+    <message>
+        <source>, cut off there: %1</source>
+        <translation>, dort abgeschnitten: %1</translation>
+    </message>
+    <message>
+        <source>, paused</source>
+        <translation>, angehalten</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::ServerCards</name>
     <message>
         <source>Servers</source>
@@ -2627,6 +2682,18 @@
         <source>the broker is gone: %1</source>
         <translation>der Broker ist fort: %1</translation>
     </message>
+    <message>
+        <source>replay of %1</source>
+        <translation>Wiedergabe von %1</translation>
+    </message>
+    <message>
+        <source>This is a replay, in which nothing can be changed.</source>
+        <translation>Das ist eine Wiedergabe, in der sich nichts ändern lässt.</translation>
+    </message>
+    <message>
+        <source>The console was started to look only.</source>
+        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::TimelineDelegate</name>
@@ -2691,6 +2758,10 @@
     <message>
         <source> · read only</source>
         <translation> · nur lesen</translation>
+    </message>
+    <message>
+        <source>recorded; nothing can be changed</source>
+        <translation>aufgezeichnet; nichts lässt sich ändern</translation>
     </message>
 </context>
 <context>
