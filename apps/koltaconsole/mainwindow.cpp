@@ -268,6 +268,8 @@ Page* MainWindow::pageAt(int tab)
         filter->setText(QSettings()
                             .value(QStringLiteral("filter/%1").arg(QLatin1String(pageTable().at(tab).id)))
                             .toString());
+    if (m_isRemembered)
+        page->restore(QSettings());
     page->showServer(m_server);
     connect(page, &Page::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(page, &Page::si_CommandLineChanged, this, [this, page] {
@@ -377,7 +379,10 @@ void MainWindow::save() const
     settings.setValue(QStringLiteral("upright"), m_upright->saveState());
     settings.setValue(QStringLiteral("page"), pageIds().value(m_tabs->currentIndex()));
     for (int tab = 0; tab < m_pages.size(); ++tab) {
-        if (const Page* const page = m_pages.at(tab); page && page->filterLine())
+        const Page* const page = m_pages.at(tab);
+        if (page)
+            page->save(settings);
+        if (page && page->filterLine())
             settings.setValue(QStringLiteral("filter/%1").arg(pageIds().at(tab)), page->filterLine()->text());
     }
 }

@@ -65,10 +65,15 @@ void RowIndex::follow()
     connect(source, &QAbstractItemModel::modelReset, this, end);
 }
 
-RowIndex::Entry RowIndex::read(int sourceRow) const
+RowIndex::Entry RowIndex::read(int sourceRow)
 {
     Entry entry;
     entry.search = sourceModel()->index(sourceRow, 0).data(Kolta::ViewRoles::SearchRole).toString();
+    if (isGrouped()) {
+        entry.group = makeGroup(m_grouping.nameOf(sourceRow));
+        entry.isFree = m_grouping.isFree && m_grouping.isFree(sourceRow);
+    }
+    entry.isMatching = !m_filter || m_filter(sourceRow, entry.search);
     if (m_column < 0)
         return entry;
     const QVariant key = sourceModel()->index(sourceRow, m_column).data(Kolta::ViewRoles::SortRole);
@@ -87,6 +92,9 @@ RowIndex::Entry RowIndex::read(int sourceRow) const
 void RowIndex::readAll()
 {
     const int count = sourceModel() ? sourceModel()->rowCount() : 0;
+    m_groups.clear();
+    m_groupIds.clear();
+    m_touched.clear();
     m_entries.clear();
     m_entries.reserve(at(count));
     for (int row = 0; row < count; ++row)
@@ -94,13 +102,20 @@ void RowIndex::readAll()
     arrange();
 }
 
-bool RowIndex::isShown(int sourceRow) const
+bool RowIndex::isShown(const Entry& entry) const
 {
-    return !m_filter || m_filter(sourceRow, m_entries[at(sourceRow)].search);
+    return entry.isMatching && (entry.group < 0 || !m_groups[at(entry.group)].isFolded);
 }
 
 bool RowIndex::isBefore(int a, int b) const
 {
+    if (isGrouped()) {
+        const int firstGroup = groupOf(a), secondGroup = groupOf(b);
+        if (firstGroup != secondGroup)
+            return m_groups[at(firstGroup)].rank < m_groups[at(secondGroup)].rank;
+        if (a < 0 || b < 0)
+            return a < 0 && b >= 0;
+    }
     if (m_column < 0)
         return a < b;
     const Entry& first = m_entries[at(a)];
@@ -115,10 +130,20 @@ bool RowIndex::isBefore(int a, int b) const
 void RowIndex::arrange()
 {
     m_rows.clear();
+    m_matches = 0;
+    for (Group& group : m_groups)
+        group.count = group.free = 0;
     for (int row = 0; row < static_cast<int>(m_entries.size()); ++row) {
-        if (isShown(row))
+        const Entry& entry = m_entries[at(row)];
+        count(entry, 1);
+        if (isShown(entry))
             m_rows.push_back(row);
     }
+    for (std::size_t id = 0; id < m_groups.size(); ++id) {
+        if (m_groups[id].count > 0)
+            m_rows.push_back(~static_cast<int>(id));
+    }
+    m_touched.clear();
     std::sort(m_rows.begin(), m_rows.end(), [this](int a, int b) { return isBefore(a, b); });
     note();
 }
@@ -126,21 +151,24 @@ void RowIndex::arrange()
 void RowIndex::note()
 {
     m_places.assign(m_entries.size(), -1);
-    for (std::size_t place = 0; place < m_rows.size(); ++place)
-        m_places[at(m_rows[place])] = static_cast<int>(place);
-}
-
-void RowIndex::reset()
-{
-    beginResetModel();
-    arrange();
-    endResetModel();
+    for (Group& group : m_groups)
+        group.place = -1;
+    for (std::size_t place = 0; place < m_rows.size(); ++place) {
+        const int row = m_rows[place];
+        (row < 0 ? m_groups[at(~row)].place : m_places[at(row)]) = static_cast<int>(place);
+    }
 }
 
 void RowIndex::setFilter(Filter filter)
 {
+    beginResetModel();
     m_filter = std::move(filter);
-    reset();
+    for (int row = 0; row < static_cast<int>(m_entries.size()); ++row) {
+        Entry& entry = m_entries[at(row)];
+        entry.isMatching = !m_filter || m_filter(row, entry.search);
+    }
+    arrange();
+    endResetModel();
 }
 
 void RowIndex::sort(int column, Qt::SortOrder order)
@@ -152,25 +180,24 @@ void RowIndex::sort(int column, Qt::SortOrder order)
     endResetModel();
 }
 
-int RowIndex::placeFor(int sourceRow) const
+int RowIndex::placeFor(int row) const
 {
-    const auto place = std::lower_bound(m_rows.begin(), m_rows.end(), sourceRow,
-                                        [this](int a, int b) { return isBefore(a, b); });
+    const auto place =
+        std::lower_bound(m_rows.begin(), m_rows.end(), row, [this](int a, int b) { return isBefore(a, b); });
     return static_cast<int>(place - m_rows.begin());
 }
 
-void RowIndex::show(int sourceRow)
+void RowIndex::show(int row)
 {
-    const int place = placeFor(sourceRow);
+    const int place = placeFor(row);
     beginInsertRows({}, place, place);
-    m_rows.insert(m_rows.begin() + place, sourceRow);
+    m_rows.insert(m_rows.begin() + place, row);
     note();
     endInsertRows();
 }
 
-void RowIndex::hide(int sourceRow)
+void RowIndex::hide(int place)
 {
-    const int place = m_places[at(sourceRow)];
     beginRemoveRows({}, place, place);
     m_rows.erase(m_rows.begin() + place);
     note();
@@ -200,6 +227,32 @@ void RowIndex::change(int sourceRow)
     Q_EMIT dataChanged(index(now, 0), index(now, columnCount() - 1));
 }
 
+void RowIndex::replace(int sourceRow, Entry entry)
+{
+    if (entry.isMatching)
+        beginGroup(entry.group);
+    const bool wasShown = m_places[at(sourceRow)] >= 0;
+    count(m_entries[at(sourceRow)], -1);
+    count(entry, 1);
+    std::swap(m_entries[at(sourceRow)], entry);
+    const bool is = isShown(m_entries[at(sourceRow)]);
+    if (!wasShown && is)
+        show(sourceRow);
+    else if (wasShown && !is)
+        hide(m_places[at(sourceRow)]);
+    else if (is)
+        change(sourceRow);
+}
+
+void RowIndex::forget(int sourceRow)
+{
+    if (m_places[at(sourceRow)] >= 0)
+        hide(m_places[at(sourceRow)]);
+    Entry& entry = m_entries[at(sourceRow)];
+    count(entry, -1);
+    entry.isMatching = false;
+}
+
 void RowIndex::takeChanges(const QModelIndex& first, const QModelIndex& last)
 {
     if (first.parent().isValid())
@@ -212,18 +265,9 @@ void RowIndex::takeChanges(const QModelIndex& first, const QModelIndex& last)
         endResetModel();
         return;
     }
-    for (int row = first.row(); row <= last.row(); ++row) {
-        const bool wasShown = m_places[at(row)] >= 0;
-        Entry entry = read(row);
-        std::swap(m_entries[at(row)], entry);
-        const bool is = isShown(row);
-        if (!wasShown && is)
-            show(row);
-        else if (wasShown && !is)
-            hide(row);
-        else if (is)
-            change(row);
-    }
+    for (int row = first.row(); row <= last.row(); ++row)
+        replace(row, read(row));
+    endEmptyGroups();
 }
 
 void RowIndex::takeInsertion(int first, int last)
@@ -236,17 +280,16 @@ void RowIndex::takeInsertion(int first, int last)
         row += row >= first ? count : 0;
     m_entries.insert(m_entries.begin() + first, at(count), Entry());
     note();
-    for (int row = first; row <= last; ++row)
-        m_entries[at(row)] = read(row);
     if (isLarge) {
+        for (int row = first; row <= last; ++row)
+            m_entries[at(row)] = read(row);
         arrange();
         endResetModel();
         return;
     }
-    for (int row = first; row <= last; ++row) {
-        if (isShown(row))
-            show(row);
-    }
+    for (int row = first; row <= last; ++row)
+        replace(row, read(row));
+    endEmptyGroups();
 }
 
 void RowIndex::beginRemoval(int first, int last)
@@ -256,10 +299,9 @@ void RowIndex::beginRemoval(int first, int last)
         beginResetModel();
         return;
     }
-    for (int row = last; row >= first; --row) {
-        if (m_places[at(row)] >= 0)
-            hide(row);
-    }
+    for (int row = last; row >= first; --row)
+        forget(row);
+    endEmptyGroups();
 }
 
 void RowIndex::endRemoval(int first, int last)
@@ -277,10 +319,31 @@ void RowIndex::endRemoval(int first, int last)
     note();
 }
 
+QVariant RowIndex::data(const QModelIndex& index, int role) const
+{
+    return isHeading(index) ? headingData(m_groups[at(~sourceRow(index.row()))], index.column(), role)
+                            : QAbstractProxyModel::data(index, role);
+}
+
+/// Also when there is no row, of which Qt's proxy would ask for the column.
+QVariant RowIndex::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    return orientation == Qt::Horizontal && sourceModel()
+               ? sourceModel()->headerData(section, orientation, role)
+               : QVariant();
+}
+
+Qt::ItemFlags RowIndex::flags(const QModelIndex& index) const
+{
+    return isHeading(index) ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren
+                            : QAbstractProxyModel::flags(index);
+}
+
 QModelIndex RowIndex::mapToSource(const QModelIndex& proxyIndex) const
 {
-    return proxyIndex.isValid() ? sourceModel()->index(sourceRow(proxyIndex.row()), proxyIndex.column())
-                                : QModelIndex();
+    return proxyIndex.isValid() && !isHeading(proxyIndex)
+               ? sourceModel()->index(sourceRow(proxyIndex.row()), proxyIndex.column())
+               : QModelIndex();
 }
 
 QModelIndex RowIndex::mapFromSource(const QModelIndex& sourceIndex) const

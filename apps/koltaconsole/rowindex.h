@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QAbstractProxyModel>
+#include <QHash>
+#include <QSet>
 
 #include <functional>
 #include <vector>
@@ -13,6 +15,10 @@ namespace KoltaConsole {
 ///
 /// A reset loses a view's selection; whoever shows this restores it by the rows' keys. Sorts by
 /// Kolta::ViewRoles::SortRole as QSortFilterProxyModel does, rows that are equal in their own order.
+///
+/// The rows may stand in groups: then each group that has rows begins with a heading, which is a row of this
+/// alone, and what is folded is not shown below it. Groups stand in the order of their names, whatever the
+/// rows are sorted by, and how many are in one and free is counted as rows change.
 class RowIndex : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -20,6 +26,14 @@ class RowIndex : public QAbstractProxyModel
 public:
     /// Whether a row of the source is shown; `search` is its Kolta::ViewRoles::SearchRole.
     using Filter = std::function<bool(int sourceRow, const QString& search)>;
+    /// Empty functions: there are no groups.
+    struct Grouping
+    {
+        std::function<QString(int sourceRow)> nameOf;
+        std::function<bool(int sourceRow)> isFree;
+    };
+    /// What headings tell beside Kolta::ViewRoles::GroupRole; for other rows nothing.
+    enum Role : int { CountRole = Qt::UserRole + 200, FreeRole, FoldedRole };
     /// More changes than this at once are told as a reset.
     static constexpr int kSingleChanges = 64;
 
@@ -28,14 +42,31 @@ public:
     void setSourceModel(QAbstractItemModel* model) override;
     /// An empty function lets every row through.
     void setFilter(Filter filter);
+    /// What was folded stays so, by its name.
+    void setGrouping(Grouping grouping);
+    bool isGrouped() const noexcept { return m_grouping.nameOf != nullptr; }
+    bool isHeading(const QModelIndex& index) const;
+    /// Of the group whose heading or row it is.
+    void setFolded(const QModelIndex& index, bool isFolded);
+    /// Unfolds the group of a row that fits; false for any other.
+    bool reveal(int sourceRow);
+    const QSet<QString>& folded() const noexcept { return m_folded; }
+    void setFoldedNames(const QSet<QString>& names);
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
     int sortColumn() const noexcept { return m_column; }
     Qt::SortOrder sortOrder() const noexcept { return m_order; }
 
+    /// Negative for a heading.
     int sourceRow(int row) const { return m_rows[static_cast<std::size_t>(row)]; }
+    /// How many rows fit the filter, with those that are folded.
+    int matchCount() const noexcept { return m_matches; }
+    bool isMatching(int sourceRow) const { return m_entries[static_cast<std::size_t>(sourceRow)].isMatching; }
     /// -1 for one that is not shown.
     int rowOf(int sourceRow) const { return m_places[static_cast<std::size_t>(sourceRow)]; }
 
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
     QModelIndex mapToSource(const QModelIndex& proxyIndex) const override;
     QModelIndex mapFromSource(const QModelIndex& sourceIndex) const override;
     QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
@@ -55,20 +86,41 @@ private:
         QString search;
         double number = 0.0; ///< the key of numbers and times
         QString text;        ///< that of anything else
+        int group = -1;
+        bool isMatching = false;
+        bool isFree = false;
+    };
+    struct Group
+    {
+        QString name;
+        QString sortText;
+        int rank = 0; ///< among all groups
+        int count = 0;
+        int free = 0;
+        bool isFolded = false;
+        int place = -1; ///< of its heading
     };
 
     void follow();
-    Entry read(int sourceRow) const;
+    Entry read(int sourceRow);
     void readAll();
-    bool isShown(int sourceRow) const;
+    // Rows and headings in one order: a row of the source is its number, the heading of a group is ~group.
+    bool isShown(const Entry& entry) const;
     bool isBefore(int a, int b) const;
-    int placeFor(int sourceRow) const;
+    int placeFor(int row) const;
+    int groupOf(int row) const { return row < 0 ? ~row : m_entries[static_cast<std::size_t>(row)].group; }
+    QVariant headingData(const Group& group, int column, int role) const;
     void arrange();
-    void reset();
     void note();
-    void show(int sourceRow);
-    void hide(int sourceRow);
+    void show(int row);
+    void hide(int place);
     void change(int sourceRow);
+    int makeGroup(const QString& name);
+    void count(const Entry& entry, int number);
+    void beginGroup(int group);
+    void endEmptyGroups();
+    void replace(int sourceRow, Entry entry);
+    void forget(int sourceRow);
     void takeChanges(const QModelIndex& first, const QModelIndex& last);
     void takeInsertion(int first, int last);
     void beginRemoval(int first, int last);
@@ -77,8 +129,14 @@ private:
     Filter m_filter;
     int m_column = -1;
     Qt::SortOrder m_order = Qt::AscendingOrder;
+    Grouping m_grouping;
+    std::vector<Group> m_groups;
+    QHash<QString, int> m_groupIds; ///< by name
+    QVector<int> m_touched;         ///< groups whose numbers may have changed
+    QSet<QString> m_folded;
+    int m_matches = 0;
     std::vector<Entry> m_entries;
-    std::vector<int> m_rows;   ///< of the source, in the order shown
+    std::vector<int> m_rows;   ///< of the source, and headings, in the order shown
     std::vector<int> m_places; ///< the reverse; -1: not shown
     bool m_isResetting = false;
 };

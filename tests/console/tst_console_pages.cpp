@@ -2,12 +2,16 @@
 
 #include <koltaconsole/pages/overviewpage.h>
 #include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/plots/frequencyaxis.h>
 
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
 #include <simulation/simulatedserver.h>
 
+#include <QComboBox>
 #include <QLineEdit>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTreeView>
 
 using namespace KoltaConsole;
@@ -83,6 +87,60 @@ private Q_SLOTS:
         QCOMPARE(page->rows().rowCount(), 0);
         page->filterLine()->clear();
         QTRY_COMPARE(page->rows().rowCount(), 130);
+    }
+
+    /// Headings count what fits the filter and is free, follow a server that vanishes, and are folded and
+    /// remembered by their names; whoever points at a folded tuner sees it.
+    void tunersInGroups()
+    {
+        Options options;
+        options.page = QStringLiteral("tuners");
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        auto* const page = static_cast<TunersPage*>(stage.window->currentPage());
+        auto* const table = page->findChild<QTreeView*>();
+        const auto headings = [page] {
+            QStringList told;
+            for (int row = 0; row < page->rows().rowCount(); ++row) {
+                const QModelIndex index = page->rows().index(row, 0);
+                if (page->rows().isHeading(index))
+                    told.append(index.data().toString());
+            }
+            return told.join(QStringLiteral(", "));
+        };
+        page->findChild<QComboBox*>()->setCurrentIndex(1);
+        QCOMPARE(headings(), QString());
+        QVERIFY(stage.window->actions().run(QStringLiteral("tuner-groups")));
+        QCOMPARE(page->rows().rowCount(), 135);
+        page->filterLine()->setText(QStringLiteral("Basic !hardware"));
+        const QString all = QStringLiteral("S1: 4 of 4 free, S2: 4 of 4 free, S3: 4 of 4 free, "
+                                           "S4: 4 of 4 free, S5: 4 of 4 free");
+        QCOMPARE(headings(), all);
+        table->setCurrentIndex(page->rows().index(7, 0));
+        const QString key = table->currentIndex().data(Roles::KeyRole).toString();
+        QTest::keyClick(table, Qt::Key_Left);
+        QCOMPARE(table->currentIndex().data(Roles::GroupRole).toString(), QStringLiteral("S2"));
+        QVERIFY(!stage.window->actions().run(QStringLiteral("tuner-why-not")));
+        QTest::keyClick(table, Qt::Key_Left);
+        QCOMPARE(page->rows().rowCount(), 21);
+        stage.session->simulation()->server(QStringLiteral("S2"))->vanish();
+        QTRY_COMPARE(headings(), QString(all).replace(QLatin1String("S2: 4"), QLatin1String("S2: 0")));
+        stage.session->simulation()->server(QStringLiteral("S2"))->comeBack();
+        QTRY_COMPARE(headings(), all);
+        QCOMPARE(page->rows().rowCount(), 21);
+
+        const QTemporaryDir folder;
+        QSettings settings(folder.filePath(QStringLiteral("layout.ini")), QSettings::IniFormat);
+        page->save(settings);
+        TunersPage other(*stage.session, stage.window->actions(), nullptr);
+        other.restore(settings);
+        QCOMPARE(other.rows().rowCount(), 135 - 26);
+        Q_EMIT page->findChild<FrequencyAxis*>()->si_TunerChosen(key);
+        QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
+        QCOMPARE(page->rows().rowCount(), 25);
+        page->findChild<QComboBox*>()->setCurrentIndex(3);
+        QCOMPARE(page->rows().rowCount(), 20);
+        QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
     }
 };
 

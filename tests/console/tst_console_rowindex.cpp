@@ -7,6 +7,7 @@
 #include <QAbstractItemModelTester>
 #include <QSortFilterProxyModel>
 
+#include <map>
 #include <random>
 
 using KoltaConsole::RowIndex;
@@ -91,13 +92,47 @@ protected:
     }
 };
 
-template<class Model>
-QVector<int> keysOf(const Model& model)
+bool isFree(const Words::Word& word)
 {
-    QVector<int> keys;
-    for (int row = 0; row < model.rowCount(); ++row)
-        keys.append(model.index(row, 0).data(Roles::KeyRole).toInt());
-    return keys;
+    return word.number % 2 == 0;
+}
+
+QStringList shownBy(const QAbstractItemModel& model)
+{
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(); ++row) {
+        const QModelIndex index = model.index(row, 0);
+        rows.append(index.data(Roles::KeyRole).toString());
+        if (index.data(RowIndex::CountRole).isValid())
+            rows.last() += QStringLiteral(" %1/%2")
+                               .arg(index.data(RowIndex::FreeRole).toInt())
+                               .arg(index.data(RowIndex::CountRole).toInt());
+    }
+    return rows;
+}
+
+/// The reference's rows as they are to be shown in groups.
+QStringList inGroups(const Words& words, const QAbstractProxyModel& reference, const QSet<QString>& folded)
+{
+    struct Group
+    {
+        QStringList keys;
+        int free = 0;
+    };
+    std::map<QString, Group> groups;
+    for (int row = 0; row < reference.rowCount(); ++row) {
+        const Words::Word& word = words.words.at(reference.mapToSource(reference.index(row, 0)).row());
+        Group& group = groups[word.text];
+        group.keys.append(QString::number(word.key));
+        group.free += isFree(word) ? 1 : 0;
+    }
+    QStringList rows;
+    for (const auto& [name, group] : groups) {
+        rows.append(QStringLiteral("group/%1 %2/%3").arg(name).arg(group.free).arg(group.keys.size()));
+        if (!folded.contains(name))
+            rows += group.keys;
+    }
+    return rows;
 }
 
 } // namespace
@@ -107,9 +142,17 @@ class TestRowIndex : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Same rows in the same order as with Qt's proxy, after changes in all sizes.
+    void isAsQtsProxy_data()
+    {
+        const Rows<bool> row("grouped");
+        row("flat", false);
+        row("in groups", true);
+    }
+    /// Same rows in the same order as with Qt's proxy, after changes in all sizes; in groups, what each
+    /// heading tells is what stands in it, folded or not.
     void isAsQtsProxy()
     {
+        QFETCH(bool, grouped);
         std::mt19937 random(testSeed());
         const auto below = [&random](int limit) {
             return std::uniform_int_distribution<int>(0, limit - 1)(random);
@@ -126,6 +169,11 @@ private Q_SLOTS:
         reference.setSourceModel(&words);
         reference.setSortRole(Roles::SortRole);
         reference.setFilterRole(Roles::SearchRole);
+        RowIndex::Grouping grouping;
+        grouping.nameOf = [&words](int row) { return words.words.at(row).text; };
+        grouping.isFree = [&words](int row) { return isFree(words.words.at(row)); };
+        if (grouped)
+            index.setGrouping(grouping);
         for (int turn = 0; turn < 400; ++turn) {
             const int size = words.rowCount();
             const int first = size > 0 ? below(size) : 0;
@@ -135,7 +183,7 @@ private Q_SLOTS:
             // The one that follows selection and current row has to follow this row too.
             const int chosen = index.rowCount() > 0 ? below(index.rowCount()) : -1;
             const QPersistentModelIndex kept = chosen < 0 ? QModelIndex() : index.index(chosen, 0);
-            const int key = kept.isValid() ? kept.data(Roles::KeyRole).toInt() : -1;
+            const QVariant key = kept.data(Roles::KeyRole);
             if (what < 3) {
                 QVector<Words::Word> some;
                 for (int i = 0; i < (size > 400 ? 1 : count); ++i)
@@ -164,9 +212,15 @@ private Q_SLOTS:
                     word.text = other.text;
                 });
             }
-            QCOMPARE(keysOf(index), keysOf(reference));
+            if (grouped && index.rowCount() > 0) {
+                const QModelIndex some = index.index(below(index.rowCount()), 0);
+                index.setFolded(some, below(2) == 0);
+            }
+            QCOMPARE(shownBy(index),
+                     grouped ? inGroups(words, reference, index.folded()) : shownBy(reference));
+            QCOMPARE(index.matchCount(), reference.rowCount());
             if (kept.isValid())
-                QCOMPARE(kept.data(Roles::KeyRole).toInt(), key);
+                QCOMPARE(kept.data(Roles::KeyRole), key);
         }
     }
 };

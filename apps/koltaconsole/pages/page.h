@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class QLineEdit;
+class QSettings;
 
 namespace KoltaConsole {
 
@@ -27,6 +28,9 @@ public:
     virtual QString commandLine() const = 0;
     /// Shows only what belongs to that server; empty: all.
     virtual void showServer(const QString& /*address*/) {}
+    /// What of its layout is remembered beside the filter line, below its own name.
+    virtual void save(QSettings& /*settings*/) const {}
+    virtual void restore(const QSettings& /*settings*/) {}
     /// What "/" goes to; null for none.
     virtual QLineEdit* filterLine() const { return nullptr; }
 

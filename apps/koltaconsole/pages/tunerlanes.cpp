@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <map>
+#include <vector>
 
 namespace KoltaConsole {
 
@@ -49,7 +50,26 @@ void readBands(const ProcessorModel& model, const QModelIndex& parent, QHash<QSt
     }
 }
 
-QString groupOf(const TunerModel& model, int row, TunerGroups groups)
+/// Those that are shown in their order, then those in folded groups.
+std::vector<int> matchingRows(const RowIndex& rows)
+{
+    std::vector<int> all;
+    all.reserve(static_cast<std::size_t>(rows.matchCount()));
+    for (int shown = 0; shown < rows.rowCount(); ++shown) {
+        if (rows.sourceRow(shown) >= 0)
+            all.push_back(rows.sourceRow(shown));
+    }
+    const int count = rows.sourceModel()->rowCount();
+    for (int row = 0; rows.matchCount() > static_cast<int>(all.size()) && row < count; ++row) {
+        if (rows.isMatching(row) && rows.rowOf(row) < 0)
+            all.push_back(row);
+    }
+    return all;
+}
+
+} // namespace
+
+QString tunerGroupOf(const TunerModel& model, int row, TunerGroups groups)
 {
     const auto cell = [&](int column) { return model.index(row, column).data().toString(); };
     switch (groups) {
@@ -65,16 +85,13 @@ QString groupOf(const TunerModel& model, int row, TunerGroups groups)
     return QCoreApplication::translate("KoltaConsole::TunersPage", "All tuners");
 }
 
-} // namespace
-
 QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups groups)
 {
     QHash<QString, Band> bands;
     readBands(session.processors(), {}, bands);
     const TunerModel& model = session.tuners();
     std::map<QString, Lane> byName; // by what names are sorted by
-    for (int shown = 0; shown < rows.rowCount(); ++shown) {
-        const int row = rows.sourceRow(shown);
+    for (const int row : matchingRows(rows)) {
         const QModelIndex index = model.index(row, TunerModel::eNameColumn);
         const auto record = index.data(Roles::ItemRole).value<RESOURCEMANAGEMENT::Tuner>();
         LaneTuner tuner;
@@ -87,7 +104,7 @@ QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups 
             bands.value(placeOf(index.data(Roles::ServerRole).toString(), index.data().toString()));
         tuner.centre = band.centre;
         tuner.width = band.width;
-        const QString name = groupOf(model, row, groups);
+        const QString name = tunerGroupOf(model, row, groups);
         Lane& lane = byName[Roles::sortText(name)];
         lane.name = name;
         lane.free += tuner.state == TunerBookingManager::eFree && !tuner.isStale ? 1 : 0;

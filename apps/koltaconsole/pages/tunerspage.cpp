@@ -2,6 +2,7 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../groupedtable.h"
 #include "../orderdraft.h"
 #include "../plots/frequencyaxis.h"
 #include "../session.h"
@@ -24,8 +25,8 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSettings>
 #include <QSplitter>
-#include <QTreeView>
 #include <QVBoxLayout>
 
 namespace KoltaConsole {
@@ -45,9 +46,9 @@ TunersPage::TunersPage(Session& session, ActionTable& actions, QWidget* parent)
     , m_count(new QLabel(this))
     , m_groups(new QComboBox(this))
     , m_axis(new FrequencyAxis(this))
-    , m_table(new QTreeView(this))
-    , m_answer(new QLabel(this))
     , m_rows(this)
+    , m_table(new GroupedTable(m_rows, this))
+    , m_answer(new QLabel(this))
 {
     m_answer->setContentsMargins(8, 4, 8, 4);
     m_answer->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -92,6 +93,9 @@ QLayout* TunersPage::makeTop()
     top->addWidget(m_filter);
     top->addWidget(m_groups);
     top->addWidget(m_count, 1);
+    m_grouped = actions().makeButton(QStringLiteral("tuner-groups"), this);
+    m_grouped->setMinimumWidth(m_grouped->sizeHint().width());
+    top->insertWidget(2, m_grouped);
     for (const char* const id : {"tuner-why-not", "tuner-order"})
         top->addWidget(actions().makeButton(QLatin1String(id), this));
     return top;
@@ -104,9 +108,7 @@ void TunersPage::makeActions()
     why.text = tr("Why not?");
     why.shortcut = QKeySequence(Qt::Key_W);
     why.run = [this] { explain(); };
-    why.problem = [this] {
-        return m_table->currentIndex().isValid() ? QString() : tr("No tuner is selected.");
-    };
+    why.problem = [this] { return currentTuner().isValid() ? QString() : tr("No tuner is selected."); };
     why.line = [this] {
         return KoltaApps::ActionLines(session().draft().server()).explain(session().draft().order());
     };
@@ -116,7 +118,7 @@ void TunersPage::makeActions()
     order.text = tr("Order…");
     order.shortcut = QKeySequence(Qt::CTRL + Qt::Key_Return);
     order.run = [this] {
-        const QModelIndex current = m_table->currentIndex();
+        const QModelIndex current = currentTuner();
         if (current.isValid()) {
             Kolta::ProductionOrder wanted = session().draft().order();
             wanted.tunerClass = current.sibling(current.row(), TunerModel::eClassColumn).data().toString();
@@ -125,14 +127,28 @@ void TunersPage::makeActions()
         actions().run(QStringLiteral("page-order"));
     };
     actions().add(order, this);
+    ActionTable::Entry groups;
+    groups.id = QStringLiteral("tuner-groups");
+    groups.text = tr("Rows in groups");
+    groups.shortcut = QKeySequence(Qt::Key_G);
+    groups.run = [this] {
+        m_isGrouped = !m_isGrouped;
+        applyGroups();
+    };
+    groups.problem = [this] {
+        return m_groups->currentIndex() == static_cast<int>(TunerGroups::None)
+                   ? tr("Choose by what the tuners are put together.")
+                   : QString();
+    };
+    actions().add(groups, this);
 }
 
 void TunersPage::connectAll()
 {
     connect(m_filter, &QLineEdit::textChanged, this, &TunersPage::applyFilter);
-    connect(m_groups, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &TunersPage::showLanes);
+    connect(m_groups, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &TunersPage::applyGroups);
     connect(&m_rows, &QAbstractItemModel::modelAboutToBeReset, this, &TunersPage::remember);
-    connect(&m_rows, &QAbstractItemModel::modelReset, this, &TunersPage::restore);
+    connect(&m_rows, &QAbstractItemModel::modelReset, this, &TunersPage::restoreRows);
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&m_rows, signal, this, &TunersPage::showCount);
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &TunersPage::followLater);
@@ -140,7 +156,7 @@ void TunersPage::connectAll()
         connect(&session().processors(), signal, this, &TunersPage::followLater);
     connect(&session(), &Session::si_LinkChanged, this, &TunersPage::followLater);
     connect(&m_following, &QTimer::timeout, this, &TunersPage::showLanes);
-    connect(m_axis, &FrequencyAxis::si_TunerChosen, this, &TunersPage::select);
+    connect(m_axis, &FrequencyAxis::si_TunerChosen, this, &TunersPage::choose);
     connect(m_axis, &FrequencyAxis::si_LaneChosen, this, &TunersPage::showLane);
     connect(m_axis, &FrequencyAxis::si_BandMarked, this, [this](double from, double to) {
         session().draft().setBand(from, to);
@@ -151,15 +167,11 @@ void TunersPage::connectAll()
 
 void TunersPage::makeTable()
 {
-    m_table->setModel(&m_rows);
     m_table->setItemDelegate(new StateItemDelegate(m_table, [](const QModelIndex& index) {
-        return index.column() == TunerModel::eStateColumn
+        return index.column() == TunerModel::eStateColumn && index.data(Roles::StateRole).isValid()
                    ? std::optional<Look>(tunerLook(index.data(Roles::StateRole).toInt()))
                    : std::nullopt;
     }));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
     m_table->setSortingEnabled(true);
     m_table->sortByColumn(TunerModel::eNameColumn, Qt::AscendingOrder);
     m_table->setAccessibleName(tr("Tuners"));
@@ -190,6 +202,28 @@ void TunersPage::applyFilter()
     });
 }
 
+/// The table's groups are those of the lanes.
+void TunersPage::applyGroups()
+{
+    const auto groups = static_cast<TunerGroups>(m_groups->currentIndex());
+    const TunerModel& model = session().tuners();
+    RowIndex::Grouping grouping;
+    if (m_isGrouped && groups != TunerGroups::None) {
+        grouping.nameOf = [&model, groups](int row) { return tunerGroupOf(model, row, groups); };
+        grouping.isFree = [&model](int row) {
+            const QModelIndex index = model.index(row, 0);
+            return index.data(Roles::StateRole).toInt() == Kolta::TunerBookingManager::eFree &&
+                   !index.data(Roles::StaleRole).toBool();
+        };
+    }
+    if (grouping.nameOf || m_rows.isGrouped())
+        m_rows.setGrouping(grouping);
+    m_grouped->setText(grouping.nameOf ? tr("No groups") : tr("Rows in groups"));
+    actions().refresh();
+    if (isVisible())
+        showLanes();
+}
+
 void TunersPage::remember()
 {
     const QModelIndex current = m_table->currentIndex();
@@ -198,7 +232,7 @@ void TunersPage::remember()
     m_topRow = m_table->verticalScrollBar()->value();
 }
 
-void TunersPage::restore()
+void TunersPage::restoreRows()
 {
     showCount();
     select(m_currentKey);
@@ -214,17 +248,41 @@ void TunersPage::select(const QString& key)
     }
 }
 
+/// A tuner that somebody points at is to be seen, in whichever group.
+void TunersPage::choose(const QString& key)
+{
+    const TunerModel& model = session().tuners();
+    for (int row = 0; row < model.rowCount(); ++row) {
+        if (model.index(row, 0).data(Roles::KeyRole).toString() != key)
+            continue;
+        if (m_rows.reveal(row))
+            m_table->setCurrentIndex(m_rows.index(m_rows.rowOf(row), 0));
+        return;
+    }
+}
+
+QModelIndex TunersPage::currentTuner() const
+{
+    const QModelIndex current = m_table->currentIndex();
+    return m_rows.isHeading(current) ? QModelIndex() : current;
+}
+
 void TunersPage::showCount()
 {
+    writeCount();
+    followLater();
+}
+
+void TunersPage::writeCount()
+{
     const QLocale locale;
-    const int shown = m_rows.rowCount(), all = session().tuners().rowCount();
+    const int shown = m_rows.matchCount(), all = session().tuners().rowCount();
     if (shown == 0 && all > 0)
         m_count->setText(tr("No tuner matches \"%1\"").arg(m_filter->text()));
     else if (shown == all)
         m_count->setText(tr("%Ln tuner(s)", nullptr, all));
     else
         m_count->setText(tr("%1 of %2 tuners").arg(locale.toString(shown), locale.toString(all)));
-    followLater();
 }
 
 /// A hidden page counts nothing.
@@ -243,6 +301,7 @@ void TunersPage::showEvent(QShowEvent* event)
 void TunersPage::showLanes()
 {
     m_following.stop();
+    writeCount(); // what is folded comes and goes without a row
     m_axis->setLanes(lanesOf(session(), m_rows, static_cast<TunerGroups>(m_groups->currentIndex())));
 }
 
@@ -265,7 +324,7 @@ void TunersPage::tellCurrent()
 /// Why the selected tuner cannot be had for what somebody is about to order.
 void TunersPage::explain()
 {
-    const QModelIndex current = m_table->currentIndex();
+    const QModelIndex current = currentTuner();
     m_answer->setVisible(current.isValid());
     if (!current.isValid())
         return;
@@ -280,6 +339,23 @@ void TunersPage::explain()
 bool TunersPage::isFilled() const
 {
     return m_rows.rowCount() > 0;
+}
+
+void TunersPage::save(QSettings& settings) const
+{
+    settings.setValue(QStringLiteral("tuners/groups"), m_groups->currentIndex());
+    settings.setValue(QStringLiteral("tuners/grouped"), m_isGrouped);
+    settings.setValue(QStringLiteral("tuners/folded"), QStringList(m_rows.folded().values()));
+}
+
+void TunersPage::restore(const QSettings& settings)
+{
+    const QStringList folded = settings.value(QStringLiteral("tuners/folded")).toStringList();
+    m_rows.setFoldedNames(QSet<QString>(folded.begin(), folded.end()));
+    m_isGrouped = settings.value(QStringLiteral("tuners/grouped")).toBool();
+    m_groups->setCurrentIndex(
+        qBound(0, settings.value(QStringLiteral("tuners/groups")).toInt(), m_groups->count() - 1));
+    applyGroups();
 }
 
 QString TunersPage::commandLine() const

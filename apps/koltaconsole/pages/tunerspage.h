@@ -9,11 +9,12 @@
 
 class QComboBox;
 class QLabel;
-class QTreeView;
+class QPushButton;
 
 namespace KoltaConsole {
 
 class FrequencyAxis;
+class GroupedTable;
 
 /// All tuners: what they reach, above, and in a table, with a filter line; below it why the selected one
 /// cannot be had.
@@ -27,6 +28,8 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
+    void save(QSettings& settings) const override;
+    void restore(const QSettings& settings) override;
     QLineEdit* filterLine() const override { return m_filter; }
 
     const RowIndex& rows() const { return m_rows; }
@@ -40,10 +43,14 @@ private:
     void makeActions();
     void connectAll();
     void applyFilter();
+    void applyGroups();
     void remember();
-    void restore();
+    void restoreRows();
     void select(const QString& key);
+    void choose(const QString& key);
+    QModelIndex currentTuner() const;
     void showCount();
+    void writeCount();
     void followLater();
     void showLanes();
     void showLane(const QString& name);
@@ -54,11 +61,13 @@ private:
     QLabel* m_count;
     QComboBox* m_groups;
     FrequencyAxis* m_axis;
-    QTreeView* m_table;
-    QLabel* m_answer;
+    QPushButton* m_grouped = nullptr;
     RowIndex m_rows;
+    GroupedTable* m_table;
+    QLabel* m_answer;
     FilterWords m_words;
     QTimer m_following; ///< of the lanes
+    bool m_isGrouped = false;
     QString m_only;
     QString m_currentKey; ///< of the selected row, over a reset
     int m_topRow = 0;

@@ -1754,6 +1754,17 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::GroupedTable</name>
+    <message>
+        <source>%1 of %2 free</source>
+        <translation>%1 von %2 frei</translation>
+    </message>
+    <message>
+        <source>without a name</source>
+        <translation>ohne Namen</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::InstallationModel</name>
     <message>
         <source>%1 free</source>
@@ -2595,6 +2606,13 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::RowIndex</name>
+    <message>
+        <source>%1: %2 of %3 free</source>
+        <translation>%1: %2 von %3 frei</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::ServerCards</name>
     <message>
         <source>Servers</source>
@@ -2973,6 +2991,18 @@
     <message>
         <source> Last known %1; its server is away.</source>
         <translation> Zuletzt bekannt %1; sein Server ist fort.</translation>
+    </message>
+    <message>
+        <source>Rows in groups</source>
+        <translation>Zeilen gruppieren</translation>
+    </message>
+    <message>
+        <source>Choose by what the tuners are put together.</source>
+        <translation>Wählen Sie, wonach die Tuner zusammengefasst werden.</translation>
+    </message>
+    <message>
+        <source>No groups</source>
+        <translation>Ohne Gruppen</translation>
     </message>
 </context>
 <context>
