@@ -10,6 +10,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTreeView>
 
@@ -95,6 +96,10 @@ QString TestPictures::faultOf(QWidget& window)
                     return what + QStringLiteral(" cuts ") + title;
             }
         }
+        if (const auto* const area = qobject_cast<const QAbstractScrollArea*>(widget);
+            area && area->horizontalScrollBar()->isVisible())
+            return what +
+                   QStringLiteral(" has more to the side: %1").arg(area->horizontalScrollBar()->maximum());
         const QRect place(widget->mapTo(&window, QPoint()), widget->size());
         if (widget->parentWidget() == &window && !window.rect().contains(place))
             return what + QStringLiteral(" is outside");
