@@ -138,9 +138,16 @@ private Q_SLOTS:
         Q_EMIT page->findChild<FrequencyAxis*>()->si_TunerChosen(key);
         QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
         QCOMPARE(page->rows().rowCount(), 25);
+        const QRect heading = table->visualRect(page->rows().index(0, 0));
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, heading.center());
+        QCOMPARE(page->rows().rowCount(), 25);
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, {10, heading.center().y()});
+        QCOMPARE(page->rows().rowCount(), 21);
+        table->setCurrentIndex(page->rows().index(page->rows().rowCount() - 1, 0));
+        const QString last = table->currentIndex().data(Roles::KeyRole).toString();
         page->findChild<QComboBox*>()->setCurrentIndex(3);
         QCOMPARE(page->rows().rowCount(), 20);
-        QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
+        QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), last);
     }
 };
 
