@@ -264,7 +264,7 @@ void Replay::finishMove()
     anchor();
     setPosition(m_positionMs);
     Q_EMIT si_StateChanged();
-    if (!m_isPaused)
+    if (!m_isPaused || m_steps > 0) // that was wanted while it jumped
         schedule(0);
 }
 
