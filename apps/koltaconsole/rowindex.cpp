@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 namespace KoltaConsole {
@@ -99,6 +100,7 @@ void RowIndex::readAll()
     m_entries.reserve(at(count));
     for (int row = 0; row < count; ++row)
         m_entries.push_back(read(row));
+    m_isSorted = false;
     arrange();
 }
 
@@ -127,24 +129,52 @@ bool RowIndex::isBefore(int a, int b) const
     return order == 0 ? a < b : isUp == (order < 0);
 }
 
+/// Sorting costs ten times what filtering does, and a key that somebody types changes no order.
+void RowIndex::sortAll()
+{
+    if (std::exchange(m_isSorted, true))
+        return;
+    m_sorted.resize(m_entries.size());
+    std::iota(m_sorted.begin(), m_sorted.end(), 0);
+    std::sort(m_sorted.begin(), m_sorted.end(), [this](int a, int b) { return isBefore(a, b); });
+}
+
+/// New rows find their places among those that are sorted.
+void RowIndex::sortIn(int first, int last)
+{
+    if (!m_isSorted)
+        return;
+    const int count = last - first + 1;
+    for (int& row : m_sorted)
+        row += row >= first ? count : 0;
+    const auto old = static_cast<std::ptrdiff_t>(m_sorted.size());
+    m_sorted.resize(m_sorted.size() + at(count));
+    const auto fresh = m_sorted.begin() + old;
+    const auto isEarlier = [this](int a, int b) { return isBefore(a, b); };
+    std::iota(fresh, m_sorted.end(), first);
+    std::sort(fresh, m_sorted.end(), isEarlier);
+    std::inplace_merge(m_sorted.begin(), fresh, m_sorted.end(), isEarlier);
+}
+
 void RowIndex::arrange()
 {
+    sortAll();
     m_rows.clear();
     m_matches = 0;
     for (Group& group : m_groups)
         group.count = group.free = 0;
-    for (int row = 0; row < static_cast<int>(m_entries.size()); ++row) {
+    int begun = -1;
+    for (const int row : m_sorted) {
         const Entry& entry = m_entries[at(row)];
         count(entry, 1);
+        if (entry.isMatching && entry.group != begun) {
+            begun = entry.group;
+            m_rows.push_back(~begun);
+        }
         if (isShown(entry))
             m_rows.push_back(row);
     }
-    for (std::size_t id = 0; id < m_groups.size(); ++id) {
-        if (m_groups[id].count > 0)
-            m_rows.push_back(~static_cast<int>(id));
-    }
     m_touched.clear();
-    std::sort(m_rows.begin(), m_rows.end(), [this](int a, int b) { return isBefore(a, b); });
     note();
 }
 
@@ -234,6 +264,7 @@ void RowIndex::replace(int sourceRow, Entry entry)
     const bool wasShown = m_places[at(sourceRow)] >= 0;
     count(m_entries[at(sourceRow)], -1);
     count(entry, 1);
+    m_isSorted = m_isSorted && entry.sortsLike(m_entries[at(sourceRow)]);
     std::swap(m_entries[at(sourceRow)], entry);
     const bool is = isShown(m_entries[at(sourceRow)]);
     if (!wasShown && is)
@@ -259,8 +290,11 @@ void RowIndex::takeChanges(const QModelIndex& first, const QModelIndex& last)
         return;
     if (last.row() - first.row() >= kSingleChanges) {
         beginResetModel();
-        for (int row = first.row(); row <= last.row(); ++row)
-            m_entries[at(row)] = read(row);
+        for (int row = first.row(); row <= last.row(); ++row) {
+            Entry entry = read(row);
+            m_isSorted = m_isSorted && entry.sortsLike(m_entries[at(row)]);
+            std::swap(m_entries[at(row)], entry);
+        }
         arrange();
         endResetModel();
         return;
@@ -283,12 +317,16 @@ void RowIndex::takeInsertion(int first, int last)
     if (isLarge) {
         for (int row = first; row <= last; ++row)
             m_entries[at(row)] = read(row);
+        sortIn(first, last);
         arrange();
         endResetModel();
         return;
     }
+    const bool wasSorted = m_isSorted;
     for (int row = first; row <= last; ++row)
         replace(row, read(row));
+    m_isSorted = wasSorted;
+    sortIn(first, last);
     endEmptyGroups();
 }
 
@@ -307,13 +345,19 @@ void RowIndex::beginRemoval(int first, int last)
 void RowIndex::endRemoval(int first, int last)
 {
     m_entries.erase(m_entries.begin() + first, m_entries.begin() + last + 1);
+    const int count = last - first + 1;
+    if (m_isSorted) {
+        const auto isGone = [=](int row) { return row >= first && row <= last; };
+        m_sorted.erase(std::remove_if(m_sorted.begin(), m_sorted.end(), isGone), m_sorted.end());
+        for (int& row : m_sorted)
+            row -= row > last ? count : 0;
+    }
     if (m_isResetting) {
         arrange();
         m_isResetting = false;
         endResetModel();
         return;
     }
-    const int count = last - first + 1;
     for (int& row : m_rows)
         row -= row > last ? count : 0;
     note();

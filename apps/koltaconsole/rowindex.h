@@ -89,6 +89,11 @@ private:
         int group = -1;
         bool isMatching = false;
         bool isFree = false;
+
+        bool sortsLike(const Entry& other) const
+        {
+            return number == other.number && text == other.text && group == other.group;
+        }
     };
     struct Group
     {
@@ -110,6 +115,8 @@ private:
     int placeFor(int row) const;
     int groupOf(int row) const { return row < 0 ? ~row : m_entries[static_cast<std::size_t>(row)].group; }
     QVariant headingData(const Group& group, int column, int role) const;
+    void sortAll();
+    void sortIn(int first, int last);
     void arrange();
     void note();
     void show(int row);
@@ -136,6 +143,8 @@ private:
     QSet<QString> m_folded;
     int m_matches = 0;
     std::vector<Entry> m_entries;
+    std::vector<int> m_sorted; ///< all rows of the source in order, while that holds
+    bool m_isSorted = false;
     std::vector<int> m_rows;   ///< of the source, and headings, in the order shown
     std::vector<int> m_places; ///< the reverse; -1: not shown
     bool m_isResetting = false;
