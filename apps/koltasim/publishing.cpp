@@ -121,7 +121,7 @@ std::unique_ptr<QObject> publishTree(const SimulatedServer& server, const Option
     if (!linkOptions)
         return nullptr;
 
-    const QString base = installation.basePath();
+    const QString& base = installation.basePath();
     const QString administration = base + Kolta::ServerNodes::kAdministration;
     const QStringList roots{base, Kolta::ServerNodes::dataPath(base),
                             Kolta::ServerNodes::recordMapPath(base)};

@@ -293,7 +293,7 @@ RangeReading Reader::range(const QString& text) const
 /// `value` divided by a power of ten. The point moves in the text: a division would round.
 QString scaledText(double value, int exponent)
 {
-    const QString text = QString::number(std::fabs(value), 'e', QLocale::FloatingPointShortest);
+    QString text = QString::number(std::fabs(value), 'e', QLocale::FloatingPointShortest);
     const int e = text.indexOf(QLatin1Char('e'));
     if (e < 0)
         return text;
