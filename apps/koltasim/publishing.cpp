@@ -18,10 +18,10 @@ namespace {
 using distribution::Operation;
 using KoltaSimulation::SimulatedServer;
 
-distribution::ServerPlaces clientsPlaces()
+distribution::ServerPlaces clientsPlaces(const QString& base)
 {
     using namespace Kolta::ServerNodes;
-    return {names(eFolder), names(eRequest, eFolder), names(eWhole)};
+    return {names(eFolder), names(eRequest, eFolder), names(eWhole), shortTimePath(base, QString())};
 }
 
 /// Whether commands on a collection take items away. Several in one may, too; nothing but tidying up makes
@@ -44,7 +44,7 @@ public:
     Door(const SimulatedServer& server, const QString& administration)
         : m_server(server)
         , m_administration(administration + QLatin1Char('/'))
-        , m_places(administration, clientsPlaces())
+        , m_places(administration, clientsPlaces(server.installation().basePath()))
     {
     }
     bool Allows(const Request& request) const override

@@ -56,7 +56,7 @@ Output BranchOwner::OnUp(std::size_t maximumPayload, qint64 nowMs)
     if (isSilent())
         return finish(nowMs);
     m_online = true;
-    m_maximumPayload = std::min(maximumPayload, Limits::packetBytes);
+    m_maximumPayload = std::min(maximumPayload, Limits::kPacketBytes);
     m_out.subscribe = m_topics.OwnerFilters(m_settings.branch);
     m_desk->OnUp(nowMs);
     for (const auto& channel : m_channels)
@@ -243,8 +243,8 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
 /// An item that no mirror would read is left out, so that all the rest can go on; told once.
 bool BranchOwner::isBeyondLimits(const OwnerChannel& channel, const Change& change)
 {
-    const bool isTooMany = channel.Items().Size() >= Limits::items;
-    if (!isTooMany && static_cast<std::size_t>(change.path.toUtf8().size()) <= Limits::pathBytes)
+    const bool isTooMany = channel.Items().Size() >= Limits::kItems;
+    if (!isTooMany && static_cast<std::size_t>(change.path.toUtf8().size()) <= Limits::kPathBytes)
         return false;
     if (!std::exchange(m_hasLeftOut, true))
         kTrace(eOversized,
@@ -258,7 +258,7 @@ bool BranchOwner::isBeyondLimits(const OwnerChannel& channel, const Change& chan
 bool BranchOwner::isOversized(const Change& change)
 {
     const std::size_t size = BytesOf(change.content).size();
-    if (size <= Limits::valueBytes || IsCollection(change.type)) {
+    if (size <= Limits::kValueBytes || IsCollection(change.type)) {
         m_oversized.remove(change.path);
         return false;
     }
@@ -266,7 +266,7 @@ bool BranchOwner::isOversized(const Change& change)
         kTrace(eOversized, QStringLiteral("%1 is not published: %2 bytes are too many, %3 may be")
                                .arg(change.path)
                                .arg(size)
-                               .arg(Limits::valueBytes));
+                               .arg(Limits::kValueBytes));
     m_oversized.insert(change.path);
     return true;
 }

@@ -9,7 +9,7 @@ class FieldReader
 {
 public:
     /// A reason is not longer, so that an entry can be read by whoever can read its changes.
-    static constexpr int reasonUnits = 500;
+    static constexpr int kReasonUnits = 500;
 
     explicit FieldReader(values::ByteReader in) : m_in(in) {}
 
@@ -56,7 +56,7 @@ public:
     /// Path of an item in the tree's own form.
     QString Path()
     {
-        QString path = ShortText(Limits::pathBytes);
+        QString path = ShortText(Limits::kPathBytes);
         if (path.size() < 2 || !path.startsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('/')) ||
             path.contains(QLatin1String("//")))
             Refuse();
@@ -79,7 +79,7 @@ public:
         if (result != quint8(WishResult::Refused) && result != quint8(WishResult::Conflict))
             Refuse();
         failure.result = static_cast<WishResult>(result);
-        failure.reason = ShortText(3 * reasonUnits);
+        failure.reason = ShortText(3 * kReasonUnits);
         return failure;
     }
 

@@ -46,7 +46,7 @@ void appendFailure(Bytes& out, const Failure& failure)
 {
     AppendInteger(out, failure.index);
     AppendInteger(out, failure.result);
-    appendShort(out, failure.reason.left(FieldReader::reasonUnits));
+    appendShort(out, failure.reason.left(FieldReader::kReasonUnits));
 }
 
 void appendChange(Bytes& out, const Change& change, Naming naming)
@@ -85,7 +85,7 @@ void appendChange(Bytes& out, const Change& change, Naming naming)
 FieldReader openMessage(const Bytes& bytes, MessageKind kind, QUuid& epoch)
 {
     FieldReader in(ByteReader(bytes.data(), bytes.size()));
-    if (in.Integer<quint8>() != static_cast<quint8>(kind) || bytes.size() > Limits::packetBytes)
+    if (in.Integer<quint8>() != static_cast<quint8>(kind) || bytes.size() > Limits::kPacketBytes)
         in.Refuse();
     in.Integer<quint8>(); // a newer minor version differs in what blocks have at their ends
     epoch = in.Uuid();
@@ -236,14 +236,14 @@ std::optional<LiveMessage> DecodeLive(const Bytes& bytes)
         in.Refuse();
     message.state = in.Fits() ? static_cast<LiveState>(state) : LiveState::Dead;
     FieldReader block(in.Block());
-    message.host = block.ShortText(Limits::pathBytes);
+    message.host = block.ShortText(Limits::kPathBytes);
     message.beatMs = block.Integer<quint32>();
     for (std::size_t roots = block.Count<quint16>(4, 1000); roots > 0 && block.Fits(); --roots)
         message.roots.append(block.Path());
-    message.sentinel = block.ShortText(Limits::pathBytes);
+    message.sentinel = block.ShortText(Limits::kPathBytes);
     for (std::size_t channels = block.Count<quint16>(6, 65535); channels > 0 && block.Fits(); --channels) {
         const auto channel = block.Integer<quint16>();
-        message.channels.push_back({channel, block.ShortText(Limits::pathBytes)});
+        message.channels.push_back({channel, block.ShortText(Limits::kPathBytes)});
     }
     if (!block.Fits() || message.beatMs == 0)
         in.Refuse();
@@ -318,7 +318,7 @@ std::optional<Entry> DecodeEntry(ByteReader& in)
     Entry entry;
     entry.session = fields.Uuid();
     entry.wish = fields.Integer<quint64>();
-    for (std::size_t count = fields.Count<quint32>(9, Limits::items); count > 0 && fields.Fits(); --count)
+    for (std::size_t count = fields.Count<quint32>(9, Limits::kItems); count > 0 && fields.Fits(); --count)
         entry.failures.push_back(fields.ReadFailure());
     entry.changes = readChanges(fields, Naming::ById);
     return finished(fields, entry);
@@ -373,7 +373,7 @@ std::optional<WishMessage> DecodeWish(const Bytes& bytes)
     if (message.number == 0)
         in.Refuse();
     message.changes = readChanges(in, Naming::ByPath);
-    if (message.changes.size() > Limits::wishChanges)
+    if (message.changes.size() > Limits::kWishChanges)
         in.Refuse();
     return finished(in, message);
 }
@@ -408,8 +408,8 @@ std::optional<PresenceMessage> DecodePresence(const Bytes& bytes)
     PresenceMessage message;
     QUuid none;
     FieldReader in = openMessage(bytes, MessageKind::Presence, none);
-    message.host = in.ShortText(Limits::pathBytes);
-    message.program = in.ShortText(Limits::pathBytes);
+    message.host = in.ShortText(Limits::kPathBytes);
+    message.program = in.ShortText(Limits::kPathBytes);
     return finished(in, message);
 }
 
@@ -459,11 +459,11 @@ std::optional<Snapshot> DecodeSnapshot(const Bytes& bytes)
 {
     Snapshot snapshot;
     FieldReader in(ByteReader(bytes.data(), bytes.size()));
-    for (std::size_t count = in.Count<quint32>(28, Limits::sessions); count > 0 && in.Fits(); --count) {
+    for (std::size_t count = in.Count<quint32>(28, Limits::kSessions); count > 0 && in.Fits(); --count) {
         SessionNumber session;
         session.session = in.Uuid();
         session.wish = in.Integer<quint64>();
-        for (std::size_t failures = in.Count<quint32>(17, Limits::items); failures > 0 && in.Fits();
+        for (std::size_t failures = in.Count<quint32>(17, Limits::kItems); failures > 0 && in.Fits();
              --failures) {
             const auto wish = in.Integer<quint64>();
             session.failures.emplace_back(wish, in.ReadFailure());
@@ -471,7 +471,7 @@ std::optional<Snapshot> DecodeSnapshot(const Bytes& bytes)
         snapshot.sessions.push_back(std::move(session));
     }
     quint32 lastId = 0;
-    const std::size_t items = in.Count<quint32>(16, Limits::items);
+    const std::size_t items = in.Count<quint32>(16, Limits::kItems);
     snapshot.items.reserve(items);
     for (std::size_t i = 0; i < items && in.Fits(); ++i) {
         SnapshotItem item;

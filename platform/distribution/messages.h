@@ -237,15 +237,15 @@ struct Snapshot
 /// Larger numbers from outside are refused.
 struct KOLTA_DISTRIBUTION_EXPORT Limits
 {
-    static constexpr std::size_t pathBytes = 4096;
-    static constexpr std::size_t packetBytes = 64U << 20U;
-    static constexpr std::size_t valueBytes = 32U << 20U;    ///< content of a plain value
-    static constexpr std::size_t items = 100000;             ///< of a channel
-    static constexpr std::size_t sessions = 1000;            ///< of a table
-    static constexpr std::size_t wishChanges = 1000;         ///< of one wish
-    static constexpr std::size_t failureBytes = 256U << 10U; ///< of a session's failures in a table, about
-    static constexpr quint64 openWishes = 1000;              ///< of a session and channel on their way
-    static constexpr std::size_t smallContent = 1024;        ///< up to so many bytes no delta is tried
+    static constexpr std::size_t kPathBytes = 4096;
+    static constexpr std::size_t kPacketBytes = 64U << 20U;
+    static constexpr std::size_t kValueBytes = 32U << 20U;    ///< content of a plain value
+    static constexpr std::size_t kItems = 100000;             ///< of a channel
+    static constexpr std::size_t kSessions = 1000;            ///< of a table
+    static constexpr std::size_t kWishChanges = 1000;         ///< of one wish
+    static constexpr std::size_t kFailureBytes = 256U << 10U; ///< of a session's failures in a table, about
+    static constexpr quint64 kOpenWishes = 1000;              ///< of a session and channel on their way
+    static constexpr std::size_t kSmallContent = 1024;        ///< up to so many bytes no delta is tried
 };
 
 /// No less than the bytes that a change takes in a wish.

@@ -31,12 +31,12 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
                  change.path + QStringLiteral(": the owner's content is not here yet"));
             continue;
         }
-        if (BytesOf(change.content).size() > Limits::valueBytes ||
+        if (BytesOf(change.content).size() > Limits::kValueBytes ||
             size + kRoomBytes > m_mirror.m_maximumPayload) {
             Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
             continue;
         }
-        if (!part.empty() && (bytes + size > maximum || part.size() == Limits::wishChanges)) {
+        if (!part.empty() && (bytes + size > maximum || part.size() == Limits::kWishChanges)) {
             addWish(std::exchange(part, {}), nowMs);
             bytes = 0;
         }

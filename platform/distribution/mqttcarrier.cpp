@@ -1,5 +1,7 @@
 #include <distribution/mqttcarrier.h>
 
+#include <distribution/call.h>
+
 #include <QMetaObject>
 #include <QRandomGenerator>
 
@@ -19,16 +21,6 @@ constexpr int kGoodAfterMs = 5000;
 constexpr int kPatienceMs = 15000;
 /// Longer than a connection takes to leave, so that its farewell is not lost.
 constexpr int kLeaveLimitMs = 2000;
-
-/// A listener may destroy the carrier, and the function with it.
-template<class... Arguments>
-void call(const std::function<void(Arguments...)>& listener,
-          const typename std::common_type<Arguments>::type&... arguments)
-{
-    const std::function<void(Arguments...)> copy = listener;
-    if (copy)
-        copy(arguments...);
-}
 
 /// A quarter more or less.
 int scattered(int milliseconds)

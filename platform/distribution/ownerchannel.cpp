@@ -25,7 +25,7 @@ void boundFailures(WishFailures& failures)
 {
     std::size_t size = 0;
     auto kept = failures.rbegin();
-    while (kept != failures.rend() && size <= Limits::failureBytes)
+    while (kept != failures.rend() && size <= Limits::kFailureBytes)
         size += sizeOf((kept++)->second);
     if (kept == failures.rend())
         return;
@@ -58,7 +58,7 @@ void OwnerChannel::Append(const Entry& entry)
         // A writer has no older wish on its way, so it cannot miss what became of one.
         failures.erase(failures.begin(),
                        std::find_if(failures.begin(), failures.end(), [&](const auto& failure) {
-                           return failure.first + Limits::openWishes > entry.wish;
+                           return failure.first + Limits::kOpenWishes > entry.wish;
                        }));
         for (const Failure& failure : entry.failures)
             failures.emplace_back(entry.wish, failure);

@@ -1,5 +1,6 @@
 #include <distribution/replay.h>
 
+#include <distribution/call.h>
 #include <distribution/replaycarrier.h>
 #include <distribution/topics.h>
 
@@ -22,16 +23,6 @@ constexpr std::size_t kMaximumPayload = 64U << 20U;
 constexpr std::size_t kEpochAt = 2;
 constexpr std::size_t kEpochBytes = 16;
 constexpr std::size_t kStateAt = kEpochAt + kEpochBytes;
-
-/// A listener may destroy the carrier, and the function with it.
-template<class... Arguments>
-void call(const std::function<void(Arguments...)>& listener,
-          const typename std::common_type<Arguments>::type&... arguments)
-{
-    const std::function<void(Arguments...)> copy = listener;
-    if (copy)
-        copy(arguments...);
-}
 
 bool isOf(const Record& record, const char* kind)
 {

@@ -267,7 +267,7 @@ Change MakeContentChange(quint32 id, const QString& path, const Content& from, c
     Change change = SetChange(path, to);
     change.id = id;
     const Bytes& text = BytesOf(to);
-    if (text.size() <= Limits::smallContent)
+    if (text.size() <= Limits::kSmallContent)
         return change;
     Bytes runs = MakeRuns(BytesOf(from), text);
     if (runs.size() > text.size() / 2)

@@ -69,7 +69,7 @@ bool WishDesk::Admits(const OwnerChannel& channel, const Topic& topic, quint64 w
     const SessionNumber* const session = channel.FindSession(topic.session);
     if (wish != (session ? session->wish : 0) + 1 || !isOwnSession(topic, nowMs))
         return false;
-    if (!session && channel.CountSessions() >= Limits::sessions && !makeRoom(channel, nowMs))
+    if (!session && channel.CountSessions() >= Limits::kSessions && !makeRoom(channel, nowMs))
         return false;
     m_known[topic.session] = {topic.user, nowMs};
     return true;
@@ -135,7 +135,7 @@ Failure WishDesk::objectionTo(const Writer& writer, const OwnerChannel& channel,
     const quint16 own = collection == m_collections.end() ? quint16(0) : collection->second;
     if (own != channel.GetChannel())
         return refused(QStringLiteral("belongs to another channel"));
-    if (BytesOf(change.content).size() > Limits::valueBytes)
+    if (BytesOf(change.content).size() > Limits::kValueBytes)
         return refused(QStringLiteral("too large to be shared"));
     const ItemTable::Item* const item = channel.Items().Find(change.path);
     // To add what is there is to set it.
@@ -149,7 +149,7 @@ Failure WishDesk::objectionTo(const Writer& writer, const OwnerChannel& channel,
                                         BytesOf(change.content)};
     if (!m_policy->Allows(request))
         return refused(m_policy->WhyNot(request));
-    if (change.operation == Operation::Add && !item && channel.Items().Size() >= Limits::items)
+    if (change.operation == Operation::Add && !item && channel.Items().Size() >= Limits::kItems)
         return refused(QStringLiteral("there are too many items already"));
     if (compare && item && item->changedAt > change.base && item->changedBy != writer.session)
         return {0, WishResult::Conflict,

@@ -76,7 +76,7 @@ std::vector<DueWish> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qin
     std::size_t bytes = 0;
     for (OpenWish& wish : m_wishes) {
         bytes += wish.bytes;
-        const bool inWindow = wish.number < m_wishes.front().number + Limits::openWishes &&
+        const bool inWindow = wish.number < m_wishes.front().number + Limits::kOpenWishes &&
                               (bytes <= kWindowBytes || &wish == &m_wishes.front());
         if (!inWindow)
             break;

@@ -12,20 +12,15 @@ void IWritePolicy::Execute(const Writer& /*writer*/, const std::function<void()>
     wish();
 }
 
-/// The collections stand beside the administrative node, in the tree of the data.
 ServerPolicy::ServerPolicy(const QString& administration, const ServerPlaces& places)
-    : m_administration(administration)
-    , m_places(places)
-    , m_shortTime(administration.section(QLatin1Char('/'), 0, -2))
+    : m_administration(administration), m_places(places)
 {
-    m_shortTime.replace(QLatin1String("/AdminTree/"), QLatin1String("/DataTree/"))
-        .append(QLatin1String("/ShortTime/"));
 }
 
 bool ServerPolicy::Allows(const Request& request) const
 {
-    if (request.operation == Operation::Commands && request.path.startsWith(m_shortTime))
-        return true;
+    if (request.operation == Operation::Commands)
+        return !m_places.collections.isEmpty() && request.path.startsWith(m_places.collections);
     if (!request.path.startsWith(m_administration + QLatin1Char('/')))
         return false;
     const QString below = request.path.mid(m_administration.size() + 1);
@@ -45,7 +40,6 @@ bool ServerPolicy::Allows(const Request& request) const
     case Operation::Order:
         return asks || (onShelf && request.ownItem);
     case Operation::Commands:
-        return first == QLatin1String("ShortTime") && !direct;
     case Operation::Delta:
         return false;
     }

@@ -57,12 +57,13 @@ public:
     bool Allows(const Request& /*request*/) const override { return true; }
 };
 
-/// Names of the nodes below a server's administrative node into which clients write.
+/// Where clients of a server write: names of nodes below its administrative node, and its collections.
 struct ServerPlaces
 {
     QStringList shelves;  ///< below these they keep items of their own
     QStringList requests; ///< values by which they ask for something
     QStringList wholes;   ///< values that they read, change and write back as a whole
+    QString collections;  ///< what the paths of those begin with that take commands; empty: none
 };
 
 /// What clients of a server do below its administrative node, and nothing else:
@@ -79,7 +80,6 @@ public:
 private:
     QString m_administration;
     ServerPlaces m_places;
-    QString m_shortTime; ///< what the paths of the collections begin with
 };
 
 } // namespace distribution

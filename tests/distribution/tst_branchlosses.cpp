@@ -219,7 +219,7 @@ private Q_SLOTS:
         row("wish", up, "\5garbage", "a malformed message of mallory", 1);
         row("a wish's path", up, wish(QStringLiteral("no path")), "a malformed message of mallory", 1);
         row("a wish of very many changes", up,
-            Encode(WishMessage{idOf(1), 0, 1, Changes(Limits::wishChanges + 1, set(second, "half"))}),
+            Encode(WishMessage{idOf(1), 0, 1, Changes(Limits::kWishChanges + 1, set(second, "half"))}),
             "a malformed message of mallory", 1);
         row("leave in another's name", topics.Presence("mallory", idOf(100)), "",
             "user mallory speaks under the session of another", 1);
@@ -296,17 +296,17 @@ private Q_SLOTS:
                         Encode(WishMessage{idOf(1), 0, number, changes}));
         };
         for (quint64 number = 1; number <= 100; ++number)
-            wish(5000, "guest", number, Changes(Limits::wishChanges, set(first, "no")));
-        for (uint session = 0; session < Limits::sessions; ++session)
+            wish(5000, "guest", number, Changes(Limits::kWishChanges, set(first, "no")));
+        for (uint session = 0; session < Limits::kSessions; ++session)
             wish(10000 + session, "u", 1, {set(first, std::to_string(session).c_str())});
         all.world.Run(10);
-        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::sessions - 2)));
+        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::kSessions - 2)));
         all.world.Run(30000);
         wish(20000, "u", 1, {set(first, "one more")});
         all.world.Run(10);
         QCOMPARE(all.owner->tree.At(first), Bytes("one more"));
         const auto sessions = all.owner->owner->GetSnapshot(0).sessions;
-        QCOMPARE(sessions.size(), Limits::sessions);
+        QCOMPARE(sessions.size(), Limits::kSessions);
         for (const SessionNumber& session : sessions)
             QVERIFY(session.failures.size() < 10000);
         MirrorPeer& late = all.StartMirror("late");

@@ -330,9 +330,11 @@ void TestMessages::serversRights_data()
 void TestMessages::serversRights()
 {
     QFETCH(QString, path);
-    const ServerPolicy policy(
-        QStringLiteral("/S/ADMINISTRATION"),
-        {{QStringLiteral("RequestsNode")}, {QStringLiteral("StopResource")}, {QStringLiteral("Resources")}});
+    const ServerPolicy policy(QStringLiteral("/S/ADMINISTRATION"),
+                              {{QStringLiteral("RequestsNode")},
+                               {QStringLiteral("StopResource")},
+                               {QStringLiteral("Resources")},
+                               QStringLiteral("/S/ADMINISTRATION/ShortTime/")});
     const Writer writer{"u", session, {}, {}};
     Bytes allowed;
     const auto attempt = [&](const char* name, Operation operation, bool compare = false, bool own = false) {

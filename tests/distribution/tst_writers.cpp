@@ -247,7 +247,7 @@ private Q_SLOTS:
             int GetType() const override { return 777; }
         };
         const Startup::TraceRecorder traces;
-        const QString huge(int(Limits::valueBytes) + 1, QLatin1Char('x'));
+        const QString huge(int(Limits::kValueBytes) + 1, QLatin1Char('x'));
         const QString before = m_mine->text(kResources);
         for (const char* const name : {"one", "two"}) {
             m_server->tree.Add(at(name), std::make_unique<Odd>());
@@ -289,7 +289,7 @@ private:
         using namespace ServerNodes;
         return std::make_unique<ServerPolicy>(
             "/ConnectManager/AdminTree/S1/ADMINISTRATION"_s,
-            ServerPlaces{names(eFolder), names(eRequest, eFolder), names(eWhole)});
+            ServerPlaces{names(eFolder), names(eRequest, eFolder), names(eWhole), QString()});
     }
 
     QElapsedTimer m_clock;

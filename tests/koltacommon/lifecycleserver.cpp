@@ -74,7 +74,7 @@ int serve(int argc, char** argv)
     link->publish(installation.serverName(), {base}, base + "/ADMINISTRATION/WorkingState"_s,
                   std::make_unique<ServerPolicy>(
                       base + "/ADMINISTRATION"_s,
-                      ServerPlaces{names(eFolder), names(eRequest, eFolder), names(eWhole)}));
+                      ServerPlaces{names(eFolder), names(eRequest, eFolder), names(eWhole), QString()}));
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, [&server] {
         char order = 0;
