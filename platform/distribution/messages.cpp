@@ -14,8 +14,7 @@ using values::ByteReader;
 namespace {
 
 constexpr quint8 kMinorVersion = 0;
-/// That a unit of UTF-16 makes at most.
-constexpr std::size_t kUnitBytes = 3;
+constexpr std::size_t kUnitBytes = 3; ///< that a unit of UTF-16 makes at most
 
 /// How changes name their items: writers do not know the identifier of what they have just made.
 enum class Naming { ById, ByPath };

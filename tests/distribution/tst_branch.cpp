@@ -212,6 +212,63 @@ private Q_SLOTS:
             QCOMPARE(mirror->tree.Dump(), all.owner->tree.Dump());
         QVERIFY(all.owner->published[TopicKind::State] - states <= 2 * 2);
     }
+
+    /// What writers do costs an owner only so much, and its state can be read by who joins then.
+    void manyWriters()
+    {
+        Installation all;
+        const Topics topics;
+        const auto wish = [&](uint session, const Bytes& user, quint64 number, const Changes& changes) {
+            all.Intrude(topics.Up(QStringLiteral("S1"), user, idOf(session)),
+                        Encode(WishMessage{idOf(1), 0, number, changes}));
+        };
+        for (quint64 number = 1; number <= 100; ++number)
+            wish(5000, "guest", number, Changes(Limits::kWishChanges, set(first, "no")));
+        for (uint session = 0; session < Limits::kSessions; ++session)
+            wish(10000 + session, "u", 1, {set(first, std::to_string(session).c_str())});
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::kSessions - 2)));
+        all.world.Run(30000);
+        wish(20000, "u", 1, {set(first, "one more")});
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(first), Bytes("one more"));
+        const auto sessions = all.owner->owner->GetSnapshot(0).sessions;
+        QCOMPARE(sessions.size(), Limits::kSessions);
+        for (const SessionNumber& session : sessions)
+            QVERIFY(session.failures.size() < 10000);
+        MirrorPeer& late = all.StartMirror("late");
+        all.world.Run(5000);
+        QCOMPARE(late.mirror->GetState(), BranchState::Live);
+        QCOMPARE(late.tree.Dump(), all.owner->tree.Dump());
+    }
+
+    /// Whose an item is.
+    void ownItems()
+    {
+        Installation all;
+        const QString mine = root + QStringLiteral("/shelf/mine"),
+                      owners = root + QStringLiteral("/shelf/own");
+        const auto wish = [&](const Bytes& user, uint session, quint64 number, const Change& change) {
+            all.Intrude(Topics().Up(QStringLiteral("S1"), user, idOf(session)),
+                        Encode(WishMessage{idOf(1), 0, number, {change}}));
+            all.world.Run(10);
+        };
+        all.owner->Do(add(owners, "owner's"));
+        all.A().Do(add(mine, "1"));
+        all.A().Do(set(mine, "2"));
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(mine), Bytes("2"));
+        QVERIFY(all.A().tree.failed.empty());
+        wish("another", 300, 1, add(mine, "3"));
+        wish("another", 300, 2, add(owners, "3"));
+        QCOMPARE(all.owner->tree.At(mine), Bytes("2"));
+        QCOMPARE(all.owner->tree.At(owners), Bytes("owner's"));
+        wish("operator", 301, 1, add(mine, "4")); // the next life of that program
+        QCOMPARE(all.owner->tree.At(mine), Bytes("4"));
+        all.world.Run(60000);
+        QCOMPARE(all.owner->tree.At(mine), Bytes("none"));
+        QCOMPARE(all.owner->tree.At(owners), Bytes("owner's"));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestBranch)
