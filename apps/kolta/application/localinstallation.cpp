@@ -31,6 +31,8 @@ namespace {
 
 constexpr int kEndLimitMs = 5000;
 constexpr int kRestartMs = 500;
+/// As the sample does; more than one would be no sample of a day's work.
+constexpr int kNumberThatLacksAUnit = 4;
 
 /// Ends when this process does, however that comes about.
 class Child : public QProcess
@@ -234,7 +236,7 @@ bool LocalInstallation::writeAccess(QString& error) const
     return writeSecret(m_accessFile, lines, error);
 }
 
-/// The sample's files under another name, and with other tuners where these are wanted.
+/// The sample's files under another name and with all units, and with other tuners where these are wanted.
 bool LocalInstallation::makeServer(const QString& name, QString& error)
 {
     const QDir sample(KoltaSimulation::Installation::sampleFolder());
@@ -243,15 +245,17 @@ bool LocalInstallation::makeServer(const QString& name, QString& error)
     server.name = name;
     server.folder = path(name);
     QDir().mkpath(server.folder);
+    const int number = static_cast<int>(m_servers.size()) + 1;
     const auto changed = [&](const QString& file, QByteArray content) {
         if (file == installation)
             return content.replace("Name=S1\n", "Name=" + name.toUtf8() + '\n')
-                .replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n');
+                .replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n')
+                .replace("=station-1.", "=station-" + QByteArray::number(number) + '.');
         if (file == QLatin1String("resources.xml") && m_settings.tuners > 0)
-            return KoltaSimulation::makeResources(m_settings.tuners, quint32(m_servers.size() + 1))
-                .GetXmlString()
-                .toUtf8();
-        return content;
+            return KoltaSimulation::makeResources(m_settings.tuners, quint32(number)).GetXmlString().toUtf8();
+        return number == kNumberThatLacksAUnit
+                   ? content
+                   : content.replace("<Registration>0</Registration>", "<Registration>1</Registration>");
     };
     QStringList files = sample.entryList(QDir::Files);
     if (!files.contains(installation))
