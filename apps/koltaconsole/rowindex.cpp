@@ -75,8 +75,16 @@ RowIndex::Entry RowIndex::read(int sourceRow)
         entry.isFree = m_grouping.isFree && m_grouping.isFree(sourceRow);
     }
     entry.isMatching = !m_filter || m_filter(sourceRow, entry.search);
+    readKey(sourceRow, entry);
+    return entry;
+}
+
+void RowIndex::readKey(int sourceRow, Entry& entry) const
+{
+    entry.number = 0.0;
+    entry.text.clear();
     if (m_column < 0)
-        return entry;
+        return;
     const QVariant key = sourceModel()->index(sourceRow, m_column).data(Kolta::ViewRoles::SortRole);
     if (key.userType() == QMetaType::QDateTime) {
         const QDateTime time = key.toDateTime();
@@ -87,7 +95,6 @@ RowIndex::Entry RowIndex::read(int sourceRow)
     } else {
         entry.number = key.toDouble();
     }
-    return entry;
 }
 
 void RowIndex::readAll()
@@ -206,7 +213,11 @@ void RowIndex::sort(int column, Qt::SortOrder order)
     beginResetModel();
     m_column = column;
     m_order = order;
-    readAll();
+    // The search texts, which cost more, stay.
+    for (std::size_t row = 0; row < m_entries.size(); ++row)
+        readKey(static_cast<int>(row), m_entries[row]);
+    m_isSorted = false;
+    arrange();
     endResetModel();
 }
 

@@ -108,6 +108,7 @@ private:
 
     void follow();
     Entry read(int sourceRow);
+    void readKey(int sourceRow, Entry& entry) const;
     void readAll();
     // Rows and headings in one order: a row of the source is its number, the heading of a group is ~group.
     bool isShown(const Entry& entry) const;

@@ -26,6 +26,7 @@
 #endif
 
 #include <QFileInfo>
+#include <QHash>
 #include <QTimer>
 
 #include <algorithm>
@@ -58,32 +59,32 @@ struct Session::Parts
     OrderDraft draft;
     QTimer gathering;
 
-    BranchCondition branchOf(const QString& address) const;
+    /// Of those that are not as they should be, by name.
+    QHash<QString, BranchCondition> oddBranches() const;
 };
 
-BranchCondition Session::Parts::branchOf(const QString& address) const
+QHash<QString, BranchCondition> Session::Parts::oddBranches() const
 {
+    QHash<QString, BranchCondition> conditions;
 #ifdef KOLTA_WITH_DISTRIBUTION
-    if (!link)
-        return BranchCondition::Normal;
-    for (const distribution::BranchStatus& branch : link->branches()) {
-        if (branch.name != address)
-            continue;
+    for (const distribution::BranchStatus& branch :
+         link ? link->branches() : QVector<distribution::BranchStatus>()) {
         switch (branch.state) {
         case distribution::BranchState::Suspect:
-            return BranchCondition::Silent;
+            conditions.insert(branch.name, BranchCondition::Silent);
+            break;
         case distribution::BranchState::Withdrawn:
-            return BranchCondition::Withdrawn;
+            conditions.insert(branch.name, BranchCondition::Withdrawn);
+            break;
         case distribution::BranchState::Forbidden:
-            return BranchCondition::Forbidden;
+            conditions.insert(branch.name, BranchCondition::Forbidden);
+            break;
         default:
             break;
         }
     }
-#else
-    Q_UNUSED(address)
 #endif
-    return BranchCondition::Normal;
+    return conditions;
 }
 
 Session::Session() : d(std::make_unique<Parts>())
@@ -367,9 +368,11 @@ void Session::gather()
 void Session::readFacts()
 {
     QVector<ServerFacts> facts;
+    const QHash<QString, BranchCondition> branches = d->oddBranches();
     for (int row = 0; row < d->servers.rowCount(); ++row) {
         const QString address = d->servers.index(row, 0).data().toString();
-        facts.append(KoltaConsole::readFacts(d->servers, row, d->branchOf(address)));
+        facts.append(
+            KoltaConsole::readFacts(d->servers, row, branches.value(address, BranchCondition::Normal)));
         facts.last().isOutOfSight = isOutOfSight();
     }
     std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
 #include <vector>
 
 namespace KoltaConsole {
@@ -90,7 +91,7 @@ QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups 
     QHash<QString, Band> bands;
     readBands(session.processors(), {}, bands);
     const TunerModel& model = session.tuners();
-    std::map<QString, Lane> byName; // by what names are sorted by
+    std::unordered_map<QString, Lane> byName;
     for (const int row : matchingRows(rows)) {
         const QModelIndex index = model.index(row, TunerModel::eNameColumn);
         const auto record = index.data(Roles::ItemRole).value<RESOURCEMANAGEMENT::Tuner>();
@@ -105,14 +106,17 @@ QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups 
         tuner.centre = band.centre;
         tuner.width = band.width;
         const QString name = tunerGroupOf(model, row, groups);
-        Lane& lane = byName[Roles::sortText(name)];
+        Lane& lane = byName[name];
         lane.name = name;
         lane.free += tuner.state == TunerBookingManager::eFree && !tuner.isStale ? 1 : 0;
         lane.tuners.append(tuner);
     }
+    std::map<QString, const Lane*> sorted;
+    for (const auto& [name, lane] : byName)
+        sorted.emplace(Roles::sortText(name), &lane);
     QVector<Lane> lanes;
-    for (const auto& [sortText, lane] : byName)
-        lanes.append(lane);
+    for (const auto& [sortText, lane] : sorted)
+        lanes.append(*lane);
     return lanes;
 }
 

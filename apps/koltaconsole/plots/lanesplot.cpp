@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 #include <utility>
 
 namespace KoltaConsole {
@@ -94,6 +95,14 @@ void LanesPlot::setRange(double lowest, double highest)
 void LanesPlot::paintLanes(QPainter& painter, const QwtScaleMap& across, const QRectF& room) const
 {
     const Theme& theme = Theme::instance();
+    // Thousands of tuners share few frequencies, and a logarithm costs more than looking one up.
+    std::unordered_map<double, double> places;
+    const auto placeOf = [&](double hertz) {
+        const auto [found, isNew] = places.try_emplace(hertz);
+        if (isNew)
+            found->second = across.transform(std::max(hertz, 1.0));
+        return found->second;
+    };
     for (int i = 0; i < lanes.size(); ++i) {
         QRectF lane = m_roomOf(i);
         if (!lane.intersects(room))
@@ -101,10 +110,7 @@ void LanesPlot::paintLanes(QPainter& painter, const QwtScaleMap& across, const Q
         lane.setLeft(room.left());
         lane.setRight(room.right());
         painter.fillRect(lane, theme.color(i % 2 == 0 ? Role::Base : Role::Alternate));
-        LanePainter(
-            painter, lane.adjusted(0, 3, 0, -3),
-            [&across](double hertz) { return across.transform(std::max(hertz, 1.0)); }, current)
-            .paint(lanes.at(i));
+        LanePainter(painter, lane.adjusted(0, 3, 0, -3), placeOf, current).paint(lanes.at(i));
     }
     painter.setPen(QPen(theme.color(Role::Border), 1, Qt::DotLine));
     for (const double tick : axisScaleDiv(QwtPlot::xBottom).ticks(QwtScaleDiv::MajorTick)) {
