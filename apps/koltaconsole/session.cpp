@@ -40,6 +40,14 @@ namespace {
 
 constexpr int kGatherMs = 100;
 
+/// Where nothing says which time zone it is, the C library asks the file system at every conversion of a
+/// time, of which a page does thousands.
+void nameTimeZone()
+{
+    if (!qEnvironmentVariableIsSet("TZ"))
+        qputenv("TZ", ":/etc/localtime");
+}
+
 } // namespace
 
 struct Session::Parts
@@ -98,6 +106,7 @@ Session::Session() : d(std::make_unique<Parts>())
 
 std::unique_ptr<Session> Session::start(const Options& options, QString& error)
 {
+    nameTimeZone();
     std::unique_ptr<Session> session(new Session);
     session->m_isReadOnly = options.isReadOnly;
     Kolta::registerShortTimeValues();

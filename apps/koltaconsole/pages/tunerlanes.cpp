@@ -94,17 +94,21 @@ QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups 
     std::unordered_map<QString, Lane> byName;
     for (const int row : matchingRows(rows)) {
         const QModelIndex index = model.index(row, TunerModel::eNameColumn);
-        const auto record = index.data(Roles::ItemRole).value<RESOURCEMANAGEMENT::Tuner>();
+        const QVariant item = index.data(Roles::ItemRole);
+        const auto& record = *static_cast<const RESOURCEMANAGEMENT::Tuner*>(item.constData());
         LaneTuner tuner;
         tuner.key = index.data(Roles::KeyRole).toString();
         tuner.from = record.GetMinFrequency();
         tuner.to = record.GetMaxFrequency();
         tuner.state = index.data(Roles::StateRole).toInt();
         tuner.isStale = session.isOutOfSight() || index.data(Roles::StaleRole).toBool();
-        const Band band =
-            bands.value(placeOf(index.data(Roles::ServerRole).toString(), index.data().toString()));
-        tuner.centre = band.centre;
-        tuner.width = band.width;
+        // Of most there is none to be looked for.
+        if (tuner.state != TunerBookingManager::eFree && !bands.isEmpty()) {
+            const Band band =
+                bands.value(placeOf(index.data(Roles::ServerRole).toString(), index.data().toString()));
+            tuner.centre = band.centre;
+            tuner.width = band.width;
+        }
         const QString name = tunerGroupOf(model, row, groups);
         Lane& lane = byName[name];
         lane.name = name;
