@@ -144,10 +144,6 @@ QWidget* OrderPage::makeCart()
 
 void OrderPage::makeActions()
 {
-    const auto line = [this] {
-        const ProductionOrder order = wanted();
-        return KoltaApps::ActionLines(serverOf(order)).produce(order);
-    };
     const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
                             const std::function<void()>& run, const std::function<QString()>& why,
                             const std::function<QString()>& shownLine) {
@@ -164,12 +160,15 @@ void OrderPage::makeActions()
     };
     add(
         "order-start", tr("Start"), QKeySequence(Qt::CTRL + Qt::Key_Return), [this] { start(); },
-        [this] { return whyNotStart(); }, line);
+        [this] { return whyNotStart(); }, [this] { return commandLine(); });
     add(
         "order-plan", tr("Plan"), QKeySequence(), [this] { addToCart(true); },
         [this] { return m_candidates->offer().isNone() ? tr("There is no tuner to plan.") : problem(); },
         [this] {
-            return KoltaApps::ActionLines(session().draft().server()).plan({wanted().tunerClass}, false);
+            const QString tunerClass = wanted().tunerClass;
+            return tunerClass.isEmpty()
+                       ? QString()
+                       : KoltaApps::ActionLines(session().draft().server()).plan({tunerClass}, false);
         });
     add(
         "order-add", tr("To cart"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Return),
@@ -356,9 +355,12 @@ bool OrderPage::isFilled() const
     return m_candidates->rows().rowCount() > 0 || session().draft().isEmpty();
 }
 
+/// None of what has no tuner to be chosen from.
 QString OrderPage::commandLine() const
 {
     const ProductionOrder order = wanted();
+    if (order.tunerClass.isEmpty() && order.tunerGuid.isEmpty() && order.mcp.isNull())
+        return QString();
     return KoltaApps::ActionLines(serverOf(order)).produce(order);
 }
 

@@ -1,19 +1,16 @@
 #include "shorttimepage.h"
 
 #include "../session.h"
-#include "../stateitemdelegate.h"
 #include "assignmentsview.h"
+#include "conversionsview.h"
 #include "profilesview.h"
 #include "resultsview.h"
-#include "shorttimemaps.h"
 
 #include <koltacommon/viewroles.h>
 
 #include <QComboBox>
-#include <QHeaderView>
 #include <QSignalBlocker>
 #include <QTabWidget>
-#include <QTreeView>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -27,7 +24,7 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
     , m_profiles(new ProfilesView(session, m_tabs))
     , m_assignments(new AssignmentsView(session, m_tabs))
     , m_results(new ResultsView(session, m_tabs))
-    , m_conversions(new QTreeView(m_tabs))
+    , m_conversions(new ConversionsView(session, actions, m_tabs))
 {
     m_servers->setAccessibleName(tr("Server"));
     m_tabs->setDocumentMode(true);
@@ -36,24 +33,21 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
     m_tabs->addTab(m_assignments, tr("Assignments"));
     m_tabs->addTab(m_results, tr("Results"));
     m_tabs->addTab(m_conversions, tr("Conversions"));
-    m_conversions->setModel(&m_conversionModel);
-    m_conversions->setItemDelegate(new StateItemDelegate(m_conversions));
-    m_conversions->setRootIsDecorated(false);
-    m_conversions->setUniformRowHeights(true);
-    m_conversions->setAlternatingRowColors(true);
-    m_conversions->setAccessibleName(tr("Conversions"));
-    for (int column = 0; column < m_conversionModel.columnCount(); ++column)
-        m_conversions->header()->resizeSection(column, 150);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 4, 0, 0);
     layout->addWidget(m_tabs);
-    connect(&session, &Session::si_FactsChanged, this, &ShortTimePage::readServers);
-    connect(&session, &Session::si_LinkChanged, this, &ShortTimePage::refresh);
-    connect(&session, &Session::si_UserChanged, this, &ShortTimePage::refresh);
+    const auto follow = [this] {
+        if (isVisible())
+            readServers();
+    };
+    connect(&session, &Session::si_FactsChanged, this, follow);
+    connect(&session, &Session::si_LinkChanged, this, follow);
+    connect(&session, &Session::si_UserChanged, this, follow);
     connect(m_servers, qOverload<int>(&QComboBox::currentIndexChanged), this, &ShortTimePage::refresh);
     connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
     connect(m_profiles, &ProfilesView::si_LineChanged, this, &Page::si_CommandLineChanged);
     connect(m_assignments, &AssignmentsView::si_LineChanged, this, &Page::si_CommandLineChanged);
+    connect(m_conversions, &ConversionsView::si_LineChanged, this, &Page::si_CommandLineChanged);
     readServers();
 }
 
@@ -90,10 +84,15 @@ void ShortTimePage::refresh()
     m_profiles->showServer(server());
     m_assignments->showServer(server());
     m_results->showServer(server());
-    auto* const map = shortTimeMap<Kolta::ConvertProductionResultMap>(session(), server(), "Conversions");
-    if (m_conversionModel.map() != map)
-        m_conversionModel.setMap(map);
+    m_conversions->showServer(server());
     Q_EMIT si_CommandLineChanged();
+}
+
+/// What it has missed while it was hidden.
+void ShortTimePage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    readServers();
 }
 
 bool ShortTimePage::isFilled() const
@@ -108,6 +107,8 @@ QString ShortTimePage::commandLine() const
         return m_profiles->line();
     if (view == m_assignments && !m_assignments->line().isEmpty())
         return m_assignments->line();
+    if (view == m_conversions && !m_conversions->line().isEmpty())
+        return m_conversions->line();
     const char* const command = view == m_profiles      ? "profiles"
                                 : view == m_assignments ? "assignments"
                                                         : "conversions";
@@ -116,6 +117,7 @@ QString ShortTimePage::commandLine() const
 
 void ShortTimePage::showServer(const QString& address)
 {
+    readServers();
     const int place = m_servers->findData(address);
     if (place >= 0)
         m_servers->setCurrentIndex(place);

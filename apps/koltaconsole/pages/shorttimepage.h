@@ -2,15 +2,13 @@
 
 #include "page.h"
 
-#include <koltacommon/shorttimemodels.h>
-
 class QComboBox;
 class QTabWidget;
-class QTreeView;
 
 namespace KoltaConsole {
 
 class AssignmentsView;
+class ConversionsView;
 class ProfilesView;
 class ResultsView;
 
@@ -29,7 +27,11 @@ public:
     ProfilesView& profiles() const { return *m_profiles; }
     AssignmentsView& assignments() const { return *m_assignments; }
     ResultsView& results() const { return *m_results; }
+    ConversionsView& conversions() const { return *m_conversions; }
     QString server() const;
+
+protected:
+    void showEvent(QShowEvent* event) override;
 
 private:
     void readServers();
@@ -40,8 +42,7 @@ private:
     ProfilesView* m_profiles;
     AssignmentsView* m_assignments;
     ResultsView* m_results;
-    QTreeView* m_conversions;
-    Kolta::ConvertProductionResultModel m_conversionModel;
+    ConversionsView* m_conversions;
 };
 
 } // namespace KoltaConsole

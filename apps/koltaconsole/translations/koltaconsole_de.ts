@@ -3608,4 +3608,102 @@
         <translation>Umwandlungen</translation>
     </message>
 </context>
+<context>
+    <name>KoltaConsole::ConversionsView</name>
+    <message>
+        <source>failed ones too</source>
+        <translation>auch fehlgeschlagene</translation>
+    </message>
+    <message>
+        <source>Conversions</source>
+        <translation>Konvertierungen</translation>
+    </message>
+    <message>
+        <source>SUBSYSTEM/DEVICE/RECORD</source>
+        <translation>TEILSYSTEM/GERÄT/AUFZEICHNUNG</translation>
+    </message>
+    <message>
+        <source>what is to come of it</source>
+        <translation>was daraus werden soll</translation>
+    </message>
+    <message>
+        <source>name of the production</source>
+        <translation>Name der Produktion</translation>
+    </message>
+    <message>
+        <source>what came of it</source>
+        <translation>was daraus wurde</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>Result type</source>
+        <translation>Ergebnisart</translation>
+    </message>
+    <message>
+        <source>Production</source>
+        <translation>Produktion</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>Ergebnis</translation>
+    </message>
+    <message>
+        <source>Results to keep</source>
+        <translation>Ergebnisse behalten</translation>
+    </message>
+    <message>
+        <source>Tidy up failed conversions too</source>
+        <translation>Auch fehlgeschlagene Konvertierungen aufräumen</translation>
+    </message>
+    <message>
+        <source>Convert</source>
+        <translation>Konvertieren</translation>
+    </message>
+    <message>
+        <source>Finish</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>Finish as failed</source>
+        <translation>Als fehlgeschlagen beenden</translation>
+    </message>
+    <message>
+        <source>Tidy up</source>
+        <translation>Aufräumen</translation>
+    </message>
+    <message>
+        <source>Which record? It is named as SUBSYSTEM/DEVICE/RECORD.</source>
+        <translation>Welche Aufzeichnung? Sie heißt TEILSYSTEM/GERÄT/AUFZEICHNUNG.</translation>
+    </message>
+    <message>
+        <source>%1 is being converted already.</source>
+        <translation>%1 wird schon konvertiert.</translation>
+    </message>
+    <message>
+        <source>Nothing is selected.</source>
+        <translation>Nichts ist ausgewählt.</translation>
+    </message>
+    <message>
+        <source>%1 is not being converted.</source>
+        <translation>%1 wird nicht konvertiert.</translation>
+    </message>
+    <message>
+        <source>No finished conversion is more than is to be kept.</source>
+        <translation>Keine beendete Konvertierung ist mehr als zu behalten.</translation>
+    </message>
+    <message>
+        <source>conversion of %1</source>
+        <translation>Konvertierung von %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n result(s) of conversions erased on %1</source>
+        <translation>
+            <numerusform>%n Ergebnis von Konvertierungen auf %1 gelöscht</numerusform>
+            <numerusform>%n Ergebnisse von Konvertierungen auf %1 gelöscht</numerusform>
+        </translation>
+    </message>
+</context>
 </TS>

@@ -116,4 +116,14 @@
         </translation>
     </message>
 </context>
+<context>
+    <name>KoltaConsole::ConversionsView</name>
+    <message numerus="yes">
+        <source>%n result(s) of conversions erased on %1</source>
+        <translation>
+            <numerusform>%n result of conversions erased on %1</numerusform>
+            <numerusform>%n results of conversions erased on %1</numerusform>
+        </translation>
+    </message>
+</context>
 </TS>

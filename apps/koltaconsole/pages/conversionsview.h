@@ -1,0 +1,72 @@
+#pragma once
+
+#include <koltacommon/actionrights.h>
+#include <koltacommon/shorttimemodels.h>
+
+#include <QHash>
+#include <QWidget>
+
+#include <functional>
+
+class QCheckBox;
+class QLayout;
+class QLineEdit;
+class QSpinBox;
+class QTreeView;
+
+namespace KoltaConsole {
+
+class ActionTable;
+class Session;
+
+/// The conversions of a server's recordings: which there are, and what is done about them. What is begun and
+/// ended here plays the production that converts, as `kolta conversions` does.
+class ConversionsView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    ConversionsView(Session& session, ActionTable& actions, QWidget* parent);
+
+    /// Empty for none.
+    void showServer(const QString& address);
+    const Kolta::ConvertProductionResultModel& model() const { return m_model; }
+    /// The `kolta` line of what was done last; empty for nothing.
+    const QString& line() const noexcept { return m_line; }
+
+Q_SIGNALS:
+    void si_LineChanged();
+
+private:
+    void makeActions();
+    QLayout* makeFields();
+    Kolta::ConvertProductionResultMap* map() const;
+    sorel::RecordIdentifier selected() const;
+    QString objection(Kolta::UserAction action) const;
+    QString objectionToStart() const;
+    QString objectionToFinish() const;
+    QString objectionToTidy() const;
+    int tidyCount() const;
+    void start();
+    void playBeginnings();
+    void finish(bool success);
+    void tidy();
+    QString finishLine(bool success) const;
+    void tellLine(const QString& line);
+
+    Session& m_session;
+    ActionTable& m_actions;
+    QString m_server;
+    Kolta::ConvertProductionResultModel m_model;
+    QTreeView* m_table;
+    QLineEdit* m_record;
+    QLineEdit* m_type;
+    QLineEdit* m_production;
+    QLineEdit* m_result;
+    QSpinBox* m_keep;
+    QCheckBox* m_failedToo;
+    QHash<QString, QString> m_beginnings; ///< records asked for here, with the IDs of their productions
+    QString m_line;
+};
+
+} // namespace KoltaConsole

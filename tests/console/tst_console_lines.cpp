@@ -1,0 +1,323 @@
+#include "consoletest.h"
+
+#include <koltaconsole/orderdraft.h>
+#include <koltaconsole/pages/assignmentsview.h>
+#include <koltaconsole/pages/conversionsview.h>
+#include <koltaconsole/pages/orderpage.h>
+#include <koltaconsole/pages/pages.h>
+#include <koltaconsole/pages/productionspage.h>
+#include <koltaconsole/pages/profileeditor.h>
+#include <koltaconsole/pages/profilesview.h>
+#include <koltaconsole/pages/shorttimemaps.h>
+#include <koltaconsole/pages/shorttimepage.h>
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QProcess>
+#include <QTabWidget>
+#include <QTableView>
+
+using namespace KoltaConsole;
+
+namespace {
+
+constexpr int kPatienceMs = 20000;
+
+/// `kolta shell` on the same installation.
+class Shell
+{
+public:
+    explicit Shell(const QString& url)
+    {
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(
+            QStringLiteral(KOLTA_PROGRAM),
+            {QStringLiteral("shell"), QStringLiteral("--keep-going"), QStringLiteral("--tree"), url});
+    }
+    ~Shell()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    /// Types the line, without its first word.
+    void type(const QString& line)
+    {
+        m_told.clear();
+        m_process.write(line.mid(6).toUtf8() + '\n');
+    }
+    bool tells(const char* text)
+    {
+        return QTest::qWaitFor([&] { return told().contains(QString::fromUtf8(text)); }, kPatienceMs);
+    }
+    const QString& told() { return m_told += QString::fromUtf8(m_process.readAll()); }
+
+private:
+    QProcess m_process;
+    QString m_told;
+};
+
+} // namespace
+
+/// Every line that the console shows does in `kolta shell` what the action would do.
+class TestLines : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void ordersAndProductions();
+    void shortTimeData();
+    /// What begins or shows nothing by itself.
+    void ofPages();
+
+private:
+    QString line(const char* id) const
+    {
+        const ActionTable::Entry* const entry = m_stage->window->actions().find(QLatin1String(id));
+        return entry && entry->line ? entry->line() : QString();
+    }
+    template<class Page>
+    Page& page(const char* id) const
+    {
+        return static_cast<Page&>(*m_stage->window->showPage(QLatin1String(id)));
+    }
+    /// Of the row of that name on the page of productions.
+    QModelIndex row(const char* name) const
+    {
+        auto& model = page<ProductionsPage>("productions").model();
+        return model
+            .match(model.index(0, 0), Qt::DisplayRole, QLatin1String(name), 1,
+                   Qt::MatchExactly | Qt::MatchRecursive)
+            .value(0);
+    }
+    /// Null unless it runs.
+    const ProductionRow* running(const char* name) const
+    {
+        const ProductionRow* const found = page<ProductionsPage>("productions").model().rowAt(row(name));
+        return found && found->isRunning() ? found : nullptr;
+    }
+    void select(const char* name) const
+    {
+        page<ProductionsPage>("productions").findChild<ProductionsView*>()->setCurrentIndex(row(name));
+    }
+    void write(const char* tunerClass, double frequency, const char* name,
+               Kolta::ProductionOrder::Kind kind = Kolta::ProductionOrder::Kind::Mcp) const
+    {
+        Kolta::ProductionOrder order;
+        order.kind = kind;
+        order.tunerClass = QLatin1String(tunerClass);
+        order.frequency = frequency;
+        order.displayName = QLatin1String(name);
+        if (const ProductionRow* const mcp = running("MCP 1");
+            mcp && kind == Kolta::ProductionOrder::Kind::Ffp)
+            order.mcp = QUuid(mcp->guid);
+        m_stage->session->draft().set(order, QStringLiteral("S1"));
+    }
+    template<class Map>
+    Map& map(const char* name) const
+    {
+        return *shortTimeMap<Map>(*m_stage->session, QStringLiteral("S1"), name);
+    }
+
+    QProcess m_installation;
+    std::unique_ptr<Stage> m_stage;
+    std::unique_ptr<Shell> m_shell;
+    QSet<QString> m_tried; ///< IDs of actions
+};
+
+void TestLines::initTestCase()
+{
+    m_installation.start(QStringLiteral(KOLTA_PROGRAM),
+                         {QStringLiteral("up"), QStringLiteral("--servers"), QStringLiteral("1")});
+    QString said;
+    const auto url = [&said] {
+        return said.section(QStringLiteral("tree "), 1).section(QLatin1Char('\n'), 0, 0);
+    };
+    for (int i = 0; i < 100 && (url().isEmpty() || !said.contains(QLatin1Char('\n'))); ++i) {
+        m_installation.waitForReadyRead(100);
+        said += QString::fromUtf8(m_installation.readAllStandardOutput());
+    }
+    if (url().isEmpty())
+        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + said));
+    Options options;
+    options.url = url();
+    options.page = QStringLiteral("tuners");
+    m_stage = std::make_unique<Stage>(options);
+    QTRY_VERIFY_WITH_TIMEOUT(m_stage->window->isFilled(), kPatienceMs);
+    m_shell = std::make_unique<Shell>(options.url);
+}
+
+void TestLines::cleanupTestCase()
+{
+    m_shell.reset();
+    m_stage.reset();
+    m_installation.terminate();
+    m_installation.waitForFinished();
+}
+
+void TestLines::ordersAndProductions()
+{
+    const auto run = [this](const char* id) {
+        m_tried.insert(QLatin1String(id));
+        const QString shown = line(id);
+        QVERIFY2(!shown.isEmpty(), id);
+        m_shell->type(shown);
+    };
+    page<OrderPage>("order");
+    for (const char* const id : {"order-start", "order-plan"})
+        QCOMPARE(line(id), QString()); // nothing is wanted yet
+    write("HF", 5e6, "");
+    page<Page>("tuners");
+    run("tuner-why-not");
+    QVERIFY2(m_shell->tells("KW 1"), qPrintable(m_shell->told()));
+    page<OrderPage>("order");
+    run("order-plan");
+    QVERIFY2(m_shell->tells("KW 1"), qPrintable(m_shell->told()));
+    const auto isTold = [this](const char* text) { return m_shell->tells(text); };
+    for (const char* const name : {"MCP 1", "MCP 2"}) {
+        write("Wide", 98.5e6, name);
+        run("order-start");
+        QTRY_VERIFY2_WITH_TIMEOUT(running(name), qPrintable(m_shell->told()), kPatienceMs);
+    }
+    write("", 98.1e6, "FFP 1", Kolta::ProductionOrder::Kind::Ffp);
+    run("order-start");
+    QTRY_VERIFY2_WITH_TIMEOUT(running("FFP 1"), qPrintable(m_shell->told()), kPatienceMs);
+    write("HF", 5e6, "");
+    page<OrderPage>("order");
+    QVERIFY(m_stage->window->actions().run(QStringLiteral("order-add")));
+    run("cart-share");
+    QVERIFY2(isTold("KW"), qPrintable(m_shell->told()));
+
+    // What was dropped is shown, and done again from the other end.
+    auto& productions = page<ProductionsPage>("productions");
+    auto& model = const_cast<ProductionsModel&>(productions.model());
+    const std::unique_ptr<QMimeData> dragged(model.mimeData({row("FFP 1")}));
+    const QString to = running("MCP 2")->key, from = running("MCP 1")->key;
+    QVERIFY(model.dropMimeData(dragged.get(), Qt::MoveAction, -1, -1, row("MCP 2")));
+    const QString move = productions.commandLine();
+    QTRY_COMPARE_WITH_TIMEOUT(running("FFP 1")->holderKey, to, kPatienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(model.dropMimeData(dragged.get(), Qt::MoveAction, -1, -1, row("MCP 1")),
+                             kPatienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(running("FFP 1")->holderKey, from, kPatienceMs);
+    m_shell->type(move);
+    QTRY_COMPARE_WITH_TIMEOUT(running("FFP 1")->holderKey, to, kPatienceMs);
+
+    select("MCP 1");
+    run("own");
+    QTRY_VERIFY_WITH_TIMEOUT(!running("MCP 1")->owner.isEmpty(), kPatienceMs);
+    run("own-release");
+    QTRY_VERIFY_WITH_TIMEOUT(running("MCP 1")->owner.isEmpty(), kPatienceMs);
+    run("own-force");
+    QTRY_VERIFY_WITH_TIMEOUT(!running("MCP 1")->owner.isEmpty(), kPatienceMs);
+    run("front-end");
+    QVERIFY2(isTold("MCP 1"), qPrintable(m_shell->told()));
+    run("stop");
+    QTRY_VERIFY_WITH_TIMEOUT(!running("MCP 1"), kPatienceMs);
+}
+
+void TestLines::shortTimeData()
+{
+    auto& shown = page<ShortTimePage>("short-time");
+    auto* const tabs = shown.findChild<QTabWidget*>();
+    QTRY_VERIFY_WITH_TIMEOUT(shown.isFilled(), kPatienceMs);
+    const auto again = [&](const QString& wanted) {
+        QVERIFY2(!wanted.isEmpty(), "no line");
+        m_shell->type(wanted);
+    };
+    using Profiles = Kolta::ShortTimeProfileItemMap;
+    auto* const editor = shown.findChild<ProfileEditor*>();
+    editor->edit(Kolta::ShortTimeProfile());
+    editor->line(ProfileField::Name)->setText(QStringLiteral("O'Hara 1"));
+    editor->line(ProfileField::Bandwidth)->setText(QStringLiteral("16-25 kHz"));
+    Q_EMIT editor->si_Save();
+    const QString save = shown.commandLine();
+    QTRY_VERIFY(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 1")));
+    map<Profiles>("Profiles").EraseAt(QStringLiteral("O'Hara 1"));
+    again(save);
+    QTRY_VERIFY2_WITH_TIMEOUT(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 1")),
+                              qPrintable(m_shell->told()), kPatienceMs);
+    QCOMPARE(map<Profiles>("Profiles").At(QStringLiteral("O'Hara 1")).bandwidthMax, 25000u);
+
+    using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
+    tabs->setCurrentIndex(1);
+    AssignmentMatrix& matrix = shown.assignments().matrix();
+    QTRY_COMPARE_WITH_TIMEOUT(matrix.rowCount(), 1, kPatienceMs);
+    auto* const table = shown.assignments().findChild<QTableView*>();
+    table->setCurrentIndex(matrix.index(0, 1));
+    QTest::keyClick(table, Qt::Key_Space);
+    shown.assignments().send();
+    const QString assign = shown.commandLine();
+    QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
+    const auto sent = map<Assignments>("Assignments").data().begin()->second;
+    map<Assignments>("Assignments").EraseAt(sent.ffpGuid);
+    again(assign);
+    QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
+    QCOMPARE(map<Assignments>("Assignments").data().begin()->second.profiles, sent.profiles);
+
+    using Conversions = Kolta::ConvertProductionResultMap;
+    tabs->setCurrentIndex(3);
+    ConversionsView& conversions = shown.conversions();
+    const QString record = QStringLiteral("archive/disk-1/4711");
+    const auto result = [&] {
+        return map<Conversions>("Conversions").At(sorel::RecordIdentifier::fromString(record));
+    };
+    const auto field = [&](const char* name) {
+        for (QLineEdit* const each : conversions.findChildren<QLineEdit*>()) {
+            if (each->accessibleName() == QLatin1String(name))
+                return each;
+        }
+        qFatal("no field %s", name);
+    };
+    const auto run = [&](const char* id) {
+        m_tried.insert(QLatin1String(id));
+        QCOMPARE(m_stage->window->actions().enabledBecause(QLatin1String(id)), QString());
+        again(line(id));
+    };
+    field("Record")->setText(record);
+    field("Production")->setText(QStringLiteral("a b"));
+    for (const char* const id : {"conversion-finish", "conversion-fail"}) {
+        run("conversion-start");
+        QTRY_COMPARE_WITH_TIMEOUT(conversions.model().rowCount(), 1, kPatienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(result().state(), Kolta::ConvertProductionResult::eConverting, kPatienceMs);
+        QCOMPARE(result().productionName(), QStringLiteral("a b"));
+        conversions.findChild<QTreeView*>()->setCurrentIndex(conversions.model().index(0, 0));
+        run(id);
+        QTRY_VERIFY_WITH_TIMEOUT(result().finished(), kPatienceMs);
+        QCOMPARE(result().sucessfullyFinished(), !qstrcmp(id, "conversion-finish"));
+    }
+    QVERIFY(!m_stage->window->actions().enabledBecause(QStringLiteral("conversions-tidy")).isEmpty());
+    conversions.findChild<QCheckBox*>()->setChecked(true);
+    run("conversions-tidy");
+    QTRY_COMPARE_WITH_TIMEOUT(map<Conversions>("Conversions").Size(), std::size_t(0), kPatienceMs);
+}
+
+void TestLines::ofPages()
+{
+    const QString end = QStringLiteral("\nmove --help"); // ends what a line prints
+    const char* const mark = "GUID or name of the MCP";
+    m_shell->type(QStringLiteral("kolta status") + end);
+    QVERIFY(m_shell->tells(mark));
+    for (const QString& id : pageIds()) {
+        Page& shown = page<Page>(qPrintable(id));
+        for (const char* const server : {"", "S1"}) {
+            shown.showServer(QLatin1String(server));
+            const QString wanted = shown.commandLine();
+            if (wanted.isEmpty() || wanted.startsWith(QStringLiteral("kolta produce")) ||
+                wanted.startsWith(QStringLiteral("kolta watch"))) // do something, and have no end
+                continue;
+            m_shell->type(wanted + end);
+            QVERIFY(m_shell->tells(mark));
+            QVERIFY2(!m_shell->told().contains(QStringLiteral("kolta:")),
+                     qPrintable(wanted + QLatin1Char('\n') + m_shell->told()));
+        }
+    }
+    const ActionTable& actions = m_stage->window->actions();
+    for (const QString& id : actions.ids())
+        QVERIFY2(!actions.find(id)->line || m_tried.contains(id),
+                 qPrintable(id + QStringLiteral(" was not tried")));
+}
+
+KOLTA_CONSOLE_TEST(TestLines);
+#include "tst_console_lines.moc"
