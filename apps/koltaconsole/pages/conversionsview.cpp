@@ -90,6 +90,7 @@ QLayout* ConversionsView::makeFields()
     auto* const grid = new QGridLayout;
     grid->setContentsMargins(8, 6, 8, 6);
     grid->setHorizontalSpacing(8);
+    grid->setVerticalSpacing(4);
     const auto place = [grid, this](int row, int column, const QString& title, QWidget* field) {
         auto* const label = new QLabel(title, this);
         label->setBuddy(field);
@@ -103,6 +104,7 @@ QLayout* ConversionsView::makeFields()
     place(0, 4, tr("Production"), m_production);
     place(1, 0, tr("Result"), m_result);
     place(1, 2, tr("Results to keep"), m_keep);
+    grid->setColumnStretch(1, 2);
     m_failedToo->setAccessibleName(tr("Tidy up failed conversions too"));
     grid->addWidget(m_failedToo, 1, 5);
     auto* const buttons = new QHBoxLayout;

@@ -3616,11 +3616,11 @@
     </message>
     <message>
         <source>Conversions</source>
-        <translation>Konvertierungen</translation>
+        <translation>Umwandlungen</translation>
     </message>
     <message>
         <source>SUBSYSTEM/DEVICE/RECORD</source>
-        <translation>TEILSYSTEM/GERÄT/AUFZEICHNUNG</translation>
+        <translation>SYSTEM/GERÄT/AUFZEICHNUNG</translation>
     </message>
     <message>
         <source>what is to come of it</source>
@@ -3656,11 +3656,11 @@
     </message>
     <message>
         <source>Tidy up failed conversions too</source>
-        <translation>Auch fehlgeschlagene Konvertierungen aufräumen</translation>
+        <translation>Auch fehlgeschlagene Umwandlungen aufräumen</translation>
     </message>
     <message>
         <source>Convert</source>
-        <translation>Konvertieren</translation>
+        <translation>Umwandeln</translation>
     </message>
     <message>
         <source>Finish</source>
@@ -3676,11 +3676,11 @@
     </message>
     <message>
         <source>Which record? It is named as SUBSYSTEM/DEVICE/RECORD.</source>
-        <translation>Welche Aufzeichnung? Sie heißt TEILSYSTEM/GERÄT/AUFZEICHNUNG.</translation>
+        <translation>Welche Aufzeichnung? Sie heißt SYSTEM/GERÄT/AUFZEICHNUNG.</translation>
     </message>
     <message>
         <source>%1 is being converted already.</source>
-        <translation>%1 wird schon konvertiert.</translation>
+        <translation>%1 wird schon umgewandelt.</translation>
     </message>
     <message>
         <source>Nothing is selected.</source>
@@ -3688,21 +3688,21 @@
     </message>
     <message>
         <source>%1 is not being converted.</source>
-        <translation>%1 wird nicht konvertiert.</translation>
+        <translation>%1 wird nicht umgewandelt.</translation>
     </message>
     <message>
         <source>No finished conversion is more than is to be kept.</source>
-        <translation>Keine beendete Konvertierung ist mehr als zu behalten.</translation>
+        <translation>Keine beendete Umwandlung ist mehr als zu behalten.</translation>
     </message>
     <message>
         <source>conversion of %1</source>
-        <translation>Konvertierung von %1</translation>
+        <translation>Umwandlung von %1</translation>
     </message>
     <message numerus="yes">
         <source>%n result(s) of conversions erased on %1</source>
         <translation>
-            <numerusform>%n Ergebnis von Konvertierungen auf %1 gelöscht</numerusform>
-            <numerusform>%n Ergebnisse von Konvertierungen auf %1 gelöscht</numerusform>
+            <numerusform>%n Ergebnis von Umwandlungen auf %1 gelöscht</numerusform>
+            <numerusform>%n Ergebnisse von Umwandlungen auf %1 gelöscht</numerusform>
         </translation>
     </message>
 </context>
