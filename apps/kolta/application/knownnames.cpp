@@ -203,14 +203,14 @@ QStringList namesIn(NameKind kind, const QVector<Server*>& servers, const QStrin
     return names;
 }
 
-/// Those of the words that say where to look, with their values.
-QStringList wordsOfPlace(const QStringList& words)
+/// Those of the words that are one of these options, with their values.
+QStringList wordsOf(std::initializer_list<const char*> options, const QStringList& words)
 {
     QStringList found;
     for (int i = 0; i < words.size(); ++i) {
-        for (const char* name : {"--tree", "--installation", "--server"}) {
+        for (const char* name : options) {
             if (words.at(i) == QLatin1String(name) && i + 1 < words.size())
-                found += words.mid(i, 2);
+                found += QLatin1String(name) + QLatin1Char('=') + words.at(i + 1);
             else if (words.at(i).startsWith(QLatin1String(name) + QLatin1Char('=')))
                 found += words.at(i);
         }
@@ -231,34 +231,45 @@ NameKind kindOf(const Option& option)
     return isName ? find(kOptions, option.name) : NameKind::None;
 }
 
-QStringList knownNames(NameKind kind, const QString& begin, const QStringList& words)
+QStringList namesAmong(NameKind kind, QVector<Server*> servers, const QString& begin,
+                       const QStringList& words)
 {
     if (kind == NameKind::File || kind == NameKind::Folder)
         return namesOfFiles(begin, kind == NameKind::File ? QDir::Dirs | QDir::Files : QDir::Dirs);
+    const QStringList wanted = wordsOf({"--server"}, words);
+    const auto isUnwanted = [&](const Server* server) {
+        return !wanted.contains(QStringLiteral("--server=") + server->getAddress());
+    };
+    if (!wanted.isEmpty() && kind != NameKind::Server)
+        servers.erase(std::remove_if(servers.begin(), servers.end(), isUnwanted), servers.end());
+    return namesIn(kind, servers, begin);
+}
+
+QStringList knownNames(NameKind kind, const QString& begin, const QStringList& words)
+{
+    if (kind == NameKind::File || kind == NameKind::Folder)
+        return namesAmong(kind, {}, begin, words);
     QStringList names;
     const auto look = [&](const CommandLine& line) {
         const bool isNew = !EmbeddedInstallation::isShared();
         const auto installation = EmbeddedInstallation::look(line);
         if (!installation)
             return takeStartFailure();
-        QVector<Server*> servers = installation->interfaces();
-        const QStringList wanted = line.values("server");
-        const auto isUnwanted = [&](const Server* server) { return !wanted.contains(server->getAddress()); };
-        if (!wanted.isEmpty() && kind != NameKind::Server)
-            servers.erase(std::remove_if(servers.begin(), servers.end(), isUnwanted), servers.end());
+        const QVector<Server*> servers = installation->interfaces();
         const auto areUp = [&servers] {
             return std::all_of(servers.begin(), servers.end(),
                                [](const Server* each) { return isUp(*each); });
         };
         if (isNew)
             waitUntil(areUp, kSoonMs);
-        names = namesIn(kind, servers, begin);
+        names = namesAmong(kind, servers, begin, words);
         return int(eExitOk);
     };
     const OutputManner silent(OutputManner::eSilent);
     const QStringList limit{QStringLiteral("--tree-timeout"), QString::number(kSoonMs / 1000)};
     CommandTable({{"look", "", "", {}, Servers::options(), look}}, QString(), QString(), QString())
-        .run(QStringList{QStringLiteral("look")} + limit + wordsOfPlace(words));
+        .run(QStringList{QStringLiteral("look")} + limit +
+             wordsOf({"--tree", "--installation", "--server"}, words));
     return names;
 }
 

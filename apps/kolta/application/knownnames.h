@@ -4,6 +4,11 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
+
+namespace Kolta {
+class KoltaServerInterface;
+}
 
 namespace KoltaCli {
 
@@ -35,5 +40,9 @@ NameKind kindOf(const Option& option);
 /// would look: in the shell's installation, in the tree, or in simulated servers. Of files and paths, which
 /// are many, only those in the folder that `begin` names. Prints nothing; none where nothing is found soon.
 QStringList knownNames(NameKind kind, const QString& begin, const QStringList& words);
+/// The same of these servers, of those alone that "--server" names where the words have it. Looks nowhere
+/// else and waits for nothing.
+QStringList namesAmong(NameKind kind, QVector<Kolta::KoltaServerInterface*> servers, const QString& begin,
+                       const QStringList& words);
 
 } // namespace KoltaCli

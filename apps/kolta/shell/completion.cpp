@@ -2,7 +2,6 @@
 
 #include "lineparts.h"
 
-#include <kolta/application/knownnames.h>
 #include <kolta/cli/commandtable.h>
 
 #include <algorithm>
@@ -160,7 +159,7 @@ QString commonBegin(const QStringList& sorted)
 
 } // namespace
 
-QStringList completionsOf(const QStringList& words, const CommandTable& table)
+QStringList completionsOf(const QStringList& words, const CommandTable& table, const NameSource& names)
 {
     const QString word = words.last();
     const Place place = placeOf(words.mid(0, words.size() - 1), word, table);
@@ -169,7 +168,7 @@ QStringList completionsOf(const QStringList& words, const CommandTable& table)
     if (place.kind == NameKind::Command)
         possible += namesOf(table);
     else if (place.kind != NameKind::None)
-        possible += knownNames(place.kind, begin, words);
+        possible += names(place.kind, begin, words);
     QStringList found;
     for (const QString& each : qAsConst(possible)) {
         if (!each.isEmpty() && each.startsWith(begin))
@@ -180,11 +179,11 @@ QStringList completionsOf(const QStringList& words, const CommandTable& table)
     return found;
 }
 
-Completion completeLine(const QString& line, const CommandTable& table)
+Completion completeLine(const QString& line, const CommandTable& table, const NameSource& names)
 {
     const LineParts parts = partsOfPrompt(line);
     Completion completion;
-    completion.candidates = completionsOf(parts.words, table);
+    completion.candidates = completionsOf(parts.words, table, names);
     completion.text = line.mid(parts.lastStart);
     completion.typed = completion.text.size();
     if (completion.candidates.isEmpty())
