@@ -4,11 +4,40 @@
 
 #include <QAction>
 #include <QPushButton>
+#include <QTabWidget>
+#include <QVector>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace KoltaConsole {
 
 using Kolta::UserRights;
+
+namespace {
+
+/// A page of a widget with tabs.
+struct Tab
+{
+    QTabWidget* tabs;
+    QWidget* page;
+};
+
+/// Those that hold the widget, the innermost first.
+QVector<Tab> tabsAround(QWidget* widget)
+{
+    QVector<Tab> result;
+    for (QWidget *inner = widget, *outer = nullptr; inner; inner = outer) {
+        outer = inner->parentWidget();
+        // Between the page and the tabs is the stack of pages.
+        auto* const tabs = qobject_cast<QTabWidget*>(outer ? outer->parentWidget() : nullptr);
+        if (tabs && tabs->indexOf(inner) >= 0)
+            result.append({tabs, inner});
+    }
+    return result;
+}
+
+} // namespace
 
 ActionTable::ActionTable(Session& session, QObject* parent) : QObject(parent), m_session(session)
 {
@@ -72,6 +101,22 @@ QPushButton* ActionTable::makeButton(const QString& id, QWidget* parent) const
     return button;
 }
 
+QString ActionTable::pageOf(const QString& id) const
+{
+    const QAction* const action = m_actions.value(id);
+    const QVector<Tab> tabs = tabsAround(action ? action->parentWidget() : nullptr);
+    return tabs.isEmpty() ? QString()
+                          : tabs.last().tabs->tabText(tabs.last().tabs->indexOf(tabs.last().page));
+}
+
+bool ActionTable::isInSight(const QString& id) const
+{
+    const QAction* const action = m_actions.value(id);
+    const QVector<Tab> tabs = tabsAround(action ? action->parentWidget() : nullptr);
+    return std::all_of(tabs.begin(), tabs.end(),
+                       [](const Tab& tab) { return tab.tabs->currentWidget() == tab.page; });
+}
+
 QString ActionTable::enabledBecause(const QString& id) const
 {
     const Entry* const entry = find(id);
@@ -95,6 +140,13 @@ bool ActionTable::run(const QString& id)
 {
     if (!enabledBecause(id).isEmpty())
         return false;
+    if (!isInSight(id)) {
+        for (const Tab& tab : tabsAround(m_actions.value(id)->parentWidget()))
+            tab.tabs->setCurrentWidget(tab.page);
+        // What it is done to may have gone while nobody saw it.
+        if (!enabledBecause(id).isEmpty())
+            return false;
+    }
     // The action may remove itself with its page.
     const Entry entry = *find(id);
     const QString line = entry.line ? entry.line() : QString();

@@ -38,6 +38,7 @@ public:
         std::function<QString()> line; ///< the `kolta` line that does the same; empty for none
         std::function<void()> run;
         std::function<QString()> problem; ///< a further reason why it cannot be done now; empty: none
+        std::function<QString()> object;  ///< whom it would hit now, by name
         bool changes = false;             ///< the installation, which --read-only forbids
     };
 
@@ -52,8 +53,13 @@ public:
     QAction* action(const QString& id) const;
     /// A button that does it, and says why it cannot. The action must be there.
     QPushButton* makeButton(const QString& id, QWidget* parent) const;
+    /// The title of the page that it belongs to; empty for those of the window.
+    QString pageOf(const QString& id) const;
+    /// Whether somebody sees the page that it belongs to.
+    bool isInSight(const QString& id) const;
     /// The reason why the action cannot be done now, as a sentence; empty when it can.
     QString enabledBecause(const QString& id) const;
+    /// Shows the page that it belongs to before: it is done to what is selected there.
     bool run(const QString& id);
     /// Whether something is selected, for actions that need it.
     void setSelection(bool isThere);

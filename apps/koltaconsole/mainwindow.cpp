@@ -76,6 +76,9 @@ MainWindow::MainWindow(Session& session, const Options& options)
     connect(top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
     connect(top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
     restore(options.page);
+    // Their actions are found and their keys told before anybody has seen them.
+    for (int tab = 0; tab < m_tabs->count(); ++tab)
+        pageAt(tab);
     showBanner();
 }
 
@@ -211,7 +214,8 @@ void MainWindow::makeActions()
         [this] { m_attention->step(1); });
     add("attention-before", tr("The one before that needs attention"), QKeySequence(Qt::SHIFT + Qt::Key_F8),
         [this] { m_attention->step(-1); });
-    add("keys", tr("All actions and their keys"), QKeySequence(Qt::Key_F1), [this] { m_palette->open(); });
+    add("keys", tr("All actions and their keys"), QKeySequence(Qt::Key_F1),
+        [this] { m_palette->openForPage(); });
     add("copy-rows", tr("Copy the selected rows as text"), QKeySequence(QKeySequence::Copy),
         [this] { copyRows(); });
     add("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
@@ -270,7 +274,8 @@ Page* MainWindow::pageAt(int tab)
                             .toString());
     if (m_isRemembered)
         page->restore(QSettings());
-    page->showServer(m_server);
+    if (!m_server.isEmpty())
+        page->showServer(m_server);
     connect(page, &Page::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(page, &Page::si_CommandLineChanged, this, [this, page] {
         if (page == currentPage())

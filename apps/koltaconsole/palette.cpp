@@ -4,7 +4,7 @@
 #include "session.h"
 
 #include <kolta/commands/commands.h>
-#include <kolta/shell/completion.h>
+#include <kolta/shell/lineparts.h>
 
 #include <QKeyEvent>
 #include <QLabel>
@@ -20,6 +20,7 @@ namespace {
 
 constexpr int kActionRole = Qt::UserRole; ///< ID; empty: the item completes a line
 constexpr int kLineRole = Qt::UserRole + 1;
+constexpr int kMostShown = 200; ///< of the words that a line may go on with
 
 } // namespace
 
@@ -54,8 +55,16 @@ Palette::Palette(Session& session, ActionTable& actions, QWidget* parent)
     hide();
 }
 
+void Palette::openForPage()
+{
+    open();
+    m_isForPage = true;
+    fill();
+}
+
 void Palette::open()
 {
+    m_isForPage = false;
     resize(520, 320);
     m_line->clear();
     m_historyPlace = m_history.size();
@@ -65,36 +74,58 @@ void Palette::open()
     m_line->setFocus();
 }
 
+QStringList Palette::orderedActions() const
+{
+    QStringList ids = m_actions.ids();
+    const auto place = [this](const QString& id) {
+        if (m_actions.pageOf(id).isEmpty())
+            return 1;
+        return m_isForPage && m_actions.isInSight(id) ? 0 : 2;
+    };
+    std::stable_sort(ids.begin(), ids.end(),
+                     [&place](const QString& a, const QString& b) { return place(a) < place(b); });
+    return ids;
+}
+
 void Palette::addActions(const QString& words)
 {
     const QStringList wanted = words.toLower().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    for (const QString& id : m_actions.ids()) {
+    for (const QString& id : orderedActions()) {
         const ActionTable::Entry& entry = *m_actions.find(id);
-        const auto fits = [&entry](const QString& word) { return entry.text.toLower().contains(word); };
+        const QString page = m_actions.pageOf(id);
+        QString text = page.isEmpty() ? entry.text : QStringLiteral("%1 (%2)").arg(entry.text, page);
+        const auto fits = [&text](const QString& word) { return text.toLower().contains(word); };
         if (!std::all_of(wanted.begin(), wanted.end(), fits))
             continue;
         const QString keys = entry.shortcut.toString(QKeySequence::NativeText);
-        auto* const item = new QListWidgetItem(
-            keys.isEmpty() ? entry.text : QStringLiteral("%1    %2").arg(entry.text, keys), m_list);
+        auto* const item =
+            new QListWidgetItem(keys.isEmpty() ? text : QStringLiteral("%1    %2").arg(text, keys), m_list);
         item->setData(kActionRole, id);
     }
 }
 
+/// Of the servers that the window shows: to look for others would start some in this process.
+QStringList Palette::namesOf(KoltaCli::NameKind kind, const QString& begin, const QStringList& words) const
+{
+    QVector<Kolta::KoltaServerInterface*> servers;
+    for (const ServerFacts& facts : m_session.facts()) {
+        if (auto* const server = facts.isStale() ? nullptr : m_session.server(facts.address))
+            servers.append(server);
+    }
+    return KoltaCli::namesAmong(kind, servers, begin, words);
+}
+
 void Palette::addCompletions(const QString& line)
 {
-    const KoltaCli::Completion completion = KoltaCli::completeLine(line, m_commands);
+    const KoltaCli::Completion completion = KoltaCli::completeLine(
+        line, m_commands, [this](KoltaCli::NameKind kind, const QString& begin, const QStringList& words) {
+            return namesOf(kind, begin, words);
+        });
     const QString head = line.left(line.size() - completion.typed);
-    QStringList words = completion.candidates;
-    const QString begin = line.mid(line.lastIndexOf(QLatin1Char(' ')) + 1);
-    if (words.isEmpty() && line.contains(QLatin1Char(' '))) {
-        for (const ServerFacts& facts : m_session.facts()) {
-            if (facts.address.startsWith(begin, Qt::CaseInsensitive))
-                words.append(facts.address);
-        }
-    }
-    for (const QString& word : qAsConst(words)) {
-        auto* const item = new QListWidgetItem(QStringLiteral("$ kolta ") + head + word, m_list);
-        item->setData(kLineRole, QString(head + word));
+    for (const QString& word : completion.candidates.mid(0, kMostShown)) {
+        const QString whole = head + KoltaCli::promptText(word, !word.endsWith(QLatin1Char('/')));
+        auto* const item = new QListWidgetItem(QStringLiteral("$ kolta ") + whole, m_list);
+        item->setData(kLineRole, whole);
     }
 }
 
@@ -106,8 +137,21 @@ void Palette::fill()
     m_list->clear();
     addActions(line);
     addCompletions(line);
-    m_list->setCurrentRow(m_list->count() > 0 ? 0 : -1);
+    // Enter alone does nothing.
+    m_list->setCurrentRow(m_list->count() > 0 && !line.isEmpty() ? 0 : -1);
     tell();
+}
+
+/// Whom it would hit too, for nobody sees what is selected on a page that is not shown.
+QString Palette::effectOf(const QString& id) const
+{
+    const ActionTable::Entry& entry = *m_actions.find(id);
+    const QString object = entry.object ? entry.object() : QString();
+    const QString page = m_actions.isInSight(id) ? QString() : m_actions.pageOf(id);
+    QString text = object.isEmpty() ? entry.text : tr("%1: %2").arg(entry.text, object);
+    if (!page.isEmpty())
+        text = tr("show %1, then %2").arg(page, text);
+    return tr("Enter: %1").arg(text);
 }
 
 /// What Enter will do.
@@ -117,7 +161,11 @@ void Palette::tell()
     const QString id = item ? item->data(kActionRole).toString() : QString();
     if (!id.isEmpty()) {
         const QString problem = m_actions.enabledBecause(id);
-        m_told->setText(problem.isEmpty() ? tr("Enter: %1").arg(m_actions.find(id)->text) : problem);
+        m_told->setText(problem.isEmpty() ? effectOf(id) : problem);
+        return;
+    }
+    if (!item && m_line->text().isEmpty()) {
+        m_told->setText(tr("Type, or choose with the arrow keys."));
         return;
     }
     const QString name =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kolta/cli/commandtable.h>
+#include <kolta/shell/completion.h>
 
 #include <QFrame>
 #include <QStringList>
@@ -24,6 +25,8 @@ public:
     Palette(Session& session, ActionTable& actions, QWidget* parent);
 
     void open();
+    /// The actions of the page that is shown come first.
+    void openForPage();
 
 Q_SIGNALS:
     /// A `kolta` line was put together.
@@ -35,6 +38,9 @@ protected:
 private:
     void fill();
     void addActions(const QString& words);
+    QStringList orderedActions() const;
+    QStringList namesOf(KoltaCli::NameKind kind, const QString& begin, const QStringList& words) const;
+    QString effectOf(const QString& id) const;
     void addCompletions(const QString& line);
     void take();
     void tell();
@@ -47,6 +53,7 @@ private:
     QLabel* m_told;
     QStringList m_history; ///< newest last
     int m_historyPlace = 0;
+    bool m_isForPage = false;
 };
 
 } // namespace KoltaConsole

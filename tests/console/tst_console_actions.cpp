@@ -1,12 +1,19 @@
 #include "consoletest.h"
 
-#include <koltaconsole/pages/pages.h>
+#include <koltaconsole/pages/productionspage.h>
+#include <koltaconsole/palette.h>
 
 #include <common/shellwords.h>
 #include <kolta/cli/commandtable.h>
 #include <kolta/commands/commands.h>
 
+#include <koltacommon/koltaserverregistry.h>
+
 #include <QAction>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
 
 using namespace KoltaConsole;
 
@@ -19,8 +26,6 @@ private Q_SLOTS:
     void areComplete()
     {
         Stage stage;
-        for (const QString& id : pageIds())
-            QVERIFY(stage.window->showPage(id) != nullptr);
         QTRY_VERIFY(stage.isSettled());
         const KoltaCli::CommandTable commands(KoltaCli::allCommands(), QString(), QString(), QString());
         ActionTable& actions = stage.window->actions();
@@ -48,9 +53,7 @@ private Q_SLOTS:
     /// The manual names every action, and its key.
     void areInTheManual()
     {
-        Stage stage;
-        for (const QString& id : pageIds())
-            QVERIFY(stage.window->showPage(id) != nullptr);
+        const Stage stage;
         QFile manual(QStringLiteral(KOLTA_SOURCE_DIR "/docs/console.md"));
         QVERIFY(manual.open(QIODevice::ReadOnly));
         const QString text = QString::fromUtf8(manual.readAll());
@@ -70,8 +73,6 @@ private Q_SLOTS:
         Options options;
         options.isReadOnly = true;
         Stage stage(options);
-        for (const QString& id : pageIds())
-            QVERIFY(stage.window->showPage(id) != nullptr);
         QTRY_VERIFY(stage.isSettled());
         ActionTable& actions = stage.window->actions();
         bool hasRun = false;
@@ -85,6 +86,39 @@ private Q_SLOTS:
         QVERIFY(!hasRun);
         for (const QString& id : actions.ids())
             QVERIFY2(!actions.find(id)->changes || !actions.action(id)->isEnabled(), qPrintable(id));
+    }
+
+    /// The palette completes names of the servers that are shown, and starts none to do so. An action of a
+    /// page that nobody sees says whom it hits, and shows the page first.
+    void palette()
+    {
+        Options options;
+        options.servers = 2;
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        auto* const page = stage.window->showPage(QStringLiteral("productions"));
+        auto* const view = page->findChild<ProductionsView*>();
+        const QModelIndex server = view->model()->index(0, 0);
+        QTRY_VERIFY(view->model()->rowCount(server) > 0);
+        const QModelIndex chosen = view->model()->index(0, 0, server);
+        view->setCurrentIndex(chosen);
+        const QString name = chosen.data().toString();
+        stage.window->showPage(QStringLiteral("overview"));
+        QVERIFY(stage.window->actions().run(QStringLiteral("palette")));
+        auto* const palette = stage.window->findChild<Palette*>();
+        auto* const line = palette->findChild<QLineEdit*>();
+        auto* const list = palette->findChild<QListWidget*>();
+        QTest::keyClick(line, Qt::Key_Return);
+        QVERIFY(palette->isVisible()); // nothing was chosen
+        QTest::keyClicks(line, QStringLiteral("stop ") + name.left(1));
+        QVERIFY(!list->findItems(name, Qt::MatchContains).isEmpty());
+        QCOMPARE(Kolta::KoltaServerRegistry::Instance().addresses().size(), 2);
+        line->setText(QStringLiteral("stop prod"));
+        QVERIFY(palette->findChild<QLabel*>()->text().contains(name + QStringLiteral(" on S1")));
+        QTest::keyClick(line, Qt::Key_Return);
+        QCOMPARE(stage.window->currentPage(), page);
+        QTRY_VERIFY(page->findChild<QMessageBox*>()); // what is within it would end too
+        page->findChild<QMessageBox*>()->reject();
     }
 };
 

@@ -31,6 +31,17 @@ constexpr int kGatherMs = 100;
 constexpr int kMinuteMs = 60000;
 constexpr int kNamesAsked = 12;
 
+constexpr int kNamesInLine = 3;
+
+/// The first of them, in one line.
+QString named(const QStringList& names)
+{
+    const QString text = names.mid(0, kNamesInLine).join(QStringLiteral("; "));
+    return names.size() <= kNamesInLine
+               ? text
+               : ProductionsPage::tr("%1 and %2 more").arg(text).arg(names.size() - kNamesInLine);
+}
+
 const char* const kActions[] = {"stop", "move", "own", "own-force", "front-end"};
 
 } // namespace
@@ -161,15 +172,18 @@ void ProductionsPage::makeActions()
     ActionTable::Entry stop = add("stop", tr("Stop"), QKeySequence::Delete);
     stop.problem = [this] { return m_orders.objectionToStop(selected()); };
     stop.line = [this] { return m_line = m_orders.stopLine(selected()); };
+    stop.object = [this] { return named(m_orders.victims(selected())); };
     stop.run = [this] { askToStop(selected()); };
     ActionTable::Entry move = add("move", tr("Move to…"), QKeySequence(Qt::Key_M));
     move.problem = [this] { return m_orders.objectionToMove(selected()); };
+    move.object = [this] { return nameOfSelected(); };
     move.run = [this] { offerTargets(); };
     ActionTable::Entry frontEnd = add("front-end", tr("Front end"), QKeySequence(Qt::Key_Return));
     frontEnd.needs = ActionTable::eNothing;
     frontEnd.changes = false;
     frontEnd.problem = [this] { return m_orders.objectionToFrontEnd(selected()); };
     frontEnd.line = [this] { return m_line = m_orders.frontEndLine(selected().value(0)); };
+    frontEnd.object = [this] { return nameOfSelected(); };
     frontEnd.run = [this] { m_orders.showFrontEnd(selected().value(0)); };
     for (const ActionTable::Entry& entry : {stop, move, frontEnd})
         actions().add(entry, m_view);
@@ -187,6 +201,7 @@ void ProductionsPage::makeOwnerActions()
         entry.changes = true;
         entry.problem = [this, action] { return m_orders.objectionToOwn(selected(), action); };
         entry.line = [this, action] { return m_line = m_orders.ownLine(selected().value(0), action); };
+        entry.object = [this] { return nameOfSelected(); };
         entry.run = [this, action] {
             const QString key = selected().value(0);
             const ProductionRow* const row = m_model.find(key);
@@ -353,6 +368,12 @@ QStringList ProductionsPage::selected() const
     for (const QModelIndex& index : m_view->selectionModel()->selectedRows())
         keys.append(index.data(Kolta::ViewRoles::KeyRole).toString());
     return keys;
+}
+
+QString ProductionsPage::nameOfSelected() const
+{
+    const ProductionRow* const row = m_model.find(selected().value(0));
+    return row ? tr("%1 on %2").arg(row->name, row->server) : QString();
 }
 
 void ProductionsPage::askToStop(const QStringList& keys)

@@ -61,6 +61,7 @@ private:
     void showCount();
     void showReasons();
     QStringList selected() const;
+    QString nameOfSelected() const;
     void askToStop(const QStringList& keys);
     void ask(const QString& question, const QStringList& names, const QString& yes,
              const std::function<void()>& then);
