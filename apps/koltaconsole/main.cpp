@@ -1,9 +1,12 @@
 #include "mainwindow.h"
 #include "options.h"
+#include "orderdraft.h"
 #include "session.h"
 #include "simulatedinstallation.h"
 #include "texts.h"
 
+#include <koltacommon/tunerclassmodel.h>
+#include <koltacommon/viewroles.h>
 #include <simulation/simulatedserver.h>
 #include <startup/errorhandler.h>
 
@@ -61,6 +64,32 @@ QString wordOf(int argc, char** argv, const char* option)
     return QString();
 }
 
+/// Nested ones count as the others; empty for none.
+QString classWithFreeTuners(const Kolta::TunerClassModel& model, const QModelIndex& parent)
+{
+    using Kolta::TunerClassModel;
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QModelIndex name = model.index(row, TunerClassModel::eNameColumn, parent);
+        if (name.data(Kolta::ViewRoles::StateRole).isValid()) // a tuner
+            continue;
+        const QString free = model.index(row, TunerClassModel::eFreeColumn, parent).data().toString();
+        if (parent.isValid() && free.section(QLatin1Char(' '), 0, 0).toInt() > 0)
+            return name.data().toString();
+        const QString inner = classWithFreeTuners(model, name);
+        if (!inner.isEmpty())
+            return inner;
+    }
+    return QString();
+}
+
+/// A page of orders without one would be a picture of nothing.
+void writeSomeOrder(const Session& session)
+{
+    Kolta::ProductionOrder order = session.draft().order();
+    order.tunerClass = classWithFreeTuners(session.classes(), QModelIndex());
+    session.draft().set(order, session.draft().server());
+}
+
 /// Writes the picture when the page has filled, and ends the program.
 void photograph(MainWindow& window, Session& session, const Options& options)
 {
@@ -76,6 +105,8 @@ void photograph(MainWindow& window, Session& session, const Options& options)
         if (!window.isFilled() || (simulation && !simulation->isSettled()))
             return;
         waiting->stop();
+        if (session.draft().isEmpty())
+            writeSomeOrder(session);
         if (auto* const server = simulation ? simulation->server(options.vanish) : nullptr)
             server->vanish();
         QTimer::singleShot(kSettleMs, &window, take);

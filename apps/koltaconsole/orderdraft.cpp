@@ -6,6 +6,46 @@ namespace KoltaConsole {
 
 using Kolta::ProductionOrder;
 
+void writeOrder(QSettings& settings, const ProductionOrder& order)
+{
+    settings.setValue(QStringLiteral("kind"), static_cast<int>(order.kind));
+    settings.setValue(QStringLiteral("class"), order.tunerClass);
+    settings.setValue(QStringLiteral("tuner"), order.tunerGuid);
+    settings.setValue(QStringLiteral("frequency"), order.frequency);
+    settings.setValue(QStringLiteral("bandwidth"), order.bandwidth);
+    settings.setValue(QStringLiteral("mcp"), order.mcp.isNull() ? QString() : order.mcp.toString());
+    settings.setValue(QStringLiteral("demandClass"), order.demandClass);
+    settings.setValue(QStringLiteral("storage"), order.storageGuids);
+    settings.setValue(QStringLiteral("name"), order.displayName);
+}
+
+ProductionOrder readOrder(const QSettings& settings)
+{
+    ProductionOrder order;
+    order.kind = static_cast<ProductionOrder::Kind>(
+        qBound(0, settings.value(QStringLiteral("kind"), static_cast<int>(order.kind)).toInt(), 2));
+    order.tunerClass = settings.value(QStringLiteral("class")).toString();
+    order.tunerGuid = settings.value(QStringLiteral("tuner")).toString();
+    order.frequency = settings.value(QStringLiteral("frequency")).toDouble();
+    order.bandwidth = settings.value(QStringLiteral("bandwidth")).toDouble();
+    order.mcp = QUuid(settings.value(QStringLiteral("mcp")).toString());
+    order.demandClass = settings.value(QStringLiteral("demandClass")).toString();
+    order.storageGuids = settings.value(QStringLiteral("storage")).toStringList();
+    order.displayName = settings.value(QStringLiteral("name")).toString();
+    return order;
+}
+
+OrderDraft::OrderDraft(QObject* parent) : QObject(parent)
+{
+    m_keeping.setSingleShot(true);
+    m_keeping.setInterval(kKeepMs);
+    connect(&m_keeping, &QTimer::timeout, this, &OrderDraft::save);
+    connect(this, &OrderDraft::si_Changed, this, [this] {
+        if (m_isKept)
+            m_keeping.start();
+    });
+}
+
 bool OrderDraft::isEmpty() const
 {
     return m_order.tunerClass.isEmpty() && m_order.tunerGuid.isEmpty() && m_order.frequency <= 0 &&
@@ -30,25 +70,16 @@ void OrderDraft::restore()
 {
     QSettings settings;
     settings.beginGroup(QStringLiteral("order"));
-    m_order = ProductionOrder();
-    m_order.kind = static_cast<ProductionOrder::Kind>(
-        qBound(0, settings.value(QStringLiteral("kind"), static_cast<int>(m_order.kind)).toInt(), 2));
-    m_order.tunerClass = settings.value(QStringLiteral("class")).toString();
-    m_order.frequency = settings.value(QStringLiteral("frequency")).toDouble();
-    m_order.bandwidth = settings.value(QStringLiteral("bandwidth")).toDouble();
-    m_order.displayName = settings.value(QStringLiteral("name")).toString();
+    m_order = readOrder(settings);
     m_server = settings.value(QStringLiteral("server")).toString();
+    m_isKept = true;
 }
 
 void OrderDraft::save() const
 {
     QSettings settings;
     settings.beginGroup(QStringLiteral("order"));
-    settings.setValue(QStringLiteral("kind"), static_cast<int>(m_order.kind));
-    settings.setValue(QStringLiteral("class"), m_order.tunerClass);
-    settings.setValue(QStringLiteral("frequency"), m_order.frequency);
-    settings.setValue(QStringLiteral("bandwidth"), m_order.bandwidth);
-    settings.setValue(QStringLiteral("name"), m_order.displayName);
+    writeOrder(settings, m_order);
     settings.setValue(QStringLiteral("server"), m_server);
 }
 

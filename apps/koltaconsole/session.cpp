@@ -66,6 +66,7 @@ struct Session::Parts
     Kolta::Journal journal;
     OrderDraft draft;
     QTimer gathering;
+    QTimer returning; ///< the link is back, the servers perhaps not yet
 
     /// Of those that are not as they should be, by name.
     QHash<QString, BranchCondition> oddBranches() const;
@@ -99,6 +100,12 @@ Session::Session() : d(std::make_unique<Parts>())
 {
     d->gathering.setSingleShot(true);
     connect(&d->gathering, &QTimer::timeout, this, &Session::readFacts);
+    d->returning.setSingleShot(true);
+    d->returning.setInterval(Kolta::InstallationEvents::kReturnMs);
+    connect(&d->returning, &QTimer::timeout, this, [this] {
+        m_outOfSightSince = QDateTime();
+        gather();
+    });
     auto& rights = UserRights::Instance();
     connect(&rights, &UserRights::si_UserChanged, this, &Session::si_UserChanged);
     connect(&rights, &UserRights::si_UserRightsChanged, this, &Session::si_UserChanged);
@@ -246,6 +253,15 @@ void Session::noteLink(bool isUp, const QString& reason)
         m_link.since = now();
     m_link.isUp = isUp;
     m_link.text = reason;
+    if (isOther && m_link.wasUp) {
+        d->events.setOutOfSight(!isUp);
+        if (isUp)
+            d->returning.start();
+        else
+            d->returning.stop();
+        if (!isUp && !m_outOfSightSince.isValid())
+            m_outOfSightSince = m_link.since;
+    }
     if (isOther) {
         Kolta::Event event;
         event.kind = Kolta::Event::Kind::Link;
@@ -327,6 +343,13 @@ ServerFacts Session::factsOf(const QString& address) const
     return found == m_facts.end() ? ServerFacts() : *found;
 }
 
+bool Session::isSettled() const
+{
+    return !m_facts.isEmpty() && m_link.isUp &&
+           std::none_of(m_facts.begin(), m_facts.end(),
+                        [](const ServerFacts& facts) { return facts.condition == Condition::Starting; });
+}
+
 int Session::attentionCount() const
 {
     return static_cast<int>(std::count_if(m_facts.begin(), m_facts.end(),
@@ -374,15 +397,30 @@ void Session::gather()
         d->gathering.start(kGatherMs);
 }
 
+/// Of a server that the link cannot show what was so before stays true, until it can be seen again.
+ServerFacts Session::factsAt(int row, BranchCondition branch) const
+{
+    const QString address = d->servers.index(row, 0).data().toString();
+    const ServerFacts now = KoltaConsole::readFacts(d->servers, row, branch);
+    ServerFacts last = factsOf(address);
+    const bool isReturning = d->returning.isActive() && last.isOutOfSight;
+    if (!isOutOfSight() && !(isReturning && now.condition == Condition::Vanished))
+        return now;
+    if (last.address.isEmpty())
+        last = now;
+    if (!last.isStale())
+        last.lastKnown = m_outOfSightSince;
+    last.isOutOfSight = true;
+    return last;
+}
+
 void Session::readFacts()
 {
     QVector<ServerFacts> facts;
     const QHash<QString, BranchCondition> branches = d->oddBranches();
     for (int row = 0; row < d->servers.rowCount(); ++row) {
         const QString address = d->servers.index(row, 0).data().toString();
-        facts.append(
-            KoltaConsole::readFacts(d->servers, row, branches.value(address, BranchCondition::Normal)));
-        facts.last().isOutOfSight = isOutOfSight();
+        facts.append(factsAt(row, branches.value(address, BranchCondition::Normal)));
     }
     std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {
         if (a.condition != b.condition)

@@ -75,6 +75,8 @@ public:
     const QVector<ServerFacts>& facts() const noexcept { return m_facts; }
     /// A server without a name when there is none of that one.
     ServerFacts factsOf(const QString& address) const;
+    /// Whether there are servers and each has come up as far as it will: what is empty now stays so.
+    bool isSettled() const;
     int attentionCount() const;
     /// Notes that the console itself has something to say.
     void tell(const QString& text, Kolta::Event::Weight weight);
@@ -121,10 +123,12 @@ private:
     void startUsers(const QString& file);
     void gather();
     void readFacts();
+    ServerFacts factsAt(int row, BranchCondition branch) const;
 
     std::unique_ptr<Parts> d;
     QString m_url;
     LinkState m_link;
+    QDateTime m_outOfSightSince; ///< valid until all servers may have been seen again
     bool m_isReadOnly = false;
     bool m_areUsersKnown = false;
     QVector<ServerFacts> m_facts;

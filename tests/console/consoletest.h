@@ -30,11 +30,12 @@ int runConsoleTest(int argc, char** argv)
 /// The console on an installation that is simulated, all of it up and running.
 struct Stage
 {
-    explicit Stage(KoltaConsole::Options wanted = KoltaConsole::Options()) : options(wanted)
+    explicit Stage(KoltaConsole::Options wanted = KoltaConsole::Options(), bool isRemembered = false)
+        : options(wanted)
     {
         if (options.url.isEmpty() && options.servers == 0)
             options.servers = 5;
-        options.isRemembered = false;
+        options.isRemembered = isRemembered;
         QString error;
         session = KoltaConsole::Session::start(options, error);
         if (!session)

@@ -16,7 +16,9 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QSettings>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 
 #include <cmath>
 
@@ -57,6 +59,7 @@ private Q_SLOTS:
     void axis();
     void startsWhatIsWritten();
     void cart();
+    void survivesARestart();
 
 private:
     static QLineEdit& field(OrderPage& page, const char* name)
@@ -198,6 +201,50 @@ void TestOrder::cart()
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 5);
     QVERIFY(actions.run(QStringLiteral("cart-clear")));
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
+}
+
+/// What was being written is there again as it was, though nothing of it can be chosen yet; neither a page
+/// that is shown nor another server in sight changes it.
+void TestOrder::survivesARestart()
+{
+    const QTemporaryDir settings;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+    Options options;
+    options.servers = 2;
+    Kolta::ProductionOrder order;
+    order.kind = Kolta::ProductionOrder::Kind::Ffp;
+    order.tunerClass = QStringLiteral("Wide");
+    order.frequency = 98.5e6;
+    order.mcp = QUuid::createUuid();
+    order.demandClass = QStringLiteral("Gone");
+    order.storageGuids = QStringList(QUuid::createUuid().toString());
+    {
+        Stage stage(options, true);
+        auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+        stage.session->draft().set(order, QStringLiteral("S9"));
+        QTRY_VERIFY(stage.isSettled());
+        QVERIFY(stage.window->actions().run(QStringLiteral("order-add")));
+        QCOMPARE(page->cart().rowCount(), 1);
+        order.displayName = QStringLiteral("half");
+        stage.session->draft().set(order, QStringLiteral("S9"));
+        // Before the end, which may never come.
+        const auto kept = [] { return QSettings().value(QStringLiteral("order/name")).toString(); };
+        QTRY_COMPARE(kept(), order.displayName);
+        QCOMPARE(QSettings().value(QStringLiteral("cart/size")).toInt(), 1);
+    }
+    Stage stage(options, true);
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    QCOMPARE(page->cart().rowCount(), 1);
+    QTRY_VERIFY(stage.session->facts().size() == 2);
+    page->showServer(QStringLiteral("S2"));
+    QTest::keyClicks(&field(*page, "Name"), QStringLiteral(" written"));
+    const Kolta::ProductionOrder& now = stage.session->draft().order();
+    QCOMPARE(now.displayName, QStringLiteral("half written"));
+    QCOMPARE(stage.session->draft().server(), QStringLiteral("S9"));
+    QCOMPARE(now.mcp, order.mcp);
+    QCOMPARE(now.demandClass + now.tunerClass, QStringLiteral("GoneWide"));
+    QCOMPARE(now.storageGuids, order.storageGuids);
+    QCOMPARE(now.frequency, order.frequency);
 }
 
 KOLTA_CONSOLE_TEST(TestOrder);

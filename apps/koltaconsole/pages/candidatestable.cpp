@@ -44,8 +44,21 @@ protected:
 
 bool CandidatesTable::Rows::filterAcceptsRow(int row, const QModelIndex& parent) const
 {
-    return server.isEmpty() ||
-           sourceModel()->index(row, 0, parent).data(Roles::ServerRole).toString() == server;
+    return hasServer(sourceModel()->index(row, 0, parent).data(Roles::ServerRole).toString());
+}
+
+bool CandidatesTable::Rows::hasServer(const QString& address) const
+{
+    return (m_wanted.isEmpty() || address == m_wanted) && (m_shown.isEmpty() || address == m_shown);
+}
+
+void CandidatesTable::Rows::setServers(const QString& wanted, const QString& shown)
+{
+    if (wanted == m_wanted && shown == m_shown)
+        return;
+    m_wanted = wanted;
+    m_shown = shown;
+    invalidateFilter();
 }
 
 QVariant CandidatesTable::Rows::data(const QModelIndex& index, int role) const
@@ -106,10 +119,14 @@ void CandidatesTable::follow()
     Kolta::ProductionOrder order = m_session.draft().order();
     order.tunerGuid.clear();
     m_model.setOrder(order);
-    if (m_rows.server != m_session.draft().server()) {
-        m_rows.server = m_session.draft().server();
-        m_rows.refresh();
-    }
+    m_rows.setServers(m_session.draft().server(), m_only);
+    Q_EMIT si_Changed();
+}
+
+void CandidatesTable::showServer(const QString& address)
+{
+    m_only = address;
+    m_rows.setServers(m_session.draft().server(), m_only);
     Q_EMIT si_Changed();
 }
 
@@ -173,8 +190,10 @@ int CandidatesTable::tooNarrowCount() const
 QString CandidatesTable::problem() const
 {
     const QString server = m_session.draft().server();
+    if (!server.isEmpty() && !m_only.isEmpty() && server != m_only)
+        return tr("the order is for %1, and %2 alone is shown").arg(server, m_only);
     for (const QString& address : m_model.addresses()) {
-        const QString text = server.isEmpty() || address == server ? m_model.problemOf(address) : QString();
+        const QString text = m_rows.hasServer(address) ? m_model.problemOf(address) : QString();
         if (!text.isEmpty() && m_rows.rowCount() == 0)
             return text;
     }

@@ -19,6 +19,8 @@ class CandidatesTable : public QTreeView
 public:
     CandidatesTable(Session& session, QWidget* parent);
 
+    /// Only what that server has; empty: all that the order may have.
+    void showServer(const QString& address);
     /// What the order gets: the row that somebody chose, else the first. None when nothing can take it.
     Offer offer() const;
     /// Whether somebody chose another one than that which the servers would take.
@@ -41,14 +43,19 @@ private:
     class Rows : public QSortFilterProxyModel
     {
     public:
-        QString server; ///< the only one that is shown; empty: all
-        void refresh() { invalidateFilter(); }
+        /// The server that the order wants, and the one that is shown alone; empty: all.
+        void setServers(const QString& wanted, const QString& shown);
+        bool hasServer(const QString& address) const;
         /// The rank among all that are shown.
         QVariant data(const QModelIndex& index, int role) const override;
 
     protected:
         bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
         bool lessThan(const QModelIndex& a, const QModelIndex& b) const override;
+
+    private:
+        QString m_wanted;
+        QString m_shown;
     };
 
     void follow();
@@ -57,6 +64,7 @@ private:
     Session& m_session;
     Kolta::CandidatesModel m_model;
     Rows m_rows;
+    QString m_only;
 };
 
 } // namespace KoltaConsole

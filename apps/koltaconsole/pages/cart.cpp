@@ -1,5 +1,6 @@
 #include "cart.h"
 
+#include "../orderdraft.h"
 #include "../session.h"
 
 #include <koltacommon/installationevents.h>
@@ -12,6 +13,7 @@
 #include <koltacommon/units.h>
 
 #include <QHash>
+#include <QSettings>
 
 #include <algorithm>
 #include <utility>
@@ -52,9 +54,50 @@ struct Cart::Offers
              const Kolta::ServerTuners& serverTuners);
 };
 
-Cart::Cart(Session& session, QObject* parent) : QAbstractTableModel(parent), m_session(session) {}
+Cart::Cart(Session& session, QObject* parent) : QAbstractTableModel(parent), m_session(session)
+{
+    m_keeping.setSingleShot(true);
+    m_keeping.setInterval(kKeepMs);
+    connect(&m_keeping, &QTimer::timeout, this, &Cart::save);
+    connect(this, &Cart::si_Changed, this, [this] {
+        if (m_isKept)
+            m_keeping.start();
+    });
+}
 
-Cart::~Cart() = default;
+Cart::~Cart()
+{
+    if (m_isKept)
+        save();
+}
+
+void Cart::restore()
+{
+    QSettings settings;
+    const int count = settings.beginReadArray(QStringLiteral("cart"));
+    for (int row = 0; row < count; ++row) {
+        settings.setArrayIndex(row);
+        add(readOrder(settings), settings.value(QStringLiteral("server")).toString());
+    }
+    m_isKept = true;
+}
+
+/// What runs or is asked for is no draft any more; plans end with the console.
+void Cart::save() const
+{
+    QSettings settings;
+    settings.remove(QStringLiteral("cart"));
+    settings.beginWriteArray(QStringLiteral("cart"));
+    int row = 0;
+    for (const auto& line : m_lines) {
+        if (line->isOnItsWay())
+            continue;
+        settings.setArrayIndex(row++);
+        writeOrder(settings, line->order);
+        settings.setValue(QStringLiteral("server"), line->server);
+    }
+    settings.endArray();
+}
 
 void Cart::add(const ProductionOrder& order, const QString& server)
 {

@@ -7,6 +7,7 @@
 
 #include <QAbstractTableModel>
 #include <QPointer>
+#include <QTimer>
 
 #include <memory>
 #include <vector>
@@ -52,6 +53,8 @@ public:
     Cart(Session& session, QObject* parent);
     ~Cart() override;
 
+    /// Takes the lines that are on disk, and keeps all there from now on.
+    void restore();
     /// `server`: the one that is to run it; empty: any.
     void add(const Kolta::ProductionOrder& order, const QString& server);
     /// Plans that tuner for a line; false, and the line says why, when it cannot be had.
@@ -91,9 +94,12 @@ private:
     void collect(Offers& offers) const;
     void setState(int row, State state, const QString& text);
     int rowOf(const Line* line) const;
+    void save() const;
 
     Session& m_session;
     std::vector<std::unique_ptr<Line>> m_lines;
+    bool m_isKept = false;
+    QTimer m_keeping;
 };
 
 } // namespace KoltaConsole

@@ -72,7 +72,7 @@ Choices classChoices(const TunerClassModel& model, bool isFfp)
 
 Choices mcpChoices(const ProcessorModel& model)
 {
-    Choices choices;
+    Choices choices{{OrderForm::tr("choose an MCP"), QString()}};
     for (int row = 0; row < model.rowCount(); ++row) {
         const auto cell = [&](int column) { return model.index(row, column).data().toString(); };
         const QModelIndex index = model.index(row, 0);
@@ -81,9 +81,15 @@ Choices mcpChoices(const ProcessorModel& model)
             choices.append({QStringLiteral("%1 · %2 · %3")
                                 .arg(cell(ProcessorModel::eNameColumn), cell(ProcessorModel::eServerColumn),
                                      cell(ProcessorModel::eFrequencyColumn)),
-                            index.data(Roles::GuidRole).toString()});
+                            Kolta::guidFromText(index.data(Roles::GuidRole).toString()).toString()});
     }
     return choices;
+}
+
+/// As the choices have it.
+QString mcpText(const ProductionOrder& order)
+{
+    return order.mcp.isNull() ? QString() : order.mcp.toString();
 }
 
 Kolta::eAppType appTypeOf(ProductionOrder::Kind kind)
@@ -165,15 +171,19 @@ void OrderForm::tell(QLabel& hint, const QString& text, bool isWarning)
     hint.style()->polish(&hint);
 }
 
-/// Keeps what is chosen, also where nobody offers it any more.
-void OrderForm::fill(QComboBox& box, const Choices& choices)
+/// What the order says is there to choose, also while nobody offers it.
+void OrderForm::fill(QComboBox& box, const Choices& choices, const QString& value)
 {
     const QSignalBlocker blocker(&box);
-    const QString chosen = box.currentData().toString();
     box.clear();
-    for (const auto& [text, value] : choices)
-        box.addItem(text, value);
-    box.setCurrentIndex(qMax(0, box.findData(chosen)));
+    for (const auto& [text, each] : choices)
+        box.addItem(text, each);
+    int place = box.findData(value);
+    if (place < 0 && !value.isEmpty()) {
+        place = box.count();
+        box.addItem(QUuid(value).isNull() ? tr("%1 (not there)").arg(value) : tr("(not there)"), value);
+    }
+    box.setCurrentIndex(qMax(0, place));
 }
 
 void OrderForm::readChoices()
@@ -181,11 +191,14 @@ void OrderForm::readChoices()
     m_isShowing = true;
     const ProductionOrder& order = m_session.draft().order();
     const bool isFfp = order.kind == ProductionOrder::Kind::Ffp;
-    fill(*m_kind, {{QStringLiteral("MCP"), QStringLiteral("1")},
-                   {QStringLiteral("SCP"), QStringLiteral("0")},
-                   {QStringLiteral("FFP"), QStringLiteral("2")}});
-    fill(*m_class, classChoices(m_session.classes(), isFfp));
-    fill(*m_mcp, isFfp ? mcpChoices(m_session.processors()) : Choices{{tr("a new one"), QString()}});
+    fill(*m_kind,
+         {{QStringLiteral("MCP"), QStringLiteral("1")},
+          {QStringLiteral("SCP"), QStringLiteral("0")},
+          {QStringLiteral("FFP"), QStringLiteral("2")}},
+         QString::number(static_cast<int>(order.kind)));
+    fill(*m_class, classChoices(m_session.classes(), isFfp), order.tunerClass);
+    fill(*m_mcp, isFfp ? mcpChoices(m_session.processors()) : Choices{{tr("a new one"), QString()}},
+         mcpText(order));
     m_mcp->setEnabled(isFfp);
     Choices servers{{tr("any server"), QString()}};
     Choices demand{{tr("as the class says"), QString()}}, storages{{tr("any"), QString()}};
@@ -207,9 +220,9 @@ void OrderForm::readChoices()
     }
     for (const QString& name : qAsConst(demandNames))
         demand.append({name, name});
-    fill(*m_server, servers);
-    fill(*m_demandClass, demand);
-    fill(*m_storage, storages);
+    fill(*m_server, servers, m_session.draft().server());
+    fill(*m_demandClass, demand, order.demandClass);
+    fill(*m_storage, storages, order.storageGuids.value(0));
     m_storage->setEnabled(storages.size() > 1);
     m_storage->setToolTip(storages.size() > 1 ? QString() : tr("choose a server first"));
     m_isShowing = false;
@@ -222,25 +235,14 @@ void OrderForm::show()
         return;
     readChoices();
     m_isShowing = true;
-    const OrderDraft& draft = m_session.draft();
-    const ProductionOrder& order = draft.order();
-    const auto choose = [](QComboBox& box, const QString& value) {
-        box.setCurrentIndex(qMax(0, box.findData(value)));
-    };
+    const ProductionOrder& order = m_session.draft().order();
     const auto write = [this](QLineEdit& line, const QString& text) {
         if (!m_isTaking && !line.property("wrong").toBool())
             line.setText(text);
     };
     const auto hertz = [](double value) { return value > 0 ? Kolta::hertzToText(value) : QString(); };
-    choose(*m_kind, QString::number(static_cast<int>(order.kind)));
-    choose(*m_class, order.tunerClass);
     write(*m_frequency, hertz(order.frequency));
     write(*m_bandwidth, hertz(order.bandwidth));
-    if (!order.mcp.isNull())
-        choose(*m_mcp, order.mcp.toString());
-    choose(*m_demandClass, order.demandClass);
-    choose(*m_storage, order.storageGuids.value(0));
-    choose(*m_server, draft.server());
     write(*m_name, order.displayName);
     m_isShowing = false;
 }

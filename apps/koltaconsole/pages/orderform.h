@@ -29,7 +29,7 @@ public:
 
 private:
     QLabel* addHint(QFormLayout& layout);
-    void fill(QComboBox& box, const QVector<QPair<QString, QString>>& choices);
+    static void fill(QComboBox& box, const QVector<QPair<QString, QString>>& choices, const QString& value);
     void show();
     void take();
     double readHertz(QLineEdit& field, QLabel& hint);

@@ -50,6 +50,8 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
     m_state->setWordWrap(true);
     m_state->setContentsMargins(8, 0, 8, 0);
     m_state->setAccessibleName(tr("How the order is"));
+    if (session.draft().isKept())
+        m_cart.restore();
     makeActions();
     makeCartActions();
     auto* const layout = new QHBoxLayout(this);
@@ -156,6 +158,7 @@ void OrderPage::makeActions()
         entry.line = shownLine;
         entry.changes = true;
         entry.needs = ActionTable::eLink;
+        entry.object = [this] { return objectOfOrder(); };
         actions().add(entry, this);
     };
     add(
@@ -196,6 +199,7 @@ void OrderPage::makeCartActions()
         entry.line = line;
         entry.changes = true;
         entry.needs = ActionTable::eLink;
+        entry.object = [this] { return m_cart.summary(); };
         actions().add(entry, this);
     };
     const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
@@ -299,6 +303,14 @@ ProductionOrder OrderPage::wanted() const
     return order;
 }
 
+/// For somebody who does not see the page.
+QString OrderPage::objectOfOrder() const
+{
+    const Offer offer = m_candidates->offer();
+    const QString kind = kindName(session().draft().order().kind);
+    return offer.isNone() ? kind : tr("%1 on %2 of %3").arg(kind, offer.name, offer.server);
+}
+
 /// That of the tuner; of an FFP without one, that of its MCP.
 QString OrderPage::serverOf(const ProductionOrder& order) const
 {
@@ -352,7 +364,7 @@ void OrderPage::addToCart(bool isPlanned)
 
 bool OrderPage::isFilled() const
 {
-    return m_candidates->rows().rowCount() > 0 || session().draft().isEmpty();
+    return m_candidates->rows().rowCount() > 0 || session().isSettled();
 }
 
 /// None of what has no tuner to be chosen from.
@@ -366,8 +378,7 @@ QString OrderPage::commandLine() const
 
 void OrderPage::showServer(const QString& address)
 {
-    if (session().draft().server() != address)
-        session().draft().set(session().draft().order(), address);
+    m_candidates->showServer(address);
 }
 
 } // namespace KoltaConsole

@@ -51,6 +51,7 @@ private:
     QString problem() const;
     QString whyNotStart() const;
     Kolta::ProductionOrder wanted() const;
+    QString objectOfOrder() const;
     QString serverOf(const Kolta::ProductionOrder& order) const;
     void start();
     void takeEnd(const Kolta::Operation& operation);

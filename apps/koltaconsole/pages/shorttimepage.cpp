@@ -97,7 +97,7 @@ void ShortTimePage::showEvent(QShowEvent* event)
 
 bool ShortTimePage::isFilled() const
 {
-    return m_profiles->model().rowCount() > 0;
+    return m_profiles->model().rowCount() > 0 || session().isSettled();
 }
 
 QString ShortTimePage::commandLine() const
