@@ -32,7 +32,31 @@ Condition conditionOf(const ServerFacts& facts, int state, BranchCondition branc
     const bool isStarting = state < eOperational || (facts.progress >= 0 && facts.progress < 100);
     if (isStarting)
         return Condition::Starting;
-    return state > eOperational || facts.areUnitsMissing ? Condition::Attention : Condition::Operational;
+    const bool isWell = state == eOperational && !facts.areUnitsMissing && facts.errors.isEmpty();
+    return isWell ? Condition::Operational : Condition::Attention;
+}
+
+/// As the server is, or was when it was seen last.
+Look lookOf(Condition condition, int progress)
+{
+    switch (condition) {
+    case Condition::Vanished:
+        return {Mark::Octagon, Role::Alarm, Texts::tr("Vanished"), true};
+    case Condition::Attention:
+        return {Mark::Triangle, Role::Attention, Texts::tr("Attention"), true};
+    case Condition::Silent:
+        return {Mark::Triangle, Role::Attention, Texts::tr("Silent"), true};
+    case Condition::Starting:
+        return {Mark::Half, Role::InUse,
+                progress < 0 ? Texts::tr("Starting") : Texts::tr("Starting %1 %").arg(progress), false};
+    case Condition::Operational:
+        return {Mark::Disc, Role::InUse, Texts::tr("Operational"), false};
+    case Condition::Withdrawn:
+        return {Mark::Cross, Role::Dim, Texts::tr("Withdrawn"), false};
+    case Condition::Forbidden:
+        break;
+    }
+    return {Mark::Cross, Role::Dim, Texts::tr("Forbidden"), false};
 }
 
 } // namespace
@@ -57,6 +81,7 @@ ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
     const int registered = units.data(Kolta::ViewRoles::SortRole).toInt();
     facts.areUnitsMissing =
         !facts.units.isEmpty() && registered < facts.units.section(QLatin1Char(' '), -1).toInt();
+    facts.errors = cell(ServerModel::eErrorsColumn);
     facts.message = cell(ServerModel::eMessageColumn);
     const QModelIndex first = model.index(row, 0);
     facts.since = first.data(Kolta::ViewRoles::SinceRole).toDateTime();
@@ -67,35 +92,25 @@ ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
 
 Look ServerFacts::look() const
 {
-    switch (condition) {
-    case Condition::Vanished:
-        return {Mark::Octagon, Role::Alarm, Texts::tr("Vanished"), true};
-    case Condition::Attention:
-        return {Mark::Triangle, Role::Attention, Texts::tr("Attention"), true};
-    case Condition::Silent:
-        return {Mark::Triangle, Role::Attention, Texts::tr("Silent"), true};
-    case Condition::Starting:
-        return {Mark::Half, Role::InUse,
-                progress < 0 ? Texts::tr("Starting") : Texts::tr("Starting %1 %").arg(progress), false};
-    case Condition::Operational:
-        return {Mark::Disc, Role::InUse, Texts::tr("Operational"), false};
-    case Condition::Withdrawn:
-        return {Mark::Cross, Role::Dim, Texts::tr("Withdrawn"), false};
-    case Condition::Forbidden:
-        break;
+    Look look = lookOf(condition, progress);
+    if (isOutOfSight) {
+        look.role = Role::Dim;
+        look.isLoud = false;
     }
-    return {Mark::Cross, Role::Dim, Texts::tr("Forbidden"), false};
+    return look;
 }
 
 QString ServerFacts::reason() const
 {
+    if (isOutOfSight)
+        return Texts::tr("last known %1").arg(timeText(lastKnown));
     switch (condition) {
     case Condition::Vanished:
     case Condition::Withdrawn:
         return lastKnown.isValid() ? Texts::tr("last known %1").arg(timeText(lastKnown))
                                    : Texts::tr("not seen yet");
     case Condition::Attention:
-        return areUnitsMissing ? Texts::tr("%1 units").arg(units) : stateText;
+        return whatIsWrong();
     case Condition::Silent:
         return Texts::tr("no beat for some seconds");
     case Condition::Starting:
@@ -106,6 +121,16 @@ QString ServerFacts::reason() const
         break;
     }
     return QString();
+}
+
+QString ServerFacts::whatIsWrong() const
+{
+    QStringList parts;
+    if (areUnitsMissing)
+        parts.append(Texts::tr("%1 units").arg(units));
+    if (!errors.isEmpty())
+        parts.append(errors);
+    return parts.isEmpty() ? stateText : parts.join(QStringLiteral(", "));
 }
 
 QString timeText(const QDateTime& time)

@@ -30,6 +30,7 @@ struct ServerFacts
     int productions = 0;
     QString units; ///< "9 of 10"
     bool areUnitsMissing = false;
+    QString errors; ///< of its start-up: "3 start-up errors: the first"; empty for none
     QString message;
     QDateTime since; ///< that it is so; invalid: since before this was watched
     QDateTime lastKnown;
@@ -40,9 +41,12 @@ struct ServerFacts
     {
         return isOutOfSight || condition == Condition::Vanished || condition >= Condition::Withdrawn;
     }
+    /// Dim while nobody can see it.
     Look look() const;
     /// Why it is so and since when, in a few words.
     QString reason() const;
+    /// While it needs attention: what it lacks, or the state that it is in.
+    QString whatIsWrong() const;
 };
 
 /// Of that row of the model.

@@ -12,6 +12,7 @@
 #include <simulation/installation.h>
 #include <simulation/resourcegenerator.h>
 #include <simulation/simulatedserver.h>
+#include <values/value.h>
 
 #include <QHash>
 #include <QUuid>
@@ -104,6 +105,7 @@ bool SimulatedInstallation::start(const Options& options, QString& error)
         if (options.activityMs > 0)
             (new KoltaSimulation::Activity(server, static_cast<quint32>(number)))->start(options.activityMs);
     }
+    connect(&registry, &KoltaServerRegistry::si_ServerAdded, this, &SimulatedInstallation::follow);
     connect(&registry, &KoltaServerRegistry::si_ServerAdded, this, &SimulatedInstallation::startProductions);
     return true;
 }
@@ -115,6 +117,22 @@ SimulatedServer* SimulatedInstallation::server(const QString& address) const
             return server.get();
     }
     return nullptr;
+}
+
+/// Tuners of the sample are out of reach on purpose; errors of its start-up has the server that lacks a unit.
+void SimulatedInstallation::follow(const QString& address)
+{
+    KoltaServerInterface* const interface = KoltaServerRegistry::Instance().server(address);
+    const SimulatedServer* const server = this->server(address);
+    if (!interface || !server || address.midRef(1).toInt() == kNumberThatLacksAUnit)
+        return;
+    const QString path = server->nodePath(Kolta::ServerNodes::name(Kolta::ServerNodes::eStartupErrors));
+    const auto clear = [path](Kolta::SERVER_STATES::eServerState state) {
+        if (state == Kolta::SERVER_STATES::eOperational)
+            values::WriteOrAnnounce(path, QString());
+    };
+    connect(interface, &KoltaServerInterface::si_StateChanged, this, clear);
+    clear(interface->getState());
 }
 
 /// An MCP with an FFP in it on servers with odd numbers, an SCP on the others.

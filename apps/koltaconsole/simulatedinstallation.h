@@ -34,6 +34,7 @@ public:
     bool isSettled() const noexcept { return m_openOrders == 0; }
 
 private:
+    void follow(const QString& address);
     void startProductions(const QString& address);
 
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;

@@ -3,6 +3,7 @@
 #include <koltaconsole/orderdraft.h>
 #include <koltaconsole/pages/tunerspage.h>
 
+#include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>
 
 #include <QLabel>
@@ -66,10 +67,19 @@ void TestBroker::nothingIsLost()
     order.displayName = QStringLiteral("half written");
     stage.session->draft().set(order, QString());
 
+    const auto alarmCount = [&stage] {
+        const Kolta::Journal& journal = stage.session->journal();
+        int alarms = 0;
+        for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number)
+            alarms += journal.entry(number)->event.weight == Kolta::Event::Weight::Alarm ? 1 : 0;
+        return alarms;
+    };
+    const int alarms = alarmCount(), attention = stage.session->attentionCount();
     QCOMPARE(::kill(broker, SIGKILL), 0);
     const auto* const banner = stage.window->findChild<QLabel*>(QStringLiteral("banner"));
     QTRY_VERIFY_WITH_TIMEOUT(banner->isVisible(), 30000);
     QVERIFY(!stage.session->link().isUp);
+    QTRY_COMPARE(alarmCount(), alarms + 1);
     stage.window->showPage(QStringLiteral("order"));
     QVERIFY(!stage.window->actions().run(QStringLiteral("order-start")));
     QCOMPARE(stage.session->draft().order().displayName, QStringLiteral("half written"));
@@ -79,6 +89,8 @@ void TestBroker::nothingIsLost()
     QTRY_VERIFY_WITH_TIMEOUT(!table->currentIndex().data(Roles::StaleRole).toBool(), 60000);
     QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);
     QCOMPARE(page->rows().rowCount(), 7);
+    QCOMPARE(alarmCount(), alarms + 1); // none of each server
+    QTRY_COMPARE(stage.session->attentionCount(), attention);
     installation.terminate();
     installation.waitForFinished(20000);
 }

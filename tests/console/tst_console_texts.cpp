@@ -1,8 +1,16 @@
+#include <koltaconsole/options.h>
+#include <koltaconsole/session.h>
+#include <koltaconsole/simulatedinstallation.h>
+#include <koltaconsole/texts.h>
+
+#include <koltacommon/installationevents.h>
+#include <simulation/simulatedserver.h>
 #include <support/test.h>
 
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QTranslator>
 #include <QXmlStreamReader>
 
 namespace {
@@ -80,6 +88,32 @@ private Q_SLOTS:
                  0);
         const QStringList missing = (Catalogue(fresh).texts - german.texts).values();
         QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QLatin1Char('\n'))));
+    }
+
+    /// Texts of the library are looked up where they were collected.
+    void eventsAreGerman()
+    {
+        QTranslator german;
+        if (!KoltaConsole::loadTexts(german, QStringLiteral("de")))
+            QSKIP("built without texts");
+        QVERIFY(QCoreApplication::installTranslator(&german));
+        KoltaConsole::Options options;
+        options.servers = 1;
+        options.isRemembered = false;
+        QStringList told;
+        QString error;
+        const auto session = KoltaConsole::Session::start(options, error);
+        QVERIFY2(session, qPrintable(error));
+        QTRY_VERIFY(session->simulation()->isSettled());
+        connect(&session->events(), &Kolta::InstallationEvents::happened, session.get(),
+                [&told](const Kolta::Event& event) { told.append(event.text); });
+        auto* const server = session->simulation()->server(QStringLiteral("S1"));
+        const auto identity = server->resources().GetTuner().first().GetTavikResource();
+        const QString expected =
+            QStringLiteral("Tuner %1 ist nicht erreichbar").arg(identity.GetDisplayName());
+        QVERIFY(server->setTunerAccessible(identity.GetGUID(), false));
+        QVERIFY2(told.contains(expected), qPrintable(told.join(QLatin1Char('\n'))));
+        QCoreApplication::removeTranslator(&german);
     }
 };
 

@@ -129,6 +129,23 @@ private Q_SLOTS:
                                        "note state 5 Operational"_s, "note still running: d, e"_s,
                                        "alarm c was lost with its server"_s}));
 
+        // What nobody can see is not told, but of who is not back in time.
+        m_source->setOutOfSight(true);
+        server.go();
+        m_time->advance(60000);
+        m_source->setOutOfSight(false);
+        server.come();
+        m_time->advance(60000);
+        QCOMPARE(taken(), QStringList());
+        m_source->setOutOfSight(true);
+        server.go();
+        m_source->setOutOfSight(false);
+        QCOMPARE(taken(), QStringList());
+        m_time->advance(InstallationEvents::kReturnMs);
+        QCOMPARE(taken(), QStringList{"alarm has vanished"_s});
+        server.come();
+        QCOMPARE(taken().first(), "note is back after 30 s"_s);
+
         // An empty list is believed after a while; what was lost has not stopped, too.
         server.go();
         server.come();

@@ -3,6 +3,7 @@
 #include "../actions.h"
 #include "../buttonrow.h"
 #include "../columns.h"
+#include "../elidedlabel.h"
 #include "../serverfacts.h"
 #include "../session.h"
 
@@ -67,7 +68,7 @@ ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget
     , m_count(new QLabel(this))
     , m_view(new ProductionsView(this))
     , m_header(new TimelineHeader(m_view))
-    , m_reasons(new QLabel(this))
+    , m_reasons(new ElidedLabel(this))
     , m_nothing(new QLabel(this))
     , m_rows(session)
     , m_model(this)
@@ -82,8 +83,7 @@ ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget
     m_nothing->setContentsMargins(8, 4, 8, 4);
     m_reasons->setProperty("dim", true);
     m_reasons->setContentsMargins(8, 4, 8, 4);
-    for (QLabel* const label : {m_count, m_reasons})
-        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     makeView();
     makeActions();
     makeOwnerActions();
@@ -335,6 +335,13 @@ void ProductionsPage::showCount()
         m_nothing->setText(tr("Nothing runs, and nothing has ended in the last 24 h."));
 }
 
+/// Without the link the banner says the rest.
+QString ProductionsPage::reasonShort(const QString& id) const
+{
+    const bool isCutOff = (actions().find(id)->needs & ActionTable::eLink) && !session().link().isUp;
+    return isCutOff ? tr("need the link.") : actions().enabledBecause(id);
+}
+
 /// Why the buttons that cannot be pressed cannot, each reason once.
 void ProductionsPage::showReasons()
 {
@@ -342,7 +349,7 @@ void ProductionsPage::showReasons()
     QMap<QString, QStringList> byReason;
     for (const char* const name : kActions) {
         const QString id = QLatin1String(name);
-        const QString reason = actions().enabledBecause(id);
+        const QString reason = reasonShort(id);
         if (reason.isEmpty())
             continue;
         if (!byReason.contains(reason))
@@ -356,9 +363,7 @@ void ProductionsPage::showReasons()
                 ? reason
                 : QStringLiteral("%1: %2").arg(byReason.value(reason).join(QStringLiteral(", ")), reason));
     }
-    const QString text = texts.join(QLatin1Char(' '));
-    m_reasons->setText(
-        m_reasons->fontMetrics().elidedText(text, Qt::ElideRight, qMax(m_reasons->width() - 16, 200)));
+    m_reasons->setText(texts.join(QLatin1Char(' ')));
     m_reasons->setToolTip(texts.join(QLatin1Char('\n')));
 }
 
@@ -439,7 +444,7 @@ void ProductionsPage::showMenu(const QPoint& place)
 
 bool ProductionsPage::isFilled() const
 {
-    return m_model.rowCount() > 0;
+    return m_model.rowCount() > 0 || session().isSettled();
 }
 
 QString ProductionsPage::commandLine() const

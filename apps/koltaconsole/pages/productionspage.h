@@ -14,6 +14,7 @@ class QLabel;
 namespace KoltaConsole {
 
 class ButtonRow;
+class ElidedLabel;
 
 /// The tree of productions. While an FFP is dragged it shows where it may go.
 class ProductionsView : public QTreeView
@@ -60,6 +61,7 @@ private:
     void span(const QModelIndex& parent, int first, int last);
     void showCount();
     void showReasons();
+    QString reasonShort(const QString& id) const;
     QStringList selected() const;
     QString nameOfSelected() const;
     void askToStop(const QStringList& keys);
@@ -72,7 +74,7 @@ private:
     QLabel* m_count;
     ProductionsView* m_view;
     TimelineHeader* m_header;
-    QLabel* m_reasons;
+    ElidedLabel* m_reasons;
     QLabel* m_nothing;
     ProductionRows m_rows;
     ProductionsModel m_model;

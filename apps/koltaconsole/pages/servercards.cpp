@@ -370,7 +370,9 @@ void ServerCards::paintStrip(QPainter& painter, const QRect& rect, const ServerF
     for (const Kolta::Stretch& stretch : book.stretches(server, now.addDays(-1), now)) {
         const QRect part(QPoint(xOf(stretch.from), rect.top()),
                          QPoint(std::max(xOf(stretch.from), xOf(stretch.to) - 1), rect.bottom()));
-        if (!stretch.isWatched) {
+        // That a server was away is known where somebody saw it go.
+        const bool isUnseen = stretch.state == Kolta::SERVER_STATES::eDisconnected && !stretch.sawBegin;
+        if (!stretch.isWatched || isUnseen) {
             painter.setPen(QPen(theme.color(Role::Border), 1, Qt::DotLine));
             painter.drawLine(part.left(), rect.center().y(), part.right(), rect.center().y());
             continue;

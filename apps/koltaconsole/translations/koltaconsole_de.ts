@@ -300,12 +300,44 @@
         <translation>Fehler beim Anlauf: %1</translation>
     </message>
     <message>
+        <source>tuner %1 is new</source>
+        <translation>Tuner %1 ist neu</translation>
+    </message>
+    <message>
+        <source>tuner %1 has gone</source>
+        <translation>Tuner %1 ist fort</translation>
+    </message>
+    <message>
+        <source>tuner %1 is accessible</source>
+        <translation>Tuner %1 ist erreichbar</translation>
+    </message>
+    <message>
+        <source>tuner %1 is not accessible</source>
+        <translation>Tuner %1 ist nicht erreichbar</translation>
+    </message>
+    <message>
+        <source>tuner %1 is free</source>
+        <translation>Tuner %1 ist frei</translation>
+    </message>
+    <message>
+        <source>tuner %1 is busy</source>
+        <translation>Tuner %1 ist belegt</translation>
+    </message>
+    <message>
         <source>registered</source>
         <translation>angemeldet</translation>
     </message>
     <message>
         <source>not registered</source>
         <translation>nicht angemeldet</translation>
+    </message>
+    <message>
+        <source>processing unit %1 is %2</source>
+        <translation>Verarbeitungseinheit %1 ist %2</translation>
+    </message>
+    <message>
+        <source>storage unit %1 is %2</source>
+        <translation>Speichereinheit %1 ist %2</translation>
     </message>
     <message>
         <source>%1 and %2 more</source>
@@ -818,41 +850,6 @@
     </message>
 </context>
 <context>
-    <name>Kolta::ServerEvents</name>
-    <message>
-        <source>tuner %1 is new</source>
-        <translation>Tuner %1 ist neu</translation>
-    </message>
-    <message>
-        <source>tuner %1 has gone</source>
-        <translation>Tuner %1 ist fort</translation>
-    </message>
-    <message>
-        <source>tuner %1 is accessible</source>
-        <translation>Tuner %1 ist erreichbar</translation>
-    </message>
-    <message>
-        <source>tuner %1 is not accessible</source>
-        <translation>Tuner %1 ist nicht erreichbar</translation>
-    </message>
-    <message>
-        <source>tuner %1 is free</source>
-        <translation>Tuner %1 ist frei</translation>
-    </message>
-    <message>
-        <source>tuner %1 is busy</source>
-        <translation>Tuner %1 ist belegt</translation>
-    </message>
-    <message>
-        <source>processing unit %1 is %2</source>
-        <translation>Verarbeitungseinheit %1 ist %2</translation>
-    </message>
-    <message>
-        <source>storage unit %1 is %2</source>
-        <translation>Speichereinheit %1 ist %2</translation>
-    </message>
-</context>
-<context>
     <name>Kolta::ServerModel</name>
     <message>
         <source>Server</source>
@@ -907,8 +904,19 @@
         <translation>Seit</translation>
     </message>
     <message>
+        <source>Start-up errors</source>
+        <translation>Startfehler</translation>
+    </message>
+    <message>
         <source>%1 of %2</source>
         <translation>%1 von %2</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n start-up error(s): %1</source>
+        <translation>
+            <numerusform>%n Startfehler: %1</numerusform>
+            <numerusform>%n Startfehler: %1</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -1537,6 +1545,10 @@
         <source>Candidates</source>
         <translation>Kandidaten</translation>
     </message>
+    <message>
+        <source>the order is for %1, and %2 alone is shown</source>
+        <translation>der Auftrag ist für %1, und nur %2 wird gezeigt</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::Cart</name>
@@ -2029,6 +2041,10 @@
         <translation>%1  (%2 von %3 frei)</translation>
     </message>
     <message>
+        <source>choose an MCP</source>
+        <translation>MCP wählen</translation>
+    </message>
+    <message>
         <source>Kind</source>
         <translation>Art</translation>
     </message>
@@ -2075,6 +2091,14 @@
     <message>
         <source>kind and number</source>
         <translation>Art und Nummer</translation>
+    </message>
+    <message>
+        <source>%1 (not there)</source>
+        <translation>%1 (nicht da)</translation>
+    </message>
+    <message>
+        <source>(not there)</source>
+        <translation>(nicht da)</translation>
     </message>
     <message>
         <source>a new one</source>
@@ -2192,6 +2216,10 @@
         <translation>Kein Server ist da, den man fragen könnte.</translation>
     </message>
     <message>
+        <source>%1 on %2 of %3</source>
+        <translation>%1 auf %2 von %3</translation>
+    </message>
+    <message>
         <source>order of %1</source>
         <translation>Auftrag %1</translation>
     </message>
@@ -2238,8 +2266,20 @@
         <translation>Befehlspalette</translation>
     </message>
     <message>
+        <source>%1: %2</source>
+        <translation>%1: %2</translation>
+    </message>
+    <message>
+        <source>show %1, then %2</source>
+        <translation>%1 zeigen, dann %2</translation>
+    </message>
+    <message>
         <source>Enter: %1</source>
         <translation>Eingabe: %1</translation>
+    </message>
+    <message>
+        <source>Type, or choose with the arrow keys.</source>
+        <translation>Tippen Sie, oder wählen Sie mit den Pfeiltasten.</translation>
     </message>
     <message>
         <source>Tab completes, Enter puts the line below: %1</source>
@@ -2466,6 +2506,10 @@
 <context>
     <name>KoltaConsole::ProductionsPage</name>
     <message>
+        <source>%1 and %2 more</source>
+        <translation>%1 und %2 weitere</translation>
+    </message>
+    <message>
         <source>Filter: FFP, S1, operator, 121.5 MHz</source>
         <translation>Filter: FFP, S1, operator, 121,5 MHz</translation>
     </message>
@@ -2528,6 +2572,14 @@
     <message>
         <source>Nothing runs, and nothing has ended in the last 24 h.</source>
         <translation>Nichts läuft, und nichts endete in den letzten 24 h.</translation>
+    </message>
+    <message>
+        <source>need the link.</source>
+        <translation>brauchen die Verbindung.</translation>
+    </message>
+    <message>
+        <source>%1 on %2</source>
+        <translation>%1 auf %2</translation>
     </message>
     <message>
         <source>Stop all of these?</source>

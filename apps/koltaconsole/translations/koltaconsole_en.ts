@@ -2,6 +2,16 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_GB">
 <context>
+    <name>Kolta::ServerModel</name>
+    <message numerus="yes">
+        <source>%n start-up error(s): %1</source>
+        <translation>
+            <numerusform>%n start-up error: %1</numerusform>
+            <numerusform>%n start-up errors: %1</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::Cart</name>
     <message numerus="yes">
         <source>Cart: %n order(s), total cost %1</source>

@@ -159,6 +159,14 @@ void InstallationEvents::followOperation(Operation& operation, const QString& se
     });
 }
 
+void InstallationEvents::setOutOfSight(bool isOutOfSight)
+{
+    if (std::exchange(m_isOutOfSight, isOutOfSight) == isOutOfSight || isOutOfSight)
+        return;
+    for (const auto& [address, server] : m_servers)
+        server->takeSight();
+}
+
 void InstallationEvents::tell(Event event)
 {
     if (!event.time.isValid())

@@ -50,6 +50,12 @@ public:
     void followConnections(KoltaConnectionsViewer& viewer);
     /// Tells how the operation ends unless it is done, as "PURPOSE: refused, ...".
     void followOperation(Operation& operation, const QString& server, const QString& purpose);
+    /// Whether the way to the servers is gone. A server that goes meanwhile is not told as one that has
+    /// vanished, for nobody can see it; nor is its return. It is told of those that are not back kReturnMs
+    /// after the way is there again.
+    void setOutOfSight(bool isOutOfSight);
+    bool isOutOfSight() const noexcept { return m_isOutOfSight; }
+    static constexpr int kReturnMs = 30000;
     /// Tells of something that this cannot see; without a time, now.
     void tell(Event event);
 
@@ -79,6 +85,7 @@ private:
     TimeSource m_timeSource;
     std::map<QString, ServerEvents*> m_servers; ///< children
     QHash<quint32, int> m_links;                ///< states by id
+    bool m_isOutOfSight = false;
 };
 
 } // namespace Kolta

@@ -83,6 +83,7 @@ void ServerEvents::retire()
 {
     m_requests.reset();
     m_freshLook.reset();
+    m_search.reset();
     if (m_server) {
         m_server->disconnect(this);
         m_server->getResourceObserver().disconnect(this);
@@ -124,6 +125,13 @@ bool ServerEvents::tell(const Event& event)
     return guard;
 }
 
+bool ServerEvents::notice(const Event& event)
+{
+    const QPointer<ServerEvents> guard(this);
+    Q_EMIT m_owner.noticed(event);
+    return guard;
+}
+
 bool ServerEvents::tell(Kind kind, Type type, const QString& guid, const QString& text, Weight weight)
 {
     Event event = make(kind, type, guid, text);
@@ -153,11 +161,12 @@ void ServerEvents::come()
     const qint64 vanishedAt = std::exchange(m_vanishedAt, -1);
     const qint64 gone = m_owner.elapsedMs() - vanishedAt;
     const bool isReturn = std::exchange(m_wasThere, true) && vanishedAt >= 0;
+    m_wasUnseen = std::exchange(m_isUnseen, false);
     Event event = make(Kind::State, Type::Server, QString(),
                        isReturn ? returnText(gone) : InstallationEvents::tr("has appeared"));
     event.state = m_server->getState();
     event.sawBegin = true;
-    if (!tell(event))
+    if (!(m_wasUnseen ? notice(event) : tell(event)))
         return;
     for (Event& early : std::exchange(m_early, {})) {
         early.time = m_owner.now();
@@ -171,12 +180,33 @@ void ServerEvents::come()
 void ServerEvents::vanish()
 {
     m_vanishedAt = m_owner.elapsedMs();
-    m_state = SERVER_STATES::eDisconnected;
+    m_seenState = std::exchange(m_state, SERVER_STATES::eDisconnected);
     m_freshLook.reset();
     for (auto running = m_running.begin(); running != m_running.end(); ++running)
         m_expected.insert(running.key());
     m_adopted.clear();
     const bool isAskedFor = m_requests && m_requests->isEndAskedFor();
+    m_isUnseen = m_owner.isOutOfSight() && !isAskedFor;
+    if (!m_isUnseen)
+        return tellVanished(isAskedFor);
+    Event event = make(Kind::State, Type::Server, QString(), QString());
+    event.state = SERVER_STATES::eDisconnected;
+    event.sawBegin = false;
+    notice(event);
+}
+
+/// What is not back some time after the servers can be seen again has vanished meanwhile.
+void ServerEvents::takeSight()
+{
+    if (m_isUnseen)
+        m_search = ringIn(InstallationEvents::kReturnMs, [this] {
+            if (!m_owner.isOutOfSight() && std::exchange(m_isUnseen, false))
+                tellVanished(false);
+        });
+}
+
+void ServerEvents::tellVanished(bool isAskedFor)
+{
     Event event = make(Kind::State, Type::Server, QString(),
                        isAskedFor ? InstallationEvents::tr("has gone, as it was asked to")
                                   : InstallationEvents::tr("has vanished"));
@@ -194,9 +224,10 @@ void ServerEvents::takeState(SERVER_STATES::eServerState state)
                        InstallationEvents::tr("state %1 %2").arg(state).arg(m_server->getStateString(state)));
     event.state = state;
     event.sawBegin = true;
+    const bool isNews = !m_wasUnseen || before != SERVER_STATES::eDisconnected || state != m_seenState;
     if (before == SERVER_STATES::eOperational && !m_requests->isEndAskedFor())
         event.weight = Weight::Attention;
-    if (tell(event) && !isAway())
+    if ((isNews ? tell(event) : notice(event)) && !isAway())
         compareAfterReturn();
 }
 
@@ -254,20 +285,26 @@ void ServerEvents::followResources()
     const KoltaResourceObserver* const resources = &m_server->getResourceObserver();
     for (const Tuner& tuner : resources->GetCurrentResources().GetTuner())
         resourceName(tuner.GetTavikResource().GetGUID());
-    const auto tr = [](const char* text) { return InstallationEvents::tr(text); };
-    connect(resources, &KoltaResourceObserver::si_NewTuner, this,
-            [this, tr](const QString& guid) { tellTuner(guid, tr("tuner %1 is new"), Weight::Note); });
-    connect(resources, &KoltaResourceObserver::si_RemovedTuner, this,
-            [this, tr](const QString& guid) { tellTuner(guid, tr("tuner %1 has gone"), Weight::Attention); });
+    connect(resources, &KoltaResourceObserver::si_NewTuner, this, [this](const QString& guid) {
+        tellTuner(guid, InstallationEvents::tr("tuner %1 is new"), Weight::Note);
+    });
+    connect(resources, &KoltaResourceObserver::si_RemovedTuner, this, [this](const QString& guid) {
+        tellTuner(guid, InstallationEvents::tr("tuner %1 has gone"), Weight::Attention);
+    });
     connect(resources, &KoltaResourceObserver::si_TunerAccessiblityChanged, this,
-            [this, tr](const QString& guid, bool accessible) {
+            [this](const QString& guid, bool accessible) {
                 const bool isExpected = accessible || m_requests->isSwitched();
-                tellTuner(guid, accessible ? tr("tuner %1 is accessible") : tr("tuner %1 is not accessible"),
+                tellTuner(guid,
+                          accessible ? InstallationEvents::tr("tuner %1 is accessible")
+                                     : InstallationEvents::tr("tuner %1 is not accessible"),
                           isExpected ? Weight::Note : Weight::Alarm);
             });
     connect(resources, &KoltaResourceObserver::si_TunerIdleStateChanged, this,
-            [this, tr](const QString& guid, bool idle) {
-                tellTuner(guid, idle ? tr("tuner %1 is free") : tr("tuner %1 is busy"), Weight::Note);
+            [this](const QString& guid, bool idle) {
+                tellTuner(guid,
+                          idle ? InstallationEvents::tr("tuner %1 is free")
+                               : InstallationEvents::tr("tuner %1 is busy"),
+                          Weight::Note);
             });
     const auto tellRegistration = [this](const QString& guid, const QString& text, bool isRegistered) {
         tellUnit(guid,
@@ -276,13 +313,14 @@ void ServerEvents::followResources()
                  isRegistered ? 1 : 0);
     };
     connect(resources, &KoltaResourceObserver::si_PuRegistrationChanged, this,
-            [tellRegistration, tr](const QString& guid, ProcessingUnit::Registration registration) {
-                tellRegistration(guid, tr("processing unit %1 is %2"),
+            [tellRegistration](const QString& guid, ProcessingUnit::Registration registration) {
+                tellRegistration(guid, InstallationEvents::tr("processing unit %1 is %2"),
                                  registration == ProcessingUnit::eRegistered);
             });
     connect(resources, &KoltaResourceObserver::si_SuRegistrationChanged, this,
-            [tellRegistration, tr](const QString& guid, StorageUnit::Registration registration) {
-                tellRegistration(guid, tr("storage unit %1 is %2"), registration == StorageUnit::eRegistered);
+            [tellRegistration](const QString& guid, StorageUnit::Registration registration) {
+                tellRegistration(guid, InstallationEvents::tr("storage unit %1 is %2"),
+                                 registration == StorageUnit::eRegistered);
             });
 }
 

@@ -36,6 +36,8 @@ public:
 
     const QString& address() const noexcept { return m_address; }
     void appendPresent(QVector<Event>& events) const;
+    /// The servers can be seen again.
+    void takeSight();
     /// Hears nothing more and is deleted from the event loop.
     void retire();
 
@@ -62,11 +64,13 @@ private:
     Event make(Kind kind, Type type, const QString& guid, const QString& text) const;
     /// These are false when a receiver has deleted this.
     bool tell(const Event& event);
+    bool notice(const Event& event);
     bool tell(Kind kind, Type type, const QString& guid, const QString& text, Weight weight = Weight::Note);
 
     void followServer();
     void come();
     void vanish();
+    void tellVanished(bool isAskedFor);
     void takeState(SERVER_STATES::eServerState state);
     void tellStartupErrors(const QString& errors);
 
@@ -104,8 +108,12 @@ private:
     std::unique_ptr<ServerRequestWatch> m_requests;
 
     SERVER_STATES::eServerState m_state;
+    SERVER_STATES::eServerState m_seenState = SERVER_STATES::eDisconnected; ///< before it went
     bool m_wasThere = false;
     qint64 m_vanishedAt = -1;      ///< by the clock; -1 for not
+    bool m_isUnseen = false;       ///< it went while nobody could see it
+    bool m_wasUnseen = false;      ///< before it was back
+    Startup::ptrAlarm m_search;    ///< while it may still be back
     Startup::ptrAlarm m_freshLook; ///< while what is found had begun before
     QVector<Event> m_early;        ///< told once the server is there
     QString m_startupErrors;

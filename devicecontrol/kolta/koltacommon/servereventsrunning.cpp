@@ -182,7 +182,7 @@ void ServerEvents::compareAfterReturn()
         return;
     const QStringList adopted = std::exchange(m_adopted, {});
     const QSet<QString> expected = std::exchange(m_expected, {});
-    if (!adopted.isEmpty() && !tell(Kind::Processor, Type::Server, QString(),
+    if (!adopted.isEmpty() && !m_wasUnseen && !tell(Kind::Processor, Type::Server, QString(),
                                     InstallationEvents::tr("still running: %1").arg(listed(adopted))))
         return;
     for (const QString& guid : expected) {

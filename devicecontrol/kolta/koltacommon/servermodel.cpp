@@ -35,7 +35,8 @@ constexpr ModelColumn kColumns[] = {{QT_TRANSLATE_NOOP("Kolta::ServerModel", "Se
                                     {QT_TRANSLATE_NOOP("Kolta::ServerModel", "Units"), true},
                                     {QT_TRANSLATE_NOOP("Kolta::ServerModel", "Progress"), true},
                                     {QT_TRANSLATE_NOOP("Kolta::ServerModel", "Message"), false},
-                                    {QT_TRANSLATE_NOOP("Kolta::ServerModel", "Since"), false}};
+                                    {QT_TRANSLATE_NOOP("Kolta::ServerModel", "Since"), false},
+                                    {QT_TRANSLATE_NOOP("Kolta::ServerModel", "Start-up errors"), false}};
 
 /// Follows a text of the server that its interface does not tell of.
 class TextWatch final : public IObserver
@@ -74,6 +75,17 @@ std::pair<QString, int> unitsOf(const RESOURCEMANAGEMENT::ResourceOverview& reso
             registered};
 }
 
+/// "3 start-up errors: the first", and their number.
+std::pair<QString, int> errorsOf(const QString& text)
+{
+    const QStringList lines = text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const int count = lines.size();
+    return {count == 0
+                ? QString()
+                : ServerModel::tr("%n start-up error(s): %1", nullptr, count).arg(lines.first().simplified()),
+            count};
+}
+
 } // namespace
 
 /// What the columns hold: numbers, times and texts.
@@ -82,6 +94,7 @@ struct ServerModel::Facts
     std::array<QVariant, eColumnCount> cells;
     int state = SERVER_STATES::eDisconnected;
     int units = 0; ///< that are registered
+    int errors = 0;
 };
 
 struct ServerModel::ServerRow : Row
@@ -106,6 +119,8 @@ struct ServerModel::ServerRow : Row
     {
         if (column == eUnitsColumn)
             return facts.units;
+        if (column == eErrorsColumn)
+            return facts.errors;
         if (column == eStateColumn)
             return facts.state;
         return cell(column).type() == QVariant::String ? Row::sortValue(column) : cell(column);
@@ -129,6 +144,7 @@ struct ServerModel::ServerSection : Section
     TunerBoard board;
     ProcessorLedger processors;
     TextWatch progress;
+    TextWatch errors;
     Facts facts;
 };
 
@@ -137,6 +153,7 @@ ServerModel::ServerSection::ServerSection(KoltaServerInterface& shown, ServerMod
     , board(shown, TunerBoard::Detail::States)
     , processors(shown)
     , progress([this, &model] { model.follow(*this); })
+    , errors([this, &model] { model.follow(*this); })
 {
     const auto changed = [this, &model] { model.follow(*this); };
     connect(&board, &TunerBoard::changed, &context, changed);
@@ -180,6 +197,8 @@ void ServerModel::ServerSection::readWhatIsThere()
     facts.cells[eProgressColumn] =
         progress.text(ServerNodes::path(server->getServerBasePath(), ServerNodes::eStartupProgress));
     facts.cells[eMessageColumn] = server->getStatusMessage();
+    std::tie(facts.cells[eErrorsColumn], facts.errors) =
+        errorsOf(errors.text(ServerNodes::path(server->getServerBasePath(), ServerNodes::eStartupErrors)));
 }
 
 ServerModel::ServerModel(QObject* parent) : ServersModel("Kolta::ServerModel", kColumns, parent) {}

@@ -27,6 +27,7 @@ public:
         eProgressColumn, ///< of starting, as the server writes it
         eMessageColumn,  ///< the last one
         eSinceColumn,    ///< when the state began
+        eErrorsColumn,   ///< of its start-up: their number, by which it is sorted, and the first
         eColumnCount
     };
 
