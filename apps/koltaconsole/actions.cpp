@@ -39,6 +39,12 @@ QVector<Tab> tabsAround(QWidget* widget)
 
 } // namespace
 
+void bringToFront(QWidget& widget)
+{
+    for (const Tab& tab : tabsAround(&widget))
+        tab.tabs->setCurrentWidget(tab.page);
+}
+
 ActionTable::ActionTable(Session& session, QObject* parent) : QObject(parent), m_session(session)
 {
     connect(&session, &Session::si_LinkChanged, this, &ActionTable::refresh);
@@ -141,8 +147,7 @@ bool ActionTable::run(const QString& id)
     if (!enabledBecause(id).isEmpty())
         return false;
     if (!isInSight(id)) {
-        for (const Tab& tab : tabsAround(m_actions.value(id)->parentWidget()))
-            tab.tabs->setCurrentWidget(tab.page);
+        bringToFront(*m_actions.value(id)->parentWidget());
         // What it is done to may have gone while nobody saw it.
         if (!enabledBecause(id).isEmpty())
             return false;

@@ -7,8 +7,10 @@
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/viewroles.h>
 
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QPainter>
 
 namespace KoltaConsole {
 
@@ -116,6 +118,30 @@ void InstallationTree::keyPressEvent(QKeyEvent* event)
         selectServer(QString());
     else
         QTreeView::keyPressEvent(event);
+}
+
+/// Of the server that the row belongs to.
+void InstallationTree::contextMenuEvent(QContextMenuEvent* event)
+{
+    const bool isKey = event->reason() == QContextMenuEvent::Keyboard;
+    QModelIndex server = isKey ? currentIndex() : indexAt(event->pos());
+    const QPoint place =
+        isKey ? viewport()->mapToGlobal(visualRect(server).bottomLeft()) : event->globalPos();
+    while (server.parent().isValid())
+        server = server.parent();
+    if (server.isValid())
+        Q_EMIT si_MenuWanted(server.sibling(server.row(), 0).data().toString(), place);
+}
+
+void InstallationTree::paintEvent(QPaintEvent* event)
+{
+    QTreeView::paintEvent(event);
+    if (m_model.rowCount() > 0)
+        return;
+    QPainter painter(viewport());
+    painter.setPen(Theme::instance().color(Role::Dim));
+    painter.drawText(viewport()->rect().adjusted(12, 8, -12, -8), Qt::AlignLeft | Qt::AlignTop,
+                     tr("no server yet"));
 }
 
 } // namespace KoltaConsole

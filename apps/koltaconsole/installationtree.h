@@ -44,9 +44,12 @@ public:
 Q_SIGNALS:
     /// Empty: all of them.
     void si_ServerSelected(const QString& address);
+    void si_MenuWanted(const QString& address, const QPoint& place);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
 
 private:

@@ -1,3 +1,5 @@
+#include "addressdialog.h"
+#include "application.h"
 #include "mainwindow.h"
 #include "options.h"
 #include "orderdraft.h"
@@ -143,19 +145,27 @@ int main(int argc, char** argv)
         return tell(QStringLiteral("there is no display (DISPLAY is not set)"), kUsage);
 
     const QtMessageHandler usual = qInstallMessageHandler(tellFatal);
-    QApplication application(argc, argv);
+    Application application(argc, argv);
     qInstallMessageHandler(usual);
     Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
     const bool isGerman = QLocale().language() == QLocale::German;
     installTexts(isGerman ? QStringLiteral("de") : QStringLiteral("en"));
     Theme::instance().apply(options.theme);
+    if (options.isAsking && !askForInstallation(options))
+        return 0;
     QString error;
     const auto session = Session::start(options, error);
     if (!session)
         return tell(error, kUsage);
+    application.setFaultTaker([&session](const QString& what) {
+        session->tell(QApplication::translate("Application", "the console: %1").arg(what),
+                      Kolta::Event::Weight::Attention);
+    });
     MainWindow window(*session, options);
     window.show();
     if (!options.screenshot.isEmpty())
         photograph(window, *session, options);
-    return QApplication::exec();
+    const int result = QApplication::exec();
+    application.setFaultTaker({});
+    return result;
 }

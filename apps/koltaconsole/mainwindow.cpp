@@ -1,13 +1,16 @@
 #include "mainwindow.h"
 
 #include "attentionlist.h"
+#include "hints.h"
 #include "installationtree.h"
 #include "options.h"
 #include "orderdraft.h"
+#include "pages/linksview.h"
 #include "pages/page.h"
 #include "pages/pages.h"
 #include "palette.h"
 #include "rowtexts.h"
+#include "serveractions.h"
 #include "session.h"
 #include "stateitemdelegate.h"
 #include "topbar.h"
@@ -21,13 +24,17 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QSettings>
 #include <QSplitter>
+#include <QStyle>
 #include <QTabWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -41,6 +48,7 @@ namespace {
 constexpr int kTreeWidth = 256;
 constexpr int kEventsHeight = 99; ///< four rows
 constexpr int kFrame = 4;
+constexpr int kWelcomeMs = 10000;
 
 } // namespace
 
@@ -48,7 +56,9 @@ MainWindow::MainWindow(Session& session, const Options& options)
     : m_session(session)
     , m_isRemembered(options.isRemembered)
     , m_actions(session, this)
+    , m_serverActions(new ServerActions(session, m_actions, this))
     , m_eventModel(session.journal(), this)
+    , m_top(new TopBar(session, this))
     , m_tree(new InstallationTree(session, this))
     , m_tabs(new QTabWidget(this))
     , m_banner(new QLabel(this))
@@ -61,9 +71,8 @@ MainWindow::MainWindow(Session& session, const Options& options)
 {
     setWindowTitle(tr("Kolta – %1").arg(session.url()));
     setMinimumSize(1024, 640);
-    auto* const top = new TopBar(session, this);
     makeEvents();
-    arrange(top);
+    arrange();
     for (const PageEntry& page : pageTable()) {
         auto* const place = new QWidget(m_tabs);
         (new QVBoxLayout(place))->setContentsMargins(0, 0, 0, 0);
@@ -73,8 +82,6 @@ MainWindow::MainWindow(Session& session, const Options& options)
     makeActions();
     makeRegionActions();
     connectAll();
-    connect(top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
-    connect(top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
     restore(options.page);
     // Their actions are found and their keys told before anybody has seen them.
     for (int tab = 0; tab < m_tabs->count(); ++tab)
@@ -82,7 +89,7 @@ MainWindow::MainWindow(Session& session, const Options& options)
     showBanner();
 }
 
-void MainWindow::arrange(QWidget* top)
+void MainWindow::arrange()
 {
     m_tabs->setDocumentMode(true);
     m_sideways->addWidget(m_tree);
@@ -106,9 +113,11 @@ void MainWindow::arrange(QWidget* top)
     auto* const layout = new QVBoxLayout(all);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(top);
+    layout->addWidget(m_top);
     addReplay(*all);
     layout->addWidget(m_banner);
+    if (m_isRemembered)
+        addHints(*layout);
     layout->addWidget(m_upright, 1);
     setCentralWidget(all);
 }
@@ -134,6 +143,16 @@ void MainWindow::connectAll()
     connect(m_tree, &InstallationTree::si_ServerSelected, this, &MainWindow::showServer);
     connect(m_attention, &AttentionList::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
+    connect(m_top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
+    connect(m_top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
+    connect(m_top, &TopBar::si_LinksWanted, this, &MainWindow::showLinks);
+    connect(m_tree, &InstallationTree::si_MenuWanted, m_serverActions, &ServerActions::showMenu);
+    connect(m_serverActions, &ServerActions::si_LinksWanted, this, &MainWindow::showLinks);
+    connect(m_serverActions, &ServerActions::si_ServerWanted, m_tree, &InstallationTree::selectServer);
+    connect(m_serverActions, &ServerActions::si_Line, this, &MainWindow::showCommandLine);
+    m_welcome.setSingleShot(true);
+    m_welcome.setInterval(kWelcomeMs);
+    connect(&m_welcome, &QTimer::timeout, m_banner, &QWidget::hide);
     connect(&m_session, &Session::si_LinkChanged, this, &MainWindow::showBanner);
     connect(qApp, &QApplication::focusChanged, this, [this](const QWidget* /*old*/, const QWidget* now) {
         for (QWidget* const list : {static_cast<QWidget*>(m_attention), static_cast<QWidget*>(m_palette)}) {
@@ -245,19 +264,97 @@ void MainWindow::makeRegionActions()
         [this] { m_tree->setVisible(!m_tree->isVisible()); });
     add("events", tr("Show or hide the events"), QKeySequence(Qt::CTRL + Qt::Key_E),
         [this] { m_events->setVisible(!m_events->isVisible()); });
-    add("region", tr("Next part of the window"), QKeySequence(Qt::Key_F6), [this] {
-        QWidget* const regions[] = {m_tree, currentPage(), m_events};
-        for (int place = 0; place < 3; ++place) {
-            QWidget* const region = regions[place];
-            if (region && (region->hasFocus() || region->isAncestorOf(QApplication::focusWidget()))) {
-                QWidget* const next = regions[(place + 1) % 3];
-                (next->focusPolicy() == Qt::NoFocus ? next->nextInFocusChain() : next)->setFocus();
-                return;
-            }
-        }
-        m_tree->setFocus();
-    });
+    add("region", tr("Next part of the window"), QKeySequence(Qt::Key_F6), [this] { nextRegion(); });
+    add("leave", tr("Leave list, filter, selection, server"), QKeySequence(Qt::Key_Escape),
+        [this] { leave(); });
+    add("event", tr("Newest event"), QKeySequence(Qt::CTRL + Qt::Key_L), [this] { showNewestEvent(); });
+    add("row-menu", tr("Menu of the row"), QKeySequence(Qt::Key_F10), [this] { showRowMenu(); });
     add("all-servers", tr("Show all servers"), QKeySequence(), [this] { m_tree->selectServer(QString()); });
+}
+
+/// Of those that are to be seen.
+void MainWindow::nextRegion()
+{
+    QVector<QWidget*> regions;
+    for (QWidget* const region : {static_cast<QWidget*>(m_top), static_cast<QWidget*>(m_tree),
+                                  static_cast<QWidget*>(currentPage()), static_cast<QWidget*>(m_events)}) {
+        if (region && region->isVisible())
+            regions.append(region);
+    }
+    int place = 0;
+    while (place < regions.size() && !regions.at(place)->isAncestorOf(QApplication::focusWidget()) &&
+           !regions.at(place)->hasFocus())
+        ++place;
+    QWidget* const next = regions.at((place + 1) % regions.size());
+    const bool takesFocus = next->focusPolicy() != Qt::NoFocus || next->focusProxy();
+    (takesFocus ? next : next->nextInFocusChain())->setFocus();
+}
+
+/// One step out of what narrows the view, the innermost first.
+void MainWindow::leave()
+{
+    QWidget* const focus = QApplication::focusWidget();
+    if (focus && QApplication::mouseButtons() != Qt::NoButton) {
+        QKeyEvent key(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier); // it ends a drag
+        QCoreApplication::sendEvent(focus, &key);
+        return;
+    }
+    for (QWidget* const list : {static_cast<QWidget*>(m_attention), static_cast<QWidget*>(m_palette)}) {
+        if (!list->isVisible())
+            continue;
+        list->hide();
+        currentPage()->setFocus();
+        return;
+    }
+    if (QLineEdit* const filter = currentPage()->filterLine(); filter && !filter->text().isEmpty())
+        return filter->clear();
+    for (QAbstractItemView* const view : currentPage()->findChildren<QAbstractItemView*>()) {
+        if (!view->isVisible() || !view->selectionModel() || !view->selectionModel()->hasSelection())
+            continue;
+        view->clearSelection();
+        view->setCurrentIndex(QModelIndex());
+        return;
+    }
+    m_tree->selectServer(QString());
+}
+
+void MainWindow::showNewestEvent()
+{
+    m_events->show();
+    m_events->setFocus();
+    m_events->setCurrentIndex(m_eventModel.index(0, 0));
+}
+
+/// What the right mouse button would show; where that is nothing, the actions of the page.
+void MainWindow::showRowMenu()
+{
+    QWidget* const focus = QApplication::focusWidget();
+    auto* const view = qobject_cast<QAbstractItemView*>(focus);
+    const QPoint place = view ? view->visualRect(view->currentIndex()).bottomLeft() : QPoint();
+    QWidget* const target = view ? view->viewport() : focus;
+    if (target) {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, place, target->mapToGlobal(place));
+        event.ignore();
+        QCoreApplication::sendEvent(target, &event);
+        if (event.isAccepted())
+            return;
+    }
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setToolTipsVisible(true);
+    for (const QString& id : m_actions.ids()) {
+        if (!m_actions.pageOf(id).isEmpty() && m_actions.isInSight(id))
+            menu->addAction(m_actions.action(id));
+    }
+    menu->addAction(m_actions.action(QStringLiteral("copy-rows")));
+    menu->popup((target ? target : this)->mapToGlobal(place));
+}
+
+void MainWindow::showLinks()
+{
+    showPage(QStringLiteral("events"));
+    if (auto* const links = currentPage()->findChild<LinksView*>())
+        bringToFront(*links);
 }
 
 Page* MainWindow::pageAt(int tab)
@@ -277,6 +374,7 @@ Page* MainWindow::pageAt(int tab)
     if (!m_server.isEmpty())
         page->showServer(m_server);
     connect(page, &Page::si_ServerWanted, m_tree, &InstallationTree::selectServer);
+    connect(page, &Page::si_ServerMenuWanted, m_serverActions, &ServerActions::showMenu);
     connect(page, &Page::si_CommandLineChanged, this, [this, page] {
         if (page == currentPage())
             showCommandLine(page->commandLine());
@@ -323,14 +421,28 @@ void MainWindow::copyRows() const
 void MainWindow::showBanner()
 {
     const LinkState& link = m_session.link();
-    m_banner->setVisible(m_session.isOutOfSight());
-    StateItemDelegate::setAllStale(m_session.isOutOfSight());
+    const bool isGone = m_session.isOutOfSight();
+    StateItemDelegate::setAllStale(isGone);
     for (QAbstractItemView* const view : findChildren<QAbstractItemView*>())
         view->viewport()->update();
-    m_banner->setText(
-        tr("Everything below is last known of %1. Nothing is sent later by itself; what you were "
-           "writing is kept.")
-            .arg(timeText(link.since)));
+    if (isGone) {
+        m_goneSince = link.since;
+        m_welcome.stop();
+        m_banner->setText(
+            tr("Everything below is last known of %1. Nothing is sent later by itself; what you were "
+               "writing is kept.")
+                .arg(timeText(link.since)));
+    } else if (m_goneSince.isValid()) {
+        const qint64 seconds = m_goneSince.secsTo(QDateTime::currentDateTime());
+        m_goneSince = QDateTime();
+        m_banner->setText(seconds < 120 ? tr("The broker is back after %1 s.").arg(seconds)
+                                        : tr("The broker is back after %1 min.").arg(seconds / 60));
+        m_welcome.start();
+    }
+    m_banner->setProperty("badge", isGone ? QStringLiteral("alarm") : QStringLiteral("quiet"));
+    m_banner->style()->unpolish(m_banner);
+    m_banner->style()->polish(m_banner);
+    m_banner->setVisible(isGone || m_welcome.isActive());
 }
 
 void MainWindow::showCommandLine(const QString& line)
@@ -342,6 +454,7 @@ void MainWindow::showCommandLine(const QString& line)
 void MainWindow::showServer(const QString& address)
 {
     m_server = address;
+    m_serverActions->select(address);
     for (Page* const page : qAsConst(m_pages)) {
         if (page)
             page->showServer(address);

@@ -4,7 +4,9 @@
 
 #include <koltacommon/eventmodel.h>
 
+#include <QDateTime>
 #include <QMainWindow>
+#include <QTimer>
 #include <QVector>
 
 class QFrame;
@@ -20,7 +22,9 @@ class AttentionList;
 class InstallationTree;
 class Page;
 class Palette;
+class ServerActions;
 class Session;
+class TopBar;
 struct Options;
 
 /// The frame: bar at the top, the installation at the left, the pages, the `kolta` line of what they show,
@@ -44,13 +48,18 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void arrange(QWidget* top);
+    void arrange();
     void addReplay(QWidget& all);
     void connectAll();
     QWidget* makeCommandLine();
     void makeEvents();
     void makeActions();
     void makeRegionActions();
+    void nextRegion();
+    void leave();
+    void showNewestEvent();
+    void showRowMenu();
+    void showLinks();
     Page* pageAt(int tab);
     void showTab(int tab);
     void copyRows() const;
@@ -63,7 +72,9 @@ private:
     Session& m_session;
     const bool m_isRemembered;
     ActionTable m_actions;
+    ServerActions* m_serverActions;
     Kolta::EventModel m_eventModel;
+    TopBar* m_top;
     InstallationTree* m_tree;
     QTabWidget* m_tabs;
     QLabel* m_banner;
@@ -75,6 +86,8 @@ private:
     Palette* m_palette;
     QVector<Page*> m_pages; ///< by tab; null until shown
     QString m_server;
+    QDateTime m_goneSince; ///< that the link is down; invalid while it is up
+    QTimer m_welcome;      ///< while the banner tells that it is back
 };
 
 } // namespace KoltaConsole

@@ -38,6 +38,7 @@ constexpr OptionText kOptions[] = {
     {"activity", "MS", "0",
      "Lets something happen to tuners and results in each of them every so many milliseconds (never)."},
     {"vanish", "SERVER", nullptr, "The simulated server that vanishes before the picture is made."},
+    {"ask", nullptr, nullptr, "Asks in a window which installation to show, where nothing says it."},
     {"read-only", nullptr, nullptr, "Nothing can be changed."},
     {"trace", nullptr, nullptr, "Writes trace lines to standard error, for support."},
     {"theme", "THEME", "system", "light, dark or system (system)."},
@@ -123,7 +124,7 @@ QString problemOf(const QCommandLineParser& parser, Options& options)
                    : QString();
     options.servers = 0;
     options.url = urlOf(parser);
-    return options.url.isEmpty()
+    return options.url.isEmpty() && !parser.isSet(QStringLiteral("ask"))
                ? QStringLiteral("which installation? --tree URL shows one, --simulate plays one")
                : QString();
 }
@@ -157,6 +158,7 @@ Options Options::read(const QStringList& arguments, int& exitCode, QString& text
         exitCode = 2;
     }
     options.vanish = parser.value(QStringLiteral("vanish"));
+    options.isAsking = options.servers == 0 && options.url.isEmpty();
     options.isReadOnly = parser.isSet(QStringLiteral("read-only"));
     options.isTracing = parser.isSet(QStringLiteral("trace"));
     options.screenshot = parser.value(QStringLiteral("screenshot"));

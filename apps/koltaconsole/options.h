@@ -10,11 +10,12 @@ namespace KoltaConsole {
 /// What the words of the command line ask for.
 struct Options
 {
-    QString url;        ///< of the tree; empty while servers are simulated
-    int servers = 0;    ///< that are simulated; 0: none
-    int tuners = 0;     ///< of each of them; 0: those of the sample
-    int activityMs = 0; ///< how often something happens to these; 0: never by itself
-    QString vanish;     ///< the simulated server that vanishes once the page has filled
+    QString url;           ///< of the tree; empty while servers are simulated
+    int servers = 0;       ///< that are simulated; 0: none
+    int tuners = 0;        ///< of each of them; 0: those of the sample
+    int activityMs = 0;    ///< how often something happens to these; 0: never by itself
+    QString vanish;        ///< the simulated server that vanishes once the page has filled
+    bool isAsking = false; ///< in a window, where nothing says which installation
     bool isReadOnly = false;
     bool isTracing = false;
     Theme::Choice theme = Theme::Choice::System;

@@ -112,7 +112,8 @@ QString ServerFacts::reason() const
     case Condition::Attention:
         return whatIsWrong();
     case Condition::Silent:
-        return Texts::tr("no beat for some seconds");
+        return beatAgeMs < 0 ? Texts::tr("no beat for some seconds")
+                             : Texts::tr("no beat for %1 s").arg(beatAgeMs / 1000);
     case Condition::Starting:
         return stateText;
     case Condition::Forbidden:

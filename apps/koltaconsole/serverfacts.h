@@ -16,6 +16,11 @@ enum class Condition { Vanished, Attention, Silent, Starting, Operational, Withd
 
 /// What the link knows of a server's branch beside what the server says.
 enum class BranchCondition { Normal, Silent, Withdrawn, Forbidden };
+struct SeenBranch
+{
+    BranchCondition condition = BranchCondition::Normal;
+    qint64 beatAgeMs = -1; ///< since its last beat; -1: none yet
+};
 
 /// A server as overview, tree and attention list show it. A value.
 struct ServerFacts
@@ -34,6 +39,7 @@ struct ServerFacts
     QString message;
     QDateTime since; ///< that it is so; invalid: since before this was watched
     QDateTime lastKnown;
+    qint64 beatAgeMs = -1;     ///< since its last sign of life; -1: not told
     bool isOutOfSight = false; ///< the link that shows it is down
 
     bool needsAttention() const { return condition <= Condition::Silent; }

@@ -39,6 +39,7 @@ using Kolta::UserRights;
 namespace {
 
 constexpr int kGatherMs = 100;
+constexpr int kSecondMs = 1000;
 
 /// Where nothing says which time zone it is, the C library asks the file system at every conversion of a
 /// time, of which a page does thousands.
@@ -66,27 +67,28 @@ struct Session::Parts
     Kolta::Journal journal;
     OrderDraft draft;
     QTimer gathering;
+    QTimer counting;
     QTimer returning; ///< the link is back, the servers perhaps not yet
 
     /// Of those that are not as they should be, by name.
-    QHash<QString, BranchCondition> oddBranches() const;
+    QHash<QString, SeenBranch> oddBranches() const;
 };
 
-QHash<QString, BranchCondition> Session::Parts::oddBranches() const
+QHash<QString, SeenBranch> Session::Parts::oddBranches() const
 {
-    QHash<QString, BranchCondition> conditions;
+    QHash<QString, SeenBranch> conditions;
 #ifdef KOLTA_WITH_DISTRIBUTION
     for (const distribution::BranchStatus& branch :
          link ? link->branches() : QVector<distribution::BranchStatus>()) {
         switch (branch.state) {
         case distribution::BranchState::Suspect:
-            conditions.insert(branch.name, BranchCondition::Silent);
+            conditions.insert(branch.name, {BranchCondition::Silent, branch.beatAgeMs});
             break;
         case distribution::BranchState::Withdrawn:
-            conditions.insert(branch.name, BranchCondition::Withdrawn);
+            conditions.insert(branch.name, {BranchCondition::Withdrawn, branch.beatAgeMs});
             break;
         case distribution::BranchState::Forbidden:
-            conditions.insert(branch.name, BranchCondition::Forbidden);
+            conditions.insert(branch.name, {BranchCondition::Forbidden, branch.beatAgeMs});
             break;
         default:
             break;
@@ -100,6 +102,9 @@ Session::Session() : d(std::make_unique<Parts>())
 {
     d->gathering.setSingleShot(true);
     connect(&d->gathering, &QTimer::timeout, this, &Session::readFacts);
+    d->counting.setSingleShot(true);
+    d->counting.setInterval(kSecondMs);
+    connect(&d->counting, &QTimer::timeout, this, &Session::readFacts);
     d->returning.setSingleShot(true);
     d->returning.setInterval(Kolta::InstallationEvents::kReturnMs);
     connect(&d->returning, &QTimer::timeout, this, [this] {
@@ -398,10 +403,11 @@ void Session::gather()
 }
 
 /// Of a server that the link cannot show what was so before stays true, until it can be seen again.
-ServerFacts Session::factsAt(int row, BranchCondition branch) const
+ServerFacts Session::factsAt(int row, const SeenBranch& branch) const
 {
     const QString address = d->servers.index(row, 0).data().toString();
-    const ServerFacts now = KoltaConsole::readFacts(d->servers, row, branch);
+    ServerFacts now = KoltaConsole::readFacts(d->servers, row, branch.condition);
+    now.beatAgeMs = branch.beatAgeMs;
     ServerFacts last = factsOf(address);
     const bool isReturning = d->returning.isActive() && last.isOutOfSight;
     if (!isOutOfSight() && !(isReturning && now.condition == Condition::Vanished))
@@ -417,10 +423,10 @@ ServerFacts Session::factsAt(int row, BranchCondition branch) const
 void Session::readFacts()
 {
     QVector<ServerFacts> facts;
-    const QHash<QString, BranchCondition> branches = d->oddBranches();
+    const QHash<QString, SeenBranch> branches = d->oddBranches();
     for (int row = 0; row < d->servers.rowCount(); ++row) {
         const QString address = d->servers.index(row, 0).data().toString();
-        facts.append(factsAt(row, branches.value(address, BranchCondition::Normal)));
+        facts.append(factsAt(row, branches.value(address)));
     }
     std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {
         if (a.condition != b.condition)
@@ -431,6 +437,10 @@ void Session::readFacts()
         return a.sortText < b.sortText;
     });
     m_facts = facts;
+    // How long it has been silent is told by the second.
+    if (std::any_of(facts.begin(), facts.end(),
+                    [](const ServerFacts& each) { return each.condition == Condition::Silent; }))
+        d->counting.start();
     Q_EMIT si_FactsChanged();
 }
 

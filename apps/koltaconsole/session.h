@@ -123,7 +123,7 @@ private:
     void startUsers(const QString& file);
     void gather();
     void readFacts();
-    ServerFacts factsAt(int row, BranchCondition branch) const;
+    ServerFacts factsAt(int row, const SeenBranch& branch) const;
 
     std::unique_ptr<Parts> d;
     QString m_url;

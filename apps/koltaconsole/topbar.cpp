@@ -7,6 +7,7 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
 #include <QPainter>
 #include <QPushButton>
 #include <QStyle>
@@ -41,20 +42,21 @@ TopBar::TopBar(Session& session, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
     , m_url(new QLabel(session.url(), this))
-    , m_linkMark(new QLabel(this))
-    , m_link(new QLabel(this))
+    , m_link(new QPushButton(this))
     , m_attention(new QPushButton(this))
     , m_palette(new QPushButton(tr("Ctrl+K  kolta …"), this))
-    , m_user(new QLabel(this))
+    , m_user(new QPushButton(this))
 {
     setFixedHeight(38);
     auto* const name = new QLabel(QStringLiteral("Kolta"), this);
     name->setProperty("heading", true);
     m_url->setProperty("dim", true);
     m_url->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
-    m_linkMark->setContentsMargins(8, 4, 4, 4);
-    m_link->setContentsMargins(0, 4, 8, 4);
-    m_attention->setIconSize({14, 11});
+    m_link->setAccessibleName(tr("How the link is"));
+    m_user->setAccessibleName(tr("The user and his rights"));
+    m_user->setProperty("badge", QStringLiteral("quiet"));
+    for (QPushButton* const badge : {m_link, m_attention})
+        badge->setIconSize({14, 11});
     m_attention->setAccessibleName(tr("What needs attention"));
     m_palette->setMinimumWidth(200);
     m_palette->setStyleSheet(QStringLiteral("text-align: left;"));
@@ -62,13 +64,14 @@ TopBar::TopBar(Session& session, QWidget* parent)
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(12, 2, 12, 2);
     layout->setSpacing(8);
-    for (QWidget* const widget :
-         std::initializer_list<QWidget*>{name, m_url, m_linkMark, m_link, m_attention})
+    for (QWidget* const widget : std::initializer_list<QWidget*>{name, m_url, m_link, m_attention})
         layout->addWidget(widget);
     layout->addStretch(1);
     layout->addWidget(m_palette);
     layout->addWidget(m_user);
     connect(m_attention, &QPushButton::clicked, this, &TopBar::si_AttentionWanted);
+    connect(m_link, &QPushButton::clicked, this, &TopBar::si_LinksWanted);
+    connect(m_user, &QPushButton::clicked, this, &TopBar::showRights);
     connect(m_palette, &QPushButton::clicked, this, &TopBar::si_PaletteWanted);
     connect(&session, &Session::si_LinkChanged, this, &TopBar::showLink);
     connect(&session, &Session::si_FactsChanged, this, &TopBar::showAttention);
@@ -94,15 +97,10 @@ void TopBar::showLink()
         m_link->setText(tr("broker gone since %1").arg(since));
     else
         m_link->setText(tr("no broker yet: %1").arg(link.text));
-    m_linkMark->setPixmap(markIcon(link.isUp    ? Mark::Disc
-                                   : link.wasUp ? Mark::Octagon
-                                                : Mark::Half,
-                                   link.isUp || !link.wasUp ? Role::InUse : Role::Alarm)
-                              .pixmap(11, 11));
+    const Mark mark = link.isUp ? Mark::Disc : link.wasUp ? Mark::Octagon : Mark::Half;
+    m_link->setIcon(markIcon(mark, m_session.isOutOfSight() ? Role::Alarm : Role::InUse));
     m_link->setToolTip(link.text);
-    setLook(*m_linkMark, "badge", link.isUp || !link.wasUp ? QVariant() : QVariant(QStringLiteral("alarm")));
-    setLook(*m_link, "badge", link.isUp || !link.wasUp ? QVariant() : QVariant(QStringLiteral("alarm")));
-    setLook(*m_link, "dim", link.isUp);
+    setLook(*m_link, "badge", m_session.isOutOfSight() ? QStringLiteral("alarm") : QStringLiteral("quiet"));
 }
 
 void TopBar::showAttention()
@@ -112,6 +110,23 @@ void TopBar::showAttention()
     m_attention->setText(count > 0 ? tr("%n need(s) attention", nullptr, count)
                                    : tr("nothing needs attention"));
     setLook(*m_attention, "badge", count > 0 ? QStringLiteral("attention") : QStringLiteral("quiet"));
+}
+
+/// Those that are held first.
+void TopBar::showRights()
+{
+    using Kolta::UserRights;
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    for (const bool isHeld : {true, false}) {
+        menu->addSection(isHeld ? tr("Rights held") : tr("Rights missing"));
+        for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {
+            if (m_session.mayDo(UserRights::GetRightValueByIndex(place)) == isHeld)
+                menu->addAction(markIcon(isHeld ? Mark::Disc : Mark::Cross, Role::InUse),
+                                UserRights::GetRightNameByIndex(place, false));
+        }
+    }
+    menu->popup(m_user->mapToGlobal(m_user->rect().bottomLeft()));
 }
 
 void TopBar::showUser()

@@ -21,19 +21,20 @@ public:
 Q_SIGNALS:
     void si_AttentionWanted();
     void si_PaletteWanted();
+    void si_LinksWanted();
 
 private:
     void showLink();
     void showAttention();
     void showUser();
+    void showRights();
 
     Session& m_session;
     QLabel* m_url;
-    QLabel* m_linkMark;
-    QLabel* m_link;
+    QPushButton* m_link;
     QPushButton* m_attention;
     QPushButton* m_palette;
-    QLabel* m_user;
+    QPushButton* m_user;
 };
 
 } // namespace KoltaConsole

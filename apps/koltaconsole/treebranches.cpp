@@ -77,7 +77,9 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
                    m_line.reconnections, m_line.lastFault});
     for (const distribution::BranchStatus& branch : m_link.branches()) {
         const Past past = m_pasts.value(branch.name);
-        const auto [state, text] = looksOf(branch.state);
+        auto [state, text] = looksOf(branch.state);
+        if (branch.state == BranchState::Suspect && branch.beatAgeMs >= 0)
+            text = tr("silent, no beat for %1 s").arg(branch.beatAgeMs / 1000);
         result.append({branch.name, branch.host, state, text, past.liveSince, branch.beatAgeMs,
                        static_cast<int>(branch.openWishes), past.reconnections, past.lastFault});
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltaconsole/application.h>
 #include <koltaconsole/mainwindow.h>
 #include <koltaconsole/options.h>
 #include <koltaconsole/pages/page.h>
@@ -14,7 +15,7 @@
 template<class Test>
 int runConsoleTest(int argc, char** argv)
 {
-    QApplication application(argc, argv);
+    KoltaConsole::Application application(argc, argv);
     QApplication::setApplicationName(QString::fromLocal8Bit(argv[1]));
     Startup::ErrorHandler::Instance().setLoggingEnabled(false);
     KoltaConsole::Theme::instance().apply(KoltaConsole::Theme::Choice::Light);

@@ -1,5 +1,6 @@
 #include "consoletest.h"
 
+#include <koltaconsole/installationtree.h>
 #include <koltaconsole/pages/productionspage.h>
 #include <koltaconsole/palette.h>
 
@@ -7,13 +8,18 @@
 #include <kolta/cli/commandtable.h>
 #include <kolta/commands/commands.h>
 
+#include <koltacommon/actionrights.h>
 #include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/processormodel.h>
 
 #include <QAction>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QTimer>
+
+#include <stdexcept>
 
 using namespace KoltaConsole;
 
@@ -119,6 +125,69 @@ private Q_SLOTS:
         QCOMPARE(stage.window->currentPage(), page);
         QTRY_VERIFY(page->findChild<QMessageBox*>()); // what is within it would end too
         page->findChild<QMessageBox*>()->reject();
+    }
+
+    /// What is done to a server asks before, hits the one that was named, and waits for its end; an action of
+    /// somebody who lacks the right stays off. An exception becomes an event.
+    void serversAndFaults()
+    {
+        Options options;
+        options.servers = 2;
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        ActionTable& actions = stage.window->actions();
+        const auto why = [&actions](const char* id) { return actions.enabledBecause(QLatin1String(id)); };
+        QVERIFY(!why("server-stop-all").isEmpty());
+        stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S1"));
+        for (const auto& [id, action] : {std::pair("server-quit", Kolta::UserAction::QuitServer),
+                                         std::pair("server-stop-all", Kolta::UserAction::StopAll)})
+            QCOMPARE(why(id).isEmpty(), stage.session->mayDo(Kolta::rightFor(action)));
+        const auto running = [&stage](const QString& server) {
+            const QAbstractItemModel& model = stage.session->processors();
+            return model.match(model.index(0, Kolta::ProcessorModel::eServerColumn), Qt::DisplayRole, server)
+                .size();
+        };
+        QTRY_VERIFY(running(QStringLiteral("S1")) > 0 && running(QStringLiteral("S2")) > 0);
+        QVERIFY(actions.run(QStringLiteral("server-stop-all")));
+        auto* const box = stage.window->findChild<QMessageBox*>();
+        QVERIFY(box && box->defaultButton() == box->button(QMessageBox::Cancel));
+        QVERIFY2(box->informativeText().contains(QLatin1String("MCP 1")), qPrintable(box->informativeText()));
+        stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S2"));
+        for (QAbstractButton* const button : box->buttons()) {
+            if (box->buttonRole(button) == QMessageBox::AcceptRole)
+                button->click();
+        }
+        QTRY_COMPARE(running(QStringLiteral("S1")), 0);
+        QVERIFY(running(QStringLiteral("S2")) > 0);
+
+        auto& application = static_cast<Application&>(*qApp);
+        QString fault;
+        application.setFaultTaker([&fault](const QString& text) { fault = text; });
+        QTimer::singleShot(0, [] { throw std::runtime_error("own fault"); });
+        QTRY_COMPARE(fault, QStringLiteral("own fault"));
+        application.setFaultTaker({});
+    }
+
+    /// Esc goes out one step at a time.
+    void leaves()
+    {
+        Options options;
+        options.servers = 2;
+        options.page = QStringLiteral("tuners");
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        Page* const page = stage.window->currentPage();
+        auto* const tree = stage.window->findChild<InstallationTree*>();
+        auto* const table = page->findChild<QTreeView*>();
+        tree->selectServer(QStringLiteral("S2"));
+        page->filterLine()->setText(QStringLiteral("HF"));
+        table->setCurrentIndex(table->model()->index(0, 0));
+        QTest::keyClick(stage.window.get(), Qt::Key_Escape);
+        QVERIFY(page->filterLine()->text().isEmpty() && table->selectionModel()->hasSelection());
+        QTest::keyClick(stage.window.get(), Qt::Key_Escape);
+        QVERIFY(!table->selectionModel()->hasSelection() && tree->selectionModel()->hasSelection());
+        QTest::keyClick(stage.window.get(), Qt::Key_Escape);
+        QVERIFY(!tree->selectionModel()->hasSelection());
     }
 };
 

@@ -64,8 +64,43 @@ void CandidatesTable::Rows::setServers(const QString& wanted, const QString& sho
 QVariant CandidatesTable::Rows::data(const QModelIndex& index, int role) const
 {
     const QVariant own = QSortFilterProxyModel::data(index, role);
+    if (role == Qt::DisplayRole && index.column() == CandidatesModel::eReasonColumn)
+        return reasonOf(index, own.toString());
     const bool isRank = role == Qt::DisplayRole && index.column() == CandidatesModel::eRankColumn;
     return isRank && !own.toString().isEmpty() ? QVariant(index.row() + 1) : own;
+}
+
+/// Beside the row above, which is taken before it; of a refused one as the server tells it.
+QString CandidatesTable::Rows::reasonOf(const QModelIndex& index, const QString& own) const
+{
+    const auto cell = [](const QModelIndex& row, int column) {
+        return row.sibling(row.row(), column).data();
+    };
+    if (cell(index, CandidatesModel::eRankColumn).toString().isEmpty())
+        return own;
+    if (index.row() == 0)
+        return tr("cheapest");
+    const QModelIndex above = this->index(index.row() - 1, 0);
+    const int dearer =
+        cell(index, CandidatesModel::eCostColumn).toInt() - cell(above, CandidatesModel::eCostColumn).toInt();
+    if (dearer > 0)
+        return tr("dearer by %1").arg(dearer);
+    if (index.data(Roles::ServerRole) != above.data(Roles::ServerRole))
+        return tr("same cost, another server");
+    switch (above.data(Roles::ItemRole).value<OrderCandidate>().facts.ahead) {
+    case Kolta::TunerCriterion::Depth:
+        return tr("same cost, more enclosing classes");
+    case Kolta::TunerCriterion::Bandwidth:
+        return tr("same cost, wider");
+    case Kolta::TunerCriterion::HardwareProcessing:
+        return tr("same cost, has hardware processing");
+    case Kolta::TunerCriterion::PanoramaScan:
+        return tr("same cost, has panorama scan");
+    case Kolta::TunerCriterion::Guid:
+        return tr("same cost and name, GUID sorts later");
+    default:
+        return tr("same cost, name sorts later");
+    }
 }
 
 /// By rank on the own server where costs are equal.

@@ -54,6 +54,8 @@ private:
         bool lessThan(const QModelIndex& a, const QModelIndex& b) const override;
 
     private:
+        QString reasonOf(const QModelIndex& index, const QString& own) const;
+
         QString m_wanted;
         QString m_shown;
     };

@@ -166,7 +166,7 @@ void OrderPage::makeActions()
         [this] { return whyNotStart(); }, [this] { return commandLine(); });
     add(
         "order-plan", tr("Plan"), QKeySequence(), [this] { addToCart(true); },
-        [this] { return m_candidates->offer().isNone() ? tr("There is no tuner to plan.") : problem(); },
+        [this] { return m_candidates->offer().isNone() ? tr("There is no tuner to plan.") : whyNotPlan(); },
         [this] {
             const QString tunerClass = wanted().tunerClass;
             return tunerClass.isEmpty()
@@ -175,7 +175,7 @@ void OrderPage::makeActions()
         });
     add(
         "order-add", tr("To cart"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Return),
-        [this] { addToCart(false); }, [this] { return problem(); }, {});
+        [this] { addToCart(false); }, [this] { return whyNotPlan(); }, {});
     add(
         "order-cancel", tr("Cancel"), QKeySequence(),
         [this] {
@@ -248,9 +248,12 @@ void OrderPage::refresh()
 {
     const int accepted = m_candidates->acceptedCount(), refused = m_candidates->refusedCount();
     const QString why = problem();
-    m_heading->setText(accepted + refused > 0
-                           ? tr("Candidates: %1 can take it, %2 refused").arg(accepted).arg(refused)
-                           : tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why));
+    if (session().isOutOfSight() && accepted + refused > 0)
+        m_heading->setText(tr("Candidates, last known: %1, %2 refused").arg(accepted).arg(refused));
+    else
+        m_heading->setText(accepted + refused > 0
+                               ? tr("Candidates: %1 can take it, %2 refused").arg(accepted).arg(refused)
+                               : tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why));
     const QString reach = m_candidates->reach();
     const int narrow = m_candidates->tooNarrowCount();
     m_form->setHints(
@@ -277,6 +280,16 @@ QString OrderPage::problem() const
         if (!objection.isEmpty())
             return objection;
     }
+    return Kolta::problemOfOrder(session().draft().order());
+}
+
+/// What is written down is not started yet.
+QString OrderPage::whyNotPlan() const
+{
+    const QString objection =
+        session().areUsersKnown() ? Kolta::objectionTo(Kolta::UserAction::PlanTuner) : QString();
+    if (!m_form->problem().isEmpty() || !objection.isEmpty())
+        return m_form->problem().isEmpty() ? objection : m_form->problem();
     return Kolta::problemOfOrder(session().draft().order());
 }
 

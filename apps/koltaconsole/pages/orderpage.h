@@ -49,6 +49,7 @@ private:
     void refreshLater();
     void refreshCart();
     QString problem() const;
+    QString whyNotPlan() const;
     QString whyNotStart() const;
     Kolta::ProductionOrder wanted() const;
     QString objectOfOrder() const;

@@ -38,6 +38,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
     setFocusProxy(m_cards);
     connect(&session, &Session::si_FactsChanged, this, &OverviewPage::refresh);
     connect(m_cards, &ServerCards::si_Activated, this, &Page::si_ServerWanted);
+    connect(m_cards, &ServerCards::si_MenuWanted, this, &Page::si_ServerMenuWanted);
     connect(m_cards, &ServerCards::si_CurrentChanged, this, [this](const QRect& place) {
         m_area->ensureVisible(place.center().x(), place.center().y(), 0, place.height() / 2 + 8);
     });

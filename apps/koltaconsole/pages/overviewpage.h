@@ -36,6 +36,7 @@ public:
 
 Q_SIGNALS:
     void si_Activated(const QString& address);
+    void si_MenuWanted(const QString& address, const QPoint& place);
     void si_CurrentChanged(const QRect& place);
 
 protected:
@@ -44,6 +45,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     bool event(QEvent* event) override;
 
 private:

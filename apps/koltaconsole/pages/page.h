@@ -10,8 +10,7 @@ namespace KoltaConsole {
 class ActionTable;
 class Session;
 
-/// One page of the console. It is made when it is first shown, knows no other page, and neither paints nor
-/// counts while it is hidden.
+/// One page of the console. It knows no other page, and neither paints nor counts while it is hidden.
 class Page : public QWidget
 {
     Q_OBJECT
@@ -37,6 +36,8 @@ public:
 Q_SIGNALS:
     /// commandLine() is another.
     void si_CommandLineChanged();
+    /// The user wants to know what can be done to that server, at that place of the screen.
+    void si_ServerMenuWanted(const QString& address, const QPoint& place);
     /// The user wants to see that server alone.
     void si_ServerWanted(const QString& address);
 

@@ -3,6 +3,7 @@
 #include "../actions.h"
 #include "../buttonrow.h"
 #include "../columns.h"
+#include "../confirmation.h"
 #include "../elidedlabel.h"
 #include "../serverfacts.h"
 #include "../session.h"
@@ -16,7 +17,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
@@ -30,8 +30,6 @@ namespace {
 
 constexpr int kGatherMs = 100;
 constexpr int kMinuteMs = 60000;
-constexpr int kNamesAsked = 12;
-
 constexpr int kNamesInLine = 3;
 
 /// The first of them, in one line.
@@ -209,8 +207,8 @@ void ProductionsPage::makeOwnerActions()
             if (action != OwnershipJob::Action::ForceTake || !row)
                 own();
             else
-                ask(tr("Take the ownership from %1?").arg(row->owner), {row->name}, tr("Take ownership"),
-                    own);
+                askBefore(*this, tr("Take the ownership from %1?").arg(row->owner), {row->name},
+                          tr("Take ownership"), own);
         };
         actions().add(entry, m_view);
     };
@@ -385,25 +383,9 @@ void ProductionsPage::askToStop(const QStringList& keys)
 {
     const auto stop = [this, keys] { m_orders.stop(keys); };
     if (m_orders.isGrave(keys))
-        ask(tr("Stop all of these?"), m_orders.victims(keys), tr("Stop"), stop);
+        askBefore(*this, tr("Stop all of these?"), m_orders.victims(keys), tr("Stop"), stop);
     else
         stop();
-}
-
-void ProductionsPage::ask(const QString& question, const QStringList& names, const QString& yes,
-                          const std::function<void()>& then)
-{
-    auto* const box =
-        new QMessageBox(QMessageBox::NoIcon, session().url(), question, QMessageBox::Cancel, this);
-    QStringList shown = names.mid(0, kNamesAsked);
-    if (names.size() > kNamesAsked)
-        shown.append(tr("and %1 more").arg(names.size() - kNamesAsked));
-    box->setInformativeText(shown.join(QLatin1Char('\n')));
-    QPushButton* const accept = box->addButton(yes, QMessageBox::AcceptRole);
-    box->setDefaultButton(QMessageBox::Cancel);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(accept, &QPushButton::clicked, this, then);
-    box->open();
 }
 
 /// All MCPs; those where it cannot go are there too, with the reason.

@@ -65,8 +65,6 @@ private:
     QStringList selected() const;
     QString nameOfSelected() const;
     void askToStop(const QStringList& keys);
-    void ask(const QString& question, const QStringList& names, const QString& yes,
-             const std::function<void()>& then);
     void offerTargets();
     void showMenu(const QPoint& place);
 

@@ -7,6 +7,7 @@
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/viewroles.h>
 
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -245,8 +246,12 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     painter.setFont(font());
     painter.setPen(theme.color(Role::Dim));
     const QString reason = facts.reason();
-    drawText(painter, line(18), Qt::AlignLeft,
-             reason.isEmpty() ? facts.host : reason + QStringLiteral(" · ") + facts.host, Qt::ElideMiddle);
+    if (facts.condition == Condition::Attention && !facts.isOutOfSight)
+        drawText(painter, line(18), Qt::AlignLeft, reason);
+    else
+        drawText(painter, line(18), Qt::AlignLeft,
+                 reason.isEmpty() ? facts.host : reason + QStringLiteral(" · ") + facts.host,
+                 Qt::ElideMiddle);
     paintTunerBar(painter, QRectF(inner.left(), inner.top() + 40, inner.width(), 9), facts.tuners,
                   facts.isStale());
     painter.setPen(textColor(facts, false));
@@ -450,6 +455,18 @@ void ServerCards::keyPressEvent(QKeyEvent* event)
     default:
         QWidget::keyPressEvent(event);
     }
+}
+
+void ServerCards::contextMenuEvent(QContextMenuEvent* event)
+{
+    const bool isKey = event->reason() == QContextMenuEvent::Keyboard;
+    if (const Place* const place = isKey ? nullptr : placeAt(event->pos()))
+        setCurrent(place->facts.address);
+    else if (!isKey)
+        return;
+    if (!m_current.isEmpty())
+        Q_EMIT si_MenuWanted(m_current,
+                             isKey ? mapToGlobal(placeOf(m_current).center()) : event->globalPos());
 }
 
 bool ServerCards::event(QEvent* event)

@@ -2,6 +2,58 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>AddressDialog</name>
+    <message>
+        <source>Which installation? Servers that publish themselves are found at the address of their broker.</source>
+        <translation>Welche Anlage? Server, die sich veröffentlichen, sind unter der Adresse ihres Brokers zu finden.</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>Adresse</translation>
+    </message>
+    <message>
+        <source>Show it</source>
+        <translation>Anzeigen</translation>
+    </message>
+    <message>
+        <source>Simulate one</source>
+        <translation>Simulieren</translation>
+    </message>
+</context>
+<context>
+    <name>Application</name>
+    <message>
+        <source>the console: %1</source>
+        <translation>die Konsole: %1</translation>
+    </message>
+</context>
+<context>
+    <name>Confirmation</name>
+    <message>
+        <source>and %1 more</source>
+        <translation>und %1 weitere</translation>
+    </message>
+</context>
+<context>
+    <name>Hints</name>
+    <message>
+        <source>Ctrl+K finds every action and completes lines of kolta.
+/ filters the page by words that must all fit, such as HF free.
+F1 shows the keys of the page.</source>
+        <translation>Strg+K findet jede Aktion und ergänzt Zeilen von kolta.
+/ filtert die Seite nach Wörtern, die alle passen müssen, etwa HF frei.
+F1 zeigt die Tasten der Seite.</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>The hints do not come back</source>
+        <translation>Die Hinweise kommen nicht wieder</translation>
+    </message>
+</context>
+<context>
     <name>Kolta::AbstractItemMapModel</name>
     <message>
         <source>Name</source>
@@ -1542,6 +1594,42 @@
 <context>
     <name>KoltaConsole::CandidatesTable</name>
     <message>
+        <source>cheapest</source>
+        <translation>am billigsten</translation>
+    </message>
+    <message>
+        <source>dearer by %1</source>
+        <translation>teurer um %1</translation>
+    </message>
+    <message>
+        <source>same cost, another server</source>
+        <translation>gleiche Kosten, anderer Server</translation>
+    </message>
+    <message>
+        <source>same cost, more enclosing classes</source>
+        <translation>gleiche Kosten, mehr Oberklassen</translation>
+    </message>
+    <message>
+        <source>same cost, wider</source>
+        <translation>gleiche Kosten, breiter</translation>
+    </message>
+    <message>
+        <source>same cost, has hardware processing</source>
+        <translation>gleiche Kosten, hat Hardwareverarbeitung</translation>
+    </message>
+    <message>
+        <source>same cost, has panorama scan</source>
+        <translation>gleiche Kosten, hat Panoramasuchlauf</translation>
+    </message>
+    <message>
+        <source>same cost and name, GUID sorts later</source>
+        <translation>gleiche Kosten, gleicher Name, GUID später</translation>
+    </message>
+    <message>
+        <source>same cost, name sorts later</source>
+        <translation>gleiche Kosten, Name später</translation>
+    </message>
+    <message>
         <source>Candidates</source>
         <translation>Kandidaten</translation>
     </message>
@@ -1789,6 +1877,10 @@
         <source>The installation</source>
         <translation>Die Anlage</translation>
     </message>
+    <message>
+        <source>no server yet</source>
+        <translation>noch kein Server</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::LinkMessages</name>
@@ -2010,12 +2102,32 @@
         <translation>Nächster Teil des Fensters</translation>
     </message>
     <message>
+        <source>Leave list, filter, selection, server</source>
+        <translation>Liste, Filter, Auswahl, Server verlassen</translation>
+    </message>
+    <message>
+        <source>Newest event</source>
+        <translation>Neuestes Ereignis</translation>
+    </message>
+    <message>
+        <source>Menu of the row</source>
+        <translation>Menü der Zeile</translation>
+    </message>
+    <message>
         <source>Show all servers</source>
         <translation>Alle Server zeigen</translation>
     </message>
     <message>
         <source>Everything below is last known of %1. Nothing is sent later by itself; what you were writing is kept.</source>
         <translation>Alles darunter ist der letzte Stand von %1. Nichts wird später von selbst gesendet; was Sie schrieben, bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>The broker is back after %1 s.</source>
+        <translation>Der Broker ist nach %1 s wieder da.</translation>
+    </message>
+    <message>
+        <source>The broker is back after %1 min.</source>
+        <translation>Der Broker ist nach %1 min wieder da.</translation>
     </message>
     <message>
         <source>All actions and their keys</source>
@@ -2186,6 +2298,10 @@
     <message>
         <source>No line of the cart is selected.</source>
         <translation>Keine Zeile des Korbs ist ausgewählt.</translation>
+    </message>
+    <message>
+        <source>Candidates, last known: %1, %2 refused</source>
+        <translation>Kandidaten, letzter Stand: %1, abgelehnt %2</translation>
     </message>
     <message>
         <source>Candidates: %1 can take it, %2 refused</source>
@@ -2586,10 +2702,6 @@
         <translation>All diese anhalten?</translation>
     </message>
     <message>
-        <source>and %1 more</source>
-        <translation>und %1 weitere</translation>
-    </message>
-    <message>
         <source>No MCP runs</source>
         <translation>Keine MCP läuft</translation>
     </message>
@@ -2787,6 +2899,14 @@
         <translation>Strg+K  kolta …</translation>
     </message>
     <message>
+        <source>How the link is</source>
+        <translation>Zustand der Verbindung</translation>
+    </message>
+    <message>
+        <source>The user and his rights</source>
+        <translation>Der Benutzer und seine Rechte</translation>
+    </message>
+    <message>
         <source>What needs attention</source>
         <translation>Was Beachtung braucht</translation>
     </message>
@@ -2816,6 +2936,14 @@
     <message>
         <source>nothing needs attention</source>
         <translation>nichts braucht Beachtung</translation>
+    </message>
+    <message>
+        <source>Rights held</source>
+        <translation>Vorhandene Rechte</translation>
+    </message>
+    <message>
+        <source>Rights missing</source>
+        <translation>Fehlende Rechte</translation>
     </message>
     <message>
         <source>%1 of %2 rights</source>
@@ -2969,6 +3097,10 @@
     <message>
         <source>waiting for the next try</source>
         <translation>wartet auf den nächsten Versuch</translation>
+    </message>
+    <message>
+        <source>silent, no beat for %1 s</source>
+        <translation>still, seit %1 s kein Lebenszeichen</translation>
     </message>
 </context>
 <context>
@@ -3133,6 +3265,10 @@
     <message>
         <source>no beat for some seconds</source>
         <translation>seit Sekunden kein Lebenszeichen</translation>
+    </message>
+    <message>
+        <source>no beat for %1 s</source>
+        <translation>seit %1 s kein Lebenszeichen</translation>
     </message>
     <message>
         <source>this user may not read it</source>
@@ -3635,6 +3771,117 @@
     <message>
         <source>Nothing has been found yet.</source>
         <translation>Noch ist nichts gefunden.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ServerActions</name>
+    <message>
+        <source>Restart the server…</source>
+        <translation>Server neu starten…</translation>
+    </message>
+    <message>
+        <source>Restart %1? All that runs on it ends.</source>
+        <translation>%1 neu starten? Alles, was darauf läuft, endet.</translation>
+    </message>
+    <message>
+        <source>End the server…</source>
+        <translation>Server beenden…</translation>
+    </message>
+    <message>
+        <source>End %1? All that runs on it ends too.</source>
+        <translation>%1 beenden? Alles, was darauf läuft, endet auch.</translation>
+    </message>
+    <message>
+        <source>Show %1 alone</source>
+        <translation>Nur %1 zeigen</translation>
+    </message>
+    <message>
+        <source>No server is selected.</source>
+        <translation>Kein Server ist ausgewählt.</translation>
+    </message>
+    <message>
+        <source>%1 is away.</source>
+        <translation>%1 ist nicht da.</translation>
+    </message>
+    <message>
+        <source>Show the links</source>
+        <translation>Verbindungen zeigen</translation>
+    </message>
+    <message>
+        <source>Stop all on the server…</source>
+        <translation>Alles auf dem Server beenden…</translation>
+    </message>
+    <message>
+        <source>Nothing runs on %1.</source>
+        <translation>Auf %1 läuft nichts.</translation>
+    </message>
+    <message>
+        <source>Stop all that runs on %1?</source>
+        <translation>Alles beenden, was auf %1 läuft?</translation>
+    </message>
+    <message>
+        <source>Stop all</source>
+        <translation>Alles beenden</translation>
+    </message>
+    <message>
+        <source>Switch power…</source>
+        <translation>Strom schalten…</translation>
+    </message>
+    <message>
+        <source>End it</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>Restart</source>
+        <translation>Neu starten</translation>
+    </message>
+    <message>
+        <source>%1, operated by %2</source>
+        <translation>%1, bedient von %2</translation>
+    </message>
+    <message>
+        <source>No unit has a switch</source>
+        <translation>Keine Einheit hat einen Schalter</translation>
+    </message>
+    <message>
+        <source>Switch %1 off…</source>
+        <translation>%1 ausschalten…</translation>
+    </message>
+    <message>
+        <source>Switch %1 on</source>
+        <translation>%1 einschalten</translation>
+    </message>
+    <message>
+        <source>Switch %1 of %2 off? What runs on it may end.</source>
+        <translation>%1 von %2 ausschalten? Was darauf läuft, kann enden.</translation>
+    </message>
+    <message>
+        <source>Switch off</source>
+        <translation>Ausschalten</translation>
+    </message>
+    <message>
+        <source>%1: not asked for. %2</source>
+        <translation>%1: nicht verlangt. %2</translation>
+    </message>
+    <message>
+        <source>switch %1 on</source>
+        <translation>%1 einschalten</translation>
+    </message>
+    <message>
+        <source>switch %1 off</source>
+        <translation>%1 ausschalten</translation>
+    </message>
+    <message>
+        <source>stop all</source>
+        <translation>alles beenden</translation>
+    </message>
+    <message>
+        <source>end the server</source>
+        <translation>Server beenden</translation>
+    </message>
+    <message>
+        <source>restart the server</source>
+        <translation>Server neu starten</translation>
     </message>
 </context>
 <context>
