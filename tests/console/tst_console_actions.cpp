@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
 
 #include <stdexcept>
@@ -150,7 +151,7 @@ private Q_SLOTS:
         QTRY_VERIFY(running(QStringLiteral("S1")) > 0 && running(QStringLiteral("S2")) > 0);
         QVERIFY(actions.run(QStringLiteral("server-stop-all")));
         auto* const box = stage.window->findChild<QMessageBox*>();
-        QVERIFY(box && box->defaultButton() == box->button(QMessageBox::Cancel));
+        QVERIFY(box && box->buttonRole(box->defaultButton()) == QMessageBox::RejectRole);
         QVERIFY2(box->informativeText().contains(QLatin1String("MCP 1")), qPrintable(box->informativeText()));
         stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S2"));
         for (QAbstractButton* const button : box->buttons()) {
