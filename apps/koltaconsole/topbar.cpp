@@ -56,7 +56,7 @@ TopBar::TopBar(Session& session, QWidget* parent)
     m_user->setAccessibleName(tr("The user and his rights"));
     m_user->setProperty("badge", QStringLiteral("quiet"));
     for (QPushButton* const badge : {m_link, m_attention})
-        badge->setIconSize({14, 11});
+        badge->setIconSize({18, 11});
     m_attention->setAccessibleName(tr("What needs attention"));
     m_palette->setMinimumWidth(200);
     m_palette->setStyleSheet(QStringLiteral("text-align: left;"));
