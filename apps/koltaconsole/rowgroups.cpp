@@ -20,7 +20,12 @@ void RowIndex::setGrouping(Grouping grouping)
 {
     beginResetModel();
     m_grouping = std::move(grouping);
-    readAll();
+    m_groups.clear();
+    m_groupIds.clear();
+    for (int row = 0; row < static_cast<int>(m_entries.size()); ++row)
+        readGroup(row, m_entries[at(row)]);
+    m_isSorted = false;
+    arrange();
     endResetModel();
 }
 
@@ -75,7 +80,9 @@ void RowIndex::setFoldedNames(const QSet<QString>& names)
 {
     beginResetModel();
     m_folded = names;
-    readAll();
+    for (Group& group : m_groups)
+        group.isFolded = m_folded.contains(group.name);
+    arrange();
     endResetModel();
 }
 
@@ -98,6 +105,12 @@ int RowIndex::makeGroup(const QString& name)
     }
     m_groups.push_back(group);
     return id;
+}
+
+void RowIndex::readGroup(int sourceRow, Entry& entry)
+{
+    entry.group = isGrouped() ? makeGroup(m_grouping.nameOf(sourceRow)) : -1;
+    entry.isFree = isGrouped() && m_grouping.isFree && m_grouping.isFree(sourceRow);
 }
 
 void RowIndex::count(const Entry& entry, int number)

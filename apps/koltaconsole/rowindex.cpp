@@ -70,10 +70,7 @@ RowIndex::Entry RowIndex::read(int sourceRow)
 {
     Entry entry;
     entry.search = sourceModel()->index(sourceRow, 0).data(Kolta::ViewRoles::SearchRole).toString();
-    if (isGrouped()) {
-        entry.group = makeGroup(m_grouping.nameOf(sourceRow));
-        entry.isFree = m_grouping.isFree && m_grouping.isFree(sourceRow);
-    }
+    readGroup(sourceRow, entry);
     entry.isMatching = !m_filter || m_filter(sourceRow, entry.search);
     readKey(sourceRow, entry);
     return entry;

@@ -124,6 +124,7 @@ private:
     void hide(int place);
     void change(int sourceRow);
     int makeGroup(const QString& name);
+    void readGroup(int sourceRow, Entry& entry);
     void count(const Entry& entry, int number);
     void beginGroup(int group);
     void endEmptyGroups();
