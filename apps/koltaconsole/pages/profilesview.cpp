@@ -29,7 +29,7 @@ using Kolta::UserAction;
 QString objectionToShortTime(const Session& session, const QString& server, bool isThere, UserAction action)
 {
     if (session.isReadOnly())
-        return ProfilesView::tr("The console was started to look only.");
+        return session.whyReadOnly();
     if (!session.link().isUp)
         return ProfilesView::tr("It needs the link to the broker.");
     if (!isThere)
