@@ -336,6 +336,15 @@ const Kolta::IBranchSource* Session::branches() const
 #endif
 }
 
+int Session::nextTryMs() const
+{
+#ifdef KOLTA_WITH_DISTRIBUTION
+    return d->link && !m_link.isUp ? d->link->nextTryMs() : -1;
+#else
+    return -1;
+#endif
+}
+
 Kolta::KoltaServerInterface* Session::server(const QString& address) const
 {
     return KoltaServerRegistry::Instance().server(address);

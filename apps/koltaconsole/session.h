@@ -85,6 +85,8 @@ public:
     /// The broker's address, "simulated" without one, the file of a replay.
     const QString& url() const noexcept { return m_url; }
     const LinkState& link() const noexcept { return m_link; }
+    /// Milliseconds until the broker is tried again; -1 while it is there or nobody knows.
+    int nextTryMs() const;
     /// The link was there and is not any more: all there is to see was known last.
     bool isOutOfSight() const noexcept { return !m_link.isUp && m_link.wasUp; }
     bool isReadOnly() const noexcept { return m_isReadOnly; }

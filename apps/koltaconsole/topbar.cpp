@@ -16,6 +16,8 @@ namespace KoltaConsole {
 
 namespace {
 
+constexpr int kSecondMs = 1000;
+
 /// Makes a style sheet's conditions look at the property anew.
 void setLook(QWidget& widget, const char* property, const QVariant& value)
 {
@@ -74,6 +76,7 @@ TopBar::TopBar(Session& session, QWidget* parent)
     connect(m_user, &QPushButton::clicked, this, &TopBar::showRights);
     connect(m_palette, &QPushButton::clicked, this, &TopBar::si_PaletteWanted);
     connect(&session, &Session::si_LinkChanged, this, &TopBar::showLink);
+    connect(&m_counting, &QTimer::timeout, this, &TopBar::showLink);
     connect(&session, &Session::si_FactsChanged, this, &TopBar::showAttention);
     connect(&session, &Session::si_UserChanged, this, &TopBar::showUser);
     connect(&Theme::instance(), &Theme::si_Changed, this, &TopBar::showAttention);
@@ -81,6 +84,13 @@ TopBar::TopBar(Session& session, QWidget* parent)
     showLink();
     showAttention();
     showUser();
+}
+
+/// Behind what is said of a link that is down.
+QString TopBar::nextTry() const
+{
+    const int left = m_session.nextTryMs();
+    return left < 0 ? QString() : tr(", next try in %1 s").arg((left + kSecondMs - 1) / kSecondMs);
 }
 
 void TopBar::showLink()
@@ -94,9 +104,13 @@ void TopBar::showLink()
     else if (link.isUp)
         m_link->setText(tr("broker up since %1").arg(since));
     else if (link.wasUp)
-        m_link->setText(tr("broker gone since %1").arg(since));
+        m_link->setText(tr("broker gone since %1%2").arg(since, nextTry()));
     else
-        m_link->setText(tr("no broker yet: %1").arg(link.text));
+        m_link->setText(tr("no broker yet: %1%2").arg(link.text, nextTry()));
+    if (link.isUp)
+        m_counting.stop();
+    else if (!m_counting.isActive())
+        m_counting.start(kSecondMs);
     const Mark mark = link.isUp ? Mark::Disc : link.wasUp ? Mark::Octagon : Mark::Half;
     m_link->setIcon(markIcon(mark, m_session.isOutOfSight() ? Role::Alarm : Role::InUse));
     m_link->setToolTip(link.text);

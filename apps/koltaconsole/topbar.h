@@ -25,6 +25,7 @@ Q_SIGNALS:
 
 private:
     void showLink();
+    QString nextTry() const;
     void showAttention();
     void showUser();
     void showRights();
@@ -35,6 +36,7 @@ private:
     QPushButton* m_attention;
     QPushButton* m_palette;
     QPushButton* m_user;
+    QTimer m_counting; ///< while the link is down
 };
 
 } // namespace KoltaConsole

@@ -72,9 +72,11 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
 {
     QVector<Kolta::BranchFigures> result;
     const bool isUp = m_link.isOnline();
-    result.append({m_broker, QString(), isUp ? State::Up : State::Waiting,
-                   isUp ? tr("up") : tr("waiting for the next try"), m_line.liveSince, -1, 0,
-                   m_line.reconnections, m_line.lastFault});
+    const int nextTryMs = m_link.nextTryMs();
+    const QString waiting =
+        nextTryMs < 0 ? tr("waiting for the next try") : tr("next try in %1 s").arg((nextTryMs + 999) / 1000);
+    result.append({m_broker, QString(), isUp ? State::Up : State::Waiting, isUp ? tr("up") : waiting,
+                   m_line.liveSince, -1, 0, m_line.reconnections, m_line.lastFault});
     for (const distribution::BranchStatus& branch : m_link.branches()) {
         const Past past = m_pasts.value(branch.name);
         auto [state, text] = looksOf(branch.state);

@@ -69,6 +69,8 @@ public:
     /// The time in which the messages come: whoever waits for them, or takes their absence for a sign, waits
     /// by it. The machine's, unless the carrier plays another one. It lives as long as the carrier.
     virtual Startup::Clock& GetClock() const;
+    /// Milliseconds until a connection that is down is tried again; -1 while none is planned.
+    virtual int GetNextTryMs() const { return -1; }
 
     /// The connection is up; a larger payload than `maximumPayload` bytes is not taken by the broker.
     std::function<void(std::size_t maximumPayload)> onUp;

@@ -55,6 +55,7 @@ public:
     QStringList GetBranches() const;
     /// Of the carrier's clock.
     qint64 GetNowMs() const;
+    int GetNextTryMs() const { return m_carrier->GetNextTryMs(); }
     /// What mirrors of these branches would have to hear at which times of that clock to be where these are
     /// now, in the order of the times.
     std::vector<TimedMessage> GetJoin() const;

@@ -32,6 +32,7 @@ public:
     void Publish(Publication publication) override;
     void Subscribe(const Bytes& filter) override;
     void Unsubscribe(const Bytes& filter) override;
+    int GetNextTryMs() const override { return m_retry.remainingTime(); }
 
     const MqttOptions& GetOptions() const noexcept { return m_options; }
     /// For values::Weak.

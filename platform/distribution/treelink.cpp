@@ -176,6 +176,11 @@ bool TreeLink::isOnline() const
     return m_mirrors && m_mirrors->IsUp();
 }
 
+int TreeLink::nextTryMs() const
+{
+    return m_mirrors ? m_mirrors->GetNextTryMs() : -1;
+}
+
 QVector<BranchStatus> TreeLink::branches() const
 {
     QVector<BranchStatus> all;

@@ -71,6 +71,8 @@ public:
     void mirror(const QStringList& branches);
 
     bool isOnline() const;
+    /// Milliseconds until the broker is tried again; -1 while none is planned.
+    int nextTryMs() const;
     /// What is played here; null when the messages come from a broker.
     Replay* replay() const noexcept { return m_options.replay.get(); }
     /// By name.

@@ -261,7 +261,7 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     if (!facts.units.isEmpty()) {
         QRect rest = line(69).adjusted(width, 0, 0, 0);
         rest.adjust(drawText(painter, rest, Qt::AlignLeft, QStringLiteral(" · ")), 0, 0, 0);
-        if (facts.areUnitsMissing)
+        if (facts.areUnitsMissing && !facts.isStale())
             drawLook(painter, rest, {Mark::Triangle, Role::Attention, tr("%1 units").arg(facts.units), true},
                      false);
         else

@@ -2915,16 +2915,20 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Befehlspalette</translation>
     </message>
     <message>
+        <source>, next try in %1 s</source>
+        <translation>, nächster Versuch in %1 s</translation>
+    </message>
+    <message>
         <source>broker up since %1</source>
         <translation>Broker da seit %1</translation>
     </message>
     <message>
-        <source>broker gone since %1</source>
-        <translation>Broker fort seit %1</translation>
+        <source>broker gone since %1%2</source>
+        <translation>Broker fort seit %1%2</translation>
     </message>
     <message>
-        <source>no broker yet: %1</source>
-        <translation>noch kein Broker: %1</translation>
+        <source>no broker yet: %1%2</source>
+        <translation>noch kein Broker: %1%2</translation>
     </message>
     <message numerus="yes">
         <source>%n need(s) attention</source>
@@ -3097,6 +3101,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>waiting for the next try</source>
         <translation>wartet auf den nächsten Versuch</translation>
+    </message>
+    <message>
+        <source>next try in %1 s</source>
+        <translation>nächster Versuch in %1 s</translation>
     </message>
     <message>
         <source>silent, no beat for %1 s</source>
