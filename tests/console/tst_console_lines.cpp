@@ -1,5 +1,6 @@
 #include "consoletest.h"
 
+#include <koltaconsole/installationtree.h>
 #include <koltaconsole/orderdraft.h>
 #include <koltaconsole/pages/assignmentsview.h>
 #include <koltaconsole/pages/conversionsview.h>
@@ -10,6 +11,8 @@
 #include <koltaconsole/pages/profilesview.h>
 #include <koltaconsole/pages/shorttimemaps.h>
 #include <koltaconsole/pages/shorttimepage.h>
+
+#include <koltacommon/koltaserverinterface.h>
 
 #include <QCheckBox>
 #include <QLineEdit>
@@ -23,6 +26,9 @@ using namespace KoltaConsole;
 namespace {
 
 constexpr int kPatienceMs = 20000;
+/// Behind a line, it ends what that one prints.
+constexpr char kEnd[] = "\nmove --help";
+constexpr char kMark[] = "GUID or name of the MCP";
 
 /// `kolta shell` on the same installation.
 class Shell
@@ -50,6 +56,16 @@ public:
     {
         return QTest::qWaitFor([&] { return told().contains(QString::fromUtf8(text)); }, kPatienceMs);
     }
+    /// Whether what the line lists becomes free of the word: the shell hears of it by a way of its own.
+    bool loses(const QString& line, const QString& word)
+    {
+        return QTest::qWaitFor(
+            [&] {
+                type(line + QLatin1String(kEnd));
+                return tells(kMark) && !told().contains(word);
+            },
+            kPatienceMs);
+    }
     const QString& told() { return m_told += QString::fromUtf8(m_process.readAll()); }
 
 private:
@@ -71,6 +87,7 @@ private Q_SLOTS:
     void shortTimeData();
     /// What begins or shows nothing by itself.
     void ofPages();
+    void ofServers();
 
 private:
     QString line(const char* id) const
@@ -235,6 +252,7 @@ void TestLines::shortTimeData()
     const QString save = shown.commandLine();
     QTRY_VERIFY(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 1")));
     map<Profiles>("Profiles").EraseAt(QStringLiteral("O'Hara 1"));
+    QVERIFY(m_shell->loses(QStringLiteral("kolta profiles list"), QStringLiteral("O'Hara 1")));
     again(save);
     QTRY_VERIFY2_WITH_TIMEOUT(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 1")),
                               qPrintable(m_shell->told()), kPatienceMs);
@@ -252,6 +270,7 @@ void TestLines::shortTimeData()
     QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
     const auto sent = map<Assignments>("Assignments").data().begin()->second;
     map<Assignments>("Assignments").EraseAt(sent.ffpGuid);
+    QVERIFY(m_shell->loses(QStringLiteral("kolta assignments list"), sent.profiles.value(0)));
     again(assign);
     QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
     QCOMPARE(map<Assignments>("Assignments").data().begin()->second.profiles, sent.profiles);
@@ -295,10 +314,9 @@ void TestLines::shortTimeData()
 
 void TestLines::ofPages()
 {
-    const QString end = QStringLiteral("\nmove --help"); // ends what a line prints
-    const char* const mark = "GUID or name of the MCP";
+    const QLatin1String end(kEnd);
     m_shell->type(QStringLiteral("kolta status") + end);
-    QVERIFY(m_shell->tells(mark));
+    QVERIFY(m_shell->tells(kMark));
     for (const QString& id : pageIds()) {
         Page& shown = page<Page>(qPrintable(id));
         for (const char* const server : {"", "S1"}) {
@@ -308,11 +326,35 @@ void TestLines::ofPages()
                 wanted.startsWith(QStringLiteral("kolta watch"))) // do something, and have no end
                 continue;
             m_shell->type(wanted + end);
-            QVERIFY(m_shell->tells(mark));
+            QVERIFY(m_shell->tells(kMark));
             QVERIFY2(!m_shell->told().contains(QStringLiteral("kolta:")),
                      qPrintable(wanted + QLatin1Char('\n') + m_shell->told()));
         }
     }
+}
+
+void TestLines::ofServers()
+{
+    const auto run = [this](const char* id) {
+        m_tried.insert(QLatin1String(id));
+        QCOMPARE(m_stage->window->actions().enabledBecause(QLatin1String(id)), QString());
+        m_shell->type(line(id));
+    };
+    m_stage->window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S1"));
+    QVERIFY(running("MCP 2"));
+    run("server-stop-all");
+    QTRY_VERIFY2_WITH_TIMEOUT(!running("MCP 2"), qPrintable(m_shell->told()), kPatienceMs);
+    Session& session = *m_stage->session;
+    const auto isWell = [&] { return !session.factsOf(QStringLiteral("S1")).isStale(); };
+    bool hasBegunAnew = false;
+    connect(session.server(QStringLiteral("S1")), &Kolta::KoltaServerInterface::si_StateChanged, this,
+            [&] { hasBegunAnew = true; });
+    run("server-reset");
+    QTRY_VERIFY2_WITH_TIMEOUT(hasBegunAnew, qPrintable(m_shell->told()), kPatienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_stage->window->actions().enabledBecause(QStringLiteral("server-quit")),
+                              QString(), kPatienceMs);
+    run("server-quit");
+    QTRY_VERIFY2_WITH_TIMEOUT(!isWell(), qPrintable(m_shell->told()), kPatienceMs);
     const ActionTable& actions = m_stage->window->actions();
     for (const QString& id : actions.ids())
         QVERIFY2(!actions.find(id)->line || m_tried.contains(id),

@@ -6,6 +6,7 @@
 #include <support/installation.h>
 #include <support/test.h>
 
+#include <startup/hostandport.h>
 #include <xmlmessaging/converters.h>
 
 #include <csignal>
@@ -65,8 +66,9 @@ void TestKoltaSim::servesUntilInterrupted()
     QProcess program;
     const QString where = startServer(program, {"--listen"_s, listen, "--activity"_s, "--period"_s, "5"_s,
                                                 "--misbehave"_s, "twice,component=Statistics"_s});
-    RawClient client(QHostAddress(where.section(QLatin1Char(':'), 0, -2)),
-                     where.section(QLatin1Char(':'), -1).toUShort());
+    QString host, port;
+    QVERIFY(Startup::splitHostAndPort(where, host, port));
+    RawClient client(QHostAddress(host), port.toUShort());
     client.send(KoltaSimulation::makeStatisticsQuery());
     QTRY_COMPARE(client.messages.size(), 2);
     client.send(XmlCommunication::CEventFilterConverter::makeFragment("Resources"_s));
