@@ -1,5 +1,7 @@
 #include "orderdraft.h"
 
+#include <koltacommon/guidtext.h>
+
 #include <QSettings>
 
 namespace KoltaConsole {
@@ -28,7 +30,7 @@ ProductionOrder readOrder(const QSettings& settings)
     order.tunerGuid = settings.value(QStringLiteral("tuner")).toString();
     order.frequency = settings.value(QStringLiteral("frequency")).toDouble();
     order.bandwidth = settings.value(QStringLiteral("bandwidth")).toDouble();
-    order.mcp = QUuid(settings.value(QStringLiteral("mcp")).toString());
+    order.mcp = Kolta::guidFromText(settings.value(QStringLiteral("mcp")).toString());
     order.demandClass = settings.value(QStringLiteral("demandClass")).toString();
     order.storageGuids = settings.value(QStringLiteral("storage")).toStringList();
     order.displayName = settings.value(QStringLiteral("name")).toString();

@@ -181,7 +181,7 @@ void OrderForm::fill(QComboBox& box, const Choices& choices, const QString& valu
     int place = box.findData(value);
     if (place < 0 && !value.isEmpty()) {
         place = box.count();
-        box.addItem(QUuid(value).isNull() ? tr("%1 (not there)").arg(value) : tr("(not there)"), value);
+        box.addItem(Kolta::isGuid(value) ? tr("(not there)") : tr("%1 (not there)").arg(value), value);
     }
     box.setCurrentIndex(qMax(0, place));
 }
