@@ -3,8 +3,10 @@
 #include "session.h"
 #include "stateitemdelegate.h"
 
+#include <koltacommon/processormodel.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassmodel.h>
+#include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 
 #include <QContextMenuEvent>
@@ -18,6 +20,17 @@ namespace Roles = Kolta::ViewRoles;
 using Kolta::TunerBookingManager;
 using Kolta::TunerClassModel;
 
+namespace {
+
+constexpr int kReadMs = 250; ///< what runs, at most so often
+
+bool isTuner(const QModelIndex& index)
+{
+    return index.data(Roles::StateRole).isValid();
+}
+
+} // namespace
+
 InstallationModel::InstallationModel(Session& session, QObject* parent)
     : QSortFilterProxyModel(parent), m_session(session)
 {
@@ -28,6 +41,22 @@ InstallationModel::InstallationModel(Session& session, QObject* parent)
         if (rowCount() > 0)
             Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, 1));
     });
+    m_reading.setSingleShot(true);
+    m_reading.setInterval(kReadMs);
+    connect(&m_reading, &QTimer::timeout, this, [this] {
+        m_running = runningOnTuners(m_session.processors());
+        Q_EMIT si_RunningChanged();
+    });
+    const auto read = [this] {
+        if (!m_reading.isActive())
+            m_reading.start();
+    };
+    const QAbstractItemModel* const processors = &session.processors();
+    connect(processors, &QAbstractItemModel::dataChanged, this, read);
+    connect(processors, &QAbstractItemModel::modelReset, this, read);
+    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(processors, signal, this, read);
+    read();
 }
 
 bool InstallationModel::filterAcceptsRow(int row, const QModelIndex& parent) const
@@ -51,8 +80,48 @@ std::optional<Look> InstallationModel::lookOf(const QModelIndex& index) const
         return std::nullopt;
     if (!index.parent().isValid())
         return m_session.factsOf(index.sibling(index.row(), 0).data().toString()).look();
-    const QVariant state = index.sibling(index.row(), 0).data(Roles::StateRole);
-    return state.isValid() ? std::optional<Look>(tunerLook(state.toInt())) : std::nullopt;
+    const QModelIndex row = index.sibling(index.row(), 0);
+    if (!isTuner(row))
+        return std::nullopt;
+    Look look = tunerLook(row.data(Roles::StateRole).toInt());
+    if (const double centre = runningAt(row).centre; centre > 0)
+        look.word = Kolta::hertzToText(centre);
+    return look;
+}
+
+/// Nothing while it is planned alone, or nobody knows who has it.
+RunningOnTuner InstallationModel::runningAt(const QModelIndex& tuner) const
+{
+    if (tuner.data(Roles::StateRole).toInt() != TunerBookingManager::eInUse)
+        return {};
+    const QString name = QSortFilterProxyModel::data(tuner.sibling(tuner.row(), 0)).toString();
+    return m_running.value(keyOfTuner(tuner.data(Roles::ServerRole).toString(), name));
+}
+
+QString InstallationModel::toolTipOf(const QModelIndex& tuner) const
+{
+    const QString name = QSortFilterProxyModel::data(tuner.sibling(tuner.row(), 0)).toString();
+    const QString state = tunerLook(tuner.data(Roles::StateRole).toInt()).word;
+    const QString holder = tuner.data(Roles::HolderRole).toString();
+    return holder.isEmpty() ? tr("Tuner %1, %2").arg(name, state)
+                            : tr("Tuner %1, %2: %3").arg(name, state, holder);
+}
+
+QStringList InstallationModel::classesAt(const QModelIndex& index) const
+{
+    QStringList names;
+    if (!index.parent().isValid() || isTuner(index))
+        return names;
+    QVector<QModelIndex> due{mapToSource(index.sibling(index.row(), 0))};
+    while (!due.isEmpty()) {
+        const QModelIndex place = due.takeLast();
+        if (isTuner(place))
+            continue;
+        names.append(place.data(Roles::GroupRole).toString());
+        for (int row = 0; row < sourceModel()->rowCount(place); ++row)
+            due.append(sourceModel()->index(row, 0, place));
+    }
+    return names;
 }
 
 QVariant InstallationModel::data(const QModelIndex& index, int role) const
@@ -66,6 +135,13 @@ QVariant InstallationModel::data(const QModelIndex& index, int role) const
         const QString free = QSortFilterProxyModel::data(index, role).toString();
         return free.isEmpty() ? QVariant() : tr("%1 free").arg(free);
     }
+    if (role == Qt::DisplayRole && isTuner(index)) {
+        const QString name = runningAt(index).name;
+        if (!name.isEmpty())
+            return name;
+    }
+    if (role == Qt::ToolTipRole && isTuner(index))
+        return toolTipOf(index);
     return QSortFilterProxyModel::data(index, role);
 }
 
@@ -86,6 +162,7 @@ InstallationTree::InstallationTree(Session& session, QWidget* parent)
     header()->setMinimumSectionSize(60);
     header()->resizeSection(1, 136);
     setAccessibleName(tr("The installation"));
+    connect(&m_model, &InstallationModel::si_RunningChanged, viewport(), qOverload<>(&QWidget::update));
 }
 
 void InstallationTree::selectServer(const QString& address)
@@ -106,6 +183,7 @@ void InstallationTree::selectionChanged(const QItemSelection& selected, const QI
 {
     QTreeView::selectionChanged(selected, deselected);
     QModelIndex server = selectionModel()->selectedIndexes().value(0);
+    Q_EMIT si_ClassesSelected(server.isValid() ? m_model.classesAt(server) : QStringList());
     while (server.parent().isValid())
         server = server.parent();
     Q_EMIT si_ServerSelected(server.isValid() ? server.sibling(server.row(), 0).data().toString()

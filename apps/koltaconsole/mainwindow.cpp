@@ -141,6 +141,7 @@ void MainWindow::connectAll()
 {
     connect(m_tabs, &QTabWidget::currentChanged, this, &MainWindow::showTab);
     connect(m_tree, &InstallationTree::si_ServerSelected, this, &MainWindow::showServer);
+    connect(m_tree, &InstallationTree::si_ClassesSelected, this, &MainWindow::showClasses);
     connect(m_attention, &AttentionList::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
     connect(m_top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
@@ -371,6 +372,7 @@ Page* MainWindow::pageAt(int tab)
                             .toString());
     if (m_isRemembered)
         page->restore(QSettings());
+    page->showClasses(m_classes);
     if (!m_server.isEmpty())
         page->showServer(m_server);
     connect(page, &Page::si_ServerWanted, m_tree, &InstallationTree::selectServer);
@@ -458,6 +460,15 @@ void MainWindow::showServer(const QString& address)
     for (Page* const page : qAsConst(m_pages)) {
         if (page)
             page->showServer(address);
+    }
+}
+
+void MainWindow::showClasses(const QStringList& names)
+{
+    m_classes = names;
+    for (Page* const page : qAsConst(m_pages)) {
+        if (page)
+            page->showClasses(names);
     }
 }
 

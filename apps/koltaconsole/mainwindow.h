@@ -66,6 +66,7 @@ private:
     void showBanner();
     void showCommandLine(const QString& line);
     void showServer(const QString& address);
+    void showClasses(const QStringList& names);
     void restore(const QString& page);
     void save() const;
 
@@ -86,6 +87,7 @@ private:
     Palette* m_palette;
     QVector<Page*> m_pages; ///< by tab; null until shown
     QString m_server;
+    QStringList m_classes;
     QDateTime m_goneSince; ///< that the link is down; invalid while it is up
     QTimer m_welcome;      ///< while the banner tells that it is back
 };

@@ -1,5 +1,6 @@
 #include "consoletest.h"
 
+#include <koltaconsole/installationtree.h>
 #include <koltaconsole/pages/overviewpage.h>
 #include <koltaconsole/pages/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
@@ -50,6 +51,33 @@ private Q_SLOTS:
         QCOMPARE(cards->current(), QStringLiteral("S1"));
         QTest::keyClick(cards, Qt::Key_Return);
         QTRY_COMPARE(cards->count(), 1);
+    }
+
+    /// The tree tells what runs where, and what is chosen in it narrows the page.
+    void tree()
+    {
+        Options options;
+        options.page = QStringLiteral("tuners");
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        const QAbstractItemModel& model = *stage.window->findChild<InstallationTree*>()->model();
+        const auto find = [&model](const char* text) {
+            return model
+                .match(model.index(0, 0), Qt::DisplayRole, QLatin1String(text), 1,
+                       Qt::MatchExactly | Qt::MatchRecursive)
+                .value(0);
+        };
+        QTRY_VERIFY(find("MCP 1").isValid());
+        const QModelIndex running = find("MCP 1");
+        QVERIFY(running.sibling(running.row(), 1).data().toString().endsWith(QLatin1String("Hz")));
+        QVERIFY(running.data(Qt::ToolTipRole).toString().contains(QLatin1String("'MCP 1'")));
+        const RowIndex& rows = static_cast<TunersPage*>(stage.window->currentPage())->rows();
+        stage.window->findChild<InstallationTree*>()->setCurrentIndex(running.parent());
+        QVERIFY(rows.rowCount() > 0 && rows.rowCount() < 26);
+        for (int row = 0; row < rows.rowCount(); ++row)
+            QCOMPARE(rows.index(row, Kolta::TunerModel::eClassColumn).data(), running.parent().data());
+        stage.window->actions().run(QStringLiteral("all-servers"));
+        QCOMPARE(rows.rowCount(), 130);
     }
 
     /// Filter, order and selection outlive a server's absence; the selected row stays the same tuner.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
 
 class QLineEdit;
@@ -27,6 +28,8 @@ public:
     virtual QString commandLine() const = 0;
     /// Shows only what belongs to that server; empty: all.
     virtual void showServer(const QString& /*address*/) {}
+    /// Shows only tuners of these classes, where it shows tuners at all; empty: all.
+    virtual void showClasses(const QStringList& /*names*/) {}
     /// What of its layout is remembered beside the filter line, below its own name.
     virtual void save(QSettings& /*settings*/) const {}
     virtual void restore(const QSettings& /*settings*/) {}

@@ -1,9 +1,9 @@
 #include "tunerlanes.h"
 
 #include "../rowindex.h"
+#include "../runningontuners.h"
 #include "../session.h"
 
-#include <koltacommon/processormodel.h>
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
 
@@ -18,38 +18,10 @@
 namespace KoltaConsole {
 
 namespace Roles = Kolta::ViewRoles;
-using Kolta::ProcessorModel;
 using Kolta::TunerBookingManager;
 using Kolta::TunerModel;
 
 namespace {
-
-struct Band
-{
-    double centre = 0.0;
-    double width = 0.0;
-};
-
-/// Two tuners of one server may have the same name; then both show the band.
-QString placeOf(const QString& server, const QString& tuner)
-{
-    return server + QLatin1Char('\n') + tuner;
-}
-
-/// What runs, by server and tuner. What is within another processor lies in its band.
-void readBands(const ProcessorModel& model, const QModelIndex& parent, QHash<QString, Band>& bands)
-{
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        const auto cell = [&](int column) { return model.index(row, column, parent); };
-        const QString tuner = cell(ProcessorModel::eTunerColumn).data().toString();
-        const double centre = cell(ProcessorModel::eFrequencyColumn).data(Roles::SortRole).toDouble();
-        const QString place = placeOf(cell(ProcessorModel::eServerColumn).data().toString(), tuner);
-        if (!tuner.isEmpty() && centre > 0 && !bands.contains(place))
-            bands.insert(place,
-                         {centre, cell(ProcessorModel::eBandwidthColumn).data(Roles::SortRole).toDouble()});
-        readBands(model, cell(0), bands);
-    }
-}
 
 /// Those that are shown in their order, then those in folded groups.
 std::vector<int> matchingRows(const RowIndex& rows)
@@ -88,8 +60,7 @@ QString tunerGroupOf(const TunerModel& model, int row, TunerGroups groups)
 
 QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups groups)
 {
-    QHash<QString, Band> bands;
-    readBands(session.processors(), {}, bands);
+    const QHash<QString, RunningOnTuner> running = runningOnTuners(session.processors());
     const TunerModel& model = session.tuners();
     std::unordered_map<QString, Lane> byName;
     for (const int row : matchingRows(rows)) {
@@ -103,9 +74,9 @@ QVector<Lane> lanesOf(const Session& session, const RowIndex& rows, TunerGroups 
         tuner.state = index.data(Roles::StateRole).toInt();
         tuner.isStale = session.isOutOfSight() || index.data(Roles::StaleRole).toBool();
         // Of most there is none to be looked for.
-        if (tuner.state != TunerBookingManager::eFree && !bands.isEmpty()) {
-            const Band band =
-                bands.value(placeOf(index.data(Roles::ServerRole).toString(), index.data().toString()));
+        if (tuner.state != TunerBookingManager::eFree && !running.isEmpty()) {
+            const RunningOnTuner band =
+                running.value(keyOfTuner(index.data(Roles::ServerRole).toString(), index.data().toString()));
             tuner.centre = band.centre;
             tuner.width = band.width;
         }

@@ -185,13 +185,16 @@ void TunersPage::makeTable()
 void TunersPage::applyFilter()
 {
     m_words = FilterWords(m_filter->text());
-    if (m_words.isEmpty() && m_only.isEmpty()) {
+    if (m_words.isEmpty() && m_only.isEmpty() && m_classes.isEmpty()) {
         m_rows.setFilter({});
         return;
     }
     const TunerModel& model = session().tuners();
     m_rows.setFilter([this, &model](int row, const QString& search) {
         if (!m_only.isEmpty() && model.index(row, 0).data(Roles::ServerRole).toString() != m_only)
+            return false;
+        if (!m_classes.isEmpty() &&
+            !m_classes.contains(model.index(row, TunerModel::eClassColumn).data().toString()))
             return false;
         FilterWords::Band band;
         if (m_words.wantsBand()) {
@@ -281,8 +284,11 @@ void TunersPage::writeCount()
         m_count->setText(tr("No tuner matches \"%1\"").arg(m_filter->text()));
     else if (shown == all)
         m_count->setText(tr("%Ln tuner(s)", nullptr, all));
-    else
+    else if (m_classes.isEmpty())
         m_count->setText(tr("%1 of %2 tuners").arg(locale.toString(shown), locale.toString(all)));
+    else
+        m_count->setText(tr("%1 of %2 tuners, class %3 alone")
+                             .arg(locale.toString(shown), locale.toString(all), m_classes.first()));
 }
 
 /// A hidden page counts nothing.
@@ -369,6 +375,14 @@ void TunersPage::showServer(const QString& address)
     m_only = address;
     applyFilter();
     Q_EMIT si_CommandLineChanged();
+}
+
+void TunersPage::showClasses(const QStringList& names)
+{
+    if (m_classes == names)
+        return;
+    m_classes = names;
+    applyFilter();
 }
 
 } // namespace KoltaConsole

@@ -28,6 +28,7 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
+    void showClasses(const QStringList& names) override;
     void save(QSettings& settings) const override;
     void restore(const QSettings& settings) override;
     QLineEdit* filterLine() const override { return m_filter; }
@@ -69,7 +70,8 @@ private:
     QTimer m_following; ///< of the lanes
     bool m_isGrouped = false;
     QString m_only;
-    QString m_currentKey; ///< of the selected row, over a reset
+    QStringList m_classes; ///< the chosen one, then those within it; empty: all
+    QString m_currentKey;  ///< of the selected row, over a reset
     int m_topRow = 0;
 };
 

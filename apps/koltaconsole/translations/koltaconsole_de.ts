@@ -596,6 +596,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>%1 ms</source>
         <translation>%1 ms</translation>
     </message>
+    <message>
+        <source>Last beat</source>
+        <translation>Letztes Zeichen</translation>
+    </message>
 </context>
 <context>
     <name>Kolta::MapOperation</name>
@@ -1369,6 +1373,22 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>out of reach</source>
         <translation>nicht erreichbar</translation>
     </message>
+    <message>
+        <source>before %1</source>
+        <translation>vor %1</translation>
+    </message>
+    <message>
+        <source>no processor shown</source>
+        <translation>kein Prozessor gezeigt</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>Adresse</translation>
+    </message>
+    <message>
+        <source>Options</source>
+        <translation>Optionen</translation>
+    </message>
 </context>
 <context>
     <name>Kolta::TunerNeeds</name>
@@ -1869,6 +1889,14 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>%1 free</source>
         <translation>%1 frei</translation>
+    </message>
+    <message>
+        <source>Tuner %1, %2</source>
+        <translation>Tuner %1, %2</translation>
+    </message>
+    <message>
+        <source>Tuner %1, %2: %3</source>
+        <translation>Tuner %1, %2: %3</translation>
     </message>
 </context>
 <context>
@@ -3195,6 +3223,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>No groups</source>
         <translation>Ohne Gruppen</translation>
+    </message>
+    <message>
+        <source>%1 of %2 tuners, class %3 alone</source>
+        <translation>%1 von %2 Tunern, nur Klasse %3</translation>
     </message>
 </context>
 <context>
