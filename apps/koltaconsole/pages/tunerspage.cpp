@@ -177,8 +177,10 @@ void TunersPage::makeTable()
     m_table->setAccessibleName(tr("Tuners"));
     QHeaderView* const header = m_table->header();
     header->moveSection(header->visualIndex(TunerModel::eStateColumn), 1);
-    setColumnWidths(*m_table, {130, 130, 110, 145, 96, 142, 140, 100});
-    m_table->setColumnHidden(TunerModel::eTypeColumn, true);
+    setColumnWidths(*m_table, {130, 130, 110, 145, 96, 120, 145, 122, 100, 130});
+    for (const int column : {TunerModel::eTypeColumn, TunerModel::eAddressColumn, TunerModel::eOptionsColumn})
+        m_table->setColumnHidden(column, true);
+    offerColumns(*m_table);
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &TunersPage::tellCurrent);
 }
 
@@ -352,12 +354,14 @@ void TunersPage::save(QSettings& settings) const
     settings.setValue(QStringLiteral("tuners/groups"), m_groups->currentIndex());
     settings.setValue(QStringLiteral("tuners/grouped"), m_isGrouped);
     settings.setValue(QStringLiteral("tuners/folded"), QStringList(m_rows.folded().values()));
+    saveColumns(settings, QStringLiteral("tuners"), *m_table);
 }
 
 void TunersPage::restore(const QSettings& settings)
 {
     const QStringList folded = settings.value(QStringLiteral("tuners/folded")).toStringList();
     m_rows.setFoldedNames(QSet<QString>(folded.begin(), folded.end()));
+    restoreColumns(settings, QStringLiteral("tuners"), *m_table);
     m_isGrouped = settings.value(QStringLiteral("tuners/grouped")).toBool();
     m_groups->setCurrentIndex(
         qBound(0, settings.value(QStringLiteral("tuners/groups")).toInt(), m_groups->count() - 1));

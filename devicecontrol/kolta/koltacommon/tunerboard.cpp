@@ -173,6 +173,7 @@ void TunerBoard::rebuildTuners(const QVector<Tuner>& tuners)
     m_lateStates.clear();
     QHash<QString, int> numbers; // of those with one GUID
     QSet<QString> keys;
+    const QDateTime now = QDateTime::currentDateTime();
     for (const Tuner& tuner : tuners) {
         const QString& guid = ResourceGuid::of(tuner);
         QString key = guid;
@@ -183,8 +184,10 @@ void TunerBoard::rebuildTuners(const QVector<Tuner>& tuners)
         TunerEntry entry = before.take(key);
         entry.key = key;
         entry.record = tuner;
-        if (!isKnown)
+        if (!isKnown) {
             entry.state = stateOf(entry);
+            entry.seen = now;
+        }
         m_tuners.push_back(std::move(entry));
     }
     m_counts.fill(0);
@@ -327,7 +330,8 @@ bool TunerBoard::takeState(TunerEntry& entry)
     --m_counts[static_cast<std::size_t>(entry.state)];
     ++m_counts[static_cast<std::size_t>(now)];
     entry.state = now;
-    entry.since = m_isFirstLook ? QDateTime() : QDateTime::currentDateTime();
+    entry.seen = QDateTime::currentDateTime();
+    entry.since = m_isFirstLook ? QDateTime() : entry.seen;
     return true;
 }
 

@@ -33,6 +33,7 @@ struct TunerEntry
     QString user;    ///< "MCP 3, operator", or "planned here"; empty when nobody is known
     QString holder;  ///< the same in full
     QDateTime since; ///< when the state began; invalid unless that was seen
+    QDateTime seen;  ///< otherwise when it was seen first, so that it began before
 
     /// What the entry says for a role of ViewRoles.
     QVariant value(int role) const;

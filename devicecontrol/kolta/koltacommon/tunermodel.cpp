@@ -24,7 +24,9 @@ constexpr ModelColumn kColumns[] = {{QT_TRANSLATE_NOOP("Kolta::TunerModel", "Tun
                                     {QT_TRANSLATE_NOOP("Kolta::TunerModel", "State"), false},
                                     {QT_TRANSLATE_NOOP("Kolta::TunerModel", "Used by"), false},
                                     {QT_TRANSLATE_NOOP("Kolta::TunerModel", "Since"), false},
-                                    {QT_TRANSLATE_NOOP("Kolta::TunerModel", "Server"), false}};
+                                    {QT_TRANSLATE_NOOP("Kolta::TunerModel", "Server"), false},
+                                    {QT_TRANSLATE_NOOP("Kolta::TunerModel", "Address"), false},
+                                    {QT_TRANSLATE_NOOP("Kolta::TunerModel", "Options"), false}};
 
 /// What the columns show differently.
 ColumnSet differenceOf(const TunerEntry& a, const TunerEntry& b)
@@ -33,8 +35,9 @@ ColumnSet differenceOf(const TunerEntry& a, const TunerEntry& b)
     const auto note = [&columns](int column, bool isSame) { columns |= isSame ? 0 : columnBit(column); };
     note(TunerModel::eClassColumn, a.tunerClass == b.tunerClass);
     note(TunerModel::eStateColumn, a.state == b.state);
-    note(TunerModel::eUserColumn, a.user == b.user && a.holder == b.holder);
-    note(TunerModel::eSinceColumn, a.since == b.since);
+    const bool isSameUser = a.user == b.user && a.holder == b.holder;
+    note(TunerModel::eUserColumn, isSameUser && (a.state == b.state || !b.user.isEmpty()));
+    note(TunerModel::eSinceColumn, a.since == b.since && a.seen == b.seen);
     if (a.record.IsSameAs(b.record))
         return columns;
     const Tuner& before = a.record;
@@ -44,6 +47,9 @@ ColumnSet differenceOf(const TunerEntry& a, const TunerEntry& b)
     note(TunerModel::eTypeColumn, before.GetType() == after.GetType());
     note(TunerModel::eRangeColumn, before.GetMinFrequency() == after.GetMinFrequency() &&
                                        before.GetMaxFrequency() == after.GetMaxFrequency());
+    note(TunerModel::eAddressColumn,
+         before.GetTavikResource().GetAddress() == after.GetTavikResource().GetAddress());
+    note(TunerModel::eOptionsColumn, before.GetOptions() == after.GetOptions());
     note(TunerModel::eBandwidthColumn, before.GetMaxSWBandwidth() == after.GetMaxSWBandwidth());
     return columns;
 }
@@ -68,6 +74,10 @@ struct TunerModel::TunerRow : Row
     QVariant sortValue(int column) const override;
     QVariant value(int role) const override { return entry.value(role); }
 
+    bool isInUse() const { return entry.state == TunerBookingManager::eInUse; }
+    bool isBeginUnknown() const { return isInUse() && !entry.since.isValid(); }
+    bool isUserUnknown() const { return isInUse() && entry.user.isEmpty(); }
+
     TunerSection& section;
     TunerEntry entry;
     int tunerPlace = 0; ///< below a group: that of the tuner in its section
@@ -90,9 +100,14 @@ QString TunerModel::TunerRow::text(int column) const
     case eStateColumn:
         return stateText(entry.state);
     case eUserColumn:
-        return entry.user;
+        return isUserUnknown() ? tr("no processor shown") : entry.user;
     case eSinceColumn:
-        return ViewTexts::time(entry.since);
+        return isBeginUnknown() ? tr("before %1").arg(ViewTexts::time(entry.seen))
+                                : ViewTexts::time(entry.since);
+    case eAddressColumn:
+        return tuner.GetTavikResource().GetAddress();
+    case eOptionsColumn:
+        return tuner.GetOptions();
     default:
         return origin->address;
     }
@@ -108,7 +123,7 @@ QVariant TunerModel::TunerRow::sortValue(int column) const
     case eStateColumn:
         return static_cast<int>(entry.state);
     case eSinceColumn:
-        return entry.since;
+        return isBeginUnknown() ? entry.seen : entry.since;
     default:
         return Row::sortValue(column);
     }

@@ -41,6 +41,8 @@ public:
         eUserColumn,
         eSinceColumn,
         eServerColumn,
+        eAddressColumn, ///< where the server reaches the device
+        eOptionsColumn, ///< option codes of the device
         eColumnCount
     };
     enum class Grouping { None, ByClass, ByServer, ByType };
