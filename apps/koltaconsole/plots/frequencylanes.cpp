@@ -22,6 +22,31 @@ constexpr double kLeastStroke = 3.0; ///< width of a band that runs
 constexpr double kRug = 5.0;         ///< height of the strokes below counts
 constexpr double kFadedOpacity = 0.45;
 
+/// Out of reach is so whether its server is there or not.
+std::size_t slotOf(int state, bool isStale)
+{
+    constexpr int kStates = 4;
+    const bool isFaded = isStale && state != TunerBookingManager::eInaccessible;
+    return static_cast<std::size_t>(std::clamp(state, 0, kStates - 1) + (isFaded ? kStates : 0));
+}
+
+/// How many of each slot reach each column.
+std::vector<LanePainter::Counts> countColumns(const Lane& lane, std::size_t columns,
+                                              const std::function<std::size_t(double hertz)>& columnOf)
+{
+    std::vector<LanePainter::Counts> counts(columns + 1, LanePainter::Counts{});
+    for (const LaneTuner& tuner : lane.tuners) {
+        const std::size_t slot = slotOf(tuner.state, tuner.isStale);
+        ++counts[columnOf(tuner.from)][slot];
+        --counts[columnOf(tuner.to)][slot];
+    }
+    for (std::size_t column = 1; column < counts.size(); ++column) {
+        for (std::size_t slot = 0; slot < counts[column].size(); ++slot)
+            counts[column][slot] += counts[column - 1][slot];
+    }
+    return counts;
+}
+
 } // namespace
 
 LanePainter::LanePainter(QPainter& painter, const QRectF& room, Scale scale, QString current)
@@ -103,36 +128,51 @@ void LanePainter::paintStroke(const LaneTuner& tuner, const QRectF& line) const
 
 void LanePainter::paintCounts(const Lane& lane) const
 {
-    const int columns = std::max(1, static_cast<int>(m_room.width()));
-    // Per state, how many begin or end at each column.
-    std::array<std::vector<int>, 4> steps;
-    for (auto& each : steps)
-        each.assign(static_cast<std::size_t>(columns) + 1, 0);
-    const auto columnOf = [&](double hertz) {
+    const auto columns = static_cast<std::size_t>(std::max(1.0, m_room.width()));
+    const std::vector<Counts> counts = countColumns(lane, columns, [&](double hertz) {
         const double place = m_scale(hertz) - m_room.left();
         return static_cast<std::size_t>(std::clamp(place, 0.0, static_cast<double>(columns)));
-    };
-    for (const LaneTuner& tuner : lane.tuners) {
-        auto& own = steps[static_cast<std::size_t>(std::clamp(tuner.state, 0, 3))];
-        ++own[columnOf(tuner.from)];
-        --own[columnOf(tuner.to)];
+    });
+    const double each = (m_room.height() - kRug) / lane.tuners.size();
+    std::vector<QRectF> out; // a box for each stretch of columns that are alike
+    for (std::size_t column = 0; column < columns; ++column) {
+        const QRectF box = paintColumn(counts[column], m_room.left() + static_cast<double>(column), each);
+        QRectF* const last = out.empty() ? nullptr : &out.back();
+        if (last && last->right() == box.left() && last->top() == box.top() && last->height() == box.height())
+            last->setRight(box.right());
+        else if (box.height() > 0)
+            out.push_back(box);
     }
-    const Theme& theme = Theme::instance();
-    const std::pair<int, QColor> order[] = {{TunerBookingManager::eInUse, theme.color(Role::InUse)},
-                                            {TunerBookingManager::ePlanned, theme.color(Role::Planned)},
-                                            {TunerBookingManager::eFree, theme.color(Role::Free)}};
-    const double height = m_room.height() - kRug;
-    std::array<int, 4> counts{};
-    for (int column = 0; column < columns; ++column) {
-        double bottom = m_room.top() + height;
-        for (std::size_t state = 0; state < counts.size(); ++state)
-            counts[state] += steps[state][static_cast<std::size_t>(column)];
-        for (const auto& [state, color] : order) {
-            const double part = height * counts[static_cast<std::size_t>(state)] / lane.tuners.size();
-            m_painter.fillRect(QRectF(m_room.left() + column, bottom - part, 1, part), color);
+    m_painter.setOpacity(1.0);
+    m_painter.setPen(QPen(Theme::instance().color(Role::InUse), 1, Qt::DotLine));
+    m_painter.setBrush(Qt::NoBrush);
+    for (const QRectF& box : out)
+        m_painter.drawRect(box.adjusted(0, 0, -1, -1));
+    paintRug(lane);
+}
+
+/// Stale ones stand above those that are there. The box is what is left on top, for those out of reach.
+QRectF LanePainter::paintColumn(const Counts& counts, double left, double each) const
+{
+    const std::pair<int, Role> order[] = {{TunerBookingManager::eInUse, Role::InUse},
+                                          {TunerBookingManager::ePlanned, Role::Planned},
+                                          {TunerBookingManager::eFree, Role::Free}};
+    double bottom = m_room.bottom() - kRug;
+    for (const bool isStale : {false, true}) {
+        m_painter.setOpacity(isStale ? kFadedOpacity : 1.0);
+        for (const auto& [state, role] : order) {
+            const double part = each * counts[slotOf(state, isStale)];
+            m_painter.fillRect(QRectF(left, bottom - part, 1, part), Theme::instance().color(role));
             bottom -= part;
         }
     }
+    const double part = each * counts[slotOf(TunerBookingManager::eInaccessible, false)];
+    return {left, bottom - part, 1, part};
+}
+
+/// What runs, below the counts.
+void LanePainter::paintRug(const Lane& lane) const
+{
     const QRectF rug(m_room.left(), m_room.bottom() - kRug, m_room.width(), kRug);
     m_painter.setOpacity(0.6);
     for (const LaneTuner& tuner : lane.tuners)

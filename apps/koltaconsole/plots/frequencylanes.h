@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVector>
 
+#include <array>
 #include <functional>
 
 class QPainter;
@@ -36,6 +37,7 @@ class LanePainter
 public:
     /// A line of less height says nothing.
     static constexpr double kLeastLine = 3.0;
+    using Counts = std::array<int, 8>;                 ///< tuners of each state, then stale ones of each
     using Scale = std::function<double(double hertz)>; ///< to a place across
 
     LanePainter(QPainter& painter, const QRectF& room, Scale scale, QString current);
@@ -47,6 +49,8 @@ public:
 private:
     void paintLines(const Lane& lane) const;
     void paintCounts(const Lane& lane) const;
+    QRectF paintColumn(const Counts& counts, double left, double each) const;
+    void paintRug(const Lane& lane) const;
     void paintLine(const LaneTuner& tuner, const QRectF& line) const;
     void paintStroke(const LaneTuner& tuner, const QRectF& line) const;
 
