@@ -28,7 +28,7 @@ std::pair<State, QString> looksOf(BranchState state)
     case BranchState::Withdrawn:
         return {State::Closed, TreeBranches::tr("has left")};
     case BranchState::Forbidden:
-        return {State::GivenUp, TreeBranches::tr("forbidden")};
+        return {State::Closed, TreeBranches::tr("forbidden")};
     }
     return {State::Closed, QString()};
 }

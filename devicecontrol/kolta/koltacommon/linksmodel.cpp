@@ -19,6 +19,7 @@ constexpr const char* kColumns[] = {
     QT_TRANSLATE_NOOP("Kolta::LinksModel", "State"),
     QT_TRANSLATE_NOOP("Kolta::LinksModel", "Up since"),
     QT_TRANSLATE_NOOP("Kolta::LinksModel", "Round trip"),
+    QT_TRANSLATE_NOOP("Kolta::LinksModel", "Last beat"),
     QT_TRANSLATE_NOOP("Kolta::LinksModel", "Queue"),
     QT_TRANSLATE_NOOP("Kolta::LinksModel", "Reconnections"),
     QT_TRANSLATE_NOOP("Kolta::LinksModel", "Last fault"),
@@ -43,8 +44,14 @@ QString stateText(const LinkFigures& link)
 
 bool isNumber(int column)
 {
-    return column == LinksModel::eRoundTripColumn || column == LinksModel::eQueueColumn ||
-           column == LinksModel::eReconnectionsColumn;
+    return column == LinksModel::eRoundTripColumn || column == LinksModel::eLastBeatColumn ||
+           column == LinksModel::eQueueColumn || column == LinksModel::eReconnectionsColumn;
+}
+
+/// Of what a row of its kind does not have.
+QString none()
+{
+    return QStringLiteral("–");
 }
 
 QVariant known(qint64 milliseconds)
@@ -76,17 +83,18 @@ void LinksModel::setBranches(const IBranchSource* source)
 LinksModel::Row LinksModel::rowOf(const LinkFigures& link)
 {
     const QString peer = Startup::joinHostAndPort(link.host, link.port);
-    return {QStringLiteral("link/%1").arg(link.id),
-            {{link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer), stateText(link),
-              link.upSince, known(link.roundTripMs), link.queued, link.reconnections, link.lastFault}},
-            static_cast<int>(link.state)};
+    return {
+        QStringLiteral("link/%1").arg(link.id),
+        {{link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer), stateText(link),
+          link.upSince, known(link.roundTripMs), none(), link.queued, link.reconnections, link.lastFault}},
+        static_cast<int>(link.state)};
 }
 
 LinksModel::Row LinksModel::rowOf(const BranchFigures& branch)
 {
     return {QStringLiteral("branch/") + branch.name,
             {{branch.host.isEmpty() ? branch.name : tr("%1 at %2").arg(branch.name, branch.host),
-              branch.stateText, branch.liveSince, known(branch.beatAgeMs), branch.openWishes,
+              branch.stateText, branch.liveSince, none(), known(branch.beatAgeMs), branch.openWishes,
               branch.reconnections, branch.lastFault}},
             static_cast<int>(branch.state)};
 }
@@ -138,8 +146,7 @@ QString LinksModel::textOf(const Row& row, int column)
     const QVariant& cell = row.cells[static_cast<std::size_t>(column)];
     if (column == eUpSinceColumn)
         return ViewTexts::time(cell.toDateTime());
-    return column == eRoundTripColumn && cell.isValid() ? tr("%1 ms").arg(cell.toLongLong())
-                                                        : cell.toString();
+    return cell.type() == QVariant::LongLong ? tr("%1 ms").arg(cell.toLongLong()) : cell.toString();
 }
 
 QVariant LinksModel::data(const QModelIndex& index, int role) const

@@ -48,7 +48,8 @@ public:
         eLinkColumn,
         eStateColumn,
         eUpSinceColumn,
-        eRoundTripColumn, ///< of a branch the age of its last beat
+        eRoundTripColumn, ///< of links
+        eLastBeatColumn,  ///< its age; of branches
         eQueueColumn,     ///< of a branch the open wishes
         eReconnectionsColumn,
         eLastFaultColumn,
