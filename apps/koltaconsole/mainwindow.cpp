@@ -206,7 +206,7 @@ void MainWindow::makeEvents()
     m_events->setUniformRowHeights(true);
     m_events->setAlternatingRowColors(true);
     m_events->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    const int widths[] = {104, 104, 70, 110, 400};
+    const int widths[] = {170, 104, 70, 110, 400};
     for (int column = 0; column < EventModel::eColumnCount; ++column)
         m_events->header()->resizeSection(column, widths[column]);
     m_events->setAccessibleName(tr("What happened"));

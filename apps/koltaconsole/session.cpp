@@ -7,6 +7,7 @@
 
 #include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>
+#include <koltacommon/koltaconnectionsviewer.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processormodel.h>
@@ -239,6 +240,7 @@ void Session::startJournal(const QString& file, bool isWritten)
         tell(tr("the journal is kept in memory alone: %1").arg(d->journal.problem()),
              Kolta::Event::Weight::Attention);
     d->events.followUser(UserRights::Instance());
+    d->events.followConnections(Kolta::KoltaConnectionsViewer::Instance());
     d->journal.follow(d->events);
 }
 

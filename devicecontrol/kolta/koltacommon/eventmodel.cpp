@@ -21,7 +21,7 @@ QString textOf(const JournalEntry& entry, int column)
     const Event& event = entry.event;
     switch (column) {
     case EventModel::eTimeColumn:
-        return ViewTexts::time(event.time);
+        return ViewTexts::exactTime(event.time);
     case EventModel::eWeightColumn:
         return Event::title(event.weight);
     case EventModel::eServerColumn:

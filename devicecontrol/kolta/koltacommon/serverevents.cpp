@@ -146,13 +146,24 @@ void ServerEvents::followServer()
             [this](bool connected) { connected ? come() : vanish(); });
     connect(server, &KoltaServerInterface::si_StateChanged, this, &ServerEvents::takeState);
     connect(server, &KoltaServerInterface::si_StatusMessageChanged, this, [this](const QString& message) {
-        if (!message.isEmpty() || !isAway())
+        if ((!message.isEmpty() || !isAway()) && !isStateWord(message))
             tell(Kind::Message, Type::Server, QString(), InstallationEvents::tr("says: %1").arg(message));
     });
     connect(server, &KoltaServerInterface::si_ConnectionReady, this, [this] {
         if (m_requests)
             m_requests->bind(m_server->getServerBasePath());
     });
+}
+
+/// Servers say so what their state tells as well.
+bool ServerEvents::isStateWord(const QString& message) const
+{
+    using namespace SERVER_STATES;
+    for (int state = eState1; state <= eState7; ++state) {
+        if (message.compare(m_server->getStateString(fromKey(state)), Qt::CaseInsensitive) == 0)
+            return !message.isEmpty();
+    }
+    return false;
 }
 
 void ServerEvents::come()

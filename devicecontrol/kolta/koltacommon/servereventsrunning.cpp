@@ -182,8 +182,9 @@ void ServerEvents::compareAfterReturn()
         return;
     const QStringList adopted = std::exchange(m_adopted, {});
     const QSet<QString> expected = std::exchange(m_expected, {});
-    if (!adopted.isEmpty() && !m_wasUnseen && !tell(Kind::Processor, Type::Server, QString(),
-                                    InstallationEvents::tr("still running: %1").arg(listed(adopted))))
+    if (!adopted.isEmpty() && !m_wasUnseen &&
+        !tell(Kind::Processor, Type::Server, QString(),
+              InstallationEvents::tr("still running: %1").arg(listed(adopted))))
         return;
     for (const QString& guid : expected) {
         if (m_ledger.processors().find(guid) < 0 && m_running.contains(guid) && !lose(guid))
@@ -191,6 +192,8 @@ void ServerEvents::compareAfterReturn()
     }
 }
 
+/// What is accepted, and what ends, of which nothing is shown yet or any more would be a GUID that says
+/// nothing to anybody; what starts and stops is told by its name.
 void ServerEvents::followProductions()
 {
     const KoltaProductionControl* const control = &m_server->getProductionControl();
@@ -198,7 +201,9 @@ void ServerEvents::followProductions()
             [this](const QUuid& production, bool accepted, const QString& text) {
                 const QString guid = production.toString();
                 const QString name = producerOf(guid);
-                const QString request = name.isEmpty() ? InstallationEvents::tr("request %1").arg(guid)
+                if (accepted && name.isEmpty())
+                    return;
+                const QString request = name.isEmpty() ? InstallationEvents::tr("a request")
                                                        : InstallationEvents::tr("request for %1").arg(name);
                 tell(Kind::Production, Type::Production, guid,
                      accepted ? InstallationEvents::tr("%1 is accepted").arg(request)
@@ -208,9 +213,9 @@ void ServerEvents::followProductions()
     connect(control, &KoltaProductionControl::si_ProductionStopped, this, [this](const QUuid& production) {
         const QString guid = production.toString();
         const QString name = producerOf(guid);
-        tell(Kind::Production, Type::Production, guid,
-             name.isEmpty() ? InstallationEvents::tr("production %1 has ended").arg(guid)
-                            : InstallationEvents::tr("production of %1 has ended").arg(name));
+        if (!name.isEmpty())
+            tell(Kind::Production, Type::Production, guid,
+                 InstallationEvents::tr("production of %1 has ended").arg(name));
     });
 }
 

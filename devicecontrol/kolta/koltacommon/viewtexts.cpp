@@ -8,6 +8,11 @@ namespace Kolta::ViewTexts {
 
 namespace {
 
+bool isToday(const QDateTime& time)
+{
+    return time.date() == QDate::currentDate();
+}
+
 bool isSaid(double value)
 {
     return qIsFinite(value) && value > 0;
@@ -17,8 +22,13 @@ bool isSaid(double value)
 
 QString time(const QDateTime& time)
 {
-    const bool isToday = time.date() == QDate::currentDate();
-    return time.toString(isToday ? QStringLiteral("HH:mm:ss") : QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    return time.toString(isToday(time) ? QStringLiteral("HH:mm:ss") : QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+QString exactTime(const QDateTime& time)
+{
+    return time.toString(isToday(time) ? QStringLiteral("HH:mm:ss.zzz")
+                                       : QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
 }
 
 QString range(double from, double to)

@@ -9,6 +9,9 @@ namespace Kolta::ViewTexts {
 /// The time of day if it is today's, else with the date; in local time. Empty for an invalid one.
 QString time(const QDateTime& time);
 
+/// The same with milliseconds.
+QString exactTime(const QDateTime& time);
+
 /// "3 – 30 MHz"; empty when both say nothing. What is not said is left out.
 QString range(double from, double to);
 
