@@ -258,8 +258,8 @@ void MainWindow::makeRegionActions()
         m_actions.add(entry, this);
     };
     add("filter", tr("Filter the page"), QKeySequence(Qt::Key_Slash), [this] {
-        if (Page* const page = currentPage(); page && page->filterLine())
-            page->filterLine()->setFocus();
+        if (Page* const page = currentPage(); page && page->shownFilterLine())
+            page->shownFilterLine()->setFocus();
     });
     add("tree", tr("Show or hide the tree"), QKeySequence(Qt::CTRL + Qt::Key_B),
         [this] { m_tree->setVisible(!m_tree->isVisible()); });
@@ -307,7 +307,7 @@ void MainWindow::leave()
         currentPage()->setFocus();
         return;
     }
-    if (QLineEdit* const filter = currentPage()->filterLine(); filter && !filter->text().isEmpty())
+    if (QLineEdit* const filter = currentPage()->shownFilterLine(); filter && !filter->text().isEmpty())
         return filter->clear();
     for (QAbstractItemView* const view : currentPage()->findChildren<QAbstractItemView*>()) {
         if (!view->isVisible() || !view->selectionModel() || !view->selectionModel()->hasSelection())

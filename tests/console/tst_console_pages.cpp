@@ -13,6 +13,7 @@
 #include <QLineEdit>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QToolButton>
 #include <QTreeView>
 
 using namespace KoltaConsole;
@@ -44,6 +45,15 @@ private Q_SLOTS:
         stage.session->simulation()->server(QStringLiteral("S2"))->comeBack();
         QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S2")).condition, Condition::Operational);
         stage.window->actions().run(QStringLiteral("all-servers"));
+        QCOMPARE(cards->count(), 5);
+        QLineEdit* const filter = stage.window->currentPage()->filterLine();
+        filter->setText(QStringLiteral("attention"));
+        QCOMPARE(cards->count(), 1);
+        filter->setText(QStringLiteral("no such server"));
+        QCOMPARE(cards->count(), 0);
+        auto* const clear = filter->parent()->findChild<QToolButton*>(QString(), Qt::FindDirectChildrenOnly);
+        QVERIFY(clear->isVisible());
+        clear->click();
         QCOMPARE(cards->count(), 5);
         cards->setFocus();
         QTest::keyClick(cards, Qt::Key_Right);

@@ -2,6 +2,7 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../filterbar.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
 #include "eventwords.h"
@@ -42,26 +43,21 @@ constexpr int kFirstKind = 100;
 
 EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
-    , m_filter(new QLineEdit(this))
+    , m_filter(new FilterBar(tr("Filter: S3, alarm, tuner, 11:00-12:00, text"), tr("Filter of events"), this))
     , m_kinds(new QComboBox(this))
-    , m_count(new QLabel(this))
     , m_table(new QTreeView(this))
     , m_tabs(new QTabWidget(this))
     , m_model(session.journal())
 {
-    m_filter->setPlaceholderText(tr("Filter: S3, alarm, tuner, 11:00-12:00, text"));
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(330);
-    m_filter->setAccessibleName(tr("Filter of events"));
-    m_count->setProperty("dim", true);
-    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     makeTable();
     makeKinds();
     makeActions();
     m_tabs->setDocumentMode(true);
     m_tabs->addTab(makeEvents(), tr("Events"));
-    m_tabs->addTab(new LinksView(session, actions, m_tabs), tr("Links"));
-    m_tabs->addTab(new TraceView(session, m_tabs), tr("Trace"));
+    m_links = new LinksView(session, actions, m_tabs);
+    m_tabs->addTab(m_links, tr("Links"));
+    m_trace = new TraceView(session, m_tabs);
+    m_tabs->addTab(m_trace, tr("Trace"));
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 4, 0, 0);
     layout->addWidget(m_tabs);
@@ -69,7 +65,7 @@ EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
     m_typing.setInterval(kTypingMs);
     m_counting.setSingleShot(true);
     m_counting.setInterval(kCountMs);
-    connect(m_filter, &QLineEdit::textChanged, &m_typing, qOverload<>(&QTimer::start));
+    connect(m_filter->line(), &QLineEdit::textChanged, &m_typing, qOverload<>(&QTimer::start));
     connect(&m_typing, &QTimer::timeout, this, &EventsPage::applyFilter);
     connect(&m_counting, &QTimer::timeout, this, &EventsPage::showCount);
     connect(m_kinds, qOverload<int>(&QComboBox::currentIndexChanged), this, &EventsPage::applyFilter);
@@ -91,9 +87,8 @@ QWidget* EventsPage::makeEvents()
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
-    top->addWidget(m_filter);
-    top->addWidget(m_kinds);
-    top->addWidget(m_count, 1);
+    top->addWidget(m_filter, 1);
+    m_filter->addWidget(m_kinds);
     m_pause = actions().makeButton(QStringLiteral("events-pause"), events);
     // As wide as it becomes while it is stopped.
     m_pause->setMinimumWidth(m_pause->fontMetrics().horizontalAdvance(tr("Go on (%1 new)").arg(99999)) + 24);
@@ -120,7 +115,7 @@ void EventsPage::makeTable()
     m_table->setAlternatingRowColors(true);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAccessibleName(tr("Events"));
-    setColumnWidths(*m_table, {130, 110, 80, 120});
+    setColumnWidths(*m_table, {170, 110, 80, 120});
 }
 
 void EventsPage::makeKinds()
@@ -176,13 +171,13 @@ void EventsPage::showCount()
     const auto all = static_cast<qulonglong>(journal.endNumber() - journal.firstNumber());
     const int shown = m_model.rowCount();
     if (shown == 0 && all > 0)
-        m_count->setText(m_only.isEmpty()
-                             ? tr("No event matches \"%1\".").arg(m_filter->text())
-                             : tr("No event of %1 matches \"%2\".").arg(m_only, m_filter->text()));
+        m_filter->tell(m_only.isEmpty() ? tr("No event matches \"%1\".").arg(m_filter->text())
+                                        : tr("No event of %1 matches \"%2\".").arg(m_only, m_filter->text()),
+                       true);
     else
-        m_count->setText(
-            tr("%1 of %2 events; the newest on top").arg(locale.toString(shown), locale.toString(all)));
-    m_count->setToolTip(m_count->text());
+        m_filter->tell(
+            tr("%1 of %2 events; the newest on top").arg(locale.toString(shown), locale.toString(all)),
+            false);
     m_pause->setText(m_model.isHeld() ? tr("Go on (%1 new)").arg(locale.toString(m_model.heldBack()))
                                       : tr("Pause"));
 }
@@ -218,6 +213,18 @@ bool EventsPage::saveTo(const QString& file)
         session().tell(tr("events cannot be saved in %1: %2").arg(file, target.errorString()),
                        Event::Weight::Attention);
     return isSaved;
+}
+
+QLineEdit* EventsPage::filterLine() const
+{
+    return m_filter->line();
+}
+
+QLineEdit* EventsPage::shownFilterLine() const
+{
+    if (m_tabs->currentWidget() == m_links)
+        return m_links->filterLine();
+    return m_tabs->currentWidget() == m_trace ? m_trace->filterLine() : filterLine();
 }
 
 bool EventsPage::isFilled() const

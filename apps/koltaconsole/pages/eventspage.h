@@ -7,13 +7,15 @@
 #include <QTimer>
 
 class QComboBox;
-class QLabel;
 class QPushButton;
 class QTabWidget;
 class QTreeView;
 
 namespace KoltaConsole {
 
+class FilterBar;
+class LinksView;
+class TraceView;
 class LinksView;
 
 /// What happened, newest on top, to be filtered, stopped and saved; and how the links are.
@@ -27,7 +29,8 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
-    QLineEdit* filterLine() const override { return m_filter; }
+    QLineEdit* filterLine() const override;
+    QLineEdit* shownFilterLine() const override;
 
     const Kolta::EventModel& model() const { return m_model; }
     /// As CSV where the name ends so, else as JSON lines. Tells how that went.
@@ -43,9 +46,10 @@ private:
     void askWhereTo();
     void showCount();
 
-    QLineEdit* m_filter;
+    FilterBar* m_filter;
     QComboBox* m_kinds;
-    QLabel* m_count;
+    LinksView* m_links = nullptr;
+    TraceView* m_trace = nullptr;
     QPushButton* m_pause = nullptr;
     QTreeView* m_table;
     QTabWidget* m_tabs;

@@ -2,6 +2,8 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../filterbar.h"
+#include "../filterwords.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
 #include "linkmessages.h"
@@ -11,6 +13,8 @@
 
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
 #include <QSplitter>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -50,6 +54,7 @@ const QString kLinkKey = QStringLiteral("link/");
 LinksView::LinksView(Session& session, ActionTable& actions, QWidget* parent)
     : QWidget(parent)
     , m_actions(actions)
+    , m_filter(new FilterBar(tr("Filter: S3, lost, !up"), tr("Filter of links"), this))
     , m_nothing(new QLabel(this))
     , m_table(new QTreeView(this))
     , m_parts(new QSplitter(Qt::Vertical, this))
@@ -70,10 +75,38 @@ LinksView::LinksView(Session& session, ActionTable& actions, QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    m_filter->setContentsMargins(8, 5, 8, 5);
+    layout->addWidget(m_filter);
     layout->addWidget(m_nothing);
     layout->addWidget(m_parts, 1);
     showWhetherThereAreAny();
+    applyFilter();
     showLink();
+}
+
+QLineEdit* LinksView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// Rows are hidden where they stand: the chosen one stays chosen.
+void LinksView::applyFilter()
+{
+    const FilterWords words(m_filter->text());
+    const int all = m_model.rowCount();
+    int shown = 0;
+    for (int row = 0; row < all; ++row) {
+        const QString search = m_model.index(row, 0).data(Kolta::ViewRoles::SearchRole).toString();
+        const bool fits = words.matches(search, {});
+        if (m_table->isRowHidden(row, QModelIndex()) == fits)
+            m_table->setRowHidden(row, QModelIndex(), !fits);
+        shown += fits ? 1 : 0;
+    }
+    const QLocale locale;
+    m_filter->tell(shown == 0 && all > 0
+                       ? tr("No link matches \"%1\".").arg(m_filter->text())
+                       : tr("%1 of %2 links").arg(locale.toString(shown), locale.toString(all)),
+                   shown == 0);
 }
 
 void LinksView::makeTable()
@@ -106,6 +139,11 @@ void LinksView::connectAll()
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &LinksView::showWhetherThereAreAny);
     connect(
         &m_model, &QAbstractItemModel::rowsRemoved, this, [this] { endRemoval(); }, Qt::QueuedConnection);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &LinksView::applyFilter);
+    // Behind the table, which has to know of a row before it can hide it.
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &LinksView::applyFilter, Qt::QueuedConnection);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, &LinksView::applyFilter, Qt::QueuedConnection);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, &LinksView::applyFilter);
 }
 
 void LinksView::showWhetherThereAreAny()
@@ -113,6 +151,7 @@ void LinksView::showWhetherThereAreAny()
     const bool isEmpty = m_model.rowCount() == 0 && m_key.isEmpty();
     m_nothing->setVisible(isEmpty);
     m_parts->setVisible(!isEmpty);
+    m_filter->setVisible(!isEmpty);
 }
 
 QString LinksView::whyNotRead() const

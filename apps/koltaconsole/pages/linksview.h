@@ -6,12 +6,14 @@
 #include <QWidget>
 
 class QLabel;
+class QLineEdit;
 class QSplitter;
 class QTreeView;
 
 namespace KoltaConsole {
 
 class ActionTable;
+class FilterBar;
 class LinkMessages;
 class LinkTraffic;
 class Session;
@@ -26,6 +28,7 @@ public:
     LinksView(Session& session, ActionTable& actions, QWidget* parent);
 
     const Kolta::LinksModel& model() const { return m_model; }
+    QLineEdit* filterLine() const;
     /// Of the link that is chosen or was when it ended; null while nobody has read its messages.
     LinkTraffic* traffic() const { return m_traffics.value(m_key); }
 
@@ -34,6 +37,7 @@ private:
     void makeAction();
     void connectAll();
     void showWhetherThereAreAny();
+    void applyFilter();
     void showLink();
     void choose();
     void readOrStop();
@@ -43,6 +47,7 @@ private:
 
     ActionTable& m_actions;
     Kolta::LinksModel m_model;
+    FilterBar* m_filter;
     QLabel* m_nothing;
     QTreeView* m_table;
     LinkMessages* m_messages = nullptr;

@@ -1,9 +1,11 @@
 #include "overviewpage.h"
 
+#include "../filterbar.h"
 #include "../session.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -15,6 +17,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
     : Page(session, actions, parent)
     , m_heading(new QLabel(this))
     , m_explanation(new QLabel(this))
+    , m_filter(new FilterBar(tr("Filter: S3, attention, !vanished"), tr("Filter of servers"), this))
     , m_area(new QScrollArea(this))
     , m_cards(new ServerCards(session, m_area))
 {
@@ -25,6 +28,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
     top->setContentsMargins(8, 8, 8, 2);
     top->setSpacing(8);
     top->addWidget(m_heading);
+    top->addWidget(m_filter, 1);
     top->addWidget(m_explanation, 1);
     m_area->setWidget(m_cards);
     m_area->setWidgetResizable(true);
@@ -36,6 +40,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
     layout->addLayout(top);
     layout->addWidget(m_area, 1);
     setFocusProxy(m_cards);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &OverviewPage::refresh);
     connect(&session, &Session::si_FactsChanged, this, &OverviewPage::refresh);
     connect(m_cards, &ServerCards::si_Activated, this, &Page::si_ServerWanted);
     connect(m_cards, &ServerCards::si_MenuWanted, this, &Page::si_ServerMenuWanted);
@@ -49,24 +54,35 @@ void OverviewPage::refresh()
 {
     if (!isVisible())
         return;
-    m_cards->refresh(m_only);
-    if (m_cards->count() == 0) {
+    m_cards->refresh(m_only, FilterWords(m_filter->text()));
+    const int shown = m_cards->count(), all = session().facts().size();
+    m_filter->setVisible(all > 0);
+    m_explanation->setVisible(all == 0);
+    if (all == 0) {
         m_heading->setText(tr("No server has been seen yet"));
         m_explanation->setText(
             tr("at %1; \"koltasim --publish URL\" publishes a simulated one, \"--simulate\" plays some here")
                 .arg(session().url()));
         return;
     }
-    m_heading->setText(tr("Servers: %1").arg(m_cards->count()));
-    m_explanation->setText(m_only.isEmpty()
-                               ? tr("worst first · strip: the last 24 h, dotted where nobody watched")
-                               : tr("%1 alone; Esc in the tree shows all").arg(m_only));
+    m_heading->setText(shown == all ? tr("Servers: %1").arg(all)
+                                    : tr("Servers: %1 of %2").arg(shown).arg(all));
+    if (shown == 0)
+        return m_filter->tell(tr("No server matches \"%1\".").arg(m_filter->text()), true);
+    m_filter->tell(m_only.isEmpty() ? tr("worst first · strip: the last 24 h, dotted where nobody watched")
+                                    : tr("%1 alone; Esc in the tree shows all").arg(m_only),
+                   false);
 }
 
 void OverviewPage::showEvent(QShowEvent* event)
 {
     Page::showEvent(event);
     refresh();
+}
+
+QLineEdit* OverviewPage::filterLine() const
+{
+    return m_filter->line();
 }
 
 bool OverviewPage::isFilled() const

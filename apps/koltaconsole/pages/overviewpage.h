@@ -2,6 +2,7 @@
 
 #include "page.h"
 
+#include "../filterwords.h"
 #include "../serverfacts.h"
 
 #include <QPointer>
@@ -18,6 +19,8 @@ class TunerClassModel;
 
 namespace KoltaConsole {
 
+class FilterBar;
+
 /// Draws the servers: tall cards of a few, small ones of some, and of many those that need attention as lines
 /// and the rest as tiles.
 class ServerCards : public QWidget
@@ -27,8 +30,8 @@ class ServerCards : public QWidget
 public:
     ServerCards(Session& session, QWidget* parent);
 
-    /// Takes over what the session says; empty `only` for all servers.
-    void refresh(const QString& only);
+    /// Takes over what the session says; empty `only` for all servers that fit the words.
+    void refresh(const QString& only, const FilterWords& words);
     int count() const { return m_places.size(); }
     QString current() const { return m_current; }
     /// For tests: where that server stands; null for nowhere.
@@ -70,6 +73,7 @@ private:
         QString more;
     };
 
+    static QString searchText(const ServerFacts& facts);
     void arrange();
     int arrangeCards(Shape shape, QSize size);
     int arrangeMany();
@@ -104,6 +108,7 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
+    QLineEdit* filterLine() const override;
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -112,7 +117,8 @@ private:
     void refresh();
 
     QLabel* m_heading;
-    QLabel* m_explanation;
+    QLabel* m_explanation; ///< while there is no server
+    FilterBar* m_filter;
     QScrollArea* m_area;
     ServerCards* m_cards;
     QString m_only;

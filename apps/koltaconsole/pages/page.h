@@ -33,8 +33,10 @@ public:
     /// What of its layout is remembered beside the filter line, below its own name.
     virtual void save(QSettings& /*settings*/) const {}
     virtual void restore(const QSettings& /*settings*/) {}
-    /// What "/" goes to; null for none.
+    /// The line whose text is remembered; null for none.
     virtual QLineEdit* filterLine() const { return nullptr; }
+    /// What "/" goes to and Esc clears; null for none.
+    virtual QLineEdit* shownFilterLine() const { return filterLine(); }
 
 Q_SIGNALS:
     /// commandLine() is another.

@@ -5,6 +5,7 @@
 #include "../columns.h"
 #include "../confirmation.h"
 #include "../elidedlabel.h"
+#include "../filterbar.h"
 #include "../serverfacts.h"
 #include "../session.h"
 
@@ -41,6 +42,7 @@ QString named(const QStringList& names)
                : ProductionsPage::tr("%1 and %2 more").arg(text).arg(names.size() - kNamesInLine);
 }
 
+constexpr int kFilterWidth = 250;
 const char* const kActions[] = {"stop", "move", "own", "own-force", "front-end"};
 
 } // namespace
@@ -62,8 +64,8 @@ void ProductionsView::startDrag(Qt::DropActions supported)
 
 ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
-    , m_filter(new QLineEdit(this))
-    , m_count(new QLabel(this))
+    , m_filter(new FilterBar(tr("Filter: FFP, S1, operator, 121.5 MHz"), tr("Filter of productions"), this,
+                             kFilterWidth))
     , m_view(new ProductionsView(this))
     , m_header(new TimelineHeader(m_view))
     , m_reasons(new ElidedLabel(this))
@@ -72,16 +74,10 @@ ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget
     , m_model(this)
     , m_orders(session, m_model, this)
 {
-    m_filter->setPlaceholderText(tr("Filter: FFP, S1, operator, 121.5 MHz"));
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(250);
-    m_filter->setAccessibleName(tr("Filter of productions"));
-    m_count->setProperty("dim", true);
     m_nothing->setProperty("dim", true);
     m_nothing->setContentsMargins(8, 4, 8, 4);
     m_reasons->setProperty("dim", true);
     m_reasons->setContentsMargins(8, 4, 8, 4);
-    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     makeView();
     makeActions();
     makeOwnerActions();
@@ -91,8 +87,7 @@ ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
-    top->addWidget(m_filter);
-    top->addWidget(m_count, 1);
+    top->addWidget(m_filter, 3);
     top->addWidget(new ButtonRow(actions, ids, 1, this), 3);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -245,7 +240,7 @@ void ProductionsPage::follow()
         m_rows.readEnded();
         gather();
     });
-    connect(m_filter, &QLineEdit::textChanged, this, [this](const QString& text) {
+    connect(m_filter->line(), &QLineEdit::textChanged, this, [this](const QString& text) {
         m_words = FilterWords(text);
         refresh();
     });
@@ -300,6 +295,11 @@ std::vector<ProductionRow> ProductionsPage::filtered(std::vector<ProductionRow> 
     return result;
 }
 
+QLineEdit* ProductionsPage::filterLine() const
+{
+    return m_filter->line();
+}
+
 void ProductionsPage::showCount()
 {
     int runs = 0, lastKnown = 0, ended = 0;
@@ -319,9 +319,8 @@ void ProductionsPage::showCount()
         parts.append(tr("%1 last known").arg(lastKnown));
     if (ended > 0)
         parts.append(tr("%1 ended").arg(ended));
-    m_count->setText(parts.join(QStringLiteral(", ")));
-    m_count->setToolTip(m_count->text());
     const bool isEmpty = m_model.rowCount() == 0;
+    m_filter->tell(parts.join(QStringLiteral(", ")), isEmpty);
     m_nothing->setVisible(isEmpty);
     if (!isEmpty)
         return;

@@ -13,6 +13,7 @@ class QLabel;
 
 namespace KoltaConsole {
 
+class FilterBar;
 class ButtonRow;
 class ElidedLabel;
 
@@ -43,7 +44,7 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
-    QLineEdit* filterLine() const override { return m_filter; }
+    QLineEdit* filterLine() const override;
 
     const ProductionsModel& model() const { return m_model; }
 
@@ -68,8 +69,7 @@ private:
     void offerTargets();
     void showMenu(const QPoint& place);
 
-    QLineEdit* m_filter;
-    QLabel* m_count;
+    FilterBar* m_filter;
     ProductionsView* m_view;
     TimelineHeader* m_header;
     ElidedLabel* m_reasons;

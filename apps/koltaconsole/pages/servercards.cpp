@@ -37,11 +37,20 @@ ServerCards::ServerCards(Session& session, QWidget* parent) : QWidget(parent), m
     connect(&Theme::instance(), &Theme::si_Changed, this, QOverload<>::of(&QWidget::update));
 }
 
-void ServerCards::refresh(const QString& only)
+/// All that a card of it says.
+QString ServerCards::searchText(const ServerFacts& facts)
+{
+    return QStringList{facts.address,  facts.host,   facts.look().word, facts.stateText,
+                       facts.reason(), facts.errors, facts.message}
+        .join(QLatin1Char(' '))
+        .toLower();
+}
+
+void ServerCards::refresh(const QString& only, const FilterWords& words)
 {
     m_places.clear();
     for (const ServerFacts& facts : m_session.facts()) {
-        if (only.isEmpty() || facts.address == only)
+        if ((only.isEmpty() || facts.address == only) && words.matches(searchText(facts), {}))
             m_places.append({facts, Shape::Tall, QRect(), {}});
     }
     arrange();

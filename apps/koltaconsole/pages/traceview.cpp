@@ -1,6 +1,7 @@
 #include "traceview.h"
 
 #include "../columns.h"
+#include "../filterbar.h"
 #include "../filterwords.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
@@ -59,24 +60,17 @@ TraceView::TraceView(Session& session, QWidget* parent)
     , m_lines(session.trace())
     , m_rows(this)
     , m_channels(new QTreeWidget(this))
-    , m_filter(new QLineEdit(this))
-    , m_count(new QLabel(this))
+    , m_filter(new FilterBar(tr("Filter: warning, xmlmessaging, !detail, text"), tr("Filter of trace lines"),
+                             this))
     , m_table(new QTreeView(this))
 {
     m_rows.setSourceModel(&m_lines);
     makeChannels();
     makeTable();
-    m_filter->setPlaceholderText(tr("Filter: warning, xmlmessaging, !detail, text"));
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(330);
-    m_filter->setAccessibleName(tr("Filter of trace lines"));
-    m_count->setProperty("dim", true);
-    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
-    top->addWidget(m_filter);
-    top->addWidget(m_count, 1);
+    top->addWidget(m_filter, 1);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -86,7 +80,7 @@ TraceView::TraceView(Session& session, QWidget* parent)
     m_showing.setSingleShot(true);
     m_showing.setInterval(kCountMs);
     connect(&m_showing, &QTimer::timeout, this, &TraceView::showCount);
-    connect(m_filter, &QLineEdit::textChanged, this, &TraceView::applyFilter);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &TraceView::applyFilter);
     connect(&m_lines, &QAbstractItemModel::rowsInserted, this, [this] {
         if (isVisible() && !m_showing.isActive())
             m_showing.start();
@@ -157,15 +151,20 @@ void TraceView::showChannels()
     }
 }
 
+QLineEdit* TraceView::filterLine() const
+{
+    return m_filter->line();
+}
+
 void TraceView::showCount()
 {
     const QLocale locale;
     const int shown = m_rows.rowCount(), all = m_lines.rowCount();
-    m_count->setText(
+    m_filter->tell(
         shown == 0 && all > 0
             ? tr("No line matches \"%1\".").arg(m_filter->text())
-            : tr("%1 of %2 lines; the newest on top").arg(locale.toString(shown), locale.toString(all)));
-    m_count->setToolTip(m_count->text());
+            : tr("%1 of %2 lines; the newest on top").arg(locale.toString(shown), locale.toString(all)),
+        shown == 0);
     showChannels();
 }
 

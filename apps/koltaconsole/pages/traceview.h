@@ -5,13 +5,13 @@
 #include <QTimer>
 #include <QWidget>
 
-class QLabel;
 class QLineEdit;
 class QTreeView;
 class QTreeWidget;
 
 namespace KoltaConsole {
 
+class FilterBar;
 class Session;
 class TraceLines;
 
@@ -25,7 +25,7 @@ public:
 
     QTreeWidget* channels() const { return m_channels; }
     const RowIndex& rows() const { return m_rows; }
-    QLineEdit* filterLine() const { return m_filter; }
+    QLineEdit* filterLine() const;
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -40,8 +40,7 @@ private:
     TraceLines& m_lines;
     RowIndex m_rows;
     QTreeWidget* m_channels;
-    QLineEdit* m_filter;
-    QLabel* m_count;
+    FilterBar* m_filter;
     QTreeView* m_table;
     QTimer m_showing;
 };

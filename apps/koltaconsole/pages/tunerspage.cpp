@@ -2,6 +2,7 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../filterbar.h"
 #include "../groupedtable.h"
 #include "../orderdraft.h"
 #include "../plots/frequencyaxis.h"
@@ -42,8 +43,7 @@ constexpr int kLanesMs = 250; ///< at most so often
 
 TunersPage::TunersPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
-    , m_filter(new QLineEdit(this))
-    , m_count(new QLabel(this))
+    , m_filter(new FilterBar(tr("Filter: HF free, 118-137 MHz, >20 MHz, !S3"), tr("Filter of tuners"), this))
     , m_groups(new QComboBox(this))
     , m_axis(new FrequencyAxis(this))
     , m_rows(this)
@@ -79,23 +79,16 @@ TunersPage::TunersPage(Session& session, ActionTable& actions, QWidget* parent)
 
 QLayout* TunersPage::makeTop()
 {
-    m_filter->setPlaceholderText(tr("Filter: HF free, 118-137 MHz, >20 MHz, !S3"));
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(330);
-    m_filter->setAccessibleName(tr("Filter of tuners"));
     m_groups->addItems({tr("by class"), tr("by server"), tr("by type"), tr("all in one")});
     m_groups->setAccessibleName(tr("Groups of tuners"));
-    m_count->setProperty("dim", true);
-    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
-    top->addWidget(m_filter);
-    top->addWidget(m_groups);
-    top->addWidget(m_count, 1);
+    top->addWidget(m_filter, 1);
+    m_filter->addWidget(m_groups);
     m_grouped = actions().makeButton(QStringLiteral("tuner-groups"), this);
     m_grouped->setMinimumWidth(m_grouped->sizeHint().width());
-    top->insertWidget(2, m_grouped);
+    m_filter->addWidget(m_grouped);
     for (const char* const id : {"tuner-why-not", "tuner-order"})
         top->addWidget(actions().makeButton(QLatin1String(id), this));
     return top;
@@ -145,7 +138,7 @@ void TunersPage::makeActions()
 
 void TunersPage::connectAll()
 {
-    connect(m_filter, &QLineEdit::textChanged, this, &TunersPage::applyFilter);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &TunersPage::applyFilter);
     connect(m_groups, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &TunersPage::applyGroups);
     connect(&m_rows, &QAbstractItemModel::modelAboutToBeReset, this, &TunersPage::remember);
     connect(&m_rows, &QAbstractItemModel::modelReset, this, &TunersPage::restoreRows);
@@ -283,14 +276,15 @@ void TunersPage::writeCount()
     const QLocale locale;
     const int shown = m_rows.matchCount(), all = session().tuners().rowCount();
     if (shown == 0 && all > 0)
-        m_count->setText(tr("No tuner matches \"%1\"").arg(m_filter->text()));
+        m_filter->tell(tr("No tuner matches \"%1\"").arg(m_filter->text()), true);
     else if (shown == all)
-        m_count->setText(tr("%Ln tuner(s)", nullptr, all));
+        m_filter->tell(tr("%Ln tuner(s)", nullptr, all), false);
     else if (m_classes.isEmpty())
-        m_count->setText(tr("%1 of %2 tuners").arg(locale.toString(shown), locale.toString(all)));
+        m_filter->tell(tr("%1 of %2 tuners").arg(locale.toString(shown), locale.toString(all)), false);
     else
-        m_count->setText(tr("%1 of %2 tuners, class %3 alone")
-                             .arg(locale.toString(shown), locale.toString(all), m_classes.first()));
+        m_filter->tell(tr("%1 of %2 tuners, class %3 alone")
+                           .arg(locale.toString(shown), locale.toString(all), m_classes.first()),
+                       false);
 }
 
 /// A hidden page counts nothing.
@@ -317,7 +311,7 @@ void TunersPage::showLanes()
 void TunersPage::showLane(const QString& name)
 {
     if (m_groups->currentIndex() != static_cast<int>(TunerGroups::None))
-        m_filter->setText(QStringLiteral("\"%1\"").arg(name));
+        m_filter->line()->setText(QStringLiteral("\"%1\"").arg(name));
 }
 
 void TunersPage::tellCurrent()
@@ -342,6 +336,11 @@ void TunersPage::explain()
                     .arg(timeText(current.data(Roles::LastKnownRole).toDateTime()));
     m_answer->setText(text);
     m_answer->setToolTip(text);
+}
+
+QLineEdit* TunersPage::filterLine() const
+{
+    return m_filter->line();
 }
 
 bool TunersPage::isFilled() const

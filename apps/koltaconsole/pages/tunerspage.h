@@ -13,6 +13,7 @@ class QPushButton;
 
 namespace KoltaConsole {
 
+class FilterBar;
 class FrequencyAxis;
 class GroupedTable;
 
@@ -31,7 +32,7 @@ public:
     void showClasses(const QStringList& names) override;
     void save(QSettings& settings) const override;
     void restore(const QSettings& settings) override;
-    QLineEdit* filterLine() const override { return m_filter; }
+    QLineEdit* filterLine() const override;
 
     const RowIndex& rows() const { return m_rows; }
 
@@ -58,8 +59,7 @@ private:
     void tellCurrent();
     void explain();
 
-    QLineEdit* m_filter;
-    QLabel* m_count;
+    FilterBar* m_filter;
     QComboBox* m_groups;
     FrequencyAxis* m_axis;
     QPushButton* m_grouped = nullptr;

@@ -424,10 +424,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>läuft noch: %1</translation>
     </message>
     <message>
-        <source>request %1</source>
-        <translation>Anforderung %1</translation>
-    </message>
-    <message>
         <source>request for %1</source>
         <translation>Anforderung von %1</translation>
     </message>
@@ -438,10 +434,6 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>%1 is refused: %2</source>
         <translation>%1 ist abgelehnt: %2</translation>
-    </message>
-    <message>
-        <source>production %1 has ended</source>
-        <translation>Produktion %1 ist beendet</translation>
     </message>
     <message>
         <source>production of %1 has ended</source>
@@ -470,6 +462,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>%1 owns %2</source>
         <translation>%1 besitzt %2</translation>
+    </message>
+    <message>
+        <source>a request</source>
+        <translation>Eine Anforderung</translation>
     </message>
 </context>
 <context>
@@ -2070,6 +2066,22 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Nobody reads the messages of this link, which costs nothing.</source>
         <translation>Niemand liest die Nachrichten dieser Verbindung mit; das kostet nichts.</translation>
     </message>
+    <message>
+        <source>Filter: S3, lost, !up</source>
+        <translation>Filter: S3, verloren, !steht</translation>
+    </message>
+    <message>
+        <source>Filter of links</source>
+        <translation>Filter der Verbindungen</translation>
+    </message>
+    <message>
+        <source>No link matches &quot;%1&quot;.</source>
+        <translation>Keine Verbindung passt zu „%1“.</translation>
+    </message>
+    <message>
+        <source>%1 of %2 links</source>
+        <translation>%1 von %2 Verbindungen</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::MainWindow</name>
@@ -2397,6 +2409,22 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>%1 alone; Esc in the tree shows all</source>
         <translation>nur %1; Esc im Baum zeigt alle</translation>
+    </message>
+    <message>
+        <source>Filter: S3, attention, !vanished</source>
+        <translation>Filter: S3, Achtung, !verschwunden</translation>
+    </message>
+    <message>
+        <source>Filter of servers</source>
+        <translation>Filter der Server</translation>
+    </message>
+    <message>
+        <source>Servers: %1 of %2</source>
+        <translation>Server: %1 von %2</translation>
+    </message>
+    <message>
+        <source>No server matches &quot;%1&quot;.</source>
+        <translation>Kein Server passt zu „%1“.</translation>
     </message>
 </context>
 <context>
@@ -4043,6 +4071,13 @@ F1 zeigt die Tasten der Seite.</translation>
             <numerusform>%n Ergebnis von Umwandlungen auf %1 gelöscht</numerusform>
             <numerusform>%n Ergebnisse von Umwandlungen auf %1 gelöscht</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::FilterBar</name>
+    <message>
+        <source>Clear the filter</source>
+        <translation>Filter leeren</translation>
     </message>
 </context>
 </TS>

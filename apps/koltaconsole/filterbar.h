@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QWidget>
+
+class QHBoxLayout;
+class QLabel;
+class QLineEdit;
+class QToolButton;
+
+namespace KoltaConsole {
+
+/// A filter line and how much of how many fits it; where nothing does, a button clears the line.
+class FilterBar : public QWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr int kWidth = 330;
+
+    FilterBar(const QString& hint, const QString& name, QWidget* parent, int width = kWidth);
+
+    QLineEdit* line() const noexcept { return m_line; }
+    QString text() const;
+    /// Between the line and the count.
+    void addWidget(QWidget* widget);
+    /// Nothing fits: `count` says so.
+    void tell(const QString& count, bool isNothing);
+
+private:
+    QHBoxLayout* m_layout;
+    QLineEdit* m_line;
+    QLabel* m_count;
+    QToolButton* m_clear;
+};
+
+} // namespace KoltaConsole
