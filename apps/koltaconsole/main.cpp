@@ -150,7 +150,7 @@ int main(int argc, char** argv)
     Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
     const bool isGerman = QLocale().language() == QLocale::German;
     installTexts(isGerman ? QStringLiteral("de") : QStringLiteral("en"));
-    Theme::instance().apply(options.theme);
+    Theme::instance().apply(options.wantedTheme());
     if (options.isAsking && !askForInstallation(options))
         return 0;
     QString error;

@@ -1,8 +1,10 @@
 #include "mainwindow.h"
 
 #include "attentionlist.h"
+#include "columns.h"
 #include "hints.h"
 #include "installationtree.h"
+#include "layouts.h"
 #include "options.h"
 #include "orderdraft.h"
 #include "pages/linksview.h"
@@ -240,9 +242,13 @@ void MainWindow::makeActions()
         [this] { copyRows(); });
     add("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
         [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
-    add("theme", tr("Light or dark"), QKeySequence(), [] {
+    add("theme", tr("Light or dark"), QKeySequence(), [this] {
         Theme& theme = Theme::instance();
-        theme.apply(theme.kind() == Theme::Kind::Light ? Theme::Choice::Dark : Theme::Choice::Light);
+        const bool wasLight = theme.kind() == Theme::Kind::Light;
+        const Theme::Choice chosen = wasLight ? Theme::Choice::Dark : Theme::Choice::Light;
+        theme.apply(chosen);
+        if (m_isRemembered)
+            Options::rememberTheme(chosen);
     });
 }
 
@@ -370,8 +376,10 @@ Page* MainWindow::pageAt(int tab)
         filter->setText(QSettings()
                             .value(QStringLiteral("filter/%1").arg(QLatin1String(pageTable().at(tab).id)))
                             .toString());
-    if (m_isRemembered)
+    if (m_isRemembered) {
         page->restore(QSettings());
+        restoreLayout(QSettings(), pageIds().at(tab), *page);
+    }
     page->showClasses(m_classes);
     if (!m_server.isEmpty())
         page->showServer(m_server);
@@ -490,6 +498,9 @@ void MainWindow::restore(const QString& page)
         restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
         m_sideways->restoreState(settings.value(QStringLiteral("sideways")).toByteArray());
         m_upright->restoreState(settings.value(QStringLiteral("upright")).toByteArray());
+        m_tree->setHidden(settings.value(QStringLiteral("hidden/tree")).toBool());
+        m_events->setHidden(settings.value(QStringLiteral("hidden/events")).toBool());
+        restoreColumns(settings, QStringLiteral("strip"), *m_events);
         m_session.draft().restore();
         if (first.isEmpty())
             first = settings.value(QStringLiteral("page")).toString();
@@ -506,11 +517,16 @@ void MainWindow::save() const
     settings.setValue(QStringLiteral("geometry"), saveGeometry());
     settings.setValue(QStringLiteral("sideways"), m_sideways->saveState());
     settings.setValue(QStringLiteral("upright"), m_upright->saveState());
+    settings.setValue(QStringLiteral("hidden/tree"), m_tree->isHidden());
+    settings.setValue(QStringLiteral("hidden/events"), m_events->isHidden());
+    saveColumns(settings, QStringLiteral("strip"), *m_events);
     settings.setValue(QStringLiteral("page"), pageIds().value(m_tabs->currentIndex()));
     for (int tab = 0; tab < m_pages.size(); ++tab) {
         const Page* const page = m_pages.at(tab);
-        if (page)
+        if (page) {
             page->save(settings);
+            saveLayout(settings, pageIds().at(tab), *page);
+        }
         if (page && page->filterLine())
             settings.setValue(QStringLiteral("filter/%1").arg(pageIds().at(tab)), page->filterLine()->text());
     }

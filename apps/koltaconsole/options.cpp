@@ -6,10 +6,13 @@
 #include <common/usualtree.h>
 
 #include <QCommandLineParser>
+#include <QSettings>
 
 namespace KoltaConsole {
 
 namespace {
+
+const char* const kThemeKey = "theme";
 
 QString urlOf(const QCommandLineParser& parser)
 {
@@ -164,6 +167,21 @@ Options Options::read(const QStringList& arguments, int& exitCode, QString& text
     options.screenshot = parser.value(QStringLiteral("screenshot"));
     options.isRemembered = options.screenshot.isEmpty();
     return options;
+}
+
+Theme::Choice Options::wantedTheme() const
+{
+    if (theme != Theme::Choice::System || !isRemembered)
+        return theme;
+    const int before = QSettings().value(QLatin1String(kThemeKey), static_cast<int>(theme)).toInt();
+    return before == static_cast<int>(Theme::Choice::Light) || before == static_cast<int>(Theme::Choice::Dark)
+               ? static_cast<Theme::Choice>(before)
+               : theme;
+}
+
+void Options::rememberTheme(Theme::Choice theme)
+{
+    QSettings().setValue(QLatin1String(kThemeKey), static_cast<int>(theme));
 }
 
 } // namespace KoltaConsole

@@ -27,6 +27,10 @@ struct Options
     /// Reads the words behind the program's name; `exitCode` is set when the program is to end now, with
     /// `text` as its last words.
     static Options read(const QStringList& arguments, int& exitCode, QString& text);
+    /// The one that is asked for, else the one that was chosen before.
+    Theme::Choice wantedTheme() const;
+    /// For the next time that none is asked for.
+    static void rememberTheme(Theme::Choice theme);
 };
 
 } // namespace KoltaConsole

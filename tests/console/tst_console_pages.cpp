@@ -10,8 +10,10 @@
 #include <simulation/simulatedserver.h>
 
 #include <QComboBox>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QSettings>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeView>
@@ -88,6 +90,42 @@ private Q_SLOTS:
             QCOMPARE(rows.index(row, Kolta::TunerModel::eClassColumn).data(), running.parent().data());
         stage.window->actions().run(QStringLiteral("all-servers"));
         QCOMPARE(rows.rowCount(), 130);
+    }
+
+    /// Columns, sorting, kinds, tabs and what is hidden are as they were left.
+    void layout()
+    {
+        const QTemporaryDir folder;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
+        Options options;
+        options.servers = 1;
+        const auto tunersOf = [](Stage& stage) {
+            return stage.window->showPage(QStringLiteral("tuners"))->findChild<QTreeView*>();
+        };
+        const auto eventsOf = [](Stage& stage) { return stage.window->showPage(QStringLiteral("events")); };
+        {
+            Stage stage(options, true);
+            QTreeView* const table = tunersOf(stage);
+            table->setColumnHidden(Kolta::TunerModel::eAddressColumn, false);
+            table->setColumnWidth(Kolta::TunerModel::eNameColumn, 201);
+            table->header()->moveSection(0, 2);
+            table->sortByColumn(Kolta::TunerModel::eRangeColumn, Qt::DescendingOrder);
+            eventsOf(stage)->findChild<QComboBox*>()->setCurrentIndex(1);
+            eventsOf(stage)->findChild<QTabWidget*>()->setCurrentIndex(2);
+            stage.window->actions().run(QStringLiteral("tree"));
+        }
+        Stage stage(options, true);
+        QVERIFY(stage.window->findChild<InstallationTree*>()->isHidden());
+        QCOMPARE(eventsOf(stage)->findChild<QComboBox*>()->currentIndex(), 1);
+        QCOMPARE(eventsOf(stage)->findChild<QTabWidget*>()->currentIndex(), 2);
+        const QTreeView* const table = tunersOf(stage);
+        QVERIFY(!table->isColumnHidden(Kolta::TunerModel::eAddressColumn));
+        QVERIFY(table->isColumnHidden(Kolta::TunerModel::eTypeColumn));
+        QCOMPARE(table->columnWidth(Kolta::TunerModel::eNameColumn), 201);
+        QCOMPARE(table->header()->visualIndex(0), 2);
+        const RowIndex& rows = static_cast<TunersPage*>(stage.window->currentPage())->rows();
+        QCOMPARE(rows.sortColumn(), int(Kolta::TunerModel::eRangeColumn));
+        QCOMPARE(rows.sortOrder(), Qt::DescendingOrder);
     }
 
     /// Filter, order and selection outlive a server's absence; the selected row stays the same tuner.

@@ -21,6 +21,7 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QSaveFile>
+#include <QSettings>
 #include <QTabWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -230,6 +231,18 @@ QLineEdit* EventsPage::shownFilterLine() const
 bool EventsPage::isFilled() const
 {
     return m_model.rowCount() > 0;
+}
+
+void EventsPage::save(QSettings& settings) const
+{
+    settings.setValue(QStringLiteral("events/kind"), m_kinds->currentData());
+}
+
+void EventsPage::restore(const QSettings& settings)
+{
+    const int place = m_kinds->findData(settings.value(QStringLiteral("events/kind")).toInt());
+    if (place >= 0)
+        m_kinds->setCurrentIndex(place);
 }
 
 QString EventsPage::commandLine() const

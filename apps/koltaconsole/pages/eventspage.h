@@ -29,6 +29,8 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
+    void save(QSettings& settings) const override;
+    void restore(const QSettings& settings) override;
     QLineEdit* filterLine() const override;
     QLineEdit* shownFilterLine() const override;
 

@@ -353,14 +353,12 @@ void TunersPage::save(QSettings& settings) const
     settings.setValue(QStringLiteral("tuners/groups"), m_groups->currentIndex());
     settings.setValue(QStringLiteral("tuners/grouped"), m_isGrouped);
     settings.setValue(QStringLiteral("tuners/folded"), QStringList(m_rows.folded().values()));
-    saveColumns(settings, QStringLiteral("tuners"), *m_table);
 }
 
 void TunersPage::restore(const QSettings& settings)
 {
     const QStringList folded = settings.value(QStringLiteral("tuners/folded")).toStringList();
     m_rows.setFoldedNames(QSet<QString>(folded.begin(), folded.end()));
-    restoreColumns(settings, QStringLiteral("tuners"), *m_table);
     m_isGrouped = settings.value(QStringLiteral("tuners/grouped")).toBool();
     m_groups->setCurrentIndex(
         qBound(0, settings.value(QStringLiteral("tuners/groups")).toInt(), m_groups->count() - 1));
