@@ -146,8 +146,9 @@ void ServerEvents::followServer()
             [this](bool connected) { connected ? come() : vanish(); });
     connect(server, &KoltaServerInterface::si_StateChanged, this, &ServerEvents::takeState);
     connect(server, &KoltaServerInterface::si_StatusMessageChanged, this, [this](const QString& message) {
-        if ((!message.isEmpty() || !isAway()) && !isStateWord(message))
-            tell(Kind::Message, Type::Server, QString(), InstallationEvents::tr("says: %1").arg(message));
+        const QString text = InstallationEvents::tr("says: %1").arg(message);
+        if ((!message.isEmpty() || !isAway()) && !saysStateWord(text))
+            tell(Kind::Message, Type::Server, QString(), text);
     });
     connect(server, &KoltaServerInterface::si_ConnectionReady, this, [this] {
         if (m_requests)
@@ -155,13 +156,14 @@ void ServerEvents::followServer()
     });
 }
 
-/// Servers say so what their state tells as well.
-bool ServerEvents::isStateWord(const QString& message) const
+/// Servers say in words what their state tells as well. The words are known once it is there.
+bool ServerEvents::saysStateWord(const QString& text) const
 {
     using namespace SERVER_STATES;
     for (int state = eState1; state <= eState7; ++state) {
-        if (message.compare(m_server->getStateString(fromKey(state)), Qt::CaseInsensitive) == 0)
-            return !message.isEmpty();
+        const QString word = m_server->getStateString(fromKey(state));
+        if (!word.isEmpty() && text == InstallationEvents::tr("says: %1").arg(word))
+            return true;
     }
     return false;
 }
@@ -180,6 +182,8 @@ void ServerEvents::come()
     if (!(m_wasUnseen ? notice(event) : tell(event)))
         return;
     for (Event& early : std::exchange(m_early, {})) {
+        if (early.kind == Kind::Message && saysStateWord(early.text))
+            continue;
         early.time = m_owner.now();
         early.sawBegin = false;
         if (!tell(early))

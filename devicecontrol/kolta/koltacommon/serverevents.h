@@ -68,7 +68,7 @@ private:
     bool tell(Kind kind, Type type, const QString& guid, const QString& text, Weight weight = Weight::Note);
 
     void followServer();
-    bool isStateWord(const QString& message) const;
+    bool saysStateWord(const QString& text) const;
     void come();
     void vanish();
     void tellVanished(bool isAskedFor);
