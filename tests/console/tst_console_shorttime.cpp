@@ -13,6 +13,7 @@
 
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSettings>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -122,6 +123,46 @@ private Q_SLOTS:
         QVERIFY(!editor->isChanged());
         QVERIFY2(stage.page->commandLine().startsWith(QStringLiteral("kolta profiles --server S1 ")),
                  qPrintable(stage.page->commandLine()));
+    }
+
+    /// What was typed and ticked is there again after another server was shown, and after an end.
+    void survivesARestart()
+    {
+        const QTemporaryDir settings;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+        Options options = ShortTimeStage::oneServer();
+        options.servers = 2;
+        QString name;
+        for (const bool isFirst : {true, false}) {
+            Stage stage(options, true);
+            QTRY_VERIFY(stage.isSettled());
+            auto& page = *static_cast<ShortTimePage*>(stage.window->currentPage());
+            page.showServer(QStringLiteral("S1"));
+            auto* const table = page.profiles().findChild<QTreeView*>();
+            auto* const editor = page.profiles().findChild<ProfileEditor*>();
+            QLineEdit* const band = editor->line(ProfileField::Bandwidth);
+            AssignmentMatrix& matrix = page.assignments().matrix();
+            QTRY_COMPARE(matrix.rowCount(), 1);
+            if (isFirst) {
+                table->setCurrentIndex(table->model()->index(0, 0));
+                name = editor->draft().name;
+                band->setText(QStringLiteral("25-16 kHz"));
+                matrix.toggle(matrix.index(0, 1));
+                page.showServer(QStringLiteral("S2"));
+                QVERIFY(!editor->isChanged());
+                QCOMPARE(matrix.changeCount(), 0);
+                page.showServer(QStringLiteral("S1"));
+            }
+            QCOMPARE(editor->original().name, name);
+            QCOMPARE(band->text(), QStringLiteral("25-16 kHz"));
+            QVERIFY(editor->isChanged() && editor->isWrong());
+            // FFPs of a simulated server are others in each life.
+            if (isFirst)
+                QCOMPARE(matrix.changeCount(), 1);
+        }
+        QSettings kept;
+        kept.beginGroup(QStringLiteral("assignmentDrafts"));
+        QVERIFY(kept.value(kept.allKeys().value(0)).toString().contains(QStringLiteral(":true")));
     }
 
     /// What a file would change is told before it does, and what cannot be read is left out.

@@ -25,7 +25,9 @@ constexpr quint32 kDefaultCoverage = 50;
 } // namespace
 
 AssignmentMatrix::AssignmentMatrix(Session& session, QObject* parent)
-    : QAbstractTableModel(parent), m_session(session)
+    : QAbstractTableModel(parent)
+    , m_session(session)
+    , m_drafts(session, QStringLiteral("assignmentDrafts"), this)
 {
 }
 
@@ -34,9 +36,28 @@ void AssignmentMatrix::showServer(const QString& address)
     if (address != m_server) {
         m_server = address;
         m_draft.clear();
+        const QJsonObject kept = m_drafts.of(address);
+        for (auto ffp = kept.begin(); ffp != kept.end(); ++ffp) {
+            const QJsonObject ticks = ffp.value().toObject();
+            for (auto tick = ticks.begin(); tick != ticks.end(); ++tick)
+                m_draft[ffp.key()][tick.key()] = tick.value().toBool();
+        }
         Q_EMIT si_DraftChanged();
     }
     refresh();
+}
+
+void AssignmentMatrix::keepDraft()
+{
+    QJsonObject kept;
+    for (auto ffp = m_draft.cbegin(); ffp != m_draft.cend(); ++ffp) {
+        QJsonObject ticks;
+        for (auto tick = ffp->cbegin(); tick != ffp->cend(); ++tick)
+            ticks.insert(tick.key(), tick.value());
+        if (!ticks.isEmpty())
+            kept.insert(ffp.key(), ticks);
+    }
+    m_drafts.set(m_server, kept);
 }
 
 void AssignmentMatrix::readReach(const QString& tuner, Ffp& ffp) const
@@ -140,6 +161,7 @@ void AssignmentMatrix::set(const QModelIndexList& indexes, bool isOn)
             m_draft.remove(ffp.guid);
         Q_EMIT dataChanged(cell, cell);
     }
+    keepDraft();
     Q_EMIT si_DraftChanged();
 }
 
@@ -163,6 +185,7 @@ int AssignmentMatrix::changeCount() const
 void AssignmentMatrix::undo()
 {
     m_draft.clear();
+    keepDraft();
     refresh();
 }
 
@@ -190,12 +213,23 @@ QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
     return result;
 }
 
-void AssignmentMatrix::forgetDraft(const QString& ffp)
+void AssignmentMatrix::forgetDraft(const QString& server, const QString& ffp)
 {
+    if (server != m_server) {
+        QJsonObject kept = m_drafts.of(server);
+        const QStringList ffps = kept.keys();
+        for (const QString& known : ffps) {
+            if (Kolta::isSameGuid(known, ffp))
+                kept.remove(known);
+        }
+        m_drafts.set(server, kept);
+        return;
+    }
     for (const Ffp& known : m_ffps) {
         if (Kolta::isSameGuid(known.guid, ffp))
             m_draft.remove(known.guid);
     }
+    keepDraft();
     refresh();
 }
 

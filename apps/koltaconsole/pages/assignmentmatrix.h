@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../keptdrafts.h"
+
 #include <koltacommon/shorttimemodels.h>
 
 #include <QAbstractTableModel>
@@ -38,7 +40,7 @@ public:
     /// The assignments to ask for, one for each FFP whose ticks differ.
     QVector<Kolta::ShortTimeFFPAssignment> wanted() const;
     /// These have been sent; what they become is the server's to say.
-    void forgetDraft(const QString& ffp);
+    void forgetDraft(const QString& server, const QString& ffp);
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -61,6 +63,7 @@ private:
     };
 
     void set(const QModelIndexList& indexes, bool isOn);
+    void keepDraft();
     void readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const;
     void readReach(const QString& tuner, Ffp& ffp) const;
     bool isTicked(const Ffp& ffp, const QString& profile) const;
@@ -72,6 +75,7 @@ private:
     QVector<Ffp> m_ffps;
     QVector<Kolta::ShortTimeProfile> m_profiles;
     QHash<QString, QMap<QString, bool>> m_draft; ///< by FFP and profile, what was touched
+    KeptDrafts m_drafts;
 };
 
 } // namespace KoltaConsole

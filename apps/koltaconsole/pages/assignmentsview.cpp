@@ -174,8 +174,8 @@ void AssignmentsView::send()
         job->deleteWhenFinished();
         job->then(this,
                   [this, server = m_server, ffp = assignment.ffpGuid](const Kolta::Operation& operation) {
-                      if (operation.state() == Kolta::Operation::State::Done && server == m_server)
-                          m_matrix.forgetDraft(ffp);
+                      if (operation.state() == Kolta::Operation::State::Done)
+                          m_matrix.forgetDraft(server, ffp);
                   });
         m_line = KoltaApps::ActionLines(m_server).assign(assignment);
     }

@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QJsonArray>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -26,6 +27,31 @@ const char* const kTitles[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", 
                                QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Symbol rate"),
                                QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
                                QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
+
+/// All that the editor shows of a profile, and what it must not lose.
+QJsonObject toJson(const ShortTimeProfile& profile)
+{
+    QJsonArray texts;
+    for (int field = 0; field < kProfileFieldCount; ++field)
+        texts.append(fieldText(profile, static_cast<ProfileField>(field)));
+    return {{QStringLiteral("texts"), texts},
+            {QStringLiteral("modulation"), profile.useModulation ? profile.modulation : 0},
+            {QStringLiteral("type"), profile.type},
+            {QStringLiteral("hopper"), profile.hopperFlag}};
+}
+
+ShortTimeProfile profileOf(const QJsonObject& json)
+{
+    ShortTimeProfile profile;
+    const QJsonArray texts = json.value(QStringLiteral("texts")).toArray();
+    for (int field = 0; field < kProfileFieldCount; ++field)
+        takeField(profile, static_cast<ProfileField>(field), texts.at(field).toString());
+    profile.modulation = static_cast<qint8>(json.value(QStringLiteral("modulation")).toInt());
+    profile.useModulation = profile.modulation != 0;
+    profile.type = static_cast<Kolta::eShortTimeProfileType>(json.value(QStringLiteral("type")).toInt());
+    profile.hopperFlag = json.value(QStringLiteral("hopper")).toBool();
+    return profile;
+}
 
 /// Equal but for the rule that profiles without a hop or symbol rate are equal to none.
 bool isSame(const ShortTimeProfile& a, const ShortTimeProfile& b)
@@ -131,9 +157,42 @@ void ProfileEditor::fill()
     m_isFilling = true;
     for (int i = 0; i < kProfileFieldCount; ++i)
         m_lines[static_cast<std::size_t>(i)]->setText(fieldText(m_draft, static_cast<ProfileField>(i)));
+    fillLists();
+    m_isFilling = false;
+    read();
+}
+
+void ProfileEditor::fillLists()
+{
     m_modulation->setCurrentIndex(
         qMax(0, m_modulation->findData(m_draft.useModulation ? m_draft.modulation : 0)));
     m_type->setCurrentIndex(qMax(0, m_type->findData(static_cast<int>(m_draft.type))));
+}
+
+QJsonObject ProfileEditor::written() const
+{
+    if (!m_isChanged)
+        return QJsonObject();
+    QJsonObject mine = toJson(m_draft);
+    QJsonArray texts;
+    for (const QLineEdit* const line : m_lines)
+        texts.append(line->text()); // also those that cannot be read
+    mine.insert(QStringLiteral("texts"), texts);
+    return {{QStringLiteral("original"), toJson(m_original)}, {QStringLiteral("mine"), mine}};
+}
+
+void ProfileEditor::resume(const QJsonObject& written)
+{
+    if (written.isEmpty())
+        return;
+    edit(profileOf(written.value(QStringLiteral("original")).toObject()));
+    const QJsonObject mine = written.value(QStringLiteral("mine")).toObject();
+    m_draft = profileOf(mine);
+    const QJsonArray texts = mine.value(QStringLiteral("texts")).toArray();
+    m_isFilling = true;
+    for (int i = 0; i < kProfileFieldCount; ++i)
+        m_lines[static_cast<std::size_t>(i)]->setText(texts.at(i).toString());
+    fillLists();
     m_isFilling = false;
     read();
 }
@@ -169,12 +228,17 @@ void ProfileEditor::read()
     m_draft.type = static_cast<Kolta::eShortTimeProfileType>(m_type->currentData().toInt());
     m_isChanged = isOther || !isSame(m_draft, m_original);
     showHeading();
+    Q_EMIT si_Written();
 }
 
 void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
 {
-    if (isSame(profile, m_original))
+    if (isSame(profile, m_original)) {
+        m_theirs.reset();
+        m_news.clear(); // it is as it was again
+        showHeading();
         return;
+    }
     if (!m_isChanged || isSame(profile, m_draft)) {
         edit(profile);
         return;

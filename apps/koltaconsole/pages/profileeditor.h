@@ -2,6 +2,7 @@
 
 #include "profilefields.h"
 
+#include <QJsonObject>
 #include <QWidget>
 
 #include <array>
@@ -30,6 +31,11 @@ public:
     /// Others have removed it.
     void takeRemoval();
 
+    /// What somebody has typed, such that resume() shows it again; empty when that is nothing.
+    QJsonObject written() const;
+    /// Goes on with what was typed; nothing when it is empty. What is there by now is told afterwards.
+    void resume(const QJsonObject& written);
+
     /// What the fields say, those that are wrong as before.
     const Kolta::ShortTimeProfile& draft() const noexcept { return m_draft; }
     /// As it was when it was shown, or as others have made it.
@@ -47,11 +53,14 @@ public:
 
 Q_SIGNALS:
     void si_Save();
+    /// written() is another.
+    void si_Written();
 
 private:
     void makeFields();
     void makeHeading();
     void fill();
+    void fillLists();
     void read();
     void showHeading();
 

@@ -47,6 +47,7 @@ ProfilesView::ProfilesView(Session& session, QWidget* parent)
     , m_new(new QPushButton(tr("New"), this))
     , m_remove(new QPushButton(tr("Remove"), this))
     , m_open(new QPushButton(tr("Import…"), this))
+    , m_drafts(session, QStringLiteral("profileDrafts"), this)
 {
     makeTable();
     m_nothing->setProperty("dim", true);
@@ -138,13 +139,18 @@ void ProfilesView::follow()
                         m_editor->takeTheirs(*profile);
                 }
             });
-    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProfilesView::refresh);
-    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
-        const QString name = m_editor->original().name;
-        if (!name.isEmpty() && map() && !m_model.indexOf(name).isValid())
-            m_editor->takeRemoval();
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, [this] {
+        // A server that returns may tell of its profiles one after the other.
+        if (map() && map()->Contains(m_editor->original().name))
+            compareWithOthers();
         refresh();
     });
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
+        compareWithOthers();
+        refresh();
+    });
+    connect(m_editor, &ProfileEditor::si_Written, this,
+            [this] { m_drafts.set(m_server, m_editor->written()); });
 }
 
 ShortTimeProfileItemMap* ProfilesView::map() const
@@ -155,9 +161,11 @@ ShortTimeProfileItemMap* ProfilesView::map() const
 void ProfilesView::showServer(const QString& address)
 {
     if (m_server != address) {
-        m_server = address;
+        m_server.clear(); // what is shown instead is no draft of either server
         closeImport();
         m_editor->edit(ShortTimeProfile());
+        m_server = address;
+        m_editor->resume(m_drafts.of(address));
     }
     refresh();
 }
@@ -166,8 +174,11 @@ void ProfilesView::showServer(const QString& address)
 void ProfilesView::refresh()
 {
     ShortTimeProfileItemMap* const now = map();
-    if (m_model.map() != now)
+    if (m_model.map() != now) {
         m_model.setMap(now);
+        if (m_model.rowCount() > 0)
+            compareWithOthers();
+    }
     const QString objection = objectionToShortTime(m_session, m_server, now, UserAction::EditProfiles);
     m_editor->setObjection(objection);
     for (QPushButton* const button : {m_open, m_confirm, m_remove}) {
@@ -180,6 +191,19 @@ void ProfilesView::refresh()
     m_nothing->setText(!now                      ? objection
                        : m_model.rowCount() == 0 ? tr("There are no profiles.")
                                                  : tr("%n profile(s)", "", m_model.rowCount()));
+}
+
+/// What has become of the profile that is shown, while nobody told of it too.
+void ProfilesView::compareWithOthers()
+{
+    const QString name = m_editor->original().name;
+    const ShortTimeProfileItemMap* const profiles = name.isEmpty() ? nullptr : map();
+    if (!profiles)
+        return;
+    if (profiles->Contains(name))
+        m_editor->takeTheirs(profiles->At(name));
+    else
+        m_editor->takeRemoval();
 }
 
 /// A draft that is not saved is not lost to a click; it has to be undone first.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../keptdrafts.h"
 #include "profileimport.h"
 
 #include <koltacommon/shorttimeprofilemodel.h>
@@ -44,6 +45,7 @@ private:
     void follow();
     Kolta::ShortTimeProfileItemMap* map() const;
     void choose();
+    void compareWithOthers();
     void save();
     void remove();
     void askForFile();
@@ -65,6 +67,7 @@ private:
     QTreeWidget* m_differences;
     QPushButton* m_confirm;
     ProfileImport m_pending;
+    KeptDrafts m_drafts;
     QString m_line;
 };
 
