@@ -196,7 +196,7 @@ QString ActionLines::power(const QString& action, const QStringList& units) cons
     return line(QStringList{QStringLiteral("power")} + arguments(QStringList{action} + things(units)));
 }
 
-QString ActionLines::setProfile(const ShortTimeProfile& p) const
+QString ActionLines::setProfile(const ShortTimeProfile& p, const QString& before) const
 {
     QStringList words{QStringLiteral("profiles"), QStringLiteral("--type"), typeName(p.type)};
     addRange(words, "frequency", p.useFrequency, p.frequencyMin, p.frequencyMax, Quantity::Frequency);
@@ -208,7 +208,9 @@ QString ActionLines::setProfile(const ShortTimeProfile& p) const
     add(words, "hop-rate",
         p.useHopRate ? withoutBlanks(quantityToText(p.hopRate, Quantity::Rate)) : QString());
     add(words, "modulation", p.useModulation ? Kolta::modulationTypeToString(p.modulation) : QString());
-    return line(words + arguments({QStringLiteral("set"), p.name}));
+    if (!before.isEmpty())
+        add(words, "rename", p.name);
+    return line(words + arguments({QStringLiteral("set"), before.isEmpty() ? p.name : before}));
 }
 
 QString ActionLines::removeProfiles(const QStringList& names) const

@@ -44,7 +44,8 @@ public:
     /// `action`: "on", "off", "supply-on" and so on.
     QString power(const QString& action, const QStringList& units) const;
     /// Neither can a line say hopperFlag, nor a type without a name. What is not in use is taken out of use.
-    QString setProfile(const Kolta::ShortTimeProfile& profile) const;
+    /// `before`: the name that it has so far; empty: that of the profile.
+    QString setProfile(const Kolta::ShortTimeProfile& profile, const QString& before = QString()) const;
     QString removeProfiles(const QStringList& names) const;
     QString importProfiles(const QString& file, bool replace) const;
     QString assign(const Kolta::ShortTimeFFPAssignment& assignment) const;

@@ -11,6 +11,7 @@
 #include <kolta/cli/table.h>
 
 #include <koltacommon/maprequestjobs.h>
+#include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 
 #include <algorithm>
@@ -104,6 +105,52 @@ int show(const CommandLine& line, const Profiles& profiles)
     return knows(profiles, name) ? print(profiles.map().At(name), line.json()) : int(eExitFailed);
 }
 
+/// Lets the FFPs look for `name` instead, as far as their owner lets them. Prints an error when it does not.
+bool moveAssignments(const CommandLine& line, const Profiles& profiles, const QString& before,
+                     const QString& name)
+{
+    using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
+    auto* const map = values::Tree::Instance().FindAs<Assignments>(Kolta::ServerNodes::shortTimePath(
+        profiles.server().getServerBasePath(), QStringLiteral("Assignments")));
+    QVector<Kolta::ShortTimeFFPAssignment> moved;
+    if (map && !map->IsDeleted()) {
+        for (const auto& entry : map->data()) {
+            if (entry.second.profiles.contains(before))
+                moved.append(entry.second);
+        }
+    }
+    if (!moved.isEmpty() && !Users(profiles.installation(), line).may(Kolta::UserAction::EditAssignments))
+        return false;
+    for (Kolta::ShortTimeFFPAssignment& assignment : moved) {
+        assignment.profiles.removeAll(name);
+        std::replace(assignment.profiles.begin(), assignment.profiles.end(), before, name);
+        Kolta::AssignmentJob job(*map, assignment, nullptr);
+        if (!await(job, line.timeoutMs())) {
+            printError(QStringLiteral("the assignment of %1: %2").arg(assignment.ffpGuid, problemOf(job)));
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The new name is there before FFPs look for it, and the old one until none looks for it any more.
+int rename(const CommandLine& line, const Profiles& profiles, const QString& before,
+           const ShortTimeProfile& profile)
+{
+    if (profiles.map().Contains(profile.name)) {
+        printError(QStringLiteral("there is a profile \"%1\" already").arg(profile.name));
+        return eExitFailed;
+    }
+    profiles.map().SetAt(profile.name, profile, nullptr);
+    const QString problem = profiles.installation().settle(line.timeoutMs());
+    if (!problem.isEmpty())
+        printError(problem);
+    if (!problem.isEmpty() || !moveAssignments(line, profiles, before, profile.name))
+        return eExitFailed;
+    profiles.map().EraseAt(before);
+    return print(profile, line.json());
+}
+
 /// Creates a profile or changes what the options name. The type of one that exists is its owner's to change.
 int set(const CommandLine& line, const Profiles& profiles)
 {
@@ -113,6 +160,11 @@ int set(const CommandLine& line, const Profiles& profiles)
     profile.name = name;
     takeMembers(line, profile);
     const auto type = typeFromText(line.value("type").toLower()).value_or(profile.type);
+    if (line.isSet("rename")) {
+        profile.type = type;
+        profile.name = line.value("rename");
+        return knows(profiles, name) ? rename(line, profiles, name, profile) : int(eExitFailed);
+    }
     if (isNew)
         profile.type = type;
     profiles.map().SetAt(name, profile, nullptr);
@@ -238,6 +290,7 @@ Command profilesCommand()
             QVector<Option>{
                 choice("type", "type", "import, set: type of the profiles; known ones keep theirs otherwise.",
                        typeNames()),
+                text("rename", "NAME", "set: another name; assignments follow."),
                 flag("replace", "import: leave nothing but the imported profiles."), Users::option()} +
             memberOptions()),
         nullptr,
