@@ -185,6 +185,7 @@ bool Session::mirror(const Options& options, QString& error)
     d->branches = std::make_unique<TreeBranches>(*d->link, m_url);
     connect(d->link.get(), &distribution::TreeLink::si_LinkChanged, this, &Session::noteLink);
     connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, this, &Session::gather);
+    connect(d->link.get(), &distribution::TreeLink::si_WishFailed, this, &Session::si_WishFailed);
     d->link->mirror(link->branches);
     startUsers(Startup::CfgCenter::Instance().Text(QStringLiteral("Users"), QStringLiteral("File")));
     return true;
@@ -317,6 +318,21 @@ Kolta::InstallationEvents& Session::events() const
 Kolta::Journal& Session::journal() const
 {
     return d->journal;
+}
+
+std::size_t Session::openWishes(const QString& server) const
+{
+    std::size_t open = 0;
+#ifdef KOLTA_WITH_DISTRIBUTION
+    for (const distribution::BranchStatus& branch :
+         d->link ? d->link->branches() : QVector<distribution::BranchStatus>()) {
+        if (branch.name == server)
+            open += branch.openWishes;
+    }
+#else
+    Q_UNUSED(server)
+#endif
+    return open;
 }
 
 OrderDraft& Session::draft() const

@@ -85,6 +85,8 @@ public:
     /// The broker's address, "simulated" without one, the file of a replay.
     const QString& url() const noexcept { return m_url; }
     const LinkState& link() const noexcept { return m_link; }
+    /// How many changes that were made here the server has not decided on; 0 without a link.
+    std::size_t openWishes(const QString& server) const;
     /// Milliseconds until the broker is tried again; -1 while it is there or nobody knows.
     int nextTryMs() const;
     /// The link was there and is not any more: all there is to see was known last.
@@ -110,6 +112,8 @@ public:
 
 Q_SIGNALS:
     void si_LinkChanged();
+    /// A change that was made here at that path did not last.
+    void si_WishFailed(const QString& path, const QString& reason);
     void si_UserChanged();
     /// facts() may be others; at most ten times a second.
     void si_FactsChanged();

@@ -258,6 +258,19 @@ void TestLines::shortTimeData()
                               qPrintable(m_shell->told()), kPatienceMs);
     QCOMPARE(map<Profiles>("Profiles").At(QStringLiteral("O'Hara 1")).bandwidthMax, 25000u);
 
+    const auto fresh = map<Profiles>("Profiles").At(QStringLiteral("O'Hara 1"));
+    editor->edit(fresh);
+    QTRY_COMPARE(editor->objectionToSave(), QStringLiteral("Nothing has changed."));
+    editor->line(ProfileField::Name)->setText(QStringLiteral("O'Hara 2"));
+    Q_EMIT editor->si_Save();
+    const QString rename = shown.commandLine();
+    QTRY_VERIFY_WITH_TIMEOUT(!map<Profiles>("Profiles").Contains(fresh.name), kPatienceMs);
+    map<Profiles>("Profiles").EraseAt(QStringLiteral("O'Hara 2"));
+    map<Profiles>("Profiles").SetAt(fresh.name, fresh, nullptr);
+    again(rename);
+    QTRY_VERIFY_WITH_TIMEOUT(!map<Profiles>("Profiles").Contains(fresh.name), kPatienceMs);
+    QVERIFY(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 2")));
+
     using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
     tabs->setCurrentIndex(1);
     AssignmentMatrix& matrix = shown.assignments().matrix();

@@ -11,6 +11,7 @@
 #include <koltacommon/q9rprofiles.h>
 #include <simulation/simulatedserver.h>
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSettings>
@@ -18,6 +19,8 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTreeView>
+#include <QTreeWidget>
+#include <QUuid>
 
 using namespace KoltaConsole;
 using Kolta::ShortTimeProfile;
@@ -110,6 +113,13 @@ private Q_SLOTS:
         QVERIFY(std::any_of(buttons.begin(), buttons.end(), [](const QPushButton* button) {
             return button->isVisible() && button->text() == QStringLiteral("Take theirs");
         }));
+        for (QPushButton* const button : buttons) {
+            if (button->text() == QStringLiteral("Compare"))
+                button->click();
+        }
+        const auto* const comparison = editor->findChild<QTreeWidget*>();
+        QCOMPARE(comparison->topLevelItemCount(), 1);
+        QCOMPARE(comparison->topLevelItem(0)->text(2), QStringLiteral("1 – 2 MHz"));
         stage.server().vanish();
         QTRY_VERIFY(editor->objectionToSave().contains(QStringLiteral("S1")));
         QCOMPARE(band->text(), QStringLiteral("25-16 kHz"));
@@ -120,9 +130,48 @@ private Q_SLOTS:
         QCOMPARE(editor->objectionToSave(), QString());
         Q_EMIT editor->si_Save();
         QCOMPARE(stage.profiles().At(name).bandwidthMax, 25000u);
-        QVERIFY(!editor->isChanged());
+        QTRY_VERIFY(!editor->isChanged());
         QVERIFY2(stage.page->commandLine().startsWith(QStringLiteral("kolta profiles --server S1 ")),
                  qPrintable(stage.page->commandLine()));
+    }
+
+    /// What the server does not let stand stays typed and says why; with another name the assignments go
+    /// along.
+    void saving()
+    {
+        ShortTimeStage stage;
+        QTRY_VERIFY(stage.isSettled());
+        auto* const table = stage.page->profiles().findChild<QTreeView*>();
+        auto* const editor = stage.page->profiles().findChild<ProfileEditor*>();
+        table->setCurrentIndex(table->model()->index(0, 0));
+        const ShortTimeProfile before = editor->original();
+        QLineEdit* const shift = editor->line(ProfileField::Shift);
+        shift->setText(QStringLiteral("1-4711 Hz"));
+        Q_EMIT editor->si_Save();
+        QVERIFY(editor->isChanged() && !editor->objectionToSave().isEmpty());
+        // As a link tells it, which has put back what is valid.
+        stage.profiles().SetAt(before.name, before, nullptr);
+        Q_EMIT stage.session->si_WishFailed(stage.profiles().GetPath(), QStringLiteral("not today"));
+        QTRY_COMPARE(editor->objectionToSave(), QString());
+        QCOMPARE(editor->draft().shiftMax, 4711u);
+        const auto labels = editor->findChildren<QLabel*>();
+        QVERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+            return label->text().contains(QStringLiteral("not today"));
+        }));
+
+        auto& assignments = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>("Assignments");
+        Kolta::ShortTimeFFPAssignment assignment;
+        assignment.ffpGuid = QUuid::createUuid().toString();
+        assignment.profiles = QStringList{before.name, table->model()->index(1, 0).data().toString()};
+        assignments.SetAt(assignment.ffpGuid, assignment, nullptr);
+        editor->line(ProfileField::Name)->setText(QStringLiteral("Other"));
+        Q_EMIT editor->si_Save();
+        QVERIFY(stage.profiles().Contains(before.name));
+        QTRY_VERIFY(!stage.profiles().Contains(before.name));
+        QCOMPARE(stage.profiles().At(QStringLiteral("Other")).shiftMax, 4711u);
+        QCOMPARE(assignments.At(assignment.ffpGuid).profiles.first(), QStringLiteral("Other"));
+        QTRY_VERIFY(!editor->isChanged());
+        QCOMPARE(editor->original().name, QStringLiteral("Other"));
     }
 
     /// What was typed and ticked is there again after another server was shown, and after an end.

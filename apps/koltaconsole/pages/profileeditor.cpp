@@ -5,11 +5,13 @@
 #include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QJsonArray>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStyle>
+#include <QTreeWidget>
 #include <QVBoxLayout>
 
 #include <limits>
@@ -20,13 +22,9 @@ using Kolta::ShortTimeProfile;
 
 namespace {
 
-const char* const kTitles[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Name"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Frequency"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Duration"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Bandwidth"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Symbol rate"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
+constexpr int kFieldWidth = 160;
+constexpr int kValueWidth = 300;
+constexpr int kComparisonHeight = 110;
 
 /// All that the editor shows of a profile, and what it must not lose.
 QJsonObject toJson(const ShortTimeProfile& profile)
@@ -53,15 +51,9 @@ ShortTimeProfile profileOf(const QJsonObject& json)
     return profile;
 }
 
-/// Equal but for the rule that profiles without a hop or symbol rate are equal to none.
 bool isSame(const ShortTimeProfile& a, const ShortTimeProfile& b)
 {
-    for (int field = 0; field < kProfileFieldCount; ++field) {
-        if (fieldText(a, static_cast<ProfileField>(field)) != fieldText(b, static_cast<ProfileField>(field)))
-            return false;
-    }
-    return a.useModulation == b.useModulation && (!a.useModulation || a.modulation == b.modulation) &&
-           a.type == b.type;
+    return differingFields(a, b).isEmpty();
 }
 
 } // namespace
@@ -72,6 +64,9 @@ ProfileEditor::ProfileEditor(QWidget* parent)
     , m_save(new QPushButton(tr("Save"), this))
     , m_undo(new QPushButton(tr("Undo"), this))
     , m_take(new QPushButton(tr("Take theirs"), this))
+    , m_keep(new QPushButton(tr("Keep mine"), this))
+    , m_compare(new QPushButton(tr("Compare"), this))
+    , m_comparison(new QTreeWidget(this))
     , m_modulation(new QComboBox(this))
     , m_type(new QComboBox(this))
 {
@@ -87,6 +82,22 @@ void ProfileEditor::makeHeading()
     connect(m_save, &QPushButton::clicked, this, &ProfileEditor::si_Save);
     connect(m_undo, &QPushButton::clicked, this, [this] { edit(m_theirs.value_or(m_original)); });
     connect(m_take, &QPushButton::clicked, this, [this] { edit(m_theirs.value_or(m_original)); });
+    connect(m_keep, &QPushButton::clicked, this, [this] { takeSaved(m_theirs.value_or(m_original)); });
+    connect(m_compare, &QPushButton::toggled, this, &ProfileEditor::showHeading);
+    m_compare->setCheckable(true);
+    m_comparison->setHeaderLabels({tr("Field"), tr("Mine"), tr("Theirs")});
+    m_comparison->setRootIsDecorated(false);
+    m_comparison->setUniformRowHeights(true);
+    m_comparison->setAlternatingRowColors(true);
+    m_comparison->setAccessibleName(tr("Where mine and theirs differ"));
+    m_comparison->header()->resizeSection(0, kFieldWidth);
+    m_comparison->header()->resizeSection(1, kValueWidth);
+    m_comparison->setFixedHeight(kComparisonHeight);
+    makeLists();
+}
+
+void ProfileEditor::makeLists()
+{
     m_modulation->setAccessibleName(tr("Modulation"));
     m_modulation->addItem(tr("not in use"), 0);
     for (int code = 1; code <= std::numeric_limits<qint8>::max(); ++code) {
@@ -95,9 +106,8 @@ void ProfileEditor::makeHeading()
             m_modulation->addItem(name, code);
     }
     m_type->setAccessibleName(tr("Type"));
-    const QString types[] = {tr("unspecified"), tr("burst"), tr("hopper"), tr("ignore")};
-    for (int type = 0; type < 4; ++type)
-        m_type->addItem(types[type], type);
+    for (int type = Kolta::eShortTimeProfileUnspecified; type <= Kolta::eShortTimeProfileIgnore; ++type)
+        m_type->addItem(typeTitle(static_cast<Kolta::eShortTimeProfileType>(type)), type);
     for (QComboBox* const box : {m_modulation, m_type})
         connect(box, qOverload<int>(&QComboBox::currentIndexChanged), this, &ProfileEditor::read);
 }
@@ -107,7 +117,7 @@ void ProfileEditor::makeFields()
     auto* const top = new QHBoxLayout;
     top->setSpacing(8);
     top->addWidget(m_heading, 1);
-    for (QPushButton* const button : {m_take, m_save, m_undo})
+    for (QPushButton* const button : {m_compare, m_take, m_keep, m_save, m_undo})
         top->addWidget(button);
     auto* const grid = new QGridLayout;
     grid->setHorizontalSpacing(8);
@@ -127,20 +137,21 @@ void ProfileEditor::makeFields()
         const auto at = static_cast<std::size_t>(i);
         m_lines[at] = new QLineEdit(this);
         m_lines[at]->setPlaceholderText(i == 0 ? tr("of the profile") : tr("not in use"));
-        m_lines[at]->setAccessibleName(tr(kTitles[i]));
+        m_lines[at]->setAccessibleName(fieldTitle(static_cast<ProfileField>(i)));
         m_hints[at] = new QLabel(this);
         m_hints[at]->setProperty("warning", true);
         m_hints[at]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         m_hints[at]->setWordWrap(true);
         m_hints[at]->hide();
         connect(m_lines[at], &QLineEdit::textChanged, this, &ProfileEditor::read);
-        place(i, tr(kTitles[i]), m_lines[at], m_hints[at]);
+        place(i, fieldTitle(static_cast<ProfileField>(i)), m_lines[at], m_hints[at]);
     }
     place(kProfileFieldCount, tr("Modulation"), m_modulation, nullptr);
     place(kProfileFieldCount + 1, tr("Type"), m_type, nullptr);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 6, 8, 6);
     layout->addLayout(top);
+    layout->addWidget(m_comparison);
     layout->addLayout(grid);
 }
 
@@ -149,6 +160,7 @@ void ProfileEditor::edit(const ShortTimeProfile& profile)
     m_original = m_draft = profile;
     m_theirs.reset();
     m_news.clear();
+    m_failure.clear();
     fill();
 }
 
@@ -231,6 +243,33 @@ void ProfileEditor::read()
     Q_EMIT si_Written();
 }
 
+/// What was typed since then goes on.
+void ProfileEditor::takeSaved(const ShortTimeProfile& profile)
+{
+    if (m_wrong == 0 && isSame(profile, m_draft)) {
+        edit(profile); // which also writes texts as they are written here
+        return;
+    }
+    m_original = profile;
+    m_theirs.reset();
+    m_news.clear();
+    m_failure.clear();
+    read();
+}
+
+void ProfileEditor::setSaving(bool isSaving)
+{
+    m_isSaving = isSaving;
+    m_failure.clear();
+    showHeading();
+}
+
+void ProfileEditor::setFailure(const QString& failure)
+{
+    m_failure = failure;
+    showHeading();
+}
+
 void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
 {
     if (isSame(profile, m_original)) {
@@ -262,7 +301,11 @@ void ProfileEditor::takeRemoval()
 void ProfileEditor::showHeading()
 {
     QStringList parts{m_draft.name.isEmpty() ? tr("New profile") : m_draft.name};
-    if (m_isChanged)
+    if (m_isChanged && m_isSaving)
+        parts.append(tr("being saved"));
+    else if (m_isChanged && !m_failure.isEmpty())
+        parts.append(tr("changed, not saved: %1").arg(m_failure));
+    else if (m_isChanged)
         parts.append(tr("changed, not saved"));
     else if (!m_use.isEmpty())
         parts.append(m_use);
@@ -274,14 +317,34 @@ void ProfileEditor::showHeading()
     m_save->setEnabled(objection.isEmpty());
     m_save->setToolTip(objection);
     m_save->setAccessibleDescription(objection);
-    m_undo->setEnabled(m_isChanged);
-    m_take->setVisible(m_theirs.has_value());
+    m_undo->setEnabled(m_isChanged && !m_isSaving);
+    for (QPushButton* const button : {m_take, m_keep, m_compare})
+        button->setVisible(m_theirs.has_value());
+    showComparison();
+}
+
+void ProfileEditor::showComparison()
+{
+    const bool isShown = m_theirs && m_compare->isChecked();
+    m_comparison->setVisible(isShown);
+    m_comparison->clear();
+    if (!isShown)
+        return;
+    const auto shown = [](const QString& text) { return text.isEmpty() ? tr("not in use") : text; };
+    for (const FieldDifference& difference : differingFields(m_draft, *m_theirs)) {
+        auto* const item = new QTreeWidgetItem(
+            m_comparison, {difference.field, shown(difference.mine), shown(difference.theirs)});
+        for (int column = 0; column < 3; ++column)
+            item->setToolTip(column, item->text(column));
+    }
 }
 
 QString ProfileEditor::objectionToSave() const
 {
     if (!m_objection.isEmpty())
         return m_objection;
+    if (m_isSaving)
+        return tr("It is being saved.");
     if (m_wrong > 0)
         return tr("A field cannot be read.");
     return m_isChanged ? QString() : tr("Nothing has changed.");

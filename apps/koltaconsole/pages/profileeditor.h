@@ -12,6 +12,7 @@ class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class QTreeWidget;
 
 namespace KoltaConsole {
 
@@ -28,6 +29,11 @@ public:
     void edit(const Kolta::ShortTimeProfile& profile);
     /// What others have made of the one that is shown: taken over where nothing was typed.
     void takeTheirs(const Kolta::ShortTimeProfile& profile);
+    /// It is so now on its server: by what was typed, or what was typed is to replace it.
+    void takeSaved(const Kolta::ShortTimeProfile& profile);
+    void setSaving(bool isSaving);
+    /// Why what was typed is not on its server.
+    void setFailure(const QString& failure);
     /// Others have removed it.
     void takeRemoval();
 
@@ -59,24 +65,31 @@ Q_SIGNALS:
 private:
     void makeFields();
     void makeHeading();
+    void makeLists();
     void fill();
     void fillLists();
     void read();
     void showHeading();
+    void showComparison();
 
     Kolta::ShortTimeProfile m_original;
     Kolta::ShortTimeProfile m_draft;
     std::optional<Kolta::ShortTimeProfile> m_theirs; ///< unseen so far
     bool m_isChanged = false;
     bool m_isFilling = false;
+    bool m_isSaving = false;
     int m_wrong = 0;
     QString m_objection;
     QString m_use;
-    QString m_news; ///< what others did
+    QString m_news;    ///< what others did
+    QString m_failure; ///< of saving
     QLabel* m_heading;
     QPushButton* m_save;
     QPushButton* m_undo;
     QPushButton* m_take;
+    QPushButton* m_keep;
+    QPushButton* m_compare;
+    QTreeWidget* m_comparison;
     std::array<QLineEdit*, kProfileFieldCount> m_lines{};
     std::array<QLabel*, kProfileFieldCount> m_hints{};
     QComboBox* m_modulation;

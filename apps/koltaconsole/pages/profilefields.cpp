@@ -20,6 +20,25 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(KoltaConsole::ProfileFields)
 };
 
+const char* const kTitles[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Name"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Frequency"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Duration"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Bandwidth"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Symbol rate"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
+                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
+
+/// In the order of eShortTimeProfileType.
+const char* const kTypes[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "unspecified"),
+                              QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "burst"),
+                              QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "hopper"),
+                              QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "ignore")};
+
+QString translated(const char* text)
+{
+    return QCoreApplication::translate("KoltaConsole::ProfileEditor", text);
+}
+
 constexpr double kLargest32 = std::numeric_limits<quint32>::max();
 /// Up to which doubles have all whole numbers.
 constexpr double kLargestWhole = 9007199254740992.0;
@@ -61,6 +80,36 @@ QString takeHopRate(ShortTimeProfile& profile, const QString& text)
 }
 
 } // namespace
+
+QString fieldTitle(ProfileField field)
+{
+    return translated(kTitles[static_cast<int>(field)]);
+}
+
+QString typeTitle(Kolta::eShortTimeProfileType type)
+{
+    return type >= 0 && type < 4 ? translated(kTypes[type]) : QString::number(type);
+}
+
+/// By texts, as profiles without a hop or symbol rate are equal to none.
+QVector<FieldDifference> differingFields(const ShortTimeProfile& mine, const ShortTimeProfile& theirs)
+{
+    QVector<FieldDifference> differences;
+    const auto compare = [&](const QString& title, const QString& first, const QString& second) {
+        if (first != second)
+            differences.append({title, first, second});
+    };
+    for (int i = 0; i < kProfileFieldCount; ++i) {
+        const auto field = static_cast<ProfileField>(i);
+        compare(fieldTitle(field), fieldText(mine, field), fieldText(theirs, field));
+    }
+    const auto modulation = [](const ShortTimeProfile& profile) {
+        return profile.useModulation ? Kolta::modulationTypeToString(profile.modulation) : QString();
+    };
+    compare(translated("Modulation"), modulation(mine), modulation(theirs));
+    compare(translated("Type"), typeTitle(mine.type), typeTitle(theirs.type));
+    return differences;
+}
 
 QString fieldText(const ShortTimeProfile& p, ProfileField field)
 {

@@ -3,6 +3,7 @@
 #include <koltacommon/shorttimeprofile.h>
 
 #include <QString>
+#include <QVector>
 
 namespace KoltaConsole {
 
@@ -10,6 +11,20 @@ namespace KoltaConsole {
 enum class ProfileField { Name, Frequency, Duration, Bandwidth, SymbolRate, HopRate, Shift };
 constexpr int kProfileFieldCount = 7;
 
+/// What of a profile is another than of another one.
+struct FieldDifference
+{
+    QString field;
+    QString mine;
+    QString theirs;
+};
+
+/// "Symbol rate".
+QString fieldTitle(ProfileField field);
+QString typeTitle(Kolta::eShortTimeProfileType type);
+/// All that an editor of profiles shows; empty for equal ones.
+QVector<FieldDifference> differingFields(const Kolta::ShortTimeProfile& mine,
+                                         const Kolta::ShortTimeProfile& theirs);
 /// As somebody would write it, "30 – 88 MHz"; empty when it is not in use.
 QString fieldText(const Kolta::ShortTimeProfile& profile, ProfileField field);
 /// Takes over what the text says; empty takes it out of use. The sentence of what is wrong with it, with a

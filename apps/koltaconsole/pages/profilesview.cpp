@@ -2,12 +2,12 @@
 
 #include "../columns.h"
 #include "../stateitemdelegate.h"
+#include "../wishwatch.h"
 #include "profileeditor.h"
+#include "profilesaving.h"
 #include "shorttimemaps.h"
 
 #include <common/actionlines.h>
-#include <koltacommon/installationevents.h>
-#include <koltacommon/maprequestjobs.h>
 
 #include <QFileDialog>
 #include <QFileInfo>
@@ -19,6 +19,8 @@
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace KoltaConsole {
 
@@ -136,7 +138,7 @@ void ProfilesView::follow()
                 for (int row = first.row(); row <= last.row(); ++row) {
                     const ShortTimeProfile* const profile = m_model.itemAt(m_model.index(row, 0));
                     if (profile && profile->name == m_editor->original().name)
-                        m_editor->takeTheirs(*profile);
+                        compareWithOthers();
                 }
             });
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, [this] {
@@ -198,7 +200,8 @@ void ProfilesView::compareWithOthers()
 {
     const QString name = m_editor->original().name;
     const ShortTimeProfileItemMap* const profiles = name.isEmpty() ? nullptr : map();
-    if (!profiles)
+    // What is being saved here shows at once, and may not last.
+    if (!profiles || (m_saving && m_saving->server() == m_server))
         return;
     if (profiles->Contains(name))
         m_editor->takeTheirs(profiles->At(name));
@@ -217,7 +220,7 @@ void ProfilesView::choose()
     refresh();
 }
 
-QString ProfilesView::useOf(const QString& profile) const
+int ProfilesView::useCount(const QString& profile) const
 {
     const auto* const assignments =
         shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
@@ -226,6 +229,12 @@ QString ProfilesView::useOf(const QString& profile) const
         for (const auto& entry : assignments->data())
             count += entry.second.profiles.contains(profile) ? 1 : 0;
     }
+    return count;
+}
+
+QString ProfilesView::useOf(const QString& profile) const
+{
+    const int count = useCount(profile);
     return count == 0 ? tr("in use by no FFP") : tr("in use by %n FFP(s)", "", count);
 }
 
@@ -235,31 +244,66 @@ void ProfilesView::tellLine(const QString& line)
     Q_EMIT si_LineChanged();
 }
 
+/// Assignments follow another name, which not everybody may let them.
+QString ProfilesView::objectionToName(const QString& name, const QString& before) const
+{
+    if (name == before)
+        return QString();
+    if (map()->Contains(name))
+        return tr("there is one of that name");
+    return before.isEmpty() || useCount(before) == 0
+               ? QString()
+               : objectionToShortTime(m_session, m_server, true, UserAction::EditAssignments);
+}
+
 void ProfilesView::save()
 {
     ShortTimeProfileItemMap* const profiles = map();
-    if (!profiles || !m_editor->objectionToSave().isEmpty())
+    if (!profiles || m_saving || !m_editor->objectionToSave().isEmpty())
         return;
-    ShortTimeProfile draft = m_editor->draft();
+    const ShortTimeProfile draft = m_editor->draft();
     const QString before = m_editor->original().name;
-    const bool isKnown = profiles->Contains(draft.name);
-    if (isKnown && draft.name != before) {
-        m_session.tell(tr("profile %1 is not saved: there is one of that name").arg(draft.name),
+    const QString objection = objectionToName(draft.name, before);
+    if (!objection.isEmpty()) {
+        m_editor->setFailure(objection);
+        m_session.tell(tr("profile %1 of %2 is not saved: %3").arg(draft.name, m_server, objection),
                        Kolta::Event::Weight::Attention);
         return;
     }
-    tellLine(KoltaApps::ActionLines(m_server).setProfile(draft));
-    const auto type = draft.type;
-    // The type of one that exists is its owner's to change.
-    if (isKnown)
-        draft.type = profiles->At(draft.name).type;
-    m_editor->edit(draft);
-    profiles->SetAt(draft.name, draft, nullptr);
-    if (!isKnown || type == draft.type)
-        return;
-    auto* const job = new Kolta::ProfileTypeJob(*profiles, draft.name, type, this);
-    m_session.events().followOperation(*job, m_server, tr("type of profile %1").arg(draft.name));
-    job->deleteWhenFinished();
+    m_saving =
+        new ProfileSaving(m_session, m_server, profiles->Contains(before) ? before : QString(), draft, this);
+    connect(m_saving, &ProfileSaving::si_Ended, this, &ProfilesView::takeEnd);
+    tellLine(KoltaApps::ActionLines(m_server).setProfile(draft, m_saving->isRenaming() ? before : QString()));
+    m_editor->setSaving(true);
+    m_saving->begin();
+}
+
+/// What is not saved stays typed, for its server also while another one is shown.
+void ProfilesView::takeEnd(const QString& problem)
+{
+    const QString server = m_saving->server();
+    const ShortTimeProfile wanted = m_saving->profile();
+    m_saving->deleteLater();
+    m_saving = nullptr;
+    m_editor->setSaving(false);
+    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
+    const bool isSaved = profiles && profiles->Contains(wanted.name) &&
+                         differingFields(profiles->At(wanted.name), wanted).isEmpty();
+    if (server != m_server) {
+        if (isSaved)
+            m_drafts.set(server, QJsonObject());
+    } else if (isSaved) {
+        m_editor->takeSaved(profiles->At(wanted.name));
+        m_editor->setUse(useOf(wanted.name));
+    } else {
+        m_editor->setFailure(problem);
+        compareWithOthers();
+    }
+    if (!problem.isEmpty())
+        m_session.tell(isSaved ? tr("profile %1 of %2: %3").arg(wanted.name, server, problem)
+                               : tr("profile %1 of %2 is not saved: %3").arg(wanted.name, server, problem),
+                       Kolta::Event::Weight::Attention);
+    refresh();
 }
 
 void ProfilesView::remove()
@@ -271,6 +315,15 @@ void ProfilesView::remove()
     const QString name = profile->name;
     tellLine(KoltaApps::ActionLines(m_server).removeProfiles({name}));
     profiles->EraseAt(name);
+    new WishWatch(
+        m_session, m_server, profiles->GetPath(),
+        [this, name, server = m_server](const QString& reason) {
+            const auto* const left = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
+            if (!reason.isEmpty() && left && left->Contains(name))
+                m_session.tell(tr("profile %1 of %2 is not removed: %3").arg(name, server, reason),
+                               Kolta::Event::Weight::Attention);
+        },
+        this);
 }
 
 void ProfilesView::askForFile()
@@ -325,10 +378,38 @@ void ProfilesView::confirmImport()
             items.push_back(profile);
     }
     tellLine(KoltaApps::ActionLines(m_server).importProfiles(m_pending.file, false));
-    m_session.tell(tr("%1 profiles of %2 imported").arg(items.size()).arg(m_pending.file),
-                   Kolta::Event::Weight::Note);
+    const QString file = m_pending.file;
     closeImport();
     profiles->Set(items, false, true);
+    new WishWatch(
+        m_session, m_server, profiles->GetPath(),
+        [this, file, items, server = m_server](const QString& reason) {
+            tellImport(server, file, items, reason);
+        },
+        this);
+}
+
+/// By what is there now; what has not been taken over is shown again.
+void ProfilesView::tellImport(const QString& server, const QString& file,
+                              const std::list<ShortTimeProfile>& items, const QString& reason)
+{
+    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
+    const auto taken = std::count_if(items.begin(), items.end(), [profiles](const ShortTimeProfile& item) {
+        return profiles && profiles->Contains(item.name) &&
+               differingFields(profiles->At(item.name), item).isEmpty();
+    });
+    if (taken == static_cast<qint64>(items.size())) {
+        m_session.tell(tr("%1 profiles of %2 imported").arg(items.size()).arg(file),
+                       Kolta::Event::Weight::Note);
+        return;
+    }
+    m_session.tell(tr("%1 of %2 profiles of %3 imported: %4")
+                       .arg(taken)
+                       .arg(items.size())
+                       .arg(file, profiles ? reason : tr("%1 has gone").arg(server)),
+                   Kolta::Event::Weight::Attention);
+    if (profiles && server == m_server)
+        previewImport(file);
 }
 
 void ProfilesView::closeImport()

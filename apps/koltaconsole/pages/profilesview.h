@@ -7,6 +7,8 @@
 
 #include <QWidget>
 
+#include <list>
+
 class QLabel;
 class QPushButton;
 class QTreeView;
@@ -15,6 +17,7 @@ class QTreeWidget;
 namespace KoltaConsole {
 
 class ProfileEditor;
+class ProfileSaving;
 class Session;
 
 /// The short-time profiles of a server in a table, the chosen one in an editor, and files that come in.
@@ -47,10 +50,15 @@ private:
     void choose();
     void compareWithOthers();
     void save();
+    void takeEnd(const QString& problem);
+    void tellImport(const QString& server, const QString& file,
+                    const std::list<Kolta::ShortTimeProfile>& items, const QString& reason);
     void remove();
     void askForFile();
     void closeImport();
     void tellLine(const QString& line);
+    QString objectionToName(const QString& name, const QString& before) const;
+    int useCount(const QString& profile) const;
     QString useOf(const QString& profile) const;
 
     Session& m_session;
@@ -68,6 +76,7 @@ private:
     QPushButton* m_confirm;
     ProfileImport m_pending;
     KeptDrafts m_drafts;
+    ProfileSaving* m_saving = nullptr; ///< one at a time
     QString m_line;
 };
 

@@ -3647,6 +3647,42 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Nothing has changed.</source>
         <translation>Nichts ist geändert.</translation>
     </message>
+    <message>
+        <source>Keep mine</source>
+        <translation>Meines behalten</translation>
+    </message>
+    <message>
+        <source>Compare</source>
+        <translation>Vergleichen</translation>
+    </message>
+    <message>
+        <source>Field</source>
+        <translation>Feld</translation>
+    </message>
+    <message>
+        <source>Mine</source>
+        <translation>Meines</translation>
+    </message>
+    <message>
+        <source>Theirs</source>
+        <translation>Ihres</translation>
+    </message>
+    <message>
+        <source>Where mine and theirs differ</source>
+        <translation>Worin sich meines und ihres unterscheiden</translation>
+    </message>
+    <message>
+        <source>being saved</source>
+        <translation>wird gespeichert</translation>
+    </message>
+    <message>
+        <source>It is being saved.</source>
+        <translation>Es wird gerade gespeichert.</translation>
+    </message>
+    <message>
+        <source>changed, not saved: %1</source>
+        <translation>geändert, nicht gespeichert: %1</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProfileFields</name>
@@ -3688,6 +3724,29 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>new: %1</source>
         <translation>neu: %1</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfileSaving</name>
+    <message>
+        <source>%1 has gone; it may have happened</source>
+        <translation>%1 ist nicht mehr da; es kann geschehen sein</translation>
+    </message>
+    <message>
+        <source>others have changed it meanwhile</source>
+        <translation>andere haben es inzwischen geändert</translation>
+    </message>
+    <message>
+        <source>type of profile %1</source>
+        <translation>Typ des Profils %1</translation>
+    </message>
+    <message>
+        <source>assignment of %1</source>
+        <translation>Zuordnung von %1</translation>
+    </message>
+    <message>
+        <source>%1 is still there: %2</source>
+        <translation>%1 ist noch da: %2</translation>
     </message>
 </context>
 <context>
@@ -3801,6 +3860,30 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>%1 profiles of %2 imported</source>
         <translation>%1 Profile aus %2 eingelesen</translation>
+    </message>
+    <message>
+        <source>there is one of that name</source>
+        <translation>es gibt schon eines dieses Namens</translation>
+    </message>
+    <message>
+        <source>profile %1 of %2 is not saved: %3</source>
+        <translation>Profil %1 von %2 ist nicht gespeichert: %3</translation>
+    </message>
+    <message>
+        <source>profile %1 of %2: %3</source>
+        <translation>Profil %1 von %2: %3</translation>
+    </message>
+    <message>
+        <source>profile %1 of %2 is not removed: %3</source>
+        <translation>Profil %1 von %2 ist nicht entfernt: %3</translation>
+    </message>
+    <message>
+        <source>%1 of %2 profiles of %3 imported: %4</source>
+        <translation>%1 von %2 Profilen aus %3 eingelesen: %4</translation>
+    </message>
+    <message>
+        <source>%1 has gone</source>
+        <translation>%1 ist nicht mehr da</translation>
     </message>
 </context>
 <context>
