@@ -3826,14 +3826,6 @@ F1 zeigt die Tasten der Seite.</translation>
         </translation>
     </message>
     <message>
-        <source>profile %1 is not saved: there is one of that name</source>
-        <translation>Profil %1 ist nicht gespeichert: der Name ist vergeben</translation>
-    </message>
-    <message>
-        <source>type of profile %1</source>
-        <translation>Typ des Profils %1</translation>
-    </message>
-    <message>
         <source>Import profiles</source>
         <translation>Profile einlesen</translation>
     </message>
