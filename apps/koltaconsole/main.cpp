@@ -120,6 +120,32 @@ void photograph(MainWindow& window, Session& session, const Options& options)
     });
 }
 
+/// Exit code.
+int run(Application& application, Options& options)
+{
+    Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
+    const bool isGerman = QLocale().language() == QLocale::German;
+    installTexts(isGerman ? QStringLiteral("de") : QStringLiteral("en"));
+    Theme::instance().apply(options.wantedTheme());
+    if (options.isAsking && !askForInstallation(options))
+        return 0;
+    QString error;
+    const auto session = Session::start(options, error);
+    if (!session)
+        return tell(error, kUsage);
+    application.setFaultTaker([&session](const QString& what) {
+        session->tell(QApplication::translate("Application", "the console: %1").arg(what),
+                      Kolta::Event::Weight::Attention);
+    });
+    MainWindow window(*session, options);
+    window.show();
+    if (!options.screenshot.isEmpty())
+        photograph(window, *session, options);
+    const int result = QApplication::exec();
+    application.setFaultTaker({});
+    return result;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -147,25 +173,5 @@ int main(int argc, char** argv)
     const QtMessageHandler usual = qInstallMessageHandler(tellFatal);
     Application application(argc, argv);
     qInstallMessageHandler(usual);
-    Startup::ErrorHandler::Instance().setLoggingEnabled(options.isTracing);
-    const bool isGerman = QLocale().language() == QLocale::German;
-    installTexts(isGerman ? QStringLiteral("de") : QStringLiteral("en"));
-    Theme::instance().apply(options.wantedTheme());
-    if (options.isAsking && !askForInstallation(options))
-        return 0;
-    QString error;
-    const auto session = Session::start(options, error);
-    if (!session)
-        return tell(error, kUsage);
-    application.setFaultTaker([&session](const QString& what) {
-        session->tell(QApplication::translate("Application", "the console: %1").arg(what),
-                      Kolta::Event::Weight::Attention);
-    });
-    MainWindow window(*session, options);
-    window.show();
-    if (!options.screenshot.isEmpty())
-        photograph(window, *session, options);
-    const int result = QApplication::exec();
-    application.setFaultTaker({});
-    return result;
+    return run(application, options);
 }

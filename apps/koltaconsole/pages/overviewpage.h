@@ -85,6 +85,7 @@ private:
                               QVector<ClassFigure>& figures);
     void paint(QPainter& painter, const Place& place) const;
     void paintCard(QPainter& painter, const Place& place) const;
+    static void paintWork(QPainter& painter, const ServerFacts& facts, QRect rect);
     void paintClasses(QPainter& painter, const Place& place, QRect rect) const;
     void paintLine(QPainter& painter, const Place& place) const;
     void paintTile(QPainter& painter, const Place& place) const;

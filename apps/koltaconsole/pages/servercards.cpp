@@ -265,22 +265,27 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
                   facts.isStale());
     painter.setPen(textColor(facts, false));
     drawText(painter, line(52), Qt::AlignLeft, countsText(facts.tuners));
-    const QString running = tr("%n production(s)", nullptr, facts.productions);
-    const int width = drawText(painter, line(69), Qt::AlignLeft, running);
-    if (!facts.units.isEmpty()) {
-        QRect rest = line(69).adjusted(width, 0, 0, 0);
-        rest.adjust(drawText(painter, rest, Qt::AlignLeft, QStringLiteral(" · ")), 0, 0, 0);
-        if (facts.areUnitsMissing && !facts.isStale())
-            drawLook(painter, rest, {Mark::Triangle, Role::Attention, tr("%1 units").arg(facts.units), true},
-                     false);
-        else
-            drawText(painter, rest, Qt::AlignLeft, tr("%1 units").arg(facts.units));
-    }
+    paintWork(painter, facts, line(69));
     painter.setPen(theme.color(Role::Dim));
     drawText(painter, line(86), Qt::AlignLeft, facts.message);
     if (place.shape == Shape::Tall)
         paintClasses(painter, place, inner.adjusted(0, 110, 0, -12));
     paintStrip(painter, QRect(inner.left(), inner.bottom() - 5, inner.width(), 6), facts);
+}
+
+/// Productions and units.
+void ServerCards::paintWork(QPainter& painter, const ServerFacts& facts, QRect rect)
+{
+    rect.adjust(drawText(painter, rect, Qt::AlignLeft, tr("%n production(s)", nullptr, facts.productions)), 0,
+                0, 0);
+    if (facts.units.isEmpty())
+        return;
+    rect.adjust(drawText(painter, rect, Qt::AlignLeft, QStringLiteral(" · ")), 0, 0, 0);
+    const QString units = tr("%1 units").arg(facts.units);
+    if (facts.areUnitsMissing && !facts.isStale())
+        drawLook(painter, rect, {Mark::Triangle, Role::Attention, units, true}, false);
+    else
+        drawText(painter, rect, Qt::AlignLeft, units);
 }
 
 void ServerCards::paintClasses(QPainter& painter, const Place& place, QRect rect) const

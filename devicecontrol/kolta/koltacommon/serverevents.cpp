@@ -321,18 +321,23 @@ void ServerEvents::followResources()
                                : InstallationEvents::tr("tuner %1 is busy"),
                           Weight::Note);
             });
+    followUnits(*resources);
+}
+
+void ServerEvents::followUnits(const KoltaResourceObserver& resources)
+{
     const auto tellRegistration = [this](const QString& guid, const QString& text, bool isRegistered) {
         tellUnit(guid,
                  text.arg(resourceName(guid), isRegistered ? InstallationEvents::tr("registered")
                                                            : InstallationEvents::tr("not registered")),
                  isRegistered ? 1 : 0);
     };
-    connect(resources, &KoltaResourceObserver::si_PuRegistrationChanged, this,
+    connect(&resources, &KoltaResourceObserver::si_PuRegistrationChanged, this,
             [tellRegistration](const QString& guid, ProcessingUnit::Registration registration) {
                 tellRegistration(guid, InstallationEvents::tr("processing unit %1 is %2"),
                                  registration == ProcessingUnit::eRegistered);
             });
-    connect(resources, &KoltaResourceObserver::si_SuRegistrationChanged, this,
+    connect(&resources, &KoltaResourceObserver::si_SuRegistrationChanged, this,
             [tellRegistration](const QString& guid, StorageUnit::Registration registration) {
                 tellRegistration(guid, InstallationEvents::tr("storage unit %1 is %2"),
                                  registration == StorageUnit::eRegistered);

@@ -76,6 +76,7 @@ private:
     void tellStartupErrors(const QString& errors);
 
     void followResources();
+    void followUnits(const KoltaResourceObserver& resources);
     QString resourceName(const QString& guid);
     void tellTuner(const QString& guid, const QString& text, Weight weight);
     void tellUnit(const QString& guid, const QString& text, int state);
