@@ -267,6 +267,7 @@ void TestLines::shortTimeData()
     QTRY_VERIFY_WITH_TIMEOUT(!map<Profiles>("Profiles").Contains(fresh.name), kPatienceMs);
     map<Profiles>("Profiles").EraseAt(QStringLiteral("O'Hara 2"));
     map<Profiles>("Profiles").SetAt(fresh.name, fresh, nullptr);
+    QVERIFY(m_shell->loses(QStringLiteral("kolta profiles list"), QStringLiteral("O'Hara 2")));
     again(rename);
     QTRY_VERIFY_WITH_TIMEOUT(!map<Profiles>("Profiles").Contains(fresh.name), kPatienceMs);
     QVERIFY(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 2")));
