@@ -213,33 +213,25 @@ void MainWindow::makeEvents()
 
 void MainWindow::makeActions()
 {
-    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
-                            const std::function<void()>& run) {
-        ActionTable::Entry entry;
-        entry.id = QLatin1String(id);
-        entry.text = text;
-        entry.shortcut = keys;
-        entry.run = run;
-        m_actions.add(entry, this);
-    };
     for (int tab = 0; tab < m_tabs->count(); ++tab) {
         const QByteArray id = QByteArray("page-") + pageTable().at(tab).id;
-        add(id.constData(), tr("Go to %1").arg(m_tabs->tabText(tab)),
-            QKeySequence(Qt::CTRL + Qt::Key_1 + tab),
-            [this, tab] { showPage(pageIds().at(tab))->setFocus(); });
+        addKey(id.constData(), tr("Go to %1").arg(m_tabs->tabText(tab)),
+               QKeySequence(Qt::CTRL + Qt::Key_1 + tab),
+               [this, tab] { showPage(pageIds().at(tab))->setFocus(); });
     }
-    add("palette", tr("Command palette"), QKeySequence(Qt::CTRL + Qt::Key_K), [this] { m_palette->open(); });
-    add("attention-next", tr("Next that needs attention"), QKeySequence(Qt::Key_F8),
-        [this] { m_attention->step(1); });
-    add("attention-before", tr("The one before that needs attention"), QKeySequence(Qt::SHIFT + Qt::Key_F8),
-        [this] { m_attention->step(-1); });
-    add("keys", tr("All actions and their keys"), QKeySequence(Qt::Key_F1),
-        [this] { m_palette->openForPage(); });
-    add("copy-rows", tr("Copy the selected rows as text"), QKeySequence(QKeySequence::Copy),
-        [this] { copyRows(); });
-    add("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
-        [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
-    add("theme", tr("Light or dark"), QKeySequence(), [this] {
+    addKey("palette", tr("Command palette"), QKeySequence(Qt::CTRL + Qt::Key_K),
+           [this] { m_palette->open(); });
+    addKey("attention-next", tr("Next that needs attention"), QKeySequence(Qt::Key_F8),
+           [this] { m_attention->step(1); });
+    addKey("attention-before", tr("The one before that needs attention"),
+           QKeySequence(Qt::SHIFT + Qt::Key_F8), [this] { m_attention->step(-1); });
+    addKey("keys", tr("All actions and their keys"), QKeySequence(Qt::Key_F1),
+           [this] { m_palette->openForPage(); });
+    addKey("copy-rows", tr("Copy the selected rows as text"), QKeySequence(QKeySequence::Copy),
+           [this] { copyRows(); });
+    addKey("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
+           [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
+    addKey("theme", tr("Light or dark"), QKeySequence(), [this] {
         Theme& theme = Theme::instance();
         const bool wasLight = theme.kind() == Theme::Kind::Light;
         const Theme::Choice chosen = wasLight ? Theme::Choice::Dark : Theme::Choice::Light;

@@ -55,6 +55,8 @@ private:
     void makeEvents();
     void makeActions();
     void makeRegionActions();
+    void addKey(const char* id, const QString& text, const QKeySequence& keys,
+                const std::function<void()>& run);
     void nextRegion();
     void leave();
     void showNewestEvent();

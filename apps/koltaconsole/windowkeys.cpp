@@ -19,31 +19,34 @@
 
 namespace KoltaConsole {
 
+void MainWindow::addKey(const char* id, const QString& text, const QKeySequence& keys,
+                        const std::function<void()>& run)
+{
+    ActionTable::Entry entry;
+    entry.id = QLatin1String(id);
+    entry.text = text;
+    entry.shortcut = keys;
+    entry.run = run;
+    m_actions.add(entry, this);
+}
+
 void MainWindow::makeRegionActions()
 {
-    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
-                            const std::function<void()>& run) {
-        ActionTable::Entry entry;
-        entry.id = QLatin1String(id);
-        entry.text = text;
-        entry.shortcut = keys;
-        entry.run = run;
-        m_actions.add(entry, this);
-    };
-    add("filter", tr("Filter the page"), QKeySequence(Qt::Key_Slash), [this] {
+    addKey("filter", tr("Filter the page"), QKeySequence(Qt::Key_Slash), [this] {
         if (Page* const page = currentPage(); page && page->shownFilterLine())
             page->shownFilterLine()->setFocus();
     });
-    add("tree", tr("Show or hide the tree"), QKeySequence(Qt::CTRL + Qt::Key_B),
-        [this] { m_tree->setVisible(!m_tree->isVisible()); });
-    add("events", tr("Show or hide the events"), QKeySequence(Qt::CTRL + Qt::Key_E),
-        [this] { m_events->setVisible(!m_events->isVisible()); });
-    add("region", tr("Next part of the window"), QKeySequence(Qt::Key_F6), [this] { nextRegion(); });
-    add("leave", tr("Leave list, filter, selection, server"), QKeySequence(Qt::Key_Escape),
-        [this] { leave(); });
-    add("event", tr("Newest event"), QKeySequence(Qt::CTRL + Qt::Key_L), [this] { showNewestEvent(); });
-    add("row-menu", tr("Menu of the row"), QKeySequence(Qt::Key_F10), [this] { showRowMenu(); });
-    add("all-servers", tr("Show all servers"), QKeySequence(), [this] { m_tree->selectServer(QString()); });
+    addKey("tree", tr("Show or hide the tree"), QKeySequence(Qt::CTRL + Qt::Key_B),
+           [this] { m_tree->setVisible(!m_tree->isVisible()); });
+    addKey("events", tr("Show or hide the events"), QKeySequence(Qt::CTRL + Qt::Key_E),
+           [this] { m_events->setVisible(!m_events->isVisible()); });
+    addKey("region", tr("Next part of the window"), QKeySequence(Qt::Key_F6), [this] { nextRegion(); });
+    addKey("leave", tr("Leave list, filter, selection, server"), QKeySequence(Qt::Key_Escape),
+           [this] { leave(); });
+    addKey("event", tr("Newest event"), QKeySequence(Qt::CTRL + Qt::Key_L), [this] { showNewestEvent(); });
+    addKey("row-menu", tr("Menu of the row"), QKeySequence(Qt::Key_F10), [this] { showRowMenu(); });
+    addKey("all-servers", tr("Show all servers"), QKeySequence(),
+           [this] { m_tree->selectServer(QString()); });
 }
 
 /// Of those that are to be seen.
