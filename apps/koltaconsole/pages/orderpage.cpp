@@ -144,23 +144,29 @@ QWidget* OrderPage::makeCart()
     return lower;
 }
 
-void OrderPage::makeActions()
+/// Makes actions that change the installation; `object` names whom they hit.
+OrderPage::Adder OrderPage::adder(const std::function<QString()>& object)
 {
-    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
-                            const std::function<void()>& run, const std::function<QString()>& why,
-                            const std::function<QString()>& shownLine) {
+    return [this, object](const char* id, const QString& text, const QKeySequence& keys,
+                          const std::function<void()>& run, const std::function<QString()>& why,
+                          const std::function<QString()>& line) {
         ActionTable::Entry entry;
         entry.id = QLatin1String(id);
         entry.text = text;
         entry.shortcut = keys;
         entry.run = run;
         entry.problem = why;
-        entry.line = shownLine;
+        entry.line = line;
         entry.changes = true;
         entry.needs = ActionTable::eLink;
-        entry.object = [this] { return objectOfOrder(); };
+        entry.object = object;
         actions().add(entry, this);
     };
+}
+
+void OrderPage::makeActions()
+{
+    const auto add = adder([this] { return objectOfOrder(); });
     add(
         "order-start", tr("Start"), QKeySequence(Qt::CTRL + Qt::Key_Return), [this] { start(); },
         [this] { return whyNotStart(); }, [this] { return commandLine(); });
@@ -187,21 +193,7 @@ void OrderPage::makeActions()
 
 void OrderPage::makeCartActions()
 {
-    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
-                            const std::function<void()>& run, const std::function<QString()>& why,
-                            const std::function<QString()>& line) {
-        ActionTable::Entry entry;
-        entry.id = QLatin1String(id);
-        entry.text = text;
-        entry.shortcut = keys;
-        entry.run = run;
-        entry.problem = why;
-        entry.line = line;
-        entry.changes = true;
-        entry.needs = ActionTable::eLink;
-        entry.object = [this] { return m_cart.summary(); };
-        actions().add(entry, this);
-    };
+    const auto add = adder([this] { return m_cart.summary(); });
     const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
     add(
         "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); }, isEmpty,

@@ -7,6 +7,8 @@
 
 #include <QPointer>
 
+#include <functional>
+
 class QLabel;
 class QPushButton;
 class QTreeView;
@@ -40,6 +42,10 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    using Adder = std::function<void(const char* id, const QString& text, const QKeySequence& keys,
+                                     const std::function<void()>& run, const std::function<QString()>& why,
+                                     const std::function<QString()>& line)>;
+    Adder adder(const std::function<QString()>& object);
     void makeActions();
     void makeCartActions();
     QWidget* makeLeft();
