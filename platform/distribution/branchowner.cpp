@@ -2,9 +2,12 @@
 
 #include <distribution/ownerchannel.h>
 #include <distribution/textdelta.h>
+#include <distribution/textsearch.h>
 #include <distribution/wishdesk.h>
 
 #include <startup/tracesource.h>
+
+#include <values/utf8.h>
 
 #include <algorithm>
 #include <utility>
@@ -24,6 +27,45 @@ constexpr std::size_t kPartBytes = 512U << 10U;
 
 enum eTracePoint : int { eAnotherOwner = 1, eMalformedMessage = 2, eOversized = 3 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchowner", Startup::eTraceWarning);
+
+std::size_t sizeAfter(const values::TextSplice& splice)
+{
+    return splice.formerBytes - splice.removed.size() + splice.inserted.size();
+}
+
+void encodeText(Change& change)
+{
+    if (change.text.isEmpty())
+        return;
+    Bytes bytes;
+    values::AppendUtf8(bytes, std::exchange(change.text, QString()));
+    change.content = MakeContent(std::move(bytes));
+}
+
+/// Both make what the log says; false when the item has that content already.
+bool adoptContent(ItemTable::Item& item, Change& change)
+{
+    if (item.IsEqual(BytesOf(change.content)))
+        return false;
+    const Content former = item.Whole();
+    item.content = change.content;
+    item.parts.reset();
+    change = MakeContentChange(change.id, change.path, former, item.content);
+    return true;
+}
+
+bool adoptSplice(ItemTable::Item& item, Change& change, values::TextSplice splice)
+{
+    if (splice.inserted == splice.removed)
+        return false;
+    change.operation = Operation::Delta;
+    change.text.clear();
+    change.content = MakeContent(MakeRuns(splice));
+    TextEdit edit = item.Prepare(std::move(splice));
+    change.checksum = item.parts->SumAfter(edit);
+    item.parts->Apply(edit);
+    return true;
+}
 
 } // namespace
 
@@ -210,7 +252,7 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
     if (change.operation == Operation::Add) {
         if (isBeyondLimits(channel, change))
             return false;
-        if (isOversized(change))
+        if (isOversized(change, BytesOf(change.content).size()))
             change.content = nullptr;
         change.id = ++m_lastId;
         const bool plain = !IsCollection(change.type);
@@ -229,14 +271,15 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
     if (change.operation != Operation::Set)
         return true;
     ItemTable::Item& item = *items.Find(change.id);
-    if (isOversized(change))
+    auto splice = change.text.isEmpty() ? std::nullopt : FindSplice(item, change.text);
+    if (!splice)
+        encodeText(change);
+    if (isOversized(change, splice ? sizeAfter(*splice) : BytesOf(change.content).size()))
         return false;
-    if (BytesOf(item.content) == BytesOf(change.content))
+    if (!(splice ? adoptSplice(item, change, std::move(*splice)) : adoptContent(item, change)))
         return false;
-    const Content former = std::exchange(item.content, change.content);
     item.changedAt = channel.GetNewest() + 1;
     item.changedBy = QUuid();
-    change = MakeContentChange(change.id, change.path, former, item.content);
     return true;
 }
 
@@ -255,9 +298,8 @@ bool BranchOwner::isBeyondLimits(const OwnerChannel& channel, const Change& chan
 }
 
 /// Mirrors keep what such a value had before, so that all the rest can go on; told once until it fits again.
-bool BranchOwner::isOversized(const Change& change)
+bool BranchOwner::isOversized(const Change& change, std::size_t size)
 {
-    const std::size_t size = BytesOf(change.content).size();
     if (size <= Limits::kValueBytes || IsCollection(change.type)) {
         m_oversized.remove(change.path);
         return false;

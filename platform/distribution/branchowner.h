@@ -119,7 +119,7 @@ private:
     Content contentOf(const OwnerChannel& channel) const;
     bool adopt(OwnerChannel& channel, Change& change);
     bool isBeyondLimits(const OwnerChannel& channel, const Change& change);
-    bool isOversized(const Change& change);
+    bool isOversized(const Change& change, std::size_t size);
     void record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry);
     void takeLocal();
     void takeWish(const Topic& topic, const WishMessage& wish, qint64 nowMs);

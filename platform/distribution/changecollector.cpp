@@ -1,5 +1,6 @@
 #include <distribution/changecollector.h>
 
+#include <distribution/textsearch.h>
 #include <distribution/treecontent.h>
 
 #include <values/value.h>
@@ -248,6 +249,14 @@ void ChangeCollector::OnItemChanged(TreeItem& item, TChangeCode /*code*/, IObser
     // Collections say their changes as commands.
     if (type == 0 || IsCollection(type))
         return;
+    const auto* const text = dynamic_cast<const values::StringValue*>(&item);
+    if (text && !region->m_makesWishes && text->GetValue().size() >= kLeastSearched) {
+        // Mostly little of it is new, which the owner finds without all of its bytes.
+        Change change = SetChange(item.GetPath(), nullptr);
+        change.text = text->GetValue();
+        region->add(std::move(change));
+        return;
+    }
     Change change = SetChange(item.GetPath(), ContentOf(item), isCompared(item.GetPath()));
     if (auto* const author =
             region->m_makesWishes ? dynamic_cast<values::IWishAuthor*>(originator) : nullptr) {

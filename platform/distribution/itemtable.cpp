@@ -6,6 +6,26 @@
 
 namespace distribution {
 
+Bytes ItemTable::Item::Range(std::size_t offset, std::size_t count) const
+{
+    return parts ? parts->Range(offset, count) : BytesOf(content).substr(offset, count);
+}
+
+bool ItemTable::Item::Holds(std::size_t offset, std::string_view bytes) const
+{
+    if (parts)
+        return parts->Holds(offset, bytes);
+    const Bytes& all = BytesOf(content);
+    return offset <= all.size() && all.compare(offset, bytes.size(), bytes) == 0;
+}
+
+TextEdit ItemTable::Item::Prepare(values::TextSplice splice)
+{
+    if (!parts)
+        parts.emplace(BytesOf(std::exchange(content, nullptr)));
+    return parts->Prepare(std::move(splice));
+}
+
 ItemTable::Item* ItemTable::Find(quint32 id)
 {
     const auto found = m_items.find(id);
@@ -88,15 +108,11 @@ struct Known
 /// Whether the change only replaces a part of the item's content, which it names then.
 bool resolveEdit(Change& change, ItemTable::Item& item, std::size_t maximumBytes)
 {
-    const auto partOf = [&item](std::size_t offset, std::size_t count) {
-        return item.parts ? item.parts->Range(offset, count) : BytesOf(item.content).substr(offset, count);
-    };
+    const auto partOf = [&item](std::size_t offset, std::size_t count) { return item.Range(offset, count); };
     auto splice = AsSplice(item.Size(), partOf, BytesOf(change.content), maximumBytes);
     if (!splice)
         return false;
-    if (!item.parts)
-        item.parts.emplace(BytesOf(std::exchange(item.content, nullptr)));
-    auto edit = std::make_shared<TextEdit>(item.parts->Prepare(std::move(*splice)));
+    auto edit = std::make_shared<TextEdit>(item.Prepare(std::move(*splice)));
     if (item.parts->SumAfter(*edit) != change.checksum)
         return false;
     change.content.reset();

@@ -24,11 +24,18 @@ public:
         Content content;       ///< of plain values only; null while it is in parts
         quint64 changedAt = 0; ///< number of the entry that changed it last; kept by owners
         QUuid changedBy;       ///< session whose wish it holds, null when it holds anything else
-        /// Instead of the content, once a part of that was replaced; in mirrors only.
+        /// Instead of the content, once a part of that was replaced.
         std::optional<TextParts> parts = std::nullopt;
 
         std::size_t Size() const { return parts ? parts->Size() : BytesOf(content).size(); }
         Content Whole() const { return parts ? MakeContent(parts->Whole()) : content; }
+        /// A range within the content.
+        Bytes Range(std::size_t offset, std::size_t count) const;
+        /// Whether these bytes are there.
+        bool Holds(std::size_t offset, std::string_view bytes) const;
+        bool IsEqual(const Bytes& bytes) const { return Size() == bytes.size() && Holds(0, bytes); }
+        /// The replacement of a part that fits.
+        TextEdit Prepare(values::TextSplice splice);
     };
     using Items = std::map<quint32, Item>;
 

@@ -79,6 +79,8 @@ struct Change
     Content content;
     /// In a mirror, of a Delta that was resolved: the part that it replaces, instead of a content.
     std::shared_ptr<TextEdit> edit;
+    /// In an owner's program, of a Set: a large text that is not in bytes yet, instead of a content.
+    QString text;
 
     /// Set by a program that writes back what it has read: refused when the value has changed meanwhile.
     bool compare = false;

@@ -127,7 +127,7 @@ Snapshot OwnerChannel::MakeSnapshot(const Content& collection) const
     snapshot.items.reserve(m_items.Size());
     for (const auto& [id, item] : m_items.All())
         snapshot.items.push_back(
-            {id, item.path, item.type, IsCollection(item.type) ? collection : item.content});
+            {id, item.path, item.type, IsCollection(item.type) ? collection : item.Whole()});
     return snapshot;
 }
 

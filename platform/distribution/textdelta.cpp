@@ -129,9 +129,10 @@ private:
     Bytes m_runs;
 };
 
-/// The runs for `to` from `begin` to `end`, out of blocks of `from` between `begin` and `fromEnd`.
-void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const Bytes& to, std::size_t begin,
-                 std::size_t end)
+/// The runs for `to` from `begin` to `end`, out of blocks of `from` between `begin` and `fromEnd`; the old
+/// text has `before` more bytes in front of `from`.
+void writeMiddle(RunWriter& runs, std::size_t before, const Bytes& from, std::size_t fromEnd, const Bytes& to,
+                 std::size_t begin, std::size_t end)
 {
     std::size_t written = begin;
     if (fromEnd - begin >= kBlockBytes && end - begin > kSmallMiddle) {
@@ -155,7 +156,7 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
                 --at;
             }
             runs.Insert(written, at);
-            runs.Copy(source, count);
+            runs.Copy(before + source, count);
             at += count;
             written = at;
             if (at + kBlockBytes <= end)
@@ -163,6 +164,18 @@ void writeMiddle(RunWriter& runs, const Bytes& from, std::size_t fromEnd, const 
         }
     }
     runs.Insert(written, end);
+}
+
+/// Of a text that has so many bytes more, which stay, before and behind `from`.
+Bytes makeRuns(const Bytes& from, const Bytes& to, std::size_t before, std::size_t behind)
+{
+    const std::size_t head = commonHead(from, to);
+    const std::size_t tail = commonTail(from, to, std::min(from.size(), to.size()) - head);
+    RunWriter runs(to);
+    runs.Copy(0, before + head);
+    writeMiddle(runs, before, from, from.size() - tail, to, head, to.size() - tail);
+    runs.Copy(before + from.size() - tail, tail + behind);
+    return runs.Take();
 }
 
 struct Run
@@ -192,13 +205,13 @@ bool readRun(values::ByteReader& in, Run& run)
 
 Bytes MakeRuns(const Bytes& from, const Bytes& to)
 {
-    const std::size_t head = commonHead(from, to);
-    const std::size_t tail = commonTail(from, to, std::min(from.size(), to.size()) - head);
-    RunWriter runs(to);
-    runs.Copy(0, head);
-    writeMiddle(runs, from, from.size() - tail, to, head, to.size() - tail);
-    runs.Copy(from.size() - tail, tail);
-    return runs.Take();
+    return makeRuns(from, to, 0, 0);
+}
+
+Bytes MakeRuns(const values::TextSplice& splice)
+{
+    return makeRuns(splice.removed, splice.inserted, splice.offset,
+                    splice.formerBytes - splice.offset - splice.removed.size());
 }
 
 std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs, std::size_t maximumBytes)

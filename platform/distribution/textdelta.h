@@ -14,6 +14,8 @@ namespace distribution {
 
 /// The runs that make `to` of `from`; empty only when `to` is. Takes time in proportion to both lengths.
 KOLTA_DISTRIBUTION_EXPORT Bytes MakeRuns(const Bytes& from, const Bytes& to);
+/// The same of the part of a text that is replaced.
+KOLTA_DISTRIBUTION_EXPORT Bytes MakeRuns(const values::TextSplice& splice);
 /// Nothing when runs are malformed, reach outside `from` or make more than `maximumBytes`.
 KOLTA_DISTRIBUTION_EXPORT std::optional<Bytes> ApplyRuns(const Bytes& from, const Bytes& runs,
                                                          std::size_t maximumBytes);

@@ -42,6 +42,22 @@ Bytes TextParts::Range(std::size_t offset, std::size_t count) const
     return range;
 }
 
+bool TextParts::Holds(std::size_t offset, std::string_view bytes) const
+{
+    for (const TextPart& part : m_parts) {
+        if (bytes.empty())
+            break;
+        if (offset < part.bytes.size()) {
+            const std::size_t count = std::min(bytes.size(), part.bytes.size() - offset);
+            if (part.bytes.compare(offset, count, bytes.substr(0, count)) != 0)
+                return false;
+            bytes.remove_prefix(count);
+        }
+        offset -= std::min(offset, part.bytes.size());
+    }
+    return bytes.empty();
+}
+
 quint32 TextParts::SumAfter(const TextEdit& edit) const
 {
     uLong sum = 0;

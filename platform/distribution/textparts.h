@@ -2,6 +2,7 @@
 
 #include <distribution/messages.h>
 
+#include <string_view>
 #include <vector>
 
 namespace distribution {
@@ -32,6 +33,8 @@ public:
     /// A range within the text.
     Bytes Range(std::size_t offset, std::size_t count) const;
     Bytes Whole() const { return Range(0, m_size); }
+    /// Whether these bytes are there.
+    bool Holds(std::size_t offset, std::string_view bytes) const;
     /// Of a splice that fits.
     TextEdit Prepare(values::TextSplice splice) const;
     /// Checksum() of the whole after the edit.

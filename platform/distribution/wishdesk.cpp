@@ -195,8 +195,7 @@ void WishDesk::NoteAuthor(OwnerChannel& channel, const Review& review, const QSe
         if (change.operation == Operation::Add &&
             (added.contains(change.path) || (isLeased && isOwnItem(review.writer, change))))
             m_leases.Add(session, change.path, nowMs);
-        if (change.content && item->changedAt == channel.GetNewest() &&
-            BytesOf(item->content) == *change.content)
+        if (change.content && item->changedAt == channel.GetNewest() && item->IsEqual(*change.content))
             item->changedBy = session;
     }
 }

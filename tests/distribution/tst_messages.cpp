@@ -2,8 +2,11 @@
 #include <distribution/statetransfer.h>
 #include <distribution/textdelta.h>
 #include <distribution/textparts.h>
+#include <distribution/textsearch.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
+
+#include <values/utf8.h>
 
 #include <support/random.h>
 #include <support/test.h>
@@ -105,6 +108,7 @@ private Q_SLOTS:
     void badPathsAndTexts();
     void statesInParts();
     void randomDeltas();
+    void foundSplices();
     void badRuns();
     void topics_data();
     void topics();
@@ -261,6 +265,42 @@ void TestMessages::randomDeltas()
                     ? BytesOf(change.content) == to
                     : BytesOf(change.content) == runs && change.checksum == Checksum(to));
         QVERIFY(to.size() > 1024 || change.operation == Operation::Set);
+    }
+}
+
+/// One edit of a long text is found wherever it is, in whatever characters; two that are far apart are not.
+void TestMessages::foundSplices()
+{
+    const QString alphabet = QString::fromUtf8("ab\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80"); // of 1 to 4 bytes
+    std::mt19937 random(testSeed());
+    const auto textOf = [&](int size) {
+        QString text(size, QLatin1Char('.'));
+        for (QChar& character : text) // lone halves of characters among them
+            character = random() % 4 ? character : alphabet.at(int(random()) & 3);
+        for (int at = int(random() % 3); at + 1 < size; at += 2 + int(random() % 5))
+            text.replace(at, 2, alphabet.right(2));
+        return text;
+    };
+    const auto bytesOf = [](const QString& text) {
+        Bytes bytes;
+        values::AppendUtf8(bytes, text);
+        return bytes;
+    };
+    for (int run = 0; run < 60; ++run) {
+        const QString before = textOf(kLeastSearched + int(random() % 100000));
+        ItemTable::Item item{QStringLiteral("/a"), values::eTypeString, MakeContent(bytesOf(before)), 0, {}};
+        if (run % 2)
+            item.Prepare({});
+        QString after = before;
+        const int at = run % 5 ? int(random()) & 0xffff : run % 10 ? 0 : before.size();
+        after.replace(at, int(random() % 300), textOf(int(random() % 300)));
+        const auto found = FindSplice(item, after);
+        if (after.size() < kLeastSearched)
+            continue;
+        QVERIFY(found && Spliced(bytesOf(before), *found) == bytesOf(after));
+        QCOMPARE(MakeRuns(*found), MakeRuns(bytesOf(before), bytesOf(after)));
+        after[0] = after[after.size() - 1] = QLatin1Char('!');
+        QVERIFY(!FindSplice(item, after));
     }
 }
 
