@@ -208,10 +208,10 @@ void RowIndex::setFilter(Filter filter)
 void RowIndex::sort(int column, Qt::SortOrder order)
 {
     beginResetModel();
-    m_column = column;
+    const int former = std::exchange(m_column, column);
     m_order = order;
     // The search texts, which cost more, stay.
-    for (std::size_t row = 0; row < m_entries.size(); ++row)
+    for (std::size_t row = 0; former != column && row < m_entries.size(); ++row)
         readKey(static_cast<int>(row), m_entries[row]);
     m_isSorted = false;
     arrange();

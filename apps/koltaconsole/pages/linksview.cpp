@@ -141,9 +141,15 @@ void LinksView::connectAll()
         &m_model, &QAbstractItemModel::rowsRemoved, this, [this] { endRemoval(); }, Qt::QueuedConnection);
     connect(m_filter->line(), &QLineEdit::textChanged, this, &LinksView::applyFilter);
     // Behind the table, which has to know of a row before it can hide it.
-    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &LinksView::applyFilter, Qt::QueuedConnection);
-    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, &LinksView::applyFilter, Qt::QueuedConnection);
-    connect(&m_model, &QAbstractItemModel::dataChanged, this, &LinksView::applyFilter);
+    m_filtering.setSingleShot(true);
+    connect(&m_filtering, &QTimer::timeout, this, &LinksView::applyFilter);
+    const auto filter = [this] { m_filtering.start(); };
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, filter);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, filter);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, [this] {
+        if (!m_filter->text().isEmpty())
+            m_filtering.start();
+    });
 }
 
 void LinksView::showWhetherThereAreAny()

@@ -3,6 +3,7 @@
 #include <koltacommon/linksmodel.h>
 
 #include <QHash>
+#include <QTimer>
 #include <QWidget>
 
 class QLabel;
@@ -55,6 +56,7 @@ private:
     QHash<QString, LinkTraffic*> m_traffics; ///< by the key of the link; children of this
     QString m_key;                           ///< of the link that is chosen
     QString m_name;
+    QTimer m_filtering; ///< once for all rows that change in one turn
     bool m_isGone = false;
     bool m_isRemoving = false;
 };

@@ -225,15 +225,21 @@ void TunersPage::applyGroups()
 void TunersPage::remember()
 {
     const QModelIndex current = m_table->currentIndex();
-    if (current.isValid())
+    if (current.isValid()) {
         m_currentKey = current.data(Roles::KeyRole).toString();
+        m_currentRow = m_rows.sourceRow(current.row());
+    }
     m_topRow = m_table->verticalScrollBar()->value();
 }
 
 void TunersPage::restoreRows()
 {
     showCount();
-    select(m_currentKey);
+    const QModelIndex former = session().tuners().index(m_currentRow, 0);
+    if (former.isValid() && former.data(Roles::KeyRole).toString() == m_currentKey)
+        m_table->setCurrentIndex(m_rows.index(m_rows.rowOf(m_currentRow), 0));
+    else
+        select(m_currentKey);
     m_table->verticalScrollBar()->setValue(m_topRow);
 }
 

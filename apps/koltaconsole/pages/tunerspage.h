@@ -72,6 +72,7 @@ private:
     QString m_only;
     QStringList m_classes; ///< the chosen one, then those within it; empty: all
     QString m_currentKey;  ///< of the selected row, over a reset
+    int m_currentRow = -1; ///< where the tuners had it
     int m_topRow = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <startup/hostandport.h>
 
 #include <QPointer>
+#include <QSet>
 
 #include <algorithm>
 
@@ -109,10 +110,12 @@ void LinksModel::refresh()
         for (const BranchFigures& branch : m_branches->branches())
             wanted.append(rowOf(branch));
     }
+    QSet<QString> keys;
+    for (const Row& row : qAsConst(wanted))
+        keys.insert(row.key);
     const QPointer<LinksModel> guard(this);
     for (int row = m_rows.size() - 1; guard && row >= 0; --row) {
-        const auto isIt = [&](const Row& candidate) { return candidate.key == m_rows.at(row).key; };
-        if (row >= m_rows.size() || std::any_of(wanted.begin(), wanted.end(), isIt))
+        if (row >= m_rows.size() || keys.contains(m_rows.at(row).key))
             continue;
         beginRemoveRows(QModelIndex(), row, row);
         m_rows.removeAt(row);
