@@ -2,6 +2,7 @@
 
 #include "attentionlist.h"
 #include "columns.h"
+#include "eventtable.h"
 #include "hints.h"
 #include "installationtree.h"
 #include "layouts.h"
@@ -20,8 +21,6 @@
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "replaybar.h"
 #endif
-
-#include <koltacommon/viewroles.h>
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -194,16 +193,8 @@ QWidget* MainWindow::makeCommandLine()
 
 void MainWindow::makeEvents()
 {
-    m_events->setModel(&m_eventModel);
-    m_events->setItemDelegate(new StateItemDelegate(m_events, [](const QModelIndex& index) {
-        return index.column() == EventModel::eWeightColumn
-                   ? std::optional<Look>(eventLook(index.data(Kolta::ViewRoles::StateRole).toInt()))
-                   : std::nullopt;
-    }));
+    makeEventTable(*m_events, m_eventModel);
     m_events->setHeaderHidden(true);
-    m_events->setRootIsDecorated(false);
-    m_events->setUniformRowHeights(true);
-    m_events->setAlternatingRowColors(true);
     m_events->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     const int widths[] = {170, 104, 70, 110, 400};
     for (int column = 0; column < EventModel::eColumnCount; ++column)

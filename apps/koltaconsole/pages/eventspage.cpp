@@ -2,15 +2,14 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../eventtable.h"
 #include "../filterbar.h"
 #include "../session.h"
-#include "../stateitemdelegate.h"
 #include "eventwords.h"
 #include "linksview.h"
 #include "traceview.h"
 
 #include <koltacommon/journal.h>
-#include <koltacommon/viewroles.h>
 
 #include <QComboBox>
 #include <QFileDialog>
@@ -105,15 +104,7 @@ QWidget* EventsPage::makeEvents()
 
 void EventsPage::makeTable()
 {
-    m_table->setModel(&m_model);
-    m_table->setItemDelegate(new StateItemDelegate(m_table, [](const QModelIndex& index) {
-        return index.column() == EventModel::eWeightColumn
-                   ? std::optional<Look>(eventLook(index.data(Kolta::ViewRoles::StateRole).toInt()))
-                   : std::nullopt;
-    }));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    makeEventTable(*m_table, m_model);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAccessibleName(tr("Events"));
     setColumnWidths(*m_table, {170, 110, 80, 120});
