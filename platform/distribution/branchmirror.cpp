@@ -89,6 +89,14 @@ bool BranchMirror::take(const Topic& topic, const Bytes& payload)
     return part.has_value();
 }
 
+Output BranchMirror::OnRefused(const QString& reason, qint64 nowMs)
+{
+    m_nowMs = nowMs;
+    for (const auto& channel : m_channels)
+        channel.second->Refuse(reason, m_onlineMs);
+    return finish();
+}
+
 Output BranchMirror::OnForbidden(qint64 nowMs)
 {
     m_nowMs = nowMs;

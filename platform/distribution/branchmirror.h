@@ -116,6 +116,8 @@ public:
     Output OnDown(qint64 nowMs);
     /// A message of the branch: live, beat, log or state.
     Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
+    /// The broker has refused what was wished for since the line came up: none of it has reached the owner.
+    Output OnRefused(const QString& reason, qint64 nowMs);
     /// The broker has refused to let the branch be read.
     Output OnForbidden(qint64 nowMs);
     /// A turn of the event loop in which the tree changed has ended, or the time of Output::wakeAtMs has

@@ -46,9 +46,10 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
                                             std::move(policy),
                                             ContentBelow(collector.GetTree(), m_branch.roots)))
     , m_driver(*m_carrier, packer, [this](qint64 nowMs) {
+        Output output = m_owner->OnTime(nowMs); // without a line it only enters what has changed
         if (!m_probe)
-            return m_owner->OnTime(nowMs);
-        Output output = m_probe->OnTime(nowMs);
+            return output;
+        output = m_probe->OnTime(nowMs);
         endProbe();
         return output;
     })
@@ -64,6 +65,7 @@ BranchPublisher::BranchPublisher(ChangeCollector& collector, StatePacker& packer
     events.displaced = [this] {
         m_isUp = false;
         m_again.stop();
+        m_tree.LetGo();
         // The identifier is the other one's now. Later: an input is being dealt with.
         QTimer::singleShot(0, &m_again, [this] {
             m_driver.Stop();
@@ -212,6 +214,7 @@ void BranchPublisher::onRefused(const Bytes& topic, const QString& text)
 
 void BranchPublisher::end(PublicationState state, const QString& reason)
 {
+    m_tree.LetGo();
     m_driver.Stop();
     m_again.stop();
     m_carrier->Close();

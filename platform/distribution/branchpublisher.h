@@ -46,6 +46,8 @@ public:
     const BranchOwner& GetOwner() const noexcept { return *m_owner; }
     /// An input is dealt with, further up in the call stack: not the time to delete it.
     bool IsBusy() const noexcept { return m_driver.IsBusy(); }
+    /// It is about to be deleted: what is in its place may be published or mirrored by another.
+    void LetGo() { m_tree.LetGo(); }
 
     BranchPublisher(const BranchPublisher&) = delete;
     BranchPublisher& operator=(const BranchPublisher&) = delete;

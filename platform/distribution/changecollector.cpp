@@ -1,5 +1,6 @@
 #include <distribution/changecollector.h>
 
+#include <distribution/itemtable.h>
 #include <distribution/textsearch.h>
 #include <distribution/treecontent.h>
 
@@ -72,11 +73,25 @@ void ChangeRegion::SetRoots(const QStringList& roots)
         return;
     m_roots = roots;
     m_collector.index();
+    release();
     for (const Change& change : ContentBelow(m_collector.m_tree, roots)) {
         auto* const value = m_collector.m_tree.FindAs<ValueBase>(change.path);
         if (value && IsCollection(change.type))
             Record(*value);
     }
+}
+
+/// What is no longer below the roots may be recorded by another region.
+void ChangeRegion::release()
+{
+    const auto isOutside = [this](const auto& value) {
+        if (value && IsAtOrBelow(value.Get()->GetPath(), m_roots))
+            return false;
+        if (value)
+            value.Get()->RemoveRecorder(this);
+        return true;
+    };
+    m_recorded.erase(std::remove_if(m_recorded.begin(), m_recorded.end(), isOutside), m_recorded.end());
 }
 
 void ChangeRegion::Record(ValueBase& collection)

@@ -57,6 +57,7 @@ private:
     void OnCommand(values::ValueBase& value, std::unique_ptr<values::Command> command) override;
     void OnContentReplaced(values::ValueBase& value) override;
     void add(Change change);
+    void release();
     void rememberOwnSet(const QString& path, const values::Command& part);
 
     ChangeCollector& m_collector;

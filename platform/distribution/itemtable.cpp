@@ -32,10 +32,15 @@ ItemTable::Item* ItemTable::Find(quint32 id)
     return found == m_items.end() ? nullptr : &found->second;
 }
 
+const ItemTable::Item* ItemTable::Find(quint32 id) const
+{
+    const auto found = m_items.find(id);
+    return found == m_items.end() ? nullptr : &found->second;
+}
+
 const ItemTable::Item* ItemTable::Find(const QString& path) const
 {
-    const auto found = m_items.find(IdOf(path));
-    return found == m_items.end() ? nullptr : &found->second;
+    return Find(IdOf(path));
 }
 
 void ItemTable::Insert(quint32 id, Item item)
@@ -66,7 +71,9 @@ void ItemTable::SetContent(quint32 id, const Content& content)
 
 void ItemTable::Apply(quint32 id, TextEdit& edit)
 {
-    Find(id)->parts->Apply(edit);
+    Item* const item = Find(id);
+    if (item && item->parts)
+        item->parts->Apply(edit);
 }
 
 void ItemTable::Clear()
@@ -132,6 +139,16 @@ void makeWhole(Known& known, Changes& resolved)
     known.Set(earlier.content);
 }
 
+/// What is added has an identifier and a path of its own.
+bool isNew(const Change& added, const ItemTable& items, const std::map<quint32, Known>& fresh,
+           const QHash<QString, quint32>& places)
+{
+    const auto known = fresh.find(added.id);
+    const bool hasItem =
+        known != fresh.end() ? !known->second.path.isEmpty() : items.Find(added.id) != nullptr;
+    return !hasItem && places.value(added.path, items.IdOf(added.path)) == 0;
+}
+
 bool resolveRuns(Change& change, const Content& former, std::size_t maximumBytes)
 {
     auto content = ApplyRuns(BytesOf(former), BytesOf(change.content), maximumBytes);
@@ -147,8 +164,11 @@ bool resolveRuns(Change& change, const Content& former, std::size_t maximumBytes
 std::optional<Changes> Resolve(const Changes& changes, ItemTable& items, std::size_t maximumBytes)
 {
     std::map<quint32, Known> fresh;
+    QHash<QString, quint32> places; // identifier of what has come there, 0 when it has gone
     Changes resolved;
     for (Change change : changes) {
+        if (change.operation == Operation::Add && !isNew(change, items, fresh, places))
+            return std::nullopt;
         const bool isMet = fresh.count(change.id) > 0;
         ItemTable::Item* const item = items.Find(change.id);
         Known& known = fresh[change.id];
@@ -160,6 +180,8 @@ std::optional<Changes> Resolve(const Changes& changes, ItemTable& items, std::si
         if (known.path.isEmpty())
             return std::nullopt;
         change.path = known.path;
+        if (change.operation == Operation::Add || change.operation == Operation::Remove)
+            places[change.path] = change.operation == Operation::Add ? change.id : 0;
         if (change.operation == Operation::Delta) {
             if (!isMet && item && resolveEdit(change, *item, maximumBytes))
                 known.edited = resolved.size();

@@ -46,6 +46,7 @@ public:
     quint32 IdOf(const QString& path) const { return m_ids.value(path); }
     /// Null when there is none.
     Item* Find(quint32 id);
+    const Item* Find(quint32 id) const;
     const Item* Find(const QString& path) const;
 
     /// Replaces what has the same identifier or path.

@@ -4,6 +4,7 @@
 #include <distribution/itemtable.h>
 #include <distribution/ownchanges.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 
@@ -55,6 +56,8 @@ public:
     void NeedState(quint64 number);
 
     void GiveUpOld(qint64 nowMs);
+    /// The broker refuses what is sent; `upMs` is when the line came up.
+    void Refuse(const QString& reason, qint64 upMs);
     /// What is to be said to the owner now. `maySend`: wishes too.
     void Speak(Output& out, bool maySend, qint64 nowMs);
     qint64 NextMs(bool maySpeak, bool maySend) const;
@@ -64,6 +67,8 @@ private:
 
     void addWish(Changes changes, qint64 nowMs);
     void report(const OpenWish& wish, const Failures& failures);
+    void giveUp(const std::function<bool(const OpenWish&)>& isOver,
+                const std::function<void(const OpenWish&)>& report);
     void reportAll(const OpenWish& wish, WishResult result, const QString& reason);
     bool isShadowed(const QString& path);
     Content truthOf(const QString& path) const;

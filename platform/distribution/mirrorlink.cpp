@@ -221,21 +221,37 @@ void MirrorLink::onUp(std::size_t maximumPayload)
     presence.program = m_options.program;
     m_carrier->Publish({m_topics.Presence(m_options.User(), m_options.session), Encode(presence),
                         Delivery::AtLeastOnce, true, 0});
+    m_forbidden.clear();
     subscribe();
-    for (const auto& [name, branch] : m_branches)
-        branch->onUp(maximumPayload);
-    m_events.linkChanged(true, QString());
+    const bool isThere = forEachBranch([maximumPayload](Branch& branch) { branch.onUp(maximumPayload); });
+    if (isThere)
+        m_events.linkChanged(true, QString());
 }
 
 void MirrorLink::onDown(DownReason reason, const QString& text)
 {
     m_isUp = false;
     m_isRefused = reason == DownReason::Refused;
-    for (const auto& [name, branch] : m_branches) {
-        BranchMirror* const mirror = &branch->mirror;
-        branch->driver.Do([mirror](qint64 nowMs) { return mirror->OnDown(nowMs); });
+    const bool isThere = forEachBranch([](Branch& branch) {
+        BranchMirror* const mirror = &branch.mirror;
+        branch.driver.Do([mirror](qint64 nowMs) { return mirror->OnDown(nowMs); });
+    });
+    if (isThere)
+        m_events.linkChanged(false, text);
+}
+
+/// Who is told of one branch may publish another or end the link; false when it has ended.
+bool MirrorLink::forEachBranch(const std::function<void(Branch& branch)>& call)
+{
+    const values::Weak<MirrorLink> self(this);
+    for (const QString& name : GetBranches()) {
+        const auto found = m_branches.find(name);
+        if (found != m_branches.end())
+            call(*found->second);
+        if (!self)
+            return false;
     }
-    m_events.linkChanged(false, text);
+    return true;
 }
 
 void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
@@ -334,7 +350,16 @@ void MirrorLink::onRefused(const Bytes& bytes, const QString& text)
         m_events.linkChanged(m_isUp, line);
         return;
     }
-    kTrace(eRefused, line);
+    // Once on each line: wishes are sent again and again.
+    if (m_forbidden.insert(bytes).second)
+        kTrace(eRefused, line);
+    const auto topic = m_topics.Parse(bytes);
+    if (topic && topic->kind == TopicKind::Up) {
+        Branch* const closed = branch(topic->branch);
+        if (closed)
+            closed->driver.Do([closed, line](qint64 nowMs) { return closed->mirror.OnRefused(line, nowMs); });
+        return;
+    }
     QStringList names = m_wanted + GetBranches();
     names.removeAll(QStringLiteral("*"));
     names.removeDuplicates();

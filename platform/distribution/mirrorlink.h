@@ -62,6 +62,9 @@ public:
     /// Nothing that has come waits for something that has not.
     bool IsSettled() const;
 
+    /// For values::Weak.
+    const values::Life& GetLife() const noexcept { return m_life; }
+
     MirrorLink(const MirrorLink&) = delete;
     MirrorLink& operator=(const MirrorLink&) = delete;
 
@@ -76,6 +79,7 @@ private:
     void deleteFormer();
     QString holderOf(const QString& root, const QString& but) const;
     void subscribe();
+    bool forEachBranch(const std::function<void(Branch& branch)>& call);
     void onUp(std::size_t maximumPayload);
     void onDown(DownReason reason, const QString& text);
     void onMessage(const Bytes& bytes, const Bytes& payload);
@@ -94,10 +98,12 @@ private:
     std::vector<std::unique_ptr<Branch>> m_former; ///< excluded by an observer of theirs, perhaps
     std::map<QString, QString> m_holders; ///< by root: the branch to which that place in the tree belongs
     std::set<QString> m_refused;          ///< branches that want another one's place
+    std::set<Bytes> m_forbidden;          ///< topics that the broker has refused since the line came up
     std::size_t m_maximumPayload = 0;
     QTimer m_deleteFormer;
     bool m_isUp = false;
     bool m_isRefused = false;
+    values::Life m_life;
 };
 
 } // namespace distribution

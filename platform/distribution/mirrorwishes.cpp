@@ -94,13 +94,30 @@ void MirrorChannel::Fail(const Changes& changes, WishResult result, const QStrin
 
 void MirrorChannel::GiveUpOld(qint64 nowMs)
 {
+    const qint64 timeoutMs = m_mirror.m_settings.wishTimeoutMs;
+    giveUp([&](const OpenWish& wish) { return nowMs - wish.madeMs >= timeoutMs; },
+           [this](const OpenWish& wish) {
+               if (wish.sent)
+                   reportAll(wish, WishResult::Unknown,
+                             QStringLiteral("not answered in time, the outcome is unknown"));
+               else
+                   reportAll(wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
+           });
+}
+
+/// What was sent before may have reached the owner on an earlier line.
+void MirrorChannel::Refuse(const QString& reason, qint64 upMs)
+{
+    giveUp([upMs](const OpenWish& wish) { return wish.sent && wish.sentMs >= upMs; },
+           [&](const OpenWish& wish) { reportAll(wish, WishResult::Refused, reason); });
+}
+
+void MirrorChannel::giveUp(const std::function<bool(const OpenWish&)>& isOver,
+                           const std::function<void(const OpenWish&)>& report)
+{
     Paths ended;
-    while (const auto wish = m_own.GiveUpNext(nowMs, m_mirror.m_settings.wishTimeoutMs, ended)) {
-        if (wish->sent)
-            reportAll(*wish, WishResult::Unknown,
-                      QStringLiteral("not answered in time, the outcome is unknown"));
-        else
-            reportAll(*wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
+    while (const auto wish = m_own.GiveUpNext(isOver, ended)) {
+        report(*wish);
         if (m_channel != 0)
             NeedState(m_number);
         for (const QString& path : std::exchange(ended, {}))

@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstring>
 #include <iterator>
+#include <mutex>
 #include <utility>
 
 namespace distribution {
@@ -40,6 +41,8 @@ void blockSignals()
 /// The library ignores SIGPIPE for the whole process; that is not its business.
 mosquitto* makeHandle(const Bytes& clientId, void* user)
 {
+    static std::mutex oneAtATime;
+    const std::lock_guard<std::mutex> lock(oneAtATime);
     struct sigaction before = {};
     sigaction(SIGPIPE, nullptr, &before);
     mosquitto* const handle = mosquitto_new(clientId.c_str(), true, user);

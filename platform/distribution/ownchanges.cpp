@@ -64,9 +64,10 @@ std::deque<OpenWish> OwnChanges::Exchange(WishQueue& queue, Paths& shown)
     return queue.GiveUpAll();
 }
 
-std::optional<OpenWish> OwnChanges::GiveUpNext(qint64 nowMs, qint64 timeoutMs, Paths& shown)
+std::optional<OpenWish> OwnChanges::GiveUpNext(const std::function<bool(const OpenWish&)>& isOver,
+                                               Paths& shown)
 {
-    auto wish = m_wishes.GiveUpNext(nowMs, timeoutMs);
+    auto wish = m_wishes.GiveUpNext(isOver);
     if (wish) {
         m_pending.Acknowledge(wish->number);
         endShadows(wish->number, shown);

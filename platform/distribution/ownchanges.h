@@ -36,7 +36,7 @@ public:
     /// All wishes that had not been given up are; these. The queue goes, and `queue` is in its place.
     std::deque<OpenWish> Exchange(WishQueue& queue, Paths& shown);
     /// See WishQueue::GiveUpNext().
-    std::optional<OpenWish> GiveUpNext(qint64 nowMs, qint64 timeoutMs, Paths& shown);
+    std::optional<OpenWish> GiveUpNext(const std::function<bool(const OpenWish&)>& isOver, Paths& shown);
 
 private:
     struct Shadow

@@ -18,6 +18,12 @@ OwnedTree::OwnedTree(ChangeCollector& collector, const QStringList& roots, std::
     m_region->SetRoots(roots);
 }
 
+void OwnedTree::LetGo()
+{
+    m_region->SetRoots({});
+    TakeChanges();
+}
+
 Changes OwnedTree::TakeChanges()
 {
     Changes changes = std::exchange(m_before, {});

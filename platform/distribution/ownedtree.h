@@ -15,6 +15,9 @@ public:
     /// `changed`: see ChangeCollector::MakeRegion().
     OwnedTree(ChangeCollector& collector, const QStringList& roots, std::function<void()> changed);
 
+    /// Nothing is collected any more: somebody else may publish or mirror what is there.
+    void LetGo();
+
     Changes TakeChanges() override;
     Executed Execute(const Writer& writer, const Changes& changes) override;
     Content ReadCollection(const QString& path) override;

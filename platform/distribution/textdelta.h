@@ -29,7 +29,7 @@ AsSplice(std::size_t formerBytes, const std::function<Bytes(std::size_t offset, 
 /// The text with the part replaced.
 KOLTA_DISTRIBUTION_EXPORT Bytes Spliced(const Bytes& from, const values::TextSplice& splice);
 /// The change that turns an item's content `from` into `to` in the fewest bytes: Delta, or Set for contents
-/// of at most Limits::kSmallContent bytes and where runs save less than half of the packed whole.
+/// of at most Limits::kSmallContent bytes and where runs have more than half as many.
 KOLTA_DISTRIBUTION_EXPORT Change MakeContentChange(quint32 id, const QString& path, const Content& from,
                                                    const Content& to);
 

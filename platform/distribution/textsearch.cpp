@@ -10,7 +10,7 @@ namespace {
 
 /// So many characters are turned into bytes at once, which stay in the cache until they are compared.
 constexpr int kBlock = 16384;
-constexpr int kLargestMiddle = 2 * kBlock;
+constexpr int kLargestMiddle = 3 * kBlock;
 constexpr std::size_t kBytesOfCharacter = 3; // at most; of two halves 4
 
 bool cutsPair(const QString& text, int at)

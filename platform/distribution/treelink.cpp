@@ -121,6 +121,7 @@ void TreeLink::withdraw(const QString& branch)
         return;
     if (m_mirrors)
         m_mirrors->Readmit((*found)->GetBranch(), (*found)->GetOwner().GetEpoch());
+    (*found)->LetGo();
     m_leaving.push_back(std::move(*found));
     m_published.erase(found);
     QTimer::singleShot(0, this, &TreeLink::deleteLeaving);

@@ -14,7 +14,7 @@ constexpr std::size_t kMostPresent = 10000;
 /// After a loss nobody is present until he has said so again.
 constexpr qint64 kSilenceMs = 20000;
 
-enum eTracePoint : int { eForeignSession = 1, eTooManyWriters = 2 };
+enum eTracePoint : int { eForeignSession = 1, eTooManyWriters = 2, eMalformedPresence = 3 };
 constexpr Startup::TraceSource kTrace("platform/distribution/wishdesk", Startup::eTraceWarning);
 
 } // namespace
@@ -44,8 +44,15 @@ void WishDesk::SetPresence(const Topic& topic, const Bytes& payload, qint64 nowM
         m_complaints(kTrace, eTooManyWriters, QStringLiteral("too many clients"), nowMs);
         return;
     }
-    m_leases.SetPresent(topic.session, !payload.empty(), nowMs);
     const auto presence = payload.empty() ? std::nullopt : DecodePresence(payload);
+    if (!payload.empty() && !presence) {
+        m_complaints(kTrace, eMalformedPresence,
+                     QStringLiteral("user %1 says with malformed bytes that it is there")
+                         .arg(QString::fromStdString(topic.user)),
+                     nowMs);
+        return;
+    }
+    m_leases.SetPresent(topic.session, presence.has_value(), nowMs);
     if (presence)
         m_present[topic.session] = *presence;
     else

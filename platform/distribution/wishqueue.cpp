@@ -50,11 +50,11 @@ std::deque<OpenWish> WishQueue::GiveUpAll()
     return given;
 }
 
-std::optional<OpenWish> WishQueue::GiveUpNext(qint64 nowMs, qint64 timeoutMs)
+std::optional<OpenWish> WishQueue::GiveUpNext(const std::function<bool(const OpenWish&)>& isOver)
 {
     const auto open =
         std::find_if(m_wishes.begin(), m_wishes.end(), [](const OpenWish& wish) { return !wish.givenUp; });
-    if (open == m_wishes.end() || nowMs - open->madeMs < timeoutMs)
+    if (open == m_wishes.end() || !isOver(*open))
         return std::nullopt;
     return giveUp(*open);
 }
@@ -82,7 +82,8 @@ std::vector<DueWish> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qin
             break;
         if (!all && wish.number <= m_sentUpTo)
             continue;
-        wish.sent = true;
+        if (!std::exchange(wish.sent, true))
+            wish.sentMs = nowMs;
         m_sentUpTo = std::max(m_sentUpTo, wish.number);
         // One that was given up is a mere number, which may come at any time.
         const qint64 leftMs = wish.givenUp ? timeoutMs : wish.madeMs + timeoutMs - nowMs;

@@ -3,6 +3,7 @@
 #include <distribution/output.h>
 
 #include <deque>
+#include <functional>
 
 namespace distribution {
 
@@ -14,6 +15,7 @@ struct OpenWish
     std::size_t bytes = 0;
     qint64 madeMs = 0;
     bool sent = false;
+    qint64 sentMs = 0; ///< for the first time
     /// The program was told that it has failed. The number is still needed: the owner either has executed it
     /// by now, or will take it without changes.
     bool givenUp = false;
@@ -39,9 +41,9 @@ public:
     std::deque<OpenWish> TakeUpTo(quint64 number);
     /// All that have not been given up are, as by GiveUpNext(); these.
     std::deque<OpenWish> GiveUpAll();
-    /// The next wish that is older than `timeoutMs` and has not been given up, which it is now: its contents
-    /// are in the result alone. Nothing when there is none.
-    std::optional<OpenWish> GiveUpNext(qint64 nowMs, qint64 timeoutMs);
+    /// The next wish that has not been given up, which it is now if it is over: its contents are in the
+    /// result alone. Nothing when there is none, or it is not over.
+    std::optional<OpenWish> GiveUpNext(const std::function<bool(const OpenWish&)>& isOver);
 
     /// Wishes that are to be sent now, and that are taken for sent then: those that never were and, once a
     /// second, all; never more than the owner remembers. They expire when GiveUpNext() gives them up.

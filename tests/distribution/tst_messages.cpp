@@ -109,6 +109,7 @@ private Q_SLOTS:
     void statesInParts();
     void randomDeltas();
     void foundSplices();
+    void doubledItems();
     void badRuns();
     void topics_data();
     void topics();
@@ -298,10 +299,33 @@ void TestMessages::foundSplices()
         if (after.size() < kLeastSearched)
             continue;
         QVERIFY(found && Spliced(bytesOf(before), *found) == bytesOf(after));
-        QCOMPARE(MakeRuns(*found), MakeRuns(bytesOf(before), bytesOf(after)));
+        const Bytes runs = MakeRuns(*found);
+        QCOMPARE(ApplyRuns(bytesOf(before), runs, 1U << 22U), std::optional(bytesOf(after)));
+        QVERIFY(runs.size() <= MakeRuns(bytesOf(before), bytesOf(after)).size() + 50);
         after[0] = after[after.size() - 1] = QLatin1Char('!');
         QVERIFY(!FindSplice(item, after));
     }
+}
+
+/// An entry that adds what is there does not fit, whatever else it says of that.
+void TestMessages::doubledItems()
+{
+    const Bytes runs = MakeRuns(Bytes(3000, 'a'), Bytes(3000, 'a') + 'b');
+    Change delta = withId(SetChange(QString(), MakeContent(runs)), 1);
+    delta.operation = Operation::Delta;
+    delta.checksum = Checksum(Bytes(3000, 'a') + 'b');
+    const auto added = [](quint32 id, const char* path) {
+        return withId(AddChange(QLatin1String(path), values::eTypeString, MakeContent("x")), id);
+    };
+    const Change removed = withId(RemoveChange(QStringLiteral("/a")), 1);
+    ItemTable items;
+    items.Insert(1, {QStringLiteral("/a"), values::eTypeString, MakeContent(Bytes(3000, 'a')), 0, {}});
+    const auto fits = [&items](const Changes& changes) {
+        return Resolve(changes, items, 1U << 20U).has_value();
+    };
+    QVERIFY(fits({delta}) && fits({removed, added(2, "/a")}) && fits({delta, removed, added(2, "/a")}));
+    QVERIFY(!fits({added(2, "/a"), delta}) && !fits({added(1, "/b"), delta}) && !fits({removed, delta}));
+    QVERIFY(!fits({added(2, "/b"), added(3, "/b")}) && !fits({removed, added(2, "/a"), added(3, "/a")}));
 }
 
 void TestMessages::badRuns()

@@ -151,6 +151,7 @@ private Q_SLOTS:
             if (next.link->branches().first().state != BranchState::Withdrawn)
                 return;
             next.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("taken"));
+            next.tree.Emplace<ShortTimeFFPAssignmentItemMap>(at("ShortTime/Assignments"));
             next.link->publish(branch, {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
                                std::make_unique<OpenPolicy>());
         });
@@ -163,6 +164,15 @@ private Q_SLOTS:
         next.set("Resources", QStringLiteral("answered"));
         QTRY_COMPARE_WITH_TIMEOUT(server->text("Resources"), QStringLiteral("answered"), kPatience);
         QCOMPARE(server->failures + next.failures, QStringList());
+        // What it does to its collections is heard, also when it gives up the name and takes it again.
+        next.map()->Add(assignment("a", 1));
+        QTRY_COMPARE_WITH_TIMEOUT(server->items(), QStringLiteral("a=1 ?0"), kPatience);
+        next.link->withdraw(QStringLiteral("S1"));
+        next.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
+                           std::make_unique<OpenPolicy>());
+        next.map()->Add(assignment("b", 2));
+        QTRY_COMPARE_WITH_TIMEOUT(server->map() ? server->items() : QString(), QStringLiteral("a=1 b=2 ?0"),
+                                  kPatience);
         // Who cannot have the name gives it up the moment he hears of it.
         MapSide rival(*broker);
         rival.join();
@@ -173,6 +183,53 @@ private Q_SLOTS:
                             std::make_unique<OpenPolicy>());
         QVERIFY(failed.wait(kPatience));
         QTRY_VERIFY(rival.link->branches().isEmpty());
+    }
+    /// Of a user whom the broker lets only read each wish is refused at once, and undone.
+    void deniedByTheBroker()
+    {
+        LocalBroker::Settings settings;
+        settings.users = {{"server-S1", "one"}, {"reader", "two"}};
+        settings.accessList = "user server-S1\ntopic readwrite kolta/#\n"
+                              "user reader\ntopic read kolta/#\ntopic write kolta/1/c/#\n";
+        LocalBroker guarded(settings);
+        QString error;
+        QVERIFY2(guarded.start(error), qPrintable(error));
+        MapSide owner(guarded), writer(guarded), reader(guarded);
+        for (MapSide* const side : {&owner, &writer}) {
+            side->options.mqtt.address.user = "server-S1";
+            side->options.mqtt.address.password = "one";
+        }
+        reader.options.mqtt.address.user = "reader";
+        reader.options.mqtt.address.password = "two";
+        reader.options.wishTimeoutMs = 600000;
+        owner.tree.Emplace<StringValue>(at("Resources"), QStringLiteral("first"));
+        owner.tree.Emplace<values::SelectionValue>(at("WorkingState"));
+        owner.publish();
+        writer.mirror(); // which asks for the state: the reader cannot
+        reader.mirror();
+        for (int wish = 1; wish <= 2; ++wish) {
+            reader.set("Resources", QStringLiteral("mine"));
+            QTRY_COMPARE_WITH_TIMEOUT(reader.failures.count(QStringLiteral("Resources=0")), wish, kPatience);
+            QCOMPARE(reader.text("Resources"), QStringLiteral("first"));
+        }
+    }
+    /// What an owner changes while it has no line is entered as it happens, and costs no memory.
+    void changesWithoutALine()
+    {
+        broker->kill();
+        server->join();
+        server->link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
+                              at("WorkingState"), std::make_unique<OpenPolicy>());
+        for (int turn = 0; turn < 20; ++turn) {
+            server->set("Resources", QString::number(turn));
+            QCoreApplication::processEvents();
+        }
+        QString error;
+        QVERIFY2(broker->start(error), qPrintable(error));
+        MapSide client(*broker);
+        client.mirror();
+        QCOMPARE(client.text("Resources"), QStringLiteral("19"));
+        QVERIFY(client.link->branches().first().numbers.front().number >= 20);
     }
     /// The broker dies and returns, and so does the server: what was written meanwhile is done once or ends
     /// aloud, and nobody sees anything vanish that is still there.

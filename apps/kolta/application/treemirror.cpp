@@ -89,7 +89,9 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
     QObject::connect(&parts->link, &distribution::TreeLink::si_WishFailed,
                      [own = parts.get()](const QString& path, const QString& reason) {
                          if (own->failure.isEmpty())
-                             own->failure = QStringLiteral("%1: %2").arg(path, reason);
+                             own->failure = reason.startsWith(path)
+                                                ? reason
+                                                : QStringLiteral("%1: %2").arg(path, reason);
                      });
     parts->link.mirror(options->branches);
     return std::unique_ptr<TreeMirror>(new TreeMirror(std::move(parts)));
