@@ -2,11 +2,12 @@
 
 #include "pages/pages.h"
 
-#include <common/manualpage.h>
+#include <common/programoptions.h>
 #include <common/usualtree.h>
 
-#include <QCommandLineParser>
 #include <QSettings>
+
+#include <iterator>
 
 namespace KoltaConsole {
 
@@ -14,22 +15,15 @@ namespace {
 
 const char* const kThemeKey = "theme";
 
-QString urlOf(const QCommandLineParser& parser)
+using KoltaApps::ProgramOptions;
+
+QString urlOf(const ProgramOptions& given)
 {
-    const QString option = QStringLiteral("tree");
-    return parser.isSet(option) ? parser.value(option) : KoltaApps::usualTreeUrl();
+    return given.has("tree") ? given.value("tree") : KoltaApps::usualTreeUrl();
 }
 
-struct OptionText
-{
-    const char* name;
-    const char* value; ///< null: it is a switch
-    const char* preset;
-    const char* help;
-};
-
 /// In the order of the help.
-constexpr OptionText kOptions[] = {
+constexpr KoltaApps::OptionText kOptions[] = {
     {"tree", "URL", nullptr,
      "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX], or that did "
      "in "
@@ -54,58 +48,20 @@ constexpr char kDescription[] =
     "the reason for each choice of a tuner, and what happened. Exit codes: 0 closed, 1 the picture cannot be "
     "made, 2 wrong usage, no display, no such installation.";
 
-QString helpOf(const OptionText& text)
-{
-    const QString help = QString::fromUtf8(text.help);
-    return help.contains(QLatin1String("%1")) ? help.arg(pageIds().join(QStringLiteral(", "))) : help;
-}
-
-void describe(QCommandLineParser& parser)
-{
-    parser.setApplicationDescription(QString::fromUtf8(kDescription));
-    for (const OptionText& text : kOptions) {
-        QCommandLineOption option(QString::fromLatin1(text.name), helpOf(text),
-                                  QString::fromLatin1(text.value));
-        if (text.preset)
-            option.setDefaultValue(QString::fromLatin1(text.preset));
-        parser.addOption(option);
-    }
-}
-
-bool writeManual(const QString& folder, QString& error)
-{
-    const QString name = QStringLiteral("koltaconsole");
-    KoltaApps::ManualPage page(name, QStringLiteral("watch and steer a monitoring installation"),
-                               QStringLiteral(KOLTA_VERSION));
-    page.addSection(QStringLiteral("SYNOPSIS"));
-    page.addUsage(name, QStringLiteral("[options]"));
-    page.addSection(QStringLiteral("DESCRIPTION"));
-    page.addText(QString::fromUtf8(kDescription));
-    page.addSection(QStringLiteral("OPTIONS"));
-    for (const OptionText& text : kOptions)
-        page.addEntry(
-            QStringLiteral("--%1 %2").arg(QLatin1String(text.name), QLatin1String(text.value)).trimmed(),
-            helpOf(text));
-    page.addReferences({QStringLiteral("kolta"), QStringLiteral("koltasim")});
-    return page.write(folder, error);
-}
-
 /// What is wrong, in one line.
-QString problemOf(const QCommandLineParser& parser, Options& options)
+QString problemOf(const ProgramOptions& given, Options& options)
 {
     const auto number = [&](const char* name, int minimum, int maximum, int& value) {
         bool isNumber = false;
-        value = parser.value(QLatin1String(name)).toInt(&isNumber);
+        value = given.value(name).toInt(&isNumber);
         return isNumber && value >= minimum && value <= maximum
                    ? QString()
                    : QStringLiteral("--%1: expected a number from %2 to %3, found \"%4\"")
                          .arg(QLatin1String(name))
                          .arg(minimum)
                          .arg(maximum)
-                         .arg(parser.value(QLatin1String(name)));
+                         .arg(given.value(name));
     };
-    if (!parser.positionalArguments().isEmpty())
-        return QStringLiteral("unexpected \"%1\"").arg(parser.positionalArguments().first());
     for (const QString& problem :
          {number("servers", 1, 1000, options.servers), number("tuners", 0, 100000, options.tuners),
           number("activity", 0, 3600000, options.activityMs)}) {
@@ -114,20 +70,18 @@ QString problemOf(const QCommandLineParser& parser, Options& options)
     }
     const int theme =
         QStringList{QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("system")}.indexOf(
-            parser.value(QStringLiteral("theme")));
+            given.value("theme"));
     if (theme < 0)
         return QStringLiteral("--theme: expected light, dark or system");
     options.theme = static_cast<Theme::Choice>(theme);
-    options.page = parser.value(QStringLiteral("page"));
+    options.page = given.value("page");
     if (!options.page.isEmpty() && !pageIds().contains(options.page))
         return QStringLiteral("--page: expected one of %1").arg(pageIds().join(QStringLiteral(", ")));
-    if (parser.isSet(QStringLiteral("simulate")))
-        return parser.isSet(QStringLiteral("tree"))
-                   ? QStringLiteral("--simulate and --tree exclude each other")
-                   : QString();
+    if (given.has("simulate"))
+        return given.has("tree") ? QStringLiteral("--simulate and --tree exclude each other") : QString();
     options.servers = 0;
-    options.url = urlOf(parser);
-    return options.url.isEmpty() && !parser.isSet(QStringLiteral("ask"))
+    options.url = urlOf(given);
+    return options.url.isEmpty() && !given.has("ask")
                ? QStringLiteral("which installation? --tree URL shows one, --simulate plays one")
                : QString();
 }
@@ -136,35 +90,24 @@ QString problemOf(const QCommandLineParser& parser, Options& options)
 
 Options Options::read(const QStringList& arguments, int& exitCode, QString& text)
 {
-    QCommandLineParser parser;
-    describe(parser);
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
-    QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
-    manual.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOption(manual);
+    using Result = ProgramOptions::Result;
+    ProgramOptions given({"koltaconsole",
+                          "watch and steer a monitoring installation",
+                          kDescription,
+                          {QStringLiteral("kolta"), QStringLiteral("koltasim")}},
+                         {std::begin(kOptions), std::end(kOptions)}, pageIds());
     Options options;
-    exitCode = -1;
-    const QStringList words = QStringList{QStringLiteral("koltaconsole")} + arguments;
-    if (!parser.parse(words)) {
-        text = parser.errorText();
+    const Result result = given.read(QStringList{QStringLiteral("koltaconsole")} + arguments, text);
+    exitCode = result == Result::Show ? 0 : result == Result::Failed ? 1 : result == Result::Wrong ? 2 : -1;
+    if (result == Result::Run)
+        text = problemOf(given, options);
+    if (result == Result::Run && !text.isEmpty())
         exitCode = 2;
-    } else if (parser.isSet(help)) {
-        text = parser.helpText();
-        exitCode = 0;
-    } else if (parser.isSet(version)) {
-        text = QStringLiteral("koltaconsole " KOLTA_VERSION);
-        exitCode = 0;
-    } else if (parser.isSet(manual)) {
-        exitCode = writeManual(parser.value(manual), text) ? 0 : 1;
-    } else if (text = problemOf(parser, options); !text.isEmpty()) {
-        exitCode = 2;
-    }
-    options.vanish = parser.value(QStringLiteral("vanish"));
+    options.vanish = given.value("vanish");
     options.isAsking = options.servers == 0 && options.url.isEmpty();
-    options.isReadOnly = parser.isSet(QStringLiteral("read-only"));
-    options.isTracing = parser.isSet(QStringLiteral("trace"));
-    options.screenshot = parser.value(QStringLiteral("screenshot"));
+    options.isReadOnly = given.has("read-only");
+    options.isTracing = given.has("trace");
+    options.screenshot = given.value("screenshot");
     options.isRemembered = options.screenshot.isEmpty();
     return options;
 }

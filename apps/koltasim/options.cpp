@@ -1,25 +1,18 @@
 #include "options.h"
 
 #include <common/endpoint.h>
-#include <common/manualpage.h>
+#include <common/programoptions.h>
 
 #include <simulation/installation.h>
 
-#include <QCommandLineParser>
-#include <QCoreApplication>
+#include <iterator>
 
 namespace {
 
-struct OptionText
-{
-    const char* name;
-    const char* value; ///< null: it is a switch
-    const char* preset;
-    const char* help;
-};
+using KoltaApps::ProgramOptions;
 
 /// In the order of the help.
-constexpr OptionText kOptions[] = {
+constexpr KoltaApps::OptionText kOptions[] = {
     {"installation", "DIR", nullptr, "Folder with the installation's files (the sample installation)."},
     {"listen", "HOST:PORT", "127.0.0.1:0",
      "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system pick one. An "
@@ -57,55 +50,8 @@ constexpr char kDescription[] =
     "the name "
     "is taken or was taken over.";
 
-QString helpOf(const OptionText& text)
-{
-    const QString help = QString::fromUtf8(text.help);
-    return help.contains(QLatin1String("%1"))
-               ? help.arg(KoltaSimulation::misbehaviourNames().join(QStringLiteral(", ")))
-               : help;
-}
-
-QCommandLineOption makeOption(const OptionText& text)
-{
-    QCommandLineOption option(QString::fromLatin1(text.name), helpOf(text), QString::fromLatin1(text.value));
-    if (text.preset)
-        option.setDefaultValue(QString::fromLatin1(text.preset));
-    return option;
-}
-
-bool writeManual(const QString& folder, QString& error)
-{
-    KoltaApps::ManualPage page(QCoreApplication::applicationName(),
-                               QStringLiteral("simulate a server of a monitoring installation"),
-                               QCoreApplication::applicationVersion());
-    page.addSection(QStringLiteral("SYNOPSIS"));
-    page.addUsage(QCoreApplication::applicationName(), QStringLiteral("[options]"));
-    page.addSection(QStringLiteral("DESCRIPTION"));
-    page.addText(QString::fromLatin1(kDescription));
-    page.addSection(QStringLiteral("OPTIONS"));
-    for (const OptionText& text : kOptions)
-        page.addEntry(
-            QStringLiteral("--%1 %2").arg(QLatin1String(text.name), QLatin1String(text.value)).trimmed(),
-            helpOf(text));
-    page.addReferences({QStringLiteral("kolta")});
-    return page.write(folder, error);
-}
-
-/// Parsed arguments by the names of the table.
-class Arguments
-{
-public:
-    explicit Arguments(const QCommandLineParser& parser) : m_parser(parser) {}
-    bool has(const char* name) const { return m_parser.isSet(QString::fromLatin1(name)); }
-    QString value(const char* name) const { return m_parser.value(QString::fromLatin1(name)); }
-    QStringList values(const char* name) const { return m_parser.values(QString::fromLatin1(name)); }
-
-private:
-    const QCommandLineParser& m_parser;
-};
-
 /// What is wrong with options that stand or fall together; empty when nothing is.
-QString problemOfCombination(const Arguments& given)
+QString problemOfCombination(const ProgramOptions& given)
 {
     if (given.has("tls-clients") && !given.has("tls"))
         return QStringLiteral("--tls-clients: expected --tls with it");
@@ -141,7 +87,7 @@ bool readListen(const QString& text, Options& options, QString& message)
     return false;
 }
 
-bool readNumbers(const Arguments& given, Options& options, QString& message)
+bool readNumbers(const ProgramOptions& given, Options& options, QString& message)
 {
     bool seedOk = false;
     bool periodOk = false;
@@ -154,7 +100,7 @@ bool readNumbers(const Arguments& given, Options& options, QString& message)
     return false;
 }
 
-bool readOptions(const Arguments& given, Options& options, QString& message)
+bool readOptions(const ProgramOptions& given, Options& options, QString& message)
 {
     options.installation = given.has("installation") ? given.value("installation")
                                                      : KoltaSimulation::Installation::sampleFolder();
@@ -177,36 +123,19 @@ bool readOptions(const Arguments& given, Options& options, QString& message)
 
 ParseResult parseCommandLine(const QStringList& arguments, Options& options, QString& message)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QString::fromLatin1(kDescription));
-    for (const OptionText& text : kOptions)
-        parser.addOption(makeOption(text));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Shows this help."));
-    parser.addOption(help);
-    const QCommandLineOption version = parser.addVersionOption();
-    QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
-    manual.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOption(manual);
-
-    if (!parser.parse(arguments)) {
-        message = parser.errorText();
-        return ParseResult::Wrong;
-    }
-    if (parser.isSet(manual)) {
-        message.clear();
-        return writeManual(parser.value(manual), message) ? ParseResult::Show : ParseResult::Wrong;
-    }
-    if (parser.isSet(help) || parser.isSet(version)) {
-        message = parser.isSet(help) ? parser.helpText()
-                                     : QCoreApplication::applicationName() + QLatin1Char(' ') +
-                                           QCoreApplication::applicationVersion() + QLatin1Char('\n');
+    ProgramOptions given({"koltasim",
+                          "simulate a server of a monitoring installation",
+                          kDescription,
+                          {QStringLiteral("kolta")}},
+                         {std::begin(kOptions), std::end(kOptions)}, KoltaSimulation::misbehaviourNames());
+    switch (given.read(arguments, message)) {
+    case ProgramOptions::Result::Show:
         return ParseResult::Show;
+    case ProgramOptions::Result::Run:
+        return readOptions(given, options, message) ? ParseResult::Run : ParseResult::Wrong;
+    case ProgramOptions::Result::Wrong:
+    case ProgramOptions::Result::Failed:
+        break;
     }
-    if (!parser.positionalArguments().isEmpty()) {
-        message =
-            QStringLiteral("found \"%1\", expected options only").arg(parser.positionalArguments().first());
-        return ParseResult::Wrong;
-    }
-    return readOptions(Arguments(parser), options, message) ? ParseResult::Run : ParseResult::Wrong;
+    return ParseResult::Wrong;
 }

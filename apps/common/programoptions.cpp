@@ -1,0 +1,75 @@
+#include "programoptions.h"
+
+#include "manualpage.h"
+
+#include <utility>
+
+namespace KoltaApps {
+
+ProgramOptions::ProgramOptions(ProgramText program, std::vector<OptionText> options, const QStringList& names)
+    : m_program(std::move(program)), m_options(std::move(options)), m_names(names.join(QStringLiteral(", ")))
+{
+    m_parser.setApplicationDescription(QString::fromUtf8(m_program.description));
+    for (const OptionText& text : m_options) {
+        QCommandLineOption option(QString::fromLatin1(text.name), helpOf(text),
+                                  QString::fromLatin1(text.value));
+        if (text.preset)
+            option.setDefaultValue(QString::fromLatin1(text.preset));
+        m_parser.addOption(option);
+    }
+}
+
+ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QString& text)
+{
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows this help."));
+    m_parser.addOption(help);
+    const QCommandLineOption version = m_parser.addVersionOption();
+    QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
+    manual.setFlags(QCommandLineOption::HiddenFromHelp);
+    m_parser.addOption(manual);
+
+    if (!m_parser.parse(arguments)) {
+        text = m_parser.errorText();
+        return Result::Wrong;
+    }
+    text.clear();
+    if (m_parser.isSet(manual))
+        return writeManual(m_parser.value(manual), text) ? Result::Show : Result::Failed;
+    if (m_parser.isSet(help))
+        text = m_parser.helpText();
+    else if (m_parser.isSet(version))
+        text = QStringLiteral("%1 " KOLTA_VERSION "\n").arg(QLatin1String(m_program.name));
+    if (!text.isEmpty())
+        return Result::Show;
+    const QStringList words = m_parser.positionalArguments();
+    if (words.isEmpty())
+        return Result::Run;
+    text = QStringLiteral("found \"%1\", expected options only").arg(words.first());
+    return Result::Wrong;
+}
+
+QString ProgramOptions::helpOf(const OptionText& option) const
+{
+    const QString help = QString::fromUtf8(option.help);
+    return help.contains(QLatin1String("%1")) ? help.arg(m_names) : help;
+}
+
+bool ProgramOptions::writeManual(const QString& folder, QString& error) const
+{
+    const QString name = QString::fromLatin1(m_program.name);
+    ManualPage page(name, QString::fromUtf8(m_program.summary), QStringLiteral(KOLTA_VERSION));
+    page.addSection(QStringLiteral("SYNOPSIS"));
+    page.addUsage(name, QStringLiteral("[options]"));
+    page.addSection(QStringLiteral("DESCRIPTION"));
+    page.addText(QString::fromUtf8(m_program.description));
+    page.addSection(QStringLiteral("OPTIONS"));
+    for (const OptionText& option : m_options)
+        page.addEntry(
+            QStringLiteral("--%1 %2").arg(QLatin1String(option.name), QLatin1String(option.value)).trimmed(),
+            helpOf(option));
+    page.addReferences(m_program.seeAlso);
+    return page.write(folder, error);
+}
+
+} // namespace KoltaApps
