@@ -52,4 +52,28 @@ QString readOrder(const CommandLine& line, ProductionOrder& order)
     return {};
 }
 
+QVector<Option> needsOptions()
+{
+    return {hertz("frequency", "Only tuners that reach it: 98.5M, 98.5e6."),
+            hertz("bandwidth", "Only tuners whose band is as wide: 5M, 300k."),
+            text("storage", "GUID",
+                 "Only tuners with an interface to this storage; several times for any of several.")};
+}
+
+Kolta::TunerNeeds needsFrom(const CommandLine& line)
+{
+    return {line.hertz("frequency"), line.hertz("bandwidth"), false};
+}
+
+QStringList storagesFrom(const CommandLine& line)
+{
+    QStringList storages = line.values("storage");
+    for (QString& storage : storages) {
+        const QUuid guid = Kolta::guidFromText(storage);
+        if (!guid.isNull())
+            storage = guid.toString();
+    }
+    return storages;
+}
+
 } // namespace KoltaCli

@@ -1,6 +1,11 @@
 #include "tunertables.h"
 
+#include <kolta/cli/output.h>
+
 #include <koltacommon/guidindex.h>
+#include <koltacommon/guidtext.h>
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/tunerclasstree.h>
 #include <koltacommon/tunerselection.h>
 #include <koltacommon/units.h>
@@ -166,6 +171,23 @@ QVector<QJsonObject> toJson(const Kolta::TunerSelection& selection)
         objects.append(object);
     }
     return objects;
+}
+
+QString findTuner(Kolta::KoltaServerInterface& server, const QString& text)
+{
+    const QUuid guid = Kolta::guidFromText(text);
+    QStringList found;
+    for (const auto& tuner : server.getResourceObserver().GetCurrentResources().GetTuner()) {
+        if (guid.isNull() ? nameOf(tuner) == text : Kolta::guidFromText(guidOf(tuner)) == guid)
+            found.append(guidOf(tuner));
+    }
+    if (found.size() == 1)
+        return found.first();
+    printError(
+        found.isEmpty()
+            ? QStringLiteral("%1 has no tuner \"%2\"").arg(server.getAddress(), text)
+            : QStringLiteral("%1 tuners are called \"%2\", give its GUID").arg(found.size()).arg(text));
+    return {};
 }
 
 } // namespace KoltaCli

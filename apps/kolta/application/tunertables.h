@@ -7,6 +7,7 @@
 #include <QVector>
 
 namespace Kolta {
+class KoltaServerInterface;
 class TunerClassTree;
 class TunerClassTreeItem;
 struct TunerCandidate;
@@ -40,5 +41,8 @@ struct TunerCount
     int free = 0;
 };
 TunerCount countTuners(const Kolta::TunerClassTreeItem& item);
+
+/// GUID of the tuner that `text` names. Prints an error and gives nothing when it names none or several.
+QString findTuner(Kolta::KoltaServerInterface& server, const QString& text);
 
 } // namespace KoltaCli

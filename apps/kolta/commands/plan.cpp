@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <kolta/application/orderoptions.h>
 #include <kolta/application/tunerchoice.h>
 #include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
@@ -28,7 +29,7 @@ namespace {
 /// A tuner of a class that is asked for, and what it gets.
 struct Share
 {
-    QString className;
+    QString className; ///< empty for a tuner that was named
     bool served = false;
     Tuner tuner;           ///< what it gets, or would get if no other request held it
     int cost = 0;          ///< of the tuner it gets
@@ -121,9 +122,10 @@ qint64 totalCost(const Shares& shares)
 QJsonObject toJson(const Share& share, int number)
 {
     QJsonObject object{{QStringLiteral("request"), number},
-                       {QStringLiteral("class"), share.className},
                        {QStringLiteral("served"), share.served},
                        {QStringLiteral("booked"), share.booking.stands()}};
+    if (!share.className.isEmpty())
+        object[QStringLiteral("class")] = share.className;
     if (share.served) {
         object[QStringLiteral("tuner")] = nameOf(share.tuner);
         object[QStringLiteral("guid")] = guidOf(share.tuner);
@@ -160,7 +162,8 @@ void printTable(const Shares& shares)
     table.alignRight({0, 3});
     int number = 0;
     for (const Share& share : shares)
-        table.addRow({QString::number(++number), share.className,
+        table.addRow({QString::number(++number),
+                      share.className.isEmpty() ? QStringLiteral("-") : share.className,
                       share.served ? nameOf(share.tuner) : QStringLiteral("-"),
                       share.served ? QString::number(share.cost) : QString(),
                       share.booking.stands() ? QStringLiteral("yes") : QString()});
@@ -173,20 +176,56 @@ void printProblems(const Shares& shares)
     int number = 0;
     for (const Share& share : shares) {
         ++number;
-        if (!share.problem.isEmpty())
+        if (share.className.isEmpty() && !share.problem.isEmpty())
+            printError(share.problem);
+        else if (!share.problem.isEmpty())
             printError(QStringLiteral("request %1 (%2): %3")
                            .arg(QString::number(number), share.className, share.problem));
     }
 }
 
-/// The tuners that are to be handed out, shared among the classes.
+/// Those that are to be handed out: they can do what is needed.
+QVector<Tuner> tunersFor(const CommandLine& line, const Kolta::TunerBookingManager& booking)
+{
+    const auto filter = Kolta::TunerFilter::anyTuners({}, storagesFrom(line)).withNeeds(needsFrom(line));
+    QVector<Tuner> tuners = line.isSet("all") ? booking.getAllTuners() : booking.getFreeTuners();
+    tuners.erase(std::remove_if(tuners.begin(), tuners.end(),
+                                [&filter](const Tuner& tuner) {
+                                    return filter.refusalOf(tuner) != Kolta::TunerRefusal::None;
+                                }),
+                 tuners.end());
+    return tuners;
+}
+
+/// That one alone, whether or not it can be planned.
+Shares shareOf(const QString& guid, const TunerChoice& choice)
+{
+    Kolta::DefaultCostFunction policy;
+    policy.init(choice.tuners().tree().clone());
+    Share share;
+    share.served = true;
+    for (const Tuner& tuner : choice.server().getBookingManager().getAllTuners()) {
+        if (guidOf(tuner) == guid)
+            share.tuner = tuner;
+    }
+    share.cost = policy.calculateCost(share.tuner);
+    Shares shares;
+    shares.push_back(std::move(share));
+    return shares;
+}
+
+/// What is to be handed out, shared among the classes. Nothing, and an error is printed, when --tuner names
+/// none.
 Shares makeShares(const CommandLine& line, const TunerChoice& choice)
 {
-    const Kolta::TunerBookingManager& booking = choice.server().getBookingManager();
+    if (line.isSet("tuner")) {
+        const QString guid = findTuner(choice.server(), line.value("tuner"));
+        return guid.isEmpty() ? Shares() : shareOf(guid, choice);
+    }
     const Kolta::TunerClassTree& tree = choice.tuners().tree();
     TunerClassResourceSelector selector;
     selector.setTunerClassOverview(tree.getOriginalTunerClassOverview());
-    selector.setResourceOverview(line.isSet("all") ? booking.getAllTuners() : booking.getFreeTuners());
+    selector.setResourceOverview(tunersFor(line, choice.server().getBookingManager()));
     return line.isSet("optimal") ? shareOut(selector, line.arguments())
                                  : shareInTurn(selector, tree, line.arguments());
 }
@@ -195,7 +234,10 @@ int plan(const CommandLine& line, const TunerChoice& choice)
 {
     const QStringList classNames = line.arguments();
     const bool clear = line.isSet("clear");
-    if (classNames.isEmpty() && !clear)
+    const bool isNamed = line.isSet("tuner");
+    if (isNamed && !classNames.isEmpty())
+        return line.usageError(QStringLiteral("--tuner and CLASS exclude each other"));
+    if (classNames.isEmpty() && !clear && !isNamed)
         return line.usageError(QStringLiteral("CLASS is missing"));
     for (const QString& name : classNames) {
         if (!choice.knowsClass(name))
@@ -204,13 +246,15 @@ int plan(const CommandLine& line, const TunerChoice& choice)
     Kolta::TunerBookingManager& booking = choice.server().getBookingManager();
     if (clear)
         booking.clearPlanning();
-    if (classNames.isEmpty())
+    if (classNames.isEmpty() && !isNamed)
         return eExitOk;
     Shares shares = makeShares(line, choice);
-    bool holds = true;
+    bool holds = !shares.empty();
+    if (!holds)
+        return eExitFailed;
     for (Share& share : shares) {
         if (share.served)
-            share.booking = TunerPlan::make(booking, guidOf(share.tuner), {}, share.problem);
+            share.booking = TunerPlan::make(booking, guidOf(share.tuner), needsFrom(line), share.problem);
         holds = holds && share.booking.stands();
     }
     if (line.json()) {
@@ -238,11 +282,14 @@ Command planCommand()
         "turn its cheapest one that is left. Within a shell the tuners stay planned if all classes got one.",
         {{"CLASS", "Name of a tuner class; also repeatedly.", Argument::eAny}},
         Servers::options(
-            {flag("clear", "Give back first what is planned; then no class is needed."),
-             flag("optimal",
-                  "Share the tuners out so that all are served whenever that is possible, at the least "
-                  "total cost."),
-             flag("all", "Hand out all tuners, whether or not they are free at present.")}),
+            QVector<Option>{
+                flag("clear", "Give back first what is planned; then no class is needed."),
+                flag("optimal",
+                     "Share the tuners out so that all are served whenever that is possible, at the least "
+                     "total cost."),
+                flag("all", "Hand out all tuners, whether or not they are free at present."),
+                text("tuner", "tuner", "GUID or name of the one tuner to be planned, instead of classes.")} +
+            needsOptions()),
         with(TunerChoice::start, plan)};
 }
 

@@ -21,7 +21,6 @@ namespace KoltaCli {
 using Kolta::Operation;
 using Kolta::ProductionJob;
 using Kolta::ProductionOrder;
-using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
@@ -42,24 +41,6 @@ Server* findPlace(const CommandLine& line, const Servers& servers, ProductionOrd
     }
     order.mcp = Kolta::guidFromText(mcp->guid);
     return mcp->server;
-}
-
-/// Of the tuner that `text` names. Prints an error and gives nothing when it names none or several.
-QString findTuner(Server& server, const QString& text)
-{
-    const QUuid guid = Kolta::guidFromText(text);
-    QStringList found;
-    for (const Tuner& tuner : server.getResourceObserver().GetCurrentResources().GetTuner()) {
-        if (guid.isNull() ? nameOf(tuner) == text : Kolta::guidFromText(guidOf(tuner)) == guid)
-            found.append(guidOf(tuner));
-    }
-    if (found.size() == 1)
-        return found.first();
-    printError(
-        found.isEmpty()
-            ? QStringLiteral("%1 has no tuner \"%2\"").arg(server.getAddress(), text)
-            : QStringLiteral("%1 tuners are called \"%2\", give its GUID").arg(found.size()).arg(text));
-    return {};
 }
 
 /// Replaces names of storage units by their GUIDs. Prints an error and gives false when one names none or

@@ -1,12 +1,12 @@
 #include "commands.h"
 
+#include <kolta/application/orderoptions.h>
 #include <kolta/application/tunerchoice.h>
 #include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
-#include <koltacommon/guidtext.h>
 #include <koltacommon/tunerselection.h>
 
 #include <algorithm>
@@ -49,25 +49,12 @@ void printAll(const TunerSelection& selection, bool json)
     reasonTable(known).print();
 }
 
-/// The given storages; a GUID may stand there in any form and gets that of the overviews.
-QStringList storagesOf(const CommandLine& line)
-{
-    QStringList storages = line.values("storage");
-    for (QString& storage : storages) {
-        const QUuid guid = Kolta::guidFromText(storage);
-        if (!guid.isNull())
-            storage = guid.toString();
-    }
-    return storages;
-}
-
 int select(const CommandLine& line, const TunerChoice& choice)
 {
     const QString className = line.argument(0);
     if (!choice.knowsClass(className))
         return eExitFailed;
-    const Kolta::TunerNeeds needs{line.hertz("frequency"), line.hertz("bandwidth"), false};
-    const TunerSelection selection = choice.tuners().explain(className, needs, storagesOf(line));
+    const TunerSelection selection = choice.tuners().explain(className, needsFrom(line), storagesFrom(line));
     const TunerCandidate* const chosen = selection.chosen();
     if (!line.json())
         choice.printOrigin();
@@ -93,12 +80,9 @@ Command selectCommand()
         "choose the tuner of a class, and tell why that one",
         "Chooses the tuner of a class that is to be used, of a simulated installation inside this process.",
         {{"CLASS", "Name of a tuner class."}},
-        Servers::options(
-            {hertz("frequency", "Only tuners that reach it: 98.5M, 98.5e6."),
-             hertz("bandwidth", "Only tuners whose band is as wide: 5M, 300k."),
-             text("storage", "GUID",
-                  "Only tuners with an interface to this storage; several times for any of several."),
-             flag("explain", "Show every tuner of the class, in order of preference, and why.")}),
+        Servers::options(needsOptions() +
+                         QVector<Option>{flag(
+                             "explain", "Show every tuner of the class, in order of preference, and why.")}),
         with(TunerChoice::start, select)};
 }
 
