@@ -82,6 +82,14 @@ QString thing(const QString& guidOrName)
     return guid.isNull() ? guidOrName : guidText(guid);
 }
 
+void addNeeds(QStringList& words, const ProductionOrder& order)
+{
+    addHertz(words, "frequency", order.frequency);
+    addHertz(words, "bandwidth", order.bandwidth);
+    for (const QString& storage : order.storageGuids)
+        add(words, "storage", thing(storage));
+}
+
 QStringList things(const QStringList& guidsOrNames)
 {
     QStringList texts;
@@ -141,19 +149,19 @@ QString ActionLines::explain(const ProductionOrder& order) const
     if (order.tunerClass.isEmpty())
         return QString();
     QStringList words{QStringLiteral("select"), QStringLiteral("--explain")};
-    addHertz(words, "frequency", order.frequency);
-    addHertz(words, "bandwidth", order.bandwidth);
-    for (const QString& storage : order.storageGuids)
-        add(words, "storage", thing(storage));
+    addNeeds(words, order);
     return line(words + arguments({order.tunerClass}));
 }
 
-QString ActionLines::plan(const QStringList& tunerClasses, bool optimal) const
+QString ActionLines::plan(const ProductionOrder& order) const
 {
     QStringList words{QStringLiteral("plan")};
-    if (optimal)
-        words.append(QStringLiteral("--optimal"));
-    return line(words + arguments(tunerClasses));
+    if (!order.tunerGuid.isEmpty())
+        add(words, "tuner", thing(order.tunerGuid));
+    else if (order.tunerClass.isEmpty())
+        return QString();
+    addNeeds(words, order);
+    return line(order.tunerGuid.isEmpty() ? words + arguments({order.tunerClass}) : words);
 }
 
 QString ActionLines::clearPlan() const

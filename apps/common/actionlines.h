@@ -31,8 +31,8 @@ public:
     QString produce(const Kolta::ProductionOrder& order) const;
     /// How the tuner of the same order would be chosen; empty without a class.
     QString explain(const Kolta::ProductionOrder& order) const;
-    /// Each by itself, or `optimal`: at the least cost for all.
-    QString plan(const QStringList& tunerClasses, bool optimal) const;
+    /// The tuner of an order, without the order; empty when it names neither class nor tuner.
+    QString plan(const Kolta::ProductionOrder& order) const;
     QString clearPlan() const;
     /// GUIDs or names, here and below.
     QString stop(const QStringList& processors) const;

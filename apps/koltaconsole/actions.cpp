@@ -154,10 +154,12 @@ bool ActionTable::run(const QString& id)
     }
     // The action may remove itself with its page.
     const Entry entry = *find(id);
-    const QString line = entry.line ? entry.line() : QString();
+    const auto line = [&entry] { return entry.line ? entry.line() : QString(); };
+    const QString before = entry.tellsAfterwards ? QString() : line();
     if (entry.run)
         entry.run();
-    Q_EMIT si_Ran(id, line);
+    const QString told = entry.tellsAfterwards ? line() : before;
+    Q_EMIT si_Ran(id, told);
     return true;
 }
 

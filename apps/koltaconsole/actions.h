@@ -38,7 +38,9 @@ public:
         QKeySequence shortcut;
         Kolta::UserRights::eManagementRights rights; ///< all of them; none: everybody may
         unsigned needs = eNothing;
-        std::function<QString()> line; ///< the `kolta` line that does the same; empty for none
+        /// The `kolta` line that does the same, several for several objects; empty for none.
+        std::function<QString()> line;
+        bool tellsAfterwards = false; ///< the line says what came of it
         std::function<void()> run;
         std::function<QString()> problem; ///< a further reason why it cannot be done now; empty: none
         std::function<QString()> object;  ///< whom it would hit now, by name
@@ -50,6 +52,8 @@ public:
     /// Adds an action; one with the same ID is replaced. The shortcut works within `owner` and below.
     void add(const Entry& entry, QWidget* owner);
     QStringList ids() const;
+    /// Asks for the line of that action once it has run.
+    void tellAfterwards(const QString& id) { m_entries[id].tellsAfterwards = true; }
     /// Null when there is none.
     const Entry* find(const QString& id) const;
     /// For menus and buttons; null when there is none.

@@ -61,6 +61,7 @@ MainWindow::MainWindow(Session& session, const Options& options)
     , m_tabs(new QTabWidget(this))
     , m_banner(new QLabel(this))
     , m_commandLine(new QLineEdit(this))
+    , m_moreLines(new QLabel(this))
     , m_events(new QTreeView(this))
     , m_sideways(new QSplitter(Qt::Horizontal, this))
     , m_upright(new QSplitter(Qt::Vertical, this))
@@ -185,9 +186,10 @@ QWidget* MainWindow::makeCommandLine()
     auto* const layout = new QHBoxLayout(bar);
     layout->setContentsMargins(6, 2, 12, 2);
     layout->addWidget(m_commandLine, 1);
+    m_moreLines->setProperty("dim", true);
+    layout->addWidget(m_moreLines);
     layout->addWidget(copy);
-    connect(copy, &QPushButton::clicked, this,
-            [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
+    connect(copy, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(m_lines); });
     return bar;
 }
 
@@ -221,7 +223,7 @@ void MainWindow::makeActions()
     addKey("copy-rows", tr("Copy the selected rows as text"), QKeySequence(QKeySequence::Copy),
            [this] { copyRows(); });
     addKey("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
-           [this] { QApplication::clipboard()->setText(m_commandLine->text().mid(2)); });
+           [this] { QApplication::clipboard()->setText(m_lines); });
     addKey("theme", tr("Light or dark"), QKeySequence(), [this] {
         Theme& theme = Theme::instance();
         const bool wasLight = theme.kind() == Theme::Kind::Light;
@@ -332,8 +334,12 @@ void MainWindow::showBanner()
 
 void MainWindow::showCommandLine(const QString& line)
 {
-    m_commandLine->setText(QStringLiteral("$ ") + line);
+    m_lines = line;
+    const int more = line.count(QLatin1Char('\n'));
+    m_commandLine->setText(QStringLiteral("$ ") + line.section(QLatin1Char('\n'), 0, 0));
     m_commandLine->setCursorPosition(0);
+    m_commandLine->setToolTip(more > 0 ? line : QString());
+    m_moreLines->setText(more > 0 ? tr("and %n more line(s)", nullptr, more) : QString());
 }
 
 void MainWindow::showServer(const QString& address)

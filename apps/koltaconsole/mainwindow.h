@@ -82,6 +82,8 @@ private:
     QTabWidget* m_tabs;
     QLabel* m_banner;
     QLineEdit* m_commandLine;
+    QLabel* m_moreLines;
+    QString m_lines; ///< all that are told; the first of them is shown
     QTreeView* m_events;
     QSplitter* m_sideways;
     QSplitter* m_upright;

@@ -14,7 +14,9 @@
 
 #include <koltacommon/koltaserverinterface.h>
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QProcess>
@@ -119,6 +121,7 @@ private:
     {
         page<ProductionsPage>("productions").findChild<ProductionsView*>()->setCurrentIndex(row(name));
     }
+    void ordersTogether();
     void write(const char* tunerClass, double frequency, const char* name,
                Kolta::ProductionOrder::Kind kind = Kolta::ProductionOrder::Kind::Mcp) const
     {
@@ -201,11 +204,7 @@ void TestLines::ordersAndProductions()
     write("", 98.1e6, "FFP 1", Kolta::ProductionOrder::Kind::Ffp);
     run("order-start");
     QTRY_VERIFY2_WITH_TIMEOUT(running("FFP 1"), qPrintable(m_shell->told()), kPatienceMs);
-    write("HF", 5e6, "");
-    page<OrderPage>("order");
-    QVERIFY(m_stage->window->actions().run(QStringLiteral("order-add")));
-    run("cart-share");
-    QVERIFY2(isTold("KW"), qPrintable(m_shell->told()));
+    ordersTogether();
 
     // What was dropped is shown, and done again from the other end.
     auto& productions = page<ProductionsPage>("productions");
@@ -232,6 +231,39 @@ void TestLines::ordersAndProductions()
     QVERIFY2(isTold("MCP 1"), qPrintable(m_shell->told()));
     run("stop");
     QTRY_VERIFY_WITH_TIMEOUT(!running("MCP 1"), kPatienceMs);
+}
+
+/// A line for each order, the first of which is shown with the number of the others.
+void TestLines::ordersTogether()
+{
+    ActionTable& actions = m_stage->window->actions();
+    page<OrderPage>("order");
+    m_shell->type(QStringLiteral("kolta plan --clear"));
+    const QPair<const char*, double> orders[] = {{"MCP 3", 5e6}, {"MCP 4", 98.5e6}};
+    for (const auto& [name, frequency] : orders) {
+        write(frequency < 30e6 ? "HF" : "Wide", frequency, name);
+        QVERIFY(actions.run(QStringLiteral("order-add")));
+    }
+    QVERIFY(actions.run(QStringLiteral("cart-share")));
+    QCoreApplication::processEvents();
+    QApplication::clipboard()->clear();
+    QVERIFY(actions.run(QStringLiteral("copy-line")));
+    const QStringList plans = QApplication::clipboard()->text().split(QLatin1Char('\n'));
+    QCOMPARE(plans.join(QLatin1Char('\n')), line("cart-share"));
+    QCOMPARE(plans.size(), 2);
+    for (const QString& plan : plans) {
+        m_shell->type(plan);
+        QVERIFY2(m_shell->tells("yes"), qPrintable(plan + m_shell->told()));
+    }
+    m_shell->type(QStringLiteral("kolta plan --clear"));
+    const QStringList starts = line("cart-start").split(QLatin1Char('\n'));
+    QCOMPARE(starts.size(), 2);
+    for (const QString& start : starts)
+        m_shell->type(start);
+    for (const auto& [name, frequency] : orders)
+        QTRY_VERIFY2_WITH_TIMEOUT(running(name), qPrintable(m_shell->told()), kPatienceMs);
+    m_tried << QStringLiteral("cart-share") << QStringLiteral("cart-start");
+    QVERIFY(actions.run(QStringLiteral("cart-clear")));
 }
 
 void TestLines::shortTimeData()

@@ -46,6 +46,10 @@ void TestShell::runsTheLinesOfActions()
     Kolta::ProductionOrder order;
     order.tunerClass = words("Basic hardware");
     order.frequency = 98.5e6;
+    Kolta::ProductionOrder named;
+    named.tunerClass = words("HF"); // which the tuner replaces
+    named.tunerGuid = words("{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}");
+    named.frequency = 5e6;
     Kolta::ShortTimeProfile profile;
     profile.name = words("O'Hara \"1\"");
     profile.type = Kolta::eShortTimeProfileBurst;
@@ -62,7 +66,8 @@ void TestShell::runsTheLinesOfActions()
     const QPair<QString, const char*> actions[] = {
         {lines.produce(order), "MCP 1"},
         {lines.explain(order), "not idle"},
-        {lines.plan({words("Wide"), words("HF")}, true), "yes"},
+        {lines.plan(order), "yes"},
+        {lines.plan(named), "yes"},
         {lines.clearPlan(), ""},
         {lines.own(words("MCP 1"), Own::ForceTake) + words(" --user administrator"), "is owned by kolta"},
         {lines.own(words("MCP 1"), Own::Release), "nobody owns MCP 1"},

@@ -3,6 +3,8 @@
 #include "../orderdraft.h"
 #include "../session.h"
 
+#include <common/actionlines.h>
+
 #include <koltacommon/installationevents.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>
@@ -267,13 +269,10 @@ int Cart::start()
 void Cart::startLine(int row)
 {
     Line* const line = m_lines[static_cast<std::size_t>(row)].get();
-    KoltaServerInterface* const server =
-        m_session.server(line->offer.isNone() ? line->server : line->offer.server);
+    KoltaServerInterface* const server = m_session.server(serverOf(*line));
     if (!server)
         return setState(row, State::Failed, tr("the server is not there"));
-    ProductionOrder order = line->order;
-    if (!line->offer.isNone())
-        order.tunerGuid = line->offer.guid;
+    const ProductionOrder order = orderOf(*line);
     line->plan.undo();
     line->job = new ProductionJob(*server, order, this);
     line->job->deleteWhenFinished();
@@ -309,14 +308,37 @@ QString Cart::summary() const
     return conflicts == 0 ? text : text + tr(", %n conflict(s)", nullptr, conflicts);
 }
 
-QStringList Cart::waitingClasses() const
+ProductionOrder Cart::orderOf(const Line& line)
 {
-    QStringList classes;
+    ProductionOrder order = line.order;
+    if (!line.offer.isNone())
+        order.tunerGuid = line.offer.guid;
+    return order;
+}
+
+QString Cart::serverOf(const Line& line)
+{
+    return line.offer.isNone() ? line.server : line.offer.server;
+}
+
+QString Cart::planLines() const
+{
+    QStringList lines;
     for (const auto& line : m_lines) {
-        if (!line->isOnItsWay() && !line->order.tunerClass.isEmpty())
-            classes.append(line->order.tunerClass);
+        if (line->state == State::Planned)
+            lines.append(KoltaApps::ActionLines(serverOf(*line)).plan(orderOf(*line)));
     }
-    return classes;
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString Cart::startLines() const
+{
+    QStringList lines;
+    for (const auto& line : m_lines) {
+        if (isReady(*line))
+            lines.append(KoltaApps::ActionLines(serverOf(*line)).produce(orderOf(*line)));
+    }
+    return lines.join(QLatin1Char('\n'));
 }
 
 Look Cart::lookOf(int row) const

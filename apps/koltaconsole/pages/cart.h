@@ -71,8 +71,10 @@ public:
     int readyCount() const;
     /// "4 orders, total cost 60, 1 conflict".
     QString summary() const;
-    /// The class of each line that waits, for the line of `kolta`.
-    QStringList waitingClasses() const;
+    /// A line of `kolta` for each tuner that is planned.
+    QString planLines() const;
+    /// A line of `kolta` for each that start() would start.
+    QString startLines() const;
     Look lookOf(int row) const;
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -89,6 +91,10 @@ private:
     struct Offers;
 
     bool isReady(const Line& line) const;
+    /// With the tuner that the line gets.
+    static Kolta::ProductionOrder orderOf(const Line& line);
+    /// Where it runs.
+    static QString serverOf(const Line& line);
     void startLine(int row);
     void takeEnd(const Line* line, const Kolta::Operation& operation);
     void collect(Offers& offers) const;

@@ -66,6 +66,15 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
             m_form->readChoices();
         refreshLater();
     });
+    // The line of what was done stays until somebody goes on writing.
+    connect(&actions, &ActionTable::si_Ran, this, [this](const QString& id, const QString& line) {
+        if (!line.isEmpty() &&
+            (id.startsWith(QLatin1String("order-")) || id.startsWith(QLatin1String("cart-"))))
+            m_isLineOfDone = true;
+    });
+    const auto goOn = [this] { m_isLineOfDone = false; };
+    connect(&session.draft(), &OrderDraft::si_Changed, this, goOn);
+    connect(m_candidates->selectionModel(), &QItemSelectionModel::selectionChanged, this, goOn);
     setFocusProxy(m_form);
     refresh();
     refreshCart();
@@ -173,12 +182,7 @@ void OrderPage::makeActions()
     add(
         "order-plan", tr("Plan"), QKeySequence(), [this] { addToCart(true); },
         [this] { return m_candidates->offer().isNone() ? tr("There is no tuner to plan.") : whyNotPlan(); },
-        [this] {
-            const QString tunerClass = wanted().tunerClass;
-            return tunerClass.isEmpty()
-                       ? QString()
-                       : KoltaApps::ActionLines(session().draft().server()).plan({tunerClass}, false);
-        });
+        [this] { return KoltaApps::ActionLines(serverOf(wanted())).plan(wanted()); });
     add(
         "order-add", tr("To cart"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Return),
         [this] { addToCart(false); }, [this] { return whyNotPlan(); }, {});
@@ -197,16 +201,15 @@ void OrderPage::makeCartActions()
     const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
     add(
         "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); }, isEmpty,
-        [this] {
-            return KoltaApps::ActionLines(session().draft().server()).plan(m_cart.waitingClasses(), true);
-        });
+        [this] { return m_cart.planLines(); });
+    actions().tellAfterwards(QStringLiteral("cart-share"));
     add(
         "cart-start", tr("Start the cart"), QKeySequence(), [this] { m_cart.start(); },
         [this] {
             return m_cart.readyCount() == 0 ? tr("Nothing in the cart has a tuner; share out first.")
                                             : QString();
         },
-        {});
+        [this] { return m_cart.startLines(); });
     add("cart-clear", tr("Empty"), QKeySequence(), [this] { m_cart.clear(); }, isEmpty, {});
     add(
         "cart-remove", tr("Take the line out of the cart"), QKeySequence(Qt::Key_Delete),
@@ -252,7 +255,8 @@ void OrderPage::refresh()
         reach.isEmpty() ? QString() : tr("reaches %1").arg(reach),
         narrow == 0 ? QString() : tr("%1 of %2 are too narrow").arg(narrow).arg(accepted + refused), true);
     actions().refresh();
-    Q_EMIT si_CommandLineChanged();
+    if (!m_isLineOfDone)
+        Q_EMIT si_CommandLineChanged();
 }
 
 void OrderPage::refreshCart()

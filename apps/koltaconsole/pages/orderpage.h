@@ -73,6 +73,7 @@ private:
     QTreeView* m_cartTable;
     QPointer<Kolta::ProductionJob> m_job;
     bool m_isDue = false;
+    bool m_isLineOfDone = false; ///< and not of what is being written
 };
 
 } // namespace KoltaConsole

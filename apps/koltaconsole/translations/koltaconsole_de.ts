@@ -2093,6 +2093,13 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Copy</source>
         <translation>Kopieren</translation>
     </message>
+    <message numerus="yes">
+        <source>and %n more line(s)</source>
+        <translation>
+            <numerusform>und %n Zeile mehr</numerusform>
+            <numerusform>und %n Zeilen mehr</numerusform>
+        </translation>
+    </message>
     <message>
         <source>The command that does the same</source>
         <translation>Der Befehl, der dasselbe tut</translation>

@@ -53,6 +53,16 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::MainWindow</name>
+    <message numerus="yes">
+        <source>and %n more line(s)</source>
+        <translation>
+            <numerusform>and %n more line</numerusform>
+            <numerusform>and %n more lines</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::LinkTraffic</name>
     <message numerus="yes">
         <source>%n more part(s)</source>
