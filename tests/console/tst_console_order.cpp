@@ -6,6 +6,7 @@
 #include <koltaconsole/pages/orderpage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 
+#include <koltacommon/candidatesmodel.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/tunerbookingmanager.h>
@@ -58,6 +59,7 @@ class TestOrder : public QObject
 private Q_SLOTS:
     void axis();
     void startsWhatIsWritten();
+    void hidden();
     void cart();
     void survivesARestart();
 
@@ -166,6 +168,33 @@ void TestOrder::startsWhatIsWritten()
     QVERIFY(candidates->offer().guid != chosen.guid); // it is in use now
 }
 
+/// What nobody sees is not looked for. An action that is begun elsewhere is done to what is there then.
+void TestOrder::hidden()
+{
+    Options options;
+    options.servers = 1;
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    const ActionTable& actions = stage.window->actions();
+    auto* const candidates = page->findChild<CandidatesTable*>();
+    choose(*page, "Class", "Wide");
+    QTRY_COMPARE(candidates->acceptedCount(), 4);
+    stage.window->showPage(QStringLiteral("tuners"));
+    QVERIFY(candidates->offer().isNone());
+    Kolta::ProductionOrder order = stage.session->draft().order();
+    order.tunerClass = QStringLiteral("HF");
+    stage.session->draft().set(order, QString());
+    QTest::qWait(50);
+    QCOMPARE(candidates->acceptedCount(), 4);
+    QCOMPARE(actions.enabledBecause(QStringLiteral("order-plan")), QString());
+    order.frequency = 98.5e6; // out of reach for all of them
+    stage.session->draft().set(order, QString());
+    QVERIFY(!stage.window->actions().run(QStringLiteral("order-plan")));
+    QVERIFY(page->isVisible() && candidates->acceptedCount() == 0);
+    QCOMPARE(page->cart().rowCount(), 0);
+}
+
 /// What is shared out is planned, once each; what is taken out is given back.
 void TestOrder::cart()
 {
@@ -193,6 +222,14 @@ void TestOrder::cart()
     QVERIFY(actions.run(QStringLiteral("cart-start")));
     QTRY_COMPARE(topLevelCount(stage), before + 4);
     QTRY_COMPARE(page->cart().lookOf(3).mark, Mark::Square);
+    const auto sinceCount = [&] { // the four, and one that the server began with
+        const auto& rows = page->findChild<CandidatesTable*>()->rows();
+        return rows
+            .match(rows.index(0, Kolta::CandidatesModel::eReasonColumn), Qt::DisplayRole,
+                   QStringLiteral(", since "), -1, Qt::MatchContains)
+            .size();
+    };
+    QTRY_COMPARE(sinceCount(), 5);
     QVERIFY(actions.run(QStringLiteral("cart-clear")));
     QCOMPARE(page->cart().rowCount(), 0);
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4); // what runs goes on

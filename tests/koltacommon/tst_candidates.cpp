@@ -87,6 +87,21 @@ void TestCandidates::followsOrderAndServer()
     model.setOrder(order);
     turn();
     QVERIFY(model.rowCount() == 0 && model.problemOf(server.getAddress()).contains("known: K"_s));
+
+    // Whoever does not look is told nothing, and all of it at once when he looks again.
+    model.setFollowing(false);
+    const int before = changes.size();
+    order.tunerClass = "K"_s;
+    model.setOrder(order);
+    turn();
+    stage.server.setTunerIdle(stage.tuner(1), true);
+    stage.server.show();
+    turn();
+    QVERIFY(model.rowCount() == 0 && changes.size() == before);
+    model.setFollowing(true);
+    QCOMPARE(model.rowCount(), 2);
+    QCOMPARE(text(1, CandidatesModel::eRankColumn), "2"_s);
+    QCOMPARE(changes.size(), before + 1);
 }
 
 KOLTA_TEST(TestCandidates);

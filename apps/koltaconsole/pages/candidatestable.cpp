@@ -2,9 +2,11 @@
 
 #include "../columns.h"
 #include "../orderdraft.h"
+#include "../serverfacts.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
 
+#include <koltacommon/journal.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/ordercandidates.h>
 #include <koltacommon/units.h>
@@ -77,30 +79,44 @@ QString CandidatesTable::Rows::reasonOf(const QModelIndex& index, const QString&
         return row.sibling(row.row(), column).data();
     };
     if (cell(index, CandidatesModel::eRankColumn).toString().isEmpty())
-        return own;
+        return refusalOf(index, own);
     if (index.row() == 0)
-        return tr("cheapest");
+        return CandidatesTable::tr("cheapest");
     const QModelIndex above = this->index(index.row() - 1, 0);
     const int dearer =
         cell(index, CandidatesModel::eCostColumn).toInt() - cell(above, CandidatesModel::eCostColumn).toInt();
     if (dearer > 0)
-        return tr("dearer by %1").arg(dearer);
+        return CandidatesTable::tr("dearer by %1").arg(dearer);
     if (index.data(Roles::ServerRole) != above.data(Roles::ServerRole))
-        return tr("same cost, another server");
+        return CandidatesTable::tr("same cost, another server");
     switch (above.data(Roles::ItemRole).value<OrderCandidate>().facts.ahead) {
     case Kolta::TunerCriterion::Depth:
-        return tr("same cost, more enclosing classes");
+        return CandidatesTable::tr("same cost, more enclosing classes");
     case Kolta::TunerCriterion::Bandwidth:
-        return tr("same cost, wider");
+        return CandidatesTable::tr("same cost, wider");
     case Kolta::TunerCriterion::HardwareProcessing:
-        return tr("same cost, has hardware processing");
+        return CandidatesTable::tr("same cost, has hardware processing");
     case Kolta::TunerCriterion::PanoramaScan:
-        return tr("same cost, has panorama scan");
+        return CandidatesTable::tr("same cost, has panorama scan");
     case Kolta::TunerCriterion::Guid:
-        return tr("same cost and name, GUID sorts later");
+        return CandidatesTable::tr("same cost and name, GUID sorts later");
     default:
-        return tr("same cost, name sorts later");
+        return CandidatesTable::tr("same cost, name sorts later");
     }
+}
+
+/// With the time from which on its holder has it, when that was seen.
+QString CandidatesTable::Rows::refusalOf(const QModelIndex& index, const QString& own) const
+{
+    const auto candidate = index.data(Roles::ItemRole).value<OrderCandidate>();
+    const bool isTaken = candidate.facts.refusal == Kolta::TunerRefusal::NotIdle ||
+                         candidate.facts.refusal == Kolta::TunerRefusal::Excluded;
+    if (!isTaken)
+        return own;
+    const Kolta::Stretch taken = m_session.journal().book().present(
+        {Kolta::EventSubject::Type::Tuner, index.data(Roles::ServerRole).toString(), candidate.guid()});
+    const bool isKnown = taken.from.isValid() && taken.sawBegin && taken.state == candidate.state;
+    return isKnown ? CandidatesTable::tr("%1, since %2").arg(own, timeText(taken.from)) : own;
 }
 
 /// By rank on the own server where costs are equal.
@@ -119,8 +135,10 @@ bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b)
     return ranks[0] != ranks[1] ? ranks[0] < ranks[1] : a.row() < b.row();
 }
 
-CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(parent), m_session(session)
+CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
+    : QTreeView(parent), m_session(session), m_rows(session)
 {
+    m_model.setFollowing(false);
     m_rows.setSourceModel(&m_model);
     m_rows.setDynamicSortFilter(true);
     m_rows.sort(0);
@@ -146,7 +164,21 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent) : QTreeView(
     connect(&session, &Session::si_LinkChanged, this, &CandidatesTable::si_Changed);
     connect(&session.draft(), &OrderDraft::si_Changed, this, &CandidatesTable::follow);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &CandidatesTable::si_Changed);
+    // It may hear of a change later than the rows.
+    connect(&session.journal(), &Kolta::Journal::added, viewport(), qOverload<>(&QWidget::update));
     follow();
+}
+
+void CandidatesTable::showEvent(QShowEvent* event)
+{
+    QTreeView::showEvent(event);
+    m_model.setFollowing(true);
+}
+
+void CandidatesTable::hideEvent(QHideEvent* event)
+{
+    QTreeView::hideEvent(event);
+    m_model.setFollowing(false);
 }
 
 void CandidatesTable::follow()
@@ -174,7 +206,7 @@ Offer CandidatesTable::offer() const
 {
     const QModelIndexList chosen = selectionModel()->selectedRows();
     const int row = chosen.isEmpty() ? 0 : chosen.first().row();
-    if (m_session.isOutOfSight() || row >= m_rows.rowCount() ||
+    if (!m_model.isFollowing() || m_session.isOutOfSight() || row >= m_rows.rowCount() ||
         m_rows.index(row, 0).data(Roles::StaleRole).toBool())
         return {};
     const OrderCandidate found = candidate(row);
@@ -187,7 +219,7 @@ Offer CandidatesTable::offer() const
 bool CandidatesTable::isOwnChoice() const
 {
     const QModelIndexList chosen = selectionModel()->selectedRows();
-    return !chosen.isEmpty() && chosen.first().data(Roles::SortRole).toInt() > 1;
+    return m_model.isFollowing() && !chosen.isEmpty() && chosen.first().data(Roles::SortRole).toInt() > 1;
 }
 
 int CandidatesTable::acceptedCount() const

@@ -11,7 +11,8 @@
 namespace KoltaConsole {
 
 /// The tuners that come into question for the draft of an order: first those that can take it, the cheapest
-/// of all servers first, then those that are refused, dim, with the reason.
+/// of all servers first, then those that are refused, dim, with the reason and since when. While it is hidden
+/// nobody looks for any: it has the rows of before, and offers nothing.
 class CandidatesTable : public QTreeView
 {
     Q_OBJECT
@@ -43,6 +44,7 @@ private:
     class Rows : public QSortFilterProxyModel
     {
     public:
+        explicit Rows(const Session& session) : m_session(session) {}
         /// The server that the order wants, and the one that is shown alone; empty: all.
         void setServers(const QString& wanted, const QString& shown);
         bool hasServer(const QString& address) const;
@@ -55,11 +57,15 @@ private:
 
     private:
         QString reasonOf(const QModelIndex& index, const QString& own) const;
+        QString refusalOf(const QModelIndex& index, const QString& own) const;
 
+        const Session& m_session;
         QString m_wanted;
         QString m_shown;
     };
 
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void follow();
     Kolta::OrderCandidate candidate(int row) const;
 

@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QPointer>
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -120,6 +121,7 @@ struct CandidatesModel::CandidateSection : Section
 
     OrderExplainer explainer;
     QString problem;
+    bool isLate = false; ///< it has changed while the model did not follow
 };
 
 CandidatesModel::CandidatesModel(QObject* parent) : ServersModel("Kolta::CandidatesModel", kColumns, parent)
@@ -143,6 +145,23 @@ void CandidatesModel::setOrder(const ProductionOrder& order)
         static_cast<CandidateSection&>(*section).explainer.setOrder(order);
 }
 
+void CandidatesModel::setFollowing(bool isFollowing)
+{
+    m_isFollowing = isFollowing;
+    const QPointer<CandidatesModel> guard(this);
+    const auto isLate = [](const auto& section) {
+        return static_cast<const CandidateSection&>(*section).isLate;
+    };
+    while (guard && m_isFollowing) {
+        // Whoever hears of one may bring others or take them away.
+        const auto late = std::find_if(sections().begin(), sections().end(), isLate);
+        if (late == sections().end())
+            return;
+        static_cast<CandidateSection&>(**late).isLate = false;
+        follow(**late);
+    }
+}
+
 QString CandidatesModel::problemOf(const QString& address) const
 {
     for (const auto& section : sections()) {
@@ -156,6 +175,10 @@ QString CandidatesModel::problemOf(const QString& address) const
 bool CandidatesModel::show(Section& section)
 {
     auto& due = static_cast<CandidateSection&>(section);
+    if (!m_isFollowing) {
+        due.isLate = true;
+        return true;
+    }
     const QString address = due.address;
     const OrderChoice& choice = due.explainer.choice();
     due.problem = choice.problem;

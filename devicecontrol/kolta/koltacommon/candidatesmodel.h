@@ -36,6 +36,10 @@ public:
 
     void setOrder(const ProductionOrder& order);
     const ProductionOrder& order() const noexcept { return m_order; }
+    /// While it does not follow, the rows stay as they are and no tuner is weighed; when it does again they
+    /// are up to date at once. It follows from the beginning.
+    void setFollowing(bool isFollowing);
+    bool isFollowing() const noexcept { return m_isFollowing; }
     /// Why a shown server has no candidates; empty when it has, or is not shown.
     QString problemOf(const QString& address) const;
 
@@ -51,6 +55,7 @@ private:
     bool show(Section& section) override;
 
     ProductionOrder m_order;
+    bool m_isFollowing = true;
 };
 
 } // namespace Kolta
