@@ -2,6 +2,7 @@
 
 #include "options.h"
 #include "orderdraft.h"
+#include "ordersunderway.h"
 #include "simulatedinstallation.h"
 #include "tracelines.h"
 
@@ -67,6 +68,7 @@ struct Session::Parts
     Kolta::InstallationEvents events;
     Kolta::Journal journal;
     OrderDraft draft;
+    OrdersUnderWay ordersUnderWay{events};
     QTimer gathering;
     QTimer counting;
     QTimer returning; ///< the link is back, the servers perhaps not yet
@@ -338,6 +340,11 @@ std::size_t Session::openWishes(const QString& server) const
 OrderDraft& Session::draft() const
 {
     return d->draft;
+}
+
+OrdersUnderWay& Session::ordersUnderWay() const
+{
+    return d->ordersUnderWay;
 }
 
 TraceLines& Session::trace() const

@@ -30,6 +30,7 @@ class Replay;
 namespace KoltaConsole {
 
 class OrderDraft;
+class OrdersUnderWay;
 class SimulatedInstallation;
 class TraceLines;
 struct Options;
@@ -64,6 +65,8 @@ public:
     Kolta::Journal& journal() const;
     /// What somebody is about to order.
     OrderDraft& draft() const;
+    /// What was ordered here and does not run yet, or does not at all.
+    OrdersUnderWay& ordersUnderWay() const;
     /// What this process has traced.
     TraceLines& trace() const;
     /// The broker and the branches behind it; null where there is no broker.

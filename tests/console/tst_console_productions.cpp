@@ -1,6 +1,8 @@
 #include "productionsstage.h"
 
 #include <koltaconsole/buttonrow.h>
+#include <koltaconsole/orderdraft.h>
+#include <koltaconsole/ordersunderway.h>
 
 #include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>
@@ -122,6 +124,49 @@ private Q_SLOTS:
         QVERIFY(!stage.row(mcp));
         QTRY_VERIFY(stage.row(ended)->timeline.isLost);
         QCOMPARE(stage.row(ended)->look.mark, Mark::Cross);
+    }
+
+    /// What was ordered here stands below its server from the order on, and its refusal with the reason.
+    void ordered()
+    {
+        ProductionsStage stage;
+        QTRY_VERIFY(stage.isReady());
+        const auto order = [&](const char* rule, const char* name) {
+            KoltaSimulation::MisbehaviourRule wanted;
+            QString error;
+            QVERIFY2(KoltaSimulation::MisbehaviourRule::fromText(QLatin1String(rule), wanted, error),
+                     qPrintable(error));
+            stage.server().clearMisbehaviour();
+            stage.server().addMisbehaviour(wanted);
+            Kolta::ProductionOrder written;
+            written.kind = Kolta::ProductionOrder::Kind::Scp;
+            written.tunerClass = QStringLiteral("HF");
+            written.frequency = 5e6;
+            written.displayName = QLatin1String(name);
+            stage.session->draft().set(written, QStringLiteral("S1"));
+            QVERIFY(stage.window->actions().run(QStringLiteral("order-start")));
+            stage.window->showPage(QStringLiteral("productions"));
+        };
+        order("delay-production=500", "SCP 7");
+        QTRY_VERIFY(!stage.keyOf("SCP 7").isEmpty());
+        const QString asked = stage.keyOf("SCP 7");
+        QCOMPARE(stage.row(asked)->look.mark, Mark::Half);
+        QCOMPARE(stage.row(asked)->frequency, 5e6);
+        stage.select(asked);
+        QVERIFY(!stage.canDo("stop") && !stage.canDo("own"));
+        QTRY_VERIFY(!stage.row(asked)); // and is there but once
+        QVERIFY(stage.row(stage.keyOf("SCP 7"))->isRunning());
+
+        QTRY_VERIFY(stage.canDo("order-start"));
+        order("refuse-production", "SCP 8");
+        QTRY_VERIFY(!stage.keyOf("SCP 8").isEmpty() &&
+                    stage.row(stage.keyOf("SCP 8"))->look.mark == Mark::Triangle);
+        const ProductionRow& refused = *stage.row(stage.keyOf("SCP 8"));
+        QVERIFY2(refused.look.word.contains(QStringLiteral("Refused on demand")),
+                 qPrintable(refused.look.word));
+        stage.session->ordersUnderWay().forget(
+            QDateTime::currentDateTime().addSecs(OrdersUnderWay::kKeepSeconds + 1));
+        QVERIFY(stage.session->ordersUnderWay().entries().empty());
     }
 
     /// Ownership is asked for, shown and given back.

@@ -1,11 +1,11 @@
 #include "cart.h"
 
 #include "../orderdraft.h"
+#include "../ordersunderway.h"
 #include "../session.h"
 
 #include <common/actionlines.h>
 
-#include <koltacommon/installationevents.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>
 #include <koltacommon/servertuners.h>
@@ -276,8 +276,8 @@ void Cart::startLine(int row)
     line->plan.undo();
     line->job = new ProductionJob(*server, order, this);
     line->job->deleteWhenFinished();
-    m_session.events().followOperation(*line->job, server->getAddress(),
-                                       tr("order %1").arg(order.displayName));
+    m_session.ordersUnderWay().follow(*line->job, server->getAddress(),
+                                      tr("order %1").arg(order.displayName));
     connect(line->job, &Operation::progressed, this, [this, line](const QString& text) {
         if (const int now = rowOf(line); now >= 0 && line->state == State::Asked)
             setState(now, State::Asked, text);

@@ -3,6 +3,7 @@
 #include "../actions.h"
 #include "../columns.h"
 #include "../orderdraft.h"
+#include "../ordersunderway.h"
 #include "../session.h"
 #include "../stateitemdelegate.h"
 #include "candidatestable.h"
@@ -12,7 +13,6 @@
 
 #include <koltacommon/actionrights.h>
 #include <koltacommon/guidtext.h>
-#include <koltacommon/installationevents.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/productionjob.h>
@@ -181,7 +181,10 @@ void OrderPage::makeActions()
         [this] { return whyNotStart(); }, [this] { return commandLine(); });
     add(
         "order-plan", tr("Plan"), QKeySequence(), [this] { addToCart(true); },
-        [this] { return m_candidates->offer().isNone() ? tr("There is no tuner to plan.") : whyNotPlan(); },
+        [this] {
+            return isVisible() && m_candidates->offer().isNone() ? tr("There is no tuner to plan.")
+                                                                 : whyNotPlan();
+        },
         [this] { return KoltaApps::ActionLines(serverOf(wanted())).plan(wanted()); });
     add(
         "order-add", tr("To cart"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Return),
@@ -230,7 +233,7 @@ void OrderPage::showEvent(QShowEvent* event)
 /// Once for all that changes in one turn.
 void OrderPage::refreshLater()
 {
-    if (m_isDue)
+    if (m_isDue || !isVisible())
         return;
     m_isDue = true;
     QTimer::singleShot(0, this, [this] {
@@ -297,6 +300,9 @@ QString OrderPage::whyNotStart() const
     if (!text.isEmpty())
         return text;
     const ProductionOrder& order = session().draft().order();
+    // Nobody looks for tuners of a page that is hidden; it is asked again once it is shown.
+    if (!order.tunerClass.isEmpty() && !isVisible())
+        return QString();
     if (!order.tunerClass.isEmpty() && m_candidates->offer().isNone())
         return m_candidates->refusedCount() > 0 ? tr("No tuner can take it; the reasons stand beside them.")
                                                 : m_candidates->problem();
@@ -342,8 +348,8 @@ void OrderPage::start()
         return;
     m_job = new ProductionJob(*server, order, this);
     m_job->deleteWhenFinished();
-    session().events().followOperation(*m_job, server->getAddress(),
-                                       tr("order of %1").arg(kindName(order.kind)));
+    session().ordersUnderWay().follow(*m_job, server->getAddress(),
+                                      tr("order of %1").arg(kindName(order.kind)));
     m_state->setText(tr("◐ asked %1").arg(server->getAddress()));
     connect(m_job, &Operation::progressed, m_state,
             [this](const QString& text) { m_state->setText(QStringLiteral("◐ ") + text); });

@@ -65,6 +65,8 @@ QString ProductionOrders::objectionTo(const ProductionRow* row, const QVector<Us
         return tr("Nothing is selected.");
     if (row->kind == ProductionRow::Kind::Ended)
         return tr("%1 has ended.").arg(row->name);
+    if (row->kind == ProductionRow::Kind::Ordered)
+        return tr("%1 does not run.").arg(row->name);
     if (!row->isRunning())
         return tr("That is no processor.");
     if (row->isStale || !m_session.server(row->server))

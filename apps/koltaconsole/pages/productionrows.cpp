@@ -1,13 +1,16 @@
 #include "productionrows.h"
 
+#include "../ordersunderway.h"
 #include "../serverfacts.h"
 #include "../session.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/journal.h>
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processormodel.h>
+#include <koltacommon/productionjob.h>
 #include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 
@@ -212,6 +215,36 @@ ProductionRow ProductionRows::serverRow(const QString& address) const
     return row;
 }
 
+/// What was ordered here and is not among the rows of what runs.
+void ProductionRows::addOrdered(ProductionRow& server) const
+{
+    for (const OrdersUnderWay::Entry& entry : m_session.ordersUnderWay().entries()) {
+        const QUuid production = entry.job ? entry.job->production() : QUuid();
+        const auto isIt = [&](const ProductionRow& row) {
+            return !production.isNull() && Kolta::guidFromText(row.production) == production;
+        };
+        if (entry.server != server.server ||
+            std::any_of(server.children.begin(), server.children.end(), isIt))
+            continue;
+        ProductionRow row;
+        row.kind = ProductionRow::Kind::Ordered;
+        row.key = QStringLiteral("ordered:%1").arg(entry.number);
+        row.server = entry.server;
+        row.type = kindName(entry.order.kind);
+        row.name = entry.order.displayName.isEmpty() ? row.type : entry.order.displayName;
+        row.frequency = entry.order.frequency;
+        row.bandwidth = entry.order.bandwidth;
+        row.hardware = entry.tuner;
+        row.lookInFull = entry.reason;
+        if (entry.job)
+            row.look = {Mark::Half, Role::InUse, tr("starting"), false};
+        else
+            row.look = {Mark::Triangle, Role::Attention,
+                        (entry.isRefused ? tr("refused (%1)") : tr("failed (%1)")).arg(entry.reason), true};
+        server.children.push_back(std::move(row));
+    }
+}
+
 /// What neither runs nor has ended within the hours that are shown.
 void ProductionRows::forget()
 {
@@ -240,6 +273,13 @@ std::vector<ProductionRow> ProductionRows::gather(const Pending& pending)
             found->second = serverRow(address);
         found->second.children.push_back(std::move(row));
     }
+    m_session.ordersUnderWay().forget(m_now);
+    for (const OrdersUnderWay::Entry& entry : m_session.ordersUnderWay().entries()) {
+        if (const QString text = Roles::sortText(entry.server); servers.find(text) == servers.end())
+            servers.emplace(text, serverRow(entry.server));
+    }
+    for (auto& [text, row] : servers)
+        addOrdered(row);
     std::vector<ProductionRow> rows;
     for (auto& [text, row] : servers)
         rows.push_back(std::move(row));

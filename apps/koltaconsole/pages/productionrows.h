@@ -18,7 +18,13 @@ class Session;
 /// A row of the page of productions, with those below it. A value.
 struct ProductionRow
 {
-    enum class Kind { Server, Running, EndedGroup, Ended };
+    enum class Kind {
+        Server,
+        Running,
+        Ordered, ///< here, and does not run: it is being started, or was refused
+        EndedGroup,
+        Ended
+    };
 
     Kind kind = Kind::Running;
     QString key; ///< unlike those of all other rows
@@ -27,6 +33,7 @@ struct ProductionRow
     QString type; ///< "MCP"
     QString name;
     Look look; ///< of servers with the whole text of the row
+    QString lookInFull;
     double frequency = 0.0;
     double bandwidth = 0.0;
     QString hardware;
@@ -70,6 +77,7 @@ public:
 private:
     ProductionRow rowOf(const QModelIndex& index, const Pending& pending);
     ProductionRow serverRow(const QString& address) const;
+    void addOrdered(ProductionRow& server) const;
     Timeline timelineOf(const QString& server, const QString& guid) const;
     void noteEnd(const Kolta::EventSubject& subject);
     void forget();

@@ -246,6 +246,8 @@ QVariant ProductionsModel::looks(const ProductionRow& row, int column, int role)
     case Qt::TextAlignmentRole:
         return static_cast<int>(Qt::AlignVCenter | (isNumber(column) ? Qt::AlignRight : Qt::AlignLeft));
     case Qt::ToolTipRole:
+        if (column == eStateColumn && !row.lookInFull.isEmpty())
+            return row.lookInFull;
         return column == eOwnerColumn && !row.ownerInFull.isEmpty() ? row.ownerInFull : QVariant();
     case Qt::FontRole:
         if (row.kind == ProductionRow::Kind::EndedGroup) {

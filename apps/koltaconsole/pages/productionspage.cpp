@@ -6,6 +6,7 @@
 #include "../confirmation.h"
 #include "../elidedlabel.h"
 #include "../filterbar.h"
+#include "../ordersunderway.h"
 #include "../serverfacts.h"
 #include "../session.h"
 
@@ -108,7 +109,7 @@ void ProductionsPage::makeView()
     m_view->setItemDelegate(new TimelineDelegate(m_view, [this](const QModelIndex& index) {
         const ProductionRow* const row = m_model.rowAt(index);
         const bool isServer = row && row->kind == ProductionRow::Kind::Server;
-        const bool hasState = row && (row->isRunning() || row->kind == ProductionRow::Kind::Ended);
+        const bool hasState = row && !row->isGroup();
         return (isServer && index.column() == 0) ||
                        (hasState && index.column() == ProductionsModel::eStateColumn)
                    ? std::optional<Look>(row->look)
@@ -231,6 +232,7 @@ void ProductionsPage::follow()
     connect(&session(), &Session::si_LinkChanged, this, due);
     connect(&session(), &Session::si_UserChanged, this, due);
     connect(&m_orders, &ProductionOrders::si_PendingChanged, this, due);
+    connect(&session().ordersUnderWay(), &OrdersUnderWay::si_Changed, this, due);
     connect(&session().journal(), &Kolta::Journal::statesChanged, this,
             [this](const QVector<Kolta::EventSubject>& subjects) {
                 m_rows.readEnded(subjects);

@@ -1610,6 +1610,10 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::CandidatesTable</name>
     <message>
+        <source>%1, since %2</source>
+        <translation>%1, seit %2</translation>
+    </message>
+    <message>
         <source>cheapest</source>
         <translation>am billigsten</translation>
     </message>
@@ -2472,6 +2476,10 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::ProductionOrders</name>
     <message>
+        <source>%1 does not run.</source>
+        <translation>%1 läuft nicht.</translation>
+    </message>
+    <message>
         <source>It needs the link to the broker.</source>
         <translation>Dazu braucht es die Verbindung zum Broker.</translation>
     </message>
@@ -2602,6 +2610,18 @@ F1 zeigt die Tasten der Seite.</translation>
 </context>
 <context>
     <name>KoltaConsole::ProductionRows</name>
+    <message>
+        <source>starting</source>
+        <translation>startet</translation>
+    </message>
+    <message>
+        <source>refused (%1)</source>
+        <translation>abgelehnt (%1)</translation>
+    </message>
+    <message>
+        <source>failed (%1)</source>
+        <translation>gescheitert (%1)</translation>
+    </message>
     <message>
         <source>only a running FFP can be moved</source>
         <translation>nur eine laufende FFP lässt sich verschieben</translation>
