@@ -1,7 +1,8 @@
 #include "filterbar.h"
 
+#include "elidedlabel.h"
+
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QLineEdit>
 #include <QToolButton>
 
@@ -11,7 +12,7 @@ FilterBar::FilterBar(const QString& hint, const QString& name, QWidget* parent, 
     : QWidget(parent)
     , m_layout(new QHBoxLayout(this))
     , m_line(new QLineEdit(this))
-    , m_count(new QLabel(this))
+    , m_count(new ElidedLabel(this))
     , m_clear(new QToolButton(this))
 {
     m_line->setPlaceholderText(hint);
@@ -19,7 +20,6 @@ FilterBar::FilterBar(const QString& hint, const QString& name, QWidget* parent, 
     m_line->setFixedWidth(width);
     m_line->setAccessibleName(name);
     m_count->setProperty("dim", true);
-    m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_clear->setText(tr("Clear the filter"));
     m_clear->hide();
     m_layout->setContentsMargins(0, 0, 0, 0);
@@ -47,7 +47,6 @@ void FilterBar::addWidget(QWidget* widget)
 void FilterBar::tell(const QString& count, bool isNothing)
 {
     m_count->setText(count);
-    m_count->setToolTip(count);
     m_clear->setVisible(isNothing && !m_line->text().isEmpty());
 }
 

@@ -3,11 +3,12 @@
 #include <QWidget>
 
 class QHBoxLayout;
-class QLabel;
 class QLineEdit;
 class QToolButton;
 
 namespace KoltaConsole {
+
+class ElidedLabel;
 
 /// A filter line and how much of how many fits it; where nothing does, a button clears the line.
 class FilterBar : public QWidget
@@ -29,7 +30,7 @@ public:
 private:
     QHBoxLayout* m_layout;
     QLineEdit* m_line;
-    QLabel* m_count;
+    ElidedLabel* m_count;
     QToolButton* m_clear;
 };
 

@@ -18,6 +18,10 @@ namespace {
 
 constexpr int kSecondMs = 1000;
 
+constexpr int kMargin = 12, kSpacing = 8;
+/// Width of the text about the link where there is no room for more.
+constexpr int kLeastLink = 60;
+
 /// Makes a style sheet's conditions look at the property anew.
 void setLook(QWidget& widget, const char* property, const QVariant& value)
 {
@@ -64,8 +68,8 @@ TopBar::TopBar(Session& session, QWidget* parent)
     m_palette->setStyleSheet(QStringLiteral("text-align: left;"));
     m_palette->setAccessibleName(tr("Command palette"));
     auto* const layout = new QHBoxLayout(this);
-    layout->setContentsMargins(12, 2, 12, 2);
-    layout->setSpacing(8);
+    layout->setContentsMargins(kMargin, 2, kMargin, 2);
+    layout->setSpacing(kSpacing);
     for (QWidget* const widget : std::initializer_list<QWidget*>{name, m_url, m_link, m_attention})
         layout->addWidget(widget);
     layout->addStretch(1);
@@ -93,28 +97,53 @@ QString TopBar::nextTry() const
     return left < 0 ? QString() : tr(", next try in %1 s").arg((left + kSecondMs - 1) / kSecondMs);
 }
 
+QString TopBar::linkText() const
+{
+    const LinkState& link = m_session.link();
+    if (m_session.isSimulated())
+        return link.text;
+    if (m_session.replay() && (link.isUp || !link.wasUp))
+        return tr("recorded; nothing can be changed");
+    if (link.isUp)
+        return tr("broker up since %1").arg(timeText(link.since));
+    if (link.wasUp)
+        return tr("broker gone since %1%2").arg(timeText(link.since), nextTry());
+    QString reason = link.text; // the address stands beside it
+    return tr("no broker yet: %1%2").arg(reason.remove(m_session.url() + QStringLiteral(": ")), nextTry());
+}
+
+/// In the room that the others leave.
+void TopBar::fitLink()
+{
+    const QString text = linkText();
+    int room = width() - kSpacing * 8 - 2 * kMargin - m_link->iconSize().width();
+    for (const QWidget* const widget : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
+        room -= widget == m_link || widget->isWindow()
+                    ? 0
+                    : qMax(widget->sizeHint().width(), widget->minimumWidth());
+    const QString shown = m_link->fontMetrics().elidedText(text, Qt::ElideRight, qMax(room, kLeastLink));
+    m_link->setText(shown);
+    m_link->setToolTip(shown == text ? m_session.link().text : text);
+    m_link->setAccessibleDescription(text);
+}
+
 void TopBar::showLink()
 {
     const LinkState& link = m_session.link();
-    const QString since = timeText(link.since);
-    if (m_session.isSimulated())
-        m_link->setText(link.text);
-    else if (m_session.replay() && (link.isUp || !link.wasUp))
-        m_link->setText(tr("recorded; nothing can be changed"));
-    else if (link.isUp)
-        m_link->setText(tr("broker up since %1").arg(since));
-    else if (link.wasUp)
-        m_link->setText(tr("broker gone since %1%2").arg(since, nextTry()));
-    else
-        m_link->setText(tr("no broker yet: %1%2").arg(link.text, nextTry()));
     if (link.isUp)
         m_counting.stop();
     else if (!m_counting.isActive())
         m_counting.start(kSecondMs);
     const Mark mark = link.isUp ? Mark::Disc : link.wasUp ? Mark::Octagon : Mark::Half;
     m_link->setIcon(markIcon(mark, m_session.isOutOfSight() ? Role::Alarm : Role::InUse));
-    m_link->setToolTip(link.text);
     setLook(*m_link, "badge", m_session.isOutOfSight() ? QStringLiteral("alarm") : QStringLiteral("quiet"));
+    fitLink();
+}
+
+void TopBar::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    fitLink();
 }
 
 void TopBar::showAttention()
@@ -124,6 +153,7 @@ void TopBar::showAttention()
     m_attention->setText(count > 0 ? tr("%n need(s) attention", nullptr, count)
                                    : tr("nothing needs attention"));
     setLook(*m_attention, "badge", count > 0 ? QStringLiteral("attention") : QStringLiteral("quiet"));
+    fitLink();
 }
 
 /// Those that are held first.
@@ -153,6 +183,7 @@ void TopBar::showUser()
     if (m_session.isReadOnly())
         text += tr(" · read only");
     m_user->setText(text);
+    fitLink();
 }
 
 } // namespace KoltaConsole

@@ -23,8 +23,13 @@ Q_SIGNALS:
     void si_PaletteWanted();
     void si_LinksWanted();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void showLink();
+    QString linkText() const;
+    void fitLink();
     QString nextTry() const;
     void showAttention();
     void showUser();

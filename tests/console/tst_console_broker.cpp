@@ -1,4 +1,5 @@
 #include "consoletest.h"
+#include "installation.h"
 
 #include <koltaconsole/orderdraft.h>
 #include <koltaconsole/pages/tunerspage.h>
@@ -8,10 +9,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QProcess>
 #include <QTreeView>
-
-#include <csignal>
 
 using namespace KoltaConsole;
 namespace Roles = Kolta::ViewRoles;
@@ -23,36 +21,17 @@ class TestBroker : public QObject
 
 private Q_SLOTS:
     void nothingIsLost();
-
-private:
-    /// What stands behind that word at the beginning of a line that the installation prints.
-    static QString toldOf(QProcess& installation, const QString& word, QString& said)
-    {
-        for (int i = 0; i < 100; ++i) {
-            for (const QString& line : said.split(QLatin1Char('\n'))) {
-                if (line.startsWith(word + QLatin1Char(' ')))
-                    return line.section(QLatin1Char(' '), 1, 1);
-            }
-            installation.waitForReadyRead(100);
-            said += QString::fromUtf8(installation.readAllStandardOutput());
-        }
-        return QString();
-    }
 };
 
 /// While it is gone there is one banner, what was typed stays, and orders are refused with the reason; when
 /// it is back, the rows are the same ones.
 void TestBroker::nothingIsLost()
 {
-    QProcess installation;
-    installation.start(QStringLiteral(KOLTA_PROGRAM), {QStringLiteral("up"), QStringLiteral("--servers"),
-                                                       QStringLiteral("2"), QStringLiteral("--restart")});
-    QString said;
+    Installation installation(2, {QStringLiteral("--restart")});
+    if (!installation.isUp())
+        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + installation.said()));
     Options options;
-    options.url = toldOf(installation, QStringLiteral("tree"), said);
-    const int broker = toldOf(installation, QStringLiteral("broker"), said).toInt();
-    if (options.url.isEmpty() || broker == 0)
-        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + said));
+    options.url = installation.url();
     options.page = QStringLiteral("tuners");
     Stage stage(options);
     QTRY_VERIFY_WITH_TIMEOUT(stage.window->isFilled() && stage.session->facts().size() == 2, 20000);
@@ -75,7 +54,7 @@ void TestBroker::nothingIsLost()
         return alarms;
     };
     const int alarms = alarmCount(), attention = stage.session->attentionCount();
-    QCOMPARE(::kill(broker, SIGKILL), 0);
+    QVERIFY(installation.killBroker());
     const auto* const banner = stage.window->findChild<QLabel*>(QStringLiteral("banner"));
     QTRY_VERIFY_WITH_TIMEOUT(banner->isVisible(), 30000);
     QVERIFY(!stage.session->link().isUp);
@@ -91,8 +70,6 @@ void TestBroker::nothingIsLost()
     QCOMPARE(page->rows().rowCount(), 7);
     QCOMPARE(alarmCount(), alarms + 1); // none of each server
     QTRY_COMPARE(stage.session->attentionCount(), attention);
-    installation.terminate();
-    installation.waitForFinished(20000);
 }
 
 KOLTA_CONSOLE_TEST(TestBroker);

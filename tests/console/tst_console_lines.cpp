@@ -1,4 +1,5 @@
 #include "consoletest.h"
+#include "installation.h"
 
 #include <koltaconsole/installationtree.h>
 #include <koltaconsole/orderdraft.h>
@@ -141,7 +142,7 @@ private:
         return *shortTimeMap<Map>(*m_stage->session, QStringLiteral("S1"), name);
     }
 
-    QProcess m_installation;
+    std::unique_ptr<Installation> m_installation;
     std::unique_ptr<Stage> m_stage;
     std::unique_ptr<Shell> m_shell;
     QSet<QString> m_tried; ///< IDs of actions
@@ -149,20 +150,11 @@ private:
 
 void TestLines::initTestCase()
 {
-    m_installation.start(QStringLiteral(KOLTA_PROGRAM),
-                         {QStringLiteral("up"), QStringLiteral("--servers"), QStringLiteral("1")});
-    QString said;
-    const auto url = [&said] {
-        return said.section(QStringLiteral("tree "), 1).section(QLatin1Char('\n'), 0, 0);
-    };
-    for (int i = 0; i < 100 && (url().isEmpty() || !said.contains(QLatin1Char('\n'))); ++i) {
-        m_installation.waitForReadyRead(100);
-        said += QString::fromUtf8(m_installation.readAllStandardOutput());
-    }
-    if (url().isEmpty())
-        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + said));
+    m_installation = std::make_unique<Installation>(1);
+    if (!m_installation->isUp())
+        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + m_installation->said()));
     Options options;
-    options.url = url();
+    options.url = m_installation->url();
     options.page = QStringLiteral("tuners");
     m_stage = std::make_unique<Stage>(options);
     QTRY_VERIFY_WITH_TIMEOUT(m_stage->window->isFilled(), kPatienceMs);
@@ -173,8 +165,7 @@ void TestLines::cleanupTestCase()
 {
     m_shell.reset();
     m_stage.reset();
-    m_installation.terminate();
-    m_installation.waitForFinished();
+    m_installation.reset();
 }
 
 void TestLines::ordersAndProductions()

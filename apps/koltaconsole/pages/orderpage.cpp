@@ -2,6 +2,7 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../elidedlabel.h"
 #include "../orderdraft.h"
 #include "../ordersunderway.h"
 #include "../session.h"
@@ -37,16 +38,14 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
     , m_form(new OrderForm(session, this))
     , m_candidates(new CandidatesTable(session, this))
-    , m_heading(new QLabel(this))
+    , m_heading(new ElidedLabel(this))
     , m_state(new QLabel(this))
     , m_cart(session, this)
-    , m_cartHeading(new QLabel(this))
+    , m_cartHeading(new ElidedLabel(this))
     , m_cartTable(new QTreeView(this))
 {
-    for (QLabel* const heading : {m_heading, m_cartHeading}) {
+    for (QLabel* const heading : {m_heading, m_cartHeading})
         heading->setProperty("heading", true);
-        heading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    }
     m_state->setWordWrap(true);
     m_state->setContentsMargins(8, 0, 8, 0);
     m_state->setAccessibleName(tr("How the order is"));

@@ -21,6 +21,7 @@ class ProductionJob;
 namespace KoltaConsole {
 
 class CandidatesTable;
+class ElidedLabel;
 class OrderForm;
 
 /// An order, the tuners that come into question for it, and the cart of those that are to be started
@@ -66,10 +67,10 @@ private:
 
     OrderForm* m_form;
     CandidatesTable* m_candidates;
-    QLabel* m_heading;
+    ElidedLabel* m_heading;
     QLabel* m_state;
     Cart m_cart;
-    QLabel* m_cartHeading;
+    ElidedLabel* m_cartHeading;
     QTreeView* m_cartTable;
     QPointer<Kolta::ProductionJob> m_job;
     bool m_isDue = false;

@@ -33,6 +33,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
     m_area->setWidget(m_cards);
     m_area->setWidgetResizable(true);
     m_area->setFrameShape(QFrame::NoFrame);
+    m_area->setFocusPolicy(Qt::NoFocus); // the cards have it
     m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
