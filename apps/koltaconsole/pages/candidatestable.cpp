@@ -259,6 +259,8 @@ QString CandidatesTable::problem() const
     const QString server = m_session.draft().server();
     if (!server.isEmpty() && !m_only.isEmpty() && server != m_only)
         return tr("the order is for %1, and %2 alone is shown").arg(server, m_only);
+    if (m_model.addresses().isEmpty())
+        return tr("no server has been seen yet");
     for (const QString& address : m_model.addresses()) {
         const QString text = m_rows.hasServer(address) ? m_model.problemOf(address) : QString();
         if (!text.isEmpty() && m_rows.rowCount() == 0)

@@ -66,7 +66,8 @@ QString ProductionOrders::objectionTo(const ProductionRow* row, const QVector<Us
     if (row->kind == ProductionRow::Kind::Ended)
         return tr("%1 has ended.").arg(row->name);
     if (row->kind == ProductionRow::Kind::Ordered)
-        return tr("%1 does not run.").arg(row->name);
+        return row->lookInFull.isEmpty() ? tr("%1 does not run yet.").arg(row->name)
+                                         : tr("%1 does not run: %2.").arg(row->name, row->lookInFull);
     if (!row->isRunning())
         return tr("That is no processor.");
     if (row->isStale || !m_session.server(row->server))

@@ -1610,6 +1610,10 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::CandidatesTable</name>
     <message>
+        <source>no server has been seen yet</source>
+        <translation>noch kein Server wurde gesehen</translation>
+    </message>
+    <message>
         <source>%1, since %2</source>
         <translation>%1, seit %2</translation>
     </message>
@@ -2476,8 +2480,12 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::ProductionOrders</name>
     <message>
-        <source>%1 does not run.</source>
-        <translation>%1 läuft nicht.</translation>
+        <source>%1 does not run yet.</source>
+        <translation>%1 läuft noch nicht.</translation>
+    </message>
+    <message>
+        <source>%1 does not run: %2.</source>
+        <translation>%1 läuft nicht: %2.</translation>
     </message>
     <message>
         <source>It needs the link to the broker.</source>

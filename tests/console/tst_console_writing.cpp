@@ -1,0 +1,153 @@
+#include "consoletest.h"
+#include "installation.h"
+
+#include <koltaconsole/orderdraft.h>
+#include <koltaconsole/pages/assignmentsview.h>
+#include <koltaconsole/pages/orderpage.h>
+#include <koltaconsole/pages/profileeditor.h>
+#include <koltaconsole/pages/shorttimemaps.h>
+#include <koltaconsole/pages/shorttimepage.h>
+
+#include <koltacommon/processormodel.h>
+#include <koltacommon/productionjob.h>
+#include <koltacommon/viewroles.h>
+
+#include <QLineEdit>
+#include <QTabWidget>
+#include <QTableView>
+
+using namespace KoltaConsole;
+namespace Roles = Kolta::ViewRoles;
+
+/// The broker of other processes dies while somebody writes.
+class TestWriting : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whatIsTypedStays();
+
+private:
+    static void feed(Stage& stage);
+    static QLineEdit& field(QWidget& page, const char* name)
+    {
+        for (QLineEdit* const line : page.findChildren<QLineEdit*>()) {
+            if (line->accessibleName() == QLatin1String(name))
+                return *line;
+        }
+        qFatal("no field %s", name);
+    }
+};
+
+/// Starts an MCP with an FFP in it, which can be assigned.
+void TestWriting::feed(Stage& stage)
+{
+    auto& server = *stage.session->server(QStringLiteral("S1"));
+    const Kolta::ProcessorModel& running = stage.session->processors();
+    const auto start = [&](const Kolta::ProductionOrder& order) {
+        (new Kolta::ProductionJob(server, order, stage.window.get()))->deleteWhenFinished();
+    };
+    Kolta::ProductionOrder order;
+    order.tunerClass = QStringLiteral("HF");
+    order.frequency = 5e6;
+    order.bandwidth = 800e3;
+    start(order);
+    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(), 1, 20000);
+    order = Kolta::ProductionOrder();
+    order.kind = Kolta::ProductionOrder::Kind::Ffp;
+    order.mcp = QUuid(running.index(0, 0).data(Roles::GuidRole).toString());
+    order.frequency = 5e6;
+    start(order);
+    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(running.index(0, 0)), 1, 20000);
+}
+
+/// The broker dies while an order is written, while marks of the matrix wait and while a profile is edited.
+/// All of it stands as it was, none of it is sent by itself, and each is done with once the broker is back.
+void TestWriting::whatIsTypedStays()
+{
+    Installation installation(1, {QStringLiteral("--restart")});
+    if (!installation.isUp())
+        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + installation.said()));
+    Options options;
+    options.url = installation.url();
+    Stage stage(options);
+    QTRY_VERIFY_WITH_TIMEOUT(stage.window->isFilled() && stage.session->facts().size() == 1, 20000);
+    feed(stage);
+    auto& order = *static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    Kolta::ProductionOrder written;
+    written.tunerClass = QStringLiteral("Wide");
+    stage.session->draft().set(written, QString());
+    QTest::keyClicks(&field(order, "Frequency"), QStringLiteral("98.5 MHz"));
+    QTest::keyClicks(&field(order, "Bandwidth"), QStringLiteral("8 qHz"));
+    auto& shortTime = *static_cast<ShortTimePage*>(stage.window->showPage(QStringLiteral("short-time")));
+    using Profiles = Kolta::ShortTimeProfileItemMap;
+    using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
+    const auto* const session = stage.session.get();
+    const auto profiles = [session] {
+        return shortTimeMap<Profiles>(*session, QStringLiteral("S1"), "Profiles");
+    };
+    const auto assignments = [session] {
+        return shortTimeMap<Assignments>(*session, QStringLiteral("S1"), "Assignments");
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(profiles() && profiles()->Size() > 0 && assignments(), 20000);
+    auto* const editor = shortTime.findChild<ProfileEditor*>();
+    editor->edit(Kolta::ShortTimeProfile());
+    QTest::keyClicks(editor->line(ProfileField::Name), QStringLiteral("half written"));
+    QTest::keyClicks(editor->line(ProfileField::Bandwidth), QStringLiteral("16-25 kHz"));
+    auto* const tabs = shortTime.findChild<QTabWidget*>();
+    tabs->setCurrentIndex(1);
+    AssignmentMatrix& matrix = shortTime.assignments().matrix();
+    QTRY_COMPARE_WITH_TIMEOUT(matrix.rowCount(), 1, 20000);
+    auto* const table = shortTime.assignments().findChild<QTableView*>();
+    table->setCurrentIndex(matrix.index(0, 1));
+    QTest::keyClick(table, Qt::Key_Space);
+    QCOMPARE(matrix.changeCount(), 1);
+
+    const auto stands = [&] {
+        return field(order, "Frequency").text() == QLatin1String("98.5 MHz") &&
+               field(order, "Bandwidth").text() == QLatin1String("8 qHz") && matrix.changeCount() == 1 &&
+               editor->line(ProfileField::Name)->text() == QLatin1String("half written") &&
+               editor->line(ProfileField::Bandwidth)->text() == QLatin1String("16-25 kHz");
+    };
+    QVERIFY(stands());
+    QVERIFY(installation.killBroker());
+    QTRY_VERIFY_WITH_TIMEOUT(session->isOutOfSight(), 30000);
+    QVERIFY(stands());
+    shortTime.assignments().send();
+    Q_EMIT editor->si_Save();
+    QVERIFY(!stage.window->actions().run(QStringLiteral("order-start")));
+    QVERIFY(stands());
+    // It can be gone on with meanwhile.
+    QTest::keyClick(editor->line(ProfileField::Name), Qt::Key_End);
+    QTest::keyClicks(editor->line(ProfileField::Name), QStringLiteral(" 2"));
+    QTest::keyClick(editor->line(ProfileField::Name), Qt::Key_Backspace);
+    QTest::keyClick(editor->line(ProfileField::Name), Qt::Key_Backspace);
+
+    QTRY_VERIFY_WITH_TIMEOUT(session->link().isUp && !session->factsOf(QStringLiteral("S1")).isStale(),
+                             60000);
+    QTRY_VERIFY_WITH_TIMEOUT(profiles() && assignments() && matrix.rowCount() == 1, 60000);
+    QVERIFY(stands());
+    QVERIFY(!profiles()->Contains(QStringLiteral("half written")));
+    QCOMPARE(assignments()->Size(), std::size_t(0));
+
+    stage.window->showPage(QStringLiteral("short-time"));
+    shortTime.assignments().send();
+    QTRY_COMPARE_WITH_TIMEOUT(assignments()->Size(), std::size_t(1), 20000);
+    tabs->setCurrentIndex(0);
+    QTRY_COMPARE_WITH_TIMEOUT(editor->objectionToSave(), QString(), 20000);
+    Q_EMIT editor->si_Save();
+    QTRY_VERIFY_WITH_TIMEOUT(profiles()->Contains(QStringLiteral("half written")), 20000);
+    QCOMPARE(profiles()->At(QStringLiteral("half written")).bandwidthMax, 25000u);
+    stage.window->showPage(QStringLiteral("order"));
+    field(order, "Bandwidth").clear();
+    QTest::keyClicks(&field(order, "Bandwidth"), QStringLiteral("8 MHz"));
+    const auto whyNot = [&stage] {
+        return stage.window->actions().enabledBecause(QStringLiteral("order-start"));
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(whyNot(), QString(), 20000);
+    QVERIFY(stage.window->actions().run(QStringLiteral("order-start")));
+    QTRY_COMPARE_WITH_TIMEOUT(session->processors().rowCount(), 2, 20000);
+}
+
+KOLTA_CONSOLE_TEST(TestWriting);
+#include "tst_console_writing.moc"
