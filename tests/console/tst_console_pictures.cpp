@@ -8,6 +8,7 @@
 #include <koltaconsole/pages/resultsview.h>
 #include <koltaconsole/texts.h>
 
+#include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>
 #include <simulation/simulatedserver.h>
 
@@ -27,25 +28,6 @@
 #include <QTreeView>
 
 using namespace KoltaConsole;
-
-namespace {
-
-QString textOf(const QWidget& widget)
-{
-    const QVariant text = widget.property("text");
-    return text.isValid() ? text.toString() : widget.property("currentText").toString();
-}
-
-/// For who looks for a widget that says nothing of itself.
-QString placeOf(const QWidget& widget)
-{
-    QStringList classes;
-    for (const QWidget* each = &widget; each; each = each->parentWidget())
-        classes.prepend(QLatin1String(each->metaObject()->className()));
-    return classes.join(QStringLiteral("/"));
-}
-
-} // namespace
 
 /// Every page as people see it, in both languages and themes: nothing is cut off, stands outside or lacks a
 /// name. KOLTA_PICTURES names a folder that the pictures are written to.
@@ -75,7 +57,7 @@ private:
     static bool isNameless(QWidget& widget);
     static bool isWide(const QWidget& widget);
     static QStringList faultsOf(QWidget& window);
-    std::unique_ptr<Stage> stageOf(const QString& state, QString& problem);
+    bool reaches(const Stage& stage, const QString& state) const;
     void look(MainWindow& window, const QString& name);
 
     const QTemporaryDir m_folder;
@@ -121,27 +103,17 @@ void TestPictures::prepare(Stage& stage, const QString& page)
         QCoreApplication::processEvents();
     } else if (page == QLatin1String("productions")) {
         // One that is refused, one that nobody answers.
-        for (const char* const rule :
-             {"refuse-production,component=MCP", "silent-production,component=SCP"}) {
+        auto& server = *stage.session->server(QStringLiteral("S1"));
+        for (const char* const rule : {"refuse-production,times=1", "silent-production"}) {
             KoltaSimulation::MisbehaviourRule wanted;
             QString error;
-            QVERIFY2(KoltaSimulation::MisbehaviourRule::fromText(QLatin1String(rule), wanted, error),
-                     qPrintable(error));
-            stage.session->simulation()->server(QStringLiteral("S1"))->addMisbehaviour(wanted);
-        }
-        const auto ask = [&stage](Kolta::ProductionOrder::Kind kind, const char* tunerClass,
-                                  double frequency) {
-            Kolta::ProductionOrder order;
-            order.kind = kind;
-            order.tunerClass = QLatin1String(tunerClass);
-            order.frequency = frequency;
-            auto* const job = new Kolta::ProductionJob(*stage.session->server(QStringLiteral("S1")), order,
-                                                       stage.window.get());
+            QVERIFY2(wanted.fromText(QLatin1String(rule), wanted, error), qPrintable(error));
+            stage.session->simulation()->server(server.getAddress())->addMisbehaviour(wanted);
+            auto* const job =
+                new Kolta::ProductionJob(server, stage.session->draft().order(), stage.window.get());
             job->deleteWhenFinished();
-            stage.session->ordersUnderWay().follow(*job, QStringLiteral("S1"), QStringLiteral("order"));
-        };
-        ask(Kolta::ProductionOrder::Kind::Mcp, "Wide", 98.5e6);
-        ask(Kolta::ProductionOrder::Kind::Scp, "HF", 5e6);
+            stage.session->ordersUnderWay().follow(*job, server.getAddress(), QStringLiteral("order"));
+        }
         QTest::qWait(300); // the page follows
     }
 }
@@ -207,9 +179,10 @@ QStringList TestPictures::faultsOf(QWidget& window)
             QStringLiteral("%1 \"%2\"")
                 .arg(QLatin1String(widget->metaObject()->className()), widget->accessibleName());
         if (isNameless(*widget))
-            faults.append(what + QStringLiteral(" has no name, in ") + placeOf(*widget));
+            faults.append(what + QStringLiteral(" has no name, in ") +
+                          QLatin1String(widget->parent()->metaObject()->className()));
         if (isCut(*widget))
-            faults.append(what + QStringLiteral(" is cut: ") + textOf(*widget));
+            faults.append(what + QStringLiteral(" is cut: ") + widget->property("text").toString());
         if (const auto* const header = qobject_cast<const QHeaderView*>(widget);
             header && header->orientation() == Qt::Horizontal) {
             for (int i = 0; i < header->count(); ++i) {
@@ -230,42 +203,22 @@ QStringList TestPictures::faultsOf(QWidget& window)
     return faults;
 }
 
-/// In that state; null, and why, when it cannot be had.
-std::unique_ptr<Stage> TestPictures::stageOf(const QString& state, QString& problem)
+/// Whether the stage comes into that state.
+bool TestPictures::reaches(const Stage& stage, const QString& state) const
 {
-    Options options;
-    if (state == QLatin1String("hundred"))
-        options.servers = 100;
+    const auto comes = [](const std::function<bool()>& what) { return QTest::qWaitFor(what, 60000); };
     if (state == QLatin1String("empty"))
-        options.url = QStringLiteral("mqtt://127.0.0.1:9");
-    if (state == QLatin1String("gone")) {
-        m_installation = std::make_unique<Installation>(2);
-        if (!m_installation->isUp()) {
-            problem = m_installation->said();
-            return nullptr;
-        }
-        options.url = m_installation->url();
+        return true;
+    const int servers = state == QLatin1String("hundred") ? 100 : m_installation ? 2 : 5;
+    if (!comes([&] { return stage.isSettled() && stage.session->facts().size() >= servers; }))
+        return false;
+    if (m_installation)
+        return m_installation->killBroker() && comes([&] { return stage.session->isOutOfSight(); });
+    if (state == QLatin1String("vanished")) {
+        stage.session->simulation()->server(QStringLiteral("S3"))->vanish();
+        return comes([&] { return stage.session->attentionCount() == 2; });
     }
-    auto stage = std::make_unique<Stage>(options);
-    stage->window->resize(1280, 800);
-    const auto is = [&](int servers) {
-        return QTest::qWaitFor(
-            [&] { return stage->isSettled() && stage->session->facts().size() >= servers; }, 60000);
-    };
-    if (state == QLatin1String("gone")) {
-        const bool isGone = is(2) && m_installation->killBroker() &&
-                            QTest::qWaitFor([&] { return stage->session->isOutOfSight(); }, 30000);
-        problem = isGone ? QString() : QStringLiteral("the broker does not go");
-    } else if (state == QLatin1String("vanished")) {
-        const int servers = is(5);
-        stage->session->simulation()->server(QStringLiteral("S3"))->vanish();
-        const bool isVanished =
-            servers && QTest::qWaitFor([&] { return stage->session->attentionCount() == 2; });
-        problem = isVanished ? QString() : QStringLiteral("no server vanishes");
-    } else if (state != QLatin1String("empty") && !is(state.isEmpty() ? 5 : 100)) {
-        problem = QStringLiteral("the servers do not come");
-    }
-    return stage;
+    return true;
 }
 
 /// The page and each of the tabs within it.
@@ -294,39 +247,47 @@ void TestPictures::everyPage()
     m_faults.clear();
     QVERIFY(installTexts(language));
     Theme::instance().apply(theme == QLatin1String("dark") ? Theme::Choice::Dark : Theme::Choice::Light);
-    QString problem;
-    const std::unique_ptr<Stage> stage = stageOf(state, problem);
-    if (!stage)
-        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + problem));
-    QCOMPARE(problem, QString());
+    Options options;
+    options.servers = state == QLatin1String("hundred") ? 100 : 0;
+    if (state == QLatin1String("empty"))
+        options.url = QStringLiteral("mqtt://127.0.0.1:9");
+    if (state == QLatin1String("gone"))
+        m_installation = std::make_unique<Installation>(2);
+    if (m_installation && !m_installation->isUp())
+        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + m_installation->said()));
+    if (m_installation)
+        options.url = m_installation->url();
+    Stage stage(options);
+    stage.window->resize(1280, 800);
+    QVERIFY(reaches(stage, state));
     Kolta::ProductionOrder order;
     order.tunerClass = QStringLiteral("Wide");
     order.frequency = 98.5e6;
     order.bandwidth = 8e6;
     order.displayName = QStringLiteral("MCP 7");
-    stage->session->draft().set(order, QString());
+    stage.session->draft().set(order, QString());
     const bool isOther = !state.isEmpty() && state != QLatin1String("vanished");
     const QString suffix =
         QStringLiteral("-%1-%2").arg(language, theme) + (isOther ? QLatin1Char('-') + state : QString());
     for (const QString& id : pageIds()) {
-        QVERIFY(stage->window->showPage(id) != nullptr);
-        QTRY_VERIFY(!stage->session->link().isUp || stage->isSettled());
+        QVERIFY(stage.window->showPage(id) != nullptr);
+        QTRY_VERIFY(!stage.session->link().isUp || stage.isSettled());
         if (!isOther)
-            prepare(*stage, id);
-        look(*stage->window, QStringLiteral("/console-") + id + suffix);
+            prepare(stage, id);
+        look(*stage.window, QStringLiteral("/console-") + id + suffix);
     }
     for (const char* const id : {"attention-next", "palette"}) {
-        QVERIFY(stage->window->actions().run(QLatin1String(id)) || isOther);
+        QVERIFY(stage.window->actions().run(QLatin1String(id)) || isOther);
         QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("pro"));
-        m_faults += faultsOf(*stage->window);
-        QVERIFY(small(stage->window->grab().toImage())
+        m_faults += faultsOf(*stage.window);
+        QVERIFY(small(stage.window->grab().toImage())
                     .save(m_target + QStringLiteral("/console-") + QLatin1String(id) + suffix +
                               QStringLiteral(".png"),
                           "PNG", 0));
     }
     QVERIFY2(m_faults.isEmpty(), qPrintable(m_faults.join(QLatin1Char('\n'))));
-    stage->window->resize(1024, 640);
-    QCOMPARE(stage->window->size(), QSize(1024, 640));
+    stage.window->resize(1024, 640);
+    QCOMPARE(stage.window->size(), QSize(1024, 640));
     installTexts(QString());
 }
 

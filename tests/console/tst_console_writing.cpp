@@ -117,12 +117,6 @@ void TestWriting::whatIsTypedStays()
     Q_EMIT editor->si_Save();
     QVERIFY(!stage.window->actions().run(QStringLiteral("order-start")));
     QVERIFY(stands());
-    // It can be gone on with meanwhile.
-    QTest::keyClick(editor->line(ProfileField::Name), Qt::Key_End);
-    QTest::keyClicks(editor->line(ProfileField::Name), QStringLiteral(" 2"));
-    QTest::keyClick(editor->line(ProfileField::Name), Qt::Key_Backspace);
-    QTest::keyClick(editor->line(ProfileField::Name), Qt::Key_Backspace);
-
     QTRY_VERIFY_WITH_TIMEOUT(session->link().isUp && !session->factsOf(QStringLiteral("S1")).isStale(),
                              60000);
     QTRY_VERIFY_WITH_TIMEOUT(profiles() && assignments() && matrix.rowCount() == 1, 60000);
