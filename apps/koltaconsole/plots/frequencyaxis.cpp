@@ -349,7 +349,7 @@ void FrequencyAxis::keyPressEvent(QKeyEvent* event)
 
 bool FrequencyAxis::eventFilter(QObject* watched, QEvent* event)
 {
-    const auto* const mouse = static_cast<QMouseEvent*>(event);
+    const auto mouse = [event] { return static_cast<QMouseEvent*>(event); };
     switch (event->type()) {
     case QEvent::Resize:
         layOut();
@@ -361,15 +361,15 @@ bool FrequencyAxis::eventFilter(QObject* watched, QEvent* event)
         return true;
     }
     case QEvent::MouseButtonPress:
-        if (mouse->button() == Qt::LeftButton)
-            press(mouse->pos(), mouse->modifiers().testFlag(Qt::ShiftModifier));
+        if (mouse()->button() == Qt::LeftButton)
+            press(mouse()->pos(), mouse()->modifiers().testFlag(Qt::ShiftModifier));
         return true;
     case QEvent::MouseMove:
-        drag(mouse->pos());
+        drag(mouse()->pos());
         return true;
     case QEvent::MouseButtonRelease:
-        if (mouse->button() == Qt::LeftButton)
-            release(mouse->pos());
+        if (mouse()->button() == Qt::LeftButton)
+            release(mouse()->pos());
         return true;
     default:
         break;
