@@ -368,6 +368,49 @@ private Q_SLOTS:
         QCOMPARE(follower.lines(), expectedLines(*one, false, false));
         QCOMPARE(follower.resets, 0);
     }
+
+    /// What is asked to keep its rows shows them as stale while the map is deleted or destroyed, and by their
+    /// difference what the map holds when it is back.
+    void keepsLastKnown()
+    {
+        values::Tree tree;
+        const auto add = [&tree](std::initializer_list<const char*> guids) {
+            auto map = std::make_unique<Map>();
+            for (const char* const guid : guids)
+                map->Set(assignment(QLatin1String(guid), 1));
+            tree.Add(path, std::move(map));
+            return tree.FindAs<Map>(path);
+        };
+        for (const bool isGrouped : {false, true}) {
+            Model model(add({"a", "b"}), layoutWith(isGrouped, false));
+            model.keepLastKnown();
+            const ModelFollower follower(model);
+            const QStringList before = follower.lines();
+            QSignalSpy changed(&model, &Model::dataChanged);
+            tree.Remove(path);
+            QVERIFY(model.isLastKnown());
+            QCOMPARE(follower.lines().filter(" (stale)"_s).size(), 2);
+            QCOMPARE(follower.lines().replaceInStrings(" (stale)"_s, QString()), before);
+            QCOMPARE(changed.takeLast().at(0).toModelIndex().parent().isValid(), isGrouped);
+            QSignalSpy removed(&model, &Model::rowsRemoved);
+            QSignalSpy inserted(&model, &Model::rowsInserted);
+            const Map* const back = add({"b", "c"});
+            QCOMPARE(follower.lines(), expectedLines(*back, isGrouped, false));
+            QVERIFY(!model.isLastKnown());
+            QCOMPARE(removed.size() * 10 + inserted.size(), 11);
+            tree.Remove(path);
+            model.setMap(nullptr);
+            QCOMPARE(model.rowCount(), 0);
+            QVERIFY(!model.isLastKnown());
+        }
+        auto other = std::make_unique<Map>();
+        other->Set(assignment("d"_s, 1));
+        Model model(other.get());
+        model.keepLastKnown();
+        other.reset();
+        QVERIFY(!model.map() && model.isLastKnown());
+        QCOMPARE(model.rowCount(), 1);
+    }
 };
 
 KOLTA_TEST(TestItemMapModel);

@@ -143,10 +143,11 @@ private:
 /// A value item map as a model for lists, tables and trees.
 ///
 /// The texts are those of the map's text adapter; where that has no columns, one shows the key. The rows
-/// follow the map (see AbstractItemMapModel) and go when it is deleted from the tree or destroyed; they come
-/// back when it comes back in the tree. The model holds shared copies of the items: what it shows is whole
-/// also while the map has changed again, which it hears of in the middle of a notification only after the
-/// signals of the change before. Map and model belong to one thread; neither needs to outlive the other.
+/// follow the map (see AbstractItemMapModel) and go when it is deleted from the tree or destroyed, unless
+/// keepLastKnown() was asked for; they come back when it comes back in the tree. The model holds shared
+/// copies of the items: what it shows is whole also while the map has changed again, which it hears of in the
+/// middle of a notification only after the signals of the change before. Map and model belong to one thread;
+/// neither needs to outlive the other.
 ///
 /// A change of one item costs a search in the rows of its group and the shift of what follows there. All
 /// items are compared when changes are not in the change log any more, when the content is replaced, and when
@@ -179,8 +180,14 @@ public:
         if (old && old != map)
             old->Detach(&m_listener);
         m_changes.restart(map ? map->GetChangeNumber() : 0);
-        follow();
+        followAnew();
     }
+    /// From now on the rows stay, and are stale by ViewRoles::StaleRole, while their map is deleted from the
+    /// tree or destroyed; setMap() ends that.
+    void keepLastKnown() { m_keeps = true; }
+    /// Whether the rows are those of a map that is away. In the signals of what has changed when it is back
+    /// it is still so.
+    bool isLastKnown() const noexcept { return m_isLastKnown; }
     /// Null when none is followed, and once it is destroyed.
     Map* map() const noexcept { return m_map.Get(); }
     /// The shown item at an index or the one that the line there belongs to, until the next change; null for
@@ -227,14 +234,27 @@ private:
     public:
         explicit Listener(ItemMapModel& model) : m_model(model) {}
         void Update(Observable*, TChangeCode code) override { m_model.notice(code); }
-        void OnDestroyed(const Observable*) override { m_model.setMap(nullptr); }
+        void OnDestroyed(const Observable*) override { m_model.lose(); }
 
     private:
         ItemMapModel& m_model;
     };
 
     void notice(TChangeCode code);
-    void follow();
+    void lose()
+    {
+        if (m_keeps)
+            setLastKnown(true);
+        else
+            setMap(nullptr);
+    }
+    void setLastKnown(bool isLastKnown);
+    bool follow();
+    void followAnew()
+    {
+        if (follow())
+            setLastKnown(false);
+    }
     bool show(const Difference& difference);
     Difference differenceToMap();
     void compare(const Key& key, const Item* item, Difference& difference);
@@ -249,6 +269,8 @@ private:
     values::Weak<Map> m_map;
     ItemMapChanges m_changes;
     bool m_following = false;
+    bool m_keeps = false;
+    bool m_isLastKnown = false;
     Listener m_listener{*this};
 };
 
@@ -264,6 +286,8 @@ QVariant ItemMapModel<Map, TextAdapter>::itemData(const Row& row, int column, in
         return Adapter::GetIcon4Column(column, entry.item, kIconSize, kIconSize);
     case Qt::ToolTipRole:
         return Adapter::GetText4Tooltip(entry.item);
+    case ViewRoles::StaleRole:
+        return m_keeps ? QVariant(m_isLastKnown) : QVariant();
     case KeyRole:
         return QVariant::fromValue(entry.key);
     case ItemRole:
@@ -283,26 +307,55 @@ void ItemMapModel<Map, TextAdapter>::notice(TChangeCode code)
     const Map* const map = m_map.Get();
     if (!map)
         return;
+    if (m_keeps && map->IsDeleted()) {
+        setLastKnown(true);
+        return;
+    }
+    const bool isContent = code == eChangeValue || code == eChangeContent;
+    if (m_isLastKnown && isContent) {
+        m_changes.restart(map->GetChangeNumber());
+        followAnew();
+        return;
+    }
     // A value that comes back announces its content next.
     if (code == eChangeState && map->IsDeleted())
         m_changes.restart(map->GetChangeNumber());
-    else if (code == eChangeValue || code == eChangeContent)
+    else if (isContent)
         m_changes.notice(map->GetChangeLog(), map->GetChangeNumber());
     follow();
 }
 
-/// One at a time: what a slot changes is followed after the signals of the change before.
+/// The rows hold other data then.
 template<class Map, class TextAdapter>
-void ItemMapModel<Map, TextAdapter>::follow()
+void ItemMapModel<Map, TextAdapter>::setLastKnown(bool isLastKnown)
+{
+    if (m_isLastKnown == isLastKnown)
+        return;
+    m_isLastKnown = isLastKnown;
+    std::vector<QPersistentModelIndex> parents{QPersistentModelIndex()};
+    for (int row = 0; m_layout.groupOf && row < rowCount(); ++row)
+        parents.emplace_back(index(row, 0));
+    const QPointer<QObject> alive(this);
+    for (const QPersistentModelIndex& parent : parents) {
+        if (alive && rowCount(parent) > 0)
+            Q_EMIT dataChanged(index(0, 0, parent), index(rowCount(parent) - 1, columnCount() - 1, parent));
+    }
+}
+
+/// One at a time: what a slot changes is followed after the signals of the change before. False when a slot
+/// has deleted the model.
+template<class Map, class TextAdapter>
+bool ItemMapModel<Map, TextAdapter>::follow()
 {
     if (m_following)
-        return;
+        return true;
     m_following = true;
     while (!m_changes.isEmpty()) {
         if (!show(differenceToMap()))
-            return;
+            return false;
     }
     m_following = false;
+    return true;
 }
 
 /// False when a slot has deleted the model; `difference` keeps the rows that go until all are gone.
@@ -328,7 +381,10 @@ auto ItemMapModel<Map, TextAdapter>::differenceToMap() -> Difference
     Difference difference;
     std::vector<QString> texts;
     std::vector<Key> keys;
-    if (m_changes.take(texts)) {
+    const bool isAll = m_changes.take(texts);
+    if (m_keeps && map && map->IsDeleted())
+        return difference; // all is compared when it is back
+    if (isAll) {
         for (const auto& entry : m_entries) {
             if (!stored(entry.first))
                 keys.push_back(entry.first);
