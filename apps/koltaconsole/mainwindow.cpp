@@ -332,6 +332,7 @@ void MainWindow::showBanner()
     m_banner->setVisible(isGone || m_welcome.isActive());
 }
 
+/// Of several the first, and how many more; all of them are copied.
 void MainWindow::showCommandLine(const QString& line)
 {
     m_lines = line;

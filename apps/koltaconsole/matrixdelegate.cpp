@@ -1,6 +1,7 @@
 #include "matrixdelegate.h"
 
 #include "pages/assignmentmatrix.h"
+#include "stateitemdelegate.h"
 #include "theme.h"
 
 #include <QPainter>
@@ -35,8 +36,10 @@ void MatrixDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
     const bool isTicked = index.data(AssignmentMatrix::TickRole).toBool();
     const bool isNew = index.data(AssignmentMatrix::NewRole).toBool();
     const bool hasNoCover = index.data(AssignmentMatrix::NoCoverRole).toBool();
+    const bool isStale = StateItemDelegate::isStale(index);
     const Role role = hasNoCover ? Role::Attention
                       : isNew    ? Role::Planned
+                      : isStale  ? Role::Dim
                       : isTicked ? Role::InUse
                                  : Role::Border;
     const QRectF box(cell.rect.left() + kLeft + 0.5, cell.rect.center().y() - kBox / 2 + 0.5, kBox, kBox);
@@ -49,7 +52,7 @@ void MatrixDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
         paintTick(*painter, box, isNew ? theme.color(role) : theme.color(Role::Base));
     painter->setRenderHint(QPainter::Antialiasing, false);
     const bool isSelected = cell.state.testFlag(QStyle::State_Selected);
-    const Role word = hasNoCover ? Role::Attention : isNew ? Role::Planned : Role::Text;
+    const Role word = hasNoCover ? Role::Attention : isNew ? Role::Planned : isStale ? Role::Dim : Role::Text;
     painter->setPen(isSelected ? theme.onSelection(word) : theme.color(word));
     const QRect room = cell.rect.adjusted(kLeft + kBox + 6, 0, -2, 0);
     painter->drawText(room, Qt::AlignVCenter | Qt::AlignLeft,

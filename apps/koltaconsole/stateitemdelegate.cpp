@@ -22,11 +22,6 @@ constexpr int kRowHeight = 24;
 
 bool areAllStale = false;
 
-bool isStale(const QModelIndex& index)
-{
-    return areAllStale || index.data(Kolta::ViewRoles::StaleRole).toBool();
-}
-
 } // namespace
 
 StateItemDelegate::StateItemDelegate(QObject* parent, LookOf lookOf)
@@ -37,6 +32,11 @@ StateItemDelegate::StateItemDelegate(QObject* parent, LookOf lookOf)
 void StateItemDelegate::setAllStale(bool areStale)
 {
     areAllStale = areStale;
+}
+
+bool StateItemDelegate::isStale(const QModelIndex& index)
+{
+    return areAllStale || index.data(Kolta::ViewRoles::StaleRole).toBool();
 }
 
 void StateItemDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const

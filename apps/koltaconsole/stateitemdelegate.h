@@ -23,6 +23,8 @@ public:
 
     /// Whether all rows, of all views, are only known from before.
     static void setAllStale(bool areStale);
+    /// Whether the cell shows what is only known from before.
+    static bool isStale(const QModelIndex& index);
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;

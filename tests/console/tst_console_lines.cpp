@@ -9,11 +9,13 @@
 #include <koltaconsole/pages/pages.h>
 #include <koltaconsole/pages/productionspage.h>
 #include <koltaconsole/pages/profileeditor.h>
+#include <koltaconsole/pages/profileimportview.h>
 #include <koltaconsole/pages/profilesview.h>
 #include <koltaconsole/pages/shorttimemaps.h>
 #include <koltaconsole/pages/shorttimepage.h>
 
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/q9rprofiles.h>
 
 #include <QApplication>
 #include <QCheckBox>
@@ -23,6 +25,8 @@
 #include <QProcess>
 #include <QTabWidget>
 #include <QTableView>
+#include <QTemporaryDir>
+#include <QTreeView>
 
 using namespace KoltaConsole;
 
@@ -49,25 +53,16 @@ public:
         m_process.kill();
         m_process.waitForFinished();
     }
-    /// Types the line, without its first word.
-    void type(const QString& line)
+    /// Types each of the lines, without its first word.
+    void type(const QString& lines)
     {
         m_told.clear();
-        m_process.write(line.mid(6).toUtf8() + '\n');
+        for (const QString& line : lines.split(QLatin1Char('\n')))
+            m_process.write(line.mid(line.startsWith(QStringLiteral("kolta ")) ? 6 : 0).toUtf8() + '\n');
     }
     bool tells(const char* text)
     {
         return QTest::qWaitFor([&] { return told().contains(QString::fromUtf8(text)); }, kPatienceMs);
-    }
-    /// Whether what the line lists becomes free of the word: the shell hears of it by a way of its own.
-    bool loses(const QString& line, const QString& word)
-    {
-        return QTest::qWaitFor(
-            [&] {
-                type(line + QLatin1String(kEnd));
-                return tells(kMark) && !told().contains(word);
-            },
-            kPatienceMs);
     }
     const QString& told() { return m_told += QString::fromUtf8(m_process.readAll()); }
 
@@ -262,38 +257,39 @@ void TestLines::shortTimeData()
     auto& shown = page<ShortTimePage>("short-time");
     auto* const tabs = shown.findChild<QTabWidget*>();
     QTRY_VERIFY_WITH_TIMEOUT(shown.isFilled(), kPatienceMs);
-    const auto again = [&](const QString& wanted) {
-        QVERIFY2(!wanted.isEmpty(), "no line");
-        m_shell->type(wanted);
+    const auto run = [&](const char* id) {
+        m_tried.insert(QLatin1String(id));
+        QCOMPARE(m_stage->window->actions().enabledBecause(QLatin1String(id)), QString());
+        QVERIFY2(!line(id).isEmpty(), id);
+        m_shell->type(line(id));
     };
     using Profiles = Kolta::ShortTimeProfileItemMap;
+    const QString first = QStringLiteral("O'Hara 1"), second = QStringLiteral("O'Hara 2");
+    const auto isThere = [&](const QString& name) { return map<Profiles>("Profiles").Contains(name); };
     auto* const editor = shown.findChild<ProfileEditor*>();
     editor->edit(Kolta::ShortTimeProfile());
-    editor->line(ProfileField::Name)->setText(QStringLiteral("O'Hara 1"));
+    editor->line(ProfileField::Name)->setText(first);
     editor->line(ProfileField::Bandwidth)->setText(QStringLiteral("16-25 kHz"));
-    Q_EMIT editor->si_Save();
-    const QString save = shown.commandLine();
-    QTRY_VERIFY(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 1")));
-    map<Profiles>("Profiles").EraseAt(QStringLiteral("O'Hara 1"));
-    QVERIFY(m_shell->loses(QStringLiteral("kolta profiles list"), QStringLiteral("O'Hara 1")));
-    again(save);
-    QTRY_VERIFY2_WITH_TIMEOUT(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 1")),
-                              qPrintable(m_shell->told()), kPatienceMs);
-    QCOMPARE(map<Profiles>("Profiles").At(QStringLiteral("O'Hara 1")).bandwidthMax, 25000u);
-
-    const auto fresh = map<Profiles>("Profiles").At(QStringLiteral("O'Hara 1"));
+    run("short-save");
+    QTRY_VERIFY2_WITH_TIMEOUT(isThere(first), qPrintable(m_shell->told()), kPatienceMs);
+    const auto fresh = map<Profiles>("Profiles").At(first);
+    QCOMPARE(fresh.bandwidthMax, 25000u);
     editor->edit(fresh);
-    QTRY_COMPARE(editor->objectionToSave(), QStringLiteral("Nothing has changed."));
-    editor->line(ProfileField::Name)->setText(QStringLiteral("O'Hara 2"));
-    Q_EMIT editor->si_Save();
-    const QString rename = shown.commandLine();
-    QTRY_VERIFY_WITH_TIMEOUT(!map<Profiles>("Profiles").Contains(fresh.name), kPatienceMs);
-    map<Profiles>("Profiles").EraseAt(QStringLiteral("O'Hara 2"));
-    map<Profiles>("Profiles").SetAt(fresh.name, fresh, nullptr);
-    QVERIFY(m_shell->loses(QStringLiteral("kolta profiles list"), QStringLiteral("O'Hara 2")));
-    again(rename);
-    QTRY_VERIFY_WITH_TIMEOUT(!map<Profiles>("Profiles").Contains(fresh.name), kPatienceMs);
-    QVERIFY(map<Profiles>("Profiles").Contains(QStringLiteral("O'Hara 2")));
+    QCOMPARE(editor->objectionToSave(), QStringLiteral("Nothing has changed."));
+    editor->line(ProfileField::Name)->setText(second);
+    run("short-save");
+    QTRY_VERIFY2_WITH_TIMEOUT(!isThere(first), qPrintable(m_shell->told()), kPatienceMs);
+    QVERIFY(isThere(second));
+    auto* const list = shown.profiles().findChild<QTreeView*>();
+    list->setCurrentIndex(list->model()->match(list->model()->index(0, 0), Qt::DisplayRole, second).value(0));
+    run("short-remove");
+    QTRY_VERIFY2_WITH_TIMEOUT(!isThere(second), qPrintable(m_shell->told()), kPatienceMs);
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("some profiles.xml"));
+    QCOMPARE(VESK_Q9R::writeProfileFile(file, Kolta::ShortTimeProfile::toQ9RProfile({fresh})), QString());
+    shown.profiles().import().preview(file);
+    run("short-import-confirm");
+    QTRY_VERIFY2_WITH_TIMEOUT(isThere(first), qPrintable(m_shell->told()), kPatienceMs);
 
     using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
     tabs->setCurrentIndex(1);
@@ -302,15 +298,11 @@ void TestLines::shortTimeData()
     auto* const table = shown.assignments().findChild<QTableView*>();
     table->setCurrentIndex(matrix.index(0, 1));
     QTest::keyClick(table, Qt::Key_Space);
-    shown.assignments().send();
-    const QString assign = shown.commandLine();
+    const auto wanted = matrix.wanted();
+    run("short-send");
     QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
-    const auto sent = map<Assignments>("Assignments").data().begin()->second;
-    map<Assignments>("Assignments").EraseAt(sent.ffpGuid);
-    QVERIFY(m_shell->loses(QStringLiteral("kolta assignments list"), sent.profiles.value(0)));
-    again(assign);
-    QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
-    QCOMPARE(map<Assignments>("Assignments").data().begin()->second.profiles, sent.profiles);
+    QCOMPARE(map<Assignments>("Assignments").data().begin()->second.profiles, wanted.value(0).profiles);
+    QCOMPARE(wanted.size(), 1);
 
     using Conversions = Kolta::ConvertProductionResultMap;
     tabs->setCurrentIndex(3);
@@ -325,11 +317,6 @@ void TestLines::shortTimeData()
                 return each;
         }
         qFatal("no field %s", name);
-    };
-    const auto run = [&](const char* id) {
-        m_tried.insert(QLatin1String(id));
-        QCOMPARE(m_stage->window->actions().enabledBecause(QLatin1String(id)), QString());
-        again(line(id));
     };
     field("Record")->setText(record);
     field("Production")->setText(QStringLiteral("a b"));

@@ -4,8 +4,11 @@
 #include <koltaconsole/elidedlabel.h>
 #include <koltaconsole/orderdraft.h>
 #include <koltaconsole/ordersunderway.h>
+#include <koltaconsole/pages/assignmentsview.h>
 #include <koltaconsole/pages/pages.h>
-#include <koltaconsole/pages/resultsview.h>
+#include <koltaconsole/pages/profilesview.h>
+#include <koltaconsole/pages/shorttimemaps.h>
+#include <koltaconsole/pages/shorttimepage.h>
 #include <koltaconsole/texts.h>
 
 #include <koltacommon/koltaserverinterface.h>
@@ -23,6 +26,7 @@
 #include <QScrollBar>
 #include <QStyleOptionButton>
 #include <QTabBar>
+#include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTreeView>
@@ -53,6 +57,7 @@ private Q_SLOTS:
 private:
     static QImage small(const QImage& picture);
     static void prepare(Stage& stage, const QString& page);
+    static void assign(const Stage& stage, const QString& server);
     static bool isCut(const QWidget& widget);
     static bool isNameless(QWidget& widget);
     static bool isWide(const QWidget& widget);
@@ -115,6 +120,43 @@ void TestPictures::prepare(Stage& stage, const QString& page)
             stage.session->ordersUnderWay().follow(*job, server.getAddress(), QStringLiteral("order"));
         }
         QTest::qWait(300); // the page follows
+    } else if (page == QLatin1String("short-time")) {
+        auto& shown = static_cast<ShortTimePage&>(*stage.window->currentPage());
+        AssignmentMatrix& matrix = shown.assignments().matrix();
+        matrix.toggle(matrix.index(0, 2));
+        auto* const table = shown.profiles().findChild<QTreeView*>();
+        table->setCurrentIndex(table->model()->index(1, 0));
+        for (int cell = 0; cell < table->model()->rowCount() * table->model()->columnCount(); ++cell) {
+            const int column = cell % table->model()->columnCount();
+            const QModelIndex index = table->model()->index(cell / table->model()->columnCount(), column);
+            QVERIFY2(table->isColumnHidden(column) ||
+                         table->sizeHintForIndex(index).width() <= table->columnWidth(column),
+                     qPrintable(index.data().toString()));
+        }
+    }
+}
+
+/// Has an FFP of the server look for something.
+void TestPictures::assign(const Stage& stage, const QString& server)
+{
+    Page& page = *stage.window->showPage(QStringLiteral("short-time"));
+    page.showServer(server);
+    AssignmentMatrix& matrix = static_cast<ShortTimePage&>(page).assignments().matrix();
+    QTRY_VERIFY(matrix.rowCount() > 0);
+    for (const int column : {1, 3})
+        matrix.toggle(matrix.index(0, column));
+    QVERIFY(stage.window->actions().run(QStringLiteral("short-send")));
+    QTRY_COMPARE(matrix.changeCount(), 0);
+    auto& results = *shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, server, "Results");
+    Kolta::ShortTimeResult result;
+    for (int i = 0; i < 40; ++i) {
+        result.startTime = (QDateTime::currentMSecsSinceEpoch() - i * 12000) * 1000;
+        result.duration = 120000;
+        result.frequency = 3000000 + static_cast<quint64>(i * i % 17) * 1300000;
+        result.bandwidth = 2400;
+        result.level = 12.5F;
+        result.profileName = matrix.headerData(1 + i % 3, Qt::Horizontal).toString();
+        results.AddNew(result);
     }
 }
 
@@ -159,13 +201,12 @@ bool TestPictures::isNameless(QWidget& widget)
     return !shown || shown->text(QAccessible::Name).isEmpty();
 }
 
-/// Tables that go on to the side: a matrix has as many columns as there are profiles, a result eleven.
+/// The matrix goes on to the side: it has as many columns as there are profiles, with names in two lines.
 bool TestPictures::isWide(const QWidget& widget)
 {
-    const QWidget* const table = qobject_cast<const QHeaderView*>(&widget) ? widget.parentWidget() : &widget;
-    const auto* const tree = qobject_cast<const QTreeView*>(table);
-    return qobject_cast<const QTableView*>(table) ||
-           (tree && tree->parentWidget() && qobject_cast<ResultsView*>(tree->parentWidget()->parentWidget()));
+    return qobject_cast<const QTableView*>(&widget) ||
+           (qobject_cast<const QHeaderView*>(&widget) &&
+            qobject_cast<const QTableView*>(widget.parentWidget()));
 }
 
 /// What a person would complain of.
@@ -184,13 +225,15 @@ QStringList TestPictures::faultsOf(QWidget& window)
         if (isCut(*widget))
             faults.append(what + QStringLiteral(" is cut: ") + widget->property("text").toString());
         if (const auto* const header = qobject_cast<const QHeaderView*>(widget);
-            header && header->orientation() == Qt::Horizontal) {
+            header && header->orientation() == Qt::Horizontal &&
+            !qobject_cast<const QTableView*>(header->parentWidget())) {
             for (int i = 0; i < header->count(); ++i) {
                 const QString title = header->model()->headerData(i, Qt::Horizontal).toString();
                 if (!header->isSectionHidden(i) && header->sectionSize(i) < header->sectionSizeHint(i))
                     faults.append(what + QStringLiteral(" cuts ") + title);
             }
         }
+        // The matrix has as many columns as there are profiles, and their names in two lines.
         if (const auto* const area = qobject_cast<const QAbstractScrollArea*>(widget);
             area && area->horizontalScrollBar()->isVisible())
             faults.append(
@@ -214,6 +257,8 @@ bool TestPictures::reaches(const Stage& stage, const QString& state) const
         return false;
     if (m_installation)
         return m_installation->killBroker() && comes([&] { return stage.session->isOutOfSight(); });
+    if (state.isEmpty() || state == QLatin1String("vanished"))
+        assign(stage, state.isEmpty() ? QStringLiteral("S1") : QStringLiteral("S3"));
     if (state == QLatin1String("vanished")) {
         stage.session->simulation()->server(QStringLiteral("S3"))->vanish();
         return comes([&] { return stage.session->attentionCount() == 2; });

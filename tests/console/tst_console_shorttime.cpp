@@ -2,6 +2,7 @@
 
 #include <koltaconsole/pages/assignmentsview.h>
 #include <koltaconsole/pages/profileeditor.h>
+#include <koltaconsole/pages/profileimportview.h>
 #include <koltaconsole/pages/profilesview.h>
 #include <koltaconsole/pages/resultsview.h>
 #include <koltaconsole/pages/shorttimemaps.h>
@@ -50,6 +51,8 @@ struct ShortTimeStage : Stage
     {
         return *session->simulation()->server(QStringLiteral("S1"));
     }
+    QString why(const char* id) const { return window->actions().enabledBecause(QLatin1String(id)); }
+    bool run(const char* id) const { return window->actions().run(QLatin1String(id)); }
     void show(int tab) const { page->findChild<QTabWidget*>()->setCurrentIndex(tab); }
 
     ShortTimePage* page;
@@ -113,22 +116,21 @@ private Q_SLOTS:
         QVERIFY(std::any_of(buttons.begin(), buttons.end(), [](const QPushButton* button) {
             return button->isVisible() && button->text() == QStringLiteral("Take theirs");
         }));
-        for (QPushButton* const button : buttons) {
-            if (button->text() == QStringLiteral("Compare"))
-                button->click();
-        }
+        QVERIFY(stage.run("short-compare"));
         const auto* const comparison = editor->findChild<QTreeWidget*>();
         QCOMPARE(comparison->topLevelItemCount(), 1);
         QCOMPARE(comparison->topLevelItem(0)->text(2), QStringLiteral("1 – 2 MHz"));
         stage.server().vanish();
-        QTRY_VERIFY(editor->objectionToSave().contains(QStringLiteral("S1")));
+        QTRY_VERIFY(stage.why("short-save").contains(QStringLiteral("S1")));
         QCOMPARE(band->text(), QStringLiteral("25-16 kHz"));
         stage.server().comeBack();
-        QTRY_VERIFY(!editor->objectionToSave().contains(QStringLiteral("S1")));
+        QTRY_COMPARE(stage.why("short-save"), QStringLiteral("A field cannot be read."));
         QCOMPARE(editor->draft().name, name);
+        editor->line(ProfileField::Name)->setText(table->model()->index(1, 0).data().toString());
         band->setText(QStringLiteral("16-25 kHz"));
-        QCOMPARE(editor->objectionToSave(), QString());
-        Q_EMIT editor->si_Save();
+        QVERIFY(stage.why("short-save").contains(QStringLiteral("that name")));
+        editor->line(ProfileField::Name)->setText(name);
+        QVERIFY(stage.run("short-save"));
         QCOMPARE(stage.profiles().At(name).bandwidthMax, 25000u);
         QTRY_VERIFY(!editor->isChanged());
         QVERIFY2(stage.page->commandLine().startsWith(QStringLiteral("kolta profiles --server S1 ")),
@@ -147,12 +149,12 @@ private Q_SLOTS:
         const ShortTimeProfile before = editor->original();
         QLineEdit* const shift = editor->line(ProfileField::Shift);
         shift->setText(QStringLiteral("1-4711 Hz"));
-        Q_EMIT editor->si_Save();
-        QVERIFY(editor->isChanged() && !editor->objectionToSave().isEmpty());
+        QVERIFY(stage.run("short-save"));
+        QVERIFY(editor->isChanged() && !stage.run("short-save") && !stage.run("short-undo"));
         // As a link tells it, which has put back what is valid.
         stage.profiles().SetAt(before.name, before, nullptr);
         Q_EMIT stage.session->si_WishFailed(stage.profiles().GetPath(), QStringLiteral("not today"));
-        QTRY_COMPARE(editor->objectionToSave(), QString());
+        QTRY_COMPARE(stage.why("short-save"), QString());
         QCOMPARE(editor->draft().shiftMax, 4711u);
         const auto labels = editor->findChildren<QLabel*>();
         QVERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
@@ -165,7 +167,7 @@ private Q_SLOTS:
         assignment.profiles = QStringList{before.name, table->model()->index(1, 0).data().toString()};
         assignments.SetAt(assignment.ffpGuid, assignment, nullptr);
         editor->line(ProfileField::Name)->setText(QStringLiteral("Other"));
-        Q_EMIT editor->si_Save();
+        QVERIFY(stage.run("short-save"));
         QVERIFY(stage.profiles().Contains(before.name));
         QTRY_VERIFY(!stage.profiles().Contains(before.name));
         QCOMPARE(stage.profiles().At(QStringLiteral("Other")).shiftMax, 4711u);
@@ -235,9 +237,12 @@ private Q_SLOTS:
         QCOMPARE(import.refused, 1);
         QCOMPARE(import.wanted.first().type, first.type);
         const auto before = stage.profiles().Size();
-        stage.page->profiles().previewImport(path);
+        QVERIFY(!stage.run("short-import-confirm"));
+        stage.page->profiles().import().preview(path);
         QCOMPARE(stage.profiles().Size(), before);
-        stage.page->profiles().confirmImport();
+        QVERIFY(stage.run("short-import-cancel") && !stage.run("short-import-confirm"));
+        stage.page->profiles().import().preview(path);
+        QVERIFY(stage.run("short-import-confirm"));
         QCOMPARE(stage.profiles().Size(), before + 1);
         QCOMPARE(stage.profiles().At(first.name).shiftMax, changed.shiftMax);
         QVERIFY(!stage.profiles().Contains(QStringLiteral("odd")));
@@ -263,10 +268,104 @@ private Q_SLOTS:
         QCOMPARE(matrix.wanted().size(), 1);
         auto& map = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>("Assignments");
         QCOMPARE(map.Size(), std::size_t(0));
-        stage.page->assignments().send();
+        QVERIFY(stage.run("short-send-undo") && !stage.run("short-send"));
+        QTest::keyClick(table, Qt::Key_Space);
+        QVERIFY(stage.run("short-send"));
         QTRY_COMPARE(map.Size(), std::size_t(1));
         QTRY_COMPARE(matrix.changeCount(), 0);
         QVERIFY(matrix.index(0, 1).data(AssignmentMatrix::TickRole).toBool());
+        const auto& list = *stage.page->profiles().findChild<QTreeView*>()->model();
+        const auto used = list.match(list.index(0, list.columnCount() - 1), Qt::DisplayRole,
+                                     QStringLiteral("FFP 1"), -1, Qt::MatchContains);
+        QCOMPARE(used.size(), 1);
+        QCOMPARE(used.first().siblingAtColumn(0).data().toString(),
+                 matrix.headerData(1, Qt::Horizontal).toString());
+    }
+
+    /// Words narrow both tables; what is hidden is neither ticked by a key nor taken for missing.
+    void filters()
+    {
+        ShortTimeStage stage;
+        QTRY_VERIFY(stage.isSettled());
+        const auto filter = [&stage] { return stage.window->currentPage()->shownFilterLine(); };
+        QVERIFY(stage.run("filter"));
+        QVERIFY(filter()->hasFocus());
+        auto* const list = stage.page->profiles().findChild<QTreeView*>();
+        const QAbstractItemModel& rows = *list->model();
+        const auto all = rows.rowCount();
+        list->setCurrentIndex(rows.index(all - 1, 0));
+        const QString name = list->currentIndex().data().toString();
+        filter()->setText(name);
+        QTRY_VERIFY(rows.rowCount() < all);
+        QCOMPARE(list->currentIndex().data().toString(), name);
+        filter()->setText(QStringLiteral("hopper 225-400MHz"));
+        QVERIFY(rows.rowCount() > 0 && rows.rowCount() < all);
+        for (int row = 0; row < rows.rowCount(); ++row)
+            QVERIFY(rows.index(row, 0).data().toString().contains(QStringLiteral("UHF hopper")));
+        const int hoppers = rows.rowCount();
+        filter()->clear();
+        QCOMPARE(rows.rowCount(), all);
+        stage.show(1);
+        AssignmentMatrix& matrix = stage.page->assignments().matrix();
+        QTRY_COMPARE(matrix.rowCount(), 1);
+        auto* const table = stage.page->assignments().findChild<QTableView*>();
+        filter()->setText(QStringLiteral("\"FFP 1\" hopper 225-400MHz"));
+        QVERIFY(table->isVisible());
+        for (int column = 0; column < matrix.columnCount(); ++column) {
+            if (!table->isColumnHidden(column))
+                table->setCurrentIndex(matrix.index(0, column));
+        }
+        QTest::keyClick(table, Qt::Key_Space, Qt::ShiftModifier);
+        QCOMPARE(matrix.changeCount(), hoppers);
+        filter()->setText(QStringLiteral("no such thing"));
+        QVERIFY(!table->isVisible());
+        QCOMPARE(matrix.changeCount(), hoppers);
+        stage.show(3);
+        QVERIFY(!filter());
+    }
+
+    /// What was known of a server that vanishes stays, and says so; nothing can be done with it. What is
+    /// there to be done where there is nothing is said.
+    void vanishing()
+    {
+        ShortTimeStage stage;
+        QTRY_VERIFY(stage.isSettled());
+        Kolta::ShortTimeResult found;
+        found.startTime = QDateTime::currentMSecsSinceEpoch() * 1000;
+        stage.map<Kolta::ShortTimeResultItemMap>("Results").AddNew(found);
+        const auto tells = [&stage](const QString& text) {
+            const auto labels = stage.page->findChildren<QLabel*>();
+            return std::any_of(labels.begin(), labels.end(), [&text](const QLabel* label) {
+                return label->isVisible() && label->text().contains(text);
+            });
+        };
+        stage.show(3);
+        QVERIFY(tells(QStringLiteral("press Convert")));
+        stage.show(0);
+        const auto& list = *stage.page->profiles().findChild<QTreeView*>()->model();
+        AssignmentMatrix& matrix = stage.page->assignments().matrix();
+        QTRY_COMPARE(matrix.rowCount(), 1);
+        const int all = list.rowCount();
+        stage.server().vanish();
+        QTRY_VERIFY(tells(QStringLiteral("last known")));
+        QCOMPARE(list.rowCount(), all);
+        QVERIFY(list.index(0, 0).data(Kolta::ViewRoles::StaleRole).toBool());
+        for (const int tab : {1, 2}) {
+            stage.show(tab);
+            QTRY_VERIFY(tells(QStringLiteral("last known")));
+        }
+        QCOMPARE(matrix.columnCount(), all);
+        QCOMPARE(matrix.rowCount(), 1);
+        QVERIFY(matrix.index(0, 0).data(Kolta::ViewRoles::StaleRole).toBool());
+        QCOMPARE(stage.page->results().model().rowCount(), 1);
+        for (const char* const id : {"short-save", "short-remove", "short-import", "short-send"})
+            QVERIFY2(stage.why(id).contains(QStringLiteral("S1")), id);
+        stage.server().comeBack();
+        QTRY_VERIFY(!list.index(0, 0).data(Kolta::ViewRoles::StaleRole).toBool());
+        QTRY_COMPARE(list.rowCount(), all);
+        stage.profiles().Clear();
+        stage.show(1);
+        QTRY_VERIFY(tells(QStringLiteral("make one under Profiles")));
     }
 
     /// The plot follows until it is moved; what cannot be told apart by shape is "others".
@@ -292,7 +391,7 @@ private Q_SLOTS:
         QTRY_COMPARE(stage.page->results().model().rowCount(), 21);
         QTest::qWait(300);
         QCOMPARE(plot.shownCount(), 11);
-        plot.setFollowing(true);
+        QVERIFY(stage.run("short-follow") && !stage.run("short-follow"));
         QCOMPARE(plot.shownCount(), 1);
     }
 };

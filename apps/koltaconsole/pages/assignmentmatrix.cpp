@@ -1,5 +1,6 @@
 #include "assignmentmatrix.h"
 
+#include "profilefields.h"
 #include "shorttimemaps.h"
 
 #include <koltacommon/guidtext.h>
@@ -36,6 +37,11 @@ void AssignmentMatrix::showServer(const QString& address)
     if (address != m_server) {
         m_server = address;
         m_draft.clear();
+        beginResetModel();
+        m_ffps.clear();
+        m_profiles.clear();
+        m_uses.clear();
+        endResetModel();
         const QJsonObject kept = m_drafts.of(address);
         for (auto ffp = kept.begin(); ffp != kept.end(); ++ffp) {
             const QJsonObject ticks = ffp.value().toObject();
@@ -98,24 +104,46 @@ void AssignmentMatrix::readFfps(const QModelIndex& parent, const QString& above,
     }
 }
 
+/// While the server is away they stay as they were.
+void AssignmentMatrix::readAssignments(QVector<Ffp>& ffps)
+{
+    const auto find = [](QVector<Ffp>& among, const QString& guid) {
+        return std::find_if(among.begin(), among.end(),
+                            [&guid](const Ffp& ffp) { return Kolta::isSameGuid(ffp.guid, guid); });
+    };
+    const auto* const map =
+        shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
+    if (!map) {
+        for (const Ffp& known : qAsConst(m_ffps)) {
+            if (const auto found = find(ffps, known.guid); found != ffps.end())
+                found->assignment = known.assignment;
+        }
+        return;
+    }
+    m_uses.clear();
+    for (const auto& entry : map->data()) {
+        const auto found = find(ffps, entry.first);
+        if (found != ffps.end())
+            found->assignment = entry.second;
+        for (const QString& profile : entry.second.profiles)
+            m_uses[profile].append(found == ffps.end() ? entry.first : found->name);
+    }
+    for (QStringList& names : m_uses)
+        names.sort();
+}
+
 void AssignmentMatrix::refresh()
 {
     QVector<Ffp> ffps;
-    QVector<ShortTimeProfile> profiles;
     if (!m_server.isEmpty())
         readFfps(QModelIndex(), QString(), ffps);
-    if (const auto* const map =
-            shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments")) {
-        for (const auto& entry : map->data()) {
-            const auto found = std::find_if(ffps.begin(), ffps.end(), [&](const Ffp& ffp) {
-                return Kolta::isSameGuid(ffp.guid, entry.first);
-            });
-            if (found != ffps.end())
-                found->assignment = entry.second;
-        }
-    }
-    if (const auto* const map =
-            shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server, "Profiles")) {
+    readAssignments(ffps);
+    const auto* const map = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
+    m_isLastKnown = !map && !m_server.isEmpty();
+    if (m_isLastKnown && ffps.isEmpty())
+        ffps = m_ffps;
+    QVector<ShortTimeProfile> profiles = map ? QVector<ShortTimeProfile>() : m_profiles;
+    if (map) {
         for (const auto& entry : map->data())
             profiles.append(entry.second);
     }
@@ -139,6 +167,18 @@ void AssignmentMatrix::refresh()
 bool AssignmentMatrix::isTicked(const Ffp& ffp, const QString& profile) const
 {
     return m_draft.value(ffp.guid).value(profile, ffp.assignment.profiles.contains(profile));
+}
+
+bool AssignmentMatrix::fits(const FilterWords& words, int row, int column) const
+{
+    const ShortTimeProfile& profile = m_profiles.at(column);
+    QStringList texts{m_ffps.at(row).name};
+    for (int field = 0; field < kProfileFieldCount; ++field)
+        texts.append(fieldText(profile, static_cast<ProfileField>(field)));
+    texts.append(typeTitle(profile.type));
+    if (profile.useModulation)
+        texts.append(Kolta::modulationTypeToString(profile.modulation));
+    return words.matches(texts.join(QLatin1Char('\n')).toLower(), bandOf(profile));
 }
 
 bool AssignmentMatrix::isOutOfReach(const Ffp& ffp, const ShortTimeProfile& profile)
@@ -276,6 +316,8 @@ QVariant AssignmentMatrix::data(const QModelIndex& index, int role) const
         return isTicked(ffp, profile.name) && isOutOfReach(ffp, profile);
     case CoverageRole:
         return ffp.assignment.minCoverage;
+    case Roles::StaleRole:
+        return m_isLastKnown;
     default:
         return QVariant();
     }

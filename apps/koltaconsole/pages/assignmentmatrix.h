@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../filterwords.h"
 #include "../keptdrafts.h"
 
 #include <koltacommon/shorttimemodels.h>
@@ -35,6 +36,12 @@ public:
     void toggle(const QModelIndex& index) { set({index}, !index.data(TickRole).toBool()); }
     /// Ticks all of them or none: all, unless all are.
     void toggleAll(const QModelIndexList& indexes);
+    /// Whether the words fit the FFP and the profile of that cell.
+    bool fits(const FilterWords& words, int row, int column) const;
+    /// Names of all FFPs that look for a profile, by its name; of those that do not run the GUIDs.
+    const QHash<QString, QStringList>& uses() const noexcept { return m_uses; }
+    /// What is shown is of a server that is away.
+    bool isLastKnown() const noexcept { return m_isLastKnown; }
     int changeCount() const; ///< ticks that differ from what is so
     void undo();
     /// The assignments to ask for, one for each FFP whose ticks differ.
@@ -65,6 +72,7 @@ private:
     void set(const QModelIndexList& indexes, bool isOn);
     void keepDraft();
     void readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const;
+    void readAssignments(QVector<Ffp>& ffps);
     void readReach(const QString& tuner, Ffp& ffp) const;
     bool isTicked(const Ffp& ffp, const QString& profile) const;
     QString cellText(const Ffp& ffp, const Kolta::ShortTimeProfile& profile) const;
@@ -74,6 +82,8 @@ private:
     QString m_server;
     QVector<Ffp> m_ffps;
     QVector<Kolta::ShortTimeProfile> m_profiles;
+    QHash<QString, QStringList> m_uses;
+    bool m_isLastKnown = false;
     QHash<QString, QMap<QString, bool>> m_draft; ///< by FFP and profile, what was touched
     KeptDrafts m_drafts;
 };

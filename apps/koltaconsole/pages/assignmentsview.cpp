@@ -1,5 +1,7 @@
 #include "assignmentsview.h"
 
+#include "../actions.h"
+#include "../filterbar.h"
 #include "../matrixdelegate.h"
 #include "shorttimemaps.h"
 
@@ -12,6 +14,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTableView>
 #include <QVBoxLayout>
@@ -29,17 +32,25 @@ constexpr int kCellWidth = 104;
 
 } // namespace
 
-AssignmentsView::AssignmentsView(Session& session, QWidget* parent)
+AssignmentsView::AssignmentsView(Session& session, ActionTable& actions, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
+    , m_actions(actions)
     , m_matrix(session, this)
-    , m_heading(new QLabel(this))
-    , m_send(new QPushButton(this))
-    , m_undo(new QPushButton(tr("Undo"), this))
+    , m_filter(new FilterBar(tr("Filter: FFP 1, hopper, !burst"), tr("Filter of assignments"), this))
+    , m_nothing(new QLabel(this))
     , m_table(new QTableView(this))
+    , m_hint(new QLabel(this))
 {
-    m_heading->setProperty("heading", true);
-    m_heading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    makeTable();
+    makeActions();
+    arrange();
+    follow();
+    showState();
+}
+
+void AssignmentsView::makeTable()
+{
     m_table->setModel(&m_matrix);
     m_table->setItemDelegate(new MatrixDelegate(m_table));
     m_table->setAccessibleName(tr("Assignments"));
@@ -54,26 +65,58 @@ AssignmentsView::AssignmentsView(Session& session, QWidget* parent)
     m_table->verticalHeader()->setDefaultSectionSize(26);
     m_table->verticalHeader()->setMinimumWidth(180);
     m_table->installEventFilter(this);
-    auto* const hint = new QLabel(tr("Space: on or off · Ctrl+Space: whole column · Shift+Space: whole row · "
-                                     "no cover: the tuner does not reach the profile"),
-                                  this);
-    hint->setProperty("dim", true);
-    hint->setContentsMargins(8, 4, 8, 4);
-    hint->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    hint->setToolTip(hint->text());
+}
+
+void AssignmentsView::makeActions()
+{
+    ActionTable::Entry sending;
+    sending.id = QStringLiteral("short-send");
+    sending.text = tr("Send the assignments");
+    sending.shortcut = QKeySequence(Qt::CTRL + Qt::Key_Return);
+    sending.rights = Kolta::rightFor(UserAction::EditAssignments);
+    sending.needs = ActionTable::eLink;
+    sending.changes = true;
+    sending.problem = [this] { return objection(); };
+    sending.line = [this] { return sendLines(); };
+    sending.object = [this] { return m_server; };
+    sending.run = [this] { send(); };
+    ActionTable::Entry undoing;
+    undoing.id = QStringLiteral("short-send-undo");
+    undoing.text = tr("Undo the ticks");
+    undoing.problem = [this] { return m_matrix.changeCount() == 0 ? tr("Nothing has changed.") : QString(); };
+    undoing.run = [this] { m_matrix.undo(); };
+    for (const ActionTable::Entry& entry : {sending, undoing})
+        m_actions.add(entry, this);
+}
+
+void AssignmentsView::arrange()
+{
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 4, 8, 4);
+    m_nothing->setWordWrap(true);
+    m_nothing->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    m_hint->setText(tr("Space: on or off · Ctrl+Space: whole column · Shift+Space: whole row · "
+                       "no cover: the tuner does not reach the profile"));
+    m_hint->setProperty("dim", true);
+    m_hint->setContentsMargins(8, 4, 8, 4);
+    m_hint->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_hint->setToolTip(m_hint->text());
+    m_send = m_actions.makeButton(QStringLiteral("short-send"), this);
+    QPushButton* const undo = m_actions.makeButton(QStringLiteral("short-send-undo"), this);
+    undo->setText(tr("Undo"));
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
-    top->addWidget(m_heading, 1);
+    top->addWidget(m_filter, 1);
     top->addWidget(m_send);
-    top->addWidget(m_undo);
+    top->addWidget(undo);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addLayout(top);
+    layout->addWidget(m_nothing, 1);
     layout->addWidget(m_table, 1);
-    layout->addWidget(hint);
-    follow();
+    layout->addWidget(m_hint);
 }
 
 void AssignmentsView::follow()
@@ -93,8 +136,8 @@ void AssignmentsView::follow()
         connect(source, &QAbstractItemModel::rowsMoved, this, gather);
     }
     connect(&m_matrix, &AssignmentMatrix::si_DraftChanged, this, &AssignmentsView::showState);
-    connect(m_send, &QPushButton::clicked, this, &AssignmentsView::send);
-    connect(m_undo, &QPushButton::clicked, &m_matrix, &AssignmentMatrix::undo);
+    connect(&m_matrix, &QAbstractItemModel::modelReset, this, &AssignmentsView::applyFilter);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &AssignmentsView::applyFilter);
     connect(m_table, &QTableView::clicked, this,
             [this](const QModelIndex& index) { m_matrix.toggle(index); });
 }
@@ -112,22 +155,75 @@ void AssignmentsView::showServer(const QString& address)
     showState();
 }
 
+QLineEdit* AssignmentsView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// Of the rows and columns those with a cell that fits: words of an FFP, of a profile, or of both.
+void AssignmentsView::applyFilter()
+{
+    const FilterWords words(m_filter->text());
+    QVector<bool> rows(m_matrix.rowCount(), words.isEmpty());
+    QVector<bool> columns(m_matrix.columnCount(), words.isEmpty());
+    for (int row = 0; !words.isEmpty() && row < rows.size(); ++row) {
+        for (int column = 0; column < columns.size(); ++column) {
+            if (!m_matrix.fits(words, row, column))
+                continue;
+            rows[row] = true;
+            columns[column] = true;
+        }
+    }
+    for (int row = 0; row < rows.size(); ++row)
+        m_table->setRowHidden(row, !rows.at(row));
+    for (int column = 0; column < columns.size(); ++column)
+        m_table->setColumnHidden(column, !columns.at(column));
+    showState();
+}
+
+/// What has to be there first, as a sentence; empty for nothing.
+QString AssignmentsView::whatIsMissing() const
+{
+    const bool isEmpty = m_matrix.rowCount() == 0 || m_matrix.columnCount() == 0;
+    if (isEmpty && m_matrix.isLastKnown())
+        return objectionToShortTime(m_server, false);
+    if (m_server.isEmpty())
+        return objectionToShortTime(m_server, false);
+    if (m_matrix.columnCount() == 0)
+        return tr("There is no profile yet: make one under Profiles.");
+    if (m_matrix.rowCount() == 0)
+        return tr("No FFP runs on %1 that could look for a profile: start one on the page Order.")
+            .arg(m_server);
+    return m_table->verticalHeader()->hiddenSectionCount() == m_matrix.rowCount()
+               ? tr("Neither an FFP nor a profile matches \"%1\".").arg(m_filter->text())
+               : QString();
+}
+
 void AssignmentsView::showState()
 {
     const int changes = m_matrix.changeCount();
-    const bool isThere = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
-    QString objection = objectionToShortTime(m_session, m_server, isThere, UserAction::EditAssignments);
-    const QString counts = tr("%1 FFPs, %2 profiles").arg(m_matrix.rowCount()).arg(m_matrix.columnCount());
-    m_heading->setText(!isThere       ? objection
-                       : changes == 0 ? counts
-                                      : tr("%1; %n change(s) not sent", "", changes).arg(counts));
+    const QString missing = whatIsMissing();
+    const int rows = m_matrix.rowCount() - m_table->verticalHeader()->hiddenSectionCount();
+    const int columns = m_matrix.columnCount() - m_table->horizontalHeader()->hiddenSectionCount();
+    QStringList counts{tr("%n FFP(s)", "", rows), tr("%n profile(s)", "", columns)};
+    if (changes > 0)
+        counts.append(tr("%n change(s) not sent", "", changes));
+    if (m_matrix.isLastKnown())
+        counts.append(lastKnownText(m_session, m_server));
+    m_filter->tell(counts.join(QStringLiteral(", ")), !missing.isEmpty());
+    m_nothing->setText(missing);
+    m_nothing->setVisible(!missing.isEmpty());
+    m_table->setVisible(missing.isEmpty());
+    m_hint->setVisible(missing.isEmpty());
     m_send->setText(tr("Send %n change(s)", "", changes));
-    if (objection.isEmpty() && changes == 0)
-        objection = tr("Nothing has changed.");
-    m_send->setEnabled(objection.isEmpty());
-    m_send->setToolTip(objection);
-    m_send->setAccessibleDescription(objection);
-    m_undo->setEnabled(changes > 0);
+    m_actions.refresh();
+}
+
+QString AssignmentsView::objection() const
+{
+    const QString general = objectionToShortTime(
+        m_server, shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments"));
+    return general.isEmpty() && m_matrix.changeCount() == 0 ? tr("Nothing has changed.") : general;
 }
 
 QModelIndexList AssignmentsView::cellsFor(Qt::KeyboardModifiers keys) const
@@ -137,11 +233,15 @@ QModelIndexList AssignmentsView::cellsFor(Qt::KeyboardModifiers keys) const
     if (!current.isValid())
         return cells;
     if (keys.testFlag(Qt::ControlModifier)) {
-        for (int row = 0; row < m_matrix.rowCount(); ++row)
-            cells.append(m_matrix.index(row, current.column()));
+        for (int row = 0; row < m_matrix.rowCount(); ++row) {
+            if (!m_table->isRowHidden(row))
+                cells.append(m_matrix.index(row, current.column()));
+        }
     } else if (keys.testFlag(Qt::ShiftModifier)) {
-        for (int column = 0; column < m_matrix.columnCount(); ++column)
-            cells.append(m_matrix.index(current.row(), column));
+        for (int column = 0; column < m_matrix.columnCount(); ++column) {
+            if (!m_table->isColumnHidden(column))
+                cells.append(m_matrix.index(current.row(), column));
+        }
     } else {
         cells.append(current);
     }
@@ -162,12 +262,19 @@ bool AssignmentsView::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
+QString AssignmentsView::sendLines() const
+{
+    QStringList lines;
+    for (const ShortTimeFFPAssignment& assignment : m_matrix.wanted())
+        lines.append(KoltaApps::ActionLines(m_server).assign(assignment));
+    return lines.join(QLatin1Char('\n'));
+}
+
 /// Each FFP is asked for by itself; what is refused stays ticked and becomes an event.
 void AssignmentsView::send()
 {
     auto* const map = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
-    if (!map || !objectionToShortTime(m_session, m_server, true, UserAction::EditAssignments).isEmpty())
-        return;
+    m_line = sendLines();
     for (const ShortTimeFFPAssignment& assignment : m_matrix.wanted()) {
         auto* const job = new Kolta::AssignmentJob(*map, assignment, this);
         m_session.events().followOperation(*job, m_server, tr("assignment of %1").arg(assignment.ffpGuid));
@@ -177,7 +284,6 @@ void AssignmentsView::send()
                       if (operation.state() == Kolta::Operation::State::Done)
                           m_matrix.forgetDraft(server, ffp);
                   });
-        m_line = KoltaApps::ActionLines(m_server).assign(assignment);
     }
     Q_EMIT si_LineChanged();
 }

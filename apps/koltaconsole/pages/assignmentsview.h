@@ -6,10 +6,14 @@
 #include <QWidget>
 
 class QLabel;
+class QLineEdit;
 class QPushButton;
 class QTableView;
 
 namespace KoltaConsole {
+
+class ActionTable;
+class FilterBar;
 
 /// The matrix of FFPs and profiles with its keys, and the sending of what was ticked.
 class AssignmentsView : public QWidget
@@ -17,13 +21,12 @@ class AssignmentsView : public QWidget
     Q_OBJECT
 
 public:
-    AssignmentsView(Session& session, QWidget* parent);
+    AssignmentsView(Session& session, ActionTable& actions, QWidget* parent);
 
-    /// Follows what is allowed, too.
     void showServer(const QString& address);
-    void send();
     AssignmentMatrix& matrix() { return m_matrix; }
-    /// The `kolta` line of what was sent last; empty for nothing.
+    QLineEdit* filterLine() const;
+    /// The `kolta` lines of what was sent last, one for each FFP; empty for nothing.
     const QString& line() const noexcept { return m_line; }
 
 Q_SIGNALS:
@@ -33,19 +36,29 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void makeTable();
+    void makeActions();
+    void arrange();
     void follow();
+    void applyFilter();
     void showState();
+    QString whatIsMissing() const;
+    QString objection() const;
+    QString sendLines() const;
+    void send();
     QModelIndexList cellsFor(Qt::KeyboardModifiers keys) const;
 
     Session& m_session;
+    ActionTable& m_actions;
     QString m_server;
     AssignmentMatrix m_matrix;
     Kolta::ShortTimeFFPAssignmentModel m_assignments; ///< tells of changes
     Kolta::ShortTimeProfileModel m_profiles;
-    QLabel* m_heading;
-    QPushButton* m_send;
-    QPushButton* m_undo;
+    FilterBar* m_filter;
+    QPushButton* m_send = nullptr;
+    QLabel* m_nothing;
     QTableView* m_table;
+    QLabel* m_hint;
     QTimer m_gathering;
     QString m_line;
 };

@@ -43,6 +43,7 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     , m_session(session)
     , m_actions(actions)
     , m_table(new QTreeView(this))
+    , m_nothing(new QLabel(this))
     , m_record(new QLineEdit(this))
     , m_type(new QLineEdit(this))
     , m_production(new QLineEdit(this))
@@ -50,6 +51,10 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     , m_keep(new QSpinBox(this))
     , m_failedToo(new QCheckBox(tr("failed ones too"), this))
 {
+    m_model.keepLastKnown();
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 8, 8, 8);
+    m_nothing->setWordWrap(true);
     m_table->setModel(&m_model);
     m_table->setItemDelegate(new StateItemDelegate(m_table));
     m_table->setRootIsDecorated(false);
@@ -61,9 +66,11 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    layout->addWidget(m_nothing);
     layout->addWidget(m_table, 1);
     layout->addLayout(makeFields());
     const auto refresh = [this] { m_actions.refresh(); };
+    const auto showAll = [this] { showWhetherThereAreAny(); };
     for (QLineEdit* const line : {m_record, m_type, m_production, m_result})
         connect(line, &QLineEdit::textChanged, this, refresh);
     connect(m_keep, qOverload<int>(&QSpinBox::valueChanged), this, refresh);
@@ -74,10 +81,24 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
         refresh();
     });
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
-        connect(&m_model, signal, this, refresh);
-    connect(&m_model, &QAbstractItemModel::dataChanged, this, refresh);
+        connect(&m_model, signal, this, showAll);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, showAll);
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ConversionsView::playBeginnings);
     connect(&m_model, &QAbstractItemModel::dataChanged, this, &ConversionsView::playBeginnings);
+    showWhetherThereAreAny();
+}
+
+/// What to do where there is nothing, and since when what is shown is so no more.
+void ConversionsView::showWhetherThereAreAny()
+{
+    const bool isEmpty = m_model.rowCount() == 0, isAway = !map();
+    m_nothing->setVisible(isEmpty || isAway);
+    m_nothing->setText(
+        isEmpty && isAway ? objectionToShortTime(m_server, false)
+        : isAway ? tr("%n conversion(s), %1", "", m_model.rowCount()).arg(lastKnownText(m_session, m_server))
+                 : tr("No recording is being converted, nor has one been: name one in the "
+                      "field Record and press Convert."));
+    m_actions.refresh();
 }
 
 QLayout* ConversionsView::makeFields()
@@ -164,12 +185,12 @@ ConvertProductionResultMap* ConversionsView::map() const
 
 void ConversionsView::showServer(const QString& address)
 {
+    const bool isOther = m_server != address;
     m_server = address;
     ConvertProductionResultMap* const now = map();
-    if (m_model.map() != now) {
+    if (m_model.map() != now && (now || isOther))
         m_model.setMap(now);
-        m_actions.refresh();
-    }
+    showWhetherThereAreAny();
 }
 
 RecordIdentifier ConversionsView::selected() const
@@ -178,16 +199,15 @@ RecordIdentifier ConversionsView::selected() const
     return item ? item->GetKey() : RecordIdentifier();
 }
 
-/// Rights, link and read-only are the table's to say.
-QString ConversionsView::objection(UserAction action) const
+QString ConversionsView::objection() const
 {
-    return objectionToShortTime(m_session, m_server, map() != nullptr, action);
+    return objectionToShortTime(m_server, map() != nullptr);
 }
 
 QString ConversionsView::objectionToStart() const
 {
     const QString text = m_record->text().trimmed();
-    const QString general = objection(UserAction::Convert);
+    const QString general = objection();
     if (!general.isEmpty())
         return general;
     const RecordIdentifier record = RecordIdentifier::fromString(text);
@@ -200,7 +220,7 @@ QString ConversionsView::objectionToStart() const
 
 QString ConversionsView::objectionToFinish() const
 {
-    const QString general = objection(UserAction::Convert);
+    const QString general = objection();
     if (!general.isEmpty())
         return general;
     const RecordIdentifier record = selected();
@@ -223,7 +243,7 @@ int ConversionsView::tidyCount() const
 
 QString ConversionsView::objectionToTidy() const
 {
-    const QString general = objection(UserAction::RemoveConversions);
+    const QString general = objection();
     if (!general.isEmpty())
         return general;
     return tidyCount() > 0 ? QString() : tr("No finished conversion is more than is to be kept.");

@@ -9,6 +9,7 @@
 #include <functional>
 
 class QCheckBox;
+class QLabel;
 class QLayout;
 class QLineEdit;
 class QSpinBox;
@@ -40,9 +41,10 @@ Q_SIGNALS:
 private:
     void makeActions();
     QLayout* makeFields();
+    void showWhetherThereAreAny();
     Kolta::ConvertProductionResultMap* map() const;
     sorel::RecordIdentifier selected() const;
-    QString objection(Kolta::UserAction action) const;
+    QString objection() const;
     QString objectionToStart() const;
     QString objectionToFinish() const;
     QString objectionToTidy() const;
@@ -59,6 +61,7 @@ private:
     QString m_server;
     Kolta::ConvertProductionResultModel m_model;
     QTreeView* m_table;
+    QLabel* m_nothing;
     QLineEdit* m_record;
     QLineEdit* m_type;
     QLineEdit* m_production;

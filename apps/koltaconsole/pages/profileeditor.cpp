@@ -1,5 +1,6 @@
 #include "profileeditor.h"
 
+#include "../actions.h"
 #include "../serverfacts.h"
 
 #include <QComboBox>
@@ -61,11 +62,7 @@ bool isSame(const ShortTimeProfile& a, const ShortTimeProfile& b)
 ProfileEditor::ProfileEditor(QWidget* parent)
     : QWidget(parent)
     , m_heading(new QLabel(this))
-    , m_save(new QPushButton(tr("Save"), this))
-    , m_undo(new QPushButton(tr("Undo"), this))
-    , m_take(new QPushButton(tr("Take theirs"), this))
-    , m_keep(new QPushButton(tr("Keep mine"), this))
-    , m_compare(new QPushButton(tr("Compare"), this))
+    , m_top(new QHBoxLayout)
     , m_comparison(new QTreeWidget(this))
     , m_modulation(new QComboBox(this))
     , m_type(new QComboBox(this))
@@ -79,12 +76,6 @@ void ProfileEditor::makeHeading()
 {
     m_heading->setProperty("heading", true);
     m_heading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    connect(m_save, &QPushButton::clicked, this, &ProfileEditor::si_Save);
-    connect(m_undo, &QPushButton::clicked, this, [this] { edit(m_theirs.value_or(m_original)); });
-    connect(m_take, &QPushButton::clicked, this, [this] { edit(m_theirs.value_or(m_original)); });
-    connect(m_keep, &QPushButton::clicked, this, [this] { takeSaved(m_theirs.value_or(m_original)); });
-    connect(m_compare, &QPushButton::toggled, this, &ProfileEditor::showHeading);
-    m_compare->setCheckable(true);
     m_comparison->setHeaderLabels({tr("Field"), tr("Mine"), tr("Theirs")});
     m_comparison->setRootIsDecorated(false);
     m_comparison->setUniformRowHeights(true);
@@ -114,11 +105,8 @@ void ProfileEditor::makeLists()
 
 void ProfileEditor::makeFields()
 {
-    auto* const top = new QHBoxLayout;
-    top->setSpacing(8);
-    top->addWidget(m_heading, 1);
-    for (QPushButton* const button : {m_compare, m_take, m_keep, m_save, m_undo})
-        top->addWidget(button);
+    m_top->setSpacing(8);
+    m_top->addWidget(m_heading, 1);
     auto* const grid = new QGridLayout;
     grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(2);
@@ -150,7 +138,7 @@ void ProfileEditor::makeFields()
     place(kProfileFieldCount + 1, tr("Type"), m_type, nullptr);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 6, 8, 6);
-    layout->addLayout(top);
+    layout->addLayout(m_top);
     layout->addWidget(m_comparison);
     layout->addLayout(grid);
 }
@@ -313,19 +301,17 @@ void ProfileEditor::showHeading()
         parts.append(m_news);
     m_heading->setText(parts.join(QStringLiteral(" — ")));
     m_heading->setToolTip(m_heading->text());
-    const QString objection = objectionToSave();
-    m_save->setEnabled(objection.isEmpty());
-    m_save->setToolTip(objection);
-    m_save->setAccessibleDescription(objection);
-    m_undo->setEnabled(m_isChanged && !m_isSaving);
-    for (QPushButton* const button : {m_take, m_keep, m_compare})
-        button->setVisible(m_theirs.has_value());
+    for (QPushButton* const button : qAsConst(m_newsButtons))
+        button->setVisible(hasTheirs());
     showComparison();
+    Q_EMIT si_StateChanged();
 }
 
 void ProfileEditor::showComparison()
 {
-    const bool isShown = m_theirs && m_compare->isChecked();
+    const bool isShown = m_theirs && m_isComparing;
+    if (m_compare)
+        m_compare->setChecked(isShown);
     m_comparison->setVisible(isShown);
     m_comparison->clear();
     if (!isShown)
@@ -341,8 +327,6 @@ void ProfileEditor::showComparison()
 
 QString ProfileEditor::objectionToSave() const
 {
-    if (!m_objection.isEmpty())
-        return m_objection;
     if (m_isSaving)
         return tr("It is being saved.");
     if (m_wrong > 0)
@@ -350,9 +334,29 @@ QString ProfileEditor::objectionToSave() const
     return m_isChanged ? QString() : tr("Nothing has changed.");
 }
 
-void ProfileEditor::setObjection(const QString& objection)
+QString ProfileEditor::objectionToUndo() const
 {
-    m_objection = objection;
+    if (m_isSaving)
+        return tr("It is being saved.");
+    return m_isChanged ? QString() : tr("Nothing has changed.");
+}
+
+void ProfileEditor::compare()
+{
+    m_isComparing = !m_isComparing;
+    showHeading();
+}
+
+void ProfileEditor::addButtons(const ActionTable& actions, const QStringList& news, const QStringList& ids)
+{
+    for (const QString& id : news)
+        m_newsButtons.append(actions.makeButton(id, this));
+    for (QPushButton* const button : qAsConst(m_newsButtons))
+        m_top->addWidget(button);
+    for (const QString& id : ids)
+        m_top->addWidget(actions.makeButton(id, this));
+    m_compare = m_newsButtons.first();
+    m_compare->setCheckable(true);
     showHeading();
 }
 

@@ -9,12 +9,15 @@
 #include <optional>
 
 class QComboBox;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QPushButton;
 class QTreeWidget;
 
 namespace KoltaConsole {
+
+class ActionTable;
 
 /// The fields of one short-time profile. Each is read at every key; what is wrong says so below itself, and
 /// nothing can be saved then. What others change meanwhile is told and does not overwrite what was typed.
@@ -50,17 +53,28 @@ public:
     bool isWrong() const noexcept { return m_wrong > 0; }
     /// For tests and the page: the line of that field.
     QLineEdit* line(ProfileField field) const { return m_lines[static_cast<std::size_t>(field)]; }
-    /// Why saving is not possible; empty: it is.
+    /// As far as it is the fields that say so; empty: it is possible.
     QString objectionToSave() const;
-    /// From elsewhere: rights, the link.
-    void setObjection(const QString& objection);
+    QString objectionToUndo() const;
+    /// Others have changed what somebody changes here.
+    bool hasTheirs() const noexcept { return m_theirs.has_value(); }
+    /// Back to what it is on its server now.
+    void undo() { edit(m_theirs.value_or(m_original)); }
+    /// What was typed is to replace what others have made of it.
+    void keepMine() { takeSaved(m_theirs.value_or(m_original)); }
+    /// Shows where what was typed differs from theirs, or not any more.
+    void compare();
+    /// Puts the buttons of these actions beside the name; those of `news` are shown while others have changed
+    /// it. The first of these compares, and shows whether it does.
+    void addButtons(const ActionTable& actions, const QStringList& news, const QStringList& ids);
     /// Beside the name: who uses it.
     void setUse(const QString& use);
 
 Q_SIGNALS:
-    void si_Save();
     /// written() is another.
     void si_Written();
+    /// What can be done with it may be something else.
+    void si_StateChanged();
 
 private:
     void makeFields();
@@ -79,16 +93,14 @@ private:
     bool m_isFilling = false;
     bool m_isSaving = false;
     int m_wrong = 0;
-    QString m_objection;
+    bool m_isComparing = false;
     QString m_use;
     QString m_news;    ///< what others did
     QString m_failure; ///< of saving
     QLabel* m_heading;
-    QPushButton* m_save;
-    QPushButton* m_undo;
-    QPushButton* m_take;
-    QPushButton* m_keep;
-    QPushButton* m_compare;
+    QHBoxLayout* m_top;
+    QVector<QPushButton*> m_newsButtons;
+    QPushButton* m_compare = nullptr;
     QTreeWidget* m_comparison;
     std::array<QLineEdit*, kProfileFieldCount> m_lines{};
     std::array<QLabel*, kProfileFieldCount> m_hints{};

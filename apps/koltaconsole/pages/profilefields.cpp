@@ -161,4 +161,16 @@ QString takeField(ShortTimeProfile& p, ProfileField field, const QString& typed)
     return QString();
 }
 
+FilterWords::Band bandOf(const ShortTimeProfile& profile)
+{
+    FilterWords::Band band;
+    if (profile.useFrequency) {
+        band.from = static_cast<double>(profile.frequencyMin);
+        band.to = static_cast<double>(profile.frequencyMax);
+    }
+    if (profile.useBandwidth)
+        band.bandwidth = profile.bandwidthMax;
+    return band;
+}
+
 } // namespace KoltaConsole

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../filterwords.h"
+
 #include <koltacommon/shorttimeprofile.h>
 
 #include <QString>
@@ -30,5 +32,8 @@ QString fieldText(const Kolta::ShortTimeProfile& profile, ProfileField field);
 /// Takes over what the text says; empty takes it out of use. The sentence of what is wrong with it, with a
 /// proposal where there is one; nothing is changed then.
 QString takeField(Kolta::ShortTimeProfile& profile, ProfileField field, const QString& text);
+
+/// What words of a filter compare with frequencies; nothing for what is not in use.
+FilterWords::Band bandOf(const Kolta::ShortTimeProfile& profile);
 
 } // namespace KoltaConsole

@@ -1,26 +1,25 @@
 #include "profilesview.h"
 
+#include "../actions.h"
 #include "../columns.h"
+#include "../filterbar.h"
 #include "../stateitemdelegate.h"
 #include "../wishwatch.h"
 #include "profileeditor.h"
+#include "profileimportview.h"
 #include "profilesaving.h"
 #include "shorttimemaps.h"
 
 #include <common/actionlines.h>
 
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
 #include <QTreeView>
-#include <QTreeWidget>
 #include <QVBoxLayout>
-
-#include <algorithm>
 
 namespace KoltaConsole {
 
@@ -28,111 +27,155 @@ using Kolta::ShortTimeProfile;
 using Kolta::ShortTimeProfileItemMap;
 using Kolta::UserAction;
 
-QString objectionToShortTime(const Session& session, const QString& server, bool isThere, UserAction action)
+QString objectionToShortTime(const QString& server, bool isThere)
 {
-    if (session.isReadOnly())
-        return session.whyReadOnly();
-    if (!session.link().isUp)
-        return ProfilesView::tr("It needs the link to the broker.");
-    if (!isThere)
-        return server.isEmpty() ? ProfilesView::tr("No server is chosen.")
-                                : ProfilesView::tr("%1 is away, or has no such data.").arg(server);
-    return session.areUsersKnown() ? Kolta::objectionTo(action) : QString();
+    if (isThere)
+        return QString();
+    return server.isEmpty() ? ProfilesView::tr("No server is chosen.")
+                            : ProfilesView::tr("%1 is away, or has no such data.").arg(server);
 }
 
-ProfilesView::ProfilesView(Session& session, QWidget* parent)
+QString lastKnownText(const Session& session, const QString& server)
+{
+    const QDateTime time = session.factsOf(server).lastKnown;
+    return time.isValid() ? ProfilesView::tr("last known at %1").arg(timeText(time))
+                          : ProfilesView::tr("last known");
+}
+
+ProfilesView::ProfilesView(Session& session, ActionTable& actions, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
+    , m_actions(actions)
+    , m_filter(new FilterBar(tr("Filter: hopper, FSK2, 30-88 MHz, !burst"), tr("Filter of profiles"), this))
     , m_table(new QTreeView(this))
-    , m_nothing(new QLabel(tr("There are no profiles."), this))
+    , m_nothing(new QLabel(this))
     , m_editor(new ProfileEditor(this))
-    , m_new(new QPushButton(tr("New"), this))
-    , m_remove(new QPushButton(tr("Remove"), this))
-    , m_open(new QPushButton(tr("Import…"), this))
+    , m_import(new ProfileImportView(session, actions, this))
     , m_drafts(session, QStringLiteral("profileDrafts"), this)
 {
     makeTable();
-    m_nothing->setProperty("dim", true);
-    m_nothing->setContentsMargins(8, 4, 8, 4);
-    m_import = makeImport();
-    auto* const buttons = new QHBoxLayout;
-    buttons->setContentsMargins(8, 4, 8, 4);
-    buttons->setSpacing(8);
-    buttons->addWidget(m_nothing, 1);
-    for (QPushButton* const button : {m_new, m_remove, m_open})
-        buttons->addWidget(button);
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addLayout(buttons);
-    layout->addWidget(m_table, 1);
-    layout->addWidget(m_editor);
-    layout->addWidget(m_import);
-    closeImport();
+    makeListActions();
+    makeEditorActions();
+    arrange();
     follow();
+    followEditor();
+    showCount();
 }
 
 void ProfilesView::makeTable()
 {
-    m_table->setModel(&m_model);
+    m_rows.setSourceModel(&m_model);
+    m_table->setModel(&m_rows);
     m_table->setItemDelegate(new StateItemDelegate(m_table));
     m_table->setRootIsDecorated(false);
     m_table->setUniformRowHeights(true);
     m_table->setAlternatingRowColors(true);
     m_table->setAccessibleName(tr("Profiles"));
-    setColumnWidths(*m_table, {140, 90, 140, 120, 96, 118, 76, 90});
+    // The editor has them too, and there is not room for all.
+    for (const int column : {ProfileRows::eDurationColumn, ProfileRows::eShiftColumn})
+        m_table->setColumnHidden(column, true);
+    setColumnWidths(*m_table, {184, 64, 148, 128, 84, 124, 68, 92, 138});
+    offerColumns(*m_table);
 }
 
-QWidget* ProfilesView::makeImport()
+void ProfilesView::makeListActions()
 {
-    auto* const box = new QWidget(this);
-    m_importTitle = new QLabel(box);
-    m_importTitle->setProperty("heading", true);
-    m_importTitle->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    m_confirm = new QPushButton(box);
-    auto* const cancel = new QPushButton(tr("Cancel"), box);
-    m_differences = new QTreeWidget(box);
-    m_differences->setHeaderLabels({tr("Difference"), tr("Now"), tr("Becomes")});
-    m_differences->setRootIsDecorated(false);
-    m_differences->setUniformRowHeights(true);
-    m_differences->setAlternatingRowColors(true);
-    m_differences->setAccessibleName(tr("What the file would change"));
-    m_differences->header()->resizeSection(0, 330);
-    m_differences->header()->resizeSection(1, 260);
-    m_differences->setItemDelegate(new StateItemDelegate(m_differences, [](const QModelIndex& index) {
-        return index.data(Qt::UserRole).toBool()
-                   ? std::optional<Look>(Look{Mark::Triangle, Role::Attention, index.data().toString(), true})
-                   : std::nullopt;
-    }));
+    ActionTable::Entry begin;
+    begin.id = QStringLiteral("short-new");
+    begin.text = tr("New");
+    begin.shortcut = QKeySequence(QKeySequence::New);
+    begin.run = [this] { beginNew(); };
+    ActionTable::Entry removal;
+    removal.id = QStringLiteral("short-remove");
+    removal.text = tr("Remove");
+    removal.shortcut = QKeySequence(Qt::Key_Delete);
+    removal.rights = Kolta::rightFor(UserAction::EditProfiles);
+    removal.needs = ActionTable::eLink;
+    removal.changes = true;
+    removal.problem = [this] { return objectionToRemove(); };
+    removal.line = [this] { return removeLine(); };
+    removal.object = [this] { return selected() ? selected()->name : QString(); };
+    removal.run = [this] { remove(); };
+    ActionTable::Entry import = removal;
+    import.id = QStringLiteral("short-import");
+    import.text = tr("Import…");
+    import.shortcut = QKeySequence(QKeySequence::Open);
+    import.problem = [this] { return objectionToShortTime(m_server, map() != nullptr);
+};
+import.line = {};
+import.object = {};
+import.run = [this] { askForFile();
+}; // namespace KoltaConsole
+for (const ActionTable::Entry& entry : {begin, removal, import})
+    m_actions.add(entry, this);
+}
+
+void ProfilesView::makeEditorActions()
+{
+    ActionTable::Entry saving;
+    saving.id = QStringLiteral("short-save");
+    saving.text = tr("Save");
+    saving.shortcut = QKeySequence(QKeySequence::Save);
+    saving.rights = Kolta::rightFor(UserAction::EditProfiles);
+    saving.needs = ActionTable::eLink;
+    saving.changes = true;
+    saving.problem = [this] { return objectionToSave(); };
+    saving.line = [this] { return saveLine(); };
+    saving.object = [this] { return m_editor->draft().name; };
+    saving.run = [this] { save(); };
+    m_actions.add(saving, this);
+    const auto add = [this](const char* id, const QString& text, const std::function<QString()>& problem,
+                            void (ProfileEditor::*deed)()) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.problem = problem;
+        entry.run = [this, deed] { (m_editor->*deed)(); };
+        m_actions.add(entry, this);
+    };
+    const auto noNews = [this] {
+        return m_editor->hasTheirs() ? QString() : tr("Others have changed nothing of it meanwhile.");
+    };
+    add(
+        "short-undo", tr("Undo"), [this] { return m_editor->objectionToUndo(); }, &ProfileEditor::undo);
+    add("short-compare", tr("Compare"), noNews, &ProfileEditor::compare);
+    add("short-take", tr("Take theirs"), noNews, &ProfileEditor::undo);
+    add("short-keep", tr("Keep mine"), noNews, &ProfileEditor::keepMine);
+}
+
+void ProfilesView::arrange()
+{
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 4, 8, 4);
+    m_nothing->setWordWrap(true);
     auto* const top = new QHBoxLayout;
-    top->setContentsMargins(8, 4, 8, 4);
+    top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(8);
-    top->addWidget(m_importTitle, 1);
-    top->addWidget(m_confirm);
-    top->addWidget(cancel);
-    auto* const layout = new QVBoxLayout(box);
+    top->addWidget(m_filter, 1);
+    for (const char* const id : {"short-new", "short-remove", "short-import"})
+        top->addWidget(m_actions.makeButton(QLatin1String(id), this));
+    m_editor->addButtons(
+        m_actions,
+        {QStringLiteral("short-compare"), QStringLiteral("short-take"), QStringLiteral("short-keep")},
+        {QStringLiteral("short-save"), QStringLiteral("short-undo")});
+    auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addLayout(top);
-    layout->addWidget(m_differences);
-    m_differences->setFixedHeight(130);
-    connect(m_confirm, &QPushButton::clicked, this, &ProfilesView::confirmImport);
-    connect(cancel, &QPushButton::clicked, this, &ProfilesView::closeImport);
-    return box;
+    layout->addWidget(m_nothing);
+    layout->addWidget(m_table, 1);
+    layout->addWidget(m_editor);
+    layout->addWidget(m_import);
 }
 
 void ProfilesView::follow()
 {
-    connect(m_new, &QPushButton::clicked, this, [this] {
-        m_table->clearSelection();
-        m_table->setCurrentIndex(QModelIndex());
-        m_editor->edit(ShortTimeProfile());
-        m_editor->line(ProfileField::Name)->setFocus();
-    });
-    connect(m_remove, &QPushButton::clicked, this, &ProfilesView::remove);
-    connect(m_open, &QPushButton::clicked, this, &ProfilesView::askForFile);
-    connect(m_editor, &ProfileEditor::si_Save, this, &ProfilesView::save);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &ProfilesView::applyFilter);
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &ProfilesView::choose);
+    connect(&m_rows, &QAbstractItemModel::modelReset, this, &ProfilesView::selectEdited);
+    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(&m_rows, signal, this, &ProfilesView::showCount);
+    connect(&m_rows, &QAbstractItemModel::modelReset, this, &ProfilesView::showCount);
     connect(&m_model, &QAbstractItemModel::dataChanged, this,
             [this](const QModelIndex& first, const QModelIndex& last) {
                 for (int row = first.row(); row <= last.row(); ++row) {
@@ -140,19 +183,25 @@ void ProfilesView::follow()
                     if (profile && profile->name == m_editor->original().name)
                         compareWithOthers();
                 }
+                showCount();
             });
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, [this] {
         // A server that returns may tell of its profiles one after the other.
         if (map() && map()->Contains(m_editor->original().name))
             compareWithOthers();
-        refresh();
     });
     connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
-        compareWithOthers();
-        refresh();
+        if (!m_model.isLastKnown())
+            compareWithOthers();
     });
+}
+
+void ProfilesView::followEditor()
+{
+    connect(m_editor, &ProfileEditor::si_StateChanged, &m_actions, &ActionTable::refresh);
     connect(m_editor, &ProfileEditor::si_Written, this,
             [this] { m_drafts.set(m_server, m_editor->written()); });
+    connect(m_import, &ProfileImportView::si_Line, this, &ProfilesView::tellLine);
 }
 
 ShortTimeProfileItemMap* ProfilesView::map() const
@@ -160,39 +209,68 @@ ShortTimeProfileItemMap* ProfilesView::map() const
     return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
 }
 
+QLineEdit* ProfilesView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// While a server is away its profiles are those that were known last; what somebody types stays.
 void ProfilesView::showServer(const QString& address)
 {
-    if (m_server != address) {
+    const bool isOther = m_server != address;
+    if (isOther) {
         m_server.clear(); // what is shown instead is no draft of either server
-        closeImport();
         m_editor->edit(ShortTimeProfile());
         m_server = address;
         m_editor->resume(m_drafts.of(address));
+        m_import->showServer(address);
     }
-    refresh();
-}
-
-/// While a server is away its collection is empty; what somebody types stays.
-void ProfilesView::refresh()
-{
     ShortTimeProfileItemMap* const now = map();
-    if (m_model.map() != now) {
+    if (m_model.map() != now && (now || isOther)) {
         m_model.setMap(now);
         if (m_model.rowCount() > 0)
             compareWithOthers();
     }
-    const QString objection = objectionToShortTime(m_session, m_server, now, UserAction::EditProfiles);
-    m_editor->setObjection(objection);
-    for (QPushButton* const button : {m_open, m_confirm, m_remove}) {
-        button->setToolTip(objection);
-        button->setAccessibleDescription(objection);
+    showCount();
+}
+
+void ProfilesView::setUses(const QHash<QString, QStringList>& uses)
+{
+    m_model.setUses(uses);
+    if (!m_editor->original().name.isEmpty())
+        m_editor->setUse(useOf(m_editor->original().name));
+}
+
+void ProfilesView::applyFilter()
+{
+    m_words = FilterWords(m_filter->text());
+    if (m_words.isEmpty()) {
+        m_rows.setFilter({});
+        return;
     }
-    m_open->setEnabled(objection.isEmpty());
-    m_remove->setEnabled(objection.isEmpty() && m_table->currentIndex().isValid());
-    m_confirm->setEnabled(objection.isEmpty() && !m_pending.wanted.isEmpty());
-    m_nothing->setText(!now                      ? objection
-                       : m_model.rowCount() == 0 ? tr("There are no profiles.")
-                                                 : tr("%n profile(s)", "", m_model.rowCount()));
+    m_rows.setFilter([this](int row, const QString& search) {
+        const ShortTimeProfile* const profile =
+            m_words.wantsBand() ? m_model.itemAt(m_model.index(row, 0)) : nullptr;
+        return m_words.matches(search, profile ? bandOf(*profile) : FilterWords::Band());
+    });
+}
+
+void ProfilesView::showCount()
+{
+    const QLocale locale;
+    const int all = m_model.rowCount(), shown = m_rows.rowCount();
+    QString count = all == shown ? tr("%n profile(s)", "", all)
+                                 : tr("%1 of %n profile(s)", "", all).arg(locale.toString(shown));
+    const bool isAway = !map();
+    if (isAway && all > 0)
+        count = QStringLiteral("%1, %2").arg(count, lastKnownText(m_session, m_server));
+    m_filter->tell(count, shown == 0);
+    m_nothing->setVisible(shown == 0);
+    m_nothing->setText(all > 0  ? tr("No profile matches \"%1\".").arg(m_filter->text())
+                       : isAway ? objectionToShortTime(m_server, false)
+                                : tr("There is no profile yet: make one below and save it, or import a file "
+                                     "that has some."));
+    m_actions.refresh();
 }
 
 /// What has become of the profile that is shown, while nobody told of it too.
@@ -209,15 +287,31 @@ void ProfilesView::compareWithOthers()
         m_editor->takeRemoval();
 }
 
+const ShortTimeProfile* ProfilesView::selected() const
+{
+    const QModelIndex current = m_table->currentIndex();
+    return current.isValid() ? m_model.itemAt(m_rows.mapToSource(current)) : nullptr;
+}
+
+/// A filter leaves no row chosen.
+void ProfilesView::selectEdited()
+{
+    const QModelIndex edited = m_rows.mapFromSource(m_model.indexOf(m_editor->original().name));
+    if (edited.isValid())
+        m_table->setCurrentIndex(edited);
+    else
+        m_actions.refresh();
+}
+
 /// A draft that is not saved is not lost to a click; it has to be undone first.
 void ProfilesView::choose()
 {
-    const ShortTimeProfile* const profile = m_model.itemAt(m_table->currentIndex());
+    const ShortTimeProfile* const profile = selected();
     if (profile && !m_editor->isChanged()) {
         m_editor->edit(*profile);
         m_editor->setUse(useOf(profile->name));
     }
-    refresh();
+    m_actions.refresh();
 }
 
 int ProfilesView::useCount(const QString& profile) const
@@ -244,36 +338,60 @@ void ProfilesView::tellLine(const QString& line)
     Q_EMIT si_LineChanged();
 }
 
+/// The name that the profile has on its server so far; empty for a new one.
+QString ProfilesView::nameBefore() const
+{
+    const QString name = m_editor->original().name;
+    const ShortTimeProfileItemMap* const profiles = map();
+    return profiles && profiles->Contains(name) ? name : QString();
+}
+
 /// Assignments follow another name, which not everybody may let them.
 QString ProfilesView::objectionToName(const QString& name, const QString& before) const
 {
     if (name == before)
         return QString();
     if (map()->Contains(name))
-        return tr("there is one of that name");
-    return before.isEmpty() || useCount(before) == 0
+        return tr("There is a profile of that name.");
+    return before.isEmpty() || useCount(before) == 0 || !m_session.areUsersKnown()
                ? QString()
-               : objectionToShortTime(m_session, m_server, true, UserAction::EditAssignments);
+               : Kolta::objectionTo(UserAction::EditAssignments);
+}
+
+QString ProfilesView::objectionToSave() const
+{
+    const QString general = objectionToShortTime(m_server, map() != nullptr);
+    if (!general.isEmpty())
+        return general;
+    if (m_saving)
+        return tr("A profile is being saved.");
+    const QString objection = m_editor->objectionToSave();
+    return objection.isEmpty() ? objectionToName(m_editor->draft().name, m_editor->original().name)
+                               : objection;
+}
+
+QString ProfilesView::saveLine() const
+{
+    const ShortTimeProfile& draft = m_editor->draft();
+    const QString before = nameBefore();
+    return draft.name.isEmpty() ? QString()
+                                : KoltaApps::ActionLines(m_server).setProfile(
+                                      draft, before == draft.name ? QString() : before);
+}
+
+void ProfilesView::beginNew()
+{
+    m_table->clearSelection();
+    m_table->setCurrentIndex(QModelIndex());
+    m_editor->edit(ShortTimeProfile());
+    m_editor->line(ProfileField::Name)->setFocus();
 }
 
 void ProfilesView::save()
 {
-    ShortTimeProfileItemMap* const profiles = map();
-    if (!profiles || m_saving || !m_editor->objectionToSave().isEmpty())
-        return;
-    const ShortTimeProfile draft = m_editor->draft();
-    const QString before = m_editor->original().name;
-    const QString objection = objectionToName(draft.name, before);
-    if (!objection.isEmpty()) {
-        m_editor->setFailure(objection);
-        m_session.tell(tr("profile %1 of %2 is not saved: %3").arg(draft.name, m_server, objection),
-                       Kolta::Event::Weight::Attention);
-        return;
-    }
-    m_saving =
-        new ProfileSaving(m_session, m_server, profiles->Contains(before) ? before : QString(), draft, this);
+    tellLine(saveLine());
+    m_saving = new ProfileSaving(m_session, m_server, nameBefore(), m_editor->draft(), this);
     connect(m_saving, &ProfileSaving::si_Ended, this, &ProfilesView::takeEnd);
-    tellLine(KoltaApps::ActionLines(m_server).setProfile(draft, m_saving->isRenaming() ? before : QString()));
     m_editor->setSaving(true);
     m_saving->begin();
 }
@@ -303,17 +421,25 @@ void ProfilesView::takeEnd(const QString& problem)
         m_session.tell(isSaved ? tr("profile %1 of %2: %3").arg(wanted.name, server, problem)
                                : tr("profile %1 of %2 is not saved: %3").arg(wanted.name, server, problem),
                        Kolta::Event::Weight::Attention);
-    refresh();
+    m_actions.refresh();
+}
+
+QString ProfilesView::objectionToRemove() const
+{
+    const QString general = objectionToShortTime(m_server, map() != nullptr);
+    return general.isEmpty() && !selected() ? tr("No profile is selected.") : general;
+}
+
+QString ProfilesView::removeLine() const
+{
+    return selected() ? KoltaApps::ActionLines(m_server).removeProfiles({selected()->name}) : QString();
 }
 
 void ProfilesView::remove()
 {
     ShortTimeProfileItemMap* const profiles = map();
-    const ShortTimeProfile* const profile = m_model.itemAt(m_table->currentIndex());
-    if (!profiles || !profile)
-        return;
-    const QString name = profile->name;
-    tellLine(KoltaApps::ActionLines(m_server).removeProfiles({name}));
+    const QString name = selected()->name;
+    tellLine(removeLine());
     profiles->EraseAt(name);
     new WishWatch(
         m_session, m_server, profiles->GetPath(),
@@ -331,92 +457,8 @@ void ProfilesView::askForFile()
     auto* const dialog = new QFileDialog(this, tr("Import profiles"), QString(), tr("Profiles (*.xml)"));
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &QFileDialog::fileSelected, this, &ProfilesView::previewImport);
+    connect(dialog, &QFileDialog::fileSelected, m_import, &ProfileImportView::preview);
     dialog->open();
-}
-
-void ProfilesView::previewImport(const QString& file)
-{
-    const ShortTimeProfileItemMap* const profiles = map();
-    if (!profiles)
-        return;
-    m_pending = ProfileImport::read(file, *profiles);
-    if (!m_pending.error.isEmpty()) {
-        m_session.tell(tr("profiles are not imported: %1").arg(m_pending.error),
-                       Kolta::Event::Weight::Attention);
-        closeImport();
-        return;
-    }
-    m_importTitle->setText(m_pending.lines.isEmpty()
-                               ? tr("Import of %1: nothing differs").arg(QFileInfo(file).fileName())
-                               : tr("Import of %1").arg(QFileInfo(file).fileName()));
-    m_confirm->setText(tr("Import %1 of %2").arg(m_pending.wanted.size()).arg(m_pending.count()));
-    m_differences->clear();
-    for (const ProfileImport::Line& line : qAsConst(m_pending.lines)) {
-        auto* const item = new QTreeWidgetItem(m_differences, {line.what, line.now, line.becomes});
-        item->setData(0, Qt::UserRole, line.isRefused);
-        item->setFirstColumnSpanned(line.now.isEmpty() && line.becomes.isEmpty());
-        for (int column = 0; column < 3; ++column)
-            item->setToolTip(column, item->text(column));
-    }
-    m_import->show();
-    refresh();
-}
-
-/// What others changed since the preview is compared again.
-void ProfilesView::confirmImport()
-{
-    ShortTimeProfileItemMap* const profiles = map();
-    if (!profiles || m_pending.wanted.isEmpty())
-        return;
-    const ProfileImport now = ProfileImport::read(m_pending.file, *profiles);
-    std::list<ShortTimeProfile> items;
-    for (const ShortTimeProfile& profile : now.wanted) {
-        const bool wasShown = std::any_of(m_pending.wanted.cbegin(), m_pending.wanted.cend(),
-                                          [&](const ShortTimeProfile& p) { return p.name == profile.name; });
-        if (wasShown)
-            items.push_back(profile);
-    }
-    tellLine(KoltaApps::ActionLines(m_server).importProfiles(m_pending.file, false));
-    const QString file = m_pending.file;
-    closeImport();
-    profiles->Set(items, false, true);
-    new WishWatch(
-        m_session, m_server, profiles->GetPath(),
-        [this, file, items, server = m_server](const QString& reason) {
-            tellImport(server, file, items, reason);
-        },
-        this);
-}
-
-/// By what is there now; what has not been taken over is shown again.
-void ProfilesView::tellImport(const QString& server, const QString& file,
-                              const std::list<ShortTimeProfile>& items, const QString& reason)
-{
-    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
-    const auto taken = std::count_if(items.begin(), items.end(), [profiles](const ShortTimeProfile& item) {
-        return profiles && profiles->Contains(item.name) &&
-               differingFields(profiles->At(item.name), item).isEmpty();
-    });
-    if (taken == static_cast<qint64>(items.size())) {
-        m_session.tell(tr("%1 profiles of %2 imported").arg(items.size()).arg(file),
-                       Kolta::Event::Weight::Note);
-        return;
-    }
-    m_session.tell(tr("%1 of %2 profiles of %3 imported: %4")
-                       .arg(taken)
-                       .arg(items.size())
-                       .arg(file, profiles ? reason : tr("%1 has gone").arg(server)),
-                   Kolta::Event::Weight::Attention);
-    if (profiles && server == m_server)
-        previewImport(file);
-}
-
-void ProfilesView::closeImport()
-{
-    m_pending = ProfileImport();
-    m_differences->clear();
-    m_import->hide();
 }
 
 } // namespace KoltaConsole

@@ -1,22 +1,22 @@
 #pragma once
 
+#include "../filterwords.h"
 #include "../keptdrafts.h"
-#include "profileimport.h"
-
-#include <koltacommon/shorttimeprofilemodel.h>
+#include "../rowindex.h"
+#include "profilerows.h"
 
 #include <QWidget>
 
-#include <list>
-
 class QLabel;
-class QPushButton;
+class QLineEdit;
 class QTreeView;
-class QTreeWidget;
 
 namespace KoltaConsole {
 
+class ActionTable;
+class FilterBar;
 class ProfileEditor;
+class ProfileImportView;
 class ProfileSaving;
 class Session;
 
@@ -26,16 +26,15 @@ class ProfilesView : public QWidget
     Q_OBJECT
 
 public:
-    ProfilesView(Session& session, QWidget* parent);
+    ProfilesView(Session& session, ActionTable& actions, QWidget* parent);
 
-    /// Empty for none.
+    /// Empty for none. Follows what came or went, too.
     void showServer(const QString& address);
-    /// Follows what came or went, and what is allowed.
-    void refresh();
-    /// Shows what the file would change; nothing is changed before confirmImport().
-    void previewImport(const QString& file);
-    void confirmImport();
+    /// Who looks for which profile.
+    void setUses(const QHash<QString, QStringList>& uses);
+    ProfileImportView& import() const { return *m_import; }
     const Kolta::ShortTimeProfileTableModel& model() const { return m_model; }
+    QLineEdit* filterLine() const;
     /// The `kolta` line of what was done last; empty for nothing.
     const QString& line() const noexcept { return m_line; }
 
@@ -43,38 +42,45 @@ Q_SIGNALS:
     void si_LineChanged();
 
 private:
-    QWidget* makeImport();
     void makeTable();
+    void makeListActions();
+    void makeEditorActions();
+    void arrange();
     void follow();
+    void followEditor();
+    void applyFilter();
+    void showCount();
     Kolta::ShortTimeProfileItemMap* map() const;
+    const Kolta::ShortTimeProfile* selected() const;
+    void selectEdited();
     void choose();
     void compareWithOthers();
+    QString objectionToSave() const;
+    QString objectionToRemove() const;
+    QString objectionToName(const QString& name, const QString& before) const;
+    QString nameBefore() const;
+    QString saveLine() const;
+    QString removeLine() const;
+    void beginNew();
     void save();
     void takeEnd(const QString& problem);
-    void tellImport(const QString& server, const QString& file,
-                    const std::list<Kolta::ShortTimeProfile>& items, const QString& reason);
     void remove();
     void askForFile();
-    void closeImport();
     void tellLine(const QString& line);
-    QString objectionToName(const QString& name, const QString& before) const;
     int useCount(const QString& profile) const;
     QString useOf(const QString& profile) const;
 
     Session& m_session;
+    ActionTable& m_actions;
     QString m_server;
-    Kolta::ShortTimeProfileTableModel m_model;
+    ProfileRows m_model;
+    RowIndex m_rows;
+    FilterWords m_words;
+    FilterBar* m_filter;
     QTreeView* m_table;
     QLabel* m_nothing;
     ProfileEditor* m_editor;
-    QPushButton* m_new;
-    QPushButton* m_remove;
-    QPushButton* m_open;
-    QWidget* m_import;
-    QLabel* m_importTitle;
-    QTreeWidget* m_differences;
-    QPushButton* m_confirm;
-    ProfileImport m_pending;
+    ProfileImportView* m_import;
     KeptDrafts m_drafts;
     ProfileSaving* m_saving = nullptr; ///< one at a time
     QString m_line;

@@ -1,5 +1,7 @@
 #include "resultsview.h"
 
+#include "../actions.h"
+#include "../columns.h"
 #include "../plots/resultsplot.h"
 #include "../stateitemdelegate.h"
 #include "shorttimemaps.h"
@@ -22,6 +24,8 @@ using Kolta::ShortTimeResult;
 namespace {
 
 constexpr int kGatherMs = 250;
+/// Symbol rate, GUID of the FFP and recording: for those who look for them.
+constexpr int kAtFirstHidden[] = {5, 9, 10};
 /// As ResultsPlot draws them, in the order of the shapes, the last for all others.
 const char* const kSigns[] = {"■", "●", "▲", "◆", "▼", "+", "✕", "○", "□"};
 
@@ -45,26 +49,27 @@ QVariant SortableResult::GetSortValue4Column(int column, const ShortTimeResult& 
     return Kolta::ViewRoles::sortText(GetText4Column(column, result));
 }
 
-ResultsView::ResultsView(Session& session, QWidget* parent)
+ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
+    , m_actions(actions)
     , m_plot(new ResultsPlot(this))
     , m_table(new QTreeView(this))
     , m_heading(new QLabel(this))
     , m_legend(new QLabel(this))
-    , m_follow(new QPushButton(tr("Follow"), this))
 {
     m_heading->setProperty("heading", true);
     m_legend->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    m_follow->setToolTip(tr("The newest result stays in sight"));
+    m_model.keepLastKnown();
     m_rows.setSourceModel(&m_model);
     makeTable();
+    makeAction();
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(12);
     top->addWidget(m_heading);
     top->addWidget(m_legend, 1);
-    top->addWidget(m_follow);
+    top->addWidget(m_actions.makeButton(QStringLiteral("short-follow"), this));
     auto* const parts = new QSplitter(Qt::Vertical, this);
     parts->setHandleWidth(1);
     parts->addWidget(m_plot);
@@ -81,11 +86,22 @@ ResultsView::ResultsView(Session& session, QWidget* parent)
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ResultsView::gather);
     connect(&m_model, &QAbstractItemModel::rowsRemoved, this, &ResultsView::gather);
     connect(&m_model, &QAbstractItemModel::dataChanged, this, &ResultsView::gather);
-    connect(m_follow, &QPushButton::clicked, this, [this] { m_plot->setFollowing(true); });
-    connect(m_plot, &ResultsPlot::si_FollowingChanged, this, [this](bool on) { m_follow->setEnabled(!on); });
+    connect(m_plot, &ResultsPlot::si_FollowingChanged, &m_actions, &ActionTable::refresh);
     connect(m_plot, &ResultsPlot::si_RangeChanged, this, &ResultsView::showLegend);
-    m_follow->setEnabled(false);
     showLegend();
+}
+
+void ResultsView::makeAction()
+{
+    ActionTable::Entry entry;
+    entry.id = QStringLiteral("short-follow");
+    entry.text = tr("Follow");
+    entry.shortcut = QKeySequence(Qt::Key_F);
+    entry.problem = [this] {
+        return m_plot->isFollowing() ? tr("The newest result stays in sight already.") : QString();
+    };
+    entry.run = [this] { m_plot->setFollowing(true); };
+    m_actions.add(entry, this);
 }
 
 void ResultsView::makeTable()
@@ -97,22 +113,25 @@ void ResultsView::makeTable()
     m_table->setAlternatingRowColors(true);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAccessibleName(tr("Results"));
-    m_table->header()->setDefaultSectionSize(100);
-    m_table->header()->resizeSection(0, 190);
     m_table->setSortingEnabled(true);
     m_table->sortByColumn(0, Qt::DescendingOrder);
+    for (const int column : kAtFirstHidden)
+        m_table->setColumnHidden(column, true);
+    setColumnWidths(*m_table, {188, 96, 84, 84, 84, 84, 84, 160, 40});
+    offerColumns(*m_table);
 }
 
 void ResultsView::showServer(const QString& address)
 {
     auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address, "Results");
-    if (m_model.map() != map)
+    if (m_model.map() != map && (map || m_server != address))
         m_model.setMap(map);
     if (m_server != address) {
         m_server = address;
         m_shapes.clear();
         gather();
     }
+    showLegend();
 }
 
 /// Hidden, it waits until it is seen.
@@ -157,8 +176,13 @@ void ResultsView::draw()
 void ResultsView::showLegend()
 {
     const QLocale locale;
-    m_heading->setText(tr("%1 of %2 results")
-                           .arg(locale.toString(m_plot->shownCount()), locale.toString(m_model.rowCount())));
+    const QString counts =
+        tr("%1 of %2 results")
+            .arg(locale.toString(m_plot->shownCount()), locale.toString(m_model.rowCount()));
+    const bool isPast = m_model.isLastKnown() && m_model.rowCount() > 0;
+    m_plot->setStale(isPast);
+    m_heading->setText(isPast ? QStringLiteral("%1, %2").arg(counts, lastKnownText(m_session, m_server))
+                              : counts);
     QStringList parts;
     for (int shape = 0; shape < m_shapes.size(); ++shape) {
         const QString& name = m_shapes.at(shape);
@@ -171,7 +195,8 @@ void ResultsView::showLegend()
         parts.append(
             QStringLiteral("%1 %2 (%3)")
                 .arg(QString::fromUtf8(kSigns[ResultsPlot::kShapes]), tr("others"), locale.toString(others)));
-    m_legend->setText(parts.isEmpty() ? tr("Nothing has been found yet.")
+    m_legend->setText(parts.isEmpty() ? tr("Nothing has been found yet: results come once an FFP looks for a "
+                                           "profile, see Assignments.")
                                       : parts.join(QStringLiteral("   ")));
     m_legend->setToolTip(parts.join(QLatin1Char('\n')));
 }

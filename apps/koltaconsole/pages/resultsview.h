@@ -8,11 +8,11 @@
 #include <QWidget>
 
 class QLabel;
-class QPushButton;
 class QTreeView;
 
 namespace KoltaConsole {
 
+class ActionTable;
 class ResultsPlot;
 class Session;
 
@@ -32,7 +32,7 @@ public:
     /// What is drawn and listed at most.
     static constexpr int kMost = 100000;
 
-    ResultsView(Session& session, QWidget* parent);
+    ResultsView(Session& session, ActionTable& actions, QWidget* parent);
 
     void showServer(const QString& address);
     const ResultModel& model() const { return m_model; }
@@ -43,11 +43,13 @@ protected:
 
 private:
     void makeTable();
+    void makeAction();
     void gather();
     void draw();
     void showLegend();
 
     Session& m_session;
+    ActionTable& m_actions;
     QString m_server;
     ResultModel m_model;
     RowIndex m_rows;
@@ -55,7 +57,6 @@ private:
     QTreeView* m_table;
     QLabel* m_heading;
     QLabel* m_legend;
-    QPushButton* m_follow;
     QStringList m_shapes; ///< names of profiles, by shape
     QHash<QString, int> m_counts;
     QTimer m_gathering;

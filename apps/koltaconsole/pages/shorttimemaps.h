@@ -22,8 +22,10 @@ Map* shortTimeMap(const Session& session, const QString& server, const char* nam
     return map && !map->IsDeleted() ? map : nullptr;
 }
 
-/// Why the user cannot change short-time data of that server, as a sentence; empty: it is possible.
-QString objectionToShortTime(const Session& session, const QString& server, bool isThere,
-                             Kolta::UserAction action);
+/// Why nothing can be done with short-time data of that server, as a sentence; empty: it is there. Rights,
+/// link and looking only are the action table's to say.
+QString objectionToShortTime(const QString& server, bool isThere);
+/// "last known at 12:03:10", of what is shown of a server that is away.
+QString lastKnownText(const Session& session, const QString& server);
 
 } // namespace KoltaConsole

@@ -21,9 +21,9 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
     : Page(session, actions, parent)
     , m_servers(new QComboBox(this))
     , m_tabs(new QTabWidget(this))
-    , m_profiles(new ProfilesView(session, m_tabs))
-    , m_assignments(new AssignmentsView(session, m_tabs))
-    , m_results(new ResultsView(session, m_tabs))
+    , m_profiles(new ProfilesView(session, actions, m_tabs))
+    , m_assignments(new AssignmentsView(session, actions, m_tabs))
+    , m_results(new ResultsView(session, actions, m_tabs))
     , m_conversions(new ConversionsView(session, actions, m_tabs))
 {
     m_servers->setAccessibleName(tr("Server"));
@@ -47,6 +47,8 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
     connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
     connect(m_profiles, &ProfilesView::si_LineChanged, this, &Page::si_CommandLineChanged);
     connect(m_assignments, &AssignmentsView::si_LineChanged, this, &Page::si_CommandLineChanged);
+    connect(&m_assignments->matrix(), &AssignmentMatrix::si_DraftChanged, this,
+            [this] { m_profiles->setUses(m_assignments->matrix().uses()); });
     connect(m_conversions, &ConversionsView::si_LineChanged, this, &Page::si_CommandLineChanged);
     readServers();
 }
@@ -54,6 +56,19 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
 QString ShortTimePage::server() const
 {
     return m_servers->currentData().toString();
+}
+
+QLineEdit* ShortTimePage::filterLine() const
+{
+    return m_profiles->filterLine();
+}
+
+/// Results and conversions have none.
+QLineEdit* ShortTimePage::shownFilterLine() const
+{
+    if (m_tabs->currentWidget() == m_assignments)
+        return m_assignments->filterLine();
+    return m_tabs->currentWidget() == m_profiles ? filterLine() : nullptr;
 }
 
 /// The one that is chosen stays, also while it is away.
@@ -109,6 +124,8 @@ QString ShortTimePage::commandLine() const
         return m_assignments->line();
     if (view == m_conversions && !m_conversions->line().isEmpty())
         return m_conversions->line();
+    if (view == m_results)
+        return QString(); // no command lists them
     const char* const command = view == m_profiles      ? "profiles"
                                 : view == m_assignments ? "assignments"
                                                         : "conversions";

@@ -29,6 +29,8 @@ public:
     ResultsView& results() const { return *m_results; }
     ConversionsView& conversions() const { return *m_conversions; }
     QString server() const;
+    QLineEdit* filterLine() const override;
+    QLineEdit* shownFilterLine() const override;
 
 protected:
     void showEvent(QShowEvent* event) override;

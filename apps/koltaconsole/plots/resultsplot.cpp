@@ -23,8 +23,9 @@ namespace KoltaConsole {
 
 namespace {
 
-constexpr double kLeast = 4.0;                            ///< px of a rectangle that is seen as one
-constexpr double kSymbol = 7.0;                           ///< px
+constexpr double kLeast = 4.0;  ///< px of a rectangle that is seen as one
+constexpr double kSymbol = 7.0; ///< px
+constexpr double kFadedOpacity = 0.45;
 constexpr double kShortest = 1e6, kLongest = 7 * 86400e6; ///< microseconds on screen
 
 class HertzScale : public QwtScaleDraw
@@ -133,6 +134,14 @@ void ResultsPlot::setFollowing(bool on)
     Q_EMIT si_FollowingChanged(on);
 }
 
+void ResultsPlot::setStale(bool isStale)
+{
+    if (m_isStale == isStale)
+        return;
+    m_isStale = isStale;
+    replot();
+}
+
 /// The newest at the right, all frequencies from top to bottom.
 void ResultsPlot::arrange()
 {
@@ -197,6 +206,7 @@ void ResultsPlot::paint(QPainter& painter, const QwtScaleMap& across, const QwtS
     for (const double tick : axisScaleDiv(QwtPlot::yLeft).ticks(QwtScaleDiv::MajorTick))
         painter.drawLine(QPointF(room.left(), up.transform(tick)), QPointF(room.right(), up.transform(tick)));
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(m_isStale ? kFadedOpacity : 1.0);
     for (const Point& point : m_points) {
         const auto start = static_cast<double>(point.start);
         const double left = across.transform(start), right = across.transform(start + point.duration);

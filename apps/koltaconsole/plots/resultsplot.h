@@ -30,6 +30,8 @@ public:
     void setPoints(QVector<Point> points);
     /// While it follows, the newest result stands at the right edge.
     void setFollowing(bool on);
+    /// Faded: what is shown was known last.
+    void setStale(bool isStale);
     bool isFollowing() const noexcept { return m_isFollowing; }
     /// How many points the time on screen has.
     int shownCount() const;
@@ -53,6 +55,7 @@ private:
     QVector<Point> m_points;
     double m_span = 600e6; ///< microseconds on screen
     bool m_isFollowing = true;
+    bool m_isStale = false;
     Item* m_item; ///< owned by the plot while it is attached
 };
 

@@ -2192,6 +2192,13 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Copy the selected rows as text</source>
         <translation>Die gewählten Zeilen als Text kopieren</translation>
     </message>
+    <message numerus="yes">
+        <source>%1   (and %n more)</source>
+        <translation>
+            <numerusform>%1   (und %n weitere)</numerusform>
+            <numerusform>%1   (und %n weitere)</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::OrderForm</name>
@@ -3557,17 +3564,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Space: on or off · Ctrl+Space: whole column · Shift+Space: whole row · no cover: the tuner does not reach the profile</source>
         <translation>Leertaste: an oder aus · Strg+Leertaste: ganze Spalte · Umschalt+Leertaste: ganze Zeile · außer Reichweite: der Tuner erreicht das Profil nicht</translation>
     </message>
-    <message>
-        <source>%1 FFPs, %2 profiles</source>
-        <translation>%1 FFPs, %2 Profile</translation>
-    </message>
-    <message numerus="yes">
-        <source>%1; %n change(s) not sent</source>
-        <translation>
-            <numerusform>%1; %n Änderung nicht gesendet</numerusform>
-            <numerusform>%1; %n Änderungen nicht gesendet</numerusform>
-        </translation>
-    </message>
     <message numerus="yes">
         <source>Send %n change(s)</source>
         <translation>
@@ -3582,6 +3578,55 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>assignment of %1</source>
         <translation>Zuordnung von %1</translation>
+    </message>
+    <message>
+        <source>Filter: FFP 1, hopper, !burst</source>
+        <translation>Filter: FFP 1, hopper, !burst</translation>
+    </message>
+    <message>
+        <source>Filter of assignments</source>
+        <translation>Filter der Zuordnungen</translation>
+    </message>
+    <message>
+        <source>Send the assignments</source>
+        <translation>Zuordnungen senden</translation>
+    </message>
+    <message>
+        <source>Undo the ticks</source>
+        <translation>Haken zurücknehmen</translation>
+    </message>
+    <message>
+        <source>There is no profile yet: make one under Profiles.</source>
+        <translation>Es gibt noch kein Profil: Legen Sie unter Profile eines an.</translation>
+    </message>
+    <message>
+        <source>No FFP runs on %1 that could look for a profile: start one on the page Order.</source>
+        <translation>Auf %1 läuft kein FFP, der nach einem Profil suchen könnte: Starten Sie einen auf der Seite Auftrag.</translation>
+    </message>
+    <message>
+        <source>Neither an FFP nor a profile matches &quot;%1&quot;.</source>
+        <translation>Weder ein FFP noch ein Profil passt zu &quot;%1&quot;.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n FFP(s)</source>
+        <translation>
+            <numerusform>%n FFP</numerusform>
+            <numerusform>%n FFPs</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n profile(s)</source>
+        <translation>
+            <numerusform>%n Profil</numerusform>
+            <numerusform>%n Profile</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n change(s) not sent</source>
+        <translation>
+            <numerusform>%n Änderung nicht gesendet</numerusform>
+            <numerusform>%n Änderungen nicht gesendet</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -3613,18 +3658,6 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>Shift</source>
         <translation>Hub</translation>
-    </message>
-    <message>
-        <source>Save</source>
-        <translation>Speichern</translation>
-    </message>
-    <message>
-        <source>Undo</source>
-        <translation>Zurücknehmen</translation>
-    </message>
-    <message>
-        <source>Take theirs</source>
-        <translation>Deren Stand nehmen</translation>
     </message>
     <message>
         <source>Modulation</source>
@@ -3681,14 +3714,6 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>Nothing has changed.</source>
         <translation>Nichts ist geändert.</translation>
-    </message>
-    <message>
-        <source>Keep mine</source>
-        <translation>Meines behalten</translation>
-    </message>
-    <message>
-        <source>Compare</source>
-        <translation>Vergleichen</translation>
     </message>
     <message>
         <source>Field</source>
@@ -3787,24 +3812,12 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::ProfilesView</name>
     <message>
-        <source>The console was started to look only.</source>
-        <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
-    </message>
-    <message>
-        <source>It needs the link to the broker.</source>
-        <translation>Dazu ist die Verbindung zum Broker nötig.</translation>
-    </message>
-    <message>
         <source>No server is chosen.</source>
         <translation>Kein Server ist gewählt.</translation>
     </message>
     <message>
         <source>%1 is away, or has no such data.</source>
         <translation>%1 ist weg oder hat solche Daten nicht.</translation>
-    </message>
-    <message>
-        <source>There are no profiles.</source>
-        <translation>Es gibt keine Profile.</translation>
     </message>
     <message>
         <source>New</source>
@@ -3821,26 +3834,6 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>Profiles</source>
         <translation>Profile</translation>
-    </message>
-    <message>
-        <source>Cancel</source>
-        <translation>Abbrechen</translation>
-    </message>
-    <message>
-        <source>Difference</source>
-        <translation>Unterschied</translation>
-    </message>
-    <message>
-        <source>Now</source>
-        <translation>Jetzt</translation>
-    </message>
-    <message>
-        <source>Becomes</source>
-        <translation>Wird</translation>
-    </message>
-    <message>
-        <source>What the file would change</source>
-        <translation>Was die Datei ändern würde</translation>
     </message>
     <message numerus="yes">
         <source>%n profile(s)</source>
@@ -3869,6 +3862,108 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Profile (*.xml)</translation>
     </message>
     <message>
+        <source>profile %1 of %2 is not saved: %3</source>
+        <translation>Profil %1 von %2 ist nicht gespeichert: %3</translation>
+    </message>
+    <message>
+        <source>profile %1 of %2: %3</source>
+        <translation>Profil %1 von %2: %3</translation>
+    </message>
+    <message>
+        <source>profile %1 of %2 is not removed: %3</source>
+        <translation>Profil %1 von %2 ist nicht entfernt: %3</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>Undo</source>
+        <translation>Zurücknehmen</translation>
+    </message>
+    <message>
+        <source>Compare</source>
+        <translation>Vergleichen</translation>
+    </message>
+    <message>
+        <source>Take theirs</source>
+        <translation>Deren Stand nehmen</translation>
+    </message>
+    <message>
+        <source>Keep mine</source>
+        <translation>Meines behalten</translation>
+    </message>
+    <message>
+        <source>last known at %1</source>
+        <translation>zuletzt bekannt um %1</translation>
+    </message>
+    <message>
+        <source>last known</source>
+        <translation>zuletzt bekannt</translation>
+    </message>
+    <message>
+        <source>Filter: hopper, FSK2, 30-88 MHz, !burst</source>
+        <translation>Filter: hopper, FSK2, 30-88 MHz, !burst</translation>
+    </message>
+    <message>
+        <source>Filter of profiles</source>
+        <translation>Filter der Profile</translation>
+    </message>
+    <message>
+        <source>Others have changed nothing of it meanwhile.</source>
+        <translation>Andere haben inzwischen nichts daran geändert.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 of %n profile(s)</source>
+        <translation>
+            <numerusform>%1 von %n Profil</numerusform>
+            <numerusform>%1 von %n Profilen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>No profile matches &quot;%1&quot;.</source>
+        <translation>Kein Profil passt zu &quot;%1&quot;.</translation>
+    </message>
+    <message>
+        <source>There is no profile yet: make one below and save it, or import a file that has some.</source>
+        <translation>Es gibt noch kein Profil: Legen Sie unten eines an und speichern Sie es, oder lesen Sie eine Datei mit Profilen ein.</translation>
+    </message>
+    <message>
+        <source>There is a profile of that name.</source>
+        <translation>Es gibt ein Profil dieses Namens.</translation>
+    </message>
+    <message>
+        <source>A profile is being saved.</source>
+        <translation>Ein Profil wird gespeichert.</translation>
+    </message>
+    <message>
+        <source>No profile is selected.</source>
+        <translation>Kein Profil ist gewählt.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfileImportView</name>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Difference</source>
+        <translation>Unterschied</translation>
+    </message>
+    <message>
+        <source>Now</source>
+        <translation>Jetzt</translation>
+    </message>
+    <message>
+        <source>Becomes</source>
+        <translation>Wird</translation>
+    </message>
+    <message>
+        <source>What the file would change</source>
+        <translation>Was die Datei ändern würde</translation>
+    </message>
+    <message>
         <source>profiles are not imported: %1</source>
         <translation>Profile sind nicht eingelesen: %1</translation>
     </message>
@@ -3889,28 +3984,35 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>%1 Profile aus %2 eingelesen</translation>
     </message>
     <message>
-        <source>there is one of that name</source>
-        <translation>es gibt schon eines dieses Namens</translation>
-    </message>
-    <message>
-        <source>profile %1 of %2 is not saved: %3</source>
-        <translation>Profil %1 von %2 ist nicht gespeichert: %3</translation>
-    </message>
-    <message>
-        <source>profile %1 of %2: %3</source>
-        <translation>Profil %1 von %2: %3</translation>
-    </message>
-    <message>
-        <source>profile %1 of %2 is not removed: %3</source>
-        <translation>Profil %1 von %2 ist nicht entfernt: %3</translation>
-    </message>
-    <message>
         <source>%1 of %2 profiles of %3 imported: %4</source>
         <translation>%1 von %2 Profilen aus %3 eingelesen: %4</translation>
     </message>
     <message>
         <source>%1 has gone</source>
         <translation>%1 ist nicht mehr da</translation>
+    </message>
+    <message>
+        <source>Import the file</source>
+        <translation>Datei einlesen</translation>
+    </message>
+    <message>
+        <source>Cancel the import</source>
+        <translation>Einlesen abbrechen</translation>
+    </message>
+    <message>
+        <source>No file is open: Import… opens one.</source>
+        <translation>Keine Datei ist offen: Einlesen … öffnet eine.</translation>
+    </message>
+    <message>
+        <source>The file has nothing that differs and can be taken over.</source>
+        <translation>Die Datei hat nichts, was anders ist und übernommen werden kann.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::ProfileRows</name>
+    <message>
+        <source>In use by</source>
+        <translation>Benutzt von</translation>
     </message>
 </context>
 <context>
@@ -3931,10 +4033,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Folgen</translation>
     </message>
     <message>
-        <source>The newest result stays in sight</source>
-        <translation>Das neueste Ergebnis bleibt im Blick</translation>
-    </message>
-    <message>
         <source>Results</source>
         <translation>Ergebnisse</translation>
     </message>
@@ -3947,8 +4045,12 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>andere</translation>
     </message>
     <message>
-        <source>Nothing has been found yet.</source>
-        <translation>Noch ist nichts gefunden.</translation>
+        <source>The newest result stays in sight already.</source>
+        <translation>Das neueste Ergebnis bleibt schon im Blick.</translation>
+    </message>
+    <message>
+        <source>Nothing has been found yet: results come once an FFP looks for a profile, see Assignments.</source>
+        <translation>Noch wurde nichts gefunden: Ergebnisse kommen, sobald ein FFP nach einem Profil sucht, siehe Zuordnungen.</translation>
     </message>
 </context>
 <context>
@@ -4181,6 +4283,17 @@ F1 zeigt die Tasten der Seite.</translation>
             <numerusform>%n Ergebnis von Umwandlungen auf %1 gelöscht</numerusform>
             <numerusform>%n Ergebnisse von Umwandlungen auf %1 gelöscht</numerusform>
         </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n conversion(s), %1</source>
+        <translation>
+            <numerusform>%n Umwandlung, %1</numerusform>
+            <numerusform>%n Umwandlungen, %1</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>No recording is being converted, nor has one been: name one in the field Record and press Convert.</source>
+        <translation>Keine Aufzeichnung wird oder wurde umgewandelt: Nennen Sie eine im Feld Aufzeichnung und drücken Sie Umwandeln.</translation>
     </message>
 </context>
 <context>

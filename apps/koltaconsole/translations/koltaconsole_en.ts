@@ -105,17 +105,31 @@
 <context>
     <name>KoltaConsole::AssignmentsView</name>
     <message numerus="yes">
-        <source>%1; %n change(s) not sent</source>
-        <translation>
-            <numerusform>%1; %n change not sent</numerusform>
-            <numerusform>%1; %n changes not sent</numerusform>
-        </translation>
-    </message>
-    <message numerus="yes">
         <source>Send %n change(s)</source>
         <translation>
             <numerusform>Send %n change</numerusform>
             <numerusform>Send %n changes</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n FFP(s)</source>
+        <translation>
+            <numerusform>%n FFP</numerusform>
+            <numerusform>%n FFPs</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n profile(s)</source>
+        <translation>
+            <numerusform>%n profile</numerusform>
+            <numerusform>%n profiles</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n change(s) not sent</source>
+        <translation>
+            <numerusform>%n change not sent</numerusform>
+            <numerusform>%n changes not sent</numerusform>
         </translation>
     </message>
 </context>
@@ -135,6 +149,13 @@
             <numerusform>in use by %n FFPs</numerusform>
         </translation>
     </message>
+    <message numerus="yes">
+        <source>%1 of %n profile(s)</source>
+        <translation>
+            <numerusform>%1 of %n profile</numerusform>
+            <numerusform>%1 of %n profiles</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ConversionsView</name>
@@ -143,6 +164,23 @@
         <translation>
             <numerusform>%n result of conversions erased on %1</numerusform>
             <numerusform>%n results of conversions erased on %1</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n conversion(s), %1</source>
+        <translation>
+            <numerusform>%n conversion, %1</numerusform>
+            <numerusform>%n conversions, %1</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::MainWindow</name>
+    <message numerus="yes">
+        <source>%1   (and %n more)</source>
+        <translation>
+            <numerusform>%1   (and %n more)</numerusform>
+            <numerusform>%1   (and %n more)</numerusform>
         </translation>
     </message>
 </context>
