@@ -337,7 +337,8 @@ void MainWindow::showCommandLine(const QString& line)
 {
     m_lines = line;
     const int more = line.count(QLatin1Char('\n'));
-    m_commandLine->setText(QStringLiteral("$ ") + line.section(QLatin1Char('\n'), 0, 0));
+    const QString prompt = line.isEmpty() ? QString() : QStringLiteral("$ ");
+    m_commandLine->setText(prompt + line.section(QLatin1Char('\n'), 0, 0));
     m_commandLine->setCursorPosition(0);
     m_commandLine->setToolTip(more > 0 ? line : QString());
     m_moreLines->setText(more > 0 ? tr("and %n more line(s)", nullptr, more) : QString());

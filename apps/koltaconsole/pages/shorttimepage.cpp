@@ -9,6 +9,7 @@
 #include <koltacommon/viewroles.h>
 
 #include <QComboBox>
+#include <QHBoxLayout>
 #include <QSignalBlocker>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -28,7 +29,11 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
 {
     m_servers->setAccessibleName(tr("Server"));
     m_tabs->setDocumentMode(true);
-    m_tabs->setCornerWidget(m_servers);
+    auto* const corner = new QWidget(m_tabs);
+    auto* const room = new QHBoxLayout(corner);
+    room->setContentsMargins(0, 0, 8, 3);
+    room->addWidget(m_servers);
+    m_tabs->setCornerWidget(corner);
     m_tabs->addTab(m_profiles, tr("Profiles"));
     m_tabs->addTab(m_assignments, tr("Assignments"));
     m_tabs->addTab(m_results, tr("Results"));
