@@ -113,9 +113,8 @@ void TestWriting::whatIsTypedStays()
     QVERIFY(installation.killBroker());
     QTRY_VERIFY_WITH_TIMEOUT(session->isOutOfSight(), 30000);
     QVERIFY(stands());
-    shortTime.assignments().send();
-    Q_EMIT editor->si_Save();
-    QVERIFY(!stage.window->actions().run(QStringLiteral("order-start")));
+    for (const char* const id : {"short-send", "short-save", "order-start"})
+        QVERIFY2(!stage.window->actions().run(QLatin1String(id)), id);
     QVERIFY(stands());
     QTRY_VERIFY_WITH_TIMEOUT(session->link().isUp && !session->factsOf(QStringLiteral("S1")).isStale(),
                              60000);
@@ -125,11 +124,11 @@ void TestWriting::whatIsTypedStays()
     QCOMPARE(assignments()->Size(), std::size_t(0));
 
     stage.window->showPage(QStringLiteral("short-time"));
-    shortTime.assignments().send();
+    QVERIFY(stage.window->actions().run(QStringLiteral("short-send")));
     QTRY_COMPARE_WITH_TIMEOUT(assignments()->Size(), std::size_t(1), 20000);
     tabs->setCurrentIndex(0);
     QTRY_COMPARE_WITH_TIMEOUT(editor->objectionToSave(), QString(), 20000);
-    Q_EMIT editor->si_Save();
+    QVERIFY(stage.window->actions().run(QStringLiteral("short-save")));
     QTRY_VERIFY_WITH_TIMEOUT(profiles()->Contains(QStringLiteral("half written")), 20000);
     QCOMPARE(profiles()->At(QStringLiteral("half written")).bandwidthMax, 25000u);
     stage.window->showPage(QStringLiteral("order"));
