@@ -168,6 +168,7 @@ void MainWindow::connectAll()
 
 MainWindow::~MainWindow()
 {
+    qApp->disconnect(this); // closing moves the focus
     if (m_isRemembered)
         save();
 }
