@@ -1,7 +1,11 @@
 #include <values/utf8.h>
 
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace values {
 
@@ -158,6 +162,39 @@ void appendBlock(std::string& out, const QString& text)
     }
 }
 
+/// From so many bytes on a text is taken for one that stays and is changed in places.
+constexpr std::size_t kLargeText = std::size_t(4) << 20U;
+
+/// Room for a large text in large pages, where the system has them for who asks: each of its changes moves
+/// half of it, and there is some space for these.
+QString makeRoom(std::size_t units)
+{
+    QString text(static_cast<int>(units + units / 64), Qt::Uninitialized);
+#ifdef MADV_HUGEPAGE
+    constexpr std::uintptr_t pageBytes = std::uintptr_t(2) << 20U;
+    const auto begin =
+        (reinterpret_cast<std::uintptr_t>(text.data()) + pageBytes - 1) / pageBytes * pageBytes;
+    const auto end = reinterpret_cast<std::uintptr_t>(text.data() + text.size()) / pageBytes * pageBytes;
+    if (begin < end)
+        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE); // a mere hint
+#endif
+    text.resize(static_cast<int>(units));
+    return text;
+}
+
+/// Null, but for texts that are large and have characters of one byte alone.
+QString readLargeAscii(const char* bytes, std::size_t count)
+{
+    if (count < kLargeText)
+        return QString();
+    const auto isWide = [](char byte) { return (static_cast<unsigned char>(byte) & 0x80U) != 0; };
+    if (std::any_of(bytes, bytes + count, isWide))
+        return QString();
+    QString text = makeRoom(count);
+    std::copy(bytes, bytes + count, reinterpret_cast<ushort*>(text.data()));
+    return text;
+}
+
 /// Whether it might make one character with its neighbour.
 bool hasLooseEnd(const QString& text)
 {
@@ -185,6 +222,10 @@ bool ReadUtf8(ByteReader& in, QString& text)
     constexpr std::size_t kLongest = std::size_t(1) << 29U; // what a QString can hold
     if (in.Remaining() > kLongest)
         return false;
+    if (QString large = readLargeAscii(in.Position(), in.Remaining()); !large.isNull()) {
+        text = std::move(large);
+        return in.Skip(in.Remaining());
+    }
     // Qt reads fast, but leaves a leading mark of the byte order out and puts U+FFFD for whatever is wrong.
     const QString fast = QString::fromUtf8(in.Position(), static_cast<int>(in.Remaining()));
     const bool marked = in.Remaining() >= 3 && std::equal(in.Position(), in.Position() + 3, "\xef\xbb\xbf");
