@@ -70,11 +70,9 @@ void Player::publish()
     for (int number = 1; number <= m_servers; ++number) {
         const QString name = QStringLiteral("S%1").arg(number);
         const QString base = m_installation->server(name)->installation().basePath();
-        QStringList roots{base};
-        for (const char* const tree : {"DataTree", "RecordMapTree"})
-            roots.append(QString(base).replace(QLatin1String("/AdminTree/"),
-                                               QStringLiteral("/%1/").arg(QLatin1String(tree))));
-        m_link->publish(name, roots, Kolta::ServerNodes::path(base, Kolta::ServerNodes::eWorkingState),
+        m_link->publish(name,
+                        {base, Kolta::ServerNodes::dataPath(base), Kolta::ServerNodes::recordMapPath(base)},
+                        Kolta::ServerNodes::path(base, Kolta::ServerNodes::eWorkingState),
                         std::make_unique<distribution::OpenPolicy>());
     }
 }
