@@ -109,6 +109,7 @@ private Q_SLOTS:
     void statesInParts();
     void randomDeltas();
     void foundSplices();
+    void largeTexts();
     void doubledItems();
     void badRuns();
     void topics_data();
@@ -304,6 +305,25 @@ void TestMessages::foundSplices()
         QVERIFY(runs.size() <= MakeRuns(bytesOf(before), bytesOf(after)).size() + 50);
         after[0] = after[after.size() - 1] = QLatin1Char('!');
         QVERIFY(!FindSplice(item, after));
+    }
+}
+
+/// Texts of many megabytes are read into space of their own kind, where their characters allow it.
+void TestMessages::largeTexts()
+{
+    for (const Bytes& end : {Bytes("z"), Bytes("\xc3\xa4"), Bytes("\xff")}) {
+        const Bytes bytes = Bytes(5U << 20U, 'a') + end;
+        values::ByteReader in(bytes.data(), bytes.size());
+        QString text = QStringLiteral("before");
+        QCOMPARE(values::ReadUtf8(in, text), end != "\xff");
+        if (end == "\xff") {
+            QCOMPARE(text, QStringLiteral("before"));
+            continue;
+        }
+        QVERIFY(text == QString::fromUtf8(bytes.data(), int(bytes.size())) && in.AtEnd());
+        bool isChanged = false;
+        QVERIFY(values::SpliceUtf8(text, {1, "a", "longer", bytes.size()}, isChanged) && isChanged);
+        QVERIFY(text == QString::fromStdString('a' + Bytes("longer") + bytes.substr(2)));
     }
 }
 
