@@ -80,6 +80,8 @@ QString objectionToMove(const ProductionRow& ffp, const ProductionRow& target)
 {
     if (ffp.type != QLatin1String("FFP") || !ffp.isRunning())
         return ProductionRows::tr("only a running FFP can be moved");
+    if (!ffp.pending.isEmpty())
+        return ffp.pending;
     if (ffp.isStale || target.isStale)
         return ProductionRows::tr("its server is away");
     if (target.type != QLatin1String("MCP") || !target.isRunning())
@@ -141,6 +143,7 @@ void ProductionRows::noteEnd(const EventSubject& subject)
     row.server = subject.server;
     row.guid = subject.guid;
     row.ended = ran->to;
+    row.pending.clear();
     row.isStale = row.timeline.isPast = true;
     row.isMine = false;
     row.holderKey.clear();
@@ -187,8 +190,9 @@ ProductionRow ProductionRows::rowOf(const QModelIndex& index, const Pending& pen
     row.look = {Mark::Square, Role::InUse, tr("running"), false};
     if (row.isStale)
         row.look = {Mark::Cross, Role::Dim, tr("last known"), false};
-    if (pending.contains(row.key))
-        row.look = {Mark::Half, Role::InUse, pending.value(row.key), false};
+    row.pending = pending.value(row.key);
+    if (!row.pending.isEmpty())
+        row.look = {Mark::Half, Role::InUse, row.pending, false};
     m_known.insert(knownKey(row.server, row.guid), row);
     for (int child = 0; child < index.model()->rowCount(index); ++child) {
         row.children.push_back(rowOf(index.model()->index(child, 0, index), pending));

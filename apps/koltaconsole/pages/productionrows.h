@@ -34,6 +34,7 @@ struct ProductionRow
     QString name;
     Look look; ///< of servers with the whole text of the row
     QString lookInFull;
+    QString pending; ///< what somebody asked for here and is under way, "moving since 12:03:10"
     double frequency = 0.0;
     double bandwidth = 0.0;
     QString hardware;
