@@ -1,5 +1,5 @@
-// What most translation units of this project include, compiled once. It saves time only: every file still includes what
-// it uses, and builds without it (-DKOLTA_PRECOMPILE=OFF).
+// What most translation units of this project include, compiled once. It saves time only: every file still
+// includes what it uses, and builds without it (-DKOLTA_PRECOMPILE=OFF).
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QHash>

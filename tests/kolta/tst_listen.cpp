@@ -91,7 +91,8 @@ void TestListen::printsUntilInterrupted()
 void TestListen::countsBroadcasts()
 {
     Station station;
-    KoltaProcess kolta(station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
+    KoltaProcess kolta(
+        station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
     QVERIFY(kolta.complains(QStringLiteral("listening to ")));
     for (int i = 0; i < 10; ++i)
         station.sayNews();

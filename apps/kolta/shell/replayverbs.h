@@ -8,8 +8,8 @@ class Replay;
 
 namespace KoltaCli {
 
-/// What may be done with the recording that a shell plays, as commands. Without one there are none. The replay
-/// must outlive them.
+/// What may be done with the recording that a shell plays, as commands. Without one there are none. The
+/// replay must outlive them.
 QVector<Command> replayVerbs(distribution::Replay* replay);
 
 /// The shell on a recording, as a command.

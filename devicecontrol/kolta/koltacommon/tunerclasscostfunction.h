@@ -90,8 +90,8 @@ public:
 
     void init(const std::shared_ptr<TunerClassTree>& tree) override;
     /// Sum of the cost penalties of all classes that enclose the tuner, kept within the range of int;
-    /// `kNotInTree` for a tuner that is not in the tree, -1 without a tree. Of several tuners with one tuner ID all have
-    /// the cost and the depth of the first item with that ID. Takes the time of a look-up.
+    /// `kNotInTree` for a tuner that is not in the tree, -1 without a tree. Of several tuners with one tuner
+    /// ID all have the cost and the depth of the first item with that ID. Takes the time of a look-up.
     int calculateCost(const RESOURCEMANAGEMENT::Tuner& tuner) const override;
     /// Without a tree cost and depth are the same for all tuners.
     bool cheaperThan(const RESOURCEMANAGEMENT::Tuner& a, const RESOURCEMANAGEMENT::Tuner& b) const override;
