@@ -88,7 +88,9 @@ QString CommandRights::objectionTo(const QString& user, const QString& node, con
 
 QString CommandRights::objectionToChange(const QString& user, const QString& collection, bool removes) const
 {
-    if (collection != QLatin1String("Conversions"))
+    if (collection == shortTimeName<Kolta::ShortTimeFFPAssignmentItemMap>())
+        return objectionTo(user, UserAction::EditAssignments);
+    if (collection != shortTimeName<Kolta::ConvertProductionResultMap>())
         return objectionTo(user, UserAction::EditProfiles);
     return objectionTo(user, removes ? UserAction::RemoveConversions : UserAction::Convert);
 }

@@ -1,9 +1,11 @@
 #include <simulation/shorttimeactivity.h>
 
+#include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
 
 #include <koltacommon/convertproductionresultmap.h>
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
+#include <koltacommon/shorttimemaps.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/shorttimeresultitemmap.h>
 #include <values/lifetime.h>
@@ -110,21 +112,20 @@ void ShortTimeActivity::step()
 }
 
 template<class Map>
-Map* ShortTimeActivity::find(const char* name) const
+Map* ShortTimeActivity::find() const
 {
     const values::Tree* const tree = m_server.tree();
-    Map* const map = tree ? tree->FindAs<Map>(m_server.shortTimePath(QLatin1String(name))) : nullptr;
-    return map && !map->IsDeleted() ? map : nullptr;
+    return tree ? Kolta::shortTimeMap<Map>(m_server.installation().basePath(), *tree) : nullptr;
 }
 
 void ShortTimeActivity::stepConversions()
 {
-    auto* const conversions = find<ConvertProductionResultMap>("Conversions");
+    auto* const conversions = find<ConvertProductionResultMap>();
     if (!conversions)
         return;
     for (const sorel::RecordIdentifier& record : nextConversions(*conversions)) {
         // Whoever was told of the one before may have changed this one, or ended the server's life.
-        auto* const map = find<ConvertProductionResultMap>("Conversions");
+        auto* const map = find<ConvertProductionResultMap>();
         if (!map || !map->contains(record) || map->At(record).finished())
             continue;
         const ConvertProductionResult item = map->At(record);
@@ -150,12 +151,12 @@ quint64 ShortTimeActivity::within(bool use, quint64 minimum, quint64 maximum, qu
 
 void ShortTimeActivity::stepResults()
 {
-    auto* const assignments = find<ShortTimeFFPAssignmentItemMap>("Assignments");
-    auto* const profiles = find<ShortTimeProfileItemMap>("Profiles");
+    auto* const assignments = find<ShortTimeFFPAssignmentItemMap>();
+    auto* const profiles = find<ShortTimeProfileItemMap>();
     if (!assignments || !profiles || random(kResultOdds) != 0)
         return;
     const std::vector<Search> all = searches(*assignments, *profiles);
-    const values::Weak<ShortTimeResultItemMap> map(find<ShortTimeResultItemMap>("Results"));
+    const values::Weak<ShortTimeResultItemMap> map(find<ShortTimeResultItemMap>());
     if (all.empty() || !map)
         return;
     const Search& search = all[random(all.size())];

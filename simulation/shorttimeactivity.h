@@ -31,7 +31,7 @@ public:
 
 private:
     template<class Map>
-    Map* find(const char* name) const;
+    Map* find() const;
     void stepConversions();
     void stepResults();
     quint64 within(bool use, quint64 minimum, quint64 maximum, quint64 usual);

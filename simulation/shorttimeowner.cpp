@@ -27,14 +27,9 @@ using Kolta::ShortTimeFFPAssignmentItemMap;
 using Kolta::ShortTimeProfile;
 using Kolta::ShortTimeProfileItemMap;
 using Kolta::ShortTimeResultItemMap;
+using Kolta::ServerNodes::shortTimePath;
 
 namespace {
-
-const char kProfilesName[] = "Profiles";
-const char kAssignmentsName[] = "Assignments";
-const char kResultsName[] = "Results";
-const char kConversionsName[] = "Conversions";
-const char kShapesName[] = "Shapes";
 
 /// The minimum coverage is in per cent.
 constexpr quint32 kMaxCoverage = 100;
@@ -137,46 +132,44 @@ ShortTimeOwner::~ShortTimeOwner()
     withdraw();
 }
 
-QString ShortTimeOwner::path(const Installation& installation, const QString& name)
+template<class Map>
+Map* ShortTimeOwner::find() const
 {
-    return Kolta::ServerNodes::shortTimePath(installation.basePath(), name);
+    return m_tree ? m_tree->FindAs<Map>(shortTimePath<Map>(m_installation.basePath())) : nullptr;
 }
 
+/// False when somebody who was told of it ended this publication.
 template<class Map>
-Map* ShortTimeOwner::find(const char* name) const
+bool ShortTimeOwner::publishOne(std::unique_ptr<Map> map)
 {
-    return m_tree ? m_tree->FindAs<Map>(path(m_installation, QLatin1String(name))) : nullptr;
+    const int life = m_life;
+    m_tree->Add(shortTimePath<Map>(m_installation.basePath()), std::move(map), this);
+    return life == m_life;
 }
 
 void ShortTimeOwner::publish(values::Tree& tree)
 {
     withdraw();
-    const int life = ++m_life;
+    ++m_life;
     m_tree = &tree;
-    std::pair<const char*, std::unique_ptr<values::ValueBase>> maps[] = {
-        {kProfilesName, makeProfiles(m_installation)},
-        {kAssignmentsName, std::make_unique<ShortTimeFFPAssignmentItemMap>()},
-        {kResultsName, std::make_unique<ShortTimeResultItemMap>()},
-        {kConversionsName, std::make_unique<ConvertProductionResultMap>()},
-        {kShapesName, std::make_unique<ShapeCollectionItemMap>()}};
-    for (auto& [name, map] : maps) {
-        tree.Add(path(m_installation, QLatin1String(name)), std::move(map), this);
-        // Whoever was told may have ended this publication.
-        if (life != m_life)
-            return;
-    }
-    if (auto* const profiles = find<ShortTimeProfileItemMap>(kProfilesName))
+    if (!publishOne(makeProfiles(m_installation)) ||
+        !publishOne(std::make_unique<ShortTimeFFPAssignmentItemMap>()) ||
+        !publishOne(std::make_unique<ShortTimeResultItemMap>()) ||
+        !publishOne(std::make_unique<ConvertProductionResultMap>()) ||
+        !publishOne(std::make_unique<ShapeCollectionItemMap>()))
+        return;
+    if (auto* const profiles = find<ShortTimeProfileItemMap>())
         profiles->Attach(this);
-    if (auto* const assignments = find<ShortTimeFFPAssignmentItemMap>(kAssignmentsName))
+    if (auto* const assignments = find<ShortTimeFFPAssignmentItemMap>())
         assignments->Attach(this);
     // Somebody may have asked as the first of them appeared.
     Update(nullptr, eChangeValue);
 }
 
 template<class Map>
-void ShortTimeOwner::withdrawOne(const char* name)
+void ShortTimeOwner::withdrawOne()
 {
-    if (auto* const map = find<Map>(name))
+    if (auto* const map = find<Map>())
         map->Detach(this);
 }
 
@@ -184,11 +177,11 @@ void ShortTimeOwner::withdraw()
 {
     if (!m_tree)
         return;
-    withdrawOne<ShortTimeProfileItemMap>(kProfilesName);
-    withdrawOne<ShortTimeFFPAssignmentItemMap>(kAssignmentsName);
+    withdrawOne<ShortTimeProfileItemMap>();
+    withdrawOne<ShortTimeFFPAssignmentItemMap>();
     ++m_life;
     values::Tree& tree = *std::exchange(m_tree, nullptr);
-    tree.Remove(path(m_installation, QString()), this);
+    tree.Remove(shortTimePath(m_installation.basePath()), this);
 }
 
 void ShortTimeOwner::Update(Observable*, TChangeCode code)
@@ -207,19 +200,19 @@ void ShortTimeOwner::answerAll()
         return changeType(map, wanted, this);
     };
     const auto assigns = [this](ShortTimeFFPAssignmentItemMap& map, const auto& wanted) {
-        return changeAssignment(map, find<ShortTimeProfileItemMap>(kProfilesName), wanted, this);
+        return changeAssignment(map, find<ShortTimeProfileItemMap>(), wanted, this);
     };
     if (answer<Kolta::ShortTimeProfileProtocol, ShortTimeProfileItemMap>(
-            kProfilesName, changesType, &ShortTimeProfileItemMap::ReplyTypeChange))
+            changesType, &ShortTimeProfileItemMap::ReplyTypeChange))
         answer<Kolta::ShortTimeFFPAssignmentProtocol, ShortTimeFFPAssignmentItemMap>(
-            kAssignmentsName, assigns, &ShortTimeFFPAssignmentItemMap::ReplyAssignmentChange);
+            assigns, &ShortTimeFFPAssignmentItemMap::ReplyAssignmentChange);
 }
 
 /// False when somebody who was told of a change or an answer ended this publication.
 template<class Protocol, class Map, class Execute, class Reply>
-bool ShortTimeOwner::answer(const char* name, const Execute& execute, const Reply& reply)
+bool ShortTimeOwner::answer(const Execute& execute, const Reply& reply)
 {
-    Map* const map = find<Map>(name);
+    Map* const map = find<Map>();
     if (!map)
         return true;
     const int life = m_life;

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
 namespace KoltaSimulation {
 
 class Installation;
@@ -26,18 +28,17 @@ public:
     /// Deletes the collections; open requests get no answer.
     void withdraw();
 
-    /// Path of a collection, "Profiles" for instance: "<data path>/ShortTime/<name>".
-    static QString path(const Installation& installation, const QString& name);
-
 private:
     void Update(Observable* source, TChangeCode code) override;
     template<class Map>
-    Map* find(const char* name) const;
+    Map* find() const;
     template<class Map>
-    void withdrawOne(const char* name);
+    bool publishOne(std::unique_ptr<Map> map);
+    template<class Map>
+    void withdrawOne();
     void answerAll();
     template<class Protocol, class Map, class Execute, class Reply>
-    bool answer(const char* name, const Execute& execute, const Reply& reply);
+    bool answer(const Execute& execute, const Reply& reply);
 
     const Installation& m_installation;
     values::Tree* m_tree = nullptr;

@@ -145,11 +145,6 @@ QString SimulatedServer::nodePath(const QString& name) const
     return AdminNodes::path(m_installation, name);
 }
 
-QString SimulatedServer::shortTimePath(const QString& name) const
-{
-    return ShortTimeOwner::path(m_installation, name);
-}
-
 QString SimulatedServer::kindOf(const QUuid& guid) const
 {
     return m_administration->kindOf(guid);

@@ -83,8 +83,6 @@ public:
     void setStartupStep(int milliseconds);
     /// Path of an administrative node: "<base path>/ADMINISTRATION/<name>".
     QString nodePath(const QString& name) const;
-    /// Path of a collection of short-time data, see ShortTimeOwner::path().
-    QString shortTimePath(const QString& name) const;
     /// "SCP", "MCP" or "FFP": what of these the GUID of a production or of a processor stands for; otherwise
     /// empty.
     QString kindOf(const QUuid& guid) const;

@@ -21,7 +21,7 @@ using KoltaSimulation::SimulatedServer;
 distribution::ServerPlaces clientsPlaces(const QString& base)
 {
     using namespace Kolta::ServerNodes;
-    return {names(eFolder), names(eRequest, eFolder), names(eWhole), shortTimePath(base, QString())};
+    return {names(eFolder), names(eRequest, eFolder), names(eWhole), shortTimePath(base)};
 }
 
 /// Whether commands on a collection take items away. Several in one may, too; nothing but tidying up makes

@@ -132,9 +132,9 @@ private:
         m_stage->session->draft().set(order, QStringLiteral("S1"));
     }
     template<class Map>
-    Map& map(const char* name) const
+    Map& map() const
     {
-        return *shortTimeMap<Map>(*m_stage->session, QStringLiteral("S1"), name);
+        return *shortTimeMap<Map>(*m_stage->session, QStringLiteral("S1"));
     }
 
     std::unique_ptr<Installation> m_installation;
@@ -265,14 +265,14 @@ void TestLines::shortTimeData()
     };
     using Profiles = Kolta::ShortTimeProfileItemMap;
     const QString first = QStringLiteral("O'Hara 1"), second = QStringLiteral("O'Hara 2");
-    const auto isThere = [&](const QString& name) { return map<Profiles>("Profiles").Contains(name); };
+    const auto isThere = [&](const QString& name) { return map<Profiles>().Contains(name); };
     auto* const editor = shown.findChild<ProfileEditor*>();
     editor->edit(Kolta::ShortTimeProfile());
     editor->line(ProfileField::Name)->setText(first);
     editor->line(ProfileField::Bandwidth)->setText(QStringLiteral("16-25 kHz"));
     run("short-save");
     QTRY_VERIFY2_WITH_TIMEOUT(isThere(first), qPrintable(m_shell->told()), kPatienceMs);
-    const auto fresh = map<Profiles>("Profiles").At(first);
+    const auto fresh = map<Profiles>().At(first);
     QCOMPARE(fresh.bandwidthMax, 25000u);
     editor->edit(fresh);
     QCOMPARE(editor->objectionToSave(), QStringLiteral("Nothing has changed."));
@@ -300,17 +300,15 @@ void TestLines::shortTimeData()
     QTest::keyClick(table, Qt::Key_Space);
     const auto wanted = matrix.wanted();
     run("short-send");
-    QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>("Assignments").Size(), std::size_t(1), kPatienceMs);
-    QCOMPARE(map<Assignments>("Assignments").data().begin()->second.profiles, wanted.value(0).profiles);
+    QTRY_COMPARE_WITH_TIMEOUT(map<Assignments>().Size(), std::size_t(1), kPatienceMs);
+    QCOMPARE(map<Assignments>().data().begin()->second.profiles, wanted.value(0).profiles);
     QCOMPARE(wanted.size(), 1);
 
     using Conversions = Kolta::ConvertProductionResultMap;
     tabs->setCurrentIndex(3);
     ConversionsView& conversions = shown.conversions();
     const QString record = QStringLiteral("archive/disk-1/4711");
-    const auto result = [&] {
-        return map<Conversions>("Conversions").At(sorel::RecordIdentifier::fromString(record));
-    };
+    const auto result = [&] { return map<Conversions>().At(sorel::RecordIdentifier::fromString(record)); };
     const auto field = [&](const char* name) {
         for (QLineEdit* const each : conversions.findChildren<QLineEdit*>()) {
             if (each->accessibleName() == QLatin1String(name))
@@ -333,7 +331,7 @@ void TestLines::shortTimeData()
     QVERIFY(!m_stage->window->actions().enabledBecause(QStringLiteral("conversions-tidy")).isEmpty());
     conversions.findChild<QCheckBox*>()->setChecked(true);
     run("conversions-tidy");
-    QTRY_COMPARE_WITH_TIMEOUT(map<Conversions>("Conversions").Size(), std::size_t(0), kPatienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(map<Conversions>().Size(), std::size_t(0), kPatienceMs);
 }
 
 void TestLines::ofPages()

@@ -147,7 +147,7 @@ void TestPictures::assign(const Stage& stage, const QString& server)
         matrix.toggle(matrix.index(0, column));
     QVERIFY(stage.window->actions().run(QStringLiteral("short-send")));
     QTRY_COMPARE(matrix.changeCount(), 0);
-    auto& results = *shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, server, "Results");
+    auto& results = *shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, server);
     Kolta::ShortTimeResult result;
     for (int i = 0; i < 40; ++i) {
         result.startTime = (QDateTime::currentMSecsSinceEpoch() - i * 12000) * 1000;

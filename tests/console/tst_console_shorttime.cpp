@@ -39,14 +39,11 @@ struct ShortTimeStage : Stage
     }
     ShortTimeStage() : Stage(oneServer()), page(static_cast<ShortTimePage*>(window->currentPage())) {}
     template<class Map>
-    Map& map(const char* name) const
+    Map& map() const
     {
-        return *shortTimeMap<Map>(*session, QStringLiteral("S1"), name);
+        return *shortTimeMap<Map>(*session, QStringLiteral("S1"));
     }
-    Kolta::ShortTimeProfileItemMap& profiles() const
-    {
-        return map<Kolta::ShortTimeProfileItemMap>("Profiles");
-    }
+    Kolta::ShortTimeProfileItemMap& profiles() const { return map<Kolta::ShortTimeProfileItemMap>(); }
     KoltaSimulation::SimulatedServer& server() const
     {
         return *session->simulation()->server(QStringLiteral("S1"));
@@ -161,7 +158,7 @@ private Q_SLOTS:
             return label->text().contains(QStringLiteral("not today"));
         }));
 
-        auto& assignments = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>("Assignments");
+        auto& assignments = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>();
         Kolta::ShortTimeFFPAssignment assignment;
         assignment.ffpGuid = QUuid::createUuid().toString();
         assignment.profiles = QStringList{before.name, table->model()->index(1, 0).data().toString()};
@@ -266,7 +263,7 @@ private Q_SLOTS:
         QCOMPARE(matrix.changeCount(), 0);
         QTest::keyClick(table, Qt::Key_Space, Qt::ControlModifier);
         QCOMPARE(matrix.wanted().size(), 1);
-        auto& map = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>("Assignments");
+        auto& map = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>();
         QCOMPARE(map.Size(), std::size_t(0));
         QVERIFY(stage.run("short-send-undo") && !stage.run("short-send"));
         QTest::keyClick(table, Qt::Key_Space);
@@ -332,7 +329,7 @@ private Q_SLOTS:
         QTRY_VERIFY(stage.isSettled());
         Kolta::ShortTimeResult found;
         found.startTime = QDateTime::currentMSecsSinceEpoch() * 1000;
-        stage.map<Kolta::ShortTimeResultItemMap>("Results").AddNew(found);
+        stage.map<Kolta::ShortTimeResultItemMap>().AddNew(found);
         const auto tells = [&stage](const QString& text) {
             const auto labels = stage.page->findChildren<QLabel*>();
             return std::any_of(labels.begin(), labels.end(), [&text](const QLabel* label) {
@@ -374,7 +371,7 @@ private Q_SLOTS:
         ShortTimeStage stage;
         QTRY_VERIFY(stage.isSettled());
         stage.show(2);
-        auto& map = stage.map<Kolta::ShortTimeResultItemMap>("Results");
+        auto& map = stage.map<Kolta::ShortTimeResultItemMap>();
         const qint64 start = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC).toMSecsSinceEpoch() * 1000;
         Kolta::ShortTimeResult result;
         for (int i = 0; i < 20; ++i) {

@@ -83,12 +83,8 @@ void TestWriting::whatIsTypedStays()
     using Profiles = Kolta::ShortTimeProfileItemMap;
     using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
     const auto* const session = stage.session.get();
-    const auto profiles = [session] {
-        return shortTimeMap<Profiles>(*session, QStringLiteral("S1"), "Profiles");
-    };
-    const auto assignments = [session] {
-        return shortTimeMap<Assignments>(*session, QStringLiteral("S1"), "Assignments");
-    };
+    const auto profiles = [session] { return shortTimeMap<Profiles>(*session, QStringLiteral("S1")); };
+    const auto assignments = [session] { return shortTimeMap<Assignments>(*session, QStringLiteral("S1")); };
     QTRY_VERIFY_WITH_TIMEOUT(profiles() && profiles()->Size() > 0 && assignments(), 20000);
     auto* const editor = shortTime.findChild<ProfileEditor*>();
     editor->edit(Kolta::ShortTimeProfile());

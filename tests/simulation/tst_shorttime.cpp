@@ -1,6 +1,7 @@
 #include <koltacommon/convertproductionresultmap.h>
 #include <koltacommon/shapecollectionitemmap.h>
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
+#include <koltacommon/shorttimemaps.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/shorttimeresultitemmap.h>
 #include <simulation/activity.h>
@@ -67,7 +68,7 @@ private Q_SLOTS:
     }
     void cleanup()
     {
-        const QString path = m_server->shortTimePath(QString());
+        const QString path = ServerNodes::shortTimePath(m_server->installation().basePath());
         m_server.reset();
         QVERIFY(!values::Tree::Instance().Find(path));
     }
@@ -118,8 +119,7 @@ private Q_SLOTS:
     void beginsEachLifeAnew()
     {
         const std::size_t count = profiles().Size();
-        QVERIFY(count >= 20 && find<ShortTimeResultItemMap>("Results") &&
-                find<ShapeCollectionItemMap>("Shapes"));
+        QVERIFY(count >= 20 && find<ShortTimeResultItemMap>() && find<ShapeCollectionItemMap>());
         // A client that stays attached makes tombstones of what vanishes.
         Answers<ShortTimeProfileItemMap> answers(profiles());
         ShortTimeProfile own;
@@ -128,8 +128,7 @@ private Q_SLOTS:
         profiles().RequestTypeChange(own.name, eShortTimeProfileBurst);
         addConversions(1);
         m_server->vanish();
-        QVERIFY(!find<ShortTimeProfileItemMap>("Profiles") &&
-                !find<ConvertProductionResultMap>("Conversions"));
+        QVERIFY(!find<ShortTimeProfileItemMap>() && !find<ConvertProductionResultMap>());
         QVERIFY(m_server->comeBack());
         QCoreApplication::processEvents();
         QCOMPARE(profiles().Size(), count);
@@ -164,7 +163,7 @@ private Q_SLOTS:
         assignment.ffpGuid = "{1}"_s;
         assignment.profiles = QStringList{"disabled"_s};
         assignments().Set(assignment);
-        auto& results = *find<ShortTimeResultItemMap>("Results");
+        auto& results = *find<ShortTimeResultItemMap>();
         Activity activity(*m_server, 5);
         for (int step = 0; step < 50; ++step)
             activity.step();
@@ -237,20 +236,13 @@ private Q_SLOTS:
 
 private:
     template<class Map>
-    Map* find(const char* name) const
+    Map* find() const
     {
-        auto* const map = values::Tree::Instance().FindAs<Map>(m_server->shortTimePath(QLatin1String(name)));
-        return map && !map->IsDeleted() ? map : nullptr;
+        return shortTimeMap<Map>(m_server->installation().basePath());
     }
-    ShortTimeProfileItemMap& profiles() const { return *find<ShortTimeProfileItemMap>("Profiles"); }
-    ShortTimeFFPAssignmentItemMap& assignments() const
-    {
-        return *find<ShortTimeFFPAssignmentItemMap>("Assignments");
-    }
-    ConvertProductionResultMap& conversions() const
-    {
-        return *find<ConvertProductionResultMap>("Conversions");
-    }
+    ShortTimeProfileItemMap& profiles() const { return *find<ShortTimeProfileItemMap>(); }
+    ShortTimeFFPAssignmentItemMap& assignments() const { return *find<ShortTimeFFPAssignmentItemMap>(); }
+    ConvertProductionResultMap& conversions() const { return *find<ConvertProductionResultMap>(); }
     void addConversions(int count) const
     {
         for (int i = 0; i < count; ++i)

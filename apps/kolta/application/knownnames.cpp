@@ -10,8 +10,8 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/resourcedemandclassobserver.h>
-#include <koltacommon/servernodes.h>
 #include <koltacommon/servertuners.h>
+#include <koltacommon/shorttimemaps.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 #include <koltacommon/tunerclasstree.h>
 #include <values/tree.h>
@@ -135,10 +135,9 @@ QStringList namesOfDemandClasses(Server& server)
 
 QStringList namesOfProfiles(Server& server)
 {
-    const auto* const map = values::Tree::Instance().FindAs<Kolta::ShortTimeProfileItemMap>(
-        Kolta::ServerNodes::shortTimePath(server.getServerBasePath(), QStringLiteral("Profiles")));
+    const auto* const map = Kolta::shortTimeMap<Kolta::ShortTimeProfileItemMap>(server.getServerBasePath());
     QStringList names;
-    if (map && !map->IsDeleted()) {
+    if (map) {
         for (const auto& entry : map->data())
             names.append(entry.first);
     }

@@ -7,8 +7,7 @@
 #include <kolta/cli/output.h>
 
 #include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/servernodes.h>
-#include <values/tree.h>
+#include <koltacommon/shorttimemaps.h>
 
 #include <QString>
 #include <QStringList>
@@ -37,20 +36,18 @@ public:
     }
 
     /// Waits until the server has come up. Prints an error and gives nothing when there is none, there are
-    /// several, or it has no collection of that name, "Profiles" for instance.
-    static std::optional<ShortTimeCollection> startUp(const CommandLine& line, const char* name)
+    /// several, or it has no collection of that kind.
+    static std::optional<ShortTimeCollection> startUp(const CommandLine& line)
     {
         auto servers = Servers::startUp(line);
         Server* const server = servers ? servers->only() : nullptr;
         if (!server)
             return std::nullopt;
-        const QString path =
-            Kolta::ServerNodes::shortTimePath(server->getServerBasePath(), QLatin1String(name));
-        auto* const map = values::Tree::Instance().FindAs<Map>(path);
-        if (map && !map->IsDeleted())
+        if (auto* const map = Kolta::shortTimeMap<Map>(server->getServerBasePath()))
             return ShortTimeCollection(std::move(*servers), *server, *map);
-        printError(QStringLiteral("%1 publishes no %2 of short-time data")
-                       .arg(server->getAddress(), QString(QLatin1String(name)).toLower()));
+        printError(
+            QStringLiteral("%1 publishes no %2 of short-time data")
+                .arg(server->getAddress(), QString(Kolta::ServerNodes::shortTimeName<Map>()).toLower()));
         return std::nullopt;
     }
 
@@ -65,21 +62,20 @@ private:
     Map* m_map;
 };
 
-/// A run that works on the collection of that name.
+/// A run that works on the collection of that kind.
 template<class Map, class Use>
-Run onShortTime(const char* name, Use use)
+Run onShortTime(Use use)
 {
-    return with([name](const CommandLine& line) { return ShortTimeCollection<Map>::startUp(line, name); },
-                use);
+    return with(&ShortTimeCollection<Map>::startUp, use);
 }
 
 /// The same for what changes the collection: asks for the right before, and tells when the owner of the
 /// collection does not let the change stand. The command takes Users::option().
 template<class Map, class Use>
-Run changeShortTime(const char* name, Kolta::UserAction action, Use use)
+Run changeShortTime(Kolta::UserAction action, Use use)
 {
     return onShortTime<Map>(
-        name, [action, use](const CommandLine& line, const ShortTimeCollection<Map>& collection) {
+        [action, use](const CommandLine& line, const ShortTimeCollection<Map>& collection) {
             const Users users(collection.installation(), line);
             if (!users.areKnown() || !users.may(action))
                 return int(eExitFailed);

@@ -159,7 +159,7 @@ int set(const CommandLine& line, const Assignments& known)
 Command assignmentsCommand()
 {
     const Argument ffp{"FFP", "GUID of an FFP, or the display name of one that runs."};
-    const auto on = [](auto use) { return onShortTime<ShortTimeFFPAssignmentItemMap>("Assignments", use); };
+    const auto on = [](auto use) { return onShortTime<ShortTimeFFPAssignmentItemMap>(use); };
     return {
         "assignments",
         "list, show or set what FFPs are to look for",
@@ -181,8 +181,7 @@ Command assignmentsCommand()
          {"set",
           {ffp},
           "Asks the server for another one.",
-          changeShortTime<ShortTimeFFPAssignmentItemMap>("Assignments", Kolta::UserAction::EditAssignments,
-                                                         set)}}};
+          changeShortTime<ShortTimeFFPAssignmentItemMap>(Kolta::UserAction::EditAssignments, set)}}};
 }
 
 } // namespace KoltaCli

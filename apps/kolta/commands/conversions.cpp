@@ -165,9 +165,9 @@ int tidy(const CommandLine& line, const Conversions& known)
 Command conversionsCommand()
 {
     const Argument record{"RECORD", "SUBSYSTEM/DEVICE/RECORD.", Argument::eOnce, {}, problemOfRecord};
-    const auto on = [](auto use) { return onShortTime<ConvertProductionResultMap>("Conversions", use); };
+    const auto on = [](auto use) { return onShortTime<ConvertProductionResultMap>(use); };
     const auto change = [](UserAction action, auto use) {
-        return changeShortTime<ConvertProductionResultMap>("Conversions", action, use);
+        return changeShortTime<ConvertProductionResultMap>(action, use);
     };
     return {"conversions",
             "list, start, finish or tidy up conversions of recordings",

@@ -110,10 +110,9 @@ bool moveAssignments(const CommandLine& line, const Profiles& profiles, const QS
                      const QString& name)
 {
     using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
-    auto* const map = values::Tree::Instance().FindAs<Assignments>(Kolta::ServerNodes::shortTimePath(
-        profiles.server().getServerBasePath(), QStringLiteral("Assignments")));
+    auto* const map = Kolta::shortTimeMap<Assignments>(profiles.server().getServerBasePath());
     QVector<Kolta::ShortTimeFFPAssignment> moved;
-    if (map && !map->IsDeleted()) {
+    if (map) {
         for (const auto& entry : map->data()) {
             if (entry.second.profiles.contains(before))
                 moved.append(entry.second);
@@ -276,9 +275,9 @@ int diff(const CommandLine& line)
 Command profilesCommand()
 {
     const Argument file{"FILE", "A file of profiles; \"-\" for standard input or output."};
-    const auto on = [](auto use) { return onShortTime<ShortTimeProfileItemMap>("Profiles", use); };
+    const auto on = [](auto use) { return onShortTime<ShortTimeProfileItemMap>(use); };
     const auto change = [](auto use) {
-        return changeShortTime<ShortTimeProfileItemMap>("Profiles", Kolta::UserAction::EditProfiles, use);
+        return changeShortTime<ShortTimeProfileItemMap>(Kolta::UserAction::EditProfiles, use);
     };
     return {
         "profiles",

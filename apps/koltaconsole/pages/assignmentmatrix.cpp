@@ -111,8 +111,7 @@ void AssignmentMatrix::readAssignments(QVector<Ffp>& ffps)
         return std::find_if(among.begin(), among.end(),
                             [&guid](const Ffp& ffp) { return Kolta::isSameGuid(ffp.guid, guid); });
     };
-    const auto* const map =
-        shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
+    const auto* const map = shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server);
     if (!map) {
         for (const Ffp& known : qAsConst(m_ffps)) {
             if (const auto found = find(ffps, known.guid); found != ffps.end())
@@ -138,7 +137,7 @@ void AssignmentMatrix::refresh()
     if (!m_server.isEmpty())
         readFfps(QModelIndex(), QString(), ffps);
     readAssignments(ffps);
-    const auto* const map = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
+    const auto* const map = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server);
     m_isLastKnown = !map && !m_server.isEmpty();
     if (m_isLastKnown && ffps.isEmpty())
         ffps = m_ffps;

@@ -145,8 +145,8 @@ void AssignmentsView::follow()
 void AssignmentsView::showServer(const QString& address)
 {
     m_server = address;
-    auto* const assignments = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, address, "Assignments");
-    auto* const profiles = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, address, "Profiles");
+    auto* const assignments = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, address);
+    auto* const profiles = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, address);
     if (m_assignments.map() != assignments)
         m_assignments.setMap(assignments);
     if (m_profiles.map() != profiles)
@@ -221,8 +221,8 @@ void AssignmentsView::showState()
 
 QString AssignmentsView::objection() const
 {
-    const QString general = objectionToShortTime(
-        m_server, shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments"));
+    const QString general =
+        objectionToShortTime(m_server, shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server));
     return general.isEmpty() && m_matrix.changeCount() == 0 ? tr("Nothing has changed.") : general;
 }
 
@@ -273,7 +273,7 @@ QString AssignmentsView::sendLines() const
 /// Each FFP is asked for by itself; what is refused stays ticked and becomes an event.
 void AssignmentsView::send()
 {
-    auto* const map = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
+    auto* const map = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server);
     m_line = sendLines();
     for (const ShortTimeFFPAssignment& assignment : m_matrix.wanted()) {
         auto* const job = new Kolta::AssignmentJob(*map, assignment, this);

@@ -180,7 +180,7 @@ void ConversionsView::makeActions()
 
 ConvertProductionResultMap* ConversionsView::map() const
 {
-    return shortTimeMap<ConvertProductionResultMap>(m_session, m_server, "Conversions");
+    return shortTimeMap<ConvertProductionResultMap>(m_session, m_server);
 }
 
 void ConversionsView::showServer(const QString& address)

@@ -99,7 +99,7 @@ void ProfileImportView::makeActions()
 
 ShortTimeProfileItemMap* ProfileImportView::map() const
 {
-    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
+    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server);
 }
 
 QString ProfileImportView::objection() const
@@ -184,7 +184,7 @@ void ProfileImportView::confirm()
 void ProfileImportView::tellImport(const QString& server, const QString& file,
                                    const std::list<ShortTimeProfile>& items, const QString& reason)
 {
-    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
+    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
     const auto taken = std::count_if(items.begin(), items.end(), [profiles](const ShortTimeProfile& item) {
         return profiles && profiles->Contains(item.name) &&
                differingFields(profiles->At(item.name), item).isEmpty();

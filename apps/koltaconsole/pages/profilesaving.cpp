@@ -28,7 +28,7 @@ ProfileSaving::ProfileSaving(Session& session, const QString& server, const QStr
 
 ShortTimeProfileItemMap* ProfileSaving::profiles() const
 {
-    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
+    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server);
 }
 
 /// Goes on when the server has decided, and is still there.
@@ -91,7 +91,7 @@ void ProfileSaving::moveAssignments()
         Q_EMIT si_Ended(QString());
         return;
     }
-    auto* const map = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
+    auto* const map = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server);
     QVector<ShortTimeFFPAssignment> moved;
     if (map) {
         for (const auto& entry : map->data()) {

@@ -96,18 +96,16 @@ void ProfilesView::makeListActions()
     removal.line = [this] { return removeLine(); };
     removal.object = [this] { return selected() ? selected()->name : QString(); };
     removal.run = [this] { remove(); };
-    ActionTable::Entry import = removal;
-    import.id = QStringLiteral("short-import");
-    import.text = tr("Import…");
-    import.shortcut = QKeySequence(QKeySequence::Open);
-    import.problem = [this] { return objectionToShortTime(m_server, map() != nullptr);
-};
-import.line = {};
-import.object = {};
-import.run = [this] { askForFile();
-}; // namespace KoltaConsole
-for (const ActionTable::Entry& entry : {begin, removal, import})
-    m_actions.add(entry, this);
+    ActionTable::Entry importing = removal;
+    importing.id = QStringLiteral("short-import");
+    importing.text = tr("Import…");
+    importing.shortcut = QKeySequence(QKeySequence::Open);
+    importing.problem = [this] { return objectionToShortTime(m_server, map() != nullptr); };
+    importing.line = {};
+    importing.object = {};
+    importing.run = [this] { askForFile(); };
+    for (const ActionTable::Entry& entry : {begin, removal, importing})
+        m_actions.add(entry, this);
 }
 
 void ProfilesView::makeEditorActions()
@@ -130,7 +128,7 @@ void ProfilesView::makeEditorActions()
         entry.id = QLatin1String(id);
         entry.text = text;
         entry.problem = problem;
-        entry.run = [this, deed] { (m_editor->*deed)(); };
+        entry.run = [editor = m_editor, deed] { (editor->*deed)(); };
         m_actions.add(entry, this);
     };
     const auto noNews = [this] {
@@ -206,7 +204,7 @@ void ProfilesView::followEditor()
 
 ShortTimeProfileItemMap* ProfilesView::map() const
 {
-    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server, "Profiles");
+    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server);
 }
 
 QLineEdit* ProfilesView::filterLine() const
@@ -316,8 +314,7 @@ void ProfilesView::choose()
 
 int ProfilesView::useCount(const QString& profile) const
 {
-    const auto* const assignments =
-        shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server, "Assignments");
+    const auto* const assignments = shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server);
     int count = 0;
     if (assignments) {
         for (const auto& entry : assignments->data())
@@ -404,7 +401,7 @@ void ProfilesView::takeEnd(const QString& problem)
     m_saving->deleteLater();
     m_saving = nullptr;
     m_editor->setSaving(false);
-    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
+    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
     const bool isSaved = profiles && profiles->Contains(wanted.name) &&
                          differingFields(profiles->At(wanted.name), wanted).isEmpty();
     if (server != m_server) {
@@ -444,7 +441,7 @@ void ProfilesView::remove()
     new WishWatch(
         m_session, m_server, profiles->GetPath(),
         [this, name, server = m_server](const QString& reason) {
-            const auto* const left = shortTimeMap<ShortTimeProfileItemMap>(m_session, server, "Profiles");
+            const auto* const left = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
             if (!reason.isEmpty() && left && left->Contains(name))
                 m_session.tell(tr("profile %1 of %2 is not removed: %3").arg(name, server, reason),
                                Kolta::Event::Weight::Attention);

@@ -123,7 +123,7 @@ void ResultsView::makeTable()
 
 void ResultsView::showServer(const QString& address)
 {
-    auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address, "Results");
+    auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address);
     if (m_model.map() != map && (map || m_server != address))
         m_model.setMap(map);
     if (m_server != address) {

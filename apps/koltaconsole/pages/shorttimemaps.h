@@ -4,22 +4,16 @@
 
 #include <koltacommon/actionrights.h>
 #include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/servernodes.h>
-#include <values/tree.h>
+#include <koltacommon/shorttimemaps.h>
 
 namespace KoltaConsole {
 
-/// A collection of short-time data of that server, "Profiles" for instance; null when it has none, and while
-/// it is away.
+/// A collection of short-time data of that server; null when it has none, and while it is away.
 template<class Map>
-Map* shortTimeMap(const Session& session, const QString& server, const char* name)
+Map* shortTimeMap(const Session& session, const QString& server)
 {
     const Kolta::KoltaServerInterface* const known = session.server(server);
-    if (!known)
-        return nullptr;
-    auto* const map = values::Tree::Instance().FindAs<Map>(
-        Kolta::ServerNodes::shortTimePath(known->getServerBasePath(), QLatin1String(name)));
-    return map && !map->IsDeleted() ? map : nullptr;
+    return known ? Kolta::shortTimeMap<Map>(known->getServerBasePath()) : nullptr;
 }
 
 /// Why nothing can be done with short-time data of that server, as a sentence; empty: it is there. Rights,

@@ -8,6 +8,14 @@
 
 /// Where the servers of an installation stand in the value tree, and which nodes each has below
 /// "/ADMINISTRATION".
+namespace Kolta {
+class ConvertProductionResultMap;
+class ShapeCollectionItemMap;
+class ShortTimeFFPAssignmentItemMap;
+class ShortTimeProfileItemMap;
+class ShortTimeResultItemMap;
+} // namespace Kolta
+
 namespace Kolta::ServerNodes {
 
 /// The literal with its length: not every compiler counts it when it compiles.
@@ -179,10 +187,46 @@ inline QString recordMapPath(QString basePath)
     return basePath.replace(QLatin1String("/AdminTree"), QLatin1String("/RecordMapTree"));
 }
 
-/// The path of a collection of short-time data, "Profiles" for instance, of the server at `basePath`.
-inline QString shortTimePath(const QString& basePath, const QString& name)
+/// Where the collections of short-time data of the server at `basePath` stand.
+inline QString shortTimePath(const QString& basePath)
 {
-    return dataPath(basePath) + QLatin1String("/ShortTime/") + name;
+    return dataPath(basePath) + QLatin1String("/ShortTime/");
+}
+
+/// The name there of each kind of collection.
+template<class Map>
+constexpr QLatin1String shortTimeName() = delete;
+template<>
+constexpr QLatin1String shortTimeName<ShortTimeProfileItemMap>()
+{
+    return literal("Profiles");
+}
+template<>
+constexpr QLatin1String shortTimeName<ShortTimeFFPAssignmentItemMap>()
+{
+    return literal("Assignments");
+}
+template<>
+constexpr QLatin1String shortTimeName<ShortTimeResultItemMap>()
+{
+    return literal("Results");
+}
+template<>
+constexpr QLatin1String shortTimeName<ConvertProductionResultMap>()
+{
+    return literal("Conversions");
+}
+template<>
+constexpr QLatin1String shortTimeName<ShapeCollectionItemMap>()
+{
+    return literal("Shapes");
+}
+
+/// The path of one of the collections of the server at `basePath`.
+template<class Map>
+QString shortTimePath(const QString& basePath)
+{
+    return shortTimePath(basePath) + shortTimeName<Map>();
 }
 
 } // namespace Kolta::ServerNodes
