@@ -24,25 +24,26 @@ bool isTrusted(const QFileInfo& file)
            !(file.permissions() & others);
 }
 
-void takeAccess(MqttOptions& mqtt, const QString& server)
+/// False when there is none.
+bool takeAccess(MqttOptions& mqtt, const QString& server)
 {
     const QString path = AccessFilePath(mqtt.address);
     QFile file(path);
     if (!isTrusted(QFileInfo(path)) || !file.open(QIODevice::ReadOnly))
-        return;
+        return false;
     const QByteArray own = QByteArrayLiteral("server-") + server.toUtf8();
     const QByteArray authority = QByteArrayLiteral("ca=");
     while (!file.atEnd()) {
         const QByteArray line = file.readLine().trimmed();
         const int colon = line.indexOf(':');
         if (line.startsWith(authority)) {
-            if (mqtt.caFile.isEmpty())
-                mqtt.caFile = QFile::decodeName(line.mid(authority.size()));
+            mqtt.caFile = QFile::decodeName(line.mid(authority.size()));
         } else if (colon > 0 && (mqtt.address.user.isEmpty() || line.left(colon) == own)) {
             mqtt.address.user = line.left(colon);
             mqtt.address.password = line.mid(colon + 1);
         }
     }
+    return !mqtt.address.user.isEmpty();
 }
 
 class Group
@@ -70,6 +71,21 @@ private:
     const QString m_name = QStringLiteral("Distribution");
 };
 
+/// How this program is admitted to the broker, as the configuration says. A broker whose users are written
+/// down in an access file is another one than the configuration is about.
+void takeConfiguredAccess(const Group& group, MqttOptions& mqtt)
+{
+    if (mqtt.address.user.isEmpty())
+        mqtt.address.user = group.text("User").toUtf8();
+    const QByteArray prefix = group.text("Prefix").toUtf8();
+    if (!prefix.isEmpty() && mqtt.address.prefix == BrokerAddress().prefix)
+        mqtt.address.prefix = prefix;
+    mqtt.passwordFile = group.text("PasswordFile");
+    mqtt.caFile = group.text("CaFile");
+    mqtt.certificateFile = group.text("CertFile");
+    mqtt.keyFile = group.text("KeyFile");
+}
+
 /// The address under which the recording's messages were published.
 std::optional<BrokerAddress> playRecording(const QString& url, LinkOptions& options, QString& error)
 {
@@ -96,15 +112,9 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
     if (!address)
         return std::nullopt;
     options.mqtt.address = *address;
-    if (options.mqtt.address.user.isEmpty())
-        options.mqtt.address.user = group.text("User").toUtf8();
-    const QByteArray prefix = group.text("Prefix").toUtf8();
-    if (!prefix.isEmpty() && !options.replay && address->prefix == BrokerAddress().prefix)
-        options.mqtt.address.prefix = prefix;
-    options.mqtt.passwordFile = group.text("PasswordFile");
-    options.mqtt.caFile = group.text("CaFile");
-    options.mqtt.certificateFile = group.text("CertFile");
-    options.mqtt.keyFile = group.text("KeyFile");
+    const bool mayHaveFile = address->user.isEmpty() && !options.replay;
+    if (!options.replay && !(mayHaveFile && takeAccess(options.mqtt, server)))
+        takeConfiguredAccess(group, options.mqtt);
     group.read("KeepAliveS", options.mqtt.keepAliveS);
     group.read("MaxInboxBytes", options.mqtt.maximumInboxBytes);
     options.branches =
@@ -121,8 +131,6 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
     group.read("TakeOver", options.takeOver);
     options.host = QSysInfo::machineHostName();
     options.program = QCoreApplication::applicationName();
-    if (options.mqtt.address.user.isEmpty() && !options.replay)
-        takeAccess(options.mqtt, server);
     return options;
 }
 

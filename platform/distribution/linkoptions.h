@@ -19,17 +19,17 @@ class Replay;
 /// group "Distribution", where they may be set.
 struct KOLTA_DISTRIBUTION_EXPORT LinkOptions
 {
-    MqttOptions
-        mqtt; ///< Url, User, PasswordFile, CaFile, CertFile, KeyFile, Prefix, KeepAliveS, MaxInboxBytes
+    /// Url, User, PasswordFile, CaFile, CertFile, KeyFile, Prefix, KeepAliveS, MaxInboxBytes
+    MqttOptions mqtt;
     QStringList branches{QStringLiteral("*")}; ///< that are mirrored; "*": all
-    bool collections = true;
-    qint64 beatMs = 5000;
-    qint64 graceMs = 10000;
-    qint64 deathGraceMs = 2000;
-    qint64 wishTimeoutMs = 10000;
-    std::size_t logBytes = 8U << 20U;
-    std::size_t maxStateBytes = 64U << 20U;
-    bool takeOver = false;
+    bool collections = true;                   ///< are mirrored, too
+    qint64 beatMs = 5000;                      ///< between two signs of life of an own branch
+    qint64 graceMs = 10000;     ///< for which a silent owner is only suspect, and a lost client's items stay
+    qint64 deathGraceMs = 2000; ///< the same for an owner that the broker says is dead
+    qint64 wishTimeoutMs = 10000;           ///< after which an unanswered change has failed
+    std::size_t logBytes = 8U << 20U;       ///< that an own branch keeps of a channel's log
+    std::size_t maxStateBytes = 64U << 20U; ///< largest unpacked state and content that is taken
+    bool takeOver = false;                  ///< an own branch displaces another owner of its name
 
     // What the configuration has nothing to say about.
     QString host;    ///< of this process, for people
@@ -42,10 +42,10 @@ struct KOLTA_DISTRIBUTION_EXPORT LinkOptions
     QStringList compared;
 
     /// Those of the configuration; `url` stands for the one there unless it is empty. The URL of a recording
-    /// (see ReplayAddress) gives an opened replay. A user and a password
-    /// that neither of them has are taken from the broker's access file, if this user has one: that of
-    /// `server` if there is one of that name, else the first. Nothing, and what is wrong in one line, when a
-    /// URL does not fit or a recording cannot be played.
+    /// (see ReplayAddress) gives an opened replay. Unless the URL names a user, the broker's access file, if
+    /// this user has one, goes before the configuration's user, password, prefix and certificates: the user
+    /// of `server` if there is one of that name, else the first. Nothing, and what is wrong in one line, when
+    /// a URL does not fit or a recording cannot be played.
     static std::optional<LinkOptions> FromConfiguration(const QString& url, QString& error,
                                                         const QString& server = QString());
 

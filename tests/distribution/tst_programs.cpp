@@ -6,6 +6,7 @@
 #include <values/value.h>
 
 #include <QProcess>
+#include <QScopeGuard>
 #include <QtTest>
 
 #include <csignal>
@@ -58,9 +59,7 @@ private Q_SLOTS:
     {
         QString error;
         QVERIFY2(m_broker.start(error), qPrintable(error));
-        QFile configuration(configurationFile());
-        QVERIFY(configuration.open(QIODevice::WriteOnly));
-        QVERIFY(configuration.write("[Distribution]\nBeatMs=1000\nGraceMs=5000\nDeathGraceMs=300\n") > 0);
+        QVERIFY(configure(""));
     }
 
     void simulatorIsKilledAndReturns()
@@ -268,6 +267,9 @@ private Q_SLOTS:
     void wholeInstallation()
     {
         QFETCH(bool, tls);
+        // Of another broker, which says nothing about this one.
+        QVERIFY(configure("User=anna\nPasswordFile=/nowhere\nCaFile=/nowhere\nPrefix=elsewhere\n"));
+        const auto restore = qScopeGuard([this] { configure(""); });
         Program up(KOLTA_PROGRAM,
                    QStringList{QStringLiteral("up"), QStringLiteral("--servers"), QStringLiteral("2"),
                                QStringLiteral("--restart")} +
@@ -348,6 +350,13 @@ private:
                     configurationFile());
         run.result();
         return run.readAllStandardOutput() + run.readAllStandardError() + QByteArray::number(run.exitCode());
+    }
+    bool configure(const char* more) const
+    {
+        QFile file(configurationFile());
+        return file.open(QIODevice::WriteOnly) &&
+               file.write("[Distribution]\nBeatMs=1000\nGraceMs=5000\nDeathGraceMs=300\n") > 0 &&
+               file.write(more) >= 0;
     }
     QString configurationFile() const { return m_folder.filePath(QStringLiteral("kolta.ini")); }
     std::unique_ptr<Program> simulator(const QStringList& options = {}) const
