@@ -40,7 +40,8 @@ void WishDesk::SetPresence(const Topic& topic, const Bytes& payload, qint64 nowM
 {
     if (!isOwnSession(topic, nowMs))
         return;
-    if (!payload.empty() && m_present.size() >= kMostPresent && m_present.count(topic.session) == 0) {
+    if (!payload.empty() && m_present.size() >= kMostPresent &&
+        m_present.count({topic.session, topic.user}) == 0) {
         m_complaints(kTrace, eTooManyWriters, QStringLiteral("too many clients"), nowMs);
         return;
     }
@@ -54,15 +55,26 @@ void WishDesk::SetPresence(const Topic& topic, const Bytes& payload, qint64 nowM
     }
     m_leases.SetPresent(topic.session, presence.has_value(), nowMs);
     if (presence)
-        m_present[topic.session] = *presence;
+        m_present[{topic.session, topic.user}] = *presence;
     else
-        m_present.erase(topic.session);
+        m_present.erase({topic.session, topic.user});
+}
+
+/// A session belongs to the user who has made wishes under it, and before the first one, as after a restart
+/// of the owner, to who says that it is there.
+bool WishDesk::isForeign(const Topic& topic) const
+{
+    const auto known = m_known.find(topic.session);
+    if (known != m_known.end())
+        return known->second.user != topic.user;
+    const auto present = m_present.lower_bound({topic.session, Bytes()});
+    return present != m_present.end() && present->first.first == topic.session &&
+           m_present.count({topic.session, topic.user}) == 0;
 }
 
 bool WishDesk::isOwnSession(const Topic& topic, qint64 nowMs)
 {
-    const auto known = m_known.find(topic.session);
-    if (known == m_known.end() || known->second.user == topic.user)
+    if (!isForeign(topic))
         return true;
     m_complaints(
         kTrace, eForeignSession,
@@ -106,7 +118,7 @@ WishDesk::Review WishDesk::Look(const Topic& topic, const OwnerChannel& channel,
     m_adding.clear();
     Review review;
     review.writer = {topic.user, topic.session, {}, {}};
-    const auto present = m_present.find(topic.session);
+    const auto present = m_present.find({topic.session, topic.user});
     if (present != m_present.end()) {
         review.writer.host = present->second.host;
         review.writer.program = present->second.program;

@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace distribution {
@@ -65,7 +66,9 @@ private:
         Bytes user;
         qint64 usedMs = 0; ///< time of its last wish
     };
+    using UsersSession = std::pair<QUuid, Bytes>;
     bool isOwnSession(const Topic& topic, qint64 nowMs);
+    bool isForeign(const Topic& topic) const;
     bool makeRoom(const OwnerChannel& channel, qint64 nowMs);
     bool isOwnItem(const Writer& writer, const Change& change) const;
     Failure objectionTo(const Writer& writer, const OwnerChannel& channel, const Change& change) const;
@@ -77,7 +80,7 @@ private:
     Leases m_leases;
     std::map<QUuid, Known> m_known;
     QSet<QString> m_adding; ///< items of the wish that is looked at
-    std::map<QUuid, PresenceMessage> m_present;
+    std::map<UsersSession, PresenceMessage> m_present;
     Complaints m_complaints;
 };
 
