@@ -358,11 +358,21 @@ void LocalInstallation::onBrokerEnd()
     Q_EMIT si_Told(text);
     if (!m_settings.restart)
         return;
+    startBrokerAgain();
+}
+
+/// Until it starts: its port may be taken for a while.
+void LocalInstallation::startBrokerAgain()
+{
     QTimer::singleShot(kRestartMs, this, [this] {
         QString error;
-        Q_EMIT si_Told(m_broker->start(error)
-                           ? QStringLiteral("the broker was started again: %1").arg(m_broker->pid())
-                           : error);
+        if (m_isEnding)
+            return;
+        const bool isStarted = m_broker->start(error);
+        Q_EMIT si_Told(isStarted ? QStringLiteral("the broker was started again: %1").arg(m_broker->pid())
+                                 : error);
+        if (!isStarted)
+            startBrokerAgain();
     });
 }
 

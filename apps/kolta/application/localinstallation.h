@@ -66,6 +66,7 @@ private:
     void onServerEnd(Server& server, const QString& how);
     QString whyNotUp(int milliseconds) const;
     void onBrokerEnd();
+    void startBrokerAgain();
     QString path(const QString& name) const { return m_folder.filePath(name); }
 
     const Settings m_settings;
