@@ -13,6 +13,8 @@ namespace {
 
 constexpr qint64 kFirstPauseMs = 1000; ///< between asks for a beat, doubled
 constexpr qint64 kLongestPauseMs = 10000;
+/// For which nothing is sent on a line on which the broker has refused it, unless rights come anew.
+constexpr qint64 kRefusedMs = 30000;
 
 enum eTracePoint : int { eMalformed = 1, eOutside = 2 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchmirror", Startup::eTraceWarning);
@@ -32,6 +34,7 @@ Output BranchMirror::OnUp(std::size_t maximumPayload, qint64 nowMs)
     m_nowMs = nowMs;
     m_online = true;
     m_onlineMs = nowMs;
+    m_refusedUntilMs = 0;
     m_askBeatMs = m_askBeatPauseMs = 0;
     m_maximumPayload = maximumPayload;
     if (m_state == BranchState::Forbidden)
@@ -92,6 +95,8 @@ bool BranchMirror::take(const Topic& topic, const Bytes& payload)
 Output BranchMirror::OnRefused(const QString& reason, qint64 nowMs)
 {
     m_nowMs = nowMs;
+    m_refusedUntilMs = nowMs + kRefusedMs;
+    m_refusedWhy = reason;
     for (const auto& channel : m_channels)
         channel.second->Refuse(reason, m_onlineMs);
     return finish();
@@ -114,9 +119,18 @@ Output BranchMirror::OnTime(qint64 nowMs)
 void BranchMirror::Abandon()
 {
     for (const Change& change : m_tree.TakeChanges())
-        tellAuthor(change, WishResult::Unknown);
+        failed({WishResult::TooLate, change.path + QStringLiteral(": the link has ended before it was sent"),
+                change, nullptr});
     for (const auto& channel : m_channels)
         channel.second->Abandon();
+}
+
+void BranchMirror::HandOver()
+{
+    for (const Change& change : m_tree.TakeChanges())
+        tellAuthor(change, WishResult::Unknown);
+    for (const auto& channel : m_channels)
+        channel.second->HandOver();
 }
 
 std::vector<ChannelNumber> BranchMirror::GetNumbers() const
@@ -164,6 +178,8 @@ void BranchMirror::route(Changes changes)
         else if (!m_settings.refusal.isEmpty())
             channel->Fail({change}, WishResult::Refused,
                           change.path + QStringLiteral(": ") + m_settings.refusal);
+        else if (m_nowMs < m_refusedUntilMs)
+            channel->Fail({change}, WishResult::Refused, change.path + QStringLiteral(": ") + m_refusedWhy);
         else if (!writable)
             channel->Fail({change}, WishResult::Refused,
                           change.path + QStringLiteral(": its owner is not there"));
@@ -304,7 +320,9 @@ void BranchMirror::update()
     if (m_state == BranchState::Forbidden || m_epoch.isNull())
         return;
     if (!m_online || m_deadSinceMs != kNever || m_nowMs > silentAtMs()) {
-        m_silentSinceMs = std::min(m_silentSinceMs, m_nowMs);
+        // Whose line is gone may have slept: then the owner has been silent for long, and has let go of what
+        // was this program's.
+        m_silentSinceMs = std::min({m_silentSinceMs, m_nowMs, m_online ? m_nowMs : silentAtMs()});
         if (m_nowMs < lostAtMs()) {
             if (m_state != BranchState::Lost)
                 setState(BranchState::Suspect);
@@ -334,7 +352,7 @@ void BranchMirror::setState(BranchState state)
 
 bool BranchMirror::maySend() const
 {
-    return m_online &&
+    return m_online && m_nowMs >= m_refusedUntilMs &&
            (m_state == BranchState::Live || (m_state == BranchState::Joining && m_beatSeenMs >= 0));
 }
 

@@ -117,6 +117,7 @@ public:
     /// A message of the branch: live, beat, log or state.
     Output OnMessage(const Topic& topic, const Bytes& payload, qint64 nowMs);
     /// The broker has refused what was wished for since the line came up: none of it has reached the owner.
+    /// For a while, or until the line comes up anew, changes are refused here for the same reason.
     Output OnRefused(const QString& reason, qint64 nowMs);
     /// The broker has refused to let the branch be read.
     Output OnForbidden(qint64 nowMs);
@@ -124,8 +125,11 @@ public:
     /// come.
     Output OnTime(qint64 nowMs);
 
-    /// Nothing is to follow: authors are told that nobody will hear what becomes of their changes.
+    /// The link ends: changes that are not answered yet have failed, or their outcome is unknown.
     void Abandon();
+    /// This process takes the branch over: what its tree has counts, open changes included. Authors are told
+    /// that nobody will hear what becomes of theirs.
+    void HandOver();
 
     BranchState GetState() const noexcept { return m_state; }
     /// Owner that is followed; null: none.
@@ -216,6 +220,8 @@ private:
     qint64 m_beatSeenMs = -1;
     qint64 m_followedMs = 0;
     qint64 m_onlineMs = 0;
+    qint64 m_refusedUntilMs = 0; ///< the broker takes no wishes of this user
+    QString m_refusedWhy;
     qint64 m_askBeatMs = 0;
     qint64 m_askBeatPauseMs = 0;
     qint64 m_silentSinceMs = kNever;

@@ -20,6 +20,7 @@ constexpr qint64 kGatherAsksMs = 50;
 constexpr qint64 kStatePauseMs = 1000; ///< between two states of a channel
 constexpr qint64 kLivePauseMs = 1000;  ///< between two claims of life
 constexpr std::size_t kFlushBytes = 65536;
+constexpr std::size_t kWillBytes = 65535; ///< the format's own limit
 
 enum eTracePoint : int { eAnotherOwner = 1, eMalformedMessage = 2, eOversized = 3 };
 constexpr Startup::TraceSource kTrace("platform/distribution/branchowner", Startup::eTraceWarning);
@@ -74,8 +75,10 @@ BranchOwner::BranchOwner(OwnerSettings settings, const Topics& topics, IOwnedTre
                                         std::move(policy)))
 {
     m_channels[0] = std::make_unique<OwnerChannel>(quint16(0), QString(), m_settings.logBytes);
-    for (Change& change : initial)
-        adopt(channelFor(change), change);
+    for (Change& change : initial) {
+        if (!isBeyondLimits(change))
+            adopt(channelFor(change), change);
+    }
     for (const auto& channel : m_channels) {
         for (const auto& item : channel.second->Items().All())
             channel.second->Items().Find(item.first)->changedAt = channel.second->GetNewest();
@@ -86,7 +89,14 @@ BranchOwner::~BranchOwner() = default;
 
 Will BranchOwner::GetWill() const
 {
-    return {m_topics.Live(m_settings.branch), Encode(liveMessage(LiveState::Dead))};
+    LiveMessage dead = liveMessage(LiveState::Dead);
+    Bytes payload = Encode(dead);
+    // The broker keeps no longer ones; who joins then sees no collections until the owner is back.
+    if (payload.size() > kWillBytes) {
+        dead.channels.clear();
+        payload = Encode(dead);
+    }
+    return {m_topics.Live(m_settings.branch), std::move(payload)};
 }
 
 Output BranchOwner::OnUp(std::size_t maximumPayload, qint64 nowMs)
@@ -246,8 +256,6 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
     ItemTable& items = channel.Items();
     change.id = items.IdOf(change.path);
     if (change.operation == Operation::Add) {
-        if (isBeyondLimits(channel, change))
-            return false;
         if (isOversized(change, BytesOf(change.content).size()))
             change.content = nullptr;
         change.id = ++m_lastId;
@@ -280,9 +288,13 @@ bool BranchOwner::adopt(OwnerChannel& channel, Change& change)
 }
 
 /// An item that no mirror would read is left out, so that all the rest can go on; told once.
-bool BranchOwner::isBeyondLimits(const OwnerChannel& channel, const Change& change)
+bool BranchOwner::isBeyondLimits(const Change& change)
 {
-    const bool isTooMany = channel.Items().Size() >= Limits::kItems;
+    if (change.operation != Operation::Add)
+        return false;
+    const bool isTooMany = IsCollection(change.type) ? m_channels.size() > Limits::kCollections &&
+                                                           m_collections.count(change.path) == 0
+                                                     : m_channels.at(0)->Items().Size() >= Limits::kItems;
     if (!isTooMany && static_cast<std::size_t>(change.path.toUtf8().size()) <= Limits::kPathBytes)
         return false;
     if (!std::exchange(m_hasLeftOut, true))
@@ -317,6 +329,8 @@ void BranchOwner::record(Changes changes, OwnerChannel* wishChannel, Entry wishE
     if (wishChannel)
         entries[wishChannel] = std::move(wishEntry);
     for (Change& change : changes) {
+        if (isBeyondLimits(change))
+            continue;
         OwnerChannel& channel = channelFor(change);
         if (adopt(channel, change))
             entries[&channel].changes.push_back(std::move(change));

@@ -118,7 +118,7 @@ private:
     OwnerChannel& channelFor(const Change& change);
     Content contentOf(const OwnerChannel& channel) const;
     bool adopt(OwnerChannel& channel, Change& change);
-    bool isBeyondLimits(const OwnerChannel& channel, const Change& change);
+    bool isBeyondLimits(const Change& change);
     bool isOversized(const Change& change, std::size_t size);
     void record(Changes changes, OwnerChannel* wishChannel, Entry wishEntry);
     void takeLocal();

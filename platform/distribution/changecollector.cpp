@@ -128,6 +128,17 @@ void ChangeRegion::ForgetOwnSet(const QString& path, const std::string& key)
         sets->second.erase(key);
 }
 
+void ChangeRegion::ForgetOwnSets(const QString& path, const values::PendingChanges& underWay)
+{
+    const auto sets = m_ownSets.find(path);
+    if (sets == m_ownSets.end())
+        return;
+    for (auto set = sets->second.begin(); set != sets->second.end();)
+        set = underWay.ContainsKey(set->first) ? std::next(set) : sets->second.erase(set);
+    if (sets->second.empty())
+        m_ownSets.erase(sets);
+}
+
 void ChangeRegion::add(Change change)
 {
     m_changes.push_back(std::move(change));

@@ -4,6 +4,7 @@
 
 #include <values/command.h>
 #include <values/lifetime.h>
+#include <values/pendingchanges.h>
 #include <values/tree.h>
 
 #include <QHash>
@@ -46,6 +47,8 @@ public:
     /// none, or after Forget().
     const Bytes* FindOwnSet(const QString& path, const std::string& key) const;
     void ForgetOwnSet(const QString& path, const std::string& key);
+    /// All that are not under way.
+    void ForgetOwnSets(const QString& path, const values::PendingChanges& underWay);
 
     ChangeRegion(const ChangeRegion&) = delete;
     ChangeRegion& operator=(const ChangeRegion&) = delete;

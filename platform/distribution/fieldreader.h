@@ -71,12 +71,15 @@ public:
             Refuse();
         return m_fits ? count : 0;
     }
-    Failure ReadFailure()
+    /// `ofTable`: it may also say that the outcome of all changes is unknown.
+    Failure ReadFailure(bool ofTable)
     {
         Failure failure;
         failure.index = Integer<quint32>();
         const auto result = Integer<quint8>();
-        if (result != quint8(WishResult::Refused) && result != quint8(WishResult::Conflict))
+        const bool isUnknown =
+            ofTable && result == quint8(WishResult::Unknown) && failure.index == Failure::kEveryChange;
+        if (!isUnknown && result != quint8(WishResult::Refused) && result != quint8(WishResult::Conflict))
             Refuse();
         failure.result = static_cast<WishResult>(result);
         failure.reason = ShortText(3 * kReasonUnits);

@@ -318,7 +318,7 @@ std::optional<Entry> DecodeEntry(ByteReader& in)
     entry.session = fields.Uuid();
     entry.wish = fields.Integer<quint64>();
     for (std::size_t count = fields.Count<quint32>(9, Limits::kItems); count > 0 && fields.Fits(); --count)
-        entry.failures.push_back(fields.ReadFailure());
+        entry.failures.push_back(fields.ReadFailure(false));
     entry.changes = readChanges(fields, Naming::ById);
     return finished(fields, entry);
 }
@@ -465,7 +465,7 @@ std::optional<Snapshot> DecodeSnapshot(const Bytes& bytes)
         for (std::size_t failures = in.Count<quint32>(17, Limits::kItems); failures > 0 && in.Fits();
              --failures) {
             const auto wish = in.Integer<quint64>();
-            session.failures.emplace_back(wish, in.ReadFailure());
+            session.failures.emplace_back(wish, in.ReadFailure(true));
         }
         snapshot.sessions.push_back(std::move(session));
     }

@@ -114,7 +114,8 @@ enum class WishResult : quint8 {
 /// A change of a wish that was not executed.
 struct Failure
 {
-    /// Instead of an index: of each change nobody knows any more whether it has failed.
+    /// Instead of an index, in tables: of each change of this wish and of all before it nobody knows any more
+    /// whether it has failed.
     static constexpr quint32 kEveryChange = 0xFFFFFFFF;
 
     quint32 index = 0; ///< in the wish, from 0
@@ -243,11 +244,13 @@ struct KOLTA_DISTRIBUTION_EXPORT Limits
     static constexpr std::size_t kPacketBytes = 64U << 20U;
     static constexpr std::size_t kValueBytes = 32U << 20U;    ///< content of a plain value
     static constexpr std::size_t kItems = 100000;             ///< of a channel
+    static constexpr std::size_t kCollections = 10000;        ///< that a branch has ever had
     static constexpr std::size_t kSessions = 1000;            ///< of a table
     static constexpr std::size_t kWishChanges = 1000;         ///< of one wish
     static constexpr std::size_t kFailureBytes = 256U << 10U; ///< of a session's failures in a table, about
-    static constexpr quint64 kOpenWishes = 1000;              ///< of a session and channel on their way
-    static constexpr std::size_t kSmallContent = 1024;        ///< up to so many bytes no delta is tried
+    static constexpr std::size_t kTableFailureBytes = 8U << 20U; ///< of those of all sessions, about
+    static constexpr quint64 kOpenWishes = 1000;                 ///< of a session and channel on their way
+    static constexpr std::size_t kSmallContent = 1024;           ///< up to so many bytes no delta is tried
 };
 
 /// No less than the bytes that a change takes in a wish.

@@ -76,6 +76,19 @@ void MirrorChannel::Abandon()
     Paths ended;
     WishQueue none;
     for (const OpenWish& wish : m_own.Exchange(none, ended)) {
+        if (wish.sent)
+            reportAll(wish, WishResult::Unknown,
+                      QStringLiteral("the link has ended, the outcome is unknown"));
+        else
+            reportAll(wish, WishResult::TooLate, QStringLiteral("the link has ended before it was sent"));
+    }
+}
+
+void MirrorChannel::HandOver()
+{
+    Paths ended;
+    WishQueue none;
+    for (const OpenWish& wish : m_own.Exchange(none, ended)) {
         for (const Change& change : wish.changes)
             m_mirror.tellAuthor(change, WishResult::Unknown);
     }
@@ -322,7 +335,7 @@ void MirrorChannel::settleByTable(const Snapshot& snapshot)
         for (const OpenWish& wish : m_own.TakeUpTo(table->wish, settled)) {
             Failures failures;
             for (const auto& [number, failure] : table->failures) {
-                if (number == wish.number)
+                if (number == wish.number || (number > wish.number && failure.index == Failure::kEveryChange))
                     failures.push_back(failure);
             }
             report(wish, failures);

@@ -40,8 +40,9 @@ public:
     }
     /// The owner has left and taken its content along.
     void RemoveAll();
-    /// See BranchMirror::Abandon().
+    /// See BranchMirror.
     void Abandon();
+    void HandOver();
     void OnUp();
     void OnDown();
 

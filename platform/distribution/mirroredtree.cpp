@@ -290,14 +290,15 @@ void MirroredTree::passOver(ValueBase& value, const QString& path, const Bytes& 
                             const std::vector<Content>& own)
 {
     m_passedOver.erase(path);
-    if (own.empty())
-        return;
     values::PendingChanges pending;
     std::vector<CommandPiece> pieces, items;
     for (const Content& commands : own)
         ReadPieces(value, BytesOf(commands), nullptr, pieces);
     for (CommandPiece& piece : pieces)
         pending.Add(1, std::move(piece.scope));
+    m_region->ForgetOwnSets(path, pending);
+    if (own.empty())
+        return;
     ReadPieces(value, state, nullptr, items);
     for (const CommandPiece& item : items) {
         if (item.scope.keys.size() == 1 && pending.ContainsKey(item.scope.keys.front()))

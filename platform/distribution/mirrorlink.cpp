@@ -14,7 +14,7 @@ namespace distribution {
 
 namespace {
 
-enum eTracePoint : int { eRefused = 1, ePlaceTaken = 2 };
+enum eTracePoint : int { eRefused = 1, ePlaceTaken = 2, eTooMany = 3 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorlink", Startup::eTraceError);
 
 /// Of branches that are heard of: each costs memory, and their names come from outside.
@@ -80,7 +80,9 @@ MirrorLink::MirrorLink(ChangeCollector& collector, StatePacker& packer, std::uni
 
 MirrorLink::~MirrorLink()
 {
-    for (const auto& [name, branch] : m_branches) {
+    // Who is told of a change that has failed may ask for branches.
+    const auto branches = std::exchange(m_branches, {});
+    for (const auto& [name, branch] : branches) {
         branch->driver.Stop();
         branch->mirror.Abandon();
     }
@@ -99,12 +101,13 @@ void MirrorLink::Exclude(const PublishedBranch& own)
     const auto found = m_branches.find(own.name);
     if (found == m_branches.end())
         return;
-    found->second->driver.Stop();
-    found->second->mirror.Abandon();
-    found->second->tree.SetRoots({});
     m_former.push_back(std::move(found->second));
     m_branches.erase(found);
     m_deleteFormer.start();
+    Branch& former = *m_former.back();
+    former.driver.Stop();
+    former.mirror.HandOver();
+    former.tree.SetRoots({});
 }
 
 /// Later, for who publishes instead of a lost owner does so when that one's mirror says that it is lost.
@@ -184,8 +187,14 @@ MirrorLink::Branch* MirrorLink::branch(const QString& name)
     if (found != m_branches.end())
         return found->second.get();
     const bool isWanted = m_wanted.contains(QStringLiteral("*")) || m_wanted.contains(name);
-    if (!isWanted || m_excluded.contains(name) || m_branches.size() >= kMostBranches)
+    if (!isWanted || m_excluded.contains(name))
         return nullptr;
+    if (m_branches.size() >= kMostBranches) {
+        m_complaints(kTrace, eTooMany,
+                     QStringLiteral("Branch \"%1\" is not mirrored: there are too many").arg(name),
+                     GetNowMs());
+        return nullptr;
+    }
     MirrorSettings settings;
     settings.branch = name;
     settings.user = m_options.User();

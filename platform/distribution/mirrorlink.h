@@ -2,6 +2,7 @@
 
 #include <distribution/branchdriver.h>
 #include <distribution/branchmirror.h>
+#include <distribution/complaints.h>
 #include <distribution/linkoptions.h>
 #include <distribution/mirroredtree.h>
 #include <distribution/topics.h>
@@ -103,6 +104,7 @@ private:
     QTimer m_deleteFormer;
     bool m_isUp = false;
     bool m_isRefused = false;
+    Complaints m_complaints;
     values::Life m_life;
 };
 

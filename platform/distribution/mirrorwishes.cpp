@@ -14,6 +14,7 @@ constexpr std::size_t kWishBytes = 256U << 10U; ///< what is gathered in one wis
 /// Room that the owner's entry needs beside what was wished for.
 constexpr std::size_t kRoomBytes = 64U << 10U;
 constexpr std::size_t kQueuedBytes = 16U << 20U;
+constexpr int kShownUnits = 200; ///< of a path that is too long
 
 } // namespace
 
@@ -29,6 +30,11 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
         if (change.compare && m_number == 0) {
             Fail({change}, WishResult::Restarted,
                  change.path + QStringLiteral(": the owner's content is not here yet"));
+            continue;
+        }
+        if (static_cast<std::size_t>(change.path.toUtf8().size()) > Limits::kPathBytes) {
+            Fail({change}, WishResult::Refused,
+                 change.path.left(kShownUnits) + QStringLiteral("…: its path is too long"));
             continue;
         }
         if (BytesOf(change.content).size() > Limits::kValueBytes ||

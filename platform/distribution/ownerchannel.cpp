@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace distribution {
@@ -19,25 +20,27 @@ std::size_t sizeOf(const Failure& failure)
     return sizeof failure + sizeof(QChar) * static_cast<std::size_t>(failure.reason.size());
 }
 
-/// A writer whose changes are nearly all refused costs no more memory than others: of its older wishes it is
-/// only known that something failed.
-void boundFailures(WishFailures& failures)
+std::size_t sizeOf(const WishFailures& failures)
+{
+    return std::accumulate(
+        failures.begin(), failures.end(), std::size_t(0),
+        [](std::size_t size, const auto& failure) { return size + sizeOf(failure.second); });
+}
+
+/// A writer whose changes are nearly all refused costs no more memory than others: of its older wishes the
+/// outcome is no longer known.
+void boundFailures(WishFailures& failures, std::size_t limit)
 {
     std::size_t size = 0;
     auto kept = failures.rbegin();
-    while (kept != failures.rend() && size <= Limits::kFailureBytes)
+    while (kept != failures.rend() && size + sizeOf(kept->second) <= limit)
         size += sizeOf((kept++)->second);
     if (kept == failures.rend())
         return;
-    WishFailures bounded;
-    for (auto old = failures.begin(); old != kept.base(); ++old) {
-        if (bounded.empty() || bounded.back().first != old->first)
-            bounded.emplace_back(old->first, Failure{Failure::kEveryChange, WishResult::Unknown,
-                                                     QStringLiteral("the outcome is unknown")});
-    }
-    bounded.insert(bounded.end(), std::make_move_iterator(kept.base()),
-                   std::make_move_iterator(failures.end()));
-    failures = std::move(bounded);
+    const auto newestDropped = std::prev(kept.base());
+    newestDropped->second =
+        Failure{Failure::kEveryChange, WishResult::Unknown, QStringLiteral("the outcome is unknown")};
+    failures.erase(failures.begin(), newestDropped);
 }
 
 } // namespace
@@ -55,6 +58,7 @@ void OwnerChannel::Append(const Entry& entry)
         session.session = entry.session;
         session.wish = entry.wish;
         auto& failures = session.failures;
+        m_failureBytes -= sizeOf(failures);
         // A writer has no older wish on its way, so it cannot miss what became of one.
         failures.erase(failures.begin(),
                        std::find_if(failures.begin(), failures.end(), [&](const auto& failure) {
@@ -62,7 +66,10 @@ void OwnerChannel::Append(const Entry& entry)
                        }));
         for (const Failure& failure : entry.failures)
             failures.emplace_back(entry.wish, failure);
-        boundFailures(failures);
+        boundFailures(failures, Limits::kFailureBytes);
+        m_failureBytes += sizeOf(failures);
+        if (m_failureBytes > Limits::kTableFailureBytes)
+            boundTable();
     }
     Bytes encoded = EncodeEntry(entry);
     m_bytes += encoded.size();
@@ -74,6 +81,25 @@ void OwnerChannel::Append(const Entry& entry)
         m_log.pop_front();
         ++m_first;
     }
+}
+
+/// Many writers whose changes are refused would make a state that is too large for those who join.
+void OwnerChannel::boundTable()
+{
+    m_failureBytes = 0;
+    for (auto& [id, session] : m_sessions) {
+        boundFailures(session.failures, Limits::kTableFailureBytes / (2 * m_sessions.size()));
+        m_failureBytes += sizeOf(session.failures);
+    }
+}
+
+void OwnerChannel::ForgetSession(const QUuid& session)
+{
+    const auto found = m_sessions.find(session);
+    if (found == m_sessions.end())
+        return;
+    m_failureBytes -= sizeOf(found->second.failures);
+    m_sessions.erase(found);
 }
 
 std::vector<Bytes> OwnerChannel::TakeUnsent(const QUuid& epoch, std::size_t maximumPayload)

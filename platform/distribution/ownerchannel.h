@@ -33,7 +33,7 @@ public:
     /// How far a session's wishes have been dealt with; null for a session that has made none here.
     const SessionNumber* FindSession(const QUuid& session) const;
     std::size_t CountSessions() const noexcept { return m_sessions.size(); }
-    void ForgetSession(const QUuid& session) { m_sessions.erase(session); }
+    void ForgetSession(const QUuid& session);
 
     /// Gives the entry the next number.
     void Append(const Entry& entry);
@@ -65,6 +65,7 @@ public:
     Asks asks;
 
 private:
+    void boundTable();
     std::vector<Bytes> messages(const QUuid& epoch, quint64 from, std::size_t maximumPayload) const;
 
     quint16 m_channel;
@@ -72,8 +73,9 @@ private:
     std::size_t m_logBytes;
     ItemTable m_items;
     std::map<QUuid, SessionNumber> m_sessions;
-    std::deque<Bytes> m_log; ///< encoded entries
-    quint64 m_first = 2;     ///< number of the first entry in the log
+    std::size_t m_failureBytes = 0; ///< of all sessions
+    std::deque<Bytes> m_log;        ///< encoded entries
+    quint64 m_first = 2;            ///< number of the first entry in the log
     quint64 m_newest = 1;
     quint64 m_sent = 1;
     std::size_t m_bytes = 0; ///< of all entries in the log

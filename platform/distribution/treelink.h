@@ -45,7 +45,8 @@ KOLTA_DISTRIBUTION_EXPORT QString ToText(BranchState state);
 /// mirrors those that others publish. Applications go on using the tree; what they change in a mirrored
 /// branch is decided by its owner, and si_WishFailed and values::ITreeListener::OnWishFailed() tell what did
 /// not last. Lives on the tree's thread and needs its event loop. It must not be destroyed while observers of
-/// the tree are told; use deleteLater() there.
+/// the tree are told, nor by who is told by si_BranchChanged, si_WishFailed or si_PublicationFailed; use
+/// deleteLater() there.
 class KOLTA_DISTRIBUTION_EXPORT TreeLink : public QObject, public values::ITreeClient
 {
     Q_OBJECT

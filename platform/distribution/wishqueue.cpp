@@ -42,10 +42,9 @@ std::deque<OpenWish> WishQueue::TakeUpTo(quint64 number)
 std::deque<OpenWish> WishQueue::GiveUpAll()
 {
     std::deque<OpenWish> given;
-    for (OpenWish& wish : m_wishes) {
-        if (!wish.givenUp)
-            given.push_back(giveUp(wish));
-    }
+    const auto all = [](const OpenWish&) { return true; };
+    while (auto wish = GiveUpNext(all))
+        given.push_back(std::move(*wish));
     m_resendMs = 0;
     return given;
 }
@@ -65,6 +64,11 @@ OpenWish WishQueue::giveUp(OpenWish& wish)
     wish.givenUp = true;
     wish.changes.clear();
     m_bytes -= std::exchange(wish.bytes, 0);
+    // The owner cannot know a number that has never left.
+    while (!m_wishes.empty() && m_wishes.back().givenUp && !m_wishes.back().sent) {
+        m_wishes.pop_back();
+        --m_last;
+    }
     return given;
 }
 

@@ -222,12 +222,23 @@ private Q_SLOTS:
             all.Intrude(topics.Up(QStringLiteral("S1"), user, idOf(session)),
                         Encode(WishMessage{idOf(1), 0, number, changes}));
         };
-        for (quint64 number = 1; number <= 100; ++number)
+        const auto join = [&] {
+            MirrorPeer& late = all.StartMirror("late");
+            all.world.Run(5000);
+            return late.mirror->GetState() == BranchState::Live && late.tree.Dump() == all.owner->tree.Dump();
+        };
+        for (quint64 number = 1; number <= 20; ++number)
             wish(5000, "guest", number, Changes(Limits::kWishChanges, set(first, "no")));
-        for (uint session = 0; session < Limits::kSessions; ++session)
+        QVERIFY(join());
+        for (uint session = 0; session < 100; ++session)
+            wish(6000 + session, "guest", 1, Changes(Limits::kWishChanges, set(first, "no")));
+        all.world.Run(10);
+        QVERIFY(SizeBound(all.owner->owner->GetSnapshot(0)) < 2 * Limits::kTableFailureBytes);
+        QVERIFY(join());
+        for (uint session = 0; session < Limits::kSessions - 100; ++session)
             wish(10000 + session, "u", 1, {set(first, std::to_string(session).c_str())});
         all.world.Run(10);
-        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::kSessions - 2)));
+        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::kSessions - 102)));
         all.world.Run(30000);
         wish(20000, "u", 1, {set(first, "one more")});
         all.world.Run(10);
@@ -236,10 +247,86 @@ private Q_SLOTS:
         QCOMPARE(sessions.size(), Limits::kSessions);
         for (const SessionNumber& session : sessions)
             QVERIFY(session.failures.size() < 10000);
+        QVERIFY(join());
+    }
+
+    /// Whom the broker forbids to write is not asked again and again, and nothing piles up.
+    void refusedByTheBroker()
+    {
+        Installation all;
+        all.owner->carrier.Unsubscribe(Topics().OwnerFilters(QStringLiteral("S1"))[2]);
+        all.A().Do(set(first, "mine"));
+        all.A().OnTime(all.world.now);
+        all.A().mirror->OnRefused(QStringLiteral("not you"), all.world.now);
+        const int sent = all.A().published[TopicKind::Up];
+        for (int i = 0; i < 1500; ++i) {
+            all.A().Do(set(first, "again"));
+            all.A().OnTime(all.world.now);
+        }
+        QCOMPARE(all.A().tree.failed.size(), std::size_t(1501));
+        QVERIFY(all.A().tree.failed.back().reason.endsWith(QStringLiteral("not you")));
+        QCOMPARE(all.A().tree.At(first), Bytes("a"));
+        all.world.Run(29000);
+        QCOMPARE(all.A().published[TopicKind::Up], sent);
+        // Rights may have come.
+        all.owner->carrier.Subscribe(Topics().OwnerFilters(QStringLiteral("S1"))[2]);
+        all.world.Run(1000);
+        all.A().Do(set(first, "now"));
+        all.world.Run(1000);
+        QCOMPARE(all.owner->tree.At(first), Bytes("now"));
+        QVERIFY(all.Same());
+    }
+
+    /// What is open when a link ends does not look as if it had been taken.
+    void abandoned()
+    {
+        Installation all(1U << 20U, 1000);
+        all.A().Do(ModelTree::Commands(map, "Sx=1;"));
+        all.A().OnTime(all.world.now);
+        all.A().Do(set(first, "mine"));
+        all.A().mirror->Abandon();
+        QCOMPARE(all.A().tree.failed.size(), std::size_t(2));
+        QCOMPARE(all.A().tree.failed[0].result, WishResult::TooLate);
+        QCOMPARE(all.A().tree.failed[1].result, WishResult::Unknown);
+        QCOMPARE(all.A().tree.failed[1].change.scope.keys.size(), std::size_t(1));
+    }
+
+    /// A name that is too long, and more collections than a will has room for, stand in nobody's way.
+    void longNames()
+    {
+        Installation all;
+        const QString name(5000, QLatin1Char('x')), longName = root + QLatin1Char('/') + name;
+        all.A().Do(add(longName, "1"));
+        all.A().Do(set(first, "2"));
+        all.owner->Do(AddChange(longName, ModelTree::collection, nullptr));
+        for (int i = 0; i < 1000; ++i)
+            all.owner->Do(AddChange(root + QStringLiteral("/%1%2").arg(name.left(100)).arg(i),
+                                    ModelTree::collection, nullptr));
+        all.world.Run(10);
+        QCOMPARE(all.A().tree.failed.size(), std::size_t(1));
+        QCOMPARE(all.owner->tree.At(first), Bytes("2"));
+        QVERIFY(all.owner->owner->GetWill().payload.size() <= 65535);
         MirrorPeer& late = all.StartMirror("late");
         all.world.Run(5000);
         QCOMPARE(late.mirror->GetState(), BranchState::Live);
-        QCOMPARE(late.tree.Dump(), all.owner->tree.Dump());
+        QCOMPARE(late.mirror->GetNumbers().size(), std::size_t(1002));
+    }
+
+    /// Sessions stand in the log: who was there before counts, also for an owner that has just begun.
+    void foreignSession()
+    {
+        Installation all;
+        const Topics topics;
+        const QString branch = QStringLiteral("S1");
+        all.Intrude(topics.Presence("other", idOf(100)), Encode(PresenceMessage{}));
+        all.Intrude(topics.Up(branch, "other", idOf(100)),
+                    Encode(WishMessage{idOf(1), 0, 1, {set(first, "x")}}));
+        all.Intrude(topics.Presence("other", idOf(100)), Bytes());
+        all.world.Run(10);
+        QCOMPARE(all.owner->tree.At(first), Bytes("a"));
+        all.A().Do(add(root + QStringLiteral("/mine"), "y"));
+        all.world.Run(60000);
+        QCOMPARE(all.owner->tree.At(root + QStringLiteral("/mine")), Bytes("y"));
     }
 
     /// Whose an item is.

@@ -342,6 +342,15 @@ private Q_SLOTS:
         QCOMPARE(all.A().tree.failed.back().result, WishResult::TooLate);
         QCOMPARE(executed, 1);
         QVERIFY(all.Same());
+        // Longer asleep than its owner keeps what is its own, though back on the line at once: what follows
+        // the sentinel begins anew.
+        all.A().tree.states.clear();
+        all.world.now += 60000;
+        all.world.broker.Cut(all.A().carrier, 200);
+        all.world.Run(10000);
+        QVERIFY(std::count(all.A().tree.states.begin(), all.A().tree.states.end(), BranchState::Lost) == 1);
+        QCOMPARE(all.A().tree.states.back(), BranchState::Live);
+        QVERIFY(all.Same());
     }
 
     void goneWritersItems()
