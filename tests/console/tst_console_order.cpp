@@ -185,7 +185,9 @@ void TestOrder::hidden()
     Kolta::ProductionOrder order = stage.session->draft().order();
     order.tunerClass = QStringLiteral("HF");
     stage.session->draft().set(order, QString());
-    QTest::qWait(50);
+    bool isTurnOver = false;
+    QTimer::singleShot(0, &stage.session->draft(), [&isTurnOver] { isTurnOver = true; });
+    QTRY_VERIFY(isTurnOver);
     QCOMPARE(candidates->acceptedCount(), 4);
     QCOMPARE(actions.enabledBecause(QStringLiteral("order-plan")), QString());
     order.frequency = 98.5e6; // out of reach for all of them

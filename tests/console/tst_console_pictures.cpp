@@ -6,9 +6,12 @@
 #include <koltaconsole/ordersunderway.h>
 #include <koltaconsole/pages/assignmentsview.h>
 #include <koltaconsole/pages/pages.h>
+#include <koltaconsole/pages/productionspage.h>
 #include <koltaconsole/pages/profilesview.h>
 #include <koltaconsole/pages/shorttimemaps.h>
 #include <koltaconsole/pages/shorttimepage.h>
+#include <koltaconsole/plots/frequencyaxis.h>
+#include <koltaconsole/plots/frequencylanes.h>
 #include <koltaconsole/texts.h>
 
 #include <koltacommon/koltaserverinterface.h>
@@ -96,10 +99,12 @@ void TestPictures::prepare(Stage& stage, const QString& page)
     ActionTable& actions = stage.window->actions();
     if (page == QLatin1String("tuners")) {
         auto* const table = stage.window->currentPage()->findChild<QTreeView*>();
+        const auto* const axis = stage.window->currentPage()->findChild<FrequencyAxis*>();
+        const QVector<Lane> before = axis->lanes();
         stage.window->currentPage()->filterLine()->setText(QStringLiteral("S1"));
         table->setCurrentIndex(table->model()->index(6, 0));
         QVERIFY(actions.run(QStringLiteral("tuner-why-not")));
-        QTest::qWait(300); // the axis follows
+        QTRY_VERIFY(axis->lanes().constData() != before.constData());
     } else if (page == QLatin1String("order")) {
         for (int i = 0; i < 3; ++i)
             QVERIFY(actions.run(QStringLiteral("order-add")));
@@ -109,6 +114,8 @@ void TestPictures::prepare(Stage& stage, const QString& page)
     } else if (page == QLatin1String("productions")) {
         // One that is refused, one that nobody answers.
         auto& server = *stage.session->server(QStringLiteral("S1"));
+        const auto& rows = static_cast<ProductionsPage*>(stage.window->currentPage())->model();
+        const int before = rows.rowCount(rows.index(0, 0));
         for (const char* const rule : {"refuse-production,times=1", "silent-production"}) {
             KoltaSimulation::MisbehaviourRule wanted;
             QString error;
@@ -119,7 +126,7 @@ void TestPictures::prepare(Stage& stage, const QString& page)
             job->deleteWhenFinished();
             stage.session->ordersUnderWay().follow(*job, server.getAddress(), QStringLiteral("order"));
         }
-        QTest::qWait(300); // the page follows
+        QTRY_COMPARE(rows.rowCount(rows.index(0, 0)), before + 2);
     } else if (page == QLatin1String("short-time")) {
         auto& shown = static_cast<ShortTimePage&>(*stage.window->currentPage());
         AssignmentMatrix& matrix = shown.assignments().matrix();

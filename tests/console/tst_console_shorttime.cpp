@@ -386,7 +386,10 @@ private Q_SLOTS:
         result.startTime = start + 3600000000;
         map.AddNew(result);
         QTRY_COMPARE(stage.page->results().model().rowCount(), 21);
-        QTest::qWait(300);
+        const auto labels = stage.page->results().findChildren<QLabel*>();
+        QTRY_VERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+            return label->text().contains(QLatin1String("of 21 results"));
+        }));
         QCOMPARE(plot.shownCount(), 11);
         QVERIFY(stage.run("short-follow") && !stage.run("short-follow"));
         QCOMPARE(plot.shownCount(), 1);

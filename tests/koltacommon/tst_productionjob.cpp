@@ -38,7 +38,6 @@ private Q_SLOTS:
     void leavesRunningWhatItWasToldTo();
     void watchesWhatRuns_data();
     void watchesWhatRuns();
-    void looksOnceAtAnOverviewForAll();
 };
 
 /// Plans, requests and stops are counted at the end; "told" is how often it was told.
@@ -311,45 +310,6 @@ void tst_ProductionJob::watchesWhatRuns()
         QCOMPARE(stage.server.wishes,
                  QStringList{QStringLiteral("StopResource ") + stage.lastId().toString()});
     }
-}
-
-/// Many orders that wait for one overview cost hardly more than few.
-void tst_ProductionJob::looksOnceAtAnOverviewForAll()
-{
-    const auto costPerJob = [](int jobs) {
-        OperationStage stage;
-        const auto pattern = stage.server.resources.GetTuner().first();
-        auto& classTuners = stage.server.classes.EditTunerClass().first().EditTunerID();
-        for (int i = 0; i < jobs; ++i) {
-            auto tuner = pattern;
-            tuner.EditTavikResource().SetGUID(QUuid::createUuid().toString());
-            classTuners.append(tuner.GetTavikResource().GetGUID());
-            stage.server.resources.EditTuner().append(tuner);
-        }
-        std::vector<std::unique_ptr<ProductionJob>> more;
-        stage.run(QString(), [&](auto& server) {
-            for (int i = 1; i < jobs; ++i)
-                more.push_back(std::make_unique<ProductionJob>(server, orderOf(), nullptr));
-            return new ProductionJob(server, orderOf(), nullptr);
-        });
-        for (const auto& request : qAsConst(stage.server.requests))
-            stage.server.act(request);
-        QElapsedTimer timer;
-        timer.start();
-        stage.server.show();
-        const double cost = double(timer.nsecsElapsed()) / jobs;
-        for (const auto& job : more)
-            job->cancel();
-        return cost;
-    };
-    double few = costPerJob(100);
-    double many = costPerJob(1000);
-    for (int i = 0; i < 2 && many > 3 * few; ++i) { // a busy machine
-        few = qMax(few, costPerJob(100));
-        many = qMin(many, costPerJob(1000));
-    }
-    QVERIFY2(many <= 3 * few,
-             qPrintable(QStringLiteral("%1 ns each, %2 among a hundred").arg(many).arg(few)));
 }
 
 KOLTA_TEST(tst_ProductionJob);

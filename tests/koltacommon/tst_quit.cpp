@@ -15,16 +15,18 @@ using Kolta::KoltaConnection;
 namespace {
 
 constexpr int megabyte = 1024 * 1024;
+/// What waits for a peer, and not for a moment of its own, waits for longer than any test may take.
+constexpr int anHour = 3600 * 1000;
 
 KoltaConnection* connectionTo(const QString& host, QObject* parent)
 {
     auto* const connection = new KoltaConnection("K"_s, "1.0"_s, host, false);
+    connection->setTimeLimits(anHour, anHour);
     connection->setParent(parent);
     return connection;
 }
 
-/// An application that opens connections to `hosts`, is busy with nothing for half a second, tells how late
-/// its timers were at most, and quits.
+/// An application that opens connections to `hosts`, lets a timer ring 50 times, says so and quits.
 int runApplication(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
@@ -39,20 +41,15 @@ int runApplication(int argc, char** argv)
             connection->executeRequest(new Kolta::GeneralRequest(makeRequest(tuner)));
         connection->open();
     }
-    QElapsedTimer clock;
     QTimer timer;
-    qint64 latest = 0;
-    int ticks = 0;
-    timer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        latest = qMax(latest, clock.restart() - timer.interval());
-        if (++ticks < 50)
+    int rings = 0;
+    QObject::connect(&timer, &QTimer::timeout, [&rings] {
+        if (++rings < 50)
             return;
-        std::printf("late %lld\n", static_cast<long long>(latest));
+        std::puts("quits");
         std::fflush(stdout);
         QCoreApplication::quit();
     });
-    clock.start();
     timer.start(10);
     return application.exec();
 }
@@ -74,18 +71,10 @@ public:
     {
         while (!m_process.canReadLine() && m_process.waitForReadyRead(60000)) {
         }
-        QElapsedTimer clock;
-        clock.start();
-        const QByteArray line = m_process.readLine().trimmed();
-        latest = line.mid(5).toInt();
+        const bool quits = m_process.readLine().trimmed() == "quits";
         const bool isOver = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(60000);
-        endedAfter = clock.elapsed();
-        return isOver && line.startsWith("late ") && m_process.exitStatus() == QProcess::NormalExit &&
-               m_process.exitCode() == 0;
+        return quits && isOver && m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
     }
-
-    int latest = 0; ///< milliseconds that its timers were late at most
-    qint64 endedAfter = 0;
 
 private:
     QProcess m_process;
@@ -98,13 +87,13 @@ class tst_Quit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void applicationsQuitAtOnce_data()
+    void quittingWaitsForNoPeer_data()
     {
         const Rows<QString> row("owner");
         row("connections die before the application", "local"_s);
         row("connections die with the application", "application"_s);
     }
-    void applicationsQuitAtOnce()
+    void quittingWaitsForNoPeer()
     {
         QFETCH(QString, owner);
         const auto nothing = [](PeerThread::Link*, const XmlCommon::CXmlMessage&) {};
@@ -125,16 +114,9 @@ private Q_SLOTS:
         QVERIFY(guest.waitForConnected(5000));
         const QString blackHoleHost = "127.0.0.1:%1"_s.arg(blackHole.serverPort());
 
-        // An application without connections shows how late timers are on this machine at this time anyway.
-        Application idle({"quit"_s, owner});
-        Application busy(
+        Application application(
             {"quit"_s, owner, silent.host(), closing.host(), stuck.host(), cutting.host(), blackHoleHost});
-        QVERIFY(idle.ends() && busy.ends());
-        qInfo("timers %d ms late and %d ms without connections, end after %lld ms", busy.latest, idle.latest,
-              static_cast<long long>(busy.endedAfter));
-        const int slowness = 1 + idle.latest / 5;
-        QVERIFY(busy.latest <= 200 * slowness);
-        QVERIFY2(busy.endedAfter < 1000 * slowness, "took too long to end");
+        QVERIFY(application.ends());
     }
 };
 
