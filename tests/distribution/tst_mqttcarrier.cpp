@@ -347,10 +347,8 @@ private Q_SLOTS:
             options.caFile = certificates.file(ca, "crt");
             Client client(options);
             client.open();
-            QElapsedTimer elapsed;
-            elapsed.start();
-            while (client.ups + client.downs.size() == 0 && !elapsed.hasExpired(kPatience))
-                QTest::qWait(10);
+            static_cast<void>(
+                QTest::qWaitFor([&client] { return client.ups + client.downs.size() > 0; }, kPatience));
             if (client.ups > 0) {
                 client.sync();
                 return QStringLiteral("up");
