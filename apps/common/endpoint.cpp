@@ -8,24 +8,6 @@
 
 namespace KoltaApps {
 
-namespace {
-
-/// More strict than QString::toUInt(), which lets signs and blanks pass.
-bool readPort(const QString& text, quint16 lowest, quint16& port)
-{
-    const bool digits = !text.isEmpty() && std::all_of(text.begin(), text.end(), [](QChar letter) {
-        return letter >= QLatin1Char('0') && letter <= QLatin1Char('9');
-    });
-    bool isNumber = false;
-    const uint number = text.toUInt(&isNumber);
-    if (!digits || !isNumber || number < lowest || number > 65535)
-        return false;
-    port = static_cast<quint16>(number);
-    return true;
-}
-
-} // namespace
-
 QString Endpoint::toString() const
 {
     return Startup::joinHostAndPort(address.toString(), port);
@@ -38,11 +20,13 @@ bool splitHostAndPort(const QString& text, QString& host, quint16& port, QString
         error = QStringLiteral("\"%1\" is not HOST:PORT like 127.0.0.1:4711 or [::1]:4711").arg(text);
         return false;
     }
-    if (!readPort(portText, lowestPort, port)) {
+    const int number = Startup::portFromText(portText);
+    if (number < lowestPort) {
         error = QStringLiteral("\"%1\" is not a port: expected a number from %2 to 65535")
                     .arg(portText, QString::number(lowestPort));
         return false;
     }
+    port = static_cast<quint16>(number);
     return true;
 }
 

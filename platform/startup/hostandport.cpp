@@ -1,5 +1,7 @@
 #include <startup/hostandport.h>
 
+#include <algorithm>
+
 namespace Startup {
 
 QString joinHostAndPort(const QString& host, quint16 port)
@@ -22,6 +24,18 @@ bool splitHostAndPort(const QString& text, QString& host, QString& port)
     host = name;
     port = text.mid(colon + 1);
     return true;
+}
+
+int portFromText(const QString& text)
+{
+    constexpr uint kHighest = 65535;
+    // QString::toUInt() lets signs and blanks pass.
+    const bool isDigits = std::all_of(text.begin(), text.end(), [](QChar letter) {
+        return letter >= QLatin1Char('0') && letter <= QLatin1Char('9');
+    });
+    bool isNumber = false;
+    const uint number = text.toUInt(&isNumber);
+    return isDigits && isNumber && number <= kHighest ? static_cast<int>(number) : -1;
 }
 
 } // namespace Startup

@@ -14,4 +14,7 @@ KOLTA_STARTUP_EXPORT QString joinHostAndPort(const QString& host, quint16 port);
 /// are. What host and port look like, and whether they are there, is not judged.
 KOLTA_STARTUP_EXPORT bool splitHostAndPort(const QString& text, QString& host, QString& port);
 
+/// A port from 0 to 65535 by its decimal digits, without sign and blanks; -1 for anything else.
+KOLTA_STARTUP_EXPORT int portFromText(const QString& text);
+
 } // namespace Startup

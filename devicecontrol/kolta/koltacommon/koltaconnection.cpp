@@ -52,7 +52,9 @@ quint16 portOf(const QString& hostAndPort)
 {
     QString host;
     QString port;
-    return Startup::splitHostAndPort(hostAndPort, host, port) ? port.toUShort() : quint16(0);
+    if (!Startup::splitHostAndPort(hostAndPort, host, port))
+        return 0;
+    return static_cast<quint16>(qMax(0, Startup::portFromText(port)));
 }
 
 } // namespace

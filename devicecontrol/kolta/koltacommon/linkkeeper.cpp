@@ -114,7 +114,8 @@ LinkKeeper::LinkKeeper(const QString& name, const QString& version, const QStrin
     QString host = hostAndPort;
     QString port;
     Startup::splitHostAndPort(hostAndPort, host, port);
-    m_account = std::make_shared<LinkAccount>(name, host, port.toUShort());
+    m_account =
+        std::make_shared<LinkAccount>(name, host, static_cast<quint16>(qMax(0, Startup::portFromText(port))));
     m_account->setKeeper([this](LinkFigures& figures) {
         figures.queued += static_cast<int>(m_waiting.size() + m_startUp.size());
         figures.nextTryMs = waitingMs();
