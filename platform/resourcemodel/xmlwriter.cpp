@@ -3,6 +3,7 @@
 #include "fieldtable.h"
 
 #include <xmltext/characters.h>
+#include <xmltext/escapes.h>
 
 #include <charconv>
 #include <cmath>
@@ -40,12 +41,12 @@ public:
 private:
     void grow(int count)
     {
-        m_capacity = qMax(m_size + count, qMax(first, m_capacity * 2));
+        m_capacity = qMax(m_size + count, qMax(kFirst, m_capacity * 2));
         m_text.resize(m_capacity);
         m_data = reinterpret_cast<char16_t*>(m_text.data());
     }
 
-    static constexpr int first = 512;
+    static constexpr int kFirst = 512;
 
     QString m_text;
     char16_t* m_data = nullptr;
@@ -182,10 +183,10 @@ private:
     /// reads back equal.
     void writeDouble(const Field& field, double value)
     {
-        constexpr double plainLimit = 1e15;
+        constexpr double kPlainLimit = 1e15;
         if (!std::isfinite(value))
             throw Unwritable{QLatin1String(field.name), QStringLiteral("is not a finite number")};
-        if (std::fabs(value) < plainLimit && std::trunc(value) == value && !std::signbit(value))
+        if (std::fabs(value) < kPlainLimit && std::trunc(value) == value && !std::signbit(value))
             return writeWhole(field, static_cast<qint64>(value));
         char digits[kNumberLength];
         const auto end = std::to_chars(digits, digits + kNumberLength, value).ptr;
@@ -215,7 +216,6 @@ private:
         m_buffer.advance(total);
     }
 
-    /// A carriage return would be read back as a line feed, so it is written as a reference.
     void writeEscaped(const Field& field, const QString& text)
     {
         const int forbidden = XmlText::findForbidden(text);
@@ -224,27 +224,17 @@ private:
                              QStringLiteral("holds a character that XML cannot carry (U+%1 at position %2)")
                                  .arg(ushort(text.at(forbidden).unicode()), 4, 16, QLatin1Char('0'))
                                  .arg(forbidden)};
-        constexpr int longest = 5;
+        constexpr int kLongest = 5; // of the escapes in character data
         openTag(field.wideName, field.nameLength);
-        char16_t* const start = m_buffer.room(longest * text.size());
+        char16_t* const start = m_buffer.room(kLongest * text.size());
         char16_t* out = start;
         for (const QChar c : text) {
-            switch (c.unicode()) {
-            case u'&':
-                out = put(out, u"&amp;", 5);
-                break;
-            case u'<':
-                out = put(out, u"&lt;", 4);
-                break;
-            case u'>':
-                out = put(out, u"&gt;", 4);
-                break;
-            case u'\r':
-                out = put(out, u"&#13;", 5);
-                break;
-            default:
+            if (!XmlText::isEscaped(c.unicode(), XmlText::eCharacterData)) {
                 *out++ = c.unicode();
+                continue;
             }
+            for (const char sign : XmlText::escapeOf(c.unicode()))
+                *out++ = static_cast<char16_t>(sign);
         }
         m_buffer.advance(static_cast<int>(out - start));
         closeTag(field.wideName, field.nameLength);

@@ -191,7 +191,7 @@ void MessageCodec::Encoder::message(const CXmlMessage& message)
     }
     if (!message.getToken().isEmpty()) {
         m_out.literal("\" token=\"");
-        m_out.escaped(XmlText::toUtf8(message.getToken()).constData(), detail::XmlAppender::eAttribute);
+        m_out.escaped(XmlText::toUtf8(message.getToken()).constData(), XmlText::eAttribute);
     }
     m_out.literal("\">");
     for (int i = 0; i < message.getNumberOfFragments(); ++i)
@@ -202,7 +202,7 @@ void MessageCodec::Encoder::message(const CXmlMessage& message)
 void MessageCodec::Encoder::fragment(const CMsgFragment& fragment)
 {
     m_out.literal("<Fragment component=\"");
-    m_out.escaped(XmlText::toUtf8(fragment.getComponentName()).constData(), detail::XmlAppender::eAttribute);
+    m_out.escaped(XmlText::toUtf8(fragment.getComponentName()).constData(), XmlText::eAttribute);
     m_out.literal("\">");
     if (fragment.hasRequestTree()) {
         m_out.literal("<Request>");

@@ -53,7 +53,7 @@ private:
             m_out.literal(" ");
             m_out.bytes(m_document.name(a));
             m_out.literal("=\"");
-            writeMeaning(a, XmlAppender::eAttribute);
+            writeMeaning(a, XmlText::eAttribute);
             m_out.literal("\"");
         }
         Level level{element, m_document.firstChild(element), false, m_indents};
@@ -98,18 +98,18 @@ private:
         for (; piece != kNoNode && m_document.isText(piece); piece = m_document.next(piece))
             m_document.appendMeaning(piece, m_text);
         const bool isBlank = m_text.find_first_not_of(" \t\r\n") == std::string::npos;
-        write(isBlank && besideElements ? XmlAppender::eBesideElements : XmlAppender::eCharacterData);
+        write(isBlank && besideElements ? XmlText::eBesideElements : XmlText::eCharacterData);
         return piece;
     }
 
-    void writeMeaning(NodeId node, XmlAppender::Place place)
+    void writeMeaning(NodeId node, XmlText::ePlace place)
     {
         m_text.clear();
         m_document.appendMeaning(node, m_text);
         write(place);
     }
 
-    void write(XmlAppender::Place place)
+    void write(XmlText::ePlace place)
     {
         if (m_indents)
             writeVisibly(place);
@@ -118,7 +118,7 @@ private:
     }
 
     /// What would begin a line of its own, or turn the direction of writing, shows as a reference.
-    void writeVisibly(XmlAppender::Place place)
+    void writeVisibly(XmlText::ePlace place)
     {
         QString run;
         for (const QChar letter : QString::fromUtf8(m_text.c_str())) {

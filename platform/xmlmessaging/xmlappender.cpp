@@ -11,50 +11,20 @@ namespace {
 constexpr std::size_t kLeastRoom = 256;
 constexpr std::size_t kMostBytes = std::numeric_limits<int>::max() - 64; // a byte array has a header
 
-/// What `c` must be written as; null when it stands for itself.
-constexpr const char* escapeOf(char c)
-{
-    switch (c) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '"':
-        return "&quot;";
-    case '\t':
-        return "&#9;";
-    case '\n':
-        return "&#10;";
-    case '\r':
-        return "&#13;";
-    case ' ':
-        return "&#32;";
-    default:
-        return nullptr;
-    }
-}
-
 /// Whether a run of bytes that are copied as they are ends at a byte.
 using EndsRun = std::array<bool, 256>;
 
-/// Blanks need escaping beside elements only, line feeds, tabs and quotes in attributes too.
-constexpr EndsRun makeEndsRun(XmlAppender::Place place)
+constexpr EndsRun makeEndsRun(XmlText::ePlace place)
 {
     EndsRun table{};
-    for (int c = 0; c < 128; ++c) {
-        const bool harmless = (c == ' ' && place != XmlAppender::eBesideElements) ||
-                              (place == XmlAppender::eCharacterData && (c == '\n' || c == '\t' || c == '"'));
-        table[static_cast<std::size_t>(c)] = escapeOf(static_cast<char>(c)) && !harmless;
-    }
+    for (unsigned c = 0; c < 128; ++c)
+        table[c] = XmlText::isEscaped(c, place);
     table[0] = true;
     return table;
 }
 
-constexpr EndsRun kEndsRun[] = {makeEndsRun(XmlAppender::eAttribute),
-                                makeEndsRun(XmlAppender::eCharacterData),
-                                makeEndsRun(XmlAppender::eBesideElements)}; // by place
+constexpr EndsRun kEndsRun[] = {makeEndsRun(XmlText::eAttribute), makeEndsRun(XmlText::eCharacterData),
+                                makeEndsRun(XmlText::eBesideElements)}; // by place
 
 } // namespace
 
@@ -65,7 +35,7 @@ void XmlAppender::number(quint32 value)
     bytes(digits, static_cast<std::size_t>(end.ptr - digits));
 }
 
-void XmlAppender::escaped(const char* text, Place place)
+void XmlAppender::escaped(const char* text, XmlText::ePlace place)
 {
     const EndsRun& endsRun = kEndsRun[place];
     for (;;) {
@@ -75,8 +45,7 @@ void XmlAppender::escaped(const char* text, Place place)
         bytes(run, static_cast<std::size_t>(text - run));
         if (!*text)
             return;
-        const char* const escape = escapeOf(*text++);
-        bytes(escape, std::strlen(escape));
+        bytes(XmlText::escapeOf(static_cast<unsigned char>(*text++)));
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xmltext/escapes.h>
+
 #include <QByteArray>
 
 #include <cstddef>
@@ -13,12 +15,6 @@ namespace XmlCommon::detail {
 class XmlAppender
 {
 public:
-    enum Place {
-        eAttribute,
-        eCharacterData,
-        eBesideElements ///< character data that is nothing but white space
-    };
-
     explicit XmlAppender(QByteArray& out) : m_out(out) { makeRoom(out.size(), out.capacity()); }
     ~XmlAppender() { m_out.resize(used()); }
     XmlAppender(const XmlAppender&) = delete;
@@ -38,7 +34,7 @@ public:
     }
     void number(quint32 value);
     /// A zero-terminated UTF-8 text with everything escaped that its place cannot carry as it is.
-    void escaped(const char* text, Place place);
+    void escaped(const char* text, XmlText::ePlace place);
 
 private:
     int used() const { return static_cast<int>(m_at - m_out.constData()); }
