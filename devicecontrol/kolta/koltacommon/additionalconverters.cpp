@@ -1,5 +1,7 @@
 #include <koltacommon/additionalconverters.h>
 
+#include <koltacommon/reportexceptiontext.h>
+
 #include <startup/tracesource.h>
 
 #include <algorithm>
@@ -168,8 +170,7 @@ QString AdditionalConverters::GetDemandClassString() const
     try {
         return m_demandClasses.GetXmlString();
     } catch (const REPORTGENERATOR::RGException& exception) {
-        kTrace(eReportException,
-               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException, reportExceptionText(exception));
         return QString();
     }
 }

@@ -271,11 +271,7 @@ QVariant EventModel::headerData(int section, Qt::Orientation orientation, int ro
 
 QHash<int, QByteArray> EventModel::roleNames() const
 {
-    QHash<int, QByteArray> all = QAbstractItemModel::roleNames();
-    const QHash<int, QByteArray>& own = ViewRoles::names();
-    for (auto role = own.begin(); role != own.end(); ++role)
-        all.insert(role.key(), role.value());
-    return all;
+    return ViewRoles::namesBeside(QAbstractItemModel::roleNames());
 }
 
 } // namespace Kolta

@@ -1,5 +1,7 @@
 #include <koltacommon/ivaluechangenotifier.h>
 
+#include <koltacommon/reportexceptiontext.h>
+
 #include <resourcemodel/rgobject.h>
 #include <startup/tracesource.h>
 
@@ -23,8 +25,7 @@ QString IValueChangeNotifier::parentNodePath(const QString& path)
 
 void IValueChangeNotifier::traceReportException(const REPORTGENERATOR::RGException& exception)
 {
-    kTrace(eReportException,
-           QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+    kTrace(eReportException, reportExceptionText(exception));
 }
 
 } // namespace Kolta

@@ -5,6 +5,7 @@
 #include <koltacommon/koltaexception.h>
 #include <koltacommon/processorconverter.h>
 #include <koltacommon/productionrequestreply.h>
+#include <koltacommon/reportexceptiontext.h>
 #include <koltacommon/servernodes.h>
 
 #include <resourcemodel/requests.h>
@@ -195,8 +196,7 @@ QUuid KoltaProductionControl::requestProduction(const REPORTGENERATOR::IRGObject
         }
         xml = request.GetXmlString();
     } catch (const REPORTGENERATOR::RGException& exception) {
-        kTrace(eReportException,
-               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException, reportExceptionText(exception));
         return QUuid();
     }
     return RequestResourceInternal(xml) ? production : QUuid();

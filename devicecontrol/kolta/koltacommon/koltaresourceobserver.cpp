@@ -3,6 +3,7 @@
 #include <koltacommon/guidtext.h>
 #include <koltacommon/listmatching.h>
 #include <koltacommon/powercontrolcmd.h>
+#include <koltacommon/reportexceptiontext.h>
 #include <koltacommon/servernodes.h>
 #include <koltacommon/tavikresourceconverter.h>
 
@@ -353,8 +354,7 @@ void KoltaResourceObserver::writeRequest(const QString& name, const REPORTGENERA
     try {
         values::WriteOrAnnounce(getParentNodePath() + name, object.GetXmlString());
     } catch (const REPORTGENERATOR::RGException& exception) {
-        kTrace(eReportException,
-               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException, reportExceptionText(exception));
     }
 }
 

@@ -196,11 +196,7 @@ QVariant LinksModel::headerData(int section, Qt::Orientation orientation, int ro
 
 QHash<int, QByteArray> LinksModel::roleNames() const
 {
-    QHash<int, QByteArray> all = QAbstractTableModel::roleNames();
-    const QHash<int, QByteArray>& own = ViewRoles::names();
-    for (auto role = own.begin(); role != own.end(); ++role)
-        all.insert(role.key(), role.value());
-    return all;
+    return ViewRoles::namesBeside(QAbstractTableModel::roleNames());
 }
 
 } // namespace Kolta

@@ -146,10 +146,7 @@ QVariant RecordModel::headerData(int section, Qt::Orientation orientation, int r
 
 QHash<int, QByteArray> RecordModel::roleNames() const
 {
-    auto all = QAbstractItemModel::roleNames();
-    for (auto name = names().begin(); name != names().end(); ++name)
-        all.insert(name.key(), name.value());
-    return all;
+    return namesBeside(QAbstractItemModel::roleNames());
 }
 
 QString RecordModel::toolTip(const Row& row) const

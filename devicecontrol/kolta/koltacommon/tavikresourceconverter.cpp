@@ -1,5 +1,6 @@
 #include <koltacommon/tavikresourceconverter.h>
 
+#include <koltacommon/reportexceptiontext.h>
 #include <koltacommon/wholetextwriter.h>
 
 #include <startup/tracesource.h>
@@ -51,8 +52,7 @@ bool TavikResourceConverter::SetResourceOverview(const RESOURCEMANAGEMENT::Resou
         m_writer->write(*value, text);
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
-        kTrace(eReportException,
-               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException, reportExceptionText(exception));
         return false;
     }
 }

@@ -4,6 +4,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/listmatching.h>
 #include <koltacommon/messagejoin.h>
+#include <koltacommon/reportexceptiontext.h>
 #include <koltacommon/servernodes.h>
 
 #include <startup/tracesource.h>
@@ -59,8 +60,7 @@ bool read(REPORTGENERATOR::TextReader& reader, ResourceOverview& overview, const
         reader.read(text, overview);
         return true;
     } catch (const REPORTGENERATOR::RGException& exception) {
-        kTrace(eReportException,
-               QStringLiteral("ReportException %1: %2").arg(exception.GetTitle(), exception.GetText()));
+        kTrace(eReportException, reportExceptionText(exception));
         return false;
     }
 }

@@ -13,6 +13,13 @@ const QHash<int, QByteArray>& names()
     return all;
 }
 
+QHash<int, QByteArray> namesBeside(QHash<int, QByteArray> ofBase)
+{
+    for (auto name = names().begin(); name != names().end(); ++name)
+        ofBase.insert(name.key(), name.value());
+    return ofBase;
+}
+
 QString sortText(const QString& text)
 {
     const QString folded = text.toCaseFolded();

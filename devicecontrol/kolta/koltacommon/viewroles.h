@@ -29,6 +29,8 @@ enum Role : int {
 
 /// What the roles are called in roleNames(), "key" to "search".
 KOLTA_COMMON_EXPORT const QHash<int, QByteArray>& names();
+/// What roleNames() of a model answers whose base has these: they, and those above.
+KOLTA_COMMON_EXPORT QHash<int, QByteArray> namesBeside(QHash<int, QByteArray> ofBase);
 
 /// A text that sorts as people number things, whatever the language: letter case does not count, and "S2"
 /// comes before "S10".
