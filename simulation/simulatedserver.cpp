@@ -108,11 +108,6 @@ QString SimulatedServer::errorString() const
     return m_server->errorString();
 }
 
-int SimulatedServer::linkCount() const
-{
-    return m_server->links().size();
-}
-
 void SimulatedServer::publish()
 {
     publish(values::Tree::Instance());
@@ -336,7 +331,6 @@ void SimulatedServer::receive(SimulatedLink& link, const XmlCommon::ptrCXmlMessa
     if (link.isDead() || !message || !isRequest(*message))
         return;
     m_desk.count(*message);
-    Q_EMIT requestReceived(message);
     const CXmlMessage reply = m_desk.answer(*message, link.link().getPeerName(), link.settings(),
                                             [&](const QString& line) { tell(link, line); });
     const QString component =

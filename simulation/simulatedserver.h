@@ -65,7 +65,6 @@ public:
     const Installation& installation() const noexcept { return m_installation; }
     const RESOURCEMANAGEMENT::ResourceOverview& resources() const noexcept { return m_resources.overview(); }
     const ServerStatistics& statistics() const noexcept { return m_statistics; }
-    int linkCount() const;
 
     // Publication in a value tree.
 
@@ -142,8 +141,6 @@ Q_SIGNALS:
     void quitRequested();
     /// Something happened on a link, told in one line for people.
     void happened(const QString& line);
-    /// A request has come on one of the links; it has been counted and not yet been answered.
-    void requestReceived(const XmlCommon::ptrCXmlMessage& message);
 
 private:
     void openLink(XmlCommunication::CServerLink* link);

@@ -164,11 +164,6 @@ QString ActionLines::plan(const ProductionOrder& order) const
     return line(order.tunerGuid.isEmpty() ? words + arguments({order.tunerClass}) : words);
 }
 
-QString ActionLines::clearPlan() const
-{
-    return line({QStringLiteral("plan"), QStringLiteral("--clear")});
-}
-
 QString ActionLines::stop(const QStringList& processors) const
 {
     return line(QStringList{QStringLiteral("stop")} + arguments(things(processors)));

@@ -33,7 +33,6 @@ public:
     QString explain(const Kolta::ProductionOrder& order) const;
     /// The tuner of an order, without the order; empty when it names neither class nor tuner.
     QString plan(const Kolta::ProductionOrder& order) const;
-    QString clearPlan() const;
     /// GUIDs or names, here and below.
     QString stop(const QStringList& processors) const;
     QString stopAll() const;

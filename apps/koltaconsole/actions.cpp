@@ -137,8 +137,6 @@ QString ActionTable::enabledBecause(const QString& id) const
         if (entry->rights.testFlag(right) && !m_session.mayDo(right))
             return tr("It needs the right %1.").arg(UserRights::GetRightNameByIndex(place, false));
     }
-    if ((entry->needs & eSelection) && !m_hasSelection)
-        return tr("Nothing is selected.");
     return entry->problem ? entry->problem() : QString();
 }
 
@@ -161,12 +159,6 @@ bool ActionTable::run(const QString& id)
     const QString told = entry.tellsAfterwards ? line() : before;
     Q_EMIT si_Ran(id, told);
     return true;
-}
-
-void ActionTable::setSelection(bool isThere)
-{
-    m_hasSelection = isThere;
-    refresh();
 }
 
 void ActionTable::refresh()

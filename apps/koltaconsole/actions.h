@@ -29,7 +29,7 @@ class ActionTable : public QObject
 
 public:
     /// What must be there before an action can be done.
-    enum Need : unsigned { eNothing = 0, eLink = 1, eSelection = 2 };
+    enum Need : unsigned { eNothing = 0, eLink = 1 };
 
     struct Entry
     {
@@ -68,8 +68,6 @@ public:
     QString enabledBecause(const QString& id) const;
     /// Shows the page that it belongs to before: it is done to what is selected there.
     bool run(const QString& id);
-    /// Whether something is selected, for actions that need it.
-    void setSelection(bool isThere);
     /// Asks anew what can be done; for those whose reasons have changed.
     void refresh();
 
@@ -82,7 +80,6 @@ private:
     QStringList m_ids;
     QHash<QString, Entry> m_entries;
     QHash<QString, QAction*> m_actions;
-    bool m_hasSelection = false;
 };
 
 } // namespace KoltaConsole

@@ -68,7 +68,6 @@ void TestShell::runsTheLinesOfActions()
         {lines.explain(order), "not idle"},
         {lines.plan(order), "yes"},
         {lines.plan(named), "yes"},
-        {lines.clearPlan(), ""},
         {lines.own(words("MCP 1"), Own::ForceTake) + words(" --user administrator"), "is owned by kolta"},
         {lines.own(words("MCP 1"), Own::Release), "nobody owns MCP 1"},
         {lines.own(QString(), Own::Take), "S1 is owned by kolta"},

@@ -1580,10 +1580,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>It needs the right %1.</source>
         <translation>Dazu braucht es das Recht %1.</translation>
     </message>
-    <message>
-        <source>Nothing is selected.</source>
-        <translation>Nichts ist ausgewählt.</translation>
-    </message>
 </context>
 <context>
     <name>KoltaConsole::AttentionList</name>

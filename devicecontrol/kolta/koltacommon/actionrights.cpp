@@ -63,14 +63,6 @@ QString translated(const char* text)
 
 } // namespace
 
-QVector<UserAction> allUserActions()
-{
-    QVector<UserAction> actions;
-    for (const Row& row : kTable)
-        actions.append(row.action);
-    return actions;
-}
-
 UserRights::eManagementRight rightFor(UserAction action)
 {
     const auto place = static_cast<std::size_t>(action);

@@ -40,8 +40,6 @@ enum class UserAction {
     QuitServer
 };
 
-/// All of them, in the order of the enumeration.
-KOLTA_COMMON_EXPORT QVector<UserAction> allUserActions();
 /// The right that it needs; no right (0) for what everybody may do. Any thread.
 KOLTA_COMMON_EXPORT UserRights::eManagementRight rightFor(UserAction action);
 /// To run a processor of that kind, "MCP" for instance, in any letter case.

@@ -27,7 +27,6 @@ struct KOLTA_COMMON_EXPORT TunerHolder
     QString owner;      ///< name of who operates that; empty for nobody
     QString ownerHost;
 
-    bool isNobody() const { return !isPlan && processor.isEmpty(); }
     /// For people: "MCP 'X' (production {…}), operated by N at H", or "planned here", with "for 'X'" when an
     /// order did that. Empty for nobody.
     QString text() const;
