@@ -41,7 +41,7 @@ QString placeOf(const TraceRecord& line)
 
 } // namespace
 
-TraceLines::TraceLines(QObject* parent) : QAbstractTableModel(parent)
+TraceLines::TraceLines(QObject* parent) : NewestFirst(parent)
 {
     m_showing.setSingleShot(true);
     m_showing.setInterval(kShowMs);
@@ -84,26 +84,14 @@ void TraceLines::showNew()
             m_counts[i] += std::exchange(m_newCounts[i], 0);
         m_isCalled = false;
     }
-    if (fresh.empty())
-        return;
-    const int count = static_cast<int>(fresh.size());
-    const int room = kMostLines - count, all = static_cast<int>(m_lines.size());
-    if (all > room) {
-        beginRemoveRows({}, room, all - 1);
-        m_lines.resize(static_cast<std::size_t>(room));
-        endRemoveRows();
-    }
-    beginInsertRows({}, 0, count - 1);
-    for (TraceRecord& line : fresh)
-        m_lines.push_front(std::move(line));
-    endInsertRows();
+    putOnTop(fresh);
 }
 
 QVariant TraceLines::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || index.row() >= rowCount())
         return {};
-    const TraceRecord& line = m_lines[static_cast<std::size_t>(index.row())];
+    const TraceRecord& line = rowAt(index.row());
     const QString name = channelName(numberOf(line.channel));
     if (role == Kolta::ViewRoles::StateRole)
         return numberOf(line.channel);
@@ -128,11 +116,6 @@ QVariant TraceLines::headerData(int section, Qt::Orientation orientation, int ro
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= eColumnCount)
         return {};
     return tr(kTitles[section]);
-}
-
-int TraceLines::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(m_lines.size());
 }
 
 int TraceLines::columnCount(const QModelIndex& parent) const

@@ -1,26 +1,26 @@
 #pragma once
 
+#include "newestfirst.h"
+
 #include <startup/errorhandler.h>
 
-#include <QAbstractTableModel>
 #include <QTimer>
 
 #include <array>
 #include <deque>
 #include <mutex>
-#include <vector>
 
 namespace KoltaConsole {
 
 /// What this process has traced since this was made, whichever thread did, newest on top and bounded. A line
 /// waits for the next turn but costs the one who traces no more than a copy.
-class TraceLines : public QAbstractTableModel, private Startup::ITraceSink
+class TraceLines : public NewestFirst<Startup::TraceRecord, 2000>, private Startup::ITraceSink
 {
     Q_OBJECT
 
 public:
     enum eColumn : int { eTimeColumn, eChannelColumn, eSourceColumn, eTextColumn, eColumnCount };
-    static constexpr int kMostLines = 2000;
+    static constexpr int kMostLines = kMost;
     static constexpr int kChannels = 7;
 
     explicit TraceLines(QObject* parent = nullptr);
@@ -36,7 +36,6 @@ public:
     /// Kolta::ViewRoles::StateRole is the channel's number.
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
-    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
 
 private:
@@ -48,7 +47,6 @@ private:
     std::array<quint64, kChannels> m_newCounts{};
     bool m_isCalled = false; ///< showNew() is on its way; under the mutex
     std::array<quint64, kChannels> m_counts{};
-    std::deque<Startup::TraceRecord> m_lines; ///< newest first
     QTimer m_showing;
 };
 

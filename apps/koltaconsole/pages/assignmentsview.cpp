@@ -2,7 +2,7 @@
 
 #include "../actions.h"
 #include "../filterbar.h"
-#include "../matrixdelegate.h"
+#include "matrixdelegate.h"
 #include "shorttimemaps.h"
 
 #include <common/actionlines.h>

@@ -81,7 +81,7 @@ bool isNumber(int column)
 
 } // namespace
 
-LinkTraffic::LinkTraffic(quint32 link, QObject* parent) : QAbstractTableModel(parent), m_link(link)
+LinkTraffic::LinkTraffic(quint32 link, QObject* parent) : NewestFirst(parent), m_link(link)
 {
     m_showing.setSingleShot(true);
     m_showing.setInterval(kShowMs);
@@ -118,7 +118,7 @@ void LinkTraffic::stop()
 /// The message is filled with its reply later, so all of it that is shown is read now.
 void LinkTraffic::take(bool isSent, const CXmlMessage& message)
 {
-    Message taken;
+    LinkMessage taken;
     taken.time = QDateTime::currentDateTime();
     taken.isSent = isSent;
     taken.sentence = sentenceOf(message);
@@ -146,35 +146,17 @@ void LinkTraffic::take(bool isSent, const CXmlMessage& message)
 void LinkTraffic::showNew()
 {
     m_showing.stop();
-    if (m_new.empty())
-        return;
-    const int count = static_cast<int>(m_new.size());
-    const int room = kMostMessages - count, all = static_cast<int>(m_messages.size());
-    if (all > room) {
-        beginRemoveRows({}, room, all - 1);
-        m_messages.resize(static_cast<std::size_t>(room));
-        endRemoveRows();
-    }
-    beginInsertRows({}, 0, count - 1);
-    for (Message& message : m_new)
-        m_messages.push_front(std::move(message));
-    m_new.clear();
-    endInsertRows();
+    putOnTop(m_new);
 }
 
 QString LinkTraffic::textOf(int row) const
 {
-    const Message& message = m_messages.at(static_cast<std::size_t>(row));
+    const LinkMessage& message = rowAt(row);
     QString text = QString::fromUtf8(message.text);
     if (message.bytes > kMostText)
         text += QLatin1Char('\n') +
                 tr("… shortened: this is the beginning of %1 bytes.").arg(QLocale().toString(message.bytes));
     return text;
-}
-
-int LinkTraffic::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(m_messages.size());
 }
 
 int LinkTraffic::columnCount(const QModelIndex& parent) const
@@ -186,7 +168,7 @@ QVariant LinkTraffic::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || index.row() >= rowCount())
         return {};
-    const Message& message = m_messages.at(static_cast<std::size_t>(index.row()));
+    const LinkMessage& message = rowAt(index.row());
     if (role == Qt::TextAlignmentRole && isNumber(index.column()))
         return int(Qt::AlignRight | Qt::AlignVCenter);
     if (role != Qt::DisplayRole)

@@ -1,20 +1,31 @@
 #pragma once
 
+#include "../newestfirst.h"
+
 #include <xmlmessaging/xmlmessage.h>
 
-#include <QAbstractTableModel>
 #include <QDateTime>
 #include <QTimer>
 
-#include <deque>
 #include <memory>
 #include <vector>
 
 namespace KoltaConsole {
 
+/// One message of a link.
+struct LinkMessage
+{
+    QDateTime time;
+    bool isSent = false;
+    QString sentence;
+    int bytes = 0; ///< as XML
+    qint64 tookMs = -1;
+    QByteArray text; ///< UTF-8
+};
+
 /// The messages of one link while they are read, newest on top. As long as nobody reads, the link does not
 /// even ask whether somebody does. Bounded; what was read stays when the link is no more.
-class LinkTraffic : public QAbstractTableModel
+class LinkTraffic : public NewestFirst<LinkMessage, 1000>
 {
     Q_OBJECT
 
@@ -27,7 +38,7 @@ public:
         eMessageColumn,
         eColumnCount
     };
-    static constexpr int kMostMessages = 1000;
+    static constexpr int kMostMessages = kMost;
     /// Bytes of a message's text that are kept.
     static constexpr int kMostText = 32 * 1024;
 
@@ -45,22 +56,11 @@ public:
     /// The message as people read XML; of a longer one its beginning, and how long it is.
     QString textOf(int row) const;
 
-    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 private:
-    struct Message
-    {
-        QDateTime time;
-        bool isSent = false;
-        QString sentence;
-        int bytes = 0; ///< as XML
-        qint64 tookMs = -1;
-        QByteArray text; ///< UTF-8
-    };
-
     void take(bool isSent, const XmlCommon::CXmlMessage& message);
     void showNew();
 
@@ -69,8 +69,7 @@ private:
     QDateTime m_since;
     quint32 m_askedId = 0; ///< of the request that is under way; a link has one at a time
     qint64 m_askedAt = 0;
-    std::deque<Message> m_messages;
-    std::vector<Message> m_new; ///< not shown yet, oldest first
+    std::vector<LinkMessage> m_new; ///< not shown yet, oldest first
     QTimer m_showing;
 };
 

@@ -1,8 +1,9 @@
 #include "matrixdelegate.h"
 
-#include "pages/assignmentmatrix.h"
-#include "stateitemdelegate.h"
-#include "theme.h"
+#include "assignmentmatrix.h"
+
+#include "../stateitemdelegate.h"
+#include "../theme.h"
 
 #include <QPainter>
 
