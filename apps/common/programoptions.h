@@ -26,9 +26,8 @@ struct ProgramText
     QStringList seeAlso;     ///< other programs' manual pages
 };
 
-/// The command line of a program that has options and no commands: parsed, with --help, --version and,
-/// hidden,
-/// --manual FOLDER, from one table.
+/// The command line of a program that has options and no commands: parsed, with --help, --version and
+/// a hidden --manual FOLDER, from one table.
 class ProgramOptions
 {
 public:

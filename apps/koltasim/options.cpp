@@ -16,8 +16,7 @@ constexpr KoltaApps::OptionText kOptions[] = {
     {"installation", "DIR", nullptr, "Folder with the installation's files (the sample installation)."},
     {"listen", "HOST:PORT", "127.0.0.1:0",
      "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system pick one. An "
-     "IPv6 "
-     "address may stand in brackets."},
+     "IPv6 address may stand in brackets."},
     {"tls", "FILE", nullptr,
      "Links are protected by TLS; FILE (PEM) holds the server's certificate and its key."},
     {"tls-clients", "FILE", nullptr,
@@ -33,13 +32,11 @@ constexpr KoltaApps::OptionText kOptions[] = {
     {"seed", "N", "1", "Seed of all that happens by chance (1)."},
     {"activity", nullptr, nullptr,
      "Tuners become busy and free, and subscribers are told; conversions go on, and enabled assignments "
-     "yield "
-     "results."},
+     "yield results."},
     {"period", "MS", "500", "Time between two activities in milliseconds (500)."},
     {"publish", "URL", nullptr,
      "Share the server's value tree with other processes through the broker at "
-     "mqtt[s]://[USER@]HOST[:PORT][/PREFIX]. "
-     "A password comes from the configuration."},
+     "mqtt[s]://[USER@]HOST[:PORT][/PREFIX]. A password comes from the configuration."},
     {"branch", "NAME", nullptr, "Name under which it is shared (that of the server)."},
     {"take-over", nullptr, nullptr,
      "Share it also when another process has the name, which is displaced then."}};
@@ -47,8 +44,7 @@ constexpr KoltaApps::OptionText kOptions[] = {
 constexpr char kDescription[] =
     "Simulates one server of an installation until it is interrupted. Its first line of output says where it "
     "listens, and \"published as NAME\" follows. Exit codes: 0 interrupted, 1 cannot start, 2 wrong usage, 3 "
-    "the name "
-    "is taken or was taken over.";
+    "the name is taken or was taken over.";
 
 /// What is wrong with options that stand or fall together; empty when nothing is.
 QString problemOfCombination(const ProgramOptions& given)

@@ -41,10 +41,10 @@ class KOLTA_JOBDESCRIPTION_EXPORT ShortTime_Profile final : public REPORTGENERAT
 #define RG_FIELDS_FFP_Assignment(F)                                                                          \
     F(Text, QString, FFP_GUID, Required, "GUID of the FFP, which identifies the assignment")                 \
     F(UInt, quint16, ResourceID, Optional, "number of the FFP in the resource model, at most 65535")         \
-    F(UInt, quint32, RadioID, Optional, "radio identifier")                                                  \
+    F(UInt, quint32, RadioID, Optional, "identifier of the radio, carried unchanged")                        \
     F(Bool, bool, Enabled, Optional, "the assignment is active")                                             \
     F(Bool, bool, AutoRecording, Optional, "detected emissions are recorded")                                \
-    F(UInt, quint32, MinCoverage, Optional, "minimum coverage")                                              \
+    F(UInt, quint32, MinCoverage, Optional, "minimum coverage, 0 to 100 per cent")                           \
     F(TextList, QString, ProfileName, Optional, "names of the assigned profiles")                            \
     F(Int, qint32, SetupValue, Optional, "value of the production setup, carried unchanged")                 \
     F(Bool, bool, SetupFlag, Optional, "flag of the production setup, carried unchanged")

@@ -51,6 +51,7 @@ class KOLTA_RESOURCEMODEL_EXPORT DataSource final : public REPORTGENERATOR::IRGO
     F(Double, double, Frequency, Optional, "centre frequency, Hz")                                           \
     F(Double, double, Bandwidth, Optional, "bandwidth, Hz")
 
+/// Works on one signal: a channel of its own within what feeds it. The leaf of most trees.
 class KOLTA_RESOURCEMODEL_EXPORT FFP final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FFP)
@@ -58,6 +59,7 @@ class KOLTA_RESOURCEMODEL_EXPORT FFP final : public REPORTGENERATOR::IRGObject
 
 #define RG_FIELDS_FHA(F) F(Record, KoltaProcessor, KoltaProcessor, Optional, "processor record")
 
+/// Works below an FHP and has nothing but its record.
 class KOLTA_RESOURCEMODEL_EXPORT FHA final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FHA)
@@ -69,6 +71,7 @@ class KOLTA_RESOURCEMODEL_EXPORT FHA final : public REPORTGENERATOR::IRGObject
     F(Bool, bool, Scanning, Optional, "scans")                                                               \
     F(RecordList, FFP, FFP, Optional, "its FFPs")
 
+/// Has several FFPs below it, which it can let scan.
 class KOLTA_RESOURCEMODEL_EXPORT DSC final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(DSC)
@@ -79,6 +82,7 @@ class KOLTA_RESOURCEMODEL_EXPORT DSC final : public REPORTGENERATOR::IRGObject
     F(RecordList, FHA, FHA, Optional, "its FHAs")                                                            \
     F(RecordList, FFP, FFP, Optional, "its FFPs")
 
+/// Has FHAs and FFPs below it, without frequencies of its own.
 class KOLTA_RESOURCEMODEL_EXPORT FHP final : public REPORTGENERATOR::IRGObject
 {
     RG_OBJECT(FHP)
@@ -94,6 +98,7 @@ class KOLTA_RESOURCEMODEL_EXPORT FHP final : public REPORTGENERATOR::IRGObject
     F(RecordList, FHP, FHP, Optional, "its FHPs")                                                            \
     F(RecordList, DSC, DSC, Optional, "its DSCs")
 
+/// Serves a production with a wide band, in which any number of processors work.
 class KOLTA_RESOURCEMODEL_EXPORT MCP final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(MCP)
@@ -109,6 +114,7 @@ class KOLTA_RESOURCEMODEL_EXPORT MCP final : public REPORTGENERATOR::IRGObject
     F(Record, DSC, DSC, Optional, "its DSC")                                                                 \
     F(Record, FHP, FHP, Optional, "its FHP")
 
+/// Serves a production with one signal: at most one processor of each kind is in it.
 class KOLTA_RESOURCEMODEL_EXPORT SCP final : public REPORTGENERATOR::IRGObject
 {
     RG_RECORD(SCP)

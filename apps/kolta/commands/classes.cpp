@@ -69,8 +69,7 @@ Command classesCommand()
     return {"classes",
             "draw the tree of tuner classes",
             "Draws the tree of tuner classes of a simulated installation inside this process; of default "
-            "classes, "
-            "if it has none.",
+            "classes, if it has none.",
             {},
             Servers::options(),
             with(TunerChoice::start, classes)};

@@ -166,8 +166,7 @@ Command metricsCommand()
         "metrics",
         "tell figures of the servers to a monitoring system",
         "Tells figures of servers, or of links to them, in the text format that Prometheus reads: on "
-        "standard "
-        "output, in a file, or over HTTP at a port of this machine until Ctrl-C.",
+        "standard output, in a file, or over HTTP at a port of this machine until Ctrl-C.",
         {server},
         Survey::options(
             {text("file", "file", "Write them to this file, which is replaced whole."),

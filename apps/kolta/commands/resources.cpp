@@ -121,8 +121,7 @@ Command resourcesCommand()
     return {"resources",
             "list tuners, processing and storage units",
             "Lists the tuners, processing and storage units of the servers of a simulated installation "
-            "inside this "
-            "process.",
+            "inside this process.",
             {},
             Servers::options(),
             with(Servers::startUp, resources)};

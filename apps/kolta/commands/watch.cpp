@@ -123,8 +123,7 @@ Command watchCommand()
         "print what happens on the servers until Ctrl-C",
         "Prints what happens on the servers of a simulated installation inside this process until Ctrl-C: "
         "working states, messages, resources, processors, productions, hardware processing. Ends after "
-        "--timeout "
-        "seconds where it is given.",
+        "--timeout seconds where it is given.",
         {},
         Servers::options(
             {whole("count", "number", "End after so many lines (0: never).", 0, kMostLines, "0"),

@@ -210,9 +210,8 @@ Command replayCommand()
         "replay",
         "play a recording as an installation of its own",
         "Opens a shell on a file that \"kolta record\" has made: all commands see what the servers said "
-        "then, "
-        "and pause, go, step, jump, speed and position control the time. Nothing can be changed in it. Other "
-        "commands see the recording with --tree replay:FILE?speed=N&from=TIME.",
+        "then, and pause, go, step, jump, speed and position control the time. Nothing can be changed in it. "
+        "Other commands see the recording with --tree replay:FILE?speed=N&from=TIME.",
         {{"FILE", "The recording."}},
         {checked(text("speed", "N", "So many times as fast as it was (1).", "1"), checkSpeed),
          text("from", "TIME", "Begin there: begin, end, a time of day or +SECONDS."),

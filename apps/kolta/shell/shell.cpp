@@ -61,8 +61,7 @@ QVector<Command> Shell::verbs()
     return {{"expect",
              "fail unless the last command has printed a text",
              "Fails unless each TEXT stands in what the command before has printed, errors included. Blanks "
-             "more or "
-             "less and double quotes do not matter.",
+             "more or less and double quotes do not matter.",
              {{"TEXT", "What must be there.", Argument::eSeveral}},
              {flag("none", "What must not be there.")},
              [this](const CommandLine& line) { return expect(line); }},
@@ -231,10 +230,9 @@ Command shellCommand()
         "shell",
         "run commands one after another on one installation",
         "Runs commands one after another in this process, on one simulated installation that lives as long "
-        "as the "
-        "shell. At a terminal there is a prompt; otherwise standard input is a script with one command in a "
-        "line, "
-        "where lines that begin with \"#\" are comments. \"exit\", \"quit\" or the end of the input leaves.",
+        "as the shell. At a terminal there is a prompt; otherwise standard input is a script with one "
+        "command in a line, where lines that begin with \"#\" are comments. \"exit\", \"quit\" or the end of "
+        "the input leaves.",
         {},
         EmbeddedInstallation::options(
             {flag("keep-going", "Go on with a script when one of its commands has failed.")}),

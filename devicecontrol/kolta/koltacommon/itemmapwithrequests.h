@@ -48,6 +48,7 @@ public:
     using Request = typename Protocol::Request;
     using PendingRequests = std::unordered_map<QUuid, Request, RequestIdHash>;
 
+    /// Nameless and empty, for the tree to fill.
     ItemMapWithRequests() = default;
     explicit ItemMapWithRequests(const QString& name, values::TValueState state = values::eValueValid)
         : Base(name, state)
@@ -70,7 +71,8 @@ public:
         return found == m_replies.end() ? nullptr : &found->second;
     }
 
-    /// Whether that reply is none: nobody will answer the request any more, see EndRequests().
+    /// Whether the reply that FindReply() finds is none: nobody will answer the request any more, see
+    /// EndRequests().
     bool WasEnded(const QUuid& id) const { return m_ended.count(id) > 0; }
 
     /// Takes over the open requests too, as a copy does.
@@ -148,6 +150,7 @@ public:
     {
     }
 
+    /// Of the request that is opened.
     const QUuid& GetRequestId() const noexcept { return m_id; }
 
     void Execute() override
@@ -192,6 +195,7 @@ public:
     {
     }
 
+    /// Of the request that is answered.
     const QUuid& GetRequestId() const noexcept { return m_id; }
     /// Why the request failed; empty when it succeeded.
     const QString& GetError() const noexcept { return m_error; }

@@ -46,9 +46,11 @@ struct NoParent
 {
 };
 
+/// Whether A is B, const or not.
 template<class A, class B>
 constexpr bool isA = std::is_same_v<std::remove_const_t<A>, B>;
 
+// One walk, in pieces; users call walk() and walkBranch().
 namespace Detail {
 
 template<class Node>
@@ -100,6 +102,7 @@ auto& fhas(Node& n)
         return n.EditFHA();
 }
 
+/// The walk itself; plan and visitors must outlive it.
 template<class Enter, class Leave>
 class Walker
 {
@@ -156,6 +159,7 @@ private:
     Leave& m_leave;
 };
 
+/// Leaves nodes without a word.
 struct NoLeave
 {
     template<class Node>

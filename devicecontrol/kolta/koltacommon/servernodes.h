@@ -70,11 +70,12 @@ enum eUse : unsigned {
     eWhole = 16     ///< clients read the text, change it and write it back as a whole
 };
 
+/// One node of the table.
 struct Row
 {
     eNode node;
-    const char* name;
-    unsigned use; ///< of eUse
+    const char* name; ///< below "/ADMINISTRATION"
+    unsigned use;     ///< of eUse
 };
 
 /// The one table of these nodes: row i is node i.
@@ -106,6 +107,7 @@ inline constexpr Row kTable[] = {{eQuit, "Quit", eBound | eRequest},
                                  {eConnectionInfo, "ConnectionInfo", eFolder},
                                  {eClients, "Clients", eFolder}};
 
+/// How many nodes are used so.
 constexpr std::size_t countOf(unsigned use)
 {
     std::size_t count = 0;
@@ -113,6 +115,7 @@ constexpr std::size_t countOf(unsigned use)
         count += (row.use & use) == use ? 1 : 0;
     return count;
 }
+/// What the table's users rely on, see below.
 constexpr bool isInOrder()
 {
     std::size_t node = 0;

@@ -25,13 +25,13 @@ class KOLTA_COMMON_EXPORT ShortTimeFFPAssignment : public values::valueitemmap::
 public:
     QString ffpGuid;             ///< of the FFP; the key
     quint16 tavikResourceId = 0; ///< number of the FFP in the resource model
-    quint32 radioId = 0;
+    quint32 radioId = 0;         ///< identifier of the radio, carried unchanged
     bool enabled = false;
     bool autoRecording = false; ///< detected emissions are recorded
-    quint32 minCoverage = 0;
-    QStringList profiles;   ///< names of the assigned profiles
-    qint32 setupValue = 0;  ///< of the production setup, carried unchanged
-    bool setupFlag = false; ///< of the production setup, carried unchanged
+    quint32 minCoverage = 0;    ///< 0 to 100 per cent; a server refuses more
+    QStringList profiles;       ///< names of the assigned profiles
+    qint32 setupValue = 0;      ///< of the production setup, carried unchanged
+    bool setupFlag = false;     ///< of the production setup, carried unchanged
 
     /// An assignment with the members that the argument has; a minimum coverage that it does not set is 50.
     static ShortTimeFFPAssignment fromRGObject(const JobXml::FFP_Assignment& object);

@@ -66,6 +66,7 @@ template<class Adapter, class Item>
 class ColumnTextAdapter
 {
 public:
+    /// How many columns there are.
     static int ColumnCount() { return Adapter::columns().count(); }
     /// Empty outside the columns, as every text is.
     static QString GetColumnTitle(int column) { return Adapter::columns().title(column); }
@@ -75,6 +76,7 @@ public:
     }
     /// None of these items has an icon.
     static QVariant GetIcon4Column(int, const Item&, int, int) { return QVariant(); }
+    /// One line for each column that has a text.
     static QString GetText4Tooltip(const Item& item) { return Adapter::columns().tooltip(item); }
 };
 
