@@ -4,8 +4,9 @@
 #include <QFile>
 #include <QtTest>
 
-/// The programs as their users meet them: every example of docs/commands.md, and transcripts of what else
-/// they do. With KOLTA_REFRESH set a document whose examples print something else is written anew.
+/// The programs as their users meet them: every example of docs/commands.md and docs/monitoring.md, and
+/// transcripts of what else they do. With KOLTA_REFRESH set a document whose examples print something else is
+/// written anew.
 class TestTranscripts : public QObject
 {
     Q_OBJECT
