@@ -79,26 +79,37 @@ void LinkWorker::makeSocket()
 
 void LinkWorker::startConnecting()
 {
-    QSslConfiguration configuration;
     QString error;
-    const bool wantsTls = m_protected || !m_tls.problem.isEmpty();
     if (m_host.isEmpty()) {
         fail(QAbstractSocket::HostNotFoundError, QStringLiteral("no host given"));
     } else if (m_port == 0) {
         fail(QAbstractSocket::ConnectionRefusedError, QStringLiteral("no port given"));
-    } else if (wantsTls && !m_tls.load(TlsSettings::eClient, configuration, error)) {
+    } else if (!protect(error)) {
         fail(QAbstractSocket::SslHandshakeFailedError, error);
     } else {
         m_connectLimit = Clock::now() + m_connectTime;
         startTicking();
-        if (m_protected) {
-            m_protected->setSslConfiguration(configuration);
+        if (m_protected)
             m_protected->connectToHostEncrypted(m_host, m_port,
                                                 m_tls.peerName.isEmpty() ? m_host : m_tls.peerName);
-        } else {
+        else
             m_socket->connectToHost(m_host, m_port);
-        }
     }
+}
+
+/// Whether the link is as it is wanted. A plain one must not even make a configuration, which loads all of
+/// TLS: on a busy machine that takes longer than the link may live, and a process must not end meanwhile.
+bool LinkWorker::protect(QString& error)
+{
+    if (!m_protected) {
+        error = m_tls.problem;
+        return error.isEmpty();
+    }
+    QSslConfiguration configuration;
+    if (!m_tls.load(TlsSettings::eClient, configuration, error))
+        return false;
+    m_protected->setSslConfiguration(configuration);
+    return true;
 }
 
 /// Runs one reaction to an event. An exception ends the event loop, which must not be unwound, and is kept

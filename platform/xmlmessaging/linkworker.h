@@ -74,6 +74,7 @@ private:
     void makeSocket();
     void connectSocket();
     void startConnecting();
+    bool protect(QString& error);
     void onReady();
     void onState(QAbstractSocket::SocketState state);
     void onError(QAbstractSocket::SocketError error);

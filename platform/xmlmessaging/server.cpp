@@ -13,6 +13,7 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -66,7 +67,7 @@ struct CServer::Private
     QList<CServerLink*> links;
     quint32 lastLinkId = 0;
     TlsSettings tls = TlsSettings::ofServer();
-    QSslConfiguration tlsConfiguration;
+    std::optional<QSslConfiguration> tlsConfiguration; ///< making one loads all of TLS
     QString error; ///< why nothing listens, when the listener does not know
     bool plainNetworkAllowed = false;
     bool acceptingPaused = false;
@@ -77,7 +78,7 @@ bool CServer::Private::prepare(const QHostAddress& address)
 {
     error.clear();
     if (tls.required || !tls.problem.isEmpty())
-        return tls.load(TlsSettings::eServer, tlsConfiguration, error);
+        return tls.load(TlsSettings::eServer, tlsConfiguration.emplace(), error);
     if (address.isLoopback())
         return true;
     if (!plainNetworkAllowed) {
@@ -124,7 +125,7 @@ void CServer::Private::open(QTcpSocket* socket, QSslSocket* protectedSocket)
     if (!checkTimer.isActive())
         checkTimer.start(bounds.interval());
     if (protectedSocket) {
-        protectedSocket->setSslConfiguration(tlsConfiguration);
+        protectedSocket->setSslConfiguration(*tlsConfiguration);
         link->shakeHands(protectedSocket, [this, link] { announce(link); });
     } else {
         announce(link);

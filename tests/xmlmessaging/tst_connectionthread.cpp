@@ -13,6 +13,16 @@ class TestConnectionThread : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    /// It takes long, and a process that ends meanwhile dies of it.
+    void plainLinksDoNotLoadTls()
+    {
+        LinkFixture f;
+        QVERIFY(f.connected());
+        QFile libraries("/proc/self/maps"_s);
+        QVERIFY(libraries.open(QIODevice::ReadOnly));
+        QVERIFY(!libraries.readAll().contains("/libssl.so"));
+    }
+
     void requestsQueuedBeforeTheLinkIsUp()
     {
         LinkFixture f;
