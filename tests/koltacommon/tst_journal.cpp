@@ -163,6 +163,39 @@ private Q_SLOTS:
         QCOMPARE(taken(), QStringList{"note has gone, as it was asked to"_s});
     }
 
+    /// How a server went is only known a turn later, or when the way to it is there again.
+    void farewell()
+    {
+        Server server("S1"_s);
+        server.come();
+        server.enter();
+        QStringList told;
+        connect(m_source.get(), &InstallationEvents::happened, [&](const Event& event) {
+            told << "%1 %2 %3"_s.arg(Event::word(event.weight), event.text).arg(event.state);
+        });
+        m_source->followRegistry(registry());
+        bool hasLeft = false;
+        m_source->setLeaverCheck([&](const QString& address) { return hasLeft && address == "S1"_s; });
+        const auto taken = [&] { return std::exchange(told, {}).value(0); };
+
+        server.go();
+        hasLeft = true;
+        QTRY_VERIFY(!told.isEmpty());
+        QCOMPARE(taken(), "note has left by itself -1"_s);
+        server.come();
+        taken();
+        hasLeft = false;
+        server.go();
+        server.come(); // before anybody could ask
+        QCOMPARE(taken(), "alarm has vanished 0"_s);
+        m_source->setOutOfSight(true);
+        server.go();
+        m_source->setOutOfSight(false);
+        hasLeft = true;
+        m_time->advance(InstallationEvents::kReturnMs);
+        QCOMPARE(taken(), "note has left by itself -1"_s);
+    }
+
     /// In every slot source, journal or server may go.
     void slotsInterfere()
     {

@@ -12,6 +12,7 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <simulation/activity.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -76,6 +77,20 @@ private:
     bool m_interrupted = false;
 };
 
+/// What the tree's link knows beside what the servers say.
+void follow(TreeMirror& mirror, Watcher& watcher)
+{
+    watcher.events().setTimeSource(mirror.timeSource());
+    watcher.events().setLeaverCheck([&mirror](const QString& server) {
+        const auto branches = mirror.branches();
+        return std::any_of(branches.begin(), branches.end(), [&server](const TreeMirror::Branch& branch) {
+            return branch.name == server && branch.hasLeft();
+        });
+    });
+    mirror.setLinkListener(
+        [&watcher](bool isUp, const QString& problem) { watcher.tellBroker(isUp, problem); });
+}
+
 int watch(const CommandLine& line, Servers& servers)
 {
     if (line.isSet("period") && !line.isSet("activity"))
@@ -102,11 +117,8 @@ int watch(const CommandLine& line, Servers& servers)
     }
     printError(QStringLiteral("watching %1, Ctrl-C ends").arg(listed(servers.names())));
     TreeMirror* const mirror = servers.installation().treeMirror();
-    if (mirror) {
-        watcher.events().setTimeSource(mirror->timeSource());
-        mirror->setLinkListener(
-            [&watcher](bool isUp, const QString& problem) { watcher.tellBroker(isUp, problem); });
-    }
+    if (mirror)
+        follow(*mirror, watcher);
     waitUntil([&watcher] { return watcher.hasEnough(); },
               line.isSet("timeout") ? line.timeoutMs() : kWaitForever);
     if (mirror)

@@ -467,6 +467,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>a request</source>
         <translation>Eine Anforderung</translation>
     </message>
+    <message>
+        <source>has left by itself</source>
+        <translation>hat sich abgemeldet</translation>
+    </message>
 </context>
 <context>
     <name>Kolta::ItemMapWithRequests</name>
@@ -1202,6 +1206,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>Recording</source>
         <translation>Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>Start (UTC)</source>
+        <translation>Beginn (UTC)</translation>
     </message>
 </context>
 <context>
@@ -2195,6 +2203,16 @@ F1 zeigt die Tasten der Seite.</translation>
             <numerusform>%1   (und %n weitere)</numerusform>
         </translation>
     </message>
+    <message>
+        <source>No line does this.</source>
+        <translation>Dafür gibt es keine Zeile.</translation>
+    </message>
+    <message>
+        <source>%1
+The servers are simulated by this console: no other program reaches them.</source>
+        <translation>%1
+Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::OrderForm</name>
@@ -2479,6 +2497,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Nothing is called so.</source>
         <translation>So heißt nichts.</translation>
     </message>
+    <message>
+        <source>Enter: show %1 alone</source>
+        <translation>Eingabe: %1 allein zeigen</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProductionOrders</name>
@@ -2681,6 +2703,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Ended in the last 24 h: %1</source>
         <translation>In den letzten 24 h beendet: %1</translation>
     </message>
+    <message>
+        <source>%1 — %2, %3</source>
+        <translation>%1 — %2, %3</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProductionsModel</name>
@@ -2798,6 +2824,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>No MCP runs</source>
         <translation>Keine MCP läuft</translation>
+    </message>
+    <message>
+        <source>Nothing ran when it was seen last, at %1.</source>
+        <translation>Nichts lief, als es zuletzt zu sehen war, um %1.</translation>
     </message>
 </context>
 <context>
@@ -3294,6 +3324,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>%1 of %2 tuners, class %3 alone</source>
         <translation>%1 von %2 Tunern, nur Klasse %3</translation>
     </message>
+    <message>
+        <source> Its server is away, %1.</source>
+        <translation> Sein Server ist fort, %1.</translation>
+    </message>
 </context>
 <context>
     <name>Pages</name>
@@ -3383,6 +3417,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>yesterday %1</source>
         <translation>gestern %1</translation>
+    </message>
+    <message>
+        <source>last known earlier</source>
+        <translation>zuletzt bekannt von früher</translation>
     </message>
 </context>
 <context>
@@ -4017,6 +4055,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Results over time and frequency</source>
         <translation>Ergebnisse über Zeit und Frequenz</translation>
     </message>
+    <message>
+        <source>Start (UTC)</source>
+        <translation>Beginn (UTC)</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ResultsView</name>
@@ -4047,6 +4089,18 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>Nothing has been found yet: results come once an FFP looks for a profile, see Assignments.</source>
         <translation>Noch wurde nichts gefunden: Ergebnisse kommen, sobald ein FFP nach einem Profil sucht, siehe Zuordnungen.</translation>
+    </message>
+    <message>
+        <source>Filter: hopper, 98 MHz, !burst</source>
+        <translation>Filter: hopper, 98 MHz, !burst</translation>
+    </message>
+    <message>
+        <source>Filter of results</source>
+        <translation>Filter der Ergebnisse</translation>
+    </message>
+    <message>
+        <source>No result matches &quot;%1&quot;.</source>
+        <translation>Kein Ergebnis passt zu &quot;%1&quot;.</translation>
     </message>
 </context>
 <context>
@@ -4291,12 +4345,62 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>No recording is being converted, nor has one been: name one in the field Record and press Convert.</source>
         <translation>Keine Aufzeichnung wird oder wurde umgewandelt: Nennen Sie eine im Feld Aufzeichnung und drücken Sie Umwandeln.</translation>
     </message>
+    <message>
+        <source>Filter: failed, disk-1, !video</source>
+        <translation>Filter: gescheitert, disk-1, !video</translation>
+    </message>
+    <message>
+        <source>Filter of conversions</source>
+        <translation>Filter der Umwandlungen</translation>
+    </message>
+    <message>
+        <source>No conversion matches &quot;%1&quot;.</source>
+        <translation>Keine Umwandlung passt zu &quot;%1&quot;.</translation>
+    </message>
+    <message>
+        <source>%1 of %2 conversions</source>
+        <translation>%1 von %2 Umwandlungen</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::FilterBar</name>
     <message>
         <source>Clear the filter</source>
         <translation>Filter leeren</translation>
+    </message>
+</context>
+<context>
+    <name>QPlatformTheme</name>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>QShortcut</name>
+    <message>
+        <source>Ctrl</source>
+        <translation>Strg</translation>
+    </message>
+    <message>
+        <source>Shift</source>
+        <translation>Umschalt</translation>
+    </message>
+    <message>
+        <source>Alt</source>
+        <translation>Alt</translation>
+    </message>
+    <message>
+        <source>Del</source>
+        <translation>Entf</translation>
+    </message>
+    <message>
+        <source>Return</source>
+        <translation>Eingabe</translation>
+    </message>
+    <message>
+        <source>Esc</source>
+        <translation>Esc</translation>
     </message>
 </context>
 </TS>

@@ -36,6 +36,7 @@ class KOLTA_COMMON_EXPORT InstallationEvents : public QObject
 
 public:
     using TimeSource = std::function<QDateTime()>;
+    using LeaverCheck = std::function<bool(const QString& server)>;
 
     explicit InstallationEvents(QObject* parent = nullptr);
     ~InstallationEvents() override;
@@ -56,6 +57,10 @@ public:
     void setOutOfSight(bool isOutOfSight);
     bool isOutOfSight() const noexcept { return m_isOutOfSight; }
     static constexpr int kReturnMs = 30000;
+    /// Tells servers that have left by themselves from those that have vanished. It is asked, once control is
+    /// back in the event loop, about each server that goes and was not asked to; without it all of these have
+    /// vanished.
+    void setLeaverCheck(LeaverCheck check) { m_leaverCheck = std::move(check); }
     /// Tells of something that this cannot see; without a time, now.
     void tell(Event event);
 
@@ -83,6 +88,7 @@ private:
     void takeLinks(const KoltaConnectionsViewer& viewer, bool isTold);
 
     TimeSource m_timeSource;
+    LeaverCheck m_leaverCheck;
     std::map<QString, ServerEvents*> m_servers; ///< children
     QHash<quint32, int> m_links;                ///< states by id
     bool m_isOutOfSight = false;

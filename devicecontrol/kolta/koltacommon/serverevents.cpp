@@ -11,6 +11,8 @@
 #include <koltacommon/operation.h>
 #include <koltacommon/tunerbookingmanager.h>
 
+#include <QTimer>
+
 #include <algorithm>
 #include <utility>
 
@@ -170,6 +172,8 @@ bool ServerEvents::saysStateWord(const QString& text) const
 
 void ServerEvents::come()
 {
+    if (std::exchange(m_isFarewellDue, false) && !tellGone(farewell()))
+        return;
     m_freshLook = ringIn(kFreshMs, [this] { m_freshLook.reset(); });
     const qint64 vanishedAt = std::exchange(m_vanishedAt, -1);
     const qint64 gone = m_owner.elapsedMs() - vanishedAt;
@@ -202,8 +206,19 @@ void ServerEvents::vanish()
     m_adopted.clear();
     const bool isAskedFor = m_requests && m_requests->isEndAskedFor();
     m_isUnseen = m_owner.isOutOfSight() && !isAskedFor;
-    if (!m_isUnseen)
-        return tellVanished(isAskedFor);
+    if (!m_isUnseen && (isAskedFor || !m_owner.m_leaverCheck)) {
+        tellGone(isAskedFor ? Farewell::AskedFor : Farewell::Vanished);
+        return;
+    }
+    if (!m_isUnseen) {
+        // What is gone from the tree goes before its owner's farewell is known.
+        m_isFarewellDue = true;
+        QTimer::singleShot(0, this, [this] {
+            if (std::exchange(m_isFarewellDue, false))
+                tellGone(farewell());
+        });
+        return;
+    }
     Event event = make(Kind::State, Type::Server, QString(), QString());
     event.state = SERVER_STATES::eDisconnected;
     event.sawBegin = false;
@@ -216,18 +231,28 @@ void ServerEvents::takeSight()
     if (m_isUnseen)
         m_search = ringIn(InstallationEvents::kReturnMs, [this] {
             if (!m_owner.isOutOfSight() && std::exchange(m_isUnseen, false))
-                tellVanished(false);
+                tellGone(farewell());
         });
 }
 
-void ServerEvents::tellVanished(bool isAskedFor)
+/// Of a server that was not asked to go.
+ServerEvents::Farewell ServerEvents::farewell() const
 {
-    Event event = make(Kind::State, Type::Server, QString(),
-                       isAskedFor ? InstallationEvents::tr("has gone, as it was asked to")
-                                  : InstallationEvents::tr("has vanished"));
-    event.weight = isAskedFor ? Weight::Note : Weight::Alarm;
-    event.state = SERVER_STATES::eDisconnected;
-    tell(event);
+    return m_owner.m_leaverCheck && m_owner.m_leaverCheck(m_address) ? Farewell::Left : Farewell::Vanished;
+}
+
+/// Only what is missed is remembered as being away.
+bool ServerEvents::tellGone(Farewell farewell)
+{
+    const bool isVanished = farewell == Farewell::Vanished;
+    Event event =
+        make(Kind::State, Type::Server, QString(),
+             isVanished                       ? InstallationEvents::tr("has vanished")
+             : farewell == Farewell::AskedFor ? InstallationEvents::tr("has gone, as it was asked to")
+                                              : InstallationEvents::tr("has left by itself"));
+    event.weight = isVanished ? Weight::Alarm : Weight::Note;
+    event.state = isVanished ? int(SERVER_STATES::eDisconnected) : Event::kGone;
+    return tell(event);
 }
 
 void ServerEvents::takeState(SERVER_STATES::eServerState state)

@@ -71,7 +71,10 @@ private:
     bool saysStateWord(const QString& text) const;
     void come();
     void vanish();
-    void tellVanished(bool isAskedFor);
+    /// How it went.
+    enum class Farewell { Vanished, AskedFor, Left };
+    Farewell farewell() const;
+    bool tellGone(Farewell farewell);
     void takeState(SERVER_STATES::eServerState state);
     void tellStartupErrors(const QString& errors);
 
@@ -115,6 +118,7 @@ private:
     qint64 m_vanishedAt = -1;      ///< by the clock; -1 for not
     bool m_isUnseen = false;       ///< it went while nobody could see it
     bool m_wasUnseen = false;      ///< before it was back
+    bool m_isFarewellDue = false;  ///< it went in this turn, and nobody knows yet how
     Startup::ptrAlarm m_search;    ///< while it may still be back
     Startup::ptrAlarm m_freshLook; ///< while what is found had begun before
     QVector<Event> m_early;        ///< told once the server is there
