@@ -8,6 +8,7 @@
 #include <koltacommon/processorledger.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
+#include <koltacommon/viewtime.h>
 
 #include <QPointer>
 #include <QSet>
@@ -239,7 +240,7 @@ RecordModel::Rows ProcessorModel::ProcessorSection::takeRows()
         auto row = std::make_unique<ProcessorRow>(key, this, isSame ? Facts() : factsOf(processor));
         row->isPlaceholder = isSame;
         if (!isFirstLook)
-            row->facts.since = QDateTime::currentDateTime();
+            row->facts.since = ViewTime::now();
         rows.push_back(row.get());
         if (processor.holder < 0)
             tops.push_back(std::move(row));

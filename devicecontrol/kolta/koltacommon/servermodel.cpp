@@ -7,6 +7,7 @@
 #include <koltacommon/valuebinding.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
+#include <koltacommon/viewtime.h>
 
 #include <values/value.h>
 
@@ -163,7 +164,7 @@ ServerModel::ServerSection::ServerSection(KoltaServerInterface& shown, ServerMod
     connect(&shown, &KoltaServerInterface::si_ConnectionReady, &context, changed);
     connect(&shown.getResourceObserver(), &KoltaResourceObserver::si_ResourcesChanged, &context, changed);
     connect(&shown, &KoltaServerInterface::si_StateChanged, &context, [this, changed] {
-        facts.cells[eSinceColumn] = QDateTime::currentDateTime();
+        facts.cells[eSinceColumn] = ViewTime::now();
         changed();
     });
     facts.cells[eAddressColumn] = address;

@@ -4,6 +4,7 @@
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/tunerssection.h>
 #include <koltacommon/viewroles.h>
+#include <koltacommon/viewtime.h>
 
 #include <algorithm>
 #include <utility>
@@ -103,7 +104,7 @@ void ServersModel::followDoubt(Section& section)
     const bool isAway = !section.server || section.server->getState() == SERVER_STATES::eDisconnected;
     const bool isStale = isAway || section.isInDoubt();
     if (std::exchange(section.isStale, isStale) != isStale) {
-        section.lastKnown = isStale ? QDateTime::currentDateTime() : QDateTime();
+        section.lastKnown = isStale ? ViewTime::now() : QDateTime();
         section.m_isStaleDue = true;
     }
     work();

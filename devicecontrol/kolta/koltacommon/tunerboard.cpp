@@ -11,6 +11,7 @@
 #include <koltacommon/tunerclasstree.h>
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
+#include <koltacommon/viewtime.h>
 
 #include <QSet>
 #include <QTimer>
@@ -173,7 +174,7 @@ void TunerBoard::rebuildTuners(const QVector<Tuner>& tuners)
     m_lateStates.clear();
     QHash<QString, int> numbers; // of those with one GUID
     QSet<QString> keys;
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = ViewTime::now();
     for (const Tuner& tuner : tuners) {
         const QString& guid = ResourceGuid::of(tuner);
         QString key = guid;
@@ -330,7 +331,7 @@ bool TunerBoard::takeState(TunerEntry& entry)
     --m_counts[static_cast<std::size_t>(entry.state)];
     ++m_counts[static_cast<std::size_t>(now)];
     entry.state = now;
-    entry.seen = QDateTime::currentDateTime();
+    entry.seen = ViewTime::now();
     entry.since = m_isFirstLook ? QDateTime() : entry.seen;
     return true;
 }

@@ -1,6 +1,7 @@
 #include "viewtexts.h"
 
 #include <koltacommon/units.h>
+#include <koltacommon/viewtime.h>
 
 #include <QtNumeric>
 
@@ -10,7 +11,7 @@ namespace {
 
 bool isToday(const QDateTime& time)
 {
-    return time.date() == QDate::currentDate();
+    return time.date() == ViewTime::now().date();
 }
 
 bool isSaid(double value)
