@@ -73,7 +73,20 @@ RowIndex::Entry RowIndex::read(int sourceRow)
     readGroup(sourceRow, entry);
     entry.isMatching = !m_filter || m_filter(sourceRow, entry.search);
     readKey(sourceRow, entry);
+    entry.server = serverKey(sourceRow);
     return entry;
+}
+
+/// Made once for all rows of a server.
+QString RowIndex::serverKey(int sourceRow)
+{
+    const QString server = sourceModel()->index(sourceRow, 0).data(Kolta::ViewRoles::ServerRole).toString();
+    if (server.isEmpty())
+        return QString();
+    QString& key = m_serverKeys[server];
+    if (key.isNull())
+        key = Kolta::ViewRoles::sortText(server);
+    return key;
 }
 
 void RowIndex::readKey(int sourceRow, Entry& entry) const
@@ -129,8 +142,10 @@ bool RowIndex::isBefore(int a, int b) const
     const bool isUp = m_order == Qt::AscendingOrder;
     if (first.number != second.number)
         return isUp == (first.number < second.number);
-    const int order = first.text.compare(second.text);
-    return order == 0 ? a < b : isUp == (order < 0);
+    if (const int order = first.text.compare(second.text); order != 0)
+        return isUp == (order < 0);
+    const int order = first.server.compare(second.server);
+    return order == 0 ? a < b : order < 0;
 }
 
 /// Sorting costs ten times what filtering does, and a key that somebody types changes no order.

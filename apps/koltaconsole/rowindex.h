@@ -86,6 +86,7 @@ private:
         QString search;
         double number = 0.0; ///< the key of numbers and times
         QString text;        ///< that of anything else
+        QString server;      ///< as it is sorted, where all else is equal
         int group = -1;
         bool isMatching = false;
         bool isFree = false;
@@ -109,6 +110,7 @@ private:
     void follow();
     Entry read(int sourceRow);
     void readKey(int sourceRow, Entry& entry) const;
+    QString serverKey(int sourceRow);
     void readAll();
     // Rows and headings in one order: a row of the source is its number, the heading of a group is ~group.
     bool isShown(const Entry& entry) const;
@@ -141,7 +143,8 @@ private:
     Grouping m_grouping;
     std::vector<Group> m_groups;
     QHash<QString, int> m_groupIds; ///< by name
-    QVector<int> m_touched;         ///< groups whose numbers may have changed
+    QHash<QString, QString> m_serverKeys;
+    QVector<int> m_touched; ///< groups whose numbers may have changed
     QSet<QString> m_folded;
     int m_matches = 0;
     std::vector<Entry> m_entries;

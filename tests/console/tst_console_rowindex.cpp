@@ -6,6 +6,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QSortFilterProxyModel>
+#include <QStandardItemModel>
 
 #include <map>
 #include <random>
@@ -221,6 +222,25 @@ private Q_SLOTS:
             QCOMPARE(index.matchCount(), reference.rowCount());
             if (kept.isValid())
                 QCOMPARE(kept.data(Roles::KeyRole), key);
+        }
+    }
+
+    /// Rows that are alike stand in the order of their servers, as people number these.
+    void tiesAreServers()
+    {
+        QStandardItemModel model;
+        for (const char* const server : {"S10", "S2", "S1", "S20"}) {
+            auto* const item = new QStandardItem;
+            item->setData(QLatin1String(server), Roles::ServerRole);
+            item->setData(QLatin1String(server), Roles::KeyRole);
+            item->setData(QStringLiteral("kw 1"), Roles::SortRole);
+            model.appendRow(item);
+        }
+        RowIndex index;
+        index.setSourceModel(&model);
+        for (const auto order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
+            index.sort(0, order);
+            QCOMPARE(shownBy(index).join(QLatin1Char(' ')), QStringLiteral("S1 S2 S10 S20"));
         }
     }
 };

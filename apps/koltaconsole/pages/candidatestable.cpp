@@ -119,7 +119,17 @@ QString CandidatesTable::Rows::refusalOf(const QModelIndex& index, const QString
     return isKnown ? CandidatesTable::tr("%1, since %2").arg(own, timeText(taken.from)) : own;
 }
 
-/// By rank on the own server where costs are equal.
+/// By value, for the table may grow between two of them.
+QString CandidatesTable::Rows::serverKey(const QModelIndex& index) const
+{
+    const QString server = index.data(Roles::ServerRole).toString();
+    QString& key = m_serverKeys[server];
+    if (key.isNull())
+        key = Roles::sortText(server);
+    return key;
+}
+
+/// By rank on the own server where costs are equal, then by servers as people number them.
 bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b) const
 {
     const auto key = [](const QModelIndex& index, int column) {
@@ -132,7 +142,10 @@ bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b)
     const int costs[] = {key(a, CandidatesModel::eCostColumn), key(b, CandidatesModel::eCostColumn)};
     if (costs[0] != costs[1])
         return costs[0] < costs[1];
-    return ranks[0] != ranks[1] ? ranks[0] < ranks[1] : a.row() < b.row();
+    if (ranks[0] != ranks[1])
+        return ranks[0] < ranks[1];
+    const int order = serverKey(a).compare(serverKey(b));
+    return order == 0 ? a.row() < b.row() : order < 0;
 }
 
 CandidatesTable::CandidatesTable(Session& session, QWidget* parent)

@@ -57,9 +57,11 @@ private:
 
     private:
         QString reasonOf(const QModelIndex& index, const QString& own) const;
+        QString serverKey(const QModelIndex& index) const;
         QString refusalOf(const QModelIndex& index, const QString& own) const;
 
         const Session& m_session;
+        mutable QHash<QString, QString> m_serverKeys; ///< as they are sorted
         QString m_wanted;
         QString m_shown;
     };
