@@ -24,7 +24,7 @@ QString closed(QString text)
     // Only where a unit says that it is a frequency; "MCP 1-2" is none.
     QString joined = text;
     joined.replace(dash, QStringLiteral("\\1-\\2"));
-    static const QRegularExpression range(QStringLiteral("[\\d.]+[kMG]?(Hz)?-[\\d.]+[kMG]?Hz"),
+    static const QRegularExpression range(QStringLiteral("[\\d.,]+[kMG]?(Hz)?-[\\d.,]+[kMG]?Hz"),
                                           QRegularExpression::CaseInsensitiveOption);
     return joined.contains(range) ? joined : text;
 }

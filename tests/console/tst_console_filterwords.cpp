@@ -23,6 +23,8 @@ private Q_SLOTS:
         row("does not reach", "98.5 MHz", false);
         row("overlaps", "28-88 MHz", true);
         row("overlaps, with blanks", "28 MHz - 88 MHz", true);
+        row("overlaps, with blanks and a comma", "20 - 88,5 MHz", true);
+        row("apart, with blanks and a comma", "30,5 - 88 MHz", false);
         row("apart", "118-137 MHz", false);
         row("wider", ">500 kHz", true);
         row("too narrow", "> 20 MHz", false);
