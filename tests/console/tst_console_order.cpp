@@ -20,7 +20,9 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTreeView>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace KoltaConsole;
@@ -61,6 +63,7 @@ private Q_SLOTS:
     void startsWhatIsWritten();
     void hidden();
     void cart();
+    void writes();
     void survivesARestart();
 
 private:
@@ -240,6 +243,32 @@ void TestOrder::cart()
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 5);
     QVERIFY(actions.run(QStringLiteral("cart-clear")));
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
+}
+
+/// Who may only look, or has no link, writes all the same: that changes nothing elsewhere.
+void TestOrder::writes()
+{
+    Options options;
+    options.servers = 1;
+    options.isReadOnly = true;
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    ActionTable& actions = stage.window->actions();
+    choose(*page, "Class", "HF");
+    QVERIFY(!actions.run(QStringLiteral("order-plan")) && !actions.run(QStringLiteral("order-start")));
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(actions.run(QStringLiteral("order-add")));
+    QVERIFY(!actions.action(QStringLiteral("cart-remove"))->isEnabled());
+    const auto views = page->findChildren<QTreeView*>();
+    const auto cart = std::find_if(views.begin(), views.end(), [](const QTreeView* view) {
+        return view->accessibleName() == QLatin1String("Cart");
+    });
+    (*cart)->setFocus();
+    (*cart)->setCurrentIndex(page->cart().index(1, 0));
+    QTest::keyClick(*cart, Qt::Key_Delete);
+    QCOMPARE(page->cart().rowCount(), 2);
+    QVERIFY(actions.run(QStringLiteral("cart-clear")));
 }
 
 /// What was being written is there again as it was, though nothing of it can be chosen yet; neither a page

@@ -73,6 +73,10 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
     });
     const auto goOn = [this] { m_isLineOfDone = false; };
     connect(&session.draft(), &OrderDraft::si_Changed, this, goOn);
+    connect(&session.draft(), &OrderDraft::si_Changed, this, [this] {
+        if (!m_job) // what became of the one before
+            m_state->clear();
+    });
     connect(m_candidates->selectionModel(), &QItemSelectionModel::selectionChanged, this, goOn);
     setFocusProxy(m_form);
     refresh();
@@ -144,6 +148,8 @@ QWidget* OrderPage::makeCart()
     m_cartTable->setAccessibleName(tr("Cart"));
     m_cartTable->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setColumnWidths(*m_cartTable, {32, 138, 84, 84, 124, 46});
+    connect(m_cartTable->selectionModel(), &QItemSelectionModel::currentChanged, &actions(),
+            &ActionTable::refresh);
     auto* const layout = new QVBoxLayout(lower);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -152,12 +158,12 @@ QWidget* OrderPage::makeCart()
     return lower;
 }
 
-/// Makes actions that change the installation; `object` names whom they hit.
-OrderPage::Adder OrderPage::adder(const std::function<QString()>& object)
+/// `object` names whom the actions hit. What only changes what is written here needs no link and no leave.
+OrderPage::Adder OrderPage::adder(const std::function<QString()>& object, Effect effect)
 {
-    return [this, object](const char* id, const QString& text, const QKeySequence& keys,
-                          const std::function<void()>& run, const std::function<QString()>& why,
-                          const std::function<QString()>& line) {
+    return [this, object, effect](const char* id, const QString& text, const QKeySequence& keys,
+                                  const std::function<void()>& run, const std::function<QString()>& why,
+                                  const std::function<QString()>& line) {
         ActionTable::Entry entry;
         entry.id = QLatin1String(id);
         entry.text = text;
@@ -165,8 +171,8 @@ OrderPage::Adder OrderPage::adder(const std::function<QString()>& object)
         entry.run = run;
         entry.problem = why;
         entry.line = line;
-        entry.changes = true;
-        entry.needs = ActionTable::eLink;
+        entry.changes = effect == Effect::Installation;
+        entry.needs = entry.changes ? ActionTable::eLink : ActionTable::eNothing;
         entry.object = object;
         actions().add(entry, this);
     };
@@ -174,7 +180,8 @@ OrderPage::Adder OrderPage::adder(const std::function<QString()>& object)
 
 void OrderPage::makeActions()
 {
-    const auto add = adder([this] { return objectOfOrder(); });
+    const auto object = [this] { return objectOfOrder(); };
+    const auto add = adder(object, Effect::Installation), write = adder(object, Effect::Here);
     add(
         "order-start", tr("Start"), QKeySequence(Qt::CTRL + Qt::Key_Return), [this] { start(); },
         [this] { return whyNotStart(); }, [this] { return commandLine(); });
@@ -185,10 +192,10 @@ void OrderPage::makeActions()
                                                                  : whyNotPlan();
         },
         [this] { return KoltaApps::ActionLines(serverOf(wanted())).plan(wanted()); });
-    add(
+    write(
         "order-add", tr("To cart"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Return),
         [this] { addToCart(false); }, [this] { return whyNotPlan(); }, {});
-    add(
+    write(
         "order-cancel", tr("Cancel"), QKeySequence(),
         [this] {
             if (m_job)
@@ -199,7 +206,8 @@ void OrderPage::makeActions()
 
 void OrderPage::makeCartActions()
 {
-    const auto add = adder([this] { return m_cart.summary(); });
+    const auto object = [this] { return m_cart.summary(); };
+    const auto add = adder(object, Effect::Installation), write = adder(object, Effect::Here);
     const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
     add(
         "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); }, isEmpty,
@@ -212,8 +220,8 @@ void OrderPage::makeCartActions()
                                             : QString();
         },
         [this] { return m_cart.startLines(); });
-    add("cart-clear", tr("Empty"), QKeySequence(), [this] { m_cart.clear(); }, isEmpty, {});
-    add(
+    write("cart-clear", tr("Empty"), QKeySequence(), [this] { m_cart.clear(); }, isEmpty, {});
+    write(
         "cart-remove", tr("Take the line out of the cart"), QKeySequence(Qt::Key_Delete),
         [this] { m_cart.remove(m_cartTable->currentIndex().row()); },
         [this] {

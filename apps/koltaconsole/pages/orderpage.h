@@ -46,7 +46,8 @@ private:
     using Adder = std::function<void(const char* id, const QString& text, const QKeySequence& keys,
                                      const std::function<void()>& run, const std::function<QString()>& why,
                                      const std::function<QString()>& line)>;
-    Adder adder(const std::function<QString()>& object);
+    enum class Effect { Installation, Here };
+    Adder adder(const std::function<QString()>& object, Effect effect);
     void makeActions();
     void makeCartActions();
     QWidget* makeLeft();
