@@ -26,6 +26,8 @@ class ActionLines
 public:
     explicit ActionLines(const QString& server) : m_server(server) {}
 
+    /// A command, with its words, that changes nothing.
+    QString look(const QStringList& words) const { return line(words); }
     /// Empty for what no line can say: an order with a record, with a production's GUID or another number of
     /// attempts.
     QString produce(const Kolta::ProductionOrder& order) const;

@@ -1,8 +1,10 @@
 #include "layouts.h"
 
 #include "columns.h"
+#include "filterbar.h"
 
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QSettings>
 #include <QSplitter>
 #include <QTabWidget>
@@ -47,6 +49,9 @@ void saveLayout(QSettings& settings, const QString& name, const QWidget& widget)
     forAll<QTabWidget>(name, widget, [&settings](const QString& key, const QTabWidget& tabs) {
         settings.setValue(below("tabs", key), tabs.currentIndex());
     });
+    forAll<FilterBar>(name, widget, [&settings](const QString& key, const FilterBar& filter) {
+        settings.setValue(below("filters", key), filter.text());
+    });
 }
 
 void restoreLayout(const QSettings& settings, const QString& name, const QWidget& widget)
@@ -61,6 +66,9 @@ void restoreLayout(const QSettings& settings, const QString& name, const QWidget
         const QVariant index = settings.value(below("tabs", key));
         if (index.isValid())
             tabs.setCurrentIndex(index.toInt());
+    });
+    forAll<FilterBar>(name, widget, [&settings](const QString& key, const FilterBar& filter) {
+        filter.line()->setText(settings.value(below("filters", key)).toString());
     });
 }
 

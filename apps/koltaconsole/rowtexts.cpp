@@ -5,6 +5,14 @@
 
 namespace KoltaConsole {
 
+QString searchText(const QAbstractItemModel& model, int row)
+{
+    QStringList cells;
+    for (int column = 0; column < model.columnCount(); ++column)
+        cells.append(model.index(row, column).data().toString());
+    return cells.join(QLatin1Char(' ')).toLower();
+}
+
 QString selectedText(const QTreeView& view)
 {
     const QHeaderView* const header = view.header();

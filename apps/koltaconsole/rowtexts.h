@@ -1,5 +1,6 @@
 #pragma once
 
+class QAbstractItemModel;
 class QString;
 class QTreeView;
 
@@ -8,5 +9,8 @@ namespace KoltaConsole {
 /// The selected rows of a view as text: cells that are shown with tabs between them, one row a line, in the
 /// order that is shown.
 QString selectedText(const QTreeView& view);
+
+/// The texts of all columns of a row at the top, in lower case, for filters of models that have none ready.
+QString searchText(const QAbstractItemModel& model, int row);
 
 } // namespace KoltaConsole

@@ -2,6 +2,9 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../filterbar.h"
+#include "../filterwords.h"
+#include "../rowtexts.h"
 #include "../stateitemdelegate.h"
 #include "shorttimemaps.h"
 
@@ -14,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTreeView>
@@ -42,6 +46,7 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     : QWidget(parent)
     , m_session(session)
     , m_actions(actions)
+    , m_filter(new FilterBar(tr("Filter: failed, disk-1, !video"), tr("Filter of conversions"), this))
     , m_table(new QTreeView(this))
     , m_nothing(new QLabel(this))
     , m_record(new QLineEdit(this))
@@ -66,9 +71,17 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    m_filter->setContentsMargins(8, 5, 8, 5);
+    layout->addWidget(m_filter);
     layout->addWidget(m_nothing);
     layout->addWidget(m_table, 1);
     layout->addLayout(makeFields());
+    connectAll();
+    showWhetherThereAreAny();
+}
+
+void ConversionsView::connectAll()
+{
     const auto refresh = [this] { m_actions.refresh(); };
     const auto showAll = [this] { showWhetherThereAreAny(); };
     for (QLineEdit* const line : {m_record, m_type, m_production, m_result})
@@ -85,7 +98,31 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     connect(&m_model, &QAbstractItemModel::dataChanged, this, showAll);
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ConversionsView::playBeginnings);
     connect(&m_model, &QAbstractItemModel::dataChanged, this, &ConversionsView::playBeginnings);
-    showWhetherThereAreAny();
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &ConversionsView::applyFilter);
+}
+
+QLineEdit* ConversionsView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// Rows are hidden where they stand: the chosen one stays chosen.
+void ConversionsView::applyFilter()
+{
+    const FilterWords words(m_filter->text());
+    const int all = m_model.rowCount();
+    int shown = 0;
+    for (int row = 0; row < all; ++row) {
+        const bool fits = words.isEmpty() || words.matches(searchText(m_model, row), {});
+        if (m_table->isRowHidden(row, QModelIndex()) == fits)
+            m_table->setRowHidden(row, QModelIndex(), !fits);
+        shown += fits ? 1 : 0;
+    }
+    const QLocale locale;
+    m_filter->tell(shown == 0 && all > 0
+                       ? tr("No conversion matches \"%1\".").arg(m_filter->text())
+                       : tr("%1 of %2 conversions").arg(locale.toString(shown), locale.toString(all)),
+                   shown == 0);
 }
 
 /// What to do where there is nothing, and since when what is shown is so no more.
@@ -98,6 +135,7 @@ void ConversionsView::showWhetherThereAreAny()
         : isAway ? tr("%n conversion(s), %1", "", m_model.rowCount()).arg(lastKnownText(m_session, m_server))
                  : tr("No recording is being converted, nor has one been: name one in the "
                       "field Record and press Convert."));
+    applyFilter();
     m_actions.refresh();
 }
 

@@ -18,6 +18,7 @@ class QTreeView;
 namespace KoltaConsole {
 
 class ActionTable;
+class FilterBar;
 class Session;
 
 /// The conversions of a server's recordings: which there are, and what is done about them. What is begun and
@@ -34,6 +35,7 @@ public:
     const Kolta::ConvertProductionResultModel& model() const { return m_model; }
     /// The `kolta` line of what was done last; empty for nothing.
     const QString& line() const noexcept { return m_line; }
+    QLineEdit* filterLine() const;
 
 Q_SIGNALS:
     void si_LineChanged();
@@ -41,6 +43,8 @@ Q_SIGNALS:
 private:
     void makeActions();
     QLayout* makeFields();
+    void connectAll();
+    void applyFilter();
     void showWhetherThereAreAny();
     Kolta::ConvertProductionResultMap* map() const;
     sorel::RecordIdentifier selected() const;
@@ -60,6 +64,7 @@ private:
     ActionTable& m_actions;
     QString m_server;
     Kolta::ConvertProductionResultModel m_model;
+    FilterBar* m_filter;
     QTreeView* m_table;
     QLabel* m_nothing;
     QLineEdit* m_record;

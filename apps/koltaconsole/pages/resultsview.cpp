@@ -2,13 +2,21 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../filterbar.h"
+#include "../filterwords.h"
 #include "../plots/resultsplot.h"
+#include "../rowtexts.h"
 #include "../stateitemdelegate.h"
 #include "shorttimemaps.h"
+
+#include <common/actionlines.h>
+
+#include <koltacommon/servernodes.h>
 
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QLocale>
 #include <QPushButton>
 #include <QSplitter>
@@ -55,6 +63,7 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     , m_actions(actions)
     , m_plot(new ResultsPlot(this))
     , m_table(new QTreeView(this))
+    , m_filter(new FilterBar(tr("Filter: hopper, 98 MHz, !burst"), tr("Filter of results"), this))
     , m_heading(new QLabel(this))
     , m_legend(new QLabel(this))
 {
@@ -78,8 +87,11 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    m_filter->setContentsMargins(8, 5, 8, 0);
+    layout->addWidget(m_filter);
     layout->addLayout(top);
     layout->addWidget(parts, 1);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &ResultsView::applyFilter);
     m_gathering.setSingleShot(true);
     m_gathering.setInterval(kGatherMs);
     connect(&m_gathering, &QTimer::timeout, this, &ResultsView::draw);
@@ -134,6 +146,40 @@ void ResultsView::showServer(const QString& address)
     showLegend();
 }
 
+QString ResultsView::line() const
+{
+    const Kolta::KoltaServerInterface* const server = m_session.server(m_server);
+    if (!server)
+        return QString();
+    const QString path =
+        Kolta::ServerNodes::shortTimePath<Kolta::ShortTimeResultItemMap>(server->getServerBasePath());
+    return KoltaApps::ActionLines(QString()).look({QStringLiteral("tree"), QStringLiteral("dump"), path});
+}
+
+QLineEdit* ResultsView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// Of the table and of the plot.
+void ResultsView::applyFilter()
+{
+    const FilterWords words(m_filter->text());
+    if (words.isEmpty())
+        m_rows.setFilter({});
+    else
+        m_rows.setFilter([this, words](int row, const QString& /*search*/) {
+            const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
+            if (!result)
+                return false;
+            const auto middle = static_cast<double>(result->frequency);
+            const double half = result->bandwidth / 2.0;
+            return words.matches(searchText(m_model, row),
+                                 {middle - half, middle + half, static_cast<double>(result->bandwidth)});
+        });
+    draw();
+}
+
 /// Hidden, it waits until it is seen.
 void ResultsView::gather()
 {
@@ -157,7 +203,7 @@ void ResultsView::draw()
     const int first = qMax(0, m_model.rowCount() - kMost);
     for (int row = first; row < m_model.rowCount(); ++row) {
         const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
-        if (!result)
+        if (!result || !m_rows.isMatching(row))
             continue;
         int shape = m_shapes.indexOf(result->profileName);
         if (shape < 0 && m_shapes.size() < ResultsPlot::kShapes) {
@@ -195,9 +241,13 @@ void ResultsView::showLegend()
         parts.append(
             QStringLiteral("%1 %2 (%3)")
                 .arg(QString::fromUtf8(kSigns[ResultsPlot::kShapes]), tr("others"), locale.toString(others)));
-    m_legend->setText(parts.isEmpty() ? tr("Nothing has been found yet: results come once an FFP looks for a "
-                                           "profile, see Assignments.")
-                                      : parts.join(QStringLiteral("   ")));
+    const bool isNothing = m_model.rowCount() > 0 && m_rows.rowCount() == 0;
+    m_filter->tell(isNothing ? tr("No result matches \"%1\".").arg(m_filter->text()) : QString(), isNothing);
+    m_legend->setText(isNothing ? QString()
+                      : parts.isEmpty()
+                          ? tr("Nothing has been found yet: results come once an FFP looks for a "
+                               "profile, see Assignments.")
+                          : parts.join(QStringLiteral("   ")));
     m_legend->setToolTip(parts.join(QLatin1Char('\n')));
 }
 

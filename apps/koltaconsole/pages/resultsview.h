@@ -8,11 +8,13 @@
 #include <QWidget>
 
 class QLabel;
+class QLineEdit;
 class QTreeView;
 
 namespace KoltaConsole {
 
 class ActionTable;
+class FilterBar;
 class ResultsPlot;
 class Session;
 
@@ -35,6 +37,9 @@ public:
     ResultsView(Session& session, ActionTable& actions, QWidget* parent);
 
     void showServer(const QString& address);
+    /// That prints the collection; empty while no server is shown.
+    QString line() const;
+    QLineEdit* filterLine() const;
     const ResultModel& model() const { return m_model; }
     ResultsPlot& plot() const { return *m_plot; }
 
@@ -44,6 +49,7 @@ protected:
 private:
     void makeTable();
     void makeAction();
+    void applyFilter();
     void gather();
     void draw();
     void showLegend();
@@ -55,6 +61,7 @@ private:
     RowIndex m_rows;
     ResultsPlot* m_plot;
     QTreeView* m_table;
+    FilterBar* m_filter;
     QLabel* m_heading;
     QLabel* m_legend;
     QStringList m_shapes; ///< names of profiles, by shape

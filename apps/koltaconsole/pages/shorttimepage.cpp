@@ -6,6 +6,8 @@
 #include "profilesview.h"
 #include "resultsview.h"
 
+#include <common/actionlines.h>
+
 #include <koltacommon/viewroles.h>
 
 #include <QComboBox>
@@ -68,12 +70,14 @@ QLineEdit* ShortTimePage::filterLine() const
     return m_profiles->filterLine();
 }
 
-/// Results and conversions have none.
 QLineEdit* ShortTimePage::shownFilterLine() const
 {
-    if (m_tabs->currentWidget() == m_assignments)
+    const QWidget* const view = m_tabs->currentWidget();
+    if (view == m_assignments)
         return m_assignments->filterLine();
-    return m_tabs->currentWidget() == m_profiles ? filterLine() : nullptr;
+    if (view == m_results)
+        return m_results->filterLine();
+    return view == m_conversions ? m_conversions->filterLine() : filterLine();
 }
 
 /// The one that is chosen stays, also while it is away.
@@ -130,11 +134,11 @@ QString ShortTimePage::commandLine() const
     if (view == m_conversions && !m_conversions->line().isEmpty())
         return m_conversions->line();
     if (view == m_results)
-        return QString(); // no command lists them
+        return m_results->line();
     const char* const command = view == m_profiles      ? "profiles"
                                 : view == m_assignments ? "assignments"
                                                         : "conversions";
-    return QStringLiteral("kolta %1 list --server %2").arg(QLatin1String(command), server());
+    return KoltaApps::ActionLines(server()).look({QLatin1String(command), QStringLiteral("list")});
 }
 
 void ShortTimePage::showServer(const QString& address)

@@ -111,6 +111,9 @@ void ResultsPlot::dress()
     small.setPointSizeF(8.5);
     for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft})
         setAxisFont(axis, small);
+    QwtText title(tr("Start (UTC)"));
+    title.setFont(small);
+    setAxisTitle(QwtPlot::xBottom, title);
     replot();
 }
 

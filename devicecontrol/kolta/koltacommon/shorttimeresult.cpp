@@ -48,7 +48,7 @@ QString timeText(qint64 microseconds)
 }
 
 constexpr TextColumn<Result> kColumnTable[] = {
-    {QT_TRANSLATE_NOOP("Kolta::ShortTimeResult_TextAdapter", "Time"),
+    {QT_TRANSLATE_NOOP("Kolta::ShortTimeResult_TextAdapter", "Start (UTC)"),
      [](const Result& r) { return timeText(r.startTime); }},
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeResult_TextAdapter", "Frequency"),
      [](const Result& r) { return ProfileText::formatHz(r.frequency); }},
