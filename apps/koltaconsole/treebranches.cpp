@@ -2,6 +2,8 @@
 
 #include "serverfacts.h"
 
+#include <koltacommon/viewtime.h>
+
 #include <distribution/treelink.h>
 
 namespace KoltaConsole {
@@ -38,8 +40,9 @@ std::pair<State, QString> looksOf(BranchState state)
 TreeBranches::TreeBranches(distribution::TreeLink& link, const QString& broker)
     : m_link(link), m_broker(broker)
 {
-    connect(&link, &distribution::TreeLink::si_LinkChanged, this,
-            [this](bool isUp, const QString& reason) { enter(m_line, isUp, reason); });
+    connect(&link, &distribution::TreeLink::si_LinkChanged, this, [this](bool isUp, QString reason) {
+        enter(m_line, isUp, reason.remove(m_broker + QStringLiteral(": "))); // it names the row
+    });
     connect(&link, &distribution::TreeLink::si_BranchChanged, this, &TreeBranches::takeBranch);
 }
 
@@ -49,7 +52,7 @@ void TreeBranches::enter(Past& past, bool isLive, const QString& fault)
         past.lastFault = fault;
     if (isLive == past.liveSince.isValid())
         return;
-    past.liveSince = isLive ? QDateTime::currentDateTime() : QDateTime();
+    past.liveSince = isLive ? Kolta::ViewTime::now() : QDateTime();
     past.reconnections += isLive && past.wasLive ? 1 : 0;
     past.wasLive = past.wasLive || isLive;
 }
@@ -58,7 +61,7 @@ void TreeBranches::takeBranch(const QString& name, BranchState state)
 {
     QString fault;
     if (state == BranchState::Suspect || state == BranchState::Lost)
-        fault = tr("no beat since %1").arg(timeText(QDateTime::currentDateTime()));
+        fault = tr("no beat since %1").arg(timeText(Kolta::ViewTime::now()));
     else if (state == BranchState::Forbidden)
         fault = tr("the broker forbids it");
     // A silent branch is not a lost one: what it comes back from counts once.

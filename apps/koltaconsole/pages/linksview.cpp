@@ -117,7 +117,7 @@ void LinksView::makeTable()
     m_table->setUniformRowHeights(true);
     m_table->setAlternatingRowColors(true);
     m_table->setAccessibleName(tr("Links"));
-    setColumnWidths(*m_table, {156, 180, 92, 90, 90, 70, 110});
+    setColumnWidths(*m_table, {150, 200, 86, 72, 72, 56, 96});
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &LinksView::choose);
 }
 
