@@ -20,7 +20,9 @@ namespace {
 
 constexpr int kActionRole = Qt::UserRole; ///< ID; empty: the item completes a line
 constexpr int kLineRole = Qt::UserRole + 1;
+constexpr int kServerRole = Qt::UserRole + 2;
 constexpr int kMostShown = 200; ///< of the words that a line may go on with
+const QString kPrompt = QStringLiteral("kolta ");
 
 } // namespace
 
@@ -74,6 +76,18 @@ void Palette::open()
     m_line->setFocus();
 }
 
+/// Whether a line of `kolta` is being typed, and nothing else.
+bool Palette::isLine() const
+{
+    return m_line->text().startsWith(kPrompt);
+}
+
+/// What is looked for.
+QString Palette::typed() const
+{
+    return isLine() ? m_line->text().mid(kPrompt.size()) : m_line->text();
+}
+
 QStringList Palette::orderedActions() const
 {
     QStringList ids = m_actions.ids();
@@ -104,6 +118,21 @@ void Palette::addActions(const QString& words)
     }
 }
 
+/// Those whose address, state and host have all the words.
+void Palette::addServers(const QString& words)
+{
+    const QStringList wanted = words.toLower().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const ServerFacts& facts : m_session.facts()) {
+        const QString text = QStringLiteral("%1 — %2").arg(facts.address, facts.look().word);
+        const QString search = QStringLiteral("%1 %2").arg(text, facts.host).toLower();
+        const auto fits = [&search](const QString& word) { return search.contains(word); };
+        if (wanted.isEmpty() || !std::all_of(wanted.begin(), wanted.end(), fits))
+            continue;
+        auto* const item = new QListWidgetItem(text, m_list);
+        item->setData(kServerRole, facts.address);
+    }
+}
+
 /// Of the servers that the window shows: to look for others would start some in this process.
 QStringList Palette::namesOf(KoltaCli::NameKind kind, const QString& begin, const QStringList& words) const
 {
@@ -131,14 +160,14 @@ void Palette::addCompletions(const QString& line)
 
 void Palette::fill()
 {
-    QString line = m_line->text();
-    if (line.startsWith(QLatin1String("kolta ")))
-        line.remove(0, 6);
     m_list->clear();
-    addActions(line);
-    addCompletions(line);
+    if (!isLine()) {
+        addActions(typed());
+        addServers(typed());
+    }
+    addCompletions(typed());
     // Enter alone does nothing.
-    m_list->setCurrentRow(m_list->count() > 0 && !line.isEmpty() ? 0 : -1);
+    m_list->setCurrentRow(m_list->count() > 0 && !typed().isEmpty() ? 0 : -1);
     tell();
 }
 
@@ -164,12 +193,15 @@ void Palette::tell()
         m_told->setText(problem.isEmpty() ? effectOf(id) : problem);
         return;
     }
-    if (!item && m_line->text().isEmpty()) {
+    if (const QString server = item ? item->data(kServerRole).toString() : QString(); !server.isEmpty()) {
+        m_told->setText(tr("Enter: show %1 alone").arg(server));
+        return;
+    }
+    if (!item && typed().isEmpty()) {
         m_told->setText(tr("Type, or choose with the arrow keys."));
         return;
     }
-    const QString name =
-        (item ? item->data(kLineRole).toString() : m_line->text()).section(QLatin1Char(' '), 0, 0);
+    const QString name = (item ? item->data(kLineRole).toString() : typed()).section(QLatin1Char(' '), 0, 0);
     const KoltaCli::Command* const command = m_commands.find(name);
     m_told->setText(
         command ? tr("Tab completes, Enter puts the line below: %1").arg(QLatin1String(command->summary))
@@ -188,12 +220,17 @@ void Palette::take()
         m_actions.run(id);
         return;
     }
-    const QString line = item ? item->data(kLineRole).toString() : m_line->text();
-    const bool isWhole = m_line->text().startsWith(line) || !item;
+    if (const QString server = item ? item->data(kServerRole).toString() : QString(); !server.isEmpty()) {
+        hide();
+        Q_EMIT si_ServerWanted(server);
+        return;
+    }
+    const QString line = item ? item->data(kLineRole).toString() : typed();
+    const bool isWhole = typed().startsWith(line) || !item;
     if (!m_commands.find(line.section(QLatin1Char(' '), 0, 0)))
         return tell();
     hide();
-    Q_EMIT si_Line(QStringLiteral("kolta ") + (isWhole ? m_line->text() : line));
+    Q_EMIT si_Line(kPrompt + (isWhole ? typed() : line));
 }
 
 bool Palette::eventFilter(QObject* watched, QEvent* event)
@@ -216,8 +253,9 @@ bool Palette::eventFilter(QObject* watched, QEvent* event)
             m_line->setText(m_history.at(--m_historyPlace));
         return true;
     case Qt::Key_Tab:
-        if (const auto* const item = m_list->currentItem(); item && item->data(kActionRole).isNull())
-            m_line->setText(item->data(kLineRole).toString() + QLatin1Char(' '));
+        if (const auto* const item = m_list->currentItem(); item && !item->data(kLineRole).isNull())
+            m_line->setText((isLine() ? kPrompt : QString()) + item->data(kLineRole).toString() +
+                            QLatin1Char(' '));
         return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:

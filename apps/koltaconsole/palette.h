@@ -15,8 +15,9 @@ namespace KoltaConsole {
 class ActionTable;
 class Session;
 
-/// Ctrl+K: the console's actions and the words of the command line, completed from the same table as in a
-/// terminal. An action is done by Enter; a line of `kolta` is copied, for a terminal.
+/// Ctrl+K: the console's actions, the servers, and the words of the command line, completed from the same
+/// table as in a terminal; behind "kolta " these alone. An action is done by Enter; a line of `kolta` is
+/// copied, for a terminal.
 class Palette : public QFrame
 {
     Q_OBJECT
@@ -31,13 +32,18 @@ public:
 Q_SIGNALS:
     /// A `kolta` line was put together.
     void si_Line(const QString& line);
+    /// That server is to be shown alone.
+    void si_ServerWanted(const QString& address);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void fill();
+    bool isLine() const;
+    QString typed() const;
     void addActions(const QString& words);
+    void addServers(const QString& words);
     QStringList orderedActions() const;
     QStringList namesOf(KoltaCli::NameKind kind, const QString& begin, const QStringList& words) const;
     QString effectOf(const QString& id) const;
