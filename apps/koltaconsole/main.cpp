@@ -37,30 +37,41 @@ int tell(const QString& text, int exitCode)
     return exitCode;
 }
 
+/// Whether Qt draws on one, and not elsewhere.
+bool isDisplayWanted()
+{
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    return platform.isEmpty() || platform.startsWith("xcb") || platform.startsWith("wayland");
+}
+
 /// Qt aborts the process with a page of text where the display cannot be reached.
 void tellFatal(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
 {
     if (type != QtFatalMsg)
         return;
     const QString display = qEnvironmentVariable("DISPLAY", qEnvironmentVariable("WAYLAND_DISPLAY"));
-    std::_Exit(tell(text.contains(QLatin1String("platform plugin"))
-                        ? QStringLiteral("the display \"%1\" cannot be reached").arg(display)
-                        : text,
+    std::_Exit(tell(!text.contains(QLatin1String("platform plugin")) ? text
+                    : isDisplayWanted() ? QStringLiteral("the display \"%1\" cannot be reached").arg(display)
+                                        : QStringLiteral("QT_QPA_PLATFORM: Qt has no platform \"%1\" here")
+                                              .arg(qEnvironmentVariable("QT_QPA_PLATFORM")),
                     kUsage));
 }
 
 bool hasDisplay()
 {
-    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-    if (!platform.isEmpty() && platform != "xcb" && !platform.startsWith("wayland"))
+    if (!isDisplayWanted())
         return true;
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 QString wordOf(int argc, char** argv, const char* option)
 {
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (qstrcmp(argv[i], option) == 0)
+    const QString name = QLatin1String(option), begin = name + QLatin1Char('=');
+    for (int i = 1; i < argc; ++i) {
+        const QString word = QString::fromLocal8Bit(argv[i]);
+        if (word.startsWith(begin))
+            return word.mid(begin.size());
+        if (word == name && i + 1 < argc)
             return QString::fromLocal8Bit(argv[i + 1]);
     }
     return QString();
@@ -114,9 +125,12 @@ void photograph(MainWindow& window, Session& session, const Options& options)
         QTimer::singleShot(kSettleMs, &window, take);
     });
     waiting->start(50);
-    QTimer::singleShot(kPictureLimitMs, &window, [] {
-        QApplication::exit(
-            tell(QStringLiteral("the page has not filled within %1 s").arg(kPictureLimitMs / 1000), 1));
+    QTimer::singleShot(kPictureLimitMs, &window, [&session] {
+        const LinkState& link = session.link();
+        const QString reason = link.isUp ? QString() : QStringLiteral(": ") + link.text;
+        QApplication::exit(tell(
+            QStringLiteral("the page has not filled within %1 s%2").arg(kPictureLimitMs / 1000).arg(reason),
+            1));
     });
 }
 

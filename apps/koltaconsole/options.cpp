@@ -48,6 +48,15 @@ constexpr char kDescription[] =
     "the reason for each choice of a tuner, and what happened. Exit codes: 0 closed, 1 the picture cannot be "
     "made, 2 wrong usage, no display, no such installation.";
 
+bool isSimulated(const QString& server, int servers)
+{
+    for (int number = 1; number <= servers; ++number) {
+        if (server == QStringLiteral("S%1").arg(number))
+            return true;
+    }
+    return false;
+}
+
 /// What is wrong, in one line.
 QString problemOf(const ProgramOptions& given, Options& options)
 {
@@ -75,8 +84,15 @@ QString problemOf(const ProgramOptions& given, Options& options)
         return QStringLiteral("--theme: expected light, dark or system");
     options.theme = static_cast<Theme::Choice>(theme);
     options.page = given.value("page");
-    if (!options.page.isEmpty() && !pageIds().contains(options.page))
+    if (given.has("page") && !pageIds().contains(options.page))
         return QStringLiteral("--page: expected one of %1").arg(pageIds().join(QStringLiteral(", ")));
+    options.vanish = given.value("vanish");
+    if (given.has("vanish") && !given.has("simulate"))
+        return QStringLiteral("--vanish is for servers that --simulate plays");
+    if (given.has("vanish") && !isSimulated(options.vanish, options.servers))
+        return QStringLiteral("--vanish: expected a server from S1 to S%1, found \"%2\"")
+            .arg(options.servers)
+            .arg(options.vanish);
     if (given.has("simulate"))
         return given.has("tree") ? QStringLiteral("--simulate and --tree exclude each other") : QString();
     options.servers = 0;
@@ -103,7 +119,6 @@ Options Options::read(const QStringList& arguments, int& exitCode, QString& text
         text = problemOf(given, options);
     if (result == Result::Run && !text.isEmpty())
         exitCode = 2;
-    options.vanish = given.value("vanish");
     options.isAsking = options.servers == 0 && options.url.isEmpty();
     options.isReadOnly = given.has("read-only");
     options.isTracing = given.has("trace");
