@@ -3,6 +3,7 @@
 #include <koltacommon/servermodel.h>
 #include <koltacommon/serverstates.h>
 #include <koltacommon/viewroles.h>
+#include <koltacommon/viewtime.h>
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -103,12 +104,12 @@ Look ServerFacts::look() const
 QString ServerFacts::reason() const
 {
     if (isOutOfSight)
-        return Texts::tr("last known %1").arg(timeText(lastKnown));
+        return lastKnownText(lastKnown);
     switch (condition) {
     case Condition::Vanished:
     case Condition::Withdrawn:
-        return lastKnown.isValid() ? Texts::tr("last known %1").arg(timeText(lastKnown))
-                                   : Texts::tr("not seen yet");
+        return lastKnown.isValid() || tuners.all() > 0 || !host.isEmpty() ? lastKnownText(lastKnown)
+                                                                          : Texts::tr("not seen yet");
     case Condition::Attention:
         return whatIsWrong();
     case Condition::Silent:
@@ -134,11 +135,16 @@ QString ServerFacts::whatIsWrong() const
     return parts.isEmpty() ? stateText : parts.join(QStringLiteral(", "));
 }
 
+QString lastKnownText(const QDateTime& time)
+{
+    return time.isValid() ? Texts::tr("last known %1").arg(timeText(time)) : Texts::tr("last known earlier");
+}
+
 QString timeText(const QDateTime& time)
 {
     if (!time.isValid())
         return QString();
-    const qint64 days = time.date().daysTo(QDate::currentDate());
+    const qint64 days = time.date().daysTo(Kolta::ViewTime::now().date());
     if (days == 0)
         return time.toString(QStringLiteral("HH:mm:ss"));
     if (days == 1)

@@ -47,6 +47,8 @@ struct ServerFacts
     {
         return isOutOfSight || condition == Condition::Vanished || condition >= Condition::Withdrawn;
     }
+    /// It has left by itself: neither missed nor counted.
+    bool hasLeft() const { return condition == Condition::Withdrawn; }
     /// Dim while nobody can see it.
     Look look() const;
     /// Why it is so and since when, in a few words.
@@ -57,7 +59,9 @@ struct ServerFacts
 
 /// Of that row of the model.
 ServerFacts readFacts(const Kolta::ServerModel& model, int row, BranchCondition branch);
-/// "12:03:10" today, "yesterday 23:14", else the date.
+/// "last known 12:03:10", or "last known earlier" for what was so before this program looked.
+QString lastKnownText(const QDateTime& time);
+/// "12:03:10" today, in a replay on the day that is played, "yesterday 23:14", else the date.
 QString timeText(const QDateTime& time);
 
 } // namespace KoltaConsole

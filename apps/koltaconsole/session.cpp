@@ -17,6 +17,7 @@
 #include <koltacommon/shorttimevalues.h>
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/tunermodel.h>
+#include <koltacommon/viewtime.h>
 
 #include <startup/cfgcenter.h>
 
@@ -30,6 +31,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QTimer>
+#include <QUrl>
 
 #include <algorithm>
 
@@ -42,6 +44,8 @@ namespace {
 
 constexpr int kGatherMs = 100;
 constexpr int kSecondMs = 1000;
+constexpr int kForgetMs = 60000;
+constexpr int kLeaverDays = 1; ///< that a server is shown after it has left by itself
 
 /// Where nothing says which time zone it is, the C library asks the file system at every conversion of a
 /// time, of which a page does thousands.
@@ -50,6 +54,18 @@ void nameTimeZone()
     if (!qEnvironmentVariableIsSet("TZ"))
         qputenv("TZ", ":/etc/localtime");
 }
+
+#ifdef KOLTA_WITH_DISTRIBUTION
+/// It is shown, and others take it over.
+QString withoutPassword(const QString& url)
+{
+    QUrl parsed(url);
+    if (parsed.password().isEmpty())
+        return url;
+    parsed.setPassword(QString());
+    return parsed.toString();
+}
+#endif
 
 } // namespace
 
@@ -72,6 +88,7 @@ struct Session::Parts
     QTimer gathering;
     QTimer counting;
     QTimer returning; ///< the link is back, the servers perhaps not yet
+    QTimer forgetting;
 
     /// Of those that are not as they should be, by name.
     QHash<QString, SeenBranch> oddBranches() const;
@@ -114,6 +131,9 @@ Session::Session() : d(std::make_unique<Parts>())
         m_outOfSightSince = QDateTime();
         gather();
     });
+    d->forgetting.setInterval(kForgetMs);
+    connect(&d->forgetting, &QTimer::timeout, this, &Session::forgetLeavers);
+    d->forgetting.start();
     auto& rights = UserRights::Instance();
     connect(&rights, &UserRights::si_UserChanged, this, &Session::si_UserChanged);
     connect(&rights, &UserRights::si_UserRightsChanged, this, &Session::si_UserChanged);
@@ -155,6 +175,7 @@ Session::~Session()
     registry.removeAllServers();
     if (m_areUsersKnown)
         UserRights::Instance().InitForStandalone(QString());
+    Kolta::ViewTime::setSource(nullptr);
 }
 
 bool Session::simulate(const Options& options, QString& error)
@@ -176,14 +197,19 @@ bool Session::mirror(const Options& options, QString& error)
     auto link = distribution::LinkOptions::FromConfiguration(options.url, problem);
     if (!link) {
         error = QStringLiteral("--tree: %1").arg(problem);
+        if (problem.contains(QLatin1String("expected mqtt")))
+            error += QStringLiteral(" or replay:FILE[?speed=N][&from=TIME]");
         return false;
     }
     link->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
-    m_url = options.url;
+    m_url = withoutPassword(options.url);
     m_link = {false, false, QDateTime::currentDateTime(), tr("connecting")};
     d->link = std::make_unique<distribution::TreeLink>(values::Tree::Instance(), *link);
     if (replay())
         beginReplay();
+    d->events.setLeaverCheck([this](const QString& server) {
+        return d->oddBranches().value(server).condition == BranchCondition::Withdrawn;
+    });
     d->branches = std::make_unique<TreeBranches>(*d->link, m_url);
     connect(d->link.get(), &distribution::TreeLink::si_LinkChanged, this, &Session::noteLink);
     connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, this, &Session::gather);
@@ -199,10 +225,22 @@ void Session::beginReplay()
     m_isReadOnly = true;
     m_url = tr("replay of %1").arg(QFileInfo(replay()->file()).fileName());
     d->events.setTimeSource([this] { return now(); });
+    Kolta::ViewTime::setSource([this] { return now(); });
     m_link.since = now();
     if (!replay()->cut().isEmpty())
         tell(QStringLiteral("%1: %2").arg(replay()->file(), replay()->cut()),
              Kolta::Event::Weight::Attention);
+}
+
+QString Session::treeUrl() const
+{
+    if (!replay())
+        return isSimulated() ? QString() : m_url;
+    distribution::ReplayAddress address;
+    address.file = QFileInfo(replay()->file()).absoluteFilePath();
+    if (replay()->position() > replay()->begin())
+        address.from = now().toString(Qt::ISODateWithMs);
+    return address.ToUrl();
 }
 
 distribution::Replay* Session::replay() const
@@ -217,6 +255,11 @@ QDateTime Session::now() const
 }
 
 #else
+
+QString Session::treeUrl() const
+{
+    return QString();
+}
 
 distribution::Replay* Session::replay() const
 {
@@ -452,6 +495,15 @@ ServerFacts Session::factsAt(int row, const SeenBranch& branch) const
         last.lastKnown = m_outOfSightSince;
     last.isOutOfSight = true;
     return last;
+}
+
+void Session::forgetLeavers()
+{
+    const QDateTime limit = now().addDays(-kLeaverDays);
+    for (const ServerFacts& facts : qAsConst(m_facts)) {
+        if (facts.hasLeft() && !facts.isOutOfSight && facts.lastKnown < limit)
+            KoltaServerRegistry::Instance().removeServer(facts.address);
+    }
 }
 
 void Session::readFacts()

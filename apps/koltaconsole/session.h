@@ -87,6 +87,9 @@ public:
     bool isSimulated() const noexcept;
     /// The broker's address, "simulated" without one, the file of a replay.
     const QString& url() const noexcept { return m_url; }
+    /// What other programs name this installation by behind `--tree`, without a password; in a replay that of
+    /// the moment that is played. Empty while the servers are simulated: nothing else can reach them.
+    QString treeUrl() const;
     const LinkState& link() const noexcept { return m_link; }
     /// How many changes that were made here the server has not decided on; 0 without a link.
     std::size_t openWishes(const QString& server) const;
@@ -131,6 +134,7 @@ private:
     void beginReplay();
     void startUsers(const QString& file);
     void gather();
+    void forgetLeavers();
     void readFacts();
     ServerFacts factsAt(int row, const SeenBranch& branch) const;
 

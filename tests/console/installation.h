@@ -29,6 +29,8 @@ public:
     const QString& url() const { return m_url; }
     /// For who skips a test.
     const QString& said() const { return m_said; }
+    /// Asks the process of that server to end: it leaves by itself.
+    bool sendAway(const QString& server) { return ::kill(told(server).toInt(), SIGTERM) == 0; }
     bool killBroker() { return ::kill(m_broker, SIGKILL) == 0; }
 
 private:

@@ -4,12 +4,16 @@
 #include <koltaconsole/orderdraft.h>
 #include <koltaconsole/pages/tunerspage.h>
 
+#include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>
+#include <koltacommon/linksmodel.h>
 #include <koltacommon/viewroles.h>
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QTreeView>
+
+#include <algorithm>
 
 using namespace KoltaConsole;
 namespace Roles = Kolta::ViewRoles;
@@ -21,6 +25,7 @@ class TestBroker : public QObject
 
 private Q_SLOTS:
     void nothingIsLost();
+    void leaverIsNotMissed();
 };
 
 /// While it is gone there is one banner, what was typed stays, and orders are refused with the reason; when
@@ -70,6 +75,42 @@ void TestBroker::nothingIsLost()
     QCOMPARE(page->rows().rowCount(), 7);
     QCOMPARE(alarmCount(), alarms + 1); // none of each server
     QTRY_COMPARE(stage.session->attentionCount(), attention);
+}
+
+/// A server that leaves by itself is no alarm, and is not counted.
+void TestBroker::leaverIsNotMissed()
+{
+    Installation installation(2);
+    if (!installation.isUp())
+        QSKIP(qPrintable(QStringLiteral("no installation came up: ") + installation.said()));
+    QStringList told; // until the last of what is told
+    Options options;
+    options.url = installation.url();
+    options.page = QStringLiteral("overview");
+    Stage stage(options);
+    const auto isLive = [&stage] {
+        const auto branches = stage.session->branches()->branches();
+        return std::any_of(branches.begin(), branches.end(), [](const Kolta::BranchFigures& branch) {
+            return branch.name == QLatin1String("S2") && branch.state == Kolta::LinkFigures::State::Up;
+        });
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(stage.window->isFilled() && stage.session->facts().size() == 2 && isLive(),
+                             20000);
+    const int attention = stage.session->attentionCount();
+    connect(&stage.session->events(), &Kolta::InstallationEvents::happened, this, [&told](const auto& event) {
+        if (event.kind == Kolta::Event::Kind::State && event.server() == QLatin1String("S2"))
+            told.append(Kolta::Event::word(event.weight) + QLatin1Char(' ') + event.text);
+    });
+    QVERIFY(installation.sendAway(QStringLiteral("S2")));
+    QTRY_VERIFY2_WITH_TIMEOUT(told.contains(QStringLiteral("note has left by itself")),
+                              qPrintable(told.join(QLatin1Char('\n'))), 20000);
+    QCOMPARE(told.filter(QStringLiteral("alarm")), QStringList());
+    QTRY_VERIFY(stage.session->factsOf(QStringLiteral("S2")).hasLeft());
+    QVERIFY(stage.session->attentionCount() <= attention);
+    const auto labels = stage.window->currentPage()->findChildren<QLabel*>();
+    QTRY_VERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+        return label->text() == QLatin1String("Servers: 1");
+    }));
 }
 
 KOLTA_CONSOLE_TEST(TestBroker);

@@ -34,6 +34,8 @@
 #include <QTemporaryDir>
 #include <QTreeView>
 
+#include <algorithm>
+
 using namespace KoltaConsole;
 
 /// Every page as people see it, in both languages and themes: nothing is cut off, stands outside or lacks a
@@ -263,7 +265,12 @@ bool TestPictures::reaches(const Stage& stage, const QString& state) const
     if (!comes([&] { return stage.isSettled() && stage.session->facts().size() >= servers; }))
         return false;
     if (m_installation)
-        return m_installation->killBroker() && comes([&] { return stage.session->isOutOfSight(); });
+        return m_installation->killBroker() && comes([&] {
+                   const auto& facts = stage.session->facts();
+                   return stage.session->isOutOfSight() &&
+                          std::all_of(facts.begin(), facts.end(),
+                                      [](const ServerFacts& each) { return each.isStale(); });
+               });
     if (state.isEmpty() || state == QLatin1String("vanished"))
         assign(stage, state.isEmpty() ? QStringLiteral("S1") : QStringLiteral("S3"));
     if (state == QLatin1String("vanished")) {

@@ -15,13 +15,18 @@ private Q_SLOTS:
         const Rows<QString, QString, QString> row("words platform expected");
         row("nothing to show", "", "offscreen", "which installation?");
         row("unknown page", "--simulate --page x", "offscreen", "--page: expected one of overview");
+        row("no page", "--simulate --page=", "offscreen", "--page: expected one of overview");
+        row("no such server", "--simulate --vanish S9", "offscreen", "from S1 to S5, found \"S9\"");
+        row("nobody to vanish", "--tree mqtt://h --vanish S1", "offscreen", "--simulate");
         row("unknown option", "--simulate --pages", "offscreen", "pages");
         row("two installations", "--simulate --tree mqtt://h", "offscreen", "exclude each other");
         row("a URL that is none", "--tree nonsense", "offscreen", "expected mqtt");
+        row("neither broker nor recording", "--tree nonsense:x", "offscreen", "or replay:FILE");
         row("no recording", "--tree replay:/no/such/file", "offscreen", "/no/such/file");
         row("no number", "--simulate --servers 0", "offscreen", "from 1 to 1000");
         row("no display", "--simulate", "", "DISPLAY is not set");
         row("a display that is not there", "--simulate", "xcb", "cannot be reached");
+        row("no such platform", "--simulate", "nonsense", "no platform \"nonsense\"");
     }
     void withOneLine()
     {
@@ -54,8 +59,12 @@ private Q_SLOTS:
         const QString file = folder.filePath(QStringLiteral("page.png"));
         for (const QString& target : {file, folder.filePath(QStringLiteral("none/page.png"))}) {
             QProcess program;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+                environment.remove(QLatin1String(name));
+            program.setProcessEnvironment(environment);
             program.start(QStringLiteral(KOLTACONSOLE_PROGRAM),
-                          {QStringLiteral("--simulate"), QStringLiteral("--screenshot"), target});
+                          {QStringLiteral("--simulate"), QStringLiteral("--screenshot=") + target});
             QVERIFY(program.waitForFinished(60000));
             QCOMPARE(program.exitCode(), target == file ? 0 : 1);
         }

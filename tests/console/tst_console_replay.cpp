@@ -25,6 +25,7 @@ class TestReplay : public QObject
 private Q_SLOTS:
     void changesNothing();
     void goesWhereItIsTold();
+    void beginsAtTheEnd();
     void playsUpToTheCut();
 
 private:
@@ -98,6 +99,10 @@ void TestReplay::goesWhereItIsTold()
     QTRY_VERIFY(barOf(stage).endsWith(QLatin1String(", at its end")));
     QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S1")).condition, Condition::Vanished);
     QCOMPARE(stage.session->now(), replay.timeAt(replay.end()));
+    const ServerFacts gone = stage.session->factsOf(QStringLiteral("S1"));
+    QCOMPARE(gone.lastKnown.date(), replay.timeAt(replay.end()).date());
+    QCOMPARE(gone.reason(),
+             QStringLiteral("last known ") + gone.lastKnown.toString(QStringLiteral("HH:mm:ss")));
     QVERIFY(!actions.run(QStringLiteral("replay-pause")));
     QVERIFY(actions.run(QStringLiteral("replay-begin")));
     QVERIFY(actions.run(QStringLiteral("replay-step"))); // before it has jumped
@@ -115,6 +120,21 @@ void TestReplay::goesWhereItIsTold()
     const Kolta::Journal& journal = stage.session->journal();
     for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number)
         QVERIFY(journal.entry(number)->event.time <= replay.timeAt(replay.end()));
+}
+
+/// What was over before anybody looked was known once.
+void TestReplay::beginsAtTheEnd()
+{
+    const Stage stage(optionsFor(m_file, 0, QStringLiteral("end")));
+    QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S1")).condition, Condition::Vanished);
+    const QString reason = stage.session->factsOf(QStringLiteral("S1")).reason();
+    QVERIFY2(reason.startsWith(QLatin1String("last known ")), qPrintable(reason));
+    // Other programs are told of that moment.
+    QString error;
+    const auto address = ReplayAddress::FromUrl(stage.session->treeUrl(), error);
+    QVERIFY2(address && QFileInfo(address->file).isAbsolute(), qPrintable(error));
+    QCOMPARE(stage.session->replay()->find(address->from, error).value_or(-1),
+             stage.session->replay()->position());
 }
 
 /// A file that lost its end is played as far as it goes, and says so; one that lost its beginning is none.

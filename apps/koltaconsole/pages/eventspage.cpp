@@ -35,6 +35,7 @@ namespace {
 /// A journal of 100,000 lines is gone over after a pause in the typing, not at each key.
 constexpr int kTypingMs = 150;
 constexpr int kCountMs = 250;
+constexpr int kDayMs = 5000;
 
 // Data of the choices: a weight at least, or a kind.
 constexpr int kFirstKind = 100;
@@ -78,6 +79,8 @@ EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
     connect(&m_model, &QAbstractItemModel::modelReset, this, &EventsPage::showCount);
     connect(&m_model, &EventModel::heldBackChanged, this, count);
     connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
+    connect(&m_midnight, &QTimer::timeout, this, &EventsPage::followDay);
+    m_midnight.start(kDayMs);
     showCount();
 }
 
@@ -139,15 +142,23 @@ void EventsPage::makeActions()
 
 void EventsPage::applyFilter()
 {
-    Kolta::EventFilter filter = eventFilterOf(m_filter->text(), QDate::currentDate());
+    m_today = session().now().date();
+    Kolta::EventFilter filter = eventFilterOf(m_filter->text(), m_today);
     const int choice = m_kinds->currentData().toInt();
     if (choice >= kFirstKind)
         filter.kinds = {static_cast<Event::Kind>(choice - kFirstKind)};
     else
         filter.least = static_cast<Event::Weight>(choice);
-    if (!m_only.isEmpty())
-        filter.servers = QStringList(m_only);
+    if (!server().isEmpty())
+        filter.servers = QStringList(server());
     m_model.setFilter(filter);
+}
+
+/// Times that were typed are of today, whichever day that becomes.
+void EventsPage::followDay()
+{
+    if (m_today.isValid() && m_today != session().now().date())
+        applyFilter();
 }
 
 void EventsPage::pause()
@@ -163,8 +174,9 @@ void EventsPage::showCount()
     const auto all = static_cast<qulonglong>(journal.endNumber() - journal.firstNumber());
     const int shown = m_model.rowCount();
     if (shown == 0 && all > 0)
-        m_filter->tell(m_only.isEmpty() ? tr("No event matches \"%1\".").arg(m_filter->text())
-                                        : tr("No event of %1 matches \"%2\".").arg(m_only, m_filter->text()),
+        m_filter->tell(server().isEmpty()
+                           ? tr("No event matches \"%1\".").arg(m_filter->text())
+                           : tr("No event of %1 matches \"%2\".").arg(server(), m_filter->text()),
                        true);
     else
         m_filter->tell(
@@ -238,15 +250,14 @@ void EventsPage::restore(const QSettings& settings)
 
 QString EventsPage::commandLine() const
 {
-    return m_only.isEmpty() ? QStringLiteral("kolta watch")
-                            : QStringLiteral("kolta watch --server %1").arg(m_only);
+    if (m_tabs->currentWidget() == m_trace)
+        return QString(); // it is of this process
+    return m_tabs->currentWidget() == m_links ? QStringLiteral("kolta servers") : lineOf("watch");
 }
 
-void EventsPage::showServer(const QString& address)
+void EventsPage::followServer()
 {
-    m_only = address;
     applyFilter();
-    Q_EMIT si_CommandLineChanged();
 }
 
 } // namespace KoltaConsole

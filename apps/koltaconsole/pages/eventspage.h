@@ -28,7 +28,6 @@ public:
 
     bool isFilled() const override;
     QString commandLine() const override;
-    void showServer(const QString& address) override;
     void save(QSettings& settings) const override;
     void restore(const QSettings& settings) override;
     QLineEdit* filterLine() const override;
@@ -38,12 +37,16 @@ public:
     /// As CSV where the name ends so, else as JSON lines. Tells how that went.
     bool saveTo(const QString& file);
 
+protected:
+    void followServer() override;
+
 private:
     QWidget* makeEvents();
     void makeTable();
     void makeKinds();
     void makeActions();
     void applyFilter();
+    void followDay();
     void pause();
     void askWhereTo();
     void showCount();
@@ -58,7 +61,8 @@ private:
     Kolta::EventModel m_model;
     QTimer m_typing;
     QTimer m_counting;
-    QString m_only;
+    QTimer m_midnight; ///< asks whether it has passed
+    QDate m_today;     ///< that times of the filter are of
 };
 
 } // namespace KoltaConsole

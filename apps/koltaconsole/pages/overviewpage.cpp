@@ -55,11 +55,14 @@ void OverviewPage::refresh()
 {
     if (!isVisible())
         return;
-    m_cards->refresh(m_only, FilterWords(m_filter->text()));
-    const int shown = m_cards->count(), all = session().facts().size();
-    m_filter->setVisible(all > 0);
-    m_explanation->setVisible(all == 0);
-    if (all == 0) {
+    m_cards->refresh(server(), FilterWords(m_filter->text()));
+    const auto& facts = session().facts();
+    const int shown = m_cards->presentCount();
+    const auto all = static_cast<int>(
+        std::count_if(facts.begin(), facts.end(), [](const ServerFacts& each) { return !each.hasLeft(); }));
+    m_filter->setVisible(!facts.isEmpty());
+    m_explanation->setVisible(facts.isEmpty());
+    if (facts.isEmpty()) {
         m_heading->setText(tr("No server has been seen yet"));
         m_explanation->setText(
             tr("at %1; \"koltasim --publish URL\" publishes a simulated one, \"--simulate\" plays some here")
@@ -68,10 +71,10 @@ void OverviewPage::refresh()
     }
     m_heading->setText(shown == all ? tr("Servers: %1").arg(all)
                                     : tr("Servers: %1 of %2").arg(shown).arg(all));
-    if (shown == 0)
+    if (m_cards->count() == 0)
         return m_filter->tell(tr("No server matches \"%1\".").arg(m_filter->text()), true);
-    m_filter->tell(m_only.isEmpty() ? tr("worst first · strip: the last 24 h, dotted where nobody watched")
-                                    : tr("%1 alone; Esc in the tree shows all").arg(m_only),
+    m_filter->tell(server().isEmpty() ? tr("worst first · strip: the last 24 h, dotted where nobody watched")
+                                      : tr("%1 alone; Esc in the tree shows all").arg(server()),
                    false);
 }
 
@@ -97,15 +100,12 @@ bool OverviewPage::isFilled() const
 
 QString OverviewPage::commandLine() const
 {
-    return m_only.isEmpty() ? QStringLiteral("kolta status")
-                            : QStringLiteral("kolta status --server %1").arg(m_only);
+    return lineOf("status");
 }
 
-void OverviewPage::showServer(const QString& address)
+void OverviewPage::followServer()
 {
-    m_only = address;
     refresh();
-    Q_EMIT si_CommandLineChanged();
 }
 
 } // namespace KoltaConsole

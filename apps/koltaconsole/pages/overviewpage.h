@@ -33,6 +33,8 @@ public:
     /// Takes over what the session says; empty `only` for all servers that fit the words.
     void refresh(const QString& only, const FilterWords& words);
     int count() const { return m_places.size(); }
+    /// Of these, the servers that have not left by themselves.
+    int presentCount() const;
     QString current() const { return m_current; }
     /// For tests: where that server stands; null for nowhere.
     QRect placeOf(const QString& address) const;
@@ -108,10 +110,10 @@ public:
 
     bool isFilled() const override;
     QString commandLine() const override;
-    void showServer(const QString& address) override;
     QLineEdit* filterLine() const override;
 
 protected:
+    void followServer() override;
     void showEvent(QShowEvent* event) override;
 
 private:
@@ -122,7 +124,6 @@ private:
     FilterBar* m_filter;
     QScrollArea* m_area;
     ServerCards* m_cards;
-    QString m_only;
 };
 
 } // namespace KoltaConsole

@@ -27,7 +27,7 @@ public:
     /// The `kolta` line that tells what the page shows.
     virtual QString commandLine() const = 0;
     /// Shows only what belongs to that server; empty: all.
-    virtual void showServer(const QString& /*address*/) {}
+    virtual void showServer(const QString& address);
     /// Shows only tuners of these classes, where it shows tuners at all; empty: all.
     virtual void showClasses(const QStringList& /*names*/) {}
     /// What of its layout is remembered beside the filter line, below its own name.
@@ -49,10 +49,17 @@ Q_SIGNALS:
 protected:
     Session& session() const { return m_session; }
     ActionTable& actions() const { return m_actions; }
+    /// The one that is shown alone; empty: all are.
+    const QString& server() const { return m_server; }
+    /// server() is another.
+    virtual void followServer() {}
+    /// The `kolta` line of a command that looks at what is shown.
+    QString lineOf(const char* command) const;
 
 private:
     Session& m_session;
     ActionTable& m_actions;
+    QString m_server;
 };
 
 } // namespace KoltaConsole

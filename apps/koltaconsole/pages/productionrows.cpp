@@ -214,7 +214,7 @@ ProductionRow ProductionRows::serverRow(const QString& address) const
     const QString host = facts.host.section(QLatin1Char('.'), 0, 0);
     const QString who = host.isEmpty() ? address : QStringLiteral("%1 %2").arg(address, host);
     row.look.word = facts.isStale() && facts.lastKnown.isValid()
-                        ? tr("%1 — %2, last known %3").arg(who, row.look.word, timeText(facts.lastKnown))
+                        ? tr("%1 — %2, %3").arg(who, row.look.word, lastKnownText(facts.lastKnown))
                         : QStringLiteral("%1 — %2").arg(who, row.look.word);
     return row;
 }

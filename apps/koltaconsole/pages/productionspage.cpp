@@ -285,9 +285,9 @@ std::vector<ProductionRow> ProductionsPage::filtered(std::vector<ProductionRow> 
 {
     std::vector<ProductionRow> result;
     for (ProductionRow& row : rows) {
-        if (row.kind == ProductionRow::Kind::Server && !m_only.isEmpty() && row.server != m_only)
+        if (row.kind == ProductionRow::Kind::Server && !server().isEmpty() && row.server != server())
             continue;
-        if (row.kind == ProductionRow::Kind::Ended && !m_only.isEmpty() && row.server != m_only)
+        if (row.kind == ProductionRow::Kind::Ended && !server().isEmpty() && row.server != server())
             continue;
         const bool isWanted = isAll || m_words.isEmpty() || (!row.isGroup() && row.matches(m_words));
         row.children = filtered(std::move(row.children), isWanted && !row.isGroup());
@@ -316,8 +316,12 @@ void ProductionsPage::showCount()
         }
     };
     count(QModelIndex());
-    QStringList parts{tr("%1 running").arg(runs)};
-    if (lastKnown > 0)
+    const bool isPast = session().isOutOfSight();
+    QStringList parts;
+    if (!isPast)
+        parts.append(tr("%1 running").arg(runs));
+    lastKnown += isPast ? runs : 0;
+    if (isPast || lastKnown > 0)
         parts.append(tr("%1 last known").arg(lastKnown));
     if (ended > 0)
         parts.append(tr("%1 ended").arg(ended));
@@ -330,6 +334,9 @@ void ProductionsPage::showCount()
         m_nothing->setText(tr("No production matches \"%1\".").arg(m_filter->text()));
     else if (session().facts().isEmpty())
         m_nothing->setText(tr("No server has been seen yet."));
+    else if (isPast)
+        m_nothing->setText(
+            tr("Nothing ran when it was seen last, at %1.").arg(timeText(session().link().since)));
     else
         m_nothing->setText(tr("Nothing runs, and nothing has ended in the last 24 h."));
 }
@@ -434,15 +441,12 @@ QString ProductionsPage::commandLine() const
 {
     if (!m_line.isEmpty())
         return m_line;
-    return m_only.isEmpty() ? QStringLiteral("kolta productions")
-                            : QStringLiteral("kolta productions --server %1").arg(m_only);
+    return lineOf("productions");
 }
 
-void ProductionsPage::showServer(const QString& address)
+void ProductionsPage::followServer()
 {
-    m_only = address;
     refresh();
-    Q_EMIT si_CommandLineChanged();
 }
 
 } // namespace KoltaConsole

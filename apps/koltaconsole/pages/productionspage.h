@@ -43,12 +43,12 @@ public:
 
     bool isFilled() const override;
     QString commandLine() const override;
-    void showServer(const QString& address) override;
     QLineEdit* filterLine() const override;
 
     const ProductionsModel& model() const { return m_model; }
 
 protected:
+    void followServer() override;
     void showEvent(QShowEvent* event) override;
 
 private:
@@ -78,7 +78,6 @@ private:
     ProductionsModel m_model;
     ProductionOrders m_orders;
     FilterWords m_words;
-    QString m_only;
     QString m_line; ///< of the latest order
     QTimer m_gathering;
     QTimer m_minute;

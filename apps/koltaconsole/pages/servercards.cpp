@@ -57,6 +57,12 @@ void ServerCards::refresh(const QString& only, const FilterWords& words)
     update();
 }
 
+int ServerCards::presentCount() const
+{
+    return static_cast<int>(std::count_if(m_places.begin(), m_places.end(),
+                                          [](const Place& place) { return !place.facts.hasLeft(); }));
+}
+
 QRect ServerCards::placeOf(const QString& address) const
 {
     for (const Place& place : m_places) {
@@ -113,7 +119,7 @@ int ServerCards::arrangeMany()
         y += kLineHeight + 4;
     }
     y += loud > 0 ? 4 : 0;
-    head(tr("The rest: %1").arg(m_places.size() - loud), tr("by name · Enter opens a server"));
+    head(tr("The rest: %1").arg(presentCount() - loud), tr("by name · Enter opens a server"));
     const int columns = std::max(1, (width() - kGap) / (kTile.width() + 6));
     const int tileWidth = (width() - kGap) / columns - 6;
     for (int i = loud; i < m_places.size(); ++i) {
@@ -254,9 +260,11 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     drawText(painter, line(0).adjusted(0, 0, -markWidth, 0), Qt::AlignLeft, facts.address, Qt::ElideMiddle);
     painter.setFont(font());
     painter.setPen(theme.color(Role::Dim));
+    // What is wrong is often as long as the line, and stands where the server's message would.
+    const bool isLong = facts.condition == Condition::Attention && !facts.isOutOfSight;
     const QString reason = facts.reason();
-    if (facts.condition == Condition::Attention && !facts.isOutOfSight)
-        drawText(painter, line(18), Qt::AlignLeft, reason);
+    if (isLong)
+        drawText(painter, line(18), Qt::AlignLeft, facts.host, Qt::ElideMiddle);
     else
         drawText(painter, line(18), Qt::AlignLeft,
                  reason.isEmpty() ? facts.host : reason + QStringLiteral(" · ") + facts.host,
@@ -267,7 +275,7 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     drawText(painter, line(52), Qt::AlignLeft, countsText(facts.tuners));
     paintWork(painter, facts, line(69));
     painter.setPen(theme.color(Role::Dim));
-    drawText(painter, line(86), Qt::AlignLeft, facts.message);
+    drawText(painter, line(86), Qt::AlignLeft, isLong ? reason : facts.message);
     if (place.shape == Shape::Tall)
         paintClasses(painter, place, inner.adjusted(0, 110, 0, -12));
     paintStrip(painter, QRect(inner.left(), inner.bottom() - 5, inner.width(), 6), facts);
@@ -366,7 +374,7 @@ namespace {
 Role roleOfState(int state)
 {
     using namespace Kolta::SERVER_STATES;
-    if (state == Kolta::Event::kGone || state == eDisconnected)
+    if (state == eDisconnected)
         return Role::Alarm;
     if (state == eOperational)
         return Role::Free;
@@ -396,9 +404,13 @@ void ServerCards::paintStrip(QPainter& painter, const QRect& rect, const ServerF
             painter.drawLine(part.left(), rect.center().y(), part.right(), rect.center().y());
             continue;
         }
+        if (stretch.state == Kolta::Event::kGone) // and nobody missed it
+            continue;
         const Role role = roleOfState(stretch.state);
         painter.fillRect(part, role == Role::Free || stretch.isOpen ? theme.color(role) : theme.past(role));
     }
+    if (facts.hasLeft())
+        return;
     // What needs attention for another reason than its state is not in the book.
     const QRect present(QPoint(rect.right() - 3, rect.top()), rect.bottomRight());
     painter.fillRect(present, theme.color(facts.needsAttention() ? facts.look().role : Role::Free));

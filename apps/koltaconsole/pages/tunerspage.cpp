@@ -180,13 +180,13 @@ void TunersPage::makeTable()
 void TunersPage::applyFilter()
 {
     m_words = FilterWords(m_filter->text());
-    if (m_words.isEmpty() && m_only.isEmpty() && m_classes.isEmpty()) {
+    if (m_words.isEmpty() && server().isEmpty() && m_classes.isEmpty()) {
         m_rows.setFilter({});
         return;
     }
     const TunerModel& model = session().tuners();
     m_rows.setFilter([this, &model](int row, const QString& search) {
-        if (!m_only.isEmpty() && model.index(row, 0).data(Roles::ServerRole).toString() != m_only)
+        if (!server().isEmpty() && model.index(row, 0).data(Roles::ServerRole).toString() != server())
             return false;
         if (!m_classes.isEmpty() &&
             !m_classes.contains(model.index(row, TunerModel::eClassColumn).data().toString()))
@@ -338,8 +338,8 @@ void TunersPage::explain()
         return;
     QString text = whyNot(session(), current);
     if (current.data(Roles::StaleRole).toBool())
-        text += tr(" Last known %1; its server is away.")
-                    .arg(timeText(current.data(Roles::LastKnownRole).toDateTime()));
+        text += tr(" Its server is away, %1.")
+                    .arg(lastKnownText(current.data(Roles::LastKnownRole).toDateTime()));
     m_answer->setText(text);
     m_answer->setToolTip(text);
 }
@@ -373,15 +373,12 @@ void TunersPage::restore(const QSettings& settings)
 
 QString TunersPage::commandLine() const
 {
-    return m_only.isEmpty() ? QStringLiteral("kolta classes")
-                            : QStringLiteral("kolta classes --server %1").arg(m_only);
+    return lineOf("classes");
 }
 
-void TunersPage::showServer(const QString& address)
+void TunersPage::followServer()
 {
-    m_only = address;
     applyFilter();
-    Q_EMIT si_CommandLineChanged();
 }
 
 void TunersPage::showClasses(const QStringList& names)

@@ -28,7 +28,6 @@ public:
 
     bool isFilled() const override;
     QString commandLine() const override;
-    void showServer(const QString& address) override;
     void showClasses(const QStringList& names) override;
     void save(QSettings& settings) const override;
     void restore(const QSettings& settings) override;
@@ -37,6 +36,7 @@ public:
     const RowIndex& rows() const { return m_rows; }
 
 protected:
+    void followServer() override;
     void showEvent(QShowEvent* event) override;
 
 private:
@@ -69,7 +69,6 @@ private:
     FilterWords m_words;
     QTimer m_following; ///< of the lanes
     bool m_isGrouped = false;
-    QString m_only;
     QStringList m_classes; ///< the chosen one, then those within it; empty: all
     QString m_currentKey;  ///< of the selected row, over a reset
     int m_currentRow = -1; ///< where the tuners had it

@@ -558,7 +558,7 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
     <message>
         <source>Queue</source>
-        <translation>Warteschlange</translation>
+        <translation>Wartend</translation>
     </message>
     <message>
         <source>Reconnections</source>
@@ -1163,10 +1163,6 @@ F1 zeigt die Tasten der Seite.</translation>
 </context>
 <context>
     <name>Kolta::ShortTimeResult_TextAdapter</name>
-    <message>
-        <source>Time</source>
-        <translation>Zeit</translation>
-    </message>
     <message>
         <source>Frequency</source>
         <translation>Frequenz</translation>
@@ -2196,13 +2192,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Copy the selected rows as text</source>
         <translation>Die gewählten Zeilen als Text kopieren</translation>
     </message>
-    <message numerus="yes">
-        <source>%1   (and %n more)</source>
-        <translation>
-            <numerusform>%1   (und %n weitere)</numerusform>
-            <numerusform>%1   (und %n weitere)</numerusform>
-        </translation>
-    </message>
     <message>
         <source>No line does this.</source>
         <translation>Dafür gibt es keine Zeile.</translation>
@@ -2694,10 +2683,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>last known</source>
         <translation>zuletzt bekannt</translation>
-    </message>
-    <message>
-        <source>%1 — %2, last known %3</source>
-        <translation>%1 — %2, zuletzt bekannt %3</translation>
     </message>
     <message>
         <source>Ended in the last 24 h: %1</source>
@@ -3232,7 +3217,7 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     </message>
     <message>
         <source>silent, no beat for %1 s</source>
-        <translation>still, seit %1 s kein Lebenszeichen</translation>
+        <translation>still seit %1 s</translation>
     </message>
 </context>
 <context>
@@ -3303,10 +3288,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>%1 of %2 tuners</source>
         <translation>%1 von %2 Tunern</translation>
-    </message>
-    <message>
-        <source> Last known %1; its server is away.</source>
-        <translation> Zuletzt bekannt %1; sein Server ist fort.</translation>
     </message>
     <message>
         <source>Rows in groups</source>

@@ -1,0 +1,19 @@
+#include "page.h"
+
+#include <common/actionlines.h>
+
+namespace KoltaConsole {
+
+void Page::showServer(const QString& address)
+{
+    m_server = address;
+    followServer();
+    Q_EMIT si_CommandLineChanged();
+}
+
+QString Page::lineOf(const char* command) const
+{
+    return KoltaApps::ActionLines(m_server).look({QLatin1String(command)});
+}
+
+} // namespace KoltaConsole
