@@ -17,6 +17,7 @@
 #include "session.h"
 #include "stateitemdelegate.h"
 #include "topbar.h"
+#include "treelines.h"
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "replaybar.h"
@@ -37,6 +38,8 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace KoltaConsole {
 
 using Kolta::EventModel;
@@ -47,6 +50,7 @@ constexpr int kTreeWidth = 256;
 constexpr int kEventsHeight = 99; ///< four rows
 constexpr int kFrame = 4;
 constexpr int kWelcomeMs = 10000;
+constexpr int kLineMargins = 16; ///< of the line of kolta, and some air
 
 } // namespace
 
@@ -142,6 +146,7 @@ void MainWindow::connectAll()
     connect(m_tree, &InstallationTree::si_ServerSelected, this, &MainWindow::showServer);
     connect(m_tree, &InstallationTree::si_ClassesSelected, this, &MainWindow::showClasses);
     connect(m_attention, &AttentionList::si_ServerWanted, m_tree, &InstallationTree::selectServer);
+    connect(m_palette, &Palette::si_ServerWanted, m_tree, &InstallationTree::selectServer);
     connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
     connect(m_top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
     connect(m_top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
@@ -177,7 +182,7 @@ QWidget* MainWindow::makeCommandLine()
 {
     auto* const bar = new QWidget(this);
     bar->setFixedHeight(35);
-    auto* const copy = new QPushButton(tr("Copy"), bar);
+    m_copy = new QPushButton(tr("Copy"), bar);
     m_commandLine->setReadOnly(true);
     m_commandLine->setFrame(false);
     m_commandLine->setStyleSheet(
@@ -189,8 +194,8 @@ QWidget* MainWindow::makeCommandLine()
     layout->addWidget(m_commandLine, 1);
     m_moreLines->setProperty("dim", true);
     layout->addWidget(m_moreLines);
-    layout->addWidget(copy);
-    connect(copy, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(m_lines); });
+    layout->addWidget(m_copy);
+    connect(m_copy, &QPushButton::clicked, this, &MainWindow::copyLines);
     return bar;
 }
 
@@ -223,8 +228,13 @@ void MainWindow::makeActions()
            [this] { m_palette->openForPage(); });
     addKey("copy-rows", tr("Copy the selected rows as text"), QKeySequence(QKeySequence::Copy),
            [this] { copyRows(); });
-    addKey("copy-line", tr("Copy the kolta line"), QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C),
-           [this] { QApplication::clipboard()->setText(m_lines); });
+    ActionTable::Entry copy;
+    copy.id = QStringLiteral("copy-line");
+    copy.text = tr("Copy the kolta line");
+    copy.shortcut = QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C);
+    copy.run = [this] { copyLines(); };
+    copy.problem = [this] { return m_lines.isEmpty() ? tr("No line does this.") : QString(); };
+    m_actions.add(copy, this);
     addKey("theme", tr("Light or dark"), QKeySequence(), [this] {
         Theme& theme = Theme::instance();
         const bool wasLight = theme.kind() == Theme::Kind::Light;
@@ -250,10 +260,6 @@ Page* MainWindow::pageAt(int tab)
     Page* const page = pageTable().at(tab).make(m_session, m_actions, place);
     m_pages[tab] = page;
     place->layout()->addWidget(page);
-    if (QLineEdit* const filter = page->filterLine(); filter && m_isRemembered)
-        filter->setText(QSettings()
-                            .value(QStringLiteral("filter/%1").arg(QLatin1String(pageTable().at(tab).id)))
-                            .toString());
     if (m_isRemembered) {
         page->restore(QSettings());
         restoreLayout(QSettings(), pageIds().at(tab), *page);
@@ -321,7 +327,7 @@ void MainWindow::showBanner()
                "writing is kept.")
                 .arg(timeText(link.since)));
     } else if (m_goneSince.isValid()) {
-        const qint64 seconds = m_goneSince.secsTo(QDateTime::currentDateTime());
+        const qint64 seconds = m_goneSince.secsTo(m_session.now());
         m_goneSince = QDateTime();
         m_banner->setText(seconds < 120 ? tr("The broker is back after %1 s.").arg(seconds)
                                         : tr("The broker is back after %1 min.").arg(seconds / 60));
@@ -336,13 +342,37 @@ void MainWindow::showBanner()
 /// Of several the first, and how many more; all of them are copied.
 void MainWindow::showCommandLine(const QString& line)
 {
-    m_lines = line;
+    const bool wasEmpty = std::exchange(m_lines, line).isEmpty();
     const int more = line.count(QLatin1Char('\n'));
-    const QString prompt = line.isEmpty() ? QString() : QStringLiteral("$ ");
-    m_commandLine->setText(prompt + line.section(QLatin1Char('\n'), 0, 0));
-    m_commandLine->setCursorPosition(0);
-    m_commandLine->setToolTip(more > 0 ? line : QString());
     m_moreLines->setText(more > 0 ? tr("and %n more line(s)", nullptr, more) : QString());
+    m_copy->setEnabled(!line.isEmpty());
+    if (wasEmpty != line.isEmpty())
+        m_actions.refresh();
+    fitCommandLine();
+}
+
+/// The tree is named where there is room for it, and always in what is copied.
+void MainWindow::fitCommandLine()
+{
+    const QString whole = linesOnTree(m_lines, m_session.treeUrl());
+    const QString prompt = m_lines.isEmpty() ? QString() : QStringLiteral("$ ");
+    const auto first = [&prompt](const QString& lines) -> QString {
+        return prompt + lines.section(QLatin1Char('\n'), 0, 0);
+    };
+    const int room = m_commandLine->width() - kLineMargins;
+    const bool fits = m_commandLine->fontMetrics().horizontalAdvance(first(whole)) <= room;
+    m_commandLine->setText(first(fits ? whole : m_lines));
+    m_commandLine->setCursorPosition(0);
+    m_commandLine->setToolTip(
+        m_session.isSimulated() && !m_lines.isEmpty()
+            ? tr("%1\nThe servers are simulated by this console: no other program reaches them.").arg(whole)
+            : whole);
+}
+
+void MainWindow::copyLines() const
+{
+    if (!m_lines.isEmpty())
+        QApplication::clipboard()->setText(linesOnTree(m_lines, m_session.treeUrl()));
 }
 
 void MainWindow::showServer(const QString& address)
@@ -369,6 +399,7 @@ void MainWindow::resizeEvent(QResizeEvent* event)
     QMainWindow::resizeEvent(event);
     m_attention->move(330, 38);
     m_palette->move(width() - 660, 38);
+    QTimer::singleShot(0, this, &MainWindow::fitCommandLine); // its parts have their sizes then
 }
 
 void MainWindow::restore(const QString& page)
@@ -411,8 +442,6 @@ void MainWindow::save() const
             page->save(settings);
             saveLayout(settings, pageIds().at(tab), *page);
         }
-        if (page && page->filterLine())
-            settings.setValue(QStringLiteral("filter/%1").arg(pageIds().at(tab)), page->filterLine()->text());
     }
 }
 

@@ -12,6 +12,7 @@
 class QFrame;
 class QLabel;
 class QLineEdit;
+class QPushButton;
 class QSplitter;
 class QTabWidget;
 class QTreeView;
@@ -67,6 +68,8 @@ private:
     void copyRows() const;
     void showBanner();
     void showCommandLine(const QString& line);
+    void fitCommandLine();
+    void copyLines() const;
     void showServer(const QString& address);
     void showClasses(const QStringList& names);
     void restore(const QString& page);
@@ -83,6 +86,7 @@ private:
     QLabel* m_banner;
     QLineEdit* m_commandLine;
     QLabel* m_moreLines;
+    QPushButton* m_copy = nullptr;
     QString m_lines; ///< all that are told; the first of them is shown
     QTreeView* m_events;
     QSplitter* m_sideways;

@@ -1,5 +1,6 @@
 #include "consoletest.h"
 
+#include <koltaconsole/filterbar.h>
 #include <koltaconsole/installationtree.h>
 #include <koltaconsole/pages/productionspage.h>
 #include <koltaconsole/palette.h>
@@ -13,11 +14,14 @@
 #include <koltacommon/processormodel.h>
 
 #include <QAction>
+#include <QClipboard>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <stdexcept>
@@ -126,6 +130,63 @@ private Q_SLOTS:
         QCOMPARE(stage.window->currentPage(), page);
         QTRY_VERIFY(page->findChild<QMessageBox*>()); // what is within it would end too
         page->findChild<QMessageBox*>()->reject();
+    }
+
+    /// Behind "kolta " Enter does nothing but put a line below the page, to be copied; a server is shown
+    /// alone.
+    void paletteKnowsLinesAndServers()
+    {
+        Options options;
+        options.servers = 2;
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        ActionTable& actions = stage.window->actions();
+        auto* const palette = stage.window->findChild<Palette*>();
+        auto* const line = palette->findChild<QLineEdit*>();
+        const auto enter = [&](const char* words) {
+            QVERIFY(actions.run(QStringLiteral("palette")));
+            line->setText(QLatin1String(words));
+            QTest::keyClick(line, Qt::Key_Return);
+            QVERIFY(!palette->isVisible());
+        };
+        QStringList ran;
+        connect(&actions, &ActionTable::si_Ran, this, [&ran](const QString& id) { ran.append(id); });
+        enter("kolta stop"); // which an action is called, too
+        QCOMPARE(ran, QStringList{QStringLiteral("palette")});
+        enter("kolta status --server S2");
+        QVERIFY(actions.run(QStringLiteral("copy-line")));
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kolta status --server S2"));
+        enter("s2 operational");
+        QCOMPARE(stage.window->currentPage()->commandLine(), QStringLiteral("kolta status --server S2"));
+        stage.window->showPage(QStringLiteral("order"));
+        QVERIFY(!actions.action(QStringLiteral("copy-line"))->isEnabled()); // nothing is ordered
+        QVERIFY(!actions.run(QStringLiteral("copy-line")));
+    }
+
+    /// Of inner tabs too.
+    void filtersStay()
+    {
+        const QTemporaryDir settings;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+        Options options;
+        options.servers = 1;
+        const auto lines = [](const Stage& stage) {
+            QVector<QLineEdit*> found;
+            for (const FilterBar* const filter : stage.window->findChildren<FilterBar*>())
+                found.append(filter->line());
+            return found;
+        };
+        const auto count = [&] {
+            const Stage stage(options, true);
+            const QVector<QLineEdit*> all = lines(stage);
+            for (int place = 0; place < all.size(); ++place)
+                all.at(place)->setText(QStringLiteral("!no%1").arg(place));
+            return all.size();
+        }();
+        QVERIFY(count >= 10);
+        const Stage stage(options, true);
+        for (int place = 0; place < count; ++place)
+            QCOMPARE(lines(stage).value(place)->text(), QStringLiteral("!no%1").arg(place));
     }
 
     /// What is done to a server asks before, hits the one that was named, and waits for its end; an action of

@@ -13,6 +13,7 @@
 #include <koltaconsole/pages/profilesview.h>
 #include <koltaconsole/pages/shorttimemaps.h>
 #include <koltaconsole/pages/shorttimepage.h>
+#include <koltaconsole/treelines.h>
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/q9rprofiles.h>
@@ -215,7 +216,12 @@ void TestLines::ordersAndProductions()
     QTRY_VERIFY_WITH_TIMEOUT(!running("MCP 1")->owner.isEmpty(), kPatienceMs);
     run("front-end");
     QVERIFY2(isTold("MCP 1"), qPrintable(m_shell->told()));
-    run("stop");
+    // In a terminal where nothing says which tree.
+    m_tried.insert(QStringLiteral("stop"));
+    QString stop = linesOnTree(line("stop"), m_stage->session->treeUrl());
+    stop.replace(0, 5, QStringLiteral(KOLTA_PROGRAM));
+    QVERIFY(!qEnvironmentVariableIsSet("KOLTA_TREE"));
+    QCOMPARE(QProcess::execute(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), stop}), 0);
     QTRY_VERIFY_WITH_TIMEOUT(!running("MCP 1"), kPatienceMs);
 }
 
@@ -235,10 +241,12 @@ void TestLines::ordersTogether()
     QApplication::clipboard()->clear();
     QVERIFY(actions.run(QStringLiteral("copy-line")));
     const QStringList plans = QApplication::clipboard()->text().split(QLatin1Char('\n'));
-    QCOMPARE(plans.join(QLatin1Char('\n')), line("cart-share"));
     QCOMPARE(plans.size(), 2);
     for (const QString& plan : plans) {
-        m_shell->type(plan);
+        const QString tree = QStringLiteral(" --tree ") + m_installation->url();
+        QVERIFY2(plan.startsWith(QStringLiteral("kolta plan") + tree), qPrintable(plan));
+        QString typed = plan;
+        m_shell->type(typed.remove(tree)); // the shell has a tree already
         QVERIFY2(m_shell->tells("yes"), qPrintable(plan + m_shell->told()));
     }
     m_shell->type(QStringLiteral("kolta plan --clear"));
@@ -339,20 +347,32 @@ void TestLines::ofPages()
     const QLatin1String end(kEnd);
     m_shell->type(QStringLiteral("kolta status") + end);
     QVERIFY(m_shell->tells(kMark));
+    QStringList tried;
+    const auto tryLine = [&](const QString& wanted) {
+        if (wanted.isEmpty() || tried.contains(wanted) ||
+            wanted.startsWith(QStringLiteral("kolta produce")) ||
+            wanted.startsWith(QStringLiteral("kolta watch"))) // do something, and have no end
+            return;
+        tried.append(wanted);
+        m_shell->type(wanted + end);
+        QVERIFY(m_shell->tells(kMark));
+        QVERIFY2(!m_shell->told().contains(QStringLiteral("kolta:")),
+                 qPrintable(wanted + QLatin1Char('\n') + m_shell->told()));
+    };
     for (const QString& id : pageIds()) {
         Page& shown = page<Page>(qPrintable(id));
+        auto* const tabs = shown.findChild<QTabWidget*>();
         for (const char* const server : {"", "S1"}) {
             shown.showServer(QLatin1String(server));
-            const QString wanted = shown.commandLine();
-            if (wanted.isEmpty() || wanted.startsWith(QStringLiteral("kolta produce")) ||
-                wanted.startsWith(QStringLiteral("kolta watch"))) // do something, and have no end
-                continue;
-            m_shell->type(wanted + end);
-            QVERIFY(m_shell->tells(kMark));
-            QVERIFY2(!m_shell->told().contains(QStringLiteral("kolta:")),
-                     qPrintable(wanted + QLatin1Char('\n') + m_shell->told()));
+            for (int tab = 0; tab < (tabs ? tabs->count() : 1); ++tab) {
+                if (tabs)
+                    tabs->setCurrentIndex(tab);
+                tryLine(shown.commandLine());
+            }
         }
     }
+    QVERIFY(tried.contains(QStringLiteral("kolta servers")));
+    QCOMPARE(tried.filter(QStringLiteral("kolta tree dump")).size(), 1);
 }
 
 void TestLines::ofServers()
