@@ -501,7 +501,7 @@ void Session::forgetLeavers()
 {
     const QDateTime limit = now().addDays(-kLeaverDays);
     for (const ServerFacts& facts : qAsConst(m_facts)) {
-        if (facts.hasLeft() && !facts.isOutOfSight && facts.lastKnown < limit)
+        if (facts.hasLeft() && !facts.isOutOfSight && facts.lastKnown.isValid() && facts.lastKnown < limit)
             KoltaServerRegistry::Instance().removeServer(facts.address);
     }
 }

@@ -1,6 +1,7 @@
 #include "consoletest.h"
 
 #include <koltaconsole/pages/assignmentsview.h>
+#include <koltaconsole/pages/conversionsview.h>
 #include <koltaconsole/pages/profileeditor.h>
 #include <koltaconsole/pages/profileimportview.h>
 #include <koltaconsole/pages/profilesview.h>
@@ -318,7 +319,18 @@ private Q_SLOTS:
         QVERIFY(!table->isVisible());
         QCOMPARE(matrix.changeCount(), hoppers);
         stage.show(3);
-        QVERIFY(!filter());
+        auto& conversions = stage.map<Kolta::ConvertProductionResultMap>();
+        for (const char* const record : {"archive/disk-1/1", "archive/disk-2/2"})
+            conversions.Add(
+                Kolta::ConvertProductionResult({sorel::RecordIdentifier::fromString(QLatin1String(record)),
+                                                QStringLiteral("audio"),
+                                                {},
+                                                {},
+                                                {}}));
+        const auto* const view = stage.page->conversions().findChild<QTreeView*>();
+        QTRY_COMPARE(view->model()->rowCount(), 2);
+        filter()->setText(QStringLiteral("audio disk-2"));
+        QVERIFY(view->isRowHidden(0, QModelIndex()) != view->isRowHidden(1, QModelIndex()));
     }
 
     /// What was known of a server that vanishes stays, and says so; nothing can be done with it. What is
@@ -382,6 +394,12 @@ private Q_SLOTS:
         }
         ResultsPlot& plot = stage.page->results().plot();
         QTRY_COMPARE(plot.shownCount(), 11); // ten minutes up to the newest
+        QLineEdit* const filter = stage.window->currentPage()->shownFilterLine();
+        for (const auto& [words, count] :
+             {std::pair("40-41 MHz !P9", 2), std::pair("p3 33-42 MHz", 1), std::pair("", 11)}) {
+            filter->setText(QLatin1String(words));
+            QCOMPARE(plot.shownCount(), count);
+        }
         plot.setFollowing(false);
         result.startTime = start + 3600000000;
         map.AddNew(result);

@@ -126,6 +126,8 @@ void ProfileEditor::makeFields()
         m_lines[at] = new QLineEdit(this);
         m_lines[at]->setPlaceholderText(i == 0 ? tr("of the profile") : tr("not in use"));
         m_lines[at]->setAccessibleName(fieldTitle(static_cast<ProfileField>(i)));
+        if (i == static_cast<int>(ProfileField::Duration))
+            m_lines[at]->setToolTip(tr("whole numbers, in the unit in which the processors count"));
         m_hints[at] = new QLabel(this);
         m_hints[at]->setProperty("warning", true);
         m_hints[at]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);

@@ -3758,6 +3758,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>changed, not saved: %1</source>
         <translation>geändert, nicht gespeichert: %1</translation>
     </message>
+    <message>
+        <source>whole numbers, in the unit in which the processors count</source>
+        <translation>ganze Zahlen, in der Einheit, in der die Prozessoren zählen</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProfileFields</name>
