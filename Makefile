@@ -21,7 +21,7 @@ fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
 .NOTPARALLEL:
-.PHONY: help demo console test test-asan test-tsan test-static fuzz bench soak chaos mutations lint nightly format doc deb \
+.PHONY: help demo console test test-asan test-tsan test-static fuzz bench fluency soak chaos mutations lint nightly format doc deb \
         test-deb install clean
 
 help: ## list these targets
@@ -58,6 +58,11 @@ fuzz: packages-build+fuzz build/fuzz/build.ninja ## search the decoders for faul
 bench: packages-build+bench build/bench/build.ninja ## build and run the benchmarks
 	@$(call build,bench)
 	@tools/run-benchmarks build/bench/benchmarks $(ARGS)
+
+fluency: packages-build+bench build/bench/build.ninja ## how long the console makes people wait, on a machine without other work
+	@$(call build,bench) --target kolta_fluency
+	@QT_QPA_PLATFORM=offscreen build/bench/bin/kolta_fluency 100 100 14 3
+	@QT_QPA_PLATFORM=offscreen build/bench/bin/kolta_fluency 1 10000 14 3
 
 soak: packages-build+bench build/bench/build.ninja ## good and hostile clients at two servers, for MINUTES=10
 	@$(call build,bench) --target kolta_soak

@@ -69,6 +69,7 @@ private:
     double m_lastWall = 0.0;
     double m_lastWork = 0.0;
     bool m_isFull = false;
+    bool m_isSlow = false; ///< the first view came late
     bool m_isMeasuring = false;
     std::vector<Gap> m_gaps;
 };
