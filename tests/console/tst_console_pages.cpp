@@ -2,6 +2,7 @@
 
 #include <koltaconsole/installationtree.h>
 #include <koltaconsole/pages/overviewpage.h>
+#include <koltaconsole/pages/servercards.h>
 #include <koltaconsole/pages/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 

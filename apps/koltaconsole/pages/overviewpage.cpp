@@ -1,5 +1,7 @@
 #include "overviewpage.h"
 
+#include "servercards.h"
+
 #include "../filterbar.h"
 #include "../session.h"
 
