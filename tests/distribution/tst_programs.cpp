@@ -311,6 +311,7 @@ private Q_SLOTS:
         QCOMPARE(up.result(), 0);
         for (const pid_t process : processes)
             QVERIFY(::kill(process, 0) != 0);
+        QVERIFY(configure(""));
         const QByteArray after = kolta("servers --tree-timeout 1");
         QVERIFY2(after.contains("Connection refused") && after.endsWith('4'), after.constData());
         const QByteArray health = kolta("status --health --tree-timeout 1");
