@@ -54,8 +54,21 @@ ProductionsModel::~ProductionsModel() = default;
 
 void ProductionsModel::take(std::vector<ProductionRow> rows)
 {
+    if (m_root->children.empty())
+        return fill(std::move(rows));
     adopt(rows, QString());
     synchronise(*m_root, rows);
+}
+
+/// All at once, so that views lay them out once.
+void ProductionsModel::fill(std::vector<ProductionRow> rows)
+{
+    if (rows.empty())
+        return;
+    beginResetModel();
+    for (ProductionRow& row : rows)
+        m_root->children.push_back(makeNode(std::move(row), *m_root));
+    endResetModel();
 }
 
 /// What stands below another row now goes there with all that it holds.

@@ -69,6 +69,7 @@ private:
 
     Node* nodeAt(const QModelIndex& index) const;
     QModelIndex indexOf(const Node& node, int column = 0) const;
+    void fill(std::vector<ProductionRow> rows);
     void adopt(std::vector<ProductionRow>& wanted, const QString& parentKey);
     void synchronise(Node& parent, std::vector<ProductionRow>& wanted);
     void update(Node& node, ProductionRow&& row);

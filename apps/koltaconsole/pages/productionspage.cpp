@@ -135,6 +135,11 @@ void ProductionsPage::makeView()
         Q_EMIT si_CommandLineChanged();
     });
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProductionsPage::span);
+    connect(&m_model, &QAbstractItemModel::modelReset, this, [this] {
+        m_view->expandAll();
+        for (int row = 0; row < m_model.rowCount(); ++row)
+            m_view->setFirstColumnSpanned(row, QModelIndex(), true);
+    });
 }
 
 /// Rows of servers have one text, and what is new is open.
