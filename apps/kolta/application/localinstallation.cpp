@@ -132,8 +132,13 @@ LocalInstallation::~LocalInstallation()
         server.process->waitForFinished(kEndLimitMs);
     }
     m_broker.reset();
-    if (!m_accessFile.isEmpty())
-        QFile::remove(m_accessFile);
+    if (m_accessFile.isEmpty())
+        return;
+    QFile::remove(m_accessFile);
+    // Its folders were made for it, and go unless somebody else keeps something there.
+    const QDir folder = QFileInfo(m_accessFile).dir();
+    if (folder.rmdir(folder.path()))
+        folder.rmdir(QFileInfo(folder.path()).path());
 }
 
 bool LocalInstallation::start(int milliseconds, const std::function<bool()>& isUnwanted, QString& error)
