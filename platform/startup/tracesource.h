@@ -53,6 +53,7 @@ public:
     }
 
 private:
+    friend class ThrottledTrace;
     void write(quint32 channel, int point, const QString& text) const noexcept;
     void writeCaught(int point, int unknownPoint, const char* where) const noexcept;
 

@@ -1,14 +1,14 @@
 #pragma once
 
+#include <startup/throttledtrace.h>
+
 #include <QString>
 
 #include <chrono>
-#include <map>
 
 namespace XmlCommunication {
 
-/// Tells what a server refuses: of each cause one trace line a minute, which also says how many there were
-/// since the line before, so that a flood of peers is no flood of lines.
+/// Tells what a server refuses, of each cause at most once a minute.
 class RefusalLog
 {
 public:
@@ -30,13 +30,7 @@ public:
     void flush(Clock::time_point now = Clock::now());
 
 private:
-    struct Held
-    {
-        Clock::time_point last;
-        quint64 count = 0;
-        QString text;
-    };
-    std::map<Cause, Held> m_held;
+    Startup::ThrottledTrace m_trace;
 };
 
 } // namespace XmlCommunication

@@ -1,4 +1,5 @@
 #include <startup/cfgcenter.h>
+#include <startup/throttledtrace.h>
 #include <support/test.h>
 
 #include <stdexcept>
@@ -83,6 +84,32 @@ private Q_SLOTS:
         qInstallMessageHandler(previous);
         QCOMPARE(recorder.count("outer"_s), 3);
         QCOMPARE(recorder.count("nested"_s), 0);
+    }
+
+    /// What peers can cause as often as they like fills no log, and none of it goes uncounted.
+    void floods()
+    {
+        enum ePoint : int { eFirst = 1, eSecond = 2 };
+        static constexpr TraceSource one("one"), other("other", eTraceWarning);
+        TraceRecorder recorder;
+        ThrottledTrace trace;
+        for (int i = 0; i < 5; ++i)
+            trace(one, eFirst, "a%1"_s.arg(i), 1000 + i);
+        trace(one, eSecond, "b"_s, 1000);
+        trace(other, eFirst, "c"_s, 1000);
+        trace.flush(60999);
+        for (const int later : {61000, 61000, 200000})
+            trace.flush(later);
+        trace(other, eFirst, "d"_s, 200000);
+        trace(one, eFirst, "e"_s, 120999);
+        trace(one, eFirst, "f"_s, 121000, eTraceError);
+        QStringList lines;
+        for (const TraceRecord& record : recorder.records())
+            lines += "%1 %2 %3"_s.arg(record.channel).arg(record.source, record.text);
+        const QString plain = QString::number(eTrace), warning = QString::number(eTraceWarning);
+        QCOMPARE(lines, (QStringList{plain + " one a0"_s, plain + " one b"_s, warning + " other c"_s,
+                                     plain + " one a4 (and 3 more like this)"_s, warning + " other d"_s,
+                                     QString::number(eTraceError) + " one f (and 1 more like this)"_s}));
     }
 
     void threads()
