@@ -135,6 +135,11 @@ bool checkGuids(const QString& file, const char* kind, const QVector<Resource>& 
 
 } // namespace
 
+QString Installation::usualName(int number)
+{
+    return QStringLiteral("S%1").arg(number);
+}
+
 QString Installation::sampleFolder()
 {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() +

@@ -39,6 +39,8 @@ public:
     /// and what was expected, and this object stays as it was.
     bool load(const QString& folder, QString& error);
 
+    /// What the programs here call their servers: "S1", "S2" and so on.
+    static QString usualName(int number);
     const QString& serverName() const noexcept { return m_serverName; }
     /// Path of the server's node in the value tree.
     const QString& basePath() const noexcept { return m_basePath; }

@@ -1,16 +1,12 @@
 #include <distribution/branchdriver.h>
 
+#include <distribution/defaults.h>
+
 #include <QMetaObject>
 
 #include <utility>
 
 namespace distribution {
-
-namespace {
-
-constexpr std::size_t kMostWaitingBytes = 64U << 20U;
-
-} // namespace
 
 StatePacker::StatePacker()
 {
@@ -55,7 +51,7 @@ bool BranchDriver::hasRoom(const Topic& topic, const Bytes& payload)
 {
     const bool comesAgain =
         topic.kind == TopicKind::Log || topic.kind == TopicKind::State || topic.kind == TopicKind::Up;
-    if (comesAgain && m_waitingBytes + payload.size() > kMostWaitingBytes)
+    if (comesAgain && m_waitingBytes + payload.size() > Defaults::kQueueBytes)
         return false;
     m_waitingBytes += payload.size();
     return true;

@@ -127,6 +127,7 @@ void BranchMirror::Abandon()
 
 void BranchMirror::HandOver()
 {
+    m_isHandedOver = true;
     for (const Change& change : m_tree.TakeChanges())
         tellAuthor(change, WishResult::Unknown);
     for (const auto& channel : m_channels)
@@ -237,6 +238,8 @@ bool BranchMirror::covers(const QString& path)
 
 void BranchMirror::apply(const Change& change)
 {
+    if (m_isHandedOver)
+        return;
     takeLocal();
     const bool isRemoval = change.operation == Operation::Remove;
     const bool isHidden = m_sentinelHidden && change.path == m_live.sentinel;
@@ -261,6 +264,8 @@ void BranchMirror::apply(const Change& change)
 /// False when the value has another text than the owner had; the whole has to follow.
 bool BranchMirror::applySplice(const QString& path, const values::TextSplice& splice)
 {
+    if (m_isHandedOver)
+        return true;
     takeLocal();
     return (m_sentinelHidden && path == m_live.sentinel) || !covers(path) || m_tree.ApplySplice(path, splice);
 }
@@ -269,6 +274,8 @@ bool BranchMirror::applySplice(const QString& path, const values::TextSplice& sp
 bool BranchMirror::applyCommands(const QString& path, const Bytes& commands,
                                  const values::PendingChanges& own)
 {
+    if (m_isHandedOver)
+        return true;
     takeLocal();
     return !covers(path) || m_tree.ApplyCommands(path, commands, own);
 }
@@ -276,7 +283,7 @@ bool BranchMirror::applyCommands(const QString& path, const Bytes& commands,
 void BranchMirror::applyState(const QString& path, qint32 type, const Bytes& state,
                               const std::vector<Content>& own)
 {
-    if (!covers(path))
+    if (m_isHandedOver || !covers(path))
         return;
     m_leftovers.erase(path);
     m_tree.ApplyState(path, type, state, own);

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <distribution/complaints.h>
+#include <distribution/defaults.h>
 #include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
 
+#include <startup/throttledtrace.h>
 #include <values/pendingchanges.h>
 
 #include <QHash>
@@ -82,11 +83,11 @@ struct MirrorSettings
     Bytes user;    ///< under which this process is known to the broker
     QUuid session; ///< of this life of this process
     bool collections = true;
-    qint64 graceMs = 10000;
-    qint64 deathGraceMs = 2000;
-    qint64 wishTimeoutMs = 10000;
-    std::size_t stateBytes = 64U << 20U; ///< largest unpacked state and content
-    QString refusal;                     ///< why no change of this program can be executed; empty: it can
+    qint64 graceMs = Defaults::kGraceMs;
+    qint64 deathGraceMs = Defaults::kDeathGraceMs;
+    qint64 wishTimeoutMs = Defaults::kWishTimeoutMs;
+    std::size_t stateBytes = Defaults::kStateBytes; ///< largest unpacked state and content
+    QString refusal; ///< why no change of this program can be executed; empty: it can
 };
 
 /// A message that a mirror has heard, or would have to hear, at a time of its clock.
@@ -229,7 +230,8 @@ private:
     bool m_online = false;
     bool m_sentinelHidden = true;
     bool m_takingLocal = false;
-    Complaints m_complaints; ///< of the channels, too
+    bool m_isHandedOver = false;          ///< perhaps by who is told of what is being done here
+    Startup::ThrottledTrace m_complaints; ///< of the channels, too
 };
 
 } // namespace distribution

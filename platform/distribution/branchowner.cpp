@@ -104,7 +104,7 @@ Output BranchOwner::OnUp(std::size_t maximumPayload, qint64 nowMs)
     if (isSilent())
         return finish(nowMs);
     m_online = true;
-    m_maximumPayload = std::min(maximumPayload, Limits::kPacketBytes);
+    m_maximumPayload = std::min(maximumPayload, kLargestPayload);
     m_out.subscribe = m_topics.OwnerFilters(m_settings.branch);
     m_desk->OnUp(nowMs);
     for (const auto& channel : m_channels)

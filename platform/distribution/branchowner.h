@@ -1,10 +1,12 @@
 #pragma once
 
-#include <distribution/complaints.h>
+#include <distribution/defaults.h>
 #include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
+
+#include <startup/throttledtrace.h>
 
 #include <QSet>
 #include <QString>
@@ -52,9 +54,9 @@ struct KOLTA_DISTRIBUTION_EXPORT OwnerSettings
     QString host;
     QStringList roots;
     QString sentinel; ///< path of the value whose existence says that the owner lives; may be empty
-    qint64 beatMs = 5000;
-    qint64 graceMs = 10000;           ///< for which a vanished writer's items stay
-    std::size_t logBytes = 8U << 20U; ///< of entries kept for replays, per channel
+    qint64 beatMs = Defaults::kBeatMs;
+    qint64 graceMs = Defaults::kGraceMs;        ///< for which a vanished writer's items stay
+    std::size_t logBytes = Defaults::kLogBytes; ///< of entries kept for replays, per channel
 };
 
 /// What happened to the publication, for those who show or report it.
@@ -146,7 +148,7 @@ private:
     std::map<QString, quint16> m_collections; ///< channel by path
     std::unique_ptr<WishDesk> m_desk;
     QSet<QString> m_oversized; ///< paths of values whose content is too large to be published
-    Complaints m_complaints;
+    Startup::ThrottledTrace m_complaints;
     Output m_out;
     std::size_t m_maximumPayload = 0;
     quint32 m_lastId = 0;

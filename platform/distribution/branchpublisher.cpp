@@ -127,8 +127,9 @@ void BranchPublisher::onDown(DownReason reason, const QString& text)
     m_isUp = false;
     if (m_state != PublicationState::Waiting && m_state != PublicationState::Online)
         return;
-    if (!m_probe && m_wasUp) {
-        m_driver.Do([this, reason](qint64 nowMs) { return m_owner->OnDown(reason, nowMs); });
+    if (!m_probe) {
+        if (m_wasUp)
+            m_driver.Do([this, reason](qint64 nowMs) { return m_owner->OnDown(reason, nowMs); });
         if (m_owner->IsDisplaced())
             return;
         m_carrier->Close();

@@ -18,13 +18,23 @@ bool isPrefix(const QString& prefix)
     return levels.match(prefix).hasMatch();
 }
 
+/// The URL as it may be shown: without user and password, also when it is malformed.
+QString withoutCredentials(const QString& url)
+{
+    const int start = url.indexOf(QLatin1String("//"));
+    const int end = url.lastIndexOf(QLatin1Char('@'));
+    if (end < 0)
+        return url;
+    return start >= 0 && start < end ? url.left(start + 2) + url.mid(end + 1) : url.mid(end + 1);
+}
+
 } // namespace
 
 std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString& error)
 {
     const auto wrong = [&](const char* expected) {
         error =
-            QStringLiteral("found \"%1\", expected %2").arg(WithoutCredentials(url), QLatin1String(expected));
+            QStringLiteral("found \"%1\", expected %2").arg(withoutCredentials(url), QLatin1String(expected));
         return std::nullopt;
     };
     const QUrl parsed(url, QUrl::StrictMode);
@@ -61,22 +71,19 @@ std::optional<BrokerAddress> BrokerAddress::FromCommandLine(const QString& url, 
 
 QString BrokerAddress::ToText() const
 {
+    return withoutCredentials(ToUrl());
+}
+
+QString BrokerAddress::ToUrl() const
+{
     QUrl url;
     url.setScheme(tls ? QStringLiteral("mqtts") : QStringLiteral("mqtt"));
+    url.setUserName(QString::fromUtf8(user), QUrl::DecodedMode);
     url.setHost(host);
     url.setPort(port);
     if (prefix != BrokerAddress().prefix)
         url.setPath(QLatin1Char('/') + QString::fromUtf8(prefix));
     return url.toString();
-}
-
-QString WithoutCredentials(const QString& url)
-{
-    const int start = url.indexOf(QLatin1String("//"));
-    const int end = url.lastIndexOf(QLatin1Char('@'));
-    if (end < 0)
-        return url;
-    return start >= 0 && start < end ? url.left(start + 2) + url.mid(end + 1) : url.mid(end + 1);
 }
 
 } // namespace distribution

@@ -23,11 +23,10 @@ struct KOLTA_DISTRIBUTION_EXPORT BrokerAddress
     static std::optional<BrokerAddress> FromUrl(const QString& url, QString& error);
     /// The same for a word of a command line, which everybody on the machine can read: a password is refused.
     static std::optional<BrokerAddress> FromCommandLine(const QString& url, QString& error);
-    /// The URL without user and password, for people.
+    /// The URL without user and password, for people. What carriers tell of the broker begins with it.
     QString ToText() const;
+    /// The URL without password, by which other programs come to the broker as the same user.
+    QString ToUrl() const;
 };
-
-/// The URL as it may be shown: without user and password, also when it is malformed.
-KOLTA_DISTRIBUTION_EXPORT QString WithoutCredentials(const QString& url);
 
 } // namespace distribution

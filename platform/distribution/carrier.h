@@ -18,6 +18,9 @@ namespace distribution {
 /// Bytes of a topic or of a message.
 using Bytes = std::string;
 
+/// No process takes larger ones, so none is published.
+constexpr std::size_t kLargestPayload = 64U << 20U;
+
 /// What a carrier promises for one message while the connection lasts. Nothing is promised beyond it:
 /// numbers, beats and repeated wishes make up for what a lost connection took along.
 enum class Delivery { AtMostOnce, AtLeastOnce };

@@ -1,6 +1,7 @@
 #include <distribution/linkoptions.h>
 
 #include <distribution/replay.h>
+#include <distribution/topics.h>
 
 #include <startup/cfgcenter.h>
 
@@ -107,14 +108,24 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
     const Group group;
     const QString source = url.isEmpty() ? group.text("Url") : url;
     LinkOptions options;
-    const auto address = ReplayAddress::IsMeant(source) ? playRecording(source, options, error)
-                                                        : BrokerAddress::FromUrl(source, error);
-    if (!address)
+    const bool isRecording = ReplayAddress::IsMeant(source);
+    const auto address =
+        isRecording ? playRecording(source, options, error) : BrokerAddress::FromUrl(source, error);
+    if (!address) {
+        if (!isRecording && !source.startsWith(QLatin1String("mqtt")))
+            error += QLatin1String(" or ") + QLatin1String(ReplayAddress::kExpected);
         return std::nullopt;
+    }
     options.mqtt.address = *address;
     const bool mayHaveFile = address->user.isEmpty() && !options.replay;
     if (!options.replay && !(mayHaveFile && takeAccess(options.mqtt, server)))
         takeConfiguredAccess(group, options.mqtt);
+    if (!IsUsableUser(options.User())) {
+        error = QStringLiteral("the user \"%1\" cannot be used: names with +, #, / or control characters are "
+                               "no part of a topic")
+                    .arg(QString::fromUtf8(options.mqtt.address.user));
+        return std::nullopt;
+    }
     group.read("KeepAliveS", options.mqtt.keepAliveS);
     group.read("MaxInboxBytes", options.mqtt.maximumInboxBytes);
     options.branches =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/defaults.h>
 #include <distribution/export.h>
 #include <distribution/mqttoptions.h>
 
@@ -23,13 +24,14 @@ struct KOLTA_DISTRIBUTION_EXPORT LinkOptions
     MqttOptions mqtt;
     QStringList branches{QStringLiteral("*")}; ///< that are mirrored; "*": all
     bool collections = true;                   ///< are mirrored, too
-    qint64 beatMs = 5000;                      ///< between two signs of life of an own branch
-    qint64 graceMs = 10000;     ///< for which a silent owner is only suspect, and a lost client's items stay
-    qint64 deathGraceMs = 2000; ///< the same for an owner that the broker says is dead
-    qint64 wishTimeoutMs = 10000;           ///< after which an unanswered change has failed
-    std::size_t logBytes = 8U << 20U;       ///< that an own branch keeps of a channel's log
-    std::size_t maxStateBytes = 64U << 20U; ///< largest unpacked state and content that is taken
-    bool takeOver = false;                  ///< an own branch displaces another owner of its name
+    qint64 beatMs = Defaults::kBeatMs;         ///< between two signs of life of an own branch
+    qint64 graceMs =
+        Defaults::kGraceMs; ///< for which a silent owner is only suspect, and a lost client's items stay
+    qint64 deathGraceMs = Defaults::kDeathGraceMs;     ///< the same for an owner that the broker says is dead
+    qint64 wishTimeoutMs = Defaults::kWishTimeoutMs;   ///< after which an unanswered change has failed
+    std::size_t logBytes = Defaults::kLogBytes;        ///< that an own branch keeps of a channel's log
+    std::size_t maxStateBytes = Defaults::kStateBytes; ///< largest unpacked state and content that is taken
+    bool takeOver = false;                             ///< an own branch displaces another owner of its name
 
     // What the configuration has nothing to say about.
     QString host;    ///< of this process, for people

@@ -30,11 +30,6 @@ public:
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
 
-    bool connectTo(quint16 port) const
-    {
-        const sockaddr_in address = loopback(port);
-        return ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
     /// A port that nobody uses at this moment; 0 when there is none.
     quint16 findFreePort() const
     {
@@ -123,6 +118,9 @@ bool LocalBroker::start(QString& error)
         m_process->setProcessChannelMode(QProcess::MergedChannels);
         m_process->start(program, {QStringLiteral("-c"), filePath("broker.conf")});
         if (waitUntilItListens(error)) {
+            // It tells of every connection, for as long as it runs.
+            connect(m_process.get(), &QProcess::readyRead, m_process.get(),
+                    [process = m_process.get()] { process->readAll(); });
             connect(m_process.get(), QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
                     [this] {
                         if (m_process->isWanted)
@@ -221,16 +219,21 @@ bool LocalBroker::writeFiles(QString& error)
     return false;
 }
 
+/// It says so itself: who answers at the port may be somebody else, while the broker is about to end because
+/// of that.
 bool LocalBroker::waitUntilItListens(QString& error)
 {
     QElapsedTimer elapsed;
     elapsed.start();
+    QByteArray said;
     while (!elapsed.hasExpired(kStartLimitMs) && m_process->state() != QProcess::NotRunning) {
-        if (m_process->state() == QProcess::Running && Socket().connectTo(m_port))
+        m_process->waitForReadyRead(10);
+        said += m_process->readAll();
+        if (said.contains(" running\n"))
             return true;
-        m_process->waitForFinished(10);
     }
-    const QByteArray said = m_process->readAll().trimmed();
+    said += m_process->readAll();
+    said = said.trimmed();
     error = QStringLiteral("the broker did not start: %1")
                 .arg(QString::fromLocal8Bit(said.mid(said.lastIndexOf('\n') + 1)));
     return false;

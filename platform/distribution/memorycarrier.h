@@ -57,7 +57,7 @@ class KOLTA_DISTRIBUTION_EXPORT MemoryCarrier final : public ICarrier
 {
 public:
     /// Payloads of more than `maximumPayload` bytes are thrown away.
-    explicit MemoryCarrier(MemoryBroker& broker, std::size_t maximumPayload = 64U << 20U);
+    explicit MemoryCarrier(MemoryBroker& broker, std::size_t maximumPayload = kLargestPayload);
     ~MemoryCarrier() override;
 
     void Open(const Will& will, const Bytes& clientId) override;

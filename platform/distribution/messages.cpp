@@ -84,7 +84,7 @@ void appendChange(Bytes& out, const Change& change, Naming naming)
 FieldReader openMessage(const Bytes& bytes, MessageKind kind, QUuid& epoch)
 {
     FieldReader in(ByteReader(bytes.data(), bytes.size()));
-    if (in.Integer<quint8>() != static_cast<quint8>(kind) || bytes.size() > Limits::kPacketBytes)
+    if (in.Integer<quint8>() != static_cast<quint8>(kind) || bytes.size() > kLargestPayload)
         in.Refuse();
     in.Integer<quint8>(); // a newer minor version differs in what blocks have at their ends
     epoch = in.Uuid();

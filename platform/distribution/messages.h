@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/carrier.h>
+#include <distribution/defaults.h>
 #include <distribution/export.h>
 
 #include <values/bytestream.h>
@@ -142,7 +143,7 @@ struct LiveMessage
     QUuid epoch;
     LiveState state = LiveState::Alive;
     QString host;
-    quint32 beatMs = 5000;
+    quint32 beatMs = Defaults::kBeatMs;
     QStringList roots; ///< paths below which the branch has its items
     QString sentinel;  ///< path of the value that goes first and comes last; empty: none
     std::vector<ChannelName> channels;
@@ -241,7 +242,6 @@ struct Snapshot
 struct KOLTA_DISTRIBUTION_EXPORT Limits
 {
     static constexpr std::size_t kPathBytes = 4096;
-    static constexpr std::size_t kPacketBytes = 64U << 20U;
     static constexpr std::size_t kValueBytes = 32U << 20U;    ///< content of a plain value
     static constexpr std::size_t kItems = 100000;             ///< of a channel
     static constexpr std::size_t kCollections = 10000;        ///< that a branch has ever had

@@ -14,13 +14,14 @@ namespace {
 constexpr qint64 kRetainedMs = 200;  ///< within which a retained state comes without an ask
 constexpr qint64 kFirstAskMs = 1000; ///< pause between asks for the state, doubled
 constexpr qint64 kLongestAskMs = 10000;
-constexpr qint64 kGapMs = 100;   ///< for which an entry that came too early waits for those before
-constexpr qint64 kTailMs = 1000; ///< for which the log may be slower than the beat
+constexpr qint64 kTooLargeMs = 60000; ///< until a state that was too large is asked for again
+constexpr qint64 kGapMs = 100;        ///< for which an entry that came too early waits for those before
+constexpr qint64 kTailMs = 1000;      ///< for which the log may be slower than the beat
 constexpr qint64 kAskAgainMs = 500;
 constexpr int kMaximumReplayAsks = 3;
 constexpr std::size_t kMaximumHeldBytes = 16U << 20U;
 
-enum eTracePoint : int { eUnfitEntry = 11, eFallingNumbers = 12, eUnfitState = 13 };
+enum eTracePoint : int { eUnfitEntry = 11, eFallingNumbers = 12, eUnfitState = 13, eTooLarge = 14 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorchannel", Startup::eTraceWarning);
 
 /// The last of each value's sets. Of an own wish the program has seen those before: they would only come
@@ -46,7 +47,7 @@ FormerChannel MirrorChannel::Restart(const QString& reason, FormerChannel next)
 {
     const quint64 told = std::max(std::exchange(m_toldBefore, next.told), m_number);
     m_number = m_target = m_beatNumber = m_neededNumber = 0;
-    m_joined = false;
+    m_joined = m_isTooLarge = false;
     m_stateNeeded = true;
     m_askStateMs = m_askPauseMs = 0;
     m_askReplayMs = kNever;
@@ -57,7 +58,8 @@ FormerChannel MirrorChannel::Restart(const QString& reason, FormerChannel next)
     Paths ended;
     const auto wishes = m_own.Exchange(next.wishes, ended);
     for (const OpenWish& wish : wishes)
-        reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate, reason);
+        reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate,
+                  wish.sent ? reason + QStringLiteral(", the outcome is unknown") : reason);
     for (const QString& path : ended)
         showTruth(path);
     return {std::move(next.wishes), told};
@@ -301,13 +303,22 @@ void MirrorChannel::TakeStatePart(const StatePart& part, qint64 nowMs)
 {
     if (!m_stateNeeded || part.number < std::max(m_number, m_neededNumber))
         return;
+    m_isTooLarge = part.wholeBytes > m_mirror.m_settings.stateBytes;
+    if (m_isTooLarge) {
+        m_askStateMs = nowMs + kTooLargeMs;
+        m_mirror.m_complaints(kTrace, eTooLarge,
+                              QStringLiteral("%1: a state of %2 bytes is too large for MaxStateBytes")
+                                  .arg(m_mirror.m_settings.branch)
+                                  .arg(part.wholeBytes),
+                              nowMs);
+        return;
+    }
     StateAssembler::State state;
     const auto progress = m_assembler.Take(part, state);
     if (progress == StateAssembler::Progress::Broken)
-        m_mirror.m_complaints(
-            kTrace, eUnfitState,
-            QStringLiteral("%1: a state that does not fit, or is too large").arg(m_mirror.m_settings.branch),
-            nowMs);
+        m_mirror.m_complaints(kTrace, eUnfitState,
+                              QStringLiteral("%1: a state that does not fit").arg(m_mirror.m_settings.branch),
+                              nowMs);
     if (progress == StateAssembler::Progress::Complete)
         applyState(std::move(state), nowMs);
 }
@@ -318,14 +329,14 @@ void MirrorChannel::applyState(StateAssembler::State state, qint64 nowMs)
     m_stateNeeded = false;
     m_neededNumber = 0;
     m_joined = true;
-    settleByTable(state.snapshot);
+    settleByTable(state.snapshot, state.number);
     m_number = state.number;
     m_target = std::max(m_target, m_number);
     play(nowMs);
 }
 
 /// The owner says how far it has dealt with own wishes and which of them failed.
-void MirrorChannel::settleByTable(const Snapshot& snapshot)
+void MirrorChannel::settleByTable(const Snapshot& snapshot, quint64 stateNumber)
 {
     const auto table =
         std::find_if(snapshot.sessions.begin(), snapshot.sessions.end(),
@@ -340,6 +351,9 @@ void MirrorChannel::settleByTable(const Snapshot& snapshot)
             }
             report(wish, failures);
         }
+    } else if (m_own.Wishes().WasHeard() && stateNumber >= m_toldBefore) {
+        // One that is older than what was heard of this owner before knows of nobody yet.
+        startAnew(settled);
     }
     replaceItems(snapshot, settled);
 }

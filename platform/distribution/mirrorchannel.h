@@ -21,7 +21,11 @@ public:
     /// Whether the content is that of the followed epoch.
     bool IsJoined() const noexcept { return m_joined; }
     /// Joined, and up to what the owner is known to have.
-    bool IsCaughtUp() const noexcept { return m_joined && !m_stateNeeded && m_number >= m_target; }
+    bool IsCaughtUp() const noexcept
+    {
+        // A collection that is too large for this program does not keep it from the others.
+        return m_isTooLarge ? m_channel != 0 : m_joined && !m_stateNeeded && m_number >= m_target;
+    }
     quint64 GetNumber() const noexcept { return m_number; }
     /// Something that has come waits for something that has not.
     bool IsWaiting() const noexcept { return !m_held.empty() || !m_assembler.IsEmpty(); }
@@ -79,7 +83,8 @@ private:
     void apply(const Entry& entry, quint64 number);
     void commit(const Change& change, bool own);
     void applyState(StateAssembler::State state, qint64 nowMs);
-    void settleByTable(const Snapshot& snapshot);
+    void settleByTable(const Snapshot& snapshot, quint64 stateNumber);
+    void startAnew(Paths& settled);
     void replaceItems(const Snapshot& snapshot, const Paths& settled);
     std::vector<Content> ownCommands();
     void noteTarget(quint64 number, qint64 askAtMs);
@@ -97,6 +102,9 @@ private:
     bool m_stateNeeded = true;  ///< entries wait until a state has come
     quint64 m_neededNumber = 0; ///< least number of that state
     bool m_subscribed = false;  ///< to the states
+    bool m_isTooLarge = false;  ///< the last state was
+    bool m_isInDoubt = false;   ///< whether the owner knows this program still
+    qint64 m_doubtedMs = -kNever / 2;
     qint64 m_askStateMs = 0;
     qint64 m_askPauseMs = 0;
     qint64 m_askReplayMs = kNever;

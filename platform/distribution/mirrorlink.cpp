@@ -83,8 +83,12 @@ MirrorLink::~MirrorLink()
     // Who is told of a change that has failed may ask for branches.
     const auto branches = std::exchange(m_branches, {});
     for (const auto& [name, branch] : branches) {
+        // What was changed in this turn of the event loop has not been sent yet.
+        BranchMirror& mirror = branch->mirror;
+        if (m_isUp && !branch->driver.IsBusy())
+            branch->driver.Do([&mirror](qint64 nowMs) { return mirror.OnTime(nowMs); });
         branch->driver.Stop();
-        branch->mirror.Abandon();
+        mirror.Abandon();
     }
     if (m_isUp)
         m_carrier->Publish(

@@ -2,10 +2,11 @@
 
 #include <distribution/branchdriver.h>
 #include <distribution/branchmirror.h>
-#include <distribution/complaints.h>
 #include <distribution/linkoptions.h>
 #include <distribution/mirroredtree.h>
 #include <distribution/topics.h>
+
+#include <startup/throttledtrace.h>
 
 #include <QString>
 #include <QStringList>
@@ -104,7 +105,7 @@ private:
     QTimer m_deleteFormer;
     bool m_isUp = false;
     bool m_isRefused = false;
-    Complaints m_complaints;
+    Startup::ThrottledTrace m_complaints;
     values::Life m_life;
 };
 

@@ -11,17 +11,24 @@ namespace distribution {
 namespace {
 
 constexpr std::size_t kWishBytes = 256U << 10U; ///< what is gathered in one wish
-/// Room that the owner's entry needs beside what was wished for.
-constexpr std::size_t kRoomBytes = 64U << 10U;
 constexpr std::size_t kQueuedBytes = 16U << 20U;
-constexpr int kShownUnits = 200; ///< of a path that is too long
+constexpr int kShownUnits = 200;   ///< of a path that is too long
+constexpr qint64 kDoubtMs = 60000; ///< between two looks at the owner's table
+
+/// What a wish may have of a payload: the owner's entry needs room beside what was wished for. Where it does
+/// not fit after all the entry becomes a hole, and everybody asks for the state.
+std::size_t largestWish(std::size_t maximumPayload)
+{
+    constexpr std::size_t kRoomBytes = 64U << 10U;
+    return maximumPayload - std::min(kRoomBytes, maximumPayload / 4);
+}
 
 } // namespace
 
 void MirrorChannel::Wish(Changes changes, qint64 nowMs)
 {
-    const std::size_t maximum =
-        std::min(kWishBytes, m_mirror.m_maximumPayload - std::min(m_mirror.m_maximumPayload, kRoomBytes));
+    const std::size_t largest = largestWish(m_mirror.m_maximumPayload);
+    const std::size_t maximum = std::min(kWishBytes, largest);
     Changes part;
     std::size_t bytes = 0;
     for (Change& change : changes) {
@@ -37,8 +44,7 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
                  change.path.left(kShownUnits) + QStringLiteral("…: its path is too long"));
             continue;
         }
-        if (BytesOf(change.content).size() > Limits::kValueBytes ||
-            size + kRoomBytes > m_mirror.m_maximumPayload) {
+        if (BytesOf(change.content).size() > Limits::kValueBytes || size > largest) {
             Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
             continue;
         }
@@ -108,7 +114,26 @@ void MirrorChannel::GiveUpOld(qint64 nowMs)
                              QStringLiteral("not answered in time, the outcome is unknown"));
                else
                    reportAll(wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
+               m_isInDoubt = m_isInDoubt || (wish.sent && m_own.Wishes().WasHeard());
            });
+    // An owner that has forgotten this program answers nothing; its table tells.
+    if (!m_isInDoubt || nowMs - m_doubtedMs < kDoubtMs)
+        return;
+    m_isInDoubt = false;
+    m_doubtedMs = nowMs;
+    NeedState(m_number);
+}
+
+/// The owner has forgotten this program, as it does with those that were silent for long when there are very
+/// many: for it their numbers begin with 1.
+void MirrorChannel::startAnew(Paths& settled)
+{
+    WishQueue former;
+    former.WaitFor(m_own.Wishes(), m_mirror.m_settings.wishTimeoutMs);
+    for (const OpenWish& wish : m_own.Exchange(former, settled))
+        reportAll(wish, wish.sent ? WishResult::Unknown : WishResult::TooLate,
+                  wish.sent ? QStringLiteral("the owner has forgotten this program, the outcome is unknown")
+                            : QStringLiteral("the owner had forgotten this program, it was not sent"));
 }
 
 /// What was sent before may have reached the owner on an earlier line.

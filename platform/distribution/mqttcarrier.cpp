@@ -4,6 +4,7 @@
 
 #include <QMetaObject>
 #include <QRandomGenerator>
+#include <QUuid>
 
 #include <algorithm>
 #include <utility>
@@ -54,7 +55,10 @@ void MqttCarrier::Open(const Will& will, const Bytes& clientId)
 {
     Close();
     m_will = will;
-    m_clientId = clientId;
+    // The same for all attempts: the broker ends a connection that it holds for alive still, and publishes
+    // its will, before it takes the next one of that name. Nobody else can guess it.
+    m_clientId =
+        clientId.empty() ? "kolta-" + QUuid::createUuid().toByteArray(QUuid::Id128).toStdString() : clientId;
     m_isOpen = true;
     m_retryMs = kFirstRetryMs;
     connect();

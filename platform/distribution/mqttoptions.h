@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/brokeraddress.h>
+#include <distribution/defaults.h>
 
 #include <QString>
 
@@ -19,9 +20,9 @@ struct MqttOptions
     QString keyFile;         ///< PEM, not encrypted
     int keepAliveS = 10;     ///< 5 at least
     /// Messages that have arrived and were not handed on; the line is not read while there are more.
-    std::size_t maximumInboxBytes = 64U << 20U;
+    std::size_t maximumInboxBytes = Defaults::kQueueBytes;
     /// Messages that the broker has not acknowledged; the line is given up when there are more.
-    std::size_t maximumOutboxBytes = 64U << 20U;
+    std::size_t maximumOutboxBytes = Defaults::kQueueBytes;
 };
 
 } // namespace distribution

@@ -1,7 +1,6 @@
 #include <distribution/mqttworker.h>
 
 #include <QFile>
-#include <QUuid>
 
 #include <mqtt_protocol.h>
 
@@ -28,7 +27,6 @@ constexpr unsigned int kLostAfterMs = 15000;
 constexpr auto kLeaveLimit = std::chrono::seconds(1);
 /// Of a packet beside topic and payload.
 constexpr std::size_t kPacketOverhead = 1024;
-constexpr std::size_t kLargestPayload = 64U << 20U;
 
 /// No signal reaches the thread, and writing to a line that is gone is an error of that write alone.
 void blockSignals()
@@ -110,10 +108,7 @@ MqttConnection::Worker::Verdict MqttConnection::Worker::verdictOf(int code, cons
 bool MqttConnection::Worker::connect()
 {
     static const int initialised = mosquitto_lib_init();
-    Bytes clientId = m_clientId;
-    if (clientId.empty())
-        clientId = "kolta-" + QUuid::createUuid().toByteArray(QUuid::Id128).toStdString();
-    m_handle.reset(makeHandle(clientId, this));
+    m_handle.reset(makeHandle(m_clientId, this));
     mosquitto* const handle = m_handle.get();
     if (initialised != MOSQ_ERR_SUCCESS || !handle)
         return fail(DownReason::Lost, QStringLiteral("no memory"));

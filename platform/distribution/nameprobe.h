@@ -1,5 +1,6 @@
 #pragma once
 
+#include <distribution/defaults.h>
 #include <distribution/export.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
@@ -20,7 +21,7 @@ public:
 
     /// `user`: the broker's name for this process. `own`: epoch of an owner in this process, whose claim of
     /// life is no obstacle.
-    NameProbe(QString branch, const Topics& topics, const Bytes& user, qint64 beatMs = 5000,
+    NameProbe(QString branch, const Topics& topics, const Bytes& user, qint64 beatMs = Defaults::kBeatMs,
               const QUuid& own = QUuid());
 
     /// Listening starts anew.

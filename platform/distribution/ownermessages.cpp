@@ -2,6 +2,8 @@
 
 #include <distribution/ownerchannel.h>
 
+#include <startup/tracesource.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -16,6 +18,9 @@ constexpr qint64 kStateRenewMs = 60000; ///< after which a changed state is rene
 /// Room that a message needs beside its content.
 constexpr std::size_t kPartHeadBytes = 1024;
 constexpr std::size_t kPartBytes = 512U << 10U;
+
+enum eTracePoint : int { eLargeState = 1 };
+constexpr Startup::TraceSource kTrace("platform/distribution/ownermessages", Startup::eTraceWarning);
 
 } // namespace
 
@@ -85,7 +90,15 @@ void BranchOwner::publishAnswers(OwnerChannel& channel, qint64 nowMs)
     cut.topic = m_topics.State(m_settings.branch, channel.GetChannel());
     cut.partBytes = std::min(kPartBytes, m_maximumPayload - std::min(m_maximumPayload / 2, kPartHeadBytes));
     cut.clearUpTo = asks.statePartsBound;
-    const auto parts = static_cast<quint32>(SizeBound(cut.snapshot) / cut.partBytes + 1);
+    const std::size_t bytes = SizeBound(cut.snapshot);
+    if (bytes > Defaults::kStateBytes)
+        m_complaints(
+            kTrace, eLargeState,
+            QStringLiteral("%1: a state of about %2 bytes is more than others take unless they are told")
+                .arg(channel.GetPath().isEmpty() ? m_settings.branch : channel.GetPath())
+                .arg(bytes),
+            nowMs);
+    const auto parts = static_cast<quint32>(bytes / cut.partBytes + 1);
     asks.statePartsBound = std::max(asks.statePartsBound, parts);
     m_out.states.push_back(std::move(cut));
 }

@@ -16,6 +16,7 @@
 
 namespace distribution {
 
+/// What a record tells.
 enum class RecordKind : quint8 {
     Segment = 1,     ///< what follows needs nothing that stands before; its body is a SegmentHead
     SnapshotEnd = 2, ///< the messages between Segment and this one are what a mirror needs to join
@@ -26,15 +27,16 @@ enum class RecordKind : quint8 {
     Time = 7      ///< nothing else has happened until then
 };
 
+/// One record as it was read. A segment's head is kept by the reader, see RecordingReader::GetSegments().
 struct Record
 {
     RecordKind kind = RecordKind::Time;
     qint64 timeMs = 0;
-    Bytes topic;   ///< Message
-    Bytes payload; ///< Message
-    QString text;  ///< reason
-    quint64 offset = 0;
-    quint64 next = 0; ///< offset of what follows
+    Bytes topic;        ///< of a Message; empty otherwise
+    Bytes payload;      ///< of a Message; empty otherwise
+    QString text;       ///< the reason of LinkDown and End; empty otherwise
+    quint64 offset = 0; ///< in the file, where the record begins
+    quint64 next = 0;   ///< where it ends, and another one may begin
 };
 
 /// Beginning of a segment, which can be played without those before.
@@ -49,7 +51,7 @@ struct SegmentHead
 };
 
 /// Largest body of a record: what a message may have, and its topic.
-constexpr std::size_t kMostRecordBytes = (65U << 20U);
+constexpr std::size_t kMostRecordBytes = kLargestPayload + (1U << 20U);
 
 /// Writes a recording. Every record is handed to the system at once, so that it outlives this process; Sync()
 /// makes it outlive the machine. When something cannot be written the file ends behind what could be.
@@ -101,8 +103,8 @@ class KOLTA_DISTRIBUTION_EXPORT RecordingReader
 public:
     struct Segment
     {
-        quint64 offset = 0;
-        quint64 play = 0; ///< offset of the first record behind the snapshot
+        quint64 offset = 0; ///< in the file, where it begins
+        quint64 play = 0;   ///< offset of the first record behind the snapshot
         qint64 timeMs = 0;
         SegmentHead head;
     };

@@ -17,7 +17,6 @@ constexpr qint64 kSliceMs = 15;
 constexpr qint64 kTickMs = 100;
 /// A longer pause of the recorder, such as its machine's sleep, is told as one of this length.
 constexpr qint64 kLongestPauseMs = 3600 * 1000;
-constexpr std::size_t kMaximumPayload = 64U << 20U;
 
 // Places in every message, and in a claim of life.
 constexpr std::size_t kEpochAt = 2;
@@ -300,7 +299,7 @@ void Replay::passTime(qint64 timeMs)
 bool Replay::deliver(Record& record)
 {
     if (record.kind == RecordKind::LinkUp && !std::exchange(m_isLinkUp, true))
-        call(m_carrier->onUp, kMaximumPayload);
+        call(m_carrier->onUp, kLargestPayload);
     if (record.kind == RecordKind::LinkDown && std::exchange(m_isLinkUp, false))
         call(m_carrier->onDown, DownReason::Lost, record.text);
     if (record.kind != RecordKind::Message || !m_isLinkUp)
@@ -327,7 +326,7 @@ void Replay::startAt(std::size_t number)
 {
     const RecordingReader::Segment& segment = m_reader.GetSegments().at(number);
     if (!std::exchange(m_isLinkUp, true))
-        call(m_carrier->onUp, kMaximumPayload);
+        call(m_carrier->onUp, kLargestPayload);
     if (m_carrier)
         endLives(segment);
     ++m_generation;

@@ -34,6 +34,8 @@ struct KOLTA_DISTRIBUTION_EXPORT ReplayAddress
     QString ToUrl() const;
 
     static constexpr double kMostSpeed = 10000;
+    /// What such a URL looks like, for people.
+    static constexpr char kExpected[] = "replay:FILE[?speed=N][&from=TIME]";
 };
 
 /// Plays a recording to those above a ReplayCarrier, as the broker would have told it to them: with its

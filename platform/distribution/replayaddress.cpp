@@ -52,10 +52,9 @@ std::optional<ReplayAddress> ReplayAddress::FromUrl(const QString& url, QString&
     }
     if (fits)
         return address;
-    error =
-        QStringLiteral("found \"%1\", expected replay:FILE[?speed=N][&from=TIME] with a speed of at most %2")
-            .arg(url)
-            .arg(kMostSpeed);
+    error = QStringLiteral("found \"%1\", expected %2 with a speed of at most %3")
+                .arg(url, QLatin1String(kExpected))
+                .arg(kMostSpeed);
     return std::nullopt;
 }
 

@@ -86,13 +86,13 @@ StateAssembler::Progress StateAssembler::Take(const StatePart& part, State& stat
     m_number = part.number;
     m_count = part.parts;
     m_checksum = part.checksum;
-    if (m_parts.count(part.part) == 0)
-        m_bytes += part.bytes.Remaining();
+    Bytes& kept = m_parts[part.part]; // one may come again, with another length if somebody is hostile
+    m_bytes += part.bytes.Remaining() - kept.size();
     if (m_bytes > m_maximumBytes) {
         Clear();
         return Progress::Broken;
     }
-    m_parts[part.part].assign(part.bytes.Position(), part.bytes.Remaining());
+    kept.assign(part.bytes.Position(), part.bytes.Remaining());
     if (m_parts.size() < m_count)
         return Progress::Partial;
     m_bytes = 0;

@@ -6,6 +6,8 @@
 #include <distribution/topics.h>
 #include <distribution/writepolicy.h>
 
+#include <startup/throttledtrace.h>
+
 #include <QSet>
 #include <QString>
 #include <QStringList>
@@ -81,7 +83,7 @@ private:
     std::map<QUuid, Known> m_known;
     QSet<QString> m_adding; ///< items of the wish that is looked at
     std::map<UsersSession, PresenceMessage> m_present;
-    Complaints m_complaints;
+    Startup::ThrottledTrace m_complaints;
 };
 
 } // namespace distribution

@@ -30,6 +30,7 @@ const OpenWish& WishQueue::Add(Changes changes, qint64 nowMs)
 std::deque<OpenWish> WishQueue::TakeUpTo(quint64 number)
 {
     std::deque<OpenWish> taken;
+    m_wasHeard = m_wasHeard || number > 0;
     while (!m_wishes.empty() && m_wishes.front().number <= number) {
         m_bytes -= m_wishes.front().bytes;
         taken.push_back(std::move(m_wishes.front()));
@@ -75,6 +76,8 @@ OpenWish WishQueue::giveUp(OpenWish& wish)
 std::vector<DueWish> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qint64 timeoutMs, qint64 nowMs)
 {
     std::vector<DueWish> due;
+    if (nowMs < m_notBeforeMs)
+        return due;
     const bool all = nowMs >= m_resendMs;
     m_mayHaveRoom = false;
     std::size_t bytes = 0;
@@ -94,6 +97,8 @@ std::vector<DueWish> WishQueue::TakeDue(const QUuid& epoch, quint16 channel, qin
         due.push_back(
             {{epoch, channel, wish.number, wish.changes}, static_cast<quint32>(std::max<qint64>(leftMs, 1))});
     }
+    if (!due.empty())
+        m_lastSentMs = nowMs;
     if (all || due.size() == m_wishes.size())
         m_resendMs = nowMs + kResendMs;
     return due;
@@ -103,7 +108,8 @@ qint64 WishQueue::NextSendMs() const
 {
     if (m_wishes.empty())
         return kNever;
-    return m_mayHaveRoom && m_wishes.back().number > m_sentUpTo ? 0 : m_resendMs;
+    const bool isWaiting = m_mayHaveRoom && m_wishes.back().number > m_sentUpTo;
+    return std::max(m_notBeforeMs, isWaiting ? 0 : m_resendMs);
 }
 
 qint64 WishQueue::NextTimeoutMs(qint64 timeoutMs) const

@@ -48,6 +48,13 @@ public:
     /// Wishes that are to be sent now, and that are taken for sent then: those that never were and, once a
     /// second, all; never more than the owner remembers. They expire when GiveUpNext() gives them up.
     std::vector<DueWish> TakeDue(const QUuid& epoch, quint16 channel, qint64 timeoutMs, qint64 nowMs);
+    /// Whether the owner has dealt with one, so that it knows the program.
+    bool WasHeard() const noexcept { return m_wasHeard; }
+    /// Nothing is sent before, so that what `former` has sent under the same numbers has expired.
+    void WaitFor(const WishQueue& former, qint64 timeoutMs)
+    {
+        m_notBeforeMs = former.m_lastSentMs + timeoutMs;
+    }
     /// Sent again as soon as possible.
     void SendAnew() { m_resendMs = 0; }
     /// When TakeDue() has something again, and when GiveUpNext() has.
@@ -63,6 +70,9 @@ private:
     quint64 m_sentUpTo = 0;     ///< wishes up to this number have left at least once
     bool m_mayHaveRoom = false; ///< there may be wishes that have not left and may now
     qint64 m_resendMs = 0;
+    qint64 m_lastSentMs = 0;
+    qint64 m_notBeforeMs = 0;
+    bool m_wasHeard = false;
 };
 
 /// What a mirror keeps of a channel of an owner that it does not follow any more, for it may follow it again:

@@ -112,7 +112,7 @@ struct Installation
 
     World world;
     std::size_t payload;
-    std::size_t logBytes = 8U << 20U;
+    std::size_t logBytes = Defaults::kLogBytes;
     std::function<void(ModelTree&)> fill;
     std::unique_ptr<OwnerPeer> owner;
     std::vector<std::unique_ptr<MirrorPeer>> mirrors;

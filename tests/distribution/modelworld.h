@@ -60,7 +60,7 @@ public:
     template<class Fill>
     OwnerPeerOf(MemoryBroker& broker, const qint64& now, OwnerSettings settings, const Fill& fill,
                 std::unique_ptr<IWritePolicy> policy = std::make_unique<OpenPolicy>(),
-                std::size_t maximumPayload = 64U << 20U)
+                std::size_t maximumPayload = kLargestPayload)
         : Peer(broker, maximumPayload)
     {
         fill(tree);
@@ -97,7 +97,7 @@ class MirrorPeerOf final : public Peer
 {
 public:
     MirrorPeerOf(MemoryBroker& broker, const qint64& now, MirrorSettings settings,
-                 std::size_t maximumPayload = 64U << 20U)
+                 std::size_t maximumPayload = kLargestPayload)
         : Peer(broker, maximumPayload)
     {
         const Bytes presence = topics.Presence(settings.user, settings.session);

@@ -227,6 +227,9 @@ private Q_SLOTS:
             all.world.Run(5000);
             return late.mirror->GetState() == BranchState::Live && late.tree.Dump() == all.owner->tree.Dump();
         };
+        all.A().Do(set(first, "known"));
+        all.world.Run(10);
+        all.world.broker.Cut(all.A().carrier, 60000);
         for (quint64 number = 1; number <= 20; ++number)
             wish(5000, "guest", number, Changes(Limits::kWishChanges, set(first, "no")));
         QVERIFY(join());
@@ -238,7 +241,7 @@ private Q_SLOTS:
         for (uint session = 0; session < Limits::kSessions - 100; ++session)
             wish(10000 + session, "u", 1, {set(first, std::to_string(session).c_str())});
         all.world.Run(10);
-        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::kSessions - 102)));
+        QCOMPARE(all.owner->tree.At(first), Bytes(std::to_string(Limits::kSessions - 103)));
         all.world.Run(30000);
         wish(20000, "u", 1, {set(first, "one more")});
         all.world.Run(10);
@@ -248,6 +251,16 @@ private Q_SLOTS:
         for (const SessionNumber& session : sessions)
             QVERIFY(session.failures.size() < 10000);
         QVERIFY(join());
+        // Who was forgotten while he was away may be told of one wish that nobody knows what became of it.
+        QVERIFY(std::none_of(sessions.begin(), sessions.end(),
+                             [&](const SessionNumber& each) { return each.session == idOf(100); }));
+        for (const char* const text : {"perhaps", "back"}) {
+            all.world.Run(30000);
+            all.A().Do(set(first, text));
+        }
+        all.world.Run(10000);
+        QCOMPARE(all.owner->tree.At(first), Bytes("back"));
+        QVERIFY(all.A().tree.failed.size() <= 1);
     }
 
     /// Whom the broker forbids to write is not asked again and again, and nothing piles up.

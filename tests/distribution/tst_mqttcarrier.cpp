@@ -13,7 +13,7 @@ using namespace distribution;
 namespace {
 
 constexpr int kPatience = 5000;
-constexpr int kBlockedMs = 1000; ///< whoever hangs in the network does so for several seconds
+constexpr int kBlockedMs = 20000; ///< whoever hangs in the network does so for minutes
 
 /// A carrier with all that it says, word by word.
 struct Client

@@ -218,12 +218,15 @@ private Q_SLOTS:
         }
     }
 
-    /// A link that goes takes its changes along, and so does an owner, whose next life never heard of them:
-    /// that ends aloud, and the next change stands upon what is there.
+    /// A link that goes sends what was changed last, and tells nobody what has become of it; an owner that
+    /// goes takes changes along, of which its next life never heard: that ends aloud, and the next change
+    /// stands upon what is there.
     void linkAndOwnerGone()
     {
-        m_observer->appendHardwareProcessingInfo(entry("never sent"_s));
+        m_observer->appendHardwareProcessingInfo(entry("sent last"_s));
         m_mine->mirror();
+        QTRY_COMPARE(guidsIn(m_server->text(kList)), "old sent last"_s);
+        m_server->set(kList, listOf({"old"_s}));
         QTRY_COMPARE(guidsIn(m_mine->text(kList)), "old"_s);
         m_observer->appendHardwareProcessingInfo(entry("a"_s));
         m_server->link.reset();
