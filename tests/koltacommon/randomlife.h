@@ -27,11 +27,13 @@ class Server : public KoltaSimulation::ScriptedServer
 public:
     using ScriptedServer::ScriptedServer;
 
-    Kolta::KoltaServerInterface& enter()
+    /// Null when a slot removed it again.
+    Kolta::KoltaServerInterface* enter()
     {
         Kolta::KoltaServerInterface* const entered = registry().addServer(name(), path());
-        entered->getProcessorObserver().setEmptyOverviewDelay(0);
-        return *entered;
+        if (entered)
+            entered->getProcessorObserver().setEmptyOverviewDelay(0);
+        return entered;
     }
     void come()
     {

@@ -98,7 +98,7 @@ private Q_SLOTS:
         server.running.EditMCP()[0].SetProductionID(guid(901));
         server.running.EditMCP()[2].SetProductionID(guid(904));
         server.come();
-        KoltaServerInterface& interface = server.enter();
+        KoltaServerInterface& interface = *server.enter();
         QStringList told;
         connect(m_source.get(), &InstallationEvents::happened,
                 [&](const Event& event) { told << "%1 %2"_s.arg(Event::word(event.weight), event.text); });

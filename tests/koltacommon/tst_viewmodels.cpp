@@ -179,7 +179,7 @@ private Q_SLOTS:
                     QVERIFY(!now.contains(row.key()));
             }
             const auto isAway = [](Server& server) {
-                return server.enter().getState() == SERVER_STATES::eDisconnected;
+                return server.enter()->getState() == SERVER_STATES::eDisconnected;
             };
             if (std::any_of(std::begin(servers), std::end(servers), isAway))
                 continue;
@@ -223,6 +223,9 @@ private Q_SLOTS:
                  QStringList(before).replaceInStrings(QRegularExpression("$"_s), " (stale)"_s));
         QVERIFY(used.data(ViewRoles::LastKnownRole).toDateTime().isValid());
         QVERIFY(used.data(Qt::ToolTipRole).toString().contains("last known"_s));
+        const QModelIndex since = used.sibling(0, TunerModel::eSinceColumn);
+        QVERIFY(since.data().toString().startsWith("last known "_s));
+        QVERIFY(used.data(ViewRoles::SearchRole).toString().contains("last known "_s));
         QVERIFY(ffp.isValid() && ffp.data(ViewRoles::StaleRole).toBool());
         QVERIFY(list.index(0, 0).data(ViewRoles::StaleRole).toBool());
         QCOMPARE(list.index(0, ServerModel::eRunningColumn).data().toInt(), 2);
@@ -233,6 +236,7 @@ private Q_SLOTS:
         server.running.EditMCP().first().EditDataSource().SetTunerGUID(guid(101));
         server.come();
         QVERIFY(!used.data(ViewRoles::StaleRole).toBool() && !ffp.data(ViewRoles::StaleRole).toBool());
+        QVERIFY(!since.data().toString().startsWith("last known "_s));
         QCOMPARE(used.sibling(0, TunerModel::eStateColumn).data().toString(), "free"_s);
         QCOMPARE(used.sibling(1, TunerModel::eUserColumn).data().toString(), "y"_s);
         QVERIFY(!used.sibling(1, 0).data(ViewRoles::SinceRole).isValid()); // nobody here saw that begin
@@ -262,7 +266,7 @@ private Q_SLOTS:
         Server server("S1"_s);
         server.setTuners(4);
         server.come();
-        KoltaServerInterface& interface = server.enter();
+        KoltaServerInterface& interface = *server.enter();
         TunerModel tuners;
         TunerClassModel classes;
         ServerModel list;
@@ -317,7 +321,7 @@ private Q_SLOTS:
             server.setTuners(4);
             server.running = ProcessorSamples::overviewOf("M1=x(f2) M3(f4)"_s);
             server.come();
-            QPointer<KoltaServerInterface> interface = &server.enter();
+            QPointer<KoltaServerInterface> interface = server.enter();
             QPointer<ServersModel> model = kinds()[i / 4 % kinds().size()].make().release();
             const QAbstractItemModelTester tester(model,
                                                   QAbstractItemModelTester::FailureReportingMode::Fatal);

@@ -2,6 +2,7 @@
 
 #include <koltacommon/event.h>
 #include <koltacommon/export.h>
+#include <koltacommon/viewtime.h>
 
 #include <QHash>
 #include <QObject>
@@ -64,9 +65,9 @@ public:
     /// Tells of something that this cannot see; without a time, now.
     void tell(Event event);
 
-    /// What the time of events is taken from: the machine's unless told otherwise.
+    /// What the time of events is taken from: ViewTime unless told otherwise.
     void setTimeSource(TimeSource source) { m_timeSource = std::move(source); }
-    QDateTime now() const { return m_timeSource ? m_timeSource() : QDateTime::currentDateTime(); }
+    QDateTime now() const { return m_timeSource ? m_timeSource() : ViewTime::now(); }
 
     /// The states of all that is followed and not as usual, as events that were not told: each server, the
     /// tuners that are not free, the units that are not registered, the processors that run.

@@ -5,9 +5,8 @@
 #include <QStringList>
 
 #include <cstddef>
+#include <type_traits>
 
-/// Where the servers of an installation stand in the value tree, and which nodes each has below
-/// "/ADMINISTRATION".
 namespace Kolta {
 class ConvertProductionResultMap;
 class ShapeCollectionItemMap;
@@ -16,6 +15,8 @@ class ShortTimeProfileItemMap;
 class ShortTimeResultItemMap;
 } // namespace Kolta
 
+/// Where the servers of an installation stand in the value tree, and which nodes each has below
+/// "/ADMINISTRATION".
 namespace Kolta::ServerNodes {
 
 /// The literal with its length: not every compiler counts it when it compiles.
@@ -198,31 +199,20 @@ inline QString shortTimePath(const QString& basePath)
 
 /// The name there of each kind of collection.
 template<class Map>
-constexpr QLatin1String shortTimeName() = delete;
-template<>
-constexpr QLatin1String shortTimeName<ShortTimeProfileItemMap>()
+constexpr QLatin1String shortTimeName()
 {
-    return literal("Profiles");
-}
-template<>
-constexpr QLatin1String shortTimeName<ShortTimeFFPAssignmentItemMap>()
-{
-    return literal("Assignments");
-}
-template<>
-constexpr QLatin1String shortTimeName<ShortTimeResultItemMap>()
-{
-    return literal("Results");
-}
-template<>
-constexpr QLatin1String shortTimeName<ConvertProductionResultMap>()
-{
-    return literal("Conversions");
-}
-template<>
-constexpr QLatin1String shortTimeName<ShapeCollectionItemMap>()
-{
-    return literal("Shapes");
+    if constexpr (std::is_same_v<Map, ShortTimeProfileItemMap>)
+        return literal("Profiles");
+    else if constexpr (std::is_same_v<Map, ShortTimeFFPAssignmentItemMap>)
+        return literal("Assignments");
+    else if constexpr (std::is_same_v<Map, ShortTimeResultItemMap>)
+        return literal("Results");
+    else if constexpr (std::is_same_v<Map, ConvertProductionResultMap>)
+        return literal("Conversions");
+    else if constexpr (std::is_same_v<Map, ShapeCollectionItemMap>)
+        return literal("Shapes");
+    else
+        static_assert(!std::is_same_v<Map, Map>, "no server has a collection of that kind");
 }
 
 /// The path of one of the collections of the server at `basePath`.

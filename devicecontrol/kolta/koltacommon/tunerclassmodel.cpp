@@ -70,7 +70,7 @@ struct TunerClassModel::ClassRow : Row
             return freeNow();
         return column == eCostColumn ? QVariant(cost) : Row::sortValue(column);
     }
-    QVariant value(int role) const override { return role == ViewRoles::GroupRole ? name : QVariant(); }
+    QVariant value(int role) const override;
 
     QString name;
     QString rdc;
@@ -93,6 +93,20 @@ QString TunerClassModel::ClassRow::text(int column) const
         return cost != 0 ? QString::number(cost) : QString();
     default:
         return description;
+    }
+}
+
+QVariant TunerClassModel::ClassRow::value(int role) const
+{
+    switch (role) {
+    case ViewRoles::GroupRole:
+        return name;
+    case ViewRoles::FreeRole:
+        return freeNow();
+    case ViewRoles::CountRole:
+        return all;
+    default:
+        return QVariant();
     }
 }
 
@@ -256,7 +270,7 @@ bool TunerClassModel::showStale(Section& section)
 {
     return tellRoles(root(), firstRow(section), section.rowCount,
                      {ViewRoles::StaleRole, ViewRoles::LastKnownRole, Qt::ToolTipRole, Qt::DisplayRole,
-                      ViewRoles::SortRole, ViewRoles::SearchRole});
+                      ViewRoles::SortRole, ViewRoles::SearchRole, ViewRoles::FreeRole});
 }
 
 bool TunerClassModel::showPlaces(ClassSection& section, const std::vector<int>& places)

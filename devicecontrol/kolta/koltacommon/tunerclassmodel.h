@@ -10,8 +10,9 @@ namespace Kolta {
 /// TunerClassTree. A server without classes shows the default ones.
 ///
 /// The key of a class is its server and the names on the way to it, that of a tuner as in TunerModel. Nothing
-/// is free on a server that is away. The state (ViewRoles::StateRole) of tuners is as in TunerModel; classes
-/// have none.
+/// is free on a server that is away. How many tuners servers and classes have, and of these are free, are
+/// ViewRoles::CountRole and FreeRole, which tuners do not have. The state (ViewRoles::StateRole) of tuners is
+/// as in TunerModel; classes have none.
 class KOLTA_COMMON_EXPORT TunerClassModel final : public ServersModel
 {
     Q_OBJECT

@@ -77,6 +77,7 @@ struct TunerModel::TunerRow : Row
     bool isInUse() const { return entry.state == TunerBookingManager::eInUse; }
     bool isBeginUnknown() const { return isInUse() && !entry.since.isValid(); }
     bool isUserUnknown() const { return isInUse() && entry.user.isEmpty(); }
+    QString sinceText() const;
 
     TunerSection& section;
     TunerEntry entry;
@@ -102,8 +103,7 @@ QString TunerModel::TunerRow::text(int column) const
     case eUserColumn:
         return isUserUnknown() ? tr("no processor shown") : entry.user;
     case eSinceColumn:
-        return isBeginUnknown() ? tr("before %1").arg(ViewTexts::time(entry.seen))
-                                : ViewTexts::time(entry.since);
+        return sinceText();
     case eAddressColumn:
         return tuner.GetTavikResource().GetAddress();
     case eOptionsColumn:
@@ -111,6 +111,15 @@ QString TunerModel::TunerRow::text(int column) const
     default:
         return origin->address;
     }
+}
+
+/// Of a server that is away, when it was known last.
+QString TunerModel::TunerRow::sinceText() const
+{
+    if (origin->isStale)
+        return origin->lastKnown.isValid() ? tr("last known %1").arg(ViewTexts::time(origin->lastKnown))
+                                           : tr("last known earlier");
+    return isBeginUnknown() ? tr("before %1").arg(ViewTexts::time(entry.seen)) : ViewTexts::time(entry.since);
 }
 
 QVariant TunerModel::TunerRow::sortValue(int column) const
@@ -241,7 +250,9 @@ bool TunerModel::showPlaces(TunerSection& section, const std::vector<int>& place
 bool TunerModel::showStale(Section& section)
 {
     if (m_grouping == Grouping::None)
-        return ServersModel::showStale(section);
+        return tellRoles(root(), firstRow(section), section.rowCount,
+                         {ViewRoles::StaleRole, ViewRoles::LastKnownRole, Qt::ToolTipRole, Qt::DisplayRole,
+                          ViewRoles::SearchRole});
     if (!showGroups())
         return false;
     std::map<int, std::vector<RowChange>> changes;

@@ -39,7 +39,7 @@ public:
         eBandwidthColumn, ///< the widest for software processing
         eStateColumn,
         eUserColumn,
-        eSinceColumn,
+        eSinceColumn, ///< of a server that is away: when it was known last
         eServerColumn,
         eAddressColumn, ///< where the server reaches the device
         eOptionsColumn, ///< option codes of the device

@@ -9,7 +9,7 @@ const QHash<int, QByteArray>& names()
         {ServerRole, "server"},   {GuidRole, "guid"},     {SortRole, "sort"},
         {StateRole, "state"},     {StaleRole, "stale"},   {LastKnownRole, "lastKnown"},
         {PlannedRole, "planned"}, {HolderRole, "holder"}, {SinceRole, "since"},
-        {SearchRole, "search"}};
+        {SearchRole, "search"},   {FreeRole, "free"},     {CountRole, "count"}};
     return all;
 }
 

@@ -24,10 +24,12 @@ enum Role : int {
     PlannedRole,   ///< bool: planned in this process
     HolderRole,    ///< text: who holds it, in full
     SinceRole,     ///< QDateTime since when the state is so, if the model saw it begin; else invalid
-    SearchRole     ///< the texts of all columns in lower case, for filters
+    SearchRole,    ///< the texts of all columns in lower case, for filters
+    FreeRole,      ///< how many tuners of those that the row stands for are free
+    CountRole      ///< how many it stands for
 };
 
-/// What the roles are called in roleNames(), "key" to "search".
+/// What the roles are called in roleNames(), "key" to "count".
 KOLTA_COMMON_EXPORT const QHash<int, QByteArray>& names();
 /// What roleNames() of a model answers whose base has these: they, and those above.
 KOLTA_COMMON_EXPORT QHash<int, QByteArray> namesBeside(QHash<int, QByteArray> ofBase);
