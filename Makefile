@@ -61,8 +61,10 @@ bench: packages-build+bench build/bench/build.ninja ## build and run the benchma
 
 fluency: packages-build+bench build/bench/build.ninja ## how long the console makes people wait, on a machine without other work
 	@$(call build,bench) --target kolta_fluency
-	@QT_QPA_PLATFORM=offscreen build/bench/bin/kolta_fluency 100 100 14 3
-	@QT_QPA_PLATFORM=offscreen build/bench/bin/kolta_fluency 1 10000 14 3
+	@export QT_QPA_PLATFORM=offscreen; missed=0; \
+	    for size in '100 100' '1 10000'; do \
+	        build/bench/bin/kolta_fluency $$size 14 3 || missed=1; \
+	    done; exit $$missed
 
 soak: packages-build+bench build/bench/build.ninja ## good and hostile clients at two servers, for MINUTES=10
 	@$(call build,bench) --target kolta_soak

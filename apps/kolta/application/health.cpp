@@ -35,10 +35,8 @@ struct Finding
 Finding findingOf(const SurveyedServer& server)
 {
     if (!server.isLive()) {
-        const bool isOnItsWay = server.link == QLatin1String("suspect") ||
-                                server.link == QLatin1String("joining") ||
-                                server.link == QLatin1String("withdrawn");
-        return {isOnItsWay ? Health::Warning : Health::Critical,
+        const bool isGone = server.standing == TreeMirror::Standing::Gone;
+        return {isGone ? Health::Critical : Health::Warning,
                 QStringLiteral("%1 is %2").arg(server.name, server.link)};
     }
     if (!server.figures || !server.figures->isConnected)

@@ -150,7 +150,7 @@ bool LocalInstallation::start(int milliseconds, const std::function<bool()>& isU
     if (!makeBroker(error))
         return false;
     for (int number = 1; number <= m_settings.servers; ++number) {
-        if (!makeServer(QStringLiteral("S%1").arg(number), error))
+        if (!makeServer(KoltaSimulation::Installation::usualName(number), error))
             return false;
     }
     m_isStarting = true;

@@ -26,17 +26,18 @@ std::unique_ptr<Survey> Survey::start(const CommandLine& line)
 
 QVector<SurveyedServer> Survey::servers() const
 {
+    using Standing = TreeMirror::Standing;
     std::map<QString, SurveyedServer> found;
     const auto isWanted = [this](const QString& name) {
         return m_wanted.isEmpty() || m_wanted.contains(name);
     };
     // Who was asked for and is not there is missing.
     for (const QString& name : m_wanted)
-        found[name] = {name, QStringLiteral("missing"), -1, std::nullopt};
+        found[name] = {name, QStringLiteral("missing"), Standing::Gone, -1, std::nullopt};
     const auto branches = mirror() ? mirror()->branches() : QVector<TreeMirror::Branch>();
     for (const TreeMirror::Branch& branch : branches) {
         if (isWanted(branch.name))
-            found[branch.name] = {branch.name, branch.state, branch.beatAgeMs, std::nullopt};
+            found[branch.name] = {branch.name, branch.state, branch.standing, branch.beatAgeMs, std::nullopt};
     }
     for (Server* const server : m_installation->interfaces()) {
         const QString& name = server->getAddress();
@@ -44,7 +45,7 @@ QVector<SurveyedServer> Survey::servers() const
             continue;
         SurveyedServer& entry = found[name];
         if (!mirror())
-            entry = {name, QStringLiteral("live"), -1, std::nullopt};
+            entry = {name, QStringLiteral("live"), Standing::Live, -1, std::nullopt};
         entry.figures = ServerFigures::of(*server);
     }
     QVector<SurveyedServer> servers;

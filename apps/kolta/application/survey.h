@@ -1,6 +1,7 @@
 #pragma once
 
 #include "serverfigures.h"
+#include "treemirror.h"
 
 #include <QString>
 #include <QVector>
@@ -15,10 +16,11 @@ struct SurveyedServer
 {
     QString name;
     QString link = QStringLiteral("live"); ///< how this process stands to the server, as "servers" tells it
-    qint64 beatAgeMs = -1;                 ///< since its last sign of life; -1: unknown
-    std::optional<ServerFigures> figures;  ///< none while its content has not come
+    TreeMirror::Standing standing = TreeMirror::Standing::Live;
+    qint64 beatAgeMs = -1;                ///< since its last sign of life; -1: unknown
+    std::optional<ServerFigures> figures; ///< none while its content has not come
 
-    bool isLive() const { return link == QLatin1String("live"); }
+    bool isLive() const { return standing == TreeMirror::Standing::Live; }
 };
 
 /// Looks at the servers of an installation as they are, also at those that are not there: for commands that

@@ -25,6 +25,22 @@ namespace {
 /// A branch of a recording that is not live by then is not live at that time.
 constexpr int kReplayLiveMs = 400;
 
+TreeMirror::Standing standingOf(distribution::BranchState state)
+{
+    using distribution::BranchState;
+    switch (state) {
+    case BranchState::Live:
+        return TreeMirror::Standing::Live;
+    case BranchState::Joining:
+    case BranchState::Suspect:
+        return TreeMirror::Standing::OnItsWay;
+    case BranchState::Withdrawn:
+        return TreeMirror::Standing::Left;
+    default:
+        return TreeMirror::Standing::Gone;
+    }
+}
+
 /// Whether the recording can be played, but not from the time that somebody wants.
 bool isTimeAtFault(const QString& url)
 {
@@ -59,12 +75,12 @@ struct TreeMirror::Private
 {
     explicit Private(const distribution::LinkOptions& options) : link(values::Tree::Instance(), options) {}
 
-    distribution::TreeLink link;
     QString problem;
     QString failure; ///< the first of changes made here that did not last
     int connections = 0;
     bool wasAdmitted = false; ///< to a recording
     std::function<void(bool, const QString&)> listener;
+    distribution::TreeLink link; ///< tells of open changes when it ends, to what is above
 };
 
 std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
@@ -159,6 +175,7 @@ QVector<TreeMirror::Branch> TreeMirror::branches() const
         Branch branch;
         branch.name = status.name;
         branch.state = distribution::ToText(status.state);
+        branch.standing = standingOf(status.state);
         branch.host = status.host;
         branch.epoch = status.epoch.isNull() ? QString() : status.epoch.toString(QUuid::WithoutBraces);
         branch.beatAgeMs = status.beatAgeMs;

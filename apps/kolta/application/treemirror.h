@@ -69,10 +69,13 @@ public:
     /// Empty when all of it lasts; else one line that says what did not since the last call.
     QString settle(int milliseconds);
 
+    /// How a branch's owner stands to this process.
+    enum class Standing { Live, OnItsWay, Left, Gone };
     struct Branch
     {
         QString name;
-        QString state;
+        QString state; ///< the word for it: "live", "lost" and so on
+        Standing standing = Standing::Gone;
         QString host;
         QString epoch;
         QString basePath; ///< of the server's administrative node; empty when it has none
@@ -80,9 +83,9 @@ public:
         QVector<QPair<int, quint64>> numbers; ///< each of its channels, and its newest change
         int openWishes = 0;
 
-        bool isLive() const { return state == QLatin1String("live"); }
+        bool isLive() const { return standing == Standing::Live; }
         /// By itself.
-        bool hasLeft() const { return state == QLatin1String("withdrawn"); }
+        bool hasLeft() const { return standing == Standing::Left; }
         QJsonObject toJson() const;
     };
     /// All that have been heard of, by name.
