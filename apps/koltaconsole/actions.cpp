@@ -130,7 +130,7 @@ QString ActionTable::enabledBecause(const QString& id) const
         return tr("There is no such action.");
     if (entry->changes && m_session.isReadOnly())
         return m_session.whyReadOnly();
-    if ((entry->needs & eLink) && !m_session.link().isUp)
+    if (entry->needsLink && !m_session.link().isUp)
         return tr("It needs the link to the broker.");
     for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {
         const auto right = UserRights::GetRightValueByIndex(place);

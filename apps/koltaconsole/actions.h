@@ -28,16 +28,13 @@ class ActionTable : public QObject
     Q_OBJECT
 
 public:
-    /// What must be there before an action can be done.
-    enum Need : unsigned { eNothing = 0, eLink = 1 };
-
     struct Entry
     {
         QString id;
         QString text;
         QKeySequence shortcut;
         Kolta::UserRights::eManagementRights rights; ///< all of them; none: everybody may
-        unsigned needs = eNothing;
+        bool needsLink = false;
         /// The `kolta` line that does the same, several for several objects; empty for none.
         std::function<QString()> line;
         bool tellsAfterwards = false; ///< the line says what came of it

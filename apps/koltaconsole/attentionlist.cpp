@@ -9,6 +9,12 @@
 
 namespace KoltaConsole {
 
+namespace {
+
+constexpr int kRowHeight = 26;
+
+} // namespace
+
 AttentionList::AttentionList(Session& session, QWidget* parent)
     : QFrame(parent), m_session(session), m_list(new QListWidget(this))
 {
@@ -35,24 +41,44 @@ AttentionList::AttentionList(Session& session, QWidget* parent)
 
 void AttentionList::fill()
 {
-    const int row = m_list->currentRow();
-    m_list->clear();
+    QStringList texts, addresses;
     for (const ServerFacts& facts : m_session.facts()) {
         if (!facts.needsAttention())
             continue;
-        auto* const item = new QListWidgetItem(
-            QStringLiteral("%1  %2, %3").arg(facts.address, facts.look().word, facts.reason()), m_list);
-        item->setData(Qt::UserRole, facts.address);
-        item->setSizeHint({0, 26});
+        texts.append(QStringLiteral("%1  %2, %3").arg(facts.address, facts.look().word, facts.reason()));
+        addresses.append(facts.address);
     }
-    if (m_list->count() == 0)
-        m_list->addItem(tr("nothing needs attention"));
-    m_list->setCurrentRow(qBound(-1, row, m_list->count() - 1));
-    resize(400, qMin(12, m_list->count()) * 26 + 6);
+    if (texts.isEmpty()) {
+        texts.append(tr("nothing needs attention"));
+        addresses.append(QString());
+    }
+    setTexts(texts, addresses);
+    resize(400, qMin(12, m_list->count()) * kRowHeight + 6);
+}
+
+/// Rows stay the same ones as long as they are of the same servers: somebody may just press a button on one.
+/// Otherwise the current one stays the same server's; one that needs nothing any more has no heir.
+void AttentionList::setTexts(const QStringList& texts, const QStringList& addresses)
+{
+    if (m_addresses != addresses) {
+        const QString current = m_addresses.value(m_list->currentRow());
+        m_list->clear();
+        for (const QString& address : addresses) {
+            auto* const item = new QListWidgetItem(m_list);
+            item->setData(Qt::UserRole, address);
+            item->setSizeHint({0, kRowHeight});
+        }
+        m_list->setCurrentRow(current.isEmpty() ? -1 : addresses.indexOf(current));
+        m_addresses = addresses;
+    }
+    for (int row = 0; row < texts.size(); ++row)
+        m_list->item(row)->setText(texts.at(row));
 }
 
 void AttentionList::open()
 {
+    if (!isVisible())
+        m_hasGone = false;
     fill();
     raise();
     show();
@@ -61,20 +87,21 @@ void AttentionList::open()
 
 void AttentionList::step(int by)
 {
-    const bool wasOpen = isVisible();
     open();
-    const int count = m_list->count();
-    const int row = wasOpen ? (m_list->currentRow() + by + count) % count : by > 0 ? 0 : count - 1;
+    const int count = m_list->count(), current = m_list->currentRow();
+    const bool goesOn = m_hasGone && current >= 0;
+    const int row = goesOn ? (current + by + count) % count : by > 0 ? 0 : count - 1;
     m_list->setCurrentRow(row);
-    if (wasOpen)
-        want(m_list->item(row));
+    want(m_list->item(row));
 }
 
 void AttentionList::want(const QListWidgetItem* item)
 {
     const QString address = item ? item->data(Qt::UserRole).toString() : QString();
-    if (!address.isEmpty())
-        Q_EMIT si_ServerWanted(address);
+    if (address.isEmpty())
+        return;
+    m_hasGone = true;
+    Q_EMIT si_ServerWanted(address);
 }
 
 void AttentionList::keyPressEvent(QKeyEvent* event)

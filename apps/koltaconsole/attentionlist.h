@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFrame>
+#include <QStringList>
 
 class QListWidget;
 class QListWidgetItem;
@@ -17,7 +18,7 @@ class AttentionList : public QFrame
 public:
     AttentionList(Session& session, QWidget* parent);
 
-    /// Goes to the next, or the one before; opens the list.
+    /// Opens the list. Goes to the worst, or the last, and from there to the next, or the one before.
     void step(int by);
     void open();
 
@@ -29,10 +30,13 @@ protected:
 
 private:
     void fill();
+    void setTexts(const QStringList& texts, const QStringList& addresses);
     void want(const QListWidgetItem* item);
 
     Session& m_session;
     QListWidget* m_list;
+    QStringList m_addresses; ///< of the rows
+    bool m_hasGone = false;  ///< to a server since it was opened
 };
 
 } // namespace KoltaConsole

@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QToolButton>
+#include <QTreeView>
 
 namespace KoltaConsole {
 
@@ -48,6 +49,18 @@ void FilterBar::tell(const QString& count, bool isNothing)
 {
     m_count->setText(count);
     m_clear->setVisible(isNothing && !m_line->text().isEmpty());
+}
+
+int FilterBar::showRows(QTreeView& table, const std::function<bool(int row)>& fits)
+{
+    int shown = 0;
+    for (int row = 0; row < table.model()->rowCount(); ++row) {
+        const bool isShown = fits(row);
+        if (table.isRowHidden(row, QModelIndex()) == isShown)
+            table.setRowHidden(row, QModelIndex(), !isShown);
+        shown += isShown ? 1 : 0;
+    }
+    return shown;
 }
 
 } // namespace KoltaConsole

@@ -2,9 +2,12 @@
 
 #include <QWidget>
 
+#include <functional>
+
 class QHBoxLayout;
 class QLineEdit;
 class QToolButton;
+class QTreeView;
 
 namespace KoltaConsole {
 
@@ -26,6 +29,9 @@ public:
     void addWidget(QWidget* widget);
     /// Nothing fits: `count` says so.
     void tell(const QString& count, bool isNothing);
+    /// Hides the top rows of a table that do not fit, where they stand: the chosen one stays chosen. Says how
+    /// many are shown.
+    static int showRows(QTreeView& table, const std::function<bool(int row)>& fits);
 
 private:
     QHBoxLayout* m_layout;

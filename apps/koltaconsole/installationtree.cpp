@@ -107,6 +107,21 @@ QString InstallationModel::toolTipOf(const QModelIndex& tuner) const
                             : tr("Tuner %1, %2: %3").arg(name, state, holder);
 }
 
+/// Of a server that is away nobody knows how many are free.
+QString InstallationModel::countsText(const QModelIndex& tunerClass) const
+{
+    const QVariant count = tunerClass.data(Roles::CountRole);
+    if (!count.isValid())
+        return QString();
+    const int all = count.toInt();
+    if (all == 0)
+        return tr("no tuners");
+    const bool isStale = tunerClass.data(Roles::StaleRole).toBool() ||
+                         m_session.factsOf(tunerClass.data(Roles::ServerRole).toString()).isStale();
+    return isStale ? tr("%L1 tuners").arg(all)
+                   : tr("%L1 of %L2 free").arg(tunerClass.data(Roles::FreeRole).toInt()).arg(all);
+}
+
 QStringList InstallationModel::classesAt(const QModelIndex& index) const
 {
     QStringList names;
@@ -132,8 +147,7 @@ QVariant InstallationModel::data(const QModelIndex& index, int role) const
         const auto look = lookOf(index);
         if (look)
             return look->word;
-        const QString free = QSortFilterProxyModel::data(index, role).toString();
-        return free.isEmpty() ? QVariant() : tr("%1 free").arg(free);
+        return countsText(index.sibling(index.row(), 0));
     }
     if (role == Qt::DisplayRole && isTuner(index)) {
         const QString name = runningAt(index).name;

@@ -39,6 +39,7 @@ protected:
 private:
     RunningOnTuner runningAt(const QModelIndex& tuner) const;
     QString toolTipOf(const QModelIndex& tuner) const;
+    QString countsText(const QModelIndex& tunerClass) const;
 
     Session& m_session;
     QHash<QString, RunningOnTuner> m_running;

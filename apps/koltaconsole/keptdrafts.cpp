@@ -5,7 +5,6 @@
 
 #include <QJsonDocument>
 #include <QSettings>
-#include <QUrl>
 
 namespace KoltaConsole {
 
@@ -22,13 +21,9 @@ KeptDrafts::~KeptDrafts()
     save();
 }
 
-/// Addresses have slashes, which settings would take for groups.
 QString KeptDrafts::keyOf(const QString& server) const
 {
-    const auto encoded = [](const QString& text) {
-        return QString::fromLatin1(QUrl::toPercentEncoding(text));
-    };
-    return QStringLiteral("%1/%2/%3").arg(m_kind, encoded(m_installation), encoded(server));
+    return keptKey(m_kind, {m_installation, server});
 }
 
 QJsonObject KeptDrafts::of(const QString& server) const

@@ -85,8 +85,7 @@ QString classWithFreeTuners(const Kolta::TunerClassModel& model, const QModelInd
         const QModelIndex name = model.index(row, TunerClassModel::eNameColumn, parent);
         if (name.data(Kolta::ViewRoles::StateRole).isValid()) // a tuner
             continue;
-        const QString free = model.index(row, TunerClassModel::eFreeColumn, parent).data().toString();
-        if (parent.isValid() && free.section(QLatin1Char(' '), 0, 0).toInt() > 0)
+        if (parent.isValid() && name.data(Kolta::ViewRoles::FreeRole).toInt() > 0)
             return name.data().toString();
         const QString inner = classWithFreeTuners(model, name);
         if (!inner.isEmpty())

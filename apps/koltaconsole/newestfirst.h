@@ -13,7 +13,7 @@ template<class Row, int most>
 class NewestFirst : public QAbstractTableModel
 {
 public:
-    static constexpr int kMost = most;
+    static constexpr int kMost = most; ///< rows
 
     using QAbstractTableModel::QAbstractTableModel;
 
@@ -23,6 +23,7 @@ public:
     }
 
 protected:
+    /// The newest is row 0.
     const Row& rowAt(int row) const { return m_rows.at(static_cast<std::size_t>(row)); }
 
     /// Takes the rows of `fresh`, oldest first and no more than `most`, and leaves it empty.

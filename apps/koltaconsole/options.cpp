@@ -4,6 +4,7 @@
 
 #include <common/programoptions.h>
 #include <common/usualtree.h>
+#include <simulation/installation.h>
 
 #include <QSettings>
 
@@ -51,7 +52,7 @@ constexpr char kDescription[] =
 bool isSimulated(const QString& server, int servers)
 {
     for (int number = 1; number <= servers; ++number) {
-        if (server == QStringLiteral("S%1").arg(number))
+        if (server == KoltaSimulation::Installation::usualName(number))
             return true;
     }
     return false;

@@ -3,6 +3,7 @@
 #include <koltacommon/guidtext.h>
 
 #include <QSettings>
+#include <QUrl>
 
 namespace KoltaConsole {
 
@@ -37,6 +38,14 @@ ProductionOrder readOrder(const QSettings& settings)
     return order;
 }
 
+QString keptKey(const QString& kind, const QStringList& of)
+{
+    QString key = kind;
+    for (const QString& each : of)
+        key += QLatin1Char('/') + QString::fromLatin1(QUrl::toPercentEncoding(each));
+    return key;
+}
+
 OrderDraft::OrderDraft(QObject* parent) : QObject(parent)
 {
     m_keeping.setSingleShot(true);
@@ -54,10 +63,11 @@ bool OrderDraft::isEmpty() const
            m_order.bandwidth <= 0;
 }
 
-void OrderDraft::set(const ProductionOrder& order, const QString& server)
+void OrderDraft::set(const ProductionOrder& order, const QString& server, const QString& tuner)
 {
     m_order = order;
     m_server = server;
+    m_tuner = tuner;
     Q_EMIT si_Changed();
 }
 
@@ -65,13 +75,14 @@ void OrderDraft::setBand(double from, double to)
 {
     m_order.frequency = (from + to) / 2;
     m_order.bandwidth = to - from;
+    m_tuner.clear();
     Q_EMIT si_Changed();
 }
 
 void OrderDraft::restore()
 {
     QSettings settings;
-    settings.beginGroup(QStringLiteral("order"));
+    settings.beginGroup(keptKey(QStringLiteral("order"), {m_installation}));
     m_order = readOrder(settings);
     m_server = settings.value(QStringLiteral("server")).toString();
     m_isKept = true;
@@ -80,7 +91,7 @@ void OrderDraft::restore()
 void OrderDraft::save() const
 {
     QSettings settings;
-    settings.beginGroup(QStringLiteral("order"));
+    settings.beginGroup(keptKey(QStringLiteral("order"), {m_installation}));
     writeOrder(settings, m_order);
     settings.setValue(QStringLiteral("server"), m_server);
 }

@@ -44,6 +44,7 @@ void OrdersUnderWay::follow(ProductionJob& job, const QString& server, const QSt
     entry.server = server;
     entry.order = job.order();
     entry.job = &job;
+    entry.began = QDateTime::currentDateTime();
     m_entries.push_back(entry);
     // Which production it is, and on which tuner, is known only then.
     connect(&job, &Operation::progressed, this, [this, number] {

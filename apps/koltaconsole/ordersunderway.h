@@ -31,8 +31,9 @@ public:
         Kolta::ProductionOrder order;
         QPointer<Kolta::ProductionJob> job; ///< null once it has ended
         QString tuner;                      ///< name
-        QDateTime ended;                    ///< invalid while it is being started
-        bool isRefused = false;             ///< it was decided against it; otherwise something failed
+        QDateTime began;
+        QDateTime ended;        ///< invalid while it is being started
+        bool isRefused = false; ///< it was decided against it; otherwise something failed
         QString reason;
     };
     /// How long the latter are kept.

@@ -73,20 +73,9 @@ RowIndex::Entry RowIndex::read(int sourceRow)
     readGroup(sourceRow, entry);
     entry.isMatching = !m_filter || m_filter(sourceRow, entry.search);
     readKey(sourceRow, entry);
-    entry.server = serverKey(sourceRow);
+    entry.server =
+        m_serverOrder.keyOf(sourceModel()->index(sourceRow, 0).data(Kolta::ViewRoles::ServerRole).toString());
     return entry;
-}
-
-/// Made once for all rows of a server.
-QString RowIndex::serverKey(int sourceRow)
-{
-    const QString server = sourceModel()->index(sourceRow, 0).data(Kolta::ViewRoles::ServerRole).toString();
-    if (server.isEmpty())
-        return QString();
-    QString& key = m_serverKeys[server];
-    if (key.isNull())
-        key = Kolta::ViewRoles::sortText(server);
-    return key;
 }
 
 void RowIndex::readKey(int sourceRow, Entry& entry) const

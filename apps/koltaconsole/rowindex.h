@@ -1,5 +1,7 @@
 #pragma once
 
+#include "serverorder.h"
+
 #include <QAbstractProxyModel>
 #include <QHash>
 #include <QSet>
@@ -110,7 +112,6 @@ private:
     void follow();
     Entry read(int sourceRow);
     void readKey(int sourceRow, Entry& entry) const;
-    QString serverKey(int sourceRow);
     void readAll();
     // Rows and headings in one order: a row of the source is its number, the heading of a group is ~group.
     bool isShown(const Entry& entry) const;
@@ -143,7 +144,7 @@ private:
     Grouping m_grouping;
     std::vector<Group> m_groups;
     QHash<QString, int> m_groupIds; ///< by name
-    QHash<QString, QString> m_serverKeys;
+    ServerOrder m_serverOrder;
     QVector<int> m_touched; ///< groups whose numbers may have changed
     QSet<QString> m_folded;
     int m_matches = 0;

@@ -85,7 +85,7 @@ ActionTable::Entry ServerActions::entry(const char* id, const QString& text, Use
     entry.id = QLatin1String(id);
     entry.text = text;
     entry.rights = Kolta::rightFor(action);
-    entry.needs = ActionTable::eLink;
+    entry.needsLink = true;
     entry.changes = true;
     entry.problem = [this] { return problem(); };
     entry.object = [this] { return target(); };

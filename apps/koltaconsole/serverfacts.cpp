@@ -152,4 +152,10 @@ QString timeText(const QDateTime& time)
     return QLocale().toString(time, QLocale::ShortFormat);
 }
 
+QString withoutAddress(const QString& reason, const QString& address)
+{
+    const QString beginning = address + QLatin1String(": ");
+    return reason.startsWith(beginning) ? reason.mid(beginning.size()) : reason;
+}
+
 } // namespace KoltaConsole

@@ -63,5 +63,8 @@ ServerFacts readFacts(const Kolta::ServerModel& model, int row, BranchCondition 
 QString lastKnownText(const QDateTime& time);
 /// "12:03:10" today, in a replay on the day that is played, "yesterday 23:14", else the date.
 QString timeText(const QDateTime& time);
+/// Why the broker is not there, without its address, which such a reason begins with: for where it stands
+/// beside that.
+QString withoutAddress(const QString& reason, const QString& address);
 
 } // namespace KoltaConsole

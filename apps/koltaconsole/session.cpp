@@ -3,6 +3,7 @@
 #include "options.h"
 #include "orderdraft.h"
 #include "ordersunderway.h"
+#include "serverfactslist.h"
 #include "simulatedinstallation.h"
 #include "tracelines.h"
 
@@ -30,10 +31,6 @@
 
 #include <QFileInfo>
 #include <QHash>
-#include <QTimer>
-#include <QUrl>
-
-#include <algorithm>
 
 namespace KoltaConsole {
 
@@ -42,11 +39,6 @@ using Kolta::UserRights;
 
 namespace {
 
-constexpr int kGatherMs = 100;
-constexpr int kSecondMs = 1000;
-constexpr int kForgetMs = 60000;
-constexpr int kLeaverDays = 1; ///< that a server is shown after it has left by itself
-
 /// Where nothing says which time zone it is, the C library asks the file system at every conversion of a
 /// time, of which a page does thousands.
 void nameTimeZone()
@@ -54,18 +46,6 @@ void nameTimeZone()
     if (!qEnvironmentVariableIsSet("TZ"))
         qputenv("TZ", ":/etc/localtime");
 }
-
-#ifdef KOLTA_WITH_DISTRIBUTION
-/// It is shown, and others take it over.
-QString withoutPassword(const QString& url)
-{
-    QUrl parsed(url);
-    if (parsed.password().isEmpty())
-        return url;
-    parsed.setPassword(QString());
-    return parsed.toString();
-}
-#endif
 
 } // namespace
 
@@ -85,55 +65,24 @@ struct Session::Parts
     Kolta::Journal journal;
     OrderDraft draft;
     OrdersUnderWay ordersUnderWay{events};
-    QTimer gathering;
-    QTimer counting;
-    QTimer returning; ///< the link is back, the servers perhaps not yet
-    QTimer forgetting;
+    ServerFactsList facts{servers, [this] { return oddBranches(); }};
 
-    /// Of those that are not as they should be, by name.
+    /// Of the servers' branches, by name.
     QHash<QString, SeenBranch> oddBranches() const;
 };
 
 QHash<QString, SeenBranch> Session::Parts::oddBranches() const
 {
-    QHash<QString, SeenBranch> conditions;
 #ifdef KOLTA_WITH_DISTRIBUTION
-    for (const distribution::BranchStatus& branch :
-         link ? link->branches() : QVector<distribution::BranchStatus>()) {
-        switch (branch.state) {
-        case distribution::BranchState::Suspect:
-            conditions.insert(branch.name, {BranchCondition::Silent, branch.beatAgeMs});
-            break;
-        case distribution::BranchState::Withdrawn:
-            conditions.insert(branch.name, {BranchCondition::Withdrawn, branch.beatAgeMs});
-            break;
-        case distribution::BranchState::Forbidden:
-            conditions.insert(branch.name, {BranchCondition::Forbidden, branch.beatAgeMs});
-            break;
-        default:
-            break;
-        }
-    }
+    return branches ? branches->odd() : QHash<QString, SeenBranch>();
+#else
+    return {};
 #endif
-    return conditions;
 }
 
 Session::Session() : d(std::make_unique<Parts>())
 {
-    d->gathering.setSingleShot(true);
-    connect(&d->gathering, &QTimer::timeout, this, &Session::readFacts);
-    d->counting.setSingleShot(true);
-    d->counting.setInterval(kSecondMs);
-    connect(&d->counting, &QTimer::timeout, this, &Session::readFacts);
-    d->returning.setSingleShot(true);
-    d->returning.setInterval(Kolta::InstallationEvents::kReturnMs);
-    connect(&d->returning, &QTimer::timeout, this, [this] {
-        m_outOfSightSince = QDateTime();
-        gather();
-    });
-    d->forgetting.setInterval(kForgetMs);
-    connect(&d->forgetting, &QTimer::timeout, this, &Session::forgetLeavers);
-    d->forgetting.start();
+    connect(&d->facts, &ServerFactsList::si_Changed, this, &Session::si_FactsChanged);
     auto& rights = UserRights::Instance();
     connect(&rights, &UserRights::si_UserChanged, this, &Session::si_UserChanged);
     connect(&rights, &UserRights::si_UserRightsChanged, this, &Session::si_UserChanged);
@@ -150,6 +99,7 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     auto& registry = KoltaServerRegistry::Instance();
     registry.setDiscovery(true);
     Parts& parts = *session->d;
+    parts.draft.setInstallation(session->m_url);
     parts.servers.followRegistry(registry);
     parts.tuners.followRegistry(registry);
     parts.classes.followRegistry(registry);
@@ -157,13 +107,7 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     parts.events.followRegistry(registry);
     const bool hasFile = options.servers == 0 && !session->replay();
     session->startJournal(hasFile ? Kolta::Journal::pathFor(options.url) : QString(), options.isRemembered);
-    Session* const own = session.get();
-    const auto gather = [own] { own->gather(); };
-    connect(&parts.servers, &QAbstractItemModel::dataChanged, own, gather);
-    connect(&parts.servers, &QAbstractItemModel::rowsInserted, own, gather);
-    connect(&parts.servers, &QAbstractItemModel::rowsRemoved, own, gather);
-    connect(&parts.servers, &QAbstractItemModel::rowsMoved, own, gather);
-    own->readFacts();
+    parts.facts.read();
     return session;
 }
 
@@ -197,12 +141,12 @@ bool Session::mirror(const Options& options, QString& error)
     auto link = distribution::LinkOptions::FromConfiguration(options.url, problem);
     if (!link) {
         error = QStringLiteral("--tree: %1").arg(problem);
-        if (problem.contains(QLatin1String("expected mqtt")))
-            error += QStringLiteral(" or replay:FILE[?speed=N][&from=TIME]");
         return false;
     }
     link->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
-    m_url = withoutPassword(options.url);
+    m_url = link->mqtt.address.ToText();
+    if (const auto address = distribution::BrokerAddress::FromUrl(options.url, problem))
+        m_treeUrl = address->ToUrl(); // others find the user of an access file themselves
     m_link = {false, false, QDateTime::currentDateTime(), tr("connecting")};
     d->link = std::make_unique<distribution::TreeLink>(values::Tree::Instance(), *link);
     if (replay())
@@ -212,7 +156,7 @@ bool Session::mirror(const Options& options, QString& error)
     });
     d->branches = std::make_unique<TreeBranches>(*d->link, m_url);
     connect(d->link.get(), &distribution::TreeLink::si_LinkChanged, this, &Session::noteLink);
-    connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, this, &Session::gather);
+    connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, &d->facts, &ServerFactsList::gather);
     connect(d->link.get(), &distribution::TreeLink::si_WishFailed, this, &Session::si_WishFailed);
     d->link->mirror(link->branches);
     startUsers(Startup::CfgCenter::Instance().Text(QStringLiteral("Users"), QStringLiteral("File")));
@@ -224,7 +168,6 @@ void Session::beginReplay()
 {
     m_isReadOnly = true;
     m_url = tr("replay of %1").arg(QFileInfo(replay()->file()).fileName());
-    d->events.setTimeSource([this] { return now(); });
     Kolta::ViewTime::setSource([this] { return now(); });
     m_link.since = now();
     if (!replay()->cut().isEmpty())
@@ -235,7 +178,7 @@ void Session::beginReplay()
 QString Session::treeUrl() const
 {
     if (!replay())
-        return isSimulated() ? QString() : m_url;
+        return m_treeUrl;
     distribution::ReplayAddress address;
     address.file = QFileInfo(replay()->file()).absoluteFilePath();
     if (replay()->position() > replay()->begin())
@@ -299,33 +242,38 @@ void Session::tell(const QString& text, Kolta::Event::Weight weight)
     d->journal.take(event);
 }
 
+/// In a replay, what the recorder met with.
+QString Session::linkText(bool isUp, const QString& reason) const
+{
+    if (!replay())
+        return isUp ? tr("the broker is there") : tr("the broker is gone: %1").arg(reason);
+    if (!isUp)
+        return tr("the recorder had lost the broker: %1").arg(reason);
+    return m_link.wasUp ? tr("the recorder had the broker again") : tr("the recording begins");
+}
+
 void Session::noteLink(bool isUp, const QString& reason)
 {
     const bool isOther = m_link.isUp != isUp;
     if (isOther)
         m_link.since = now();
     m_link.isUp = isUp;
-    m_link.text = reason;
+    m_link.text = withoutAddress(reason, m_url);
     if (isOther && m_link.wasUp) {
         d->events.setOutOfSight(!isUp);
-        if (isUp)
-            d->returning.start();
-        else
-            d->returning.stop();
-        if (!isUp && !m_outOfSightSince.isValid())
-            m_outOfSightSince = m_link.since;
+        d->facts.setOutOfSight(!isUp);
     }
     if (isOther) {
         Kolta::Event event;
         event.kind = Kolta::Event::Kind::Link;
-        event.weight = isUp ? Kolta::Event::Weight::Note : Kolta::Event::Weight::Alarm;
+        event.weight = isUp || replay() ? Kolta::Event::Weight::Note : Kolta::Event::Weight::Alarm;
         event.subject.type = Kolta::EventSubject::Type::Link;
         event.subject.guid = m_url;
-        event.text = isUp ? tr("the broker is there") : tr("the broker is gone: %1").arg(reason);
+        event.text = linkText(isUp, reason);
         d->events.tell(event);
     }
     m_link.wasUp = m_link.wasUp || isUp;
-    gather();
+    d->facts.gather();
     Q_EMIT si_LinkChanged();
 }
 
@@ -367,17 +315,12 @@ Kolta::Journal& Session::journal() const
 
 std::size_t Session::openWishes(const QString& server) const
 {
-    std::size_t open = 0;
 #ifdef KOLTA_WITH_DISTRIBUTION
-    for (const distribution::BranchStatus& branch :
-         d->link ? d->link->branches() : QVector<distribution::BranchStatus>()) {
-        if (branch.name == server)
-            open += branch.openWishes;
-    }
+    return d->branches ? d->branches->openWishes(server) : 0;
 #else
     Q_UNUSED(server)
+    return 0;
 #endif
-    return open;
 }
 
 OrderDraft& Session::draft() const
@@ -418,24 +361,24 @@ Kolta::KoltaServerInterface* Session::server(const QString& address) const
     return KoltaServerRegistry::Instance().server(address);
 }
 
+const QVector<ServerFacts>& Session::facts() const noexcept
+{
+    return d->facts.all();
+}
+
 ServerFacts Session::factsOf(const QString& address) const
 {
-    const auto found = std::find_if(m_facts.begin(), m_facts.end(),
-                                    [&](const ServerFacts& facts) { return facts.address == address; });
-    return found == m_facts.end() ? ServerFacts() : *found;
+    return d->facts.of(address);
 }
 
 bool Session::isSettled() const
 {
-    return !m_facts.isEmpty() && m_link.isUp &&
-           std::none_of(m_facts.begin(), m_facts.end(),
-                        [](const ServerFacts& facts) { return facts.condition == Condition::Starting; });
+    return !facts().isEmpty() && m_link.isUp && !d->facts.isAnyStarting();
 }
 
 int Session::attentionCount() const
 {
-    return static_cast<int>(std::count_if(m_facts.begin(), m_facts.end(),
-                                          [](const ServerFacts& facts) { return facts.needsAttention(); }));
+    return d->facts.attentionCount();
 }
 
 bool Session::isSimulated() const noexcept
@@ -470,64 +413,6 @@ bool Session::mayDo(UserRights::eManagementRights rights) const
 SimulatedInstallation* Session::simulation() const
 {
     return d->simulation.get();
-}
-
-/// What changes meanwhile is looked at together.
-void Session::gather()
-{
-    if (!d->gathering.isActive())
-        d->gathering.start(kGatherMs);
-}
-
-/// Of a server that the link cannot show what was so before stays true, until it can be seen again.
-ServerFacts Session::factsAt(int row, const SeenBranch& branch) const
-{
-    const QString address = d->servers.index(row, 0).data().toString();
-    ServerFacts now = KoltaConsole::readFacts(d->servers, row, branch.condition);
-    now.beatAgeMs = branch.beatAgeMs;
-    ServerFacts last = factsOf(address);
-    const bool isReturning = d->returning.isActive() && last.isOutOfSight;
-    if (!isOutOfSight() && !(isReturning && now.condition == Condition::Vanished))
-        return now;
-    if (last.address.isEmpty())
-        last = now;
-    if (!last.isStale())
-        last.lastKnown = m_outOfSightSince;
-    last.isOutOfSight = true;
-    return last;
-}
-
-void Session::forgetLeavers()
-{
-    const QDateTime limit = now().addDays(-kLeaverDays);
-    for (const ServerFacts& facts : qAsConst(m_facts)) {
-        if (facts.hasLeft() && !facts.isOutOfSight && facts.lastKnown.isValid() && facts.lastKnown < limit)
-            KoltaServerRegistry::Instance().removeServer(facts.address);
-    }
-}
-
-void Session::readFacts()
-{
-    QVector<ServerFacts> facts;
-    const QHash<QString, SeenBranch> branches = d->oddBranches();
-    for (int row = 0; row < d->servers.rowCount(); ++row) {
-        const QString address = d->servers.index(row, 0).data().toString();
-        facts.append(factsAt(row, branches.value(address)));
-    }
-    std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {
-        if (a.condition != b.condition)
-            return a.condition < b.condition;
-        // Those that are well keep their places.
-        if (a.needsAttention() && a.since != b.since)
-            return a.since < b.since;
-        return a.sortText < b.sortText;
-    });
-    m_facts = facts;
-    // How long it has been silent is told by the second.
-    if (std::any_of(facts.begin(), facts.end(),
-                    [](const ServerFacts& each) { return each.condition == Condition::Silent; }))
-        d->counting.start();
-    Q_EMIT si_FactsChanged();
 }
 
 } // namespace KoltaConsole

@@ -41,7 +41,7 @@ struct LinkState
     bool isUp = false;
     bool wasUp = false; ///< ever
     QDateTime since;    ///< the state began
-    QString text;       ///< "broker up", and why it is not
+    QString text;       ///< why it is not up, without the address; "simulated in this process"
 };
 
 /// The installation that the window shows: the tree of other processes or simulated servers, with all models
@@ -75,7 +75,7 @@ public:
     Kolta::KoltaServerInterface* server(const QString& address) const;
 
     /// Every server, worst first, within a state by how long it is so, then by name.
-    const QVector<ServerFacts>& facts() const noexcept { return m_facts; }
+    const QVector<ServerFacts>& facts() const noexcept;
     /// A server without a name when there is none of that one.
     ServerFacts factsOf(const QString& address) const;
     /// Whether there are servers and each has come up as far as it will: what is empty now stays so.
@@ -131,20 +131,16 @@ private:
     bool mirror(const Options& options, QString& error);
     void startJournal(const QString& file, bool isWritten);
     void noteLink(bool isUp, const QString& reason);
+    QString linkText(bool isUp, const QString& reason) const;
     void beginReplay();
     void startUsers(const QString& file);
-    void gather();
-    void forgetLeavers();
-    void readFacts();
-    ServerFacts factsAt(int row, const SeenBranch& branch) const;
 
     std::unique_ptr<Parts> d;
     QString m_url;
+    QString m_treeUrl; ///< of a broker; empty without one
     LinkState m_link;
-    QDateTime m_outOfSightSince; ///< valid until all servers may have been seen again
     bool m_isReadOnly = false;
     bool m_areUsersKnown = false;
-    QVector<ServerFacts> m_facts;
 };
 
 } // namespace KoltaConsole

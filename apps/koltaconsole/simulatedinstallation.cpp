@@ -90,7 +90,7 @@ bool SimulatedInstallation::start(const Options& options, QString& error)
     auto& registry = KoltaServerRegistry::Instance();
     for (int number = 1; number <= options.servers; ++number) {
         Installation installation = sample;
-        installation.setServerName(QStringLiteral("S%1").arg(number));
+        installation.setServerName(Installation::usualName(number));
         installation.setHostName(QStringLiteral("station-%1.kolta.example").arg(number));
         if (options.tuners > 0) {
             installation.setResources(

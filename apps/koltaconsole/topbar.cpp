@@ -108,8 +108,7 @@ QString TopBar::linkText() const
         return tr("broker up since %1").arg(timeText(link.since));
     if (link.wasUp)
         return tr("broker gone since %1%2").arg(timeText(link.since), nextTry());
-    QString reason = link.text; // the address stands beside it
-    return tr("no broker yet: %1%2").arg(reason.remove(m_session.url() + QStringLiteral(": ")), nextTry());
+    return tr("no broker yet: %1%2").arg(link.text, nextTry());
 }
 
 /// In the room that the others leave.
@@ -157,19 +156,27 @@ void TopBar::showAttention()
 }
 
 /// Those that are held first.
-void TopBar::showRights()
+void TopBar::addRights(QMenu& menu) const
 {
     using Kolta::UserRights;
-    auto* const menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
     for (const bool isHeld : {true, false}) {
-        menu->addSection(isHeld ? tr("Rights held") : tr("Rights missing"));
+        menu.addSection(isHeld ? tr("Rights held") : tr("Rights missing"));
         for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {
             if (m_session.mayDo(UserRights::GetRightValueByIndex(place)) == isHeld)
-                menu->addAction(markIcon(isHeld ? Mark::Disc : Mark::Cross, Role::InUse),
-                                UserRights::GetRightNameByIndex(place, false));
+                menu.addAction(markIcon(isHeld ? Mark::Disc : Mark::Cross, Role::InUse),
+                               UserRights::GetRightNameByIndex(place, false));
         }
     }
+}
+
+void TopBar::showRights()
+{
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    if (m_session.areUsersKnown())
+        addRights(*menu);
+    else
+        menu->addAction(tr("The servers decide; nothing is known here."))->setEnabled(false);
     menu->popup(m_user->mapToGlobal(m_user->rect().bottomLeft()));
 }
 

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 class QLabel;
+class QMenu;
 class QPushButton;
 
 namespace KoltaConsole {
@@ -34,6 +35,7 @@ private:
     void showAttention();
     void showUser();
     void showRights();
+    void addRights(QMenu& menu) const;
 
     Session& m_session;
     QLabel* m_url;

@@ -66,7 +66,7 @@ void TraceLines::trace(const TraceRecord& record)
     m_new.push_back(record);
     if (record.text.size() > kMostText)
         m_new.back().text = record.text.left(kMostText) + QStringLiteral(" …");
-    if (m_new.size() > kMostLines)
+    if (m_new.size() > kMost)
         m_new.pop_front();
     ++m_newCounts[static_cast<std::size_t>(numberOf(record.channel))];
     if (!std::exchange(m_isCalled, true))

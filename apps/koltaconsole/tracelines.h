@@ -20,7 +20,6 @@ class TraceLines : public NewestFirst<Startup::TraceRecord, 2000>, private Start
 
 public:
     enum eColumn : int { eTimeColumn, eChannelColumn, eSourceColumn, eTextColumn, eColumnCount };
-    static constexpr int kMostLines = kMost;
     static constexpr int kChannels = 7;
 
     explicit TraceLines(QObject* parent = nullptr);

@@ -1,7 +1,5 @@
 #include "treebranches.h"
 
-#include "serverfacts.h"
-
 #include <koltacommon/viewtime.h>
 
 #include <distribution/treelink.h>
@@ -35,13 +33,27 @@ std::pair<State, QString> looksOf(BranchState state)
     return {State::Closed, QString()};
 }
 
+BranchCondition conditionOf(BranchState state)
+{
+    switch (state) {
+    case BranchState::Suspect:
+        return BranchCondition::Silent;
+    case BranchState::Withdrawn:
+        return BranchCondition::Withdrawn;
+    case BranchState::Forbidden:
+        return BranchCondition::Forbidden;
+    default:
+        return BranchCondition::Normal;
+    }
+}
+
 } // namespace
 
 TreeBranches::TreeBranches(distribution::TreeLink& link, const QString& broker)
     : m_link(link), m_broker(broker)
 {
-    connect(&link, &distribution::TreeLink::si_LinkChanged, this, [this](bool isUp, QString reason) {
-        enter(m_line, isUp, reason.remove(m_broker + QStringLiteral(": "))); // it names the row
+    connect(&link, &distribution::TreeLink::si_LinkChanged, this, [this](bool isUp, const QString& reason) {
+        enter(m_line, isUp, withoutAddress(reason, m_broker)); // which names the row
     });
     connect(&link, &distribution::TreeLink::si_BranchChanged, this, &TreeBranches::takeBranch);
 }
@@ -89,6 +101,26 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
                        static_cast<int>(branch.openWishes), past.reconnections, past.lastFault});
     }
     return result;
+}
+
+QHash<QString, SeenBranch> TreeBranches::odd() const
+{
+    QHash<QString, SeenBranch> found;
+    for (const distribution::BranchStatus& branch : m_link.branches()) {
+        const BranchCondition condition = conditionOf(branch.state);
+        if (condition != BranchCondition::Normal)
+            found.insert(branch.name, {condition, branch.beatAgeMs});
+    }
+    return found;
+}
+
+std::size_t TreeBranches::openWishes(const QString& branch) const
+{
+    for (const distribution::BranchStatus& each : m_link.branches()) {
+        if (each.name == branch)
+            return each.openWishes;
+    }
+    return 0;
 }
 
 } // namespace KoltaConsole

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "serverfacts.h"
+
 #include <koltacommon/linksmodel.h>
 
 #include <QHash>
 #include <QObject>
+
+#include <cstddef>
 
 namespace distribution {
 class TreeLink;
@@ -22,6 +26,10 @@ public:
     TreeBranches(distribution::TreeLink& link, const QString& broker);
 
     QVector<Kolta::BranchFigures> branches() const override;
+    /// Those that are not as they should be, by name.
+    QHash<QString, SeenBranch> odd() const;
+    /// Changes made here that the branch's owner has not decided on.
+    std::size_t openWishes(const QString& branch) const;
 
 private:
     struct Past

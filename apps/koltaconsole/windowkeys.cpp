@@ -19,6 +19,23 @@
 
 namespace KoltaConsole {
 
+namespace {
+
+/// The part of the window itself where it takes the focus, else the first in it that the Tab key reaches.
+QWidget& firstForKeys(QWidget& region)
+{
+    if (region.focusPolicy() != Qt::NoFocus || region.focusProxy())
+        return region;
+    for (QWidget* each = region.nextInFocusChain(); each != &region; each = each->nextInFocusChain()) {
+        const bool isReached = (each->focusPolicy() & Qt::TabFocus) != 0;
+        if (isReached && each->isEnabled() && each->isVisible() && region.isAncestorOf(each))
+            return *each;
+    }
+    return region;
+}
+
+} // namespace
+
 void MainWindow::addKey(const char* id, const QString& text, const QKeySequence& keys,
                         const std::function<void()>& run)
 {
@@ -63,8 +80,7 @@ void MainWindow::nextRegion()
            !regions.at(place)->hasFocus())
         ++place;
     QWidget* const next = regions.at((place + 1) % regions.size());
-    const bool takesFocus = next->focusPolicy() != Qt::NoFocus || next->focusProxy();
-    (takesFocus ? next : next->nextInFocusChain())->setFocus();
+    firstForKeys(*next).setFocus();
 }
 
 /// One step out of what narrows the view, the innermost first.

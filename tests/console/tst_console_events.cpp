@@ -1,5 +1,6 @@
 #include "consoletest.h"
 
+#include <koltaconsole/elidedlabel.h>
 #include <koltaconsole/pages/eventspage.h>
 #include <koltaconsole/pages/eventwords.h>
 
@@ -66,6 +67,11 @@ private Q_SLOTS:
         QTRY_VERIFY(stage.isSettled());
         auto* const page = static_cast<EventsPage*>(stage.window->currentPage());
         page->showServer(QStringLiteral("S2"));
+        stage.session->tell(QStringLiteral("of no server"), Event::Weight::Note);
+        QTRY_VERIFY(stage.session->journal().endNumber() > stage.session->journal().firstNumber());
+        page->findChild<QComboBox*>()->setCurrentIndex(2);
+        const auto* const count = page->filterLine()->parentWidget()->findChild<ElidedLabel*>();
+        QTRY_COMPARE(count->text(), QStringLiteral("No alarms yet (S2 alone)"));
         page->findChild<QComboBox*>()->setCurrentIndex(1);
         QVERIFY(stage.window->actions().run(QStringLiteral("events-pause")));
         const int before = page->model().rowCount();

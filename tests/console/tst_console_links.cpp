@@ -135,12 +135,12 @@ private Q_SLOTS:
         QTRY_VERIFY(link.isIdle());
         desk.choose(0);
         QVERIFY(desk.read());
-        for (int i = 0; i < LinkTraffic::kMostMessages / 2 + 100; ++i)
+        for (int i = 0; i < LinkTraffic::kMost / 2 + 100; ++i)
             ask(link, "Often");
         ask(link, "Long", 200000);
         QTRY_VERIFY_WITH_TIMEOUT(link.isIdle(), 60000);
         QTRY_COMPARE(desk.cell(1, LinkTraffic::eMessageColumn), QStringLiteral("asks Long for Ask"));
-        QCOMPARE(desk.view->traffic()->rowCount(), LinkTraffic::kMostMessages);
+        QCOMPARE(desk.view->traffic()->rowCount(), LinkTraffic::kMost);
         const QString text = desk.view->traffic()->textOf(1);
         QVERIFY(text.size() < LinkTraffic::kMostText + 100);
         QVERIFY2(text.contains(QLatin1String("shortened")), qPrintable(text.right(100)));
@@ -168,16 +168,16 @@ private Q_SLOTS:
         QCOMPARE(handler.mask() & 0x7fU, quint32(Startup::eTraceWarning));
         source(ePoint, QStringLiteral("unheard"), Startup::eTraceError);
         const auto traceMany = [&source] {
-            for (int i = 0; i < TraceLines::kMostLines + 100; ++i)
+            for (int i = 0; i < TraceLines::kMost + 100; ++i)
                 source(ePoint, QString::number(i), Startup::eTraceWarning);
         };
         std::thread other(traceMany);
         other.join();
         source(ePoint, QStringLiteral("last"), Startup::eTraceWarning);
         QTRY_COMPARE(textAt(0), QStringLiteral("last"));
-        QCOMPARE(textAt(1), QString::number(TraceLines::kMostLines + 99));
-        QVERIFY(view->rows().rowCount() <= TraceLines::kMostLines);
-        QVERIFY(view->rows().rowCount() > TraceLines::kMostLines - 100);
+        QCOMPARE(textAt(1), QString::number(TraceLines::kMost + 99));
+        QVERIFY(view->rows().rowCount() <= TraceLines::kMost);
+        QVERIFY(view->rows().rowCount() > TraceLines::kMost - 100);
         QCOMPARE(view->rows().index(0, TraceLines::eChannelColumn).data().toString(),
                  QStringLiteral("warning"));
         view->filterLine()->setText(QStringLiteral("console/links last"));

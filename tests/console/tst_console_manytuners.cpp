@@ -114,7 +114,8 @@ void TestManyTuners::changesAreToldSingly()
     qInfo("rows told %d, lanes made %d times in %lld ms", costs.told, costs.made, timer.elapsed());
     QCOMPARE(costs.resets, 0);
     QVERIFY2(costs.told <= 900, QByteArray::number(costs.told).constData());
-    QVERIFY2(costs.lanesMade() <= 1 + timer.elapsed() / 250, QByteArray::number(costs.made).constData());
+    // A timer of 250 ms may ring a little early.
+    QVERIFY2(costs.lanesMade() <= 1 + timer.elapsed() / 200, QByteArray::number(costs.made).constData());
 }
 
 void TestManyTuners::eachWordIsOnePass()

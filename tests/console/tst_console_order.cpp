@@ -1,9 +1,11 @@
 #include "consoletest.h"
 
+#include <koltaconsole/elidedlabel.h>
 #include <koltaconsole/orderdraft.h>
 #include <koltaconsole/pages/candidatestable.h>
 #include <koltaconsole/pages/orderform.h>
 #include <koltaconsole/pages/orderpage.h>
+#include <koltaconsole/pages/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 
 #include <koltacommon/candidatesmodel.h>
@@ -13,8 +15,10 @@
 #include <koltacommon/viewroles.h>
 #include <simulation/simulatedserver.h>
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QSettings>
@@ -46,6 +50,23 @@ void drag(QWidget& widget, const QPoint& from, const QPoint& to, Qt::KeyboardMod
     sendMouse(widget, QEvent::MouseButtonRelease, to, keys);
 }
 
+/// What is due in one turn of the event loop has been done.
+bool turn()
+{
+    bool isOver = false;
+    QTimer::singleShot(0, qApp, [&isOver] { isOver = true; });
+    return QTest::qWaitFor([&isOver] { return isOver; });
+}
+
+/// Whether a heading, or what stands beside a filter, has these words.
+bool isTold(const Page& page, const char* words)
+{
+    const auto labels = page.findChildren<ElidedLabel*>();
+    return std::any_of(labels.begin(), labels.end(), [words](const ElidedLabel* label) {
+        return label->text().contains(QLatin1String(words));
+    });
+}
+
 int topLevelCount(const Stage& stage)
 {
     return stage.session->processors().rowCount();
@@ -61,8 +82,12 @@ class TestOrder : public QObject
 private Q_SLOTS:
     void axis();
     void startsWhatIsWritten();
+    void openList();
+    void chosen();
+    void nothingToShow();
     void hidden();
     void cart();
+    void cartFollows();
     void writes();
     void survivesARestart();
 
@@ -75,14 +100,19 @@ private:
         }
         qFatal("no field %s", name);
     }
-    static void choose(OrderPage& page, const char* name, const char* value)
+    static QComboBox& list(OrderPage& page, const char* name)
     {
         for (QComboBox* const box : page.findChildren<QComboBox*>()) {
-            if (box->accessibleName() != QLatin1String(name))
-                continue;
-            box->setCurrentIndex(box->findData(QLatin1String(value)));
-            Q_EMIT box->activated(box->currentIndex());
+            if (box->accessibleName() == QLatin1String(name))
+                return *box;
         }
+        qFatal("no list %s", name);
+    }
+    static void choose(OrderPage& page, const char* name, const char* value)
+    {
+        QComboBox& box = list(page, name);
+        box.setCurrentIndex(box.findData(QLatin1String(value)));
+        Q_EMIT box.activated(box.currentIndex());
     }
 };
 
@@ -171,7 +201,105 @@ void TestOrder::startsWhatIsWritten()
     QVERIFY(candidates->offer().guid != chosen.guid); // it is in use now
 }
 
-/// What nobody sees is not looked for. An action that is begun elsewhere is done to what is there then.
+/// What changes elsewhere takes nobody's place in a list that is open; it is there once the list is closed.
+void TestOrder::openList()
+{
+    Options options;
+    options.servers = 1;
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    QComboBox& box = list(*page, "Class");
+    QTRY_VERIFY(box.findData(QStringLiteral("HF")) > 0);
+    box.showPopup();
+    const int last = box.count() - 1;
+    box.view()->setCurrentIndex(box.model()->index(last, 0));
+    Kolta::ProductionOrder order;
+    order.tunerClass = QStringLiteral("HF");
+    stage.session->draft().set(order, QString());
+    Q_EMIT stage.session->si_FactsChanged();
+    QCOMPARE(box.view()->currentIndex().row(), last);
+    box.hidePopup();
+    QTRY_COMPARE(box.currentData().toString(), QStringLiteral("HF"));
+}
+
+/// "Why not?" follows the tuner, which is the chosen candidate of an order for it, or it is told that it is
+/// none; what a filter hides is neither chosen nor started unseen.
+void TestOrder::chosen()
+{
+    Options options;
+    options.servers = 1;
+    options.page = QStringLiteral("tuners");
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto& server = *stage.session->simulation()->server(QStringLiteral("S1"));
+    ActionTable& actions = stage.window->actions();
+    auto* const tuners = static_cast<TunersPage*>(stage.window->currentPage());
+    auto* const table = tuners->findChild<QTreeView*>();
+    tuners->filterLine()->setText(QStringLiteral("Wide free"));
+    table->setCurrentIndex(table->model()->index(tuners->rows().rowCount() - 1, 0));
+    tuners->filterLine()->setText(QStringLiteral("Wide"));
+    const QString guid = table->currentIndex().data(Kolta::ViewRoles::GuidRole).toString();
+    QVERIFY(actions.run(QStringLiteral("tuner-why-not")));
+    const auto answers = [tuners](const char* words) {
+        const auto labels = tuners->findChildren<QLabel*>();
+        return std::any_of(labels.begin(), labels.end(), [words](const QLabel* label) {
+            return label->isVisible() && label->text().contains(QLatin1String(words));
+        });
+    };
+    QVERIFY(answers("It can be had"));
+    server.setTunerIdle(guid, false);
+    QTRY_VERIFY(answers("Refused"));
+    server.setTunerIdle(guid, true);
+    QTRY_VERIFY(answers("It can be had"));
+
+    QVERIFY(actions.run(QStringLiteral("tuner-order")));
+    auto* const page = static_cast<OrderPage*>(stage.window->currentPage());
+    auto* const candidates = page->findChild<CandidatesTable*>();
+    QTRY_COMPARE(candidates->offer().guid, guid);
+    QCOMPARE(candidates->selectionModel()->selectedRows().size(), 1);
+    server.setTunerIdle(guid, false);
+    QTRY_VERIFY(
+        actions.enabledBecause(QStringLiteral("order-start")).startsWith(QLatin1String("The chosen")));
+    server.setTunerIdle(guid, true);
+    QTRY_COMPARE(candidates->acceptedCount(), 4);
+    OrderDraft& draft = stage.session->draft();
+    draft.set(draft.order(), QStringLiteral("S1"), QUuid::createUuid().toString());
+    QTRY_VERIFY(isTold(*page, "not among them"));
+    const auto guidAt = [candidates](int row) {
+        return candidates->rows().index(row, 0).data(Kolta::ViewRoles::GuidRole).toString();
+    };
+    QCOMPARE(candidates->offer().guid, guidAt(0));
+
+    const QVariant second = candidates->rows().index(1, Kolta::CandidatesModel::eTunerColumn).data();
+    page->filterLine()->setText(QStringLiteral("\"%1\"").arg(second.toString()));
+    QTRY_VERIFY(isTold(*page, "hides the first"));
+    QCOMPARE(candidates->offer().guid, guidAt(0));
+    candidates->setCurrentIndex(candidates->rows().index(1, 0));
+    QCOMPARE(candidates->offer().guid, guidAt(1));
+    QTRY_VERIFY(!isTold(*page, "hides the first"));
+    QVERIFY(!isTold(*page, "not among them"));
+}
+
+/// Where no words are, none are to blame.
+void TestOrder::nothingToShow()
+{
+    Options options;
+    options.servers = 1;
+    options.page = QStringLiteral("tuners");
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    Page* const page = stage.window->currentPage();
+    page->showServer(QStringLiteral("S4"));
+    QVERIFY(isTold(*page, "S4 has no tuners"));
+    page->showClasses({QStringLiteral("HF")});
+    QVERIFY(isTold(*page, "S4 has no tuner of class HF"));
+    page->filterLine()->setText(QStringLiteral("any"));
+    QVERIFY(isTold(*page, "No tuner matches \"any\""));
+}
+
+/// What nobody sees is not looked for, and what has not changed is not told anew. An action that is begun
+/// elsewhere is done to what is there then.
 void TestOrder::hidden()
 {
     Options options;
@@ -183,14 +311,19 @@ void TestOrder::hidden()
     auto* const candidates = page->findChild<CandidatesTable*>();
     choose(*page, "Class", "Wide");
     QTRY_COMPARE(candidates->acceptedCount(), 4);
+    QVERIFY(turn() && turn());
+    const QSignalSpy told(page, &Page::si_CommandLineChanged);
+    Q_EMIT stage.session->si_FactsChanged();
+    QVERIFY(turn());
+    QCOMPARE(told.size(), 0);
+    QTest::keyClicks(&field(*page, "Name"), QStringLiteral("x"));
+    QTRY_COMPARE(told.size(), 1);
     stage.window->showPage(QStringLiteral("tuners"));
     QVERIFY(candidates->offer().isNone());
     Kolta::ProductionOrder order = stage.session->draft().order();
     order.tunerClass = QStringLiteral("HF");
     stage.session->draft().set(order, QString());
-    bool isTurnOver = false;
-    QTimer::singleShot(0, &stage.session->draft(), [&isTurnOver] { isTurnOver = true; });
-    QTRY_VERIFY(isTurnOver);
+    QVERIFY(turn());
     QCOMPARE(candidates->acceptedCount(), 4);
     QCOMPARE(actions.enabledBecause(QStringLiteral("order-plan")), QString());
     order.frequency = 98.5e6; // out of reach for all of them
@@ -245,6 +378,42 @@ void TestOrder::cart()
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
 }
 
+/// A line follows its plan, what it started, and the server of both.
+void TestOrder::cartFollows()
+{
+    Options options;
+    options.servers = 1;
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    ActionTable& actions = stage.window->actions();
+    const Cart& cart = page->cart();
+    auto& server = *stage.session->simulation()->server(QStringLiteral("S1"));
+    auto& booking = stage.session->server(QStringLiteral("S1"))->getBookingManager();
+    auto* const candidates = page->findChild<CandidatesTable*>();
+    choose(*page, "Class", "HF");
+    QTRY_VERIFY(!candidates->offer().isNone());
+    const QString first = candidates->offer().guid;
+    QVERIFY(actions.run(QStringLiteral("order-plan")));
+    QCOMPARE(cart.readyCount(), 1);
+    QVERIFY(server.setTunerIdle(first, false));
+    QTRY_COMPARE(cart.lookOf(0).word, QStringLiteral("taken meanwhile"));
+    QCOMPARE(cart.readyCount(), 0);
+    const int free = booking.getNumberOfFreeTuners();
+    QVERIFY(actions.run(QStringLiteral("cart-share")) && actions.run(QStringLiteral("cart-start")));
+    QTRY_COMPARE(cart.lookOf(0).mark, Mark::Square);
+    QTRY_COMPARE(booking.getNumberOfFreeTuners(), free - 1);
+    QVERIFY(turn() && turn());
+    QVERIFY(actions.run(QStringLiteral("order-plan")));
+    QCOMPARE(cart.readyCount(), 1);
+    server.vanish();
+    QTRY_COMPARE(cart.lookOf(0).word, QStringLiteral("last known"));
+    QTRY_COMPARE(cart.lookOf(1).word, QStringLiteral("S1 is away"));
+    QCOMPARE(cart.readyCount(), 0);
+    server.comeBack();
+    QTRY_COMPARE_WITH_TIMEOUT(cart.lookOf(0).word, QStringLiteral("ended"), 20000);
+}
+
 /// Who may only look, or has no link, writes all the same: that changes nothing elsewhere.
 void TestOrder::writes()
 {
@@ -296,9 +465,16 @@ void TestOrder::survivesARestart()
         order.displayName = QStringLiteral("half");
         stage.session->draft().set(order, QStringLiteral("S9"));
         // Before the end, which may never come.
-        const auto kept = [] { return QSettings().value(QStringLiteral("order/name")).toString(); };
-        QTRY_COMPARE(kept(), order.displayName);
-        QCOMPARE(QSettings().value(QStringLiteral("cart/size")).toInt(), 1);
+        const auto kept = [&stage](const char* kind, const char* name) {
+            const QString key = keptKey(QLatin1String(kind), {stage.session->url()});
+            return QSettings().value(key + QLatin1Char('/') + QLatin1String(name));
+        };
+        QTRY_COMPARE(kept("order", "name").toString(), order.displayName);
+        QCOMPARE(kept("cart", "size").toInt(), 1);
+        OrderDraft other; // each installation has its own
+        other.setInstallation(QStringLiteral("mqtt://elsewhere:1883"));
+        other.restore();
+        QVERIFY(other.isEmpty());
     }
     Stage stage(options, true);
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));

@@ -1,18 +1,23 @@
 #include "consoletest.h"
 
+#include <koltaconsole/attentionlist.h>
 #include <koltaconsole/installationtree.h>
 #include <koltaconsole/pages/overviewpage.h>
 #include <koltaconsole/pages/servercards.h>
 #include <koltaconsole/pages/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
+#include <koltaconsole/serverfactslist.h>
 
+#include <koltacommon/servermodel.h>
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
+#include <koltacommon/viewtime.h>
 #include <simulation/simulatedserver.h>
 
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -41,12 +46,23 @@ private Q_SLOTS:
         QTRY_COMPARE(cards->placeOf(QStringLiteral("S2")), first);
         QCOMPARE(stage.session->facts().first().condition, Condition::Vanished);
         QVERIFY(stage.session->facts().first().isStale());
-        QTest::keyClick(stage.window.get(), Qt::Key_F8);
-        QTest::keyClick(stage.window.get(), Qt::Key_F8); // the next one: S4
+        QTest::keyClick(stage.window.get(), Qt::Key_F8); // the worst
         QTRY_COMPARE(cards->count(), 1);
-        QVERIFY(cards->placeOf(QStringLiteral("S4")).isValid());
-        stage.session->simulation()->server(QStringLiteral("S2"))->comeBack();
-        QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S2")).condition, Condition::Operational);
+        QVERIFY(cards->placeOf(QStringLiteral("S2")).isValid());
+        QTest::keyClick(stage.window.get(), Qt::Key_F8);
+        QTRY_VERIFY(cards->placeOf(QStringLiteral("S4")).isValid());
+        // The list changes under the hand: what is pointed at stays, and so does the current one.
+        const auto* const list = stage.window->findChild<AttentionList*>()->findChild<QListWidget*>();
+        const QPersistentModelIndex pressed = list->model()->index(0, 0);
+        Q_EMIT stage.session->si_FactsChanged();
+        QVERIFY(pressed.isValid());
+        stage.session->simulation()->server(QStringLiteral("S5"))->vanish();
+        QTRY_COMPARE(list->count(), 3);
+        QCOMPARE(list->currentItem()->data(Qt::UserRole).toString(), QStringLiteral("S4"));
+        for (const char* const server : {"S2", "S5"}) {
+            stage.session->simulation()->server(QLatin1String(server))->comeBack();
+            QTRY_COMPARE(stage.session->factsOf(QLatin1String(server)).condition, Condition::Operational);
+        }
         stage.window->actions().run(QStringLiteral("all-servers"));
         QCOMPARE(cards->count(), 5);
         QLineEdit* const filter = stage.window->currentPage()->filterLine();
@@ -58,12 +74,44 @@ private Q_SLOTS:
         QVERIFY(clear->isVisible());
         clear->click();
         QCOMPARE(cards->count(), 5);
+        QApplication::setActiveWindow(stage.window.get());
         cards->setFocus();
-        QTest::keyClick(cards, Qt::Key_Right);
+        QTRY_COMPARE(cards->current(), QStringLiteral("S4"));
+        QVERIFY(cards->accessibleDescription().startsWith(QLatin1String("S4, Attention, ")));
         QTest::keyClick(cards, Qt::Key_Right);
         QCOMPARE(cards->current(), QStringLiteral("S1"));
+        QCOMPARE(cards->accessibleDescription(), QStringLiteral("S1, Operational"));
         QTest::keyClick(cards, Qt::Key_Return);
         QTRY_COMPARE(cards->count(), 1);
+        for (int part = 0; part < 4; ++part) {
+            QTest::keyClick(stage.window.get(), Qt::Key_F6);
+            const QWidget* const focus = QApplication::focusWidget();
+            QVERIFY2(focus && (focus->focusPolicy() & Qt::TabFocus) != 0, qPrintable(QString::number(part)));
+        }
+    }
+
+    /// A server that has left is forgotten after a day, and is a row again when it comes back.
+    void leaverIsForgotten()
+    {
+        Stage stage;
+        QTRY_VERIFY(stage.isSettled());
+        const QString address = QStringLiteral("S2");
+        ServerFactsList list(stage.session->servers(), [address] {
+            return QHash<QString, SeenBranch>{{address, SeenBranch{BranchCondition::Withdrawn, -1}}};
+        });
+        auto* const server = stage.session->simulation()->server(address);
+        server->vanish();
+        QTRY_COMPARE(stage.session->factsOf(address).condition, Condition::Vanished);
+        list.read();
+        list.forgetLeavers();
+        QCOMPARE(stage.session->servers().rowCount(), 5);
+        Kolta::ViewTime::setSource([] { return QDateTime::currentDateTime().addDays(1).addSecs(60); });
+        list.forgetLeavers();
+        Kolta::ViewTime::setSource(nullptr);
+        QTRY_COMPARE(stage.session->servers().rowCount(), 4);
+        QVERIFY(server->comeBack());
+        QTRY_COMPARE(stage.session->servers().rowCount(), 5);
+        QTRY_COMPARE(stage.session->factsOf(address).condition, Condition::Operational);
     }
 
     /// The tree tells what runs where, and what is chosen in it narrows the page.
@@ -91,6 +139,11 @@ private Q_SLOTS:
             QCOMPARE(rows.index(row, Kolta::TunerModel::eClassColumn).data(), running.parent().data());
         stage.window->actions().run(QStringLiteral("all-servers"));
         QCOMPARE(rows.rowCount(), 130);
+        const QPersistentModelIndex name = find("HF"); // of S1
+        const auto counts = [&name] { return name.sibling(name.row(), 1).data().toString(); };
+        QVERIFY2(counts().endsWith(QLatin1String(" free")), qPrintable(counts()));
+        stage.session->simulation()->server(QStringLiteral("S1"))->vanish();
+        QTRY_VERIFY2(counts().endsWith(QLatin1String(" tuners")), qPrintable(counts()));
     }
 
     /// Columns, sorting, kinds, tabs and what is hidden are as they were left.

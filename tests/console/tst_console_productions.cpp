@@ -8,10 +8,15 @@
 #include <koltacommon/viewroles.h>
 
 #include <QAction>
+#include <QElapsedTimer>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
+#include <QTimer>
+
+#include <algorithm>
 
 using namespace KoltaConsole;
 using Kolta::Event;
@@ -52,6 +57,21 @@ private Q_SLOTS:
         QVERIFY(there.data(Kolta::ViewRoles::StaleRole).toBool());
         QVERIFY(!there.data(Qt::ToolTipRole).toString().isEmpty());
         QVERIFY(!model.indexOf(to).data(Kolta::ViewRoles::StaleRole).toBool());
+        // Rows stand still for half a second at a time.
+        int changes = 0;
+        const auto counting = connect(&model, &QAbstractItemModel::dataChanged, this,
+                                      [&](const QModelIndex& first, const QModelIndex& /*last*/) {
+                                          changes += first.sibling(first.row(), 0) == there ? 1 : 0;
+                                      });
+        QTimer news;
+        connect(&news, &QTimer::timeout, stage.session.get(), &Session::si_FactsChanged);
+        news.start(20);
+        QElapsedTimer time;
+        time.start();
+        QTRY_VERIFY(changes >= 3); // the first may have been due already
+        QVERIFY2(time.elapsed() > 800, qPrintable(QString::number(time.elapsed())));
+        news.stop();
+        disconnect(counting);
         model.setDragged(QString());
         QVERIFY(model.dropMimeData(data.get(), Qt::MoveAction, -1, -1, model.indexOf(to)));
         QCOMPARE(stage.page->commandLine(), QStringLiteral("kolta move --server S1 \"FFP 1\" \"MCP 2\""));
@@ -101,6 +121,12 @@ private Q_SLOTS:
         QCOMPARE(stage.page->model().rowCount(), 1);
         stage.page->filterLine()->setText(QStringLiteral("98.1 MHz FFP"));
         QVERIFY(stage.row(mcp) && !stage.row(QStringLiteral("ended:") + empty));
+        stage.page->filterLine()->clear();
+        stage.page->showServer(QStringLiteral("S9"));
+        const auto labels = stage.page->findChildren<QLabel*>();
+        QVERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+            return label->text().startsWith(QLatin1String("Nothing runs; watched since "));
+        }));
     }
 
     /// Between the question and the answer the server goes: nothing is asked for, now or later.
@@ -124,6 +150,13 @@ private Q_SLOTS:
         QVERIFY(!stage.row(mcp));
         QTRY_VERIFY(stage.row(ended)->timeline.isLost);
         QCOMPARE(stage.row(ended)->look.mark, Mark::Cross);
+        // The heading counts what is shown.
+        stage.page->filterLine()->setText(QStringLiteral("FFP"));
+        const ProductionsModel& model = stage.page->model();
+        QTRY_VERIFY(model.indexOf(QStringLiteral("ended")).isValid());
+        const QModelIndex group = model.indexOf(QStringLiteral("ended"));
+        QCOMPARE(group.data().toString(),
+                 QStringLiteral("Ended in the last 24 h: %1").arg(model.rowCount(group)));
     }
 
     /// What was ordered here stands below its server from the order on, and its refusal with the reason.

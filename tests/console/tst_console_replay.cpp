@@ -3,6 +3,7 @@
 #include <koltaconsole/pages/linksview.h>
 #include <koltaconsole/pages/pages.h>
 #include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/topbar.h>
 
 #include <koltacommon/journal.h>
 
@@ -10,6 +11,8 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTreeView>
 
@@ -65,6 +68,16 @@ void TestReplay::changesNothing()
             QCOMPARE(actions.enabledBecause(id),
                      QStringLiteral("This is a replay, in which nothing can be changed."));
     }
+    // What would be started would be today's.
+    QCOMPARE(actions.enabledBecause(QStringLiteral("front-end")), stage.session->whyReadOnly());
+    auto* const top = stage.window->findChild<TopBar*>();
+    for (QPushButton* const button : top->findChildren<QPushButton*>()) {
+        if (button->accessibleName() == QLatin1String("The user and his rights"))
+            button->click();
+    }
+    auto* const rights = top->findChild<QMenu*>();
+    QVERIFY(rights && rights->actions().size() == 1 && !rights->actions().first()->isEnabled());
+    rights->close();
     auto* const links = stage.window->findChild<LinksView*>()->findChild<QTreeView*>();
     QTRY_COMPARE(links->model()->rowCount(), 2);
     for (int row = 0; row < 2; ++row) {
@@ -118,8 +131,15 @@ void TestReplay::goesWhereItIsTold()
     QVERIFY(!stage.session->journal().isWriting());
     QTRY_VERIFY(stage.session->journal().endNumber() > stage.session->journal().firstNumber());
     const Kolta::Journal& journal = stage.session->journal();
-    for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number)
-        QVERIFY(journal.entry(number)->event.time <= replay.timeAt(replay.end()));
+    QStringList links;
+    for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number) {
+        const Kolta::Event& event = journal.entry(number)->event;
+        QVERIFY(event.time <= replay.timeAt(replay.end()));
+        if (event.kind == Kolta::Event::Kind::Link && event.subject.guid == stage.session->url())
+            links.append(event.text);
+    }
+    QCOMPARE(links.value(0), QStringLiteral("the recording begins"));
+    QCOMPARE(links.filter(QStringLiteral("the broker is")), QStringList());
 }
 
 /// What was over before anybody looked was known once.

@@ -9,17 +9,21 @@
 #include <koltaconsole/pages/shorttimemaps.h>
 #include <koltaconsole/pages/shorttimepage.h>
 #include <koltaconsole/plots/resultsplot.h>
+#include <koltaconsole/theme.h>
 
 #include <koltacommon/q9rprofiles.h>
 #include <simulation/simulatedserver.h>
 
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
+#include <QToolButton>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QUuid>
@@ -174,6 +178,55 @@ private Q_SLOTS:
         QCOMPARE(editor->original().name, QStringLiteral("Other"));
     }
 
+    /// What is typed is not lost to another action; what FFPs look for is removed only when somebody has been
+    /// asked, and can be saved again.
+    void removing()
+    {
+        ShortTimeStage stage;
+        QTRY_VERIFY(stage.isSettled());
+        auto* const table = stage.page->profiles().findChild<QTreeView*>();
+        auto* const editor = stage.page->profiles().findChild<ProfileEditor*>();
+        const auto box = [&stage] { return stage.page->findChild<QMessageBox*>(); };
+        table->setCurrentIndex(table->model()->index(0, 0));
+        const ShortTimeProfile before = editor->original();
+        const auto isThere = [&] { return stage.profiles().Contains(before.name); };
+        QLineEdit* const band = editor->line(ProfileField::Bandwidth);
+        band->setText(QStringLiteral("25-16 kHz"));
+        QVERIFY(!stage.run("short-new"));
+        QCOMPARE(band->text(), QStringLiteral("25-16 kHz"));
+        auto* const other = editor->findChild<QComboBox*>();
+        other->setFocus();
+        QTest::keyClick(other, Qt::Key_Delete);
+        QVERIFY(isThere() && stage.run("short-undo"));
+        table->setFocus();
+        QTest::keyClick(table, Qt::Key_Delete);
+        QVERIFY(!isThere() && !box());
+        QCOMPARE(editor->draft().name, before.name);
+        band->setText(QStringLiteral("1-4711 Hz"));
+        QVERIFY(stage.run("short-undo") && stage.run("short-save"));
+        QTRY_COMPARE(stage.why("short-save"), QStringLiteral("Nothing has changed."));
+        QVERIFY(differingFields(stage.profiles().At(before.name), before).isEmpty());
+
+        Kolta::ShortTimeFFPAssignment assignment;
+        assignment.ffpGuid = QUuid::createUuid().toString();
+        assignment.profiles = QStringList{before.name};
+        stage.map<Kolta::ShortTimeFFPAssignmentItemMap>().SetAt(assignment.ffpGuid, assignment, nullptr);
+        const QAbstractItemModel& rows = *table->model();
+        table->setCurrentIndex(
+            rows.match(rows.index(0, 0), Qt::DisplayRole, before.name, 1, Qt::MatchExactly).value(0));
+        const QPersistentModelIndex use(table->currentIndex().siblingAtColumn(rows.columnCount() - 1));
+        QTRY_COMPARE(use.data().toString(), assignment.ffpGuid);
+        QVERIFY(stage.run("short-remove") && isThere() && box());
+        QCOMPARE(box()->informativeText(), assignment.ffpGuid);
+        for (QAbstractButton* const button : box()->buttons()) {
+            if (box()->buttonRole(button) == QMessageBox::AcceptRole)
+                button->click();
+        }
+        QVERIFY(!isThere());
+        table->setCurrentIndex(table->model()->index(0, 0));
+        QVERIFY(editor->draft().name != before.name); // a click does away with what is removed
+    }
+
     /// What was typed and ticked is there again after another server was shown, and after an end.
     void survivesARestart()
     {
@@ -256,6 +309,9 @@ private Q_SLOTS:
         QTRY_COMPARE(matrix.rowCount(), 1);
         auto* const table = stage.page->assignments().findChild<QTableView*>();
         table->setCurrentIndex(matrix.index(0, 1));
+        table->setFocus();
+        QTest::keyClick(table, Qt::Key_Tab);
+        QVERIFY(!table->hasFocus());
         QTest::keyClick(table, Qt::Key_Space);
         QCOMPARE(matrix.changeCount(), 1);
         QTest::keyClick(table, Qt::Key_Space, Qt::ShiftModifier);
@@ -278,6 +334,14 @@ private Q_SLOTS:
         QCOMPARE(used.size(), 1);
         QCOMPARE(used.first().siblingAtColumn(0).data().toString(),
                  matrix.headerData(1, Qt::Horizontal).toString());
+        // Nothing is read for a view that nobody sees, nor is a line told anew.
+        stage.show(2);
+        const QSignalSpy read(&matrix, &AssignmentMatrix::si_DraftChanged);
+        const QSignalSpy told(stage.page, &Page::si_CommandLineChanged);
+        Q_EMIT stage.session->si_FactsChanged();
+        QVERIFY(read.isEmpty() && told.isEmpty());
+        stage.show(1);
+        QVERIFY(!read.isEmpty() && told.size() == 1);
     }
 
     /// Words narrow both tables; what is hidden is neither ticked by a key nor taken for missing.
@@ -411,6 +475,19 @@ private Q_SLOTS:
         QCOMPARE(plot.shownCount(), 11);
         QVERIFY(stage.run("short-follow") && !stage.run("short-follow"));
         QCOMPARE(plot.shownCount(), 1);
+        plot.setFocus();
+        QCOMPARE(plot.grab().toImage().pixel(0, plot.height() / 2),
+                 Theme::instance().color(Role::Planned).rgb());
+        for (const auto& [key, count] : {std::pair(Qt::Key_0, 21), std::pair(Qt::Key_Left, 20),
+                                         std::pair(Qt::Key_Plus, 20), std::pair(Qt::Key_Plus, 16)}) {
+            QTest::keyClick(&plot, key);
+            QCOMPARE(plot.shownCount(), count);
+        }
+        for (QToolButton* const button : stage.page->results().findChildren<QToolButton*>()) {
+            if (button->accessibleName() == QLatin1String("Show all (0)"))
+                button->click();
+        }
+        QCOMPARE(plot.shownCount(), 21);
     }
 };
 

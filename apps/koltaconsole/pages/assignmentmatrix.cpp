@@ -34,23 +34,22 @@ AssignmentMatrix::AssignmentMatrix(Session& session, QObject* parent)
 
 void AssignmentMatrix::showServer(const QString& address)
 {
-    if (address != m_server) {
-        m_server = address;
-        m_draft.clear();
-        beginResetModel();
-        m_ffps.clear();
-        m_profiles.clear();
-        m_uses.clear();
-        endResetModel();
-        const QJsonObject kept = m_drafts.of(address);
-        for (auto ffp = kept.begin(); ffp != kept.end(); ++ffp) {
-            const QJsonObject ticks = ffp.value().toObject();
-            for (auto tick = ticks.begin(); tick != ticks.end(); ++tick)
-                m_draft[ffp.key()][tick.key()] = tick.value().toBool();
-        }
-        Q_EMIT si_DraftChanged();
+    if (address == m_server)
+        return;
+    m_server = address;
+    m_draft.clear();
+    beginResetModel();
+    m_ffps.clear();
+    m_profiles.clear();
+    m_uses.clear();
+    endResetModel();
+    const QJsonObject kept = m_drafts.of(address);
+    for (auto ffp = kept.begin(); ffp != kept.end(); ++ffp) {
+        const QJsonObject ticks = ffp.value().toObject();
+        for (auto tick = ticks.begin(); tick != ticks.end(); ++tick)
+            m_draft[ffp.key()][tick.key()] = tick.value().toBool();
     }
-    refresh();
+    tellDraft();
 }
 
 void AssignmentMatrix::keepDraft()
@@ -66,17 +65,28 @@ void AssignmentMatrix::keepDraft()
     m_drafts.set(m_server, kept);
 }
 
-void AssignmentMatrix::readReach(const QString& tuner, Ffp& ffp) const
+/// All tuners are gone through once; of those with the same name the first counts.
+void AssignmentMatrix::readReach(QVector<Ffp>& ffps) const
 {
+    if (ffps.isEmpty())
+        return;
     const Kolta::TunerModel& model = m_session.tuners();
+    QHash<QString, QModelIndex> tuners;
     for (int row = 0; row < model.rowCount(); ++row) {
         const QModelIndex index = model.index(row, Kolta::TunerModel::eNameColumn);
-        if (index.data().toString() != tuner || index.data(Roles::ServerRole).toString() != m_server)
+        if (index.data(Roles::ServerRole).toString() != m_server)
+            continue;
+        QModelIndex& first = tuners[index.data().toString()];
+        if (!first.isValid())
+            first = index;
+    }
+    for (Ffp& ffp : ffps) {
+        const QModelIndex index = tuners.value(ffp.tuner);
+        if (!index.isValid())
             continue;
         const auto record = index.data(Roles::ItemRole).value<RESOURCEMANAGEMENT::Tuner>();
         ffp.from = record.GetMinFrequency();
         ffp.to = record.GetMaxFrequency();
-        return;
     }
 }
 
@@ -93,11 +103,9 @@ void AssignmentMatrix::readFfps(const QModelIndex& parent, const QString& above,
             Ffp ffp;
             ffp.guid = index.data(Roles::GuidRole).toString();
             ffp.name = above.isEmpty() ? name : QStringLiteral("%1 · %2").arg(above, name);
-            const QString tuner = cell(ProcessorModel::eTunerColumn);
-            readReach(tuner.isEmpty() && parent.isValid()
-                          ? parent.sibling(parent.row(), ProcessorModel::eTunerColumn).data().toString()
-                          : tuner,
-                      ffp);
+            ffp.tuner = cell(ProcessorModel::eTunerColumn);
+            if (ffp.tuner.isEmpty() && parent.isValid())
+                ffp.tuner = parent.sibling(parent.row(), ProcessorModel::eTunerColumn).data().toString();
             ffps.append(ffp);
         }
         readFfps(index, name, ffps);
@@ -136,6 +144,7 @@ void AssignmentMatrix::refresh()
     QVector<Ffp> ffps;
     if (!m_server.isEmpty())
         readFfps(QModelIndex(), QString(), ffps);
+    readReach(ffps);
     readAssignments(ffps);
     const auto* const map = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server);
     m_isLastKnown = !map && !m_server.isEmpty();
@@ -160,7 +169,7 @@ void AssignmentMatrix::refresh()
         endResetModel();
     else if (!m_ffps.isEmpty() && !m_profiles.isEmpty())
         Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
-    Q_EMIT si_DraftChanged();
+    tellDraft();
 }
 
 bool AssignmentMatrix::isTicked(const Ffp& ffp, const QString& profile) const
@@ -201,7 +210,7 @@ void AssignmentMatrix::set(const QModelIndexList& indexes, bool isOn)
         Q_EMIT dataChanged(cell, cell);
     }
     keepDraft();
-    Q_EMIT si_DraftChanged();
+    tellDraft();
 }
 
 void AssignmentMatrix::toggleAll(const QModelIndexList& indexes)
@@ -211,14 +220,15 @@ void AssignmentMatrix::toggleAll(const QModelIndexList& indexes)
     set(indexes, !areAllOn);
 }
 
-int AssignmentMatrix::changeCount() const
+void AssignmentMatrix::tellDraft()
 {
-    int count = 0;
-    for (const Ffp& ffp : m_ffps) {
-        for (const ShortTimeProfile& profile : m_profiles)
-            count += isTicked(ffp, profile.name) != ffp.assignment.profiles.contains(profile.name) ? 1 : 0;
+    m_changeCount = 0;
+    for (const Ffp& ffp : qAsConst(m_ffps)) {
+        for (const ShortTimeProfile& profile : qAsConst(m_profiles))
+            m_changeCount +=
+                isTicked(ffp, profile.name) != ffp.assignment.profiles.contains(profile.name) ? 1 : 0;
     }
-    return count;
+    Q_EMIT si_DraftChanged();
 }
 
 void AssignmentMatrix::undo()

@@ -30,6 +30,7 @@ public:
 
     AssignmentMatrix(Session& session, QObject* parent);
 
+    /// Empties it for another server; refresh() reads what there is.
     void showServer(const QString& address);
     /// Reads anew what there is.
     void refresh();
@@ -42,7 +43,7 @@ public:
     const QHash<QString, QStringList>& uses() const noexcept { return m_uses; }
     /// What is shown is of a server that is away.
     bool isLastKnown() const noexcept { return m_isLastKnown; }
-    int changeCount() const; ///< ticks that differ from what is so
+    int changeCount() const noexcept { return m_changeCount; } ///< ticks that differ from what is so
     void undo();
     /// The assignments to ask for, one for each FFP whose ticks differ.
     QVector<Kolta::ShortTimeFFPAssignment> wanted() const;
@@ -62,6 +63,7 @@ private:
     {
         QString guid;
         QString name;      ///< "MCP 1 · FFP 1"
+        QString tuner;     ///< its name
         double from = 0.0; ///< what its tuner reaches, Hz; both 0: not told
         double to = 0.0;
         Kolta::ShortTimeFFPAssignment assignment; ///< null: none
@@ -73,7 +75,8 @@ private:
     void keepDraft();
     void readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const;
     void readAssignments(QVector<Ffp>& ffps);
-    void readReach(const QString& tuner, Ffp& ffp) const;
+    void readReach(QVector<Ffp>& ffps) const;
+    void tellDraft();
     bool isTicked(const Ffp& ffp, const QString& profile) const;
     QString cellText(const Ffp& ffp, const Kolta::ShortTimeProfile& profile) const;
     static bool isOutOfReach(const Ffp& ffp, const Kolta::ShortTimeProfile& profile);
@@ -84,6 +87,7 @@ private:
     QVector<Kolta::ShortTimeProfile> m_profiles;
     QHash<QString, QStringList> m_uses;
     bool m_isLastKnown = false;
+    int m_changeCount = 0;
     QHash<QString, QMap<QString, bool>> m_draft; ///< by FFP and profile, what was touched
     KeptDrafts m_drafts;
 };

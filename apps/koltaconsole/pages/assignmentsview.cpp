@@ -19,6 +19,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <functional>
+
 namespace KoltaConsole {
 
 using Kolta::ShortTimeFFPAssignment;
@@ -58,6 +60,7 @@ void AssignmentsView::makeTable()
     m_table->setAlternatingRowColors(true);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setTabKeyNavigation(false); // arrows go from cell to cell
     m_table->horizontalHeader()->setDefaultSectionSize(kCellWidth);
     m_table->horizontalHeader()->setFixedHeight(44);
     m_table->horizontalHeader()->setDefaultAlignment(
@@ -74,7 +77,7 @@ void AssignmentsView::makeActions()
     sending.text = tr("Send the assignments");
     sending.shortcut = QKeySequence(Qt::CTRL + Qt::Key_Return);
     sending.rights = Kolta::rightFor(UserAction::EditAssignments);
-    sending.needs = ActionTable::eLink;
+    sending.needsLink = true;
     sending.changes = true;
     sending.problem = [this] { return objection(); };
     sending.line = [this] { return sendLines(); };
@@ -123,18 +126,27 @@ void AssignmentsView::follow()
 {
     m_gathering.setSingleShot(true);
     m_gathering.setInterval(kGatherMs);
-    connect(&m_gathering, &QTimer::timeout, &m_matrix, &AssignmentMatrix::refresh);
+    connect(&m_gathering, &QTimer::timeout, this, &AssignmentsView::refresh);
     const auto gather = [this] {
         if (!m_gathering.isActive())
             m_gathering.start();
     };
-    const QAbstractItemModel* const sources[] = {&m_assignments, &m_profiles, &m_session.processors()};
-    for (const QAbstractItemModel* const source : sources) {
-        connect(source, &QAbstractItemModel::dataChanged, this, gather);
-        connect(source, &QAbstractItemModel::rowsInserted, this, gather);
-        connect(source, &QAbstractItemModel::rowsRemoved, this, gather);
-        connect(source, &QAbstractItemModel::rowsMoved, this, gather);
-    }
+    const auto gatherIfSeen = [this, gather] {
+        if (m_isSeen)
+            gather();
+        else
+            m_isDue = true;
+    };
+    const auto connectTo = [this](const QAbstractItemModel& source, const std::function<void()>& take) {
+        connect(&source, &QAbstractItemModel::dataChanged, this, take);
+        connect(&source, &QAbstractItemModel::rowsInserted, this, take);
+        connect(&source, &QAbstractItemModel::rowsRemoved, this, take);
+        connect(&source, &QAbstractItemModel::rowsMoved, this, take);
+    };
+    // These are read in time: once their server is away nobody can make up for it.
+    connectTo(m_assignments, gather);
+    connectTo(m_profiles, gather);
+    connectTo(m_session.processors(), gatherIfSeen);
     connect(&m_matrix, &AssignmentMatrix::si_DraftChanged, this, &AssignmentsView::showState);
     connect(&m_matrix, &QAbstractItemModel::modelReset, this, &AssignmentsView::applyFilter);
     connect(m_filter->line(), &QLineEdit::textChanged, this, &AssignmentsView::applyFilter);
@@ -144,6 +156,7 @@ void AssignmentsView::follow()
 
 void AssignmentsView::showServer(const QString& address)
 {
+    const bool isOther = m_server != address;
     m_server = address;
     auto* const assignments = shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, address);
     auto* const profiles = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, address);
@@ -152,7 +165,23 @@ void AssignmentsView::showServer(const QString& address)
     if (m_profiles.map() != profiles)
         m_profiles.setMap(profiles);
     m_matrix.showServer(address);
-    showState();
+    if (isOther || m_isSeen)
+        refresh();
+    else
+        m_isDue = true;
+}
+
+void AssignmentsView::setSeen(bool isSeen)
+{
+    m_isSeen = isSeen;
+    if (m_isSeen && m_isDue)
+        refresh();
+}
+
+void AssignmentsView::refresh()
+{
+    m_isDue = false;
+    m_matrix.refresh();
 }
 
 QLineEdit* AssignmentsView::filterLine() const

@@ -24,6 +24,8 @@ public:
     AssignmentsView(Session& session, ActionTable& actions, QWidget* parent);
 
     void showServer(const QString& address);
+    /// Whether somebody sees it, or the uses of profiles that it tells. Processors are not read otherwise.
+    void setSeen(bool isSeen);
     AssignmentMatrix& matrix() { return m_matrix; }
     QLineEdit* filterLine() const;
     /// The `kolta` lines of what was sent last, one for each FFP; empty for nothing.
@@ -40,6 +42,7 @@ private:
     void makeActions();
     void arrange();
     void follow();
+    void refresh();
     void applyFilter();
     void showState();
     QString whatIsMissing() const;
@@ -60,6 +63,8 @@ private:
     QTableView* m_table;
     QLabel* m_hint;
     QTimer m_gathering;
+    bool m_isSeen = false;
+    bool m_isDue = false; ///< refresh() once it is seen
     QString m_line;
 };
 

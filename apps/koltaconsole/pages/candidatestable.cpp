@@ -1,6 +1,7 @@
 #include "candidatestable.h"
 
 #include "../columns.h"
+#include "../filterbar.h"
 #include "../orderdraft.h"
 #include "../serverfacts.h"
 #include "../session.h"
@@ -119,16 +120,6 @@ QString CandidatesTable::Rows::refusalOf(const QModelIndex& index, const QString
     return isKnown ? CandidatesTable::tr("%1, since %2").arg(own, timeText(taken.from)) : own;
 }
 
-/// By value, for the table may grow between two of them.
-QString CandidatesTable::Rows::serverKey(const QModelIndex& index) const
-{
-    const QString server = index.data(Roles::ServerRole).toString();
-    QString& key = m_serverKeys[server];
-    if (key.isNull())
-        key = Roles::sortText(server);
-    return key;
-}
-
 /// By rank on the own server where costs are equal, then by servers as people number them.
 bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b) const
 {
@@ -144,7 +135,10 @@ bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b)
         return costs[0] < costs[1];
     if (ranks[0] != ranks[1])
         return ranks[0] < ranks[1];
-    const int order = serverKey(a).compare(serverKey(b));
+    const auto server = [this](const QModelIndex& index) {
+        return m_serverOrder.keyOf(index.data(Roles::ServerRole).toString());
+    };
+    const int order = server(a).compare(server(b));
     return order == 0 ? a.row() < b.row() : order < 0;
 }
 
@@ -171,6 +165,7 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
     setColumnWidths(*this, {48, 130, 56, 130, 90, 64});
     setColumnHidden(CandidatesModel::eBandwidthColumn, true);
     m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
+    connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::chooseWished);
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);
     // A server that is away or back changes rows alone.
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &CandidatesTable::si_Changed);
@@ -186,6 +181,7 @@ void CandidatesTable::showEvent(QShowEvent* event)
 {
     QTreeView::showEvent(event);
     m_model.setFollowing(true);
+    chooseWished();
 }
 
 void CandidatesTable::hideEvent(QHideEvent* event)
@@ -200,7 +196,25 @@ void CandidatesTable::follow()
     order.tunerGuid.clear();
     m_model.setOrder(order);
     m_rows.setServers(m_session.draft().server(), m_only);
+    m_wished = m_session.draft().tuner();
+    if (!m_wished.isEmpty())
+        selectionModel()->clear();
+    chooseWished();
     Q_EMIT si_Changed();
+}
+
+/// Its row stays the chosen one whatever becomes of its rank.
+void CandidatesTable::chooseWished()
+{
+    for (int row = 0; m_model.isFollowing() && !m_wished.isEmpty() && row < m_rows.rowCount(); ++row) {
+        const QModelIndex index = m_rows.index(row, 0);
+        if (candidate(row).guid() != m_wished ||
+            index.data(Roles::ServerRole).toString() != m_session.draft().server())
+            continue;
+        m_wished.clear();
+        setCurrentIndex(index);
+        Q_EMIT si_WishedChosen();
+    }
 }
 
 void CandidatesTable::showServer(const QString& address)
@@ -215,10 +229,48 @@ OrderCandidate CandidatesTable::candidate(int row) const
     return m_rows.index(row, 0).data(Roles::ItemRole).value<OrderCandidate>();
 }
 
-Offer CandidatesTable::offer() const
+int CandidatesTable::applyFilter(const FilterWords& words)
+{
+    return FilterBar::showRows(*this, [&](int row) {
+        if (words.isEmpty())
+            return true;
+        FilterWords::Band band;
+        if (words.wantsBand()) {
+            const RESOURCEMANAGEMENT::Tuner tuner = candidate(row).facts.tuner;
+            band = {tuner.GetMinFrequency(), tuner.GetMaxFrequency(), tuner.GetMaxSWBandwidth()};
+        }
+        return words.matches(m_rows.index(row, 0).data(Roles::SearchRole).toString(), band);
+    });
+}
+
+/// -1 for none. What nobody sees is not what somebody chose.
+int CandidatesTable::chosenRow() const
 {
     const QModelIndexList chosen = selectionModel()->selectedRows();
-    const int row = chosen.isEmpty() ? 0 : chosen.first().row();
+    return chosen.isEmpty() || isRowHidden(chosen.first().row(), QModelIndex()) ? -1 : chosen.first().row();
+}
+
+bool CandidatesTable::isOfferHidden() const
+{
+    return chosenRow() < 0 && acceptedCount() > 0 && isRowHidden(0, QModelIndex());
+}
+
+bool CandidatesTable::isWishedMissing() const
+{
+    return m_model.isFollowing() && !m_wished.isEmpty() && chosenRow() < 0;
+}
+
+QString CandidatesTable::refusal() const
+{
+    const int row = chosenRow();
+    if (!m_model.isFollowing() || row < 0 || candidate(row).rank > 0)
+        return QString();
+    return candidate(row).reason();
+}
+
+Offer CandidatesTable::offer() const
+{
+    const int row = qMax(0, chosenRow());
     if (!m_model.isFollowing() || m_session.isOutOfSight() || row >= m_rows.rowCount() ||
         m_rows.index(row, 0).data(Roles::StaleRole).toBool())
         return {};
@@ -231,8 +283,8 @@ Offer CandidatesTable::offer() const
 
 bool CandidatesTable::isOwnChoice() const
 {
-    const QModelIndexList chosen = selectionModel()->selectedRows();
-    return m_model.isFollowing() && !chosen.isEmpty() && chosen.first().data(Roles::SortRole).toInt() > 1;
+    const int row = chosenRow();
+    return m_model.isFollowing() && row >= 0 && m_rows.index(row, 0).data(Roles::SortRole).toInt() > 1;
 }
 
 int CandidatesTable::acceptedCount() const

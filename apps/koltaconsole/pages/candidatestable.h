@@ -2,6 +2,9 @@
 
 #include "cart.h"
 
+#include "../filterwords.h"
+#include "../serverorder.h"
+
 #include <koltacommon/candidatesmodel.h>
 #include <koltacommon/ordercandidates.h>
 
@@ -22,8 +25,17 @@ public:
 
     /// Only what that server has; empty: all that the order may have.
     void showServer(const QString& address);
-    /// What the order gets: the row that somebody chose, else the first. None when nothing can take it.
+    /// Hides the rows that do not fit, where they stand: ranks stay. Says how many are shown.
+    int applyFilter(const FilterWords& words);
+    /// What the order gets: the row that somebody chose and that is not hidden, else the first. None when
+    /// nothing can take it.
     Offer offer() const;
+    /// It gets the first, which the filter hides.
+    bool isOfferHidden() const;
+    /// The tuner that somebody pointed at elsewhere is not among the rows.
+    bool isWishedMissing() const;
+    /// Why the chosen row cannot take it; empty when it can, or none was chosen.
+    QString refusal() const;
     /// Whether somebody chose another one than that which the servers would take.
     bool isOwnChoice() const;
     int acceptedCount() const;
@@ -39,6 +51,8 @@ public:
 Q_SIGNALS:
     /// The rows, or the chosen one, are others.
     void si_Changed();
+    /// The tuner that somebody pointed at elsewhere is the chosen row now.
+    void si_WishedChosen();
 
 private:
     class Rows : public QSortFilterProxyModel
@@ -57,11 +71,10 @@ private:
 
     private:
         QString reasonOf(const QModelIndex& index, const QString& own) const;
-        QString serverKey(const QModelIndex& index) const;
         QString refusalOf(const QModelIndex& index, const QString& own) const;
 
         const Session& m_session;
-        mutable QHash<QString, QString> m_serverKeys; ///< as they are sorted
+        mutable ServerOrder m_serverOrder;
         QString m_wanted;
         QString m_shown;
     };
@@ -69,12 +82,15 @@ private:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void follow();
+    void chooseWished();
+    int chosenRow() const;
     Kolta::OrderCandidate candidate(int row) const;
 
     Session& m_session;
     Kolta::CandidatesModel m_model;
     Rows m_rows;
     QString m_only;
+    QString m_wished; ///< GUID of the tuner that is to be chosen once its row is there
 };
 
 } // namespace KoltaConsole

@@ -8,9 +8,11 @@
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>
+#include <koltacommon/runningproduction.h>
 #include <koltacommon/servertuners.h>
 #include <koltacommon/tunerassignment.h>
 #include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/tunermodel.h>
 #include <koltacommon/tunerselection.h>
 #include <koltacommon/units.h>
 
@@ -26,7 +28,14 @@ using Kolta::KoltaServerInterface;
 using Kolta::Operation;
 using Kolta::ProductionJob;
 using Kolta::ProductionOrder;
+using Kolta::RunningProduction;
 using Kolta::TunerPlan;
+
+namespace {
+
+constexpr int kFollowMs = 250; ///< at most so often
+
+} // namespace
 
 struct Cart::Line
 {
@@ -37,8 +46,14 @@ struct Cart::Line
     Offer offer;  ///< what it gets
     TunerPlan plan;
     QPointer<ProductionJob> job;
+    std::unique_ptr<RunningProduction> running; ///< once it was started
+    bool isAway = false;                        ///< the server that has the tuner, or runs it
 
-    bool isOnItsWay() const { return state == State::Asked || state == State::Running; }
+    /// It is no draft any more.
+    bool isStarted() const
+    {
+        return state == State::Asked || state == State::Running || state == State::Ended;
+    }
     /// An FFP that is fed by its MCP's tuner.
     bool needsNoTuner() const { return order.tunerClass.isEmpty() && order.tunerGuid.isEmpty(); }
 };
@@ -65,10 +80,18 @@ Cart::Cart(Session& session, QObject* parent) : QAbstractTableModel(parent), m_s
         if (m_isKept)
             m_keeping.start();
     });
+    m_following.setSingleShot(true);
+    m_following.setInterval(kFollowMs);
+    connect(&m_following, &QTimer::timeout, this, &Cart::follow);
+    connect(&session, &Session::si_FactsChanged, this, &Cart::followLater);
+    connect(&session.tuners(), &QAbstractItemModel::dataChanged, this, &Cart::followLater);
 }
 
+/// Plans are undone with the lines, which changes tuners: of these nothing here is to hear any more.
 Cart::~Cart()
 {
+    m_session.disconnect(this);
+    m_session.tuners().disconnect(this);
     if (m_isKept)
         save();
 }
@@ -76,7 +99,7 @@ Cart::~Cart()
 void Cart::restore()
 {
     QSettings settings;
-    const int count = settings.beginReadArray(QStringLiteral("cart"));
+    const int count = settings.beginReadArray(keptKey(QStringLiteral("cart"), {m_session.url()}));
     for (int row = 0; row < count; ++row) {
         settings.setArrayIndex(row);
         add(readOrder(settings), settings.value(QStringLiteral("server")).toString());
@@ -84,15 +107,16 @@ void Cart::restore()
     m_isKept = true;
 }
 
-/// What runs or is asked for is no draft any more; plans end with the console.
+/// What was started is no draft any more; plans end with the console.
 void Cart::save() const
 {
     QSettings settings;
-    settings.remove(QStringLiteral("cart"));
-    settings.beginWriteArray(QStringLiteral("cart"));
+    const QString key = keptKey(QStringLiteral("cart"), {m_session.url()});
+    settings.remove(key);
+    settings.beginWriteArray(key);
     int row = 0;
     for (const auto& line : m_lines) {
-        if (line->isOnItsWay())
+        if (line->isStarted())
             continue;
         settings.setArrayIndex(row++);
         writeOrder(settings, line->order);
@@ -140,6 +164,7 @@ bool Cart::plan(int row, const Offer& offer)
     const Kolta::TunerNeeds needs = needsOf(completed(line.order, *server), *server);
     line.plan = TunerPlan::make(server->getBookingManager(), offer.guid, needs, problem);
     line.offer = line.plan.stands() ? offer : Offer();
+    line.isAway = false;
     setState(row, line.plan.stands() ? State::Planned : State::Conflict, problem);
     return line.plan.stands();
 }
@@ -165,7 +190,7 @@ void Cart::collect(Offers& offers) const
 {
     for (int row = 0; row < rowCount(); ++row) {
         Line& line = *m_lines[static_cast<std::size_t>(row)];
-        if (line.isOnItsWay() || line.needsNoTuner())
+        if (line.isStarted() || line.needsNoTuner())
             continue;
         offers.rows.push_back(row);
         line.plan.undo();
@@ -243,8 +268,8 @@ void Cart::share()
 
 bool Cart::isReady(const Line& line) const
 {
-    return line.state == State::Planned ||
-           (line.needsNoTuner() && !line.isOnItsWay() && !line.server.isEmpty());
+    return (line.state == State::Planned && !line.isAway) ||
+           (line.needsNoTuner() && !line.isStarted() && !line.server.isEmpty());
 }
 
 int Cart::readyCount() const
@@ -286,12 +311,57 @@ void Cart::startLine(int row)
     setState(row, State::Asked, tr("asked %1").arg(server->getAddress()));
 }
 
-void Cart::takeEnd(const Line* line, const Operation& operation)
+void Cart::takeEnd(Line* line, const Operation& operation)
 {
     const int row = rowOf(line); // it may have been taken out meanwhile
+    if (row < 0)
+        return;
+    const auto& job = static_cast<const ProductionJob&>(operation);
+    KoltaServerInterface* const server = m_session.server(serverOf(*line));
+    if (operation.state() == Operation::State::Done && server) {
+        line->running =
+            std::make_unique<RunningProduction>(*server, job.production(), job.processor(), nullptr);
+        connect(line->running.get(), &RunningProduction::stateChanged, this,
+                [this, line] { followRunning(line); });
+    }
+    setState(row, operation.state() == Operation::State::Done ? State::Running : State::Failed,
+             operation.text());
+}
+
+/// What has ended has ended for good; what nobody sees is known from before.
+void Cart::followRunning(const Line* line)
+{
+    const int row = rowOf(line);
     if (row >= 0)
-        setState(row, operation.state() == Operation::State::Done ? State::Running : State::Failed,
-                 operation.text());
+        setState(row,
+                 line->running->state() == RunningProduction::State::Ended ? State::Ended : State::Running,
+                 line->running->text());
+}
+
+void Cart::followLater()
+{
+    if (!m_lines.empty() && !m_following.isActive())
+        m_following.start();
+}
+
+/// A plan that somebody was faster than is none; one on a server that is away waits for it.
+void Cart::follow()
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        Line& line = *m_lines[static_cast<std::size_t>(row)];
+        if (line.state != State::Planned && line.state != State::Running)
+            continue;
+        const QString server = serverOf(line);
+        const ServerFacts facts = m_session.factsOf(server);
+        const bool isAway = facts.address.isEmpty() || facts.isStale();
+        const bool isOther = std::exchange(line.isAway, isAway) != isAway;
+        if (line.state == State::Planned && !line.plan.stands()) {
+            line.offer = Offer();
+            setState(row, State::Conflict, isAway ? tr("%1 is away").arg(server) : tr("taken meanwhile"));
+        } else if (isOther) {
+            setState(row, line.state, line.text);
+        }
+    }
 }
 
 QString Cart::summary() const
@@ -301,7 +371,7 @@ QString Cart::summary() const
     qint64 cost = 0;
     int conflicts = 0;
     for (const auto& line : m_lines) {
-        cost += line->offer.cost;
+        cost += line->state == State::Ended ? 0 : line->offer.cost;
         conflicts += line->state == State::Conflict ? 1 : 0;
     }
     const QString text = tr("Cart: %n order(s), total cost %1", nullptr, rowCount()).arg(cost);
@@ -346,13 +416,19 @@ Look Cart::lookOf(int row) const
     const Line& line = *m_lines[static_cast<std::size_t>(row)];
     switch (line.state) {
     case State::Planned:
+        if (line.isAway)
+            return {Mark::Cross, Role::Dim, tr("%1 is away").arg(serverOf(line)), false};
         return {Mark::Hatched, Role::Planned, tr("planned here"), false};
     case State::Conflict:
         return {Mark::Triangle, Role::Attention, line.text, true};
     case State::Asked:
         return {Mark::Half, Role::InUse, line.text, false};
     case State::Running:
+        if (line.isAway || (line.running && line.running->state() == RunningProduction::State::Unknown))
+            return {Mark::Cross, Role::Dim, tr("last known"), false};
         return {Mark::Square, Role::InUse, tr("running"), false};
+    case State::Ended:
+        return {Mark::Box, Role::Dim, tr("ended"), false};
     case State::Failed:
         return {Mark::Triangle, Role::Attention, line.text, true};
     case State::Waiting:

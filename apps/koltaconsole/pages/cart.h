@@ -33,7 +33,7 @@ struct Offer
 };
 
 /// Orders that wait to be shared out and started together. Tuners that are given to them are planned here,
-/// and given back with the line.
+/// and given back with the line. A line follows what becomes of its plan and of what it started.
 class Cart : public QAbstractTableModel
 {
     Q_OBJECT
@@ -86,7 +86,7 @@ Q_SIGNALS:
     void si_Changed();
 
 private:
-    enum class State { Waiting, Planned, Conflict, Asked, Running, Failed };
+    enum class State { Waiting, Planned, Conflict, Asked, Running, Ended, Failed };
     struct Line;
     struct Offers;
 
@@ -96,7 +96,10 @@ private:
     /// Where it runs.
     static QString serverOf(const Line& line);
     void startLine(int row);
-    void takeEnd(const Line* line, const Kolta::Operation& operation);
+    void takeEnd(Line* line, const Kolta::Operation& operation);
+    void followRunning(const Line* line);
+    void followLater();
+    void follow();
     void collect(Offers& offers) const;
     void setState(int row, State state, const QString& text);
     int rowOf(const Line* line) const;
@@ -106,6 +109,7 @@ private:
     std::vector<std::unique_ptr<Line>> m_lines;
     bool m_isKept = false;
     QTimer m_keeping;
+    QTimer m_following; ///< of the plans
 };
 
 } // namespace KoltaConsole

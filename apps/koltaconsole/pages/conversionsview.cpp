@@ -106,18 +106,12 @@ QLineEdit* ConversionsView::filterLine() const
     return m_filter->line();
 }
 
-/// Rows are hidden where they stand: the chosen one stays chosen.
 void ConversionsView::applyFilter()
 {
     const FilterWords words(m_filter->text());
     const int all = m_model.rowCount();
-    int shown = 0;
-    for (int row = 0; row < all; ++row) {
-        const bool fits = words.isEmpty() || words.matches(searchText(m_model, row), {});
-        if (m_table->isRowHidden(row, QModelIndex()) == fits)
-            m_table->setRowHidden(row, QModelIndex(), !fits);
-        shown += fits ? 1 : 0;
-    }
+    const int shown = FilterBar::showRows(
+        *m_table, [&](int row) { return words.isEmpty() || words.matches(searchText(m_model, row), {}); });
     const QLocale locale;
     m_filter->tell(shown == 0 && all > 0
                        ? tr("No conversion matches \"%1\".").arg(m_filter->text())
@@ -184,7 +178,7 @@ void ConversionsView::makeActions()
         entry.id = QLatin1String(id);
         entry.text = text;
         entry.rights = Kolta::rightFor(action);
-        entry.needs = ActionTable::eLink;
+        entry.needsLink = true;
         entry.changes = true;
         entry.problem = problem;
         entry.line = line;

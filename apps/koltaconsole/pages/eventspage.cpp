@@ -35,7 +35,7 @@ namespace {
 /// A journal of 100,000 lines is gone over after a pause in the typing, not at each key.
 constexpr int kTypingMs = 150;
 constexpr int kCountMs = 250;
-constexpr int kDayMs = 5000;
+constexpr int kDayCheckMs = 5000;
 
 // Data of the choices: a weight at least, or a kind.
 constexpr int kFirstKind = 100;
@@ -79,8 +79,8 @@ EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
     connect(&m_model, &QAbstractItemModel::modelReset, this, &EventsPage::showCount);
     connect(&m_model, &EventModel::heldBackChanged, this, count);
     connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
-    connect(&m_midnight, &QTimer::timeout, this, &EventsPage::followDay);
-    m_midnight.start(kDayMs);
+    connect(&m_dayCheck, &QTimer::timeout, this, &EventsPage::followDay);
+    m_dayCheck.start(kDayCheckMs);
     showCount();
 }
 
@@ -167,6 +167,22 @@ void EventsPage::pause()
     showCount();
 }
 
+QString EventsPage::whyNone() const
+{
+    if (!m_filter->text().trimmed().isEmpty())
+        return server().isEmpty() ? tr("No event matches \"%1\".").arg(m_filter->text())
+                                  : tr("No event of %1 matches \"%2\".").arg(server(), m_filter->text());
+    const int choice = m_kinds->currentData().toInt();
+    QString text = tr("No events yet");
+    if (choice == static_cast<int>(Event::Weight::Alarm))
+        text = tr("No alarms yet");
+    else if (choice == static_cast<int>(Event::Weight::Attention))
+        text = tr("Nothing that needs attention yet");
+    else if (choice >= kFirstKind)
+        text = tr("No events of this kind yet: %1").arg(m_kinds->currentText());
+    return server().isEmpty() ? text : tr("%1 (%2 alone)").arg(text, server());
+}
+
 void EventsPage::showCount()
 {
     const QLocale locale;
@@ -174,10 +190,7 @@ void EventsPage::showCount()
     const auto all = static_cast<qulonglong>(journal.endNumber() - journal.firstNumber());
     const int shown = m_model.rowCount();
     if (shown == 0 && all > 0)
-        m_filter->tell(server().isEmpty()
-                           ? tr("No event matches \"%1\".").arg(m_filter->text())
-                           : tr("No event of %1 matches \"%2\".").arg(server(), m_filter->text()),
-                       true);
+        m_filter->tell(whyNone(), true);
     else
         m_filter->tell(
             tr("%1 of %2 events; the newest on top").arg(locale.toString(shown), locale.toString(all)),

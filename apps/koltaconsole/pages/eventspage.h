@@ -50,6 +50,7 @@ private:
     void pause();
     void askWhereTo();
     void showCount();
+    QString whyNone() const;
 
     FilterBar* m_filter;
     QComboBox* m_kinds;
@@ -61,7 +62,7 @@ private:
     Kolta::EventModel m_model;
     QTimer m_typing;
     QTimer m_counting;
-    QTimer m_midnight; ///< asks whether it has passed
+    QTimer m_dayCheck; ///< whether midnight has passed
     QDate m_today;     ///< that times of the filter are of
 };
 

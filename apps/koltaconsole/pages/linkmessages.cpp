@@ -97,7 +97,7 @@ void LinkMessages::showNote()
         note = tr("The link is no more; %n message(s) were read until %1.", nullptr, count).arg(since);
     else if (m_traffic && m_traffic->isReading())
         note = tr("%n message(s), at most %1 are kept; read since %2", nullptr, count)
-                   .arg(locale.toString(LinkTraffic::kMostMessages), since);
+                   .arg(locale.toString(LinkTraffic::kMost), since);
     else if (m_traffic)
         note = tr("%n message(s); not read since %1", nullptr, count).arg(since);
     m_note->setText(note);

@@ -89,19 +89,13 @@ QLineEdit* LinksView::filterLine() const
     return m_filter->line();
 }
 
-/// Rows are hidden where they stand: the chosen one stays chosen.
 void LinksView::applyFilter()
 {
     const FilterWords words(m_filter->text());
     const int all = m_model.rowCount();
-    int shown = 0;
-    for (int row = 0; row < all; ++row) {
-        const QString search = m_model.index(row, 0).data(Kolta::ViewRoles::SearchRole).toString();
-        const bool fits = words.matches(search, {});
-        if (m_table->isRowHidden(row, QModelIndex()) == fits)
-            m_table->setRowHidden(row, QModelIndex(), !fits);
-        shown += fits ? 1 : 0;
-    }
+    const int shown = FilterBar::showRows(*m_table, [&](int row) {
+        return words.matches(m_model.index(row, 0).data(Kolta::ViewRoles::SearchRole).toString(), {});
+    });
     const QLocale locale;
     m_filter->tell(shown == 0 && all > 0
                        ? tr("No link matches \"%1\".").arg(m_filter->text())

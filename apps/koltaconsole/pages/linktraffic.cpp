@@ -136,8 +136,8 @@ void LinkTraffic::take(bool isSent, const CXmlMessage& message)
         m_askedId = 0;
     }
     // Nobody sees what the view would drop at once.
-    if (m_new.size() >= kMostMessages)
-        m_new.erase(m_new.begin(), m_new.begin() + kMostMessages / 2);
+    if (m_new.size() >= kMost)
+        m_new.erase(m_new.begin(), m_new.begin() + kMost / 2);
     m_new.push_back(std::move(taken));
     if (!m_showing.isActive())
         m_showing.start();

@@ -38,7 +38,6 @@ public:
         eMessageColumn,
         eColumnCount
     };
-    static constexpr int kMostMessages = kMost;
     /// Bytes of a message's text that are kept.
     static constexpr int kMostText = 32 * 1024;
 

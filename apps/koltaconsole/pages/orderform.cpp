@@ -12,12 +12,15 @@
 #include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 
+#include <QAbstractItemView>
 #include <QComboBox>
+#include <QEvent>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSignalBlocker>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -44,11 +47,10 @@ void readClasses(const TunerClassModel& model, const QModelIndex& parent,
         if (name.data(Roles::StateRole).isValid()) // a tuner
             continue;
         const QString text = name.data().toString();
-        const QString counts = model.index(row, TunerClassModel::eFreeColumn, parent).data().toString();
         if (!names.contains(text))
             names.append(text);
-        free[text].first += counts.section(QLatin1Char(' '), 0, 0).toInt();
-        free[text].second += counts.section(QLatin1Char(' '), -1).toInt();
+        free[text].first += name.data(Roles::FreeRole).toInt();
+        free[text].second += name.data(Roles::CountRole).toInt();
         readClasses(model, name, free, names);
     }
 }
@@ -62,7 +64,7 @@ Choices classChoices(const TunerClassModel& model, bool isFfp)
         readClasses(model, model.index(row, 0), free, names);
     Choices choices{{isFfp ? OrderForm::tr("the MCP's tuner") : OrderForm::tr("choose a class"), QString()}};
     for (const QString& name : qAsConst(names))
-        choices.append({OrderForm::tr("%1  (%2 of %3 free)")
+        choices.append({OrderForm::tr("%1  (%L2 of %L3 free)")
                             .arg(name)
                             .arg(free.value(name).first)
                             .arg(free.value(name).second),
@@ -171,19 +173,43 @@ void OrderForm::tell(QLabel& hint, const QString& text, bool isWarning)
     hint.style()->polish(&hint);
 }
 
-/// What the order says is there to choose, also while nobody offers it.
-void OrderForm::fill(QComboBox& box, const Choices& choices, const QString& value)
+/// What the order says is there to choose, also while nobody offers it. A list that is open stays as somebody
+/// sees it; it is filled once it is closed.
+void OrderForm::fill(QComboBox& box, Choices choices, const QString& value)
 {
-    const QSignalBlocker blocker(&box);
-    box.clear();
-    for (const auto& [text, each] : choices)
-        box.addItem(text, each);
-    int place = box.findData(value);
-    if (place < 0 && !value.isEmpty()) {
-        place = box.count();
-        box.addItem(Kolta::isGuid(value) ? tr("(not there)") : tr("%1 (not there)").arg(value), value);
+    if (auto* const list = box.findChild<QAbstractItemView*>(); list && list->isVisible()) {
+        list->installEventFilter(this);
+        return;
     }
-    box.setCurrentIndex(qMax(0, place));
+    int place = 0;
+    while (place < choices.size() && choices.at(place).second != value)
+        ++place;
+    if (place == choices.size() && !value.isEmpty())
+        choices.append({Kolta::isGuid(value) ? tr("(not there)") : tr("%1 (not there)").arg(value), value});
+    const QSignalBlocker blocker(&box);
+    bool isSame = box.count() == choices.size();
+    for (int row = 0; isSame && row < choices.size(); ++row)
+        isSame = box.itemData(row).toString() == choices.at(row).second;
+    if (!isSame)
+        box.clear();
+    for (int row = 0; row < choices.size(); ++row) {
+        const auto& [text, key] = choices.at(row);
+        if (!isSame)
+            box.addItem(text, key);
+        else if (box.itemText(row) != text)
+            box.setItemText(row, text);
+    }
+    box.setCurrentIndex(place < choices.size() ? place : 0);
+}
+
+/// Of a list that was open: the choice that closed it comes first.
+bool OrderForm::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Hide) {
+        watched->removeEventFilter(this);
+        QTimer::singleShot(0, this, &OrderForm::readChoices);
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void OrderForm::readChoices()

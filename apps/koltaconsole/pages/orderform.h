@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QPair>
+#include <QString>
+#include <QVector>
 #include <QWidget>
 
 class QComboBox;
@@ -29,7 +32,8 @@ public:
 
 private:
     QLabel* addHint(QFormLayout& layout);
-    static void fill(QComboBox& box, const QVector<QPair<QString, QString>>& choices, const QString& value);
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void fill(QComboBox& box, QVector<QPair<QString, QString>> choices, const QString& value);
     void show();
     void take();
     double readHertz(QLineEdit& field, QLabel& hint);

@@ -3,6 +3,8 @@
 #include "../actions.h"
 #include "../columns.h"
 #include "../elidedlabel.h"
+#include "../filterbar.h"
+#include "../filterwords.h"
 #include "../orderdraft.h"
 #include "../ordersunderway.h"
 #include "../session.h"
@@ -21,11 +23,15 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
 #include <QSplitter>
 #include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace KoltaConsole {
 
@@ -38,6 +44,7 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
     , m_form(new OrderForm(session, this))
     , m_candidates(new CandidatesTable(session, this))
+    , m_filter(new FilterBar(tr("Filter: S3, 118-137 MHz, >20 MHz"), tr("Filter of candidates"), this, 280))
     , m_heading(new ElidedLabel(this))
     , m_state(new QLabel(this))
     , m_cart(session, this)
@@ -58,29 +65,39 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
     layout->setSpacing(0);
     layout->addWidget(makeLeft());
     layout->addWidget(makeRight(), 1);
+    connectAll();
+    setFocusProxy(m_form);
+    refresh();
+    refreshCart();
+}
+
+void OrderPage::connectAll()
+{
     connect(m_candidates, &CandidatesTable::si_Changed, this, &OrderPage::refreshLater);
+    connect(m_candidates, &CandidatesTable::si_WishedChosen, m_filter->line(), &QLineEdit::clear);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &OrderPage::refreshLater);
     connect(&m_cart, &Cart::si_Changed, this, &OrderPage::refreshCart);
-    connect(&session, &Session::si_FactsChanged, this, [this] {
+    connect(&session(), &Session::si_FactsChanged, this, [this] {
         if (isVisible())
             m_form->readChoices();
         refreshLater();
     });
     // The line of what was done stays until somebody goes on writing.
-    connect(&actions, &ActionTable::si_Ran, this, [this](const QString& id, const QString& line) {
+    connect(&actions(), &ActionTable::si_Ran, this, [this](const QString& id, const QString& line) {
         if (!line.isEmpty() &&
             (id.startsWith(QLatin1String("order-")) || id.startsWith(QLatin1String("cart-"))))
             m_isLineOfDone = true;
     });
-    const auto goOn = [this] { m_isLineOfDone = false; };
-    connect(&session.draft(), &OrderDraft::si_Changed, this, goOn);
-    connect(&session.draft(), &OrderDraft::si_Changed, this, [this] {
+    const auto goOn = [this] {
+        if (std::exchange(m_isLineOfDone, false))
+            tellCommandLine();
+    };
+    connect(&session().draft(), &OrderDraft::si_Changed, this, goOn);
+    connect(&session().draft(), &OrderDraft::si_Changed, this, [this] {
         if (!m_job) // what became of the one before
             m_state->clear();
     });
     connect(m_candidates->selectionModel(), &QItemSelectionModel::selectionChanged, this, goOn);
-    setFocusProxy(m_form);
-    refresh();
-    refreshCart();
 }
 
 QWidget* OrderPage::makeLeft()
@@ -117,7 +134,9 @@ QWidget* OrderPage::makeRight()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
     m_heading->setContentsMargins(8, 8, 8, 2);
+    m_filter->setContentsMargins(8, 0, 8, 2);
     layout->addWidget(m_heading);
+    layout->addWidget(m_filter);
     layout->addWidget(m_candidates, 1);
     auto* const right = new QSplitter(Qt::Vertical, this);
     right->addWidget(upper);
@@ -172,7 +191,7 @@ OrderPage::Adder OrderPage::adder(const std::function<QString()>& object, Effect
         entry.problem = why;
         entry.line = line;
         entry.changes = effect == Effect::Installation;
-        entry.needs = entry.changes ? ActionTable::eLink : ActionTable::eNothing;
+        entry.needsLink = entry.changes;
         entry.object = object;
         actions().add(entry, this);
     };
@@ -251,22 +270,43 @@ void OrderPage::refreshLater()
 
 void OrderPage::refresh()
 {
-    const int accepted = m_candidates->acceptedCount(), refused = m_candidates->refusedCount();
-    const QString why = problem();
-    if (session().isOutOfSight() && accepted + refused > 0)
-        m_heading->setText(tr("Candidates, last known: %1, %2 refused").arg(accepted).arg(refused));
-    else
-        m_heading->setText(accepted + refused > 0
-                               ? tr("Candidates: %1 can take it, %2 refused").arg(accepted).arg(refused)
-                               : tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why));
+    applyFilter();
+    m_heading->setText(headingText());
+    const int all = m_candidates->acceptedCount() + m_candidates->refusedCount();
     const QString reach = m_candidates->reach();
     const int narrow = m_candidates->tooNarrowCount();
-    m_form->setHints(
-        reach.isEmpty() ? QString() : tr("reaches %1").arg(reach),
-        narrow == 0 ? QString() : tr("%1 of %2 are too narrow").arg(narrow).arg(accepted + refused), true);
+    m_form->setHints(reach.isEmpty() ? QString() : tr("reaches %1").arg(reach),
+                     narrow == 0 ? QString() : tr("%1 of %2 are too narrow").arg(narrow).arg(all), true);
     actions().refresh();
     if (!m_isLineOfDone)
-        Q_EMIT si_CommandLineChanged();
+        tellOtherCommandLine();
+}
+
+void OrderPage::applyFilter()
+{
+    const FilterWords words(m_filter->text());
+    const int shown = m_candidates->applyFilter(words), all = m_candidates->rows().rowCount();
+    const QLocale locale;
+    m_filter->tell(shown == 0 && all > 0
+                       ? tr("No candidate matches \"%1\"").arg(m_filter->text())
+                       : tr("%1 of %2 candidates").arg(locale.toString(shown), locale.toString(all)),
+                   shown == 0 && all > 0);
+}
+
+/// How many can take the order. What would start without being seen, or was wished for and is not there, is
+/// told, too.
+QString OrderPage::headingText() const
+{
+    const int accepted = m_candidates->acceptedCount(), refused = m_candidates->refusedCount();
+    const QString why = problem();
+    QString text = tr("Candidates: %1 can take it, %2 refused").arg(accepted).arg(refused);
+    if (accepted + refused == 0)
+        text = tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why);
+    else if (session().isOutOfSight())
+        text = tr("Candidates, last known: %1, %2 refused").arg(accepted).arg(refused);
+    if (m_candidates->isWishedMissing())
+        text += tr("; the tuner that was chosen is not among them");
+    return m_candidates->isOfferHidden() ? text + tr("; the filter hides the first") : text;
 }
 
 void OrderPage::refreshCart()
@@ -310,6 +350,8 @@ QString OrderPage::whyNotStart() const
     // Nobody looks for tuners of a page that is hidden; it is asked again once it is shown.
     if (!order.tunerClass.isEmpty() && !isVisible())
         return QString();
+    if (const QString refusal = m_candidates->refusal(); !refusal.isEmpty())
+        return tr("The chosen tuner cannot take it: %1").arg(refusal);
     if (!order.tunerClass.isEmpty() && m_candidates->offer().isNone())
         return m_candidates->refusedCount() > 0 ? tr("No tuner can take it; the reasons stand beside them.")
                                                 : m_candidates->problem();
@@ -396,6 +438,11 @@ QString OrderPage::commandLine() const
     if (order.tunerClass.isEmpty() && order.tunerGuid.isEmpty() && order.mcp.isNull())
         return QString();
     return KoltaApps::ActionLines(serverOf(order)).produce(order);
+}
+
+QLineEdit* OrderPage::filterLine() const
+{
+    return m_filter->line();
 }
 
 void OrderPage::showServer(const QString& address)

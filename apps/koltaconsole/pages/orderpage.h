@@ -22,6 +22,7 @@ namespace KoltaConsole {
 
 class CandidatesTable;
 class ElidedLabel;
+class FilterBar;
 class OrderForm;
 
 /// An order, the tuners that come into question for it, and the cart of those that are to be started
@@ -36,6 +37,7 @@ public:
     bool isFilled() const override;
     QString commandLine() const override;
     void showServer(const QString& address) override;
+    QLineEdit* filterLine() const override;
 
     const Cart& cart() const { return m_cart; }
 
@@ -48,12 +50,15 @@ private:
                                      const std::function<QString()>& line)>;
     enum class Effect { Installation, Here };
     Adder adder(const std::function<QString()>& object, Effect effect);
+    void connectAll();
     void makeActions();
     void makeCartActions();
     QWidget* makeLeft();
     QWidget* makeRight();
     QWidget* makeCart();
     void refresh();
+    void applyFilter();
+    QString headingText() const;
     void refreshLater();
     void refreshCart();
     QString problem() const;
@@ -68,6 +73,7 @@ private:
 
     OrderForm* m_form;
     CandidatesTable* m_candidates;
+    FilterBar* m_filter;
     ElidedLabel* m_heading;
     QLabel* m_state;
     Cart m_cart;

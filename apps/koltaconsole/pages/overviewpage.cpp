@@ -71,10 +71,13 @@ void OverviewPage::refresh()
                 .arg(session().url()));
         return;
     }
-    m_heading->setText(shown == all ? tr("Servers: %1").arg(all)
-                                    : tr("Servers: %1 of %2").arg(shown).arg(all));
+    m_heading->setText(shown == all ? tr("Servers: %L1").arg(all)
+                                    : tr("Servers: %L1 of %L2").arg(shown).arg(all));
     if (m_cards->count() == 0)
-        return m_filter->tell(tr("No server matches \"%1\".").arg(m_filter->text()), true);
+        return m_filter->tell(m_filter->text().trimmed().isEmpty()
+                                  ? tr("%1 is not there").arg(server())
+                                  : tr("No server matches \"%1\".").arg(m_filter->text()),
+                              true);
     m_filter->tell(server().isEmpty() ? tr("worst first · strip: the last 24 h, dotted where nobody watched")
                                       : tr("%1 alone; Esc in the tree shows all").arg(server()),
                    false);

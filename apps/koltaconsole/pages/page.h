@@ -53,6 +53,10 @@ protected:
     const QString& server() const { return m_server; }
     /// server() is another.
     virtual void followServer() {}
+    /// Tells of commandLine(), which then stands below the page whatever stood there.
+    void tellCommandLine();
+    /// The same when it is another than was told last: the line of what somebody did stays otherwise.
+    void tellOtherCommandLine();
     /// The `kolta` line of a command that looks at what is shown.
     QString lineOf(const char* command) const;
 
@@ -60,6 +64,7 @@ private:
     Session& m_session;
     ActionTable& m_actions;
     QString m_server;
+    QString m_toldLine;
 };
 
 } // namespace KoltaConsole

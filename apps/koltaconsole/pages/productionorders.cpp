@@ -120,8 +120,11 @@ QString ProductionOrders::objectionToOwn(const QStringList& keys, OwnershipJob::
     return QString();
 }
 
+/// What would be started is today's, and not of a recording.
 QString ProductionOrders::objectionToFrontEnd(const QStringList& keys) const
 {
+    if (m_session.replay())
+        return m_session.whyReadOnly();
     if (keys.size() > 1)
         return tr("One front end is started at a time.");
     const ProductionRow* const row = keys.isEmpty() ? nullptr : m_model.find(keys.first());

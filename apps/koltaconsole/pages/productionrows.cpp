@@ -241,7 +241,7 @@ void ProductionRows::addOrdered(ProductionRow& server) const
         row.hardware = entry.tuner;
         row.lookInFull = entry.reason;
         if (entry.job)
-            row.look = {Mark::Half, Role::InUse, tr("starting"), false};
+            row.look = {Mark::Half, Role::InUse, tr("starting, %1").arg(timeText(entry.began)), false};
         else
             row.look = {Mark::Triangle, Role::Attention,
                         (entry.isRefused ? tr("refused (%1)") : tr("failed (%1)")).arg(entry.reason), true};
@@ -263,7 +263,35 @@ void ProductionRows::forget()
     }
 }
 
-std::vector<ProductionRow> ProductionRows::gather(const Pending& pending)
+/// With the latest of those that are wanted, and how many there are.
+ProductionRow ProductionRows::endedGroup(const Wanted& isWanted) const
+{
+    std::vector<const ProductionRow*> wanted;
+    for (const ProductionRow& row : m_ended) {
+        if (isWanted(row))
+            wanted.push_back(&row);
+    }
+    std::sort(wanted.begin(), wanted.end(),
+              [](const ProductionRow* a, const ProductionRow* b) { return a->ended > b->ended; });
+    const auto all = static_cast<int>(wanted.size());
+    const bool isCut = wanted.size() > kEndedRows;
+    if (isCut)
+        wanted.resize(kEndedRows);
+    ProductionRow group;
+    group.kind = ProductionRow::Kind::EndedGroup;
+    group.key = QStringLiteral("ended");
+    group.name = isCut ? tr("Ended in the last 24 h: %L1 of %L2 shown").arg(kEndedRows).arg(all)
+                       : tr("Ended in the last 24 h: %L1").arg(all);
+    for (const ProductionRow* const row : wanted) {
+        group.children.push_back(*row);
+        Timeline& timeline = group.children.back().timeline;
+        timeline.to = m_now;
+        timeline.from = m_now.addSecs(-3600 * Timeline::kHours);
+    }
+    return group;
+}
+
+std::vector<ProductionRow> ProductionRows::gather(const Pending& pending, const Wanted& isWanted)
 {
     m_now = m_session.now();
     forget();
@@ -287,20 +315,7 @@ std::vector<ProductionRow> ProductionRows::gather(const Pending& pending)
     std::vector<ProductionRow> rows;
     for (auto& [text, row] : servers)
         rows.push_back(std::move(row));
-    ProductionRow ended;
-    ended.kind = ProductionRow::Kind::EndedGroup;
-    ended.key = QStringLiteral("ended");
-    ended.name = tr("Ended in the last 24 h: %1").arg(m_ended.size());
-    for (const ProductionRow& row : qAsConst(m_ended)) {
-        ended.children.push_back(row);
-        Timeline& timeline = ended.children.back().timeline;
-        timeline.to = m_now;
-        timeline.from = m_now.addSecs(-3600 * Timeline::kHours);
-    }
-    std::sort(ended.children.begin(), ended.children.end(),
-              [](const ProductionRow& a, const ProductionRow& b) { return a.ended > b.ended; });
-    if (ended.children.size() > kEndedRows)
-        ended.children.resize(kEndedRows);
+    ProductionRow ended = endedGroup(isWanted);
     if (!ended.children.empty())
         rows.push_back(std::move(ended));
     return rows;

@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QString>
 
+#include <functional>
 #include <vector>
 
 namespace KoltaConsole {
@@ -66,19 +67,22 @@ class ProductionRows
 public:
     /// What somebody asked for and what is still under way, by the row's key: "stopping".
     using Pending = QHash<QString, QString>;
+    /// Whether what has ended is to be shown.
+    using Wanted = std::function<bool(const ProductionRow& ended)>;
 
     explicit ProductionRows(Session& session) : m_session(session) {}
 
     /// All that the journal knows of processors, or what it knows anew.
     void readEnded();
     void readEnded(const QVector<Kolta::EventSubject>& subjects);
-    /// Servers with what runs on them, by name, and at the end what has ended.
-    std::vector<ProductionRow> gather(const Pending& pending);
+    /// Servers with what runs on them, by name, and at the end of what has ended and is wanted the latest.
+    std::vector<ProductionRow> gather(const Pending& pending, const Wanted& isWanted);
 
 private:
     ProductionRow rowOf(const QModelIndex& index, const Pending& pending);
     ProductionRow serverRow(const QString& address) const;
     void addOrdered(ProductionRow& server) const;
+    ProductionRow endedGroup(const Wanted& isWanted) const;
     Timeline timelineOf(const QString& server, const QString& guid) const;
     void noteEnd(const Kolta::EventSubject& subject);
     void forget();

@@ -41,6 +41,7 @@ public:
     bool isNameUnique(const QString& name) const;
     /// Shows where that FFP may go; empty: nothing is under way.
     void setDragged(const QString& key);
+    bool isDragging() const { return !m_dragged.isEmpty(); }
     /// Whether FFPs may be dragged at all.
     void setMovable(bool on) { m_isMovable = on; }
 

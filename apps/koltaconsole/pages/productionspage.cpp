@@ -14,6 +14,7 @@
 #include <koltacommon/processormodel.h>
 #include <koltacommon/viewroles.h>
 
+#include <QApplication>
 #include <QDrag>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -31,6 +32,7 @@ using Kolta::OwnershipJob;
 namespace {
 
 constexpr int kGatherMs = 100;
+constexpr int kHeldMs = 500; ///< while something is under the pointer that a drop or a choice is for
 constexpr int kMinuteMs = 60000;
 constexpr int kNamesInLine = 3;
 
@@ -125,14 +127,14 @@ void ProductionsPage::makeView()
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     m_view->setAccessibleName(tr("Productions"));
     m_view->setIndentation(16);
-    setColumnWidths(*m_view, {190, 130, 90, 90, 116, 96});
+    setColumnWidths(*m_view, {190, 156, 90, 90, 116, 96});
     connect(m_view, &QWidget::customContextMenuRequested, this, &ProductionsPage::showMenu);
     connect(m_view, &ProductionsView::si_Dragged, &m_model, &ProductionsModel::setDragged);
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         m_line.clear();
         actions().refresh();
         showReasons();
-        Q_EMIT si_CommandLineChanged();
+        tellCommandLine();
     });
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProductionsPage::span);
     connect(&m_model, &QAbstractItemModel::modelReset, this, [this] {
@@ -164,7 +166,7 @@ void ProductionsPage::makeActions()
         entry.id = QLatin1String(id);
         entry.text = text;
         entry.shortcut = keys;
-        entry.needs = ActionTable::eLink;
+        entry.needsLink = true;
         entry.changes = true;
         return entry;
     };
@@ -178,7 +180,7 @@ void ProductionsPage::makeActions()
     move.object = [this] { return nameOfSelected(); };
     move.run = [this] { offerTargets(); };
     ActionTable::Entry frontEnd = add("front-end", tr("Front end"), QKeySequence(Qt::Key_Return));
-    frontEnd.needs = ActionTable::eNothing;
+    frontEnd.needsLink = false;
     frontEnd.changes = false;
     frontEnd.problem = [this] { return m_orders.objectionToFrontEnd(selected()); };
     frontEnd.line = [this] { return m_line = m_orders.frontEndLine(selected().value(0)); };
@@ -196,7 +198,7 @@ void ProductionsPage::makeOwnerActions()
         entry.id = QLatin1String(id);
         entry.text = text;
         entry.shortcut = keys;
-        entry.needs = ActionTable::eLink;
+        entry.needsLink = true;
         entry.changes = true;
         entry.problem = [this, action] { return m_orders.objectionToOwn(selected(), action); };
         entry.line = [this, action] { return m_line = m_orders.ownLine(selected().value(0), action); };
@@ -222,7 +224,6 @@ void ProductionsPage::makeOwnerActions()
 void ProductionsPage::follow()
 {
     m_gathering.setSingleShot(true);
-    m_gathering.setInterval(kGatherMs);
     m_minute.start(kMinuteMs);
     connect(&m_gathering, &QTimer::timeout, this, &ProductionsPage::refresh);
     connect(&m_minute, &QTimer::timeout, this, &ProductionsPage::gather);
@@ -254,7 +255,7 @@ void ProductionsPage::follow()
     connect(&m_model, &ProductionsModel::si_MoveWanted, this, [this](const QString& ffp, const QString& mcp) {
         m_line = m_orders.moveLine(ffp, mcp);
         m_orders.move(ffp, mcp);
-        Q_EMIT si_CommandLineChanged();
+        tellCommandLine();
     });
 }
 
@@ -262,8 +263,9 @@ void ProductionsPage::follow()
 void ProductionsPage::gather()
 {
     m_isDue = true;
+    const bool isHeld = m_model.isDragging() || QApplication::activePopupWidget();
     if (isVisible() && !m_gathering.isActive())
-        m_gathering.start();
+        m_gathering.start(isHeld ? kHeldMs : kGatherMs);
 }
 
 void ProductionsPage::showEvent(QShowEvent* event)
@@ -277,7 +279,10 @@ void ProductionsPage::refresh()
 {
     m_isDue = false;
     m_model.setMovable(m_orders.mayMove());
-    m_model.take(filtered(m_rows.gather(m_orders.pending()), false));
+    const auto isWanted = [this](const ProductionRow& row) {
+        return isOfServer(row) && (m_words.isEmpty() || row.matches(m_words));
+    };
+    m_model.take(filtered(m_rows.gather(m_orders.pending(), isWanted), false));
     const QDateTime now = session().now();
     m_header->setRange(now.addSecs(-3600 * Timeline::kHours), now);
     actions().refresh();
@@ -290,9 +295,7 @@ std::vector<ProductionRow> ProductionsPage::filtered(std::vector<ProductionRow> 
 {
     std::vector<ProductionRow> result;
     for (ProductionRow& row : rows) {
-        if (row.kind == ProductionRow::Kind::Server && !server().isEmpty() && row.server != server())
-            continue;
-        if (row.kind == ProductionRow::Kind::Ended && !server().isEmpty() && row.server != server())
+        if (row.kind == ProductionRow::Kind::Server && !isOfServer(row))
             continue;
         const bool isWanted = isAll || m_words.isEmpty() || (!row.isGroup() && row.matches(m_words));
         row.children = filtered(std::move(row.children), isWanted && !row.isGroup());
@@ -333,23 +336,28 @@ void ProductionsPage::showCount()
     const bool isEmpty = m_model.rowCount() == 0;
     m_filter->tell(parts.join(QStringLiteral(", ")), isEmpty);
     m_nothing->setVisible(isEmpty);
-    if (!isEmpty)
-        return;
+    if (isEmpty)
+        m_nothing->setText(whyNothing());
+}
+
+QString ProductionsPage::whyNothing() const
+{
     if (!m_words.isEmpty())
-        m_nothing->setText(tr("No production matches \"%1\".").arg(m_filter->text()));
-    else if (session().facts().isEmpty())
-        m_nothing->setText(tr("No server has been seen yet."));
-    else if (isPast)
-        m_nothing->setText(
-            tr("Nothing ran when it was seen last, at %1.").arg(timeText(session().link().since)));
-    else
-        m_nothing->setText(tr("Nothing runs, and nothing has ended in the last 24 h."));
+        return tr("No production matches \"%1\".").arg(m_filter->text());
+    if (session().facts().isEmpty())
+        return tr("No server has been seen yet.");
+    if (session().isOutOfSight())
+        return tr("Nothing ran when it was seen last, at %1.").arg(timeText(session().link().since));
+    const QDateTime watched = session().journal().book().watchBegin();
+    if (watched.isValid() && watched > session().now().addSecs(-3600 * Timeline::kHours))
+        return tr("Nothing runs; watched since %1.").arg(timeText(watched));
+    return tr("Nothing runs, and nothing has ended in the last 24 h.");
 }
 
 /// Without the link the banner says the rest.
 QString ProductionsPage::reasonShort(const QString& id) const
 {
-    const bool isCutOff = (actions().find(id)->needs & ActionTable::eLink) && !session().link().isUp;
+    const bool isCutOff = actions().find(id)->needsLink && !session().link().isUp;
     return isCutOff ? tr("need the link.") : actions().enabledBecause(id);
 }
 

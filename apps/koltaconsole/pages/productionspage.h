@@ -58,9 +58,11 @@ private:
     void follow();
     void gather();
     void refresh();
+    bool isOfServer(const ProductionRow& row) const { return server().isEmpty() || row.server == server(); }
     std::vector<ProductionRow> filtered(std::vector<ProductionRow> rows, bool isAll) const;
     void span(const QModelIndex& parent, int first, int last);
     void showCount();
+    QString whyNothing() const;
     void showReasons();
     QString reasonShort(const QString& id) const;
     QStringList selected() const;

@@ -3,6 +3,8 @@
 #include "../actions.h"
 #include "../serverfacts.h"
 
+#include <koltacommon/viewtime.h>
+
 #include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -148,6 +150,7 @@ void ProfileEditor::makeFields()
 void ProfileEditor::edit(const ShortTimeProfile& profile)
 {
     m_original = m_draft = profile;
+    m_isGone = false;
     m_theirs.reset();
     m_news.clear();
     m_failure.clear();
@@ -241,6 +244,7 @@ void ProfileEditor::takeSaved(const ShortTimeProfile& profile)
         return;
     }
     m_original = profile;
+    m_isGone = false;
     m_theirs.reset();
     m_news.clear();
     m_failure.clear();
@@ -262,6 +266,7 @@ void ProfileEditor::setFailure(const QString& failure)
 
 void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
 {
+    m_isGone = false;
     if (isSame(profile, m_original)) {
         m_theirs.reset();
         m_news.clear(); // it is as it was again
@@ -273,27 +278,56 @@ void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
         return;
     }
     m_theirs = profile;
-    m_news = tr("changed by others at %1").arg(timeText(QDateTime::currentDateTime()));
+    m_news = tr("changed by others at %1").arg(timeText(Kolta::ViewTime::now()));
     showHeading();
 }
 
 void ProfileEditor::takeRemoval()
 {
-    if (!m_isChanged) {
+    if (m_isGone)
+        return;
+    if (m_isChanged)
+        takeGone(tr("removed by others at %1"));
+    else
         edit(ShortTimeProfile());
+}
+
+bool ProfileEditor::keepRemoved(const ShortTimeProfile& profile)
+{
+    if (!canKeep(profile.name))
+        return false;
+    if (m_original.name != profile.name)
+        edit(profile);
+    takeGone(tr("removed here at %1, Save puts it back"));
+    return true;
+}
+
+void ProfileEditor::takeGone(const QString& news)
+{
+    m_isGone = true;
+    m_theirs.reset();
+    m_news = news.arg(timeText(Kolta::ViewTime::now()));
+    showHeading();
+}
+
+void ProfileEditor::undo()
+{
+    if (!m_isGone) {
+        edit(m_theirs.value_or(m_original));
         return;
     }
-    m_theirs.reset();
-    m_news = tr("removed by others at %1").arg(timeText(QDateTime::currentDateTime()));
-    showHeading();
+    m_draft = m_original;
+    m_failure.clear();
+    fill();
 }
 
 void ProfileEditor::showHeading()
 {
     QStringList parts{m_draft.name.isEmpty() ? tr("New profile") : m_draft.name};
-    if (m_isChanged && m_isSaving)
+    const bool isOpen = m_isChanged || m_isGone;
+    if (isOpen && m_isSaving)
         parts.append(tr("being saved"));
-    else if (m_isChanged && !m_failure.isEmpty())
+    else if (isOpen && !m_failure.isEmpty())
         parts.append(tr("changed, not saved: %1").arg(m_failure));
     else if (m_isChanged)
         parts.append(tr("changed, not saved"));
@@ -333,7 +367,7 @@ QString ProfileEditor::objectionToSave() const
         return tr("It is being saved.");
     if (m_wrong > 0)
         return tr("A field cannot be read.");
-    return m_isChanged ? QString() : tr("Nothing has changed.");
+    return m_isChanged || m_isGone ? QString() : tr("Nothing has changed.");
 }
 
 QString ProfileEditor::objectionToUndo() const
@@ -364,6 +398,8 @@ void ProfileEditor::addButtons(const ActionTable& actions, const QStringList& ne
 
 void ProfileEditor::setUse(const QString& use)
 {
+    if (m_use == use)
+        return;
     m_use = use;
     showHeading();
 }

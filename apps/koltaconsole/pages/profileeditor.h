@@ -37,8 +37,13 @@ public:
     void setSaving(bool isSaving);
     /// Why what was typed is not on its server.
     void setFailure(const QString& failure);
-    /// Others have removed it.
+    /// Others have removed it: what was typed stays and can be saved again.
     void takeRemoval();
+    /// It is being removed here: it stays in the fields, to be saved again, until something else is shown.
+    /// False when they hold what is typed of another one.
+    bool keepRemoved(const Kolta::ShortTimeProfile& profile);
+    /// Whether keepRemoved() would do so with the profile of that name.
+    bool canKeep(const QString& name) const { return !m_isChanged || m_original.name == name; }
 
     /// What somebody has typed, such that resume() shows it again; empty when that is nothing.
     QJsonObject written() const;
@@ -59,7 +64,7 @@ public:
     /// Others have changed what somebody changes here.
     bool hasTheirs() const noexcept { return m_theirs.has_value(); }
     /// Back to what it is on its server now.
-    void undo() { edit(m_theirs.value_or(m_original)); }
+    void undo();
     /// What was typed is to replace what others have made of it.
     void keepMine() { takeSaved(m_theirs.value_or(m_original)); }
     /// Shows where what was typed differs from theirs, or not any more.
@@ -83,6 +88,7 @@ private:
     void fill();
     void fillLists();
     void read();
+    void takeGone(const QString& news);
     void showHeading();
     void showComparison();
 
@@ -92,6 +98,7 @@ private:
     bool m_isChanged = false;
     bool m_isFilling = false;
     bool m_isSaving = false;
+    bool m_isGone = false; ///< m_original is what it was before it was removed
     int m_wrong = 0;
     bool m_isComparing = false;
     QString m_use;

@@ -80,7 +80,7 @@ void ProfileImportView::makeActions()
     confirm.id = QStringLiteral("short-import-confirm");
     confirm.text = tr("Import the file");
     confirm.rights = Kolta::rightFor(Kolta::UserAction::EditProfiles);
-    confirm.needs = ActionTable::eLink;
+    confirm.needsLink = true;
     confirm.changes = true;
     confirm.problem = [this] { return objection(); };
     confirm.line = [this] { return line(); };

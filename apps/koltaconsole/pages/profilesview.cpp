@@ -2,6 +2,7 @@
 
 #include "../actions.h"
 #include "../columns.h"
+#include "../confirmation.h"
 #include "../filterbar.h"
 #include "../stateitemdelegate.h"
 #include "../wishwatch.h"
@@ -84,13 +85,14 @@ void ProfilesView::makeListActions()
     begin.id = QStringLiteral("short-new");
     begin.text = tr("New");
     begin.shortcut = QKeySequence(QKeySequence::New);
+    begin.problem = [this] { return objectionToNew(); };
     begin.run = [this] { beginNew(); };
     ActionTable::Entry removal;
     removal.id = QStringLiteral("short-remove");
     removal.text = tr("Remove");
     removal.shortcut = QKeySequence(Qt::Key_Delete);
     removal.rights = Kolta::rightFor(UserAction::EditProfiles);
-    removal.needs = ActionTable::eLink;
+    removal.needsLink = true;
     removal.changes = true;
     removal.problem = [this] { return objectionToRemove(); };
     removal.line = [this] { return removeLine(); };
@@ -104,8 +106,9 @@ void ProfilesView::makeListActions()
     importing.line = {};
     importing.object = {};
     importing.run = [this] { askForFile(); };
-    for (const ActionTable::Entry& entry : {begin, removal, importing})
-        m_actions.add(entry, this);
+    m_actions.add(begin, this);
+    m_actions.add(removal, m_table); // in a field the key is for what is typed
+    m_actions.add(importing, this);
 }
 
 void ProfilesView::makeEditorActions()
@@ -115,7 +118,7 @@ void ProfilesView::makeEditorActions()
     saving.text = tr("Save");
     saving.shortcut = QKeySequence(QKeySequence::Save);
     saving.rights = Kolta::rightFor(UserAction::EditProfiles);
-    saving.needs = ActionTable::eLink;
+    saving.needsLink = true;
     saving.changes = true;
     saving.problem = [this] { return objectionToSave(); };
     saving.line = [this] { return saveLine(); };
@@ -229,11 +232,13 @@ void ProfilesView::showServer(const QString& address)
         if (m_model.rowCount() > 0)
             compareWithOthers();
     }
-    showCount();
+    if (isVisible() || isOther)
+        showCount();
 }
 
 void ProfilesView::setUses(const QHash<QString, QStringList>& uses)
 {
+    m_uses = uses;
     m_model.setUses(uses);
     if (!m_editor->original().name.isEmpty())
         m_editor->setUse(useOf(m_editor->original().name));
@@ -376,6 +381,11 @@ QString ProfilesView::saveLine() const
                                       draft, before == draft.name ? QString() : before);
 }
 
+QString ProfilesView::objectionToNew() const
+{
+    return m_editor->isChanged() ? tr("Save or undo what is typed first.") : QString();
+}
+
 void ProfilesView::beginNew()
 {
     m_table->clearSelection();
@@ -432,15 +442,31 @@ QString ProfilesView::removeLine() const
     return selected() ? KoltaApps::ActionLines(m_server).removeProfiles({selected()->name}) : QString();
 }
 
+/// Asks when FFPs look for it, and when it would be lost because the fields hold what is typed of another.
 void ProfilesView::remove()
 {
-    ShortTimeProfileItemMap* const profiles = map();
     const QString name = selected()->name;
-    tellLine(removeLine());
+    if (useCount(name) == 0 && m_editor->canKeep(name)) {
+        erase(m_server, name);
+        return;
+    }
+    askBefore(*this, tr("Remove %1? It is %2.").arg(name, useOf(name)), m_uses.value(name), tr("Remove"),
+              [this, server = m_server, name] { erase(server, name); });
+}
+
+/// A server or profile that has gone while somebody was asked is none to remove.
+void ProfilesView::erase(const QString& server, const QString& name)
+{
+    auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
+    if (!profiles || !profiles->Contains(name))
+        return;
+    tellLine(KoltaApps::ActionLines(server).removeProfiles({name}));
+    if (server == m_server && m_editor->keepRemoved(profiles->At(name)))
+        m_table->setCurrentIndex(QModelIndex()); // the row that follows would be shown instead
     profiles->EraseAt(name);
     new WishWatch(
-        m_session, m_server, profiles->GetPath(),
-        [this, name, server = m_server](const QString& reason) {
+        m_session, server, profiles->GetPath(),
+        [this, name, server](const QString& reason) {
             const auto* const left = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
             if (!reason.isEmpty() && left && left->Contains(name))
                 m_session.tell(tr("profile %1 of %2 is not removed: %3").arg(name, server, reason),

@@ -5,6 +5,7 @@
 #include "../rowindex.h"
 #include "profilerows.h"
 
+#include <QHash>
 #include <QWidget>
 
 class QLabel;
@@ -56,6 +57,7 @@ private:
     void choose();
     void compareWithOthers();
     QString objectionToSave() const;
+    QString objectionToNew() const;
     QString objectionToRemove() const;
     QString objectionToName(const QString& name, const QString& before) const;
     QString nameBefore() const;
@@ -65,6 +67,7 @@ private:
     void save();
     void takeEnd(const QString& problem);
     void remove();
+    void erase(const QString& server, const QString& name);
     void askForFile();
     void tellLine(const QString& line);
     int useCount(const QString& profile) const;
@@ -75,6 +78,7 @@ private:
     QString m_server;
     ProfileRows m_model;
     RowIndex m_rows;
+    QHash<QString, QStringList> m_uses; ///< FFPs by profile
     FilterWords m_words;
     FilterBar* m_filter;
     QTreeView* m_table;

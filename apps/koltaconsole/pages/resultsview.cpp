@@ -73,6 +73,10 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     m_rows.setSourceModel(&m_model);
     makeTable();
     makeAction();
+    auto* const moves = new QHBoxLayout;
+    moves->setSpacing(2);
+    moves->addWidget(m_filter, 1);
+    m_plot->addButtons(*moves);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 5, 8, 5);
     top->setSpacing(12);
@@ -88,9 +92,15 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     m_filter->setContentsMargins(8, 5, 8, 0);
-    layout->addWidget(m_filter);
+    layout->addLayout(moves);
     layout->addLayout(top);
     layout->addWidget(parts, 1);
+    follow();
+    showLegend();
+}
+
+void ResultsView::follow()
+{
     connect(m_filter->line(), &QLineEdit::textChanged, this, &ResultsView::applyFilter);
     m_gathering.setSingleShot(true);
     m_gathering.setInterval(kGatherMs);
@@ -100,7 +110,6 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     connect(&m_model, &QAbstractItemModel::dataChanged, this, &ResultsView::gather);
     connect(m_plot, &ResultsPlot::si_FollowingChanged, &m_actions, &ActionTable::refresh);
     connect(m_plot, &ResultsPlot::si_RangeChanged, this, &ResultsView::showLegend);
-    showLegend();
 }
 
 void ResultsView::makeAction()
@@ -138,12 +147,14 @@ void ResultsView::showServer(const QString& address)
     auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address);
     if (m_model.map() != map && (map || m_server != address))
         m_model.setMap(map);
-    if (m_server != address) {
+    const bool isOther = m_server != address;
+    if (isOther) {
         m_server = address;
         m_shapes.clear();
         gather();
     }
-    showLegend();
+    if (isOther || isVisible())
+        showLegend();
 }
 
 QString ResultsView::line() const

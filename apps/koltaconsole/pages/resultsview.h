@@ -49,6 +49,7 @@ protected:
 private:
     void makeTable();
     void makeAction();
+    void follow();
     void applyFilter();
     void gather();
     void draw();

@@ -6,6 +6,7 @@
 #include <koltacommon/viewroles.h>
 
 #include <QContextMenuEvent>
+#include <QFocusEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -45,11 +46,11 @@ QString ServerCards::searchText(const ServerFacts& facts)
 
 QString ServerCards::countsText(const TunerCounts& counts)
 {
-    QStringList parts{tr("%1 free").arg(counts.free), tr("%1 in use").arg(counts.inUse)};
+    QStringList parts{tr("%L1 free").arg(counts.free), tr("%L1 in use").arg(counts.inUse)};
     if (counts.planned > 0)
-        parts.append(tr("%1 planned").arg(counts.planned));
+        parts.append(tr("%L1 planned").arg(counts.planned));
     if (counts.out > 0)
-        parts.append(tr("%1 out").arg(counts.out));
+        parts.append(tr("%L1 out").arg(counts.out));
     return parts.join(QStringLiteral(" · "));
 }
 
@@ -61,6 +62,7 @@ void ServerCards::refresh(const QString& only, const FilterWords& words)
             m_places.append({facts, Shape::Tall, QRect(), {}});
     }
     arrange();
+    describeCurrent();
     update();
 }
 
@@ -119,14 +121,14 @@ int ServerCards::arrangeMany()
         y += kHeading;
     };
     if (loud > 0)
-        head(tr("Need attention or start: %1").arg(loud), tr("worst first, then longest"));
+        head(tr("Need attention or start: %L1").arg(loud), tr("worst first, then longest"));
     for (int i = 0; i < loud; ++i) {
         m_places[i].shape = Shape::Line;
         m_places[i].rect = QRect(kGap, y, width() - 2 * kGap, kLineHeight);
         y += kLineHeight + 4;
     }
     y += loud > 0 ? 4 : 0;
-    head(tr("The rest: %1").arg(presentCount() - loud), tr("by name · Enter opens a server"));
+    head(tr("The rest: %L1").arg(presentCount() - loud), tr("by name · Enter opens a server"));
     const int columns = std::max(1, (width() - kGap) / (kTile.width() + 6));
     const int tileWidth = (width() - kGap) / columns - 6;
     for (int i = loud; i < m_places.size(); ++i) {
@@ -146,8 +148,8 @@ void ServerCards::appendClasses(const TunerClassModel& model, const QModelIndex&
         const QModelIndex name = model.index(row, TunerClassModel::eNameColumn, parent);
         if (name.data(Kolta::ViewRoles::StateRole).isValid()) // a tuner
             continue;
-        const QString free = model.index(row, TunerClassModel::eFreeColumn, parent).data().toString();
-        figures.append({name.data().toString(), free, depth});
+        figures.append({name.data().toString(), name.data(Kolta::ViewRoles::FreeRole).toInt(),
+                        name.data(Kolta::ViewRoles::CountRole).toInt(), depth});
         appendClasses(model, name, depth + 1, figures);
     }
 }
@@ -181,8 +183,38 @@ const ServerCards::Place* ServerCards::placeAt(const QPoint& point) const
 void ServerCards::setCurrent(const QString& address)
 {
     m_current = address;
+    describeCurrent();
     update();
     Q_EMIT si_CurrentChanged(placeOf(address));
+}
+
+/// For who does not see it; told when it is another text. Seconds that are counted are none.
+void ServerCards::describeCurrent()
+{
+    const auto found = std::find_if(m_places.begin(), m_places.end(),
+                                    [this](const Place& place) { return place.facts.address == m_current; });
+    QString text;
+    if (found != m_places.end()) {
+        const ServerFacts& facts = found->facts;
+        const bool isCounting = facts.condition == Condition::Silent && !facts.isOutOfSight;
+        QStringList parts{facts.address, facts.look().word};
+        if (const QString reason = facts.reason(); !isCounting && !reason.isEmpty())
+            parts.append(reason);
+        text = parts.join(QStringLiteral(", "));
+    }
+    if (text != accessibleDescription())
+        setAccessibleDescription(text); // which tells who reads it aloud
+}
+
+/// Who comes by keys has a card to go on from.
+void ServerCards::focusInEvent(QFocusEvent* event)
+{
+    QWidget::focusInEvent(event);
+    const Qt::FocusReason reason = event->reason();
+    const bool isByKeys = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
+                          reason == Qt::ShortcutFocusReason || reason == Qt::OtherFocusReason;
+    if (isByKeys && !m_places.isEmpty() && placeOf(m_current).isNull())
+        setCurrent(m_places.first().facts.address);
 }
 
 void ServerCards::mousePressEvent(QMouseEvent* event)

@@ -46,6 +46,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     bool event(QEvent* event) override;
 
@@ -54,7 +55,8 @@ private:
     struct ClassFigure
     {
         QString name;
-        QString free; ///< "3 of 6"
+        int free = 0;
+        int all = 0;
         int depth = 0;
     };
     struct Place
@@ -78,6 +80,7 @@ private:
     int arrangeMany();
     const Place* placeAt(const QPoint& point) const;
     void setCurrent(const QString& address);
+    void describeCurrent();
     void step(int by);
     QVector<ClassFigure> classesOf(const QString& address) const;
     static void appendClasses(const Kolta::TunerClassModel& model, const QModelIndex& parent, int depth,
@@ -85,6 +88,7 @@ private:
     void paint(QPainter& painter, const Place& place) const;
     void paintCard(QPainter& painter, const Place& place) const;
     static void paintWork(QPainter& painter, const ServerFacts& facts, QRect rect);
+    static QString freeText(const ServerFacts& facts, const ClassFigure& figure);
     void paintClasses(QPainter& painter, const Place& place, QRect rect) const;
     void paintLine(QPainter& painter, const Place& place) const;
     void paintTile(QPainter& painter, const Place& place) const;

@@ -5,6 +5,7 @@
 #include <koltacommon/journal.h>
 #include <koltacommon/serverstates.h>
 
+#include <QLocale>
 #include <QPaintEvent>
 #include <QPainter>
 
@@ -146,6 +147,15 @@ void ServerCards::paintWork(QPainter& painter, const ServerFacts& facts, QRect r
         drawText(painter, rect, Qt::AlignLeft, units);
 }
 
+/// Of a server that is away nobody knows how many are free.
+QString ServerCards::freeText(const ServerFacts& facts, const ClassFigure& figure)
+{
+    if (figure.all == 0)
+        return tr("no tuners");
+    return facts.isStale() ? tr("%L1 tuners").arg(figure.all)
+                           : tr("%L1 of %L2 free").arg(figure.free).arg(figure.all);
+}
+
 void ServerCards::paintClasses(QPainter& painter, const Place& place, QRect rect) const
 {
     const int rowHeight = std::min(20, rect.height() / std::max(1, place.classes.size()));
@@ -161,11 +171,8 @@ void ServerCards::paintClasses(QPainter& painter, const Place& place, QRect rect
             return;
         }
         drawText(painter, row.adjusted(figure.depth * 12, 0, -110, 0), Qt::AlignLeft, figure.name);
-        // Of a server that is away nobody knows how many are free.
-        const QString free = place.facts.isStale()
-                                 ? tr("%1 tuners").arg(figure.free.section(QLatin1Char(' '), -1))
-                                 : tr("%1 free").arg(figure.free);
-        const bool isNone = figure.free.startsWith(QLatin1String("0 ")) && !place.facts.isStale();
+        const QString free = freeText(place.facts, figure);
+        const bool isNone = figure.free == 0 && figure.all > 0 && !place.facts.isStale();
         painter.setPen(Theme::instance().color(Role::Dim));
         if (isNone)
             drawLook(painter, row, {Mark::Triangle, Role::Attention, free, true}, true);
@@ -190,8 +197,8 @@ void ServerCards::paintLine(QPainter& painter, const Place& place) const
     painter.setFont(font());
     paintTunerBar(painter, QRectF(r.left() + 190, r.center().y() - 4, 110, 9), facts.tuners, facts.isStale());
     painter.setPen(textColor(facts, false));
-    drawText(painter, cell(308, 60), Qt::AlignRight, tr("%1 free").arg(facts.tuners.free));
-    drawText(painter, cell(380, 60), Qt::AlignLeft, tr("%1 prod.").arg(facts.productions));
+    drawText(painter, cell(308, 60), Qt::AlignRight, tr("%L1 free").arg(facts.tuners.free));
+    drawText(painter, cell(380, 60), Qt::AlignLeft, tr("%L1 prod.").arg(facts.productions));
     paintStrip(painter, QRect(r.left() + 446, r.center().y() - 3, 90, 6), facts);
     const int rest = r.width() - 548;
     const QString reason = facts.reason();
@@ -211,7 +218,7 @@ void ServerCards::paintTile(QPainter& painter, const Place& place) const
     paintMark(painter, QRectF(inner.left(), inner.center().y() - 4, 9, 9), look.mark,
               Theme::instance().color(look.role));
     painter.setPen(Theme::instance().color(Role::Dim));
-    const int width = drawText(painter, inner, Qt::AlignRight, QString::number(facts.tuners.free));
+    const int width = drawText(painter, inner, Qt::AlignRight, QLocale().toString(facts.tuners.free));
     painter.setPen(textColor(facts, false));
     drawText(painter, inner.adjusted(14, 0, -width - 4, 0), Qt::AlignLeft, facts.address, Qt::ElideMiddle);
     paintTunerBar(painter, QRectF(inner.left(), place.rect.bottom() - 6, inner.width(), 4), facts.tuners,

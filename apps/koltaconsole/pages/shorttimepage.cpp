@@ -5,6 +5,7 @@
 #include "conversionsview.h"
 #include "profilesview.h"
 #include "resultsview.h"
+#include "shorttimemaps.h"
 
 #include <common/actionlines.h>
 
@@ -51,12 +52,12 @@ ShortTimePage::ShortTimePage(Session& session, ActionTable& actions, QWidget* pa
     connect(&session, &Session::si_LinkChanged, this, follow);
     connect(&session, &Session::si_UserChanged, this, follow);
     connect(m_servers, qOverload<int>(&QComboBox::currentIndexChanged), this, &ShortTimePage::refresh);
-    connect(m_tabs, &QTabWidget::currentChanged, this, &Page::si_CommandLineChanged);
-    connect(m_profiles, &ProfilesView::si_LineChanged, this, &Page::si_CommandLineChanged);
-    connect(m_assignments, &AssignmentsView::si_LineChanged, this, &Page::si_CommandLineChanged);
+    connect(m_tabs, &QTabWidget::currentChanged, this, &ShortTimePage::refresh);
+    connect(m_profiles, &ProfilesView::si_LineChanged, this, &ShortTimePage::tellCommandLine);
+    connect(m_assignments, &AssignmentsView::si_LineChanged, this, &ShortTimePage::tellCommandLine);
     connect(&m_assignments->matrix(), &AssignmentMatrix::si_DraftChanged, this,
             [this] { m_profiles->setUses(m_assignments->matrix().uses()); });
-    connect(m_conversions, &ConversionsView::si_LineChanged, this, &Page::si_CommandLineChanged);
+    connect(m_conversions, &ConversionsView::si_LineChanged, this, &ShortTimePage::tellCommandLine);
     readServers();
 }
 
@@ -103,13 +104,29 @@ void ShortTimePage::readServers()
     refresh();
 }
 
+/// Each view follows the server's collections; what they have is shown where it is seen. Facts change often,
+/// and the line of what somebody did elsewhere stays then.
 void ShortTimePage::refresh()
 {
-    m_profiles->showServer(server());
-    m_assignments->showServer(server());
-    m_results->showServer(server());
-    m_conversions->showServer(server());
-    Q_EMIT si_CommandLineChanged();
+    const QString address = server();
+    m_profiles->showServer(address);
+    m_assignments->showServer(address);
+    m_assignments->setSeen(m_profiles->isVisible() || m_assignments->isVisible());
+    m_results->showServer(address);
+    refreshConversions();
+    tellOtherCommandLine();
+}
+
+void ShortTimePage::refreshConversions()
+{
+    using Map = Kolta::ConvertProductionResultMap;
+    const QString address = server();
+    const Map* const map = shortTimeMap<Map>(session(), address);
+    const bool isOther = m_conversionsOf != address || (map && map != m_conversions->model().map());
+    if (!isOther && !m_conversions->isVisible())
+        return;
+    m_conversionsOf = address;
+    m_conversions->showServer(address);
 }
 
 /// What it has missed while it was hidden.
@@ -117,6 +134,12 @@ void ShortTimePage::showEvent(QShowEvent* event)
 {
     Page::showEvent(event);
     readServers();
+}
+
+void ShortTimePage::hideEvent(QHideEvent* event)
+{
+    Page::hideEvent(event);
+    m_assignments->setSeen(false);
 }
 
 bool ShortTimePage::isFilled() const

@@ -34,10 +34,12 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void readServers();
     void refresh();
+    void refreshConversions();
 
     QComboBox* m_servers;
     QTabWidget* m_tabs;
@@ -45,6 +47,7 @@ private:
     AssignmentsView* m_assignments;
     ResultsView* m_results;
     ConversionsView* m_conversions;
+    QString m_conversionsOf; ///< the server that they are shown of
 };
 
 } // namespace KoltaConsole

@@ -110,15 +110,7 @@ void TunersPage::makeActions()
     order.id = QStringLiteral("tuner-order");
     order.text = tr("Order…");
     order.shortcut = QKeySequence(Qt::CTRL + Qt::Key_Return);
-    order.run = [this] {
-        const QModelIndex current = currentTuner();
-        if (current.isValid()) {
-            Kolta::ProductionOrder wanted = session().draft().order();
-            wanted.tunerClass = current.sibling(current.row(), TunerModel::eClassColumn).data().toString();
-            session().draft().set(wanted, current.data(Roles::ServerRole).toString());
-        }
-        actions().run(QStringLiteral("page-order"));
-    };
+    order.run = [this] { orderCurrent(); };
     actions().add(order, this);
     ActionTable::Entry groups;
     groups.id = QStringLiteral("tuner-groups");
@@ -136,6 +128,19 @@ void TunersPage::makeActions()
     actions().add(groups, this);
 }
 
+/// The selected tuner is the chosen candidate there.
+void TunersPage::orderCurrent()
+{
+    const QModelIndex current = currentTuner();
+    if (current.isValid()) {
+        Kolta::ProductionOrder wanted = session().draft().order();
+        wanted.tunerClass = current.sibling(current.row(), TunerModel::eClassColumn).data().toString();
+        session().draft().set(wanted, current.data(Roles::ServerRole).toString(),
+                              current.data(Roles::GuidRole).toString());
+    }
+    actions().run(QStringLiteral("page-order"));
+}
+
 void TunersPage::connectAll()
 {
     connect(m_filter->line(), &QLineEdit::textChanged, this, &TunersPage::applyFilter);
@@ -148,6 +153,11 @@ void TunersPage::connectAll()
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&session().processors(), signal, this, &TunersPage::followLater);
     connect(&session(), &Session::si_LinkChanged, this, &TunersPage::followLater);
+    // What excludes the selected one need not be shown.
+    connect(&session().tuners(), &QAbstractItemModel::dataChanged, this, [this] {
+        if (m_answer->isVisible())
+            followLater();
+    });
     connect(&m_following, &QTimer::timeout, this, &TunersPage::showLanes);
     connect(m_axis, &FrequencyAxis::si_TunerChosen, this, &TunersPage::choose);
     connect(m_axis, &FrequencyAxis::si_LaneChosen, this, &TunersPage::showLane);
@@ -281,8 +291,9 @@ void TunersPage::writeCount()
 {
     const QLocale locale;
     const int shown = m_rows.matchCount(), all = session().tuners().rowCount();
-    if (shown == 0 && all > 0)
-        m_filter->tell(tr("No tuner matches \"%1\"").arg(m_filter->text()), true);
+    const bool isNarrowed = !m_words.isEmpty() || !m_classes.isEmpty() || !server().isEmpty();
+    if (shown == 0 && all > 0 && isNarrowed)
+        m_filter->tell(nothingText(), !m_words.isEmpty());
     else if (shown == all)
         m_filter->tell(tr("%Ln tuner(s)", nullptr, all), false);
     else if (m_classes.isEmpty())
@@ -291,6 +302,17 @@ void TunersPage::writeCount()
         m_filter->tell(tr("%1 of %2 tuners, class %3 alone")
                            .arg(locale.toString(shown), locale.toString(all), m_classes.first()),
                        false);
+}
+
+/// Words can be taken out; what was chosen in the tree is no fault of theirs.
+QString TunersPage::nothingText() const
+{
+    if (!m_words.isEmpty())
+        return tr("No tuner matches \"%1\"").arg(m_filter->text());
+    if (m_classes.isEmpty())
+        return tr("%1 has no tuners").arg(server());
+    return server().isEmpty() ? tr("There is no tuner of class %1").arg(m_classes.first())
+                              : tr("%1 has no tuner of class %2").arg(server(), m_classes.first());
 }
 
 /// A hidden page counts nothing.
@@ -311,6 +333,8 @@ void TunersPage::showLanes()
     m_following.stop();
     writeCount(); // what is folded comes and goes without a row
     m_axis->setLanes(lanesOf(session(), m_rows, static_cast<TunerGroups>(m_groups->currentIndex())));
+    if (m_answer->isVisible())
+        explain();
 }
 
 /// By a word of the filter line, where everybody sees it and can take it out.
@@ -340,6 +364,8 @@ void TunersPage::explain()
     if (current.data(Roles::StaleRole).toBool())
         text += tr(" Its server is away, %1.")
                     .arg(lastKnownText(current.data(Roles::LastKnownRole).toDateTime()));
+    else if (session().isOutOfSight())
+        text += tr(" The broker is away, %1.").arg(lastKnownText(session().link().since));
     m_answer->setText(text);
     m_answer->setToolTip(text);
 }

@@ -43,6 +43,7 @@ private:
     QLayout* makeTop();
     void makeTable();
     void makeActions();
+    void orderCurrent();
     void connectAll();
     void applyFilter();
     void applyGroups();
@@ -53,6 +54,7 @@ private:
     QModelIndex currentTuner() const;
     void showCount();
     void writeCount();
+    QString nothingText() const;
     void followLater();
     void showLanes();
     void showLane(const QString& name);

@@ -6,8 +6,6 @@
 
 #include <qwt_scale_map.h>
 
-#include <qwt_scale_map.h>
-
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -28,14 +26,57 @@ namespace KoltaConsole {
 
 namespace {
 
-constexpr double kStep = 1.5; ///< of zooming by keys and buttons
 constexpr int kGutter = 196;
 constexpr int kLeastLane = 36;
 constexpr double kLeastSpan = 1e3; ///< Hz
-constexpr double kPanStep = 0.2;   ///< of what is shown
 constexpr int kDragFrom = 4;       ///< pixels; less is a click
 
 } // namespace
+
+std::optional<PlotMove> plotMoveOf(int key)
+{
+    switch (key) {
+    case Qt::Key_Left:
+        return PlotMove::Back;
+    case Qt::Key_Right:
+        return PlotMove::On;
+    case Qt::Key_Plus:
+        return PlotMove::In;
+    case Qt::Key_Minus:
+        return PlotMove::Out;
+    case Qt::Key_0:
+        return PlotMove::All;
+    default:
+        return std::nullopt;
+    }
+}
+
+void addPlotButtons(QBoxLayout& row, const std::array<QString, 5>& names,
+                    const std::function<void(PlotMove)>& go)
+{
+    const char* const signs[] = {"←", "→", "+", "−", "0"};
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        auto* const button = new QToolButton(row.parentWidget());
+        button->setText(QString::fromUtf8(signs[i]));
+        button->setToolTip(names[i]);
+        button->setAccessibleName(names[i]);
+        button->setAutoRaise(true);
+        button->setFixedSize(26, 22);
+        button->setFocusPolicy(Qt::NoFocus);
+        QObject::connect(button, &QToolButton::clicked, button,
+                         [go, wanted = static_cast<PlotMove>(i)] { go(wanted); });
+        row.addWidget(button);
+    }
+}
+
+void paintFocusFrame(QWidget& widget)
+{
+    if (!widget.hasFocus())
+        return;
+    QPainter painter(&widget);
+    painter.setPen(QPen(Theme::instance().color(Role::Planned), kFocusFrame));
+    painter.drawRect(widget.rect().adjusted(1, 1, -1, -1));
+}
 
 /// The names of the lanes, with how many are free.
 class FrequencyAxis::Gutter : public QWidget
@@ -105,7 +146,7 @@ FrequencyAxis::FrequencyAxis(QWidget* parent)
     plots->addWidget(m_plot.get(), 1);
     plots->addWidget(m_scroll);
     auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setContentsMargins(kFocusFrame, kFocusFrame, kFocusFrame, kFocusFrame);
     layout->setSpacing(0);
     layout->addLayout(plots, 1);
     layout->addWidget(makeLegend());
@@ -172,26 +213,28 @@ QWidget* FrequencyAxis::makeLegend()
     layout->setContentsMargins(0, 0, 8, 0);
     layout->setSpacing(2);
     layout->addWidget(new Legend(row), 1);
-    const auto add = [&](const QString& sign, const QString& name, const std::function<void()>& run) {
-        auto* const button = new QToolButton(row);
-        button->setText(sign);
-        button->setToolTip(name);
-        button->setAccessibleName(name);
-        button->setAutoRaise(true);
-        button->setFixedSize(26, 22);
-        button->setFocusPolicy(Qt::NoFocus);
-        connect(button, &QToolButton::clicked, this, run);
-        layout->addWidget(button);
-    };
-    const auto middle = [this] {
-        return m_plot->isLogarithmic() ? std::sqrt(from() * to()) : (from() + to()) / 2;
-    };
-    add(QStringLiteral("←"), tr("Lower frequencies (←)"), [this] { pan(-kPanStep); });
-    add(QStringLiteral("→"), tr("Higher frequencies (→)"), [this] { pan(kPanStep); });
-    add(QStringLiteral("+"), tr("Zoom in (+)"), [this, middle] { zoom(1 / kStep, middle()); });
-    add(QStringLiteral("−"), tr("Zoom out (−)"), [this, middle] { zoom(kStep, middle()); });
-    add(QStringLiteral("0"), tr("Show all (0)"), [this] { showAll(); });
+    addPlotButtons(*layout,
+                   {tr("Lower frequencies (←)"), tr("Higher frequencies (→)"), tr("Zoom in (+)"),
+                    tr("Zoom out (−)"), tr("Show all (0)")},
+                   [this](PlotMove wanted) { go(wanted); });
     return row;
+}
+
+void FrequencyAxis::go(PlotMove wanted)
+{
+    const double middle = m_plot->isLogarithmic() ? std::sqrt(from() * to()) : (from() + to()) / 2;
+    switch (wanted) {
+    case PlotMove::Back:
+        return pan(-kPlotPan);
+    case PlotMove::On:
+        return pan(kPlotPan);
+    case PlotMove::In:
+        return zoom(1 / kPlotZoom, middle);
+    case PlotMove::Out:
+        return zoom(kPlotZoom, middle);
+    case PlotMove::All:
+        return showAll();
+    }
 }
 
 const QVector<Lane>& FrequencyAxis::lanes() const
@@ -324,27 +367,20 @@ void FrequencyAxis::resizeEvent(QResizeEvent* event)
     layOut();
 }
 
+void FrequencyAxis::paintEvent(QPaintEvent* /*event*/)
+{
+    paintFocusFrame(*this);
+}
+
 void FrequencyAxis::keyPressEvent(QKeyEvent* event)
 {
-    const double middle = m_plot->isLogarithmic() ? std::sqrt(from() * to()) : (from() + to()) / 2;
-    switch (event->key()) {
-    case Qt::Key_Plus:
-        return zoom(1 / kStep, middle);
-    case Qt::Key_Minus:
-        return zoom(kStep, middle);
-    case Qt::Key_Left:
-        return pan(-kPanStep);
-    case Qt::Key_Right:
-        return pan(kPanStep);
-    case Qt::Key_0:
-        return showAll();
-    case Qt::Key_Escape:
-        m_drag = Drag::None;
-        m_plot->markedFrom = m_plot->markedTo = 0;
-        return m_plot->replot();
-    default:
-        QWidget::keyPressEvent(event);
-    }
+    if (const auto wanted = plotMoveOf(event->key()))
+        return go(*wanted);
+    if (event->key() != Qt::Key_Escape)
+        return QWidget::keyPressEvent(event);
+    m_drag = Drag::None;
+    m_plot->markedFrom = m_plot->markedTo = 0;
+    m_plot->replot();
 }
 
 bool FrequencyAxis::eventFilter(QObject* watched, QEvent* event)
@@ -356,7 +392,7 @@ bool FrequencyAxis::eventFilter(QObject* watched, QEvent* event)
         break;
     case QEvent::Wheel: {
         const auto* const wheel = static_cast<QWheelEvent*>(event);
-        zoom(std::pow(kStep, -wheel->angleDelta().y() / 120.0),
+        zoom(std::pow(kPlotZoom, -wheel->angleDelta().y() / 120.0),
              frequencyAt(static_cast<int>(wheel->position().x())));
         return true;
     }

@@ -3,17 +3,35 @@
 #include "frequencylanes.h"
 
 #include <QPoint>
+#include <QString>
 #include <QVector>
 #include <QWidget>
 
+#include <array>
+#include <functional>
 #include <memory>
+#include <optional>
 
+class QBoxLayout;
 class QScrollBar;
-class QToolButton;
 
 namespace KoltaConsole {
 
 class LanesPlot;
+
+/// How keys and buttons move what a plot shows: ← → + − 0.
+enum class PlotMove { Back, On, In, Out, All };
+constexpr double kPlotZoom = 1.5; ///< of In and Out
+constexpr double kPlotPan = 0.2;  ///< of what is shown, by Back and On
+constexpr int kFocusFrame = 2;    ///< px round about a plot that takes keys
+
+/// Nothing for another key.
+std::optional<PlotMove> plotMoveOf(int key);
+/// Adds a button for each, with its name, in the order of PlotMove.
+void addPlotButtons(QBoxLayout& row, const std::array<QString, 5>& names,
+                    const std::function<void(PlotMove)>& go);
+/// Into the edge of the widget, when keys go there.
+void paintFocusFrame(QWidget& widget);
 
 /// What tuners reach and what runs where, as lanes above a frequency axis: logarithmic until a decade is on
 /// screen, then linear. Wheel, keys (+ − ← → 0) and buttons zoom and move; dragging moves; dragging with
@@ -51,6 +69,7 @@ Q_SIGNALS:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
@@ -58,6 +77,7 @@ private:
     enum class Drag { None, Move, Mark };
 
     QWidget* makeLegend();
+    void go(PlotMove wanted);
     void layOut();
     QRectF laneRoom(int lane) const;
     int laneAt(int y) const;

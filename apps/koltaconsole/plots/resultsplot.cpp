@@ -11,7 +11,9 @@
 #include <qwt_scale_draw.h>
 #include <qwt_scale_map.h>
 
+#include <QBoxLayout>
 #include <QDateTime>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QWheelEvent>
 
@@ -26,6 +28,7 @@ namespace {
 constexpr double kLeast = 4.0;  ///< px of a rectangle that is seen as one
 constexpr double kSymbol = 7.0; ///< px
 constexpr double kFadedOpacity = 0.45;
+constexpr double kAir = 1.02; ///< what the time on screen is longer than what is shown in it
 constexpr double kShortest = 1e6, kLongest = 7 * 86400e6; ///< microseconds on screen
 
 class HertzScale : public QwtScaleDraw
@@ -87,6 +90,9 @@ ResultsPlot::ResultsPlot(QWidget* parent) : QwtPlot(parent), m_item(new Item(*th
     setAxisScaleDraw(QwtPlot::xBottom, new TimeScale);
     setAxisScaleDraw(QwtPlot::yLeft, new HertzScale);
     static_cast<QwtPlotCanvas*>(canvas())->setFrameStyle(QFrame::NoFrame);
+    setFocusPolicy(Qt::StrongFocus);
+    setFrameShape(QFrame::Panel); // room for the frame of the focus
+    setLineWidth(kFocusFrame);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     setMinimumSize(200, 120);
     setAccessibleName(tr("Results over time and frequency"));
@@ -162,7 +168,7 @@ void ResultsPlot::arrange()
     }
     const double air = std::max((highest - lowest) * 0.05, 1e3);
     setAxisScale(QwtPlot::yLeft, std::max(lowest - air, 0.0), highest + air);
-    setAxisScale(QwtPlot::xBottom, newest - m_span, newest + m_span * 0.02);
+    setAxisScale(QwtPlot::xBottom, newest - m_span, newest + m_span * (kAir - 1));
     replot();
     Q_EMIT si_RangeChanged();
 }
@@ -235,8 +241,8 @@ void ResultsPlot::zoom(double factor, double at)
 {
     const auto range = axisScaleDiv(QwtPlot::xBottom);
     const double span = range.upperBound() - range.lowerBound();
-    const double wanted = std::clamp(span * factor, kShortest, kLongest);
-    m_span = wanted / 1.02;
+    const double wanted = std::clamp(span * factor, kShortest, std::max(kLongest, span));
+    m_span = wanted / kAir;
     if (m_isFollowing) {
         arrange();
         return;
@@ -245,6 +251,69 @@ void ResultsPlot::zoom(double factor, double at)
     setAxisScale(QwtPlot::xBottom, at - wanted * part, at + wanted * (1 - part));
     replot();
     Q_EMIT si_RangeChanged();
+}
+
+/// By that part of the time on screen.
+void ResultsPlot::pan(double part)
+{
+    setFollowing(false);
+    const auto range = axisScaleDiv(QwtPlot::xBottom);
+    const double by = (range.upperBound() - range.lowerBound()) * part;
+    setAxisScale(QwtPlot::xBottom, range.lowerBound() + by, range.upperBound() + by);
+    replot();
+    Q_EMIT si_RangeChanged();
+}
+
+void ResultsPlot::showAll()
+{
+    if (!m_points.isEmpty()) {
+        auto oldest = static_cast<double>(m_points.first().start), newest = oldest;
+        for (const Point& point : qAsConst(m_points)) {
+            oldest = std::min(oldest, static_cast<double>(point.start));
+            newest = std::max(newest, static_cast<double>(point.start) + point.duration);
+        }
+        m_span = std::max((newest - oldest) * kAir, kShortest);
+    }
+    arrange();
+}
+
+void ResultsPlot::go(PlotMove wanted)
+{
+    const auto range = axisScaleDiv(QwtPlot::xBottom);
+    const double middle = (range.lowerBound() + range.upperBound()) / 2;
+    switch (wanted) {
+    case PlotMove::Back:
+        return pan(-kPlotPan);
+    case PlotMove::On:
+        return pan(kPlotPan);
+    case PlotMove::In:
+        return zoom(1 / kPlotZoom, middle);
+    case PlotMove::Out:
+        return zoom(kPlotZoom, middle);
+    case PlotMove::All:
+        return showAll();
+    }
+}
+
+void ResultsPlot::addButtons(QBoxLayout& row)
+{
+    addPlotButtons(
+        row, {tr("Earlier (←)"), tr("Later (→)"), tr("Zoom in (+)"), tr("Zoom out (−)"), tr("Show all (0)")},
+        [this](PlotMove wanted) { go(wanted); });
+}
+
+void ResultsPlot::keyPressEvent(QKeyEvent* event)
+{
+    if (const auto wanted = plotMoveOf(event->key()))
+        go(*wanted);
+    else
+        QwtPlot::keyPressEvent(event);
+}
+
+/// Instead of the frame's own look.
+void ResultsPlot::paintEvent(QPaintEvent* /*event*/)
+{
+    paintFocusFrame(*this);
 }
 
 bool ResultsPlot::eventFilter(QObject* watched, QEvent* event)

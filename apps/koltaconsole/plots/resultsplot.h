@@ -1,5 +1,7 @@
 #pragma once
 
+#include "frequencyaxis.h"
+
 #include <qwt_plot.h>
 
 #include <QStringList>
@@ -9,6 +11,7 @@ namespace KoltaConsole {
 
 /// Results of short-time profiles over time and frequency: a rectangle as long and as wide as the emission
 /// where that can be seen, else a symbol; one shape for each of the first eight profiles, one for all others.
+/// Wheel, keys (+ − ← → 0) and buttons zoom and move in time; dragging moves.
 class ResultsPlot : public QwtPlot
 {
     Q_OBJECT
@@ -33,6 +36,8 @@ public:
     /// Faded: what is shown was known last.
     void setStale(bool isStale);
     bool isFollowing() const noexcept { return m_isFollowing; }
+    /// Adds its buttons to that row.
+    void addButtons(QBoxLayout& row);
     /// How many points the time on screen has.
     int shownCount() const;
     /// Paints the mark of that shape, for legends.
@@ -44,6 +49,8 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     class Item;
@@ -51,6 +58,9 @@ private:
     void arrange();
     void paint(QPainter& painter, const QwtScaleMap& across, const QwtScaleMap& up, const QRectF& room) const;
     void zoom(double factor, double at);
+    void pan(double part);
+    void showAll();
+    void go(PlotMove wanted);
 
     QVector<Point> m_points;
     double m_span = 600e6; ///< microseconds on screen

@@ -1389,6 +1389,14 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Options</source>
         <translation>Optionen</translation>
     </message>
+    <message>
+        <source>last known %1</source>
+        <translation>zuletzt bekannt %1</translation>
+    </message>
+    <message>
+        <source>last known earlier</source>
+        <translation>zuletzt bekannt von früher</translation>
+    </message>
 </context>
 <context>
     <name>Kolta::TunerNeeds</name>
@@ -1711,6 +1719,22 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>hier geplant</translation>
     </message>
     <message>
+        <source>%1 is away</source>
+        <translation>%1 ist fort</translation>
+    </message>
+    <message>
+        <source>taken meanwhile</source>
+        <translation>inzwischen vergeben</translation>
+    </message>
+    <message>
+        <source>last known</source>
+        <translation>zuletzt bekannt</translation>
+    </message>
+    <message>
+        <source>ended</source>
+        <translation>beendet</translation>
+    </message>
+    <message>
         <source>running</source>
         <translation>läuft</translation>
     </message>
@@ -1833,6 +1857,26 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Trace</source>
         <translation>Trace</translation>
     </message>
+    <message>
+        <source>No events yet</source>
+        <translation>Noch keine Ereignisse</translation>
+    </message>
+    <message>
+        <source>No alarms yet</source>
+        <translation>Noch keine Alarme</translation>
+    </message>
+    <message>
+        <source>Nothing that needs attention yet</source>
+        <translation>Noch nichts, was Beachtung braucht</translation>
+    </message>
+    <message>
+        <source>No events of this kind yet: %1</source>
+        <translation>Noch keine Ereignisse dieser Art: %1</translation>
+    </message>
+    <message>
+        <source>%1 (%2 alone)</source>
+        <translation>%1 (nur %2)</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::FrequencyAxis</name>
@@ -1891,8 +1935,8 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::InstallationModel</name>
     <message>
-        <source>%1 free</source>
-        <translation>%1 frei</translation>
+        <source>%L1 of %L2 free</source>
+        <translation>%L1 von %L2 frei</translation>
     </message>
     <message>
         <source>Tuner %1, %2</source>
@@ -1901,6 +1945,14 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>Tuner %1, %2: %3</source>
         <translation>Tuner %1, %2: %3</translation>
+    </message>
+    <message>
+        <source>%L1 tuners</source>
+        <translation>%L1 Tuner</translation>
+    </message>
+    <message>
+        <source>no tuners</source>
+        <translation>keine Tuner</translation>
     </message>
 </context>
 <context>
@@ -2214,8 +2266,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Klasse wählen</translation>
     </message>
     <message>
-        <source>%1  (%2 of %3 free)</source>
-        <translation>%1  (%2 von %3 frei)</translation>
+        <source>%1  (%L2 of %L3 free)</source>
+        <translation>%1  (%L2 von %L3 frei)</translation>
     </message>
     <message>
         <source>choose an MCP</source>
@@ -2305,6 +2357,14 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Wie es um den Auftrag steht</translation>
     </message>
     <message>
+        <source>Filter: S3, 118-137 MHz, &gt;20 MHz</source>
+        <translation>Filter: S3, 118-137 MHz, &gt;20 MHz</translation>
+    </message>
+    <message>
+        <source>Filter of candidates</source>
+        <translation>Filter der Kandidaten</translation>
+    </message>
+    <message>
         <source>Order</source>
         <translation>Auftrag</translation>
     </message>
@@ -2377,6 +2437,22 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Keine Kandidaten: %1</translation>
     </message>
     <message>
+        <source>; the tuner that was chosen is not among them</source>
+        <translation>; der gewählte Tuner ist nicht darunter</translation>
+    </message>
+    <message>
+        <source>; the filter hides the first</source>
+        <translation>; der Filter verbirgt den ersten</translation>
+    </message>
+    <message>
+        <source>No candidate matches &quot;%1&quot;</source>
+        <translation>Kein Kandidat passt zu „%1“</translation>
+    </message>
+    <message>
+        <source>%1 of %2 candidates</source>
+        <translation>%1 von %2 Kandidaten</translation>
+    </message>
+    <message>
         <source>reaches %1</source>
         <translation>reicht %1</translation>
     </message>
@@ -2391,6 +2467,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>No tuner can take it; the reasons stand beside them.</source>
         <translation>Kein Tuner kann es; die Gründe stehen daneben.</translation>
+    </message>
+    <message>
+        <source>The chosen tuner cannot take it: %1</source>
+        <translation>Der gewählte Tuner kann es nicht: %1</translation>
     </message>
     <message>
         <source>No server is there to ask.</source>
@@ -2424,8 +2504,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>unter %1; „koltasim --publish URL“ veröffentlicht einen simulierten, „--simulate“ spielt hier welche</translation>
     </message>
     <message>
-        <source>Servers: %1</source>
-        <translation>Server: %1</translation>
+        <source>Servers: %L1</source>
+        <translation>Server: %L1</translation>
     </message>
     <message>
         <source>worst first · strip: the last 24 h, dotted where nobody watched</source>
@@ -2444,12 +2524,16 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Filter der Server</translation>
     </message>
     <message>
-        <source>Servers: %1 of %2</source>
-        <translation>Server: %1 von %2</translation>
+        <source>Servers: %L1 of %L2</source>
+        <translation>Server: %L1 von %L2</translation>
     </message>
     <message>
         <source>No server matches &quot;%1&quot;.</source>
         <translation>Kein Server passt zu „%1“.</translation>
+    </message>
+    <message>
+        <source>%1 is not there</source>
+        <translation>%1 ist nicht da</translation>
     </message>
 </context>
 <context>
@@ -2633,8 +2717,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 <context>
     <name>KoltaConsole::ProductionRows</name>
     <message>
-        <source>starting</source>
-        <translation>startet</translation>
+        <source>starting, %1</source>
+        <translation>startet, %1</translation>
     </message>
     <message>
         <source>refused (%1)</source>
@@ -2685,12 +2769,16 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>zuletzt bekannt</translation>
     </message>
     <message>
-        <source>Ended in the last 24 h: %1</source>
-        <translation>In den letzten 24 h beendet: %1</translation>
+        <source>Ended in the last 24 h: %L1</source>
+        <translation>In den letzten 24 h beendet: %L1</translation>
     </message>
     <message>
         <source>%1 — %2, %3</source>
         <translation>%1 — %2, %3</translation>
+    </message>
+    <message>
+        <source>Ended in the last 24 h: %L1 of %L2 shown</source>
+        <translation>In den letzten 24 h beendet: %L1 von %L2 gezeigt</translation>
     </message>
 </context>
 <context>
@@ -2814,6 +2902,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>Nothing ran when it was seen last, at %1.</source>
         <translation>Nichts lief, als es zuletzt zu sehen war, um %1.</translation>
     </message>
+    <message>
+        <source>Nothing runs; watched since %1.</source>
+        <translation>Nichts läuft; beobachtet seit %1.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ReplayBar</name>
@@ -2892,36 +2984,36 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Server</translation>
     </message>
     <message>
-        <source>Need attention or start: %1</source>
-        <translation>Brauchen Beachtung oder laufen an: %1</translation>
+        <source>Need attention or start: %L1</source>
+        <translation>Brauchen Beachtung oder laufen an: %L1</translation>
     </message>
     <message>
         <source>worst first, then longest</source>
         <translation>das Schlimmste zuerst, dann das Längste</translation>
     </message>
     <message>
-        <source>The rest: %1</source>
-        <translation>Die übrigen: %1</translation>
+        <source>The rest: %L1</source>
+        <translation>Die übrigen: %L1</translation>
     </message>
     <message>
         <source>by name · Enter opens a server</source>
         <translation>nach Namen · Eingabe öffnet einen Server</translation>
     </message>
     <message>
-        <source>%1 free</source>
-        <translation>%1 frei</translation>
+        <source>%L1 free</source>
+        <translation>%L1 frei</translation>
     </message>
     <message>
-        <source>%1 in use</source>
-        <translation>%1 belegt</translation>
+        <source>%L1 in use</source>
+        <translation>%L1 belegt</translation>
     </message>
     <message>
-        <source>%1 planned</source>
-        <translation>%1 geplant</translation>
+        <source>%L1 planned</source>
+        <translation>%L1 geplant</translation>
     </message>
     <message>
-        <source>%1 out</source>
-        <translation>%1 fort</translation>
+        <source>%L1 out</source>
+        <translation>%L1 nicht erreichbar</translation>
     </message>
     <message numerus="yes">
         <source>%n production(s)</source>
@@ -2939,12 +3031,20 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>und %1 weitere Klassen</translation>
     </message>
     <message>
-        <source>%1 tuners</source>
-        <translation>%1 Tuner</translation>
+        <source>%L1 tuners</source>
+        <translation>%L1 Tuner</translation>
     </message>
     <message>
-        <source>%1 prod.</source>
-        <translation>%1 Prod.</translation>
+        <source>%L1 prod.</source>
+        <translation>%L1 Prod.</translation>
+    </message>
+    <message>
+        <source>%L1 of %L2 free</source>
+        <translation>%L1 von %L2 frei</translation>
+    </message>
+    <message>
+        <source>no tuners</source>
+        <translation>keine Tuner</translation>
     </message>
 </context>
 <context>
@@ -2984,6 +3084,18 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>The console was started to look only.</source>
         <translation>Die Konsole wurde nur zum Ansehen gestartet.</translation>
+    </message>
+    <message>
+        <source>the recording begins</source>
+        <translation>die Aufzeichnung beginnt</translation>
+    </message>
+    <message>
+        <source>the recorder had lost the broker: %1</source>
+        <translation>beim Aufzeichnen war der Broker fort: %1</translation>
+    </message>
+    <message>
+        <source>the recorder had the broker again</source>
+        <translation>beim Aufzeichnen war der Broker wieder da</translation>
     </message>
 </context>
 <context>
@@ -3073,6 +3185,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>recorded; nothing can be changed</source>
         <translation>aufgezeichnet; nichts lässt sich ändern</translation>
+    </message>
+    <message>
+        <source>The servers decide; nothing is known here.</source>
+        <translation>Die Server entscheiden; hier ist nichts bekannt.</translation>
     </message>
 </context>
 <context>
@@ -3278,6 +3394,18 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>No tuner matches &quot;%1&quot;</source>
         <translation>Kein Tuner passt zu „%1“</translation>
     </message>
+    <message>
+        <source>%1 has no tuners</source>
+        <translation>%1 hat keine Tuner</translation>
+    </message>
+    <message>
+        <source>There is no tuner of class %1</source>
+        <translation>Es gibt keinen Tuner der Klasse %1</translation>
+    </message>
+    <message>
+        <source>%1 has no tuner of class %2</source>
+        <translation>%1 hat keinen Tuner der Klasse %2</translation>
+    </message>
     <message numerus="yes">
         <source>%Ln tuner(s)</source>
         <translation>
@@ -3308,6 +3436,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source> Its server is away, %1.</source>
         <translation> Sein Server ist fort, %1.</translation>
+    </message>
+    <message>
+        <source> The broker is away, %1.</source>
+        <translation> Der Broker ist fort, %1.</translation>
     </message>
 </context>
 <context>
@@ -3711,6 +3843,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>von anderen geändert um %1</translation>
     </message>
     <message>
+        <source>removed here at %1, Save puts it back</source>
+        <translation>hier entfernt um %1, Speichern legt es wieder an</translation>
+    </message>
+    <message>
         <source>removed by others at %1</source>
         <translation>von anderen entfernt um %1</translation>
     </message>
@@ -3959,6 +4095,14 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>No profile is selected.</source>
         <translation>Kein Profil ist gewählt.</translation>
     </message>
+    <message>
+        <source>Save or undo what is typed first.</source>
+        <translation>Speichern Sie zuerst, was eingegeben ist, oder nehmen Sie es zurück.</translation>
+    </message>
+    <message>
+        <source>Remove %1? It is %2.</source>
+        <translation>%1 entfernen? Es ist %2.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProfileImportView</name>
@@ -4039,6 +4183,26 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>Results over time and frequency</source>
         <translation>Ergebnisse über Zeit und Frequenz</translation>
+    </message>
+    <message>
+        <source>Earlier (←)</source>
+        <translation>Früher (←)</translation>
+    </message>
+    <message>
+        <source>Later (→)</source>
+        <translation>Später (→)</translation>
+    </message>
+    <message>
+        <source>Zoom in (+)</source>
+        <translation>Vergrößern (+)</translation>
+    </message>
+    <message>
+        <source>Zoom out (−)</source>
+        <translation>Verkleinern (−)</translation>
+    </message>
+    <message>
+        <source>Show all (0)</source>
+        <translation>Alles zeigen (0)</translation>
     </message>
     <message>
         <source>Start (UTC)</source>
