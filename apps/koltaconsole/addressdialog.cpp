@@ -1,6 +1,6 @@
 #include "addressdialog.h"
 
-#include "options.h"
+#include <koltaconsole/session/options.h>
 
 #include <QCoreApplication>
 #include <QDialog>

@@ -1,14 +1,15 @@
 #include "addressdialog.h"
 #include "application.h"
-#include "mainwindow.h"
-#include "options.h"
-#include "orderdraft.h"
-#include "session.h"
-#include "simulatedinstallation.h"
 #include "texts.h"
 
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/viewroles.h>
+#include <koltaconsole/pages/pages.h>
+#include <koltaconsole/session/options.h>
+#include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/session/session.h>
+#include <koltaconsole/session/simulatedinstallation.h>
+#include <koltaconsole/window/mainwindow.h>
 #include <simulation/simulatedserver.h>
 #include <startup/errorhandler.h>
 
@@ -176,7 +177,7 @@ int main(int argc, char** argv)
     Options options;
     {
         const QCoreApplication early(argc, argv); // for the help's sake, without a display
-        options = Options::read(words, exitCode, text);
+        options = Options::read(words, pageIds(), exitCode, text);
     }
     if (exitCode >= 0)
         return tell(text, exitCode);

@@ -1,7 +1,7 @@
 #include "player.h"
 #include "watcher.h"
 
-#include <koltaconsole/theme.h>
+#include <koltaconsole/widgets/theme.h>
 
 #include <distribution/localbroker.h>
 #include <startup/errorhandler.h>

@@ -1,7 +1,7 @@
 #include "player.h"
 
-#include <koltaconsole/options.h>
-#include <koltaconsole/simulatedinstallation.h>
+#include <koltaconsole/session/options.h>
+#include <koltaconsole/session/simulatedinstallation.h>
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>

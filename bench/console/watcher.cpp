@@ -1,11 +1,11 @@
 #include "watcher.h"
 
-#include <koltaconsole/mainwindow.h>
-#include <koltaconsole/options.h>
 #include <koltaconsole/pages/pages.h>
-#include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
-#include <koltaconsole/session.h>
+#include <koltaconsole/session/options.h>
+#include <koltaconsole/session/session.h>
+#include <koltaconsole/window/mainwindow.h>
 
 #include <QCoreApplication>
 #include <QEvent>

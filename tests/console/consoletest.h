@@ -1,11 +1,11 @@
 #pragma once
 
 #include <koltaconsole/application.h>
-#include <koltaconsole/mainwindow.h>
-#include <koltaconsole/options.h>
 #include <koltaconsole/pages/page.h>
-#include <koltaconsole/session.h>
-#include <koltaconsole/simulatedinstallation.h>
+#include <koltaconsole/session/options.h>
+#include <koltaconsole/session/session.h>
+#include <koltaconsole/session/simulatedinstallation.h>
+#include <koltaconsole/window/mainwindow.h>
 
 #include <support/test.h>
 

@@ -2,7 +2,7 @@
 
 #include "consoletest.h"
 
-#include <koltaconsole/pages/productionspage.h>
+#include <koltaconsole/pages/productions/productionspage.h>
 
 #include <koltacommon/productionjob.h>
 #include <simulation/simulatedserver.h>

@@ -1,9 +1,9 @@
 #include "consoletest.h"
 
-#include <koltaconsole/filterbar.h>
-#include <koltaconsole/installationtree.h>
-#include <koltaconsole/pages/productionspage.h>
-#include <koltaconsole/palette.h>
+#include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/widgets/filterbar.h>
+#include <koltaconsole/window/installationtree.h>
+#include <koltaconsole/window/palette.h>
 
 #include <common/shellwords.h>
 #include <kolta/cli/commandtable.h>

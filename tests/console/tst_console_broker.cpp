@@ -1,8 +1,8 @@
 #include "consoletest.h"
 #include "installation.h"
 
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
+#include <koltaconsole/session/orderdraft.h>
 
 #include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>

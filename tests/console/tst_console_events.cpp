@@ -1,8 +1,8 @@
 #include "consoletest.h"
 
-#include <koltaconsole/elidedlabel.h>
-#include <koltaconsole/pages/eventspage.h>
-#include <koltaconsole/pages/eventwords.h>
+#include <koltaconsole/pages/events/eventspage.h>
+#include <koltaconsole/pages/events/eventwords.h>
+#include <koltaconsole/widgets/elidedlabel.h>
 
 #include <koltacommon/journal.h>
 #include <simulation/simulatedserver.h>

@@ -1,4 +1,4 @@
-#include <koltaconsole/filterwords.h>
+#include <koltaconsole/widgets/filterwords.h>
 
 #include <support/test.h>
 

@@ -1,19 +1,19 @@
 #include "consoletest.h"
 #include "installation.h"
 
-#include <koltaconsole/installationtree.h>
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/pages/assignmentsview.h>
-#include <koltaconsole/pages/conversionsview.h>
-#include <koltaconsole/pages/orderpage.h>
+#include <koltaconsole/actions/treelines.h>
+#include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/pages.h>
-#include <koltaconsole/pages/productionspage.h>
-#include <koltaconsole/pages/profileeditor.h>
-#include <koltaconsole/pages/profileimportview.h>
-#include <koltaconsole/pages/profilesview.h>
-#include <koltaconsole/pages/shorttimemaps.h>
-#include <koltaconsole/pages/shorttimepage.h>
-#include <koltaconsole/treelines.h>
+#include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/pages/shorttime/assignmentsview.h>
+#include <koltaconsole/pages/shorttime/conversionsview.h>
+#include <koltaconsole/pages/shorttime/profileeditor.h>
+#include <koltaconsole/pages/shorttime/profileimportview.h>
+#include <koltaconsole/pages/shorttime/profilesview.h>
+#include <koltaconsole/pages/shorttime/shorttimemaps.h>
+#include <koltaconsole/pages/shorttime/shorttimepage.h>
+#include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/window/installationtree.h>
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/q9rprofiles.h>

@@ -1,10 +1,10 @@
 #include "consoletest.h"
 
-#include <koltaconsole/pages/linkmessages.h>
-#include <koltaconsole/pages/linksview.h>
-#include <koltaconsole/pages/linktraffic.h>
-#include <koltaconsole/pages/traceview.h>
-#include <koltaconsole/tracelines.h>
+#include <koltaconsole/pages/events/linkmessages.h>
+#include <koltaconsole/pages/events/linksview.h>
+#include <koltaconsole/pages/events/linktraffic.h>
+#include <koltaconsole/pages/events/traceview.h>
+#include <koltaconsole/session/tracelines.h>
 
 #include <koltacommon/koltaconnection.h>
 #include <startup/tracesource.h>

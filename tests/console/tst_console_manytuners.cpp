@@ -1,6 +1,6 @@
 #include "consoletest.h"
 
-#include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/plots/frequencylanes.h>
 

@@ -1,8 +1,8 @@
 #include "productionsstage.h"
 
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/pages/orderpage.h>
+#include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
+#include <koltaconsole/session/orderdraft.h>
 
 #include <QProcess>
 #include <QStandardPaths>

@@ -1,12 +1,12 @@
 #include "consoletest.h"
 
-#include <koltaconsole/elidedlabel.h>
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/pages/candidatestable.h>
-#include <koltaconsole/pages/orderform.h>
-#include <koltaconsole/pages/orderpage.h>
-#include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/pages/order/candidatestable.h>
+#include <koltaconsole/pages/order/orderform.h>
+#include <koltaconsole/pages/order/orderpage.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
+#include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/widgets/elidedlabel.h>
 
 #include <koltacommon/candidatesmodel.h>
 #include <koltacommon/koltaserverinterface.h>

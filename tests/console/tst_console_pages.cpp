@@ -1,12 +1,12 @@
 #include "consoletest.h"
 
-#include <koltaconsole/attentionlist.h>
-#include <koltaconsole/installationtree.h>
-#include <koltaconsole/pages/overviewpage.h>
-#include <koltaconsole/pages/servercards.h>
-#include <koltaconsole/pages/tunerspage.h>
+#include <koltaconsole/pages/overview/overviewpage.h>
+#include <koltaconsole/pages/overview/servercards.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
-#include <koltaconsole/serverfactslist.h>
+#include <koltaconsole/session/serverfactslist.h>
+#include <koltaconsole/window/attentionlist.h>
+#include <koltaconsole/window/installationtree.h>
 
 #include <koltacommon/servermodel.h>
 #include <koltacommon/tunermodel.h>

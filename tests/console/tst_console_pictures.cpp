@@ -1,18 +1,18 @@
 #include "consoletest.h"
 #include "installation.h"
 
-#include <koltaconsole/elidedlabel.h>
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/ordersunderway.h>
-#include <koltaconsole/pages/assignmentsview.h>
 #include <koltaconsole/pages/pages.h>
-#include <koltaconsole/pages/productionspage.h>
-#include <koltaconsole/pages/profilesview.h>
-#include <koltaconsole/pages/shorttimemaps.h>
-#include <koltaconsole/pages/shorttimepage.h>
+#include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/pages/shorttime/assignmentsview.h>
+#include <koltaconsole/pages/shorttime/profilesview.h>
+#include <koltaconsole/pages/shorttime/shorttimemaps.h>
+#include <koltaconsole/pages/shorttime/shorttimepage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/plots/frequencylanes.h>
+#include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/session/ordersunderway.h>
 #include <koltaconsole/texts.h>
+#include <koltaconsole/widgets/elidedlabel.h>
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>

@@ -1,8 +1,8 @@
 #include "productionsstage.h"
 
-#include <koltaconsole/buttonrow.h>
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/ordersunderway.h>
+#include <koltaconsole/actions/buttonrow.h>
+#include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/session/ordersunderway.h>
 
 #include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>

@@ -1,9 +1,9 @@
 #include "consoletest.h"
 
-#include <koltaconsole/pages/linksview.h>
+#include <koltaconsole/pages/events/linksview.h>
 #include <koltaconsole/pages/pages.h>
-#include <koltaconsole/pages/tunerspage.h>
-#include <koltaconsole/topbar.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
+#include <koltaconsole/window/topbar.h>
 
 #include <koltacommon/journal.h>
 

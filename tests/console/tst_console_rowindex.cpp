@@ -1,4 +1,4 @@
-#include <koltaconsole/rowindex.h>
+#include <koltaconsole/widgets/rowindex.h>
 
 #include <koltacommon/viewroles.h>
 

@@ -1,15 +1,15 @@
 #include "consoletest.h"
 
-#include <koltaconsole/pages/assignmentsview.h>
-#include <koltaconsole/pages/conversionsview.h>
-#include <koltaconsole/pages/profileeditor.h>
-#include <koltaconsole/pages/profileimportview.h>
-#include <koltaconsole/pages/profilesview.h>
-#include <koltaconsole/pages/resultsview.h>
-#include <koltaconsole/pages/shorttimemaps.h>
-#include <koltaconsole/pages/shorttimepage.h>
+#include <koltaconsole/pages/shorttime/assignmentsview.h>
+#include <koltaconsole/pages/shorttime/conversionsview.h>
+#include <koltaconsole/pages/shorttime/profileeditor.h>
+#include <koltaconsole/pages/shorttime/profileimportview.h>
+#include <koltaconsole/pages/shorttime/profilesview.h>
+#include <koltaconsole/pages/shorttime/resultsview.h>
+#include <koltaconsole/pages/shorttime/shorttimemaps.h>
+#include <koltaconsole/pages/shorttime/shorttimepage.h>
 #include <koltaconsole/plots/resultsplot.h>
-#include <koltaconsole/theme.h>
+#include <koltaconsole/widgets/theme.h>
 
 #include <koltacommon/q9rprofiles.h>
 #include <simulation/simulatedserver.h>
@@ -349,7 +349,7 @@ private Q_SLOTS:
     {
         ShortTimeStage stage;
         QTRY_VERIFY(stage.isSettled());
-        const auto filter = [&stage] { return stage.window->currentPage()->shownFilterLine(); };
+        const auto filter = [&stage] { return stage.window->currentPage()->filterLine(); };
         QVERIFY(stage.run("filter"));
         QVERIFY(filter()->hasFocus());
         auto* const list = stage.page->profiles().findChild<QTreeView*>();
@@ -458,7 +458,7 @@ private Q_SLOTS:
         }
         ResultsPlot& plot = stage.page->results().plot();
         QTRY_COMPARE(plot.shownCount(), 11); // ten minutes up to the newest
-        QLineEdit* const filter = stage.window->currentPage()->shownFilterLine();
+        QLineEdit* const filter = stage.window->currentPage()->filterLine();
         for (const auto& [words, count] :
              {std::pair("40-41 MHz !P9", 2), std::pair("p3 33-42 MHz", 1), std::pair("", 11)}) {
             filter->setText(QLatin1String(words));

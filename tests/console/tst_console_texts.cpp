@@ -1,6 +1,6 @@
-#include <koltaconsole/options.h>
-#include <koltaconsole/session.h>
-#include <koltaconsole/simulatedinstallation.h>
+#include <koltaconsole/session/options.h>
+#include <koltaconsole/session/session.h>
+#include <koltaconsole/session/simulatedinstallation.h>
 #include <koltaconsole/texts.h>
 
 #include <koltacommon/installationevents.h>

@@ -1,12 +1,12 @@
 #include "consoletest.h"
 #include "installation.h"
 
-#include <koltaconsole/orderdraft.h>
-#include <koltaconsole/pages/assignmentsview.h>
-#include <koltaconsole/pages/orderpage.h>
-#include <koltaconsole/pages/profileeditor.h>
-#include <koltaconsole/pages/shorttimemaps.h>
-#include <koltaconsole/pages/shorttimepage.h>
+#include <koltaconsole/pages/order/orderpage.h>
+#include <koltaconsole/pages/shorttime/assignmentsview.h>
+#include <koltaconsole/pages/shorttime/profileeditor.h>
+#include <koltaconsole/pages/shorttime/shorttimemaps.h>
+#include <koltaconsole/pages/shorttime/shorttimepage.h>
+#include <koltaconsole/session/orderdraft.h>
 
 #include <koltacommon/processormodel.h>
 #include <koltacommon/productionjob.h>

@@ -27,16 +27,16 @@ public:
     /// The `kolta` line that tells what the page shows.
     virtual QString commandLine() const = 0;
     /// Shows only what belongs to that server; empty: all.
-    virtual void showServer(const QString& address);
+    void showServer(const QString& address);
     /// Shows only tuners of these classes, where it shows tuners at all; empty: all.
     virtual void showClasses(const QStringList& /*names*/) {}
-    /// What of its layout is remembered beside the filter line, below its own name.
+    /// Brings the part of that name to the front, "links" of the events for one, where it has such a part.
+    virtual void showPart(const QString& /*name*/) {}
+    /// What of its layout is remembered beside tables, splitters, tabs and filters, below its own name.
     virtual void save(QSettings& /*settings*/) const {}
     virtual void restore(const QSettings& /*settings*/) {}
-    /// The line whose text is remembered; null for none.
+    /// What "/" goes to and Esc clears: of the part that is in front. Null for none.
     virtual QLineEdit* filterLine() const { return nullptr; }
-    /// What "/" goes to and Esc clears; null for none.
-    virtual QLineEdit* shownFilterLine() const { return filterLine(); }
 
 Q_SIGNALS:
     /// commandLine() is another.

@@ -1,11 +1,11 @@
 #include "pages.h"
 
-#include "eventspage.h"
-#include "orderpage.h"
-#include "overviewpage.h"
-#include "productionspage.h"
-#include "shorttimepage.h"
-#include "tunerspage.h"
+#include <koltaconsole/pages/events/eventspage.h>
+#include <koltaconsole/pages/order/orderpage.h>
+#include <koltaconsole/pages/overview/overviewpage.h>
+#include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/pages/shorttime/shorttimepage.h>
+#include <koltaconsole/pages/tuners/tunerspage.h>
 
 namespace KoltaConsole {
 

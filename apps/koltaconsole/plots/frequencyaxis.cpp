@@ -2,7 +2,7 @@
 
 #include "lanesplot.h"
 
-#include "../marks.h"
+#include <koltaconsole/widgets/marks.h>
 
 #include <qwt_scale_map.h>
 

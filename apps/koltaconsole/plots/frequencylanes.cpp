@@ -1,8 +1,7 @@
 #include "frequencylanes.h"
 
-#include "../theme.h"
-
 #include <koltacommon/tunerbookingmanager.h>
+#include <koltaconsole/widgets/theme.h>
 
 #include <QPainter>
 

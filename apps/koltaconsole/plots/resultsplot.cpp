@@ -1,8 +1,7 @@
 #include "resultsplot.h"
 
-#include "../theme.h"
-
 #include <koltacommon/units.h>
+#include <koltaconsole/widgets/theme.h>
 
 #include <qwt_plot_canvas.h>
 #include <qwt_plot_item.h>

@@ -1,0 +1,234 @@
+#include "serveractions.h"
+
+#include <common/actionlines.h>
+#include <koltaconsole/session/session.h>
+#include <koltaconsole/widgets/confirmation.h>
+
+#include <koltacommon/installationevents.h>
+#include <koltacommon/koltaresourceobserver.h>
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/powerjob.h>
+#include <koltacommon/processormodel.h>
+#include <koltacommon/stopjob.h>
+#include <koltacommon/viewroles.h>
+
+#include <QCursor>
+#include <QMenu>
+#include <QTimer>
+
+#include <utility>
+
+namespace KoltaConsole {
+
+using Kolta::KoltaServerInterface;
+using Kolta::TerminationJob;
+using Kolta::UserAction;
+
+namespace {
+
+const char* const kMenu[] = {"server-links", "server-stop-all", "server-power", "server-reset",
+                             "server-quit"};
+
+} // namespace
+
+ServerActions::ServerActions(Session& session, ActionTable& actions, QWidget* window)
+    : QObject(window), m_session(session), m_actions(actions), m_window(window)
+{
+    makeActions();
+    makeTermination("server-reset", tr("Restart the server…"), tr("Restart %1? All that runs on it ends."),
+                    TerminationJob::Action::Reset);
+    makeTermination("server-quit", tr("End the server…"), tr("End %1? All that runs on it ends too."),
+                    TerminationJob::Action::Quit);
+    connect(&session, &Session::si_FactsChanged, &actions, &ActionTable::refresh);
+}
+
+void ServerActions::select(const QString& address)
+{
+    m_selected = address;
+    m_actions.refresh();
+}
+
+void ServerActions::showMenu(const QString& address, const QPoint& place)
+{
+    m_menuServer = address;
+    m_actions.refresh();
+    auto* const menu = new QMenu(m_window);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setToolTipsVisible(true);
+    menu->addAction(tr("Show %1 alone").arg(address), this,
+                    [this, address] { Q_EMIT si_ServerWanted(address); });
+    for (const char* const id : kMenu)
+        menu->addAction(m_actions.action(QLatin1String(id)));
+    // What was chosen runs when the menu has been hidden.
+    connect(menu, &QMenu::aboutToHide, this, [this] {
+        QTimer::singleShot(0, this, [this] {
+            m_menuServer.clear();
+            m_actions.refresh();
+        });
+    });
+    menu->popup(place);
+}
+
+QString ServerActions::problem() const
+{
+    if (target().isEmpty())
+        return tr("No server is selected.");
+    return m_session.factsOf(target()).isStale() || !m_session.server(target())
+               ? tr("%1 is away.").arg(target())
+               : QString();
+}
+
+ActionTable::Entry ServerActions::entry(const char* id, const QString& text, UserAction action) const
+{
+    ActionTable::Entry entry;
+    entry.id = QLatin1String(id);
+    entry.text = text;
+    entry.rights = Kolta::rightFor(action);
+    entry.needsLink = true;
+    entry.changes = true;
+    entry.problem = [this] { return problem(); };
+    entry.object = [this] { return target(); };
+    return entry;
+}
+
+void ServerActions::makeActions()
+{
+    ActionTable::Entry links;
+    links.id = QStringLiteral("server-links");
+    links.text = tr("Show the links");
+    links.run = [this] { Q_EMIT si_LinksWanted(); };
+    ActionTable::Entry stop = entry("server-stop-all", tr("Stop all on the server…"), UserAction::StopAll);
+    stop.line = [this] { return KoltaApps::ActionLines(target()).stopAll(); };
+    stop.problem = [this] {
+        const QString text = problem();
+        return text.isEmpty() && runningOn(target()).isEmpty() ? tr("Nothing runs on %1.").arg(target())
+                                                               : text;
+    };
+    stop.run = [this] {
+        askBefore(*m_window, tr("Stop all that runs on %1?").arg(target()), runningOn(target()),
+                  tr("Stop all"), [this, address = target()] { stopAll(address); });
+    };
+    ActionTable::Entry power = entry("server-power", tr("Switch power…"), UserAction::SwitchPower);
+    power.run = [this] { offerPower(); };
+    for (const ActionTable::Entry& each : {links, stop, power})
+        m_actions.add(each, m_window);
+}
+
+void ServerActions::makeTermination(const char* id, const QString& text, const QString& question,
+                                    TerminationJob::Action action)
+{
+    const bool isQuit = action == TerminationJob::Action::Quit;
+    ActionTable::Entry wanted = entry(id, text, isQuit ? UserAction::QuitServer : UserAction::ResetServer);
+    wanted.line = [this, action] {
+        return target().isEmpty() ? QString() : KoltaApps::ActionLines(target()).terminate(action);
+    };
+    wanted.run = [this, question, action, isQuit] {
+        askBefore(*m_window, question.arg(target()), runningOn(target()),
+                  isQuit ? tr("End it") : tr("Restart"),
+                  [this, address = target(), action] { terminate(address, action); });
+    };
+    m_actions.add(wanted, m_window);
+}
+
+/// With their owners.
+QStringList ServerActions::runningOn(const QString& address) const
+{
+    using Kolta::ProcessorModel;
+    QStringList names;
+    const ProcessorModel& model = m_session.processors();
+    const std::function<void(const QModelIndex&)> visit = [&](const QModelIndex& parent) {
+        for (int row = 0; row < model.rowCount(parent); ++row) {
+            const auto cell = [&](int column) { return model.index(row, column, parent).data().toString(); };
+            const QModelIndex index = model.index(row, 0, parent);
+            if (cell(ProcessorModel::eServerColumn) != address ||
+                index.data(Kolta::ViewRoles::StaleRole).toBool())
+                continue;
+            const QString owner = cell(ProcessorModel::eOwnerColumn);
+            names.append(owner.isEmpty()
+                             ? cell(ProcessorModel::eNameColumn)
+                             : tr("%1, operated by %2").arg(cell(ProcessorModel::eNameColumn), owner));
+            visit(index);
+        }
+    };
+    visit(QModelIndex());
+    return names;
+}
+
+/// A menu of the units that have a switch; what is off ends what runs on it, so that is asked before.
+void ServerActions::offerPower()
+{
+    const QString address = target();
+    auto* const menu = new QMenu(m_window);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const auto& resources = m_session.server(address)->getResourceObserver().GetCurrentResources();
+    const auto add = [&](const auto& units) {
+        for (const auto& unit : units) {
+            const auto& identity = unit.GetTavikResource();
+            const bool isOn = unit.IsRegistrationSet() && unit.GetRegistration() == unit.eRegistered;
+            addSwitch(*menu, address, identity.GetDisplayName(), identity.GetGUID(), isOn);
+        }
+    };
+    add(resources.GetProcessingUnit());
+    add(resources.GetStorageUnit());
+    if (menu->isEmpty())
+        menu->addAction(tr("No unit has a switch"))->setEnabled(false);
+    menu->popup(QCursor::pos());
+}
+
+void ServerActions::addSwitch(QMenu& menu, const QString& address, const QString& name, const QString& guid,
+                              bool isOn)
+{
+    const auto turn = [this, address, name, guid, isOn] { switchPower(address, name, guid, !isOn); };
+    menu.addAction(isOn ? tr("Switch %1 off…").arg(name) : tr("Switch %1 on").arg(name), this, [=] {
+        if (!isOn)
+            return turn();
+        askBefore(*m_window, tr("Switch %1 of %2 off? What runs on it may end.").arg(name, address),
+                  runningOn(address), tr("Switch off"), turn);
+    });
+}
+
+/// While somebody was asked, link, right or server may have gone.
+bool ServerActions::isPossible(const QString& id, const QString& address)
+{
+    const QString before = std::exchange(m_menuServer, address);
+    const QString reason = m_actions.enabledBecause(id);
+    m_menuServer = before;
+    if (!reason.isEmpty())
+        m_session.tell(tr("%1: not asked for. %2").arg(m_actions.find(id)->text, reason),
+                       Kolta::Event::Weight::Attention);
+    return reason.isEmpty();
+}
+
+void ServerActions::follow(Kolta::ServerOperation& operation, const QString& address, const QString& purpose)
+{
+    m_session.events().followOperation(operation, address, purpose);
+    operation.deleteWhenFinished();
+}
+
+void ServerActions::switchPower(const QString& address, const QString& name, const QString& guid, bool isOn)
+{
+    if (!isPossible(QStringLiteral("server-power"), address))
+        return;
+    const QString word = isOn ? QStringLiteral("on") : QStringLiteral("off");
+    Q_EMIT si_Line(KoltaApps::ActionLines(address).power(word, {name}));
+    const auto command =
+        isOn ? Kolta::KoltaResourceObserver::eUnitOn : Kolta::KoltaResourceObserver::eUnitOff;
+    follow(*new Kolta::PowerJob(*m_session.server(address), command, {guid}, this), address,
+           isOn ? tr("switch %1 on").arg(name) : tr("switch %1 off").arg(name));
+}
+
+void ServerActions::stopAll(const QString& address)
+{
+    if (isPossible(QStringLiteral("server-stop-all"), address))
+        follow(*Kolta::StopJob::all(*m_session.server(address), this), address, tr("stop all"));
+}
+
+void ServerActions::terminate(const QString& address, TerminationJob::Action action)
+{
+    const bool isQuit = action == TerminationJob::Action::Quit;
+    if (isPossible(isQuit ? QStringLiteral("server-quit") : QStringLiteral("server-reset"), address))
+        follow(*new TerminationJob(*m_session.server(address), action, this), address,
+               isQuit ? tr("end the server") : tr("restart the server"));
+}
+
+} // namespace KoltaConsole

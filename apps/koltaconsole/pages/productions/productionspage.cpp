@@ -1,0 +1,464 @@
+#include "productionspage.h"
+
+#include <koltacommon/journal.h>
+#include <koltacommon/processormodel.h>
+#include <koltacommon/viewroles.h>
+#include <koltaconsole/actions/actions.h>
+#include <koltaconsole/actions/buttonrow.h>
+#include <koltaconsole/session/ordersunderway.h>
+#include <koltaconsole/session/serverfacts.h>
+#include <koltaconsole/session/session.h>
+#include <koltaconsole/widgets/columns.h>
+#include <koltaconsole/widgets/confirmation.h>
+#include <koltaconsole/widgets/elidedlabel.h>
+#include <koltaconsole/widgets/filterbar.h>
+
+#include <QApplication>
+#include <QDrag>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
+#include <QPointer>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+using Kolta::OwnershipJob;
+
+namespace {
+
+constexpr int kGatherMs = 100;
+constexpr int kHeldMs = 500; ///< while something is under the pointer that a drop or a choice is for
+constexpr int kMinuteMs = 60000;
+constexpr int kNamesInLine = 3;
+
+/// The first of them, in one line.
+QString named(const QStringList& names)
+{
+    const QString text = names.mid(0, kNamesInLine).join(QStringLiteral("; "));
+    return names.size() <= kNamesInLine
+               ? text
+               : ProductionsPage::tr("%1 and %2 more").arg(text).arg(names.size() - kNamesInLine);
+}
+
+constexpr int kFilterWidth = 250;
+const char* const kActions[] = {"stop", "move", "own", "own-force", "front-end"};
+
+} // namespace
+
+void ProductionsView::startDrag(Qt::DropActions supported)
+{
+    const QModelIndex index = currentIndex();
+    if (!index.flags().testFlag(Qt::ItemIsDragEnabled))
+        return;
+    const QPointer<ProductionsView> alive(this);
+    auto* const drag = new QDrag(this);
+    drag->setMimeData(model()->mimeData({index}));
+    Q_EMIT si_Dragged(index.data(Kolta::ViewRoles::KeyRole).toString());
+    // What is dropped is asked for; the row moves when the server shows it there.
+    drag->exec(supported, Qt::MoveAction);
+    if (alive)
+        Q_EMIT si_Dragged(QString());
+}
+
+ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget* parent)
+    : Page(session, actions, parent)
+    , m_filter(new FilterBar(tr("Filter: FFP, S1, operator, 121.5 MHz"), tr("Filter of productions"), this,
+                             kFilterWidth))
+    , m_view(new ProductionsView(this))
+    , m_header(new TimelineHeader(m_view))
+    , m_reasons(new ElidedLabel(this))
+    , m_nothing(new QLabel(this))
+    , m_rows(session)
+    , m_model(this)
+    , m_orders(session, m_model, this)
+{
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 4, 8, 4);
+    m_reasons->setProperty("dim", true);
+    m_reasons->setContentsMargins(8, 4, 8, 4);
+    makeView();
+    makeActions();
+    makeOwnerActions();
+    QStringList ids;
+    for (const char* const id : kActions)
+        ids.append(QLatin1String(id));
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(8);
+    top->addWidget(m_filter, 3);
+    top->addWidget(new ButtonRow(actions, ids, 1, this), 3);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_nothing);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(m_reasons);
+    follow();
+    m_rows.readEnded();
+    refresh();
+}
+
+void ProductionsPage::makeView()
+{
+    m_view->setHeader(m_header);
+    m_view->setModel(&m_model);
+    m_view->setItemDelegate(new TimelineDelegate(m_view, [this](const QModelIndex& index) {
+        const ProductionRow* const row = m_model.rowAt(index);
+        const bool isServer = row && row->kind == ProductionRow::Kind::Server;
+        const bool hasState = row && !row->isGroup();
+        return (isServer && index.column() == 0) ||
+                       (hasState && index.column() == ProductionsModel::eStateColumn)
+                   ? std::optional<Look>(row->look)
+                   : std::nullopt;
+    }));
+    m_view->setUniformRowHeights(true);
+    m_view->setAlternatingRowColors(true);
+    m_view->setAllColumnsShowFocus(true);
+    m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_view->setDragDropMode(QAbstractItemView::DragDrop);
+    m_view->setDefaultDropAction(Qt::MoveAction);
+    m_view->setExpandsOnDoubleClick(false);
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_view->setAccessibleName(tr("Productions"));
+    m_view->setIndentation(16);
+    setColumnWidths(*m_view, {190, 156, 90, 90, 116, 96});
+    connect(m_view, &QWidget::customContextMenuRequested, this, &ProductionsPage::showMenu);
+    connect(m_view, &ProductionsView::si_Dragged, &m_model, &ProductionsModel::setDragged);
+    connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        m_line.clear();
+        actions().refresh();
+        showReasons();
+        tellCommandLine();
+    });
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProductionsPage::span);
+    connect(&m_model, &QAbstractItemModel::modelReset, this, [this] {
+        m_view->expandAll();
+        for (int row = 0; row < m_model.rowCount(); ++row)
+            m_view->setFirstColumnSpanned(row, QModelIndex(), true);
+    });
+}
+
+/// Rows of servers have one text, and what is new is open.
+void ProductionsPage::span(const QModelIndex& parent, int first, int last)
+{
+    for (int row = first; row <= last; ++row) {
+        const QModelIndex index = m_model.index(row, 0, parent);
+        if (!parent.isValid())
+            m_view->setFirstColumnSpanned(row, parent, true);
+        m_view->setExpanded(index, true);
+        if (m_model.rowCount(index) > 0)
+            span(index, 0, m_model.rowCount(index) - 1);
+    }
+    if (parent.isValid())
+        m_view->setExpanded(parent, true);
+}
+
+void ProductionsPage::makeActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.needsLink = true;
+        entry.changes = true;
+        return entry;
+    };
+    ActionTable::Entry stop = add("stop", tr("Stop"), QKeySequence::Delete);
+    stop.problem = [this] { return m_orders.objectionToStop(selected()); };
+    stop.line = [this] { return m_line = m_orders.stopLine(selected()); };
+    stop.object = [this] { return named(m_orders.victims(selected())); };
+    stop.run = [this] { askToStop(selected()); };
+    ActionTable::Entry move = add("move", tr("Move to…"), QKeySequence(Qt::Key_M));
+    move.problem = [this] { return m_orders.objectionToMove(selected()); };
+    move.object = [this] { return nameOfSelected(); };
+    move.run = [this] { offerTargets(); };
+    ActionTable::Entry frontEnd = add("front-end", tr("Front end"), QKeySequence(Qt::Key_Return));
+    frontEnd.needsLink = false;
+    frontEnd.changes = false;
+    frontEnd.problem = [this] { return m_orders.objectionToFrontEnd(selected()); };
+    frontEnd.line = [this] { return m_line = m_orders.frontEndLine(selected().value(0)); };
+    frontEnd.object = [this] { return nameOfSelected(); };
+    frontEnd.run = [this] { m_orders.showFrontEnd(selected().value(0)); };
+    for (const ActionTable::Entry& entry : {stop, move, frontEnd})
+        actions().add(entry, m_view);
+}
+
+void ProductionsPage::makeOwnerActions()
+{
+    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
+                            OwnershipJob::Action action) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.shortcut = keys;
+        entry.needsLink = true;
+        entry.changes = true;
+        entry.problem = [this, action] { return m_orders.objectionToOwn(selected(), action); };
+        entry.line = [this, action] { return m_line = m_orders.ownLine(selected().value(0), action); };
+        entry.object = [this] { return nameOfSelected(); };
+        entry.run = [this, action] {
+            const QString key = selected().value(0);
+            const ProductionRow* const row = m_model.find(key);
+            const auto own = [this, key, action] { m_orders.own(key, action); };
+            if (action != OwnershipJob::Action::ForceTake || !row)
+                own();
+            else
+                askBefore(*this, tr("Take the ownership from %1?").arg(row->owner), {row->name},
+                          tr("Take ownership"), own);
+        };
+        actions().add(entry, m_view);
+    };
+    add("own", tr("Ask for ownership"), QKeySequence(Qt::Key_O), OwnershipJob::Action::Take);
+    add("own-force", tr("Take ownership"), QKeySequence(), OwnershipJob::Action::ForceTake);
+    add("own-release", tr("Give ownership back"), QKeySequence(Qt::SHIFT + Qt::Key_O),
+        OwnershipJob::Action::Release);
+}
+
+void ProductionsPage::follow()
+{
+    m_gathering.setSingleShot(true);
+    m_minute.start(kMinuteMs);
+    connect(&m_gathering, &QTimer::timeout, this, &ProductionsPage::refresh);
+    connect(&m_minute, &QTimer::timeout, this, &ProductionsPage::gather);
+    const auto due = [this] { gather(); };
+    const QAbstractItemModel* const processors = &session().processors();
+    connect(processors, &QAbstractItemModel::dataChanged, this, due);
+    connect(processors, &QAbstractItemModel::rowsInserted, this, due);
+    connect(processors, &QAbstractItemModel::rowsRemoved, this, due);
+    connect(processors, &QAbstractItemModel::rowsMoved, this, due);
+    connect(processors, &QAbstractItemModel::layoutChanged, this, due);
+    connect(&session(), &Session::si_FactsChanged, this, due);
+    connect(&session(), &Session::si_LinkChanged, this, due);
+    connect(&session(), &Session::si_UserChanged, this, due);
+    connect(&m_orders, &ProductionOrders::si_PendingChanged, this, due);
+    connect(&session().ordersUnderWay(), &OrdersUnderWay::si_Changed, this, due);
+    connect(&session().journal(), &Kolta::Journal::statesChanged, this,
+            [this](const QVector<Kolta::EventSubject>& subjects) {
+                m_rows.readEnded(subjects);
+                gather();
+            });
+    connect(&session().journal(), &Kolta::Journal::reset, this, [this] {
+        m_rows.readEnded();
+        gather();
+    });
+    connect(m_filter->line(), &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_words = FilterWords(text);
+        refresh();
+    });
+    connect(&m_model, &ProductionsModel::si_MoveWanted, this, [this](const QString& ffp, const QString& mcp) {
+        m_line = m_orders.moveLine(ffp, mcp);
+        m_orders.move(ffp, mcp);
+        tellCommandLine();
+    });
+}
+
+/// What changes within a moment is shown together, and while the page is hidden when it is shown again.
+void ProductionsPage::gather()
+{
+    m_isDue = true;
+    const bool isHeld = m_model.isDragging() || QApplication::activePopupWidget();
+    if (isVisible() && !m_gathering.isActive())
+        m_gathering.start(isHeld ? kHeldMs : kGatherMs);
+}
+
+void ProductionsPage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    if (m_isDue)
+        refresh();
+}
+
+void ProductionsPage::refresh()
+{
+    m_isDue = false;
+    m_model.setMovable(m_orders.mayMove());
+    const auto isWanted = [this](const ProductionRow& row) {
+        return isOfServer(row) && (m_words.isEmpty() || row.matches(m_words));
+    };
+    m_model.take(filtered(m_rows.gather(m_orders.pending(), isWanted), false));
+    const QDateTime now = session().now();
+    m_header->setRange(now.addSecs(-3600 * Timeline::kHours), now);
+    actions().refresh();
+    showCount();
+    showReasons();
+}
+
+/// Those that fit, with what holds them and what they hold.
+std::vector<ProductionRow> ProductionsPage::filtered(std::vector<ProductionRow> rows, bool isAll) const
+{
+    std::vector<ProductionRow> result;
+    for (ProductionRow& row : rows) {
+        if (row.kind == ProductionRow::Kind::Server && !isOfServer(row))
+            continue;
+        const bool isWanted = isAll || m_words.isEmpty() || (!row.isGroup() && row.matches(m_words));
+        row.children = filtered(std::move(row.children), isWanted && !row.isGroup());
+        if (row.isGroup() ? !row.children.empty() : isWanted || !row.children.empty())
+            result.push_back(std::move(row));
+    }
+    return result;
+}
+
+QLineEdit* ProductionsPage::filterLine() const
+{
+    return m_filter->line();
+}
+
+void ProductionsPage::showCount()
+{
+    int runs = 0, lastKnown = 0, ended = 0;
+    const std::function<void(const QModelIndex&)> count = [&](const QModelIndex& parent) {
+        for (int place = 0; place < m_model.rowCount(parent); ++place) {
+            const QModelIndex index = m_model.index(place, 0, parent);
+            const ProductionRow& row = *m_model.rowAt(index);
+            runs += row.isRunning() && !row.isStale ? 1 : 0;
+            lastKnown += row.isRunning() && row.isStale ? 1 : 0;
+            ended += row.kind == ProductionRow::Kind::Ended ? 1 : 0;
+            count(index);
+        }
+    };
+    count(QModelIndex());
+    const bool isPast = session().isOutOfSight();
+    QStringList parts;
+    if (!isPast)
+        parts.append(tr("%1 running").arg(runs));
+    lastKnown += isPast ? runs : 0;
+    if (isPast || lastKnown > 0)
+        parts.append(tr("%1 last known").arg(lastKnown));
+    if (ended > 0)
+        parts.append(tr("%1 ended").arg(ended));
+    const bool isEmpty = m_model.rowCount() == 0;
+    m_filter->tell(parts.join(QStringLiteral(", ")), isEmpty);
+    m_nothing->setVisible(isEmpty);
+    if (isEmpty)
+        m_nothing->setText(whyNothing());
+}
+
+QString ProductionsPage::whyNothing() const
+{
+    if (!m_words.isEmpty())
+        return tr("No production matches \"%1\".").arg(m_filter->text());
+    if (session().facts().isEmpty())
+        return tr("No server has been seen yet.");
+    if (session().isOutOfSight())
+        return tr("Nothing ran when it was seen last, at %1.").arg(timeText(session().link().since));
+    const QDateTime watched = session().journal().book().watchBegin();
+    if (watched.isValid() && watched > session().now().addSecs(-3600 * Timeline::kHours))
+        return tr("Nothing runs; watched since %1.").arg(timeText(watched));
+    return tr("Nothing runs, and nothing has ended in the last 24 h.");
+}
+
+/// Without the link the banner says the rest.
+QString ProductionsPage::reasonShort(const QString& id) const
+{
+    const bool isCutOff = actions().find(id)->needsLink && !session().link().isUp;
+    return isCutOff ? tr("need the link.") : actions().enabledBecause(id);
+}
+
+/// Why the buttons that cannot be pressed cannot, each reason once.
+void ProductionsPage::showReasons()
+{
+    QStringList reasons;
+    QMap<QString, QStringList> byReason;
+    for (const char* const name : kActions) {
+        const QString id = QLatin1String(name);
+        const QString reason = reasonShort(id);
+        if (reason.isEmpty())
+            continue;
+        if (!byReason.contains(reason))
+            reasons.append(reason);
+        byReason[reason].append(actions().find(id)->text);
+    }
+    QStringList texts;
+    for (const QString& reason : qAsConst(reasons)) {
+        texts.append(
+            byReason.value(reason).size() == int(std::size(kActions))
+                ? reason
+                : QStringLiteral("%1: %2").arg(byReason.value(reason).join(QStringLiteral(", ")), reason));
+    }
+    m_reasons->setText(texts.join(QLatin1Char(' ')));
+    m_reasons->setToolTip(texts.join(QLatin1Char('\n')));
+}
+
+QStringList ProductionsPage::selected() const
+{
+    QStringList keys;
+    for (const QModelIndex& index : m_view->selectionModel()->selectedRows())
+        keys.append(index.data(Kolta::ViewRoles::KeyRole).toString());
+    return keys;
+}
+
+QString ProductionsPage::nameOfSelected() const
+{
+    const ProductionRow* const row = m_model.find(selected().value(0));
+    return row ? tr("%1 on %2").arg(row->name, row->server) : QString();
+}
+
+void ProductionsPage::askToStop(const QStringList& keys)
+{
+    const auto stop = [this, keys] { m_orders.stop(keys); };
+    if (m_orders.isGrave(keys))
+        askBefore(*this, tr("Stop all of these?"), m_orders.victims(keys), tr("Stop"), stop);
+    else
+        stop();
+}
+
+/// All MCPs; those where it cannot go are there too, with the reason.
+void ProductionsPage::offerTargets()
+{
+    const QString key = selected().value(0);
+    const ProductionRow* const ffp = m_model.find(key);
+    if (!ffp)
+        return;
+    auto* const menu = new QMenu(m_view);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    connect(menu, &QObject::destroyed, &m_model, [this] { m_model.setDragged(QString()); });
+    m_model.setDragged(key);
+    for (const ProductionRow* const mcp : m_model.mcps()) {
+        const QString objection = objectionToMove(*ffp, *mcp);
+        QAction* const target = menu->addAction(
+            objection.isEmpty() ? mcp->name : QStringLiteral("%1 — %2").arg(mcp->name, objection));
+        target->setEnabled(objection.isEmpty());
+        connect(target, &QAction::triggered, this,
+                [this, key, to = mcp->key] { Q_EMIT m_model.si_MoveWanted(key, to); });
+    }
+    if (menu->isEmpty())
+        menu->addAction(tr("No MCP runs"))->setEnabled(false);
+    const QRect place = m_view->visualRect(m_model.indexOf(key));
+    menu->popup(m_view->viewport()->mapToGlobal(place.bottomLeft() + QPoint(place.width() / 2, 0)));
+}
+
+void ProductionsPage::showMenu(const QPoint& place)
+{
+    auto* const menu = new QMenu(m_view);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setToolTipsVisible(true);
+    for (const char* const id : kActions)
+        menu->addAction(actions().action(QLatin1String(id)));
+    menu->addAction(actions().action(QStringLiteral("own-release")));
+    menu->popup(m_view->viewport()->mapToGlobal(place));
+}
+
+bool ProductionsPage::isFilled() const
+{
+    return m_model.rowCount() > 0 || session().isSettled();
+}
+
+QString ProductionsPage::commandLine() const
+{
+    if (!m_line.isEmpty())
+        return m_line;
+    return lineOf("productions");
+}
+
+void ProductionsPage::followServer()
+{
+    refresh();
+}
+
+} // namespace KoltaConsole

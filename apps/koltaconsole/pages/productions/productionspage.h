@@ -1,0 +1,89 @@
+#pragma once
+
+#include "productionorders.h"
+#include "productionrows.h"
+#include "productionsmodel.h"
+
+#include <koltaconsole/pages/page.h>
+
+#include <QTimer>
+#include <QTreeView>
+
+class QLabel;
+
+namespace KoltaConsole {
+
+class FilterBar;
+class ButtonRow;
+class ElidedLabel;
+
+/// The tree of productions. While an FFP is dragged it shows where it may go.
+class ProductionsView : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    using QTreeView::QTreeView;
+
+Q_SIGNALS:
+    /// Empty when it is over.
+    void si_Dragged(const QString& key);
+
+protected:
+    void startDrag(Qt::DropActions supported) override;
+};
+
+/// What runs on which server, when it ran within the last day, and what is done about it.
+class ProductionsPage : public Page
+{
+    Q_OBJECT
+
+public:
+    ProductionsPage(Session& session, ActionTable& actions, QWidget* parent);
+
+    bool isFilled() const override;
+    QString commandLine() const override;
+    QLineEdit* filterLine() const override;
+
+    const ProductionsModel& model() const { return m_model; }
+
+protected:
+    void followServer() override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void makeView();
+    void makeActions();
+    void makeOwnerActions();
+    void follow();
+    void gather();
+    void refresh();
+    bool isOfServer(const ProductionRow& row) const { return server().isEmpty() || row.server == server(); }
+    std::vector<ProductionRow> filtered(std::vector<ProductionRow> rows, bool isAll) const;
+    void span(const QModelIndex& parent, int first, int last);
+    void showCount();
+    QString whyNothing() const;
+    void showReasons();
+    QString reasonShort(const QString& id) const;
+    QStringList selected() const;
+    QString nameOfSelected() const;
+    void askToStop(const QStringList& keys);
+    void offerTargets();
+    void showMenu(const QPoint& place);
+
+    FilterBar* m_filter;
+    ProductionsView* m_view;
+    TimelineHeader* m_header;
+    ElidedLabel* m_reasons;
+    QLabel* m_nothing;
+    ProductionRows m_rows;
+    ProductionsModel m_model;
+    ProductionOrders m_orders;
+    FilterWords m_words;
+    QString m_line; ///< of the latest order
+    QTimer m_gathering;
+    QTimer m_minute;
+    bool m_isDue = true;
+};
+
+} // namespace KoltaConsole

@@ -1,0 +1,214 @@
+#include "profileimportview.h"
+
+#include "profilefields.h"
+#include "shorttimemaps.h"
+
+#include <common/actionlines.h>
+#include <koltaconsole/actions/actions.h>
+#include <koltaconsole/session/wishwatch.h>
+#include <koltaconsole/widgets/stateitemdelegate.h>
+
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeProfile;
+using Kolta::ShortTimeProfileItemMap;
+
+namespace {
+
+constexpr int kHeight = 130;
+
+} // namespace
+
+ProfileImportView::ProfileImportView(Session& session, ActionTable& actions, QWidget* parent)
+    : QWidget(parent)
+    , m_session(session)
+    , m_actions(actions)
+    , m_title(new QLabel(this))
+    , m_differences(new QTreeWidget(this))
+{
+    m_title->setProperty("heading", true);
+    m_title->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    makeTable();
+    makeActions();
+    m_confirm = m_actions.makeButton(QStringLiteral("short-import-confirm"), this);
+    QPushButton* const cancel = m_actions.makeButton(QStringLiteral("short-import-cancel"), this);
+    cancel->setText(tr("Cancel"));
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 4, 8, 4);
+    top->setSpacing(8);
+    top->addWidget(m_title, 1);
+    top->addWidget(m_confirm);
+    top->addWidget(cancel);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_differences);
+    close();
+}
+
+void ProfileImportView::makeTable()
+{
+    m_differences->setHeaderLabels({tr("Difference"), tr("Now"), tr("Becomes")});
+    m_differences->setRootIsDecorated(false);
+    m_differences->setUniformRowHeights(true);
+    m_differences->setAlternatingRowColors(true);
+    m_differences->setAccessibleName(tr("What the file would change"));
+    m_differences->header()->resizeSection(0, 330);
+    m_differences->header()->resizeSection(1, 260);
+    m_differences->setFixedHeight(kHeight);
+    m_differences->setItemDelegate(new StateItemDelegate(m_differences, [](const QModelIndex& index) {
+        return index.data(Qt::UserRole).toBool()
+                   ? std::optional<Look>(Look{Mark::Triangle, Role::Attention, index.data().toString(), true})
+                   : std::nullopt;
+    }));
+}
+
+void ProfileImportView::makeActions()
+{
+    ActionTable::Entry confirm;
+    confirm.id = QStringLiteral("short-import-confirm");
+    confirm.text = tr("Import the file");
+    confirm.rights = Kolta::rightFor(Kolta::UserAction::EditProfiles);
+    confirm.needsLink = true;
+    confirm.changes = true;
+    confirm.problem = [this] { return objection(); };
+    confirm.line = [this] { return line(); };
+    confirm.object = [this] { return QFileInfo(m_pending.file).fileName(); };
+    confirm.run = [this] { this->confirm(); };
+    ActionTable::Entry cancel;
+    cancel.id = QStringLiteral("short-import-cancel");
+    cancel.text = tr("Cancel the import");
+    cancel.problem = [this] {
+        return m_pending.file.isEmpty() ? tr("No file is open: Import… opens one.") : QString();
+    };
+    cancel.run = [this] { close(); };
+    for (const ActionTable::Entry& entry : {confirm, cancel})
+        m_actions.add(entry, this);
+}
+
+ShortTimeProfileItemMap* ProfileImportView::map() const
+{
+    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server);
+}
+
+QString ProfileImportView::objection() const
+{
+    const QString general = objectionToShortTime(m_server, map() != nullptr);
+    if (!general.isEmpty())
+        return general;
+    if (m_pending.file.isEmpty())
+        return tr("No file is open: Import… opens one.");
+    return m_pending.wanted.isEmpty() ? tr("The file has nothing that differs and can be taken over.")
+                                      : QString();
+}
+
+QString ProfileImportView::line() const
+{
+    return m_pending.wanted.isEmpty()
+               ? QString()
+               : KoltaApps::ActionLines(m_server).importProfiles(m_pending.file, false);
+}
+
+void ProfileImportView::showServer(const QString& address)
+{
+    if (m_server == address)
+        return;
+    m_server = address;
+    close();
+}
+
+void ProfileImportView::preview(const QString& file)
+{
+    const ShortTimeProfileItemMap* const profiles = map();
+    if (!profiles)
+        return;
+    m_pending = ProfileImport::read(file, *profiles);
+    if (!m_pending.error.isEmpty()) {
+        m_session.tell(tr("profiles are not imported: %1").arg(m_pending.error),
+                       Kolta::Event::Weight::Attention);
+        close();
+        return;
+    }
+    m_title->setText(m_pending.lines.isEmpty()
+                         ? tr("Import of %1: nothing differs").arg(QFileInfo(file).fileName())
+                         : tr("Import of %1").arg(QFileInfo(file).fileName()));
+    m_confirm->setText(tr("Import %1 of %2").arg(m_pending.wanted.size()).arg(m_pending.count()));
+    m_differences->clear();
+    for (const ProfileImport::Line& line : qAsConst(m_pending.lines)) {
+        auto* const item = new QTreeWidgetItem(m_differences, {line.what, line.now, line.becomes});
+        item->setData(0, Qt::UserRole, line.isRefused);
+        item->setFirstColumnSpanned(line.now.isEmpty() && line.becomes.isEmpty());
+        for (int column = 0; column < 3; ++column)
+            item->setToolTip(column, item->text(column));
+    }
+    show();
+    m_actions.refresh();
+}
+
+/// What others changed since the preview is compared again.
+void ProfileImportView::confirm()
+{
+    ShortTimeProfileItemMap* const profiles = map();
+    const ProfileImport now = ProfileImport::read(m_pending.file, *profiles);
+    std::list<ShortTimeProfile> items;
+    for (const ShortTimeProfile& profile : now.wanted) {
+        const bool wasShown = std::any_of(m_pending.wanted.cbegin(), m_pending.wanted.cend(),
+                                          [&](const ShortTimeProfile& p) { return p.name == profile.name; });
+        if (wasShown)
+            items.push_back(profile);
+    }
+    Q_EMIT si_Line(line());
+    const QString file = m_pending.file;
+    close();
+    profiles->Set(items, false, true);
+    new WishWatch(
+        m_session, m_server, profiles->GetPath(),
+        [this, file, items, server = m_server](const QString& reason) {
+            tellImport(server, file, items, reason);
+        },
+        this);
+}
+
+/// By what is there now; what has not been taken over is shown again.
+void ProfileImportView::tellImport(const QString& server, const QString& file,
+                                   const std::list<ShortTimeProfile>& items, const QString& reason)
+{
+    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
+    const auto taken = std::count_if(items.begin(), items.end(), [profiles](const ShortTimeProfile& item) {
+        return profiles && profiles->Contains(item.name) &&
+               differingFields(profiles->At(item.name), item).isEmpty();
+    });
+    if (taken == static_cast<qint64>(items.size())) {
+        m_session.tell(tr("%1 profiles of %2 imported").arg(items.size()).arg(file),
+                       Kolta::Event::Weight::Note);
+        return;
+    }
+    m_session.tell(tr("%1 of %2 profiles of %3 imported: %4")
+                       .arg(taken)
+                       .arg(items.size())
+                       .arg(file, profiles ? reason : tr("%1 has gone").arg(server)),
+                   Kolta::Event::Weight::Attention);
+    if (profiles && server == m_server)
+        preview(file);
+}
+
+void ProfileImportView::close()
+{
+    m_pending = ProfileImport();
+    m_differences->clear();
+    hide();
+    m_actions.refresh();
+}
+
+} // namespace KoltaConsole

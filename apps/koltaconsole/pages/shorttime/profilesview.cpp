@@ -1,0 +1,487 @@
+#include "profilesview.h"
+
+#include "profileeditor.h"
+#include "profileimportview.h"
+#include "profilesaving.h"
+#include "shorttimemaps.h"
+
+#include <common/actionlines.h>
+#include <koltaconsole/actions/actions.h>
+#include <koltaconsole/session/wishwatch.h>
+#include <koltaconsole/widgets/columns.h>
+#include <koltaconsole/widgets/confirmation.h>
+#include <koltaconsole/widgets/filterbar.h>
+#include <koltaconsole/widgets/stateitemdelegate.h>
+
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QPushButton>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeProfile;
+using Kolta::ShortTimeProfileItemMap;
+using Kolta::UserAction;
+
+QString objectionToShortTime(const QString& server, bool isThere)
+{
+    if (isThere)
+        return QString();
+    return server.isEmpty() ? ProfilesView::tr("No server is chosen.")
+                            : ProfilesView::tr("%1 is away, or has no such data.").arg(server);
+}
+
+QString lastKnownText(const Session& session, const QString& server)
+{
+    const QDateTime time = session.factsOf(server).lastKnown;
+    return time.isValid() ? ProfilesView::tr("last known at %1").arg(timeText(time))
+                          : ProfilesView::tr("last known");
+}
+
+ProfilesView::ProfilesView(Session& session, ActionTable& actions, QWidget* parent)
+    : QWidget(parent)
+    , m_session(session)
+    , m_actions(actions)
+    , m_filter(new FilterBar(tr("Filter: hopper, FSK2, 30-88 MHz, !burst"), tr("Filter of profiles"), this))
+    , m_table(new QTreeView(this))
+    , m_nothing(new QLabel(this))
+    , m_editor(new ProfileEditor(this))
+    , m_import(new ProfileImportView(session, actions, this))
+    , m_drafts(session, QStringLiteral("profileDrafts"), this)
+{
+    makeTable();
+    makeListActions();
+    makeEditorActions();
+    arrange();
+    follow();
+    followEditor();
+    showCount();
+}
+
+void ProfilesView::makeTable()
+{
+    m_rows.setSourceModel(&m_model);
+    m_table->setModel(&m_rows);
+    m_table->setItemDelegate(new StateItemDelegate(m_table));
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setAlternatingRowColors(true);
+    m_table->setAccessibleName(tr("Profiles"));
+    // The editor has them too, and there is not room for all.
+    for (const int column : {ProfileRows::eDurationColumn, ProfileRows::eShiftColumn})
+        m_table->setColumnHidden(column, true);
+    setColumnWidths(*m_table, {184, 64, 148, 128, 84, 124, 68, 92, 138});
+    offerColumns(*m_table);
+}
+
+void ProfilesView::makeListActions()
+{
+    ActionTable::Entry begin;
+    begin.id = QStringLiteral("short-new");
+    begin.text = tr("New");
+    begin.shortcut = QKeySequence(QKeySequence::New);
+    begin.problem = [this] { return objectionToNew(); };
+    begin.run = [this] { beginNew(); };
+    ActionTable::Entry removal;
+    removal.id = QStringLiteral("short-remove");
+    removal.text = tr("Remove");
+    removal.shortcut = QKeySequence(Qt::Key_Delete);
+    removal.rights = Kolta::rightFor(UserAction::EditProfiles);
+    removal.needsLink = true;
+    removal.changes = true;
+    removal.problem = [this] { return objectionToRemove(); };
+    removal.line = [this] { return removeLine(); };
+    removal.object = [this] { return selected() ? selected()->name : QString(); };
+    removal.run = [this] { remove(); };
+    ActionTable::Entry importing = removal;
+    importing.id = QStringLiteral("short-import");
+    importing.text = tr("Import…");
+    importing.shortcut = QKeySequence(QKeySequence::Open);
+    importing.problem = [this] { return objectionToShortTime(m_server, map() != nullptr); };
+    importing.line = {};
+    importing.object = {};
+    importing.run = [this] { askForFile(); };
+    m_actions.add(begin, this);
+    m_actions.add(removal, m_table); // in a field the key is for what is typed
+    m_actions.add(importing, this);
+}
+
+void ProfilesView::makeEditorActions()
+{
+    ActionTable::Entry saving;
+    saving.id = QStringLiteral("short-save");
+    saving.text = tr("Save");
+    saving.shortcut = QKeySequence(QKeySequence::Save);
+    saving.rights = Kolta::rightFor(UserAction::EditProfiles);
+    saving.needsLink = true;
+    saving.changes = true;
+    saving.problem = [this] { return objectionToSave(); };
+    saving.line = [this] { return saveLine(); };
+    saving.object = [this] { return m_editor->draft().name; };
+    saving.run = [this] { save(); };
+    m_actions.add(saving, this);
+    const auto add = [this](const char* id, const QString& text, const std::function<QString()>& problem,
+                            void (ProfileEditor::*deed)()) {
+        ActionTable::Entry entry;
+        entry.id = QLatin1String(id);
+        entry.text = text;
+        entry.problem = problem;
+        entry.run = [editor = m_editor, deed] { (editor->*deed)(); };
+        m_actions.add(entry, this);
+    };
+    const auto noNews = [this] {
+        return m_editor->hasTheirs() ? QString() : tr("Others have changed nothing of it meanwhile.");
+    };
+    add(
+        "short-undo", tr("Undo"), [this] { return m_editor->objectionToUndo(); }, &ProfileEditor::undo);
+    add("short-compare", tr("Compare"), noNews, &ProfileEditor::compare);
+    add("short-take", tr("Take theirs"), noNews, &ProfileEditor::undo);
+    add("short-keep", tr("Keep mine"), noNews, &ProfileEditor::keepMine);
+}
+
+void ProfilesView::arrange()
+{
+    m_nothing->setProperty("dim", true);
+    m_nothing->setContentsMargins(8, 4, 8, 4);
+    m_nothing->setWordWrap(true);
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(8);
+    top->addWidget(m_filter, 1);
+    for (const char* const id : {"short-new", "short-remove", "short-import"})
+        top->addWidget(m_actions.makeButton(QLatin1String(id), this));
+    m_editor->addButtons(
+        m_actions,
+        {QStringLiteral("short-compare"), QStringLiteral("short-take"), QStringLiteral("short-keep")},
+        {QStringLiteral("short-save"), QStringLiteral("short-undo")});
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(top);
+    layout->addWidget(m_nothing);
+    layout->addWidget(m_table, 1);
+    layout->addWidget(m_editor);
+    layout->addWidget(m_import);
+}
+
+void ProfilesView::follow()
+{
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &ProfilesView::applyFilter);
+    connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &ProfilesView::choose);
+    connect(&m_rows, &QAbstractItemModel::modelReset, this, &ProfilesView::selectEdited);
+    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(&m_rows, signal, this, &ProfilesView::showCount);
+    connect(&m_rows, &QAbstractItemModel::modelReset, this, &ProfilesView::showCount);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& first, const QModelIndex& last) {
+                for (int row = first.row(); row <= last.row(); ++row) {
+                    const ShortTimeProfile* const profile = m_model.itemAt(m_model.index(row, 0));
+                    if (profile && profile->name == m_editor->original().name)
+                        compareWithOthers();
+                }
+                showCount();
+            });
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, [this] {
+        // A server that returns may tell of its profiles one after the other.
+        if (map() && map()->Contains(m_editor->original().name))
+            compareWithOthers();
+    });
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
+        if (!m_model.isLastKnown())
+            compareWithOthers();
+    });
+}
+
+void ProfilesView::followEditor()
+{
+    connect(m_editor, &ProfileEditor::si_StateChanged, &m_actions, &ActionTable::refresh);
+    connect(m_editor, &ProfileEditor::si_Written, this,
+            [this] { m_drafts.set(m_server, m_editor->written()); });
+    connect(m_import, &ProfileImportView::si_Line, this, &ProfilesView::tellLine);
+}
+
+ShortTimeProfileItemMap* ProfilesView::map() const
+{
+    return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server);
+}
+
+QLineEdit* ProfilesView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// While a server is away its profiles are those that were known last; what somebody types stays.
+void ProfilesView::showServer(const QString& address)
+{
+    const bool isOther = m_server != address;
+    if (isOther) {
+        m_server.clear(); // what is shown instead is no draft of either server
+        m_editor->edit(ShortTimeProfile());
+        m_server = address;
+        m_editor->resume(m_drafts.of(address));
+        m_import->showServer(address);
+    }
+    ShortTimeProfileItemMap* const now = map();
+    if (m_model.map() != now && (now || isOther)) {
+        m_model.setMap(now);
+        if (m_model.rowCount() > 0)
+            compareWithOthers();
+    }
+    if (isVisible() || isOther)
+        showCount();
+}
+
+void ProfilesView::setUses(const QHash<QString, QStringList>& uses)
+{
+    m_uses = uses;
+    m_model.setUses(uses);
+    if (!m_editor->original().name.isEmpty())
+        m_editor->setUse(useOf(m_editor->original().name));
+}
+
+void ProfilesView::applyFilter()
+{
+    m_words = FilterWords(m_filter->text());
+    if (m_words.isEmpty()) {
+        m_rows.setFilter({});
+        return;
+    }
+    m_rows.setFilter([this](int row, const QString& search) {
+        const ShortTimeProfile* const profile =
+            m_words.wantsBand() ? m_model.itemAt(m_model.index(row, 0)) : nullptr;
+        return m_words.matches(search, profile ? bandOf(*profile) : FilterWords::Band());
+    });
+}
+
+void ProfilesView::showCount()
+{
+    const QLocale locale;
+    const int all = m_model.rowCount(), shown = m_rows.rowCount();
+    QString count = all == shown ? tr("%n profile(s)", "", all)
+                                 : tr("%1 of %n profile(s)", "", all).arg(locale.toString(shown));
+    const bool isAway = !map();
+    if (isAway && all > 0)
+        count = QStringLiteral("%1, %2").arg(count, lastKnownText(m_session, m_server));
+    m_filter->tell(count, shown == 0);
+    m_nothing->setVisible(shown == 0);
+    m_nothing->setText(all > 0  ? tr("No profile matches \"%1\".").arg(m_filter->text())
+                       : isAway ? objectionToShortTime(m_server, false)
+                                : tr("There is no profile yet: make one below and save it, or import a file "
+                                     "that has some."));
+    m_actions.refresh();
+}
+
+/// What has become of the profile that is shown, while nobody told of it too.
+void ProfilesView::compareWithOthers()
+{
+    const QString name = m_editor->original().name;
+    const ShortTimeProfileItemMap* const profiles = name.isEmpty() ? nullptr : map();
+    // What is being saved here shows at once, and may not last.
+    if (!profiles || (m_saving && m_saving->server() == m_server))
+        return;
+    if (profiles->Contains(name))
+        m_editor->takeTheirs(profiles->At(name));
+    else
+        m_editor->takeRemoval();
+}
+
+const ShortTimeProfile* ProfilesView::selected() const
+{
+    const QModelIndex current = m_table->currentIndex();
+    return current.isValid() ? m_model.itemAt(m_rows.mapToSource(current)) : nullptr;
+}
+
+/// A filter leaves no row chosen.
+void ProfilesView::selectEdited()
+{
+    const QModelIndex edited = m_rows.mapFromSource(m_model.indexOf(m_editor->original().name));
+    if (edited.isValid())
+        m_table->setCurrentIndex(edited);
+    else
+        m_actions.refresh();
+}
+
+/// A draft that is not saved is not lost to a click; it has to be undone first.
+void ProfilesView::choose()
+{
+    const ShortTimeProfile* const profile = selected();
+    if (profile && !m_editor->isChanged()) {
+        m_editor->edit(*profile);
+        m_editor->setUse(useOf(profile->name));
+    }
+    m_actions.refresh();
+}
+
+int ProfilesView::useCount(const QString& profile) const
+{
+    const auto* const assignments = shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server);
+    int count = 0;
+    if (assignments) {
+        for (const auto& entry : assignments->data())
+            count += entry.second.profiles.contains(profile) ? 1 : 0;
+    }
+    return count;
+}
+
+QString ProfilesView::useOf(const QString& profile) const
+{
+    const int count = useCount(profile);
+    return count == 0 ? tr("in use by no FFP") : tr("in use by %n FFP(s)", "", count);
+}
+
+void ProfilesView::tellLine(const QString& line)
+{
+    m_line = line;
+    Q_EMIT si_LineChanged();
+}
+
+/// The name that the profile has on its server so far; empty for a new one.
+QString ProfilesView::nameBefore() const
+{
+    const QString name = m_editor->original().name;
+    const ShortTimeProfileItemMap* const profiles = map();
+    return profiles && profiles->Contains(name) ? name : QString();
+}
+
+/// Assignments follow another name, which not everybody may let them.
+QString ProfilesView::objectionToName(const QString& name, const QString& before) const
+{
+    if (name == before)
+        return QString();
+    if (map()->Contains(name))
+        return tr("There is a profile of that name.");
+    return before.isEmpty() || useCount(before) == 0 || !m_session.areUsersKnown()
+               ? QString()
+               : Kolta::objectionTo(UserAction::EditAssignments);
+}
+
+QString ProfilesView::objectionToSave() const
+{
+    const QString general = objectionToShortTime(m_server, map() != nullptr);
+    if (!general.isEmpty())
+        return general;
+    if (m_saving)
+        return tr("A profile is being saved.");
+    const QString objection = m_editor->objectionToSave();
+    return objection.isEmpty() ? objectionToName(m_editor->draft().name, m_editor->original().name)
+                               : objection;
+}
+
+QString ProfilesView::saveLine() const
+{
+    const ShortTimeProfile& draft = m_editor->draft();
+    const QString before = nameBefore();
+    return draft.name.isEmpty() ? QString()
+                                : KoltaApps::ActionLines(m_server).setProfile(
+                                      draft, before == draft.name ? QString() : before);
+}
+
+QString ProfilesView::objectionToNew() const
+{
+    return m_editor->isChanged() ? tr("Save or undo what is typed first.") : QString();
+}
+
+void ProfilesView::beginNew()
+{
+    m_table->clearSelection();
+    m_table->setCurrentIndex(QModelIndex());
+    m_editor->edit(ShortTimeProfile());
+    m_editor->line(ProfileField::Name)->setFocus();
+}
+
+void ProfilesView::save()
+{
+    tellLine(saveLine());
+    m_saving = new ProfileSaving(m_session, m_server, nameBefore(), m_editor->draft(), this);
+    connect(m_saving, &ProfileSaving::si_Ended, this, &ProfilesView::takeEnd);
+    m_editor->setSaving(true);
+    m_saving->begin();
+}
+
+/// What is not saved stays typed, for its server also while another one is shown.
+void ProfilesView::takeEnd(const QString& problem)
+{
+    const QString server = m_saving->server();
+    const ShortTimeProfile wanted = m_saving->profile();
+    m_saving->deleteLater();
+    m_saving = nullptr;
+    m_editor->setSaving(false);
+    const auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
+    const bool isSaved = profiles && profiles->Contains(wanted.name) &&
+                         differingFields(profiles->At(wanted.name), wanted).isEmpty();
+    if (server != m_server) {
+        if (isSaved)
+            m_drafts.set(server, QJsonObject());
+    } else if (isSaved) {
+        m_editor->takeSaved(profiles->At(wanted.name));
+        m_editor->setUse(useOf(wanted.name));
+    } else {
+        m_editor->setFailure(problem);
+        compareWithOthers();
+    }
+    if (!problem.isEmpty())
+        m_session.tell(isSaved ? tr("profile %1 of %2: %3").arg(wanted.name, server, problem)
+                               : tr("profile %1 of %2 is not saved: %3").arg(wanted.name, server, problem),
+                       Kolta::Event::Weight::Attention);
+    m_actions.refresh();
+}
+
+QString ProfilesView::objectionToRemove() const
+{
+    const QString general = objectionToShortTime(m_server, map() != nullptr);
+    return general.isEmpty() && !selected() ? tr("No profile is selected.") : general;
+}
+
+QString ProfilesView::removeLine() const
+{
+    return selected() ? KoltaApps::ActionLines(m_server).removeProfiles({selected()->name}) : QString();
+}
+
+/// Asks when FFPs look for it, and when it would be lost because the fields hold what is typed of another.
+void ProfilesView::remove()
+{
+    const QString name = selected()->name;
+    if (useCount(name) == 0 && m_editor->canKeep(name)) {
+        erase(m_server, name);
+        return;
+    }
+    askBefore(*this, tr("Remove %1? It is %2.").arg(name, useOf(name)), m_uses.value(name), tr("Remove"),
+              [this, server = m_server, name] { erase(server, name); });
+}
+
+/// A server or profile that has gone while somebody was asked is none to remove.
+void ProfilesView::erase(const QString& server, const QString& name)
+{
+    auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
+    if (!profiles || !profiles->Contains(name))
+        return;
+    tellLine(KoltaApps::ActionLines(server).removeProfiles({name}));
+    if (server == m_server && m_editor->keepRemoved(profiles->At(name)))
+        m_table->setCurrentIndex(QModelIndex()); // the row that follows would be shown instead
+    profiles->EraseAt(name);
+    new WishWatch(
+        m_session, server, profiles->GetPath(),
+        [this, name, server](const QString& reason) {
+            const auto* const left = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
+            if (!reason.isEmpty() && left && left->Contains(name))
+                m_session.tell(tr("profile %1 of %2 is not removed: %3").arg(name, server, reason),
+                               Kolta::Event::Weight::Attention);
+        },
+        this);
+}
+
+void ProfilesView::askForFile()
+{
+    auto* const dialog = new QFileDialog(this, tr("Import profiles"), QString(), tr("Profiles (*.xml)"));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QFileDialog::fileSelected, m_import, &ProfileImportView::preview);
+    dialog->open();
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,265 @@
+#include "resultsview.h"
+
+#include "shorttimemaps.h"
+
+#include <common/actionlines.h>
+#include <koltaconsole/actions/actions.h>
+#include <koltaconsole/plots/resultsplot.h>
+#include <koltaconsole/widgets/columns.h>
+#include <koltaconsole/widgets/filterbar.h>
+#include <koltaconsole/widgets/filterwords.h>
+#include <koltaconsole/widgets/rowtexts.h>
+#include <koltaconsole/widgets/stateitemdelegate.h>
+
+#include <koltacommon/servernodes.h>
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace KoltaConsole {
+
+using Kolta::ShortTimeResult;
+
+namespace {
+
+constexpr int kGatherMs = 250;
+/// Symbol rate, GUID of the FFP and recording: for those who look for them.
+constexpr int kAtFirstHidden[] = {5, 9, 10};
+/// As ResultsPlot draws them, in the order of the shapes, the last for all others.
+const char* const kSigns[] = {"■", "●", "▲", "◆", "▼", "+", "✕", "○", "□"};
+
+QString nameOf(const QString& profile)
+{
+    return profile.isEmpty() ? ResultsView::tr("none matches") : profile;
+}
+
+} // namespace
+
+QVariant SortableResult::GetSortValue4Column(int column, const ShortTimeResult& result)
+{
+    const QVariant numbers[] = {static_cast<double>(result.startTime),
+                                static_cast<double>(result.frequency),
+                                result.bandwidth,
+                                result.duration,
+                                result.level,
+                                result.symbolRate};
+    if (column >= 0 && column < static_cast<int>(std::size(numbers)))
+        return numbers[column];
+    return Kolta::ViewRoles::sortText(GetText4Column(column, result));
+}
+
+ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent)
+    : QWidget(parent)
+    , m_session(session)
+    , m_actions(actions)
+    , m_plot(new ResultsPlot(this))
+    , m_table(new QTreeView(this))
+    , m_filter(new FilterBar(tr("Filter: hopper, 98 MHz, !burst"), tr("Filter of results"), this))
+    , m_heading(new QLabel(this))
+    , m_legend(new QLabel(this))
+{
+    m_heading->setProperty("heading", true);
+    m_legend->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_model.keepLastKnown();
+    m_rows.setSourceModel(&m_model);
+    makeTable();
+    makeAction();
+    auto* const moves = new QHBoxLayout;
+    moves->setSpacing(2);
+    moves->addWidget(m_filter, 1);
+    m_plot->addButtons(*moves);
+    auto* const top = new QHBoxLayout;
+    top->setContentsMargins(8, 5, 8, 5);
+    top->setSpacing(12);
+    top->addWidget(m_heading);
+    top->addWidget(m_legend, 1);
+    top->addWidget(m_actions.makeButton(QStringLiteral("short-follow"), this));
+    auto* const parts = new QSplitter(Qt::Vertical, this);
+    parts->setHandleWidth(1);
+    parts->addWidget(m_plot);
+    parts->addWidget(m_table);
+    parts->setSizes({340, 150});
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    m_filter->setContentsMargins(8, 5, 8, 0);
+    layout->addLayout(moves);
+    layout->addLayout(top);
+    layout->addWidget(parts, 1);
+    follow();
+    showLegend();
+}
+
+void ResultsView::follow()
+{
+    connect(m_filter->line(), &QLineEdit::textChanged, this, &ResultsView::applyFilter);
+    m_gathering.setSingleShot(true);
+    m_gathering.setInterval(kGatherMs);
+    connect(&m_gathering, &QTimer::timeout, this, &ResultsView::draw);
+    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ResultsView::gather);
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this, &ResultsView::gather);
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, &ResultsView::gather);
+    connect(m_plot, &ResultsPlot::si_FollowingChanged, &m_actions, &ActionTable::refresh);
+    connect(m_plot, &ResultsPlot::si_RangeChanged, this, &ResultsView::showLegend);
+}
+
+void ResultsView::makeAction()
+{
+    ActionTable::Entry entry;
+    entry.id = QStringLiteral("short-follow");
+    entry.text = tr("Follow");
+    entry.shortcut = QKeySequence(Qt::Key_F);
+    entry.problem = [this] {
+        return m_plot->isFollowing() ? tr("The newest result stays in sight already.") : QString();
+    };
+    entry.run = [this] { m_plot->setFollowing(true); };
+    m_actions.add(entry, this);
+}
+
+void ResultsView::makeTable()
+{
+    m_table->setModel(&m_rows);
+    m_table->setItemDelegate(new StateItemDelegate(m_table));
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setAlternatingRowColors(true);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_table->setAccessibleName(tr("Results"));
+    m_table->setSortingEnabled(true);
+    m_table->sortByColumn(0, Qt::DescendingOrder);
+    for (const int column : kAtFirstHidden)
+        m_table->setColumnHidden(column, true);
+    setColumnWidths(*m_table, {188, 96, 84, 84, 84, 84, 84, 160, 40});
+    offerColumns(*m_table);
+}
+
+void ResultsView::showServer(const QString& address)
+{
+    auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address);
+    if (m_model.map() != map && (map || m_server != address))
+        m_model.setMap(map);
+    const bool isOther = m_server != address;
+    if (isOther) {
+        m_server = address;
+        m_shapes.clear();
+        gather();
+    }
+    if (isOther || isVisible())
+        showLegend();
+}
+
+QString ResultsView::line() const
+{
+    const Kolta::KoltaServerInterface* const server = m_session.server(m_server);
+    if (!server)
+        return QString();
+    const QString path =
+        Kolta::ServerNodes::shortTimePath<Kolta::ShortTimeResultItemMap>(server->getServerBasePath());
+    return KoltaApps::ActionLines(QString()).look({QStringLiteral("tree"), QStringLiteral("dump"), path});
+}
+
+QLineEdit* ResultsView::filterLine() const
+{
+    return m_filter->line();
+}
+
+/// Of the table and of the plot.
+void ResultsView::applyFilter()
+{
+    const FilterWords words(m_filter->text());
+    if (words.isEmpty())
+        m_rows.setFilter({});
+    else
+        m_rows.setFilter([this, words](int row, const QString& /*search*/) {
+            const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
+            if (!result)
+                return false;
+            const auto middle = static_cast<double>(result->frequency);
+            const double half = result->bandwidth / 2.0;
+            return words.matches(searchText(m_model, row),
+                                 {middle - half, middle + half, static_cast<double>(result->bandwidth)});
+        });
+    draw();
+}
+
+/// Hidden, it waits until it is seen.
+void ResultsView::gather()
+{
+    m_isDue = true;
+    if (isVisible() && !m_gathering.isActive())
+        m_gathering.start();
+}
+
+void ResultsView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (m_isDue)
+        draw();
+}
+
+void ResultsView::draw()
+{
+    m_isDue = false;
+    m_counts.clear();
+    QVector<ResultsPlot::Point> points;
+    const int first = qMax(0, m_model.rowCount() - kMost);
+    for (int row = first; row < m_model.rowCount(); ++row) {
+        const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
+        if (!result || !m_rows.isMatching(row))
+            continue;
+        int shape = m_shapes.indexOf(result->profileName);
+        if (shape < 0 && m_shapes.size() < ResultsPlot::kShapes) {
+            shape = m_shapes.size();
+            m_shapes.append(result->profileName);
+        }
+        ++m_counts[shape < 0 ? QString(QChar::Null) : result->profileName];
+        points.append({result->startTime, static_cast<double>(result->duration),
+                       static_cast<double>(result->frequency), static_cast<double>(result->bandwidth),
+                       shape < 0 ? ResultsPlot::kShapes : shape});
+    }
+    m_plot->setPoints(points);
+    showLegend();
+}
+
+void ResultsView::showLegend()
+{
+    const QLocale locale;
+    const QString counts =
+        tr("%1 of %2 results")
+            .arg(locale.toString(m_plot->shownCount()), locale.toString(m_model.rowCount()));
+    const bool isPast = m_model.isLastKnown() && m_model.rowCount() > 0;
+    m_plot->setStale(isPast);
+    m_heading->setText(isPast ? QStringLiteral("%1, %2").arg(counts, lastKnownText(m_session, m_server))
+                              : counts);
+    QStringList parts;
+    for (int shape = 0; shape < m_shapes.size(); ++shape) {
+        const QString& name = m_shapes.at(shape);
+        if (m_counts.value(name) > 0)
+            parts.append(QStringLiteral("%1 %2 (%3)")
+                             .arg(QString::fromUtf8(kSigns[shape]), nameOf(name),
+                                  locale.toString(m_counts.value(name))));
+    }
+    if (const int others = m_counts.value(QString(QChar::Null)); others > 0)
+        parts.append(
+            QStringLiteral("%1 %2 (%3)")
+                .arg(QString::fromUtf8(kSigns[ResultsPlot::kShapes]), tr("others"), locale.toString(others)));
+    const bool isNothing = m_model.rowCount() > 0 && m_rows.rowCount() == 0;
+    m_filter->tell(isNothing ? tr("No result matches \"%1\".").arg(m_filter->text()) : QString(), isNothing);
+    m_legend->setText(isNothing ? QString()
+                      : parts.isEmpty()
+                          ? tr("Nothing has been found yet: results come once an FFP looks for a "
+                               "profile, see Assignments.")
+                          : parts.join(QStringLiteral("   ")));
+    m_legend->setToolTip(parts.join(QLatin1Char('\n')));
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <koltacommon/actionrights.h>
+#include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/shorttimemaps.h>
+#include <koltaconsole/session/session.h>
+
+namespace KoltaConsole {
+
+/// A collection of short-time data of that server; null when it has none, and while it is away.
+template<class Map>
+Map* shortTimeMap(const Session& session, const QString& server)
+{
+    const Kolta::KoltaServerInterface* const known = session.server(server);
+    return known ? Kolta::shortTimeMap<Map>(known->getServerBasePath()) : nullptr;
+}
+
+/// Why nothing can be done with short-time data of that server, as a sentence; empty: it is there. Rights,
+/// link and looking only are the action table's to say.
+QString objectionToShortTime(const QString& server, bool isThere);
+/// "last known at 12:03:10", of what is shown of a server that is away.
+QString lastKnownText(const Session& session, const QString& server);
+
+} // namespace KoltaConsole

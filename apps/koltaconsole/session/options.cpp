@@ -1,0 +1,144 @@
+#include "options.h"
+
+#include <common/programoptions.h>
+#include <common/usualtree.h>
+#include <simulation/installation.h>
+
+#include <QSettings>
+
+#include <iterator>
+
+namespace KoltaConsole {
+
+namespace {
+
+const char* const kThemeKey = "theme";
+
+using KoltaApps::ProgramOptions;
+
+QString urlOf(const ProgramOptions& given)
+{
+    return given.has("tree") ? given.value("tree") : KoltaApps::usualTreeUrl();
+}
+
+/// In the order of the help.
+constexpr KoltaApps::OptionText kOptions[] = {
+    {"tree", "URL", nullptr,
+     "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX], or that did "
+     "in "
+     "the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE, configuration "
+     "Distribution/Url)."},
+    {"simulate", nullptr, nullptr, "An installation of its own, in this process."},
+    {"servers", "NUMBER", "5", "How many servers are simulated (5)."},
+    {"tuners", "NUMBER", "0", "How many tuners each of them has (those of the sample)."},
+    {"activity", "MS", "0",
+     "Lets something happen to tuners and results in each of them every so many milliseconds (never)."},
+    {"vanish", "SERVER", nullptr, "The simulated server that vanishes before the picture is made."},
+    {"ask", nullptr, nullptr, "Asks in a window which installation to show, where nothing says it."},
+    {"read-only", nullptr, nullptr, "Nothing can be changed."},
+    {"trace", nullptr, nullptr, "Writes trace lines to standard error, for support."},
+    {"theme", "THEME", "system", "light, dark or system (system)."},
+    {"page", "NAME", nullptr, "The page that is shown first: %1."},
+    {"screenshot", "FILE", nullptr, "Writes a picture of the page once it has filled, and ends."}};
+
+constexpr char kDescription[] =
+    "One window on a monitoring installation: its servers, tuners and productions as they change, orders "
+    "with "
+    "the reason for each choice of a tuner, and what happened. Exit codes: 0 closed, 1 the picture cannot be "
+    "made, 2 wrong usage, no display, no such installation.";
+
+bool isSimulated(const QString& server, int servers)
+{
+    for (int number = 1; number <= servers; ++number) {
+        if (server == KoltaSimulation::Installation::usualName(number))
+            return true;
+    }
+    return false;
+}
+
+/// What is wrong, in one line.
+QString problemOf(const ProgramOptions& given, const QStringList& pages, Options& options)
+{
+    const auto number = [&](const char* name, int minimum, int maximum, int& value) {
+        bool isNumber = false;
+        value = given.value(name).toInt(&isNumber);
+        return isNumber && value >= minimum && value <= maximum
+                   ? QString()
+                   : QStringLiteral("--%1: expected a number from %2 to %3, found \"%4\"")
+                         .arg(QLatin1String(name))
+                         .arg(minimum)
+                         .arg(maximum)
+                         .arg(given.value(name));
+    };
+    for (const QString& problem :
+         {number("servers", 1, 1000, options.servers), number("tuners", 0, 100000, options.tuners),
+          number("activity", 0, 3600000, options.activityMs)}) {
+        if (!problem.isEmpty())
+            return problem;
+    }
+    const int theme =
+        QStringList{QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("system")}.indexOf(
+            given.value("theme"));
+    if (theme < 0)
+        return QStringLiteral("--theme: expected light, dark or system");
+    options.theme = static_cast<Theme::Choice>(theme);
+    options.page = given.value("page");
+    if (given.has("page") && !pages.contains(options.page))
+        return QStringLiteral("--page: expected one of %1").arg(pages.join(QStringLiteral(", ")));
+    options.vanish = given.value("vanish");
+    if (given.has("vanish") && !given.has("simulate"))
+        return QStringLiteral("--vanish is for servers that --simulate plays");
+    if (given.has("vanish") && !isSimulated(options.vanish, options.servers))
+        return QStringLiteral("--vanish: expected a server from S1 to S%1, found \"%2\"")
+            .arg(options.servers)
+            .arg(options.vanish);
+    if (given.has("simulate"))
+        return given.has("tree") ? QStringLiteral("--simulate and --tree exclude each other") : QString();
+    options.servers = 0;
+    options.url = urlOf(given);
+    return options.url.isEmpty() && !given.has("ask")
+               ? QStringLiteral("which installation? --tree URL shows one, --simulate plays one")
+               : QString();
+}
+
+} // namespace
+
+Options Options::read(const QStringList& arguments, const QStringList& pages, int& exitCode, QString& text)
+{
+    using Result = ProgramOptions::Result;
+    ProgramOptions given({"koltaconsole",
+                          "watch and steer a monitoring installation",
+                          kDescription,
+                          {QStringLiteral("kolta"), QStringLiteral("koltasim")}},
+                         {std::begin(kOptions), std::end(kOptions)}, pages);
+    Options options;
+    const Result result = given.read(QStringList{QStringLiteral("koltaconsole")} + arguments, text);
+    exitCode = result == Result::Show ? 0 : result == Result::Failed ? 1 : result == Result::Wrong ? 2 : -1;
+    if (result == Result::Run)
+        text = problemOf(given, pages, options);
+    if (result == Result::Run && !text.isEmpty())
+        exitCode = 2;
+    options.isAsking = options.servers == 0 && options.url.isEmpty();
+    options.isReadOnly = given.has("read-only");
+    options.isTracing = given.has("trace");
+    options.screenshot = given.value("screenshot");
+    options.isRemembered = options.screenshot.isEmpty();
+    return options;
+}
+
+Theme::Choice Options::wantedTheme() const
+{
+    if (theme != Theme::Choice::System || !isRemembered)
+        return theme;
+    const int before = QSettings().value(QLatin1String(kThemeKey), static_cast<int>(theme)).toInt();
+    return before == static_cast<int>(Theme::Choice::Light) || before == static_cast<int>(Theme::Choice::Dark)
+               ? static_cast<Theme::Choice>(before)
+               : theme;
+}
+
+void Options::rememberTheme(Theme::Choice theme)
+{
+    QSettings().setValue(QLatin1String(kThemeKey), static_cast<int>(theme));
+}
+
+} // namespace KoltaConsole

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <koltaconsole/widgets/marks.h>
+
+#include <QDateTime>
+#include <QString>
+
+namespace Kolta {
+class ServerModel;
+}
+
+namespace KoltaConsole {
+
+/// How a server is, worst first.
+enum class Condition { Vanished, Attention, Silent, Starting, Operational, Withdrawn, Forbidden };
+
+/// What the link knows of a server's branch beside what the server says.
+enum class BranchCondition { Normal, Silent, Withdrawn, Forbidden };
+struct SeenBranch
+{
+    BranchCondition condition = BranchCondition::Normal;
+    qint64 beatAgeMs = -1; ///< since its last beat; -1: none yet
+};
+
+/// A server as overview, tree and attention list show it. A value.
+struct ServerFacts
+{
+    QString address;
+    QString sortText; ///< of the address
+    QString host;
+    Condition condition = Condition::Operational;
+    QString stateText; ///< the server's own word
+    int progress = -1; ///< of its start, percent; -1: not told
+    TunerCounts tuners;
+    int productions = 0;
+    QString units; ///< "9 of 10"
+    bool areUnitsMissing = false;
+    QString errors; ///< of its start-up: "3 start-up errors: the first"; empty for none
+    QString message;
+    QDateTime since; ///< that it is so; invalid: since before this was watched
+    QDateTime lastKnown;
+    qint64 beatAgeMs = -1;     ///< since its last sign of life; -1: not told
+    bool isOutOfSight = false; ///< the link that shows it is down
+
+    bool needsAttention() const { return condition <= Condition::Silent; }
+    bool isStale() const
+    {
+        return isOutOfSight || condition == Condition::Vanished || condition >= Condition::Withdrawn;
+    }
+    /// It has left by itself: neither missed nor counted.
+    bool hasLeft() const { return condition == Condition::Withdrawn; }
+    /// Dim while nobody can see it.
+    Look look() const;
+    /// Why it is so and since when, in a few words.
+    QString reason() const;
+    /// While it needs attention: what it lacks, or the state that it is in.
+    QString whatIsWrong() const;
+};
+
+/// Of that row of the model.
+ServerFacts readFacts(const Kolta::ServerModel& model, int row, BranchCondition branch);
+/// "last known 12:03:10", or "last known earlier" for what was so before this program looked.
+QString lastKnownText(const QDateTime& time);
+/// "12:03:10" today, in a replay on the day that is played, "yesterday 23:14", else the date.
+QString timeText(const QDateTime& time);
+/// Why the broker is not there, without its address, which such a reason begins with: for where it stands
+/// beside that.
+QString withoutAddress(const QString& reason, const QString& address);
+
+} // namespace KoltaConsole
