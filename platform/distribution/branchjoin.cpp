@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+/// \file
+/// What a mirror knows of a branch as messages, from which another could join it.
+
 namespace distribution {
 
 namespace {

@@ -128,15 +128,31 @@ void ChangeRegion::ForgetOwnSet(const QString& path, const std::string& key)
         sets->second.erase(key);
 }
 
-void ChangeRegion::ForgetOwnSets(const QString& path, const values::PendingChanges& underWay)
+bool ChangeRegion::TakeOwnRequest(const QString& path, const std::string& request, std::string_view command)
 {
-    const auto sets = m_ownSets.find(path);
-    if (sets == m_ownSets.end())
-        return;
-    for (auto set = sets->second.begin(); set != sets->second.end();)
-        set = underWay.ContainsKey(set->first) ? std::next(set) : sets->second.erase(set);
-    if (sets->second.empty())
-        m_ownSets.erase(sets);
+    const auto requests = m_ownRequests.find(path);
+    if (requests == m_ownRequests.end())
+        return false;
+    const auto own = requests->second.find(request);
+    if (own == requests->second.end() || own->second != command)
+        return false;
+    requests->second.erase(own);
+    return true;
+}
+
+void ChangeRegion::ForgetOwn(const QString& path, const values::PendingChanges& underWay)
+{
+    const auto forget = [&path](CommandsOf& commands, const auto& isUnderWay) {
+        const auto ofPath = commands.find(path);
+        if (ofPath == commands.end())
+            return;
+        for (auto command = ofPath->second.begin(); command != ofPath->second.end();)
+            command = isUnderWay(command->first) ? std::next(command) : ofPath->second.erase(command);
+        if (ofPath->second.empty())
+            commands.erase(ofPath);
+    };
+    forget(m_ownSets, [&](const std::string& key) { return underWay.ContainsKey(key); });
+    forget(m_ownRequests, [&](const std::string& request) { return underWay.ContainsRequest(request); });
 }
 
 void ChangeRegion::add(Change change)
@@ -154,7 +170,10 @@ void ChangeRegion::OnCommand(ValueBase& value, std::unique_ptr<values::Command> 
     quint32 count = 0;
     values::CommandScope scope;
     forEachPart(*command, [&](const values::Command& part) {
-        if (originatorOf(part) == m_collector.GetLink())
+        const bool own = originatorOf(part) != m_collector.GetLink();
+        if (m_makesWishes)
+            noteRequests(value.GetPath(), part, own);
+        if (!own)
             return;
         part.AddCommandString(parts, values::eTransmitPlain);
         part.AddScope(scope);
@@ -192,6 +211,22 @@ void ChangeRegion::rememberOwnSet(const QString& path, const values::Command& pa
     Bytes& set = m_ownSets[path][scope.keys.front()];
     set.clear();
     part.AddCommandString(set, values::eTransmitPlain);
+}
+
+/// What comes from the owner, an answer for one, overtakes what was done with the request here.
+void ChangeRegion::noteRequests(const QString& path, const values::Command& part, bool own)
+{
+    values::CommandScope scope;
+    part.AddScope(scope);
+    for (const std::string& request : scope.requests) {
+        if (own) {
+            Bytes& command = m_ownRequests[path][request];
+            command.clear();
+            part.AddCommandString(command, values::eTransmitPlain);
+        } else if (const auto requests = m_ownRequests.find(path); requests != m_ownRequests.end()) {
+            requests->second.erase(request);
+        }
+    }
 }
 
 void ChangeRegion::OnContentReplaced(ValueBase& value)

@@ -14,6 +14,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -47,8 +49,11 @@ public:
     /// none, or after Forget().
     const Bytes* FindOwnSet(const QString& path, const std::string& key) const;
     void ForgetOwnSet(const QString& path, const std::string& key);
-    /// All that are not under way.
-    void ForgetOwnSets(const QString& path, const values::PendingChanges& underWay);
+    /// Whether these bytes are what was done here last with that request: then they would only tell of it
+    /// again. Forgets it.
+    bool TakeOwnRequest(const QString& path, const std::string& request, std::string_view command);
+    /// All sets and requests that are not under way.
+    void ForgetOwn(const QString& path, const values::PendingChanges& underWay);
 
     ChangeRegion(const ChangeRegion&) = delete;
     ChangeRegion& operator=(const ChangeRegion&) = delete;
@@ -62,6 +67,7 @@ private:
     void add(Change change);
     void release();
     void rememberOwnSet(const QString& path, const values::Command& part);
+    void noteRequests(const QString& path, const values::Command& part, bool own);
 
     ChangeCollector& m_collector;
     std::function<void()> m_changed;
@@ -70,7 +76,9 @@ private:
     quint64 m_commands = 0;
     bool m_makesWishes = false;
     std::vector<values::Weak<values::ValueBase>> m_recorded;
-    std::map<QString, std::unordered_map<std::string, Bytes>> m_ownSets; ///< by path and key
+    using CommandsOf = std::map<QString, std::unordered_map<std::string, Bytes>>;
+    CommandsOf m_ownSets;     ///< by path and key
+    CommandsOf m_ownRequests; ///< by path and request, the last that was done with each
 };
 
 /// Hears of everything that happens in a tree and sorts it by branches. What is done with GetLink() as the

@@ -182,8 +182,10 @@ bool MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
                 m_passedOver[path][keys.front()] = Bytes(piece.bytes, piece.size);
             else
                 m_passedOver[path].erase(keys.front());
-        } else if (std::none_of(requests.begin(), requests.end(),
-                                [&](const auto& request) { return own.ContainsRequest(request); })) {
+        } else if (std::none_of(requests.begin(), requests.end(), [&](const auto& request) {
+                       return own.ContainsRequest(request) ||
+                              m_region->TakeOwnRequest(path, request, {piece.bytes, piece.size});
+                   })) {
             executeSet(*target, path, piece);
         }
     }
@@ -296,7 +298,7 @@ void MirroredTree::passOver(ValueBase& value, const QString& path, const Bytes& 
         ReadPieces(value, BytesOf(commands), nullptr, pieces);
     for (CommandPiece& piece : pieces)
         pending.Add(1, std::move(piece.scope));
-    m_region->ForgetOwnSets(path, pending);
+    m_region->ForgetOwn(path, pending);
     if (own.empty())
         return;
     ReadPieces(value, state, nullptr, items);

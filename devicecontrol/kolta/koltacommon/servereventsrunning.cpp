@@ -12,6 +12,9 @@
 #include <algorithm>
 #include <utility>
 
+/// \file
+/// What is told of productions: that they run, have ended or are gone with their server.
+
 namespace Kolta {
 
 namespace {
