@@ -47,6 +47,8 @@ protected:
         virtual bool isInDoubt() const { return false; }
         /// A key that no row of another server has.
         QString keyOf(const QString& name) const { return address + QLatin1Char('/') + name; }
+        /// Its rows are about to go; a section of the same server may have come already.
+        bool isGone() const noexcept { return m_isGone; }
 
         const QPointer<KoltaServerInterface> server;
         int rowCount = 0; ///< rows at the top

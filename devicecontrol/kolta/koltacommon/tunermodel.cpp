@@ -67,8 +67,14 @@ struct TunerModel::TunerRow : Row
     }
     ColumnSet update(Row& fresh) override
     {
-        tunerPlace = static_cast<TunerRow&>(fresh).tunerPlace;
-        return take(static_cast<TunerRow&>(fresh).entry);
+        const auto& now = static_cast<TunerRow&>(fresh);
+        tunerPlace = now.tunerPlace;
+        const ColumnSet columns = take(now.entry);
+        if (section == now.section)
+            return columns;
+        section = now.section; // the server was removed and is shown anew
+        origin = now.origin;
+        return columnBit(eColumnCount) - 1;
     }
     QString text(int column) const override;
     QVariant sortValue(int column) const override;
@@ -79,7 +85,7 @@ struct TunerModel::TunerRow : Row
     bool isUserUnknown() const { return isInUse() && entry.user.isEmpty(); }
     QString sinceText() const;
 
-    TunerSection& section;
+    TunerSection* section;
     TunerEntry entry;
     int tunerPlace = 0; ///< below a group: that of the tuner in its section
 };
@@ -182,7 +188,7 @@ struct TunerModel::TunerSection : TunersSection
 };
 
 TunerModel::TunerRow::TunerRow(TunerSection& source, const TunerEntry& shown)
-    : Row(source.keyOf(shown.key), &source), section(source), entry(shown)
+    : Row(source.keyOf(shown.key), &source), section(&source), entry(shown)
 {
 }
 
@@ -287,6 +293,8 @@ bool TunerModel::showGroups()
     std::map<std::pair<QString, QString>, std::unique_ptr<GroupRow>> groups;
     for (const auto& each : sections()) {
         auto& section = static_cast<TunerSection&>(*each);
+        if (section.isGone())
+            continue;
         section.rows.assign(section.board.tuners().size(), nullptr);
         for (const TunerEntry& entry : section.board.tuners()) {
             const QString name = groupOf(section, entry);
@@ -308,7 +316,7 @@ bool TunerModel::showGroups()
     for (const auto& group : root().rows) {
         for (const auto& each : group->rows) {
             auto& row = static_cast<TunerRow&>(*each);
-            row.section.rows[static_cast<std::size_t>(row.tunerPlace)] = &row;
+            row.section->rows[static_cast<std::size_t>(row.tunerPlace)] = &row;
         }
     }
     return true;
