@@ -15,6 +15,8 @@ RUNS ?= 200
 SEED ?=
 
 build = cmake --build --preset $(1) $(if $(JOBS),--parallel $(JOBS))
+# Tests wait more than they work: four at once keep two processors busy.
+tests = ctest --preset $(1) --parallel 4
 sources = git ls-files '*.h' '*.cpp'
 # Sanitizers map fixed address ranges, which some kernels' address randomisation leaves no room for.
 fixed_addresses = $$(setarch -R true 2>/dev/null && echo setarch -R)
@@ -38,18 +40,18 @@ console: packages-build build/dev/build.ninja ## build the operator's console, a
 
 test: packages-build+test build/dev/build.ninja ## build everything and run all tests
 	@$(call build,dev)
-	@ctest --preset dev $(ARGS)
+	@$(call tests,dev) $(ARGS)
 
 test-asan: packages-build+test build/asan/build.ninja ## the tests under AddressSanitizer and UBSan
 	@$(call build,asan)
-	@$(fixed_addresses) ctest --preset asan $(ARGS)
+	@$(fixed_addresses) $(call tests,asan) $(ARGS)
 
 test-tsan: packages-build+test build/tsan/build.ninja ## the messaging tests under ThreadSanitizer
 	@$(call build,tsan)
-	@$(fixed_addresses) ctest --preset tsan $(ARGS)
+	@$(fixed_addresses) $(call tests,tsan) $(ARGS)
 
 test-static: packages-build+test build/static/build.ninja ## build and use the package of static libraries
-	@ctest --preset static
+	@$(call tests,static)
 
 fuzz: packages-build+fuzz build/fuzz/build.ninja ## search the decoders for faults, each for SECONDS=60
 	@$(call build,fuzz)
