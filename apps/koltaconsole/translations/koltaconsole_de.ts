@@ -344,6 +344,17 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>ist verschwunden</translation>
     </message>
     <message>
+        <source>has vanished; 1 production ran there</source>
+        <translation>ist verschwunden; dort lief 1 Produktion</translation>
+    </message>
+    <message numerus="yes">
+        <source>has vanished; %n productions ran there</source>
+        <translation>
+            <numerusform>ist verschwunden; dort lief %n Produktion</numerusform>
+            <numerusform>ist verschwunden; dort liefen %n Produktionen</numerusform>
+        </translation>
+    </message>
+    <message>
         <source>state %1 %2</source>
         <translation>Zustand %1 %2</translation>
     </message>

@@ -2,6 +2,16 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_GB">
 <context>
+    <name>Kolta::InstallationEvents</name>
+    <message numerus="yes">
+        <source>has vanished; %n productions ran there</source>
+        <translation>
+            <numerusform>has vanished; %n production ran there</numerusform>
+            <numerusform>has vanished; %n productions ran there</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Kolta::ServerModel</name>
     <message numerus="yes">
         <source>%n start-up error(s): %1</source>

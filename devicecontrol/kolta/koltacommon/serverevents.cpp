@@ -201,6 +201,7 @@ void ServerEvents::vanish()
     m_vanishedAt = m_owner.elapsedMs();
     m_seenState = std::exchange(m_state, SERVER_STATES::eDisconnected);
     m_freshLook.reset();
+    m_ranThere = productionCount();
     for (auto running = m_running.begin(); running != m_running.end(); ++running)
         m_expected.insert(running.key());
     m_adopted.clear();
@@ -241,13 +242,23 @@ ServerEvents::Farewell ServerEvents::farewell() const
     return m_owner.m_leaverCheck && m_owner.m_leaverCheck(m_address) ? Farewell::Left : Farewell::Vanished;
 }
 
+/// One is a text of its own for programs that are not translated.
+QString ServerEvents::vanishedText() const
+{
+    if (m_ranThere == 0)
+        return InstallationEvents::tr("has vanished");
+    return m_ranThere == 1
+               ? InstallationEvents::tr("has vanished; 1 production ran there")
+               : InstallationEvents::tr("has vanished; %n productions ran there", nullptr, m_ranThere);
+}
+
 /// Only what is missed is remembered as being away.
 bool ServerEvents::tellGone(Farewell farewell)
 {
     const bool isVanished = farewell == Farewell::Vanished;
     Event event =
         make(Kind::State, Type::Server, QString(),
-             isVanished                       ? InstallationEvents::tr("has vanished")
+             isVanished                       ? vanishedText()
              : farewell == Farewell::AskedFor ? InstallationEvents::tr("has gone, as it was asked to")
                                               : InstallationEvents::tr("has left by itself"));
     event.weight = isVanished ? Weight::Alarm : Weight::Note;

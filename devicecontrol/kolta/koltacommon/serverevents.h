@@ -75,6 +75,7 @@ private:
     enum class Farewell { Vanished, AskedFor, Left };
     Farewell farewell() const;
     bool tellGone(Farewell farewell);
+    QString vanishedText() const;
     void takeState(SERVER_STATES::eServerState state);
     void tellStartupErrors(const QString& errors);
 
@@ -97,6 +98,7 @@ private:
     void stop(const QString& guid);
     bool isStopAskedFor(const QString& guid, const Running& running) const;
     void compareAfterReturn();
+    int productionCount() const;
 
     void followProductions();
     void followHardware();
@@ -116,6 +118,7 @@ private:
     SERVER_STATES::eServerState m_seenState = SERVER_STATES::eDisconnected; ///< before it went
     bool m_wasThere = false;
     qint64 m_vanishedAt = -1;      ///< by the clock; -1 for not
+    int m_ranThere = 0;            ///< productions, when it went
     bool m_isUnseen = false;       ///< it went while nobody could see it
     bool m_wasUnseen = false;      ///< before it was back
     bool m_isFarewellDue = false;  ///< it went in this turn, and nobody knows yet how

@@ -195,6 +195,15 @@ void ServerEvents::compareAfterReturn()
     }
 }
 
+/// SCPs and MCPs that are seen to run, and not only expected to.
+int ServerEvents::productionCount() const
+{
+    int count = 0;
+    for (auto running = m_running.begin(); running != m_running.end(); ++running)
+        count += running->holder.isEmpty() && !m_expected.contains(running.key()) ? 1 : 0;
+    return count;
+}
+
 /// What is accepted, and what ends, of which nothing is shown yet or any more would be a GUID that says
 /// nothing to anybody; what starts and stops is told by its name.
 void ServerEvents::followProductions()
