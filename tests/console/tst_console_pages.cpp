@@ -18,6 +18,7 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -112,6 +113,57 @@ private Q_SLOTS:
         QVERIFY(server->comeBack());
         QTRY_COMPARE(stage.session->servers().rowCount(), 5);
         QTRY_COMPARE(stage.session->factsOf(address).condition, Condition::Operational);
+    }
+
+    /// What was seen to begin has its time, by which servers are sorted. What was so at the first look has
+    /// begun before, and so has what is found when the link is back.
+    void sinceWhen()
+    {
+        const Stage stage;
+        QTRY_VERIFY(stage.isSettled());
+        const QDateTime start = QDateTime::currentDateTime();
+        QDateTime time = start;
+        Kolta::ViewTime::setSource([&time] { return time; });
+        const auto back = qScopeGuard([] { Kolta::ViewTime::setSource(nullptr); });
+        QHash<QString, SeenBranch> odd;
+        ServerFactsList list(stage.session->servers(), [&odd] { return odd; });
+        const auto told = [&] {
+            list.read();
+            QStringList lines;
+            for (const ServerFacts& facts : list.all().mid(0, list.attentionCount())) {
+                const qint64 seconds = facts.since.isValid() ? start.secsTo(facts.since) : -1;
+                lines.append(QStringLiteral("%1 %2").arg(facts.address).arg(seconds));
+            }
+            return lines.join(QStringLiteral(", "));
+        };
+        const QString lacking = QStringLiteral("S4");
+        const SeenBranch silent{BranchCondition::Silent, -1};
+        QCOMPARE(told(), QStringLiteral("S4 -1"));
+        const QString before = QStringLiteral(" units, since before ") + timeText(start);
+        QVERIFY2(list.of(lacking).reason().contains(before), qPrintable(list.of(lacking).reason()));
+        for (const char* const server : {"S5", "S4", "S1"}) {
+            time = time.addSecs(10);
+            odd.insert(QLatin1String(server), silent);
+            told();
+        }
+        QCOMPARE(told(), QStringLiteral("S5 10, S4 20, S1 30"));
+        time = time.addSecs(10);
+        odd.remove(lacking);
+        QCOMPARE(told(), QStringLiteral("S4 40, S5 10, S1 30"));
+        const QString since = QStringLiteral(" units, since ") + timeText(time);
+        QVERIFY2(list.of(lacking).reason().contains(since), qPrintable(list.of(lacking).reason()));
+        list.setOutOfSight(true);
+        QCOMPARE(told(), QStringLiteral("S4 40, S5 10, S1 30"));
+        list.setOutOfSight(false);
+        QCOMPARE(told(), QStringLiteral("S4 -1, S1 -1, S5 -1"));
+        // A recording goes back to a time before what was seen.
+        time = time.addSecs(10);
+        odd.remove(QStringLiteral("S1"));
+        told();
+        odd.insert(QStringLiteral("S1"), silent);
+        QCOMPARE(told(), QStringLiteral("S4 -1, S5 -1, S1 50"));
+        time = start;
+        QCOMPARE(told(), QStringLiteral("S4 -1, S1 -1, S5 -1"));
     }
 
     /// The tree tells what runs where, and what is chosen in it narrows the page.

@@ -60,6 +60,19 @@ Look lookOf(Condition condition, int progress)
     return {Mark::Cross, Role::Dim, Texts::tr("Forbidden"), false};
 }
 
+/// Since when stands before the errors, which may be longer than any line.
+QString wrongText(const ServerFacts& facts, const QString& since)
+{
+    QStringList parts;
+    if (facts.areUnitsMissing)
+        parts.append(Texts::tr("%1 units").arg(facts.units));
+    else if (facts.errors.isEmpty())
+        parts.append(facts.stateText);
+    parts << since << facts.errors;
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(", "));
+}
+
 } // namespace
 
 ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
@@ -111,12 +124,12 @@ QString ServerFacts::reason() const
         return lastKnown.isValid() || tuners.all() > 0 || !host.isEmpty() ? lastKnownText(lastKnown)
                                                                           : Texts::tr("not seen yet");
     case Condition::Attention:
-        return whatIsWrong();
+        return wrongText(*this, sinceText());
     case Condition::Silent:
         return beatAgeMs < 0 ? Texts::tr("no beat for some seconds")
                              : Texts::tr("no beat for %1 s").arg(beatAgeMs / 1000);
     case Condition::Starting:
-        return stateText;
+        return noticed.isValid() ? QStringLiteral("%1, %2").arg(stateText, sinceText()) : stateText;
     case Condition::Forbidden:
         return Texts::tr("this user may not read it");
     case Condition::Operational:
@@ -127,12 +140,14 @@ QString ServerFacts::reason() const
 
 QString ServerFacts::whatIsWrong() const
 {
-    QStringList parts;
-    if (areUnitsMissing)
-        parts.append(Texts::tr("%1 units").arg(units));
-    if (!errors.isEmpty())
-        parts.append(errors);
-    return parts.isEmpty() ? stateText : parts.join(QStringLiteral(", "));
+    return wrongText(*this, QString());
+}
+
+QString ServerFacts::sinceText() const
+{
+    if (since.isValid())
+        return Texts::tr("since %1").arg(timeText(since));
+    return noticed.isValid() ? Texts::tr("since before %1").arg(timeText(noticed)) : QString();
 }
 
 QString lastKnownText(const QDateTime& time)

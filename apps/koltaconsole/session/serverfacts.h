@@ -37,7 +37,8 @@ struct ServerFacts
     bool areUnitsMissing = false;
     QString errors; ///< of its start-up: "3 start-up errors: the first"; empty for none
     QString message;
-    QDateTime since; ///< that it is so; invalid: since before this was watched
+    QDateTime since;   ///< that it is so; invalid: nobody here saw it begin
+    QDateTime noticed; ///< that it is so was seen first; invalid: not yet
     QDateTime lastKnown;
     qint64 beatAgeMs = -1;     ///< since its last sign of life; -1: not told
     bool isOutOfSight = false; ///< the link that shows it is down
@@ -53,6 +54,8 @@ struct ServerFacts
     Look look() const;
     /// Why it is so and since when, in a few words.
     QString reason() const;
+    /// "since 12:03:10", "since before 12:03:10" for what was so when it was looked at first.
+    QString sinceText() const;
     /// While it needs attention: what it lacks, or the state that it is in.
     QString whatIsWrong() const;
 };

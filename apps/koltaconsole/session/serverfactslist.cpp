@@ -106,12 +106,53 @@ void ServerFactsList::forgetLeavers()
     }
 }
 
+/// Whether nothing of the server was to be seen then, so that what it shows next may have begun before.
+bool ServerFactsList::hidesServer(const Seen& seen)
+{
+    return seen.condition == Condition::Forbidden ||
+           (seen.condition == Condition::Vanished && !seen.hasBegun);
+}
+
+/// What was noticed later than now belongs to a part of a recording that is played again.
+ServerFactsList::Seen ServerFactsList::seenNow(const ServerFacts& facts, const QDateTime& now) const
+{
+    const auto last = m_seen.constFind(facts.address);
+    const bool isFirstLook = last == m_seen.constEnd() || last->noticed > now;
+    if (!isFirstLook && last->condition == facts.condition)
+        return *last;
+    return {facts.condition, now, !isFirstLook && !hidesServer(*last)};
+}
+
+/// A server that is away was known until then. The working state of one that starts or is well has a time of
+/// its own, which is only that of the first look where it was so then.
+void ServerFactsList::readBeginnings(QVector<ServerFacts>& facts)
+{
+    const QDateTime now = Kolta::ViewTime::now();
+    QHash<QString, Seen> all;
+    for (ServerFacts& each : facts) {
+        if (each.isOutOfSight)
+            continue;
+        const Seen seen = seenNow(each, now);
+        all.insert(each.address, seen);
+        each.noticed = seen.noticed;
+        const bool isOfState =
+            each.condition == Condition::Starting || each.condition == Condition::Operational;
+        const bool isStateNews = each.since.isValid() && (seen.hasBegun || each.since > seen.noticed);
+        if (each.condition == Condition::Vanished || each.condition == Condition::Withdrawn)
+            each.since = each.lastKnown;
+        else if (!isOfState || !isStateNews)
+            each.since = seen.hasBegun ? seen.noticed : QDateTime();
+    }
+    m_seen = all;
+}
+
 void ServerFactsList::read()
 {
     QVector<ServerFacts> facts;
     const QHash<QString, SeenBranch> branches = m_branches();
     for (int row = 0; row < m_servers.rowCount(); ++row)
         facts.append(factsAt(row, branches.value(m_servers.index(row, 0).data().toString())));
+    readBeginnings(facts);
     std::sort(facts.begin(), facts.end(), [](const ServerFacts& a, const ServerFacts& b) {
         if (a.condition != b.condition)
             return a.condition < b.condition;

@@ -15,6 +15,9 @@ namespace KoltaConsole {
 /// The facts of every server, worst first, within a state by how long it is so, then by name. What changes
 /// is looked at together, at most ten times a second. Servers that have left by themselves are forgotten
 /// after a day.
+///
+/// Since when a server is as it is counts as far as it was seen here: what was so at the first look, also at
+/// the first one after the link was away, began before that.
 class ServerFactsList : public QObject
 {
     Q_OBJECT
@@ -47,11 +50,23 @@ Q_SIGNALS:
     void si_Changed();
 
 private:
+    /// A condition as it was seen.
+    struct Seen
+    {
+        Condition condition = Condition::Vanished;
+        QDateTime noticed;
+        bool hasBegun = false; ///< then, and was not so at the first look
+    };
+
     ServerFacts factsAt(int row, const SeenBranch& branch) const;
+    void readBeginnings(QVector<ServerFacts>& facts);
+    Seen seenNow(const ServerFacts& facts, const QDateTime& now) const;
+    static bool hidesServer(const Seen& seen);
 
     const Kolta::ServerModel& m_servers;
     const OddBranches m_branches;
     QVector<ServerFacts> m_facts;
+    QHash<QString, Seen> m_seen; ///< by address; of servers that can be seen
     bool m_isOutOfSight = false;
     QDateTime m_outOfSightSince; ///< valid until all servers may have been seen again
     QTimer m_gathering;

@@ -3546,6 +3546,14 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>last known earlier</source>
         <translation>zuletzt bekannt von früher</translation>
     </message>
+    <message>
+        <source>since %1</source>
+        <translation>seit %1</translation>
+    </message>
+    <message>
+        <source>since before %1</source>
+        <translation>schon vor %1</translation>
+    </message>
 </context>
 <context>
     <name>VeskDataStream</name>

@@ -12,6 +12,7 @@ namespace KoltaConsole {
 namespace {
 
 constexpr int kRowHeight = 26;
+constexpr int kWidth = 460; ///< enough for what is wrong and since when
 
 } // namespace
 
@@ -53,7 +54,7 @@ void AttentionList::fill()
         addresses.append(QString());
     }
     setTexts(texts, addresses);
-    resize(400, qMin(12, m_list->count()) * kRowHeight + 6);
+    resize(kWidth, qMin(12, m_list->count()) * kRowHeight + 6);
 }
 
 /// Rows stay the same ones as long as they are of the same servers: somebody may just press a button on one.

@@ -112,20 +112,16 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     painter.setPen(theme.color(Role::Dim));
     // What is wrong is often as long as the line, and stands where the server's message would.
     const bool isLong = facts.condition == Condition::Attention && !facts.isOutOfSight;
-    const QString reason = facts.reason();
-    if (isLong)
-        drawText(painter, line(18), Qt::AlignLeft, facts.host, Qt::ElideMiddle);
-    else
-        drawText(painter, line(18), Qt::AlignLeft,
-                 reason.isEmpty() ? facts.host : reason + QStringLiteral(" · ") + facts.host,
-                 Qt::ElideMiddle);
+    const QString reason = isLong ? facts.sinceText() : facts.reason();
+    drawText(painter, line(18), Qt::AlignLeft,
+             reason.isEmpty() ? facts.host : reason + QStringLiteral(" · ") + facts.host, Qt::ElideMiddle);
     paintTunerBar(painter, QRectF(inner.left(), inner.top() + 40, inner.width(), 9), facts.tuners,
                   facts.isStale());
     painter.setPen(textColor(facts, false));
     drawText(painter, line(52), Qt::AlignLeft, countsText(facts.tuners));
     paintWork(painter, facts, line(69));
     painter.setPen(theme.color(Role::Dim));
-    drawText(painter, line(86), Qt::AlignLeft, isLong ? reason : facts.message);
+    drawText(painter, line(86), Qt::AlignLeft, isLong ? facts.whatIsWrong() : facts.message);
     if (place.shape == Shape::Tall)
         paintClasses(painter, place, inner.adjusted(0, 110, 0, -12));
     paintStrip(painter, QRect(inner.left(), inner.bottom() - 5, inner.width(), 6), facts);
