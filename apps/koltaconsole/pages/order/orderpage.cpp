@@ -445,9 +445,9 @@ QLineEdit* OrderPage::filterLine() const
     return m_filter->line();
 }
 
-void OrderPage::showServer(const QString& address)
+void OrderPage::followServer()
 {
-    m_candidates->showServer(address);
+    m_candidates->showServer(server());
 }
 
 } // namespace KoltaConsole

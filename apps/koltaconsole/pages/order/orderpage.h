@@ -36,12 +36,12 @@ public:
 
     bool isFilled() const override;
     QString commandLine() const override;
-    void showServer(const QString& address) override;
     QLineEdit* filterLine() const override;
 
     const Cart& cart() const { return m_cart; }
 
 protected:
+    void followServer() override;
     void showEvent(QShowEvent* event) override;
 
 private:
