@@ -134,10 +134,9 @@ void LinkTraffic::take(bool isSent, const CXmlMessage& message)
         taken.tookMs = now - m_askedAt;
         m_askedId = 0;
     }
-    // Nobody sees what the view would drop at once.
-    if (m_new.size() >= kMost)
-        m_new.erase(m_new.begin(), m_new.begin() + kMost / 2);
     m_new.push_back(std::move(taken));
+    if (m_new.size() > kMost)
+        m_new.pop_front(); // the view would drop it at once
     if (!m_showing.isActive())
         m_showing.start();
 }

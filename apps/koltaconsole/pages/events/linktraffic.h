@@ -6,8 +6,8 @@
 #include <QDateTime>
 #include <QTimer>
 
+#include <deque>
 #include <memory>
-#include <vector>
 
 namespace KoltaConsole {
 
@@ -67,7 +67,7 @@ private:
     QDateTime m_since;
     quint32 m_askedId = 0; ///< of the request that is under way; a link has one at a time
     qint64 m_askedAt = 0;
-    std::vector<LinkMessage> m_new; ///< not shown yet, oldest first
+    std::deque<LinkMessage> m_new; ///< not shown yet, oldest first
     QTimer m_showing;
 };
 
