@@ -150,6 +150,19 @@ std::size_t BranchMirror::GetOpenWishes() const
     return open;
 }
 
+int BranchMirror::CountParts() const
+{
+    return !m_epoch.isNull() && isOwnerKnown() ? static_cast<int>(m_channels.size()) : 0;
+}
+
+int BranchMirror::CountJoinedParts() const
+{
+    if (CountParts() == 0)
+        return 0;
+    return static_cast<int>(std::count_if(m_channels.begin(), m_channels.end(),
+                                          [](const auto& channel) { return channel.second->IsCaughtUp(); }));
+}
+
 /// Own changes become wishes before anything else happens to the tree: what the program wrote first must not
 /// be taken for something that it wrote upon what it is about to hear.
 void BranchMirror::takeLocal()
@@ -317,8 +330,7 @@ qint64 BranchMirror::lostAtMs() const
 
 bool BranchMirror::isComplete() const
 {
-    return isOwnerKnown() && std::all_of(m_channels.begin(), m_channels.end(),
-                                         [](const auto& channel) { return channel.second->IsCaughtUp(); });
+    return CountParts() > 0 && CountJoinedParts() == CountParts();
 }
 
 /// Follows from what has been seen which state the branch is in.

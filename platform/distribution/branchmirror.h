@@ -143,6 +143,11 @@ public:
     std::vector<ChannelNumber> GetNumbers() const;
     /// Own changes that the owner has not dealt with.
     std::size_t GetOpenWishes() const;
+    /// Of the branch's content: the plain values and each collection. 0 until an owner has named them.
+    int CountParts() const;
+    /// Of these, the ones that are here as the owner is known to have them. The branch is live once all are;
+    /// a collection that is too large for this program is not waited for.
+    int CountJoinedParts() const;
     /// The owner's channel 0 as far as it is known here, in the form in which the owner gives it.
     Snapshot GetSnapshot() const;
     /// What another mirror would have to hear at which times to be where this one is now: a claim of life,

@@ -195,6 +195,7 @@ QVector<BranchStatus> TreeLink::branches() const
         status.epoch = publisher->GetOwner().GetEpoch();
         status.roots = publisher->GetBranch().roots;
         status.numbers = publisher->GetOwner().GetNumbers();
+        status.parts = status.joinedParts = static_cast<int>(status.numbers.size());
         all.append(status);
     }
     const QStringList names = m_mirrors ? m_mirrors->GetBranches() : QStringList();
@@ -210,6 +211,8 @@ QVector<BranchStatus> TreeLink::branches() const
             status.beatAgeMs = m_mirrors->GetNowMs() - mirror.GetLastBeatMs();
         status.numbers = mirror.GetNumbers();
         status.openWishes = mirror.GetOpenWishes();
+        status.parts = mirror.CountParts();
+        status.joinedParts = mirror.CountJoinedParts();
         all.append(status);
     }
     std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.name < b.name; });

@@ -37,6 +37,8 @@ struct BranchStatus
     qint64 beatAgeMs = -1; ///< since its owner's last sign of life; -1: none
     std::vector<ChannelNumber> numbers;
     std::size_t openWishes = 0; ///< own changes that its owner has not dealt with
+    int parts = 0; ///< of its content: the plain values and each collection; 0 until an owner names them
+    int joinedParts = 0; ///< of these, the ones that are here and up to date; of an own branch all
 };
 /// "live", "lost" and so on.
 KOLTA_DISTRIBUTION_EXPORT QString ToText(BranchState state);
@@ -89,6 +91,7 @@ public:
 Q_SIGNALS:
     /// Of the mirrors' connection. `reason`: why it is down, in one line.
     void si_LinkChanged(bool online, const QString& reason);
+    /// Of the state alone: the parts that have come while it is joined are counted by branches().
     void si_BranchChanged(const QString& branch, distribution::BranchState state);
     /// The branch is published, the broker has taken the claim to it, and will be until si_PublicationFailed,
     /// or again after a loss of the line.

@@ -31,6 +31,29 @@ private Q_SLOTS:
         QCOMPARE(all.owner->published[TopicKind::Log], 2);
     }
 
+    /// How far a mirror has come: plain values are waited for, a collection that is too large is not.
+    void partsOfTheContent()
+    {
+        Installation all;
+        all.owner->Do(set(first, Bytes(5000, 'x')));
+        all.owner->Do(ModelTree::Commands(map, "Sk=" + Bytes(5000, 'x') + ';'));
+        all.world.Run(70000); // until what the broker keeps has been renewed
+        MirrorSettings settings;
+        settings.branch = QStringLiteral("S1");
+        settings.user = "small";
+        settings.session = idOf(200);
+        settings.stateBytes = 1000;
+        MirrorPeer peer(all.world.broker, all.world.now, settings);
+        QCOMPARE(peer.mirror->CountParts(), 0);
+        all.world.Add(&peer);
+        all.world.Run(3000);
+        QCOMPARE(peer.mirror->GetState(), BranchState::Joining);
+        QCOMPARE(peer.mirror->CountParts(), 2);
+        QCOMPARE(peer.mirror->CountJoinedParts(), 1);
+        QCOMPARE(all.A().mirror->CountJoinedParts(), 2);
+        all.world.Remove(&peer);
+    }
+
     void ownValueWhileUnderWay_data()
     {
         const Rows<Bytes, bool, Bytes, Bytes> row("answer guest meanwhile result");

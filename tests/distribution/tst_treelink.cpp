@@ -241,6 +241,10 @@ private Q_SLOTS:
         auto client = std::make_unique<MapSide>(*broker);
         client->mirror();
         QTRY_VERIFY_WITH_TIMEOUT(client->map() && client->items() == server->items(), kPatience);
+        for (const auto* const link : {server->link.get(), client->link.get()}) {
+            const BranchStatus status = link->branches().first();
+            QVERIFY(status.parts == 2 && status.joinedParts == 2);
+        }
 
         ::kill(static_cast<pid_t>(broker->pid()), SIGSTOP);
         client->map()->Add(assignment("b", 2));

@@ -180,6 +180,9 @@ QVector<TreeMirror::Branch> TreeMirror::branches() const
         branch.epoch = status.epoch.isNull() ? QString() : status.epoch.toString(QUuid::WithoutBraces);
         branch.beatAgeMs = status.beatAgeMs;
         branch.openWishes = static_cast<int>(status.openWishes);
+        branch.parts = status.parts;
+        branch.joinedParts = status.joinedParts;
+        branch.isJoining = status.state == distribution::BranchState::Joining;
         for (const distribution::ChannelNumber& number : status.numbers)
             branch.numbers.append({number.channel, number.number});
         for (const QString& root : status.roots) {
@@ -354,6 +357,13 @@ int TreeMirror::reconnections() const noexcept
     return std::max(0, d->connections - 1);
 }
 
+QString TreeMirror::Branch::stateText() const
+{
+    return isJoining && parts > 0
+               ? QStringLiteral("%1, %2 of %3 parts").arg(state).arg(joinedParts).arg(parts)
+               : state;
+}
+
 QJsonObject TreeMirror::Branch::toJson() const
 {
     QJsonObject newest;
@@ -361,7 +371,8 @@ QJsonObject TreeMirror::Branch::toJson() const
         newest[QString::number(channel)] = static_cast<double>(number);
     QJsonObject object{{QStringLiteral("branch"), name},    {QStringLiteral("state"), state},
                        {QStringLiteral("host"), host},      {QStringLiteral("epoch"), epoch},
-                       {QStringLiteral("numbers"), newest}, {QStringLiteral("openWishes"), openWishes}};
+                       {QStringLiteral("numbers"), newest}, {QStringLiteral("openWishes"), openWishes},
+                       {QStringLiteral("parts"), parts},    {QStringLiteral("joinedParts"), joinedParts}};
     if (beatAgeMs >= 0)
         object[QStringLiteral("beatAgeMs")] = static_cast<double>(beatAgeMs);
     return object;

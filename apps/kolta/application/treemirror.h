@@ -82,10 +82,15 @@ public:
         qint64 beatAgeMs = -1;
         QVector<QPair<int, quint64>> numbers; ///< each of its channels, and its newest change
         int openWishes = 0;
+        int parts = 0; ///< of its content: the plain values and each collection; 0: not known yet
+        int joinedParts = 0;
+        bool isJoining = false;
 
         bool isLive() const { return standing == Standing::Live; }
         /// By itself.
         bool hasLeft() const { return standing == Standing::Left; }
+        /// The state, and how far it is on the way: "joining, 3 of 7 parts".
+        QString stateText() const;
         QJsonObject toJson() const;
     };
     /// All that have been heard of, by name.

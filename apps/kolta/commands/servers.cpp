@@ -25,7 +25,7 @@ void printBranches(const QVector<TreeMirror::Branch>& branches)
         QStringList numbers;
         for (const auto& [channel, number] : branch.numbers)
             numbers.append(QStringLiteral("%1:%2").arg(channel).arg(number));
-        table.addRow({branch.name, branch.state, branch.host, age, numbers.join(QLatin1Char(' ')),
+        table.addRow({branch.name, branch.stateText(), branch.host, age, numbers.join(QLatin1Char(' ')),
                       QString::number(branch.openWishes), branch.epoch});
     }
     printTable(table, QStringLiteral("no server publishes itself there"));
