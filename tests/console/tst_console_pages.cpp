@@ -91,18 +91,26 @@ private Q_SLOTS:
         }
     }
 
-    /// A server that has left is forgotten after a day, and is a row again when it comes back.
+    /// A server whose content is coming tells how far that is; one that has left is forgotten after a day,
+    /// and is a row again when it comes back.
     void leaverIsForgotten()
     {
         Stage stage;
         QTRY_VERIFY(stage.isSettled());
         const QString address = QStringLiteral("S2");
-        ServerFactsList list(stage.session->servers(), [address] {
-            return QHash<QString, SeenBranch>{{address, SeenBranch{BranchCondition::Withdrawn, -1}}};
+        SeenBranch seen{BranchCondition::Joining, -1, 7, 3};
+        ServerFactsList list(stage.session->servers(), [&address, &seen] {
+            return QHash<QString, SeenBranch>{{address, seen}};
         });
         auto* const server = stage.session->simulation()->server(address);
         server->vanish();
         QTRY_COMPARE(stage.session->factsOf(address).condition, Condition::Vanished);
+        list.read();
+        const ServerFacts joining = list.of(address);
+        QCOMPARE(joining.look().word + QLatin1Char(' ') + joining.reason(),
+                 QStringLiteral("Joining 3 of 7 parts"));
+        QVERIFY(joining.isStale() && !joining.needsAttention() && list.isAnyStarting());
+        seen.condition = BranchCondition::Withdrawn;
         list.read();
         list.forgetLeavers();
         QCOMPARE(stage.session->servers().rowCount(), 5);

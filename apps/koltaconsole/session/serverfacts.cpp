@@ -26,6 +26,9 @@ Condition conditionOf(const ServerFacts& facts, int state, BranchCondition branc
         return Condition::Withdrawn;
     if (branch == BranchCondition::Forbidden)
         return Condition::Forbidden;
+    // What tells its state is the last of what comes.
+    if (branch == BranchCondition::Joining)
+        return Condition::Joining;
     if (state == eDisconnected)
         return Condition::Vanished;
     if (branch == BranchCondition::Silent)
@@ -47,6 +50,8 @@ Look lookOf(Condition condition, int progress)
         return {Mark::Triangle, Role::Attention, Texts::tr("Attention"), true};
     case Condition::Silent:
         return {Mark::Triangle, Role::Attention, Texts::tr("Silent"), true};
+    case Condition::Joining:
+        return {Mark::Half, Role::InUse, Texts::tr("Joining"), false};
     case Condition::Starting:
         return {Mark::Half, Role::InUse,
                 progress < 0 ? Texts::tr("Starting") : Texts::tr("Starting %1 %").arg(progress), false};
@@ -75,7 +80,7 @@ QString wrongText(const ServerFacts& facts, const QString& since)
 
 } // namespace
 
-ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
+ServerFacts readFacts(const ServerModel& model, int row, const SeenBranch& branch)
 {
     const auto cell = [&](int column) { return model.index(row, column).data().toString(); };
     const auto number = [&](int column) { return cell(column).toInt(); };
@@ -100,7 +105,8 @@ ServerFacts readFacts(const ServerModel& model, int row, BranchCondition branch)
     const QModelIndex first = model.index(row, 0);
     facts.since = first.data(Kolta::ViewRoles::SinceRole).toDateTime();
     facts.lastKnown = first.data(Kolta::ViewRoles::LastKnownRole).toDateTime();
-    facts.condition = conditionOf(facts, first.data(Kolta::ViewRoles::StateRole).toInt(), branch);
+    facts.branch = branch;
+    facts.condition = conditionOf(facts, first.data(Kolta::ViewRoles::StateRole).toInt(), branch.condition);
     return facts;
 }
 
@@ -126,8 +132,11 @@ QString ServerFacts::reason() const
     case Condition::Attention:
         return wrongText(*this, sinceText());
     case Condition::Silent:
-        return beatAgeMs < 0 ? Texts::tr("no beat for some seconds")
-                             : Texts::tr("no beat for %1 s").arg(beatAgeMs / 1000);
+        return branch.beatAgeMs < 0 ? Texts::tr("no beat for some seconds")
+                                    : Texts::tr("no beat for %1 s").arg(branch.beatAgeMs / 1000);
+    case Condition::Joining:
+        return branch.parts > 0 ? Texts::tr("%1 of %2 parts").arg(branch.joinedParts).arg(branch.parts)
+                                : QString();
     case Condition::Starting:
         return noticed.isValid() ? QStringLiteral("%1, %2").arg(stateText, sinceText()) : stateText;
     case Condition::Forbidden:

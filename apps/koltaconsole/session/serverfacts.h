@@ -12,14 +12,16 @@ class ServerModel;
 namespace KoltaConsole {
 
 /// How a server is, worst first.
-enum class Condition { Vanished, Attention, Silent, Starting, Operational, Withdrawn, Forbidden };
+enum class Condition { Vanished, Attention, Silent, Joining, Starting, Operational, Withdrawn, Forbidden };
 
 /// What the link knows of a server's branch beside what the server says.
-enum class BranchCondition { Normal, Silent, Withdrawn, Forbidden };
+enum class BranchCondition { Normal, Joining, Silent, Withdrawn, Forbidden };
 struct SeenBranch
 {
     BranchCondition condition = BranchCondition::Normal;
     qint64 beatAgeMs = -1; ///< since its last beat; -1: none yet
+    int parts = 0;         ///< of its content; 0: not known yet
+    int joinedParts = 0;   ///< that are here
 };
 
 /// A server as overview, tree and attention list show it. A value.
@@ -40,16 +42,24 @@ struct ServerFacts
     QDateTime since;   ///< that it is so; invalid: nobody here saw it begin
     QDateTime noticed; ///< that it is so was seen first; invalid: not yet
     QDateTime lastKnown;
-    qint64 beatAgeMs = -1;     ///< since its last sign of life; -1: not told
+    SeenBranch branch;         ///< of the link that shows it
     bool isOutOfSight = false; ///< the link that shows it is down
 
     bool needsAttention() const { return condition <= Condition::Silent; }
+    /// It may be well soon.
+    bool isOnItsWay() const { return condition == Condition::Joining || condition == Condition::Starting; }
     bool isStale() const
     {
-        return isOutOfSight || condition == Condition::Vanished || condition >= Condition::Withdrawn;
+        return isOutOfSight || condition == Condition::Vanished || condition == Condition::Joining ||
+               condition >= Condition::Withdrawn;
     }
     /// It has left by itself: neither missed nor counted.
     bool hasLeft() const { return condition == Condition::Withdrawn; }
+    /// Its reason has a number that goes on by itself.
+    bool isCounting() const
+    {
+        return !isOutOfSight && (condition == Condition::Silent || condition == Condition::Joining);
+    }
     /// Dim while nobody can see it.
     Look look() const;
     /// Why it is so and since when, in a few words.
@@ -61,7 +71,7 @@ struct ServerFacts
 };
 
 /// Of that row of the model.
-ServerFacts readFacts(const Kolta::ServerModel& model, int row, BranchCondition branch);
+ServerFacts readFacts(const Kolta::ServerModel& model, int row, const SeenBranch& branch);
 /// "last known 12:03:10", or "last known earlier" for what was so before this program looked.
 QString lastKnownText(const QDateTime& time);
 /// "12:03:10" today, in a replay on the day that is played, "yesterday 23:14", else the date.

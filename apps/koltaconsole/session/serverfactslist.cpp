@@ -59,7 +59,7 @@ int ServerFactsList::attentionCount() const
 bool ServerFactsList::isAnyStarting() const
 {
     return std::any_of(m_facts.begin(), m_facts.end(),
-                       [](const ServerFacts& facts) { return facts.condition == Condition::Starting; });
+                       [](const ServerFacts& facts) { return facts.isOnItsWay(); });
 }
 
 void ServerFactsList::setOutOfSight(bool isOutOfSight)
@@ -83,8 +83,7 @@ void ServerFactsList::gather()
 /// Of a server that the link cannot show what was so before stays true, until it can be seen again.
 ServerFacts ServerFactsList::factsAt(int row, const SeenBranch& branch) const
 {
-    ServerFacts now = readFacts(m_servers, row, branch.condition);
-    now.beatAgeMs = branch.beatAgeMs;
+    const ServerFacts now = readFacts(m_servers, row, branch);
     ServerFacts last = of(now.address);
     const bool isReturning = m_returning.isActive() && last.isOutOfSight;
     if (!m_isOutOfSight && !(isReturning && now.condition == Condition::Vanished))
@@ -162,8 +161,7 @@ void ServerFactsList::read()
         return a.sortText < b.sortText;
     });
     m_facts = facts;
-    if (std::any_of(facts.begin(), facts.end(),
-                    [](const ServerFacts& each) { return each.condition == Condition::Silent; }))
+    if (std::any_of(facts.begin(), facts.end(), [](const ServerFacts& each) { return each.isCounting(); }))
         m_counting.start();
     Q_EMIT si_Changed();
 }

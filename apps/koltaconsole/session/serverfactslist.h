@@ -70,7 +70,7 @@ private:
     bool m_isOutOfSight = false;
     QDateTime m_outOfSightSince; ///< valid until all servers may have been seen again
     QTimer m_gathering;
-    QTimer m_counting;  ///< while a server is silent: how long is told by the second
+    QTimer m_counting;  ///< while a server is silent or joins: how long, or how far, is told by the second
     QTimer m_returning; ///< the link is back, the servers perhaps not yet
     QTimer m_forgetting;
 };

@@ -36,6 +36,8 @@ std::pair<State, QString> looksOf(BranchState state)
 BranchCondition conditionOf(BranchState state)
 {
     switch (state) {
+    case BranchState::Joining:
+        return BranchCondition::Joining;
     case BranchState::Suspect:
         return BranchCondition::Silent;
     case BranchState::Withdrawn:
@@ -97,6 +99,8 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
         auto [state, text] = looksOf(branch.state);
         if (branch.state == BranchState::Suspect && branch.beatAgeMs >= 0)
             text = tr("silent, no beat for %1 s").arg(branch.beatAgeMs / 1000);
+        else if (branch.state == BranchState::Joining && branch.parts > 0)
+            text = tr("joining, %1 of %2 parts").arg(branch.joinedParts).arg(branch.parts);
         result.append({branch.name, branch.host, state, text, past.liveSince, branch.beatAgeMs,
                        static_cast<int>(branch.openWishes), past.reconnections, past.lastFault});
     }
@@ -109,7 +113,7 @@ QHash<QString, SeenBranch> TreeBranches::odd() const
     for (const distribution::BranchStatus& branch : m_link.branches()) {
         const BranchCondition condition = conditionOf(branch.state);
         if (condition != BranchCondition::Normal)
-            found.insert(branch.name, {condition, branch.beatAgeMs});
+            found.insert(branch.name, {condition, branch.beatAgeMs, branch.parts, branch.joinedParts});
     }
     return found;
 }

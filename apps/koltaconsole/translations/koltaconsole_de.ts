@@ -3323,6 +3323,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>verboten</translation>
     </message>
     <message>
+        <source>joining, %1 of %2 parts</source>
+        <translation>tritt bei, %1 von %2 Teilen</translation>
+    </message>
+    <message>
         <source>no beat since %1</source>
         <translation>kein Lebenszeichen seit %1</translation>
     </message>
@@ -3495,6 +3499,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Stumm</translation>
     </message>
     <message>
+        <source>Joining</source>
+        <translation>Tritt bei</translation>
+    </message>
+    <message>
         <source>Starting</source>
         <translation>Läuft an</translation>
     </message>
@@ -3533,6 +3541,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>no beat for %1 s</source>
         <translation>seit %1 s kein Lebenszeichen</translation>
+    </message>
+    <message>
+        <source>%1 of %2 parts</source>
+        <translation>%1 von %2 Teilen</translation>
     </message>
     <message>
         <source>this user may not read it</source>

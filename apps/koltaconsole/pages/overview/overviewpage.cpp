@@ -96,11 +96,10 @@ QLineEdit* OverviewPage::filterLine() const
 
 bool OverviewPage::isFilled() const
 {
-    // A server that has just appeared has told nothing of its tuners yet.
+    // A server that has just appeared has not told all of its tuners yet.
     const auto& facts = session().facts();
-    return m_cards->count() > 0 && std::all_of(facts.begin(), facts.end(), [](const ServerFacts& each) {
-               return each.condition != Condition::Starting;
-           });
+    return m_cards->count() > 0 && std::all_of(facts.begin(), facts.end(),
+                                               [](const ServerFacts& each) { return !each.isOnItsWay(); });
 }
 
 QString OverviewPage::commandLine() const

@@ -187,7 +187,7 @@ void ServerCards::setCurrent(const QString& address)
     Q_EMIT si_CurrentChanged(placeOf(address));
 }
 
-/// For who does not see it; told when it is another text. Seconds that are counted are none.
+/// For who does not see it; told when it is another text. What counts by itself is none.
 void ServerCards::describeCurrent()
 {
     const auto found = std::find_if(m_places.begin(), m_places.end(),
@@ -195,9 +195,8 @@ void ServerCards::describeCurrent()
     QString text;
     if (found != m_places.end()) {
         const ServerFacts& facts = found->facts;
-        const bool isCounting = facts.condition == Condition::Silent && !facts.isOutOfSight;
         QStringList parts{facts.address, facts.look().word};
-        if (const QString reason = facts.reason(); !isCounting && !reason.isEmpty())
+        if (const QString reason = facts.reason(); !facts.isCounting() && !reason.isEmpty())
             parts.append(reason);
         text = parts.join(QStringLiteral(", "));
     }
