@@ -108,7 +108,7 @@ void ServerFactsList::forgetLeavers()
 /// Whether nothing of the server was to be seen then, so that what it shows next may have begun before.
 bool ServerFactsList::hidesServer(const Seen& seen)
 {
-    return seen.condition == Condition::Forbidden ||
+    return seen.condition == Condition::Forbidden || seen.condition == Condition::Joining ||
            (seen.condition == Condition::Vanished && !seen.hasBegun);
 }
 
