@@ -20,11 +20,35 @@ StatePacker::~StatePacker()
 
 void StatePacker::Pack(StateCut cut, std::function<void(const Publications&)> done)
 {
-    m_thread.start([this, cut = std::move(cut), done = std::move(done)] {
-        QMetaObject::invokeMethod(
-            &m_context, [done, publications = distribution::Pack(cut)] { done(publications); },
-            Qt::QueuedConnection);
-    });
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_due.push_back({std::move(cut), std::move(done), {}});
+    }
+    m_thread.start([this] { packNext(); });
+}
+
+/// On the other thread.
+void StatePacker::packNext()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    Job job = std::move(m_due.front());
+    m_due.pop_front();
+    lock.unlock();
+    job.packed = distribution::Pack(job.cut);
+    lock.lock();
+    m_packed.push_back(std::move(job));
+    lock.unlock();
+    QMetaObject::invokeMethod(
+        &m_context, [this] { tellNext(); }, Qt::QueuedConnection);
+}
+
+void StatePacker::tellNext()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const Job job = std::move(m_packed.front());
+    m_packed.pop_front();
+    lock.unlock();
+    job.done(job.packed);
 }
 
 BranchDriver::BranchDriver(ICarrier& carrier, StatePacker& packer, std::function<Output(qint64 nowMs)> onTime)

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <deque>
 #include <functional>
+#include <mutex>
 #include <vector>
 
 namespace distribution {
@@ -33,7 +34,19 @@ public:
     StatePacker& operator=(const StatePacker&) = delete;
 
 private:
+    struct Job
+    {
+        StateCut cut;
+        std::function<void(const Publications&)> done;
+        Publications packed;
+    };
+    void packNext();
+    void tellNext();
+
     QObject m_context;
+    std::mutex m_mutex;
+    std::deque<Job> m_due;    ///< under the mutex
+    std::deque<Job> m_packed; ///< under the mutex
     QThreadPool m_thread;
 };
 
