@@ -138,15 +138,24 @@ function(kolta_register_test name)
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=${ARG_LOCALE};XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data")
 endfunction()
 
-# kolta_test(<name> SOURCES ... LIBS ... [LABELS ...])
-# One Qt Test executable with its own main().
+# kolta_test(<name> SOURCES ... LIBS ... [LABELS ...] [FUNCTION <function> ROWS <row>...])
+# One Qt Test executable with its own main(). With ROWS each of these rows of that function's data is a test of its own,
+# called <name>_<row> without the row's extension, so that long ones run beside each other.
 function(kolta_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "" "FUNCTION" "SOURCES;LIBS;LABELS;ROWS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support Qt5::Test kolta_test_options)
     kolta_precompile(${name} kolta_test_options)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-    kolta_register_test(${name} COMMAND ${name} LABELS "${ARG_LABELS}")
+    if(NOT ARG_ROWS)
+        kolta_register_test(${name} COMMAND ${name} LABELS "${ARG_LABELS}")
+    endif()
+    foreach(row IN LISTS ARG_ROWS)
+        get_filename_component(test "${name}_${row}" NAME_WLE)
+        kolta_register_test(${test} COMMAND ${name} "${ARG_FUNCTION}:${row}" LABELS "${ARG_LABELS}")
+        # To Qt Test a row that it does not know is no failure.
+        set_tests_properties(${test} PROPERTIES FAIL_REGULAR_EXPRESSION "Unknown test")
+    endforeach()
 endfunction()
 
 # kolta_tests(<name> LIBS ... TESTS ... [MESSAGING ...] [SOURCES ...])
