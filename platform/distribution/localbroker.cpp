@@ -1,14 +1,14 @@
 #include <distribution/localbroker.h>
 
+#include <startup/childprocess.h>
+
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QStandardPaths>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <pwd.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -74,14 +74,11 @@ QString findProgram(const QString& name)
 
 } // namespace
 
-class LocalBroker::Process : public QProcess
+class LocalBroker::Process : public Startup::ChildProcess
 {
 public:
-    using QProcess::QProcess;
+    using ChildProcess::ChildProcess;
     bool isWanted = true;
-
-protected:
-    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
 };
 
 LocalBroker::LocalBroker(Settings settings, QObject* parent)

@@ -5,6 +5,7 @@
 
 #include <simulation/installation.h>
 #include <simulation/resourcegenerator.h>
+#include <startup/childprocess.h>
 #include <startup/errorhandler.h>
 
 #include <QCoreApplication>
@@ -16,7 +17,6 @@
 #include <QTimer>
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -33,13 +33,6 @@ constexpr int kEndLimitMs = 5000;
 constexpr int kRestartMs = 500;
 /// As the sample does; more than one would be no sample of a day's work.
 constexpr int kNumberThatLacksAUnit = 4;
-
-/// Ends when this process does, however that comes about.
-class Child : public QProcess
-{
-protected:
-    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
-};
 
 /// The servers' own lines are told as they come: of what goes well there is too much for that, such as a line
 /// for every order.
@@ -280,7 +273,7 @@ void LocalInstallation::startServer(Server& server)
 {
     server.isPublished = false;
     server.said.clear();
-    server.process = std::make_unique<Child>();
+    server.process = std::make_unique<Startup::ChildProcess>();
     QProcess* const process = server.process.get();
     connect(process, &QProcess::readyReadStandardOutput, this, [this, &server] { readOutput(server); });
     connect(process, &QProcess::readyReadStandardError, this, [this, &server] { readErrors(server); });

@@ -8,11 +8,10 @@
 #include <distribution/localbroker.h>
 #endif
 
+#include <startup/childprocess.h>
+
 #include <QCoreApplication>
 #include <QFile>
-#include <QProcess>
-
-#include <sys/prctl.h>
 
 #include <algorithm>
 #include <csignal>
@@ -48,7 +47,7 @@ Argument processName()
 } // namespace
 
 /// A "kolta" of its own, which ends when this process does, however that comes about.
-class ProcessVerbs::Child : public QProcess
+class ProcessVerbs::Child : public Startup::ChildProcess
 {
 public:
     Child(const QStringList& words, const QProcessEnvironment& environment)
@@ -70,9 +69,6 @@ public:
         waitUntil([this] { return hasEnded(); }, kLimitMs);
         return hasEnded() && exitStatus() == NormalExit && exitCode() == eExitOk;
     }
-
-protected:
-    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
 };
 
 ProcessVerbs::ProcessVerbs() : m_environment(QProcessEnvironment::systemEnvironment())
