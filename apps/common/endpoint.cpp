@@ -22,8 +22,8 @@ bool splitHostAndPort(const QString& text, QString& host, quint16& port, QString
     }
     const int number = Startup::portFromText(portText);
     if (number < lowestPort) {
-        error = QStringLiteral("\"%1\" is not a port: expected a number from %2 to 65535")
-                    .arg(portText, QString::number(lowestPort));
+        error = QStringLiteral("\"%1\" is not a port: expected a number from %2 to %3")
+                    .arg(portText, QString::number(lowestPort), QString::number(kHighestPort));
         return false;
     }
     port = static_cast<quint16>(number);
@@ -46,6 +46,13 @@ bool findAddress(const QString& host, QHostAddress& address, QString& error)
     });
     address = ipv4 != found.end() ? *ipv4 : found.constFirst();
     return true;
+}
+
+bool findEndpoint(const QString& text, Endpoint& endpoint, QString& error, quint16 lowestPort)
+{
+    QString host;
+    return splitHostAndPort(text, host, endpoint.port, error, lowestPort) &&
+           findAddress(host, endpoint.address, error);
 }
 
 } // namespace KoltaApps

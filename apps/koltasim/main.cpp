@@ -113,7 +113,7 @@ int runServer(const Options& options)
         return fail(kExitFailed, error);
     if (options.log)
         QObject::connect(&server, &SimulatedServer::happened, &printHappening);
-    if (!server.listen(options.address, options.port)) {
+    if (!server.listen(options.listen.address, options.listen.port)) {
         return fail(
             kExitFailed,
             QStringLiteral("cannot listen on %1: %2").arg(server.hostAndPort(), server.errorString()));

@@ -1,6 +1,5 @@
 #include "options.h"
 
-#include <common/endpoint.h>
 #include <common/programoptions.h>
 
 #include <simulation/installation.h>
@@ -75,9 +74,7 @@ bool readMisbehaviour(const QStringList& texts, Options& options, QString& messa
 
 bool readListen(const QString& text, Options& options, QString& message)
 {
-    QString host;
-    if (KoltaApps::splitHostAndPort(text, host, options.port, message, KoltaApps::kAnyPort) &&
-        KoltaApps::findAddress(host, options.address, message))
+    if (KoltaApps::findEndpoint(text, options.listen, message, KoltaApps::kAnyPort))
         return true;
     message.prepend(QStringLiteral("--listen: "));
     return false;

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <common/endpoint.h>
+
 #include <simulation/misbehaviour.h>
 
-#include <QHostAddress>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -11,8 +12,7 @@
 struct Options
 {
     QString installation; ///< folder
-    QHostAddress address = QHostAddress(QHostAddress::LocalHost);
-    quint16 port = 0;       ///< 0 lets the system pick one
+    KoltaApps::Endpoint listen{QHostAddress(QHostAddress::LocalHost), KoltaApps::kAnyPort};
     QString tlsCertificate; ///< PEM with certificate and key; empty: what the configuration says
     QString tlsClients;     ///< PEM with the authority of the clients' certificates
     QString users;          ///< file of the users who may give commands

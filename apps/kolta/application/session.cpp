@@ -68,11 +68,9 @@ std::optional<Endpoint> Session::find(const QString& text)
 {
     if (const auto served = EmbeddedInstallation::endpointOf(text))
         return served;
-    QString host;
     QString problem;
     Endpoint endpoint;
-    if (KoltaApps::splitHostAndPort(text, host, endpoint.port, problem) &&
-        KoltaApps::findAddress(host, endpoint.address, problem))
+    if (KoltaApps::findEndpoint(text, endpoint, problem))
         return endpoint;
     printError(problem);
     return std::nullopt;

@@ -133,15 +133,11 @@ int metrics(const CommandLine& line)
     if (!problem.isEmpty())
         return line.usageError(problem);
     KoltaApps::Endpoint endpoint;
-    if (line.isSet("listen")) {
-        QString host;
-        QString error;
-        if (!KoltaApps::splitHostAndPort(line.value("listen"), host, endpoint.port, error,
-                                         KoltaApps::kAnyPort) ||
-            !KoltaApps::findAddress(host, endpoint.address, error)) {
-            printError(error);
-            return eExitFailed;
-        }
+    QString error;
+    if (line.isSet("listen") &&
+        !KoltaApps::findEndpoint(line.value("listen"), endpoint, error, KoltaApps::kAnyPort)) {
+        printError(error);
+        return eExitFailed;
     }
     Sources sources;
     if (!sources.start(line))

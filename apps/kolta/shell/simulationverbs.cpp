@@ -1,5 +1,6 @@
 #include "simulationverbs.h"
 
+#include <common/endpoint.h>
 #include <kolta/application/embeddedinstallation.h>
 #include <kolta/application/servers.h>
 #include <kolta/application/tunertables.h>
@@ -22,7 +23,6 @@ using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
-constexpr int kHighestPort = 65535;
 constexpr int kLongestStep = 60000;
 
 enum eTunerState { eBusy, eFree, eLost, eFound, eNew, eRemoved };
@@ -143,7 +143,8 @@ QVector<Command> SimulationVerbs::lifeOfServers()
          "Lets a server of this shell listen on the loopback interface. Commands that take HOST:PORT "
          "understand its name then.",
          {},
-         {server, whole("port", "number", "The port (0: the system picks one).", 0, kHighestPort, "0")},
+         {server,
+          whole("port", "number", "The port (0: the system picks one).", 0, KoltaApps::kHighestPort, "0")},
          own(&SimulationVerbs::serve)},
         {"vanish",
          "let a server die",
