@@ -1,5 +1,6 @@
 #include "actionlines.h"
 
+#include "profiletypes.h"
 #include "shellwords.h"
 
 #include <koltacommon/guidtext.h>
@@ -55,19 +56,11 @@ void addRange(QStringList& words, const char* option, bool use, quint64 from, qu
     add(words, option, use ? text(from) + QLatin1Char('-') + text(to) : QString());
 }
 
-QString typeName(Kolta::eShortTimeProfileType type)
+/// What the command line takes: of a number without a word it has no word either.
+QString typeWord(Kolta::eShortTimeProfileType type)
 {
-    switch (type) {
-    case Kolta::eShortTimeProfileBurst:
-        return QStringLiteral("burst");
-    case Kolta::eShortTimeProfileHopper:
-        return QStringLiteral("hopper");
-    case Kolta::eShortTimeProfileIgnore:
-        return QStringLiteral("ignore");
-    case Kolta::eShortTimeProfileUnspecified:
-        break;
-    }
-    return QStringLiteral("unspecified");
+    const QString word = profileTypeWord(type);
+    return word.isNull() ? profileTypeWord(Kolta::eShortTimeProfileUnspecified) : word;
 }
 
 QString guidText(const QUuid& guid)
@@ -201,7 +194,7 @@ QString ActionLines::power(const QString& action, const QStringList& units) cons
 
 QString ActionLines::setProfile(const ShortTimeProfile& p, const QString& before) const
 {
-    QStringList words{QStringLiteral("profiles"), QStringLiteral("--type"), typeName(p.type)};
+    QStringList words{QStringLiteral("profiles"), QStringLiteral("--type"), typeWord(p.type)};
     addRange(words, "frequency", p.useFrequency, p.frequencyMin, p.frequencyMax, Quantity::Frequency);
     addRange(words, "bandwidth", p.useBandwidth, p.bandwidthMin, p.bandwidthMax, Quantity::Frequency);
     add(words, "duration",

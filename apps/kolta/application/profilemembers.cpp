@@ -1,22 +1,14 @@
 #include "profilemembers.h"
 
+#include <common/profiletypes.h>
+
 #include <QJsonArray>
 
 namespace KoltaCli {
 
-using Kolta::eShortTimeProfileType;
 using Kolta::ShortTimeProfile;
 
 namespace {
-
-constexpr struct
-{
-    eShortTimeProfileType type;
-    const char* name;
-} types[] = {{Kolta::eShortTimeProfileUnspecified, "unspecified"},
-             {Kolta::eShortTimeProfileBurst, "burst"},
-             {Kolta::eShortTimeProfileHopper, "hopper"},
-             {Kolta::eShortTimeProfileIgnore, "ignore"}};
 
 QString rangeText(bool use, quint64 minimum, quint64 maximum, const char* unit)
 {
@@ -62,30 +54,10 @@ QJsonObject toJson(const ShortTimeProfile& profile)
     return object;
 }
 
-QString typeText(eShortTimeProfileType type)
+QString typeText(Kolta::eShortTimeProfileType type)
 {
-    for (const auto& known : types) {
-        if (known.type == type)
-            return QLatin1String(known.name);
-    }
-    return QString::number(int(type));
-}
-
-std::optional<eShortTimeProfileType> typeFromText(const QString& text)
-{
-    for (const auto& known : types) {
-        if (text == QLatin1String(known.name))
-            return known.type;
-    }
-    return std::nullopt;
-}
-
-QStringList typeNames()
-{
-    QStringList names;
-    for (const auto& known : types)
-        names.append(QLatin1String(known.name));
-    return names;
+    const QString word = KoltaApps::profileTypeWord(type);
+    return word.isNull() ? QString::number(int(type)) : word;
 }
 
 } // namespace KoltaCli

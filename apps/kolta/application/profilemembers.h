@@ -4,10 +4,7 @@
 
 #include <QJsonObject>
 #include <QString>
-#include <QStringList>
 #include <QVector>
-
-#include <optional>
 
 namespace KoltaCli {
 
@@ -25,8 +22,5 @@ QJsonObject toJson(const Kolta::ShortTimeProfile& profile);
 
 /// "burst" for instance; the number of a type without a name.
 QString typeText(Kolta::eShortTimeProfileType type);
-/// Nothing for a text that names no type.
-std::optional<Kolta::eShortTimeProfileType> typeFromText(const QString& text);
-QStringList typeNames();
 
 } // namespace KoltaCli

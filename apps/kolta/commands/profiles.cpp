@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <common/profiletypes.h>
 #include <kolta/application/profilefile.h>
 #include <kolta/application/profilemembers.h>
 #include <kolta/application/profileoptions.h>
@@ -28,7 +29,8 @@ using Profiles = ShortTimeCollection<ShortTimeProfileItemMap>;
 /// A file cannot tell the types: without --type a profile that is known keeps the one that it has.
 int importFile(const CommandLine& line, const Profiles& profiles)
 {
-    const auto type = line.isSet("type") ? typeFromText(line.value("type").toLower()) : std::nullopt;
+    const auto type =
+        line.isSet("type") ? KoltaApps::profileTypeFromWord(line.value("type").toLower()) : std::nullopt;
     auto read = readProfiles(line.argument(0), type.value_or(Kolta::eShortTimeProfileUnspecified));
     if (!read)
         return eExitFailed;
@@ -158,7 +160,7 @@ int set(const CommandLine& line, const Profiles& profiles)
     const bool isNew = profile.isNull();
     profile.name = name;
     takeMembers(line, profile);
-    const auto type = typeFromText(line.value("type").toLower()).value_or(profile.type);
+    const auto type = KoltaApps::profileTypeFromWord(line.value("type").toLower()).value_or(profile.type);
     if (line.isSet("rename")) {
         profile.type = type;
         profile.name = line.value("rename");
@@ -288,7 +290,7 @@ Command profilesCommand()
         Servers::options(
             QVector<Option>{
                 choice("type", "type", "import, set: type of the profiles; known ones keep theirs otherwise.",
-                       typeNames()),
+                       KoltaApps::profileTypeWords()),
                 text("rename", "NAME", "set: another name; assignments follow."),
                 flag("replace", "import: leave nothing but the imported profiles."), Users::option()} +
             memberOptions()),
