@@ -131,11 +131,11 @@ QVector<EmbeddedInstallation::Node> EmbeddedInstallation::nodes() const
     return nodes;
 }
 
-QString EmbeddedInstallation::firstPath() const
+EmbeddedInstallation::Node EmbeddedInstallation::firstNode() const
 {
     const QVector<Node> all = nodes();
     const auto live = std::find_if(all.begin(), all.end(), [](const Node& node) { return node.isLive; });
-    return live == all.end() ? QString() : live->basePath;
+    return live == all.end() ? Node() : *live;
 }
 
 QVector<Kolta::KoltaServerInterface*> EmbeddedInstallation::interfaces()

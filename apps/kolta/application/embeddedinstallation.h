@@ -91,6 +91,8 @@ public:
     QVector<Kolta::KoltaServerInterface*> interfaces();
     /// The first simulated one.
     KoltaSimulation::SimulatedServer& server() const { return *m_servers.front(); }
+    /// The name of the first server that is there; empty when none is.
+    QString firstName() const { return firstNode().name; }
     /// Where the files of the first one lie; those of the sample, its users for instance, where the servers
     /// are mirrored.
     const QString& folder() const noexcept { return m_folder; }
@@ -103,7 +105,7 @@ public:
         QString error;
         const auto watch = QObject::connect(&observer, &Observer::si_ParsingError,
                                             [&error](const QString& text) { error = text; });
-        const bool bound = observer.init(Kolta::ServerNodes::path(firstPath(), node));
+        const bool bound = observer.init(Kolta::ServerNodes::path(firstNode().basePath, node));
         QObject::disconnect(watch);
         return report(bound, Kolta::ServerNodes::name(node), error);
     }
@@ -120,7 +122,7 @@ private:
         bool isLive = true;
     };
     QVector<Node> nodes() const;
-    QString firstPath() const;
+    Node firstNode() const;
     bool add(const QString& folder);
     void publish() const;
     void forgetInterfaces() const;

@@ -23,11 +23,6 @@ using RESOURCEMANAGEMENT::Tuner;
 
 namespace {
 
-QString yes(bool value)
-{
-    return value ? QStringLiteral("yes") : QString();
-}
-
 /// What stands left of the names of a class's children.
 using Margins = QHash<const TunerClassTreeItem*, QString>;
 
@@ -173,21 +168,28 @@ QVector<QJsonObject> toJson(const Kolta::TunerSelection& selection)
     return objects;
 }
 
-QString findTuner(Kolta::KoltaServerInterface& server, const QString& text)
+const Tuner* findTuner(const Kolta::KoltaResourceObserver& resources, const QString& server,
+                       const QString& text)
 {
     const QUuid guid = Kolta::guidFromText(text);
-    QStringList found;
-    for (const auto& tuner : server.getResourceObserver().GetCurrentResources().GetTuner()) {
+    QVector<const Tuner*> found;
+    for (const Tuner& tuner : resources.GetCurrentResources().GetTuner()) {
         if (guid.isNull() ? nameOf(tuner) == text : Kolta::guidFromText(guidOf(tuner)) == guid)
-            found.append(guidOf(tuner));
+            found.append(&tuner);
     }
     if (found.size() == 1)
         return found.first();
     printError(
         found.isEmpty()
-            ? QStringLiteral("%1 has no tuner \"%2\"").arg(server.getAddress(), text)
+            ? QStringLiteral("%1 has no tuner \"%2\"").arg(server, text)
             : QStringLiteral("%1 tuners are called \"%2\", give its GUID").arg(found.size()).arg(text));
-    return {};
+    return nullptr;
+}
+
+QString findTuner(Kolta::KoltaServerInterface& server, const QString& text)
+{
+    const Tuner* const tuner = findTuner(server.getResourceObserver(), server.getAddress(), text);
+    return tuner ? guidOf(*tuner) : QString();
 }
 
 } // namespace KoltaCli

@@ -7,6 +7,7 @@
 #include <QVector>
 
 namespace Kolta {
+class KoltaResourceObserver;
 class KoltaServerInterface;
 class TunerClassTree;
 class TunerClassTreeItem;
@@ -42,7 +43,11 @@ struct TunerCount
 };
 TunerCount countTuners(const Kolta::TunerClassTreeItem& item);
 
-/// GUID of the tuner that `text` names. Prints an error and gives nothing when it names none or several.
+/// The tuner of `server` that `text` names, by its name or its GUID; until the next change of `resources`.
+/// Prints an error and gives null when it names none or several.
+const RESOURCEMANAGEMENT::Tuner* findTuner(const Kolta::KoltaResourceObserver& resources,
+                                           const QString& server, const QString& text);
+/// The GUID of that tuner; nothing where there is none.
 QString findTuner(Kolta::KoltaServerInterface& server, const QString& text);
 
 } // namespace KoltaCli

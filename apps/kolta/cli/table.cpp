@@ -144,6 +144,11 @@ void Table::print() const
         printLine(all.join(QLatin1Char('\n')));
 }
 
+QString yes(bool value)
+{
+    return value ? QStringLiteral("yes") : QString();
+}
+
 void printTable(const Table& table, const QString& whenEmpty)
 {
     if (table.isEmpty())

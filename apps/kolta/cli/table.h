@@ -37,6 +37,9 @@ private:
     QVector<int> m_right;
 };
 
+/// The cell of what is so or not.
+QString yes(bool value);
+
 /// Prints the table, or that line when it has no rows.
 void printTable(const Table& table, const QString& whenEmpty);
 

@@ -1,11 +1,11 @@
 #include "commands.h"
 
 #include <kolta/application/embeddedinstallation.h>
+#include <kolta/application/tunertables.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
-#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/resourcedemandclassobserver.h>
 
@@ -26,11 +26,6 @@ const QStringList kAppTypeNames{QStringLiteral("scp"), QStringLiteral("mcp"), QS
                                 QStringLiteral("1"),   QStringLiteral("2"),   QStringLiteral("3"),
                                 QStringLiteral("4"),   QStringLiteral("5"),   QStringLiteral("6")};
 constexpr int kAppTypes = 6;
-
-QString yes(bool value)
-{
-    return value ? QStringLiteral("yes") : QString();
-}
 
 QString scaled(bool isSet, double value, double unit)
 {
@@ -74,13 +69,6 @@ void printObjects(const QVector<ResourceDemandClass>& classes, const QString& de
     }
 }
 
-/// The tuner whose GUID the user has given, in whatever form; null when there is none.
-const Tuner* findTuner(const Kolta::KoltaResourceObserver& resources, const QString& guid)
-{
-    const QUuid uuid = Kolta::guidFromText(guid);
-    return dynamic_cast<const Tuner*>(resources.FindResource(uuid.isNull() ? guid : uuid.toString()));
-}
-
 int demandClasses(const CommandLine& line, const EmbeddedInstallation& installation)
 {
     if (!line.isSet("app-type"))
@@ -92,13 +80,12 @@ int demandClasses(const CommandLine& line, const EmbeddedInstallation& installat
         !installation.mirror(resources, Kolta::ServerNodes::eResources))
         return eExitFailed;
     QVector<ResourceDemandClass> classes;
-    const QString guid = line.value("tuner");
-    if (guid.isEmpty()) {
+    const QString name = line.value("tuner");
+    if (name.isEmpty()) {
         classes = observer.GetDemandClassesForAppType(appType, false);
-    } else if (const Tuner* const tuner = findTuner(resources, guid)) {
+    } else if (const Tuner* const tuner = findTuner(resources, installation.firstName(), name)) {
         classes = observer.GetDemandClassesForAppType(appType, *tuner);
     } else {
-        printError(QStringLiteral("there is no tuner with the GUID \"%1\"").arg(guid));
         return eExitFailed;
     }
     const QString& defaultName = ResourceDemandClassObserver::GetDefaultDemandClassName(appType);
@@ -121,7 +108,7 @@ Command demandClassesCommand()
         {},
         EmbeddedInstallation::options(
             {choice("app-type", "type", "Type of the application, by name or number.", kAppTypeNames),
-             text("tuner", "GUID", "Only what this tuner can feed.")}),
+             text("tuner", "tuner", "Only what this tuner, by GUID or name, can feed.")}),
         with(EmbeddedInstallation::start, demandClasses)};
 }
 
