@@ -1,5 +1,6 @@
 #include <koltacommon/koltaconnection.h>
 
+#include "koltaconnectiontrace.h"
 #include "linkaccount.h"
 
 #include <koltacommon/eventfilterall.h>
@@ -7,7 +8,6 @@
 
 #include <startup/clock.h>
 #include <startup/hostandport.h>
-#include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/logger.h>
 
@@ -24,11 +24,6 @@ namespace Kolta {
 namespace {
 
 constexpr quint32 kAvailableTimePerMs = 100;
-
-/// Numbers of the trace points; koltaconnectionqueue.cpp has more of this source. Support tools match on
-/// them.
-enum eTracePoint : int { eDispatchException = 340, eProcessReplyException = 390, eReceiverException = 470 };
-constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaconnection");
 
 /// Lets go of a thread object without waiting: it deletes itself once the thread has ended.
 void retire(CConnectionThread* thread)

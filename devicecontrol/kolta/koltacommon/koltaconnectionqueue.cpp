@@ -1,10 +1,10 @@
 // The queue of a connection: what waits, in which order it is sent, and who hears that it was let go of.
 #include <koltacommon/koltaconnection.h>
 
+#include "koltaconnectiontrace.h"
 #include "linkaccount.h"
 
 #include <startup/clock.h>
-#include <startup/tracesource.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/converters.h>
 
@@ -19,16 +19,6 @@ namespace {
 
 /// Every multiple of this queue length is worth a warning.
 constexpr int kQueueWarningStep = 1000;
-
-/// Numbers of the trace points, of the same source as those of koltaconnection.cpp.
-enum eTracePoint : int {
-    eQueueLength = 288,
-    eExecuteException = 300,
-    eExecuteUnknownException = 304,
-    eSendException = 444,
-    eAbandonedException = 460
-};
-constexpr Startup::TraceSource kTrace("devicecontrol/kolta/koltacommon/koltaconnection");
 
 } // namespace
 
