@@ -100,7 +100,6 @@ public:
     /// to follow. The tree stays as it is.
     Output Withdraw(qint64 nowMs);
 
-    bool IsOnline() const noexcept { return m_online; }
     bool IsDisplaced() const noexcept { return m_displaced; }
     const QUuid& GetEpoch() const noexcept { return m_settings.epoch; }
     /// Numbers of the newest entries.

@@ -48,7 +48,6 @@ public:
     /// While on, every server that is or appears below "/ConnectManager/AdminTree" is added, with the name of
     /// its node as the address.
     void setDiscovery(bool on);
-    bool discovers() const noexcept { return m_discovery; }
 
 Q_SIGNALS:
     /// The interface exists and has been bound as far as possible.

@@ -29,11 +29,6 @@ inline ItemMapLayout<ShortTimeResult> resultsByFFP()
 {
     return {[](const ShortTimeResult& result) { return result.ffpGuid; }, {}};
 }
-/// Results below the names of the profiles that match them best.
-inline ItemMapLayout<ShortTimeResult> resultsByProfile()
-{
-    return {[](const ShortTimeResult& result) { return result.profileName; }, {}};
-}
 /// Conversions below the texts of their states.
 inline ItemMapLayout<ConvertProductionResult> conversionsByState()
 {
