@@ -32,6 +32,7 @@ QLineEdit, QPushButton { border: 1px solid @border; border-radius: 3px; padding:
 QPushButton:disabled { border: 1px dashed @line; color: @dim; }
 QLineEdit:focus, QPushButton:focus { border: 2px solid @planned; padding: 2px 7px; }
 QPushButton:default { border: 2px solid @planned; padding: 2px 7px; }
+QPushButton:default:disabled { border: 1px dashed @line; padding: 3px 8px; color: @dim; }
 QTreeView, QTableView { border: none; background: @base; alternate-background-color: @alternate; selection-
     background-color: @selection; selection-color: @text; }
 QTreeView::item { height: 24px; }

@@ -180,7 +180,7 @@ void TunersPage::makeTable()
     m_table->setAccessibleName(tr("Tuners"));
     QHeaderView* const header = m_table->header();
     header->moveSection(header->visualIndex(TunerModel::eStateColumn), 1);
-    setColumnWidths(*m_table, {130, 130, 110, 145, 96, 120, 145, 122, 100, 130});
+    setColumnWidths(*m_table, {120, 124, 110, 142, 96, 120, 160, 172, 74, 130});
     for (const int column : {TunerModel::eTypeColumn, TunerModel::eAddressColumn, TunerModel::eOptionsColumn})
         m_table->setColumnHidden(column, true);
     offerColumns(*m_table);
