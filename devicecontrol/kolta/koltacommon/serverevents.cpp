@@ -271,8 +271,11 @@ void ServerEvents::takeState(SERVER_STATES::eServerState state)
     const auto before = std::exchange(m_state, state);
     if (state == SERVER_STATES::eDisconnected) // told already
         return;
+    // A state without a word of its own has that of the one that is known always.
+    const QString word = m_server->getStateString(state);
+    const bool isNamed = !word.isEmpty() && word != m_server->getStateString(SERVER_STATES::eDisconnected);
     Event event = make(Kind::State, Type::Server, QString(),
-                       InstallationEvents::tr("state %1 %2").arg(state).arg(m_server->getStateString(state)));
+                       InstallationEvents::tr("state %1").arg(isNamed ? word : QString::number(state)));
     event.state = state;
     event.sawBegin = true;
     const bool isNews = !m_wasUnseen || before != SERVER_STATES::eDisconnected || state != m_seenState;
