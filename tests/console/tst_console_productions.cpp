@@ -195,8 +195,9 @@ private Q_SLOTS:
         QTRY_VERIFY(!stage.keyOf("SCP 8").isEmpty() &&
                     stage.row(stage.keyOf("SCP 8"))->look.mark == Mark::Triangle);
         const ProductionRow& refused = *stage.row(stage.keyOf("SCP 8"));
-        QVERIFY2(refused.look.word.contains(QStringLiteral("Refused on demand")),
-                 qPrintable(refused.look.word));
+        QCOMPARE(refused.look.word, QStringLiteral("refused"));
+        QVERIFY2(refused.lookInFull.contains(QStringLiteral("Refused on demand")),
+                 qPrintable(refused.lookInFull));
         stage.session->ordersUnderWay().forget(
             QDateTime::currentDateTime().addSecs(OrdersUnderWay::kKeepSeconds + 1));
         QVERIFY(stage.session->ordersUnderWay().entries().empty());

@@ -73,7 +73,7 @@ QString ProductionOrders::objectionTo(const ProductionRow* row, const QVector<Us
     if (row->isStale || !m_session.server(row->server))
         return tr("%1 is away; %2 is what was known last.").arg(row->server, row->name);
     if (m_pending.contains(row->key))
-        return tr("%1: %2.").arg(row->name, m_pending.value(row->key));
+        return tr("%1: %2.").arg(row->name, m_pending.value(row->key).inFull);
     return m_session.areUsersKnown() ? sentence(Kolta::objectionTo(actions)) : QString();
 }
 
@@ -189,7 +189,7 @@ void ProductionOrders::follow(Kolta::Operation& operation, const ProductionRow& 
     m_session.events().followOperation(operation, row.server, purpose);
     const QString text = tr("%1 since %2").arg(doing, timeText(QDateTime::currentDateTime()));
     for (const QString& key : keys)
-        m_pending.insert(key, text);
+        m_pending.insert(key, {doing, text});
     operation.deleteWhenFinished();
     operation.then(this, [this, keys](const Kolta::Operation&) {
         for (const QString& key : keys)

@@ -58,19 +58,19 @@ QString bandText(double hertz)
 bool ProductionRow::looksLike(const ProductionRow& other) const
 {
     return kind == other.kind && name == other.name && look.mark == other.look.mark &&
-           look.word == other.look.word && look.isLoud == other.look.isLoud && isMine == other.isMine &&
-           frequency == other.frequency && bandwidth == other.bandwidth && hardware == other.hardware &&
-           owner == other.owner && ownerInFull == other.ownerInFull && isStale == other.isStale &&
-           production == other.production && holderKey == other.holderKey &&
-           haveSameShape(timeline, other.timeline);
+           look.word == other.look.word && lookInFull == other.lookInFull &&
+           look.isLoud == other.look.isLoud && isMine == other.isMine && frequency == other.frequency &&
+           bandwidth == other.bandwidth && hardware == other.hardware && owner == other.owner &&
+           ownerInFull == other.ownerInFull && isStale == other.isStale && production == other.production &&
+           holderKey == other.holderKey && haveSameShape(timeline, other.timeline);
 }
 
 bool ProductionRow::matches(const FilterWords& words) const
 {
-    const QString search =
-        QStringList{name, type, look.word, hardware, owner, server, bandText(frequency), bandText(bandwidth)}
-            .join(QLatin1Char('\n'))
-            .toLower();
+    const QString search = QStringList{name,  type,   look.word,           lookInFull,         hardware,
+                                       owner, server, bandText(frequency), bandText(bandwidth)}
+                               .join(QLatin1Char('\n'))
+                               .toLower();
     const double half = bandwidth / 2;
     return words.matches(search, {frequency - half, frequency + half, bandwidth});
 }
@@ -189,9 +189,11 @@ ProductionRow ProductionRows::rowOf(const QModelIndex& index, const Pending& pen
     row.look = {Mark::Square, Role::InUse, tr("running"), false};
     if (row.isStale)
         row.look = {Mark::Cross, Role::Dim, tr("last known"), false};
-    row.pending = pending.value(row.key);
-    if (!row.pending.isEmpty())
-        row.look = {Mark::Half, Role::InUse, row.pending, false};
+    row.pending = pending.value(row.key).inFull;
+    if (!row.pending.isEmpty()) {
+        row.look = {Mark::Half, Role::InUse, pending.value(row.key).doing, false};
+        row.lookInFull = row.pending;
+    }
     m_known.insert(knownKey(row.server, row.guid), row);
     for (int child = 0; child < index.model()->rowCount(index); ++child) {
         row.children.push_back(rowOf(index.model()->index(child, 0, index), pending));
@@ -238,12 +240,12 @@ void ProductionRows::addOrdered(ProductionRow& server) const
         row.frequency = entry.order.frequency;
         row.bandwidth = entry.order.bandwidth;
         row.hardware = entry.tuner;
-        row.lookInFull = entry.reason;
+        row.lookInFull = entry.job ? tr("starting since %1").arg(timeText(entry.began)) : entry.reason;
         if (entry.job)
-            row.look = {Mark::Half, Role::InUse, tr("starting, %1").arg(timeText(entry.began)), false};
+            row.look = {Mark::Half, Role::InUse, tr("starting"), false};
         else
-            row.look = {Mark::Triangle, Role::Attention,
-                        (entry.isRefused ? tr("refused (%1)") : tr("failed (%1)")).arg(entry.reason), true};
+            row.look = {Mark::Triangle, Role::Attention, entry.isRefused ? tr("refused") : tr("failed"),
+                        true};
         server.children.push_back(std::move(row));
     }
 }

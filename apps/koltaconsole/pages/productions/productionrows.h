@@ -33,9 +33,9 @@ struct ProductionRow
     QString guid;
     QString type; ///< "MCP"
     QString name;
-    Look look; ///< of servers with the whole text of the row
-    QString lookInFull;
-    QString pending; ///< what somebody asked for here and is under way, "moving since 12:03:10"
+    Look look;          ///< of servers with the whole text of the row
+    QString lookInFull; ///< since when or why, of what is on its way or was refused
+    QString pending;    ///< what somebody asked for here and is under way, "moving since 12:03:10"
     double frequency = 0.0;
     double bandwidth = 0.0;
     QString hardware;
@@ -65,8 +65,13 @@ class ProductionRows
     Q_DECLARE_TR_FUNCTIONS(KoltaConsole::ProductionRows)
 
 public:
-    /// What somebody asked for and what is still under way, by the row's key: "stopping".
-    using Pending = QHash<QString, QString>;
+    /// What somebody asked for and what is still under way, by the row's key.
+    struct Deed
+    {
+        QString doing;  ///< "moving"
+        QString inFull; ///< "moving since 12:03:10"
+    };
+    using Pending = QHash<QString, Deed>;
     /// Whether what has ended is to be shown.
     using Wanted = std::function<bool(const ProductionRow& ended)>;
 

@@ -126,7 +126,7 @@ void ProductionsPage::makeView()
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     m_view->setAccessibleName(tr("Productions"));
     m_view->setIndentation(16);
-    setColumnWidths(*m_view, {190, 156, 90, 90, 116, 96});
+    setColumnWidths(*m_view, {190, 172, 90, 90, 116, 96});
     connect(m_view, &QWidget::customContextMenuRequested, this, &ProductionsPage::showMenu);
     connect(m_view, &ProductionsView::si_Dragged, &m_model, &ProductionsModel::setDragged);
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
