@@ -22,7 +22,7 @@ namespace {
 constexpr int kGap = 8;
 constexpr int kTallAtMost = 6;
 constexpr int kCardsAtMost = 24;
-constexpr QSize kTall(320, 242), kCard(250, 132), kTile(105, 29);
+constexpr QSize kTall(320, 242), kCard(240, 132), kTile(105, 29);
 constexpr int kLineHeight = 28, kHeading = 26;
 
 } // namespace
@@ -97,7 +97,7 @@ void ServerCards::arrange()
 int ServerCards::arrangeCards(Shape shape, QSize size)
 {
     const int columns = std::max(1, (width() - kGap) / (size.width() + kGap));
-    const int cardWidth = std::min((width() - kGap) / columns - kGap, size.width() * 5 / 4);
+    const int cardWidth = std::min((width() - kGap) / columns - kGap, size.width() * 4 / 3);
     int bottom = 0;
     for (int i = 0; i < m_places.size(); ++i) {
         Place& place = m_places[i];

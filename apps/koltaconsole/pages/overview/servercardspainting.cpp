@@ -17,7 +17,8 @@ namespace KoltaConsole {
 
 namespace {
 constexpr int kClassHeight = 15;
-}
+constexpr int kToldAt = 622; ///< where a line says what is wrong
+} // namespace
 
 QColor ServerCards::textColor(const ServerFacts& facts, bool isDim) const
 {
@@ -194,15 +195,26 @@ void ServerCards::paintLine(QPainter& painter, const Place& place) const
     painter.setPen(textColor(facts, false));
     drawText(painter, cell(308, 60), Qt::AlignRight, tr("%L1 free").arg(facts.tuners.free));
     drawText(painter, cell(380, 60), Qt::AlignLeft, tr("%L1 prod.").arg(facts.productions));
-    paintStrip(painter, QRect(r.left() + 446, r.center().y() - 3, 90, 6), facts);
-    const int rest = r.width() - 548;
+    if (!facts.units.isEmpty()) {
+        const QString units =
+            tr("%1/%2 units")
+                .arg(facts.units.section(QLatin1Char(' '), 0, 0), facts.units.section(QLatin1Char(' '), -1));
+        if (facts.areUnitsMissing && !facts.isStale())
+            drawLook(painter, cell(444, 92), {Mark::Triangle, Role::Attention, units, true}, false);
+        else
+            drawText(painter, cell(444, 92), Qt::AlignLeft, units);
+        painter.setPen(textColor(facts, false));
+    }
+    paintStrip(painter, QRect(r.left() + 542, r.center().y() - 3, 70, 6), facts);
+    const int rest = r.width() - kToldAt - 2;
     const QString reason = facts.reason();
     const QString told = reason.isEmpty()          ? facts.message
                          : facts.message.isEmpty() ? reason
                                                    : QStringLiteral("%1: %2").arg(reason, facts.message);
-    drawText(painter, cell(546, rest * 2 / 3 - 8), Qt::AlignLeft, told);
+    drawText(painter, cell(kToldAt, rest * 2 / 3 - 8), Qt::AlignLeft, told);
     painter.setPen(Theme::instance().color(Role::Dim));
-    drawText(painter, cell(546 + rest * 2 / 3, rest / 3 - 8), Qt::AlignRight, facts.host, Qt::ElideMiddle);
+    drawText(painter, cell(kToldAt + rest * 2 / 3, rest / 3 - 8), Qt::AlignRight, facts.host,
+             Qt::ElideMiddle);
 }
 
 void ServerCards::paintTile(QPainter& painter, const Place& place) const
