@@ -43,6 +43,15 @@ private Q_SLOTS:
         row("from", "9:05-", "", "2026-03-10 09:05", "");
         row("until", "-9:05", "", "", "2026-03-10 09:05");
         row("no times", "25:00-26:00 - 11:00", "25:00-26:00|-|11:00", "", "");
+        row("yesterday", "16:00-17:00", "", "2026-03-09 16:00", "2026-03-09 17:00");
+        row("since yesterday", "16:00-", "", "2026-03-09 16:00", "");
+        row("still going on", "14:30-1:00", "", "2026-03-10 14:30", "2026-03-11 01:00");
+        row("a day", "S3 2026-03-01", "S3", "2026-03-01 00:00", "2026-03-02 00:00");
+        row("times of a day", "16:00-17:00 2026-03-01", "", "2026-03-01 16:00", "2026-03-01 17:00");
+        row("night of a day", "2026-03-01 23:30-0:15", "", "2026-03-01 23:30", "2026-03-02 00:15");
+        row("until, on a day", "2026-03-01 -9:05", "", "2026-03-01 00:00", "2026-03-01 09:05");
+        row("no day", "2026-02-30", "2026-02-30", "", "");
+        row("without", "alarm !S3 !\"is away\" ! !9:00-10:00", "alarm|-S3|-is away|-9:00-10:00", "", "");
     }
     void filterLine()
     {
@@ -50,9 +59,12 @@ private Q_SLOTS:
         QFETCH(QString, words);
         QFETCH(QString, from);
         QFETCH(QString, to);
-        const EventFilter filter = eventFilterOf(text, QDate(2026, 3, 10));
+        const EventFilter filter = eventFilterOf(text, QDateTime(QDate(2026, 3, 10), QTime(15, 0)));
+        QStringList said = filter.words;
+        for (const QString& word : filter.without)
+            said.append(QLatin1Char('-') + word);
         const QString form = QStringLiteral("yyyy-MM-dd HH:mm");
-        QCOMPARE(filter.words.join(QLatin1Char('|')), words);
+        QCOMPARE(said.join(QLatin1Char('|')), words);
         QCOMPARE(filter.from.toString(form), from);
         QCOMPARE(filter.to.toString(form), to);
     }
@@ -85,6 +97,8 @@ private Q_SLOTS:
 
         page->showServer(QString());
         stage.session->tell(QStringLiteral("weighs, \"at most\"; 5 kg\nand more"), Event::Weight::Attention);
+        page->filterLine()->setText(QStringLiteral("weighs !KG"));
+        QTRY_COMPARE(page->model().rowCount(), 0);
         page->filterLine()->setText(QStringLiteral("weighs"));
         QTRY_COMPARE(page->model().rowCount(), 1);
         const QTemporaryDir folder;

@@ -60,12 +60,13 @@ bool EventFilter::matches(const Event& event) const
         return false;
     if (!kinds.isEmpty() && !kinds.contains(event.kind))
         return false;
-    return std::all_of(words.begin(), words.end(), [&event](const QString& word) {
+    const auto has = [&event](const QString& word) {
         return event.text.contains(word, Qt::CaseInsensitive) ||
                event.server().contains(word, Qt::CaseInsensitive) ||
                Event::title(event.kind).contains(word, Qt::CaseInsensitive) ||
                Event::title(event.weight).contains(word, Qt::CaseInsensitive);
-    });
+    };
+    return std::all_of(words.begin(), words.end(), has) && std::none_of(without.begin(), without.end(), has);
 }
 
 EventModel::EventModel(Journal& journal, QObject* parent) : QAbstractItemModel(parent), m_journal(&journal)

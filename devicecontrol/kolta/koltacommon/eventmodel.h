@@ -22,8 +22,9 @@ struct KOLTA_COMMON_EXPORT EventFilter
     QVector<Event::Kind> kinds;
     Event::Weight least = Event::Weight::Note;
     QDateTime from;
-    QDateTime to;      ///< not included
-    QStringList words; ///< each occurs in text, server, kind or weight, in any letter case
+    QDateTime to;        ///< not included
+    QStringList words;   ///< each occurs in text, server, kind or weight, in any letter case
+    QStringList without; ///< none of these does
 
     bool matches(const Event& event) const;
 };

@@ -44,7 +44,8 @@ constexpr int kFirstKind = 100;
 
 EventsPage::EventsPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
-    , m_filter(new FilterBar(tr("Filter: S3, alarm, tuner, 11:00-12:00, text"), tr("Filter of events"), this))
+    , m_filter(
+          new FilterBar(tr("Filter: S3, alarm, !tuner, 11:00-12:00, text"), tr("Filter of events"), this))
     , m_kinds(new QComboBox(this))
     , m_table(new QTreeView(this))
     , m_tabs(new QTabWidget(this))
@@ -142,8 +143,9 @@ void EventsPage::makeActions()
 
 void EventsPage::applyFilter()
 {
-    m_today = session().now().date();
-    Kolta::EventFilter filter = eventFilterOf(m_filter->text(), m_today);
+    const QDateTime now = session().now();
+    m_today = now.date();
+    Kolta::EventFilter filter = eventFilterOf(m_filter->text(), now);
     const int choice = m_kinds->currentData().toInt();
     if (choice >= kFirstKind)
         filter.kinds = {static_cast<Event::Kind>(choice - kFirstKind)};

@@ -21,22 +21,54 @@ QTime timeOf(const QString& text)
     return time.isValid() ? time : QTime::fromString(text, QStringLiteral("H:mm"));
 }
 
-/// False for what is no range of times.
-bool takeTimes(const QString& word, const QDate& today, EventFilter& filter)
+/// What a filter line says of times.
+struct Times
 {
-    static const QRegularExpression range(
-        QStringLiteral("^(\\d{1,2}:\\d\\d(?::\\d\\d)?)?[-–](\\d{1,2}:\\d\\d(?::\\d\\d)?)?$"));
-    const QRegularExpressionMatch match = range.match(word);
-    const QTime from = timeOf(match.captured(1)), to = timeOf(match.captured(2));
-    const bool isFromGood = from.isValid() || match.captured(1).isEmpty();
-    const bool isToGood = to.isValid() || match.captured(2).isEmpty();
-    if (!match.hasMatch() || !isFromGood || !isToGood || (!from.isValid() && !to.isValid()))
-        return false;
-    const bool isOverMidnight = from.isValid() && to.isValid() && to <= from;
-    filter.from = from.isValid() ? QDateTime(isOverMidnight ? today.addDays(-1) : today, from) : QDateTime();
-    filter.to = to.isValid() ? QDateTime(today, to) : QDateTime();
-    return true;
-}
+    QDate day;
+    QTime from;
+    QTime to;
+
+    /// False for what is no range of times.
+    bool takeRange(const QString& word)
+    {
+        static const QRegularExpression range(
+            QStringLiteral("^(\\d{1,2}:\\d\\d(?::\\d\\d)?)?[-–](\\d{1,2}:\\d\\d(?::\\d\\d)?)?$"));
+        const QRegularExpressionMatch match = range.match(word);
+        const QTime first = timeOf(match.captured(1)), last = timeOf(match.captured(2));
+        const bool isFirstGood = first.isValid() || match.captured(1).isEmpty();
+        const bool isLastGood = last.isValid() || match.captured(2).isEmpty();
+        if (!match.hasMatch() || !isFirstGood || !isLastGood || (!first.isValid() && !last.isValid()))
+            return false;
+        from = first;
+        to = last;
+        return true;
+    }
+    bool takeDay(const QString& word)
+    {
+        static const QRegularExpression date(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d$"));
+        const QDate taken = date.match(word).hasMatch() ? QDate::fromString(word, Qt::ISODate) : QDate();
+        if (taken.isValid())
+            day = taken;
+        return taken.isValid();
+    }
+
+    /// Without a day, of the last one on which it has begun.
+    void put(EventFilter& filter, const QDateTime& now) const
+    {
+        QDate begun = day.isValid() ? day : now.date();
+        if (!day.isValid() && from.isValid() && QDateTime(begun, from) > now)
+            begun = begun.addDays(-1);
+        const bool isOverMidnight = from.isValid() && to.isValid() && to <= from;
+        if (from.isValid())
+            filter.from = QDateTime(begun, from);
+        else if (day.isValid())
+            filter.from = QDateTime(day, QTime(0, 0));
+        if (to.isValid())
+            filter.to = QDateTime(isOverMidnight ? begun.addDays(1) : begun, to);
+        else if (day.isValid())
+            filter.to = QDateTime(day.addDays(1), QTime(0, 0));
+    }
+};
 
 QString quoted(QString text)
 {
@@ -56,19 +88,23 @@ QByteArray csvLine(const QStringList& cells)
 
 } // namespace
 
-EventFilter eventFilterOf(const QString& text, const QDate& today)
+EventFilter eventFilterOf(const QString& text, const QDateTime& now)
 {
-    static const QRegularExpression word(QStringLiteral("\"([^\"]*)\"?|([^\\s\",]+)"));
+    static const QRegularExpression word(QStringLiteral("(!?)\"([^\"]*)\"?|(!?)([^\\s\",]+)"));
     EventFilter filter;
+    Times times;
     for (auto found = word.globalMatch(text); found.hasNext();) {
         const QRegularExpressionMatch match = found.next();
-        const QString plain = match.captured(2);
-        if (!plain.isEmpty() && takeTimes(plain, today, filter))
+        const QString plain = match.captured(4);
+        const bool isNegated = !match.captured(1).isEmpty() || !match.captured(3).isEmpty();
+        if (!isNegated && (times.takeRange(plain) || times.takeDay(plain)))
             continue;
-        const QString wanted = plain.isEmpty() ? match.captured(1) : plain;
-        if (!wanted.isEmpty())
-            filter.words.append(wanted);
+        const QString said = plain.isEmpty() ? match.captured(2) : plain;
+        // A sign alone waits for what is to be behind it.
+        if (!said.isEmpty() && said != QLatin1String("!"))
+            (isNegated ? filter.without : filter.words).append(said);
     }
+    times.put(filter, now);
     return filter;
 }
 
