@@ -14,6 +14,7 @@
 #include <koltacommon/q9rprofiles.h>
 #include <simulation/simulatedserver.h>
 
+#include <QClipboard>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -328,6 +329,11 @@ private Q_SLOTS:
         QTRY_COMPARE(map.Size(), std::size_t(1));
         QTRY_COMPARE(matrix.changeCount(), 0);
         QVERIFY(matrix.index(0, 1).data(AssignmentMatrix::TickRole).toBool());
+        table->setCurrentIndex(matrix.index(0, 1));
+        table->setFocus();
+        QVERIFY(stage.run("copy-rows"));
+        QVERIFY2(QApplication::clipboard()->text().contains(QStringLiteral(": assigned")),
+                 qPrintable(QApplication::clipboard()->text()));
         const auto& list = *stage.page->profiles().findChild<QTreeView*>()->model();
         const auto used = list.match(list.index(0, list.columnCount() - 1), Qt::DisplayRole,
                                      QStringLiteral("FFP 1"), -1, Qt::MatchContains);

@@ -3,6 +3,8 @@
 #include <QHeaderView>
 #include <QTreeView>
 
+#include <algorithm>
+
 namespace KoltaConsole {
 
 QString searchText(const QAbstractItemModel& model, int row)
@@ -13,7 +15,21 @@ QString searchText(const QAbstractItemModel& model, int row)
     return cells.join(QLatin1Char(' ')).toLower();
 }
 
-QString selectedText(const QTreeView& view)
+namespace {
+
+QString cellsText(const QAbstractItemView& view)
+{
+    QModelIndexList selected = view.selectionModel()->selectedIndexes();
+    std::sort(selected.begin(), selected.end());
+    QStringList lines;
+    for (const QModelIndex& index : qAsConst(selected)) {
+        const QString aloud = index.data(Qt::AccessibleTextRole).toString();
+        lines.append((aloud.isEmpty() ? index.data().toString() : aloud).trimmed());
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString rowsText(const QTreeView& view)
 {
     const QHeaderView* const header = view.header();
     QStringList lines;
@@ -30,6 +46,16 @@ QString selectedText(const QTreeView& view)
         lines.append(cells.join(QLatin1Char('\t')));
     }
     return lines.join(QLatin1Char('\n'));
+}
+
+} // namespace
+
+QString selectedText(const QAbstractItemView& view)
+{
+    if (!view.model() || !view.selectionModel())
+        return QString();
+    const auto* const tree = qobject_cast<const QTreeView*>(&view);
+    return tree ? rowsText(*tree) : cellsText(view);
 }
 
 } // namespace KoltaConsole

@@ -305,8 +305,8 @@ bool MainWindow::isFilled() const
 /// Of the table that has the focus.
 void MainWindow::copyRows() const
 {
-    const auto* const view = qobject_cast<const QTreeView*>(QApplication::focusWidget());
-    const QString text = view && view->model() ? selectedText(*view) : QString();
+    const auto* const view = qobject_cast<const QAbstractItemView*>(QApplication::focusWidget());
+    const QString text = view ? selectedText(*view) : QString();
     if (!text.isEmpty())
         QApplication::clipboard()->setText(text);
 }

@@ -20,13 +20,14 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(KoltaConsole::ProfileFields)
 };
 
-const char* const kTitles[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Name"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Frequency"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Duration"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Bandwidth"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Symbol rate"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
-                               QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
+const char* const kTitles[] = {
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Name"),
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Frequency"),
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Duration (processors' unit)"),
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Bandwidth"),
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Symbol rate"),
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
+    QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
 
 /// In the order of eShortTimeProfileType.
 const char* const kTypes[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "unspecified"),

@@ -1,8 +1,11 @@
 #include "profilerows.h"
 
+#include "profilefields.h"
+
 #include <koltacommon/viewroles.h>
 
 #include <QCoreApplication>
+#include <QLocale>
 
 namespace KoltaConsole {
 
@@ -25,6 +28,16 @@ int alignment(int column, int useColumn)
     return static_cast<int>(Qt::AlignVCenter) | static_cast<int>(isText ? Qt::AlignLeft : Qt::AlignRight);
 }
 
+/// With digits in groups.
+QString symbolRates(const Kolta::ShortTimeProfile& profile)
+{
+    const QLocale locale;
+    return profile.useSymbolRate
+               ? QStringLiteral("%1 – %2 Bd")
+                     .arg(locale.toString(profile.symbolRateMin), locale.toString(profile.symbolRateMax))
+               : QString();
+}
+
 } // namespace
 
 int ProfileRows::adapterColumns() const
@@ -34,6 +47,8 @@ int ProfileRows::adapterColumns() const
 
 QString ProfileRows::columnTitle(int column) const
 {
+    if (column == eDurationColumn)
+        return fieldTitle(ProfileField::Duration);
     return column == Base::adapterColumns() ? Texts::tr("In use by") : Base::columnTitle(column);
 }
 
@@ -76,11 +91,14 @@ QVariant ProfileRows::itemData(const Row& row, int column, int role) const
     const int useColumn = Base::adapterColumns();
     if (role == Qt::TextAlignmentRole)
         return alignment(column, useColumn);
+    if (column == eSymbolRateColumn && role == Qt::DisplayRole)
+        return symbolRates(Base::itemData(row, column, Roles::ItemRole).value<Kolta::ShortTimeProfile>());
     const QString name = Base::itemData(row, eNameColumn, Qt::DisplayRole).toString();
     if (role == Roles::SearchRole) {
         QStringList texts = m_uses.value(name);
         for (int place = 0; place < useColumn; ++place)
             texts.append(Base::itemData(row, place, Qt::DisplayRole).toString());
+        texts.append(itemData(row, eSymbolRateColumn, Qt::DisplayRole).toString());
         return texts.join(QLatin1Char('\n')).toLower();
     }
     const bool isOfCell = role == Qt::DisplayRole || role == Qt::DecorationRole || role == Qt::ToolTipRole ||

@@ -12,7 +12,14 @@ namespace KoltaConsole {
 class ProfileRows : public Kolta::ShortTimeProfileTableModel
 {
 public:
-    enum eColumn : int { eNameColumn, eTypeColumn, eModulationColumn = 4, eDurationColumn, eShiftColumn = 7 };
+    enum eColumn : int {
+        eNameColumn,
+        eTypeColumn,
+        eModulationColumn = 4,
+        eDurationColumn,
+        eShiftColumn = 7,
+        eSymbolRateColumn
+    };
 
     ProfileRows() { keepLastKnown(); }
 
