@@ -355,8 +355,8 @@ F1 zeigt die Tasten der Seite.</translation>
         </translation>
     </message>
     <message>
-        <source>state %1 %2</source>
-        <translation>Zustand %1 %2</translation>
+        <source>state %1</source>
+        <translation>Zustand %1</translation>
     </message>
     <message>
         <source>errors of its start-up: %1</source>
@@ -1793,8 +1793,8 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>KoltaConsole::EventsPage</name>
     <message>
-        <source>Filter: S3, alarm, tuner, 11:00-12:00, text</source>
-        <translation>Filter: S3, Alarm, Tuner, 11:00-12:00, Text</translation>
+        <source>Filter: S3, alarm, !tuner, 11:00-12:00, text</source>
+        <translation>Filter: S3, Alarm, !Tuner, 11:00-12:00, Text</translation>
     </message>
     <message>
         <source>Filter of events</source>
@@ -2728,16 +2728,20 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 <context>
     <name>KoltaConsole::ProductionRows</name>
     <message>
-        <source>starting, %1</source>
-        <translation>startet, %1</translation>
+        <source>starting since %1</source>
+        <translation>startet seit %1</translation>
     </message>
     <message>
-        <source>refused (%1)</source>
-        <translation>abgelehnt (%1)</translation>
+        <source>starting</source>
+        <translation>startet</translation>
     </message>
     <message>
-        <source>failed (%1)</source>
-        <translation>gescheitert (%1)</translation>
+        <source>refused</source>
+        <translation>abgelehnt</translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation>gescheitert</translation>
     </message>
     <message>
         <source>only a running FFP can be moved</source>
@@ -3032,6 +3036,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
             <numerusform>%n Produktion</numerusform>
             <numerusform>%n Produktionen</numerusform>
         </translation>
+    </message>
+    <message>
+        <source>%1/%2 units</source>
+        <translation>%1/%2 Einh.</translation>
     </message>
     <message>
         <source>%1 units</source>
@@ -3818,8 +3826,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Frequenz</translation>
     </message>
     <message>
-        <source>Duration</source>
-        <translation>Dauer</translation>
+        <source>Duration (processors&apos; unit)</source>
+        <translation>Dauer (Prozessoreinheit)</translation>
     </message>
     <message>
         <source>Bandwidth</source>
