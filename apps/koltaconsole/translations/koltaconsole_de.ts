@@ -1269,7 +1269,7 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
     <message>
         <source>inaccessiblealready planned</source>
-        <translation>nicht erreichbar, schon geplant</translation>
+        <translation>unerreichbar, schon geplant</translation>
     </message>
     <message>
         <source>already planned</source>
@@ -1382,7 +1382,7 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
     <message>
         <source>out of reach</source>
-        <translation>nicht erreichbar</translation>
+        <translation>unerreichbar</translation>
     </message>
     <message>
         <source>before %1</source>
@@ -1472,7 +1472,7 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
     <message>
         <source>not accessible</source>
-        <translation>nicht erreichbar</translation>
+        <translation>unerreichbar</translation>
     </message>
     <message>
         <source>not idle</source>

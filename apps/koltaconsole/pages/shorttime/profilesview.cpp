@@ -75,7 +75,7 @@ void ProfilesView::makeTable()
     // The editor has them too, and there is not room for all.
     for (const int column : {ProfileRows::eDurationColumn, ProfileRows::eShiftColumn})
         m_table->setColumnHidden(column, true);
-    setColumnWidths(*m_table, {184, 64, 148, 128, 84, 124, 68, 92, 138});
+    setColumnWidths(*m_table, {184, 64, 148, 128, 84, 124, 68, 92, 158});
     offerColumns(*m_table);
 }
 

@@ -180,7 +180,7 @@ void TunersPage::makeTable()
     m_table->setAccessibleName(tr("Tuners"));
     QHeaderView* const header = m_table->header();
     header->moveSection(header->visualIndex(TunerModel::eStateColumn), 1);
-    setColumnWidths(*m_table, {120, 124, 110, 142, 96, 120, 160, 172, 74, 130});
+    setColumnWidths(*m_table, {104, 120, 110, 138, 90, 116, 158, 168, 62, 130});
     for (const int column : {TunerModel::eTypeColumn, TunerModel::eAddressColumn, TunerModel::eOptionsColumn})
         m_table->setColumnHidden(column, true);
     offerColumns(*m_table);
