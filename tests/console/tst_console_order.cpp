@@ -180,6 +180,34 @@ void TestOrder::startsWhatIsWritten()
     QCOMPARE(stage.session->draft().order().frequency, 98.5e6);
     QTRY_COMPARE(candidates->acceptedCount(), 22);
 
+    // A server that is away is not offered, and says why; what it had for another order is no candidate.
+    const QString first = candidates->offer().server;
+    auto* const leaver = stage.session->simulation()->server(first);
+    leaver->vanish();
+    QTRY_VERIFY(!candidates->offer().isNone() && candidates->offer().server != first);
+    const int left = candidates->acceptedCount();
+    QVERIFY(left < 22 && actions.enabledBecause(QStringLiteral("order-start")).isEmpty());
+    const auto isOfFirst = [&](int row) {
+        return candidates->rows().index(row, 0).data(Kolta::ViewRoles::ServerRole).toString() == first;
+    };
+    const auto countOfFirst = [&](int from, int to) {
+        int count = 0;
+        for (int row = from; row < to; ++row)
+            count += isOfFirst(row) ? 1 : 0;
+        return count;
+    };
+    QCOMPARE(countOfFirst(0, left), 0);
+    QVERIFY(countOfFirst(left, candidates->rows().rowCount()) > 0);
+    for (int row = left; row < candidates->rows().rowCount(); ++row) {
+        const QModelIndex reason = candidates->rows().index(row, Kolta::CandidatesModel::eReasonColumn);
+        QCOMPARE(reason.data().toString().contains(QLatin1String("is away")), isOfFirst(row));
+    }
+    choose(*page, "Class", "HF");
+    QTRY_COMPARE(countOfFirst(0, candidates->rows().rowCount()), 0);
+    choose(*page, "Class", "Wide");
+    leaver->comeBack();
+    QTRY_VERIFY(candidates->acceptedCount() > left); // what ran there ended with it
+
     // The row that somebody chose stays that tuner, whatever becomes of its rank.
     candidates->setCurrentIndex(candidates->rows().index(7, 0));
     const Offer chosen = candidates->offer();

@@ -1680,6 +1680,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>the order is for %1, and %2 alone is shown</source>
         <translation>der Auftrag ist für %1, und nur %2 wird gezeigt</translation>
     </message>
+    <message>
+        <source>%1 is away, %2</source>
+        <translation>%1 ist nicht da, %2</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::Cart</name>
@@ -2502,6 +2506,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>■ %1 runs on %2</source>
         <translation>■ %1 läuft auf %2</translation>
+    </message>
+    <message>
+        <source>; away: %1</source>
+        <translation>; nicht da: %1</translation>
     </message>
 </context>
 <context>

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace Kolta {
@@ -23,6 +24,15 @@ constexpr ModelColumn kColumns[] = {{QT_TRANSLATE_NOOP("Kolta::CandidatesModel",
                                     {QT_TRANSLATE_NOOP("Kolta::CandidatesModel", "Bandwidth"), true},
                                     {QT_TRANSLATE_NOOP("Kolta::CandidatesModel", "Server"), false},
                                     {QT_TRANSLATE_NOOP("Kolta::CandidatesModel", "Reason"), false}};
+
+bool asksTheSame(const ProductionOrder& a, const ProductionOrder& b)
+{
+    const auto asked = [](const ProductionOrder& order) {
+        return std::tie(order.kind, order.tunerClass, order.tunerGuid, order.demandClass, order.mcp,
+                        order.frequency, order.bandwidth, order.storageGuids, order.processor);
+    };
+    return asked(a) == asked(b);
+}
 
 } // namespace
 
@@ -122,6 +132,7 @@ struct CandidatesModel::CandidateSection : Section
     OrderExplainer explainer;
     QString problem;
     bool isLate = false; ///< it has changed while the model did not follow
+    int answered = 0;    ///< the question that its rows answer
 };
 
 CandidatesModel::CandidatesModel(QObject* parent) : ServersModel("Kolta::CandidatesModel", kColumns, parent)
@@ -140,6 +151,7 @@ std::unique_ptr<ServersModel::Section> CandidatesModel::makeSection(KoltaServerI
 
 void CandidatesModel::setOrder(const ProductionOrder& order)
 {
+    m_question += asksTheSame(m_order, order) ? 0 : 1;
     m_order = order;
     for (const auto& section : sections())
         static_cast<CandidateSection&>(*section).explainer.setOrder(order);
@@ -171,7 +183,7 @@ QString CandidatesModel::problemOf(const QString& address) const
     return QString();
 }
 
-/// A server that is away keeps its rows, which are stale then.
+/// A server that is away keeps its rows, which are stale then, unless they answer another question.
 bool CandidatesModel::show(Section& section)
 {
     auto& due = static_cast<CandidateSection&>(section);
@@ -194,7 +206,12 @@ bool CandidatesModel::show(Section& section)
                                              : candidate.guid() + QLatin1Char(' ') + QString::number(number);
             wanted.push_back(std::make_unique<CandidateRow>(due, name, candidate));
         }
+        due.answered = m_question;
         if (!replaceSection(due, wanted))
+            return false;
+    } else if (due.answered != m_question) {
+        Rows none;
+        if (!replaceSection(due, none))
             return false;
     }
     const QPointer<CandidatesModel> guard(this);

@@ -34,6 +34,7 @@ public:
     explicit CandidatesModel(QObject* parent = nullptr);
     ~CandidatesModel() override;
 
+    /// A server that is away keeps its rows, stale ones, as long as the order asks the same of its tuners.
     void setOrder(const ProductionOrder& order);
     const ProductionOrder& order() const noexcept { return m_order; }
     /// While it does not follow, the rows stay as they are and no tuner is weighed; when it does again they
@@ -55,6 +56,7 @@ private:
     bool show(Section& section) override;
 
     ProductionOrder m_order;
+    int m_question = 0; ///< another for each order that asks something else of tuners
     bool m_isFollowing = true;
 };
 

@@ -1,6 +1,7 @@
 #include "candidatestable.h"
 
 #include <koltacommon/journal.h>
+#include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/ordercandidates.h>
 #include <koltacommon/units.h>
@@ -69,7 +70,14 @@ QVariant CandidatesTable::Rows::data(const QModelIndex& index, int role) const
     if (role == Qt::DisplayRole && index.column() == CandidatesModel::eReasonColumn)
         return reasonOf(index, own.toString());
     const bool isRank = role == Qt::DisplayRole && index.column() == CandidatesModel::eRankColumn;
-    return isRank && !own.toString().isEmpty() ? QVariant(index.row() + 1) : own;
+    if (!isRank || own.toString().isEmpty())
+        return own;
+    return isAway(mapToSource(index)) ? QVariant(QString()) : QVariant(index.row() + 1);
+}
+
+bool CandidatesTable::Rows::isAway(const QModelIndex& source) const
+{
+    return !m_session.isOutOfSight() && source.data(Roles::StaleRole).toBool();
 }
 
 /// Beside the row above, which is taken before it; of a refused one as the server tells it.
@@ -78,6 +86,11 @@ QString CandidatesTable::Rows::reasonOf(const QModelIndex& index, const QString&
     const auto cell = [](const QModelIndex& row, int column) {
         return row.sibling(row.row(), column).data();
     };
+    if (isAway(mapToSource(index))) {
+        const QDateTime known = index.data(Roles::LastKnownRole).toDateTime();
+        return CandidatesTable::tr("%1 is away, %2")
+            .arg(index.data(Roles::ServerRole).toString(), lastKnownText(known));
+    }
     if (cell(index, CandidatesModel::eRankColumn).toString().isEmpty())
         return refusalOf(index, own);
     if (index.row() == 0)
@@ -125,8 +138,11 @@ bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b)
     const auto key = [](const QModelIndex& index, int column) {
         return index.sibling(index.row(), column).data(Roles::SortRole).toInt();
     };
-    const int ranks[] = {key(a, CandidatesModel::eRankColumn), key(b, CandidatesModel::eRankColumn)};
     constexpr int kRefused = std::numeric_limits<int>::max();
+    const auto rank = [&](const QModelIndex& index) {
+        return isAway(index) ? kRefused : key(index, CandidatesModel::eRankColumn);
+    };
+    const int ranks[] = {rank(a), rank(b)};
     if ((ranks[0] == kRefused) != (ranks[1] == kRefused))
         return ranks[1] == kRefused;
     const int costs[] = {key(a, CandidatesModel::eCostColumn), key(b, CandidatesModel::eCostColumn)};
@@ -168,6 +184,7 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);
     // A server that is away or back changes rows alone.
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &CandidatesTable::si_Changed);
+    connect(&session, &Session::si_LinkChanged, &m_rows, &QSortFilterProxyModel::invalidate);
     connect(&session, &Session::si_LinkChanged, this, &CandidatesTable::si_Changed);
     connect(&session.draft(), &OrderDraft::si_Changed, this, &CandidatesTable::follow);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &CandidatesTable::si_Changed);
@@ -223,6 +240,11 @@ void CandidatesTable::showServer(const QString& address)
     Q_EMIT si_Changed();
 }
 
+bool CandidatesTable::isStale(int row) const
+{
+    return m_rows.index(row, 0).data(Roles::StaleRole).toBool();
+}
+
 OrderCandidate CandidatesTable::candidate(int row) const
 {
     return m_rows.index(row, 0).data(Roles::ItemRole).value<OrderCandidate>();
@@ -262,16 +284,15 @@ bool CandidatesTable::isWishedMissing() const
 QString CandidatesTable::refusal() const
 {
     const int row = chosenRow();
-    if (!m_model.isFollowing() || row < 0 || candidate(row).rank > 0)
+    if (!m_model.isFollowing() || row < 0 || row < acceptedCount())
         return QString();
-    return candidate(row).reason();
+    return m_rows.index(row, CandidatesModel::eReasonColumn).data().toString();
 }
 
 Offer CandidatesTable::offer() const
 {
     const int row = qMax(0, chosenRow());
-    if (!m_model.isFollowing() || m_session.isOutOfSight() || row >= m_rows.rowCount() ||
-        m_rows.index(row, 0).data(Roles::StaleRole).toBool())
+    if (!m_model.isFollowing() || m_session.isOutOfSight() || row >= m_rows.rowCount() || isStale(row))
         return {};
     const OrderCandidate found = candidate(row);
     if (found.rank == 0)
@@ -303,6 +324,8 @@ QString CandidatesTable::reach() const
 {
     double from = std::numeric_limits<double>::infinity(), to = 0.0;
     for (int row = 0; row < m_rows.rowCount(); ++row) {
+        if (isStale(row))
+            continue;
         const OrderCandidate each = candidate(row);
         from = std::min(from, each.facts.tuner.GetMinFrequency());
         to = std::max(to, each.facts.tuner.GetMaxFrequency());
@@ -314,8 +337,20 @@ int CandidatesTable::tooNarrowCount() const
 {
     int count = 0;
     for (int row = 0; row < m_rows.rowCount(); ++row)
-        count += candidate(row).facts.refusal == Kolta::TunerRefusal::TooNarrow ? 1 : 0;
+        count += !isStale(row) && candidate(row).facts.refusal == Kolta::TunerRefusal::TooNarrow ? 1 : 0;
     return count;
+}
+
+QStringList CandidatesTable::awayServers() const
+{
+    QStringList away;
+    for (const QString& address : m_model.addresses()) {
+        const Kolta::KoltaServerInterface* const server = m_session.server(address);
+        if (m_rows.hasServer(address) &&
+            (!server || server->getState() == Kolta::SERVER_STATES::eDisconnected))
+            away.append(address);
+    }
+    return away;
 }
 
 QString CandidatesTable::problem() const

@@ -33,6 +33,8 @@ public:
     bool isOfferHidden() const;
     /// The tuner that somebody pointed at elsewhere is not among the rows.
     bool isWishedMissing() const;
+    /// Of the servers that may have some, those that nobody can ask now.
+    QStringList awayServers() const;
     /// Why the chosen row cannot take it; empty when it can, or none was chosen.
     QString refusal() const;
     /// Whether somebody chose another one than that which the servers would take.
@@ -61,6 +63,8 @@ private:
         /// The server that the order wants, and the one that is shown alone; empty: all.
         void setServers(const QString& wanted, const QString& shown);
         bool hasServer(const QString& address) const;
+        /// Nobody can have its tuner now, while others are there.
+        bool isAway(const QModelIndex& source) const;
         /// The rank among all that are shown.
         QVariant data(const QModelIndex& index, int role) const override;
 
@@ -83,6 +87,7 @@ private:
     void follow();
     void chooseWished();
     int chosenRow() const;
+    bool isStale(int row) const;
     Kolta::OrderCandidate candidate(int row) const;
 
     Session& m_session;

@@ -35,6 +35,12 @@
 
 namespace KoltaConsole {
 
+namespace {
+
+constexpr int kMostNames = 3; ///< of servers in one line
+
+} // namespace
+
 namespace Roles = Kolta::ViewRoles;
 using Kolta::Operation;
 using Kolta::ProductionJob;
@@ -304,6 +310,11 @@ QString OrderPage::headingText() const
         text = tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why);
     else if (session().isOutOfSight())
         text = tr("Candidates, last known: %1, %2 refused").arg(accepted).arg(refused);
+    const QStringList away = session().isOutOfSight() ? QStringList() : m_candidates->awayServers();
+    if (accepted + refused > 0 && !away.isEmpty())
+        text += tr("; away: %1")
+                    .arg(away.mid(0, kMostNames).join(QStringLiteral(", ")) +
+                         (away.size() > kMostNames ? QStringLiteral(" …") : QString()));
     if (m_candidates->isWishedMissing())
         text += tr("; the tuner that was chosen is not among them");
     return m_candidates->isOfferHidden() ? text + tr("; the filter hides the first") : text;
