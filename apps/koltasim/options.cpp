@@ -53,9 +53,14 @@ QString problemOfCombination(const ProgramOptions& given)
     if (given.has("users") && !given.has("tls-clients") && !given.has("publish"))
         return QStringLiteral(
             "--users: expected --tls-clients or --publish with it, or nobody is known by name");
-    if (given.value("publish").isEmpty() &&
-        (given.has("publish") || given.has("branch") || given.has("take-over")))
-        return QStringLiteral("--branch and --take-over belong to --publish, which expects a URL");
+    if (given.has("publish") && given.value("publish").isEmpty())
+        return QStringLiteral("--publish: expected a URL");
+    for (const char* const option : {"branch", "take-over"}) {
+        if (given.has(option) && !given.has("publish"))
+            return QStringLiteral("--%1: expected --publish with it").arg(QLatin1String(option));
+    }
+    if (given.has("branch") && given.value("branch").isEmpty())
+        return QStringLiteral("--branch: expected a name");
     return {};
 }
 

@@ -9,6 +9,9 @@
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 
+#include <common/linkoptions.h>
+
+#include <distribution/topics.h>
 #include <distribution/treelink.h>
 #include <distribution/wishaudit.h>
 #include <values/command.h>
@@ -92,15 +95,20 @@ std::optional<distribution::LinkOptions> linkOptionsOf(const Options& options, c
                                                        QString& error)
 {
     using namespace distribution;
+    const QString objection = branch.isEmpty() ? QString() : WhyNoBranchName(branch);
+    if (!objection.isEmpty()) {
+        error = QStringLiteral("%1: %2").arg(
+            QLatin1String(options.branch.isEmpty() ? "--publish" : "--branch"), objection);
+        return std::nullopt;
+    }
     auto linkOptions = BrokerAddress::FromCommandLine(options.publish, error)
-                           ? LinkOptions::FromConfiguration(options.publish, error, branch)
+                           ? KoltaApps::linkOptions(options.publish, error, branch)
                            : std::nullopt;
     if (!linkOptions) {
         error.prepend(QStringLiteral("--publish: "));
         return std::nullopt;
     }
     linkOptions->takeOver = linkOptions->takeOver || options.takeOver;
-    linkOptions->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
     return linkOptions;
 }
 

@@ -4,6 +4,7 @@
 #include <distribution/treecontent.h>
 
 #include <startup/clock.h>
+#include <startup/onelinetext.h>
 #include <startup/tracesource.h>
 
 #include <algorithm>
@@ -14,11 +15,13 @@ namespace distribution {
 
 namespace {
 
-enum eTracePoint : int { eRefused = 1, ePlaceTaken = 2, eTooMany = 3 };
+enum eTracePoint : int { eRefused = 1, ePlaceTaken = 2, eTooMany = 3, eNameUnfit = 4 };
 constexpr Startup::TraceSource kTrace("platform/distribution/mirrorlink", Startup::eTraceError);
 
 /// Of branches that are heard of: each costs memory, and their names come from outside.
 constexpr std::size_t kMostBranches = 10000;
+/// Of a name that no branch can have.
+constexpr int kShownLetters = 64;
 
 } // namespace
 
@@ -193,6 +196,14 @@ MirrorLink::Branch* MirrorLink::branch(const QString& name)
     const bool isWanted = m_wanted.contains(QStringLiteral("*")) || m_wanted.contains(name);
     if (!isWanted || m_excluded.contains(name))
         return nullptr;
+    const QString objection = WhyNoBranchName(name);
+    if (!objection.isEmpty()) {
+        m_complaints(kTrace, eNameUnfit,
+                     QStringLiteral("Branch \"%1\" is not mirrored: %2")
+                         .arg(Startup::oneLineText(name.left(kShownLetters)), objection),
+                     GetNowMs());
+        return nullptr;
+    }
     if (m_branches.size() >= kMostBranches) {
         m_complaints(kTrace, eTooMany,
                      QStringLiteral("Branch \"%1\" is not mirrored: there are too many").arg(name),

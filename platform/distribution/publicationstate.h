@@ -8,6 +8,7 @@ enum class PublicationState {
     Online,    ///< published
     NameTaken, ///< another process publishes the name; nothing is tried any more
     Displaced, ///< another process has taken the name over; nothing is published any more
+    NameUnfit, ///< no branch can have the name; nothing is tried
     Forbidden  ///< the broker does not let this user publish it; nothing is tried any more
 };
 

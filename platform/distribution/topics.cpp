@@ -1,5 +1,7 @@
 #include <distribution/topics.h>
 
+#include <QVector>
+
 #include <algorithm>
 #include <charconv>
 #include <string_view>
@@ -30,6 +32,22 @@ Bytes levelOf(const QString& name)
         }
     }
     return level;
+}
+
+constexpr int kMostBytesOfName = 256;
+
+/// Surrogates are dealt with by their caller.
+bool isUnseen(uint character)
+{
+    switch (QChar::category(character)) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
 }
 
 /// Nothing for a level that levelOf() does not make, so that every name has one topic.
@@ -175,6 +193,22 @@ bool IsUsableUser(const Bytes& user)
     return !user.empty() && std::none_of(user.begin(), user.end(), [](char c) {
         return static_cast<unsigned char>(c) < 0x20 || c == 0x7f || c == '+' || c == '#' || c == '/';
     });
+}
+
+QString WhyNoBranchName(const QString& name)
+{
+    if (name.isEmpty())
+        return QStringLiteral("a branch needs a name");
+    if (name.toUtf8().size() > kMostBytesOfName)
+        return QStringLiteral("the name of a branch has at most %1 bytes").arg(kMostBytesOfName);
+    const auto characters = name.toUcs4();
+    if (std::any_of(characters.begin(), characters.end(), isUnseen))
+        return QStringLiteral("the name of a branch has no line feeds and other control characters");
+    if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('+')) || name.contains(QLatin1Char('#')))
+        return QStringLiteral("the name of a branch has no \"/\", \"+\" and \"#\"");
+    if (!name.isValidUtf16())
+        return QStringLiteral("the name of a branch is no text: half of a character is missing");
+    return QString();
 }
 
 Bytes OwnerClientId(const QString& branch)

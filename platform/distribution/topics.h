@@ -60,9 +60,12 @@ private:
 };
 
 /// Whether the broker's user name can be a level of a topic as it is, which access lists need: not empty,
-/// without
-/// "+", "#", "/" and control characters.
+/// without "+", "#", "/" and control characters.
 KOLTA_DISTRIBUTION_EXPORT bool IsUsableUser(const Bytes& user);
+/// Why a branch cannot have this name, in one line; empty when it can. Names are shown in lines and tables,
+/// and typed by people: they are not empty, at most 256 bytes long in UTF-8, and without "/", "+", "#",
+/// broken characters and those that nobody sees.
+KOLTA_DISTRIBUTION_EXPORT QString WhyNoBranchName(const QString& name);
 /// Client identifier of a branch's owner, of which the broker admits one.
 KOLTA_DISTRIBUTION_EXPORT Bytes OwnerClientId(const QString& branch);
 /// Whether a filter as of ICarrier::Subscribe() covers a topic.

@@ -6,6 +6,7 @@
 #include <distribution/mqttcarrier.h>
 #include <distribution/replay.h>
 #include <distribution/replaycarrier.h>
+#include <distribution/topics.h>
 #include <distribution/treecontent.h>
 
 #include <startup/tracesource.h>
@@ -94,6 +95,13 @@ bool TreeLink::publish(const QString& branch, const QStringList& roots, const QS
     });
     if (isPublished)
         return false;
+    const QString objection = WhyNoBranchName(branch);
+    if (!objection.isEmpty()) {
+        if (!isSignalConnected(QMetaMethod::fromSignal(&TreeLink::si_PublicationFailed)))
+            kTrace(ePublication, QStringLiteral("Not published: %1").arg(objection));
+        Q_EMIT si_PublicationFailed(branch, PublicationState::NameUnfit, objection);
+        return false;
+    }
     if (m_mirrors)
         m_mirrors->Exclude({branch, roots, sentinel});
     m_published.push_back(std::make_unique<BranchPublisher>(

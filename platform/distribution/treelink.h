@@ -65,7 +65,8 @@ public:
 
     /// Publishes what is at and below `roots`, now and later, as `branch`. `sentinel` is the path of the
     /// value whose existence tells that the branch's owner lives: it comes last and goes first; it may be
-    /// empty. False, and nothing happens, when the branch is published here already.
+    /// empty. False, and nothing happens, when the branch is published here already. False, and
+    /// si_PublicationFailed before that, for a name that WhyNoBranchName() objects to.
     bool publish(const QString& branch, const QStringList& roots, const QString& sentinel,
                  std::unique_ptr<IWritePolicy> policy);
     /// Takes the branch from all mirrors.

@@ -1,3 +1,5 @@
+#include <distribution/brokeraddress.h>
+#include <distribution/linkoptions.h>
 #include <distribution/messages.h>
 #include <distribution/statetransfer.h>
 #include <distribution/textdelta.h>
@@ -114,6 +116,8 @@ private Q_SLOTS:
     void badRuns();
     void topics_data();
     void topics();
+    void namesOfBranches();
+    void trustedAccessFiles();
     void serversRights_data();
     void serversRights();
 };
@@ -395,6 +399,56 @@ void TestMessages::topics()
     QVERIFY(std::any_of(filters.begin(), filters.end(),
                         [&](const Bytes& filter) { return MatchesFilter(filter, topic); }));
     QVERIFY(!MatchesFilter(names.Live(QStringLiteral("T")), topic) && !MatchesFilter(topic + "/+", topic));
+}
+
+void TestMessages::namesOfBranches()
+{
+    const auto fits = [](const QString& name) { return WhyNoBranchName(name).isEmpty(); };
+    const QString largest = QString(128, QChar(0xe4)); // two bytes each
+    for (const QString& name : {QStringLiteral("S 1"), QStringLiteral("$S%2F"), QStringLiteral("Süd \u2116"),
+                                QString::fromUcs4(U"\U0001F4E1"), largest})
+        QVERIFY2(fits(name), qPrintable(name));
+    for (const QString& name : QStringList{
+             QString(), largest + QLatin1Char('a'), QStringLiteral("S/1"), QStringLiteral("+"),
+             QStringLiteral("S#"), QStringLiteral("a\nb"), QStringLiteral("a\tb"), QStringLiteral("a\u2028b"),
+             QStringLiteral("a\u202eb"), QStringLiteral("a\u0085"), QString::fromUcs4(U"\U000E0041"),
+             QString(QChar(0xd800)), QString(QChar(0xdc00)) + QLatin1Char('a')})
+        QVERIFY2(!fits(name), qPrintable(name.left(20)));
+}
+
+/// Anybody could leave a file with other users, or with an authority of his own, where others can write.
+void TestMessages::trustedAccessFiles()
+{
+    QTemporaryDir folder;
+    const QByteArray former = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder.path()));
+    const QString url = QStringLiteral("mqtt://127.0.0.1:1");
+    QString error;
+    const QString path = AccessFilePath(*BrokerAddress::FromUrl(url, error));
+    const auto user = [&](const char* server = "") {
+        const auto options = LinkOptions::FromConfiguration(url, error, QLatin1String(server));
+        return options ? options->User() : std::string("none");
+    };
+    QVERIFY(path.startsWith(folder.path()) && QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("first:1\nserver-S1:2\n") > 0);
+    file.close();
+    const auto own = QFile::ReadOwner | QFile::WriteOwner;
+    QVERIFY(file.setPermissions(own));
+    QCOMPARE(user(), std::string("first"));
+    QCOMPARE(user("S1"), std::string("server-S1"));
+    for (const auto others : {QFile::ReadGroup, QFile::WriteGroup, QFile::ReadOther, QFile::WriteOther}) {
+        QVERIFY(file.setPermissions(own | others));
+        QCOMPARE(user(), std::string("anonymous"));
+    }
+    QVERIFY(file.setPermissions(own));
+    const QString target = folder.filePath(QStringLiteral("target"));
+    QVERIFY(QFile::rename(path, target) && QFile::link(target, path));
+    QCOMPARE(user(), std::string("anonymous"));
+    if (former.isNull())
+        qunsetenv("XDG_DATA_HOME");
+    else
+        qputenv("XDG_DATA_HOME", former);
 }
 
 void TestMessages::serversRights_data()

@@ -184,6 +184,18 @@ private Q_SLOTS:
         QVERIFY(failed.wait(kPatience));
         QTRY_VERIFY(rival.link->branches().isEmpty());
     }
+    /// A name that could be taken for more than one line never reaches the broker.
+    void unfitNames()
+    {
+        server->join();
+        QSignalSpy failed(server->link.get(), &TreeLink::si_PublicationFailed);
+        for (const QString& name : {QString(), QStringLiteral("a\nb"), QString(70000, QLatin1Char('a'))})
+            QVERIFY(!server->link->publish(name, {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
+                                           std::make_unique<OpenPolicy>()));
+        QCOMPARE(failed.size(), 3);
+        QCOMPARE(failed.last().at(1).value<PublicationState>(), PublicationState::NameUnfit);
+        QVERIFY(!failed.last().at(2).toString().isEmpty() && server->link->branches().isEmpty());
+    }
     /// Of a user whom the broker lets only read each wish is refused at once, and undone.
     void deniedByTheBroker()
     {

@@ -3,12 +3,13 @@
 #include <distribution/messages.h>
 #include <distribution/statetransfer.h>
 #include <distribution/textdelta.h>
+#include <distribution/topics.h>
 
 #include <algorithm>
 #include <string>
 
 /// Messages of a distributed branch, and the runs of a delta. The first byte chooses: runs, a snapshot, or a
-/// message. Whatever is accepted comes out again byte for byte.
+/// message, which is read as a topic, too. Whatever is accepted comes out again byte for byte.
 
 using namespace distribution;
 
@@ -61,6 +62,44 @@ void checkState(const Bytes& bytes)
         assembler.Take(*part, state);
 }
 
+/// The head's epoch means nothing here, and is not kept.
+void checkPresence(const Bytes& bytes)
+{
+    const auto presence = DecodePresence(bytes);
+    if (!presence)
+        return;
+    const auto again = DecodePresence(Encode(*presence));
+    Fuzz::require(again && again->host == presence->host && again->program == presence->program,
+                  "a presence came out otherwise");
+}
+
+/// Each branch has one topic of a kind, or two owners could publish the same name.
+void checkTopic(const Bytes& bytes)
+{
+    const Topics topics;
+    const auto topic = topics.Parse(bytes);
+    if (!topic)
+        return;
+    const auto made = [&]() -> Bytes {
+        switch (topic->kind) {
+        case TopicKind::Live:
+            return topics.Live(topic->branch);
+        case TopicKind::Beat:
+            return topics.Beat(topic->branch);
+        case TopicKind::Log:
+            return topics.Log(topic->branch, topic->channel);
+        case TopicKind::State:
+            return topics.State(topic->branch, topic->channel) + '/' + std::to_string(topic->part);
+        case TopicKind::Up:
+            return topics.Up(topic->branch, topic->user, topic->session);
+        case TopicKind::Presence:
+            return topics.Presence(topic->user, topic->session);
+        }
+        return {};
+    };
+    Fuzz::require(made() == bytes, "a topic came out otherwise");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -77,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             Fuzz::require(EncodeSnapshot(*snapshot) == bytes, "a snapshot came out otherwise");
         return 0;
     }
+    checkTopic(bytes);
     const auto kind = KindOf(bytes);
     if (!kind || bytes.size() < 2)
         return 0;
@@ -84,6 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     requireSame(DecodeBeat(bytes), bytes);
     requireSame(DecodeWish(bytes), bytes);
     requireSame(DecodeAsk(bytes), bytes);
+    checkPresence(bytes);
     checkLog(bytes);
     checkState(bytes);
     return 0;

@@ -3,6 +3,8 @@
 #include "output.h"
 #include "terminal.h"
 
+#include <startup/onelinetext.h>
+
 #include <algorithm>
 #include <numeric>
 
@@ -43,6 +45,14 @@ QStringList wrapped(const QString& text, int width)
 }
 
 } // namespace
+
+void Table::addRow(const QStringList& cells)
+{
+    QStringList shown;
+    for (const QString& cell : cells)
+        shown.append(Startup::oneLineText(cell));
+    m_rows.append(shown);
+}
 
 /// Narrows columns of text until all fits. False when it does not even then. The first column names what the
 /// row is about and stays whole.

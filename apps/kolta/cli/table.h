@@ -14,8 +14,9 @@ class Table
 {
 public:
     explicit Table(const QStringList& header) : m_header(header) {}
-    /// Missing cells stay empty, surplus ones are left out.
-    void addRow(const QStringList& cells) { m_rows.append(cells); }
+    /// Missing cells stay empty, surplus ones are left out. What forges lines is shown as U+FFFD, so that no
+    /// cell looks like another row.
+    void addRow(const QStringList& cells);
     /// Columns of numbers are aligned to the right.
     void alignRight(const QVector<int>& columns) { m_right += columns; }
     bool isEmpty() const noexcept { return m_rows.isEmpty(); }
