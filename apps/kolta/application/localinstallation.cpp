@@ -31,6 +31,9 @@ namespace {
 
 constexpr int kEndLimitMs = 5000;
 constexpr int kRestartMs = 500;
+/// A server that does not stay up for long is started after pauses that grow from the one above to this.
+constexpr int kLongestRestartMs = 30000;
+constexpr qint64 kStaysUpMs = 60000;
 /// As the sample does; more than one would be no sample of a day's work.
 constexpr int kNumberThatLacksAUnit = 4;
 
@@ -273,6 +276,7 @@ void LocalInstallation::startServer(Server& server)
 {
     server.isPublished = false;
     server.said.clear();
+    server.up.start();
     server.process = std::make_unique<Startup::ChildProcess>();
     QProcess* const process = server.process.get();
     connect(process, &QProcess::readyReadStandardOutput, this, [this, &server] { readOutput(server); });
@@ -333,10 +337,17 @@ void LocalInstallation::onServerEnd(Server& server, const QString& how)
         server.problem = text;
         return;
     }
-    Q_EMIT si_Told(text);
-    if (!m_settings.restart)
+    if (!m_settings.restart) {
+        Q_EMIT si_Told(text);
         return;
-    QTimer::singleShot(kRestartMs, this, [this, &server] {
+    }
+    const bool stayedUp = server.pauseMs == 0 || server.up.elapsed() >= kStaysUpMs;
+    server.pauseMs = stayedUp ? kRestartMs : std::min(2 * server.pauseMs, kLongestRestartMs);
+    Q_EMIT si_Told(
+        server.pauseMs == kRestartMs
+            ? text
+            : QStringLiteral("%1; it is started again in %2").arg(text, secondsText(server.pauseMs)));
+    QTimer::singleShot(server.pauseMs, this, [this, &server] {
         startServer(server);
         if (server.process->waitForStarted())
             Q_EMIT si_Told(

@@ -3,6 +3,7 @@
 #include <distribution/linkoptions.h>
 #include <distribution/localbroker.h>
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QProcess>
 #include <QString>
@@ -44,8 +45,10 @@ public:
         QString folder;   ///< with its installation's files
         QString endpoint; ///< HOST:PORT, once it listens
         bool isPublished = false;
-        QString problem; ///< why it will not be published, while all are started
-        QString said;    ///< its last line on standard error
+        QString problem;  ///< why it will not be published, while all are started
+        QString said;     ///< its last line on standard error
+        int pauseMs = 0;  ///< before it was started last; 0: it had been up
+        QElapsedTimer up; ///< since it was started
         std::unique_ptr<QProcess> process;
     };
     const std::vector<Server>& servers() const noexcept { return m_servers; }
