@@ -65,8 +65,8 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "joininstallation: %s\n", qPrintable(error));
         return 2;
     }
-    options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
-    Kolta::registerShortTimeValues(); // so that collections come along
+    options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole); // written as a whole
+    Kolta::registerShortTimeValues();                                             // collections come along
     distribution::TreeLink link(values::Tree::Instance(), *options);
     QObject::connect(
         &link, &distribution::TreeLink::si_LinkChanged, [&error](bool online, const QString& reason) {

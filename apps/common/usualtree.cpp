@@ -4,12 +4,20 @@
 
 namespace KoltaApps {
 
+NamedTree namedTree(const std::optional<QString>& option)
+{
+    if (option)
+        return {*option, QStringLiteral("--tree")};
+    const QString environment = qEnvironmentVariable("KOLTA_TREE");
+    if (!environment.isEmpty())
+        return {environment, QStringLiteral("KOLTA_TREE")};
+    return {Startup::CfgCenter::Instance().Text(QStringLiteral("Distribution"), QStringLiteral("Url")),
+            QStringLiteral("Distribution/Url")};
+}
+
 QString usualTreeUrl()
 {
-    const QString environment = qEnvironmentVariable("KOLTA_TREE");
-    return environment.isEmpty()
-               ? Startup::CfgCenter::Instance().Text(QStringLiteral("Distribution"), QStringLiteral("Url"))
-               : environment;
+    return namedTree(std::nullopt).url;
 }
 
 } // namespace KoltaApps

@@ -1,6 +1,7 @@
 #include <common/actionlines.h>
 #include <common/endpoint.h>
 #include <common/shellwords.h>
+#include <common/usualtree.h>
 #include <kolta/application/httppage.h>
 #include <kolta/application/itemcontent.h>
 #include <kolta/application/metricstext.h>
@@ -11,6 +12,7 @@
 #include <kolta/cli/table.h>
 #include <support/random.h>
 
+#include <startup/cfgcenter.h>
 #include <startup/onelinetext.h>
 
 #include <values/tree.h>
@@ -18,10 +20,12 @@
 
 #include <QProcess>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <tuple>
 
 class TestParts : public QObject
@@ -36,6 +40,7 @@ private Q_SLOTS:
     void showsContents();
     void saysOrdersAsLines();
     void servesOnePageWhateverPeersDo();
+    void findsTheTreeThatIsMeant();
 };
 
 namespace {
@@ -81,6 +86,27 @@ void TestParts::splitsHostAndPort()
     }
 }
 
+void TestParts::findsTheTreeThatIsMeant()
+{
+    const auto found = [](const std::optional<QString>& option) {
+        const KoltaApps::NamedTree tree = KoltaApps::namedTree(option);
+        return QStringLiteral("%1 of %2").arg(tree.url, tree.source);
+    };
+    qunsetenv("KOLTA_TREE");
+    QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("kolta.ini")));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("[Distribution]\nUrl=mqtt://c\n") > 0);
+    file.close();
+    QVERIFY(Startup::CfgCenter::Instance().Open(file.fileName()));
+    QCOMPARE(found(std::nullopt), QStringLiteral("mqtt://c of Distribution/Url"));
+    qputenv("KOLTA_TREE", "mqtt://e");
+    QCOMPARE(found(std::nullopt), QStringLiteral("mqtt://e of KOLTA_TREE"));
+    // Also an empty one is what the user has said.
+    QCOMPARE(found(QString()), QStringLiteral(" of --tree"));
+    QCOMPARE(found(QStringLiteral("mqtt://o")), QStringLiteral("mqtt://o of --tree"));
+    qunsetenv("KOLTA_TREE");
+}
+
 void TestParts::fitsTables()
 {
     const auto lines = [](const KoltaCli::Table& table, int width) {
@@ -95,6 +121,9 @@ void TestParts::fitsTables()
                                               "Süd 1     5  free as can be\n"
                                               "W\n"
                                               "       12.5"));
+    KoltaCli::Table forged({QStringLiteral("NAME"), QStringLiteral("STATE")});
+    forged.addRow({QStringLiteral("a\nS2"), QStringLiteral("\r\u2028up")});
+    QCOMPARE(lines(forged, 40), QStringLiteral("NAME  STATE\na\uFFFDS2  \uFFFD\uFFFDup"));
     // Texts break at blanks; names and numbers do not.
     QCOMPARE(lines(table, 20), QStringLiteral("NAME    MHz  STATE\n"
                                               "Süd 1     5  free as\n"

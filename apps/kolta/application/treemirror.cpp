@@ -10,7 +10,22 @@
 #include <algorithm>
 #include <utility>
 
+namespace KoltaCli {
+
+namespace {
+
+KoltaApps::NamedTree treeOf(const CommandLine& line)
+{
+    return KoltaApps::namedTree(line.isSet("tree") ? std::optional(line.value("tree")) : std::nullopt);
+}
+
+} // namespace
+
+} // namespace KoltaCli
+
 #ifdef KOLTA_WITH_DISTRIBUTION
+
+#include <common/linkoptions.h>
 
 #include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
@@ -55,17 +70,16 @@ bool isTimeAtFault(const QString& url)
 std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QString& error)
 {
     using namespace distribution;
-    const QString url = TreeMirror::urlOf(line);
+    const KoltaApps::NamedTree tree = treeOf(line);
+    const QString& url = tree.url;
     const bool isRecording = ReplayAddress::IsMeant(url);
     const bool fits = isRecording ? ReplayAddress::FromUrl(url, error).has_value()
                                   : !line.isSet("tree") || BrokerAddress::FromCommandLine(url, error);
-    auto options = fits ? LinkOptions::FromConfiguration(url, error) : std::nullopt;
+    auto options = fits ? KoltaApps::linkOptions(url, error) : std::nullopt;
     if (!options)
         setStartFailure(fits && isRecording && !isTimeAtFault(url) ? eExitFailed : eExitUsage);
     if (!options && !(fits && isRecording))
-        error.prepend(QStringLiteral("--tree: "));
-    if (options)
-        options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
+        error.prepend(tree.source + QStringLiteral(": "));
     return options;
 }
 
@@ -270,7 +284,7 @@ QVector<Option> TreeMirror::options()
 
 QString TreeMirror::urlOf(const CommandLine& line)
 {
-    return line.isSet("tree") ? line.value("tree") : KoltaApps::usualTreeUrl();
+    return treeOf(line).url;
 }
 
 std::unique_ptr<TreeMirror> TreeMirror::join(const CommandLine& line, const QStringList& wanted)

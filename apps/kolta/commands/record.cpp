@@ -1,12 +1,12 @@
 #include "commands.h"
 
+#include <common/linkoptions.h>
 #include <common/terminationsignals.h>
 #include <kolta/application/treemirror.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 
-#include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
 
 #include <distribution/replay.h>
@@ -34,10 +34,8 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line)
         error = QStringLiteral("a recording is not recorded again; copy its file");
     const bool fits =
         !url.isEmpty() && !isRecording && (!line.isSet("tree") || BrokerAddress::FromCommandLine(url, error));
-    auto options = fits ? LinkOptions::FromConfiguration(url, error) : std::nullopt;
-    if (options)
-        options->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
-    else
+    auto options = fits ? KoltaApps::linkOptions(url, error) : std::nullopt;
+    if (!options)
         line.usageError(error);
     return options;
 }

@@ -14,7 +14,6 @@
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/servermodel.h>
-#include <koltacommon/servernodes.h>
 #include <koltacommon/shorttimevalues.h>
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/tunermodel.h>
@@ -24,6 +23,8 @@
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "treebranches.h"
+
+#include <common/linkoptions.h>
 
 #include <distribution/replay.h>
 #include <distribution/treelink.h>
@@ -138,12 +139,11 @@ bool Session::simulate(const Options& options, QString& error)
 bool Session::mirror(const Options& options, QString& error)
 {
     QString problem;
-    auto link = distribution::LinkOptions::FromConfiguration(options.url, problem);
+    auto link = KoltaApps::linkOptions(options.url, problem);
     if (!link) {
         error = QStringLiteral("--tree: %1").arg(problem);
         return false;
     }
-    link->compared = Kolta::ServerNodes::pathEnds(Kolta::ServerNodes::eWhole);
     m_url = link->mqtt.address.ToText();
     if (const auto address = distribution::BrokerAddress::FromUrl(options.url, problem))
         m_treeUrl = address->ToUrl(); // others find the user of an access file themselves
