@@ -160,28 +160,27 @@ Command assignmentsCommand()
 {
     const Argument ffp{"FFP", "GUID of an FFP, or the display name of one that runs."};
     const auto on = [](auto use) { return onShortTime<ShortTimeFFPAssignmentItemMap>(use); };
-    return {
-        "assignments",
-        "list, show or set what FFPs are to look for",
-        "Works on what the FFPs of a server in a simulated installation inside this process are to look for. "
-        "FFP is a GUID, or the display name of one that runs. What set does not say of profiles, radio, "
-        "resource and coverage stays as it is.",
-        {},
-        Servers::options(
-            {text("profiles", "names", "set: names of the profiles, separated by commas; \"\" for none."),
-             whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
-             whole("resource", "number", "set: number of the FFP in the resource model, up to 65535 (0).", 0,
-                   std::numeric_limits<quint16>::max()),
-             whole("coverage", "number", "set: minimum coverage in per cent (50).", 0, 100),
-             flag("disabled", "set: the FFP does not look for them yet."),
-             flag("record", "set: record the emissions that are detected."), Users::option()}),
-        nullptr,
-        {{"list", {}, "Lists all assignments.", on(list)},
-         {"show", {ffp}, "Shows that of an FFP.", on(show)},
-         {"set",
-          {ffp},
-          "Asks the server for another one.",
-          changeShortTime<ShortTimeFFPAssignmentItemMap>(Kolta::UserAction::EditAssignments, set)}}};
+    return {"assignments",
+            "list, show or set what FFPs are to look for",
+            "Works on what the FFPs of a server in the installation are to look for. "
+            "FFP is a GUID, or the display name of one that runs. What set does not say of profiles, radio, "
+            "resource and coverage stays as it is.",
+            {},
+            Servers::options(
+                {text("profiles", "names", "set: names of the profiles, separated by commas; \"\" for none."),
+                 whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
+                 whole("resource", "number", "set: number of the FFP in the resource model, up to 65535 (0).",
+                       0, std::numeric_limits<quint16>::max()),
+                 whole("coverage", "number", "set: minimum coverage in per cent (50).", 0, 100),
+                 flag("disabled", "set: the FFP does not look for them yet."),
+                 flag("record", "set: record the emissions that are detected."), Users::option()}),
+            nullptr,
+            {{"list", {}, "Lists all assignments.", on(list)},
+             {"show", {ffp}, "Shows that of an FFP.", on(show)},
+             {"set",
+              {ffp},
+              "Asks the server for another one.",
+              changeShortTime<ShortTimeFFPAssignmentItemMap>(Kolta::UserAction::EditAssignments, set)}}};
 }
 
 } // namespace KoltaCli

@@ -68,7 +68,7 @@ Command classesCommand()
 {
     return {"classes",
             "draw the tree of tuner classes",
-            "Draws the tree of tuner classes of a simulated installation inside this process; of default "
+            "Draws the tree of tuner classes of the installation; of default "
             "classes, if it has none.",
             {},
             Servers::options(),

@@ -171,8 +171,8 @@ Command conversionsCommand()
     };
     return {"conversions",
             "list, start, finish or tidy up conversions of recordings",
-            "Works on the results of conversions of recordings on a server in a simulated installation "
-            "inside this process. start and finish play the conversion production. RECORD is "
+            "Works on the results of conversions of recordings on a server of the installation. "
+            "start and finish play the conversion production. RECORD is "
             "SUBSYSTEM/DEVICE/RECORD.",
             {},
             Servers::options(

@@ -100,16 +100,15 @@ int demandClasses(const CommandLine& line, const EmbeddedInstallation& installat
 
 Command demandClassesCommand()
 {
-    return {
-        "demand-classes",
-        "list the demand classes that an application may use",
-        "Lists the resource demand classes that an application may use, narrow ones first, of a simulated "
-        "installation inside this process.",
-        {},
-        EmbeddedInstallation::options(
-            {choice("app-type", "type", "Type of the application, by name or number.", kAppTypeNames),
-             text("tuner", "tuner", "Only what this tuner, by GUID or name, can feed.")}),
-        with(EmbeddedInstallation::start, demandClasses)};
+    return {"demand-classes",
+            "list the demand classes that an application may use",
+            "Lists the resource demand classes that an application may use, narrow ones first, of the "
+            "installation.",
+            {},
+            EmbeddedInstallation::options(
+                {choice("app-type", "type", "Type of the application, by name or number.", kAppTypeNames),
+                 text("tuner", "tuner", "Only what this tuner, by GUID or name, can feed.")}),
+            with(EmbeddedInstallation::start, demandClasses)};
 }
 
 } // namespace KoltaCli

@@ -66,13 +66,12 @@ int moveFfp(const CommandLine& line, Servers& servers)
 
 Command moveCommand()
 {
-    return {
-        "move",
-        "move an FFP to another MCP",
-        "Moves an FFP to another MCP of the same server, in a simulated installation inside this process.",
-        {{"FFP", "GUID or name of the FFP."}, {"MCP", "GUID or name of the MCP."}},
-        Servers::options({Users::option()}),
-        with(Servers::startUp, moveFfp)};
+    return {"move",
+            "move an FFP to another MCP",
+            "Moves an FFP to another MCP of the same server, in the installation.",
+            {{"FFP", "GUID or name of the FFP."}, {"MCP", "GUID or name of the MCP."}},
+            Servers::options({Users::option()}),
+            with(Servers::startUp, moveFfp)};
 }
 
 } // namespace KoltaCli

@@ -278,7 +278,7 @@ Command planCommand()
     return {
         "plan",
         "give tuners to several classes at once",
-        "Gives each class a free tuner of its own, in a simulated installation inside this process: each in "
+        "Gives each class a free tuner of its own, in the installation: each in "
         "turn its cheapest one that is left. Within a shell the tuners stay planned if all classes got one.",
         {{"CLASS", "Name of a tuner class; also repeatedly.", Argument::eAny}},
         Servers::options(

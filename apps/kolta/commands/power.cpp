@@ -169,7 +169,7 @@ Command powerCommand()
 {
     return {"power",
             "switch units on or off",
-            "Switches units of a simulated installation inside this process on or off.",
+            "Switches units of the installation on or off.",
             {{"SWITCH", "What to do.", Argument::eOnce, switchWords()},
              {"UNIT", "GUID or name of a tuner, processing or storage unit; also repeatedly.",
               Argument::eSeveral}},

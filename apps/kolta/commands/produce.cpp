@@ -143,7 +143,7 @@ Command produceCommand()
 {
     return {"produce",
             "start a production, with the tuner that it needs",
-            "Starts a production on a server of a simulated installation inside this process, and plans the "
+            "Starts a production on a server of the installation, and plans the "
             "tuner that it needs.",
             {{"KIND", "What to start.", Argument::eOnce, orderKinds()}},
             Servers::options(

@@ -90,14 +90,13 @@ int productions(const CommandLine& line, const Servers& servers)
 
 Command productionsCommand()
 {
-    return {
-        "productions",
-        "list what runs",
-        "Lists what runs on the servers of a simulated installation inside this process: productions and the "
-        "processors within them.",
-        {},
-        Servers::options(),
-        with(Servers::startUp, productions)};
+    return {"productions",
+            "list what runs",
+            "Lists what runs on the servers of the installation: productions and the "
+            "processors within them.",
+            {},
+            Servers::options(),
+            with(Servers::startUp, productions)};
 }
 
 } // namespace KoltaCli

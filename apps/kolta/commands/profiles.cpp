@@ -281,28 +281,28 @@ Command profilesCommand()
     const auto change = [](auto use) {
         return changeShortTime<ShortTimeProfileItemMap>(Kolta::UserAction::EditProfiles, use);
     };
-    return {
-        "profiles",
-        "import, set, remove, list, show, export or compare short-time profiles",
-        "Works on the short-time profiles of a server in a simulated installation inside this process. FILE "
-        "may be \"-\" for standard input or output.",
-        {},
-        Servers::options(
-            QVector<Option>{
-                choice("type", "type", "import, set: type of the profiles; known ones keep theirs otherwise.",
-                       KoltaApps::profileTypeWords()),
-                text("rename", "NAME", "set: another name; assignments follow."),
-                flag("replace", "import: leave nothing but the imported profiles."), Users::option()} +
-            memberOptions()),
-        nullptr,
-        {{"import", {file}, "Adds the profiles of a file.", change(importFile)},
-         {"list", {}, "Lists all profiles.", on(list)},
-         {"show", {{"PROFILE", ""}}, "Shows all that a profile has.", on(show)},
-         {"set", {{"PROFILE", ""}}, "Creates a profile, or changes what the options name.", change(set)},
-         {"remove", {{"PROFILE", "", Argument::eSeveral}}, "Removes profiles.", change(remove)},
-         {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
-         {"check", {file}, "Tells what in a file is not understood.", check},
-         {"diff", {file, file}, "Compares two files.", diff}}};
+    return {"profiles",
+            "import, set, remove, list, show, export or compare short-time profiles",
+            "Works on the short-time profiles of a server of the installation. FILE "
+            "may be \"-\" for standard input or output.",
+            {},
+            Servers::options(
+                QVector<Option>{choice("type", "type",
+                                       "import, set: type of the profiles; known ones keep theirs otherwise.",
+                                       KoltaApps::profileTypeWords()),
+                                text("rename", "NAME", "set: another name; assignments follow."),
+                                flag("replace", "import: leave nothing but the imported profiles."),
+                                Users::option()} +
+                memberOptions()),
+            nullptr,
+            {{"import", {file}, "Adds the profiles of a file.", change(importFile)},
+             {"list", {}, "Lists all profiles.", on(list)},
+             {"show", {{"PROFILE", ""}}, "Shows all that a profile has.", on(show)},
+             {"set", {{"PROFILE", ""}}, "Creates a profile, or changes what the options name.", change(set)},
+             {"remove", {{"PROFILE", "", Argument::eSeveral}}, "Removes profiles.", change(remove)},
+             {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
+             {"check", {file}, "Tells what in a file is not understood.", check},
+             {"diff", {file, file}, "Compares two files.", diff}}};
 }
 
 } // namespace KoltaCli

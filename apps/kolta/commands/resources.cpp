@@ -120,8 +120,7 @@ Command resourcesCommand()
 {
     return {"resources",
             "list tuners, processing and storage units",
-            "Lists the tuners, processing and storage units of the servers of a simulated installation "
-            "inside this process.",
+            "Lists the tuners, processing and storage units of the installation's servers.",
             {},
             Servers::options(),
             with(Servers::startUp, resources)};

@@ -66,8 +66,8 @@ Command rightsCommand()
 {
     return {"rights",
             "list what the user may do",
-            "Lists the management rights, and which of them the user who is logged in holds: to a simulated "
-            "installation inside this process, or by the file that the configuration names in Users/File.",
+            "Lists the management rights, and which of them the user who is logged in holds: to the "
+            "installation, or by the file that the configuration names in Users/File.",
             {},
             EmbeddedInstallation::options({Users::option()}),
             with(EmbeddedInstallation::start, rights)};

@@ -78,7 +78,7 @@ Command selectCommand()
     return {
         "select",
         "choose the tuner of a class, and tell why that one",
-        "Chooses the tuner of a class that is to be used, of a simulated installation inside this process.",
+        "Chooses the tuner of a class that is to be used, of the installation.",
         {{"CLASS", "Name of a tuner class."}},
         Servers::options(needsOptions() +
                          QVector<Option>{flag(

@@ -160,8 +160,7 @@ Command stopCommand()
 {
     return {"stop",
             "stop productions",
-            "Stops productions or single processors on the servers of a simulated installation inside this "
-            "process.",
+            "Stops productions or single processors on the servers of the installation.",
             {{"GUID", "GUID of a production or a processor, or the name of a processor; also repeatedly.",
               Argument::eAny}},
             Servers::options({flag("all", "Stop everything that runs."), Users::option()}),

@@ -133,7 +133,7 @@ Command watchCommand()
     return {
         "watch",
         "print what happens on the servers until Ctrl-C",
-        "Prints what happens on the servers of a simulated installation inside this process until Ctrl-C: "
+        "Prints what happens on the servers of the installation until Ctrl-C: "
         "working states, messages, resources, processors, productions, hardware processing. Ends after "
         "--timeout seconds where it is given.",
         {},
