@@ -102,6 +102,22 @@ void TestCandidates::followsOrderAndServer()
     QCOMPARE(model.rowCount(), 2);
     QCOMPARE(text(1, CandidatesModel::eRankColumn), "2"_s);
     QCOMPARE(changes.size(), before + 1);
+
+    // Who is away has answered the order that he was asked for, whatever its name, and no other.
+    stage.server.vanish();
+    turn();
+    order.displayName = "renamed"_s;
+    model.setOrder(order);
+    turn();
+    QVERIFY(model.rowCount() == 2 && model.index(0, 0).data(ViewRoles::StaleRole).toBool());
+    order.frequency = 98.5e6;
+    model.setOrder(order);
+    turn();
+    QCOMPARE(model.rowCount(), 0);
+    stage.server.appear();
+    turn();
+    QCOMPARE(model.rowCount(), 2);
+    QVERIFY(text(0, CandidatesModel::eReasonColumn).startsWith("needs 98.5 MHz"_s));
 }
 
 KOLTA_TEST(TestCandidates);

@@ -343,11 +343,17 @@ int CandidatesTable::tooNarrowCount() const
 
 QStringList CandidatesTable::awayServers() const
 {
+    const auto hasLeft = [this](const QString& address) {
+        const auto& all = m_session.facts();
+        return std::any_of(all.begin(), all.end(), [&address](const ServerFacts& facts) {
+            return facts.address == address && facts.hasLeft();
+        });
+    };
     QStringList away;
     for (const QString& address : m_model.addresses()) {
         const Kolta::KoltaServerInterface* const server = m_session.server(address);
-        if (m_rows.hasServer(address) &&
-            (!server || server->getState() == Kolta::SERVER_STATES::eDisconnected))
+        const bool isThere = server && server->getState() != Kolta::SERVER_STATES::eDisconnected;
+        if (!isThere && m_rows.hasServer(address) && !hasLeft(address))
             away.append(address);
     }
     return away;

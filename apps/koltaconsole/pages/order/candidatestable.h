@@ -33,7 +33,7 @@ public:
     bool isOfferHidden() const;
     /// The tuner that somebody pointed at elsewhere is not among the rows.
     bool isWishedMissing() const;
-    /// Of the servers that may have some, those that nobody can ask now.
+    /// Of the servers that may have some, those that are missed and cannot be asked now.
     QStringList awayServers() const;
     /// Why the chosen row cannot take it; empty when it can, or none was chosen.
     QString refusal() const;
