@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <mqtt_protocol.h>
+#include <openssl/crypto.h>
 
 #include <netdb.h>
 #include <netinet/in.h>
@@ -63,6 +64,14 @@ private:
     mosquitto_property* m_list = nullptr;
 };
 
+/// OpenSSL keeps what it has until the process is gone: at the end of main() it would take it away from a
+/// connection that is just being made on its thread.
+int initialise()
+{
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    return mosquitto_lib_init();
+}
+
 } // namespace
 
 void MqttConnection::Worker::Run()
@@ -107,7 +116,7 @@ MqttConnection::Worker::Verdict MqttConnection::Worker::verdictOf(int code, cons
 
 bool MqttConnection::Worker::connect()
 {
-    static const int initialised = mosquitto_lib_init();
+    static const int initialised = initialise();
     m_handle.reset(makeHandle(m_clientId, this));
     mosquitto* const handle = m_handle.get();
     if (initialised != MOSQ_ERR_SUCCESS || !handle)
