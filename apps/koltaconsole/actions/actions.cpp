@@ -37,13 +37,14 @@ QVector<Tab> tabsAround(QWidget* widget)
     return result;
 }
 
-} // namespace
-
+/// Brings the pages to the front that the widget is on.
 void bringToFront(QWidget& widget)
 {
     for (const Tab& tab : tabsAround(&widget))
         tab.tabs->setCurrentWidget(tab.page);
 }
+
+} // namespace
 
 ActionTable::ActionTable(Session& session, QObject* parent) : QObject(parent), m_session(session)
 {

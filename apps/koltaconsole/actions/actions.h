@@ -19,9 +19,6 @@ namespace KoltaConsole {
 
 class Session;
 
-/// Brings the pages to the front that the widget is on.
-void bringToFront(QWidget& widget);
-
 /// What can be done in the console, in one place: menus, buttons, the palette and tool tips come from here.
 class ActionTable : public QObject
 {
