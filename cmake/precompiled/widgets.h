@@ -1,0 +1,20 @@
+// What most units with windows include besides.
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QMenu>
+#include <QPainter>
+#include <QPushButton>
+#include <QSettings>
+#include <QSplitter>
+#include <QStyle>
+#include <QTabWidget>
+#include <QTreeView>
+#include <QVBoxLayout>
+#include <QWidget>
