@@ -2,6 +2,7 @@
 
 #include <simulation/faultids.h>
 
+#include <koltacommon/faultmessagehandler.h>
 #include <koltacommon/guidtext.h>
 #include <koltacommon/q9rprofiles.h>
 #include <koltacommon/servernodes.h>
@@ -305,21 +306,19 @@ bool Installation::loadFaults(const QString& file, QString& error)
         const QString line = lines.at(i).trimmed();
         if (line.isEmpty())
             continue;
-        bool ok = false;
-        const quint32 id = line.section(QLatin1Char('|'), 0, 0).toUInt(&ok);
-        const QString description = line.section(QLatin1Char('|'), 1);
-        if (!ok || description.isEmpty()) {
+        ResourceConverter::FaultDescription fault;
+        if (!Kolta::readFaultLine(line, fault) || fault.text.isEmpty()) {
             error = TextPlace{i + 1, 1}.message(
                 file, QStringLiteral("found \"%1\", expected NUMBER|TEXT").arg(line));
             return false;
         }
-        if (known.contains(id)) {
+        if (known.contains(fault.id)) {
             error = TextPlace{i + 1, 1}.message(
-                file, QStringLiteral("fault %1 stands here again, expected it once").arg(id));
+                file, QStringLiteral("fault %1 stands here again, expected it once").arg(fault.id));
             return false;
         }
-        known.insert(id);
-        m_faults.append({id, description});
+        known.insert(fault.id);
+        m_faults.append(fault);
     }
     for (const FaultId id : kReportedFaults) {
         if (!known.contains(id)) {

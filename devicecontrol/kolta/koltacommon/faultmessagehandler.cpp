@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+using ResourceConverter::FaultDescription;
 using XmlCommon::CFaultTree;
 
 namespace Kolta {
@@ -73,24 +74,6 @@ private:
     QStringList m_first;
 };
 
-enum class LineKind { Entry, Empty, Broken };
-
-LineKind parseLine(const QByteArray& bytes, unsigned int& id, QString& text)
-{
-    int length = bytes.size();
-    while (length > 0 && (bytes.at(length - 1) == '\n' || bytes.at(length - 1) == '\r'))
-        --length;
-    if (length == 0)
-        return LineKind::Empty;
-    const QStringList parts = QString::fromUtf8(bytes.constData(), length).split(QLatin1Char('|'));
-    if (parts.size() < 2)
-        return LineKind::Broken;
-    bool isNumber = false;
-    id = parts.at(0).toUInt(&isNumber, 10);
-    text = parts.at(1);
-    return isNumber ? LineKind::Entry : LineKind::Broken;
-}
-
 /// Reads the rest of a line that is longer than the limit.
 void skipRestOfLine(QIODevice& file, QByteArray& bytes)
 {
@@ -116,12 +99,12 @@ QHash<unsigned int, QString> readReference(QIODevice& file, const QString& path)
             skipRestOfLine(file, bytes);
             continue;
         }
-        unsigned int id = 0;
-        QString text;
-        const LineKind kind = parseLine(bytes, id, text);
-        if (kind == LineKind::Entry)
-            table.insert(id, text);
-        else if (kind == LineKind::Broken)
+        while (bytes.endsWith('\n') || bytes.endsWith('\r'))
+            bytes.chop(1);
+        FaultDescription fault;
+        if (readFaultLine(QString::fromUtf8(bytes.constData(), bytes.size()), fault))
+            table.insert(fault.id, fault.text.section(QLatin1Char('|'), 0, 0));
+        else if (!bytes.isEmpty())
             skipped.add(number);
     }
     skipped.report(path);
@@ -129,7 +112,7 @@ QHash<unsigned int, QString> readReference(QIODevice& file, const QString& path)
 }
 
 /// One line of the file; a text's line breaks would end it early.
-QByteArray toLine(const ResourceConverter::FaultDescription& fault)
+QByteArray toLine(const FaultDescription& fault)
 {
     QString text = fault.text;
     text.replace(QLatin1String("\r\n"), QLatin1String(" "));
@@ -260,8 +243,8 @@ void FaultMessageHandler::sl_QueryFaultReference(ResourceConverter::CQueryFaultR
                 Startup::AdministratorConfiguration::Instance().TavikDataDir() + QStringLiteral("/Vesk.sfr");
         QBuffer answer;
         answer.open(QIODevice::ReadWrite);
-        const QVector<ResourceConverter::FaultDescription>& faults = query->getFaults();
-        for (const ResourceConverter::FaultDescription& fault : faults)
+        const QVector<FaultDescription>& faults = query->getFaults();
+        for (const FaultDescription& fault : faults)
             answer.write(toLine(fault));
         answer.seek(0);
         // Read as a file is, so that this process shows the very texts that later ones will.
@@ -290,6 +273,14 @@ bool FaultMessageHandler::load(const QString& path)
     m_descriptions = readReference(file, path);
     m_initialised = !m_descriptions.isEmpty();
     return m_initialised;
+}
+
+bool readFaultLine(const QString& line, FaultDescription& fault)
+{
+    const int bar = line.indexOf(QLatin1Char('|'));
+    bool isNumber = false;
+    fault = {line.left(bar).toUInt(&isNumber), line.mid(bar + 1)};
+    return isNumber && bar >= 0;
 }
 
 } // namespace Kolta

@@ -14,7 +14,8 @@
 
 namespace ResourceConverter {
 class CQueryFaultReference;
-}
+struct FaultDescription;
+} // namespace ResourceConverter
 
 namespace Kolta {
 
@@ -103,5 +104,8 @@ private:
     QHash<unsigned int, QString> m_descriptions;
     bool m_initialised = false;
 };
+
+/// Reads a line of a fault reference file, "<ID>|<text>", without its line break. False when it is none.
+KOLTA_COMMON_EXPORT bool readFaultLine(const QString& line, ResourceConverter::FaultDescription& fault);
 
 } // namespace Kolta
