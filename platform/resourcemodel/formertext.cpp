@@ -86,13 +86,7 @@ int RecordFinder::find(int begin, int end)
     if (m_former) {
         if (m_table.empty())
             makeTable();
-        const std::size_t mask = m_table.size() - 1;
-        for (std::size_t slot = hash & mask; m_table[slot] != kNone && found == kNone;
-             slot = (slot + 1) & mask) {
-            const Extent& extent = (*m_former)[static_cast<std::size_t>(m_table[slot])];
-            if (extent.hash == hash && extent.length == length && standsAt(extent, begin))
-                found = m_table[slot];
-        }
+        found = slotOf(m_text, {begin, length, hash});
     }
     enter({begin, length, hash}, found);
     return found;
@@ -117,19 +111,23 @@ void RecordFinder::makeTable()
     while (size < 2 * m_former->size())
         size *= 2;
     m_table.assign(size, kNone);
-    const std::size_t mask = size - 1;
     for (std::size_t i = 0; i < m_former->size(); ++i) {
         const Extent& extent = (*m_former)[i];
-        std::size_t slot = extent.hash & mask;
-        bool known = false;
-        while (m_table[slot] != kNone && !known) {
-            const Extent& other = (*m_former)[static_cast<std::size_t>(m_table[slot])];
-            known = other.hash == extent.hash && other.length == extent.length &&
-                    equal(m_formerText + other.begin, m_formerText + extent.begin, extent.length);
-            slot = (slot + 1) & mask;
-        }
-        if (!known)
-            m_table[slot] = static_cast<int>(i);
+        int& slot = slotOf(m_formerText, extent);
+        if (slot == kNone)
+            slot = static_cast<int>(i);
+    }
+}
+
+int& RecordFinder::slotOf(const char16_t* text, const Extent& sought)
+{
+    for (std::size_t slot = sought.hash;; ++slot) {
+        int& former = m_table[slot & (m_table.size() - 1)];
+        const Extent* const other =
+            former == kNone ? nullptr : &(*m_former)[static_cast<std::size_t>(former)];
+        if (!other || (other->hash == sought.hash && other->length == sought.length &&
+                       equal(m_formerText + other->begin, text + sought.begin, sought.length)))
+            return former;
     }
 }
 

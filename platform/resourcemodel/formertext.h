@@ -70,6 +70,8 @@ private:
     bool standsAt(const Extent& former, int begin) const;
     void enter(const Extent& extent, int former);
     void makeTable();
+    /// Where the table has the former record that reads as `sought` of `text`, or the free place for it.
+    int& slotOf(const char16_t* text, const Extent& sought);
 
     const char16_t* m_text;
     int m_size;
