@@ -1,9 +1,9 @@
 #include "figure.h"
-#include "heapbytes.h"
 #include "tokenscan.h"
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <simulation/resourcegenerator.h>
+#include <support/heapbytes.h>
 #include <values/value.h>
 
 #include <QCoreApplication>
@@ -134,7 +134,7 @@ double mirrorBytes(const QByteArray& first, const QByteArray& second, const QStr
 {
     values::Tree& tree = values::Tree::Instance();
     const QString path = QStringLiteral("/Bench/Memory/ADMINISTRATION/Resources");
-    const double before = heapBytes();
+    const qint64 before = heapBytes();
     double bytes = 0;
     {
         auto* value = tree.Emplace<values::StringValue>(path, QString::fromUtf8(first));
@@ -144,7 +144,7 @@ double mirrorBytes(const QByteArray& first, const QByteArray& second, const QStr
         require(observer.FindResource(guid) != nullptr, "the mirror is not complete");
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QCoreApplication::processEvents();
-        bytes = heapBytes() - before;
+        bytes = static_cast<double>(heapBytes() - before);
     }
     tree.Remove(QStringLiteral("/Bench"));
     return bytes;

@@ -1,9 +1,9 @@
 #include "figure.h"
-#include "heapbytes.h"
 #include "peerlinks.h"
 #include "threadcall.h"
 
 #include <koltacommon/koltaconnection.h>
+#include <support/heapbytes.h>
 #include <xmlmessaging/framing.h>
 #include <xmlmessaging/messagecodec.h>
 #include <xmlmessaging/server.h>
@@ -183,12 +183,12 @@ double queuedRequestBytes()
     QObject receiver;
     Kolta::KoltaConnection connection(QStringLiteral("bench"), QStringLiteral("1"),
                                       QHostAddress(QHostAddress::LocalHost), 1, false);
-    const double before = heapBytes();
+    const qint64 before = heapBytes();
     for (int i = 0; i < count; ++i)
         connection.executeRequest(new Kolta::ParameterRequest(
             makeRequest(XmlCommon::CRequestTree(makeParameters())), &receiver, SLOT(deleteLater())));
     require(connection.hasRequestsPending(), "the requests do not wait");
-    return (heapBytes() - before) / count;
+    return static_cast<double>(heapBytes() - before) / count;
 }
 
 Sides queuedRequest()

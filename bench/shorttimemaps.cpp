@@ -1,7 +1,7 @@
 #include "figure.h"
-#include "heapbytes.h"
 
 #include <koltacommon/shorttimeprofileitemmap.h>
+#include <support/heapbytes.h>
 #include <values/command.h>
 
 #include <QBuffer>
@@ -247,11 +247,11 @@ private:
 template<class Map, class Add>
 double bytesOf(const Add& add)
 {
-    const double before = heapBytes();
+    const qint64 before = heapBytes();
     Map map;
     for (int i = 0; i < kMany; ++i)
         add(map, profileNumber(i, 0));
-    return heapBytes() - before;
+    return static_cast<double>(heapBytes() - before);
 }
 
 Sides memory()
