@@ -1,5 +1,7 @@
 #include <distribution/topics.h>
 
+#include <startup/onelinetext.h>
+
 #include <QVector>
 
 #include <algorithm>
@@ -35,20 +37,6 @@ Bytes levelOf(const QString& name)
 }
 
 constexpr int kMostBytesOfName = 256;
-
-/// Surrogates are dealt with by their caller.
-bool isUnseen(uint character)
-{
-    switch (QChar::category(character)) {
-    case QChar::Other_Control:
-    case QChar::Other_Format:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    default:
-        return false;
-    }
-}
 
 /// Nothing for a level that levelOf() does not make, so that every name has one topic.
 std::optional<QString> nameOf(std::string_view level)
@@ -202,7 +190,7 @@ QString WhyNoBranchName(const QString& name)
     if (name.toUtf8().size() > kMostBytesOfName)
         return QStringLiteral("the name of a branch has at most %1 bytes").arg(kMostBytesOfName);
     const auto characters = name.toUcs4();
-    if (std::any_of(characters.begin(), characters.end(), isUnseen))
+    if (std::any_of(characters.begin(), characters.end(), Startup::isUnseen))
         return QStringLiteral("the name of a branch has no line feeds and other control characters");
     if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('+')) || name.contains(QLatin1Char('#')))
         return QStringLiteral("the name of a branch has no \"/\", \"+\" and \"#\"");

@@ -4,13 +4,16 @@
 
 namespace Startup {
 
-bool forgesLines(QChar letter)
+bool isUnseen(uint character)
 {
-    if (letter == QLatin1Char('\t'))
-        return false;
-    const QChar::Category category = letter.category();
+    const QChar::Category category = QChar::category(character);
     return category == QChar::Other_Control || category == QChar::Other_Format ||
            category == QChar::Separator_Line || category == QChar::Separator_Paragraph;
+}
+
+bool forgesLines(QChar letter)
+{
+    return letter != QLatin1Char('\t') && isUnseen(letter.unicode());
 }
 
 QString oneLineText(QString text)

@@ -6,8 +6,10 @@
 
 namespace Startup {
 
-/// Whether a letter begins a line, moves the cursor or turns the direction of writing. A tab, which only sets
-/// in, does not.
+/// Whether a character begins a line, moves the cursor or turns the direction of writing.
+KOLTA_STARTUP_EXPORT bool isUnseen(uint character);
+
+/// The same of a letter, but a tab, which only sets in, does not.
 KOLTA_STARTUP_EXPORT bool forgesLines(QChar letter);
 
 /// `text` as it may stand in one line of a log or terminal: what forges lines becomes U+FFFD.
