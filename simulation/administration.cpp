@@ -116,6 +116,8 @@ QVector<NodeText> Administration::texts() const
 /// What the server finds missing as it comes up, a line each.
 QString Administration::startupErrors() const
 {
+    if (!m_installation.isTellingErrors())
+        return QString();
     QStringList errors;
     for (const auto& tuner : m_resources.overview().GetTuner()) {
         if (!tuner.GetAccessible())

@@ -80,6 +80,9 @@ public:
         m_furtherOverviews.insert(node, text);
     }
     void setCreditsPerUnit(int credits) { m_creditsPerUnit = credits; }
+    /// Whether the server tells what it misses as it comes up, as it does unless it misses that on purpose.
+    bool isTellingErrors() const noexcept { return m_isTellingErrors; }
+    void setTellingErrors(bool isTelling) { m_isTellingErrors = isTelling; }
 
 private:
     bool loadSettings(const QString& file, QString& error);
@@ -100,6 +103,7 @@ private:
     int m_closingWorkingState = -1;
     int m_startupStep = 0;
     int m_creditsPerUnit = 100;
+    bool m_isTellingErrors = true;
     RESOURCEMANAGEMENT::ResourceOverview m_resources;
     QVector<ResourceConverter::FaultDescription> m_faults;
     RESOURCEMANAGEMENT::ResourceDemandClassOverview m_demandClasses;

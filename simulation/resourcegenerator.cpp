@@ -1,5 +1,9 @@
 #include <simulation/resourcegenerator.h>
 
+#include <koltacommon/servernodes.h>
+#include <resourcemodel/tunerclasses.h>
+
+#include <QHash>
 #include <QUuid>
 
 #include <random>
@@ -17,6 +21,7 @@ namespace {
 struct TunerKind
 {
     const char* type;
+    const char* tunerClass; ///< of the sample
     const char* options;
     double minFrequency; ///< Hz, as all below
     double maxFrequency;
@@ -24,10 +29,13 @@ struct TunerKind
     double hardwareBandwidth; ///< 0 for none
 };
 
-constexpr TunerKind kTunerKinds[] = {{"KW", "HF,AM,SP", 9e3, 3e7, 1e6, 0.0},
-                                     {"ZELM", "VRTQ,O2,PS", 2e7, 3e9, 5e6, 2e7},
-                                     {"EB", "VRTQ,SP", 2e7, 6e9, 1e7, 8e7},
-                                     {"DX", "O2,DF,GPS", 1e6, 1.8e10, 2e7, 5e8}};
+constexpr TunerKind kTunerKinds[] = {{"KW", "HF", "HF,AM,SP", 9e3, 3e7, 1e6, 0.0},
+                                     {"ZELM", "Basic", "VRTQ,O2,PS", 2e7, 3e9, 5e6, 2e7},
+                                     {"EB", "Wide", "VRTQ,SP", 2e7, 6e9, 1e7, 8e7},
+                                     {"DX", "Direction finding", "O2,DF,GPS", 1e6, 1.8e10, 2e7, 5e8}};
+
+/// Every unit of the sample works, but for one of this server; more would be no sample of a day's work.
+constexpr int kNumberThatLacksAUnit = 4;
 
 // One stream of numbers per kind of resource, so that no two share a GUID.
 constexpr quint32 kTunerStream = 1;
@@ -66,6 +74,23 @@ void fillIdentity(TavikResource& identity, std::mt19937& random, const QString& 
     identity.SetAddress(
         QStringLiteral("10.%1.%2.%3:5555").arg(number / 62500).arg(number / 250 % 250).arg(number % 250 + 1));
     identity.SetResourceID(firstId + number);
+}
+
+/// Puts generated tuners, of which the classes know nothing, into these.
+void classify(Installation& installation)
+{
+    const QString node = Kolta::ServerNodes::name(Kolta::ServerNodes::eTunerClasses);
+    RESOURCEMANAGEMENT::TunerClassOverview classes;
+    classes.SetXmlString(installation.furtherOverviews().value(node), true);
+    QHash<QString, QVector<QString>> ids;
+    for (const Tuner& tuner : installation.resources().GetTuner())
+        ids[tuner.GetType()].append(tuner.GetTavikResource().GetAddress());
+    QHash<QString, QString> types;
+    for (const TunerKind& kind : kTunerKinds)
+        types.insert(QLatin1String(kind.tunerClass), QLatin1String(kind.type));
+    for (auto& tunerClass : classes.EditTunerClass())
+        tunerClass.SetTunerID(ids.value(types.value(tunerClass.GetName())));
+    installation.setFurtherOverview(node, classes.GetXmlString());
 }
 
 } // namespace
@@ -125,6 +150,23 @@ ResourceOverview makeResources(int tunerCount, quint32 seed)
         overview.EditStorageUnit().append(unit);
     }
     return overview;
+}
+
+Installation makeInstallation(Installation kind, int number, int tunerCount)
+{
+    kind.setServerName(Installation::usualName(number));
+    kind.setHostName(QStringLiteral("station-%1.kolta.example").arg(number));
+    kind.setTellingErrors(number == kNumberThatLacksAUnit);
+    if (tunerCount > 0) {
+        kind.setResources(makeResources(tunerCount, static_cast<quint32>(number)));
+        classify(kind);
+    } else if (number != kNumberThatLacksAUnit) {
+        ResourceOverview resources = kind.resources();
+        for (ProcessingUnit& unit : resources.EditProcessingUnit())
+            unit.SetRegistration(ProcessingUnit::eRegistered);
+        kind.setResources(resources);
+    }
+    return kind;
 }
 
 } // namespace KoltaSimulation

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <simulation/installation.h>
+
 #include <resourcemodel/resources.h>
 
 namespace KoltaSimulation {
@@ -11,5 +13,10 @@ RESOURCEMANAGEMENT::Tuner makeTuner(int number, quint32 seed);
 /// An overview with `tunerCount` tuners, one processing unit for every 40 of them and one storage unit for
 /// every 100, at least one each. A tuner is about 800 bytes of XML.
 RESOURCEMANAGEMENT::ResourceOverview makeResources(int tunerCount, quint32 seed);
+
+/// Server `number` (from 1) of an installation whose servers are copies of `kind`: S1, S2 and so on at
+/// station-1, station-2. `tunerCount` tuners are made for it, in the classes of the sample; 0: it has those
+/// of `kind`, with all processing units registered but S4's. S4 is also the one that tells what it misses.
+Installation makeInstallation(Installation kind, int number, int tunerCount);
 
 } // namespace KoltaSimulation

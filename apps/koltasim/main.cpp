@@ -4,6 +4,7 @@
 
 #include <simulation/activity.h>
 #include <simulation/installation.h>
+#include <simulation/resourcegenerator.h>
 #include <simulation/simulatedserver.h>
 
 #include <QCoreApplication>
@@ -104,6 +105,8 @@ int runServer(const Options& options)
         return fail(kExitWrongUsage, error);
     if (!installation.load(options.installation, error))
         return fail(kExitFailed, error);
+    if (options.number > 0)
+        installation = makeInstallation(installation, options.number, options.tuners);
 
     SimulatedServer server(installation);
     server.setSeed(options.seed);

@@ -13,6 +13,9 @@ using KoltaApps::ProgramOptions;
 /// In the order of the help.
 constexpr KoltaApps::OptionText kOptions[] = {
     {"installation", "DIR", nullptr, "Folder with the installation's files (the sample installation)."},
+    {"number", "N", nullptr,
+     "Plays server N, from 1, of an installation whose servers are all of this kind: S1, S2 and so on."},
+    {"tuners", "N", nullptr, "How many tuners it has; needs --number (those of the files)."},
     {"listen", "HOST:PORT", "127.0.0.1:0",
      "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system pick one. An "
      "IPv6 address may stand in brackets."},
@@ -48,16 +51,17 @@ constexpr char kDescription[] =
 /// What is wrong with options that stand or fall together; empty when nothing is.
 QString problemOfCombination(const ProgramOptions& given)
 {
-    if (given.has("tls-clients") && !given.has("tls"))
-        return QStringLiteral("--tls-clients: expected --tls with it");
     if (given.has("users") && !given.has("tls-clients") && !given.has("publish"))
         return QStringLiteral(
             "--users: expected --tls-clients or --publish with it, or nobody is known by name");
     if (given.has("publish") && given.value("publish").isEmpty())
         return QStringLiteral("--publish: expected a URL");
-    for (const char* const option : {"branch", "take-over"}) {
-        if (given.has(option) && !given.has("publish"))
-            return QStringLiteral("--%1: expected --publish with it").arg(QLatin1String(option));
+    const char* const pairs[][2] = {
+        {"tls-clients", "tls"}, {"branch", "publish"}, {"take-over", "publish"}, {"tuners", "number"}};
+    for (const auto& pair : pairs) {
+        if (given.has(pair[0]) && !given.has(pair[1]))
+            return QStringLiteral("--%1: expected --%2 with it")
+                .arg(QLatin1String(pair[0]), QLatin1String(pair[1]));
     }
     if (given.has("branch") && given.value("branch").isEmpty())
         return QStringLiteral("--branch: expected a name");
@@ -87,15 +91,32 @@ bool readListen(const QString& text, Options& options, QString& message)
 
 bool readNumbers(const ProgramOptions& given, Options& options, QString& message)
 {
-    bool seedOk = false;
-    bool periodOk = false;
-    options.seed = given.value("seed").toUInt(&seedOk);
-    options.period = given.value("period").toInt(&periodOk);
-    if (seedOk && periodOk && options.period >= 1)
-        return true;
-    message = seedOk ? QStringLiteral("--period: expected a number of milliseconds, at least 1")
-                     : QStringLiteral("--seed: expected a number");
-    return false;
+    bool isRight = false;
+    options.seed = given.value("seed").toUInt(&isRight);
+    if (!isRight) {
+        message = QStringLiteral("--seed: expected a number");
+        return false;
+    }
+    const struct
+    {
+        const char* name;
+        int minimum;
+        int& target;
+        const char* expected;
+    } numbers[] = {{"period", 1, options.period, "a number of milliseconds, at least 1"},
+                   {"number", 1, options.number, "a number from 1"},
+                   {"tuners", 0, options.tuners, "a number from 0"}};
+    for (const auto& number : numbers) {
+        if (!given.has(number.name))
+            continue;
+        number.target = given.value(number.name).toInt(&isRight);
+        if (isRight && number.target >= number.minimum)
+            continue;
+        message = QStringLiteral("--%1: expected %2")
+                      .arg(QLatin1String(number.name), QLatin1String(number.expected));
+        return false;
+    }
+    return true;
 }
 
 bool readOptions(const ProgramOptions& given, Options& options, QString& message)

@@ -12,6 +12,8 @@
 struct Options
 {
     QString installation; ///< folder
+    int number = 0;       ///< of the server among many of this kind; 0: it is as the files have it
+    int tuners = 0;       ///< of that server; 0: those of the files
     KoltaApps::Endpoint listen{QHostAddress(QHostAddress::LocalHost), KoltaApps::kAnyPort};
     QString tlsCertificate; ///< PEM with certificate and key; empty: what the configuration says
     QString tlsClients;     ///< PEM with the authority of the clients' certificates

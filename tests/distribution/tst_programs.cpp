@@ -192,10 +192,7 @@ private Q_SLOTS:
                    file.write("[Distribution]\nUser=visitor\nPasswordFile=" + secret.fileName().toUtf8()) > 0;
         };
         QVERIFY(configure("right"));
-        Program server(KOLTASIM_PROGRAM,
-                       {QStringLiteral("--installation"), installationFolder(), QStringLiteral("--publish"),
-                        broker.url()},
-                       configuration);
+        Program server(KOLTASIM_PROGRAM, {QStringLiteral("--publish"), broker.url()}, configuration);
         QCOMPARE(server.result(), 1);
         const QByteArray told = server.readAllStandardError();
         QVERIFY2(told.count("does not let the user \"visitor\" publish \"S1\"") == 1, told.constData());
@@ -231,14 +228,7 @@ private Q_SLOTS:
             const QByteArray code = QByteArray::number(program.result());
             return QByteArray(code + ' ' + program.readAllStandardError());
         };
-        QVERIFY(QDir(m_folder.path()).mkpath(place("bin")) &&
-                QDir(m_folder.path()).mkpath(place("share/koltacommon")));
-        QVERIFY(QFile::copy(QLatin1String(KOLTA_PROGRAM), place("bin/kolta")));
-        const QByteArray noSample = said(*up());
-        QVERIFY2(noSample.startsWith("1 kolta: ") &&
-                     noSample.contains("share/koltacommon/installation/insta"),
-                 noSample.constData());
-        QVERIFY(QFile::link(installationFolder(), place("share/koltacommon/installation")));
+        QVERIFY(QDir().mkpath(place("bin")) && QFile::copy(QLatin1String(KOLTA_PROGRAM), place("bin/kolta")));
         const QByteArray noSimulator = said(*up());
         QVERIFY2(noSimulator.startsWith("1 kolta: S1 cannot be started: "), noSimulator.constData());
         QVERIFY(simulator("#!/bin/sh\necho as it must >&2\nexit 7\n"));
@@ -323,12 +313,7 @@ private:
     /// Commands work on the servers that are there, but do not order from one for want of another.
     void goOnWithout(const QByteArray& told)
     {
-        const QString folder = m_folder.filePath(QStringLiteral("S2"));
-        QFile settings(installationFolder() + QStringLiteral("/installation.ini"));
-        QVERIFY(settings.open(QIODevice::ReadOnly) && QDir().mkpath(folder));
-        QVERIFY(copyInstallation(installationFolder(), folder, "installation.ini",
-                                 settings.readAll().replace("S1\n", "S2\n")));
-        auto other = simulator({QStringLiteral("--installation"), folder});
+        auto other = simulator({QStringLiteral("--number"), QStringLiteral("2")});
         other->line();
         QCOMPARE(other->line(), QStringLiteral("published as S2"));
         const auto kolta = [&](const char* words) { return runKolta(words, m_broker.url()); };
@@ -362,8 +347,7 @@ private:
     QString configurationFile() const { return m_folder.filePath(QStringLiteral("kolta.ini")); }
     std::unique_ptr<Program> simulator(const QStringList& options = {}) const
     {
-        const QStringList arguments{QStringLiteral("--installation"), installationFolder(),
-                                    QStringLiteral("--publish"), m_broker.url()};
+        const QStringList arguments{QStringLiteral("--publish"), m_broker.url()};
         return std::make_unique<Program>(KOLTASIM_PROGRAM, arguments + options, configurationFile());
     }
 

@@ -3,7 +3,6 @@
 #include <distribution/localbroker.h>
 #include <distribution/replay.h>
 #include <distribution/treerecorder.h>
-#include <support/installation.h>
 
 #include <csignal>
 #include <functional>
@@ -92,8 +91,8 @@ private Q_SLOTS:
     void sessionIsPlayedAsItWas()
     {
         const QString file = m_folder.filePath(QStringLiteral("a session?.rec"));
-        auto one = simulator(QStringLiteral("S1"));
-        auto two = simulator(QStringLiteral("S2"));
+        auto one = simulator("1");
+        auto two = simulator("2");
         QVERIFY2(one->says("published as S1") && two->says("published as S2"), one->said.constData());
         const auto recorder = recorderOf({file});
         QVERIFY2(recorder->says("Ctrl-C ends"), recorder->said.constData());
@@ -108,7 +107,7 @@ private Q_SLOTS:
         QVERIFY(becomesTrue(areBack)); // the broker has forgotten them
         two->kill();
         QVERIFY(becomesTrue([this] { return live("servers --tree-timeout 1 --json").contains("\"lost\""); }));
-        two = simulator(QStringLiteral("S2"));
+        two = simulator("2");
         QVERIFY(two->says("published as S2"));
         QVERIFY(becomesTrue(areBack));
         QVERIFY(becomesTrue([this] { return !live("tree dump /").contains("/Clients/{"); }));
@@ -193,7 +192,7 @@ private Q_SLOTS:
     /// Whoever writes it dies, or the disk is full: what was written can be played.
     void crashesAndFullDisks()
     {
-        auto one = simulator(QStringLiteral("S1"));
+        auto one = simulator("1");
         QVERIFY2(one->says("published as S1"), one->said.constData());
         const QString killed = m_folder.filePath(QStringLiteral("killed.rec"));
         QByteArray played;
@@ -282,18 +281,12 @@ private:
         return std::make_unique<Program>(QStringLiteral(KOLTA_PROGRAM),
                                          words("record --tree") + QStringList(m_broker.url()) + further);
     }
-    std::unique_ptr<Program> simulator(const QString& name) const
+    std::unique_ptr<Program> simulator(const char* number) const
     {
-        const QString folder = m_folder.filePath(name);
-        QDir().mkpath(folder);
-        const QByteArray sample = bytesOf(installationFolder() + QStringLiteral("/installation.ini"));
-        const QByteArray text = QByteArray(sample)
-                                    .replace("=S1\n", '=' + name.toUtf8() + '\n')
-                                    .replace("/S1\n", '/' + name.toUtf8() + '\n');
-        copyInstallation(installationFolder(), folder, "installation.ini", text);
         return std::make_unique<Program>(QStringLiteral(KOLTASIM_PROGRAM),
-                                         QStringList{QStringLiteral("--installation"), folder,
-                                                     QStringLiteral("--publish"), m_broker.url()});
+                                         words("--number") + QStringList{QLatin1String(number),
+                                                                         QStringLiteral("--publish"),
+                                                                         m_broker.url()});
     }
 
     QTemporaryDir m_folder;

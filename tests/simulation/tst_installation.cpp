@@ -80,7 +80,8 @@ private Q_SLOTS:
 
     void generatesTheSameAgain()
     {
-        const auto resources = makeResources(1000, 7);
+        const Installation server = makeInstallation(sampleInstallation(), 7, 1000);
+        const auto& resources = server.resources();
         QVERIFY(resources == makeResources(1000, 7));
         QVERIFY(resources != makeResources(1000, 8));
         QSet<QString> guids;
@@ -93,6 +94,10 @@ private Q_SLOTS:
         QCOMPARE(guids.size(), 1000 + 25 + 10);
         const int bytes = resources.GetXmlString().toUtf8().size() / 1000;
         QVERIFY2(bytes > 700 && bytes < 900, qPrintable(QString::number(bytes)));
+        // Who is in no class is never chosen.
+        const QString classes = server.furtherOverviews().value("TunerClasses"_s);
+        for (const auto& tuner : resources.GetTuner())
+            QCOMPARE(classes.count("<TunerID>%1<"_s.arg(tuner.GetTavikResource().GetAddress())), 1);
     }
 
     void readsRules_data()

@@ -4,7 +4,6 @@
 #include <kolta/cli/output.h>
 
 #include <simulation/installation.h>
-#include <simulation/resourcegenerator.h>
 #include <startup/childprocess.h>
 #include <startup/errorhandler.h>
 
@@ -34,8 +33,6 @@ constexpr int kRestartMs = 500;
 /// A server that does not stay up for long is started after pauses that grow from the one above to this.
 constexpr int kLongestRestartMs = 30000;
 constexpr qint64 kStaysUpMs = 60000;
-/// As the sample does; more than one would be no sample of a day's work.
-constexpr int kNumberThatLacksAUnit = 4;
 
 /// The servers' own lines are told as they come: of what goes well there is too much for that, such as a line
 /// for every order.
@@ -83,22 +80,6 @@ bool writeSecret(const QString& path, const QByteArray& content, QString& error)
     return false;
 }
 
-bool copyFile(const QString& from, const QString& to, const std::function<QByteArray(QByteArray)>& changed,
-              QString& error)
-{
-    QFile source(from);
-    QFile target(to);
-    if (!source.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("%1: %2").arg(from, source.errorString());
-        return false;
-    }
-    const QByteArray content = changed(source.readAll());
-    if (target.open(QIODevice::WriteOnly) && target.write(content) == content.size() && target.flush())
-        return true;
-    error = QStringLiteral("%1: %2").arg(to, target.errorString());
-    return false;
-}
-
 bool runOpenssl(const QStringList& arguments, QString& error)
 {
     QProcess openssl;
@@ -140,14 +121,16 @@ LocalInstallation::~LocalInstallation()
 bool LocalInstallation::start(int milliseconds, const std::function<bool()>& isUnwanted, QString& error)
 {
     if (!m_folder.isValid()) {
-        error = QStringLiteral("no folder for files of the servers: %1").arg(m_folder.errorString());
+        error = QStringLiteral("no folder for certificates: %1").arg(m_folder.errorString());
         return false;
     }
     if (!makeBroker(error))
         return false;
-    for (int number = 1; number <= m_settings.servers; ++number) {
-        if (!makeServer(KoltaSimulation::Installation::usualName(number), error))
-            return false;
+    m_servers.resize(static_cast<std::size_t>(m_settings.servers));
+    int number = 0;
+    for (Server& server : m_servers) {
+        server.number = ++number;
+        server.name = KoltaSimulation::Installation::usualName(number);
     }
     m_isStarting = true;
     for (Server& server : m_servers)
@@ -237,41 +220,6 @@ bool LocalInstallation::writeAccess(QString& error) const
     return writeSecret(m_accessFile, lines, error);
 }
 
-/// The sample's files under another name and with all units, and with other tuners where these are wanted.
-bool LocalInstallation::makeServer(const QString& name, QString& error)
-{
-    const QDir sample(KoltaSimulation::Installation::sampleFolder());
-    const QString installation = QStringLiteral("installation.ini");
-    Server server;
-    server.name = name;
-    server.folder = path(name);
-    QDir().mkpath(server.folder);
-    const int number = static_cast<int>(m_servers.size()) + 1;
-    const auto changed = [&](const QString& file, QByteArray content) {
-        if (file == installation)
-            return content.replace("Name=S1\n", "Name=" + name.toUtf8() + '\n')
-                .replace("/AdminTree/S1\n", "/AdminTree/" + name.toUtf8() + '\n')
-                .replace("=station-1.", "=station-" + QByteArray::number(number) + '.');
-        if (file == QLatin1String("resources.xml") && m_settings.tuners > 0)
-            return KoltaSimulation::makeResources(m_settings.tuners, quint32(number)).GetXmlString().toUtf8();
-        return number == kNumberThatLacksAUnit
-                   ? content
-                   : content.replace("<Registration>0</Registration>", "<Registration>1</Registration>");
-    };
-    QStringList files = sample.entryList(QDir::Files);
-    if (!files.contains(installation))
-        files.prepend(installation); // it is told that this one is missing
-    for (const QString& file : qAsConst(files)) {
-        const bool isCopied = copyFile(
-            sample.filePath(file), server.folder + QLatin1Char('/') + file,
-            [&](const QByteArray& content) { return changed(file, content); }, error);
-        if (!isCopied)
-            return false;
-    }
-    m_servers.push_back(std::move(server));
-    return true;
-}
-
 void LocalInstallation::startServer(Server& server)
 {
     server.isPublished = false;
@@ -289,9 +237,9 @@ void LocalInstallation::startServer(Server& server)
                                     .arg(server.process->program(), server.process->errorString()));
     });
     process->setProcessEnvironment(environmentOfServers());
-    process->start(
-        QCoreApplication::applicationDirPath() + QStringLiteral("/koltasim"),
-        {QStringLiteral("--installation"), server.folder, QStringLiteral("--publish"), m_broker->url()});
+    process->start(QCoreApplication::applicationDirPath() + QStringLiteral("/koltasim"),
+                   {QStringLiteral("--number"), QString::number(server.number), QStringLiteral("--tuners"),
+                    QString::number(m_settings.tuners), QStringLiteral("--publish"), m_broker->url()});
 }
 
 void LocalInstallation::readOutput(Server& server)

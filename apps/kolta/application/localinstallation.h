@@ -41,8 +41,8 @@ public:
     qint64 brokerPid() const { return m_broker->pid(); }
     struct Server
     {
+        int number = 0;
         QString name;
-        QString folder;   ///< with its installation's files
         QString endpoint; ///< HOST:PORT, once it listens
         bool isPublished = false;
         QString problem;  ///< why it will not be published, while all are started
@@ -61,7 +61,6 @@ private:
     bool makeBroker(QString& error);
     bool makeCertificates(distribution::LocalBroker::Settings& settings, QString& error) const;
     bool writeAccess(QString& error) const;
-    bool makeServer(const QString& name, QString& error);
     void startServer(Server& server);
     void readOutput(Server& server);
     void readErrors(Server& server);

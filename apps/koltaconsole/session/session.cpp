@@ -19,6 +19,7 @@
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewtime.h>
 
+#include <simulation/installation.h>
 #include <startup/cfgcenter.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
@@ -130,7 +131,7 @@ bool Session::simulate(const Options& options, QString& error)
         return false;
     m_url = tr("simulated");
     m_link = {true, true, QDateTime::currentDateTime(), tr("simulated in this process")};
-    startUsers(SimulatedInstallation::folder() + QStringLiteral("/users.xml"));
+    startUsers(KoltaSimulation::Installation::sampleFolder() + QStringLiteral("/users.xml"));
     return true;
 }
 

@@ -6,17 +6,12 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/productionjob.h>
-#include <koltacommon/servernodes.h>
-#include <resourcemodel/tunerclasses.h>
 #include <simulation/activity.h>
 #include <simulation/installation.h>
 #include <simulation/resourcegenerator.h>
 #include <simulation/simulatedserver.h>
-#include <values/value.h>
 
-#include <QHash>
 #include <QUuid>
-#include <QVector>
 
 namespace KoltaConsole {
 
@@ -29,36 +24,6 @@ using KoltaSimulation::Installation;
 using KoltaSimulation::SimulatedServer;
 
 namespace {
-
-/// Every unit of the sample works, but for one of this server.
-constexpr int kNumberThatLacksAUnit = 4;
-
-void registerUnits(Installation& installation)
-{
-    auto resources = installation.resources();
-    for (auto& unit : resources.EditProcessingUnit())
-        unit.SetRegistration(RESOURCEMANAGEMENT::ProcessingUnit::eRegistered);
-    installation.setResources(resources);
-}
-
-/// Puts generated tuners, of which the sample's classes know nothing, into these.
-void classify(Installation& installation)
-{
-    static const QHash<QString, QString> classOfType{
-        {QStringLiteral("KW"), QStringLiteral("HF")},
-        {QStringLiteral("ZELM"), QStringLiteral("Basic")},
-        {QStringLiteral("EB"), QStringLiteral("Wide")},
-        {QStringLiteral("DX"), QStringLiteral("Direction finding")}};
-    const QString node = Kolta::ServerNodes::name(Kolta::ServerNodes::eTunerClasses);
-    RESOURCEMANAGEMENT::TunerClassOverview classes;
-    classes.SetXmlString(installation.furtherOverviews().value(node), true);
-    QHash<QString, QVector<QString>> ids;
-    for (const auto& tuner : installation.resources().GetTuner())
-        ids[classOfType.value(tuner.GetType())].append(tuner.GetTavikResource().GetAddress());
-    for (auto& tunerClass : classes.EditTunerClass())
-        tunerClass.SetTunerID(ids.value(tunerClass.GetName()));
-    installation.setFurtherOverview(node, classes.GetXmlString());
-}
 
 ProductionOrder orderOf(ProductionOrder::Kind kind, const QString& tunerClass, double frequency,
                         double bandwidth)
@@ -77,36 +42,21 @@ SimulatedInstallation::SimulatedInstallation(QObject* parent) : QObject(parent) 
 
 SimulatedInstallation::~SimulatedInstallation() = default;
 
-QString SimulatedInstallation::folder()
-{
-    return Installation::sampleFolder();
-}
-
 bool SimulatedInstallation::start(const Options& options, QString& error)
 {
     Installation sample;
-    if (!sample.load(folder(), error))
+    if (!sample.load(Installation::sampleFolder(), error))
         return false;
-    auto& registry = KoltaServerRegistry::Instance();
     for (int number = 1; number <= options.servers; ++number) {
-        Installation installation = sample;
-        installation.setServerName(Installation::usualName(number));
-        installation.setHostName(QStringLiteral("station-%1.kolta.example").arg(number));
-        if (options.tuners > 0) {
-            installation.setResources(
-                KoltaSimulation::makeResources(options.tuners, static_cast<quint32>(number)));
-            classify(installation);
-        }
-        if (number != kNumberThatLacksAUnit)
-            registerUnits(installation);
-        m_servers.push_back(std::make_unique<SimulatedServer>(installation));
+        m_servers.push_back(std::make_unique<SimulatedServer>(
+            KoltaSimulation::makeInstallation(sample, number, options.tuners)));
         SimulatedServer& server = *m_servers.back();
         server.publish();
         if (options.activityMs > 0)
             (new KoltaSimulation::Activity(server, static_cast<quint32>(number)))->start(options.activityMs);
     }
-    connect(&registry, &KoltaServerRegistry::si_ServerAdded, this, &SimulatedInstallation::follow);
-    connect(&registry, &KoltaServerRegistry::si_ServerAdded, this, &SimulatedInstallation::startProductions);
+    connect(&KoltaServerRegistry::Instance(), &KoltaServerRegistry::si_ServerAdded, this,
+            &SimulatedInstallation::startProductions);
     return true;
 }
 
@@ -117,22 +67,6 @@ SimulatedServer* SimulatedInstallation::server(const QString& address) const
             return server.get();
     }
     return nullptr;
-}
-
-/// Tuners of the sample are out of reach on purpose; errors of its start-up has the server that lacks a unit.
-void SimulatedInstallation::follow(const QString& address)
-{
-    KoltaServerInterface* const interface = KoltaServerRegistry::Instance().server(address);
-    const SimulatedServer* const server = this->server(address);
-    if (!interface || !server || address.midRef(1).toInt() == kNumberThatLacksAUnit)
-        return;
-    const QString path = server->nodePath(Kolta::ServerNodes::name(Kolta::ServerNodes::eStartupErrors));
-    const auto clear = [path](Kolta::SERVER_STATES::eServerState state) {
-        if (state == Kolta::SERVER_STATES::eOperational)
-            values::WriteOrAnnounce(path, QString());
-    };
-    connect(interface, &KoltaServerInterface::si_StateChanged, this, clear);
-    clear(interface->getState());
 }
 
 /// An MCP with an FFP in it on servers with odd numbers, an SCP on the others.

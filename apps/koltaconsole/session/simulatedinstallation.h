@@ -14,8 +14,8 @@ namespace KoltaConsole {
 
 struct Options;
 
-/// Servers of this process to look at and to try things out on: S1, S2 and so on, each a copy of the sample,
-/// with a few productions as soon as it is up. S4 lacks a processing unit.
+/// Servers of this process to look at and to try things out on, the same as those of `kolta up`, with a few
+/// productions as soon as they are up.
 class SimulatedInstallation : public QObject
 {
     Q_OBJECT
@@ -26,15 +26,12 @@ public:
 
     /// Publishes the servers. False when the sample cannot be read, with what is wrong in one line.
     bool start(const Options& options, QString& error);
-    /// The folder of the sample.
-    static QString folder();
     /// Null when there is none of that name.
     KoltaSimulation::SimulatedServer* server(const QString& address) const;
     /// Whether nothing that it begins with is still on its way.
     bool isSettled() const noexcept { return m_openOrders == 0; }
 
 private:
-    void follow(const QString& address);
     void startProductions(const QString& address);
 
     std::vector<std::unique_ptr<KoltaSimulation::SimulatedServer>> m_servers;
