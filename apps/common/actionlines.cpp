@@ -1,6 +1,5 @@
 #include "actionlines.h"
 
-#include "profiletypes.h"
 #include "shellwords.h"
 
 #include <koltacommon/guidtext.h>
@@ -59,8 +58,8 @@ void addRange(QStringList& words, const char* option, bool use, quint64 from, qu
 /// What the command line takes: of a number without a word it has no word either.
 QString typeWord(Kolta::eShortTimeProfileType type)
 {
-    const QString word = profileTypeWord(type);
-    return word.isNull() ? profileTypeWord(Kolta::eShortTimeProfileUnspecified) : word;
+    const QString word = ShortTimeProfile::typeWord(type);
+    return word.isNull() ? ShortTimeProfile::typeWord(Kolta::eShortTimeProfileUnspecified) : word;
 }
 
 QString guidText(const QUuid& guid)

@@ -1,7 +1,5 @@
 #include "profilemembers.h"
 
-#include <common/profiletypes.h>
-
 #include <QJsonArray>
 
 namespace KoltaCli {
@@ -56,7 +54,7 @@ QJsonObject toJson(const ShortTimeProfile& profile)
 
 QString typeText(Kolta::eShortTimeProfileType type)
 {
-    const QString word = KoltaApps::profileTypeWord(type);
+    const QString word = ShortTimeProfile::typeWord(type);
     return word.isNull() ? QString::number(int(type)) : word;
 }
 

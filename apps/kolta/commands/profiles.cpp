@@ -1,6 +1,5 @@
 #include "commands.h"
 
-#include <common/profiletypes.h>
 #include <kolta/application/profilefile.h>
 #include <kolta/application/profilemembers.h>
 #include <kolta/application/profileoptions.h>
@@ -16,9 +15,11 @@
 #include <koltacommon/shorttimeprofileitemmap.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace KoltaCli {
 
+using Kolta::eShortTimeProfileType;
 using Kolta::ShortTimeProfile;
 using Kolta::ShortTimeProfileItemMap;
 
@@ -26,11 +27,27 @@ namespace {
 
 using Profiles = ShortTimeCollection<ShortTimeProfileItemMap>;
 
+/// In the order of eShortTimeProfileType.
+QStringList typeWords()
+{
+    QStringList words;
+    for (int type = 0; type <= Kolta::eShortTimeProfileIgnore; ++type)
+        words.append(ShortTimeProfile::typeWord(static_cast<eShortTimeProfileType>(type)));
+    return words;
+}
+
+/// What --type says; nothing without it.
+std::optional<eShortTimeProfileType> wantedType(const CommandLine& line)
+{
+    if (!line.isSet("type"))
+        return std::nullopt;
+    return static_cast<eShortTimeProfileType>(line.choice("type"));
+}
+
 /// A file cannot tell the types: without --type a profile that is known keeps the one that it has.
 int importFile(const CommandLine& line, const Profiles& profiles)
 {
-    const auto type =
-        line.isSet("type") ? KoltaApps::profileTypeFromWord(line.value("type").toLower()) : std::nullopt;
+    const auto type = wantedType(line);
     auto read = readProfiles(line.argument(0), type.value_or(Kolta::eShortTimeProfileUnspecified));
     if (!read)
         return eExitFailed;
@@ -160,7 +177,7 @@ int set(const CommandLine& line, const Profiles& profiles)
     const bool isNew = profile.isNull();
     profile.name = name;
     takeMembers(line, profile);
-    const auto type = KoltaApps::profileTypeFromWord(line.value("type").toLower()).value_or(profile.type);
+    const auto type = wantedType(line).value_or(profile.type);
     if (line.isSet("rename")) {
         profile.type = type;
         profile.name = line.value("rename");
@@ -289,7 +306,7 @@ Command profilesCommand()
             Servers::options(
                 QVector<Option>{choice("type", "type",
                                        "import, set: type of the profiles; known ones keep theirs otherwise.",
-                                       KoltaApps::profileTypeWords()),
+                                       typeWords()),
                                 text("rename", "NAME", "set: another name; assignments follow."),
                                 flag("replace", "import: leave nothing but the imported profiles."),
                                 Users::option()} +

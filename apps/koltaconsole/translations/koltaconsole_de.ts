@@ -1090,7 +1090,7 @@ F1 zeigt die Tasten der Seite.</translation>
     <name>Kolta::ShortTimeProfile_ColumnAdapter</name>
     <message>
         <source>unspecified</source>
-        <translation>ohne Angabe</translation>
+        <translation>unbestimmt</translation>
     </message>
     <message>
         <source>burst</source>
@@ -3864,22 +3864,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>Type</source>
         <translation>Typ</translation>
-    </message>
-    <message>
-        <source>unspecified</source>
-        <translation>unbestimmt</translation>
-    </message>
-    <message>
-        <source>burst</source>
-        <translation>Burst</translation>
-    </message>
-    <message>
-        <source>hopper</source>
-        <translation>Springer</translation>
-    </message>
-    <message>
-        <source>ignore</source>
-        <translation>übergehen</translation>
     </message>
     <message>
         <source>of the profile</source>

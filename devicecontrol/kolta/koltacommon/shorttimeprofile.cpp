@@ -2,7 +2,7 @@
 
 #include <koltacommon/itemfield.h>
 
-#include <QtGlobal>
+#include <QCoreApplication>
 
 #include <iterator>
 #include <tuple>
@@ -13,6 +13,13 @@ namespace {
 
 constexpr const char* kModulations[] = {"Unknown", "FSK2", "AM", "PSK2A", "PSK2B", "PSK4A", "PSK4B", "PSK8A"};
 constexpr int kModulationCount = static_cast<int>(std::size(kModulations));
+
+constexpr const char* kTypeContext = "Kolta::ShortTimeProfile_ColumnAdapter";
+/// In the order of eShortTimeProfileType.
+constexpr const char* kTypes[] = {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "unspecified"),
+                                  QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "burst"),
+                                  QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "hopper"),
+                                  QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "ignore")};
 
 /// The members in the order in which they travel.
 constexpr auto kMembers = [](auto& io, auto& profile) {
@@ -63,6 +70,18 @@ qint8 stringToModulationType(const QString& text)
 QString modulationTypeToString(qint8 code)
 {
     return QString::fromLatin1(kModulations[code >= 0 && code < kModulationCount ? code : 0]);
+}
+
+QString ShortTimeProfile::typeWord(eShortTimeProfileType type)
+{
+    return type >= 0 && type < static_cast<int>(std::size(kTypes)) ? QString(QLatin1String(kTypes[type]))
+                                                                   : QString();
+}
+
+QString ShortTimeProfile::typeTitle(eShortTimeProfileType type)
+{
+    return typeWord(type).isNull() ? QString::number(type)
+                                   : QCoreApplication::translate(kTypeContext, kTypes[type]);
 }
 
 bool ShortTimeProfile::operator==(const ShortTimeProfile& other) const

@@ -85,6 +85,11 @@ public:
     /// Sets every member of the hopper profile.
     void fillData(SigVConverter::CFHSeparationParameters::struHopperProfile& hopper) const;
 
+    /// The word of a type, "burst" for instance, the same in every language; null for a number without one.
+    static QString typeWord(eShortTimeProfileType type);
+    /// The same for people, translated; the number where there is no word.
+    static QString typeTitle(eShortTimeProfileType type);
+
     QString GetKey() const override { return name; }
     bool isNull() const { return name.isEmpty(); }
     /// Profiles whose hop rate or symbol rate is not in use are meant to be equal to none, themselves

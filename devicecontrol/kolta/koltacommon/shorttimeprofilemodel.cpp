@@ -17,24 +17,6 @@ QString numbersText(bool isUsed, quint32 from, quint32 to, const QString& unit)
     return isUsed ? QStringLiteral("%1 – %2%3").arg(from).arg(to).arg(unit) : QString();
 }
 
-QString typeText(const ShortTimeProfile& profile)
-{
-    const auto text = [](const char* type) {
-        return QCoreApplication::translate("Kolta::ShortTimeProfile_ColumnAdapter", type);
-    };
-    switch (profile.type) {
-    case eShortTimeProfileUnspecified:
-        return text(QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "unspecified"));
-    case eShortTimeProfileBurst:
-        return text(QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "burst"));
-    case eShortTimeProfileHopper:
-        return text(QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "hopper"));
-    case eShortTimeProfileIgnore:
-        return text(QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "ignore"));
-    }
-    return QString::number(profile.type);
-}
-
 enum eColumn : int {
     eName,
     eType,
@@ -51,7 +33,8 @@ enum eColumn : int {
 constexpr TextColumn<ShortTimeProfile> kColumns[] = {
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "Name"),
      [](const ShortTimeProfile& p) { return p.name; }},
-    {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "Type"), typeText},
+    {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "Type"),
+     [](const ShortTimeProfile& p) { return ShortTimeProfile::typeTitle(p.type); }},
     {QT_TRANSLATE_NOOP("Kolta::ShortTimeProfile_ColumnAdapter", "Frequency"),
      [](const ShortTimeProfile& p) {
          return rangeText(p.useFrequency, static_cast<double>(p.frequencyMin),

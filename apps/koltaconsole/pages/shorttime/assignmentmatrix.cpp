@@ -183,7 +183,7 @@ bool AssignmentMatrix::fits(const FilterWords& words, int row, int column) const
     QStringList texts{m_ffps.at(row).name};
     for (int field = 0; field < kProfileFieldCount; ++field)
         texts.append(fieldText(profile, static_cast<ProfileField>(field)));
-    texts.append(typeTitle(profile.type));
+    texts.append(ShortTimeProfile::typeTitle(profile.type));
     if (profile.useModulation)
         texts.append(Kolta::modulationTypeToString(profile.modulation));
     return words.matches(texts.join(QLatin1Char('\n')).toLower(), bandOf(profile));

@@ -99,7 +99,7 @@ void ProfileEditor::makeLists()
     }
     m_type->setAccessibleName(tr("Type"));
     for (int type = Kolta::eShortTimeProfileUnspecified; type <= Kolta::eShortTimeProfileIgnore; ++type)
-        m_type->addItem(typeTitle(static_cast<Kolta::eShortTimeProfileType>(type)), type);
+        m_type->addItem(ShortTimeProfile::typeTitle(static_cast<Kolta::eShortTimeProfileType>(type)), type);
     for (QComboBox* const box : {m_modulation, m_type})
         connect(box, qOverload<int>(&QComboBox::currentIndexChanged), this, &ProfileEditor::read);
 }

@@ -29,12 +29,6 @@ const char* const kTitles[] = {
     QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Hop rate"),
     QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "Shift")};
 
-/// In the order of eShortTimeProfileType.
-const char* const kTypes[] = {QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "unspecified"),
-                              QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "burst"),
-                              QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "hopper"),
-                              QT_TRANSLATE_NOOP("KoltaConsole::ProfileEditor", "ignore")};
-
 QString translated(const char* text)
 {
     return QCoreApplication::translate("KoltaConsole::ProfileEditor", text);
@@ -87,11 +81,6 @@ QString fieldTitle(ProfileField field)
     return translated(kTitles[static_cast<int>(field)]);
 }
 
-QString typeTitle(Kolta::eShortTimeProfileType type)
-{
-    return type >= 0 && type < 4 ? translated(kTypes[type]) : QString::number(type);
-}
-
 /// By texts, as profiles without a hop or symbol rate are equal to none.
 QVector<FieldDifference> differingFields(const ShortTimeProfile& mine, const ShortTimeProfile& theirs)
 {
@@ -108,7 +97,8 @@ QVector<FieldDifference> differingFields(const ShortTimeProfile& mine, const Sho
         return profile.useModulation ? Kolta::modulationTypeToString(profile.modulation) : QString();
     };
     compare(translated("Modulation"), modulation(mine), modulation(theirs));
-    compare(translated("Type"), typeTitle(mine.type), typeTitle(theirs.type));
+    compare(translated("Type"), ShortTimeProfile::typeTitle(mine.type),
+            ShortTimeProfile::typeTitle(theirs.type));
     return differences;
 }
 

@@ -22,7 +22,6 @@ struct FieldDifference
 
 /// "Symbol rate".
 QString fieldTitle(ProfileField field);
-QString typeTitle(Kolta::eShortTimeProfileType type);
 /// All that an editor of profiles shows; empty for equal ones.
 QVector<FieldDifference> differingFields(const Kolta::ShortTimeProfile& mine,
                                          const Kolta::ShortTimeProfile& theirs);
