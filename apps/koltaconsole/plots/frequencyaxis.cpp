@@ -13,9 +13,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
-#include <QToolButton>
 #include <QVBoxLayout>
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -32,51 +30,6 @@ constexpr double kLeastSpan = 1e3; ///< Hz
 constexpr int kDragFrom = 4;       ///< pixels; less is a click
 
 } // namespace
-
-std::optional<PlotMove> plotMoveOf(int key)
-{
-    switch (key) {
-    case Qt::Key_Left:
-        return PlotMove::Back;
-    case Qt::Key_Right:
-        return PlotMove::On;
-    case Qt::Key_Plus:
-        return PlotMove::In;
-    case Qt::Key_Minus:
-        return PlotMove::Out;
-    case Qt::Key_0:
-        return PlotMove::All;
-    default:
-        return std::nullopt;
-    }
-}
-
-void addPlotButtons(QBoxLayout& row, const std::array<QString, 5>& names,
-                    const std::function<void(PlotMove)>& go)
-{
-    const char* const signs[] = {"←", "→", "+", "−", "0"};
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        auto* const button = new QToolButton(row.parentWidget());
-        button->setText(QString::fromUtf8(signs[i]));
-        button->setToolTip(names[i]);
-        button->setAccessibleName(names[i]);
-        button->setAutoRaise(true);
-        button->setFixedSize(26, 22);
-        button->setFocusPolicy(Qt::NoFocus);
-        QObject::connect(button, &QToolButton::clicked, button,
-                         [go, wanted = static_cast<PlotMove>(i)] { go(wanted); });
-        row.addWidget(button);
-    }
-}
-
-void paintFocusFrame(QWidget& widget)
-{
-    if (!widget.hasFocus())
-        return;
-    QPainter painter(&widget);
-    painter.setPen(QPen(Theme::instance().color(Role::Planned), kFocusFrame));
-    painter.drawRect(widget.rect().adjusted(1, 1, -1, -1));
-}
 
 /// The names of the lanes, with how many are free.
 class FrequencyAxis::Gutter : public QWidget
@@ -135,6 +88,7 @@ private:
 FrequencyAxis::FrequencyAxis(QWidget* parent)
     : QWidget(parent)
     , m_plot(std::make_unique<LanesPlot>(this, [this](int lane) { return laneRoom(lane); }))
+    , m_moves(*this, *this, *m_plot)
     , m_gutter(new Gutter(*this))
     , m_scroll(new QScrollBar(Qt::Vertical, this))
 {
@@ -213,28 +167,9 @@ QWidget* FrequencyAxis::makeLegend()
     layout->setContentsMargins(0, 0, 8, 0);
     layout->setSpacing(2);
     layout->addWidget(new Legend(row), 1);
-    addPlotButtons(*layout,
-                   {tr("Lower frequencies (←)"), tr("Higher frequencies (→)"), tr("Zoom in (+)"),
-                    tr("Zoom out (−)"), tr("Show all (0)")},
-                   [this](PlotMove wanted) { go(wanted); });
+    m_moves.addButtons(*layout, {tr("Lower frequencies (←)"), tr("Higher frequencies (→)"), tr("Zoom in (+)"),
+                                 tr("Zoom out (−)"), tr("Show all (0)")});
     return row;
-}
-
-void FrequencyAxis::go(PlotMove wanted)
-{
-    const double middle = m_plot->isLogarithmic() ? std::sqrt(from() * to()) : (from() + to()) / 2;
-    switch (wanted) {
-    case PlotMove::Back:
-        return pan(-kPlotPan);
-    case PlotMove::On:
-        return pan(kPlotPan);
-    case PlotMove::In:
-        return zoom(1 / kPlotZoom, middle);
-    case PlotMove::Out:
-        return zoom(kPlotZoom, middle);
-    case PlotMove::All:
-        return showAll();
-    }
 }
 
 const QVector<Lane>& FrequencyAxis::lanes() const
@@ -374,8 +309,6 @@ void FrequencyAxis::paintEvent(QPaintEvent* /*event*/)
 
 void FrequencyAxis::keyPressEvent(QKeyEvent* event)
 {
-    if (const auto wanted = plotMoveOf(event->key()))
-        return go(*wanted);
     if (event->key() != Qt::Key_Escape)
         return QWidget::keyPressEvent(event);
     m_drag = Drag::None;
@@ -390,12 +323,6 @@ bool FrequencyAxis::eventFilter(QObject* watched, QEvent* event)
     case QEvent::Resize:
         layOut();
         break;
-    case QEvent::Wheel: {
-        const auto* const wheel = static_cast<QWheelEvent*>(event);
-        zoom(std::pow(kPlotZoom, -wheel->angleDelta().y() / 120.0),
-             frequencyAt(static_cast<int>(wheel->position().x())));
-        return true;
-    }
     case QEvent::MouseButtonPress:
         if (mouse()->button() == Qt::LeftButton)
             press(mouse()->pos(), mouse()->modifiers().testFlag(Qt::ShiftModifier));

@@ -10,14 +10,10 @@
 #include <qwt_scale_draw.h>
 #include <qwt_scale_map.h>
 
-#include <QBoxLayout>
 #include <QDateTime>
-#include <QKeyEvent>
 #include <QPainter>
-#include <QWheelEvent>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace KoltaConsole {
@@ -84,7 +80,8 @@ private:
     ResultsPlot& m_plot;
 };
 
-ResultsPlot::ResultsPlot(QWidget* parent) : QwtPlot(parent), m_item(new Item(*this))
+ResultsPlot::ResultsPlot(QWidget* parent)
+    : QwtPlot(parent), m_moves(*this, *this, *this), m_item(new Item(*this))
 {
     setAxisScaleDraw(QwtPlot::xBottom, new TimeScale);
     setAxisScaleDraw(QwtPlot::yLeft, new HertzScale);
@@ -100,7 +97,6 @@ ResultsPlot::ResultsPlot(QWidget* parent) : QwtPlot(parent), m_item(new Item(*th
         setFollowing(false);
         Q_EMIT si_RangeChanged();
     });
-    canvas()->installEventFilter(this);
     m_item->attach(this);
     connect(&Theme::instance(), &Theme::si_Changed, this, &ResultsPlot::dress);
     dress();
@@ -235,8 +231,7 @@ void ResultsPlot::paint(QPainter& painter, const QwtScaleMap& across, const QwtS
     }
 }
 
-/// What stands at `at` stays there.
-void ResultsPlot::zoom(double factor, double at)
+void ResultsPlot::zoom(double factor, double around)
 {
     const auto range = axisScaleDiv(QwtPlot::xBottom);
     const double span = range.upperBound() - range.lowerBound();
@@ -246,13 +241,12 @@ void ResultsPlot::zoom(double factor, double at)
         arrange();
         return;
     }
-    const double part = (at - range.lowerBound()) / span;
-    setAxisScale(QwtPlot::xBottom, at - wanted * part, at + wanted * (1 - part));
+    const double part = (around - range.lowerBound()) / span;
+    setAxisScale(QwtPlot::xBottom, around - wanted * part, around + wanted * (1 - part));
     replot();
     Q_EMIT si_RangeChanged();
 }
 
-/// By that part of the time on screen.
 void ResultsPlot::pan(double part)
 {
     setFollowing(false);
@@ -276,54 +270,16 @@ void ResultsPlot::showAll()
     arrange();
 }
 
-void ResultsPlot::go(PlotMove wanted)
-{
-    const auto range = axisScaleDiv(QwtPlot::xBottom);
-    const double middle = (range.lowerBound() + range.upperBound()) / 2;
-    switch (wanted) {
-    case PlotMove::Back:
-        return pan(-kPlotPan);
-    case PlotMove::On:
-        return pan(kPlotPan);
-    case PlotMove::In:
-        return zoom(1 / kPlotZoom, middle);
-    case PlotMove::Out:
-        return zoom(kPlotZoom, middle);
-    case PlotMove::All:
-        return showAll();
-    }
-}
-
 void ResultsPlot::addButtons(QBoxLayout& row)
 {
-    addPlotButtons(
-        row, {tr("Earlier (←)"), tr("Later (→)"), tr("Zoom in (+)"), tr("Zoom out (−)"), tr("Show all (0)")},
-        [this](PlotMove wanted) { go(wanted); });
-}
-
-void ResultsPlot::keyPressEvent(QKeyEvent* event)
-{
-    if (const auto wanted = plotMoveOf(event->key()))
-        go(*wanted);
-    else
-        QwtPlot::keyPressEvent(event);
+    m_moves.addButtons(
+        row, {tr("Earlier (←)"), tr("Later (→)"), tr("Zoom in (+)"), tr("Zoom out (−)"), tr("Show all (0)")});
 }
 
 /// Instead of the frame's own look.
 void ResultsPlot::paintEvent(QPaintEvent* /*event*/)
 {
     paintFocusFrame(*this);
-}
-
-bool ResultsPlot::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == canvas() && event->type() == QEvent::Wheel) {
-        const auto* const wheel = static_cast<QWheelEvent*>(event);
-        const double steps = wheel->angleDelta().y() / 120.0;
-        zoom(std::pow(0.8, steps), invTransform(QwtPlot::xBottom, qRound(wheel->position().x())));
-        return true;
-    }
-    return QwtPlot::eventFilter(watched, event);
 }
 
 } // namespace KoltaConsole

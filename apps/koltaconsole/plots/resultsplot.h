@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frequencyaxis.h"
+#include "plotmoves.h"
 
 #include <qwt_plot.h>
 
@@ -12,7 +12,7 @@ namespace KoltaConsole {
 /// Results of short-time profiles over time and frequency: a rectangle as long and as wide as the emission
 /// where that can be seen, else a symbol; one shape for each of the first eight profiles, one for all others.
 /// Wheel, keys (+ − ← → 0) and buttons zoom and move in time; dragging moves.
-class ResultsPlot : public QwtPlot
+class ResultsPlot : public QwtPlot, public IMovable
 {
     Q_OBJECT
 
@@ -48,8 +48,6 @@ Q_SIGNALS:
     void si_RangeChanged();
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -57,11 +55,11 @@ private:
     void dress();
     void arrange();
     void paint(QPainter& painter, const QwtScaleMap& across, const QwtScaleMap& up, const QRectF& room) const;
-    void zoom(double factor, double at);
-    void pan(double part);
-    void showAll();
-    void go(PlotMove wanted);
+    void zoom(double factor, double around) override;
+    void pan(double part) override;
+    void showAll() override;
 
+    PlotMoves m_moves;
     QVector<Point> m_points;
     double m_span = 600e6; ///< microseconds on screen
     bool m_isFollowing = true;
