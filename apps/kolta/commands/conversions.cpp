@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <common/clocktimes.h>
 #include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/eventwait.h>
@@ -83,18 +84,6 @@ QString problemOfRecord(const QString& text)
                : QStringLiteral("\"%1\" is no record, expected SUBSYSTEM/DEVICE/RECORD").arg(text);
 }
 
-QDateTime timeFrom(const QString& text)
-{
-    return QDateTime::fromString(text, Qt::ISODate);
-}
-
-QString problemOfTime(const QString& text)
-{
-    return timeFrom(text).isValid()
-               ? QString()
-               : QStringLiteral("\"%1\" is no time such as 2031-05-04T03:02:01Z").arg(text);
-}
-
 int tell(const ConvertProductionResultMap& map, const RecordIdentifier& record, bool json)
 {
     if (!map.contains(record)) {
@@ -149,8 +138,9 @@ int finish(const CommandLine& line, const Conversions& known)
 
 int tidy(const CommandLine& line, const Conversions& known)
 {
-    const int erased = known.map().tidyUp(static_cast<quint64>(line.number("keep")),
-                                          timeFrom(line.value("older-than")), line.isSet("failed"));
+    const int erased =
+        known.map().tidyUp(static_cast<quint64>(line.number("keep")),
+                           KoltaApps::momentOf(line.value("older-than")), line.isSet("failed"));
     const int left = static_cast<int>(known.map().Size());
     if (line.json())
         printJson({{QStringLiteral("erased"), erased}, {QStringLiteral("left"), left}});
@@ -184,7 +174,7 @@ Command conversionsCommand()
                  whole("keep", "number", "tidy: results that are left (0).", 0,
                        std::numeric_limits<int>::max(), "0"),
                  checked(text("older-than", "time", "tidy: erase only results made before this time."),
-                         problemOfTime),
+                         KoltaApps::problemOfMoment),
                  Users::option()}),
             nullptr,
             {{"list", {}, "Lists all, the oldest first.", on(list)},

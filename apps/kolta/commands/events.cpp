@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <common/clocktimes.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
@@ -19,28 +20,6 @@ using Kolta::JournalEntry;
 namespace {
 
 constexpr int kMostLines = 1000000000;
-constexpr const char* kTimeFormats[] = {
-    "yyyy-MM-ddTHH:mm:ss.zzz", "yyyy-MM-ddTHH:mm:ss", "yyyy-MM-ddTHH:mm", "yyyy-MM-dd", "HH:mm:ss", "HH:mm"};
-
-/// A time of day is one of today.
-QDateTime timeOf(const QString& text)
-{
-    for (const char* const format : kTimeFormats) {
-        QDateTime time = QDateTime::fromString(text, QLatin1String(format));
-        if (time.isValid() && *format == 'H')
-            time.setDate(QDate::currentDate());
-        if (time.isValid())
-            return time;
-    }
-    return {};
-}
-
-QString checkTime(const QString& text)
-{
-    return timeOf(text).isValid()
-               ? QString()
-               : QStringLiteral("\"%1\" is no time such as 2026-11-21T09:58 or 09:58").arg(text);
-}
 
 QStringList kindWords()
 {
@@ -64,8 +43,8 @@ Kolta::EventFilter filterOf(const CommandLine& line)
         filter.kinds = {static_cast<Event::Kind>(line.choice("kind"))};
     if (line.isSet("weight"))
         filter.least = static_cast<Event::Weight>(line.choice("weight"));
-    filter.from = timeOf(line.value("from"));
-    filter.to = timeOf(line.value("to"));
+    filter.from = KoltaApps::momentOf(line.value("from"));
+    filter.to = KoltaApps::momentOf(line.value("to"));
     filter.words = line.values("word");
     return filter;
 }
@@ -129,20 +108,20 @@ int events(const CommandLine& line)
 
 Command eventsCommand()
 {
-    return {
-        "events",
-        "print what a journal has kept of what happened",
-        "Prints the newest events of a journal that \"watch --journal\" or the console has written, the "
-        "newest last. Repeated ones are one line.",
-        {{"FILE", "The journal.", Argument::eOnce}},
-        {text("server", "name", "Of this server; may be given several times."),
-         choice("kind", "kind", "Of this kind.", kindWords()),
-         choice("weight", "weight", "At least this heavy.", weightWords()),
-         text("word", "text", "With this text in it; may be given several times."),
-         checked(text("from", "time", "From this time on: a date and time, or a time of today."), checkTime),
-         checked(text("to", "time", "Before this time."), checkTime),
-         whole("count", "number", "So many at most (0: all).", 0, kMostLines, "100")},
-        events};
+    return {"events",
+            "print what a journal has kept of what happened",
+            "Prints the newest events of a journal that \"watch --journal\" or the console has written, the "
+            "newest last. Repeated ones are one line.",
+            {{"FILE", "The journal.", Argument::eOnce}},
+            {text("server", "name", "Of this server; may be given several times."),
+             choice("kind", "kind", "Of this kind.", kindWords()),
+             choice("weight", "weight", "At least this heavy.", weightWords()),
+             text("word", "text", "With this text in it; may be given several times."),
+             checked(text("from", "time", "From this time on: a date and time, or a time of today."),
+                     KoltaApps::problemOfMoment),
+             checked(text("to", "time", "Before this time."), KoltaApps::problemOfMoment),
+             whole("count", "number", "So many at most (0: all).", 0, kMostLines, "100")},
+            events};
 }
 
 } // namespace KoltaCli

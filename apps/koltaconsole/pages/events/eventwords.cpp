@@ -1,5 +1,6 @@
 #include "eventwords.h"
 
+#include <common/clocktimes.h>
 #include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>
 
@@ -15,12 +16,6 @@ using Kolta::EventModel;
 
 namespace {
 
-QTime timeOf(const QString& text)
-{
-    const QTime time = QTime::fromString(text, QStringLiteral("H:mm:ss"));
-    return time.isValid() ? time : QTime::fromString(text, QStringLiteral("H:mm"));
-}
-
 /// What a filter line says of times.
 struct Times
 {
@@ -31,10 +26,10 @@ struct Times
     /// False for what is no range of times.
     bool takeRange(const QString& word)
     {
-        static const QRegularExpression range(
-            QStringLiteral("^(\\d{1,2}:\\d\\d(?::\\d\\d)?)?[-–](\\d{1,2}:\\d\\d(?::\\d\\d)?)?$"));
+        static const QRegularExpression range(QStringLiteral("^([\\d:.]*)[-–]([\\d:.]*)$"));
         const QRegularExpressionMatch match = range.match(word);
-        const QTime first = timeOf(match.captured(1)), last = timeOf(match.captured(2));
+        const QTime first = KoltaApps::timeOfDay(match.captured(1));
+        const QTime last = KoltaApps::timeOfDay(match.captured(2));
         const bool isFirstGood = first.isValid() || match.captured(1).isEmpty();
         const bool isLastGood = last.isValid() || match.captured(2).isEmpty();
         if (!match.hasMatch() || !isFirstGood || !isLastGood || (!first.isValid() && !last.isValid()))
@@ -45,8 +40,7 @@ struct Times
     }
     bool takeDay(const QString& word)
     {
-        static const QRegularExpression date(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d$"));
-        const QDate taken = date.match(word).hasMatch() ? QDate::fromString(word, Qt::ISODate) : QDate();
+        const QDate taken = QDate::fromString(word, QStringLiteral("yyyy-MM-dd"));
         if (taken.isValid())
             day = taken;
         return taken.isValid();
