@@ -204,6 +204,9 @@ void TestOrder::startsWhatIsWritten()
     }
     choose(*page, "Class", "HF");
     QTRY_COMPARE(countOfFirst(0, candidates->rows().rowCount()), 0);
+    page->showServer(first);
+    QTRY_COMPARE(candidates->problem(), first + QStringLiteral(" is away"));
+    page->showServer(QString());
     choose(*page, "Class", "Wide");
     leaver->comeBack();
     QTRY_VERIFY(candidates->acceptedCount() > left); // what ran there ended with it

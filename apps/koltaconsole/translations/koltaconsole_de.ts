@@ -1628,6 +1628,13 @@ F1 zeigt die Tasten der Seite.</translation>
 </context>
 <context>
     <name>KoltaConsole::CandidatesTable</name>
+    <message numerus="yes">
+        <source>%1 is away</source>
+        <translation>
+            <numerusform>%1 ist nicht da</numerusform>
+            <numerusform>%1 sind nicht da</numerusform>
+        </translation>
+    </message>
     <message>
         <source>no server has been seen yet</source>
         <translation>noch kein Server wurde gesehen</translation>

@@ -22,6 +22,16 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::CandidatesTable</name>
+    <message numerus="yes">
+        <source>%1 is away</source>
+        <translation>
+            <numerusform>%1 is away</numerusform>
+            <numerusform>%1 are away</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::Cart</name>
     <message numerus="yes">
         <source>Cart: %n order(s), total cost %1</source>

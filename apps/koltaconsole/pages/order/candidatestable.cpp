@@ -341,6 +341,12 @@ int CandidatesTable::tooNarrowCount() const
     return count;
 }
 
+bool CandidatesTable::isAway(const QString& address) const
+{
+    const Kolta::KoltaServerInterface* const server = m_session.server(address);
+    return !server || server->getState() == Kolta::SERVER_STATES::eDisconnected;
+}
+
 QStringList CandidatesTable::awayServers() const
 {
     const auto hasLeft = [this](const QString& address) {
@@ -351,9 +357,7 @@ QStringList CandidatesTable::awayServers() const
     };
     QStringList away;
     for (const QString& address : m_model.addresses()) {
-        const Kolta::KoltaServerInterface* const server = m_session.server(address);
-        const bool isThere = server && server->getState() != Kolta::SERVER_STATES::eDisconnected;
-        if (!isThere && m_rows.hasServer(address) && !hasLeft(address))
+        if (isAway(address) && m_rows.hasServer(address) && !hasLeft(address))
             away.append(address);
     }
     return away;
@@ -366,12 +370,17 @@ QString CandidatesTable::problem() const
         return tr("the order is for %1, and %2 alone is shown").arg(server, m_only);
     if (m_model.addresses().isEmpty())
         return tr("no server has been seen yet");
+    QStringList away;
     for (const QString& address : m_model.addresses()) {
-        const QString text = m_rows.hasServer(address) ? m_model.problemOf(address) : QString();
-        if (!text.isEmpty() && m_rows.rowCount() == 0)
+        if (m_rows.rowCount() > 0 || !m_rows.hasServer(address))
+            continue;
+        if (isAway(address))
+            away.append(address);
+        else if (const QString text = m_model.problemOf(address); !text.isEmpty())
             return text;
     }
-    return QString();
+    return away.isEmpty() ? QString()
+                          : tr("%1 is away", "", away.size()).arg(away.join(QStringLiteral(", ")));
 }
 
 } // namespace KoltaConsole

@@ -46,7 +46,7 @@ public:
     QString reach() const;
     /// How many are refused since they are too narrow.
     int tooNarrowCount() const;
-    /// Why a server has none; empty when all have.
+    /// Why there are none, where servers say so or are away; empty otherwise.
     QString problem() const;
 
 Q_SIGNALS:
@@ -87,6 +87,7 @@ private:
     void follow();
     void chooseWished();
     int chosenRow() const;
+    bool isAway(const QString& address) const;
     bool isStale(int row) const;
     Kolta::OrderCandidate candidate(int row) const;
 
