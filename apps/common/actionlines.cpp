@@ -116,6 +116,23 @@ QString ActionLines::line(const QStringList& words) const
     return shellLine(all);
 }
 
+QString ActionLines::events(const QString& journal, const Kolta::EventFilter& filter) const
+{
+    QStringList words{QStringLiteral("events"), QStringLiteral("--csv"), QStringLiteral("--count"),
+                      QStringLiteral("0")};
+    for (const Kolta::Event::Kind kind : filter.kinds)
+        add(words, "kind", Kolta::Event::word(kind));
+    if (filter.least != Kolta::Event::Weight::Note)
+        add(words, "weight", Kolta::Event::word(filter.least));
+    for (const QString& word : filter.words)
+        add(words, "word", word);
+    for (const QString& word : filter.without)
+        add(words, "without", word);
+    addUnlessEmpty(words, "from", filter.from.toString(Qt::ISODate));
+    addUnlessEmpty(words, "to", filter.to.toString(Qt::ISODate));
+    return line(words + arguments({journal}));
+}
+
 QString ActionLines::produce(const ProductionOrder& order) const
 {
     if (order.processor || !order.production.isNull() || order.attempts != ProductionOrder().attempts)

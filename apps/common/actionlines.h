@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/eventmodel.h>
 #include <koltacommon/ownershipjob.h>
 #include <koltacommon/terminationjob.h>
 
@@ -28,6 +29,8 @@ public:
 
     /// A command, with its words, that changes nothing.
     QString look(const QStringList& words) const { return line(words); }
+    /// What the filter lets through of the journal in that file, as a table.
+    QString events(const QString& journal, const Kolta::EventFilter& filter) const;
     /// Empty for what no line can say: an order with a record, with a production's GUID or another number of
     /// attempts.
     QString produce(const Kolta::ProductionOrder& order) const;

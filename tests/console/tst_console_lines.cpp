@@ -15,6 +15,7 @@
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/window/installationtree.h>
 
+#include <koltacommon/journal.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/q9rprofiles.h>
 
@@ -360,6 +361,12 @@ void TestLines::ofPages()
         QVERIFY2(!m_shell->told().contains(QStringLiteral("kolta:")),
                  qPrintable(wanted + QLatin1Char('\n') + m_shell->told()));
     };
+    const QTemporaryDir folder;
+    QVERIFY(m_stage->session->journal().open(folder.filePath(QStringLiteral("a journal"))));
+    page<Page>("events").filterLine()->setText(QStringLiteral("!\"two words\" 2026-03-01"));
+    QTRY_VERIFY(line("events-save").contains(QStringLiteral("--to")));
+    m_tried.insert(QStringLiteral("events-save"));
+    tryLine(line("events-save"));
     for (const QString& id : pageIds()) {
         Page& shown = page<Page>(qPrintable(id));
         auto* const tabs = shown.findChild<QTabWidget*>();

@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include <common/clocktimes.h>
+#include <common/eventcsv.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
@@ -46,6 +47,7 @@ Kolta::EventFilter filterOf(const CommandLine& line)
     filter.from = KoltaApps::momentOf(line.value("from"));
     filter.to = KoltaApps::momentOf(line.value("to"));
     filter.words = line.values("word");
+    filter.without = line.values("without");
     return filter;
 }
 
@@ -64,6 +66,7 @@ void print(const CommandLine& line, const Kolta::Journal& journal)
 {
     const Kolta::EventFilter filter = filterOf(line);
     const int most = line.number("count");
+    const bool isCsv = line.isSet("csv");
     QVector<const JournalEntry*> entries;
     for (quint64 number = journal.endNumber(); number-- > journal.firstNumber();) {
         const JournalEntry* const entry = journal.entry(number);
@@ -75,19 +78,25 @@ void print(const CommandLine& line, const Kolta::Journal& journal)
     std::reverse(entries.begin(), entries.end());
     Table table({QStringLiteral("TIME"), QStringLiteral("SERVER"), QStringLiteral("WEIGHT"),
                  QStringLiteral("WHAT HAPPENED")});
+    if (isCsv)
+        printLine(QLatin1String(KoltaApps::kEventTitles));
     for (const JournalEntry* const entry : qAsConst(entries)) {
         if (line.json())
             printJson(objectOf(*entry));
+        else if (isCsv)
+            printLine(KoltaApps::eventAsCsv(entry->event, entry->text()));
         else
             table.addRow({entry->event.timeText(), entry->event.server(), Event::word(entry->event.weight),
                           entry->text()});
     }
-    if (!line.json())
+    if (!line.json() && !isCsv)
         table.print();
 }
 
 int events(const CommandLine& line)
 {
+    if (line.json() && line.isSet("csv"))
+        return line.usageError(QStringLiteral("--csv and --json are two formats"));
     const QString path = line.argument(0);
     if (!QFileInfo::exists(path)) {
         printError(QStringLiteral("%1: there is no such file").arg(path));
@@ -117,10 +126,12 @@ Command eventsCommand()
              choice("kind", "kind", "Of this kind.", kindWords()),
              choice("weight", "weight", "At least this heavy.", weightWords()),
              text("word", "text", "With this text in it; may be given several times."),
+             text("without", "text", "Without this text; may be given several times."),
              checked(text("from", "time", "From this time on: a date and time, or a time of today."),
                      KoltaApps::problemOfMoment),
              checked(text("to", "time", "Before this time."), KoltaApps::problemOfMoment),
-             whole("count", "number", "So many at most (0: all).", 0, kMostLines, "100")},
+             whole("count", "number", "So many at most (0: all).", 0, kMostLines, "100"),
+             flag("csv", "Print a table for spreadsheets, with commas.")},
             events};
 }
 

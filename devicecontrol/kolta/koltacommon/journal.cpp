@@ -151,6 +151,11 @@ bool Journal::isWriting() const
     return m_file && m_file->isOpen();
 }
 
+QString Journal::path() const
+{
+    return isWriting() ? m_file->path() : QString();
+}
+
 /// What a new file begins with: what is so, and how long it has been.
 QByteArray Journal::top() const
 {

@@ -71,6 +71,8 @@ public:
     /// that cannot be; what is in memory works all the same.
     bool open(const QString& path);
     bool isWriting() const;
+    /// The file that it writes; empty for none.
+    QString path() const;
     /// Why there is no file, or what in it could not be read; empty for nothing.
     const QString& problem() const noexcept { return m_problem; }
 

@@ -41,6 +41,7 @@ public:
     /// the older one is dropped and a new one begins with the lines that `top` gives, see line().
     bool flush(const std::function<QByteArray()>& top);
     bool isOpen() const { return m_file.isOpen(); }
+    const QString& path() const noexcept { return m_path; }
 
     const QString& problem() const noexcept { return m_problem; }
     /// Lines that could not be read, and where the first stands; empty for none.

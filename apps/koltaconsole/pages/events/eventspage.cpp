@@ -4,6 +4,7 @@
 #include "linksview.h"
 #include "traceview.h"
 
+#include <common/actionlines.h>
 #include <koltacommon/journal.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/session.h>
@@ -129,16 +130,19 @@ void EventsPage::makeKinds()
 void EventsPage::makeActions()
 {
     const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
-                            const std::function<void()>& run) {
+                            const std::function<void()>& run, const std::function<QString()>& line = {}) {
         ActionTable::Entry entry;
         entry.id = QLatin1String(id);
         entry.text = text;
         entry.shortcut = keys;
         entry.run = run;
+        entry.line = line;
         actions().add(entry, this);
     };
     add("events-pause", tr("Pause"), QKeySequence(Qt::CTRL + Qt::Key_P), [this] { pause(); });
-    add("events-save", tr("Save…"), QKeySequence::Save, [this] { askWhereTo(); });
+    add(
+        "events-save", tr("Save…"), QKeySequence::Save, [this] { askWhereTo(); },
+        [this] { return saveLine(); });
 }
 
 void EventsPage::applyFilter()
@@ -199,6 +203,13 @@ void EventsPage::showCount()
             false);
     m_pause->setText(m_model.isHeld() ? tr("Go on (%1 new)").arg(locale.toString(m_model.heldBack()))
                                       : tr("Pause"));
+}
+
+/// Other programs read the journal from its file.
+QString EventsPage::saveLine() const
+{
+    const QString file = session().journal().path();
+    return file.isEmpty() ? QString() : KoltaApps::ActionLines(server()).events(file, m_model.filter());
 }
 
 /// What is shown when the place has been chosen is what is saved.

@@ -46,6 +46,7 @@ private:
     void applyFilter();
     void followDay();
     void pause();
+    QString saveLine() const;
     void askWhereTo();
     void showCount();
     QString whyNone() const;

@@ -1,6 +1,7 @@
 #include "eventwords.h"
 
 #include <common/clocktimes.h>
+#include <common/eventcsv.h>
 #include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>
 
@@ -64,22 +65,6 @@ struct Times
     }
 };
 
-QString quoted(QString text)
-{
-    static const QRegularExpression special(QStringLiteral("[\",;\\r\\n]"));
-    if (!text.contains(special))
-        return text;
-    return QLatin1Char('"') + text.replace(QLatin1Char('"'), QStringLiteral("\"\"")) + QLatin1Char('"');
-}
-
-QByteArray csvLine(const QStringList& cells)
-{
-    QStringList line;
-    for (const QString& cell : cells)
-        line.append(quoted(cell));
-    return line.join(QLatin1Char(',')).toUtf8() + "\r\n";
-}
-
 } // namespace
 
 EventFilter eventFilterOf(const QString& text, const QDateTime& now)
@@ -106,14 +91,13 @@ QByteArray eventsAs(EventFormat format, const EventModel& model)
 {
     QByteArray bytes;
     if (format == EventFormat::Csv)
-        bytes = "time,weight,server,kind,text,guid\r\n";
+        bytes = QByteArray(KoltaApps::kEventTitles) + "\r\n";
     for (int row = model.rowCount() - 1; row >= 0; --row) {
         const QModelIndex index = model.index(row, EventModel::eTextColumn);
         const auto event = index.data(Kolta::ViewRoles::ItemRole).value<Event>();
         const QString text = index.data().toString();
         if (format == EventFormat::Csv) {
-            bytes += csvLine({event.timeText(), Event::word(event.weight), event.server(),
-                              Event::word(event.kind), text, event.guid()});
+            bytes += KoltaApps::eventAsCsv(event, text).toUtf8() + "\r\n";
             continue;
         }
         QJsonObject object = event.toJson();
