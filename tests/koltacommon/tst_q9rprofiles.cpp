@@ -50,22 +50,23 @@ private Q_SLOTS:
             {"<ShiftRange>\n</ShiftRange><ModulationType status='1'>Unknown</ModulationType>", ""},
             {"<FrequencyRange status='1'>1,18446744073709551615</FrequencyRange>", ""},
             {"<FrequencyRange status='1'>3 MHz,4</FrequencyRange>",
-             "1, column 56: <FrequencyRange>: expected a "
+             "1, column 66: <FrequencyRange>: expected a "
              "whole number from 0 to 184467440737"},
-            {"<ShiftRange>1,4294967296</ShiftRange>", "1, column 41: <ShiftRange>: expected a whole number"},
+            {"<ShiftRange>1,4294967296</ShiftRange>", "1, column 51: <ShiftRange>: expected a whole number"},
             {"\n<ShiftRange status='1'>\n \n  2,1</ShiftRange>",
              "4, column 3: <ShiftRange>: expected the smaller"},
-            {"<ShiftRange status='1'/>", "1, column 53: <ShiftRange>: expected two whole numbers"},
-            {"<ModulationType>fsk2</ModulationType>", "1, column 45: <ModulationType>: expected one of FSK2, "
+            {"<ShiftRange status='1'/>", "1, column 63: <ShiftRange>: expected two whole numbers"},
+            {"<ModulationType>fsk2</ModulationType>", "1, column 55: <ModulationType>: expected one of FSK2, "
                                                       "AM, PSK2A, PSK2B, PSK4A, PSK4B, PSK8A, found "
                                                       "\"fsk2\", which counts as Unknown"}};
         for (const auto& [xml, expected] : cases) {
             ShortTimeProfiles file;
-            const ReadReport report = readProfiles("<ShortTimeProfiles><Profile>" + QByteArray(xml) +
-                                                       "</Profile></ShortTimeProfiles>",
+            const ReadReport report = readProfiles("<ShortTimeProfiles><Profile/><Profile>" +
+                                                       QByteArray(xml) + "</Profile></ShortTimeProfiles>",
                                                    "f"_s, file);
             const QString doubts = report.doubts.join(QLatin1Char('|'));
             QVERIFY2(report.isGood() && report.doubtful == (*expected ? 1 : 0), xml);
+            QCOMPARE(report.doubtfulProfiles, *expected ? QVector<int>{1} : QVector<int>());
             QVERIFY2(*expected ? doubts.startsWith("line "_s + QLatin1String(expected)) : doubts.isEmpty(),
                      qPrintable(doubts));
         }

@@ -5,8 +5,6 @@
 #include <kolta/cli/output.h>
 #include <kolta/cli/standardstreams.h>
 
-#include <koltacommon/q9rprofiles.h>
-
 namespace KoltaCli {
 
 using Kolta::ShortTimeProfile;
@@ -15,34 +13,32 @@ namespace {
 
 constexpr qint64 kLargestInput = 64 * 1024 * 1024;
 
+/// Prints what is to be said of the file.
 VESK_Q9R::ReadReport read(const QString& fileName, VESK_Q9R::ShortTimeProfiles& file)
 {
-    if (!isStandardStream(fileName))
-        return VESK_Q9R::readProfileFile(fileName, file);
     VESK_Q9R::ReadReport report;
     QByteArray bytes;
-    if (readInput(fileName, kLargestInput, bytes, report.error))
+    if (!isStandardStream(fileName))
+        report = VESK_Q9R::readProfileFile(fileName, file);
+    else if (readInput(fileName, kLargestInput, bytes, report.error))
         report = VESK_Q9R::readProfiles(bytes, nameOfInput(fileName), file);
+    for (const QString& note : report.notes + report.doubts)
+        printError(nameOfInput(fileName) + QStringLiteral(", ") + note);
+    if (!report.isGood())
+        printError(report.error);
     return report;
 }
 
 } // namespace
 
-std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeProfileType type,
-                                     int* doubtful)
+std::optional<Profiles> readProfiles(const QString& fileName)
 {
     VESK_Q9R::ShortTimeProfiles file;
-    const VESK_Q9R::ReadReport report = read(fileName, file);
-    if (doubtful)
-        *doubtful = report.doubtful;
-    for (const QString& note : report.notes + report.doubts)
-        printError(nameOfInput(fileName) + QStringLiteral(", ") + note);
-    if (!report.isGood()) {
-        printError(report.error);
+    if (!read(fileName, file).isGood())
         return std::nullopt;
-    }
     Profiles profiles;
-    for (const ShortTimeProfile& profile : ShortTimeProfile::fromQ9RProfile(file, type)) {
+    for (const ShortTimeProfile& profile :
+         ShortTimeProfile::fromQ9RProfile(file, Kolta::eShortTimeProfileUnspecified)) {
         if (profiles.contains(profile.name)) {
             printError(QStringLiteral("%1: <Profile>: expected a name of its own, found \"%2\" twice")
                            .arg(nameOfInput(fileName), profile.name));
@@ -50,6 +46,24 @@ std::optional<Profiles> readProfiles(const QString& fileName, Kolta::eShortTimeP
         }
         profiles.insert(profile.name, profile);
     }
+    return profiles;
+}
+
+std::optional<KoltaApps::ImportableProfiles> readImportable(const QString& fileName,
+                                                            Kolta::eShortTimeProfileType type, int* doubtful)
+{
+    VESK_Q9R::ShortTimeProfiles file;
+    const VESK_Q9R::ReadReport report = read(fileName, file);
+    if (!report.isGood())
+        return std::nullopt;
+    if (doubtful)
+        *doubtful = report.doubtful;
+    const KoltaApps::ImportableProfiles profiles = KoltaApps::importable(file, report, type);
+    for (const auto& profile : profiles.leftOut)
+        printError(QStringLiteral("%1: profile %2 (\"%3\") is not taken: %4")
+                       .arg(nameOfInput(fileName), QString::number(profile.number), profile.name,
+                            profile.isTwice ? QStringLiteral("the name is there twice")
+                                            : QStringLiteral("a value is not understood")));
     return profiles;
 }
 

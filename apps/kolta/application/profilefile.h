@@ -1,6 +1,6 @@
 #pragma once
 
-#include <koltacommon/shorttimeprofile.h>
+#include <common/importableprofiles.h>
 
 #include <QMap>
 #include <QString>
@@ -13,13 +13,18 @@ namespace KoltaCli {
 /// Short-time profiles by name.
 using Profiles = QMap<QString, Kolta::ShortTimeProfile>;
 
-/// The profiles of a file, "-" for standard input, all of that type. Prints what was passed over and what
-/// will not be understood; `doubtful`, unless null, is how many values that are. Prints an error and gives
-/// nothing when the file cannot be read or has two profiles of one name, of which a collection could keep
-/// only one.
-std::optional<Profiles> readProfiles(const QString& fileName,
-                                     Kolta::eShortTimeProfileType type = Kolta::eShortTimeProfileUnspecified,
-                                     int* doubtful = nullptr);
+/// The profiles of a file, "-" for standard input. Prints what was passed over and what will not be
+/// understood. Prints an error and gives nothing when the file cannot be read or has two profiles of one
+/// name, of which only one could be compared.
+std::optional<Profiles> readProfiles(const QString& fileName);
+
+/// Those of them that an import takes, all of that type. Prints the same, and a line for each that it leaves
+/// out; `doubtful`, unless null, is how many values will not be understood. Nothing when the file cannot be
+/// read.
+std::optional<KoltaApps::ImportableProfiles>
+readImportable(const QString& fileName,
+               Kolta::eShortTimeProfileType type = Kolta::eShortTimeProfileUnspecified,
+               int* doubtful = nullptr);
 
 /// Writes a file of them; "-" stands for standard output. Returns an empty text, or what went wrong.
 QString writeProfiles(const QString& fileName, const QList<Kolta::ShortTimeProfile>& profiles);

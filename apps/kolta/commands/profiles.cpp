@@ -48,12 +48,13 @@ std::optional<eShortTimeProfileType> wantedType(const CommandLine& line)
 int importFile(const CommandLine& line, const Profiles& profiles)
 {
     const auto type = wantedType(line);
-    auto read = readProfiles(line.argument(0), type.value_or(Kolta::eShortTimeProfileUnspecified));
-    if (!read)
+    const auto read = readImportable(line.argument(0), type.value_or(Kolta::eShortTimeProfileUnspecified));
+    if (!read || (read->taken.isEmpty() && !read->leftOut.isEmpty()))
         return eExitFailed;
+    const int count = read->taken.size();
     std::list<ShortTimeProfile> items;
     int known = 0;
-    for (ShortTimeProfile profile : qAsConst(*read)) {
+    for (ShortTimeProfile profile : read->taken) {
         const bool isKnown = profiles.map().Contains(profile.name);
         if (isKnown && !type)
             profile.type = profiles.map().At(profile.name).type;
@@ -63,14 +64,14 @@ int importFile(const CommandLine& line, const Profiles& profiles)
     profiles.map().Set(items, line.isSet("replace"), true);
     const int total = static_cast<int>(profiles.map().Size());
     if (line.json())
-        printJson({{QStringLiteral("read"), read->size()},
-                   {QStringLiteral("new"), read->size() - known},
+        printJson({{QStringLiteral("read"), count},
+                   {QStringLiteral("new"), count - known},
+                   {QStringLiteral("leftOut"), read->leftOut.size()},
                    {QStringLiteral("profiles"), total}});
     else
         printLine(QStringLiteral("%1 read, %2 of them new; %3 now has %4")
-                      .arg(counted(read->size(), QStringLiteral("profile")),
-                           QString::number(read->size() - known), profiles.server().getAddress(),
-                           QString::number(total)));
+                      .arg(counted(count, QStringLiteral("profile")), QString::number(count - known),
+                           profiles.server().getAddress(), QString::number(total)));
     return eExitOk;
 }
 
@@ -257,21 +258,24 @@ void printDifference(const ProfileDifference& difference, bool json)
                   difference.profile);
 }
 
-/// Fails when something will not be understood, so that scripts can ask.
+/// Fails when an import would leave something out, so that scripts can ask.
 int check(const CommandLine& line)
 {
     int doubtful = 0;
-    const auto profiles = readProfiles(line.argument(0), Kolta::eShortTimeProfileUnspecified, &doubtful);
-    if (!profiles)
+    const auto read = readImportable(line.argument(0), Kolta::eShortTimeProfileUnspecified, &doubtful);
+    if (!read)
         return eExitFailed;
+    const int count = read->taken.size() + read->leftOut.size();
     if (line.json())
-        printJson({{QStringLiteral("profiles"), profiles->size()}, {QStringLiteral("doubtful"), doubtful}});
+        printJson({{QStringLiteral("profiles"), count},
+                   {QStringLiteral("doubtful"), doubtful},
+                   {QStringLiteral("leftOut"), read->leftOut.size()}});
     else
         printLine(QStringLiteral("%1, %2").arg(
-            counted(profiles->size(), QStringLiteral("profile")),
+            counted(count, QStringLiteral("profile")),
             doubtful == 0 ? QStringLiteral("all values are understood")
                           : QStringLiteral("%1 of their values not understood").arg(doubtful)));
-    return doubtful == 0 ? eExitOk : eExitFailed;
+    return read->leftOut.isEmpty() ? eExitOk : eExitFailed;
 }
 
 /// Fails when the files differ, so that scripts can ask.
@@ -318,7 +322,7 @@ Command profilesCommand()
              {"set", {{"PROFILE", ""}}, "Creates a profile, or changes what the options name.", change(set)},
              {"remove", {{"PROFILE", "", Argument::eSeveral}}, "Removes profiles.", change(remove)},
              {"export", {file}, "Writes all profiles to a file.", on(exportFile)},
-             {"check", {file}, "Tells what in a file is not understood.", check},
+             {"check", {file}, "Tells what in a file an import leaves out.", check},
              {"diff", {file, file}, "Compares two files.", diff}}};
 }
 

@@ -118,7 +118,7 @@ public:
             else if (profiles.size() == kMostProfiles)
                 fail(kProfileName, QStringLiteral("expected at most %1 profiles").arg(kMostProfiles));
             else
-                readProfile(appended(profiles));
+                readProfile(appended(profiles), profiles.size() - 1);
         }
         while (next(kRootName) != QXmlStreamReader::EndDocument) {
         }
@@ -201,7 +201,7 @@ private:
         }
     }
 
-    void readProfile(Profile& profile)
+    void readProfile(Profile& profile, int number)
     {
         profile.name = m_xml.attributes().value(kNameAttribute).toString();
         unsigned seen = 0;
@@ -228,25 +228,29 @@ private:
             element.status = statusOf(field->name);
             const auto place = TextPlace::of(m_xml);
             element.value = readText(field->name);
-            judge(*field, element, place);
+            if (isDoubtful(*field, element, place) &&
+                (m_report.doubtfulProfiles.isEmpty() || m_report.doubtfulProfiles.last() != number))
+                m_report.doubtfulProfiles.append(number);
         }
     }
 
     /// Tells of a value that will not be understood; `place` is where it begins. An element that is neither
     /// in use nor says anything need not be understood.
-    void judge(const TextField& field, const TextElement& element, const TextPlace& place)
+    bool isDoubtful(const TextField& field, const TextElement& element, const TextPlace& place)
     {
         const QString& text = element.value;
         const int begin = static_cast<int>(
             std::find_if(text.begin(), text.end(), [](QChar c) { return !c.isSpace(); }) - text.begin());
         if (element.status != kInUse && begin == text.size())
-            return;
+            return false;
         const QString doubt =
             field.largest == 0 ? doubtAboutModulation(text) : doubtAboutRange(text, field.largest);
-        if (doubt.isEmpty() || ++m_report.doubtful > kMostNotes)
-            return;
-        m_report.doubts.append(
-            QStringLiteral("%1: <%2>: %3").arg(place.behind(text.left(begin)).toString(), field.name, doubt));
+        if (doubt.isEmpty())
+            return false;
+        if (++m_report.doubtful <= kMostNotes)
+            m_report.doubts.append(QStringLiteral("%1: <%2>: %3")
+                                       .arg(place.behind(text.left(begin)).toString(), field.name, doubt));
+        return true;
     }
 
     void readNumber(QLatin1String name, NumberElement& element)

@@ -68,6 +68,8 @@ struct KOLTA_COMMON_EXPORT ReadReport
     /// the same. The last line may be a count.
     QStringList doubts;
     int doubtful = 0; ///< how many values that is
+    /// The places of the profiles with such values, from 0, each once and in the order of the file.
+    QVector<int> doubtfulProfiles;
 
     bool isGood() const noexcept { return error.isEmpty(); }
 };

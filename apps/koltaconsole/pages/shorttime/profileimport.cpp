@@ -1,8 +1,7 @@
 #include "profileimport.h"
 
-#include <kolta/application/profilefile.h>
+#include <common/importableprofiles.h>
 #include <kolta/application/profilemembers.h>
-#include <koltacommon/q9rprofiles.h>
 
 #include <QCoreApplication>
 
@@ -16,16 +15,6 @@ struct Texts
 {
     Q_DECLARE_TR_FUNCTIONS(KoltaConsole::ProfileImport)
 };
-
-/// Whether a value of that profile alone would not be understood.
-bool isDoubtful(const VESK_Q9R::Profile& profile)
-{
-    VESK_Q9R::ShortTimeProfiles alone, again;
-    alone.profiles = {profile};
-    QString error;
-    const QByteArray bytes = VESK_Q9R::writeProfiles(alone, error);
-    return !error.isEmpty() || VESK_Q9R::readProfiles(bytes, QString(), again).doubtful > 0;
-}
 
 QString summary(const ShortTimeProfile& profile)
 {
@@ -61,20 +50,8 @@ ProfileImport ProfileImport::read(const QString& file, const Kolta::ShortTimePro
     VESK_Q9R::ShortTimeProfiles content;
     const VESK_Q9R::ReadReport report = VESK_Q9R::readProfileFile(file, content);
     import.error = report.error;
-    const auto profiles = ShortTimeProfile::fromQ9RProfile(content, Kolta::eShortTimeProfileUnspecified);
-    QStringList names;
-    for (int i = 0; report.isGood() && i < profiles.size(); ++i) {
-        ShortTimeProfile profile = profiles.at(i);
-        const bool isTwice = names.contains(profile.name);
-        names.append(profile.name);
-        if (isTwice || isDoubtful(content.profiles.at(i))) {
-            ++import.refused;
-            import.lines.append({Texts::tr("refused: %1").arg(profile.name), QString(),
-                                 isTwice ? Texts::tr("the name is there twice")
-                                         : Texts::tr("a value is not understood, see below"),
-                                 true});
-            continue;
-        }
+    const auto importable = KoltaApps::importable(content, report, Kolta::eShortTimeProfileUnspecified);
+    for (ShortTimeProfile profile : importable.taken) {
         const bool isKnown = map.Contains(profile.name);
         if (isKnown)
             profile.type = map.At(profile.name).type;
@@ -89,6 +66,12 @@ ProfileImport ProfileImport::read(const QString& file, const Kolta::ShortTimePro
                                         summary(profile),
                                         false }};
     }
+    import.refused = importable.leftOut.size();
+    for (const auto& profile : importable.leftOut)
+        import.lines.append({Texts::tr("refused: %1").arg(profile.name), QString(),
+                             profile.isTwice ? Texts::tr("the name is there twice")
+                                             : Texts::tr("a value is not understood, see below"),
+                             true});
     for (const QString& doubt : report.doubts)
         import.lines.append({doubt, QString(), QString(), true});
     return import;

@@ -26,8 +26,8 @@ struct ProfileImport
     int refused = 0;                       ///< profiles
 
     int count() const { return wanted.size() + refused; }
-    /// Compares the file with what is there. Profiles with a value that cannot be understood are refused;
-    /// known ones keep their type, which files do not have.
+    /// Compares the file with what is there. What KoltaApps::importable() leaves out is refused; known
+    /// profiles keep their type, which files do not have.
     static ProfileImport read(const QString& file, const Kolta::ShortTimeProfileItemMap& map);
 };
 
