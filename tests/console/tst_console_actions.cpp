@@ -100,7 +100,8 @@ private Q_SLOTS:
     }
 
     /// The palette completes names of the servers that are shown, and starts none to do so. An action of a
-    /// page that nobody sees says whom it hits, and shows the page first.
+    /// page that nobody sees says whom it hits, and shows the page first; so does a line that asks for it,
+    /// once it is typed in full.
     void palette()
     {
         Options options;
@@ -130,10 +131,26 @@ private Q_SLOTS:
         QCOMPARE(stage.window->currentPage(), page);
         QTRY_VERIFY(page->findChild<QMessageBox*>()); // what is within it would end too
         page->findChild<QMessageBox*>()->reject();
+        QTRY_VERIFY(!page->findChild<QMessageBox*>());
+
+        view->clearSelection();
+        stage.window->showPage(QStringLiteral("overview"));
+        QVERIFY(stage.window->actions().run(QStringLiteral("palette")));
+        line->setText(QStringLiteral("kolta stop --server S1 ") + name.left(1));
+        const QString first = list->item(0)->text();
+        QTest::keyClick(line, Qt::Key_Return);
+        QVERIFY(palette->isVisible());
+        QCOMPARE(QStringLiteral("$ ") + line->text(), first);
+        line->setText(QStringLiteral("kolta stop --server S1 ") + KoltaApps::shellQuoted(name));
+        QVERIFY(palette->findChild<QLabel*>()->text().contains(name + QStringLiteral(" on S1")));
+        QTest::keyClick(line, Qt::Key_Return);
+        QCOMPARE(stage.window->currentPage(), page);
+        QTRY_VERIFY(page->findChild<QMessageBox*>());
+        page->findChild<QMessageBox*>()->reject();
     }
 
-    /// Behind "kolta " Enter does nothing but put a line below the page, to be copied; a server is shown
-    /// alone.
+    /// Behind "kolta " Enter only puts a line below the page, to be copied, that no action does; a server is
+    /// shown alone.
     void paletteKnowsLinesAndServers()
     {
         Options options;
@@ -153,6 +170,10 @@ private Q_SLOTS:
         connect(&actions, &ActionTable::si_Ran, this, [&ran](const QString& id) { ran.append(id); });
         enter("kolta stop"); // which an action is called, too
         QCOMPARE(ran, QStringList{QStringLiteral("palette")});
+        for (const char* const other : {"kolta stop --all", "kolta server quit", "kolta stop --user x A",
+                                        "kolta stop --tree mqtt://none A",
+                                        "kolta stop --server S1 --server S2 A", "kolta stop --none A"})
+            QVERIFY2(!actions.requestOf(QLatin1String(other)), other);
         enter("kolta status --server S2");
         QVERIFY(actions.run(QStringLiteral("copy-line")));
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kolta status --server S2"));
@@ -204,6 +225,9 @@ private Q_SLOTS:
         for (const auto& [id, action] : {std::pair("server-quit", Kolta::UserAction::QuitServer),
                                          std::pair("server-stop-all", Kolta::UserAction::StopAll)})
             QCOMPARE(why(id).isEmpty(), stage.session->mayDo(Kolta::rightFor(action)));
+        const auto request = actions.requestOf(QStringLiteral("kolta server quit S1"));
+        QVERIFY(request);
+        QCOMPARE(actions.enabledBecause(*request), why("server-quit"));
         const auto running = [&stage](const QString& server) {
             const QAbstractItemModel& model = stage.session->processors();
             return model.match(model.index(0, Kolta::ProcessorModel::eServerColumn), Qt::DisplayRole, server)

@@ -172,6 +172,8 @@ void TestLines::ordersAndProductions()
         m_tried.insert(QLatin1String(id));
         const QString shown = line(id);
         QVERIFY2(!shown.isEmpty(), id);
+        const auto request = m_stage->window->actions().requestOf(shown);
+        QVERIFY2(request && request->id == QLatin1String(id), qPrintable(shown));
         m_shell->type(shown);
     };
     page<OrderPage>("order");

@@ -293,7 +293,8 @@ private Q_SLOTS:
         stage.page->profiles().import().preview(path);
         QCOMPARE(stage.profiles().Size(), before);
         QVERIFY(stage.run("short-import-cancel") && !stage.run("short-import-confirm"));
-        stage.page->profiles().import().preview(path);
+        ActionTable& actions = stage.window->actions();
+        QVERIFY(actions.run(*actions.requestOf(QStringLiteral("kolta profiles import ") + path)));
         QVERIFY(stage.run("short-import-confirm"));
         QCOMPARE(stage.profiles().Size(), before + 1);
         QCOMPARE(stage.profiles().At(first.name).shiftMax, changed.shiftMax);

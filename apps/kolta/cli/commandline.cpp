@@ -76,7 +76,7 @@ CommandLine::CommandLine(const Command& command, const CommandTable& table)
 
 int CommandLine::run(const QStringList& words)
 {
-    const QString problem = problemOfWords(words);
+    const QString problem = read(words);
     if (isSet("help")) {
         printLine(help());
         return eExitOk;
@@ -105,7 +105,7 @@ QStringList CommandLine::withNumberMarked(QStringList words) const
     return words;
 }
 
-QString CommandLine::problemOfWords(const QStringList& words)
+QString CommandLine::read(const QStringList& words)
 {
     if (!m_parser.parse(QStringList{QStringLiteral("kolta")} + withNumberMarked(words))) {
         QString text = m_parser.errorText();
@@ -184,6 +184,13 @@ QString CommandLine::problemOfOptions()
             .arg(QString::number(kShortestTimeout), QString::number(kLongestTimeout), value("timeout"));
     m_timeoutMs = qRound(1000 * seconds);
     return {};
+}
+
+QStringList CommandLine::given() const
+{
+    QStringList names = m_parser.optionNames();
+    names.removeDuplicates();
+    return names;
 }
 
 bool CommandLine::isSet(const char* option) const

@@ -25,11 +25,17 @@ public:
     /// Reads the words and runs the command; returns an eExitCode. Help that is asked for is printed instead;
     /// wrong words are told.
     int run(const QStringList& words);
+    /// Reads the words alone. What is wrong with them, or nothing.
+    QString read(const QStringList& words);
     /// What --help shows.
     QString help() const;
 
     /// The commands that are known where this one runs.
     const CommandTable& table() const noexcept { return m_table; }
+    /// The name of the action that was given; empty for none.
+    QString action() const { return m_action ? QLatin1String(m_action->name) : QString(); }
+    /// The names of the options that were given, each once.
+    QStringList given() const;
     bool json() const { return isSet("json"); }
     bool isSet(const char* option) const;
     QString value(const char* option) const { return m_parser.value(QLatin1String(option)); }
@@ -52,7 +58,6 @@ public:
 
 private:
     QStringList withNumberMarked(QStringList words) const;
-    QString problemOfWords(const QStringList& words);
     QString problemOfOptions();
     QString problemOfArguments(const QVector<Argument>& wanted, const QStringList& given) const;
     QString readAction();

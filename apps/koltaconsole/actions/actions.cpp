@@ -1,5 +1,6 @@
 #include "actions.h"
 
+#include <common/shellwords.h>
 #include <koltaconsole/session/session.h>
 
 #include <QAction>
@@ -124,21 +125,55 @@ bool ActionTable::isInSight(const QString& id) const
                        [](const Tab& tab) { return tab.tabs->currentWidget() == tab.page; });
 }
 
+/// Whatever it would be done to.
+QString ActionTable::whyNobodyCan(const Entry& entry) const
+{
+    if (entry.changes && m_session.isReadOnly())
+        return m_session.whyReadOnly();
+    if (entry.needsLink && !m_session.link().isUp)
+        return tr("It needs the link to the broker.");
+    for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {
+        const auto right = UserRights::GetRightValueByIndex(place);
+        if (entry.rights.testFlag(right) && !m_session.mayDo(right))
+            return tr("It needs the right %1.").arg(UserRights::GetRightNameByIndex(place, false));
+    }
+    return QString();
+}
+
 QString ActionTable::enabledBecause(const QString& id) const
 {
     const Entry* const entry = find(id);
     if (!entry)
         return tr("There is no such action.");
-    if (entry->changes && m_session.isReadOnly())
-        return m_session.whyReadOnly();
-    if (entry->needsLink && !m_session.link().isUp)
-        return tr("It needs the link to the broker.");
-    for (int place = 0; place < UserRights::GetNumberOfRights(); ++place) {
-        const auto right = UserRights::GetRightValueByIndex(place);
-        if (entry->rights.testFlag(right) && !m_session.mayDo(right))
-            return tr("It needs the right %1.").arg(UserRights::GetRightNameByIndex(place, false));
+    const QString general = whyNobodyCan(*entry);
+    return general.isEmpty() && entry->problem ? entry->problem() : general;
+}
+
+QString ActionTable::enabledBecause(const Request& request) const
+{
+    const Entry* const entry = find(request.id);
+    if (!entry || !request.asked.run)
+        return enabledBecause(request.id);
+    const QString general = whyNobodyCan(*entry);
+    return general.isEmpty() ? request.asked.problem : general;
+}
+
+std::optional<ActionTable::Request> ActionTable::requestOf(const QString& line) const
+{
+    const std::optional<LineWords> words = readLine(line, m_session);
+    if (!words)
+        return std::nullopt;
+    for (const QString& id : m_ids) {
+        const Entry& entry = *find(id);
+        if (entry.asked) {
+            const auto asked = entry.command == words->command ? entry.asked(*words) : std::nullopt;
+            if (asked)
+                return Request{id, line, *asked};
+        } else if (entry.line && KoltaApps::shellWords(entry.line()) == KoltaApps::shellWords(line)) {
+            return Request{id, line, {QString(), entry.object ? entry.object() : QString(), {}}};
+        }
     }
-    return entry->problem ? entry->problem() : QString();
+    return std::nullopt;
 }
 
 bool ActionTable::run(const QString& id)
@@ -159,6 +194,22 @@ bool ActionTable::run(const QString& id)
         entry.run();
     const QString told = entry.tellsAfterwards ? line() : before;
     Q_EMIT si_Ran(id, told);
+    return true;
+}
+
+bool ActionTable::run(const Request& request)
+{
+    if (!request.asked.run || !enabledBecause(request).isEmpty())
+        return !request.asked.run && run(request.id);
+    std::optional<Request> now = request;
+    if (!isInSight(request.id)) {
+        bringToFront(*m_actions.value(request.id)->parentWidget());
+        now = requestOf(request.line);
+        if (!now || now->id != request.id || !enabledBecause(*now).isEmpty())
+            return false;
+    }
+    now->asked.run();
+    Q_EMIT si_Ran(request.id, request.line);
     return true;
 }
 

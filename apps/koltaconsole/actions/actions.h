@@ -1,5 +1,7 @@
 #pragma once
 
+#include "linewords.h"
+
 #include <koltacommon/userrights.h>
 
 #include <QHash>
@@ -10,6 +12,7 @@
 #include <QVector>
 
 #include <functional>
+#include <optional>
 
 class QAction;
 class QPushButton;
@@ -25,6 +28,14 @@ class ActionTable : public QObject
     Q_OBJECT
 
 public:
+    /// What an action would do to those whom a line of `kolta` names.
+    struct Asked
+    {
+        QString problem;           ///< why it cannot; empty: it can
+        QString object;            ///< whom it would hit, by name
+        std::function<void()> run; ///< null: what the action does now is the same
+    };
+
     struct Entry
     {
         QString id;
@@ -39,6 +50,18 @@ public:
         std::function<QString()> problem; ///< a further reason why it cannot be done now; empty: none
         std::function<QString()> object;  ///< whom it would hit now, by name
         bool changes = false;             ///< the installation, which --read-only forbids
+        /// The command that asks for it with its flags, "own --force", and what it then does to those whom
+        /// the line names; nothing for a line that it cannot do.
+        QString command;
+        std::function<std::optional<Asked>(const LineWords& words)> asked;
+    };
+
+    /// A line of `kolta` that an action does.
+    struct Request
+    {
+        QString id;
+        QString line;
+        Asked asked;
     };
 
     ActionTable(Session& session, QObject* parent);
@@ -62,6 +85,11 @@ public:
     QString enabledBecause(const QString& id) const;
     /// Shows the page that it belongs to before: it is done to what is selected there.
     bool run(const QString& id);
+    /// Which action does what that line asks for: of those whom it names, or of what is chosen now, when that
+    /// has this line. Nothing when there is none.
+    std::optional<Request> requestOf(const QString& line) const;
+    QString enabledBecause(const Request& request) const;
+    bool run(const Request& request);
     /// Asks anew what can be done; for those whose reasons have changed.
     void refresh();
 
@@ -70,6 +98,8 @@ Q_SIGNALS:
     void si_Ran(const QString& id, const QString& line);
 
 private:
+    QString whyNobodyCan(const Entry& entry) const;
+
     Session& m_session;
     QStringList m_ids;
     QHash<QString, Entry> m_entries;

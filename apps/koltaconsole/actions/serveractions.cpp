@@ -69,16 +69,17 @@ void ServerActions::showMenu(const QString& address, const QPoint& place)
     menu->popup(place);
 }
 
-QString ServerActions::problem() const
+QString ServerActions::problemOf(const QString& address) const
 {
-    if (target().isEmpty())
+    if (address.isEmpty())
         return tr("No server is selected.");
-    return m_session.factsOf(target()).isStale() || !m_session.server(target())
-               ? tr("%1 is away.").arg(target())
-               : QString();
+    return m_session.factsOf(address).isStale() || !m_session.server(address) ? tr("%1 is away.").arg(address)
+                                                                              : QString();
 }
 
-ActionTable::Entry ServerActions::entry(const char* id, const QString& text, UserAction action) const
+/// A line names the server behind the command, or it is the one that the whole line is for.
+ActionTable::Entry ServerActions::entry(const char* id, const QString& text, UserAction action,
+                                        const Deed& deed, const Objection& objection) const
 {
     ActionTable::Entry entry;
     entry.id = QLatin1String(id);
@@ -86,8 +87,16 @@ ActionTable::Entry ServerActions::entry(const char* id, const QString& text, Use
     entry.rights = Kolta::rightFor(action);
     entry.needsLink = true;
     entry.changes = true;
-    entry.problem = [this] { return problem(); };
+    entry.problem = [this, objection] { return objection(target()); };
     entry.object = [this] { return target(); };
+    entry.run = [this, deed] { deed(QString(target())); };
+    entry.asked = [deed, objection](const LineWords& words) -> std::optional<ActionTable::Asked> {
+        const bool isOption = words.command.endsWith(QLatin1String("--all"));
+        const QString address = isOption ? words.server : words.arguments.value(0);
+        if (address.isEmpty() || (isOption && !words.arguments.isEmpty()))
+            return std::nullopt;
+        return ActionTable::Asked{objection(address), address, [deed, address] { deed(address); }};
+    };
     return entry;
 }
 
@@ -97,19 +106,23 @@ void ServerActions::makeActions()
     links.id = QStringLiteral("server-links");
     links.text = tr("Show the links");
     links.run = [this] { Q_EMIT si_LinksWanted(); };
-    ActionTable::Entry stop = entry("server-stop-all", tr("Stop all on the server…"), UserAction::StopAll);
+    ActionTable::Entry stop = entry(
+        "server-stop-all", tr("Stop all on the server…"), UserAction::StopAll,
+        [this](const QString& address) {
+            askBefore(*m_window, tr("Stop all that runs on %1?").arg(address), runningOn(address),
+                      tr("Stop all"), [this, address] { stopAll(address); });
+        },
+        [this](const QString& address) {
+            const QString text = problemOf(address);
+            return text.isEmpty() && runningOn(address).isEmpty() ? tr("Nothing runs on %1.").arg(address)
+                                                                  : text;
+        });
     stop.line = [this] { return KoltaApps::ActionLines(target()).stopAll(); };
-    stop.problem = [this] {
-        const QString text = problem();
-        return text.isEmpty() && runningOn(target()).isEmpty() ? tr("Nothing runs on %1.").arg(target())
-                                                               : text;
-    };
-    stop.run = [this] {
-        askBefore(*m_window, tr("Stop all that runs on %1?").arg(target()), runningOn(target()),
-                  tr("Stop all"), [this, address = target()] { stopAll(address); });
-    };
-    ActionTable::Entry power = entry("server-power", tr("Switch power…"), UserAction::SwitchPower);
-    power.run = [this] { offerPower(); };
+    stop.command = QStringLiteral("stop --all");
+    const ActionTable::Entry power = entry(
+        "server-power", tr("Switch power…"), UserAction::SwitchPower,
+        [this](const QString& address) { offerPower(address); },
+        [this](const QString& address) { return problemOf(address); });
     for (const ActionTable::Entry& each : {links, stop, power})
         m_actions.add(each, m_window);
 }
@@ -118,14 +131,17 @@ void ServerActions::makeTermination(const char* id, const QString& text, const Q
                                     TerminationJob::Action action)
 {
     const bool isQuit = action == TerminationJob::Action::Quit;
-    ActionTable::Entry wanted = entry(id, text, isQuit ? UserAction::QuitServer : UserAction::ResetServer);
+    ActionTable::Entry wanted = entry(
+        id, text, isQuit ? UserAction::QuitServer : UserAction::ResetServer,
+        [this, question, action, isQuit](const QString& address) {
+            askBefore(*m_window, question.arg(address), runningOn(address),
+                      isQuit ? tr("End it") : tr("Restart"),
+                      [this, address, action] { terminate(address, action); });
+        },
+        [this](const QString& address) { return problemOf(address); });
+    wanted.command = isQuit ? QStringLiteral("server quit") : QStringLiteral("server reset");
     wanted.line = [this, action] {
         return target().isEmpty() ? QString() : KoltaApps::ActionLines(target()).terminate(action);
-    };
-    wanted.run = [this, question, action, isQuit] {
-        askBefore(*m_window, question.arg(target()), runningOn(target()),
-                  isQuit ? tr("End it") : tr("Restart"),
-                  [this, address = target(), action] { terminate(address, action); });
     };
     m_actions.add(wanted, m_window);
 }
@@ -155,9 +171,8 @@ QStringList ServerActions::runningOn(const QString& address) const
 }
 
 /// A menu of the units that have a switch; what is off ends what runs on it, so that is asked before.
-void ServerActions::offerPower()
+void ServerActions::offerPower(const QString& address)
 {
-    const QString address = target();
     auto* const menu = new QMenu(m_window);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const auto& resources = m_session.server(address)->getResourceObserver().GetCurrentResources();

@@ -7,6 +7,8 @@
 
 #include <QObject>
 
+#include <functional>
+
 class QMenu;
 class QPoint;
 
@@ -36,15 +38,19 @@ Q_SIGNALS:
     void si_Line(const QString& line);
 
 private:
-    ActionTable::Entry entry(const char* id, const QString& text, Kolta::UserAction action) const;
+    /// What is done to the server of that name, and why it cannot be.
+    using Deed = std::function<void(const QString& address)>;
+    using Objection = std::function<QString(const QString& address)>;
+    ActionTable::Entry entry(const char* id, const QString& text, Kolta::UserAction action, const Deed& deed,
+                             const Objection& objection) const;
     void makeActions();
     void makeTermination(const char* id, const QString& text, const QString& question,
                          Kolta::TerminationJob::Action action);
     /// The one that is meant; empty for none.
     const QString& target() const { return m_menuServer.isEmpty() ? m_selected : m_menuServer; }
-    QString problem() const;
+    QString problemOf(const QString& address) const;
     QStringList runningOn(const QString& address) const;
-    void offerPower();
+    void offerPower(const QString& address);
     void addSwitch(QMenu& menu, const QString& address, const QString& name, const QString& guid, bool isOn);
     void switchPower(const QString& address, const QString& name, const QString& guid, bool isOn);
     void follow(Kolta::ServerOperation& operation, const QString& address, const QString& purpose);

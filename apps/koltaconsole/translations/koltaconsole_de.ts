@@ -2589,8 +2589,12 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Tippen Sie, oder wählen Sie mit den Pfeiltasten.</translation>
     </message>
     <message>
-        <source>Tab completes, Enter puts the line below: %1</source>
-        <translation>Tab ergänzt, Eingabe stellt die Zeile nach unten: %1</translation>
+        <source>Enter completes the line. Then %1</source>
+        <translation>Eingabe ergänzt die Zeile. Danach %1</translation>
+    </message>
+    <message>
+        <source>Tab completes. The console has no action for this line; Enter puts it below, to be copied: %1</source>
+        <translation>Tab ergänzt. Die Konsole hat keine Aktion für diese Zeile; Eingabe stellt sie zum Kopieren nach unten: %1</translation>
     </message>
     <message>
         <source>Nothing is called so.</source>
@@ -2935,6 +2939,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>Nothing runs; watched since %1.</source>
         <translation>Nichts läuft; beobachtet seit %1.</translation>
+    </message>
+    <message>
+        <source>The page of productions shows no %1, or several.</source>
+        <translation>Die Seite der Produktionen zeigt kein %1 oder mehrere.</translation>
     </message>
 </context>
 <context>
@@ -4021,10 +4029,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Entfernen</translation>
     </message>
     <message>
-        <source>Import…</source>
-        <translation>Einlesen …</translation>
-    </message>
-    <message>
         <source>Profiles</source>
         <translation>Profile</translation>
     </message>
@@ -4045,14 +4049,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
             <numerusform>benutzt von %n FFP</numerusform>
             <numerusform>benutzt von %n FFPs</numerusform>
         </translation>
-    </message>
-    <message>
-        <source>Import profiles</source>
-        <translation>Profile einlesen</translation>
-    </message>
-    <message>
-        <source>Profiles (*.xml)</source>
-        <translation>Profile (*.xml)</translation>
     </message>
     <message>
         <source>profile %1 of %2 is not saved: %3</source>
@@ -4141,6 +4137,14 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>Remove %1? It is %2.</source>
         <translation>%1 entfernen? Es ist %2.</translation>
     </message>
+    <message>
+        <source>There is no profile %1.</source>
+        <translation>Es gibt kein Profil %1.</translation>
+    </message>
+    <message>
+        <source>The page of short-time data shows %1; choose %2 there first.</source>
+        <translation>Die Seite der Kurzzeitdaten zeigt %1; wählen Sie dort zuerst %2.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProfileImportView</name>
@@ -4207,6 +4211,18 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>The file has nothing that differs and can be taken over.</source>
         <translation>Die Datei hat nichts, was anders ist und übernommen werden kann.</translation>
+    </message>
+    <message>
+        <source>Import…</source>
+        <translation>Einlesen …</translation>
+    </message>
+    <message>
+        <source>Import profiles</source>
+        <translation>Profile einlesen</translation>
+    </message>
+    <message>
+        <source>Profiles (*.xml)</source>
+        <translation>Profile (*.xml)</translation>
     </message>
 </context>
 <context>

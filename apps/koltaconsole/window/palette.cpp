@@ -165,21 +165,51 @@ void Palette::fill()
         addServers(typed());
     }
     addCompletions(typed());
-    // Enter alone does nothing.
-    m_list->setCurrentRow(m_list->count() > 0 && !typed().isEmpty() ? 0 : -1);
+    // Enter alone does nothing, and adds no word to a line.
+    const bool isBetween = isLine() && typed().endsWith(QLatin1Char(' '));
+    m_list->setCurrentRow(m_list->count() > 0 && !typed().isEmpty() && !isBetween ? 0 : -1);
     tell();
 }
 
 /// Whom it would hit too, for nobody sees what is selected on a page that is not shown.
-QString Palette::effectOf(const QString& id) const
+QString Palette::effectOf(const QString& id, const QString& object) const
 {
     const ActionTable::Entry& entry = *m_actions.find(id);
-    const QString object = entry.object ? entry.object() : QString();
     const QString page = m_actions.isInSight(id) ? QString() : m_actions.pageOf(id);
     QString text = object.isEmpty() ? entry.text : tr("%1: %2").arg(entry.text, object);
     if (!page.isEmpty())
         text = tr("show %1, then %2").arg(page, text);
     return tr("Enter: %1").arg(text);
+}
+
+/// Whether the line is typed as it stands in the list, or goes on behind that.
+bool Palette::isWhole() const
+{
+    const QListWidgetItem* const item = m_list->currentItem();
+    return !item || typed().startsWith(item->data(kLineRole).toString());
+}
+
+/// The line that Enter is for.
+QString Palette::wantedLine() const
+{
+    return kPrompt + (isWhole() ? typed().trimmed() : m_list->currentItem()->data(kLineRole).toString());
+}
+
+QString Palette::effectOfLine() const
+{
+    const QString line = wantedLine();
+    if (const auto request = m_actions.requestOf(line)) {
+        const QString problem = m_actions.enabledBecause(*request);
+        const QString effect = effectOf(request->id, request->asked.object);
+        if (!problem.isEmpty())
+            return problem;
+        return isWhole() ? effect : tr("Enter completes the line. Then %1").arg(effect);
+    }
+    const KoltaCli::Command* const command = m_commands.find(line.section(QLatin1Char(' '), 1, 1));
+    return command ? tr("Tab completes. The console has no action for this line; Enter puts it below, to be "
+                        "copied: %1")
+                         .arg(QLatin1String(command->summary))
+                   : tr("Nothing is called so.");
 }
 
 /// What Enter will do.
@@ -189,7 +219,8 @@ void Palette::tell()
     const QString id = item ? item->data(kActionRole).toString() : QString();
     if (!id.isEmpty()) {
         const QString problem = m_actions.enabledBecause(id);
-        m_told->setText(problem.isEmpty() ? effectOf(id) : problem);
+        const auto& object = m_actions.find(id)->object;
+        m_told->setText(problem.isEmpty() ? effectOf(id, object ? object() : QString()) : problem);
         return;
     }
     if (const QString server = item ? item->data(kServerRole).toString() : QString(); !server.isEmpty()) {
@@ -200,11 +231,7 @@ void Palette::tell()
         m_told->setText(tr("Type, or choose with the arrow keys."));
         return;
     }
-    const QString name = (item ? item->data(kLineRole).toString() : typed()).section(QLatin1Char(' '), 0, 0);
-    const KoltaCli::Command* const command = m_commands.find(name);
-    m_told->setText(
-        command ? tr("Tab completes, Enter puts the line below: %1").arg(QLatin1String(command->summary))
-                : tr("Nothing is called so."));
+    m_told->setText(effectOfLine());
 }
 
 void Palette::take()
@@ -224,12 +251,29 @@ void Palette::take()
         Q_EMIT si_ServerWanted(server);
         return;
     }
-    const QString line = item ? item->data(kLineRole).toString() : typed();
-    const bool isWhole = typed().startsWith(line) || !item;
-    if (!m_commands.find(line.section(QLatin1Char(' '), 0, 0)))
+    takeLine();
+}
+
+/// What would do something is done only when it is typed in full: the first that fits may be another.
+void Palette::takeLine()
+{
+    const QString line = wantedLine();
+    const auto request = m_actions.requestOf(line);
+    if (request && !isWhole()) {
+        m_line->setText(line);
+        return;
+    }
+    if (request ? !m_actions.enabledBecause(*request).isEmpty()
+                : !m_commands.find(line.section(QLatin1Char(' '), 1, 1)))
         return tell();
     hide();
-    Q_EMIT si_Line(kPrompt + (isWhole ? typed() : line));
+    if (!request) {
+        Q_EMIT si_Line(line);
+    } else if (!m_actions.run(*request)) { // its page shows another state than was known
+        show();
+        m_line->setFocus();
+        tell();
+    }
 }
 
 bool Palette::eventFilter(QObject* watched, QEvent* event)

@@ -16,8 +16,8 @@ class ActionTable;
 class Session;
 
 /// Ctrl+K: the console's actions, the servers, and the words of the command line, completed from the same
-/// table as in a terminal; behind "kolta " these alone. An action is done by Enter; a line of `kolta` is
-/// copied, for a terminal.
+/// table as in a terminal; behind "kolta " these alone. An action is done by Enter, also when a line of
+/// `kolta` asks for it; any other line is put below the page, to be copied for a terminal.
 class Palette : public QFrame
 {
     Q_OBJECT
@@ -46,7 +46,11 @@ private:
     void addServers(const QString& words);
     QStringList orderedActions() const;
     QStringList namesOf(KoltaCli::NameKind kind, const QString& begin, const QStringList& words) const;
-    QString effectOf(const QString& id) const;
+    QString effectOf(const QString& id, const QString& object) const;
+    QString wantedLine() const;
+    bool isWhole() const;
+    QString effectOfLine() const;
+    void takeLine();
     void addCompletions(const QString& line);
     void take();
     void tell();

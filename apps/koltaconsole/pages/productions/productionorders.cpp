@@ -102,6 +102,16 @@ QString ProductionOrders::objectionToMove(const QStringList& keys) const
     return objection;
 }
 
+QString ProductionOrders::objectionToMove(const QString& ffp, const QString& mcp) const
+{
+    const QString objection = objectionToMove(QStringList(ffp));
+    const ProductionRow* const target = m_model.find(mcp);
+    if (objection.isEmpty() && !target)
+        return tr("The MCP has gone.");
+    return objection.isEmpty() ? sentence(KoltaConsole::objectionToMove(*m_model.find(ffp), *target))
+                               : objection;
+}
+
 QString ProductionOrders::objectionToOwn(const QStringList& keys, OwnershipJob::Action action) const
 {
     if (keys.size() > 1)
@@ -224,15 +234,10 @@ void ProductionOrders::stop(const QStringList& keys)
 
 void ProductionOrders::move(const QString& ffp, const QString& mcp)
 {
-    QString objection = objectionToMove(QStringList(ffp));
-    const ProductionRow* const target = m_model.find(mcp);
-    if (objection.isEmpty() && !target)
-        objection = tr("The MCP has gone.");
-    if (objection.isEmpty())
-        objection = sentence(KoltaConsole::objectionToMove(*m_model.find(ffp), *target));
-    if (refuse(tr("move"), objection))
+    if (refuse(tr("move"), objectionToMove(ffp, mcp)))
         return;
     const ProductionRow row = *m_model.find(ffp);
+    const ProductionRow* const target = m_model.find(mcp);
     auto* const job = new Kolta::MoveJob(*m_session.server(row.server), Kolta::guidFromText(row.guid),
                                          Kolta::guidFromText(target->guid), this);
     follow(*job, row, {ffp}, tr("moving"), tr("move %1 to %2").arg(row.name, target->name));

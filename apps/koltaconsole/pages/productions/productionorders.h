@@ -31,6 +31,7 @@ public:
     QString objectionToStop(const QStringList& keys) const;
     /// To move that row anywhere.
     QString objectionToMove(const QStringList& keys) const;
+    QString objectionToMove(const QString& ffp, const QString& mcp) const;
     QString objectionToOwn(const QStringList& keys, Kolta::OwnershipJob::Action action) const;
     QString objectionToFrontEnd(const QStringList& keys) const;
 

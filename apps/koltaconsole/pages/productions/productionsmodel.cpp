@@ -1,5 +1,6 @@
 #include "productionsmodel.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 
@@ -191,6 +192,21 @@ std::vector<const ProductionRow*> ProductionsModel::mcps() const
         }
     }
     return result;
+}
+
+QString ProductionsModel::keyOf(const QString& word, const QString& server) const
+{
+    const QUuid guid = Kolta::guidFromText(word);
+    QStringList keys;
+    for (const Node* const node : m_byKey) {
+        const ProductionRow& row = node->row;
+        const bool isMeant = guid.isNull() ? row.name == word
+                                           : guid == Kolta::guidFromText(row.guid) ||
+                                                 guid == Kolta::guidFromText(row.production);
+        if (isMeant && row.isRunning() && (server.isEmpty() || row.server == server))
+            keys.append(row.key);
+    }
+    return keys.size() == 1 ? keys.first() : QString();
 }
 
 bool ProductionsModel::isNameUnique(const QString& name) const

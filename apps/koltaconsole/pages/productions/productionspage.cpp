@@ -3,7 +3,6 @@
 #include <koltacommon/journal.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/viewroles.h>
-#include <koltaconsole/actions/actions.h>
 #include <koltaconsole/actions/buttonrow.h>
 #include <koltaconsole/session/ordersunderway.h>
 #include <koltaconsole/session/serverfacts.h>
@@ -82,7 +81,6 @@ ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget
     m_reasons->setContentsMargins(8, 4, 8, 4);
     makeView();
     makeActions();
-    makeOwnerActions();
     QStringList ids;
     for (const char* const id : kActions)
         ids.append(QLatin1String(id));
@@ -160,64 +158,101 @@ void ProductionsPage::span(const QModelIndex& parent, int first, int last)
 
 void ProductionsPage::makeActions()
 {
-    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys) {
-        ActionTable::Entry entry;
-        entry.id = QLatin1String(id);
-        entry.text = text;
-        entry.shortcut = keys;
-        entry.needsLink = true;
-        entry.changes = true;
-        return entry;
+    const auto entry = [](const char* id, const QString& text, const QKeySequence& keys) {
+        ActionTable::Entry made;
+        made.id = QLatin1String(id);
+        made.text = text;
+        made.shortcut = keys;
+        made.needsLink = true;
+        made.changes = true;
+        made.command = made.id;
+        return made;
     };
-    ActionTable::Entry stop = add("stop", tr("Stop"), QKeySequence::Delete);
-    stop.problem = [this] { return m_orders.objectionToStop(selected()); };
-    stop.line = [this] { return m_line = m_orders.stopLine(selected()); };
-    stop.object = [this] { return named(m_orders.victims(selected())); };
-    stop.run = [this] { askToStop(selected()); };
-    ActionTable::Entry move = add("move", tr("Move to…"), QKeySequence(Qt::Key_M));
+    const auto nameOfThem = [this](const QStringList& keys) { return nameOf(keys); };
+    add(entry("stop", tr("Stop"), QKeySequence::Delete),
+        {[this](const QStringList& keys) { return m_orders.objectionToStop(keys); },
+         [this](const QStringList& keys) { return named(m_orders.victims(keys)); },
+         [this](const QStringList& keys) { return m_orders.stopLine(keys); },
+         [this](const QStringList& keys) { askToStop(keys); }});
+    ActionTable::Entry move = entry("move", tr("Move to…"), QKeySequence(Qt::Key_M));
     move.problem = [this] { return m_orders.objectionToMove(selected()); };
-    move.object = [this] { return nameOfSelected(); };
+    move.object = [this] { return nameOf(selected()); };
     move.run = [this] { offerTargets(); };
-    ActionTable::Entry frontEnd = add("front-end", tr("Front end"), QKeySequence(Qt::Key_Return));
+    move.asked = [this](const LineWords& words) { return askedMove(words); };
+    actions().add(move, m_view);
+    ActionTable::Entry frontEnd = entry("front-end", tr("Front end"), QKeySequence(Qt::Key_Return));
     frontEnd.needsLink = false;
     frontEnd.changes = false;
-    frontEnd.problem = [this] { return m_orders.objectionToFrontEnd(selected()); };
-    frontEnd.line = [this] { return m_line = m_orders.frontEndLine(selected().value(0)); };
-    frontEnd.object = [this] { return nameOfSelected(); };
-    frontEnd.run = [this] { m_orders.showFrontEnd(selected().value(0)); };
-    for (const ActionTable::Entry& entry : {stop, move, frontEnd})
-        actions().add(entry, m_view);
+    add(frontEnd, {[this](const QStringList& keys) { return m_orders.objectionToFrontEnd(keys); }, nameOfThem,
+                   [this](const QStringList& keys) { return m_orders.frontEndLine(keys.value(0)); },
+                   [this](const QStringList& keys) { m_orders.showFrontEnd(keys.value(0)); }});
+    const auto addOwn = [&](ActionTable::Entry owning, const char* command, OwnershipJob::Action action) {
+        owning.command = QLatin1String(command);
+        add(owning,
+            {[this, action](const QStringList& keys) { return m_orders.objectionToOwn(keys, action); },
+             nameOfThem,
+             [this, action](const QStringList& keys) { return m_orders.ownLine(keys.value(0), action); },
+             [this, action](const QStringList& keys) { own(keys.value(0), action); }});
+    };
+    addOwn(entry("own", tr("Ask for ownership"), QKeySequence(Qt::Key_O)), "own", OwnershipJob::Action::Take);
+    addOwn(entry("own-force", tr("Take ownership"), QKeySequence()), "own --force",
+           OwnershipJob::Action::ForceTake);
+    addOwn(entry("own-release", tr("Give ownership back"), QKeySequence(Qt::SHIFT + Qt::Key_O)),
+           "own --release", OwnershipJob::Action::Release);
 }
 
-void ProductionsPage::makeOwnerActions()
+void ProductionsPage::add(ActionTable::Entry entry, const Deed& deed)
 {
-    const auto add = [this](const char* id, const QString& text, const QKeySequence& keys,
-                            OwnershipJob::Action action) {
-        ActionTable::Entry entry;
-        entry.id = QLatin1String(id);
-        entry.text = text;
-        entry.shortcut = keys;
-        entry.needsLink = true;
-        entry.changes = true;
-        entry.problem = [this, action] { return m_orders.objectionToOwn(selected(), action); };
-        entry.line = [this, action] { return m_line = m_orders.ownLine(selected().value(0), action); };
-        entry.object = [this] { return nameOfSelected(); };
-        entry.run = [this, action] {
-            const QString key = selected().value(0);
-            const ProductionRow* const row = m_model.find(key);
-            const auto own = [this, key, action] { m_orders.own(key, action); };
-            if (action != OwnershipJob::Action::ForceTake || !row)
-                own();
-            else
-                askBefore(*this, tr("Take the ownership from %1?").arg(row->owner), {row->name},
-                          tr("Take ownership"), own);
-        };
-        actions().add(entry, m_view);
+    entry.problem = [this, deed] { return deed.problem(selected()); };
+    entry.object = [this, deed] { return deed.object(selected()); };
+    entry.line = [this, deed] { return m_line = deed.line(selected()); };
+    entry.run = [this, deed] { deed.run(selected()); };
+    entry.asked = [this, deed](const LineWords& words) -> std::optional<ActionTable::Asked> {
+        if (words.arguments.isEmpty())
+            return std::nullopt;
+        QString problem;
+        const QStringList keys = keysOf(words, problem);
+        if (problem.isEmpty())
+            problem = deed.problem(keys);
+        return ActionTable::Asked{problem, deed.object(keys), [deed, keys] { deed.run(keys); }};
     };
-    add("own", tr("Ask for ownership"), QKeySequence(Qt::Key_O), OwnershipJob::Action::Take);
-    add("own-force", tr("Take ownership"), QKeySequence(), OwnershipJob::Action::ForceTake);
-    add("own-release", tr("Give ownership back"), QKeySequence(Qt::SHIFT + Qt::Key_O),
-        OwnershipJob::Action::Release);
+    actions().add(entry, m_view);
+}
+
+std::optional<ActionTable::Asked> ProductionsPage::askedMove(const LineWords& words)
+{
+    QString problem;
+    const QStringList keys = keysOf(words, problem);
+    const QString ffp = keys.value(0), mcp = keys.value(1);
+    if (problem.isEmpty())
+        problem = m_orders.objectionToMove(ffp, mcp);
+    return ActionTable::Asked{problem, words.arguments.join(QStringLiteral(" → ")),
+                              [this, ffp, mcp] { Q_EMIT m_model.si_MoveWanted(ffp, mcp); }};
+}
+
+QStringList ProductionsPage::keysOf(const LineWords& words, QString& problem)
+{
+    if (m_isDue)
+        refresh();
+    QStringList keys;
+    for (const QString& word : words.arguments) {
+        const QString key = m_model.keyOf(word, words.server);
+        if (key.isEmpty()) {
+            problem = tr("The page of productions shows no %1, or several.").arg(word);
+            return {};
+        }
+        keys.append(key);
+    }
+    return keys;
+}
+
+void ProductionsPage::own(const QString& key, OwnershipJob::Action action)
+{
+    const ProductionRow* const row = m_model.find(key);
+    if (action != OwnershipJob::Action::ForceTake || !row)
+        return m_orders.own(key, action);
+    askBefore(*this, tr("Take the ownership from %1?").arg(row->owner), {row->name}, tr("Take ownership"),
+              [this, key, action] { m_orders.own(key, action); });
 }
 
 void ProductionsPage::follow()
@@ -393,9 +428,9 @@ QStringList ProductionsPage::selected() const
     return keys;
 }
 
-QString ProductionsPage::nameOfSelected() const
+QString ProductionsPage::nameOf(const QStringList& keys) const
 {
-    const ProductionRow* const row = m_model.find(selected().value(0));
+    const ProductionRow* const row = m_model.find(keys.value(0));
     return row ? tr("%1 on %2").arg(row->name, row->server) : QString();
 }
 

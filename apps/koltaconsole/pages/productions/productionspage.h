@@ -4,6 +4,7 @@
 #include "productionrows.h"
 #include "productionsmodel.h"
 
+#include <koltaconsole/actions/actions.h>
 #include <koltaconsole/pages/page.h>
 
 #include <QTimer>
@@ -54,7 +55,6 @@ protected:
 private:
     void makeView();
     void makeActions();
-    void makeOwnerActions();
     void follow();
     void gather();
     void refresh();
@@ -66,7 +66,18 @@ private:
     void showReasons();
     QString reasonShort(const QString& id) const;
     QStringList selected() const;
-    QString nameOfSelected() const;
+    /// What an action does to rows, named by their keys: the selected ones, or those that a line names.
+    struct Deed
+    {
+        std::function<QString(const QStringList&keys)> problem, object, line;
+        std::function<void(const QStringList& keys)> run;
+    };
+    void add(ActionTable::Entry entry, const Deed& deed);
+    std::optional<ActionTable::Asked> askedMove(const LineWords& words);
+    /// Those that the words name. Nothing, with the reason, when one names none that is shown, or several.
+    QStringList keysOf(const LineWords& words, QString& problem);
+    QString nameOf(const QStringList& keys) const;
+    void own(const QString& key, Kolta::OwnershipJob::Action action);
     void askToStop(const QStringList& keys);
     void offerTargets();
     void showMenu(const QPoint& place);

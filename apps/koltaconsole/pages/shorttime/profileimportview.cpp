@@ -8,6 +8,7 @@
 #include <koltaconsole/session/wishwatch.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -76,6 +77,24 @@ void ProfileImportView::makeTable()
 
 void ProfileImportView::makeActions()
 {
+    ActionTable::Entry open;
+    open.id = QStringLiteral("short-import");
+    open.text = tr("Import…");
+    open.shortcut = QKeySequence(QKeySequence::Open);
+    open.rights = Kolta::rightFor(Kolta::UserAction::EditProfiles);
+    open.needsLink = true;
+    open.changes = true;
+    open.problem = [this] { return objectionToShortTime(m_server, map() != nullptr); };
+    open.run = [this] { askForFile(); };
+    open.command = QStringLiteral("profiles import");
+    open.asked = [this](const LineWords& words) -> std::optional<ActionTable::Asked> {
+        const QString file = words.arguments.first();
+        if (file == QLatin1String("-"))
+            return std::nullopt;
+        return ActionTable::Asked{objectionToShortTimeLine(m_session, words, m_server), file,
+                                  [this, file] { preview(file); }};
+    };
+    m_actions.add(open, parentWidget()); // this is hidden before
     ActionTable::Entry confirm;
     confirm.id = QStringLiteral("short-import-confirm");
     confirm.text = tr("Import the file");
@@ -154,6 +173,16 @@ void ProfileImportView::preview(const QString& file)
     }
     show();
     m_actions.refresh();
+}
+
+void ProfileImportView::askForFile()
+{
+    auto* const dialog =
+        new QFileDialog(parentWidget(), tr("Import profiles"), QString(), tr("Profiles (*.xml)"));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QFileDialog::fileSelected, this, &ProfileImportView::preview);
+    dialog->open();
 }
 
 /// What others changed since the preview is compared again.

@@ -38,6 +38,7 @@ private:
     Kolta::ShortTimeProfileItemMap* map() const;
     QString objection() const;
     QString line() const;
+    void askForFile();
     void confirm();
     void close();
     void tellImport(const QString& server, const QString& file,

@@ -13,7 +13,6 @@
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -34,6 +33,15 @@ QString objectionToShortTime(const QString& server, bool isThere)
         return QString();
     return server.isEmpty() ? ProfilesView::tr("No server is chosen.")
                             : ProfilesView::tr("%1 is away, or has no such data.").arg(server);
+}
+
+QString objectionToShortTimeLine(const Session& session, const LineWords& words, const QString& shown)
+{
+    const QString& server = words.server;
+    return shown.isEmpty() || server.isEmpty() || server == shown
+               ? objectionToShortTime(server, shortTimeMap<ShortTimeProfileItemMap>(session, server))
+               : ProfilesView::tr("The page of short-time data shows %1; choose %2 there first.")
+                     .arg(shown, server);
 }
 
 QString lastKnownText(const Session& session, const QString& server)
@@ -97,18 +105,20 @@ void ProfilesView::makeListActions()
     removal.problem = [this] { return objectionToRemove(); };
     removal.line = [this] { return removeLine(); };
     removal.object = [this] { return selected() ? selected()->name : QString(); };
-    removal.run = [this] { remove(); };
-    ActionTable::Entry importing = removal;
-    importing.id = QStringLiteral("short-import");
-    importing.text = tr("Import…");
-    importing.shortcut = QKeySequence(QKeySequence::Open);
-    importing.problem = [this] { return objectionToShortTime(m_server, map() != nullptr); };
-    importing.line = {};
-    importing.object = {};
-    importing.run = [this] { askForFile(); };
+    removal.run = [this] { remove(selected()->name); };
+    removal.command = QStringLiteral("profiles remove");
+    removal.asked = [this](const LineWords& words) -> std::optional<ActionTable::Asked> {
+        const QString name = words.arguments.first();
+        if (words.arguments.size() > 1)
+            return std::nullopt;
+        QString problem = objectionToShortTimeLine(m_session, words, m_server);
+        if (problem.isEmpty() &&
+            !shortTimeMap<ShortTimeProfileItemMap>(m_session, words.server)->Contains(name))
+            problem = tr("There is no profile %1.").arg(name);
+        return ActionTable::Asked{problem, name, [this, name] { remove(name); }};
+    };
     m_actions.add(begin, this);
     m_actions.add(removal, m_table); // in a field the key is for what is typed
-    m_actions.add(importing, this);
 }
 
 void ProfilesView::makeEditorActions()
@@ -443,9 +453,8 @@ QString ProfilesView::removeLine() const
 }
 
 /// Asks when FFPs look for it, and when it would be lost because the fields hold what is typed of another.
-void ProfilesView::remove()
+void ProfilesView::remove(const QString& name)
 {
-    const QString name = selected()->name;
     if (useCount(name) == 0 && m_editor->canKeep(name)) {
         erase(m_server, name);
         return;
@@ -473,15 +482,6 @@ void ProfilesView::erase(const QString& server, const QString& name)
                                Kolta::Event::Weight::Attention);
         },
         this);
-}
-
-void ProfilesView::askForFile()
-{
-    auto* const dialog = new QFileDialog(this, tr("Import profiles"), QString(), tr("Profiles (*.xml)"));
-    dialog->setFileMode(QFileDialog::ExistingFile);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &QFileDialog::fileSelected, m_import, &ProfileImportView::preview);
-    dialog->open();
 }
 
 } // namespace KoltaConsole

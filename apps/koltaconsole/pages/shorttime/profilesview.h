@@ -67,9 +67,8 @@ private:
     void beginNew();
     void save();
     void takeEnd(const QString& problem);
-    void remove();
+    void remove(const QString& name);
     void erase(const QString& server, const QString& name);
-    void askForFile();
     void tellLine(const QString& line);
     int useCount(const QString& profile) const;
     QString useOf(const QString& profile) const;

@@ -7,6 +7,8 @@
 
 namespace KoltaConsole {
 
+struct LineWords;
+
 /// A collection of short-time data of that server; null when it has none, and while it is away.
 template<class Map>
 Map* shortTimeMap(const Session& session, const QString& server)
@@ -18,6 +20,9 @@ Map* shortTimeMap(const Session& session, const QString& server)
 /// Why nothing can be done with short-time data of that server, as a sentence; empty: it is there. Rights,
 /// link and looking only are the action table's to say.
 QString objectionToShortTime(const QString& server, bool isThere);
+/// The same for what a line of `kolta` asks of the profiles of a server, while the page shows `shown`; before
+/// it has been seen it shows none.
+QString objectionToShortTimeLine(const Session& session, const LineWords& words, const QString& shown);
 /// "last known at 12:03:10", of what is shown of a server that is away.
 QString lastKnownText(const Session& session, const QString& server);
 
