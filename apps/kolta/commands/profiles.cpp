@@ -14,7 +14,10 @@
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
 #include <koltacommon/shorttimeprofileitemmap.h>
 
+#include <QSet>
+
 #include <algorithm>
+#include <list>
 #include <optional>
 
 namespace KoltaCli {
@@ -44,6 +47,23 @@ std::optional<eShortTimeProfileType> wantedType(const CommandLine& line)
     return static_cast<eShortTimeProfileType>(line.choice("type"));
 }
 
+/// The known profiles for which a file has none that can be taken: its faults take nothing away.
+std::list<ShortTimeProfile> knownOfLeftOut(const KoltaApps::ImportableProfiles& read,
+                                           const ShortTimeProfileItemMap& known)
+{
+    QSet<QString> names;
+    for (const auto& profile : read.leftOut)
+        names.insert(profile.name);
+    for (const ShortTimeProfile& profile : read.taken)
+        names.remove(profile.name);
+    std::list<ShortTimeProfile> kept;
+    for (const QString& name : qAsConst(names)) {
+        if (known.Contains(name))
+            kept.push_back(known.At(name));
+    }
+    return kept;
+}
+
 /// A file cannot tell the types: without --type a profile that is known keeps the one that it has.
 int importFile(const CommandLine& line, const Profiles& profiles)
 {
@@ -61,6 +81,8 @@ int importFile(const CommandLine& line, const Profiles& profiles)
         known += isKnown ? 1 : 0;
         items.push_back(profile);
     }
+    if (line.isSet("replace"))
+        items.splice(items.end(), knownOfLeftOut(*read, profiles.map()));
     profiles.map().Set(items, line.isSet("replace"), true);
     const int total = static_cast<int>(profiles.map().Size());
     if (line.json())

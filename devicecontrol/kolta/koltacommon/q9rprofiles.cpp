@@ -118,7 +118,7 @@ public:
             else if (profiles.size() == kMostProfiles)
                 fail(kProfileName, QStringLiteral("expected at most %1 profiles").arg(kMostProfiles));
             else
-                readProfile(appended(profiles), profiles.size() - 1);
+                readProfile(profiles);
         }
         while (next(kRootName) != QXmlStreamReader::EndDocument) {
         }
@@ -201,8 +201,10 @@ private:
         }
     }
 
-    void readProfile(Profile& profile, int number)
+    void readProfile(QVector<Profile>& profiles)
     {
+        const int number = profiles.size();
+        Profile& profile = appended(profiles);
         profile.name = m_xml.attributes().value(kNameAttribute).toString();
         unsigned seen = 0;
         const auto see = [&](QLatin1String name, unsigned bit) {
