@@ -253,14 +253,12 @@ bool TreeLink::waitForLive(const QStringList& branches, int milliseconds)
     bool isLive = false;
     const auto look = [&] {
         isLive = areLive(branches);
-        if (m_mirrors && m_mirrors->IsRefused())
+        if ((m_mirrors && m_mirrors->IsRefused()) || (isLive && !branches.isEmpty()))
             loop.quit();
-        else if (!isLive)
-            settled.stop();
-        else if (branches.isEmpty())
+        else if (isLive)
             settled.start(kDiscoveryMs);
         else
-            loop.quit();
+            settled.stop();
     };
     connect(this, &TreeLink::si_BranchChanged, &loop, look);
     connect(this, &TreeLink::si_LinkChanged, &loop, look);

@@ -172,11 +172,12 @@ QString makeRoom(std::size_t units)
     QString text(static_cast<int>(units + units / 64), Qt::Uninitialized);
 #ifdef MADV_HUGEPAGE
     constexpr std::uintptr_t pageBytes = std::uintptr_t(2) << 20U;
-    const auto begin =
-        (reinterpret_cast<std::uintptr_t>(text.data()) + pageBytes - 1) / pageBytes * pageBytes;
-    const auto end = reinterpret_cast<std::uintptr_t>(text.data() + text.size()) / pageBytes * pageBytes;
-    if (begin < end)
-        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE); // a mere hint
+    const std::size_t bytes = static_cast<std::size_t>(text.size()) * sizeof(QChar);
+    const std::size_t skipped =
+        (pageBytes - reinterpret_cast<std::uintptr_t>(text.data()) % pageBytes) % pageBytes;
+    if (bytes >= skipped + pageBytes)
+        madvise(reinterpret_cast<char*>(text.data()) + skipped, (bytes - skipped) / pageBytes * pageBytes,
+                MADV_HUGEPAGE); // a mere hint
 #endif
     text.resize(static_cast<int>(units));
     return text;

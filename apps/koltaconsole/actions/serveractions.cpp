@@ -20,7 +20,6 @@
 
 namespace KoltaConsole {
 
-using Kolta::KoltaServerInterface;
 using Kolta::TerminationJob;
 using Kolta::UserAction;
 

@@ -17,7 +17,6 @@ namespace KoltaConsole {
 
 namespace Roles = Kolta::ViewRoles;
 using Kolta::TunerBookingManager;
-using Kolta::TunerClassModel;
 
 namespace {
 

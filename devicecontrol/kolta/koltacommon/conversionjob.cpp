@@ -29,7 +29,7 @@ void ConversionJob::look(const ConvertProductionResultMap& map)
     if (!map.contains(m_request.record))
         return settle(State::Lost, Effect::Unknown, Reason::Ended,
                       tr("the entry of %1 was erased").arg(record));
-    const ConvertProductionResult item = map.At(m_request.record);
+    const ConvertProductionResult& item = map.At(m_request.record);
     if (item.productionID() != m_request.productionID)
         return settle(State::Lost, Effect::Unknown, Reason::Ended,
                       tr("%1 is converted by somebody else").arg(record));

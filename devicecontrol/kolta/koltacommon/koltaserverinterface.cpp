@@ -94,12 +94,6 @@ struct KoltaServerInterface::Parts
         ServerNodes::eNode node;
     };
 
-    template<class Part>
-    static Row<Part> rowOf()
-    {
-        return std::get<Row<Part>>(all());
-    }
-
     /// In the order in which they are bound.
     static auto all()
     {
@@ -115,6 +109,12 @@ struct KoltaServerInterface::Parts
             Row<HardwareProcessingObserver>{&Self::hardwareProcessingObserver,
                                             ServerNodes::eHardwareProcessing},
             Row<KoltaOwnerObserver>{&Self::ownerObserver, ServerNodes::eOwners});
+    }
+
+    template<class Part>
+    static Row<Part> rowOf()
+    {
+        return std::get<Row<Part>>(all());
     }
 
     /// One that the application has made an offline mirror stays that.

@@ -134,7 +134,7 @@ void ServerDesk::noteWriter(const values::TreeItem& item)
     Client* const client = m_asking == 0 ? nullptr : m_clients.value(m_asking);
     if (!client)
         return;
-    const QString path = item.GetPath();
+    const QString& path = item.GetPath();
     const QString base = m_server.getAdministrationBasePath();
     if (!path.startsWith(base))
         return;

@@ -167,7 +167,7 @@ void TunerBoard::rebuildTuners(const QVector<Tuner>& tuners)
 {
     QHash<QString, TunerEntry> before;
     for (TunerEntry& entry : m_tuners)
-        before.insert(entry.key, std::move(entry));
+        before[entry.key] = std::move(entry);
     m_tuners.clear();
     m_list = tuners;
     m_index.rebuild(tuners);

@@ -314,6 +314,7 @@ std::vector<ProductionRow> ProductionRows::gather(const Pending& pending, const 
     for (auto& [text, row] : servers)
         addOrdered(row);
     std::vector<ProductionRow> rows;
+    rows.reserve(servers.size() + 1);
     for (auto& [text, row] : servers)
         rows.push_back(std::move(row));
     ProductionRow ended = endedGroup(isWanted);

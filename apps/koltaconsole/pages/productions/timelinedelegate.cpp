@@ -12,7 +12,6 @@
 
 namespace KoltaConsole {
 
-using Kolta::Event;
 using Kolta::Stretch;
 
 namespace {

@@ -43,7 +43,8 @@ void MatrixDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
                       : isStale  ? Role::Dim
                       : isTicked ? Role::InUse
                                  : Role::Border;
-    const QRectF box(cell.rect.left() + kLeft + 0.5, cell.rect.center().y() - kBox / 2 + 0.5, kBox, kBox);
+    const int top = cell.rect.center().y() - kBox / 2;
+    const QRectF box(cell.rect.left() + kLeft + 0.5, top + 0.5, kBox, kBox);
     painter->save();
     painter->setPen(QPen(theme.color(role), isNew || hasNoCover ? 2 : 1));
     // What is so is solid; what is only wanted is an outline.
