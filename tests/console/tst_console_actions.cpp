@@ -1,6 +1,13 @@
 #include "consoletest.h"
 
+#include <koltaconsole/pages/order/candidatestable.h>
 #include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/pages/shorttime/assignmentsview.h>
+#include <koltaconsole/pages/shorttime/conversionsview.h>
+#include <koltaconsole/pages/shorttime/profileeditor.h>
+#include <koltaconsole/pages/shorttime/profilesview.h>
+#include <koltaconsole/pages/shorttime/shorttimepage.h>
+#include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/window/installationtree.h>
 #include <koltaconsole/window/palette.h>
@@ -12,6 +19,7 @@
 #include <koltacommon/actionrights.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processormodel.h>
+#include <simulation/simulatedserver.h>
 
 #include <QAction>
 #include <QClipboard>
@@ -23,7 +31,10 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QTreeView>
 
+#include <map>
+#include <memory>
 #include <stdexcept>
 
 using namespace KoltaConsole;
@@ -254,6 +265,59 @@ private Q_SLOTS:
         application.setFaultTaker({});
     }
 
+    /// A server that vanishes while the button is down is asked for nothing, whether the console has noticed
+    /// or not, and each action says why.
+    void goesUnderThePress_data()
+    {
+        const Rows<bool> row("isNoticed");
+        row("at once", false);
+        row("noticed", true);
+    }
+    void goesUnderThePress()
+    {
+        QFETCH(bool, isNoticed);
+        Options options;
+        options.servers = 1;
+        Stage stage(options);
+        QTRY_VERIFY(stage.isSettled());
+        MainWindow& window = *stage.window;
+        giveAllSomethingToDo(stage);
+        ActionTable& actions = window.actions();
+        std::map<QString, std::unique_ptr<QPushButton>> pressed;
+        for (const QString& id : actions.ids()) {
+            if (!actions.find(id)->changes || !actions.action(id)->isEnabled())
+                continue;
+            const ActionTable::Entry& entry = *actions.find(id);
+            QVERIFY2(entry.tellsAfterwards || entry.line || entry.text.endsWith(QChar(0x2026)),
+                     qPrintable(id));
+            auto& button = pressed[id] = std::unique_ptr<QPushButton>(actions.makeButton(id, &window));
+            button->setFocusPolicy(Qt::NoFocus); // or only the last one stays down
+            button->show();
+            QTest::mousePress(button.get(), Qt::LeftButton);
+        }
+        for (const char* const id : {"stop", "own", "order-start", "order-plan", "short-save", "short-remove",
+                                     "short-send", "conversion-start", "server-stop-all"})
+            QVERIFY2(pressed.count(QLatin1String(id)) > 0, id);
+        QStringList ran;
+        connect(&actions, &ActionTable::si_Ran, this, [&ran](const QString& id) { ran.append(id); });
+        auto& server = *stage.session->simulation()->server(QStringLiteral("S1"));
+        server.vanish();
+        if (isNoticed)
+            QTRY_VERIFY(!actions.action(QStringLiteral("server-stop-all"))->isEnabled());
+        for (const auto& [id, button] : pressed) {
+            QTest::mouseRelease(button.get(), Qt::LeftButton);
+            QVERIFY2(ran.isEmpty(), qPrintable(id));
+            QVERIFY(id != QLatin1String("stop") || actions.isInSight(id)); // it was asked to
+            const QString reason = actions.enabledBecause(id); // a page in sight alone looks for tuners
+            QVERIFY2(reason.contains(QLatin1String("S1")) || id.startsWith(QLatin1String("order-")),
+                     qPrintable(id + QLatin1Char(' ') + reason));
+        }
+        QVERIFY(!window.findChild<QMessageBox*>());
+        server.comeBack();
+        QTRY_VERIFY(actions.enabledBecause(QStringLiteral("short-remove")).isEmpty());
+        QVERIFY(ran.isEmpty());
+    }
+
     /// Esc goes out one step at a time.
     void leaves()
     {
@@ -274,6 +338,35 @@ private Q_SLOTS:
         QVERIFY(!table->selectionModel()->hasSelection() && tree->selectionModel()->hasSelection());
         QTest::keyClick(stage.window.get(), Qt::Key_Escape);
         QVERIFY(!tree->selectionModel()->hasSelection());
+    }
+
+private:
+    /// On an installation of S1 alone.
+    static void giveAllSomethingToDo(Stage& stage)
+    {
+        const auto page = [&stage](const char* name) { return stage.window->showPage(QLatin1String(name)); };
+        auto* const view = page("productions")->findChild<ProductionsView*>();
+        QTRY_VERIFY(view->model()->rowCount(view->model()->index(0, 0)) > 0);
+        view->setCurrentIndex(view->model()->index(0, 0, view->model()->index(0, 0)));
+        Kolta::ProductionOrder order;
+        order.tunerClass = QStringLiteral("Wide");
+        order.frequency = 98.5e6;
+        stage.session->draft().set(order, QString());
+        QTRY_VERIFY(page("order")->findChild<CandidatesTable*>()->acceptedCount() > 0);
+        auto& shortTime = *static_cast<ShortTimePage*>(page("short-time"));
+        auto* const profiles = shortTime.profiles().findChild<QTreeView*>();
+        QTRY_VERIFY(profiles->model()->rowCount() > 0);
+        profiles->setCurrentIndex(profiles->model()->index(0, 0));
+        shortTime.profiles()
+            .findChild<ProfileEditor*>()
+            ->line(ProfileField::Bandwidth)
+            ->setText(QStringLiteral("16-26 kHz"));
+        AssignmentMatrix& matrix = shortTime.assignments().matrix();
+        QTRY_VERIFY(matrix.rowCount() > 0);
+        matrix.toggle(matrix.index(0, 0));
+        for (QLineEdit* const line : shortTime.conversions().findChildren<QLineEdit*>())
+            line->setText(QStringLiteral("1/disk-1/2"));
+        stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S1"));
     }
 };
 

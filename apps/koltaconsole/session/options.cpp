@@ -56,6 +56,19 @@ bool isSimulated(const QString& server, int servers)
     return false;
 }
 
+QString problemOfVanishing(const ProgramOptions& given, const Options& options)
+{
+    if (!given.has("vanish"))
+        return QString();
+    if (!given.has("simulate"))
+        return QStringLiteral("--vanish is for servers that --simulate plays");
+    return isSimulated(options.vanish, options.servers)
+               ? QString()
+               : QStringLiteral("--vanish: expected a server from S1 to S%1, found \"%2\"")
+                     .arg(options.servers)
+                     .arg(options.vanish);
+}
+
 /// What is wrong, in one line.
 QString problemOf(const ProgramOptions& given, const QStringList& pages, Options& options)
 {
@@ -86,12 +99,8 @@ QString problemOf(const ProgramOptions& given, const QStringList& pages, Options
     if (given.has("page") && !pages.contains(options.page))
         return QStringLiteral("--page: expected one of %1").arg(pages.join(QStringLiteral(", ")));
     options.vanish = given.value("vanish");
-    if (given.has("vanish") && !given.has("simulate"))
-        return QStringLiteral("--vanish is for servers that --simulate plays");
-    if (given.has("vanish") && !isSimulated(options.vanish, options.servers))
-        return QStringLiteral("--vanish: expected a server from S1 to S%1, found \"%2\"")
-            .arg(options.servers)
-            .arg(options.vanish);
+    if (const QString problem = problemOfVanishing(given, options); !problem.isEmpty())
+        return problem;
     if (given.has("simulate"))
         return given.has("tree") ? QStringLiteral("--simulate and --tree exclude each other") : QString();
     options.servers = 0;

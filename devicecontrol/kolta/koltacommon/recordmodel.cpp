@@ -367,10 +367,12 @@ bool RecordModel::rearrange(Row& parent, int first, const std::vector<int>& orde
     Q_EMIT layoutAboutToBeChanged(parents);
     if (!alive)
         return false;
+    const auto target = parent.rows.begin() + first;
     Rows rows;
+    rows.reserve(order.size());
     for (const int place : order)
-        rows.push_back(std::move(parent.rows[static_cast<std::size_t>(first + place)]));
-    std::move(rows.begin(), rows.end(), parent.rows.begin() + first);
+        rows.push_back(std::move(target[place]));
+    std::move(rows.begin(), rows.end(), target);
     renumber(parent.rows, first);
     const QModelIndexList persistent = persistentIndexList();
     for (const QModelIndex& old : persistent) {

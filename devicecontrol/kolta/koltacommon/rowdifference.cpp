@@ -91,6 +91,7 @@ RowDifference::RowDifference(const std::vector<QString>& before, const std::vect
 void RowDifference::surroundOrder(int head, int tail)
 {
     std::vector<int> all;
+    all.reserve(static_cast<std::size_t>(head) + order.size() + static_cast<std::size_t>(tail));
     for (int place = 0; place < head; ++place)
         all.push_back(place);
     for (const int place : order)
@@ -109,6 +110,7 @@ void RowDifference::arrange(std::vector<int> targets)
     std::sort(sorted.begin(), sorted.end());
     if (moving > kMostMoves) {
         std::vector<std::pair<int, int>> places; // target, place
+        places.reserve(targets.size());
         for (int i = 0; i < sizeOf(targets); ++i)
             places.emplace_back(targets[static_cast<std::size_t>(i)], i);
         std::sort(places.begin(), places.end());

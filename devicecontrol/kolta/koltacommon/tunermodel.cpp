@@ -243,10 +243,10 @@ bool TunerModel::showAll(TunerSection& section)
 
 bool TunerModel::showPlaces(TunerSection& section, const std::vector<int>& places)
 {
-    const int first = firstRow(section);
+    const auto rows = root().rows.begin() + firstRow(section);
     std::vector<RowChange> changes;
     for (const int place : places) {
-        auto& row = static_cast<TunerRow&>(*root().rows[static_cast<std::size_t>(first + place)]);
+        auto& row = static_cast<TunerRow&>(*rows[place]);
         if (const ColumnSet columns = row.take(section.board.tuner(place)))
             changes.push_back({row.place, columns});
     }

@@ -46,6 +46,19 @@ QString named(const QStringList& names)
 constexpr int kFilterWidth = 250;
 const char* const kActions[] = {"stop", "move", "own", "own-force", "front-end"};
 
+/// Of an action that changes something, and is called as its command is.
+ActionTable::Entry entry(const char* id, const QString& text, const QKeySequence& keys)
+{
+    ActionTable::Entry made;
+    made.id = QLatin1String(id);
+    made.text = text;
+    made.shortcut = keys;
+    made.needsLink = true;
+    made.changes = true;
+    made.command = made.id;
+    return made;
+}
+
 } // namespace
 
 void ProductionsView::startDrag(Qt::DropActions supported)
@@ -158,16 +171,6 @@ void ProductionsPage::span(const QModelIndex& parent, int first, int last)
 
 void ProductionsPage::makeActions()
 {
-    const auto entry = [](const char* id, const QString& text, const QKeySequence& keys) {
-        ActionTable::Entry made;
-        made.id = QLatin1String(id);
-        made.text = text;
-        made.shortcut = keys;
-        made.needsLink = true;
-        made.changes = true;
-        made.command = made.id;
-        return made;
-    };
     const auto nameOfThem = [this](const QStringList& keys) { return nameOf(keys); };
     add(entry("stop", tr("Stop"), QKeySequence::Delete),
         {[this](const QStringList& keys) { return m_orders.objectionToStop(keys); },
