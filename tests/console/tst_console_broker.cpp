@@ -1,7 +1,10 @@
 #include "consoletest.h"
 #include "installation.h"
+#include "pointer.h"
 
+#include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
+#include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/session/orderdraft.h>
 
 #include <koltacommon/installationevents.h>
@@ -14,6 +17,7 @@
 #include <QTreeView>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace KoltaConsole;
 namespace Roles = Kolta::ViewRoles;
@@ -28,8 +32,8 @@ private Q_SLOTS:
     void leaverIsNotMissed();
 };
 
-/// While it is gone there is one banner, what was typed stays, and orders are refused with the reason; when
-/// it is back, the rows are the same ones.
+/// While it is gone there is one banner, what was typed stays, a drag goes on, and orders are refused with
+/// the reason; when it is back, the rows are the same ones.
 void TestBroker::nothingIsLost()
 {
     if (!isInstallationPossible())
@@ -60,12 +64,21 @@ void TestBroker::nothingIsLost()
         return alarms;
     };
     const int alarms = alarmCount(), attention = stage.session->attentionCount();
+    auto* const axis = page->findChild<FrequencyAxis*>();
+    QWidget& canvas = *axis->findChild<QWidget*>(QStringLiteral("QwtPlotCanvas"));
+    const QPoint left(canvas.width() / 4, 20), right(canvas.width() / 2, 20);
+    axis->setRange(100e6, 110e6);
+    sendMouse(canvas, QEvent::MouseButtonPress, right, Qt::ShiftModifier);
+    sendMouse(canvas, QEvent::MouseMove, (left + right) / 2, Qt::ShiftModifier);
     QVERIFY(installation.killBroker());
     const auto* const banner = stage.window->findChild<QLabel*>(QStringLiteral("banner"));
     QTRY_VERIFY_WITH_TIMEOUT(banner->isVisible(), 30000);
     QVERIFY(!stage.session->link().isUp);
     QTRY_COMPARE(alarmCount(), alarms + 1);
-    stage.window->showPage(QStringLiteral("order"));
+    sendMouse(canvas, QEvent::MouseMove, left, Qt::ShiftModifier);
+    sendMouse(canvas, QEvent::MouseButtonRelease, left, Qt::ShiftModifier); // which begins an order
+    QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
+    QVERIFY(std::abs(stage.session->draft().order().frequency - 103.75e6) < 0.1e6);
     QVERIFY(!stage.window->actions().run(QStringLiteral("order-start")));
     QCOMPARE(stage.session->draft().order().displayName, QStringLiteral("half written"));
 

@@ -4,7 +4,6 @@
 #include <koltaconsole/pages/order/orderform.h>
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
-#include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/widgets/elidedlabel.h>
 
@@ -20,35 +19,16 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTreeView>
 
 #include <algorithm>
-#include <cmath>
 
 using namespace KoltaConsole;
 
 namespace {
-
-/// As a mouse would, which cannot be had off screen.
-void sendMouse(QWidget& widget, QEvent::Type type, const QPoint& point, Qt::KeyboardModifiers keys)
-{
-    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
-    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
-    QMouseEvent event(type, point, widget.mapToGlobal(point), button, held, keys);
-    QCoreApplication::sendEvent(&widget, &event);
-}
-
-void drag(QWidget& widget, const QPoint& from, const QPoint& to, Qt::KeyboardModifiers keys)
-{
-    sendMouse(widget, QEvent::MouseButtonPress, from, keys);
-    sendMouse(widget, QEvent::MouseMove, (from + to) / 2, keys);
-    sendMouse(widget, QEvent::MouseMove, to, keys);
-    sendMouse(widget, QEvent::MouseButtonRelease, to, keys);
-}
 
 /// What is due in one turn of the event loop has been done.
 bool turn()
@@ -74,13 +54,12 @@ int topLevelCount(const Stage& stage)
 
 } // namespace
 
-/// From a band on the axis to what runs.
+/// From what is written to what runs.
 class TestOrder : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void axis();
     void startsWhatIsWritten();
     void openList();
     void chosen();
@@ -115,48 +94,6 @@ private:
         Q_EMIT box.activated(box.currentIndex());
     }
 };
-
-/// Zooming keeps the frequency under the pointer, moving keeps the width, neither leaves what there is; only
-/// dragging with Shift begins an order.
-void TestOrder::axis()
-{
-    Options options;
-    options.page = QStringLiteral("tuners");
-    Stage stage(options);
-    QTRY_VERIFY(stage.isSettled());
-    auto* const axis = stage.window->findChild<FrequencyAxis*>();
-    QTRY_COMPARE(axis->lanes().size(), 5);
-    QCOMPARE(axis->from(), 9e3);
-    QCOMPARE(axis->to(), 18e9);
-    QTest::keyClick(axis, Qt::Key_Plus);
-    QVERIFY(std::abs(std::sqrt(axis->from() * axis->to()) / std::sqrt(9e3 * 18e9) - 1) < 1e-6);
-    QTest::keyClick(axis, Qt::Key_Minus);
-    QTest::keyClick(axis, Qt::Key_Minus);
-    QTest::keyClick(axis, Qt::Key_Left);
-    QCOMPARE(axis->from(), 9e3);
-    QCOMPARE(axis->to(), 18e9);
-    axis->setRange(88e6, 108e6);
-    axis->pan(0.5);
-    QCOMPARE(axis->from(), 98e6);
-    QCOMPARE(axis->to(), 118e6);
-    axis->zoom(0.5, 100e6);
-    QCOMPARE(axis->from(), 99e6);
-    QCOMPARE(axis->to(), 109e6);
-    QWidget* const canvas = axis->findChild<QWidget*>(QStringLiteral("QwtPlotCanvas"));
-    const QPoint left(canvas->width() / 4, 20), right(canvas->width() / 2, 20);
-    const QSignalSpy marked(axis, &FrequencyAxis::si_BandMarked);
-    drag(*canvas, right, left, Qt::NoModifier);
-    QCOMPARE(marked.size(), 0);
-    QVERIFY(axis->from() > 99e6);
-    axis->setRange(100e6, 110e6);
-    drag(*canvas, right, left, Qt::ShiftModifier);
-    QCOMPARE(marked.size(), 1);
-    const auto& order = stage.session->draft().order();
-    QVERIFY(std::abs(order.frequency - 103.75e6) < 0.1e6);
-    QVERIFY(order.bandwidth > 2.4e6 && order.bandwidth < 2.9e6);
-    QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
-    QCOMPARE(topLevelCount(stage), 5); // nothing was started
-}
 
 /// Candidates follow every key; a server that vanishes between choosing and starting is not asked; what
 /// cannot be read is told and cannot be started.

@@ -1,0 +1,68 @@
+#include "consoletest.h"
+#include "pointer.h"
+
+#include <koltaconsole/pages/order/orderpage.h>
+#include <koltaconsole/plots/frequencyaxis.h>
+#include <koltaconsole/session/orderdraft.h>
+
+#include <koltacommon/processormodel.h>
+
+#include <QSignalSpy>
+
+#include <cmath>
+
+using namespace KoltaConsole;
+
+/// The axis of frequencies over the tuners.
+class TestAxis : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void axis();
+};
+
+/// Zooming keeps the frequency under the pointer, moving keeps the width, neither leaves what there is; only
+/// dragging with Shift begins an order.
+void TestAxis::axis()
+{
+    Options options;
+    options.page = QStringLiteral("tuners");
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const axis = stage.window->findChild<FrequencyAxis*>();
+    QTRY_COMPARE(axis->lanes().size(), 5);
+    QCOMPARE(axis->from(), 9e3);
+    QCOMPARE(axis->to(), 18e9);
+    QTest::keyClick(axis, Qt::Key_Plus);
+    QVERIFY(std::abs(std::sqrt(axis->from() * axis->to()) / std::sqrt(9e3 * 18e9) - 1) < 1e-6);
+    QTest::keyClick(axis, Qt::Key_Minus);
+    QTest::keyClick(axis, Qt::Key_Minus);
+    QTest::keyClick(axis, Qt::Key_Left);
+    QCOMPARE(axis->from(), 9e3);
+    QCOMPARE(axis->to(), 18e9);
+    axis->setRange(88e6, 108e6);
+    axis->pan(0.5);
+    QCOMPARE(axis->from(), 98e6);
+    QCOMPARE(axis->to(), 118e6);
+    axis->zoom(0.5, 100e6);
+    QCOMPARE(axis->from(), 99e6);
+    QCOMPARE(axis->to(), 109e6);
+    QWidget* const canvas = axis->findChild<QWidget*>(QStringLiteral("QwtPlotCanvas"));
+    const QPoint left(canvas->width() / 4, 20), right(canvas->width() / 2, 20);
+    const QSignalSpy marked(axis, &FrequencyAxis::si_BandMarked);
+    drag(*canvas, right, left, Qt::NoModifier);
+    QCOMPARE(marked.size(), 0);
+    QVERIFY(axis->from() > 99e6);
+    axis->setRange(100e6, 110e6);
+    drag(*canvas, right, left, Qt::ShiftModifier);
+    QCOMPARE(marked.size(), 1);
+    const auto& order = stage.session->draft().order();
+    QVERIFY(std::abs(order.frequency - 103.75e6) < 0.1e6);
+    QVERIFY(order.bandwidth > 2.4e6 && order.bandwidth < 2.9e6);
+    QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
+    QCOMPARE(stage.session->processors().rowCount(), 5); // nothing was started
+}
+
+KOLTA_CONSOLE_TEST(TestAxis);
+#include "tst_console_axis.moc"
