@@ -65,7 +65,10 @@ void ActionTable::add(const Entry& entry, QWidget* owner)
     action->setShortcut(entry.shortcut);
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     owner->addAction(action);
-    connect(action, &QAction::triggered, this, [this, id = entry.id] { run(id); });
+    connect(action, &QAction::triggered, this, [this, id = entry.id] {
+        if (!run(id))
+            tellIfRefused(id);
+    });
     connect(action, &QObject::destroyed, this, [this, id = entry.id](QObject* gone) {
         if (m_actions.value(id) != gone)
             return;
@@ -97,7 +100,9 @@ QPushButton* ActionTable::makeButton(const QString& id, QWidget* parent) const
 {
     QAction* const action = m_actions.value(id);
     auto* const button = new QPushButton(action->text(), parent);
-    const auto follow = [button, action] {
+    const auto follow = [this, id, button, action] {
+        if (button->isDown() && !action->isEnabled())
+            tellIfRefused(id); // letting go of it does nothing any more
         button->setEnabled(action->isEnabled());
         button->setToolTip(action->toolTip());
         button->setStatusTip(action->statusTip());
@@ -125,7 +130,6 @@ bool ActionTable::isInSight(const QString& id) const
                        [](const Tab& tab) { return tab.tabs->currentWidget() == tab.page; });
 }
 
-/// Whatever it would be done to.
 QString ActionTable::whyNobodyCan(const Entry& entry) const
 {
     if (entry.changes && m_session.isReadOnly())
@@ -174,6 +178,15 @@ std::optional<ActionTable::Request> ActionTable::requestOf(const QString& line) 
         }
     }
     return std::nullopt;
+}
+
+/// For what was possible when somebody began it: a change that does not come about is told.
+void ActionTable::tellIfRefused(const QString& id) const
+{
+    const Entry* const entry = find(id);
+    const QString reason = entry && entry->changes ? enabledBecause(id) : QString();
+    if (!reason.isEmpty())
+        m_session.tellRefusal(entry->text, reason);
 }
 
 bool ActionTable::run(const QString& id)

@@ -83,6 +83,8 @@ public:
     bool isInSight(const QString& id) const;
     /// The reason why the action cannot be done now, as a sentence; empty when it can.
     QString enabledBecause(const QString& id) const;
+    /// Of these reasons those that hold whatever it would be done to: link, rights, looking only.
+    QString whyNobodyCan(const Entry& entry) const;
     /// Shows the page that it belongs to before: it is done to what is selected there.
     bool run(const QString& id);
     /// Which action does what that line asks for: of those whom it names, or of what is chosen now, when that
@@ -98,7 +100,7 @@ Q_SIGNALS:
     void si_Ran(const QString& id, const QString& line);
 
 private:
-    QString whyNobodyCan(const Entry& entry) const;
+    void tellIfRefused(const QString& id) const;
 
     Session& m_session;
     QStringList m_ids;

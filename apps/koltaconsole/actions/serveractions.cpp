@@ -208,8 +208,7 @@ bool ServerActions::isPossible(const QString& id, const QString& address)
     const QString reason = m_actions.enabledBecause(id);
     m_menuServer = before;
     if (!reason.isEmpty())
-        m_session.tell(tr("%1: not asked for. %2").arg(m_actions.find(id)->text, reason),
-                       Kolta::Event::Weight::Attention);
+        m_session.tellRefusal(m_actions.find(id)->text, reason);
     return reason.isEmpty();
 }
 

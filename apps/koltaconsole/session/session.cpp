@@ -243,6 +243,11 @@ void Session::tell(const QString& text, Kolta::Event::Weight weight)
     d->journal.take(event);
 }
 
+void Session::tellRefusal(const QString& what, const QString& reason)
+{
+    tell(tr("%1: not asked for. %2").arg(what, reason), Kolta::Event::Weight::Attention);
+}
+
 /// In a replay, what the recorder met with.
 QString Session::linkText(bool isUp, const QString& reason) const
 {

@@ -83,6 +83,8 @@ public:
     int attentionCount() const;
     /// Notes that the console itself has something to say.
     void tell(const QString& text, Kolta::Event::Weight weight);
+    /// Notes that something that somebody had begun was not asked for, and why, as a sentence.
+    void tellRefusal(const QString& what, const QString& reason);
 
     bool isSimulated() const noexcept;
     /// The broker's address, "simulated" without one, the file of a replay.

@@ -2680,10 +2680,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>%1 auf %2, %3</translation>
     </message>
     <message>
-        <source>%1: not asked for. %2</source>
-        <translation>%1: nicht verlangt. %2</translation>
-    </message>
-    <message>
         <source>%1 since %2</source>
         <translation>%1 seit %2</translation>
     </message>
@@ -3091,6 +3087,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 </context>
 <context>
     <name>KoltaConsole::Session</name>
+    <message>
+        <source>%1: not asked for. %2</source>
+        <translation>%1: nicht verlangt. %2</translation>
+    </message>
     <message>
         <source>simulated</source>
         <translation>simuliert</translation>
@@ -4391,10 +4391,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>Switch off</source>
         <translation>Ausschalten</translation>
-    </message>
-    <message>
-        <source>%1: not asked for. %2</source>
-        <translation>%1: nicht verlangt. %2</translation>
     </message>
     <message>
         <source>switch %1 on</source>

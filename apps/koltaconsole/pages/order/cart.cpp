@@ -271,10 +271,14 @@ bool Cart::isReady(const Line& line) const
            (line.needsNoTuner() && !line.isStarted() && !line.server.isEmpty());
 }
 
-int Cart::readyCount() const
+QVector<Kolta::UserAction> Cart::actionsToStart() const
 {
-    return static_cast<int>(
-        std::count_if(m_lines.begin(), m_lines.end(), [this](const auto& line) { return isReady(*line); }));
+    QVector<Kolta::UserAction> actions;
+    for (const auto& line : m_lines) {
+        if (isReady(*line))
+            actions.append(Kolta::actionToRun(kindName(line->order.kind)));
+    }
+    return actions;
 }
 
 int Cart::start()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/actionrights.h>
 #include <koltacommon/productionorder.h>
 #include <koltacommon/tunerplan.h>
 #include <koltaconsole/widgets/marks.h>
@@ -66,8 +67,9 @@ public:
     void share();
     /// Starts what has a tuner, or needs none. Returns how many.
     int start();
-    /// How many start() would start.
-    int readyCount() const;
+    /// What start() would do, one for each line that it would start.
+    QVector<Kolta::UserAction> actionsToStart() const;
+    int readyCount() const { return actionsToStart().size(); }
     /// "4 orders, total cost 60, 1 conflict".
     QString summary() const;
     /// A line of `kolta` for each tuner that is planned.

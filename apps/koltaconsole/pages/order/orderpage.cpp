@@ -31,6 +31,7 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 namespace KoltaConsole {
@@ -235,14 +236,21 @@ void OrderPage::makeCartActions()
     const auto add = adder(object, Effect::Installation), write = adder(object, Effect::Here);
     const auto isEmpty = [this] { return m_cart.rowCount() == 0 ? tr("The cart is empty.") : QString(); };
     add(
-        "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); }, isEmpty,
+        "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); },
+        [this, isEmpty] {
+            const QVector<ServerFacts>& all = session().facts();
+            const bool isAnyThere = std::any_of(all.begin(), all.end(),
+                                                [](const ServerFacts& server) { return !server.isStale(); });
+            return isAnyThere || m_cart.rowCount() == 0 ? isEmpty() : tr("No server is there to ask.");
+        },
         [this] { return m_cart.planLines(); });
     actions().tellAfterwards(QStringLiteral("cart-share"));
     add(
         "cart-start", tr("Start the cart"), QKeySequence(), [this] { m_cart.start(); },
         [this] {
-            return m_cart.readyCount() == 0 ? tr("Nothing in the cart has a tuner; share out first.")
-                                            : QString();
+            if (m_cart.readyCount() == 0)
+                return tr("Nothing in the cart has a tuner; share out first.");
+            return session().areUsersKnown() ? Kolta::objectionTo(m_cart.actionsToStart()) : QString();
         },
         [this] { return m_cart.startLines(); });
     write("cart-clear", tr("Empty"), QKeySequence(), [this] { m_cart.clear(); }, isEmpty, {});

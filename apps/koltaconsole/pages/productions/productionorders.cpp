@@ -188,7 +188,7 @@ bool ProductionOrders::refuse(const QString& what, const QString& objection)
     const QString& reason = change.isEmpty() ? objection : change;
     if (reason.isEmpty())
         return false;
-    m_session.tell(tr("%1: not asked for. %2").arg(what, reason), Kolta::Event::Weight::Attention);
+    m_session.tellRefusal(what, reason);
     return true;
 }
 

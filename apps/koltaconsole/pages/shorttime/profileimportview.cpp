@@ -151,7 +151,8 @@ void ProfileImportView::preview(const QString& file)
 {
     const ShortTimeProfileItemMap* const profiles = map();
     if (!profiles)
-        return;
+        return m_session.tellRefusal(m_actions.find(QStringLiteral("short-import-confirm"))->text,
+                                     objectionToShortTime(m_server, false));
     m_pending = ProfileImport::read(file, *profiles);
     if (!m_pending.error.isEmpty()) {
         m_session.tell(tr("profiles are not imported: %1").arg(m_pending.error),

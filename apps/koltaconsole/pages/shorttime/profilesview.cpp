@@ -463,11 +463,16 @@ void ProfilesView::remove(const QString& name)
               [this, server = m_server, name] { erase(server, name); });
 }
 
-/// A server or profile that has gone while somebody was asked is none to remove.
+/// While somebody was asked, link, right, server or profile may have gone.
 void ProfilesView::erase(const QString& server, const QString& name)
 {
     auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
-    if (!profiles || !profiles->Contains(name))
+    const ActionTable::Entry& removal = *m_actions.find(QStringLiteral("short-remove"));
+    const QString away = objectionToShortTime(server, profiles);
+    const QString objection = away.isEmpty() ? m_actions.whyNobodyCan(removal) : away;
+    if (!objection.isEmpty())
+        return m_session.tellRefusal(removal.text, objection);
+    if (!profiles->Contains(name))
         return;
     tellLine(KoltaApps::ActionLines(server).removeProfiles({name}));
     if (server == m_server && m_editor->keepRemoved(profiles->At(name)))
