@@ -7,9 +7,16 @@
 #include <koltaconsole/session/simulatedinstallation.h>
 #include <koltaconsole/window/mainwindow.h>
 
+#include <simulation/simulatedserver.h>
 #include <support/test.h>
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+
+#include <algorithm>
 
 /// Constructs a test class behind an application with widgets and runs it.
 template<class Test>
@@ -31,6 +38,14 @@ int runConsoleTest(int argc, char** argv)
 /// The console on an installation that is simulated, all of it up and running.
 struct Stage
 {
+    static KoltaConsole::Options optionsFor(int servers, const char* page = "")
+    {
+        KoltaConsole::Options options;
+        options.servers = servers;
+        options.page = QLatin1String(page);
+        return options;
+    }
+    explicit Stage(int servers, const char* page = "") : Stage(optionsFor(servers, page)) {}
     explicit Stage(KoltaConsole::Options wanted = KoltaConsole::Options(), bool isRemembered = false)
         : options(wanted)
     {
@@ -48,8 +63,52 @@ struct Stage
     {
         return (!session->simulation() || session->simulation()->isSettled()) && window->isFilled();
     }
+    bool run(const char* id) const { return window->actions().run(QLatin1String(id)); }
+    /// Why that action cannot be run now; empty when it can.
+    QString why(const char* id) const { return window->actions().enabledBecause(QLatin1String(id)); }
+    KoltaSimulation::SimulatedServer& server(const QString& address = QStringLiteral("S1")) const
+    {
+        return *session->simulation()->server(address);
+    }
 
     KoltaConsole::Options options;
     std::unique_ptr<KoltaConsole::Session> session;
     std::unique_ptr<KoltaConsole::MainWindow> window;
 };
+
+/// Whether a label says that, among other words, where somebody sees it.
+inline bool tells(const QWidget& part, const char* words)
+{
+    const auto labels = part.findChildren<QLabel*>();
+    return std::any_of(labels.begin(), labels.end(), [words](const QLabel* label) {
+        return label->isVisible() && label->text().contains(QString::fromUtf8(words));
+    });
+}
+
+/// The one that is called so for those who do not see it.
+inline QLineEdit& field(const QWidget& part, const char* name)
+{
+    for (QLineEdit* const line : part.findChildren<QLineEdit*>()) {
+        if (line->accessibleName() == QLatin1String(name))
+            return *line;
+    }
+    qFatal("no field %s", name);
+}
+
+/// The first that shows this text, at whatever depth.
+inline QModelIndex find(const QAbstractItemModel& model, const QString& text)
+{
+    return model.match(model.index(0, 0), Qt::DisplayRole, text, 1, Qt::MatchExactly | Qt::MatchRecursive)
+        .value(0);
+}
+
+/// Says yes wherever that is asked.
+inline void accept(const QWidget& part)
+{
+    for (const QMessageBox* const box : part.findChildren<QMessageBox*>()) {
+        for (QAbstractButton* const button : box->buttons()) {
+            if (box->buttonRole(button) == QMessageBox::AcceptRole)
+                button->click();
+        }
+    }
+}

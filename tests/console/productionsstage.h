@@ -5,22 +5,11 @@
 #include <koltaconsole/pages/productions/productionspage.h>
 
 #include <koltacommon/productionjob.h>
-#include <simulation/simulatedserver.h>
-
-#include <QAbstractButton>
-#include <QMessageBox>
 
 /// The page on two servers; S1 has a second MCP that is empty.
 struct ProductionsStage : Stage
 {
-    static KoltaConsole::Options twoServers()
-    {
-        KoltaConsole::Options options;
-        options.servers = 2;
-        options.page = QStringLiteral("productions");
-        return options;
-    }
-    ProductionsStage() : Stage(twoServers())
+    explicit ProductionsStage(int servers = 2) : Stage(servers, "productions")
     {
         page = static_cast<KoltaConsole::ProductionsPage*>(window->currentPage());
         view = page->findChild<KoltaConsole::ProductionsView*>();
@@ -45,10 +34,8 @@ struct ProductionsStage : Stage
     /// Of the row of S1 with that name.
     QString keyOf(const char* name) const
     {
-        const QModelIndexList found =
-            page->model().match(page->model().index(0, 0), Qt::DisplayRole, QLatin1String(name), 1,
-                                Qt::MatchExactly | Qt::MatchRecursive);
-        return found.isEmpty() ? QString() : page->model().rowAt(found.first())->key;
+        const QModelIndex found = find(page->model(), QLatin1String(name));
+        return found.isValid() ? page->model().rowAt(found)->key : QString();
     }
     const KoltaConsole::ProductionRow* row(const QString& key) const { return page->model().find(key); }
     void select(const QString& key)
@@ -57,19 +44,8 @@ struct ProductionsStage : Stage
         view->setCurrentIndex(page->model().indexOf(key));
         view->setFocus();
     }
-    bool canDo(const char* id) { return window->actions().enabledBecause(QLatin1String(id)).isEmpty(); }
-    KoltaSimulation::SimulatedServer& server() const
-    {
-        return *session->simulation()->server(QStringLiteral("S1"));
-    }
+    bool canDo(const char* id) const { return why(id).isEmpty(); }
     QMessageBox* box() const { return page->findChild<QMessageBox*>(); }
-    void answer(const char* button) const
-    {
-        for (QAbstractButton* const each : box()->buttons()) {
-            if (each->text().remove(QLatin1Char('&')) == QLatin1String(button))
-                each->click();
-        }
-    }
 
     KoltaConsole::ProductionsPage* page;
     KoltaConsole::ProductionsView* view;

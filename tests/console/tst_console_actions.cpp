@@ -19,14 +19,10 @@
 #include <koltacommon/actionrights.h>
 #include <koltacommon/koltaserverregistry.h>
 #include <koltacommon/processormodel.h>
-#include <simulation/simulatedserver.h>
 
 #include <QAction>
 #include <QClipboard>
-#include <QLabel>
-#include <QLineEdit>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -115,9 +111,7 @@ private Q_SLOTS:
     /// once it is typed in full.
     void palette()
     {
-        Options options;
-        options.servers = 2;
-        Stage stage(options);
+        Stage stage(2);
         QTRY_VERIFY(stage.isSettled());
         auto* const page = stage.window->showPage(QStringLiteral("productions"));
         auto* const view = page->findChild<ProductionsView*>();
@@ -127,7 +121,7 @@ private Q_SLOTS:
         view->setCurrentIndex(chosen);
         const QString name = chosen.data().toString();
         stage.window->showPage(QStringLiteral("overview"));
-        QVERIFY(stage.window->actions().run(QStringLiteral("palette")));
+        QVERIFY(stage.run("palette"));
         auto* const palette = stage.window->findChild<Palette*>();
         auto* const line = palette->findChild<QLineEdit*>();
         auto* const list = palette->findChild<QListWidget*>();
@@ -146,7 +140,7 @@ private Q_SLOTS:
 
         view->clearSelection();
         stage.window->showPage(QStringLiteral("overview"));
-        QVERIFY(stage.window->actions().run(QStringLiteral("palette")));
+        QVERIFY(stage.run("palette"));
         line->setText(QStringLiteral("kolta stop --server S1 ") + name.left(1));
         const QString first = list->item(0)->text();
         QTest::keyClick(line, Qt::Key_Return);
@@ -164,15 +158,13 @@ private Q_SLOTS:
     /// shown alone.
     void paletteKnowsLinesAndServers()
     {
-        Options options;
-        options.servers = 2;
-        Stage stage(options);
+        Stage stage(2);
         QTRY_VERIFY(stage.isSettled());
         ActionTable& actions = stage.window->actions();
         auto* const palette = stage.window->findChild<Palette*>();
         auto* const line = palette->findChild<QLineEdit*>();
         const auto enter = [&](const char* words) {
-            QVERIFY(actions.run(QStringLiteral("palette")));
+            QVERIFY(stage.run("palette"));
             line->setText(QLatin1String(words));
             QTest::keyClick(line, Qt::Key_Return);
             QVERIFY(!palette->isVisible());
@@ -186,13 +178,13 @@ private Q_SLOTS:
                                         "kolta stop --server S1 --server S2 A", "kolta stop --none A"})
             QVERIFY2(!actions.requestOf(QLatin1String(other)), other);
         enter("kolta status --server S2");
-        QVERIFY(actions.run(QStringLiteral("copy-line")));
+        QVERIFY(stage.run("copy-line"));
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kolta status --server S2"));
         enter("s2 operational");
         QCOMPARE(stage.window->currentPage()->commandLine(), QStringLiteral("kolta status --server S2"));
         stage.window->showPage(QStringLiteral("order"));
         QVERIFY(!actions.action(QStringLiteral("copy-line"))->isEnabled()); // nothing is ordered
-        QVERIFY(!actions.run(QStringLiteral("copy-line")));
+        QVERIFY(!stage.run("copy-line"));
     }
 
     /// Of inner tabs too.
@@ -225,35 +217,29 @@ private Q_SLOTS:
     /// somebody who lacks the right stays off. An exception becomes an event.
     void serversAndFaults()
     {
-        Options options;
-        options.servers = 2;
-        Stage stage(options);
+        Stage stage(2);
         QTRY_VERIFY(stage.isSettled());
-        ActionTable& actions = stage.window->actions();
-        const auto why = [&actions](const char* id) { return actions.enabledBecause(QLatin1String(id)); };
-        QVERIFY(!why("server-stop-all").isEmpty());
+        QVERIFY(!stage.why("server-stop-all").isEmpty());
         stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S1"));
         for (const auto& [id, action] : {std::pair("server-quit", Kolta::UserAction::QuitServer),
                                          std::pair("server-stop-all", Kolta::UserAction::StopAll)})
-            QCOMPARE(why(id).isEmpty(), stage.session->mayDo(Kolta::rightFor(action)));
+            QCOMPARE(stage.why(id).isEmpty(), stage.session->mayDo(Kolta::rightFor(action)));
+        const ActionTable& actions = stage.window->actions();
         const auto request = actions.requestOf(QStringLiteral("kolta server quit S1"));
         QVERIFY(request);
-        QCOMPARE(actions.enabledBecause(*request), why("server-quit"));
+        QCOMPARE(actions.enabledBecause(*request), stage.why("server-quit"));
         const auto running = [&stage](const QString& server) {
             const QAbstractItemModel& model = stage.session->processors();
             return model.match(model.index(0, Kolta::ProcessorModel::eServerColumn), Qt::DisplayRole, server)
                 .size();
         };
         QTRY_VERIFY(running(QStringLiteral("S1")) > 0 && running(QStringLiteral("S2")) > 0);
-        QVERIFY(actions.run(QStringLiteral("server-stop-all")));
+        QVERIFY(stage.run("server-stop-all"));
         auto* const box = stage.window->findChild<QMessageBox*>();
         QVERIFY(box && box->buttonRole(box->defaultButton()) == QMessageBox::RejectRole);
         QVERIFY2(box->informativeText().contains(QLatin1String("MCP 1")), qPrintable(box->informativeText()));
         stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S2"));
-        for (QAbstractButton* const button : box->buttons()) {
-            if (box->buttonRole(button) == QMessageBox::AcceptRole)
-                button->click();
-        }
+        accept(*stage.window);
         QTRY_COMPARE(running(QStringLiteral("S1")), 0);
         QVERIFY(running(QStringLiteral("S2")) > 0);
 
@@ -321,10 +307,7 @@ private Q_SLOTS:
     /// Esc goes out one step at a time.
     void leaves()
     {
-        Options options;
-        options.servers = 2;
-        options.page = QStringLiteral("tuners");
-        Stage stage(options);
+        Stage stage(2, "tuners");
         QTRY_VERIFY(stage.isSettled());
         Page* const page = stage.window->currentPage();
         auto* const tree = stage.window->findChild<InstallationTree*>();

@@ -26,9 +26,7 @@ private Q_SLOTS:
 /// dragging with Shift begins an order.
 void TestAxis::axis()
 {
-    Options options;
-    options.page = QStringLiteral("tuners");
-    Stage stage(options);
+    Stage stage(5, "tuners");
     QTRY_VERIFY(stage.isSettled());
     auto* const axis = stage.window->findChild<FrequencyAxis*>();
     QTRY_COMPARE(axis->lanes().size(), 5);

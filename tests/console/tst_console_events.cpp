@@ -5,28 +5,17 @@
 #include <koltaconsole/widgets/elidedlabel.h>
 
 #include <koltacommon/journal.h>
-#include <simulation/simulatedserver.h>
+#include <support/files.h>
 
 #include <QComboBox>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 
 using namespace KoltaConsole;
 using Kolta::Event;
 using Kolta::EventFilter;
-
-namespace {
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
 
 /// What happened, as somebody looks for it and takes it away.
 class TestEvents : public QObject
@@ -72,10 +61,7 @@ private Q_SLOTS:
     /// A stopped view stands still and counts, filters hold meanwhile, and a file has what is shown.
     void page()
     {
-        Options options;
-        options.servers = 2;
-        options.page = QStringLiteral("events");
-        Stage stage(options);
+        Stage stage(2, "events");
         QTRY_VERIFY(stage.isSettled());
         auto* const page = static_cast<EventsPage*>(stage.window->currentPage());
         page->showServer(QStringLiteral("S2"));
@@ -85,12 +71,12 @@ private Q_SLOTS:
         const auto* const count = page->filterLine()->parentWidget()->findChild<ElidedLabel*>();
         QTRY_COMPARE(count->text(), QStringLiteral("No alarms yet (S2 alone)"));
         page->findChild<QComboBox*>()->setCurrentIndex(1);
-        QVERIFY(stage.window->actions().run(QStringLiteral("events-pause")));
+        QVERIFY(stage.run("events-pause"));
         const int before = page->model().rowCount();
-        stage.session->simulation()->server(QStringLiteral("S2"))->vanish();
+        stage.server(QStringLiteral("S2")).vanish();
         QTRY_VERIFY(page->model().heldBack() > 0);
         QCOMPARE(page->model().rowCount(), before);
-        QVERIFY(stage.window->actions().run(QStringLiteral("events-pause")));
+        QVERIFY(stage.run("events-pause"));
         QTRY_VERIFY(page->model().rowCount() > before);
         page->filterLine()->setText(QStringLiteral("no such word"));
         QTRY_COMPARE(page->model().rowCount(), 0);
@@ -103,12 +89,12 @@ private Q_SLOTS:
         QTRY_COMPARE(page->model().rowCount(), 1);
         const QTemporaryDir folder;
         QVERIFY(page->saveTo(folder.filePath(QStringLiteral("e.csv"))));
-        const QByteArray table = contentOf(folder.filePath(QStringLiteral("e.csv")));
+        const QByteArray table = readFile(folder.filePath(QStringLiteral("e.csv")));
         QVERIFY2(table.startsWith("time,weight,server,kind,text,guid\r\n"), table);
         QVERIFY2(table.endsWith(",attention,,program,\"weighs, \"\"at most\"\"; 5 kg\nand more\",\r\n"),
                  table);
         QVERIFY(page->saveTo(folder.filePath(QStringLiteral("e.jsonl"))));
-        const QByteArray lines = contentOf(folder.filePath(QStringLiteral("e.jsonl")));
+        const QByteArray lines = readFile(folder.filePath(QStringLiteral("e.jsonl")));
         QCOMPARE(lines.count('\n'), 1);
         QCOMPARE(QJsonDocument::fromJson(lines).object().value(QStringLiteral("weight")).toString(),
                  QStringLiteral("attention"));

@@ -19,10 +19,8 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/q9rprofiles.h>
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
-#include <QLineEdit>
 #include <QMimeData>
 #include <QProcess>
 #include <QTabWidget>
@@ -103,11 +101,7 @@ private:
     /// Of the row of that name on the page of productions.
     QModelIndex row(const char* name) const
     {
-        auto& model = page<ProductionsPage>("productions").model();
-        return model
-            .match(model.index(0, 0), Qt::DisplayRole, QLatin1String(name), 1,
-                   Qt::MatchExactly | Qt::MatchRecursive)
-            .value(0);
+        return find(page<ProductionsPage>("productions").model(), QLatin1String(name));
     }
     /// Null unless it runs.
     const ProductionRow* running(const char* name) const
@@ -293,7 +287,7 @@ void TestLines::shortTimeData()
     QTRY_VERIFY2_WITH_TIMEOUT(!isThere(first), qPrintable(m_shell->told()), kPatienceMs);
     QVERIFY(isThere(second));
     auto* const list = shown.profiles().findChild<QTreeView*>();
-    list->setCurrentIndex(list->model()->match(list->model()->index(0, 0), Qt::DisplayRole, second).value(0));
+    list->setCurrentIndex(find(*list->model(), second));
     run("short-remove");
     QTRY_VERIFY2_WITH_TIMEOUT(!isThere(second), qPrintable(m_shell->told()), kPatienceMs);
     const QTemporaryDir folder;
@@ -321,15 +315,8 @@ void TestLines::shortTimeData()
     ConversionsView& conversions = shown.conversions();
     const QString record = QStringLiteral("archive/disk-1/4711");
     const auto result = [&] { return map<Conversions>().At(sorel::RecordIdentifier::fromString(record)); };
-    const auto field = [&](const char* name) {
-        for (QLineEdit* const each : conversions.findChildren<QLineEdit*>()) {
-            if (each->accessibleName() == QLatin1String(name))
-                return each;
-        }
-        qFatal("no field %s", name);
-    };
-    field("Record")->setText(record);
-    field("Production")->setText(QStringLiteral("a b"));
+    field(conversions, "Record").setText(record);
+    field(conversions, "Production").setText(QStringLiteral("a b"));
     for (const char* const id : {"conversion-finish", "conversion-fail"}) {
         run("conversion-start");
         QTRY_COMPARE_WITH_TIMEOUT(conversions.model().rowCount(), 1, kPatienceMs);

@@ -10,8 +10,6 @@
 #include <startup/tracesource.h>
 #include <support/scriptedpeer.h>
 
-#include <QLabel>
-#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTabWidget>
 #include <QTreeView>
@@ -32,10 +30,7 @@ class TestLinks : public QObject
     {
         Desk()
         {
-            Options options;
-            options.servers = 1;
-            options.page = QStringLiteral("events");
-            stage = std::make_unique<Stage>(options);
+            stage = std::make_unique<Stage>(1, "events");
             view = stage->window->findChild<LinksView*>();
             stage->window->currentPage()->findChild<QTabWidget*>()->setCurrentWidget(view);
             links = view->findChild<QTreeView*>();
@@ -44,19 +39,9 @@ class TestLinks : public QObject
         {
             return view->traffic()->index(row, column).data().toString();
         }
-        bool read() const { return stage->window->actions().run(QStringLiteral("link-read")); }
-        QString whyNot() const
-        {
-            return stage->window->actions().enabledBecause(QStringLiteral("link-read"));
-        }
+        bool read() const { return stage->run("link-read"); }
+        QString whyNot() const { return stage->why("link-read"); }
         void choose(int row) const { links->setCurrentIndex(links->model()->index(row, 0)); }
-        bool says(const QString& text) const
-        {
-            const auto labels = view->findChildren<QLabel*>();
-            return std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
-                return label->isVisible() && label->text().contains(text);
-            });
-        }
 
         ScriptedPeer peer;
         std::unique_ptr<Stage> stage;
@@ -115,7 +100,7 @@ private Q_SLOTS:
         ask(*first, "Unanswered");
         first.reset();
         QTRY_COMPARE(desk.links->model()->rowCount(), 1);
-        QTRY_VERIFY(desk.says(QStringLiteral("The link is no more; ")));
+        QTRY_VERIFY(tells(*desk.view, "The link is no more; "));
         QVERIFY(desk.view->traffic()->rowCount() >= 6);
         QVERIFY(!desk.read());
         desk.choose(0);

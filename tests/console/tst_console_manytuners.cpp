@@ -4,10 +4,7 @@
 #include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/plots/frequencylanes.h>
 
-#include <simulation/simulatedserver.h>
-
 #include <QElapsedTimer>
-#include <QLineEdit>
 #include <QScrollBar>
 #include <QTreeView>
 

@@ -129,10 +129,7 @@ private Q_SLOTS:
     /// an order.
     void worksTheAxis()
     {
-        Options options;
-        options.servers = 1;
-        options.page = QStringLiteral("tuners");
-        Stage stage(options);
+        Stage stage(1, "tuners");
         QTRY_VERIFY_WITH_TIMEOUT(stage.isSettled(), kPatienceMs);
         QVERIFY(QTest::qWaitForWindowExposed(stage.window.get(), kPatienceMs));
         auto* const axis = stage.window->currentPage()->findChild<FrequencyAxis*>();

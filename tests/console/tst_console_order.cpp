@@ -5,20 +5,16 @@
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/session/orderdraft.h>
-#include <koltaconsole/widgets/elidedlabel.h>
 
 #include <koltacommon/candidatesmodel.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/viewroles.h>
-#include <simulation/simulatedserver.h>
 
 #include <QAbstractItemView>
 #include <QAction>
 #include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -36,15 +32,6 @@ bool turn()
     bool isOver = false;
     QTimer::singleShot(0, qApp, [&isOver] { isOver = true; });
     return QTest::qWaitFor([&isOver] { return isOver; });
-}
-
-/// Whether a heading, or what stands beside a filter, has these words.
-bool isTold(const Page& page, const char* words)
-{
-    const auto labels = page.findChildren<ElidedLabel*>();
-    return std::any_of(labels.begin(), labels.end(), [words](const ElidedLabel* label) {
-        return label->text().contains(QLatin1String(words));
-    });
 }
 
 int topLevelCount(const Stage& stage)
@@ -71,14 +58,6 @@ private Q_SLOTS:
     void survivesARestart();
 
 private:
-    static QLineEdit& field(OrderPage& page, const char* name)
-    {
-        for (QLineEdit* const line : page.findChildren<QLineEdit*>()) {
-            if (line->accessibleName() == QLatin1String(name))
-                return *line;
-        }
-        qFatal("no field %s", name);
-    }
     static QComboBox& list(OrderPage& page, const char* name)
     {
         for (QComboBox* const box : page.findChildren<QComboBox*>()) {
@@ -104,15 +83,15 @@ void TestOrder::startsWhatIsWritten()
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
     ActionTable& actions = stage.window->actions();
     auto* const candidates = page->findChild<CandidatesTable*>();
-    QVERIFY(!actions.enabledBecause(QStringLiteral("order-start")).isEmpty());
+    QVERIFY(!stage.why("order-start").isEmpty());
     choose(*page, "Class", "Wide");
     QTRY_COMPARE(candidates->acceptedCount(), 22); // of 30, some of which are in use or out of reach
     QTest::keyClicks(&field(*page, "Frequency"), QStringLiteral("7,1"));
     QTRY_COMPARE(candidates->acceptedCount(), 0);
-    QVERIFY(!actions.run(QStringLiteral("order-start")));
+    QVERIFY(!stage.run("order-start"));
     field(*page, "Frequency").clear();
     QTest::keyClicks(&field(*page, "Frequency"), QStringLiteral("98.5x"));
-    QVERIFY(actions.enabledBecause(QStringLiteral("order-start")).contains(QLatin1String("98.5 x")));
+    QVERIFY(stage.why("order-start").contains(QLatin1String("98.5 x")));
     QTest::keyClick(&field(*page, "Frequency"), Qt::Key_Backspace);
     QCOMPARE(stage.session->draft().order().frequency, 98.5e6);
     QTRY_COMPARE(candidates->acceptedCount(), 22);
@@ -123,7 +102,7 @@ void TestOrder::startsWhatIsWritten()
     leaver->vanish();
     QTRY_VERIFY(!candidates->offer().isNone() && candidates->offer().server != first);
     const int left = candidates->acceptedCount();
-    QVERIFY(left < 22 && actions.enabledBecause(QStringLiteral("order-start")).isEmpty());
+    QVERIFY(left < 22 && stage.why("order-start").isEmpty());
     const auto isOfFirst = [&](int row) {
         return candidates->rows().index(row, 0).data(Kolta::ViewRoles::ServerRole).toString() == first;
     };
@@ -152,29 +131,27 @@ void TestOrder::startsWhatIsWritten()
     candidates->setCurrentIndex(candidates->rows().index(7, 0));
     const Offer chosen = candidates->offer();
     QVERIFY(!chosen.isNone() && candidates->isOwnChoice());
-    stage.session->simulation()->server(chosen.server)->vanish();
+    stage.server(chosen.server).vanish();
     QTRY_VERIFY(candidates->offer().isNone());
-    QVERIFY(!actions.run(QStringLiteral("order-start")));
-    stage.session->simulation()->server(chosen.server)->comeBack();
+    QVERIFY(!stage.run("order-start"));
+    stage.server(chosen.server).comeBack();
     QTRY_COMPARE(candidates->offer().guid, chosen.guid);
     QVERIFY2(page->commandLine().contains(chosen.guid.mid(1, 36)), qPrintable(page->commandLine()));
 
     QTRY_VERIFY(actions.action(QStringLiteral("order-start"))->isEnabled());
-    actions.run(QStringLiteral("page-order")); // which gives it the focus
+    stage.run("page-order"); // which gives it the focus
     QTest::keyClick(page, Qt::Key_Return, Qt::ControlModifier);
-    QVERIFY(!actions.enabledBecause(QStringLiteral("order-start")).isEmpty()); // one at a time
+    QVERIFY(!stage.why("order-start").isEmpty()); // one at a time
     QTRY_COMPARE(stage.session->server(chosen.server)->getBookingManager().getTunerState(chosen.guid),
                  Kolta::TunerBookingManager::eInUse);
-    QTRY_VERIFY(actions.enabledBecause(QStringLiteral("order-cancel")).size() > 0);
+    QTRY_VERIFY(stage.why("order-cancel").size() > 0);
     QVERIFY(candidates->offer().guid != chosen.guid); // it is in use now
 }
 
 /// What changes elsewhere takes nobody's place in a list that is open; it is there once the list is closed.
 void TestOrder::openList()
 {
-    Options options;
-    options.servers = 1;
-    Stage stage(options);
+    Stage stage(1);
     QTRY_VERIFY(stage.isSettled());
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
     QComboBox& box = list(*page, "Class");
@@ -195,45 +172,34 @@ void TestOrder::openList()
 /// none; what a filter hides is neither chosen nor started unseen.
 void TestOrder::chosen()
 {
-    Options options;
-    options.servers = 1;
-    options.page = QStringLiteral("tuners");
-    Stage stage(options);
+    Stage stage(1, "tuners");
     QTRY_VERIFY(stage.isSettled());
-    auto& server = *stage.session->simulation()->server(QStringLiteral("S1"));
-    ActionTable& actions = stage.window->actions();
+    auto& server = stage.server();
     auto* const tuners = static_cast<TunersPage*>(stage.window->currentPage());
     auto* const table = tuners->findChild<QTreeView*>();
     tuners->filterLine()->setText(QStringLiteral("Wide free"));
     table->setCurrentIndex(table->model()->index(tuners->rows().rowCount() - 1, 0));
     tuners->filterLine()->setText(QStringLiteral("Wide"));
     const QString guid = table->currentIndex().data(Kolta::ViewRoles::GuidRole).toString();
-    QVERIFY(actions.run(QStringLiteral("tuner-why-not")));
-    const auto answers = [tuners](const char* words) {
-        const auto labels = tuners->findChildren<QLabel*>();
-        return std::any_of(labels.begin(), labels.end(), [words](const QLabel* label) {
-            return label->isVisible() && label->text().contains(QLatin1String(words));
-        });
-    };
-    QVERIFY(answers("It can be had"));
+    QVERIFY(stage.run("tuner-why-not"));
+    QVERIFY(tells(*tuners, "It can be had"));
     server.setTunerIdle(guid, false);
-    QTRY_VERIFY(answers("Refused"));
+    QTRY_VERIFY(tells(*tuners, "Refused"));
     server.setTunerIdle(guid, true);
-    QTRY_VERIFY(answers("It can be had"));
+    QTRY_VERIFY(tells(*tuners, "It can be had"));
 
-    QVERIFY(actions.run(QStringLiteral("tuner-order")));
+    QVERIFY(stage.run("tuner-order"));
     auto* const page = static_cast<OrderPage*>(stage.window->currentPage());
     auto* const candidates = page->findChild<CandidatesTable*>();
     QTRY_COMPARE(candidates->offer().guid, guid);
     QCOMPARE(candidates->selectionModel()->selectedRows().size(), 1);
     server.setTunerIdle(guid, false);
-    QTRY_VERIFY(
-        actions.enabledBecause(QStringLiteral("order-start")).startsWith(QLatin1String("The chosen")));
+    QTRY_VERIFY(stage.why("order-start").startsWith(QLatin1String("The chosen")));
     server.setTunerIdle(guid, true);
     QTRY_COMPARE(candidates->acceptedCount(), 4);
     OrderDraft& draft = stage.session->draft();
     draft.set(draft.order(), QStringLiteral("S1"), QUuid::createUuid().toString());
-    QTRY_VERIFY(isTold(*page, "not among them"));
+    QTRY_VERIFY(tells(*page, "not among them"));
     const auto guidAt = [candidates](int row) {
         return candidates->rows().index(row, 0).data(Kolta::ViewRoles::GuidRole).toString();
     };
@@ -241,41 +207,35 @@ void TestOrder::chosen()
 
     const QVariant second = candidates->rows().index(1, Kolta::CandidatesModel::eTunerColumn).data();
     page->filterLine()->setText(QStringLiteral("\"%1\"").arg(second.toString()));
-    QTRY_VERIFY(isTold(*page, "hides the first"));
+    QTRY_VERIFY(tells(*page, "hides the first"));
     QCOMPARE(candidates->offer().guid, guidAt(0));
     candidates->setCurrentIndex(candidates->rows().index(1, 0));
     QCOMPARE(candidates->offer().guid, guidAt(1));
-    QTRY_VERIFY(!isTold(*page, "hides the first"));
-    QVERIFY(!isTold(*page, "not among them"));
+    QTRY_VERIFY(!tells(*page, "hides the first"));
+    QVERIFY(!tells(*page, "not among them"));
 }
 
 /// Where no words are, none are to blame.
 void TestOrder::nothingToShow()
 {
-    Options options;
-    options.servers = 1;
-    options.page = QStringLiteral("tuners");
-    Stage stage(options);
+    Stage stage(1, "tuners");
     QTRY_VERIFY(stage.isSettled());
     Page* const page = stage.window->currentPage();
     page->showServer(QStringLiteral("S4"));
-    QVERIFY(isTold(*page, "S4 has no tuners"));
+    QVERIFY(tells(*page, "S4 has no tuners"));
     page->showClasses({QStringLiteral("HF")});
-    QVERIFY(isTold(*page, "S4 has no tuner of class HF"));
+    QVERIFY(tells(*page, "S4 has no tuner of class HF"));
     page->filterLine()->setText(QStringLiteral("any"));
-    QVERIFY(isTold(*page, "No tuner matches \"any\""));
+    QVERIFY(tells(*page, "No tuner matches \"any\""));
 }
 
 /// What nobody sees is not looked for, and what has not changed is not told anew. An action that is begun
 /// elsewhere is done to what is there then.
 void TestOrder::hidden()
 {
-    Options options;
-    options.servers = 1;
-    Stage stage(options);
+    Stage stage(1);
     QTRY_VERIFY(stage.isSettled());
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
-    const ActionTable& actions = stage.window->actions();
     auto* const candidates = page->findChild<CandidatesTable*>();
     choose(*page, "Class", "Wide");
     QTRY_COMPARE(candidates->acceptedCount(), 4);
@@ -293,10 +253,10 @@ void TestOrder::hidden()
     stage.session->draft().set(order, QString());
     QVERIFY(turn());
     QCOMPARE(candidates->acceptedCount(), 4);
-    QCOMPARE(actions.enabledBecause(QStringLiteral("order-plan")), QString());
+    QCOMPARE(stage.why("order-plan"), QString());
     order.frequency = 98.5e6; // out of reach for all of them
     stage.session->draft().set(order, QString());
-    QVERIFY(!stage.window->actions().run(QStringLiteral("order-plan")));
+    QVERIFY(!stage.run("order-plan"));
     QVERIFY(page->isVisible() && candidates->acceptedCount() == 0);
     QCOMPARE(page->cart().rowCount(), 0);
 }
@@ -304,28 +264,25 @@ void TestOrder::hidden()
 /// What is shared out is planned, once each; what is taken out is given back.
 void TestOrder::cart()
 {
-    Options options;
-    options.servers = 1;
-    Stage stage(options);
+    Stage stage(1);
     QTRY_VERIFY(stage.isSettled());
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
-    ActionTable& actions = stage.window->actions();
     auto& booking = stage.session->server(QStringLiteral("S1"))->getBookingManager();
     const int free = booking.getNumberOfFreeTuners();
     choose(*page, "Class", "Wide");
     QTRY_COMPARE(page->findChild<CandidatesTable*>()->acceptedCount(), 4);
     for (int i = 0; i < 5; ++i)
-        QVERIFY(actions.run(QStringLiteral("order-add")));
+        QVERIFY(stage.run("order-add"));
     QCOMPARE(page->cart().readyCount(), 0);
-    QVERIFY(actions.run(QStringLiteral("cart-share")));
+    QVERIFY(stage.run("cart-share"));
     QCOMPARE(page->cart().readyCount(), 4); // four tuners for five orders
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
     QCOMPARE(page->cart().lookOf(4).role, Role::Attention);
     QVERIFY(page->cart().lookOf(4).word.contains(QLatin1String("1, 2, 3, 4")));
-    QVERIFY(actions.run(QStringLiteral("cart-share"))); // the same again
+    QVERIFY(stage.run("cart-share")); // the same again
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
     const int before = topLevelCount(stage);
-    QVERIFY(actions.run(QStringLiteral("cart-start")));
+    QVERIFY(stage.run("cart-start"));
     QTRY_COMPARE(topLevelCount(stage), before + 4);
     QTRY_COMPARE(page->cart().lookOf(3).mark, Mark::Square);
     const auto sinceCount = [&] { // the four, and one that the server began with
@@ -336,43 +293,40 @@ void TestOrder::cart()
             .size();
     };
     QTRY_COMPARE(sinceCount(), 5);
-    QVERIFY(actions.run(QStringLiteral("cart-clear")));
+    QVERIFY(stage.run("cart-clear"));
     QCOMPARE(page->cart().rowCount(), 0);
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4); // what runs goes on
     choose(*page, "Class", "HF");
-    QTRY_VERIFY(actions.run(QStringLiteral("order-plan")));
+    QTRY_VERIFY(stage.run("order-plan"));
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 5);
-    QVERIFY(actions.run(QStringLiteral("cart-clear")));
+    QVERIFY(stage.run("cart-clear"));
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
 }
 
 /// A line follows its plan, what it started, and the server of both.
 void TestOrder::cartFollows()
 {
-    Options options;
-    options.servers = 1;
-    Stage stage(options);
+    Stage stage(1);
     QTRY_VERIFY(stage.isSettled());
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
-    ActionTable& actions = stage.window->actions();
     const Cart& cart = page->cart();
-    auto& server = *stage.session->simulation()->server(QStringLiteral("S1"));
+    auto& server = stage.server();
     auto& booking = stage.session->server(QStringLiteral("S1"))->getBookingManager();
     auto* const candidates = page->findChild<CandidatesTable*>();
     choose(*page, "Class", "HF");
     QTRY_VERIFY(!candidates->offer().isNone());
     const QString first = candidates->offer().guid;
-    QVERIFY(actions.run(QStringLiteral("order-plan")));
+    QVERIFY(stage.run("order-plan"));
     QCOMPARE(cart.readyCount(), 1);
     QVERIFY(server.setTunerIdle(first, false));
     QTRY_COMPARE(cart.lookOf(0).word, QStringLiteral("taken meanwhile"));
     QCOMPARE(cart.readyCount(), 0);
     const int free = booking.getNumberOfFreeTuners();
-    QVERIFY(actions.run(QStringLiteral("cart-share")) && actions.run(QStringLiteral("cart-start")));
+    QVERIFY(stage.run("cart-share") && stage.run("cart-start"));
     QTRY_COMPARE(cart.lookOf(0).mark, Mark::Square);
     QTRY_COMPARE(booking.getNumberOfFreeTuners(), free - 1);
     QVERIFY(turn() && turn());
-    QVERIFY(actions.run(QStringLiteral("order-plan")));
+    QVERIFY(stage.run("order-plan"));
     QCOMPARE(cart.readyCount(), 1);
     server.vanish();
     QTRY_COMPARE(cart.lookOf(0).word, QStringLiteral("last known"));
@@ -393,9 +347,9 @@ void TestOrder::writes()
     auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
     ActionTable& actions = stage.window->actions();
     choose(*page, "Class", "HF");
-    QVERIFY(!actions.run(QStringLiteral("order-plan")) && !actions.run(QStringLiteral("order-start")));
+    QVERIFY(!stage.run("order-plan") && !stage.run("order-start"));
     for (int i = 0; i < 3; ++i)
-        QVERIFY(actions.run(QStringLiteral("order-add")));
+        QVERIFY(stage.run("order-add"));
     QVERIFY(!actions.action(QStringLiteral("cart-remove"))->isEnabled());
     const auto views = page->findChildren<QTreeView*>();
     const auto cart = std::find_if(views.begin(), views.end(), [](const QTreeView* view) {
@@ -405,7 +359,7 @@ void TestOrder::writes()
     (*cart)->setCurrentIndex(page->cart().index(1, 0));
     QTest::keyClick(*cart, Qt::Key_Delete);
     QCOMPARE(page->cart().rowCount(), 2);
-    QVERIFY(actions.run(QStringLiteral("cart-clear")));
+    QVERIFY(stage.run("cart-clear"));
 }
 
 /// What was being written is there again as it was, though nothing of it can be chosen yet; neither a page
@@ -428,7 +382,7 @@ void TestOrder::survivesARestart()
         auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
         stage.session->draft().set(order, QStringLiteral("S9"));
         QTRY_VERIFY(stage.isSettled());
-        QVERIFY(stage.window->actions().run(QStringLiteral("order-add")));
+        QVERIFY(stage.run("order-add"));
         QCOMPARE(page->cart().rowCount(), 1);
         order.displayName = QStringLiteral("half");
         stage.session->draft().set(order, QStringLiteral("S9"));

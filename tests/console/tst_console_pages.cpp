@@ -12,11 +12,9 @@
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtime.h>
-#include <simulation/simulatedserver.h>
 
 #include <QComboBox>
 #include <QHeaderView>
-#include <QLineEdit>
 #include <QListWidget>
 #include <QScopeGuard>
 #include <QSettings>
@@ -43,7 +41,7 @@ private Q_SLOTS:
         QCOMPARE(cards->count(), 5);
         const QRect first = cards->placeOf(QStringLiteral("S4")); // it lacks a unit
         QCOMPARE(stage.session->attentionCount(), 1);
-        stage.session->simulation()->server(QStringLiteral("S2"))->vanish();
+        stage.server(QStringLiteral("S2")).vanish();
         QTRY_COMPARE(cards->placeOf(QStringLiteral("S2")), first);
         QCOMPARE(stage.session->facts().first().condition, Condition::Vanished);
         QVERIFY(stage.session->facts().first().isStale());
@@ -57,14 +55,14 @@ private Q_SLOTS:
         const QPersistentModelIndex pressed = list->model()->index(0, 0);
         Q_EMIT stage.session->si_FactsChanged();
         QVERIFY(pressed.isValid());
-        stage.session->simulation()->server(QStringLiteral("S5"))->vanish();
+        stage.server(QStringLiteral("S5")).vanish();
         QTRY_COMPARE(list->count(), 3);
         QCOMPARE(list->currentItem()->data(Qt::UserRole).toString(), QStringLiteral("S4"));
         for (const char* const server : {"S2", "S5"}) {
-            stage.session->simulation()->server(QLatin1String(server))->comeBack();
+            stage.server(QLatin1String(server)).comeBack();
             QTRY_COMPARE(stage.session->factsOf(QLatin1String(server)).condition, Condition::Operational);
         }
-        stage.window->actions().run(QStringLiteral("all-servers"));
+        stage.run("all-servers");
         QCOMPARE(cards->count(), 5);
         QLineEdit* const filter = stage.window->currentPage()->filterLine();
         filter->setText(QStringLiteral("attention"));
@@ -177,19 +175,11 @@ private Q_SLOTS:
     /// The tree tells what runs where, and what is chosen in it narrows the page.
     void tree()
     {
-        Options options;
-        options.page = QStringLiteral("tuners");
-        Stage stage(options);
+        Stage stage(5, "tuners");
         QTRY_VERIFY(stage.isSettled());
         const QAbstractItemModel& model = *stage.window->findChild<InstallationTree*>()->model();
-        const auto find = [&model](const char* text) {
-            return model
-                .match(model.index(0, 0), Qt::DisplayRole, QLatin1String(text), 1,
-                       Qt::MatchExactly | Qt::MatchRecursive)
-                .value(0);
-        };
-        QTRY_VERIFY(find("MCP 1").isValid());
-        const QModelIndex running = find("MCP 1");
+        QTRY_VERIFY(find(model, QStringLiteral("MCP 1")).isValid());
+        const QModelIndex running = find(model, QStringLiteral("MCP 1"));
         QVERIFY(running.sibling(running.row(), 1).data().toString().endsWith(QLatin1String("Hz")));
         QVERIFY(running.data(Qt::ToolTipRole).toString().contains(QLatin1String("'MCP 1'")));
         const RowIndex& rows = static_cast<TunersPage*>(stage.window->currentPage())->rows();
@@ -197,12 +187,12 @@ private Q_SLOTS:
         QVERIFY(rows.rowCount() > 0 && rows.rowCount() < 26);
         for (int row = 0; row < rows.rowCount(); ++row)
             QCOMPARE(rows.index(row, Kolta::TunerModel::eClassColumn).data(), running.parent().data());
-        stage.window->actions().run(QStringLiteral("all-servers"));
+        stage.run("all-servers");
         QCOMPARE(rows.rowCount(), 130);
-        const QPersistentModelIndex name = find("HF"); // of S1
+        const QPersistentModelIndex name = find(model, QStringLiteral("HF")); // of S1
         const auto counts = [&name] { return name.sibling(name.row(), 1).data().toString(); };
         QVERIFY2(counts().endsWith(QLatin1String(" free")), qPrintable(counts()));
-        stage.session->simulation()->server(QStringLiteral("S1"))->vanish();
+        stage.server().vanish();
         QTRY_VERIFY2(counts().endsWith(QLatin1String(" tuners")), qPrintable(counts()));
     }
 
@@ -226,7 +216,7 @@ private Q_SLOTS:
             table->sortByColumn(Kolta::TunerModel::eRangeColumn, Qt::DescendingOrder);
             eventsOf(stage)->findChild<QComboBox*>()->setCurrentIndex(1);
             eventsOf(stage)->findChild<QTabWidget*>()->setCurrentIndex(2);
-            stage.window->actions().run(QStringLiteral("tree"));
+            stage.run("tree");
         }
         Stage stage(options, true);
         QVERIFY(stage.window->findChild<InstallationTree*>()->isHidden());
@@ -245,9 +235,7 @@ private Q_SLOTS:
     /// Filter, order and selection outlive a server's absence; the selected row stays the same tuner.
     void tuners()
     {
-        Options options;
-        options.page = QStringLiteral("tuners");
-        Stage stage(options);
+        Stage stage(5, "tuners");
         QTRY_VERIFY(stage.isSettled());
         auto* const page = static_cast<TunersPage*>(stage.window->currentPage());
         auto* const table = page->findChild<QTreeView*>();
@@ -283,9 +271,7 @@ private Q_SLOTS:
     /// remembered by their names; whoever points at a folded tuner sees it.
     void tunersInGroups()
     {
-        Options options;
-        options.page = QStringLiteral("tuners");
-        Stage stage(options);
+        Stage stage(5, "tuners");
         QTRY_VERIFY(stage.isSettled());
         auto* const page = static_cast<TunersPage*>(stage.window->currentPage());
         auto* const table = page->findChild<QTreeView*>();
@@ -300,7 +286,7 @@ private Q_SLOTS:
         };
         page->findChild<QComboBox*>()->setCurrentIndex(1);
         QCOMPARE(headings(), QString());
-        QVERIFY(stage.window->actions().run(QStringLiteral("tuner-groups")));
+        QVERIFY(stage.run("tuner-groups"));
         QCOMPARE(page->rows().rowCount(), 135);
         page->filterLine()->setText(QStringLiteral("Basic !hardware"));
         const QString all = QStringLiteral("S1: 4 of 4 free, S2: 4 of 4 free, S3: 4 of 4 free, "
@@ -310,12 +296,12 @@ private Q_SLOTS:
         const QString key = table->currentIndex().data(Roles::KeyRole).toString();
         QTest::keyClick(table, Qt::Key_Left);
         QCOMPARE(table->currentIndex().data(Roles::GroupRole).toString(), QStringLiteral("S2"));
-        QVERIFY(!stage.window->actions().run(QStringLiteral("tuner-why-not")));
+        QVERIFY(!stage.run("tuner-why-not"));
         QTest::keyClick(table, Qt::Key_Left);
         QCOMPARE(page->rows().rowCount(), 21);
-        stage.session->simulation()->server(QStringLiteral("S2"))->vanish();
+        stage.server(QStringLiteral("S2")).vanish();
         QTRY_COMPARE(headings(), QString(all).replace(QLatin1String("S2: 4"), QLatin1String("S2: 0")));
-        stage.session->simulation()->server(QStringLiteral("S2"))->comeBack();
+        stage.server(QStringLiteral("S2")).comeBack();
         QTRY_COMPARE(headings(), all);
         QCOMPARE(page->rows().rowCount(), 21);
 

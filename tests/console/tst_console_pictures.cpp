@@ -16,14 +16,10 @@
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>
-#include <simulation/simulatedserver.h>
 
-#include <QAbstractButton>
 #include <QAccessible>
 #include <QComboBox>
 #include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScrollBar>
@@ -98,20 +94,19 @@ QImage TestPictures::small(const QImage& picture)
 /// Gives the page something to show.
 void TestPictures::prepare(Stage& stage, const QString& page)
 {
-    ActionTable& actions = stage.window->actions();
     if (page == QLatin1String("tuners")) {
         auto* const table = stage.window->currentPage()->findChild<QTreeView*>();
         const auto* const axis = stage.window->currentPage()->findChild<FrequencyAxis*>();
         const QVector<Lane> before = axis->lanes();
         stage.window->currentPage()->filterLine()->setText(QStringLiteral("S1"));
         table->setCurrentIndex(table->model()->index(6, 0));
-        QVERIFY(actions.run(QStringLiteral("tuner-why-not")));
+        QVERIFY(stage.run("tuner-why-not"));
         QTRY_VERIFY(axis->lanes().constData() != before.constData());
     } else if (page == QLatin1String("order")) {
         for (int i = 0; i < 3; ++i)
-            QVERIFY(actions.run(QStringLiteral("order-add")));
-        QVERIFY(actions.run(QStringLiteral("cart-share")));
-        QVERIFY(actions.run(QStringLiteral("order-add")));
+            QVERIFY(stage.run("order-add"));
+        QVERIFY(stage.run("cart-share"));
+        QVERIFY(stage.run("order-add"));
         QCoreApplication::processEvents();
     } else if (page == QLatin1String("productions")) {
         // One that is refused, one that nobody answers.
@@ -154,7 +149,7 @@ void TestPictures::assign(const Stage& stage, const QString& server)
     QTRY_VERIFY(matrix.rowCount() > 0);
     for (const int column : {1, 3})
         matrix.toggle(matrix.index(0, column));
-    QVERIFY(stage.window->actions().run(QStringLiteral("short-send")));
+    QVERIFY(stage.run("short-send"));
     QTRY_COMPARE(matrix.changeCount(), 0);
     auto& results = *shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, server);
     Kolta::ShortTimeResult result;
@@ -274,7 +269,7 @@ bool TestPictures::reaches(const Stage& stage, const QString& state) const
     if (state.isEmpty() || state == QLatin1String("vanished"))
         assign(stage, state.isEmpty() ? QStringLiteral("S1") : QStringLiteral("S3"));
     if (state == QLatin1String("vanished")) {
-        stage.session->simulation()->server(QStringLiteral("S3"))->vanish();
+        stage.server(QStringLiteral("S3")).vanish();
         return comes([&] { return stage.session->attentionCount() == 2; });
     }
     return true;
@@ -337,7 +332,7 @@ void TestPictures::everyPage()
         look(*stage.window, QStringLiteral("/console-") + id + suffix);
     }
     for (const char* const id : {"attention-next", "palette"}) {
-        QVERIFY(stage.window->actions().run(QLatin1String(id)) || isOther);
+        QVERIFY(stage.run(id) || isOther);
         QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("pro"));
         m_faults += faultsOf(*stage.window);
         QVERIFY(small(stage.window->grab().toImage())

@@ -9,8 +9,6 @@
 
 #include <distribution/replay.h>
 
-#include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -69,7 +67,7 @@ void TestReplay::changesNothing()
                      QStringLiteral("This is a replay, in which nothing can be changed."));
     }
     // What would be started would be today's.
-    QCOMPARE(actions.enabledBecause(QStringLiteral("front-end")), stage.session->whyReadOnly());
+    QCOMPARE(stage.why("front-end"), stage.session->whyReadOnly());
     auto* const top = stage.window->findChild<TopBar*>();
     for (QPushButton* const button : top->findChildren<QPushButton*>()) {
         if (button->accessibleName() == QLatin1String("The user and his rights"))
@@ -82,7 +80,7 @@ void TestReplay::changesNothing()
     QTRY_COMPARE(links->model()->rowCount(), 2);
     for (int row = 0; row < 2; ++row) {
         links->setCurrentIndex(links->model()->index(row, 0));
-        QVERIFY(actions.enabledBecause(QStringLiteral("link-read")).contains(QLatin1String("kolta record")));
+        QVERIFY(stage.why("link-read").contains(QLatin1String("kolta record")));
     }
     stage.window->resize(1024, 640);
     QCOMPARE(stage.window->size(), QSize(1024, 640));
@@ -92,17 +90,16 @@ void TestReplay::changesNothing()
 void TestReplay::goesWhereItIsTold()
 {
     Stage stage(optionsFor(m_file, 0));
-    ActionTable& actions = stage.window->actions();
     Replay& replay = *stage.session->replay();
     QTRY_COMPARE(stage.session->facts().size(), 1);
     const auto* const page = static_cast<TunersPage*>(stage.window->currentPage());
     QTRY_COMPARE(page->rows().rowCount(), 26);
     QCOMPARE(stage.session->now(), replay.timeAt(replay.begin()));
-    QVERIFY(actions.run(QStringLiteral("replay-step")));
+    QVERIFY(stage.run("replay-step"));
     QTRY_VERIFY(!replay.isMoving());
     QVERIFY(replay.isPaused());
     auto* const time = stage.window->findChild<QWidget*>(QStringLiteral("replay"))->findChild<QLineEdit*>();
-    QVERIFY(actions.run(QStringLiteral("replay-jump")));
+    QVERIFY(stage.run("replay-jump"));
     time->setText(QStringLiteral("noon"));
     QTest::keyClick(time, Qt::Key_Return);
     QVERIFY(time->property("wrong").toBool());
@@ -116,14 +113,14 @@ void TestReplay::goesWhereItIsTold()
     QCOMPARE(gone.lastKnown.date(), replay.timeAt(replay.end()).date());
     QCOMPARE(gone.reason(),
              QStringLiteral("last known ") + gone.lastKnown.toString(QStringLiteral("HH:mm:ss")));
-    QVERIFY(!actions.run(QStringLiteral("replay-pause")));
-    QVERIFY(actions.run(QStringLiteral("replay-begin")));
-    QVERIFY(actions.run(QStringLiteral("replay-step"))); // before it has jumped
+    QVERIFY(!stage.run("replay-pause"));
+    QVERIFY(stage.run("replay-begin"));
+    QVERIFY(stage.run("replay-step")); // before it has jumped
     QTRY_VERIFY(!replay.isMoving());
     QVERIFY(replay.position() > replay.begin() && replay.position() < replay.end());
     QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S1")).condition, Condition::Attention);
     replay.setSpeed(ReplayAddress::kMostSpeed);
-    QVERIFY(actions.run(QStringLiteral("replay-pause")));
+    QVERIFY(stage.run("replay-pause"));
     QTRY_VERIFY(replay.isAtEnd());
     QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S1")).condition, Condition::Vanished);
     QCOMPARE(page->rows().rowCount(), 26);

@@ -12,13 +12,9 @@
 #include <koltaconsole/widgets/theme.h>
 
 #include <koltacommon/q9rprofiles.h>
-#include <simulation/simulatedserver.h>
 
 #include <QClipboard>
 #include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QTabWidget>
@@ -36,26 +32,13 @@ namespace {
 
 struct ShortTimeStage : Stage
 {
-    static Options oneServer()
-    {
-        Options options;
-        options.servers = 1;
-        options.page = QStringLiteral("short-time");
-        return options;
-    }
-    ShortTimeStage() : Stage(oneServer()), page(static_cast<ShortTimePage*>(window->currentPage())) {}
+    ShortTimeStage() : Stage(1, "short-time"), page(static_cast<ShortTimePage*>(window->currentPage())) {}
     template<class Map>
     Map& map() const
     {
         return *shortTimeMap<Map>(*session, QStringLiteral("S1"));
     }
     Kolta::ShortTimeProfileItemMap& profiles() const { return map<Kolta::ShortTimeProfileItemMap>(); }
-    KoltaSimulation::SimulatedServer& server() const
-    {
-        return *session->simulation()->server(QStringLiteral("S1"));
-    }
-    QString why(const char* id) const { return window->actions().enabledBecause(QLatin1String(id)); }
-    bool run(const char* id) const { return window->actions().run(QLatin1String(id)); }
     void show(int tab) const { page->findChild<QTabWidget*>()->setCurrentIndex(tab); }
 
     ShortTimePage* page;
@@ -159,10 +142,7 @@ private Q_SLOTS:
         Q_EMIT stage.session->si_WishFailed(stage.profiles().GetPath(), QStringLiteral("not today"));
         QTRY_COMPARE(stage.why("short-save"), QString());
         QCOMPARE(editor->draft().shiftMax, 4711u);
-        const auto labels = editor->findChildren<QLabel*>();
-        QVERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
-            return label->text().contains(QStringLiteral("not today"));
-        }));
+        QVERIFY(tells(*editor, "not today"));
 
         auto& assignments = stage.map<Kolta::ShortTimeFFPAssignmentItemMap>();
         Kolta::ShortTimeFFPAssignment assignment;
@@ -219,10 +199,7 @@ private Q_SLOTS:
         QTRY_COMPARE(use.data().toString(), assignment.ffpGuid);
         QVERIFY(stage.run("short-remove") && isThere() && box());
         QCOMPARE(box()->informativeText(), assignment.ffpGuid);
-        for (QAbstractButton* const button : box()->buttons()) {
-            if (box()->buttonRole(button) == QMessageBox::AcceptRole)
-                button->click();
-        }
+        accept(*stage.page);
         QVERIFY(!isThere());
         table->setCurrentIndex(table->model()->index(0, 0));
         QVERIFY(editor->draft().name != before.name); // a click does away with what is removed
@@ -233,11 +210,9 @@ private Q_SLOTS:
     {
         const QTemporaryDir settings;
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
-        Options options = ShortTimeStage::oneServer();
-        options.servers = 2;
         QString name;
         for (const bool isFirst : {true, false}) {
-            Stage stage(options, true);
+            Stage stage(Stage::optionsFor(2, "short-time"), true);
             QTRY_VERIFY(stage.isSettled());
             auto& page = *static_cast<ShortTimePage*>(stage.window->currentPage());
             page.showServer(QStringLiteral("S1"));
@@ -413,26 +388,20 @@ private Q_SLOTS:
         Kolta::ShortTimeResult found;
         found.startTime = QDateTime::currentMSecsSinceEpoch() * 1000;
         stage.map<Kolta::ShortTimeResultItemMap>().AddNew(found);
-        const auto tells = [&stage](const QString& text) {
-            const auto labels = stage.page->findChildren<QLabel*>();
-            return std::any_of(labels.begin(), labels.end(), [&text](const QLabel* label) {
-                return label->isVisible() && label->text().contains(text);
-            });
-        };
         stage.show(3);
-        QVERIFY(tells(QStringLiteral("press Convert")));
+        QVERIFY(tells(*stage.page, "press Convert"));
         stage.show(0);
         const auto& list = *stage.page->profiles().findChild<QTreeView*>()->model();
         AssignmentMatrix& matrix = stage.page->assignments().matrix();
         QTRY_COMPARE(matrix.rowCount(), 1);
         const int all = list.rowCount();
         stage.server().vanish();
-        QTRY_VERIFY(tells(QStringLiteral("last known")));
+        QTRY_VERIFY(tells(*stage.page, "last known"));
         QCOMPARE(list.rowCount(), all);
         QVERIFY(list.index(0, 0).data(Kolta::ViewRoles::StaleRole).toBool());
         for (const int tab : {1, 2}) {
             stage.show(tab);
-            QTRY_VERIFY(tells(QStringLiteral("last known")));
+            QTRY_VERIFY(tells(*stage.page, "last known"));
         }
         QCOMPARE(matrix.columnCount(), all);
         QCOMPARE(matrix.rowCount(), 1);
@@ -443,7 +412,7 @@ private Q_SLOTS:
         QTRY_COMPARE(list.rowCount(), all);
         stage.profiles().Clear();
         stage.show(1);
-        QTRY_VERIFY(tells(QStringLiteral("make one under Profiles")));
+        QTRY_VERIFY(tells(*stage.page, "make one under Profiles"));
     }
 
     /// The plot follows until it is moved; what cannot be told apart by shape is "others".
@@ -473,10 +442,7 @@ private Q_SLOTS:
         result.startTime = start + 3600000000;
         map.AddNew(result);
         QTRY_COMPARE(stage.page->results().model().rowCount(), 21);
-        const auto labels = stage.page->results().findChildren<QLabel*>();
-        QTRY_VERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
-            return label->text().contains(QLatin1String("of 21 results"));
-        }));
+        QTRY_VERIFY(tells(stage.page->results(), "of 21 results"));
         QCOMPARE(plot.shownCount(), 11);
         QVERIFY(stage.run("short-follow") && !stage.run("short-follow"));
         QCOMPARE(plot.shownCount(), 1);

@@ -12,7 +12,6 @@
 #include <koltacommon/productionjob.h>
 #include <koltacommon/viewroles.h>
 
-#include <QLineEdit>
 #include <QTabWidget>
 #include <QTableView>
 
@@ -29,14 +28,6 @@ private Q_SLOTS:
 
 private:
     static void feed(Stage& stage);
-    static QLineEdit& field(QWidget& page, const char* name)
-    {
-        for (QLineEdit* const line : page.findChildren<QLineEdit*>()) {
-            if (line->accessibleName() == QLatin1String(name))
-                return *line;
-        }
-        qFatal("no field %s", name);
-    }
 };
 
 /// Starts an MCP with an FFP in it, which can be assigned.
@@ -78,8 +69,9 @@ void TestWriting::whatIsTypedStays()
     Kolta::ProductionOrder written;
     written.tunerClass = QStringLiteral("Wide");
     stage.session->draft().set(written, QString());
-    QTest::keyClicks(&field(order, "Frequency"), QStringLiteral("98.5 MHz"));
-    QTest::keyClicks(&field(order, "Bandwidth"), QStringLiteral("8 qHz"));
+    QLineEdit &frequency = field(order, "Frequency"), &bandwidth = field(order, "Bandwidth");
+    QTest::keyClicks(&frequency, QStringLiteral("98.5 MHz"));
+    QTest::keyClicks(&bandwidth, QStringLiteral("8 qHz"));
     auto& shortTime = *static_cast<ShortTimePage*>(stage.window->showPage(QStringLiteral("short-time")));
     using Profiles = Kolta::ShortTimeProfileItemMap;
     using Assignments = Kolta::ShortTimeFFPAssignmentItemMap;
@@ -101,8 +93,8 @@ void TestWriting::whatIsTypedStays()
     QCOMPARE(matrix.changeCount(), 1);
 
     const auto stands = [&] {
-        return field(order, "Frequency").text() == QLatin1String("98.5 MHz") &&
-               field(order, "Bandwidth").text() == QLatin1String("8 qHz") && matrix.changeCount() == 1 &&
+        return frequency.text() == QLatin1String("98.5 MHz") && bandwidth.text() == QLatin1String("8 qHz") &&
+               matrix.changeCount() == 1 &&
                editor->line(ProfileField::Name)->text() == QLatin1String("half written") &&
                editor->line(ProfileField::Bandwidth)->text() == QLatin1String("16-25 kHz");
     };
@@ -111,7 +103,7 @@ void TestWriting::whatIsTypedStays()
     QTRY_VERIFY_WITH_TIMEOUT(session->isOutOfSight(), 30000);
     QVERIFY(stands());
     for (const char* const id : {"short-send", "short-save", "order-start"})
-        QVERIFY2(!stage.window->actions().run(QLatin1String(id)), id);
+        QVERIFY2(!stage.run(id), id);
     QVERIFY(stands());
     QTRY_VERIFY_WITH_TIMEOUT(session->link().isUp && !session->factsOf(QStringLiteral("S1")).isStale(),
                              60000);
@@ -121,21 +113,18 @@ void TestWriting::whatIsTypedStays()
     QCOMPARE(assignments()->Size(), std::size_t(0));
 
     stage.window->showPage(QStringLiteral("short-time"));
-    QVERIFY(stage.window->actions().run(QStringLiteral("short-send")));
+    QVERIFY(stage.run("short-send"));
     QTRY_COMPARE_WITH_TIMEOUT(assignments()->Size(), std::size_t(1), 20000);
     tabs->setCurrentIndex(0);
     QTRY_COMPARE_WITH_TIMEOUT(editor->objectionToSave(), QString(), 20000);
-    QVERIFY(stage.window->actions().run(QStringLiteral("short-save")));
+    QVERIFY(stage.run("short-save"));
     QTRY_VERIFY_WITH_TIMEOUT(profiles()->Contains(QStringLiteral("half written")), 20000);
     QCOMPARE(profiles()->At(QStringLiteral("half written")).bandwidthMax, 25000u);
     stage.window->showPage(QStringLiteral("order"));
-    field(order, "Bandwidth").clear();
-    QTest::keyClicks(&field(order, "Bandwidth"), QStringLiteral("8 MHz"));
-    const auto whyNot = [&stage] {
-        return stage.window->actions().enabledBecause(QStringLiteral("order-start"));
-    };
-    QTRY_COMPARE_WITH_TIMEOUT(whyNot(), QString(), 20000);
-    QVERIFY(stage.window->actions().run(QStringLiteral("order-start")));
+    bandwidth.clear();
+    QTest::keyClicks(&bandwidth, QStringLiteral("8 MHz"));
+    QTRY_COMPARE_WITH_TIMEOUT(stage.why("order-start"), QString(), 20000);
+    QVERIFY(stage.run("order-start"));
     QTRY_COMPARE_WITH_TIMEOUT(session->processors().rowCount(), 2, 20000);
 }
 
