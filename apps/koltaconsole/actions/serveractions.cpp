@@ -72,8 +72,7 @@ QString ServerActions::problemOf(const QString& address) const
 {
     if (address.isEmpty())
         return tr("No server is selected.");
-    return m_session.factsOf(address).isStale() || !m_session.server(address) ? tr("%1 is away.").arg(address)
-                                                                              : QString();
+    return m_session.isThere(address) ? QString() : tr("%1 is away.").arg(address);
 }
 
 /// A line names the server behind the command, or it is the one that the whole line is for.

@@ -367,6 +367,12 @@ Kolta::KoltaServerInterface* Session::server(const QString& address) const
     return KoltaServerRegistry::Instance().server(address);
 }
 
+bool Session::isThere(const QString& address) const
+{
+    const Kolta::KoltaServerInterface* const known = server(address);
+    return known && known->getState() != Kolta::SERVER_STATES::eDisconnected && !factsOf(address).isStale();
+}
+
 const QVector<ServerFacts>& Session::facts() const noexcept
 {
     return d->facts.all();

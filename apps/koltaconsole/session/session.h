@@ -73,6 +73,8 @@ public:
     const Kolta::IBranchSource* branches() const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
+    /// Whether it can be asked for something at this moment, which the facts about it tell a little later.
+    bool isThere(const QString& address) const;
 
     /// Every server, worst first, within a state by how long it is so, then by name.
     const QVector<ServerFacts>& facts() const noexcept;

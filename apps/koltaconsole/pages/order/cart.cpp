@@ -198,14 +198,14 @@ void Cart::collect(Offers& offers) const
     offers.ofLine.resize(offers.rows.size());
     offers.refusals.resize(offers.rows.size());
     for (const ServerFacts& facts : m_session.facts()) {
-        KoltaServerInterface* const server = facts.isStale() ? nullptr : m_session.server(facts.address);
-        if (!server)
+        if (!m_session.isThere(facts.address))
             continue;
-        const Kolta::ServerTuners tuners(*server);
+        KoltaServerInterface& server = *m_session.server(facts.address);
+        const Kolta::ServerTuners tuners(server);
         for (std::size_t place = 0; place < offers.rows.size(); ++place) {
             const Line& line = *m_lines[static_cast<std::size_t>(offers.rows[place])];
             if (line.server.isEmpty() || line.server == facts.address)
-                offers.add(place, completed(line.order, *server), *server, tuners);
+                offers.add(place, completed(line.order, server), server, tuners);
         }
     }
 }
@@ -267,7 +267,7 @@ void Cart::share()
 
 bool Cart::isReady(const Line& line) const
 {
-    return (line.state == State::Planned && !line.isAway) ||
+    return (line.state == State::Planned && m_session.isThere(serverOf(line))) ||
            (line.needsNoTuner() && !line.isStarted() && !line.server.isEmpty());
 }
 

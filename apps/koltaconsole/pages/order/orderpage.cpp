@@ -239,8 +239,9 @@ void OrderPage::makeCartActions()
         "cart-share", tr("Share out at least cost"), QKeySequence(), [this] { m_cart.share(); },
         [this, isEmpty] {
             const QVector<ServerFacts>& all = session().facts();
-            const bool isAnyThere = std::any_of(all.begin(), all.end(),
-                                                [](const ServerFacts& server) { return !server.isStale(); });
+            const bool isAnyThere = std::any_of(all.begin(), all.end(), [this](const ServerFacts& each) {
+                return session().isThere(each.address);
+            });
             return isAnyThere || m_cart.rowCount() == 0 ? isEmpty() : tr("No server is there to ask.");
         },
         [this] { return m_cart.planLines(); });

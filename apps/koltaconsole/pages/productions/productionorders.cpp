@@ -70,7 +70,7 @@ QString ProductionOrders::objectionTo(const ProductionRow* row, const QVector<Us
                                          : tr("%1 does not run: %2.").arg(row->name, row->lookInFull);
     if (!row->isRunning())
         return tr("That is no processor.");
-    if (row->isStale || !m_session.server(row->server))
+    if (row->isStale || !m_session.isThere(row->server))
         return tr("%1 is away; %2 is what was known last.").arg(row->server, row->name);
     if (m_pending.contains(row->key))
         return tr("%1: %2.").arg(row->name, m_pending.value(row->key).inFull);
