@@ -1,11 +1,12 @@
-#include "consoletest.h"
+#include "productionsstage.h"
 
 #include <koltaconsole/pages/order/candidatestable.h>
-#include <koltaconsole/pages/productions/productionspage.h>
 #include <koltaconsole/pages/shorttime/assignmentsview.h>
 #include <koltaconsole/pages/shorttime/conversionsview.h>
 #include <koltaconsole/pages/shorttime/profileeditor.h>
+#include <koltaconsole/pages/shorttime/profileimportview.h>
 #include <koltaconsole/pages/shorttime/profilesview.h>
+#include <koltaconsole/pages/shorttime/shorttimemaps.h>
 #include <koltaconsole/pages/shorttime/shorttimepage.h>
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/widgets/filterbar.h>
@@ -17,12 +18,18 @@
 #include <kolta/commands/commands.h>
 
 #include <koltacommon/actionrights.h>
+#include <koltacommon/journal.h>
+#include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaserverregistry.h>
+#include <koltacommon/operation.h>
 #include <koltacommon/processormodel.h>
+#include <koltacommon/q9rprofiles.h>
+#include <usermanagement/activeuserproxy.h>
 
 #include <QAction>
 #include <QClipboard>
 #include <QListWidget>
+#include <QMenu>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -251,57 +258,88 @@ private Q_SLOTS:
         application.setFaultTaker({});
     }
 
-    /// A server that vanishes while the button is down is asked for nothing, whether the console has noticed
-    /// or not, and each action says why.
+    /// What somebody has begun when the server vanishes, with a button that is down or a question that is
+    /// open, asks it for nothing, then or later, whether the console has noticed or not; why is told. Before
+    /// that each tells of the right that it needs, and of the line that does the same.
     void goesUnderThePress_data()
     {
-        const Rows<bool> row("isNoticed");
-        row("at once", false);
-        row("noticed", true);
+        const Rows<bool, bool, bool> row("isNoticed isMine isAsked");
+        row("at once", false, false, false);
+        row("noticed, of one's own", true, true, false);
+        row("asked before", true, false, true);
     }
     void goesUnderThePress()
     {
         QFETCH(bool, isNoticed);
-        Options options;
-        options.servers = 1;
-        Stage stage(options);
-        QTRY_VERIFY(stage.isSettled());
-        MainWindow& window = *stage.window;
-        giveAllSomethingToDo(stage);
-        ActionTable& actions = window.actions();
-        std::map<QString, std::unique_ptr<QPushButton>> pressed;
+        QFETCH(bool, isMine);
+        QFETCH(bool, isAsked);
+        ProductionsStage stage(1);
+        QVERIFY(logIn("administrator"));
+        QTRY_VERIFY(stage.isReady());
+        giveAllSomethingToDo(stage, isMine);
+        if (QTest::currentTestFailed())
+            return;
+        ActionTable& actions = stage.window->actions();
+        const QStringList impossible =
+            isMine ? QStringList{"own"_s, "own-force"_s} : QStringList("own-release"_s);
+        QStringList begun;
         for (const QString& id : actions.ids()) {
-            if (!actions.find(id)->changes || !actions.action(id)->isEnabled())
-                continue;
             const ActionTable::Entry& entry = *actions.find(id);
-            QVERIFY2(entry.tellsAfterwards || entry.line || entry.text.endsWith(QChar(0x2026)),
+            if (!entry.changes || impossible.contains(id))
+                continue;
+            QTRY_VERIFY2(actions.enabledBecause(id).isEmpty(),
+                         qPrintable(id + QLatin1Char(' ') + actions.enabledBecause(id)));
+            QVERIFY2(entry.line ? !entry.line().isEmpty() : entry.text.endsWith(QChar(0x2026)),
                      qPrintable(id));
-            auto& button = pressed[id] = std::unique_ptr<QPushButton>(actions.makeButton(id, &window));
+            begun.append(id);
+        }
+        const QStringList free{"order-plan"_s, "cart-share"_s}; // for everybody
+        QVERIFY(logIn("visitor"));
+        for (const QString& id : qAsConst(begun))
+            QVERIFY2(actions.enabledBecause(id).contains("right"_s) != free.contains(id), qPrintable(id));
+        QVERIFY(logIn("administrator"));
+
+        // Menus last, which close when something else opens.
+        const QStringList asking{"stop"_s,         "own-force"_s,   "short-remove"_s, "server-stop-all"_s,
+                                 "server-reset"_s, "server-quit"_s, "move"_s,         "server-power"_s};
+        std::map<QString, std::unique_ptr<QPushButton>> pressed;
+        for (const QString& id : qAsConst(begun)) {
+            if (isAsked && asking.contains(id))
+                continue;
+            auto& button = pressed[id] =
+                std::unique_ptr<QPushButton>(actions.makeButton(id, stage.window.get()));
             button->setFocusPolicy(Qt::NoFocus); // or only the last one stays down
             button->show();
             QTest::mousePress(button.get(), Qt::LeftButton);
         }
-        for (const char* const id : {"stop", "own", "order-start", "order-plan", "short-save", "short-remove",
-                                     "short-send", "conversion-start", "server-stop-all"})
-            QVERIFY2(pressed.count(QLatin1String(id)) > 0, id);
+        for (const QString& id : isAsked ? asking : QStringList())
+            QVERIFY2(actions.run(id), qPrintable(id));
         QStringList ran;
         connect(&actions, &ActionTable::si_Ran, this, [&ran](const QString& id) { ran.append(id); });
-        auto& server = *stage.session->simulation()->server(QStringLiteral("S1"));
-        server.vanish();
+        stage.server().vanish();
         if (isNoticed)
-            QTRY_VERIFY(!actions.action(QStringLiteral("server-stop-all"))->isEnabled());
-        for (const auto& [id, button] : pressed) {
-            QTest::mouseRelease(button.get(), Qt::LeftButton);
-            QVERIFY2(ran.isEmpty(), qPrintable(id));
-            QVERIFY(id != QLatin1String("stop") || actions.isInSight(id)); // it was asked to
-            const QString reason = actions.enabledBecause(id); // a page in sight alone looks for tuners
-            QVERIFY2(reason.contains(QLatin1String("S1")) || id.startsWith(QLatin1String("order-")),
-                     qPrintable(id + QLatin1Char(' ') + reason));
+            QTRY_VERIFY(!actions.action("server-stop-all"_s)->isEnabled());
+        for (const auto& each : pressed)
+            QTest::mouseRelease(each.second.get(), Qt::LeftButton);
+        chooseAll(*stage.window);
+        accept(*stage.window);
+        for (const QString& id : qAsConst(begun)) {
+            QString what = actions.find(id)->text;
+            if (isAsked && (id == "stop"_s || id == "move"_s))
+                what = id;
+            else if (isAsked && id == "own-force"_s)
+                what = "ownership"_s;
+            const QString words = what + ": not asked for. "_s;
+            QTRY_VERIFY2(!toldOf(*stage.session, words).isEmpty(), qPrintable(id));
+            const QString told = toldOf(*stage.session, words);
+            const bool isOfOrder = id.startsWith("order-"_s) || id.startsWith("cart-"_s);
+            QVERIFY2(isOfOrder || told.contains("S1"_s), qPrintable(told));
         }
-        QVERIFY(!window.findChild<QMessageBox*>());
-        server.comeBack();
-        QTRY_VERIFY(actions.enabledBecause(QStringLiteral("short-remove")).isEmpty());
-        QVERIFY(ran.isEmpty());
+        const auto isIdle = [&] { return ran.isEmpty() && !stage.window->findChild<Kolta::Operation*>(); };
+        QVERIFY2(isIdle(), qPrintable(ran.join(QLatin1Char(' '))));
+        stage.server().comeBack();
+        QTRY_VERIFY(stage.why("short-import").isEmpty());
+        QVERIFY2(isIdle(), qPrintable(ran.join(QLatin1Char(' '))));
     }
 
     /// Esc goes out one step at a time.
@@ -324,34 +362,107 @@ private Q_SLOTS:
     }
 
 private:
-    /// On an installation of S1 alone.
-    static void giveAllSomethingToDo(Stage& stage)
+    static bool logIn(const char* user)
     {
-        const auto page = [&stage](const char* name) { return stage.window->showPage(QLatin1String(name)); };
-        auto* const view = page("productions")->findChild<ProductionsView*>();
-        QTRY_VERIFY(view->model()->rowCount(view->model()->index(0, 0)) > 0);
-        view->setCurrentIndex(view->model()->index(0, 0, view->model()->index(0, 0)));
-        Kolta::ProductionOrder order;
-        order.tunerClass = QStringLiteral("Wide");
-        order.frequency = 98.5e6;
-        stage.session->draft().set(order, QString());
-        QTRY_VERIFY(page("order")->findChild<CandidatesTable*>()->acceptedCount() > 0);
-        auto& shortTime = *static_cast<ShortTimePage*>(page("short-time"));
-        auto* const profiles = shortTime.profiles().findChild<QTreeView*>();
-        QTRY_VERIFY(profiles->model()->rowCount() > 0);
-        profiles->setCurrentIndex(profiles->model()->index(0, 0));
-        shortTime.profiles()
-            .findChild<ProfileEditor*>()
-            ->line(ProfileField::Bandwidth)
-            ->setText(QStringLiteral("16-26 kHz"));
-        AssignmentMatrix& matrix = shortTime.assignments().matrix();
-        QTRY_VERIFY(matrix.rowCount() > 0);
-        matrix.toggle(matrix.index(0, 0));
-        for (QLineEdit* const line : shortTime.conversions().findChildren<QLineEdit*>())
-            line->setText(QStringLiteral("1/disk-1/2"));
-        stage.window->findChild<InstallationTree*>()->selectServer(QStringLiteral("S1"));
+        return Nax::ActiveUserProxy::Instance().LogIn(QLatin1String(user));
     }
+    /// The event that begins so; empty for none.
+    static QString toldOf(const Session& session, const QString& words)
+    {
+        const Kolta::Journal& journal = session.journal();
+        for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number) {
+            if (journal.entry(number)->text().startsWith(words))
+                return journal.entry(number)->text();
+        }
+        return QString();
+    }
+    /// The first that can be chosen in each menu that is open.
+    static void chooseAll(const QWidget& window)
+    {
+        for (QMenu* const menu : window.findChildren<QMenu*>()) {
+            const QList<QAction*> choices = menu->isVisible() ? menu->actions() : QList<QAction*>();
+            const auto choice = std::find_if(choices.begin(), choices.end(),
+                                             [](const QAction* each) { return each->isEnabled(); });
+            if (choice != choices.end())
+                (*choice)->trigger();
+            if (menu->isVisible())
+                menu->close();
+        }
+    }
+
+    static void giveAllSomethingToDo(ProductionsStage& stage, bool isMine);
+    static void giveProfilesSomethingToDo(const ShortTimePage& page,
+                                          Kolta::ShortTimeProfileItemMap& profiles);
+    static void giveConversionsSomethingToDo(ConversionsView& view, Kolta::ConvertProductionResultMap& map);
 };
+
+/// On an installation of S1 alone. An FFP there is operated from here or by somebody else.
+void TestActions::giveAllSomethingToDo(ProductionsStage& stage, bool isMine)
+{
+    auto& server = *stage.session->server("S1"_s);
+    stage.window->findChild<InstallationTree*>()->selectServer("S1"_s);
+    const QString ffp = stage.keyOf("FFP 1");
+    stage.select(ffp);
+    Kolta::KoltaOwnerObserver owner(server.getServerBasePath() + "/ADMINISTRATION/Owners"_s);
+    owner.setClient(isMine ? server.getClientId() : QUuid::createUuid(), "somebody"_s);
+    QVERIFY(owner.requestOwnership(stage.row(ffp)->guid));
+    QTRY_VERIFY(!stage.row(ffp)->owner.isEmpty() && stage.row(ffp)->isMine == isMine);
+
+    Kolta::ProductionOrder order;
+    order.tunerClass = "Wide"_s;
+    order.frequency = 98.5e6;
+    stage.session->draft().set(order, QString());
+    const Page& orders = *stage.window->showPage("order"_s);
+    QTRY_VERIFY(orders.findChild<CandidatesTable*>()->acceptedCount() > 0);
+    QVERIFY(stage.run("order-add") && stage.run("cart-share"));
+
+    auto& shortTime = *static_cast<ShortTimePage*>(stage.window->showPage("short-time"_s));
+    AssignmentMatrix& matrix = shortTime.assignments().matrix();
+    QTRY_COMPARE(matrix.rowCount(), 1);
+    auto& profiles = *shortTimeMap<Kolta::ShortTimeProfileItemMap>(*stage.session, "S1"_s);
+    giveProfilesSomethingToDo(shortTime, profiles);
+    Kolta::ShortTimeFFPAssignment use; // removing a profile that is in use is asked before
+    use.ffpGuid = QUuid::createUuid().toString();
+    for (const auto& profile : profiles.data())
+        use.profiles.append(profile.first);
+    shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(*stage.session, "S1"_s)
+        ->SetAt(use.ffpGuid, use, nullptr);
+    matrix.toggle(matrix.index(0, 1));
+    giveConversionsSomethingToDo(shortTime.conversions(),
+                                 *shortTimeMap<Kolta::ConvertProductionResultMap>(*stage.session, "S1"_s));
+}
+
+void TestActions::giveProfilesSomethingToDo(const ShortTimePage& page,
+                                            Kolta::ShortTimeProfileItemMap& profiles)
+{
+    auto* const table = page.profiles().findChild<QTreeView*>();
+    QTRY_VERIFY(table->model()->rowCount() > 0);
+    table->setCurrentIndex(table->model()->index(0, 0));
+    page.profiles().findChild<ProfileEditor*>()->line(ProfileField::Bandwidth)->setText("16-26 kHz"_s);
+    Kolta::ShortTimeProfile changed = profiles.data().begin()->second;
+    changed.useShift = true;
+    changed.shiftMax = changed.shiftMin + 4711;
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("p.xml"_s);
+    QCOMPARE(VESK_Q9R::writeProfileFile(file, Kolta::ShortTimeProfile::toQ9RProfile({changed})), QString());
+    page.profiles().import().preview(file);
+}
+
+/// One is to begin, one goes on, one has ended.
+void TestActions::giveConversionsSomethingToDo(ConversionsView& view, Kolta::ConvertProductionResultMap& map)
+{
+    for (const char* const name : {"archive/disk/1", "archive/disk/2"}) {
+        const auto record = sorel::RecordIdentifier::fromString(QLatin1String(name));
+        map.Add(Kolta::ConvertProductionResult({record, "audio"_s, {}, {}, {}}));
+        map.startConverting(record);
+    }
+    map.setFinished(sorel::RecordIdentifier::fromString("archive/disk/1"_s), true, QString());
+    auto* const table = view.findChild<QTreeView*>();
+    QTRY_COMPARE(table->model()->rowCount(), 2);
+    table->setCurrentIndex(find(*table->model(), "archive/disk/2"_s));
+    QVERIFY(table->currentIndex().isValid());
+    field(view, "Record").setText("archive/disk/3"_s);
+}
 
 KOLTA_CONSOLE_TEST(TestActions);
 #include "tst_console_actions.moc"
