@@ -15,6 +15,8 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QComboBox>
+#include <QElapsedTimer>
+#include <QMenu>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -49,6 +51,7 @@ class TestOrder : public QObject
 private Q_SLOTS:
     void startsWhatIsWritten();
     void openList();
+    void openMenu();
     void chosen();
     void nothingToShow();
     void hidden();
@@ -166,6 +169,42 @@ void TestOrder::openList()
     QCOMPARE(box.view()->currentIndex().row(), last);
     box.hidePopup();
     QTRY_COMPARE(box.currentData().toString(), QStringLiteral("HF"));
+}
+
+/// Rows of tuners and of candidates stay where they are for half a second at a time while a menu is open.
+void TestOrder::openMenu()
+{
+    Options options;
+    options.servers = 1;
+    options.page = QStringLiteral("tuners");
+    Stage stage(options);
+    QTRY_VERIFY(stage.isSettled());
+    // How long the first row with that tuner was there, in milliseconds, although nobody can have it any
+    // more.
+    const auto stood = [&stage](const QModelIndex& first, const std::function<int()>& count) -> qint64 {
+        QMenu menu(stage.window.get());
+        menu.addAction(QStringLiteral("any"));
+        menu.popup(stage.window->mapToGlobal(QPoint(9, 9)));
+        const int before = count();
+        QElapsedTimer time;
+        time.start();
+        const QString guid = first.data(Kolta::ViewRoles::GuidRole).toString();
+        stage.session->simulation()->server(QStringLiteral("S1"))->setTunerIdle(guid, false);
+        const bool hasGone = QTest::qWaitFor([&] { return count() == before - 1; });
+        return hasGone && menu.isVisible() ? time.elapsed() : -1;
+    };
+    auto* const tuners = static_cast<TunersPage*>(stage.window->currentPage());
+    tuners->filterLine()->setText(QStringLiteral("Wide free"));
+    const RowIndex& rows = tuners->rows();
+    const qint64 ofTuners = stood(rows.index(0, 0), [&rows] { return rows.rowCount(); });
+    QVERIFY2(ofTuners > 400, qPrintable(QString::number(ofTuners)));
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    const auto* const candidates = page->findChild<CandidatesTable*>();
+    choose(*page, "Class", "HF");
+    QTRY_VERIFY(candidates->acceptedCount() > 1);
+    const qint64 ofCandidates =
+        stood(candidates->rows().index(0, 0), [candidates] { return candidates->acceptedCount(); });
+    QVERIFY2(ofCandidates > 400, qPrintable(QString::number(ofCandidates)));
 }
 
 /// "Why not?" follows the tuner, which is the chosen candidate of an order for it, or it is told that it is

@@ -20,7 +20,10 @@ std::size_t at(int place)
 
 } // namespace
 
-RowIndex::RowIndex(QObject* parent) : QAbstractProxyModel(parent) {}
+RowIndex::RowIndex(QObject* parent) : QAbstractProxyModel(parent)
+{
+    connect(&m_still, &StillRows::si_Due, this, &RowIndex::catchUp);
+}
 
 void RowIndex::setSourceModel(QAbstractItemModel* model)
 {
@@ -166,6 +169,12 @@ void RowIndex::sortIn(int first, int last)
 
 void RowIndex::arrange()
 {
+    for (int row = 0; row < static_cast<int>(m_entries.size()); ++row) {
+        if (!m_entries[at(row)].isLate)
+            continue;
+        m_entries[at(row)] = read(row);
+        m_isSorted = false;
+    }
     sortAll();
     m_rows.clear();
     m_matches = 0;
@@ -296,10 +305,44 @@ void RowIndex::forget(int sourceRow)
     entry.isMatching = false;
 }
 
+void RowIndex::keepBack(int first, int last)
+{
+    int top = rowCount(), bottom = -1;
+    for (int row = first; row <= last; ++row) {
+        m_entries[at(row)].isLate = true;
+        if (const int place = m_places[at(row)]; place >= 0) {
+            top = std::min(top, place);
+            bottom = std::max(bottom, place);
+        }
+    }
+    if (bottom >= 0)
+        Q_EMIT dataChanged(index(top, 0), index(bottom, columnCount() - 1));
+}
+
+void RowIndex::catchUp()
+{
+    std::vector<int> late;
+    for (int row = 0; row < static_cast<int>(m_entries.size()); ++row) {
+        if (m_entries[at(row)].isLate)
+            late.push_back(row);
+    }
+    if (late.size() > at(kSingleChanges)) {
+        beginResetModel();
+        arrange();
+        endResetModel();
+        return;
+    }
+    for (const int row : late)
+        replace(row, read(row));
+    endEmptyGroups();
+}
+
 void RowIndex::takeChanges(const QModelIndex& first, const QModelIndex& last)
 {
     if (first.parent().isValid())
         return;
+    if (areHeld())
+        return keepBack(first.row(), last.row());
     if (last.row() - first.row() >= kSingleChanges) {
         beginResetModel();
         for (int row = first.row(); row <= last.row(); ++row) {
@@ -319,13 +362,17 @@ void RowIndex::takeChanges(const QModelIndex& first, const QModelIndex& last)
 void RowIndex::takeInsertion(int first, int last)
 {
     const int count = last - first + 1;
-    const bool isLarge = count > kSingleChanges;
+    const bool isHeld = areHeld(), isLarge = !isHeld && count > kSingleChanges;
     if (isLarge)
         beginResetModel();
     for (int& row : m_rows)
         row += row >= first ? count : 0;
     m_entries.insert(m_entries.begin() + first, at(count), Entry());
     note();
+    if (isHeld) {
+        m_isSorted = false; // they have no keys yet
+        return keepBack(first, last);
+    }
     if (isLarge) {
         for (int row = first; row <= last; ++row)
             m_entries[at(row)] = read(row);

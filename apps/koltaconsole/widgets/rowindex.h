@@ -1,6 +1,7 @@
 #pragma once
 
 #include "serverorder.h"
+#include "stillrows.h"
 
 #include <QAbstractProxyModel>
 #include <QHash>
@@ -21,6 +22,9 @@ namespace KoltaConsole {
 /// The rows may stand in groups: then each group that has rows begins with a heading, which is a row of this
 /// alone, and what is folded is not shown below it. Groups stand in the order of their names, whatever the
 /// rows are sorted by, and how many are in one and free is counted as rows change.
+///
+/// While rows are held (StillRows), those of the source that come or change wait for their places; what they
+/// say does not.
 class RowIndex : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -92,6 +96,7 @@ private:
         int group = -1;
         bool isMatching = false;
         bool isFree = false;
+        bool isLate = false; ///< it has come or changed while rows were held
 
         bool sortsLike(const Entry& other) const
         {
@@ -133,6 +138,9 @@ private:
     void endEmptyGroups();
     void replace(int sourceRow, Entry entry);
     void forget(int sourceRow);
+    bool areHeld() { return !m_rows.empty() && m_still.areHeld(); }
+    void keepBack(int first, int last);
+    void catchUp();
     void takeChanges(const QModelIndex& first, const QModelIndex& last);
     void takeInsertion(int first, int last);
     void beginRemoval(int first, int last);
@@ -154,6 +162,7 @@ private:
     std::vector<int> m_rows;   ///< of the source, and headings, in the order shown
     std::vector<int> m_places; ///< the reverse; -1: not shown
     bool m_isResetting = false;
+    StillRows m_still;
 };
 
 } // namespace KoltaConsole

@@ -164,7 +164,7 @@ void CandidatesModel::setFollowing(bool isFollowing)
     const auto isLate = [](const auto& section) {
         return static_cast<const CandidateSection&>(*section).isLate;
     };
-    while (guard && m_isFollowing) {
+    while (guard && mayShow()) {
         // Whoever hears of one may bring others or take them away.
         const auto late = std::find_if(sections().begin(), sections().end(), isLate);
         if (late == sections().end())
@@ -187,7 +187,7 @@ QString CandidatesModel::problemOf(const QString& address) const
 bool CandidatesModel::show(Section& section)
 {
     auto& due = static_cast<CandidateSection&>(section);
-    if (!m_isFollowing) {
+    if (!mayShow()) {
         due.isLate = true;
         return true;
     }

@@ -4,7 +4,9 @@
 #include <koltacommon/productionorder.h>
 #include <koltacommon/serversmodel.h>
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace Kolta {
 
@@ -41,6 +43,9 @@ public:
     /// are up to date at once. It follows from the beginning.
     void setFollowing(bool isFollowing);
     bool isFollowing() const noexcept { return m_isFollowing; }
+    /// Asked before the rows of a server change: while it says true they wait, as if nobody followed, for the
+    /// next setFollowing(true).
+    void setHold(std::function<bool()> areHeld) { m_areHeld = std::move(areHeld); }
     /// Why a shown server has no candidates; empty when it has, or is not shown.
     QString problemOf(const QString& address) const;
 
@@ -54,10 +59,12 @@ private:
 
     std::unique_ptr<Section> makeSection(KoltaServerInterface& server) override;
     bool show(Section& section) override;
+    bool mayShow() const { return m_isFollowing && !(m_areHeld && m_areHeld()); }
 
     ProductionOrder m_order;
     int m_question = 0; ///< another for each order that asks something else of tuners
     bool m_isFollowing = true;
+    std::function<bool()> m_areHeld;
 };
 
 } // namespace Kolta

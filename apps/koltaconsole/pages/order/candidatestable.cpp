@@ -24,6 +24,8 @@ using Kolta::OrderCandidate;
 
 namespace {
 
+constexpr int kRefused = std::numeric_limits<int>::max(); ///< how a rank is sorted that is none
+
 /// As the delegate asks for texts of refused ones: dim.
 class CandidateDelegate : public StateItemDelegate
 {
@@ -78,6 +80,12 @@ QVariant CandidatesTable::Rows::data(const QModelIndex& index, int role) const
 bool CandidatesTable::Rows::isAway(const QModelIndex& source) const
 {
     return !m_session.isOutOfSight() && source.data(Roles::StaleRole).toBool();
+}
+
+bool CandidatesTable::Rows::isAccepted(const QModelIndex& index) const
+{
+    const QModelIndex rank = index.sibling(index.row(), CandidatesModel::eRankColumn);
+    return rank.data(Roles::SortRole).toInt() != kRefused && !isAway(mapToSource(rank));
 }
 
 /// Beside the row above, which is taken before it; of a refused one as the server tells it.
@@ -138,7 +146,6 @@ bool CandidatesTable::Rows::lessThan(const QModelIndex& a, const QModelIndex& b)
     const auto key = [](const QModelIndex& index, int column) {
         return index.sibling(index.row(), column).data(Roles::SortRole).toInt();
     };
-    constexpr int kRefused = std::numeric_limits<int>::max();
     const auto rank = [&](const QModelIndex& index) {
         return isAway(index) ? kRefused : key(index, CandidatesModel::eRankColumn);
     };
@@ -161,6 +168,13 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
     : QTreeView(parent), m_session(session), m_rows(session)
 {
     m_model.setFollowing(false);
+    m_model.setHold([this] { return m_rows.rowCount() > 0 && m_still.areHeld(); });
+    // A server that is away or back changes rows alone; this hears of it before they are sorted.
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, [this] {
+        if (m_still.areHeld())
+            m_rows.setDynamicSortFilter(false);
+    });
+    connect(&m_still, &StillRows::si_Due, this, &CandidatesTable::catchUp);
     m_rows.setSourceModel(&m_model);
     m_rows.setDynamicSortFilter(true);
     m_rows.sort(0);
@@ -182,7 +196,6 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
     m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::chooseWished);
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);
-    // A server that is away or back changes rows alone.
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &CandidatesTable::si_Changed);
     connect(&session, &Session::si_LinkChanged, &m_rows, &QSortFilterProxyModel::invalidate);
     connect(&session, &Session::si_LinkChanged, this, &CandidatesTable::si_Changed);
@@ -204,6 +217,13 @@ void CandidatesTable::hideEvent(QHideEvent* event)
 {
     QTreeView::hideEvent(event);
     m_model.setFollowing(false);
+}
+
+void CandidatesTable::catchUp()
+{
+    if (!m_rows.dynamicSortFilter())
+        m_rows.setDynamicSortFilter(true);
+    m_model.setFollowing(m_model.isFollowing());
 }
 
 void CandidatesTable::follow()
@@ -284,7 +304,7 @@ bool CandidatesTable::isWishedMissing() const
 QString CandidatesTable::refusal() const
 {
     const int row = chosenRow();
-    if (!m_model.isFollowing() || row < 0 || row < acceptedCount())
+    if (!m_model.isFollowing() || row < 0 || m_rows.isAccepted(m_rows.index(row, 0)))
         return QString();
     return m_rows.index(row, CandidatesModel::eReasonColumn).data().toString();
 }
@@ -310,8 +330,8 @@ bool CandidatesTable::isOwnChoice() const
 int CandidatesTable::acceptedCount() const
 {
     int count = 0;
-    while (count < m_rows.rowCount() && !m_rows.index(count, 0).data().toString().isEmpty())
-        ++count;
+    for (int row = 0; row < m_rows.rowCount(); ++row)
+        count += m_rows.isAccepted(m_rows.index(row, 0)) ? 1 : 0;
     return count;
 }
 

@@ -6,6 +6,7 @@
 #include <koltacommon/ordercandidates.h>
 #include <koltaconsole/widgets/filterwords.h>
 #include <koltaconsole/widgets/serverorder.h>
+#include <koltaconsole/widgets/stillrows.h>
 
 #include <QSortFilterProxyModel>
 #include <QTreeView>
@@ -65,6 +66,8 @@ private:
         bool hasServer(const QString& address) const;
         /// Nobody can have its tuner now, while others are there.
         bool isAway(const QModelIndex& source) const;
+        /// It can take the order.
+        bool isAccepted(const QModelIndex& index) const;
         /// The rank among all that are shown.
         QVariant data(const QModelIndex& index, int role) const override;
 
@@ -85,6 +88,7 @@ private:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void follow();
+    void catchUp();
     void chooseWished();
     int chosenRow() const;
     bool isAway(const QString& address) const;
@@ -92,6 +96,7 @@ private:
     Kolta::OrderCandidate candidate(int row) const;
 
     Session& m_session;
+    StillRows m_still;
     Kolta::CandidatesModel m_model;
     Rows m_rows;
     QString m_only;

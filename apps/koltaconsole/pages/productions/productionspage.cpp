@@ -12,7 +12,6 @@
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/filterbar.h>
 
-#include <QApplication>
 #include <QDrag>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -30,7 +29,6 @@ using Kolta::OwnershipJob;
 namespace {
 
 constexpr int kGatherMs = 100;
-constexpr int kHeldMs = 500; ///< while something is under the pointer that a drop or a choice is for
 constexpr int kMinuteMs = 60000;
 constexpr int kNamesInLine = 3;
 
@@ -262,7 +260,14 @@ void ProductionsPage::follow()
 {
     m_gathering.setSingleShot(true);
     m_minute.start(kMinuteMs);
-    connect(&m_gathering, &QTimer::timeout, this, &ProductionsPage::refresh);
+    connect(&m_gathering, &QTimer::timeout, this, [this] {
+        if (!m_still.areHeld(m_model.isDragging()))
+            refresh();
+    });
+    connect(&m_still, &StillRows::si_Due, this, [this] {
+        if (m_isDue && isVisible())
+            refresh();
+    });
     connect(&m_minute, &QTimer::timeout, this, &ProductionsPage::gather);
     const auto due = [this] { gather(); };
     const QAbstractItemModel* const processors = &session().processors();
@@ -300,9 +305,8 @@ void ProductionsPage::follow()
 void ProductionsPage::gather()
 {
     m_isDue = true;
-    const bool isHeld = m_model.isDragging() || QApplication::activePopupWidget();
     if (isVisible() && !m_gathering.isActive())
-        m_gathering.start(isHeld ? kHeldMs : kGatherMs);
+        m_gathering.start(kGatherMs);
 }
 
 void ProductionsPage::showEvent(QShowEvent* event)

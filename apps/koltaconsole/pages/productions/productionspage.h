@@ -6,6 +6,7 @@
 
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/pages/page.h>
+#include <koltaconsole/widgets/stillrows.h>
 
 #include <QTimer>
 #include <QTreeView>
@@ -93,6 +94,7 @@ private:
     FilterWords m_words;
     QString m_line; ///< of the latest order
     QTimer m_gathering;
+    StillRows m_still;
     QTimer m_minute;
     bool m_isDue = true;
 };
