@@ -1,5 +1,6 @@
 #include "application.h"
 
+#include <koltaconsole/widgets/theme.h>
 #include <startup/tracesource.h>
 
 #include <cstdio>
@@ -9,6 +10,8 @@ namespace KoltaConsole {
 bool Application::notify(QObject* receiver, QEvent* event)
 {
     try {
+        if (event->type() == QEvent::ThemeChange && receiver->isWindowType())
+            Theme::askDesktop();
         return QApplication::notify(receiver, event);
     } catch (...) {
         const QString text = Startup::CurrentExceptionText();

@@ -7,7 +7,8 @@
 
 namespace KoltaConsole {
 
-/// Goes on after an exception that a slot or an event handler lets out, and tells of it.
+/// Goes on after an exception that a slot or an event handler lets out, and tells of it. Follows the
+/// desktop's theme.
 class Application : public QApplication
 {
     Q_OBJECT

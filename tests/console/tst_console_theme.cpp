@@ -1,5 +1,8 @@
 #include "consoletest.h"
 
+#include <QEvent>
+#include <QWindow>
+
 using KoltaConsole::Role;
 using KoltaConsole::Theme;
 
@@ -43,6 +46,27 @@ private Q_SLOTS:
         check(Role::Text, Role::AttentionFill, 4.5);
         check(Role::Text, Role::AlarmFill, 4.5);
         QCOMPARE(Theme::contrast(Qt::black, Qt::white), 21.0);
+    }
+
+    /// A desktop that changes takes along who was told no theme, whichever way it tells.
+    void desktop()
+    {
+        Theme& theme = Theme::instance();
+        QWidget window;
+        window.show();
+        const auto wears = [&theme](Theme::Kind kind) {
+            return theme.kind() == kind &&
+                   QApplication::palette().color(QPalette::Window) == Theme::color(kind, Role::Window);
+        };
+        theme.apply(Theme::Choice::System);
+        QApplication::setPalette(QPalette(Qt::black));
+        QTRY_VERIFY(wears(Theme::Kind::Dark));
+        QEvent change(QEvent::ThemeChange);
+        QCoreApplication::sendEvent(window.windowHandle(), &change); // off screen it is a light one
+        QTRY_VERIFY(wears(Theme::Kind::Light));
+        theme.apply(Theme::Choice::Dark);
+        QApplication::setPalette(QPalette(Qt::white));
+        QTRY_VERIFY(wears(Theme::Kind::Dark));
     }
 };
 

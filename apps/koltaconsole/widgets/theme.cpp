@@ -126,9 +126,13 @@ QColor Theme::past(Role role) const
 
 void Theme::apply(Choice choice)
 {
-    // A desktop's own palette is known only before this one is set.
-    static const bool isDesktopDark = QApplication::palette().color(QPalette::Window).lightness() < 128;
-    const bool isDark = choice == Choice::Dark || (choice == Choice::System && isDesktopDark);
+    connect(qApp, &QGuiApplication::paletteChanged, this, &Theme::followDesktop,
+            Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection));
+    // A desktop's own palette is known only until this one is set.
+    if (!isWorn())
+        m_isDesktopDark = QApplication::palette().color(QPalette::Window).lightness() < 128;
+    m_choice = choice;
+    const bool isDark = choice == Choice::Dark || (choice == Choice::System && m_isDesktopDark);
     m_kind = isDark ? Kind::Dark : Kind::Light;
     QApplication::setStyle(new Style);
     QApplication::setPalette(paletteOf(*this));
@@ -139,6 +143,27 @@ void Theme::apply(Choice choice)
     QApplication::setFont(font);
     qApp->setStyleSheet(styleSheet());
     Q_EMIT si_Changed();
+}
+
+bool Theme::isWorn() const
+{
+    const QPalette palette = QApplication::palette();
+    return palette.color(QPalette::Window) == color(Role::Window) &&
+           palette.color(QPalette::Base) == color(Role::Base) &&
+           palette.color(QPalette::Text) == color(Role::Text);
+}
+
+/// Desktops set their palette over this one when they change.
+void Theme::followDesktop()
+{
+    if (!isWorn())
+        apply(m_choice);
+}
+
+/// Without one of its own the application has the desktop's palette, which is told as a change.
+void Theme::askDesktop()
+{
+    QApplication::setPalette(QPalette());
 }
 
 QString Theme::styleSheet() const

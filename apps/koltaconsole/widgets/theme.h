@@ -43,8 +43,10 @@ public:
     /// Text that stands on a selection is Text where the dark theme's other colours would be too weak.
     QColor onSelection(Role role) const;
 
-    /// Dresses the application: style, palette and style sheet.
+    /// Dresses the application: style, palette and style sheet. System goes on following the desktop.
     void apply(Choice choice);
+    /// Looks anew at what the desktop has.
+    static void askDesktop();
     /// Contrast of two opaque colours as the accessibility guidelines define it, 1 to 21.
     static double contrast(const QColor& a, const QColor& b);
 
@@ -54,7 +56,11 @@ Q_SIGNALS:
 private:
     Theme() = default;
     QString styleSheet() const;
+    bool isWorn() const;
+    void followDesktop();
 
+    Choice m_choice = Choice::System;
+    bool m_isDesktopDark = false;
     Kind m_kind = Kind::Light;
 };
 
