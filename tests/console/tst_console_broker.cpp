@@ -2,6 +2,7 @@
 #include "installation.h"
 #include "pointer.h"
 
+#include <koltaconsole/pages/order/candidatestable.h>
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
@@ -54,6 +55,12 @@ void TestBroker::nothingIsLost()
     order.displayName = QStringLiteral("half written");
     stage.session->draft().set(order, QString());
 
+    stage.window->showPage(QStringLiteral("order"));
+    const auto* const candidates = stage.window->currentPage()->findChild<CandidatesTable*>();
+    QTRY_VERIFY(candidates->acceptedCount() > 0);
+    const auto firstRank = [candidates] { return candidates->rows().index(0, 0).data().toString(); };
+    QCOMPARE(firstRank(), QStringLiteral("1"));
+    stage.window->showPage(QStringLiteral("tuners"));
     const auto alarmCount = [&stage] {
         const Kolta::Journal& journal = stage.session->journal();
         int alarms = 0;
@@ -73,14 +80,19 @@ void TestBroker::nothingIsLost()
     QTRY_VERIFY_WITH_TIMEOUT(banner->isVisible(), 30000);
     QVERIFY(!stage.session->link().isUp);
     QTRY_COMPARE(alarmCount(), alarms + 1);
+    stage.window->showPage(QStringLiteral("order"));
+    QVERIFY(!stage.run("order-start"));
+    QVERIFY(candidates->acceptedCount() > 0); // last known, without ranks
+    QCOMPARE(firstRank(), QString());
+    stage.window->showPage(QStringLiteral("tuners"));
     sendMouse(canvas, QEvent::MouseMove, left, Qt::ShiftModifier);
     sendMouse(canvas, QEvent::MouseButtonRelease, left, Qt::ShiftModifier); // which begins an order
     QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
     QVERIFY(std::abs(stage.session->draft().order().frequency - 103.75e6) < 0.1e6);
-    QVERIFY(!stage.run("order-start"));
     QCOMPARE(stage.session->draft().order().displayName, QStringLiteral("half written"));
 
     QTRY_VERIFY_WITH_TIMEOUT(!banner->isVisible(), 60000);
+    QTRY_COMPARE_WITH_TIMEOUT(firstRank(), QStringLiteral("1"), 60000);
     stage.window->showPage(QStringLiteral("tuners"));
     QTRY_VERIFY_WITH_TIMEOUT(!table->currentIndex().data(Roles::StaleRole).toBool(), 60000);
     QCOMPARE(table->currentIndex().data(Roles::KeyRole).toString(), key);

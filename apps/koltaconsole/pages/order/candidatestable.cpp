@@ -71,10 +71,9 @@ QVariant CandidatesTable::Rows::data(const QModelIndex& index, int role) const
     const QVariant own = QSortFilterProxyModel::data(index, role);
     if (role == Qt::DisplayRole && index.column() == CandidatesModel::eReasonColumn)
         return reasonOf(index, own.toString());
-    const bool isRank = role == Qt::DisplayRole && index.column() == CandidatesModel::eRankColumn;
-    if (!isRank || own.toString().isEmpty())
+    if (role != Qt::DisplayRole || index.column() != CandidatesModel::eRankColumn)
         return own;
-    return isAway(mapToSource(index)) ? QVariant(QString()) : QVariant(index.row() + 1);
+    return isAccepted(index) && !m_session.isOutOfSight() ? QVariant(index.row() + 1) : QVariant(QString());
 }
 
 bool CandidatesTable::Rows::isAway(const QModelIndex& source) const
@@ -99,7 +98,7 @@ QString CandidatesTable::Rows::reasonOf(const QModelIndex& index, const QString&
         return CandidatesTable::tr("%1 is away, %2")
             .arg(index.data(Roles::ServerRole).toString(), lastKnownText(known));
     }
-    if (cell(index, CandidatesModel::eRankColumn).toString().isEmpty())
+    if (!isAccepted(index))
         return refusalOf(index, own);
     if (index.row() == 0)
         return CandidatesTable::tr("cheapest");

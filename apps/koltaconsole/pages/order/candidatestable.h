@@ -68,7 +68,7 @@ private:
         bool isAway(const QModelIndex& source) const;
         /// It can take the order.
         bool isAccepted(const QModelIndex& index) const;
-        /// The rank among all that are shown.
+        /// The rank among all that are shown; none while all is only known from before.
         QVariant data(const QModelIndex& index, int role) const override;
 
     protected:
