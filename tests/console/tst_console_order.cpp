@@ -5,6 +5,7 @@
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/widgets/looklabel.h>
 
 #include <koltacommon/candidatesmodel.h>
 #include <koltacommon/koltaserverinterface.h>
@@ -148,6 +149,10 @@ void TestOrder::startsWhatIsWritten()
     QTRY_COMPARE(stage.session->server(chosen.server)->getBookingManager().getTunerState(chosen.guid),
                  Kolta::TunerBookingManager::eInUse);
     QTRY_VERIFY(stage.why("order-cancel").size() > 0);
+    const auto told = page->findChildren<LookLabel*>();
+    QVERIFY(std::any_of(told.begin(), told.end(), [](const LookLabel* label) {
+        return label->look().mark == Mark::Square && label->text().contains(QLatin1String(" runs on "));
+    }));
     QVERIFY(candidates->offer().guid != chosen.guid); // it is in use now
 }
 

@@ -2507,12 +2507,12 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Auftrag %1</translation>
     </message>
     <message>
-        <source>◐ asked %1</source>
-        <translation>◐ %1 gefragt</translation>
+        <source>asked %1</source>
+        <translation>%1 gefragt</translation>
     </message>
     <message>
-        <source>■ %1 runs on %2</source>
-        <translation>■ %1 läuft auf %2</translation>
+        <source>%1 runs on %2</source>
+        <translation>%1 läuft auf %2</translation>
     </message>
     <message>
         <source>; away: %1</source>

@@ -30,6 +30,9 @@ struct Look
     bool isLoud = false; ///< the word has the mark's colour and is bold
 };
 
+constexpr int kMarkSize = 11; ///< of a mark before a word
+constexpr int kMarkRoom = 18; ///< from the left of that mark to the word
+
 /// Paints the mark into the square.
 void paintMark(QPainter& painter, const QRectF& square, Mark mark, const QColor& color);
 

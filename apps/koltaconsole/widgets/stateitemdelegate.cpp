@@ -15,8 +15,6 @@ namespace KoltaConsole {
 
 namespace {
 
-constexpr int kMarkSize = 11;
-constexpr int kMarkRoom = 18;
 constexpr int kAir = 7;
 constexpr int kRowHeight = 24;
 

@@ -10,6 +10,7 @@
 #include <koltacommon/viewroles.h>
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/session.h>
+#include <koltaconsole/widgets/looklabel.h>
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -153,23 +154,21 @@ OrderForm::OrderForm(Session& session, QWidget* parent)
     show();
 }
 
-QLabel* OrderForm::addHint(QFormLayout& layout)
+LookLabel* OrderForm::addHint(QFormLayout& layout)
 {
-    auto* const hint = new QLabel(this);
-    hint->setWordWrap(true);
+    auto* const hint = new LookLabel(this);
     hint->hide();
     layout.addRow(QString(), hint);
     return hint;
 }
 
-void OrderForm::tell(QLabel& hint, const QString& text, bool isWarning)
+void OrderForm::tell(LookLabel& hint, const QString& text, bool isWarning)
 {
     hint.setVisible(!text.isEmpty());
-    hint.setText(isWarning ? QStringLiteral("▲ ") + text : text);
-    hint.setProperty("dim", !isWarning);
-    hint.setProperty("warning", isWarning);
-    hint.style()->unpolish(&hint);
-    hint.style()->polish(&hint);
+    if (isWarning)
+        hint.setLook({Mark::Triangle, Role::Attention, text, true});
+    else
+        hint.setNote(text);
 }
 
 /// What the order says is there to choose, also while nobody offers it. A list that is open stays as somebody
@@ -272,7 +271,7 @@ void OrderForm::show()
     m_isShowing = false;
 }
 
-double OrderForm::readHertz(QLineEdit& field, QLabel& hint)
+double OrderForm::readHertz(QLineEdit& field, LookLabel& hint)
 {
     const QString text = field.text().trimmed();
     const Kolta::QuantityReading reading =

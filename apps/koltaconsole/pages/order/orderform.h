@@ -7,11 +7,11 @@
 
 class QComboBox;
 class QFormLayout;
-class QLabel;
 class QLineEdit;
 
 namespace KoltaConsole {
 
+class LookLabel;
 class Session;
 
 /// The fields of the order that is being written. What is typed goes into the session's draft at once, and
@@ -31,21 +31,21 @@ public:
     void readChoices();
 
 private:
-    QLabel* addHint(QFormLayout& layout);
+    LookLabel* addHint(QFormLayout& layout);
     bool eventFilter(QObject* watched, QEvent* event) override;
     void fill(QComboBox& box, QVector<QPair<QString, QString>> choices, const QString& value);
     void show();
     void take();
-    double readHertz(QLineEdit& field, QLabel& hint);
-    static void tell(QLabel& hint, const QString& text, bool isWarning);
+    double readHertz(QLineEdit& field, LookLabel& hint);
+    static void tell(LookLabel& hint, const QString& text, bool isWarning);
 
     Session& m_session;
     QComboBox* m_kind;
     QComboBox* m_class;
     QLineEdit* m_frequency;
-    QLabel* m_frequencyHint;
+    LookLabel* m_frequencyHint;
     QLineEdit* m_bandwidth;
-    QLabel* m_bandwidthHint;
+    LookLabel* m_bandwidthHint;
     QComboBox* m_mcp;
     QComboBox* m_demandClass;
     QComboBox* m_storage;

@@ -12,6 +12,7 @@
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/filterwords.h>
+#include <koltaconsole/widgets/looklabel.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <koltacommon/actionrights.h>
@@ -53,14 +54,13 @@ OrderPage::OrderPage(Session& session, ActionTable& actions, QWidget* parent)
     , m_candidates(new CandidatesTable(session, this))
     , m_filter(new FilterBar(tr("Filter: S3, 118-137 MHz, >20 MHz"), tr("Filter of candidates"), this, 280))
     , m_heading(new ElidedLabel(this))
-    , m_state(new QLabel(this))
+    , m_state(new LookLabel(this))
     , m_cart(session, this)
     , m_cartHeading(new ElidedLabel(this))
     , m_cartTable(new QTreeView(this))
 {
     for (QLabel* const heading : {m_heading, m_cartHeading})
         heading->setProperty("heading", true);
-    m_state->setWordWrap(true);
     m_state->setContentsMargins(8, 0, 8, 0);
     m_state->setAccessibleName(tr("How the order is"));
     if (session.draft().isKept())
@@ -419,9 +419,11 @@ void OrderPage::start()
     m_job->deleteWhenFinished();
     session().ordersUnderWay().follow(*m_job, server->getAddress(),
                                       tr("order of %1").arg(kindName(order.kind)));
-    m_state->setText(tr("◐ asked %1").arg(server->getAddress()));
-    connect(m_job, &Operation::progressed, m_state,
-            [this](const QString& text) { m_state->setText(QStringLiteral("◐ ") + text); });
+    const auto tell = [this](const QString& text) {
+        m_state->setLook({Mark::Half, Role::InUse, text, false});
+    };
+    tell(tr("asked %1").arg(server->getAddress()));
+    connect(m_job, &Operation::progressed, m_state, tell);
     m_job->then(this, [this](const Operation& operation) { takeEnd(operation); });
     actions().refresh();
 }
@@ -430,10 +432,13 @@ void OrderPage::takeEnd(const Operation& operation)
 {
     const auto& job = static_cast<const ProductionJob&>(operation);
     m_job.clear();
-    m_state->setText(operation.state() == Operation::State::Done
-                         ? tr("■ %1 runs on %2")
-                               .arg(job.order().displayName, job.tuner().GetTavikResource().GetDisplayName())
-                         : QStringLiteral("▲ ") + operation.text());
+    if (operation.state() == Operation::State::Done)
+        m_state->setLook({Mark::Square, Role::InUse,
+                          tr("%1 runs on %2")
+                              .arg(job.order().displayName, job.tuner().GetTavikResource().GetDisplayName()),
+                          false});
+    else
+        m_state->setLook({Mark::Triangle, Role::Attention, operation.text(), true});
     refreshLater();
 }
 

@@ -23,6 +23,7 @@ namespace KoltaConsole {
 class CandidatesTable;
 class ElidedLabel;
 class FilterBar;
+class LookLabel;
 class OrderForm;
 
 /// An order, the tuners that come into question for it, and the cart of those that are to be started
@@ -75,7 +76,7 @@ private:
     CandidatesTable* m_candidates;
     FilterBar* m_filter;
     ElidedLabel* m_heading;
-    QLabel* m_state;
+    LookLabel* m_state;
     Cart m_cart;
     ElidedLabel* m_cartHeading;
     QTreeView* m_cartTable;

@@ -3,6 +3,7 @@
 #include <koltacommon/viewtime.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/serverfacts.h>
+#include <koltaconsole/widgets/looklabel.h>
 
 #include <QComboBox>
 #include <QGridLayout>
@@ -129,10 +130,8 @@ void ProfileEditor::makeFields()
         m_lines[at]->setAccessibleName(fieldTitle(static_cast<ProfileField>(i)));
         if (i == static_cast<int>(ProfileField::Duration))
             m_lines[at]->setToolTip(tr("whole numbers, in the unit in which the processors count"));
-        m_hints[at] = new QLabel(this);
-        m_hints[at]->setProperty("warning", true);
+        m_hints[at] = new LookLabel(this);
         m_hints[at]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-        m_hints[at]->setWordWrap(true);
         m_hints[at]->hide();
         connect(m_lines[at], &QLineEdit::textChanged, this, &ProfileEditor::read);
         place(i, fieldTitle(static_cast<ProfileField>(i)), m_lines[at], m_hints[at]);
@@ -218,7 +217,7 @@ void ProfileEditor::read()
         m_wrong += problem.isEmpty() ? 0 : 1;
         const bool isShown = !problem.isEmpty() && !isUntouched;
         m_hints[at]->setVisible(isShown);
-        m_hints[at]->setText(QStringLiteral("▲ ") + problem);
+        m_hints[at]->setLook({Mark::Triangle, Role::Attention, problem, true});
         m_hints[at]->setToolTip(problem);
         if (m_lines[at]->property("wrong").toBool() != isShown) {
             m_lines[at]->setProperty("wrong", isShown);

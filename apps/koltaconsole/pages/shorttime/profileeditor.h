@@ -18,6 +18,7 @@ class QTreeWidget;
 namespace KoltaConsole {
 
 class ActionTable;
+class LookLabel;
 
 /// The fields of one short-time profile. Each is read at every key; what is wrong says so below itself, and
 /// nothing can be saved then. What others change meanwhile is told and does not overwrite what was typed.
@@ -110,7 +111,7 @@ private:
     QPushButton* m_compare = nullptr;
     QTreeWidget* m_comparison;
     std::array<QLineEdit*, kProfileFieldCount> m_lines{};
-    std::array<QLabel*, kProfileFieldCount> m_hints{};
+    std::array<LookLabel*, kProfileFieldCount> m_hints{};
     QComboBox* m_modulation;
     QComboBox* m_type;
 };
