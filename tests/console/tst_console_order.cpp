@@ -128,6 +128,8 @@ void TestOrder::startsWhatIsWritten()
     QTRY_COMPARE(candidates->problem(), first + QStringLiteral(" is away"));
     page->showServer(QString());
     choose(*page, "Class", "Wide");
+    QTRY_VERIFY(countOfFirst(left, candidates->rows().rowCount()) > 0);
+    QCOMPARE(candidates->acceptedCount(), left);
     leaver->comeBack();
     QTRY_VERIFY(candidates->acceptedCount() > left); // what ran there ended with it
 

@@ -110,10 +110,12 @@ void TestCandidates::followsOrderAndServer()
     model.setOrder(order);
     turn();
     QVERIFY(model.rowCount() == 2 && model.index(0, 0).data(ViewRoles::StaleRole).toBool());
-    order.frequency = 98.5e6;
-    model.setOrder(order);
-    turn();
-    QCOMPARE(model.rowCount(), 0);
+    for (const double frequency : {98.5e6, 0.0, 98.5e6}) {
+        order.frequency = frequency;
+        model.setOrder(order);
+        turn();
+        QCOMPARE(model.rowCount(), frequency > 0 ? 0 : 2);
+    }
     stage.server.appear();
     turn();
     QCOMPARE(model.rowCount(), 2);

@@ -131,8 +131,8 @@ struct CandidatesModel::CandidateSection : Section
 
     OrderExplainer explainer;
     QString problem;
-    bool isLate = false; ///< it has changed while the model did not follow
-    int answered = 0;    ///< the question that its rows answer
+    bool isLate = false;      ///< it has changed while the model did not follow
+    ProductionOrder answered; ///< the last one to which it had something to say
 };
 
 CandidatesModel::CandidatesModel(QObject* parent) : ServersModel("Kolta::CandidatesModel", kColumns, parent)
@@ -151,7 +151,6 @@ std::unique_ptr<ServersModel::Section> CandidatesModel::makeSection(KoltaServerI
 
 void CandidatesModel::setOrder(const ProductionOrder& order)
 {
-    m_question += asksTheSame(m_order, order) ? 0 : 1;
     m_order = order;
     for (const auto& section : sections())
         static_cast<CandidateSection&>(*section).explainer.setOrder(order);
@@ -183,7 +182,7 @@ QString CandidatesModel::problemOf(const QString& address) const
     return QString();
 }
 
-/// A server that is away keeps its rows, which are stale then, unless they answer another question.
+/// What a server that is away had for an order is nothing for one that asks something else.
 bool CandidatesModel::show(Section& section)
 {
     auto& due = static_cast<CandidateSection&>(section);
@@ -195,8 +194,10 @@ bool CandidatesModel::show(Section& section)
     const OrderChoice& choice = due.explainer.choice();
     due.problem = choice.problem;
     const bool isAway = !due.server || due.server->getState() == SERVER_STATES::eDisconnected;
-    if (!isAway) {
-        Rows wanted;
+    if (!isAway)
+        due.answered = m_order;
+    Rows wanted;
+    if (asksTheSame(due.answered, m_order)) {
         wanted.reserve(choice.candidates.size());
         QHash<QString, int> counts; // of those with one GUID
         counts.reserve(static_cast<int>(choice.candidates.size()));
@@ -206,14 +207,9 @@ bool CandidatesModel::show(Section& section)
                                              : candidate.guid() + QLatin1Char(' ') + QString::number(number);
             wanted.push_back(std::make_unique<CandidateRow>(due, name, candidate));
         }
-        due.answered = m_question;
-        if (!replaceSection(due, wanted))
-            return false;
-    } else if (due.answered != m_question) {
-        Rows none;
-        if (!replaceSection(due, none))
-            return false;
     }
+    if (!replaceSection(due, wanted))
+        return false;
     const QPointer<CandidatesModel> guard(this);
     Q_EMIT si_ChoiceChanged(address);
     return !guard.isNull();

@@ -36,7 +36,8 @@ public:
     explicit CandidatesModel(QObject* parent = nullptr);
     ~CandidatesModel() override;
 
-    /// A server that is away keeps its rows, stale ones, as long as the order asks the same of its tuners.
+    /// A server that is away has its rows, stale ones, for orders that ask the same of its tuners as the last
+    /// one that it has answered.
     void setOrder(const ProductionOrder& order);
     const ProductionOrder& order() const noexcept { return m_order; }
     /// While it does not follow, the rows stay as they are and no tuner is weighed; when it does again they
@@ -62,7 +63,6 @@ private:
     bool mayShow() const { return m_isFollowing && !(m_areHeld && m_areHeld()); }
 
     ProductionOrder m_order;
-    int m_question = 0; ///< another for each order that asks something else of tuners
     bool m_isFollowing = true;
     std::function<bool()> m_areHeld;
 };
