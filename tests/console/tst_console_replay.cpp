@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTreeView>
 
+#include <algorithm>
+
 using namespace KoltaConsole;
 using distribution::Replay;
 using distribution::ReplayAddress;
@@ -109,6 +111,10 @@ void TestReplay::goesWhereItIsTold()
     QTRY_VERIFY(barOf(stage).endsWith(QLatin1String(", at its end")));
     QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S1")).condition, Condition::Vanished);
     QCOMPARE(stage.session->now(), replay.timeAt(replay.end()));
+    const auto lines = stage.window->findChildren<QLineEdit*>();
+    QVERIFY(std::any_of(lines.begin(), lines.end(), [&stage](const QLineEdit* line) {
+        return line->toolTip().contains(stage.session->treeUrl());
+    }));
     const ServerFacts gone = stage.session->factsOf(QStringLiteral("S1"));
     QCOMPARE(gone.lastKnown.date(), replay.timeAt(replay.end()).date());
     QCOMPARE(gone.reason(),

@@ -21,6 +21,8 @@
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "replaybar.h"
+
+#include <distribution/replay.h>
 #endif
 
 #include <QAbstractItemView>
@@ -135,6 +137,11 @@ void MainWindow::addReplay(QWidget& all)
     all.setAttribute(Qt::WA_StyledBackground);
     all.layout()->setContentsMargins(kFrame, kFrame, kFrame, kFrame);
     all.layout()->addWidget(new ReplayBar(m_session, m_actions, &all));
+    // The line names the moment; one that somebody is marking stays.
+    connect(m_session.replay(), &distribution::Replay::si_Moved, this, [this] {
+        if (!m_commandLine->hasSelectedText())
+            fitCommandLine();
+    });
 #else
     Q_UNUSED(all)
 #endif
