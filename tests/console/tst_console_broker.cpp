@@ -16,7 +16,6 @@
 #include <QTreeView>
 
 #include <algorithm>
-#include <cmath>
 
 using namespace KoltaConsole;
 namespace Roles = Kolta::ViewRoles;
@@ -72,7 +71,8 @@ void TestBroker::nothingIsLost()
     auto* const axis = page->findChild<FrequencyAxis*>();
     QWidget& canvas = *axis->findChild<QWidget*>(QStringLiteral("QwtPlotCanvas"));
     const QPoint left(canvas.width() / 4, 20), right(canvas.width() / 2, 20);
-    axis->setRange(100e6, 110e6);
+    QTRY_VERIFY(!axis->lanes().isEmpty());
+    axis->setRange(10e6, 20e6);
     sendMouse(canvas, QEvent::MouseButtonPress, right, Qt::ShiftModifier);
     sendMouse(canvas, QEvent::MouseMove, (left + right) / 2, Qt::ShiftModifier);
     QVERIFY(installation.killBroker());
@@ -80,16 +80,16 @@ void TestBroker::nothingIsLost()
     QTRY_VERIFY_WITH_TIMEOUT(banner->isVisible(), 30000);
     QVERIFY(!stage.session->link().isUp);
     QTRY_COMPARE(alarmCount(), alarms + 1);
-    stage.window->showPage(QStringLiteral("order"));
-    QVERIFY(!stage.run("order-start"));
-    QVERIFY(candidates->acceptedCount() > 0); // last known, without ranks
-    QCOMPARE(firstRank(), QString());
-    stage.window->showPage(QStringLiteral("tuners"));
     sendMouse(canvas, QEvent::MouseMove, left, Qt::ShiftModifier);
     sendMouse(canvas, QEvent::MouseButtonRelease, left, Qt::ShiftModifier); // which begins an order
     QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
-    QVERIFY(std::abs(stage.session->draft().order().frequency - 103.75e6) < 0.1e6);
+    const double frequency = stage.session->draft().order().frequency;
+    QVERIFY2(frequency > 13e6 && frequency < 15e6, qPrintable(QString::number(frequency)));
+    QVERIFY(!stage.run("order-start"));
     QCOMPARE(stage.session->draft().order().displayName, QStringLiteral("half written"));
+    stage.session->draft().set(order, QString());
+    QTRY_VERIFY(candidates->acceptedCount() > 0); // last known, without ranks
+    QCOMPARE(firstRank(), QString());
 
     QTRY_VERIFY_WITH_TIMEOUT(!banner->isVisible(), 60000);
     QTRY_COMPARE_WITH_TIMEOUT(firstRank(), QStringLiteral("1"), 60000);

@@ -114,6 +114,7 @@ void TestWriting::whatIsTypedStays()
     const std::unique_ptr<QMimeData> dragged(model.mimeData({model.indexOf(ffp)}));
     const auto target = [&] { return model.indexOf(to.data(Roles::KeyRole).toString()); };
     const auto takes = [&] { return model.canDropMimeData(dragged.get(), Qt::MoveAction, -1, -1, target()); };
+    stage.window->showPage(QStringLiteral("productions"));
     QVERIFY(takes());
     model.setDragged(ffp);
     QVERIFY(installation.killBroker());
