@@ -232,8 +232,8 @@ void FrequencyAxis::showAll()
 void FrequencyAxis::setRange(double from, double to)
 {
     const auto [lowest, highest] = extentOf(lanes());
-    from = std::clamp(from, lowest, highest - kLeastSpan);
-    to = std::clamp(to, from + kLeastSpan, highest);
+    from = std::clamp(from, lowest, std::max(lowest, highest - kLeastSpan));
+    to = std::clamp(to, from + kLeastSpan, std::max(from + kLeastSpan, highest));
     m_plot->setRange(from, to);
     Q_EMIT si_RangeChanged();
 }

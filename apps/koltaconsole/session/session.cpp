@@ -21,6 +21,7 @@
 
 #include <simulation/installation.h>
 #include <startup/cfgcenter.h>
+#include <usermanagement/activeuserproxy.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "treebranches.h"
@@ -286,7 +287,11 @@ void Session::noteLink(bool isUp, const QString& reason)
 void Session::startUsers(const QString& file)
 {
     UserRights::Instance().Initialize();
-    m_areUsersKnown = !file.isEmpty() && UserRights::Instance().InitForStandalone(file);
+    m_areUsersKnown = !file.isEmpty();
+    if (m_areUsersKnown && !UserRights::Instance().InitForStandalone(file))
+        tell(tr("Nobody has any right here until the file of users is mended: %1")
+                 .arg(Nax::ActiveUserProxy::Instance().ConfigurationError()),
+             Kolta::Event::Weight::Attention);
 }
 
 Kolta::ServerModel& Session::servers() const

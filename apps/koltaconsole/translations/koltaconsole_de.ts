@@ -2511,6 +2511,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>%1 gefragt</translation>
     </message>
     <message>
+        <source>%1 runs</source>
+        <translation>%1 läuft</translation>
+    </message>
+    <message>
         <source>%1 runs on %2</source>
         <translation>%1 läuft auf %2</translation>
     </message>
@@ -3014,6 +3018,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 <context>
     <name>KoltaConsole::ServerCards</name>
     <message>
+        <source>none of %L1 free</source>
+        <translation>keiner von %L1 frei</translation>
+    </message>
+    <message>
         <source>Servers</source>
         <translation>Server</translation>
     </message>
@@ -3094,6 +3102,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>simulated</source>
         <translation>simuliert</translation>
+    </message>
+    <message>
+        <source>Nobody has any right here until the file of users is mended: %1</source>
+        <translation>Niemand hat hier ein Recht, bis die Datei der Benutzer berichtigt ist: %1</translation>
     </message>
     <message>
         <source>simulated in this process</source>

@@ -304,8 +304,9 @@ void Cart::startLine(int row)
     line->plan.undo();
     line->job = new ProductionJob(*server, order, this);
     line->job->deleteWhenFinished();
-    m_session.ordersUnderWay().follow(*line->job, server->getAddress(),
-                                      tr("order %1").arg(order.displayName));
+    m_session.ordersUnderWay().follow(
+        *line->job, server->getAddress(),
+        tr("order %1").arg(order.displayName.isEmpty() ? kindName(order.kind) : order.displayName));
     connect(line->job, &Operation::progressed, this, [this, line](const QString& text) {
         if (const int now = rowOf(line); now >= 0 && line->state == State::Asked)
             setState(now, State::Asked, text);

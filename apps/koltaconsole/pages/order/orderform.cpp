@@ -252,7 +252,7 @@ void OrderForm::readChoices()
     m_isShowing = false;
 }
 
-/// What is being typed stays as it is typed.
+/// What is being typed stays as it is typed, and what cannot be read until there is something instead.
 void OrderForm::show()
 {
     if (m_isShowing)
@@ -261,13 +261,18 @@ void OrderForm::show()
     m_isShowing = true;
     const ProductionOrder& order = m_session.draft().order();
     const auto write = [this](QLineEdit& line, const QString& text) {
-        if (!m_isTaking && !line.property("wrong").toBool())
+        if (!m_isTaking && (!text.isEmpty() || !line.property("wrong").toBool()))
             line.setText(text);
     };
     const auto hertz = [](double value) { return value > 0 ? Kolta::hertzToText(value) : QString(); };
     write(*m_frequency, hertz(order.frequency));
     write(*m_bandwidth, hertz(order.bandwidth));
     write(*m_name, order.displayName);
+    if (!m_isTaking && !m_problem.isEmpty()) { // a band that was dragged took the place of what was wrong
+        m_problem.clear();
+        readHertz(*m_frequency, *m_frequencyHint);
+        readHertz(*m_bandwidth, *m_bandwidthHint);
+    }
     m_isShowing = false;
 }
 

@@ -432,10 +432,10 @@ void OrderPage::takeEnd(const Operation& operation)
 {
     const auto& job = static_cast<const ProductionJob&>(operation);
     m_job.clear();
+    const QString name = job.order().displayName, tuner = job.tuner().GetTavikResource().GetDisplayName();
     if (operation.state() == Operation::State::Done)
         m_state->setLook({Mark::Square, Role::InUse,
-                          tr("%1 runs on %2")
-                              .arg(job.order().displayName, job.tuner().GetTavikResource().GetDisplayName()),
+                          tuner.isEmpty() ? tr("%1 runs").arg(name) : tr("%1 runs on %2").arg(name, tuner),
                           false});
     else
         m_state->setLook({Mark::Triangle, Role::Attention, operation.text(), true});

@@ -148,8 +148,10 @@ QString ServerCards::freeText(const ServerFacts& facts, const ClassFigure& figur
 {
     if (figure.all == 0)
         return tr("no tuners");
-    return facts.isStale() ? tr("%L1 tuners").arg(figure.all)
-                           : tr("%L1 of %L2 free").arg(figure.free).arg(figure.all);
+    if (facts.isStale())
+        return tr("%L1 tuners").arg(figure.all);
+    return figure.free == 0 ? tr("none of %L1 free").arg(figure.all)
+                            : tr("%L1 of %L2 free").arg(figure.free).arg(figure.all);
 }
 
 void ServerCards::paintClasses(QPainter& painter, const Place& place, QRect rect) const

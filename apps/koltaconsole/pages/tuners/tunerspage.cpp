@@ -103,7 +103,8 @@ void TunersPage::makeActions()
     why.run = [this] { explain(); };
     why.problem = [this] { return currentTuner().isValid() ? QString() : tr("No tuner is selected."); };
     why.line = [this] {
-        return KoltaApps::ActionLines(session().draft().server()).explain(session().draft().order());
+        return KoltaApps::ActionLines(currentTuner().data(Roles::ServerRole).toString())
+            .explain(session().draft().order());
     };
     actions().add(why, this);
     ActionTable::Entry order;
@@ -399,7 +400,8 @@ void TunersPage::restore(const QSettings& settings)
 
 QString TunersPage::commandLine() const
 {
-    return lineOf("classes");
+    return lineOf(server().isEmpty() && session().facts().size() > 1 ? "resources"
+                                                                     : "classes"); // of one server
 }
 
 void TunersPage::followServer()
