@@ -85,7 +85,7 @@ lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes
 	@$(call build,dev)
 	@tools/run-clang-tidy build/dev $(or $(JOBS),2)
 
-nightly: ## lint, sanitizers, static package, a minute per fuzz target, manual, benchmarks
+nightly: ## lint, sanitizers, static package, a minute per fuzz target, site, benchmarks
 	@$(MAKE) --no-print-directory lint
 	@$(MAKE) --no-print-directory test-asan
 	@$(MAKE) --no-print-directory test-tsan

@@ -3229,6 +3229,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>%1 von %2 Rechten</translation>
     </message>
     <message>
+        <source>nobody is logged in</source>
+        <translation>niemand ist angemeldet</translation>
+    </message>
+    <message>
         <source>the servers decide on rights</source>
         <translation>die Server entscheiden über Rechte</translation>
     </message>

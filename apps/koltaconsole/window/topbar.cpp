@@ -183,9 +183,9 @@ void TopBar::showUser()
 {
     const QString rights =
         tr("%1 of %2 rights").arg(m_session.rightCount()).arg(Kolta::UserRights::GetNumberOfRights());
-    QString text = m_session.areUsersKnown() && !m_session.userName().isEmpty()
-                       ? QStringLiteral("%1 · %2").arg(m_session.userName(), rights)
-                       : tr("the servers decide on rights");
+    const QString name = m_session.userName().isEmpty() ? tr("nobody is logged in") : m_session.userName();
+    QString text = m_session.areUsersKnown() ? QStringLiteral("%1 · %2").arg(name, rights)
+                                             : tr("the servers decide on rights");
     if (m_session.isReadOnly())
         text += tr(" · read only");
     m_user->setText(text);
