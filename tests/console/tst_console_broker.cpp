@@ -88,8 +88,8 @@ void TestBroker::nothingIsLost()
     QVERIFY(!stage.run("order-start"));
     QCOMPARE(stage.session->draft().order().displayName, QStringLiteral("half written"));
     stage.session->draft().set(order, QString());
-    QTRY_VERIFY(candidates->acceptedCount() > 0); // last known, without ranks
-    QCOMPARE(firstRank(), QString());
+    QTRY_VERIFY(candidates->acceptedCount() > 0);                 // last known, without ranks
+    QVERIFY(firstRank().isEmpty() || stage.session->link().isUp); // it may be back by now
 
     QTRY_VERIFY_WITH_TIMEOUT(!banner->isVisible(), 60000);
     QTRY_COMPARE_WITH_TIMEOUT(firstRank(), QStringLiteral("1"), 60000);
