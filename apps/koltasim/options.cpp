@@ -5,10 +5,13 @@
 #include <simulation/installation.h>
 
 #include <iterator>
+#include <limits>
 
 namespace {
 
 using KoltaApps::ProgramOptions;
+
+constexpr int kMostTuners = 100000; ///< as of kolta up: about 80 MB of XML
 
 /// In the order of the help.
 constexpr KoltaApps::OptionText kOptions[] = {
@@ -101,16 +104,18 @@ bool readNumbers(const ProgramOptions& given, Options& options, QString& message
     {
         const char* name;
         int minimum;
+        int maximum;
         int& target;
         const char* expected;
-    } numbers[] = {{"period", 1, options.period, "a number of milliseconds, at least 1"},
-                   {"number", 1, options.number, "a number from 1"},
-                   {"tuners", 0, options.tuners, "a number from 0"}};
+    } numbers[] = {{"period", 1, std::numeric_limits<int>::max(), options.period,
+                    "a number of milliseconds, at least 1"},
+                   {"number", 1, std::numeric_limits<int>::max(), options.number, "a number from 1"},
+                   {"tuners", 0, kMostTuners, options.tuners, "a number from 0 to 100000"}};
     for (const auto& number : numbers) {
         if (!given.has(number.name))
             continue;
         number.target = given.value(number.name).toInt(&isRight);
-        if (isRight && number.target >= number.minimum)
+        if (isRight && number.target >= number.minimum && number.target <= number.maximum)
             continue;
         message = QStringLiteral("--%1: expected %2")
                       .arg(QLatin1String(number.name), QLatin1String(number.expected));
