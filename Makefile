@@ -85,14 +85,10 @@ lint: packages-build+lint build/dev/build.ninja ## check layout, common mistakes
 	@$(call build,dev)
 	@tools/run-clang-tidy build/dev $(or $(JOBS),2)
 
-nightly: ## lint, sanitizers, static package, a minute per fuzz target, site, benchmarks
-	@$(MAKE) --no-print-directory lint
-	@$(MAKE) --no-print-directory test-asan
-	@$(MAKE) --no-print-directory test-tsan
-	@$(MAKE) --no-print-directory test-static
-	@$(MAKE) --no-print-directory fuzz SECONDS=60
-	@$(MAKE) --no-print-directory doc
-	@$(MAKE) --no-print-directory bench
+nightly: ## lint, sanitizers, static package, fuzz targets, site, benchmarks, chaos, packages; goes on after a failure
+	@failed=; for target in lint test-asan test-tsan test-static 'fuzz SECONDS=60' doc bench 'chaos RUNS=50' deb test-deb; do \
+	    echo "== make $$target"; $(MAKE) --no-print-directory $$target || failed="$$failed, make $$target"; \
+	done; [ -z "$$failed" ] || { echo "nightly: failed$${failed#,}" >&2; exit 1; }
 
 format: packages-format ## lay out all sources
 	@$(sources) | xargs -d '\n' clang-format -i
