@@ -463,8 +463,9 @@ void ProfilesView::remove(const QString& name)
               [this, server = m_server, name] { erase(server, name); });
 }
 
-/// While somebody was asked, link, right, server or profile may have gone.
-void ProfilesView::erase(const QString& server, const QString& name)
+/// While somebody was asked, link, right, server or profile may have gone; the row that gave the name goes
+/// here.
+void ProfilesView::erase(const QString& server, QString name)
 {
     auto* const profiles = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
     const ActionTable::Entry& removal = *m_actions.find(QStringLiteral("short-remove"));
@@ -480,7 +481,7 @@ void ProfilesView::erase(const QString& server, const QString& name)
     profiles->EraseAt(name);
     new WishWatch(
         m_session, server, profiles->GetPath(),
-        [this, name, server](const QString& reason) {
+        [this, name = std::move(name), server](const QString& reason) {
             const auto* const left = shortTimeMap<ShortTimeProfileItemMap>(m_session, server);
             if (!reason.isEmpty() && left && left->Contains(name))
                 m_session.tell(tr("profile %1 of %2 is not removed: %3").arg(name, server, reason),

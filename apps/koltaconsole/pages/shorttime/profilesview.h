@@ -68,7 +68,7 @@ private:
     void save();
     void takeEnd(const QString& problem);
     void remove(const QString& name);
-    void erase(const QString& server, const QString& name);
+    void erase(const QString& server, QString name);
     void tellLine(const QString& line);
     int useCount(const QString& profile) const;
     QString useOf(const QString& profile) const;
