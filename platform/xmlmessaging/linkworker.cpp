@@ -423,11 +423,13 @@ void LinkWorker::drop() noexcept
     m_tickTimer = 0;
     if (m_socket)
         m_socket->abort();
-    m_protected = nullptr;
     m_socket.reset();
     m_reader.reset();
     m_readBuffer.reset();
     m_log.reset();
+    if (m_protected)
+        leaveTls();
+    m_protected = nullptr;
 }
 
 } // namespace XmlCommunication

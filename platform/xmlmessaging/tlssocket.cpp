@@ -1,11 +1,25 @@
 #include "tlssocket.h"
 
+#include <QLibrary>
 #include <QSslCertificate>
 #include <QSslError>
 #include <QSslSocket>
 #include <QStringList>
 
 namespace XmlCommunication {
+
+namespace {
+
+/// Of the library that Qt has loaded by itself; this one is not linked to it, so that plain links do without.
+QFunctionPointer openSslThreadStop()
+{
+    const long major = QSslSocket::sslLibraryVersionNumber() >> 28;
+    return QLibrary::resolve(QStringLiteral("crypto"),
+                             major == 1 ? QStringLiteral("1.1") : QString::number(major),
+                             "OPENSSL_thread_stop");
+}
+
+} // namespace
 
 qint64 unsentBytes(const QAbstractSocket& socket)
 {
@@ -39,6 +53,13 @@ QString certifiedName(const QAbstractSocket& socket)
     return protectedSocket
                ? protectedSocket->peerCertificate().subjectInfo(QSslCertificate::CommonName).value(0)
                : QString();
+}
+
+void leaveTls()
+{
+    static const QFunctionPointer stop = openSslThreadStop();
+    if (stop)
+        stop();
 }
 
 } // namespace XmlCommunication

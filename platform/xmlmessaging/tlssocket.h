@@ -13,5 +13,9 @@ qint64 unsentBytes(const QAbstractSocket& socket);
 QString tlsFailure(const QSslSocket& socket);
 /// Whom the peer's certificate names; empty when it showed none.
 QString certifiedName(const QAbstractSocket& socket);
+/// Gives back what TLS keeps for the calling thread, whose last protected socket has gone. OpenSSL does that
+/// by itself when a thread has gone; but QThread::wait() returns a moment before, and at the end of a process
+/// OpenSSL's own tables may go in that moment.
+void leaveTls();
 
 } // namespace XmlCommunication
