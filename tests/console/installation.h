@@ -38,6 +38,7 @@ public:
     }
     ~Installation()
     {
+        letBrokerReturn();
         m_process.terminate();
         m_process.waitForFinished(20000);
     }
@@ -51,10 +52,18 @@ public:
     }
     /// Asks the process of that server to end: it leaves by itself.
     bool sendAway(const QString& server) { return ::kill(told(server).toInt(), SIGTERM) == 0; }
-    bool killBroker() { return ::kill(m_broker, SIGKILL) == 0; }
+    /// It stays away until it is let return: `kolta up`, which would start another one, is held meanwhile.
+    bool killBroker() { return signalUp(SIGSTOP) && ::kill(m_broker, SIGKILL) == 0; }
+    bool letBrokerReturn() { return signalUp(SIGCONT); }
 
 private:
     static constexpr int kPatienceMs = 60000;
+
+    bool signalUp(int number)
+    {
+        const qint64 pid = m_process.processId();
+        return pid > 0 && ::kill(static_cast<pid_t>(pid), number) == 0;
+    }
 
     /// What stands behind that word at the beginning of a line; empty when it ends without, or never says so.
     QString told(const QString& word)

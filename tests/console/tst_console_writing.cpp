@@ -2,6 +2,7 @@
 #include "installation.h"
 
 #include <koltaconsole/pages/order/orderpage.h>
+#include <koltaconsole/pages/productions/productionspage.h>
 #include <koltaconsole/pages/shorttime/assignmentsview.h>
 #include <koltaconsole/pages/shorttime/profileeditor.h>
 #include <koltaconsole/pages/shorttime/shorttimemaps.h>
@@ -12,6 +13,7 @@
 #include <koltacommon/productionjob.h>
 #include <koltacommon/viewroles.h>
 
+#include <QMimeData>
 #include <QTabWidget>
 #include <QTableView>
 
@@ -30,7 +32,7 @@ private:
     static void feed(Stage& stage);
 };
 
-/// Starts an MCP with an FFP in it, which can be assigned.
+/// Starts an MCP with an FFP in it, which can be assigned, and another MCP, to which it can be moved.
 void TestWriting::feed(Stage& stage)
 {
     auto& server = *stage.session->server(QStringLiteral("S1"));
@@ -44,16 +46,20 @@ void TestWriting::feed(Stage& stage)
     order.bandwidth = 800e3;
     start(order);
     QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(), 1, 20000);
+    const QPersistentModelIndex mcp = running.index(0, 0);
+    start(order);
+    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(), 2, 20000);
     order = Kolta::ProductionOrder();
     order.kind = Kolta::ProductionOrder::Kind::Ffp;
-    order.mcp = QUuid(running.index(0, 0).data(Roles::GuidRole).toString());
+    order.mcp = QUuid(mcp.data(Roles::GuidRole).toString());
     order.frequency = 5e6;
     start(order);
-    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(running.index(0, 0)), 1, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(mcp), 1, 20000);
 }
 
-/// The broker dies while an order is written, while marks of the matrix wait and while a profile is edited.
-/// All of it stands as it was, none of it is sent by itself, and each is done with once the broker is back.
+/// The broker dies while an order is written, while marks of the matrix wait, while a profile is edited and
+/// while an FFP is dragged. All of it stands as it was, none of it is sent by itself, and each is done with
+/// once the broker is back.
 void TestWriting::whatIsTypedStays()
 {
     if (!isInstallationPossible())
@@ -99,18 +105,36 @@ void TestWriting::whatIsTypedStays()
                editor->line(ProfileField::Bandwidth)->text() == QLatin1String("16-25 kHz");
     };
     QVERIFY(stands());
+    const Kolta::ProcessorModel& running = session->processors();
+    const int holder = running.rowCount(running.index(0, 0)) == 1 ? 0 : 1;
+    const QPersistentModelIndex from = running.index(holder, 0), to = running.index(1 - holder, 0);
+    const QString ffp = running.index(0, 0, from).data(Roles::KeyRole).toString();
+    auto& productions = *static_cast<ProductionsPage*>(stage.window->showPage(QStringLiteral("productions")));
+    auto& model = const_cast<ProductionsModel&>(productions.model());
+    const std::unique_ptr<QMimeData> dragged(model.mimeData({model.indexOf(ffp)}));
+    const auto target = [&] { return model.indexOf(to.data(Roles::KeyRole).toString()); };
+    const auto takes = [&] { return model.canDropMimeData(dragged.get(), Qt::MoveAction, -1, -1, target()); };
+    stage.window->showPage(QStringLiteral("productions"));
+    QVERIFY(takes());
+    model.setDragged(ffp);
     QVERIFY(installation.killBroker());
     QTRY_VERIFY_WITH_TIMEOUT(session->isOutOfSight(), 30000);
     QVERIFY(stands());
+    QTRY_VERIFY(!takes());
+    Q_EMIT model.si_MoveWanted(ffp, to.data(Roles::KeyRole).toString()); // as dropped just before
+    QVERIFY(!stage.window->findChild<Kolta::Operation*>());
+    model.setDragged(QString());
     for (const char* const id : {"short-send", "short-save", "order-start"})
         QVERIFY2(!stage.run(id), id);
     QVERIFY(stands());
+    QVERIFY(installation.letBrokerReturn());
     QTRY_VERIFY_WITH_TIMEOUT(session->link().isUp && !session->factsOf(QStringLiteral("S1")).isStale(),
                              60000);
     QTRY_VERIFY_WITH_TIMEOUT(profiles() && assignments() && matrix.rowCount() == 1, 60000);
     QVERIFY(stands());
     QVERIFY(!profiles()->Contains(QStringLiteral("half written")));
     QCOMPARE(assignments()->Size(), std::size_t(0));
+    QCOMPARE(running.rowCount(from), 1);
 
     stage.window->showPage(QStringLiteral("short-time"));
     QVERIFY(stage.run("short-send"));
@@ -125,7 +149,11 @@ void TestWriting::whatIsTypedStays()
     QTest::keyClicks(&bandwidth, QStringLiteral("8 MHz"));
     QTRY_COMPARE_WITH_TIMEOUT(stage.why("order-start"), QString(), 20000);
     QVERIFY(stage.run("order-start"));
-    QTRY_COMPARE_WITH_TIMEOUT(session->processors().rowCount(), 2, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(), 3, 20000);
+    stage.window->showPage(QStringLiteral("productions"));
+    QTRY_VERIFY_WITH_TIMEOUT(takes(), 20000);
+    QVERIFY(model.dropMimeData(dragged.get(), Qt::MoveAction, -1, -1, target()));
+    QTRY_COMPARE_WITH_TIMEOUT(running.rowCount(to), 1, 20000);
 }
 
 KOLTA_CONSOLE_TEST(TestWriting);
