@@ -15,9 +15,4 @@ NamedTree namedTree(const std::optional<QString>& option)
             QStringLiteral("Distribution/Url")};
 }
 
-QString usualTreeUrl()
-{
-    return namedTree(std::nullopt).url;
-}
-
 } // namespace KoltaApps

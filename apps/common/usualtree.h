@@ -16,7 +16,5 @@ struct NamedTree
 /// The tree that a program looks at: that of its option `--tree` where it is given, else that of the
 /// environment's KOLTA_TREE, else that of the configuration.
 NamedTree namedTree(const std::optional<QString>& option);
-/// The URL of the one that it looks at when its user names none.
-QString usualTreeUrl();
 
 } // namespace KoltaApps

@@ -141,12 +141,10 @@ int run(Application& application, Options& options)
     const bool isGerman = QLocale().language() == QLocale::German;
     installTexts(isGerman ? QStringLiteral("de") : QStringLiteral("en"));
     Theme::instance().apply(options.wantedTheme());
-    if (options.isAsking && !askForInstallation(options))
-        return 0;
     QString error;
-    const auto session = Session::start(options, error);
+    const auto session = startSession(options, error);
     if (!session)
-        return tell(error, kUsage);
+        return options.isAsking ? 0 : tell(error, kUsage);
     application.setFaultTaker([&session](const QString& what) {
         session->tell(QApplication::translate("Application", "the console: %1").arg(what),
                       Kolta::Event::Weight::Attention);

@@ -1,5 +1,6 @@
 #include "consoletest.h"
 
+#include <koltaconsole/addressdialog.h>
 #include <koltaconsole/pages/events/linksview.h>
 #include <koltaconsole/pages/pages.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
@@ -11,6 +12,7 @@
 
 #include <QMenu>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTreeView>
 
@@ -30,6 +32,7 @@ private Q_SLOTS:
     void goesWhereItIsTold();
     void beginsAtTheEnd();
     void playsUpToTheCut();
+    void asksUntilThereIsOne();
 
 private:
     static Options optionsFor(const QString& file, double speed, const QString& from = QString())
@@ -184,6 +187,42 @@ void TestReplay::playsUpToTheCut()
              qPrintable(error));
     QVERIFY(!Session::start(optionsFor(m_file, 1, QStringLiteral("noon")), error));
     QVERIFY2(error.contains(QLatin1String("expected begin, end")), qPrintable(error));
+}
+
+/// An address that is none asks for another, which is judged while it is typed.
+void TestReplay::asksUntilThereIsOne()
+{
+    Options options;
+    options.isRemembered = false;
+    options.isAsking = true;
+    options.url = QStringLiteral("replay:/none");
+    options.urlSource = QStringLiteral("KOLTA_TREE");
+    QTimer::singleShot(0, this, [this] {
+        auto* const dialog = qobject_cast<AddressDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        const auto close = qScopeGuard([dialog] { dialog->close(); });
+        QVERIFY(tells(*dialog, "KOLTA_TREE: /none: "));
+        QLineEdit& line = field(*dialog, "Address");
+        const auto buttons = dialog->findChildren<QPushButton*>();
+        const auto show = std::find_if(buttons.begin(), buttons.end(),
+                                       [](const QPushButton* button) { return button->isDefault(); });
+        QVERIFY(show != buttons.end());
+        for (const auto& [typed, problem] :
+             {std::pair("nonsense", "expected mqtt"),
+              std::pair("replay:" KOLTA_SOURCE_DIR "/CMakeLists.txt", "it is no recording"),
+              std::pair("", "is missing")}) {
+            line.setText(QLatin1String(typed));
+            QTRY_VERIFY2(tells(*dialog, problem), problem);
+            QVERIFY((*show)->toolTip().contains(QLatin1String(problem)));
+            QTest::keyClick(&line, Qt::Key_Return);
+            QVERIFY(dialog->isVisible());
+        }
+        line.setText(optionsFor(m_file, 0).url);
+        QTest::keyClick(&line, Qt::Key_Return);
+    });
+    QString error;
+    const auto session = startSession(options, error);
+    QVERIFY(session && session->replay());
 }
 
 KOLTA_CONSOLE_TEST(TestReplay);

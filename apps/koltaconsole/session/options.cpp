@@ -16,11 +16,6 @@ const char* const kThemeKey = "theme";
 
 using KoltaApps::ProgramOptions;
 
-QString urlOf(const ProgramOptions& given)
-{
-    return given.has("tree") ? given.value("tree") : KoltaApps::usualTreeUrl();
-}
-
 /// In the order of the help.
 constexpr KoltaApps::OptionText kOptions[] = {
     {"tree", "URL", nullptr,
@@ -34,7 +29,8 @@ constexpr KoltaApps::OptionText kOptions[] = {
     {"activity", "MS", "0",
      "Lets something happen to tuners and results in each of them every so many milliseconds (never)."},
     {"vanish", "SERVER", nullptr, "The simulated server that vanishes before the picture is made."},
-    {"ask", nullptr, nullptr, "Asks in a window which installation to show, where nothing says it."},
+    {"ask", nullptr, nullptr,
+     "Asks in a window which installation to show, where nothing says it or that one cannot be shown."},
     {"read-only", nullptr, nullptr, "Nothing can be changed."},
     {"trace", nullptr, nullptr, "Writes trace lines to standard error, for support."},
     {"theme", "THEME", "system", "light, dark or system (system)."},
@@ -104,7 +100,10 @@ QString problemOf(const ProgramOptions& given, const QStringList& pages, Options
     if (given.has("simulate"))
         return given.has("tree") ? QStringLiteral("--simulate and --tree exclude each other") : QString();
     options.servers = 0;
-    options.url = urlOf(given);
+    const auto tree =
+        KoltaApps::namedTree(given.has("tree") ? std::make_optional(given.value("tree")) : std::nullopt);
+    options.url = tree.url;
+    options.urlSource = tree.source;
     return options.url.isEmpty() && !given.has("ask")
                ? QStringLiteral("which installation? --tree URL shows one, --simulate plays one")
                : QString();
@@ -127,7 +126,7 @@ Options Options::read(const QStringList& arguments, const QStringList& pages, in
         text = problemOf(given, pages, options);
     if (result == Result::Run && !text.isEmpty())
         exitCode = 2;
-    options.isAsking = options.servers == 0 && options.url.isEmpty();
+    options.isAsking = given.has("ask");
     options.isReadOnly = given.has("read-only");
     options.isTracing = given.has("trace");
     options.screenshot = given.value("screenshot");

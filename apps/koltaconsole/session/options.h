@@ -11,11 +11,12 @@ namespace KoltaConsole {
 struct Options
 {
     QString url;           ///< of the tree; empty while servers are simulated
+    QString urlSource;     ///< where it is named, "KOLTA_TREE" for one; empty: somebody was asked
     int servers = 0;       ///< that are simulated; 0: none
     int tuners = 0;        ///< of each of them; 0: those of the sample
     int activityMs = 0;    ///< how often something happens to these; 0: never by itself
     QString vanish;        ///< the simulated server that vanishes once the page has filled
-    bool isAsking = false; ///< in a window, where nothing says which installation
+    bool isAsking = false; ///< in a window, where nothing says which installation, or one that is none
     bool isReadOnly = false;
     bool isTracing = false;
     Theme::Choice theme = Theme::Choice::System;

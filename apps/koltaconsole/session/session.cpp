@@ -138,12 +138,19 @@ bool Session::simulate(const Options& options, QString& error)
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 
+QString Session::problemOfTree(const QString& url)
+{
+    QString problem;
+    return KoltaApps::linkOptions(url, problem) ? QString() : problem;
+}
+
 bool Session::mirror(const Options& options, QString& error)
 {
     QString problem;
     auto link = KoltaApps::linkOptions(options.url, problem);
     if (!link) {
-        error = QStringLiteral("--tree: %1").arg(problem);
+        error =
+            options.urlSource.isEmpty() ? problem : QStringLiteral("%1: %2").arg(options.urlSource, problem);
         return false;
     }
     m_url = link->mqtt.address.ToText();
@@ -216,9 +223,14 @@ QDateTime Session::now() const
     return QDateTime::currentDateTime();
 }
 
-bool Session::mirror(const Options& /*options*/, QString& error)
+QString Session::problemOfTree(const QString& /*url*/)
 {
-    error = QStringLiteral("built without the distribution of value trees (KOLTA_DISTRIBUTION)");
+    return QStringLiteral("built without the distribution of value trees (KOLTA_DISTRIBUTION)");
+}
+
+bool Session::mirror(const Options& options, QString& error)
+{
+    error = problemOfTree(options.url);
     return false;
 }
 

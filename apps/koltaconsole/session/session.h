@@ -53,6 +53,8 @@ class Session : public QObject
 public:
     /// Null, and what is wrong in one line, when there is no such installation to be tried.
     static std::unique_ptr<Session> start(const Options& options, QString& error);
+    /// Why nothing of that URL can be shown, in one line; empty when it can be tried.
+    static QString problemOfTree(const QString& url);
     ~Session() override;
 
     Kolta::ServerModel& servers() const;

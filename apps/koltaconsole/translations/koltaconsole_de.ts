@@ -2,25 +2,6 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
-    <name>AddressDialog</name>
-    <message>
-        <source>Which installation? Servers that publish themselves are found at the address of their broker.</source>
-        <translation>Welche Anlage? Server, die sich veröffentlichen, sind unter der Adresse ihres Brokers zu finden.</translation>
-    </message>
-    <message>
-        <source>Address</source>
-        <translation>Adresse</translation>
-    </message>
-    <message>
-        <source>Show it</source>
-        <translation>Anzeigen</translation>
-    </message>
-    <message>
-        <source>Simulate one</source>
-        <translation>Simulieren</translation>
-    </message>
-</context>
-<context>
     <name>Application</name>
     <message>
         <source>the console: %1</source>
@@ -1602,6 +1583,29 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>It needs the right %1.</source>
         <translation>Dazu braucht es das Recht %1.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::AddressDialog</name>
+    <message>
+        <source>Which installation? Servers that publish themselves are found at the address of their broker.</source>
+        <translation>Welche Anlage? Server, die sich veröffentlichen, sind unter der Adresse ihres Brokers zu finden.</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>Adresse</translation>
+    </message>
+    <message>
+        <source>Show it</source>
+        <translation>Anzeigen</translation>
+    </message>
+    <message>
+        <source>Simulate one</source>
+        <translation>Simulieren</translation>
+    </message>
+    <message>
+        <source>An address is missing.</source>
+        <translation>Es fehlt eine Adresse.</translation>
     </message>
 </context>
 <context>
