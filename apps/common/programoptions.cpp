@@ -2,8 +2,6 @@
 
 #include "manualpage.h"
 
-#include <utility>
-
 namespace KoltaApps {
 
 ProgramOptions::ProgramOptions(ProgramText program, std::vector<OptionText> options, const QStringList& names)
@@ -47,6 +45,16 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
         return Result::Run;
     text = QStringLiteral("found \"%1\", expected options only").arg(words.first());
     return Result::Wrong;
+}
+
+QString ProgramOptions::problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const
+{
+    for (const auto& [name, needed] : pairs) {
+        if (has(name) && !has(needed))
+            return QStringLiteral("--%1: expected --%2 with it")
+                .arg(QLatin1String(name), QLatin1String(needed));
+    }
+    return QString();
 }
 
 QString ProgramOptions::helpOf(const OptionText& option) const

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <initializer_list>
+#include <utility>
 #include <vector>
 
 namespace KoltaApps {
@@ -46,6 +48,9 @@ public:
     bool has(const char* name) const { return m_parser.isSet(QLatin1String(name)); }
     QString value(const char* name) const { return m_parser.value(QLatin1String(name)); }
     QStringList values(const char* name) const { return m_parser.values(QLatin1String(name)); }
+    /// The first of the pairs whose first option is given without the second, which it needs, as a problem
+    /// in one line; empty when there is none.
+    QString problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const;
 
 private:
     QString helpOf(const OptionText& option) const;

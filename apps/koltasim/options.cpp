@@ -59,13 +59,10 @@ QString problemOfCombination(const ProgramOptions& given)
             "--users: expected --tls-clients or --publish with it, or nobody is known by name");
     if (given.has("publish") && given.value("publish").isEmpty())
         return QStringLiteral("--publish: expected a URL");
-    const char* const pairs[][2] = {
-        {"tls-clients", "tls"}, {"branch", "publish"}, {"take-over", "publish"}, {"tuners", "number"}};
-    for (const auto& pair : pairs) {
-        if (given.has(pair[0]) && !given.has(pair[1]))
-            return QStringLiteral("--%1: expected --%2 with it")
-                .arg(QLatin1String(pair[0]), QLatin1String(pair[1]));
-    }
+    const QString problem = given.problemOfPairs(
+        {{"tls-clients", "tls"}, {"branch", "publish"}, {"take-over", "publish"}, {"tuners", "number"}});
+    if (!problem.isEmpty())
+        return problem;
     if (given.has("branch") && given.value("branch").isEmpty())
         return QStringLiteral("--branch: expected a name");
     return {};

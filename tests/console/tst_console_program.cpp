@@ -16,8 +16,15 @@ private Q_SLOTS:
         row("nothing to show", "", "offscreen", "which installation?");
         row("unknown page", "--simulate --page x", "offscreen", "--page: expected one of overview");
         row("no page", "--simulate --page=", "offscreen", "--page: expected one of overview");
-        row("no such server", "--simulate --vanish S9", "offscreen", "from S1 to S5, found \"S9\"");
+        row("no such server", "--simulate --screenshot x.png --vanish S9", "offscreen",
+            "from S1 to S5, found \"S9\"");
         row("nobody to vanish", "--tree mqtt://h --vanish S1", "offscreen", "--simulate");
+        row("nobody sees it vanish", "--simulate --vanish S1", "offscreen", "expected --screenshot with it");
+        row("sizes of what is not simulated", "--tree mqtt://h --tuners 9", "offscreen",
+            "--tuners: expected --simulate");
+        row("no file", "--simulate --screenshot=", "offscreen", "png");
+        row("no such picture", "--simulate --screenshot x.pgn", "offscreen", "found \"x.pgn\"");
+        row("nobody to be asked", "--ask --screenshot x.png", "offscreen", "exclude each other");
         row("unknown option", "--simulate --pages", "offscreen", "pages");
         row("two installations", "--simulate --tree mqtt://h", "offscreen", "exclude each other");
         row("a URL that is none", "--tree nonsense", "offscreen", "expected mqtt");

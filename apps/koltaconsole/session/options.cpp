@@ -4,6 +4,8 @@
 #include <common/usualtree.h>
 #include <simulation/installation.h>
 
+#include <QFileInfo>
+#include <QImageWriter>
 #include <QSettings>
 
 #include <iterator>
@@ -52,53 +54,80 @@ bool isSimulated(const QString& server, int servers)
     return false;
 }
 
-QString problemOfVanishing(const ProgramOptions& given, const Options& options)
+/// What is wrong with options that stand or fall together.
+QString problemOfCombination(const ProgramOptions& given)
 {
-    if (!given.has("vanish"))
-        return QString();
-    if (!given.has("simulate"))
-        return QStringLiteral("--vanish is for servers that --simulate plays");
-    return isSimulated(options.vanish, options.servers)
-               ? QString()
-               : QStringLiteral("--vanish: expected a server from S1 to S%1, found \"%2\"")
-                     .arg(options.servers)
-                     .arg(options.vanish);
+    if (given.has("simulate") && given.has("tree"))
+        return QStringLiteral("--simulate and --tree exclude each other");
+    if (given.has("ask") && given.has("screenshot"))
+        return QStringLiteral("--ask and --screenshot exclude each other");
+    return given.problemOfPairs({{"servers", "simulate"},
+                                 {"tuners", "simulate"},
+                                 {"activity", "simulate"},
+                                 {"vanish", "simulate"},
+                                 {"vanish", "screenshot"}});
+}
+
+QString problemOfNumbers(const ProgramOptions& given, Options& options)
+{
+    const struct
+    {
+        const char* name;
+        int minimum;
+        int maximum;
+        int& target;
+    } numbers[] = {{"servers", 1, 1000, options.servers},
+                   {"tuners", 0, 100000, options.tuners},
+                   {"activity", 0, 3600000, options.activityMs}};
+    for (const auto& number : numbers) {
+        bool isNumber = false;
+        number.target = given.value(number.name).toInt(&isNumber);
+        if (!isNumber || number.target < number.minimum || number.target > number.maximum)
+            return QStringLiteral("--%1: expected a number from %2 to %3, found \"%4\"")
+                .arg(QLatin1String(number.name))
+                .arg(number.minimum)
+                .arg(number.maximum)
+                .arg(given.value(number.name));
+    }
+    return QString();
+}
+
+/// Of what the picture shows, and how it is written.
+QString problemOfPicture(const ProgramOptions& given, const Options& options)
+{
+    if (given.has("vanish") && !isSimulated(options.vanish, options.servers))
+        return QStringLiteral("--vanish: expected a server from S1 to S%1, found \"%2\"")
+            .arg(options.servers)
+            .arg(options.vanish);
+    const QByteArray suffix = QFileInfo(options.screenshot).suffix().toLower().toLatin1();
+    const QList<QByteArray> formats = QImageWriter::supportedImageFormats();
+    return given.has("screenshot") && !formats.contains(suffix)
+               ? QStringLiteral("--screenshot: expected a file that ends in one of %1, found \"%2\"")
+                     .arg(QString::fromLatin1(formats.join(", ")), options.screenshot)
+               : QString();
 }
 
 /// What is wrong, in one line.
 QString problemOf(const ProgramOptions& given, const QStringList& pages, Options& options)
 {
-    const auto number = [&](const char* name, int minimum, int maximum, int& value) {
-        bool isNumber = false;
-        value = given.value(name).toInt(&isNumber);
-        return isNumber && value >= minimum && value <= maximum
-                   ? QString()
-                   : QStringLiteral("--%1: expected a number from %2 to %3, found \"%4\"")
-                         .arg(QLatin1String(name))
-                         .arg(minimum)
-                         .arg(maximum)
-                         .arg(given.value(name));
-    };
-    for (const QString& problem :
-         {number("servers", 1, 1000, options.servers), number("tuners", 0, 100000, options.tuners),
-          number("activity", 0, 3600000, options.activityMs)}) {
-        if (!problem.isEmpty())
-            return problem;
-    }
+    options.page = given.value("page");
+    options.vanish = given.value("vanish");
+    options.screenshot = given.value("screenshot");
     const int theme =
         QStringList{QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("system")}.indexOf(
             given.value("theme"));
     if (theme < 0)
         return QStringLiteral("--theme: expected light, dark or system");
     options.theme = static_cast<Theme::Choice>(theme);
-    options.page = given.value("page");
     if (given.has("page") && !pages.contains(options.page))
         return QStringLiteral("--page: expected one of %1").arg(pages.join(QStringLiteral(", ")));
-    options.vanish = given.value("vanish");
-    if (const QString problem = problemOfVanishing(given, options); !problem.isEmpty())
-        return problem;
+    for (const QString& problem :
+         {problemOfCombination(given), problemOfNumbers(given, options), problemOfPicture(given, options)}) {
+        if (!problem.isEmpty())
+            return problem;
+    }
     if (given.has("simulate"))
-        return given.has("tree") ? QStringLiteral("--simulate and --tree exclude each other") : QString();
+        return QString();
     options.servers = 0;
     const auto tree =
         KoltaApps::namedTree(given.has("tree") ? std::make_optional(given.value("tree")) : std::nullopt);
@@ -129,7 +158,6 @@ Options Options::read(const QStringList& arguments, const QStringList& pages, in
     options.isAsking = given.has("ask");
     options.isReadOnly = given.has("read-only");
     options.isTracing = given.has("trace");
-    options.screenshot = given.value("screenshot");
     options.isRemembered = options.screenshot.isEmpty();
     return options;
 }
