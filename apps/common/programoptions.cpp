@@ -4,8 +4,9 @@
 
 namespace KoltaApps {
 
-ProgramOptions::ProgramOptions(ProgramText program, std::vector<OptionText> options, const QStringList& names)
-    : m_program(std::move(program)), m_options(std::move(options)), m_names(names.join(QStringLiteral(", ")))
+ProgramOptions::ProgramOptions(ProgramText program, std::vector<OptionText> options,
+                               QHash<QString, QStringList> choices)
+    : m_program(std::move(program)), m_options(std::move(options)), m_choices(std::move(choices))
 {
     m_parser.setApplicationDescription(QString::fromUtf8(m_program.description));
     for (const OptionText& text : m_options) {
@@ -24,8 +25,11 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
     m_parser.addOption(help);
     const QCommandLineOption version = m_parser.addVersionOption();
     QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
-    manual.setFlags(QCommandLineOption::HiddenFromHelp);
-    m_parser.addOption(manual);
+    QCommandLineOption choices(QStringLiteral("choices"), QString(), QStringLiteral("OPTION"));
+    for (QCommandLineOption* const hidden : {&manual, &choices}) {
+        hidden->setFlags(QCommandLineOption::HiddenFromHelp);
+        m_parser.addOption(*hidden);
+    }
 
     if (!m_parser.parse(arguments)) {
         text = m_parser.errorText();
@@ -34,6 +38,11 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
     text.clear();
     if (m_parser.isSet(manual))
         return writeManual(m_parser.value(manual), text) ? Result::Show : Result::Failed;
+    if (m_parser.isSet(choices)) {
+        for (const QString& word : m_choices.value(m_parser.value(choices)))
+            text += word + QLatin1Char('\n');
+        return Result::Show;
+    }
     if (m_parser.isSet(help))
         text = m_parser.helpText();
     else if (m_parser.isSet(version))
@@ -45,6 +54,16 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
         return Result::Run;
     text = QStringLiteral("found \"%1\", expected options only").arg(words.first());
     return Result::Wrong;
+}
+
+int ProgramOptions::choice(const char* name, QString& problem) const
+{
+    const QStringList words = m_choices.value(QLatin1String(name));
+    const int place = words.indexOf(value(name));
+    if (place < 0)
+        problem = QStringLiteral("--%1: expected one of %2, found \"%3\"")
+                      .arg(QLatin1String(name), words.join(QStringLiteral(", ")), value(name));
+    return place;
 }
 
 QString ProgramOptions::problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const
@@ -60,7 +79,8 @@ QString ProgramOptions::problemOfPairs(std::initializer_list<std::pair<const cha
 QString ProgramOptions::helpOf(const OptionText& option) const
 {
     const QString help = QString::fromUtf8(option.help);
-    return help.contains(QLatin1String("%1")) ? help.arg(m_names) : help;
+    const QStringList words = m_choices.value(QLatin1String(option.name));
+    return words.isEmpty() ? help : help.arg(words.join(QStringLiteral(", ")));
 }
 
 bool ProgramOptions::writeManual(const QString& folder, QString& error) const

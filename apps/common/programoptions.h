@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCommandLineParser>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -16,7 +17,7 @@ struct OptionText
     const char* name;
     const char* value;  ///< null: it is a switch
     const char* preset; ///< null: none
-    const char* help;   ///< "%1" in it: the names that may be given
+    const char* help;   ///< "%1" in it: the words that may be given
 };
 
 /// What a program says of itself. All texts are UTF-8.
@@ -28,13 +29,13 @@ struct ProgramText
     QStringList seeAlso;     ///< other programs' manual pages
 };
 
-/// The command line of a program that has options and no commands: parsed, with --help, --version and
-/// a hidden --manual FOLDER, from one table.
+/// The command line of a program that has options and no commands: parsed, with --help, --version and, both
+/// hidden, --manual FOLDER and --choices OPTION for completion, from one table.
 class ProgramOptions
 {
 public:
-    /// `names` are those that a help text asks for.
-    ProgramOptions(ProgramText program, std::vector<OptionText> options, const QStringList& names);
+    /// `choices` are the words that an option takes, or begins with, by its name.
+    ProgramOptions(ProgramText program, std::vector<OptionText> options, QHash<QString, QStringList> choices);
 
     enum class Result {
         Run,   ///< the values can be asked for
@@ -48,6 +49,8 @@ public:
     bool has(const char* name) const { return m_parser.isSet(QLatin1String(name)); }
     QString value(const char* name) const { return m_parser.value(QLatin1String(name)); }
     QStringList values(const char* name) const { return m_parser.values(QLatin1String(name)); }
+    /// Which of its choices an option has, from 0; -1 for another word, which `problem` tells of in one line.
+    int choice(const char* name, QString& problem) const;
     /// The first of the pairs whose first option is given without the second, which it needs, as a problem
     /// in one line; empty when there is none.
     QString problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const;
@@ -58,7 +61,7 @@ private:
 
     const ProgramText m_program;
     const std::vector<OptionText> m_options;
-    const QString m_names;
+    const QHash<QString, QStringList> m_choices;
     QCommandLineParser m_parser;
 };
 

@@ -148,7 +148,8 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
                           "simulate a server of a monitoring installation",
                           kDescription,
                           {QStringLiteral("kolta")}},
-                         {std::begin(kOptions), std::end(kOptions)}, KoltaSimulation::misbehaviourNames());
+                         {std::begin(kOptions), std::end(kOptions)},
+                         {{QStringLiteral("misbehave"), KoltaSimulation::misbehaviourNames()}});
     switch (given.read(arguments, message)) {
     case ProgramOptions::Result::Show:
         return ParseResult::Show;

@@ -189,6 +189,22 @@ private Q_SLOTS:
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kolta status --server S2"));
         enter("s2 operational");
         QCOMPARE(stage.window->currentPage()->commandLine(), QStringLiteral("kolta status --server S2"));
+        // The history: back, forth, and to what was being typed.
+        QVERIFY(stage.run("palette"));
+        QTest::keyClick(line, Qt::Key_Return); // nothing, which is not kept
+        QTest::keyClicks(line, QStringLiteral("s"));
+        const auto key = [line](Qt::Key arrow) {
+            QTest::keyClick(line, arrow);
+            return line->text();
+        };
+        QCOMPARE(key(Qt::Key_Up), QStringLiteral("s2 operational"));
+        QCOMPARE(key(Qt::Key_Up), QStringLiteral("kolta status --server S2"));
+        QCOMPARE(key(Qt::Key_Up), QStringLiteral("kolta stop"));
+        QCOMPARE(key(Qt::Key_Up), QStringLiteral("kolta stop"));
+        QCOMPARE(key(Qt::Key_Down), QStringLiteral("kolta status --server S2"));
+        QCOMPARE(key(Qt::Key_Down), QStringLiteral("s2 operational"));
+        QCOMPARE(key(Qt::Key_Down), QStringLiteral("s"));
+        QCOMPARE(key(Qt::Key_Down), QStringLiteral("s")); // goes on in the list
         stage.window->showPage(QStringLiteral("order"));
         QVERIFY(!actions.action(QStringLiteral("copy-line"))->isEnabled()); // nothing is ordered
         QVERIFY(!stage.run("copy-line"));

@@ -59,6 +59,18 @@ private Q_SLOTS:
                  qPrintable(said));
     }
 
+    /// Completion asks for them, at a terminal without a display too.
+    void tellsChoices()
+    {
+        for (const auto& [option, expected] :
+             {std::pair("--choices=theme", "light\ndark\nsystem\n"), std::pair("--choices=tree", "")}) {
+            QProcess program;
+            program.start(QStringLiteral(KOLTACONSOLE_PROGRAM), {QLatin1String(option)});
+            QVERIFY(program.waitForFinished());
+            QCOMPARE(program.readAllStandardOutput(), QByteArray(expected));
+        }
+    }
+
     /// A picture needs no display; one that cannot be written is an error.
     void photographs()
     {

@@ -15,6 +15,8 @@ namespace KoltaConsole {
 namespace {
 
 const char* const kThemeKey = "theme";
+/// In the order of Theme::Choice.
+const QStringList kThemes{QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("system")};
 
 using KoltaApps::ProgramOptions;
 
@@ -35,7 +37,7 @@ constexpr KoltaApps::OptionText kOptions[] = {
      "Asks in a window which installation to show, where nothing says it or that one cannot be shown."},
     {"read-only", nullptr, nullptr, "Nothing can be changed."},
     {"trace", nullptr, nullptr, "Writes trace lines to standard error, for support."},
-    {"theme", "THEME", "system", "light, dark or system (system)."},
+    {"theme", "THEME", "system", "One of %1 (system)."},
     {"page", "NAME", nullptr, "The page that is shown first: %1."},
     {"screenshot", "FILE", nullptr, "Writes a picture of the page once it has filled, and ends."}};
 
@@ -108,19 +110,17 @@ QString problemOfPicture(const ProgramOptions& given, const Options& options)
 }
 
 /// What is wrong, in one line.
-QString problemOf(const ProgramOptions& given, const QStringList& pages, Options& options)
+QString problemOf(const ProgramOptions& given, Options& options)
 {
     options.page = given.value("page");
     options.vanish = given.value("vanish");
     options.screenshot = given.value("screenshot");
-    const int theme =
-        QStringList{QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("system")}.indexOf(
-            given.value("theme"));
-    if (theme < 0)
-        return QStringLiteral("--theme: expected light, dark or system");
-    options.theme = static_cast<Theme::Choice>(theme);
-    if (given.has("page") && !pages.contains(options.page))
-        return QStringLiteral("--page: expected one of %1").arg(pages.join(QStringLiteral(", ")));
+    QString unknown;
+    options.theme = static_cast<Theme::Choice>(given.choice("theme", unknown));
+    if (given.has("page"))
+        given.choice("page", unknown);
+    if (!unknown.isEmpty())
+        return unknown;
     for (const QString& problem :
          {problemOfCombination(given), problemOfNumbers(given, options), problemOfPicture(given, options)}) {
         if (!problem.isEmpty())
@@ -147,12 +147,13 @@ Options Options::read(const QStringList& arguments, const QStringList& pages, in
                           "watch and steer a monitoring installation",
                           kDescription,
                           {QStringLiteral("kolta"), QStringLiteral("koltasim")}},
-                         {std::begin(kOptions), std::end(kOptions)}, pages);
+                         {std::begin(kOptions), std::end(kOptions)},
+                         {{QStringLiteral("page"), pages}, {QStringLiteral("theme"), kThemes}});
     Options options;
     const Result result = given.read(QStringList{QStringLiteral("koltaconsole")} + arguments, text);
     exitCode = result == Result::Show ? 0 : result == Result::Failed ? 1 : result == Result::Wrong ? 2 : -1;
     if (result == Result::Run)
-        text = problemOf(given, pages, options);
+        text = problemOf(given, options);
     if (result == Result::Run && !text.isEmpty())
         exitCode = 2;
     options.isAsking = given.has("ask");

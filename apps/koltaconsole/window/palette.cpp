@@ -51,6 +51,7 @@ Palette::Palette(Session& session, ActionTable& actions, QWidget* parent)
     layout->addWidget(m_list, 1);
     layout->addWidget(m_told);
     connect(m_line, &QLineEdit::textChanged, this, &Palette::fill);
+    connect(m_line, &QLineEdit::textEdited, this, [this] { m_historyPlace = m_history.size(); });
     connect(m_list, &QListWidget::currentRowChanged, this, &Palette::tell);
     connect(m_list, &QListWidget::itemClicked, this, &Palette::take);
     hide();
@@ -234,11 +235,32 @@ void Palette::tell()
     m_told->setText(effectOfLine());
 }
 
+/// As the newest of the history, which has no empty lines and none twice in a row.
+void Palette::keepTyped()
+{
+    if (!typed().trimmed().isEmpty() && m_history.value(m_history.size() - 1) != m_line->text())
+        m_history.append(m_line->text());
+    m_historyPlace = m_history.size();
+}
+
+/// Shows the line of the history that many further on, or what stood there before; false when there is none.
+bool Palette::recall(int step)
+{
+    const int place = m_historyPlace + step;
+    if (place < 0 || place > m_history.size())
+        return false;
+    if (m_historyPlace == m_history.size())
+        m_typed = m_line->text();
+    m_historyPlace = place;
+    m_line->setText(m_history.value(place, m_typed));
+    return true;
+}
+
 void Palette::take()
 {
     const QListWidgetItem* const item = m_list->currentItem();
     const QString id = item ? item->data(kActionRole).toString() : QString();
-    m_history.append(m_line->text());
+    keepTyped();
     if (!id.isEmpty()) {
         if (!m_actions.enabledBecause(id).isEmpty())
             return tell();
@@ -287,13 +309,14 @@ bool Palette::eventFilter(QObject* watched, QEvent* event)
         parentWidget()->setFocus();
         return true;
     case Qt::Key_Down:
-        m_list->setCurrentRow(qMin(row + 1, m_list->count() - 1));
+        if (row > 0 || !recall(1))
+            m_list->setCurrentRow(qMin(row + 1, m_list->count() - 1));
         return true;
     case Qt::Key_Up:
         if (row > 0)
             m_list->setCurrentRow(row - 1);
-        else if (m_historyPlace > 0)
-            m_line->setText(m_history.at(--m_historyPlace));
+        else
+            recall(-1);
         return true;
     case Qt::Key_Tab:
         if (const auto* const item = m_list->currentItem(); item && !item->data(kLineRole).isNull())

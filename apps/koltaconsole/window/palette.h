@@ -53,6 +53,8 @@ private:
     void takeLine();
     void addCompletions(const QString& line);
     void take();
+    void keepTyped();
+    bool recall(int step);
     void tell();
 
     Session& m_session;
@@ -61,8 +63,9 @@ private:
     QLineEdit* m_line;
     QListWidget* m_list;
     QLabel* m_told;
-    QStringList m_history; ///< newest last
-    int m_historyPlace = 0;
+    QStringList m_history;  ///< newest last
+    int m_historyPlace = 0; ///< of the line that is shown; behind the last: none of them
+    QString m_typed;        ///< what stood there before one was shown
     bool m_isForPage = false;
 };
 
