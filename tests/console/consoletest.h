@@ -23,6 +23,7 @@ template<class Test>
 int runConsoleTest(int argc, char** argv)
 {
     KoltaConsole::Application application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("kolta")); // or nothing can be kept
     QApplication::setApplicationName(QString::fromLocal8Bit(argv[1]));
     Startup::ErrorHandler::Instance().setLoggingEnabled(false);
     KoltaConsole::Theme::instance().apply(KoltaConsole::Theme::Choice::Light);

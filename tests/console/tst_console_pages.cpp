@@ -4,10 +4,12 @@
 #include <koltaconsole/pages/overview/servercards.h>
 #include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
+#include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/serverfactslist.h>
 #include <koltaconsole/window/attentionlist.h>
 #include <koltaconsole/window/installationtree.h>
 
+#include <koltacommon/journal.h>
 #include <koltacommon/servermodel.h>
 #include <koltacommon/tunermodel.h>
 #include <koltacommon/viewroles.h>
@@ -20,6 +22,7 @@
 #include <QSettings>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QToolButton>
 #include <QTreeView>
 
@@ -230,6 +233,37 @@ private Q_SLOTS:
         const RowIndex& rows = static_cast<TunersPage*>(stage.window->currentPage())->rows();
         QCOMPARE(rows.sortColumn(), int(Kolta::TunerModel::eRangeColumn));
         QCOMPARE(rows.sortOrder(), Qt::DescendingOrder);
+    }
+
+    /// What does not get to the disk is told of once, at the start or when that begins.
+    void settingsThatAreNotKept()
+    {
+        const QTemporaryDir folder;
+        QTemporaryFile noFolder; // nobody can make anything below it
+        QVERIFY(noFolder.open());
+        const auto keepBelow = [](const QString& path) {
+            QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, path);
+        };
+        for (const QString& first : {folder.path(), noFolder.fileName()}) {
+            keepBelow(first);
+            const Stage stage(Stage::optionsFor(1), true);
+            const auto isTold = [&] { return tells(*stage.window, qPrintable(noFolder.fileName())); };
+            QCOMPARE(isTold(), first != folder.path());
+            keepBelow(noFolder.fileName());
+            for (int times = 0; times < 2; ++times)
+                stage.session->draft().save();
+            QVERIFY(isTold());
+            const Kolta::Journal& journal = stage.session->journal();
+            const auto count = [&] {
+                int told = 0;
+                for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number) {
+                    const Kolta::JournalEntry& line = *journal.entry(number);
+                    told += line.event.text.contains(noFolder.fileName()) ? line.count : 0;
+                }
+                return told;
+            };
+            QTRY_COMPARE(count(), 1);
+        }
     }
 
     /// Filter, order and selection outlive a server's absence; the selected row stays the same tuner.

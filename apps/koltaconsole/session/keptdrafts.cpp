@@ -1,10 +1,10 @@
 #include "keptdrafts.h"
 
+#include "keptsettings.h"
 #include "orderdraft.h"
 #include "session.h"
 
 #include <QJsonDocument>
-#include <QSettings>
 
 namespace KoltaConsole {
 
@@ -48,7 +48,7 @@ void KeptDrafts::save()
 {
     if (!m_isKept || m_changed.isEmpty())
         return;
-    QSettings settings;
+    KeptSettings settings;
     for (const QString& server : qAsConst(m_changed)) {
         const QJsonObject draft = m_drafts.value(server);
         if (draft.isEmpty())

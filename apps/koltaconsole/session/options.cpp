@@ -1,12 +1,13 @@
 #include "options.h"
 
+#include "keptsettings.h"
+
 #include <common/programoptions.h>
 #include <common/usualtree.h>
 #include <simulation/installation.h>
 
 #include <QFileInfo>
 #include <QImageWriter>
-#include <QSettings>
 
 #include <iterator>
 
@@ -175,7 +176,7 @@ Theme::Choice Options::wantedTheme() const
 
 void Options::rememberTheme(Theme::Choice theme)
 {
-    QSettings().setValue(QLatin1String(kThemeKey), static_cast<int>(theme));
+    KeptSettings().setValue(QLatin1String(kThemeKey), static_cast<int>(theme));
 }
 
 } // namespace KoltaConsole

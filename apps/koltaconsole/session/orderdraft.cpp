@@ -1,8 +1,9 @@
 #include "orderdraft.h"
 
+#include "keptsettings.h"
+
 #include <koltacommon/guidtext.h>
 
-#include <QSettings>
 #include <QUrl>
 
 namespace KoltaConsole {
@@ -90,7 +91,7 @@ void OrderDraft::restore()
 
 void OrderDraft::save() const
 {
-    QSettings settings;
+    KeptSettings settings;
     settings.beginGroup(keptKey(QStringLiteral("order"), {m_installation}));
     writeOrder(settings, m_order);
     settings.setValue(QStringLiteral("server"), m_server);

@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include "keptsettings.h"
 #include "options.h"
 #include "orderdraft.h"
 #include "ordersunderway.h"
@@ -110,6 +111,8 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     parts.events.followRegistry(registry);
     const bool hasFile = options.servers == 0 && !session->replay();
     session->startJournal(hasFile ? Kolta::Journal::pathFor(options.url) : QString(), options.isRemembered);
+    if (options.isRemembered)
+        KeptSettings::setFailureTaker([s = session.get()](const QString& file) { s->noteSettings(file); });
     parts.facts.read();
     return session;
 }
@@ -117,6 +120,7 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
 Session::~Session()
 {
     disconnect();
+    KeptSettings::setFailureTaker({});
     auto& registry = KoltaServerRegistry::Instance();
     registry.setDiscovery(false);
     registry.removeAllServers();
@@ -254,6 +258,16 @@ void Session::tell(const QString& text, Kolta::Event::Weight weight)
     event.weight = weight;
     event.text = text;
     d->journal.take(event);
+}
+
+/// Once: the next one has the same reason.
+void Session::noteSettings(const QString& file)
+{
+    if (!m_settingsProblem.isEmpty())
+        return;
+    m_settingsProblem = tr("Layout and drafts are kept in memory alone: %1 cannot be written.").arg(file);
+    tell(m_settingsProblem, Kolta::Event::Weight::Attention);
+    Q_EMIT si_SettingsFailed();
 }
 
 void Session::tellRefusal(const QString& what, const QString& reason)

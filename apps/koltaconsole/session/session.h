@@ -119,6 +119,9 @@ public:
     /// Also true where the servers decide.
     bool mayDo(Kolta::UserRights::eManagementRights rights) const;
 
+    /// Why layout and drafts do not outlive the console, as a sentence; empty as long as they do.
+    const QString& settingsProblem() const noexcept { return m_settingsProblem; }
+
     /// Null unless the servers are simulated.
     SimulatedInstallation* simulation() const;
 
@@ -127,6 +130,8 @@ Q_SIGNALS:
     /// A change that was made here at that path did not last.
     void si_WishFailed(const QString& path, const QString& reason);
     void si_UserChanged();
+    /// settingsProblem() has something to say.
+    void si_SettingsFailed();
     /// facts() may be others; at most ten times a second.
     void si_FactsChanged();
 
@@ -140,11 +145,13 @@ private:
     QString linkText(bool isUp, const QString& reason) const;
     void beginReplay();
     void startUsers(const QString& file);
+    void noteSettings(const QString& file);
 
     std::unique_ptr<Parts> d;
     QString m_url;
     QString m_treeUrl; ///< of a broker; empty without one
     LinkState m_link;
+    QString m_settingsProblem;
     bool m_isReadOnly = false;
     bool m_areUsersKnown = false;
 };

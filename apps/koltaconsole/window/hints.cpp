@@ -1,10 +1,11 @@
 #include "hints.h"
 
+#include <koltaconsole/session/keptsettings.h>
+
 #include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QSettings>
 
 namespace KoltaConsole {
 
@@ -37,7 +38,7 @@ void addHints(QBoxLayout& layout)
     row->addWidget(close, 0, Qt::AlignTop);
     layout.addWidget(hints);
     QObject::connect(close, &QPushButton::clicked, hints, [hints] {
-        QSettings().setValue(QLatin1String(kClosed), true);
+        KeptSettings().setValue(QLatin1String(kClosed), true);
         hints->hide();
     });
 }

@@ -10,6 +10,7 @@
 #include <koltaconsole/actions/treelines.h>
 #include <koltaconsole/pages/page.h>
 #include <koltaconsole/pages/pages.h>
+#include <koltaconsole/session/keptsettings.h>
 #include <koltaconsole/session/options.h>
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/session.h>
@@ -33,7 +34,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSettings>
 #include <QSplitter>
 #include <QStyle>
 #include <QTabWidget>
@@ -92,6 +92,7 @@ MainWindow::MainWindow(Session& session, const Options& options)
     for (int tab = 0; tab < m_tabs->count(); ++tab)
         pageAt(tab);
     showBanner();
+    showSettingsProblem();
 }
 
 void MainWindow::arrange()
@@ -114,6 +115,7 @@ void MainWindow::arrange()
     m_banner->setObjectName(QStringLiteral("banner"));
     m_banner->setProperty("badge", QStringLiteral("alarm"));
     m_banner->setContentsMargins(12, 5, 12, 5);
+    m_banner->setWordWrap(true);
     auto* const all = new QWidget(this);
     auto* const layout = new QVBoxLayout(all);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -166,6 +168,7 @@ void MainWindow::connectAll()
     m_welcome.setInterval(kWelcomeMs);
     connect(&m_welcome, &QTimer::timeout, m_banner, &QWidget::hide);
     connect(&m_session, &Session::si_LinkChanged, this, &MainWindow::showBanner);
+    connect(&m_session, &Session::si_SettingsFailed, this, &MainWindow::showSettingsProblem);
     connect(qApp, &QApplication::focusChanged, this, [this](const QWidget* /*old*/, const QWidget* now) {
         for (QWidget* const list : {static_cast<QWidget*>(m_attention), static_cast<QWidget*>(m_palette)}) {
             if (now && list->isVisible() && !list->isAncestorOf(now))
@@ -183,6 +186,7 @@ MainWindow::~MainWindow()
     qApp->disconnect(this); // closing moves the focus
     if (m_isRemembered)
         save();
+    m_session.disconnect(this); // parts that go save what they have
 }
 
 QWidget* MainWindow::makeCommandLine()
@@ -345,6 +349,15 @@ void MainWindow::showBanner()
     m_banner->setVisible(isGone || m_welcome.isActive());
 }
 
+void MainWindow::showSettingsProblem()
+{
+    if (m_session.settingsProblem().isEmpty() || m_session.isOutOfSight())
+        return;
+    m_banner->setText(m_session.settingsProblem());
+    m_welcome.start();
+    m_banner->show();
+}
+
 /// Of several the first, and how many more; all of them are copied.
 void MainWindow::showCommandLine(const QString& line)
 {
@@ -433,7 +446,7 @@ void MainWindow::restore(const QString& page)
 
 void MainWindow::save() const
 {
-    QSettings settings;
+    KeptSettings settings;
     m_session.draft().save();
     settings.setValue(QStringLiteral("geometry"), saveGeometry());
     settings.setValue(QStringLiteral("sideways"), m_sideways->saveState());

@@ -66,6 +66,7 @@ private:
     void showTab(int tab);
     void copyRows() const;
     void showBanner();
+    void showSettingsProblem();
     void showCommandLine(const QString& line);
     void fitCommandLine();
     void copyLines() const;
@@ -96,7 +97,7 @@ private:
     QString m_server;
     QStringList m_classes;
     QDateTime m_goneSince; ///< that the link is down; invalid while it is up
-    QTimer m_welcome;      ///< while the banner tells that it is back
+    QTimer m_welcome;      ///< while the banner tells that it is back, or what is not kept
 };
 
 } // namespace KoltaConsole

@@ -1,6 +1,7 @@
 #include "cart.h"
 
 #include <common/actionlines.h>
+#include <koltaconsole/session/keptsettings.h>
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/ordersunderway.h>
 #include <koltaconsole/session/session.h>
@@ -16,7 +17,6 @@
 #include <koltacommon/units.h>
 
 #include <QHash>
-#include <QSettings>
 
 #include <algorithm>
 #include <utility>
@@ -109,7 +109,7 @@ void Cart::restore()
 /// What was started is no draft any more; plans end with the console.
 void Cart::save() const
 {
-    QSettings settings;
+    KeptSettings settings;
     const QString key = keptKey(QStringLiteral("cart"), {m_session.url()});
     settings.remove(key);
     settings.beginWriteArray(key);
