@@ -7,12 +7,19 @@
 #include <koltaconsole/pages/tuners/tunerspage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/window/topbar.h>
 
 #include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>
 #include <koltacommon/linksmodel.h>
+#include <koltacommon/userrights.h>
 #include <koltacommon/viewroles.h>
+#include <startup/cfgcenter.h>
+#include <support/files.h>
 
+#include <QScopeGuard>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTreeView>
 
 #include <algorithm>
@@ -28,6 +35,7 @@ class TestBroker : public QObject
 private Q_SLOTS:
     void nothingIsLost();
     void leaverIsNotMissed();
+    void nobodyMayWithoutTheUsers();
 };
 
 /// While it is gone there is one banner, what was typed stays, a drag goes on, and orders are refused with
@@ -135,6 +143,55 @@ void TestBroker::leaverIsNotMissed()
     QTRY_VERIFY(stage.session->factsOf(QStringLiteral("S2")).hasLeft());
     QVERIFY(stage.session->attentionCount() <= attention);
     QTRY_VERIFY(tells(*stage.window->currentPage(), "Servers: 1"));
+}
+
+/// While the file of users cannot be read nobody has a right; an event says why, also where there is a
+/// journal of earlier days, and the rights are there once the file is mended.
+void TestBroker::nobodyMayWithoutTheUsers()
+{
+    const QTemporaryDir folder;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder.path()));
+    auto& configuration = Startup::CfgCenter::Instance();
+    const auto back = qScopeGuard([&configuration, before = configuration.FileName()] {
+        configuration.Open(before);
+        qunsetenv("XDG_DATA_HOME");
+    });
+    const QString users = folder.filePath(QStringLiteral("users.xml"));
+    QVERIFY(writeFile(users, "<Users"));
+    QVERIFY(configuration.Open(folder.filePath(QStringLiteral("kolta.ini"))));
+    QVERIFY(configuration.SetValue(QStringLiteral("Users"), QStringLiteral("File"), users));
+    Options options;
+    options.url = QStringLiteral("mqtt://127.0.0.1:1");
+    const Stage stage(options, true);
+    const Session& session = *stage.session;
+    QVERIFY(session.areUsersKnown() && session.journal().isWriting());
+    const auto mayAnything = [&session] {
+        for (int place = 0; place < Kolta::UserRights::GetNumberOfRights(); ++place) {
+            if (session.mayDo(Kolta::UserRights::GetRightValueByIndex(place)))
+                return true;
+        }
+        return false;
+    };
+    QVERIFY(!mayAnything());
+    const auto isTold = [&session, &users] {
+        const Kolta::Journal& journal = session.journal();
+        for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number) {
+            const QString text = journal.entry(number)->text();
+            if (text.startsWith(QLatin1String("Nobody has any right")) && text.contains(users))
+                return true;
+        }
+        return false;
+    };
+    QTRY_VERIFY(isTold());
+    const auto buttons = stage.window->findChild<TopBar*>()->findChildren<QAbstractButton*>();
+    const auto badge = std::find_if(buttons.begin(), buttons.end(), [](const QAbstractButton* button) {
+        return button->accessibleName() == QLatin1String("The user and his rights");
+    });
+    QVERIFY(badge != buttons.end());
+    QVERIFY((*badge)->text().startsWith(QStringLiteral("nobody is logged in · 0 of ")));
+    QVERIFY(writeFile(users, readFile(QStringLiteral(KOLTA_SOURCE_DIR "/share/installation/users.xml"))));
+    QTRY_VERIFY((*badge)->text().startsWith(QStringLiteral("operator · ")) && mayAnything());
 }
 
 KOLTA_CONSOLE_TEST(TestBroker);

@@ -111,6 +111,7 @@ std::unique_ptr<Session> Session::start(const Options& options, QString& error)
     parts.events.followRegistry(registry);
     const bool hasFile = options.servers == 0 && !session->replay();
     session->startJournal(hasFile ? Kolta::Journal::pathFor(options.url) : QString(), options.isRemembered);
+    session->tellOfUsers();
     if (options.isRemembered)
         KeptSettings::setFailureTaker([s = session.get()](const QString& file) { s->noteSettings(file); });
     parts.facts.read();
@@ -314,9 +315,16 @@ void Session::startUsers(const QString& file)
 {
     UserRights::Instance().Initialize();
     m_areUsersKnown = !file.isEmpty();
-    if (m_areUsersKnown && !UserRights::Instance().InitForStandalone(file))
-        tell(tr("Nobody has any right here until the file of users is mended: %1")
-                 .arg(Nax::ActiveUserProxy::Instance().ConfigurationError()),
+    if (m_areUsersKnown)
+        UserRights::Instance().InitForStandalone(file);
+}
+
+/// Of the file of users, once there is a journal: what that has read stands before all else.
+void Session::tellOfUsers()
+{
+    const QString problem = Nax::ActiveUserProxy::Instance().ConfigurationError();
+    if (m_areUsersKnown && !problem.isEmpty())
+        tell(tr("Nobody has any right here until the file of users is mended: %1").arg(problem),
              Kolta::Event::Weight::Attention);
 }
 

@@ -145,6 +145,7 @@ private:
     QString linkText(bool isUp, const QString& reason) const;
     void beginReplay();
     void startUsers(const QString& file);
+    void tellOfUsers();
     void noteSettings(const QString& file);
 
     std::unique_ptr<Parts> d;
