@@ -4,18 +4,13 @@
 
 namespace KoltaApps {
 
-ProgramOptions::ProgramOptions(ProgramText program, std::vector<OptionText> options,
-                               QHash<QString, QStringList> choices)
-    : m_program(std::move(program)), m_options(std::move(options)), m_choices(std::move(choices))
+ProgramOptions::ProgramOptions(ProgramText program, const QVector<Option>& options)
+    : m_program(std::move(program)), m_options(options)
 {
     m_parser.setApplicationDescription(QString::fromUtf8(m_program.description));
-    for (const OptionText& text : m_options) {
-        QCommandLineOption option(QString::fromLatin1(text.name), helpOf(text),
-                                  QString::fromLatin1(text.value));
-        if (text.preset)
-            option.setDefaultValue(QString::fromLatin1(text.preset));
-        m_parser.addOption(option);
-    }
+    for (const Option& option : m_options)
+        m_parser.addOption({QString::fromLatin1(option.name), option.fullHelp(),
+                            QString::fromUtf8(option.valueName), QString::fromUtf8(option.preset)});
 }
 
 ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QString& text)
@@ -39,7 +34,7 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
     if (m_parser.isSet(manual))
         return writeManual(m_parser.value(manual), text) ? Result::Show : Result::Failed;
     if (m_parser.isSet(choices)) {
-        for (const QString& word : m_choices.value(m_parser.value(choices)))
+        for (const QString& word : choicesOf(m_parser.value(choices)))
             text += word + QLatin1Char('\n');
         return Result::Show;
     }
@@ -56,13 +51,22 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
     return Result::Wrong;
 }
 
+QStringList ProgramOptions::choicesOf(const QString& name) const
+{
+    for (const Option& option : m_options) {
+        if (name == QLatin1String(option.name))
+            return option.choices;
+    }
+    return {};
+}
+
 int ProgramOptions::choice(const char* name, QString& problem) const
 {
-    const QStringList words = m_choices.value(QLatin1String(name));
+    const QStringList words = choicesOf(QLatin1String(name));
     const int place = words.indexOf(value(name));
     if (place < 0)
         problem = QStringLiteral("--%1: expected one of %2, found \"%3\"")
-                      .arg(QLatin1String(name), words.join(QStringLiteral(", ")), value(name));
+                      .arg(QLatin1String(name), listed(words), value(name));
     return place;
 }
 
@@ -76,13 +80,6 @@ QString ProgramOptions::problemOfPairs(std::initializer_list<std::pair<const cha
     return QString();
 }
 
-QString ProgramOptions::helpOf(const OptionText& option) const
-{
-    const QString help = QString::fromUtf8(option.help);
-    const QStringList words = m_choices.value(QLatin1String(option.name));
-    return words.isEmpty() ? help : help.arg(words.join(QStringLiteral(", ")));
-}
-
 bool ProgramOptions::writeManual(const QString& folder, QString& error) const
 {
     const QString name = QString::fromLatin1(m_program.name);
@@ -92,10 +89,10 @@ bool ProgramOptions::writeManual(const QString& folder, QString& error) const
     page.addSection(QStringLiteral("DESCRIPTION"));
     page.addText(QString::fromUtf8(m_program.description));
     page.addSection(QStringLiteral("OPTIONS"));
-    for (const OptionText& option : m_options)
+    for (const Option& option : m_options)
         page.addEntry(
-            QStringLiteral("--%1 %2").arg(QLatin1String(option.name), QLatin1String(option.value)).trimmed(),
-            helpOf(option));
+            QStringLiteral("%1 %2").arg(option.typed(), QString::fromUtf8(option.valueName)).trimmed(),
+            option.fullHelp());
     page.addReferences(m_program.seeAlso);
     return page.write(folder, error);
 }

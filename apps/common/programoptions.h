@@ -1,24 +1,16 @@
 #pragma once
 
+#include "option.h"
+
 #include <QCommandLineParser>
-#include <QHash>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <initializer_list>
 #include <utility>
-#include <vector>
 
 namespace KoltaApps {
-
-/// One option of a program, for parsing, help and manual page.
-struct OptionText
-{
-    const char* name;
-    const char* value;  ///< null: it is a switch
-    const char* preset; ///< null: none
-    const char* help;   ///< "%1" in it: the words that may be given
-};
 
 /// What a program says of itself. All texts are UTF-8.
 struct ProgramText
@@ -34,8 +26,8 @@ struct ProgramText
 class ProgramOptions
 {
 public:
-    /// `choices` are the words that an option takes, or begins with, by its name.
-    ProgramOptions(ProgramText program, std::vector<OptionText> options, QHash<QString, QStringList> choices);
+    /// In the order of the help.
+    ProgramOptions(ProgramText program, const QVector<Option>& options);
 
     enum class Result {
         Run,   ///< the values can be asked for
@@ -56,12 +48,11 @@ public:
     QString problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const;
 
 private:
-    QString helpOf(const OptionText& option) const;
+    QStringList choicesOf(const QString& name) const;
     bool writeManual(const QString& folder, QString& error) const;
 
     const ProgramText m_program;
-    const std::vector<OptionText> m_options;
-    const QHash<QString, QStringList> m_choices;
+    const QVector<Option> m_options;
     QCommandLineParser m_parser;
 };
 

@@ -4,47 +4,65 @@
 
 #include <simulation/installation.h>
 
-#include <iterator>
 #include <limits>
 
 namespace {
 
+using KoltaApps::flag;
+using KoltaApps::Option;
 using KoltaApps::ProgramOptions;
+using KoltaApps::proposed;
+using KoltaApps::text;
 
 constexpr int kMostTuners = 100000; ///< as of kolta up: about 80 MB of XML
 
-/// In the order of the help.
-constexpr KoltaApps::OptionText kOptions[] = {
-    {"installation", "DIR", nullptr, "Folder with the installation's files (the sample installation)."},
-    {"number", "N", nullptr,
-     "Plays server N, from 1, of an installation whose servers are all of this kind: S1, S2 and so on."},
-    {"tuners", "N", nullptr, "How many tuners it has; needs --number (those of the files)."},
-    {"listen", "HOST:PORT", "127.0.0.1:0",
-     "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system pick one. An "
-     "IPv6 address may stand in brackets."},
-    {"tls", "FILE", nullptr,
-     "Links are protected by TLS; FILE (PEM) holds the server's certificate and its key."},
-    {"tls-clients", "FILE", nullptr,
-     "Clients must show a certificate that the authority in FILE (PEM) has signed; it names the user."},
-    {"users", "FILE", nullptr,
-     "Only users of this file who hold the right may give orders; needs --tls-clients or --publish."},
-    {"plain-network", nullptr, nullptr,
-     "Listens without TLS also where others than this machine can reach it."},
-    {"log", nullptr, nullptr, "Prints links, requests, orders and misbehaviours as they happen (on stderr)."},
-    {"misbehave", "KIND[=ARG]", nullptr,
-     "Do something wrong; may be given several times. KIND is one of %1. After KIND[=ARG] may follow "
-     ",component=NAME ,after=N ,times=N ,chance=0…1."},
-    {"seed", "N", "1", "Seed of all that happens by chance (1)."},
-    {"activity", nullptr, nullptr,
-     "Tuners become busy and free, and subscribers are told; conversions go on, and enabled assignments "
-     "yield results."},
-    {"period", "MS", "500", "Time between two activities in milliseconds (500)."},
-    {"publish", "URL", nullptr,
-     "Share the server's value tree with other processes through the broker at "
-     "mqtt[s]://[USER@]HOST[:PORT][/PREFIX]. A password comes from the configuration."},
-    {"branch", "NAME", nullptr, "Name under which it is shared (that of the server)."},
-    {"take-over", nullptr, nullptr,
-     "Share it also when another process has the name, which is displaced then."}};
+QVector<Option> placeOptions()
+{
+    return {text("installation", "DIR", "Folder with the installation's files (the sample installation)."),
+            text("number", "N",
+                 "Plays server N, from 1, of an installation whose servers are all of this kind: S1, S2 and "
+                 "so on."),
+            text("tuners", "N", "How many tuners it has; needs --number (those of the files)."),
+            text("listen", "HOST:PORT",
+                 "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system "
+                 "pick one. An IPv6 address may stand in brackets.",
+                 "127.0.0.1:0")};
+}
+
+QVector<Option> protectionOptions()
+{
+    return {
+        text("tls", "FILE",
+             "Links are protected by TLS; FILE (PEM) holds the server's certificate and its key."),
+        text("tls-clients", "FILE",
+             "Clients must show a certificate that the authority in FILE (PEM) has signed; it names the "
+             "user."),
+        text("users", "FILE",
+             "Only users of this file who hold the right may give orders; needs --tls-clients or --publish."),
+        flag("plain-network", "Listens without TLS also where others than this machine can reach it.")};
+}
+
+QVector<Option> happeningOptions()
+{
+    return {flag("log", "Prints links, requests, orders and misbehaviours as they happen (on stderr)."),
+            proposed(text("misbehave", "KIND[=ARG]",
+                          "Do something wrong; may be given several times. KIND is one of {choices}. After "
+                          "KIND[=ARG] may follow ,component=NAME ,after=N ,times=N ,chance=0…1."),
+                     KoltaSimulation::misbehaviourNames()),
+            text("seed", "N", "Seed of all that happens by chance (1).", "1"),
+            flag("activity", "Tuners become busy and free, and subscribers are told; conversions go on, and "
+                             "enabled assignments yield results."),
+            text("period", "MS", "Time between two activities in milliseconds (500).", "500")};
+}
+
+QVector<Option> publishingOptions()
+{
+    return {text("publish", "URL",
+                 "Share the server's value tree with other processes through the broker at "
+                 "mqtt[s]://[USER@]HOST[:PORT][/PREFIX]. A password comes from the configuration."),
+            text("branch", "NAME", "Name under which it is shared (that of the server)."),
+            flag("take-over", "Share it also when another process has the name, which is displaced then.")};
+}
 
 constexpr char kDescription[] =
     "Simulates one server of an installation until it is interrupted. Its first line of output says where it "
@@ -148,8 +166,7 @@ ParseResult parseCommandLine(const QStringList& arguments, Options& options, QSt
                           "simulate a server of a monitoring installation",
                           kDescription,
                           {QStringLiteral("kolta")}},
-                         {std::begin(kOptions), std::end(kOptions)},
-                         {{QStringLiteral("misbehave"), KoltaSimulation::misbehaviourNames()}});
+                         placeOptions() + protectionOptions() + happeningOptions() + publishingOptions());
     switch (given.read(arguments, message)) {
     case ProgramOptions::Result::Show:
         return ParseResult::Show;

@@ -4,29 +4,9 @@
 
 namespace KoltaCli {
 
-QString Option::typed() const
-{
-    return (qstrlen(name) == 1 ? QStringLiteral("-") : QStringLiteral("--")) + QLatin1String(name);
-}
-
-namespace {
-
-QString withChoices(const char* help, const QStringList& choices)
-{
-    const QString text = QString::fromUtf8(help);
-    return choices.isEmpty() ? text : text + QStringLiteral(" One of %1.").arg(listed(choices));
-}
-
-} // namespace
-
-QString Option::fullHelp() const
-{
-    return withChoices(help, choices);
-}
-
 QString Argument::fullHelp() const
 {
-    return withChoices(help, choices);
+    return KoltaApps::withChoices(help, choices);
 }
 
 QString Argument::shown() const
@@ -64,38 +44,6 @@ QString Command::usage() const
     return words.join(QLatin1Char(' '));
 }
 
-Option flag(const char* name, const char* help)
-{
-    return {name, help};
-}
-
-Option text(const char* name, const char* valueName, const char* help, const char* preset)
-{
-    return {name, help, Value::Text, valueName, preset};
-}
-
-Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
-             const char* preset)
-{
-    return {name, help, Value::Whole, valueName, preset, minimum, maximum};
-}
-
-Option hertz(const char* name, const char* help)
-{
-    return {name, help, Value::Hertz, "Hz"};
-}
-
-Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices)
-{
-    return {name, help, Value::Choice, valueName, "", 0, 0, choices};
-}
-
-Option checked(Option option, Check check)
-{
-    option.check = check;
-    return option;
-}
-
 const QVector<Option>& commonOptions()
 {
     static const QVector<Option> options{
@@ -116,11 +64,6 @@ const QVector<ExitCode>& exitCodes()
         {eExitNoTree, "none of the other processes' servers that are needed is live"},
     };
     return codes;
-}
-
-QString listed(const QStringList& words)
-{
-    return words.join(QStringLiteral(", "));
 }
 
 } // namespace KoltaCli

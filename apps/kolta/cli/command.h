@@ -1,5 +1,7 @@
 #pragma once
 
+#include <common/option.h>
+
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -7,6 +9,17 @@
 #include <functional>
 
 namespace KoltaCli {
+
+using KoltaApps::Check;
+using KoltaApps::checked;
+using KoltaApps::choice;
+using KoltaApps::flag;
+using KoltaApps::hertz;
+using KoltaApps::listed;
+using KoltaApps::Option;
+using KoltaApps::text;
+using KoltaApps::Value;
+using KoltaApps::whole;
 
 class CommandLine;
 int takeStartFailure();
@@ -24,37 +37,6 @@ Run with(Start start, Use use)
         return subject ? use(line, *subject) : takeStartFailure();
     };
 }
-
-/// How the text of an option is read.
-enum class Value {
-    None,   ///< the option stands alone
-    Text,   ///< anything
-    Whole,  ///< a whole number within its bounds
-    Hertz,  ///< a frequency or a bandwidth above 0
-    Choice, ///< one of some words, in any letter case
-};
-
-/// Says what is wrong with a text, or nothing.
-using Check = QString (*)(const QString& text);
-
-/// An option of a command. The texts are in UTF-8.
-struct Option
-{
-    const char* name; ///< without dashes; a single letter stands behind one dash
-    const char* help;
-    Value value = Value::None;
-    const char* valueName = ""; ///< what stands for the value in help
-    const char* preset = "";    ///< what holds where the option is not given
-    int minimum = 0;
-    int maximum = 0;
-    QStringList choices = {};
-    Check check = nullptr; ///< of a text
-
-    /// As it is typed.
-    QString typed() const;
-    /// What help says of it, its choices included.
-    QString fullHelp() const;
-};
 
 /// A word behind the name of a command, or several of them.
 struct Argument
@@ -107,14 +89,6 @@ struct Command
     QString usage() const;
 };
 
-Option flag(const char* name, const char* help);
-Option text(const char* name, const char* valueName, const char* help, const char* preset = "");
-Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
-             const char* preset = "");
-Option hertz(const char* name, const char* help);
-Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices);
-Option checked(Option option, Check check);
-
 /// --help, --json, --timeout and --trace.
 const QVector<Option>& commonOptions();
 
@@ -125,8 +99,5 @@ struct ExitCode
     const char* meaning;
 };
 const QVector<ExitCode>& exitCodes();
-
-/// "a, b, c".
-QString listed(const QStringList& words);
 
 } // namespace KoltaCli

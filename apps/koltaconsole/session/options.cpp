@@ -9,8 +9,6 @@
 #include <QFileInfo>
 #include <QImageWriter>
 
-#include <iterator>
-
 namespace KoltaConsole {
 
 namespace {
@@ -22,25 +20,30 @@ const QStringList kThemes{QStringLiteral("light"), QStringLiteral("dark"), QStri
 using KoltaApps::ProgramOptions;
 
 /// In the order of the help.
-constexpr KoltaApps::OptionText kOptions[] = {
-    {"tree", "URL", nullptr,
-     "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX], or that did "
-     "in "
-     "the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE, configuration "
-     "Distribution/Url)."},
-    {"simulate", nullptr, nullptr, "An installation of its own, in this process."},
-    {"servers", "NUMBER", "5", "How many servers are simulated (5)."},
-    {"tuners", "NUMBER", "0", "How many tuners each of them has (those of the sample)."},
-    {"activity", "MS", "0",
-     "Lets something happen to tuners and results in each of them every so many milliseconds (never)."},
-    {"vanish", "SERVER", nullptr, "The simulated server that vanishes before the picture is made."},
-    {"ask", nullptr, nullptr,
-     "Asks in a window which installation to show, where nothing says it or that one cannot be shown."},
-    {"read-only", nullptr, nullptr, "Nothing can be changed."},
-    {"trace", nullptr, nullptr, "Writes trace lines to standard error, for support."},
-    {"theme", "THEME", "system", "One of %1 (system)."},
-    {"page", "NAME", nullptr, "The page that is shown first: %1."},
-    {"screenshot", "FILE", nullptr, "Writes a picture of the page once it has filled, and ends."}};
+QVector<KoltaApps::Option> declaredOptions(const QStringList& pages)
+{
+    using namespace KoltaApps;
+    return {
+        text("tree", "URL",
+             "The servers that publish themselves at the broker mqtt[s]://[USER@]HOST[:PORT][/PREFIX], or "
+             "that did in the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE, "
+             "configuration Distribution/Url)."),
+        flag("simulate", "An installation of its own, in this process."),
+        text("servers", "NUMBER", "How many servers are simulated (5).", "5"),
+        text("tuners", "NUMBER", "How many tuners each of them has (those of the sample).", "0"),
+        text(
+            "activity", "MS",
+            "Lets something happen to tuners and results in each of them every so many milliseconds (never).",
+            "0"),
+        text("vanish", "SERVER", "The simulated server that vanishes before the picture is made."),
+        flag("ask", "Asks in a window which installation to show, where nothing says it or that one cannot "
+                    "be shown."),
+        flag("read-only", "Nothing can be changed."),
+        flag("trace", "Writes trace lines to standard error, for support."),
+        proposed(text("theme", "THEME", "One of {choices} (system).", "system"), kThemes),
+        proposed(text("page", "NAME", "The page that is shown first: {choices}."), pages),
+        text("screenshot", "FILE", "Writes a picture of the page once it has filled, and ends.")};
+}
 
 constexpr char kDescription[] =
     "One window on a monitoring installation: its servers, tuners and productions as they change, orders "
@@ -148,8 +151,7 @@ Options Options::read(const QStringList& arguments, const QStringList& pages, in
                           "watch and steer a monitoring installation",
                           kDescription,
                           {QStringLiteral("kolta"), QStringLiteral("koltasim")}},
-                         {std::begin(kOptions), std::end(kOptions)},
-                         {{QStringLiteral("page"), pages}, {QStringLiteral("theme"), kThemes}});
+                         declaredOptions(pages));
     Options options;
     const Result result = given.read(QStringList{QStringLiteral("koltaconsole")} + arguments, text);
     exitCode = result == Result::Show ? 0 : result == Result::Failed ? 1 : result == Result::Wrong ? 2 : -1;

@@ -1,0 +1,68 @@
+#include "option.h"
+
+namespace KoltaApps {
+
+QString Option::typed() const
+{
+    return (qstrlen(name) == 1 ? QStringLiteral("-") : QStringLiteral("--")) + QLatin1String(name);
+}
+
+QString Option::fullHelp() const
+{
+    return withChoices(help, choices);
+}
+
+Option flag(const char* name, const char* help)
+{
+    return {name, help};
+}
+
+Option text(const char* name, const char* valueName, const char* help, const char* preset)
+{
+    return {name, help, Value::Text, valueName, preset};
+}
+
+Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
+             const char* preset)
+{
+    return {name, help, Value::Whole, valueName, preset, minimum, maximum};
+}
+
+Option hertz(const char* name, const char* help)
+{
+    return {name, help, Value::Hertz, "Hz"};
+}
+
+Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices)
+{
+    return {name, help, Value::Choice, valueName, "", 0, 0, choices};
+}
+
+Option checked(Option option, Check check)
+{
+    option.check = check;
+    return option;
+}
+
+Option proposed(Option option, const QStringList& words)
+{
+    option.choices = words;
+    return option;
+}
+
+QString listed(const QStringList& words)
+{
+    return words.join(QStringLiteral(", "));
+}
+
+QString withChoices(const char* help, const QStringList& choices)
+{
+    QString text = QString::fromUtf8(help);
+    if (choices.isEmpty())
+        return text;
+    const QString place = QStringLiteral("{choices}");
+    return text.contains(place) ? text.replace(place, listed(choices))
+                                : text + QStringLiteral(" One of %1.").arg(listed(choices));
+}
+
+} // namespace KoltaApps

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+namespace KoltaApps {
+
+/// How the text of an option is read.
+enum class Value {
+    None,   ///< the option stands alone
+    Text,   ///< anything
+    Whole,  ///< a whole number within its bounds
+    Hertz,  ///< a frequency or a bandwidth above 0
+    Choice, ///< one of some words, in any letter case
+};
+
+/// Says what is wrong with a text, or nothing.
+using Check = QString (*)(const QString& text);
+
+/// An option of a program or of one of its commands: parsing, help, completion and manual pages come from
+/// here. The texts are in UTF-8.
+struct Option
+{
+    const char* name; ///< without dashes; a single letter stands behind one dash
+    const char* help; ///< "{choices}" in it stands for these, which are told at the end else
+    Value value = Value::None;
+    const char* valueName = ""; ///< what stands for the value in help
+    const char* preset = "";    ///< what holds where the option is not given
+    int minimum = 0;
+    int maximum = 0;
+    QStringList choices = {}; ///< in a Value::Text proposals only
+    Check check = nullptr;    ///< of a text
+
+    /// As it is typed.
+    QString typed() const;
+    /// What help says of it, its choices included.
+    QString fullHelp() const;
+};
+
+Option flag(const char* name, const char* help);
+Option text(const char* name, const char* valueName, const char* help, const char* preset = "");
+Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
+             const char* preset = "");
+Option hertz(const char* name, const char* help);
+Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices);
+Option checked(Option option, Check check);
+/// The words are told and completed; others are as good.
+Option proposed(Option option, const QStringList& words);
+
+/// "a, b, c".
+QString listed(const QStringList& words);
+/// A help text with the words that are possible, if any; "{choices}" says where, else they follow it.
+QString withChoices(const char* help, const QStringList& choices);
+
+} // namespace KoltaApps
