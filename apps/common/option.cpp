@@ -7,6 +7,14 @@ QString Option::typed() const
     return (qstrlen(name) == 1 ? QStringLiteral("-") : QStringLiteral("--")) + QLatin1String(name);
 }
 
+QStringList Option::spellings() const
+{
+    QStringList all{typed()};
+    if (letter != 0)
+        all.prepend(QStringLiteral("-") + QLatin1Char(letter));
+    return all;
+}
+
 QString Option::fullHelp() const
 {
     return withChoices(help, choices);
@@ -25,7 +33,18 @@ Option text(const char* name, const char* valueName, const char* help, const cha
 Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
              const char* preset)
 {
-    return {name, help, Value::Whole, valueName, preset, minimum, maximum};
+    return {name,
+            help,
+            Value::Whole,
+            valueName,
+            preset,
+            static_cast<double>(minimum),
+            static_cast<double>(maximum)};
+}
+
+Option seconds(const char* name, const char* help, double minimum, double maximum, const char* preset)
+{
+    return {name, help, Value::Seconds, "seconds", preset, minimum, maximum};
 }
 
 Option hertz(const char* name, const char* help)
@@ -50,6 +69,18 @@ Option proposed(Option option, const QStringList& words)
     return option;
 }
 
+Option lettered(char letter, Option option)
+{
+    option.letter = letter;
+    return option;
+}
+
+Option hidden(Option option)
+{
+    option.isHidden = true;
+    return option;
+}
+
 QString listed(const QStringList& words)
 {
     return words.join(QStringLiteral(", "));
@@ -63,6 +94,12 @@ QString withChoices(const char* help, const QStringList& choices)
     const QString place = QStringLiteral("{choices}");
     return text.contains(place) ? text.replace(place, listed(choices))
                                 : text + QStringLiteral(" One of %1.").arg(listed(choices));
+}
+
+QString shownNumber(double number)
+{
+    constexpr int digits = 10; // as many as the largest whole number has
+    return QString::number(number, 'g', digits);
 }
 
 } // namespace KoltaApps

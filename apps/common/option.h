@@ -8,11 +8,12 @@ namespace KoltaApps {
 
 /// How the text of an option is read.
 enum class Value {
-    None,   ///< the option stands alone
-    Text,   ///< anything
-    Whole,  ///< a whole number within its bounds
-    Hertz,  ///< a frequency or a bandwidth above 0
-    Choice, ///< one of some words, in any letter case
+    None,    ///< the option stands alone
+    Text,    ///< anything
+    Whole,   ///< a whole number within its bounds
+    Seconds, ///< any number within its bounds
+    Hertz,   ///< a frequency or a bandwidth above 0
+    Choice,  ///< one of some words, in any letter case
 };
 
 /// Says what is wrong with a text, or nothing.
@@ -27,13 +28,17 @@ struct Option
     Value value = Value::None;
     const char* valueName = ""; ///< what stands for the value in help
     const char* preset = "";    ///< what holds where the option is not given
-    int minimum = 0;
-    int maximum = 0;
+    double minimum = 0;
+    double maximum = 0;
     QStringList choices = {}; ///< in a Value::Text proposals only
     Check check = nullptr;    ///< of a text
+    char letter = 0;          ///< that says the same behind one dash; 0: none
+    bool isHidden = false;    ///< meant for programs; help does not list it
 
     /// As it is typed.
     QString typed() const;
+    /// All that can be typed: "-h", "--help".
+    QStringList spellings() const;
     /// What help says of it, its choices included.
     QString fullHelp() const;
 };
@@ -42,15 +47,21 @@ Option flag(const char* name, const char* help);
 Option text(const char* name, const char* valueName, const char* help, const char* preset = "");
 Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
              const char* preset = "");
+Option seconds(const char* name, const char* help, double minimum, double maximum, const char* preset);
 Option hertz(const char* name, const char* help);
 Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices);
 Option checked(Option option, Check check);
 /// The words are told and completed; others are as good.
 Option proposed(Option option, const QStringList& words);
 
+Option lettered(char letter, Option option);
+Option hidden(Option option);
+
 /// "a, b, c".
 QString listed(const QStringList& words);
 /// A help text with the words that are possible, if any; "{choices}" says where, else they follow it.
 QString withChoices(const char* help, const QStringList& choices);
+/// As help and messages show it: "0.1", "2147483647".
+QString shownNumber(double number);
 
 } // namespace KoltaApps

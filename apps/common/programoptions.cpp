@@ -5,64 +5,41 @@
 namespace KoltaApps {
 
 ProgramOptions::ProgramOptions(ProgramText program, const QVector<Option>& options)
-    : m_program(std::move(program)), m_options(options)
+    : m_program(std::move(program)), m_options(options), m_parser(m_program.description)
 {
-    m_parser.setApplicationDescription(QString::fromUtf8(m_program.description));
-    for (const Option& option : m_options)
-        m_parser.addOption({QString::fromLatin1(option.name), option.fullHelp(),
-                            QString::fromUtf8(option.valueName), QString::fromUtf8(option.preset)});
+    m_parser.add(m_options);
+    m_parser.add({lettered('h', flag("help", "Shows this help.")),
+                  lettered('v', flag("version", "Displays version information.")),
+                  hidden(text("manual", "FOLDER", "")), hidden(text("choices", "OPTION", ""))});
 }
 
 ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QString& text)
 {
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Shows this help."));
-    m_parser.addOption(help);
-    const QCommandLineOption version = m_parser.addVersionOption();
-    QCommandLineOption manual(QStringLiteral("manual"), QString(), QStringLiteral("FOLDER"));
-    QCommandLineOption choices(QStringLiteral("choices"), QString(), QStringLiteral("OPTION"));
-    for (QCommandLineOption* const hidden : {&manual, &choices}) {
-        hidden->setFlags(QCommandLineOption::HiddenFromHelp);
-        m_parser.addOption(*hidden);
-    }
-
-    if (!m_parser.parse(arguments)) {
-        text = m_parser.errorText();
+    text = m_parser.read(arguments.mid(1));
+    if (!text.isEmpty())
         return Result::Wrong;
-    }
-    text.clear();
-    if (m_parser.isSet(manual))
-        return writeManual(m_parser.value(manual), text) ? Result::Show : Result::Failed;
-    if (m_parser.isSet(choices)) {
-        for (const QString& word : choicesOf(m_parser.value(choices)))
+    if (has("manual"))
+        return writeManual(value("manual"), text) ? Result::Show : Result::Failed;
+    if (has("choices")) {
+        for (const QString& word : m_parser.choicesOf(value("choices")))
             text += word + QLatin1Char('\n');
         return Result::Show;
     }
-    if (m_parser.isSet(help))
-        text = m_parser.helpText();
-    else if (m_parser.isSet(version))
+    if (has("help"))
+        text = m_parser.help();
+    else if (has("version"))
         text = QStringLiteral("%1 " KOLTA_VERSION "\n").arg(QLatin1String(m_program.name));
     if (!text.isEmpty())
         return Result::Show;
-    const QStringList words = m_parser.positionalArguments();
-    if (words.isEmpty())
-        return Result::Run;
-    text = QStringLiteral("found \"%1\", expected options only").arg(words.first());
-    return Result::Wrong;
-}
-
-QStringList ProgramOptions::choicesOf(const QString& name) const
-{
-    for (const Option& option : m_options) {
-        if (name == QLatin1String(option.name))
-            return option.choices;
-    }
-    return {};
+    const QStringList words = m_parser.arguments();
+    text = words.isEmpty() ? m_parser.problemOfValues()
+                           : QStringLiteral("found \"%1\", expected options only").arg(words.first());
+    return text.isEmpty() ? Result::Run : Result::Wrong;
 }
 
 int ProgramOptions::choice(const char* name, QString& problem) const
 {
-    const QStringList words = choicesOf(QLatin1String(name));
+    const QStringList words = m_parser.choicesOf(QLatin1String(name));
     const int place = words.indexOf(value(name));
     if (place < 0)
         problem = QStringLiteral("--%1: expected one of %2, found \"%3\"")

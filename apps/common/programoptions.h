@@ -1,8 +1,7 @@
 #pragma once
 
-#include "option.h"
+#include "optionparser.h"
 
-#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -38,9 +37,9 @@ public:
     /// `arguments` begin with the program.
     Result read(const QStringList& arguments, QString& text);
 
-    bool has(const char* name) const { return m_parser.isSet(QLatin1String(name)); }
-    QString value(const char* name) const { return m_parser.value(QLatin1String(name)); }
-    QStringList values(const char* name) const { return m_parser.values(QLatin1String(name)); }
+    bool has(const char* name) const { return m_parser.isSet(name); }
+    QString value(const char* name) const { return m_parser.value(name); }
+    QStringList values(const char* name) const { return m_parser.values(name); }
     /// Which of its choices an option has, from 0; -1 for another word, which `problem` tells of in one line.
     int choice(const char* name, QString& problem) const;
     /// The first of the pairs whose first option is given without the second, which it needs, as a problem
@@ -48,12 +47,11 @@ public:
     QString problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const;
 
 private:
-    QStringList choicesOf(const QString& name) const;
     bool writeManual(const QString& folder, QString& error) const;
 
     const ProgramText m_program;
     const QVector<Option> m_options;
-    QCommandLineParser m_parser;
+    OptionParser m_parser;
 };
 
 } // namespace KoltaApps

@@ -47,9 +47,9 @@ QString Command::usage() const
 const QVector<Option>& commonOptions()
 {
     static const QVector<Option> options{
-        flag("help", "Show this help."),
+        lettered('h', flag("help", "Show this help.")),
         flag("json", "Print JSON, one object per line, for programs."),
-        text("timeout", "seconds", "Seconds to wait for a link or a reply, 0.1 to 3600 (5).", "5"),
+        seconds("timeout", "Seconds to wait for a link or a reply, 0.1 to 3600 (5).", 0.1, 3600, "5"),
         flag("trace", "Write trace lines to standard error, for support."),
     };
     return options;

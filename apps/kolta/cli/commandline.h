@@ -3,8 +3,8 @@
 #include "command.h"
 
 #include <common/endpoint.h>
+#include <common/optionparser.h>
 
-#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 
@@ -34,41 +34,36 @@ public:
     const CommandTable& table() const noexcept { return m_table; }
     /// The name of the action that was given; empty for none.
     QString action() const { return m_action ? QLatin1String(m_action->name) : QString(); }
-    /// The names of the options that were given, each once.
-    QStringList given() const;
     bool json() const { return isSet("json"); }
-    bool isSet(const char* option) const;
-    QString value(const char* option) const { return m_parser.value(QLatin1String(option)); }
-    QStringList values(const char* option) const { return m_parser.values(QLatin1String(option)); }
+    bool isSet(const char* option) const { return m_parser.isSet(option); }
+    QString value(const char* option) const { return m_parser.value(option); }
+    QStringList values(const char* option) const { return m_parser.values(option); }
     /// Without the name of an action.
     QStringList arguments() const { return m_arguments; }
     QString argument(int index) const { return m_arguments.value(index); }
     /// A Value::Whole.
-    int number(const char* option) const { return value(option).toInt(); }
+    int number(const char* option) const { return m_parser.number(option); }
     /// A Value::Hertz; 0 when it was not given.
-    double hertz(const char* option) const;
+    double hertz(const char* option) const { return m_parser.hertz(option); }
     /// The place of a Value::Choice among its choices; -1 when it was not given.
-    int choice(const char* option) const;
+    int choice(const char* option) const { return m_parser.choice(option); }
     /// The same of an argument.
     int choice(int index) const;
     /// --timeout in milliseconds.
-    int timeoutMs() const noexcept { return m_timeoutMs; }
+    int timeoutMs() const { return qRound(1000 * value("timeout").toDouble()); }
     /// Prints an error that says where to find help, and gives eExitUsage. For what no table can say.
     int usageError(const QString& text) const;
 
 private:
-    QStringList withNumberMarked(QStringList words) const;
-    QString problemOfOptions();
     QString problemOfArguments(const QVector<Argument>& wanted, const QStringList& given) const;
     QString readAction();
 
     const Command& m_command;
     const CommandTable& m_table;
-    QCommandLineParser m_parser;
+    KoltaApps::OptionParser m_parser;
     const Action* m_action = nullptr;
     QVector<Argument> m_wanted; ///< behind the action
     QStringList m_arguments;
-    int m_timeoutMs = 0;
 };
 
 } // namespace KoltaCli

@@ -30,9 +30,9 @@ QStringList namesOf(const CommandTable& table)
 
 QStringList typedOptions(const QVector<Option>& options)
 {
-    QStringList words{QStringLiteral("-h")};
+    QStringList words;
     for (const Option& option : options)
-        words.append(option.typed());
+        words += option.spellings();
     return words;
 }
 
