@@ -71,6 +71,17 @@ void ManualPage::addEntry(const QString& term, const QString& text)
     m_text += QLatin1Char('\n') + line(text);
 }
 
+void ManualPage::addOptions(const QVector<Option>& options)
+{
+    for (const Option& option : options) {
+        QString term = option.spellings().join(QLatin1String(", "));
+        if (option.value != Value::None)
+            term += QLatin1Char(' ') + QString::fromUtf8(option.valueName).toUpper();
+        if (!option.isHidden)
+            addEntry(term, option.fullHelp());
+    }
+}
+
 void ManualPage::addReferences(const QStringList& names)
 {
     QStringList pages;

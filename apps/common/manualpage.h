@@ -1,7 +1,10 @@
 #pragma once
 
+#include "option.h"
+
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace KoltaApps {
 
@@ -19,6 +22,8 @@ public:
     void addText(const QString& text);
     /// Something and what there is to say of it; the first word of `term` stands out.
     void addEntry(const QString& term, const QString& text);
+    /// An entry for each option that is not hidden.
+    void addOptions(const QVector<Option>& options);
     /// The pages of these names, as the last section.
     void addReferences(const QStringList& names);
 

@@ -81,6 +81,16 @@ Option hidden(Option option)
     return option;
 }
 
+QStringList spellingsOf(const QVector<Option>& options)
+{
+    QStringList all;
+    for (const Option& option : options) {
+        if (!option.isHidden)
+            all += option.spellings();
+    }
+    return all;
+}
+
 QString listed(const QStringList& words)
 {
     return words.join(QStringLiteral(", "));

@@ -57,6 +57,8 @@ Option proposed(Option option, const QStringList& words);
 Option lettered(char letter, Option option);
 Option hidden(Option option);
 
+/// All that can be typed of those that are not hidden.
+QStringList spellingsOf(const QVector<Option>& options);
 /// "a, b, c".
 QString listed(const QStringList& words);
 /// A help text with the words that are possible, if any; "{choices}" says where, else they follow it.

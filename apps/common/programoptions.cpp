@@ -4,13 +4,21 @@
 
 namespace KoltaApps {
 
+namespace {
+
+QVector<Option> optionsOfAll()
+{
+    return {lettered('h', flag("help", "Shows this help.")),
+            lettered('v', flag("version", "Displays version information.")),
+            hidden(text("manual", "FOLDER", "")), hidden(text("choices", "OPTION", ""))};
+}
+
+} // namespace
+
 ProgramOptions::ProgramOptions(ProgramText program, const QVector<Option>& options)
-    : m_program(std::move(program)), m_options(options), m_parser(m_program.description)
+    : m_program(std::move(program)), m_options(options + optionsOfAll()), m_parser(m_program.description)
 {
     m_parser.add(m_options);
-    m_parser.add({lettered('h', flag("help", "Shows this help.")),
-                  lettered('v', flag("version", "Displays version information.")),
-                  hidden(text("manual", "FOLDER", "")), hidden(text("choices", "OPTION", ""))});
 }
 
 ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QString& text)
@@ -21,7 +29,8 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
     if (has("manual"))
         return writeManual(value("manual"), text) ? Result::Show : Result::Failed;
     if (has("choices")) {
-        for (const QString& word : m_parser.choicesOf(value("choices")))
+        const QString option = value("choices");
+        for (const QString& word : option.isEmpty() ? spellingsOf(m_options) : m_parser.choicesOf(option))
             text += word + QLatin1Char('\n');
         return Result::Show;
     }
@@ -66,10 +75,7 @@ bool ProgramOptions::writeManual(const QString& folder, QString& error) const
     page.addSection(QStringLiteral("DESCRIPTION"));
     page.addText(QString::fromUtf8(m_program.description));
     page.addSection(QStringLiteral("OPTIONS"));
-    for (const Option& option : m_options)
-        page.addEntry(
-            QStringLiteral("%1 %2").arg(option.typed(), QString::fromUtf8(option.valueName)).trimmed(),
-            option.fullHelp());
+    page.addOptions(m_options);
     page.addReferences(m_program.seeAlso);
     return page.write(folder, error);
 }

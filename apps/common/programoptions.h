@@ -21,7 +21,8 @@ struct ProgramText
 };
 
 /// The command line of a program that has options and no commands: parsed, with --help, --version and, both
-/// hidden, --manual FOLDER and --choices OPTION for completion, from one table.
+/// hidden, --manual FOLDER and, for completion, --choices OPTION, or with "" for the options themselves, from
+/// one table.
 class ProgramOptions
 {
 public:

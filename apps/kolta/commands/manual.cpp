@@ -35,18 +35,6 @@ QString pageOf(const Command& command)
     return program() + QLatin1Char('-') + QLatin1String(command.name);
 }
 
-void addOptions(ManualPage& page, const QVector<Option>& options)
-{
-    for (const Option& option : options) {
-        QString term = option.typed();
-        if (term == QLatin1String("--help"))
-            term.prepend(QStringLiteral("-h, "));
-        if (option.value != Value::None)
-            term += QLatin1Char(' ') + QString::fromUtf8(option.valueName).toUpper();
-        page.addEntry(term, option.fullHelp());
-    }
-}
-
 void addEnd(ManualPage& page, const QStringList& references)
 {
     page.addSection(QStringLiteral("EXIT STATUS"));
@@ -75,7 +63,7 @@ ManualPage manualOf(const Command& command)
     for (const Action& action : command.actions)
         page.addEntry(action.shown(), QString::fromUtf8(action.help));
     page.addSection(QStringLiteral("OPTIONS"));
-    addOptions(page, command.options + commonOptions());
+    page.addOptions(command.options + commonOptions());
     addEnd(page, {program()});
     return page;
 }
@@ -101,7 +89,7 @@ ManualPage overviewOf(const CommandTable& table)
     }
     page.addSection(QStringLiteral("OPTIONS"));
     page.addText(QStringLiteral("Every command has these:"));
-    addOptions(page, commonOptions());
+    page.addOptions(commonOptions());
     page.addEntry(QStringLiteral("-v, --version"),
                   QStringLiteral("Print the version, in the place of a command."));
     addEnd(page, pages + QStringList{QStringLiteral("koltasim")});

@@ -28,14 +28,6 @@ QStringList namesOf(const CommandTable& table)
     return names;
 }
 
-QStringList typedOptions(const QVector<Option>& options)
-{
-    QStringList words;
-    for (const Option& option : options)
-        words += option.spellings();
-    return words;
-}
-
 const Option* findOption(const QVector<Option>& options, const QString& typed)
 {
     const auto it = std::find_if(options.begin(), options.end(),
@@ -70,7 +62,7 @@ public:
             return KoltaCli::placeOf(*m_open, QString(), word);
         const int equals = word.indexOf(QLatin1Char('='));
         if (word.startsWith(QLatin1Char('-')) && equals < 0)
-            return {QString(), typedOptions(m_options), NameKind::None};
+            return {QString(), KoltaApps::spellingsOf(m_options), NameKind::None};
         const Option* const option = findOption(m_options, word.left(equals));
         if (option && equals > 0)
             return KoltaCli::placeOf(*option, word.left(equals + 1), word.mid(equals + 1));
@@ -137,7 +129,8 @@ Place placeOf(const QStringList& before, const QString& word, const CommandTable
         const Option* const open = before.isEmpty() ? nullptr : findOption(commonOptions(), before.last());
         if (open && open->value != Value::None)
             return {};
-        return {QString(), word.startsWith(QLatin1Char('-')) ? typedOptions(commonOptions()) : namesOf(table),
+        return {QString(),
+                word.startsWith(QLatin1Char('-')) ? KoltaApps::spellingsOf(commonOptions()) : namesOf(table),
                 NameKind::None};
     }
     const Command* const command = table.find(before.at(name));
