@@ -108,8 +108,7 @@ private Q_SLOTS:
                 [&told](const Kolta::Event& event) { told.append(event.text); });
         auto* const server = session->simulation()->server(QStringLiteral("S1"));
         const auto identity = server->resources().GetTuner().first().GetTavikResource();
-        const QString expected =
-            QStringLiteral("Tuner %1 ist nicht erreichbar").arg(identity.GetDisplayName());
+        const QString expected = QStringLiteral("Tuner %1 ist unerreichbar").arg(identity.GetDisplayName());
         QVERIFY(server->setTunerAccessible(identity.GetGUID(), false));
         QVERIFY2(told.contains(expected), qPrintable(told.join(QLatin1Char('\n'))));
     }

@@ -65,7 +65,7 @@ void TestShell::runsTheLinesOfActions()
     const QString record = words("archive/disk-1/4711");
     const QPair<QString, const char*> actions[] = {
         {lines.produce(order), "MCP 1"},
-        {lines.explain(order), "not idle"},
+        {lines.explain(order), "refused: in use"},
         {lines.plan(order), "yes"},
         {lines.plan(named), "yes"},
         {lines.own(words("MCP 1"), Own::ForceTake) + words(" --user administrator"), "is owned by kolta"},

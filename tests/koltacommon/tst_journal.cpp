@@ -109,7 +109,7 @@ private Q_SLOTS:
 
         server.setTunerIdle(guid(101), false);
         server.show();
-        QCOMPARE(taken(), QStringList{"note tuner T1 is busy"_s});
+        QCOMPARE(taken(), QStringList{"note tuner T1 is in use"_s});
         interface.getProductionControl().StopProduction(QUuid(guid(901)));
         server.running.EditMCP().removeFirst();
         server.show();

@@ -177,7 +177,7 @@ void tst_ProductionJob::refusesWhatCannotBe_data()
         "Refused None Unsuitable", "tuner T1 does not fit: needs 98.5 MHz, reaches 0.009 to 30 MHz");
     row(
         "all taken", [k](auto& o) { o.storageGuids = QStringList{k("S")}; }, "Refused None NoTuner",
-        "1 not idle, 1 no matching storage");
+        "1 in use, 1 no matching storage");
     row(
         "FFP without MCP", [](auto& o) { o.kind = ProductionOrder::Kind::Ffp; }, "Refused None InvalidOrder",
         "an FFP needs an MCP");

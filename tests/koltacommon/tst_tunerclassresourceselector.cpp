@@ -265,8 +265,8 @@ private Q_SLOTS:
             texts.append(candidate.tuner.GetTavikResource().GetDisplayName() + QLatin1Char(' ') +
                          toText(candidate.refusal));
         QCOMPARE(texts,
-                 QStringList({"good "_s, "away not accessible"_s, "busy not idle"_s,
-                              "case no matching storage"_s, "no excluded"_s, "plain no matching storage"_s,
+                 QStringList({"good "_s, "away out of reach"_s, "busy in use"_s, "case no matching storage"_s,
+                              "no excluded"_s, "plain no matching storage"_s,
                               "stranger not in the tuner class tree"_s}));
         QVERIFY(!selector.explainSelection("root"_s).classExists);
     }

@@ -94,7 +94,7 @@ Totals totalsOf(const QVector<SurveyedServer>& servers)
         if (!server.isLive() || !server.figures || !server.figures->isConnected)
             continue;
         totals.up += server.figures->isUp ? 1 : 0;
-        totals.free += server.figures->free;
+        totals.free += server.figures->freeTuners();
         totals.tuners += server.figures->tuners();
         totals.productions += server.figures->productions;
     }

@@ -48,12 +48,11 @@ void addFigures(MetricsText& text, const QVector<const ServerFigures*>& all)
               [](const ServerFigures& figures) { return figures.state; });
     text.family("kolta_tuners", MetricsText::eGauge, "Tuners of the server by what they are used for.");
     for (const ServerFigures* const figures : all) {
-        const QPair<const char*, int> counts[] = {{"free", figures->free},
-                                                  {"in_use", figures->inUse},
-                                                  {"inaccessible", figures->inaccessible},
-                                                  {"planned", figures->planned}};
-        for (const auto& [state, count] : counts)
-            text.sample(count, {{kServer, figures->name}, {kState, QLatin1String(state)}});
+        for (int state = 0; state < kTunerStateCount; ++state) {
+            const auto& name = nameOf(static_cast<Kolta::TunerBookingManager::eTunerState>(state));
+            text.sample(figures->tunersInState[static_cast<std::size_t>(state)],
+                        {{kServer, figures->name}, {kState, QLatin1String(name.label)}});
+        }
     }
     addFamily(text, all, "kolta_processors", "Processors that run.",
               [](const ServerFigures& figures) { return figures.processors; });

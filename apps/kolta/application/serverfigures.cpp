@@ -5,45 +5,38 @@
 #include <koltacommon/hardwareprocessingobserver.h>
 #include <koltacommon/koltaprocessorobserver.h>
 #include <koltacommon/koltaserverinterface.h>
-#include <koltacommon/tunerbookingmanager.h>
+
+#include <numeric>
 
 namespace KoltaCli {
 
-using Kolta::TunerBookingManager;
-
 namespace {
 
-void countTuners(const TunerBookingManager& booking, ServerFigures& figures)
-{
-    for (const auto& tuner : booking.getAllTuners()) {
-        switch (booking.getTunerState(tuner.GetTavikResource().GetGUID())) {
-        case TunerBookingManager::eFree:
-            ++figures.free;
-            break;
-        case TunerBookingManager::eInUse:
-            ++figures.inUse;
-            break;
-        case TunerBookingManager::eInaccessible:
-            ++figures.inaccessible;
-            break;
-        case TunerBookingManager::ePlanned:
-            ++figures.planned;
-            break;
-        }
-    }
-}
+/// Published: the names stay as they are.
+constexpr std::array<TunerStateName, kTunerStateCount> kTunerStateNames{
+    {{"free", "free"}, {"inUse", "in_use"}, {"inaccessible", "inaccessible"}, {"planned", "planned"}}};
 
 } // namespace
 
+const TunerStateName& nameOf(Kolta::TunerBookingManager::eTunerState state)
+{
+    return kTunerStateNames[static_cast<std::size_t>(state)];
+}
+
+int ServerFigures::tuners() const noexcept
+{
+    return std::accumulate(tunersInState.begin(), tunersInState.end(), 0);
+}
+
 QVector<QPair<QString, int>> ServerFigures::counts() const
 {
-    return {{QStringLiteral("free"), free},
-            {QStringLiteral("inUse"), inUse},
-            {QStringLiteral("inaccessible"), inaccessible},
-            {QStringLiteral("planned"), planned},
-            {QStringLiteral("processors"), processors},
-            {QStringLiteral("productions"), productions},
-            {QStringLiteral("hardware"), hardware}};
+    QVector<QPair<QString, int>> counts;
+    for (std::size_t i = 0; i < tunersInState.size(); ++i)
+        counts.append({QLatin1String(kTunerStateNames[i].json), tunersInState[i]});
+    counts.append({QStringLiteral("processors"), processors});
+    counts.append({QStringLiteral("productions"), productions});
+    counts.append({QStringLiteral("hardware"), hardware});
+    return counts;
 }
 
 ServerFigures ServerFigures::of(Server& server)
@@ -57,7 +50,9 @@ ServerFigures ServerFigures::of(Server& server)
     figures.isReady = server.isReady();
     figures.isConnected = figures.state != Kolta::SERVER_STATES::eDisconnected;
     figures.isUp = KoltaCli::isUp(server) && figures.state == Kolta::SERVER_STATES::eOperational;
-    countTuners(server.getBookingManager(), figures);
+    const Kolta::TunerBookingManager& booking = server.getBookingManager();
+    for (const auto& tuner : booking.getAllTuners())
+        ++figures.tunersInState[booking.getTunerState(tuner.GetTavikResource().GetGUID())];
     figures.processors = ProcessorDirectory({&server}).all().size();
     figures.productions = server.getProcessorObserver().GetProductionIDs().size();
     figures.hardware = server.getHWProcessingObserver().getActiveHWProcessors().GetHWProcessing().size();

@@ -64,9 +64,10 @@ QString reasonOf(const TunerCandidate& candidate)
         return toText(candidate.ahead);
     if (candidate.detail.isEmpty())
         return QStringLiteral("refused: ") + toText(candidate.refusal);
-    return (candidate.refusal == TunerRefusal::NotIdle ? QStringLiteral("refused: in use by ")
-                                                       : QStringLiteral("refused: ")) +
-           candidate.detail;
+    const QString reason = candidate.refusal == TunerRefusal::NotIdle
+                               ? QStringLiteral("%1 by %2").arg(toText(candidate.refusal), candidate.detail)
+                               : candidate.detail;
+    return QStringLiteral("refused: ") + reason;
 }
 
 } // namespace
@@ -135,6 +136,19 @@ Table reasonTable(const Kolta::TunerSelection& selection)
     return table;
 }
 
+/// Published: the words stay as they are, whatever people read.
+QString nameOf(TunerRefusal refusal)
+{
+    switch (refusal) {
+    case TunerRefusal::NotAccessible:
+        return QStringLiteral("not accessible");
+    case TunerRefusal::NotIdle:
+        return QStringLiteral("not idle");
+    default:
+        return toText(refusal);
+    }
+}
+
 QJsonObject toJson(const TunerCandidate& candidate)
 {
     QJsonObject object{{QStringLiteral("tuner"), nameOf(candidate.tuner)},
@@ -147,7 +161,7 @@ QJsonObject toJson(const TunerCandidate& candidate)
         object[QStringLiteral("depth")] = candidate.depth;
     }
     if (candidate.refusal != TunerRefusal::None)
-        object[QStringLiteral("refusal")] = toText(candidate.refusal);
+        object[QStringLiteral("refusal")] = nameOf(candidate.refusal);
     if (!candidate.detail.isEmpty())
         object[QStringLiteral("detail")] = candidate.detail;
     return object;

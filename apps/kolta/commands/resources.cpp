@@ -1,11 +1,13 @@
 #include "commands.h"
 
+#include <kolta/application/serverfigures.h>
 #include <kolta/application/servers.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
+#include <koltacommon/tunermodel.h>
 #include <koltacommon/units.h>
 
 namespace KoltaCli {
@@ -19,9 +21,7 @@ namespace {
 
 QString stateOf(const Tuner& tuner)
 {
-    if (!tuner.GetAccessible())
-        return QStringLiteral("not accessible");
-    return tuner.GetIdle() ? QStringLiteral("free") : QStringLiteral("busy");
+    return Kolta::TunerModel::stateText(Kolta::TunerBookingManager::reportedState(tuner));
 }
 
 template<class Unit>
@@ -88,6 +88,8 @@ void printObjects(Server& server)
     const ResourceOverview& resources = server.getResourceObserver().GetCurrentResources();
     for (const Tuner& tuner : resources.GetTuner()) {
         QJsonObject object = toJson(server, QStringLiteral("tuner"), tuner);
+        object[QStringLiteral("state")] =
+            QLatin1String(nameOf(Kolta::TunerBookingManager::reportedState(tuner)).json);
         object[QStringLiteral("type")] = tuner.GetType();
         if (tuner.IsMaxSWBandwidthSet())
             object[QStringLiteral("softwareBandwidth")] = tuner.GetMaxSWBandwidth();

@@ -31,7 +31,7 @@ void printTable(const QVector<ServerFigures>& servers)
 {
     Table table({QStringLiteral("SERVER"), QStringLiteral("HOST"), QStringLiteral("STATE"),
                  QStringLiteral("READY"), QStringLiteral("FREE"), QStringLiteral("IN USE"),
-                 QStringLiteral("INACCESSIBLE"), QStringLiteral("PLANNED"), QStringLiteral("PROCESSORS"),
+                 QStringLiteral("OUT OF REACH"), QStringLiteral("PLANNED"), QStringLiteral("PROCESSORS"),
                  QStringLiteral("PRODUCTIONS"), QStringLiteral("HARDWARE"), QStringLiteral("MESSAGE")});
     table.alignRight({4, 5, 6, 7, 8, 9, 10});
     for (const ServerFigures& figures : servers) {

@@ -289,6 +289,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Verbindung %1 wurde aufgegeben: %2</translation>
     </message>
     <message>
+        <source>tuner %1 is %2</source>
+        <translation>Tuner %1 ist %2</translation>
+    </message>
+    <message>
         <source>%1 s</source>
         <translation>%1 s</translation>
     </message>
@@ -352,20 +356,8 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Tuner %1 ist fort</translation>
     </message>
     <message>
-        <source>tuner %1 is accessible</source>
+        <source>tuner %1 is within reach</source>
         <translation>Tuner %1 ist erreichbar</translation>
-    </message>
-    <message>
-        <source>tuner %1 is not accessible</source>
-        <translation>Tuner %1 ist nicht erreichbar</translation>
-    </message>
-    <message>
-        <source>tuner %1 is free</source>
-        <translation>Tuner %1 ist frei</translation>
-    </message>
-    <message>
-        <source>tuner %1 is busy</source>
-        <translation>Tuner %1 ist belegt</translation>
     </message>
     <message>
         <source>registered</source>
@@ -981,10 +973,6 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>Kolta::ServerTuners</name>
     <message>
-        <source>planned here</source>
-        <translation>hier geplant</translation>
-    </message>
-    <message>
         <source>planned here for &apos;%1&apos;</source>
         <translation>hier geplant für „%1“</translation>
     </message>
@@ -1452,14 +1440,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>von der Kostenfunktion bevorzugt</translation>
     </message>
     <message>
-        <source>not accessible</source>
-        <translation>unerreichbar</translation>
-    </message>
-    <message>
-        <source>not idle</source>
-        <translation>belegt</translation>
-    </message>
-    <message>
         <source>excluded</source>
         <translation>ausgeschlossen</translation>
     </message>
@@ -1739,10 +1719,6 @@ F1 zeigt die Tasten der Seite.</translation>
             <numerusform>, %n Konflikt</numerusform>
             <numerusform>, %n Konflikte</numerusform>
         </translation>
-    </message>
-    <message>
-        <source>planned here</source>
-        <translation>hier geplant</translation>
     </message>
     <message>
         <source>%1 is away</source>

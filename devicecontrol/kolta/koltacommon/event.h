@@ -77,7 +77,7 @@ struct KOLTA_COMMON_EXPORT Event
     int state = kUnchanged;
     bool sawBegin = true; ///< false: `state` was found, and had begun nobody knows when
     QString name;         ///< of the subject
-    QString text;         ///< one line, without time and server: "tuner ZELM 1 Nord is busy"
+    QString text;         ///< one line, without time and server: "tuner ZELM 1 Nord is in use"
     // GUIDs, of processors; empty for none.
     QString production;
     QString tuner;

@@ -6,6 +6,7 @@
 #include <koltacommon/reportexceptiontext.h>
 #include <koltacommon/servernodes.h>
 #include <koltacommon/tavikresourceconverter.h>
+#include <koltacommon/tunerbookingmanager.h>
 
 #include <resourcemodel/requests.h>
 #include <startup/tracesource.h>
@@ -51,7 +52,7 @@ using Changes = std::vector<Change>;
 
 bool isFree(const Tuner& tuner)
 {
-    return tuner.GetAccessible() && tuner.GetIdle();
+    return TunerBookingManager::reportedState(tuner) == TunerBookingManager::eFree;
 }
 
 template<class Unit>

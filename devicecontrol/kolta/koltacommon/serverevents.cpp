@@ -10,6 +10,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/operation.h>
 #include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/tunermodel.h>
 
 #include <QTimer>
 
@@ -28,17 +29,16 @@ namespace {
 constexpr int kFreshMs = 3000;
 constexpr int kMostEarly = 20000;
 
-int stateOf(const Tuner& tuner)
-{
-    if (!tuner.GetAccessible())
-        return TunerBookingManager::eInaccessible;
-    return tuner.GetIdle() ? TunerBookingManager::eFree : TunerBookingManager::eInUse;
-}
-
 template<class Unit>
 bool isRegistered(const Unit& unit)
 {
     return unit.IsRegistrationSet() && unit.GetRegistration() == Unit::eRegistered;
+}
+
+/// With a place for the tuner's name.
+QString stateText(TunerBookingManager::eTunerState state)
+{
+    return InstallationEvents::tr("tuner %1 is %2").arg(QStringLiteral("%1"), TunerModel::stateText(state));
 }
 
 QString durationText(qint64 milliseconds)
@@ -314,8 +314,9 @@ void ServerEvents::appendPresent(QVector<Event>& events) const
     const auto& resources = m_server->getResourceObserver().GetCurrentResources();
     for (const Tuner& tuner : resources.GetTuner()) {
         const auto& identity = tuner.GetTavikResource();
-        if (stateOf(tuner) != TunerBookingManager::eFree)
-            add(Kind::Resource, Type::Tuner, identity.GetGUID(), stateOf(tuner), identity.GetDisplayName());
+        const auto state = TunerBookingManager::reportedState(tuner);
+        if (state != TunerBookingManager::eFree)
+            add(Kind::Resource, Type::Tuner, identity.GetGUID(), state, identity.GetDisplayName());
     }
     const auto addUnits = [&add](const auto& units) {
         for (const auto& unit : units) {
@@ -349,15 +350,13 @@ void ServerEvents::followResources()
             [this](const QString& guid, bool accessible) {
                 const bool isExpected = accessible || m_requests->isSwitched();
                 tellTuner(guid,
-                          accessible ? InstallationEvents::tr("tuner %1 is accessible")
-                                     : InstallationEvents::tr("tuner %1 is not accessible"),
+                          accessible ? InstallationEvents::tr("tuner %1 is within reach")
+                                     : stateText(TunerBookingManager::eInaccessible),
                           isExpected ? Weight::Note : Weight::Alarm);
             });
     connect(resources, &KoltaResourceObserver::si_TunerIdleStateChanged, this,
             [this](const QString& guid, bool idle) {
-                tellTuner(guid,
-                          idle ? InstallationEvents::tr("tuner %1 is free")
-                               : InstallationEvents::tr("tuner %1 is busy"),
+                tellTuner(guid, stateText(idle ? TunerBookingManager::eFree : TunerBookingManager::eInUse),
                           Weight::Note);
             });
     followUnits(*resources);
@@ -394,7 +393,7 @@ QString ServerEvents::resourceName(const QString& guid)
 int ServerEvents::tunerState(const QString& guid) const
 {
     const auto* const tuner = dynamic_cast<const Tuner*>(m_server->getResourceObserver().FindResource(guid));
-    return tuner ? stateOf(*tuner) : Event::kGone;
+    return tuner ? TunerBookingManager::reportedState(*tuner) : Event::kGone;
 }
 
 void ServerEvents::tellTuner(const QString& guid, const QString& text, Weight weight)

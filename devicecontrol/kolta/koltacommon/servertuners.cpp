@@ -10,6 +10,7 @@
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunerclassesobserver.h>
 #include <koltacommon/tunerclasstree.h>
+#include <koltacommon/tunermodel.h>
 
 #include <QCoreApplication>
 
@@ -30,7 +31,7 @@ QString TunerHolder::text() const
 {
     if (isPlan)
         return purpose.isEmpty()
-                   ? translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "planned here"))
+                   ? TunerModel::stateText(TunerBookingManager::ePlanned)
                    : translated(QT_TRANSLATE_NOOP("Kolta::ServerTuners", "planned here for '%1'"))
                          .arg(purpose);
     if (processor.isEmpty())

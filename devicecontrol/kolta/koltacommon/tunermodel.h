@@ -50,7 +50,7 @@ public:
     explicit TunerModel(QObject* parent = nullptr, Grouping grouping = Grouping::None);
     ~TunerModel() override;
 
-    /// The state in words: "free", "in use", "planned here", "out of reach".
+    /// The state in words, which all who show it use: "free", "in use", "planned here", "out of reach".
     static QString stateText(TunerBookingManager::eTunerState state);
 
 private:

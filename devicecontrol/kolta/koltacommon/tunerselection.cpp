@@ -1,5 +1,8 @@
 #include <koltacommon/tunerselection.h>
 
+#include <koltacommon/tunerbookingmanager.h>
+#include <koltacommon/tunermodel.h>
+
 #include <QCoreApplication>
 #include <QMap>
 
@@ -45,9 +48,16 @@ TunerFilter TunerFilter::withNeeds(const TunerNeeds& needs) const
 
 TunerRefusal TunerFilter::refusalByState(const Tuner& tuner)
 {
-    if (!tuner.GetAccessible())
+    switch (TunerBookingManager::reportedState(tuner)) {
+    case TunerBookingManager::eInaccessible:
         return TunerRefusal::NotAccessible;
-    return tuner.GetIdle() ? TunerRefusal::None : TunerRefusal::NotIdle;
+    case TunerBookingManager::eInUse:
+        return TunerRefusal::NotIdle;
+    case TunerBookingManager::eFree:
+    case TunerBookingManager::ePlanned:
+        break;
+    }
+    return TunerRefusal::None;
 }
 
 TunerRefusal TunerFilter::refusalByWishes(const Tuner& tuner) const
@@ -115,9 +125,9 @@ QString toText(TunerRefusal refusal)
     case TunerRefusal::None:
         break;
     case TunerRefusal::NotAccessible:
-        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not accessible"));
+        return TunerModel::stateText(TunerBookingManager::eInaccessible);
     case TunerRefusal::NotIdle:
-        return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "not idle"));
+        return TunerModel::stateText(TunerBookingManager::eInUse);
     case TunerRefusal::Excluded:
         return translated(QT_TRANSLATE_NOOP("Kolta::TunerSelection", "excluded"));
     case TunerRefusal::NoMatchingStorage:

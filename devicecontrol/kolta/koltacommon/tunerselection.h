@@ -116,10 +116,10 @@ struct TunerAllotment
     int heldBy = -1;
 };
 
-/// Short translated texts, such as "lower cost" and "not idle"; empty for None.
+/// Short translated texts, such as "lower cost" and "in use"; empty for None.
 KOLTA_COMMON_EXPORT QString toText(TunerCriterion criterion);
 KOLTA_COMMON_EXPORT QString toText(TunerRefusal refusal);
-/// How many tuners were refused for which reason, "2 not idle, 1 out of range", or the detail of a single
+/// How many tuners were refused for which reason, "2 in use, 1 out of range", or the detail of a single
 /// one.
 KOLTA_COMMON_EXPORT QString refusalSummary(const TunerSelection& selection);
 

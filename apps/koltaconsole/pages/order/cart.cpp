@@ -422,7 +422,7 @@ Look Cart::lookOf(int row) const
     case State::Planned:
         if (line.isAway)
             return {Mark::Cross, Role::Dim, tr("%1 is away").arg(serverOf(line)), false};
-        return {Mark::Hatched, Role::Planned, tr("planned here"), false};
+        return tunerLook(Kolta::TunerBookingManager::ePlanned);
     case State::Conflict:
         return {Mark::Triangle, Role::Attention, line.text, true};
     case State::Asked:
