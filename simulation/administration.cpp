@@ -13,7 +13,6 @@
 
 namespace KoltaSimulation {
 
-using RESOURCEMANAGEMENT::ProcessingUnit;
 using RESOURCEMANAGEMENT::ResourceOverview;
 
 namespace {
@@ -125,7 +124,7 @@ QString Administration::startupErrors() const
                 QStringLiteral("Tuner %1 is not accessible").arg(tuner.GetTavikResource().GetName()));
     }
     for (const auto& unit : m_resources.overview().GetProcessingUnit()) {
-        if (unit.GetRegistration() != ProcessingUnit::eRegistered)
+        if (!isRegistered(unit))
             errors.append(QStringLiteral("Processing unit %1 is not registered")
                               .arg(unit.GetTavikResource().GetName()));
     }

@@ -48,7 +48,7 @@ void ProcessingCapacity::rebuild()
     m_byTaken.clear();
     for (int i = 0; i < m_units.size(); ++i) {
         const ProcessingUnit& unit = m_units.at(i);
-        if (!unit.IsRegistrationSet() || unit.GetRegistration() != ProcessingUnit::eRegistered)
+        if (!RESOURCEMANAGEMENT::isRegistered(unit))
             continue;
         const QString guid = unit.GetTavikResource().GetGUID();
         m_places.insert(guid, i);

@@ -98,6 +98,13 @@ public:
     RG_RECORD(StorageUnit)
 };
 
+/// Whether a processing or storage unit says that it is registered; one that says nothing is not.
+template<class Unit>
+bool isRegistered(const Unit& unit)
+{
+    return unit.IsRegistrationSet() && unit.GetRegistration() == Unit::eRegistered;
+}
+
 #define RG_FIELDS_ResourceOverview(F)                                                                        \
     F(Int, qint32, NumberOfTuners, Optional, "number of tuners as the server counts them")                   \
     F(RecordList, Tuner, Tuner, Optional, "every tuner of the server")                                       \

@@ -27,9 +27,7 @@ QString stateOf(const Tuner& tuner)
 template<class Unit>
 QString stateOf(const Unit& unit)
 {
-    return unit.IsRegistrationSet() && unit.GetRegistration() == Unit::eRegistered
-               ? QStringLiteral("registered")
-               : QStringLiteral("not registered");
+    return isRegistered(unit) ? QStringLiteral("registered") : QStringLiteral("not registered");
 }
 
 QString megahertz(bool isSet, double hertz)

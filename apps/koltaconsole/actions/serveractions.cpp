@@ -177,7 +177,7 @@ void ServerActions::offerPower(const QString& address)
     const auto add = [&](const auto& units) {
         for (const auto& unit : units) {
             const auto& identity = unit.GetTavikResource();
-            const bool isOn = unit.IsRegistrationSet() && unit.GetRegistration() == unit.eRegistered;
+            const bool isOn = isRegistered(unit);
             addSwitch(*menu, address, identity.GetDisplayName(), identity.GetGUID(), isOn);
         }
     };

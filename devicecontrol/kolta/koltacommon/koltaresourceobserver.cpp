@@ -55,12 +55,6 @@ bool isFree(const Tuner& tuner)
     return TunerBookingManager::reportedState(tuner) == TunerBookingManager::eFree;
 }
 
-template<class Unit>
-bool isRegistered(const Unit& unit)
-{
-    return unit.IsRegistrationSet() && unit.GetRegistration() == Unit::eRegistered;
-}
-
 bool offersLocalStorage(const ProcessingUnit& unit)
 {
     return isRegistered(unit) && unit.GetLocalStorage() == ProcessingUnit::eOffersLocalStorage;
@@ -293,7 +287,8 @@ bool KoltaResourceObserver::hasStorage() const
 {
     const auto& storageUnits = m_currentOverview->GetStorageUnit();
     const auto& processingUnits = m_currentOverview->GetProcessingUnit();
-    return std::any_of(storageUnits.begin(), storageUnits.end(), isRegistered<StorageUnit>) ||
+    return std::any_of(storageUnits.begin(), storageUnits.end(),
+                       RESOURCEMANAGEMENT::isRegistered<StorageUnit>) ||
            std::any_of(processingUnits.begin(), processingUnits.end(), offersLocalStorage);
 }
 

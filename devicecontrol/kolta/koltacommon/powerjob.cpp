@@ -25,12 +25,8 @@ QSet<QString> unitsThatAreOn(const RESOURCEMANAGEMENT::ResourceOverview& resourc
         }
     };
     add(resources.GetTuner(), [](const Tuner& tuner) { return tuner.GetAccessible(); });
-    add(resources.GetProcessingUnit(), [](const ProcessingUnit& unit) {
-        return unit.IsRegistrationSet() && unit.GetRegistration() == ProcessingUnit::eRegistered;
-    });
-    add(resources.GetStorageUnit(), [](const StorageUnit& unit) {
-        return unit.IsRegistrationSet() && unit.GetRegistration() == StorageUnit::eRegistered;
-    });
+    add(resources.GetProcessingUnit(), isRegistered<ProcessingUnit>);
+    add(resources.GetStorageUnit(), isRegistered<StorageUnit>);
     return on;
 }
 

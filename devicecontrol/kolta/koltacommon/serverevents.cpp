@@ -29,12 +29,6 @@ namespace {
 constexpr int kFreshMs = 3000;
 constexpr int kMostEarly = 20000;
 
-template<class Unit>
-bool isRegistered(const Unit& unit)
-{
-    return unit.IsRegistrationSet() && unit.GetRegistration() == Unit::eRegistered;
-}
-
 /// With a place for the tuner's name.
 QString stateText(TunerBookingManager::eTunerState state)
 {
@@ -364,11 +358,11 @@ void ServerEvents::followResources()
 
 void ServerEvents::followUnits(const KoltaResourceObserver& resources)
 {
-    const auto tellRegistration = [this](const QString& guid, const QString& text, bool isRegistered) {
+    const auto tellRegistration = [this](const QString& guid, const QString& text, bool on) {
         tellUnit(guid,
-                 text.arg(resourceName(guid), isRegistered ? InstallationEvents::tr("registered")
-                                                           : InstallationEvents::tr("not registered")),
-                 isRegistered ? 1 : 0);
+                 text.arg(resourceName(guid), on ? InstallationEvents::tr("registered")
+                                                 : InstallationEvents::tr("not registered")),
+                 on ? 1 : 0);
     };
     connect(&resources, &KoltaResourceObserver::si_PuRegistrationChanged, this,
             [tellRegistration](const QString& guid, ProcessingUnit::Registration registration) {

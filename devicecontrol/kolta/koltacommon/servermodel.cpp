@@ -66,12 +66,10 @@ private:
 /// "9 of 10", and the number of those that are registered.
 std::pair<QString, int> unitsOf(const RESOURCEMANAGEMENT::ResourceOverview& resources)
 {
-    using RESOURCEMANAGEMENT::ProcessingUnit;
+    using namespace RESOURCEMANAGEMENT;
     const auto& units = resources.GetProcessingUnit();
     const auto registered =
-        static_cast<int>(std::count_if(units.begin(), units.end(), [](const ProcessingUnit& unit) {
-            return unit.IsRegistrationSet() && unit.GetRegistration() == ProcessingUnit::eRegistered;
-        }));
+        static_cast<int>(std::count_if(units.begin(), units.end(), isRegistered<ProcessingUnit>));
     return {units.isEmpty() ? QString() : ServerModel::tr("%1 of %2").arg(registered).arg(units.size()),
             registered};
 }
