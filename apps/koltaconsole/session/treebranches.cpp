@@ -11,42 +11,33 @@ using State = Kolta::LinkFigures::State;
 
 namespace {
 
-/// How it looks among links, and its word.
-std::pair<State, QString> looksOf(BranchState state)
+/// What the console makes of a state of a branch.
+struct Looks
+{
+    State link; ///< how it looks among links
+    BranchCondition condition;
+    QString word;
+};
+
+Looks looksOf(BranchState state)
 {
     switch (state) {
     case BranchState::Unknown:
-        return {State::Closed, TreeBranches::tr("never heard of")};
+        return {State::Closed, BranchCondition::Normal, TreeBranches::tr("never heard of")};
     case BranchState::Joining:
-        return {State::Connecting, TreeBranches::tr("joining")};
+        return {State::Connecting, BranchCondition::Joining, TreeBranches::tr("joining")};
     case BranchState::Live:
-        return {State::Up, TreeBranches::tr("live")};
+        return {State::Up, BranchCondition::Normal, TreeBranches::tr("live")};
     case BranchState::Suspect:
-        return {State::Waiting, TreeBranches::tr("silent")};
+        return {State::Waiting, BranchCondition::Silent, TreeBranches::tr("silent")};
     case BranchState::Lost:
-        return {State::GivenUp, TreeBranches::tr("lost")};
+        return {State::GivenUp, BranchCondition::Normal, TreeBranches::tr("lost")};
     case BranchState::Withdrawn:
-        return {State::Closed, TreeBranches::tr("has left")};
+        return {State::Closed, BranchCondition::Withdrawn, TreeBranches::tr("withdrawn")};
     case BranchState::Forbidden:
-        return {State::Closed, TreeBranches::tr("forbidden")};
+        return {State::Closed, BranchCondition::Forbidden, TreeBranches::tr("forbidden")};
     }
-    return {State::Closed, QString()};
-}
-
-BranchCondition conditionOf(BranchState state)
-{
-    switch (state) {
-    case BranchState::Joining:
-        return BranchCondition::Joining;
-    case BranchState::Suspect:
-        return BranchCondition::Silent;
-    case BranchState::Withdrawn:
-        return BranchCondition::Withdrawn;
-    case BranchState::Forbidden:
-        return BranchCondition::Forbidden;
-    default:
-        return BranchCondition::Normal;
-    }
+    return {State::Closed, BranchCondition::Normal, QString()};
 }
 
 } // namespace
@@ -96,12 +87,12 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
                    m_line.liveSince, -1, 0, m_line.reconnections, m_line.lastFault});
     for (const distribution::BranchStatus& branch : m_link.branches()) {
         const Past past = m_pasts.value(branch.name);
-        auto [state, text] = looksOf(branch.state);
+        Looks looks = looksOf(branch.state);
         if (branch.state == BranchState::Suspect && branch.beatAgeMs >= 0)
-            text = tr("silent, no beat for %1 s").arg(branch.beatAgeMs / 1000);
+            looks.word = tr("silent, no beat for %1 s").arg(branch.beatAgeMs / 1000);
         else if (branch.state == BranchState::Joining && branch.parts > 0)
-            text = tr("joining, %1 of %2 parts").arg(branch.joinedParts).arg(branch.parts);
-        result.append({branch.name, branch.host, state, text, past.liveSince, branch.beatAgeMs,
+            looks.word = tr("joining, %1 of %2 parts").arg(branch.joinedParts).arg(branch.parts);
+        result.append({branch.name, branch.host, looks.link, looks.word, past.liveSince, branch.beatAgeMs,
                        static_cast<int>(branch.openWishes), past.reconnections, past.lastFault});
     }
     return result;
@@ -111,7 +102,7 @@ QHash<QString, SeenBranch> TreeBranches::odd() const
 {
     QHash<QString, SeenBranch> found;
     for (const distribution::BranchStatus& branch : m_link.branches()) {
-        const BranchCondition condition = conditionOf(branch.state);
+        const BranchCondition condition = looksOf(branch.state).condition;
         if (condition != BranchCondition::Normal)
             found.insert(branch.name, {condition, branch.beatAgeMs, branch.parts, branch.joinedParts});
     }

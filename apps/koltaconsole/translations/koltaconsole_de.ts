@@ -3346,8 +3346,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>verloren</translation>
     </message>
     <message>
-        <source>has left</source>
-        <translation>hat sich abgemeldet</translation>
+        <source>withdrawn</source>
+        <translation>abgemeldet</translation>
     </message>
     <message>
         <source>forbidden</source>
