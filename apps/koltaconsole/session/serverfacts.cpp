@@ -3,10 +3,8 @@
 #include <koltacommon/servermodel.h>
 #include <koltacommon/serverstates.h>
 #include <koltacommon/viewroles.h>
-#include <koltacommon/viewtime.h>
 
 #include <QCoreApplication>
-#include <QLocale>
 
 namespace KoltaConsole {
 
@@ -157,23 +155,6 @@ QString ServerFacts::sinceText() const
     if (since.isValid())
         return Texts::tr("since %1").arg(timeText(since));
     return noticed.isValid() ? Texts::tr("since before %1").arg(timeText(noticed)) : QString();
-}
-
-QString lastKnownText(const QDateTime& time)
-{
-    return time.isValid() ? Texts::tr("last known %1").arg(timeText(time)) : Texts::tr("last known earlier");
-}
-
-QString timeText(const QDateTime& time)
-{
-    if (!time.isValid())
-        return QString();
-    const qint64 days = time.date().daysTo(Kolta::ViewTime::now().date());
-    if (days == 0)
-        return time.toString(QStringLiteral("HH:mm:ss"));
-    if (days == 1)
-        return Texts::tr("yesterday %1").arg(time.toString(QStringLiteral("HH:mm")));
-    return QLocale().toString(time, QLocale::ShortFormat);
 }
 
 QString withoutAddress(const QString& reason, const QString& address)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <koltacommon/viewtexts.h>
 #include <koltaconsole/widgets/marks.h>
 
 #include <QDateTime>
@@ -72,10 +73,14 @@ struct ServerFacts
 
 /// Of that row of the model.
 ServerFacts readFacts(const Kolta::ServerModel& model, int row, const SeenBranch& branch);
-/// "last known 12:03:10", or "last known earlier" for what was so before this program looked.
-QString lastKnownText(const QDateTime& time);
-/// "12:03:10" today, in a replay on the day that is played, "yesterday 23:14", else the date.
-QString timeText(const QDateTime& time);
+inline QString lastKnownText(const QDateTime& time)
+{
+    return Kolta::ViewTexts::lastKnown(time);
+}
+inline QString timeText(const QDateTime& time)
+{
+    return Kolta::ViewTexts::time(time);
+}
 /// Why the broker is not there, without its address, which such a reason begins with: for where it stands
 /// beside that.
 QString withoutAddress(const QString& reason, const QString& address);

@@ -825,17 +825,6 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
 </context>
 <context>
-    <name>Kolta::RecordModel</name>
-    <message>
-        <source>last known %1</source>
-        <translation>zuletzt bekannt %1</translation>
-    </message>
-    <message>
-        <source>last known before this program looked</source>
-        <translation>zuletzt bekannt, bevor dieses Programm hinsah</translation>
-    </message>
-</context>
-<context>
     <name>Kolta::RequestOperation</name>
     <message>
         <source>the connection was deleted</source>
@@ -1369,14 +1358,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Options</source>
         <translation>Optionen</translation>
     </message>
-    <message>
-        <source>last known %1</source>
-        <translation>zuletzt bekannt %1</translation>
-    </message>
-    <message>
-        <source>last known earlier</source>
-        <translation>zuletzt bekannt von früher</translation>
-    </message>
 </context>
 <context>
     <name>Kolta::TunerNeeds</name>
@@ -1548,6 +1529,21 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>%1 lacks the rights %2</source>
         <translation>%1 fehlen die Rechte %2</translation>
+    </message>
+</context>
+<context>
+    <name>Kolta::ViewTexts</name>
+    <message>
+        <source>yesterday %1</source>
+        <translation>gestern %1</translation>
+    </message>
+    <message>
+        <source>last known %1</source>
+        <translation>zuletzt bekannt %1</translation>
+    </message>
+    <message>
+        <source>last known earlier</source>
+        <translation>zuletzt bekannt von früher</translation>
     </message>
 </context>
 <context>
@@ -3554,10 +3550,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Verboten</translation>
     </message>
     <message>
-        <source>last known %1</source>
-        <translation>zuletzt bekannt %1</translation>
-    </message>
-    <message>
         <source>not seen yet</source>
         <translation>noch nicht gesehen</translation>
     </message>
@@ -3580,14 +3572,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>this user may not read it</source>
         <translation>dieser Benutzer darf ihn nicht lesen</translation>
-    </message>
-    <message>
-        <source>yesterday %1</source>
-        <translation>gestern %1</translation>
-    </message>
-    <message>
-        <source>last known earlier</source>
-        <translation>zuletzt bekannt von früher</translation>
     </message>
     <message>
         <source>since %1</source>
@@ -4081,14 +4065,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>Keep mine</source>
         <translation>Meines behalten</translation>
-    </message>
-    <message>
-        <source>last known at %1</source>
-        <translation>zuletzt bekannt um %1</translation>
-    </message>
-    <message>
-        <source>last known</source>
-        <translation>zuletzt bekannt</translation>
     </message>
     <message>
         <source>Filter: hopper, FSK2, 30-88 MHz, !burst</source>

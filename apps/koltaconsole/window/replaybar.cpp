@@ -163,10 +163,8 @@ void ReplayBar::showState()
 
 void ReplayBar::showPosition()
 {
-    const QDateTime time = m_session.now();
-    const bool isOther = time.date() != QDate::currentDate();
-    const QString when =
-        time.toString(isOther ? QStringLiteral("yyyy-MM-dd HH:mm:ss") : QStringLiteral("HH:mm:ss"));
+    // With the day, which all else that is shown takes for today's.
+    const QString when = m_session.now().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     QString text = tr("replay of %1, %2, %3")
                        .arg(QFileInfo(m_replay.file()).fileName(), when, speedText(m_replay.speed()));
     if (m_replay.isAtEnd())

@@ -156,9 +156,7 @@ QString RecordModel::toolTip(const Row& row) const
     if (!holder.isEmpty())
         lines << holder;
     if (row.origin && row.origin->isStale)
-        lines << (row.origin->lastKnown.isValid()
-                      ? tr("last known %1").arg(ViewTexts::time(row.origin->lastKnown))
-                      : tr("last known before this program looked"));
+        lines << ViewTexts::lastKnown(row.origin->lastKnown);
     return lines.join(QLatin1Char('\n'));
 }
 

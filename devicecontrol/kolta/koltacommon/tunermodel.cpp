@@ -123,8 +123,7 @@ QString TunerModel::TunerRow::text(int column) const
 QString TunerModel::TunerRow::sinceText() const
 {
     if (origin->isStale)
-        return origin->lastKnown.isValid() ? tr("last known %1").arg(ViewTexts::time(origin->lastKnown))
-                                           : tr("last known earlier");
+        return ViewTexts::lastKnown(origin->lastKnown);
     return isBeginUnknown() ? tr("before %1").arg(ViewTexts::time(entry.seen)) : ViewTexts::time(entry.since);
 }
 

@@ -1,17 +1,24 @@
-#include "viewtexts.h"
+#include <koltacommon/viewtexts.h>
 
 #include <koltacommon/units.h>
 #include <koltacommon/viewtime.h>
 
+#include <QCoreApplication>
+#include <QLocale>
 #include <QtNumeric>
 
 namespace Kolta::ViewTexts {
 
 namespace {
 
-bool isToday(const QDateTime& time)
+QString translated(const char* text)
 {
-    return time.date() == ViewTime::now().date();
+    return QCoreApplication::translate("Kolta::ViewTexts", text);
+}
+
+qint64 daysAgo(const QDateTime& time)
+{
+    return time.date().daysTo(ViewTime::now().date());
 }
 
 bool isSaid(double value)
@@ -23,13 +30,28 @@ bool isSaid(double value)
 
 QString time(const QDateTime& time)
 {
-    return time.toString(isToday(time) ? QStringLiteral("HH:mm:ss") : QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    if (!time.isValid())
+        return QString();
+    const qint64 days = daysAgo(time);
+    if (days == 0)
+        return time.toString(QStringLiteral("HH:mm:ss"));
+    if (days == 1)
+        return translated(QT_TRANSLATE_NOOP("Kolta::ViewTexts", "yesterday %1"))
+            .arg(time.toString(QStringLiteral("HH:mm")));
+    return QLocale().toString(time, QLocale::ShortFormat);
+}
+
+QString lastKnown(const QDateTime& time)
+{
+    return time.isValid()
+               ? translated(QT_TRANSLATE_NOOP("Kolta::ViewTexts", "last known %1")).arg(ViewTexts::time(time))
+               : translated(QT_TRANSLATE_NOOP("Kolta::ViewTexts", "last known earlier"));
 }
 
 QString exactTime(const QDateTime& time)
 {
-    return time.toString(isToday(time) ? QStringLiteral("HH:mm:ss.zzz")
-                                       : QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    return time.toString(daysAgo(time) == 0 ? QStringLiteral("HH:mm:ss.zzz")
+                                            : QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
 }
 
 QString range(double from, double to)

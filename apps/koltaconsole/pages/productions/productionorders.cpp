@@ -10,6 +10,7 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/movejob.h>
 #include <koltacommon/stopjob.h>
+#include <koltacommon/viewtime.h>
 #include <koltaconsole/session/serverfacts.h>
 #include <koltaconsole/session/session.h>
 
@@ -197,7 +198,7 @@ void ProductionOrders::follow(Kolta::Operation& operation, const ProductionRow& 
                               const QString& doing, const QString& purpose)
 {
     m_session.events().followOperation(operation, row.server, purpose);
-    const QString text = tr("%1 since %2").arg(doing, timeText(QDateTime::currentDateTime()));
+    const QString text = tr("%1 since %2").arg(doing, timeText(Kolta::ViewTime::now()));
     for (const QString& key : keys)
         m_pending.insert(key, {doing, text});
     operation.deleteWhenFinished();

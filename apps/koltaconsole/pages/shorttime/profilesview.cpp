@@ -46,9 +46,7 @@ QString objectionToShortTimeLine(const Session& session, const LineWords& words,
 
 QString lastKnownText(const Session& session, const QString& server)
 {
-    const QDateTime time = session.factsOf(server).lastKnown;
-    return time.isValid() ? ProfilesView::tr("last known at %1").arg(timeText(time))
-                          : ProfilesView::tr("last known");
+    return lastKnownText(session.factsOf(server).lastKnown);
 }
 
 ProfilesView::ProfilesView(Session& session, ActionTable& actions, QWidget* parent)

@@ -23,7 +23,7 @@ QString objectionToShortTime(const QString& server, bool isThere);
 /// The same for what a line of `kolta` asks of the profiles of a server, while the page shows `shown`; before
 /// it has been seen it shows none.
 QString objectionToShortTimeLine(const Session& session, const LineWords& words, const QString& shown);
-/// "last known at 12:03:10", of what is shown of a server that is away.
+/// "last known 12:03:10", of what is shown of a server that is away.
 QString lastKnownText(const Session& session, const QString& server);
 
 } // namespace KoltaConsole
