@@ -24,20 +24,8 @@ using sorel::RecordIdentifier;
 
 namespace {
 
+using Texts = Kolta::ConvertProductionResult_TextAdapter;
 using Conversions = ShortTimeCollection<ConvertProductionResultMap>;
-
-QString stateText(const ConvertProductionResult& result)
-{
-    switch (result.state()) {
-    case ConvertProductionResult::eNotStarted:
-        return QStringLiteral("not started");
-    case ConvertProductionResult::eConverting:
-        return QStringLiteral("converting");
-    case ConvertProductionResult::eFinished:
-        return result.sucessfullyFinished() ? QStringLiteral("finished") : QStringLiteral("failed");
-    }
-    return QString::number(int(result.state()));
-}
 
 QString timeText(const ConvertProductionResult& result)
 {
@@ -47,7 +35,7 @@ QString timeText(const ConvertProductionResult& result)
 void print(const ConvertProductionResult& result)
 {
     printJson({{QStringLiteral("record"), result.GetKey().toString()},
-               {QStringLiteral("state"), stateText(result)},
+               {QStringLiteral("state"), Texts::stateText(result)},
                {QStringLiteral("created"), timeText(result)},
                {QStringLiteral("production"), result.productionName()},
                {QStringLiteral("type"), result.resultType()},
@@ -67,7 +55,7 @@ int list(const CommandLine& line, const Conversions& known)
     Table table({QStringLiteral("RECORD"), QStringLiteral("STATE"), QStringLiteral("CREATED"),
                  QStringLiteral("PRODUCTION"), QStringLiteral("TYPE"), QStringLiteral("RESULT")});
     for (const ConvertProductionResult& result : qAsConst(results)) {
-        table.addRow({result.GetKey().toString(), stateText(result), timeText(result),
+        table.addRow({result.GetKey().toString(), Texts::stateText(result), timeText(result),
                       result.productionName(), result.resultType(), result.result()});
         if (line.json())
             print(result);
@@ -94,7 +82,7 @@ int tell(const ConvertProductionResultMap& map, const RecordIdentifier& record, 
     if (json)
         print(result);
     else
-        printLine(QStringLiteral("%1: %2").arg(record.toString(), stateText(result)));
+        printLine(QStringLiteral("%1: %2").arg(record.toString(), Texts::stateText(result)));
     return eExitOk;
 }
 

@@ -107,10 +107,7 @@ public:
             m_events.addServer(*server);
         connect(&m_events, &Kolta::InstallationEvents::happened, this, [json](const Kolta::Event& event) {
             if (json)
-                printJson({{QStringLiteral("server"), event.server()},
-                           {QStringLiteral("kind"), Kolta::Event::word(event.kind)},
-                           {QStringLiteral("guid"), event.guid()},
-                           {QStringLiteral("text"), event.text}});
+                printJson(event.toJson());
             else
                 printLine(event.server() + QLatin1Char(' ') + event.text);
         });

@@ -12,26 +12,11 @@ using Result = ConvertProductionResult;
 
 constexpr const char* kContext = "Kolta::ConvertProductionResult_TextAdapter";
 
-QString stateText(const Result& result)
-{
-    const auto translated = [](const char* text) { return QCoreApplication::translate(kContext, text); };
-    if (result.sucessfullyFinished())
-        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "finished"));
-    switch (result.state()) {
-    case Result::eNotStarted:
-        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "not started"));
-    case Result::eConverting:
-        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "converting"));
-    case Result::eFinished:
-        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "failed"));
-    }
-    return QString::number(result.state());
-}
-
 constexpr TextColumn<Result> kColumnTable[] = {
     {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "Record"),
      [](const Result& r) { return r.GetKey().toString(); }},
-    {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "State"), stateText},
+    {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "State"),
+     &ConvertProductionResult_TextAdapter::stateText},
     {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "Result"),
      [](const Result& r) { return r.result(); }},
     {QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "Result type"),
@@ -134,6 +119,22 @@ const TextColumns<Result>& ConvertProductionResult_TextAdapter::columns()
 {
     static constexpr TextColumns<Result> all(kContext, kColumnTable);
     return all;
+}
+
+QString ConvertProductionResult_TextAdapter::stateText(const Result& result)
+{
+    const auto translated = [](const char* text) { return QCoreApplication::translate(kContext, text); };
+    if (result.sucessfullyFinished())
+        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "finished"));
+    switch (result.state()) {
+    case Result::eNotStarted:
+        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "not started"));
+    case Result::eConverting:
+        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "converting"));
+    case Result::eFinished:
+        return translated(QT_TRANSLATE_NOOP("Kolta::ConvertProductionResult_TextAdapter", "failed"));
+    }
+    return QString::number(result.state());
 }
 
 } // namespace Kolta

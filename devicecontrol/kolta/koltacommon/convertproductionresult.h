@@ -103,6 +103,8 @@ class KOLTA_COMMON_EXPORT ConvertProductionResult_TextAdapter
 {
 public:
     static const TextColumns<ConvertProductionResult>& columns();
+    /// "not started", "converting", "finished" or "failed"; another number as it is.
+    static QString stateText(const ConvertProductionResult& result);
 };
 
 } // namespace Kolta
