@@ -5,6 +5,7 @@
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/serverfacts.h>
 #include <koltaconsole/widgets/columns.h>
+#include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <QHBoxLayout>
@@ -24,14 +25,13 @@ namespace KoltaConsole {
 LinkMessages::LinkMessages(const ActionTable& actions, QWidget* parent)
     : QWidget(parent)
     , m_title(new QLabel(tr("Traffic"), this))
-    , m_note(new QLabel(this))
+    , m_note(new ElidedLabel(this))
     , m_read(actions.makeButton(QStringLiteral("link-read"), this))
     , m_table(new QTreeView(this))
     , m_text(new QPlainTextEdit(this))
 {
     m_title->setProperty("heading", true);
     m_note->setProperty("dim", true);
-    m_note->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     const QFontMetrics metrics = m_read->fontMetrics();
     m_read->setMinimumWidth(std::max(metrics.horizontalAdvance(tr("Read the traffic")),
                                      metrics.horizontalAdvance(tr("Stop reading"))) +
@@ -102,7 +102,6 @@ void LinkMessages::showNote()
     else if (m_traffic)
         note = tr("%n message(s); not read since %1", nullptr, count).arg(since);
     m_note->setText(note);
-    m_note->setToolTip(note);
 }
 
 void LinkMessages::showText()

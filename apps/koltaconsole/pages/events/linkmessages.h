@@ -11,6 +11,7 @@ class QTreeView;
 namespace KoltaConsole {
 
 class ActionTable;
+class ElidedLabel;
 class LinkTraffic;
 
 /// The messages of the link that was chosen, and the whole text of one of them.
@@ -30,7 +31,7 @@ private:
     void showText();
 
     QLabel* m_title;
-    QLabel* m_note;
+    ElidedLabel* m_note;
     QPushButton* m_read;
     QTreeView* m_table;
     QPlainTextEdit* m_text;

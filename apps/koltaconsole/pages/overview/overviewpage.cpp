@@ -25,7 +25,7 @@ OverviewPage::OverviewPage(Session& session, ActionTable& actions, QWidget* pare
 {
     m_heading->setProperty("heading", true);
     m_explanation->setProperty("dim", true);
-    m_explanation->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_explanation->setWordWrap(true);
     auto* const top = new QHBoxLayout;
     top->setContentsMargins(8, 8, 8, 2);
     top->setSpacing(8);

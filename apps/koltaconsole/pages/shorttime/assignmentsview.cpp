@@ -102,8 +102,7 @@ void AssignmentsView::arrange()
                        "no cover: the tuner does not reach the profile"));
     m_hint->setProperty("dim", true);
     m_hint->setContentsMargins(8, 4, 8, 4);
-    m_hint->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    m_hint->setToolTip(m_hint->text());
+    m_hint->setWordWrap(true);
     m_send = m_actions.makeButton(QStringLiteral("short-send"), this);
     QPushButton* const undo = m_actions.makeButton(QStringLiteral("short-send-undo"), this);
     undo->setText(tr("Undo"));

@@ -3,6 +3,7 @@
 #include <koltacommon/viewtime.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/serverfacts.h>
+#include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/looklabel.h>
 
 #include <QComboBox>
@@ -63,7 +64,7 @@ bool isSame(const ShortTimeProfile& a, const ShortTimeProfile& b)
 
 ProfileEditor::ProfileEditor(QWidget* parent)
     : QWidget(parent)
-    , m_heading(new QLabel(this))
+    , m_heading(new ElidedLabel(this))
     , m_top(new QHBoxLayout)
     , m_comparison(new QTreeWidget(this))
     , m_modulation(new QComboBox(this))
@@ -77,7 +78,6 @@ ProfileEditor::ProfileEditor(QWidget* parent)
 void ProfileEditor::makeHeading()
 {
     m_heading->setProperty("heading", true);
-    m_heading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_comparison->setHeaderLabels({tr("Field"), tr("Mine"), tr("Theirs")});
     m_comparison->setRootIsDecorated(false);
     m_comparison->setUniformRowHeights(true);
@@ -334,7 +334,6 @@ void ProfileEditor::showHeading()
     if (!m_news.isEmpty())
         parts.append(m_news);
     m_heading->setText(parts.join(QStringLiteral(" — ")));
-    m_heading->setToolTip(m_heading->text());
     for (QPushButton* const button : qAsConst(m_newsButtons))
         button->setVisible(hasTheirs());
     showComparison();

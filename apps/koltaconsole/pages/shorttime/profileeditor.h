@@ -10,7 +10,6 @@
 
 class QComboBox;
 class QHBoxLayout;
-class QLabel;
 class QLineEdit;
 class QPushButton;
 class QTreeWidget;
@@ -18,6 +17,7 @@ class QTreeWidget;
 namespace KoltaConsole {
 
 class ActionTable;
+class ElidedLabel;
 class LookLabel;
 
 /// The fields of one short-time profile. Each is read at every key; what is wrong says so below itself, and
@@ -105,7 +105,7 @@ private:
     QString m_use;
     QString m_news;    ///< what others did
     QString m_failure; ///< of saving
-    QLabel* m_heading;
+    ElidedLabel* m_heading;
     QHBoxLayout* m_top;
     QVector<QPushButton*> m_newsButtons;
     QPushButton* m_compare = nullptr;

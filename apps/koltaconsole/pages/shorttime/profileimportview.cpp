@@ -6,13 +6,13 @@
 #include <common/actionlines.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/wishwatch.h>
+#include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QLabel>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -34,11 +34,10 @@ ProfileImportView::ProfileImportView(Session& session, ActionTable& actions, QWi
     : QWidget(parent)
     , m_session(session)
     , m_actions(actions)
-    , m_title(new QLabel(this))
+    , m_title(new ElidedLabel(this))
     , m_differences(new QTreeWidget(this))
 {
     m_title->setProperty("heading", true);
-    m_title->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     makeTable();
     makeActions();
     m_confirm = m_actions.makeButton(QStringLiteral("short-import-confirm"), this);

@@ -6,13 +6,13 @@
 
 #include <list>
 
-class QLabel;
 class QPushButton;
 class QTreeWidget;
 
 namespace KoltaConsole {
 
 class ActionTable;
+class ElidedLabel;
 class Session;
 
 /// What a file of short-time profiles would change on a server, hidden while there is none; nothing is
@@ -47,7 +47,7 @@ private:
     Session& m_session;
     ActionTable& m_actions;
     QString m_server;
-    QLabel* m_title;
+    ElidedLabel* m_title;
     QPushButton* m_confirm;
     QTreeWidget* m_differences;
     ProfileImport m_pending;

@@ -69,6 +69,7 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
 {
     m_heading->setProperty("heading", true);
     m_legend->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_legend->setWordWrap(true);
     m_model.keepLastKnown();
     m_rows.setSourceModel(&m_model);
     makeTable();
@@ -241,17 +242,14 @@ void ResultsView::showLegend()
     m_heading->setText(isPast ? QStringLiteral("%1, %2").arg(counts, lastKnownText(m_session, m_server))
                               : counts);
     QStringList parts;
-    for (int shape = 0; shape < m_shapes.size(); ++shape) {
-        const QString& name = m_shapes.at(shape);
-        if (m_counts.value(name) > 0)
-            parts.append(QStringLiteral("%1 %2 (%3)")
-                             .arg(QString::fromUtf8(kSigns[shape]), nameOf(name),
-                                  locale.toString(m_counts.value(name))));
-    }
-    if (const int others = m_counts.value(QString(QChar::Null)); others > 0)
-        parts.append(
-            QStringLiteral("%1 %2 (%3)")
-                .arg(QString::fromUtf8(kSigns[ResultsPlot::kShapes]), tr("others"), locale.toString(others)));
+    const auto add = [&](int shape, const QString& name, int count) {
+        if (count > 0) // a sign stands on the line of its name
+            parts.append(QStringLiteral("%1\u00a0%2 (%3)")
+                             .arg(QString::fromUtf8(kSigns[shape]), name, locale.toString(count)));
+    };
+    for (int shape = 0; shape < m_shapes.size(); ++shape)
+        add(shape, nameOf(m_shapes.at(shape)), m_counts.value(m_shapes.at(shape)));
+    add(ResultsPlot::kShapes, tr("others"), m_counts.value(QString(QChar::Null)));
     const bool isNothing = m_model.rowCount() > 0 && m_rows.rowCount() == 0;
     m_filter->tell(isNothing ? tr("No result matches \"%1\".").arg(m_filter->text()) : QString(), isNothing);
     m_legend->setText(isNothing ? QString()

@@ -52,6 +52,7 @@ TunersPage::TunersPage(Session& session, ActionTable& actions, QWidget* parent)
 {
     m_answer->setContentsMargins(8, 4, 8, 4);
     m_answer->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_answer->setWordWrap(true);
     m_answer->setAccessibleName(tr("Why the selected tuner cannot be had"));
     m_answer->hide();
     m_rows.setSourceModel(&session.tuners());
@@ -368,7 +369,6 @@ void TunersPage::explain()
     else if (session().isOutOfSight())
         text += tr(" The broker is away, %1.").arg(lastKnownText(session().link().since));
     m_answer->setText(text);
-    m_answer->setToolTip(text);
 }
 
 QLineEdit* TunersPage::filterLine() const
