@@ -246,9 +246,17 @@ QStringList TestPictures::faultsOf(QWidget& window)
                     faults.append(what + QStringLiteral(" cuts ") + title);
             }
         }
+        const auto* const area = qobject_cast<const QAbstractScrollArea*>(widget);
+        if (const auto* const tree = qobject_cast<const QTreeView*>(area);
+            tree && !tree->isHeaderHidden() && tree->horizontalScrollBarPolicy() == Qt::ScrollBarAlwaysOff) {
+            const int last = tree->header()->logicalIndex(tree->header()->count() - 1);
+            const int end =
+                tree->header()->sectionViewportPosition(last) + tree->header()->sectionSizeHint(last);
+            if (end > tree->viewport()->width())
+                faults.append(what + QStringLiteral(" has no room for its last column: %1").arg(end));
+        }
         // The matrix has as many columns as there are profiles, and their names in two lines.
-        if (const auto* const area = qobject_cast<const QAbstractScrollArea*>(widget);
-            area && area->horizontalScrollBar()->isVisible() && isRoomy)
+        if (area && area->horizontalScrollBar()->isVisible() && isRoomy)
             faults.append(
                 what +
                 QStringLiteral(" has more to the side: %1").arg(area->horizontalScrollBar()->maximum()));

@@ -1,5 +1,7 @@
 #include "columns.h"
 
+#include "columnfit.h"
+
 #include <QHeaderView>
 #include <QMenu>
 #include <QSettings>
@@ -50,15 +52,24 @@ void offerColumns(QTreeView& view)
 
 void saveColumns(QSettings& settings, const QString& name, const QTreeView& view)
 {
+    ColumnFit* const fit = ColumnFit::of(view);
+    if (fit)
+        fit->release(); // another window may have more room
     settings.setValue(keyOf(name, view), view.header()->saveState());
+    if (fit)
+        fit->fit();
 }
 
 /// A header that takes its state back tells nobody by what it is sorted.
 void restoreColumns(const QSettings& settings, const QString& name, QTreeView& view)
 {
     QHeaderView* const header = view.header();
-    if (header->restoreState(settings.value(keyOf(name, view)).toByteArray()) && view.isSortingEnabled())
+    if (!header->restoreState(settings.value(keyOf(name, view)).toByteArray()))
+        return;
+    if (view.isSortingEnabled())
         view.sortByColumn(header->sortIndicatorSection(), header->sortIndicatorOrder());
+    if (ColumnFit* const fit = ColumnFit::of(view))
+        fit->take();
 }
 
 } // namespace KoltaConsole

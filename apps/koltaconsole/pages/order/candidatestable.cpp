@@ -9,6 +9,7 @@
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/serverfacts.h>
 #include <koltaconsole/session/session.h>
+#include <koltaconsole/widgets/columnfit.h>
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
@@ -25,6 +26,7 @@ using Kolta::OrderCandidate;
 namespace {
 
 constexpr int kRefused = std::numeric_limits<int>::max(); ///< how a rank is sorted that is none
+constexpr int kReasonWidth = 110;                         ///< at least
 
 /// As the delegate asks for texts of refused ones: dim.
 class CandidateDelegate : public StateItemDelegate
@@ -44,6 +46,17 @@ protected:
         option->palette.setColor(QPalette::HighlightedText, Theme::instance().onSelection(Role::Dim));
     }
 };
+
+void arrangeColumns(QTreeView& view)
+{
+    setColumnWidths(view, {48, 130, 56, 130, 90, 64});
+    view.setColumnHidden(CandidatesModel::eBandwidthColumn, true);
+    new ColumnFit(view,
+                  {{CandidatesModel::eServerColumn, 56},
+                   {CandidatesModel::eReachesColumn, 112},
+                   {CandidatesModel::eTunerColumn, 96}},
+                  kReasonWidth);
+}
 
 } // namespace
 
@@ -190,8 +203,7 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
     setAlternatingRowColors(true);
     setAccessibleName(tr("Candidates"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setColumnWidths(*this, {48, 130, 56, 130, 90, 64});
-    setColumnHidden(CandidatesModel::eBandwidthColumn, true);
+    arrangeColumns(*this);
     m_model.followRegistry(Kolta::KoltaServerRegistry::Instance());
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::chooseWished);
     connect(&m_model, &CandidatesModel::si_ChoiceChanged, this, &CandidatesTable::si_Changed);

@@ -8,6 +8,7 @@
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/ordersunderway.h>
 #include <koltaconsole/session/session.h>
+#include <koltaconsole/widgets/columnfit.h>
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/filterbar.h>
@@ -39,7 +40,8 @@ namespace KoltaConsole {
 
 namespace {
 
-constexpr int kMostNames = 3; ///< of servers in one line
+constexpr int kMostNames = 3;    ///< of servers in one line
+constexpr int kStateWidth = 112; ///< of an order in the cart, at least
 
 } // namespace
 
@@ -174,6 +176,12 @@ QWidget* OrderPage::makeCart()
     m_cartTable->setAccessibleName(tr("Cart"));
     m_cartTable->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setColumnWidths(*m_cartTable, {32, 138, 84, 84, 124, 46});
+    new ColumnFit(*m_cartTable,
+                  {{Cart::eBandwidthColumn, 60},
+                   {Cart::eFrequencyColumn, 76},
+                   {Cart::eOrderColumn, 70},
+                   {Cart::eGetsColumn, 90}},
+                  kStateWidth);
     connect(m_cartTable->selectionModel(), &QItemSelectionModel::currentChanged, &actions(),
             &ActionTable::refresh);
     auto* const layout = new QVBoxLayout(lower);
