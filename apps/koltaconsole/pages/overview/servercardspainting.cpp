@@ -17,7 +17,8 @@ namespace KoltaConsole {
 
 namespace {
 constexpr int kClassHeight = 15;
-constexpr int kToldAt = 622; ///< where a line says what is wrong
+constexpr int kLeastHost = 40; ///< less would tell nothing of its name
+constexpr int kToldAt = 622;   ///< where a line says what is wrong
 } // namespace
 
 QColor ServerCards::textColor(const ServerFacts& facts, bool isDim) const
@@ -91,6 +92,19 @@ void drawLook(QPainter& painter, const QRect& rect, const Look& look, bool isRig
     painter.setFont(font);
 }
 
+/// The host in what the reason leaves; the tool tip has it, too.
+void drawReasonAndHost(QPainter& painter, QRect rect, const QString& reason, const QString& host)
+{
+    if (!reason.isEmpty()) {
+        const QString gap = QStringLiteral(" · ");
+        rect.adjust(drawText(painter, rect, Qt::AlignLeft, reason), 0, 0, 0);
+        if (host.isEmpty() || rect.width() < painter.fontMetrics().horizontalAdvance(gap) + kLeastHost)
+            return;
+        rect.adjust(drawText(painter, rect, Qt::AlignLeft, gap), 0, 0, 0);
+    }
+    drawText(painter, rect, Qt::AlignLeft, host, Qt::ElideMiddle);
+}
+
 } // namespace
 
 void ServerCards::paintCard(QPainter& painter, const Place& place) const
@@ -114,8 +128,7 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     // What is wrong is often as long as the line, and stands where the server's message would.
     const bool isLong = facts.condition == Condition::Attention && !facts.isOutOfSight;
     const QString reason = isLong ? facts.sinceText() : facts.reason();
-    drawText(painter, line(18), Qt::AlignLeft,
-             reason.isEmpty() ? facts.host : reason + QStringLiteral(" · ") + facts.host, Qt::ElideMiddle);
+    drawReasonAndHost(painter, line(18), reason, facts.host);
     paintTunerBar(painter, QRectF(inner.left(), inner.top() + 40, inner.width(), 9), facts.tuners,
                   facts.isStale());
     painter.setPen(textColor(facts, false));
