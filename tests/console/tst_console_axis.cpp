@@ -10,6 +10,7 @@
 #include <QSignalSpy>
 
 #include <cmath>
+#include <utility>
 
 using namespace KoltaConsole;
 
@@ -20,6 +21,7 @@ class TestAxis : public QObject
 
 private Q_SLOTS:
     void axis();
+    void laterTuners();
 };
 
 /// Zooming keeps the frequency under the pointer, moving keeps the width, neither leaves what there is; only
@@ -60,6 +62,28 @@ void TestAxis::axis()
     QVERIFY(order.bandwidth > 2.4e6 && order.bandwidth < 2.9e6);
     QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
     QCOMPARE(stage.session->processors().rowCount(), 5); // nothing was started
+}
+
+/// Tuners that reach farther than those before are in sight, but for who looks at a part.
+void TestAxis::laterTuners()
+{
+    FrequencyAxis axis(nullptr);
+    const auto show = [&axis](double from, double to) {
+        LaneTuner tuner;
+        tuner.from = from;
+        tuner.to = to;
+        axis.setLanes({{QStringLiteral("HF"), 1, {tuner}}});
+        return std::pair(axis.from(), axis.to());
+    };
+    QCOMPARE(show(1e6, 30e6), std::pair(1e6, 30e6));
+    QCOMPARE(show(1e6, 3e9), std::pair(1e6, 3e9));
+    QCOMPARE(show(20e6, 30e6), std::pair(1e6, 3e9)); // a filter moves nothing
+    QCOMPARE(show(9e3, 3e9), std::pair(9e3, 3e9));
+    axis.setRange(88e6, 108e6);
+    axis.setLanes({});
+    QCOMPARE(show(9e3, 18e9), std::pair(88e6, 108e6));
+    axis.showAll();
+    QCOMPARE(show(1e3, 18e9), std::pair(1e3, 18e9));
 }
 
 KOLTA_CONSOLE_TEST(TestAxis);

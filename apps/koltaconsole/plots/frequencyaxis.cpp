@@ -177,12 +177,32 @@ const QVector<Lane>& FrequencyAxis::lanes() const
     return m_plot->lanes;
 }
 
+namespace {
+
+/// From the lowest to the highest that any tuner reaches.
+std::pair<double, double> extentOf(const QVector<Lane>& lanes)
+{
+    double lowest = std::numeric_limits<double>::infinity(), highest = 0.0;
+    for (const Lane& lane : lanes) {
+        for (const LaneTuner& tuner : lane.tuners) {
+            if (tuner.to <= tuner.from)
+                continue;
+            lowest = std::min(lowest, std::max(tuner.from, 1.0));
+            highest = std::max(highest, tuner.to);
+        }
+    }
+    return highest > 0 ? std::pair(lowest, highest) : std::pair(LanesPlot::kFrom, LanesPlot::kTo);
+}
+
+} // namespace
+
 void FrequencyAxis::setLanes(const QVector<Lane>& lanes)
 {
-    const bool wasEmpty = m_plot->lanes.isEmpty();
     m_plot->lanes = lanes;
     layOut();
-    if (wasEmpty && !lanes.isEmpty())
+    const auto [lowest, highest] = extentOf(lanes);
+    const bool isFarther = lowest < from() || highest > to();
+    if (!lanes.isEmpty() && (m_shown == Shown::Nothing || (m_shown == Shown::All && isFarther)))
         showAll();
     m_plot->replot();
     m_gutter->update();
@@ -204,25 +224,6 @@ double FrequencyAxis::to() const
     return m_plot->to;
 }
 
-namespace {
-
-/// From the lowest to the highest that any tuner reaches.
-std::pair<double, double> extentOf(const QVector<Lane>& lanes)
-{
-    double lowest = std::numeric_limits<double>::infinity(), highest = 0.0;
-    for (const Lane& lane : lanes) {
-        for (const LaneTuner& tuner : lane.tuners) {
-            if (tuner.to <= tuner.from)
-                continue;
-            lowest = std::min(lowest, std::max(tuner.from, 1.0));
-            highest = std::max(highest, tuner.to);
-        }
-    }
-    return highest > 0 ? std::pair(lowest, highest) : std::pair(LanesPlot::kFrom, LanesPlot::kTo);
-}
-
-} // namespace
-
 void FrequencyAxis::showAll()
 {
     const auto [lowest, highest] = extentOf(lanes());
@@ -235,6 +236,7 @@ void FrequencyAxis::setRange(double from, double to)
     from = std::clamp(from, lowest, std::max(lowest, highest - kLeastSpan));
     to = std::clamp(to, from + kLeastSpan, std::max(from + kLeastSpan, highest));
     m_plot->setRange(from, to);
+    m_shown = lanes().isEmpty() ? Shown::Nothing : from <= lowest && to >= highest ? Shown::All : Shown::Part;
     Q_EMIT si_RangeChanged();
 }
 

@@ -27,6 +27,8 @@ public:
     explicit FrequencyAxis(QWidget* parent);
     ~FrequencyAxis() override;
 
+    /// Who has all in sight goes on to see all, also of tuners that reach farther; who has zoomed stays where
+    /// he is.
     void setLanes(const QVector<Lane>& lanes);
     const QVector<Lane>& lanes() const;
     /// Outlines that tuner; empty: none.
@@ -56,6 +58,7 @@ protected:
 private:
     class Gutter;
     enum class Drag { None, Move, Mark };
+    enum class Shown { Nothing, All, Part };
 
     QWidget* makeLegend();
     void layOut();
@@ -71,6 +74,7 @@ private:
     PlotMoves m_moves;
     Gutter* m_gutter;
     QScrollBar* m_scroll;
+    Shown m_shown = Shown::Nothing; ///< of what the tuners reach
     Drag m_drag = Drag::None;
     QPoint m_pressed;
     double m_pressedFrom = 0.0;
