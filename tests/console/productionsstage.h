@@ -3,6 +3,7 @@
 #include "consoletest.h"
 
 #include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/pages/productions/productionsview.h>
 
 #include <koltacommon/productionjob.h>
 

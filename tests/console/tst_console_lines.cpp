@@ -5,6 +5,7 @@
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/pages.h>
 #include <koltaconsole/pages/productions/productionspage.h>
+#include <koltaconsole/pages/productions/productionsview.h>
 #include <koltaconsole/pages/shorttime/assignmentsview.h>
 #include <koltaconsole/pages/shorttime/conversionsview.h>
 #include <koltaconsole/pages/shorttime/profileeditor.h>

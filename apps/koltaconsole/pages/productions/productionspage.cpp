@@ -1,5 +1,8 @@
 #include "productionspage.h"
 
+#include "productionsview.h"
+#include "timelinedelegate.h"
+
 #include <koltacommon/journal.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/viewroles.h>
@@ -7,18 +10,14 @@
 #include <koltaconsole/session/ordersunderway.h>
 #include <koltaconsole/session/serverfacts.h>
 #include <koltaconsole/session/session.h>
-#include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/confirmation.h>
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/filterbar.h>
 
-#include <QDrag>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMimeData>
-#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -59,32 +58,16 @@ ActionTable::Entry entry(const char* id, const QString& text, const QKeySequence
 
 } // namespace
 
-void ProductionsView::startDrag(Qt::DropActions supported)
-{
-    const QModelIndex index = currentIndex();
-    if (!index.flags().testFlag(Qt::ItemIsDragEnabled))
-        return;
-    const QPointer<ProductionsView> alive(this);
-    auto* const drag = new QDrag(this);
-    drag->setMimeData(model()->mimeData({index}));
-    Q_EMIT si_Dragged(index.data(Kolta::ViewRoles::KeyRole).toString());
-    // What is dropped is asked for; the row moves when the server shows it there.
-    drag->exec(supported, Qt::MoveAction);
-    if (alive)
-        Q_EMIT si_Dragged(QString());
-}
-
 ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget* parent)
     : Page(session, actions, parent)
-    , m_filter(new FilterBar(tr("Filter: FFP, S1, operator, 121.5 MHz"), tr("Filter of productions"), this,
-                             kFilterWidth))
-    , m_view(new ProductionsView(this))
-    , m_header(new TimelineHeader(m_view))
-    , m_reasons(new ElidedLabel(this))
-    , m_nothing(new QLabel(this))
     , m_rows(session)
     , m_model(this)
     , m_orders(session, m_model, this)
+    , m_filter(new FilterBar(tr("Filter: FFP, S1, operator, 121.5 MHz"), tr("Filter of productions"), this,
+                             kFilterWidth))
+    , m_view(new ProductionsView(m_model, this))
+    , m_reasons(new ElidedLabel(this))
+    , m_nothing(new QLabel(this))
 {
     m_nothing->setProperty("dim", true);
     m_nothing->setContentsMargins(8, 4, 8, 4);
@@ -114,57 +97,14 @@ ProductionsPage::ProductionsPage(Session& session, ActionTable& actions, QWidget
 
 void ProductionsPage::makeView()
 {
-    m_view->setHeader(m_header);
-    m_view->setModel(&m_model);
-    m_view->setItemDelegate(new TimelineDelegate(m_view, [this](const QModelIndex& index) {
-        const ProductionRow* const row = m_model.rowAt(index);
-        const bool isServer = row && row->kind == ProductionRow::Kind::Server;
-        const bool hasState = row && !row->isGroup();
-        return (isServer && index.column() == 0) ||
-                       (hasState && index.column() == ProductionsModel::eStateColumn)
-                   ? std::optional<Look>(row->look)
-                   : std::nullopt;
-    }));
-    m_view->setUniformRowHeights(true);
-    m_view->setAlternatingRowColors(true);
-    m_view->setAllColumnsShowFocus(true);
-    m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_view->setDragDropMode(QAbstractItemView::DragDrop);
-    m_view->setDefaultDropAction(Qt::MoveAction);
-    m_view->setExpandsOnDoubleClick(false);
-    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     m_view->setAccessibleName(tr("Productions"));
-    m_view->setIndentation(16);
-    setColumnWidths(*m_view, {190, 172, 90, 90, 116, 96});
     connect(m_view, &QWidget::customContextMenuRequested, this, &ProductionsPage::showMenu);
-    connect(m_view, &ProductionsView::si_Dragged, &m_model, &ProductionsModel::setDragged);
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         m_line.clear();
         actions().refresh();
         showReasons();
         tellCommandLine();
     });
-    connect(&m_model, &QAbstractItemModel::rowsInserted, this, &ProductionsPage::span);
-    connect(&m_model, &QAbstractItemModel::modelReset, this, [this] {
-        m_view->expandAll();
-        for (int row = 0; row < m_model.rowCount(); ++row)
-            m_view->setFirstColumnSpanned(row, QModelIndex(), true);
-    });
-}
-
-/// Rows of servers have one text, and what is new is open.
-void ProductionsPage::span(const QModelIndex& parent, int first, int last)
-{
-    for (int row = first; row <= last; ++row) {
-        const QModelIndex index = m_model.index(row, 0, parent);
-        if (!parent.isValid())
-            m_view->setFirstColumnSpanned(row, parent, true);
-        m_view->setExpanded(index, true);
-        if (m_model.rowCount(index) > 0)
-            span(index, 0, m_model.rowCount(index) - 1);
-    }
-    if (parent.isValid())
-        m_view->setExpanded(parent, true);
 }
 
 void ProductionsPage::makeActions()
@@ -176,8 +116,8 @@ void ProductionsPage::makeActions()
          [this](const QStringList& keys) { return m_orders.stopLine(keys); },
          [this](const QStringList& keys) { askToStop(keys); }});
     ActionTable::Entry move = entry("move", tr("Move to…"), QKeySequence(Qt::Key_M));
-    move.problem = [this] { return m_orders.objectionToMove(selected()); };
-    move.object = [this] { return nameOf(selected()); };
+    move.problem = [this] { return m_orders.objectionToMove(m_view->selectedKeys()); };
+    move.object = [this] { return nameOf(m_view->selectedKeys()); };
     move.run = [this] { offerTargets(); };
     move.asked = [this](const LineWords& words) { return askedMove(words); };
     actions().add(move, m_view);
@@ -204,10 +144,10 @@ void ProductionsPage::makeActions()
 
 void ProductionsPage::add(ActionTable::Entry entry, const Deed& deed)
 {
-    entry.problem = [this, deed] { return deed.problem(selected()); };
-    entry.object = [this, deed] { return deed.object(selected()); };
-    entry.line = [this, deed] { return m_line = deed.line(selected()); };
-    entry.run = [this, deed] { deed.run(selected()); };
+    entry.problem = [this, deed] { return deed.problem(m_view->selectedKeys()); };
+    entry.object = [this, deed] { return deed.object(m_view->selectedKeys()); };
+    entry.line = [this, deed] { return m_line = deed.line(m_view->selectedKeys()); };
+    entry.run = [this, deed] { deed.run(m_view->selectedKeys()); };
     entry.asked = [this, deed](const LineWords& words) -> std::optional<ActionTable::Asked> {
         if (words.arguments.isEmpty())
             return std::nullopt;
@@ -325,7 +265,7 @@ void ProductionsPage::refresh()
     };
     m_model.take(filtered(m_rows.gather(m_orders.pending(), isWanted), false));
     const QDateTime now = session().now();
-    m_header->setRange(now.addSecs(-3600 * Timeline::kHours), now);
+    m_view->setRange(now.addSecs(-3600 * Timeline::kHours), now);
     actions().refresh();
     showCount();
     showReasons();
@@ -427,14 +367,6 @@ void ProductionsPage::showReasons()
     m_reasons->setToolTip(texts.join(QLatin1Char('\n')));
 }
 
-QStringList ProductionsPage::selected() const
-{
-    QStringList keys;
-    for (const QModelIndex& index : m_view->selectionModel()->selectedRows())
-        keys.append(index.data(Kolta::ViewRoles::KeyRole).toString());
-    return keys;
-}
-
 QString ProductionsPage::nameOf(const QStringList& keys) const
 {
     const ProductionRow* const row = m_model.find(keys.value(0));
@@ -453,7 +385,7 @@ void ProductionsPage::askToStop(const QStringList& keys)
 /// All MCPs; those where it cannot go are there too, with the reason.
 void ProductionsPage::offerTargets()
 {
-    const QString key = selected().value(0);
+    const QString key = m_view->selectedKeys().value(0);
     const ProductionRow* const ffp = m_model.find(key);
     if (!ffp)
         return;

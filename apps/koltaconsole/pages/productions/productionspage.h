@@ -9,31 +9,14 @@
 #include <koltaconsole/widgets/stillrows.h>
 
 #include <QTimer>
-#include <QTreeView>
 
 class QLabel;
 
 namespace KoltaConsole {
 
 class FilterBar;
-class ButtonRow;
 class ElidedLabel;
-
-/// The tree of productions. While an FFP is dragged it shows where it may go.
-class ProductionsView : public QTreeView
-{
-    Q_OBJECT
-
-public:
-    using QTreeView::QTreeView;
-
-Q_SIGNALS:
-    /// Empty when it is over.
-    void si_Dragged(const QString& key);
-
-protected:
-    void startDrag(Qt::DropActions supported) override;
-};
+class ProductionsView;
 
 /// What runs on which server, when it ran within the last day, and what is done about it.
 class ProductionsPage : public Page
@@ -61,12 +44,10 @@ private:
     void refresh();
     bool isOfServer(const ProductionRow& row) const { return server().isEmpty() || row.server == server(); }
     std::vector<ProductionRow> filtered(std::vector<ProductionRow> rows, bool isAll) const;
-    void span(const QModelIndex& parent, int first, int last);
     void showCount();
     QString whyNothing() const;
     void showReasons();
     QString reasonShort(const QString& id) const;
-    QStringList selected() const;
     /// What an action does to rows, named by their keys: the selected ones, or those that a line names.
     struct Deed
     {
@@ -83,14 +64,13 @@ private:
     void offerTargets();
     void showMenu(const QPoint& place);
 
-    FilterBar* m_filter;
-    ProductionsView* m_view;
-    TimelineHeader* m_header;
-    ElidedLabel* m_reasons;
-    QLabel* m_nothing;
     ProductionRows m_rows;
     ProductionsModel m_model;
     ProductionOrders m_orders;
+    FilterBar* m_filter;
+    ProductionsView* m_view;
+    ElidedLabel* m_reasons;
+    QLabel* m_nothing;
     FilterWords m_words;
     QString m_line; ///< of the latest order
     QTimer m_gathering;
