@@ -53,9 +53,13 @@ private Q_SLOTS:
         row("english light", "en", "light", "");
         row("english dark, a server vanished", "en", "dark", "vanished");
         row("german light, a server vanished", "de", "light", "vanished");
+        row("german dark, a server vanished", "de", "dark", "vanished");
+        row("english light, 100 servers", "en", "light", "hundred");
         row("german dark, 100 servers", "de", "dark", "hundred");
 #ifdef KOLTA_WITH_DISTRIBUTION
-        row("german light, nothing published", "de", "light", "empty");
+        row("english light, nothing published", "en", "light", "empty");
+        row("german dark, nothing published", "de", "dark", "empty");
+        row("english light, the broker is gone", "en", "light", "gone");
         row("german dark, the broker is gone", "de", "dark", "gone");
 #endif
     }
@@ -318,6 +322,7 @@ void TestPictures::everyPage()
     QFETCH(QString, theme);
     QFETCH(QString, state);
     m_faults.clear();
+    m_installation.reset();
     QVERIFY(installTexts(language));
     Theme::instance().apply(theme == QLatin1String("dark") ? Theme::Choice::Dark : Theme::Choice::Light);
     Options options;
