@@ -2,6 +2,7 @@
 #include "application.h"
 #include "texts.h"
 
+#include <common/exitcodes.h>
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/viewroles.h>
 #include <koltaconsole/pages/pages.h>
@@ -22,9 +23,9 @@
 
 namespace {
 
+using namespace KoltaApps;
 using namespace KoltaConsole;
 
-constexpr int kUsage = 2;
 constexpr int kPictureLimitMs = 20000;
 constexpr int kSettleMs = 600; ///< from the filled page to the picture
 
@@ -32,9 +33,9 @@ int tell(const QString& text, int exitCode)
 {
     if (text.isEmpty())
         return exitCode;
-    std::fputs(qPrintable(exitCode == 0 ? text.trimmed() : QStringLiteral("koltaconsole: ") + text),
-               exitCode == 0 ? stdout : stderr);
-    std::fputc('\n', exitCode == 0 ? stdout : stderr);
+    std::fputs(qPrintable(exitCode == eExitOk ? text.trimmed() : QStringLiteral("koltaconsole: ") + text),
+               exitCode == eExitOk ? stdout : stderr);
+    std::fputc('\n', exitCode == eExitOk ? stdout : stderr);
     return exitCode;
 }
 
@@ -55,7 +56,7 @@ void tellFatal(QtMsgType type, const QMessageLogContext& /*context*/, const QStr
                     : isDisplayWanted() ? QStringLiteral("the display \"%1\" cannot be reached").arg(display)
                                         : QStringLiteral("QT_QPA_PLATFORM: Qt has no platform \"%1\" here")
                                               .arg(qEnvironmentVariable("QT_QPA_PLATFORM")),
-                    kUsage));
+                    eExitUsage));
 }
 
 bool hasDisplay()
@@ -110,8 +111,8 @@ void photograph(MainWindow& window, Session& session, const Options& options)
     const auto take = [&window, &options] {
         const bool isWritten = window.grab().save(options.screenshot);
         if (!isWritten)
-            tell(QStringLiteral("%1 cannot be written").arg(options.screenshot), 1);
-        QApplication::exit(isWritten ? 0 : 1);
+            tell(QStringLiteral("%1 cannot be written").arg(options.screenshot), eExitFailed);
+        QApplication::exit(isWritten ? eExitOk : eExitFailed);
     };
     QObject::connect(waiting, &QTimer::timeout, &window, [&, waiting, take] {
         SimulatedInstallation* const simulation = session.simulation();
@@ -130,7 +131,7 @@ void photograph(MainWindow& window, Session& session, const Options& options)
         const QString reason = link.isUp ? QString() : QStringLiteral(": ") + link.text;
         QApplication::exit(tell(
             QStringLiteral("the page has not filled within %1 s%2").arg(kPictureLimitMs / 1000).arg(reason),
-            1));
+            eExitFailed));
     });
 }
 
@@ -144,7 +145,7 @@ int run(Application& application, Options& options)
     QString error;
     const auto session = startSession(options, error);
     if (!session)
-        return options.isAsking ? 0 : tell(error, kUsage);
+        return options.isAsking ? eExitOk : tell(error, eExitUsage);
     application.setFaultTaker([&session](const QString& what) {
         session->tell(QApplication::translate("Application", "the console: %1").arg(what),
                       Kolta::Event::Weight::Attention);
@@ -180,7 +181,7 @@ int main(int argc, char** argv)
     if (exitCode >= 0)
         return tell(text, exitCode);
     if (!hasDisplay())
-        return tell(QStringLiteral("there is no display (DISPLAY is not set)"), kUsage);
+        return tell(QStringLiteral("there is no display (DISPLAY is not set)"), eExitUsage);
 
     const QtMessageHandler usual = qInstallMessageHandler(tellFatal);
     Application application(argc, argv);

@@ -1,5 +1,7 @@
 #include "options.h"
 #include "publishing.h"
+
+#include <common/exitcodes.h>
 #include <common/terminationsignals.h>
 
 #include <simulation/activity.h>
@@ -16,9 +18,7 @@
 
 namespace {
 
-constexpr int kExitFailed = 1;
-constexpr int kExitWrongUsage = 2;
-constexpr int kExitNameTaken = 3;
+using namespace KoltaApps;
 
 bool print(std::FILE* stream, const QString& text)
 {
@@ -64,7 +64,7 @@ bool publish(const KoltaSimulation::SimulatedServer& server, const Options& opti
         print(stdout, QStringLiteral("published as %1\n").arg(branch));
     };
     events.failed = [](bool isTaken, const QString& reason) {
-        QCoreApplication::exit(fail(isTaken ? kExitNameTaken : kExitFailed, reason));
+        QCoreApplication::exit(fail(isTaken ? eExitNameTaken : eExitFailed, reason));
     };
     link = publishTree(server, options, events, error);
     return link != nullptr;
@@ -86,13 +86,13 @@ int run(KoltaSimulation::SimulatedServer& server, const Options& options)
         QStringLiteral("%1 listens on %2\n").arg(installation.serverName(), server.hostAndPort());
     // Nobody would know where to find it.
     if (!print(stdout, place))
-        return fail(kExitFailed,
+        return fail(eExitFailed,
                     QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno)));
     // The first to go, so that others see the server leave.
     std::unique_ptr<QObject> link;
     QString error;
     if (!publish(server, options, link, error))
-        return fail(kExitWrongUsage, error);
+        return fail(eExitUsage, error);
     return QCoreApplication::exec();
 }
 
@@ -102,9 +102,9 @@ int runServer(const Options& options)
     Installation installation;
     QString error;
     if (!canPublish(options, error))
-        return fail(kExitWrongUsage, error);
+        return fail(eExitUsage, error);
     if (!installation.load(options.installation, error))
-        return fail(kExitFailed, error);
+        return fail(eExitFailed, error);
     if (options.number > 0)
         installation = makeInstallation(installation, options.number, options.tuners);
 
@@ -113,12 +113,12 @@ int runServer(const Options& options)
     for (const MisbehaviourRule& rule : options.misbehaviour)
         server.addMisbehaviour(rule);
     if (!protect(server, options, error))
-        return fail(kExitFailed, error);
+        return fail(eExitFailed, error);
     if (options.log)
         QObject::connect(&server, &SimulatedServer::happened, &printHappening);
     if (!server.listen(options.listen.address, options.listen.port)) {
         return fail(
-            kExitFailed,
+            eExitFailed,
             QStringLiteral("cannot listen on %1: %2").arg(server.hostAndPort(), server.errorString()));
     }
     server.publish();
@@ -137,9 +137,9 @@ int main(int argc, char* argv[])
     QString message;
     switch (parseCommandLine(QCoreApplication::arguments(), options, message)) {
     case ParseResult::Show:
-        return print(stdout, message) ? 0 : kExitFailed;
+        return print(stdout, message) ? eExitOk : eExitFailed;
     case ParseResult::Wrong:
-        return fail(kExitWrongUsage, QStringLiteral("%1\nTry koltasim --help.").arg(message));
+        return fail(eExitUsage, QStringLiteral("%1\nTry koltasim --help.").arg(message));
     case ParseResult::Run:
         break;
     }

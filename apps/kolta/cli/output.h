@@ -1,18 +1,20 @@
 #pragma once
 
+#include <common/exitcodes.h>
+
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
 
 namespace KoltaCli {
 
-/// Exit codes of every command.
-enum eExitCode : int {
-    eExitOk = 0,     ///< all went as it must
-    eExitFailed = 1, ///< the work could not be done
-    eExitUsage = 2,  ///< the command line is wrong
-    eExitNoTree = 4  ///< none of the other processes' servers that are needed is there
-};
+// Those of every command.
+using KoltaApps::eExitCode;
+using KoltaApps::eExitFailed;
+using KoltaApps::eExitNoTree;
+using KoltaApps::eExitOk;
+using KoltaApps::eExitUsage;
+
 /// With which code a command ends that did not get what it needs: eExitFailed, unless somebody has said
 /// another since the last question.
 int takeStartFailure();

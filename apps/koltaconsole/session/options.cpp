@@ -2,6 +2,7 @@
 
 #include "keptsettings.h"
 
+#include <common/exitcodes.h>
 #include <common/programoptions.h>
 #include <common/usualtree.h>
 #include <simulation/installation.h>
@@ -146,6 +147,7 @@ QString problemOf(const ProgramOptions& given, Options& options)
 
 Options Options::read(const QStringList& arguments, const QStringList& pages, int& exitCode, QString& text)
 {
+    using namespace KoltaApps;
     using Result = ProgramOptions::Result;
     ProgramOptions given({"koltaconsole",
                           "watch and steer a monitoring installation",
@@ -154,11 +156,14 @@ Options Options::read(const QStringList& arguments, const QStringList& pages, in
                          declaredOptions(pages));
     Options options;
     const Result result = given.read(QStringList{QStringLiteral("koltaconsole")} + arguments, text);
-    exitCode = result == Result::Show ? 0 : result == Result::Failed ? 1 : result == Result::Wrong ? 2 : -1;
+    exitCode = result == Result::Show     ? eExitOk
+               : result == Result::Failed ? eExitFailed
+               : result == Result::Wrong  ? eExitUsage
+                                          : -1;
     if (result == Result::Run)
         text = problemOf(given, options);
     if (result == Result::Run && !text.isEmpty())
-        exitCode = 2;
+        exitCode = eExitUsage;
     options.isAsking = given.has("ask");
     options.isReadOnly = given.has("read-only");
     options.isTracing = given.has("trace");
