@@ -30,20 +30,23 @@ QVector<KoltaApps::Option> declaredOptions(const QStringList& pages)
              "that did in the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE, "
              "configuration Distribution/Url)."),
         flag("simulate", "An installation of its own, in this process."),
-        text("servers", "NUMBER", "How many servers are simulated (5).", "5"),
+        text("servers", "NUMBER",
+             "How many servers are simulated (5); like the next two it needs --simulate.", "5"),
         text("tuners", "NUMBER", "How many tuners each of them has (those of the sample).", "0"),
         text(
             "activity", "MS",
             "Lets something happen to tuners and results in each of them every so many milliseconds (never).",
             "0"),
-        text("vanish", "SERVER", "The simulated server that vanishes before the picture is made."),
+        text("vanish", "SERVER",
+             "The simulated server that vanishes before the picture is made; needs --screenshot."),
         flag("ask", "Asks in a window which installation to show, where nothing says it or that one cannot "
                     "be shown."),
         flag("read-only", "Nothing can be changed."),
         flag("trace", "Writes trace lines to standard error, for support."),
         proposed(text("theme", "THEME", "One of {choices} (system).", "system"), kThemes),
         proposed(text("page", "NAME", "The page that is shown first: {choices}."), pages),
-        text("screenshot", "FILE", "Writes a picture of the page once it has filled, and ends.")};
+        text("screenshot", "FILE",
+             "Writes a picture of the page once it has filled, and ends; the suffix says which kind.")};
 }
 
 constexpr char kDescription[] =
