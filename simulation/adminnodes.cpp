@@ -4,8 +4,6 @@
 
 #include <values/value.h>
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace KoltaSimulation {
@@ -14,13 +12,11 @@ namespace {
 
 using ServerNodes::eNode;
 
-/// The values that clients write into, in the order in which they come up.
-constexpr eNode kRequestValues[] = {
-    ServerNodes::eChangedTuners,    ServerNodes::eChangedPUs,   ServerNodes::eChangedSUs,
-    ServerNodes::eUnitPowerControl, ServerNodes::eOwnerRequest, ServerNodes::eStopResource,
-    ServerNodes::eStopAll,          ServerNodes::eReset,        ServerNodes::eQuit};
-static_assert(std::size(kRequestValues) + 1 == ServerNodes::countOf(ServerNodes::eRequest),
-              "all but the node that requests are added to");
+/// A value that clients write into; below the other node they add some.
+bool isRequestValue(const ServerNodes::Row& row)
+{
+    return (row.use & (ServerNodes::eRequest | ServerNodes::eFolder)) == ServerNodes::eRequest;
+}
 
 } // namespace
 
@@ -57,7 +53,10 @@ bool AdminNodes::writeAll(const QVector<NodeText>& given)
     const auto addEmpty = [&texts](eNode node) { texts.append({ServerNodes::name(node), QString()}); };
     addEmpty(ServerNodes::eReplyResource);
     addEmpty(ServerNodes::eStoppedResource);
-    std::for_each(std::begin(kRequestValues), std::end(kRequestValues), addEmpty);
+    for (const ServerNodes::Row& row : ServerNodes::kTable) {
+        if (isRequestValue(row))
+            addEmpty(row.node);
+    }
     texts.append({ServerNodes::name(ServerNodes::eHostName), m_installation.hostName()});
     const QMap<QString, QString>& overviews = m_installation.furtherOverviews();
     for (auto it = overviews.begin(); it != overviews.end(); ++it) {
@@ -90,8 +89,10 @@ bool AdminNodes::listen()
         item->Attach(this);
         m_requestNodes.insert(item, node);
     };
-    for (const eNode node : kRequestValues)
-        listenTo(m_tree->FindAs<values::StringValue>(path(ServerNodes::name(node))), node);
+    for (const ServerNodes::Row& row : ServerNodes::kTable) {
+        if (isRequestValue(row))
+            listenTo(m_tree->FindAs<values::StringValue>(path(ServerNodes::name(row.node))), row.node);
+    }
     values::TreeItem* const requests =
         m_tree->EnsureNode(path(ServerNodes::name(ServerNodes::eRequestsNode)), this);
     if (life != m_life)

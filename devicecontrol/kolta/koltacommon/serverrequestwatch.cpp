@@ -3,6 +3,7 @@
 #include <startup/clock.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Kolta {
@@ -22,8 +23,9 @@ qint64 now()
 
 ServerRequestWatch::ServerRequestWatch(std::function<void(const QString&)> startupErrors)
     : m_startupErrors(std::move(startupErrors))
-    , m_bindings{Binding(this), Binding(this), Binding(this), Binding(this), Binding(this), Binding(this)}
+    , m_bindings(makeBindings<values::ValueBase, eWatchedCount>(this))
 {
+    static_assert(std::size(kNodes) == eWatchedCount, "one binding each");
     m_askedAt.fill(-1);
 }
 
