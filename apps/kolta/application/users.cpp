@@ -2,10 +2,10 @@
 
 #include "embeddedinstallation.h"
 
+#include <common/usersfile.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 
-#include <startup/cfgcenter.h>
 #include <usermanagement/activeuserproxy.h>
 
 namespace KoltaCli {
@@ -17,9 +17,8 @@ namespace {
 
 QString fileOf(const EmbeddedInstallation& installation)
 {
-    return installation.isSimulated()
-               ? installation.folder() + QStringLiteral("/users.xml")
-               : Startup::CfgCenter::Instance().Text(QStringLiteral("Users"), QStringLiteral("File"));
+    return installation.isSimulated() ? installation.folder() + QStringLiteral("/users.xml")
+                                      : KoltaApps::usersFile();
 }
 
 QString problemOfLogIn(const QString& name)

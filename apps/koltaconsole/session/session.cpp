@@ -21,13 +21,13 @@
 #include <koltacommon/viewtime.h>
 
 #include <simulation/installation.h>
-#include <startup/cfgcenter.h>
 #include <usermanagement/activeuserproxy.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
 #include "treebranches.h"
 
 #include <common/linkoptions.h>
+#include <common/usersfile.h>
 
 #include <distribution/replay.h>
 #include <distribution/treelink.h>
@@ -173,7 +173,7 @@ bool Session::mirror(const Options& options, QString& error)
     connect(d->link.get(), &distribution::TreeLink::si_BranchChanged, &d->facts, &ServerFactsList::gather);
     connect(d->link.get(), &distribution::TreeLink::si_WishFailed, this, &Session::si_WishFailed);
     d->link->mirror(link->branches);
-    startUsers(Startup::CfgCenter::Instance().Text(QStringLiteral("Users"), QStringLiteral("File")));
+    startUsers(KoltaApps::usersFile());
     return true;
 }
 
