@@ -20,6 +20,13 @@ QString keyOf(const QString& name, const QTreeView& view)
 
 } // namespace
 
+void dressTable(QTreeView& view)
+{
+    view.setRootIsDecorated(false);
+    view.setUniformRowHeights(true);
+    view.setAlternatingRowColors(true);
+}
+
 void setColumnWidths(QTreeView& view, std::initializer_list<int> widths)
 {
     QHeaderView* const header = view.header();

@@ -8,6 +8,8 @@ class QTreeView;
 
 namespace KoltaConsole {
 
+/// A table of rows: no branches, one height, every other row shaded.
+void dressTable(QTreeView& view);
 /// Gives the first columns these widths, or as much as their titles need in the language of the day; the last
 /// one takes the rest.
 void setColumnWidths(QTreeView& view, std::initializer_list<int> widths);

@@ -1,5 +1,6 @@
 #include "eventtable.h"
 
+#include "columns.h"
 #include "stateitemdelegate.h"
 
 #include <koltacommon/eventmodel.h>
@@ -17,9 +18,7 @@ void makeEventTable(QTreeView& view, Kolta::EventModel& events)
                    ? std::optional<Look>(eventLook(index.data(Kolta::ViewRoles::StateRole).toInt()))
                    : std::nullopt;
     }));
-    view.setRootIsDecorated(false);
-    view.setUniformRowHeights(true);
-    view.setAlternatingRowColors(true);
+    dressTable(view);
 }
 
 } // namespace KoltaConsole

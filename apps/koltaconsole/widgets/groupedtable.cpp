@@ -1,5 +1,6 @@
 #include "groupedtable.h"
 
+#include "columns.h"
 #include "rowindex.h"
 #include "theme.h"
 
@@ -34,9 +35,7 @@ void paintMarkOf(QPainter& painter, const QPoint& centre, bool isFolded, const Q
 GroupedTable::GroupedTable(RowIndex& rows, QWidget* parent) : QTreeView(parent), m_rows(rows)
 {
     setModel(&rows);
-    setRootIsDecorated(false);
-    setUniformRowHeights(true);
-    setAlternatingRowColors(true);
+    dressTable(*this);
 }
 
 void GroupedTable::drawRow(QPainter* painter, const QStyleOptionViewItem& option,

@@ -37,9 +37,7 @@ LinkMessages::LinkMessages(const ActionTable& actions, QWidget* parent)
                                      metrics.horizontalAdvance(tr("Stop reading"))) +
                             24);
     m_table->setItemDelegate(new StateItemDelegate(m_table));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    dressTable(*m_table);
     m_table->setAccessibleName(tr("Messages of the link"));
     m_text->setReadOnly(true);
     m_text->setFrameShape(QFrame::NoFrame);

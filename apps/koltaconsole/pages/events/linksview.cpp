@@ -107,9 +107,7 @@ void LinksView::makeTable()
 {
     m_table->setModel(&m_model);
     m_table->setItemDelegate(new StateItemDelegate(m_table, &lookOf));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    dressTable(*m_table);
     m_table->setAccessibleName(tr("Links"));
     setColumnWidths(*m_table, {150, 200, 86, 72, 72, 56, 96});
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &LinksView::choose);

@@ -119,9 +119,7 @@ void TraceView::makeTable()
 {
     m_table->setModel(&m_rows);
     m_table->setItemDelegate(new StateItemDelegate(m_table, &lookOf));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    dressTable(*m_table);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAccessibleName(tr("Trace lines"));
     setColumnWidths(*m_table, {110, 110, 330});

@@ -198,9 +198,7 @@ CandidatesTable::CandidatesTable(Session& session, QWidget* parent)
         look.word = index.data().toString();
         return std::optional<Look>(look);
     }));
-    setRootIsDecorated(false);
-    setUniformRowHeights(true);
-    setAlternatingRowColors(true);
+    dressTable(*this);
     setAccessibleName(tr("Candidates"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     arrangeColumns(*this);

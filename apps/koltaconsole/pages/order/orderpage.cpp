@@ -170,9 +170,7 @@ QWidget* OrderPage::makeCart()
         return index.column() == Cart::eStateColumn ? std::optional<Look>(m_cart.lookOf(index.row()))
                                                     : std::nullopt;
     }));
-    m_cartTable->setRootIsDecorated(false);
-    m_cartTable->setUniformRowHeights(true);
-    m_cartTable->setAlternatingRowColors(true);
+    dressTable(*m_cartTable);
     m_cartTable->setAccessibleName(tr("Cart"));
     m_cartTable->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setColumnWidths(*m_cartTable, {32, 138, 84, 84, 124, 46});

@@ -62,9 +62,7 @@ ConversionsView::ConversionsView(Session& session, ActionTable& actions, QWidget
     m_nothing->setWordWrap(true);
     m_table->setModel(&m_model);
     m_table->setItemDelegate(new StateItemDelegate(m_table));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    dressTable(*m_table);
     m_table->setAccessibleName(tr("Conversions"));
     setColumnWidths(*m_table, {190, 110, 150, 110, 130, 120});
     makeActions();

@@ -3,6 +3,7 @@
 #include <koltacommon/viewtime.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/serverfacts.h>
+#include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/looklabel.h>
 
@@ -79,9 +80,7 @@ void ProfileEditor::makeHeading()
 {
     m_heading->setProperty("heading", true);
     m_comparison->setHeaderLabels({tr("Field"), tr("Mine"), tr("Theirs")});
-    m_comparison->setRootIsDecorated(false);
-    m_comparison->setUniformRowHeights(true);
-    m_comparison->setAlternatingRowColors(true);
+    dressTable(*m_comparison);
     m_comparison->setAccessibleName(tr("Where mine and theirs differ"));
     m_comparison->header()->resizeSection(0, kFieldWidth);
     m_comparison->header()->resizeSection(1, kValueWidth);

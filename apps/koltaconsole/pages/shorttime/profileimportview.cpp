@@ -6,6 +6,7 @@
 #include <common/actionlines.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/wishwatch.h>
+#include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
@@ -60,9 +61,7 @@ ProfileImportView::ProfileImportView(Session& session, ActionTable& actions, QWi
 void ProfileImportView::makeTable()
 {
     m_differences->setHeaderLabels({tr("Difference"), tr("Now"), tr("Becomes")});
-    m_differences->setRootIsDecorated(false);
-    m_differences->setUniformRowHeights(true);
-    m_differences->setAlternatingRowColors(true);
+    dressTable(*m_differences);
     m_differences->setAccessibleName(tr("What the file would change"));
     m_differences->header()->resizeSection(0, 330);
     m_differences->header()->resizeSection(1, 260);

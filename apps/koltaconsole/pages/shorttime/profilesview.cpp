@@ -74,9 +74,7 @@ void ProfilesView::makeTable()
     m_rows.setSourceModel(&m_model);
     m_table->setModel(&m_rows);
     m_table->setItemDelegate(new StateItemDelegate(m_table));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    dressTable(*m_table);
     m_table->setAccessibleName(tr("Profiles"));
     // The editor has them too, and there is not room for all.
     for (const int column : {ProfileRows::eDurationColumn, ProfileRows::eShiftColumn})

@@ -130,9 +130,7 @@ void ResultsView::makeTable()
 {
     m_table->setModel(&m_rows);
     m_table->setItemDelegate(new StateItemDelegate(m_table));
-    m_table->setRootIsDecorated(false);
-    m_table->setUniformRowHeights(true);
-    m_table->setAlternatingRowColors(true);
+    dressTable(*m_table);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAccessibleName(tr("Results"));
     m_table->setSortingEnabled(true);
