@@ -4,6 +4,7 @@
 
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QLocale>
 #include <QToolButton>
 #include <QTreeView>
 
@@ -49,6 +50,14 @@ void FilterBar::tell(const QString& count, bool isNothing)
 {
     m_count->setText(count);
     m_clear->setVisible(isNothing && !m_line->text().isEmpty());
+}
+
+void FilterBar::tellCount(int shown, int all, const QString& counted, const QString& nothing)
+{
+    const QLocale locale;
+    const bool isNothing = shown == 0 && all > 0;
+    tell(isNothing ? nothing.arg(text()) : counted.arg(locale.toString(shown), locale.toString(all)),
+         isNothing);
 }
 
 int FilterBar::showRows(QTreeView& table, const std::function<bool(int row)>& fits)

@@ -29,6 +29,8 @@ public:
     void addWidget(QWidget* widget);
     /// Nothing fits: `count` says so.
     void tell(const QString& count, bool isNothing);
+    /// By the texts "%1 of %2 links" and "No link matches \"%1\".", which is for rows of which none fits.
+    void tellCount(int shown, int all, const QString& counted, const QString& nothing);
     /// Hides the top rows of a table that do not fit, where they stand: the chosen one stays chosen. Says how
     /// many are shown.
     static int showRows(QTreeView& table, const std::function<bool(int row)>& fits);

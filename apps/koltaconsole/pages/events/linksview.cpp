@@ -14,7 +14,6 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QLocale>
 #include <QSplitter>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -96,11 +95,7 @@ void LinksView::applyFilter()
     const int shown = FilterBar::showRows(*m_table, [&](int row) {
         return words.matches(m_model.index(row, 0).data(Kolta::ViewRoles::SearchRole).toString(), {});
     });
-    const QLocale locale;
-    m_filter->tell(shown == 0 && all > 0
-                       ? tr("No link matches \"%1\".").arg(m_filter->text())
-                       : tr("%1 of %2 links").arg(locale.toString(shown), locale.toString(all)),
-                   shown == 0);
+    m_filter->tellCount(shown, all, tr("%1 of %2 links"), tr("No link matches \"%1\"."));
 }
 
 void LinksView::makeTable()

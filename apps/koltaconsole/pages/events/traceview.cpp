@@ -155,13 +155,8 @@ QLineEdit* TraceView::filterLine() const
 
 void TraceView::showCount()
 {
-    const QLocale locale;
-    const int shown = m_rows.rowCount(), all = m_lines.rowCount();
-    m_filter->tell(
-        shown == 0 && all > 0
-            ? tr("No line matches \"%1\".").arg(m_filter->text())
-            : tr("%1 of %2 lines; the newest on top").arg(locale.toString(shown), locale.toString(all)),
-        shown == 0);
+    m_filter->tellCount(m_rows.rowCount(), m_lines.rowCount(), tr("%1 of %2 lines; the newest on top"),
+                        tr("No line matches \"%1\"."));
     showChannels();
 }
 

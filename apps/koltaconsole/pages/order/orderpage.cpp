@@ -26,7 +26,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QLocale>
 #include <QPushButton>
 #include <QSplitter>
 #include <QTimer>
@@ -307,11 +306,7 @@ void OrderPage::applyFilter()
 {
     const FilterWords words(m_filter->text());
     const int shown = m_candidates->applyFilter(words), all = m_candidates->rows().rowCount();
-    const QLocale locale;
-    m_filter->tell(shown == 0 && all > 0
-                       ? tr("No candidate matches \"%1\"").arg(m_filter->text())
-                       : tr("%1 of %2 candidates").arg(locale.toString(shown), locale.toString(all)),
-                   shown == 0 && all > 0);
+    m_filter->tellCount(shown, all, tr("%1 of %2 candidates"), tr("No candidate matches \"%1\""));
 }
 
 /// How many can take the order. What would start without being seen, or was wished for and is not there, is

@@ -17,7 +17,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QLocale>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTreeView>
@@ -110,11 +109,7 @@ void ConversionsView::applyFilter()
     const int all = m_model.rowCount();
     const int shown = FilterBar::showRows(
         *m_table, [&](int row) { return words.isEmpty() || words.matches(searchText(m_model, row), {}); });
-    const QLocale locale;
-    m_filter->tell(shown == 0 && all > 0
-                       ? tr("No conversion matches \"%1\".").arg(m_filter->text())
-                       : tr("%1 of %2 conversions").arg(locale.toString(shown), locale.toString(all)),
-                   shown == 0);
+    m_filter->tellCount(shown, all, tr("%1 of %2 conversions"), tr("No conversion matches \"%1\"."));
 }
 
 /// What to do where there is nothing, and since when what is shown is so no more.
