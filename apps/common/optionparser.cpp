@@ -130,6 +130,13 @@ QString OptionParser::problemOfValues() const
     return {};
 }
 
+QStringList OptionParser::given() const
+{
+    QStringList names = m_parser.optionNames();
+    names.removeDuplicates();
+    return names;
+}
+
 bool OptionParser::isSet(const char* option) const
 {
     // The parser would complain of what was not added.

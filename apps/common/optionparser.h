@@ -30,6 +30,8 @@ public:
     QString help() const { return m_parser.helpText(); }
 
     QStringList arguments() const { return m_parser.positionalArguments(); }
+    /// The names of the options that were given, each once.
+    QStringList given() const;
     /// Also of an option that was not added.
     bool isSet(const char* option) const;
     QString value(const char* option) const { return m_parser.value(QLatin1String(option)); }

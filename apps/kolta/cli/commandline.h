@@ -34,6 +34,8 @@ public:
     const CommandTable& table() const noexcept { return m_table; }
     /// The name of the action that was given; empty for none.
     QString action() const { return m_action ? QLatin1String(m_action->name) : QString(); }
+    /// The names of the options that were given, each once.
+    QStringList given() const { return m_parser.given(); }
     bool json() const { return isSet("json"); }
     bool isSet(const char* option) const { return m_parser.isSet(option); }
     QString value(const char* option) const { return m_parser.value(option); }
