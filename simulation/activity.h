@@ -19,6 +19,8 @@ class Activity : public QObject
     Q_OBJECT
 
 public:
+    static constexpr int kUsualPeriodMs = 500; ///< where a program's user does not say another
+
     Activity(SimulatedServer& server, quint32 seed);
 
     void start(int periodMs);

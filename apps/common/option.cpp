@@ -17,7 +17,11 @@ QStringList Option::spellings() const
 
 QString Option::fullHelp() const
 {
-    return withChoices(help, choices);
+    QString text = QString::fromUtf8(help);
+    text.replace(QLatin1String("{preset}"), preset);
+    text.replace(QLatin1String("{least}"), shownNumber(minimum));
+    text.replace(QLatin1String("{most}"), shownNumber(maximum));
+    return withChoices(text, choices);
 }
 
 Option flag(const char* name, const char* help)
@@ -25,26 +29,26 @@ Option flag(const char* name, const char* help)
     return {name, help};
 }
 
-Option text(const char* name, const char* valueName, const char* help, const char* preset)
+Option text(const char* name, const char* valueName, const char* help, const QString& preset)
 {
     return {name, help, Value::Text, valueName, preset};
 }
 
 Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
-             const char* preset)
+             std::optional<int> preset)
 {
     return {name,
             help,
             Value::Whole,
             valueName,
-            preset,
+            preset ? QString::number(*preset) : QString(),
             static_cast<double>(minimum),
             static_cast<double>(maximum)};
 }
 
-Option seconds(const char* name, const char* help, double minimum, double maximum, const char* preset)
+Option seconds(const char* name, const char* help, double minimum, double maximum, double preset)
 {
-    return {name, help, Value::Seconds, "seconds", preset, minimum, maximum};
+    return {name, help, Value::Seconds, "seconds", shownNumber(preset), minimum, maximum};
 }
 
 Option hertz(const char* name, const char* help)
@@ -54,7 +58,7 @@ Option hertz(const char* name, const char* help)
 
 Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices)
 {
-    return {name, help, Value::Choice, valueName, "", 0, 0, choices};
+    return {name, help, Value::Choice, valueName, QString(), 0, 0, choices};
 }
 
 Option checked(Option option, Check check)
@@ -96,14 +100,12 @@ QString listed(const QStringList& words)
     return words.join(QStringLiteral(", "));
 }
 
-QString withChoices(const char* help, const QStringList& choices)
+QString withChoices(QString help, const QStringList& choices)
 {
-    QString text = QString::fromUtf8(help);
-    if (choices.isEmpty())
-        return text;
     const QString place = QStringLiteral("{choices}");
-    return text.contains(place) ? text.replace(place, listed(choices))
-                                : text + QStringLiteral(" One of %1.").arg(listed(choices));
+    if (help.contains(place))
+        return help.replace(place, listed(choices));
+    return choices.isEmpty() ? help : help + QStringLiteral(" One of %1.").arg(listed(choices));
 }
 
 QString shownNumber(double number)

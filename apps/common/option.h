@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <optional>
+
 namespace KoltaApps {
 
 /// How the text of an option is read.
@@ -24,10 +26,10 @@ using Check = QString (*)(const QString& text);
 struct Option
 {
     const char* name; ///< without dashes; a single letter stands behind one dash
-    const char* help; ///< "{choices}" in it stands for these, which are told at the end else
+    const char* help; ///< in which "{preset}", "{least}", "{most}" and "{choices}" stand for what follows
     Value value = Value::None;
     const char* valueName = ""; ///< what stands for the value in help
-    const char* preset = "";    ///< what holds where the option is not given
+    QString preset = {};        ///< what holds where the option is not given
     double minimum = 0;
     double maximum = 0;
     QStringList choices = {}; ///< in a Value::Text proposals only
@@ -44,10 +46,10 @@ struct Option
 };
 
 Option flag(const char* name, const char* help);
-Option text(const char* name, const char* valueName, const char* help, const char* preset = "");
+Option text(const char* name, const char* valueName, const char* help, const QString& preset = {});
 Option whole(const char* name, const char* valueName, const char* help, int minimum, int maximum,
-             const char* preset = "");
-Option seconds(const char* name, const char* help, double minimum, double maximum, const char* preset);
+             std::optional<int> preset = {});
+Option seconds(const char* name, const char* help, double minimum, double maximum, double preset);
 Option hertz(const char* name, const char* help);
 Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices);
 Option checked(Option option, Check check);
@@ -62,7 +64,7 @@ QStringList spellingsOf(const QVector<Option>& options);
 /// "a, b, c".
 QString listed(const QStringList& words);
 /// A help text with the words that are possible, if any; "{choices}" says where, else they follow it.
-QString withChoices(const char* help, const QStringList& choices);
+QString withChoices(QString help, const QStringList& choices);
 /// As help and messages show it: "0.1", "2147483647".
 QString shownNumber(double number);
 

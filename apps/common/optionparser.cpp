@@ -76,7 +76,7 @@ void OptionParser::add(const QVector<Option>& options)
         if (option.letter != 0)
             names.prepend(QString(QLatin1Char(option.letter)));
         QCommandLineOption added(names, option.fullHelp(), QString::fromUtf8(option.valueName),
-                                 QString::fromUtf8(option.preset));
+                                 option.preset);
         if (option.isHidden)
             added.setFlags(QCommandLineOption::HiddenFromHelp);
         m_parser.addOption(added);

@@ -3,6 +3,7 @@
 #include <common/programoptions.h>
 
 #include <simulation/installation.h>
+#include <simulation/resourcegenerator.h>
 
 #include <limits>
 
@@ -14,8 +15,6 @@ using KoltaApps::ProgramOptions;
 using KoltaApps::proposed;
 using KoltaApps::text;
 
-constexpr int kMostTuners = 100000; ///< as of kolta up: about 80 MB of XML
-
 QVector<Option> placeOptions()
 {
     return {text("installation", "DIR", "Folder with the installation's files (the sample installation)."),
@@ -24,9 +23,9 @@ QVector<Option> placeOptions()
                  "so on."),
             text("tuners", "N", "How many tuners it has; needs --number (those of the files)."),
             text("listen", "HOST:PORT",
-                 "Where to listen, 127.0.0.1:0 unless given: an address or a name; port 0 lets the system "
+                 "Where to listen, {preset} unless given: an address or a name; port 0 lets the system "
                  "pick one. An IPv6 address may stand in brackets.",
-                 "127.0.0.1:0")};
+                 Options().listen.toString())};
 }
 
 QVector<Option> protectionOptions()
@@ -44,15 +43,17 @@ QVector<Option> protectionOptions()
 
 QVector<Option> happeningOptions()
 {
-    return {flag("log", "Prints links, requests, orders and misbehaviours as they happen (on stderr)."),
-            proposed(text("misbehave", "KIND[=ARG]",
-                          "Do something wrong; may be given several times. KIND is one of {choices}. After "
-                          "KIND[=ARG] may follow ,component=NAME ,after=N ,times=N ,chance=0…1."),
-                     KoltaSimulation::misbehaviourNames()),
-            text("seed", "N", "Seed of all that happens by chance (1).", "1"),
-            flag("activity", "Tuners become busy and free, and subscribers are told; conversions go on, and "
-                             "enabled assignments yield results."),
-            text("period", "MS", "Time between two activities in milliseconds (500).", "500")};
+    return {
+        flag("log", "Prints links, requests, orders and misbehaviours as they happen (on stderr)."),
+        proposed(text("misbehave", "KIND[=ARG]",
+                      "Do something wrong; may be given several times. KIND is one of {choices}. After "
+                      "KIND[=ARG] may follow ,component=NAME ,after=N ,times=N ,chance=0…1."),
+                 KoltaSimulation::misbehaviourNames()),
+        text("seed", "N", "Seed of all that happens by chance ({preset}).", QString::number(Options().seed)),
+        flag("activity", "Tuners become busy and free, and subscribers are told; conversions go on, and "
+                         "enabled assignments yield results."),
+        text("period", "MS", "Time between two activities in milliseconds ({preset}).",
+             QString::number(Options().period))};
 }
 
 QVector<Option> publishingOptions()
@@ -125,7 +126,7 @@ bool readNumbers(const ProgramOptions& given, Options& options, QString& message
     } numbers[] = {{"period", 1, std::numeric_limits<int>::max(), options.period,
                     "a number of milliseconds, at least 1"},
                    {"number", 1, std::numeric_limits<int>::max(), options.number, "a number from 1"},
-                   {"tuners", 0, kMostTuners, options.tuners, "a number from 0 to 100000"}};
+                   {"tuners", 0, KoltaSimulation::kMostTuners, options.tuners, "a number from 0 to 100000"}};
     for (const auto& number : numbers) {
         if (!given.has(number.name))
             continue;

@@ -2,6 +2,7 @@
 
 #include <common/endpoint.h>
 
+#include <simulation/activity.h>
 #include <simulation/misbehaviour.h>
 
 #include <QString>
@@ -23,9 +24,9 @@ struct Options
     QVector<KoltaSimulation::MisbehaviourRule> misbehaviour;
     quint32 seed = 1;
     bool activity = false;
-    int period = 500; ///< milliseconds from one activity to the next
-    QString publish;  ///< URL of a broker; empty: the value tree is not shared
-    QString branch;   ///< name under which it is; empty: that of the server
+    int period = KoltaSimulation::Activity::kUsualPeriodMs; ///< milliseconds from one activity to the next
+    QString publish; ///< URL of a broker; empty: the value tree is not shared
+    QString branch;  ///< name under which it is; empty: that of the server
     bool takeOver = false;
 };
 

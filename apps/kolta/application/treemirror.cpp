@@ -279,7 +279,7 @@ QVector<Option> TreeMirror::options()
                  "Look at the servers that publish themselves at the broker "
                  "mqtt[s]://[USER@]HOST[:PORT][/PREFIX], "
                  "or that did in the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE)."),
-            whole("tree-timeout", "seconds", "How long they may take to be live (5).", 1, 3600, "5")};
+            whole("tree-timeout", "seconds", "How long they may take to be live ({preset}).", 1, 3600, 5)};
 }
 
 QString TreeMirror::urlOf(const CommandLine& line)

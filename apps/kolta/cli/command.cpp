@@ -6,7 +6,7 @@ namespace KoltaCli {
 
 QString Argument::fullHelp() const
 {
-    return KoltaApps::withChoices(help, choices);
+    return KoltaApps::withChoices(QString::fromUtf8(help), choices);
 }
 
 QString Argument::shown() const
@@ -49,7 +49,8 @@ const QVector<Option>& commonOptions()
     static const QVector<Option> options{
         lettered('h', flag("help", "Show this help.")),
         flag("json", "Print JSON, one object per line, for programs."),
-        seconds("timeout", "Seconds to wait for a link or a reply, 0.1 to 3600 (5).", 0.1, 3600, "5"),
+        seconds("timeout", "Seconds to wait for a link or a reply, {least} to {most} ({preset}).", 0.1, 3600,
+                5),
         flag("trace", "Write trace lines to standard error, for support."),
     };
     return options;

@@ -24,7 +24,7 @@ namespace {
 
 using Assignments = ShortTimeCollection<ShortTimeFFPAssignmentItemMap>;
 
-constexpr quint32 kDefaultCoverage = 50;
+constexpr int kDefaultCoverage = 50;
 
 /// The GUID of the FFP that `text` means: a GUID, also of one that does not run, or the name of one that
 /// runs. Prints an error and gives an empty text when it means none.
@@ -160,27 +160,29 @@ Command assignmentsCommand()
 {
     const Argument ffp{"FFP", "GUID of an FFP, or the display name of one that runs."};
     const auto on = [](auto use) { return onShortTime<ShortTimeFFPAssignmentItemMap>(use); };
-    return {"assignments",
-            "list, show or set what FFPs are to look for",
-            "Works on what the FFPs of a server in the installation are to look for. "
-            "FFP is a GUID, or the display name of one that runs. What set does not say of profiles, radio, "
-            "resource and coverage stays as it is.",
-            {},
-            Servers::options(
-                {text("profiles", "names", "set: names of the profiles, separated by commas; \"\" for none."),
-                 whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
-                 whole("resource", "number", "set: number of the FFP in the resource model, up to 65535 (0).",
-                       0, std::numeric_limits<quint16>::max()),
-                 whole("coverage", "number", "set: minimum coverage in per cent (50).", 0, 100),
-                 flag("disabled", "set: the FFP does not look for them yet."),
-                 flag("record", "set: record the emissions that are detected."), Users::option()}),
-            nullptr,
-            {{"list", {}, "Lists all assignments.", on(list)},
-             {"show", {ffp}, "Shows that of an FFP.", on(show)},
-             {"set",
-              {ffp},
-              "Asks the server for another one.",
-              changeShortTime<ShortTimeFFPAssignmentItemMap>(Kolta::UserAction::EditAssignments, set)}}};
+    return {
+        "assignments",
+        "list, show or set what FFPs are to look for",
+        "Works on what the FFPs of a server in the installation are to look for. "
+        "FFP is a GUID, or the display name of one that runs. What set does not say of profiles, radio, "
+        "resource and coverage stays as it is.",
+        {},
+        Servers::options(
+            {text("profiles", "names", "set: names of the profiles, separated by commas; \"\" for none."),
+             whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
+             whole("resource", "number", "set: number of the FFP in the resource model, up to {most} (0).", 0,
+                   std::numeric_limits<quint16>::max()),
+             whole("coverage", "number", "set: minimum coverage in per cent ({preset}).", 0, 100,
+                   kDefaultCoverage),
+             flag("disabled", "set: the FFP does not look for them yet."),
+             flag("record", "set: record the emissions that are detected."), Users::option()}),
+        nullptr,
+        {{"list", {}, "Lists all assignments.", on(list)},
+         {"show", {ffp}, "Shows that of an FFP.", on(show)},
+         {"set",
+          {ffp},
+          "Asks the server for another one.",
+          changeShortTime<ShortTimeFFPAssignmentItemMap>(Kolta::UserAction::EditAssignments, set)}}};
 }
 
 } // namespace KoltaCli

@@ -147,28 +147,29 @@ Command conversionsCommand()
     const auto change = [](UserAction action, auto use) {
         return changeShortTime<ConvertProductionResultMap>(action, use);
     };
-    return {"conversions",
-            "list, start, finish or tidy up conversions of recordings",
-            "Works on the results of conversions of recordings on a server of the installation. "
-            "start and finish play the conversion production. RECORD is "
-            "SUBSYSTEM/DEVICE/RECORD.",
-            {},
-            Servers::options(
-                {text("type", "text", "start: kind of result."),
-                 flag("wait", "start: wait until it has ended, at most --timeout seconds."),
-                 text("production", "name", "start: name of the production (kolta).", "kolta"),
-                 text("result", "text", "finish: the result."),
-                 flag("failed", "finish: the conversion failed; tidy: erase such results too."),
-                 whole("keep", "number", "tidy: results that are left (0).", 0,
-                       std::numeric_limits<int>::max(), "0"),
-                 checked(text("older-than", "time", "tidy: erase only results made before this time."),
-                         KoltaApps::problemOfMoment),
-                 Users::option()}),
-            nullptr,
-            {{"list", {}, "Lists all, the oldest first.", on(list)},
-             {"start", {record}, "Begins one.", change(UserAction::Convert, start)},
-             {"finish", {record}, "Ends one.", change(UserAction::Convert, finish)},
-             {"tidy", {}, "Erases results, the oldest first.", change(UserAction::RemoveConversions, tidy)}}};
+    return {
+        "conversions",
+        "list, start, finish or tidy up conversions of recordings",
+        "Works on the results of conversions of recordings on a server of the installation. "
+        "start and finish play the conversion production. RECORD is "
+        "SUBSYSTEM/DEVICE/RECORD.",
+        {},
+        Servers::options(
+            {text("type", "text", "start: kind of result."),
+             flag("wait", "start: wait until it has ended, at most --timeout seconds."),
+             text("production", "name", "start: name of the production ({preset}).", QStringLiteral("kolta")),
+             text("result", "text", "finish: the result."),
+             flag("failed", "finish: the conversion failed; tidy: erase such results too."),
+             whole("keep", "number", "tidy: results that are left ({preset}).", 0,
+                   std::numeric_limits<int>::max(), 0),
+             checked(text("older-than", "time", "tidy: erase only results made before this time."),
+                     KoltaApps::problemOfMoment),
+             Users::option()}),
+        nullptr,
+        {{"list", {}, "Lists all, the oldest first.", on(list)},
+         {"start", {record}, "Begins one.", change(UserAction::Convert, start)},
+         {"finish", {record}, "Ends one.", change(UserAction::Convert, finish)},
+         {"tidy", {}, "Erases results, the oldest first.", change(UserAction::RemoveConversions, tidy)}}};
 }
 
 } // namespace KoltaCli

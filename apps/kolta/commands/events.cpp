@@ -130,7 +130,7 @@ Command eventsCommand()
              checked(text("from", "time", "From this time on: a date and time, or a time of today."),
                      KoltaApps::problemOfMoment),
              checked(text("to", "time", "Before this time."), KoltaApps::problemOfMoment),
-             whole("count", "number", "So many at most (0: all).", 0, kMostLines, "100"),
+             whole("count", "number", "So many at most (0: all).", 0, kMostLines, 100),
              flag("csv", "Print a table for spreadsheets, with commas.")},
             events};
 }

@@ -27,7 +27,7 @@ Command listenCommand()
         "Prints a server's broadcasts and faults until Ctrl-C. A link that fails is opened again, as often "
         "as need be and after pauses that grow; how it is stands on standard error.",
         {Session::argument()},
-        {whole("count", "number", "End after so many broadcasts (0: never).", 0, kMostBroadcasts, "0"),
+        {whole("count", "number", "End after so many broadcasts (0: never).", 0, kMostBroadcasts, 0),
          Session::faultsOption()},
         with(Session::start, listen)};
 }

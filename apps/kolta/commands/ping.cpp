@@ -127,7 +127,7 @@ Command pingCommand()
             "measure round trips",
             "Measures round trips: asks for the application description, one at a time.",
             {Session::argument()},
-            {whole("n", "count", "Number of round trips, 1 to 1000000 (10).", 1, kMaxCount, "10"),
+            {whole("n", "count", "Number of round trips, {least} to {most} ({preset}).", 1, kMaxCount, 10),
              flag("at-once",
                   "Hand all requests over at once, so that they wait in line, instead of one at a time.")},
             with(Session::startOpen, ping)};

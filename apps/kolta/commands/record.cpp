@@ -118,7 +118,7 @@ Command recordCommand()
         "program or its machine has crashed.",
         {{"FILE", "File that is made; it must not exist."}},
         QVector<Option>{whole("for", "seconds", "End after so many seconds.", 1, kMostSeconds),
-                        whole("size", "MiB", "Largest size of the file (256).", 1, kMostMib, "256")} +
+                        whole("size", "MiB", "Largest size of the file ({preset}).", 1, kMostMib, 256)} +
             TreeMirror::options(),
         record};
 }

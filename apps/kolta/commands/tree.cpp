@@ -173,7 +173,7 @@ Command treeCommand()
             "can be compared.",
             {},
             EmbeddedInstallation::options(
-                {whole("count", "number", "End \"watch\" after so many lines (0: never).", 0, 1000000, "0")}),
+                {whole("count", "number", "End \"watch\" after so many lines (0: never).", 0, 1000000, 0)}),
             {},
             {{"list", path, "what is directly below an item", with(EmbeddedInstallation::reach, list)},
              {"dump", path, "everything at and below an item: paths, types and contents",

@@ -6,6 +6,8 @@
 #include <kolta/cli/eventwait.h>
 #include <kolta/cli/output.h>
 
+#include <simulation/resourcegenerator.h>
+
 namespace KoltaCli {
 
 namespace {
@@ -65,8 +67,9 @@ Command upCommand()
             "ends. Ctrl-C ends "
             "all of it.",
             {},
-            {whole("servers", "number", "How many servers (1).", 1, 100, "1"),
-             whole("tuners", "number", "How many tuners each has (those of the sample).", 0, 100000, "0"),
+            {whole("servers", "number", "How many servers ({preset}).", 1, 100, 1),
+             whole("tuners", "number", "How many tuners each has (those of the sample).", 0,
+                   KoltaSimulation::kMostTuners, 0),
              flag("tls", "Protect the connections to the broker by TLS."),
              flag("restart", "Start again what ends.")},
             up};

@@ -138,12 +138,12 @@ Command watchCommand()
         "--timeout seconds where it is given.",
         {},
         Servers::options(
-            {whole("count", "number", "End after so many lines (0: never).", 0, kMostLines, "0"),
+            {whole("count", "number", "End after so many lines (0: never).", 0, kMostLines, 0),
              text("journal", "file", "Keep what happens in this file, too, for \"events\"."),
              flag("activity", "Let tuners become busy and free, conversions go on, and enabled assignments "
                               "yield results meanwhile."),
-             whole("period", "ms", "Time between two such changes in milliseconds (500).", 1, kLongestPeriod,
-                   "500")}),
+             whole("period", "ms", "Time between two such changes in milliseconds ({preset}).", 1,
+                   kLongestPeriod, KoltaSimulation::Activity::kUsualPeriodMs)}),
         with(Servers::reach, watch)};
 }
 

@@ -111,7 +111,7 @@ QVector<Command> ProcessVerbs::lifeOfProcesses()
          "start an installation of processes",
          "Runs \"kolta up --restart\" and goes on when all is up.",
          {},
-         {whole("servers", "number", "How many servers (1).", 1, 100, "1")},
+         {whole("servers", "number", "How many servers ({preset}).", 1, 100, 1)},
          own(&ProcessVerbs::start)},
         {"kill",
          "kill a process and wait until it was started again",

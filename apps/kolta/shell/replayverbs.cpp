@@ -125,7 +125,7 @@ int replayFile(const CommandLine& line)
 {
     ReplayAddress address;
     address.file = line.argument(0);
-    address.speed = line.isSet("speed") ? line.value("speed").toDouble() : 1;
+    address.speed = line.value("speed").toDouble();
     address.from = line.value("from");
     QStringList words{QStringLiteral("shell"), QStringLiteral("--tree"), address.ToUrl()};
     for (const char* const option : {"keep-going", "json", "trace"}) {
@@ -166,7 +166,7 @@ QVector<Command> verbsOfPlaying(const Own& own)
              "play the next message and pause",
              "Plays up to the next message that is no mere sign of life, and pauses.",
              {},
-             {whole("number", "number", "So many messages (1).", 1, kMostSteps, "1")},
+             {whole("number", "number", "So many messages ({preset}).", 1, kMostSteps, 1)},
              own(step)}};
 }
 
@@ -213,7 +213,9 @@ Command replayCommand()
         "then, and pause, go, step, jump, speed and position control the time. Nothing can be changed in it. "
         "Other commands see the recording with --tree replay:FILE?speed=N&from=TIME.",
         {{"FILE", "The recording."}},
-        {checked(text("speed", "N", "So many times as fast as it was (1).", "1"), checkSpeed),
+        {checked(text("speed", "N", "So many times as fast as it was ({preset}).",
+                      QString::number(ReplayAddress().speed)),
+                 checkSpeed),
          text("from", "TIME", "Begin there: begin, end, a time of day or +SECONDS."),
          flag("keep-going", "Go on with a script when one of its commands has failed.")},
         replayFile};

@@ -141,7 +141,7 @@ QVector<Command> SimulationVerbs::lifeOfServers()
          "understand its name then.",
          {},
          {server,
-          whole("port", "number", "The port (0: the system picks one).", 0, KoltaApps::kHighestPort, "0")},
+          whole("port", "number", "The port (0: the system picks one).", 0, KoltaApps::kHighestPort, 0)},
          own(&SimulationVerbs::serve)},
         {"vanish",
          "let a server die",

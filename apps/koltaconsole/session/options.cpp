@@ -6,6 +6,7 @@
 #include <common/programoptions.h>
 #include <common/usualtree.h>
 #include <simulation/installation.h>
+#include <simulation/resourcegenerator.h>
 
 #include <QFileInfo>
 #include <QImageWriter>
@@ -31,19 +32,21 @@ QVector<KoltaApps::Option> declaredOptions(const QStringList& pages)
              "configuration Distribution/Url)."),
         flag("simulate", "An installation of its own, in this process."),
         text("servers", "NUMBER",
-             "How many servers are simulated (5); like the next two it needs --simulate.", "5"),
-        text("tuners", "NUMBER", "How many tuners each of them has (those of the sample).", "0"),
+             "How many servers are simulated ({preset}); like the next two it needs --simulate.",
+             QStringLiteral("5")),
+        text("tuners", "NUMBER", "How many tuners each of them has (those of the sample).",
+             QStringLiteral("0")),
         text(
             "activity", "MS",
             "Lets something happen to tuners and results in each of them every so many milliseconds (never).",
-            "0"),
+            QStringLiteral("0")),
         text("vanish", "SERVER",
              "The simulated server that vanishes before the picture is made; needs --screenshot."),
         flag("ask", "Asks in a window which installation to show, where nothing says it or that one cannot "
                     "be shown."),
         flag("read-only", "Nothing can be changed."),
         flag("trace", "Writes trace lines to standard error, for support."),
-        proposed(text("theme", "THEME", "One of {choices} (system).", "system"), kThemes),
+        proposed(text("theme", "THEME", "One of {choices} ({preset}).", kThemes.last()), kThemes),
         proposed(text("page", "NAME", "The page that is shown first: {choices}."), pages),
         text("screenshot", "FILE",
              "Writes a picture of the page once it has filled, and ends; the suffix says which kind.")};
@@ -87,7 +90,7 @@ QString problemOfNumbers(const ProgramOptions& given, Options& options)
         int maximum;
         int& target;
     } numbers[] = {{"servers", 1, 1000, options.servers},
-                   {"tuners", 0, 100000, options.tuners},
+                   {"tuners", 0, KoltaSimulation::kMostTuners, options.tuners},
                    {"activity", 0, 3600000, options.activityMs}};
     for (const auto& number : numbers) {
         bool isNumber = false;
