@@ -56,9 +56,10 @@ Option hertz(const char* name, const char* help)
     return {name, help, Value::Hertz, "Hz"};
 }
 
-Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices)
+Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices,
+              const QString& preset)
 {
-    return {name, help, Value::Choice, valueName, QString(), 0, 0, choices};
+    return {name, help, Value::Choice, valueName, preset, 0, 0, choices};
 }
 
 Option checked(Option option, Check check)

@@ -12,7 +12,7 @@ namespace KoltaApps {
 enum class Value {
     None,    ///< the option stands alone
     Text,    ///< anything
-    Whole,   ///< a whole number within its bounds
+    Whole,   ///< a whole number within its bounds; the largest int is none
     Seconds, ///< any number within its bounds
     Hertz,   ///< a frequency or a bandwidth above 0
     Choice,  ///< one of some words, in any letter case
@@ -51,7 +51,8 @@ Option whole(const char* name, const char* valueName, const char* help, int mini
              std::optional<int> preset = {});
 Option seconds(const char* name, const char* help, double minimum, double maximum, double preset);
 Option hertz(const char* name, const char* help);
-Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices);
+Option choice(const char* name, const char* valueName, const char* help, const QStringList& choices,
+              const QString& preset = {});
 Option checked(Option option, Check check);
 /// The words are told and completed; others are as good.
 Option proposed(Option option, const QStringList& words);

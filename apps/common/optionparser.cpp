@@ -5,6 +5,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <limits>
 
 namespace KoltaApps {
 
@@ -17,7 +18,10 @@ bool isWithin(const Option& option, double number)
 
 QString boundsOf(const Option& option)
 {
-    return QStringLiteral("from %1 to %2").arg(shownNumber(option.minimum), shownNumber(option.maximum));
+    const QString least = QStringLiteral("from ") + shownNumber(option.minimum);
+    return option.maximum < std::numeric_limits<int>::max()
+               ? least + QStringLiteral(" to ") + shownNumber(option.maximum)
+               : least;
 }
 
 /// What the value should have been; empty when it is right.

@@ -46,16 +46,6 @@ ProgramOptions::Result ProgramOptions::read(const QStringList& arguments, QStrin
     return text.isEmpty() ? Result::Run : Result::Wrong;
 }
 
-int ProgramOptions::choice(const char* name, QString& problem) const
-{
-    const QStringList words = m_parser.choicesOf(QLatin1String(name));
-    const int place = words.indexOf(value(name));
-    if (place < 0)
-        problem = QStringLiteral("--%1: expected one of %2, found \"%3\"")
-                      .arg(QLatin1String(name), listed(words), value(name));
-    return place;
-}
-
 QString ProgramOptions::problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const
 {
     for (const auto& [name, needed] : pairs) {

@@ -41,8 +41,9 @@ public:
     bool has(const char* name) const { return m_parser.isSet(name); }
     QString value(const char* name) const { return m_parser.value(name); }
     QStringList values(const char* name) const { return m_parser.values(name); }
-    /// Which of its choices an option has, from 0; -1 for another word, which `problem` tells of in one line.
-    int choice(const char* name, QString& problem) const;
+    /// As those of OptionParser.
+    int number(const char* name) const { return m_parser.number(name); }
+    int choice(const char* name) const { return m_parser.choice(name); }
     /// The first of the pairs whose first option is given without the second, which it needs, as a problem
     /// in one line; empty when there is none.
     QString problemOfPairs(std::initializer_list<std::pair<const char*, const char*>> pairs) const;

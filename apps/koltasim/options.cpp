@@ -9,19 +9,30 @@
 
 namespace {
 
+using KoltaApps::checked;
 using KoltaApps::flag;
 using KoltaApps::Option;
 using KoltaApps::ProgramOptions;
 using KoltaApps::proposed;
 using KoltaApps::text;
+using KoltaApps::whole;
+
+QString problemOfSeed(const QString& text)
+{
+    bool isNumber = false;
+    text.toUInt(&isNumber);
+    return isNumber ? QString() : QStringLiteral("expected a number");
+}
 
 QVector<Option> placeOptions()
 {
     return {text("installation", "DIR", "Folder with the installation's files (the sample installation)."),
-            text("number", "N",
-                 "Plays server N, from 1, of an installation whose servers are all of this kind: S1, S2 and "
-                 "so on."),
-            text("tuners", "N", "How many tuners it has; needs --number (those of the files)."),
+            whole("number", "N",
+                  "Plays server N, from {least}, of an installation whose servers are all of this kind: S1, "
+                  "S2 and so on.",
+                  1, std::numeric_limits<int>::max()),
+            whole("tuners", "N", "How many tuners it has; needs --number (those of the files).", 0,
+                  KoltaSimulation::kMostTuners),
             text("listen", "HOST:PORT",
                  "Where to listen, {preset} unless given: an address or a name; port 0 lets the system "
                  "pick one. An IPv6 address may stand in brackets.",
@@ -43,17 +54,18 @@ QVector<Option> protectionOptions()
 
 QVector<Option> happeningOptions()
 {
-    return {
-        flag("log", "Prints links, requests, orders and misbehaviours as they happen (on stderr)."),
-        proposed(text("misbehave", "KIND[=ARG]",
-                      "Do something wrong; may be given several times. KIND is one of {choices}. After "
-                      "KIND[=ARG] may follow ,component=NAME ,after=N ,times=N ,chance=0…1."),
-                 KoltaSimulation::misbehaviourNames()),
-        text("seed", "N", "Seed of all that happens by chance ({preset}).", QString::number(Options().seed)),
-        flag("activity", "Tuners become busy and free, and subscribers are told; conversions go on, and "
-                         "enabled assignments yield results."),
-        text("period", "MS", "Time between two activities in milliseconds ({preset}).",
-             QString::number(Options().period))};
+    return {flag("log", "Prints links, requests, orders and misbehaviours as they happen (on stderr)."),
+            proposed(text("misbehave", "KIND[=ARG]",
+                          "Do something wrong; may be given several times. KIND is one of {choices}. After "
+                          "KIND[=ARG] may follow ,component=NAME ,after=N ,times=N ,chance=0…1."),
+                     KoltaSimulation::misbehaviourNames()),
+            checked(text("seed", "N", "Seed of all that happens by chance ({preset}).",
+                         QString::number(Options().seed)),
+                    problemOfSeed),
+            flag("activity", "Tuners become busy and free, and subscribers are told; conversions go on, and "
+                             "enabled assignments yield results."),
+            whole("period", "MS", "Time between two activities in milliseconds ({preset}).", 1,
+                  std::numeric_limits<int>::max(), Options().period)};
 }
 
 QVector<Option> publishingOptions()
@@ -108,43 +120,15 @@ bool readListen(const QString& text, Options& options, QString& message)
     return false;
 }
 
-bool readNumbers(const ProgramOptions& given, Options& options, QString& message)
-{
-    bool isRight = false;
-    options.seed = given.value("seed").toUInt(&isRight);
-    if (!isRight) {
-        message = QStringLiteral("--seed: expected a number");
-        return false;
-    }
-    const struct
-    {
-        const char* name;
-        int minimum;
-        int maximum;
-        int& target;
-        const char* expected;
-    } numbers[] = {{"period", 1, std::numeric_limits<int>::max(), options.period,
-                    "a number of milliseconds, at least 1"},
-                   {"number", 1, std::numeric_limits<int>::max(), options.number, "a number from 1"},
-                   {"tuners", 0, KoltaSimulation::kMostTuners, options.tuners, "a number from 0 to 100000"}};
-    for (const auto& number : numbers) {
-        if (!given.has(number.name))
-            continue;
-        number.target = given.value(number.name).toInt(&isRight);
-        if (isRight && number.target >= number.minimum && number.target <= number.maximum)
-            continue;
-        message = QStringLiteral("--%1: expected %2")
-                      .arg(QLatin1String(number.name), QLatin1String(number.expected));
-        return false;
-    }
-    return true;
-}
-
 bool readOptions(const ProgramOptions& given, Options& options, QString& message)
 {
     options.installation = given.has("installation") ? given.value("installation")
                                                      : KoltaSimulation::Installation::sampleFolder();
+    options.number = given.number("number");
+    options.tuners = given.number("tuners");
+    options.seed = given.value("seed").toUInt();
     options.activity = given.has("activity");
+    options.period = given.number("period");
     options.tlsCertificate = given.value("tls");
     options.tlsClients = given.value("tls-clients");
     options.users = given.value("users");
@@ -155,7 +139,6 @@ bool readOptions(const ProgramOptions& given, Options& options, QString& message
     options.takeOver = given.has("take-over");
     message = problemOfCombination(given);
     return message.isEmpty() && readListen(given.value("listen"), options, message) &&
-           readNumbers(given, options, message) &&
            readMisbehaviour(given.values("misbehave"), options, message);
 }
 

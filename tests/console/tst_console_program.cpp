@@ -14,8 +14,8 @@ private Q_SLOTS:
     {
         const Rows<QString, QString, QString> row("words platform expected");
         row("nothing to show", "", "offscreen", "which installation?");
-        row("unknown page", "--simulate --page x", "offscreen", "--page: expected one of overview");
-        row("no page", "--simulate --page=", "offscreen", "--page: expected one of overview");
+        row("unknown page", "--simulate --page x", "offscreen", "--page wants one of overview");
+        row("no page", "--simulate --page=", "offscreen", "--page wants one of overview");
         row("no such server", "--simulate --screenshot x.png --vanish S9", "offscreen",
             "from S1 to S5, found \"S9\"");
         row("nobody to vanish", "--tree mqtt://h --vanish S1", "offscreen", "--simulate");

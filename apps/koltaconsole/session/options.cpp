@@ -31,23 +31,23 @@ QVector<KoltaApps::Option> declaredOptions(const QStringList& pages)
              "that did in the recording replay:FILE[?speed=N][&from=TIME] (environment KOLTA_TREE, "
              "configuration Distribution/Url)."),
         flag("simulate", "An installation of its own, in this process."),
-        text("servers", "NUMBER",
-             "How many servers are simulated ({preset}); like the next two it needs --simulate.",
-             QStringLiteral("5")),
-        text("tuners", "NUMBER", "How many tuners each of them has (those of the sample).",
-             QStringLiteral("0")),
-        text(
+        whole("servers", "NUMBER",
+              "How many servers are simulated ({preset}); like the next two it needs --simulate.", 1, 1000,
+              5),
+        whole("tuners", "NUMBER", "How many tuners each of them has (those of the sample).", 0,
+              KoltaSimulation::kMostTuners, 0),
+        whole(
             "activity", "MS",
             "Lets something happen to tuners and results in each of them every so many milliseconds (never).",
-            QStringLiteral("0")),
+            0, 3600000, 0),
         text("vanish", "SERVER",
              "The simulated server that vanishes before the picture is made; needs --screenshot."),
         flag("ask", "Asks in a window which installation to show, where nothing says it or that one cannot "
                     "be shown."),
         flag("read-only", "Nothing can be changed."),
         flag("trace", "Writes trace lines to standard error, for support."),
-        proposed(text("theme", "THEME", "One of {choices} ({preset}).", kThemes.last()), kThemes),
-        proposed(text("page", "NAME", "The page that is shown first: {choices}."), pages),
+        choice("theme", "THEME", "One of {choices} ({preset}).", kThemes, kThemes.last()),
+        choice("page", "NAME", "The page that is shown first: {choices}.", pages),
         text("screenshot", "FILE",
              "Writes a picture of the page once it has filled, and ends; the suffix says which kind.")};
 }
@@ -81,30 +81,6 @@ QString problemOfCombination(const ProgramOptions& given)
                                  {"vanish", "screenshot"}});
 }
 
-QString problemOfNumbers(const ProgramOptions& given, Options& options)
-{
-    const struct
-    {
-        const char* name;
-        int minimum;
-        int maximum;
-        int& target;
-    } numbers[] = {{"servers", 1, 1000, options.servers},
-                   {"tuners", 0, KoltaSimulation::kMostTuners, options.tuners},
-                   {"activity", 0, 3600000, options.activityMs}};
-    for (const auto& number : numbers) {
-        bool isNumber = false;
-        number.target = given.value(number.name).toInt(&isNumber);
-        if (!isNumber || number.target < number.minimum || number.target > number.maximum)
-            return QStringLiteral("--%1: expected a number from %2 to %3, found \"%4\"")
-                .arg(QLatin1String(number.name))
-                .arg(number.minimum)
-                .arg(number.maximum)
-                .arg(given.value(number.name));
-    }
-    return QString();
-}
-
 /// Of what the picture shows, and how it is written.
 QString problemOfPicture(const ProgramOptions& given, const Options& options)
 {
@@ -121,19 +97,16 @@ QString problemOfPicture(const ProgramOptions& given, const Options& options)
 }
 
 /// What is wrong, in one line.
-QString problemOf(const ProgramOptions& given, Options& options)
+QString problemOf(const ProgramOptions& given, const QStringList& pages, Options& options)
 {
-    options.page = given.value("page");
+    options.servers = given.number("servers");
+    options.tuners = given.number("tuners");
+    options.activityMs = given.number("activity");
+    options.theme = static_cast<Theme::Choice>(given.choice("theme"));
+    options.page = pages.value(given.choice("page"));
     options.vanish = given.value("vanish");
     options.screenshot = given.value("screenshot");
-    QString unknown;
-    options.theme = static_cast<Theme::Choice>(given.choice("theme", unknown));
-    if (given.has("page"))
-        given.choice("page", unknown);
-    if (!unknown.isEmpty())
-        return unknown;
-    for (const QString& problem :
-         {problemOfCombination(given), problemOfNumbers(given, options), problemOfPicture(given, options)}) {
+    for (const QString& problem : {problemOfCombination(given), problemOfPicture(given, options)}) {
         if (!problem.isEmpty())
             return problem;
     }
@@ -167,7 +140,7 @@ Options Options::read(const QStringList& arguments, const QStringList& pages, in
                : result == Result::Wrong  ? eExitUsage
                                           : -1;
     if (result == Result::Run)
-        text = problemOf(given, options);
+        text = problemOf(given, pages, options);
     if (result == Result::Run && !text.isEmpty())
         exitCode = eExitUsage;
     options.isAsking = given.has("ask");
