@@ -54,9 +54,9 @@ KW 1 Süd is in use
 =Resources a b idle b false booking b 0 1 =ReplyResource #7@1@ replied #7 true +RequestsNode 3 -RequestsNode
 =ActualConfiguration #2 #6 >#3 changed #3 2 MCPs =ReplyResource #8@1@ replied #8 true
 # dies -WorkingState connected false S1 state 0 -ConnectionInfo #2 -ConnectionInfo #3 -ConnectionInfo #6
--ReplyResource -StoppedResource -OwnerRequest -StopResource -HardwareProcessing -ActualConfiguration 0 MCPs
+-ReplyResource -StoppedResource -StopResource -OwnerRequest -HardwareProcessing -ActualConfiguration 0 MCPs
 -Resources -Owners owner -Status
-# returns +ReplyResource +StoppedResource +OwnerRequest +StopResource +HardwareProcessing 0 hardware
+# returns +ReplyResource +StoppedResource +StopResource +OwnerRequest +HardwareProcessing 0 hardware
 +ActualConfiguration 0 MCPs +Resources idle a true idle b true booking a 1 0 booking b 1 0 +Owners +Status
 Operational status Operational +WorkingState Operational connected true S1 state 5
 # again +RequestsNode 0 -RequestsNode +ConnectionInfo #9 +ConnectionInfo #10 =ActualConfiguration #9 >#10

@@ -39,9 +39,11 @@ KoltaServerInterface::KoltaServerInterface(const QString& serverAddress, QString
     , serverBasePath(std::move(basePath))
     , root(this)
     , administrationNode(this)
-    , bindings(makeBindings<values::ValueBase, kBoundValues>(this))
+    , bindings{{Binding(this), Binding(this), Binding(this), Binding(this), Binding(this), Binding(this),
+                Binding(this), Binding(this), Binding(this)}}
     , requestNode(this)
 {
+    static_assert(kBoundValues == 9, "one binding each");
     qRegisterMetaType<SERVER_STATES::eServerState>();
 }
 

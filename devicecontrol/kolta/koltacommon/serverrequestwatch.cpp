@@ -3,7 +3,6 @@
 #include <startup/clock.h>
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace Kolta {
@@ -23,9 +22,8 @@ qint64 now()
 
 ServerRequestWatch::ServerRequestWatch(std::function<void(const QString&)> startupErrors)
     : m_startupErrors(std::move(startupErrors))
-    , m_bindings(makeBindings<values::ValueBase, eWatchedCount>(this))
+    , m_bindings{Binding(this), Binding(this), Binding(this), Binding(this), Binding(this), Binding(this)}
 {
-    static_assert(std::size(kNodes) == eWatchedCount, "one binding each");
     m_askedAt.fill(-1);
 }
 

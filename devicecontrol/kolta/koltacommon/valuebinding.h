@@ -2,10 +2,6 @@
 
 #include <values/tree.h>
 
-#include <array>
-#include <cstddef>
-#include <utility>
-
 namespace Kolta {
 
 /// Keeps one observer attached to one value of the value tree, from Bind() until Release() or destruction.
@@ -46,18 +42,5 @@ private:
     IObserver* m_observer;
     V* m_value = nullptr; ///< dangles when the value died; only looked into while the observer is attached
 };
-
-/// That many bindings of one observer.
-template<class V, std::size_t... places>
-std::array<ValueBinding<V>, sizeof...(places)> makeBindings(IObserver* observer,
-                                                            std::index_sequence<places...> /*count*/)
-{
-    return {{(static_cast<void>(places), ValueBinding<V>(observer))...}};
-}
-template<class V, std::size_t count>
-std::array<ValueBinding<V>, count> makeBindings(IObserver* observer)
-{
-    return makeBindings<V>(observer, std::make_index_sequence<count>());
-}
 
 } // namespace Kolta
