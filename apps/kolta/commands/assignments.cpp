@@ -24,8 +24,6 @@ namespace {
 
 using Assignments = ShortTimeCollection<ShortTimeFFPAssignmentItemMap>;
 
-constexpr int kDefaultCoverage = 50;
-
 /// The GUID of the FFP that `text` means: a GUID, also of one that does not run, or the name of one that
 /// runs. Prints an error and gives an empty text when it means none.
 QString findFfp(Server& server, const QString& text)
@@ -146,7 +144,7 @@ int set(const CommandLine& line, const Assignments& known)
     ShortTimeFFPAssignment assignment =
         known.map().Contains(ffp) ? known.map().At(ffp) : ShortTimeFFPAssignment();
     if (assignment.isNull())
-        assignment.minCoverage = kDefaultCoverage;
+        assignment.minCoverage = ShortTimeFFPAssignment::kDefaultCoverage;
     assignment.ffpGuid = ffp;
     change(assignment, line);
     Kolta::AssignmentJob job(known.map(), assignment, nullptr);
@@ -173,7 +171,7 @@ Command assignmentsCommand()
              whole("resource", "number", "set: number of the FFP in the resource model, up to {most} (0).", 0,
                    std::numeric_limits<quint16>::max()),
              whole("coverage", "number", "set: minimum coverage in per cent ({preset}).", 0, 100,
-                   kDefaultCoverage),
+                   ShortTimeFFPAssignment::kDefaultCoverage),
              flag("disabled", "set: the FFP does not look for them yet."),
              flag("record", "set: record the emissions that are detected."), Users::option()}),
         nullptr,

@@ -12,7 +12,6 @@ namespace {
 
 using Assignment = ShortTimeFFPAssignment;
 
-constexpr quint32 kDefaultMinCoverage = 50;
 constexpr const char* kContext = "Kolta::ShortTimeFFPAssignment_TextAdapter";
 
 /// The members in the order in which they travel.
@@ -59,7 +58,7 @@ ShortTimeFFPAssignment ShortTimeFFPAssignment::fromRGObject(const JobXml::FFP_As
     assignment.radioId = object.GetRadioID();
     assignment.enabled = object.GetEnabled();
     assignment.autoRecording = object.GetAutoRecording();
-    assignment.minCoverage = object.IsMinCoverageSet() ? object.GetMinCoverage() : kDefaultMinCoverage;
+    assignment.minCoverage = object.IsMinCoverageSet() ? object.GetMinCoverage() : kDefaultCoverage;
     assignment.profiles = QStringList(object.GetProfileName().toList());
     assignment.setupValue = object.GetSetupValue();
     assignment.setupFlag = object.GetSetupFlag();

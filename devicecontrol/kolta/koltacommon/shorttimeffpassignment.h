@@ -23,6 +23,8 @@ namespace Kolta {
 class KOLTA_COMMON_EXPORT ShortTimeFFPAssignment : public values::valueitemmap::IKeyItemTemplate<QString>
 {
 public:
+    static constexpr int kDefaultCoverage = 50; ///< per cent, where nobody says another
+
     QString ffpGuid;             ///< of the FFP; the key
     quint16 tavikResourceId = 0; ///< number of the FFP in the resource model
     quint32 radioId = 0;         ///< identifier of the radio, carried unchanged
@@ -33,7 +35,8 @@ public:
     qint32 setupValue = 0;      ///< of the production setup, carried unchanged
     bool setupFlag = false;     ///< of the production setup, carried unchanged
 
-    /// An assignment with the members that the argument has; a minimum coverage that it does not set is 50.
+    /// An assignment with the members that the argument has; a minimum coverage that it does not set is the
+    /// default.
     static ShortTimeFFPAssignment fromRGObject(const JobXml::FFP_Assignment& object);
     JobXml::FFP_Assignment toRGObject() const;
     /// Takes over everything but setupValue and setupFlag, which such a command does not have.

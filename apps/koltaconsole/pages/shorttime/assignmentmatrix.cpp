@@ -19,12 +19,6 @@ using Kolta::ProcessorModel;
 using Kolta::ShortTimeFFPAssignment;
 using Kolta::ShortTimeProfile;
 
-namespace {
-
-constexpr quint32 kDefaultCoverage = 50;
-
-} // namespace
-
 AssignmentMatrix::AssignmentMatrix(Session& session, QObject* parent)
     : QAbstractTableModel(parent)
     , m_session(session)
@@ -245,7 +239,7 @@ QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
         ShortTimeFFPAssignment assignment = ffp.assignment;
         if (assignment.isNull()) {
             assignment.ffpGuid = ffp.guid;
-            assignment.minCoverage = kDefaultCoverage;
+            assignment.minCoverage = ShortTimeFFPAssignment::kDefaultCoverage;
             assignment.enabled = true;
         }
         // What is assigned and not a column, because the profile has gone, stays as it is.
