@@ -1,7 +1,6 @@
 #include "profilefile.h"
 
-#include "profilemembers.h"
-
+#include <common/profilemembers.h>
 #include <kolta/cli/output.h>
 #include <kolta/cli/standardstreams.h>
 
@@ -91,11 +90,10 @@ QVector<ProfileDifference> compareProfiles(const Profiles& first, const Profiles
                                 second.contains(name) ? name : QString()});
             continue;
         }
-        const QVector<ProfileMember> a = membersOf(first.value(name));
-        const QVector<ProfileMember> b = membersOf(second.value(name));
-        for (int i = 0; i < a.size(); ++i) {
-            if (a.at(i).text != b.at(i).text)
-                differences.append({name, QLatin1String(a.at(i).name), a.at(i).text, b.at(i).text});
+        for (const KoltaApps::ProfileMember& member : KoltaApps::profileMembers()) {
+            const QString a = member.exact(first.value(name)), b = member.exact(second.value(name));
+            if (a != b)
+                differences.append({name, QLatin1String(member.name), a, b});
         }
     }
     return differences;

@@ -38,7 +38,7 @@ struct ProfileDifference
     QString second;
 };
 
-/// In the order of the names; members in the order of membersOf().
+/// In the order of the names; members in the order of profileMembers().
 QVector<ProfileDifference> compareProfiles(const Profiles& first, const Profiles& second);
 
 } // namespace KoltaCli

@@ -1,7 +1,7 @@
 #include "commands.h"
 
+#include <common/profilemembers.h>
 #include <kolta/application/profilefile.h>
-#include <kolta/application/profilemembers.h>
 #include <kolta/application/profileoptions.h>
 #include <kolta/application/shorttimecollection.h>
 #include <kolta/cli/commandline.h>
@@ -25,6 +25,7 @@ namespace KoltaCli {
 using Kolta::eShortTimeProfileType;
 using Kolta::ShortTimeProfile;
 using Kolta::ShortTimeProfileItemMap;
+using KoltaApps::ProfileMember;
 
 namespace {
 
@@ -37,6 +38,23 @@ QStringList typeWords()
     for (int type = 0; type <= Kolta::eShortTimeProfileIgnore; ++type)
         words.append(ShortTimeProfile::typeWord(static_cast<eShortTimeProfileType>(type)));
     return words;
+}
+
+/// "burst" for instance; the number of a type without a name.
+QString typeText(eShortTimeProfileType type)
+{
+    const QString word = ShortTimeProfile::typeWord(type);
+    return word.isNull() ? QString::number(int(type)) : word;
+}
+
+/// Everything; what is not in use is left out.
+QJsonObject toJson(const ShortTimeProfile& profile)
+{
+    QJsonObject object{{QStringLiteral("name"), profile.name},
+                       {QStringLiteral("type"), typeText(profile.type)}};
+    for (const ProfileMember& member : KoltaApps::profileMembers())
+        object.insert(QLatin1String(member.key), member.value(profile));
+    return object;
 }
 
 /// What --type says; nothing without it.
@@ -100,14 +118,14 @@ int importFile(const CommandLine& line, const Profiles& profiles)
 int list(const CommandLine& line, const Profiles& profiles)
 {
     QStringList header{QStringLiteral("NAME"), QStringLiteral("TYPE")};
-    for (const ProfileMember& member : membersOf(ShortTimeProfile()))
+    for (const ProfileMember& member : KoltaApps::profileMembers())
         header.append(QString(QLatin1String(member.name)).toUpper());
     Table table(header);
     for (const QString& name : profiles.keys()) {
         const ShortTimeProfile& profile = profiles.map().At(name);
         QStringList cells{name, typeText(profile.type)};
-        for (const ProfileMember& member : membersOf(profile))
-            cells.append(member.text);
+        for (const ProfileMember& member : KoltaApps::profileMembers())
+            cells.append(member.exact(profile));
         table.addRow(cells);
         if (line.json())
             printJson(toJson(profile));
@@ -125,9 +143,10 @@ int print(const ShortTimeProfile& profile, bool json)
     }
     Table table({QStringLiteral("PROFILE"), profile.name});
     table.addRow({QStringLiteral("Type"), typeText(profile.type)});
-    for (const ProfileMember& member : membersOf(profile))
-        table.addRow(
-            {QLatin1String(member.name), member.text.isEmpty() ? QStringLiteral("not in use") : member.text});
+    for (const ProfileMember& member : KoltaApps::profileMembers()) {
+        const QString text = member.exact(profile);
+        table.addRow({QLatin1String(member.name), text.isEmpty() ? QStringLiteral("not in use") : text});
+    }
     table.print();
     return eExitOk;
 }

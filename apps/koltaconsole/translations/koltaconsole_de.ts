@@ -1547,6 +1547,49 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
 </context>
 <context>
+    <name>KoltaApps::ProfileMembers</name>
+    <message>
+        <source>a profile needs both ends of a range</source>
+        <translation>ein Profil braucht beide Enden eines Bereichs</translation>
+    </message>
+    <message>
+        <source>a profile can hold no more than %1</source>
+        <translation>ein Profil nimmt nicht mehr als %1 auf</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no modulation: expected one of %2</source>
+        <translation>„%1“ ist keine Modulation: erwartet wird eine von %2</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Duration</source>
+        <translation>Dauer</translation>
+    </message>
+    <message>
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message>
+        <source>Symbol rate</source>
+        <translation>Symbolrate</translation>
+    </message>
+    <message>
+        <source>Shift</source>
+        <translation>Hub</translation>
+    </message>
+    <message>
+        <source>Hop rate</source>
+        <translation>Sprungrate</translation>
+    </message>
+    <message>
+        <source>Modulation</source>
+        <translation>Modulation</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::ActionTable</name>
     <message>
         <source>There is no such action.</source>

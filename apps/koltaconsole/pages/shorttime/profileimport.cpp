@@ -1,13 +1,14 @@
 #include "profileimport.h"
 
 #include <common/importableprofiles.h>
-#include <kolta/application/profilemembers.h>
+#include <common/profilemembers.h>
 
 #include <QCoreApplication>
 
 namespace KoltaConsole {
 
 using Kolta::ShortTimeProfile;
+using KoltaApps::ProfileMember;
 
 namespace {
 
@@ -19,10 +20,9 @@ struct Texts
 QString summary(const ShortTimeProfile& profile)
 {
     QStringList parts;
-    for (const KoltaCli::ProfileMember& member : KoltaCli::membersOf(profile)) {
-        if (!member.text.isEmpty())
-            parts.append(member.text);
-    }
+    for (const ProfileMember& member : KoltaApps::profileMembers())
+        parts.append(member.exact(profile));
+    parts.removeAll(QString());
     return parts.join(QStringLiteral(", "));
 }
 
@@ -30,13 +30,12 @@ QString summary(const ShortTimeProfile& profile)
 QVector<ProfileImport::Line> difference(const ShortTimeProfile& now, const ShortTimeProfile& then)
 {
     QVector<ProfileImport::Line> lines;
-    const auto before = KoltaCli::membersOf(now), after = KoltaCli::membersOf(then);
     const auto shown = [](const QString& text) { return text.isEmpty() ? Texts::tr("not in use") : text; };
-    for (int i = 0; i < after.size(); ++i) {
-        if (before.at(i).text != after.at(i).text)
-            lines.append(
-                {Texts::tr("changed: %1, %2").arg(then.name, QString::fromLatin1(after.at(i).name).toLower()),
-                 shown(before.at(i).text), shown(after.at(i).text), false});
+    for (const ProfileMember& member : KoltaApps::profileMembers()) {
+        const QString before = member.exact(now), after = member.exact(then);
+        if (before != after)
+            lines.append({Texts::tr("changed: %1, %2").arg(then.name, member.title()), shown(before),
+                          shown(after), false});
     }
     return lines;
 }
