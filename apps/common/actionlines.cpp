@@ -1,5 +1,6 @@
 #include "actionlines.h"
 
+#include "profilemembers.h"
 #include "shellwords.h"
 
 #include <koltacommon/guidtext.h>
@@ -14,7 +15,6 @@ namespace KoltaApps {
 
 using Kolta::OwnershipJob;
 using Kolta::ProductionOrder;
-using Kolta::Quantity;
 using Kolta::ShortTimeProfile;
 
 namespace {
@@ -35,24 +35,10 @@ void addUnlessEmpty(QStringList& words, const char* option, const QString& value
         add(words, option, value);
 }
 
-QString withoutBlanks(QString text)
-{
-    return text.remove(QLatin1Char(' '));
-}
-
 void addHertz(QStringList& words, const char* option, double hertz)
 {
     if (hertz > 0)
-        add(words, option, withoutBlanks(Kolta::hertzToText(hertz)));
-}
-
-/// A range with its ends in full: the shorter forms leave out an end of 0.
-void addRange(QStringList& words, const char* option, bool use, quint64 from, quint64 to, Quantity quantity)
-{
-    const auto text = [quantity](quint64 value) {
-        return withoutBlanks(quantityToText(static_cast<double>(value), quantity));
-    };
-    add(words, option, use ? text(from) + QLatin1Char('-') + text(to) : QString());
+        add(words, option, Kolta::hertzToText(hertz).remove(QLatin1Char(' ')));
 }
 
 /// What the command line takes: of a number without a word it has no word either.
@@ -211,15 +197,8 @@ QString ActionLines::power(const QString& action, const QStringList& units) cons
 QString ActionLines::setProfile(const ShortTimeProfile& p, const QString& before) const
 {
     QStringList words{QStringLiteral("profiles"), QStringLiteral("--type"), typeWord(p.type)};
-    addRange(words, "frequency", p.useFrequency, p.frequencyMin, p.frequencyMax, Quantity::Frequency);
-    addRange(words, "bandwidth", p.useBandwidth, p.bandwidthMin, p.bandwidthMax, Quantity::Frequency);
-    add(words, "duration",
-        p.useDuration ? QStringLiteral("%1-%2").arg(p.durationMin).arg(p.durationMax) : QString());
-    addRange(words, "symbol-rate", p.useSymbolRate, p.symbolRateMin, p.symbolRateMax, Quantity::SymbolRate);
-    addRange(words, "shift", p.useShift, p.shiftMin, p.shiftMax, Quantity::Frequency);
-    add(words, "hop-rate",
-        p.useHopRate ? withoutBlanks(quantityToText(p.hopRate, Quantity::Rate)) : QString());
-    add(words, "modulation", p.useModulation ? Kolta::modulationTypeToString(p.modulation) : QString());
+    for (const ProfileMember& member : profileMembers())
+        add(words, member.option, member.typed(p));
     if (!before.isEmpty())
         add(words, "rename", p.name);
     return line(words + arguments({QStringLiteral("set"), before.isEmpty() ? p.name : before}));
