@@ -3868,38 +3868,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 <context>
     <name>KoltaConsole::ProfileEditor</name>
     <message>
-        <source>Name</source>
-        <translation>Name</translation>
-    </message>
-    <message>
-        <source>Frequency</source>
-        <translation>Frequenz</translation>
-    </message>
-    <message>
-        <source>Duration (processors&apos; unit)</source>
-        <translation>Dauer (Prozessoreinheit)</translation>
-    </message>
-    <message>
-        <source>Bandwidth</source>
-        <translation>Bandbreite</translation>
-    </message>
-    <message>
-        <source>Symbol rate</source>
-        <translation>Symbolrate</translation>
-    </message>
-    <message>
-        <source>Hop rate</source>
-        <translation>Sprungrate</translation>
-    </message>
-    <message>
-        <source>Shift</source>
-        <translation>Hub</translation>
-    </message>
-    <message>
-        <source>Modulation</source>
-        <translation>Modulation</translation>
-    </message>
-    <message>
         <source>not in use</source>
         <translation>unbenutzt</translation>
     </message>
@@ -3975,12 +3943,16 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 <context>
     <name>KoltaConsole::ProfileFields</name>
     <message>
-        <source>a profile needs both ends of a range</source>
-        <translation>ein Profil braucht beide Enden eines Bereichs</translation>
+        <source>Name</source>
+        <translation>Name</translation>
     </message>
     <message>
-        <source>more than a profile can hold, which is %1</source>
-        <translation>mehr als ein Profil aufnimmt, nämlich %1</translation>
+        <source>Duration (processors&apos; unit)</source>
+        <translation>Dauer (Prozessoreinheit)</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Typ</translation>
     </message>
     <message>
         <source>a profile needs a name</source>

@@ -178,8 +178,6 @@ bool AssignmentMatrix::fits(const FilterWords& words, int row, int column) const
     for (int field = 0; field < kProfileFieldCount; ++field)
         texts.append(fieldText(profile, static_cast<ProfileField>(field)));
     texts.append(ShortTimeProfile::typeTitle(profile.type));
-    if (profile.useModulation)
-        texts.append(Kolta::modulationTypeToString(profile.modulation));
     return words.matches(texts.join(QLatin1Char('\n')).toLower(), bandOf(profile));
 }
 

@@ -1,5 +1,6 @@
 #include "profileeditor.h"
 
+#include <common/profilemembers.h>
 #include <koltacommon/viewtime.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/serverfacts.h>
@@ -19,8 +20,6 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
-#include <limits>
-
 namespace KoltaConsole {
 
 using Kolta::ShortTimeProfile;
@@ -35,7 +34,7 @@ constexpr int kComparisonHeight = 110;
 QJsonObject toJson(const ShortTimeProfile& profile)
 {
     QJsonArray texts;
-    for (int field = 0; field < kProfileFieldCount; ++field)
+    for (int field = 0; field < kTypedFieldCount; ++field)
         texts.append(fieldText(profile, static_cast<ProfileField>(field)));
     return {{QStringLiteral("texts"), texts},
             {QStringLiteral("modulation"), profile.useModulation ? profile.modulation : 0},
@@ -47,7 +46,7 @@ ShortTimeProfile profileOf(const QJsonObject& json)
 {
     ShortTimeProfile profile;
     const QJsonArray texts = json.value(QStringLiteral("texts")).toArray();
-    for (int field = 0; field < kProfileFieldCount; ++field)
+    for (int field = 0; field < kTypedFieldCount; ++field)
         takeField(profile, static_cast<ProfileField>(field), texts.at(field).toString());
     profile.modulation = static_cast<qint8>(json.value(QStringLiteral("modulation")).toInt());
     profile.useModulation = profile.modulation != 0;
@@ -90,13 +89,10 @@ void ProfileEditor::makeHeading()
 
 void ProfileEditor::makeLists()
 {
-    m_modulation->setAccessibleName(tr("Modulation"));
+    m_modulation->setAccessibleName(fieldTitle(ProfileField::Modulation));
     m_modulation->addItem(tr("not in use"), 0);
-    for (int code = 1; code <= std::numeric_limits<qint8>::max(); ++code) {
-        const QString name = Kolta::modulationTypeToString(static_cast<qint8>(code));
-        if (Kolta::stringToModulationType(name) == code)
-            m_modulation->addItem(name, code);
-    }
+    for (const QString& name : KoltaApps::modulationNames())
+        m_modulation->addItem(name, int(Kolta::stringToModulationType(name)));
     m_type->setAccessibleName(tr("Type"));
     for (int type = Kolta::eShortTimeProfileUnspecified; type <= Kolta::eShortTimeProfileIgnore; ++type)
         m_type->addItem(ShortTimeProfile::typeTitle(static_cast<Kolta::eShortTimeProfileType>(type)), type);
@@ -122,7 +118,7 @@ void ProfileEditor::makeFields()
             grid->addWidget(hint, row + 1, column + 1);
         grid->setColumnStretch(column + 1, 1);
     };
-    for (int i = 0; i < kProfileFieldCount; ++i) {
+    for (int i = 0; i < kTypedFieldCount; ++i) {
         const auto at = static_cast<std::size_t>(i);
         m_lines[at] = new QLineEdit(this);
         m_lines[at]->setPlaceholderText(i == 0 ? tr("of the profile") : tr("not in use"));
@@ -135,8 +131,8 @@ void ProfileEditor::makeFields()
         connect(m_lines[at], &QLineEdit::textChanged, this, &ProfileEditor::read);
         place(i, fieldTitle(static_cast<ProfileField>(i)), m_lines[at], m_hints[at]);
     }
-    place(kProfileFieldCount, tr("Modulation"), m_modulation, nullptr);
-    place(kProfileFieldCount + 1, tr("Type"), m_type, nullptr);
+    place(kTypedFieldCount, fieldTitle(ProfileField::Modulation), m_modulation, nullptr);
+    place(kTypedFieldCount + 1, tr("Type"), m_type, nullptr);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 6, 8, 6);
     layout->addLayout(m_top);
@@ -157,7 +153,7 @@ void ProfileEditor::edit(const ShortTimeProfile& profile)
 void ProfileEditor::fill()
 {
     m_isFilling = true;
-    for (int i = 0; i < kProfileFieldCount; ++i)
+    for (int i = 0; i < kTypedFieldCount; ++i)
         m_lines[static_cast<std::size_t>(i)]->setText(fieldText(m_draft, static_cast<ProfileField>(i)));
     fillLists();
     m_isFilling = false;
@@ -192,7 +188,7 @@ void ProfileEditor::resume(const QJsonObject& written)
     m_draft = profileOf(mine);
     const QJsonArray texts = mine.value(QStringLiteral("texts")).toArray();
     m_isFilling = true;
-    for (int i = 0; i < kProfileFieldCount; ++i)
+    for (int i = 0; i < kTypedFieldCount; ++i)
         m_lines[static_cast<std::size_t>(i)]->setText(texts.at(i).toString());
     fillLists();
     m_isFilling = false;
@@ -205,7 +201,7 @@ void ProfileEditor::read()
         return;
     m_wrong = 0;
     bool isOther = false;
-    for (int i = 0; i < kProfileFieldCount; ++i) {
+    for (int i = 0; i < kTypedFieldCount; ++i) {
         const auto at = static_cast<std::size_t>(i);
         const auto field = static_cast<ProfileField>(i);
         const QString text = m_lines[at]->text();

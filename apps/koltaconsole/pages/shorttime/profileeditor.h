@@ -110,8 +110,8 @@ private:
     QVector<QPushButton*> m_newsButtons;
     QPushButton* m_compare = nullptr;
     QTreeWidget* m_comparison;
-    std::array<QLineEdit*, kProfileFieldCount> m_lines{};
-    std::array<LookLabel*, kProfileFieldCount> m_hints{};
+    std::array<QLineEdit*, kTypedFieldCount> m_lines{};
+    std::array<LookLabel*, kTypedFieldCount> m_hints{};
     QComboBox* m_modulation;
     QComboBox* m_type;
 };

@@ -8,9 +8,11 @@
 
 namespace KoltaConsole {
 
-/// What of a short-time profile is written as a text.
-enum class ProfileField { Name, Frequency, Duration, Bandwidth, SymbolRate, HopRate, Shift };
-constexpr int kProfileFieldCount = 7;
+/// What of a short-time profile can be written as a text, in the order of an editor.
+enum class ProfileField { Name, Frequency, Duration, Bandwidth, SymbolRate, HopRate, Shift, Modulation };
+constexpr int kProfileFieldCount = 8;
+/// All but the modulation, which is chosen from a list.
+constexpr int kTypedFieldCount = 7;
 
 /// What of a profile is another than of another one.
 struct FieldDifference
@@ -25,10 +27,9 @@ QString fieldTitle(ProfileField field);
 /// All that an editor of profiles shows; empty for equal ones.
 QVector<FieldDifference> differingFields(const Kolta::ShortTimeProfile& mine,
                                          const Kolta::ShortTimeProfile& theirs);
-/// As somebody would write it, "30 – 88 MHz"; empty when it is not in use.
+/// As ProfileMember::shown().
 QString fieldText(const Kolta::ShortTimeProfile& profile, ProfileField field);
-/// Takes over what the text says; empty takes it out of use. The sentence of what is wrong with it, with a
-/// proposal where there is one; nothing is changed then.
+/// As ProfileMember::take(), blanks around the text aside; a name cannot be empty.
 QString takeField(Kolta::ShortTimeProfile& profile, ProfileField field, const QString& text);
 
 /// What words of a filter compare with frequencies; nothing for what is not in use.
