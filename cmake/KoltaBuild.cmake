@@ -133,27 +133,26 @@ function(kolta_static_dependency package)
 endfunction()
 
 # kolta_register_test(<name> COMMAND ... [LABELS ...] [LOCALE <locale>])
-# A test for CTest, which runs off-screen, away from the user's configuration and in no language unless one is given.
+# A test for CTest, which runs off-screen and in no language unless one is given.
 function(kolta_register_test name)
     cmake_parse_arguments(ARG "" "LOCALE" "COMMAND;LABELS" ${ARGN})
     if(NOT ARG_LOCALE)
         set(ARG_LOCALE C.UTF-8)
     endif()
     add_test(NAME ${name} COMMAND ${ARG_COMMAND})
-    set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT 240
         LABELS "${ARG_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=${ARG_LOCALE};XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=${ARG_LOCALE}")
 endfunction()
 
 # kolta_test(<name> SOURCES ... LIBS ... [LABELS ...] [FUNCTION <function> ROWS <row>...])
-# One Qt Test executable with its own main(). With ROWS each of these rows of that function's data is a test of its own,
+# One executable for one test, a class that ends with KOLTA_TEST(<class>). With ROWS each of these rows of that function's data is a test of its own,
 # called <name>_<row> without the row's extension, so that long ones run beside each other.
 function(kolta_test name)
     cmake_parse_arguments(ARG "" "FUNCTION" "SOURCES;LIBS;LABELS;ROWS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support Qt5::Test kolta_options)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kolta_test_support kolta_options)
     kolta_precompile(${name} TESTS)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     if(NOT ARG_ROWS)

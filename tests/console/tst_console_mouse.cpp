@@ -3,8 +3,8 @@
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/session/orderdraft.h>
+#include <support/program.h>
 
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -17,7 +17,6 @@ using namespace KoltaConsole;
 namespace {
 
 constexpr char kInside[] = "KOLTA_MOUSE_TEST"; ///< set within the display of the test's own
-constexpr int kPatienceMs = 20000;
 constexpr int kFailed = 1;
 
 /// Moves pointer and keys of the display as from outside the program. A drag has an event loop of its own,
@@ -48,7 +47,7 @@ public:
     bool work()
     {
         next();
-        const bool isDone = QTest::qWaitFor([this] { return !m_clock.isActive(); }, kPatienceMs);
+        const bool isDone = waitFor([this] { return !m_clock.isActive(); });
         m_clock.stop();
         return isDone && m_steps.isEmpty();
     }
@@ -63,7 +62,7 @@ private:
     void next()
     {
         m_current = m_steps.takeFirst();
-        m_tool.start(QStringLiteral("xdotool"), m_current.words.split(QLatin1Char(' ')));
+        m_tool.begin(QStringLiteral("xdotool"), m_current.words.split(QLatin1Char(' ')));
         m_clock.start();
     }
     void look()
@@ -81,7 +80,7 @@ private:
         }
     }
 
-    QProcess m_tool;
+    Program m_tool;
     QTimer m_clock;
     QVector<Step> m_steps;
     Step m_current;
@@ -105,7 +104,7 @@ private Q_SLOTS:
     void movesAnFfp()
     {
         ProductionsStage stage;
-        QTRY_VERIFY_WITH_TIMEOUT(stage.isReady(), kPatienceMs);
+        QTRY_VERIFY(stage.isReady());
         QVERIFY(QTest::qWaitForWindowExposed(stage.window.get(), kPatienceMs));
         const QString ffp = stage.keyOf("FFP 1"), from = stage.keyOf("MCP 1"), to = stage.keyOf("MCP 2");
         const auto place = [&](const QString& key) {
@@ -115,10 +114,10 @@ private Q_SLOTS:
         Hand hand;
         hand.drag(place(ffp), place(from));
         QVERIFY(hand.work());
-        QTRY_VERIFY_WITH_TIMEOUT(!QApplication::mouseButtons(), kPatienceMs);
+        QTRY_VERIFY(!QApplication::mouseButtons());
         hand.drag(place(ffp), place(to));
         QVERIFY(hand.work());
-        QTRY_COMPARE_WITH_TIMEOUT(stage.row(ffp)->holderKey, to, kPatienceMs);
+        QTRY_COMPARE(stage.row(ffp)->holderKey, to);
         QCOMPARE(moves.size(), 1);
         QCOMPARE(stage.page->commandLine(), QStringLiteral("kolta move --server S1 \"FFP 1\" \"MCP 2\""));
         QTRY_VERIFY(stage.page->model().rowAt(stage.view->currentIndex()));
@@ -130,12 +129,12 @@ private Q_SLOTS:
     void worksTheAxis()
     {
         Stage stage(1, "tuners");
-        QTRY_VERIFY_WITH_TIMEOUT(stage.isSettled(), kPatienceMs);
+        QTRY_VERIFY(stage.isSettled());
         QVERIFY(QTest::qWaitForWindowExposed(stage.window.get(), kPatienceMs));
         auto* const axis = stage.window->currentPage()->findChild<FrequencyAxis*>();
-        QTRY_VERIFY_WITH_TIMEOUT(!axis->lanes().isEmpty(), kPatienceMs);
+        QTRY_VERIFY(!axis->lanes().isEmpty());
         auto* const canvas = axis->findChild<QWidget*>(QStringLiteral("QwtPlotCanvas"));
-        QTRY_VERIFY_WITH_TIMEOUT(canvas->width() > 400, kPatienceMs);
+        QTRY_VERIFY(canvas->width() > 400);
         const auto at = [canvas](double part) {
             return canvas->mapToGlobal(
                 QPoint(static_cast<int>(canvas->width() * part), canvas->height() / 2));
@@ -149,13 +148,13 @@ private Q_SLOTS:
         hand.moveTo(at(0.6));
         hand.handle("click 4");
         QVERIFY(hand.work());
-        QTRY_VERIFY_WITH_TIMEOUT(axis->to() - axis->from() < 9e6, kPatienceMs);
+        QTRY_VERIFY(axis->to() - axis->from() < 9e6);
         QVERIFY2(std::abs(frequencyAt(0.6) - 106e6) < 0.1e6, "it zooms elsewhere than at the pointer");
 
         const double from = axis->from(), width = axis->to() - axis->from();
         hand.drag(at(0.5), at(0.6));
         QVERIFY(hand.work());
-        QTRY_VERIFY_WITH_TIMEOUT(axis->from() < from - 0.05 * width, kPatienceMs);
+        QTRY_VERIFY(axis->from() < from - 0.05 * width);
         QCOMPARE(stage.session->draft().order().frequency, 0.0);
 
         const double low = frequencyAt(0.3), high = frequencyAt(0.5);
@@ -163,7 +162,7 @@ private Q_SLOTS:
         hand.drag(at(0.3), at(0.5));
         hand.handle("keyup shift");
         QVERIFY(hand.work());
-        QTRY_VERIFY_WITH_TIMEOUT(qobject_cast<OrderPage*>(stage.window->currentPage()), kPatienceMs);
+        QTRY_VERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
         const Kolta::ProductionOrder order = stage.session->draft().order();
         // The axis keeps room for the labels at its ends.
         const auto isAbout = [](double found, double wanted) { return std::abs(found - wanted) < 0.15e6; };

@@ -34,7 +34,7 @@ bool turn()
 {
     bool isOver = false;
     QTimer::singleShot(0, qApp, [&isOver] { isOver = true; });
-    return QTest::qWaitFor([&isOver] { return isOver; });
+    return waitFor([&isOver] { return isOver; });
 }
 
 int topLevelCount(const Stage& stage)
@@ -197,7 +197,7 @@ void TestOrder::openMenu()
         time.start();
         const QString guid = first.data(Kolta::ViewRoles::GuidRole).toString();
         stage.session->simulation()->server(QStringLiteral("S1"))->setTunerIdle(guid, false);
-        const bool hasGone = QTest::qWaitFor([&] { return count() == before - 1; });
+        const bool hasGone = waitFor([&] { return count() == before - 1; });
         return hasGone && menu.isVisible() ? time.elapsed() : -1;
     };
     auto* const tuners = static_cast<TunersPage*>(stage.window->currentPage());
@@ -379,7 +379,7 @@ void TestOrder::cartFollows()
     QTRY_COMPARE(cart.lookOf(1).word, QStringLiteral("S1 is away"));
     QCOMPARE(cart.readyCount(), 0);
     server.comeBack();
-    QTRY_COMPARE_WITH_TIMEOUT(cart.lookOf(0).word, QStringLiteral("ended"), 20000);
+    QTRY_COMPARE(cart.lookOf(0).word, QStringLiteral("ended"));
 }
 
 /// Who may only look, or has no link, writes all the same: that changes nothing elsewhere.

@@ -1,7 +1,13 @@
+#include <support/program.h>
 #include <support/test.h>
 
-#include <QProcess>
-#include <QTemporaryDir>
+namespace {
+
+/// The console as nobody at a desktop starts it.
+const Program::Variables noDisplay{
+    {"DISPLAY", QString()}, {"WAYLAND_DISPLAY", QString()}, {"QT_QPA_PLATFORM", QString()}};
+
+} // namespace
 
 /// What the program says and how it ends, before there is a window.
 class TestProgramEnds : public QObject
@@ -40,20 +46,14 @@ private Q_SLOTS:
         QFETCH(QString, words);
         QFETCH(QString, platform);
         QFETCH(QString, expected);
-        QProcess program;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"KOLTA_TREE", "DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-            environment.remove(QLatin1String(name));
+        auto variables = noDisplay;
         if (!platform.isEmpty())
-            environment.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
+            variables.append({"QT_QPA_PLATFORM", platform});
         if (platform == QLatin1String("xcb"))
-            environment.insert(QStringLiteral("DISPLAY"), QStringLiteral("127.0.0.1:9"));
-        program.setProcessEnvironment(environment);
-        program.start(QStringLiteral(KOLTACONSOLE_PROGRAM),
-                      words.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-        QVERIFY(program.waitForFinished());
-        const QString said = QString::fromLocal8Bit(program.readAllStandardError());
-        QCOMPARE(program.exitCode(), 2);
+            variables.append({"DISPLAY", QStringLiteral("127.0.0.1:9")});
+        Program program(QStringLiteral(KOLTACONSOLE_PROGRAM), ::words(words), variables);
+        QCOMPARE(program.result(), 2);
+        const QString said = QString::fromLocal8Bit(program.complaints());
         QCOMPARE(said.count(QLatin1Char('\n')), 1);
         QVERIFY2(said.startsWith(QLatin1String("koltaconsole: ")) && said.contains(expected),
                  qPrintable(said));
@@ -64,10 +64,9 @@ private Q_SLOTS:
     {
         for (const auto& [option, expected] :
              {std::pair("--choices=theme", "light\ndark\nsystem\n"), std::pair("--choices=tree", "")}) {
-            QProcess program;
-            program.start(QStringLiteral(KOLTACONSOLE_PROGRAM), {QLatin1String(option)});
-            QVERIFY(program.waitForFinished());
-            QCOMPARE(program.readAllStandardOutput(), QByteArray(expected));
+            Program program(QStringLiteral(KOLTACONSOLE_PROGRAM), {QLatin1String(option)});
+            QVERIFY(program.ends());
+            QCOMPARE(program.said(), QByteArray(expected));
         }
     }
 
@@ -77,15 +76,10 @@ private Q_SLOTS:
         const QTemporaryDir folder;
         const QString file = folder.filePath(QStringLiteral("page.png"));
         for (const QString& target : {file, folder.filePath(QStringLiteral("none/page.png"))}) {
-            QProcess program;
-            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-                environment.remove(QLatin1String(name));
-            program.setProcessEnvironment(environment);
-            program.start(QStringLiteral(KOLTACONSOLE_PROGRAM),
-                          {QStringLiteral("--simulate"), QStringLiteral("--screenshot=") + target});
-            QVERIFY(program.waitForFinished(60000));
-            QCOMPARE(program.exitCode(), target == file ? 0 : 1);
+            Program program(QStringLiteral(KOLTACONSOLE_PROGRAM),
+                            {QStringLiteral("--simulate"), QStringLiteral("--screenshot=") + target},
+                            noDisplay);
+            QCOMPARE(program.result(), target == file ? 0 : 1);
         }
         QVERIFY(QFile(file).size() > 10000);
     }

@@ -2,9 +2,7 @@
 
 #include "modelworld.h"
 
-#include <support/rows.h>
-
-#include <QTest>
+#include <support/test.h>
 
 Q_DECLARE_METATYPE(distribution::Bytes)
 

@@ -5,11 +5,9 @@
 #include <values/tree.h>
 #include <values/value.h>
 
-#include <QtTest>
+#include <support/test.h>
 
 namespace distribution {
-
-constexpr int kPatience = 8000;
 
 inline QString at(const char* name)
 {
@@ -48,13 +46,13 @@ struct Side : values::ITreeListener
         QSignalSpy published(link.get(), &TreeLink::si_Published);
         link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")},
                       at("WorkingState"), std::move(policy));
-        QVERIFY(published.wait(kPatience));
+        QVERIFY(published.wait(kPatienceMs));
     }
     void mirror()
     {
         join();
         link->mirror({QStringLiteral("*")});
-        QVERIFY(link->waitForLive({QStringLiteral("S1")}, kPatience));
+        QVERIFY(link->waitForLive({QStringLiteral("S1")}, kPatienceMs));
     }
     values::StringValue* value(const char* name) const { return tree.FindAs<values::StringValue>(at(name)); }
     QString text(const char* name) const

@@ -1,7 +1,6 @@
 #include "modelworld.h"
 
-#include <QElapsedTimer>
-#include <QTest>
+#include <support/test.h>
 
 #include <atomic>
 #include <mutex>

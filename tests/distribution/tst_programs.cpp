@@ -1,51 +1,21 @@
 #include <distribution/localbroker.h>
 #include <distribution/treelink.h>
 #include <support/installation.h>
+#include <support/program.h>
+#include <support/test.h>
 
 #include <values/tree.h>
 #include <values/value.h>
 
-#include <QProcess>
 #include <QScopeGuard>
-#include <QtTest>
 
-#include <csignal>
 #include <memory>
 
 using namespace distribution;
 
 namespace {
 
-constexpr int kPatience = 60000;
 constexpr char kWorkingState[] = "/ConnectManager/AdminTree/S1/ADMINISTRATION/WorkingState";
-
-/// A program with the next lines that it prints.
-class Program : public QProcess
-{
-public:
-    Program(const char* path, const QStringList& arguments, const QString& configuration,
-            const QString& data = QString())
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("KOLTA_CONFIG"), configuration);
-        if (!data.isEmpty())
-            environment.insert(QStringLiteral("XDG_DATA_HOME"), data);
-        setProcessEnvironment(environment);
-        start(QLatin1String(path), arguments);
-    }
-    ~Program() override
-    {
-        kill();
-        waitForFinished();
-    }
-    QString line()
-    {
-        return QTest::qWaitFor([this] { return canReadLine(); }, kPatience)
-                   ? QString::fromUtf8(readLine()).trimmed()
-                   : QStringLiteral("no line");
-    }
-    int result() { return waitForFinished(kPatience) ? exitCode() : -1; }
-};
 
 } // namespace
 
@@ -78,43 +48,40 @@ private Q_SLOTS:
         connect(&link, &TreeLink::si_BranchChanged,
                 [&](const QString&, BranchState state) { states << ToText(state); });
         link.mirror({QStringLiteral("S1")});
-        QVERIFY(link.waitForLive({QStringLiteral("S1")}, kPatience));
+        QVERIFY(link.waitForLive({QStringLiteral("S1")}, kPatienceMs));
         const auto isUp = [&] {
             const auto* const state = tree.FindAs<values::SelectionValue>(QLatin1String(kWorkingState));
             return state && !state->IsDeleted() && state->GetSelectedKey() > 0;
         };
-        QTRY_VERIFY_WITH_TIMEOUT(isUp(), kPatience);
+        QTRY_VERIFY(isUp());
         const int items = tree.Size();
-        const auto health = [this] {
-            return runKolta("status --health --server S1 --tree-timeout 5", m_broker.url());
-        };
-        const QByteArray alive = health();
+        const QByteArray alive = runKolta("status --health --server S1", m_broker.url());
         QVERIFY2(alive.startsWith("OK: 1 server up, 20 of 26 tuners free, 0 productions | servers=1 up=1 ") &&
                      alive.endsWith("\n0"),
                  alive.constData());
 
         // Overviews stay when the server dies, its working state goes, and all is as before when it returns.
         server->kill();
-        QTRY_COMPARE_WITH_TIMEOUT(states.last(), QStringLiteral("lost"), kPatience);
+        QTRY_COMPARE(states.last(), QStringLiteral("lost"));
         QVERIFY(!isUp() && tree.Size() > items - 3);
-        const QByteArray dead = health();
+        const QByteArray dead = inTheEnd("status --health --server S1", m_broker.url(), "CRITICAL");
         QVERIFY2(dead.startsWith("CRITICAL: S1 is lost | ") && dead.endsWith('2'), dead.constData());
         goOnWithout(QByteArray("kolta: S1 is lost\n"));
         server = simulator();
-        QTRY_VERIFY_WITH_TIMEOUT(isUp() && states.last() == QStringLiteral("live"), kPatience);
+        QTRY_VERIFY(isUp() && states.last() == QStringLiteral("live"));
 
         // A second one of the name is refused, or takes over: then the first one ends.
         auto second = simulator();
         QCOMPARE(second->result(), 3);
-        QVERIFY(second->readAllStandardError().contains("the name \"S1\" is taken by host"));
+        QVERIFY(second->complaints().contains("the name \"S1\" is taken by host"));
         second = simulator({QStringLiteral("--take-over")});
         QCOMPARE(server->result(), 3);
-        QTRY_COMPARE_WITH_TIMEOUT(states.last(), QStringLiteral("live"), kPatience);
+        QTRY_COMPARE(states.last(), QStringLiteral("live"));
 
         // Who is asked to end takes its tree along.
         second->terminate();
         QCOMPARE(second->result(), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(states.last(), QStringLiteral("withdrawn"), kPatience);
+        QTRY_COMPARE(states.last(), QStringLiteral("withdrawn"));
         QVERIFY(!tree.Find(QStringLiteral("/ConnectManager/AdminTree/S1/ADMINISTRATION")));
     }
 
@@ -147,7 +114,7 @@ private Q_SLOTS:
             TreeLink link(tree, options);
             const QSignalSpy failed(&link, &TreeLink::si_WishFailed);
             link.mirror({QStringLiteral("S1")});
-            QVERIFY(link.waitForLive({QStringLiteral("S1")}, kPatience));
+            QVERIFY(link.waitForLive({QStringLiteral("S1")}, kPatienceMs));
             const QString path = base + QLatin1String(order.node);
             const QString text =
                 qstrcmp(order.node, "OwnerRequest") == 0
@@ -162,16 +129,13 @@ private Q_SLOTS:
             const QByteArray reason = QByteArray(order.user) + " lacks the right " + order.missing;
             const QByteArray audit =
                 path.toUtf8() + (refused ? ": refused, " + reason : QByteArray(": done"));
-            QTRY_VERIFY2_WITH_TIMEOUT((m_told += server->readAllStandardError()).contains(audit),
-                                      m_told.constData(), kPatience);
-            QTRY_COMPARE_WITH_TIMEOUT(failed.size(), int(refused), kPatience);
+            QVERIFY(server->complains(audit));
+            QTRY_COMPARE(failed.size(), int(refused));
             QVERIFY(!refused || failed.first().at(1).toString().endsWith(QString::fromLatin1(reason)));
-            QVERIFY(m_told.contains(QByteArray(order.user) + " from "));
+            QVERIFY(server->complaints().contains(QByteArray(order.user) + " from "));
         }
-        QTRY_VERIFY_WITH_TIMEOUT((m_told += server->readAllStandardError()).contains(": stop all: done"),
-                                 kPatience);
-        QVERIFY(!m_told.contains("unknown user"));
-        m_told.clear();
+        QVERIFY(server->complains(": stop all: done"));
+        QVERIFY(!server->complaints().contains("unknown user"));
     }
 
     /// What a broker refuses is told once and at once, and not before it was published after all.
@@ -192,19 +156,21 @@ private Q_SLOTS:
                    file.write("[Distribution]\nUser=visitor\nPasswordFile=" + secret.fileName().toUtf8()) > 0;
         };
         QVERIFY(configure("right"));
-        Program server(KOLTASIM_PROGRAM, {QStringLiteral("--publish"), broker.url()}, configuration);
+        const Program::Variables variables{{"KOLTA_CONFIG", configuration}};
+        Program server(QStringLiteral(KOLTASIM_PROGRAM), {QStringLiteral("--publish"), broker.url()},
+                       variables);
         QCOMPARE(server.result(), 1);
-        const QByteArray told = server.readAllStandardError();
+        const QByteArray& told = server.complaints();
         QVERIFY2(told.count("does not let the user \"visitor\" publish \"S1\"") == 1, told.constData());
-        QCOMPARE(server.readAllStandardOutput().count('\n'), 1);
+        QCOMPARE(server.said().count('\n'), 1);
 
         QVERIFY(configure("wrong"));
-        Program client(KOLTA_PROGRAM,
+        Program client(QStringLiteral(KOLTA_PROGRAM),
                        {QStringLiteral("status"), QStringLiteral("--tree"), broker.url(),
                         QStringLiteral("--tree-timeout"), QStringLiteral("3600")},
-                       configuration);
+                       variables);
         QCOMPARE(client.result(), 4);
-        const QByteArray refused = client.readAllStandardError();
+        const QByteArray& refused = client.complaints();
         QVERIFY2(refused.contains("does not admit the user \"visitor\" with this password") &&
                      refused.count('\n') == 1,
                  refused.constData());
@@ -215,9 +181,9 @@ private Q_SLOTS:
     {
         const auto place = [this](const char* name) { return m_folder.filePath(QLatin1String(name)); };
         const auto up = [&] {
-            return std::make_unique<Program>(qPrintable(place("bin/kolta")),
-                                             QStringList{QStringLiteral("up")}, configurationFile(),
-                                             place("data"));
+            return std::make_unique<Program>(
+                place("bin/kolta"), QStringList{QStringLiteral("up")},
+                Program::Variables{{"KOLTA_CONFIG", configurationFile()}, {"XDG_DATA_HOME", place("data")}});
         };
         const auto simulator = [&](const char* script) {
             QFile file(place("bin/koltasim"));
@@ -226,7 +192,7 @@ private Q_SLOTS:
         };
         const auto said = [](Program& program) {
             const QByteArray code = QByteArray::number(program.result());
-            return QByteArray(code + ' ' + program.readAllStandardError());
+            return QByteArray(code + ' ' + program.complaints());
         };
         QVERIFY(QDir().mkpath(place("bin")) && QFile::copy(QLatin1String(KOLTA_PROGRAM), place("bin/kolta")));
         const QByteArray noSimulator = said(*up());
@@ -236,12 +202,12 @@ private Q_SLOTS:
 
         QVERIFY(simulator("#!/bin/sh\ntouch ${0%/bin/*}/runs\nexec sleep 1000\n"));
         const auto waiting = up();
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(place("runs")), kPatience);
+        QTRY_VERIFY(QFile::exists(place("runs")));
         const QFileInfo secrets(place("data/kolta/brokers"));
         constexpr auto others = QFile::Permissions(0x77);
         QCOMPARE(secrets.permissions() & others, QFile::Permissions());
         QCOMPARE(QDir(secrets.filePath()).entryList(QDir::Files).size(), 1);
-        ::kill(static_cast<pid_t>(waiting->processId()), SIGINT);
+        waiting->signal(SIGINT);
         QCOMPARE(said(*waiting), QByteArray("1 kolta: interrupted\n"));
         QVERIFY(!QFileInfo::exists(QFileInfo(secrets.filePath()).path()));
     }
@@ -260,15 +226,15 @@ private Q_SLOTS:
         // Of another broker, which says nothing about this one.
         QVERIFY(configure("User=anna\nPasswordFile=/nowhere\nCaFile=/nowhere\nPrefix=elsewhere\n"));
         const auto restore = qScopeGuard([this] { configure(""); });
-        Program up(KOLTA_PROGRAM,
+        Program up(QStringLiteral(KOLTA_PROGRAM),
                    QStringList{QStringLiteral("up"), QStringLiteral("--servers"), QStringLiteral("2"),
                                QStringLiteral("--restart")} +
                        (tls ? QStringList(QStringLiteral("--tls")) : QStringList()),
-                   configurationFile());
+                   ownConfiguration());
         const QString tree = up.line();
         QVERIFY2(tree.startsWith(tls ? QStringLiteral("tree mqtts://127.0.0.1:")
                                      : QStringLiteral("tree mqtt://127.0.0.1:")),
-                 QByteArray(tree.toUtf8() + up.readAllStandardError()).constData());
+                 qPrintable(tree));
         const QString url = tree.section(QLatin1Char(' '), 1);
         QVector<pid_t> processes{up.line().section(QLatin1Char(' '), 1).toInt()};
         for (const char* const name : {"S1", "S2"}) {
@@ -292,21 +258,20 @@ private Q_SLOTS:
             QVERIFY2(figures.contains(line), figures.constData());
 
         ::kill(processes.last(), SIGKILL);
-        QTRY_VERIFY_WITH_TIMEOUT((m_told += up.readAllStandardError()).contains("S2 was started again: "),
-                                 kPatience);
-        processes.append(m_told.mid(m_told.indexOf("again: ") + 7).trimmed().toInt());
-        QTRY_VERIFY_WITH_TIMEOUT(kolta("servers --json").count("\"live\"") == 2, kPatience);
+        QVERIFY(up.complains("S2 was started again: "));
+        const QByteArray& told = up.complaints();
+        processes.append(told.mid(told.indexOf("again: ") + 7).trimmed().toInt());
+        QVERIFY(waitFor([&] { return runKolta("servers --json", url, 5).count("\"live\"") == 2; }));
 
         up.terminate();
         QCOMPARE(up.result(), 0);
         for (const pid_t process : processes)
             QVERIFY(::kill(process, 0) != 0);
         QVERIFY(configure(""));
-        const QByteArray after = kolta("servers --tree-timeout 1");
+        const QByteArray after = inTheEnd("servers", url, "Connection refused");
         QVERIFY2(after.contains("Connection refused") && after.endsWith('4'), after.constData());
-        const QByteArray health = kolta("status --health --tree-timeout 1");
+        const QByteArray health = inTheEnd("status --health", url, "UNKNOWN");
         QVERIFY2(health.startsWith("UNKNOWN: ") && health.endsWith('3'), health.constData());
-        m_told.clear();
     }
 
 private:
@@ -319,7 +284,7 @@ private:
         const auto kolta = [&](const char* words) { return runKolta(words, m_broker.url()); };
         QCOMPARE(kolta("productions"), QByteArray("nothing runs\n" + told + '0'));
         QCOMPARE(kolta("productions --server S2"), QByteArray("nothing runs\n0"));
-        QCOMPARE(kolta("productions --server S1 --tree-timeout 3"), QByteArray(told + '4'));
+        QCOMPARE(inTheEnd("productions --server S1", m_broker.url(), told), QByteArray(told + '4'));
         const QByteArray unclear = kolta("produce scp --class HF");
         QVERIFY2(unclear.contains("name one with --server: S1, S2\n1"), unclear.constData());
         const QByteArray all = kolta("status --json");
@@ -328,14 +293,21 @@ private:
     }
 
     /// What the command prints and, behind it, its exit code.
-    QByteArray runKolta(const char* words, const QString& url) const
+    QByteArray runKolta(const char* command, const QString& url, int seconds = kPatienceMs / 1000) const
     {
-        Program run(KOLTA_PROGRAM,
-                    QString::fromUtf8(words).split(QLatin1Char(' ')) +
-                        QStringList{QStringLiteral("--tree"), url},
-                    configurationFile());
-        run.result();
-        return run.readAllStandardOutput() + run.readAllStandardError() + QByteArray::number(run.exitCode());
+        Program run(QStringLiteral(KOLTA_PROGRAM),
+                    words(command) + QStringList{QStringLiteral("--tree"), url,
+                                                 QStringLiteral("--tree-timeout"), QString::number(seconds)},
+                    ownConfiguration());
+        const QByteArray code = QByteArray::number(run.result());
+        return run.said() + run.complaints() + code;
+    }
+    /// The same of one that waits in vain: no longer than a second, but again until it says why.
+    QByteArray inTheEnd(const char* command, const QString& url, const QByteArray& why) const
+    {
+        QByteArray told;
+        waitFor([&] { return (told = runKolta(command, url, 1)).contains(why); });
+        return told;
     }
     bool configure(const char* more) const
     {
@@ -345,14 +317,15 @@ private:
                file.write(more) >= 0;
     }
     QString configurationFile() const { return m_folder.filePath(QStringLiteral("kolta.ini")); }
+    Program::Variables ownConfiguration() const { return {{"KOLTA_CONFIG", configurationFile()}}; }
     std::unique_ptr<Program> simulator(const QStringList& options = {}) const
     {
         const QStringList arguments{QStringLiteral("--publish"), m_broker.url()};
-        return std::make_unique<Program>(KOLTASIM_PROGRAM, arguments + options, configurationFile());
+        return std::make_unique<Program>(QStringLiteral(KOLTASIM_PROGRAM), arguments + options,
+                                         ownConfiguration());
     }
 
     QTemporaryDir m_folder;
-    QByteArray m_told;
     LocalBroker m_broker{LocalBroker::Settings()};
 };
 

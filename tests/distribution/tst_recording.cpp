@@ -3,67 +3,35 @@
 #include <distribution/localbroker.h>
 #include <distribution/replay.h>
 #include <distribution/treerecorder.h>
+#include <support/files.h>
+#include <support/program.h>
 
-#include <csignal>
-#include <functional>
 #include <memory>
 
 using namespace distribution;
 
 namespace {
 
-constexpr int kLongPatience = 60000;
-
-/// A program of the installation, and all that it has said.
-class Program : public QProcess
+/// A program of the installation, whose errors are among its output.
+std::unique_ptr<Program> started(const QString& path, const QStringList& words, const QByteArray& input = {})
 {
-public:
-    explicit Program(const QString& path, const QStringList& arguments, const QByteArray& input = {})
-    {
-        setProcessChannelMode(MergedChannels);
-        start(path, arguments);
-        write(input);
-        closeWriteChannel();
-    }
-    ~Program() override
-    {
-        kill();
-        waitForFinished();
-    }
-    bool says(const char* text)
-    {
-        return QTest::qWaitFor([&] { return (said += readAll()).contains(text); }, kLongPatience);
-    }
-    /// All that it has said, and its exit code.
-    QByteArray result()
-    {
-        waitForFinished(kLongPatience);
-        return (said += readAll()) + QByteArray::number(exitCode());
-    }
-    void signal(int number) const { ::kill(static_cast<pid_t>(processId()), number); }
+    auto program = std::make_unique<Program>();
+    program->setProcessChannelMode(QProcess::MergedChannels);
+    program->begin(path, words);
+    program->feed(input);
+    return program;
+}
 
-    QByteArray said;
-};
+/// All that it has said, and its exit code.
+QByteArray resultOf(Program& program)
+{
+    const QByteArray code = QByteArray::number(program.result());
+    return program.said() + code;
+}
 
 QByteArray kolta(const QStringList& words, const QByteArray& input = {})
 {
-    return Program(QStringLiteral(KOLTA_PROGRAM), words, input).result();
-}
-
-/// For what takes long to look at.
-bool becomesTrue(const std::function<bool()>& condition)
-{
-    for (const QDeadlineTimer limit(kLongPatience); !limit.hasExpired();) {
-        if (condition())
-            return true;
-    }
-    return false;
-}
-
-QByteArray bytesOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return resultOf(*started(QStringLiteral(KOLTA_PROGRAM), words, input));
 }
 
 } // namespace
@@ -77,11 +45,9 @@ private Q_SLOTS:
     void initTestCase()
     {
         // Of all programs: what writers had is gone soon after they are.
-        QFile configuration(m_folder.filePath(QStringLiteral("brief.ini")));
-        QVERIFY(configuration.open(QIODevice::WriteOnly));
-        QVERIFY(configuration.write("[Distribution]\nBeatMs=200\nGraceMs=2000\nDeathGraceMs=200\n") > 0);
-        qputenv("KOLTA_CONFIG", QFile::encodeName(configuration.fileName()));
-        qunsetenv("KOLTA_TREE");
+        const QString configuration =
+            written("brief.ini", "[Distribution]\nBeatMs=200\nGraceMs=2000\nDeathGraceMs=200\n");
+        qputenv("KOLTA_CONFIG", QFile::encodeName(configuration));
         QString error;
         QVERIFY2(m_broker.start(error), qPrintable(error));
     }
@@ -93,9 +59,9 @@ private Q_SLOTS:
         const QString file = m_folder.filePath(QStringLiteral("a session?.rec"));
         auto one = simulator("1");
         auto two = simulator("2");
-        QVERIFY2(one->says("published as S1") && two->says("published as S2"), one->said.constData());
+        QVERIFY2(one->says("published as S1") && two->says("published as S2"), one->said().constData());
         const auto recorder = recorderOf({file});
-        QVERIFY2(recorder->says("Ctrl-C ends"), recorder->said.constData());
+        QVERIFY2(recorder->says("Ctrl-C ends"), recorder->said().constData());
         const QByteArray order = live("produce scp --server S1 --class HF --frequency 7.1M");
         QVERIFY2(order.endsWith('0'), order.constData());
         m_broker.kill();
@@ -103,18 +69,18 @@ private Q_SLOTS:
         QString error;
         QVERIFY2(m_broker.start(error), qPrintable(error));
         QVERIFY(recorder->says("the broker is back"));
-        const auto areBack = [this] { return live("servers --json").count("\"live\"") == 2; };
-        QVERIFY(becomesTrue(areBack)); // the broker has forgotten them
+        const auto areBack = [this] { return live("servers --json", 5).count("\"live\"") == 2; };
+        QVERIFY(waitFor(areBack)); // the broker has forgotten them
         two->kill();
-        QVERIFY(becomesTrue([this] { return live("servers --tree-timeout 1 --json").contains("\"lost\""); }));
+        QVERIFY(waitFor([this] { return live("servers --json", 1).contains("\"lost\""); }));
         two = simulator("2");
         QVERIFY(two->says("published as S2"));
-        QVERIFY(becomesTrue(areBack));
-        QVERIFY(becomesTrue([this] { return !live("tree dump /").contains("/Clients/{"); }));
+        QVERIFY(waitFor(areBack));
+        QVERIFY(waitFor([this] { return !live("tree dump /").contains("/Clients/{"); }));
         const QByteArray dump = live("tree dump /");
         QVERIFY2(dump.endsWith('0') && dump.contains("S2/ADMINISTRATION/WorkingState"), dump.constData());
         recorder->signal(SIGINT);
-        const QByteArray told = recorder->result();
+        const QByteArray told = resultOf(*recorder);
         QVERIFY2(told.contains(" messages in ") && told.endsWith('0'), told.constData());
 
         QCOMPARE(atEndOf(file), dump);
@@ -145,7 +111,7 @@ private Q_SLOTS:
         const QString file = m_folder.filePath(QStringLiteral("bounded.rec"));
         constexpr int kBound = 1 << 20;
         TreeRecorder recorder(options, file, kBound);
-        QVERIFY(recorder.link().waitForLive({QStringLiteral("S1")}, kPatience));
+        QVERIFY(recorder.link().waitForLive({QStringLiteral("S1")}, kPatienceMs));
         QVERIFY2(recorder.start(error), qPrintable(error));
         const auto numberAt = [](const TreeRecorder& heard) {
             for (const BranchStatus& branch : heard.link().branches()) {
@@ -162,7 +128,7 @@ private Q_SLOTS:
                 text += QUuid::createUuid().toString();
             owner.set("Text", text);
             const quint64 before = numberAt(recorder);
-            QTRY_VERIFY_WITH_TIMEOUT(numberAt(recorder) > before, kPatience);
+            QTRY_VERIFY(numberAt(recorder) > before);
             largest = std::max(largest, QFileInfo(file).size());
         }
         QVERIFY2(largest > kBound / 2 && largest <= kBound, QByteArray::number(largest).constData());
@@ -193,7 +159,7 @@ private Q_SLOTS:
     void crashesAndFullDisks()
     {
         auto one = simulator("1");
-        QVERIFY2(one->says("published as S1"), one->said.constData());
+        QVERIFY2(one->says("published as S1"), one->said().constData());
         const QString killed = m_folder.filePath(QStringLiteral("killed.rec"));
         QByteArray played;
         {
@@ -206,9 +172,9 @@ private Q_SLOTS:
                 played = atEndOf(killed);
                 return !dump.contains("/Clients/{") && played.endsWith(dump.mid(dump.indexOf("/ ")));
             };
-            QVERIFY2(becomesTrue(isHeard), played.constData());
+            QVERIFY2(waitFor(isHeard), played.constData());
             recorder->kill();
-            recorder->result();
+            QVERIFY(recorder->ends());
         }
         const QByteArray heard = played.mid(played.indexOf("\n/ "));
         played = atEndOf(killed);
@@ -216,7 +182,7 @@ private Q_SLOTS:
                  played.constData());
 
         // As long as one segment is there, any part can be played, up to the cut.
-        const QByteArray whole = bytesOf(killed);
+        const QByteArray whole = readFile(killed);
         QVERIFY(whole.size() > 2000);
         for (const int size : {whole.size() - 1, whole.size() - 9, whole.size() - 500}) {
             played = atEndOf(written("cut.rec", whole.left(size)));
@@ -240,19 +206,20 @@ private Q_SLOTS:
         played = kolta(words("replay --from 25:00") + QStringList(killed));
         QVERIFY2(played.count('\n') == 1 && played.endsWith('2'), played.constData());
         played = kolta(words("record --tree") + QStringList{m_broker.url(), killed});
-        QVERIFY2(played.contains("File exists") && bytesOf(killed) == whole, played.constData());
+        QVERIFY2(played.contains("File exists") && readFile(killed) == whole, played.constData());
 
         const QString full = m_folder.filePath(QStringLiteral("full.rec"));
-        Program limited(QStringLiteral("sh"),
-                        {QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 128; exec \"$@\""),
-                         QStringLiteral("sh"), QStringLiteral(KOLTA_PROGRAM), QStringLiteral("record"), full,
-                         QStringLiteral("--tree"), m_broker.url()});
-        QVERIFY(limited.says("Ctrl-C ends"));
-        for (int i = 0; i < 100 && !limited.waitForFinished(1); ++i) {
+        const auto limited =
+            started(QStringLiteral("sh"),
+                    {QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 128; exec \"$@\""),
+                     QStringLiteral("sh"), QStringLiteral(KOLTA_PROGRAM), QStringLiteral("record"), full,
+                     QStringLiteral("--tree"), m_broker.url()});
+        QVERIFY(limited->says("Ctrl-C ends"));
+        for (int i = 0; i < 100 && limited->state() != QProcess::NotRunning; ++i) {
             live("produce scp --server S1 --class HF --frequency 7.1M");
             live("stop --all");
         }
-        played = limited.result();
+        played = resultOf(*limited);
         QVERIFY2(played.count("cannot be written: File too large") == 1 && played.endsWith('1'),
                  played.constData());
         played = atEndOf(full);
@@ -260,16 +227,16 @@ private Q_SLOTS:
     }
 
 private:
-    static QStringList words(const char* text) { return QString::fromUtf8(text).split(QLatin1Char(' ')); }
     QString written(const char* name, const QByteArray& content) const
     {
         const QString path = m_folder.filePath(QLatin1String(name));
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? path : QString();
+        return writeFile(path, content) ? path : QString();
     }
-    QByteArray live(const char* command) const
+    QByteArray live(const char* command, int seconds = kPatienceMs / 1000) const
     {
-        return kolta(words(command) + QStringList{QStringLiteral("--tree"), m_broker.url()});
+        return kolta(words(command) + QStringList{QStringLiteral("--tree"), m_broker.url(),
+                                                  QStringLiteral("--tree-timeout"),
+                                                  QString::number(seconds)});
     }
     static QByteArray atEndOf(const QString& file)
     {
@@ -278,15 +245,14 @@ private:
     }
     std::unique_ptr<Program> recorderOf(const QStringList& further) const
     {
-        return std::make_unique<Program>(QStringLiteral(KOLTA_PROGRAM),
-                                         words("record --tree") + QStringList(m_broker.url()) + further);
+        return started(QStringLiteral(KOLTA_PROGRAM),
+                       words("record --tree") + QStringList(m_broker.url()) + further);
     }
     std::unique_ptr<Program> simulator(const char* number) const
     {
-        return std::make_unique<Program>(QStringLiteral(KOLTASIM_PROGRAM),
-                                         words("--number") + QStringList{QLatin1String(number),
-                                                                         QStringLiteral("--publish"),
-                                                                         m_broker.url()});
+        return started(QStringLiteral(KOLTASIM_PROGRAM),
+                       words("--number") +
+                           QStringList{QLatin1String(number), QStringLiteral("--publish"), m_broker.url()});
     }
 
     QTemporaryDir m_folder;

@@ -89,7 +89,7 @@ private Q_SLOTS:
         server->set("Resources", large);
         server->set("Resources", large + QLatin1Char('x'));
         server->tree.FindAs<StringValue>(at("Resources"))->Announce(eChangeUser);
-        QTRY_COMPARE_WITH_TIMEOUT(client.log.size(), 3, kPatience);
+        QTRY_COMPARE(client.log.size(), 3);
         QCOMPARE(client.log.join(QLatin1Char(' ')), QStringLiteral("Resources:3 Resources:3 Resources!19"));
         QCOMPARE(client.text("Resources"), large + QLatin1Char('x'));
 
@@ -100,11 +100,10 @@ private Q_SLOTS:
         server->log.clear();
         for (MapSide* const side : {&client, &client, &other})
             side->tree.FindAs<StringValue>(at("ChangedTuners"))->Order(QStringLiteral("t"));
-        QTRY_COMPARE_WITH_TIMEOUT(server->log.join(QLatin1Char(' ')),
-                                  QStringLiteral("ChangedTuners:3 ChangedTuners!3 ChangedTuners!3"),
-                                  kPatience);
+        QTRY_COMPARE(server->log.join(QLatin1Char(' ')),
+                     QStringLiteral("ChangedTuners:3 ChangedTuners!3 ChangedTuners!3"));
         client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce(eChangeUser);
-        QTRY_COMPARE_WITH_TIMEOUT(server->log.last(), QStringLiteral("ChangedTuners!19"), kPatience);
+        QTRY_COMPARE(server->log.last(), QStringLiteral("ChangedTuners!19"));
         QCOMPARE(client.failures + other.failures + server->failures, QStringList());
     }
 
@@ -126,18 +125,18 @@ private Q_SLOTS:
         intruder.join();
         QSignalSpy published(intruder.link.get(), &TreeLink::si_Published);
         intruder.link->publish(QStringLiteral("X"), {place}, QString(), std::make_unique<OpenPolicy>());
-        QVERIFY(published.wait(kPatience));
+        QVERIFY(published.wait(kPatienceMs));
         MapSide late(*broker);
         late.join();
         late.link->mirror({QStringLiteral("S1"), QStringLiteral("X")});
         QVERIFY(!late.link->waitForLive({QStringLiteral("S1"), QStringLiteral("X")}, 1500));
         server->set("Resources", QStringLiteral("second"));
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("second"), kPatience);
+        QTRY_COMPARE(client.text("Resources"), QStringLiteral("second"));
         const QStringList both{QStringLiteral("second"), QStringLiteral("intruder's")};
-        QTRY_VERIFY_WITH_TIMEOUT(both.contains(late.text("Resources")), kPatience); // who was heard of first
+        QTRY_VERIFY(both.contains(late.text("Resources"))); // who was heard of first
 
         server.reset();
-        QTRY_COMPARE_WITH_TIMEOUT(client.text("Resources"), QStringLiteral("intruder's"), 3 * kPatience);
+        QTRY_COMPARE(client.text("Resources"), QStringLiteral("intruder's"));
     }
     /// A branch goes from one process to another that had mirrored it, and which takes it the moment its
     /// mirror says that it has been left. The former owner keeps what it has, and mirrors it from then on.
@@ -157,22 +156,21 @@ private Q_SLOTS:
         });
         server->log.clear();
         server->link->withdraw(QStringLiteral("S1"));
-        QTRY_COMPARE_WITH_TIMEOUT(server->text("Resources"), QStringLiteral("taken"), kPatience);
+        QTRY_COMPARE(server->text("Resources"), QStringLiteral("taken"));
         QCOMPARE(server->log, QStringList(QStringLiteral("Resources:3")));
         server->set("Resources", QStringLiteral("asked for"));
-        QTRY_COMPARE_WITH_TIMEOUT(next.text("Resources"), QStringLiteral("asked for"), kPatience);
+        QTRY_COMPARE(next.text("Resources"), QStringLiteral("asked for"));
         next.set("Resources", QStringLiteral("answered"));
-        QTRY_COMPARE_WITH_TIMEOUT(server->text("Resources"), QStringLiteral("answered"), kPatience);
+        QTRY_COMPARE(server->text("Resources"), QStringLiteral("answered"));
         QCOMPARE(server->failures + next.failures, QStringList());
         // What it does to its collections is heard, also when it gives up the name and takes it again.
         next.map()->Add(assignment("a", 1));
-        QTRY_COMPARE_WITH_TIMEOUT(server->items(), QStringLiteral("a=1 ?0"), kPatience);
+        QTRY_COMPARE(server->items(), QStringLiteral("a=1 ?0"));
         next.link->withdraw(QStringLiteral("S1"));
         next.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
                            std::make_unique<OpenPolicy>());
         next.map()->Add(assignment("b", 2));
-        QTRY_COMPARE_WITH_TIMEOUT(server->map() ? server->items() : QString(), QStringLiteral("a=1 b=2 ?0"),
-                                  kPatience);
+        QTRY_COMPARE(server->map() ? server->items() : QString(), QStringLiteral("a=1 b=2 ?0"));
         // Who cannot have the name gives it up the moment he hears of it.
         MapSide rival(*broker);
         rival.join();
@@ -181,7 +179,7 @@ private Q_SLOTS:
                 [&](const QString& branch) { rival.link->withdraw(branch); });
         rival.link->publish(QStringLiteral("S1"), {QStringLiteral("/ConnectManager/AdminTree/S1")}, QString(),
                             std::make_unique<OpenPolicy>());
-        QVERIFY(failed.wait(kPatience));
+        QVERIFY(failed.wait(kPatienceMs));
         QTRY_VERIFY(rival.link->branches().isEmpty());
     }
     /// A name that could be taken for more than one line never reaches the broker.
@@ -221,7 +219,7 @@ private Q_SLOTS:
         reader.mirror();
         for (int wish = 1; wish <= 2; ++wish) {
             reader.set("Resources", QStringLiteral("mine"));
-            QTRY_COMPARE_WITH_TIMEOUT(reader.failures.count(QStringLiteral("Resources=0")), wish, kPatience);
+            QTRY_COMPARE(reader.failures.count(QStringLiteral("Resources=0")), wish);
             QCOMPARE(reader.text("Resources"), QStringLiteral("first"));
         }
     }
@@ -252,7 +250,7 @@ private Q_SLOTS:
         server->publish();
         auto client = std::make_unique<MapSide>(*broker);
         client->mirror();
-        QTRY_VERIFY_WITH_TIMEOUT(client->map() && client->items() == server->items(), kPatience);
+        QTRY_VERIFY(client->map() && client->items() == server->items());
         for (const auto* const link : {server->link.get(), client->link.get()}) {
             const BranchStatus status = link->branches().first();
             QVERIFY(status.parts == 2 && status.joinedParts == 2);
@@ -265,11 +263,11 @@ private Q_SLOTS:
         broker->kill();
         QString error;
         QVERIFY2(broker->start(error), qPrintable(error));
-        QTRY_COMPARE_WITH_TIMEOUT(server->items(), QStringLiteral("a=1 b=2 c=4 ?1"), kPatience);
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), server->items(), kPatience);
+        QTRY_COMPARE(server->items(), QStringLiteral("a=1 b=2 c=4 ?1"));
+        QTRY_COMPARE(client->items(), server->items());
         client->log.clear();
         QVERIFY(server->map()->ReplyAssignmentChange(request, QString()));
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=2 c=4 ?0"), kPatience);
+        QTRY_COMPARE(client->items(), QStringLiteral("a=1 b=2 c=4 ?0"));
 
         // Who asks hears of that once. The owner dies without having answered, and its next life knows other
         // things: only the difference is heard, and nobody is told that the request was refused.
@@ -287,9 +285,9 @@ private Q_SLOTS:
         listener.map = client->map();
         client->map()->Attach(&listener);
         listener.request = client->map()->RequestAssignmentChange(assignment("a", 3));
-        QTRY_COMPARE_WITH_TIMEOUT(server->map()->GetPendingRequests().size(), 1U, kPatience);
+        QTRY_COMPARE(server->map()->GetPendingRequests().size(), 1U);
         server->map()->Add(assignment("c", 5));
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), server->items(), kPatience);
+        QTRY_COMPARE(client->items(), server->items());
         QCOMPARE(listener.heard, QStringList({QStringLiteral("3"), QStringLiteral("3")}));
         listener.heard.clear();
         broker->kill();
@@ -299,7 +297,7 @@ private Q_SLOTS:
         for (const auto& item : {assignment("a", 1), assignment("b", 9)})
             server->map()->Add(item);
         server->publish();
-        QTRY_COMPARE_WITH_TIMEOUT(client->items(), QStringLiteral("a=1 b=9 ?0"), kPatience);
+        QTRY_COMPARE(client->items(), QStringLiteral("a=1 b=9 ?0"));
         QCOMPARE(listener.heard.size(), 3);
         QVERIFY2(listener.heard.first().contains(QLatin1String("unknown")),
                  qPrintable(listener.heard.first()));

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QProcess>
-#include <QtTest>
+#include <support/patience.h>
+#include <support/program.h>
 
 #include <cstdlib>
 
@@ -10,26 +10,17 @@
 #include <unistd.h>
 
 /// One run of the command line at a terminal of its own.
-class Terminal : public QProcess
+class Terminal : public Program
 {
 public:
-    explicit Terminal(const QStringList& arguments, const QString& home)
+    explicit Terminal(const QStringList& arguments)
         : m_master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
     {
         ::grantpt(m_master);
         ::unlockpt(m_master);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("TERM"), QStringLiteral("dumb"));
-        environment.insert(QStringLiteral("HOME"), home);
-        setProcessEnvironment(environment);
-        start(QStringLiteral(KOLTA_PROGRAM), arguments);
+        begin(QStringLiteral(KOLTA_PROGRAM), arguments, {{"TERM", QStringLiteral("dumb")}});
     }
-    ~Terminal() override
-    {
-        kill();
-        waitForFinished();
-        ::close(m_master);
-    }
+    ~Terminal() override { ::close(m_master); }
 
     bool type(const QByteArray& keys)
     {
@@ -38,7 +29,8 @@ public:
     /// Waits until the screen shows `text` behind what was asked for before.
     bool shows(const char* text)
     {
-        const bool seen = QTest::qWaitFor([&] { return screen().contains(text); }, 20000);
+        const bool seen = waitFor([&] { return screen().contains(text) || state() == NotRunning; }) &&
+                          screen().contains(text);
         if (!seen)
             qWarning("the screen shows no \"%s\" but: %s", text, m_screen.constData());
         m_screen.remove(0, m_screen.indexOf(text) + int(qstrlen(text)));
@@ -46,7 +38,7 @@ public:
     }
     bool ends()
     {
-        return QTest::qWaitFor([&] { return screen(), state() == NotRunning; }, 20000);
+        return waitFor([&] { return screen(), state() == NotRunning; });
     }
 
 protected:

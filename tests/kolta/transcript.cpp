@@ -3,12 +3,11 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QtTest>
+
 #include <algorithm>
 
 namespace {
 
-constexpr int kPatience = 60000;
 /// GUIDs with that between their parts.
 QString guidForm(const char* dash)
 {
@@ -118,21 +117,12 @@ ExampleRunner::ExampleRunner(const QString& sourceFolder, bool strict) : m_stric
         QFile::link(sourceFolder + QLatin1Char('/') + folder, m_folder.filePath(folder));
 }
 
-ExampleRunner::~ExampleRunner()
-{
-    for (const auto& server : m_servers) {
-        server->kill();
-        server->waitForFinished();
-    }
-    endShell();
-}
-
 void ExampleRunner::endShell()
 {
     if (!m_shell)
         return;
     m_shell->closeWriteChannel();
-    m_shell->waitForFinished(kPatience);
+    m_shell->ends();
     m_shell.reset();
 }
 
@@ -196,33 +186,30 @@ int ExampleRunner::run(const Example& example)
         m_printed = example.expected; // the greeting, which only a terminal sees
         return 0;
     }
-    QProcess process;
+    Program process;
     process.setWorkingDirectory(m_folder.path());
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.setStandardInputFile(QProcess::nullDevice());
-    process.start(QStringLiteral("sh"), {QStringLiteral("-c"), command});
-    if (!process.waitForFinished(kPatience))
-        process.kill(), process.waitForFinished();
-    m_printed = trimmedLines(QString::fromUtf8(process.readAllStandardOutput()));
-    return process.exitCode();
+    process.begin(QStringLiteral("sh"), {QStringLiteral("-c"), command});
+    const int result = process.result();
+    m_printed = trimmedLines(QString::fromUtf8(process.said()));
+    return result;
 }
 
 /// What it prints ends where the shell complains that it does not hold what nothing holds.
 int ExampleRunner::runInShell(const QString& command)
 {
     if (!m_shell || m_shell->state() == QProcess::NotRunning) {
-        m_shell = std::make_unique<QProcess>();
+        m_shell = std::make_unique<Program>();
         m_shell->setWorkingDirectory(m_folder.path());
         m_shell->setProcessChannelMode(QProcess::MergedChannels);
         const QString shell = m_shellCommand.isEmpty() ? QStringLiteral("kolta shell") : m_shellCommand;
-        m_shell->start(QStringLiteral("sh"),
+        m_shell->begin(QStringLiteral("sh"),
                        {QStringLiteral("-c"), QStringLiteral("exec %1 --keep-going").arg(shell)});
     }
     m_shell->write(command.toUtf8() + "\nexpect @@@\n");
-    QByteArray output;
-    while (!output.contains("(expect @@@) ended with exit code 1\n") && m_shell->waitForReadyRead(kPatience))
-        output += m_shell->readAll();
-    QString text = QString::fromUtf8(output);
+    m_shell->says("(expect @@@) ended with exit code 1\n");
+    QString text = QString::fromUtf8(m_shell->taken());
     text.truncate(text.indexOf(QStringLiteral("kolta: the command before has not printed \"@@@\"")));
     static const QRegularExpression end(
         QStringLiteral("kolta: line \\d+ \\(.*\\) ended with exit code (\\d)\\n$"));
@@ -241,18 +228,15 @@ bool ExampleRunner::startServer(const QString& command)
         return false;
     const QString host = match.captured(2);
     for (const QString& reachable : {host, QStringLiteral("127.0.0.1")}) { // a machine may have no IPv6
-        auto server = std::make_unique<QProcess>();
+        auto server = std::make_unique<Program>();
         server->setWorkingDirectory(m_folder.path());
         const QString options = match.captured(1) + QLatin1Char(' ') + match.captured(4);
-        server->start(QStringLiteral("koltasim"),
+        server->begin(QStringLiteral("koltasim"),
                       QStringList{QStringLiteral("--listen"), reachable + QStringLiteral(":0")} +
                           options.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-        QByteArray line;
-        while (!line.endsWith('\n') && server->waitForReadyRead(kPatience))
-            line += server->readLine();
-        if (line.isEmpty())
+        const QString port = server->line().section(QLatin1Char(':'), -1);
+        if (port.isEmpty())
             continue;
-        const QString port = QString::fromUtf8(line).trimmed().section(QLatin1Char(':'), -1);
         if (match.captured(3) != QLatin1String("0"))
             m_places.insert(host + QLatin1Char(':') + match.captured(3), reachable + QLatin1Char(':') + port);
         m_servers.push_back(std::move(server));

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <support/program.h>
+
 #include <QHash>
-#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -35,7 +36,7 @@ class ExampleRunner
 public:
     /// `strict`: GUIDs are those that are expected, and not any that stay the same.
     ExampleRunner(const QString& sourceFolder, bool strict);
-    ~ExampleRunner();
+    ~ExampleRunner() { endShell(); }
 
     /// What is wrong with what it prints; empty when nothing is.
     QString check(const Example& example);
@@ -54,8 +55,8 @@ private:
 
     QTemporaryDir m_folder;
     bool m_strict;
-    std::vector<std::unique_ptr<QProcess>> m_servers;
-    std::unique_ptr<QProcess> m_shell;
+    std::vector<std::unique_ptr<Program>> m_servers;
+    std::unique_ptr<Program> m_shell;
     QString m_shellCommand;
     QHash<QString, QString> m_places; ///< addresses and GUIDs of the document, and those of this run
     QStringList m_printed;

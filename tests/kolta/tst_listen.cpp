@@ -1,9 +1,8 @@
-#include "program.h"
-#include <support/rows.h>
-
 #include <simulation/faultids.h>
 #include <simulation/installation.h>
 #include <simulation/simulatedserver.h>
+#include <support/program.h>
+#include <support/test.h>
 #include <xmlmessaging/server.h>
 
 using KoltaSimulation::SimulatedServer;
@@ -20,9 +19,11 @@ struct Station
         if (!server.listen())
             qFatal("cannot listen on loopback");
     }
-    QStringList listen(const QStringList& options = QStringList()) const
+    /// Behind which nothing that the station says is missed.
+    bool isHeardBy(Program& kolta, const QStringList& options = QStringList()) const
     {
-        return QStringList{QStringLiteral("listen"), server.hostAndPort()} + options;
+        kolta.begin(QStringLiteral(KOLTA_PROGRAM), QStringList{"listen"_s, server.hostAndPort()} + options);
+        return kolta.complains("listening to ");
     }
     /// How many links hear of it.
     int sayNews()
@@ -57,74 +58,66 @@ void TestListen::initTestCase()
 
 void TestListen::printsUntilInterrupted_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("broadcast");
-    QTest::addColumn<QString>("fault");
-    addRow("text", QStringList(), " Broadcast News <Data> Headline\n",
-           " Fault: <No description because of unknown Fault ID: 301> (S1)\n");
-    addRow("texts of faults", QStringList{QStringLiteral("--faults")}, " Broadcast News <Data> Headline\n",
-           " Fault: Internal error in the administration (S1)\n");
-    addRow("JSON", QStringList{QStringLiteral("--json")}, "{\"component\":\"News\",\"data\":\"<Headline/>\"}",
-           "\"fault\":\"<No description because of unknown Fault ID: 301> (S1)\"");
+    const Rows<QString, QByteArray, QByteArray> row("options broadcast fault");
+    row("text", "", " Broadcast News <Data> Headline\n",
+        " Fault: <No description because of unknown Fault ID: 301> (S1)\n");
+    row("texts of faults", "--faults", " Broadcast News <Data> Headline\n",
+        " Fault: Internal error in the administration (S1)\n");
+    row("JSON", "--json", "{\"component\":\"News\",\"data\":\"<Headline/>\"}",
+        "\"fault\":\"<No description because of unknown Fault ID: 301> (S1)\"");
 }
 
 void TestListen::printsUntilInterrupted()
 {
-    QFETCH(QStringList, options);
-    QFETCH(QString, broadcast);
-    QFETCH(QString, fault);
+    QFETCH(QString, options);
+    QFETCH(QByteArray, broadcast);
+    QFETCH(QByteArray, fault);
     Station station;
-    KoltaProcess kolta(station.listen(options));
-    QVERIFY(kolta.complains(QStringLiteral("listening to ")));
-    // From that word on nothing is missed.
+    Program kolta;
+    QVERIFY(station.isHeardBy(kolta, words(options)));
     QCOMPARE(station.sayNews(), 1);
-    QVERIFY2(kolta.prints(broadcast), qPrintable(kolta.output()));
+    QVERIFY(kolta.says(broadcast));
     const XmlCommon::CFaultTree tree(KoltaSimulation::eFaultAdministration, 1, {QStringLiteral("S1")});
     QCOMPARE(station.server.broadcastFault(QStringLiteral("News"), tree), 1);
-    QVERIFY2(kolta.prints(fault), qPrintable(kolta.output()));
-    kolta.interrupt();
-    QVERIFY(kolta.ends());
-    QCOMPARE(kolta.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(kolta.exitCode(), 0);
+    QVERIFY(kolta.says(fault));
+    kolta.signal(SIGINT);
+    QCOMPARE(kolta.result(), 0);
 }
 
 void TestListen::countsBroadcasts()
 {
     Station station;
-    KoltaProcess kolta(
-        station.listen({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("3")}));
-    QVERIFY(kolta.complains(QStringLiteral("listening to ")));
+    Program kolta;
+    QVERIFY(station.isHeardBy(kolta, words("--json --count 3")));
     for (int i = 0; i < 10; ++i)
         station.sayNews();
-    QVERIFY(kolta.ends());
-    QCOMPARE(kolta.exitCode(), 0);
-    QCOMPARE(kolta.output().count(QLatin1Char('\n')), 3);
+    QCOMPARE(kolta.result(), 0);
+    QCOMPARE(kolta.said().count('\n'), 3);
 }
 
 void TestListen::outlivesALostLink()
 {
     Station station;
-    KoltaProcess kolta(station.listen());
-    QVERIFY(kolta.complains(QStringLiteral("listening to ")));
+    Program kolta;
+    QVERIFY(station.isHeardBy(kolta));
     int news = 0;
     const auto hearsAgain = [&] {
         ++news;
-        QVERIFY2(kolta.complains(QStringLiteral(" is up again\n"), news), qPrintable(kolta.errors()));
+        QVERIFY(kolta.complains(" is up again\n", news));
         QCOMPARE(station.sayNews(), 1); // from that word on nothing is missed
-        QVERIFY(kolta.prints(QStringLiteral(" Broadcast News"), news));
+        QVERIFY(kolta.says(" Broadcast News", news));
     };
     for (int cut = 1; cut <= 2; ++cut) {
         station.server.cutLinks();
         hearsAgain();
     }
     station.server.vanish();
-    QVERIFY(kolta.complains(QStringLiteral(": Connection refused; waiting ")));
+    QVERIFY(kolta.complains(": Connection refused; waiting "));
     QVERIFY(station.server.comeBack());
     hearsAgain();
-    kolta.interrupt();
-    QVERIFY(kolta.ends());
-    QCOMPARE(kolta.exitCode(), 0);
-    QCOMPARE(kolta.errors().count(QStringLiteral(" is up again\n")), news);
+    kolta.signal(SIGINT);
+    QCOMPARE(kolta.result(), 0);
+    QCOMPARE(kolta.complaints().count(" is up again\n"), news);
 }
 
 void TestListen::endsWithItsReader()
@@ -133,20 +126,13 @@ void TestListen::endsWithItsReader()
         Station station;
         const QString script =
             QStringLiteral("{ \"$0\" listen \"$1\"; echo \"exit $?\" >&2; } | ") + QLatin1String(reader);
-        QProcess shell;
-        shell.start(QStringLiteral("sh"), {QStringLiteral("-c"), script, QStringLiteral(KOLTA_PROGRAM),
-                                           station.server.hostAndPort()});
-        QByteArray errors;
-        const auto said = [&](const char* words) {
-            errors += shell.readAllStandardError();
-            return errors.contains(words);
-        };
-        QTRY_VERIFY(said("listening to "));
+        Program shell("sh"_s, {"-c"_s, script, QStringLiteral(KOLTA_PROGRAM), station.server.hostAndPort()});
+        QVERIFY(shell.complains("listening to "));
         if (qstrcmp(reader, "true") != 0)
             station.sayNews();
-        QTRY_VERIFY2(said("exit 1\n"), errors.constData());
-        QCOMPARE(errors.count('\n'), 2);
-        QTRY_COMPARE(shell.state(), QProcess::NotRunning);
+        QVERIFY(shell.complains("exit 1\n"));
+        QCOMPARE(shell.complaints().count('\n'), 2);
+        QVERIFY(shell.ends());
     }
 }
 
@@ -165,13 +151,13 @@ void TestListen::sendsBroadcastOnce()
                 });
     });
     QVERIFY(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
-    KoltaRun kolta({words("send"), QStringLiteral("127.0.0.1:%1").arg(server.port()), words("-")},
-                   "<Message id='1' service='5'><Fragment component='News'/></Message>");
-    QCOMPARE(kolta.exitCode(), 0);
+    Program kolta(QStringLiteral(KOLTA_PROGRAM), {"send"_s, "127.0.0.1:%1"_s.arg(server.port()), "-"_s});
+    kolta.feed("<Message id='1' service='5'><Fragment component='News'/></Message>");
+    QCOMPARE(kolta.result(), 0);
     QTRY_VERIFY(server.links().isEmpty());
     QCOMPARE(broadcasts, 1);
     disconnect(&server, nullptr, this, nullptr);
 }
 
-QTEST_GUILESS_MAIN(TestListen)
+KOLTA_TEST(TestListen);
 #include "tst_listen.moc"

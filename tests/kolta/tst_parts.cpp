@@ -10,7 +10,8 @@
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/commandtable.h>
 #include <kolta/cli/table.h>
-#include <support/random.h>
+#include <support/program.h>
+#include <support/test.h>
 
 #include <startup/cfgcenter.h>
 #include <startup/onelinetext.h>
@@ -18,10 +19,8 @@
 #include <values/tree.h>
 #include <values/value.h>
 
-#include <QProcess>
 #include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <algorithm>
 #include <iterator>
@@ -92,7 +91,6 @@ void TestParts::findsTheTreeThatIsMeant()
         const KoltaApps::NamedTree tree = KoltaApps::namedTree(option);
         return QStringLiteral("%1 of %2").arg(tree.url, tree.source);
     };
-    qunsetenv("KOLTA_TREE");
     QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("kolta.ini")));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write("[Distribution]\nUrl=mqtt://c\n") > 0);
@@ -206,11 +204,10 @@ void TestParts::saysOrdersAsLines()
                      read.storageGuids == order.storageGuids,
                  qPrintable(line));
         if (i < 20) { // the real shell
-            QProcess shell;
-            shell.start(QStringLiteral("sh"),
-                        {QStringLiteral("-c"), QStringLiteral("printf '%s\\n' ") + line});
-            QVERIFY(shell.waitForFinished());
-            QCOMPARE(QString::fromUtf8(shell.readAll()), words.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+            Program shell(QStringLiteral("sh"),
+                          {QStringLiteral("-c"), QStringLiteral("printf '%s\\n' ") + line});
+            QCOMPARE(shell.result(), 0);
+            QCOMPARE(QString::fromUtf8(shell.said()), words.join(QLatin1Char('\n')) + QLatin1Char('\n'));
         }
     }
 }
@@ -313,5 +310,5 @@ void TestParts::servesOnePageWhateverPeersDo()
     QVERIFY(silent.heard.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestParts)
+KOLTA_TEST(TestParts);
 #include "tst_parts.moc"

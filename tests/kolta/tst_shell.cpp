@@ -1,5 +1,6 @@
-#include "program.h"
 #include "terminal.h"
+
+#include <support/test.h>
 
 #include <common/actionlines.h>
 #include <koltacommon/productionorder.h>
@@ -21,19 +22,15 @@ private Q_SLOTS:
 void TestShell::runsLinesAsTheyCome()
 {
     for (const bool byHand : {false, true}) {
-        QProcess kolta;
-        kolta.start(QStringLiteral(KOLTA_PROGRAM), {words("shell")});
-        QByteArray output;
+        Program kolta(QStringLiteral(KOLTA_PROGRAM), {"shell"_s});
         for (const char* line : {"select HF\n", "select \"Basic hard", "ware\"\n"})
             kolta.write(line);
-        QVERIFY(QTest::qWaitFor([&] { return (output += kolta.readAll()).contains("ZELM 7 West"); }, 20000));
+        QVERIFY(kolta.says("ZELM 7 West"));
         if (byHand)
             kolta.terminate(); // heard while it waits for the next line
         else
             kolta.closeWriteChannel();
-        QVERIFY(kolta.waitForFinished());
-        QCOMPARE(kolta.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(kolta.exitCode(), byHand ? 1 : 0);
+        QCOMPARE(kolta.result(), byHand ? 1 : 0);
     }
 }
 
@@ -42,55 +39,54 @@ void TestShell::runsTheLinesOfActions()
 {
     using Own = Kolta::OwnershipJob::Action;
     using Terminate = Kolta::TerminationJob::Action;
-    const KoltaApps::ActionLines lines(words("S1"));
+    const KoltaApps::ActionLines lines("S1"_s);
     Kolta::ProductionOrder order;
-    order.tunerClass = words("Basic hardware");
+    order.tunerClass = "Basic hardware"_s;
     order.frequency = 98.5e6;
     Kolta::ProductionOrder named;
-    named.tunerClass = words("HF"); // which the tuner replaces
-    named.tunerGuid = words("{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}");
+    named.tunerClass = "HF"_s; // which the tuner replaces
+    named.tunerGuid = "{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}"_s;
     named.frequency = 5e6;
     Kolta::ShortTimeProfile profile;
-    profile.name = words("O'Hara \"1\"");
+    profile.name = "O'Hara \"1\""_s;
     profile.type = Kolta::eShortTimeProfileBurst;
     profile.useBandwidth = profile.useShift = profile.useHopRate = profile.useModulation = true;
     profile.bandwidthMax = 25001;
     profile.shiftMin = profile.shiftMax = 850;
     profile.hopRate = 12.5;
-    profile.modulation = Kolta::stringToModulationType(words("FSK2"));
+    profile.modulation = Kolta::stringToModulationType("FSK2"_s);
     Kolta::ShortTimeFFPAssignment assignment;
-    assignment.ffpGuid = words("{0d0d0d0d-0000-4000-8000-00000000000d}");
+    assignment.ffpGuid = "{0d0d0d0d-0000-4000-8000-00000000000d}"_s;
     assignment.profiles = QStringList{profile.name};
     assignment.minCoverage = 70;
-    const QString record = words("archive/disk-1/4711");
+    const QString record = "archive/disk-1/4711"_s;
     const QPair<QString, const char*> actions[] = {
         {lines.produce(order), "MCP 1"},
         {lines.explain(order), "refused: in use"},
         {lines.plan(order), "yes"},
         {lines.plan(named), "yes"},
-        {lines.own(words("MCP 1"), Own::ForceTake) + words(" --user administrator"), "is owned by kolta"},
-        {lines.own(words("MCP 1"), Own::Release), "nobody owns MCP 1"},
+        {lines.own("MCP 1"_s, Own::ForceTake) + " --user administrator"_s, "is owned by kolta"},
+        {lines.own("MCP 1"_s, Own::Release), "nobody owns MCP 1"},
         {lines.own(QString(), Own::Take), "S1 is owned by kolta"},
-        {lines.frontEnd(words("MCP 1")) + words(" --dry-run"), "would start "},
+        {lines.frontEnd("MCP 1"_s) + " --dry-run"_s, "would start "},
         {lines.setProfile(profile), "0 to 25001 Hz"},
         {lines.assign(assignment), "has assigned 1 profile"},
         {lines.removeProfiles({profile.name}), "1 profile removed"},
-        {lines.startConversion(record, words("wav"), words("a b")), "4711: converting"},
-        {lines.finishConversion(record, false, words("-x.wav")), "4711: finished"},
-        {lines.tidyConversions(0, QDateTime(), true) + words(" --user administrator"), "1 result erased"},
-        {lines.power(words("off"), {words("KW 1 S\u00fcd")}) + words(" --user administrator"), "off"},
-        {lines.stop({words("MCP 1")}), "MCP 1 has stopped"},
+        {lines.startConversion(record, "wav"_s, "a b"_s), "4711: converting"},
+        {lines.finishConversion(record, false, "-x.wav"_s), "4711: finished"},
+        {lines.tidyConversions(0, QDateTime(), true) + " --user administrator"_s, "1 result erased"},
+        {lines.power("off"_s, {"KW 1 S\u00fcd"_s}) + " --user administrator"_s, "off"},
+        {lines.stop({"MCP 1"_s}), "MCP 1 has stopped"},
         {lines.stopAll(), "nothing runs"},
-        {lines.terminate(Terminate::Reset) + words(" --user administrator"), "S1 has restarted"},
-        {lines.terminate(Terminate::Quit) + words(" --user administrator"), "S1 has ended"}};
+        {lines.terminate(Terminate::Reset) + " --user administrator"_s, "S1 has restarted"},
+        {lines.terminate(Terminate::Quit) + " --user administrator"_s, "S1 has ended"}};
     QByteArray input;
     for (const auto& [line, shown] : actions)
         input +=
             line.mid(6).toUtf8() + (*shown ? "\nexpect \"" + QByteArray(shown) + "\"\n" : QByteArray("\n"));
-    KoltaProcess kolta({words("shell")}, input);
-    QVERIFY(kolta.ends());
-    const QByteArray told = kolta.readAllStandardError() + kolta.readAll();
-    QVERIFY2(kolta.exitCode() == 0, told.constData());
+    Program kolta(QStringLiteral(KOLTA_PROGRAM), {"shell"_s});
+    kolta.feed(input);
+    QCOMPARE(kolta.result(), 0);
 }
 
 void TestShell::talksAtATerminal()
@@ -98,8 +94,7 @@ void TestShell::talksAtATerminal()
     XmlCommunication::CServer silent; // takes connections and says nothing
     QVERIFY(silent.listen(QHostAddress(QHostAddress::LocalHost), 0));
     const QByteArray address = "127.0.0.1:" + QByteArray::number(silent.port());
-    QTemporaryDir home;
-    Terminal terminal({words("shell")}, home.path());
+    Terminal terminal({"shell"_s});
     QVERIFY(terminal.shows("S1 runs in this process.") && terminal.shows("kolta> "));
     QVERIFY(terminal.type("sel\tHF\n"));
     QVERIFY(terminal.shows("KW 1 S") && terminal.shows("kolta> "));
@@ -138,10 +133,9 @@ void TestShell::talksAtATerminal()
     QVERIFY(terminal.shows("My own has stopped") && terminal.shows("kolta> "));
     QVERIFY(terminal.type("\x04"));
     QVERIFY(terminal.ends());
-    QCOMPARE(terminal.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(terminal.exitCode(), 0);
-    QVERIFY(QDir(home.path()).isEmpty());
+    QCOMPARE(terminal.result(), 0);
+    QVERIFY(QDir::home().isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestShell)
+KOLTA_TEST(TestShell);
 #include "tst_shell.moc"

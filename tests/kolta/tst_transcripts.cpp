@@ -1,8 +1,6 @@
 #include "transcript.h"
 
-#include <QDir>
-#include <QFile>
-#include <QtTest>
+#include <support/test.h>
 
 /// The programs as their users meet them: every example of docs/commands.md and docs/monitoring.md, and
 /// transcripts of what else they do. With KOLTA_REFRESH set a document whose examples print something else is
@@ -22,8 +20,7 @@ void TestTranscripts::initTestCase()
     const QByteArray programs = QFile::encodeName(QFileInfo(QStringLiteral(KOLTA_PROGRAM)).path());
     qputenv("PATH", programs + ':' + qgetenv("PATH"));
     qputenv("COLUMNS", "200");
-    for (const char* name : {"KOLTA_CONFIG", "TERM"})
-        qunsetenv(name);
+    qunsetenv("TERM");
 }
 
 void TestTranscripts::printsWhatIsWritten_data()
@@ -79,5 +76,5 @@ void TestTranscripts::printsWhatIsWritten()
     QVERIFY2(problems.isEmpty(), qPrintable(QStringLiteral("lines ") + problems.join(QStringLiteral(", "))));
 }
 
-QTEST_GUILESS_MAIN(TestTranscripts)
+KOLTA_TEST(TestTranscripts);
 #include "tst_transcripts.moc"

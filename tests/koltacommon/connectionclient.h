@@ -2,9 +2,9 @@
 
 #include <koltacommon/koltaconnection.h>
 #include <support/scriptedpeer.h>
+#include <support/test.h>
 
 #include <QPointer>
-#include <QtTest>
 
 #include <functional>
 #include <stdexcept>
@@ -80,7 +80,7 @@ struct Client
     bool openAndSettle()
     {
         connection->open();
-        return QTest::qWaitFor([this] { return said.contains("opened"_s) && connection->isIdle(); });
+        return waitFor([this] { return said.contains("opened"_s) && connection->isIdle(); });
     }
 
     void say(const QString& what)

@@ -1,6 +1,8 @@
 #include "lifecycleserver.h"
 
 #include <koltacommon/servernodes.h>
+#include <support/patience.h>
+#include <support/program.h>
 #include <support/simulated.h>
 #include <support/testprogram.h>
 #include <support/text.h>
@@ -11,7 +13,6 @@
 #include <distribution/localbroker.h>
 #include <distribution/treelink.h>
 
-#include <QProcess>
 #include <QSocketNotifier>
 
 #include <cstdio>
@@ -46,7 +47,6 @@ namespace {
 
 using namespace distribution;
 
-constexpr int kPatience = 30000;
 const char* const serverProgram = "lifecycleserver";
 
 std::unique_ptr<TreeLink> linkTo(const QString& url)
@@ -96,21 +96,20 @@ public:
     ~ServerElsewhere() override
     {
         m_process.closeWriteChannel();
-        m_process.waitForFinished(kPatience);
+        m_process.ends();
         const auto hasLeft = [this] { return m_link->branches().value(0).state == BranchState::Withdrawn; };
-        static_cast<void>(m_link && QTest::qWaitFor(hasLeft, kPatience));
+        static_cast<void>(m_link && waitFor(hasLeft));
     }
     bool start(QString& reason)
     {
         if (!m_broker.start(reason))
             return false;
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QCoreApplication::applicationFilePath(),
+        m_process.begin(QCoreApplication::applicationFilePath(),
                         {QLatin1String(serverProgram), m_broker.url()});
         m_link = linkTo(m_broker.url());
         m_link->mirror({"S1"_s});
         reason = "the server's process was not heard of"_s;
-        return m_link->waitForLive({"S1"_s}, kPatience);
+        return m_link->waitForLive({"S1"_s}, kPatienceMs);
     }
     void vanish() override { m_process.write("v"); }
     void comeBack() override { m_process.write("r"); }
@@ -118,7 +117,7 @@ public:
 
 private:
     LocalBroker m_broker{LocalBroker::Settings()};
-    QProcess m_process;
+    Program m_process;
     std::unique_ptr<TreeLink> m_link;
 };
 

@@ -2,6 +2,7 @@
 
 #include <simulation/scriptedserver.h>
 #include <support/operationend.h>
+#include <support/test.h>
 
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
@@ -12,7 +13,6 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QPointer>
-#include <QtTest>
 
 #include <functional>
 #include <memory>

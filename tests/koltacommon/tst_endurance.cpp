@@ -148,7 +148,7 @@ private Q_SLOTS:
         for (int i = 0; i < 50; ++i)
             connection->executeRequest(series.next());
         connection->open();
-        QVERIFY(runUntil([&] { return series.answered == count; }, 3600000));
+        QVERIFY(runUntil([&] { return series.answered == count; }, 60 * kPatienceMs));
         const qint64 growth = series.heapAtLastRequest - series.heapAfterWarmUp;
         qInfo("%d requests, heap in use grew by %lld bytes", count, static_cast<long long>(growth));
         QVERIFY2(growth < 128 * 1024, qPrintable(QString::number(growth)));
@@ -207,7 +207,7 @@ private Q_SLOTS:
         InOrder heard(*connection);
         bool heardAllInside = false;
         heard.pauseAt = 300;
-        heard.pause = [&] { heardAllInside = runUntil([&] { return heard.count == words; }, 5000); };
+        heard.pause = [&] { heardAllInside = runUntil([&] { return heard.count == words; }); };
         QSignalSpy closed(connection.get(), &KoltaConnection::ConnectionClosed);
         EndOfLink end;
         connection->open();

@@ -1,8 +1,7 @@
 #include "modelfollower.h"
 #include "randomlife.h"
-#include <support/random.h>
 #include <support/simulated.h>
-#include <support/testprogram.h>
+#include <support/test.h>
 
 #include <koltacommon/eventmodel.h>
 #include <koltacommon/installationevents.h>
@@ -13,7 +12,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <map>
 #include <random>

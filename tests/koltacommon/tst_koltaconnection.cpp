@@ -244,7 +244,7 @@ private Q_SLOTS:
         // The link is lost and replaced while the first reply is still being handled.
         client.execute("outer", [&] {
             client.execute("cut");
-            if (!QTest::qWaitFor([&] { return client.answered.contains("cut"_s); }))
+            if (!waitFor([&] { return client.answered.contains("cut"_s); }))
                 return ptrKoltaRequest();
             return ptrKoltaRequest(new Recorded("after"_s, client.answered));
         });

@@ -376,7 +376,7 @@ private Q_SLOTS:
         QProcess* const process = m_control->startGUI(plainA, &parent);
         QVERIFY(process && process->parent() == &parent && process->state() == QProcess::Running);
         process->write("from the console\n");
-        QVERIFY(process->waitForFinished() && process->exitCode() == 7);
+        QVERIFY(process->waitForFinished(kPatienceMs) && process->exitCode() == 7);
         QCOMPARE(started(), data + "\nServer\nMessageDialog\nCon:10.0.0.1:1 x\nfrom the console\n"_s);
 
         Startup::TraceRecorder traces;

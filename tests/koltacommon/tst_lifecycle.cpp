@@ -148,7 +148,7 @@ private Q_SLOTS:
         const auto until = [&](const QString& last) {
             const auto isOver = [&] { return m_server->hasHeardAll() && story.told(tuners).endsWith(last); };
             turnOnce();
-            static_cast<void>(QTest::qWaitFor(isOver, kPatience)); // what is missing is told in the end
+            static_cast<void>(waitFor(isOver)); // what is missing is told in the end
             turnOnce();
         };
 
@@ -351,7 +351,6 @@ private:
             control.requestProduction(mcpOn(tuner, below(2) ? "hw" : "sw"));
     }
 
-    static constexpr int kPatience = 10000;
     const KoltaSimulation::Installation m_installation = Lifecycle::fewTuners();
     std::unique_ptr<Lifecycle::StoryServer> m_server;
     std::array<std::unique_ptr<SimulatedServer>, 3> m_servers;

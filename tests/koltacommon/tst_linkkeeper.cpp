@@ -72,7 +72,7 @@ class tst_LinkKeeper : public QObject
     }
     bool reaches(State state)
     {
-        return QTest::qWaitFor([&] { return keeper && keeper->state() == state; });
+        return waitFor([&] { return keeper && keeper->state() == state; });
     }
     void endPause() { clock.advance(keeper->waitingMs()); }
     /// Answers everything but what has that name.
@@ -236,7 +236,7 @@ private Q_SLOTS:
         QVERIFY(peer->server.listen(QHostAddress::LocalHost, port));
         const qint64 returned = clock.now();
         while (keeper->state() != State::Up) {
-            QVERIFY(QTest::qWaitFor([&] { return keeper->state() == State::Up || keeper->waitingMs() > 0; }));
+            QVERIFY(waitFor([&] { return keeper->state() == State::Up || keeper->waitingMs() > 0; }));
             endPause();
         }
         QVERIFY(clock.now() - returned <= 31000);
@@ -280,8 +280,7 @@ private Q_SLOTS:
         execute("b");
         keeper->open();
         while (keeper->state() != State::GivenUp) {
-            QVERIFY(QTest::qWaitFor(
-                [&] { return keeper->state() == State::GivenUp || keeper->waitingMs() > 0; }));
+            QVERIFY(waitFor([&] { return keeper->state() == State::GivenUp || keeper->waitingMs() > 0; }));
             endPause();
         }
         execute("c");

@@ -1,4 +1,5 @@
 #include <support/peerthread.h>
+#include <support/program.h>
 #include <support/scriptedpeer.h>
 
 #include <koltacommon/koltaconnection.h>
@@ -54,32 +55,6 @@ int runApplication(int argc, char** argv)
     return application.exec();
 }
 
-/// The application as a process.
-class Application
-{
-public:
-    explicit Application(const QStringList& arguments)
-    {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("KOLTA_TRACE_MASK"_s, "0"_s);
-        m_process.setProcessEnvironment(environment);
-        m_process.start(QCoreApplication::applicationFilePath(), arguments);
-    }
-    /// Waits until it has quit; true when it did so as it should.
-    bool ends()
-    {
-        while (!m_process.canReadLine() && m_process.waitForReadyRead(60000)) {
-        }
-        const bool quits = m_process.readLine().trimmed() == "quits";
-        const bool isOver = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(60000);
-        return quits && isOver && m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
-    }
-
-private:
-    QProcess m_process;
-};
-
 } // namespace
 
 class tst_Quit : public QObject
@@ -111,12 +86,15 @@ private Q_SLOTS:
         QCOMPARE(::listen(static_cast<int>(blackHole.socketDescriptor()), 0), 0);
         QTcpSocket guest;
         guest.connectToHost(blackHole.serverAddress(), blackHole.serverPort());
-        QVERIFY(guest.waitForConnected(5000));
+        QVERIFY(guest.waitForConnected(kPatienceMs));
         const QString blackHoleHost = "127.0.0.1:%1"_s.arg(blackHole.serverPort());
 
-        Application application(
-            {"quit"_s, owner, silent.host(), closing.host(), stuck.host(), cutting.host(), blackHoleHost});
-        QVERIFY(application.ends());
+        Program application(
+            QCoreApplication::applicationFilePath(),
+            {"quit"_s, owner, silent.host(), closing.host(), stuck.host(), cutting.host(), blackHoleHost},
+            {{"KOLTA_TRACE_MASK", "0"_s}});
+        QCOMPARE(application.line(), "quits"_s);
+        QCOMPARE(application.result(), 0);
     }
 };
 

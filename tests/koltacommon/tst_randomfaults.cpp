@@ -191,7 +191,8 @@ private Q_SLOTS:
         for (const auto& customer : customers)
             customer->begin(requests / 4);
         for (const auto& customer : customers) {
-            QVERIFY(runUntil([&] { return customer->isDone() || !customer->complaint.isEmpty(); }, 180000));
+            QVERIFY(runUntil([&] { return customer->isDone() || !customer->complaint.isEmpty(); },
+                             3 * kPatienceMs));
             QCOMPARE(customer->complaint, QString());
             QCOMPARE(customer->answered + customer->dropped, customer->executed);
             QVERIFY(customer->reopened > 0 && customer->closed > 0);

@@ -122,7 +122,7 @@ private Q_SLOTS:
         // They end, and their threads go. (How many others there are depends on what the engine's library and
         // earlier scripts have started.)
         const int withFourLeft = threads();
-        QTRY_VERIFY_WITH_TIMEOUT(threads() <= withFourLeft - 4, 150000);
+        QTRY_VERIFY_WITH_TIMEOUT(threads() <= withFourLeft - 4, 3 * kPatienceMs);
         setTimeLimit(20000);
         QCOMPARE(evaluateTunerIdScript(sampleTuner(), "TunerID = Guid"_s, nullptr), "guid"_s);
     }

@@ -7,9 +7,9 @@
 #include <resourcemodel/hwprocessing.h>
 #include <simulation/simulatedserver.h>
 #include <support/simulated.h>
+#include <support/test.h>
 
 #include <QSet>
-#include <QtTest>
 
 #include <memory>
 

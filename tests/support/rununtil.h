@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QDeadlineTimer>
+#include <support/patience.h>
+
 #include <QEventLoop>
 #include <QTimer>
 
@@ -8,7 +9,7 @@
 /// waiting functions of Qt Test it handles events as they come, so that whole dialogues run at their own
 /// speed.
 template<class Condition>
-bool runUntil(Condition condition, int milliseconds)
+bool runUntil(Condition condition, int milliseconds = kPatienceMs)
 {
     const QDeadlineTimer deadline(milliseconds);
     QEventLoop loop;

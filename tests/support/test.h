@@ -1,6 +1,7 @@
 #pragma once
 
 #include <startup/errorhandler.h>
+#include <support/patience.h>
 #include <support/random.h>
 #include <support/rows.h>
 #include <support/testprogram.h>
@@ -12,5 +13,5 @@
 #include <memory>
 
 /// \file
-/// What nearly every test needs: Qt Test and all of QtCore, KOLTA_TEST, tables of rows, texts, seeds, a
-/// recorder of trace lines.
+/// What nearly every test needs: Qt Test and all of QtCore, KOLTA_TEST, waiting, tables of rows, texts,
+/// seeds, a recorder of trace lines.

@@ -1,7 +1,7 @@
 #pragma once
 
-/// One of the programs in an executable of tests, which its first argument chooses by name. Made as a static
-/// object; the name must live as long.
+/// One of the programs in an executable of tests, which its first argument chooses by name where there are
+/// several. Made as a static object; the name must live as long.
 class TestProgram
 {
 public:

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <support/program.h>
+
 #include <QFile>
-#include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -33,12 +34,12 @@ public:
 private:
     bool run(const QStringList& arguments)
     {
-        QProcess process;
+        Program process;
         process.setWorkingDirectory(m_folder.path());
-        process.start(QStringLiteral("openssl"), arguments);
-        const bool ended = process.waitForFinished();
-        m_error = QString::fromLocal8Bit(process.readAllStandardError());
-        return ended && process.exitCode() == 0;
+        process.begin(QStringLiteral("openssl"), arguments);
+        const bool isMade = process.result() == 0;
+        m_error = QString::fromLocal8Bit(process.complaints());
+        return isMade;
     }
     QStringList issuedFor(const QString& extension) const
     {

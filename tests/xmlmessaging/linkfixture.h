@@ -1,12 +1,10 @@
 #pragma once
 
-#include <support/text.h>
+#include <support/test.h>
 #include <xmlmessaging/connectionthread.h>
 #include <xmlmessaging/server.h>
 
 #include <startup/errorhandler.h>
-
-#include <QtTest>
 
 #include <functional>
 
@@ -64,7 +62,7 @@ struct LinkFixture
     {
         if (!thread->isRunning())
             thread->start();
-        return QTest::qWaitFor([this] { return states.contains(QAbstractSocket::ConnectedState) && link; });
+        return waitFor([this] { return states.contains(QAbstractSocket::ConnectedState) && link; });
     }
     /// A request with one fragment; its text makes it as large as wanted.
     static Message request(const QString& text = QString())

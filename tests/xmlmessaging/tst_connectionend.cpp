@@ -50,7 +50,7 @@ private Q_SLOTS:
             f.thread->sendMessage(f.request(QString::number(i)), 0);
         f.thread->exit(0);
         QSignalSpy closed(f.link.data(), &CServerLink::Closed);
-        QVERIFY(f.thread->waitForFinished(20000));
+        QVERIFY(f.thread->waitForFinished(kPatienceMs));
         QTRY_COMPARE(f.requests, count);
         QTRY_COMPARE(closed.size(), 1);
     }
@@ -64,7 +64,7 @@ private Q_SLOTS:
                 f.thread->sendMessage(f.request(), 0);
             f.thread->start();
             f.thread->exit(0);
-            QVERIFY(f.thread->waitForFinished(20000));
+            QVERIFY(f.thread->waitForFinished(kPatienceMs));
         }
     }
 

@@ -22,7 +22,7 @@ struct Peer : QTcpSocket
     {
         setReadBufferSize(1);
         connectToHost(server.address(), server.port());
-        if (!waitForConnected(5000))
+        if (!waitForConnected(kPatienceMs))
             qFatal("no connection on loopback");
     }
     void ask(int times = 1)

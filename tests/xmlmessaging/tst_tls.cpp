@@ -74,7 +74,7 @@ void TestTls::carriesMessagesAndNamesTheUser()
     const QString text(3000000, QLatin1Char('x')); // many records, more than the read buffers hold
     f->thread->sendMessage(f->request(text), 0);
     f->thread->sendMessage(f->request("small"_s), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(f->messages.size(), 2, 20000);
+    QTRY_COMPARE(f->messages.size(), 2);
     QCOMPARE(f->messages[0]->getFragment(0).getDataTree().root().text(), text);
     QCOMPARE(f->messages[1]->getFragment(0).getDataTree().root().text(), "small"_s);
     f->thread->exit(0);
@@ -96,7 +96,7 @@ void TestTls::carriesFloodsWithoutLoss()
         f->link->send(f->broadcast(i, 50000));
     QVERIFY(f->link->bytesToWrite() > 0);
     f->thread->sendMessage(f->request(), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(f->messages.size(), kCount, 20000);
+    QTRY_COMPARE(f->messages.size(), kCount);
     QTRY_COMPARE(f->link->bytesToWrite(), qint64(0));
     QTRY_COMPARE(f->requests, 1); // was not read while so much waited, is now
 }
