@@ -143,6 +143,9 @@ public:
     std::vector<ChannelNumber> GetNumbers() const;
     /// Own changes that the owner has not dealt with.
     std::size_t GetOpenWishes() const;
+    /// From the latest own change that was sent and decided on to the entry that decided; -1 before the
+    /// first.
+    qint64 GetRoundTripMs() const noexcept { return m_roundTripMs; }
     /// Of the branch's content: the plain values and each collection. 0 until an owner has named them.
     int CountParts() const;
     /// Of these, the ones that are here as the owner is known to have them. The branch is live once all are;
@@ -180,6 +183,7 @@ private:
         if (change.author)
             m_tree.OnAuthorsWish(change, result);
     }
+    void noteRoundTrip(qint64 sentMs) { m_roundTripMs = m_nowMs - sentMs; }
     Bytes upTopic() const { return m_topics.Up(m_settings.branch, m_settings.user, m_settings.session); }
 
     void route(Changes changes);
@@ -224,6 +228,7 @@ private:
     std::size_t m_maximumPayload = 0;
     qint64 m_nowMs = 0; ///< time of the input at hand
     qint64 m_beatSeenMs = -1;
+    qint64 m_roundTripMs = -1;
     qint64 m_followedMs = 0;
     qint64 m_onlineMs = 0;
     qint64 m_refusedUntilMs = 0; ///< the broker takes no wishes of this user

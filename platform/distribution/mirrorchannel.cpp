@@ -188,8 +188,11 @@ void MirrorChannel::apply(const Entry& entry, quint64 number)
     const bool own = entry.session == m_mirror.m_settings.session;
     Paths settled;
     if (own) {
-        for (const OpenWish& wish : m_own.TakeUpTo(entry.wish, settled))
+        for (const OpenWish& wish : m_own.TakeUpTo(entry.wish, settled)) {
+            if (wish.number == entry.wish && wish.sent)
+                m_mirror.noteRoundTrip(wish.sentMs);
             report(wish, wish.number == entry.wish ? entry.failures : Failures());
+        }
         if (m_channel != 0 && !entry.failures.empty())
             NeedState(number);
     }

@@ -219,6 +219,7 @@ QVector<BranchStatus> TreeLink::branches() const
             status.beatAgeMs = m_mirrors->GetNowMs() - mirror.GetLastBeatMs();
         status.numbers = mirror.GetNumbers();
         status.openWishes = mirror.GetOpenWishes();
+        status.roundTripMs = mirror.GetRoundTripMs();
         status.parts = mirror.CountParts();
         status.joinedParts = mirror.CountJoinedParts();
         all.append(status);

@@ -37,6 +37,7 @@ struct BranchStatus
     qint64 beatAgeMs = -1; ///< since its owner's last sign of life; -1: none
     std::vector<ChannelNumber> numbers;
     std::size_t openWishes = 0; ///< own changes that its owner has not dealt with
+    qint64 roundTripMs = -1; ///< of the latest own change that its owner has dealt with; -1 before the first
     int parts = 0; ///< of its content: the plain values and each collection; 0 until an owner names them
     int joinedParts = 0; ///< of these, the ones that are here and up to date; of an own branch all
 };

@@ -95,8 +95,8 @@ LinksModel::Row LinksModel::rowOf(const BranchFigures& branch)
 {
     return {QStringLiteral("branch/") + branch.name,
             {{branch.host.isEmpty() ? branch.name : tr("%1 at %2").arg(branch.name, branch.host),
-              branch.stateText, branch.liveSince, none(), known(branch.beatAgeMs), branch.openWishes,
-              branch.reconnections, branch.lastFault}},
+              branch.stateText, branch.liveSince, known(branch.roundTripMs), known(branch.beatAgeMs),
+              branch.openWishes, branch.reconnections, branch.lastFault}},
             static_cast<int>(branch.state)};
 }
 

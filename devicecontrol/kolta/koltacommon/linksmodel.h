@@ -21,7 +21,8 @@ struct BranchFigures
     LinkFigures::State state = LinkFigures::State::Closed; ///< Up: it is live
     QString stateText;                                     ///< the state's own word
     QDateTime liveSince;                                   ///< invalid unless it is
-    qint64 beatAgeMs = -1;                                 ///< -1 before the first beat
+    qint64 roundTripMs = -1; ///< of the latest change made here that was decided on
+    qint64 beatAgeMs = -1;   ///< -1 before the first beat
     int openWishes = 0;
     int reconnections = 0;
     QString lastFault;
@@ -48,7 +49,7 @@ public:
         eLinkColumn,
         eStateColumn,
         eUpSinceColumn,
-        eRoundTripColumn, ///< of links
+        eRoundTripColumn, ///< of the latest request; of a branch the latest change
         eLastBeatColumn,  ///< its age; of branches
         eQueueColumn,     ///< of a branch the open wishes
         eReconnectionsColumn,
