@@ -109,8 +109,11 @@ void BranchDriver::perform(Output output)
         m_carrier.Subscribe(filter);
     for (const Bytes& filter : output.unsubscribe)
         m_carrier.Unsubscribe(filter);
-    for (Publication& publication : output.publish)
+    for (Publication& publication : output.publish) {
+        if (m_watch)
+            m_watch(publication.payload, m_clock.now());
         m_carrier.Publish(std::move(publication));
+    }
     for (StateCut& cut : output.states) {
         m_packer.Pack(std::move(cut), [self = values::Weak<BranchDriver>(this)](const auto& publications) {
             for (const Publication& publication : publications) {

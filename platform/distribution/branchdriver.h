@@ -82,6 +82,8 @@ public:
             },
             topic, payload);
     }
+    /// `watch` is called before each message leaves; null: nothing is.
+    void Watch(std::function<void(const Bytes& payload, qint64 nowMs)> watch) { m_watch = std::move(watch); }
     /// The tree has changed: time is called once the turn of the event loop has ended.
     void Wake();
     /// Nothing waits any more and no time is called.
@@ -107,6 +109,7 @@ private:
     ICarrier& m_carrier;
     StatePacker& m_packer;
     Step m_onTime;
+    std::function<void(const Bytes& payload, qint64 nowMs)> m_watch;
     std::deque<Step> m_waiting;
     std::size_t m_waitingBytes = 0; ///< of messages
     QObject m_context;

@@ -150,6 +150,14 @@ std::size_t BranchMirror::GetOpenWishes() const
     return open;
 }
 
+QString BranchMirror::PathOf(quint16 channel, quint32 id) const
+{
+    const auto found = m_channels.find(channel);
+    const ItemTable::Item* const item =
+        found == m_channels.end() ? nullptr : std::as_const(*found->second).Items().Find(id);
+    return item ? item->path : QString();
+}
+
 int BranchMirror::CountParts() const
 {
     return !m_epoch.isNull() && isOwnerKnown() ? static_cast<int>(m_channels.size()) : 0;

@@ -153,6 +153,8 @@ public:
     int CountJoinedParts() const;
     /// The owner's channel 0 as far as it is known here, in the form in which the owner gives it.
     Snapshot GetSnapshot() const;
+    /// Of an item of the owner's; empty for one that is not here.
+    QString PathOf(quint16 channel, quint32 id) const;
     /// What another mirror would have to hear at which times to be where this one is now: a claim of life,
     /// the states of all channels, the last beat, and a claim of death where there was one. `contentOf` gives
     /// collections' contents. What is longer ago than kLongestAgeMs is said to be as long ago as that.

@@ -1,6 +1,7 @@
 #include <distribution/mirrorlink.h>
 
 #include <distribution/branchpublisher.h>
+#include <distribution/branchtap.h>
 #include <distribution/treecontent.h>
 
 #include <startup/clock.h>
@@ -42,8 +43,10 @@ struct MirrorLink::Branch
         events.wishFailed = link.m_events.wishFailed;
         return events;
     }
-    void onMessage(const Topic& topic, const Bytes& payload)
+    void onMessage(const Topic& topic, const Bytes& payload, qint64 receivedMs)
     {
+        if (isRead())
+            tap->OnReceived(topic, payload, receivedMs);
         driver.DoMessage(
             [this](const Topic& parsed, const Bytes& bytes, qint64 nowMs) {
                 Output output = mirror.OnMessage(parsed, bytes, nowMs);
@@ -57,9 +60,30 @@ struct MirrorLink::Branch
         driver.Do([this, maximumPayload](qint64 nowMs) { return mirror.OnUp(maximumPayload, nowMs); });
     }
 
+    void read(const QUuid& session, QObject* context, BranchReader reader)
+    {
+        if (!tap)
+            tap = std::make_unique<BranchTap>(mirror, session);
+        tap->Add(context, std::move(reader));
+        driver.Watch([this](const Bytes& payload, qint64 nowMs) {
+            if (tap)
+                tap->OnSent(payload, nowMs);
+        });
+    }
+    /// Nothing is done for readers who have gone.
+    bool isRead()
+    {
+        if (tap && tap->IsIdle()) {
+            driver.Watch({});
+            tap.reset();
+        }
+        return tap != nullptr;
+    }
+
     MirroredTree tree;
     BranchMirror mirror;
     BranchDriver driver;
+    std::unique_ptr<BranchTap> tap; ///< null while nobody reads along
 };
 
 MirrorLink::MirrorLink(ChangeCollector& collector, StatePacker& packer, std::unique_ptr<ICarrier> carrier,
@@ -150,6 +174,15 @@ const BranchMirror* MirrorLink::Find(const QString& name) const
 {
     const auto found = m_branches.find(name);
     return found == m_branches.end() ? nullptr : &found->second->mirror;
+}
+
+bool MirrorLink::Read(const QString& name, QObject* context, BranchReader reader)
+{
+    const auto found = m_branches.find(name);
+    if (found == m_branches.end())
+        return false;
+    found->second->read(m_options.session, context, std::move(reader));
+    return true;
 }
 
 QStringList MirrorLink::GetBranches() const
@@ -287,7 +320,7 @@ void MirrorLink::onMessage(const Bytes& bytes, const Bytes& payload)
     if (to && topic->kind == TopicKind::Live && !admit(topic->branch, payload))
         return;
     if (to && m_refused.count(topic->branch) == 0)
-        to->onMessage(*topic, payload);
+        to->onMessage(*topic, payload, GetNowMs());
 }
 
 /// Only the claim of another owner ends the silence around a branch that this process has given up.

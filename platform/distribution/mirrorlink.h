@@ -1,6 +1,7 @@
 #pragma once
 
 #include <distribution/branchdriver.h>
+#include <distribution/branchmessage.h>
 #include <distribution/branchmirror.h>
 #include <distribution/linkoptions.h>
 #include <distribution/mirroredtree.h>
@@ -55,6 +56,8 @@ public:
     /// Null for a branch that nobody has heard of.
     const BranchMirror* Find(const QString& branch) const;
     QStringList GetBranches() const;
+    /// See TreeLink::read().
+    bool Read(const QString& branch, QObject* context, BranchReader reader);
     /// Of the carrier's clock.
     qint64 GetNowMs() const;
     int GetNextTryMs() const { return m_carrier->GetNextTryMs(); }

@@ -228,6 +228,12 @@ QVector<BranchStatus> TreeLink::branches() const
     return all;
 }
 
+bool TreeLink::read(const QString& branch, QObject* context,
+                    std::function<void(const BranchMessage& message)> reader)
+{
+    return m_mirrors && m_mirrors->Read(branch, context, std::move(reader));
+}
+
 bool TreeLink::areLive(const QStringList& branches) const
 {
     if (!isOnline())

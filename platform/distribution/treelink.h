@@ -23,6 +23,7 @@ class BranchPublisher;
 class ChangeCollector;
 class MirrorLink;
 class StatePacker;
+struct BranchMessage;
 struct PublishedBranch;
 
 /// What is known of a branch.
@@ -82,6 +83,12 @@ public:
     Replay* replay() const noexcept { return m_options.replay.get(); }
     /// By name.
     QVector<BranchStatus> branches() const;
+    /// Reads along what passes between this process and the owner of a mirrored branch, from now on and as
+    /// long as `context` lives and the branch is mirrored; false when it is not. `reader` is called on this
+    /// thread, with each message before it is dealt with; it must neither change the tree nor run an event
+    /// loop. While nobody reads this costs nothing.
+    bool read(const QString& branch, QObject* context,
+              std::function<void(const BranchMessage& message)> reader);
     /// Runs the event loop until the named branches are live, or, when none is named, at least one and all
     /// that have been heard of but those that are known to be gone. False when that takes more than
     /// `milliseconds`, and at once when the broker does not admit this process.
