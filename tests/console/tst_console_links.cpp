@@ -127,7 +127,7 @@ private Q_SLOTS:
         QTRY_COMPARE(desk.cell(1, LinkTraffic::eMessageColumn), QStringLiteral("asks Long for Ask"));
         QCOMPARE(desk.view->traffic()->rowCount(), LinkTraffic::kMost);
         const QString text = desk.view->traffic()->textOf(1);
-        QVERIFY(text.size() < LinkTraffic::kMostText + 100);
+        QVERIFY(text.size() < LinkMessage::kMostText + 100);
         QVERIFY2(text.contains(QLatin1String("shortened")), qPrintable(text.right(100)));
     }
 

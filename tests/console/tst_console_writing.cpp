@@ -1,6 +1,8 @@
 #include "consoletest.h"
 #include "installation.h"
 
+#include <koltaconsole/pages/events/linksview.h>
+#include <koltaconsole/pages/events/linktraffic.h>
 #include <koltaconsole/pages/order/orderpage.h>
 #include <koltaconsole/pages/productions/productionspage.h>
 #include <koltaconsole/pages/shorttime/assignmentsview.h>
@@ -16,6 +18,7 @@
 #include <QMimeData>
 #include <QTabWidget>
 #include <QTableView>
+#include <QTreeView>
 
 using namespace KoltaConsole;
 namespace Roles = Kolta::ViewRoles;
@@ -30,6 +33,8 @@ private Q_SLOTS:
 
 private:
     static void feed(Stage& stage);
+    static void readBranch(Stage& stage);
+    static bool wasRead(const LinkTraffic& traffic);
 };
 
 /// Starts an MCP with an FFP in it, which can be assigned, and another MCP, to which it can be moved.
@@ -57,6 +62,39 @@ void TestWriting::feed(Stage& stage)
     QTRY_COMPARE(running.rowCount(mcp), 1);
 }
 
+/// Opens the links and begins to read what passes about the server's branch.
+void TestWriting::readBranch(Stage& stage)
+{
+    stage.window->showPage(QStringLiteral("events"));
+    auto* const view = stage.window->findChild<LinksView*>();
+    stage.window->currentPage()->findChild<QTabWidget*>()->setCurrentWidget(view);
+    auto& links = *view->findChild<QTreeView*>();
+    const auto choose = [&](int row) { links.setCurrentIndex(links.model()->index(row, 0)); };
+    QTRY_COMPARE(links.model()->rowCount(), 2);
+    choose(0);
+    QVERIFY(stage.why("link-read").contains(QLatin1String("branch by branch")));
+    choose(1);
+    QVERIFY2(stage.run("link-read"), qPrintable(stage.why("link-read")));
+}
+
+/// Whether an order and its decision are among the messages, which are shown a little later.
+bool TestWriting::wasRead(const LinkTraffic& traffic)
+{
+    const auto has = [&traffic](const QString& sentence, bool isAnswer) {
+        for (int row = 0; row < traffic.rowCount(); ++row) {
+            const auto cell = [&](int column) { return traffic.index(row, column).data().toString(); };
+            if (cell(LinkTraffic::eMessageColumn).contains(sentence) &&
+                cell(LinkTraffic::eTookColumn).isEmpty() != isAnswer)
+                return true;
+        }
+        return false;
+    };
+    return waitFor([&] {
+        return has(QStringLiteral(": adds ADMINISTRATION/RequestsNode/"), false) &&
+               has(QStringLiteral("entr"), true);
+    });
+}
+
 /// The broker dies while an order is written, while marks of the matrix wait, while a profile is edited and
 /// while an FFP is dragged. All of it stands as it was, none of it is sent by itself, and each is done with
 /// once the broker is back.
@@ -70,7 +108,9 @@ void TestWriting::whatIsTypedStays()
     options.url = installation.url();
     Stage stage(options);
     QTRY_VERIFY(stage.window->isFilled() && stage.session->facts().size() == 1);
+    readBranch(stage);
     feed(stage);
+    QVERIFY(wasRead(*stage.window->findChild<LinksView*>()->traffic()));
     auto& order = *static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
     Kolta::ProductionOrder written;
     written.tunerClass = QStringLiteral("Wide");

@@ -1,5 +1,6 @@
 #include "treeside.h"
 
+#include <distribution/branchmessage.h>
 #include <distribution/localbroker.h>
 
 #include <koltacommon/shorttimeffpassignmentitemmap.h>
@@ -105,6 +106,45 @@ private Q_SLOTS:
         client.tree.FindAs<StringValue>(at("ChangedTuners"))->Announce(eChangeUser);
         QTRY_COMPARE(server->log.last(), QStringLiteral("ChangedTuners!19"));
         QCOMPARE(client.failures + other.failures + server->failures, QStringList());
+    }
+
+    /// Who reads along hears what is sent and how it is decided, with paths, until it goes, even if that is
+    /// while it is told.
+    void readsAlong()
+    {
+        using Kind = BranchMessage::Kind;
+        server->publish();
+        MapSide client(*broker);
+        client.mirror();
+        TreeLink& link = *client.link;
+        QCOMPARE(link.branches().first().roundTripMs, -1);
+        auto reader = std::make_unique<QObject>(), hasty = std::make_unique<QObject>();
+        std::vector<BranchMessage> heard;
+        int hastyHeard = 0;
+        const auto hear = [&heard](const BranchMessage& message) { heard.push_back(message); };
+        QVERIFY(!link.read(QStringLiteral("S2"), reader.get(), hear));
+        QVERIFY(link.read(QStringLiteral("S1"), hasty.get(), [&](const BranchMessage& /*message*/) {
+            ++hastyHeard;
+            hasty.reset();
+        }));
+        QVERIFY(link.read(QStringLiteral("S1"), reader.get(), hear));
+        client.set("Resources", QStringLiteral("wanted"));
+        QTRY_COMPARE(server->text("Resources"), QStringLiteral("wanted"));
+        QTRY_VERIFY(link.branches().first().roundTripMs >= 0);
+        QCOMPARE(hastyHeard, 1);
+        QVERIFY(heard.size() >= 2 && heard.front().isSent);
+        QVERIFY(heard.front().kind == Kind::Wish && heard.back().kind == Kind::Entries);
+        for (const BranchMessage& message : {heard.front(), heard.back()}) {
+            QCOMPARE(message.changeCount, std::size_t(1));
+            QCOMPARE(message.changes.front().path, at("Resources"));
+            QVERIFY(message.bytes > 0);
+        }
+        QVERIFY(heard.back().tookMs >= 0);
+        reader.reset();
+        heard.clear();
+        server->set("Resources", QStringLiteral("unheard"));
+        QTRY_COMPARE(client.text("Resources"), QStringLiteral("unheard"));
+        QVERIFY(heard.empty());
     }
 
     void placesTaken_data()

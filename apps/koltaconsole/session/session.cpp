@@ -24,6 +24,7 @@
 #include <usermanagement/activeuserproxy.h>
 
 #ifdef KOLTA_WITH_DISTRIBUTION
+#include "branchmessages.h"
 #include "treebranches.h"
 
 #include <common/linkoptions.h>
@@ -390,6 +391,18 @@ const Kolta::IBranchSource* Session::branches() const
 #else
     return nullptr;
 #endif
+}
+
+MessageTap Session::messagesOfBranch(const QString& name) const
+{
+#ifdef KOLTA_WITH_DISTRIBUTION
+    const auto all = d->link ? d->link->branches() : QVector<distribution::BranchStatus>();
+    if (std::any_of(all.begin(), all.end(),
+                    [&name](const auto& each) { return each.name == name && !each.isOwn; }))
+        return messagesOf(*d->link, name);
+#endif
+    Q_UNUSED(name)
+    return {};
 }
 
 int Session::nextTryMs() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkmessage.h"
 #include "serverfacts.h"
 
 #include <koltacommon/event.h>
@@ -73,6 +74,8 @@ public:
     TraceLines& trace() const;
     /// The broker and the branches behind it; null where there is no broker.
     const Kolta::IBranchSource* branches() const;
+    /// What passes about that branch; empty where there is no such branch of another process.
+    MessageTap messagesOfBranch(const QString& name) const;
     /// Null when there is none. For operations, desks and whatever a server has.
     Kolta::KoltaServerInterface* server(const QString& address) const;
     /// Whether it can be asked for something at this moment, which the facts about it tell a little later.

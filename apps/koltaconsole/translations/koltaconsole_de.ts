@@ -2060,6 +2060,111 @@ F1 zeigt die Tasten der Seite.</translation>
     </message>
 </context>
 <context>
+    <name>BranchMessages</name>
+    <message>
+        <source>adds %1</source>
+        <translation>legt %1 an</translation>
+    </message>
+    <message>
+        <source>removes %1</source>
+        <translation>entfernt %1</translation>
+    </message>
+    <message>
+        <source>sets %1</source>
+        <translation>setzt %1</translation>
+    </message>
+    <message>
+        <source>changes a part of %1</source>
+        <translation>ändert einen Teil von %1</translation>
+    </message>
+    <message>
+        <source>announces %1</source>
+        <translation>kündigt %1 an</translation>
+    </message>
+    <message>
+        <source>changes the collection %1</source>
+        <translation>ändert die Sammlung %1</translation>
+    </message>
+    <message>
+        <source>orders by %1</source>
+        <translation>beauftragt mit %1</translation>
+    </message>
+    <message>
+        <source>does something unknown to %1</source>
+        <translation>tut Unbekanntes mit %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>(%n bytes)</source>
+        <translation>
+            <numerusform>(%n Byte)</numerusform>
+            <numerusform>(%n Bytes)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>changes nothing</source>
+        <translation>ändert nichts</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1, and %n more change(s)</source>
+        <translation>
+            <numerusform>%1, und %n weitere Änderung</numerusform>
+            <numerusform>%1, und %n weitere Änderungen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>entry %1 is too large to be sent</source>
+        <translation>Eintrag %1 ist zu groß zum Senden</translation>
+    </message>
+    <message>
+        <source>entry %1</source>
+        <translation>Eintrag %1</translation>
+    </message>
+    <message>
+        <source>entries %1 to %2</source>
+        <translation>Einträge %1 bis %2</translation>
+    </message>
+    <message>
+        <source>refuses, %1</source>
+        <translation>weist ab, %1</translation>
+    </message>
+    <message>
+        <source>the server says that it is there</source>
+        <translation>der Server sagt, dass er da ist</translation>
+    </message>
+    <message>
+        <source>the server has left</source>
+        <translation>der Server hat sich abgemeldet</translation>
+    </message>
+    <message>
+        <source>the broker says that the server has gone</source>
+        <translation>der Broker sagt, dass der Server fort ist</translation>
+    </message>
+    <message>
+        <source>part %1 of %2 of the state after entry %3</source>
+        <translation>Teil %1 von %2 des Standes nach Eintrag %3</translation>
+    </message>
+    <message>
+        <source>wish %1: %2</source>
+        <translation>Wunsch %1: %2</translation>
+    </message>
+    <message>
+        <source>asks for the state</source>
+        <translation>fragt nach dem Stand</translation>
+    </message>
+    <message>
+        <source>asks for the entries from %1 on</source>
+        <translation>fragt nach den Einträgen ab %1</translation>
+    </message>
+    <message>
+        <source>of the collection %1</source>
+        <translation>der Sammlung %1</translation>
+    </message>
+    <message>
+        <source>refused: %1</source>
+        <translation>abgewiesen: %1</translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::LinkTraffic</name>
     <message>
         <source>Time</source>
@@ -2156,8 +2261,8 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Wählen Sie eine Verbindung, um ihren Verkehr mitzulesen.</translation>
     </message>
     <message>
-        <source>What the broker and the branches of servers say has no messages that could be read here; kolta record writes it down.</source>
-        <translation>Was der Broker und die Zweige der Server sagen, kommt nicht in Nachrichten, die hier zu lesen wären; kolta record schreibt es auf.</translation>
+        <source>What passes through the broker is read branch by branch: choose one of these.</source>
+        <translation>Was über den Broker läuft, ist Zweig für Zweig zu lesen: einen davon wählen.</translation>
     </message>
     <message>
         <source>The link is no more.</source>

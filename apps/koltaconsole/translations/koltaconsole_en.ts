@@ -2,6 +2,23 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_GB">
 <context>
+    <name>BranchMessages</name>
+    <message numerus="yes">
+        <source>(%n bytes)</source>
+        <translation>
+            <numerusform>(%n byte)</numerusform>
+            <numerusform>(%n bytes)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%1, and %n more change(s)</source>
+        <translation>
+            <numerusform>%1, and %n more change</numerusform>
+            <numerusform>%1, and %n more changes</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Kolta::InstallationEvents</name>
     <message numerus="yes">
         <source>has vanished; %n productions ran there</source>

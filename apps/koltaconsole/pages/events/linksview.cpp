@@ -2,6 +2,7 @@
 
 #include "linkmessages.h"
 #include "linktraffic.h"
+#include "xmlmessages.h"
 
 #include <koltacommon/viewroles.h>
 #include <koltaconsole/actions/actions.h>
@@ -45,13 +46,15 @@ std::optional<Look> lookOf(const QModelIndex& index)
     return Look{Mark::Cross, Role::Dim, word, false};
 }
 
-/// Keys of links are told from those of branches by this.
+/// Keys of links are told from those of branches by these.
 const QString kLinkKey = QStringLiteral("link/");
+const QString kBranchKey = QStringLiteral("branch/");
 
 } // namespace
 
 LinksView::LinksView(Session& session, ActionTable& actions, QWidget* parent)
     : QWidget(parent)
+    , m_session(session)
     , m_actions(actions)
     , m_filter(new FilterBar(tr("Filter: S3, lost, !up"), tr("Filter of links"), this))
     , m_nothing(new QLabel(this))
@@ -151,10 +154,17 @@ QString LinksView::whyNotRead() const
 {
     if (m_key.isEmpty())
         return tr("Choose a link to read its traffic.");
-    if (!m_key.startsWith(kLinkKey))
-        return tr("What the broker and the branches of servers say has no messages that could be read here; "
-                  "kolta record writes it down.");
-    return m_isGone ? tr("The link is no more.") : QString();
+    if (m_isGone)
+        return tr("The link is no more.");
+    return messages() ? QString()
+                      : tr("What passes through the broker is read branch by branch: choose one of these.");
+}
+
+/// Of what is chosen; empty for the line to the broker.
+MessageTap LinksView::messages() const
+{
+    return m_key.startsWith(kLinkKey) ? xmlMessagesOf(m_key.midRef(kLinkKey.size()).toUInt())
+                                      : m_session.messagesOfBranch(m_key.mid(kBranchKey.size()));
 }
 
 void LinksView::choose()
@@ -185,7 +195,7 @@ void LinksView::readOrStop()
 {
     LinkTraffic*& traffic = m_traffics[m_key];
     if (!traffic)
-        traffic = new LinkTraffic(m_key.midRef(kLinkKey.size()).toUInt(), this);
+        traffic = new LinkTraffic(messages(), this);
     if (traffic->isReading())
         traffic->stop();
     else

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <koltacommon/linksmodel.h>
+#include <koltaconsole/session/linkmessage.h>
 
 #include <QHash>
 #include <QTimer>
@@ -43,9 +44,11 @@ private:
     void choose();
     void readOrStop();
     QString whyNotRead() const;
+    MessageTap messages() const;
     void beginRemoval(int first, int last);
     void endRemoval();
 
+    Session& m_session;
     ActionTable& m_actions;
     Kolta::LinksModel m_model;
     FilterBar* m_filter;
