@@ -37,9 +37,6 @@ namespace KoltaCli {
 
 namespace {
 
-/// A branch of a recording that is not live by then is not live at that time.
-constexpr int kReplayLiveMs = 400;
-
 TreeMirror::Standing standingOf(distribution::BranchState state)
 {
     using distribution::BranchState;
@@ -81,6 +78,15 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QStr
     if (!options && !(fits && isRecording))
         error.prepend(tree.source + QStringLiteral(": "));
     return options;
+}
+
+/// Lets everybody deal with what waits in the event loop.
+void turnOnce(int milliseconds)
+{
+    QObject context;
+    bool hasTurned = false;
+    QTimer::singleShot(0, &context, [&hasTurned] { hasTurned = true; });
+    waitUntil([&hasTurned] { return hasTurned; }, milliseconds);
 }
 
 } // namespace
@@ -127,18 +133,19 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
     return std::unique_ptr<TreeMirror>(new TreeMirror(std::move(parts)));
 }
 
-bool TreeMirror::waitForLive(const QStringList& wanted, int milliseconds)
+void TreeMirror::waitForLive(const QStringList& wanted, int milliseconds)
 {
-    if (!replay())
-        return d->link.waitForLive(wanted, milliseconds);
+    if (!replay()) {
+        d->link.waitForLive(wanted, milliseconds);
+        return;
+    }
     // Nothing is to be missed meanwhile.
     const bool isGoing = !replay()->isPaused();
     replay()->pause();
-    const bool isLive =
-        waitForReplay(milliseconds) && d->link.waitForLive(wanted, std::min(milliseconds, kReplayLiveMs));
+    if (waitForReplay(milliseconds))
+        turnOnce(milliseconds);
     if (isGoing)
         replay()->go();
-    return isLive;
 }
 
 distribution::Replay* TreeMirror::replay() const
@@ -228,10 +235,7 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& /*line*/)
     return nullptr;
 }
 
-bool TreeMirror::waitForLive(const QStringList& /*wanted*/, int /*milliseconds*/)
-{
-    return false;
-}
+void TreeMirror::waitForLive(const QStringList& /*wanted*/, int /*milliseconds*/) {}
 
 distribution::Replay* TreeMirror::replay() const
 {

@@ -49,8 +49,9 @@ public:
     /// none is. A recording is taken as it is, so that one can look at servers that were not there.
     bool admit(const CommandLine& line, const QStringList& wanted);
     /// Runs the event loop until these branches are live, or, when none is named, at least one and all that
-    /// are not known to be gone; false when that takes longer.
-    bool waitForLive(const QStringList& wanted, int milliseconds);
+    /// are not known to be gone, or the time is over. In a recording, whose time stands still meanwhile,
+    /// until all is told: who is not live then is not live at that time of it.
+    void waitForLive(const QStringList& wanted, int milliseconds);
     /// What is played here; null when the messages come from a broker.
     distribution::Replay* replay() const;
     /// The time of day in what is played, while this lives; null for that of the machine.
