@@ -394,5 +394,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBranch)
+KOLTA_TEST(TestBranch);
 #include "tst_branch.moc"

@@ -484,5 +484,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBranchLosses)
+KOLTA_TEST(TestBranchLosses);
 #include "tst_branchlosses.moc"

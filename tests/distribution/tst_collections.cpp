@@ -391,5 +391,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCollections)
+KOLTA_TEST(TestCollections);
 #include "tst_collections.moc"

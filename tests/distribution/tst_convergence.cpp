@@ -479,5 +479,5 @@ void TestConvergence::randomHistories()
         QVERIFY(results.size() >= 6);
 }
 
-QTEST_GUILESS_MAIN(TestConvergence)
+KOLTA_TEST(TestConvergence);
 #include "tst_convergence.moc"

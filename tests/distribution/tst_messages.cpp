@@ -489,5 +489,5 @@ void TestMessages::serversRights()
     QTEST(allowed, "allowed");
 }
 
-QTEST_GUILESS_MAIN(TestMessages)
+KOLTA_TEST(TestMessages);
 #include "tst_messages.moc"

@@ -358,5 +358,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestMqttCarrier)
+KOLTA_TEST(TestMqttCarrier);
 #include "tst_mqttcarrier.moc"

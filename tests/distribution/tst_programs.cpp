@@ -329,5 +329,5 @@ private:
     LocalBroker m_broker{LocalBroker::Settings()};
 };
 
-QTEST_GUILESS_MAIN(TestPrograms)
+KOLTA_TEST(TestPrograms);
 #include "tst_programs.moc"

@@ -259,5 +259,5 @@ private:
     LocalBroker m_broker{LocalBroker::Settings()};
 };
 
-QTEST_GUILESS_MAIN(TestRecording)
+KOLTA_TEST(TestRecording);
 #include "tst_recording.moc"

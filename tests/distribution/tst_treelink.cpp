@@ -351,5 +351,5 @@ private:
     std::unique_ptr<MapSide> server;
 };
 
-QTEST_GUILESS_MAIN(TestTreeLink)
+KOLTA_TEST(TestTreeLink);
 #include "tst_treelink.moc"

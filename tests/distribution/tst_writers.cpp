@@ -303,5 +303,5 @@ private:
     std::unique_ptr<HardwareProcessingObserver> m_observer;
 };
 
-QTEST_GUILESS_MAIN(TestWriters)
+KOLTA_TEST(TestWriters);
 #include "tst_writers.moc"
