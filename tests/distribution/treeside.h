@@ -25,7 +25,7 @@ struct Side : values::ITreeListener
         options.beatMs = 200;
         options.graceMs = 1000;
         options.deathGraceMs = 300;
-        options.wishTimeoutMs = 2000;
+        options.wishTimeoutMs = kPatienceMs;
         tree.AddListener(this);
     }
     ~Side() override

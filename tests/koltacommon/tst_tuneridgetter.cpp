@@ -33,7 +33,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_folder.isValid());
         QVERIFY(Startup::CfgCenter::Instance().Open(m_folder.filePath("kolta.ini"_s)));
-        setTimeLimit(100);
+        setTimeLimit(kPatienceMs);
     }
 
     void theOverviewChooses()
@@ -88,7 +88,7 @@ private Q_SLOTS:
         QFETCH(QString, script);
         QFETCH(QString, result);
         const bool isLate = result.contains("did not end"_s);
-        setTimeLimit(isLate ? 100 : 20000);
+        setTimeLimit(isLate ? 100 : kPatienceMs);
         QTimer event;
         event.setSingleShot(true);
         event.start(0);
@@ -123,7 +123,7 @@ private Q_SLOTS:
         // earlier scripts have started.)
         const int withFourLeft = threads();
         QTRY_VERIFY_WITH_TIMEOUT(threads() <= withFourLeft - 4, 3 * kPatienceMs);
-        setTimeLimit(20000);
+        setTimeLimit(kPatienceMs);
         QCOMPARE(evaluateTunerIdScript(sampleTuner(), "TunerID = Guid"_s, nullptr), "guid"_s);
     }
 
