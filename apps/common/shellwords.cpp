@@ -13,10 +13,21 @@ bool isPlain(QChar c)
     return c.isLetterOrNumber() || others.contains(c);
 }
 
-/// Means something to a shell within double quotes.
+bool isQuote(QChar c)
+{
+    return c == QLatin1Char('"') || c == QLatin1Char('\'');
+}
+
+/// Stands for itself within double quotes only behind a backslash.
+bool isEscaped(QChar c)
+{
+    return QStringLiteral("\"$`\\").contains(c);
+}
+
+/// Means something to a shell within double quotes, if only at its prompt.
 bool isActive(QChar c)
 {
-    return QStringLiteral("\"$`\\!").contains(c);
+    return isEscaped(c) || c == QLatin1Char('!');
 }
 
 } // namespace
@@ -40,37 +51,59 @@ QString shellLine(const QStringList& words)
     return quoted.join(QLatin1Char(' '));
 }
 
-QStringList shellWords(const QString& line)
+ShellParts shellParts(const QString& line, const QString& breaks)
 {
-    QStringList words;
-    QString word;
-    bool isWord = false; // also an empty one, in quotes
+    ShellParts parts{{QString()}};
     QChar quote;
     for (int i = 0; i < line.size(); ++i) {
         const QChar c = line.at(i);
         const bool isEscape = c == QLatin1Char('\\') && quote != QLatin1Char('\'') && i + 1 < line.size() &&
-                              (quote.isNull() || isActive(line.at(i + 1)));
+                              (quote.isNull() || isEscaped(line.at(i + 1)));
+        if (quote.isNull() && c.isSpace()) {
+            if (parts.isBegun)
+                parts.words.append(QString());
+            parts.isBegun = false;
+            parts.lastStart = i + 1;
+            parts.lastBreak = 0;
+            continue;
+        }
+        parts.isBegun = true;
         if (isEscape) {
-            word += line.at(++i);
-            isWord = true;
-        } else if (quote.isNull() && c.isSpace()) {
-            if (isWord)
-                words.append(word);
-            word.clear();
-            isWord = false;
-        } else if (quote.isNull() && (c == QLatin1Char('"') || c == QLatin1Char('\''))) {
-            quote = c;
-            isWord = true;
-        } else if (!quote.isNull() && c == quote) {
-            quote = QChar();
+            parts.words.last() += line.at(++i);
+        } else if (quote.isNull() ? isQuote(c) : c == quote) {
+            quote = quote.isNull() ? c : QChar();
         } else {
-            word += c;
-            isWord = true;
+            parts.words.last() += c;
+            if (quote.isNull() && breaks.contains(c))
+                parts.lastBreak = parts.words.last().size();
         }
     }
-    if (isWord)
-        words.append(word);
-    return words;
+    parts.isQuoted = !quote.isNull();
+    return parts;
+}
+
+QStringList shellWords(const QString& line)
+{
+    ShellParts parts = shellParts(line);
+    if (!parts.isBegun)
+        parts.words.removeLast();
+    return parts.words;
+}
+
+QString typedWord(const QString& word, bool isWhole)
+{
+    const bool wantsQuotes = std::any_of(word.begin(), word.end(), [](QChar c) {
+        return c.isSpace() || isQuote(c) || c == QLatin1Char('\\');
+    });
+    if (!wantsQuotes)
+        return word;
+    QString text(QLatin1Char('"'));
+    for (const QChar c : word) {
+        if (isEscaped(c))
+            text += QLatin1Char('\\');
+        text += c;
+    }
+    return isWhole ? text + QLatin1Char('"') : text;
 }
 
 } // namespace KoltaApps

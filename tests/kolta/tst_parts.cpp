@@ -38,6 +38,7 @@ private Q_SLOTS:
     void escapesMetrics();
     void showsContents();
     void saysOrdersAsLines();
+    void readsQuotesAsAShell();
     void servesOnePageWhateverPeersDo();
     void findsTheTreeThatIsMeant();
 };
@@ -210,6 +211,27 @@ void TestParts::saysOrdersAsLines()
             QCOMPARE(QString::fromUtf8(shell.said()), words.join(QLatin1Char('\n')) + QLatin1Char('\n'));
         }
     }
+}
+
+/// What completion writes is read back, also where more is to come; quotes mean what they mean to a shell.
+void TestParts::readsQuotesAsAShell()
+{
+    for (const char* const word : {"a b", "O'Brien", "x\"y", "a\\b \\", "$HOME `x` !", "Süd(2)"}) {
+        const QString text = QString::fromUtf8(word);
+        const QString typed = QStringLiteral("kolta stop ") + KoltaApps::typedWord(text, true);
+        QCOMPARE(KoltaApps::shellWords(typed + QLatin1Char(' ')).mid(2), QStringList(text));
+        const auto open = KoltaApps::shellParts(KoltaApps::typedWord(text, false));
+        QCOMPARE(open.words, QStringList(text));
+        QCOMPARE(open.isQuoted, typed.endsWith(QLatin1Char('"')));
+    }
+    const QString line = QStringLiteral("\"a\\b\" 'c\\d' e\\ f \"\\$g\" \"\\!\" i'j'\"k\" ''");
+    Program shell(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("printf '%s\n' ") + line});
+    QCOMPARE(shell.result(), 0);
+    QCOMPARE(QString::fromUtf8(shell.said()),
+             KoltaApps::shellWords(line).join(QLatin1Char('\n')) + QLatin1Char('\n'));
+    const auto parts = KoltaApps::shellParts(QStringLiteral("kolta ping host:40"), QStringLiteral(":"));
+    QCOMPARE(parts.lastStart, 11);
+    QCOMPARE(parts.lastBreak, 5);
 }
 
 void TestParts::escapesMetrics()

@@ -1,8 +1,8 @@
 #include "completecommand.h"
 
 #include "completion.h"
-#include "lineparts.h"
 
+#include <common/shellwords.h>
 #include <kolta/cli/commandline.h>
 #include <kolta/cli/output.h>
 
@@ -12,7 +12,7 @@ namespace {
 
 int complete(const CommandLine& line)
 {
-    const LineParts parts = partsOfBash(line.argument(0), line.argument(1));
+    const KoltaApps::ShellParts parts = KoltaApps::shellParts(line.argument(0), line.argument(1));
     if (parts.words.size() < 2)
         return eExitOk; // the program's own name
     const int behind = parts.isQuoted ? 0 : parts.lastBreak;

@@ -1,7 +1,6 @@
 #include "completion.h"
 
-#include "lineparts.h"
-
+#include <common/shellwords.h>
 #include <kolta/cli/commandtable.h>
 
 #include <algorithm>
@@ -174,7 +173,7 @@ QStringList completionsOf(const QStringList& words, const CommandTable& table, c
 
 Completion completeLine(const QString& line, const CommandTable& table, const NameSource& names)
 {
-    const LineParts parts = partsOfPrompt(line);
+    const KoltaApps::ShellParts parts = KoltaApps::shellParts(line);
     Completion completion;
     completion.candidates = completionsOf(parts.words, table, names);
     completion.text = line.mid(parts.lastStart);
@@ -184,9 +183,9 @@ Completion completeLine(const QString& line, const CommandTable& table, const Na
     const QString common = commonBegin(completion.candidates);
     const bool isWhole = completion.candidates.size() == 1 && !common.endsWith(QLatin1Char('/'));
     if (isWhole)
-        completion.text = promptText(common, true) + QLatin1Char(' ');
+        completion.text = KoltaApps::typedWord(common, true) + QLatin1Char(' ');
     else if (common.size() > parts.words.last().size())
-        completion.text = promptText(common, false);
+        completion.text = KoltaApps::typedWord(common, false);
     return completion;
 }
 

@@ -1,7 +1,7 @@
 #include "palette.h"
 
+#include <common/shellwords.h>
 #include <kolta/commands/commands.h>
-#include <kolta/shell/lineparts.h>
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/session.h>
 
@@ -152,7 +152,7 @@ void Palette::addCompletions(const QString& line)
         });
     const QString head = line.left(line.size() - completion.typed);
     for (const QString& word : completion.candidates.mid(0, kMostShown)) {
-        const QString whole = head + KoltaCli::promptText(word, !word.endsWith(QLatin1Char('/')));
+        const QString whole = head + KoltaApps::typedWord(word, !word.endsWith(QLatin1Char('/')));
         auto* const item = new QListWidgetItem(QStringLiteral("$ kolta ") + whole, m_list);
         item->setData(kLineRole, whole);
     }
