@@ -1,7 +1,11 @@
 #include <distribution/brokeraddress.h>
 
-#include <QRegularExpression>
+#include <distribution/topics.h>
+
+#include <QStringList>
 #include <QUrl>
+
+#include <algorithm>
 
 namespace distribution {
 
@@ -13,9 +17,9 @@ constexpr quint16 kTlsPort = 8883;
 /// Whether it can be the first levels of a topic.
 bool isPrefix(const QString& prefix)
 {
-    static const QRegularExpression levels(
-        QStringLiteral("^[^/+#$\\x00-\\x1f\\x7f]+(/[^/+#\\x00-\\x1f\\x7f]+)*$"));
-    return levels.match(prefix).hasMatch();
+    const QStringList levels = prefix.split(QLatin1Char('/'));
+    return !levels.first().contains(QLatin1Char('$')) &&
+           std::all_of(levels.begin(), levels.end(), IsTopicLevel);
 }
 
 /// The URL as it may be shown: without user and password, also when it is malformed.

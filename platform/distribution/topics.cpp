@@ -176,11 +176,20 @@ std::optional<Topic> Topics::Parse(const Bytes& topic) const
     return parsed;
 }
 
+bool IsTopicLevel(const QString& text)
+{
+    const auto characters = text.toUcs4();
+    return !text.isEmpty() && text.isValidUtf16() &&
+           std::none_of(characters.begin(), characters.end(), [](uint each) {
+               return each == '/' || each == '+' || each == '#' || Startup::isUnseen(each);
+           });
+}
+
 bool IsUsableUser(const Bytes& user)
 {
-    return !user.empty() && std::none_of(user.begin(), user.end(), [](char c) {
-        return static_cast<unsigned char>(c) < 0x20 || c == 0x7f || c == '+' || c == '#' || c == '/';
-    });
+    const auto bytes = QByteArray::fromRawData(user.data(), static_cast<int>(user.size()));
+    const QString name = QString::fromUtf8(bytes);
+    return name.toUtf8() == bytes && IsTopicLevel(name);
 }
 
 QString WhyNoBranchName(const QString& name)
@@ -189,14 +198,14 @@ QString WhyNoBranchName(const QString& name)
         return QStringLiteral("a branch needs a name");
     if (name.toUtf8().size() > kMostBytesOfName)
         return QStringLiteral("the name of a branch has at most %1 bytes").arg(kMostBytesOfName);
-    const auto characters = name.toUcs4();
-    if (std::any_of(characters.begin(), characters.end(), Startup::isUnseen))
-        return QStringLiteral("the name of a branch has no line feeds and other control characters");
-    if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('+')) || name.contains(QLatin1Char('#')))
-        return QStringLiteral("the name of a branch has no \"/\", \"+\" and \"#\"");
+    if (IsTopicLevel(name))
+        return QString();
     if (!name.isValidUtf16())
         return QStringLiteral("the name of a branch is no text: half of a character is missing");
-    return QString();
+    const bool hasSpecial =
+        name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('+')) || name.contains(QLatin1Char('#'));
+    return hasSpecial ? QStringLiteral("the name of a branch has no \"/\", \"+\" and \"#\"")
+                      : QStringLiteral("the name of a branch has no line feeds and other control characters");
 }
 
 Bytes OwnerClientId(const QString& branch)

@@ -233,6 +233,9 @@ private Q_SLOTS:
         QCOMPARE(failed.size(), 3);
         QCOMPARE(failed.last().at(1).value<PublicationState>(), PublicationState::NameUnfit);
         QVERIFY(!failed.last().at(2).toString().isEmpty() && server->link->branches().isEmpty());
+        for (const char* const user : {"", "a/b", "a\xe2\x80\x8b", "\xc2\x85", "\xff"})
+            QVERIFY2(!IsUsableUser(user), user);
+        QVERIFY(IsUsableUser("J\xc3\xbcrgen S."));
     }
     /// Of a user whom the broker lets only read each wish is refused at once, and undone.
     void deniedByTheBroker()
