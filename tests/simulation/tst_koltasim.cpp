@@ -27,7 +27,8 @@ QString startServer(Program& program, const QStringList& options)
 QString runPython(const QStringList& arguments)
 {
     Program client("python3"_s, QStringList{QStringLiteral(KOLTA_PYTHON_CLIENT)} + arguments);
-    return QString::number(client.result()) + QLatin1Char(' ') + QString::fromUtf8(client.said());
+    const int code = client.result(); // by then it has said all
+    return QString::number(code) + QLatin1Char(' ') + QString::fromUtf8(client.said());
 }
 
 } // namespace
