@@ -209,6 +209,20 @@ void ProductionsPage::follow()
             refresh();
     });
     connect(&m_minute, &QTimer::timeout, this, &ProductionsPage::gather);
+    connect(m_filter->line(), &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_words = FilterWords(text);
+        refresh();
+    });
+    connect(&m_model, &ProductionsModel::si_MoveWanted, this, [this](const QString& ffp, const QString& mcp) {
+        m_line = m_orders.moveLine(ffp, mcp);
+        m_orders.move(ffp, mcp);
+        tellCommandLine();
+    });
+    followSession();
+}
+
+void ProductionsPage::followSession()
+{
     const auto due = [this] { gather(); };
     const QAbstractItemModel* const processors = &session().processors();
     connect(processors, &QAbstractItemModel::dataChanged, this, due);
@@ -229,15 +243,6 @@ void ProductionsPage::follow()
     connect(&session().journal(), &Kolta::Journal::reset, this, [this] {
         m_rows.readEnded();
         gather();
-    });
-    connect(m_filter->line(), &QLineEdit::textChanged, this, [this](const QString& text) {
-        m_words = FilterWords(text);
-        refresh();
-    });
-    connect(&m_model, &ProductionsModel::si_MoveWanted, this, [this](const QString& ffp, const QString& mcp) {
-        m_line = m_orders.moveLine(ffp, mcp);
-        m_orders.move(ffp, mcp);
-        tellCommandLine();
     });
 }
 

@@ -40,6 +40,7 @@ private:
     void makeView();
     void makeActions();
     void follow();
+    void followSession();
     void gather();
     void refresh();
     bool isOfServer(const ProductionRow& row) const { return server().isEmpty() || row.server == server(); }
