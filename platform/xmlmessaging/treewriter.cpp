@@ -3,6 +3,7 @@
 #include "xmlappender.h"
 
 #include <startup/onelinetext.h>
+#include <xmltext/characters.h>
 
 namespace XmlCommon::detail {
 
@@ -121,7 +122,7 @@ private:
     void writeVisibly(XmlText::ePlace place)
     {
         QString run;
-        for (const QChar letter : QString::fromUtf8(m_text.c_str())) {
+        for (const QChar letter : XmlText::textFromUtf8(m_text)) {
             if (!Startup::forgesLines(letter)) {
                 run += letter;
                 continue;
@@ -156,7 +157,7 @@ QString readable(const Document& document, NodeId element)
         Writer(out, document, true).write(element);
         out.literal("\n");
     }
-    return QString::fromUtf8(text);
+    return XmlText::textFromUtf8({text.constData(), static_cast<std::size_t>(text.size())});
 }
 
 } // namespace XmlCommon::detail

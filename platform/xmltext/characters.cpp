@@ -82,6 +82,13 @@ Character characterAt(const char16_t* at, const char16_t* end) noexcept
     return {QChar::surrogateToUcs4(at[0], at[1]), 2};
 }
 
+QString textOfCharacter(char32_t code)
+{
+    if (!QChar::requiresSurrogates(code))
+        return QString(QChar(static_cast<ushort>(code)));
+    return QString(QChar(QChar::highSurrogate(code))) + QChar(QChar::lowSurrogate(code));
+}
+
 QString textFromUtf8(std::string_view bytes)
 {
     QString text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
@@ -126,11 +133,12 @@ int findForbidden(const QString& text) noexcept
 
 QByteArray toName(const QByteArray& name)
 {
-    const QVector<uint> characters = QString::fromUtf8(name).toUcs4();
+    const QVector<uint> characters =
+        textFromUtf8({name.constData(), static_cast<std::size_t>(name.size())}).toUcs4();
     QString result;
     for (const uint code : characters) {
         const bool fits = result.isEmpty() ? isNameStart(code) : isNameCharacter(code);
-        result += fits ? QString::fromUcs4(&code, 1) : QStringLiteral("_");
+        result += fits ? textOfCharacter(code) : QStringLiteral("_");
     }
     return result.isEmpty() ? QByteArrayLiteral("_") : result.toUtf8();
 }

@@ -38,6 +38,8 @@ struct Character
 Character characterAt(const uchar* at, const uchar* end) noexcept;
 Character characterAt(const char16_t* at, const char16_t* end) noexcept;
 
+/// One character as a text; QString::fromUcs4() would drop a U+FEFF.
+QString textOfCharacter(char32_t code);
 /// The text of UTF-8 bytes. A U+FEFF at their beginning is a character of it; QString would take it for a
 /// byte order mark and drop it.
 QString textFromUtf8(std::string_view bytes);

@@ -10,17 +10,15 @@ namespace {
 
 void append(QString& out, char32_t code)
 {
-    const uint character = code;
-    out += QString::fromUcs4(&character, 1);
+    out += textOfCharacter(code);
 }
 
 void append(std::string& out, char32_t code)
 {
-    const uint character = code;
     if (code < 0x80)
         out += static_cast<char>(code);
     else
-        out += QString::fromUcs4(&character, 1).toStdString();
+        out += textOfCharacter(code).toStdString();
 }
 
 void append(QString& out, const char16_t* begin, const char16_t* end)

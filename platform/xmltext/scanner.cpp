@@ -18,7 +18,7 @@ bool same(const Part& a, const Part& b)
 
 QString toText(Scanner<uchar>::Part part)
 {
-    return QString::fromUtf8(reinterpret_cast<const char*>(part.begin), part.length);
+    return textFromUtf8({reinterpret_cast<const char*>(part.begin), static_cast<std::size_t>(part.length)});
 }
 
 QString toText(Scanner<char16_t>::Part part)
