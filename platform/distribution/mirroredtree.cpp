@@ -317,12 +317,13 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
     if (!ReadPieces(value, BytesOf(wantedBytes), m_collector.GetLink(), target) ||
         !ReadPieces(value, BytesOf(presentBytes), m_collector.GetLink(), present))
         return;
-    std::unordered_map<std::string_view, const CommandPiece*> items;
-    const auto open = requestsOf(present);
+    std::unordered_map<std::string_view, const CommandPiece*> items, open;
     const auto staying = requestsOf(target);
     for (const CommandPiece& piece : present) {
         if (piece.scope.keys.size() == 1)
             items.emplace(piece.scope.keys.front(), &piece);
+        else if (!piece.scope.requests.empty())
+            open.emplace(piece.scope.requests.front(), &piece);
     }
 
     const Weak<ValueBase> alive(&value);
@@ -340,8 +341,10 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
                 items.erase(there);
             if (!isSame && !execute(piece) && alive)
                 executeExactly(value, piece);
-        } else if (!piece.scope.requests.empty() && open.count(piece.scope.requests.front()) == 0) {
-            execute(piece);
+        } else if (!piece.scope.requests.empty()) {
+            const auto there = open.find(piece.scope.requests.front());
+            if (there == open.end() || !there->second->HasBytesOf(piece))
+                execute(piece);
         }
     }
     for (const CommandPiece& piece : present) {
