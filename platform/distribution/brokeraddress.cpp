@@ -2,10 +2,7 @@
 
 #include <distribution/topics.h>
 
-#include <QStringList>
 #include <QUrl>
-
-#include <algorithm>
 
 namespace distribution {
 
@@ -13,14 +10,6 @@ namespace {
 
 constexpr quint16 kPlainPort = 1883;
 constexpr quint16 kTlsPort = 8883;
-
-/// Whether it can be the first levels of a topic.
-bool isPrefix(const QString& prefix)
-{
-    const QStringList levels = prefix.split(QLatin1Char('/'));
-    return !levels.first().contains(QLatin1Char('$')) &&
-           std::all_of(levels.begin(), levels.end(), IsTopicLevel);
-}
 
 /// The URL as it may be shown: without user and password, also when it is malformed.
 QString withoutCredentials(const QString& url)
@@ -55,7 +44,7 @@ std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString&
     QString prefix = parsed.path(QUrl::FullyDecoded).mid(1);
     if (prefix.endsWith(QLatin1Char('/')))
         prefix.chop(1);
-    if (!prefix.isEmpty() && !isPrefix(prefix))
+    if (!prefix.isEmpty() && !IsTopicPrefix(prefix))
         return wrong("a prefix of topic levels without \"+\", \"#\" and \"$\"");
     if (!prefix.isEmpty())
         address.prefix = prefix.toUtf8();

@@ -4,6 +4,7 @@
 #include <distribution/topics.h>
 
 #include <startup/cfgcenter.h>
+#include <startup/onelinetext.h>
 
 #include <QCoreApplication>
 #include <QFile>
@@ -78,13 +79,30 @@ void takeConfiguredAccess(const Group& group, MqttOptions& mqtt)
 {
     if (mqtt.address.user.isEmpty())
         mqtt.address.user = group.text("User").toUtf8();
-    const QByteArray prefix = group.text("Prefix").toUtf8();
+    QString prefix = group.text("Prefix");
+    if (prefix.endsWith(QLatin1Char('/')))
+        prefix.chop(1);
     if (!prefix.isEmpty() && mqtt.address.prefix == BrokerAddress().prefix)
-        mqtt.address.prefix = prefix;
+        mqtt.address.prefix = prefix.toUtf8();
     mqtt.passwordFile = group.text("PasswordFile");
     mqtt.caFile = group.text("CaFile");
     mqtt.certificateFile = group.text("CertFile");
     mqtt.keyFile = group.text("KeyFile");
+}
+
+/// What in the topics no broker would take, in one line; empty when there is nothing.
+QString problemOfTopics(const LinkOptions& options)
+{
+    const QString prefix = QString::fromUtf8(options.mqtt.address.prefix);
+    if (!IsTopicPrefix(prefix))
+        return QStringLiteral("the prefix \"%1\" cannot be used: expected topic levels without \"+\", \"#\" "
+                              "and \"$\"")
+            .arg(Startup::oneLineText(prefix));
+    if (!IsUsableUser(options.User()))
+        return QStringLiteral("the user \"%1\" cannot be used: names with +, #, / or characters that nobody "
+                              "sees are no part of a topic")
+            .arg(Startup::oneLineText(QString::fromUtf8(options.mqtt.address.user)));
+    return QString();
 }
 
 /// The address under which the recording's messages were published.
@@ -120,12 +138,9 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
     const bool mayHaveFile = address->user.isEmpty() && !options.replay;
     if (!options.replay && !(mayHaveFile && takeAccess(options.mqtt, server)))
         takeConfiguredAccess(group, options.mqtt);
-    if (!IsUsableUser(options.User())) {
-        error = QStringLiteral("the user \"%1\" cannot be used: names with +, #, / or control characters are "
-                               "no part of a topic")
-                    .arg(QString::fromUtf8(options.mqtt.address.user));
+    error = problemOfTopics(options);
+    if (!error.isEmpty())
         return std::nullopt;
-    }
     group.read("KeepAliveS", options.mqtt.keepAliveS);
     group.read("MaxInboxBytes", options.mqtt.maximumInboxBytes);
     options.branches =

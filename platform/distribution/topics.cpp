@@ -185,6 +185,13 @@ bool IsTopicLevel(const QString& text)
            });
 }
 
+bool IsTopicPrefix(const QString& text)
+{
+    const QStringList levels = text.split(QLatin1Char('/'));
+    return !levels.first().contains(QLatin1Char('$')) &&
+           std::all_of(levels.begin(), levels.end(), IsTopicLevel);
+}
+
 bool IsUsableUser(const Bytes& user)
 {
     const auto bytes = QByteArray::fromRawData(user.data(), static_cast<int>(user.size()));

@@ -62,7 +62,9 @@ private:
 /// Whether a text can be one level of a topic as it is: not empty, without "+", "#", "/", broken characters
 /// and those that nobody sees.
 KOLTA_DISTRIBUTION_EXPORT bool IsTopicLevel(const QString& text);
-/// Whether the broker's user name, in UTF-8, can, which access lists need.
+/// Whether it can be the first levels of all topics.
+KOLTA_DISTRIBUTION_EXPORT bool IsTopicPrefix(const QString& text);
+/// Whether the broker's user name, in UTF-8, can be a level, which access lists need.
 KOLTA_DISTRIBUTION_EXPORT bool IsUsableUser(const Bytes& user);
 /// Why a branch cannot have this name, in one line; empty when it can. Names are shown in lines and tables,
 /// and typed by people: they are not empty, at most 256 bytes long in UTF-8, and without "/", "+", "#",

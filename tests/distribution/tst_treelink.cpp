@@ -236,6 +236,9 @@ private Q_SLOTS:
         for (const char* const user : {"", "a/b", "a\xe2\x80\x8b", "\xc2\x85", "\xff"})
             QVERIFY2(!IsUsableUser(user), user);
         QVERIFY(IsUsableUser("J\xc3\xbcrgen S."));
+        for (const char* const prefix : {"", "a//b", "$SYS", "a/+", "a\n"})
+            QVERIFY2(!IsTopicPrefix(QLatin1String(prefix)), prefix);
+        QVERIFY(IsTopicPrefix(QStringLiteral("site/$1")));
     }
     /// Of a user whom the broker lets only read each wish is refused at once, and undone.
     void deniedByTheBroker()
