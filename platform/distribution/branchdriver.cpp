@@ -109,11 +109,8 @@ void BranchDriver::perform(Output output)
         m_carrier.Subscribe(filter);
     for (const Bytes& filter : output.unsubscribe)
         m_carrier.Unsubscribe(filter);
-    for (Publication& publication : output.publish) {
-        if (m_watch)
-            m_watch(publication.payload, m_clock.now());
-        m_carrier.Publish(std::move(publication));
-    }
+    for (Publication& publication : output.publish)
+        publish(std::move(publication));
     for (StateCut& cut : output.states) {
         m_packer.Pack(std::move(cut), [self = values::Weak<BranchDriver>(this)](const auto& publications) {
             for (const Publication& publication : publications) {
@@ -125,6 +122,16 @@ void BranchDriver::perform(Output output)
     // What was changed since time was called, by observers in this step too, is looked at when it is called
     // again.
     m_wakeAtMs = m_isWoken ? 0 : output.wakeAtMs;
+}
+
+void BranchDriver::publish(Publication publication)
+{
+    if (m_carrier.IsReplay())
+        return;
+    if (m_watch)
+        m_watch(publication.payload, m_clock.now());
+    m_sent.Count(publication.payload);
+    m_carrier.Publish(std::move(publication));
 }
 
 void BranchDriver::schedule()

@@ -3,6 +3,7 @@
 #include <distribution/carrier.h>
 #include <distribution/output.h>
 #include <distribution/topics.h>
+#include <distribution/traffic.h>
 
 #include <startup/clock.h>
 
@@ -82,8 +83,10 @@ public:
             },
             topic, payload);
     }
-    /// `watch` is called before each message leaves; null: nothing is.
+    /// `watch` is called before each message leaves for somebody; null: nothing is.
     void Watch(std::function<void(const Bytes& payload, qint64 nowMs)> watch) { m_watch = std::move(watch); }
+    /// What has left for somebody.
+    const Traffic& GetSent() const noexcept { return m_sent; }
     /// The tree has changed: time is called once the turn of the event loop has ended.
     void Wake();
     /// Nothing waits any more and no time is called.
@@ -102,6 +105,7 @@ private:
     bool hasRoom(const Topic& topic, const Bytes& payload);
     void run(const Step& first);
     void perform(Output output);
+    void publish(Publication publication);
     void schedule();
     void setAlarm();
     void callTime();
@@ -110,6 +114,7 @@ private:
     StatePacker& m_packer;
     Step m_onTime;
     std::function<void(const Bytes& payload, qint64 nowMs)> m_watch;
+    Traffic m_sent;
     std::deque<Step> m_waiting;
     std::size_t m_waitingBytes = 0; ///< of messages
     QObject m_context;

@@ -19,7 +19,8 @@ struct BranchMessage
         Entries, ///< of the owner's log, live or played again
         State,   ///< a part of a state
         Wish,    ///< changes by this process
-        Ask      ///< by this process, for entries or the state
+        Ask,     ///< by this process, for entries or the state
+        AskBeat  ///< by this process, for a sign of life
     };
     static constexpr std::size_t kMostChanges = 200; ///< that are given
 

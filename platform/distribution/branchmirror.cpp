@@ -383,8 +383,7 @@ bool BranchMirror::maySend() const
            (m_state == BranchState::Live || (m_state == BranchState::Joining && m_beatSeenMs >= 0));
 }
 
-/// Nothing is taken for alive before it has beaten, so a beat is asked for: as what follows the last number
-/// of all.
+/// Nothing is taken for alive before it has beaten, so a beat is asked for.
 void BranchMirror::askForBeat(Output& out)
 {
     const bool isBeating = m_deadSinceMs == kNever && m_beatSeenMs >= std::max(m_onlineMs, m_followedMs);
@@ -396,7 +395,7 @@ void BranchMirror::askForBeat(Output& out)
         m_askBeatPauseMs =
             std::min(kLongestPauseMs, m_askBeatPauseMs == 0 ? kFirstPauseMs : 2 * m_askBeatPauseMs);
         m_askBeatMs = m_nowMs + m_askBeatPauseMs;
-        const AskMessage ask{m_epoch, 0, std::numeric_limits<quint64>::max()};
+        const AskMessage ask{m_epoch, 0, AskMessage::kNothing};
         out.publish.push_back({upTopic(), Encode(ask), Delivery::AtLeastOnce, false,
                                static_cast<quint32>(m_settings.wishTimeoutMs)});
     }

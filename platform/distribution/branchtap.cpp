@@ -139,7 +139,8 @@ std::optional<BranchMessage> BranchTap::sent(const Bytes& payload, qint64 nowMs)
     const auto ask = DecodeAsk(payload);
     if (!ask)
         return std::nullopt;
-    message.kind = BranchMessage::Kind::Ask;
+    message.kind =
+        ask->from == AskMessage::kNothing ? BranchMessage::Kind::AskBeat : BranchMessage::Kind::Ask;
     message.collection = collectionOf(m_mirror, ask->channel);
     message.number = ask->from;
     return message;

@@ -74,6 +74,8 @@ public:
     virtual Startup::Clock& GetClock() const;
     /// Milliseconds until a connection that is down is tried again; -1 while none is planned.
     virtual int GetNextTryMs() const { return -1; }
+    /// The messages are those of a recording: what is published reaches nobody.
+    virtual bool IsReplay() const { return false; }
 
     /// The connection is up; a larger payload than `maximumPayload` bytes is not taken by the broker.
     std::function<void(std::size_t maximumPayload)> onUp;

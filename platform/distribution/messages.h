@@ -14,6 +14,7 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -207,6 +208,8 @@ struct AskMessage
 {
     QUuid epoch;
     quint16 channel = 0;
+    /// Behind the last number of all, for who asks only for a sign of life.
+    static constexpr quint64 kNothing = std::numeric_limits<quint64>::max();
     quint64 from = 0; ///< 0: the state
 };
 

@@ -45,6 +45,7 @@ struct MirrorLink::Branch
     }
     void onMessage(const Topic& topic, const Bytes& payload, qint64 receivedMs)
     {
+        received.Count(payload);
         if (isRead())
             tap->OnReceived(topic, payload, receivedMs);
         driver.DoMessage(
@@ -83,6 +84,7 @@ struct MirrorLink::Branch
     MirroredTree tree;
     BranchMirror mirror;
     BranchDriver driver;
+    Traffic received;
     std::unique_ptr<BranchTap> tap; ///< null while nobody reads along
 };
 
@@ -183,6 +185,18 @@ bool MirrorLink::Read(const QString& name, QObject* context, BranchReader reader
         return false;
     found->second->read(m_options.session, context, std::move(reader));
     return true;
+}
+
+Traffic MirrorLink::GetSent(const QString& name) const
+{
+    const auto found = m_branches.find(name);
+    return found == m_branches.end() ? Traffic() : found->second->driver.GetSent();
+}
+
+Traffic MirrorLink::GetReceived(const QString& name) const
+{
+    const auto found = m_branches.find(name);
+    return found == m_branches.end() ? Traffic() : found->second->received;
 }
 
 QStringList MirrorLink::GetBranches() const

@@ -55,6 +55,9 @@ public:
     bool IsRefused() const noexcept { return m_isRefused; }
     /// Null for a branch that nobody has heard of.
     const BranchMirror* Find(const QString& branch) const;
+    /// About a branch, to its owner, and from it.
+    Traffic GetSent(const QString& branch) const;
+    Traffic GetReceived(const QString& branch) const;
     QStringList GetBranches() const;
     /// See TreeLink::read().
     bool Read(const QString& branch, QObject* context, BranchReader reader);

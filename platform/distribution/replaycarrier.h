@@ -26,6 +26,7 @@ public:
     void Subscribe(const Bytes& filter) override;
     void Unsubscribe(const Bytes& filter) override;
     Startup::Clock& GetClock() const override;
+    bool IsReplay() const override { return true; }
     /// For values::Weak.
     const values::Life& GetLife() const noexcept { return m_life; }
 

@@ -220,6 +220,8 @@ QVector<BranchStatus> TreeLink::branches() const
         status.numbers = mirror.GetNumbers();
         status.openWishes = mirror.GetOpenWishes();
         status.roundTripMs = mirror.GetRoundTripMs();
+        status.sent = m_mirrors->GetSent(name);
+        status.received = m_mirrors->GetReceived(name);
         status.parts = mirror.CountParts();
         status.joinedParts = mirror.CountJoinedParts();
         all.append(status);

@@ -4,6 +4,7 @@
 #include <distribution/export.h>
 #include <distribution/linkoptions.h>
 #include <distribution/publicationstate.h>
+#include <distribution/traffic.h>
 #include <distribution/writepolicy.h>
 
 #include <values/tree.h>
@@ -39,6 +40,8 @@ struct BranchStatus
     std::vector<ChannelNumber> numbers;
     std::size_t openWishes = 0; ///< own changes that its owner has not dealt with
     qint64 roundTripMs = -1; ///< of the latest own change that its owner has dealt with; -1 before the first
+    Traffic sent;            ///< to its owner
+    Traffic received;        ///< about it, beats included
     int parts = 0; ///< of its content: the plain values and each collection; 0 until an owner names them
     int joinedParts = 0; ///< of these, the ones that are here and up to date; of an own branch all
 };

@@ -140,6 +140,9 @@ private Q_SLOTS:
             QVERIFY(message.bytes > 0);
         }
         QVERIFY(heard.back().tookMs >= 0);
+        const BranchStatus status = link.branches().first();
+        QVERIFY(status.sent.messages >= 1 && status.sent.bytes >= heard.front().bytes);
+        QVERIFY(status.received.messages >= 2 && status.received.bytes >= heard.back().bytes);
         reader.reset();
         heard.clear();
         server->set("Resources", QStringLiteral("unheard"));

@@ -84,7 +84,7 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
     const QString waiting =
         nextTryMs < 0 ? tr("waiting for the next try") : tr("next try in %1 s").arg((nextTryMs + 999) / 1000);
     result.append({m_broker, QString(), isUp ? State::Up : State::Waiting, isUp ? tr("up") : waiting,
-                   m_line.liveSince, -1, -1, 0, m_line.reconnections, m_line.lastFault});
+                   m_line.liveSince, -1, -1, 0, m_line.reconnections, m_line.lastFault, 0, 0, 0, 0});
     for (const distribution::BranchStatus& branch : m_link.branches()) {
         const Past past = m_pasts.value(branch.name);
         Looks looks = looksOf(branch.state);
@@ -94,7 +94,8 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
             looks.word = tr("joining, %1 of %2 parts").arg(branch.joinedParts).arg(branch.parts);
         result.append({branch.name, branch.host, looks.link, looks.word, past.liveSince, branch.roundTripMs,
                        branch.beatAgeMs, static_cast<int>(branch.openWishes), past.reconnections,
-                       past.lastFault});
+                       past.lastFault, branch.sent.messages, branch.received.messages, branch.sent.bytes,
+                       branch.received.bytes});
     }
     return result;
 }

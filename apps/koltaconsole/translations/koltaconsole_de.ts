@@ -525,6 +525,10 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>Kolta::LinksModel</name>
     <message>
+        <source>Messages sent: %1; received: %2</source>
+        <translation>Nachrichten gesendet: %1; empfangen: %2</translation>
+    </message>
+    <message>
         <source>Link</source>
         <translation>Verbindung</translation>
     </message>
@@ -2146,6 +2150,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>wish %1: %2</source>
         <translation>Wunsch %1: %2</translation>
+    </message>
+    <message>
+        <source>asks for a sign of life</source>
+        <translation>fragt nach einem Lebenszeichen</translation>
     </message>
     <message>
         <source>asks for the state</source>

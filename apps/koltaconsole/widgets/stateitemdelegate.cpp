@@ -92,10 +92,10 @@ bool StateItemDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     const auto look = lookOf(index);
     const QString text = look ? look->word : index.data().toString();
     const QString more = index.data(Qt::ToolTipRole).toString();
-    if (event->type() == QEvent::ToolTip && more.isEmpty() &&
-        option.fontMetrics.horizontalAdvance(text) + 2 * kAir + (look ? kMarkRoom : 0) >
-            option.rect.width()) {
-        QToolTip::showText(event->globalPos(), text, view);
+    const bool isCut =
+        option.fontMetrics.horizontalAdvance(text) + 2 * kAir + (look ? kMarkRoom : 0) > option.rect.width();
+    if (event->type() == QEvent::ToolTip && isCut && !more.contains(text)) {
+        QToolTip::showText(event->globalPos(), more.isEmpty() ? text : text + QLatin1Char('\n') + more, view);
         return true;
     }
     return QStyledItemDelegate::helpEvent(event, view, option, index);

@@ -6,6 +6,7 @@
 
 #include <startup/hostandport.h>
 
+#include <QLocale>
 #include <QPointer>
 #include <QSet>
 
@@ -55,6 +56,22 @@ QString none()
     return QStringLiteral("–");
 }
 
+/// Of a LinkFigures or BranchFigures.
+template<class Figures>
+QString trafficText(const Figures& figures)
+{
+    if (figures.messagesOut + figures.messagesIn == 0)
+        return QString();
+    const QLocale locale;
+    const auto amount = [&locale](quint64 messages, quint64 bytes) {
+        return QStringLiteral("%1 (%2)").arg(
+            locale.toString(messages),
+            locale.formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat));
+    };
+    return LinksModel::tr("Messages sent: %1; received: %2")
+        .arg(amount(figures.messagesOut, figures.bytesOut), amount(figures.messagesIn, figures.bytesIn));
+}
+
 QVariant known(qint64 milliseconds)
 {
     return milliseconds < 0 ? QVariant() : QVariant(milliseconds);
@@ -88,7 +105,8 @@ LinksModel::Row LinksModel::rowOf(const LinkFigures& link)
         QStringLiteral("link/%1").arg(link.id),
         {{link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer), stateText(link),
           link.upSince, known(link.roundTripMs), none(), link.queued, link.reconnections, link.lastFault}},
-        static_cast<int>(link.state)};
+        static_cast<int>(link.state),
+        trafficText(link)};
 }
 
 LinksModel::Row LinksModel::rowOf(const BranchFigures& branch)
@@ -97,7 +115,8 @@ LinksModel::Row LinksModel::rowOf(const BranchFigures& branch)
             {{branch.host.isEmpty() ? branch.name : tr("%1 at %2").arg(branch.name, branch.host),
               branch.stateText, branch.liveSince, known(branch.roundTripMs), known(branch.beatAgeMs),
               branch.openWishes, branch.reconnections, branch.lastFault}},
-            static_cast<int>(branch.state)};
+            static_cast<int>(branch.state),
+            trafficText(branch)};
 }
 
 /// Both lists have what they share in the same order.
@@ -126,8 +145,7 @@ void LinksModel::refresh()
             beginInsertRows(QModelIndex(), row, row);
             m_rows.insert(row, wanted.at(row));
             endInsertRows();
-        } else if (m_rows.at(row).cells != wanted.at(row).cells ||
-                   m_rows.at(row).state != wanted.at(row).state) {
+        } else if (m_rows.at(row) != wanted.at(row)) {
             m_rows[row] = wanted.at(row);
             Q_EMIT dataChanged(index(row, 0), index(row, eColumnCount - 1));
         }
@@ -162,6 +180,8 @@ QVariant LinksModel::data(const QModelIndex& index, int role) const
         return textOf(row, index.column());
     case Qt::TextAlignmentRole:
         return isNumber(index.column()) ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
+    case Qt::ToolTipRole:
+        return row.traffic.isEmpty() ? QVariant() : row.traffic;
     case ViewRoles::KeyRole:
         return row.key;
     case ViewRoles::StateRole:

@@ -26,6 +26,10 @@ struct BranchFigures
     int openWishes = 0;
     int reconnections = 0;
     QString lastFault;
+    quint64 messagesOut = 0; ///< to its owner
+    quint64 messagesIn = 0;  ///< about it
+    quint64 bytesOut = 0;    ///< of the messages
+    quint64 bytesIn = 0;
 };
 
 /// Who knows the branches; this library does not.
@@ -39,7 +43,7 @@ public:
 
 /// The links of this thread, and behind them the branches, with their figures: at once when a link is in
 /// another state, the rest once a second. The key is "link/" and the link's id, or "branch/" and the name;
-/// the state (ViewRoles::StateRole) a LinkFigures::State.
+/// the state (ViewRoles::StateRole) a LinkFigures::State; the tool tip says how much has passed.
 class KOLTA_COMMON_EXPORT LinksModel final : public QAbstractTableModel
 {
     Q_OBJECT
@@ -79,6 +83,12 @@ private:
         QString key;
         std::array<QVariant, eColumnCount> cells; ///< numbers, times and texts
         int state = 0;
+        QString traffic; ///< how much has passed each way; empty: nothing
+
+        bool operator!=(const Row& other) const
+        {
+            return cells != other.cells || state != other.state || traffic != other.traffic;
+        }
     };
 
     static Row rowOf(const LinkFigures& link);

@@ -136,9 +136,11 @@ void LinksView::connectAll()
     const auto filter = [this] { m_filtering.start(); };
     connect(&m_model, &QAbstractItemModel::rowsInserted, this, filter);
     connect(&m_model, &QAbstractItemModel::rowsRemoved, this, filter);
-    connect(&m_model, &QAbstractItemModel::dataChanged, this, [this] {
+    connect(&m_model, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& changed) {
         if (!m_filter->text().isEmpty())
             m_filtering.start();
+        if (changed.row() == m_table->currentIndex().row() && !traffic())
+            showLink();
     });
 }
 
@@ -185,6 +187,8 @@ void LinksView::showLink()
 {
     LinkTraffic* const shown = traffic();
     QString instead = whyNotRead();
+    if (instead.isEmpty())
+        instead = m_table->currentIndex().data(Qt::ToolTipRole).toString();
     if (instead.isEmpty())
         instead = tr("Nobody reads the messages of this link, which costs nothing.");
     m_messages->show(shown, m_name, m_isGone, instead);
