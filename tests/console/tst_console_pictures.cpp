@@ -1,6 +1,9 @@
 #include "consoletest.h"
 #include "installation.h"
 
+#include <koltaconsole/pages/events/linkmessages.h>
+#include <koltaconsole/pages/events/linksview.h>
+#include <koltaconsole/pages/events/linktraffic.h>
 #include <koltaconsole/pages/pages.h>
 #include <koltaconsole/pages/productions/productionspage.h>
 #include <koltaconsole/pages/shorttime/assignmentsview.h>
@@ -69,6 +72,7 @@ private:
     static QImage small(const QImage& picture);
     static void prepare(Stage& stage, const QString& page);
     static void assign(const Stage& stage, const QString& server);
+    static bool readBranch(const Stage& stage);
     static bool isCut(const QWidget& widget);
     static bool isNameless(QWidget& widget);
     static bool isWide(const QWidget& widget);
@@ -172,6 +176,34 @@ void TestPictures::assign(const Stage& stage, const QString& server)
         result.profileName = matrix.headerData(1 + i % 3, Qt::Horizontal).toString();
         results.AddNew(result);
     }
+}
+
+/// Reads what passes about a branch while something is ordered of its server.
+bool TestPictures::readBranch(const Stage& stage)
+{
+    stage.window->showPage(QStringLiteral("events"));
+    auto& view = *stage.window->findChild<LinksView*>();
+    stage.window->currentPage()->findChild<QTabWidget*>()->setCurrentWidget(&view);
+    auto& links = *view.findChild<QTreeView*>();
+    if (!waitFor([&] { return links.model()->rowCount() >= 2; }))
+        return false;
+    links.setCurrentIndex(links.model()->index(1, 0));
+    if (!stage.run("link-read"))
+        return false;
+    Kolta::ProductionOrder order;
+    order.tunerClass = QStringLiteral("HF");
+    order.frequency = 5e6;
+    order.bandwidth = 800e3;
+    for (int i = 0; i < 2; ++i) {
+        auto* const job =
+            new Kolta::ProductionJob(*stage.session->server(QStringLiteral("S1")), order, stage.window.get());
+        job->deleteWhenFinished();
+    }
+    if (!waitFor([&] { return view.traffic()->rowCount() >= 2; }))
+        return false;
+    QTreeView& messages = *view.findChild<LinkMessages*>()->findChild<QTreeView*>();
+    messages.setCurrentIndex(view.traffic()->index(0, 0));
+    return true;
 }
 
 /// Whether the text does not fit into what the widget has for it.
@@ -281,7 +313,7 @@ bool TestPictures::reaches(const Stage& stage, const QString& state) const
     if (!comes([&] { return stage.isSettled() && stage.session->facts().size() >= servers; }))
         return false;
     if (m_installation)
-        return m_installation->killBroker() && comes([&] {
+        return readBranch(stage) && m_installation->killBroker() && comes([&] {
                    const auto& facts = stage.session->facts();
                    return stage.session->isOutOfSight() &&
                           std::all_of(facts.begin(), facts.end(),

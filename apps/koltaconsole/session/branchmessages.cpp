@@ -1,7 +1,11 @@
 #include "branchmessages.h"
 
+#include <koltacommon/viewtime.h>
+
 #include <distribution/branchmessage.h>
 #include <distribution/treelink.h>
+
+#include <values/value.h>
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -54,29 +58,58 @@ QString shortPath(const QString& path, const QString& branch)
     return place < 0 ? path : path.mid(place + within.size());
 }
 
-/// The content where it is text.
-QString contentText(const Change& change)
+/// The selected name of a selection, whose content has zeros in it, as a text never has. Nothing where it is
+/// none.
+std::optional<QString> selectedName(const distribution::Bytes& bytes)
 {
+    values::SelectionValue selection;
+    values::ByteReader in(bytes.data(), bytes.size());
+    if (!selection.ReadContent(in, nullptr) || !in.AtEnd())
+        return std::nullopt;
+    return selection.GetStringValue();
+}
+
+/// The content where it is text or a selection; nothing for one that only programs can read.
+std::optional<QString> readContent(const Change& change)
+{
+    if (change.operation != Operation::Set && change.operation != Operation::Add &&
+        change.operation != Operation::Order)
+        return std::nullopt;
     const distribution::Bytes& bytes = distribution::BytesOf(change.content);
-    if (bytes.empty())
-        return QString();
     const int length = static_cast<int>(std::min<std::size_t>(bytes.size(), LinkMessage::kMostText));
     const QString text = QString::fromUtf8(bytes.data(), length);
-    const bool isText = (change.operation == Operation::Set || change.operation == Operation::Add ||
-                         change.operation == Operation::Order) &&
-                        std::all_of(text.begin(), text.end(), [](QChar each) {
-                            return each.isSpace() || (each.category() != QChar::Other_Control &&
-                                                      each != QChar(QChar::ReplacementCharacter));
-                        });
-    return isText ? text : Texts::tr("(%n bytes)", nullptr, static_cast<int>(bytes.size()));
+    const bool isText = std::all_of(text.begin(), text.end(), [](QChar each) {
+        return each.isSpace() ||
+               (each.category() != QChar::Other_Control && each != QChar(QChar::ReplacementCharacter));
+    });
+    return isText ? text : selectedName(bytes);
+}
+
+QString contentText(const Change& change)
+{
+    const std::size_t size = distribution::BytesOf(change.content).size();
+    return size == 0 ? QString()
+                     : readContent(change).value_or(Texts::tr("(%n bytes)", nullptr, static_cast<int>(size)));
+}
+
+/// With the value where it is short enough for a line.
+QString changeSentence(const Change& change, const QString& branch)
+{
+    constexpr int kMostInLine = 60;
+    const QString text = wordOf(change.operation).arg(shortPath(change.path, branch));
+    if (change.operation == Operation::Add)
+        return text;
+    const QString value = readContent(change).value_or(QString());
+    return value.isEmpty() || value.size() > kMostInLine || value.contains(QLatin1Char('\n'))
+               ? text
+               : QStringLiteral("%1: %2").arg(text, value);
 }
 
 QString changesSentence(const BranchMessage& message, const QString& branch)
 {
     if (message.changes.empty())
         return Texts::tr("changes nothing");
-    const Change& first = message.changes.front();
-    const QString text = wordOf(first.operation).arg(shortPath(first.path, branch));
+    const QString text = changeSentence(message.changes.front(), branch);
     const int more = static_cast<int>(message.changeCount) - 1;
     return more == 0 ? text : Texts::tr("%1, and %n more change(s)", nullptr, more).arg(text);
 }
@@ -89,9 +122,12 @@ QString entriesSentence(const BranchMessage& message, const QString& branch)
         message.count == 1
             ? Texts::tr("entry %1").arg(message.number)
             : Texts::tr("entries %1 to %2").arg(message.number).arg(message.number + message.count - 1);
-    return QStringLiteral("%1: %2").arg(name, message.reasons.empty()
-                                                  ? changesSentence(message, branch)
-                                                  : Texts::tr("refuses, %1").arg(message.reasons.front()));
+    QStringList parts;
+    if (message.reasons.empty() || !message.changes.empty())
+        parts.append(changesSentence(message, branch));
+    if (!message.reasons.empty())
+        parts.append(Texts::tr("refuses, %1").arg(message.reasons.front()));
+    return QStringLiteral("%1: %2").arg(name, parts.join(QStringLiteral("; ")));
 }
 
 QString claimSentence(distribution::LiveState live)
@@ -121,6 +157,8 @@ QString sentenceOf(const BranchMessage& message, const QString& branch)
             .arg(message.number);
     case Kind::Wish:
         return Texts::tr("wish %1: %2").arg(message.number).arg(changesSentence(message, branch));
+    case Kind::AskBeat:
+        return Texts::tr("asks for a sign of life");
     case Kind::Ask:
         break;
     }
@@ -153,7 +191,7 @@ QByteArray textOf(const BranchMessage& message, const QString& sentence, bool& i
 LinkMessage readable(const BranchMessage& message, const QString& branch)
 {
     LinkMessage made;
-    made.time = QDateTime::currentDateTime();
+    made.time = Kolta::ViewTime::now();
     made.isSent = message.isSent;
     made.sentence = sentenceOf(message, branch);
     if (!message.collection.isEmpty() && message.changes.empty())

@@ -1,5 +1,7 @@
 #include "linktraffic.h"
 
+#include <koltacommon/viewtime.h>
+
 #include <QLocale>
 
 #include <utility>
@@ -43,7 +45,7 @@ bool LinkTraffic::start()
     if (!m_messages(tap.get(), [this](LinkMessage message) { take(std::move(message)); }))
         return false;
     m_tap = std::move(tap);
-    m_since = QDateTime::currentDateTime();
+    m_since = Kolta::ViewTime::now();
     return true;
 }
 
@@ -52,7 +54,7 @@ void LinkTraffic::stop()
     if (!m_tap)
         return;
     m_tap.reset();
-    m_since = QDateTime::currentDateTime();
+    m_since = Kolta::ViewTime::now();
     showNew();
 }
 
