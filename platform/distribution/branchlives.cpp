@@ -1,6 +1,7 @@
 #include <distribution/branchmirror.h>
 
 #include <distribution/mirrorchannel.h>
+#include <distribution/texts.h>
 
 #include <algorithm>
 #include <utility>
@@ -105,8 +106,8 @@ void BranchMirror::follow(const QUuid& epoch)
     m_beatSeenMs = -1;
     m_askBeatMs = m_askBeatPauseMs = 0;
     m_silentSinceMs = m_deadSinceMs = kNever;
-    const QString reason = first ? QStringLiteral("no owner was there")
-                                 : QStringLiteral("the owner was restarted before it answered");
+    const QString reason =
+        first ? Texts::tr("no owner was there") : Texts::tr("the owner was restarted before it answered");
     if (m_formerChannels.size() > kMostFormerChannels)
         m_formerChannels.clear();
     for (const auto& [number, channel] : m_channels) {
@@ -163,7 +164,7 @@ void BranchMirror::withdraw(const QUuid& epoch)
     m_epoch = QUuid();
     hideSentinel();
     for (const auto& channel : m_channels) {
-        channel.second->Restart(QStringLiteral("the owner has left"), FormerChannel());
+        channel.second->Restart(Texts::tr("the owner has left"), FormerChannel());
     }
     dropCollections();
     for (const auto& leftover : std::exchange(m_leftovers, {}))

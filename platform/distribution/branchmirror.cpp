@@ -1,6 +1,7 @@
 #include <distribution/branchmirror.h>
 
 #include <distribution/mirrorchannel.h>
+#include <distribution/texts.h>
 
 #include <startup/tracesource.h>
 
@@ -119,7 +120,7 @@ Output BranchMirror::OnTime(qint64 nowMs)
 void BranchMirror::Abandon()
 {
     for (const Change& change : m_tree.TakeChanges())
-        failed({WishResult::TooLate, change.path + QStringLiteral(": the link has ended before it was sent"),
+        failed({WishResult::TooLate, change.path + Texts::tr(": the link has ended before it was sent"),
                 change, nullptr});
     for (const auto& channel : m_channels)
         channel.second->Abandon();
@@ -195,19 +196,18 @@ void BranchMirror::route(Changes changes)
         const bool ofCollection = change.operation == Operation::Commands ||
                                   (change.operation == Operation::Add && IsCollection(change.type));
         if (m_leftovers.count(change.path) > 0)
-            failed({WishResult::Refused,
-                    change.path + QStringLiteral(": the owner's content is not here yet"), change, nullptr});
+            failed({WishResult::Refused, change.path + Texts::tr(": the owner's content is not here yet"),
+                    change, nullptr});
         else if (!m_settings.refusal.isEmpty())
             channel->Fail({change}, WishResult::Refused,
                           change.path + QStringLiteral(": ") + m_settings.refusal);
         else if (m_nowMs < m_refusedUntilMs)
             channel->Fail({change}, WishResult::Refused, change.path + QStringLiteral(": ") + m_refusedWhy);
         else if (!writable)
-            channel->Fail({change}, WishResult::Refused,
-                          change.path + QStringLiteral(": its owner is not there"));
+            channel->Fail({change}, WishResult::Refused, change.path + Texts::tr(": its owner is not there"));
         else if (ofCollection && (channel->GetChannel() == 0 || change.operation == Operation::Add))
             channel->Fail({change}, WishResult::Refused,
-                          change.path + QStringLiteral(": collections are made by their owner"));
+                          change.path + Texts::tr(": collections are made by their owner"));
         else
             wishes[channel].push_back(std::move(change));
     }

@@ -1,5 +1,6 @@
 #include <distribution/brokeraddress.h>
 
+#include <distribution/texts.h>
 #include <distribution/topics.h>
 
 #include <QUrl>
@@ -25,16 +26,15 @@ QString withoutCredentials(const QString& url)
 
 std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString& error)
 {
-    const auto wrong = [&](const char* expected) {
-        error =
-            QStringLiteral("found \"%1\", expected %2").arg(withoutCredentials(url), QLatin1String(expected));
+    const auto wrong = [&](const QString& expected) {
+        error = Texts::tr("found \"%1\", expected %2").arg(withoutCredentials(url), expected);
         return std::nullopt;
     };
     const QUrl parsed(url, QUrl::StrictMode);
     const bool isTls = parsed.scheme() == QLatin1String("mqtts");
     if (!parsed.isValid() || (!isTls && parsed.scheme() != QLatin1String("mqtt")) ||
         parsed.host().isEmpty() || parsed.hasQuery() || parsed.hasFragment() || parsed.port() == 0)
-        return wrong("mqtt[s]://[USER@]HOST[:PORT][/PREFIX]");
+        return wrong(QStringLiteral("mqtt[s]://[USER@]HOST[:PORT][/PREFIX]"));
     BrokerAddress address;
     address.tls = isTls;
     address.host = parsed.host();
@@ -45,7 +45,7 @@ std::optional<BrokerAddress> BrokerAddress::FromUrl(const QString& url, QString&
     if (prefix.endsWith(QLatin1Char('/')))
         prefix.chop(1);
     if (!prefix.isEmpty() && !IsTopicPrefix(prefix))
-        return wrong("a prefix of topic levels without \"+\", \"#\" and \"$\"");
+        return wrong(Texts::tr("a prefix of topic levels without \"+\", \"#\" and \"$\""));
     if (!prefix.isEmpty())
         address.prefix = prefix.toUtf8();
     return address;
@@ -56,9 +56,9 @@ std::optional<BrokerAddress> BrokerAddress::FromCommandLine(const QString& url, 
     auto address = FromUrl(url, error);
     if (!address || address->password.isEmpty())
         return address;
-    error = QStringLiteral(
-        "a password does not belong on a command line; put it into a file, and name that in the "
-        "configuration as PasswordFile of the group Distribution");
+    error =
+        Texts::tr("a password does not belong on a command line; put it into a file, and name that in the "
+                  "configuration as PasswordFile of the group Distribution");
     return std::nullopt;
 }
 

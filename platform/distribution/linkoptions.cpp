@@ -1,6 +1,7 @@
 #include <distribution/linkoptions.h>
 
 #include <distribution/replay.h>
+#include <distribution/texts.h>
 #include <distribution/topics.h>
 
 #include <startup/cfgcenter.h>
@@ -95,12 +96,12 @@ QString problemOfTopics(const LinkOptions& options)
 {
     const QString prefix = QString::fromUtf8(options.mqtt.address.prefix);
     if (!IsTopicPrefix(prefix))
-        return QStringLiteral("the prefix \"%1\" cannot be used: expected topic levels without \"+\", \"#\" "
-                              "and \"$\"")
+        return Texts::tr("the prefix \"%1\" cannot be used: expected topic levels without \"+\", \"#\" "
+                         "and \"$\"")
             .arg(Startup::oneLineText(prefix));
     if (!IsUsableUser(options.User()))
-        return QStringLiteral("the user \"%1\" cannot be used: names with +, #, / or characters that nobody "
-                              "sees are no part of a topic")
+        return Texts::tr("the user \"%1\" cannot be used: names with +, #, / or characters that nobody "
+                         "sees are no part of a topic")
             .arg(Startup::oneLineText(QString::fromUtf8(options.mqtt.address.user)));
     return QString();
 }
@@ -112,7 +113,7 @@ std::optional<BrokerAddress> playRecording(const QString& url, LinkOptions& opti
     options.replay = recording ? Replay::Open(*recording, error) : nullptr;
     if (!options.replay)
         return std::nullopt;
-    options.refusal = QStringLiteral("this is a recording, in which nothing can be changed");
+    options.refusal = Texts::tr("this is a recording, in which nothing can be changed");
     BrokerAddress address;
     address.prefix = options.replay->head().prefix.toUtf8();
     return address;
@@ -131,7 +132,7 @@ std::optional<LinkOptions> LinkOptions::FromConfiguration(const QString& url, QS
         isRecording ? playRecording(source, options, error) : BrokerAddress::FromUrl(source, error);
     if (!address) {
         if (!isRecording && !source.startsWith(QLatin1String("mqtt")))
-            error += QLatin1String(" or ") + QLatin1String(ReplayAddress::kExpected);
+            error += Texts::tr(" or %1").arg(QLatin1String(ReplayAddress::kExpected));
         return std::nullopt;
     }
     options.mqtt.address = *address;

@@ -1,5 +1,7 @@
 #include <distribution/mirrorchannel.h>
 
+#include <distribution/texts.h>
+
 #include <startup/tracesource.h>
 
 #include <QHash>
@@ -59,7 +61,7 @@ FormerChannel MirrorChannel::Restart(const QString& reason, FormerChannel next)
     const auto wishes = m_own.Exchange(next.wishes, ended);
     for (const OpenWish& wish : wishes)
         reportAll(wish, wish.sent ? WishResult::Restarted : WishResult::TooLate,
-                  wish.sent ? reason + QStringLiteral(", the outcome is unknown") : reason);
+                  wish.sent ? reason + Texts::tr(", the outcome is unknown") : reason);
     for (const QString& path : ended)
         showTruth(path);
     return {std::move(next.wishes), told};
@@ -79,10 +81,9 @@ void MirrorChannel::Abandon()
     WishQueue none;
     for (const OpenWish& wish : m_own.Exchange(none, ended)) {
         if (wish.sent)
-            reportAll(wish, WishResult::Unknown,
-                      QStringLiteral("the link has ended, the outcome is unknown"));
+            reportAll(wish, WishResult::Unknown, Texts::tr("the link has ended, the outcome is unknown"));
         else
-            reportAll(wish, WishResult::TooLate, QStringLiteral("the link has ended before it was sent"));
+            reportAll(wish, WishResult::TooLate, Texts::tr("the link has ended before it was sent"));
     }
 }
 

@@ -1,4 +1,5 @@
 #include <distribution/mirrorchannel.h>
+#include <distribution/texts.h>
 
 #include <algorithm>
 #include <utility>
@@ -36,16 +37,16 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
         // What the program has seen is the content of another epoch.
         if (change.compare && m_number == 0) {
             Fail({change}, WishResult::Restarted,
-                 change.path + QStringLiteral(": the owner's content is not here yet"));
+                 change.path + Texts::tr(": the owner's content is not here yet"));
             continue;
         }
         if (static_cast<std::size_t>(change.path.toUtf8().size()) > Limits::kPathBytes) {
             Fail({change}, WishResult::Refused,
-                 change.path.left(kShownUnits) + QStringLiteral("…: its path is too long"));
+                 change.path.left(kShownUnits) + Texts::tr("…: its path is too long"));
             continue;
         }
         if (BytesOf(change.content).size() > Limits::kValueBytes || size > largest) {
-            Fail({change}, WishResult::Refused, change.path + QStringLiteral(": too large to be shared"));
+            Fail({change}, WishResult::Refused, change.path + Texts::tr(": too large to be shared"));
             continue;
         }
         if (!part.empty() && (bytes + size > maximum || part.size() == Limits::kWishChanges)) {
@@ -62,7 +63,7 @@ void MirrorChannel::Wish(Changes changes, qint64 nowMs)
 void MirrorChannel::addWish(Changes changes, qint64 nowMs)
 {
     if (m_own.Wishes().GetBytes() > kQueuedBytes)
-        Fail(changes, WishResult::Overflow, QStringLiteral("too many changes wait for the owner"));
+        Fail(changes, WishResult::Overflow, Texts::tr("too many changes wait for the owner"));
     else
         m_own.Add(std::move(changes), m_number, nowMs);
 }
@@ -111,9 +112,9 @@ void MirrorChannel::GiveUpOld(qint64 nowMs)
            [this](const OpenWish& wish) {
                if (wish.sent)
                    reportAll(wish, WishResult::Unknown,
-                             QStringLiteral("not answered in time, the outcome is unknown"));
+                             Texts::tr("not answered in time, the outcome is unknown"));
                else
-                   reportAll(wish, WishResult::TooLate, QStringLiteral("could not be sent in time"));
+                   reportAll(wish, WishResult::TooLate, Texts::tr("could not be sent in time"));
                m_isInDoubt = m_isInDoubt || (wish.sent && m_own.Wishes().WasHeard());
            });
     // An owner that has forgotten this program answers nothing; its table tells.
@@ -132,8 +133,8 @@ void MirrorChannel::startAnew(Paths& settled)
     former.WaitFor(m_own.Wishes(), m_mirror.m_settings.wishTimeoutMs);
     for (const OpenWish& wish : m_own.Exchange(former, settled))
         reportAll(wish, wish.sent ? WishResult::Unknown : WishResult::TooLate,
-                  wish.sent ? QStringLiteral("the owner has forgotten this program, the outcome is unknown")
-                            : QStringLiteral("the owner had forgotten this program, it was not sent"));
+                  wish.sent ? Texts::tr("the owner has forgotten this program, the outcome is unknown")
+                            : Texts::tr("the owner had forgotten this program, it was not sent"));
 }
 
 /// What was sent before may have reached the owner on an earlier line.

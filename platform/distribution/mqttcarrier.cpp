@@ -1,6 +1,7 @@
 #include <distribution/mqttcarrier.h>
 
 #include <distribution/call.h>
+#include <distribution/texts.h>
 
 #include <QMetaObject>
 #include <QRandomGenerator>
@@ -38,9 +39,8 @@ MqttCarrier::MqttCarrier(const MqttOptions& options) : m_options(options), m_ret
     m_patience.setInterval(kPatienceMs);
     QObject::connect(&m_retry, &QTimer::timeout, &m_context, [this] { connect(); });
     QObject::connect(&m_patience, &QTimer::timeout, &m_context, [this] {
-        down(DownReason::Lost, QStringLiteral("%1: no answer within %2 s")
-                                   .arg(m_options.address.ToText())
-                                   .arg(kPatienceMs / 1000));
+        down(DownReason::Lost,
+             Texts::tr("%1: no answer within %2 s").arg(m_options.address.ToText()).arg(kPatienceMs / 1000));
     });
 }
 
@@ -108,7 +108,7 @@ void MqttCarrier::check(bool couldSend)
                 return;
             m_isUp = true;
             down(DownReason::Lost,
-                 QStringLiteral("%1: the broker does not keep up").arg(m_options.address.ToText()));
+                 Texts::tr("%1: the broker does not keep up").arg(m_options.address.ToText()));
         },
         Qt::QueuedConnection);
 }

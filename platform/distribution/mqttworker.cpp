@@ -1,5 +1,7 @@
 #include <distribution/mqttworker.h>
 
+#include <distribution/texts.h>
+
 #include <QFile>
 
 #include <mqtt_protocol.h>
@@ -96,21 +98,21 @@ MqttConnection::Worker::Verdict MqttConnection::Worker::verdictOf(int code, cons
     switch (code) {
     case MQTT_RC_BAD_USERNAME_OR_PASSWORD:
     case MQTT_RC_NOT_AUTHORIZED:
-        return {DownReason::Refused,
-                user.isEmpty() ? QStringLiteral("the broker admits nobody without user and password")
-                               : QStringLiteral("the broker does not admit the user \"%1\" with this "
-                                                "password")
-                                     .arg(user)};
+        return {DownReason::Refused, user.isEmpty()
+                                         ? Texts::tr("the broker admits nobody without user and password")
+                                         : Texts::tr("the broker does not admit the user \"%1\" with this "
+                                                     "password")
+                                               .arg(user)};
     case MQTT_RC_UNSUPPORTED_PROTOCOL_VERSION:
-        return {DownReason::Refused, QStringLiteral("the broker does not speak MQTT 5")};
+        return {DownReason::Refused, Texts::tr("the broker does not speak MQTT 5")};
     case MQTT_RC_CLIENTID_NOT_VALID:
     case MQTT_RC_BANNED:
     case MQTT_RC_BAD_AUTHENTICATION_METHOD:
-        return {DownReason::Refused, QStringLiteral("the broker refuses the connection: %1").arg(said)};
+        return {DownReason::Refused, Texts::tr("the broker refuses the connection: %1").arg(said)};
     case MQTT_RC_SESSION_TAKEN_OVER:
-        return {DownReason::Displaced, QStringLiteral("another program has taken over the connection")};
+        return {DownReason::Displaced, Texts::tr("another program has taken over the connection")};
     default:
-        return {DownReason::Lost, QStringLiteral("the broker ends the connection: %1").arg(said)};
+        return {DownReason::Lost, Texts::tr("the broker ends the connection: %1").arg(said)};
     }
 }
 
@@ -120,7 +122,7 @@ bool MqttConnection::Worker::connect()
     m_handle.reset(makeHandle(m_clientId, this));
     mosquitto* const handle = m_handle.get();
     if (initialised != MOSQ_ERR_SUCCESS || !handle)
-        return fail(DownReason::Lost, QStringLiteral("no memory"));
+        return fail(DownReason::Lost, Texts::tr("no memory"));
     mosquitto_int_option(handle, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
     mosquitto_int_option(handle, MOSQ_OPT_TCP_NODELAY, 1);
     mosquitto_int_option(handle, MOSQ_OPT_RECEIVE_MAXIMUM, kInflightMessages);
@@ -148,7 +150,7 @@ bool MqttConnection::Worker::connect()
     if (!m_will.topic.empty() &&
         mosquitto_will_set_v5(handle, m_will.topic.c_str(), static_cast<int>(m_will.payload.size()),
                               m_will.payload.data(), 1, true, nullptr) != MOSQ_ERR_SUCCESS)
-        return fail(DownReason::Refused, QStringLiteral("the will cannot be set"));
+        return fail(DownReason::Refused, Texts::tr("the will cannot be set"));
     return setUser() && (!m_options.address.tls || setTls()) && open();
 }
 
@@ -158,7 +160,7 @@ bool MqttConnection::Worker::setUser()
     if (!m_options.passwordFile.isEmpty()) {
         QFile file(m_options.passwordFile);
         if (!file.open(QIODevice::ReadOnly))
-            return fail(DownReason::Refused, QStringLiteral("cannot read the password file %1: %2")
+            return fail(DownReason::Refused, Texts::tr("cannot read the password file %1: %2")
                                                  .arg(m_options.passwordFile, file.errorString()));
         password = file.readLine();
         while (password.endsWith('\n') || password.endsWith('\r'))
@@ -168,8 +170,7 @@ bool MqttConnection::Worker::setUser()
         return true;
     const int code = mosquitto_username_pw_set(m_handle.get(), m_options.address.user.constData(),
                                                password.isEmpty() ? nullptr : password.constData());
-    return code == MOSQ_ERR_SUCCESS ||
-           fail(DownReason::Refused, QStringLiteral("the user's name is no text"));
+    return code == MOSQ_ERR_SUCCESS || fail(DownReason::Refused, Texts::tr("the user's name is no text"));
 }
 
 bool MqttConnection::Worker::setTls()
@@ -206,18 +207,18 @@ QString MqttConnection::Worker::textOf(int code) const
     const int error = errno;
     switch (code) {
     case MOSQ_ERR_EAI:
-        return QStringLiteral("the host is not known: %1").arg(QString::fromLocal8Bit(gai_strerror(error)));
+        return Texts::tr("the host is not known: %1").arg(QString::fromLocal8Bit(gai_strerror(error)));
     case MOSQ_ERR_ERRNO:
         if (error == EPROTO)
-            return QStringLiteral("the broker breaks the TLS connection off");
+            return Texts::tr("the broker breaks the TLS connection off");
         return QString::fromLocal8Bit(std::strerror(error));
     case MOSQ_ERR_TLS:
-        return QStringLiteral("no TLS connection comes about");
+        return Texts::tr("no TLS connection comes about");
     case MOSQ_ERR_KEEPALIVE:
-        return QStringLiteral("the broker does not answer");
+        return Texts::tr("the broker does not answer");
     case MOSQ_ERR_CONN_LOST:
-        return m_isUp ? QStringLiteral("the connection was lost")
-                      : QStringLiteral("the broker ends the connection without an answer");
+        return m_isUp ? Texts::tr("the connection was lost")
+                      : Texts::tr("the broker ends the connection without an answer");
     default:
         return QString::fromUtf8(mosquitto_strerror(code));
     }

@@ -1,6 +1,7 @@
 #include <distribution/recordingfile.h>
 
 #include <distribution/recordingformat.h>
+#include <distribution/texts.h>
 
 #include <values/bytestream.h>
 #include <values/utf8.h>
@@ -100,7 +101,7 @@ bool RecordingWriter::Open(const QString& path, QString& error)
     m_size = head.size();
     if (m_descriptor >= 0 && writeAll(m_descriptor, head.data(), head.size()))
         return true;
-    fail(QStringLiteral("cannot be made"));
+    fail(Texts::tr("cannot be made"));
     if (m_descriptor >= 0)
         ::unlink(QFile::encodeName(path).constData());
     Close();
@@ -151,7 +152,7 @@ bool RecordingWriter::append(RecordKind kind, qint64 timeMs, const Bytes& head, 
         m_size += frame.size() + rest.size();
         return true;
     }
-    fail(QStringLiteral("cannot be written"));
+    fail(Texts::tr("cannot be written"));
     // Where not even that is possible the reader knows the record as one that is not whole.
     if (::ftruncate(m_descriptor, static_cast<off_t>(m_size)) == 0)
         ::lseek(m_descriptor, static_cast<off_t>(m_size), SEEK_SET);
@@ -168,7 +169,7 @@ bool RecordingWriter::DropBefore(quint64 offset)
                          copyFrom(m_descriptor, offset, copy) && ::fdatasync(copy) == 0 &&
                          std::rename(shorter.constData(), path.constData()) == 0;
     if (!isWhole) {
-        fail(QStringLiteral("cannot be shortened"));
+        fail(Texts::tr("cannot be shortened"));
         if (copy >= 0) {
             ::close(copy);
             ::unlink(shorter.constData());

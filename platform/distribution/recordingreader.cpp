@@ -2,6 +2,7 @@
 
 #include <distribution/fieldreader.h>
 #include <distribution/recordingformat.h>
+#include <distribution/texts.h>
 
 #include <values/bytestream.h>
 
@@ -72,15 +73,15 @@ bool RecordingReader::Open(const QString& path, QString& error)
         return refuse(m_file.errorString());
     const QByteArray head = m_file.read(kRecordingHeadBytes);
     if (m_file.isSequential() || head.size() < int(kRecordingHeadBytes) || !head.startsWith(kRecordingMagic))
-        return refuse(QStringLiteral("it is no recording"));
+        return refuse(Texts::tr("it is no recording"));
     quint16 major = 0;
     values::ByteReader(head.constData() + kRecordingMagicBytes, 2).ReadInteger(major);
     if (major != kRecordingMajor)
         return refuse(
-            QStringLiteral("it is a recording of version %1, expected %2").arg(major).arg(kRecordingMajor));
+            Texts::tr("it is a recording of version %1, expected %2").arg(major).arg(kRecordingMajor));
     scan();
     if (m_segments.empty())
-        return refuse(QStringLiteral("it was cut off before anything was recorded"));
+        return refuse(Texts::tr("it was cut off before anything was recorded"));
     return true;
 }
 
@@ -167,11 +168,11 @@ void RecordingReader::scan()
         m_endMs = std::max(m_endMs, m_segments.back().timeMs);
     const quint64 rest = static_cast<quint64>(m_file.size()) - std::min<quint64>(m_validEnd, m_file.size());
     if (!m_isEnded && rest == 0)
-        m_cut = QStringLiteral(
+        m_cut = Texts::tr(
             "the recording was not ended: its recorder was killed or could not go on, or still runs");
     else if (!m_isEnded)
-        m_cut = QStringLiteral("the recording is cut off or damaged at byte %1: the last %2 bytes are not "
-                               "played")
+        m_cut = Texts::tr("the recording is cut off or damaged at byte %1: the last %2 bytes are not "
+                          "played")
                     .arg(m_validEnd)
                     .arg(rest);
 }

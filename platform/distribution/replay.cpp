@@ -2,6 +2,7 @@
 
 #include <distribution/call.h>
 #include <distribution/replaycarrier.h>
+#include <distribution/texts.h>
 #include <distribution/topics.h>
 
 #include <algorithm>
@@ -70,7 +71,7 @@ void Replay::attach(ReplayCarrier* carrier)
         QTimer::singleShot(0, this, [refused = values::Weak<ReplayCarrier>(carrier)] {
             if (refused)
                 call(refused.Get()->onDown, DownReason::Refused,
-                     QStringLiteral("somebody else listens to this replay already"));
+                     Texts::tr("somebody else listens to this replay already"));
         });
         return;
     }

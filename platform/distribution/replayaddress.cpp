@@ -1,4 +1,5 @@
 #include <distribution/replay.h>
+#include <distribution/texts.h>
 
 #include <QRegularExpression>
 #include <QUrl>
@@ -52,7 +53,7 @@ std::optional<ReplayAddress> ReplayAddress::FromUrl(const QString& url, QString&
     }
     if (fits)
         return address;
-    error = QStringLiteral("found \"%1\", expected %2 with a speed of at most %3")
+    error = Texts::tr("found \"%1\", expected %2 with a speed of at most %3")
                 .arg(url, QLatin1String(kExpected))
                 .arg(kMostSpeed);
     return std::nullopt;
@@ -93,12 +94,11 @@ std::optional<qint64> Replay::find(const QString& text, QString& error) const
         wanted = QDateTime::fromString(QString(text).replace(QLatin1Char(' '), QLatin1Char('T')),
                                        Qt::ISODateWithMs);
     if (!wanted.isValid()) {
-        error = QStringLiteral("found \"%1\", expected begin, end, a time such as 12:03:10 or +SECONDS")
-                    .arg(text);
+        error = Texts::tr("found \"%1\", expected begin, end, a time such as 12:03:10 or +SECONDS").arg(text);
         return std::nullopt;
     }
     if (wanted < from.addMSecs(-from.time().msec()) || wanted > to) {
-        error = QStringLiteral("%1 was not recorded, %2 to %3 was")
+        error = Texts::tr("%1 was not recorded, %2 to %3 was")
                     .arg(text, from.toString(Qt::ISODateWithMs), to.toString(Qt::ISODateWithMs));
         return std::nullopt;
     }

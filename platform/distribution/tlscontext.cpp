@@ -1,6 +1,7 @@
 #include <distribution/tlscontext.h>
 
 #include <distribution/mqttoptions.h>
+#include <distribution/texts.h>
 
 #include <QFile>
 
@@ -17,12 +18,13 @@ QString opensslText()
 {
     const char* const reason = ERR_reason_error_string(ERR_peek_last_error());
     ERR_clear_error();
-    return reason ? QString::fromUtf8(reason) : QStringLiteral("unknown error");
+    return reason ? QString::fromUtf8(reason) : Texts::tr("unknown error");
 }
 
-QString cannotUse(const char* what, const QString& file)
+/// `text` has places for the file and for what OpenSSL says.
+QString cannotUse(const QString& text, const QString& file)
 {
-    return QStringLiteral("cannot use the %1 %2: %3").arg(QLatin1String(what), file, opensslText());
+    return text.arg(file, opensslText());
 }
 
 /// Without it OpenSSL would ask for it at the terminal.
@@ -53,20 +55,20 @@ private:
     {
         switch (error) {
         case X509_V_ERR_CERT_HAS_EXPIRED:
-            return QStringLiteral("the broker's certificate has expired");
+            return Texts::tr("the broker's certificate has expired");
         case X509_V_ERR_CERT_NOT_YET_VALID:
-            return QStringLiteral("the broker's certificate is not valid yet");
+            return Texts::tr("the broker's certificate is not valid yet");
         case X509_V_ERR_HOSTNAME_MISMATCH:
         case X509_V_ERR_IP_ADDRESS_MISMATCH:
-            return QStringLiteral("the broker's certificate is not for the host %1").arg(host);
+            return Texts::tr("the broker's certificate is not for the host %1").arg(host);
         case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
         case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
         case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
         case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
         case X509_V_ERR_CERT_SIGNATURE_FAILURE:
-            return QStringLiteral("the broker's certificate is not signed by a trusted authority");
+            return Texts::tr("the broker's certificate is not signed by a trusted authority");
         default:
-            return QStringLiteral("the broker's certificate is refused: %1")
+            return Texts::tr("the broker's certificate is refused: %1")
                 .arg(QString::fromUtf8(X509_verify_cert_error_string(error)));
         }
     }
@@ -106,12 +108,12 @@ std::unique_ptr<TlsContext> TlsContext::Make(const MqttOptions& options, QString
     ERR_clear_error();
     if (ca.isEmpty() ? SSL_CTX_set_default_verify_paths(context) != 1
                      : SSL_CTX_load_verify_locations(context, ca.constData(), nullptr) != 1)
-        return fail(cannotUse("authorities in", options.caFile));
+        return fail(cannotUse(Texts::tr("cannot use the authorities in %1: %2"), options.caFile));
     if (!certificate.isEmpty() && SSL_CTX_use_certificate_chain_file(context, certificate.constData()) != 1)
-        return fail(cannotUse("certificate", options.certificateFile));
+        return fail(cannotUse(Texts::tr("cannot use the certificate %1: %2"), options.certificateFile));
     if (!key.isEmpty() && (SSL_CTX_use_PrivateKey_file(context, key.constData(), SSL_FILETYPE_PEM) != 1 ||
                            SSL_CTX_check_private_key(context) != 1))
-        return fail(cannotUse("key", options.keyFile));
+        return fail(cannotUse(Texts::tr("cannot use the key %1: %2"), options.keyFile));
     return made;
 }
 

@@ -79,13 +79,15 @@ private Q_SLOTS:
             QSKIP("lupdate, which finds the texts in the sources, is missing");
         const QTemporaryDir folder;
         const QString fresh = folder.filePath(QStringLiteral("fresh.ts"));
-        QCOMPARE(QProcess::execute(collector,
-                                   {QStringLiteral("-silent"), QStringLiteral("-I"),
-                                    source + QStringLiteral("/devicecontrol/kolta"), QStringLiteral("-I"),
-                                    source + QStringLiteral("/apps"), source + QStringLiteral("/apps/common"),
-                                    source + QStringLiteral("/apps/koltaconsole"),
-                                    source + QStringLiteral("/devicecontrol/kolta/koltacommon"),
-                                    QStringLiteral("-ts"), fresh}),
+        QCOMPARE(QProcess::execute(collector, {QStringLiteral("-silent"), QStringLiteral("-I"),
+                                               source + QStringLiteral("/devicecontrol/kolta"),
+                                               QStringLiteral("-I"), source + QStringLiteral("/apps"),
+                                               QStringLiteral("-I"), source + QStringLiteral("/platform"),
+                                               source + QStringLiteral("/apps/common"),
+                                               source + QStringLiteral("/apps/koltaconsole"),
+                                               source + QStringLiteral("/devicecontrol/kolta/koltacommon"),
+                                               source + QStringLiteral("/platform/distribution"),
+                                               QStringLiteral("-ts"), fresh}),
                  0);
         const QStringList missing = (Catalogue(fresh).texts - german.texts).values();
         QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QLatin1Char('\n'))));

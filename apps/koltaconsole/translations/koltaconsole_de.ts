@@ -4706,4 +4706,259 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Esc</translation>
     </message>
 </context>
+<context>
+    <name>distribution::Texts</name>
+    <message>
+        <source>the broker admits nobody without user and password</source>
+        <translation>der Broker lässt niemanden ohne Benutzer und Passwort zu</translation>
+    </message>
+    <message>
+        <source>the broker does not admit the user &quot;%1&quot; with this password</source>
+        <translation>der Broker lässt den Benutzer „%1“ mit diesem Passwort nicht zu</translation>
+    </message>
+    <message>
+        <source>the broker does not speak MQTT 5</source>
+        <translation>der Broker spricht kein MQTT 5</translation>
+    </message>
+    <message>
+        <source>the broker refuses the connection: %1</source>
+        <translation>der Broker weist die Verbindung ab: %1</translation>
+    </message>
+    <message>
+        <source>another program has taken over the connection</source>
+        <translation>ein anderes Programm hat die Verbindung übernommen</translation>
+    </message>
+    <message>
+        <source>the broker ends the connection: %1</source>
+        <translation>der Broker beendet die Verbindung: %1</translation>
+    </message>
+    <message>
+        <source>no memory</source>
+        <translation>kein Speicher</translation>
+    </message>
+    <message>
+        <source>the will cannot be set</source>
+        <translation>der letzte Wille lässt sich nicht setzen</translation>
+    </message>
+    <message>
+        <source>cannot read the password file %1: %2</source>
+        <translation>die Passwortdatei %1 ist nicht lesbar: %2</translation>
+    </message>
+    <message>
+        <source>the user&apos;s name is no text</source>
+        <translation>der Name des Benutzers ist kein Text</translation>
+    </message>
+    <message>
+        <source>the host is not known: %1</source>
+        <translation>der Rechner ist unbekannt: %1</translation>
+    </message>
+    <message>
+        <source>the broker breaks the TLS connection off</source>
+        <translation>der Broker bricht die TLS-Verbindung ab</translation>
+    </message>
+    <message>
+        <source>no TLS connection comes about</source>
+        <translation>es kommt keine TLS-Verbindung zustande</translation>
+    </message>
+    <message>
+        <source>the broker does not answer</source>
+        <translation>der Broker antwortet nicht</translation>
+    </message>
+    <message>
+        <source>the connection was lost</source>
+        <translation>die Verbindung ist abgerissen</translation>
+    </message>
+    <message>
+        <source>the broker ends the connection without an answer</source>
+        <translation>der Broker beendet die Verbindung ohne Antwort</translation>
+    </message>
+    <message>
+        <source>%1: no answer within %2 s</source>
+        <translation>%1: keine Antwort innerhalb von %2 s</translation>
+    </message>
+    <message>
+        <source>%1: the broker does not keep up</source>
+        <translation>%1: der Broker kommt nicht nach</translation>
+    </message>
+    <message>
+        <source>unknown error</source>
+        <translation>unbekannter Fehler</translation>
+    </message>
+    <message>
+        <source>cannot use the authorities in %1: %2</source>
+        <translation>die Zertifizierungsstellen in %1 sind nicht verwendbar: %2</translation>
+    </message>
+    <message>
+        <source>cannot use the certificate %1: %2</source>
+        <translation>das Zertifikat %1 ist nicht verwendbar: %2</translation>
+    </message>
+    <message>
+        <source>cannot use the key %1: %2</source>
+        <translation>der Schlüssel %1 ist nicht verwendbar: %2</translation>
+    </message>
+    <message>
+        <source>the broker&apos;s certificate has expired</source>
+        <translation>das Zertifikat des Brokers ist abgelaufen</translation>
+    </message>
+    <message>
+        <source>the broker&apos;s certificate is not valid yet</source>
+        <translation>das Zertifikat des Brokers gilt noch nicht</translation>
+    </message>
+    <message>
+        <source>the broker&apos;s certificate is not for the host %1</source>
+        <translation>das Zertifikat des Brokers gilt nicht für den Rechner %1</translation>
+    </message>
+    <message>
+        <source>the broker&apos;s certificate is not signed by a trusted authority</source>
+        <translation>das Zertifikat des Brokers ist von keiner vertrauten Stelle unterschrieben</translation>
+    </message>
+    <message>
+        <source>the broker&apos;s certificate is refused: %1</source>
+        <translation>das Zertifikat des Brokers wird abgelehnt: %1</translation>
+    </message>
+    <message>
+        <source>it is no recording</source>
+        <translation>sie ist keine Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>it is a recording of version %1, expected %2</source>
+        <translation>sie ist eine Aufzeichnung der Version %1, erwartet ist %2</translation>
+    </message>
+    <message>
+        <source>it was cut off before anything was recorded</source>
+        <translation>sie bricht ab, bevor etwas aufgezeichnet war</translation>
+    </message>
+    <message>
+        <source>the recording was not ended: its recorder was killed or could not go on, or still runs</source>
+        <translation>die Aufzeichnung wurde nicht beendet: das aufzeichnende Programm wurde abgebrochen, konnte nicht weiter oder läuft noch</translation>
+    </message>
+    <message>
+        <source>the recording is cut off or damaged at byte %1: the last %2 bytes are not played</source>
+        <translation>die Aufzeichnung ist bei Byte %1 abgeschnitten oder beschädigt: die letzten %2 Bytes werden nicht abgespielt</translation>
+    </message>
+    <message>
+        <source>cannot be made</source>
+        <translation>lässt sich nicht anlegen</translation>
+    </message>
+    <message>
+        <source>cannot be written</source>
+        <translation>lässt sich nicht schreiben</translation>
+    </message>
+    <message>
+        <source>cannot be shortened</source>
+        <translation>lässt sich nicht kürzen</translation>
+    </message>
+    <message>
+        <source>somebody else listens to this replay already</source>
+        <translation>diese Wiedergabe hat schon einen Zuhörer</translation>
+    </message>
+    <message>
+        <source>found &quot;%1&quot;, expected %2 with a speed of at most %3</source>
+        <translation>gefunden: „%1“, erwartet: %2 mit einer Geschwindigkeit von höchstens %3</translation>
+    </message>
+    <message>
+        <source>found &quot;%1&quot;, expected begin, end, a time such as 12:03:10 or +SECONDS</source>
+        <translation>gefunden: „%1“, erwartet: begin, end, eine Uhrzeit wie 12:03:10 oder +SEKUNDEN</translation>
+    </message>
+    <message>
+        <source>%1 was not recorded, %2 to %3 was</source>
+        <translation>%1 ist nicht aufgezeichnet, wohl aber %2 bis %3</translation>
+    </message>
+    <message>
+        <source>found &quot;%1&quot;, expected %2</source>
+        <translation>gefunden: „%1“, erwartet: %2</translation>
+    </message>
+    <message>
+        <source>a prefix of topic levels without &quot;+&quot;, &quot;#&quot; and &quot;$&quot;</source>
+        <translation>ein Präfix aus Topic-Ebenen ohne „+“, „#“ und „$“</translation>
+    </message>
+    <message>
+        <source> or %1</source>
+        <translation> oder %1</translation>
+    </message>
+    <message>
+        <source>a password does not belong on a command line; put it into a file, and name that in the configuration as PasswordFile of the group Distribution</source>
+        <translation>ein Passwort gehört nicht auf die Kommandozeile; es gehört in eine Datei, deren Name in der Konfiguration als PasswordFile der Gruppe Distribution steht</translation>
+    </message>
+    <message>
+        <source>the prefix &quot;%1&quot; cannot be used: expected topic levels without &quot;+&quot;, &quot;#&quot; and &quot;$&quot;</source>
+        <translation>das Präfix „%1“ ist nicht verwendbar: erwartet sind Topic-Ebenen ohne „+“, „#“ und „$“</translation>
+    </message>
+    <message>
+        <source>the user &quot;%1&quot; cannot be used: names with +, #, / or characters that nobody sees are no part of a topic</source>
+        <translation>der Benutzer „%1“ ist nicht verwendbar: Namen mit +, #, / oder unsichtbaren Zeichen sind kein Teil eines Topics</translation>
+    </message>
+    <message>
+        <source>this is a recording, in which nothing can be changed</source>
+        <translation>dies ist eine Aufzeichnung, in der sich nichts ändern lässt</translation>
+    </message>
+    <message>
+        <source>no owner was there</source>
+        <translation>es gab keinen Besitzer</translation>
+    </message>
+    <message>
+        <source>the owner was restarted before it answered</source>
+        <translation>der Besitzer ist neu gestartet, bevor er geantwortet hat</translation>
+    </message>
+    <message>
+        <source>the owner has left</source>
+        <translation>der Besitzer hat sich verabschiedet</translation>
+    </message>
+    <message>
+        <source>: the link has ended before it was sent</source>
+        <translation>: die Verbindung ging zu Ende, bevor es gesendet war</translation>
+    </message>
+    <message>
+        <source>: the owner&apos;s content is not here yet</source>
+        <translation>: der Inhalt des Besitzers ist noch nicht da</translation>
+    </message>
+    <message>
+        <source>: its owner is not there</source>
+        <translation>: sein Besitzer ist nicht da</translation>
+    </message>
+    <message>
+        <source>: collections are made by their owner</source>
+        <translation>: Sammlungen legt ihr Besitzer an</translation>
+    </message>
+    <message>
+        <source>, the outcome is unknown</source>
+        <translation>, der Ausgang ist unbekannt</translation>
+    </message>
+    <message>
+        <source>the link has ended, the outcome is unknown</source>
+        <translation>die Verbindung ist zu Ende, der Ausgang ist unbekannt</translation>
+    </message>
+    <message>
+        <source>the link has ended before it was sent</source>
+        <translation>die Verbindung ging zu Ende, bevor es gesendet war</translation>
+    </message>
+    <message>
+        <source>…: its path is too long</source>
+        <translation>…: sein Pfad ist zu lang</translation>
+    </message>
+    <message>
+        <source>: too large to be shared</source>
+        <translation>: zu groß zum Teilen</translation>
+    </message>
+    <message>
+        <source>too many changes wait for the owner</source>
+        <translation>zu viele Änderungen warten auf den Besitzer</translation>
+    </message>
+    <message>
+        <source>not answered in time, the outcome is unknown</source>
+        <translation>nicht rechtzeitig beantwortet, der Ausgang ist unbekannt</translation>
+    </message>
+    <message>
+        <source>could not be sent in time</source>
+        <translation>ließ sich nicht rechtzeitig senden</translation>
+    </message>
+    <message>
+        <source>the owner has forgotten this program, the outcome is unknown</source>
+        <translation>der Besitzer hat dieses Programm vergessen, der Ausgang ist unbekannt</translation>
+    </message>
+    <message>
+        <source>the owner had forgotten this program, it was not sent</source>
+        <translation>der Besitzer hatte dieses Programm vergessen, es wurde nicht gesendet</translation>
+    </message>
+</context>
 </TS>
