@@ -226,6 +226,16 @@ Bytes Encode(const LiveMessage& message)
     return out;
 }
 
+/// The epoch stands at the same place in every message, see headOf().
+void ShiftEpoch(Bytes& message, quint32 generation)
+{
+    constexpr std::size_t kEpochEnd = 2 + 16;
+    if (message.size() < kEpochEnd)
+        return;
+    for (std::size_t i = 0; i < sizeof generation; ++i)
+        message[kEpochEnd - 1 - i] ^= static_cast<char>(generation >> (8U * static_cast<unsigned>(i)));
+}
+
 std::optional<LiveMessage> DecodeLive(const Bytes& bytes)
 {
     LiveMessage message;

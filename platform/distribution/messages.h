@@ -273,6 +273,9 @@ KOLTA_DISTRIBUTION_EXPORT Bytes EncodeSnapshot(const Snapshot& snapshot);
 /// No less than the bytes that EncodeSnapshot() makes.
 KOLTA_DISTRIBUTION_EXPORT std::size_t SizeBound(const Snapshot& snapshot);
 
+/// Makes an encoded message one of another epoch: of a different one for each generation, of its own for 0.
+void ShiftEpoch(Bytes& message, quint32 generation);
+
 KOLTA_DISTRIBUTION_EXPORT std::optional<LiveMessage> DecodeLive(const Bytes& bytes);
 KOLTA_DISTRIBUTION_EXPORT std::optional<BeatMessage> DecodeBeat(const Bytes& bytes);
 KOLTA_DISTRIBUTION_EXPORT std::optional<LogMessage> DecodeLog(const Bytes& bytes);

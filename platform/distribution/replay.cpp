@@ -19,24 +19,6 @@ constexpr qint64 kTickMs = 100;
 /// A longer pause of the recorder, such as its machine's sleep, is told as one of this length.
 constexpr qint64 kLongestPauseMs = 3600 * 1000;
 
-// Places in every message, and in a claim of life.
-constexpr std::size_t kEpochAt = 2;
-constexpr std::size_t kEpochBytes = 16;
-constexpr std::size_t kStateAt = kEpochAt + kEpochBytes;
-
-bool isOf(const Record& record, const char* kind)
-{
-    const std::string_view topic(record.topic);
-    const std::string_view end(kind);
-    return topic.size() > end.size() && topic.substr(topic.size() - end.size()) == end;
-}
-
-bool isSignOfLife(const Record& record)
-{
-    return record.kind != RecordKind::LinkUp && record.kind != RecordKind::LinkDown &&
-           (record.kind != RecordKind::Message || isOf(record, "/beat"));
-}
-
 } // namespace
 
 Replay::Replay()
@@ -53,6 +35,7 @@ std::shared_ptr<Replay> Replay::Open(const ReplayAddress& address, QString& erro
     std::shared_ptr<Replay> replay(new Replay);
     if (!replay->m_reader.Open(address.file, error))
         return nullptr;
+    replay->m_topics.emplace(replay->head().prefix.toStdString());
     replay->m_positionMs = replay->begin();
     const auto from = replay->find(address.from, error);
     if (!from) {
@@ -280,9 +263,18 @@ bool Replay::playNext()
     passTime(record.timeMs);
     if (!m_carrier || !deliver(record))
         return false;
-    if (m_steps > 0 && !isSignOfLife(record))
+    if (m_steps > 0 && isStep(record))
         --m_steps;
     return true;
+}
+
+/// Whether it is more than a sign of life.
+bool Replay::isStep(const Record& record) const
+{
+    if (record.kind != RecordKind::Message)
+        return record.kind == RecordKind::LinkUp || record.kind == RecordKind::LinkDown;
+    const auto topic = m_topics->Parse(record.topic);
+    return !topic || topic->kind != TopicKind::Beat;
 }
 
 void Replay::passTime(qint64 timeMs)
@@ -305,21 +297,25 @@ bool Replay::deliver(Record& record)
         call(m_carrier->onDown, DownReason::Lost, record.text);
     if (record.kind != RecordKind::Message || !m_isLinkUp)
         return m_carrier != nullptr;
-    if (record.payload.size() >= kEpochAt + kEpochBytes) {
-        for (std::size_t i = 0; i < sizeof m_generation; ++i)
-            record.payload[kEpochAt + kEpochBytes - 1 - i] ^=
-                static_cast<char>(m_generation >> (8U * static_cast<unsigned>(i)));
-    }
-    if (isOf(record, "/live") && record.payload.size() > kStateAt) {
-        const auto topic = Topics(head().prefix.toStdString()).Parse(record.topic);
-        const std::pair life{topic ? topic->branch : QString(), record.payload.substr(kEpochAt, kEpochBytes)};
-        if (topic && record.payload[kStateAt] != 2)
-            m_lives[life] = record;
+    ShiftEpoch(record.payload, m_generation);
+    if (const auto said = claimOf(record)) {
+        const auto& [branch, live] = *said;
+        if (live.state != LiveState::Withdrawn)
+            m_lives[{branch, live.epoch}] = live;
         else
-            m_lives.erase(life);
+            m_lives.erase({branch, live.epoch});
     }
     call(m_carrier->onMessage, record.topic, record.payload);
     return m_carrier != nullptr;
+}
+
+/// The branch and what its owner, or the broker, says of the owner's life; nothing for other messages.
+std::optional<std::pair<QString, LiveMessage>> Replay::claimOf(const Record& record) const
+{
+    const auto topic = m_topics->Parse(record.topic);
+    const auto live =
+        topic && topic->kind == TopicKind::Live ? DecodeLive(record.payload) : std::optional<LiveMessage>();
+    return live ? std::optional(std::pair(topic->branch, *live)) : std::nullopt;
 }
 
 /// Tells the snapshot of a segment in the place of all that was told before.
@@ -360,21 +356,19 @@ void Replay::startAt(std::size_t number)
 /// have.
 void Replay::endLives(const RecordingReader::Segment& segment)
 {
-    const Topics topics(head().prefix.toStdString());
     std::set<QString> staying;
     auto record = m_reader.Read(segment.offset);
     for (record = m_reader.Read(record->next); record && record->kind != RecordKind::SnapshotEnd;
          record = m_reader.Read(record->next)) {
-        const auto topic = topics.Parse(record->topic);
-        if (topic && record->payload.size() > kStateAt && isOf(*record, "/live") &&
-            record->payload[kStateAt] == 1)
-            staying.insert(topic->branch);
+        const auto said = claimOf(*record);
+        if (said && said->second.state == LiveState::Alive)
+            staying.insert(said->first);
     }
     for (auto& [life, last] : std::exchange(m_lives, {})) {
-        Bytes payload = last.payload;
-        payload[kStateAt] = staying.count(life.first) > 0 ? '\0' : '\2';
+        const QString& branch = life.first;
+        last.state = staying.count(branch) > 0 ? LiveState::Dead : LiveState::Withdrawn;
         if (m_carrier)
-            call(m_carrier->onMessage, last.topic, payload);
+            call(m_carrier->onMessage, m_topics->Live(branch), Encode(last));
     }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <distribution/export.h>
+#include <distribution/messages.h>
 #include <distribution/recordingfile.h>
+#include <distribution/topics.h>
 
 #include <startup/clock.h>
 
@@ -97,8 +99,8 @@ Q_SIGNALS:
 
 private:
     friend class ReplayCarrier;
-    /// A life of an owner that was told of, by branch and the bytes of its epoch; its last claim.
-    using Lives = std::map<std::pair<QString, Bytes>, Record>;
+    /// A life of an owner that was told of, by branch and epoch; its last claim.
+    using Lives = std::map<std::pair<QString, QUuid>, LiveMessage>;
 
     Replay();
     void attach(ReplayCarrier* carrier);
@@ -111,6 +113,8 @@ private:
     void anchor();
     bool playTo(qint64 timeMs);
     bool playNext();
+    bool isStep(const Record& record) const;
+    std::optional<std::pair<QString, LiveMessage>> claimOf(const Record& record) const;
     void passTime(qint64 timeMs);
     bool deliver(Record& record);
     void startAt(std::size_t segment);
@@ -120,6 +124,7 @@ private:
     const std::optional<Record>& next();
 
     RecordingReader m_reader;
+    std::optional<Topics> m_topics; ///< as they were recorded
     Startup::ManualClock m_clock;
     ReplayCarrier* m_carrier = nullptr;
     QTimer m_timer;
