@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace distribution {
 
@@ -18,6 +17,8 @@ namespace {
 constexpr int kFirstRetryMs = 200;
 constexpr int kLongestRetryMs = 10000;
 constexpr int kRefusedRetryMs = 30000;
+/// Timers, input and painting have their turn after so long.
+constexpr int kTurnMs = 5;
 /// A connection that held so long was a good one.
 constexpr int kGoodAfterMs = 5000;
 constexpr int kPatienceMs = 15000;
@@ -35,8 +36,10 @@ int scattered(int milliseconds)
 MqttCarrier::MqttCarrier(const MqttOptions& options) : m_options(options), m_retryMs(kFirstRetryMs)
 {
     m_retry.setSingleShot(true);
+    m_rest.setSingleShot(true);
     m_patience.setSingleShot(true);
     m_patience.setInterval(kPatienceMs);
+    QObject::connect(&m_rest, &QTimer::timeout, &m_context, [this] { takeEvents(); });
     QObject::connect(&m_retry, &QTimer::timeout, &m_context, [this] { connect(); });
     QObject::connect(&m_patience, &QTimer::timeout, &m_context, [this] {
         down(DownReason::Lost,
@@ -74,7 +77,7 @@ void MqttCarrier::Close()
     if (!m_connection)
         return;
     m_connection->Leave();
-    m_left = std::move(m_connection);
+    m_left = giveUp();
 }
 
 void MqttCarrier::Publish(Publication publication)
@@ -118,27 +121,41 @@ void MqttCarrier::connect()
     m_patience.start();
     // Called on the connection's thread, which lets nobody destroy the connection meanwhile.
     m_connection = std::make_unique<MqttConnection>(m_options, m_will, m_clientId, [this] {
-        QMetaObject::invokeMethod(
-            &m_context, [this] { takeEvents(); }, Qt::QueuedConnection);
+        const auto take = [this] {
+            if (!m_rest.isActive())
+                takeEvents();
+        };
+        QMetaObject::invokeMethod(&m_context, take, Qt::QueuedConnection);
     });
 }
 
 /// Listeners may do anything, also close or destroy this.
 void MqttCarrier::takeEvents()
 {
-    if (!m_connection)
-        return;
-    std::vector<MqttConnection::Event> events;
-    const MqttConnection* const connection = m_connection.get();
-    if (m_connection->Take(events))
-        QMetaObject::invokeMethod(
-            &m_context, [this] { takeEvents(); }, Qt::QueuedConnection);
     const values::Weak<MqttCarrier> self(this);
-    for (const MqttConnection::Event& event : events) {
-        tell(event);
-        if (!self || m_connection.get() != connection)
+    QElapsedTimer turn;
+    turn.start();
+    while (self && m_connection) {
+        if (m_taken.empty())
+            m_connection->Take(m_taken);
+        if (m_taken.empty())
             return;
+        if (turn.hasExpired(kTurnMs)) {
+            m_rest.start();
+            return;
+        }
+        const MqttConnection::Event event = std::move(m_taken.front());
+        m_taken.pop_front();
+        tell(event);
     }
+}
+
+/// What has come of a connection that is given up is not told any more.
+std::unique_ptr<MqttConnection> MqttCarrier::giveUp()
+{
+    m_rest.stop();
+    m_taken.clear();
+    return std::move(m_connection);
 }
 
 void MqttCarrier::tell(const MqttConnection::Event& event)
@@ -169,7 +186,7 @@ void MqttCarrier::down(DownReason reason, const QString& text)
 {
     const bool wasUp = std::exchange(m_isUp, false);
     m_patience.stop();
-    m_connection.reset();
+    giveUp().reset();
     if (wasUp && m_upSince.hasExpired(kGoodAfterMs))
         m_retryMs = kFirstRetryMs;
     if (reason == DownReason::Lost) {

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <deque>
 #include <memory>
 
 namespace distribution {
@@ -41,6 +42,7 @@ public:
 private:
     void connect();
     void takeEvents();
+    std::unique_ptr<MqttConnection> giveUp();
     void tell(const MqttConnection::Event& event);
     void down(DownReason reason, const QString& text);
     void check(bool couldSend);
@@ -49,8 +51,10 @@ private:
     Will m_will;
     Bytes m_clientId;
     std::unique_ptr<MqttConnection> m_connection;
-    std::unique_ptr<MqttConnection> m_left; ///< the one that Close() has ended
-    QObject m_context;                      ///< events of the connection's thread come to it
+    std::unique_ptr<MqttConnection> m_left;    ///< the one that Close() has ended
+    QObject m_context;                         ///< events of the connection's thread come to it
+    std::deque<MqttConnection::Event> m_taken; ///< from it, and not told yet
+    QTimer m_rest;                             ///< of these, once others had their turn
     QTimer m_retry;
     QTimer m_patience; ///< with an attempt that does not come to an end
     QElapsedTimer m_upSince;

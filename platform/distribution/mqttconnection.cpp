@@ -78,7 +78,7 @@ bool MqttConnection::WaitForEnd(int milliseconds)
                                        [this] { return m_shared->isOver || m_shared->isAbandoned; });
 }
 
-bool MqttConnection::Take(std::vector<Event>& events)
+void MqttConnection::Take(std::deque<Event>& events)
 {
     const std::lock_guard<std::mutex> lock(m_shared->mutex);
     std::deque<Event>& inbox = m_shared->inbox;
@@ -90,7 +90,6 @@ bool MqttConnection::Take(std::vector<Event>& events)
     }
     if (std::exchange(m_shared->isPaused, false))
         m_shared->wake();
-    return !inbox.empty();
 }
 
 } // namespace distribution

@@ -6,9 +6,9 @@
 
 #include <QString>
 
+#include <deque>
 #include <functional>
 #include <memory>
-#include <vector>
 
 namespace distribution {
 
@@ -45,9 +45,8 @@ public:
     /// Waits until the connection has taken leave; false when it has not within so long.
     bool WaitForEnd(int milliseconds);
 
-    /// The oldest events that have come, about a mebibyte of them; whether there are more. They count as
-    /// handed on then.
-    bool Take(std::vector<Event>& events);
+    /// Appends the oldest events that have come, about a mebibyte of them. They count as handed on then.
+    void Take(std::deque<Event>& events);
 
     MqttConnection(const MqttConnection&) = delete;
     MqttConnection& operator=(const MqttConnection&) = delete;
