@@ -371,7 +371,10 @@ void BranchOwner::takeAsk(const AskMessage& ask, qint64 nowMs)
         return;
     if (ask.from > channel->GetNewest()) {
         m_beatAtMs = std::min(m_beatAtMs, nowMs + kGatherAsksMs);
-    } else if (!channel->CanReplay(ask.from)) {
+    } else if (ask.from == 0) {
+        askState(*channel, nowMs);
+    } else if (!channel->CanReplay(ask.from) || channel->IsDearerThanState(ask.from)) {
+        publishLog(*channel, {EncodeLogHead(m_settings.epoch, ask.from, 0)}); // take the state instead
         askState(*channel, nowMs);
     } else {
         auto& asks = channel->asks;

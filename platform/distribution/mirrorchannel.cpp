@@ -54,8 +54,7 @@ FormerChannel MirrorChannel::Restart(const QString& reason, FormerChannel next)
     m_askStateMs = m_askPauseMs = 0;
     m_askReplayMs = kNever;
     m_replayAsks = 0;
-    m_held.clear();
-    m_heldBytes = 0;
+    dropHeld();
     m_assembler.Clear();
     Paths ended;
     const auto wishes = m_own.Exchange(next.wishes, ended);
@@ -128,16 +127,21 @@ void MirrorChannel::TakeLog(const LogMessage& message, const Bytes& bytes, qint6
         held = bytes;
     }
     noteTarget(end - 1, nowMs + kGapMs);
-    if (m_heldBytes > kMaximumHeldBytes) {
-        m_held.clear();
-        m_heldBytes = 0;
-    }
+    if (m_heldBytes > kMaximumHeldBytes)
+        dropHeld();
     play(nowMs);
+}
+
+void MirrorChannel::dropHeld()
+{
+    m_held.clear();
+    m_heldBytes = 0;
 }
 
 /// Plays what is held and in its turn.
 void MirrorChannel::play(qint64 nowMs)
 {
+    const quint64 former = m_number;
     while (!m_stateNeeded && !m_held.empty() && m_held.begin()->first <= m_number + 1) {
         const Bytes bytes = std::move(m_held.begin()->second);
         m_held.erase(m_held.begin());
@@ -154,6 +158,9 @@ void MirrorChannel::play(qint64 nowMs)
         m_replayAsks = 0;
     } else if (m_askReplayMs == kNever) {
         m_askReplayMs = nowMs + kGapMs;
+    } else if (m_replayAsks > 0 && m_number > former) {
+        m_askReplayMs = nowMs + kAskAgainMs; // what was asked for comes, in many messages
+        m_replayAsks = 1;
     }
 }
 
@@ -288,8 +295,7 @@ void MirrorChannel::TakeBeat(quint64 number, qint64 nowMs)
         kTrace(eFallingNumbers,
                QStringLiteral("%1: the owner's numbers fall").arg(m_mirror.m_settings.branch));
         m_number = m_target = m_neededNumber = 0;
-        m_held.clear();
-        m_heldBytes = 0;
+        dropHeld();
         NeedState(0);
     }
     noteTarget(number, nowMs + kTailMs);
@@ -422,6 +428,7 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
             return;
         }
         ask(m_number + 1);
+        dropHeld(); // it is among what is said again, and is dealt with in its turn
     }
     if (!maySend || !m_joined)
         return;

@@ -10,6 +10,10 @@ namespace distribution {
 namespace {
 
 constexpr std::size_t kMaximumEntries = 100000;
+/// Of contents that one message changes, where it has several entries.
+constexpr std::size_t kRenewedBytes = 1U << 20U;
+/// Contents of so many states take longer to be made anew than a state to be sent and taken.
+constexpr std::size_t kRenewedPerState = 32;
 /// Room for the head of a log message.
 constexpr std::size_t kHeadBytes = 64;
 
@@ -71,16 +75,26 @@ void OwnerChannel::Append(const Entry& entry)
         if (m_failureBytes > Limits::kTableFailureBytes)
             boundTable();
     }
-    Bytes encoded = EncodeEntry(entry);
-    m_bytes += encoded.size();
-    m_unsentBytes += encoded.size();
-    m_log.push_back(std::move(encoded));
+    Logged logged{EncodeEntry(entry), renewedBytes(entry)};
+    m_bytes += logged.entry.size();
+    m_unsentBytes += logged.entry.size();
+    m_log.push_back(std::move(logged));
     ++m_newest;
     while (m_log.size() > 1 && (m_bytes > m_logBytes || m_log.size() > kMaximumEntries)) {
-        m_bytes -= m_log.front().size();
+        m_bytes -= m_log.front().entry.size();
         m_log.pop_front();
         ++m_first;
     }
+}
+
+std::size_t OwnerChannel::renewedBytes(const Entry& entry) const
+{
+    std::size_t bytes = 0;
+    for (const Change& change : entry.changes) {
+        const ItemTable::Item* const item = m_items.Find(change.id);
+        bytes += item ? item->Size() : 0;
+    }
+    return bytes;
 }
 
 /// Many writers whose changes are refused would make a state that is too large for those who join.
@@ -120,23 +134,36 @@ std::vector<Bytes> OwnerChannel::Replay(const QUuid& epoch, quint64 from, std::s
     return messages(epoch, std::max(from, m_first), maximumPayload);
 }
 
-/// The entries in as few messages as they fit in. For one that fits in none there is a message without
+bool OwnerChannel::IsDearerThanState(quint64 from) const
+{
+    std::size_t renewed = 0, whole = kRenewedBytes;
+    for (quint64 number = std::max(from, m_first); number <= m_newest; ++number)
+        renewed += m_log[static_cast<std::size_t>(number - m_first)].renewedBytes;
+    for (const auto& [id, item] : m_items.All())
+        whole += item.Size();
+    return renewed > kRenewedPerState * whole;
+}
+
+/// The entries in as few messages as they may be in. For one that fits in none there is a message without
 /// entries.
 std::vector<Bytes> OwnerChannel::messages(const QUuid& epoch, quint64 from, std::size_t maximumPayload) const
 {
     std::vector<Bytes> messages;
     while (from <= m_newest) {
         const quint64 first = from;
-        std::size_t size = kHeadBytes;
-        const auto entryAt = [this](quint64 number) -> const Bytes& {
+        std::size_t size = kHeadBytes, renewed = 0;
+        const auto at = [this](quint64 number) -> const Logged& {
             return m_log[static_cast<std::size_t>(number - m_first)];
         };
-        while (from <= m_newest && size + entryAt(from).size() <= maximumPayload)
-            size += entryAt(from++).size();
+        while (from <= m_newest && size + at(from).entry.size() <= maximumPayload &&
+               (from == first || renewed + at(from).renewedBytes <= kRenewedBytes)) {
+            renewed += at(from).renewedBytes;
+            size += at(from++).entry.size();
+        }
         Bytes message = EncodeLogHead(epoch, first, static_cast<quint32>(from - first));
         message.reserve(size);
         for (quint64 number = first; number < from; ++number)
-            message += entryAt(number);
+            message += at(number).entry;
         if (from == first)
             ++from;
         messages.push_back(std::move(message));

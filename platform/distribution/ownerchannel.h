@@ -39,7 +39,8 @@ public:
     void Append(const Entry& entry);
 
     /// Log messages of at most `maximumPayload` bytes with all entries that have not been sent, after which
-    /// they count as sent.
+    /// they count as sent. What changes large contents is in messages of its own: who mirrors them makes
+    /// each anew, and deals with a message at a time.
     std::vector<Bytes> TakeUnsent(const QUuid& epoch, std::size_t maximumPayload);
     std::size_t GetUnsentBytes() const noexcept { return m_unsentBytes; }
     bool HasUnsent() const noexcept { return m_sent < m_newest; }
@@ -48,6 +49,8 @@ public:
 
     bool CanReplay(quint64 from) const noexcept { return from >= m_first && from <= m_newest; }
     std::vector<Bytes> Replay(const QUuid& epoch, quint64 from, std::size_t maximumPayload) const;
+    /// Whether the entries from there on would make who mirrors them renew far more than a state does.
+    bool IsDearerThanState(quint64 from) const;
 
     /// The state as it is now; `collection`: content of the collection.
     Snapshot MakeSnapshot(const Content& collection) const;
@@ -65,7 +68,14 @@ public:
     Asks asks;
 
 private:
+    struct Logged
+    {
+        Bytes entry;              ///< encoded
+        std::size_t renewedBytes; ///< of the contents that it changes
+    };
+
     void boundTable();
+    std::size_t renewedBytes(const Entry& entry) const;
     std::vector<Bytes> messages(const QUuid& epoch, quint64 from, std::size_t maximumPayload) const;
 
     quint16 m_channel;
@@ -74,8 +84,8 @@ private:
     ItemTable m_items;
     std::map<QUuid, SessionNumber> m_sessions;
     std::size_t m_failureBytes = 0; ///< of all sessions
-    std::deque<Bytes> m_log;        ///< encoded entries
-    quint64 m_first = 2;            ///< number of the first entry in the log
+    std::deque<Logged> m_log;
+    quint64 m_first = 2; ///< number of the first entry in the log
     quint64 m_newest = 1;
     quint64 m_sent = 1;
     std::size_t m_bytes = 0; ///< of all entries in the log

@@ -208,6 +208,23 @@ private Q_SLOTS:
         QVERIFY(all.Same());
         QVERIFY2(all.owner->largest[TopicKind::Log] <= 256,
                  std::to_string(all.owner->largest[TopicKind::Log]).c_str());
+        // Who has missed a few of its changes hears each in a message of its own, who has missed many a
+        // state.
+        for (const int missed : {5, 200}) {
+            all.world.Run(70000); // until the state has been renewed
+            all.world.broker.Cut(all.A().carrier, 1000);
+            for (int i = 0; i < missed; ++i) {
+                tuners.replace(tuners.find("free", tuners.size() / 3), 4, "busy");
+                all.owner->Do(set(root + QStringLiteral("/tuners"), tuners));
+                all.world.Run(1);
+            }
+            const int logs = all.owner->published[TopicKind::Log];
+            const int states = all.owner->published[TopicKind::State];
+            all.world.Run(5000);
+            QVERIFY(all.Same());
+            QCOMPARE(all.owner->published[TopicKind::State] == states, missed == 5);
+            QCOMPARE(all.owner->published[TopicKind::Log] - logs, missed == 5 ? 3 : 1);
+        }
         // Many small ones go in as many wishes as the broker takes.
         for (int i = 0; i < 20; ++i)
             all.A().Do(add(root + QStringLiteral("/many%1").arg(i), Bytes(9000, 'm')));
