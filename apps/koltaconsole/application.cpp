@@ -4,6 +4,7 @@
 #include <startup/tracesource.h>
 
 #include <cstdio>
+#include <malloc.h>
 
 namespace KoltaConsole {
 
@@ -21,6 +22,14 @@ bool Application::notify(QObject* receiver, QEvent* event)
             std::fprintf(stderr, "koltaconsole: %s\n", qPrintable(text));
     }
     return false;
+}
+
+void keepFreedMemory()
+{
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, 32 << 20); // more is refused
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
+#endif
 }
 
 } // namespace KoltaConsole

@@ -25,4 +25,9 @@ private:
     std::function<void(const QString&)> m_taker;
 };
 
+/// Keeps memory that is freed for what comes next. The texts of a large installation have some 10 MB and are
+/// made anew with every change: given back to the system in between, each would have to come page by page,
+/// which holds the window up for tens of milliseconds. To be called before threads are there.
+void keepFreedMemory();
+
 } // namespace KoltaConsole

@@ -163,6 +163,7 @@ int run(Application& application, Options& options)
 
 int main(int argc, char** argv)
 {
+    keepFreedMemory();
     // A picture needs no display.
     if (!wordOf(argc, argv, "--screenshot").isEmpty() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

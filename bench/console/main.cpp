@@ -1,6 +1,7 @@
 #include "player.h"
 #include "watcher.h"
 
+#include <koltaconsole/application.h>
 #include <koltaconsole/widgets/theme.h>
 
 #include <distribution/localbroker.h>
@@ -85,6 +86,7 @@ int main(int argc, char** argv)
     if (argc == 5 && qstrcmp(argv[1], "watch") == 0) {
         if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
+        KoltaConsole::keepFreedMemory();
         const QApplication application(argc, argv);
         QCoreApplication::setApplicationName(QStringLiteral("kolta_fluency"));
         return watch(QCoreApplication::arguments(), clock);

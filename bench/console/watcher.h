@@ -48,6 +48,8 @@ private:
 
     void noteTurn();
     void noteFirstView();
+    void tellLongest(const char* when);
+    void beginWhenCurrent();
     void prepare();
     void add(const QString& name, const std::function<void()>& run);
     void addTyping(const QString& text);
@@ -70,7 +72,6 @@ private:
     double m_lastWork = 0.0;
     bool m_isFull = false;
     bool m_isSlow = false; ///< the first view came late
-    bool m_isMeasuring = false;
     std::vector<Gap> m_gaps;
 };
 
