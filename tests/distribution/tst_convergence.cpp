@@ -346,7 +346,8 @@ bool History::isSettled() const
     return std::all_of(m_writers.begin(), m_writers.end(), [&](const Writer& writer) {
         const BranchMirror& mirror = *writer.peer->mirror;
         return mirror.GetState() == BranchState::Live && mirror.GetEpoch() == m_owner->owner->GetEpoch() &&
-               mirror.GetOpenWishes() == 0 && NumbersOf(mirror) == NumbersOf(*m_owner->owner);
+               mirror.GetOpenWishes() == 0 && mirror.CountJoinedParts() == mirror.CountParts() &&
+               NumbersOf(mirror) == NumbersOf(*m_owner->owner);
     });
 }
 
