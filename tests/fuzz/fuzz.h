@@ -54,7 +54,8 @@ public:
     std::vector<char> takePiece()
     {
         int size = takeByte();
-        size = std::min(size + 256 * takeByte(), restSize());
+        size += 256 * takeByte();
+        size = std::min(size, restSize());
         m_at += size;
         return std::vector<char>(rest() - size, rest());
     }
