@@ -75,7 +75,8 @@ void OwnerChannel::Append(const Entry& entry)
         if (m_failureBytes > Limits::kTableFailureBytes)
             boundTable();
     }
-    Logged logged{EncodeEntry(entry), renewedBytes(entry)};
+    Logged logged{EncodeEntry(entry), renewedBytes(entry), m_renewedBytes};
+    m_renewedBytes += logged.renewedBytes;
     m_bytes += logged.entry.size();
     m_unsentBytes += logged.entry.size();
     m_log.push_back(std::move(logged));
@@ -136,9 +137,11 @@ std::vector<Bytes> OwnerChannel::Replay(const QUuid& epoch, quint64 from, std::s
 
 bool OwnerChannel::IsDearerThanState(quint64 from) const
 {
-    std::size_t renewed = 0, whole = kRenewedBytes;
-    for (quint64 number = std::max(from, m_first); number <= m_newest; ++number)
-        renewed += m_log[static_cast<std::size_t>(number - m_first)].renewedBytes;
+    const quint64 renewed =
+        m_renewedBytes - m_log[static_cast<std::size_t>(std::max(from, m_first) - m_first)].renewedBefore;
+    quint64 whole = kRenewedBytes;
+    if (renewed <= kRenewedPerState * whole)
+        return false;
     for (const auto& [id, item] : m_items.All())
         whole += item.Size();
     return renewed > kRenewedPerState * whole;

@@ -72,6 +72,7 @@ private:
     {
         Bytes entry;              ///< encoded
         std::size_t renewedBytes; ///< of the contents that it changes
+        quint64 renewedBefore;    ///< by all entries before it
     };
 
     void boundTable();
@@ -90,6 +91,7 @@ private:
     quint64 m_sent = 1;
     std::size_t m_bytes = 0; ///< of all entries in the log
     std::size_t m_unsentBytes = 0;
+    quint64 m_renewedBytes = 0; ///< by all entries
 };
 
 } // namespace distribution
