@@ -129,6 +129,7 @@ void TestReplay::goesWhereItIsTold()
     QVERIFY(std::any_of(lines.begin(), lines.end(), [&stage](const QLineEdit* line) {
         return line->toolTip().contains(stage.session->treeUrl());
     }));
+    QTRY_VERIFY(stage.session->factsOf(QStringLiteral("S1")).lastKnown.isValid());
     const ServerFacts gone = stage.session->factsOf(QStringLiteral("S1"));
     QCOMPARE(gone.lastKnown.date(), replay.timeAt(replay.end()).date());
     QCOMPARE(gone.reason(),
