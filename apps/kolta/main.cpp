@@ -70,6 +70,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(KOLTA_VERSION));
     // A reader that goes away shows as a failed write.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is told as one that cannot be written
     const int exitCode = KoltaCli::dispatch(QCoreApplication::arguments().mid(1));
     return exitCode == KoltaCli::eExitOk && KoltaCli::outputIsLost() ? KoltaCli::eExitFailed : exitCode;
 }

@@ -18,6 +18,7 @@
 #include <QLocale>
 #include <QTimer>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -164,6 +165,7 @@ int run(Application& application, Options& options)
 int main(int argc, char** argv)
 {
     keepFreedMemory();
+    std::signal(SIGXFSZ, SIG_IGN); // a journal that may not grow is told as one that cannot be written
     // A picture needs no display.
     if (!wordOf(argc, argv, "--screenshot").isEmpty() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

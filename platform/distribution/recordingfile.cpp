@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 #include <fcntl.h>
@@ -25,9 +26,10 @@ namespace {
 
 constexpr std::size_t kCopyBytes = 1U << 20U;
 
+/// No longer than readers take; a character at the end may go whole.
 void appendText(Bytes& out, const QString& text)
 {
-    const QByteArray bytes = text.toUtf8();
+    const QByteArray bytes = text.left(static_cast<int>(kRecordingTextBytes / 3)).toUtf8();
     AppendInteger(out, static_cast<quint32>(bytes.size()));
     out.append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
 }
@@ -162,8 +164,8 @@ bool RecordingWriter::append(RecordKind kind, qint64 timeMs, const Bytes& head, 
 bool RecordingWriter::DropBefore(quint64 offset)
 {
     const QByteArray path = QFile::encodeName(m_path);
-    const QByteArray shorter = path + ".shorter";
-    const int copy = ::open(shorter.constData(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    QByteArray shorter = path + ".XXXXXX"; // a file of nobody else, readable by its user alone
+    const int copy = ::mkostemp(shorter.data(), O_CLOEXEC);
     const Bytes head = fileHead();
     const bool isWhole = copy >= 0 && writeAll(copy, head.data(), head.size()) &&
                          copyFrom(m_descriptor, offset, copy) && ::fdatasync(copy) == 0 &&

@@ -16,5 +16,6 @@ constexpr std::size_t kRecordingHeadBytes = kRecordingMagicBytes + 4;
 /// Length and checksum of a record; its kind and time begin the body.
 constexpr std::size_t kRecordFrameBytes = 8;
 constexpr std::size_t kRecordStartBytes = 9;
+constexpr std::size_t kRecordingTextBytes = 4096; ///< at most
 
 } // namespace distribution

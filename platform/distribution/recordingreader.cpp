@@ -6,6 +6,8 @@
 
 #include <values/bytestream.h>
 
+#include <QFileInfo>
+
 #include <zlib.h>
 
 #include <algorithm>
@@ -14,7 +16,6 @@ namespace distribution {
 
 namespace {
 
-constexpr std::size_t kMostTextBytes = 4096;
 /// Times beyond that (a hundred years) come from nobody's recorder.
 constexpr qint64 kMostTimeMs = qint64(100) * 366 * 24 * 3600 * 1000;
 
@@ -37,7 +38,7 @@ bool decode(const QByteArray& body, Record& record)
     if (!in.Fits() || !isTime(record.timeMs))
         return false;
     if (record.kind == RecordKind::LinkDown || record.kind == RecordKind::End)
-        record.text = in.ShortText(kMostTextBytes);
+        record.text = in.ShortText(kRecordingTextBytes);
     if (record.kind == RecordKind::Message) {
         const values::ByteReader topic = in.Block();
         record.topic.assign(topic.Position(), topic.Remaining());
@@ -54,7 +55,7 @@ bool decodeHead(const QByteArray& body, SegmentHead& head)
     head.wallMs = in.Integer<qint64>();
     head.isLinkUp = in.Integer<quint8>() != 0;
     for (QString* const text : {&head.host, &head.program, &head.source, &head.prefix})
-        *text = in.ShortText(kMostTextBytes);
+        *text = in.ShortText(kRecordingTextBytes);
     return in.Fits() && head.wallMs >= 0 && head.wallMs <= 3 * kMostTimeMs;
 }
 
@@ -69,10 +70,12 @@ bool RecordingReader::Open(const QString& path, QString& error)
     };
     m_path = path;
     m_file.setFileName(path);
+    if (const QFileInfo info(path); info.exists() && !info.isFile()) // a pipe would be waited for
+        return refuse(Texts::tr("it is no recording"));
     if (!m_file.open(QIODevice::ReadOnly))
         return refuse(m_file.errorString());
     const QByteArray head = m_file.read(kRecordingHeadBytes);
-    if (m_file.isSequential() || head.size() < int(kRecordingHeadBytes) || !head.startsWith(kRecordingMagic))
+    if (head.size() < int(kRecordingHeadBytes) || !head.startsWith(kRecordingMagic))
         return refuse(Texts::tr("it is no recording"));
     quint16 major = 0;
     values::ByteReader(head.constData() + kRecordingMagicBytes, 2).ReadInteger(major);

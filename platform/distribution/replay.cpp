@@ -318,6 +318,12 @@ std::optional<std::pair<QString, LiveMessage>> Replay::claimOf(const Record& rec
     return live ? std::optional(std::pair(topic->branch, *live)) : std::nullopt;
 }
 
+/// The next record; nothing behind nothing.
+std::optional<Record> Replay::behind(const std::optional<Record>& record)
+{
+    return record ? m_reader.Read(record->next) : std::nullopt;
+}
+
 /// Tells the snapshot of a segment in the place of all that was told before.
 void Replay::startAt(std::size_t number)
 {
@@ -329,9 +335,9 @@ void Replay::startAt(std::size_t number)
     ++m_generation;
     m_segment = number;
     m_isBegun = false;
-    auto record = m_reader.Read(segment.offset);
-    // Its messages stand in the order of their times, which are those at which they were heard.
-    for (record = m_reader.Read(record->next); record && m_carrier; record = m_reader.Read(record->next)) {
+    // Its messages stand in the order of their times, which are those at which they were heard. Somebody may
+    // have cut the file meanwhile.
+    for (auto record = behind(m_reader.Read(segment.offset)); record && m_carrier; record = behind(record)) {
         if (record->kind == RecordKind::SnapshotEnd)
             break;
         if (!m_isBegun) {
@@ -357,9 +363,8 @@ void Replay::startAt(std::size_t number)
 void Replay::endLives(const RecordingReader::Segment& segment)
 {
     std::set<QString> staying;
-    auto record = m_reader.Read(segment.offset);
-    for (record = m_reader.Read(record->next); record && record->kind != RecordKind::SnapshotEnd;
-         record = m_reader.Read(record->next)) {
+    for (auto record = behind(m_reader.Read(segment.offset));
+         record && record->kind != RecordKind::SnapshotEnd; record = behind(record)) {
         const auto said = claimOf(*record);
         if (said && said->second.state == LiveState::Alive)
             staying.insert(said->first);

@@ -117,6 +117,7 @@ private:
     std::optional<std::pair<QString, LiveMessage>> claimOf(const Record& record) const;
     void passTime(qint64 timeMs);
     bool deliver(Record& record);
+    std::optional<Record> behind(const std::optional<Record>& record);
     void startAt(std::size_t segment);
     void endLives(const RecordingReader::Segment& segment);
     void finishMove();

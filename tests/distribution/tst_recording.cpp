@@ -209,11 +209,10 @@ private Q_SLOTS:
         QVERIFY2(played.contains("File exists") && readFile(killed) == whole, played.constData());
 
         const QString full = m_folder.filePath(QStringLiteral("full.rec"));
-        const auto limited =
-            started(QStringLiteral("sh"),
-                    {QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 128; exec \"$@\""),
-                     QStringLiteral("sh"), QStringLiteral(KOLTA_PROGRAM), QStringLiteral("record"), full,
-                     QStringLiteral("--tree"), m_broker.url()});
+        const auto limited = started(
+            QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("ulimit -f 128; exec \"$@\""),
+                                   QStringLiteral("sh"), QStringLiteral(KOLTA_PROGRAM),
+                                   QStringLiteral("record"), full, QStringLiteral("--tree"), m_broker.url()});
         QVERIFY(limited->says("Ctrl-C ends"));
         for (int i = 0; i < 100 && limited->state() != QProcess::NotRunning; ++i) {
             live("produce scp --server S1 --class HF --frequency 7.1M");
