@@ -101,6 +101,13 @@ int watch(const CommandLine& line, Servers& servers)
         printError(journal.problem());
         return eExitFailed;
     }
+    if (!journal.problem().isEmpty()) // what a crash has cut; the rest is good
+        printError(journal.problem());
+    bool isKept = true;
+    QObject::connect(&journal, &Kolta::Journal::writingFailed, &watcher, [&journal, &isKept] {
+        isKept = false;
+        printError(QStringLiteral("what happens is no longer kept: %1").arg(journal.problem()));
+    });
     journal.follow(watcher.events());
     const auto outputWatch = watchOutput();
     std::vector<std::unique_ptr<KoltaSimulation::Activity>> activities;
@@ -123,7 +130,7 @@ int watch(const CommandLine& line, Servers& servers)
               line.isSet("timeout") ? line.timeoutMs() : kWaitForever);
     if (mirror)
         mirror->setLinkListener(nullptr);
-    return eExitOk;
+    return isKept ? eExitOk : eExitFailed;
 }
 
 } // namespace

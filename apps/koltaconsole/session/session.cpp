@@ -248,6 +248,10 @@ void Session::startJournal(const QString& file, bool isWritten)
     if (!file.isEmpty() && !(isWritten ? d->journal.open(file) : d->journal.read(file)))
         tell(tr("the journal is kept in memory alone: %1").arg(d->journal.problem()),
              Kolta::Event::Weight::Attention);
+    connect(&d->journal, &Kolta::Journal::writingFailed, this, [this] {
+        tell(tr("from now on the journal is kept in memory alone: %1").arg(d->journal.problem()),
+             Kolta::Event::Weight::Attention);
+    });
     d->events.followUser(UserRights::Instance());
     d->events.followConnections(Kolta::KoltaConnectionsViewer::Instance());
     d->journal.follow(d->events);

@@ -3252,6 +3252,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>das Journal steht nur im Speicher: %1</translation>
     </message>
     <message>
+        <source>from now on the journal is kept in memory alone: %1</source>
+        <translation>ab jetzt ist das Journal nur im Speicher: %1</translation>
+    </message>
+    <message>
         <source>Layout and drafts are kept in memory alone: %1 cannot be written.</source>
         <translation>Anordnung und Entwürfe stehen nur im Speicher: %1 lässt sich nicht schreiben.</translation>
     </message>

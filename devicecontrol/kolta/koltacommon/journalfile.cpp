@@ -232,8 +232,11 @@ bool JournalFile::flush(const std::function<QByteArray()>& top)
         m_buffer.prepend(kHeader + top());
     }
     const QByteArray buffer = std::exchange(m_buffer, QByteArray());
-    if (m_file.write(buffer) != buffer.size())
-        return fail(tr("%1 cannot be written: %2").arg(m_path, m_file.errorString()));
+    for (qint64 written = 0, more = 0; written < buffer.size(); written += more) {
+        more = m_file.write(buffer.constData() + written, buffer.size() - written);
+        if (more <= 0) // after a part of it was, the reason is known here
+            return fail(tr("%1 cannot be written: %2").arg(m_path, m_file.errorString()));
+    }
     m_size += buffer.size();
     return true;
 }
