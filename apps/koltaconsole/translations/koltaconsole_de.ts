@@ -2579,6 +2579,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Keine Zeile des Korbs ist ausgewählt.</translation>
     </message>
     <message>
+        <source>It is being asked for.</source>
+        <translation>Sie wird gerade angefordert.</translation>
+    </message>
+    <message>
         <source>Candidates, last known: %1, %2 refused</source>
         <translation>Kandidaten, letzter Stand: %1, abgelehnt %2</translation>
     </message>
@@ -3854,6 +3858,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>Its server is not there any more.</source>
         <translation>Sein Server ist nicht mehr da.</translation>
+    </message>
+    <message>
+        <source>Refused: the order is for %1.</source>
+        <translation>Abgewiesen: der Auftrag gilt %1.</translation>
     </message>
     <message>
         <source>Nothing can be ordered: %1.</source>

@@ -176,10 +176,15 @@ void Cart::remove(int row)
     Q_EMIT si_Changed();
 }
 
+bool Cart::isAsked(int row) const
+{
+    return row >= 0 && row < rowCount() && m_lines[static_cast<std::size_t>(row)]->state == State::Asked;
+}
+
 void Cart::clear()
 {
     for (int row = rowCount() - 1; row >= 0; --row) {
-        if (m_lines[static_cast<std::size_t>(row)]->state != State::Asked)
+        if (!isAsked(row))
             remove(row);
     }
 }

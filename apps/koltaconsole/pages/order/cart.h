@@ -57,6 +57,8 @@ public:
     void restore();
     /// `server`: the one that is to run it; empty: any.
     void add(const Kolta::ProductionOrder& order, const QString& server);
+    /// Its server has been asked and has not answered: the line has to wait for what comes.
+    bool isAsked(int row) const;
     /// Plans that tuner for a line; false, and the line says why, when it cannot be had.
     bool plan(int row, const Offer& offer);
     void remove(int row);

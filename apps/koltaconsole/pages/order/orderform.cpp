@@ -315,7 +315,8 @@ void OrderForm::take()
                     : QUuid();
     order.demandClass = m_demandClass->currentData().toString();
     const QString storage = m_storage->currentData().toString();
-    const QString server = m_server->currentData().toString();
+    const QString host = m_session.serverOfProcessor(order.mcp); // an FFP's tuner is one of there
+    const QString server = host.isEmpty() ? m_server->currentData().toString() : host;
     const bool isSameServer = server == m_session.draft().server();
     order.storageGuids = storage.isEmpty() || !isSameServer ? QStringList() : QStringList(storage);
     order.displayName = m_name->text().trimmed();

@@ -264,7 +264,10 @@ void OrderPage::makeCartActions()
         "cart-remove", tr("Take the line out of the cart"), QKeySequence(Qt::Key_Delete),
         [this] { m_cart.remove(m_cartTable->currentIndex().row()); },
         [this] {
-            return m_cartTable->currentIndex().isValid() ? QString() : tr("No line of the cart is selected.");
+            const QModelIndex current = m_cartTable->currentIndex();
+            return !current.isValid()              ? tr("No line of the cart is selected.")
+                   : m_cart.isAsked(current.row()) ? tr("It is being asked for.")
+                                                   : QString();
         },
         {});
 }
@@ -402,12 +405,8 @@ QString OrderPage::serverOf(const ProductionOrder& order) const
     const Offer offer = m_candidates->offer();
     if (!offer.isNone())
         return offer.server;
-    const Kolta::ProcessorModel& model = session().processors();
-    for (int row = 0; !order.mcp.isNull() && row < model.rowCount(); ++row) {
-        if (Kolta::guidFromText(model.index(row, 0).data(Roles::GuidRole).toString()) == order.mcp)
-            return model.index(row, Kolta::ProcessorModel::eServerColumn).data().toString();
-    }
-    return session().draft().server();
+    const QString host = session().serverOfProcessor(order.mcp);
+    return host.isEmpty() ? session().draft().server() : host;
 }
 
 void OrderPage::start()

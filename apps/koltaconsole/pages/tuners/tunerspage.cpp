@@ -137,8 +137,13 @@ void TunersPage::orderCurrent()
     if (current.isValid()) {
         Kolta::ProductionOrder wanted = session().draft().order();
         wanted.tunerClass = current.sibling(current.row(), TunerModel::eClassColumn).data().toString();
-        session().draft().set(wanted, current.data(Roles::ServerRole).toString(),
-                              current.data(Roles::GuidRole).toString());
+        const QString server = current.data(Roles::ServerRole).toString();
+        // Units and MCPs are never those of another server.
+        if (server != session().draft().server())
+            wanted.storageGuids.clear();
+        if (server != session().serverOfProcessor(wanted.mcp))
+            wanted.mcp = QUuid();
+        session().draft().set(wanted, server, current.data(Roles::GuidRole).toString());
     }
     actions().run(QStringLiteral("page-order"));
 }
@@ -154,6 +159,7 @@ void TunersPage::connectAll()
     connect(&m_rows, &QAbstractItemModel::dataChanged, this, &TunersPage::followLater);
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&session().processors(), signal, this, &TunersPage::followLater);
+    connect(&session().processors(), &QAbstractItemModel::dataChanged, this, &TunersPage::followLater);
     connect(&session(), &Session::si_LinkChanged, this, &TunersPage::followLater);
     // What excludes the selected one need not be shown.
     connect(&session().tuners(), &QAbstractItemModel::dataChanged, this, [this] {

@@ -53,6 +53,9 @@ QString whyNot(const Session& session, const QModelIndex& tuner)
     Kolta::KoltaServerInterface* const server = session.server(tuner.data(Roles::ServerRole).toString());
     if (!server)
         return title + Texts::tr("Its server is not there any more.");
+    const QString wanted = session.draft().server();
+    if (!wanted.isEmpty() && wanted != server->getAddress())
+        return title + Texts::tr("Refused: the order is for %1.").arg(wanted);
     const QString guid = tuner.data(Roles::GuidRole).toString();
     ProductionOrder order = session.draft().order();
     order.tunerGuid.clear();
