@@ -58,9 +58,12 @@ void TestAxis::axis()
     drag(*canvas, right, left, Qt::ShiftModifier);
     QCOMPARE(marked.size(), 1);
     const auto& order = stage.session->draft().order();
-    QVERIFY(std::abs(order.frequency - 103.75e6) < 0.1e6);
+    QVERIFY(std::abs(order.frequency - 103.75e6) < 0.2e6);
     QVERIFY(order.bandwidth > 2.4e6 && order.bandwidth < 2.9e6);
+    QCOMPARE(std::fmod(order.bandwidth, 10e3), 0.0); // no finer than a pixel can tell
     QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
+    drag(*canvas, right, {-500, 20}, Qt::ShiftModifier);
+    QCOMPARE(order.frequency - order.bandwidth / 2, 100e6); // nor of what is not on screen
     QCOMPARE(stage.session->processors().rowCount(), 5); // nothing was started
 }
 

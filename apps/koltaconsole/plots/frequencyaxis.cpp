@@ -351,10 +351,21 @@ void FrequencyAxis::press(const QPoint& point, bool marks)
     m_pressedTo = to();
 }
 
+/// Of what is on screen, and no finer than a pixel can tell.
+double FrequencyAxis::markedAt(int x) const
+{
+    const double frequency = qBound(from(), frequencyAt(x), to());
+    const double ofPixel = std::abs(frequencyAt(x + 1) - frequencyAt(x));
+    if (!(ofPixel > 0))
+        return frequency;
+    const double step = std::pow(10.0, std::floor(std::log10(ofPixel)));
+    return qBound(from(), std::round(frequency / step) * step, to());
+}
+
 void FrequencyAxis::drag(const QPoint& point)
 {
     if (m_drag == Drag::Mark) {
-        const double a = frequencyAt(m_pressed.x()), b = frequencyAt(point.x());
+        const double a = markedAt(m_pressed.x()), b = markedAt(point.x());
         m_plot->markedFrom = std::min(a, b);
         m_plot->markedTo = std::max(a, b);
         m_plot->replot();

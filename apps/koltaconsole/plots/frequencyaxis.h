@@ -69,6 +69,7 @@ private:
     void release(const QPoint& point);
     void choose(const QPoint& point);
     double frequencyAt(int x) const;
+    double markedAt(int x) const;
 
     std::unique_ptr<LanesPlot> m_plot;
     PlotMoves m_moves;
