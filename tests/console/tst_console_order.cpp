@@ -57,6 +57,7 @@ private Q_SLOTS:
     void nothingToShow();
     void hidden();
     void cart();
+    void whyNothing();
     void cartFollows();
     void writes();
     void survivesARestart();
@@ -347,6 +348,61 @@ void TestOrder::cart()
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 5);
     QVERIFY(stage.run("cart-clear"));
     QCOMPARE(booking.getNumberOfFreeTuners(), free - 4);
+}
+
+/// An order that gets nothing says why for all servers that might have run it, and names the holder of a tuner
+/// that was chosen; an FFP gets tuners of its MCP's server alone.
+void TestOrder::whyNothing()
+{
+    Stage stage(2);
+    QTRY_VERIFY(stage.isSettled());
+    auto* const page = static_cast<OrderPage*>(stage.window->showPage(QStringLiteral("order")));
+    auto* const candidates = page->findChild<CandidatesTable*>();
+    const auto serverAt = [candidates](int row) {
+        return candidates->rows().index(row, 0).data(Kolta::ViewRoles::ServerRole).toString();
+    };
+    choose(*page, "Class", "Wide");
+    QTRY_VERIFY(candidates->acceptedCount() > 4 && serverAt(1) != serverAt(0));
+    candidates->setCurrentIndex(candidates->rows().index(1, 0)); // the first of its own server
+    const Offer chosen = candidates->offer();
+    QVERIFY(stage.run("order-add") && stage.run("cart-share"));
+    QCOMPARE(page->cart().index(0, Cart::eGetsColumn).data().toString(),
+             chosen.name + QStringLiteral(" · ") + chosen.server);
+    QVERIFY(stage.run("cart-clear"));
+
+    Kolta::ProductionOrder order = stage.session->draft().order();
+    const auto ask = [&](const QString& server) {
+        Offers offers(*stage.session);
+        offers.add(order, server);
+        const int tuner = offers.match().tunerOfRequest.front();
+        return tuner < 0 ? offers.refusalOf(0) : QStringLiteral("on ") + offers.tuner(tuner).server;
+    };
+    const auto& processors = stage.session->processors();
+    order.kind = Kolta::ProductionOrder::Kind::Ffp;
+    for (int row = 0; row < processors.rowCount(); ++row) {
+        const QModelIndex index = processors.index(row, 0);
+        order.mcp = QUuid(index.data(Kolta::ViewRoles::GuidRole).toString());
+        const QString server = index.data(Kolta::ViewRoles::ServerRole).toString();
+        if (Kolta::kindName(Kolta::ProductionOrder::Kind::Mcp) ==
+            processors.index(row, Kolta::ProcessorModel::eKindColumn).data())
+            QCOMPARE(ask(QString()), QStringLiteral("on ") + server);
+    }
+    order.mcp = QUuid::createUuid();
+    QCOMPARE(ask(QString()), QStringLiteral("no MCP %1 runs").arg(order.mcp.toString()));
+
+    order.kind = Kolta::ProductionOrder::Kind::Mcp;
+    order.tunerGuid = chosen.guid;
+    QVERIFY(stage.server(chosen.server).setTunerIdle(chosen.guid, false));
+    QTRY_COMPARE(ask(chosen.server), QStringLiteral("in use"));
+    order.tunerGuid = QUuid::createUuid().toString();
+    QCOMPARE(ask(QString()), QStringLiteral("the chosen tuner is not there"));
+    order.tunerGuid.clear();
+    order.frequency = 900e9;
+    QVERIFY(ask(QString()).contains(QLatin1String("out of range")));
+    order.tunerClass = QStringLiteral("none");
+    QCOMPARE(ask(QString()), QStringLiteral("no tuner of class none"));
+    stage.server(chosen.server).vanish();
+    QTRY_COMPARE(ask(chosen.server), chosen.server + QStringLiteral(" is away"));
 }
 
 /// A line follows its plan, what it started, and the server of both.

@@ -88,6 +88,19 @@ void TestCandidates::followsOrderAndServer()
     turn();
     QVERIFY(model.rowCount() == 0 && model.problemOf(server.getAddress()).contains("known: K"_s));
 
+    // An FFP is where its MCP runs, whatever tuner it gets.
+    order.kind = ProductionOrder::Kind::Ffp;
+    order.tunerClass = "K"_s;
+    order.mcp = QUuid(mcp);
+    model.setOrder(order);
+    turn();
+    QCOMPARE(model.rowCount(), 2);
+    stage.server.running.EditMCP().clear();
+    stage.server.show();
+    turn();
+    QVERIFY(model.rowCount() == 0 && model.problemOf(server.getAddress()).startsWith("no MCP"_s));
+    order = ProductionOrder();
+
     // Whoever does not look is told nothing, and all of it at once when he looks again.
     model.setFollowing(false);
     const int before = changes.size();

@@ -749,10 +749,6 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>Kolta::ProductionJob</name>
     <message>
-        <source>no MCP %1 runs</source>
-        <translation>es läuft keine MCP %1</translation>
-    </message>
-    <message>
         <source>there is no tuner %1</source>
         <translation>einen Tuner %1 gibt es nicht</translation>
     </message>
@@ -826,6 +822,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>neither a tuner nor a tuner class is named</source>
         <translation>weder Tuner noch Tunerklasse sind genannt</translation>
+    </message>
+    <message>
+        <source>no MCP %1 runs</source>
+        <translation>es läuft keine MCP %1</translation>
     </message>
 </context>
 <context>
@@ -1730,10 +1730,6 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>Konflikt mit %1: zu wenig Tuner</translation>
     </message>
     <message>
-        <source>no tuner of class %1</source>
-        <translation>kein Tuner der Klasse %1</translation>
-    </message>
-    <message>
         <source>the server is not there</source>
         <translation>der Server ist nicht da</translation>
     </message>
@@ -2407,6 +2403,21 @@ F1 zeigt die Tasten der Seite.</translation>
 The servers are simulated by this console: no other program reaches them.</source>
         <translation>%1
 Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</translation>
+    </message>
+</context>
+<context>
+    <name>KoltaConsole::Offers</name>
+    <message>
+        <source>%1 is away</source>
+        <translation>%1 ist nicht da</translation>
+    </message>
+    <message>
+        <source>the chosen tuner is not there</source>
+        <translation>der gewählte Tuner ist nicht da</translation>
+    </message>
+    <message>
+        <source>no tuner of class %1</source>
+        <translation>kein Tuner der Klasse %1</translation>
     </message>
 </context>
 <context>

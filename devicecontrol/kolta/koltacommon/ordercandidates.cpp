@@ -119,6 +119,9 @@ void OrderExplainer::choose()
     const bool isNamed = !order.tunerGuid.isEmpty();
     if (!isNamed && !order.tunerClass.isEmpty() && !bringTunersUpToDate())
         return;
+    m_choice.problem = problemOfMcp(order, *m_server);
+    if (!m_choice.problem.isEmpty())
+        return;
     // What completing it would look for among all that runs, or in tuner classes of its own.
     if (order.displayName.isEmpty())
         order.displayName = kindName(order.kind);
@@ -131,7 +134,7 @@ void OrderExplainer::choose()
         chooseNamed(order, needs);
     else if (!order.tunerClass.isEmpty())
         chooseOfClass(order, needs);
-    else
+    else if (m_choice.problem = problemWithinMcp(order, *m_server); m_choice.problem.isEmpty())
         m_choice.problem = tr("it is fed by the tuner of its MCP");
 }
 

@@ -70,12 +70,14 @@ void ProductionJob::choose()
     }
     m_order = completed(m_order, *server());
     const TunerNeeds needs = needsOf(m_order, *server());
+    if (const QString problem = problemOfMcp(m_order, *server()); !problem.isEmpty())
+        return refuse(Reason::NoSuchThing, problem);
+    if (const QString problem = problemWithinMcp(m_order, *server()); !problem.isEmpty())
+        return refuse(Reason::Unsuitable, problem);
     bool chosen = true;
-    if (m_order.kind == ProductionOrder::Kind::Ffp)
-        chosen = fitsItsMcp(needs);
-    if (chosen && !m_order.tunerGuid.isEmpty())
+    if (!m_order.tunerGuid.isEmpty())
         chosen = takeTuner(needs);
-    else if (chosen && !m_order.tunerClass.isEmpty())
+    else if (!m_order.tunerClass.isEmpty())
         chosen = chooseOfClass(needs);
     if (!chosen || isFinished())
         return;
@@ -90,24 +92,6 @@ void ProductionJob::choose()
             return refuse(Reason::NoTuner, problem);
     }
     askServer();
-}
-
-/// False, and it is refused, when the MCP does not run or an FFP without a tuner of its own does not lie in
-/// its band.
-bool ProductionJob::fitsItsMcp(const TunerNeeds& needs)
-{
-    const RunningProcessor found = server()->getProcessorObserver().FindProcessor(m_order.mcp.toString());
-    if (found.kind != eAppMCP) {
-        refuse(Reason::NoSuchThing, tr("no MCP %1 runs").arg(m_order.mcp.toString()));
-        return false;
-    }
-    if (!m_order.tunerGuid.isEmpty() || !m_order.tunerClass.isEmpty())
-        return true;
-    const auto* const mcp = static_cast<const RESOURCEMANAGEMENT::MCP*>(found.object);
-    const QString problem = problemWithBand(mcp->GetFrequency(), mcp->GetBandwidth(), needs);
-    if (!problem.isEmpty())
-        refuse(Reason::Unsuitable, problem);
-    return problem.isEmpty();
 }
 
 /// The one that is named. One that feeds the FFP's MCP may be used together with it.

@@ -78,7 +78,6 @@ private:
     void choose();
     bool chooseOfClass(const TunerNeeds& needs);
     bool takeTuner(const TunerNeeds& needs);
-    bool fitsItsMcp(const TunerNeeds& needs);
     void askServer();
     QUuid request();
     void evaluate();

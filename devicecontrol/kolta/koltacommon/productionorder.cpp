@@ -70,6 +70,13 @@ QString unusedName(const KoltaProcessorObserver& processors, ProductionOrder::Ki
     return name();
 }
 
+/// Null when it does not run there.
+const MCP* mcpOf(const ProductionOrder& order, KoltaServerInterface& server)
+{
+    const RunningProcessor found = server.getProcessorObserver().FindProcessor(order.mcp.toString());
+    return found.kind == eAppMCP ? static_cast<const MCP*>(found.object) : nullptr;
+}
+
 bool isPositive(double number)
 {
     return qIsFinite(number) && number >= 0;
@@ -141,6 +148,23 @@ TunerNeeds needsOf(const ProductionOrder& order, KoltaServerInterface& server)
     const bool isMcp = order.kind == ProductionOrder::Kind::Mcp;
     const bool inHardware = isMcp && server.getRdcObserver().supportsHWProcessing(eAppMCP, order.demandClass);
     return {order.frequency, order.bandwidth, inHardware};
+}
+
+QString problemOfMcp(const ProductionOrder& order, KoltaServerInterface& server)
+{
+    return order.kind != ProductionOrder::Kind::Ffp || mcpOf(order, server)
+               ? QString()
+               : translated(QT_TRANSLATE_NOOP("Kolta::ProductionOrder", "no MCP %1 runs"))
+                     .arg(order.mcp.toString());
+}
+
+QString problemWithinMcp(const ProductionOrder& order, KoltaServerInterface& server)
+{
+    const bool isFedByMcp =
+        order.kind == ProductionOrder::Kind::Ffp && order.tunerGuid.isEmpty() && order.tunerClass.isEmpty();
+    const MCP* const mcp = isFedByMcp ? mcpOf(order, server) : nullptr;
+    return mcp ? problemWithBand(mcp->GetFrequency(), mcp->GetBandwidth(), needsOf(order, server))
+               : QString();
 }
 
 std::shared_ptr<const REPORTGENERATOR::IRGObject>

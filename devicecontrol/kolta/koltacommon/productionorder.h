@@ -48,6 +48,11 @@ KOLTA_COMMON_EXPORT QString problemOfOrder(const ProductionOrder& order);
 KOLTA_COMMON_EXPORT ProductionOrder completed(const ProductionOrder& order, KoltaServerInterface& server);
 /// What a complete order asks of its tuner.
 KOLTA_COMMON_EXPORT TunerNeeds needsOf(const ProductionOrder& order, KoltaServerInterface& server);
+/// Why that server has no place for an FFP: its MCP does not run there. Empty for everything else.
+KOLTA_COMMON_EXPORT QString problemOfMcp(const ProductionOrder& order, KoltaServerInterface& server);
+/// Why a complete order does not lie in the band of its MCP, for an FFP that is fed by the MCP's tuner. Empty
+/// for everything else.
+KOLTA_COMMON_EXPORT QString problemWithinMcp(const ProductionOrder& order, KoltaServerInterface& server);
 /// The processor that a complete order describes, fed by that tuner (empty: the record's, if any), and with
 /// that production ID.
 std::shared_ptr<const REPORTGENERATOR::IRGObject>

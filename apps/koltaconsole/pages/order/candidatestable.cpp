@@ -332,8 +332,7 @@ Offer CandidatesTable::offer() const
 
 bool CandidatesTable::isOwnChoice() const
 {
-    const int row = chosenRow();
-    return m_model.isFollowing() && row >= 0 && m_rows.index(row, 0).data(Roles::SortRole).toInt() > 1;
+    return m_model.isFollowing() && chosenRow() > 0;
 }
 
 int CandidatesTable::acceptedCount() const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cart.h"
+#include "offers.h"
 
 #include <koltacommon/candidatesmodel.h>
 #include <koltacommon/ordercandidates.h>
@@ -38,7 +38,7 @@ public:
     QStringList awayServers() const;
     /// Why the chosen row cannot take it; empty when it can, or none was chosen.
     QString refusal() const;
-    /// Whether somebody chose another one than that which the servers would take.
+    /// Whether somebody chose another one than the first.
     bool isOwnChoice() const;
     int acceptedCount() const;
     int refusedCount() const;

@@ -9,14 +9,10 @@
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/productionjob.h>
 #include <koltacommon/runningproduction.h>
-#include <koltacommon/servertuners.h>
 #include <koltacommon/tunerassignment.h>
 #include <koltacommon/tunerbookingmanager.h>
 #include <koltacommon/tunermodel.h>
-#include <koltacommon/tunerselection.h>
 #include <koltacommon/units.h>
-
-#include <QHash>
 
 #include <algorithm>
 #include <utility>
@@ -55,19 +51,6 @@ struct Cart::Line
     }
     /// An FFP that is fed by its MCP's tuner.
     bool needsNoTuner() const { return order.tunerClass.isEmpty() && order.tunerGuid.isEmpty(); }
-};
-
-/// Which tuners can be had for the lines that wait.
-struct Cart::Offers
-{
-    std::vector<int> rows;                              ///< of the lines
-    std::vector<std::vector<Kolta::TunerOffer>> ofLine; ///< in the order of the rows
-    std::vector<Offer> tuners;                          ///< by number
-    std::vector<QString> refusals;                      ///< of each line, why others cannot be had
-    QHash<QString, int> numbers;                        ///< of the tuners, by server and GUID
-
-    void add(std::size_t place, const ProductionOrder& order, KoltaServerInterface& server,
-             const Kolta::ServerTuners& serverTuners);
 };
 
 Cart::Cart(Session& session, QObject* parent) : QAbstractTableModel(parent), m_session(session)
@@ -189,84 +172,38 @@ void Cart::clear()
     }
 }
 
-/// The plans of these lines are undone before, so that all share out the same.
-void Cart::collect(Offers& offers) const
+void Cart::share()
 {
+    std::vector<int> rows;
     for (int row = 0; row < rowCount(); ++row) {
         Line& line = *m_lines[static_cast<std::size_t>(row)];
         if (line.isStarted() || line.needsNoTuner())
             continue;
-        offers.rows.push_back(row);
-        line.plan.undo();
+        rows.push_back(row);
+        line.plan.undo(); // all of them before, so that they share out the same
         line.offer = Offer();
     }
-    offers.ofLine.resize(offers.rows.size());
-    offers.refusals.resize(offers.rows.size());
-    for (const ServerFacts& facts : m_session.facts()) {
-        if (!m_session.isThere(facts.address))
-            continue;
-        KoltaServerInterface& server = *m_session.server(facts.address);
-        const Kolta::ServerTuners tuners(server);
-        for (std::size_t place = 0; place < offers.rows.size(); ++place) {
-            const Line& line = *m_lines[static_cast<std::size_t>(offers.rows[place])];
-            if (line.server.isEmpty() || line.server == facts.address)
-                offers.add(place, completed(line.order, server), server, tuners);
-        }
-    }
-}
-
-/// What one server has for the line at that place.
-void Cart::Offers::add(std::size_t place, const ProductionOrder& order, KoltaServerInterface& server,
-                       const Kolta::ServerTuners& serverTuners)
-{
-    const Kolta::TunerSelection selection =
-        serverTuners.weigh(order.tunerClass, needsOf(order, server), order.storageGuids);
-    for (const Kolta::TunerCandidate& candidate : selection.candidates) {
-        const auto& identity = candidate.tuner.GetTavikResource();
-        if (candidate.refusal != Kolta::TunerRefusal::None ||
-            (!order.tunerGuid.isEmpty() && identity.GetGUID() != order.tunerGuid))
-            continue;
-        const QString key = server.getAddress() + QLatin1Char('/') + identity.GetGUID();
-        if (!numbers.contains(key)) {
-            numbers.insert(key, static_cast<int>(tuners.size()));
-            tuners.push_back(
-                {server.getAddress(), identity.GetGUID(), identity.GetDisplayName(), candidate.cost});
-        }
-        ofLine[place].push_back({numbers.value(key), candidate.cost});
-    }
-    if (refusals[place].isEmpty())
-        refusals[place] = refusalSummary(selection);
-}
-
-void Cart::share()
-{
-    Offers offers;
-    collect(offers);
-    std::vector<int> classes(offers.rows.size());
-    for (std::size_t place = 0; place < classes.size(); ++place)
-        classes[place] = static_cast<int>(place);
-    const Kolta::TunerMatching matching =
-        Kolta::matchTuners(static_cast<int>(offers.tuners.size()), offers.ofLine, classes);
+    Offers offers(m_session);
+    for (const int row : rows)
+        offers.add(m_lines[static_cast<std::size_t>(row)]->order,
+                   m_lines[static_cast<std::size_t>(row)]->server);
+    const Kolta::TunerMatching matching = offers.match();
     std::size_t conflicts = 0;
-    for (std::size_t place = 0; place < offers.rows.size(); ++place) {
-        const int row = offers.rows[place];
+    for (std::size_t place = 0; place < rows.size(); ++place) {
         const int tuner = matching.tunerOfRequest[place];
         if (tuner >= 0) {
-            plan(row, offers.tuners[static_cast<std::size_t>(tuner)]);
+            plan(rows[place], offers.tuner(tuner));
             continue;
         }
         QStringList others;
         for (const int other : matching.conflicts[conflicts++]) {
             if (static_cast<std::size_t>(other) != place)
-                others.append(QString::number(offers.rows[static_cast<std::size_t>(other)] + 1));
+                others.append(QString::number(rows[static_cast<std::size_t>(other)] + 1));
         }
-        const QString refusal = offers.refusals[place];
-        setState(
-            row, State::Conflict,
-            !others.isEmpty() ? tr("conflict with %1: too few tuners").arg(others.join(QStringLiteral(", ")))
-            : refusal.isEmpty()
-                ? tr("no tuner of class %1").arg(m_lines[static_cast<std::size_t>(row)]->order.tunerClass)
-                : refusal);
+        setState(rows[place], State::Conflict,
+                 others.isEmpty()
+                     ? offers.refusalOf(place)
+                     : tr("conflict with %1: too few tuners").arg(others.join(QStringLiteral(", "))));
     }
 }
 

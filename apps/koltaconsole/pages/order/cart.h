@@ -1,5 +1,7 @@
 #pragma once
 
+#include "offers.h"
+
 #include <koltacommon/actionrights.h>
 #include <koltacommon/productionorder.h>
 #include <koltacommon/tunerplan.h>
@@ -20,17 +22,6 @@ class ProductionJob;
 namespace KoltaConsole {
 
 class Session;
-
-/// A tuner that is offered for an order.
-struct Offer
-{
-    QString server;
-    QString guid;
-    QString name;
-    int cost = 0;
-
-    bool isNone() const { return guid.isEmpty(); }
-};
 
 /// Orders that wait to be shared out and started together. Tuners that are given to them are planned here,
 /// and given back with the line. A line follows what becomes of its plan and of what it started.
@@ -91,7 +82,6 @@ Q_SIGNALS:
 private:
     enum class State { Waiting, Planned, Conflict, Asked, Running, Ended, Failed };
     struct Line;
-    struct Offers;
 
     bool isReady(const Line& line) const;
     /// With the tuner that the line gets.
@@ -103,7 +93,6 @@ private:
     void followRunning(const Line* line);
     void followLater();
     void follow();
-    void collect(Offers& offers) const;
     void setState(int row, State state, const QString& text);
     int rowOf(const Line* line) const;
     void save() const;

@@ -382,7 +382,7 @@ QString OrderPage::whyNotStart() const
     return serverOf(wanted()).isEmpty() ? tr("No server is there to ask.") : QString();
 }
 
-/// The draft, with the tuner where somebody chose another than the server would.
+/// The draft, with the tuner where somebody chose another than the first.
 ProductionOrder OrderPage::wanted() const
 {
     ProductionOrder order = session().draft().order();
@@ -446,7 +446,8 @@ void OrderPage::addToCart(bool isPlanned)
 {
     const Offer offer = m_candidates->offer();
     const ProductionOrder order = wanted();
-    m_cart.add(order, order.tunerClass.isEmpty() ? serverOf(order) : session().draft().server());
+    const bool isOfOneServer = order.tunerClass.isEmpty() || m_candidates->isOwnChoice();
+    m_cart.add(order, isOfOneServer ? serverOf(order) : session().draft().server());
     if (isPlanned)
         m_cart.plan(m_cart.rowCount() - 1, offer);
 }
