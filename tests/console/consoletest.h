@@ -12,6 +12,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -94,6 +95,31 @@ inline QLineEdit& field(const QWidget& part, const char* name)
             return *line;
     }
     qFatal("no field %s", name);
+}
+
+inline QComboBox& dropDown(const QWidget& part, const char* name)
+{
+    for (QComboBox* const each : part.findChildren<QComboBox*>()) {
+        if (each->accessibleName() == QLatin1String(name))
+            return *each;
+    }
+    qFatal("no list %s", name);
+}
+
+/// As somebody does who opens that list.
+inline void choose(const QWidget& part, const char* name, const char* value)
+{
+    QComboBox& list = dropDown(part, name);
+    list.setCurrentIndex(list.findData(QLatin1String(value)));
+    Q_EMIT list.activated(list.currentIndex());
+}
+
+/// What is due in one turn of the event loop has been done.
+inline bool turn()
+{
+    bool isOver = false;
+    QTimer::singleShot(0, qApp, [&isOver] { isOver = true; });
+    return waitFor([&isOver] { return isOver; });
 }
 
 /// The first that shows this text, at whatever depth.
