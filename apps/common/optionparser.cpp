@@ -1,5 +1,7 @@
 #include "optionparser.h"
 
+#include "textwrap.h"
+
 #include <koltacommon/units.h>
 
 #include <QRegularExpression>
@@ -70,7 +72,8 @@ QString problemOf(const Option& option, const QString& value)
 
 OptionParser::OptionParser(const char* description)
 {
-    m_parser.setApplicationDescription(QString::fromUtf8(description));
+    m_parser.setApplicationDescription(
+        wrapped(QString::fromUtf8(description), kHelpWidth).join(QLatin1Char('\n')));
 }
 
 void OptionParser::add(const QVector<Option>& options)

@@ -1,3 +1,4 @@
+#include <common/textwrap.h>
 #include <kolta/cli/commandtable.h>
 #include <kolta/cli/output.h>
 #include <kolta/commands/commands.h>
@@ -32,9 +33,9 @@ CommandTable programTable()
         QStringLiteral("kolta "),
         QStringLiteral("Usage: kolta COMMAND [ARGUMENT]...\n"
                        "Talks to the servers of a monitoring installation.\n\n"),
-        QStringLiteral("\nOptions: --help, --version. \"kolta help COMMAND\" tells more of each command.\n"
-                       "Exit codes: %1.")
-            .arg(listed(codes))};
+        QStringLiteral("\nOptions: --help, --version. \"kolta help COMMAND\" tells more of each command.\n") +
+            KoltaApps::wrapped(QStringLiteral("Exit codes: %1.").arg(listed(codes)), KoltaApps::kHelpWidth)
+                .join(QLatin1Char('\n'))};
 }
 
 int dispatch(const QStringList& words)

@@ -64,7 +64,7 @@ void TestAxis::axis()
     QVERIFY(qobject_cast<OrderPage*>(stage.window->currentPage()));
     drag(*canvas, right, {-500, 20}, Qt::ShiftModifier);
     QCOMPARE(order.frequency - order.bandwidth / 2, 100e6); // nor of what is not on screen
-    QCOMPARE(stage.session->processors().rowCount(), 5); // nothing was started
+    QCOMPARE(stage.session->processors().rowCount(), 5);    // nothing was started
 }
 
 /// Tuners that reach farther than those before are in sight, but for who looks at a part.

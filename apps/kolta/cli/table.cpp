@@ -3,6 +3,7 @@
 #include "output.h"
 #include "terminal.h"
 
+#include <common/textwrap.h>
 #include <startup/onelinetext.h>
 
 #include <algorithm>
@@ -27,21 +28,6 @@ int longestWord(const QString& text)
     for (const QString& word : text.split(QLatin1Char(' ')))
         longest = qMax(longest, word.size());
     return longest;
-}
-
-/// Breaks a text at blanks, such that each line has at most `width` letters where words let it.
-QStringList wrapped(const QString& text, int width)
-{
-    if (text.size() <= width)
-        return {text};
-    QStringList lines;
-    for (const QString& word : text.split(QLatin1Char(' '))) {
-        if (lines.isEmpty() || lines.last().size() + 1 + word.size() > width)
-            lines.append(word);
-        else
-            lines.last() += QLatin1Char(' ') + word;
-    }
-    return lines;
 }
 
 } // namespace
@@ -85,7 +71,7 @@ QStringList Table::lines(const QStringList& cells, const QVector<int>& widths) c
     QVector<QStringList> columns;
     int height = 1;
     for (int column = 0; column < widths.size(); ++column) {
-        columns.append(wrapped(cells.value(column), widths[column]));
+        columns.append(KoltaApps::wrapped(cells.value(column), widths[column]));
         height = qMax(height, columns.last().size());
     }
     QStringList lines;

@@ -344,7 +344,7 @@ Command profilesCommand()
         return changeShortTime<ShortTimeProfileItemMap>(Kolta::UserAction::EditProfiles, use);
     };
     return {"profiles",
-            "import, set, remove, list, show, export or compare short-time profiles",
+            "list, show, set, remove, import, export or compare profiles",
             "Works on the short-time profiles of a server of the installation. FILE "
             "may be \"-\" for standard input or output.",
             {},

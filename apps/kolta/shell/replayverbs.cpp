@@ -204,6 +204,12 @@ QVector<Command> replayVerbs(Replay* replay)
     return verbsOfPlaying(own) + verbsOfTime(own);
 }
 
+QString replayGreeting(const Replay& replay)
+{
+    return QStringLiteral("%1 plays from %2.\npause, go, step, jump, speed and position control it.\n")
+        .arg(replay.file(), replay.timeAt(replay.position()).toString(Qt::ISODate));
+}
+
 Command replayCommand()
 {
     return {

@@ -12,6 +12,9 @@ namespace KoltaCli {
 /// replay must outlive them.
 QVector<Command> replayVerbs(distribution::Replay* replay);
 
+/// What somebody is told at the prompt first: which recording it is, and what moves in it.
+QString replayGreeting(const distribution::Replay& replay);
+
 /// The shell on a recording, as a command.
 Command replayCommand();
 

@@ -38,6 +38,19 @@ QVector<Command> behind(QVector<Command> commands, const QVector<Command>& verbs
     return commands + verbs;
 }
 
+/// What somebody at a terminal is told first.
+QString whereServersAre(const EmbeddedInstallation& installation)
+{
+    if (installation.isSimulated())
+        return QStringLiteral("%1 runs in this process. ")
+            .arg(installation.server().installation().serverName());
+#ifdef KOLTA_WITH_DISTRIBUTION
+    if (const auto* const replay = installation.treeMirror()->replay())
+        return replayGreeting(*replay);
+#endif
+    return QStringLiteral("The servers run elsewhere. ");
+}
+
 } // namespace
 
 Shell::Shell(const CommandLine& line, EmbeddedInstallation& installation, const QVector<Command>& further)
@@ -82,11 +95,8 @@ int Shell::run(bool keepGoing)
     TerminalTeller terminal;
     const bool isTerminal = input->isTerminal();
     if (isTerminal)
-        printLine((m_installation.isSimulated()
-                       ? QStringLiteral("%1 runs in this process.")
-                             .arg(m_installation.server().installation().serverName())
-                       : QStringLiteral("The servers run elsewhere.")) +
-                  QStringLiteral(" \"help\" lists the commands, \"exit\" leaves."));
+        printLine(whereServersAre(m_installation) +
+                  QStringLiteral("\"help\" lists the commands, \"exit\" leaves."));
     return run(std::move(input), isTerminal ? terminal : script, keepGoing || isTerminal);
 }
 
