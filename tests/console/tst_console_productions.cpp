@@ -106,6 +106,29 @@ private Q_SLOTS:
         QVERIFY(tells(*stage.page, "Nothing runs; watched since "));
     }
 
+    /// What the filter hides ends with what holds it all the same.
+    void unseen()
+    {
+        ProductionsStage stage;
+        QTRY_VERIFY(stage.isReady());
+        const QString mcp = stage.keyOf("MCP 1");
+        Kolta::ProductionOrder order;
+        order.kind = Kolta::ProductionOrder::Kind::Ffp;
+        order.mcp = QUuid(stage.row(mcp)->guid);
+        order.frequency = 98.1e6;
+        order.displayName = QStringLiteral("Other");
+        (new Kolta::ProductionJob(*stage.session->server(QStringLiteral("S1")), order, stage.page))
+            ->deleteWhenFinished();
+        QTRY_VERIFY(!stage.keyOf("Other").isEmpty());
+        stage.page->filterLine()->setText(QStringLiteral("Other"));
+        QVERIFY(stage.keyOf("FFP 1").isEmpty());
+        stage.select(mcp);
+        QTest::keyClick(stage.view, Qt::Key_Delete);
+        QVERIFY(stage.box());
+        QVERIFY(stage.box()->informativeText().contains(QStringLiteral("FFP 1")));
+        stage.box()->reject();
+    }
+
     /// What a server ran that comes back without it is told as lost, and not as stopped.
     void lost()
     {

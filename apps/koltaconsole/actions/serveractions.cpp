@@ -1,6 +1,7 @@
 #include "serveractions.h"
 
 #include <common/actionlines.h>
+#include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/confirmation.h>
 
@@ -8,9 +9,7 @@
 #include <koltacommon/koltaresourceobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/powerjob.h>
-#include <koltacommon/processormodel.h>
 #include <koltacommon/stopjob.h>
-#include <koltacommon/viewroles.h>
 
 #include <QCursor>
 #include <QMenu>
@@ -147,24 +146,13 @@ void ServerActions::makeTermination(const char* id, const QString& text, const Q
 /// With their owners.
 QStringList ServerActions::runningOn(const QString& address) const
 {
-    using Kolta::ProcessorModel;
     QStringList names;
-    const ProcessorModel& model = m_session.processors();
-    const std::function<void(const QModelIndex&)> visit = [&](const QModelIndex& parent) {
-        for (int row = 0; row < model.rowCount(parent); ++row) {
-            const auto cell = [&](int column) { return model.index(row, column, parent).data().toString(); };
-            const QModelIndex index = model.index(row, 0, parent);
-            if (cell(ProcessorModel::eServerColumn) != address ||
-                index.data(Kolta::ViewRoles::StaleRole).toBool())
-                continue;
-            const QString owner = cell(ProcessorModel::eOwnerColumn);
-            names.append(owner.isEmpty()
-                             ? cell(ProcessorModel::eNameColumn)
-                             : tr("%1, operated by %2").arg(cell(ProcessorModel::eNameColumn), owner));
-            visit(index);
-        }
-    };
-    visit(QModelIndex());
+    for (const RunningProcessor& processor : runningProcessors(m_session, address)) {
+        if (!processor.isStale)
+            names.append(processor.owner.isEmpty()
+                             ? processor.name
+                             : tr("%1, operated by %2").arg(processor.name, processor.owner));
+    }
     return names;
 }
 

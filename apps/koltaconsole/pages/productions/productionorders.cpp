@@ -11,13 +11,12 @@
 #include <koltacommon/movejob.h>
 #include <koltacommon/stopjob.h>
 #include <koltacommon/viewtime.h>
+#include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/serverfacts.h>
 #include <koltaconsole/session/session.h>
 
 #include <QMap>
 #include <QSet>
-
-#include <functional>
 
 namespace KoltaConsole {
 
@@ -158,20 +157,17 @@ bool ProductionOrders::mayMove() const
 QStringList ProductionOrders::victims(const QStringList& keys) const
 {
     QStringList result;
-    QSet<QString> seen;
-    const std::function<void(const QModelIndex&)> visit = [&](const QModelIndex& index) {
-        const ProductionRow* const row = m_model.rowAt(index);
-        if (!row || seen.contains(row->key))
-            return;
-        seen.insert(row->key);
-        result.append(row->owner.isEmpty() || row->isMine
-                          ? tr("%1 on %2").arg(row->name, row->server)
-                          : tr("%1 on %2, %3").arg(row->name, row->server, row->ownerInFull));
-        for (int child = 0; child < m_model.rowCount(index); ++child)
-            visit(m_model.index(child, 0, index));
-    };
-    for (const QString& key : keys)
-        visit(m_model.indexOf(key));
+    const QSet<QString> wanted(keys.begin(), keys.end());
+    int within = -1; // how deep the one stands that ends with all it holds
+    for (const RunningProcessor& processor : runningProcessors(m_session)) {
+        if (within < 0 || processor.depth <= within)
+            within = wanted.contains(processor.key) ? processor.depth : -1;
+        if (within < 0)
+            continue;
+        result.append(processor.owner.isEmpty() || processor.isMine
+                          ? tr("%1 on %2").arg(processor.name, processor.server)
+                          : tr("%1 on %2, %3").arg(processor.name, processor.server, processor.ownerInFull));
+    }
     return result;
 }
 

@@ -38,7 +38,7 @@ public:
     /// Whether link and rights let FFPs be moved at all.
     bool mayMove() const;
 
-    /// All that would end, those within others too, with their owners where those are others.
+    /// All that would end, those within others too, shown or not, with their owners where those are others.
     QStringList victims(const QStringList& keys) const;
     /// Whether the end hits several, or somebody else's.
     bool isGrave(const QStringList& keys) const;
