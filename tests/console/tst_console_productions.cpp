@@ -106,10 +106,10 @@ private Q_SLOTS:
         QVERIFY(tells(*stage.page, "Nothing runs; watched since "));
     }
 
-    /// What the filter hides ends with what holds it all the same.
+    /// What the filter hides ends with what holds it all the same, and has its name all the same.
     void unseen()
     {
-        ProductionsStage stage;
+        ProductionsStage stage(3); // S3 runs what S1 does
         QTRY_VERIFY(stage.isReady());
         const QString mcp = stage.keyOf("MCP 1");
         Kolta::ProductionOrder order;
@@ -127,6 +127,28 @@ private Q_SLOTS:
         QVERIFY(stage.box());
         QVERIFY(stage.box()->informativeText().contains(QStringLiteral("FFP 1")));
         stage.box()->reject();
+
+        stage.page->filterLine()->clear();
+        stage.page->showServer(QStringLiteral("S1"));
+        stage.select(mcp);
+        const ActionTable& actions = stage.window->actions();
+        const auto objection = [&actions](const char* line) {
+            return actions.enabledBecause(*actions.requestOf(QLatin1String(line)));
+        };
+        QVERIFY2(objection("kolta stop \"MCP 1\"").contains(QStringLiteral("--server")),
+                 qPrintable(objection("kolta stop \"MCP 1\"")));
+        QCOMPARE(objection("kolta stop --server S1 \"MCP 1\""), QString());
+        const auto line = [&actions] { return actions.find(QStringLiteral("stop"))->line(); };
+        QCOMPARE(line(), QStringLiteral("kolta stop --server S1 \"MCP 1\""));
+        stage.page->showServer(QString());
+        stage.page->filterLine()->setText(QStringLiteral("!S3"));
+        stage.select(mcp);
+        const QModelIndex other = stage.page->model().indexOf(QStringLiteral("S2"));
+        stage.view->selectionModel()->select(other.model()->index(0, 0, other),
+                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        QVERIFY2(line().startsWith(QStringLiteral("kolta stop ")) &&
+                     !line().contains(QStringLiteral("MCP 1")),
+                 qPrintable(line()));
     }
 
     /// What a server ran that comes back without it is told as lost, and not as stopped.

@@ -2,10 +2,13 @@
 
 #include "session.h"
 
+#include <koltacommon/guidtext.h>
 #include <koltacommon/koltaownerobserver.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/processormodel.h>
 #include <koltacommon/viewroles.h>
+
+#include <QUuid>
 
 namespace KoltaConsole {
 
@@ -48,6 +51,20 @@ QVector<RunningProcessor> runningProcessors(const Session& session, const QStrin
     QVector<RunningProcessor> all;
     read(session, server, QModelIndex(), 0, all);
     return all;
+}
+
+QStringList meantBy(const QString& word, const QString& server, const QVector<RunningProcessor>& running)
+{
+    const QUuid guid = Kolta::guidFromText(word);
+    QStringList keys;
+    for (const RunningProcessor& each : running) {
+        const bool isMeant = guid.isNull() ? each.name == word
+                                           : guid == Kolta::guidFromText(each.guid) ||
+                                                 guid == Kolta::guidFromText(each.production);
+        if (isMeant && (server.isEmpty() || each.server == server))
+            keys.append(each.key);
+    }
+    return keys;
 }
 
 } // namespace KoltaConsole

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace KoltaConsole {
@@ -25,5 +26,8 @@ struct RunningProcessor
 /// All that run on that server, or on any where it is empty, whatever pages show of them. What a processor
 /// holds is behind it.
 QVector<RunningProcessor> runningProcessors(const Session& session, const QString& server = QString());
+/// Which of them a line of `kolta` means by that word, a GUID, its own or that of its production, or a name;
+/// on that server, or on any where it is empty. Several where `kolta` would ask for another word. Keys.
+QStringList meantBy(const QString& word, const QString& server, const QVector<RunningProcessor>& running);
 
 } // namespace KoltaConsole

@@ -3088,8 +3088,12 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Nichts läuft; beobachtet seit %1.</translation>
     </message>
     <message>
-        <source>The page of productions shows no %1, or several.</source>
-        <translation>Die Seite der Produktionen zeigt kein %1 oder mehrere.</translation>
+        <source>%1 processors are called %2, give a GUID or --server.</source>
+        <translation>%1 Prozessoren heißen %2; gefragt ist eine GUID oder --server.</translation>
+    </message>
+    <message>
+        <source>The page of productions shows no %1.</source>
+        <translation>Die Seite der Produktionen zeigt kein %1.</translation>
     </message>
 </context>
 <context>

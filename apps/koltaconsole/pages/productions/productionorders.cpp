@@ -271,43 +271,51 @@ void ProductionOrders::showFrontEnd(const QString& key)
                        Kolta::Event::Weight::Attention);
 }
 
-QString ProductionOrders::wordFor(const ProductionRow& row) const
-{
-    return m_model.isNameUnique(row.name) ? row.name : row.guid;
-}
-
 QString ProductionOrders::stopLine(const QStringList& keys) const
 {
-    QStringList words;
     QSet<QString> servers;
     for (const QString& key : keys) {
-        if (const ProductionRow* const row = m_model.find(key)) {
-            words.append(wordFor(*row));
+        if (const ProductionRow* const row = m_model.find(key))
             servers.insert(row->server);
-        }
     }
-    return words.isEmpty()
-               ? QString()
-               : KoltaApps::ActionLines(servers.size() == 1 ? *servers.begin() : QString()).stop(words);
+    const QString server = servers.size() == 1 ? *servers.begin() : QString();
+    const QStringList words = wordsFor(keys, server);
+    return words.isEmpty() ? QString() : KoltaApps::ActionLines(server).stop(words);
 }
 
 QString ProductionOrders::moveLine(const QString& ffp, const QString& mcp) const
 {
     const ProductionRow* const from = m_model.find(ffp);
-    const ProductionRow* const to = m_model.find(mcp);
-    return from && to ? KoltaApps::ActionLines(from->server).move(wordFor(*from), wordFor(*to)) : QString();
+    if (!from || !m_model.find(mcp))
+        return QString();
+    const QStringList words = wordsFor({ffp, mcp}, from->server);
+    return KoltaApps::ActionLines(from->server).move(words.at(0), words.at(1));
 }
 
 QString ProductionOrders::ownLine(const QString& key, OwnershipJob::Action action) const
 {
     const ProductionRow* const row = m_model.find(key);
-    return row ? KoltaApps::ActionLines(row->server).own(wordFor(*row), action) : QString();
+    return row ? KoltaApps::ActionLines(row->server).own(wordsFor({key}, row->server).first(), action)
+               : QString();
 }
 
 QString ProductionOrders::frontEndLine(const QString& key) const
 {
     const ProductionRow* const row = m_model.find(key);
-    return row ? KoltaApps::ActionLines(row->server).frontEnd(wordFor(*row)) : QString();
+    return row ? KoltaApps::ActionLines(row->server).frontEnd(wordsFor({key}, row->server).first())
+               : QString();
+}
+
+/// Their names, or their GUIDs where names do not tell them from all others that such a line could mean.
+QStringList ProductionOrders::wordsFor(const QStringList& keys, const QString& server) const
+{
+    const QVector<RunningProcessor> running = runningProcessors(m_session, server);
+    QStringList words;
+    for (const QString& key : keys) {
+        if (const ProductionRow* const row = m_model.find(key))
+            words.append(meantBy(row->name, server, running) == QStringList(key) ? row->name : row->guid);
+    }
+    return words;
 }
 
 } // namespace KoltaConsole

@@ -66,7 +66,7 @@ private:
     bool refuse(const QString& what, const QString& objection);
     void follow(Kolta::Operation& operation, const ProductionRow& row, const QStringList& keys,
                 const QString& doing, const QString& purpose);
-    QString wordFor(const ProductionRow& row) const;
+    QStringList wordsFor(const QStringList& keys, const QString& server) const;
 
     Session& m_session;
     const ProductionsModel& m_model;

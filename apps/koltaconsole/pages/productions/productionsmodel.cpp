@@ -1,6 +1,5 @@
 #include "productionsmodel.h"
 
-#include <koltacommon/guidtext.h>
 #include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 
@@ -192,28 +191,6 @@ std::vector<const ProductionRow*> ProductionsModel::mcps() const
         }
     }
     return result;
-}
-
-QString ProductionsModel::keyOf(const QString& word, const QString& server) const
-{
-    const QUuid guid = Kolta::guidFromText(word);
-    QStringList keys;
-    for (const Node* const node : m_byKey) {
-        const ProductionRow& row = node->row;
-        const bool isMeant = guid.isNull() ? row.name == word
-                                           : guid == Kolta::guidFromText(row.guid) ||
-                                                 guid == Kolta::guidFromText(row.production);
-        if (isMeant && row.isRunning() && (server.isEmpty() || row.server == server))
-            keys.append(row.key);
-    }
-    return keys.size() == 1 ? keys.first() : QString();
-}
-
-bool ProductionsModel::isNameUnique(const QString& name) const
-{
-    return std::count_if(m_byKey.begin(), m_byKey.end(), [&](const Node* node) {
-               return node->row.isRunning() && node->row.name == name;
-           }) == 1;
 }
 
 void ProductionsModel::setDragged(const QString& key)

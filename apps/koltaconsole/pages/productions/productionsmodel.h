@@ -37,11 +37,6 @@ public:
     const ProductionRow* find(const QString& key) const { return rowAt(indexOf(key)); }
     /// All MCPs that run, in their order.
     std::vector<const ProductionRow*> mcps() const;
-    /// The key of what runs and is meant by that GUID, its own or that of its production, or by that name; of
-    /// that server, or of any where it is empty. Empty when it is none or several.
-    QString keyOf(const QString& word, const QString& server) const;
-    /// Whether no other processor that runs has that name.
-    bool isNameUnique(const QString& name) const;
     /// Shows where that FFP may go; empty: nothing is under way.
     void setDragged(const QString& key);
     bool isDragging() const { return !m_dragged.isEmpty(); }

@@ -8,6 +8,7 @@
 #include <koltacommon/viewroles.h>
 #include <koltaconsole/actions/buttonrow.h>
 #include <koltaconsole/session/ordersunderway.h>
+#include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/serverfacts.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/confirmation.h>
@@ -175,14 +176,18 @@ QStringList ProductionsPage::keysOf(const LineWords& words, QString& problem)
 {
     if (m_isDue)
         refresh();
+    const QVector<RunningProcessor> running = runningProcessors(session());
     QStringList keys;
     for (const QString& word : words.arguments) {
-        const QString key = m_model.keyOf(word, words.server);
-        if (key.isEmpty()) {
-            problem = tr("The page of productions shows no %1, or several.").arg(word);
+        const QStringList meant = meantBy(word, words.server, running);
+        if (meant.size() > 1)
+            problem = tr("%1 processors are called %2, give a GUID or --server.")
+                          .arg(QString::number(meant.size()), word);
+        else if (!m_model.find(meant.value(0)))
+            problem = tr("The page of productions shows no %1.").arg(word);
+        if (!problem.isEmpty())
             return {};
-        }
-        keys.append(key);
+        keys.append(meant.first());
     }
     return keys;
 }

@@ -57,7 +57,8 @@ private:
     };
     void add(ActionTable::Entry entry, const Deed& deed);
     std::optional<ActionTable::Asked> askedMove(const LineWords& words);
-    /// Those that the words name. Nothing, with the reason, when one names none that is shown, or several.
+    /// Those that the words name. Nothing, with the reason, when one names none that is shown, or several
+    /// that run.
     QStringList keysOf(const LineWords& words, QString& problem);
     QString nameOf(const QStringList& keys) const;
     void own(const QString& key, Kolta::OwnershipJob::Action action);
