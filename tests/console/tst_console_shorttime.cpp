@@ -13,14 +13,18 @@
 
 #include <koltacommon/q9rprofiles.h>
 
+#include <qwt_scale_map.h>
+
 #include <QClipboard>
 #include <QComboBox>
+#include <QHelpEvent>
 #include <QPushButton>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QToolButton>
+#include <QToolTip>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QUuid>
@@ -415,7 +419,8 @@ private Q_SLOTS:
         QTRY_VERIFY(tells(*stage.page, "make one under Profiles"));
     }
 
-    /// The plot follows until it is moved; what cannot be told apart by shape is "others".
+    /// The plot follows until it is moved. Profiles look different, rectangles too; what has gone leaves its
+    /// shape to others.
     void results()
     {
         ShortTimeStage stage;
@@ -459,6 +464,27 @@ private Q_SLOTS:
                 button->click();
         }
         QCOMPARE(plot.shownCount(), 21);
+
+        QVERIFY(tells(stage.page->results(), "■\u00a0P0") &&
+                tells(stage.page->results(), "□\u00a0others: P8, P9"));
+        map.Clear();
+        result.profileName = QStringLiteral("New");
+        map.AddNew(result);
+        QTRY_VERIFY(tells(stage.page->results(), "■\u00a0New"));
+        plot.setFollowing(true);
+        ResultsPlot::Point point{start, 300e6, 100e6, 1e6, 0, QStringLiteral("New")};
+        QVector<QImage> looks;
+        for (point.shape = 0; point.shape <= ResultsPlot::kShapes; ++point.shape) {
+            plot.setPoints({point});
+            looks.append(plot.grab().toImage());
+            QCOMPARE(looks.indexOf(looks.last()), point.shape);
+        }
+        QWidget& canvas = *plot.canvas();
+        const auto x = plot.canvasMap(QwtPlot::xBottom).transform(static_cast<double>(start) + 100e6);
+        const QPoint place(qRound(x), canvas.height() / 2);
+        QHelpEvent help(QEvent::ToolTip, place, canvas.mapToGlobal(place));
+        QCoreApplication::sendEvent(&canvas, &help);
+        QCOMPARE(QToolTip::text(), QStringLiteral("New\n100 MHz, 12:00:00 UTC"));
     }
 };
 

@@ -11,7 +11,9 @@
 #include <qwt_scale_map.h>
 
 #include <QDateTime>
+#include <QHelpEvent>
 #include <QPainter>
+#include <QToolTip>
 
 #include <algorithm>
 #include <utility>
@@ -22,6 +24,8 @@ namespace {
 
 constexpr double kLeast = 4.0;  ///< px of a rectangle that is seen as one
 constexpr double kSymbol = 7.0; ///< px
+constexpr double kMargin = 3.0; ///< px round about a symbol within a rectangle
+constexpr int kFill = 60;       ///< opacity of rectangles, so that symbols are seen in them
 constexpr double kFadedOpacity = 0.45;
 constexpr double kAir = 1.02; ///< what the time on screen is longer than what is shown in it
 constexpr double kShortest = 1e6, kLongest = 7 * 86400e6; ///< microseconds on screen
@@ -78,6 +82,32 @@ public:
 
 private:
     ResultsPlot& m_plot;
+};
+
+struct ResultsPlot::Place
+{
+    Place(const Point& point, const QwtScaleMap& across, const QwtScaleMap& up)
+        : band(QPointF(across.transform(static_cast<double>(point.start)),
+                       up.transform(point.frequency + point.bandwidth / 2)),
+               QPointF(across.transform(static_cast<double>(point.start) + point.duration),
+                       up.transform(point.frequency - point.bandwidth / 2)))
+    {
+    }
+    bool isRectangle() const { return band.width() >= kLeast && band.height() >= kLeast; }
+    /// In a rectangle, or behind it where that is too small.
+    QRectF sign() const
+    {
+        QPointF centre = band.center();
+        if (isRectangle() && std::min(band.width(), band.height()) < kSymbol + 2 * kMargin)
+            centre.setX(band.right() + kMargin + kSymbol / 2);
+        return {centre.x() - kSymbol / 2, centre.y() - kSymbol / 2, kSymbol, kSymbol};
+    }
+    bool isAt(const QPointF& point) const
+    {
+        return (isRectangle() && band.contains(point)) || sign().contains(point);
+    }
+
+    QRectF band;
 };
 
 ResultsPlot::ResultsPlot(QWidget* parent)
@@ -181,7 +211,7 @@ void ResultsPlot::paintShape(QPainter& painter, const QRectF& r, int shape)
 {
     const QColor color = Theme::instance().color(roleOf(shape));
     painter.setPen(QPen(color, 1.5));
-    painter.setBrush(shape < 4 || shape == 4 ? QBrush(color) : QBrush(Qt::NoBrush));
+    painter.setBrush(shape <= 4 ? QBrush(color) : QBrush(Qt::NoBrush));
     const QPointF c = r.center();
     if (shape == 0)
         painter.fillRect(r, color);
@@ -212,23 +242,46 @@ void ResultsPlot::paint(QPainter& painter, const QwtScaleMap& across, const QwtS
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(m_isStale ? kFadedOpacity : 1.0);
     for (const Point& point : m_points) {
-        const auto start = static_cast<double>(point.start);
-        const double left = across.transform(start), right = across.transform(start + point.duration);
-        const double top = up.transform(point.frequency + point.bandwidth / 2);
-        const double bottom = up.transform(point.frequency - point.bandwidth / 2);
-        if (right < room.left() || left > room.right() || bottom < room.top() || top > room.bottom())
-            continue;
-        if (right - left >= kLeast && bottom - top >= kLeast) {
-            const QColor color = Theme::instance().color(roleOf(point.shape));
-            painter.setPen(QPen(color, 1));
-            painter.setBrush(QBrush(color, point.shape % 2 == 0 ? Qt::SolidPattern : Qt::BDiagPattern));
-            painter.drawRect(QRectF(left, top, right - left, bottom - top));
-            continue;
-        }
-        const QPointF centre((left + right) / 2, (top + bottom) / 2);
-        paintShape(painter, QRectF(centre.x() - kSymbol / 2, centre.y() - kSymbol / 2, kSymbol, kSymbol),
-                   point.shape);
+        const Place place(point, across, up);
+        if (place.band.right() >= room.left() && place.band.left() <= room.right() &&
+            place.band.bottom() >= room.top() && place.band.top() <= room.bottom())
+            paintPoint(painter, place, point.shape);
     }
+}
+
+void ResultsPlot::paintPoint(QPainter& painter, const Place& place, int shape) const
+{
+    if (place.isRectangle()) {
+        QColor color = Theme::instance().color(roleOf(shape));
+        painter.setPen(QPen(color, 1));
+        color.setAlpha(kFill);
+        painter.setBrush(color);
+        painter.drawRect(place.band);
+    }
+    paintShape(painter, place.sign(), shape);
+}
+
+/// Of the one that was painted last there.
+QString ResultsPlot::tip(const QPointF& onCanvas) const
+{
+    const QwtScaleMap across = canvasMap(QwtPlot::xBottom), up = canvasMap(QwtPlot::yLeft);
+    const auto found = std::find_if(m_points.crbegin(), m_points.crend(), [&](const Point& point) {
+        return Place(point, across, up).isAt(onCanvas);
+    });
+    if (found == m_points.crend())
+        return QString();
+    return QStringLiteral("%1\n%2, %3 UTC")
+        .arg(found->profile, Kolta::hertzToText(found->frequency),
+             TimeScale().label(static_cast<double>(found->start)).text());
+}
+
+bool ResultsPlot::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QwtPlot::event(event);
+    const auto& help = static_cast<const QHelpEvent&>(*event);
+    QToolTip::showText(help.globalPos(), tip(canvas()->mapFrom(this, help.pos())), this);
+    return true;
 }
 
 void ResultsPlot::zoom(double factor, double around)

@@ -9,9 +9,10 @@
 
 namespace KoltaConsole {
 
-/// Results of short-time profiles over time and frequency: a rectangle as long and as wide as the emission
-/// where that can be seen, else a symbol; one shape for each of the first eight profiles, one for all others.
-/// Wheel, keys (+ − ← → 0) and buttons zoom and move in time; dragging moves.
+/// Results of short-time profiles over time and frequency: a sign, and a rectangle as long and as wide as the
+/// emission where that can be seen. One sign for each of eight profiles, one for all others; under the
+/// pointer a tool tip says which it is. Wheel, keys (+ − ← → 0) and buttons zoom and move in time; dragging
+/// moves.
 class ResultsPlot : public QwtPlot, public IMovable
 {
     Q_OBJECT
@@ -24,6 +25,7 @@ public:
         double frequency = 0.0; ///< Hz, centre
         double bandwidth = 0.0; ///< Hz
         int shape = 0;
+        QString profile; ///< as people are told
     };
     static constexpr int kShapes = 8; ///< of profiles; the next one is that of all others
 
@@ -48,13 +50,18 @@ Q_SIGNALS:
     void si_RangeChanged();
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     class Item;
+    /// Where a point is on the canvas.
+    struct Place;
     void dress();
     void arrange();
     void paint(QPainter& painter, const QwtScaleMap& across, const QwtScaleMap& up, const QRectF& room) const;
+    void paintPoint(QPainter& painter, const Place& place, int shape) const;
+    QString tip(const QPointF& onCanvas) const;
     void zoom(double factor, double around) override;
     void pan(double part) override;
     void showAll() override;

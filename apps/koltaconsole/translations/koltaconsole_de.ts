@@ -4413,8 +4413,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>%1 von %2 Ergebnissen</translation>
     </message>
     <message>
-        <source>others</source>
-        <translation>andere</translation>
+        <source>others: %1</source>
+        <translation>andere: %1</translation>
     </message>
     <message>
         <source>The newest result stays in sight already.</source>

@@ -18,7 +18,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
+#include <QMap>
 #include <QPushButton>
+#include <QSet>
 #include <QSplitter>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -32,6 +34,7 @@ using Kolta::ShortTimeResult;
 namespace {
 
 constexpr int kGatherMs = 250;
+constexpr int kNamedOthers = 3;
 /// Symbol rate, GUID of the FFP and recording: for those who look for them.
 constexpr int kAtFirstHidden[] = {5, 9, 10};
 /// As ResultsPlot draws them, in the order of the shapes, the last for all others.
@@ -66,6 +69,7 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     , m_filter(new FilterBar(tr("Filter: hopper, 98 MHz, !burst"), tr("Filter of results"), this))
     , m_heading(new QLabel(this))
     , m_legend(new QLabel(this))
+    , m_shapes(ResultsPlot::kShapes)
 {
     m_heading->setProperty("heading", true);
     m_legend->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -149,7 +153,7 @@ void ResultsView::showServer(const QString& address)
     const bool isOther = m_server != address;
     if (isOther) {
         m_server = address;
-        m_shapes.clear();
+        m_shapes.assign(m_shapes.size(), std::nullopt);
         gather();
     }
     if (isOther || isVisible())
@@ -209,24 +213,43 @@ void ResultsView::draw()
 {
     m_isDue = false;
     m_counts.clear();
-    QVector<ResultsPlot::Point> points;
+    QSet<QString> names;
+    QVector<const ShortTimeResult*> shown;
     const int first = qMax(0, m_model.rowCount() - kMost);
     for (int row = first; row < m_model.rowCount(); ++row) {
         const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
-        if (!result || !m_rows.isMatching(row))
+        if (!result)
             continue;
-        int shape = m_shapes.indexOf(result->profileName);
-        if (shape < 0 && m_shapes.size() < ResultsPlot::kShapes) {
-            shape = m_shapes.size();
-            m_shapes.append(result->profileName);
-        }
-        ++m_counts[shape < 0 ? QString(QChar::Null) : result->profileName];
+        names.insert(result->profileName);
+        if (m_rows.isMatching(row))
+            shown.append(result);
+    }
+    for (std::optional<QString>& name : m_shapes) {
+        if (name && !names.contains(*name))
+            name.reset();
+    }
+    QVector<ResultsPlot::Point> points;
+    points.reserve(shown.size());
+    for (const ShortTimeResult* const result : qAsConst(shown)) {
+        ++m_counts[result->profileName];
         points.append({result->startTime, static_cast<double>(result->duration),
                        static_cast<double>(result->frequency), static_cast<double>(result->bandwidth),
-                       shape < 0 ? ResultsPlot::kShapes : shape});
+                       shapeOf(result->profileName), nameOf(result->profileName)});
     }
     m_plot->setPoints(points);
     showLegend();
+}
+
+/// The one that it has, or one that is free.
+int ResultsView::shapeOf(const QString& profile)
+{
+    auto found = std::find(m_shapes.begin(), m_shapes.end(), profile);
+    if (found == m_shapes.end()) {
+        found = std::find(m_shapes.begin(), m_shapes.end(), std::nullopt);
+        if (found != m_shapes.end())
+            *found = profile;
+    }
+    return static_cast<int>(found - m_shapes.begin());
 }
 
 void ResultsView::showLegend()
@@ -239,23 +262,47 @@ void ResultsView::showLegend()
     m_plot->setStale(isPast);
     m_heading->setText(isPast ? QStringLiteral("%1, %2").arg(counts, lastKnownText(m_session, m_server))
                               : counts);
-    QStringList parts;
-    const auto add = [&](int shape, const QString& name, int count) {
-        if (count > 0) // a sign stands on the line of its name
-            parts.append(QStringLiteral("%1\u00a0%2 (%3)")
-                             .arg(QString::fromUtf8(kSigns[shape]), name, locale.toString(count)));
-    };
-    for (int shape = 0; shape < m_shapes.size(); ++shape)
-        add(shape, nameOf(m_shapes.at(shape)), m_counts.value(m_shapes.at(shape)));
-    add(ResultsPlot::kShapes, tr("others"), m_counts.value(QString(QChar::Null)));
     const bool isNothing = m_model.rowCount() > 0 && m_rows.rowCount() == 0;
     m_filter->tell(isNothing ? tr("No result matches \"%1\".").arg(m_filter->text()) : QString(), isNothing);
+    if (!isNothing && !m_counts.isEmpty())
+        return tellLegend();
+    m_legend->setToolTip(QString());
     m_legend->setText(isNothing ? QString()
-                      : parts.isEmpty()
-                          ? tr("Nothing has been found yet: results come once an FFP looks for a "
-                               "profile, see Assignments.")
-                          : parts.join(QStringLiteral("   ")));
-    m_legend->setToolTip(parts.join(QLatin1Char('\n')));
+                                : tr("Nothing has been found yet: results come once an FFP looks for a "
+                                     "profile, see Assignments."));
+}
+
+/// Which sign is whose. Many that have none of their own are all in the tool tip.
+void ResultsView::tellLegend()
+{
+    const QLocale locale;
+    const auto part = [&locale](int shape, const QString& name, int count) { // a sign stands on its line
+        return QStringLiteral("%1\u00a0%2 (%3)")
+            .arg(QString::fromUtf8(kSigns[shape]), name, locale.toString(count));
+    };
+    QMap<QString, int> others;
+    for (auto each = m_counts.cbegin(); each != m_counts.cend(); ++each)
+        others.insert(each.key(), each.value());
+    QStringList parts;
+    for (std::size_t shape = 0; shape < m_shapes.size(); ++shape) {
+        const QString name = m_shapes[shape].value_or(QString());
+        if (const int count = m_shapes[shape] ? others.take(name) : 0; count > 0)
+            parts.append(part(static_cast<int>(shape), nameOf(name), count));
+    }
+    QStringList all = parts, names;
+    int count = 0;
+    for (auto each = others.cbegin(); each != others.cend(); ++each) {
+        names.append(nameOf(each.key()));
+        all.append(part(ResultsPlot::kShapes, names.last(), each.value()));
+        count += each.value();
+    }
+    if (names.size() > kNamedOthers)
+        names = names.mid(0, kNamedOthers) << QStringLiteral("…");
+    if (count > 0)
+        parts.append(
+            part(ResultsPlot::kShapes, tr("others: %1").arg(names.join(QStringLiteral(", "))), count));
+    m_legend->setText(parts.join(QStringLiteral("   ")));
+    m_legend->setToolTip(all.join(QLatin1Char('\n')));
 }
 
 } // namespace KoltaConsole

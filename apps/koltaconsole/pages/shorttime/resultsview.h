@@ -6,6 +6,9 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <optional>
+#include <vector>
+
 class QLabel;
 class QLineEdit;
 class QTreeView;
@@ -52,7 +55,9 @@ private:
     void applyFilter();
     void gather();
     void draw();
+    int shapeOf(const QString& profile);
     void showLegend();
+    void tellLegend();
 
     Session& m_session;
     ActionTable& m_actions;
@@ -64,8 +69,8 @@ private:
     FilterBar* m_filter;
     QLabel* m_heading;
     QLabel* m_legend;
-    QStringList m_shapes; ///< names of profiles, by shape
-    QHash<QString, int> m_counts;
+    std::vector<std::optional<QString>> m_shapes; ///< names of profiles, by shape
+    QHash<QString, int> m_counts;                 ///< of what the filter lets through, by profile
     QTimer m_gathering;
     bool m_isDue = true;
 };
