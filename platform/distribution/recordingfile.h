@@ -123,7 +123,8 @@ public:
     /// Why the recording ended before it was ended, in one line; empty when it was ended.
     const QString& GetCut() const noexcept { return m_cut; }
 
-    /// The record at `offset`; nothing at the end of what can be read.
+    /// The record at `offset`; nothing at the end of what can be read. That is here from now on, and GetCut()
+    /// says so, when the record was there and is not any more.
     std::optional<Record> Read(quint64 offset);
 
     RecordingReader() = default;

@@ -185,8 +185,13 @@ std::optional<Record> RecordingReader::Read(quint64 offset)
     QByteArray body;
     Record record;
     record.offset = offset;
-    if (offset >= m_validEnd || readBody(offset, body) != Found::Record || !decode(body, record))
+    if (offset >= m_validEnd)
         return std::nullopt;
+    if (readBody(offset, body) != Found::Record || !decode(body, record)) {
+        m_validEnd = offset;
+        m_cut = Texts::tr("the recording was cut off or changed at byte %1 while it was played").arg(offset);
+        return std::nullopt;
+    }
     record.next = offset + kRecordFrameBytes + static_cast<quint64>(body.size());
     return record;
 }

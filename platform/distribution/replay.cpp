@@ -35,6 +35,7 @@ std::shared_ptr<Replay> Replay::Open(const ReplayAddress& address, QString& erro
     std::shared_ptr<Replay> replay(new Replay);
     if (!replay->m_reader.Open(address.file, error))
         return nullptr;
+    replay->m_cutAtFirst = replay->cut();
     replay->m_topics.emplace(replay->head().prefix.toStdString());
     replay->m_positionMs = replay->begin();
     const auto from = replay->find(address.from, error);
@@ -180,6 +181,11 @@ void Replay::turn()
     else if (!m_isPaused)
         play();
     m_isTelling = false;
+    if (isNewlyCut()) {
+        m_isCutTold = true;
+        pause();
+        Q_EMIT si_Cut();
+    }
 }
 
 void Replay::move()
@@ -250,6 +256,8 @@ bool Replay::playTo(qint64 timeMs)
         if (!playNext() || m_goal != goal || m_fromSnapshot || m_sliceAge.hasExpired(kSliceMs))
             return false;
     }
+    if (isNewlyCut()) // it stands there first
+        return false;
     passTime(timeMs);
     return m_goal == goal && m_carrier;
 }

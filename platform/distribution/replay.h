@@ -65,7 +65,7 @@ public:
     /// A jump or step is not over, or nobody has begun to listen.
     bool isMoving() const noexcept { return m_goal.has_value() || m_steps > 0 || !m_isBegun; }
     bool isAtEnd() const noexcept { return m_isBegun && !isMoving() && m_positionMs >= end(); }
-    /// Why the recording ended before it was ended, in one line; empty when it was ended.
+    /// Why the recording ended before it was ended, or is played no further, in one line; empty when neither.
     const QString& cut() const noexcept { return m_reader.GetCut(); }
 
     /// Time of day at a time of the recording.
@@ -96,6 +96,8 @@ Q_SIGNALS:
     void si_StateChanged();
     /// The end was reached; pause() was called.
     void si_Ended();
+    /// The file has lost what was to be played, as cut() says now; pause() was called. Told once.
+    void si_Cut();
 
 private:
     friend class ReplayCarrier;
@@ -123,6 +125,7 @@ private:
     void finishMove();
     void setPosition(qint64 timeMs);
     const std::optional<Record>& next();
+    bool isNewlyCut() const { return !m_isCutTold && cut() != m_cutAtFirst; }
 
     RecordingReader m_reader;
     std::optional<Topics> m_topics; ///< as they were recorded
@@ -145,10 +148,12 @@ private:
     int m_steps = 0;
     quint32 m_generation = ~0U; ///< of epochs; the first one is 0
     Lives m_lives;
+    QString m_cutAtFirst; ///< cut() when the file was opened
     bool m_isPaused = false;
     bool m_isBegun = false;
     bool m_isLinkUp = false;
     bool m_isTelling = false;
+    bool m_isCutTold = false;
 };
 
 } // namespace distribution

@@ -192,6 +192,30 @@ void TestReplay::playsUpToTheCut()
         QTRY_VERIFY(journal.endNumber() > journal.firstNumber());
         QVERIFY(journal.entry(journal.firstNumber())->text().contains(replay.cut()));
     }
+    {
+        Stage stage(optionsFor(cut, 0));
+        Replay& replay = *stage.session->replay();
+        QTRY_VERIFY(!replay.isMoving());
+        QVERIFY(file.resize(file.size() / 2));
+        QSignalSpy told(&replay, &Replay::si_Cut);
+        replay.setSpeed(ReplayAddress::kMostSpeed);
+        replay.go();
+        QTRY_COMPARE(told.size(), 1);
+        QVERIFY(replay.isPaused() && !replay.isAtEnd());
+        const Kolta::Journal& journal = stage.session->journal();
+        const auto isTold = [&journal, cut = replay.cut()] {
+            for (quint64 number = journal.firstNumber(); number < journal.endNumber(); ++number) {
+                if (journal.entry(number)->text().contains(cut))
+                    return true;
+            }
+            return false;
+        };
+        QTRY_VERIFY(isTold());
+        replay.jump(replay.begin());
+        replay.go();
+        QTRY_VERIFY(replay.isAtEnd());
+        QCOMPARE(told.size(), 1);
+    }
     QVERIFY(file.resize(4));
     QString error;
     QVERIFY(!Session::start(optionsFor(cut, 1), error));

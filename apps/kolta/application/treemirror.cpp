@@ -80,6 +80,15 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line, QStr
     return options;
 }
 
+/// Those that the file has, and one that it gets while it is played.
+void tellCuts(const distribution::Replay& replay)
+{
+    const auto tell = [&replay] { printError(QStringLiteral("%1: %2").arg(replay.file(), replay.cut())); };
+    if (!replay.cut().isEmpty())
+        tell();
+    QObject::connect(&replay, &distribution::Replay::si_Cut, tell);
+}
+
 /// Lets everybody deal with what waits in the event loop.
 void turnOnce(int milliseconds)
 {
@@ -111,8 +120,8 @@ std::unique_ptr<TreeMirror> TreeMirror::open(const CommandLine& line)
         printError(error);
         return nullptr;
     }
-    if (options->replay && !options->replay->cut().isEmpty())
-        printError(QStringLiteral("%1: %2").arg(options->replay->file(), options->replay->cut()));
+    if (options->replay)
+        tellCuts(*options->replay);
     Kolta::registerShortTimeValues();
     auto parts = std::make_unique<Private>(*options);
     QObject::connect(&parts->link, &distribution::TreeLink::si_LinkChanged,

@@ -187,9 +187,12 @@ void Session::beginReplay()
     m_url = tr("replay of %1").arg(QFileInfo(replay()->file()).fileName());
     Kolta::ViewTime::setSource([this] { return now(); });
     m_link.since = now();
-    if (!replay()->cut().isEmpty())
-        tell(QStringLiteral("%1: %2").arg(replay()->file(), replay()->cut()),
-             Kolta::Event::Weight::Attention);
+    const auto tellCut = [this] {
+        if (const QString cut = replay()->cut(); !cut.isEmpty())
+            tell(QStringLiteral("%1: %2").arg(replay()->file(), cut), Kolta::Event::Weight::Attention);
+    };
+    tellCut();
+    connect(replay(), &distribution::Replay::si_Cut, this, tellCut);
 }
 
 QString Session::treeUrl() const

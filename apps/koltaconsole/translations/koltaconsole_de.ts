@@ -4864,6 +4864,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>die Aufzeichnung ist bei Byte %1 abgeschnitten oder beschädigt: die letzten %2 Bytes werden nicht abgespielt</translation>
     </message>
     <message>
+        <source>the recording was cut off or changed at byte %1 while it was played</source>
+        <translation>die Aufzeichnung wurde bei Byte %1 abgeschnitten oder verändert, während sie abgespielt wurde</translation>
+    </message>
+    <message>
         <source>cannot be made</source>
         <translation>lässt sich nicht anlegen</translation>
     </message>
