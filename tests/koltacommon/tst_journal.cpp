@@ -374,6 +374,11 @@ private Q_SLOTS:
             QCOMPARE(again.entry(again.endNumber() - 1)->event.text, "later"_s);
         }
         QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(whole + "B\t4102444800000\n"); // of a clock that was wrong
+        file.close();
+        Journal ahead;
+        QVERIFY(ahead.read(path) && !ahead.problem().isEmpty());
+        QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("something else\n");
         file.close();
         Journal journal;

@@ -18,6 +18,8 @@ constexpr char kLetters[] = {'B', 'E', 'W', 'e', 's'}; // of the records
 constexpr int kTimeFields = 2;
 constexpr int kEventFields = 14;
 constexpr qint64 kLongestLine = 1 << 20;
+/// Clocks differ; one line of years ahead would be later than all that is ever told.
+constexpr qint64 kMostAheadSeconds = 24 * 3600;
 
 QString tr(const char* text)
 {
@@ -166,6 +168,7 @@ bool JournalFile::readOne(const QString& path, const Reader& reader)
     const QByteArray header = file.readLine(sizeof kHeader);
     if (!QByteArray::fromRawData(kHeader, sizeof kHeader - 1).startsWith(header))
         return fail(tr("%1 is no journal").arg(path));
+    const QDateTime latest = QDateTime::currentDateTimeUtc().addSecs(kMostAheadSeconds);
     int damaged = 0;
     int firstDamaged = 0;
     for (int number = 2; !file.atEnd(); ++number) {
@@ -174,7 +177,7 @@ bool JournalFile::readOne(const QString& path, const Reader& reader)
         line.chop(isWhole ? 1 : 0);
         Record record;
         Event event;
-        if (isWhole && parse(line, record, event))
+        if (isWhole && parse(line, record, event) && event.time <= latest)
             reader(record, event);
         else if (!damaged++)
             firstDamaged = number;

@@ -32,7 +32,8 @@ public:
     JournalFile(const QString& path, qint64 room);
     ~JournalFile();
 
-    /// Reads what is there, the older file first. False, with problem(), when there is a file that is none.
+    /// Reads what is there, the older file first; a time more than a day ahead is a damaged line. False, with
+    /// problem(), when there is a file that is none.
     bool read(const Reader& reader);
     /// Opens it for appending. False, with problem(), also when another process does that.
     bool open();
