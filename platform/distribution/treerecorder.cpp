@@ -24,6 +24,8 @@ constexpr quint64 kShortestThirds = 1;
 constexpr quint64 kLeastBytes = 1U << 20U;
 /// What a record has beside a message.
 constexpr quint64 kRecordOverhead = 64;
+/// What the last record needs, with its reason.
+constexpr quint64 kEndBytes = 256;
 
 } // namespace
 
@@ -140,18 +142,16 @@ void TreeRecorder::fail(const QString& reason)
 
 void TreeRecorder::onUp()
 {
+    note(RecordKind::LinkUp);
     m_isLinkUp = true;
-    if (m_isRecording && !m_writer.Write(RecordKind::LinkUp, nowMs()))
-        fail(m_writer.GetError());
 }
 
 void TreeRecorder::onDown(const QString& text)
 {
+    note(RecordKind::LinkDown, text);
     if (std::exchange(m_isLinkUp, false))
         m_downMs = nowMs();
     m_downText = text;
-    if (m_isRecording && !m_writer.Write(RecordKind::LinkDown, nowMs(), text))
-        fail(m_writer.GetError());
 }
 
 void TreeRecorder::onMessage(const std::string& topic, const std::string& payload)
@@ -228,10 +228,10 @@ bool TreeRecorder::shorten(quint64 room)
     return true;
 }
 
-/// Where one message would go beyond the bound, what it does not need is dropped.
+/// Where one record would go beyond the bound, what it does not need is dropped.
 bool TreeRecorder::ensureRoom(quint64 bytes)
 {
-    const auto fits = [&] { return m_writer.GetSize() + bytes <= m_maximumBytes; };
+    const auto fits = [&] { return m_writer.GetSize() + bytes + kEndBytes <= m_maximumBytes; };
     if (fits())
         return true;
     bool isWritten = shorten(bytes);
@@ -250,10 +250,21 @@ QString TreeRecorder::tooSmall() const
         .arg(m_maximumBytes >> 20U);
 }
 
+/// What is no message, before it counts: a segment that begins for want of room stands before it. False when
+/// nothing is recorded any more.
+bool TreeRecorder::note(RecordKind kind, const QString& text)
+{
+    if (!m_isRecording || !ensureRoom(static_cast<quint64>(text.toUtf8().size()) + kRecordOverhead))
+        return false;
+    if (!m_writer.Write(kind, nowMs(), text))
+        fail(m_writer.GetError());
+    return m_isRecording;
+}
+
 void TreeRecorder::tick()
 {
-    if (!m_writer.Write(RecordKind::Time, nowMs()))
-        return fail(m_writer.GetError());
+    if (!note(RecordKind::Time))
+        return;
     const int descriptor = m_writer.Duplicate();
     if (descriptor < 0)
         return;

@@ -70,6 +70,7 @@ private:
     bool shorten(quint64 room);
     bool ensureRoom(quint64 bytes);
     QString tooSmall() const;
+    bool note(RecordKind kind, const QString& text = QString());
     void tick();
     void fail(const QString& reason);
 
