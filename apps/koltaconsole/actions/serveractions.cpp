@@ -49,6 +49,7 @@ void ServerActions::select(const QString& address)
 void ServerActions::showMenu(const QString& address, const QPoint& place)
 {
     m_menuServer = address;
+    const int number = ++m_menuNumber;
     m_actions.refresh();
     auto* const menu = new QMenu(m_window);
     menu->setAttribute(Qt::WA_DeleteOnClose);
@@ -57,9 +58,11 @@ void ServerActions::showMenu(const QString& address, const QPoint& place)
                     [this, address] { Q_EMIT si_ServerWanted(address); });
     for (const char* const id : kMenu)
         menu->addAction(m_actions.action(QLatin1String(id)));
-    // What was chosen runs when the menu has been hidden.
-    connect(menu, &QMenu::aboutToHide, this, [this] {
-        QTimer::singleShot(0, this, [this] {
+    // What was chosen runs when the menu has been hidden; by then that of another server may be open.
+    connect(menu, &QMenu::aboutToHide, this, [this, number] {
+        QTimer::singleShot(0, this, [this, number] {
+            if (m_menuNumber != number)
+                return;
             m_menuServer.clear();
             m_actions.refresh();
         });

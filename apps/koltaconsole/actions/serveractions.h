@@ -63,6 +63,7 @@ private:
     QWidget* const m_window;
     QString m_selected;
     QString m_menuServer;
+    int m_menuNumber = 0; ///< of the latest menu
 };
 
 } // namespace KoltaConsole
