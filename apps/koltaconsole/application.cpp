@@ -3,16 +3,31 @@
 #include <koltaconsole/widgets/theme.h>
 #include <startup/tracesource.h>
 
+#include <QLabel>
+
 #include <cstdio>
 #include <malloc.h>
 
 namespace KoltaConsole {
+
+namespace {
+
+/// Tool tips and questions are labels, too.
+void showsAsWritten(QLabel* label)
+{
+    if (label && label->textFormat() == Qt::AutoText)
+        label->setTextFormat(Qt::PlainText);
+}
+
+} // namespace
 
 bool Application::notify(QObject* receiver, QEvent* event)
 {
     try {
         if (event->type() == QEvent::ThemeChange && receiver->isWindowType())
             Theme::askDesktop();
+        else if (event->type() == QEvent::Polish)
+            showsAsWritten(qobject_cast<QLabel*>(receiver));
         return QApplication::notify(receiver, event);
     } catch (...) {
         const QString text = Startup::CurrentExceptionText();

@@ -8,7 +8,7 @@
 namespace KoltaConsole {
 
 /// Goes on after an exception that a slot or an event handler lets out, and tells of it. Follows the
-/// desktop's theme.
+/// desktop's theme. No label, tool tip or question takes a text that servers wrote for HTML.
 class Application : public QApplication
 {
     Q_OBJECT

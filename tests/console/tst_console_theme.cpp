@@ -1,6 +1,7 @@
 #include "consoletest.h"
 
 #include <QEvent>
+#include <QToolTip>
 #include <QWindow>
 
 using KoltaConsole::Role;
@@ -46,6 +47,24 @@ private Q_SLOTS:
         check(Role::Text, Role::AttentionFill, 4.5);
         check(Role::Text, Role::AlarmFill, 4.5);
         QCOMPARE(Theme::contrast(Qt::black, Qt::white), 21.0);
+    }
+
+    /// Labels, tool tips among them, show what servers wrote, and do not take it for HTML.
+    void plainTexts()
+    {
+        const QString text = QStringLiteral("<b>S1</b>");
+        QLabel label(text);
+        label.show();
+        QToolTip::showText(QPoint(), text, &label);
+        int seen = 0;
+        for (const QWidget* const widget : QApplication::topLevelWidgets()) {
+            if (const auto* const shown = qobject_cast<const QLabel*>(widget);
+                shown && shown->text() == text) {
+                QCOMPARE(shown->textFormat(), Qt::PlainText);
+                ++seen;
+            }
+        }
+        QCOMPARE(seen, 2);
     }
 
     /// A desktop that changes takes along who was told no theme, whichever way it tells.
