@@ -38,6 +38,27 @@ private Q_SLOTS:
         row("not quoted, quote still open", "!\"1 nord", false);
         row("begun", "!", true);
         row("begun sign", ">", true);
+        row("begun cell", "!=", true);
+        row("begun cell in quotes", "=\"", true);
+        row("a part of a number", "S10", false);
+        row("beginning of a word", "nor fre", true);
+        row("within a word", "ord", false);
+        row("not quoted, beginning of a word", "!\"1 nor\"", false);
+        row("a number within", "1", true);
+        row("a whole cell", "=\"KW 1 Nord\" =s1", true);
+        row("not a whole cell", "=nord", false);
+        row("any other cell", "!=s10 !=nord !=\"kw 1\"", true);
+        row("exactly", FilterWords::exactly("KW 1 Nord"_s), true);
+    }
+    /// Of many that are numbered, and of names within others.
+    void wholeWords()
+    {
+        const QString search = "rx \"5  mhz\"\nvhf/uhf\ns10\nam,fm"_s;
+        for (const char* const words :
+             {"s", "s10", "uhf", "fm", "!s1", "!hf", "!=s1", "=s10", "10", "!0", "\"\"\"5  M"})
+            QVERIFY2(FilterWords(QLatin1String(words)).matches(search, {}), words);
+        QVERIFY(FilterWords(FilterWords::exactly("RX \"5  MHz\""_s)).matches(search, {}));
+        QVERIFY(FilterWords(FilterWords::exactly(QString())).isEmpty());
     }
     void matches()
     {

@@ -96,7 +96,7 @@ QVariant TraceLines::data(const QModelIndex& index, int role) const
     if (role == Kolta::ViewRoles::StateRole)
         return numberOf(line.channel);
     if (role == Kolta::ViewRoles::SearchRole)
-        return QStringLiteral("%1 %2 %3").arg(name, placeOf(line), line.text).toLower();
+        return QStringLiteral("%1\n%2\n%3").arg(name, placeOf(line), line.text).toLower();
     if (role != Qt::DisplayRole)
         return {};
     switch (index.column()) {

@@ -1,6 +1,7 @@
 #include "filterwords.h"
 
 #include <koltacommon/units.h>
+#include <koltacommon/wordsearch.h>
 
 #include <QRegularExpression>
 #include <QStringList>
@@ -29,24 +30,42 @@ QString closed(QString text)
     return joined.contains(range) ? joined : text;
 }
 
-/// A sign that waits for what is to be behind it.
-bool isBegun(const QString& word)
-{
-    return word == QLatin1String("!") || word == QLatin1String("<") || word == QLatin1String(">");
-}
+const QLatin1String kQuote("\""), kQuoteInQuotes("\"\"");
 
 } // namespace
 
 FilterWords::FilterWords(const QString& text)
 {
-    static const QRegularExpression words(QStringLiteral("(!?)\"([^\"]*)\"?|\\S+"));
-    const QString typed = closed(text.simplified());
-    for (auto found = words.globalMatch(typed); found.hasNext();) {
-        const QRegularExpressionMatch word = found.next();
-        if (word.capturedStart(2) >= 0)
-            m_words.append({Kind::Text, !word.captured(1).isEmpty(), word.captured(2).toLower(), 0.0, 0.0});
-        else if (!isBegun(word.captured()))
-            m_words.append(wordOf(word.captured()));
+    static const QRegularExpression quoted(QStringLiteral("(?<!\\S)(!?)(=?)\"((?:[^\"]|\"\")*)\"?"));
+    int end = 0;
+    for (auto found = quoted.globalMatch(text); found.hasNext();) {
+        const QRegularExpressionMatch match = found.next();
+        addPlain(text.mid(end, match.capturedStart() - end));
+        end = match.capturedEnd();
+        Word word;
+        word.isNegated = !match.captured(1).isEmpty();
+        word.kind = match.captured(2).isEmpty() ? Kind::Text : Kind::Whole;
+        word.text = match.captured(3).replace(kQuoteInQuotes, kQuote).toLower();
+        if (!word.text.isEmpty())
+            m_words.append(word);
+    }
+    addPlain(text.mid(end));
+}
+
+QString FilterWords::exactly(const QString& text)
+{
+    return text.isEmpty() ? QString()
+                          : QStringLiteral("=\"%1\"").arg(QString(text).replace(kQuote, kQuoteInQuotes));
+}
+
+/// What stands outside of quotes. A sign alone waits for what is to be behind it.
+void FilterWords::addPlain(const QString& text)
+{
+    static const QRegularExpression sign(QStringLiteral("^(!?=?|[<>])$"));
+    const QStringList words = closed(text.simplified()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString& word : words) {
+        if (!word.contains(sign))
+            m_words.append(wordOf(word));
     }
 }
 
@@ -57,9 +76,13 @@ FilterWords::Word FilterWords::wordOf(QString text)
         word.isNegated = true;
         text.remove(0, 1);
     }
+    if (text.startsWith(QLatin1Char('='))) {
+        word.kind = Kind::Whole;
+        text.remove(0, 1);
+    }
     word.text = text.toLower();
     // A bare number is a text.
-    if (!word.text.endsWith(QLatin1String("hz")))
+    if (word.kind == Kind::Whole || !word.text.endsWith(QLatin1String("hz")))
         return word;
     const QChar sign = text.at(0);
     const bool isBandwidth = sign == QLatin1Char('>') || sign == QLatin1Char('<');
@@ -76,7 +99,7 @@ FilterWords::Word FilterWords::wordOf(QString text)
 bool FilterWords::wantsBand() const
 {
     return std::any_of(m_words.begin(), m_words.end(),
-                       [](const Word& word) { return word.kind != Kind::Text; });
+                       [](const Word& word) { return word.kind > Kind::Whole; });
 }
 
 bool FilterWords::Word::fits(const QString& search, const Band& band) const
@@ -88,10 +111,12 @@ bool FilterWords::Word::fits(const QString& search, const Band& band) const
         return band.bandwidth > from;
     case Kind::Narrower:
         return band.bandwidth > 0.0 && band.bandwidth < from;
+    case Kind::Whole:
+        return Kolta::hasLine(search, text);
     case Kind::Text:
         break;
     }
-    return search.contains(text);
+    return Kolta::hasWord(search, text, Qt::CaseSensitive);
 }
 
 bool FilterWords::matches(const QString& search, const Band& band) const

@@ -3,6 +3,7 @@
 #include <koltacommon/journal.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
+#include <koltacommon/wordsearch.h>
 
 #include <algorithm>
 #include <iterator>
@@ -47,7 +48,7 @@ QString searchText(const JournalEntry& entry)
     QStringList texts;
     for (int column = 0; column < EventModel::eColumnCount; ++column)
         texts.append(textOf(entry, column));
-    return texts.join(QLatin1Char(' ')).toLower();
+    return texts.join(QLatin1Char('\n')).toLower();
 }
 
 } // namespace
@@ -61,10 +62,9 @@ bool EventFilter::matches(const Event& event) const
     if (!kinds.isEmpty() && !kinds.contains(event.kind))
         return false;
     const auto has = [&event](const QString& word) {
-        return event.text.contains(word, Qt::CaseInsensitive) ||
-               event.server().contains(word, Qt::CaseInsensitive) ||
-               Event::title(event.kind).contains(word, Qt::CaseInsensitive) ||
-               Event::title(event.weight).contains(word, Qt::CaseInsensitive);
+        const auto isIn = [&word](const QString& text) { return hasWord(text, word, Qt::CaseInsensitive); };
+        return isIn(event.text) || isIn(event.server()) || isIn(Event::title(event.kind)) ||
+               isIn(Event::title(event.weight));
     };
     return std::all_of(words.begin(), words.end(), has) && std::none_of(without.begin(), without.end(), has);
 }

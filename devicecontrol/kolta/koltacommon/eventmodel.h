@@ -23,7 +23,7 @@ struct KOLTA_COMMON_EXPORT EventFilter
     Event::Weight least = Event::Weight::Note;
     QDateTime from;
     QDateTime to;        ///< not included
-    QStringList words;   ///< each occurs in text, server, kind or weight, in any letter case
+    QStringList words;   ///< each is in text, server, kind or weight in any letter case; see hasWord()
     QStringList without; ///< none of these does
 
     bool matches(const Event& event) const;

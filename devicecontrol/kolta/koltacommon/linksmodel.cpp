@@ -198,7 +198,7 @@ QVariant LinksModel::data(const QModelIndex& index, int role) const
         QStringList texts;
         for (int column = 0; column < eColumnCount; ++column)
             texts.append(textOf(row, column));
-        return texts.join(QLatin1Char(' ')).toLower();
+        return texts.join(QLatin1Char('\n')).toLower();
     }
     default:
         return QVariant();

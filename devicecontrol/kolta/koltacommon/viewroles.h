@@ -24,7 +24,7 @@ enum Role : int {
     PlannedRole,   ///< bool: planned in this process
     HolderRole,    ///< text: who holds it, in full
     SinceRole,     ///< QDateTime since when the state is so, if the model saw it begin; else invalid
-    SearchRole,    ///< the texts of all columns in lower case, for filters
+    SearchRole,    ///< the texts of all columns, each a line, in lower case, for filters
     FreeRole,      ///< how many tuners of those that the row stands for are free
     CountRole      ///< how many it stands for
 };

@@ -348,8 +348,8 @@ void TunersPage::showLanes()
 /// By a word of the filter line, where everybody sees it and can take it out.
 void TunersPage::showLane(const QString& name)
 {
-    if (m_groups->currentIndex() != static_cast<int>(TunerGroups::None))
-        m_filter->line()->setText(QStringLiteral("\"%1\"").arg(name));
+    if (m_groups->currentIndex() != static_cast<int>(TunerGroups::None) && !name.isEmpty())
+        m_filter->line()->setText(FilterWords::exactly(name));
 }
 
 void TunersPage::tellCurrent()
