@@ -156,7 +156,7 @@ void ServerFactsList::read()
         if (a.condition != b.condition)
             return a.condition < b.condition;
         // Those that are well keep their places.
-        if (a.needsAttention() && a.since != b.since)
+        if (a.condition < Condition::Operational && a.since != b.since)
             return a.since < b.since;
         return a.sortText < b.sortText;
     });

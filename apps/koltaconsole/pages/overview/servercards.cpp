@@ -39,7 +39,7 @@ QString ServerCards::searchText(const ServerFacts& facts)
 {
     return QStringList{facts.address,  facts.host,   facts.look().word, facts.stateText,
                        facts.reason(), facts.errors, facts.message}
-        .join(QLatin1Char(' '))
+        .join(QLatin1Char('\n'))
         .toLower();
 }
 
@@ -254,7 +254,7 @@ void ServerCards::keyPressEvent(QKeyEvent* event)
         return step(-inRow);
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (!m_current.isEmpty())
+        if (!placeOf(m_current).isNull()) // and not hidden by the filter
             Q_EMIT si_Activated(QString(m_current));
         return;
     default:
@@ -269,7 +269,7 @@ void ServerCards::contextMenuEvent(QContextMenuEvent* event)
         setCurrent(place->facts.address);
     else if (!isKey)
         return;
-    if (!m_current.isEmpty())
+    if (!placeOf(m_current).isNull())
         Q_EMIT si_MenuWanted(m_current,
                              isKey ? mapToGlobal(placeOf(m_current).center()) : event->globalPos());
 }

@@ -125,7 +125,7 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     drawText(painter, line(0).adjusted(0, 0, -markWidth, 0), Qt::AlignLeft, facts.address, Qt::ElideMiddle);
     painter.setFont(font());
     painter.setPen(theme.color(Role::Dim));
-    // What is wrong is often as long as the line, and stands where the server's message would.
+    // What is wrong is often as long as the line; it stands before the server's message, or in its place.
     const bool isLong = facts.condition == Condition::Attention && !facts.isOutOfSight;
     const QString reason = isLong ? facts.sinceText() : facts.reason();
     drawReasonAndHost(painter, line(18), reason, facts.host);
@@ -136,8 +136,11 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     paintWork(painter, facts, line(69));
     painter.setPen(theme.color(Role::Dim));
     drawText(painter, line(86), Qt::AlignLeft, isLong ? facts.whatIsWrong() : facts.message);
+    const bool hasSecond = isLong && place.shape == Shape::Tall && !facts.message.isEmpty();
+    if (hasSecond)
+        drawText(painter, line(103), Qt::AlignLeft, facts.message);
     if (place.shape == Shape::Tall)
-        paintClasses(painter, place, inner.adjusted(0, 110, 0, -12));
+        paintClasses(painter, place, inner.adjusted(0, hasSecond ? 127 : 110, 0, -12));
     paintStrip(painter, QRect(inner.left(), inner.bottom() - 5, inner.width(), 6), facts);
 }
 
@@ -288,11 +291,14 @@ void ServerCards::paintStrip(QPainter& painter, const QRect& rect, const ServerF
         const Role role = roleOfState(stretch.state);
         painter.fillRect(part, role == Role::Free || stretch.isOpen ? theme.color(role) : theme.past(role));
     }
-    if (facts.hasLeft())
+    const bool isKnown = facts.needsAttention() || facts.condition == Condition::Starting ||
+                         facts.condition == Condition::Operational;
+    if (facts.isOutOfSight || !isKnown)
         return;
     // What needs attention for another reason than its state is not in the book.
     const QRect present(QPoint(rect.right() - 3, rect.top()), rect.bottomRight());
-    painter.fillRect(present, theme.color(facts.needsAttention() ? facts.look().role : Role::Free));
+    painter.fillRect(present,
+                     theme.color(facts.condition == Condition::Operational ? Role::Free : facts.look().role));
 }
 
 } // namespace KoltaConsole
