@@ -313,10 +313,9 @@ bool BranchOwner::isOversized(const Change& change, std::size_t size)
         return false;
     }
     if (!m_oversized.contains(change.path))
-        kTrace(eOversized, QStringLiteral("%1 is not published: %2 bytes are too many, %3 may be")
-                               .arg(change.path)
-                               .arg(size)
-                               .arg(Limits::kValueBytes));
+        kTrace(eOversized,
+               QStringLiteral("%1 is not published: %2 bytes are too many, %3 may be")
+                   .arg(change.path, QString::number(size), QString::number(Limits::kValueBytes)));
     m_oversized.insert(change.path);
     return true;
 }

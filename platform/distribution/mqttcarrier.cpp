@@ -42,8 +42,8 @@ MqttCarrier::MqttCarrier(const MqttOptions& options) : m_options(options), m_ret
     QObject::connect(&m_rest, &QTimer::timeout, &m_context, [this] { takeEvents(); });
     QObject::connect(&m_retry, &QTimer::timeout, &m_context, [this] { connect(); });
     QObject::connect(&m_patience, &QTimer::timeout, &m_context, [this] {
-        down(DownReason::Lost,
-             Texts::tr("%1: no answer within %2 s").arg(m_options.address.ToText()).arg(kPatienceMs / 1000));
+        down(DownReason::Lost, Texts::tr("%1: no answer within %2 s")
+                                   .arg(m_options.address.ToText(), QString::number(kPatienceMs / 1000)));
     });
 }
 

@@ -95,8 +95,8 @@ void BranchOwner::publishAnswers(OwnerChannel& channel, qint64 nowMs)
         m_complaints(
             kTrace, eLargeState,
             QStringLiteral("%1: a state of about %2 bytes is more than others take unless they are told")
-                .arg(channel.GetPath().isEmpty() ? m_settings.branch : channel.GetPath())
-                .arg(bytes),
+                .arg(channel.GetPath().isEmpty() ? m_settings.branch : channel.GetPath(),
+                     QString::number(bytes)),
             nowMs);
     const auto parts = static_cast<quint32>(bytes / cut.partBytes + 1);
     asks.statePartsBound = std::max(asks.statePartsBound, parts);

@@ -246,8 +246,7 @@ bool TreeRecorder::ensureRoom(quint64 bytes)
 QString TreeRecorder::tooSmall() const
 {
     return QStringLiteral("%1: %2 MiB are too little for a recording of this installation")
-        .arg(m_file)
-        .arg(m_maximumBytes >> 20U);
+        .arg(m_file, QString::number(m_maximumBytes >> 20U));
 }
 
 /// What is no message, before it counts: a segment that begins for want of room stands before it. False when

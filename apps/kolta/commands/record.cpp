@@ -51,10 +51,9 @@ void tellEnd(const CommandLine& line, const TreeRecorder& recorder)
                    {QStringLiteral("segmentsDropped"), static_cast<double>(recorder.segmentsDropped())}});
     else
         printLine(QStringLiteral("%1: %2 messages in %3, %4 KiB")
-                      .arg(line.argument(0))
-                      .arg(recorder.messages())
-                      .arg(secondsText(static_cast<int>(recorder.durationMs())))
-                      .arg((recorder.bytes() + 1023) / 1024));
+                      .arg(line.argument(0), QString::number(recorder.messages()),
+                           secondsText(static_cast<int>(recorder.durationMs())),
+                           QString::number((recorder.bytes() + 1023) / 1024)));
 }
 
 /// Without a broker there is nothing to record; its servers may come later.

@@ -2431,8 +2431,8 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>Klasse wählen</translation>
     </message>
     <message>
-        <source>%1  (%L2 of %L3 free)</source>
-        <translation>%1  (%L2 von %L3 frei)</translation>
+        <source>%1  (%2 of %3 free)</source>
+        <translation>%1  (%2 von %3 frei)</translation>
     </message>
     <message>
         <source>choose an MCP</source>

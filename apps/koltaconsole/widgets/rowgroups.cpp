@@ -1,5 +1,7 @@
 #include "rowindex.h"
 
+#include "rowtexts.h"
+
 #include <koltacommon/viewroles.h>
 
 #include <algorithm>
@@ -153,8 +155,9 @@ QVariant RowIndex::headingData(const Group& group, int column, int role) const
 {
     switch (role) {
     case Qt::DisplayRole:
-        return column == 0 ? tr("%1: %2 of %3 free").arg(group.name).arg(group.free).arg(group.count)
-                           : QVariant();
+        return column == 0
+                   ? tr("%1: %2 of %3 free").arg(group.name, countText(group.free), countText(group.count))
+                   : QVariant();
     case Kolta::ViewRoles::KeyRole:
         return QString(QStringLiteral("group/") + group.name);
     case Kolta::ViewRoles::GroupRole:

@@ -1,18 +1,24 @@
 #include "rowtexts.h"
 
 #include <QHeaderView>
+#include <QLocale>
 #include <QTreeView>
 
 #include <algorithm>
 
 namespace KoltaConsole {
 
+QString countText(int count)
+{
+    return QLocale().toString(count);
+}
+
 QString searchText(const QAbstractItemModel& model, int row)
 {
     QStringList cells;
     for (int column = 0; column < model.columnCount(); ++column)
         cells.append(model.index(row, column).data().toString());
-    return cells.join(QLatin1Char(' ')).toLower();
+    return cells.join(QLatin1Char('\n')).toLower();
 }
 
 namespace {

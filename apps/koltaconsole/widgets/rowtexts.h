@@ -6,6 +6,10 @@ class QString;
 
 namespace KoltaConsole {
 
+/// "1,977", as the default locale has it. For texts that take several words at once: a name with a "%2" in it
+/// must not take the place of a count.
+QString countText(int count);
+
 /// The selected rows of a view as text: cells that are shown with tabs between them, one row a line, in the
 /// order that is shown. Of a view that is no tree, where cells are selected, each cell as it is read aloud.
 QString selectedText(const QAbstractItemView& view);

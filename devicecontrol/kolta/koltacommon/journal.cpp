@@ -33,9 +33,7 @@ QString JournalEntry::text() const
     if (count < 2)
         return event.text;
     return Journal::tr("%1 (×%2 in %3: flutters)")
-        .arg(event.text)
-        .arg(count)
-        .arg(durationText(event.time.msecsTo(last)));
+        .arg(event.text, QString::number(count), durationText(event.time.msecsTo(last)));
 }
 
 Journal::Journal(QObject* parent) : Journal(Limits(), parent) {}

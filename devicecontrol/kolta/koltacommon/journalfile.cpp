@@ -183,7 +183,8 @@ bool JournalFile::readOne(const QString& path, const Reader& reader)
             firstDamaged = number;
     }
     if (damaged)
-        m_damage = tr("%1, line %2: %3 lines cannot be read").arg(path).arg(firstDamaged).arg(damaged);
+        m_damage = tr("%1, line %2: %3 lines cannot be read")
+                       .arg(path, QString::number(firstDamaged), QString::number(damaged));
     return true;
 }
 

@@ -36,8 +36,7 @@ QString listed(const QStringList& names)
     if (names.size() <= kMostNames)
         return names.join(QStringLiteral(", "));
     return InstallationEvents::tr("%1 and %2 more")
-        .arg(names.mid(0, kMostNames).join(QStringLiteral(", ")))
-        .arg(names.size() - kMostNames);
+        .arg(names.mid(0, kMostNames).join(QStringLiteral(", ")), QString::number(names.size() - kMostNames));
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/looklabel.h>
+#include <koltaconsole/widgets/rowtexts.h>
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -64,10 +65,8 @@ Choices classChoices(const TunerClassModel& model, bool isFfp)
         readClasses(model, model.index(row, 0), free, names);
     Choices choices{{isFfp ? OrderForm::tr("the MCP's tuner") : OrderForm::tr("choose a class"), QString()}};
     for (const QString& name : qAsConst(names))
-        choices.append({OrderForm::tr("%1  (%L2 of %L3 free)")
-                            .arg(name)
-                            .arg(free.value(name).first)
-                            .arg(free.value(name).second),
+        choices.append({OrderForm::tr("%1  (%2 of %3 free)")
+                            .arg(name, countText(free.value(name).first), countText(free.value(name).second)),
                         name});
     return choices;
 }

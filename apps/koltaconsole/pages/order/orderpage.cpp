@@ -14,6 +14,7 @@
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/filterwords.h>
 #include <koltaconsole/widgets/looklabel.h>
+#include <koltaconsole/widgets/rowtexts.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <koltacommon/actionrights.h>
@@ -298,8 +299,9 @@ void OrderPage::refresh()
     const int all = m_candidates->acceptedCount() + m_candidates->refusedCount();
     const QString reach = m_candidates->reach();
     const int narrow = m_candidates->tooNarrowCount();
-    m_form->setHints(reach.isEmpty() ? QString() : tr("reaches %1").arg(reach),
-                     narrow == 0 ? QString() : tr("%1 of %2 are too narrow").arg(narrow).arg(all), true);
+    m_form->setHints(
+        reach.isEmpty() ? QString() : tr("reaches %1").arg(reach),
+        narrow == 0 ? QString() : tr("%1 of %2 are too narrow").arg(countText(narrow), countText(all)), true);
     actions().refresh();
     if (!m_isLineOfDone)
         tellOtherCommandLine();
@@ -318,11 +320,11 @@ QString OrderPage::headingText() const
 {
     const int accepted = m_candidates->acceptedCount(), refused = m_candidates->refusedCount();
     const QString why = problem();
-    QString text = tr("Candidates: %1 can take it, %2 refused").arg(accepted).arg(refused);
+    QString text = tr("Candidates: %1 can take it, %2 refused").arg(countText(accepted), countText(refused));
     if (accepted + refused == 0)
         text = tr("No candidates: %1").arg(why.isEmpty() ? m_candidates->problem() : why);
     else if (session().isOutOfSight())
-        text = tr("Candidates, last known: %1, %2 refused").arg(accepted).arg(refused);
+        text = tr("Candidates, last known: %1, %2 refused").arg(countText(accepted), countText(refused));
     const QStringList away = session().isOutOfSight() ? QStringList() : m_candidates->awayServers();
     if (accepted + refused > 0 && !away.isEmpty())
         text += tr("; away: %1")

@@ -14,6 +14,7 @@
 #include <koltaconsole/widgets/confirmation.h>
 #include <koltaconsole/widgets/elidedlabel.h>
 #include <koltaconsole/widgets/filterbar.h>
+#include <koltaconsole/widgets/rowtexts.h>
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -38,7 +39,7 @@ QString named(const QStringList& names)
     const QString text = names.mid(0, kNamesInLine).join(QStringLiteral("; "));
     return names.size() <= kNamesInLine
                ? text
-               : ProductionsPage::tr("%1 and %2 more").arg(text).arg(names.size() - kNamesInLine);
+               : ProductionsPage::tr("%1 and %2 more").arg(text, countText(names.size() - kNamesInLine));
 }
 
 constexpr int kFilterWidth = 250;

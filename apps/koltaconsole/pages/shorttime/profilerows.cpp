@@ -2,6 +2,8 @@
 
 #include "profilefields.h"
 
+#include <koltaconsole/widgets/rowtexts.h>
+
 #include <koltacommon/viewroles.h>
 
 #include <QCoreApplication>
@@ -75,7 +77,7 @@ QVariant ProfileRows::use(const QString& profile, int role) const
     const QStringList ffps = m_uses.value(profile);
     switch (role) {
     case Qt::DisplayRole:
-        return ffps.size() > 1 ? QStringLiteral("%1 +%2").arg(ffps.first()).arg(ffps.size() - 1)
+        return ffps.size() > 1 ? QStringLiteral("%1 +%2").arg(ffps.first(), countText(ffps.size() - 1))
                                : ffps.value(0);
     case Qt::ToolTipRole:
         return ffps.join(QLatin1Char('\n'));
