@@ -67,4 +67,15 @@ QStringList meantBy(const QString& word, const QString& server, const QVector<Ru
     return keys;
 }
 
+QString serverOfProcessor(const Session& session, const QUuid& guid)
+{
+    const ProcessorModel& model = session.processors();
+    for (int row = 0; !guid.isNull() && row < model.rowCount(); ++row) {
+        const QModelIndex index = model.index(row, ProcessorModel::eServerColumn);
+        if (Kolta::guidFromText(index.data(Roles::GuidRole).toString()) == guid)
+            return index.data().toString();
+    }
+    return QString();
+}
+
 } // namespace KoltaConsole

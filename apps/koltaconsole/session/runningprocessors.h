@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QVector>
 
+class QUuid;
+
 namespace KoltaConsole {
 
 class Session;
@@ -29,5 +31,8 @@ QVector<RunningProcessor> runningProcessors(const Session& session, const QStrin
 /// Which of them a line of `kolta` means by that word, a GUID, its own or that of its production, or a name;
 /// on that server, or on any where it is empty. Several where `kolta` would ask for another word. Keys.
 QStringList meantBy(const QString& word, const QString& server, const QVector<RunningProcessor>& running);
+
+/// Where that SCP or MCP runs; empty for one that is not known.
+QString serverOfProcessor(const Session& session, const QUuid& guid);
 
 } // namespace KoltaConsole

@@ -8,7 +8,6 @@
 #include "simulatedinstallation.h"
 #include "tracelines.h"
 
-#include <koltacommon/guidtext.h>
 #include <koltacommon/installationevents.h>
 #include <koltacommon/journal.h>
 #include <koltacommon/koltaconnectionsviewer.h>
@@ -19,7 +18,6 @@
 #include <koltacommon/shorttimevalues.h>
 #include <koltacommon/tunerclassmodel.h>
 #include <koltacommon/tunermodel.h>
-#include <koltacommon/viewroles.h>
 #include <koltacommon/viewtime.h>
 
 #include <simulation/installation.h>
@@ -400,17 +398,6 @@ const Kolta::IBranchSource* Session::branches() const
 #else
     return nullptr;
 #endif
-}
-
-QString Session::serverOfProcessor(const QUuid& guid) const
-{
-    const Kolta::ProcessorModel& model = processors();
-    for (int row = 0; !guid.isNull() && row < model.rowCount(); ++row) {
-        const QModelIndex index = model.index(row, Kolta::ProcessorModel::eServerColumn);
-        if (Kolta::guidFromText(index.data(Kolta::ViewRoles::GuidRole).toString()) == guid)
-            return index.data().toString();
-    }
-    return QString();
 }
 
 MessageTap Session::messagesOfBranch(const QString& name) const

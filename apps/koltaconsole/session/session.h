@@ -64,8 +64,6 @@ public:
     Kolta::TunerModel& tuners() const; ///< without groups
     Kolta::TunerClassModel& classes() const;
     Kolta::ProcessorModel& processors() const;
-    /// Of an SCP or MCP that is shown; empty where there is none.
-    QString serverOfProcessor(const QUuid& guid) const;
     /// What happens; who orders something tells it of the operation.
     Kolta::InstallationEvents& events() const;
     /// What happened, in earlier sessions too where there is a broker.

@@ -9,6 +9,7 @@
 #include <koltacommon/units.h>
 #include <koltacommon/viewroles.h>
 #include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/looklabel.h>
 #include <koltaconsole/widgets/rowtexts.h>
@@ -314,7 +315,7 @@ void OrderForm::take()
                     : QUuid();
     order.demandClass = m_demandClass->currentData().toString();
     const QString storage = m_storage->currentData().toString();
-    const QString host = m_session.serverOfProcessor(order.mcp); // an FFP's tuner is one of there
+    const QString host = serverOfProcessor(m_session, order.mcp); // an FFP's tuner is one of there
     const QString server = host.isEmpty() ? m_server->currentData().toString() : host;
     const bool isSameServer = server == m_session.draft().server();
     order.storageGuids = storage.isEmpty() || !isSameServer ? QStringList() : QStringList(storage);

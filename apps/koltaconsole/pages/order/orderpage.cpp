@@ -7,6 +7,7 @@
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/session/orderdraft.h>
 #include <koltaconsole/session/ordersunderway.h>
+#include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/columnfit.h>
 #include <koltaconsole/widgets/columns.h>
@@ -407,7 +408,7 @@ QString OrderPage::serverOf(const ProductionOrder& order) const
     const Offer offer = m_candidates->offer();
     if (!offer.isNone())
         return offer.server;
-    const QString host = session().serverOfProcessor(order.mcp);
+    const QString host = serverOfProcessor(session(), order.mcp);
     return host.isEmpty() ? session().draft().server() : host;
 }
 

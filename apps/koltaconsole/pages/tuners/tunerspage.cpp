@@ -7,6 +7,7 @@
 #include <koltaconsole/actions/actions.h>
 #include <koltaconsole/plots/frequencyaxis.h>
 #include <koltaconsole/session/orderdraft.h>
+#include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/filterbar.h>
@@ -141,7 +142,7 @@ void TunersPage::orderCurrent()
         // Units and MCPs are never those of another server.
         if (server != session().draft().server())
             wanted.storageGuids.clear();
-        if (server != session().serverOfProcessor(wanted.mcp))
+        if (server != serverOfProcessor(session(), wanted.mcp))
             wanted.mcp = QUuid();
         session().draft().set(wanted, server, current.data(Roles::GuidRole).toString());
     }
