@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace KoltaConsole {
 
@@ -67,9 +68,14 @@ struct Offers::Source
     }
 };
 
+/// Of equal tuners those of servers that are well are taken first, then by name.
 Offers::Offers(Session& session) : m_session(session)
 {
-    for (const ServerFacts& facts : session.facts()) {
+    QVector<ServerFacts> all = session.facts();
+    std::sort(all.begin(), all.end(), [](const ServerFacts& a, const ServerFacts& b) {
+        return std::pair(a.needsAttention(), a.sortText) < std::pair(b.needsAttention(), b.sortText);
+    });
+    for (const ServerFacts& facts : qAsConst(all)) {
         if (session.isThere(facts.address))
             m_sources.push_back(std::make_unique<Source>(*session.server(facts.address)));
     }

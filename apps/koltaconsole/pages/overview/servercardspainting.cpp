@@ -136,11 +136,14 @@ void ServerCards::paintCard(QPainter& painter, const Place& place) const
     paintWork(painter, facts, line(69));
     painter.setPen(theme.color(Role::Dim));
     drawText(painter, line(86), Qt::AlignLeft, isLong ? facts.whatIsWrong() : facts.message);
-    const bool hasSecond = isLong && place.shape == Shape::Tall && !facts.message.isEmpty();
-    if (hasSecond)
-        drawText(painter, line(103), Qt::AlignLeft, facts.message);
-    if (place.shape == Shape::Tall)
-        paintClasses(painter, place, inner.adjusted(0, hasSecond ? 127 : 110, 0, -12));
+    if (place.shape == Shape::Tall) {
+        QRect classes = inner.adjusted(0, 110, 0, -12);
+        if (isLong && place.classes.size() * kClassHeight <= classes.height() - 17) {
+            drawText(painter, line(103), Qt::AlignLeft, facts.message);
+            classes.setTop(classes.top() + 17);
+        }
+        paintClasses(painter, place, classes);
+    }
     paintStrip(painter, QRect(inner.left(), inner.bottom() - 5, inner.width(), 6), facts);
 }
 
