@@ -56,33 +56,6 @@ class TestShortTime : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void fields_data()
-    {
-        const Rows<int, QString, QString, bool> row("field typed shown isGood");
-        row("units", int(ProfileField::Frequency), "30-88 MHz", "30 – 88 MHz", true);
-        row("comma", int(ProfileField::Bandwidth), "12,5-25 kHz", "12.5 – 25 kHz", true);
-        row("reversed", int(ProfileField::Bandwidth), "25-16 kHz", "", false);
-        row("one end", int(ProfileField::Frequency), ">20 MHz", "", false);
-        row("beyond 32 bits", int(ProfileField::Shift), "1-5 GHz", "", false);
-        row("raw duration", int(ProfileField::Duration), "7000-9500", "7000 – 9500", true);
-        row("duration beyond 32 bits", int(ProfileField::Duration), "1-5000000000", "", false);
-        row("hops", int(ProfileField::HopRate), "2 k/s", "2 k/s", true);
-        row("no name", int(ProfileField::Name), " ", "", false);
-    }
-    void fields()
-    {
-        QFETCH(int, field);
-        QFETCH(QString, typed);
-        QFETCH(QString, shown);
-        QFETCH(bool, isGood);
-        ShortTimeProfile profile;
-        const QString problem = takeField(profile, static_cast<ProfileField>(field), typed);
-        QCOMPARE(problem.isEmpty(), isGood);
-        QCOMPARE(fieldText(profile, static_cast<ProfileField>(field)), shown);
-        QVERIFY(!isGood || takeField(profile, static_cast<ProfileField>(field), QString()).isEmpty() ==
-                               (field != int(ProfileField::Name)));
-    }
-
     /// A draft outlives what others do and the server's absence, and only a good one is saved.
     void editing()
     {

@@ -29,6 +29,8 @@ namespace {
 constexpr int kFieldWidth = 160;
 constexpr int kValueWidth = 300;
 constexpr int kComparisonHeight = 110;
+constexpr int kNoModulation = 1000; ///< beside the codes
+constexpr int kForeignRole = Qt::UserRole + 1;
 
 /// All that the editor shows of a profile, and what it must not lose.
 QJsonObject toJson(const ShortTimeProfile& profile)
@@ -37,7 +39,8 @@ QJsonObject toJson(const ShortTimeProfile& profile)
     for (int field = 0; field < kTypedFieldCount; ++field)
         texts.append(fieldText(profile, static_cast<ProfileField>(field)));
     return {{QStringLiteral("texts"), texts},
-            {QStringLiteral("modulation"), profile.useModulation ? profile.modulation : 0},
+            {QStringLiteral("useModulation"), profile.useModulation},
+            {QStringLiteral("modulation"), profile.modulation},
             {QStringLiteral("type"), profile.type},
             {QStringLiteral("hopper"), profile.hopperFlag}};
 }
@@ -49,10 +52,28 @@ ShortTimeProfile profileOf(const QJsonObject& json)
     for (int field = 0; field < kTypedFieldCount; ++field)
         takeField(profile, static_cast<ProfileField>(field), texts.at(field).toString());
     profile.modulation = static_cast<qint8>(json.value(QStringLiteral("modulation")).toInt());
-    profile.useModulation = profile.modulation != 0;
+    profile.useModulation = json.value(QStringLiteral("useModulation")).toBool(profile.modulation != 0);
     profile.type = static_cast<Kolta::eShortTimeProfileType>(json.value(QStringLiteral("type")).toInt());
     profile.hopperFlag = json.value(QStringLiteral("hopper")).toBool();
     return profile;
+}
+
+int modulationCode(const ShortTimeProfile& profile)
+{
+    return profile.useModulation ? profile.modulation : kNoModulation;
+}
+
+/// What a server has and nobody can choose is offered as long as it is the profile's.
+void choose(QComboBox& box, int value, const QString& title)
+{
+    const int foreign = box.findData(true, kForeignRole);
+    if (foreign >= 0)
+        box.removeItem(foreign);
+    if (box.findData(value) < 0) {
+        box.addItem(title, value);
+        box.setItemData(box.count() - 1, true, kForeignRole);
+    }
+    box.setCurrentIndex(box.findData(value));
 }
 
 bool isSame(const ShortTimeProfile& a, const ShortTimeProfile& b)
@@ -90,7 +111,7 @@ void ProfileEditor::makeHeading()
 void ProfileEditor::makeLists()
 {
     m_modulation->setAccessibleName(fieldTitle(ProfileField::Modulation));
-    m_modulation->addItem(tr("not in use"), 0);
+    m_modulation->addItem(tr("not in use"), kNoModulation);
     for (const QString& name : KoltaApps::modulationNames())
         m_modulation->addItem(name, int(Kolta::stringToModulationType(name)));
     m_type->setAccessibleName(tr("Type"));
@@ -162,9 +183,9 @@ void ProfileEditor::fill()
 
 void ProfileEditor::fillLists()
 {
-    m_modulation->setCurrentIndex(
-        qMax(0, m_modulation->findData(m_draft.useModulation ? m_draft.modulation : 0)));
-    m_type->setCurrentIndex(qMax(0, m_type->findData(static_cast<int>(m_draft.type))));
+    const int code = modulationCode(m_draft);
+    choose(*m_modulation, code, code == 0 ? Kolta::modulationTypeToString(0) : QString::number(code));
+    choose(*m_type, static_cast<int>(m_draft.type), ShortTimeProfile::typeTitle(m_draft.type));
 }
 
 QJsonObject ProfileEditor::written() const
@@ -201,16 +222,17 @@ void ProfileEditor::read()
         return;
     m_wrong = 0;
     bool isOther = false;
+    m_draft = m_original; // whose numbers may be finer than their texts
     for (int i = 0; i < kTypedFieldCount; ++i) {
         const auto at = static_cast<std::size_t>(i);
         const auto field = static_cast<ProfileField>(i);
         const QString text = m_lines[at]->text();
-        isOther = isOther || text != fieldText(m_original, field);
-        // An empty new profile is not wrong yet.
-        const bool isUntouched = text.isEmpty() && fieldText(m_original, field).isEmpty();
-        const QString problem = takeField(m_draft, field, text);
+        const bool isTouched = text != fieldText(m_original, field);
+        isOther = isOther || isTouched;
+        const bool isTaken = isTouched || field == ProfileField::Name;
+        const QString problem = isTaken ? takeField(m_draft, field, text) : QString();
         m_wrong += problem.isEmpty() ? 0 : 1;
-        const bool isShown = !problem.isEmpty() && !isUntouched;
+        const bool isShown = !problem.isEmpty() && isTouched; // an empty new profile is not wrong yet
         m_hints[at]->setVisible(isShown);
         m_hints[at]->setLook({Mark::Triangle, Role::Attention, problem, true});
         m_hints[at]->setToolTip(problem);
@@ -220,9 +242,10 @@ void ProfileEditor::read()
             m_lines[at]->style()->polish(m_lines[at]);
         }
     }
-    const auto modulation = static_cast<qint8>(m_modulation->currentData().toInt());
-    m_draft.useModulation = modulation != 0;
-    m_draft.modulation = modulation;
+    if (const int code = m_modulation->currentData().toInt(); code != modulationCode(m_original)) {
+        m_draft.useModulation = code != kNoModulation;
+        m_draft.modulation = static_cast<qint8>(m_draft.useModulation ? code : 0);
+    }
     m_draft.type = static_cast<Kolta::eShortTimeProfileType>(m_type->currentData().toInt());
     m_isChanged = isOther || !isSame(m_draft, m_original);
     showHeading();

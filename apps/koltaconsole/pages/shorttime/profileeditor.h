@@ -51,7 +51,7 @@ public:
     /// Goes on with what was typed; nothing when it is empty. What is there by now is told afterwards.
     void resume(const QJsonObject& written);
 
-    /// What the fields say, those that are wrong as before.
+    /// What the fields say; where nothing was typed, or what is wrong, as in the original.
     const Kolta::ShortTimeProfile& draft() const noexcept { return m_draft; }
     /// As it was when it was shown, or as others have made it.
     const Kolta::ShortTimeProfile& original() const noexcept { return m_original; }
