@@ -31,6 +31,11 @@ ShortTimeProfileItemMap* ProfileSaving::profiles() const
     return shortTimeMap<ShortTimeProfileItemMap>(m_session, m_server);
 }
 
+void ProfileSaving::tellGone()
+{
+    Q_EMIT si_Ended(tr("%1 has gone; it may have happened").arg(m_server));
+}
+
 /// Goes on when the server has decided, and is still there.
 void ProfileSaving::decided(const std::function<void(const QString& reason)>& then)
 {
@@ -40,7 +45,7 @@ void ProfileSaving::decided(const std::function<void(const QString& reason)>& th
             if (profiles())
                 then(reason);
             else
-                Q_EMIT si_Ended(tr("%1 has gone; it may have happened").arg(m_server));
+                tellGone();
         },
         this);
 }
@@ -116,7 +121,9 @@ void ProfileSaving::moveAssignments()
 /// While an FFP still looks for the old one it stays.
 void ProfileSaving::removeOld()
 {
-    if (!m_problem.isEmpty() || !profiles()) {
+    if (!profiles())
+        return tellGone();
+    if (!m_problem.isEmpty()) {
         Q_EMIT si_Ended(tr("%1 is still there: %2").arg(m_before, m_problem));
         return;
     }

@@ -35,6 +35,7 @@ Q_SIGNALS:
 
 private:
     Kolta::ShortTimeProfileItemMap* profiles() const;
+    void tellGone();
     void decided(const std::function<void(const QString& reason)>& then);
     void askForType();
     void moveAssignments();
