@@ -36,7 +36,10 @@ namespace {
 
 struct ShortTimeStage : Stage
 {
-    ShortTimeStage() : Stage(1, "short-time"), page(static_cast<ShortTimePage*>(window->currentPage())) {}
+    explicit ShortTimeStage(int servers = 1)
+        : Stage(servers, "short-time"), page(static_cast<ShortTimePage*>(window->currentPage()))
+    {
+    }
     template<class Map>
     Map& map() const
     {
@@ -390,6 +393,35 @@ private Q_SLOTS:
         stage.profiles().Clear();
         stage.show(1);
         QTRY_VERIFY(tells(*stage.page, "make one under Profiles"));
+    }
+
+    /// A server that nobody has looked at before it went is no blank page.
+    void neverSeen()
+    {
+        ShortTimeStage stage(2);
+        QTRY_VERIFY(stage.isSettled());
+        const QString other = QStringLiteral("S2");
+        shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, other)
+            ->AddNew(Kolta::ShortTimeResult());
+        stage.server(other).vanish();
+        QTRY_COMPARE(stage.session->factsOf(other).condition, Condition::Vanished);
+        const auto& list = *stage.page->profiles().findChild<QTreeView*>()->model();
+        AssignmentMatrix& matrix = stage.page->assignments().matrix();
+        const auto isStale = [&list] { return list.index(0, 0).data(Kolta::ViewRoles::StaleRole).toBool(); };
+        const int all = list.rowCount();
+        for (int time = 0; time < 2; ++time) {
+            stage.page->showServer(other);
+            QVERIFY(list.rowCount() == all && isStale() && tells(*stage.page, "last known"));
+            QCOMPARE(stage.page->results().model().rowCount(), 1);
+            QVERIFY(matrix.rowCount() == 1 && matrix.columnCount() == all);
+            stage.page->showServer(QStringLiteral("S1"));
+            QVERIFY(list.rowCount() == all && !isStale());
+            QCOMPARE(stage.page->results().model().rowCount(), 0);
+        }
+        stage.page->showServer(other);
+        stage.server(other).comeBack();
+        QTRY_VERIFY(!isStale());
+        QTRY_COMPARE(list.rowCount(), all);
     }
 
     /// The plot follows until it is moved. Profiles look different, rectangles too; what has gone leaves its

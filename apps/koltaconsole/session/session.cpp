@@ -5,6 +5,7 @@
 #include "orderdraft.h"
 #include "ordersunderway.h"
 #include "serverfactslist.h"
+#include "shorttimememory.h"
 #include "simulatedinstallation.h"
 #include "tracelines.h"
 
@@ -71,6 +72,7 @@ struct Session::Parts
     OrderDraft draft;
     OrdersUnderWay ordersUnderWay{events};
     ServerFactsList facts{servers, [this] { return oddBranches(); }};
+    ShortTimeMemory shortTimeMemory{values::Tree::Instance()};
 
     /// Of the servers' branches, by name.
     QHash<QString, SeenBranch> oddBranches() const;
@@ -379,6 +381,11 @@ std::size_t Session::openWishes(const QString& server) const
 OrderDraft& Session::draft() const
 {
     return d->draft;
+}
+
+const ShortTimeMemory& Session::shortTimeMemory() const
+{
+    return d->shortTimeMemory;
 }
 
 OrdersUnderWay& Session::ordersUnderWay() const

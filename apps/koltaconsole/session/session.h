@@ -34,6 +34,7 @@ namespace KoltaConsole {
 
 class OrderDraft;
 class OrdersUnderWay;
+class ShortTimeMemory;
 class SimulatedInstallation;
 class TraceLines;
 struct Options;
@@ -70,6 +71,8 @@ public:
     Kolta::Journal& journal() const;
     /// What somebody is about to order.
     OrderDraft& draft() const;
+    /// What short-time data servers had that are away.
+    const ShortTimeMemory& shortTimeMemory() const;
     /// What was ordered here and does not run yet, or does not at all.
     OrdersUnderWay& ordersUnderWay() const;
     /// What this process has traced.

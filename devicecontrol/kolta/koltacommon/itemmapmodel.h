@@ -173,18 +173,22 @@ public:
     /// Follows another map, or none, from now on; the rows become those of that map.
     void setMap(Map* map)
     {
-        Map* const old = m_map.Get();
-        m_map = values::Weak<Map>(map);
-        if (map)
-            map->Attach(&m_listener);
-        if (old && old != map)
-            old->Detach(&m_listener);
-        m_changes.restart(map ? map->GetChangeNumber() : 0);
+        m_known.clear();
+        listenTo(map);
         followAnew();
     }
     /// From now on the rows stay, and are stale by ViewRoles::StaleRole, while their map is deleted from the
     /// tree or destroyed; setMap() ends that.
     void keepLastKnown() { m_keeps = true; }
+    /// Follows none from now on; the rows become these, which a map had that is away. For models that were
+    /// told keepLastKnown().
+    void showLastKnown(const typename Map::Map& items)
+    {
+        m_known = items;
+        listenTo(nullptr);
+        if (follow())
+            setLastKnown(true);
+    }
     /// Whether the rows are those of a map that is away. In the signals of what has changed when it is back
     /// it is still so.
     bool isLastKnown() const noexcept { return m_isLastKnown; }
@@ -241,6 +245,16 @@ private:
     };
 
     void notice(TChangeCode code);
+    void listenTo(Map* map)
+    {
+        Map* const old = m_map.Get();
+        m_map = values::Weak<Map>(map);
+        if (map)
+            map->Attach(&m_listener);
+        if (old && old != map)
+            old->Detach(&m_listener);
+        m_changes.restart(map ? map->GetChangeNumber() : 0);
+    }
     void lose()
     {
         if (m_keeps)
@@ -267,6 +281,7 @@ private:
     Layout m_layout;
     Entries m_entries;
     values::Weak<Map> m_map;
+    typename Map::Map m_known; ///< while there is no map
     ItemMapChanges m_changes;
     bool m_following = false;
     bool m_keeps = false;
@@ -371,9 +386,8 @@ bool ItemMapModel<Map, TextAdapter>::show(const Difference& difference)
 template<class Map, class TextAdapter>
 auto ItemMapModel<Map, TextAdapter>::differenceToMap() -> Difference
 {
-    static const typename Map::Map nothing;
     const Map* const map = m_map.Get();
-    const auto& items = map ? map->data() : nothing;
+    const auto& items = map ? map->data() : m_known;
     const auto stored = [&items](const Key& key) {
         const auto found = items.find(key);
         return found == items.end() ? nullptr : &found->second;

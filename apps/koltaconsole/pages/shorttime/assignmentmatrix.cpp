@@ -106,23 +106,18 @@ void AssignmentMatrix::readFfps(const QModelIndex& parent, const QString& above,
     }
 }
 
-/// While the server is away they stay as they were.
 void AssignmentMatrix::readAssignments(QVector<Ffp>& ffps)
 {
     const auto find = [](QVector<Ffp>& among, const QString& guid) {
         return std::find_if(among.begin(), among.end(),
                             [&guid](const Ffp& ffp) { return Kolta::isSameGuid(ffp.guid, guid); });
     };
-    const auto* const map = shortTimeMap<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server);
-    if (!map) {
-        for (const Ffp& known : qAsConst(m_ffps)) {
-            if (const auto found = find(ffps, known.guid); found != ffps.end())
-                found->assignment = known.assignment;
-        }
-        return;
-    }
     m_uses.clear();
-    for (const auto& entry : map->data()) {
+    const auto* const assignments =
+        shortTimeContent<Kolta::ShortTimeFFPAssignmentItemMap>(m_session, m_server);
+    if (!assignments)
+        return;
+    for (const auto& entry : *assignments) {
         const auto found = find(ffps, entry.first);
         if (found != ffps.end())
             found->assignment = entry.second;
@@ -140,13 +135,13 @@ void AssignmentMatrix::refresh()
         readFfps(QModelIndex(), QString(), ffps);
     readReach(ffps);
     readAssignments(ffps);
-    const auto* const map = shortTimeMap<Kolta::ShortTimeProfileItemMap>(m_session, m_server);
-    m_isLastKnown = !map && !m_server.isEmpty();
+    using ProfileMap = Kolta::ShortTimeProfileItemMap;
+    m_isLastKnown = !m_server.isEmpty() && !shortTimeMap<ProfileMap>(m_session, m_server);
     if (m_isLastKnown && ffps.isEmpty())
         ffps = m_ffps;
-    QVector<ShortTimeProfile> profiles = map ? QVector<ShortTimeProfile>() : m_profiles;
-    if (map) {
-        for (const auto& entry : map->data())
+    QVector<ShortTimeProfile> profiles;
+    if (const auto* const content = shortTimeContent<ProfileMap>(m_session, m_server)) {
+        for (const auto& entry : *content)
             profiles.append(entry.second);
     }
     std::sort(profiles.begin(), profiles.end(), [](const ShortTimeProfile& a, const ShortTimeProfile& b) {

@@ -212,9 +212,7 @@ void ConversionsView::showServer(const QString& address)
 {
     const bool isOther = m_server != address;
     m_server = address;
-    ConvertProductionResultMap* const now = map();
-    if (m_model.map() != now && (now || isOther))
-        m_model.setMap(now);
+    showShortTime(m_model, m_session, address, isOther);
     showWhetherThereAreAny();
 }
 

@@ -232,12 +232,10 @@ void ProfilesView::showServer(const QString& address)
         m_editor->resume(m_drafts.of(address));
         m_import->showServer(address);
     }
-    ShortTimeProfileItemMap* const now = map();
-    if (m_model.map() != now && (now || isOther)) {
-        m_model.setMap(now);
-        if (m_model.rowCount() > 0)
-            compareWithOthers();
-    }
+    const auto* const before = m_model.map();
+    showShortTime(m_model, m_session, address, isOther);
+    if (m_model.map() != before && m_model.rowCount() > 0)
+        compareWithOthers();
     if (isVisible() || isOther)
         showCount();
 }

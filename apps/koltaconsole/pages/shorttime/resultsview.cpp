@@ -147,10 +147,8 @@ void ResultsView::makeTable()
 
 void ResultsView::showServer(const QString& address)
 {
-    auto* const map = shortTimeMap<Kolta::ShortTimeResultItemMap>(m_session, address);
-    if (m_model.map() != map && (map || m_server != address))
-        m_model.setMap(map);
     const bool isOther = m_server != address;
+    showShortTime(m_model, m_session, address, isOther);
     if (isOther) {
         m_server = address;
         m_shapes.assign(m_shapes.size(), std::nullopt);
