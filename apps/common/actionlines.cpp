@@ -1,5 +1,6 @@
 #include "actionlines.h"
 
+#include "commalist.h"
 #include "profilemembers.h"
 #include "shellwords.h"
 
@@ -221,7 +222,7 @@ QString ActionLines::importProfiles(const QString& file, bool replace) const
 QString ActionLines::assign(const Kolta::ShortTimeFFPAssignment& assignment) const
 {
     QStringList words{QStringLiteral("assignments")};
-    add(words, "profiles", assignment.profiles.join(QLatin1Char(',')));
+    add(words, "profiles", commaList(assignment.profiles));
     add(words, "radio", QString::number(assignment.radioId));
     add(words, "resource", QString::number(assignment.tavikResourceId));
     add(words, "coverage", QString::number(assignment.minCoverage));

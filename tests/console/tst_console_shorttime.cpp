@@ -250,9 +250,13 @@ private Q_SLOTS:
         QVERIFY(stage.run("short-import-cancel") && !stage.run("short-import-confirm"));
         ActionTable& actions = stage.window->actions();
         QVERIFY(actions.run(*actions.requestOf(QStringLiteral("kolta profiles import ") + path)));
+        file.profiles[0].shiftRange = {QStringLiteral("1,4712"), 1};
+        QCOMPARE(VESK_Q9R::writeProfileFile(path, file), QString());
+        QVERIFY(stage.run("short-import-confirm")); // which shows what it is now
+        QCOMPARE(stage.profiles().Size(), before);
         QVERIFY(stage.run("short-import-confirm"));
         QCOMPARE(stage.profiles().Size(), before + 1);
-        QCOMPARE(stage.profiles().At(first.name).shiftMax, changed.shiftMax);
+        QCOMPARE(stage.profiles().At(first.name).shiftMax, 4712u);
         QVERIFY(!stage.profiles().Contains(QStringLiteral("odd")));
     }
 

@@ -48,7 +48,7 @@ void TestShell::runsTheLinesOfActions()
     named.tunerGuid = "{7972a36d-51b3-4a6c-a005-0ed31a6e72b9}"_s;
     named.frequency = 5e6;
     Kolta::ShortTimeProfile profile;
-    profile.name = "O'Hara \"1\""_s;
+    profile.name = "O'Hara, \"1\""_s;
     profile.type = Kolta::eShortTimeProfileBurst;
     profile.useBandwidth = profile.useShift = profile.useHopRate = profile.useModulation = true;
     profile.bandwidthMax = 25001;

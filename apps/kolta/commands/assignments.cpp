@@ -7,6 +7,8 @@
 #include <kolta/cli/output.h>
 #include <kolta/cli/table.h>
 
+#include <common/commalist.h>
+
 #include <koltacommon/guidtext.h>
 #include <koltacommon/maprequestjobs.h>
 
@@ -109,9 +111,8 @@ void change(ShortTimeFFPAssignment& assignment, const CommandLine& line)
     if (!line.isSet("profiles"))
         return;
     assignment.profiles.clear();
-    const QString names = line.values("profiles").join(QLatin1Char(','));
-    for (const QString& name : names.split(QLatin1Char(','), Qt::SkipEmptyParts))
-        assignment.profiles.append(name.trimmed());
+    for (const QString& names : line.values("profiles"))
+        assignment.profiles += KoltaApps::namesOf(names);
 }
 
 int tell(const Kolta::AssignmentJob& job, const ShortTimeFFPAssignment& assignment, const QString& address,
@@ -166,7 +167,7 @@ Command assignmentsCommand()
         "resource and coverage stays as it is.",
         {},
         Servers::options(
-            {text("profiles", "names", "set: names of the profiles, separated by commas; \"\" for none."),
+            {text("profiles", "names", "set: names of the profiles, separated by commas, a comma of a name twice; \"\" for none."),
              whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
              whole("resource", "number", "set: number of the FFP in the resource model, up to {most} (0).", 0,
                    std::numeric_limits<quint16>::max()),

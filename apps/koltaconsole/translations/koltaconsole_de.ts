@@ -4315,9 +4315,16 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>Import %1 of %2</source>
         <translation>%1 von %2 einlesen</translation>
     </message>
+    <message numerus="yes">
+        <source>%n profile(s) of %1 imported</source>
+        <translation>
+            <numerusform>%n Profil aus %1 eingelesen</numerusform>
+            <numerusform>%n Profile aus %1 eingelesen</numerusform>
+        </translation>
+    </message>
     <message>
-        <source>%1 profiles of %2 imported</source>
-        <translation>%1 Profile aus %2 eingelesen</translation>
+        <source>profiles are not imported yet: other values are there by now, see what differs</source>
+        <translation>Profile sind noch nicht eingelesen: inzwischen sind andere Werte da, siehe die Unterschiede</translation>
     </message>
     <message>
         <source>%1 of %2 profiles of %3 imported: %4</source>

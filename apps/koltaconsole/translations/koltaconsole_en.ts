@@ -171,6 +171,16 @@
     </message>
 </context>
 <context>
+    <name>KoltaConsole::ProfileImportView</name>
+    <message numerus="yes">
+        <source>%n profile(s) of %1 imported</source>
+        <translation>
+            <numerusform>%n profile of %1 imported</numerusform>
+            <numerusform>%n profiles of %1 imported</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>KoltaConsole::ProfilesView</name>
     <message numerus="yes">
         <source>%n profile(s)</source>

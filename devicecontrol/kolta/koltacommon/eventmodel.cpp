@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace Kolta {
 
@@ -99,6 +100,7 @@ void EventModel::readAll()
 {
     m_numbers.clear();
     m_heldBack.clear();
+    m_heldChanges.clear();
     m_next = m_journal ? m_journal->endNumber() : 0;
     for (quint64 number = m_journal ? m_journal->firstNumber() : 0; number < m_next; ++number) {
         if (wants(number))
@@ -117,9 +119,13 @@ void EventModel::setFilter(const EventFilter& filter)
 void EventModel::setHeld(bool isHeld)
 {
     m_isHeld = isHeld;
-    if (isHeld || m_heldBack.empty())
+    if (isHeld)
         return;
     const QPointer<EventModel> guard(this);
+    if (!m_heldChanges.isEmpty())
+        takeChanged(std::exchange(m_heldChanges, {}));
+    if (!guard || m_heldBack.empty())
+        return;
     std::deque<quint64> numbers;
     std::copy_if(m_heldBack.begin(), m_heldBack.end(), std::back_inserter(numbers),
                  [this](quint64 number) { return wants(number); });
@@ -185,7 +191,7 @@ void EventModel::takeForgotten(quint64 count)
     endRemoveRows();
 }
 
-/// A line that says something else may come to be wanted, or no longer.
+/// A line that says something else may come to be wanted, or no longer; while it is held, once that ends.
 void EventModel::takeChanged(const QVector<quint64>& numbers)
 {
     const QPointer<EventModel> guard(this);
@@ -195,16 +201,27 @@ void EventModel::takeChanged(const QVector<quint64>& numbers)
         const bool isShown = place != m_numbers.end() && *place == number;
         if (isShown && wants(number)) {
             Q_EMIT dataChanged(index(row, 0), index(row, eColumnCount - 1));
+        } else if (isShown && m_isHeld) {
+            m_heldChanges.append(number);
         } else if (isShown) {
             beginRemoveRows(QModelIndex(), row, row);
             m_numbers.erase(place);
             endRemoveRows();
         } else if (wants(number) && !std::binary_search(m_heldBack.begin(), m_heldBack.end(), number)) {
-            insert(number);
+            if (m_isHeld)
+                holdBack(number);
+            else
+                insert(number);
         }
         if (!guard)
             return;
     }
+}
+
+void EventModel::holdBack(quint64 number)
+{
+    m_heldBack.insert(std::lower_bound(m_heldBack.begin(), m_heldBack.end(), number), number);
+    Q_EMIT heldBackChanged(heldBack());
 }
 
 QModelIndex EventModel::index(int row, int column, const QModelIndex& parent) const

@@ -45,7 +45,8 @@ public:
     /// Resets the model.
     void setFilter(const EventFilter& filter);
     const EventFilter& filter() const noexcept { return m_filter; }
-    /// While it is held, lines that come do not appear; those that the journal forgets go all the same.
+    /// While it is held, lines that come, or that come to be wanted, do not appear and none is taken out, but
+    /// for those that the journal forgets.
     void setHeld(bool isHeld);
     bool isHeld() const noexcept { return m_isHeld; }
     /// How many lines that the filter wants have come while it was held.
@@ -70,6 +71,7 @@ private:
     void readAll();
     void show(const std::deque<quint64>& numbers);
     void insert(quint64 number);
+    void holdBack(quint64 number);
     bool wants(quint64 number) const;
     quint64 numberAt(int row) const
     {
@@ -81,6 +83,7 @@ private:
     std::deque<quint64> m_numbers; ///< of the lines that are shown, oldest first
     quint64 m_next = 0;            ///< the first line that was not looked at
     bool m_isHeld = false;
+    QVector<quint64> m_heldChanges; ///< of lines that are shown and no longer wanted
     std::deque<quint64> m_heldBack;
 };
 

@@ -81,8 +81,11 @@ public:
         QByteArray xml;
         XmlCommon::MessageCodec::encode(message, xml);
         read.bytes = xml.size();
-        read.isShortened = xml.size() > LinkMessage::kMostText;
         read.text = textOf(message, xml);
+        const bool isLonger = read.text.size() > LinkMessage::kMostText; // by its blanks
+        read.isShortened = isLonger || xml.size() > LinkMessage::kMostText;
+        if (isLonger)
+            read.text = beginningOf(read.text);
         const qint64 now = Startup::Clock::instance().now();
         if (isSent) {
             m_askedId = message.getMessageID();

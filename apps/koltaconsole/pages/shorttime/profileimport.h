@@ -17,6 +17,12 @@ struct ProfileImport
         QString now;
         QString becomes;
         bool isRefused = false;
+
+        bool operator==(const Line& other) const
+        {
+            return what == other.what && now == other.now && becomes == other.becomes &&
+                   isRefused == other.isRefused;
+        }
     };
 
     QString file;

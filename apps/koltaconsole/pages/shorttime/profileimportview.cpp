@@ -151,16 +151,26 @@ void ProfileImportView::preview(const QString& file)
     if (!profiles)
         return m_session.tellRefusal(m_actions.find(QStringLiteral("short-import-confirm"))->text,
                                      objectionToShortTime(m_server, false));
-    m_pending = ProfileImport::read(file, *profiles);
-    if (!m_pending.error.isEmpty()) {
-        m_session.tell(tr("profiles are not imported: %1").arg(m_pending.error),
-                       Kolta::Event::Weight::Attention);
-        close();
+    const ProfileImport read = ProfileImport::read(file, *profiles);
+    if (read.error.isEmpty()) {
+        present(read);
         return;
     }
-    m_title->setText(m_pending.lines.isEmpty()
-                         ? tr("Import of %1: nothing differs").arg(QFileInfo(file).fileName())
-                         : tr("Import of %1").arg(QFileInfo(file).fileName()));
+    close();
+    tellUnread(read.error);
+}
+
+void ProfileImportView::tellUnread(const QString& error)
+{
+    m_session.tell(tr("profiles are not imported: %1").arg(error), Kolta::Event::Weight::Attention);
+}
+
+void ProfileImportView::present(const ProfileImport& import)
+{
+    m_pending = import;
+    const QString file = QFileInfo(import.file).fileName();
+    m_title->setText(m_pending.lines.isEmpty() ? tr("Import of %1: nothing differs").arg(file)
+                                               : tr("Import of %1").arg(file));
     m_confirm->setText(tr("Import %1 of %2").arg(m_pending.wanted.size()).arg(m_pending.count()));
     m_differences->clear();
     for (const ProfileImport::Line& line : qAsConst(m_pending.lines)) {
@@ -184,18 +194,20 @@ void ProfileImportView::askForFile()
     dialog->open();
 }
 
-/// What others changed since the preview is compared again.
+/// Nothing is taken over but what was shown: where file or profiles have changed since, that is shown first.
 void ProfileImportView::confirm()
 {
     ShortTimeProfileItemMap* const profiles = map();
     const ProfileImport now = ProfileImport::read(m_pending.file, *profiles);
-    std::list<ShortTimeProfile> items;
-    for (const ShortTimeProfile& profile : now.wanted) {
-        const bool wasShown = std::any_of(m_pending.wanted.cbegin(), m_pending.wanted.cend(),
-                                          [&](const ShortTimeProfile& p) { return p.name == profile.name; });
-        if (wasShown)
-            items.push_back(profile);
+    if (!now.error.isEmpty())
+        return tellUnread(now.error);
+    if (now.lines != m_pending.lines) {
+        present(now);
+        m_session.tell(tr("profiles are not imported yet: other values are there by now, see what differs"),
+                       Kolta::Event::Weight::Attention);
+        return;
     }
+    const std::list<ShortTimeProfile> items(now.wanted.cbegin(), now.wanted.cend());
     Q_EMIT si_Line(line());
     const QString file = m_pending.file;
     close();
@@ -218,14 +230,13 @@ void ProfileImportView::tellImport(const QString& server, const QString& file,
                differingFields(profiles->At(item.name), item).isEmpty();
     });
     if (taken == static_cast<qint64>(items.size())) {
-        m_session.tell(tr("%1 profiles of %2 imported").arg(items.size()).arg(file),
+        m_session.tell(tr("%n profile(s) of %1 imported", nullptr, static_cast<int>(items.size())).arg(file),
                        Kolta::Event::Weight::Note);
         return;
     }
     m_session.tell(tr("%1 of %2 profiles of %3 imported: %4")
-                       .arg(taken)
-                       .arg(items.size())
-                       .arg(file, profiles ? reason : tr("%1 has gone").arg(server)),
+                       .arg(QString::number(taken), QString::number(items.size()), file,
+                            profiles ? reason : tr("%1 has gone").arg(server)),
                    Kolta::Event::Weight::Attention);
     if (profiles && server == m_server)
         preview(file);

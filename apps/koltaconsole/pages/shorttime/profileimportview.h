@@ -39,6 +39,8 @@ private:
     QString objection() const;
     QString line() const;
     void askForFile();
+    void present(const ProfileImport& import);
+    void tellUnread(const QString& error);
     void confirm();
     void close();
     void tellImport(const QString& server, const QString& file,
