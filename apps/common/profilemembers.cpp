@@ -32,6 +32,12 @@ template<class Number>
 constexpr double kLargest = sizeof(Number) > sizeof(quint32) ? 9007199254740992.0
                                                              : double(std::numeric_limits<Number>::max());
 
+/// But for what reading "98.1 MHz" leaves behind.
+bool isWhole(double value)
+{
+    return std::abs(value - std::round(value)) < 1e-3;
+}
+
 /// How the ends of a range are read and written.
 template<Quantity kQuantity>
 struct Measured
@@ -64,9 +70,11 @@ struct Range
             return range.problem;
         if (!std::isfinite(range.to))
             return Texts::tr("a profile needs both ends of a range");
-        return std::round(range.to) <= kLargest<Number>
+        if (std::round(range.to) > kLargest<Number>)
+            return Texts::tr("a profile can hold no more than %1").arg(Form::one(kLargest<Number>));
+        return isWhole(range.from) && isWhole(range.to)
                    ? QString()
-                   : Texts::tr("a profile can hold no more than %1").arg(Form::one(kLargest<Number>));
+                   : Texts::tr("a profile can hold no parts of 1%1").arg(Form::unit());
     }
     static QString take(ShortTimeProfile& profile, const QString& text)
     {

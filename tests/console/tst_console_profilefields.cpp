@@ -17,6 +17,8 @@ private Q_SLOTS:
         row("units", int(ProfileField::Frequency), "30-88 MHz", "30 – 88 MHz", true);
         row("comma", int(ProfileField::Bandwidth), "12,5-25 kHz", "12.5 – 25 kHz", true);
         row("reversed", int(ProfileField::Bandwidth), "25-16 kHz", "", false);
+        row("parts of a hertz", int(ProfileField::Bandwidth), "0.4-25 Hz", "", false);
+        row("parts of a baud", int(ProfileField::SymbolRate), "2.300-2.500Bd", "", false);
         row("one end", int(ProfileField::Frequency), ">20 MHz", "", false);
         row("beyond 32 bits", int(ProfileField::Shift), "1-5 GHz", "", false);
         row("raw duration", int(ProfileField::Duration), "7000-9500", "7000 – 9500", true);

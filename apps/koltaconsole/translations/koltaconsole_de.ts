@@ -1561,6 +1561,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <translation>ein Profil nimmt nicht mehr als %1 auf</translation>
     </message>
     <message>
+        <source>a profile can hold no parts of 1%1</source>
+        <translation>ein Profil kann keine Teile von 1%1 enthalten</translation>
+    </message>
+    <message>
         <source>&quot;%1&quot; is no modulation: expected one of %2</source>
         <translation>„%1“ ist keine Modulation: erwartet wird eine von %2</translation>
     </message>

@@ -7,7 +7,6 @@
 #include <koltacommon/viewroles.h>
 
 #include <QCoreApplication>
-#include <QLocale>
 
 namespace KoltaConsole {
 
@@ -28,16 +27,6 @@ int alignment(int column, int useColumn)
     const bool isText =
         column == eNameColumn || column == eTypeColumn || column == eModulationColumn || column == useColumn;
     return static_cast<int>(Qt::AlignVCenter) | static_cast<int>(isText ? Qt::AlignLeft : Qt::AlignRight);
-}
-
-/// With digits in groups.
-QString symbolRates(const Kolta::ShortTimeProfile& profile)
-{
-    const QLocale locale;
-    return profile.useSymbolRate
-               ? QStringLiteral("%1 – %2 Bd")
-                     .arg(locale.toString(profile.symbolRateMin), locale.toString(profile.symbolRateMax))
-               : QString();
 }
 
 } // namespace
@@ -94,7 +83,8 @@ QVariant ProfileRows::itemData(const Row& row, int column, int role) const
     if (role == Qt::TextAlignmentRole)
         return alignment(column, useColumn);
     if (column == eSymbolRateColumn && role == Qt::DisplayRole)
-        return symbolRates(Base::itemData(row, column, Roles::ItemRole).value<Kolta::ShortTimeProfile>());
+        return fieldText(Base::itemData(row, column, Roles::ItemRole).value<Kolta::ShortTimeProfile>(),
+                         ProfileField::SymbolRate);
     const QString name = Base::itemData(row, eNameColumn, Qt::DisplayRole).toString();
     if (role == Roles::SearchRole) {
         QStringList texts = m_uses.value(name);
