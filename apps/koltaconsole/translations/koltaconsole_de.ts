@@ -4008,6 +4008,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
             <numerusform>%n Änderungen nicht gesendet</numerusform>
         </translation>
     </message>
+    <message>
+        <source>They are being sent.</source>
+        <translation>Sie werden gesendet.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProfileEditor</name>

@@ -11,6 +11,7 @@
 #include <QFont>
 
 #include <algorithm>
+#include <iterator>
 
 namespace KoltaConsole {
 
@@ -188,7 +189,7 @@ void AssignmentMatrix::set(const QModelIndexList& indexes, bool isOn)
     for (const QModelIndex& cell : indexes) {
         const Ffp& ffp = m_ffps.at(cell.row());
         const QString& profile = m_profiles.at(cell.column()).name;
-        if (ffp.assignment.profiles.contains(profile) == isOn)
+        if (ffp.assignment.profiles.contains(profile) == isOn && !isSending(ffp))
             m_draft[ffp.guid].remove(profile);
         else
             m_draft[ffp.guid][profile] = isOn;
@@ -249,24 +250,48 @@ QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
     return result;
 }
 
-void AssignmentMatrix::forgetDraft(const QString& server, const QString& ffp)
+bool AssignmentMatrix::isSending(const Ffp& ffp) const
 {
-    if (server != m_server) {
-        QJsonObject kept = m_drafts.of(server);
-        const QStringList ffps = kept.keys();
-        for (const QString& known : ffps) {
-            if (Kolta::isSameGuid(known, ffp))
-                kept.remove(known);
-        }
-        m_drafts.set(server, kept);
-        return;
-    }
-    for (const Ffp& known : m_ffps) {
-        if (Kolta::isSameGuid(known.guid, ffp))
-            m_draft.remove(known.guid);
-    }
-    keepDraft();
+    return std::any_of(m_sending.begin(), m_sending.end(),
+                       [&ffp](const QString& guid) { return Kolta::isSameGuid(guid, ffp.guid); });
+}
+
+bool AssignmentMatrix::isSending() const
+{
+    return std::any_of(m_ffps.begin(), m_ffps.end(), [this](const Ffp& ffp) { return isSending(ffp); });
+}
+
+void AssignmentMatrix::takeEnd(const QString& server, const ShortTimeFFPAssignment& sent, bool isGranted)
+{
+    m_sending.removeOne(sent.ffpGuid);
+    const QStringList ffps = server == m_server ? m_draft.keys() : m_drafts.of(server).keys();
+    const auto found = std::find_if(ffps.begin(), ffps.end(), [&sent](const QString& guid) {
+        return Kolta::isSameGuid(guid, sent.ffpGuid);
+    });
+    if (isGranted && found != ffps.end())
+        forgetTicks(server, *found, sent.profiles);
     refresh();
+}
+
+void AssignmentMatrix::forgetTicks(const QString& server, const QString& ffp, const QStringList& sent)
+{
+    if (server == m_server) {
+        QMap<QString, bool>& ticks = m_draft[ffp];
+        for (auto tick = ticks.begin(); tick != ticks.end();)
+            tick = tick.value() == sent.contains(tick.key()) ? ticks.erase(tick) : std::next(tick);
+        if (ticks.isEmpty())
+            m_draft.remove(ffp);
+        keepDraft();
+    } else {
+        QJsonObject kept = m_drafts.of(server);
+        QJsonObject ticks = kept.value(ffp).toObject();
+        for (auto tick = ticks.begin(); tick != ticks.end();)
+            tick = tick.value().toBool() == sent.contains(tick.key()) ? ticks.erase(tick) : tick + 1;
+        kept.insert(ffp, ticks);
+        if (ticks.isEmpty())
+            kept.remove(ffp);
+        m_drafts.set(server, kept);
+    }
 }
 
 int AssignmentMatrix::rowCount(const QModelIndex& parent) const

@@ -7,7 +7,6 @@
 #include <QAbstractTableModel>
 #include <QHash>
 #include <QMap>
-#include <QSet>
 
 namespace KoltaConsole {
 
@@ -46,8 +45,11 @@ public:
     void undo();
     /// The assignments to ask for, one for each FFP whose ticks differ.
     QVector<Kolta::ShortTimeFFPAssignment> wanted() const;
-    /// These have been sent; what they become is the server's to say.
-    void forgetDraft(const QString& server, const QString& ffp);
+    /// It has been sent, and is decided once takeEnd() tells so; until then ticks are no more what was sent.
+    void noteSent(const Kolta::ShortTimeFFPAssignment& sent) { m_sending.append(sent.ffpGuid); }
+    bool isSending() const;
+    /// What was sent and granted is no draft any more; what was ticked since is.
+    void takeEnd(const QString& server, const Kolta::ShortTimeFFPAssignment& sent, bool isGranted);
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -72,6 +74,8 @@ private:
 
     void set(const QModelIndexList& indexes, bool isOn);
     void keepDraft();
+    void forgetTicks(const QString& server, const QString& ffp, const QStringList& sent);
+    bool isSending(const Ffp& ffp) const;
     void readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const;
     void readAssignments(QVector<Ffp>& ffps);
     void readReach(QVector<Ffp>& ffps) const;
@@ -88,6 +92,7 @@ private:
     bool m_isLastKnown = false;
     int m_changeCount = 0;
     QHash<QString, QMap<QString, bool>> m_draft; ///< by FFP and profile, what was touched
+    QStringList m_sending;                       ///< FFPs whose assignments have been sent
     KeptDrafts m_drafts;
 };
 

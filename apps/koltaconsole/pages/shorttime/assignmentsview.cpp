@@ -251,7 +251,11 @@ QString AssignmentsView::objection() const
 {
     const QString general =
         objectionToShortTime(m_server, shortTimeMap<ShortTimeFFPAssignmentItemMap>(m_session, m_server));
-    return general.isEmpty() && m_matrix.changeCount() == 0 ? tr("Nothing has changed.") : general;
+    if (!general.isEmpty())
+        return general;
+    if (m_matrix.isSending())
+        return tr("They are being sent.");
+    return m_matrix.changeCount() == 0 ? tr("Nothing has changed.") : QString();
 }
 
 QModelIndexList AssignmentsView::cellsFor(Qt::KeyboardModifiers keys) const
@@ -307,11 +311,10 @@ void AssignmentsView::send()
         auto* const job = new Kolta::AssignmentJob(*map, assignment, this);
         m_session.events().followOperation(*job, m_server, tr("assignment of %1").arg(assignment.ffpGuid));
         job->deleteWhenFinished();
-        job->then(this,
-                  [this, server = m_server, ffp = assignment.ffpGuid](const Kolta::Operation& operation) {
-                      if (operation.state() == Kolta::Operation::State::Done)
-                          m_matrix.forgetDraft(server, ffp);
-                  });
+        m_matrix.noteSent(assignment);
+        job->then(this, [this, server = m_server, assignment](const Kolta::Operation& operation) {
+            m_matrix.takeEnd(server, assignment, operation.state() == Kolta::Operation::State::Done);
+        });
     }
     Q_EMIT si_LineChanged();
 }

@@ -200,14 +200,19 @@ QJsonObject ProfileEditor::written() const
     return {{QStringLiteral("original"), toJson(m_original)}, {QStringLiteral("mine"), mine}};
 }
 
+ShortTimeProfile ProfileEditor::draftOf(const QJsonObject& written)
+{
+    return profileOf(written.value(QStringLiteral("mine")).toObject());
+}
+
 void ProfileEditor::resume(const QJsonObject& written)
 {
     if (written.isEmpty())
         return;
     edit(profileOf(written.value(QStringLiteral("original")).toObject()));
-    const QJsonObject mine = written.value(QStringLiteral("mine")).toObject();
-    m_draft = profileOf(mine);
-    const QJsonArray texts = mine.value(QStringLiteral("texts")).toArray();
+    m_draft = draftOf(written);
+    const QJsonArray texts =
+        written.value(QStringLiteral("mine")).toObject().value(QStringLiteral("texts")).toArray();
     m_isFilling = true;
     for (int i = 0; i < kTypedFieldCount; ++i)
         m_lines[static_cast<std::size_t>(i)]->setText(texts.at(i).toString());
@@ -289,7 +294,7 @@ void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
         showHeading();
         return;
     }
-    if (!m_isChanged || isSame(profile, m_draft)) {
+    if (!m_isChanged || (m_wrong == 0 && isSame(profile, m_draft))) {
         edit(profile);
         return;
     }

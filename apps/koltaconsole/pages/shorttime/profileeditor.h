@@ -48,6 +48,8 @@ public:
 
     /// What somebody has typed, such that resume() shows it again; empty when that is nothing.
     QJsonObject written() const;
+    /// The profile of that, without what cannot be read.
+    static Kolta::ShortTimeProfile draftOf(const QJsonObject& written);
     /// Goes on with what was typed; nothing when it is empty. What is there by now is told afterwards.
     void resume(const QJsonObject& written);
 

@@ -18,6 +18,7 @@
 #include <QLineEdit>
 #include <QLocale>
 #include <QPushButton>
+#include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -200,6 +201,8 @@ void ProfilesView::follow()
     connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
         if (!m_model.isLastKnown())
             compareWithOthers();
+        else // others removed it while its server was away; once all has come that comes back
+            QTimer::singleShot(0, this, &ProfilesView::compareWithOthers);
     });
 }
 
@@ -419,7 +422,7 @@ void ProfilesView::takeEnd(const QString& problem)
     const bool isSaved = profiles && profiles->Contains(wanted.name) &&
                          differingFields(profiles->At(wanted.name), wanted).isEmpty();
     if (server != m_server) {
-        if (isSaved)
+        if (isSaved && differingFields(ProfileEditor::draftOf(m_drafts.of(server)), wanted).isEmpty())
             m_drafts.set(server, QJsonObject());
     } else if (isSaved) {
         m_editor->takeSaved(profiles->At(wanted.name));

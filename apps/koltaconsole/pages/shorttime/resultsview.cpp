@@ -8,7 +8,6 @@
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/filterwords.h>
-#include <koltaconsole/widgets/rowtexts.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <koltacommon/servernodes.h>
@@ -60,6 +59,16 @@ QVariant SortableResult::GetSortValue4Column(int column, const ShortTimeResult& 
     return Kolta::ViewRoles::sortText(GetText4Column(column, result));
 }
 
+QVariant ResultModel::itemData(const Row& row, int column, int role) const
+{
+    if (role != Kolta::ViewRoles::SearchRole)
+        return ItemMapModel::itemData(row, column, role);
+    QStringList cells;
+    for (int place = 0; place < adapterColumns(); ++place)
+        cells.append(ItemMapModel::itemData(row, place, Qt::DisplayRole).toString());
+    return cells.join(QLatin1Char('\n')).toLower();
+}
+
 ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
@@ -74,7 +83,6 @@ ResultsView::ResultsView(Session& session, ActionTable& actions, QWidget* parent
     m_heading->setProperty("heading", true);
     m_legend->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_legend->setWordWrap(true);
-    m_model.keepLastKnown();
     m_rows.setSourceModel(&m_model);
     makeTable();
     makeAction();
@@ -180,13 +188,14 @@ void ResultsView::applyFilter()
     if (words.isEmpty())
         m_rows.setFilter({});
     else
-        m_rows.setFilter([this, words](int row, const QString& /*search*/) {
-            const ShortTimeResult* const result = m_model.itemAt(m_model.index(row, 0));
+        m_rows.setFilter([this, words](int row, const QString& search) {
+            const ShortTimeResult* const result =
+                words.wantsBand() ? m_model.itemAt(m_model.index(row, 0)) : nullptr;
             if (!result)
-                return false;
+                return words.matches(search, {});
             const auto middle = static_cast<double>(result->frequency);
             const double half = result->bandwidth / 2.0;
-            return words.matches(searchText(m_model, row),
+            return words.matches(search,
                                  {middle - half, middle + half, static_cast<double>(result->bandwidth)});
         });
     draw();

@@ -25,7 +25,15 @@ struct SortableResult : Kolta::ShortTimeResult_TextAdapter
 {
     static QVariant GetSortValue4Column(int column, const Kolta::ShortTimeResult& result);
 };
-using ResultModel = Kolta::ItemMapModel<Kolta::ShortTimeResultItemMap, SortableResult>;
+/// Answers Kolta::ViewRoles::SearchRole as well.
+class ResultModel : public Kolta::ItemMapModel<Kolta::ShortTimeResultItemMap, SortableResult>
+{
+public:
+    ResultModel() { keepLastKnown(); }
+
+protected:
+    QVariant itemData(const Row& row, int column, int role) const override;
+};
 
 /// What short-time profiles found, over time and frequency and as a table, newest on top.
 class ResultsView : public QWidget
