@@ -45,7 +45,7 @@ private Q_SLOTS:
     void foreign()
     {
         ShortTimeProfile profile;
-        profile.name = QStringLiteral("Foreign");
+        profile.name = QStringLiteral("Foreign "); // which nobody can type
         profile.useHopRate = true;
         profile.hopRate = 1.0 / 3;
         profile.useSymbolRate = true; // profiles without are equal to none

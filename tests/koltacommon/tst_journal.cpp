@@ -443,11 +443,19 @@ private Q_SLOTS:
             }
             if (random() % 10 == 0)
                 some.setHeld(!some.isHeld());
+            const int shown = someView.lines().size();
             turnOnce();
+            QVERIFY(!some.isHeld() || someView.lines().size() <= shown);
             QCOMPARE(allView.lines(), allView.modelLines());
             QCOMPARE(someView.lines(), someView.modelLines());
             QCOMPARE(all.rowCount(), static_cast<int>(journal.endNumber() - journal.firstNumber()));
         }
+        some.setHeld(true);
+        journal.take(stateEvent(m_time->day(), {Type::Tuner, "S1"_s, "new"_s}, 1, "b"_s));
+        turnOnce();
+        const int back = some.heldBack();
+        some.setFilter(filter);
+        QVERIFY(back > 0 && some.heldBack() == back);
         some.setHeld(false);
         EventModel fresh(journal);
         fresh.setFilter(filter);

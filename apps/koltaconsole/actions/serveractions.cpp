@@ -105,7 +105,7 @@ void ServerActions::makeActions()
     ActionTable::Entry links;
     links.id = QStringLiteral("server-links");
     links.text = tr("Show the links");
-    links.run = [this] { Q_EMIT si_LinksWanted(); };
+    links.run = [this] { Q_EMIT si_LinksWanted(target()); };
     ActionTable::Entry stop = entry(
         "server-stop-all", tr("Stop all on the server…"), UserAction::StopAll,
         [this](const QString& address) {

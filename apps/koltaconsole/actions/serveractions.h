@@ -32,7 +32,8 @@ public:
     void showMenu(const QString& address, const QPoint& place);
 
 Q_SIGNALS:
-    void si_LinksWanted();
+    /// With that of this server chosen, if it is not empty.
+    void si_LinksWanted(const QString& server);
     void si_ServerWanted(const QString& address);
     /// What was asked for has this `kolta` line.
     void si_Line(const QString& line);

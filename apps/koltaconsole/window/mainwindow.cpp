@@ -159,7 +159,7 @@ void MainWindow::connectAll()
     connect(m_palette, &Palette::si_Line, this, &MainWindow::showCommandLine);
     connect(m_top, &TopBar::si_AttentionWanted, m_attention, &AttentionList::open);
     connect(m_top, &TopBar::si_PaletteWanted, m_palette, &Palette::open);
-    connect(m_top, &TopBar::si_LinksWanted, this, &MainWindow::showLinks);
+    connect(m_top, &TopBar::si_LinksWanted, this, [this] { showLinks(QString()); });
     connect(m_tree, &InstallationTree::si_MenuWanted, m_serverActions, &ServerActions::showMenu);
     connect(m_serverActions, &ServerActions::si_LinksWanted, this, &MainWindow::showLinks);
     connect(m_serverActions, &ServerActions::si_ServerWanted, m_tree, &InstallationTree::selectServer);
@@ -256,10 +256,10 @@ void MainWindow::makeActions()
     });
 }
 
-void MainWindow::showLinks()
+void MainWindow::showLinks(const QString& server)
 {
     showPage(QStringLiteral("events"));
-    currentPage()->showPart(QStringLiteral("links"));
+    currentPage()->showPart(server.isEmpty() ? QStringLiteral("links") : QStringLiteral("links/") + server);
 }
 
 Page* MainWindow::pageAt(int tab)

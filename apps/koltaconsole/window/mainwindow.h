@@ -61,7 +61,7 @@ private:
     void leave();
     void showNewestEvent();
     void showRowMenu();
-    void showLinks();
+    void showLinks(const QString& server);
     Page* pageAt(int tab);
     void showTab(int tab);
     void copyRows() const;

@@ -104,7 +104,7 @@ void EventModel::readAll()
     m_next = m_journal ? m_journal->endNumber() : 0;
     for (quint64 number = m_journal ? m_journal->firstNumber() : 0; number < m_next; ++number) {
         if (wants(number))
-            m_numbers.push_back(number);
+            (m_isHeld && number >= m_heldFrom ? m_heldBack : m_numbers).push_back(number);
     }
 }
 
@@ -114,16 +114,21 @@ void EventModel::setFilter(const EventFilter& filter)
     m_filter = filter;
     readAll();
     endResetModel();
+    if (m_isHeld)
+        Q_EMIT heldBackChanged(heldBack());
 }
 
 void EventModel::setHeld(bool isHeld)
 {
     m_isHeld = isHeld;
+    m_heldFrom = m_next;
     if (isHeld)
         return;
     const QPointer<EventModel> guard(this);
-    if (!m_heldChanges.isEmpty())
-        takeChanged(std::exchange(m_heldChanges, {}));
+    if (!m_heldChanges.isEmpty()) {
+        const QSet<quint64> changes = std::exchange(m_heldChanges, {});
+        takeChanged(QVector<quint64>(changes.begin(), changes.end()));
+    }
     if (!guard || m_heldBack.empty())
         return;
     std::deque<quint64> numbers;
@@ -199,10 +204,10 @@ void EventModel::takeChanged(const QVector<quint64>& numbers)
         const auto place = std::lower_bound(m_numbers.begin(), m_numbers.end(), number);
         const int row = static_cast<int>(m_numbers.end() - place) - 1;
         const bool isShown = place != m_numbers.end() && *place == number;
-        if (isShown && wants(number)) {
+        if (isShown && (m_isHeld || wants(number))) {
+            if (m_isHeld)
+                m_heldChanges.insert(number);
             Q_EMIT dataChanged(index(row, 0), index(row, eColumnCount - 1));
-        } else if (isShown && m_isHeld) {
-            m_heldChanges.append(number);
         } else if (isShown) {
             beginRemoveRows(QModelIndex(), row, row);
             m_numbers.erase(place);

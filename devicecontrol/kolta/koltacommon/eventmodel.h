@@ -6,6 +6,7 @@
 #include <QAbstractItemModel>
 #include <QDateTime>
 #include <QPointer>
+#include <QSet>
 #include <QStringList>
 #include <QVector>
 
@@ -83,7 +84,8 @@ private:
     std::deque<quint64> m_numbers; ///< of the lines that are shown, oldest first
     quint64 m_next = 0;            ///< the first line that was not looked at
     bool m_isHeld = false;
-    QVector<quint64> m_heldChanges; ///< of lines that are shown and no longer wanted
+    QSet<quint64> m_heldChanges; ///< lines that are shown and say something else since
+    quint64 m_heldFrom = 0;      ///< the first line that came while it is held
     std::deque<quint64> m_heldBack;
 };
 

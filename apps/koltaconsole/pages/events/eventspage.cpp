@@ -163,7 +163,9 @@ void EventsPage::applyFilter()
 /// Times that were typed are of today, whichever day that becomes.
 void EventsPage::followDay()
 {
-    if (m_today.isValid() && m_today != session().now().date())
+    const Kolta::EventFilter& filter = m_model.filter();
+    const bool hasTimes = filter.from.isValid() || filter.to.isValid();
+    if (hasTimes && m_today.isValid() && m_today != session().now().date())
         applyFilter();
 }
 
@@ -247,8 +249,11 @@ bool EventsPage::saveTo(const QString& file)
 
 void EventsPage::showPart(const QString& name)
 {
-    if (name == QLatin1String("links"))
-        m_tabs->setCurrentWidget(m_links);
+    const QString links = QStringLiteral("links");
+    if (name != links && !name.startsWith(links + QLatin1Char('/')))
+        return;
+    m_tabs->setCurrentWidget(m_links);
+    m_links->chooseBranch(name.mid(links.size() + 1));
 }
 
 QLineEdit* EventsPage::filterLine() const
@@ -285,6 +290,7 @@ QString EventsPage::commandLine() const
 void EventsPage::followServer()
 {
     applyFilter();
+    m_links->showServer(server());
 }
 
 } // namespace KoltaConsole

@@ -69,7 +69,7 @@ struct Times
 
 EventFilter eventFilterOf(const QString& text, const QDateTime& now)
 {
-    static const QRegularExpression word(QStringLiteral("(!?)\"([^\"]*)\"?|(!?)([^\\s\",]+)"));
+    static const QRegularExpression word(QStringLiteral("(!?)=?\"([^\"]*)\"?|(!?)=?([^\\s\",=][^\\s\",]*)"));
     EventFilter filter;
     Times times;
     for (auto found = word.globalMatch(text); found.hasNext();) {

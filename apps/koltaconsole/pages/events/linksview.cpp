@@ -96,9 +96,27 @@ void LinksView::applyFilter()
     const FilterWords words(m_filter->text());
     const int all = m_model.rowCount();
     const int shown = FilterBar::showRows(*m_table, [&](int row) {
-        return words.matches(m_model.index(row, 0).data(Kolta::ViewRoles::SearchRole).toString(), {});
+        const QModelIndex index = m_model.index(row, 0);
+        const QString key = index.data(Kolta::ViewRoles::KeyRole).toString();
+        const bool isOfOther =
+            !m_server.isEmpty() && key.startsWith(kBranchKey) && key != kBranchKey + m_server;
+        return !isOfOther && words.matches(index.data(Kolta::ViewRoles::SearchRole).toString(), {});
     });
     m_filter->tellCount(shown, all, tr("%1 of %2 links"), tr("No link matches \"%1\"."));
+}
+
+void LinksView::showServer(const QString& address)
+{
+    m_server = address;
+    applyFilter();
+}
+
+void LinksView::chooseBranch(const QString& name)
+{
+    const QModelIndexList found = m_model.match(m_model.index(0, 0), Kolta::ViewRoles::KeyRole,
+                                                QString(kBranchKey + name), 1, Qt::MatchExactly);
+    if (!found.isEmpty())
+        m_table->setCurrentIndex(found.first());
 }
 
 void LinksView::makeTable()

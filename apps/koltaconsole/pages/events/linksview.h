@@ -31,6 +31,10 @@ public:
 
     const Kolta::LinksModel& model() const { return m_model; }
     QLineEdit* filterLine() const;
+    /// Of the branches that of this server alone, or all for none.
+    void showServer(const QString& address);
+    /// Chooses the branch of that server.
+    void chooseBranch(const QString& name);
     /// Of the link that is chosen or was when it ended; null while nobody has read its messages.
     LinkTraffic* traffic() const { return m_traffics.value(m_key); }
 
@@ -57,6 +61,7 @@ private:
     LinkMessages* m_messages = nullptr;
     QSplitter* m_parts;
     QHash<QString, LinkTraffic*> m_traffics; ///< by the key of the link; children of this
+    QString m_server;                        ///< whose branch alone is shown; empty: all are
     QString m_key;                           ///< of the link that is chosen
     QString m_name;
     QTimer m_filtering; ///< once for all rows that change in one turn

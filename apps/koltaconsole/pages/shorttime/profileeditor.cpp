@@ -234,7 +234,7 @@ void ProfileEditor::read()
         const QString text = m_lines[at]->text();
         const bool isTouched = text != fieldText(m_original, field);
         isOther = isOther || isTouched;
-        const bool isTaken = isTouched || field == ProfileField::Name;
+        const bool isTaken = isTouched || (field == ProfileField::Name && text.isEmpty());
         const QString problem = isTaken ? takeField(m_draft, field, text) : QString();
         m_wrong += problem.isEmpty() ? 0 : 1;
         const bool isShown = !problem.isEmpty() && isTouched; // an empty new profile is not wrong yet
