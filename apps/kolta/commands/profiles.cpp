@@ -94,8 +94,11 @@ int importFile(const CommandLine& line, const Profiles& profiles)
     int known = 0;
     for (ShortTimeProfile profile : read->taken) {
         const bool isKnown = profiles.map().Contains(profile.name);
-        if (isKnown && !type)
-            profile.type = profiles.map().At(profile.name).type;
+        if (isKnown) { // files do not have it
+            const ShortTimeProfile present = profiles.map().At(profile.name);
+            profile.hopperFlag = present.hopperFlag;
+            profile.type = type ? profile.type : present.type;
+        }
         known += isKnown ? 1 : 0;
         items.push_back(profile);
     }

@@ -4087,6 +4087,14 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <source>whole numbers, in the unit in which the processors count</source>
         <translation>ganze Zahlen, in der Einheit, in der die Prozessoren zählen</translation>
     </message>
+    <message>
+        <source>The profile has no name.</source>
+        <translation>Das Profil hat keinen Namen.</translation>
+    </message>
+    <message>
+        <source>Others have changed it: take theirs or keep mine first.</source>
+        <translation>Andere haben es geändert: erst deren Stand nehmen oder Meines behalten.</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ProfileFields</name>
@@ -4705,6 +4713,22 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>%1 of %2 conversions</source>
         <translation>%1 von %2 Umwandlungen</translation>
+    </message>
+    <message>
+        <source>beginning of %1</source>
+        <translation>Beginn von %1</translation>
+    </message>
+    <message>
+        <source>end of %1</source>
+        <translation>Ende von %1</translation>
+    </message>
+    <message>
+        <source>tidying</source>
+        <translation>Aufräumen</translation>
+    </message>
+    <message>
+        <source>conversions of %1, %2: %3</source>
+        <translation>Konvertierungen von %1, %2: %3</translation>
     </message>
 </context>
 <context>

@@ -154,7 +154,9 @@ std::unique_ptr<ProductionsModel::Node> ProductionsModel::makeNode(ProductionRow
 
 void ProductionsModel::unlist(const Node& node)
 {
-    m_byKey.remove(node.row.key);
+    // It may be somewhere else by now.
+    if (m_byKey.value(node.row.key) == &node)
+        m_byKey.remove(node.row.key);
     for (const auto& child : node.children)
         unlist(*child);
 }

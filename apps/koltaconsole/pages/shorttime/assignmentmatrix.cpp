@@ -268,9 +268,16 @@ void AssignmentMatrix::takeEnd(const QString& server, const ShortTimeFFPAssignme
     const auto found = std::find_if(ffps.begin(), ffps.end(), [&sent](const QString& guid) {
         return Kolta::isSameGuid(guid, sent.ffpGuid);
     });
-    if (isGranted && found != ffps.end())
-        forgetTicks(server, *found, sent.profiles);
     refresh();
+    if (found == ffps.end() || (!isGranted && server != m_server))
+        return;
+    const auto present =
+        std::find_if(m_ffps.begin(), m_ffps.end(), [&found](const Ffp& ffp) { return ffp.guid == *found; });
+    if (isGranted)
+        forgetTicks(server, *found, sent.profiles);
+    else if (present != m_ffps.end())
+        forgetTicks(server, *found, present->assignment.profiles);
+    tellDraft();
 }
 
 void AssignmentMatrix::forgetTicks(const QString& server, const QString& ffp, const QStringList& sent)

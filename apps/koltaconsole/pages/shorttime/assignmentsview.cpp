@@ -30,6 +30,7 @@ using Kolta::UserAction;
 namespace {
 
 constexpr int kGatherMs = 100;
+constexpr int kMostHeaderWidth = 360;
 constexpr int kCellWidth = 104;
 
 } // namespace
@@ -67,6 +68,7 @@ void AssignmentsView::makeTable()
         static_cast<Qt::Alignment>(static_cast<int>(Qt::AlignCenter) | static_cast<int>(Qt::TextWordWrap)));
     m_table->verticalHeader()->setDefaultSectionSize(26);
     m_table->verticalHeader()->setMinimumWidth(180);
+    m_table->verticalHeader()->setMaximumWidth(kMostHeaderWidth);
     m_table->installEventFilter(this);
 }
 

@@ -6,6 +6,7 @@
 #include <koltacommon/conversionjob.h>
 #include <koltacommon/installationevents.h>
 #include <koltaconsole/actions/actions.h>
+#include <koltaconsole/session/wishwatch.h>
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/filterwords.h>
@@ -282,32 +283,63 @@ void ConversionsView::start()
     request.productionName = m_production->text().isEmpty() ? QStringLiteral("kolta") : m_production->text();
     request.pirmID = QStringLiteral("kolta");
     request.resultType = m_type->text();
-    m_beginnings.insert(request.record.toString(), request.productionID);
+    m_beginnings.append({m_server, request.record, request.productionID});
     auto* const job = new Kolta::ConversionJob(*conversions, request, this);
     m_session.events().followOperation(*job, m_server, tr("conversion of %1").arg(request.record.toString()));
     job->deleteWhenFinished();
-    job->then(this, [this, record = request.record.toString()](const Kolta::Operation&) {
-        m_beginnings.remove(record);
+    // Of a server that is not shown nobody tells that it is there.
+    job->then(this, [this, production = request.productionID](const Kolta::Operation&) {
+        playBeginnings();
+        forgetBeginning(production);
     });
+}
+
+void ConversionsView::forgetBeginning(const QString& production)
+{
+    m_beginnings.erase(
+        std::remove_if(m_beginnings.begin(), m_beginnings.end(),
+                       [&production](const Beginning& each) { return each.production == production; }),
+        m_beginnings.end());
 }
 
 void ConversionsView::playBeginnings()
 {
-    ConvertProductionResultMap* const conversions = map();
-    QVector<RecordIdentifier> due;
-    for (auto asked = m_beginnings.cbegin(); conversions && asked != m_beginnings.cend(); ++asked) {
-        const RecordIdentifier record = RecordIdentifier::fromString(asked.key());
-        if (conversions->contains(record) && conversions->At(record).productionID() == asked.value() &&
-            conversions->At(record).state() == ConvertProductionResult::eNotStarted)
-            due.append(record);
+    using Map = ConvertProductionResultMap;
+    QVector<Beginning> due;
+    for (const Beginning& asked : qAsConst(m_beginnings)) {
+        const Map* const conversions = shortTimeMap<Map>(m_session, asked.server);
+        if (conversions && conversions->contains(asked.record) &&
+            conversions->At(asked.record).productionID() == asked.production &&
+            conversions->At(asked.record).state() == ConvertProductionResult::eNotStarted)
+            due.append(asked);
     }
     // Removed first: the change is told at once, and leads here again.
-    for (const RecordIdentifier& record : qAsConst(due))
-        m_beginnings.remove(record.toString());
-    for (const RecordIdentifier& record : qAsConst(due)) {
-        if (ConvertProductionResultMap* const present = map())
-            present->startConverting(record);
+    for (const Beginning& asked : qAsConst(due))
+        forgetBeginning(asked.production);
+    for (const Beginning& asked : qAsConst(due)) {
+        if (Map* const present = shortTimeMap<Map>(m_session, asked.server)) {
+            present->startConverting(asked.record);
+            watch(asked.server, tr("beginning of %1").arg(asked.record.toString()));
+        }
     }
+}
+
+void ConversionsView::watch(const QString& server, const QString& what, const std::function<void()>& then)
+{
+    const Kolta::KoltaServerInterface* const known = m_session.server(server);
+    if (!known)
+        return;
+    new WishWatch(
+        m_session, server,
+        Kolta::ServerNodes::shortTimePath<ConvertProductionResultMap>(known->getServerBasePath()),
+        [this, server, what, then](const QString& reason) {
+            if (!reason.isEmpty())
+                m_session.tell(tr("conversions of %1, %2: %3").arg(server, what, reason),
+                               Kolta::Event::Weight::Attention);
+            else if (then)
+                then();
+        },
+        this);
 }
 
 QString ConversionsView::finishLine(bool success) const
@@ -318,15 +350,19 @@ QString ConversionsView::finishLine(bool success) const
 
 void ConversionsView::finish(bool success)
 {
-    map()->setFinished(selected(), success, m_result->text());
+    const RecordIdentifier record = selected();
+    map()->setFinished(record, success, m_result->text());
+    watch(m_server, tr("end of %1").arg(record.toString()));
 }
 
 void ConversionsView::tidy()
 {
     const int erased =
         map()->tidyUp(static_cast<quint64>(m_keep->value()), QDateTime(), m_failedToo->isChecked());
-    m_session.tell(tr("%n result(s) of conversions erased on %1", "", erased).arg(m_server),
-                   Kolta::Event::Weight::Note);
+    watch(m_server, tr("tidying"), [this, erased, server = m_server] {
+        m_session.tell(tr("%n result(s) of conversions erased on %1", "", erased).arg(server),
+                       Kolta::Event::Weight::Note);
+    });
 }
 
 void ConversionsView::tellLine(const QString& line)

@@ -3,7 +3,9 @@
 #include <koltacommon/actionrights.h>
 #include <koltacommon/shorttimemodels.h>
 
-#include <QHash>
+#include <recording/recordidentifier.h>
+
+#include <QVector>
 #include <QWidget>
 
 #include <functional>
@@ -55,6 +57,9 @@ private:
     int tidyCount() const;
     void start();
     void playBeginnings();
+    void forgetBeginning(const QString& production);
+    /// Tells in an event when the server does not let stand what was just changed of its conversions.
+    void watch(const QString& server, const QString& what, const std::function<void()>& then = {});
     void finish(bool success);
     void tidy();
     QString finishLine(bool success) const;
@@ -73,7 +78,14 @@ private:
     QLineEdit* m_result;
     QSpinBox* m_keep;
     QCheckBox* m_failedToo;
-    QHash<QString, QString> m_beginnings; ///< records asked for here, with the IDs of their productions
+    /// Asked for here, and to begin once it is there.
+    struct Beginning
+    {
+        QString server;
+        sorel::RecordIdentifier record;
+        QString production; ///< its ID
+    };
+    QVector<Beginning> m_beginnings;
     QString m_line;
 };
 

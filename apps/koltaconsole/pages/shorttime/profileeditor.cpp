@@ -163,6 +163,8 @@ void ProfileEditor::makeFields()
 
 void ProfileEditor::edit(const ShortTimeProfile& profile)
 {
+    if (m_original.name != profile.name)
+        m_use.clear();
     m_original = m_draft = profile;
     m_isGone = false;
     m_theirs.reset();
@@ -289,9 +291,10 @@ void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
 {
     m_isGone = false;
     if (isSame(profile, m_original)) {
+        m_original = profile; // what the fields do not show included
         m_theirs.reset();
         m_news.clear(); // it is as it was again
-        showHeading();
+        read();
         return;
     }
     if (!m_isChanged || (m_wrong == 0 && isSame(profile, m_draft))) {
@@ -385,8 +388,12 @@ QString ProfileEditor::objectionToSave() const
 {
     if (m_isSaving)
         return tr("It is being saved.");
+    if (line(ProfileField::Name)->text().trimmed().isEmpty() && m_isChanged)
+        return tr("The profile has no name.");
     if (m_wrong > 0)
         return tr("A field cannot be read.");
+    if (hasTheirs())
+        return tr("Others have changed it: take theirs or keep mine first.");
     return m_isChanged || m_isGone ? QString() : tr("Nothing has changed.");
 }
 

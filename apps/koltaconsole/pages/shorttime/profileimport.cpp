@@ -52,8 +52,10 @@ ProfileImport ProfileImport::read(const QString& file, const Kolta::ShortTimePro
     const auto importable = KoltaApps::importable(content, report, Kolta::eShortTimeProfileUnspecified);
     for (ShortTimeProfile profile : importable.taken) {
         const bool isKnown = map.Contains(profile.name);
-        if (isKnown)
+        if (isKnown) {
             profile.type = map.At(profile.name).type;
+            profile.hopperFlag = map.At(profile.name).hopperFlag;
+        }
         const QVector<Line> changes = isKnown ? difference(map.At(profile.name), profile) : QVector<Line>();
         if (isKnown && changes.isEmpty())
             continue;

@@ -33,7 +33,7 @@ struct ProfileImport
 
     int count() const { return wanted.size() + refused; }
     /// Compares the file with what is there. What KoltaApps::importable() leaves out is refused; known
-    /// profiles keep their type, which files do not have.
+    /// profiles keep what files do not have.
     static ProfileImport read(const QString& file, const Kolta::ShortTimeProfileItemMap& map);
 };
 
