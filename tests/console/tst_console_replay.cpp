@@ -14,6 +14,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QScopeGuard>
+#include <QSlider>
 #include <QTemporaryDir>
 #include <QTreeView>
 
@@ -140,6 +141,12 @@ void TestReplay::goesWhereItIsTold()
     QTRY_VERIFY(!replay.isMoving());
     QVERIFY(replay.position() > replay.begin() && replay.position() < replay.end());
     QTRY_COMPARE(stage.session->factsOf(QStringLiteral("S1")).condition, Condition::Attention);
+    auto* const place = stage.window->findChild<QSlider*>();
+    QTest::keyClick(place, Qt::Key_PageUp);
+    QTRY_VERIFY(!replay.isMoving());
+    QVERIFY(replay.position() >= replay.begin() + (replay.end() - replay.begin()) / 10);
+    QTest::keyClick(place, Qt::Key_Home);
+    QTRY_COMPARE(replay.position(), replay.begin());
     replay.setSpeed(ReplayAddress::kMostSpeed);
     QVERIFY(stage.run("replay-pause"));
     QTRY_VERIFY(replay.isAtEnd());

@@ -50,6 +50,8 @@ ReplayBar::ReplayBar(Session& session, ActionTable& actions, QWidget* parent)
     m_text->setProperty("badge", QStringLiteral("attention"));
     m_text->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_slider->setRange(0, kSliderSteps);
+    m_slider->setPageStep(kSliderSteps / 10);
+    m_slider->setSingleStep(kSliderSteps / 100);
     m_slider->setFixedWidth(220);
     m_slider->setAccessibleName(tr("Place in the recording"));
     m_time->setPlaceholderText(tr("12:03:10, +30, end"));
@@ -66,9 +68,15 @@ ReplayBar::ReplayBar(Session& session, ActionTable& actions, QWidget* parent)
         m_time->setProperty("wrong", false);
         m_time->style()->polish(m_time);
     });
-    connect(m_slider, &QSlider::sliderReleased, this, [this] {
+    const auto jump = [this] {
         const qint64 length = m_replay.end() - m_replay.begin();
-        m_replay.jump(m_replay.begin() + length * m_slider->value() / kSliderSteps);
+        m_replay.jump(m_replay.begin() + length * m_slider->sliderPosition() / kSliderSteps);
+    };
+    connect(m_slider, &QSlider::sliderReleased, this, jump);
+    // Keys, wheel and clicks beside the knob; dragging ends with its release.
+    connect(m_slider, &QSlider::actionTriggered, this, [this, jump] {
+        if (!m_slider->isSliderDown())
+            jump();
     });
     showState();
 }

@@ -118,6 +118,17 @@ void ProductionRows::readEnded(const QVector<EventSubject>& subjects)
     }
 }
 
+/// As it is told today.
+Look ProductionRows::lookOfEnd(const ProductionRow& row)
+{
+    const QString when = timeText(row.ended);
+    return {row.timeline.isLost ? Mark::Cross : Mark::Box, Role::Dim,
+            row.timeline.isLost ? tr("lost %1").arg(when)
+            : row.sawEnd        ? tr("ended %1").arg(when)
+                                : tr("ended after %1").arg(when),
+            false};
+}
+
 /// What has ended was running and is known to do so no longer.
 void ProductionRows::noteEnd(const EventSubject& subject)
 {
@@ -131,7 +142,7 @@ void ProductionRows::noteEnd(const EventSubject& subject)
     });
     if (ran == stretches.crend() || !stretches.last().isWatched || stretches.last().state != Event::kGone)
         return;
-    const bool sawEnd = std::prev(ran)->isWatched;
+    row.sawEnd = std::prev(ran)->isWatched;
     for (const quint64 number : journal.entriesOf(subject, ran->to.addSecs(-1), m_now)) {
         const Kolta::JournalEntry* const entry = journal.entry(number);
         row.timeline.isLost = row.timeline.isLost || (entry && entry->event.state == Event::kGone &&
@@ -153,12 +164,7 @@ void ProductionRows::noteEnd(const EventSubject& subject)
         row.hardware =
             const_cast<Kolta::KoltaServerInterface*>(server)->getResourceObserver().GetDisplayNameByGUID(
                 ran->tuner);
-    const QString when = timeText(ran->to);
-    row.look = {row.timeline.isLost ? Mark::Cross : Mark::Box, Role::Dim,
-                row.timeline.isLost ? tr("lost %1").arg(when)
-                : sawEnd            ? tr("ended %1").arg(when)
-                                    : tr("ended after %1").arg(when),
-                false};
+    row.look = lookOfEnd(row);
     m_ended.insert(subject, row);
 }
 
@@ -296,6 +302,11 @@ std::vector<ProductionRow> ProductionRows::gather(const Pending& pending, const 
 {
     m_now = m_session.now();
     forget();
+    if (const QDate today = m_now.toLocalTime().date(); today != m_day) {
+        m_day = today;
+        for (ProductionRow& row : m_ended)
+            row.look = lookOfEnd(row);
+    }
     std::map<QString, ProductionRow> servers; // by sorting text
     const ProcessorModel& model = m_session.processors();
     for (int place = 0; place < model.rowCount(); ++place) {

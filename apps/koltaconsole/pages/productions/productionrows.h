@@ -46,6 +46,7 @@ struct ProductionRow
     bool isMine = false; ///< this program owns it
     bool isStale = false;
     QDateTime ended;
+    bool sawEnd = false; ///< otherwise it ended some time after
     Timeline timeline;
     std::vector<ProductionRow> children;
 
@@ -89,11 +90,13 @@ private:
     void addOrdered(ProductionRow& server) const;
     ProductionRow endedGroup(const Wanted& isWanted) const;
     Timeline timelineOf(const QString& server, const QString& guid) const;
+    static Look lookOfEnd(const ProductionRow& row);
     void noteEnd(const Kolta::EventSubject& subject);
     void forget();
 
     Session& m_session;
     QDateTime m_now;
+    QDate m_day;                           ///< for which the ends are told
     QHash<QString, ProductionRow> m_known; ///< by server and GUID, what was last seen of it
     QHash<Kolta::EventSubject, ProductionRow> m_ended;
 };

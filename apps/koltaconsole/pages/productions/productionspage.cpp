@@ -393,10 +393,12 @@ void ProductionsPage::askToStop(const QStringList& keys)
         stop();
 }
 
-/// All MCPs; those where it cannot go are there too, with the reason.
+/// All MCPs, for which a filter goes; those where it cannot go are there too, with the reason.
 void ProductionsPage::offerTargets()
 {
     const QString key = m_view->selectedKeys().value(0);
+    if (!m_filter->text().isEmpty())
+        m_filter->line()->clear();
     const ProductionRow* const ffp = m_model.find(key);
     if (!ffp)
         return;
