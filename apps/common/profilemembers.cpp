@@ -93,7 +93,7 @@ struct Range
     static QString shown(const ShortTimeProfile& profile) { return Form::both(from(profile), to(profile)); }
     static QString exact(const ShortTimeProfile& profile)
     {
-        return QStringLiteral("%1 to %2%3")
+        return Texts::tr("%1 to %2%3")
             .arg(QString::number(profile.*kFrom), QString::number(profile.*kTo), Form::unit());
     }
     /// The ends in full: the shorter forms leave out an end of 0.

@@ -1,11 +1,17 @@
-#include "consoletest.h"
+#include "shorttimestage.h"
 
 #include <koltaconsole/pages/shorttime/profileeditor.h>
+#include <koltaconsole/pages/shorttime/profileimportview.h>
+#include <koltaconsole/pages/shorttime/profilesview.h>
+
+#include <koltacommon/q9rprofiles.h>
+
+#include <QTemporaryDir>
 
 using Kolta::ShortTimeProfile;
 using namespace KoltaConsole;
 
-/// What somebody types into the fields of a short-time profile, and what stays when nobody does.
+/// What is typed into the fields of a short-time profile, or comes from a file, and what stays as it was.
 class TestProfileFields : public QObject
 {
     Q_OBJECT
@@ -38,6 +44,43 @@ private Q_SLOTS:
         QCOMPARE(fieldText(profile, static_cast<ProfileField>(field)), shown);
         QVERIFY(!isGood || takeField(profile, static_cast<ProfileField>(field), QString()).isEmpty() ==
                                (field != int(ProfileField::Name)));
+    }
+
+    /// What a file would change is told before it does, and what cannot be read is left out.
+    void import()
+    {
+        ShortTimeStage stage;
+        QTRY_VERIFY(stage.isSettled());
+        const auto first = stage.profiles().data().begin()->second;
+        ShortTimeProfile changed = first, fresh;
+        changed.useShift = true;
+        changed.shiftMax = changed.shiftMin + 4711;
+        fresh.name = QStringLiteral("fresh");
+        auto file = ShortTimeProfile::toQ9RProfile({changed, fresh, fresh, fresh});
+        file.profiles[2].name = QStringLiteral("odd");
+        file.profiles[2].bandwidthRange = {QStringLiteral("16 kHz"), 1};
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("p.xml"));
+        QCOMPARE(VESK_Q9R::writeProfileFile(path, file), QString());
+        const ProfileImport import = ProfileImport::read(path, stage.profiles());
+        QCOMPARE(import.wanted.size(), 2);
+        QCOMPARE(import.refused, 2);
+        QCOMPARE(import.wanted.first().type, first.type);
+        const auto before = stage.profiles().Size();
+        QVERIFY(!stage.run("short-import-confirm"));
+        stage.page->profiles().import().preview(path);
+        QCOMPARE(stage.profiles().Size(), before);
+        QVERIFY(stage.run("short-import-cancel") && !stage.run("short-import-confirm"));
+        ActionTable& actions = stage.window->actions();
+        QVERIFY(actions.run(*actions.requestOf(QStringLiteral("kolta profiles import ") + path)));
+        file.profiles[0].shiftRange = {QStringLiteral("1,4712"), 1};
+        QCOMPARE(VESK_Q9R::writeProfileFile(path, file), QString());
+        QVERIFY(stage.run("short-import-confirm")); // which shows what it is now
+        QCOMPARE(stage.profiles().Size(), before);
+        QVERIFY(stage.run("short-import-confirm"));
+        QCOMPARE(stage.profiles().Size(), before + 1);
+        QCOMPARE(stage.profiles().At(first.name).shiftMax, 4712u);
+        QVERIFY(!stage.profiles().Contains(QStringLiteral("odd")));
     }
 
     /// What a server has and cannot be chosen or written here is no change, and goes along with those that

@@ -1,4 +1,4 @@
-#include "consoletest.h"
+#include "shorttimestage.h"
 
 #include <koltaconsole/pages/shorttime/assignmentsview.h>
 #include <koltaconsole/pages/shorttime/conversionsview.h>
@@ -31,27 +31,6 @@
 
 using namespace KoltaConsole;
 using Kolta::ShortTimeProfile;
-
-namespace {
-
-struct ShortTimeStage : Stage
-{
-    explicit ShortTimeStage(int servers = 1)
-        : Stage(servers, "short-time"), page(static_cast<ShortTimePage*>(window->currentPage()))
-    {
-    }
-    template<class Map>
-    Map& map() const
-    {
-        return *shortTimeMap<Map>(*session, QStringLiteral("S1"));
-    }
-    Kolta::ShortTimeProfileItemMap& profiles() const { return map<Kolta::ShortTimeProfileItemMap>(); }
-    void show(int tab) const { page->findChild<QTabWidget*>()->setCurrentIndex(tab); }
-
-    ShortTimePage* page;
-};
-
-} // namespace
 
 /// Profiles, assignments and results while others change them and the server goes.
 class TestShortTime : public QObject
@@ -223,43 +202,6 @@ private Q_SLOTS:
         QVERIFY(kept.value(kept.allKeys().value(0)).toString().contains(QStringLiteral(":true")));
     }
 
-    /// What a file would change is told before it does, and what cannot be read is left out.
-    void import()
-    {
-        ShortTimeStage stage;
-        QTRY_VERIFY(stage.isSettled());
-        const auto first = stage.profiles().data().begin()->second;
-        ShortTimeProfile changed = first, fresh;
-        changed.useShift = true;
-        changed.shiftMax = changed.shiftMin + 4711;
-        fresh.name = QStringLiteral("fresh");
-        auto file = ShortTimeProfile::toQ9RProfile({changed, fresh, fresh, fresh});
-        file.profiles[2].name = QStringLiteral("odd");
-        file.profiles[2].bandwidthRange = {QStringLiteral("16 kHz"), 1};
-        const QTemporaryDir folder;
-        const QString path = folder.filePath(QStringLiteral("p.xml"));
-        QCOMPARE(VESK_Q9R::writeProfileFile(path, file), QString());
-        const ProfileImport import = ProfileImport::read(path, stage.profiles());
-        QCOMPARE(import.wanted.size(), 2);
-        QCOMPARE(import.refused, 2);
-        QCOMPARE(import.wanted.first().type, first.type);
-        const auto before = stage.profiles().Size();
-        QVERIFY(!stage.run("short-import-confirm"));
-        stage.page->profiles().import().preview(path);
-        QCOMPARE(stage.profiles().Size(), before);
-        QVERIFY(stage.run("short-import-cancel") && !stage.run("short-import-confirm"));
-        ActionTable& actions = stage.window->actions();
-        QVERIFY(actions.run(*actions.requestOf(QStringLiteral("kolta profiles import ") + path)));
-        file.profiles[0].shiftRange = {QStringLiteral("1,4712"), 1};
-        QCOMPARE(VESK_Q9R::writeProfileFile(path, file), QString());
-        QVERIFY(stage.run("short-import-confirm")); // which shows what it is now
-        QCOMPARE(stage.profiles().Size(), before);
-        QVERIFY(stage.run("short-import-confirm"));
-        QCOMPARE(stage.profiles().Size(), before + 1);
-        QCOMPARE(stage.profiles().At(first.name).shiftMax, 4712u);
-        QVERIFY(!stage.profiles().Contains(QStringLiteral("odd")));
-    }
-
     /// Keys tick cells, columns and rows; nothing is sent before it is asked for, and what is sent is so.
     void assignments()
     {
@@ -408,8 +350,7 @@ private Q_SLOTS:
         ShortTimeStage stage(2);
         QTRY_VERIFY(stage.isSettled());
         const QString other = QStringLiteral("S2");
-        shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, other)
-            ->AddNew(Kolta::ShortTimeResult());
+        shortTimeMap<Kolta::ShortTimeResultItemMap>(*stage.session, other)->AddNew(Kolta::ShortTimeResult());
         stage.server(other).vanish();
         QTRY_COMPARE(stage.session->factsOf(other).condition, Condition::Vanished);
         const auto& list = *stage.page->profiles().findChild<QTreeView*>()->model();

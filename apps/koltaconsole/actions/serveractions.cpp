@@ -4,6 +4,7 @@
 #include <koltaconsole/session/runningprocessors.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/confirmation.h>
+#include <koltaconsole/widgets/rowtexts.h>
 
 #include <koltacommon/installationevents.h>
 #include <koltacommon/koltaresourceobserver.h>
@@ -54,7 +55,7 @@ void ServerActions::showMenu(const QString& address, const QPoint& place)
     auto* const menu = new QMenu(m_window);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setToolTipsVisible(true);
-    menu->addAction(tr("Show %1 alone").arg(address), this,
+    menu->addAction(tr("Show %1 alone").arg(menuText(address)), this,
                     [this, address] { Q_EMIT si_ServerWanted(address); });
     for (const char* const id : kMenu)
         menu->addAction(m_actions.action(QLatin1String(id)));
@@ -183,7 +184,8 @@ void ServerActions::addSwitch(QMenu& menu, const QString& address, const QString
                               bool isOn)
 {
     const auto turn = [this, address, name, guid, isOn] { switchPower(address, name, guid, !isOn); };
-    menu.addAction(isOn ? tr("Switch %1 off…").arg(name) : tr("Switch %1 on").arg(name), this, [=] {
+    const QString shown = menuText(name);
+    menu.addAction(isOn ? tr("Switch %1 off…").arg(shown) : tr("Switch %1 on").arg(shown), this, [=] {
         if (!isOn)
             return turn();
         askBefore(*m_window, tr("Switch %1 of %2 off? What runs on it may end.").arg(name, address),

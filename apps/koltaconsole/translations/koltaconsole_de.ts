@@ -1596,6 +1596,10 @@ F1 zeigt die Tasten der Seite.</translation>
         <source>Modulation</source>
         <translation>Modulation</translation>
     </message>
+    <message>
+        <source>%1 to %2%3</source>
+        <translation>%1 bis %2%3</translation>
+    </message>
 </context>
 <context>
     <name>KoltaConsole::ActionTable</name>

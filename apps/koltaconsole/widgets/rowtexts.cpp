@@ -8,6 +8,11 @@
 
 namespace KoltaConsole {
 
+QString menuText(const QString& name)
+{
+    return QString(name).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
 QString countText(int count)
 {
     return QLocale().toString(count);

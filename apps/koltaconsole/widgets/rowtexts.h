@@ -6,6 +6,9 @@ class QString;
 
 namespace KoltaConsole {
 
+/// A name in the text of an action or a button, where "&" marks a key otherwise.
+QString menuText(const QString& name);
+
 /// "1,977", as the default locale has it. For texts that take several words at once: a name with a "%2" in it
 /// must not take the place of a count.
 QString countText(int count);

@@ -3,6 +3,7 @@
 #include <koltacommon/userrights.h>
 #include <koltaconsole/session/session.h>
 #include <koltaconsole/widgets/marks.h>
+#include <koltaconsole/widgets/rowtexts.h>
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -120,7 +121,7 @@ void TopBar::fitLink()
                     ? 0
                     : qMax(widget->sizeHint().width(), widget->minimumWidth());
     const QString shown = m_link->fontMetrics().elidedText(text, Qt::ElideRight, qMax(room, kLeastLink));
-    m_link->setText(shown);
+    m_link->setText(menuText(shown));
     m_link->setToolTip(shown == text ? m_session.link().text : text);
     m_link->setAccessibleDescription(text);
 }
@@ -188,7 +189,7 @@ void TopBar::showUser()
                                              : tr("the servers decide on rights");
     if (m_session.isReadOnly())
         text += tr(" · read only");
-    m_user->setText(text);
+    m_user->setText(menuText(text));
     fitLink();
 }
 

@@ -409,7 +409,7 @@ void ProductionsPage::offerTargets()
     for (const ProductionRow* const mcp : m_model.mcps()) {
         const QString objection = objectionToMove(*ffp, *mcp);
         QAction* const target = menu->addAction(
-            objection.isEmpty() ? mcp->name : QStringLiteral("%1 — %2").arg(mcp->name, objection));
+            menuText(objection.isEmpty() ? mcp->name : QStringLiteral("%1 — %2").arg(mcp->name, objection)));
         target->setEnabled(objection.isEmpty());
         connect(target, &QAction::triggered, this,
                 [this, key, to = mcp->key] { Q_EMIT m_model.si_MoveWanted(key, to); });
