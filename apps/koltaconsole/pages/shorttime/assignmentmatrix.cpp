@@ -120,8 +120,10 @@ void AssignmentMatrix::readAssignments(QVector<Ffp>& ffps)
         return;
     for (const auto& entry : *assignments) {
         const auto found = find(ffps, entry.first);
-        if (found != ffps.end())
+        if (found != ffps.end()) {
             found->assignment = entry.second;
+            found->assigned = QSet<QString>(entry.second.profiles.begin(), entry.second.profiles.end());
+        }
         for (const QString& profile : entry.second.profiles)
             m_uses[profile].append(found == ffps.end() ? entry.first : found->name);
     }
@@ -155,6 +157,7 @@ void AssignmentMatrix::refresh()
         beginResetModel();
     m_ffps = ffps;
     m_profiles = profiles;
+    readSearches();
     if (!isSameShape)
         endResetModel();
     else if (!m_ffps.isEmpty() && !m_profiles.isEmpty())
@@ -164,17 +167,28 @@ void AssignmentMatrix::refresh()
 
 bool AssignmentMatrix::isTicked(const Ffp& ffp, const QString& profile) const
 {
-    return m_draft.value(ffp.guid).value(profile, ffp.assignment.profiles.contains(profile));
+    const auto ticks = m_draft.constFind(ffp.guid);
+    if (ticks == m_draft.cend() || !ticks->contains(profile))
+        return ffp.assigned.contains(profile);
+    return ticks->value(profile);
 }
 
 bool AssignmentMatrix::fits(const FilterWords& words, int row, int column) const
 {
     const ShortTimeProfile& profile = m_profiles.at(column);
-    QStringList texts{m_ffps.at(row).name};
-    for (int field = 0; field < kProfileFieldCount; ++field)
-        texts.append(fieldText(profile, static_cast<ProfileField>(field)));
-    texts.append(ShortTimeProfile::typeTitle(profile.type));
-    return words.matches(texts.join(QLatin1Char('\n')).toLower(), bandOf(profile));
+    const QString search = m_ffps.at(row).name.toLower() + QLatin1Char('\n') + m_searches.value(profile.name);
+    return words.matches(search, bandOf(profile));
+}
+
+void AssignmentMatrix::readSearches()
+{
+    m_searches.clear();
+    for (const ShortTimeProfile& profile : qAsConst(m_profiles)) {
+        QStringList texts{ShortTimeProfile::typeTitle(profile.type)};
+        for (int field = 0; field < kProfileFieldCount; ++field)
+            texts.append(fieldText(profile, static_cast<ProfileField>(field)));
+        m_searches.insert(profile.name, texts.join(QLatin1Char('\n')).toLower());
+    }
 }
 
 bool AssignmentMatrix::isOutOfReach(const Ffp& ffp, const ShortTimeProfile& profile)
@@ -189,7 +203,7 @@ void AssignmentMatrix::set(const QModelIndexList& indexes, bool isOn)
     for (const QModelIndex& cell : indexes) {
         const Ffp& ffp = m_ffps.at(cell.row());
         const QString& profile = m_profiles.at(cell.column()).name;
-        if (ffp.assignment.profiles.contains(profile) == isOn && !isSending(ffp))
+        if (ffp.assigned.contains(profile) == isOn && !isSending(ffp))
             m_draft[ffp.guid].remove(profile);
         else
             m_draft[ffp.guid][profile] = isOn;
@@ -212,9 +226,11 @@ void AssignmentMatrix::tellDraft()
 {
     m_changeCount = 0;
     for (const Ffp& ffp : qAsConst(m_ffps)) {
-        for (const ShortTimeProfile& profile : qAsConst(m_profiles))
-            m_changeCount +=
-                isTicked(ffp, profile.name) != ffp.assignment.profiles.contains(profile.name) ? 1 : 0;
+        const QMap<QString, bool> ticks = m_draft.value(ffp.guid);
+        for (auto tick = ticks.begin(); tick != ticks.end(); ++tick) {
+            const bool isShown = m_searches.contains(tick.key()); // its profile has not gone
+            m_changeCount += isShown && tick.value() != ffp.assigned.contains(tick.key()) ? 1 : 0;
+        }
     }
     Q_EMIT si_DraftChanged();
 }
@@ -230,6 +246,8 @@ QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
 {
     QVector<ShortTimeFFPAssignment> result;
     for (const Ffp& ffp : m_ffps) {
+        if (!m_draft.contains(ffp.guid))
+            continue;
         ShortTimeFFPAssignment assignment = ffp.assignment;
         if (assignment.isNull()) {
             assignment.ffpGuid = ffp.guid;
@@ -238,7 +256,7 @@ QVector<ShortTimeFFPAssignment> AssignmentMatrix::wanted() const
         }
         // What is assigned and not a column, because the profile has gone, stays as it is.
         for (const ShortTimeProfile& profile : m_profiles) {
-            const bool isOn = isTicked(ffp, profile.name), was = assignment.profiles.contains(profile.name);
+            const bool isOn = isTicked(ffp, profile.name), was = ffp.assigned.contains(profile.name);
             if (isOn && !was)
                 assignment.profiles.append(profile.name);
             else if (!isOn && was)
@@ -314,7 +332,7 @@ int AssignmentMatrix::columnCount(const QModelIndex& parent) const
 QString AssignmentMatrix::cellText(const Ffp& ffp, const ShortTimeProfile& profile) const
 {
     const bool isOn = isTicked(ffp, profile.name);
-    const bool isNew = isOn != ffp.assignment.profiles.contains(profile.name);
+    const bool isNew = isOn != ffp.assigned.contains(profile.name);
     if (isOn && isOutOfReach(ffp, profile))
         return tr("no cover");
     if (isNew)
@@ -339,7 +357,7 @@ QVariant AssignmentMatrix::data(const QModelIndex& index, int role) const
     case TickRole:
         return isTicked(ffp, profile.name);
     case NewRole:
-        return isTicked(ffp, profile.name) != ffp.assignment.profiles.contains(profile.name);
+        return isTicked(ffp, profile.name) != ffp.assigned.contains(profile.name);
     case NoCoverRole:
         return isTicked(ffp, profile.name) && isOutOfReach(ffp, profile);
     case CoverageRole:

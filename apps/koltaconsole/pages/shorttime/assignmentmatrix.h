@@ -7,6 +7,7 @@
 #include <QAbstractTableModel>
 #include <QHash>
 #include <QMap>
+#include <QSet>
 
 namespace KoltaConsole {
 
@@ -68,6 +69,7 @@ private:
         double from = 0.0; ///< what its tuner reaches, Hz; both 0: not told
         double to = 0.0;
         Kolta::ShortTimeFFPAssignment assignment; ///< null: none
+        QSet<QString> assigned;                   ///< its profiles
 
         bool operator==(const Ffp& other) const { return guid == other.guid && name == other.name; }
     };
@@ -79,6 +81,7 @@ private:
     void readFfps(const QModelIndex& parent, const QString& above, QVector<Ffp>& ffps) const;
     void readAssignments(QVector<Ffp>& ffps);
     void readReach(QVector<Ffp>& ffps) const;
+    void readSearches();
     void tellDraft();
     bool isTicked(const Ffp& ffp, const QString& profile) const;
     QString cellText(const Ffp& ffp, const Kolta::ShortTimeProfile& profile) const;
@@ -88,6 +91,7 @@ private:
     QString m_server;
     QVector<Ffp> m_ffps;
     QVector<Kolta::ShortTimeProfile> m_profiles;
+    QHash<QString, QString> m_searches; ///< what filters find of a profile, by its name
     QHash<QString, QStringList> m_uses;
     bool m_isLastKnown = false;
     int m_changeCount = 0;
