@@ -120,6 +120,8 @@ void EventModel::setFilter(const EventFilter& filter)
 
 void EventModel::setHeld(bool isHeld)
 {
+    if (isHeld == m_isHeld)
+        return;
     m_isHeld = isHeld;
     m_heldFrom = m_next;
     if (isHeld)
