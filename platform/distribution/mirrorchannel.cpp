@@ -342,6 +342,8 @@ void MirrorChannel::applyState(StateAssembler::State state, qint64 nowMs)
     settleByTable(state.snapshot, state.number);
     m_number = state.number;
     m_target = std::max(m_target, m_number);
+    m_askReplayMs = kNever; // what was asked for in vain lies before
+    m_replayAsks = 0;
     play(nowMs);
 }
 
@@ -407,6 +409,12 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
                                Delivery::AtLeastOnce, false,
                                static_cast<quint32>(m_mirror.m_settings.wishTimeoutMs)});
     };
+    // Decided first: a filter is either subscribed to or unsubscribed from in one output.
+    if (!m_stateNeeded && nowMs >= m_askReplayMs && m_replayAsks == kMaximumReplayAsks) {
+        m_replayAsks = 0;
+        m_askReplayMs = nowMs + kAskAgainMs;
+        NeedState(m_number);
+    }
     if (m_stateNeeded != m_subscribed) {
         (m_stateNeeded ? out.subscribe : out.unsubscribe)
             .push_back(m_mirror.m_topics.StateFilter(m_mirror.m_settings.branch, m_channel));
@@ -421,12 +429,7 @@ void MirrorChannel::Speak(Output& out, bool maySend, qint64 nowMs)
     }
     if (!m_stateNeeded && nowMs >= m_askReplayMs) {
         m_askReplayMs = nowMs + kAskAgainMs;
-        if (++m_replayAsks > kMaximumReplayAsks) {
-            m_replayAsks = 0;
-            NeedState(m_number);
-            Speak(out, maySend, nowMs);
-            return;
-        }
+        ++m_replayAsks;
         ask(m_number + 1);
         dropHeld(); // it is among what is said again, and is dealt with in its turn
     }

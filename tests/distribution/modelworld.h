@@ -32,6 +32,10 @@ public:
 protected:
     void perform(Output out)
     {
+        const auto end = out.subscribe.end();
+        if (std::find_first_of(out.subscribe.begin(), end, out.unsubscribe.begin(), out.unsubscribe.end()) !=
+            end)
+            qFatal("one filter is subscribed to and unsubscribed from at once");
         for (const Bytes& filter : out.subscribe)
             carrier.Subscribe(filter);
         for (const Bytes& filter : out.unsubscribe)

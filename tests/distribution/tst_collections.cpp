@@ -212,7 +212,7 @@ public:
         m_world.broker.SetWeather({});
         for (int i = 0; i < 60 && (i < 5 || !isSettled()); ++i)
             m_world.Run(1000);
-        return isSettled() ? compare() : "not settled"_s;
+        return isSettled() ? compare() : notSettled();
     }
 
 private:
@@ -320,6 +320,14 @@ private:
                    mirror.GetEpoch() == m_owner->owner->GetEpoch() &&
                    NumbersOf(mirror) == NumbersOf(*m_owner->owner);
         });
+    }
+    QString notSettled() const
+    {
+        QString states;
+        for (const auto& peer : m_mirrors)
+            states += " %1/%2"_s.arg(static_cast<int>(peer->mirror->GetState()))
+                          .arg(peer->mirror->GetOpenWishes());
+        return "not settled:"_s + states;
     }
     QString compare()
     {
