@@ -167,7 +167,8 @@ Command assignmentsCommand()
         "resource and coverage stays as it is.",
         {},
         Servers::options(
-            {text("profiles", "names", "set: names of the profiles, separated by commas, a comma of a name twice; \"\" for none."),
+            {text("profiles", "names",
+                  "set: names of the profiles, separated by commas, a comma of a name twice; \"\" for none."),
              whole("radio", "number", "set: radio identifier (0).", 0, std::numeric_limits<int>::max()),
              whole("resource", "number", "set: number of the FFP in the resource model, up to {most} (0).", 0,
                    std::numeric_limits<quint16>::max()),
