@@ -51,10 +51,16 @@ TreeBranches::TreeBranches(distribution::TreeLink& link, const QString& broker)
     connect(&link, &distribution::TreeLink::si_BranchChanged, this, &TreeBranches::takeBranch);
 }
 
+void TreeBranches::Past::fail(const QString& fault)
+{
+    lastFault = fault;
+    lastFaultAt = Kolta::ViewTime::now();
+}
+
 void TreeBranches::enter(Past& past, bool isLive, const QString& fault)
 {
     if (!isLive && !fault.isEmpty())
-        past.lastFault = fault;
+        past.fail(fault);
     if (isLive == past.liveSince.isValid())
         return;
     past.liveSince = isLive ? Kolta::ViewTime::now() : QDateTime();
@@ -66,12 +72,12 @@ void TreeBranches::takeBranch(const QString& name, BranchState state)
 {
     QString fault;
     if (state == BranchState::Suspect || state == BranchState::Lost)
-        fault = tr("no beat since %1").arg(timeText(Kolta::ViewTime::now()));
+        fault = tr("no beat");
     else if (state == BranchState::Forbidden)
         fault = tr("the broker forbids it");
     // A silent branch is not a lost one: what it comes back from counts once.
     if (state == BranchState::Suspect)
-        m_pasts[name].lastFault = fault;
+        m_pasts[name].fail(fault);
     else
         enter(m_pasts[name], state == BranchState::Live, fault);
 }
@@ -84,7 +90,8 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
     const QString waiting =
         nextTryMs < 0 ? tr("waiting for the next try") : tr("next try in %1 s").arg((nextTryMs + 999) / 1000);
     result.append({m_broker, QString(), isUp ? State::Up : State::Waiting, isUp ? tr("up") : waiting,
-                   m_line.liveSince, -1, -1, 0, m_line.reconnections, m_line.lastFault, 0, 0, 0, 0});
+                   m_line.liveSince, -1, -1, 0, m_line.reconnections, m_line.lastFault, m_line.lastFaultAt, 0,
+                   0, 0, 0});
     for (const distribution::BranchStatus& branch : m_link.branches()) {
         const Past past = m_pasts.value(branch.name);
         Looks looks = looksOf(branch.state);
@@ -94,8 +101,8 @@ QVector<Kolta::BranchFigures> TreeBranches::branches() const
             looks.word = tr("joining, %1 of %2 parts").arg(branch.joinedParts).arg(branch.parts);
         result.append({branch.name, branch.host, looks.link, looks.word, past.liveSince, branch.roundTripMs,
                        branch.beatAgeMs, static_cast<int>(branch.openWishes), past.reconnections,
-                       past.lastFault, branch.sent.messages, branch.received.messages, branch.sent.bytes,
-                       branch.received.bytes});
+                       past.lastFault, past.lastFaultAt, branch.sent.messages, branch.received.messages,
+                       branch.sent.bytes, branch.received.bytes});
     }
     return result;
 }

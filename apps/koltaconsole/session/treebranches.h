@@ -38,6 +38,9 @@ private:
         bool wasLive = false;
         int reconnections = 0;
         QString lastFault;
+        QDateTime lastFaultAt;
+
+        void fail(const QString& fault);
     };
 
     static void enter(Past& past, bool isLive, const QString& fault);

@@ -504,8 +504,84 @@ F1 zeigt die Tasten der Seite.</translation>
 <context>
     <name>Kolta::KoltaConnection</name>
     <message>
+        <source>TLS handshake failed</source>
+        <translation>TLS-Aushandlung gescheitert</translation>
+    </message>
+    <message>
         <source>The reply does not answer the component &quot;%1&quot;</source>
         <translation>Die Antwort gilt nicht der Komponente „%1“</translation>
+    </message>
+    <message>
+        <source>address in use</source>
+        <translation>Adresse wird schon benutzt</translation>
+    </message>
+    <message>
+        <source>address not available</source>
+        <translation>Adresse nicht verfügbar</translation>
+    </message>
+    <message>
+        <source>closed by the other end</source>
+        <translation>von der Gegenseite geschlossen</translation>
+    </message>
+    <message>
+        <source>closed by the proxy</source>
+        <translation>vom Proxy geschlossen</translation>
+    </message>
+    <message>
+        <source>connection refused</source>
+        <translation>Verbindung abgelehnt</translation>
+    </message>
+    <message>
+        <source>host not found</source>
+        <translation>Rechner nicht gefunden</translation>
+    </message>
+    <message>
+        <source>message too large</source>
+        <translation>Nachricht zu groß</translation>
+    </message>
+    <message>
+        <source>network failed</source>
+        <translation>Netz gestört</translation>
+    </message>
+    <message>
+        <source>no answer in time</source>
+        <translation>keine Antwort in der Frist</translation>
+    </message>
+    <message>
+        <source>no answer of the proxy in time</source>
+        <translation>keine Antwort des Proxys in der Frist</translation>
+    </message>
+    <message>
+        <source>no permission for the socket</source>
+        <translation>keine Berechtigung für den Socket</translation>
+    </message>
+    <message>
+        <source>not supported by this system</source>
+        <translation>von diesem System nicht unterstützt</translation>
+    </message>
+    <message>
+        <source>operation not finished</source>
+        <translation>Vorgang nicht beendet</translation>
+    </message>
+    <message>
+        <source>proxy not found</source>
+        <translation>Proxy nicht gefunden</translation>
+    </message>
+    <message>
+        <source>refused by the proxy</source>
+        <translation>vom Proxy abgelehnt</translation>
+    </message>
+    <message>
+        <source>the proxy asks for a login</source>
+        <translation>der Proxy verlangt eine Anmeldung</translation>
+    </message>
+    <message>
+        <source>the proxy&apos;s answer cannot be read</source>
+        <translation>Antwort des Proxys nicht lesbar</translation>
+    </message>
+    <message>
+        <source>too many sockets</source>
+        <translation>zu viele Sockets</translation>
     </message>
 </context>
 <context>
@@ -535,6 +611,10 @@ F1 zeigt die Tasten der Seite.</translation>
     <message>
         <source>State</source>
         <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>The first in the queue has waited for %1 s</source>
+        <translation>Die erste in der Schlange wartet seit %1 s</translation>
     </message>
     <message>
         <source>Up since</source>
@@ -3521,6 +3601,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
         <translation>live</translation>
     </message>
     <message>
+        <source>no beat</source>
+        <translation>kein Lebenszeichen</translation>
+    </message>
+    <message>
         <source>silent</source>
         <translation>stumm</translation>
     </message>
@@ -3539,10 +3623,6 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
     <message>
         <source>joining, %1 of %2 parts</source>
         <translation>tritt bei, %1 von %2 Teilen</translation>
-    </message>
-    <message>
-        <source>no beat since %1</source>
-        <translation>kein Lebenszeichen seit %1</translation>
     </message>
     <message>
         <source>the broker forbids it</source>

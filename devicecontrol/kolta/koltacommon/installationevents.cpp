@@ -2,6 +2,7 @@
 
 #include "serverevents.h"
 
+#include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 #include <koltacommon/koltaserverinterface.h>
 #include <koltacommon/koltaserverregistry.h>
@@ -130,10 +131,12 @@ void InstallationEvents::takeLinks(const KoltaConnectionsViewer& viewer, bool is
             event.text = tr("link %1 is up").arg(event.name);
         } else if (wasUp && (link.state == State::Waiting || link.state == State::GivenUp)) {
             event.weight = Event::Weight::Alarm;
-            event.text = tr("link %1 was lost: %2").arg(event.name, link.lastFault);
+            event.text =
+                tr("link %1 was lost: %2").arg(event.name, KoltaConnection::socketErrorText(link.lastFault));
         } else if (link.state == State::GivenUp && link.state != static_cast<State>(before.value(link.id))) {
             event.weight = Event::Weight::Attention;
-            event.text = tr("link %1 was given up: %2").arg(event.name, link.lastFault);
+            event.text = tr("link %1 was given up: %2")
+                             .arg(event.name, KoltaConnection::socketErrorText(link.lastFault));
         }
         if (!event.text.isEmpty())
             events.append(event);

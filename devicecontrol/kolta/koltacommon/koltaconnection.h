@@ -116,6 +116,8 @@ public:
     static QString getShortInfo(XmlCommon::ptrCXmlMessage message);
     /// The word for a socket error, as ConnectionError() tells it; "Unknown" for those without one.
     static QString getSocketError(QAbstractSocket::SocketError error);
+    /// The same for people, translated; any other `word` as it is.
+    static QString socketErrorText(const QString& word);
 
     /// Figures of this link, see KoltaConnectionsViewer.
     LinkFigures figures() const;

@@ -13,6 +13,41 @@ using XmlCommon::ptrCXmlMessage;
 
 namespace Kolta {
 
+namespace {
+
+/// The word for programs and the text for people of each number.
+struct SocketErrorWords
+{
+    const char* word;
+    const char* text;
+};
+
+constexpr SocketErrorWords kSocketErrors[] = {
+    {"ConnectionRefused", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "connection refused")},
+    {"RemoteHostClosed", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "closed by the other end")},
+    {"HostNotFound", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "host not found")},
+    {"SocketAccess", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "no permission for the socket")},
+    {"SocketResource", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "too many sockets")},
+    {"SocketTimeout", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "no answer in time")},
+    {"DatagramTooLarge", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "message too large")},
+    {"Network", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "network failed")},
+    {"AddressInUse", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "address in use")},
+    {"SocketAddressNotAvailable", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "address not available")},
+    {"UnsupportedSocketOperation",
+     QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "not supported by this system")},
+    {"UnfinishedSocketOperation", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "operation not finished")},
+    {"ProxyAuthenticationRequired",
+     QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "the proxy asks for a login")},
+    {"SslHandshakeFailed", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "TLS handshake failed")},
+    {"ProxyConnectionRefused", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "refused by the proxy")},
+    {"ProxyConnectionClosed", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "closed by the proxy")},
+    {"ProxyConnectionTimeout", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "no answer of the proxy in time")},
+    {"ProxyNotFound", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "proxy not found")},
+    {"ProxyProtocol", QT_TRANSLATE_NOOP("Kolta::KoltaConnection", "the proxy's answer cannot be read")},
+};
+
+} // namespace
+
 std::shared_ptr<FaultMessageHandler> KoltaConnection::m_pFaultMessageHandler;
 
 void KoltaConnection::initMessageHandler(QObject* receiver, const char* slot)
@@ -90,29 +125,19 @@ QString KoltaConnection::getShortInfo(ptrCXmlMessage message)
 
 QString KoltaConnection::getSocketError(QAbstractSocket::SocketError error)
 {
-    static const char* const words[] = {"ConnectionRefused",
-                                        "RemoteHostClosed",
-                                        "HostNotFound",
-                                        "SocketAccess",
-                                        "SocketResource",
-                                        "SocketTimeout",
-                                        "DatagramTooLarge",
-                                        "Network",
-                                        "AddressInUse",
-                                        "SocketAddressNotAvailable",
-                                        "UnsupportedSocketOperation",
-                                        "UnfinishedSocketOperation",
-                                        "ProxyAuthenticationRequired",
-                                        "SslHandshakeFailed",
-                                        "ProxyConnectionRefused",
-                                        "ProxyConnectionClosed",
-                                        "ProxyConnectionTimeout",
-                                        "ProxyNotFound",
-                                        "ProxyProtocol"};
     const int index = static_cast<int>(error);
-    if (index < 0 || index >= static_cast<int>(std::size(words)))
+    if (index < 0 || index >= static_cast<int>(std::size(kSocketErrors)))
         return QStringLiteral("Unknown");
-    return QString::fromLatin1(words[index]);
+    return QString::fromLatin1(kSocketErrors[index].word);
+}
+
+QString KoltaConnection::socketErrorText(const QString& word)
+{
+    for (const SocketErrorWords& error : kSocketErrors) {
+        if (word == QLatin1String(error.word))
+            return tr(error.text);
+    }
+    return word;
 }
 
 } // namespace Kolta

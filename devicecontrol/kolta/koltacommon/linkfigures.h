@@ -28,7 +28,8 @@ struct LinkFigures
     int queued = 0;          ///< requests, with the one that was sent
     qint64 headAgeMs = -1;   ///< how long the first of them has been in the connection's queue; -1 for none
     int reconnections = 0;
-    QString lastFault; ///< the word for the last error; empty before the first
+    QString lastFault; ///< the word for the last error, see KoltaConnection::socketErrorText(); empty before
+                       ///< the first
     QDateTime lastFaultAt;
     int nextTryMs = 0; ///< until the next try; 0 unless Waiting
     quint64 messagesOut = 0;

@@ -1,5 +1,6 @@
 #include <koltacommon/linksmodel.h>
 
+#include <koltacommon/koltaconnection.h>
 #include <koltacommon/koltaconnectionsviewer.h>
 #include <koltacommon/viewroles.h>
 #include <koltacommon/viewtexts.h>
@@ -72,6 +73,19 @@ QString trafficText(const Figures& figures)
         .arg(amount(figures.messagesOut, figures.bytesOut), amount(figures.messagesIn, figures.bytesIn));
 }
 
+/// What the columns have no room for.
+QString toolTip(const LinkFigures& link)
+{
+    QStringList lines;
+    if (link.headAgeMs >= 0)
+        lines.append(LinksModel::tr("The first in the queue has waited for %1 s")
+                         .arg(static_cast<double>(link.headAgeMs) / 1000, 0, 'f', 1));
+    const QString traffic = trafficText(link);
+    if (!traffic.isEmpty())
+        lines.append(traffic);
+    return lines.join(QLatin1Char('\n'));
+}
+
 QVariant known(qint64 milliseconds)
 {
     return milliseconds < 0 ? QVariant() : QVariant(milliseconds);
@@ -101,12 +115,13 @@ void LinksModel::setBranches(const IBranchSource* source)
 LinksModel::Row LinksModel::rowOf(const LinkFigures& link)
 {
     const QString peer = Startup::joinHostAndPort(link.host, link.port);
-    return {
-        QStringLiteral("link/%1").arg(link.id),
-        {{link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer), stateText(link),
-          link.upSince, known(link.roundTripMs), none(), link.queued, link.reconnections, link.lastFault}},
-        static_cast<int>(link.state),
-        trafficText(link)};
+    return {QStringLiteral("link/%1").arg(link.id),
+            {{link.name.isEmpty() ? peer : QStringLiteral("%1 (%2)").arg(link.name, peer), stateText(link),
+              link.upSince, known(link.roundTripMs), none(), link.queued, link.reconnections,
+              KoltaConnection::socketErrorText(link.lastFault)}},
+            static_cast<int>(link.state),
+            toolTip(link),
+            link.lastFaultAt};
 }
 
 LinksModel::Row LinksModel::rowOf(const BranchFigures& branch)
@@ -116,7 +131,8 @@ LinksModel::Row LinksModel::rowOf(const BranchFigures& branch)
               branch.stateText, branch.liveSince, known(branch.roundTripMs), known(branch.beatAgeMs),
               branch.openWishes, branch.reconnections, branch.lastFault}},
             static_cast<int>(branch.state),
-            trafficText(branch)};
+            trafficText(branch),
+            branch.lastFaultAt};
 }
 
 /// Both lists have what they share in the same order.
@@ -167,6 +183,8 @@ QString LinksModel::textOf(const Row& row, int column)
     const QVariant& cell = row.cells[static_cast<std::size_t>(column)];
     if (column == eUpSinceColumn)
         return ViewTexts::time(cell.toDateTime());
+    if (column == eLastFaultColumn && row.lastFaultAt.isValid())
+        return QStringLiteral("%1 %2").arg(ViewTexts::time(row.lastFaultAt), cell.toString());
     return cell.type() == QVariant::LongLong ? tr("%1 ms").arg(cell.toLongLong()) : cell.toString();
 }
 
@@ -181,12 +199,14 @@ QVariant LinksModel::data(const QModelIndex& index, int role) const
     case Qt::TextAlignmentRole:
         return isNumber(index.column()) ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
     case Qt::ToolTipRole:
-        return row.traffic.isEmpty() ? QVariant() : row.traffic;
+        return row.toolTip.isEmpty() ? QVariant() : row.toolTip;
     case ViewRoles::KeyRole:
         return row.key;
     case ViewRoles::StateRole:
         return row.state;
     case ViewRoles::SortRole: {
+        if (index.column() == eLastFaultColumn)
+            return row.lastFaultAt;
         const QVariant& cell = row.cells[static_cast<std::size_t>(index.column())];
         return cell.type() == QVariant::String ? ViewRoles::sortText(cell.toString()) : cell;
     }

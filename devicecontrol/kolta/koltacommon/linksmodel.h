@@ -25,7 +25,8 @@ struct BranchFigures
     qint64 beatAgeMs = -1;   ///< -1 before the first beat
     int openWishes = 0;
     int reconnections = 0;
-    QString lastFault;
+    QString lastFault; ///< for people, translated
+    QDateTime lastFaultAt;
     quint64 messagesOut = 0; ///< to its owner
     quint64 messagesIn = 0;  ///< about it
     quint64 bytesOut = 0;    ///< of the messages
@@ -43,7 +44,8 @@ public:
 
 /// The links of this thread, and behind them the branches, with their figures: at once when a link is in
 /// another state, the rest once a second. The key is "link/" and the link's id, or "branch/" and the name;
-/// the state (ViewRoles::StateRole) a LinkFigures::State; the tool tip says how much has passed.
+/// the state (ViewRoles::StateRole) a LinkFigures::State; the tool tip says how much has passed
+/// and how long the queue's first has waited.
 class KOLTA_COMMON_EXPORT LinksModel final : public QAbstractTableModel
 {
     Q_OBJECT
@@ -83,11 +85,13 @@ private:
         QString key;
         std::array<QVariant, eColumnCount> cells; ///< numbers, times and texts
         int state = 0;
-        QString traffic; ///< how much has passed each way; empty: nothing
+        QString toolTip;
+        QDateTime lastFaultAt;
 
         bool operator!=(const Row& other) const
         {
-            return cells != other.cells || state != other.state || traffic != other.traffic;
+            return cells != other.cells || state != other.state || toolTip != other.toolTip ||
+                   lastFaultAt != other.lastFaultAt;
         }
     };
 
