@@ -223,6 +223,13 @@ MirrorChannel* BranchMirror::channelOf(const QString& path) const
     return found == m_channels.end() ? m_channels.at(0).get() : found->second.get();
 }
 
+bool BranchMirror::isElsewhere(const QString& path, const MirrorChannel& channel) const
+{
+    return std::any_of(m_channels.begin(), m_channels.end(), [&](const auto& other) {
+        return other.second.get() != &channel && other.second->Items().Contains(path);
+    });
+}
+
 /// Null for a collection when there are to be none.
 MirrorChannel* BranchMirror::ensureChannel(quint16 channel)
 {

@@ -190,6 +190,8 @@ private:
 
     void route(Changes changes);
     MirrorChannel* channelOf(const QString& path) const;
+    /// Whether another channel has an item there.
+    bool isElsewhere(const QString& path, const MirrorChannel& channel) const;
     MirrorChannel* ensureChannel(quint16 channel);
     void takeLive(const LiveMessage& live);
     void takeWithdrawalOfOther();

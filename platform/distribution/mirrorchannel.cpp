@@ -238,7 +238,9 @@ void MirrorChannel::commit(const Change& change, bool own)
     }
     case Operation::Remove:
         m_items.Erase(change.id);
-        break;
+        if (!isShadowed(path))
+            remove(path);
+        return;
     case Operation::Set:
         m_items.SetContent(change.id, change.content);
         break;
@@ -280,6 +282,13 @@ void MirrorChannel::showTruth(const QString& path)
     if (item && !IsCollection(item->type))
         m_mirror.apply(AddChange(path, item->type, item->Whole()));
     else if (!item)
+        remove(path);
+}
+
+/// Unless it has become another channel's, which says nothing of the order in which both are told.
+void MirrorChannel::remove(const QString& path)
+{
+    if (!m_mirror.isElsewhere(path, *this))
         m_mirror.apply(RemoveChange(path));
 }
 
@@ -380,7 +389,7 @@ void MirrorChannel::replaceItems(const Snapshot& snapshot, const Paths& settled)
     for (auto item = old.rbegin(); item != old.rend(); ++item) {
         const ItemTable::Item* const now = m_items.Find(item->second.path);
         if ((!now || now->type != item->second.type) && !isShadowed(item->second.path))
-            m_mirror.apply(RemoveChange(item->second.path));
+            remove(item->second.path);
     }
     for (const SnapshotItem& item : snapshot.items) {
         const ItemTable::Item* const before = former.Find(item.path);

@@ -78,6 +78,7 @@ private:
     bool isShadowed(const QString& path);
     Content truthOf(const QString& path) const;
     void showTruth(const QString& path);
+    void remove(const QString& path);
     void dropHeld();
     void play(qint64 nowMs);
     bool playMessage(const LogMessage& message);
