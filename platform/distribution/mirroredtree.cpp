@@ -275,9 +275,12 @@ void MirroredTree::ApplyState(const QString& path, qint32 type, const Bytes& sta
         }
         passOver(*wanted, path, state, own);
         for (const Content& commands : own) {
-            const Bytes& bytes = BytesOf(commands);
-            ForEachCommand(*wanted, ByteReader(bytes.data(), bytes.size()), nullptr,
-                           [](values::Command& command) { command.Execute(); });
+            std::vector<CommandPiece> pieces;
+            ReadPieces(*wanted, BytesOf(commands), nullptr, pieces);
+            for (const CommandPiece& piece : pieces) {
+                wanted->ReplaceNextEqual(); // what the program wrote is there as it wrote it
+                piece.command->Execute();
+            }
         }
         ValueBase* const value = livingValue(path);
         if (value && value->GetType() == type)
