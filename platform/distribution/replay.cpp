@@ -182,7 +182,8 @@ void Replay::turn()
         play();
     m_isTelling = false;
     if (isNewlyCut()) {
-        m_isCutTold = true;
+        m_cutMs = m_positionMs;
+        m_goal.reset();
         pause();
         Q_EMIT si_Cut();
     }

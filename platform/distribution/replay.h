@@ -58,7 +58,7 @@ public:
     const QString& file() const noexcept { return m_reader.GetPath(); }
     const SegmentHead& head() const { return m_reader.GetSegments().front().head; }
     qint64 begin() const { return m_reader.GetBeginMs(); }
-    qint64 end() const noexcept { return m_reader.GetEndMs(); }
+    qint64 end() const noexcept { return m_cutMs.value_or(m_reader.GetEndMs()); }
     qint64 position() const noexcept { return m_positionMs; }
     double speed() const noexcept { return m_speed; }
     bool isPaused() const noexcept { return m_isPaused; }
@@ -125,7 +125,7 @@ private:
     void finishMove();
     void setPosition(qint64 timeMs);
     const std::optional<Record>& next();
-    bool isNewlyCut() const { return !m_isCutTold && cut() != m_cutAtFirst; }
+    bool isNewlyCut() const { return !m_cutMs && cut() != m_cutAtFirst; }
 
     RecordingReader m_reader;
     std::optional<Topics> m_topics; ///< as they were recorded
@@ -148,12 +148,12 @@ private:
     int m_steps = 0;
     quint32 m_generation = ~0U; ///< of epochs; the first one is 0
     Lives m_lives;
-    QString m_cutAtFirst; ///< cut() when the file was opened
+    QString m_cutAtFirst;          ///< cut() when the file was opened
+    std::optional<qint64> m_cutMs; ///< where it was found to be cut since then
     bool m_isPaused = false;
     bool m_isBegun = false;
     bool m_isLinkUp = false;
     bool m_isTelling = false;
-    bool m_isCutTold = false;
 };
 
 } // namespace distribution
