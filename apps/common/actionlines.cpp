@@ -103,6 +103,28 @@ QString ActionLines::line(const QStringList& words) const
     return shellLine(all);
 }
 
+namespace {
+
+/// Lines are for a program without translations: what is a title of a kind or weight here is the word there.
+QString untranslated(const QString& word)
+{
+    using Kolta::Event;
+    const auto isTitle = [&word](auto value) {
+        return word.compare(Event::title(value), Qt::CaseInsensitive) == 0;
+    };
+    for (int kind = 0; kind < Event::kKindCount; ++kind) {
+        if (isTitle(static_cast<Event::Kind>(kind)))
+            return Event::word(static_cast<Event::Kind>(kind));
+    }
+    for (const Event::Weight weight : {Event::Weight::Note, Event::Weight::Attention, Event::Weight::Alarm}) {
+        if (isTitle(weight))
+            return Event::word(weight);
+    }
+    return word;
+}
+
+} // namespace
+
 QString ActionLines::events(const QString& journal, const Kolta::EventFilter& filter) const
 {
     QStringList words{QStringLiteral("events"), QStringLiteral("--csv"), QStringLiteral("--count"),
@@ -112,9 +134,9 @@ QString ActionLines::events(const QString& journal, const Kolta::EventFilter& fi
     if (filter.least != Kolta::Event::Weight::Note)
         add(words, "weight", Kolta::Event::word(filter.least));
     for (const QString& word : filter.words)
-        add(words, "word", word);
+        add(words, "word", untranslated(word));
     for (const QString& word : filter.without)
-        add(words, "without", word);
+        add(words, "without", untranslated(word));
     addUnlessEmpty(words, "from", filter.from.toString(Qt::ISODate));
     addUnlessEmpty(words, "to", filter.to.toString(Qt::ISODate));
     return line(words + arguments({journal}));

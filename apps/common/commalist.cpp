@@ -18,10 +18,13 @@ void take(QStringList& names, QString& name)
 
 QString commaList(const QStringList& names)
 {
-    QStringList words;
-    for (const QString& name : names)
-        words.append(QString(name).replace(kComma, QStringLiteral(",,")));
-    return words.join(kComma);
+    QString list;
+    for (const QString& name : names) {
+        if (!list.isEmpty()) // two commas would be one of the name
+            list += name.startsWith(kComma) ? QStringLiteral(", ") : QString(kComma);
+        list += QString(name).replace(kComma, QStringLiteral(",,"));
+    }
+    return list;
 }
 
 QStringList namesOf(const QString& commaList)

@@ -65,7 +65,8 @@ bool EventFilter::matches(const Event& event) const
     const auto has = [&event](const QString& word) {
         const auto isIn = [&word](const QString& text) { return hasWord(text, word, Qt::CaseInsensitive); };
         return isIn(event.text) || isIn(event.server()) || isIn(Event::title(event.kind)) ||
-               isIn(Event::title(event.weight));
+               isIn(Event::title(event.weight)) || isIn(Event::word(event.kind)) ||
+               isIn(Event::word(event.weight));
     };
     return std::all_of(words.begin(), words.end(), has) && std::none_of(without.begin(), without.end(), has);
 }
