@@ -98,8 +98,8 @@ void LinksView::applyFilter()
     const int shown = FilterBar::showRows(*m_table, [&](int row) {
         const QModelIndex index = m_model.index(row, 0);
         const QString key = index.data(Kolta::ViewRoles::KeyRole).toString();
-        const bool isOfOther =
-            !m_server.isEmpty() && key.startsWith(kBranchKey) && key != kBranchKey + m_server;
+        const bool isOfOther = !m_server.isEmpty() && key.startsWith(kBranchKey) &&
+                               key != kBranchKey + m_server && key != kBranchKey + m_session.url();
         return !isOfOther && words.matches(index.data(Kolta::ViewRoles::SearchRole).toString(), {});
     });
     m_filter->tellCount(shown, all, tr("%1 of %2 links"), tr("No link matches \"%1\"."));
