@@ -325,8 +325,8 @@ private:
     {
         QString states;
         for (const auto& peer : m_mirrors)
-            states += " %1/%2"_s.arg(static_cast<int>(peer->mirror->GetState()))
-                          .arg(peer->mirror->GetOpenWishes());
+            states +=
+                " %1/%2"_s.arg(static_cast<int>(peer->mirror->GetState())).arg(peer->mirror->GetOpenWishes());
         return "not settled:"_s + states;
     }
     QString compare()

@@ -188,7 +188,8 @@ void ServerActions::addSwitch(QMenu& menu, const QString& address, const QString
     menu.addAction(isOn ? tr("Switch %1 off…").arg(shown) : tr("Switch %1 on").arg(shown), this, [=] {
         if (!isOn)
             return turn();
-        askBefore(*m_window, tr("Switch %1 of %2 off? What runs on it may end.").arg(name, address),
+        askBefore(*m_window,
+                  tr("Switch %1 of %2 off? What runs on it may end.").arg(shortName(name), address),
                   runningOn(address), tr("Switch off"), turn);
     });
 }

@@ -1,5 +1,7 @@
 #include "confirmation.h"
 
+#include "rowtexts.h"
+
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
@@ -22,7 +24,9 @@ void askBefore(QWidget& parent, const QString& question, const QStringList& name
 {
     auto* const box = new QMessageBox(QMessageBox::NoIcon, parent.window()->windowTitle(), question,
                                       QMessageBox::Cancel, &parent);
-    QStringList shown = names.mid(0, kNamesAsked);
+    QStringList shown;
+    for (const QString& name : names.mid(0, kNamesAsked))
+        shown.append(shortName(name));
     if (names.size() > kNamesAsked)
         shown.append(Texts::tr("and %1 more").arg(names.size() - kNamesAsked));
     box->setInformativeText(shown.join(QLatin1Char('\n')));

@@ -1,5 +1,7 @@
 #include "rowtexts.h"
 
+#include <startup/onelinetext.h>
+
 #include <QHeaderView>
 #include <QLocale>
 #include <QTreeView>
@@ -11,6 +13,12 @@ namespace KoltaConsole {
 QString menuText(const QString& name)
 {
     return QString(name).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+QString shortName(const QString& name, int most)
+{
+    const QString line = Startup::oneLineText(name);
+    return line.size() <= most ? line : line.left(most - 1) + QChar(0x2026);
 }
 
 QString countText(int count)

@@ -9,6 +9,9 @@ namespace KoltaConsole {
 /// A name in the text of an action or a button, where "&" marks a key otherwise.
 QString menuText(const QString& name);
 
+/// A name as a part of a sentence: in one line, with an ellipsis behind `most` characters.
+QString shortName(const QString& name, int most = 60);
+
 /// "1,977", as the default locale has it. For texts that take several words at once: a name with a "%2" in it
 /// must not take the place of a count.
 QString countText(int count);

@@ -21,6 +21,8 @@ constexpr int kSecondMs = 1000;
 constexpr int kMargin = 12, kSpacing = 8;
 /// Width of the text about the link where there is no room for more.
 constexpr int kLeastLink = 60;
+constexpr int kUrlShare = 4;  ///< of the bar that the address takes at most
+constexpr int kMostUser = 30; ///< characters
 
 /// Makes a style sheet's conditions look at the property anew.
 void setLook(QWidget& widget, const char* property, const QVariant& value)
@@ -47,7 +49,7 @@ QIcon markIcon(Mark mark, Role role)
 TopBar::TopBar(Session& session, QWidget* parent)
     : QWidget(parent)
     , m_session(session)
-    , m_url(new QLabel(session.url(), this))
+    , m_url(new QLabel(this))
     , m_link(new QPushButton(this))
     , m_attention(new QPushButton(this))
     , m_palette(new QPushButton(tr("Ctrl+K  kolta …"), this))
@@ -111,9 +113,12 @@ QString TopBar::linkText() const
     return tr("no broker yet: %1%2").arg(link.text, nextTry());
 }
 
-/// In the room that the others leave.
+/// The address and what is said of the link share the room that the others leave.
 void TopBar::fitLink()
 {
+    const QString url = m_session.url();
+    m_url->setText(m_url->fontMetrics().elidedText(url, Qt::ElideMiddle, width() / kUrlShare));
+    m_url->setToolTip(m_url->text() == url ? QString() : url);
     const QString text = linkText();
     int room = width() - kSpacing * 8 - 2 * kMargin - m_link->iconSize().width();
     for (const QWidget* const widget : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
@@ -184,7 +189,8 @@ void TopBar::showUser()
 {
     const QString rights =
         tr("%1 of %2 rights").arg(m_session.rightCount()).arg(Kolta::UserRights::GetNumberOfRights());
-    const QString name = m_session.userName().isEmpty() ? tr("nobody is logged in") : m_session.userName();
+    const QString user = m_session.userName();
+    const QString name = user.isEmpty() ? tr("nobody is logged in") : shortName(user, kMostUser);
     QString text = m_session.areUsersKnown() ? QStringLiteral("%1 · %2").arg(name, rights)
                                              : tr("the servers decide on rights");
     if (m_session.isReadOnly())

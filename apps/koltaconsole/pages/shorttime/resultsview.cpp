@@ -8,6 +8,7 @@
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/filterbar.h>
 #include <koltaconsole/widgets/filterwords.h>
+#include <koltaconsole/widgets/rowtexts.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <koltacommon/servernodes.h>
@@ -41,7 +42,7 @@ const char* const kSigns[] = {"■", "●", "▲", "◆", "▼", "+", "✕", "�
 
 QString nameOf(const QString& profile)
 {
-    return profile.isEmpty() ? ResultsView::tr("none matches") : profile;
+    return profile.isEmpty() ? ResultsView::tr("none matches") : shortName(profile);
 }
 
 } // namespace
