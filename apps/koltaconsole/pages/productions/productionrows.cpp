@@ -154,6 +154,7 @@ void ProductionRows::noteEnd(const EventSubject& subject)
     row.guid = subject.guid;
     row.ended = ran->to;
     row.pending.clear();
+    row.lookInFull.clear();
     row.isStale = row.timeline.isPast = true;
     row.isMine = false;
     row.holderKey.clear();

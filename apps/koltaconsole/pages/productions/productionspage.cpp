@@ -164,6 +164,8 @@ void ProductionsPage::add(ActionTable::Entry entry, const Deed& deed)
 
 std::optional<ActionTable::Asked> ProductionsPage::askedMove(const LineWords& words)
 {
+    if (words.arguments.size() != 2)
+        return std::nullopt;
     QString problem;
     const QStringList keys = keysOf(words, problem);
     const QString ffp = keys.value(0), mcp = keys.value(1);
@@ -198,8 +200,8 @@ void ProductionsPage::own(const QString& key, OwnershipJob::Action action)
     const ProductionRow* const row = m_model.find(key);
     if (action != OwnershipJob::Action::ForceTake || !row)
         return m_orders.own(key, action);
-    askBefore(*this, tr("Take the ownership from %1?").arg(row->owner), {row->name}, tr("Take ownership"),
-              [this, key, action] { m_orders.own(key, action); });
+    askBefore(*this, tr("Take the ownership from %1?").arg(shortName(row->owner)), {row->name},
+              tr("Take ownership"), [this, key, action] { m_orders.own(key, action); });
 }
 
 void ProductionsPage::follow()
@@ -217,6 +219,7 @@ void ProductionsPage::follow()
     connect(&m_minute, &QTimer::timeout, this, &ProductionsPage::gather);
     connect(m_filter->line(), &QLineEdit::textChanged, this, [this](const QString& text) {
         m_words = FilterWords(text);
+        m_view->openAll(); // what it finds is seen
         refresh();
     });
     connect(&m_model, &ProductionsModel::si_MoveWanted, this, [this](const QString& ffp, const QString& mcp) {

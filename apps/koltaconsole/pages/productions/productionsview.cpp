@@ -12,6 +12,15 @@
 
 namespace KoltaConsole {
 
+namespace {
+
+QString keyOf(const QModelIndex& index)
+{
+    return index.data(Kolta::ViewRoles::KeyRole).toString();
+}
+
+} // namespace
+
 ProductionsView::ProductionsView(ProductionsModel& model, QWidget* parent)
     : QTreeView(parent), m_model(model), m_timeline(new TimelineHeader(this))
 {
@@ -19,7 +28,11 @@ ProductionsView::ProductionsView(ProductionsModel& model, QWidget* parent)
     setModel(&model);
     dress();
     connect(&model, &QAbstractItemModel::rowsInserted, this, &ProductionsView::span);
-    connect(&model, &QAbstractItemModel::modelReset, this, &ProductionsView::openAll);
+    connect(&model, &QAbstractItemModel::modelReset, this, &ProductionsView::spanAll);
+    connect(this, &QTreeView::collapsed, this,
+            [this](const QModelIndex& index) { m_closed.insert(keyOf(index)); });
+    connect(this, &QTreeView::expanded, this,
+            [this](const QModelIndex& index) { m_closed.remove(keyOf(index)); });
 }
 
 void ProductionsView::dress()
@@ -54,7 +67,7 @@ QStringList ProductionsView::selectedKeys() const
 {
     QStringList keys;
     for (const QModelIndex& index : selectionModel()->selectedRows())
-        keys.append(index.data(Kolta::ViewRoles::KeyRole).toString());
+        keys.append(keyOf(index));
     return keys;
 }
 
@@ -66,33 +79,43 @@ void ProductionsView::startDrag(Qt::DropActions supported)
     const QPointer<ProductionsView> alive(this);
     auto* const drag = new QDrag(this);
     drag->setMimeData(m_model.mimeData({index}));
-    m_model.setDragged(index.data(Kolta::ViewRoles::KeyRole).toString());
+    m_model.setDragged(keyOf(index));
     // What is dropped is asked for; the row moves when the server shows it there.
     drag->exec(supported, Qt::MoveAction);
     if (alive)
         m_model.setDragged(QString());
 }
 
-/// Rows of servers have one text, and what is new is open.
+/// Rows of servers have one text, and what is new is open, unless it was closed when it was there before.
 void ProductionsView::span(const QModelIndex& parent, int first, int last)
 {
     for (int row = first; row <= last; ++row) {
         const QModelIndex index = m_model.index(row, 0, parent);
         if (!parent.isValid())
             setFirstColumnSpanned(row, parent, true);
-        setExpanded(index, true);
+        open(index);
         if (m_model.rowCount(index) > 0)
             span(index, 0, m_model.rowCount(index) - 1);
     }
     if (parent.isValid())
-        setExpanded(parent, true);
+        open(parent);
+}
+
+void ProductionsView::open(const QModelIndex& index)
+{
+    if (!m_closed.contains(keyOf(index)))
+        setExpanded(index, true);
 }
 
 void ProductionsView::openAll()
 {
-    expandAll();
-    for (int row = 0; row < m_model.rowCount(); ++row)
-        setFirstColumnSpanned(row, QModelIndex(), true);
+    m_closed.clear();
+    spanAll();
+}
+
+void ProductionsView::spanAll()
+{
+    span(QModelIndex(), 0, m_model.rowCount() - 1);
 }
 
 } // namespace KoltaConsole

@@ -23,6 +23,8 @@ public:
     /// Of the timelines.
     void setRange(const QDateTime& from, const QDateTime& to);
     QStringList selectedKeys() const;
+    /// Also what somebody has closed.
+    void openAll();
 
 protected:
     void startDrag(Qt::DropActions supported) override;
@@ -30,10 +32,12 @@ protected:
 private:
     void dress();
     void span(const QModelIndex& parent, int first, int last);
-    void openAll();
+    void spanAll();
+    void open(const QModelIndex& index);
 
     ProductionsModel& m_model;
     TimelineHeader* m_timeline;
+    QSet<QString> m_closed; ///< by key, what somebody has closed
 };
 
 } // namespace KoltaConsole
