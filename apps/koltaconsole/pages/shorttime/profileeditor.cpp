@@ -239,15 +239,7 @@ void ProfileEditor::read()
         const bool isTaken = isTouched || (field == ProfileField::Name && text.isEmpty());
         const QString problem = isTaken ? takeField(m_draft, field, text) : QString();
         m_wrong += problem.isEmpty() ? 0 : 1;
-        const bool isShown = !problem.isEmpty() && isTouched; // an empty new profile is not wrong yet
-        m_hints[at]->setVisible(isShown);
-        m_hints[at]->setLook({Mark::Triangle, Role::Attention, problem, true});
-        m_hints[at]->setToolTip(problem);
-        if (m_lines[at]->property("wrong").toBool() != isShown) {
-            m_lines[at]->setProperty("wrong", isShown);
-            m_lines[at]->style()->unpolish(m_lines[at]);
-            m_lines[at]->style()->polish(m_lines[at]);
-        }
+        showProblem(field, isTouched ? problem : QString()); // an empty new profile is not wrong yet
     }
     if (const int code = m_modulation->currentData().toInt(); code != modulationCode(m_original)) {
         m_draft.useModulation = code != kNoModulation;
@@ -255,8 +247,30 @@ void ProfileEditor::read()
     }
     m_draft.type = static_cast<Kolta::eShortTimeProfileType>(m_type->currentData().toInt());
     m_isChanged = isOther || !isSame(m_draft, m_original);
+    checkName();
     showHeading();
     Q_EMIT si_Written();
+}
+
+void ProfileEditor::showProblem(ProfileField field, const QString& problem)
+{
+    const auto at = static_cast<std::size_t>(field);
+    const bool isShown = !problem.isEmpty();
+    m_hints[at]->setVisible(isShown);
+    m_hints[at]->setLook({Mark::Triangle, Role::Attention, problem, true});
+    m_hints[at]->setToolTip(problem);
+    if (m_lines[at]->property("wrong").toBool() == isShown)
+        return;
+    m_lines[at]->setProperty("wrong", isShown);
+    m_lines[at]->style()->unpolish(m_lines[at]);
+    m_lines[at]->style()->polish(m_lines[at]);
+}
+
+void ProfileEditor::checkName()
+{
+    const QString typed = line(ProfileField::Name)->text().trimmed();
+    if (!typed.isEmpty() && m_objectionToName && !m_isSaving)
+        showProblem(ProfileField::Name, typed == m_original.name ? QString() : m_objectionToName(typed));
 }
 
 /// What was typed since then goes on.
@@ -272,6 +286,11 @@ void ProfileEditor::takeSaved(const ShortTimeProfile& profile)
     m_news.clear();
     m_failure.clear();
     read();
+}
+
+void ProfileEditor::setObjectionToName(std::function<QString(const QString& name)> objection)
+{
+    m_objectionToName = std::move(objection);
 }
 
 void ProfileEditor::setSaving(bool isSaving)
@@ -301,6 +320,8 @@ void ProfileEditor::takeTheirs(const ShortTimeProfile& profile)
         edit(profile);
         return;
     }
+    if (m_theirs && isSame(profile, *m_theirs))
+        return; // which was told
     m_theirs = profile;
     m_news = tr("changed by others at %1").arg(timeText(Kolta::ViewTime::now()));
     showHeading();

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include <array>
+#include <functional>
 #include <optional>
 
 class QComboBox;
@@ -61,6 +62,10 @@ public:
     bool isWrong() const noexcept { return m_wrong > 0; }
     /// For tests and the page: the line of that field.
     QLineEdit* line(ProfileField field) const { return m_lines[static_cast<std::size_t>(field)]; }
+    /// What speaks against a name, beside that there is none; said below its line while another one is typed.
+    void setObjectionToName(std::function<QString(const QString& name)> objection);
+    /// Something else may speak against the name now.
+    void checkName();
     /// As far as it is the fields that say so; empty: it is possible.
     QString objectionToSave() const;
     QString objectionToUndo() const;
@@ -92,6 +97,7 @@ private:
     void fillLists();
     void read();
     void takeGone(const QString& news);
+    void showProblem(ProfileField field, const QString& problem);
     void showHeading();
     void showComparison();
 
@@ -104,6 +110,7 @@ private:
     bool m_isGone = false; ///< m_original is what it was before it was removed
     int m_wrong = 0;
     bool m_isComparing = false;
+    std::function<QString(const QString&)> m_objectionToName;
     QString m_use;
     QString m_news;    ///< what others did
     QString m_failure; ///< of saving

@@ -11,6 +11,7 @@
 #include <koltaconsole/widgets/columns.h>
 #include <koltaconsole/widgets/confirmation.h>
 #include <koltaconsole/widgets/filterbar.h>
+#include <koltaconsole/widgets/rowtexts.h>
 #include <koltaconsole/widgets/stateitemdelegate.h>
 
 #include <QHBoxLayout>
@@ -197,6 +198,8 @@ void ProfilesView::follow()
         // A server that returns may tell of its profiles one after the other.
         if (map() && map()->Contains(m_editor->original().name))
             compareWithOthers();
+        else
+            lookForDraft();
     });
     connect(&m_model, &QAbstractItemModel::rowsRemoved, this, [this] {
         if (!m_model.isLastKnown())
@@ -211,6 +214,9 @@ void ProfilesView::followEditor()
     connect(m_editor, &ProfileEditor::si_StateChanged, &m_actions, &ActionTable::refresh);
     connect(m_editor, &ProfileEditor::si_Written, this,
             [this] { m_drafts.set(m_server, m_editor->written()); });
+    m_editor->setObjectionToName([this](const QString& name) {
+        return map() ? objectionToName(name, m_editor->original().name) : QString();
+    });
     connect(m_import, &ProfileImportView::si_Line, this, &ProfilesView::tellLine);
 }
 
@@ -297,6 +303,24 @@ void ProfilesView::compareWithOthers()
         m_editor->takeRemoval();
 }
 
+/// A new one that is there as it was typed is saved, whatever became of the answer.
+void ProfilesView::lookForDraft()
+{
+    if (m_saving || !m_editor->isChanged())
+        return;
+    if (m_editor->original().name.isEmpty() && !m_editor->isWrong() && isThere(m_editor->draft()))
+        m_editor->takeSaved(map()->At(m_editor->draft().name));
+    else
+        m_editor->checkName();
+}
+
+/// Just as it is typed.
+bool ProfilesView::isThere(const ShortTimeProfile& profile) const
+{
+    return map() && map()->Contains(profile.name) &&
+           differingFields(map()->At(profile.name), profile).isEmpty();
+}
+
 const ShortTimeProfile* ProfilesView::selected() const
 {
     const QModelIndex current = m_table->currentIndex();
@@ -360,7 +384,8 @@ QString ProfilesView::objectionToName(const QString& name, const QString& before
 {
     if (name == before)
         return QString();
-    if (map()->Contains(name))
+    // A change of name that was cut off in its middle goes on.
+    if (map()->Contains(name) && (before.isEmpty() || m_editor->isWrong() || !isThere(m_editor->draft())))
         return tr("There is a profile of that name.");
     return before.isEmpty() || useCount(before) == 0 || !m_session.areUsersKnown()
                ? QString()
@@ -456,8 +481,8 @@ void ProfilesView::remove(const QString& name)
         erase(m_server, name);
         return;
     }
-    askBefore(*this, tr("Remove %1? It is %2.").arg(name, useOf(name)), m_uses.value(name), tr("Remove"),
-              [this, server = m_server, name] { erase(server, name); });
+    askBefore(*this, tr("Remove %1? It is %2.").arg(shortName(name), useOf(name)), m_uses.value(name),
+              tr("Remove"), [this, server = m_server, name] { erase(server, name); });
 }
 
 /// While somebody was asked, link, right, server or profile may have gone; the row that gave the name goes

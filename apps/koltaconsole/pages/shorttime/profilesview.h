@@ -57,6 +57,8 @@ private:
     void selectEdited();
     void choose();
     void compareWithOthers();
+    void lookForDraft();
+    bool isThere(const Kolta::ShortTimeProfile& profile) const;
     QString objectionToSave() const;
     QString objectionToNew() const;
     QString objectionToRemove() const;
