@@ -134,15 +134,21 @@ bool ChangeRegion::TakeOwnRequest(const QString& path, const std::string& reques
     if (requests == m_ownRequests.end())
         return false;
     const auto own = requests->second.find(request);
-    if (own == requests->second.end() || own->second != command)
+    if (own == requests->second.end())
         return false;
-    requests->second.erase(own);
+    std::vector<Bytes>& made = own->second;
+    const auto found = std::find(made.begin(), made.end(), command);
+    if (found == made.end())
+        return false;
+    made.erase(found);
+    if (made.empty())
+        requests->second.erase(own);
     return true;
 }
 
 void ChangeRegion::ForgetOwn(const QString& path, const values::PendingChanges& underWay)
 {
-    const auto forget = [&path](CommandsOf& commands, const auto& isUnderWay) {
+    const auto forget = [&path](auto& commands, const auto& isUnderWay) {
         const auto ofPath = commands.find(path);
         if (ofPath == commands.end())
             return;
@@ -220,8 +226,7 @@ void ChangeRegion::noteRequests(const QString& path, const values::Command& part
     part.AddScope(scope);
     for (const std::string& request : scope.requests) {
         if (own) {
-            Bytes& command = m_ownRequests[path][request];
-            command.clear();
+            Bytes& command = m_ownRequests[path][request].emplace_back();
             part.AddCommandString(command, values::eTransmitPlain);
         } else if (const auto requests = m_ownRequests.find(path); requests != m_ownRequests.end()) {
             requests->second.erase(request);

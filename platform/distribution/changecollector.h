@@ -49,7 +49,7 @@ public:
     /// none, or after Forget().
     const Bytes* FindOwnSet(const QString& path, const std::string& key) const;
     void ForgetOwnSet(const QString& path, const std::string& key);
-    /// Whether these bytes are what was done here last with that request: then they would only tell of it
+    /// Whether these bytes are what was done here with that request: then they would only tell of it
     /// again. Forgets it.
     bool TakeOwnRequest(const QString& path, const std::string& request, std::string_view command);
     /// All sets and requests that are not under way.
@@ -76,9 +76,10 @@ private:
     quint64 m_commands = 0;
     bool m_makesWishes = false;
     std::vector<values::Weak<values::ValueBase>> m_recorded;
-    using CommandsOf = std::map<QString, std::unordered_map<std::string, Bytes>>;
-    CommandsOf m_ownSets;     ///< by path and key
-    CommandsOf m_ownRequests; ///< by path and request, the last that was done with each
+    template<class T>
+    using ByPathAndName = std::map<QString, std::unordered_map<std::string, T>>;
+    ByPathAndName<Bytes> m_ownSets;                  ///< by key
+    ByPathAndName<std::vector<Bytes>> m_ownRequests; ///< all commands that were made about each
 };
 
 /// Hears of everything that happens in a tree and sorts it by branches. What is done with GetLink() as the
