@@ -109,7 +109,15 @@ void ChangeRegion::Record(ValueBase& collection)
 
 Changes ChangeRegion::Take()
 {
+    m_untaken.clear();
     return std::exchange(m_changes, {});
+}
+
+const values::PendingChanges& ChangeRegion::Untaken(const QString& path) const
+{
+    static const values::PendingChanges kNothing;
+    const auto found = m_untaken.find(path);
+    return found == m_untaken.end() ? kNothing : found->second;
 }
 
 const Bytes* ChangeRegion::FindOwnSet(const QString& path, const std::string& key) const
@@ -198,6 +206,8 @@ void ChangeRegion::OnCommand(ValueBase& value, std::unique_ptr<values::Command> 
         values::AppendInteger(commands, count);
         commands += parts;
     }
+    if (m_makesWishes)
+        m_untaken[value.GetPath()].Add(0, scope);
     add(CommandsChange(value.GetPath(), MakeContent(std::move(commands)), std::move(scope)));
 }
 
@@ -240,6 +250,8 @@ void ChangeRegion::OnContentReplaced(ValueBase& value)
         return;
     values::CommandScope scope;
     scope.everyKey = true;
+    if (m_makesWishes)
+        m_untaken[value.GetPath()].Add(0, scope);
     add(CommandsChange(value.GetPath(), ContentOf(value), std::move(scope)));
 }
 

@@ -42,6 +42,8 @@ public:
     /// first.
     Changes Take();
     bool IsEmpty() const noexcept { return m_changes.empty(); }
+    /// Of a collection, what of that is in commands; nothing before MakeWishes().
+    const values::PendingChanges& Untaken(const QString& path) const;
 
     /// Commands that have changed anything here so far, whoever made them.
     quint64 GetCommandCount() const noexcept { return m_commands; }
@@ -73,6 +75,7 @@ private:
     std::function<void()> m_changed;
     QStringList m_roots;
     Changes m_changes;
+    std::map<QString, values::PendingChanges> m_untaken;
     quint64 m_commands = 0;
     bool m_makesWishes = false;
     std::vector<values::Weak<values::ValueBase>> m_recorded;

@@ -177,13 +177,14 @@ bool MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
             return true;
         if (everyKey) {
             clear(*target, path, piece, own);
-        } else if (keys.size() == 1 && own.ContainsKey(keys.front())) {
+        } else if (keys.size() == 1 && isOwnKey(path, keys.front(), own)) {
             if (piece.id == values::eCommandMapSetAt)
                 m_passedOver[path][keys.front()] = Bytes(piece.bytes, piece.size);
             else
                 m_passedOver[path].erase(keys.front());
         } else if (std::none_of(requests.begin(), requests.end(), [&](const auto& request) {
                        return own.ContainsRequest(request) ||
+                              m_region->Untaken(path).ContainsRequest(request) ||
                               m_region->TakeOwnRequest(path, request, {piece.bytes, piece.size});
                    })) {
             executeSet(*target, path, piece);
@@ -194,17 +195,25 @@ bool MirroredTree::ApplyCommands(const QString& path, const Bytes& commands,
     return true;
 }
 
+/// Whether a change of the program is on its way, or was made by an observer of what is being applied: the
+/// owner has it later than that.
+bool MirroredTree::isOwnKey(const QString& path, const std::string& key,
+                            const values::PendingChanges& own) const
+{
+    return own.ContainsKey(key) || m_region->Untaken(path).ContainsKey(key);
+}
+
 /// One by one where own changes are on their way; what they write stays, and of what was passed over there
 /// the owner has nothing now.
 void MirroredTree::clear(ValueBase& value, const QString& path, const CommandPiece& piece,
                          const values::PendingChanges& own)
 {
     m_passedOver.erase(path);
-    if (own.IsEmpty())
+    if (own.IsEmpty() && m_region->Untaken(path).IsEmpty())
         execute(piece);
     else
         Guarded([&] {
-            value.EraseKeys([&](const std::string& key) { return !own.ContainsKey(key); },
+            value.EraseKeys([&](const std::string& key) { return !isOwnKey(path, key, own); },
                             m_collector.GetLink());
         });
 }
@@ -235,7 +244,7 @@ void MirroredTree::catchUp(ValueBase& value, const QString& path, const values::
         return;
     std::vector<Bytes> due;
     for (const auto& [key, command] : passedOver->second) {
-        if (!own.ContainsKey(key))
+        if (!isOwnKey(path, key, own))
             due.push_back(command);
     }
     const Weak<ValueBase> alive(&value);
@@ -314,6 +323,7 @@ void MirroredTree::passOver(ValueBase& value, const QString& path, const Bytes& 
 /// Both are compared by their bytes, so that in the end these are the same.
 void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
 {
+    const QString path = value.GetPath();
     const Content wantedBytes = ContentOf(wanted);
     const Content presentBytes = ContentOf(value);
     std::vector<CommandPiece> target, present;
@@ -338,22 +348,28 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
         if (!alive)
             return;
         if (piece.scope.keys.size() == 1) {
-            const auto there = items.find(piece.scope.keys.front());
+            const std::string& key = piece.scope.keys.front();
+            const auto there = items.find(key);
             const bool isSame = there != items.end() && there->second->HasBytesOf(piece);
             if (there != items.end())
                 items.erase(there);
-            if (!isSame && !execute(piece) && alive)
+            if (m_region->Untaken(path).ContainsKey(key))
+                m_passedOver[path][key] = Bytes(piece.bytes, piece.size);
+            else if (!isSame && !execute(piece) && alive)
                 executeExactly(value, piece);
         } else if (!piece.scope.requests.empty()) {
-            const auto there = open.find(piece.scope.requests.front());
-            if (there == open.end() || !there->second->HasBytesOf(piece))
+            const std::string& request = piece.scope.requests.front();
+            const auto there = open.find(request);
+            const bool isSame = there != open.end() && there->second->HasBytesOf(piece);
+            if (!isSame && !m_region->Untaken(path).ContainsRequest(request))
                 execute(piece);
         }
     }
     for (const CommandPiece& piece : present) {
         if (!alive)
             return;
-        if (piece.scope.keys.size() == 1 && items.count(piece.scope.keys.front()) > 0)
+        if (piece.scope.keys.size() == 1 && items.count(piece.scope.keys.front()) > 0 &&
+            !m_region->Untaken(path).ContainsKey(piece.scope.keys.front()))
             Guarded([&] { EraseKey(value, piece.scope.keys.front(), m_collector.GetLink()); });
     }
 }

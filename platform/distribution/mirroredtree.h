@@ -50,6 +50,7 @@ private:
     values::ValueBase* livingValue(const QString& path) const;
     void add(const Change& change);
     void addValue(const QString& path, qint32 type, const Bytes& content);
+    bool isOwnKey(const QString& path, const std::string& key, const values::PendingChanges& own) const;
     bool execute(const CommandPiece& piece);
     void executeExactly(values::ValueBase& value, const CommandPiece& piece);
     void clear(values::ValueBase& value, const QString& path, const CommandPiece& piece,
