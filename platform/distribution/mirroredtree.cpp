@@ -218,8 +218,9 @@ void MirroredTree::clear(ValueBase& value, const QString& path, const CommandPie
         });
 }
 
-/// An item that the program has written, and that counts as equal to the owner's, gives way to that one.
-void MirroredTree::executeSet(ValueBase& value, const QString& path, const CommandPiece& piece)
+/// An item that the program has written, and that counts as equal to the owner's, gives way to that one. With
+/// `mayBeOwn` also one of which nobody knows any more who wrote it.
+void MirroredTree::executeSet(ValueBase& value, const QString& path, const CommandPiece& piece, bool mayBeOwn)
 {
     const Weak<ValueBase> alive(&value);
     const bool hasChanged = execute(piece);
@@ -227,7 +228,7 @@ void MirroredTree::executeSet(ValueBase& value, const QString& path, const Comma
         return;
     const std::string& key = piece.scope.keys.front();
     const Bytes* const mine = m_region->FindOwnSet(path, key);
-    const bool differs = mine && mine->compare(0, Bytes::npos, piece.bytes, piece.size) != 0;
+    const bool differs = mine ? mine->compare(0, Bytes::npos, piece.bytes, piece.size) != 0 : mayBeOwn;
     m_region->ForgetOwnSet(path, key);
     const auto passedOver = m_passedOver.find(path);
     if (passedOver != m_passedOver.end())
@@ -251,7 +252,7 @@ void MirroredTree::catchUp(ValueBase& value, const QString& path, const values::
     for (const Bytes& command : due) {
         std::vector<CommandPiece> pieces;
         if (alive && ReadPieces(value, command, m_collector.GetLink(), pieces))
-            executeSet(value, path, pieces.front());
+            executeSet(value, path, pieces.front(), true);
     }
     if (passedOver->second.empty())
         m_passedOver.erase(path);

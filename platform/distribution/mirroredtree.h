@@ -55,7 +55,8 @@ private:
     void executeExactly(values::ValueBase& value, const CommandPiece& piece);
     void clear(values::ValueBase& value, const QString& path, const CommandPiece& piece,
                const values::PendingChanges& own);
-    void executeSet(values::ValueBase& value, const QString& path, const CommandPiece& piece);
+    void executeSet(values::ValueBase& value, const QString& path, const CommandPiece& piece,
+                    bool mayBeOwn = false);
     void catchUp(values::ValueBase& value, const QString& path, const values::PendingChanges& own);
     void passOver(values::ValueBase& value, const QString& path, const Bytes& state,
                   const std::vector<Content>& own);
