@@ -74,6 +74,7 @@ private Q_SLOTS:
         editor->line(ProfileField::Name)->setText(table->model()->index(1, 0).data().toString());
         band->setText(QStringLiteral("16-25 kHz"));
         QVERIFY(stage.why("short-save").contains(QStringLiteral("that name")));
+        QVERIFY(editor->line(ProfileField::Name)->property("wrong").toBool());
         editor->line(ProfileField::Name)->setText(name);
         QVERIFY(stage.run("short-save"));
         QCOMPARE(stage.profiles().At(name).bandwidthMax, 25000u);

@@ -71,6 +71,11 @@ void TestWriting::readBranch(Stage& stage)
     auto& links = *view->findChild<QTreeView*>();
     const auto choose = [&](int row) { links.setCurrentIndex(links.model()->index(row, 0)); };
     QTRY_COMPARE(links.model()->rowCount(), 2);
+    for (const char* const server : {"S1", "S2", ""}) { // the broker's line stays
+        view->showServer(QLatin1String(server));
+        QVERIFY(!links.isRowHidden(0, {}) &&
+                links.isRowHidden(1, {}) == (*server == 'S' && server[1] == '2'));
+    }
     choose(0);
     QVERIFY(stage.why("link-read").contains(QLatin1String("branch by branch")));
     choose(1);

@@ -1,6 +1,7 @@
 #include "resultsplot.h"
 
 #include <koltacommon/units.h>
+#include <koltacommon/viewtime.h>
 #include <koltaconsole/widgets/theme.h>
 
 #include <qwt_plot_canvas.h>
@@ -28,7 +29,11 @@ constexpr double kMargin = 3.0; ///< px round about a symbol within a rectangle
 constexpr int kFill = 60;       ///< opacity of rectangles, so that symbols are seen in them
 constexpr double kFadedOpacity = 0.45;
 constexpr double kAir = 1.02; ///< what the time on screen is longer than what is shown in it
-constexpr double kShortest = 1e6, kLongest = 7 * 86400e6; ///< microseconds on screen
+// Microseconds on screen.
+constexpr double kShortest = 1e6, kLongest = 7 * 86400e6;
+constexpr double kFineSpan = 10e6; ///< below which ticks are told with milliseconds
+constexpr double kDaySpan = 86400e6;
+constexpr double kFuture = 86400e6; ///< by which a clock may be ahead to be believed
 
 class HertzScale : public QwtScaleDraw
 {
@@ -45,7 +50,11 @@ public:
     QwtText label(double microseconds) const override
     {
         const auto milliseconds = static_cast<qint64>(microseconds / 1000);
-        return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toString(QStringLiteral("HH:mm:ss"));
+        const double span = scaleDiv().range();
+        return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC)
+            .toString(span < kFineSpan  ? QStringLiteral("HH:mm:ss.zzz")
+                      : span > kDaySpan ? QStringLiteral("yyyy-MM-dd\nHH:mm")
+                                        : QStringLiteral("HH:mm:ss"));
     }
 };
 
@@ -176,20 +185,26 @@ void ResultsPlot::setStale(bool isStale)
     replot();
 }
 
-/// The newest at the right, all frequencies from top to bottom.
+/// The newest at the right, all frequencies from top to bottom. What a wrong clock has put far into the
+/// future would keep the others out of sight.
 void ResultsPlot::arrange()
 {
-    double newest = static_cast<double>(QDateTime::currentMSecsSinceEpoch()) * 1000;
+    const double now = static_cast<double>(Kolta::ViewTime::now().toMSecsSinceEpoch()) * 1000;
+    double newest = now;
     double lowest = 30e6, highest = 90e6;
     if (!m_points.isEmpty()) {
-        newest = 0.0;
+        double last = 0.0, lastBelieved = 0.0;
         lowest = 1e15;
         highest = 0.0;
         for (const Point& point : qAsConst(m_points)) {
-            newest = std::max(newest, static_cast<double>(point.start) + point.duration);
+            const double end = static_cast<double>(point.start) + point.duration;
+            last = std::max(last, end);
+            if (end < now + kFuture)
+                lastBelieved = std::max(lastBelieved, end);
             lowest = std::min(lowest, point.frequency - point.bandwidth);
             highest = std::max(highest, point.frequency + point.bandwidth);
         }
+        newest = lastBelieved > 0.0 ? lastBelieved : last;
     }
     const double air = std::max((highest - lowest) * 0.05, 1e3);
     setAxisScale(QwtPlot::yLeft, std::max(lowest - air, 0.0), highest + air);
