@@ -438,7 +438,7 @@ private Q_SLOTS:
         const QPoint place(qRound(x), canvas.height() / 2);
         QHelpEvent help(QEvent::ToolTip, place, canvas.mapToGlobal(place));
         QCoreApplication::sendEvent(&canvas, &help);
-        QCOMPARE(QToolTip::text(), QStringLiteral("New\n100 MHz, 12:00:00 UTC"));
+        QCOMPARE(QToolTip::text(), QStringLiteral("New\n100 MHz, 12:00:00.000 UTC"));
     }
 };
 

@@ -17,6 +17,8 @@
 #include <QToolTip>
 
 #include <algorithm>
+#include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace KoltaConsole {
@@ -33,6 +35,7 @@ constexpr double kAir = 1.02; ///< what the time on screen is longer than what i
 constexpr double kShortest = 1e6, kLongest = 7 * 86400e6;
 constexpr double kFineSpan = 10e6; ///< below which ticks are told with milliseconds
 constexpr double kDaySpan = 86400e6;
+constexpr double kMostTicks = 8;
 constexpr double kFuture = 86400e6; ///< by which a clock may be ahead to be believed
 
 class HertzScale : public QwtScaleDraw
@@ -57,6 +60,19 @@ public:
                                         : QStringLiteral("HH:mm:ss"));
     }
 };
+
+/// Between two ticks, so that they stand at whole units of time.
+double timeStep(double span)
+{
+    constexpr double kSecond = 1e6, kMinute = 60e6, kHour = 3600e6, kDay = 86400e6;
+    constexpr double kSteps[] = {0.1 * kSecond, 0.2 * kSecond, 0.5 * kSecond, kSecond,      2 * kSecond,
+                                 5 * kSecond,   10 * kSecond,  20 * kSecond,  30 * kSecond, kMinute,
+                                 2 * kMinute,   5 * kMinute,   10 * kMinute,  20 * kMinute, 30 * kMinute,
+                                 kHour,         2 * kHour,     3 * kHour,     6 * kHour,    12 * kHour};
+    const auto* const step = std::find_if(std::begin(kSteps), std::end(kSteps),
+                                          [span](double each) { return span / each <= kMostTicks; });
+    return step != std::end(kSteps) ? *step : std::max(std::ceil(span / kMostTicks / kDay), 1.0) * kDay;
+}
 
 Role roleOf(int shape)
 {
@@ -208,9 +224,14 @@ void ResultsPlot::arrange()
     }
     const double air = std::max((highest - lowest) * 0.05, 1e3);
     setAxisScale(QwtPlot::yLeft, std::max(lowest - air, 0.0), highest + air);
-    setAxisScale(QwtPlot::xBottom, newest - m_span, newest + m_span * (kAir - 1));
+    setTimes(newest - m_span, newest + m_span * (kAir - 1));
     replot();
     Q_EMIT si_RangeChanged();
+}
+
+void ResultsPlot::setTimes(double from, double to)
+{
+    setAxisScale(QwtPlot::xBottom, from, to, timeStep(to - from));
 }
 
 int ResultsPlot::shownCount() const
@@ -310,7 +331,7 @@ void ResultsPlot::zoom(double factor, double around)
         return;
     }
     const double part = (around - range.lowerBound()) / span;
-    setAxisScale(QwtPlot::xBottom, around - wanted * part, around + wanted * (1 - part));
+    setTimes(around - wanted * part, around + wanted * (1 - part));
     replot();
     Q_EMIT si_RangeChanged();
 }
@@ -320,7 +341,7 @@ void ResultsPlot::pan(double part)
     setFollowing(false);
     const auto range = axisScaleDiv(QwtPlot::xBottom);
     const double by = (range.upperBound() - range.lowerBound()) * part;
-    setAxisScale(QwtPlot::xBottom, range.lowerBound() + by, range.upperBound() + by);
+    setTimes(range.lowerBound() + by, range.upperBound() + by);
     replot();
     Q_EMIT si_RangeChanged();
 }

@@ -59,6 +59,7 @@ private:
     struct Place;
     void dress();
     void arrange();
+    void setTimes(double from, double to);
     void paint(QPainter& painter, const QwtScaleMap& across, const QwtScaleMap& up, const QRectF& room) const;
     void paintPoint(QPainter& painter, const Place& place, int shape) const;
     QString tip(const QPointF& onCanvas) const;
