@@ -90,6 +90,8 @@ std::optional<qint64> Replay::find(const QString& text, QString& error) const
     const QDateTime from = timeAt(begin());
     const QDateTime to = timeAt(end());
     QDateTime wanted = nextOfTimes(text, from);
+    if (QDate::fromString(text, Qt::ISODate) == from.date())
+        wanted = from; // the day, which had begun before
     if (!wanted.isValid())
         wanted = QDateTime::fromString(QString(text).replace(QLatin1Char(' '), QLatin1Char('T')),
                                        Qt::ISODateWithMs);

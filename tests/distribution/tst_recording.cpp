@@ -205,6 +205,12 @@ private Q_SLOTS:
         }
         played = kolta(words("replay --from 25:00") + QStringList(killed));
         QVERIFY2(played.count('\n') == 1 && played.endsWith('2'), played.constData());
+        for (const char* const wrong : {"demo --one-process\n", "jump \"\"\n"}) {
+            played = kolta(words("replay") + QStringList(killed), wrong);
+            QVERIFY2(played.count('\n') == 3 && played.endsWith('2'), played.constData());
+        }
+        played = kolta(words("record -"));
+        QVERIFY2(played.contains("expected a file") && played.endsWith('2'), played.constData());
         played = kolta(words("record --tree") + QStringList{m_broker.url(), killed});
         QVERIFY2(played.contains("File exists") && readFile(killed) == whole, played.constData());
 

@@ -162,6 +162,12 @@ bool EmbeddedInstallation::isShared()
     return !shared().expired();
 }
 
+bool EmbeddedInstallation::isMirrorShared()
+{
+    const auto installation = shared().lock();
+    return installation && !installation->isSimulated();
+}
+
 std::optional<KoltaApps::Endpoint> EmbeddedInstallation::endpointOf(const QString& serverName)
 {
     const auto installation = shared().lock();

@@ -58,6 +58,8 @@ public:
     /// Makes this the one that start() gives to everybody for as long as it lives.
     static void share(const std::shared_ptr<EmbeddedInstallation>& installation);
     static bool isShared();
+    /// And its servers are mirrored.
+    static bool isMirrorShared();
     /// Where a server of the shared installation listens; null for a name that none has, and for one that
     /// does not listen.
     static std::optional<KoltaApps::Endpoint> endpointOf(const QString& serverName);

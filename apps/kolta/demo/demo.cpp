@@ -75,6 +75,9 @@ QStringList scriptsFor(const CommandLine& line, Story& story)
 
 int demo(const CommandLine& line)
 {
+    // Its servers would stand among those that are mirrored.
+    if (EmbeddedInstallation::isMirrorShared())
+        return line.usageError(QStringLiteral("this shell shows the servers of a tree; leave it first"));
     Story story(line.json());
     const QStringList files = scriptsFor(line, story);
     std::vector<std::unique_ptr<ScriptInput>> scripts;

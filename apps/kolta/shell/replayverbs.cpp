@@ -142,6 +142,9 @@ Argument timeArgument(Argument::Count count)
     Argument time{"TIME", "begin, end, a time of day such as 12:03:10, with its date before it and a T or "
                           "not, or +SECONDS and -SECONDS from here."};
     time.count = count;
+    time.check = [](const QString& text) {
+        return text.isEmpty() ? QStringLiteral("expected a time") : QString();
+    };
     return time;
 }
 
