@@ -26,7 +26,11 @@ private Q_SLOTS:
         row("overlaps, with blanks and a comma", "20 - 88,5 MHz", true);
         row("apart, with blanks and a comma", "30,5 - 88 MHz", false);
         row("apart", "118-137 MHz", false);
+        row("overlaps, in other forms", "28..88 MHz 20 to 40 MHz 20 bis 40MHz", true);
+        row("apart, in another form", "30.5 to 88 MHz", false);
         row("wider", ">500 kHz", true);
+        row("at least and at most", ">=1 MHz <= 1 MHz", true);
+        row("wider than itself", ">1 MHz", false);
         row("too narrow", "> 20 MHz", false);
         row("narrower", "<2MHz", true);
         row("words and frequencies", "free 7.1 MHz !S3", true);

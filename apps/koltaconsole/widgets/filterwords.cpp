@@ -7,19 +7,22 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace KoltaConsole {
 
 namespace {
 
-/// "98.5 MHz" and "118 - 137 MHz" without their blanks.
+/// "98.5 MHz", "118 - 137 MHz", "118..137 MHz" and "118 to 137 MHz" as single words.
 QString closed(QString text)
 {
     static const QRegularExpression unit(QStringLiteral("(\\d)\\s+([kMG]?Hz)\\b"),
                                          QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression dash(QStringLiteral("(\\d|Hz)\\s*[-–]\\s*(\\d)"),
-                                         QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression sign(QStringLiteral("([<>])\\s+(\\d)"));
+    static const QRegularExpression dash(
+        QStringLiteral("(\\d|Hz)(?:\\s*(?:[-–]|\\.\\.)\\s*|\\s(?:to|bis)\\s)(\\d)"),
+        QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression sign(QStringLiteral("([<>]=?)\\s+(\\d)"));
     text.replace(unit, QStringLiteral("\\1\\2"));
     text.replace(sign, QStringLiteral("\\1\\2"));
     // Only where a unit says that it is a frequency; "MCP 1-2" is none.
@@ -61,7 +64,7 @@ QString FilterWords::exactly(const QString& text)
 /// What stands outside of quotes. A sign alone waits for what is to be behind it.
 void FilterWords::addPlain(const QString& text)
 {
-    static const QRegularExpression sign(QStringLiteral("^(!?=?|[<>])$"));
+    static const QRegularExpression sign(QStringLiteral("^(!?=?|[<>]=?)$"));
     const QStringList words = closed(text.simplified()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     for (const QString& word : words) {
         if (!word.contains(sign))
@@ -86,13 +89,19 @@ FilterWords::Word FilterWords::wordOf(QString text)
         return word;
     const QChar sign = text.at(0);
     const bool isBandwidth = sign == QLatin1Char('>') || sign == QLatin1Char('<');
-    const Kolta::RangeReading range =
-        Kolta::readRange(isBandwidth ? text.mid(1) : text, Kolta::Quantity::Frequency);
+    const bool isIncluded = isBandwidth && text.at(1) == QLatin1Char('=');
+    const Kolta::RangeReading range = Kolta::readRange(text.mid(isIncluded    ? 2
+                                                                : isBandwidth ? 1
+                                                                              : 0),
+                                                       Kolta::Quantity::Frequency);
     if (!range.isGood())
         return word;
     word.kind = !isBandwidth ? Kind::Reaches : sign == QLatin1Char('>') ? Kind::Wider : Kind::Narrower;
     word.from = range.from;
     word.to = range.to;
+    if (isIncluded)
+        word.from =
+            std::nextafter(word.from, sign == QLatin1Char('>') ? 0.0 : std::numeric_limits<double>::max());
     return word;
 }
 
