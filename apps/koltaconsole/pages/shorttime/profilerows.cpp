@@ -82,15 +82,17 @@ QVariant ProfileRows::itemData(const Row& row, int column, int role) const
     const int useColumn = Base::adapterColumns();
     if (role == Qt::TextAlignmentRole)
         return alignment(column, useColumn);
-    if (column == eSymbolRateColumn && role == Qt::DisplayRole)
+    const bool isRate = column == eSymbolRateColumn || column == eHopRateColumn;
+    if (isRate && role == Qt::DisplayRole) // as the fields have it
         return fieldText(Base::itemData(row, column, Roles::ItemRole).value<Kolta::ShortTimeProfile>(),
-                         ProfileField::SymbolRate);
+                         column == eHopRateColumn ? ProfileField::HopRate : ProfileField::SymbolRate);
     const QString name = Base::itemData(row, eNameColumn, Qt::DisplayRole).toString();
     if (role == Roles::SearchRole) {
         QStringList texts = m_uses.value(name);
         for (int place = 0; place < useColumn; ++place)
             texts.append(Base::itemData(row, place, Qt::DisplayRole).toString());
-        texts.append(itemData(row, eSymbolRateColumn, Qt::DisplayRole).toString());
+        for (const int place : {eHopRateColumn, eSymbolRateColumn})
+            texts.append(itemData(row, place, Qt::DisplayRole).toString());
         return texts.join(QLatin1Char('\n')).toLower();
     }
     const bool isOfCell = role == Qt::DisplayRole || role == Qt::DecorationRole || role == Qt::ToolTipRole ||

@@ -17,7 +17,8 @@ public:
         eTypeColumn,
         eModulationColumn = 4,
         eDurationColumn,
-        eShiftColumn = 7,
+        eHopRateColumn,
+        eShiftColumn,
         eSymbolRateColumn
     };
 
