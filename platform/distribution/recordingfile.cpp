@@ -15,6 +15,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -182,6 +183,16 @@ bool RecordingWriter::DropBefore(quint64 offset)
     m_descriptor = copy;
     m_size = head.size() + m_size - offset;
     return true;
+}
+
+bool RecordingWriter::IsIntact()
+{
+    struct ::stat now = {};
+    if (m_descriptor >= 0 && ::fstat(m_descriptor, &now) == 0 && now.st_nlink > 0 &&
+        static_cast<quint64>(now.st_size) >= m_size)
+        return true;
+    m_error = QStringLiteral("%1: %2").arg(m_path, Texts::tr("it was removed or cut while it was written"));
+    return false;
 }
 
 int RecordingWriter::Duplicate() const

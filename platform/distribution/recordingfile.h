@@ -75,6 +75,8 @@ public:
     /// Drops what stands before `offset`, where a record begins: what remains is copied, and takes the file's
     /// place when it is whole.
     bool DropBefore(quint64 offset);
+    /// False where somebody has removed or cut the file, and GetError() says so.
+    bool IsIntact();
     /// Hands over a descriptor that Sync() may be called with on any thread; -1 when there is none.
     int Duplicate() const;
     /// Waits until the disk has what was written, and closes the descriptor. False when it could not.

@@ -90,7 +90,7 @@ std::optional<qint64> Replay::find(const QString& text, QString& error) const
     const QDateTime from = timeAt(begin());
     const QDateTime to = timeAt(end());
     QDateTime wanted = nextOfTimes(text, from);
-    if (QDate::fromString(text, Qt::ISODate) == from.date())
+    if (text == from.date().toString(Qt::ISODate))
         wanted = from; // the day, which had begun before
     if (!wanted.isValid())
         wanted = QDateTime::fromString(QString(text).replace(QLatin1Char(' '), QLatin1Char('T')),

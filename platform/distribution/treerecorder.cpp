@@ -120,7 +120,7 @@ void TreeRecorder::stop(const QString& reason)
     m_writtenMs = nowMs();
     m_isRecording = false;
     m_timer.stop();
-    const bool isEnded = m_writer.Write(RecordKind::End, m_writtenMs, reason);
+    const bool isEnded = m_writer.Write(RecordKind::End, m_writtenMs, reason) && m_writer.IsIntact();
     const int descriptor = m_writer.Duplicate();
     if (!isEnded || (descriptor >= 0 && !RecordingWriter::Sync(descriptor)))
         Q_EMIT si_Failed(isEnded ? QStringLiteral("%1: the disk does not take it").arg(m_file)
@@ -264,6 +264,8 @@ void TreeRecorder::tick()
 {
     if (!note(RecordKind::Time))
         return;
+    if (!m_writer.IsIntact())
+        return fail(m_writer.GetError());
     const int descriptor = m_writer.Duplicate();
     if (descriptor < 0)
         return;

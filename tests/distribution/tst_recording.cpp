@@ -214,6 +214,13 @@ private Q_SLOTS:
         played = kolta(words("record --tree") + QStringList{m_broker.url(), killed});
         QVERIFY2(played.contains("File exists") && readFile(killed) == whole, played.constData());
 
+        const QString lost = m_folder.filePath(QStringLiteral("lost.rec"));
+        const auto unseen = started(QStringLiteral(KOLTA_PROGRAM),
+                                    words("record --tree") + QStringList{m_broker.url(), lost});
+        QVERIFY(unseen->says("Ctrl-C ends") && QFile::remove(lost));
+        played = resultOf(*unseen);
+        QVERIFY2(played.contains("it was removed or cut") && played.endsWith('1'), played.constData());
+
         const QString full = m_folder.filePath(QStringLiteral("full.rec"));
         const auto limited = started(
             QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("ulimit -f 128; exec \"$@\""),

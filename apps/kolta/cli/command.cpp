@@ -67,4 +67,9 @@ const QVector<ExitCode>& exitCodes()
     return codes;
 }
 
+QString checkKeptFile(const QString& name)
+{
+    return name.isEmpty() || name == QLatin1String("-") ? QStringLiteral("expected a file") : QString();
+}
+
 } // namespace KoltaCli

@@ -40,6 +40,9 @@ Run with(Start start, Use use)
     };
 }
 
+/// A check of a file that is written on and on, which standard output is not.
+QString checkKeptFile(const QString& name);
+
 /// A word behind the name of a command, or several of them.
 struct Argument
 {

@@ -40,12 +40,6 @@ std::optional<distribution::LinkOptions> optionsOf(const CommandLine& line)
     return options;
 }
 
-/// It is shortened while it is written.
-QString checkFile(const QString& name)
-{
-    return name.isEmpty() || name == QLatin1String("-") ? QStringLiteral("expected a file") : QString();
-}
-
 void tellEnd(const CommandLine& line, const TreeRecorder& recorder)
 {
     const double seconds = static_cast<double>(recorder.durationMs()) / 1000;
@@ -121,7 +115,7 @@ Command recordCommand()
         "Records into a new file what the log of a tree says, with times, until Ctrl-C; \"kolta replay\" "
         "plays it. Beyond the bound the oldest is dropped. What was recorded can be played even when this "
         "program or its machine has crashed.",
-        {{"FILE", "File that is made; it must not exist.", Argument::eOnce, {}, checkFile}},
+        {{"FILE", "File that is made; it must not exist.", Argument::eOnce, {}, checkKeptFile}},
         QVector<Option>{whole("for", "seconds", "End after so many seconds.", 1, kMostSeconds),
                         whole("size", "MiB", "Largest size of the file ({preset}).", 1, kMostMib, 256)} +
             TreeMirror::options(),

@@ -146,7 +146,8 @@ Command watchCommand()
         {},
         Servers::options(
             {whole("count", "number", "End after so many lines (0: never).", 0, kMostLines, 0),
-             text("journal", "file", "Keep what happens in this file, too, for \"events\"."),
+             checked(text("journal", "file", "Keep what happens in this file, too, for \"events\"."),
+                     checkKeptFile),
              flag("activity", "Let tuners become busy and free, conversions go on, and enabled assignments "
                               "yield results meanwhile."),
              whole("period", "ms", "Time between two such changes in milliseconds ({preset}).", 1,

@@ -4859,6 +4859,10 @@ Diese Server simuliert die Konsole: kein anderes Programm erreicht sie.</transla
 <context>
     <name>distribution::Texts</name>
     <message>
+        <source>it was removed or cut while it was written</source>
+        <translation>sie wurde entfernt oder gekürzt, während sie geschrieben wurde</translation>
+    </message>
+    <message>
         <source>the broker admits nobody without user and password</source>
         <translation>der Broker lässt niemanden ohne Benutzer und Passwort zu</translation>
     </message>
