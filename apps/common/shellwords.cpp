@@ -57,8 +57,10 @@ ShellParts shellParts(const QString& line, const QString& breaks)
     QChar quote;
     for (int i = 0; i < line.size(); ++i) {
         const QChar c = line.at(i);
-        const bool isEscape = c == QLatin1Char('\\') && quote != QLatin1Char('\'') && i + 1 < line.size() &&
-                              (quote.isNull() || isEscaped(line.at(i + 1)));
+        const bool isBackslash = c == QLatin1Char('\\') && quote != QLatin1Char('\'');
+        const bool isEscape =
+            isBackslash && i + 1 < line.size() && (quote.isNull() || isEscaped(line.at(i + 1)));
+        parts.isEscaping = isBackslash && i + 1 == line.size();
         if (quote.isNull() && c.isSpace()) {
             if (parts.isBegun)
                 parts.words.append(QString());
@@ -80,6 +82,14 @@ ShellParts shellParts(const QString& line, const QString& breaks)
     }
     parts.isQuoted = !quote.isNull();
     return parts;
+}
+
+QString problemOfLine(const QString& line)
+{
+    const ShellParts parts = shellParts(line);
+    return parts.isQuoted     ? QStringLiteral("a quote is not closed")
+           : parts.isEscaping ? QStringLiteral("nothing stands behind the last backslash")
+                              : QString();
 }
 
 QStringList shellWords(const QString& line)

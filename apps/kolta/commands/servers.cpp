@@ -46,11 +46,12 @@ int servers(const CommandLine& line)
     if (!mirror)
         return takeStartFailure();
     mirror->waitForLive({}, line.number("tree-timeout") * 1000);
-    if (!mirror->problem().isEmpty()) {
-        printError(mirror->problem());
-        return eExitNoTree;
-    }
     const QVector<TreeMirror::Branch> branches = mirror->branches();
+    const QString problem = mirror->problem();
+    if (!problem.isEmpty())
+        printError(problem);
+    if (!problem.isEmpty() && branches.isEmpty())
+        return eExitNoTree;
     if (line.json())
         std::for_each(branches.begin(), branches.end(),
                       [](const auto& branch) { printJson(branch.toJson()); });

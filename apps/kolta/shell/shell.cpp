@@ -151,7 +151,10 @@ int Shell::execute(const QString& line, const QStringList& words)
     int exitCode = eExitOk;
     {
         const OutputManner manner(m_teller->begin(line));
-        exitCode = runSingle(words);
+        const QString problem = KoltaApps::problemOfLine(line);
+        if (!problem.isEmpty())
+            printError(problem);
+        exitCode = problem.isEmpty() ? runSingle(words) : int(eExitUsage);
         printed = manner.lines();
     }
     m_teller->end(line, m_lineNumber, exitCode, printed);
