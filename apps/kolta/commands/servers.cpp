@@ -59,7 +59,7 @@ int servers(const CommandLine& line)
         printBranches(branches);
     const auto isThere = [](const auto& branch) { return branch.isLive() || branch.hasLeft(); };
     const auto isLive = [](const auto& branch) { return branch.isLive(); };
-    return std::any_of(branches.begin(), branches.end(), isLive) &&
+    return problem.isEmpty() && std::any_of(branches.begin(), branches.end(), isLive) &&
                    std::all_of(branches.begin(), branches.end(), isThere)
                ? eExitOk
                : eExitNoTree;
