@@ -324,14 +324,13 @@ void MirroredTree::passOver(ValueBase& value, const QString& path, const Bytes& 
 /// Both are compared by their bytes, so that in the end these are the same.
 void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
 {
-    const QString path = value.GetPath();
     const Content wantedBytes = ContentOf(wanted);
     const Content presentBytes = ContentOf(value);
     std::vector<CommandPiece> target, present;
     if (!ReadPieces(value, BytesOf(wantedBytes), m_collector.GetLink(), target) ||
         !ReadPieces(value, BytesOf(presentBytes), m_collector.GetLink(), present))
         return;
-    std::unordered_map<std::string_view, const CommandPiece*> items, open;
+    Pieces items, open;
     const auto staying = requestsOf(target);
     for (const CommandPiece& piece : present) {
         if (piece.scope.keys.size() == 1)
@@ -348,30 +347,48 @@ void MirroredTree::applyDifference(ValueBase& value, ValueBase& wanted)
     for (const CommandPiece& piece : target) {
         if (!alive)
             return;
-        if (piece.scope.keys.size() == 1) {
-            const std::string& key = piece.scope.keys.front();
-            const auto there = items.find(key);
-            const bool isSame = there != items.end() && there->second->HasBytesOf(piece);
-            if (there != items.end())
-                items.erase(there);
-            if (m_region->Untaken(path).ContainsKey(key))
-                m_passedOver[path][key] = Bytes(piece.bytes, piece.size);
-            else if (!isSame && !execute(piece) && alive)
-                executeExactly(value, piece);
-        } else if (!piece.scope.requests.empty()) {
-            const std::string& request = piece.scope.requests.front();
-            const auto there = open.find(request);
-            const bool isSame = there != open.end() && there->second->HasBytesOf(piece);
-            if (!isSame && !m_region->Untaken(path).ContainsRequest(request))
-                execute(piece);
-        }
+        applyPiece(value, piece, items, open);
     }
+    if (alive)
+        eraseRest(value, present, items);
+}
+
+/// One of what is wanted, which is taken out of `items` and `open`, what is present of that kind.
+void MirroredTree::applyPiece(ValueBase& value, const CommandPiece& piece, Pieces& items, Pieces& open)
+{
+    const bool isItem = piece.scope.keys.size() == 1;
+    if (!isItem && piece.scope.requests.empty())
+        return;
+    const QString path = value.GetPath();
+    const std::string& name = isItem ? piece.scope.keys.front() : piece.scope.requests.front();
+    Pieces& kind = isItem ? items : open;
+    const auto there = kind.find(name);
+    const bool isSame = there != kind.end() && there->second->HasBytesOf(piece);
+    if (there != kind.end())
+        kind.erase(there);
+    const values::PendingChanges& untaken = m_region->Untaken(path);
+    if (isItem && untaken.ContainsKey(name)) {
+        m_passedOver[path][name] = Bytes(piece.bytes, piece.size);
+    } else if (!isSame && (isItem || !untaken.ContainsRequest(name))) {
+        const Weak<ValueBase> alive(&value);
+        if (!execute(piece) && isItem && alive)
+            executeExactly(value, piece);
+    }
+}
+
+/// What is present and was in `items` to the end.
+void MirroredTree::eraseRest(ValueBase& value, const std::vector<CommandPiece>& present, const Pieces& items)
+{
+    const QString path = value.GetPath();
+    const Weak<ValueBase> alive(&value);
     for (const CommandPiece& piece : present) {
         if (!alive)
             return;
-        if (piece.scope.keys.size() == 1 && items.count(piece.scope.keys.front()) > 0 &&
-            !m_region->Untaken(path).ContainsKey(piece.scope.keys.front()))
-            Guarded([&] { EraseKey(value, piece.scope.keys.front(), m_collector.GetLink()); });
+        if (piece.scope.keys.size() != 1)
+            continue;
+        const std::string& key = piece.scope.keys.front();
+        if (items.count(key) > 0 && !m_region->Untaken(path).ContainsKey(key))
+            Guarded([&] { EraseKey(value, key, m_collector.GetLink()); });
     }
 }
 

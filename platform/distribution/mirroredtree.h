@@ -11,6 +11,9 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 namespace distribution {
 
@@ -46,6 +49,9 @@ public:
     void OnStateChanged(BranchState state) override { m_events.stateChanged(state); }
 
 private:
+    /// By key, or by request.
+    using Pieces = std::unordered_map<std::string_view, const CommandPiece*>;
+
     bool tellAuthor(const Change& change, values::IWishAuthor::WishEnd end, const Content& valid);
     values::ValueBase* livingValue(const QString& path) const;
     void add(const Change& change);
@@ -61,6 +67,8 @@ private:
     void passOver(values::ValueBase& value, const QString& path, const Bytes& state,
                   const std::vector<Content>& own);
     void applyDifference(values::ValueBase& value, values::ValueBase& wanted);
+    void applyPiece(values::ValueBase& value, const CommandPiece& piece, Pieces& items, Pieces& open);
+    void eraseRest(values::ValueBase& value, const std::vector<CommandPiece>& present, const Pieces& items);
     static void traceUnusable(const QString& path, const QString& why);
 
     ChangeCollector& m_collector;
