@@ -5,6 +5,8 @@
 #include <common/actionlines.h>
 #include <koltaconsole/actions/actions.h>
 
+#include <QTreeView>
+
 /// \file
 /// What can be done with profiles, what speaks against it, and the lines that do the same.
 

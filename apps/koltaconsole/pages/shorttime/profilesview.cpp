@@ -27,7 +27,6 @@ namespace KoltaConsole {
 
 using Kolta::ShortTimeProfile;
 using Kolta::ShortTimeProfileItemMap;
-using Kolta::UserAction;
 
 QString objectionToShortTime(const QString& server, bool isThere)
 {
